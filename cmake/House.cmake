@@ -1,0 +1,40 @@
+# How every folder of the house is built: one library a folder, one test program a folder.
+
+option(CC_WERROR "Treat warnings as errors" OFF)
+set(CC_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+
+# The flags that all of our own code is compiled with. They are kept out of the interface of the
+# libraries, so that a test may relax them without touching the product.
+add_library(house_flags INTERFACE)
+target_compile_options(house_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Woverloaded-virtual -Wimplicit-fallthrough -Wcast-qual
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wduplicated-cond -Wlogical-op>
+  $<$<BOOL:${CC_WERROR}>:-Werror>)
+
+if(CC_SANITIZE)
+  add_compile_options(-fsanitize=${CC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${CC_SANITIZE})
+endif()
+
+# add_house_library(<folder> SOURCES <source>... [USES <folder>...])
+#
+# Includes are always written from the root of the repository, so that is the one include directory.
+function(add_house_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PUBLIC ${arg_USES} PRIVATE $<BUILD_INTERFACE:house_flags>)
+  # Narrowing is told apart from meaning only when it is written down.
+  target_compile_options(${name} PRIVATE -Wconversion -Wno-sign-conversion)
+endfunction()
+
+# add_house_tests(<folder> SOURCES <source>... [USES <library>...])
+#
+# Each case is a test of its own for ctest, in a process of its own, so cases run in parallel.
+function(add_house_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  add_executable(${name}_tests ${arg_SOURCES})
+  target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support house_flags)
+  gtest_discover_tests(${name}_tests TEST_PREFIX ${name}/ DISCOVERY_TIMEOUT 60
+                       PROPERTIES TIMEOUT 300)
+endfunction()
