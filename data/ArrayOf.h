@@ -1,0 +1,67 @@
+// Pairs of pointers over elements in a row. They own nothing and are passed by value.
+//
+// All ranges are half open: `begin` is the first element, `end` is one past the last. A default
+// range has both null. The caller keeps the elements alive for as long as the view is used.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+
+template <class T>
+class ConstArrayOf {
+public:
+    constexpr ConstArrayOf() = default;
+    constexpr ConstArrayOf(T const* first, T const* last) : begin(first), end(last) {}
+
+    // A template, so that a literal 0 is a length and not a null pointer.
+    template <std::integral Count>
+    constexpr ConstArrayOf(T const* first, Count length) : begin(first), end(first + length) {}
+
+    template <std::size_t length>
+    constexpr ConstArrayOf(T const (&array)[length]) : begin(array), end(array + length) {}
+
+    constexpr std::size_t Length() const { return static_cast<std::size_t>(end - begin); }
+    constexpr bool IsEmpty() const { return begin == end; }
+
+    // REQUIRES: `index` is less than Length().
+    constexpr T const& operator[](std::size_t index) const { return begin[index]; }
+
+    T const* begin = nullptr;
+    T const* end = nullptr;
+};
+
+template <class T>
+class ArrayOf {
+public:
+    constexpr ArrayOf() = default;
+    constexpr ArrayOf(T* first, T* last) : begin(first), end(last) {}
+
+    template <std::integral Count>
+    constexpr ArrayOf(T* first, Count length) : begin(first), end(first + length) {}
+
+    template <std::size_t length>
+    constexpr ArrayOf(T (&array)[length]) : begin(array), end(array + length) {}
+
+    constexpr operator ConstArrayOf<T>() const { return ConstArrayOf<T>(begin, end); }
+
+    constexpr std::size_t Length() const { return static_cast<std::size_t>(end - begin); }
+    constexpr bool IsEmpty() const { return begin == end; }
+
+    // REQUIRES: `index` is less than Length().
+    constexpr T& operator[](std::size_t index) const { return begin[index]; }
+
+    T* begin = nullptr;
+    T* end = nullptr;
+};
+
+// An array that is being filled: the first `count` elements are written.
+template <class T>
+class BufferOf {
+public:
+    explicit constexpr BufferOf(ArrayOf<T> array) : begin(array.begin), end(array.end) {}
+
+    T* begin;
+    T* end;
+    std::uint32_t count = 0;
+};
