@@ -1,0 +1,225 @@
+#include "data/Ascii.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "data/Buffer.h"
+#include "data/Data.h"
+#include "data/DataOverflow.h"
+
+namespace Ascii {
+
+namespace {
+
+// Long texts are looked at in blocks of this many bytes. Within a block no loop leaves early, so
+// that the compiler turns it into vector code.
+constexpr std::size_t blockSize = 32;
+
+constexpr unsigned char caseBit = 0x20;
+
+constexpr unsigned char CaseBitOf(unsigned char byte, unsigned char firstLetter) {
+    return static_cast<unsigned char>(byte - firstLetter) < 26 ? caseBit : 0;
+}
+
+// A case mapping is told by the first of the letters that it changes.
+constexpr unsigned char raising = 'a';
+constexpr unsigned char lowering = 'A';
+
+// The rules of the two tables in arithmetic, which works on many bytes at a time where a table
+// takes them one by one.
+constexpr unsigned char Map(unsigned char byte, unsigned char mapping) {
+    return byte ^ CaseBitOf(byte, mapping);
+}
+
+constexpr CaseTable MakeTable(unsigned char mapping) {
+    CaseTable table{};
+    for (unsigned byte = 0; byte < 256; ++byte)
+        table[byte] = Map(static_cast<unsigned char>(byte), mapping);
+    return table;
+}
+
+void MapInPlace(unsigned char* bytes, std::size_t length, unsigned char mapping) {
+    for (std::size_t i = 0; i < length; ++i)
+        bytes[i] = Map(bytes[i], mapping);
+}
+
+void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
+            unsigned char mapping) {
+    if (source == target)
+        return MapInPlace(target, length, mapping);
+    for (std::size_t i = 0; i < length; ++i)
+        target[i] = Map(source[i], mapping);
+}
+
+std::string MapToString(ConstData source, unsigned char mapping) {
+    std::string result = MakeString(source);
+    MapInPlace(reinterpret_cast<unsigned char*>(result.data()), result.size(), mapping);
+    return result;
+}
+
+void MapToData(ConstData source, Data target, unsigned char mapping) {
+    std::size_t const length = std::min(source.Length(), target.Length());
+    MapRun(source.begin, target.begin, length, mapping);
+    if (length < source.Length())
+        throw DataOverflow();
+}
+
+void MapToBuffer(ConstBuffer& source, Buffer& target, unsigned char mapping) {
+    std::size_t const length = std::min(source.Left().Length(), target.Room().Length());
+    MapRun(source.position, target.position, length, mapping);
+    source.position += length;
+    target.position += length;
+}
+
+bool BlockHasLetter(unsigned char const* block, std::size_t length, unsigned char firstLetter) {
+    unsigned char found = 0;
+    for (std::size_t i = 0; i < length; ++i)
+        found |= CaseBitOf(block[i], firstLetter);
+    return found != 0;
+}
+
+bool HasLetter(ConstData text, unsigned char firstLetter) {
+    unsigned char const* position = text.begin;
+    for (; static_cast<std::size_t>(text.end - position) >= blockSize; position += blockSize)
+        if (BlockHasLetter(position, blockSize, firstLetter))
+            return true;
+    return BlockHasLetter(position, static_cast<std::size_t>(text.end - position), firstLetter);
+}
+
+// Zero if the bytes are the same letter, whatever their case, or the same byte. Both tables agree
+// on that.
+constexpr unsigned char Difference(unsigned char left, unsigned char right) {
+    return (left ^ right) & ~CaseBitOf(left | caseBit, 'a');
+}
+
+bool BlocksDiffer(unsigned char const* left, unsigned char const* right) {
+    unsigned char found = 0;
+    for (std::size_t i = 0; i < blockSize; ++i)
+        found |= Difference(left[i], right[i]);
+    return found != 0;
+}
+
+// How many bytes the texts have in common, case apart.
+std::size_t CommonLength(unsigned char const* left, unsigned char const* right,
+                         std::size_t length) {
+    std::size_t i = 0;
+    while (length - i >= blockSize && !BlocksDiffer(left + i, right + i))
+        i += blockSize;
+    // The rest of a long text is short of a block: it is looked at together with bytes before it.
+    std::size_t const lastBlock = length - blockSize;
+    if (length - i < blockSize && length >= blockSize &&
+        !BlocksDiffer(left + lastBlock, right + lastBlock))
+        return length;
+    while (i < length && Difference(left[i], right[i]) == 0)
+        ++i;
+    return i;
+}
+
+std::int32_t CompareMapped(CaseTable const& table, ConstData left, ConstData right) {
+    std::size_t const shorter = std::min(left.Length(), right.Length());
+    std::size_t const common = CommonLength(left.begin, right.begin, shorter);
+    if (common < shorter)
+        return table[left.begin[common]] - table[right.begin[common]];
+    if (left.Length() == right.Length())
+        return 0;
+    return right.Length() < left.Length() ? 1 : -1;
+}
+
+// The length of a NUL-terminated text, or `limit` for a longer one. memchr reads byte after byte as
+// far as can be told, so that it may be asked to look further than the text goes.
+std::size_t LengthUpTo(unsigned char const* text, std::size_t limit) {
+    void const* const found = std::memchr(text, 0, limit);
+    if (found == nullptr)
+        return limit;
+    return static_cast<std::size_t>(static_cast<unsigned char const*>(found) - text);
+}
+
+bool TableIsIdentity(CaseTable const& table, unsigned first, unsigned last) {
+    for (unsigned byte = first; byte <= last; ++byte)
+        if (table[byte] != byte)
+            return false;
+    return true;
+}
+
+bool TableMaps(CaseTable const& table, unsigned first, unsigned last, unsigned image) {
+    for (unsigned byte = first; byte <= last; ++byte)
+        if (table[byte] != image + (byte - first))
+            return false;
+    return true;
+}
+
+} // namespace
+
+constinit CaseTable const uppercaseTable = MakeTable(raising);
+constinit CaseTable const lowercaseTable = MakeTable(lowering);
+
+bool CaseTablesAreCorrect() {
+    for (CaseTable const* table : {&uppercaseTable, &lowercaseTable})
+        if (!TableIsIdentity(*table, 0, 64) || !TableIsIdentity(*table, 91, 96) ||
+            !TableIsIdentity(*table, 123, 255))
+            return false;
+    return TableIsIdentity(uppercaseTable, 65, 90) && TableMaps(uppercaseTable, 97, 122, 65) &&
+           TableMaps(lowercaseTable, 65, 90, 97) && TableIsIdentity(lowercaseTable, 97, 122);
+}
+
+std::string RaiseCase(ConstData source) {
+    return MapToString(source, raising);
+}
+
+std::string LowerCase(ConstData source) {
+    return MapToString(source, lowering);
+}
+
+void RaiseCase(ConstData source, Data target) {
+    MapToData(source, target, raising);
+}
+
+void LowerCase(ConstData source, Data target) {
+    MapToData(source, target, lowering);
+}
+
+void RaiseCase(ConstBuffer& source, Buffer& target) {
+    MapToBuffer(source, target, raising);
+}
+
+void LowerCase(ConstBuffer& source, Buffer& target) {
+    MapToBuffer(source, target, lowering);
+}
+
+bool IsLowercase(ConstData text) {
+    return !HasLetter(text, lowering);
+}
+
+bool IsUppercase(ConstData text) {
+    return !HasLetter(text, raising);
+}
+
+bool EqualIgnoringCase(ConstData left, ConstData right) {
+    return left.Length() == right.Length() &&
+           CommonLength(left.begin, right.begin, left.Length()) == left.Length();
+}
+
+std::int32_t CompareLowercase(ConstData left, ConstData right) {
+    return CompareMapped(lowercaseTable, left, right);
+}
+
+std::int32_t CompareUppercase(ConstData left, ConstData right) {
+    return CompareMapped(uppercaseTable, left, right);
+}
+
+std::int32_t CompareLowercase(char const* left, char const* right) {
+    constexpr std::size_t chunk = 128;
+    auto const* a = reinterpret_cast<unsigned char const*>(left);
+    auto const* b = reinterpret_cast<unsigned char const*>(right);
+    for (;; a += chunk, b += chunk) {
+        std::size_t const length = LengthUpTo(b, LengthUpTo(a, chunk));
+        std::size_t const common = CommonLength(a, b, length);
+        if (common < length)
+            return lowercaseTable[a[common]] - lowercaseTable[b[common]];
+        if (length < chunk)
+            return static_cast<signed char>(a[length]) - static_cast<signed char>(b[length]);
+    }
+}
+
+} // namespace Ascii
