@@ -1,0 +1,27 @@
+// A value that counts how many of its kind are alive, and whose copying can be made to throw.
+#pragma once
+
+struct Counted {
+    struct CopyRefused {};
+
+    explicit Counted(int number = 0) : value(number) { ++alive; }
+    Counted(Counted const& source) : value(source.value) {
+        if (refuseCopies)
+            throw CopyRefused();
+        ++alive;
+        ++copies;
+    }
+    Counted& operator=(Counted const&) = delete;
+    ~Counted() { --alive; }
+
+    static void StartAfresh() {
+        alive = copies = 0;
+        refuseCopies = false;
+    }
+
+    int value;
+
+    inline static int alive = 0;
+    inline static int copies = 0;
+    inline static bool refuseCopies = false;
+};
