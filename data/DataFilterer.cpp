@@ -1,0 +1,43 @@
+#include "data/DataFilterer.h"
+
+#include <cstddef>
+
+#include "data/Buffer.h"
+#include "data/Data.h"
+#include "data/DataFilter.h"
+
+namespace {
+
+constexpr std::size_t chunkSize = 1024;
+
+} // namespace
+
+DataReceiver& DataFilterer::operator()(DataReceiver& receiver, DataFilter& dataFilter) {
+    target = &receiver;
+    filter = &dataFilter;
+    return *this;
+}
+
+void DataFilterer::Start() {
+    target->Start();
+}
+
+void DataFilterer::Receive(ConstData data) {
+    unsigned char chunk[chunkSize];
+    ConstBuffer source(data);
+    while (!source.IsEmpty()) {
+        Buffer buffer{Data(chunk)};
+        (*filter)(source, buffer);
+        target->Receive(buffer.Written());
+    }
+}
+
+void DataFilterer::ReceiveEnd() {
+    unsigned char chunk[chunkSize];
+    while (!filter->Flushed()) {
+        Buffer buffer{Data(chunk)};
+        filter->Flush(buffer);
+        target->Receive(buffer.Written());
+    }
+    target->ReceiveEnd();
+}

@@ -1,0 +1,34 @@
+#include "data/ReadReader.h"
+
+#include <cstddef>
+
+#include "data/Buffer.h"
+#include "data/Data.h"
+#include "data/DataReader.h"
+#include "data/DataReceiver.h"
+#include "data/StringReceiver.h"
+
+namespace {
+
+constexpr std::size_t chunkSize = 4096;
+
+} // namespace
+
+void ReadReader(DataReader& reader, DataReceiver& receiver) {
+    unsigned char chunk[chunkSize];
+    Buffer buffer{Data(chunk)};
+    receiver.Start();
+    while (reader.Unfinished()) {
+        buffer.Reset();
+        reader >> buffer;
+        receiver.Receive(buffer.Written());
+    }
+    receiver.ReceiveEnd();
+}
+
+std::string ReadReader(DataReader& reader) {
+    std::string text;
+    StringReceiver receiver;
+    ReadReader(reader, receiver(text));
+    return text;
+}
