@@ -1,0 +1,198 @@
+#include "tests/support/ForwardedFailures.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <string_view>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define CC_HAS_LEAK_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CC_HAS_LEAK_SANITIZER 1
+#endif
+#endif
+#ifdef CC_HAS_LEAK_SANITIZER
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace {
+
+constexpr size_t longestPacket = 65536;
+// Out of the way of tests that count or close the low descriptors.
+constexpr int lowestLineDescriptor = 300;
+
+// The kinds of packets: what is no failure has a letter that no result type has.
+constexpr char finishedKind = 'f';
+constexpr char unavailableKind = 'u';
+constexpr char fatalKind = 'F';
+constexpr char nonFatalKind = 'N';
+constexpr char skipKind = 'S';
+
+class Forwarder : public testing::EmptyTestEventListener {
+public:
+    ForwardedFailures* target = nullptr;
+
+    void OnTestPartResult(testing::TestPartResult const& result) override {
+        if (!result.passed())
+            target->SendFailure(result);
+    }
+};
+
+// Puts the forwarder in the place of the printer. gtest owns it; a fork inherits it.
+Forwarder& InstalledForwarder() {
+    static Forwarder* const forwarder = [] {
+        auto& listeners = testing::UnitTest::GetInstance()->listeners();
+        delete listeners.Release(listeners.default_result_printer());
+        auto* made = new Forwarder;
+        listeners.Append(made);
+        return made;
+    }();
+    return *forwarder;
+}
+
+int MovedUp(int descriptor) {
+    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, lowestLineDescriptor);
+    if (moved < 0)
+        return descriptor;
+    close(descriptor);
+    return moved;
+}
+
+char KindOf(testing::TestPartResult const& result) {
+    if (result.skipped())
+        return skipKind;
+    return result.fatally_failed() ? fatalKind : nonFatalKind;
+}
+
+// "<line> <file>\n<message>"
+std::string Packed(testing::TestPartResult const& result) {
+    std::string_view message = result.message();
+    // Each replay puts this word in front; a failure from two processes deep says it once.
+    std::string_view const prefix = "Failed\n";
+    if (message.starts_with(prefix))
+        message.remove_prefix(prefix.size());
+    std::string text = std::to_string(result.line_number()) + ' ';
+    text += result.file_name() ? result.file_name() : "unknown file";
+    return text.append("\n").append(message);
+}
+
+// Each in a function of its own, since gtest's forms return from where they stand.
+void FailHere(char const* file, int line, std::string const& message) {
+    GTEST_FAIL_AT(file, line) << message;
+}
+
+void SkipHere(std::string const& message) {
+    GTEST_SKIP() << message;
+}
+
+} // namespace
+
+ForwardedFailures::ForwardedFailures() {
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        throw std::system_error(errno, std::generic_category(), "socketpair");
+    parentEnd = MovedUp(ends[0]);
+    childEnd = MovedUp(ends[1]);
+}
+
+ForwardedFailures::~ForwardedFailures() {
+    if (parentEnd >= 0)
+        close(parentEnd);
+    if (childEnd >= 0)
+        close(childEnd);
+}
+
+void ForwardedFailures::BecomeChild() {
+    close(parentEnd);
+    parentEnd = -1;
+    InstalledForwarder().target = this;
+}
+
+void ForwardedFailures::BecomeParent() {
+    close(childEnd);
+    childEnd = -1;
+}
+
+void ForwardedFailures::SendFailure(testing::TestPartResult const& failure) {
+    Send(KindOf(failure), Packed(failure), true);
+}
+
+void ForwardedFailures::SendFailure(std::string const& text) {
+    SendFailure(
+        testing::TestPartResult(testing::TestPartResult::kFatalFailure, nullptr, 0, text.c_str()));
+}
+
+void ForwardedFailures::SendFinished() {
+    Send(finishedKind, "", false);
+}
+
+void ForwardedFailures::SendUnavailable(std::string const& reason) {
+    Send(unavailableKind, reason, false);
+}
+
+void ForwardedFailures::Send(char kind, std::string const& text, bool mayDrop) {
+    std::string packet = kind + text;
+    packet.resize(std::min(packet.size(), longestPacket));
+    int const flags = MSG_NOSIGNAL | (mayDrop ? MSG_DONTWAIT : 0);
+    while (send(childEnd, packet.data(), packet.size(), flags) < 0 && errno == EINTR) {
+    }
+}
+
+bool ForwardedFailures::Take() {
+    std::string packet(longestPacket, '\0');
+    for (;;) {
+        ssize_t const length = recv(parentEnd, packet.data(), packet.size(), MSG_DONTWAIT);
+        if (length > 0)
+            Interpret(packet.data(), static_cast<size_t>(length));
+        else if (length == 0 || (errno != EINTR && errno != EAGAIN))
+            return false;
+        else if (errno == EAGAIN)
+            return true;
+    }
+}
+
+void ForwardedFailures::Interpret(char const* packet, size_t length) {
+    std::string_view rest(packet + 1, length - 1);
+    if (*packet == finishedKind) {
+        finished = true;
+        return;
+    }
+    if (*packet == unavailableKind) {
+        refusal = rest;
+        return;
+    }
+    int line = 0;
+    std::from_chars(rest.data(), rest.data() + rest.size(), line);
+    size_t const fileAt = rest.find(' ') + 1;
+    size_t const messageAt = std::min(rest.find('\n', fileAt), rest.size() - 1) + 1;
+    std::string const file(rest.substr(fileAt, messageAt - 1 - fileAt));
+    std::string const message(rest.substr(messageAt));
+    if (*packet == skipKind)
+        return SkipHere(message);
+    failed = true;
+    if (*packet == fatalKind)
+        FailHere(file.c_str(), line, message);
+    else
+        ADD_FAILURE_AT(file.c_str(), line) << message;
+}
+
+void ReportForkedException(char const* what) {
+    ADD_FAILURE() << "An exception left the body of the process: " << what;
+}
+
+void CheckForkedLeaks() {
+#ifdef CC_HAS_LEAK_SANITIZER
+    // The check needs its own threads' list and a process that may be traced.
+    if (prctl(PR_GET_DUMPABLE) == 1 && access("/proc/self/task", R_OK) == 0) {
+        EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
+    }
+#endif
+}

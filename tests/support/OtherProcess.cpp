@@ -1,0 +1,348 @@
+#include "tests/support/OtherProcess.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ostream>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/support/ForwardedFailures.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr size_t longestMessage = 65536;
+// Out of the way of tests that count or close the low descriptors.
+constexpr int lowestLineDescriptor = 300;
+
+[[noreturn]] void ThrowSystemError(char const* what) {
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+int MovedUp(int descriptor) {
+    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, lowestLineDescriptor);
+    if (moved < 0)
+        ThrowSystemError("fcntl");
+    close(descriptor);
+    return moved;
+}
+
+std::pair<int, int> MakeLine() {
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
+        ThrowSystemError("socketpair");
+    return {MovedUp(ends[0]), MovedUp(ends[1])};
+}
+
+int MemoryFile(std::string const& content = "") {
+    int const made = memfd_create("test", MFD_CLOEXEC);
+    if (made < 0)
+        ThrowSystemError("memfd_create");
+    int const file = MovedUp(made);
+    if (pwrite(file, content.data(), content.size(), 0) != static_cast<ssize_t>(content.size()))
+        ThrowSystemError("pwrite");
+    return file;
+}
+
+std::string ReadMemoryFile(int file) {
+    std::string content(static_cast<size_t>(lseek(file, 0, SEEK_END)), '\0');
+    ssize_t const got = pread(file, content.data(), content.size(), 0);
+    content.resize(got < 0 ? 0 : static_cast<size_t>(got));
+    return content;
+}
+
+// What is buffered before a fork would be written twice.
+pid_t FlushAndFork() {
+    std::fflush(nullptr);
+    pid_t const child = fork();
+    if (child < 0)
+        ThrowSystemError("fork");
+    return child;
+}
+
+// Whoever waits is gone, then the process is of no use.
+void DieWithParent() {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+}
+
+ExitStatus MakeExitStatus(int status) {
+    return WIFSIGNALED(status) ? ExitStatus::Killed(WTERMSIG(status))
+                               : ExitStatus::Exited(WEXITSTATUS(status));
+}
+
+bool HasEnded(pid_t child, std::optional<ExitStatus>& ended) {
+    int status = 0;
+    if (!ended && waitpid(child, &status, WNOHANG) == child)
+        ended = MakeExitStatus(status);
+    return ended.has_value();
+}
+
+void KillAndReap(pid_t child, std::optional<ExitStatus>& ended) {
+    int status = 0;
+    if (ended)
+        return;
+    kill(child, SIGKILL);
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    ended = MakeExitStatus(status);
+}
+
+ExitStatus WaitUntilEnd(pid_t child, std::optional<ExitStatus>& ended, milliseconds limit) {
+    auto const deadline = Clock::now() + limit;
+    while (!HasEnded(child, ended)) {
+        if (Clock::now() > deadline) {
+            KillAndReap(child, ended);
+            throw std::runtime_error("The other process did not end in time and was killed.");
+        }
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    return *ended;
+}
+
+std::vector<char*> Pointers(std::vector<std::string> const& texts) {
+    std::vector<char*> pointers;
+    for (auto const& text : texts)
+        pointers.push_back(const_cast<char*>(text.c_str()));
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+// The start of a program, in its own process: all that can fail says so with its errno.
+class ProgramStart {
+public:
+    ProgramStart(std::vector<std::string> const& theArguments, ProgramOptions const& theOptions)
+        : options(theOptions),
+          arguments(Pointers(theArguments)),
+          environment(theOptions.environment ? Pointers(*theOptions.environment)
+                                             : std::vector<char*>()) {}
+
+    void Run(int input, int output, int errors) {
+        bool const ready = Redirect(input, output, errors) && EnterDirectory() && SetLimits() &&
+                           CloseDescriptors() && Prepare();
+        if (!ready)
+            return;
+        DieWithParent();
+        execve(arguments.front(), arguments.data(),
+               options.environment ? environment.data() : environ);
+    }
+
+private:
+    static bool Redirect(int input, int output, int errors) {
+        return dup2(input, 0) == 0 && dup2(output, 1) == 1 && dup2(errors, 2) == 2;
+    }
+
+    bool EnterDirectory() const {
+        return options.workingDirectory.empty() || chdir(options.workingDirectory.c_str()) == 0;
+    }
+
+    bool SetLimits() const {
+        for (auto const& [resource, limit] : options.limits) {
+            rlimit const both{limit, limit};
+            if (setrlimit(static_cast<__rlimit_resource>(resource), &both) != 0)
+                return false;
+        }
+        return true;
+    }
+
+    bool CloseDescriptors() const {
+        // What the test has open itself, or was started with, is none of the program's business.
+        close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+        for (int const descriptor : options.closedDescriptors)
+            close(descriptor);
+        return true;
+    }
+
+    bool Prepare() const {
+        try {
+            if (!options.prepare || options.prepare())
+                return true;
+        } catch (std::exception const&) {
+            // The parent throws, with the number below.
+        }
+        errno = ECANCELED;
+        return false;
+    }
+
+    ProgramOptions const& options;
+    std::vector<char*> arguments;
+    std::vector<char*> environment;
+};
+
+// Returns 0 when the line closed without a word, as exec does it, or else the errno that came.
+int AwaitStart(int line) {
+    int error = 0;
+    while (recv(line, &error, sizeof error, 0) < 0 && errno == EINTR) {
+    }
+    return error;
+}
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& out, ExitStatus status) {
+    if (status.signal != 0)
+        return out << "killed by signal " << status.signal;
+    return out << "exited with " << status.code;
+}
+
+Handshake::Handshake(int end) : descriptor(end) {}
+
+Handshake::~Handshake() {
+    close(descriptor);
+}
+
+void Handshake::Tell(std::string const& message) {
+    if (message.empty() || message.size() > longestMessage)
+        throw std::runtime_error("A message has 1 to 65536 bytes.");
+    while (send(descriptor, message.data(), message.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
+    }
+}
+
+std::string Handshake::Await(milliseconds limit) {
+    auto const deadline = Clock::now() + limit;
+    std::string message(longestMessage, '\0');
+    for (;;) {
+        ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
+        if (length > 0) {
+            message.resize(static_cast<size_t>(length));
+            return message;
+        }
+        if (length == 0 || (errno != EAGAIN && errno != EINTR))
+            throw std::runtime_error("The other process is gone and has told nothing.");
+        auto const left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0)
+            throw std::runtime_error("The other process told nothing in time.");
+        pollfd waiting{descriptor, POLLIN, 0};
+        poll(&waiting, 1, static_cast<int>(left.count()));
+    }
+}
+
+OtherProcess::OtherProcess(std::function<void()> const& body)
+    : OtherProcess([&body](Handshake&) { body(); }) {}
+
+OtherProcess::OtherProcess(std::function<void(Handshake&)> const& body)
+    : failures(std::make_unique<ForwardedFailures>()) {
+    auto const [parentEnd, childEnd] = MakeLine();
+    line = std::make_unique<Handshake>(parentEnd);
+    auto childLine = std::make_unique<Handshake>(childEnd);
+    child = FlushAndFork();
+    if (child != 0) {
+        failures->BecomeParent();
+        return;
+    }
+    DieWithParent();
+    failures->BecomeChild();
+    line.reset();
+    RunForkedBody([&] { body(*childLine); });
+    std::fflush(nullptr);
+    _exit(0);
+}
+
+OtherProcess::~OtherProcess() {
+    KillAndReap(child, ended);
+    failures->Take();
+}
+
+void OtherProcess::Tell(std::string const& message) {
+    line->Tell(message);
+}
+
+std::string OtherProcess::Await(milliseconds limit) {
+    try {
+        return line->Await(limit);
+    } catch (std::runtime_error const&) {
+        // What failed in the body is most often the reason.
+        failures->Take();
+        throw;
+    }
+}
+
+void OtherProcess::Kill(int signal) {
+    if (!ended)
+        kill(child, signal);
+}
+
+ExitStatus OtherProcess::Wait(milliseconds limit) {
+    auto const deadline = Clock::now() + limit;
+    // Taken on the way too, so that a body with much to tell never blocks.
+    while (!HasEnded(child, ended) && Clock::now() < deadline) {
+        failures->Take();
+        std::this_thread::sleep_for(milliseconds(1));
+    }
+    failures->Take();
+    return WaitUntilEnd(child, ended, milliseconds(0));
+}
+
+OtherProgram::OtherProgram(std::vector<std::string> const& arguments,
+                           ProgramOptions const& options) {
+    int const inputFile = MemoryFile(options.input);
+    outputFile = MemoryFile();
+    errorsFile = MemoryFile();
+    auto const [parentEnd, childEnd] = MakeLine();
+    ProgramStart start(arguments, options);
+    child = FlushAndFork();
+    if (child == 0) {
+        start.Run(inputFile, outputFile, errorsFile);
+        int const error = errno;
+        send(childEnd, &error, sizeof error, MSG_NOSIGNAL);
+        _exit(127);
+    }
+    close(childEnd);
+    close(inputFile);
+    int const error = AwaitStart(parentEnd);
+    close(parentEnd);
+    if (error == 0)
+        return;
+    KillAndReap(child, ended);
+    close(outputFile);
+    close(errorsFile);
+    throw std::system_error(error, std::generic_category(), arguments.front());
+}
+
+OtherProgram::~OtherProgram() {
+    KillAndReap(child, ended);
+    close(outputFile);
+    close(errorsFile);
+}
+
+std::string OtherProgram::Output() const {
+    return ReadMemoryFile(outputFile);
+}
+
+std::string OtherProgram::Errors() const {
+    return ReadMemoryFile(errorsFile);
+}
+
+void OtherProgram::Kill(int signal) {
+    if (!ended)
+        kill(child, signal);
+}
+
+bool OtherProgram::IsRunning() {
+    return !HasEnded(child, ended);
+}
+
+ProgramResult OtherProgram::Wait(milliseconds limit) {
+    WaitUntilEnd(child, ended, limit);
+    return {*ended, Output(), Errors()};
+}
+
+ProgramResult RunProgram(std::vector<std::string> const& arguments, ProgramOptions const& options,
+                         milliseconds limit) {
+    return OtherProgram(arguments, options).Wait(limit);
+}

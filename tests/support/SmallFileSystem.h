@@ -1,0 +1,70 @@
+// A tmpfs of a given size inside a private machine: full disks, read-only disks, and a second file
+// system to move files to.
+//
+// REQUIRES: the body of a PrivateMachine that has not dropped its privileges.
+#pragma once
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <system_error>
+
+#include <sys/mount.h>
+
+struct SmallFileSystemOptions {
+    // In bytes, rounded up to pages; one page is the least, since tmpfs takes 0 for no limit.
+    size_t bytes = 1024 * 1024;
+    // Files and directories, with the root of the file system; 0 for no limit.
+    size_t inodes = 0;
+    // The permissions of its root, octal.
+    std::string mode = "0755";
+};
+
+class SmallFileSystem {
+public:
+    // Mounts it at the directory, which is created if need be.
+    explicit SmallFileSystem(std::string const& directory,
+                             SmallFileSystemOptions const& options = {})
+        : where(directory) {
+        std::filesystem::create_directories(where);
+        std::string const settings = "size=" + std::to_string(options.bytes) +
+                                     ",nr_inodes=" + std::to_string(options.inodes) +
+                                     ",mode=" + options.mode;
+        Check(mount("tmpfs", where.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, settings.c_str()));
+    }
+
+    ~SmallFileSystem() { umount2(where.c_str(), MNT_DETACH); }
+
+    SmallFileSystem(SmallFileSystem const&) = delete;
+    SmallFileSystem& operator=(SmallFileSystem const&) = delete;
+
+    std::string const& path() const { return where; }
+    std::string operator/(std::string const& name) const { return where + '/' + name; }
+
+    // Fails with EBUSY while a file is open for writing.
+    void MakeReadOnly() { Remount(MS_RDONLY); }
+    void MakeWritable() { Remount(0); }
+
+    // Writes a file until no page is left. Removing it makes room again. A file whose last page is
+    // not full can still grow to the end of that page.
+    void FillUp(std::string const& name = "filler") {
+        std::ofstream file(*this / name, std::ios::binary);
+        std::string const page(4096, 'x');
+        while (file << page << std::flush) {
+        }
+    }
+
+private:
+    void Remount(unsigned long flags) {
+        Check(mount("tmpfs", where.c_str(), "tmpfs", MS_REMOUNT | MS_NOSUID | MS_NODEV | flags,
+                    nullptr));
+    }
+
+    void Check(int result) const {
+        if (result != 0)
+            throw std::system_error(errno, std::generic_category(), where);
+    }
+
+    std::string where;
+};
