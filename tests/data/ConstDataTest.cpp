@@ -1,37 +1,278 @@
 #include "data/ConstData.h"
-#include "data/BufferWithCapacity.h"
-#include "data/ConstDataRopeReference.h"
-#include "data/ConstDataWithCapacity.h"
-#include "data/DataOverflow.h"
-#include "data/ExceptionPL.h"
-#include "data/Range.h"
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
-namespace {
-constexpr ConstData crlf = "\r\n"_bytes;
-static_assert(crlf.Length() == 2);
-constinit ConstData const lf = "\n"_bytes;
+#include "data/Data.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/FailingAllocation.h"
 
-TEST(ConstDataTest, LiteralKeepsItsInnerNuls) {
-    EXPECT_EQ(3u, "a\0b"_bytes.Length());
-    EXPECT_EQ(0, "a\0b"_bytes[1]);
-    std::string s = "xy";
-    EXPECT_EQ("axyb", MakeString(ConstDataRope{"a", s, std::string_view("b")}));
-    EXPECT_EQ(0u, ConstData(s.data(), 0).Length());
-    BufferWithCapacity<3> b;
-    b << ConstDataRope{"a", s, crlf, lf};
-    EXPECT_EQ("axy", MakeString(b.Written()));
-    ConstDataWithCapacity<4> c(s);
-    EXPECT_STREQ("xy", c.Text());
-    EXPECT_TRUE(c == s);
-    EXPECT_TRUE(ConstData("xy") == s);
-    unsigned char u[3] = {1, 2, 3};
-    ConstData v(u);
-    Data d(u);
-    EXPECT_EQ(3u, v.Length());
-    EXPECT_EQ(3u, ConstData(d).Length());
-    ExceptionPL e("abc");
-    EXPECT_STREQ("abc", e.what());
+namespace {
+
+constexpr ConstData crlf = "\r\n"_bytes;
+static_assert(crlf.Length() == 2 && crlf[0] == 13 && crlf[1] == 10);
+static_assert(ConstData().begin == nullptr && ConstData().end == nullptr && ConstData().IsEmpty());
+
+using Positions = std::vector<unsigned long>;
+
+int Sign(int number) {
+    return (number > 0) - (number < 0);
 }
+
+TEST(ConstDataTest, TakesTextsOfTheLanguage) {
+    std::string const string = Bytes("a\0b");
+    char const* text = "abc";
+    unsigned char const bytes[] = {'a', 'b', 'c'};
+    EXPECT_EQ(3u, ConstData(text).Length());
+    EXPECT_EQ(3u, ConstData(string).Length());
+    EXPECT_EQ(reinterpret_cast<unsigned char const*>(string.data()), ConstData(string).begin);
+    EXPECT_EQ(ConstData("abc"), ConstData(bytes));
+    EXPECT_EQ(ConstData("abc"), ConstData(bytes, bytes + 3));
+    EXPECT_EQ(ConstData("ab"), ConstData(bytes, 2));
+    EXPECT_EQ(ConstData("bc"), ConstData(text + 1, text + 3));
+    EXPECT_EQ(ConstData("ab"), ConstData(text, 2));
+    EXPECT_EQ(ConstData(""), ConstData(text, 0));
+    EXPECT_EQ(ConstData(""), ConstData(bytes, 0));
+    EXPECT_EQ(ConstData("bc"), ConstData(std::string_view(text).substr(1)));
+    EXPECT_EQ("abc", ConstData(bytes).View());
+}
+
+TEST(ConstDataTest, LiteralOfBytesKeepsItsInnerNuls) {
+    EXPECT_EQ(ConstData(Bytes("a\0b")), "a\0b"_bytes);
+    EXPECT_EQ(3u, "a\0b"_bytes.Length());
+    EXPECT_TRUE(""_bytes.IsEmpty());
+    EXPECT_EQ(0xFF, "\xFF"_bytes[0]);
+}
+
+TEST(ConstDataTest, DefaultEqualsAnEmptyRangeAtAnyAddress) {
+    char const text[] = "abc";
+    EXPECT_TRUE(ConstData() == ConstData(text, 0));
+    EXPECT_TRUE(ConstData(text + 2, text + 2) == ConstData(text, 0));
+    EXPECT_FALSE(ConstData() < ConstData(text, 0));
+    EXPECT_FALSE(ConstData(text, 0) < ConstData());
+    EXPECT_EQ(0, Compare(ConstData(), ConstData(text, 0)));
+    EXPECT_EQ(0, CompareReversed(ConstData(text, 0), ConstData()));
+    EXPECT_EQ("", MakeString(ConstData()));
+}
+
+TEST(ConstDataTest, EqualityIsThatOfTheBytes) {
+    EXPECT_TRUE(ConstData("abc") == ConstData(std::string("abc")));
+    EXPECT_FALSE(ConstData("abc") == ConstData("abd"));
+    EXPECT_FALSE(ConstData("abc") == ConstData("ab"));
+    EXPECT_FALSE("a\0b"_bytes == "a\0c"_bytes);
+    EXPECT_TRUE(ConstData("abc") != ConstData("abcd"));
+}
+
+TEST(ConstDataTest, EmptyRangeContainsNoByte) {
+    EXPECT_FALSE(ConstData().Contains(0));
+    EXPECT_FALSE(ConstData("").Contains(0));
+    EXPECT_EQ(ConstData::notFound, ConstData().PositionOf(0));
+    EXPECT_EQ(~std::uint64_t{0}, ConstData::notFound);
+}
+
+TEST(ConstDataTest, FindsTheFirstOccurrenceOfEachByte) {
+    std::string const bytes = EveryByte() + EveryByte();
+    std::vector<int> wrong;
+    for (int byte = 0; byte < 256; ++byte) {
+        ConstData const data(bytes);
+        unsigned char const wanted = static_cast<unsigned char>(byte);
+        ConstData const without(data.begin + byte + 1, data.begin + byte + 256);
+        if (data.PositionOf(wanted) != static_cast<std::uint64_t>(byte) || !data.Contains(wanted) ||
+            without.Contains(wanted) || without.PositionOf(wanted) != ConstData::notFound)
+            wrong.push_back(byte);
+    }
+    EXPECT_EQ(std::vector<int>(), wrong);
+}
+
+TEST(ConstDataTest, EmptyPatternIsContainedButHasNoPosition) {
+    for (ConstData const range : {ConstData(), ConstData("abc")}) {
+        for (ConstData const pattern : {ConstData(), ConstData("")}) {
+            EXPECT_TRUE(range.Contains(pattern));
+            EXPECT_EQ(ConstData::notFound, range.PositionOf(pattern));
+            EXPECT_EQ(Positions(), range.PositionsOf(pattern));
+            EXPECT_TRUE(range.StartsWith(pattern));
+            EXPECT_TRUE(range.EndsWith(pattern));
+        }
+    }
+}
+
+TEST(ConstDataTest, PatternLongerThanTheRangeIsNotFound) {
+    ConstData const range("ab");
+    EXPECT_FALSE(range.Contains(ConstData("abc")));
+    EXPECT_EQ(ConstData::notFound, range.PositionOf(ConstData("abc")));
+    EXPECT_EQ(Positions(), range.PositionsOf(ConstData("abc")));
+    EXPECT_FALSE(range.StartsWith(ConstData("abc")));
+    EXPECT_FALSE(range.EndsWith(ConstData("cab")));
+    EXPECT_FALSE(ConstData().StartsWith(ConstData("a")));
+    EXPECT_FALSE(ConstData().EndsWith(ConstData("a")));
+    EXPECT_FALSE(ConstData().Contains(ConstData("a")));
+}
+
+TEST(ConstDataTest, FindsPatterns) {
+    ConstData const range("abcabd");
+    EXPECT_EQ(0u, range.PositionOf(ConstData("ab")));
+    EXPECT_EQ(3u, range.PositionOf(ConstData("abd")));
+    EXPECT_EQ(0u, range.PositionOf(range));
+    EXPECT_EQ(ConstData::notFound, range.PositionOf(ConstData("abe")));
+    EXPECT_EQ(2u, "\0\0\1"_bytes.PositionOf("\1"_bytes));
+    EXPECT_EQ(1u, "\0\0\1"_bytes.PositionOf("\0\1"_bytes));
+    EXPECT_TRUE(range.StartsWith(ConstData("abc")));
+    EXPECT_FALSE(range.StartsWith(ConstData("abd")));
+    EXPECT_TRUE(range.EndsWith(ConstData("abd")));
+    EXPECT_FALSE(range.EndsWith(ConstData("abc")));
+}
+
+TEST(ConstDataTest, PositionsDoNotOverlap) {
+    EXPECT_EQ(Positions({0}), ConstData("aaa").PositionsOf(ConstData("aa")));
+    EXPECT_EQ(Positions({0, 2}), ConstData("aaaa").PositionsOf(ConstData("aa")));
+    EXPECT_EQ(Positions({0, 1, 2}), ConstData("aaa").PositionsOf(ConstData("a")));
+    EXPECT_EQ(Positions({1, 4}), ConstData("xabxab").PositionsOf(ConstData("ab")));
+    EXPECT_EQ(Positions(), ConstData("xyz").PositionsOf(ConstData("ab")));
+    EXPECT_EQ(Positions(), ConstData().PositionsOf(ConstData("ab")));
+}
+
+// Against the definition, byte by byte.
+TEST(ConstDataTest, SearchesAgreeWithTheirDefinition) {
+    unsigned const seed = 20240;
+    std::mt19937 random(seed);
+    std::vector<std::string> wrong;
+    for (int round = 0; round < 20000; ++round) {
+        std::string const text = RandomBytes(random, random() % 40, Bytes("ab\0"));
+        std::string const pattern = RandomBytes(random, 1 + random() % 5, Bytes("ab\0"));
+        Positions expected;
+        for (std::size_t at = 0; at + pattern.size() <= text.size();) {
+            bool const matches = std::equal(pattern.begin(), pattern.end(), text.begin() + at);
+            if (matches)
+                expected.push_back(at);
+            at += matches ? pattern.size() : 1;
+        }
+        ConstData const range(text);
+        std::uint64_t const first = expected.empty() ? ConstData::notFound : expected.front();
+        if (range.PositionsOf(pattern) != expected || range.PositionOf(pattern) != first ||
+            range.Contains(ConstData(pattern)) != !expected.empty())
+            wrong.push_back(Shown(text) + " / " + Shown(pattern));
+    }
+    EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
+}
+
+// A search that restarts at each byte would take 2^40 steps.
+TEST(ConstDataTest, SearchesInLinearTime) {
+    std::string const text(std::size_t{1} << 21, 'a');
+    std::string const pattern = std::string(std::size_t{1} << 20, 'a') + 'b';
+    EXPECT_EQ(ConstData::notFound, ConstData(text).PositionOf(ConstData(pattern)));
+    EXPECT_EQ(Positions(), ConstData(text).PositionsOf(ConstData(pattern)));
+}
+
+TEST(ConstDataTest, CopiesAsManyBytesAsBothSidesHold) {
+    unsigned char target[] = {'.', '.', '.', '.'};
+    EXPECT_EQ(ConstData(), ConstData("abc") >> Data(target));
+    EXPECT_EQ(ConstData("abc."), ConstData(target)) << "the tail of the target is left alone";
+    EXPECT_EQ(ConstData("ef"), ConstData("ABCDef") >> Data(target));
+    EXPECT_EQ(ConstData("ABCD"), ConstData(target));
+}
+
+TEST(ConstDataTest, RestOfACopyPointsIntoTheSource) {
+    ConstData const source("abcd");
+    unsigned char target[2];
+    ConstData const rest = source >> Data(target);
+    EXPECT_EQ(source.begin + 2, rest.begin);
+    EXPECT_EQ(source.end, rest.end);
+    EXPECT_EQ(source.begin, (source >> Data()).begin);
+    EXPECT_EQ(nullptr, (ConstData() >> Data(target)).begin);
+}
+
+TEST(ConstDataTest, CompareYieldsTheDifferenceOfBytesOrOneForLengths) {
+    EXPECT_EQ(-1, Compare("ab", "abc"));
+    EXPECT_EQ(1, Compare("abcdef", "ab"));
+    EXPECT_EQ(1, Compare("b", "a"));
+    EXPECT_EQ(2, Compare("c", "a"));
+    EXPECT_EQ(-2, Compare("a", "c"));
+    EXPECT_EQ(0, Compare("abc", "abc"));
+    EXPECT_EQ(255, Compare("\xFF"_bytes, "\0"_bytes));
+    EXPECT_EQ(-255, Compare("\0"_bytes, "\xFF"_bytes));
+    EXPECT_EQ(0xFF - 0x41, Compare("\xFF", "A"));
+    EXPECT_EQ(-1, Compare("", "a"));
+    EXPECT_EQ(1, Compare("a", ConstData()));
+}
+
+TEST(ConstDataTest, CompareReversedWalksFromTheEnds) {
+    EXPECT_EQ(-1, CompareReversed("xa", "ya"));
+    EXPECT_EQ(-1, CompareReversed("bc", "abc"));
+    EXPECT_EQ(1, CompareReversed("abc", "bc"));
+    EXPECT_EQ(2, CompareReversed("ac", "za"));
+    EXPECT_EQ(0, CompareReversed("abc", "abc"));
+    EXPECT_EQ(255, CompareReversed("\xFF\1"_bytes, "\0\1"_bytes));
+}
+
+TEST(ConstDataTest, ByteOrderIsUnsignedAndAPrefixIsLess) {
+    EXPECT_TRUE(ConstData("A") < ConstData("\xFF"));
+    EXPECT_FALSE(ConstData("\xFF") < ConstData("A"));
+    EXPECT_TRUE(ConstData("ab") < ConstData("abc"));
+    EXPECT_FALSE(ConstData("abc") < ConstData("ab"));
+    EXPECT_FALSE(ConstData("abc") < ConstData("abc"));
+    EXPECT_TRUE(ConstData("") < ConstData("a"));
+    EXPECT_TRUE("a\0"_bytes < "a\1"_bytes);
+}
+
+// Long common parts at all offsets, against the walk byte by byte.
+TEST(ConstDataTest, ComparisonsAgreeWithTheirDefinition) {
+    unsigned const seed = 20241;
+    std::mt19937 random(seed);
+    std::vector<std::string> wrong;
+    for (int round = 0; round < 20000; ++round) {
+        std::string left = RandomBytes(random, random() % 40, Bytes("aa\xFF"));
+        std::string right = left.substr(0, random() % (left.size() + 1)) +
+                            RandomBytes(random, random() % 4, Bytes("a\0"));
+        if (round % 2 == 0)
+            right = RandomBytes(random, random() % 3, Bytes("ab")) + left;
+        std::size_t const common = std::min(left.size(), right.size());
+        int const lengths = left.size() == right.size() ? 0 : (left.size() < right.size() ? -1 : 1);
+        int forward = lengths;
+        int backward = lengths;
+        for (std::size_t i = common; i-- > 0;)
+            if (left[i] != right[i])
+                forward =
+                    static_cast<unsigned char>(left[i]) - static_cast<unsigned char>(right[i]);
+        for (std::size_t i = common; i > 0; --i) {
+            int const difference = static_cast<unsigned char>(left[left.size() - i]) -
+                                   static_cast<unsigned char>(right[right.size() - i]);
+            backward = difference != 0 ? difference : backward;
+        }
+        if (Compare(left, right) != forward || CompareReversed(left, right) != backward ||
+            (ConstData(left) < ConstData(right)) != (forward < 0) ||
+            (ConstData(left) == ConstData(right)) != (forward == 0) ||
+            Sign(Compare(right, left)) != -Sign(forward))
+            wrong.push_back(Shown(left) + " / " + Shown(right));
+    }
+    EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
+}
+
+TEST(ConstDataTest, MakeStringCopiesAllBytes) {
+    EXPECT_EQ(EveryByte(), MakeString(ConstData(EveryByte())));
+    EXPECT_EQ("", MakeString(ConstData("")));
+}
+
+TEST(ConstDataTest, LooksAllocateNothing) {
+    std::string const text(500, 'a');
+    std::string const pattern = std::string(400, 'a') + "b";
+    unsigned char target[600];
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  ConstData const range(text);
+                  bool const found = range.Contains(ConstData(pattern)) || range.Contains('b') ||
+                                     range.StartsWith(pattern) || range.EndsWith(pattern) ||
+                                     range.PositionOf(ConstData(pattern)) != ConstData::notFound ||
+                                     Compare(range, pattern) == 0 ||
+                                     CompareReversed(range, pattern) == 0 || range == pattern ||
+                                     !(range < ConstData(pattern));
+                  if (!found)
+                      range >> Data(target);
+              }));
+    EXPECT_EQ('a', target[499]);
+}
+
 } // namespace

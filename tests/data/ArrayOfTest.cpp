@@ -1,0 +1,45 @@
+#include "data/ArrayOf.h"
+
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+static_assert(sizeof(ConstArrayOf<int>) == 2 * sizeof(int*));
+static_assert(sizeof(ArrayOf<int>) == 2 * sizeof(int*));
+static_assert(std::is_trivially_copyable_v<ArrayOf<int>>);
+static_assert(std::is_convertible_v<ArrayOf<int>, ConstArrayOf<int>>);
+static_assert(!std::is_convertible_v<ConstArrayOf<int>, ArrayOf<int>>);
+
+TEST(ArrayOfTest, DefaultRangeHasNullPointers) {
+    EXPECT_EQ(nullptr, ArrayOf<int>().begin);
+    EXPECT_EQ(nullptr, ArrayOf<int>().end);
+    EXPECT_EQ(nullptr, ConstArrayOf<int>().begin);
+    EXPECT_TRUE(ConstArrayOf<int>().IsEmpty());
+    EXPECT_EQ(0u, ArrayOf<int>().Length());
+}
+
+TEST(ArrayOfTest, RangesAreHalfOpen) {
+    int numbers[] = {1, 2, 3};
+    ArrayOf<int> const all(numbers);
+    EXPECT_EQ(numbers, all.begin);
+    EXPECT_EQ(numbers + 3, all.end);
+    EXPECT_EQ(3u, all.Length());
+    EXPECT_EQ(2u, ArrayOf<int>(numbers, 2).Length());
+    EXPECT_TRUE(ArrayOf<int>(numbers, 0).IsEmpty());
+    EXPECT_EQ(2, ConstArrayOf<int>(numbers + 1, numbers + 3)[0]);
+    all[2] = 7;
+    EXPECT_EQ(7, ConstArrayOf<int>(all)[2]);
+}
+
+TEST(ArrayOfTest, BufferOfCountsFromNought) {
+    unsigned short units[4];
+    BufferOf<unsigned short> const buffer{ArrayOf<unsigned short>(units)};
+    EXPECT_EQ(units, buffer.begin);
+    EXPECT_EQ(units + 4, buffer.end);
+    EXPECT_EQ(0u, buffer.count);
+    static_assert(sizeof(buffer.count) == 4);
+}
+
+} // namespace

@@ -1,0 +1,57 @@
+#include "data/Buffer.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Bytes.h"
+
+namespace {
+
+TEST(BufferTest, StandsAtTheBeginOfItsRange) {
+    unsigned char bytes[4];
+    Buffer const buffer{Data(bytes)};
+    EXPECT_EQ(bytes, buffer.position);
+    EXPECT_EQ(bytes, buffer.start);
+    EXPECT_EQ(bytes + 4, buffer.end);
+    EXPECT_TRUE(buffer.Written().IsEmpty());
+    EXPECT_EQ(4u, buffer.Room().Length());
+    ConstBuffer const source(ConstData("abc"));
+    EXPECT_EQ(source.position, source.start);
+    EXPECT_EQ(ConstData("abc"), source.Left());
+}
+
+TEST(BufferTest, CopyMovesBothPositions) {
+    unsigned char bytes[4];
+    Buffer target{Data(bytes)};
+    ConstBuffer source(ConstData("abc"));
+    EXPECT_EQ(&target, &(target << source));
+    EXPECT_EQ(bytes + 3, target.position);
+    EXPECT_EQ(source.end, source.position);
+    EXPECT_TRUE(source.IsEmpty());
+    EXPECT_FALSE(target.IsFull());
+    EXPECT_EQ(ConstData("abc"), target.Written());
+}
+
+TEST(BufferTest, CopyStopsAtAFullTarget) {
+    unsigned char bytes[4];
+    Buffer target{Data(bytes)};
+    ConstBuffer source(ConstData("abcdef"));
+    target << source;
+    EXPECT_TRUE(target.IsFull());
+    EXPECT_EQ(ConstData("ef"), source.Left());
+    target << source;
+    EXPECT_EQ(ConstData("ef"), source.Left());
+    target.Reset();
+    target << source;
+    EXPECT_EQ(ConstData("ef"), target.Written());
+    EXPECT_EQ(ConstData("efcd"), ConstData(bytes)) << "what lies behind is left alone";
+}
+
+TEST(BufferTest, CopyOfNothingDoesNothing) {
+    Buffer target{Data()};
+    ConstBuffer source{ConstData()};
+    target << source;
+    EXPECT_EQ(nullptr, target.position);
+    EXPECT_EQ(nullptr, source.position);
+}
+
+} // namespace

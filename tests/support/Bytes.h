@@ -1,0 +1,60 @@
+// Bytes for tests: literals with NULs in them, random texts, and a form that a failure can show.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <ostream>
+#include <random>
+#include <string>
+#include <string_view>
+
+#include "data/ConstData.h"
+#include "data/Data.h"
+
+// All characters of a literal but the NUL behind it.
+template <std::size_t size>
+std::string Bytes(char const (&literal)[size]) {
+    return std::string(literal, size - 1);
+}
+
+// One string of all bytes, in order.
+inline std::string EveryByte() {
+    std::string bytes;
+    for (int byte = 0; byte < 256; ++byte)
+        bytes.push_back(static_cast<char>(byte));
+    return bytes;
+}
+
+// `length` bytes drawn from `alphabet`.
+inline std::string RandomBytes(std::mt19937& random, std::size_t length,
+                               std::string const& alphabet) {
+    std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
+    std::string bytes(length, '\0');
+    for (char& byte : bytes)
+        byte = alphabet[pick(random)];
+    return bytes;
+}
+
+// Printable ASCII as it is, all else, and the backslash, as two hexadecimal digits: a\0D\0Ab.
+inline std::string Shown(ConstData data) {
+    std::string text;
+    for (std::size_t i = 0; i < data.Length(); ++i) {
+        if (data[i] >= ' ' && data[i] <= '~' && data[i] != '\\') {
+            text.push_back(static_cast<char>(data[i]));
+        } else {
+            char escape[4];
+            std::snprintf(escape, sizeof(escape), "\\%02X", data[i]);
+            text += escape;
+        }
+    }
+    return text;
+}
+
+// What GoogleTest prints for the views. Every test that compares views includes this header.
+inline void PrintTo(ConstData const& data, std::ostream* out) {
+    *out << '"' << Shown(data) << "\" (" << data.Length() << " bytes)";
+}
+
+inline void PrintTo(Data const& data, std::ostream* out) {
+    PrintTo(static_cast<ConstData>(data), out);
+}

@@ -1,0 +1,53 @@
+// Counts the allocations of a piece of code, or lets one of them fail.
+//
+// A program that links the library `test_allocation` has its global operator new replaced. Only the
+// allocations of the thread that counts, and only through operator new, are seen.
+#pragma once
+
+#include <cstddef>
+
+// Counts from its construction on. Counters may nest.
+class AllocationCounter {
+public:
+    AllocationCounter();
+
+    std::size_t Count() const;
+    // The bytes asked for.
+    std::size_t Bytes() const;
+
+private:
+    std::size_t countAtStart;
+    std::size_t bytesAtStart;
+};
+
+// From its construction to its destruction the n-th allocation, counted from 1, throws
+// std::bad_alloc (or yields null, for the forms with std::nothrow). One at a time.
+class FailingAllocation {
+public:
+    explicit FailingAllocation(std::size_t n);
+    ~FailingAllocation();
+    FailingAllocation(FailingAllocation const&) = delete;
+    FailingAllocation& operator=(FailingAllocation const&) = delete;
+
+    bool HasFailed() const;
+};
+
+template <class Body>
+std::size_t AllocationsOf(Body body) {
+    AllocationCounter const counter;
+    body();
+    return counter.Count();
+}
+
+// Runs `body` again and again, with its first, second, third ... allocation failing, until it needs
+// no more allocations than have succeeded. `body` takes the number of the failing allocation and
+// deals with the std::bad_alloc itself. Yields how many different allocations failed.
+template <class Body>
+std::size_t ForEachFailingAllocation(Body body) {
+    for (std::size_t n = 1;; ++n) {
+        FailingAllocation const failing(n);
+        body(n);
+        if (!failing.HasFailed())
+            return n - 1;
+    }
+}
