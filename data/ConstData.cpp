@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "data/AsciiTrim.h"
 #include "data/Data.h"
 
 static_assert(sizeof(ConstData) == 2 * sizeof(void*), "a pair of pointers, passed in registers");
@@ -106,6 +107,27 @@ bool ConstData::StartsWith(ConstData pattern) const {
 bool ConstData::EndsWith(ConstData pattern) const {
     return pattern.Length() <= Length() &&
            EqualBytes(end - pattern.Length(), pattern.begin, pattern.Length());
+}
+
+std::vector<ConstData> ConstData::Split(ConstData separator, bool trim, bool keepEmpty) const {
+    auto const trimmed = [trim](ConstData piece) {
+        return trim ? TrimAsciiWhitespace(piece) : piece;
+    };
+    if (separator.IsEmpty() || separator.Length() > Length())
+        return {trimmed(*this)};
+    std::vector<ConstData> pieces;
+    auto const add = [&](ConstData piece) {
+        piece = trimmed(piece);
+        if (keepEmpty || !piece.IsEmpty())
+            pieces.push_back(piece);
+    };
+    unsigned char const* start = begin;
+    for (unsigned long position : PositionsOf(separator)) {
+        add(ConstData(start, begin + position));
+        start = begin + position + separator.Length();
+    }
+    add(ConstData(start, end));
+    return pieces;
 }
 
 ConstData ConstData::operator>>(Data target) const {

@@ -52,6 +52,14 @@ public:
     bool StartsWith(ConstData pattern) const;
     bool EndsWith(ConstData pattern) const;
 
+    // The pieces between the occurrences of `separator`, as views of the same bytes, without their
+    // white space if `trim` is set (see AsciiTrim.h), and without the empty ones unless `keepEmpty`
+    // is. The occurrences are those of PositionsOf, so they are found before anything is trimmed.
+    //
+    // Deliberate: without a separator, or with one that is longer than the range, the whole range
+    // is the one piece, even if it is empty.
+    std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
+
     // Copies as many bytes as both sides hold, from the start of each. Yields what is left of the
     // source; how far the target got is for the caller to reckon.
     ConstData operator>>(Data target) const;
