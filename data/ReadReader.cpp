@@ -6,6 +6,9 @@
 #include "data/Data.h"
 #include "data/DataReader.h"
 #include "data/DataReceiver.h"
+#include "data/LineMaker.h"
+#include "data/LineReceiver.h"
+#include "data/MessageMaker.h"
 #include "data/StringReceiver.h"
 
 namespace {
@@ -24,6 +27,16 @@ void ReadReader(DataReader& reader, DataReceiver& receiver) {
         receiver.Receive(buffer.Written());
     }
     receiver.ReceiveEnd();
+}
+
+void ReadReader(DataReader& reader, LineReceiver& receiver) {
+    LineMaker lineMaker(receiver);
+    ReadReader(reader, static_cast<DataReceiver&>(lineMaker));
+}
+
+void ReadReader(DataReader& reader, MessageReceiver& receiver) {
+    MessageMaker messageMaker(receiver);
+    ReadReader(reader, static_cast<LineReceiver&>(messageMaker));
 }
 
 std::string ReadReader(DataReader& reader) {
