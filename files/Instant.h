@@ -1,0 +1,17 @@
+// A moment in time, as file systems and the exchange count it.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+
+// Microseconds from the epoch of the file system's times; negative before it.
+struct Instant {
+    constexpr Instant() = default;
+    explicit constexpr Instant(std::int64_t count) : microseconds(count) {}
+
+    friend constexpr auto operator<=>(Instant const&, Instant const&) = default;
+
+    std::int64_t microseconds = 0;
+};
+
+static_assert(sizeof(Instant) == 8, "an instant is its count");

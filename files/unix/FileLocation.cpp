@@ -1,0 +1,160 @@
+#include "files/unix/FileLocation.h"
+
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+
+namespace UnixPlatform {
+
+namespace {
+
+char const* Characters(ConstData data) {
+    return reinterpret_cast<char const*>(data.begin);
+}
+
+// Without the slashes at the end, as long as `least` bytes remain.
+ConstData WithoutTrailingSlashes(ConstData path, std::size_t least) {
+    while (path.Length() > least && path.end[-1] == '/')
+        --path.end;
+    return path;
+}
+
+bool IsRootPath(ConstData path) {
+    return path == "/"_bytes;
+}
+
+} // namespace
+
+FileLocation::FileLocation(FileLocation const& other) : FileLocation() {
+    *this = other;
+}
+
+FileLocation& FileLocation::operator=(FileLocation const& other) {
+    SetFullPathName(other.text, static_cast<unsigned int>(std::strlen(other.text)));
+    return *this;
+}
+
+void FileLocation::Release() {
+    if (text != inside)
+        delete[] text;
+    text = inside;
+    text[0] = '\0';
+    length = 0;
+}
+
+// Takes the text in `block`, which is `inside` or a block for this object to own.
+void FileLocation::Adopt(char* block, unsigned int newLength) {
+    static_assert(sizeof(FileLocation) == 144 && insideSize == 128,
+                  "a pointer, 128 bytes inside, and the length");
+    if (text != inside)
+        delete[] text;
+    text = block;
+    length = newLength;
+}
+
+void FileLocation::SetFullPathName(char const* path, unsigned int pathLength) {
+    if (path == text)
+        return;
+    ConstData const kept = WithoutTrailingSlashes(ConstData(path, pathLength), 1);
+    std::size_t const count = kept.Length();
+    char* const target = count < insideSize ? inside : new char[count + 1];
+    if (count != 0)
+        std::memmove(target, path, count);
+    target[count] = '\0';
+    Adopt(target, static_cast<unsigned int>(count));
+}
+
+void FileLocation::Set(FileLocation const& parent, ConstData const& name) {
+    if (parent.IsEmpty())
+        throw EmptyFileLocationError(0);
+    ConstData const base = parent.Bytes();
+    if (name.IsEmpty()) {
+        SetFullPathName(Characters(base), static_cast<unsigned int>(base.Length()));
+        return;
+    }
+    ConstData const tail = WithoutTrailingSlashes(name, 0);
+    std::size_t const stored = parent.length + tail.Length() + 1;
+    if (stored > std::numeric_limits<unsigned int>::max())
+        throw std::length_error("FileLocation");
+
+    // Not written in place, since both pieces may stand there.
+    char joined[insideSize];
+    char* const target = stored < insideSize ? joined : new char[stored + 1];
+    char* end = target;
+    end = static_cast<char*>(std::memcpy(end, base.begin, base.Length())) + base.Length();
+    if (name[0] != '/')
+        *end++ = '/';
+    if (!tail.IsEmpty())
+        end = static_cast<char*>(std::memcpy(end, tail.begin, tail.Length())) + tail.Length();
+    *end++ = '\0';
+    if (target == joined)
+        std::memcpy(inside, joined, static_cast<std::size_t>(end - joined));
+    Adopt(target == joined ? inside : target, static_cast<unsigned int>(stored));
+}
+
+FileLocation FileLocation::Relative(char const* path) const {
+    FileLocation result;
+    result.Set(*this, ConstData(path));
+    return result;
+}
+
+FileLocation FileLocation::Parent() const {
+    ConstData const path = ParentPath(Bytes());
+    FileLocation result;
+    result.SetFullPathName(Characters(path), static_cast<unsigned int>(path.Length()));
+    return result;
+}
+
+FileName FileLocation::Name() const {
+    if (IsEmpty())
+        return FileName();
+    char const* const slash = std::strrchr(text, '/');
+    return FileName(slash == nullptr ? text : slash + 1);
+}
+
+bool FileLocation::IsRoot() const {
+    if (IsEmpty())
+        throw EmptyFileLocationError(0);
+    return IsRootPath(Bytes());
+}
+
+ConstData ParentPath(ConstData path) {
+    if (path.IsEmpty())
+        throw EmptyFileLocationError(0);
+    if (IsRootPath(path))
+        throw RootHasNoParent(path, 0);
+    std::size_t const slash = path.View().rfind('/');
+    if (slash == std::string_view::npos)
+        throw InvalidFileLocation(path, 0);
+    return slash == 0 ? ConstData(path.begin, 1)
+                      : WithoutTrailingSlashes(ConstData(path.begin, slash), 1);
+}
+
+char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location) {
+    ConstData directory;
+    char const* const wildcard = MakeFileLocationWithWildcardUnix(spec, directory);
+    FileLocation result;
+    result.SetFullPathName(Characters(directory), static_cast<unsigned int>(directory.Length()));
+    location = result;
+    return wildcard;
+}
+
+} // namespace UnixPlatform
+
+char const* MakeFileLocationWithWildcardUnix(char const* spec, ConstData& directoryPart) {
+    if (spec == nullptr || *spec == '\0')
+        throw EmptyFileLocationError(0);
+    char const* const slash = std::strrchr(spec, '/');
+    char const* const component = slash == nullptr ? spec : slash + 1;
+    if (std::strpbrk(component, "*?") == nullptr) {
+        directoryPart = ConstData(spec);
+        return nullptr;
+    }
+    directoryPart = ConstData(spec, component);
+    return component;
+}
