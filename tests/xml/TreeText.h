@@ -1,0 +1,30 @@
+// A tree on one line, for tests: name[b=1,c=2]"text"{children}, with empty parts left out.
+#pragma once
+
+#include <string>
+
+#include "xml/XMLElementPL.h"
+
+// An element does not list its attributes, so only those named by a single letter are shown, in the
+// order of the alphabet.
+inline std::string AttributesText(XMLElementPL const& element) {
+    std::string list;
+    for (char letter = 'a'; letter <= 'z'; ++letter) {
+        std::string const name(1, letter);
+        if (element.HasAttribute(name))
+            list += (list.empty() ? "" : ",") + name + "=" + element.GetAttribute(name);
+    }
+    return list.empty() ? list : "[" + list + "]";
+}
+
+inline std::string TreeText(XMLElementPL const& element) {
+    std::string line = element.GetName() + AttributesText(element);
+    if (!element.GetText().empty())
+        line += '"' + element.GetText() + '"';
+    if (element.GetElementList().empty())
+        return line;
+    line += '{';
+    for (XMLElementPL const& child : element.GetElementList())
+        line += TreeText(child);
+    return line + '}';
+}

@@ -1,0 +1,253 @@
+#include "xml/XMLElementPL.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/support/FailingAllocation.h"
+#include "tests/xml/TreeText.h"
+
+namespace {
+
+// The list of pointers that the events carry.
+class Pointers {
+public:
+    Pointers(std::initializer_list<XMLAttribute> list) : attributes(list) {
+        for (XMLAttribute const& attribute : attributes)
+            pointers.push_back(&attribute);
+    }
+    operator std::vector<XMLAttribute const*> const&() const { return pointers; }
+
+private:
+    std::vector<XMLAttribute> attributes;
+    std::vector<XMLAttribute const*> pointers;
+};
+
+Pointers const none{};
+
+// A chain of elements, one in the other.
+std::unique_ptr<XMLElementPL> MakeDeepTree(unsigned int depth) {
+    auto root = std::make_unique<XMLElementPL>("r", none);
+    XMLElementPL* innermost = root.get();
+    for (unsigned int level = 1; level < depth; ++level)
+        innermost = innermost->AddChildElement("e", none);
+    return root;
+}
+
+unsigned int DepthOf(XMLElementPL const& root) {
+    unsigned int depth = 1;
+    for (XMLElementPL const* element = &root; !element->GetElementList().empty(); ++depth)
+        element = &element->GetElementList().front();
+    return depth;
+}
+
+unsigned int const deep = 50'000;
+
+TEST(XMLElementPLTest, BothConstructorsCopyNameAndAttributes) {
+    XMLElementPL const fromPairs("a", std::vector<XMLAttribute>{{"b", "1"}, {"c", "2"}});
+    XMLElementPL const fromPointers("a", Pointers{{"b", "1"}, {"c", "2"}});
+    for (XMLElementPL const* element : {&fromPairs, &fromPointers}) {
+        EXPECT_EQ(element->GetName(), "a");
+        EXPECT_EQ(element->GetAttribute("b"), "1");
+        EXPECT_EQ(element->GetAttribute("c"), "2");
+        EXPECT_EQ(element->GetText(), "");
+        EXPECT_TRUE(element->GetElementList().empty());
+    }
+}
+
+TEST(XMLElementPLTest, AttributesAreFoundIgnoringAsciiCase) {
+    XMLElementPL const element("a", Pointers{{"id", "7"}, {"\xE9", "high"}});
+    EXPECT_TRUE(element.HasAttribute("ID"));
+    EXPECT_EQ(element.GetAttribute("Id"), "7");
+    EXPECT_TRUE(element.HasAttribute("\xE9"));
+    EXPECT_FALSE(element.HasAttribute("\xC9"));
+    EXPECT_FALSE(element.HasAttribute("i"));
+    EXPECT_FALSE(element.HasAttribute("idd"));
+    EXPECT_FALSE(element.HasAttribute(""));
+}
+
+TEST(XMLElementPLTest, TheFirstOfTwoDuplicatesIsFound) {
+    XMLElementPL const element("a", Pointers{{"b", "1"}, {"B", "2"}, {"b", "3"}});
+    EXPECT_EQ(element.GetAttribute("B"), "1");
+}
+
+TEST(XMLElementPLTest, AnAbsentAttributeIsOneSharedEmptyString) {
+    XMLElementPL const element("a", Pointers{{"empty", ""}});
+    XMLElementPL const other("b", none);
+    EXPECT_FALSE(element.HasAttribute("absent"));
+    EXPECT_EQ(element.GetAttribute("absent"), "");
+    EXPECT_EQ(&element.GetAttribute("absent"), &other.GetAttribute("id"));
+    EXPECT_TRUE(element.HasAttribute("empty"));
+    EXPECT_EQ(element.GetAttribute("empty"), "");
+}
+
+TEST(XMLElementPLTest, ChildrenStandInOrderAndStayInTheirPlace) {
+    XMLElementPL element("a", none);
+    std::vector<XMLElementPL const*> added;
+    for (char name = 'b'; name <= 'z'; ++name)
+        added.push_back(element.AddChildElement(std::string(1, name), Pointers{{"n", {name}}}));
+    std::vector<XMLElementPL const*> listed;
+    for (XMLElementPL const& child : element.GetElementList())
+        listed.push_back(&child);
+    EXPECT_EQ(listed, added);
+    EXPECT_EQ(added[3]->GetName(), "e");
+    EXPECT_EQ(added[3]->GetAttribute("N"), "e");
+}
+
+TEST(XMLElementPLTest, AnElementCanBeAddedAsACopyEvenToItself) {
+    XMLElementPL element("a", none);
+    XMLElementPL child("b", Pointers{{"c", "d"}});
+    child.AddChildElement("e", none);
+    XMLElementPL const* const added = element.AddChildElement(child);
+    EXPECT_NE(added, &child);
+    EXPECT_EQ(TreeText(*added), TreeText(child));
+    element.AddChildElement(element);
+    EXPECT_EQ(TreeText(element), "a{b[c=d]{e}a{b[c=d]{e}}}");
+}
+
+TEST(XMLElementPLTest, ACopyIsDeepAndOnItsOwn) {
+    XMLElementPL source("a", Pointers{{"b", "c"}});
+    XMLElementPL* const child = source.AddChildElement("d", none);
+    child->AddChildElement("e", Pointers{{"f", "g"}, {"f", "h"}});
+    child->AddChildElement("i", none)->AddChildElement("j", none);
+    source.AddChildElement("k", none);
+    XMLElementPL copy(source);
+    std::string const text = "a[b=c]{d{e[f=g]i{j}}k}";
+    EXPECT_EQ(TreeText(copy), text);
+    child->AddChildElement("new", none);
+    source.Reset("other", none);
+    EXPECT_EQ(TreeText(copy), text);
+    copy.AddChildElement("l", none);
+    EXPECT_EQ(TreeText(source), "other");
+}
+
+TEST(XMLElementPLTest, ResetLeavesNothingToBeSeen) {
+    XMLElementPL element("a", Pointers{{"b", "1"}, {"c", "2"}});
+    element.AddChildElement("d", none);
+    element.Reset("e", Pointers{{"f", "3"}});
+    EXPECT_EQ(TreeText(element), "e[f=3]");
+    EXPECT_FALSE(element.HasAttribute("b"));
+    element.Reset("g", none);
+    EXPECT_EQ(TreeText(element), "g");
+}
+
+TEST(XMLElementPLTest, OldChildrenAreUsedAgainInTheirOrder) {
+    XMLElementPL element("a", none);
+    XMLElementPL* const first = element.AddChildElement("b", Pointers{{"c", "d"}});
+    XMLElementPL* const inner = first->AddChildElement("inner", none);
+    XMLElementPL* const second = element.AddChildElement("e", none);
+    element.Reset("f", none);
+    EXPECT_EQ(element.AddChildElement("g", none), first);
+    EXPECT_EQ(first->AddChildElement("h", none), inner);
+    EXPECT_EQ(element.AddChildElement("i", Pointers{{"j", "k"}}), second);
+    EXPECT_NE(element.AddChildElement("l", none), nullptr);
+    EXPECT_EQ(TreeText(element), "f{g{h}i[j=k]l}");
+}
+
+TEST(XMLElementPLTest, WhatIsLeftOverGoesWhenTheChildrenAreAskedFor) {
+    XMLElementPL element("a", none);
+    for (char const* name : {"b", "c", "d"})
+        element.AddChildElement(name, none)->AddChildElement("inner", none);
+    element.Reset("e", none);
+    element.AddChildElement("f", none);
+    XMLElementPL const& readOnly = element;
+    EXPECT_EQ(readOnly.GetElementList().size(), 1u);
+    EXPECT_EQ(TreeText(element), "e{f}");
+    element.AddChildElement("g", none);
+    EXPECT_EQ(TreeText(element), "e{fg}");
+}
+
+TEST(XMLElementPLTest, ACursorAtTheEndIsHarmless) {
+    XMLElementPL element("a", none);
+    element.AddChildElement("b", none);
+    element.Reset("c", none);
+    element.AddChildElement("d", none);
+    EXPECT_EQ(TreeText(element), "c{d}");
+    EXPECT_EQ(TreeText(element), "c{d}");
+    element.AddChildElement("e", none);
+    EXPECT_EQ(TreeText(element), "c{de}");
+    XMLElementPL childless("f", none);
+    childless.Reset("g", none);
+    EXPECT_EQ(TreeText(childless), "g");
+    childless.AddChildElement("h", none);
+    EXPECT_EQ(TreeText(childless), "g{h}");
+}
+
+// A cursor into the list of the source would make the copy free what is not its own.
+TEST(XMLElementPLTest, ACopyInTheMiddleOfARecyclingShowsWhatTheSourceShows) {
+    for (int reused = 0; reused <= 3; ++reused) {
+        auto source = std::make_unique<XMLElementPL>("a", none);
+        for (char const* name : {"b", "c", "d"})
+            source->AddChildElement(name, none);
+        source->Reset("e", none);
+        std::string expected;
+        for (int count = 0; count < reused; ++count) {
+            source->AddChildElement("f", none);
+            expected += "f";
+        }
+        XMLElementPL outer("outer", none);
+        outer.AddChildElement(*source);
+        XMLElementPL untouched(outer);
+        XMLElementPL grown(*source);
+        grown.AddChildElement("g", none);
+        source.reset();
+        EXPECT_EQ(TreeText(grown), "e{" + expected + "g}");
+        EXPECT_EQ(TreeText(untouched), TreeText(outer));
+        EXPECT_EQ(TreeText(outer), expected.empty() ? "outer{e}" : "outer{e{" + expected + "}}");
+    }
+}
+
+TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
+    XMLElementPL element("aNameThatDoesNotFitIntoASmallString", none);
+    std::string const name = "anotherNameThatDoesNotFitIntoOne";
+    Pointers const attributes{{"anAttributeWithALongEnoughName", "and with a long enough value"},
+                              {"c", "another value of sufficient length"}};
+    element.Reset(name, attributes);
+    // The cursor is there already, so nothing at all is new.
+    EXPECT_EQ(AllocationsOf([&] { element.Reset(name, attributes); }), 0u);
+}
+
+TEST(XMLElementPLTest, ADeepTreeIsCopiedTrimmedAndFreedWithoutRecursion) {
+    std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
+    XMLElementPL outer("outer", none);
+    outer.AddChildElement(*source);
+    outer.AddChildElement(outer);
+    EXPECT_EQ(DepthOf(outer), deep + 1);
+    EXPECT_EQ(DepthOf(outer.GetElementList().back()), deep + 1);
+    outer.Reset("new", none);
+    EXPECT_TRUE(outer.GetElementList().empty());
+}
+
+TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreed) {
+    XMLElementPL outer("outer", none);
+    for (int count = 0; count < 10; ++count)
+        outer.AddChildElement(*MakeDeepTree(deep / 10));
+    XMLElementPL const copy(outer);
+    EXPECT_EQ(copy.GetElementList().size(), 10u);
+    for (XMLElementPL const& child : copy.GetElementList())
+        EXPECT_EQ(DepthOf(child), deep / 10);
+}
+
+TEST(XMLElementPLTest, AFailedAllocationLosesNothingAndLeavesTheSourceAlone) {
+    XMLElementPL source("aNameThatDoesNotFitIntoASmallString", Pointers{{"b", "c"}});
+    source.AddChildElement("d", none)->AddChildElement("e", Pointers{{"f", "g"}});
+    source.AddChildElement("h", none)->AddChildElement("i", none);
+    std::string const text = TreeText(source);
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        try {
+            XMLElementPL target("target", none);
+            target.AddChildElement(source);
+            target.Reset("aLongNameForTheSecondRoundOfIt", Pointers{{"j", "k"}, {"l", "m"}});
+            target.AddChildElement("n", Pointers{{"o", "p"}});
+            target.GetElementList();
+        } catch (std::bad_alloc const&) {
+        }
+    });
+    EXPECT_GT(failures, 10u);
+    EXPECT_EQ(TreeText(source), text);
+}
+
+} // namespace

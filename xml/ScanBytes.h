@@ -1,0 +1,84 @@
+// Where a run of plain bytes ends: the first byte of a small set, sought 16 at a time.
+//
+// For the sources of this folder only. Each form is given beside the plain loop that says what it
+// means; the tests compare the two. SSE2 belongs to every x86-64 processor, so nothing is chosen at
+// run time; another processor takes the plain loops.
+#pragma once
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace ScanBytes {
+
+// The first byte in [from, end) that is one of `wanted`, or `end`.
+template <class... Bytes>
+char const* FindPlainly(char const* from, char const* end, Bytes... wanted) {
+    while (from != end && ((*from != wanted) && ...))
+        ++from;
+    return from;
+}
+
+// The same, but a byte of 0x80 and above counts as wanted too.
+template <class... Bytes>
+char const* FindOrHighPlainly(char const* from, char const* end, Bytes... wanted) {
+    while (from != end && static_cast<signed char>(*from) >= 0 && ((*from != wanted) && ...))
+        ++from;
+    return from;
+}
+
+#if defined(__SSE2__)
+
+inline __m128i Load(char const* from) {
+    return _mm_loadu_si128(reinterpret_cast<__m128i const*>(from));
+}
+
+// All ones in the place of each byte that is one of `wanted`.
+template <class... Bytes>
+__m128i Matches(__m128i chunk, Bytes... wanted) {
+    __m128i found = _mm_setzero_si128();
+    ((found = _mm_or_si128(found, _mm_cmpeq_epi8(chunk, _mm_set1_epi8(wanted)))), ...);
+    return found;
+}
+
+// One bit for each byte whose highest bit is set; bit 0 stands for the first byte.
+inline unsigned int HighBits(__m128i chunk) {
+    return static_cast<unsigned int>(_mm_movemask_epi8(chunk));
+}
+
+template <class... Bytes>
+char const* Find(char const* from, char const* end, Bytes... wanted) {
+    for (; end - from >= 16; from += 16) {
+        unsigned int const found = HighBits(Matches(Load(from), wanted...));
+        if (found != 0)
+            return from + __builtin_ctz(found);
+    }
+    return FindPlainly(from, end, wanted...);
+}
+
+template <class... Bytes>
+char const* FindOrHigh(char const* from, char const* end, Bytes... wanted) {
+    for (; end - from >= 16; from += 16) {
+        __m128i const chunk = Load(from);
+        unsigned int const found = HighBits(_mm_or_si128(chunk, Matches(chunk, wanted...)));
+        if (found != 0)
+            return from + __builtin_ctz(found);
+    }
+    return FindOrHighPlainly(from, end, wanted...);
+}
+
+#else
+
+template <class... Bytes>
+char const* Find(char const* from, char const* end, Bytes... wanted) {
+    return FindPlainly(from, end, wanted...);
+}
+
+template <class... Bytes>
+char const* FindOrHigh(char const* from, char const* end, Bytes... wanted) {
+    return FindOrHighPlainly(from, end, wanted...);
+}
+
+#endif
+
+} // namespace ScanBytes
