@@ -1,0 +1,59 @@
+#include "data/AsciiFilters.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+#include "data/ApplyFilter.h"
+#include "data/Ascii.h"
+#include "data/Buffer.h"
+#include "tests/support/Bytes.h"
+
+namespace {
+
+TEST(AsciiFiltersTest, FiltersMapAsTheTablesSay) {
+    EXPECT_EQ("ABC", ApplyFilter("abc", Ascii::RaiseCase()));
+    EXPECT_EQ("abc", ApplyFilter("aBC", Ascii::LowerCase()));
+    std::string const all = EveryByte() + EveryByte() + EveryByte() + EveryByte() + EveryByte();
+    EXPECT_EQ(Ascii::RaiseCase(ConstData(all)), ApplyFilter(all, Ascii::RaiseCase()));
+    EXPECT_EQ(Ascii::LowerCase(ConstData(all)), ApplyFilter(all, Ascii::LowerCase()));
+}
+
+TEST(AsciiFiltersTest, FiltersStopAtAFullTarget) {
+    char room[2];
+    ConstBuffer source(ConstData("abc"));
+    Buffer target{Data(room)};
+    Ascii::RaiseCase()(source, target);
+    EXPECT_EQ("AB", MakeString(target.Written()));
+    EXPECT_EQ("c", MakeString(source.Left()));
+}
+
+TEST(AsciiFiltersTest, FiltersHoldNothingBack) {
+    char room[2];
+    ConstBuffer source(ConstData("ab"));
+    Buffer target{Data(room)};
+    Ascii::LowerCase()(source, target);
+    EXPECT_TRUE(Ascii::LowerCase().Flushed());
+    EXPECT_TRUE(Ascii::RaiseCase().Flushed());
+    target.Reset();
+    Ascii::LowerCase().Flush(target);
+    EXPECT_TRUE(target.Written().IsEmpty());
+}
+
+TEST(AsciiFiltersTest, FormsOfTheBaseAreThere) {
+    char room[3];
+    Ascii::RaiseCase()(ConstData("xyz"), Data(room));
+    EXPECT_EQ("XYZ", std::string(room, 3));
+    DataFilter& base = Ascii::LowerCase();
+    base(ConstData("XYZ"), Data(room));
+    EXPECT_EQ("xyz", std::string(room, 3));
+}
+
+TEST(AsciiFiltersTest, OneInstanceOfEachIsShared) {
+    EXPECT_EQ(&Ascii::RaiseCase(), &Ascii::RaiseCase());
+    EXPECT_EQ(&Ascii::LowerCase(), &Ascii::LowerCase());
+    EXPECT_EQ(sizeof(DataFilter), sizeof(Ascii::CaseRaisingFilter));
+    EXPECT_EQ(sizeof(DataFilter), sizeof(Ascii::CaseLoweringFilter));
+}
+
+} // namespace
