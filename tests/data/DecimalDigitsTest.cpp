@@ -1,0 +1,35 @@
+#include "data/DecimalDigits.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+TEST(DecimalDigitsTest, PairsAreTheTwoDigitsOfTheirValue) {
+    for (unsigned value = 0; value < 100; ++value) {
+        EXPECT_EQ(static_cast<char>('0' + value / 10), DecimalDigits::pairs[value * 2]);
+        EXPECT_EQ(static_cast<char>('0' + value % 10), DecimalDigits::pairs[value * 2 + 1]);
+    }
+}
+
+std::uint64_t DigitByDigit(std::uint32_t value) {
+    std::uint64_t digits = 0;
+    for (int i = 0; i < 8; ++i, value /= 10)
+        digits = digits << 8 | value % 10;
+    return digits;
+}
+
+// Both halves of a value are treated alike and apart, so that each four digits in either half, with
+// the extremes in the other, are all that there is to try.
+TEST(DecimalDigitsTest, EightDigitsAreThoseOfTheValue) {
+    unsigned mismatches = 0;
+    for (std::uint32_t four = 0; four < 10000; ++four)
+        for (std::uint32_t other : {0u, 1u, 4567u, 9999u}) {
+            for (std::uint32_t value : {four * 10000 + other, other * 10000 + four})
+                mismatches += DecimalDigits::EightDigits(value) != DigitByDigit(value);
+        }
+    EXPECT_EQ(0u, mismatches);
+}
+
+} // namespace
