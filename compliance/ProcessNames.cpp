@@ -1,0 +1,142 @@
+#include "compliance/ProcessNames.h"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr size_t targetSize = 4096;
+constexpr size_t headSize = 512;
+constexpr size_t procPathSize = 40;
+
+// "/proc/<id>/<leaf>"
+class ProcPath {
+public:
+    ProcPath(unsigned int processId, char const* leaf) {
+        std::snprintf(text.data(), text.size(), "/proc/%u/%s", processId, leaf);
+    }
+
+    char const* c_str() const { return text.data(); }
+
+private:
+    std::array<char, procPathSize> text;
+};
+
+// Reads the first 511 bytes of a file and puts a zero behind them. What can't be opened or read is
+// empty.
+char const* ReadHead(ProcPath const& path, char (&head)[headSize]) {
+    size_t length = 0;
+    if (int const fd = open(path.c_str(), O_RDONLY | O_CLOEXEC); fd >= 0) {
+        ssize_t const got = read(fd, head, headSize - 1);
+        length = got > 0 ? static_cast<size_t>(got) : 0;
+        close(fd);
+    }
+    head[length] = '\0';
+    return head;
+}
+
+// Reads the link to the program of a process. What can't be read is empty.
+std::string_view ReadTarget(unsigned int processId, char* target, size_t size) {
+    ssize_t const length = readlink(ProcPath(processId, "exe").c_str(), target, size);
+    return {target, length > 0 ? static_cast<size_t>(length) : 0};
+}
+
+// Without the directories before the last component, unless the only slash stands in front.
+std::string_view WithoutDirectories(std::string_view target) {
+    size_t const slash = target.rfind('/');
+    return slash == std::string_view::npos || slash == 0 ? target : target.substr(slash + 1);
+}
+
+// The text between the first "(" and the first ")", or nothing. The ")" may also stand in front.
+std::string_view BetweenParentheses(char const* text) {
+    char const* const open = std::strchr(text, '(');
+    char const* const close = std::strchr(text, ')');
+    if (!open || !close || close <= open)
+        return {};
+    return {open + 1, static_cast<size_t>(close - open) - 1};
+}
+
+// A number as scanf's "%d" reads it, after any white space; moves the text behind it.
+bool ReadInt(char const*& text, int& number) {
+    char* end = nullptr;
+    // Too large a number is cut to its low bits.
+    number = static_cast<int>(std::strtol(text, &end, 10));
+    bool const found = end != text;
+    text = end;
+    return found;
+}
+
+// The text behind a label at the start of a line that is not the first, or null.
+char const* Behind(char const* text, char const* label) {
+    char const* const found = std::strstr(text, label);
+    return found ? found + std::strlen(label) : nullptr;
+}
+
+void ReadParent(char const* status, long long& parentProcessId) {
+    char const* rest = Behind(status, "\nPPid:");
+    int parent = 0;
+    if (rest && ReadInt(rest, parent))
+        parentProcessId = parent;
+}
+
+void ReadUsers(char const* status, long long& realUserId, long long& effectiveUserId) {
+    char const* rest = Behind(status, "\nUid:");
+    int real = 0;
+    int effective = 0;
+    if (rest && ReadInt(rest, real) && ReadInt(rest, effective)) {
+        realUserId = static_cast<std::uint32_t>(real);
+        effectiveUserId = static_cast<std::uint32_t>(effective);
+    }
+}
+
+// Copies the text and a zero if both fit and there is a text at all.
+bool CopyOut(std::string_view text, char* result, unsigned int capacity) {
+    if (text.empty() || text.size() >= capacity)
+        return false;
+    std::memcpy(result, text.data(), text.size());
+    result[text.size()] = '\0';
+    return true;
+}
+
+} // namespace
+
+bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
+                     long long& parentProcessId, long long& realUserId,
+                     long long& effectiveUserId) {
+    parentProcessId = realUserId = effectiveUserId = -1;
+
+    char target[targetSize];
+    char stat[headSize];
+    std::string_view const linked = ReadTarget(processId, target, targetSize);
+    std::string_view const found =
+        linked.empty() ? BetweenParentheses(ReadHead(ProcPath(processId, "stat"), stat))
+                       : WithoutDirectories(linked);
+
+    char status[headSize];
+    ReadHead(ProcPath(processId, "status"), status);
+    ReadParent(status, parentProcessId);
+    ReadUsers(status, realUserId, effectiveUserId);
+    return CopyOut(found, name, capacity);
+}
+
+bool ProcessIdToPath(unsigned int processId, char* path, unsigned int capacity) {
+    char target[targetSize];
+    return CopyOut(ReadTarget(processId, target, targetSize - 1), path, capacity);
+}
+
+bool ProcessIdToPathWorks() {
+    constexpr int unknown = 2;
+    static int works = unknown;
+    if (works == unknown) {
+        char path[1024];
+        works = ProcessIdToPath(static_cast<unsigned int>(getpid()), path, sizeof path) ? 1 : 0;
+    }
+    return works == 1;
+}

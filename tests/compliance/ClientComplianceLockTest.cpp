@@ -1,0 +1,300 @@
+#include "compliance/ClientComplianceLock.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/compliance/LockProbe.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+static_assert(std::is_empty_v<ClientComplianceLock>);
+static_assert(!std::is_copy_constructible_v<ClientComplianceLock>);
+static_assert(noexcept(std::declval<ClientComplianceLock&>().Lock()));
+
+constexpr char const* requestDirectory = "/var/opt/VeskaClient/RequestDir";
+constexpr char const* lockFile = "/var/opt/VeskaClient/RequestDir/lockfile";
+
+bool Lock() {
+    return ClientComplianceLock::The().Lock();
+}
+
+void Unlock() {
+    ClientComplianceLock::The().Unlock();
+}
+
+bool IsLocked() {
+    return IsLockedForOthers(lockFile);
+}
+
+// The state of the lock belongs to the process, so each case needs a process of its own: the body
+// of a machine is one.
+void InMachineWithAgentDirectories(std::function<void()> const& body) {
+    PrivateMachine::Run([&] {
+        PrivateMachine::CreateAgentDirectories();
+        body();
+    });
+}
+
+long CountOpenDescriptors() {
+    fs::directory_iterator const entries("/proc/self/fd");
+    return std::distance(begin(entries), end(entries));
+}
+
+TEST(ClientComplianceLockTest, IsOneInstance) {
+    InMachineWithAgentDirectories(
+        [] { EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The()); });
+}
+
+TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
+    InMachineWithAgentDirectories([] {
+        umask(022);
+        EXPECT_TRUE(Lock());
+        EXPECT_TRUE(IsLocked());
+        for (auto const& entry : fs::directory_iterator(requestDirectory))
+            EXPECT_EQ(lockFile, entry.path().string());
+        EXPECT_EQ(fs::perms(0644), fs::status(lockFile).permissions());
+    });
+}
+
+TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
+    InMachineWithAgentDirectories([] {
+        EXPECT_TRUE(Lock());
+        Unlock();
+        EXPECT_TRUE(fs::exists(lockFile));
+        EXPECT_EQ(0u, fs::file_size(lockFile));
+        EXPECT_FALSE(IsLocked());
+    });
+}
+
+TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
+    InMachineWithAgentDirectories([] {
+        std::ofstream(lockFile) << "content";
+        EXPECT_TRUE(Lock());
+        Unlock();
+        std::string content;
+        std::getline(std::ifstream(lockFile), content);
+        EXPECT_EQ("content", content);
+    });
+}
+
+TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirstStaysHeld) {
+    InMachineWithAgentDirectories([] {
+        EXPECT_TRUE(Lock());
+        long const open = CountOpenDescriptors();
+        EXPECT_FALSE(Lock());
+        EXPECT_EQ(open, CountOpenDescriptors());
+        EXPECT_TRUE(IsLocked());
+        Unlock();
+        EXPECT_FALSE(IsLocked());
+    });
+}
+
+TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
+    InMachineWithAgentDirectories([] {
+        Unlock();
+        EXPECT_FALSE(fs::exists(lockFile));
+        EXPECT_TRUE(Lock());
+        Unlock();
+        Unlock();
+        EXPECT_FALSE(IsLocked());
+    });
+}
+
+TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
+    InMachineWithAgentDirectories([] {
+        long const open = CountOpenDescriptors();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_TRUE(Lock());
+            EXPECT_TRUE(IsLocked());
+            Unlock();
+            EXPECT_EQ(open, CountOpenDescriptors());
+        }
+    });
+}
+
+TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
+    InMachineWithAgentDirectories([] {
+        EXPECT_TRUE(Lock());
+        OtherProcess second([] {
+            // A copy of our memory has our state too, so the second process starts afresh.
+            Unlock();
+            EXPECT_FALSE(Lock());
+        });
+        EXPECT_EQ(ExitStatus::Exited(0), second.Wait());
+        EXPECT_TRUE(IsLocked());
+    });
+}
+
+// Deliberate: the refusal is for good, though the lock is free again.
+TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
+    InMachineWithAgentDirectories([] {
+        ForeignHolder holder(lockFile);
+        long const open = CountOpenDescriptors();
+        EXPECT_FALSE(Lock());
+        EXPECT_EQ(open, CountOpenDescriptors());
+        holder.Release();
+        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(Lock());
+        EXPECT_FALSE(IsLocked());
+        fs::remove(lockFile);
+        EXPECT_FALSE(Lock());
+        EXPECT_FALSE(fs::exists(lockFile)) << "A later call must not try the file again.";
+    });
+}
+
+TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
+    InMachineWithAgentDirectories([] {
+        {
+            ForeignHolder const holder(lockFile);
+            EXPECT_FALSE(Lock());
+        }
+        Unlock();
+        Unlock();
+        EXPECT_FALSE(Lock());
+    });
+}
+
+TEST(ClientComplianceLockTest, ProcessThatWasRefusedExitsInOrder) {
+    InMachineWithAgentDirectories([] {
+        ForeignHolder const holder(lockFile);
+        OtherProcess refused([] {
+            EXPECT_FALSE(Lock());
+            std::exit(0);
+        });
+        EXPECT_EQ(ExitStatus::Exited(0), refused.Wait());
+        EXPECT_TRUE(IsLocked());
+    });
+}
+
+TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh) {
+    PrivateMachine::Run([] {
+        EXPECT_FALSE(Lock());
+        EXPECT_FALSE(fs::exists("/var/opt/VeskaClient"));
+        EXPECT_FALSE(Lock());
+        PrivateMachine::CreateAgentDirectories();
+        EXPECT_TRUE(Lock());
+        EXPECT_TRUE(IsLocked());
+        Unlock();
+        EXPECT_FALSE(IsLocked());
+    });
+}
+
+TEST(ClientComplianceLockTest, DirectoryInThePlaceOfTheFileGivesFalse) {
+    InMachineWithAgentDirectories([] {
+        fs::create_directory(lockFile);
+        EXPECT_FALSE(Lock());
+        fs::remove(lockFile);
+        EXPECT_TRUE(Lock());
+    });
+}
+
+TEST(ClientComplianceLockTest, MissingRightsGiveFalseAndLaterCallTriesAfresh) {
+    InMachineWithAgentDirectories([] {
+        std::ofstream(lockFile) << "";
+        fs::permissions(lockFile, fs::perms(0444));
+        OtherProcess ordinary([](Handshake& line) {
+            PrivateMachine::DropPrivileges();
+            EXPECT_FALSE(Lock());
+            line.Tell();
+            line.Await();
+            EXPECT_TRUE(Lock());
+        });
+        ordinary.Await();
+        fs::permissions(lockFile, fs::perms(0666));
+        ordinary.Tell();
+        EXPECT_EQ(ExitStatus::Exited(0), ordinary.Wait());
+    });
+}
+
+TEST(ClientComplianceLockTest, UserWhoMayNotCreateTheFileGetsFalse) {
+    InMachineWithAgentDirectories([] {
+        fs::permissions(requestDirectory, fs::perms(0555));
+        PrivateMachine::DropPrivileges();
+        EXPECT_FALSE(Lock());
+        EXPECT_FALSE(fs::exists(lockFile));
+    });
+}
+
+TEST(ClientComplianceLockTest, ExhaustedMemoryGivesFalseAndLaterCallTriesAfresh) {
+    InMachineWithAgentDirectories([] {
+        {
+            FailingAllocation const failing(1);
+            EXPECT_FALSE(Lock());
+            EXPECT_TRUE(failing.HasFailed());
+        }
+        EXPECT_FALSE(fs::exists(lockFile));
+        EXPECT_TRUE(Lock());
+    });
+}
+
+TEST(ClientComplianceLockTest, DescriptorIsClosedOnExec) {
+    InMachineWithAgentDirectories([] {
+        int const fd = open("/dev/null", O_RDONLY);
+        close(fd);
+        EXPECT_TRUE(Lock());
+        EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
+    });
+}
+
+TEST(ClientComplianceLockTest, LockOfKilledProcessIsFree) {
+    InMachineWithAgentDirectories([] {
+        OtherProcess holder([](Handshake& line) {
+            EXPECT_TRUE(Lock());
+            line.Tell();
+            line.Await();
+        });
+        holder.Await();
+        EXPECT_TRUE(IsLocked());
+        holder.Kill(SIGKILL);
+        holder.Wait();
+        EXPECT_TRUE(Lock());
+    });
+}
+
+Handshake* exitLine = nullptr;
+
+// Registered before the first use of the lock, so it runs after the instance was destroyed.
+void PauseBehindTheDestructor() {
+    exitLine->Tell("at exit");
+    exitLine->Await();
+}
+
+TEST(ClientComplianceLockTest, IsHeldUntilNormalExitAndFreedByIt) {
+    InMachineWithAgentDirectories([] {
+        OtherProcess holder([](Handshake& line) {
+            exitLine = &line;
+            std::atexit(PauseBehindTheDestructor);
+            EXPECT_TRUE(Lock());
+            line.Tell("locked");
+            line.Await();
+            std::exit(0);
+        });
+        EXPECT_EQ("locked", holder.Await());
+        EXPECT_TRUE(IsLocked());
+        holder.Tell();
+        // The process still lives, so it is the destructor that has freed the lock.
+        EXPECT_EQ("at exit", holder.Await());
+        EXPECT_FALSE(IsLocked());
+        holder.Tell();
+        EXPECT_EQ(ExitStatus::Exited(0), holder.Wait());
+    });
+}
+
+} // namespace

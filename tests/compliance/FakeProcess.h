@@ -1,0 +1,28 @@
+// Processes that are mere files, for a private machine with an empty /proc.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+// What is left out does not exist.
+struct FakeProcess {
+    // The target of the link, which need not exist.
+    std::optional<std::string> exe = {};
+    std::optional<std::string> stat = {};
+    std::optional<std::string> status = {};
+};
+
+// Lays out "/proc/<directory>", in the place of what was there under that name.
+inline void MakeFakeProcess(std::string const& directory, FakeProcess const& process) {
+    std::string const path = "/proc/" + directory + '/';
+    std::filesystem::remove_all("/proc/" + directory);
+    std::filesystem::create_directories(path);
+    if (process.exe)
+        std::filesystem::create_symlink(*process.exe, path + "exe");
+    if (process.stat)
+        std::ofstream(path + "stat", std::ios::binary) << *process.stat;
+    if (process.status)
+        std::ofstream(path + "status", std::ios::binary) << *process.status;
+}
