@@ -1,0 +1,75 @@
+#include "files/unix/FileReadingPath.h"
+
+#include <cerrno>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "data/Ascii.h"
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "files/unix/FileErrorMappers.h"
+#include "files/unix/Seek64.h"
+
+namespace {
+
+// The kernel's log: a read of it waits for what is not there yet.
+FileLocation const kernelLog = MakeFileLocation("/proc/kmsg");
+
+} // namespace
+
+UnixPlatform::FileReadingPath::FileReadingPath(FileLocation const& where) {
+    FileReadingPath::OpenExisting(where);
+}
+
+UnixPlatform::FileReadingPath::~FileReadingPath() {
+    try {
+        Close();
+    } catch (...) {
+        // A destructor has nobody to report to; who wants to know calls Close before.
+    }
+}
+
+void UnixPlatform::FileReadingPath::OpenExisting(FileLocation const& where) {
+    location = where;
+    if (Ascii::EqualIgnoringCase(where.Bytes(), kernelLog.Bytes()))
+        throw FileIOError(where, 0);
+    descriptor = open(where.Text(), O_RDONLY);
+    if (descriptor == -1)
+        ThrowError(where, errno);
+    fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+}
+
+unsigned long long UnixPlatform::FileReadingPath::Length() const {
+    if (lengthUnknown)
+        return unknownLength;
+    if (descriptor == -1)
+        throw FileNotOpenError(location, 0);
+    long long const position = Seek64(descriptor, 0, SEEK_CUR);
+    if (position == -1)
+        ThrowError(location, errno);
+    long long const end = Seek64(descriptor, 0, SEEK_END);
+    if (end == -1) {
+        if (errno == EINVAL) {
+            lengthUnknown = true;
+            return unknownLength;
+        }
+        ThrowError(location, errno);
+    }
+    if (Seek64(descriptor, position, SEEK_SET) == -1)
+        ThrowError(location, errno);
+    return end;
+}
+
+void UnixPlatform::FileReadingPath::Close() {
+    if (descriptor == -1)
+        return;
+    int const closing = std::exchange(descriptor, -1);
+    if (close(closing) == -1)
+        ThrowError(location, errno);
+}
+
+void UnixPlatform::FileReadingPath::ThrowError(FileLocation const& where, int errorNumber) const {
+    ThrowReadingPathError(where, errorNumber);
+}
