@@ -22,7 +22,7 @@ constexpr std::size_t wordLength = sizeof(std::uint64_t);
 // characters, the first one lowest.
 
 constexpr std::uint64_t InAllBytes(unsigned char byte) {
-    return 0x0101010101010101 * byte;
+    return std::uint64_t{0x0101010101010101} * byte;
 }
 
 struct Decimal {
