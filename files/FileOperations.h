@@ -1,0 +1,70 @@
+// Whole-file operations: create, delete, copy, move, and the forms that first clear the way.
+//
+// Each asks what stands at a location and then acts; between the two another process can change it.
+// A symbolic link counts as what it points at, and a "broken link" is one whose target can't be
+// reached. There is no clean-up after a failure: what is done stays done.
+//
+// Error handling: all throw EmptyFileLocationError for an empty location, but where told. A refusal
+// of the operation's own has the code 0; what the system refuses goes to ThrowFileError
+// (FileErrors.h). Operations on trees stand in FileTrees.h, forms with retries in FileRetry.h, and
+// the platform's own forms in files/unix/FileOperations.h.
+#pragma once
+
+#include "files/CreatingInfo.h"
+
+class FileLocation;
+
+// Creates an empty file, and sets its permissions unless they are the system's default. Throws
+// FileFoundError if anything stands there. If the permissions can't be set, the file stays.
+void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
+
+// Creates a directory, with the permissions less the umask. Throws DirectoryFoundError if anything
+// stands there. The second form: 0777.
+void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
+void CreateDirectoryForUserAppAccess(FileLocation const& location);
+
+// Creates the directory if nothing stands there; a directory is left as it is. Throws FileFoundError
+// for anything else, a broken link too. Creates no parents.
+void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info);
+
+// Removes the entry by unlink(2), whatever it is; a directory is left to the system's refusal.
+void DeleteFile(FileLocation const& location);
+
+// Removes an empty directory. Throws DirectoryNotFoundError for anything that is no directory; one
+// that is not empty, and a link to one, is refused by the system.
+void DeleteDirectory(FileLocation const& location);
+
+// Removes a regular file or an empty directory. Deliberate: a broken link, a device, a socket and a
+// pipe stay, without an error; so does nothing at all.
+void ForceNonexistence(FileLocation const& location);
+
+// Copies a regular file. Throws FileNotFoundError if `from` is none, and CopyFile throws
+// FileExistsError if anything stands at `to`, where ForceCopyFile first calls ForceNonexistence. The
+// copy gets the permissions of a new file and the time of its writing, and is not flushed to disk. A
+// failed copy leaves what was written.
+void CopyFile(FileLocation const& from, FileLocation const& to);
+void ForceCopyFile(FileLocation const& from, FileLocation const& to);
+
+// Renames. Throws FileNotFoundError if nothing stands at `from` (an empty `from` too, in the
+// platform's form), FileFoundError if anything stands at `to`. To another file system: a regular file
+// is copied and then deleted, a directory is copied as a tree and then deleted, and anything else
+// stays where it is without an error; a link is followed to its target, and the link deleted.
+//
+// Deliberate: any other refusal of the system returns as if the move had succeeded.
+void MoveFile(FileLocation const& from, FileLocation const& to);
+
+// Moves over what stands at `to`, if both are regular files or neither is; a directory at `to` must
+// be empty. Throws FileNotFoundError if nothing stands at `from`, and DirectoryFoundError, which
+// names the one that is no regular file, if they differ in kind.
+void ForceMoveFile(FileLocation const& from, FileLocation const& to);
+
+// Takes the three write permissions away, or gives them as far as the umask allows.
+// Deliberate: the umask is read by changing it for a moment, for the whole process.
+void SetFileReadOnly(FileLocation const& location, bool readOnly);
+
+// The bytes free on the file system, those kept for the superuser too; -1 if they can't be told or
+// are too many to count. An empty location is no error.
+long long CalculateFreeSpace(FileLocation const& location);
+
+// Deliberate: does nothing on this platform; an empty location is no error.
+void ForceRemoveInvalidFiles(FileLocation const& location, unsigned int);

@@ -1,0 +1,69 @@
+// Operations on files that are tried up to eight times, with growing pauses.
+//
+// Between the attempts lie 16, 32, 64, 128, 256, 512 and 1,024 ms: a hopeless failure holds the
+// caller for 2,032 ms and then comes out as the last attempt threw it. Deliberate: every exception is
+// a reason to try again, a missing file too; only an empty location ends the attempts at once.
+#pragma once
+
+#include "files/CreatingInfo.h"
+
+class FileLocation;
+
+// Told how an operation ended that did not succeed at its first attempt. This class does nothing: a
+// plain object of it is how a caller says that it wants no log.
+//
+// `first` and `second` are the operation's locations, `second` null where there is one only; they are
+// valid for the call. An exception of LogRetrySuccess counts as a failed attempt, one of
+// LogRetryFailure reaches the caller in place of the operation's.
+//
+// Deliberate: no virtual destructor. Logs live on the stack and are never deleted through this class.
+class FileRetryLog {
+public:
+    // The operation has succeeded, at the attempt `attempts`, which is above 1.
+    virtual void LogRetrySuccess(char const* operation, FileLocation const* first,
+                                 FileLocation const* second, unsigned int attempts) const;
+
+    // The operation has failed for good, after 8 attempts.
+    virtual void LogRetryFailure(char const* operation, FileLocation const* first,
+                                 FileLocation const* second, unsigned int attempts) const;
+};
+
+// The loop, for each shape of arguments. `name` is what the log is told.
+void RunWithRetry(void (*operation)(FileLocation const&), char const* name,
+                  FileLocation const& location, FileRetryLog const& log);
+void RunWithRetry(void (*operation)(FileLocation const&, DirectoryCreatingInfo const&),
+                  char const* name, FileLocation const& location, DirectoryCreatingInfo const& info,
+                  FileRetryLog const& log);
+void RunWithRetry(void (*operation)(FileLocation const&, FileLocation const&), char const* name,
+                  FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
+
+// The operations of FileOperations.h under that loop.
+void CreateFileWithRetry(FileLocation const& location, FileCreatingInfo const& info,
+                         FileRetryLog const& log);
+void CreateDirectoryWithRetry(FileLocation const& location, DirectoryCreatingInfo const& info,
+                              FileRetryLog const& log);
+
+// The second form gives the directory the permissions 0777, less the umask. Deliberate: the first
+// one's name in the log is "ForceDirectoryExistenceWithInfo".
+void ForceDirectoryExistenceWithInfoWithRetry(FileLocation const& location,
+                                              DirectoryCreatingInfo const& info,
+                                              FileRetryLog const& log);
+void ForceDirectoryExistenceWithRetry(FileLocation const& location, FileRetryLog const& log);
+
+void CopyFileWithRetry(FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
+void ForceCopyFileWithRetry(FileLocation const& from, FileLocation const& to,
+                            FileRetryLog const& log);
+
+// Deliberate: a move that the system refuses returns like one that succeeded (FileOperations.h), so
+// it is not tried again.
+void MoveFileWithRetry(FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
+void ForceMoveFileWithRetry(FileLocation const& from, FileLocation const& to,
+                            FileRetryLog const& log);
+
+void DeleteFileWithRetry(FileLocation const& location, FileRetryLog const& log);
+void DeleteDirectoryWithRetry(FileLocation const& location, FileRetryLog const& log);
+void ForceNonexistenceWithRetry(FileLocation const& location, FileRetryLog const& log);
+
+// Two more of the family are members and declared with their classes:
+// FileWritingPath::FlushOnBrokenFilesystemsWithRetry and FileItem::SetModificationTimeWithRetry. In
+// these, nothing ends the attempts early.

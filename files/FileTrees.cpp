@@ -1,0 +1,137 @@
+#include "files/FileTrees.h"
+
+#include <list>
+#include <string>
+#include <vector>
+
+#include "files/CreatingInfo.h"
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "files/FileLoop.h"
+#include "files/FileOperations.h"
+#include "files/FileRetry.h"
+#include "files/unix/FileOperations.h"
+#include "files/unix/UnixFileInfo.h"
+
+namespace {
+
+using UnixPlatform::UnixFileInfo;
+
+// The lengths of `path` and its parents, from the path itself up to and without the first one at
+// which something stands. Throws FileFoundError if that is no directory.
+//
+// The path is cut in place on the way up: a path of many components, of which the system would
+// examine none, must cost no copy for each of them.
+std::vector<std::size_t> MissingLevels(FileLocation const& location) {
+    std::vector<std::size_t> missing;
+    std::string path = MakeString(location.Bytes());
+    for (;;) {
+        FileStats stands;
+        stands.get(path.c_str());
+        if (!stands.IsNothingThere()) {
+            if (!stands.IsDirectory())
+                throw FileFoundError(ConstData(path), 0);
+            return missing;
+        }
+        missing.push_back(path.size());
+        if (path == "/")
+            return missing;
+        path.resize(UnixPlatform::ParentPath(path).Length());
+    }
+}
+
+// One directory whose copying is under way.
+struct CopyLevel {
+    CopyLevel(FileLocation const& from, FileLocation const& to)
+        : target(to), loop(from, nullptr, false) {}
+
+    FileLocation target;
+    FileLoop loop;
+};
+
+using CopyLevels = std::list<CopyLevel>;
+
+void RequireDirectory(FileLocation const& location) {
+    if (UnixFileInfo(location).IsNothingThere())
+        throw DirectoryNotFoundError(location, 0);
+    UnixFileInfo const stands(location);
+    if (stands.IsNothingThere())
+        throw InvalidStats(location, 0);
+    if (!stands.IsDirectory())
+        throw DirectoryNotFoundError(location, 0);
+}
+
+void EnterDirectory(CopyLevels& levels, FileLocation const& from, FileLocation const& to) {
+    from.RequireNonEmpty();
+    to.RequireNonEmpty();
+    RequireDirectory(from);
+    CreateDirectoryTree(to);
+    levels.emplace_back(from, to);
+}
+
+// Copies the present entry of the innermost level, or enters it. Whether it was entered.
+bool CopyEntry(CopyLevels& levels) {
+    CopyLevel& level = levels.back();
+    FileItem const& entry = *level.loop;
+    FileLocation const from(entry.Location());
+    FileLocation const to(level.target, FileName(from.Name()));
+    if (entry.IsNothingThere())
+        throw FileItemError(from, 0);
+    if (!entry.IsDirectory()) {
+        CopyFileWithRetry(from, to, FileRetryLog());
+        return false;
+    }
+    if (entry.State() != StatsValid)
+        return false;
+    EnterDirectory(levels, from, to);
+    return true;
+}
+
+} // namespace
+
+void CreateDirectoryTree(FileLocation const& location) {
+    location.RequireNonEmpty();
+    std::vector<std::size_t> const missing = MissingLevels(location);
+    ConstData const path = location.Bytes();
+    for (auto length = missing.rbegin(); length != missing.rend(); ++length)
+        ForceDirectoryExistence(MakeFileLocation(ConstData(path.begin, *length)),
+                                DirectoryCreatingInfo{0777});
+}
+
+// A stack of levels in place of a recursion: directories can be nested as deep as a path is long.
+void CopyDirectoryContents(FileLocation const& from, FileLocation const& to) {
+    CopyLevels levels;
+    EnterDirectory(levels, from, to);
+    while (!levels.empty()) {
+        if (levels.back().loop.HasItem()) {
+            if (CopyEntry(levels))
+                continue;
+        } else {
+            levels.pop_back();
+        }
+        if (!levels.empty())
+            ++levels.back().loop;
+    }
+}
+
+void DeleteRecursive(FileLocation const& location) {
+    location.RequireNonEmpty();
+    UnixPlatform::DeleteRecursive(location);
+}
+
+void DeleteContents(FileLocation const& location) {
+    location.RequireNonEmpty();
+    UnixPlatform::DeleteContents(location);
+}
+
+void ForceDeleteRecursive(FileLocation const& location) {
+    location.RequireNonEmpty();
+    if (!UnixFileInfo(location).IsNothingThere())
+        DeleteRecursive(location);
+}
+
+void ForceDeleteContents(FileLocation const& location) {
+    location.RequireNonEmpty();
+    if (!UnixFileInfo(location).IsNothingThere())
+        DeleteContents(location);
+}

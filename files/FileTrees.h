@@ -1,0 +1,36 @@
+// Operations on whole directory trees.
+//
+// Trees are walked by FileLoop, in its order and with its strictness: a broken link stops the walk
+// with the error of the system's stat, normally FileNotFoundError, and what came before it in the
+// order is done by then. A walk needs no stack as deep as the tree. There is no clean-up after a
+// failure.
+//
+// Error handling: EmptyFileLocationError for an empty location, and otherwise as the operations of
+// FileOperations.h throw.
+#pragma once
+
+class FileLocation;
+
+// Creates the directory and all parents that are missing, with the permissions 0777 less the umask.
+// Throws FileFoundError, with its location, if anything but a directory stands on the way. A relative
+// path that meets no directory on its way up ends in InvalidFileLocation.
+void CreateDirectoryTree(FileLocation const& location);
+
+// Copies all entries of `from` to `to`, whose tree is created where it is missing: regular files by
+// CopyFileWithRetry, directories by their contents. Throws DirectoryNotFoundError if `from` is no
+// directory. Nothing is overwritten: a file that exists at `to` ends the copy, after its retries.
+// Deliberate: a symbolic link to a directory is skipped in silence.
+void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
+
+// Remove a directory with all that is in it, or only what is in it. Throw DirectoryNotFoundError if
+// nothing stands there; a regular file at `location` is not removed, and the first form throws for it
+// too.
+//
+// Deliberate: a symbolic link to a directory counts as one. What is in its target is removed, and
+// then the removal of the link itself throws.
+void DeleteRecursive(FileLocation const& location);
+void DeleteContents(FileLocation const& location);
+
+// The same, where nothing is no error.
+void ForceDeleteRecursive(FileLocation const& location);
+void ForceDeleteContents(FileLocation const& location);

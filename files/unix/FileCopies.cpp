@@ -1,0 +1,64 @@
+// Copies of files: the declarations stand in files/unix/FileOperations.h.
+#include "data/Data.h"
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "files/FileReadingLoop.h"
+#include "files/FileReadingPath.h"
+#include "files/FileWriter.h"
+#include "files/FileWritingPath.h"
+#include "files/unix/FileOperations.h"
+#include "files/unix/UnixFileInfo.h"
+
+namespace {
+
+constexpr std::size_t copyChunk = 65536;
+
+void CopyBytes(FileReadingPath const& source, FileWritingPath const& target) {
+    unsigned char chunk[copyChunk];
+    FileWriter writer(target, 0);
+    for (FileReadingLoop loop(Data(chunk), source, 0); loop.Remaining() != 0; ++loop)
+        writer << loop.Chunk();
+}
+
+// Deliberate: the time reaches only the info in memory. On disk the copy keeps the time of its
+// writing.
+void CarryTimeOver(UnixPlatform::FileLocation const& from, UnixPlatform::FileLocation const& to) {
+    UnixPlatform::UnixFileInfo const source(from);
+    UnixPlatform::UnixFileInfo target(to);
+    target.SetModificationTime(source.ModificationTime());
+}
+
+// Refuses a target that has come into being by now.
+void CopyFileContents(UnixPlatform::FileLocation const& from,
+                      UnixPlatform::FileLocation const& to) {
+    FileWritingPath target(to, FileWritingPath::OpenNewFile());
+    FileReadingPath source(from);
+    CopyBytes(source, target);
+    target.Close();
+    source.Close();
+    CarryTimeOver(from, to);
+}
+
+void RequireRegularFile(UnixPlatform::FileLocation const& location) {
+    if (!UnixPlatform::UnixFileInfo(location).IsRegularFile())
+        throw FileNotFoundError(location, 0);
+}
+
+} // namespace
+
+namespace UnixPlatform {
+
+void CopyFile(FileLocation const& from, FileLocation const& to) {
+    RequireRegularFile(from);
+    if (!UnixFileInfo(to).IsNothingThere())
+        throw FileExistsError(to, 0);
+    CopyFileContents(from, to);
+}
+
+void ForceCopyFile(FileLocation const& from, FileLocation const& to) {
+    RequireRegularFile(from);
+    ForceNonexistence(to);
+    CopyFileContents(from, to);
+}
+
+} // namespace UnixPlatform

@@ -1,0 +1,79 @@
+// Deletions of trees: the declarations stand in files/unix/FileOperations.h.
+#include <list>
+
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "files/unix/FileLoop.h"
+#include "files/unix/FileOperations.h"
+#include "files/unix/UnixFileInfo.h"
+
+namespace {
+
+using UnixPlatform::FileLocation;
+using UnixPlatform::FileLoop;
+using UnixPlatform::UnixFileInfo;
+
+// One directory whose content is being deleted.
+struct Level {
+    explicit Level(FileLocation const& where) : directory(where), loop(where, false, nullptr) {}
+
+    FileLocation directory;
+    FileLoop loop;
+};
+
+// Deletes what the loop stands at, unless that is a directory. Whether it is one.
+bool DeleteUnlessDirectory(UnixPlatform::FileItem const& entry) {
+    if (entry.IsNothingThere())
+        return false;
+    if (entry.IsDirectory())
+        return true;
+    UnixPlatform::ForceNonexistence(entry.Location());
+    return false;
+}
+
+// A stack of levels in place of a recursion: directories can be nested as deep as a path is long. A
+// directory goes when the last of its entries is gone.
+void DeleteTreeContents(FileLocation const& where) {
+    std::list<Level> levels;
+    levels.emplace_back(where);
+    for (;;) {
+        FileLoop& loop = levels.back().loop;
+        if (loop.HasItem()) {
+            if (DeleteUnlessDirectory(loop.Item()))
+                levels.emplace_back(loop.Item().Location());
+            else
+                ++loop;
+        } else {
+            FileLocation const emptied = levels.back().directory;
+            levels.pop_back();
+            if (levels.empty())
+                return;
+            UnixPlatform::DeleteDirectory(emptied);
+            ++levels.back().loop;
+        }
+    }
+}
+
+void RequireSomething(FileLocation const& location) {
+    if (location.IsEmpty())
+        throw EmptyFileLocationError(0);
+    if (UnixFileInfo(location).IsNothingThere())
+        throw DirectoryNotFoundError(location, 0);
+}
+
+} // namespace
+
+namespace UnixPlatform {
+
+void DeleteRecursive(FileLocation const& location) {
+    RequireSomething(location);
+    DeleteTreeContents(location);
+    DeleteDirectory(location);
+}
+
+void DeleteContents(FileLocation const& location) {
+    RequireSomething(location);
+    DeleteTreeContents(location);
+}
+
+} // namespace UnixPlatform

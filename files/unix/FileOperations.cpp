@@ -1,0 +1,129 @@
+#include "files/unix/FileOperations.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <limits>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "files/unix/UnixFileInfo.h"
+
+namespace {
+
+constexpr mode_t allWriteBits = 0222;
+
+// For a system call that returns -1: throws what errno means.
+void ThrowIfFailed(int result, UnixPlatform::FileLocation const& location) {
+    if (result != 0)
+        ThrowFileError(location, errno);
+}
+
+void RequireNonEmpty(UnixPlatform::FileLocation const& location) {
+    if (location.IsEmpty())
+        throw EmptyFileLocationError(0);
+}
+
+void MakeDirectory(UnixPlatform::FileLocation const& location, DirectoryCreatingInfo const& info) {
+    ThrowIfFailed(mkdir(location.Text(), info.permissions), location);
+}
+
+// The system tells the umask only to who sets it.
+mode_t ReadUmask() {
+    mode_t const mask = umask(0);
+    umask(mask);
+    return mask;
+}
+
+} // namespace
+
+namespace UnixPlatform {
+
+void CreateFile(FileLocation const& location, FileCreatingInfo const& info) {
+    if (location.IsEmpty())
+        throw FileCreateFailed(location, 0);
+    if (!UnixFileInfo(location).IsNothingThere())
+        throw FileFoundError(location, 0);
+    std::FILE* const file = std::fopen(location.Text(), "w");
+    if (file == nullptr)
+        ThrowFileError(location, errno);
+    else
+        std::fclose(file);
+    if (info.permissions != FileCreatingInfo::systemDefault)
+        ThrowIfFailed(chmod(location.Text(), info.permissions), location);
+}
+
+void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info) {
+    if (location.IsEmpty())
+        throw DirectoryCreateFailed(location, 0);
+    if (!UnixFileInfo(location).IsNothingThere())
+        throw DirectoryFoundError(location, 0);
+    MakeDirectory(location, info);
+}
+
+void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info) {
+    RequireNonEmpty(location);
+    UnixFileInfo const stands(location);
+    if (stands.IsNothingThere())
+        MakeDirectory(location, info);
+    else if (!stands.IsDirectory())
+        throw FileFoundError(location, 0);
+}
+
+void DeleteFile(FileLocation const& location) {
+    if (location.IsEmpty())
+        throw FileNotFoundError(location, 0);
+    ThrowIfFailed(unlink(location.Text()), location);
+}
+
+void DeleteDirectory(FileLocation const& location) {
+    if (!UnixFileInfo(location).IsDirectory())
+        throw DirectoryNotFoundError(location, 0);
+    ThrowIfFailed(rmdir(location.Text()), location);
+}
+
+void ForceNonexistence(FileLocation const& location) {
+    UnixFileInfo const stands(location);
+    if (stands.IsRegularFile())
+        DeleteFile(location);
+    else if (stands.IsDirectory())
+        DeleteDirectory(location);
+}
+
+void SetFileReadOnly(FileLocation const& location, bool readOnly) {
+    if (location.IsEmpty())
+        return;
+    struct stat stats;
+    ThrowIfFailed(stat(location.Text(), &stats), location);
+    mode_t const mode =
+        readOnly ? stats.st_mode & ~allWriteBits : (stats.st_mode | allWriteBits) & ~ReadUmask();
+    ThrowIfFailed(chmod(location.Text(), mode & 07777), location);
+}
+
+bool FileLocation::IsReadOnly() const {
+    RequireNonEmpty(*this);
+    if (access(Text(), W_OK) == 0)
+        return false;
+    if (errno == EACCES || errno == EROFS)
+        return true;
+    ThrowFileError(*this, errno);
+    return false;
+}
+
+// f_bfree, not f_bavail: the superuser's blocks count. Multiplied unsigned, so that a file system
+// without a limit can't overflow; what a signed number can't hold is told as -1.
+long long CalculateFreeSpace(FileLocation const& location) {
+    struct statvfs stats;
+    if (statvfs(location.Text(), &stats) != 0)
+        return -1;
+    unsigned long long const bytes =
+        static_cast<unsigned long long>(stats.f_bfree) * stats.f_frsize;
+    constexpr auto most = static_cast<unsigned long long>(std::numeric_limits<long long>::max());
+    return bytes > most ? -1 : static_cast<long long>(bytes);
+}
+
+void ForceRemoveInvalidFiles(FileLocation const&, unsigned int) {}
+
+} // namespace UnixPlatform
