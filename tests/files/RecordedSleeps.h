@@ -1,0 +1,26 @@
+// Records the calls of sleep(3) and usleep(3) in place of sleeping.
+//
+// The program that links the source has both functions replaced. Without a recorder they sleep.
+#pragma once
+
+#include <string>
+#include <vector>
+
+// Records from its construction to its destruction. One at a time.
+class RecordedSleeps {
+public:
+    RecordedSleeps();
+    ~RecordedSleeps();
+    RecordedSleeps(RecordedSleeps const&) = delete;
+    RecordedSleeps& operator=(RecordedSleeps const&) = delete;
+
+    // In order, as "sleep 1" and "usleep 500000".
+    std::vector<std::string> const& Calls() const { return calls; }
+    unsigned long long TotalMicroseconds() const { return total; }
+
+    void Add(char const* function, unsigned int amount, unsigned long long microseconds);
+
+private:
+    std::vector<std::string> calls;
+    unsigned long long total = 0;
+};

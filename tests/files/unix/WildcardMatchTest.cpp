@@ -1,0 +1,170 @@
+#include "files/unix/WildcardMatch.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/support/Bytes.h"
+#include "tests/support/FailingAllocation.h"
+
+using UnixPlatform::MatchWildcard;
+
+namespace {
+
+// The rule as one would tell it, with all its branches: exponential, and the measure of the other.
+bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
+    while (left != 0) {
+        if (*pattern == '?' || *pattern == *name) {
+            ++pattern;
+            ++name;
+            --left;
+        } else if (*pattern == '*') {
+            if (pattern[1] == '\0')
+                return true;
+            for (std::size_t taken = 0; taken < left; ++taken) {
+                if (MatchByTheRule(name + taken, left - taken, pattern + 1))
+                    return true;
+            }
+            return false;
+        } else {
+            return false;
+        }
+    }
+    while (*pattern == '*')
+        ++pattern;
+    return *pattern == '\0';
+}
+
+bool MatchByTheRule(std::string const& name, std::string const& pattern) {
+    return MatchByTheRule(name.data(), name.size(), pattern.c_str());
+}
+
+// All texts over an alphabet, up to a length, the empty one included.
+std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t first = 0, length = 1; length <= longest; ++length) {
+        std::size_t const end = texts.size();
+        for (; first < end; ++first) {
+            for (char byte : alphabet)
+                texts.push_back(texts[first] + byte);
+        }
+    }
+    return texts;
+}
+
+void CompareAll(std::vector<std::string> const& names, std::vector<std::string> const& patterns) {
+    std::size_t matches = 0;
+    std::size_t mismatches = 0;
+    std::string example;
+    for (std::string const& name : names) {
+        for (std::string const& pattern : patterns) {
+            bool const expected = MatchByTheRule(name, pattern);
+            matches += expected;
+            if (MatchWildcard(name, pattern.c_str()) != expected) {
+                ++mismatches;
+                example = '"' + name + "\" against \"" + pattern + '"';
+            }
+        }
+    }
+    EXPECT_EQ(0u, mismatches) << "one of them: " << example;
+    EXPECT_GT(matches, names.size()) << "the comparison saw next to no match";
+}
+
+TEST(WildcardMatchTest, AgreesWithTheRuleOnAllShortNamesAndPatterns) {
+    CompareAll(AllTexts("ab*?", 4), AllTexts("ab*?", 6));
+}
+
+TEST(WildcardMatchTest, AgreesWithTheRuleOnStarsInNames) {
+    CompareAll(AllTexts("a*", 8), AllTexts("a*?", 7));
+}
+
+TEST(WildcardMatchTest, AgreesWithTheRuleOnLongerNamesWithoutStars) {
+    CompareAll(AllTexts("ab", 9), AllTexts("ab*", 6));
+}
+
+TEST(WildcardMatchTest, AgreesWithTheRuleOnRandomNames) {
+    unsigned const seed = 20240131;
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    for (int round = 0; round < 20'000; ++round) {
+        std::string const name = RandomBytes(random, random() % 24, "aab.*\xE9");
+        std::string const pattern = RandomBytes(random, random() % 9, "ab.**?\xE9");
+        ASSERT_EQ(MatchByTheRule(name, pattern), MatchWildcard(name, pattern.c_str()))
+            << name << " against " << pattern;
+    }
+}
+
+TEST(WildcardMatchTest, QuestionMarkTakesExactlyOneByte) {
+    EXPECT_TRUE(MatchWildcard("a", "?"));
+    EXPECT_TRUE(MatchWildcard("\xFF", "?"));
+    EXPECT_FALSE(MatchWildcard("", "?"));
+    EXPECT_FALSE(MatchWildcard("ab", "?"));
+}
+
+TEST(WildcardMatchTest, StarTakesAnyRunTheEmptyOneToo) {
+    EXPECT_TRUE(MatchWildcard("", "*"));
+    EXPECT_TRUE(MatchWildcard("abc", "*"));
+    EXPECT_TRUE(MatchWildcard("abc", "*abc"));
+    EXPECT_TRUE(MatchWildcard("abc", "abc*"));
+    EXPECT_TRUE(MatchWildcard("abc", "a*bc"));
+    EXPECT_TRUE(MatchWildcard("report.txt", "*.txt"));
+    EXPECT_FALSE(MatchWildcard("report.txt", "*.txt2"));
+    EXPECT_FALSE(MatchWildcard("report.txt.gz", "*.txt"));
+}
+
+// Deliberate: a star that meets a star is that one byte and no wildcard any more.
+TEST(WildcardMatchTest, StarOfThePatternThatMeetsAStarOfTheNameTakesJustThatOne) {
+    EXPECT_TRUE(MatchWildcard("*", "*"));
+    EXPECT_FALSE(MatchWildcard("*a", "*"));
+    EXPECT_FALSE(MatchWildcard("*ab", "*b"));
+    EXPECT_TRUE(MatchWildcard("xab", "*b"));
+    EXPECT_TRUE(MatchWildcard("a*b", "a*b"));
+    EXPECT_FALSE(MatchWildcard("a*xb", "a*b"));
+    EXPECT_TRUE(MatchWildcard("*a", "**"));
+}
+
+TEST(WildcardMatchTest, CaseMatters) {
+    EXPECT_FALSE(MatchWildcard("A.TXT", "*.txt"));
+    EXPECT_FALSE(MatchWildcard("a.txt", "*.TXT"));
+}
+
+// The end of the pattern is no byte that a NUL in the name could match.
+TEST(WildcardMatchTest, NulInANameIsAByteThatOnlyWildcardsMatch) {
+    EXPECT_FALSE(MatchWildcard(Bytes("a\0b"), "a"));
+    EXPECT_FALSE(MatchWildcard(Bytes("\0"), ""));
+    EXPECT_TRUE(MatchWildcard(Bytes("a\0b"), "a?b"));
+    EXPECT_TRUE(MatchWildcard(Bytes("a\0\0b"), "a*b"));
+}
+
+// By its branches this would take longer than there has been time.
+TEST(WildcardMatchTest, HostilePatternIsAnsweredAtOnce) {
+    std::string const name(255, 'a');
+    EXPECT_FALSE(MatchWildcard(name, "*a*a*a*a*a*a*a*b"));
+    EXPECT_TRUE(MatchWildcard(name, "*a*a*a*a*a*a*a*a"));
+    std::string stars;
+    for (int i = 0; i < 255; ++i)
+        stars += "*a";
+    EXPECT_TRUE(MatchWildcard(name, stars.c_str()));
+    EXPECT_FALSE(MatchWildcard(name, (stars + "b").c_str()));
+    EXPECT_FALSE(MatchWildcard(name, (stars + "a").c_str()));
+}
+
+TEST(WildcardMatchTest, LongestNameAndLongerOnes) {
+    for (std::size_t length : {254, 255, 256, 257, 5'000}) {
+        std::string const name = std::string(length - 1, 'x') + 'y';
+        EXPECT_TRUE(MatchWildcard(name, "x*y")) << length;
+        EXPECT_FALSE(MatchWildcard(name, "x*z")) << length;
+        EXPECT_TRUE(MatchWildcard(name, name.c_str())) << length;
+        EXPECT_FALSE(MatchWildcard(name, (name + '?').c_str())) << length;
+    }
+}
+
+TEST(WildcardMatchTest, NameOfADirectoryEntryCostsNoAllocation) {
+    std::string const name(255, 'a');
+    EXPECT_EQ(0u, AllocationsOf([&] { MatchWildcard(name, "a*a?*"); }));
+}
+
+} // namespace
