@@ -58,9 +58,7 @@ FileIOError::~FileIOError() {
     details = nullptr;
 }
 
-int FileIOError::GetCode() const {
-    return details->code;
-}
+int FileIOError::GetCode() const { return details->code; }
 
 std::string FileIOError::MakeErrorMessage() const {
     std::string message;

@@ -12,9 +12,7 @@ namespace {
 static_assert(sizeof(FileLocation) == sizeof(UnixPlatform::FileLocation),
               "the two levels have the same layout");
 
-bool EqualPaths(ConstData left, ConstData right) {
-    return Ascii::EqualIgnoringCase(left, right);
-}
+bool EqualPaths(ConstData left, ConstData right) { return Ascii::EqualIgnoringCase(left, right); }
 
 // The value of decimal digits that nobody has tested.
 unsigned int Weigh(ConstData digits) {
@@ -43,9 +41,7 @@ FileLocation::FileLocation(FileLocation const& parent, FileName const& name) {
     Set(parent, name.Bytes());
 }
 
-FileLocation FileLocation::Child(FileName const& name) const {
-    return FileLocation(*this, name);
-}
+FileLocation FileLocation::Child(FileName const& name) const { return FileLocation(*this, name); }
 
 FileLocation FileLocation::Sibling(FileName const& name) const {
     return FileLocation(Parent(), name);
@@ -80,9 +76,7 @@ char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& locatio
     return wildcard;
 }
 
-bool IsAbsolutePath(char const* path) {
-    return path != nullptr && path[0] == '/';
-}
+bool IsAbsolutePath(char const* path) { return path != nullptr && path[0] == '/'; }
 
 bool EqualOrDescendant(FileLocation const& ancestor, FileLocation const& candidate) {
     ancestor.RequireNonEmpty();

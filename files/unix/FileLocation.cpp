@@ -13,9 +13,7 @@ namespace UnixPlatform {
 
 namespace {
 
-char const* Characters(ConstData data) {
-    return reinterpret_cast<char const*>(data.begin);
-}
+char const* Characters(ConstData data) { return reinterpret_cast<char const*>(data.begin); }
 
 // Without the slashes at the end, as long as `least` bytes remain.
 ConstData WithoutTrailingSlashes(ConstData path, std::size_t least) {
@@ -24,15 +22,11 @@ ConstData WithoutTrailingSlashes(ConstData path, std::size_t least) {
     return path;
 }
 
-bool IsRootPath(ConstData path) {
-    return path == "/"_bytes;
-}
+bool IsRootPath(ConstData path) { return path == "/"_bytes; }
 
 } // namespace
 
-FileLocation::FileLocation(FileLocation const& other) : FileLocation() {
-    *this = other;
-}
+FileLocation::FileLocation(FileLocation const& other) : FileLocation() { *this = other; }
 
 FileLocation& FileLocation::operator=(FileLocation const& other) {
     SetFullPathName(other.text, static_cast<unsigned int>(std::strlen(other.text)));

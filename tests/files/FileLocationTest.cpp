@@ -14,9 +14,7 @@
 
 namespace {
 
-FileLocation At(std::string const& path) {
-    return MakeFileLocation(ConstData(path));
-}
+FileLocation At(std::string const& path) { return MakeFileLocation(ConstData(path)); }
 
 TEST(FileLocationTest, HasTheLayoutOfThePlatformsLocationAndConvertsByCopying) {
     static_assert(sizeof(FileLocation) == sizeof(UnixPlatform::FileLocation));

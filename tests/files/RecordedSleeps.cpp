@@ -20,13 +20,9 @@ void SleepOrRecord(char const* function, unsigned int amount, unsigned long long
 
 } // namespace
 
-RecordedSleeps::RecordedSleeps() {
-    recorder = this;
-}
+RecordedSleeps::RecordedSleeps() { recorder = this; }
 
-RecordedSleeps::~RecordedSleeps() {
-    recorder = nullptr;
-}
+RecordedSleeps::~RecordedSleeps() { recorder = nullptr; }
 
 void RecordedSleeps::Add(char const* function, unsigned int amount,
                          unsigned long long microseconds) {

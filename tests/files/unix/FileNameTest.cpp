@@ -15,9 +15,7 @@ namespace {
 
 using Name = UnixPlatform::FileName;
 
-std::string TextOf(Name const& name) {
-    return MakeString(name.Bytes());
-}
+std::string TextOf(Name const& name) { return MakeString(name.Bytes()); }
 
 Name Made(std::string const& text) {
     Name name;
