@@ -9,6 +9,10 @@
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "files/unix/FileReader.h"
+#include "files/unix/FileReadingPath.h"
+#include "files/unix/FileWriter.h"
+#include "files/unix/FileWritingPath.h"
 
 namespace {
 
@@ -18,13 +22,17 @@ using Mapper = void (*)(FileLocation const&, int);
 std::array<Mapper, 5> const mappers = {
     [](FileLocation const& where, int number) { ThrowFileError(where, number); },
     [](FileLocation const& where, int number) {
-        UnixPlatform::ThrowReadingPathError(where, number);
+        UnixPlatform::FileReadingPath().ThrowError(where, number);
     },
     [](FileLocation const& where, int number) {
-        UnixPlatform::ThrowWritingPathError(where, number);
+        UnixPlatform::FileWritingPath().ThrowError(where, number);
     },
-    [](FileLocation const& where, int number) { UnixPlatform::ThrowReaderError(where, number); },
-    [](FileLocation const& where, int number) { UnixPlatform::ThrowWriterError(where, number); },
+    [](FileLocation const& where, int number) {
+        UnixPlatform::FileReader().ThrowError(where, number);
+    },
+    [](FileLocation const& where, int number) {
+        UnixPlatform::FileWriter().ThrowError(where, number);
+    },
 };
 
 using Row = std::array<std::string, 5>;
@@ -106,7 +114,7 @@ TEST(FileErrorMappersTest, EmptyLocationGivesNoName) {
 
 TEST(FileErrorMappersTest, ExistingFileIsKnownToTheTwoThatWriteOnly) {
     FileLocation const where = MakeFileLocation("/x");
-    EXPECT_THROW(UnixPlatform::ThrowWritingPathError(where, 17), FileExistsError);
+    EXPECT_THROW(UnixPlatform::FileWritingPath().ThrowError(where, 17), FileExistsError);
     try {
         ThrowFileError(where, 17);
         ADD_FAILURE() << "nothing thrown";
@@ -121,7 +129,7 @@ TEST(FileErrorMappersTest, ExistingFileIsKnownToTheTwoThatWriteOnly) {
 TEST(FileErrorMappersTest, EndOfFileSpeaksTheSystemsWordsForItsCode) {
     EXPECT_EQ(90, EndOfFileCode);
     try {
-        UnixPlatform::ThrowReaderError(MakeFileLocation("/x"), EndOfFileCode);
+        UnixPlatform::FileReader().ThrowError(MakeFileLocation("/x"), EndOfFileCode);
         ADD_FAILURE() << "nothing thrown";
     } catch (EndOfFileError const& error) {
         EXPECT_STREQ("File error \"14EndOfFileError\" on \"/x\": Error: 90: Message too long",
