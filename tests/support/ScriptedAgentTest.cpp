@@ -1,0 +1,133 @@
+#include "tests/support/ScriptedAgent.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "tests/support/PrivateMachine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+std::string Content(std::string const& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Publish(std::string const& bytes) {
+    std::ofstream(ScriptedAgent::requestTemp, std::ios::binary) << bytes;
+    fs::rename(ScriptedAgent::requestTemp, ScriptedAgent::request);
+}
+
+void RunInMachine(std::function<void()> const& body) {
+    PrivateMachine::Run([&] {
+        PrivateMachine::CreateAgentDirectories();
+        body();
+    });
+}
+
+TEST(ScriptedAgentTest, RunsUnderTheNameOfTheAgent) {
+    RunInMachine([] {
+        ScriptedAgent agent;
+        bool found = false;
+        for (auto const& entry : fs::directory_iterator("/proc")) {
+            std::error_code ignored;
+            found |=
+                fs::read_symlink(entry.path() / "exe", ignored) == PrivateMachine::agentProgram;
+        }
+        EXPECT_TRUE(found);
+    });
+}
+
+TEST(ScriptedAgentTest, RecordsExactBytesAndAnswersWithExactBytes) {
+    RunInMachine([] {
+        std::string all;
+        for (int byte = 0; byte < 256; ++byte)
+            all += static_cast<char>(byte);
+        ScriptedAgent agent(AgentScript().Answer(all + "answer").Answer(""));
+        Publish(all);
+        EXPECT_EQ(all, agent.AwaitRequests(1)[0].bytes);
+        while (fs::exists(ScriptedAgent::request))
+            std::this_thread::yield();
+        // Published before the request went away.
+        EXPECT_EQ(all + "answer", Content(ScriptedAgent::response));
+        Publish("");
+        agent.AwaitEnd();
+        EXPECT_EQ("", agent.Requests().at(1).bytes);
+        EXPECT_EQ("", Content(ScriptedAgent::response));
+    });
+}
+
+TEST(ScriptedAgentTest, TellsReplacedRequestFromTheOneBeforeAndPassesOverItsOwn) {
+    RunInMachine([] {
+        ScriptedAgent agent(AgentScript()
+                                .AwaitRequest()
+                                .AwaitRequest()
+                                .RemoveRequest()
+                                .PutRequest("own")
+                                .AwaitRequest());
+        Publish("same");
+        agent.AwaitRequests(1);
+        Publish("same");
+        agent.AwaitRequests(2);
+        while (Content(ScriptedAgent::request) != "own")
+            std::this_thread::yield();
+        Publish("last");
+        agent.AwaitEnd();
+        ASSERT_EQ(3u, agent.Requests().size());
+        EXPECT_EQ("last", agent.Requests()[2].bytes);
+    });
+}
+
+TEST(ScriptedAgentTest, PausesFromTheRequestOn) {
+    RunInMachine([] {
+        ScriptedAgent agent(AgentScript()
+                                .AwaitRequest()
+                                .PauseUntil(milliseconds(150))
+                                .RemoveRequest()
+                                .AwaitRequest());
+        Publish("first");
+        agent.AwaitRequests(1);
+        while (fs::exists(ScriptedAgent::request))
+            std::this_thread::yield();
+        Publish("second");
+        agent.AwaitEnd();
+        auto const requests = agent.Requests();
+        EXPECT_LE(milliseconds(149), requests[1].when - requests[0].when);
+    });
+}
+
+TEST(ScriptedAgentTest, LaysDirectoriesAndMovesThings) {
+    RunInMachine([] {
+        std::string const moved = "/var/opt/VeskaClient/Moved";
+        ScriptedAgent agent(AgentScript()
+                                .MakeDirectory(ScriptedAgent::request)
+                                .Move(ScriptedAgent::requestDirectory, moved)
+                                .Respond("answer")
+                                .RemoveResponse());
+        agent.AwaitEnd();
+        EXPECT_TRUE(fs::is_directory(moved + "/request.xml"));
+        EXPECT_FALSE(fs::exists(ScriptedAgent::response));
+    });
+}
+
+TEST(ScriptedAgentTest, FailedStepAndMissingRequestAreTold) {
+    RunInMachine([] {
+        ScriptedAgent failing(AgentScript().RemoveRequest());
+        EXPECT_THROW(failing.AwaitEnd(), std::runtime_error);
+    });
+    RunInMachine([] {
+        ScriptedAgent waiting(AgentScript().AwaitRequest());
+        EXPECT_THROW(waiting.AwaitRequests(1, milliseconds(10)), std::runtime_error);
+        EXPECT_THROW(waiting.AwaitEnd(milliseconds(10)), std::runtime_error);
+    });
+}
+
+} // namespace
