@@ -1,0 +1,286 @@
+#include "strings/StringPL.h"
+
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+
+#include "strings/CaseBlindSearch.h"
+
+static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide");
+
+namespace {
+
+// With the header in front of it, a block of this capacity still has a size of 32 bits.
+constexpr std::uint64_t maximalCapacity = 0xFFFFFFF7;
+
+constexpr std::uint64_t firstFormatCapacity = 64;
+
+// Throws for an index or a count that may not be negative; yields it as a number without a sign.
+std::uint32_t NotNegative(int number) {
+    if (number < 0)
+        throw StringPLOutOfBoundsException();
+    return static_cast<std::uint32_t>(number);
+}
+
+// Writes the run and NULs behind it, up to and with the one at target[count]. The run may lie in
+// front of the target, in the same text.
+void WriteText(char* target, char const* run, std::size_t runLength, std::size_t count) {
+    std::memmove(target, run, runLength);
+    if (runLength < count)
+        std::memset(target + runLength, 0, count - runLength);
+    target[count] = '\0';
+}
+
+// The first occurrence between `from` and `end`, or null. The characters go on to a NUL at `end` or
+// behind it, and may hold other NULs, on each of which strstr has to be set going again.
+char const* FindRun(char const* from, char const* end, char const* pattern,
+                    std::ptrdiff_t patternLength) {
+    while (end - from >= patternLength) {
+        char const* const match = std::strstr(from, pattern);
+        if (match != nullptr)
+            return end - match >= patternLength ? match : nullptr;
+        from += std::strlen(from) + 1;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+char const* StringPLOutOfBoundsException::what() const noexcept {
+    return "StringPLOutOfBoundsException";
+}
+
+constinit StringPL::EmptyBlock StringPL::sharedEmpty{{1, 0}, '\0'};
+
+// Inline, since it is the better part of what making a short string costs.
+inline char* StringPL::NewBlock(std::uint64_t capacity) {
+    if (capacity > maximalCapacity)
+        throw StringPLOutOfBoundsException();
+    if (capacity <= 1)
+        return EmptyText();
+    char* const block = new char[sizeof(Header) + capacity] + sizeof(Header);
+    HeaderOf(block) = Header{static_cast<std::uint32_t>(capacity), 0};
+    return block;
+}
+
+void StringPL::TakeBlock(char* block) {
+    if (!IsShared())
+        FreeBlock();
+    characters = block;
+}
+
+char* StringPL::NewText(char const* text, std::uint64_t count) {
+    char* const block = NewBlock(count + 1);
+    if (count != 0) {
+        std::strncpy(block, text, count);
+        block[count] = '\0';
+        HeaderOf(block).length = static_cast<std::uint32_t>(count);
+    }
+    return block;
+}
+
+StringPL::StringPL(char const* text)
+    : characters(text == nullptr ? EmptyText() : NewText(text, std::strlen(text))) {}
+
+StringPL::StringPL(char const* text, unsigned int count)
+    : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
+
+StringPL::StringPL(StringPL const& source)
+    : characters(NewText(source.characters, source.Length())) {}
+
+StringPL& StringPL::operator=(char const* text) {
+    if (text != characters) {
+        TakeBlock(text == nullptr ? EmptyText() : NewText(text, std::strlen(text)));
+    }
+    return *this;
+}
+
+StringPL& StringPL::operator=(StringPL const& source) {
+    return *this = source.characters;
+}
+
+// The shared block always has the length that is written to it, so it is never written.
+void StringPL::SetStringLength(unsigned int length) {
+    if (Length() != length)
+        GetHeader().length = length;
+}
+
+void StringPL::MakeEmpty() {
+    if (!IsShared()) {
+        SetStringLength(0);
+        characters[0] = '\0';
+    }
+}
+
+char StringPL::GetAt(int index) const {
+    if (NotNegative(index) >= Length())
+        throw StringPLOutOfBoundsException();
+    return characters[index];
+}
+
+void StringPL::AppendRun(char const* run, std::size_t runLength, std::size_t count) {
+    std::uint32_t const oldLength = Length();
+    std::uint64_t const length = std::uint64_t{oldLength} + count;
+    if (HasRoomFor(count)) {
+        if (IsShared())
+            return;
+        WriteText(characters + oldLength, run, runLength, count);
+    } else {
+        std::uint64_t capacity = GetHeader().capacity;
+        while (capacity <= length)
+            capacity *= 2;
+        char* const block = NewBlock(capacity);
+        std::memcpy(block, characters, oldLength);
+        WriteText(block + oldLength, run, runLength, count);
+        TakeBlock(block);
+    }
+    SetStringLength(static_cast<std::uint32_t>(length));
+}
+
+StringPL StringPL::operator+(char const* text) const {
+    StringPL sum(*this);
+    sum += text;
+    return sum;
+}
+
+void StringPL::Format(char const* format, ...) {
+    for (std::uint64_t wanted = firstFormatCapacity;;
+         wanted = 2 * std::uint64_t{GetBufferLength()}) {
+        if (GetBufferLength() < wanted) {
+            // Deliberate: the old block goes first, so that there are never two. Between the two
+            // steps the string is empty, and stays so if there is no new block.
+            TakeBlock(EmptyText());
+            TakeBlock(NewBlock(wanted));
+        }
+        std::uint32_t const room = GetBufferLength() - 1;
+        va_list arguments;
+        va_start(arguments, format);
+        int const printed = std::vsnprintf(characters, room, format, arguments);
+        va_end(arguments);
+        if (printed >= 0 && static_cast<std::uint32_t>(printed) < room) {
+            characters[printed] = '\0';
+            SetStringLength(static_cast<std::uint32_t>(printed));
+            return;
+        }
+    }
+}
+
+void StringPL::MakeLower() {
+    for (char *c = characters, *end = characters + Length(); c != end; ++c)
+        *c = static_cast<char>(std::tolower(static_cast<unsigned char>(*c)));
+}
+
+void StringPL::MakeUpper() {
+    for (char *c = characters, *end = characters + Length(); c != end; ++c)
+        *c = static_cast<char>(std::toupper(static_cast<unsigned char>(*c)));
+}
+
+void StringPL::Replace(char const* search, char const* replacement) {
+    std::size_t const searchLength = std::strlen(search);
+    std::size_t const replacementLength = std::strlen(replacement);
+    if (searchLength == 0)
+        return;
+    char const* const end = characters + Length();
+    auto const next = [&](char const* from) {
+        return FindRun(from, end, search, static_cast<std::ptrdiff_t>(searchLength));
+    };
+
+    std::uint64_t length = Length();
+    for (char const* match = next(characters); match != nullptr; match = next(match + searchLength))
+        length = length - searchLength + replacementLength;
+
+    char* const block = NewBlock(length + 1);
+    char* target = block;
+    auto const copy = [&](char const* from, std::size_t count) {
+        std::memcpy(target, from, count);
+        target += count;
+    };
+    char const* from = characters;
+    for (char const* match = next(from); match != nullptr; match = next(from)) {
+        copy(from, static_cast<std::size_t>(match - from));
+        copy(replacement, replacementLength);
+        from = match + searchLength;
+    }
+    copy(from, static_cast<std::size_t>(end - from));
+    if (length != 0)
+        *target = '\0';
+    TakeBlock(block);
+    SetStringLength(static_cast<std::uint32_t>(length));
+}
+
+void StringPL::ReplaceNoCase(char const* search, char const* replacement) {
+    // Copies, since the arguments may be parts of the text that is about to go.
+    StringPL const wanted(search);
+    StringPL const inserted(replacement);
+    if (wanted.IsEmpty())
+        return;
+    for (int match = FindNoCase(wanted, 0); match != -1;
+         match = FindNoCase(wanted, match + inserted.GetLength()))
+        *this = Left(match) + inserted + Mid(match + wanted.GetLength());
+}
+
+int StringPL::Find(char const* pattern, int start) const {
+    std::uint32_t const from = NotNegative(start);
+    std::size_t const patternLength = std::strlen(pattern);
+    if (from + patternLength > Length())
+        return -1;
+    char const* const match = FindRun(characters + from, characters + Length(), pattern,
+                                      static_cast<std::ptrdiff_t>(patternLength));
+    return match == nullptr ? -1 : static_cast<int>(match - characters);
+}
+
+int StringPL::FindNoCase(char const* pattern, int start) const {
+    std::uint32_t const from = NotNegative(start);
+    std::size_t const patternLength = std::strlen(pattern);
+    if (from + patternLength > Length())
+        return -1;
+    char const* const match =
+        CaseBlindSearch(characters + from, Length() - from, pattern, patternLength);
+    return match == nullptr ? -1 : static_cast<int>(match - characters);
+}
+
+int StringPL::Find(char byte, int start) const {
+    std::uint32_t const from = NotNegative(start);
+    if (from >= Length())
+        return -1;
+    void const* const match = std::memchr(characters + from, byte, Length() - from);
+    return match == nullptr ? -1 : static_cast<int>(static_cast<char const*>(match) - characters);
+}
+
+int StringPL::ReverseFind(char byte, int fromEnd) const {
+    std::uint32_t const behind = NotNegative(fromEnd);
+    if (behind >= Length())
+        return -1;
+    void const* const match = memrchr(characters, byte, Length() - behind);
+    return match == nullptr ? -1 : static_cast<int>(static_cast<char const*>(match) - characters);
+}
+
+StringPL StringPL::Mid(int start, int count) const {
+    std::uint32_t const from = NotNegative(start);
+    std::uint32_t const wanted = NotNegative(count);
+    if (from > Length())
+        throw StringPLOutOfBoundsException();
+    std::uint32_t const rest = Length() - from;
+    return StringPL(characters + from, wanted < rest ? wanted : rest);
+}
+
+StringPL StringPL::Mid(int start) const {
+    std::uint32_t const from = NotNegative(start);
+    if (from > Length())
+        throw StringPLOutOfBoundsException();
+    return StringPL(characters + from, Length() - from);
+}
+
+StringPL StringPL::Left(int count) const {
+    return Mid(0, count);
+}
+
+StringPL StringPL::Right(int count) const {
+    std::uint32_t const wanted = NotNegative(count);
+    std::uint32_t const cut = wanted < Length() ? wanted : Length();
+    return StringPL(characters + (Length() - cut), cut);
+}
+
+int StringPL::CompareNoCase(char const* text) const {
+    return strcasecmp(characters, text);
+}

@@ -1,0 +1,158 @@
+// How often a StringPL allocates, and what is left where an allocation fails.
+#include "strings/StringPL.h"
+
+#include <new>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/FailingAllocation.h"
+
+namespace {
+
+// Longer than anything that fits in a small object.
+char const longText[] = "a text that is so long that no string class would keep it inside itself";
+
+// Lets the first, second, third ... allocation of `operation` on a fresh string fail, and expects
+// the string to have the one text after each failure and the other at the end, when all went well.
+template <class Operation>
+void ExpectAfterFailure(char const* start, char const* failed, char const* done,
+                        Operation operation) {
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
+        // Made anew each time; its own allocation, if any, is the first.
+        StringPL* string = nullptr;
+        try {
+            string = new StringPL(start);
+            operation(*string);
+            EXPECT_STREQ(done, *string);
+        } catch (std::bad_alloc const&) {
+            if (string != nullptr) {
+                EXPECT_STREQ(failed, *string) << "with allocation " << n << " failing";
+                EXPECT_EQ(static_cast<int>(std::string(failed).size()), string->GetLength());
+            }
+        }
+        // What is left can still be used.
+        if (string != nullptr) {
+            FailingAllocation const none(1000);
+            *string += "!";
+            EXPECT_TRUE(string->Contains('!'));
+        }
+        delete string;
+    });
+    EXPECT_LT(0u, failures);
+}
+
+TEST(StringPLAllocationTest, EmptyStringsAllocateNothing) {
+    EXPECT_EQ(0u, AllocationsOf([] {
+                  StringPL string, other;
+                  StringPL const fromNull(static_cast<char const*>(nullptr));
+                  StringPL const fromText("");
+                  StringPL const fromCount("abc", 0);
+                  StringPL const copy(fromText);
+                  string = "";
+                  string = other;
+                  string += "";
+                  string.Append("x", 0);
+                  string.MakeEmpty();
+                  string.MakeLower();
+                  string.Replace("a", "b");
+                  StringPL const part = string.Mid(0, 3);
+                  StringPL const sum = string + "";
+              }));
+}
+
+TEST(StringPLAllocationTest, OtherStringsAllocateOnce) {
+    StringPL const source(longText);
+    EXPECT_EQ(1u, AllocationsOf([] { StringPL const string(longText); }));
+    EXPECT_EQ(1u, AllocationsOf([] { StringPL const string(longText, 3); }));
+    EXPECT_EQ(1u, AllocationsOf([&] { StringPL const string(source); }));
+    EXPECT_EQ(1u, AllocationsOf([&] { StringPL const string = source.Mid(3, 20); }));
+    StringPL target("x");
+    EXPECT_EQ(1u, AllocationsOf([&] { target = source; }));
+    EXPECT_EQ(1u, AllocationsOf([&] { target.Replace("text", "word"); }));
+}
+
+TEST(StringPLAllocationTest, ReadingAllocatesNothing) {
+    StringPL const string(longText);
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  EXPECT_NE(-1, string.Find("string", 0));
+                  EXPECT_NE(-1, string.FindNoCase("STRING", 0));
+                  EXPECT_NE(-1, string.ReverseFind('t', 5));
+                  EXPECT_TRUE(string.ContainsNoCase("ITSELF"));
+                  EXPECT_TRUE(string.EqualsIgnoringCase(longText));
+                  EXPECT_TRUE(string == longText);
+                  EXPECT_NE(0, string.GetLength());
+              }));
+}
+
+TEST(StringPLAllocationTest, AMillionAppendedBytesCostTwentyAllocations) {
+    // The capacities 2, 4, ... 1,048,576.
+    EXPECT_EQ(20u, AllocationsOf([] {
+                  StringPL string;
+                  for (int i = 0; i < (1 << 20) - 1; ++i)
+                      string += "x";
+                  EXPECT_EQ((1 << 20) - 1, string.GetLength());
+              }));
+}
+
+TEST(StringPLAllocationTest, FormatAllocatesForEachPassAtMost) {
+    EXPECT_EQ(1u, AllocationsOf([] { StringPL().Format("%s", "short"); }));
+    EXPECT_EQ(2u, AllocationsOf([] { StringPL().Format("%s", longText); }));
+    StringPL string(longText);
+    EXPECT_EQ(0u, AllocationsOf([&] { string.Format("%d", 1); }));
+}
+
+TEST(StringPLAllocationTest, ASecondBlockIsMadeBeforeTheFirstIsFreed) {
+    ExpectAfterFailure("old", "old", longText, [](StringPL& string) { string = longText; });
+    ExpectAfterFailure("old", "old", longText,
+                       [](StringPL& string) { string = StringPL(longText); });
+    ExpectAfterFailure("old", "old", "oldxxx", [](StringPL& string) { string += "xxx"; });
+    ExpectAfterFailure("old", "old", "oldxx", [](StringPL& string) { string.Append("xxx", 2); });
+    ExpectAfterFailure("old", "old", "owd", [](StringPL& string) { string.Replace("l", "w"); });
+    ExpectAfterFailure("old", "old", "ldx", [](StringPL& string) { string = string.Mid(1) + "x"; });
+}
+
+TEST(StringPLAllocationTest, FormatLeavesAnEmptyStringBehindAFailure) {
+    // Deliberate: it frees the old block first.
+    ExpectAfterFailure("old", "", longText,
+                       [](StringPL& string) { string.Format("%s", longText); });
+}
+
+TEST(StringPLAllocationTest, ReplaceNoCaseKeepsWhatItHasReplacedSoFar) {
+    // Deliberate: each occurrence makes the string anew.
+    bool sawNone = false, sawOne = false;
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        StringPL* string = nullptr;
+        try {
+            string = new StringPL("aXbx");
+            string->ReplaceNoCase("x", "--");
+            EXPECT_STREQ("a--b--", *string);
+        } catch (std::bad_alloc const&) {
+            sawNone |= string != nullptr && *string == "aXbx";
+            sawOne |= string != nullptr && *string == "a--bx";
+            EXPECT_TRUE(string == nullptr || *string == "aXbx" || *string == "a--bx");
+        }
+        delete string;
+    });
+    EXPECT_LT(0u, failures);
+    EXPECT_TRUE(sawNone);
+    EXPECT_TRUE(sawOne);
+}
+
+TEST(StringPLAllocationTest, ConstructionsThatFailLeaveNothing) {
+    StringPL const source(longText);
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        try {
+            StringPL const text(longText);
+            StringPL const counted(longText, 5);
+            StringPL const copy(source);
+            StringPL const sum = source + "more";
+            StringPL const part = source.Left(7);
+            EXPECT_STREQ("a text ", part);
+        } catch (std::bad_alloc const&) {
+        }
+    });
+    EXPECT_EQ(6u, failures);
+}
+
+} // namespace
