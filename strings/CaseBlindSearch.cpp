@@ -16,9 +16,7 @@ constexpr std::size_t blockSize = 64;
 // With fewer places, finding out about the locale costs more than it saves.
 constexpr std::size_t fewPlaces = 128;
 
-unsigned char Byte(char character) {
-    return static_cast<unsigned char>(character);
-}
+unsigned char Byte(char character) { return static_cast<unsigned char>(character); }
 
 // The current locale's tables behind tolower and toupper, indexed by a byte. A call for each byte
 // would cost more than all the rest of a search.

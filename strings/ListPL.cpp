@@ -3,6 +3,4 @@
 NoMoreItemsException::NoMoreItemsException()
     : ExceptionPL("A ListPL iterator walked off the end of the list.") {}
 
-void ThrowNoMoreItems() {
-    throw NoMoreItemsException();
-}
+void ThrowNoMoreItems() { throw NoMoreItemsException(); }

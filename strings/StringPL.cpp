@@ -95,9 +95,7 @@ StringPL& StringPL::operator=(char const* text) {
     return *this;
 }
 
-StringPL& StringPL::operator=(StringPL const& source) {
-    return *this = source.characters;
-}
+StringPL& StringPL::operator=(StringPL const& source) { return *this = source.characters; }
 
 // The shared block always has the length that is written to it, so it is never written.
 void StringPL::SetStringLength(unsigned int length) {
@@ -271,9 +269,7 @@ StringPL StringPL::Mid(int start) const {
     return StringPL(characters + from, Length() - from);
 }
 
-StringPL StringPL::Left(int count) const {
-    return Mid(0, count);
-}
+StringPL StringPL::Left(int count) const { return Mid(0, count); }
 
 StringPL StringPL::Right(int count) const {
     std::uint32_t const wanted = NotNegative(count);
@@ -281,6 +277,4 @@ StringPL StringPL::Right(int count) const {
     return StringPL(characters + (Length() - cut), cut);
 }
 
-int StringPL::CompareNoCase(char const* text) const {
-    return strcasecmp(characters, text);
-}
+int StringPL::CompareNoCase(char const* text) const { return strcasecmp(characters, text); }

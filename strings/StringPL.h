@@ -228,40 +228,16 @@ inline bool operator>=(StringPL const& left, StringPL const& right) {
     return left.Compare(right) >= 0;
 }
 
-inline bool operator==(StringPL const& left, char const* right) {
-    return left.Compare(right) == 0;
-}
-inline bool operator!=(StringPL const& left, char const* right) {
-    return left.Compare(right) != 0;
-}
-inline bool operator<(StringPL const& left, char const* right) {
-    return left.Compare(right) < 0;
-}
-inline bool operator<=(StringPL const& left, char const* right) {
-    return left.Compare(right) <= 0;
-}
-inline bool operator>(StringPL const& left, char const* right) {
-    return left.Compare(right) > 0;
-}
-inline bool operator>=(StringPL const& left, char const* right) {
-    return left.Compare(right) >= 0;
-}
+inline bool operator==(StringPL const& left, char const* right) { return left.Compare(right) == 0; }
+inline bool operator!=(StringPL const& left, char const* right) { return left.Compare(right) != 0; }
+inline bool operator<(StringPL const& left, char const* right) { return left.Compare(right) < 0; }
+inline bool operator<=(StringPL const& left, char const* right) { return left.Compare(right) <= 0; }
+inline bool operator>(StringPL const& left, char const* right) { return left.Compare(right) > 0; }
+inline bool operator>=(StringPL const& left, char const* right) { return left.Compare(right) >= 0; }
 
-inline bool operator==(char const* left, StringPL const& right) {
-    return right.Compare(left) == 0;
-}
-inline bool operator!=(char const* left, StringPL const& right) {
-    return right.Compare(left) != 0;
-}
-inline bool operator<(char const* left, StringPL const& right) {
-    return right.Compare(left) > 0;
-}
-inline bool operator<=(char const* left, StringPL const& right) {
-    return right.Compare(left) >= 0;
-}
-inline bool operator>(char const* left, StringPL const& right) {
-    return right.Compare(left) < 0;
-}
-inline bool operator>=(char const* left, StringPL const& right) {
-    return right.Compare(left) <= 0;
-}
+inline bool operator==(char const* left, StringPL const& right) { return right.Compare(left) == 0; }
+inline bool operator!=(char const* left, StringPL const& right) { return right.Compare(left) != 0; }
+inline bool operator<(char const* left, StringPL const& right) { return right.Compare(left) > 0; }
+inline bool operator<=(char const* left, StringPL const& right) { return right.Compare(left) >= 0; }
+inline bool operator>(char const* left, StringPL const& right) { return right.Compare(left) < 0; }
+inline bool operator>=(char const* left, StringPL const& right) { return right.Compare(left) <= 0; }

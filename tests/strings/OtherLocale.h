@@ -1,8 +1,10 @@
 // A locale made for one test: its letters, and which of them differ in case only.
 #pragma once
 
+#include <cctype>
 #include <clocale>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include <stdlib.h>
@@ -17,9 +19,12 @@ public:
         std::string const name = language + '.' + encoding;
         std::string const command = "localedef -i " + language + " -f " + encoding +
                                     " --no-archive " + directory / name + " >/dev/null 2>&1";
-        isThere = std::system(command.c_str()) == 0 &&
-                  setenv("LOCPATH", directory.path().c_str(), 1) == 0 &&
-                  std::setlocale(LC_CTYPE, name.c_str()) != nullptr;
+        if (std::system(command.c_str()) != 0 ||
+            setenv("LOCPATH", directory.path().c_str(), 1) != 0 ||
+            std::setlocale(LC_CTYPE, name.c_str()) == nullptr)
+            whyNot = "no localedef with its sources here: a locale cannot be made";
+        else if (!ComparisonsFollowTheLocale())
+            whyNot = "a sanitizer has put a strcasecmp in place that knows no locale";
     }
 
     ~OtherLocale() {
@@ -30,10 +35,20 @@ public:
     OtherLocale(OtherLocale const&) = delete;
     OtherLocale& operator=(OtherLocale const&) = delete;
 
-    // False on a machine that can make no locales.
-    bool IsThere() const { return isThere; }
+    // Null if the locale is there, otherwise the reason why a test cannot run in it.
+    char const* WhyNot() const { return whyNot; }
 
 private:
+    static bool ComparisonsFollowTheLocale() {
+        for (int byte = 1; byte < 256; ++byte) {
+            char const text[] = {static_cast<char>(byte), '\0'};
+            char const lower[] = {static_cast<char>(std::tolower(byte)), '\0'};
+            if (strcasecmp(text, lower) != 0)
+                return false;
+        }
+        return true;
+    }
+
     TemporaryDirectory directory;
-    bool isThere;
+    char const* whyNot = nullptr;
 };

@@ -40,9 +40,7 @@ TEST(StringPLTest, ExceptionNamesItself) {
     }
 }
 
-TEST(StringPLTest, DefaultIsEmpty) {
-    ExpectText("", 1, StringPL());
-}
+TEST(StringPLTest, DefaultIsEmpty) { ExpectText("", 1, StringPL()); }
 
 TEST(StringPLTest, AllEmptyStringsOfAConstructorShareTheirCharacters) {
     char const* const shared = StringPL().AsChar();

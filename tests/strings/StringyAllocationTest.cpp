@@ -1,0 +1,158 @@
+// How often a Stringy allocates, and what is left where an allocation fails.
+#include "strings/Stringy.h"
+
+#include <new>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/FailingAllocation.h"
+
+namespace {
+
+std::string const longest(127, 'a'); // The longest text that lies in the object.
+std::string const tooLong(128, 'b');
+std::string const longText(300, 'c');
+
+std::string Bytes(Stringy const& string) {
+    return std::string(static_cast<char const*>(string), string.GetLength());
+}
+
+TEST(StringyAllocationTest, TextsOfUpTo127CharactersCostNothing) {
+    EXPECT_EQ(0u, AllocationsOf([] {
+                  Stringy string(longest.c_str());
+                  Stringy const counted(longest.c_str(), 127);
+                  Stringy const range{ConstData(longest)};
+                  Stringy const copy(string);
+                  Stringy const number(18446744073709551615ull);
+                  Stringy path("/proc/");
+                  path += "4711";
+                  path += 'x';
+                  path += Stringy("y");
+                  path += ConstData("z");
+                  string = copy;
+                  string = "abc";
+                  Stringy const part = copy.Mid(3, 100) + Stringy("sum");
+                  path.StripLeadingAndTrailingWhite();
+                  path.TrimLeft();
+                  EXPECT_TRUE(path == "/proc/4711xyz");
+                  EXPECT_TRUE(path.StartsWithIgnoringCase("/PROC"));
+                  EXPECT_EQ(9u, path.Replace('/', '.') + 7);
+              }));
+}
+
+TEST(StringyAllocationTest, LongerTextsCostOneArrayOfExactlyTheirSize) {
+    AllocationCounter const counter;
+    Stringy const string(tooLong.c_str());
+    EXPECT_EQ(1u, counter.Count());
+    EXPECT_EQ(129u, counter.Bytes());
+    Stringy sum(string);
+    EXPECT_EQ(2u * 129, counter.Bytes());
+    sum += 'x';
+    EXPECT_EQ(3u, counter.Count());
+    EXPECT_EQ(2u * 129 + 130, counter.Bytes());
+    sum += "yz";
+    EXPECT_EQ(2u * 129 + 130 + 132, counter.Bytes());
+}
+
+TEST(StringyAllocationTest, ATextGoesBackIntoTheObjectWhenItIsShortAgain) {
+    Stringy string(longText.c_str());
+    EXPECT_EQ(0u, AllocationsOf([&] { string = longest.c_str(); }));
+    EXPECT_EQ(longest, Bytes(string));
+    string = longText.c_str();
+    Stringy const small("abc");
+    EXPECT_EQ(0u, AllocationsOf([&] { string = small; }));
+    EXPECT_STREQ("abc", string);
+}
+
+// Lets the allocations of `operation` on a fresh string fail one after the other, and expects the
+// text that each failure leaves, and the one when all goes well.
+template <class Operation>
+void ExpectTexts(std::string const& start, std::vector<std::string> const& failed,
+                 std::string const& done, Operation operation) {
+    for (std::size_t n = 1; n <= failed.size() + 1; ++n) {
+        Stringy string(start.c_str());
+        bool hasFailed = false;
+        {
+            FailingAllocation const failing(n);
+            try {
+                operation(string);
+            } catch (std::bad_alloc const&) {
+                hasFailed = true;
+            }
+            EXPECT_EQ(hasFailed, failing.HasFailed());
+        }
+        EXPECT_EQ(n <= failed.size(), hasFailed) << "allocation " << n;
+        EXPECT_EQ(hasFailed ? failed[n - 1] : done, Bytes(string)) << "allocation " << n;
+        string += "!"; // What is left can still be used.
+        EXPECT_EQ((hasFailed ? failed[n - 1] : done) + "!", Bytes(string));
+    }
+}
+
+TEST(StringyAllocationTest, AssigningAStringLeavesNullBehindAFailure) {
+    // Deliberate: it frees the old array first.
+    Stringy const source(longText.c_str());
+    ExpectTexts(tooLong, {""}, longText, [&](Stringy& string) { string = source; });
+    ExpectTexts("old", {""}, longText, [&](Stringy& string) { string = source; });
+}
+
+TEST(StringyAllocationTest, AssigningATextKeepsTheOldOneBehindAFailure) {
+    ExpectTexts(tooLong, {tooLong}, longText, [](Stringy& string) { string = longText.c_str(); });
+    ExpectTexts("old", {"old"}, longText, [](Stringy& string) { string = longText.c_str(); });
+}
+
+TEST(StringyAllocationTest, AppendsKeepTheOldTextBehindAFailure) {
+    Stringy const source(longText.c_str());
+    ExpectTexts(tooLong, {tooLong}, tooLong + "x", [](Stringy& string) { string += 'x'; });
+    ExpectTexts("old", {"old"}, "old" + longText,
+                [](Stringy& string) { string += longText.c_str(); });
+    ExpectTexts("old", {"old"}, "old" + longText, [&](Stringy& string) { string += source; });
+    ExpectTexts(tooLong, {tooLong}, tooLong + longText,
+                [](Stringy& string) { string += ConstData(longText); });
+    ExpectTexts(tooLong, {tooLong}, tooLong + tooLong, [](Stringy& string) { string += string; });
+}
+
+TEST(StringyAllocationTest, StrippingThatFailsLeavesTheOldTextOrNull) {
+    // The string that is left is made first, and then assigned.
+    std::string const padded = " " + longText + " ";
+    ExpectTexts(padded, {padded, ""}, longText,
+                [](Stringy& string) { string.StripLeadingAndTrailingWhite(); });
+    ExpectTexts(padded, {padded, ""}, longText + " ", [](Stringy& string) { string.TrimLeft(); });
+}
+
+TEST(StringyAllocationTest, ConstructionsThatFailLeaveNothing) {
+    Stringy const source(longText.c_str());
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        try {
+            Stringy const text(longText.c_str());
+            Stringy const counted(longText.c_str(), 200);
+            Stringy const range{ConstData(longText)};
+            Stringy const copy(source);
+            Stringy const part = source.Mid(1);
+            Stringy const sum = source + 'x';
+            EXPECT_EQ(301u, sum.GetLength());
+        } catch (std::bad_alloc const&) {
+        }
+    });
+    EXPECT_EQ(7u, failures);
+}
+
+TEST(StringyAllocationTest, SplittingThatFailsKeepsTheItemsSoFar) {
+    std::string const text = longText + "," + longText;
+    bool sawOne = false;
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        std::vector<Stringy> items;
+        try {
+            Stringy::SplitSeparatedStringsIntoArray(text.c_str(), ',', items, 10, false);
+            EXPECT_EQ(2u, items.size());
+        } catch (std::bad_alloc const&) {
+            EXPECT_GE(1u, items.size());
+            sawOne |= items.size() == 1 && items[0] == Stringy(longText.c_str());
+        }
+    });
+    EXPECT_LT(0u, failures);
+    EXPECT_TRUE(sawOne);
+}
+
+} // namespace
