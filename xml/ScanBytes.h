@@ -5,6 +5,10 @@
 // run time; another processor takes the plain loops.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -27,6 +31,17 @@ char const* FindOrHighPlainly(char const* from, char const* end, Bytes... wanted
     return from;
 }
 
+// Appends the bytes up to the first one that is one of `wanted` to `target`, and yields its place,
+// or `end`. `block` is how long most runs are at most: 16 or a multiple of it up to 64.
+template <int block, class... Bytes>
+char const* AppendUntilPlainly(std::string& target, char const* from, char const* end,
+                               Bytes... wanted) {
+    char const* const stop = FindPlainly(from, end, wanted...);
+    for (; from != stop; ++from)
+        target += *from;
+    return stop;
+}
+
 #if defined(__SSE2__)
 
 inline __m128i Load(char const* from) {
@@ -47,13 +62,42 @@ inline unsigned int HighBits(__m128i chunk) {
 }
 
 template <class... Bytes>
-char const* Find(char const* from, char const* end, Bytes... wanted) {
+inline char const* Find(char const* from, char const* end, Bytes... wanted) {
     for (; end - from >= 16; from += 16) {
         unsigned int const found = HighBits(Matches(Load(from), wanted...));
         if (found != 0)
             return from + __builtin_ctz(found);
     }
     return FindPlainly(from, end, wanted...);
+}
+
+// One bit for each of `block` bytes that is one of `wanted`.
+template <int block, class... Bytes>
+std::uint64_t MatchesInBlock(char const* from, Bytes... wanted) {
+    std::uint64_t found = 0;
+    for (int offset = 0; offset < block; offset += 16)
+        found |= std::uint64_t{HighBits(Matches(Load(from + offset), wanted...))} << offset;
+    return found;
+}
+
+// A short run is found in one look at a whole block, and the whole block is appended and cut back:
+// that has no branch that depends on the length, which nothing could foretell.
+template <int block, class... Bytes>
+[[gnu::always_inline]] inline char const* AppendUntil(std::string& target, char const* from,
+                                                      char const* end, Bytes... wanted) {
+    if (end - from >= block) {
+        std::uint64_t const found = MatchesInBlock<block>(from, wanted...);
+        if (found != 0) {
+            std::size_t const length = static_cast<std::size_t>(__builtin_ctzll(found));
+            std::size_t const wholeLength = target.size() + length;
+            target.append(from, block);
+            target.resize(wholeLength);
+            return from + length;
+        }
+    }
+    char const* const stop = Find(from, end, wanted...);
+    target.append(from, static_cast<std::size_t>(stop - from));
+    return stop;
 }
 
 template <class... Bytes>
@@ -77,6 +121,11 @@ char const* Find(char const* from, char const* end, Bytes... wanted) {
 template <class... Bytes>
 char const* FindOrHigh(char const* from, char const* end, Bytes... wanted) {
     return FindOrHighPlainly(from, end, wanted...);
+}
+
+template <int block, class... Bytes>
+char const* AppendUntil(std::string& target, char const* from, char const* end, Bytes... wanted) {
+    return AppendUntilPlainly<block>(target, from, end, wanted...);
 }
 
 #endif

@@ -1,7 +1,6 @@
 #include "xml/SimpleXMLParserPL.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "xml/ScanBytes.h"
@@ -56,6 +55,145 @@ void SimpleXMLParserPL::Parse(std::string const& text) {
     ParseRange(text.data(), text.data() + text.size());
 }
 
+[[gnu::always_inline]] inline void SimpleXMLParserPL::TransitionState(State next) {
+    Leave(next);
+    Enter(next);
+    currentState = next;
+}
+
+[[gnu::always_inline]] inline void SimpleXMLParserPL::Leave(State next) {
+    switch (currentState) {
+    case InCharacterData:
+    case InCData:
+        DeliverText();
+        break;
+    case InEscape:
+        escapeString += ';';
+        handler->Characters(DecodeEscapeString());
+        break;
+    case InElementName:
+    case BetweenAttributes:
+        if (next == InCharacterData)
+            DeliverTag();
+        break;
+    case InEndElementName:
+        if (next == InCharacterData)
+            handler->EndElement(elementName);
+        break;
+    case InAttributeValue:
+        if (next != InAttributeEscape)
+            ++attributeCount;
+        break;
+    case InAttributeEscape:
+        escapeString += ';';
+        *currentAttributeValue += DecodeEscapeString();
+        break;
+    case InAttributeName:
+    case BeforeAttributeValue:
+    case InComment:
+        break;
+    }
+}
+
+[[gnu::always_inline]] inline void SimpleXMLParserPL::Enter(State next) {
+    switch (next) {
+    case InEscape:
+    case InAttributeEscape:
+        escapeString = '&';
+        break;
+    case InElementName:
+        dashCount = 0;
+        elementName.clear();
+        attributeCount = 0;
+        break;
+    case BetweenAttributes:
+        PrepareAttribute();
+        break;
+    case InAttributeName:
+        *currentAttributeName += currentCharacter;
+        break;
+    case InComment:
+        dashCount = 0;
+        break;
+    case InCharacterData:
+    case InEndElementName:
+    case BeforeAttributeValue:
+    case InAttributeValue:
+    case InCData:
+        break;
+    }
+}
+
+// Each operation below knows its own state; told so, the compiler lays out its transitions without
+// asking for the state.
+[[gnu::always_inline]] inline void SimpleXMLParserPL::TransitionFrom(State known, State next) {
+    if (currentState != known)
+        __builtin_unreachable();
+    TransitionState(next);
+}
+
+// This operation and the next two, in which a document spends its time, are laid into the loop of
+// ParseRange: for short runs a call costs as much as the work.
+[[gnu::always_inline]] inline char const* SimpleXMLParserPL::ReadCharacterData(char const* from,
+                                                                               char const* end) {
+    char const* const stop = ScanBytes::AppendUntil<64>(characterData, from, end, '<', '&');
+    if (stop == end)
+        return end;
+    if (*stop == '<')
+        TransitionFrom(InCharacterData, InElementName);
+    else
+        TransitionFrom(InCharacterData, InEscape);
+    return stop + 1;
+}
+
+[[gnu::always_inline]] inline char const* SimpleXMLParserPL::ReadElementName(char const* from,
+                                                                             char const* end) {
+    if (*from == '/') {
+        TransitionFrom(InElementName, InEndElementName);
+        return from + 1;
+    }
+    if (MayOpenSection(*from)) {
+        if (char const* const opened = EndOfSectionOpening(from, end)) {
+            OpenSection();
+            return opened;
+        }
+    }
+    char const* const stop = ScanBytes::AppendUntil<16>(elementName, from, end, ' ', '/', '>', '-');
+    if (stop == end)
+        return end;
+    switch (*stop) {
+    case ' ':
+        if (!elementName.empty())
+            TransitionFrom(InElementName, BetweenAttributes);
+        break;
+    case '/':
+        TransitionFrom(InElementName, InEndElementName);
+        break;
+    case '>':
+        TransitionFrom(InElementName, InCharacterData);
+        break;
+    case '-':
+        if (++dashCount >= 2)
+            TransitionFrom(InElementName, InComment);
+        break;
+    }
+    return stop + 1;
+}
+
+// Whether the name that goes on with `next` begins as a CDATA section does. Hardly any other does.
+inline bool SimpleXMLParserPL::MayOpenSection(char next) const {
+    return (elementName.empty() ? next : elementName.front()) == sectionOpening.front();
+}
+
+[[gnu::always_inline]] inline char const* SimpleXMLParserPL::ReadEndElementName(char const* from,
+                                                                                char const* end) {
+    char const* const stop = ScanBytes::AppendUntil<16>(elementName, from, end, '>');
+    if (stop == end)
+        return end;
+    TransitionFrom(InEndElementName, InCharacterData);
+    return stop + 1;
+}
+
 void SimpleXMLParserPL::ParseRange(char const* from, char const* end) {
     while (from != end) {
         switch (currentState) {
@@ -96,15 +234,6 @@ void SimpleXMLParserPL::ParseRange(char const* from, char const* end) {
     }
 }
 
-char const* SimpleXMLParserPL::ReadCharacterData(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, '<', '&');
-    AppendRun(characterData, from, stop);
-    if (stop == end)
-        return end;
-    TransitionState(*stop == '<' ? InElementName : InEscape);
-    return stop + 1;
-}
-
 char const* SimpleXMLParserPL::ReadEscape(char const* from, char const* end, State outer) {
     char const* const stop = ScanBytes::Find(from, end, ';');
     AppendRun(escapeString, from, stop);
@@ -114,61 +243,24 @@ char const* SimpleXMLParserPL::ReadEscape(char const* from, char const* end, Sta
     return stop + 1;
 }
 
-char const* SimpleXMLParserPL::ReadElementName(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, ' ', '/', '>', '-');
-    if (char const* const opened = EndOfSectionOpening(from, stop)) {
-        elementName.clear();
-        previousCharacter = 0;
-        earlierCharacter = 0;
-        TransitionState(InCData);
-        return opened;
-    }
-    AppendRun(elementName, from, stop);
-    if (stop == end)
-        return end;
-    switch (*stop) {
-    case ' ':
-        if (!elementName.empty())
-            TransitionState(BetweenAttributes);
-        break;
-    case '/':
-        TransitionState(InEndElementName);
-        break;
-    case '>':
-        TransitionState(InCharacterData);
-        break;
-    case '-':
-        if (++dashCount >= 2)
-            TransitionState(InComment);
-        break;
-    }
-    return stop + 1;
-}
-
-// Where a CDATA section begins in a run of name bytes, or null. The bytes of its opening may have
-// come in several runs, with a dropped dash between them.
+// Where a section begins in a run of name bytes, or null. The bytes of its opening may have come in
+// several runs, with a dropped dash between them.
 char const* SimpleXMLParserPL::EndOfSectionOpening(char const* from, char const* end) const {
     std::size_t const known = elementName.size();
-    std::size_t const run = static_cast<std::size_t>(end - from);
-    if (known >= sectionOpening.size() || known + run < sectionOpening.size())
-        return nullptr;
-    // Almost every name ends here.
-    if (*from != sectionOpening[known])
+    if (known >= sectionOpening.size())
         return nullptr;
     std::string_view const missing = sectionOpening.substr(known);
     if (elementName != sectionOpening.substr(0, known) ||
-        std::memcmp(from, missing.data(), missing.size()) != 0)
+        !std::string_view(from, static_cast<std::size_t>(end - from)).starts_with(missing))
         return nullptr;
     return from + missing.size();
 }
 
-char const* SimpleXMLParserPL::ReadEndElementName(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, '>');
-    AppendRun(elementName, from, stop);
-    if (stop == end)
-        return end;
-    TransitionState(InCharacterData);
-    return stop + 1;
+void SimpleXMLParserPL::OpenSection() {
+    elementName.clear();
+    previousCharacter = 0;
+    earlierCharacter = 0;
+    TransitionFrom(InElementName, InCData);
 }
 
 char const* SimpleXMLParserPL::ReadBetweenAttributes(char const* from, char const* end) {
@@ -177,7 +269,7 @@ char const* SimpleXMLParserPL::ReadBetweenAttributes(char const* from, char cons
             return end;
     }
     currentCharacter = *from;
-    TransitionState(*from == '>' ? InCharacterData : InAttributeName);
+    TransitionFrom(BetweenAttributes, *from == '>' ? InCharacterData : InAttributeName);
     return from + 1;
 }
 
@@ -186,7 +278,7 @@ char const* SimpleXMLParserPL::ReadAttributeName(char const* from, char const* e
     AppendRun(*currentAttributeName, from, stop);
     if (stop == end)
         return end;
-    TransitionState(BeforeAttributeValue);
+    TransitionFrom(InAttributeName, BeforeAttributeValue);
     return stop + 1;
 }
 
@@ -195,7 +287,7 @@ char const* SimpleXMLParserPL::ReadBeforeAttributeValue(char const* from, char c
     if (stop == end)
         return end;
     attributeQuote = *stop;
-    TransitionState(InAttributeValue);
+    TransitionFrom(BeforeAttributeValue, InAttributeValue);
     return stop + 1;
 }
 
@@ -204,7 +296,7 @@ char const* SimpleXMLParserPL::ReadAttributeValue(char const* from, char const* 
     AppendRun(*currentAttributeValue, from, stop);
     if (stop == end)
         return end;
-    TransitionState(*stop == '&' ? InAttributeEscape : BetweenAttributes);
+    TransitionFrom(InAttributeValue, *stop == '&' ? InAttributeEscape : BetweenAttributes);
     return stop + 1;
 }
 
@@ -220,7 +312,7 @@ char const* SimpleXMLParserPL::ReadComment(char const* from, char const* end) {
             if (dashCount < 2)
                 ++dashCount;
         } else if (byte == '>' && dashCount >= 2) {
-            TransitionState(InCharacterData);
+            TransitionFrom(InComment, InCharacterData);
             break;
         } else {
             dashCount = 0;
@@ -236,7 +328,7 @@ char const* SimpleXMLParserPL::ReadCData(char const* from, char const* end) {
     TakeSectionBytes(from, stop);
     if (stop == end)
         return end;
-    TransitionState(InCharacterData);
+    TransitionFrom(InCData, InCharacterData);
     return stop + 1;
 }
 
@@ -262,75 +354,6 @@ void SimpleXMLParserPL::TakeSectionBytes(char const* from, char const* end) {
         AppendWithoutNuls(characterData, &earlierCharacter, &earlierCharacter + 1);
         earlierCharacter = previousCharacter;
         previousCharacter = *from;
-    }
-}
-
-void SimpleXMLParserPL::TransitionState(State next) {
-    Leave(next);
-    Enter(next);
-    currentState = next;
-}
-
-void SimpleXMLParserPL::Leave(State next) {
-    switch (currentState) {
-    case InCharacterData:
-    case InCData:
-        DeliverText();
-        break;
-    case InEscape:
-        escapeString += ';';
-        handler->Characters(DecodeEscapeString());
-        break;
-    case InElementName:
-    case BetweenAttributes:
-        if (next == InCharacterData)
-            DeliverTag();
-        break;
-    case InEndElementName:
-        if (next == InCharacterData)
-            handler->EndElement(elementName);
-        break;
-    case InAttributeValue:
-        if (next != InAttributeEscape)
-            ++attributeCount;
-        break;
-    case InAttributeEscape:
-        escapeString += ';';
-        *currentAttributeValue += DecodeEscapeString();
-        break;
-    case InAttributeName:
-    case BeforeAttributeValue:
-    case InComment:
-        break;
-    }
-}
-
-void SimpleXMLParserPL::Enter(State next) {
-    switch (next) {
-    case InEscape:
-    case InAttributeEscape:
-        escapeString = '&';
-        break;
-    case InElementName:
-        dashCount = 0;
-        elementName.clear();
-        attributeCount = 0;
-        break;
-    case BetweenAttributes:
-        PrepareAttribute();
-        break;
-    case InAttributeName:
-        *currentAttributeName += currentCharacter;
-        break;
-    case InComment:
-        dashCount = 0;
-        break;
-    case InCharacterData:
-    case InEndElementName:
-    case BeforeAttributeValue:
-    case InAttributeValue:
-    case InCData:
-        break;
     }
 }
 

@@ -80,7 +80,7 @@ protected:
 
     // One step of the machine: the action of leaving the current state for `next`, then that of
     // entering `next`. The state changes last, so an exception leaves it as it was.
-    void TransitionState(State next);
+    inline void TransitionState(State next);
 
     // What the gathered escape stands for. Valid until the next escape.
     std::string const& DecodeEscapeString();
@@ -90,10 +90,10 @@ private:
 
     // Each takes the bytes of one state, from the first one (there is one) to the byte that leaves
     // the state, that byte included, or to the end. Yields where it stopped.
-    char const* ReadCharacterData(char const* from, char const* end);
+    inline char const* ReadCharacterData(char const* from, char const* end);
     char const* ReadEscape(char const* from, char const* end, State outer);
-    char const* ReadElementName(char const* from, char const* end);
-    char const* ReadEndElementName(char const* from, char const* end);
+    inline char const* ReadElementName(char const* from, char const* end);
+    inline char const* ReadEndElementName(char const* from, char const* end);
     char const* ReadBetweenAttributes(char const* from, char const* end);
     char const* ReadAttributeName(char const* from, char const* end);
     char const* ReadBeforeAttributeValue(char const* from, char const* end);
@@ -101,12 +101,15 @@ private:
     char const* ReadComment(char const* from, char const* end);
     char const* ReadCData(char const* from, char const* end);
 
+    inline bool MayOpenSection(char next) const;
     char const* EndOfSectionOpening(char const* from, char const* end) const;
+    void OpenSection();
     bool SectionEndsHere(char const* from, char const* stop) const;
     void TakeSectionBytes(char const* from, char const* end);
 
-    void Leave(State next);
-    void Enter(State next);
+    inline void TransitionFrom(State known, State next);
+    inline void Leave(State next);
+    inline void Enter(State next);
     void DeliverText();
     void DeliverTag();
     void PrepareAttribute();

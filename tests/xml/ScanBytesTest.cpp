@@ -62,6 +62,35 @@ TEST(ScanBytesTest, AgreesWithThePlainLoopOnRandomBytesAtEachStart) {
     EXPECT_EQ(mismatches, 0u);
 }
 
+// Lengths around those of a block, with each distance to the end of what can be read.
+template <int block>
+unsigned int CountWrongAppends(std::mt19937& random) {
+    unsigned int mismatches = 0;
+    for (std::size_t length = 0; length <= 80; ++length) {
+        for (std::size_t place = 0; place <= length; ++place) {
+            std::string bytes(length, 'p');
+            if (place < length)
+                bytes[place] = place % 2 == 0 ? '<' : '&';
+            auto const copy = Enclose(bytes);
+            char const* const from = copy.get();
+            std::string target(random() % 40, 't');
+            std::string expected = target;
+            char const* const end = from + length;
+            mismatches += ScanBytes::AppendUntil<block>(target, from, end, '<', '&') !=
+                          ScanBytes::AppendUntilPlainly<block>(expected, from, end, '<', '&');
+            mismatches += target != expected;
+        }
+    }
+    return mismatches;
+}
+
+TEST(ScanBytesTest, WhatIsAppendedIsWhatThePlainLoopAppends) {
+    std::mt19937 random(20240502);
+    EXPECT_EQ(CountWrongAppends<16>(random), 0u);
+    EXPECT_EQ(CountWrongAppends<32>(random), 0u);
+    EXPECT_EQ(CountWrongAppends<64>(random), 0u);
+}
+
 TEST(ScanBytesTest, TheEmptyRangeHoldsNothing) {
     char const byte = 'a';
     EXPECT_EQ(ScanBytes::Find(&byte, &byte, 'a'), &byte);
