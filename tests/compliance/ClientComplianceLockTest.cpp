@@ -31,17 +31,11 @@ static_assert(noexcept(std::declval<ClientComplianceLock&>().Lock()));
 constexpr char const* requestDirectory = "/var/opt/VeskaClient/RequestDir";
 constexpr char const* lockFile = "/var/opt/VeskaClient/RequestDir/lockfile";
 
-bool Lock() {
-    return ClientComplianceLock::The().Lock();
-}
+bool Lock() { return ClientComplianceLock::The().Lock(); }
 
-void Unlock() {
-    ClientComplianceLock::The().Unlock();
-}
+void Unlock() { ClientComplianceLock::The().Unlock(); }
 
-bool IsLocked() {
-    return IsLockedForOthers(lockFile);
-}
+bool IsLocked() { return IsLockedForOthers(lockFile); }
 
 // The state of the lock belongs to the process, so each case needs a process of its own: the body
 // of a machine is one.

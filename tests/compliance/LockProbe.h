@@ -46,9 +46,7 @@ inline std::optional<struct flock> ForeignView(std::string const& path,
     return record;
 }
 
-inline bool IsLockedForOthers(std::string const& path) {
-    return ForeignView(path).has_value();
-}
+inline bool IsLockedForOthers(std::string const& path) { return ForeignView(path).has_value(); }
 
 // Another process that holds a lock from the constructor on, until Release or its end.
 class ForeignHolder {

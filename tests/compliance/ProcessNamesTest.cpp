@@ -86,9 +86,7 @@ Answer AskFake(string const& status) {
     return Ask(77);
 }
 
-unsigned int IdOf(OtherProcess const& process) {
-    return static_cast<unsigned int>(process.pid());
-}
+unsigned int IdOf(OtherProcess const& process) { return static_cast<unsigned int>(process.pid()); }
 
 // Real processes
 

@@ -89,9 +89,7 @@ void FailHere(char const* file, int line, std::string const& message) {
     GTEST_FAIL_AT(file, line) << message;
 }
 
-void SkipHere(std::string const& message) {
-    GTEST_SKIP() << message;
-}
+void SkipHere(std::string const& message) { GTEST_SKIP() << message; }
 
 } // namespace
 
@@ -130,9 +128,7 @@ void ForwardedFailures::SendFailure(std::string const& text) {
         testing::TestPartResult(testing::TestPartResult::kFatalFailure, nullptr, 0, text.c_str()));
 }
 
-void ForwardedFailures::SendFinished() {
-    Send(finishedKind, "", false);
-}
+void ForwardedFailures::SendFinished() { Send(finishedKind, "", false); }
 
 void ForwardedFailures::SendUnavailable(std::string const& reason) {
     Send(unavailableKind, reason, false);

@@ -77,9 +77,7 @@ pid_t FlushAndFork() {
 }
 
 // Whoever waits is gone, then the process is of no use.
-void DieWithParent() {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-}
+void DieWithParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 
 ExitStatus MakeExitStatus(int status) {
     return WIFSIGNALED(status) ? ExitStatus::Killed(WTERMSIG(status))
@@ -202,9 +200,7 @@ std::ostream& operator<<(std::ostream& out, ExitStatus status) {
 
 Handshake::Handshake(int end) : descriptor(end) {}
 
-Handshake::~Handshake() {
-    close(descriptor);
-}
+Handshake::~Handshake() { close(descriptor); }
 
 void Handshake::Tell(std::string const& message) {
     if (message.empty() || message.size() > longestMessage)
@@ -258,9 +254,7 @@ OtherProcess::~OtherProcess() {
     failures->Take();
 }
 
-void OtherProcess::Tell(std::string const& message) {
-    line->Tell(message);
-}
+void OtherProcess::Tell(std::string const& message) { line->Tell(message); }
 
 std::string OtherProcess::Await(milliseconds limit) {
     try {
@@ -320,22 +314,16 @@ OtherProgram::~OtherProgram() {
     close(errorsFile);
 }
 
-std::string OtherProgram::Output() const {
-    return ReadMemoryFile(outputFile);
-}
+std::string OtherProgram::Output() const { return ReadMemoryFile(outputFile); }
 
-std::string OtherProgram::Errors() const {
-    return ReadMemoryFile(errorsFile);
-}
+std::string OtherProgram::Errors() const { return ReadMemoryFile(errorsFile); }
 
 void OtherProgram::Kill(int signal) {
     if (!ended)
         kill(child, signal);
 }
 
-bool OtherProgram::IsRunning() {
-    return !HasEnded(child, ended);
-}
+bool OtherProgram::IsRunning() { return !HasEnded(child, ended); }
 
 ProgramResult OtherProgram::Wait(milliseconds limit) {
     WaitUntilEnd(child, ended, limit);

@@ -255,9 +255,7 @@ void ClearCapabilities() {
 
 namespace PrivateMachine {
 
-void Run(std::function<void()> const& body) {
-    Run(Options(), body);
-}
+void Run(std::function<void()> const& body) { Run(Options(), body); }
 
 void Run(Options const& options, std::function<void()> const& body) {
     ForwardedFailures line;
