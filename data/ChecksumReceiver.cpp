@@ -132,10 +132,9 @@ void ChecksumReceiver::Receive(ConstData data) {
 void ChecksumReceiver::ReceiveEnd() {}
 
 std::uint32_t const* ChecksumReceiver::MakeTable() {
-    for (std::uint32_t byte = 0; byte < 256; ++byte) {
-        std::uint32_t const word = Shift(byte << 24, 8);
-        if (sharedTable[byte] != word)
-            sharedTable[byte] = word;
+    for (std::size_t byte = 0; byte < 256; ++byte) {
+        if (sharedTable[byte] != slices[0][byte])
+            sharedTable[byte] = slices[0][byte];
     }
     return sharedTable;
 }

@@ -23,9 +23,9 @@ public:
     // The register; 0xFFFFFFFF after construction and after Start.
     std::uint32_t Value() const { return value; }
 
-    // The 256 words of the checksum by bytes, in static storage. Every call works all of them out
-    // again, and so every constructor does, too. That costs time and nothing else: a word that
-    // already has its value is not written, so that chains on other threads may read meanwhile.
+    // The 256 words of the checksum by bytes, in static storage. Every call, and so every
+    // constructor, sets all of them again. That costs time and nothing else: a word that has its
+    // value already is not written, so that chains on other threads may read meanwhile.
     static std::uint32_t const* MakeTable();
     static std::uint32_t const* Table();
 

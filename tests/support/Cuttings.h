@@ -63,7 +63,7 @@ inline Cutting CutWithEmptyChunks(ConstData input) {
 
 // Runs `body`, which takes a Cutting const&, for the whole input in one chunk, chunks of 1 to 9
 // bytes, each single cut, and, unless told otherwise, with empty chunks in between. A failure in it
-// names the cutting and the input.
+// names the cutting and the input, and is the last.
 template <class Body>
 void ForEachCutting(ConstData input, Body body, bool withEmptyChunks = true) {
     std::vector<Cutting> cuttings{Cutting("whole", {input})};
@@ -76,7 +76,7 @@ void ForEachCutting(ConstData input, Body body, bool withEmptyChunks = true) {
     for (Cutting const& cutting : cuttings) {
         SCOPED_TRACE(cutting.name + " of \"" + Shown(input) + "\"");
         body(cutting);
-        if (::testing::Test::HasFatalFailure())
+        if (::testing::Test::HasFailure())
             return;
     }
 }

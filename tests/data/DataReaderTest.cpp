@@ -1,0 +1,81 @@
+#include "data/DataReader.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "data/EmptyDataReader.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/ChunkReader.h"
+
+namespace {
+
+static_assert(sizeof(DataReader) == sizeof(void*) && std::has_virtual_destructor_v<DataReader>);
+static_assert(std::is_base_of_v<DebuggableException, NoMoreData>);
+
+TEST(DataReaderTest, UnfinishedIsTheNegationOfFinished) {
+    ChunkReader reader("ab", 1);
+    EXPECT_TRUE(reader.Unfinished());
+    unsigned char bytes[2];
+    reader >> Data(bytes);
+    EXPECT_FALSE(reader.Unfinished());
+}
+
+TEST(DataReaderTest, FillsARangeFromAReaderThatGivesLess) {
+    for (std::size_t chunk = 1; chunk <= 12; ++chunk) {
+        ChunkReader reader("0123456789ABCDEF", chunk);
+        unsigned char bytes[10];
+        EXPECT_EQ(&reader, &(reader >> Data(bytes)));
+        EXPECT_EQ(ConstData("0123456789"), ConstData(bytes));
+        EXPECT_EQ(ConstData("ABCDEF"), reader.Left());
+    }
+}
+
+TEST(DataReaderTest, RangeFilledAsTheReaderEndsIsSuccess) {
+    ChunkReader reader("0123456789", 3);
+    unsigned char bytes[10];
+    reader >> Data(bytes);
+    EXPECT_EQ(ConstData("0123456789"), ConstData(bytes));
+    EXPECT_TRUE(reader.Finished());
+    reader >> Data();
+}
+
+TEST(DataReaderTest, MissingBytesThrowWithTheOthersInPlace) {
+    ChunkReader reader("0123456789", 4);
+    unsigned char bytes[11] = {0};
+    bytes[10] = '.';
+    EXPECT_THROW(reader >> Data(bytes), NoMoreData);
+    EXPECT_EQ(ConstData("0123456789."), ConstData(bytes));
+}
+
+TEST(DataReaderTest, EmptyRangeReadsNothing) {
+    ChunkReader reader("ab", 1);
+    reader >> Data();
+    EXPECT_EQ(0u, reader.Calls());
+    EXPECT_EQ(ConstData("ab"), reader.Left());
+}
+
+TEST(DataReaderTest, ReaderThatGivesNothingForAWhileIsAskedAgain) {
+    ChunkReader reader("abc", 1);
+    reader.PauseBeforeEachByte();
+    unsigned char bytes[3];
+    reader >> Data(bytes);
+    EXPECT_EQ(ConstData("abc"), ConstData(bytes));
+}
+
+TEST(DataReaderTest, EmptyIsOneFinishedReader) {
+    DataReader& empty = DataReader::Empty();
+    EXPECT_EQ(&empty, &DataReader::Empty());
+    EXPECT_NE(nullptr, dynamic_cast<EmptyDataReader*>(&empty));
+    EXPECT_TRUE(empty.Finished());
+    EXPECT_FALSE(empty.Unfinished());
+}
+
+TEST(DataReaderTest, NoMoreDataNamesItself) {
+    EXPECT_STREQ("10NoMoreData", NoMoreData().what());
+}
+
+} // namespace

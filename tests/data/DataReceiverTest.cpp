@@ -1,0 +1,55 @@
+#include "data/DataReceiver.h"
+
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data/ConstDataRopeReference.h"
+#include "data/DataWriter.h"
+#include "data/IgnoreDataReceiver.h"
+#include "tests/support/RecordingReceivers.h"
+
+namespace {
+
+static_assert(std::is_abstract_v<DataWriter> && !std::has_virtual_destructor_v<DataWriter>);
+static_assert(sizeof(DataWriter) == sizeof(void*) && sizeof(DataReceiver) == sizeof(void*));
+static_assert(std::is_abstract_v<DataReceiver> && std::has_virtual_destructor_v<DataReceiver>);
+static_assert(std::is_base_of_v<DataWriter, DataReceiver>);
+
+using Calls = std::vector<std::string>;
+
+TEST(DataReceiverTest, InsertionIsReceiveAndYieldsTheReceiver) {
+    RecordingDataReceiver receiver;
+    DataWriter& writer = receiver;
+    receiver.Start();
+    EXPECT_EQ(&writer, &(writer << ConstData("ab") << "c"));
+    EXPECT_EQ(&receiver, &(receiver << ConstData()));
+    EXPECT_EQ(Calls({"Start", "Receive ab", "Receive c", "Receive "}), receiver.Calls());
+}
+
+TEST(DataReceiverTest, RopeIsReceivedPieceByPieceWithTheEmptyOnes) {
+    RecordingDataReceiver receiver;
+    receiver.Start();
+    receiver.Receive(ConstDataRope{"a", "", "bc"});
+    EXPECT_EQ(Calls({"Start", "Receive a", "Receive ", "Receive bc"}), receiver.Calls());
+}
+
+TEST(DataReceiverTest, RopeWithoutPiecesIsNoCall) {
+    RecordingDataReceiver receiver;
+    receiver.Receive(ConstDataRopeReference());
+    EXPECT_EQ(Calls(), receiver.Calls());
+}
+
+TEST(DataReceiverTest, IgnoreIsOneReceiverThatDropsAll) {
+    DataReceiver& ignore = DataReceiver::Ignore();
+    EXPECT_EQ(&ignore, &DataReceiver::Ignore());
+    EXPECT_NE(nullptr, dynamic_cast<IgnoreDataReceiver*>(&ignore));
+    ignore.ReceiveEnd();
+    ignore.Start();
+    ignore << "abc";
+    ignore.ReceiveEnd();
+}
+
+} // namespace

@@ -1,0 +1,237 @@
+#include "data/MessageMaker.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data/LineMaker.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/Cuttings.h"
+#include "tests/support/RecordingReceivers.h"
+
+namespace {
+
+using Calls = std::vector<std::string>;
+
+struct Line {
+    std::size_t begin;
+    std::size_t end;
+    // Where the next line begins; `end` for the last line.
+    std::size_t next;
+};
+
+std::vector<Line> LinesOf(std::string const& text) {
+    std::vector<Line> lines;
+    std::size_t begin = 0;
+    for (;;) {
+        std::size_t const end = text.find_first_of("\r\n", begin);
+        if (end == std::string::npos) {
+            lines.push_back({begin, text.size(), text.size()});
+            return lines;
+        }
+        bool const pair = end + 1 < text.size() && text[end] + text[end + 1] == '\r' + '\n';
+        lines.push_back({begin, end, end + (pair ? 2 : 1)});
+        begin = lines.back().next;
+    }
+}
+
+// The events by the definition, line by line over the whole text.
+class Reference {
+public:
+    explicit Reference(std::string const& text) : bytes(text), lines(LinesOf(text)) {
+        Add("Start 0");
+        std::size_t const bodyLine = Header();
+        CloseField();
+        Body(bodyLine);
+        Add("ReceiveEnd " + std::to_string(bytes.size()));
+    }
+
+    Calls events;
+
+private:
+    void Add(std::string const& event) { events.push_back(event); }
+
+    // Yields the index of the body's first line, or the number of lines if no line is the body's.
+    std::size_t Header() {
+        for (std::size_t i = 0; i < lines.size(); ++i) {
+            Line const& line = lines[i];
+            if (line.begin == line.end && line.next != line.end)
+                return i + 1;
+            if (line.begin != line.end)
+                HeaderLine(line);
+        }
+        return lines.size();
+    }
+
+    void HeaderLine(Line const& line) {
+        std::string const text = bytes.substr(line.begin, line.end - line.begin);
+        if (text[0] == ' ' || text[0] == '\t') {
+            fieldEnd = line.end;
+            value += " " + WithoutLeadingBlanks(text);
+            return;
+        }
+        CloseField();
+        std::size_t const colon = text.find(':');
+        if (colon == std::string::npos || colon > 47)
+            return;
+        std::string name = text.substr(0, colon);
+        for (char& byte : name)
+            byte = byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + 32) : byte;
+        Add("ReceiveHeaderField " + std::to_string(line.begin) + " " + Shown(name));
+        Add("field Start");
+        open = true;
+        fieldEnd = line.end;
+        value = WithoutLeadingBlanks(text.substr(colon + 1));
+    }
+
+    static std::string WithoutLeadingBlanks(std::string const& text) {
+        std::size_t const first = text.find_first_not_of(" \t");
+        return first == std::string::npos ? "" : text.substr(first);
+    }
+
+    void CloseField() {
+        if (!open)
+            return;
+        if (!value.empty())
+            Add("field Receive " + Shown(value));
+        Add("field ReceiveEnd");
+        Add("ReceiveHeaderFieldEnd " + std::to_string(fieldEnd));
+        open = false;
+    }
+
+    void Body(std::size_t first) {
+        std::string const begin =
+            std::to_string(first < lines.size() ? lines[first].begin : bytes.size());
+        Add("ReceiveBody " + begin);
+        Add("body Start " + begin);
+        for (std::size_t i = first; i < lines.size(); ++i) {
+            Line const& line = lines[i];
+            if (line.end != line.begin)
+                Add("body Receive " + Shown(bytes.substr(line.begin, line.end - line.begin)));
+            if (line.next != line.end)
+                Add("body ReceiveLineBreak " + std::to_string(line.end) + "-" +
+                    std::to_string(line.next));
+        }
+        Add("body ReceiveEnd " + std::to_string(bytes.size()));
+    }
+
+    std::string bytes;
+    std::vector<Line> lines;
+    bool open = false;
+    std::string value;
+    std::size_t fieldEnd = 0;
+};
+
+void ExpectInAnyCutting(Calls const& expected, ConstData text) {
+    ForEachCutting(text, [&](Cutting const& cutting) {
+        RecordingMessageReceiver receiver;
+        MessageMaker maker(receiver);
+        LineMaker lines(maker);
+        lines.Start();
+        cutting.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+        lines.ReceiveEnd();
+        EXPECT_EQ(expected, receiver.Events());
+    });
+}
+
+TEST(MessageMakerTest, HeaderEmptyLineAndBody) {
+    ExpectInAnyCutting({"Start 0", "ReceiveHeaderField 0 title", "field Start",
+                        "field Receive hi there", "field ReceiveEnd", "ReceiveHeaderFieldEnd 16",
+                        "ReceiveBody 18", "body Start 18", "body Receive body",
+                        "body ReceiveEnd 22", "ReceiveEnd 22"},
+                       "Title: hi\n there\n\nbody");
+}
+
+TEST(MessageMakerTest, EmptyValue) {
+    ExpectInAnyCutting({"Start 0", "ReceiveHeaderField 0 x-y", "field Start", "field ReceiveEnd",
+                        "ReceiveHeaderFieldEnd 4", "ReceiveBody 8", "body Start 8",
+                        "body ReceiveEnd 8", "ReceiveEnd 8"},
+                       "X-Y:\r\n\r\n");
+}
+
+TEST(MessageMakerTest, FirstLineEmptyMeansNoFields) {
+    ExpectInAnyCutting({"Start 0", "ReceiveBody 2", "body Start 2", "body Receive a: b",
+                        "body ReceiveLineBreak 6-7", "body ReceiveLineBreak 7-8", "body Receive c",
+                        "body ReceiveEnd 9", "ReceiveEnd 9"},
+                       "\r\na: b\n\nc");
+}
+
+TEST(MessageMakerTest, HeaderWithoutAnEmptyLineStillHasABody) {
+    ExpectInAnyCutting({"Start 0", "ReceiveHeaderField 0 a", "field Start", "field Receive b",
+                        "field ReceiveEnd", "ReceiveHeaderFieldEnd 4", "ReceiveBody 5",
+                        "body Start 5", "body ReceiveEnd 5", "ReceiveEnd 5"},
+                       "a: b\n");
+    ExpectInAnyCutting(
+        {"Start 0", "ReceiveBody 0", "body Start 0", "body ReceiveEnd 0", "ReceiveEnd 0"}, "");
+}
+
+TEST(MessageMakerTest, LineOfBlanksDoesNotEndTheHeader) {
+    ExpectInAnyCutting({"Start 0", "ReceiveHeaderField 0 a", "field Start", "field Receive b  c",
+                        "field ReceiveEnd", "ReceiveHeaderFieldEnd 8", "ReceiveBody 10",
+                        "body Start 10", "body ReceiveEnd 10", "ReceiveEnd 10"},
+                       "a:b\n \n c\n\n");
+}
+
+// Deliberate: text of no bytes is text all the same. A LineMaker never sends such a piece.
+TEST(MessageMakerTest, EmptyPieceMakesALineNotEmpty) {
+    RecordingMessageReceiver receiver;
+    MessageMaker maker(receiver);
+    maker.Start(0);
+    maker.Receive(ConstData());
+    maker.ReceiveLineBreak({0, 1});
+    maker.Receive("a:b");
+    maker.ReceiveEnd(4);
+    EXPECT_EQ(Calls({"Start 0", "ReceiveHeaderField 1 a", "field Start", "field Receive b",
+                     "field ReceiveEnd", "ReceiveHeaderFieldEnd 4", "ReceiveBody 4", "body Start 4",
+                     "body ReceiveEnd 4", "ReceiveEnd 4"}),
+              receiver.Calls());
+}
+
+TEST(MessageMakerTest, StartBeginsTheNextMessageAtAnyOffset) {
+    RecordingMessageReceiver receiver;
+    MessageMaker maker;
+    LineReceiver& lines = maker(receiver);
+    lines.Start(0);
+    lines.ReceiveLineBreak({0, 1});
+    lines.Receive("body");
+    lines.ReceiveEnd(5);
+    lines.Start(100);
+    lines.Receive("a:b");
+    lines.ReceiveEnd(103);
+    EXPECT_EQ(
+        Calls({"Start 0", "ReceiveBody 1", "body Start 1", "body Receive body", "body ReceiveEnd 5",
+               "ReceiveEnd 5", "Start 100", "ReceiveHeaderField 100 a", "field Start",
+               "field Receive b", "field ReceiveEnd", "ReceiveHeaderFieldEnd 103",
+               "ReceiveBody 103", "body Start 103", "body ReceiveEnd 103", "ReceiveEnd 103"}),
+        receiver.Calls());
+}
+
+TEST(MessageMakerTest, AnyCuttingOfRandomMessagesAgreesWithTheDefinition) {
+    unsigned const seed = 672;
+    std::mt19937 random(seed);
+    for (int round = 0; round < 400; ++round) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        std::string const text = RandomBytes(random, random() % 24, "aB:: \t\r\n\n");
+        ExpectInAnyCutting(Reference(text).events, text);
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(MessageMakerTest, AnyCuttingOfNamesNearTheLimitAgreesWithTheDefinition) {
+    unsigned const seed = 673;
+    std::mt19937 random(seed);
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        std::string text;
+        for (int line = 0; line < 3; ++line)
+            text += RandomBytes(random, 44 + random() % 8, "aB-") + RandomBytes(random, 4, ": \n");
+        ExpectInAnyCutting(Reference(text).events, text);
+        if (HasFailure())
+            return;
+    }
+}
+
+} // namespace

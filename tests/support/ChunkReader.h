@@ -1,0 +1,45 @@
+// A DataReader over bytes in memory that gives a few at a time.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+#include <utility>
+
+#include "data/Buffer.h"
+#include "data/ConstData.h"
+#include "data/DataReader.h"
+
+class ChunkReader : public DataReader {
+public:
+    // Gives at most `size` bytes for each call.
+    ChunkReader(std::string text, std::size_t size) : bytes(std::move(text)), chunkSize(size) {}
+
+    // Every second call gives nothing, as a reader may.
+    void PauseBeforeEachByte() { pauses = true; }
+
+    using DataReader::operator>>;
+
+    bool Finished() const override { return given == bytes.size(); }
+
+    DataReader& operator>>(Buffer& target) override {
+        ++calls;
+        if (pauses && calls % 2 == 1)
+            return *this;
+        std::size_t const length = std::min(chunkSize, bytes.size() - given);
+        ConstBuffer source(ConstData(bytes.data() + given, length));
+        target << source;
+        given += static_cast<std::size_t>(source.position - source.start);
+        return *this;
+    }
+
+    ConstData Left() const { return ConstData(bytes.data() + given, bytes.size() - given); }
+    std::size_t Calls() const { return calls; }
+
+private:
+    std::string bytes;
+    std::size_t chunkSize;
+    std::size_t given = 0;
+    std::size_t calls = 0;
+    bool pauses = false;
+};
