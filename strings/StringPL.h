@@ -43,6 +43,11 @@ public:
     // The length is copied as it is, the characters up to their first NUL, with NULs behind it.
     StringPL(StringPL const& source);
 
+    // Takes the block, capacity and all, and leaves the source empty.
+    StringPL(StringPL&& source) noexcept : characters(source.characters) {
+        source.characters = EmptyText();
+    }
+
     ~StringPL() {
         if (!IsShared())
             FreeBlock();
