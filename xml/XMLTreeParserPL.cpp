@@ -4,9 +4,7 @@ XMLTreeParserPL::XMLTreeParserPL() = default;
 
 XMLTreeParserPL::~XMLTreeParserPL() = default;
 
-void XMLTreeParserPL::Reset() {
-    elementStack.clear();
-}
+void XMLTreeParserPL::Reset() { elementStack.clear(); }
 
 void XMLTreeParserPL::StartElement(std::string const& name,
                                    std::vector<XMLAttribute const*> const& attributes) {

@@ -1,0 +1,653 @@
+#include "xml/XMLWriterPL.h"
+
+#include <functional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "data/LineFlattener.h"
+#include "data/LineReceiver.h"
+#include "data/StringReceiver.h"
+#include "tests/support/Bytes.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/support/RecordingReceivers.h"
+#include "xml/XMLTreeParserPL.h"
+
+namespace {
+
+using ::testing::ElementsAre;
+using Style = XMLWriterPL::XMLFormatStyle;
+
+NullOr<StringPL> const noEncoding;
+XMLWriterPL::AttributeList const& none = XMLWriterPL::emptyAttributeList;
+
+StringPL MakeStringPL(std::string const& text) {
+    return StringPL(text.data(), static_cast<unsigned int>(text.size()));
+}
+
+class Attributes : public XMLWriterPL::AttributeList {
+public:
+    Attributes(std::initializer_list<std::pair<std::string, std::string>> list) {
+        for (auto const& [name, value] : list)
+            Append(Pair<StringPL, StringPL>(MakeStringPL(name), MakeStringPL(value)));
+    }
+};
+
+// The document with "|" for each break, and what was written by `body` into a root "r" apart from
+// that root's own tags and the declaration.
+std::string Document(Style style, std::function<void(XMLWriterPL&)> const& body) {
+    std::string document;
+    StringReceiver collector;
+    LineFlattener flattener;
+    XMLWriterPL writer(flattener("|", collector(document)), style);
+    body(writer);
+    return document;
+}
+
+std::string Inside(Style style, std::function<void(XMLWriterPL&)> const& body) {
+    std::string const document = Document(style, [&](XMLWriterPL& writer) {
+        writer.BeginDocument("r", none, noEncoding);
+        body(writer);
+    });
+    std::string const begin = std::string("<?xml version=\"1.0\"?>") +
+                              (style.number < XMLWriterPL::XMLFormatFlat ? "|" : "") + "<r>";
+    EXPECT_EQ(document.substr(0, begin.size()), begin);
+    return document.substr(begin.size());
+}
+
+std::string Flat(std::function<void(XMLWriterPL&)> const& body) {
+    return Inside(XMLWriterPL::XMLFormatFlat, body);
+}
+
+std::string Tabbed(std::function<void(XMLWriterPL&)> const& body) {
+    return Inside(XMLWriterPL::XMLFormatTabbed, body);
+}
+
+TEST(XMLWriterPLTest, ADocumentFromStartToEnd) {
+    RecordingLineReceiver receiver;
+    receiver.IgnorePositions();
+    XMLWriterPL writer(receiver, XMLWriterPL::XMLFormatTabbed);
+    EXPECT_TRUE(writer.checkNames);
+    EXPECT_THAT(receiver.Events(), ElementsAre());
+    writer.BeginDocument("Doc", Attributes{{"version", "1"}}, noEncoding);
+    writer.BeginElement("Type", none);
+    writer.WriteString(StringPL("Open"));
+    writer.EndDocument();
+    EXPECT_THAT(receiver.Events(),
+                ElementsAre("Start 0", "Receive <?xml version=\"1.0\"?>", "ReceiveLineBreak 0-0",
+                            "Receive <Doc version=\"1\">", "ReceiveLineBreak 0-0",
+                            "Receive \\09<Type>Open</Type>", "ReceiveLineBreak 0-0",
+                            "Receive </Doc>", "ReceiveEnd 0"));
+}
+
+TEST(XMLWriterPLTest, TheEncodingIsNamedAsItIs) {
+    EXPECT_EQ(Document(XMLWriterPL::XMLFormatFlat,
+                       [](XMLWriterPL& writer) {
+                           writer.BeginDocument("a", none, NullOr<StringPL>(StringPL("x&\"y")));
+                           writer.EndDocument();
+                       }),
+              "<?xml version=\"1.0\" encoding=\"x&\"y\"?><a></a>");
+}
+
+TEST(XMLWriterPLTest, AnElementWithoutContentIsTwoTagsOnOneLine) {
+    for (std::uint32_t style : {0u, 1u}) {
+        EXPECT_EQ(Inside(style,
+                         [](XMLWriterPL& writer) {
+                             writer.BeginElement("a", none);
+                             writer.EndElement();
+                             writer.EndDocument();
+                         }),
+                  style == 0 ? "|\t<a></a>|</r>" : "|<a></a>|</r>");
+    }
+}
+
+TEST(XMLWriterPLTest, TabsShowTheDepth) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", none);
+                  writer.BeginElement("b", none);
+                  writer.EndElement();
+                  writer.BeginElement("c", none);
+                  writer.EndElement();
+                  writer.EndElement();
+                  writer.EndElement();
+                  EXPECT_NO_THROW(writer.EndDocument());
+              }),
+              "|\t<a>|\t\t<b></b>|\t\t<c></c>|\t</a>|</r>");
+}
+
+TEST(XMLWriterPLTest, ADeepElementGetsItsTabs) {
+    for (std::size_t depth = 1; depth <= 70; ++depth) {
+        std::string const written = Tabbed([&](XMLWriterPL& writer) {
+            for (std::size_t level = 1; level < depth; ++level)
+                writer.BeginElement("e", none);
+            writer.BeginElement("a", none);
+            writer.EndElement();
+        });
+        std::string const line = std::string("|") + std::string(depth, '\t') + "<a></a>";
+        ASSERT_GE(written.size(), line.size());
+        EXPECT_EQ(written.substr(written.size() - line.size()), line);
+    }
+}
+
+TEST(XMLWriterPLTest, ARootWithoutChildrenEndsOnItsLine) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) { writer.EndDocument(); }), "</r>");
+}
+
+TEST(XMLWriterPLTest, LinedIsTabbedWithoutTabs) {
+    EXPECT_EQ(Inside(XMLWriterPL::XMLFormatLined,
+                     [](XMLWriterPL& writer) {
+                         writer.BeginElement("a", none);
+                         writer.BeginElement("b", none);
+                         writer.EndElement();
+                         writer.WriteString(ConstData("t"));
+                         writer.EndDocument();
+                     }),
+              "|<a>|<b></b>|t</a>|</r>");
+}
+
+TEST(XMLWriterPLTest, TheFlatStylesHaveNoBreaks) {
+    for (std::uint32_t style : {2u, 3u, 0xFFFFFFFFu}) {
+        EXPECT_EQ(Inside(style,
+                         [](XMLWriterPL& writer) {
+                             writer.BeginElement("a", none);
+                             writer.EndElement();
+                             writer.WriteString(ConstData("t"));
+                             writer.WriteComment("c");
+                             writer.EndDocument();
+                         }),
+                  "<a></a>t<!-- c --></r>");
+    }
+}
+
+TEST(XMLWriterPLTest, ContentBehindAnEndTagStartsAtTheMargin) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", none);
+                  for (int kind = 0; kind < 3; ++kind) {
+                      writer.BeginElement("b", none);
+                      writer.EndElement();
+                      if (kind == 0)
+                          writer.WriteString(ConstData("x"));
+                      else if (kind == 1)
+                          writer.WriteUTF8String("y");
+                      else
+                          writer.WriteCDataString("z");
+                  }
+                  writer.EndDocument();
+              }),
+              "|\t<a>|\t\t<b></b>|x|\t\t<b></b>|y|\t\t<b></b>|<![CDATA[z]]></a>|</r>");
+}
+
+TEST(XMLWriterPLTest, ContentBehindAStartTagOrContentGoesOnInTheLine) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.WriteString(ConstData("a"));
+                  writer.WriteUTF8String("b");
+                  writer.WriteCDataString("c");
+                  writer.WriteString(ConstData("d"));
+              }),
+              "ab<![CDATA[c]]>d");
+}
+
+// Deliberate: no text is content too.
+TEST(XMLWriterPLTest, AnEmptyTextBreaksTheLineAndCounts) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", none);
+                  writer.EndElement();
+                  writer.WriteString(ConstData());
+                  writer.WriteString(ConstData());
+                  writer.EndElement();
+              }),
+              "|\t<a></a>|</r>");
+}
+
+TEST(XMLWriterPLTest, EachByteOfEachKindOfText) {
+    for (int number = 0; number < 256; ++number) {
+        std::string const byte(1, static_cast<char>(number));
+        std::string common = byte;
+        if (byte == "<")
+            common = "&lt;";
+        if (byte == ">")
+            common = "&gt;";
+        if (byte == "&")
+            common = "&amp;";
+        char reference[8];
+        std::snprintf(reference, sizeof(reference), "&#x%02x;", static_cast<unsigned>(number));
+        std::string const inString = number < 0x80 ? common : reference;
+        std::string const inAttribute = byte == "\"" ? "&quot;" : common;
+        // Behind and before plain bytes, and in a run that is longer than one look.
+        for (std::string const plain : {"", "p", "a plain run of more than sixteen bytes"}) {
+            std::string const text = plain + byte + plain + byte;
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteString(ConstData(text)); }),
+                      plain + inString + plain + inString);
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteCharacterData(text, false); }),
+                      plain + inString + plain + inString);
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteCharacterData(text, true); }),
+                      plain + common + plain + common);
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteAttributeValue(text); }),
+                      plain + inAttribute + plain + inAttribute);
+            if (number == 0)
+                continue;
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteString(MakeStringPL(text)); }),
+                      plain + inString + plain + inString);
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteUTF8String(text.c_str()); }),
+                      plain + common + plain + common);
+            EXPECT_EQ(Flat([&](XMLWriterPL& writer) {
+                          writer.BeginElement("a", Attributes{{"b", text}});
+                      }),
+                      "<a b=\"" + plain + inAttribute + plain + inAttribute + "\">");
+        }
+    }
+}
+
+TEST(XMLWriterPLTest, EachByteOfALongSequenceIsAReferenceOfItsOwn) {
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteString(ConstData("\xC3\xA9")); }),
+              "&#xc3;&#xa9;");
+}
+
+TEST(XMLWriterPLTest, LineEndsInTextAreNoBreaks) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) { writer.WriteString(ConstData("a\r\nb")); }),
+              "a\r\nb");
+}
+
+TEST(XMLWriterPLTest, AttributesStandInListOrder) {
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", Attributes{{"c", "1"}, {"b", ""}, {"c", "'"}});
+                  writer.BeginElement(ConstData("d"), none);
+                  writer.BeginElement(StringPL("e"), Attributes{{"f", "g"}});
+                  writer.EndDocument();
+              }),
+              "<a c=\"1\" b=\"\" c=\"'\"><d><e f=\"g\"></e></d></a></r>");
+}
+
+TEST(XMLWriterPLTest, EndDocumentClosesTheInnermostElementFirst) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", none);
+                  writer.BeginElement("b", none);
+                  writer.EndDocument();
+              }),
+              "|\t<a>|\t\t<b></b>|\t</a>|</r>");
+}
+
+// Deliberate: an end of a section in the text ends it early.
+TEST(XMLWriterPLTest, ASectionIsWrittenUnchanged) {
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteCDataString("<a>&\xE9]]>\""); }),
+              "<![CDATA[<a>&\xE9]]>\"]]>");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteCDataString(""); }), "<![CDATA[]]>");
+}
+
+TEST(XMLWriterPLTest, ACommentHasALineOfItsOwnAndIsNotEscaped) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.WriteComment("<a>&\xE9");
+                  writer.WriteComment("");
+                  writer.WriteString(ConstData("t"));
+                  writer.BeginElement("b", none);
+              }),
+              "|<!-- <a>&\xE9 -->|<!--  -->t|\t<b>");
+}
+
+TEST(XMLWriterPLTest, ALineFeedBehindTheFirstByteGivesACommentLinesOfItsOwn) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) { writer.WriteComment("a\nb"); }), "|<!-- |a\nb| -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("a\nb"); }), "<!-- |a\nb| -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("\nb"); }), "<!-- \nb -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("\n\n"); }), "<!-- |\n\n| -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("\r"); }), "<!-- \r -->");
+}
+
+// Deliberate: the survivors of a thinned run may be a pair.
+TEST(XMLWriterPLTest, RunsOfDashesInACommentAreThinned) {
+    char const* const expected[] = {"", "-", "-", "--", "--", "---", "---", "----"};
+    for (std::size_t dashes = 0; dashes < std::size(expected); ++dashes) {
+        std::string const run(dashes, '-');
+        EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteComment(MakeStringPL(run)); }),
+                  std::string("<!-- ") + std::string(expected[dashes]) + " -->");
+        EXPECT_EQ(
+            Flat([&](XMLWriterPL& writer) { writer.WriteComment(MakeStringPL("a" + run + "b")); }),
+            std::string("<!-- a") + std::string(expected[dashes]) + "b -->");
+    }
+}
+
+// Deliberate: the byte behind a dash that is left out is not looked at.
+TEST(XMLWriterPLTest, ALineFeedBehindADashThatIsLeftOutIsNotFound) {
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("--\n"); }), "<!-- -\n -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("---\n"); }), "<!-- |--\n| -->");
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteComment("-\n-\n"); }),
+              "<!-- |-\n-\n| -->");
+}
+
+// The walk as it is told for a string that shrinks, byte by byte.
+TEST(XMLWriterPLTest, CommentsAreThinnedAsByAWalkOverTheShrinkingText) {
+    for (unsigned int number = 0; number < 6561; ++number) {
+        std::string text;
+        for (unsigned int rest = number, place = 0; place < 8; ++place, rest /= 3)
+            text += "-\nx"[rest % 3];
+        std::string shrinking = text;
+        bool found = false;
+        for (std::size_t index = 1; index < shrinking.size(); ++index) {
+            found = found || shrinking[index] == '\n';
+            if (shrinking[index] == '-' && shrinking[index - 1] == '-')
+                shrinking.erase(index, 1);
+        }
+        std::string const around = found ? "|" : "";
+        ASSERT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteComment(MakeStringPL(text)); }),
+                  "<!-- " + around + shrinking + around + " -->");
+    }
+}
+
+bool IsAccepted(std::string const& name) {
+    std::string document;
+    StringReceiver collector;
+    LineFlattener flattener;
+    XMLWriterPL writer(flattener(LineFlattener::nothing, collector(document)), 2);
+    writer.BeginDocument("r", none, noEncoding);
+    bool accepted[2] = {true, true};
+    std::size_t const before = document.size();
+    try {
+        writer.BeginElement(ConstData(name), none);
+    } catch (InvalidXMLElementName const&) {
+        accepted[0] = false;
+        EXPECT_EQ(document.size(), before);
+    }
+    std::size_t const between = document.size();
+    try {
+        writer.BeginElement("a", Attributes{{name, "v"}});
+    } catch (InvalidXMLAttributeName const&) {
+        accepted[1] = false;
+        EXPECT_EQ(document.size(), between);
+    }
+    EXPECT_EQ(accepted[0], accepted[1]) << Shown(name);
+    return accepted[0];
+}
+
+TEST(XMLWriterPLTest, ValidNames) {
+    std::string const letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+    for (int number = 1; number < 256; ++number) {
+        std::string const byte(1, static_cast<char>(number));
+        bool const begins = (letters + "_:").find(byte) != std::string::npos;
+        bool const goesOn = (letters + "_:.-0123456789\xB7").find(byte) != std::string::npos;
+        EXPECT_EQ(IsAccepted(byte), begins) << number;
+        EXPECT_EQ(IsAccepted(byte + "a"), begins) << number;
+        EXPECT_EQ(IsAccepted("a" + byte), goesOn) << number;
+        EXPECT_EQ(IsAccepted("ab" + byte + "c"), goesOn) << number;
+    }
+    EXPECT_FALSE(IsAccepted(""));
+    EXPECT_FALSE(IsAccepted("a b"));
+}
+
+TEST(XMLWriterPLTest, ARefusedTagLeavesDocumentAndStackAsTheyWere) {
+    EXPECT_EQ(Tabbed([](XMLWriterPL& writer) {
+                  writer.BeginElement("a", none);
+                  EXPECT_THROW(writer.BeginElement("1", none), InvalidXMLElementName);
+                  EXPECT_THROW(writer.BeginElement("b", (Attributes{{"c", ""}, {"d e", ""}})),
+                               InvalidXMLAttributeName);
+                  EXPECT_THROW(writer.BeginElement("", none), InvalidXMLElementName);
+                  writer.EndDocument();
+              }),
+              "|\t<a></a>|</r>");
+}
+
+TEST(XMLWriterPLTest, MessagesNameTheElementFirst) {
+    RecordingLineReceiver receiver;
+    XMLWriterPL writer(receiver, 2);
+    try {
+        writer.BeginElement("1%sa", Attributes{{"b c", ""}});
+        FAIL();
+    } catch (ExceptionPL const& error) {
+        EXPECT_STREQ(error.what(), "Unable to write XML element with invalid element name '1%sa'");
+    }
+    try {
+        writer.BeginElement("a", Attributes{{"b", ""}, {"c d", ""}, {"e f", ""}});
+        FAIL();
+    } catch (ExceptionPL const& error) {
+        EXPECT_STREQ(error.what(),
+                     "Unable to write XML element 'a' with invalid attribute name 'c d'");
+    }
+    try {
+        std::string const name = "+of a range without a NUL";
+        writer.BeginElement(ConstData(name.data(), 3), none);
+        FAIL();
+    } catch (InvalidXMLElementName const& error) {
+        EXPECT_STREQ(error.what(), "Unable to write XML element with invalid element name '+of'");
+    }
+}
+
+TEST(XMLWriterPLTest, ABadRootIsRefusedBehindTheDeclaration) {
+    RecordingLineReceiver receiver;
+    XMLWriterPL writer(receiver, XMLWriterPL::XMLFormatTabbed);
+    EXPECT_THROW(writer.BeginDocument("", none, noEncoding), InvalidXMLElementName);
+    EXPECT_THAT(receiver.Events(), ElementsAre("Start 0", "Receive <?xml version=\"1.0\"?>"));
+}
+
+TEST(XMLWriterPLTest, WithoutChecksNamesAreWrittenAsTheyAre) {
+    EXPECT_EQ(Flat([](XMLWriterPL& writer) {
+                  writer.checkNames = false;
+                  writer.BeginElement("1<&\xE9", Attributes{{"a b\"<", "c"}, {"", ""}});
+                  writer.BeginElement("", none);
+                  writer.EndDocument();
+              }),
+              "<1<&\xE9 a b\"<=\"c\" =\"\"><></></1<&\xE9></r>");
+}
+
+TEST(XMLWriterPLTest, TheEmptyAttributeListStaysEmpty) {
+    XMLWriterPL::emptyAttributeList.ResetEnum();
+    EXPECT_FALSE(XMLWriterPL::emptyAttributeList.IsNext());
+}
+
+// Deliberate: nothing tells the receiver of an abandoned document.
+TEST(XMLWriterPLTest, TheDestructorWritesNothing) {
+    RecordingLineReceiver receiver;
+    {
+        XMLWriterPL writer(receiver, 2);
+        writer.BeginDocument("a", none, noEncoding);
+    }
+    EXPECT_THAT(receiver.Events(), ElementsAre("Start 0", "Receive <?xml version=\"1.0\"?><a>"));
+    EXPECT_TRUE(receiver.IsOpen());
+}
+
+// Accepts a number of calls, and throws at the next one.
+class FullReceiver : public LineReceiver {
+public:
+    explicit FullReceiver(int room) : left(room) {}
+    void Start(unsigned long long) override { Take(); }
+    void Receive(ConstData data) override {
+        Take();
+        text += MakeString(data);
+    }
+    void ReceiveLineBreak(Range<unsigned long long>) override {
+        Take();
+        text += "|";
+    }
+    void ReceiveEnd(unsigned long long) override { Take(); }
+
+    int left;
+    std::string text;
+
+private:
+    void Take() {
+        if (left == 0)
+            throw std::runtime_error("full");
+        --left;
+    }
+};
+
+TEST(XMLWriterPLTest, AFailureOfTheReceiverPassesThroughAndTheWriterStaysAsItWas) {
+    for (int room = 0; room < 4; ++room) {
+        FullReceiver receiver(1000);
+        XMLWriterPL writer(receiver, 0);
+        writer.BeginDocument("a", none, noEncoding);
+        writer.BeginElement("b", none);
+        writer.EndElement();
+        receiver.left = room;
+        EXPECT_THROW(writer.BeginElement("cc", none), std::runtime_error);
+        receiver.left = room;
+        EXPECT_THROW(writer.EndElement(), std::runtime_error);
+        receiver.left = 1000;
+        receiver.text.clear();
+        writer.EndDocument();
+        EXPECT_EQ(receiver.text, "|</a>");
+    }
+}
+
+// The tabs of a child of the root and each run of text are one view of one piece.
+TEST(XMLWriterPLTest, TextIsPassedOnAsViewsOfTheArgument) {
+    class Watching : public FullReceiver {
+    public:
+        explicit Watching(std::string const& argument) : FullReceiver(1000), watched(argument) {}
+        void Receive(ConstData data) override {
+            char const* const begin = reinterpret_cast<char const*>(data.begin);
+            if (begin >= watched.data() && begin < watched.data() + watched.size())
+                runs.push_back(MakeString(data));
+        }
+        std::string const& watched;
+        std::vector<std::string> runs;
+    };
+    std::string const text = "a long enough run of text<another one & the last of \xE9 them";
+    Watching receiver(text);
+    XMLWriterPL writer(receiver, 2);
+    writer.WriteString(ConstData(text));
+    EXPECT_THAT(receiver.runs,
+                ElementsAre("a long enough run of text", "another one ", " the last of ", " them"));
+    receiver.runs.clear();
+    writer.WriteCharacterData(text, true);
+    EXPECT_THAT(receiver.runs,
+                ElementsAre("a long enough run of text", "another one ", " the last of \xE9 them"));
+}
+
+class IgnoringReceiver : public LineReceiver {
+public:
+    void Start(unsigned long long) override {}
+    void Receive(ConstData) override {}
+    void ReceiveLineBreak(Range<unsigned long long>) override {}
+    void ReceiveEnd(unsigned long long) override {}
+};
+
+TEST(XMLWriterPLTest, TextIsWrittenWithoutAllocation) {
+    IgnoringReceiver receiver;
+    XMLWriterPL writer(receiver, 0);
+    std::string const text = "a long enough run of text<another one & the last of \xE9 them";
+    StringPL const same = MakeStringPL(text);
+    EXPECT_EQ(AllocationsOf([&] {
+                  writer.WriteString(ConstData(text));
+                  writer.WriteString(same);
+                  writer.WriteUTF8String(text.c_str());
+                  writer.WriteCDataString(text.c_str());
+                  writer.WriteAttributeValue(ConstData(text));
+              }),
+              0u);
+}
+
+TEST(XMLWriterPLTest, EachElementNameIsCopiedOnce) {
+    IgnoringReceiver receiver;
+    XMLWriterPL writer(receiver, 2);
+    StringPL const name("aNameThatIsNotSoShort");
+    std::size_t const depth = 1000;
+    std::size_t const growths = 11; // 1, 2, 4 ... 1024
+    EXPECT_EQ(AllocationsOf([&] {
+                  for (std::size_t level = 0; level < depth; ++level)
+                      writer.BeginElement(name, none);
+              }),
+              depth + growths);
+}
+
+// A random tree, written by the writer and read by the tree parser.
+class RoundTrip {
+public:
+    explicit RoundTrip(unsigned int seed, std::uint32_t layout) : random(seed), style(layout) {}
+
+    void Run() {
+        std::string document;
+        StringReceiver collector;
+        LineFlattener flattener;
+        XMLWriterPL writer(flattener(LineFlattener::crlf, collector(document)), style);
+        XMLElementPL expected("root", std::vector<XMLAttribute>{});
+        writer.BeginDocument("root", none, noEncoding);
+        Fill(writer, expected, 0);
+        writer.EndDocument();
+        XMLTreeParserPL parser;
+        parser.Parse(document);
+        ASSERT_NE(parser.GetRootElement(), nullptr);
+        EXPECT_FALSE(parser.HasOpenElements());
+        ExpectSame(*parser.GetRootElement(), expected);
+        EXPECT_EQ(nextText, texts.size());
+    }
+
+private:
+    std::string RandomText(std::string const& alphabet) {
+        return RandomBytes(random, random() % 40, alphabet);
+    }
+
+    // Leaves have text and nothing else; others have children, so that the white space of the
+    // layout cannot mix with the text.
+    void Fill(XMLWriterPL& writer, XMLElementPL& element, int depth) {
+        if (depth == 4 || random() % 3 == 0) {
+            std::string const text = RandomText(EveryByte());
+            std::string const withoutNul = RandomText(EveryByte().substr(1));
+            texts.push_back(text + withoutNul);
+            writer.WriteString(ConstData(text));
+            writer.WriteUTF8String(withoutNul.c_str());
+            return;
+        }
+        for (unsigned int count = 1 + random() % 3; count != 0; --count) {
+            // All bytes but the dash, which a name loses in a start tag alone.
+            std::string const name =
+                std::string("e") + RandomBytes(random, random() % 20, "abcXYZ019._:\xB7");
+            std::string const value = RandomText(EveryByte().substr(1));
+            std::vector<XMLAttribute> const attributes{{"a", value}, {"b-c", "d"}};
+            writer.BeginElement(ConstData(name), Attributes{{"a", value}, {"b-c", "d"}});
+            Fill(writer, *element.AddChildElement(XMLElementPL(name, attributes)), depth + 1);
+            writer.EndElement();
+        }
+    }
+
+    void ExpectSame(XMLElementPL const& read, XMLElementPL const& expected) {
+        EXPECT_EQ(read.GetName(), expected.GetName());
+        EXPECT_EQ(read.GetAttribute("a"), expected.GetAttribute("a"));
+        EXPECT_EQ(read.GetAttribute("b-c"), expected.GetAttribute("b-c"));
+        auto const& children = read.GetElementList();
+        ASSERT_EQ(children.size(), expected.GetElementList().size());
+        if (children.empty()) {
+            EXPECT_EQ(read.GetText(), texts.at(nextText++));
+        }
+        auto child = children.begin();
+        for (XMLElementPL const& expectedChild : expected.GetElementList())
+            ExpectSame(*child++, expectedChild);
+    }
+
+    std::mt19937 random;
+    std::uint32_t style;
+    std::vector<std::string> texts; // of the leaves, in document order
+    std::size_t nextText = 0;
+};
+
+TEST(XMLWriterPLTest, WhatIsWrittenIsReadBackByteForByte) {
+    for (unsigned int seed = 1; seed <= 600; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        RoundTrip(seed, seed % 3).Run();
+        if (HasFailure())
+            return;
+    }
+}
+
+TEST(XMLWriterPLTest, SectionsAndCommentsAreReadBack) {
+    for (unsigned int seed = 1; seed <= 600; ++seed) {
+        std::mt19937 random(seed);
+        // No "]]>" and no NUL in a section; the dashes that a comment keeps must not end it.
+        std::string const section = RandomBytes(random, random() % 60, "<>&;]'\"ab\xE9\r\n");
+        std::string const comment = RandomBytes(random, random() % 60, "<>&;]'\"ab\xE9\r\n -");
+        if (section.find("]]>") != std::string::npos || comment.find("--") != std::string::npos ||
+            comment.find("->") != std::string::npos)
+            continue;
+        std::string const inside = Flat([&](XMLWriterPL& writer) {
+            writer.WriteComment(MakeStringPL(comment));
+            writer.WriteCDataString(section.c_str());
+        });
+        XMLTreeParserPL parser;
+        parser.Parse("<r>" + inside + "<");
+        ASSERT_NE(parser.GetRootElement(), nullptr);
+        EXPECT_EQ(parser.GetRootElement()->GetText(), section) << "seed " << seed;
+    }
+}
+
+} // namespace

@@ -1,0 +1,266 @@
+#include "xml/XMLWriterPL.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "data/Ascii.h"
+#include "data/AsciiSet.h"
+#include "data/LineReceiver.h"
+#include "data/MakeAsciiNumeral.h"
+#include "xml/ScanBytes.h"
+
+namespace {
+
+using namespace Ascii::Sets;
+
+constexpr AsciiSet nameBegin = alphabetic_ | AsciiSet::Only(':');
+constexpr AsciiSet nameRest =
+    nameBegin | numeric | AsciiSet::Only('.') | AsciiSet::Only('-') | AsciiSet::Only(0xB7);
+
+bool IsValidName(ConstData name) {
+    return !name.IsEmpty() && nameBegin.Contains(*name.begin) &&
+           std::all_of(name.begin, name.end,
+                       [](unsigned char byte) { return nameRest.Contains(byte); });
+}
+
+ConstData View(StringPL const& text) {
+    return ConstData(text.AsChar(), static_cast<unsigned int>(text.GetLength()));
+}
+
+// A name beyond what a StringPL can hold makes its constructor throw.
+unsigned int StringPLCount(ConstData name) {
+    return static_cast<unsigned int>(
+        std::min<std::size_t>(name.Length(), std::numeric_limits<unsigned int>::max()));
+}
+
+StringPL MakeStringPL(ConstData name) {
+    return StringPL(reinterpret_cast<char const*>(name.begin), StringPLCount(name));
+}
+
+char const* CharBegin(ConstData data) { return reinterpret_cast<char const*>(data.begin); }
+
+char const* CharEnd(ConstData data) { return reinterpret_cast<char const*>(data.end); }
+
+// The walk over the text of a comment. A dash behind a dash is left out, and the byte behind that
+// takes its place unseen.
+bool IsLeftOut(ConstData comment, std::size_t index) {
+    return comment[index] == '-' && comment[index - 1] == '-';
+}
+
+std::size_t NextIndex(ConstData comment, std::size_t index) {
+    return index + (IsLeftOut(comment, index) ? 2 : 1);
+}
+
+bool ShowsLineFeed(ConstData comment) {
+    for (std::size_t index = 1; index < comment.Length(); index = NextIndex(comment, index)) {
+        if (comment[index] == '\n')
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+constinit XMLWriterPL::AttributeList const XMLWriterPL::emptyAttributeList;
+
+XMLWriterPL::XMLWriterPL(LineReceiver& lineReceiver, XMLFormatStyle const& formatStyle)
+    : receiver(&lineReceiver), style(formatStyle) {}
+
+void XMLWriterPL::BeginDocument(StringPL const& rootName, AttributeList const& attributes,
+                                NullOr<StringPL> const& encoding) {
+    receiver->Start(0);
+    Write("<?xml version=\"1.0\""_bytes);
+    if (!encoding.IsNull()) {
+        Write(" encoding=\""_bytes);
+        Write(View(*encoding));
+        Write("\""_bytes);
+    }
+    Write("?>"_bytes);
+    BeginElement(rootName, attributes);
+}
+
+void XMLWriterPL::EndDocument() {
+    while (!openElements.empty())
+        EndElement();
+    receiver->ReceiveEnd(0);
+}
+
+void XMLWriterPL::BeginElement(ConstData name, AttributeList const& attributes) {
+    if (checkNames)
+        CheckNames(name, attributes);
+    BeginTagLine(openElements.size());
+    Write("<"_bytes);
+    Write(name);
+    attributes.ResetEnum();
+    while (attributes.IsNext()) {
+        Pair<StringPL, StringPL> const& attribute = attributes.GetNext();
+        Write(" "_bytes);
+        Write(View(attribute.first));
+        Write("=\""_bytes);
+        WriteAttributeValue(View(attribute.second));
+        Write("\""_bytes);
+    }
+    Write(">"_bytes);
+    openElements.emplace_back(CharBegin(name), StringPLCount(name));
+    lastWritten = StartTag;
+}
+
+void XMLWriterPL::BeginElement(char const* name, AttributeList const& attributes) {
+    BeginElement(ConstData(name), attributes);
+}
+
+void XMLWriterPL::BeginElement(StringPL const& name, AttributeList const& attributes) {
+    BeginElement(View(name), attributes);
+}
+
+void XMLWriterPL::EndElement() {
+    if (lastWritten == EndTag)
+        BeginTagLine(openElements.size() - 1);
+    Write("</"_bytes);
+    Write(View(openElements.back()));
+    Write(">"_bytes);
+    lastWritten = EndTag;
+    openElements.pop_back();
+}
+
+void XMLWriterPL::WriteString(ConstData text) {
+    BeginContent();
+    WriteCharacterData(text, false);
+    lastWritten = Content;
+}
+
+void XMLWriterPL::WriteString(StringPL const& text) { WriteString(View(text)); }
+
+void XMLWriterPL::WriteUTF8String(char const* text) {
+    BeginContent();
+    WriteCharacterData(text, true);
+    lastWritten = Content;
+}
+
+void XMLWriterPL::WriteCDataString(char const* text) {
+    BeginContent();
+    Write("<![CDATA["_bytes);
+    Write(text);
+    Write("]]>"_bytes);
+    lastWritten = Content;
+}
+
+void XMLWriterPL::WriteComment(StringPL text) {
+    ConstData const comment = View(text);
+    bool const onOwnLines = ShowsLineFeed(comment);
+    if (style.number < XMLFormatFlat)
+        BreakLine();
+    Write("<!-- "_bytes);
+    if (onOwnLines)
+        BreakLine();
+    WriteThinned(comment);
+    if (onOwnLines)
+        BreakLine();
+    Write(" -->"_bytes);
+    lastWritten = Content;
+}
+
+void XMLWriterPL::WriteThinned(ConstData comment) {
+    std::size_t written = 0;
+    for (std::size_t index = 1; index < comment.Length(); index = NextIndex(comment, index)) {
+        if (IsLeftOut(comment, index)) {
+            Write(ConstData(comment.begin + written, comment.begin + index));
+            written = index + 1;
+        }
+    }
+    Write(ConstData(comment.begin + written, comment.end));
+}
+
+void XMLWriterPL::WriteCharacterData(ConstData data, bool isUTF8) {
+    char const* const end = CharEnd(data);
+    for (char const* from = CharBegin(data); from != end; ++from) {
+        char const* const stop = isUTF8 ? ScanBytes::Find(from, end, '<', '>', '&')
+                                        : ScanBytes::FindOrHigh(from, end, '<', '>', '&');
+        WriteRun(from, stop);
+        if (stop == end)
+            break;
+        WriteReplacement(*stop);
+        from = stop;
+    }
+}
+
+void XMLWriterPL::WriteAttributeValue(ConstData value) {
+    char const* const end = CharEnd(value);
+    for (char const* from = CharBegin(value); from != end; ++from) {
+        char const* const stop = ScanBytes::Find(from, end, '<', '>', '&', '"');
+        WriteRun(from, stop);
+        if (stop == end)
+            break;
+        WriteReplacement(*stop);
+        from = stop;
+    }
+}
+
+void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) const {
+    if (!IsValidName(name)) {
+        StringPL message;
+        message.Format("Unable to write XML element with invalid element name '%s'",
+                       MakeStringPL(name).AsChar());
+        throw InvalidXMLElementName(message.AsChar());
+    }
+    attributes.ResetEnum();
+    while (attributes.IsNext()) {
+        StringPL const& attributeName = attributes.GetNext().first;
+        if (!IsValidName(View(attributeName))) {
+            StringPL message;
+            message.Format("Unable to write XML element '%s' with invalid attribute name '%s'",
+                           MakeStringPL(name).AsChar(), attributeName.AsChar());
+            throw InvalidXMLAttributeName(message.AsChar());
+        }
+    }
+}
+
+void XMLWriterPL::Write(ConstData text) { receiver->Receive(text); }
+
+void XMLWriterPL::WriteRun(char const* from, char const* end) {
+    if (from != end)
+        Write(ConstData(from, end));
+}
+
+void XMLWriterPL::WriteReplacement(char byte) {
+    switch (byte) {
+    case '<':
+        Write("&lt;"_bytes);
+        break;
+    case '>':
+        Write("&gt;"_bytes);
+        break;
+    case '&':
+        Write("&amp;"_bytes);
+        break;
+    case '"':
+        Write("&quot;"_bytes);
+        break;
+    default:
+        Write("&#x"_bytes);
+        Write(MakeAsciiHexNumeral(static_cast<unsigned char>(byte), 2));
+        Write(";"_bytes);
+        break;
+    }
+}
+
+void XMLWriterPL::BreakLine() { receiver->ReceiveLineBreak(Range<unsigned long long>{0, 0}); }
+
+// In front of a tag, with as many elements around it.
+void XMLWriterPL::BeginTagLine(std::size_t depth) {
+    static constexpr char tabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
+    if (style.number >= XMLFormatFlat)
+        return;
+    BreakLine();
+    if (style.number != XMLFormatTabbed)
+        return;
+    std::size_t const longest = sizeof(tabs) - 1;
+    for (; depth > longest; depth -= longest)
+        Write(ConstData(tabs, longest));
+    WriteRun(tabs, tabs + depth);
+}
+
+void XMLWriterPL::BeginContent() {
+    if (style.number < XMLFormatFlat && lastWritten == EndTag)
+        BreakLine();
+}
