@@ -5,9 +5,12 @@
 // reached. There is no clean-up after a failure: what is done stays done.
 //
 // Error handling: all throw EmptyFileLocationError for an empty location, but where told. A refusal
-// of the operation's own has the code 0; what the system refuses goes to ThrowFileError
-// (FileErrors.h). Operations on trees stand in FileTrees.h, forms with retries in FileRetry.h, and
-// the platform's own forms in files/unix/FileOperations.h.
+// of the operation's own has the code 0 and names the location; what the system refuses goes to
+// ThrowFileError (FileErrors.h). Moves throw InvalidStats, without a name, if an entry vanishes
+// between two looks.
+//
+// Operations on trees stand in FileTrees.h, forms with retries in FileRetry.h, and the platform's
+// own forms in files/unix/FileOperations.h.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -15,7 +18,7 @@
 class FileLocation;
 
 // Creates an empty file, and sets its permissions unless they are the system's default. Throws
-// FileFoundError if anything stands there. If the permissions can't be set, the file stays.
+// FileFoundError if anything stands there. If the permissions are refused, the file stays.
 void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 
 // Creates a directory, with the permissions less the umask. Throws DirectoryFoundError if anything
@@ -42,29 +45,39 @@ void ForceNonexistence(FileLocation const& location);
 // FileExistsError if anything stands at `to`, where ForceCopyFile first calls ForceNonexistence. The
 // copy gets the permissions of a new file and the time of its writing, and is not flushed to disk. A
 // failed copy leaves what was written.
+//
+// Deliberate: where ForceNonexistence leaves something, ForceCopyFile ends in FileExistsError, with
+// the system's code. And it does not see that `from` and `to` are one file, which is then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
 // Renames. Throws FileNotFoundError if nothing stands at `from` (an empty `from` too, in the
 // platform's form), FileFoundError if anything stands at `to`. To another file system: a regular file
 // is copied and then deleted, a directory is copied as a tree and then deleted, and anything else
-// stays where it is without an error; a link is followed to its target, and the link deleted.
+// stays where it is without an error. A link counts as its target there: to a regular file, it is
+// replaced by a copy of that; to a directory, the target's content moves, and then the removal of the
+// link throws.
 //
 // Deliberate: any other refusal of the system returns as if the move had succeeded.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
 // Moves over what stands at `to`, if both are regular files or neither is; a directory at `to` must
-// be empty. Throws FileNotFoundError if nothing stands at `from`, and DirectoryFoundError, which
-// names the one that is no regular file, if they differ in kind.
+// be empty, and what ForceNonexistence leaves there ends in FileFoundError. Throws FileNotFoundError
+// if nothing stands at `from`, and DirectoryFoundError if they differ in kind.
+//
+// Deliberate: that error names `from` if it is a directory, and otherwise `to`, whatever that is. And
+// nobody sees that `from` and `to` are one file, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
-// Takes the three write permissions away, or gives them as far as the umask allows.
-// Deliberate: the umask is read by changing it for a moment, for the whole process.
+// Takes the three write permissions away, or gives them. Follows a link.
+//
+// Deliberate: giving them also takes away all that the umask forbids, even what was there before. The
+// umask is read by changing it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
-// The bytes free on the file system, those kept for the superuser too; -1 if they can't be told or
-// are too many to count. An empty location is no error.
+// The bytes free on the file system, those kept for the superuser too; -1 if the system can't tell,
+// or if they are more than the result can hold. An empty location is no error.
 long long CalculateFreeSpace(FileLocation const& location);
 
 // Deliberate: does nothing on this platform; an empty location is no error.
-void ForceRemoveInvalidFiles(FileLocation const& location, unsigned int);
+void ForceRemoveInvalidFiles(FileLocation const& location, unsigned int kinds);

@@ -13,8 +13,8 @@ class FileLocation;
 // plain object of it is how a caller says that it wants no log.
 //
 // `first` and `second` are the operation's locations, `second` null where there is one only; they are
-// valid for the call. An exception of LogRetrySuccess counts as a failed attempt, one of
-// LogRetryFailure reaches the caller in place of the operation's.
+// valid for the call. An exception of LogRetryFailure reaches the caller in place of the operation's.
+// Deliberate: one of LogRetrySuccess counts as a failed attempt, and the operation runs once more.
 //
 // Deliberate: no virtual destructor. Logs live on the stack and are never deleted through this class.
 class FileRetryLog {

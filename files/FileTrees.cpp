@@ -1,5 +1,6 @@
 #include "files/FileTrees.h"
 
+#include <cstddef>
 #include <list>
 #include <string>
 #include <vector>
@@ -56,14 +57,12 @@ void RequireDirectory(FileLocation const& location) {
         throw DirectoryNotFoundError(location, 0);
     UnixFileInfo const stands(location);
     if (stands.IsNothingThere())
-        throw InvalidStats(location, 0);
+        throw InvalidStats(0);
     if (!stands.IsDirectory())
         throw DirectoryNotFoundError(location, 0);
 }
 
 void EnterDirectory(CopyLevels& levels, FileLocation const& from, FileLocation const& to) {
-    from.RequireNonEmpty();
-    to.RequireNonEmpty();
     RequireDirectory(from);
     CreateDirectoryTree(to);
     levels.emplace_back(from, to);
@@ -98,19 +97,23 @@ void CreateDirectoryTree(FileLocation const& location) {
                                 DirectoryCreatingInfo{0777});
 }
 
-// A stack of levels in place of a recursion: directories can be nested as deep as a path is long.
+// A stack of levels in place of a recursion: directories can be nested as deep as a path is long. A
+// loop is stepped on only when the copy of its entry is complete, since the step may throw.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to) {
+    from.RequireNonEmpty();
+    to.RequireNonEmpty();
     CopyLevels levels;
     EnterDirectory(levels, from, to);
-    while (!levels.empty()) {
+    for (;;) {
         if (levels.back().loop.HasItem()) {
             if (CopyEntry(levels))
                 continue;
         } else {
             levels.pop_back();
+            if (levels.empty())
+                return;
         }
-        if (!levels.empty())
-            ++levels.back().loop;
+        ++levels.back().loop;
     }
 }
 

@@ -16,9 +16,15 @@ class FileLocation;
 // path that meets no directory on its way up ends in InvalidFileLocation.
 void CreateDirectoryTree(FileLocation const& location);
 
-// Copies all entries of `from` to `to`, whose tree is created where it is missing: regular files by
-// CopyFileWithRetry, directories by their contents. Throws DirectoryNotFoundError if `from` is no
-// directory. Nothing is overwritten: a file that exists at `to` ends the copy, after its retries.
+// Copies all entries of `from` to `to`, whose tree is created where it is missing: directories by
+// their contents, and anything else by CopyFileWithRetry, which a link to a regular file passes as a
+// copy of its target. Throws DirectoryNotFoundError if `from` is no directory, and InvalidStats,
+// without a name, if it vanishes meanwhile.
+//
+// What can't be copied ends the copy after its retries: a file that exists at `to` (nothing is
+// overwritten), a socket, a device, a pipe. A `to` inside of `from` is found by the walk and copied
+// into itself, until the system refuses the length of the path.
+//
 // Deliberate: a symbolic link to a directory is skipped in silence.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 

@@ -1,4 +1,8 @@
 // Copies of files: the declarations stand in files/unix/FileOperations.h.
+#include "files/unix/FileOperations.h"
+
+#include <cstddef>
+
 #include "data/Data.h"
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
@@ -6,7 +10,6 @@
 #include "files/FileReadingPath.h"
 #include "files/FileWriter.h"
 #include "files/FileWritingPath.h"
-#include "files/unix/FileOperations.h"
 #include "files/unix/UnixFileInfo.h"
 
 namespace {

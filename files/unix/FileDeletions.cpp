@@ -1,10 +1,11 @@
 // Deletions of trees: the declarations stand in files/unix/FileOperations.h.
+#include "files/unix/FileOperations.h"
+
 #include <list>
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/unix/FileLoop.h"
-#include "files/unix/FileOperations.h"
 #include "files/unix/UnixFileInfo.h"
 
 namespace {

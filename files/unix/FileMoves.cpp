@@ -1,14 +1,15 @@
 // Moves: the declarations stand in files/unix/FileOperations.h.
 //
-// A directory that moves to another file system is copied as a tree, and the copying of a tree goes
-// through the retries, which retry moves: the ring is closed here and in no header.
+// A directory that moves to another file system is copied as a tree, a tree is copied with retries,
+// and the family of the retries has one for moves. The ring is closed here, and in no header.
+#include "files/unix/FileOperations.h"
+
 #include <cerrno>
 #include <cstdio>
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileTrees.h"
-#include "files/unix/FileOperations.h"
 #include "files/unix/UnixFileInfo.h"
 
 namespace {
@@ -20,7 +21,7 @@ using UnixPlatform::UnixFileInfo;
 UnixFileInfo InfoThatMustBeThere(FileLocation const& location) {
     UnixFileInfo const info(location);
     if (info.IsNothingThere())
-        throw InvalidStats(location, 0);
+        throw InvalidStats(0);
     return info;
 }
 
@@ -52,7 +53,7 @@ void MoveFile(FileLocation const& from, FileLocation const& to) {
         MoveToOtherFileSystem(from, to);
     else
         // Deliberate: made and not thrown. Callers have come to rely on a refused rename being
-        // silent; the caller that must know looks at `to`.
+        // silent; a caller that must know looks at `to`.
         static_cast<void>(FileMoveError(from, to, errno));
 }
 

@@ -15,15 +15,30 @@ namespace {
 
 constexpr mode_t allWriteBits = 0222;
 
-// For a system call that returns -1: throws what errno means.
+// Throws what errno means. It is read first: the portable location that the error takes is made on
+// the way, and may allocate.
+void ThrowSystemError(UnixPlatform::FileLocation const& location) {
+    int const error = errno;
+    ThrowFileError(location, error);
+}
+
+// For a system call that returns 0 or fails.
 void ThrowIfFailed(int result, UnixPlatform::FileLocation const& location) {
     if (result != 0)
-        ThrowFileError(location, errno);
+        ThrowSystemError(location);
 }
 
 void RequireNonEmpty(UnixPlatform::FileLocation const& location) {
     if (location.IsEmpty())
         throw EmptyFileLocationError(0);
+}
+
+void MakeEmptyFile(UnixPlatform::FileLocation const& location) {
+    std::FILE* const file = std::fopen(location.Text(), "w");
+    if (file == nullptr)
+        ThrowSystemError(location);
+    else
+        std::fclose(file);
 }
 
 void MakeDirectory(UnixPlatform::FileLocation const& location, DirectoryCreatingInfo const& info) {
@@ -46,11 +61,7 @@ void CreateFile(FileLocation const& location, FileCreatingInfo const& info) {
         throw FileCreateFailed(location, 0);
     if (!UnixFileInfo(location).IsNothingThere())
         throw FileFoundError(location, 0);
-    std::FILE* const file = std::fopen(location.Text(), "w");
-    if (file == nullptr)
-        ThrowFileError(location, errno);
-    else
-        std::fclose(file);
+    MakeEmptyFile(location);
     if (info.permissions != FileCreatingInfo::systemDefault)
         ThrowIfFailed(chmod(location.Text(), info.permissions), location);
 }
@@ -106,14 +117,13 @@ bool FileLocation::IsReadOnly() const {
     RequireNonEmpty(*this);
     if (access(Text(), W_OK) == 0)
         return false;
-    if (errno == EACCES || errno == EROFS)
-        return true;
-    ThrowFileError(*this, errno);
-    return false;
+    if (errno != EACCES && errno != EROFS)
+        ThrowSystemError(*this);
+    return true;
 }
 
-// f_bfree, not f_bavail: the superuser's blocks count. Multiplied unsigned, so that a file system
-// without a limit can't overflow; what a signed number can't hold is told as -1.
+// f_bfree, not f_bavail: the superuser's blocks count. Multiplied unsigned, since the product of a
+// huge file system may be more than a signed number holds, which is told as -1.
 long long CalculateFreeSpace(FileLocation const& location) {
     struct statvfs stats;
     if (statvfs(location.Text(), &stats) != 0)

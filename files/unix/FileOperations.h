@@ -1,7 +1,7 @@
 // The work behind the operations of files/FileOperations.h and files/FileTrees.h.
 //
 // The contract stands there. What differs: an empty location is not refused beforehand, and gives
-// what is told here. All throw as told there.
+// what is told here.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -30,13 +30,12 @@ void ForceNonexistence(FileLocation const& location);
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);
 
-// Empty location: nothing stands there, so a `from` is a FileNotFoundError; a `to` fails in the
-// system.
+// Empty location: FileNotFoundError, with the code 0 for `from` and the system's for `to`.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
-// Empty location: nothing stands at an empty `from`, FileNotFoundError; an empty `to` is an
-// EmptyFileLocationError.
+// Empty location: for `from` FileNotFoundError, code 0; for `to` EmptyFileLocationError, if something
+// stands at `from`.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
