@@ -151,13 +151,17 @@ TEST(AgentPresenceTest, AgentWhoseFileWasRemovedDoesNotCount) {
 bool IsRunningForOtherUserWith(char const* commandName) {
     OtherProcess process([&](Handshake& line) {
         prctl(PR_SET_NAME, commandName);
+        line.Tell("renamed");
+        line.Await();
         prctl(PR_SET_DUMPABLE, 0);
-        line.Tell();
+        line.Tell("closed");
         line.Await();
     });
     process.Await();
     // Who may read the link sees the program of this test.
     EXPECT_FALSE(IsRunning());
+    process.Tell();
+    process.Await();
     return IsRunningForOtherUser();
 }
 
@@ -304,9 +308,13 @@ TEST(AgentPresenceTest, WithoutFreeDescriptorNothingRuns) {
         OtherProgram const running({agentProgram, "1000"});
         int const next = open("/dev/null", O_RDONLY);
         close(next);
-        rlimit const full{static_cast<rlim_t>(next), static_cast<rlim_t>(next)};
+        rlimit usual{};
+        ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &usual));
+        rlimit const full{static_cast<rlim_t>(next), usual.rlim_max};
         ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &full));
         EXPECT_FALSE(IsRunning());
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
+        EXPECT_TRUE(IsRunning());
     });
 }
 

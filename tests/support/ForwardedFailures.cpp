@@ -186,9 +186,13 @@ void ReportForkedException(char const* what) {
 
 void CheckForkedLeaks() {
 #ifdef CC_HAS_LEAK_SANITIZER
-    // The check needs its own threads' list and a process that may be traced.
-    if (prctl(PR_GET_DUMPABLE) == 1 && access("/proc/self/task", R_OK) == 0) {
-        EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
-    }
+    // The check traces the threads of the process, and dies if it can't list them.
+    if (prctl(PR_GET_DUMPABLE) != 1)
+        return;
+    int const threads = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (threads < 0)
+        return;
+    close(threads);
+    EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
 #endif
 }
