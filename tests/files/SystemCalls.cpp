@@ -1,0 +1,213 @@
+#include "tests/files/SystemCalls.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+namespace {
+
+SystemCalls* active = nullptr;
+
+// The function that the program would have called without us.
+template <class Function>
+Function* Next(Function*, char const* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+std::string Whence(int whence) {
+    switch (whence) {
+    case SEEK_SET:
+        return "SET";
+    case SEEK_CUR:
+        return "CUR";
+    case SEEK_END:
+        return "END";
+    default:
+        return std::to_string(whence);
+    }
+}
+
+std::string Flags(int flags) {
+    std::string text = (flags & O_ACCMODE) == O_RDONLY ? "RDONLY" : "RDWR";
+    if ((flags & O_ACCMODE) == O_WRONLY)
+        text = "WRONLY";
+    int rest = flags & ~O_ACCMODE;
+    for (auto [flag, name] :
+         {std::pair(O_CREAT, "|CREAT"), std::pair(O_EXCL, "|EXCL"), std::pair(O_TRUNC, "|TRUNC")})
+        if (rest & flag) {
+            text += name;
+            rest &= ~flag;
+        }
+    return rest == 0 ? text : text + "|" + std::to_string(rest);
+}
+
+std::string Octal(unsigned int mode) {
+    char text[16];
+    std::snprintf(text, sizeof(text), "%o", mode);
+    return text;
+}
+
+SystemCalls::Answer Record(char const* name, std::string const& arguments = {}) {
+    return active->Record(name, arguments);
+}
+
+template <class Result>
+Result Refuse(int error, Result result) {
+    errno = error;
+    return result;
+}
+
+} // namespace
+
+SystemCalls::SystemCalls() { active = this; }
+
+SystemCalls::~SystemCalls() { active = nullptr; }
+
+std::size_t SystemCalls::Count(std::string const& name) const {
+    return std::count_if(log.begin(), log.end(),
+                         [&](std::string const& call) { return call.starts_with(name); });
+}
+
+void SystemCalls::Fail(std::string const& name, int error, std::size_t skip) {
+    answers.push_back({name, skip, error});
+}
+
+void SystemCalls::Limit(std::string const& name, std::size_t bytes, std::size_t skip) {
+    answers.push_back({name, skip, 0, bytes});
+}
+
+SystemCalls* SystemCalls::Active() { return active; }
+
+SystemCalls::Answer SystemCalls::Record(std::string const& name, std::string const& arguments) {
+    log.push_back(arguments.empty() ? name : name + " " + arguments);
+    for (auto answer = answers.begin(); answer != answers.end(); ++answer)
+        if (answer->name == name) {
+            if (answer->skip-- != 0)
+                break;
+            Answer const given = *answer;
+            answers.erase(answer);
+            return given;
+        }
+    return {};
+}
+
+// The stand-ins. Each is found by the linker before the one of the C library.
+extern "C" {
+
+int open(char const* path, int flags, ...) {
+    static auto const next = Next(&open, "open");
+    va_list arguments;
+    va_start(arguments, flags);
+    unsigned int const mode = (flags & O_CREAT) ? va_arg(arguments, unsigned int) : 0;
+    va_end(arguments);
+    if (active) {
+        std::string const text =
+            (flags & O_CREAT) ? Flags(flags) + " " + Octal(mode) : Flags(flags);
+        if (int const error = Record("open", text).error)
+            return Refuse(error, -1);
+    }
+    return next(path, flags, mode);
+}
+
+int close(int descriptor) {
+    static auto const next = Next(&close, "close");
+    int const error = active ? Record("close").error : 0;
+    int const result = next(descriptor);
+    return error ? Refuse(error, -1) : result;
+}
+
+int fcntl(int descriptor, int command, ...) {
+    static auto const next = Next(&fcntl, "fcntl");
+    va_list arguments;
+    va_start(arguments, command);
+    // All but the flag commands take a pointer, or nothing at all.
+    bool const takesNumber = command == F_SETFD || command == F_SETFL;
+    long const argument = takesNumber ? va_arg(arguments, int) : va_arg(arguments, long);
+    va_end(arguments);
+    if (active && command == F_SETFD)
+        if (int const error = Record("setfd", std::to_string(argument)).error)
+            return Refuse(error, -1);
+    return next(descriptor, command, argument);
+}
+
+off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept {
+    static auto const next = Next(&lseek64, "lseek64");
+    if (active)
+        if (int const error = Record("seek", std::to_string(offset) + " " + Whence(whence)).error)
+            return Refuse(error, off64_t{-1});
+    return next(descriptor, offset, whence);
+}
+
+ssize_t read(int descriptor, void* target, size_t count) {
+    static auto const next = Next(&read, "read");
+    if (active) {
+        auto const answer = Record("read", std::to_string(count));
+        if (answer.error)
+            return Refuse(answer.error, ssize_t{-1});
+        count = std::min(count, answer.limit);
+    }
+    return next(descriptor, target, count);
+}
+
+ssize_t write(int descriptor, void const* source, size_t count) {
+    static auto const next = Next(&write, "write");
+    if (active) {
+        auto const answer = Record("write", std::to_string(count));
+        if (answer.error)
+            return Refuse(answer.error, ssize_t{-1});
+        if (answer.limit == 0)
+            return 0;
+        count = std::min(count, answer.limit);
+    }
+    return next(descriptor, source, count);
+}
+
+int fsync(int descriptor) {
+    static auto const next = Next(&fsync, "fsync");
+    if (active)
+        if (int const error = Record("fsync").error)
+            return Refuse(error, -1);
+    return next(descriptor);
+}
+
+int ftruncate64(int descriptor, off64_t length) noexcept {
+    static auto const next = Next(&ftruncate64, "ftruncate64");
+    if (active)
+        if (int const error = Record("ftruncate", std::to_string(length)).error)
+            return Refuse(error, -1);
+    return next(descriptor, length);
+}
+
+int lstat(char const* path, struct stat* information) noexcept {
+    static auto const next = Next(&lstat, "lstat");
+    if (active)
+        if (int const error = Record("lstat", path).error)
+            return Refuse(error, -1);
+    return next(path, information);
+}
+
+int stat(char const* path, struct stat* information) noexcept {
+    static auto const next =
+        Next(static_cast<int (*)(char const*, struct stat*) noexcept>(&stat), "stat");
+    if (active)
+        if (int const error = Record("stat", path).error)
+            return Refuse(error, -1);
+    return next(path, information);
+}
+
+int utimes(char const* path, timeval const* times) noexcept {
+    static auto const next = Next(&utimes, "utimes");
+    if (active)
+        if (int const error = Record("utimes", path).error)
+            return Refuse(error, -1);
+    return next(path, times);
+}
+
+} // extern "C"

@@ -1,0 +1,49 @@
+// What the code under test asks of the system, call by call, with answers of the test's own.
+//
+// The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
+// ftruncate64, lstat, stat and utimes go through here; without an object of this class they go
+// straight on to the system. The C library's own use of them is not seen.
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+// Records from its construction to its destruction. One at a time, one thread.
+class SystemCalls {
+public:
+    SystemCalls();
+    ~SystemCalls();
+    SystemCalls(SystemCalls const&) = delete;
+    SystemCalls& operator=(SystemCalls const&) = delete;
+
+    // The calls so far, as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write 3",
+    // "ftruncate 7", "fsync", "close", "lstat /x", "stat /x", "utimes /x". Descriptors are left out.
+    std::vector<std::string> const& Log() const { return log; }
+    void Clear() { log.clear(); }
+
+    // How many calls have a text that begins with `name`.
+    std::size_t Count(std::string const& name) const;
+
+    // The next call of that name, after `skip` of them, fails with that error number. It is not
+    // made; but a close is, so that no descriptor is left over.
+    void Fail(std::string const& name, int error, std::size_t skip = 0);
+
+    // The next read or write, after `skip` of them, moves at most so many bytes.
+    void Limit(std::string const& name, std::size_t bytes, std::size_t skip = 0);
+
+    // For the functions that stand in for the system's.
+    struct Answer {
+        std::string name;
+        std::size_t skip = 0;
+        int error = 0;
+        std::size_t limit = ~std::size_t{0};
+    };
+    static SystemCalls* Active();
+    Answer Record(std::string const& name, std::string const& arguments = {});
+
+private:
+    std::vector<std::string> log;
+    std::deque<Answer> answers;
+};
