@@ -12,8 +12,8 @@ struct Row {
     TarvikFileType type;
 };
 
-// Searched from the first row on.
-Row const table[] = {
+// Searched from the first row on; there before any initialiser asks.
+constinit Row const table[] = {
     {cRESERVED_FILE_EXTENSION_SITE_DEFINITION, AdviceFileTypes::Masthead()},
     {cRESERVED_FILE_EXTENSION_ADVICE_POOL, AdviceFileTypes::Pool()},
     {cRESERVED_FILE_EXTENSION_ADVICE_FILE, AdviceFileTypes::Advice()},

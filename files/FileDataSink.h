@@ -14,7 +14,7 @@ class FileWritingPath;
 class FileDataSink : private DataReceiver {
 public:
     // Whether ReceiveEnd waits until the data is on the disk. Every value but the first means no.
-    enum FlushMode { FlushOnEnd, NoFlushOnEnd };
+    enum FlushMode : int { FlushOnEnd, NoFlushOnEnd };
 
     FileDataSink() = default;
     explicit FileDataSink(FlushMode flushMode);

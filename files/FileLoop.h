@@ -14,6 +14,9 @@ enum TarvikFileType : int;
 //         Use(*loop);
 class FileLoop : public UnixPlatform::FileLoop {
 public:
+    // Empty.
+    FileLoop() = default;
+
     // A null wildcard matches everything. Deliberate: the bool is ignored.
     FileLoop(FileLocation const& where, char const* wildcard, bool);
     void Start(FileLocation const& where, char const* wildcard, bool);

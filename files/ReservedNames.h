@@ -1,19 +1,20 @@
-// Names and extensions of files that the library knows.
+// The names and extensions that the agent's world of files has given a meaning.
+//
+// An extension has its dot. Three kinds of file have the empty one.
 #pragma once
 
-extern char const* const cRESERVED_FILE_EXTENSION_SITE_DEFINITION;
-extern char const* const cRESERVED_FILE_EXTENSION_ADVICE_POOL;
-extern char const* const cRESERVED_FILE_EXTENSION_ADVICE_FILE;
-extern char const* const cRESERVED_EXTENSION;
-extern char const* const cRESERVED_EXTENSION_LONG;
-extern char const* const cRESERVED_FILE_EXTENSION_TEXT;
-extern char const* const cRESERVED_FILE_EXTENSION_SITE_LOG_FILE;
-extern char const* const cRESERVED_FILE_EXTENSION_SITE_BACKUP_LOG_FILE;
-extern char const* const cRESERVED_FILE_EXTENSION_DLL;
-extern char const* const cRESERVED_FILE_EXTENSION_NOTATION;
-// These three have no extension.
-extern char const* const cRESERVED_FILE_EXTENSION_SITE_DATA;
-extern char const* const cRESERVED_FILE_EXTENSION_PREFERENCES;
-extern char const* const cRESERVED_FILE_EXTENSION_PROFILE;
+inline constexpr char const* cRESERVED_FILE_EXTENSION_SITE_DEFINITION = ".qvm";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_ADVICE_POOL = ".qvg";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_ADVICE_FILE = ".qvf";
+inline constexpr char const* cRESERVED_EXTENSION = ".htm";
+inline constexpr char const* cRESERVED_EXTENSION_LONG = ".html";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_TEXT = ".txt";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_SITE_LOG_FILE = ".log";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_SITE_BACKUP_LOG_FILE = ".bkg";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_DLL = ".so";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_NOTATION = ".dat";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_SITE_DATA = "";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_PREFERENCES = "";
+inline constexpr char const* cRESERVED_FILE_EXTENSION_PROFILE = "";
 
-extern char const* const cRESERVED_FILENAME_UIAPP;
+inline constexpr char const* cRESERVED_FILENAME_UIAPP = "XVeskaClientUI";

@@ -56,7 +56,7 @@ void FileItem::HandleGetError(int error, bool tolerant) const {
 
 void FileItem::SetModificationTime(Instant time) {
     if (IsNothingThere())
-        throw InvalidStats(location, 0);
+        throw InvalidStats(0);
     UnixFileInfo::SetModificationTime(time);
     timeval const times[] = {WholeSeconds(AccessTime()), WholeSeconds(time)};
     if (utimes(location.Text(), times) != 0)

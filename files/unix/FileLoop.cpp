@@ -119,7 +119,6 @@ void FileLoop::Release() {
     index = 0;
 }
 
-// The names and their array come from malloc, as scandir(3) makes them.
 void FileLoop::EmptyScandirList(dirent** entries, int entryCount) {
     for (int i = 0; i < entryCount; ++i)
         std::free(entries[i]);

@@ -48,14 +48,19 @@ public:
     // What was learnt of the present entry; the last one's without one.
     FileItem const& Item() const { return item; }
 
-private:
+    // The steps of Start. A selector takes each entry and yields whether it belongs to the loop.
     using Selector = int (*)(dirent const*);
-
     void DoScanDirectory(Selector selector, char const* wildcard, bool tolerateBrokenLinks);
+    // Lists the directory of the last Start anew; examines nothing.
     void BuildNameList(Selector selector, char const* wildcard);
+    // Examines the present entry, if there is one. Throws what FileName::Set throws for its name,
+    // and what ThrowFileError throws if it can't be examined.
     void SetLoopItem(bool tolerateBrokenLinks);
+    // Gives back what scandir(3) made: the entries and their array.
+    static void EmptyScandirList(dirent** entries, int entryCount);
+
+private:
     void Release();
-    static void EmptyScandirList(dirent** list, int count);
 
     FileItem item;
     FileLocation directory;

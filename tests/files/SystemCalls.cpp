@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <utility>
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -14,6 +15,7 @@
 namespace {
 
 SystemCalls* active = nullptr;
+bool failsMalloc = false;
 
 // The function that the program would have called without us.
 template <class Function>
@@ -82,6 +84,8 @@ void SystemCalls::Fail(std::string const& name, int error, std::size_t skip) {
 void SystemCalls::Limit(std::string const& name, std::size_t bytes, std::size_t skip) {
     answers.push_back({name, skip, 0, bytes});
 }
+
+void SystemCalls::FailMalloc() { failsMalloc = true; }
 
 SystemCalls* SystemCalls::Active() { return active; }
 
@@ -208,6 +212,13 @@ int utimes(char const* path, timeval const* times) noexcept {
         if (int const error = Record("utimes", path).error)
             return Refuse(error, -1);
     return next(path, times);
+}
+
+// The program is linked with --wrap=malloc, so that the calls of our own objects come here.
+void* __real_malloc(std::size_t size);
+
+void* __wrap_malloc(std::size_t size) {
+    return std::exchange(failsMalloc, false) ? nullptr : __real_malloc(size);
 }
 
 } // extern "C"

@@ -33,6 +33,9 @@ public:
     // The next read or write, after `skip` of them, moves at most so many bytes.
     void Limit(std::string const& name, std::size_t bytes, std::size_t skip = 0);
 
+    // The next malloc by name (not by new, nor inside the C library) yields null.
+    static void FailMalloc();
+
     // For the functions that stand in for the system's.
     struct Answer {
         std::string name;
