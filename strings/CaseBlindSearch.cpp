@@ -41,8 +41,9 @@ public:
     // False in a locale that has more of them, or another than the other case of a letter.
     bool AreKnown() const { return areKnown; }
 
-    // REQUIRES: AreKnown(). Without a branch, for the sake of vectors.
-    bool Contain(char character) const {
+    // 1 for one of them, otherwise 0: a number without a branch, for the sake of vectors.
+    // REQUIRES: AreKnown().
+    int Contain(char character) const {
         return static_cast<int>(Byte(character) == one) |
                static_cast<int>(Byte(character) == other);
     }
@@ -86,9 +87,9 @@ char const* Pattern::SearchPlaces(char const* from, std::size_t count) const {
 // Marks the places that have the right first and last byte, and compares the text only there.
 char const* Pattern::SearchBlock(char const* from, Alikes first, Alikes last) const {
     char const* const ends = from + (length - 1);
-    bool marks[blockSize];
+    unsigned char marks[blockSize];
     for (std::size_t i = 0; i < blockSize; ++i)
-        marks[i] = first.Contain(from[i]) & last.Contain(ends[i]);
+        marks[i] = static_cast<unsigned char>(first.Contain(from[i]) & last.Contain(ends[i]));
 
     std::uint64_t words[blockSize / 8];
     std::memcpy(words, marks, sizeof(words));

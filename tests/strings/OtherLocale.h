@@ -40,11 +40,13 @@ public:
 
 private:
     static bool ComparisonsFollowTheLocale() {
-        for (int byte = 1; byte < 256; ++byte) {
-            char const text[] = {static_cast<char>(byte), '\0'};
-            char const lower[] = {static_cast<char>(std::tolower(byte)), '\0'};
-            if (strcasecmp(text, lower) != 0)
-                return false;
+        for (int left = 1; left < 256; ++left) {
+            for (int right = 1; right < 256; ++right) {
+                char const one[] = {static_cast<char>(left), '\0'};
+                char const other[] = {static_cast<char>(right), '\0'};
+                if ((strcasecmp(one, other) == 0) != (std::tolower(left) == std::tolower(right)))
+                    return false;
+            }
         }
         return true;
     }
