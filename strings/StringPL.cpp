@@ -79,19 +79,9 @@ char* StringPL::NewText(char const* text, std::uint64_t count) {
     return block;
 }
 
-StringPL::StringPL(char const* text)
-    : characters(text == nullptr ? EmptyText() : NewText(text, std::strlen(text))) {}
-
-StringPL::StringPL(char const* text, unsigned int count)
-    : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
-
-StringPL::StringPL(StringPL const& source)
-    : characters(NewText(source.characters, source.Length())) {}
-
 StringPL& StringPL::operator=(char const* text) {
-    if (text != characters) {
+    if (text != characters)
         TakeBlock(text == nullptr ? EmptyText() : NewText(text, std::strlen(text)));
-    }
     return *this;
 }
 

@@ -34,14 +34,16 @@ class StringPL {
 public:
     // A null pointer gives the empty string.
     StringPL() noexcept : characters(EmptyText()) {}
-    StringPL(char const* text);
+    StringPL(char const* text)
+        : characters(text == nullptr ? EmptyText() : NewText(text, std::strlen(text))) {}
 
     // The first `count` bytes up to a NUL among them; behind that, NULs take the place of the rest.
     // Deliberate: the length is `count` all the same. A null pointer gives the empty string.
-    StringPL(char const* text, unsigned int count);
+    StringPL(char const* text, unsigned int count)
+        : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
 
     // The length is copied as it is, the characters up to their first NUL, with NULs behind it.
-    StringPL(StringPL const& source);
+    StringPL(StringPL const& source) : characters(NewText(source.characters, source.Length())) {}
 
     // Takes the block, capacity and all, and leaves the source empty.
     StringPL(StringPL&& source) noexcept : characters(source.characters) {

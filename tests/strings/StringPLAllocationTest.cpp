@@ -72,6 +72,17 @@ TEST(StringPLAllocationTest, OtherStringsAllocateOnce) {
     EXPECT_EQ(1u, AllocationsOf([&] { target.Replace("text", "word"); }));
 }
 
+TEST(StringPLAllocationTest, ACapacityOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
+    StringPL string("abc");
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  EXPECT_THROW(StringPL("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
+                  EXPECT_THROW(StringPL("x", 0xFFFFFFF7), StringPLOutOfBoundsException);
+                  EXPECT_THROW(string.Append("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
+                  EXPECT_THROW(string.Append("x", 0x80000000), StringPLOutOfBoundsException);
+              }));
+    EXPECT_STREQ("abc", string);
+}
+
 TEST(StringPLAllocationTest, ReadingAllocatesNothing) {
     StringPL const string(longText);
     EXPECT_EQ(0u, AllocationsOf([&] {

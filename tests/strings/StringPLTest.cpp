@@ -108,7 +108,7 @@ TEST(StringPLTest, CopyTakesItsLengthNotItsCapacity) {
     EXPECT_NE(source.AsChar(), copy.AsChar());
 }
 
-TEST(StringPLTest, CapacityOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
+TEST(StringPLTest, CapacityOverTheLimitIsRefused) {
     // The header has to fit in 32 bits too, so the limit is 4,294,967,287.
     EXPECT_THROW(StringPL("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
     EXPECT_THROW(StringPL("x", 0xFFFFFFFE), StringPLOutOfBoundsException);
