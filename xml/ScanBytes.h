@@ -48,6 +48,10 @@ inline __m128i Load(char const* from) {
     return _mm_loadu_si128(reinterpret_cast<__m128i const*>(from));
 }
 
+inline __m128i LoadHalf(char const* from) {
+    return _mm_loadl_epi64(reinterpret_cast<__m128i const*>(from));
+}
+
 // All ones in the place of each byte that is one of `wanted`.
 template <class... Bytes>
 __m128i Matches(__m128i chunk, Bytes... wanted) {
@@ -61,14 +65,45 @@ inline unsigned int HighBits(__m128i chunk) {
     return static_cast<unsigned int>(_mm_movemask_epi8(chunk));
 }
 
-template <class... Bytes>
-inline char const* Find(char const* from, char const* end, Bytes... wanted) {
-    for (; end - from >= 16; from += 16) {
-        unsigned int const found = HighBits(Matches(Load(from), wanted...));
+// The first byte of [from, end) whose highest bit is set in what `Mark` makes of 16 bytes, or `end`.
+//
+// The last block begins 16 bytes before the end, over bytes that are known by then. Of 8 to 15 bytes
+// the first and the last 8 make one block.
+template <class Mark, class FindInFew>
+char const* FindMarked(char const* from, char const* end, Mark mark, FindInFew findInFew) {
+    if (end - from < 8)
+        return findInFew(from, end);
+    if (end - from < 16) {
+        __m128i const halves = _mm_unpacklo_epi64(LoadHalf(from), LoadHalf(end - 8));
+        unsigned int const found = HighBits(mark(halves));
+        if (found == 0)
+            return end;
+        int const place = __builtin_ctz(found);
+        return place < 8 ? from + place : end - 16 + place;
+    }
+    for (; end - from > 16; from += 16) {
+        unsigned int const found = HighBits(mark(Load(from)));
         if (found != 0)
             return from + __builtin_ctz(found);
     }
-    return FindPlainly(from, end, wanted...);
+    unsigned int const found = HighBits(mark(Load(end - 16)));
+    return found == 0 ? end : end - 16 + __builtin_ctz(found);
+}
+
+template <class... Bytes>
+char const* Find(char const* from, char const* end, Bytes... wanted) {
+    return FindMarked(
+        from, end, [=](__m128i chunk) { return Matches(chunk, wanted...); },
+        [=](char const* first, char const* last) { return FindPlainly(first, last, wanted...); });
+}
+
+template <class... Bytes>
+char const* FindOrHigh(char const* from, char const* end, Bytes... wanted) {
+    return FindMarked(
+        from, end, [=](__m128i chunk) { return _mm_or_si128(chunk, Matches(chunk, wanted...)); },
+        [=](char const* first, char const* last) {
+            return FindOrHighPlainly(first, last, wanted...);
+        });
 }
 
 // One bit for each of `block` bytes that is one of `wanted`.
@@ -98,17 +133,6 @@ template <int block, class... Bytes>
     char const* const stop = Find(from, end, wanted...);
     target.append(from, static_cast<std::size_t>(stop - from));
     return stop;
-}
-
-template <class... Bytes>
-char const* FindOrHigh(char const* from, char const* end, Bytes... wanted) {
-    for (; end - from >= 16; from += 16) {
-        __m128i const chunk = Load(from);
-        unsigned int const found = HighBits(_mm_or_si128(chunk, Matches(chunk, wanted...)));
-        if (found != 0)
-            return from + __builtin_ctz(found);
-    }
-    return FindOrHighPlainly(from, end, wanted...);
 }
 
 #else

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
 
 #include "data/Ascii.h"
 #include "data/AsciiSet.h"
@@ -88,8 +89,7 @@ void XMLWriterPL::EndDocument() {
 void XMLWriterPL::BeginElement(ConstData name, AttributeList const& attributes) {
     if (checkNames)
         CheckNames(name, attributes);
-    BeginTagLine(openElements.size());
-    Write("<"_bytes);
+    OpenTagOnNewLine(openElements.size(), "<"_bytes);
     Write(name);
     attributes.ResetEnum();
     while (attributes.IsNext()) {
@@ -115,8 +115,9 @@ void XMLWriterPL::BeginElement(StringPL const& name, AttributeList const& attrib
 
 void XMLWriterPL::EndElement() {
     if (lastWritten == EndTag)
-        BeginTagLine(openElements.size() - 1);
-    Write("</"_bytes);
+        OpenTagOnNewLine(openElements.size() - 1, "</"_bytes);
+    else
+        Write("</"_bytes);
     Write(View(openElements.back()));
     Write(">"_bytes);
     lastWritten = EndTag;
@@ -246,18 +247,17 @@ void XMLWriterPL::WriteReplacement(char byte) {
 
 void XMLWriterPL::BreakLine() { receiver->ReceiveLineBreak(Range<unsigned long long>{0, 0}); }
 
-// In front of a tag, with as many elements around it.
-void XMLWriterPL::BeginTagLine(std::size_t depth) {
-    static constexpr char tabs[] = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t";
-    if (style.number >= XMLFormatFlat)
-        return;
-    BreakLine();
-    if (style.number != XMLFormatTabbed)
-        return;
-    std::size_t const longest = sizeof(tabs) - 1;
-    for (; depth > longest; depth -= longest)
-        Write(ConstData(tabs, longest));
-    WriteRun(tabs, tabs + depth);
+// The line of a tag with as many elements around it, and the tag's opening, "<" or "</". Tabs and
+// opening go out as one view where they can.
+void XMLWriterPL::OpenTagOnNewLine(std::size_t depth, ConstData opening) {
+    static constexpr std::string_view tabsAndOpening = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t</";
+    static constexpr std::size_t mostTabs = tabsAndOpening.size() - 2;
+    if (style.number < XMLFormatFlat)
+        BreakLine();
+    std::size_t tabs = style.number == XMLFormatTabbed ? depth : 0;
+    for (; tabs > mostTabs; tabs -= mostTabs)
+        Write(tabsAndOpening.substr(0, mostTabs));
+    Write(tabsAndOpening.substr(mostTabs - tabs, tabs + opening.Length()));
 }
 
 void XMLWriterPL::BeginContent() {

@@ -111,7 +111,7 @@ private:
     void WriteReplacement(char byte);
     void WriteThinned(ConstData comment);
     void BreakLine();
-    void BeginTagLine(std::size_t depth);
+    void OpenTagOnNewLine(std::size_t depth, ConstData opening);
     void BeginContent();
 
     LineReceiver* receiver;
