@@ -1,0 +1,68 @@
+#include "compliance/ExchangeLoop.h"
+
+#include <algorithm>
+
+#include "compliance/ClientCompliance.h"
+#include "compliance/Compliance.h"
+#include "compliance/RequestDocument.h"
+#include "compliance/ResponseDocument.h"
+#include "files/MilliSecondSleep.h"
+
+namespace {
+
+// The schedule of the wait, in milliseconds. Each sleep is twice the one before, the last one cut
+// to the limit: 1,000, 2,000, 4,000 and 3,000, with a look after each, so about 1, 3, 7 and 10
+// seconds after the request was published.
+constexpr unsigned int firstSleep = 1000;
+constexpr unsigned int limit = 10000;
+
+bool Publish(ClientComplianceRequest const& request) {
+    try {
+        ClientComplianceRequestIOWrite(request);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+// Every failure is alike here: there is no answer yet, and the next look may find one.
+bool ReadAnswer(ClientComplianceResponse& response) {
+    try {
+        response = ClientComplianceResponseIORead();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+// The looks for an answer. The last one is made at the limit itself, before the verdict.
+int AwaitAnswer(ClientComplianceResponse& response) {
+    unsigned int waited = 0;
+    unsigned int step = firstSleep;
+    bool readFailed = false;
+    while (waited < limit) {
+        unsigned int const sleep = std::min(step, limit - waited);
+        MilliSecondSleep(sleep);
+        waited += sleep;
+        step *= 2;
+        if (ClientComplianceRequestExists())
+            continue;
+        if (ReadAnswer(response))
+            return 0;
+        readFailed = true;
+    }
+    return readFailed ? COMPLIANCE_ERROR_BAD_RESPONSE : COMPLIANCE_ERROR_NO_PICKUP;
+}
+
+} // namespace
+
+int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response) {
+    try {
+        response = ClientComplianceResponse(request.type);
+        if (!Publish(request))
+            return COMPLIANCE_ERROR_REQUEST_WRITE;
+        return AwaitAnswer(response);
+    } catch (...) {
+        return COMPLIANCE_ERROR_EXCHANGE;
+    }
+}

@@ -1,0 +1,22 @@
+// One exchange with the agent: publish a request, wait until it is taken, read the answer.
+//
+// There are no sockets and no signals: that request.xml disappears is the whole of the agent's
+// acknowledgement, and it has published response.xml by then.
+#pragma once
+
+struct ClientComplianceRequest;
+struct ClientComplianceResponse;
+
+// Runs one exchange. The response is first overwritten with an empty one of the request's type, and
+// at success with the agent's.
+//
+// Returns 0 when an answer was read, otherwise a COMPLIANCE_ERROR_ code: NO_PICKUP, the request was
+// not taken in time; BAD_RESPONSE, it was taken but no answer could be read in time; REQUEST_WRITE,
+// nothing was waited for; EXCHANGE, anything else. No exception leaves it. Takes between 1 and 10
+// seconds of sleep.
+//
+// Deliberate: the answer is taken as it stands. It holds nothing that ties it to this request, so
+// an answer of another type, or one left over from an earlier exchange, is not told apart.
+//
+// REQUIRES: the exchange lock is held by the caller.
+int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response);

@@ -1,0 +1,143 @@
+#include "compliance/RequestDocument.h"
+
+#include <cstdlib>
+#include <string>
+
+#include "compliance/ClientCompliance.h"
+#include "compliance/ExchangeDocument.h"
+#include "compliance/ExchangeVocabulary.h"
+#include "compliance/FormatToStringPL.h"
+#include "files/FileLocation.h"
+#include "files/FileReadingPath.h"
+#include "files/FileRetry.h"
+#include "files/unix/UnixFileInfo.h"
+#include "xml/XMLElementPL.h"
+#include "xml/XMLTreeParserPL.h"
+
+namespace {
+
+FileLocation const& RequestDirectory() {
+    static FileLocation const directory = MakeFileLocation("/var/opt/VeskaClient/RequestDir");
+    return directory;
+}
+
+FileLocation DocumentLocation() { return FileLocation(RequestDirectory(), "request.xml"); }
+
+FileLocation TemporaryLocation() { return FileLocation(RequestDirectory(), "requestTemp.xml"); }
+
+// A type outside the known ones gets no elements at all.
+void WriteElements(ExchangeDocument& document, ClientComplianceRequest const& request) {
+    switch (request.type) {
+    case ClientComplianceOpen:
+        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeOpen);
+        document.WriteElement(xTagClientComplianceRequestURL, request.url);
+        document.WriteElement(xTagClientComplianceRequestDOC, request.doc);
+        document.WriteElement(xTagClientComplianceRequestFlags,
+                              FormatToStringPL(request.flags).AsChar());
+        break;
+    case ClientComplianceClose:
+        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeClose);
+        break;
+    case ClientComplianceProgress:
+        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeProgress);
+        break;
+    }
+}
+
+void WriteDocument(FileLocation const& file, ClientComplianceRequest const& request) {
+    ExchangeDocument document(file, xTagClientComplianceRequestDocRoot,
+                              xTagClientComplianceRequestDocVersion,
+                              xDatClientComplianceRequestDocVersion);
+    WriteElements(document, request);
+    document.End();
+}
+
+bool ParseDocument(FileLocation const& file, XMLTreeParserPL& parser) {
+    try {
+        FileReadingPath path(file);
+        FeedDocument(path, parser);
+        path.Close();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+// What the children of the root say so far. The texts belong to the tree.
+struct RequestFields {
+    ClientComplianceType type = ClientComplianceProgress;
+    char const* url = "";
+    char const* doc = "";
+    unsigned int flags = 0;
+};
+
+void TakeType(std::string const& text, ClientComplianceType& type) {
+    if (text == xDatClientComplianceTypeOpen)
+        type = ClientComplianceOpen;
+    else if (text == xDatClientComplianceTypeClose)
+        type = ClientComplianceClose;
+    else if (text == xDatClientComplianceTypeProgress)
+        type = ClientComplianceProgress;
+}
+
+void TakeChild(XMLElementPL const& child, RequestFields& fields) {
+    if (child.GetName() == xTagClientComplianceRequestType)
+        TakeType(child.GetText(), fields.type);
+    else if (child.GetName() == xTagClientComplianceRequestURL)
+        fields.url = child.GetText().c_str();
+    else if (child.GetName() == xTagClientComplianceRequestDOC)
+        fields.doc = child.GetText().c_str();
+    else if (child.GetName() == xTagClientComplianceRequestFlags)
+        fields.flags =
+            static_cast<unsigned int>(std::strtoul(child.GetText().c_str(), nullptr, 10));
+}
+
+ClientComplianceRequest MakeRequest(RequestFields const& fields) {
+    switch (fields.type) {
+    case ClientComplianceOpen:
+        return CreateComplianceRequestOpen(fields.url, fields.doc, fields.flags);
+    case ClientComplianceClose:
+        return CreateComplianceRequestClose();
+    default:
+        return CreateComplianceRequestProgress();
+    }
+}
+
+bool ReadRequest(ClientComplianceRequest& request, FileLocation const& file) {
+    XMLTreeParserPL parser;
+    if (!ParseDocument(file, parser))
+        return false;
+    XMLElementPL const* const root = parser.GetRootElement();
+    if (parser.HasOpenElements() || root == nullptr ||
+        root->GetName() != xTagClientComplianceRequestDocRoot)
+        return false;
+    RequestFields fields;
+    for (XMLElementPL const& child : root->GetElementList())
+        TakeChild(child, fields);
+    request = MakeRequest(fields);
+    return true;
+}
+
+} // namespace
+
+void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request) {
+    FileLocation const temporary = TemporaryLocation();
+    FileLocation const published = DocumentLocation();
+    if (!WriteAndPublishDocument({temporary, published},
+                                 [&] { WriteDocument(temporary, request); }))
+        throw ClientComplianceRequestIOWriteFailure();
+}
+
+bool ClientComplianceRequestExists() {
+    return !UnixPlatform::UnixFileInfo(DocumentLocation()).IsNothingThere();
+}
+
+bool ClientComplianceRequestIORead(ClientComplianceRequest& request) {
+    return ClientComplianceRequestExists() && ReadRequest(request, DocumentLocation());
+}
+
+void ClientComplianceRequestIORelease() {
+    ForceNonexistenceWithRetry(DocumentLocation(), FileRetryLog());
+}
+
+bool ClientComplianceRequestIOWait(unsigned int) { return true; }

@@ -1,0 +1,251 @@
+#include "demo/Scenario.h"
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+#include <sstream>
+#include <utility>
+
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+int HexValue(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+// Cuts one line into words. A word in double quotes may hold blanks, and in it a backslash begins
+// one of \" \\ \n \r \t \xHH. Throws std::string with the reason.
+class WordCutter {
+public:
+    explicit WordCutter(std::string const& text) : line(text) {}
+
+    std::vector<std::string> Cut() {
+        std::vector<std::string> words;
+        for (SkipBlanks(); position < line.size(); SkipBlanks()) {
+            words.push_back(line[position] == '"' ? QuotedWord() : PlainWord());
+            if (position < line.size() && !IsBlank(line[position]))
+                throw std::string("a blank is missing between two words");
+        }
+        return words;
+    }
+
+private:
+    void SkipBlanks() {
+        while (position < line.size() && IsBlank(line[position]))
+            ++position;
+    }
+
+    std::string PlainWord() {
+        std::size_t const start = position;
+        while (position < line.size() && !IsBlank(line[position])) {
+            if (line[position] == '"')
+                throw std::string("a quote inside a word without quotes");
+            ++position;
+        }
+        return line.substr(start, position - start);
+    }
+
+    std::string QuotedWord() {
+        std::string word;
+        ++position;
+        while (Next() != '"')
+            word += line[position - 1] == '\\' ? Escape() : line[position - 1];
+        return word;
+    }
+
+    // The byte at the position, which moves on.
+    char Next() {
+        if (position == line.size())
+            throw std::string("the closing quote is missing");
+        return line[position++];
+    }
+
+    char Escape() {
+        switch (Next()) {
+        case '"':
+            return '"';
+        case '\\':
+            return '\\';
+        case 'n':
+            return '\n';
+        case 'r':
+            return '\r';
+        case 't':
+            return '\t';
+        case 'x':
+            return HexEscape();
+        default:
+            throw std::string("an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH");
+        }
+    }
+
+    char HexEscape() {
+        int const high = HexValue(Next());
+        int const low = HexValue(Next());
+        if (high < 0 || low < 0)
+            throw std::string("\\x wants two hexadecimal digits");
+        if (high == 0 && low == 0)
+            throw std::string("\\x00 can't be carried: texts end at a zero byte");
+        return static_cast<char>(high * 16 + low);
+    }
+
+    std::string const& line;
+    std::size_t position = 0;
+};
+
+template <typename Number>
+Number ParseNumber(std::string const& word, Number lowest) {
+    Number value{};
+    auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    if (error != std::errc() || end != word.data() + word.size() || value < lowest)
+        throw "'" + word + "' is no number from " + std::to_string(lowest) + " to " +
+            std::to_string(std::numeric_limits<Number>::max());
+    return value;
+}
+
+// Builds a scenario from statements, in their order.
+class ScenarioBuilder {
+public:
+    void Statement(std::vector<std::string> const& words) {
+        std::string const& verb = words[0];
+        if (verb == "delay")
+            Delay(words);
+        else if (verb == "row")
+            Row(words);
+        else if (verb == "open")
+            DealWith(scenario.open, ClientComplianceOpen, words);
+        else if (verb == "close")
+            DealWith(scenario.close, ClientComplianceClose, words);
+        else
+            Progress(words);
+    }
+
+    Scenario Finish() {
+        if (scenario.progress.empty())
+            throw std::string("nothing tells how a Progress request is dealt with");
+        if (rowsWaiting)
+            throw std::string("rows without a 'finish' behind them");
+        if (!openTold)
+            scenario.open.response.type = ClientComplianceOpen;
+        if (!closeTold)
+            scenario.close.response.type = ClientComplianceClose;
+        return std::move(scenario);
+    }
+
+private:
+    static void ExpectWords(std::vector<std::string> const& words, std::size_t count) {
+        std::size_t const wanted = count - 1;
+        std::size_t const given = words.size() - 1;
+        if (given != wanted)
+            throw "'" + words[0] + "' wants " + std::to_string(wanted) +
+                (wanted == 1 ? " word" : " words") + " behind it, not " + std::to_string(given);
+    }
+
+    void Delay(std::vector<std::string> const& words) {
+        ExpectWords(words, 2);
+        delay = ParseNumber<unsigned int>(words[1], 0);
+    }
+
+    void Row(std::vector<std::string> const& words) {
+        ExpectWords(words, 7);
+        rows.Add(words[1].c_str(), words[2].c_str(), words[3].c_str(), words[4].c_str(),
+                 words[5].c_str(), words[6].c_str());
+        rowsWaiting = true;
+    }
+
+    void DealWith(ScenarioStep& step, ClientComplianceType type,
+                  std::vector<std::string> const& words) {
+        ExpectWords(words, 2);
+        bool& told = type == ClientComplianceOpen ? openTold : closeTold;
+        if (told)
+            throw "'" + words[0] + "' stands twice";
+        told = true;
+        step.response.type = type;
+        step.delay = delay;
+        if (words[1] != "answer" && !SetUnanswered(step, words[1]))
+            throw "'" + words[1] + "' is none of answer, garbage, vanish, silence";
+    }
+
+    void Progress(std::vector<std::string> const& words) {
+        ScenarioStep step;
+        step.delay = delay;
+        if (words[0] == "progress" || words[0] == "error" || words[0] == "state") {
+            ExpectWords(words, 2);
+            SetNumber(step.response, words[0],
+                      ParseNumber<int>(words[1], std::numeric_limits<int>::min()));
+        } else {
+            ExpectWords(words, 1);
+            if (words[0] == "finish")
+                SetFinished(step.response);
+            else if (!SetUnanswered(step, words[0]))
+                throw "unknown statement '" + words[0] + "'";
+        }
+        scenario.progress.push_back(std::move(step));
+    }
+
+    static void SetNumber(ClientComplianceResponse& response, std::string const& what, int number) {
+        if (what == "progress") {
+            response.state = ClientComplianceStateInProgress;
+            response.percent = number;
+        } else if (what == "error") {
+            response.state = ClientComplianceStateError;
+            response.error = number;
+        } else {
+            response.state = number;
+        }
+    }
+
+    void SetFinished(ClientComplianceResponse& response) {
+        response = std::exchange(rows, ClientComplianceResponse(ClientComplianceProgress));
+        response.state = ClientComplianceStateFinished;
+        response.percent = 100;
+        rowsWaiting = false;
+    }
+
+    static bool SetUnanswered(ScenarioStep& step, std::string const& word) {
+        if (word == "garbage")
+            step.kind = ScenarioStep::Garbage;
+        else if (word == "vanish")
+            step.kind = ScenarioStep::Vanish;
+        else if (word == "silence")
+            step.kind = ScenarioStep::Silence;
+        else
+            return false;
+        return true;
+    }
+
+    Scenario scenario;
+    ClientComplianceResponse rows{ClientComplianceProgress};
+    bool rowsWaiting = false;
+    bool openTold = false;
+    bool closeTold = false;
+    unsigned int delay = 0;
+};
+
+} // namespace
+
+Scenario ParseScenario(std::string const& text, std::string const& name) {
+    ScenarioBuilder builder;
+    std::istringstream lines(text);
+    std::string line;
+    unsigned long number = 0; // of the line
+    try {
+        while (std::getline(lines, line)) {
+            ++number;
+            std::vector<std::string> const words =
+                line.starts_with('#') ? std::vector<std::string>() : WordCutter(line).Cut();
+            if (!words.empty())
+                builder.Statement(words);
+        }
+        return builder.Finish();
+    } catch (std::string const& reason) {
+        throw ScenarioError(name + ":" + std::to_string(std::max(number, 1UL)) + ": " + reason);
+    }
+}

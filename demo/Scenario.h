@@ -1,0 +1,41 @@
+// What the stand-in agent does, as a small text file tells it.
+//
+// One statement a line; a "#" begins a comment at the start of a line. Words stand apart by blanks
+// or tabs. README.md in this folder has the statements.
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "compliance/ClientCompliance.h"
+
+// How one request is dealt with.
+struct ScenarioStep {
+    enum Kind {
+        Answer,  // publish `response`, then take the request
+        Garbage, // publish a document that can't be read, then take the request
+        Vanish,  // take the request and publish nothing
+        Silence, // leave the request alone
+    };
+
+    Kind kind = Answer;
+    ClientComplianceResponse response{ClientComplianceProgress};
+    unsigned int delay = 0; // milliseconds before the request is dealt with
+};
+
+struct Scenario {
+    ScenarioStep open;
+    std::vector<ScenarioStep> progress; // one for each Progress request; the last one repeats
+    ScenarioStep close;
+};
+
+// A mistake in the text: "NAME:LINE: REASON".
+class ScenarioError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Reads a scenario. `name` stands for the text in messages. Throws ScenarioError at the first
+// mistake; a scenario without any statement for Progress requests is one.
+Scenario ParseScenario(std::string const& text, std::string const& name);

@@ -1,0 +1,182 @@
+#include "demo/StandInAgent.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "compliance/ProcessNames.h"
+#include "compliance/RequestDocument.h"
+#include "compliance/ResponseDocument.h"
+#include "data/StringReceiver.h"
+#include "files/FileLocation.h"
+#include "files/FileOperations.h"
+#include "files/FileRetry.h"
+#include "files/FileTrees.h"
+#include "files/FileWriter.h"
+#include "files/FileWritingPath.h"
+#include "files/ReadFile.h"
+
+namespace {
+
+constexpr char requestDirectory[] = "/var/opt/VeskaClient/RequestDir";
+constexpr char responseDirectory[] = "/var/opt/VeskaClient/ResponseDir";
+constexpr char requestName[] = "/var/opt/VeskaClient/RequestDir/request.xml";
+constexpr char garbageTemporary[] = "/var/opt/VeskaClient/ResponseDir/responseTemp.xml";
+constexpr char responseName[] = "/var/opt/VeskaClient/ResponseDir/response.xml";
+
+constexpr unsigned int lookEvery = 20; // milliseconds
+
+bool IsNamedLikeTheAgent(unsigned int process) {
+    char name[1024];
+    long long parent;
+    long long realUser;
+    long long effectiveUser;
+    return ProcessIdToName(process, name, sizeof name, parent, realUser, effectiveUser) &&
+           std::string(name) == "VeskaClient";
+}
+
+std::string ReadRequestText() {
+    std::string text;
+    StringReceiver receiver;
+    ReadFile(MakeFileLocation(requestName), receiver(text), 0);
+    return text;
+}
+
+// Prints the document as it came, each line behind a bar.
+void ShowDocument(std::string const& text) {
+    std::printf("VeskaClient: a request:\n");
+    std::size_t start = 0;
+    while (start < text.size()) {
+        std::size_t const end = std::min(text.find("\r\n", start), text.size());
+        std::printf("  | %s\n", text.substr(start, end - start).c_str());
+        start = end + 2;
+    }
+}
+
+// A document that breaks off inside its root, published like a good one.
+void PublishGarbage() {
+    {
+        FileWritingPath path(MakeFileLocation(garbageTemporary),
+                             FileWritingPath::OpenNewFileOrAsNewFile());
+        FileWriter writer(path, 0);
+        writer << ConstData("<VeskaClientComplianceResponse Version=\"1.0\">\r\n\t<Resp");
+    }
+    ForceMoveFileWithRetry(MakeFileLocation(garbageTemporary), MakeFileLocation(responseName),
+                           FileRetryLog());
+}
+
+} // namespace
+
+pid_t OtherAgent() {
+    DIR* processes = opendir("/proc");
+    if (processes == nullptr)
+        return 0;
+    pid_t found = 0;
+    while (dirent const* entry = readdir(processes)) {
+        long const process = std::atol(entry->d_name);
+        if (process <= 0 || process == getpid())
+            continue;
+        if (IsNamedLikeTheAgent(static_cast<unsigned int>(process))) {
+            found = static_cast<pid_t>(process);
+            break;
+        }
+    }
+    closedir(processes);
+    return found;
+}
+
+StandInAgent::StandInAgent(Scenario const& whatToDo, volatile std::sig_atomic_t const& whenToStop)
+    : scenario(whatToDo), stop(whenToStop) {}
+
+void StandInAgent::Serve() {
+    CreateDirectoryTree(MakeFileLocation(requestDirectory));
+    CreateDirectoryTree(MakeFileLocation(responseDirectory));
+    std::printf("VeskaClient: ready\n");
+    std::fflush(stdout);
+    while (stop == 0) {
+        if (FindNewRequest())
+            DealWithRequest();
+        std::fflush(stdout);
+        Sleep(lookEvery);
+    }
+    std::printf("VeskaClient: stopped\n");
+}
+
+// A request that is left alone keeps its inode and time; one that the tool publishes over it
+// differs in one of them.
+bool StandInAgent::FindNewRequest() {
+    struct stat stats;
+    if (lstat(requestName, &stats) != 0)
+        return false;
+    present = {stats.st_ino, stats.st_mtim};
+    return present.inode != left.inode || present.written.tv_sec != left.written.tv_sec ||
+           present.written.tv_nsec != left.written.tv_nsec;
+}
+
+void StandInAgent::DealWithRequest() {
+    try {
+        ClientComplianceRequest request = CreateComplianceRequestProgress();
+        if (!ClientComplianceRequestIORead(request)) {
+            std::printf("VeskaClient: something under the request's name that is no request\n");
+            left = present;
+            return;
+        }
+        ShowDocument(ReadRequestText());
+        DealWith(NextStep(request.type), request.type);
+    } catch (std::exception const& error) {
+        std::printf("VeskaClient: %s\n", error.what());
+        left = present;
+    } catch (ClientComplianceResponseIOWriteFailure const&) {
+        std::printf("VeskaClient: the response could not be written\n");
+        left = present;
+    }
+}
+
+ScenarioStep const& StandInAgent::NextStep(ClientComplianceType type) {
+    if (type == ClientComplianceOpen) {
+        progressStep = 0;
+        return scenario.open;
+    }
+    if (type == ClientComplianceClose)
+        return scenario.close;
+    std::size_t const step = std::min(progressStep, scenario.progress.size() - 1);
+    ++progressStep;
+    return scenario.progress[step];
+}
+
+// The answer is published before the request is taken: once the request is gone, the tool reads.
+void StandInAgent::DealWith(ScenarioStep const& step, ClientComplianceType type) {
+    Sleep(step.delay);
+    switch (step.kind) {
+    case ScenarioStep::Silence:
+        std::printf("VeskaClient: left alone\n");
+        left = present;
+        return;
+    case ScenarioStep::Answer:
+        ClientComplianceResponseIOWrite(step.response);
+        std::printf("VeskaClient: answered %s\n",
+                    type == ClientComplianceProgress ? "the progress" : "it");
+        break;
+    case ScenarioStep::Garbage:
+        PublishGarbage();
+        std::printf("VeskaClient: answered with garbage\n");
+        break;
+    case ScenarioStep::Vanish:
+        std::printf("VeskaClient: taken without an answer\n");
+        break;
+    }
+    ClientComplianceRequestIORelease();
+}
+
+// In short pieces, so that a signal that comes just before a sleep is not slept over.
+void StandInAgent::Sleep(unsigned int milliseconds) const {
+    while (milliseconds > 0 && stop == 0) {
+        unsigned int const piece = std::min(milliseconds, 20U);
+        timespec const pause{0, static_cast<long>(piece) * 1000000};
+        nanosleep(&pause, nullptr);
+        milliseconds -= piece;
+    }
+}

@@ -1,0 +1,77 @@
+// VeskaClient, the stand-in agent: answers compliance requests as a scenario file tells.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <signal.h>
+
+#include "demo/Scenario.h"
+#include "demo/StandInAgent.h"
+
+namespace {
+
+volatile std::sig_atomic_t stop = 0;
+
+constexpr char usage[] =
+    "Usage: VeskaClient SCENARIO\n"
+    "       VeskaClient --check SCENARIO\n"
+    "  Stands in for the endpoint agent and answers compliance requests as the file SCENARIO\n"
+    "  tells, until SIGTERM or SIGINT. --check only looks for mistakes in the file.\n";
+
+void CatchStopSignals() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {
+        stop = 1;
+    };
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+Scenario LoadScenario(char const* name) {
+    std::ifstream file(name, std::ios::binary);
+    std::string const text((std::istreambuf_iterator<char>(file)),
+                           std::istreambuf_iterator<char>());
+    if (!file.is_open() || file.bad())
+        throw ScenarioError(std::string(name) + ": can't be read");
+    return ParseScenario(text, name);
+}
+
+int Serve(Scenario const& scenario) {
+    if (pid_t const other = OtherAgent()) {
+        std::fprintf(
+            stderr,
+            "VeskaClient: process %d carries the agent's name; a second one would be taken "
+            "for the agent too\n",
+            static_cast<int>(other));
+        return 1;
+    }
+    CatchStopSignals();
+    StandInAgent(scenario, stop).Serve();
+    return 0;
+}
+
+int Run(int count, char** arguments) {
+    if (count == 2 && std::strcmp(arguments[1], "--help") == 0) {
+        std::fputs(usage, stdout);
+        return 0;
+    }
+    bool const check = count == 3 && std::strcmp(arguments[1], "--check") == 0;
+    if (!check && (count != 2 || arguments[1][0] == '-')) {
+        std::fputs(usage, stderr);
+        return 2;
+    }
+    Scenario const scenario = LoadScenario(arguments[count - 1]);
+    return check ? 0 : Serve(scenario);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    try {
+        return Run(count, arguments);
+    } catch (std::exception const& error) {
+        std::fprintf(stderr, "VeskaClient: %s\n", error.what());
+        return 1;
+    }
+}

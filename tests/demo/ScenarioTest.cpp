@@ -1,0 +1,121 @@
+#include "demo/Scenario.h"
+
+#include <limits>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+Scenario Parse(std::string const& text) { return ParseScenario(text, "file"); }
+
+std::string MistakeIn(std::string const& text) {
+    try {
+        Parse(text);
+    } catch (ScenarioError const& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+TEST(ScenarioTest, OpenAndCloseAreAnsweredWithoutBeingTold) {
+    Scenario const scenario = Parse("finish\n");
+    EXPECT_EQ(ScenarioStep::Answer, scenario.open.kind);
+    EXPECT_EQ(ClientComplianceOpen, scenario.open.response.type);
+    EXPECT_EQ(ScenarioStep::Answer, scenario.close.kind);
+    EXPECT_EQ(ClientComplianceClose, scenario.close.response.type);
+    EXPECT_EQ(0U, scenario.open.delay);
+}
+
+TEST(ScenarioTest, ProgressStatementsKeepTheirOrder) {
+    Scenario const scenario =
+        Parse("progress 25\nprogress 100\nerror -22\nstate 4\ngarbage\nvanish\nsilence\nfinish");
+    ASSERT_EQ(8U, scenario.progress.size());
+    EXPECT_EQ(3, scenario.progress[0].response.state);
+    EXPECT_EQ(25, scenario.progress[0].response.percent);
+    EXPECT_EQ(100, scenario.progress[1].response.percent);
+    EXPECT_EQ(2, scenario.progress[2].response.state);
+    EXPECT_EQ(-22, scenario.progress[2].response.error);
+    EXPECT_EQ(4, scenario.progress[3].response.state);
+    EXPECT_EQ(ScenarioStep::Garbage, scenario.progress[4].kind);
+    EXPECT_EQ(ScenarioStep::Vanish, scenario.progress[5].kind);
+    EXPECT_EQ(ScenarioStep::Silence, scenario.progress[6].kind);
+    EXPECT_EQ(ScenarioStep::Answer, scenario.progress[7].kind);
+    EXPECT_EQ(1, scenario.progress[7].response.state);
+    for (ScenarioStep const& step : scenario.progress)
+        EXPECT_EQ(ClientComplianceProgress, step.response.type);
+}
+
+TEST(ScenarioTest, RowsBelongToTheNextFinish) {
+    Scenario const scenario = Parse("row \"a b\" r t 12 \"\" \"say \\\"x\\\"\"\nrow 1 2 3 4 5 6\n"
+                                    "finish\nrow x x x x x x\nfinish\nfinish\n");
+    ASSERT_EQ(3U, scenario.progress.size());
+    ClientComplianceResponse const& first = scenario.progress[0].response;
+    ASSERT_EQ(2U, first.GetComplianceCount());
+    EXPECT_EQ("a b", first[0].designator);
+    EXPECT_EQ("r", first[0].result);
+    EXPECT_EQ("t", first[0].resultType);
+    EXPECT_EQ("12", first[0].evaluationTime);
+    EXPECT_EQ("", first[0].description);
+    EXPECT_EQ("say \"x\"", first[0].comment);
+    EXPECT_EQ("6", first[1].comment);
+    EXPECT_EQ(1U, scenario.progress[1].response.GetComplianceCount());
+    EXPECT_EQ(0U, scenario.progress[2].response.GetComplianceCount());
+}
+
+TEST(ScenarioTest, EscapesGiveAnyByte) {
+    Scenario const scenario = Parse("row \"\\xe9\\xFF\\n\\r\\t\\\\\" 2 3 4 5 6\nfinish\n");
+    EXPECT_EQ("\xE9\xFF\n\r\t\\", scenario.progress[0].response[0].designator);
+}
+
+TEST(ScenarioTest, DelayHoldsFromItsLineOn) {
+    Scenario const scenario =
+        Parse("progress 1\ndelay 250\nopen answer\nprogress 2\ndelay 0\nfinish");
+    EXPECT_EQ(0U, scenario.progress[0].delay);
+    EXPECT_EQ(250U, scenario.open.delay);
+    EXPECT_EQ(250U, scenario.progress[1].delay);
+    EXPECT_EQ(0U, scenario.progress[2].delay);
+}
+
+TEST(ScenarioTest, OpenAndCloseCanGoWrong) {
+    Scenario const scenario = Parse("open silence\nclose garbage\nfinish");
+    EXPECT_EQ(ScenarioStep::Silence, scenario.open.kind);
+    EXPECT_EQ(ScenarioStep::Garbage, scenario.close.kind);
+    EXPECT_EQ(ScenarioStep::Vanish, Parse("open vanish\nfinish").open.kind);
+}
+
+TEST(ScenarioTest, CommentsBlankLinesAndForeignLineEndsAreFine) {
+    EXPECT_EQ(1U, Parse("# comment \"\r\n\r\n \t finish \r\n").progress.size());
+}
+
+TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
+    struct Case {
+        char const* text;
+        char const* mistake;
+    };
+    Case const cases[] = {
+        {"", "file:1: nothing tells how a Progress request is dealt with"},
+        {"finish\nhello", "file:2: unknown statement 'hello'"},
+        {"progress", "file:1: 'progress' wants 1 word behind it, not 0"},
+        {"progress 1 2", "file:1: 'progress' wants 1 word behind it, not 2"},
+        {"progress x", "file:1: 'x' is no number from -2147483648 to 2147483647"},
+        {"progress 5x", "file:1: '5x' is no number from -2147483648 to 2147483647"},
+        {"progress 2147483648", "file:1: '2147483648' is no number from -2147483648 to 2147483647"},
+        {"delay -1", "file:1: '-1' is no number from 0 to 4294967295"},
+        {"finish now", "file:1: 'finish' wants 0 words behind it, not 1"},
+        {"row 1 2 3 4 5", "file:1: 'row' wants 6 words behind it, not 5"},
+        {"row 1 2 3 4 5 \"6", "file:1: the closing quote is missing"},
+        {"row 1 2 3 4 5 \"6\"7", "file:1: a blank is missing between two words"},
+        {"row 1 2 3 4 5 6\"", "file:1: a quote inside a word without quotes"},
+        {"row 1 2 3 4 5 \"\\q\"",
+         "file:1: an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"},
+        {"row 1 2 3 4 5 \"\\xg0\"", "file:1: \\x wants two hexadecimal digits"},
+        {"row 1 2 3 4 5 \"\\x00\"", "file:1: \\x00 can't be carried: texts end at a zero byte"},
+        {"finish\nrow 1 2 3 4 5 6\n", "file:2: rows without a 'finish' behind them"},
+        {"open never", "file:1: 'never' is none of answer, garbage, vanish, silence"},
+        {"open answer\nopen answer", "file:2: 'open' stands twice"},
+    };
+    for (Case const& one : cases)
+        EXPECT_EQ(one.mistake, MistakeIn(one.text)) << one.text;
+}
+
+} // namespace
