@@ -107,9 +107,7 @@ template <int bits>
     return AdvanceBySixteen(0, rest);
 }
 
-bool CanFold() {
-    return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3");
-}
+bool CanFold() { return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3"); }
 
 } // namespace
 
@@ -117,9 +115,7 @@ bool ChecksumReceiver::initializeTableAtStartup = (Table(), false);
 
 ChecksumReceiver::ChecksumReceiver() : value(initialValue), table(Table()) {}
 
-void ChecksumReceiver::Start() {
-    value = initialValue;
-}
+void ChecksumReceiver::Start() { value = initialValue; }
 
 void ChecksumReceiver::Receive(ConstData data) {
     if (data.Length() >= 64 && CanFold())
@@ -139,6 +135,4 @@ std::uint32_t const* ChecksumReceiver::MakeTable() {
     return sharedTable;
 }
 
-std::uint32_t const* ChecksumReceiver::Table() {
-    return MakeTable();
-}
+std::uint32_t const* ChecksumReceiver::Table() { return MakeTable(); }

@@ -64,9 +64,7 @@ unsigned char const* Find(ConstData range, ConstData pattern) {
 
 } // namespace
 
-bool ConstData::Contains(unsigned char byte) const {
-    return PositionOf(byte) != notFound;
-}
+bool ConstData::Contains(unsigned char byte) const { return PositionOf(byte) != notFound; }
 
 bool ConstData::Contains(ConstData pattern) const {
     return pattern.IsEmpty() || PositionOf(pattern) != notFound;
@@ -160,6 +158,4 @@ std::int32_t CompareReversed(ConstData left, ConstData right) {
                           : CompareLengths(left, right);
 }
 
-std::string MakeString(ConstData data) {
-    return std::string(data.View());
-}
+std::string MakeString(ConstData data) { return std::string(data.View()); }

@@ -4,13 +4,9 @@ constinit DataFilter DataFilter::copy;
 
 DataFilter::~DataFilter() = default;
 
-void DataFilter::operator()(ConstBuffer& source, Buffer& target) {
-    target << source;
-}
+void DataFilter::operator()(ConstBuffer& source, Buffer& target) { target << source; }
 
-bool DataFilter::Flushed() const {
-    return true;
-}
+bool DataFilter::Flushed() const { return true; }
 
 void DataFilter::Flush(Buffer&) {}
 

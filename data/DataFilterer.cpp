@@ -18,9 +18,7 @@ DataReceiver& DataFilterer::operator()(DataReceiver& receiver, DataFilter& dataF
     return *this;
 }
 
-void DataFilterer::Start() {
-    target->Start();
-}
+void DataFilterer::Start() { target->Start(); }
 
 void DataFilterer::Receive(ConstData data) {
     unsigned char chunk[chunkSize];

@@ -10,9 +10,7 @@ constinit EmptyDataReader empty;
 
 DataReader::~DataReader() = default;
 
-bool DataReader::Unfinished() const {
-    return !Finished();
-}
+bool DataReader::Unfinished() const { return !Finished(); }
 
 DataReader& DataReader::operator>>(Data target) {
     Buffer buffer(target);
@@ -26,6 +24,4 @@ DataReader& DataReader::operator>>(Data target) {
     return *this;
 }
 
-DataReader& DataReader::Empty() {
-    return empty;
-}
+DataReader& DataReader::Empty() { return empty; }

@@ -20,6 +20,4 @@ void DataReceiver::Receive(ConstDataRopeReference rope) {
         Receive(*piece);
 }
 
-DataReceiver& DataReceiver::Ignore() {
-    return ignore;
-}
+DataReceiver& DataReceiver::Ignore() { return ignore; }

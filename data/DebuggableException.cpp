@@ -7,6 +7,4 @@ static_assert(sizeof(DebuggableException) == sizeof(std::exception),
 
 DebuggableException::~DebuggableException() = default;
 
-char const* DebuggableException::what() const noexcept {
-    return typeid(*this).name();
-}
+char const* DebuggableException::what() const noexcept { return typeid(*this).name(); }

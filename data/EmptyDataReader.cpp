@@ -1,9 +1,5 @@
 #include "data/EmptyDataReader.h"
 
-bool EmptyDataReader::Finished() const {
-    return true;
-}
+bool EmptyDataReader::Finished() const { return true; }
 
-DataReader& EmptyDataReader::operator>>(Buffer&) {
-    return *this;
-}
+DataReader& EmptyDataReader::operator>>(Buffer&) { return *this; }

@@ -16,13 +16,9 @@ ConstData CountedText(char const* text) {
 
 } // namespace
 
-ExceptionPL::ExceptionPL(char const* text) {
-    Construct(CountedText(text));
-}
+ExceptionPL::ExceptionPL(char const* text) { Construct(CountedText(text)); }
 
-ExceptionPL::ExceptionPL(ConstData text) {
-    Construct(text);
-}
+ExceptionPL::ExceptionPL(ConstData text) { Construct(text); }
 
 ExceptionPL::ExceptionPL(ExceptionPL const& other) : DebuggableException(other) {
     Construct(CountedText(other.message));
@@ -42,9 +38,7 @@ ExceptionPL::~ExceptionPL() {
     message = nullptr;
 }
 
-char const* ExceptionPL::what() const noexcept {
-    return message;
-}
+char const* ExceptionPL::what() const noexcept { return message; }
 
 void ExceptionPL::Construct(ConstData text) {
     char* copy = new char[text.Length() + 1];

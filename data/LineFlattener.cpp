@@ -12,17 +12,11 @@ LineReceiver& LineFlattener::operator()(ConstData newLineBreak, DataReceiver& re
     return *this;
 }
 
-void LineFlattener::Start(unsigned long long) {
-    target->Start();
-}
+void LineFlattener::Start(unsigned long long) { target->Start(); }
 
-void LineFlattener::Receive(ConstData data) {
-    target->Receive(data);
-}
+void LineFlattener::Receive(ConstData data) { target->Receive(data); }
 
-void LineFlattener::ReceiveLineBreak(Range<unsigned long long>) {
-    target->Receive(lineBreak);
-}
+void LineFlattener::ReceiveLineBreak(Range<unsigned long long>) { target->Receive(lineBreak); }
 
 void LineFlattener::ReceiveEnd(unsigned long long) {
     target->ReceiveEnd();

@@ -10,9 +10,7 @@ namespace {
 constexpr unsigned char cr = '\r';
 constexpr unsigned char lf = '\n';
 
-bool IsBreak(unsigned char byte) {
-    return byte == cr || byte == lf;
-}
+bool IsBreak(unsigned char byte) { return byte == cr || byte == lf; }
 
 // Finds the breaks of one chunk from first to last. Each of the two bytes is looked for only when
 // the last one found has been passed, so a text without any CR is not searched for it line by line.
@@ -48,9 +46,7 @@ DataReceiver& LineMaker::operator()(LineReceiver& receiver) {
     return *this;
 }
 
-void LineMaker::Start() {
-    Start(0);
-}
+void LineMaker::Start() { Start(0); }
 
 void LineMaker::Start(unsigned long long offset) {
     position = offset;

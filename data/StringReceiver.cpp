@@ -5,12 +5,8 @@ DataReceiver& StringReceiver::operator()(std::string& string) {
     return *this;
 }
 
-void StringReceiver::Start() {
-    target->clear();
-}
+void StringReceiver::Start() { target->clear(); }
 
-void StringReceiver::Receive(ConstData data) {
-    target->append(data.View());
-}
+void StringReceiver::Receive(ConstData data) { target->append(data.View()); }
 
 void StringReceiver::ReceiveEnd() {}

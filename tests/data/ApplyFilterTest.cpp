@@ -22,9 +22,7 @@ TEST(ApplyFilterTest, IdentityYieldsTheInput) {
     EXPECT_EQ(text, ApplyFilter(text, DataFilter::copy));
 }
 
-TEST(ApplyFilterTest, RaisesCase) {
-    EXPECT_EQ("ABC", ApplyFilter("abc", Ascii::RaiseCase()));
-}
+TEST(ApplyFilterTest, RaisesCase) { EXPECT_EQ("ABC", ApplyFilter("abc", Ascii::RaiseCase())); }
 
 TEST(ApplyFilterTest, EmptyRangeMakesNoFilterCall) {
     NeverCalledFilter filter;

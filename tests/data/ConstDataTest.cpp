@@ -20,9 +20,7 @@ static_assert(ConstData().begin == nullptr && ConstData().end == nullptr && Cons
 
 using Positions = std::vector<unsigned long>;
 
-int Sign(int number) {
-    return (number > 0) - (number < 0);
-}
+int Sign(int number) { return (number > 0) - (number < 0); }
 
 TEST(ConstDataTest, TakesTextsOfTheLanguage) {
     std::string const string = Bytes("a\0b");

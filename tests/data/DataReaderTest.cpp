@@ -74,8 +74,6 @@ TEST(DataReaderTest, EmptyIsOneFinishedReader) {
     EXPECT_FALSE(empty.Unfinished());
 }
 
-TEST(DataReaderTest, NoMoreDataNamesItself) {
-    EXPECT_STREQ("10NoMoreData", NoMoreData().what());
-}
+TEST(DataReaderTest, NoMoreDataNamesItself) { EXPECT_STREQ("10NoMoreData", NoMoreData().what()); }
 
 } // namespace

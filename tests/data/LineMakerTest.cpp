@@ -17,9 +17,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-bool IsBreak(char byte) {
-    return byte == '\r' || byte == '\n';
-}
+bool IsBreak(char byte) { return byte == '\r' || byte == '\n'; }
 
 // The events by the definition, from the whole text at once.
 Calls Expected(std::string const& text, std::size_t offset) {
