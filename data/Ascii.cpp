@@ -163,37 +163,21 @@ bool CaseTablesAreCorrect() {
            TableMaps(lowercaseTable, 65, 90, 97) && TableIsIdentity(lowercaseTable, 97, 122);
 }
 
-std::string RaiseCase(ConstData source) {
-    return MapToString(source, raising);
-}
+std::string RaiseCase(ConstData source) { return MapToString(source, raising); }
 
-std::string LowerCase(ConstData source) {
-    return MapToString(source, lowering);
-}
+std::string LowerCase(ConstData source) { return MapToString(source, lowering); }
 
-void RaiseCase(ConstData source, Data target) {
-    MapToData(source, target, raising);
-}
+void RaiseCase(ConstData source, Data target) { MapToData(source, target, raising); }
 
-void LowerCase(ConstData source, Data target) {
-    MapToData(source, target, lowering);
-}
+void LowerCase(ConstData source, Data target) { MapToData(source, target, lowering); }
 
-void RaiseCase(ConstBuffer& source, Buffer& target) {
-    MapToBuffer(source, target, raising);
-}
+void RaiseCase(ConstBuffer& source, Buffer& target) { MapToBuffer(source, target, raising); }
 
-void LowerCase(ConstBuffer& source, Buffer& target) {
-    MapToBuffer(source, target, lowering);
-}
+void LowerCase(ConstBuffer& source, Buffer& target) { MapToBuffer(source, target, lowering); }
 
-bool IsLowercase(ConstData text) {
-    return !HasLetter(text, lowering);
-}
+bool IsLowercase(ConstData text) { return !HasLetter(text, lowering); }
 
-bool IsUppercase(ConstData text) {
-    return !HasLetter(text, raising);
-}
+bool IsUppercase(ConstData text) { return !HasLetter(text, raising); }
 
 bool EqualIgnoringCase(ConstData left, ConstData right) {
     return left.Length() == right.Length() &&

@@ -44,62 +44,28 @@ inline constexpr AsciiSet punctuation = AsciiSet::Span(0x21, 0x2F) | AsciiSet::S
 
 // Each yields one constant object, there from before `main` to the end.
 
-constexpr AsciiSet const* Printable() {
-    return &Sets::printable;
-} // Deliberate: not the space.
-constexpr AsciiSet const* Unprintable() {
-    return &Sets::unprintable;
-} // All but Printable.
-constexpr AsciiSet const* PlainText() {
-    return &Sets::plainText;
-} // Printable and the space.
-constexpr AsciiSet const* Control() {
-    return &Sets::control;
-}
-constexpr AsciiSet const* Low() {
-    return &Sets::low;
-}
-constexpr AsciiSet const* High() {
-    return &Sets::high;
-}
+constexpr AsciiSet const* Printable() { return &Sets::printable; }     // Deliberate: not the space.
+constexpr AsciiSet const* Unprintable() { return &Sets::unprintable; } // All but Printable.
+constexpr AsciiSet const* PlainText() { return &Sets::plainText; }     // Printable and the space.
+constexpr AsciiSet const* Control() { return &Sets::control; }
+constexpr AsciiSet const* Low() { return &Sets::low; }
+constexpr AsciiSet const* High() { return &Sets::high; }
 
 // Deliberate: tab, line feed, carriage return and space only, not the vertical tab nor the form
 // feed. The linear one: tab and space.
-constexpr AsciiSet const* WhiteSpace() {
-    return &Sets::whiteSpace;
-}
-constexpr AsciiSet const* LinearWhiteSpace() {
-    return &Sets::linearWhiteSpace;
-}
+constexpr AsciiSet const* WhiteSpace() { return &Sets::whiteSpace; }
+constexpr AsciiSet const* LinearWhiteSpace() { return &Sets::linearWhiteSpace; }
 
 // A trailing underscore: with the underscore.
-constexpr AsciiSet const* Alphabetic() {
-    return &Sets::alphabetic;
-}
-constexpr AsciiSet const* Alphabetic_() {
-    return &Sets::alphabetic_;
-}
-constexpr AsciiSet const* Numeric() {
-    return &Sets::numeric;
-}
-constexpr AsciiSet const* Alphanumeric() {
-    return &Sets::alphanumeric;
-}
-constexpr AsciiSet const* Alphanumeric_() {
-    return &Sets::alphanumeric_;
-}
-constexpr AsciiSet const* UppercaseAlphabet() {
-    return &Sets::uppercaseAlphabet;
-}
-constexpr AsciiSet const* LowercaseAlphabet() {
-    return &Sets::lowercaseAlphabet;
-}
-constexpr AsciiSet const* HexDigits() {
-    return &Sets::hexDigits;
-} // Of either case.
-constexpr AsciiSet const* Punctuation() {
-    return &Sets::punctuation;
-} // With the underscore.
+constexpr AsciiSet const* Alphabetic() { return &Sets::alphabetic; }
+constexpr AsciiSet const* Alphabetic_() { return &Sets::alphabetic_; }
+constexpr AsciiSet const* Numeric() { return &Sets::numeric; }
+constexpr AsciiSet const* Alphanumeric() { return &Sets::alphanumeric; }
+constexpr AsciiSet const* Alphanumeric_() { return &Sets::alphanumeric_; }
+constexpr AsciiSet const* UppercaseAlphabet() { return &Sets::uppercaseAlphabet; }
+constexpr AsciiSet const* LowercaseAlphabet() { return &Sets::lowercaseAlphabet; }
+constexpr AsciiSet const* HexDigits() { return &Sets::hexDigits; }     // Of either case.
+constexpr AsciiSet const* Punctuation() { return &Sets::punctuation; } // With the underscore.
 
 // Every byte to itself, but for the letters of the other case.
 using CaseTable = std::array<unsigned char, 256>;

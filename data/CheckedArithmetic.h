@@ -65,9 +65,7 @@ constexpr bool CanAddUnsigned(S a, U b) {
 // Whether a is the top value of its type, so that one more would not fit.
 template <typename T>
 requires CheckedUnsigned<T> || CheckedSigned<T>
-constexpr bool CanOverflowWithAdd(T a) {
-    return !CanAdd(a, static_cast<T>(1));
-}
+constexpr bool CanOverflowWithAdd(T a) { return !CanAdd(a, static_cast<T>(1)); }
 
 // a - b
 

@@ -103,9 +103,7 @@ TEST(AsciiTest, CaseTablesMapLettersOnly) {
     EXPECT_EQ(256u, sizeof(Ascii::uppercaseTable));
 }
 
-TEST(AsciiTest, CaseTablesPassTheirOwnTest) {
-    EXPECT_TRUE(Ascii::CaseTablesAreCorrect());
-}
+TEST(AsciiTest, CaseTablesPassTheirOwnTest) { EXPECT_TRUE(Ascii::CaseTablesAreCorrect()); }
 
 TEST(AsciiTest, HexDigitIsLowercaseAndTakesAnyValue) {
     std::string digits;
@@ -242,9 +240,7 @@ TEST(AsciiTest, OneLetterOfTheOtherCaseIsFoundWhereverItStands) {
         }
 }
 
-std::string OneByte(unsigned byte) {
-    return std::string(1, static_cast<char>(byte));
-}
+std::string OneByte(unsigned byte) { return std::string(1, static_cast<char>(byte)); }
 
 TEST(AsciiTest, EveryPairOfBytesComparesAsTheTablesSay) {
     unsigned mismatches = 0;

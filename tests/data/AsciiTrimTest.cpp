@@ -6,9 +6,7 @@
 
 namespace {
 
-std::string Trimmed(std::string const& text) {
-    return MakeString(TrimAsciiWhitespace(text));
-}
+std::string Trimmed(std::string const& text) { return MakeString(TrimAsciiWhitespace(text)); }
 
 std::string LeadingTrimmed(std::string const& text) {
     return MakeString(TrimLeadingAsciiWhitespace(text));

@@ -14,9 +14,7 @@
 
 namespace {
 
-std::string Text(Numeral const& numeral) {
-    return MakeString(numeral);
-}
+std::string Text(Numeral const& numeral) { return MakeString(numeral); }
 
 // The length byte, and as many bytes behind it.
 std::string CountedText(Numeral const& numeral) {

@@ -40,39 +40,23 @@ void* OrThrow(void* memory) {
 
 AllocationCounter::AllocationCounter() : countAtStart(allocations), bytesAtStart(allocatedBytes) {}
 
-std::size_t AllocationCounter::Count() const {
-    return allocations - countAtStart;
-}
+std::size_t AllocationCounter::Count() const { return allocations - countAtStart; }
 
-std::size_t AllocationCounter::Bytes() const {
-    return allocatedBytes - bytesAtStart;
-}
+std::size_t AllocationCounter::Bytes() const { return allocatedBytes - bytesAtStart; }
 
 FailingAllocation::FailingAllocation(std::size_t n) {
     failed = false;
     untilFailure = n;
 }
 
-FailingAllocation::~FailingAllocation() {
-    untilFailure = 0;
-}
+FailingAllocation::~FailingAllocation() { untilFailure = 0; }
 
-bool FailingAllocation::HasFailed() const {
-    return failed;
-}
+bool FailingAllocation::HasFailed() const { return failed; }
 
-void* operator new(std::size_t size) {
-    return OrThrow(Allocate(size));
-}
-void* operator new[](std::size_t size) {
-    return OrThrow(Allocate(size));
-}
-void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size, std::nothrow_t const&) noexcept {
-    return Allocate(size);
-}
+void* operator new(std::size_t size) { return OrThrow(Allocate(size)); }
+void* operator new[](std::size_t size) { return OrThrow(Allocate(size)); }
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, std::nothrow_t const&) noexcept { return Allocate(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return OrThrow(Allocate(size, alignment));
 }
@@ -86,36 +70,16 @@ void* operator new[](std::size_t size, std::align_val_t alignment, std::nothrow_
     return Allocate(size, alignment);
 }
 
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::nothrow_t const&) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::nothrow_t const&) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 void operator delete(void* memory, std::align_val_t, std::nothrow_t const&) noexcept {
     std::free(memory);
 }

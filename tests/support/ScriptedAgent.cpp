@@ -24,9 +24,7 @@ std::string Encode(std::string const& bytes) {
     return text;
 }
 
-int Digit(char digit) {
-    return digit <= '9' ? digit - '0' : digit - 'a' + 10;
-}
+int Digit(char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; }
 
 std::string Decode(std::string const& text) {
     std::string bytes;
@@ -79,9 +77,7 @@ Record AwaitRecord(OtherProgram const& program, milliseconds limit, Condition co
 
 } // namespace
 
-AgentScript& AgentScript::AwaitRequest() {
-    return Add("await");
-}
+AgentScript& AgentScript::AwaitRequest() { return Add("await"); }
 
 AgentScript& AgentScript::PauseUntil(milliseconds sinceRequest) {
     return Add("until " + std::to_string(sinceRequest.count()));

@@ -60,9 +60,7 @@ Identity IdentityOfRequest() {
     return {facts.st_ino, facts.st_ctim.tv_sec * 1'000'000'000LL + facts.st_ctim.tv_nsec};
 }
 
-int Digit(char digit) {
-    return digit <= '9' ? digit - '0' : digit - 'a' + 10;
-}
+int Digit(char digit) { return digit <= '9' ? digit - '0' : digit - 'a' + 10; }
 
 std::string Operand(std::istream& line) {
     std::string text;
