@@ -85,6 +85,12 @@ void SystemCalls::Limit(std::string const& name, std::size_t bytes, std::size_t 
     answers.push_back({name, skip, 0, bytes});
 }
 
+void SystemCalls::Before(std::string const& name, std::function<void()> action, std::size_t skip) {
+    Answer answer{name, skip};
+    answer.action = std::move(action);
+    answers.push_back(answer);
+}
+
 void SystemCalls::FailMalloc() { failsMalloc = true; }
 
 SystemCalls* SystemCalls::Active() { return active; }
@@ -97,6 +103,11 @@ SystemCalls::Answer SystemCalls::Record(std::string const& name, std::string con
                 break;
             Answer const given = *answer;
             answers.erase(answer);
+            if (given.action) {
+                active = nullptr;
+                given.action();
+                active = this;
+            }
             return given;
         }
     return {};
@@ -212,6 +223,53 @@ int utimes(char const* path, timeval const* times) noexcept {
         if (int const error = Record("utimes", path).error)
             return Refuse(error, -1);
     return next(path, times);
+}
+
+int mkdir(char const* path, mode_t mode) noexcept {
+    static auto const next = Next(&mkdir, "mkdir");
+    if (active)
+        if (int const error = Record("mkdir", std::string(path) + " " + Octal(mode)).error)
+            return Refuse(error, -1);
+    return next(path, mode);
+}
+
+int rmdir(char const* path) noexcept {
+    static auto const next = Next(&rmdir, "rmdir");
+    if (active)
+        if (int const error = Record("rmdir", path).error)
+            return Refuse(error, -1);
+    return next(path);
+}
+
+int unlink(char const* path) noexcept {
+    static auto const next = Next(&unlink, "unlink");
+    if (active)
+        if (int const error = Record("unlink", path).error)
+            return Refuse(error, -1);
+    return next(path);
+}
+
+int rename(char const* from, char const* to) noexcept {
+    static auto const next = Next(&rename, "rename");
+    if (active)
+        if (int const error = Record("rename", std::string(from) + " " + to).error)
+            return Refuse(error, -1);
+    return next(from, to);
+}
+
+int chmod(char const* path, mode_t mode) noexcept {
+    static auto const next = Next(&chmod, "chmod");
+    if (active)
+        if (int const error = Record("chmod", std::string(path) + " " + Octal(mode)).error)
+            return Refuse(error, -1);
+    return next(path, mode);
+}
+
+mode_t umask(mode_t mask) noexcept {
+    static auto const next = Next(&umask, "umask");
+    if (active)
+        Record("umask", Octal(mask));
+    return next(mask);
 }
 
 // The program is linked with --wrap=malloc, so that the calls of our own objects come here.

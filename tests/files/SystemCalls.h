@@ -1,12 +1,14 @@
 // What the code under test asks of the system, call by call, with answers of the test's own.
 //
 // The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
-// ftruncate64, lstat, stat and utimes go through here; without an object of this class they go
-// straight on to the system. The C library's own use of them is not seen.
+// ftruncate64, lstat, stat, utimes, mkdir, rmdir, unlink, rename, chmod and umask go through here;
+// without an object of this class they go straight on to the system. The C library's own use of them
+// is not seen.
 #pragma once
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,7 +21,8 @@ public:
     SystemCalls& operator=(SystemCalls const&) = delete;
 
     // The calls so far, as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write 3",
-    // "ftruncate 7", "fsync", "close", "lstat /x", "stat /x", "utimes /x". Descriptors are left out.
+    // "ftruncate 7", "fsync", "close", "lstat /x", "stat /x", "utimes /x", "mkdir /x 777", "rmdir /x",
+    // "unlink /x", "rename /x /y", "chmod /x 644", "umask 22". Descriptors are left out.
     std::vector<std::string> const& Log() const { return log; }
     void Clear() { log.clear(); }
 
@@ -33,6 +36,10 @@ public:
     // The next read or write, after `skip` of them, moves at most so many bytes.
     void Limit(std::string const& name, std::size_t bytes, std::size_t skip = 0);
 
+    // The action runs in front of the next call of that name, after `skip` of them, as if another
+    // process were quicker. Its own calls are not recorded.
+    void Before(std::string const& name, std::function<void()> action, std::size_t skip = 0);
+
     // The next malloc by name (not by new, nor inside the C library) yields null.
     static void FailMalloc();
 
@@ -42,6 +49,7 @@ public:
         std::size_t skip = 0;
         int error = 0;
         std::size_t limit = ~std::size_t{0};
+        std::function<void()> action = {};
     };
     static SystemCalls* Active();
     Answer Record(std::string const& name, std::string const& arguments = {});
