@@ -65,10 +65,11 @@ inline unsigned int HighBits(__m128i chunk) {
     return static_cast<unsigned int>(_mm_movemask_epi8(chunk));
 }
 
-// The first byte of [from, end) whose highest bit is set in what `Mark` makes of 16 bytes, or `end`.
+// The first byte of [from, end) whose highest bit is set in what `mark` makes of a block of 16, or
+// `end`.
 //
-// The last block begins 16 bytes before the end, over bytes that are known by then. Of 8 to 15 bytes
-// the first and the last 8 make one block.
+// The last block begins 16 bytes before the end, over bytes that are known by then. Of 8 to 15
+// bytes the first and the last 8 make one block.
 template <class Mark, class FindInFew>
 char const* FindMarked(char const* from, char const* end, Mark mark, FindInFew findInFew) {
     if (end - from < 8)
