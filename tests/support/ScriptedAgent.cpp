@@ -107,6 +107,10 @@ AgentScript& AgentScript::MakeDirectory(std::string const& path) {
     return Add("mkdir " + Encode(path));
 }
 
+AgentScript& AgentScript::MakeLink(std::string const& target, std::string const& path) {
+    return Add("link " + Encode(target) + ' ' + Encode(path));
+}
+
 AgentScript& AgentScript::Move(std::string const& from, std::string const& to) {
     return Add("move " + Encode(from) + ' ' + Encode(to));
 }

@@ -34,6 +34,7 @@ public:
     AgentScript& Answer(std::string const& bytes);
 
     AgentScript& MakeDirectory(std::string const& path);
+    AgentScript& MakeLink(std::string const& target, std::string const& path);
     AgentScript& Move(std::string const& from, std::string const& to);
 
     // What the program reads.

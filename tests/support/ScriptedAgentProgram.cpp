@@ -134,6 +134,14 @@ void MakeDirectory(std::istream& line) {
     NoteOwn(path);
 }
 
+void MakeLink(std::istream& line) {
+    std::string const target = Operand(line);
+    std::string const path = Operand(line);
+    if (symlink(target.c_str(), path.c_str()) != 0)
+        Fail("linking " + path);
+    NoteOwn(path);
+}
+
 void Move(std::istream& line) {
     std::string const from = Operand(line);
     std::string const to = Operand(line);
@@ -148,8 +156,8 @@ struct Step {
 };
 
 constexpr Step steps[] = {
-    {"await", Await},   {"until", PauseUntil},    {"write", Write},
-    {"remove", Remove}, {"mkdir", MakeDirectory}, {"move", Move},
+    {"await", Await},         {"until", PauseUntil}, {"write", Write}, {"remove", Remove},
+    {"mkdir", MakeDirectory}, {"link", MakeLink},    {"move", Move},
 };
 
 void RunStep(std::string const& text) {

@@ -104,16 +104,18 @@ TEST(ScriptedAgentTest, PausesFromTheRequestOn) {
     });
 }
 
-TEST(ScriptedAgentTest, LaysDirectoriesAndMovesThings) {
+TEST(ScriptedAgentTest, LaysDirectoriesAndLinksAndMovesThings) {
     RunInMachine([] {
         std::string const moved = "/var/opt/VeskaClient/Moved";
         ScriptedAgent agent(AgentScript()
                                 .MakeDirectory(ScriptedAgent::request)
+                                .MakeLink("target", ScriptedAgent::requestTemp)
                                 .Move(ScriptedAgent::requestDirectory, moved)
                                 .Respond("answer")
                                 .RemoveResponse());
         agent.AwaitEnd();
         EXPECT_TRUE(fs::is_directory(moved + "/request.xml"));
+        EXPECT_EQ("target", fs::read_symlink(moved + "/requestTemp.xml"));
         EXPECT_FALSE(fs::exists(ScriptedAgent::response));
     });
 }

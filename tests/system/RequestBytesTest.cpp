@@ -1,0 +1,228 @@
+// What the agent finds in request.xml, byte for byte.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <sys/stat.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+using std::chrono::milliseconds;
+
+struct Command {
+    Arguments arguments;
+    std::string request;
+};
+
+// Publishing takes no time, so the tool is killed as soon as its first request has been seen.
+void ExpectOpenRequests(std::vector<Command> const& commands) {
+    PrivateMachine::Run([&] {
+        CreateAgentDirectories();
+        AgentScript script;
+        for (size_t i = 0; i < commands.size(); ++i)
+            script.AwaitRequest().RemoveRequest();
+        ScriptedAgent agent(script);
+        for (size_t i = 0; i < commands.size(); ++i) {
+            SCOPED_TRACE(i);
+            Tool tool(commands[i].arguments);
+            EXPECT_EQ(commands[i].request, agent.AwaitRequests(i + 1)[i].bytes);
+            tool.Kill(SIGKILL);
+            EXPECT_EQ(ExitStatus::Killed(SIGKILL), tool.Wait().status);
+        }
+        agent.AwaitEnd();
+    });
+}
+
+TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(
+            AgentScript()
+                .Answer(OpenAnswer())
+                .Answer(ProgressAnswer("3"))
+                .Answer(ProgressAnswer("1"))
+                .Answer(CloseAnswer()),
+            {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
+        ASSERT_EQ(4u, evaluation.requests.size());
+        // Spelled out here, so that the shared texts are held against it.
+        EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
+                  "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
+                  "\x09<RequestType>Open</RequestType>\x0D\x0A"
+                  "\x09<RequestURL>http://example.com:52311/cgi-bin/qzgather.exe/actionsite"
+                  "</RequestURL>\x0D\x0A"
+                  "\x09<RequestDOC>Doc.xml</RequestDOC>\x0D\x0A"
+                  "\x09<RequestFlags>5</RequestFlags>\x0D\x0A"
+                  "</VeskaClientComplianceRequest>",
+                  evaluation.requests[0].bytes);
+        for (size_t const poll : {1, 2})
+            EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
+                      "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
+                      "\x09<RequestType>Progress</RequestType>\x0D\x0A"
+                      "</VeskaClientComplianceRequest>",
+                      evaluation.requests[poll].bytes);
+        EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
+                  "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
+                  "\x09<RequestType>Close</RequestType>\x0D\x0A"
+                  "</VeskaClientComplianceRequest>",
+                  evaluation.requests[3].bytes);
+    });
+}
+
+TEST(RequestBytesTest, SwitchDSendsEmptyTextsAndNoFlags) {
+    ExpectOpenRequests({{{"-d"}, OpenRequest("", "", "0")}});
+}
+
+TEST(RequestBytesTest, EmptyArgumentsGiveTwoTagsWithNothingBetween) {
+    ExpectOpenRequests({{{"-c", "", ""}, OpenRequest("", "", "0")},
+                        {{"-c", "", "doc"}, OpenRequest("", "doc", "0")},
+                        {{"-c", "url", "", ""}, OpenRequest("url", "", "0")}});
+}
+
+TEST(RequestBytesTest, FlagsAreADecimalNumeral) {
+    std::vector<Command> commands{{{"-c", "url", "doc"}, OpenRequest("url", "doc", "0")}};
+    char const* const numerals[] = {"0", "1", "2",  "3",  "4",  "5",  "6",  "7",
+                                    "8", "9", "10", "11", "12", "13", "14", "15"};
+    for (char const* const numeral : numerals)
+        commands.push_back({{"-c", "url", "doc", numeral}, OpenRequest("url", "doc", numeral)});
+    ExpectOpenRequests(commands);
+}
+
+TEST(RequestBytesTest, FlagsAreReadByTheRulesOfAtoi) {
+    std::vector<Command> commands;
+    for (auto const& [argument, numeral] :
+         std::vector<std::pair<char const*, char const*>>{{"abc", "0"},
+                                                          {"5x", "5"},
+                                                          {"", "0"},
+                                                          {" \t\n\v\f\r+7", "7"},
+                                                          {"-0", "0"},
+                                                          {"0x10", "0"},
+                                                          {"015", "15"},
+                                                          {"3.9", "3"},
+                                                          {"1 5", "1"},
+                                                          {"+-5", "0"}})
+        commands.push_back({{"-c", "url", "doc", argument}, OpenRequest("url", "doc", numeral)});
+    ExpectOpenRequests(commands);
+}
+
+TEST(RequestBytesTest, MarkupIsEscapedAndQuotesAreNot) {
+    ExpectOpenRequests(
+        {{{"-c", "http://example.com/?a=1&b=<2>", "\"R&D\" 'x'.xml", "1"},
+          OpenRequest("http://example.com/?a=1&amp;b=&lt;2&gt;", "\"R&amp;D\" 'x'.xml", "1")},
+         {{"-c", "&amp;", "</RequestDOC>"}, OpenRequest("&amp;amp;", "&lt;/RequestDOC&gt;", "0")},
+         {{"-c", "]]>", "<![CDATA["}, OpenRequest("]]&gt;", "&lt;![CDATA[", "0")},
+         {{"-c", "%s%n%d", "\\x41"}, OpenRequest("%s%n%d", "\\x41", "0")}});
+}
+
+// Byte by byte: a character of two bytes becomes two escapes, and broken UTF-8 is as good as any.
+TEST(RequestBytesTest, HighBytesAreEscapedOneByOne) {
+    ExpectOpenRequests(
+        {{{"-c", "\xC3\xA9t\xC3\xA9", "\xE9"},
+          OpenRequest("&#xc3;&#xa9;t&#xc3;&#xa9;", "&#xe9;", "0")},
+         {{"-c", "\xFF\x80", "\x7F\x80\x7F"}, OpenRequest("&#xff;&#x80;", "\x7F&#x80;\x7F", "0")}});
+}
+
+TEST(RequestBytesTest, ControlBytesAndLineEndsStandAsTheyAre) {
+    ExpectOpenRequests({{{"-c", "a\nb\r\nc\rd\te", " \x01\x1B "},
+                         OpenRequest("a\nb\r\nc\rd\te", " \x01\x1B ", "0")}});
+}
+
+TEST(RequestBytesTest, EveryByteButZeroInBothArguments) {
+    std::string url;
+    std::string escaped;
+    for (int byte = 1; byte < 256; ++byte) {
+        url += static_cast<char>(byte);
+        if (byte == '<')
+            escaped += "&lt;";
+        else if (byte == '>')
+            escaped += "&gt;";
+        else if (byte == '&')
+            escaped += "&amp;";
+        else if (byte < 128)
+            escaped += static_cast<char>(byte);
+        else
+            escaped += std::string("&#x") + "89abcdef"[byte / 16 - 8] +
+                       "0123456789abcdef"[byte % 16] + ";";
+    }
+    ExpectOpenRequests(
+        {{{"-c", url, "doc"}, OpenRequest(escaped, "doc", "0")},
+         {{"-c", "url", url}, OpenRequest("url", escaped, "0")},
+         {{"-c", url, url + url, "15"}, OpenRequest(escaped, escaped + escaped, "15")}});
+}
+
+TEST(RequestBytesTest, LongArguments) {
+    std::string plain;
+    std::string mixed;
+    std::string mixedEscaped;
+    for (int i = 0; i < 20'000; ++i) {
+        plain += std::to_string(i % 7) + "/-x";
+        mixed += i % 3 == 0 ? "&" : "\xA0";
+        mixedEscaped += i % 3 == 0 ? "&amp;" : "&#xa0;";
+    }
+    ExpectOpenRequests({{{"-c", plain, mixed}, OpenRequest(plain, mixedEscaped, "0")}});
+}
+
+TEST(RequestBytesTest, RequestHasTheModeThatTheUmaskLeavesAndIsAlone) {
+    for (mode_t const mask : {0, 022, 077}) {
+        PrivateMachine::Run([&] {
+            CreateAgentDirectories();
+            ScriptedAgent agent(AgentScript().AwaitRequest());
+            Tool tool({"-d"}, {.prepare = [&] {
+                          umask(mask);
+                          return true;
+                      }});
+            agent.AwaitEnd();
+            struct stat facts {};
+            ASSERT_EQ(0, lstat(ScriptedAgent::request, &facts));
+            EXPECT_EQ(S_IFREG | (0666 & ~mask), facts.st_mode);
+            EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+        });
+    }
+}
+
+TEST(RequestBytesTest, OldTemporaryDocumentIsOverwrittenAndCut) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        WriteBytes(ScriptedAgent::requestTemp, std::string(10'000, 'x'));
+        ScriptedAgent agent(AgentScript().AwaitRequest());
+        Tool tool({"-d"});
+        agent.AwaitEnd();
+        EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
+        EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+    });
+}
+
+// The link itself becomes the request, and the agent reads through it.
+TEST(RequestBytesTest, LinkUnderTheNameOfTheTemporaryDocumentIsFollowed) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        WriteBytes("/opt/elsewhere", std::string(10'000, 'x'));
+        fs::create_symlink("/opt/elsewhere", ScriptedAgent::requestTemp);
+        ScriptedAgent agent(AgentScript().AwaitRequest());
+        Tool tool({"-d"});
+        agent.AwaitEnd();
+        EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
+        EXPECT_EQ(OpenRequest("", "", "0"), ReadBytes("/opt/elsewhere"));
+        EXPECT_EQ("/opt/elsewhere", fs::read_symlink(ScriptedAgent::request));
+    });
+}
+
+TEST(RequestBytesTest, UserWithoutRightsSendsTheSame) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(AgentScript().AwaitRequest());
+        Tool tool = Tool::WithoutRights({"-c", "url", "doc", "3"});
+        agent.AwaitEnd();
+        EXPECT_EQ(OpenRequest("url", "doc", "3"), agent.Requests()[0].bytes);
+    });
+}
+
+} // namespace

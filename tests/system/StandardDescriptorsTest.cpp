@@ -1,0 +1,226 @@
+// What becomes of the tool where its standard descriptors are closed, full, or cut off.
+//
+// A closed one is held by /dev/null before anything is opened. Otherwise the lock file would get
+// its number, and the output would land in the lock file.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+
+std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
+
+constexpr char results[] = "COMPLIANCE_Progress 50% completed.\n"
+                           "COMPLIANCE_ResultCount is 1.\n"
+                           "    Designator: d\n"
+                           "        Result: r\n"
+                           "   Result Type: t\n"
+                           "Eval Time (\xB5s): 1\n"
+                           "          Desc: x\n"
+                           "       Comment: c\n"
+                           "\n";
+
+AgentScript WholeEvaluation() {
+    return AgentScript()
+        .Answer(OpenAnswer())
+        .Answer(ProgressAnswer("3", "0", "50"))
+        .Answer(finished)
+        .Answer(CloseAnswer());
+}
+
+// The whole evaluation took place, and no byte of output is in any file.
+void ExpectExchangeUntouched(ScriptedAgent const& agent) {
+    agent.AwaitEnd();
+    std::vector<SeenRequest> const requests = agent.Requests();
+    ASSERT_EQ(4u, requests.size());
+    EXPECT_EQ(OpenRequest("", "", "0"), requests[0].bytes);
+    EXPECT_EQ(progressRequest, requests[1].bytes);
+    EXPECT_EQ(progressRequest, requests[2].bytes);
+    EXPECT_EQ(closeRequest, requests[3].bytes);
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
+    EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
+}
+
+ProgramOptions WithOutputTo(char const* path) {
+    return {.prepare = [path] {
+        int const file = open(path, O_WRONLY | O_CLOEXEC);
+        return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
+    }};
+}
+
+// The bits of the parameter say which of the three are closed.
+class ClosedDescriptorsTest : public testing::TestWithParam<int> {
+protected:
+    static bool IsClosed(int descriptor) { return (GetParam() >> descriptor & 1) != 0; }
+
+    static ProgramOptions Options() {
+        ProgramOptions options;
+        for (int descriptor = 0; descriptor <= 2; ++descriptor)
+            if (IsClosed(descriptor))
+                options.closedDescriptors.push_back(descriptor);
+        return options;
+    }
+};
+
+TEST_P(ClosedDescriptorsTest, AreHeldByDevNullAndNothingIsLostOrMisplaced) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        Tool tool({"-d"}, Options());
+        agent.AwaitRequests(1);
+        std::string const descriptors = "/proc/" + std::to_string(tool.pid()) + "/fd/";
+        for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+            fs::path const target = fs::read_symlink(descriptors + std::to_string(descriptor));
+            EXPECT_EQ(IsClosed(descriptor), target == "/dev/null") << descriptor << ' ' << target;
+        }
+        EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(descriptors + '3'));
+        EXPECT_EQ("0 1 2 3 ", ListDirectory(descriptors));
+        ToolRun const run = tool.Wait();
+        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : results, run.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
+    PrivateMachine::Run([] {
+        ToolRun const refused = RunTool({"-d"}, Options());
+        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : OpenError(-6), refused.output);
+        EXPECT_EQ(ExitStatus::Exited(0), refused.status);
+        ToolRun const usage = RunTool({}, Options());
+        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : "Usage: ", usage.output.substr(0, 7));
+        EXPECT_EQ(ExitStatus::Exited(255), usage.status);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing::Range(1, 8),
+                         [](auto const& param) {
+                             std::string name = "Closed";
+                             for (int descriptor = 0; descriptor <= 2; ++descriptor)
+                                 if ((param.param >> descriptor & 1) != 0)
+                                     name += std::to_string(descriptor);
+                             return name;
+                         });
+
+TEST(StandardDescriptorsTest, ClosedOutputDoesNoHarmWhereThereIsNoDevNull) {
+    PrivateMachine::Run({.emptyPlaces = {"/dev"}}, [] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        ToolRun const run = RunTool({"-d"}, {.closedDescriptors = {0, 1, 2}});
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+TEST(StandardDescriptorsTest, FullOutputChangesNeitherTheExchangeNorTheStatus) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+TEST(StandardDescriptorsTest, FullOutputDoesNotChangeTheOtherStatuses) {
+    PrivateMachine::Run([] {
+        EXPECT_EQ(ExitStatus::Exited(255), RunTool({}, WithOutputTo("/dev/full")).status);
+        EXPECT_EQ(ExitStatus::Exited(0), RunTool({"-d"}, WithOutputTo("/dev/full")).status);
+    });
+}
+
+// More output than the library holds back, so that writing fails in the middle of the rows too.
+TEST(StandardDescriptorsTest, FullOutputInTheMiddleOfTheRows) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        std::string rows;
+        for (int i = 0; i < 100; ++i)
+            rows += Row("d", std::string(1000, 'r'), "t", "1", "x", "c");
+        ScriptedAgent agent(AgentScript()
+                                .Answer(OpenAnswer())
+                                .Answer(ProgressAnswer("1", "0", "100", rows))
+                                .Answer(CloseAnswer()));
+        ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        agent.AwaitEnd();
+        EXPECT_EQ(3u, agent.Requests().size());
+    });
+}
+
+TEST(StandardDescriptorsTest, OutputThatMayOnlyBeReadChangesNothing) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        ToolRun const run = RunTool({"-d"}, {.prepare = [] {
+                                        int const file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+                                        return dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
+                                    }});
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+// Signals keep their defaults. The text comes at the end, behind the close, and so does the signal.
+TEST(StandardDescriptorsTest, ReaderThatIsGoneEndsTheToolBehindTheClose) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        ToolRun const run = RunTool({"-d"}, {.prepare = [] {
+                                        int ends[2];
+                                        if (pipe2(ends, O_CLOEXEC) != 0)
+                                            return false;
+                                        return dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
+                                    }});
+        EXPECT_EQ(ExitStatus::Killed(SIGPIPE), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+TEST(StandardDescriptorsTest, IgnoredPipeSignalStaysIgnored) {
+    PrivateMachine::Run([] {
+        EXPECT_EQ(ExitStatus::Exited(255),
+                  RunTool({}, {.prepare =
+                                   [] {
+                                       int ends[2];
+                                       if (pipe2(ends, O_CLOEXEC) != 0)
+                                           return false;
+                                       std::signal(SIGPIPE, SIG_IGN);
+                                       return dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
+                                   }})
+                      .status);
+    });
+}
+
+TEST(StandardDescriptorsTest, InputIsNeverRead) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        int ends[2];
+        ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+        ASSERT_EQ(1, write(ends[1], "x", 1));
+        ToolRun const run = RunTool({"-d"}, {.prepare = [&] {
+                                        return dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
+                                    }});
+        EXPECT_EQ(results, run.output);
+        char byte = 0;
+        EXPECT_EQ(1, read(ends[0], &byte, 1));
+        EXPECT_EQ('x', byte);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+} // namespace

@@ -1,0 +1,375 @@
+// When the tool looks: about 1, 3, 7 and 10 seconds after it has published a request.
+//
+// The looks are far apart, so the tolerances are wide; each test proves which look it was that had
+// the answer, by when the next request came.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+// The second of the look that ended an exchange of this length, or -1 if it was none.
+int LookOf(std::chrono::nanoseconds exchange) {
+    for (int const second : {1, 3, 7, 10})
+        if (exchange > seconds(second) - milliseconds(300) &&
+            exchange < seconds(second) + milliseconds(1700))
+            return second;
+    return -1;
+}
+
+// The looks at which the exchanges ended, but for the last one, as the agent saw it.
+std::vector<int> LooksOf(std::vector<SeenRequest> const& requests) {
+    std::vector<int> looks;
+    for (size_t i = 1; i < requests.size(); ++i)
+        looks.push_back(LookOf(requests[i].when - requests[i - 1].when));
+    return looks;
+}
+
+void ExpectTook(milliseconds least, ToolRun const& run) {
+    EXPECT_LE(least.count() - 5, run.took.count());
+    EXPECT_GT(least.count() + 2500, run.took.count());
+}
+
+std::string const finished = ProgressAnswer("1");
+constexpr char noRows[] = "COMPLIANCE_ResultCount is 0.\n";
+
+// An opening exchange that goes on as the script says, in which the tool must find its answer at
+// the given look. The rest of the evaluation is answered at once.
+void ExpectAnsweredAtLook(int second, AgentScript script) {
+    PrivateMachine::Run([&] {
+        auto const evaluation = Evaluate(script.Answer(finished).Answer(CloseAnswer()));
+        EXPECT_EQ(noRows, evaluation.tool.output);
+        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+        EXPECT_EQ((std::vector<int>{second, 1}), LooksOf(evaluation.requests));
+        ExpectTook(seconds(second + 2), evaluation.tool);
+    });
+}
+
+// A request that is taken so long after it was seen.
+AgentScript GoneAfter(milliseconds time) {
+    return AgentScript().AwaitRequest().Respond(OpenAnswer()).PauseUntil(time).RemoveRequest();
+}
+
+TEST(TimingTest, AgentThatAnswersAtOnceCostsOneSecondForEachExchange) {
+    ExpectAnsweredAtLook(1, GoneAfter(milliseconds(0)));
+}
+
+TEST(TimingTest, GoneAfterTheFirstLookIsFoundAtTheSecond) {
+    ExpectAnsweredAtLook(3, GoneAfter(milliseconds(1700)));
+}
+
+TEST(TimingTest, GoneAfterTheSecondLookIsFoundAtTheThird) {
+    ExpectAnsweredAtLook(7, GoneAfter(milliseconds(3700)));
+}
+
+TEST(TimingTest, GoneInTheEighthSecondIsFoundAtTheLimit) {
+    ExpectAnsweredAtLook(10, GoneAfter(milliseconds(8000)));
+}
+
+TEST(TimingTest, GarbageAtTheFirstLooksAndGoodAtTheThird) {
+    ExpectAnsweredAtLook(7, AgentScript()
+                                .AwaitRequest()
+                                .Respond("garbage")
+                                .RemoveRequest()
+                                .PauseUntil(milliseconds(3700))
+                                .Respond(OpenAnswer()));
+}
+
+TEST(TimingTest, ResponseThatComesAfterTheRequestIsGone) {
+    ExpectAnsweredAtLook(3, AgentScript()
+                                .AwaitRequest()
+                                .RemoveRequest()
+                                .PauseUntil(milliseconds(1700))
+                                .Respond(OpenAnswer()));
+}
+
+TEST(TimingTest, GoodAtTheLastLookAfterThreeFailedReads) {
+    ExpectAnsweredAtLook(10, AgentScript()
+                                 .AwaitRequest()
+                                 .RemoveRequest()
+                                 .PauseUntil(milliseconds(8000))
+                                 .Respond(OpenAnswer()));
+}
+
+// At the second look the response is good, but a request stands there.
+TEST(TimingTest, NothingIsReadAtALookThatFindsTheRequestAgain) {
+    ExpectAnsweredAtLook(7, AgentScript()
+                                .AwaitRequest()
+                                .RemoveRequest()
+                                .PauseUntil(milliseconds(1700))
+                                .Respond(OpenAnswer())
+                                .PutRequest("again")
+                                .PauseUntil(milliseconds(4000))
+                                .RemoveRequest());
+}
+
+TEST(TimingTest, RequestThatIsOnlySwappedForAnotherIsStillThere) {
+    ExpectAnsweredAtLook(3, AgentScript()
+                                .AwaitRequest()
+                                .Respond(OpenAnswer())
+                                .PutRequest("another")
+                                .PauseUntil(milliseconds(1700))
+                                .RemoveRequest());
+}
+
+TEST(TimingTest, PollsComeEveryTwoSeconds) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(AgentScript()
+                                             .Answer(OpenAnswer())
+                                             .Answer(ProgressAnswer("3"))
+                                             .Answer(ProgressAnswer("3"))
+                                             .Answer(finished)
+                                             .Answer(CloseAnswer()));
+        ASSERT_EQ(5u, evaluation.requests.size());
+        for (size_t const poll : {2, 3}) {
+            auto const between = duration_cast<milliseconds>(evaluation.requests[poll].when -
+                                                             evaluation.requests[poll - 1].when);
+            EXPECT_LT(1700, between.count());
+            EXPECT_GT(2900, between.count());
+        }
+        ExpectTook(seconds(7), evaluation.tool);
+    });
+}
+
+// Unreadable answers: each is passed over at the first look, and a good one taken at the second.
+
+struct BadResponse {
+    char const* name;
+    std::string bytes;
+};
+
+void PrintTo(BadResponse const& response, std::ostream* out) { *out << response.name; }
+
+class BadResponseTest : public testing::TestWithParam<BadResponse> {};
+
+TEST_P(BadResponseTest, IsTriedAgainAtTheNextLook) {
+    ExpectAnsweredAtLook(3, AgentScript()
+                                .AwaitRequest()
+                                .Respond(GetParam().bytes)
+                                .RemoveRequest()
+                                .PauseUntil(milliseconds(1700))
+                                .Respond(OpenAnswer()));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    TimingTest, BadResponseTest,
+    testing::Values(
+        BadResponse{"Empty", ""}, BadResponse{"TextAlone", "text without any element\r\n"},
+        BadResponse{"ZeroBytes", std::string(70'000, '\0')},
+        BadResponse{"DeclarationAlone", "<?xml version=\"1.0\"?>\r\n"},
+        BadResponse{"BrokenOffInTheRoot",
+                    OpenAnswer().substr(0, OpenAnswer().find("</VeskaClientComplianceResponse>"))},
+        BadResponse{"BrokenOffBeforeItsLastByte", OpenAnswer().substr(0, OpenAnswer().size() - 1)},
+        BadResponse{"OtherRoot", "<VeskaClientComplianceRequest><ResponseType>Open</ResponseType>"
+                                 "</VeskaClientComplianceRequest>"},
+        BadResponse{"RootInOtherCase",
+                    "<veskaclientcomplianceresponse><ResponseType>Open</ResponseType>"
+                    "</veskaclientcomplianceresponse>"},
+        BadResponse{"RootWithoutChildren", Response("")},
+        BadResponse{"NoType", Response("<ResponseProgressState>1</ResponseProgressState>")},
+        BadResponse{"UnknownType", Response("<ResponseType>open</ResponseType>")},
+        BadResponse{"TypeWithBlanks", Response("<ResponseType> Open </ResponseType>")},
+        BadResponse{"TypeInDepth", Response("<x><ResponseType>Open</ResponseType></x>")},
+        // The short form closes the element around it.
+        BadResponse{"ShortEmptyElement", Response("<x/><ResponseType>Open</ResponseType>")}),
+    [](auto const& param) { return std::string(param.param.name); });
+
+// Exchanges that come to nothing.
+
+TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        WriteBytes(ScriptedAgent::response, "never looked at");
+        auto const evaluation = Evaluate(AgentScript().AwaitRequest());
+        EXPECT_EQ(OpenError(-3), evaluation.tool.output);
+        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+        ExpectTook(seconds(10), evaluation.tool);
+        // No Close follows, the request stays, and the next one is refused.
+        EXPECT_EQ(1u, evaluation.requests.size());
+        EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
+        EXPECT_EQ("never looked at", ReadBytes(ScriptedAgent::response));
+        ScriptedAgent agent;
+        EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
+    });
+}
+
+TEST(TimingTest, RequestThatGoesRightAfterTheLimitIsTooLate) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(AgentScript()
+                                .AwaitRequest()
+                                .Respond(OpenAnswer())
+                                .PauseUntil(milliseconds(11'500))
+                                .RemoveRequest());
+        EXPECT_EQ(OpenError(-3), RunTool({"-d"}).output);
+        agent.AwaitEnd();
+    });
+}
+
+// An error while polling is silent. The Close replaces the Progress request that was never taken.
+TEST(TimingTest, PollsThatAreNeverTakenEndSilently) {
+    PrivateMachine::Run([] {
+        auto const evaluation =
+            Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
+        EXPECT_EQ("", evaluation.tool.output);
+        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+        EXPECT_EQ((std::vector<int>{1, 10}), LooksOf(evaluation.requests));
+        EXPECT_EQ(closeRequest, evaluation.requests[2].bytes);
+        ExpectTook(seconds(21), evaluation.tool);
+        EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
+    });
+}
+
+TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(AgentScript().AwaitRequest().RemoveRequest());
+        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+        ExpectTook(seconds(10), evaluation.tool);
+        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
+    });
+}
+
+TEST(TimingTest, GarbageGivesMinus7AndStays) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(AgentScript().Answer("garbage"));
+        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+        ExpectTook(seconds(10), evaluation.tool);
+        EXPECT_EQ("garbage", ReadBytes(ScriptedAgent::response));
+    });
+}
+
+TEST(TimingTest, MissingResponseDirectoryGivesMinus7) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::remove("/var/opt/VeskaClient/ResponseDir");
+        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
+        EXPECT_EQ(OpenError(-7), RunTool({"-d"}).output);
+    });
+}
+
+TEST(TimingTest, DirectoryUnderTheNameOfTheResponseGivesMinus7) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_directory(ScriptedAgent::response);
+        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
+        EXPECT_EQ(OpenError(-7), RunTool({"-d"}).output);
+    });
+}
+
+TEST(TimingTest, ResponseThatMayNotBeReadGivesMinus7) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        WriteBytes(ScriptedAgent::response, OpenAnswer());
+        ASSERT_EQ(0, chmod(ScriptedAgent::response, 0));
+        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
+        EXPECT_EQ(OpenError(-7), RunToolWithoutRights({"-d"}).output);
+    });
+}
+
+// One failed read decides, also when the request stands there again at all later looks.
+TEST(TimingTest, FailedReadAndThenTheRequestAgainGivesMinus7) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(AgentScript()
+                                             .AwaitRequest()
+                                             .RemoveRequest()
+                                             .PauseUntil(milliseconds(1700))
+                                             .PutRequest("again"));
+        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+        ExpectTook(seconds(10), evaluation.tool);
+        EXPECT_EQ("again", ReadBytes(ScriptedAgent::request));
+    });
+}
+
+// The one wait without a limit: opening the fifo at the first look. It is no response then.
+TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ASSERT_EQ(0, mkfifo(ScriptedAgent::response, 0666));
+        ScriptedAgent agent(
+            AgentScript().AwaitRequest().RemoveRequest().Answer(finished).Answer(CloseAnswer()));
+        Tool tool({"-d"});
+        agent.AwaitRequests(1);
+        std::this_thread::sleep_for(milliseconds(2500));
+        int const fifo = open(ScriptedAgent::response, O_WRONLY | O_CLOEXEC);
+        ASSERT_LE(0, fifo);
+        fs::remove(ScriptedAgent::response);
+        WriteBytes(ScriptedAgent::response, OpenAnswer());
+        close(fifo);
+        EXPECT_EQ(noRows, tool.Wait().output);
+        auto const requests = agent.Requests();
+        ASSERT_EQ(3u, requests.size());
+        // The second sleep of 2,000 ms begins when the first look is over.
+        auto const took = duration_cast<milliseconds>(requests[1].when - requests[0].when);
+        EXPECT_LT(4400, took.count());
+        EXPECT_GT(6400, took.count());
+    });
+}
+
+// A request that the agent has put back before the next one is replaced by it.
+TEST(TimingTest, RequestPutBackBetweenPollsIsReplaced) {
+    PrivateMachine::Run([] {
+        auto const evaluation = Evaluate(AgentScript()
+                                             .Answer(OpenAnswer())
+                                             .Answer(ProgressAnswer("3", "0", "50"))
+                                             .PauseUntil(milliseconds(1500))
+                                             .PutRequest("in the way")
+                                             .Answer(finished)
+                                             .Answer(CloseAnswer()));
+        EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
+                  "COMPLIANCE_ResultCount is 0.\n",
+                  evaluation.tool.output);
+        ASSERT_EQ(4u, evaluation.requests.size());
+        EXPECT_EQ(progressRequest, evaluation.requests[2].bytes);
+    });
+}
+
+// Deliberate: nothing ties an answer to its request.
+TEST(TimingTest, AnswerOfAnEarlierEvaluationIsTakenForAllThree) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        std::string const stale =
+            ProgressAnswer("1", "0", "100", Row("stale", "r", "t", "1", "x", "c"));
+        WriteBytes(ScriptedAgent::response, stale);
+        auto const evaluation = Evaluate(AgentScript()
+                                             .AwaitRequest()
+                                             .RemoveRequest()
+                                             .AwaitRequest()
+                                             .RemoveRequest()
+                                             .AwaitRequest()
+                                             .RemoveRequest());
+        EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n"
+                  "    Designator: stale\n"
+                  "        Result: r\n"
+                  "   Result Type: t\n"
+                  "Eval Time (\xB5s): 1\n"
+                  "          Desc: x\n"
+                  "       Comment: c\n"
+                  "\n",
+                  evaluation.tool.output);
+        ExpectTook(seconds(3), evaluation.tool);
+        EXPECT_EQ(stale, ReadBytes(ScriptedAgent::response));
+    });
+}
+
+} // namespace

@@ -1,0 +1,96 @@
+#include "tests/system/Tool.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/support/PrivateMachine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+Arguments Command(std::string const& path, Arguments const& arguments) {
+    Arguments command{path};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+// Not everybody can reach the place where the tool was built.
+std::string CopyForEveryone() {
+    std::string const path = "/opt/ClientCompliance";
+    fs::copy_file(CC_TOOL_PROGRAM, path, fs::copy_options::overwrite_existing);
+    fs::permissions(path, fs::perms(0755));
+    return path;
+}
+
+bool GiveUpRights() {
+    PrivateMachine::DropPrivileges();
+    return true;
+}
+
+} // namespace
+
+Tool::Tool(Arguments const& arguments, ProgramOptions const& options)
+    : Tool(CC_TOOL_PROGRAM, arguments, options) {}
+
+Tool::Tool(std::string const& path, Arguments const& arguments, ProgramOptions const& options)
+    : started(Clock::now()), program(Command(path, arguments), options) {}
+
+Tool Tool::WithoutRights(Arguments const& arguments) {
+    return Tool(CopyForEveryone(), arguments, {.prepare = GiveUpRights});
+}
+
+ToolRun Tool::Wait(milliseconds limit) {
+    ProgramResult const result = program.Wait(limit);
+    auto const took = std::chrono::duration_cast<milliseconds>(Clock::now() - started);
+    EXPECT_EQ("", result.errors);
+    return {result.status, result.output, took};
+}
+
+ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options) {
+    return Tool(arguments, options).Wait();
+}
+
+ToolRun RunToolWithoutRights(Arguments const& arguments) {
+    return Tool::WithoutRights(arguments).Wait();
+}
+
+Evaluation Evaluate(AgentScript const& script, Arguments const& arguments) {
+    PrivateMachine::CreateAgentDirectories();
+    ScriptedAgent const agent(script);
+    ToolRun const run = RunTool(arguments);
+    agent.AwaitEnd(std::chrono::seconds(1));
+    return {run, agent.Requests()};
+}
+
+std::string OpenError(int code) {
+    return "COMPLIANCE_Open returned error: " + std::to_string(code) + ".\n";
+}
+
+std::string ReadBytes(std::string const& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("can't read " + path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteBytes(std::string const& path, std::string const& bytes) {
+    if (!(std::ofstream(path, std::ios::binary) << bytes << std::flush))
+        throw std::runtime_error("can't write " + path);
+}
+
+std::string ListDirectory(std::string const& path) {
+    std::vector<std::string> names;
+    for (auto const& entry : fs::directory_iterator(path))
+        names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    std::string text;
+    for (auto const& name : names)
+        text += name + ' ';
+    return text;
+}

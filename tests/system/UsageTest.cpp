@@ -1,0 +1,169 @@
+// The command line: which arguments give the usage text, and which a request.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/Tool.h"
+
+namespace {
+
+// Deliberate: "0 to 7" beside the flag 8, and backslashes.
+constexpr char usage[] =
+    "Usage: \n"
+    "       ClientCompliance -d\n"
+    "       ClientCompliance -c <url> <doc> [<numeric flags>]\n"
+    "  where:\n"
+    "    <url> is a site gather url the VeskaClient is subscribed.\n"
+    "    <doc> is the name of the compliance document to process.\n"
+    "  sample:\n"
+    "    ClientCompliance -c http://example.com:52311/cgi-bin/qzgather.exe/actionsite"
+    " ComplianceDoc.xml\n"
+    "  note:\n"
+    "    in this example <doc> would be in the __VeskaData\\actionsite\\__Compliance folder.\n"
+    "    flags = a number from 0 to 7 (the sum of the following values).\n"
+    "          = 1 - COMPLIANCE_FLAG_GATHER         - gather all sites.\n"
+    "          = 2 - COMPLIANCE_FLAG_EVALUATE_ALL   - evaluate all pellars.\n"
+    "          = 4 - COMPLIANCE_FLAG_IDLE_CPU_USAGE - use IDLE cpu resource level.\n"
+    "          = 8 - COMPLIANCE_FLAG_ACTIONHINT     - treat <doc> arg as action id hint.\n";
+
+std::string Describe(Arguments const& arguments) {
+    std::string text;
+    for (auto const& argument : arguments)
+        text += '"' + argument + "\" ";
+    return text;
+}
+
+// Also that nothing was touched: a lock file would be the first trace of a request.
+void ExpectUsage(std::vector<Arguments> const& commands) {
+    PrivateMachine::Run([&] {
+        PrivateMachine::CreateAgentDirectories();
+        for (Arguments const& arguments : commands) {
+            SCOPED_TRACE(Describe(arguments));
+            ToolRun const run = RunTool(arguments);
+            EXPECT_EQ(usage, run.output);
+            EXPECT_EQ(ExitStatus::Exited(255), run.status);
+        }
+        EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
+    });
+}
+
+// A machine without the agent's directories refuses every request at once.
+void ExpectRequest(std::vector<Arguments> const& commands) {
+    PrivateMachine::Run([&] {
+        for (Arguments const& arguments : commands) {
+            SCOPED_TRACE(Describe(arguments));
+            ToolRun const run = RunTool(arguments);
+            EXPECT_EQ(OpenError(-6), run.output);
+            EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        }
+    });
+}
+
+TEST(UsageTest, NoArguments) { ExpectUsage({{}}); }
+
+TEST(UsageTest, OneArgumentOtherThanTheSwitch) {
+    ExpectUsage({{"-c"},
+                 {""},
+                 {"-"},
+                 {"--"},
+                 {"-D"},
+                 {"-d "},
+                 {" -d"},
+                 {"-dd"},
+                 {"-x"},
+                 {"d"},
+                 {"-h"},
+                 {"--help"},
+                 {"/d"}});
+}
+
+TEST(UsageTest, TwoArgumentsAreNeverEnough) {
+    ExpectUsage({{"-d", "url"}, {"-c", "url"}, {"-d", "-d"}, {"url", "doc"}, {"", ""}});
+}
+
+TEST(UsageTest, ThreeOrFourArgumentsWithAnotherSwitch) {
+    ExpectUsage({{"-d", "url", "doc"},
+                 {"-C", "url", "doc"},
+                 {"-cc", "url", "doc"},
+                 {"-c ", "url", "doc"},
+                 {"", "url", "doc"},
+                 {"url", "-c", "doc"},
+                 {"-d", "url", "doc", "0"},
+                 {"url", "doc", "0", "-c"}});
+}
+
+TEST(UsageTest, FiveArgumentsAndMoreAreTooMany) {
+    ExpectUsage({{"-c", "url", "doc", "0", "0"},
+                 {"-c", "url", "doc", "0", ""},
+                 {"-d", "-d", "-d", "-d", "-d"},
+                 {"-c", "url", "doc", "0", "0", "0", "0"},
+                 Arguments(1000, "-c")});
+}
+
+TEST(UsageTest, FlagsAboveFifteenAndBelowZero) {
+    ExpectUsage({{"-c", "url", "doc", "16"},
+                 {"-c", "url", "doc", "17"},
+                 {"-c", "url", "doc", "+16"},
+                 {"-c", "url", "doc", " 16x"},
+                 {"-c", "url", "doc", "0016"},
+                 {"-c", "url", "doc", "-1"},
+                 {"-c", "url", "doc", "-15"},
+                 {"-c", "url", "doc", "255"},
+                 {"-c", "url", "doc", "2147483647"},
+                 {"-c", "url", "doc", "-2147483648"}});
+}
+
+TEST(UsageTest, DoubleDashDIsNoSwitchButDIs) {
+    ExpectUsage({{"--d"}});
+    ExpectRequest({{"-d"}});
+}
+
+TEST(UsageTest, ThreeOperandsBehindTheSwitchMakeARequestWhateverTheyAre) {
+    ExpectRequest({{"-c", "url", "doc"}, {"-c", "", ""}, {"-c", "-c", "-c"}, {"-c", "-d", "%s%n"}});
+}
+
+TEST(UsageTest, FlagsFromZeroToFifteenAreAccepted) {
+    std::vector<Arguments> commands;
+    for (int flags = 0; flags <= 15; ++flags)
+        commands.push_back({"-c", "url", "doc", std::to_string(flags)});
+    ExpectRequest(commands);
+}
+
+// By the rules of atoi: white space and a sign in front, anything behind, no number is 0.
+TEST(UsageTest, FlagsThatAreNoPlainNumberAreReadLeniently) {
+    ExpectRequest({{"-c", "url", "doc", "abc"},
+                   {"-c", "url", "doc", "5x"},
+                   {"-c", "url", "doc", ""},
+                   {"-c", "url", "doc", " \t\n+7"},
+                   {"-c", "url", "doc", "-0"},
+                   {"-c", "url", "doc", "0015"},
+                   {"-c", "url", "doc", "0x10"},
+                   {"-c", "url", "doc", "x16"},
+                   {"-c", "url", "doc", "- 16"},
+                   {"-c", "url", "doc", "7.9e9"}});
+}
+
+// The name is fixed, and so the text is the same under any other.
+TEST(UsageTest, NameOfTheProgramIsNotTakenFromTheCommand) {
+    PrivateMachine::Run([] {
+        std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
+        ProgramResult const result = RunProgram({"/opt/other-name"});
+        EXPECT_EQ(usage, result.output);
+        EXPECT_EQ(ExitStatus::Exited(255), result.status);
+    });
+}
+
+TEST(UsageTest, EnvironmentAndInputChangeNothing) {
+    PrivateMachine::Run([] {
+        ToolRun const run =
+            RunTool({"-h"}, {.input = "-d\n",
+                             .environment = {{"LC_ALL=de_DE.UTF-8", "POSIXLY_CORRECT=1"}}});
+        EXPECT_EQ(usage, run.output);
+        EXPECT_EQ(ExitStatus::Exited(255), run.status);
+    });
+}
+
+} // namespace
