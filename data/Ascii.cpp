@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "data/Buffer.h"
+#include "data/CaseBlindRuns.h"
 #include "data/Data.h"
 #include "data/DataOverflow.h"
 
@@ -87,38 +88,9 @@ bool HasLetter(ConstData text, unsigned char firstLetter) {
     return BlockHasLetter(position, static_cast<std::size_t>(text.end - position), firstLetter);
 }
 
-// Zero if the bytes are the same letter, whatever their case, or the same byte. Both tables agree
-// on that.
-constexpr unsigned char Difference(unsigned char left, unsigned char right) {
-    return (left ^ right) & ~CaseBitOf(left | caseBit, 'a');
-}
-
-bool BlocksDiffer(unsigned char const* left, unsigned char const* right) {
-    unsigned char found = 0;
-    for (std::size_t i = 0; i < blockSize; ++i)
-        found |= Difference(left[i], right[i]);
-    return found != 0;
-}
-
-// How many bytes the texts have in common, case apart.
-std::size_t CommonLength(unsigned char const* left, unsigned char const* right,
-                         std::size_t length) {
-    std::size_t i = 0;
-    while (length - i >= blockSize && !BlocksDiffer(left + i, right + i))
-        i += blockSize;
-    // The rest of a long text is short of a block: it is looked at together with bytes before it.
-    std::size_t const lastBlock = length - blockSize;
-    if (length - i < blockSize && length >= blockSize &&
-        !BlocksDiffer(left + lastBlock, right + lastBlock))
-        return length;
-    while (i < length && Difference(left[i], right[i]) == 0)
-        ++i;
-    return i;
-}
-
 std::int32_t CompareMapped(CaseTable const& table, ConstData left, ConstData right) {
     std::size_t const shorter = std::min(left.Length(), right.Length());
-    std::size_t const common = CommonLength(left.begin, right.begin, shorter);
+    std::size_t const common = CaseBlindRuns::CommonLength(left.begin, right.begin, shorter);
     if (common < shorter)
         return table[left.begin[common]] - table[right.begin[common]];
     if (left.Length() == right.Length())
@@ -181,7 +153,7 @@ bool IsUppercase(ConstData text) { return !HasLetter(text, raising); }
 
 bool EqualIgnoringCase(ConstData left, ConstData right) {
     return left.Length() == right.Length() &&
-           CommonLength(left.begin, right.begin, left.Length()) == left.Length();
+           CaseBlindRuns::CommonLength(left.begin, right.begin, left.Length()) == left.Length();
 }
 
 std::int32_t CompareLowercase(ConstData left, ConstData right) {
@@ -198,7 +170,7 @@ std::int32_t CompareLowercase(char const* left, char const* right) {
     auto const* b = reinterpret_cast<unsigned char const*>(right);
     for (;; a += chunk, b += chunk) {
         std::size_t const length = LengthUpTo(b, LengthUpTo(a, chunk));
-        std::size_t const common = CommonLength(a, b, length);
+        std::size_t const common = CaseBlindRuns::CommonLength(a, b, length);
         if (common < length)
             return lowercaseTable[a[common]] - lowercaseTable[b[common]];
         if (length < chunk)

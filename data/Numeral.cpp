@@ -51,29 +51,6 @@ char* PutDigits(char* digits, U value, unsigned base) {
 
 } // namespace
 
-Numeral::Numeral(int value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
-    unsigned int const bits = static_cast<unsigned int>(value);
-    MakeDigits(signWanted ? 0 - bits : bits, base);
-}
-
-Numeral::Numeral(long long value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
-    unsigned long long const bits = static_cast<unsigned long long>(value);
-    MakeDigits64(signWanted ? 0 - bits : bits, base);
-}
-
-Numeral::Numeral(unsigned int value, unsigned int base) : sign(Sign(value)), signWanted(false) {
-    MakeDigits(value, base);
-}
-
-Numeral::Numeral(unsigned long value, unsigned int base) : sign(Sign(value)), signWanted(false) {
-    MakeDigits64(value, base);
-}
-
-Numeral::Numeral(unsigned long long value, unsigned int base)
-    : sign(Sign(value)), signWanted(false) {
-    MakeDigits64(value, base);
-}
-
 void Numeral::MakeDigits(unsigned int value, unsigned int base) {
     digits = PutDigits(digits, value, base);
 }
@@ -90,16 +67,31 @@ void Numeral::PadTo(unsigned int count) {
     std::memset(digits, '0', count - present);
 }
 
-// Yields the start of the text: the sign in front of the digits, if it is wanted.
-char* Numeral::PutSign() const {
-    if (!signWanted)
-        return digits;
-    digits[-1] = sign;
-    return digits - 1;
-}
-
-Numeral::operator ConstData() const {
-    return ConstData(PutSign(), End());
+// Whole words of digits, written up to the end. What leading zeros they have stands in front of
+// `digits`, where all is free.
+void Numeral::RenderLongDecimal(unsigned long long value) {
+    constexpr unsigned long long tenTo16 = 10000000000000000;
+    auto const store = [this](int fromEnd, std::uint64_t word) {
+        word |= DecimalDigits::zeros;
+        std::memcpy(End() - fromEnd, &word, sizeof(word));
+    };
+    if (value < 100000000) {
+        std::uint64_t const word = DecimalDigits::EightDigits(static_cast<std::uint32_t>(value));
+        store(8, word);
+        digits = End() - 8 + DecimalDigits::CountLeadingZeros(word);
+        return;
+    }
+    DecimalDigits::SixteenDigits const words = DecimalDigits::SplitSixteenDigits(value % tenTo16);
+    store(16, words.first);
+    store(8, words.last);
+    if (value < tenTo16) {
+        digits = End() - 16 + DecimalDigits::CountLeadingZeros(words.first);
+        return;
+    }
+    auto const top = static_cast<std::uint32_t>(value / tenTo16);
+    std::uint64_t const word = DecimalDigits::EightDigits(top);
+    store(24, word);
+    digits = End() - 24 + DecimalDigits::CountLeadingZeros(word);
 }
 
 Numeral::operator unsigned char const*() const {

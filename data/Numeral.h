@@ -1,7 +1,10 @@
 // An integer rendered in any base, inside the object.
 #pragma once
 
+#include <cstring>
+
 #include "data/ConstData.h"
+#include "data/DecimalDigits.h"
 
 // Built, padded and converted within one expression or block. It points into itself, so it is used
 // in place and not copied; what a conversion yields lives as long as the object. Nothing here
@@ -14,15 +17,27 @@ public:
     // REQUIRES: `base` is 2 to 36. It is not tested.
     Numeral(signed char value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
     Numeral(short value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
-    Numeral(int value, unsigned int base);
-    Numeral(long long value, unsigned int base);
+    Numeral(int value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
+        unsigned int const bits = static_cast<unsigned int>(value);
+        Render(signWanted ? 0 - bits : bits, base);
+    }
+    Numeral(long long value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
+        unsigned long long const bits = static_cast<unsigned long long>(value);
+        Render(signWanted ? 0 - bits : bits, base);
+    }
     Numeral(unsigned char value, unsigned int base)
         : Numeral(static_cast<unsigned int>(value), base) {}
     Numeral(unsigned short value, unsigned int base)
         : Numeral(static_cast<unsigned int>(value), base) {}
-    Numeral(unsigned int value, unsigned int base);
-    Numeral(unsigned long value, unsigned int base);
-    Numeral(unsigned long long value, unsigned int base);
+    Numeral(unsigned int value, unsigned int base) : sign(Sign(value)), signWanted(false) {
+        Render(value, base);
+    }
+    Numeral(unsigned long value, unsigned int base) : sign(Sign(value)), signWanted(false) {
+        Render(static_cast<unsigned long long>(value), base);
+    }
+    Numeral(unsigned long long value, unsigned int base) : sign(Sign(value)), signWanted(false) {
+        Render(value, base);
+    }
 
     Numeral(Numeral const&) = delete;
     Numeral& operator=(Numeral const&) = delete;
@@ -50,7 +65,7 @@ public:
 
     // The text, with the sign if it is wanted. Neither conversion moves `digits`, so they can be
     // repeated, also on a constant object, and padding may follow.
-    operator ConstData() const;
+    operator ConstData() const { return ConstData(PutSign(), End()); }
 
     // The same text behind a byte with its length, the sign included (a Pascal string).
     operator unsigned char const*() const;
@@ -58,8 +73,38 @@ public:
 private:
     static constexpr unsigned int bufferSize = 66; // 64 binary digits, a sign and a length byte.
 
-    char const* End() const { return buffer + bufferSize; }
-    char* PutSign() const;
+    char* End() const { return buffer + bufferSize; }
+
+    // Yields the start of the text: the sign in front of the digits, if it is wanted.
+    char* PutSign() const {
+        if (!signWanted)
+            return digits;
+        digits[-1] = sign;
+        return digits - 1;
+    }
+
+    // The digits of a new object. The shortest of decimal numerals cost less than a call.
+    void Render(unsigned int value, unsigned int base) {
+        if (base == 10)
+            RenderDecimal(value);
+        else
+            MakeDigits(value, base);
+    }
+    void Render(unsigned long long value, unsigned int base) {
+        if (base == 10)
+            RenderDecimal(value);
+        else
+            MakeDigits64(value, base);
+    }
+    void RenderDecimal(unsigned long long value) {
+        if (value >= 10000)
+            return RenderLongDecimal(value);
+        auto const narrow = static_cast<unsigned int>(value);
+        std::memcpy(End() - 4, &DecimalDigits::pairs[narrow / 100 * 2], 2);
+        std::memcpy(End() - 2, &DecimalDigits::pairs[narrow % 100 * 2], 2);
+        digits = End() - 1 - (narrow >= 10) - (narrow >= 100) - (narrow >= 1000);
+    }
+    void RenderLongDecimal(unsigned long long value);
 
     char* digits = buffer + bufferSize; // The first digit; the last one ends the buffer.
     char sign;

@@ -32,4 +32,41 @@ TEST(DecimalDigitsTest, EightDigitsAreThoseOfTheValue) {
     EXPECT_EQ(0u, mismatches);
 }
 
+// The words of the vector form are made alike and apart, too.
+TEST(DecimalDigitsTest, SixteenDigitsAreTwiceEightDigits) {
+    unsigned mismatches = 0;
+    auto const check = [&](std::uint32_t first, std::uint32_t last) {
+        DecimalDigits::SixteenDigits const digits =
+            DecimalDigits::SplitSixteenDigits(first * 100000000ull + last);
+        mismatches += digits.first != DecimalDigits::EightDigits(first);
+        mismatches += digits.last != DecimalDigits::EightDigits(last);
+    };
+    for (std::uint32_t four = 0; four < 10000; ++four)
+        for (std::uint32_t other : {0u, 1u, 4567u, 9999u})
+            for (std::uint32_t eight : {four * 10000 + other, other * 10000 + four}) {
+                check(eight, 0);
+                check(eight, 99999999);
+                check(0, eight);
+                check(99999999, eight);
+            }
+    EXPECT_EQ(0u, mismatches);
+}
+
+TEST(DecimalDigitsTest, LeadingZerosAreCounted) {
+    std::uint32_t value = 1;
+    for (unsigned leading = 7;; --leading, value *= 10) {
+        EXPECT_EQ(leading, DecimalDigits::CountLeadingZeros(DecimalDigits::EightDigits(value)));
+        if (leading == 0)
+            break;
+    }
+}
+
+TEST(DecimalDigitsTest, UpToFourDigitsHaveNoLeadingZeros) {
+    for (std::uint32_t value = 0; value < 10000; ++value) {
+        unsigned char text[4];
+        unsigned const count = DecimalDigits::PutUpToFour(text, value);
+        ASSERT_EQ(std::to_string(value), std::string(text, text + count));
+    }
+}
+
 } // namespace
