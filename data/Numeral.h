@@ -14,7 +14,8 @@
 // look of two's complement: Numeral(-1, 16) reads "-1". A positive value shows no sign.
 class Numeral {
 public:
-    // REQUIRES: `base` is 2 to 36. It is not tested.
+    // REQUIRES: `base` is 2 to 36. It is not tested. (There is no form for `long`: a cast to
+    // `long long` tells what is meant.)
     Numeral(signed char value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
     Numeral(short value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
     Numeral(int value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
