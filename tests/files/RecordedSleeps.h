@@ -17,6 +17,10 @@ public:
     // In order, as "sleep 1" and "usleep 500000".
     std::vector<std::string> const& Calls() const { return calls; }
     unsigned long long TotalMicroseconds() const { return total; }
+    void Clear() {
+        calls.clear();
+        total = 0;
+    }
 
     void Add(char const* function, unsigned int amount, unsigned long long microseconds);
 
