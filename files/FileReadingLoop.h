@@ -22,7 +22,8 @@ class FileReadingLoopEndOfFileError : public DebuggableException {};
 //
 // Deliberate: a file of unknown length has the all-ones value for its length, so that the forms
 // without `stop` deliver all of it and then throw. The same happens where `start` is above `stop`,
-// since the difference wraps around.
+// since the difference wraps around. And only the length tells the end: a file that claims more bytes
+// than it gives, as those of /sys do, gives empty chunks for ever.
 //
 // Error handling: besides, what FileReader throws.
 class FileReadingLoop {
