@@ -38,13 +38,9 @@ inline std::string Response(std::string const& content) {
            content + "</VeskaClientComplianceResponse>";
 }
 
-inline std::string OpenAnswer() {
-    return Response("\t<ResponseType>Open</ResponseType>\r\n");
-}
+inline std::string OpenAnswer() { return Response("\t<ResponseType>Open</ResponseType>\r\n"); }
 
-inline std::string CloseAnswer() {
-    return Response("\t<ResponseType>Close</ResponseType>\r\n");
-}
+inline std::string CloseAnswer() { return Response("\t<ResponseType>Close</ResponseType>\r\n"); }
 
 // Numbers as texts, since an agent may write anything. The rows stand at the end.
 inline std::string ProgressAnswer(std::string const& state, std::string const& error = "0",

@@ -23,7 +23,7 @@ inline int OpenLockFile(std::string const& path = ScriptedAgent::lockFile) {
 // The lock that keeps a writer off the whole file; its type is F_UNLCK if there is none.
 inline struct flock AskWhoLocks(std::string const& path = ScriptedAgent::lockFile) {
     int const file = OpenLockFile(path);
-    struct flock lock{};
+    struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
     int const result = fcntl(file, F_GETLK, &lock);
@@ -52,7 +52,7 @@ class ForeignLock {
 public:
     explicit ForeignLock(short type = F_WRLCK, off_t start = 0, off_t length = 0)
         : holder([=](Handshake& line) {
-              struct flock lock{};
+              struct flock lock {};
               lock.l_type = type;
               lock.l_whence = SEEK_SET;
               lock.l_start = start;
