@@ -12,12 +12,6 @@ constexpr std::uint64_t tenTo16 = 10000000000000000;
 
 void Store(unsigned char* to, std::uint64_t word) { std::memcpy(to, &word, sizeof(word)); }
 
-void StoreSixteenDigits(unsigned char* to, std::uint64_t value) {
-    SixteenDigits const digits = SplitSixteenDigits(value);
-    Store(to, digits.first | zeros);
-    Store(to + 8, digits.last | zeros);
-}
-
 // Writes a word of eight digits without its leading zeros, and yields how many are left. Eight bytes
 // are written, whatever the number. REQUIRES: not all are zero.
 unsigned PutWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
@@ -42,13 +36,13 @@ inline unsigned PutDecimal(unsigned char* to, std::uint64_t value) {
         Store(to + count, EightDigits(narrow % tenTo8) | zeros);
         return count + 8;
     } else if (value < tenTo16) {
-        SixteenDigits const digits = SplitSixteenDigits(value);
-        unsigned const count = PutWithoutLeadingZeros(to, digits.first);
-        Store(to + count, digits.last | zeros);
+        SixteenDigits const digits(value);
+        unsigned const count = PutWithoutLeadingZeros(to, digits.First());
+        digits.PutLast(to + count);
         return count + 8;
     } else {
         unsigned const count = PutUpToFour(to, static_cast<std::uint32_t>(value / tenTo16));
-        StoreSixteenDigits(to + count, value % tenTo16);
+        SixteenDigits(value % tenTo16).Put(to + count);
         return count + 16;
     }
 }
@@ -56,8 +50,8 @@ inline unsigned PutDecimal(unsigned char* to, std::uint64_t value) {
 // All the digits that a value can have, with leading zeros: enough for every padding that fits.
 struct AllDecimalDigits {
     explicit AllDecimalDigits(std::uint64_t value) {
-        StoreSixteenDigits(text, value / tenTo16);
-        StoreSixteenDigits(text + 16, value % tenTo16);
+        SixteenDigits(value / tenTo16).Put(text);
+        SixteenDigits(value % tenTo16).Put(text + 16);
     }
 
     unsigned Count() const {

@@ -81,11 +81,10 @@ void Numeral::RenderLongDecimal(unsigned long long value) {
         digits = End() - 8 + DecimalDigits::CountLeadingZeros(word);
         return;
     }
-    DecimalDigits::SixteenDigits const words = DecimalDigits::SplitSixteenDigits(value % tenTo16);
-    store(16, words.first);
-    store(8, words.last);
+    DecimalDigits::SixteenDigits const sixteen(value % tenTo16);
+    sixteen.Put(End() - 16);
     if (value < tenTo16) {
-        digits = End() - 16 + DecimalDigits::CountLeadingZeros(words.first);
+        digits = End() - 16 + DecimalDigits::CountLeadingZeros(sixteen.First());
         return;
     }
     auto const top = static_cast<std::uint32_t>(value / tenTo16);

@@ -36,10 +36,15 @@ TEST(DecimalDigitsTest, EightDigitsAreThoseOfTheValue) {
 TEST(DecimalDigitsTest, SixteenDigitsAreTwiceEightDigits) {
     unsigned mismatches = 0;
     auto const check = [&](std::uint32_t first, std::uint32_t last) {
-        DecimalDigits::SixteenDigits const digits =
-            DecimalDigits::SplitSixteenDigits(first * 100000000ull + last);
-        mismatches += digits.first != DecimalDigits::EightDigits(first);
-        mismatches += digits.last != DecimalDigits::EightDigits(last);
+        DecimalDigits::SixteenDigits const digits(first * 100000000ull + last);
+        std::uint64_t const expected[2] = {DecimalDigits::EightDigits(first) | DecimalDigits::zeros,
+                                           DecimalDigits::EightDigits(last) | DecimalDigits::zeros};
+        std::uint64_t text[2];
+        std::uint64_t end;
+        digits.Put(text);
+        digits.PutLast(&end);
+        mismatches += digits.First() != DecimalDigits::EightDigits(first);
+        mismatches += text[0] != expected[0] || text[1] != expected[1] || end != expected[1];
     };
     for (std::uint32_t four = 0; four < 10000; ++four)
         for (std::uint32_t other : {0u, 1u, 4567u, 9999u})
