@@ -94,10 +94,9 @@ void StringPL::SetStringLength(unsigned int length) {
 }
 
 void StringPL::MakeEmpty() {
-    if (!IsShared()) {
-        SetStringLength(0);
+    SetStringLength(0);
+    if (!IsShared())
         characters[0] = '\0';
-    }
 }
 
 char StringPL::GetAt(int index) const {
@@ -202,9 +201,13 @@ void StringPL::ReplaceNoCase(char const* search, char const* replacement) {
     StringPL const inserted(replacement);
     if (wanted.IsEmpty())
         return;
+    // The lengths are added without a sign, so that no sum overflows.
+    auto const behind = [](int match, StringPL const& text) {
+        return static_cast<int>(static_cast<std::uint32_t>(match) + text.Length());
+    };
     for (int match = FindNoCase(wanted, 0); match != -1;
-         match = FindNoCase(wanted, match + inserted.GetLength()))
-        *this = Left(match) + inserted + Mid(match + wanted.GetLength());
+         match = FindNoCase(wanted, behind(match, inserted)))
+        *this = Left(match) + inserted + Mid(behind(match, wanted));
 }
 
 int StringPL::Find(char const* pattern, int start) const {

@@ -45,7 +45,11 @@ public:
     // The length is copied as it is, the characters up to their first NUL, with NULs behind it.
     StringPL(StringPL const& source) : characters(NewText(source.characters, source.Length())) {}
 
-    // Takes the block, capacity and all, and leaves the source empty.
+    // Takes the block over, capacity and all, and leaves the source empty. It is here so that a
+    // vector which grows moves its strings and copies no text.
+    //
+    // Deliberate: only construction moves. Assignment copies whatever its source, so that the
+    // capacity behind it is exact.
     StringPL(StringPL&& source) noexcept : characters(source.characters) {
         source.characters = EmptyText();
     }

@@ -3,6 +3,7 @@
 
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -72,6 +73,14 @@ TEST(StringPLAllocationTest, OtherStringsAllocateOnce) {
     EXPECT_EQ(1u, AllocationsOf([&] { target.Replace("text", "word"); }));
 }
 
+TEST(StringPLAllocationTest, AGrowingVectorCopiesNoText) {
+    std::vector<StringPL> strings;
+    strings.emplace_back(longText);
+    char const* const block = strings.front().AsChar();
+    EXPECT_EQ(1u, AllocationsOf([&] { strings.reserve(100); }));
+    EXPECT_EQ(block, strings.front().AsChar());
+}
+
 TEST(StringPLAllocationTest, ACapacityOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
     StringPL string("abc");
     EXPECT_EQ(0u, AllocationsOf([&] {
@@ -81,6 +90,13 @@ TEST(StringPLAllocationTest, ACapacityOverTheLimitIsRefusedBeforeAnythingIsAlloc
                   EXPECT_THROW(string.Append("x", 0x80000000), StringPLOutOfBoundsException);
               }));
     EXPECT_STREQ("abc", string);
+}
+
+TEST(StringPLAllocationTest, TheHighestCapacityIsAskedFor) {
+    // 4,294,967,287 bytes are not refused; here it is the memory that gives out.
+    FailingAllocation const failing(1);
+    EXPECT_THROW(StringPL("x", 0xFFFFFFF6), std::bad_alloc);
+    EXPECT_TRUE(failing.HasFailed());
 }
 
 TEST(StringPLAllocationTest, ReadingAllocatesNothing) {

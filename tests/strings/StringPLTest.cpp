@@ -2,6 +2,7 @@
 
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,7 @@
 namespace {
 
 static_assert(!std::is_polymorphic_v<StringPL>);
+static_assert(std::is_nothrow_move_constructible_v<StringPL>, "a growing vector moves it");
 static_assert(std::is_base_of_v<std::exception, StringPLOutOfBoundsException>);
 static_assert(!std::is_base_of_v<DebuggableException, StringPLOutOfBoundsException>);
 static_assert(sizeof(StringPLOutOfBoundsException) == sizeof(std::exception));
@@ -106,6 +108,34 @@ TEST(StringPLTest, CopyTakesItsLengthNotItsCapacity) {
     StringPL const copy(source);
     ExpectText("abcd", 5, copy);
     EXPECT_NE(source.AsChar(), copy.AsChar());
+}
+
+TEST(StringPLTest, AMovedStringKeepsItsBlockAndLeavesAnEmptyOne) {
+    StringPL source("abc");
+    source += "d";
+    char const* const block = source.AsChar();
+    StringPL target(std::move(source));
+    EXPECT_EQ(block, target.AsChar());
+    ExpectText("abcd", 8, target);
+    ExpectText("", 1, source);
+    EXPECT_EQ(StringPL().AsChar(), source.AsChar());
+    source += "x";
+    ExpectText("x", 2, source);
+    ExpectText("abcd", 8, target);
+    StringPL empty;
+    ExpectText("", 1, StringPL(std::move(empty)));
+}
+
+// Deliberate: the capacity of an assigned string is exact, wherever the text comes from.
+TEST(StringPLTest, AssignmentCopiesAlsoFromAStringThatIsAboutToGo) {
+    StringPL source("abc");
+    source += "d";
+    StringPL target("old");
+    target = std::move(source);
+    ExpectText("abcd", 5, target);
+    ExpectText("abcd", 8, source);
+    target = StringPL("abc") + "d";
+    ExpectText("abcd", 5, target);
 }
 
 TEST(StringPLTest, CapacityOverTheLimitIsRefused) {
@@ -210,6 +240,16 @@ TEST(StringPLTest, SetStringLengthChangesNothingButTheNumber) {
 TEST(StringPLTest, SetStringLengthOfAnEmptyStringToNothingIsHarmless) {
     StringPL string;
     string.SetStringLength(0);
+    ExpectText("", 1, StringPL());
+}
+
+TEST(StringPLTest, MakeEmptySetsRightALengthThatWasOverwritten) {
+    // All empty strings are one block, so each of them shows the number until it is set right.
+    StringPL string;
+    string.SetStringLength(3);
+    EXPECT_EQ(3, string.GetLength());
+    string.MakeEmpty();
+    ExpectText("", 1, string);
     ExpectText("", 1, StringPL());
 }
 
