@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/strings/OtherLocale.h"
+#include "tests/strings/Relations.h"
 
 namespace {
 
@@ -283,26 +284,7 @@ TEST(StringPLSearchingTest, HighBytesSortAboveLetters) {
 }
 
 TEST(StringPLSearchingTest, TheEighteenRelationsAgreeWithTheBytes) {
-    std::vector<std::string> const texts{"", "a", "A", "ab", "b", "\xE4"};
-    for (std::string const& left : texts) {
-        for (std::string const& right : texts) {
-            StringPL const l(left.c_str()), r(right.c_str());
-            char const* const lText = left.c_str();
-            char const* const rText = right.c_str();
-            EXPECT_TRUE((l == r) == (left == right) && (l == rText) == (left == right) &&
-                        (lText == r) == (left == right));
-            EXPECT_TRUE((l != r) == (left != right) && (l != rText) == (left != right) &&
-                        (lText != r) == (left != right));
-            EXPECT_TRUE((l < r) == (left < right) && (l < rText) == (left < right) &&
-                        (lText < r) == (left < right));
-            EXPECT_TRUE((l <= r) == (left <= right) && (l <= rText) == (left <= right) &&
-                        (lText <= r) == (left <= right));
-            EXPECT_TRUE((l > r) == (left > right) && (l > rText) == (left > right) &&
-                        (lText > r) == (left > right));
-            EXPECT_TRUE((l >= r) == (left >= right) && (l >= rText) == (left >= right) &&
-                        (lText >= r) == (left >= right));
-        }
-    }
+    ExpectRelationsOfBytes<StringPL>();
 }
 
 TEST(StringPLSearchingTest, RelationsSeeNothingBehindTheFirstNul) {

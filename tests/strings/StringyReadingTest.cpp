@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/strings/Relations.h"
+
 namespace {
 
 std::string Bytes(Stringy const& string) {
@@ -144,26 +146,7 @@ TEST(StringyReadingTest, NullEqualsNothingIgnoringCase) {
 }
 
 TEST(StringyReadingTest, TheEighteenRelationsAgreeWithTheBytes) {
-    std::vector<std::string> const texts{"", "a", "A", "ab", "b", "\xE4"};
-    for (std::string const& left : texts) {
-        for (std::string const& right : texts) {
-            Stringy const l(left.c_str()), r(right.c_str());
-            char const* const lText = left.c_str();
-            char const* const rText = right.c_str();
-            EXPECT_TRUE((l == r) == (left == right) && (l == rText) == (left == right) &&
-                        (lText == r) == (left == right));
-            EXPECT_TRUE((l != r) == (left != right) && (l != rText) == (left != right) &&
-                        (lText != r) == (left != right));
-            EXPECT_TRUE((l < r) == (left < right) && (l < rText) == (left < right) &&
-                        (lText < r) == (left < right));
-            EXPECT_TRUE((l <= r) == (left <= right) && (l <= rText) == (left <= right) &&
-                        (lText <= r) == (left <= right));
-            EXPECT_TRUE((l > r) == (left > right) && (l > rText) == (left > right) &&
-                        (lText > r) == (left > right));
-            EXPECT_TRUE((l >= r) == (left >= right) && (l >= rText) == (left >= right) &&
-                        (lText >= r) == (left >= right));
-        }
-    }
+    ExpectRelationsOfBytes<Stringy>();
 }
 
 TEST(StringyReadingTest, RelationsTakeANullPointerAsAnEmptyString) {
