@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/strings/OtherLocale.h"
+
 namespace {
 
 static_assert(!std::is_polymorphic_v<Stringy>);
@@ -342,6 +344,21 @@ TEST(StringyTest, CaseIsThatOfTheCLibraryForEveryByte) {
     null.MakeLower();
     null.MakeUpper();
     EXPECT_TRUE(IsNull(null));
+}
+
+TEST(StringyTest, CaseFollowsTheLocale) {
+    OtherLocale const german("de_DE", "ISO-8859-1");
+    if (german.WhyNot() != nullptr)
+        GTEST_SKIP() << german.WhyNot();
+    Stringy string("\xC4pfel");
+    string.MakeLower();
+    EXPECT_STREQ("\xE4pfel", string);
+    string.MakeUpper();
+    EXPECT_STREQ("\xC4PFEL", string);
+    // Prefixes and comparisons know ASCII alone, whatever the locale.
+    EXPECT_FALSE(string.StartsWithIgnoringCase("\xE4pfel"));
+    EXPECT_FALSE(string.EqualIgnoringCase(Stringy("\xE4pfel")));
+    EXPECT_EQ(0xC4 - 0xE4, string.CompareNoCase(Stringy("\xE4pfel")));
 }
 
 TEST(StringyTest, ReplaceCountsWhatItReplaces) {
