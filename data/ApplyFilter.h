@@ -1,4 +1,4 @@
-// What a filter makes of a range.
+// What a filter makes of a range, with all that it holds back at the end.
 #pragma once
 
 #include <string>

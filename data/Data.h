@@ -11,6 +11,8 @@ class Data : public ArrayOf<unsigned char> {
 public:
     using ArrayOf<unsigned char>::ArrayOf;
 
+    // The pointers to `char` are here for the texts of the language. An array is taken whole, with
+    // the NUL of a text in it.
     Data(char* first, char* last) : ArrayOf(Bytes(first), Bytes(last)) {}
     template <std::integral Count>
     Data(char* first, Count length) : ArrayOf(Bytes(first), length) {}

@@ -11,6 +11,7 @@ class DataFilter;
 // REQUIRES: bound before Start.
 class DataFilterer : private DataReceiver {
 public:
+    // Binds the stage: what it receives goes through `dataFilter` to `receiver`.
     DataReceiver& operator()(DataReceiver& receiver, DataFilter& dataFilter);
 
 private:

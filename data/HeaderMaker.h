@@ -30,6 +30,7 @@ public:
     HeaderMaker();
     explicit HeaderMaker(MessageReceiver& messageReceiver);
 
+    // Binds the stage, as the constructor does.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;

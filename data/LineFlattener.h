@@ -15,13 +15,14 @@
 // REQUIRES: bound before each Start, since ReceiveEnd drops the target.
 class LineFlattener : private LineReceiver {
 public:
+    // Breaks to choose from, there from before main to the end of the process.
     static ConstData const cr;
     static ConstData const lf;
     static ConstData const crlf;
     static ConstData const space;
     static ConstData const nothing;
 
-    // The bytes of `newLineBreak` must live as long as the stream.
+    // Binds the stage. The bytes of `newLineBreak` must live as long as the stream.
     LineReceiver& operator()(ConstData newLineBreak, DataReceiver& receiver);
 
 private:

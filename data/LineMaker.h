@@ -19,6 +19,7 @@ public:
     LineMaker() = default;
     explicit LineMaker(LineReceiver& receiver) : target(&receiver) {}
 
+    // Binds the stage, as the constructor does.
     DataReceiver& operator()(LineReceiver& receiver);
 
     using DataReceiver::Receive;

@@ -20,6 +20,7 @@ public:
     MessageMaker() = default;
     explicit MessageMaker(MessageReceiver& messageReceiver) : receiver(&messageReceiver) {}
 
+    // Binds the stage, as the constructor does.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;

@@ -11,6 +11,7 @@
 // REQUIRES: bound to a string before Start.
 class StringReceiver : private DataReceiver {
 public:
+    // Binds the stage to the string that it is to fill.
     DataReceiver& operator()(std::string& string);
 
 private:
