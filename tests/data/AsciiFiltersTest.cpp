@@ -7,7 +7,10 @@
 #include "data/ApplyFilter.h"
 #include "data/Ascii.h"
 #include "data/Buffer.h"
+#include "data/DataFilterer.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/Cuttings.h"
+#include "tests/support/RecordingReceivers.h"
 
 namespace {
 
@@ -17,6 +20,22 @@ TEST(AsciiFiltersTest, FiltersMapAsTheTablesSay) {
     std::string const all = EveryByte() + EveryByte() + EveryByte() + EveryByte() + EveryByte();
     EXPECT_EQ(Ascii::RaiseCase(ConstData(all)), ApplyFilter(all, Ascii::RaiseCase()));
     EXPECT_EQ(Ascii::LowerCase(ConstData(all)), ApplyFilter(all, Ascii::LowerCase()));
+}
+
+TEST(AsciiFiltersTest, AnyCuttingGivesTheSameBytes) {
+    ForEachCutting("aBc\xE9\0[zZ{@"_bytes, [](Cutting const& cutting) {
+        for (bool const raises : {true, false}) {
+            DataFilter& filter = raises ? static_cast<DataFilter&>(Ascii::RaiseCase())
+                                        : static_cast<DataFilter&>(Ascii::LowerCase());
+            RecordingDataReceiver receiver;
+            DataFilterer filterer;
+            DataReceiver& stage = filterer(receiver, filter);
+            stage.Start();
+            cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
+            stage.ReceiveEnd();
+            EXPECT_EQ(raises ? Bytes("ABC\xE9\0[ZZ{@") : Bytes("abc\xE9\0[zz{@"), receiver.Text());
+        }
+    });
 }
 
 TEST(AsciiFiltersTest, FiltersStopAtAFullTarget) {

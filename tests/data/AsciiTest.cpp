@@ -66,6 +66,22 @@ TEST(AsciiTest, EachSetHoldsItsMembersAndNoOthers) {
     }
 }
 
+TEST(AsciiTest, VerticalTabAndFormFeedAreNoWhiteSpace) {
+    EXPECT_FALSE(Ascii::WhiteSpace()->Contains(0x0B));
+    EXPECT_FALSE(Ascii::WhiteSpace()->Contains(0x0C));
+}
+
+TEST(AsciiTest, SpaceIsPlainTextButNotPrintable) {
+    EXPECT_TRUE(Ascii::PlainText()->Contains(' '));
+    EXPECT_FALSE(Ascii::Printable()->Contains(' '));
+}
+
+TEST(AsciiTest, UnderscoreIsPunctuationAndAlphanumericByTheSetThatSaysSo) {
+    EXPECT_TRUE(Ascii::Punctuation()->Contains('_'));
+    EXPECT_FALSE(Ascii::Alphanumeric()->Contains('_'));
+    EXPECT_TRUE(Ascii::Alphanumeric_()->Contains('_'));
+}
+
 TEST(AsciiTest, SetIsTheSameObjectAtEachCall) {
     std::vector<SetCase> const first = AllSets();
     std::vector<SetCase> const second = AllSets();

@@ -70,20 +70,20 @@ class Mismatches {
 public:
     template <typename A, typename B>
     void Check(char const* predicate, A a, B b, bool answer, bool expected) {
-        ++iChecks;
+        ++checks;
         if (answer == expected)
             return;
-        if (++iMismatches <= 5)
-            iText += std::string(predicate) + "(" + std::to_string(a) + ", " + std::to_string(b) +
-                     ") in " + std::to_string(sizeof(A) * 8) + " bits; ";
+        if (++mismatches <= 5)
+            text += std::string(predicate) + "(" + std::to_string(a) + ", " + std::to_string(b) +
+                    ") in " + std::to_string(sizeof(A) * 8) + " bits; ";
     }
-    std::string const& Text() const { return iText; }
-    long Checks() const { return iChecks; }
+    std::string const& Text() const { return text; }
+    long Checks() const { return checks; }
 
 private:
-    std::string iText;
-    long iMismatches = 0;
-    long iChecks = 0;
+    std::string text;
+    long mismatches = 0;
+    long checks = 0;
 };
 
 template <typename U>
@@ -257,7 +257,11 @@ concept HasCanAdd = requires(A a, B b) {
     CanAdd(a, b);
 };
 
-TEST(CheckedArithmeticTest, MixedWidthsDoNotCompile) {
+TEST(CheckedArithmeticTest, OtherTypesAndMixedWidthsDoNotCompile) {
+    EXPECT_FALSE((HasCanAdd<char, char>));
+    EXPECT_FALSE((HasCanAdd<bool, bool>));
+    EXPECT_FALSE((HasCanAdd<long, long>));
+    EXPECT_FALSE((HasCanAdd<unsigned long, unsigned long>));
     EXPECT_FALSE((HasCanAdd<unsigned int, unsigned long long>));
     EXPECT_FALSE((HasCanAdd<int, long long>));
     EXPECT_TRUE((HasCanAdd<short, short>));

@@ -1,5 +1,9 @@
 #include "data/ConstDataRopeReference.h"
 
+#include <sys/mman.h>
+
+#include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -25,6 +29,15 @@ TEST(ConstDataRopeReferenceTest, TotalLengthIsTheSumOfThePieces) {
     EXPECT_EQ(11u, TotalLength(ConstDataRopeReference(words)));
     EXPECT_EQ(0u, TotalLength(ConstDataRopeReference()));
     EXPECT_EQ(0u, TotalLength(ConstDataRopeReference(words, 0)));
+}
+
+TEST(ConstDataRopeReferenceTest, TotalLengthHas64Bits) {
+    std::size_t const size = std::size_t{3} << 30;
+    void* const memory = mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, memory);
+    ConstData const huge(static_cast<char const*>(memory), size);
+    EXPECT_EQ(std::uint64_t{6} << 30, TotalLength(ConstDataRope{huge, huge}));
+    munmap(memory, size);
 }
 
 TEST(ConstDataRopeReferenceTest, NoPiecesMakeTheEmptyString) {

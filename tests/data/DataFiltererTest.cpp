@@ -147,16 +147,49 @@ TEST(DataFiltererTest, FlushesUntilTheFilterIsFlushed) {
               receiver.Calls());
 }
 
+// At the end, gives nothing at first, then as many bytes as there is room.
+class SlowToFlushFilter : public DataFilter {
+public:
+    using DataFilter::operator();
+
+    bool Flushed() const override { return flushes == 2; }
+
+    void Flush(Buffer& target) override {
+        if (++flushes == 1)
+            return;
+        std::fill(target.position, target.end, static_cast<unsigned char>('f'));
+        target.position = target.end;
+    }
+
+private:
+    int flushes = 0;
+};
+
+TEST(DataFiltererTest, FlushHasRoomFor1024BytesAndMayGiveNone) {
+    RecordingDataReceiver receiver;
+    DataFilterer filterer;
+    SlowToFlushFilter filter;
+    DataReceiver& stage = filterer(receiver, filter);
+    stage.Start();
+    stage.ReceiveEnd();
+    EXPECT_EQ(Calls({"Start", "Receive ", "Receive " + std::string(1024, 'f'), "ReceiveEnd"}),
+              receiver.Calls());
+}
+
 TEST(DataFiltererTest, AnyCuttingGivesTheSameBytes) {
     ForEachCutting("abcdefg\0hijk\xFF"_bytes, [](Cutting const& cutting) {
-        RecordingDataReceiver receiver;
-        DataFilterer filterer;
-        SwappingFilter filter;
-        DataReceiver& stage = filterer(receiver, filter);
-        stage.Start();
-        cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
-        stage.ReceiveEnd();
-        EXPECT_EQ(Bytes("badcfe\0gihkj\xFF"), receiver.Text());
+        auto const filtered = [&](DataFilter& filter) {
+            RecordingDataReceiver receiver;
+            DataFilterer filterer;
+            DataReceiver& stage = filterer(receiver, filter);
+            stage.Start();
+            cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
+            stage.ReceiveEnd();
+            return receiver.Text();
+        };
+        SwappingFilter swapping;
+        EXPECT_EQ(Bytes("badcfe\0gihkj\xFF"), filtered(swapping));
+        EXPECT_EQ(Bytes("abcdefg\0hijk\xFF"), filtered(DataFilter::copy));
     });
 }
 

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "data/EmptyDataReader.h"
+#include "data/ReadReader.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/ChunkReader.h"
 
@@ -49,6 +50,35 @@ TEST(DataReaderTest, MissingBytesThrowWithTheOthersInPlace) {
     bytes[10] = '.';
     EXPECT_THROW(reader >> Data(bytes), NoMoreData);
     EXPECT_EQ(ConstData("0123456789."), ConstData(bytes));
+}
+
+// Says in its own words when it is at its end.
+class OwnUnfinishedReader : public DataReader {
+public:
+    using DataReader::operator>>;
+
+    bool Finished() const override {
+        ADD_FAILURE() << "Unfinished was overridden, and is the one to ask";
+        return true;
+    }
+    bool Unfinished() const override { return left != 0; }
+    DataReader& operator>>(Buffer& target) override {
+        *target.position++ = 'x';
+        --left;
+        return *this;
+    }
+
+private:
+    int left = 3;
+};
+
+TEST(DataReaderTest, RangeIsFilledWhileTheReaderIsUnfinished) {
+    OwnUnfinishedReader reader;
+    unsigned char bytes[4];
+    EXPECT_THROW(reader >> Data(bytes), NoMoreData);
+    EXPECT_EQ(ConstData("xxx"), ConstData(bytes, 3));
+    OwnUnfinishedReader other;
+    EXPECT_EQ("xxx", ReadReader(other));
 }
 
 TEST(DataReaderTest, EmptyRangeReadsNothing) {

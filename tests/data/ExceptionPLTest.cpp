@@ -1,5 +1,11 @@
 #include "data/ExceptionPL.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -13,6 +19,7 @@
 
 class TextError : public ExceptionPL {
 public:
+    using ExceptionPL::Construct;
     using ExceptionPL::ExceptionPL;
 };
 
@@ -51,6 +58,64 @@ TEST(ExceptionPLTest, CopiesDropWhatStandsBehindANul) {
     assigned = error;
     EXPECT_STREQ("ab", copy.what());
     EXPECT_STREQ("ab", assigned.what());
+}
+
+TEST(ExceptionPLTest, AllocatesTheTextAndItsNul) {
+    AllocationCounter const counter;
+    ExceptionPL const error("the text");
+    ExceptionPL const ofRange("a\0b"_bytes);
+    EXPECT_EQ(2u, counter.Count());
+    EXPECT_EQ(9u + 4u, counter.Bytes());
+}
+
+// A text of 4 GiB and a little more, in the memory of one small file: it is mapped again and again.
+class HugeText {
+public:
+    explicit HugeText(std::string const& tail)
+        : text(Map(nullptr, length + pageSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1)) {
+        Map(text + length, pageSize, PROT_READ | PROT_WRITE,
+            MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1);
+        int const file = memfd_create("text", 0);
+        std::string const filling(stretch, 'x');
+        EXPECT_EQ(static_cast<ssize_t>(stretch), write(file, filling.data(), stretch));
+        for (std::uint64_t offset = 0; offset < length; offset += stretch)
+            Map(text + offset, stretch, PROT_READ, MAP_SHARED | MAP_FIXED | MAP_POPULATE, file);
+        close(file);
+        std::memcpy(text + length, tail.c_str(), tail.size() + 1);
+    }
+    ~HugeText() { munmap(text, length + pageSize); }
+    HugeText(HugeText const&) = delete;
+    HugeText& operator=(HugeText const&) = delete;
+
+    char const* Text() const { return text; }
+
+private:
+    static constexpr std::uint64_t length = std::uint64_t{1} << 32;
+    static constexpr std::uint64_t stretch = std::uint64_t{1} << 24;
+    static constexpr std::uint64_t pageSize = 4096;
+
+    static char* Map(char* where, std::uint64_t size, int protection, int flags, int file) {
+        void* const result = mmap(where, size, protection, flags, file, 0);
+        if (result == MAP_FAILED)
+            throw std::bad_alloc();
+        return static_cast<char*>(result);
+    }
+
+    char* text;
+};
+
+// Deliberate: so a text of 4 GiB is taken for an empty one, and what is longer begins anew.
+TEST(ExceptionPLTest, TextIsCountedModulo32Bits) {
+    HugeText const huge("ab");
+    EXPECT_STREQ("xx", ExceptionPL(huge.Text()).what());
+}
+
+TEST(ExceptionPLTest, ConstructForgetsTheTextHeldBeforeWithoutReleasingIt) {
+    TextError error("before");
+    std::unique_ptr<char const[]> const before(error.what());
+    error.Construct("behind");
+    EXPECT_STREQ("before", before.get());
+    EXPECT_STREQ("behind", error.what());
 }
 
 TEST(ExceptionPLTest, CopiesShareNothing) {

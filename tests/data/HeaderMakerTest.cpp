@@ -173,6 +173,18 @@ TEST(HeaderMakerTest, MakesNoOtherCallsOnTheReceiver) {
     EXPECT_EQ(Calls({"Start 0"}), receiver.Calls());
 }
 
+TEST(HeaderMakerTest, NewObjectIsAsAfterAStartAtNought) {
+    FieldRecorder receiver;
+    HeaderMaker maker(receiver);
+    maker.Receive(" continues nothing");
+    maker.ReceiveLineBreak({18, 19});
+    maker.Receive("a:1");
+    maker.ReceiveEnd(22);
+    EXPECT_EQ(Calls({"Start 0", "ReceiveHeaderField 19 a", "field Start", "field Receive 1",
+                     "field ReceiveEnd", "ReceiveHeaderFieldEnd 22"}),
+              receiver.Calls());
+}
+
 TEST(HeaderMakerTest, StartForgetsAnOpenField) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);

@@ -6,9 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include "data/ConstDataRopeReference.h"
+#include "data/DataReceiver.h"
+#include "data/LineFlattener.h"
 #include "data/LineMaker.h"
+#include "data/MessageReceiver.h"
+#include "data/StartReceiveAndEnd.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/RecordingReceivers.h"
 
 namespace {
@@ -206,6 +212,31 @@ TEST(MessageMakerTest, StartBeginsTheNextMessageAtAnyOffset) {
                "field Receive b", "field ReceiveEnd", "ReceiveHeaderFieldEnd 103",
                "ReceiveBody 103", "body Start 103", "body ReceiveEnd 103", "ReceiveEnd 103"}),
         receiver.Calls());
+}
+
+TEST(MessageMakerTest, AllocatesNothing) {
+    class Ignorer : public MessageReceiver {
+    public:
+        void Start(unsigned long long) override {}
+        DataReceiver& ReceiveHeaderField(unsigned long long, ConstData) override {
+            return DataReceiver::Ignore();
+        }
+        void ReceiveHeaderFieldEnd(unsigned long long) override {}
+        LineReceiver& ReceiveBody(unsigned long long) override {
+            return flattener(LineFlattener::lf, DataReceiver::Ignore());
+        }
+        void ReceiveEnd(unsigned long long) override {}
+
+    private:
+        LineFlattener flattener;
+    };
+    Ignorer ignorer;
+    std::string const body(5000, 'x');
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  MessageMaker maker(ignorer);
+                  LineMaker lines(maker);
+                  StartReceiveAndEnd(lines, ConstDataRope{"Name: value\n continued\n\n", body});
+              }));
 }
 
 TEST(MessageMakerTest, AnyCuttingOfRandomMessagesAgreesWithTheDefinition) {
