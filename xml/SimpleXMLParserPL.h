@@ -18,11 +18,9 @@
 //
 // What becomes of the input, where it is not as elsewhere. All of it is deliberate:
 // - White space in a tag is the blank alone. Tab, CR and LF there are ordinary bytes, so they
-// become
-//   part of names. In text all white space is kept, and no line end is changed.
+//   become part of names. In text all white space is kept, and no line end is changed.
 // - Text arrives in several calls: one for each stretch between tags, escapes and CDATA sections,
-// and
-//   one for each escape.
+//   and one for each escape.
 // - An end tag is the bytes after its slash up to ">", blanks too. Nothing is matched with a start
 //   tag. "<a/>" is an end tag only; behind a blank or an attribute the slash is part of an
 //   attribute name. Documents for this reader give every element an end tag of its own.
@@ -63,7 +61,7 @@ public:
     void EndElement(std::string const& name) override;
     void Characters(std::string const& text) override;
 
-protected:
+private:
     enum State : unsigned int {
         InCharacterData,   // between tags, and at the start
         InEscape,          // after an ampersand in text
@@ -85,7 +83,6 @@ protected:
     // What the gathered escape stands for. Valid until the next escape.
     std::string const& DecodeEscapeString();
 
-private:
     void ParseRange(char const* from, char const* end);
 
     // Each takes the bytes of one state, from the first one (there is one) to the byte that leaves

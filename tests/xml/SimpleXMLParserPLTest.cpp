@@ -158,6 +158,17 @@ TEST(SimpleXMLParserPLTest, AnEmptySectionFiresNothing) {
     ExpectEventsInAnyCutting("<![CDATA[]]><a>", {"S(1)a"});
 }
 
+TEST(SimpleXMLParserPLTest, ABlockBorderInsideTheEndOfASectionIsNotSeen) {
+    std::string const document = "<![CDATA[x]]><a>";
+    for (std::size_t border = document.find(']'); border <= document.find('<', 1); ++border) {
+        EventLog log;
+        SimpleXMLParserPL parser(log);
+        parser.Parse(document.substr(0, border));
+        parser.Parse(document.substr(border));
+        EXPECT_THAT(log.events, ElementsAre("C(1)x", "S(1)a")) << border;
+    }
+}
+
 TEST(SimpleXMLParserPLTest, MoreBracketsBeforeTheEndOfASectionAreContent) {
     ExpectEventsInAnyCutting("<![CDATA[]]]><", {"C(1)]"});
     ExpectEventsInAnyCutting("<![CDATA[x]]]]><", {"C(3)x]]"});
