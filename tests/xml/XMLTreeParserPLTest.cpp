@@ -246,6 +246,25 @@ TEST(XMLTreeParserPLTest, ADeepDocumentIsReadAndFreedWithoutRecursion) {
         parser.Parse(tags);
 }
 
+// CC_FULL_SIZE=1 asks for a million of them. A search for the pool entry, or a list that grew by
+// one, would show in the time.
+TEST(XMLTreeParserPLTest, ATagWithManyAttributesCostsLittleForEach) {
+    unsigned int const count = std::getenv("CC_FULL_SIZE") != nullptr ? 1'000'000 : 10'000;
+    XMLTreeParserPL parser;
+    AllocationCounter const counter;
+    parser.Parse("<a ", 3);
+    for (unsigned int attribute = 0; attribute < count; ++attribute)
+        parser.Parse("b='c' ", 6);
+    parser.Parse("d='e'>", 6);
+    // All that was asked for on the way, which is at most twice what is held in the end: a pool of
+    // 64 bytes each and a list of 8, at most half of both spare, and 64 in the tree.
+    EXPECT_LE(counter.Bytes(), count * std::size_t{4 * 64 + 4 * 8 + 64});
+    EXPECT_LE(counter.Count(), 60u);
+    ASSERT_NE(parser.GetRootElement(), nullptr);
+    EXPECT_EQ(parser.GetRootElement()->GetAttribute("B"), "c");
+    EXPECT_EQ(parser.GetRootElement()->GetAttribute("D"), "e");
+}
+
 // Bytes asked for, for each of many elements without attributes and text.
 TEST(XMLTreeParserPLTest, AnElementCostsLittleMemory) {
     XMLTreeParserPL parser;
