@@ -5,7 +5,7 @@
 
 #include "data/DecimalDigits.h"
 
-static_assert(sizeof(Numeral) == 80, "a pointer, the sign, its flag and 66 bytes");
+static_assert(sizeof(Numeral) == 80, "a pointer, the sign, its flag, 66 bytes and a NUL");
 
 namespace {
 

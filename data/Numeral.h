@@ -6,6 +6,8 @@
 #include "data/ConstData.h"
 #include "data/DecimalDigits.h"
 
+class USAsciiString;
+
 // Built, padded and converted within one expression or block. It points into itself, so it is used
 // in place and not copied; what a conversion yields lives as long as the object. Nothing here
 // allocates.
@@ -71,6 +73,9 @@ public:
     // The same text behind a byte with its length, the sign included (a Pascal string).
     operator unsigned char const*() const;
 
+    // The same text, marked as terminated by a NUL. Defined in unicode/USAsciiString.cpp.
+    operator USAsciiString() const;
+
 private:
     static constexpr unsigned int bufferSize = 66; // 64 binary digits, a sign and a length byte.
 
@@ -110,5 +115,7 @@ private:
     char* digits = buffer + bufferSize; // The first digit; the last one ends the buffer.
     char sign;
     bool signWanted;
-    mutable char buffer[bufferSize]; // Not cleared: only what stands behind `digits` is read.
+    // Not cleared: only what stands behind `digits` is read. The last byte is for the NUL of a
+    // USAsciiString.
+    mutable char buffer[bufferSize + 1];
 };

@@ -1,0 +1,145 @@
+#include "unicode/AutoUString.h"
+
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Bytes.h"
+#include "tests/support/FailingAllocation.h"
+#include "tests/unicode/Units.h"
+
+namespace {
+
+template <class E>
+constexpr bool hasOneOwner =
+    !std::is_copy_constructible_v<AutoUString<E>> && !std::is_copy_assignable_v<AutoUString<E>> &&
+    std::is_nothrow_move_constructible_v<AutoUString<E>> &&
+    std::is_nothrow_move_assignable_v<AutoUString<E>>;
+static_assert(hasOneOwner<UTF8> && hasOneOwner<UTF16> && hasOneOwner<UTF32> &&
+              hasOneOwner<Local8Bit>);
+
+template <class E>
+void ExpectNull(AutoUString<E> const& text) {
+    EXPECT_EQ(nullptr, text.Begin());
+    EXPECT_EQ(nullptr, text.End());
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_EQ(0u, text.Length());
+    EXPECT_FALSE(static_cast<UStringRef<E>>(text).nullTerminated);
+}
+
+template <class E>
+void CheckMaking() {
+    using Unit = typename E::Unit;
+    Units<E> const units{'a', static_cast<Unit>(0xFFFFFFFF), 0, 'b'};
+    AllocationCounter const counter;
+    AutoUString<E> const text = MakeUString(units.data(), units.data() + 4, E());
+    EXPECT_EQ(1u, counter.Count());
+    EXPECT_EQ(5 * sizeof(Unit), counter.Bytes());
+    EXPECT_EQ(units, UnitsOf(text));
+    EXPECT_EQ(4u, text.Length());
+    EXPECT_EQ(0u, *text.End());
+    EXPECT_NE(units.data(), text.Begin());
+}
+
+TEST(AutoUStringTest, MakeUStringCopiesTheUnitsAndPutsANulBehindThem) {
+    CheckMaking<UTF8>();
+    CheckMaking<UTF16>();
+    CheckMaking<UTF32>();
+}
+
+TEST(AutoUStringTest, TwoUnitsAreFollowedByAThirdOfZero) {
+    unsigned short const units[] = {0x20AC, 0xFFFF, 0xFFFF};
+    AutoUString<UTF16> const text = MakeUString<UTF16>(units, units + 2, UTF16());
+    ASSERT_EQ(2u, text.Length());
+    EXPECT_EQ(0, text.Begin()[2]);
+}
+
+template <class E>
+void CheckEmpty() {
+    typename E::Unit const unit = 'x';
+    AllocationCounter const counter;
+    AutoUString<E> const fromNull = MakeUString<E>(nullptr, nullptr, E());
+    AutoUString<E> const fromEmpty = MakeUString(&unit, &unit, E());
+    EXPECT_EQ(0u, counter.Count());
+    ExpectNull(fromNull);
+    ExpectNull(fromEmpty);
+}
+
+TEST(AutoUStringTest, MakeUStringOfAnEmptyRangeHasNullPointersAndAllocatesNothing) {
+    CheckEmpty<UTF8>();
+    CheckEmpty<UTF16>();
+    CheckEmpty<UTF32>();
+    EXPECT_TRUE((EncodingCast<ConstData, UTF8>(AutoUString<UTF8>()).IsEmpty()));
+}
+
+TEST(AutoUStringTest, DefaultStringHasNullPointers) {
+    ExpectNull(AutoUString<UTF8>());
+    ExpectNull(AutoUString<Local8Bit>());
+}
+
+TEST(AutoUStringTest, SeizeUStringTakesTheBufferAndLeavesTheOwnedEmpty) {
+    OwnedArray<char> buffer = Allocate<char>(3);
+    char* const place = buffer.Pointer();
+    place[0] = 'h';
+    place[1] = 'i';
+    place[2] = '\0';
+    AllocationCounter const counter;
+    AutoUString<Local8Bit> const text = SeizeUString(std::move(buffer), Local8Bit());
+    EXPECT_EQ(0u, counter.Count());
+    EXPECT_EQ(nullptr, buffer.Pointer());
+    EXPECT_EQ(0u, buffer.Disposer().count);
+    EXPECT_EQ(place, text.Begin());
+    EXPECT_EQ(place + 2, text.End());
+    EXPECT_EQ(ConstData("hi"), (EncodingCast<ConstData, Local8Bit>(text)));
+}
+
+TEST(AutoUStringTest, SeizeUStringOfOneUnitIsTheAllocatedFormOfTheEmptyString) {
+    OwnedArray<unsigned int> buffer = Allocate<unsigned int>(1);
+    unsigned int* const place = buffer.Pointer();
+    *place = 0;
+    AutoUString<UTF32> const text = SeizeUString(std::move(buffer), UTF32());
+    EXPECT_EQ(place, text.Begin());
+    EXPECT_EQ(place, text.End());
+    EXPECT_TRUE(text.IsEmpty());
+    EXPECT_EQ(0u, *text.End());
+    EXPECT_TRUE(static_cast<UStringRef<UTF32>>(text).nullTerminated);
+}
+
+TEST(AutoUStringTest, SeizeUStringOfNoUnitsHasNullPointers) {
+    ExpectNull(SeizeUString(OwnedArray<char>(), Local8Bit()));
+    ExpectNull(SeizeUString(Allocate<unsigned int>(0), UTF32()));
+}
+
+TEST(AutoUStringTest, MovingHandsOnTheBuffer) {
+    unsigned char const units[] = {'a', 'b'};
+    AutoUString<UTF8> first = MakeUString(units, units + 2, UTF8());
+    unsigned char const* const place = first.Begin();
+    AutoUString<UTF8> second(std::move(first));
+    ExpectNull(first);
+    EXPECT_EQ(place, second.Begin());
+    EXPECT_EQ(2u, second.Length());
+
+    AutoUString<UTF8> third = MakeUString(units, units + 1, UTF8());
+    third = std::move(second);
+    ExpectNull(second);
+    EXPECT_EQ(place, third.Begin());
+    third = AutoUString<UTF8>();
+    ExpectNull(third);
+}
+
+TEST(AutoUStringTest, ViewIsMarkedAsTerminated) {
+    unsigned short const units[] = {'a'};
+    AutoUString<UTF16> const text = MakeUString(units, units + 1, UTF16());
+    UStringRef<UTF16> const view = text;
+    EXPECT_EQ(text.Begin(), view.begin);
+    EXPECT_EQ(text.End(), view.end);
+    EXPECT_TRUE(view.nullTerminated);
+}
+
+TEST(AutoUStringTest, FailingAllocationPassesThrough) {
+    unsigned char const units[] = {'a'};
+    FailingAllocation const failing(1);
+    EXPECT_THROW(MakeUString(units, units + 1, UTF8()), std::bad_alloc);
+}
+
+} // namespace

@@ -1,0 +1,141 @@
+#include "unicode/Owned.h"
+
+#include <limits>
+#include <new>
+#include <type_traits>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/FailingAllocation.h"
+
+namespace {
+
+// Logs what it releases.
+struct LoggingDisposer {
+    void operator()(int* pointer) const { log->push_back(pointer); }
+
+    std::vector<int*>* log = nullptr;
+};
+
+using OwnedInt = Owned<int*, LoggingDisposer>;
+
+static_assert(!std::is_copy_constructible_v<OwnedInt> && !std::is_copy_assignable_v<OwnedInt>);
+static_assert(std::is_nothrow_move_constructible_v<OwnedInt>);
+static_assert(std::is_nothrow_move_assignable_v<OwnedInt>);
+static_assert(std::is_empty_v<Allocator<char>>);
+static_assert(sizeof(DisposeByAllocator<char>) == 8);
+
+TEST(OwnedTest, DefaultHoldsNothingAndReleasesNothing) {
+    OwnedInt const owned;
+    EXPECT_EQ(nullptr, owned.Pointer());
+    EXPECT_EQ(nullptr, owned.Disposer().log);
+}
+
+TEST(OwnedTest, SeizedPointerIsReleasedOnceByItsDisposer) {
+    std::vector<int*> log;
+    int value = 0;
+    {
+        OwnedInt const owned = Seize(&value, LoggingDisposer{&log});
+        EXPECT_EQ(&value, owned.Pointer());
+        EXPECT_TRUE(log.empty());
+    }
+    EXPECT_EQ(std::vector<int*>{&value}, log);
+}
+
+TEST(OwnedTest, MovingHandsOnTheOwnership) {
+    std::vector<int*> log;
+    int value = 0;
+    {
+        OwnedInt first = Seize(&value, LoggingDisposer{&log});
+        OwnedInt const second(std::move(first));
+        EXPECT_EQ(nullptr, first.Pointer());
+        EXPECT_EQ(nullptr, first.Disposer().log);
+        EXPECT_EQ(&value, second.Pointer());
+        EXPECT_EQ(&log, second.Disposer().log);
+        EXPECT_TRUE(log.empty());
+    }
+    EXPECT_EQ(std::vector<int*>{&value}, log);
+}
+
+TEST(OwnedTest, AssignmentReleasesWhatWasHeld) {
+    std::vector<int*> log;
+    int a = 0, b = 0;
+    {
+        OwnedInt owned = Seize(&a, LoggingDisposer{&log});
+        owned = Seize(&b, LoggingDisposer{&log});
+        EXPECT_EQ(std::vector<int*>{&a}, log);
+        EXPECT_EQ(&b, owned.Pointer());
+        owned = OwnedInt();
+        EXPECT_EQ((std::vector<int*>{&a, &b}), log);
+        EXPECT_EQ(nullptr, owned.Pointer());
+    }
+    EXPECT_EQ((std::vector<int*>{&a, &b}), log);
+}
+
+TEST(OwnedTest, ReleaseGivesUpTheOwnership) {
+    std::vector<int*> log;
+    int value = 0;
+    {
+        OwnedInt owned = Seize(&value, LoggingDisposer{&log});
+        EXPECT_EQ(&value, owned.Release());
+        EXPECT_EQ(nullptr, owned.Pointer());
+        EXPECT_EQ(nullptr, owned.Disposer().log);
+    }
+    EXPECT_TRUE(log.empty());
+}
+
+TEST(OwnedTest, ExceptionOnTheWayFreesTheBuffer) {
+    std::vector<int*> log;
+    int value = 0;
+    EXPECT_THROW(
+        {
+            OwnedInt const owned = Seize(&value, LoggingDisposer{&log});
+            throw 1;
+        },
+        int);
+    EXPECT_EQ(std::vector<int*>{&value}, log);
+}
+
+template <class T>
+void CheckAllocate() {
+    AllocationCounter const counter;
+    OwnedArray<T> const array = Allocate<T>(1000, nullptr);
+    EXPECT_EQ(1u, counter.Count());
+    EXPECT_EQ(1000 * sizeof(T), counter.Bytes());
+    EXPECT_EQ(1000u, array.Disposer().count);
+    for (int i = 0; i < 1000; ++i)
+        array.Pointer()[i] = static_cast<T>(i);
+    EXPECT_EQ(static_cast<T>(999), array.Pointer()[999]);
+}
+
+TEST(OwnedTest, AllocateMakesAnArrayOfEachUnit) {
+    CheckAllocate<char>();
+    CheckAllocate<unsigned char>();
+    CheckAllocate<unsigned short>();
+    CheckAllocate<unsigned int>();
+}
+
+TEST(OwnedTest, AllocateIgnoresItsHint) {
+    char place[16];
+    OwnedArray<char> const array = Allocate<char>(16, place);
+    EXPECT_NE(place, array.Pointer());
+}
+
+TEST(OwnedTest, AllocateOfNoUnitsIsAnArray) {
+    OwnedArray<unsigned short> const array = Allocate<unsigned short>(0);
+    EXPECT_NE(nullptr, array.Pointer());
+    EXPECT_EQ(0u, array.Disposer().count);
+}
+
+TEST(OwnedTest, AllocateThrowsWhatTheAllocatorThrows) {
+    {
+        FailingAllocation const failing(1);
+        EXPECT_THROW(Allocate<char>(10), std::bad_alloc);
+    }
+    // The number of bytes does not fit 64 bits.
+    EXPECT_THROW(Allocate<unsigned int>(std::numeric_limits<unsigned long>::max() / 4 + 2),
+                 std::bad_alloc);
+}
+
+} // namespace

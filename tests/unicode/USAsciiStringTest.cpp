@@ -1,0 +1,62 @@
+#include "unicode/USAsciiString.h"
+
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "data/Numeral.h"
+#include "tests/support/FailingAllocation.h"
+
+namespace {
+
+TEST(USAsciiStringTest, DefaultIsEmptyAndNotMarked) {
+    USAsciiString const text;
+    EXPECT_EQ(nullptr, text.begin);
+    EXPECT_EQ(nullptr, text.end);
+    EXPECT_FALSE(text.nullTerminated);
+}
+
+void ExpectText(std::string const& expected, Numeral const& numeral) {
+    USAsciiString const text = numeral;
+    EXPECT_EQ(expected, std::string(text.begin, text.end));
+    EXPECT_TRUE(text.nullTerminated);
+    EXPECT_EQ('\0', *text.end);
+    EXPECT_EQ(expected.size(), std::strlen(text.begin));
+}
+
+TEST(USAsciiStringTest, NumeralConvertsToItsTextWithANul) {
+    ExpectText("0", Numeral(0, 10));
+    ExpectText("255", Numeral(255u, 10));
+    ExpectText("-ff", Numeral(-255, 16));
+    ExpectText(std::string(64, '1'), Numeral(~0ull, 2));
+    ExpectText("-1" + std::string(63, '0'), Numeral(std::numeric_limits<long long>::min(), 2));
+}
+
+// The text lies in the numeral, so it outlives the conversion, and nothing is allocated for it.
+TEST(USAsciiStringTest, TextOfANumeralLivesAsLongAsTheNumeral) {
+    Numeral const numeral(-1234567890123456789ll, 10);
+    AllocationCounter const counter;
+    USAsciiString const first = numeral;
+    EXPECT_EQ(0u, counter.Count());
+    auto const address = reinterpret_cast<char const*>(&numeral);
+    EXPECT_TRUE(first.begin >= address && first.end < address + sizeof(numeral));
+    std::string const other(100, 'x');
+    USAsciiString const second = numeral;
+    EXPECT_EQ(first.begin, second.begin);
+    EXPECT_STREQ("-1234567890123456789", first.begin);
+}
+
+TEST(USAsciiStringTest, ConversionLeavesTheOthersAsTheyAre) {
+    Numeral numeral(-5, 10);
+    ExpectText("-5", numeral);
+    EXPECT_EQ("-5", MakeString(numeral));
+    numeral.PadTo(3);
+    ExpectText("-005", numeral);
+    unsigned char const* const counted = numeral;
+    EXPECT_EQ(4, *counted);
+    ExpectText("-005", numeral);
+}
+
+} // namespace

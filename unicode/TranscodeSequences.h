@@ -1,0 +1,155 @@
+// The three Unicode encodings, each as a reader and a writer of one sequence: a pair of encodings is
+// a combination of the one's reader and the other's writer.
+//
+// For the sources of this folder only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "unicode/Encodings.h"
+
+// The character of a sequence, or what its units say if they are not well-formed.
+//
+// What is well-formed for one encoding can be none for another, so the form of the source goes along
+// with the value: an overlong UTF-8 sequence of four bytes becomes two units of UTF-16, whatever it
+// says.
+struct ReadSequence {
+    enum Form : unsigned char {
+        Unfinished, // All units that there are belong to it, and one more is needed.
+        Invalid,
+        Basic,         // In UTF-16 one unit, in UTF-8 up to three.
+        Supplementary, // In UTF-16 a pair, in UTF-8 four.
+    };
+
+    Form form;
+    unsigned char length; // In units of the source.
+    std::uint32_t value;
+};
+
+constexpr bool IsSurrogate(std::uint32_t value) { return (value & 0xFFFFF800) == 0xD800; }
+constexpr bool IsHighSurrogate(std::uint32_t unit) { return (unit & 0xFFFFFC00) == 0xD800; }
+constexpr bool IsLowSurrogate(std::uint32_t unit) { return (unit & 0xFFFFFC00) == 0xDC00; }
+
+// `longest`: the units of the longest sequence. Read looks at the `available` units from `unit` on,
+// at least one; if there are `longest` it never comes back unfinished. Write takes a sequence that
+// has been read whole, whose target has room for `longest` units, and yields the place behind it.
+template <class E>
+struct Sequences;
+
+template <>
+struct Sequences<UTF8> {
+    static constexpr unsigned longest = 4;
+
+    static constexpr ReadSequence Read(unsigned char const* unit, std::size_t available) {
+        std::uint32_t const b0 = unit[0];
+        if (b0 < 0x80)
+            return {ReadSequence::Basic, 1, b0};
+        if (available < 2)
+            return {ReadSequence::Unfinished, 1, 0};
+        std::uint32_t const b1 = Trail(unit[1]);
+        if ((b0 & 0xE0) == 0xC0 && b1 < 0x40)
+            return {ReadSequence::Basic, 2, (b0 & 0x1F) << 6 | b1};
+        if (available < 3)
+            return {ReadSequence::Unfinished, 2, 0};
+        std::uint32_t const b2 = Trail(unit[2]);
+        if ((b0 & 0xF0) == 0xE0 && (b1 | b2) < 0x40)
+            return {ReadSequence::Basic, 3, (b0 & 0x0F) << 12 | b1 << 6 | b2};
+        if (available < 4)
+            return {ReadSequence::Unfinished, 3, 0};
+        std::uint32_t const b3 = Trail(unit[3]);
+        if ((b0 & 0xF8) == 0xF0 && (b1 | b2 | b3) < 0x40)
+            return {ReadSequence::Supplementary, 4, (b0 & 7) << 18 | b1 << 12 | b2 << 6 | b3};
+        return {ReadSequence::Invalid, 4, 0};
+    }
+
+    static constexpr unsigned char* Write(unsigned char* target, ReadSequence sequence) {
+        std::uint32_t const value = sequence.value;
+        if (sequence.form == ReadSequence::Supplementary) {
+            *target++ = Byte(0xF0 | value >> 18);
+            *target++ = Byte(0x80 | (value >> 12 & 0x3F));
+            *target++ = Byte(0x80 | (value >> 6 & 0x3F));
+            *target++ = Byte(0x80 | (value & 0x3F));
+        } else if (value < 0x80) {
+            *target++ = Byte(value);
+        } else if (value < 0x800) {
+            *target++ = Byte(0xC0 | value >> 6);
+            *target++ = Byte(0x80 | (value & 0x3F));
+        } else {
+            *target++ = Byte(0xE0 | value >> 12);
+            *target++ = Byte(0x80 | (value >> 6 & 0x3F));
+            *target++ = Byte(0x80 | (value & 0x3F));
+        }
+        return target;
+    }
+
+private:
+    // The six bits of a trailing byte; 0x40 and more if it is none.
+    static constexpr std::uint32_t Trail(unsigned char byte) { return byte ^ 0x80u; }
+    static constexpr unsigned char Byte(std::uint32_t value) {
+        return static_cast<unsigned char>(value);
+    }
+};
+
+template <>
+struct Sequences<UTF16> {
+    static constexpr unsigned longest = 2;
+
+    // A low surrogate begins a pair too, which is found wrong with the next unit.
+    static constexpr ReadSequence Read(unsigned short const* unit, std::size_t available) {
+        std::uint32_t const first = unit[0];
+        if (!IsSurrogate(first))
+            return {ReadSequence::Basic, 1, first};
+        if (available < 2)
+            return {ReadSequence::Unfinished, 1, 0};
+        std::uint32_t const second = unit[1];
+        if (!IsHighSurrogate(first) || !IsLowSurrogate(second))
+            return {ReadSequence::Invalid, 2, 0};
+        std::uint32_t const value = ((first & 0x3FF) << 10 | (second & 0x3FF)) + 0x10000;
+        return {ReadSequence::Supplementary, 2, value};
+    }
+
+    // The pair is taken in 16 bits: a value outside of 0x10000 to 0x10FFFF gives two units that are
+    // no proper pair.
+    static constexpr unsigned short* Write(unsigned short* target, ReadSequence sequence) {
+        std::uint32_t const value = sequence.value;
+        if (sequence.form == ReadSequence::Supplementary) {
+            *target++ = static_cast<unsigned short>(((value >> 10) - 0x40) | 0xD800);
+            *target++ = static_cast<unsigned short>((value & 0x3FF) | 0xDC00);
+        } else {
+            *target++ = static_cast<unsigned short>(value);
+        }
+        return target;
+    }
+};
+
+template <>
+struct Sequences<UTF32> {
+    static constexpr unsigned longest = 1;
+
+    static constexpr ReadSequence Read(unsigned int const* unit, std::size_t) {
+        std::uint32_t const value = unit[0];
+        if (value < 0x10000 && !IsSurrogate(value))
+            return {ReadSequence::Basic, 1, value};
+        if (value >= 0x10000 && value < 0x110000)
+            return {ReadSequence::Supplementary, 1, value};
+        return {ReadSequence::Invalid, 1, 0};
+    }
+
+    static constexpr unsigned int* Write(unsigned int* target, ReadSequence sequence) {
+        *target++ = sequence.value;
+        return target;
+    }
+};
+
+// Reads a sequence that is to be written as `Target`. UTF-16 cannot hold a surrogate that UTF-8 has
+// encoded, so here it is invalid; to UTF-32 it passes.
+template <class Target, class Source>
+constexpr ReadSequence ReadFor(typename Source::Unit const* unit, std::size_t available) {
+    ReadSequence sequence = Sequences<Source>::Read(unit, available);
+    if constexpr (std::same_as<Source, UTF8> && std::same_as<Target, UTF16>)
+        if (sequence.length == 3 && sequence.form == ReadSequence::Basic &&
+            IsSurrogate(sequence.value))
+            sequence.form = ReadSequence::Invalid;
+    return sequence;
+}
