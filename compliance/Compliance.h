@@ -17,17 +17,20 @@
  *  4. Null: `url` and `doc` may be null, which counts as empty text. The pointers through which
  *     results are stored must not be null.
  *  5. Time: COMPLIANCE_Open, COMPLIANCE_Progress and COMPLIANCE_Close sleep, at least one second
- *     and at most about ten while they wait for the agent. Writing the request anew after a failure
- *     can add several more.
+ *     and at most about ten while they wait for the agent. Failures to write the request are tried
+ *     again for up to about six more. A signal that the program handles cuts short the wait that it
+ *     meets, and nothing makes up for that.
  *  6. One thread, one evaluation at a time in a process. Nothing here is guarded: a program with
  *     threads calls all five functions from one of them.
  *  7. The lock between processes is a POSIX record lock on
  *     "/var/opt/VeskaClient/RequestDir/lockfile". The system drops such a lock as soon as the
  *     process closes any descriptor of that file, so a host program must not open and close the
- *     lock file itself. A child made by fork does not hold the lock.
+ *     lock file itself. A child made by fork does not hold the lock and must not call the functions
+ *     for the evaluation that its parent has open.
  *  8. Exceptions: none leaves COMPLIANCE_Progress and COMPLIANCE_Close. COMPLIANCE_Open stops those
  *     of the exchange, but exhausted memory before the exchange leaves it as std::bad_alloc; a
- *     C++ caller finds the state as told there, a C program ends.
+ *     C++ caller finds the state as told there, a C program ends, and so does any
+ *     program that has no memory left while it starts.
  */
 #ifndef COMPLIANCE_COMPLIANCE_H
 #define COMPLIANCE_COMPLIANCE_H
@@ -37,6 +40,9 @@
 #define COMPLIANCE_FLAG_EVALUATE_ALL 2   /* evaluate all pellars */
 #define COMPLIANCE_FLAG_IDLE_CPU_USAGE 4 /* use the idle CPU resource level */
 #define COMPLIANCE_FLAG_ACTIONHINT 8     /* `doc` is an action id hint */
+
+/* The negative codes. Where no function is named, the code comes from COMPLIANCE_Open,
+   COMPLIANCE_Progress and COMPLIANCE_Close. */
 
 /* The agent's executable is not there. From COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_NOT_INSTALLED (-1)
@@ -72,10 +78,12 @@
 /* An evaluation is already open in this process. It stays open. From COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_ALREADY_OPEN (-15)
 
-/* The exchange failed other than in writing the request or reading the response. */
+/* The exchange failed other than in writing the request or reading the response. The request stays
+   on disk if it was written. */
 #define COMPLIANCE_ERROR_EXCHANGE (-16)
 
-/* The request could not be written. What had been written of it may stand on disk. */
+/* The request could not be written. What had been written of it, finished or not, may stand on disk
+   as a request all the same, and is then in the way of the next COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_REQUEST_WRITE (-17)
 
 /* Reserved; never returned. */

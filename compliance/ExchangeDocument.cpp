@@ -43,6 +43,29 @@ void ExchangeDocument::End() {
     path.Close();
 }
 
+char const* TypeText(ClientComplianceType type) {
+    switch (type) {
+    case ClientComplianceOpen:
+        return xDatClientComplianceTypeOpen;
+    case ClientComplianceClose:
+        return xDatClientComplianceTypeClose;
+    case ClientComplianceProgress:
+        return xDatClientComplianceTypeProgress;
+    }
+    return "";
+}
+
+bool TakeType(std::string const& text, ClientComplianceType& type) {
+    for (ClientComplianceType known :
+         {ClientComplianceOpen, ClientComplianceClose, ClientComplianceProgress}) {
+        if (text == TypeText(known)) {
+            type = known;
+            return true;
+        }
+    }
+    return false;
+}
+
 void PublishDocument(DocumentLocations const& locations) {
     ForceMoveFileWithRetry(locations.temporary, locations.published, FileRetryLog());
 }

@@ -1,7 +1,10 @@
-// What the two documents have in common: the chain that writes one, the steps that publish one, and
-// the feeding of one into a tree.
+// What the two documents have in common: the chain that writes one, the steps that publish one, the
+// feeding of one into a tree, and the texts of their types.
 #pragma once
 
+#include <string>
+
+#include "compliance/ClientCompliance.h"
 #include "data/ConstData.h"
 #include "data/LineFlattener.h"
 #include "files/FileDataSink.h"
@@ -67,3 +70,9 @@ bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
 
 // Feeds the whole file to the parser. It stays open.
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser);
+
+// The text of a type in both documents; empty for a value outside the known ones.
+char const* TypeText(ClientComplianceType type);
+
+// Takes the type with that very text. False, with `type` as it was, where there is none.
+bool TakeType(std::string const& text, ClientComplianceType& type);

@@ -27,21 +27,16 @@ FileLocation TemporaryLocation() { return FileLocation(RequestDirectory(), "requ
 
 // A type outside the known ones gets no elements at all.
 void WriteElements(ExchangeDocument& document, ClientComplianceRequest const& request) {
-    switch (request.type) {
-    case ClientComplianceOpen:
-        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeOpen);
-        document.WriteElement(xTagClientComplianceRequestURL, request.url);
-        document.WriteElement(xTagClientComplianceRequestDOC, request.doc);
-        document.WriteElement(xTagClientComplianceRequestFlags,
-                              FormatToStringPL(request.flags).AsChar());
-        break;
-    case ClientComplianceClose:
-        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeClose);
-        break;
-    case ClientComplianceProgress:
-        document.WriteElement(xTagClientComplianceRequestType, xDatClientComplianceTypeProgress);
-        break;
-    }
+    ConstData const type = TypeText(request.type);
+    if (type.Length() == 0)
+        return;
+    document.WriteElement(xTagClientComplianceRequestType, type);
+    if (request.type != ClientComplianceOpen)
+        return;
+    document.WriteElement(xTagClientComplianceRequestURL, request.url);
+    document.WriteElement(xTagClientComplianceRequestDOC, request.doc);
+    document.WriteElement(xTagClientComplianceRequestFlags,
+                          FormatToStringPL(request.flags).AsChar());
 }
 
 void WriteDocument(FileLocation const& file, ClientComplianceRequest const& request) {
@@ -70,15 +65,6 @@ struct RequestFields {
     char const* doc = "";
     unsigned int flags = 0;
 };
-
-void TakeType(std::string const& text, ClientComplianceType& type) {
-    if (text == xDatClientComplianceTypeOpen)
-        type = ClientComplianceOpen;
-    else if (text == xDatClientComplianceTypeClose)
-        type = ClientComplianceClose;
-    else if (text == xDatClientComplianceTypeProgress)
-        type = ClientComplianceProgress;
-}
 
 void TakeChild(XMLElementPL const& child, RequestFields& fields) {
     if (child.GetName() == xTagClientComplianceRequestType)

@@ -20,19 +20,6 @@ FileLocation DocumentLocation() { return FileLocation(ResponseDirectory(), "resp
 
 FileLocation TemporaryLocation() { return FileLocation(ResponseDirectory(), "responseTemp.xml"); }
 
-// Empty for a type outside the known ones.
-char const* TypeText(ClientComplianceType type) {
-    switch (type) {
-    case ClientComplianceOpen:
-        return xDatClientComplianceTypeOpen;
-    case ClientComplianceClose:
-        return xDatClientComplianceTypeClose;
-    case ClientComplianceProgress:
-        return xDatClientComplianceTypeProgress;
-    }
-    return "";
-}
-
 void WriteProgress(ExchangeDocument& document, ClientComplianceResponse const& response) {
     document.WriteElement(xTagClientComplianceResponseProgressState,
                           FormatToStringPL(response.state).AsChar());
@@ -63,18 +50,6 @@ void WriteDocument(FileLocation const& file, ClientComplianceResponse const& res
     for (ClientComplianceResponseItem const& item : response.items)
         WriteItem(document, item);
     document.End();
-}
-
-// Whether the text was a known one; any other changes nothing.
-bool TakeType(std::string const& text, ClientComplianceType& type) {
-    for (ClientComplianceType known :
-         {ClientComplianceOpen, ClientComplianceClose, ClientComplianceProgress}) {
-        if (text == TypeText(known)) {
-            type = known;
-            return true;
-        }
-    }
-    return false;
 }
 
 int NumberOf(XMLElementPL const& element) { return std::atoi(element.GetText().c_str()); }

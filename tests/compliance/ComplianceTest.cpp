@@ -82,6 +82,13 @@ class ComplianceTest : public testing::Test {
 protected:
     void SetUp() override { below = Below(); }
 
+    // The state is the process's, so a case leaves it as it was at the start.
+    void TearDown() override {
+        iOwnLock = false;
+        iHaveResponse = false;
+        iResponse.Reset();
+    }
+
     // What has been called since the last look.
     static Calls TakeCalls() {
         Calls calls;
@@ -186,6 +193,20 @@ TEST_F(ComplianceTest, PositiveAnswerOfTheFirstCheckSkipsTheOthers) {
     EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 0));
     EXPECT_EQ((Calls{"lock", "installed", "exchange"}), below.calls);
     EXPECT_TRUE(iOwnLock);
+}
+
+// None of the exchange's codes is positive; the lock goes only with a negative one.
+TEST_F(ComplianceTest, PositiveCodeOfTheExchangeIsHandedThroughWithTheLockHeld) {
+    below.exchange = 5;
+    EXPECT_EQ(5, COMPLIANCE_Open("u", "d", 0));
+    EXPECT_TRUE(iOwnLock);
+    EXPECT_EQ("exchange", below.calls.back());
+}
+
+TEST_F(ComplianceTest, OpenForgetsAnEarlierResult) {
+    iHaveResponse = true;
+    EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 0));
+    EXPECT_FALSE(iHaveResponse);
 }
 
 TEST_F(ComplianceTest, SecondOpenIsRefusedAndTheFirstStaysOpen) {

@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "compliance/ClientCompliance.h"
-#include "compliance/ExchangeVocabulary.h"
 #include "files/FileErrors.h"
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/PrivateMachine.h"
@@ -377,16 +376,6 @@ TEST(RequestDocumentTest, ReleaseOfWhatCanNotBeRemovedTellsIt) {
 TEST(RequestDocumentTest, WaitReturnsAtOnce) {
     EXPECT_TRUE(ClientComplianceRequestIOWait(0));
     EXPECT_TRUE(ClientComplianceRequestIOWait(4000000000U));
-}
-
-TEST(RequestDocumentTest, VocabularyIsFixed) {
-    EXPECT_STREQ("VeskaClientComplianceRequest", xTagClientComplianceRequestDocRoot);
-    EXPECT_STREQ("Version", xTagClientComplianceRequestDocVersion);
-    EXPECT_STREQ("1.0", xDatClientComplianceRequestDocVersion);
-    EXPECT_STREQ("RequestType", xTagClientComplianceRequestType);
-    EXPECT_STREQ("RequestURL", xTagClientComplianceRequestURL);
-    EXPECT_STREQ("RequestDOC", xTagClientComplianceRequestDOC);
-    EXPECT_STREQ("RequestFlags", xTagClientComplianceRequestFlags);
 }
 
 } // namespace

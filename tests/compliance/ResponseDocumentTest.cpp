@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "compliance/ExchangeVocabulary.h"
 #include "files/FileErrors.h"
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/PrivateMachine.h"
@@ -357,23 +356,6 @@ TEST(ResponseDocumentTest, ReleaseRemovesTheDocumentAndAbsenceIsNoError) {
         EXPECT_FALSE(Exists(responseFile));
         ClientComplianceResponseIORelease();
     });
-}
-
-TEST(ResponseDocumentTest, VocabularyIsFixed) {
-    EXPECT_STREQ("VeskaClientComplianceResponse", xTagClientComplianceResponseDocRoot);
-    EXPECT_STREQ("Version", xTagClientComplianceResponseDocVersion);
-    EXPECT_STREQ("1.0", xDatClientComplianceResponseDocVersion);
-    EXPECT_STREQ("ResponseType", xTagClientComplianceResponseType);
-    EXPECT_STREQ("ResponseProgressState", xTagClientComplianceResponseProgressState);
-    EXPECT_STREQ("ResponseProgressError", xTagClientComplianceResponseProgressError);
-    EXPECT_STREQ("ResponseProgressPercent", xTagClientComplianceResponseProgressPercent);
-    EXPECT_STREQ("ResponseItem", xTagClientComplianceResponseItem);
-    EXPECT_STREQ("Designator", xTagResponseDesignator);
-    EXPECT_STREQ("Result", xTagResponseResult);
-    EXPECT_STREQ("ResultType", xTagResponseResultType);
-    EXPECT_STREQ("EvaluationTime", xTagResponseEvaluationTime);
-    EXPECT_STREQ("Description", xTagResponseDescription);
-    EXPECT_STREQ("Comment", xTagResponseComment);
 }
 
 } // namespace
