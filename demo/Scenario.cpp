@@ -8,6 +8,11 @@
 
 namespace {
 
+// What is wrong, before it is known where.
+struct Mistake {
+    std::string reason;
+};
+
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
 int HexValue(char c) {
@@ -21,17 +26,19 @@ int HexValue(char c) {
 }
 
 // Cuts one line into words. A word in double quotes may hold blanks, and in it a backslash begins
-// one of \" \\ \n \r \t \xHH. Throws std::string with the reason.
+// one of \" \\ \n \r \t \xHH. Throws Mistake.
 class WordCutter {
 public:
     explicit WordCutter(std::string const& text) : line(text) {}
 
     std::vector<std::string> Cut() {
+        if (line.find('\0') != std::string::npos)
+            throw Mistake{"a zero byte"};
         std::vector<std::string> words;
         for (SkipBlanks(); position < line.size(); SkipBlanks()) {
             words.push_back(line[position] == '"' ? QuotedWord() : PlainWord());
             if (position < line.size() && !IsBlank(line[position]))
-                throw std::string("a blank is missing between two words");
+                throw Mistake{"a blank is missing between two words"};
         }
         return words;
     }
@@ -46,7 +53,7 @@ private:
         std::size_t const start = position;
         while (position < line.size() && !IsBlank(line[position])) {
             if (line[position] == '"')
-                throw std::string("a quote inside a word without quotes");
+                throw Mistake{"a quote inside a word without quotes"};
             ++position;
         }
         return line.substr(start, position - start);
@@ -63,7 +70,7 @@ private:
     // The byte at the position, which moves on.
     char Next() {
         if (position == line.size())
-            throw std::string("the closing quote is missing");
+            throw Mistake{"the closing quote is missing"};
         return line[position++];
     }
 
@@ -82,7 +89,7 @@ private:
         case 'x':
             return HexEscape();
         default:
-            throw std::string("an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH");
+            throw Mistake{"an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"};
         }
     }
 
@@ -90,9 +97,9 @@ private:
         int const high = HexValue(Next());
         int const low = HexValue(Next());
         if (high < 0 || low < 0)
-            throw std::string("\\x wants two hexadecimal digits");
+            throw Mistake{"\\x wants two hexadecimal digits"};
         if (high == 0 && low == 0)
-            throw std::string("\\x00 can't be carried: texts end at a zero byte");
+            throw Mistake{"\\x00 can't be carried: texts end at a zero byte"};
         return static_cast<char>(high * 16 + low);
     }
 
@@ -105,8 +112,8 @@ Number ParseNumber(std::string const& word, Number lowest) {
     Number value{};
     auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc() || end != word.data() + word.size() || value < lowest)
-        throw "'" + word + "' is no number from " + std::to_string(lowest) + " to " +
-            std::to_string(std::numeric_limits<Number>::max());
+        throw Mistake{"'" + word + "' is no number from " + std::to_string(lowest) + " to " +
+                      std::to_string(std::numeric_limits<Number>::max())};
     return value;
 }
 
@@ -120,22 +127,18 @@ public:
         else if (verb == "row")
             Row(words);
         else if (verb == "open")
-            DealWith(scenario.open, ClientComplianceOpen, words);
+            DealWith(scenario.open, openTold, words);
         else if (verb == "close")
-            DealWith(scenario.close, ClientComplianceClose, words);
+            DealWith(scenario.close, closeTold, words);
         else
             Progress(words);
     }
 
     Scenario Finish() {
         if (scenario.progress.empty())
-            throw std::string("nothing tells how a Progress request is dealt with");
+            throw Mistake{"nothing tells how a Progress request is dealt with"};
         if (rowsWaiting)
-            throw std::string("rows without a 'finish' behind them");
-        if (!openTold)
-            scenario.open.response.type = ClientComplianceOpen;
-        if (!closeTold)
-            scenario.close.response.type = ClientComplianceClose;
+            throw Mistake{"rows without a 'finish' behind them"};
         return std::move(scenario);
     }
 
@@ -144,8 +147,9 @@ private:
         std::size_t const wanted = count - 1;
         std::size_t const given = words.size() - 1;
         if (given != wanted)
-            throw "'" + words[0] + "' wants " + std::to_string(wanted) +
-                (wanted == 1 ? " word" : " words") + " behind it, not " + std::to_string(given);
+            throw Mistake{"'" + words[0] + "' wants " + std::to_string(wanted) +
+                          (wanted == 1 ? " word" : " words") + " behind it, not " +
+                          std::to_string(given)};
     }
 
     void Delay(std::vector<std::string> const& words) {
@@ -160,17 +164,14 @@ private:
         rowsWaiting = true;
     }
 
-    void DealWith(ScenarioStep& step, ClientComplianceType type,
-                  std::vector<std::string> const& words) {
+    void DealWith(ScenarioStep& step, bool& told, std::vector<std::string> const& words) {
         ExpectWords(words, 2);
-        bool& told = type == ClientComplianceOpen ? openTold : closeTold;
         if (told)
-            throw "'" + words[0] + "' stands twice";
+            throw Mistake{"'" + words[0] + "' stands twice"};
         told = true;
-        step.response.type = type;
         step.delay = delay;
         if (words[1] != "answer" && !SetUnanswered(step, words[1]))
-            throw "'" + words[1] + "' is none of answer, garbage, vanish, silence";
+            throw Mistake{"'" + words[1] + "' is none of answer, garbage, vanish, silence"};
     }
 
     void Progress(std::vector<std::string> const& words) {
@@ -185,7 +186,7 @@ private:
             if (words[0] == "finish")
                 SetFinished(step.response);
             else if (!SetUnanswered(step, words[0]))
-                throw "unknown statement '" + words[0] + "'";
+                throw Mistake{"unknown statement '" + words[0] + "'"};
         }
         scenario.progress.push_back(std::move(step));
     }
@@ -245,7 +246,8 @@ Scenario ParseScenario(std::string const& text, std::string const& name) {
                 builder.Statement(words);
         }
         return builder.Finish();
-    } catch (std::string const& reason) {
-        throw ScenarioError(name + ":" + std::to_string(std::max(number, 1UL)) + ": " + reason);
+    } catch (Mistake const& mistake) {
+        throw ScenarioError(name + ":" + std::to_string(std::max(number, 1UL)) + ": " +
+                            mistake.reason);
     }
 }

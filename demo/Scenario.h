@@ -4,7 +4,6 @@
 // or tabs. README.md in this folder has the statements.
 #pragma once
 
-#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -26,9 +25,9 @@ struct ScenarioStep {
 };
 
 struct Scenario {
-    ScenarioStep open;
+    ScenarioStep open{.response = ClientComplianceResponse(ClientComplianceOpen)};
     std::vector<ScenarioStep> progress; // one for each Progress request; the last one repeats
-    ScenarioStep close;
+    ScenarioStep close{.response = ClientComplianceResponse(ClientComplianceClose)};
 };
 
 // A mistake in the text: "NAME:LINE: REASON".

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
+#include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -95,11 +97,9 @@ void StandInAgent::Serve() {
     CreateDirectoryTree(MakeFileLocation(requestDirectory));
     CreateDirectoryTree(MakeFileLocation(responseDirectory));
     std::printf("VeskaClient: ready\n");
-    std::fflush(stdout);
     while (stop == 0) {
         if (FindNewRequest())
             DealWithRequest();
-        std::fflush(stdout);
         Sleep(lookEvery);
     }
     std::printf("VeskaClient: stopped\n");
@@ -107,13 +107,19 @@ void StandInAgent::Serve() {
 
 // A request that is left alone keeps its inode and time; one that the tool publishes over it
 // differs in one of them.
-bool StandInAgent::FindNewRequest() {
+std::optional<StandInAgent::Identity> StandInAgent::Look() {
     struct stat stats;
     if (lstat(requestName, &stats) != 0)
+        return std::nullopt;
+    return Identity{stats.st_ino, stats.st_mtim.tv_sec, stats.st_mtim.tv_nsec};
+}
+
+bool StandInAgent::FindNewRequest() {
+    std::optional<Identity> const found = Look();
+    if (!found || *found == left)
         return false;
-    present = {stats.st_ino, stats.st_mtim};
-    return present.inode != left.inode || present.written.tv_sec != left.written.tv_sec ||
-           present.written.tv_nsec != left.written.tv_nsec;
+    present = *found;
+    return true;
 }
 
 void StandInAgent::DealWithRequest() {
@@ -150,6 +156,12 @@ ScenarioStep const& StandInAgent::NextStep(ClientComplianceType type) {
 // The answer is published before the request is taken: once the request is gone, the tool reads.
 void StandInAgent::DealWith(ScenarioStep const& step, ClientComplianceType type) {
     Sleep(step.delay);
+    if (stop != 0)
+        return;
+    if (Look() != present) {
+        std::printf("VeskaClient: gone, or another in its place\n");
+        return;
+    }
     switch (step.kind) {
     case ScenarioStep::Silence:
         std::printf("VeskaClient: left alone\n");

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <signal.h>
+#include <string>
 
 #include "demo/Scenario.h"
 #include "demo/StandInAgent.h"
@@ -30,8 +30,9 @@ void CatchStopSignals() {
 
 Scenario LoadScenario(char const* name) {
     std::ifstream file(name, std::ios::binary);
-    std::string const text((std::istreambuf_iterator<char>(file)),
-                           std::istreambuf_iterator<char>());
+    std::string text;
+    for (char c; file.get(c);)
+        text += c;
     if (!file.is_open() || file.bad())
         throw ScenarioError(std::string(name) + ": can't be read");
     return ParseScenario(text, name);
@@ -47,6 +48,8 @@ int Serve(Scenario const& scenario) {
         return 1;
     }
     CatchStopSignals();
+    // So that who watches through a pipe sees each line as it comes.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     StandInAgent(scenario, stop).Serve();
     return 0;
 }

@@ -266,6 +266,13 @@ TEST(AgentPresenceTest, OnlyDirectoriesCountAndLinksToThem) {
         EXPECT_FALSE(IsRunning());
         fs::create_directory_symlink("hidden", "/proc/79");
         EXPECT_TRUE(IsRunning());
+        fs::remove("/proc/79");
+        // The number of this file leads to process 0, which is never looked at for itself.
+        MakeFakeProcess("0", fakeAgent);
+        std::ofstream("/proc/4294967296") << "a file";
+        EXPECT_FALSE(IsRunning());
+        fs::remove("/proc/4294967296");
+        EXPECT_TRUE(IsRunningAs("4294967296", {}));
     });
 }
 

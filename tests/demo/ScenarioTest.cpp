@@ -110,12 +110,14 @@ TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
          "file:1: an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"},
         {"row 1 2 3 4 5 \"\\xg0\"", "file:1: \\x wants two hexadecimal digits"},
         {"row 1 2 3 4 5 \"\\x00\"", "file:1: \\x00 can't be carried: texts end at a zero byte"},
+        {"row 1 2 3 4 5 \"\\x1", "file:1: the closing quote is missing"},
         {"finish\nrow 1 2 3 4 5 6\n", "file:2: rows without a 'finish' behind them"},
         {"open never", "file:1: 'never' is none of answer, garbage, vanish, silence"},
         {"open answer\nopen answer", "file:2: 'open' stands twice"},
     };
     for (Case const& one : cases)
         EXPECT_EQ(one.mistake, MistakeIn(one.text)) << one.text;
+    EXPECT_EQ("file:2: a zero byte", MistakeIn(std::string("finish\nprogress \0 1", 19)));
 }
 
 } // namespace
