@@ -29,6 +29,9 @@ public:
     // The file's length is asked anew each time, so that a file that grows is followed. Where the
     // system tells no length (files of /proc), a byte is read and set aside to find out, and the
     // end, once found, is final until Start.
+    //
+    // Deliberate: a length that is known is believed. A file that gives less than it claims (most
+    // of /sys) is never finished; who reads it to its end looks for a read that brings nothing.
     bool Finished() const override;
 
     // One read(2) for the room in `target`: what comes can be less, and is nothing at the end.

@@ -54,5 +54,8 @@ void FileReadingLoop::Read() {
         throw FileReadingLoopEndOfFileError();
     Buffer target(Data(buffer.begin, std::min<unsigned long long>(buffer.Length(), remaining)));
     reader >> target;
+    // The length can promise more than there is.
+    if (target.Written().IsEmpty())
+        throw FileReadingLoopEndOfFileError();
     chunk = target.Written();
 }

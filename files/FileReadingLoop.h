@@ -18,12 +18,12 @@ class FileReadingLoopEndOfFileError : public DebuggableException {};
 
 // Delivers exactly the bytes from `start` up to, but without, `stop`, or throws: if the range goes
 // beyond the file, or the file shrinks, FileReadingLoopEndOfFileError follows on the bytes that are
-// there. Nothing is allocated.
+// there. So it does where a read brings nothing though the length promises more: most files of /sys
+// claim 4,096 bytes and give fewer. A chunk is therefore never empty. Nothing is allocated.
 //
 // Deliberate: a file of unknown length has the all-ones value for its length, so that the forms
 // without `stop` deliver all of it and then throw. The same happens where `start` is above `stop`,
-// since the difference wraps around. And only the length tells the end: a file that claims more bytes
-// than it gives, as those of /sys do, gives empty chunks for ever.
+// since the difference wraps around.
 //
 // Error handling: besides, what FileReader throws.
 class FileReadingLoop {
@@ -48,7 +48,7 @@ public:
     FileReadingLoop& operator++();
 
     // The bytes that the last read brought, inside the buffer; one read(2) each, so a chunk can be
-    // shorter than the buffer.
+    // shorter than the buffer. Empty before the first read.
     ConstData Chunk() const { return chunk; }
 
     // How many bytes are still to be delivered, with those of the present chunk.

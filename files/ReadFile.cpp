@@ -55,6 +55,8 @@ void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
     while (reader.Position() < range.end && reader.Unfinished()) {
         chunk.Reset();
         reader >> chunk;
+        if (chunk.Written().IsEmpty())
+            break;
         if (reader.Position() > range.end)
             chunk.position -= reader.Position() - range.end;
         receiver.Receive(chunk.Written());

@@ -11,8 +11,9 @@ class LineReceiver;
 class MessageReceiver;
 
 // Pushes a whole stream: what the file has of the range, from Start to ReceiveEnd. A range that
-// goes beyond the file ends with the file. The reader is left behind the last byte read, which can
-// lie beyond the range. Throws what FileReader throws.
+// goes beyond the file ends with the file, that is also where a read brings nothing though the
+// length promises more. The reader is left behind the last byte read, which can lie beyond the
+// range. Throws what FileReader throws.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);
 
@@ -24,8 +25,8 @@ void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
 // byte read, also if `start` is not 0. A failing close goes unnoticed.
 //
 // Throws what the opening of a FileReadingPath and a FileReadingLoop throw; unlike ReadFileRange,
-// that makes a range beyond the end of the file, or an unknown length without `stop`, a
-// FileReadingLoopEndOfFileError behind the last byte.
+// that makes a range beyond the end of the file, an unknown length without `stop`, or a file that
+// gives less than its length promises, a FileReadingLoopEndOfFileError behind the last byte.
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start);
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start,
               unsigned long long stop);

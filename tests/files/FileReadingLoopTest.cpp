@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -163,10 +164,34 @@ TEST_F(FileReadingLoopTest, AFileThatGrowsIsReadUpToTheLengthAtStart) {
 TEST_F(FileReadingLoopTest, ShortReadsGiveShortChunks) {
     SystemCalls calls;
     calls.Limit("read", 1);
-    calls.Limit("read", 0);
     calls.Limit("read", 3);
     FileReadingLoop loop(Data(bytes), path, 0);
-    EXPECT_THAT(ChunksOf(loop), ElementsAre("0", "", "123", "4567", "89"));
+    EXPECT_THAT(ChunksOf(loop), ElementsAre("0", "123", "4567", "89"));
+}
+
+TEST_F(FileReadingLoopTest, AReadThatBringsNothingIsTheEndOfTheFile) {
+    SystemCalls calls;
+    calls.Limit("read", 0, 1);
+    FileReadingLoop loop(Data(bytes), path, 0);
+    EXPECT_THAT(ChunksBeforeTheError(loop), ElementsAre("0123"));
+    EXPECT_EQ(loop.Remaining(), 6u);
+    EXPECT_EQ(calls.Count("read"), 2u);
+    calls.Limit("read", 0);
+    ExpectExactly<FileReadingLoopEndOfFileError>([&] { loop.Start(path, 0, 1); });
+}
+
+TEST_F(FileReadingLoopTest, AFileThatClaimsMoreThanItGivesIsDeliveredWholeThenThrows) {
+    if (!std::filesystem::exists(fileThatClaimsTooMuch))
+        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
+    path.Close();
+    path.OpenExisting(MakeFileLocation(fileThatClaimsTooMuch));
+    std::string const content = ReadWholeFile(fileThatClaimsTooMuch);
+    ASSERT_GT(path.Length(), content.size());
+    std::string text;
+    FileReadingLoop loop(Data(bytes), path, 0);
+    for (std::string const& chunk : ChunksBeforeTheError(loop))
+        text += chunk;
+    EXPECT_EQ(text, content);
 }
 
 // Deliberate: see the contract.

@@ -29,6 +29,9 @@ inline std::set<int> DescriptorsOn(std::string const& path) {
     return found;
 }
 
+// A file of the system that has the length of a page and a few bytes in it, as most of /sys do.
+inline constexpr char const* fileThatClaimsTooMuch = "/sys/devices/system/cpu/online";
+
 inline int OpenFlagsOf(int descriptor) { return fcntl(descriptor, F_GETFL); }
 
 inline bool IsClosedOnExec(int descriptor) { return fcntl(descriptor, F_GETFD) & FD_CLOEXEC; }

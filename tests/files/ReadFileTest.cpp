@@ -1,6 +1,7 @@
 #include "files/ReadFile.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <random>
 #include <string>
 
@@ -155,6 +156,15 @@ TEST_F(ReadFileTest, AnUnknownLengthIsPushedWholeThenThrows) {
     EXPECT_TRUE(receiver.IsOpen());
 }
 
+TEST_F(ReadFileTest, AFileThatClaimsMoreThanItGivesIsPushedWholeThenThrows) {
+    if (!std::filesystem::exists(fileThatClaimsTooMuch))
+        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
+    EXPECT_THROW(ReadFile(MakeFileLocation(fileThatClaimsTooMuch), receiver, 0),
+                 FileReadingLoopEndOfFileError);
+    EXPECT_EQ(receiver.Text(), ReadWholeFile(fileThatClaimsTooMuch));
+    EXPECT_TRUE(receiver.IsOpen());
+}
+
 TEST_F(ReadFileTest, TheKernelsLogIsRefused) {
     ExpectFileError<FileIOError>(0, On("/proc/kmsg"),
                                  [&] { ReadFile(MakeFileLocation("/proc/kmsg"), receiver, 0); });
@@ -257,10 +267,31 @@ TEST_F(ReadFileRangeTest, ShortReadsGiveShortChunks) {
     FileReader reader(path, 0);
     SystemCalls calls;
     calls.Limit("read", 3);
-    calls.Limit("read", 0);
     ReadFileRange(reader, Offsets{0, 8}, receiver);
     EXPECT_THAT(receiver.Calls(),
-                ElementsAre("Start", "Receive 012", "Receive ", "Receive 34567", "ReceiveEnd"));
+                ElementsAre("Start", "Receive 012", "Receive 34567", "ReceiveEnd"));
+}
+
+TEST_F(ReadFileRangeTest, AReadThatBringsNothingIsTheEndOfTheFile) {
+    FileReadingPath const path(file);
+    FileReader reader(path, 0);
+    SystemCalls calls;
+    calls.Limit("read", 3);
+    calls.Limit("read", 0);
+    ReadFileRange(reader, Offsets{0, 8}, receiver);
+    EXPECT_THAT(receiver.Calls(), ElementsAre("Start", "Receive 012", "ReceiveEnd"));
+    EXPECT_EQ(calls.Count("read"), 2u);
+}
+
+TEST_F(ReadFileRangeTest, AFileThatClaimsMoreThanItGivesEndsWithWhatItGives) {
+    if (!std::filesystem::exists(fileThatClaimsTooMuch))
+        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
+    FileReadingPath const path(MakeFileLocation(fileThatClaimsTooMuch));
+    FileReader reader(path, 0);
+    ASSERT_GT(path.Length(), ReadWholeFile(fileThatClaimsTooMuch).size());
+    ReadFileRange(reader, Offsets{0, ~0ULL}, receiver);
+    EXPECT_EQ(receiver.Text(), ReadWholeFile(fileThatClaimsTooMuch));
+    EXPECT_FALSE(receiver.IsOpen());
 }
 
 TEST_F(ReadFileRangeTest, ReadsAnUnknownLength) {

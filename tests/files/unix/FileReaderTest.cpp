@@ -160,6 +160,17 @@ TEST_F(UnixFileReaderTest, ABufferGetsNothingAtTheEndAndBeyond) {
     }
 }
 
+// Deliberate: see the contract.
+TEST_F(UnixFileReaderTest, AKnownLengthIsBelievedThoughAReadBringsNothing) {
+    Buffer buffer(Data(bytes, 20));
+    SystemCalls calls;
+    calls.Limit("read", 0);
+    reader >> buffer;
+    EXPECT_EQ(buffer.position, buffer.start);
+    EXPECT_EQ(reader.Position(), 0u);
+    EXPECT_TRUE(reader.Unfinished());
+}
+
 TEST_F(UnixFileReaderTest, APositionThatIsNoneIsASeekError) {
     Buffer buffer(Data(bytes, 20));
     reader.SetPosition(~0ULL);
