@@ -127,6 +127,8 @@ TEST(StringPLAllocationTest, FormatAllocatesForEachPassAtMost) {
     EXPECT_EQ(2u, AllocationsOf([] { StringPL().Format("%s", longText); }));
     StringPL string(longText);
     EXPECT_EQ(0u, AllocationsOf([&] { string.Format("%d", 1); }));
+    StringPL just64(std::string(63, 'x').c_str());
+    EXPECT_EQ(0u, AllocationsOf([&] { just64.Format("%62s", ""); }));
 }
 
 TEST(StringPLAllocationTest, ASecondBlockIsMadeBeforeTheFirstIsFreed) {
