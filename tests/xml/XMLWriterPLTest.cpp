@@ -192,37 +192,40 @@ TEST(XMLWriterPLTest, ContentBehindAStartTagOrContentGoesOnInTheLine) {
 }
 
 TEST(XMLWriterPLTest, BehindContentOfEachKindTextAndEndTagGoOnInTheLine) {
-    std::pair<std::string, std::function<void(XMLWriterPL&)>> const kinds[] = {
-        {"|x",
-         [](XMLWriterPL& writer) {
-             writer.WriteString(ConstData("x"));
-         }},
-        {"|x",
-         [](XMLWriterPL& writer) {
-             writer.WriteString(StringPL("x"));
-         }},
-        {"|x",
-         [](XMLWriterPL& writer) {
-             writer.WriteUTF8String("x");
-         }},
-        {"|<![CDATA[x]]>",
-         [](XMLWriterPL& writer) {
-             writer.WriteCDataString("x");
-         }},
-        {"|<!-- x -->", [](XMLWriterPL& writer) {
-             writer.WriteComment("x");
-         }}};
-    for (auto const& [written, write] : kinds) {
+    struct Kind {
+        std::string written;
+        std::function<void(XMLWriterPL&)> write;
+    };
+    Kind const kinds[] = {{"|x",
+                           [](XMLWriterPL& writer) {
+                               writer.WriteString(ConstData("x"));
+                           }},
+                          {"|x",
+                           [](XMLWriterPL& writer) {
+                               writer.WriteString(StringPL("x"));
+                           }},
+                          {"|x",
+                           [](XMLWriterPL& writer) {
+                               writer.WriteUTF8String("x");
+                           }},
+                          {"|<![CDATA[x]]>",
+                           [](XMLWriterPL& writer) {
+                               writer.WriteCDataString("x");
+                           }},
+                          {"|<!-- x -->", [](XMLWriterPL& writer) {
+                               writer.WriteComment("x");
+                           }}};
+    for (Kind const& kind : kinds) {
         for (std::string const next : {"", "y"}) {
             EXPECT_EQ(Tabbed([&](XMLWriterPL& writer) {
                           writer.BeginElement("a", none);
                           writer.EndElement();
-                          write(writer);
+                          kind.write(writer);
                           if (!next.empty())
                               writer.WriteUTF8String(next.c_str());
                           writer.EndElement();
                       }),
-                      "|\t<a></a>" + written + next + "</r>");
+                      "|\t<a></a>" + kind.written + next + "</r>");
         }
     }
 }
