@@ -167,6 +167,15 @@ TEST(ExchangeDocumentTest, IsOpenedOnceWhateverComesOfIt) {
     });
 }
 
+TEST(ExchangeDocumentTest, RequestThatIsNotThereIsNotOpened) {
+    OnMachine([] {
+        SystemCalls system;
+        ClientComplianceRequest request = CreateComplianceRequestClose();
+        EXPECT_FALSE(ClientComplianceRequestIORead(request));
+        EXPECT_EQ(0U, system.Count("open"));
+    });
+}
+
 // A response that is one byte longer than two chunks.
 TEST(ExchangeDocumentTest, IsReadInChunks) {
     OnMachine([] {
