@@ -290,7 +290,7 @@ unsigned int Stringy::SplitSeparatedStringsIntoArray(char const* text, char sepa
     unsigned int count = 0;
     while (count < maximum) {
         char const* const end = strchrnul(text, separator);
-        items.push_back(Stringy(ConstData(text, end)));
+        items.emplace_back(ConstData(text, end));
         if (strip)
             items[count].StripLeadingAndTrailingWhite();
         ++count;

@@ -396,6 +396,8 @@ TEST(StringPLChangingTest, RandomReplacementsAgreeWithAPlainReplacement) {
             << "seed " << seed << ": " << whole << ", " << search << ", " << replacement;
         ASSERT_EQ(Replaced(whole, search, replacement, true), Bytes(ignoringCase))
             << "seed " << seed << ": " << whole << ", " << search << ", " << replacement;
+        ASSERT_EQ('\0', exactly.AsChar()[exactly.GetLength()]);
+        ASSERT_EQ('\0', ignoringCase.AsChar()[ignoringCase.GetLength()]);
         ASSERT_EQ(static_cast<unsigned int>(exactly.GetLength()) + 1, exactly.GetBufferLength());
         ASSERT_EQ(static_cast<unsigned int>(ignoringCase.GetLength()) + 1,
                   ignoringCase.GetBufferLength());

@@ -219,6 +219,8 @@ TEST(StringPLSearchingTest, MidFromTheLengthIsEmptyAndFromBehindItIsBad) {
     EXPECT_TRUE(string.Mid(5).IsEmpty());
     EXPECT_THROW(string.Mid(6, 0), OutOfBounds);
     EXPECT_THROW(string.Mid(6), OutOfBounds);
+    EXPECT_THROW(string.Mid(1000), OutOfBounds);
+    EXPECT_THROW(string.Mid(highest), OutOfBounds);
     EXPECT_THROW(string.Mid(highest, 0), OutOfBounds);
     EXPECT_THROW(string.Mid(-1, 1), OutOfBounds);
     EXPECT_THROW(string.Mid(-1), OutOfBounds);

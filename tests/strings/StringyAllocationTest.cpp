@@ -54,6 +54,10 @@ TEST(StringyAllocationTest, LongerTextsCostOneArrayOfExactlyTheirSize) {
     EXPECT_EQ(2u * 129 + 130, counter.Bytes());
     sum += "yz";
     EXPECT_EQ(2u * 129 + 130 + 132, counter.Bytes());
+    sum = longText.c_str();
+    EXPECT_EQ(2u * 129 + 130 + 132 + 301, counter.Bytes());
+    sum = string;
+    EXPECT_EQ(3u * 129 + 130 + 132 + 301, counter.Bytes());
 }
 
 TEST(StringyAllocationTest, ATextGoesBackIntoTheObjectWhenItIsShortAgain) {
@@ -136,6 +140,16 @@ TEST(StringyAllocationTest, ConstructionsThatFailLeaveNothing) {
         }
     });
     EXPECT_EQ(7u, failures);
+}
+
+TEST(StringyAllocationTest, SplittingAllocatesOnceForEachLongItem) {
+    std::string const text = longText + "," + longText + ",short";
+    std::vector<Stringy> items;
+    items.reserve(3);
+    EXPECT_EQ(2u, AllocationsOf([&] {
+                  Stringy::SplitSeparatedStringsIntoArray(text.c_str(), ',', items, 3, false);
+              }));
+    EXPECT_EQ(3u, items.size());
 }
 
 TEST(StringyAllocationTest, SplittingThatFailsKeepsTheItemsSoFar) {

@@ -256,9 +256,11 @@ TEST(StringyTest, ToAnEmptyStringATextOf127IsAppendedOnTheHeap) {
     Stringy notEmpty("x");
     notEmpty += Text(126).c_str();
     EXPECT_TRUE(LiesInside(notEmpty));
-    Stringy of126;
+    Stringy of126, alsoOf126;
     of126 += Text(126).c_str();
+    alsoOf126 += Stringy(Text(126).c_str());
     EXPECT_TRUE(LiesInside(of126));
+    EXPECT_TRUE(LiesInside(alsoOf126));
 }
 
 TEST(StringyTest, BytesCanBeAppendedOneByOne) {
