@@ -8,6 +8,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -270,6 +271,22 @@ mode_t umask(mode_t mask) noexcept {
     if (active)
         Record("umask", Octal(mask));
     return next(mask);
+}
+
+int mkstemp(char* pattern) {
+    static auto const next = Next(&mkstemp, "mkstemp");
+    if (active)
+        if (int const error = Record("mkstemp", pattern).error)
+            return Refuse(error, -1);
+    return next(pattern);
+}
+
+char* mkdtemp(char* pattern) noexcept {
+    static auto const next = Next(&mkdtemp, "mkdtemp");
+    if (active)
+        if (int const error = Record("mkdtemp", pattern).error)
+            return Refuse(error, static_cast<char*>(nullptr));
+    return next(pattern);
 }
 
 // The program is linked with --wrap=malloc, so that the calls of our own objects come here.
