@@ -1,5 +1,8 @@
 #include "data/ConstDataRopeReference.h"
 
+#include "data/Buffer.h"
+#include "data/Data.h"
+
 static_assert(sizeof(ConstDataRopeReference) == 2 * sizeof(void*));
 
 std::uint64_t TotalLength(ConstDataRopeReference rope) {

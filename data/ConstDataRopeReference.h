@@ -13,9 +13,10 @@
 #include <string>
 
 #include "data/ArrayOf.h"
-#include "data/Buffer.h"
 #include "data/ConstData.h"
-#include "data/Data.h"
+
+class Buffer;
+class Data;
 
 class ConstDataRopeReference : public ConstArrayOf<ConstData> {
 public:

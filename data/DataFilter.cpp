@@ -1,5 +1,8 @@
 #include "data/DataFilter.h"
 
+#include "data/Buffer.h"
+#include "data/Data.h"
+
 constinit DataFilter DataFilter::copy;
 
 DataFilter::~DataFilter() = default;

@@ -1,9 +1,11 @@
 // A rewriting of bytes between two buffers. The class itself is the identity.
 #pragma once
 
-#include "data/Buffer.h"
 #include "data/ConstData.h"
-#include "data/Data.h"
+
+class Buffer;
+class ConstBuffer;
+class Data;
 
 // A filter for a stream of bytes, of any length and in any cutting.
 //

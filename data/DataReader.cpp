@@ -1,5 +1,7 @@
 #include "data/DataReader.h"
 
+#include "data/Buffer.h"
+#include "data/Data.h"
 #include "data/EmptyDataReader.h"
 
 namespace {

@@ -1,9 +1,10 @@
 // The pull protocol: a consumer asks a source for bytes.
 #pragma once
 
-#include "data/Buffer.h"
-#include "data/Data.h"
 #include "data/DebuggableException.h"
+
+class Buffer;
+class Data;
 
 // The reader ended before a range was full.
 class NoMoreData : public DebuggableException {};

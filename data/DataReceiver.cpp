@@ -1,5 +1,6 @@
 #include "data/DataReceiver.h"
 
+#include "data/ConstDataRopeReference.h"
 #include "data/IgnoreDataReceiver.h"
 
 namespace {

@@ -5,8 +5,9 @@
 #pragma once
 
 #include "data/ConstData.h"
-#include "data/ConstDataRopeReference.h"
 #include "data/DataWriter.h"
+
+class ConstDataRopeReference;
 
 // A sink between Start and ReceiveEnd.
 //

@@ -1,7 +1,6 @@
 // The reader without any bytes. DataReader::Empty() is the instance for all who need one.
 #pragma once
 
-#include "data/Buffer.h"
 #include "data/DataReader.h"
 
 class EmptyDataReader : public DataReader {

@@ -1,5 +1,6 @@
 #include "data/StartReceiveAndEnd.h"
 
+#include "data/ConstDataRopeReference.h"
 #include "data/DataFilterer.h"
 #include "data/DataReceiver.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "data/ConstData.h"
-#include "data/ConstDataRopeReference.h"
 
+class ConstDataRopeReference;
 class DataFilter;
 class DataReceiver;
 

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "data/Buffer.h"
+#include "data/Data.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "data/Buffer.h"
 #include "data/DataFilter.h"
 #include "data/IgnoreDataReceiver.h"
 #include "tests/support/Bytes.h"

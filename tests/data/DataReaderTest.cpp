@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "data/Buffer.h"
+#include "data/Data.h"
 #include "data/EmptyDataReader.h"
 #include "data/ReadReader.h"
 #include "tests/support/Bytes.h"

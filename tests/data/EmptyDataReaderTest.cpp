@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "data/Buffer.h"
+#include "data/Data.h"
 #include "tests/support/Bytes.h"
 
 namespace {

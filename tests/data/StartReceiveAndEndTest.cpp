@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "data/AsciiFilters.h"
+#include "data/ConstDataRopeReference.h"
 #include "data/DataFilter.h"
 #include "tests/support/RecordingReceivers.h"
 
