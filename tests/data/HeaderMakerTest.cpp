@@ -197,6 +197,31 @@ TEST(HeaderMakerTest, StartForgetsAnOpenField) {
               receiver.Calls());
 }
 
+TEST(HeaderMakerTest, StartInAValueBeginsALine) {
+    FieldRecorder receiver;
+    HeaderMaker maker(receiver);
+    maker.Start(0);
+    maker.Receive("a:1");
+    receiver.Start(100);
+    maker.Start(100);
+    maker.Receive("b:2");
+    maker.ReceiveEnd(103);
+    EXPECT_EQ(Calls({"Start 0", "ReceiveHeaderField 0 a", "field Start", "field Receive 1",
+                     "Start 100", "ReceiveHeaderField 100 b", "field Start", "field Receive 2",
+                     "field ReceiveEnd", "ReceiveHeaderFieldEnd 103"}),
+              receiver.Calls());
+}
+
+// Before the first break, the start stands for one of no bytes.
+TEST(HeaderMakerTest, FieldEndsAtTheStartIfTheStreamClaimsToEndThere) {
+    FieldRecorder receiver;
+    HeaderMaker maker(receiver);
+    maker.Start(7);
+    maker.Receive("a:1");
+    maker.ReceiveEnd(7);
+    EXPECT_EQ("ReceiveHeaderFieldEnd 7", receiver.Calls().back());
+}
+
 TEST(HeaderMakerTest, FieldEndsInFrontOfABreakOnlyIfTheBreakIsTheLastOfTheStream) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);

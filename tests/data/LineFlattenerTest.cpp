@@ -73,6 +73,16 @@ TEST(LineFlattenerTest, BreakOfNothingIsAnEmptyChunk) {
     EXPECT_EQ(Calls({"Start", "Receive "}), receiver.Calls());
 }
 
+// Deliberate: a stream without a new binding is the caller's fault, and shows at once.
+TEST(LineFlattenerTest, EndForgetsTheTarget) {
+    RecordingDataReceiver receiver;
+    LineFlattener flattener;
+    LineReceiver& lines = flattener(LineFlattener::lf, receiver);
+    lines.Start(0);
+    lines.ReceiveEnd(0);
+    EXPECT_DEATH(lines.Start(0), "");
+}
+
 TEST(LineFlattenerTest, CanBeBoundAgainForTheNextStream) {
     RecordingDataReceiver first;
     RecordingDataReceiver second;

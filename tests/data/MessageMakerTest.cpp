@@ -214,6 +214,20 @@ TEST(MessageMakerTest, StartBeginsTheNextMessageAtAnyOffset) {
         receiver.Calls());
 }
 
+TEST(MessageMakerTest, MessageBehindOneThatEndedInALineMayBeginWithAnEmptyLine) {
+    RecordingMessageReceiver receiver;
+    MessageMaker maker(receiver);
+    maker.Start(0);
+    maker.Receive("a:b");
+    maker.Start(100);
+    maker.ReceiveLineBreak({100, 102});
+    maker.ReceiveEnd(102);
+    EXPECT_EQ(
+        Calls({"Start 0", "ReceiveHeaderField 0 a", "field Start", "field Receive b", "Start 100",
+               "ReceiveBody 102", "body Start 102", "body ReceiveEnd 102", "ReceiveEnd 102"}),
+        receiver.Calls());
+}
+
 TEST(MessageMakerTest, AllocatesNothing) {
     class Ignorer : public MessageReceiver {
     public:
