@@ -1,9 +1,13 @@
 #include "compliance/ClientCompliance.h"
 
 #include <exception>
+#include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
+
+#include "compliance/InterProcessLock.h"
+#include "data/DebuggableException.h"
 
 namespace {
 
@@ -129,6 +133,28 @@ TEST(ClientComplianceTest, ExceptionsOfTheExchangeAreEmptyAndHaveNoBase) {
     EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseReadFailure>));
     EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseBadDocumentType>));
     EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseTypeFailure>));
+}
+
+template <class Exception>
+std::string HandlerThatStops() {
+    try {
+        throw Exception();
+    } catch (DebuggableException const&) {
+        return "DebuggableException";
+    } catch (std::exception const&) {
+        return "std::exception";
+    } catch (...) {
+        return "all";
+    }
+}
+
+TEST(ClientComplianceTest, HandlersOfBothRootsLetTheExceptionsOfTheExchangePass) {
+    EXPECT_EQ("all", HandlerThatStops<InterProcessLockCreateError>());
+    EXPECT_EQ("all", HandlerThatStops<ClientComplianceRequestIOWriteFailure>());
+    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseIOWriteFailure>());
+    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseReadFailure>());
+    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseTypeFailure>());
+    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseBadDocumentType>());
 }
 
 } // namespace

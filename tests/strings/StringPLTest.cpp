@@ -42,6 +42,18 @@ TEST(StringPLTest, ExceptionNamesItself) {
     }
 }
 
+TEST(StringPLTest, HandlerOfDebuggableExceptionLetsTheExceptionPass) {
+    bool passed = false;
+    try {
+        StringPL().GetAt(0);
+    } catch (DebuggableException const&) {
+        FAIL() << "stopped by the wrong root";
+    } catch (std::exception const&) {
+        passed = true;
+    }
+    EXPECT_TRUE(passed);
+}
+
 TEST(StringPLTest, DefaultIsEmpty) { ExpectText("", 1, StringPL()); }
 
 TEST(StringPLTest, AllEmptyStringsOfAConstructorShareTheirCharacters) {
