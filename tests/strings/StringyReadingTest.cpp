@@ -94,6 +94,7 @@ TEST(StringyReadingTest, PrefixesIgnoringCaseIgnoreThatOfAsciiOnly) {
     EXPECT_FALSE(string.StartsWithIgnoringCase("ABC\xC4"));
     EXPECT_FALSE(string.StartsWithIgnoringCase("aBc\xE4x"));
     EXPECT_TRUE(string.StartsWithIgnoringCase(Stringy("Ab")));
+    EXPECT_TRUE(string.StartsWithIgnoringCase(Stringy("ABC\xE4")));
     EXPECT_FALSE(string.StartsWithIgnoringCase(Stringy("b")));
     EXPECT_FALSE(string.StartsWithIgnoringCase(Stringy("aBc\xE4x")));
     EXPECT_FALSE(Stringy().StartsWithIgnoringCase("a"));

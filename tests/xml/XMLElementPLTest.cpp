@@ -1,5 +1,6 @@
 #include "xml/XMLElementPL.h"
 
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
+#include "tests/xml/SmallStack.h"
 #include "tests/xml/TreeText.h"
 
 namespace {
@@ -56,6 +58,17 @@ TEST(XMLElementPLTest, BothConstructorsCopyNameAndAttributes) {
         EXPECT_EQ(element->GetText(), "");
         EXPECT_TRUE(element->GetElementList().empty());
     }
+}
+
+TEST(XMLElementPLTest, AnElementTakesExactlyWhatItsAttributesNeed) {
+    Pointers const attributes{{"b", "1"}, {"c", "2"}, {"d", "3"}};
+    std::vector<XMLAttribute const*> const& pointers = attributes;
+    std::string const name = "a";
+    AllocationCounter const counter;
+    XMLElementPL const element(name, pointers);
+    // The attributes at once, and the list of children.
+    EXPECT_EQ(counter.Count(), 2u);
+    EXPECT_EQ(counter.Bytes(), 3 * sizeof(XMLAttribute) + sizeof(std::list<XMLElementPL>));
 }
 
 TEST(XMLElementPLTest, AttributesAreFoundIgnoringAsciiCase) {
@@ -211,24 +224,28 @@ TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
 }
 
 TEST(XMLElementPLTest, ADeepTreeIsCopiedTrimmedAndFreedWithoutRecursion) {
-    std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
-    XMLElementPL outer("outer", none);
-    outer.AddChildElement(*source);
-    outer.AddChildElement(outer);
-    EXPECT_EQ(DepthOf(outer), deep + 1);
-    EXPECT_EQ(DepthOf(outer.GetElementList().back()), deep + 1);
-    outer.Reset("new", none);
-    EXPECT_TRUE(outer.GetElementList().empty());
+    OnSmallStack([] {
+        std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
+        XMLElementPL outer("outer", none);
+        outer.AddChildElement(*source);
+        outer.AddChildElement(outer);
+        EXPECT_EQ(DepthOf(outer), deep + 1);
+        EXPECT_EQ(DepthOf(outer.GetElementList().back()), deep + 1);
+        outer.Reset("new", none);
+        EXPECT_TRUE(outer.GetElementList().empty());
+    });
 }
 
-TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreed) {
-    XMLElementPL outer("outer", none);
-    for (int count = 0; count < 10; ++count)
-        outer.AddChildElement(*MakeDeepTree(deep / 10));
-    XMLElementPL const copy(outer);
-    EXPECT_EQ(copy.GetElementList().size(), 10u);
-    for (XMLElementPL const& child : copy.GetElementList())
-        EXPECT_EQ(DepthOf(child), deep / 10);
+TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreedWithoutRecursion) {
+    OnSmallStack([] {
+        XMLElementPL outer("outer", none);
+        for (int count = 0; count < 10; ++count)
+            outer.AddChildElement(*MakeDeepTree(deep / 10));
+        XMLElementPL const copy(outer);
+        EXPECT_EQ(copy.GetElementList().size(), 10u);
+        for (XMLElementPL const& child : copy.GetElementList())
+            EXPECT_EQ(DepthOf(child), deep / 10);
+    });
 }
 
 TEST(XMLElementPLTest, AFailedAllocationLosesNothingAndLeavesTheSourceAlone) {

@@ -12,6 +12,7 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/xml/ByteSoup.h"
 #include "tests/xml/NaiveXMLMachine.h"
+#include "tests/xml/SmallStack.h"
 #include "tests/xml/TreeText.h"
 
 namespace {
@@ -233,17 +234,19 @@ TEST(XMLTreeParserPLTest, ExhaustedMemoryLeavesATreeThatCanBeReadAndFreed) {
 
 // CC_FULL_SIZE=1 in the environment asks for the full depth, which needs about 1.5 GB.
 TEST(XMLTreeParserPLTest, ADeepDocumentIsReadAndFreedWithoutRecursion) {
-    unsigned int const depth = std::getenv("CC_FULL_SIZE") != nullptr ? 5'000'000 : 50'000;
-    XMLTreeParserPL parser;
-    std::string const tags = "<a><a><a><a><a><a><a><a><a><a>";
-    for (unsigned int tag = 0; tag < depth; tag += 10)
-        parser.Parse(tags);
-    EXPECT_TRUE(parser.HasOpenElements());
-    parser.Reset();
-    parser.Parse(std::string("<b>"));
-    EXPECT_TRUE(parser.GetRootElement()->GetElementList().empty());
-    for (unsigned int tag = 0; tag < depth; tag += 10)
-        parser.Parse(tags);
+    OnSmallStack([] {
+        unsigned int const depth = std::getenv("CC_FULL_SIZE") != nullptr ? 5'000'000 : 50'000;
+        XMLTreeParserPL parser;
+        std::string const tags = "<a><a><a><a><a><a><a><a><a><a>";
+        for (unsigned int tag = 0; tag < depth; tag += 10)
+            parser.Parse(tags);
+        EXPECT_TRUE(parser.HasOpenElements());
+        parser.Reset();
+        parser.Parse(std::string("<b>"));
+        EXPECT_TRUE(parser.GetRootElement()->GetElementList().empty());
+        for (unsigned int tag = 0; tag < depth; tag += 10)
+            parser.Parse(tags);
+    });
 }
 
 // CC_FULL_SIZE=1 asks for a million of them. A search for the pool entry, or a list that grew by
