@@ -145,6 +145,8 @@ TEST(XMLElementPLTest, ResetLeavesNothingToBeSeen) {
     EXPECT_FALSE(element.HasAttribute("b"));
     element.Reset("g", none);
     EXPECT_EQ(TreeText(element), "g");
+    element.Reset("h", Pointers{{"i", "4"}, {"j", "5"}, {"k", "6"}});
+    EXPECT_EQ(TreeText(element), "h[i=4,j=5,k=6]");
 }
 
 TEST(XMLElementPLTest, OldChildrenAreUsedAgainInTheirOrder) {
