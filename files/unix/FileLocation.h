@@ -7,6 +7,7 @@
 
 #include "data/ConstData.h"
 #include "files/unix/FileName.h"
+#include "unicode/Encodings.h"
 
 namespace UnixPlatform {
 
@@ -64,6 +65,9 @@ public:
     char const* Text() const { return text; }
     ConstData Bytes() const { return ConstData(text); }
     bool IsEmpty() const { return *text == '\0'; }
+
+    // The same bytes as Bytes. See files/EncodedNames.h.
+    UStringRef<Local8Bit> Local8BitPath() const;
 
     // Deliberate: this is one more than the path has bytes where Set got a name that begins with a
     // "/", until the location is copied: a copy measures the path anew. Use Bytes to measure it.

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "data/ConstData.h"
+#include "unicode/Encodings.h"
 
 enum TarvikFileType : int;
 
@@ -27,6 +28,9 @@ public:
     // Through Set.
     explicit FileName(char const* name) : FileName(ConstData(name)) {}
     explicit FileName(ConstData name);
+
+    // Through Set, in the encoding of the locale. See files/EncodedNames.h.
+    explicit FileName(UStringRef<UTF8> const& name);
 
     FileName(FileName const& other) { SafeSet(other.text, other.length); }
     FileName& operator=(FileName const& other);
@@ -53,6 +57,10 @@ public:
     unsigned int Length() const { return length; }
     ConstData Bytes() const { return ConstData(text, length); }
     bool IsEmpty() const { return length == 0; }
+
+    // The bytes as they stand, and their text. See files/EncodedNames.h.
+    UStringRef<Local8Bit> MakeLocal8BitRef() const;
+    AutoUString<UTF8> MakeUTF8String() const;
 
     // Byte by byte, or by Ascii::CompareLowercase if `ignoreCase`.
     bool HasSuffix(char const* suffix, bool ignoreCase) const;

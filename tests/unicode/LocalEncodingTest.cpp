@@ -28,8 +28,7 @@ using UnixPlatform::WideToMultiByteConvertError;
 
 using Bytes = Units<Local8Bit>;
 
-constexpr char const* madeEncoding = "ISO-8859-15";
-constexpr char const* whyNot = "no localedef with its sources here: a locale cannot be made";
+constexpr char const* madeEncoding = EightBitLocale::encoding;
 
 Bytes BytesOf(std::string const& text) { return Bytes(text.begin(), text.end()); }
 
@@ -138,20 +137,6 @@ void ExpectAsciiPasses() {
     EXPECT_EQ(BytesOf(text), Encoded<UTF32>(UnitsOfAscii<UTF32>(text)));
 }
 
-// An 8-bit locale, made for the test and in force.
-class EightBitLocale {
-public:
-    EightBitLocale() {
-        if (locales.Make("eight", "de_DE", madeEncoding))
-            inForce.emplace("eight");
-    }
-    bool IsThere() const { return inForce.has_value() && inForce->IsThere(); }
-
-private:
-    MadeLocales locales;
-    std::optional<LocaleInForce> inForce;
-};
-
 // The character of each byte by the system's tables, which the code under test does not ask by name.
 // 0 where there is none.
 std::vector<std::uint32_t> TableOf(char const* encoding) {
@@ -183,7 +168,7 @@ TEST(LocalEncodingTest, NameOfAnEncodingHasAtMost48Bytes) {
         std::string const longName(length, 'N');
         std::string const table = locales.RenamedEncoding(madeEncoding, longName);
         if (table.empty() || !locales.Make("of" + longName, "de_DE", table))
-            GTEST_SKIP() << whyNot;
+            GTEST_SKIP() << MadeLocales::whyNot;
         LocaleInForce const locale("of" + longName);
         ASSERT_TRUE(locale.IsThere());
         if (length == 48) {
@@ -280,8 +265,8 @@ TEST(LocalEncodingTest, LocaleOfUTF8RefusesWhatIsMalformed) {
 
 TEST(LocalEncodingTest, EveryByteOfAnEightBitLocaleHasItsCharacter) {
     EightBitLocale const locale;
-    if (!locale.IsThere())
-        GTEST_SKIP() << whyNot;
+    if (locale.WhyNot() != nullptr)
+        GTEST_SKIP() << locale.WhyNot();
     EXPECT_STREQ(madeEncoding, UnixPlatform::IANAEncodingName(Local8Bit()).Text());
     auto const table = TableOf(madeEncoding);
     EXPECT_EQ(0x20ACu, table[0xA4]);
@@ -298,8 +283,8 @@ TEST(LocalEncodingTest, EveryByteOfAnEightBitLocaleHasItsCharacter) {
 
 TEST(LocalEncodingTest, EightBitLocaleRefusesEveryOtherCharacter) {
     EightBitLocale const locale;
-    if (!locale.IsThere())
-        GTEST_SKIP() << whyNot;
+    if (locale.WhyNot() != nullptr)
+        GTEST_SKIP() << locale.WhyNot();
     std::vector<bool> isEncodable(0x10000);
     for (std::uint32_t character : TableOf(madeEncoding))
         isEncodable.at(character) = true;

@@ -27,6 +27,10 @@ private:
 // Locales are found in here, as long as it lives.
 class MadeLocales {
 public:
+    // Why a test that needs one is skipped.
+    static constexpr char const* whyNot =
+        "no localedef with its sources here: a locale cannot be made";
+
     MadeLocales() { setenv("LOCPATH", directory.path().c_str(), 1); }
     ~MadeLocales() { unsetenv("LOCPATH"); }
     MadeLocales(MadeLocales const&) = delete;
@@ -53,4 +57,21 @@ private:
     static bool Succeeds(std::string const& command) { return std::system(command.c_str()) == 0; }
 
     TemporaryDirectory directory;
+};
+
+// An 8-bit locale, made for the test and in force. Its table differs from the first 256 characters
+// of Unicode in eight places, one of them the euro sign at 0xA4.
+class EightBitLocale {
+public:
+    static constexpr char const* encoding = "ISO-8859-15";
+
+    EightBitLocale() : made(locales.Make("eight", "de_DE", encoding)), inForce("eight") {}
+
+    // Null if the locale is there, otherwise the reason why a test cannot run in it.
+    char const* WhyNot() const { return made && inForce.IsThere() ? nullptr : MadeLocales::whyNot; }
+
+private:
+    MadeLocales locales;
+    bool const made;
+    LocaleInForce inForce;
 };
