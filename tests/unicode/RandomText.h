@@ -1,0 +1,64 @@
+// Random well-formed texts with runs of the kinds that real ones have.
+#pragma once
+
+#include <cstddef>
+#include <random>
+
+#include "tests/unicode/NaiveTranscoder.h"
+#include "tests/unicode/Units.h"
+#include "unicode/Encodings.h"
+
+// A character of one of six kinds: ASCII, Latin, Cyrillic, CJK, emoji, anything.
+inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
+    auto const between = [&](unsigned first, unsigned last) {
+        return first + random() % (last - first + 1);
+    };
+    switch (kind) {
+    case 0:
+        return between(0, 0x7F);
+    case 1:
+        return between(0xC0, 0xFF);
+    case 2:
+        return random() % 6 == 0 ? 0x20 : between(0x410, 0x44F);
+    case 3:
+        return between(0x4E00, 0x9FFF);
+    case 4:
+        return between(0x1F300, 0x1F6FF);
+    default:
+        for (;;) {
+            unsigned const value = random() % (random() % 2 == 0 ? 0x10000 : 0x110000);
+            if (!Naive::IsSurrogate(value))
+                return value;
+        }
+    }
+}
+
+// `length` characters in runs of 1 to 100 of a kind.
+inline Units<UTF32> RandomCharacters(std::mt19937& random, std::size_t length) {
+    Units<UTF32> characters;
+    while (characters.size() < length) {
+        unsigned const kind = random() % 6;
+        std::size_t const run = 1 + random() % (random() % 2 == 0 ? 5 : 100);
+        for (std::size_t i = 0; i < run && characters.size() < length; ++i)
+            characters.push_back(RandomCharacter(random, kind));
+    }
+    return characters;
+}
+
+// Characters in an encoding, by the contract written down one step at a time.
+template <class E>
+Units<E> Encoded(Units<UTF32> const& characters) {
+    Units<E> units;
+    for (unsigned int character : characters)
+        Naive::Step(Units<UTF32>{character}, units);
+    return units;
+}
+template <>
+inline Units<UTF32> Encoded<UTF32>(Units<UTF32> const& characters) {
+    return characters;
+}
+
+template <class E>
+Units<E> RandomText(std::mt19937& random, std::size_t length) {
+    return Encoded<E>(RandomCharacters(random, length));
+}

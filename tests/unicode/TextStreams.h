@@ -1,0 +1,133 @@
+// Streams of encoded text for tests: a recording receiver, and what came of a stream cut in a given
+// way.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "data/ArrayOf.h"
+#include "tests/unicode/Units.h"
+#include "unicode/Encodings.h"
+#include "unicode/GenericTranscoder.h"
+#include "unicode/UTextReceiver.h"
+
+// What reaches the end of a chain, call by call.
+template <class E>
+struct TextOutcome {
+    bool operator==(TextOutcome const&) const = default;
+
+    Units<E> units;                 // All that was received.
+    std::vector<std::size_t> sizes; // Of each Receive call.
+    bool ended = false;
+    // The number of the chunk whose Receive threw InvalidTextEncoding, the number of all chunks if
+    // ReceiveEnd did, -1 if nothing was thrown.
+    int thrownAt = -1;
+};
+
+template <class E>
+std::string ShownOutcome(TextOutcome<E> const& outcome) {
+    std::ostringstream text;
+    text << '[' << ShownUnits(outcome.units) << ']';
+    for (std::size_t size : outcome.sizes)
+        text << ' ' << size;
+    text << (outcome.ended ? " ended" : " open") << ", thrown at " << outcome.thrownAt;
+    return text.str();
+}
+
+// Checks the order of the calls, and that nobody sends empty pieces.
+template <class E>
+class RecordingTextReceiver : public UTextReceiver<E> {
+public:
+    void Start(E) override {
+        isOpen = true;
+        outcome.units.clear();
+        outcome.sizes.clear();
+        outcome.ended = false;
+        outcome.thrownAt = -1;
+    }
+    void Receive(ConstArrayOf<typename E::Unit> units) override {
+        EXPECT_TRUE(isOpen && !units.IsEmpty());
+        outcome.units.insert(outcome.units.end(), units.begin, units.end);
+        outcome.sizes.push_back(units.Length());
+    }
+    void ReceiveEnd() override {
+        EXPECT_TRUE(isOpen);
+        isOpen = false;
+        outcome.ended = true;
+    }
+
+    TextOutcome<E> outcome;
+
+private:
+    bool isOpen = false;
+};
+
+// The lengths of the chunks of a stream.
+using ChunkLengths = std::vector<std::size_t>;
+
+// Runs the text through `receiver`, of which `outcome` is what comes out. Each chunk is a copy of
+// its own in memory of exactly its length, so that a stage that reads past it is found out.
+template <class Source, class Receiver, class Outcome>
+void FeedText(Receiver& receiver, Outcome& outcome, Units<Source> const& text,
+              ChunkLengths const& lengths) {
+    using Unit = typename Source::Unit;
+    int call = 0;
+    try {
+        receiver.Start(Source());
+        Unit const* position = text.data();
+        for (std::size_t length : lengths) {
+            std::unique_ptr<Unit[]> const copy(new Unit[length]);
+            std::copy_n(position, length, copy.get());
+            receiver.Receive(ConstArrayOf<Unit>(copy.get(), length));
+            position += length;
+            ++call;
+        }
+        receiver.ReceiveEnd();
+    } catch (InvalidTextEncoding const&) {
+        outcome.thrownAt = call;
+    }
+}
+
+// A stage with a recorder behind it, to be used again and again.
+template <class Target, class Source>
+class RecordedStage {
+public:
+    TextOutcome<Target> const& Run(Units<Source> const& text, ChunkLengths const& lengths) {
+        FeedText<Source>(transcoder(recorder), recorder.outcome, text, lengths);
+        return recorder.outcome;
+    }
+    TextOutcome<Target> const& Run(Units<Source> const& text) { return Run(text, {text.size()}); }
+
+private:
+    RecordingTextReceiver<Target> recorder;
+    StreamTranscoder<Target, Source> transcoder;
+};
+
+// Chunks of `size` units, the last one shorter.
+inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
+    ChunkLengths lengths(length / size, size);
+    if (length % size != 0)
+        lengths.push_back(length % size);
+    return lengths;
+}
+
+// All 2^(length-1) ways to cut a text into chunks that are not empty.
+inline std::vector<ChunkLengths> AllCuttings(std::size_t length) {
+    std::vector<ChunkLengths> cuttings;
+    for (std::size_t cuts = 0; cuts < std::size_t{1} << (length - 1); ++cuts) {
+        ChunkLengths lengths{1};
+        for (std::size_t place = 0; place + 1 < length; ++place)
+            if ((cuts >> place & 1) != 0)
+                lengths.push_back(1);
+            else
+                ++lengths.back();
+        cuttings.push_back(lengths);
+    }
+    return cuttings;
+}
