@@ -60,13 +60,13 @@ template <class Target, class Source>
 requires TranscodedPair<Target, Source>
 auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<SourceUnit> units,
                                                BufferOf<TargetUnit>& buffer) -> SourceUnit const* {
-    SourceUnit sequence[4];
+    SourceUnit sequence[4] = {};
     SourceUnit* const chunk = std::copy_n(pending, held, sequence);
     std::size_t const added = std::min<std::size_t>(4 - held, units.Length());
     SourceUnit const* const end = std::copy_n(units.begin, added, chunk);
     ReadSequence const read = ReadFor<Target, Source>(sequence, held + added);
     if (read.form == ReadSequence::Invalid)
-        ThrowInvalidTextEncoding();
+        throw InvalidTextEncoding();
     if (read.form == ReadSequence::Unfinished) {
         Hold(sequence, end);
         return units.end;

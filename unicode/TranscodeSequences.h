@@ -41,25 +41,23 @@ template <>
 struct Sequences<UTF8> {
     static constexpr unsigned longest = 4;
 
+    // The bytes are looked at as one number: those that are not there are 0, which no trailing byte
+    // is, so a sequence that matches is there as a whole.
     static constexpr ReadSequence Read(unsigned char const* unit, std::size_t available) {
-        std::uint32_t const b0 = unit[0];
-        if (b0 < 0x80)
-            return {ReadSequence::Basic, 1, b0};
-        if (available < 2)
-            return {ReadSequence::Unfinished, 1, 0};
-        std::uint32_t const b1 = Trail(unit[1]);
-        if ((b0 & 0xE0) == 0xC0 && b1 < 0x40)
-            return {ReadSequence::Basic, 2, (b0 & 0x1F) << 6 | b1};
-        if (available < 3)
-            return {ReadSequence::Unfinished, 2, 0};
-        std::uint32_t const b2 = Trail(unit[2]);
-        if ((b0 & 0xF0) == 0xE0 && (b1 | b2) < 0x40)
-            return {ReadSequence::Basic, 3, (b0 & 0x0F) << 12 | b1 << 6 | b2};
+        std::uint32_t const bytes = FourBytes(unit, available);
+        if (bytes < 0x80000000)
+            return {ReadSequence::Basic, 1, bytes >> 24};
+        if ((bytes & 0xE0C00000) == 0xC0800000)
+            return {ReadSequence::Basic, 2, (bytes >> 18 & 0x7C0) | (bytes >> 16 & 0x3F)};
+        if ((bytes & 0xF0C0C000) == 0xE0808000)
+            return {ReadSequence::Basic, 3,
+                    (bytes >> 12 & 0xF000) | (bytes >> 10 & 0xFC0) | (bytes >> 8 & 0x3F)};
+        if ((bytes & 0xF8C0C0C0) == 0xF0808080)
+            return {ReadSequence::Supplementary, 4,
+                    (bytes >> 6 & 0x1C0000) | (bytes >> 4 & 0x3F000) | (bytes >> 2 & 0xFC0) |
+                        (bytes & 0x3F)};
         if (available < 4)
-            return {ReadSequence::Unfinished, 3, 0};
-        std::uint32_t const b3 = Trail(unit[3]);
-        if ((b0 & 0xF8) == 0xF0 && (b1 | b2 | b3) < 0x40)
-            return {ReadSequence::Supplementary, 4, (b0 & 7) << 18 | b1 << 12 | b2 << 6 | b3};
+            return {ReadSequence::Unfinished, static_cast<unsigned char>(available), 0};
         return {ReadSequence::Invalid, 4, 0};
     }
 
@@ -84,8 +82,17 @@ struct Sequences<UTF8> {
     }
 
 private:
-    // The six bits of a trailing byte; 0x40 and more if it is none.
-    static constexpr std::uint32_t Trail(unsigned char byte) { return byte ^ 0x80u; }
+    static constexpr std::uint32_t FourBytes(unsigned char const* unit, std::size_t available) {
+        std::uint32_t bytes = std::uint32_t{unit[0]} << 24;
+        if (available > 1)
+            bytes |= std::uint32_t{unit[1]} << 16;
+        if (available > 2)
+            bytes |= std::uint32_t{unit[2]} << 8;
+        if (available > 3)
+            bytes |= unit[3];
+        return bytes;
+    }
+
     static constexpr unsigned char Byte(std::uint32_t value) {
         return static_cast<unsigned char>(value);
     }

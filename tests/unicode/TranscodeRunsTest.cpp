@@ -87,47 +87,60 @@ TEST(TranscodeRunsTest, MalformedTextsFromUTF32AreAsTheContractSays) {
     CompareWithContract<UTF16, UTF32>(12, true);
 }
 
-// What a run over a text from `first` on does to a block that has `room` units left.
+// What a run does to a block that has `room` units left.
+template <class Target>
+struct RunOutcome {
+    bool operator==(RunOutcome const&) const = default;
+
+    std::ptrdiff_t read = -1; // If nothing was thrown.
+    Units<Target> written;
+};
+
 template <class Target, class Source, class Run>
-std::string RunInto(Units<Source> const& text, std::size_t first, std::size_t room, Run run) {
+RunOutcome<Target> RunInto(std::size_t room, Units<Source> const& text, Run run) {
     // In memory of exactly these sizes, so that reading or writing past them is found out.
-    Units<Source> const source(text.begin() + static_cast<std::ptrdiff_t>(first), text.end());
+    Units<Source> const source(text);
     Units<Target> block(room + 5, 0x55);
     BufferOf<typename Target::Unit> buffer(
         ArrayOf<typename Target::Unit>(block.data(), block.size()));
     buffer.count = 5;
-    std::string result;
+    RunOutcome<Target> outcome;
     try {
         auto const position = run(source.data(), source.data() + source.size(), buffer);
-        result = "took " + std::to_string(position - source.data());
-        block.resize(buffer.count);
-        result += " gave " + ShownUnits(block);
+        outcome.read = position - source.data();
+        outcome.written.assign(block.begin(), block.begin() + buffer.count);
     } catch (InvalidTextEncoding const&) {
-        result = "thrown";
     }
-    return result;
+    return outcome;
+}
+
+// Yields what is wrong, or nothing.
+template <class Target, class Source>
+std::string Difference(std::size_t room, Units<Source> const& text) {
+    auto const fast = RunInto<Target, Source>(
+        room, text, [](auto... a) { return TranscodeRun<Target, Source>(a...); });
+    auto const plain = RunInto<Target, Source>(
+        room, text, [](auto... a) { return TranscodeRunPlainly<Target, Source>(a...); });
+    if (fast == plain)
+        return "";
+    return ShownUnits(text) + " with room for " + std::to_string(room) + ": read " +
+           std::to_string(fast.read) + " gave " + ShownUnits(fast.written) + " instead of " +
+           std::to_string(plain.read) + ", " + ShownUnits(plain.written) + "\n";
 }
 
 template <class Target, class Source>
 void CompareWithPlainForm(unsigned seed) {
     std::mt19937 random(seed);
-    std::string mismatches;
-    for (int round = 0; round < 3000; ++round) {
-        Units<Source> text = RandomText<Source>(random, 1 + random() % 90);
-        if (round % 3 == 0)
+    std::string differences;
+    for (int round = 0; round < 3000 && differences.size() < 2000; ++round) {
+        Units<Source> text = RandomText<Source>(random, 1 + random() % 150);
+        text.erase(text.begin(), text.begin() + random() % std::min<std::size_t>(4, text.size()));
+        if (round % 3 == 0 && !text.empty())
             text[random() % text.size()] =
                 static_cast<typename Source::Unit>(random() >> random() % 24);
-        std::size_t const first = random() % (text.size() + 1);
-        std::size_t const room = random() % 200;
-        std::string const fast = RunInto<Target, Source>(
-            text, first, room, [](auto... a) { return TranscodeRun<Target, Source>(a...); });
-        std::string const plain = RunInto<Target, Source>(
-            text, first, room, [](auto... a) { return TranscodeRunPlainly<Target, Source>(a...); });
-        if (fast != plain)
-            mismatches += ShownUnits(text) + " from " + std::to_string(first) + ": " + fast +
-                          " instead of " + plain + "\n";
+        differences += Difference<Target, Source>(random() % 300, text);
     }
-    EXPECT_EQ("", mismatches.substr(0, 2000)) << "seed " << seed;
+    EXPECT_EQ("", differences) << "seed " << seed;
 }
 
 TEST(TranscodeRunsTest, EachFastFormDoesWhatItsPlainFormDoes) {
@@ -137,6 +150,47 @@ TEST(TranscodeRunsTest, EachFastFormDoesWhatItsPlainFormDoes) {
     CompareWithPlainForm<UTF16, UTF32>(24);
     CompareWithPlainForm<UTF32, UTF8>(25);
     CompareWithPlainForm<UTF32, UTF16>(26);
+}
+
+// A run of one kind with a unit of another kind, good or bad, at each of its places.
+template <class Target, class Source>
+void DisturbRuns(Units<Source> const& disturbances) {
+    std::mt19937 random(31);
+    std::string differences;
+    for (unsigned kind = 0; kind < 6; ++kind) {
+        Units<UTF32> characters;
+        while (characters.size() < 100)
+            characters.push_back(RandomCharacter(random, kind));
+        Units<Source> const run = Encoded<Source>(characters);
+        for (std::size_t place = 0; place < 100; ++place)
+            for (typename Source::Unit disturbance : disturbances) {
+                Units<Source> text(run.begin(), run.begin() + 100);
+                text[place] = disturbance;
+                if (differences.size() < 2000)
+                    differences += Difference<Target, Source>(400 - place, text);
+            }
+    }
+    EXPECT_EQ("", differences);
+}
+
+Units<UTF8> const oddBytes{0x41, 0x80, 0xBF, 0xC0, 0xDF, 0xE0, 0xED, 0xEF, 0xF0, 0xF4, 0xF8, 0xFF};
+Units<UTF16> const oddUnits{0x41, 0x80, 0x7FF, 0x800, 0xD7FF, 0xD800, 0xDBFF, 0xDC00, 0xE000};
+Units<UTF32> const oddValues{0x41,   0x80,    0x7FF,    0x800,    0xD7FF,     0xD800,    0xDFFF,
+                             0xE000, 0x10000, 0x10FFFF, 0x110000, 0x80000041, 0x7FFF0041};
+
+TEST(TranscodeRunsTest, DisturbedRunsOfUTF8ToUTF16AreReadAsPlainly) {
+    DisturbRuns<UTF16, UTF8>(oddBytes);
+}
+TEST(TranscodeRunsTest, DisturbedRunsOfUTF8ToUTF32AreReadAsPlainly) {
+    DisturbRuns<UTF32, UTF8>(oddBytes);
+}
+TEST(TranscodeRunsTest, DisturbedRunsOfUTF16AreReadAsPlainly) {
+    DisturbRuns<UTF8, UTF16>(oddUnits);
+    DisturbRuns<UTF32, UTF16>(oddUnits);
+}
+TEST(TranscodeRunsTest, DisturbedRunsOfUTF32AreReadAsPlainly) {
+    DisturbRuns<UTF8, UTF32>(oddValues);
+    DisturbRuns<UTF16, UTF32>(oddValues);
 }
 
 } // namespace

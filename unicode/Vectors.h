@@ -1,0 +1,115 @@
+// Vectors of 16 bytes, by what the transcoders do with them. Lanes are of 8, 16 or 32 bits, as the
+// names say; the first lane is the lowest.
+//
+// For TranscodeBlocks.h only. SSE2 belongs to every x86-64 processor, so nothing is chosen at run
+// time; for another processor there are no vectors.
+#pragma once
+
+#if defined(__SSE2__)
+
+#include <emmintrin.h>
+
+#include <cstring>
+
+namespace Vectors {
+
+using Vector = __m128i;
+
+struct TwoVectors {
+    Vector first, second;
+};
+
+inline Vector Zero() { return _mm_setzero_si128(); }
+inline Vector All8(unsigned value) { return _mm_set1_epi8(static_cast<char>(value)); }
+inline Vector All16(unsigned value) { return _mm_set1_epi16(static_cast<short>(value)); }
+inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(value)); }
+
+// Whole vectors, halves and quarters, at any address. The rest of a loaded vector is zero.
+inline Vector Load(void const* from) { return _mm_loadu_si128(static_cast<Vector const*>(from)); }
+inline Vector LoadHalf(void const* from) {
+    return _mm_loadl_epi64(static_cast<Vector const*>(from));
+}
+inline Vector LoadQuarter(void const* from) {
+    int bytes;
+    std::memcpy(&bytes, from, sizeof(bytes));
+    return _mm_cvtsi32_si128(bytes);
+}
+inline void Store(void* to, Vector value) { _mm_storeu_si128(static_cast<Vector*>(to), value); }
+inline void StoreHalf(void* to, Vector value) { _mm_storel_epi64(static_cast<Vector*>(to), value); }
+inline void StoreQuarter(void* to, Vector value) {
+    int const bytes = _mm_cvtsi128_si32(value);
+    std::memcpy(to, &bytes, sizeof(bytes));
+}
+
+inline Vector And(Vector a, Vector b) { return _mm_and_si128(a, b); }
+inline Vector AndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
+inline Vector Or(Vector a, Vector b) { return _mm_or_si128(a, b); }
+inline Vector Or(Vector a, Vector b, Vector c) { return Or(Or(a, b), c); }
+inline Vector Or(Vector a, Vector b, Vector c, Vector d) { return Or(Or(a, b), Or(c, d)); }
+inline Vector Not(Vector found) { return _mm_xor_si128(found, All8(0xFF)); }
+
+// All ones in the lanes whose bits under `mask` are `value`, zero in the others.
+inline Vector Is8(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi8(And(lanes, All8(mask)), All8(value));
+}
+inline Vector Is16(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi16(And(lanes, All16(mask)), All16(value));
+}
+inline Vector Is32(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi32(And(lanes, All32(mask)), All32(value));
+}
+
+// One bit for each lane that Is8, Is16 or Is32 has found.
+inline unsigned Bits8(Vector found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
+inline unsigned Bits16(TwoVectors found) {
+    return Bits8(_mm_packs_epi16(found.first, found.second));
+}
+inline unsigned Bits32(Vector found) {
+    return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(found)));
+}
+
+// The bits under `mask`, moved to the left.
+inline Vector Left16(Vector lanes, unsigned mask, int count) {
+    return _mm_slli_epi16(And(lanes, All16(mask)), count);
+}
+inline Vector Left32(Vector lanes, unsigned mask, int count) {
+    return _mm_slli_epi32(And(lanes, All32(mask)), count);
+}
+
+// Moved to the right, the bits that are under `mask` then.
+inline Vector Right16(Vector lanes, int count, unsigned mask) {
+    return And(_mm_srli_epi16(lanes, count), All16(mask));
+}
+inline Vector Right32(Vector lanes, int count, unsigned mask) {
+    return And(_mm_srli_epi32(lanes, count), All32(mask));
+}
+
+// Without the first lane of 32 bits.
+inline Vector DropFirst32(Vector lanes) { return _mm_srli_si128(lanes, 4); }
+
+// Lanes twice as wide, and half as wide. Of lanes that are made narrower the low halves remain;
+// those of Narrow16 must be below 0x100.
+inline TwoVectors Widen8(Vector lanes) {
+    return {_mm_unpacklo_epi8(lanes, Zero()), _mm_unpackhi_epi8(lanes, Zero())};
+}
+inline TwoVectors Widen16(Vector lanes) {
+    return {_mm_unpacklo_epi16(lanes, Zero()), _mm_unpackhi_epi16(lanes, Zero())};
+}
+inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
+inline Vector Narrow32(Vector first, Vector second) {
+    // Packing saturates: with the low halves' signs spread out there is nothing to saturate.
+    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(first, 16), 16),
+                           _mm_srai_epi32(_mm_slli_epi32(second, 16), 16));
+}
+
+// Of two findings in lanes of 32 bits, one in lanes of 16.
+inline Vector NarrowFound32(Vector first, Vector second) { return _mm_packs_epi32(first, second); }
+
+inline Vector Add32(Vector lanes, unsigned value) { return _mm_add_epi32(lanes, All32(value)); }
+inline Vector Subtract32(Vector lanes, unsigned value) {
+    return _mm_sub_epi32(lanes, All32(value));
+}
+
+} // namespace Vectors
+
+#endif
