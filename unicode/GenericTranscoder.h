@@ -70,7 +70,7 @@ private:
 
     UTextReceiver<Target>* target = nullptr;
     std::uint64_t pendingCount = 0;
-    SourceUnit pending[3]; // The units of an unfinished sequence, from the last chunk.
+    SourceUnit pending[3] = {}; // The units of an unfinished sequence, from the last chunk.
 };
 
 // The form that Transcode runs a text through.
