@@ -9,6 +9,7 @@
 class FileLocation;
 class FileRetryLog;
 
+// As the platform's item, whose contract holds, and convertible from it by copying.
 class FileItem : public UnixPlatform::FileItem {
 public:
     // Nothing there.
