@@ -62,6 +62,7 @@ class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// By an operation on directories, or on the way to a file.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -127,14 +128,17 @@ class FileResourceError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// Somebody holds it for the moment.
 class FileLockError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// To those only that write.
 class FileDiskFullError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// A stream's position is none that the file can have.
 class FileSeekError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -145,6 +149,7 @@ class EndOfFileError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// The length of a path was asked for that has nothing open.
 class FileNotOpenError : public FileIOError {
 public:
     using FileIOError::FileIOError;

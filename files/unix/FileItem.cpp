@@ -50,7 +50,8 @@ bool FileItem::MustReportError(bool tolerant) const { return !(IsBrokenLink() &&
 bool FileItem::HandleTryToGetError(bool tolerant) const { return !MustReportError(tolerant); }
 
 void FileItem::HandleGetError(int error, bool tolerant) const {
-    if (MustReportError(tolerant))
+    // The normal case is spared the copy of the location.
+    if (error != 0 && MustReportError(tolerant))
         ThrowFileError(location, error);
 }
 

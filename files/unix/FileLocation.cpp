@@ -132,9 +132,7 @@ ConstData ParentPath(ConstData path) {
 char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location) {
     ConstData directory;
     char const* const wildcard = MakeFileLocationWithWildcardUnix(spec, directory);
-    FileLocation result;
-    result.SetFullPathName(Characters(directory), static_cast<unsigned int>(directory.Length()));
-    location = result;
+    location = ::MakeFileLocation(directory);
     return wildcard;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <dirent.h>
 #include <new>
+#include <utility>
 
 #include "files/unix/FileName.h"
 #include "files/unix/WildcardMatch.h"
@@ -18,27 +19,40 @@ bool Matches(dirent const* entry, char const* wildcard) {
     return wildcard == nullptr || UnixPlatform::MatchWildcard(entry->d_name, wildcard);
 }
 
-// A directory may hold as many names as it likes, so the decision is kept with the entry and not
-// made twice: what does not match is freed and leaves a null.
-int DropOthers(dirent** entries, int count, char const* wildcard) {
-    int kept = 0;
-    for (int i = 0; i < count; ++i) {
-        if (Matches(entries[i], wildcard)) {
-            ++kept;
-        } else {
-            std::free(entries[i]);
-            entries[i] = nullptr;
+// What scandir(3) has made, owned.
+struct Entries {
+    Entries(UnixPlatform::FileLocation const& directory,
+            UnixPlatform::FileLoop::Selector selector) {
+        count = scandir(directory.Text(), &list, selector, alphasort);
+    }
+    ~Entries() { UnixPlatform::FileLoop::EmptyScandirList(list, count); }
+    Entries(Entries const&) = delete;
+    Entries& operator=(Entries const&) = delete;
+
+    // Frees what does not match, which leaves a null, so that nothing is matched twice. Yields how
+    // many are kept.
+    int DropOthers(char const* wildcard) {
+        int kept = 0;
+        for (int i = 0; i < count; ++i) {
+            if (Matches(list[i], wildcard))
+                ++kept;
+            else
+                std::free(std::exchange(list[i], nullptr));
+        }
+        return kept;
+    }
+
+    void MoveKeptTo(dirent** target) {
+        for (int i = 0; i < count; ++i) {
+            if (list[i] != nullptr)
+                *target++ = std::exchange(list[i], nullptr);
         }
     }
-    return kept;
-}
 
-void MoveKept(dirent** from, int count, dirent** to) {
-    for (int i = 0; i < count; ++i) {
-        if (from[i] != nullptr)
-            *to++ = from[i];
-    }
-}
+    dirent** list = nullptr;
+    // Negative if the directory can't be listed.
+    int count = -1;
+};
 
 } // namespace
 
@@ -83,23 +97,15 @@ void FileLoop::DoScanDirectory(Selector selector, char const* wildcard, bool tol
 
 void FileLoop::BuildNameList(Selector selector, char const* wildcard) {
     Release();
-    dirent** entries = nullptr;
-    int const found = scandir(directory.Text(), &entries, selector, alphasort);
-    if (found < 0 || entries == nullptr)
+    Entries entries(directory, selector);
+    int const kept = entries.DropOthers(wildcard);
+    if (kept == 0)
         return;
-    int const kept = DropOthers(entries, found, wildcard);
-    if (kept == 0) {
-        EmptyScandirList(entries, found);
-        return;
-    }
     auto** const names =
         static_cast<dirent**>(std::malloc(static_cast<std::size_t>(kept) * sizeof(dirent*)));
-    if (names == nullptr) {
-        EmptyScandirList(entries, found);
+    if (names == nullptr)
         throw std::bad_alloc();
-    }
-    MoveKept(entries, found, names);
-    std::free(entries);
+    entries.MoveKeptTo(names);
     list = names;
     count = kept;
 }

@@ -21,6 +21,8 @@ namespace UnixPlatform {
 //
 // Error handling: IllegalFileNameLength, IllegalFileNameReserved and IllegalFileName from Set;
 // IllegalFileName, ExtensionDoesNotMatch and PrefixDoesNotMatch from what cuts a name.
+//
+// REQUIRES, where a text comes without a length: it is not null, and ends with a NUL.
 class FileName {
 public:
     FileName() { inside[0] = '\0'; }

@@ -14,8 +14,9 @@
 
 namespace {
 
-// The kernel's log: a read of it waits for what is not there yet.
-FileLocation const kernelLog = MakeFileLocation("/proc/kmsg");
+// The kernel's log: a read of it waits for what is not there yet. There before any initialiser opens
+// a file.
+constexpr ConstData kernelLog = "/proc/kmsg"_bytes;
 
 } // namespace
 
@@ -33,7 +34,7 @@ UnixPlatform::FileReadingPath::~FileReadingPath() {
 
 void UnixPlatform::FileReadingPath::OpenExisting(FileLocation const& where) {
     location = where;
-    if (Ascii::EqualIgnoringCase(where.Bytes(), kernelLog.Bytes()))
+    if (Ascii::EqualIgnoringCase(where.Bytes(), kernelLog))
         throw FileIOError(where, 0);
     descriptor = open(where.Text(), O_RDONLY);
     if (descriptor == -1)
