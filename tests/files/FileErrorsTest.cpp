@@ -7,9 +7,24 @@
 #include <string>
 #include <type_traits>
 
+#include <dlfcn.h>
+
 #include "files/FileLocation.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+
+namespace {
+
+bool systemHasWords = true;
+
+} // namespace
+
+// Found by the linker before the one of the C library, which has words for every number.
+extern "C" char* strerror_r(int number, char* buffer, std::size_t size) noexcept {
+    static auto const next =
+        reinterpret_cast<char* (*)(int, char*, std::size_t)>(dlsym(RTLD_NEXT, "strerror_r"));
+    return systemHasWords ? next(number, buffer, size) : nullptr;
+}
 
 namespace {
 
@@ -93,6 +108,17 @@ TEST(FileErrorsTest, EachPartOfTheMessageStandsForItself) {
     EXPECT_EQ(start + " on \"/f\" and \"/s\"" + end, FileMoveError(from, to, 18).what());
 }
 
+TEST(FileErrorsTest, ErrorWithoutACodeEndsBehindItsNames) {
+    EXPECT_STREQ("File error \"17FileNotFoundError\" on \"/x\"",
+                 FileNotFoundError(MakeFileLocation("/x"), 0).what());
+    EXPECT_STREQ("File error \"22EmptyFileLocationError\"", EmptyFileLocationError(0).what());
+}
+
+TEST(FileErrorsTest, SecondNameDoesNotNeedAFirst) {
+    EXPECT_STREQ("File error \"13FileMoveError\" and \"/s\"",
+                 FileMoveError(ConstData(), "/s", 0).what());
+}
+
 TEST(FileErrorsTest, EmptyLocationGivesTheEmptyName) {
     EXPECT_STREQ("File error \"12InvalidStats\"", InvalidStats(FileLocation(), 0).what());
 }
@@ -130,6 +156,20 @@ TEST(FileErrorsTest, CopyHasTheSameCodeAndNamesAndAMessageOfItsOwn) {
     EXPECT_EQ(17, copy.GetCode());
     EXPECT_STREQ(originalMessage, copy.what());
     EXPECT_NE(originalMessage, copy.what());
+}
+
+TEST(FileErrorsTest, ThrownCopyCarriesNamesAndCodeAndMakesItsOwnMessage) {
+    FileMoveError const original("/from", "/to", 18);
+    char const* const originalMessage = original.what();
+    try {
+        throw original;
+    } catch (FileMoveError const& caught) {
+        EXPECT_EQ(18, caught.GetCode());
+        EXPECT_STREQ("File error \"13FileMoveError\" on \"/from\" and \"/to\": "
+                     "Error: 18: Invalid cross-device link",
+                     caught.what());
+        EXPECT_NE(originalMessage, caught.what());
+    }
 }
 
 // A copy as the base has another type, and says so.
@@ -198,6 +238,15 @@ TEST(FileErrorsTest, ErrorStringHasTheNumberAndTheSystemsWords) {
                   MakeErrorString(number));
     }
     EXPECT_EQ(std::string("Error: 4294967295: ") + strerror(-1), MakeErrorString(4'294'967'295u));
+}
+
+TEST(FileErrorsTest, NumberForWhichTheSystemHasNoWordsIsUnknown) {
+    systemHasWords = false;
+    std::string const text = MakeErrorString(2);
+    std::string const message = FileIOError("/x", 12345).what();
+    systemHasWords = true;
+    EXPECT_EQ("Unknown error: 2", text);
+    EXPECT_EQ("File error \"11FileIOError\" on \"/x\": Unknown error: 12345", message);
 }
 
 } // namespace

@@ -125,9 +125,11 @@ TEST_F(FileReadingLoopTest, ALoopThatIsStartedAnewOnNothingHasNoChunk) {
 }
 
 TEST_F(FileReadingLoopTest, ARangeBeyondTheFileDeliversWhatIsThereThenThrows) {
+    SystemCalls calls;
     FileReadingLoop loop(Data(bytes), path, 3, 12);
     EXPECT_THAT(ChunksBeforeTheError(loop), ElementsAre("3456", "789"));
     EXPECT_EQ(loop.Remaining(), 2u);
+    EXPECT_EQ(calls.Count("read"), 2u) << "nothing is read where the length tells the end";
     ExpectExactly<FileReadingLoopEndOfFileError>(
         [&] { FileReadingLoop other(Data(bytes), path, 10, 12); });
     ExpectExactly<FileReadingLoopEndOfFileError>(

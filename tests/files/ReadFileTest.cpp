@@ -244,8 +244,10 @@ TEST_F(ReadFileRangeTest, AnEmptyRangeIsAnEmptyStream) {
 TEST_F(ReadFileRangeTest, ARangeBeyondTheFileEndsWithTheFile) {
     FileReadingPath const path(file);
     FileReader reader(path, 0);
+    SystemCalls calls;
     ReadFileRange(reader, Offsets{6, 1000}, receiver);
     ReadFileRange(reader, Offsets{100, 1000}, receiver);
+    EXPECT_EQ(calls.Count("read"), 1u) << "nothing is read where the length tells the end";
     EXPECT_THAT(receiver.Calls(),
                 ElementsAre("Start", "Receive 6789", "ReceiveEnd", "Start", "ReceiveEnd"));
 }

@@ -125,6 +125,21 @@ TEST(FileErrorMappersTest, ExistingFileIsKnownToTheTwoThatWriteOnly) {
     }
 }
 
+TEST(FileErrorMappersTest, MissingFileHasItsClassForAWriterButNotForAReader) {
+    ExpectThrown(mappers[3], 2, plain);
+    ExpectThrown(mappers[4], 2, "FileNotFoundError");
+}
+
+TEST(FileErrorMappersTest, NumbersAbove36GiveThePlainClassButForTheReadersEndOfFile) {
+    for (int number = 37; number <= 133; ++number) {
+        for (std::size_t column = 0; column < mappers.size(); ++column) {
+            if (column != 3 || number != 90)
+                ExpectThrown(mappers[column], number, plain);
+        }
+    }
+    ExpectThrown(mappers[3], 90, "EndOfFileError");
+}
+
 // Deliberate: 90 is the system's number for a message that is too long.
 TEST(FileErrorMappersTest, EndOfFileSpeaksTheSystemsWordsForItsCode) {
     EXPECT_EQ(90, EndOfFileCode);

@@ -58,8 +58,9 @@ TEST_F(UnixFileItemTest, IsNothingWithoutALocationAtFirst) {
     EXPECT_TRUE(item.Location().IsEmpty());
 }
 
-TEST_F(UnixFileItemTest, TheFileSystemsClockIsOurs) {
-    EXPECT_EQ(Item::GetTimeBias(), Instant(0));
+TEST_F(UnixFileItemTest, TheFileSystemsClockIsOurs) { EXPECT_EQ(Item::GetTimeBias(), Instant(0)); }
+
+TEST_F(UnixFileItemTest, RoundingToTheFileSystemKeepsTheMicroseconds) {
     for (std::int64_t count : {INT64_MIN, std::int64_t{-1}, std::int64_t{1'234'567}, INT64_MAX})
         EXPECT_EQ(Item::RoundToFileSystem(Instant(count)), Instant(count));
 }

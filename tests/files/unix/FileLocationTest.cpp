@@ -10,6 +10,7 @@
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "tests/files/Texts.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 
@@ -27,19 +28,6 @@ std::string Joined(std::string const& parent, std::string const& name) {
     Location location;
     location.Set(At(parent), name);
     return location.Text();
-}
-
-// All texts over an alphabet, up to a length, the empty one included.
-std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
-    std::vector<std::string> texts = {""};
-    for (std::size_t first = 0, length = 1; length <= longest; ++length) {
-        std::size_t const end = texts.size();
-        for (; first < end; ++first) {
-            for (char byte : alphabet)
-                texts.push_back(texts[first] + byte);
-        }
-    }
-    return texts;
 }
 
 // The rules once more, on strings.

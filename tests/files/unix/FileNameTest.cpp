@@ -287,10 +287,14 @@ TEST(UnixFileNameTest, ExtensionHasADotInItOrInFrontOfIt) {
     EXPECT_TRUE(Name(".txt").HasExtension(".txt", false));
     EXPECT_TRUE(Name(".txt").HasExtension("txt", false));
     EXPECT_FALSE(Name("txt").HasExtension("txt", false));
-    EXPECT_TRUE(Name("A.TXT").HasExtension(".txt", true));
-    EXPECT_FALSE(Name("A.TXT").HasExtension(".txt", false));
     EXPECT_TRUE(Name("a.tar.gz").HasExtension("tar.gz", false));
     EXPECT_FALSE(Name("a.txt").HasExtension("xt", false));
+}
+
+TEST(UnixFileNameTest, CaseOfAnExtensionMattersUnlessIgnored) {
+    EXPECT_TRUE(Name("A.TXT").HasExtension(".txt", true));
+    EXPECT_FALSE(Name("A.TXT").HasExtension(".txt", false));
+    EXPECT_TRUE(Name("a.txt").HasExtension("TXT", true));
 }
 
 TEST(UnixFileNameTest, EmptyExtensionIsThereBehindAFinalDot) {

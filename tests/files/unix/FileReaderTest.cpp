@@ -256,6 +256,13 @@ TEST_F(UnixFileReaderTest, TheEndOfAnUnknownLengthIsFinalUntilStart) {
     EXPECT_TRUE(reader.Unfinished());
 }
 
+TEST_F(UnixFileReaderTest, AProbedByteIsForgottenByStart) {
+    OpenStatus(0);
+    EXPECT_TRUE(reader.Unfinished());
+    reader.Start(status, 1 << 20);
+    EXPECT_FALSE(reader.Unfinished());
+}
+
 TEST_F(UnixFileReaderTest, AFailedProbeIsTheEndAndNoFailure) {
     OpenStatus(0);
     SystemCalls calls;

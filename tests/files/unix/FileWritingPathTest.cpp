@@ -173,6 +173,17 @@ TEST_F(UnixFileWritingPathTest, AFailedCloseStopsTheOpenAndNamesNoFile) {
     EXPECT_EQ(path.descriptor, -1);
 }
 
+// Deliberate: the close is that of the base, which knows no full disk and no existing file.
+TEST_F(UnixFileWritingPathTest, AFailedCloseGoesThroughTheReadingMapper) {
+    Path path;
+    for (int error : {ENOSPC, EEXIST}) {
+        path.OpenExisting(file);
+        SystemCalls calls;
+        calls.Fail("close", error);
+        ExpectFileError<FileIOError>(error, "", [&] { path.Close(); });
+    }
+}
+
 TEST_F(UnixFileWritingPathTest, FailuresToOpenGoThroughTheWritingMapper) {
     for (OpenMode const& mode : modes) {
         SCOPED_TRACE(mode.name);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/files/Texts.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 
@@ -40,19 +41,6 @@ bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
 
 bool MatchByTheRule(std::string const& name, std::string const& pattern) {
     return MatchByTheRule(name.data(), name.size(), pattern.c_str());
-}
-
-// All texts over an alphabet, up to a length, the empty one included.
-std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
-    std::vector<std::string> texts = {""};
-    for (std::size_t first = 0, length = 1; length <= longest; ++length) {
-        std::size_t const end = texts.size();
-        for (; first < end; ++first) {
-            for (char byte : alphabet)
-                texts.push_back(texts[first] + byte);
-        }
-    }
-    return texts;
 }
 
 void CompareAll(std::vector<std::string> const& names, std::vector<std::string> const& patterns) {
