@@ -133,7 +133,7 @@ TEST_F(FileRetryFamilyTest, NoneOfTheFamilyTriesAnEmptyLocationTwice) {
 }
 
 TEST_F(FileRetryFamilyTest, EachOfTheFamilyDoesItsWorkAtOnce) {
-    mode_t const before = umask(022);
+    mode_t const before = umask(02);
     CreateFileWithRetry(Here("a"), FileCreatingInfo{0600}, log);
     CreateDirectoryWithRetry(Here("b"), DirectoryCreatingInfo{0700}, log);
     ForceDirectoryExistenceWithInfoWithRetry(Here("c"), DirectoryCreatingInfo{0710}, log);
@@ -144,7 +144,7 @@ TEST_F(FileRetryFamilyTest, EachOfTheFamilyDoesItsWorkAtOnce) {
     EXPECT_EQ(ModeOf(directory / "a"), 0600u);
     EXPECT_EQ(ModeOf(directory / "b"), 0700u);
     EXPECT_EQ(ModeOf(directory / "c"), 0710u);
-    EXPECT_EQ(ModeOf(directory / "d"), 0755u) << "0777 less the umask";
+    EXPECT_EQ(ModeOf(directory / "d"), 0775u) << "0777 less the umask";
 
     WriteWholeFile(directory / "a", "content");
     CopyFileWithRetry(Here("a"), Here("e"), log);
