@@ -153,6 +153,7 @@ TEST_F(FileTreesTest, ATreeThatTheSystemRefusesNamesTheLevelAndKeepsThoseAbove) 
         SmallFileSystem const disk("/opt/disk", {.inodes = 2});
         ExpectFileError<FileIOError>(ENOSPC, On(disk / "a/b"),
                                      [&] { CreateDirectoryTree(At(disk / "a/b/c")); });
+        fs::permissions(disk.path(), fs::perms(0555));
         PrivateMachine::DropPrivileges();
         ExpectFileError<FilePermissionError>(EACCES, On(disk / "x"),
                                              [&] { CreateDirectoryTree(At(disk / "x/y")); });
