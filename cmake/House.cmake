@@ -37,8 +37,6 @@ function(add_house_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   add_executable(${name}_tests ${arg_SOURCES})
   target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support house_flags)
-  # g++ 12 sees overlapping copies where a string is put behind a literal (GCC bug 105651).
-  target_compile_options(${name}_tests PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-restrict>)
   if(CC_PRECOMPILE)
     target_precompile_headers(${name}_tests PRIVATE <gmock/gmock.h>)
   endif()
