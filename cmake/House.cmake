@@ -1,7 +1,6 @@
 # How every folder of the house is built: one library a folder, one test program a folder.
 
 option(CC_WERROR "Treat warnings as errors" OFF)
-option(CC_PRECOMPILE "Precompile the test framework's header: faster from nothing, slower to cache" OFF)
 set(CC_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
 
 # The flags that all of our own code is compiled with. They are kept out of the interface of the
@@ -37,9 +36,6 @@ function(add_house_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   add_executable(${name}_tests ${arg_SOURCES})
   target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support house_flags)
-  if(CC_PRECOMPILE)
-    target_precompile_headers(${name}_tests PRIVATE <gmock/gmock.h>)
-  endif()
   gtest_discover_tests(${name}_tests TEST_PREFIX ${name}/ DISCOVERY_TIMEOUT 300
                        PROPERTIES TIMEOUT 300)
 endfunction()
