@@ -69,9 +69,9 @@ FileLocation MakeRelativeFileLocation(FileLocation const& base, char const* path
     return base.Relative(path);
 }
 
-char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location) {
+char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location) {
     UnixPlatform::FileLocation directory;
-    char const* const wildcard = UnixPlatform::MakeFileLocationWithWildcard(spec, directory);
+    char const* const wildcard = UnixPlatform::MakeFileLocationWithWildcard(pattern, directory);
     location = directory;
     return wildcard;
 }

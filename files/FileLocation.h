@@ -40,9 +40,9 @@ FileLocation MakeRelativeFileLocation(FileLocation const& base, char const* path
 
 // Splits a text such as "/a/b/*.txt" into the location "/a/b" and the pointer to "*.txt" within it.
 // Null, and the location of the whole text, if the last component has no "*" and no "?"; the empty
-// location, if there is nothing in front of it. Throws EmptyFileLocationError if `spec` is null or
-// empty. REQUIRES: `spec` is not the text of `location`.
-char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location);
+// location, if there is nothing in front of it. Throws EmptyFileLocationError if `pattern` is null or
+// empty. REQUIRES: `pattern` is not the text of `location`.
+char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location);
 
 // Whether the path begins with "/". False for null.
 bool IsAbsolutePath(char const* path);

@@ -129,24 +129,24 @@ ConstData ParentPath(ConstData path) {
                       : WithoutTrailingSlashes(ConstData(path.begin, slash), 1);
 }
 
-char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location) {
+char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location) {
     ConstData directory;
-    char const* const wildcard = MakeFileLocationWithWildcardUnix(spec, directory);
+    char const* const wildcard = MakeFileLocationWithWildcardUnix(pattern, directory);
     location = ::MakeFileLocation(directory);
     return wildcard;
 }
 
 } // namespace UnixPlatform
 
-char const* MakeFileLocationWithWildcardUnix(char const* spec, ConstData& directoryPart) {
-    if (spec == nullptr || *spec == '\0')
+char const* MakeFileLocationWithWildcardUnix(char const* pattern, ConstData& directoryPart) {
+    if (pattern == nullptr || *pattern == '\0')
         throw EmptyFileLocationError(0);
-    char const* const slash = std::strrchr(spec, '/');
-    char const* const component = slash == nullptr ? spec : slash + 1;
+    char const* const slash = std::strrchr(pattern, '/');
+    char const* const component = slash == nullptr ? pattern : slash + 1;
     if (std::strpbrk(component, "*?") == nullptr) {
-        directoryPart = ConstData(spec);
+        directoryPart = ConstData(pattern);
         return nullptr;
     }
-    directoryPart = ConstData(spec, component);
+    directoryPart = ConstData(pattern, component);
     return component;
 }

@@ -89,12 +89,12 @@ private:
 ConstData ParentPath(ConstData path);
 
 // See the portable form.
-char const* MakeFileLocationWithWildcard(char const* spec, FileLocation& location);
+char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location);
 
 } // namespace UnixPlatform
 
-// Splits `spec` in front of its last component, if that holds a "*" or a "?", and yields the
-// pointer to the component; otherwise the directory part is all of `spec`, and the result is null.
+// Splits `pattern` in front of its last component, if that holds a "*" or a "?", and yields the
+// pointer to the component; otherwise the directory part is all of `pattern`, and the result is null.
 // The directory part takes its "/" along; it is empty if there is none. A wildcard further left
-// makes no difference. Throws EmptyFileLocationError if `spec` is null or empty.
-char const* MakeFileLocationWithWildcardUnix(char const* spec, ConstData& directoryPart);
+// makes no difference. Throws EmptyFileLocationError if `pattern` is null or empty.
+char const* MakeFileLocationWithWildcardUnix(char const* pattern, ConstData& directoryPart);

@@ -114,22 +114,22 @@ TEST(FileLocationTest, AbsolutePathBeginsWithASlash) {
 
 TEST(FileLocationTest, WildcardInTheLastComponentIsSplitOff) {
     FileLocation location;
-    char const* spec = "/a/b/*.txt";
-    EXPECT_EQ(spec + 5, MakeFileLocationWithWildcard(spec, location));
+    char const* pattern = "/a/b/*.txt";
+    EXPECT_EQ(pattern + 5, MakeFileLocationWithWildcard(pattern, location));
     EXPECT_STREQ("/a/b", location.Text());
 
     EXPECT_EQ(nullptr, MakeFileLocationWithWildcard("/a/b/c.txt", location));
     EXPECT_STREQ("/a/b/c.txt", location.Text());
 
-    spec = "*.txt";
-    EXPECT_EQ(spec, MakeFileLocationWithWildcard(spec, location));
+    pattern = "*.txt";
+    EXPECT_EQ(pattern, MakeFileLocationWithWildcard(pattern, location));
     EXPECT_TRUE(location.IsEmpty());
 
     EXPECT_EQ(nullptr, MakeFileLocationWithWildcard("/a*/b", location));
     EXPECT_STREQ("/a*/b", location.Text());
 
-    spec = "/?";
-    EXPECT_EQ(spec + 1, MakeFileLocationWithWildcard(spec, location));
+    pattern = "/?";
+    EXPECT_EQ(pattern + 1, MakeFileLocationWithWildcard(pattern, location));
     EXPECT_STREQ("/", location.Text());
 
     EXPECT_EQ(nullptr, MakeFileLocationWithWildcard("/a/b/", location));

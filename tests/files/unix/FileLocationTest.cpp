@@ -352,10 +352,11 @@ TEST(UnixFileLocationTest, FailedAllocationLeavesTheLocationAsItWas) {
 }
 
 // What the split yields: the directory part, "|", the wildcard component, or "-" for none.
-std::string Split(char const* spec) {
+std::string Split(char const* pattern) {
     ConstData directory("not touched");
-    char const* const wildcard = MakeFileLocationWithWildcardUnix(spec, directory);
-    if (wildcard != nullptr && (wildcard < spec || wildcard > spec + std::string(spec).size()))
+    char const* const wildcard = MakeFileLocationWithWildcardUnix(pattern, directory);
+    if (wildcard != nullptr &&
+        (wildcard < pattern || wildcard > pattern + std::string(pattern).size()))
         return "outside";
     return MakeString(directory) + '|' + (wildcard == nullptr ? "-" : wildcard);
 }
@@ -378,8 +379,8 @@ TEST(UnixFileLocationTest, SplitsInFrontOfAWildcardInTheLastComponent) {
 
 TEST(UnixFileLocationTest, WildcardOfAPlatformLocation) {
     Location location = At("/before");
-    char const* const spec = "/a/b/*.txt";
-    EXPECT_EQ(spec + 5, UnixPlatform::MakeFileLocationWithWildcard(spec, location));
+    char const* const pattern = "/a/b/*.txt";
+    EXPECT_EQ(pattern + 5, UnixPlatform::MakeFileLocationWithWildcard(pattern, location));
     EXPECT_STREQ("/a/b", location.Text());
     EXPECT_THROW(UnixPlatform::MakeFileLocationWithWildcard("", location), EmptyFileLocationError);
     EXPECT_STREQ("/a/b", location.Text());
