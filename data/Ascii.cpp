@@ -47,8 +47,11 @@ void MapInPlace(unsigned char* bytes, std::size_t length, unsigned char mapping)
 
 void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
             unsigned char mapping) {
-    if (source == target)
-        return MapInPlace(target, length, mapping);
+    // Apart, since the loop below takes byte after byte where the two overlap.
+    if (source == target) {
+        MapInPlace(target, length, mapping);
+        return;
+    }
     for (std::size_t i = 0; i < length; ++i)
         target[i] = Map(source[i], mapping);
 }

@@ -89,8 +89,8 @@ std::size_t CommonLengthByBytes(unsigned char const* left, unsigned char const* 
     return i;
 }
 
-// In the forms below, what is left behind the last full block is compared together with bytes before
-// it, which are known to be equal.
+// In the forms below, what is left behind the last full block is compared together with bytes
+// before it, which are known to be equal.
 
 std::size_t CommonLengthBy16(unsigned char const* left, unsigned char const* right,
                              std::size_t length) {

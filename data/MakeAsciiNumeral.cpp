@@ -12,8 +12,8 @@ constexpr std::uint64_t tenTo16 = 10000000000000000;
 
 void Store(unsigned char* to, std::uint64_t word) { std::memcpy(to, &word, sizeof(word)); }
 
-// Writes a word of eight digits without its leading zeros, and yields how many are left. Eight bytes
-// are written, whatever the number. REQUIRES: not all are zero.
+// Writes a word of eight digits without its leading zeros, and yields how many are left. Eight
+// bytes are written, whatever the number. REQUIRES: not all are zero.
 unsigned PutWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
     unsigned const leading = CountLeadingZeros(digits);
     Store(to, (digits | zeros) >> leading * 8);
@@ -22,8 +22,8 @@ unsigned PutWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
 
 constexpr unsigned maximumDecimalDigits = 20;
 
-// Writes the digits of a value and yields their number. No more than eight bytes are written if they
-// are fewer, and every holder has room for these. REQUIRES: the holder has room for the value.
+// Writes the digits of a value and yields their number. No more than eight bytes are written if
+// they are fewer, and every holder has room for these. REQUIRES: the holder has room for the value.
 template <std::size_t capacity>
 inline unsigned PutDecimal(unsigned char* to, std::uint64_t value) {
     if (value < 10000)

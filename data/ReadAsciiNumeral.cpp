@@ -32,9 +32,9 @@ struct Halves {
 };
 
 // What the readers know of a base: one digit, and eight in a word, the first one in the lowest
-// byte. In a word each character is exclusive-ored with '0', so that a byte of 0 is the digit 0, and
-// leading zeros cost nothing. Of a byte that is no digit, DigitOf yields `base` or more. Misfits sets
-// the top bit of some byte if one is no digit, and of none if all are.
+// byte. In a word each character is exclusive-ored with '0', so that a byte of 0 is the digit 0,
+// and leading zeros cost nothing. Of a byte that is no digit, DigitOf yields `base` or more.
+// Misfits sets the top bit of some byte if one is no digit, and of none if all are.
 
 struct Decimal {
     static constexpr unsigned base = 10;
@@ -73,7 +73,8 @@ struct Decimal {
 struct Hexadecimal {
     static constexpr unsigned base = 16;
 
-    // By table, since the cases of letters and figures follow no order that a processor could guess.
+    // By table, since letters and figures follow each other in no order that a processor could
+    // guess.
     static unsigned DigitOf(unsigned char byte) { return digitValues[byte]; }
 
     static constexpr std::array<unsigned char, 256> digitValues = [] {
@@ -131,8 +132,8 @@ std::uint64_t LoadWord(unsigned char const* from) {
     return word ^ InAllBytes('0');
 }
 
-// The `count` bytes that end at `end`, with zeros in front of them. REQUIRES: `count` is 1 to 8, and
-// there are 8 bytes before `end`.
+// The `count` bytes that end at `end`, with zeros in front of them. REQUIRES: `count` is 1 to 8,
+// and there are 8 bytes before `end`.
 std::uint64_t LoadLast(unsigned char const* end, std::size_t count) {
     std::uint64_t const kept = ~std::uint64_t{0} << (wordLength - count) * 8;
     return LoadWord(end - wordLength) & kept;
