@@ -1,0 +1,48 @@
+// Reading XML as events: SimpleXMLParserPL beside the push parsers of expat and libxml2 (SAX2).
+#include <string>
+
+#include "bench/Bench.h"
+#include "bench/EventReaders.h"
+#include "bench/Inputs.h"
+
+namespace {
+
+// The timed work only counts, and so asks of each reader just what it has to do for an event.
+template <class Reader>
+std::size_t Count(std::string const& document) {
+    EventCounter counter;
+    Reader::Read(document, counter);
+    return counter.Sum();
+}
+
+template <class Reader>
+std::string Log(std::string const& document) {
+    EventLog log;
+    Reader::Read(document, log);
+    return log.Text();
+}
+
+void AddOperation(std::string const& name, std::function<std::string const&()> document) {
+    Operation<std::string> operation("XmlEvents/" + name, document, SizeOf);
+    operation.Add("ours", Count<OurEvents>, Log<OurEvents>);
+#ifdef PEER_EXPAT
+    operation.Add("expat", Count<ExpatEvents>, Log<ExpatEvents>);
+#endif
+#ifdef PEER_LIBXML2
+    operation.Add("libxml2", Count<Libxml2Events>, Log<Libxml2Events>);
+#endif
+}
+
+} // namespace
+
+void RegisterOperations() {
+    for (std::size_t rows : {1, 1000, 100000}) {
+        AddOperation(
+            "rows-" + std::to_string(rows), [rows]() -> auto& {
+                return Inputs::ResponseDocument(rows);
+            });
+    }
+    AddOperation(
+        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
+    AddOperation("long-texts", Inputs::LongTextDocument);
+}
