@@ -99,8 +99,16 @@ ClientComplianceResponse ReadResponse(FileLocation const& file) {
     XMLTreeParserPL parser;
     FileReadingPath path(file);
     FeedDocument(path, parser);
-    XMLElementPL const* const root = parser.GetRootElement();
-    if (parser.HasOpenElements() || root == nullptr)
+    ClientComplianceResponse response = TakeResponse(parser);
+    path.Close();
+    return response;
+}
+
+} // namespace
+
+ClientComplianceResponse TakeResponse(XMLTreeParserPL const& document) {
+    XMLElementPL const* const root = document.GetRootElement();
+    if (document.HasOpenElements() || root == nullptr)
         throw ClientComplianceResponseReadFailure();
     if (root->GetName() != xTagClientComplianceResponseDocRoot)
         throw ClientComplianceResponseBadDocumentType();
@@ -111,11 +119,8 @@ ClientComplianceResponse ReadResponse(FileLocation const& file) {
         typeSeen |= TakeChild(child, response);
     if (!typeSeen)
         throw ClientComplianceResponseTypeFailure();
-    path.Close();
     return response;
 }
-
-} // namespace
 
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response) {
     FileLocation const temporary = TemporaryLocation();

@@ -7,6 +7,8 @@
 
 #include "compliance/ClientCompliance.h"
 
+class XMLTreeParserPL;
+
 // Writes the response to responseTemp.xml, flushes it to disk and moves it to response.xml.
 //
 // Throws ClientComplianceResponseIOWriteFailure after any failure; what becomes of the temporary
@@ -25,6 +27,10 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 // Texts end at their first zero byte. Numbers are read by the rules of atoi, so text that is no
 // number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
+
+// The record that a document holds which was read to its end: what the operation above does behind
+// the file. Throws as it does, but for the file errors.
+ClientComplianceResponse TakeResponse(XMLTreeParserPL const& document);
 
 // Removes the document, with retries; an absent one is no error. Throws FileIOError.
 void ClientComplianceResponseIORelease();

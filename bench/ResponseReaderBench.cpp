@@ -1,0 +1,117 @@
+// From a response document to its record: our tree and what reads it, beside expat, whose events go
+// straight into the same record.
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "bench/Bench.h"
+#include "bench/EventReaders.h"
+#include "bench/Inputs.h"
+#include "compliance/ClientCompliance.h"
+#include "compliance/ExchangeVocabulary.h"
+#include "compliance/ResponseDocument.h"
+#include "xml/XMLTreeParserPL.h"
+
+namespace {
+
+ClientComplianceResponse ReadOurs(std::string const& document) {
+    XMLTreeParserPL parser;
+    Inputs::InBlocks(document, [&](std::string_view block) {
+        parser.Parse(block.data(), static_cast<unsigned int>(block.size()));
+    });
+    return TakeResponse(parser);
+}
+
+// Fills a record from events. The texts of a row are gathered in place, with nothing in between.
+class ResponseEvents {
+public:
+    void Start(std::string_view name) {
+        target = nullptr;
+        if (name == xTagClientComplianceResponseItem) {
+            response.Add("", "", "", "", "", "");
+            return;
+        }
+        static std::pair<char const*, std::string ClientComplianceResponseItem::*> const fields[] =
+            {
+                {xTagResponseDesignator, &ClientComplianceResponseItem::designator},
+                {xTagResponseResult, &ClientComplianceResponseItem::result},
+                {xTagResponseResultType, &ClientComplianceResponseItem::resultType},
+                {xTagResponseEvaluationTime, &ClientComplianceResponseItem::evaluationTime},
+                {xTagResponseDescription, &ClientComplianceResponseItem::description},
+                {xTagResponseComment, &ClientComplianceResponseItem::comment},
+            };
+        for (auto const& [fieldName, field] : fields) {
+            if (!response.items.empty() && name == fieldName)
+                target = &(response.items.back().*field);
+        }
+        if (target == nullptr)
+            target = &scalar;
+        target->clear();
+    }
+    void Attribute(std::string_view, std::string_view) {}
+    void End(std::string_view name) {
+        target = nullptr;
+        if (name == xTagClientComplianceResponseProgressState)
+            response.state = std::atoi(scalar.c_str());
+        else if (name == xTagClientComplianceResponseProgressError)
+            response.error = std::atoi(scalar.c_str());
+        else if (name == xTagClientComplianceResponseProgressPercent)
+            response.percent = std::atoi(scalar.c_str());
+    }
+    void Text(std::string_view text) {
+        if (target != nullptr)
+            target->append(text);
+    }
+
+    ClientComplianceResponse response{ClientComplianceProgress};
+
+private:
+    std::string scalar;
+    std::string* target = nullptr;
+};
+
+template <class Reader>
+ClientComplianceResponse ReadStreaming(std::string const& document) {
+    ResponseEvents events;
+    Reader::Read(document, events);
+    return std::move(events.response);
+}
+
+template <ClientComplianceResponse (*read)(std::string const&)>
+unsigned int Count(std::string const& document) {
+    return read(document).GetComplianceCount();
+}
+
+template <ClientComplianceResponse (*read)(std::string const&)>
+std::string Describe(std::string const& document) {
+    ClientComplianceResponse const response = read(document);
+    std::string text = std::to_string(response.type) + " " + std::to_string(response.state) + " " +
+                       std::to_string(response.error) + " " + std::to_string(response.percent);
+    for (ClientComplianceResponseItem const& item : response.items) {
+        for (std::string const* field : {&item.designator, &item.result, &item.resultType,
+                                         &item.evaluationTime, &item.description, &item.comment})
+            text.append("\n").append(*field);
+    }
+    return text;
+}
+
+void AddOperation(std::string const& name, std::function<std::string const&()> document) {
+    Operation<std::string> operation("ResponseReader/" + name, document, SizeOf);
+    operation.Add("ours", Count<ReadOurs>, Describe<ReadOurs>);
+#ifdef PEER_EXPAT
+    operation.Add("expat", Count<ReadStreaming<ExpatEvents>>, Describe<ReadStreaming<ExpatEvents>>);
+#endif
+}
+
+} // namespace
+
+void RegisterOperations() {
+    for (std::size_t rows : {1, 1000, 100000}) {
+        AddOperation(
+            "rows-" + std::to_string(rows), [rows]() -> auto& {
+                return Inputs::ResponseDocument(rows);
+            });
+    }
+    AddOperation(
+        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
+}

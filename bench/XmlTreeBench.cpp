@@ -1,0 +1,68 @@
+// Reading XML into a tree, and freeing it: XMLTreeParserPL beside libxml2's push parser, and beside
+// pugixml and tinyxml2, which want the whole document at once.
+#include <malloc.h>
+
+#include <string>
+
+#include "bench/Bench.h"
+#include "bench/TreeReaders.h"
+
+namespace {
+
+template <class Tree>
+bool Build(std::string const& document) {
+    return Tree(document).IsComplete();
+}
+
+template <class Tree>
+std::string Describe(std::string const& document) {
+    TreeText text;
+    Tree(document).Describe(text);
+    return text.Text();
+}
+
+std::size_t HeapInUse() {
+    struct mallinfo2 const info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// What the tree and its parser take on the heap, for each byte of the document.
+template <class Tree>
+double MemoryPerByte(std::string const& document) {
+    std::size_t const before = HeapInUse();
+    Tree const tree(document);
+    return static_cast<double>(HeapInUse() - before) / static_cast<double>(document.size());
+}
+
+template <class Tree>
+void AddContender(Operation<std::string>& operation, std::string const& who) {
+    operation.Add(who, Build<Tree>, Describe<Tree>, "memory_per_byte", MemoryPerByte<Tree>);
+}
+
+void AddOperation(std::string const& name, std::function<std::string const&()> document) {
+    Operation<std::string> operation("XmlTree/" + name, document, SizeOf);
+    AddContender<OurTree>(operation, "ours");
+#ifdef PEER_LIBXML2
+    AddContender<Libxml2Tree>(operation, "libxml2");
+#endif
+#ifdef PEER_PUGIXML
+    AddContender<PugixmlTree>(operation, "pugixml");
+#endif
+#ifdef PEER_TINYXML2
+    AddContender<Tinyxml2Tree>(operation, "tinyxml2");
+#endif
+}
+
+} // namespace
+
+void RegisterOperations() {
+    for (std::size_t rows : {1, 1000, 100000}) {
+        AddOperation(
+            "rows-" + std::to_string(rows), [rows]() -> auto& {
+                return Inputs::ResponseDocument(rows);
+            });
+    }
+    AddOperation(
+        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
+    AddOperation("long-texts", Inputs::LongTextDocument);
+}
