@@ -1,5 +1,6 @@
 #include "unicode/Transcode.h"
 
+#include <concepts>
 #include <cstdint>
 
 #include "unicode/GenericTranscoder.h"

@@ -10,14 +10,14 @@
 // with GenericTranscoder, which does the work. Throws InvalidTextEncoding, and std::bad_alloc; no
 // part of the result is left behind.
 //
-// The pairs are the six of different Unicode encodings, and
+// The pairs are the six of different Unicode encodings, Transcode<UTF32, UTF32>, and those of UTF8 and
+// Local8Bit, which are declared in LocalEncoding.h.
 //
 // Deliberate: Transcode<UTF32, UTF32> is a plain copy, which tests nothing.
-//
-// The pairs with Local8Bit are specialisations, declared in LocalEncoding.h.
 template <TextEncoding Target, TextEncoding Source>
 AutoUString<Target> Transcode(UStringRef<Source> text);
 
+// The same of a string's view.
 template <TextEncoding Target, TextEncoding Source>
 AutoUString<Target> Transcode(AutoUString<Source> const& text) {
     return Transcode<Target, Source>(static_cast<UStringRef<Source>>(text));

@@ -4,6 +4,7 @@
 // For the sources of this folder only.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 

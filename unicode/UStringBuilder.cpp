@@ -1,6 +1,7 @@
 #include "unicode/UStringBuilder.h"
 
 #include <algorithm>
+#include <utility>
 
 template <UnicodeEncoding E>
 void UStringBuilder<E>::Start(E) {

@@ -1,6 +1,8 @@
 #include "unicode/GenericTranscoder.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -10,7 +12,7 @@
 
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
-#include "tests/unicode/NaiveTranscoder.h"
+#include "tests/unicode/RandomText.h"
 #include "tests/unicode/TextStreams.h"
 #include "tests/unicode/Units.h"
 
@@ -239,13 +241,39 @@ TEST(GenericTranscoderTest, ExceptionLeavesUnsentWhatStandsInTheBlock) {
     EXPECT_EQ((Sizes{}), (SizesOf<UTF8, UTF32>(values)));
 }
 
+// Deliberate: what is held is let go of before anything else, so that a stage that has thrown from
+// Receive is between two sequences.
+TEST(GenericTranscoderTest, BadSequenceIsNotHeldWhenItHasBeenFound) {
+    RecordingTextReceiver<UTF16> recorder;
+    StreamTranscoder<UTF16, UTF8> transcoder;
+    UTextReceiver<UTF8>& receiver = transcoder(recorder);
+    receiver.Start(UTF8());
+    unsigned char const units[] = {0x41, 0xE2, 0x42, 0x43, 0x44, 0x45};
+    receiver.Receive(ConstArrayOf<unsigned char>(units, 3));
+    EXPECT_THROW(receiver.Receive(ConstArrayOf<unsigned char>(units + 3, 3)), InvalidTextEncoding);
+    receiver.ReceiveEnd();
+    EXPECT_TRUE(recorder.outcome.ended);
+    EXPECT_EQ("41", ShownUnits(recorder.outcome.units));
+}
+
+// Takes nothing after the first `calls` calls.
 class RefusingReceiver : public UTextReceiver<UTF16> {
 public:
-    void Receive(ConstArrayOf<unsigned short>) override { throw std::runtime_error("full"); }
+    explicit RefusingReceiver(int calls) : left(calls) {}
+    void Receive(ConstArrayOf<unsigned short>) override {
+        if (left-- == 0)
+            throw std::runtime_error("full");
+    }
+    void ReceiveEnd() override { ended = true; }
+
+    bool ended = false;
+
+private:
+    int left;
 };
 
 TEST(GenericTranscoderTest, WhatTheTargetThrowsPassesThrough) {
-    RefusingReceiver target;
+    RefusingReceiver target(0);
     StreamTranscoder<UTF16, UTF8> transcoder;
     UTextReceiver<UTF8>& receiver = transcoder(target);
     receiver.Start(UTF8());
@@ -253,18 +281,38 @@ TEST(GenericTranscoderTest, WhatTheTargetThrowsPassesThrough) {
     EXPECT_THROW(receiver.Receive(units), std::runtime_error);
 }
 
+TEST(GenericTranscoderTest, NothingIsHeldWhenTheTargetHasThrownBeforeTheEndOfTheChunk) {
+    RefusingReceiver target(1);
+    StreamTranscoder<UTF16, UTF8> transcoder;
+    UTextReceiver<UTF8>& receiver = transcoder(target);
+    receiver.Start(UTF8());
+    unsigned char const begun[] = {0x41, 0xE2};
+    receiver.Receive(begun);
+    Units<UTF8> text(3000, 'a');
+    text[0] = 0x82;
+    text[1] = 0xAC;
+    text.back() = 0xC3;
+    EXPECT_THROW(receiver.Receive(ArrayOfUnits(text)), std::runtime_error);
+    receiver.ReceiveEnd();
+    EXPECT_TRUE(target.ended);
+}
+
+// Of all that a stage does: runs of every kind, in chunks that cut sequences, and a bad end.
 template <class Target, class Source>
 std::size_t AllocationsOfAStage() {
     UTextReceiver<Target> target; // Drops everything.
     StreamTranscoder<Target, Source> transcoder;
     UTextReceiver<Source>& receiver = transcoder(target);
-    Units<Source> text(20000, 'a');
-    for (std::size_t place = 0; place < text.size(); place += 7)
-        text[place] = 0;
+    std::mt19937 random(41);
+    Units<Source> const text = RandomText<Source>(random, 20000);
+    Units<Source> const bad(4, static_cast<typename Source::Unit>(0xFFFFDFFF));
     return AllocationsOf([&] {
         receiver.Start(Source());
         receiver.Receive(ArrayOfUnits(text));
-        receiver.Receive(ConstArrayOf<typename Source::Unit>(text.data(), 10));
+        for (std::size_t place = 0; place + 7 <= text.size(); place += 7)
+            receiver.Receive(ConstArrayOf<typename Source::Unit>(text.data() + place, 7));
+        receiver.Start(Source());
+        EXPECT_THROW(receiver.Receive(ArrayOfUnits(bad)), InvalidTextEncoding);
         receiver.ReceiveEnd();
     });
 }

@@ -2,6 +2,7 @@
 // way.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <sstream>

@@ -1,6 +1,7 @@
 #include "unicode/TranscodeRuns.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <random>
 #include <string>
 #include <vector>

@@ -1,5 +1,6 @@
 #include "unicode/TranscodeSequences.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -32,14 +33,15 @@ public:
                       ShownOutcome(actual) + " instead of " + ShownOutcome(expected) + "\n";
     }
 
-    void CheckWholeAndUnitByUnit(Units<Source> const& text) {
-        Check(text, {text.size()});
-        Check(text, ChunkLengths(text.size(), 1));
-    }
-
     void CheckAllCuttings(Units<Source> const& text) {
         for (ChunkLengths const& lengths : AllCuttings(text.size()))
             Check(text, lengths);
+    }
+
+    // Cut at each place, the last one too, with an empty chunk in between.
+    void CheckAnEmptyChunkAtEachPlace(Units<Source> const& text) {
+        for (std::size_t place = 1; place <= text.size(); ++place)
+            Check(text, {place, 0, text.size() - place});
     }
 
 private:
@@ -49,8 +51,9 @@ private:
     std::size_t texts = 0;
 };
 
-// The bytes around which the rules for a trailing byte change.
-Units<UTF8> const borderTrails{0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
+// The bytes around which the rules for a trailing byte change, for the first one and for the others.
+Units<UTF8> const borderSeconds{0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
+Units<UTF8> const borderTrails{0x7F, 0x80, 0xBF, 0xC0};
 
 template <class Target>
 void CheckOneAndTwoBytes() {
@@ -75,17 +78,19 @@ void CheckEveryLead(unsigned quarter) {
     Comparison<Target, UTF8> comparison;
     for (unsigned lead = 64 * quarter; lead < 64 * quarter + 64; ++lead) {
         Units<UTF8> text{static_cast<unsigned char>(lead), 0, 0, 0};
-        for (unsigned char second : borderTrails)
+        for (unsigned char second : borderSeconds)
             for (unsigned char third : borderTrails) {
                 text.resize(4);
                 text[1] = second;
                 text[2] = third;
                 for (unsigned char fourth : borderTrails) {
                     text[3] = fourth;
-                    comparison.CheckWholeAndUnitByUnit(text);
+                    comparison.CheckAllCuttings(text);
+                    comparison.CheckAnEmptyChunkAtEachPlace(text);
                 }
                 text.resize(3);
-                comparison.CheckWholeAndUnitByUnit(text);
+                comparison.CheckAllCuttings(text);
+                comparison.CheckAnEmptyChunkAtEachPlace(text);
             }
     }
 }
@@ -124,8 +129,8 @@ void CheckEveryUnit() {
     for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
         unsigned short const u = static_cast<unsigned short>(unit);
         comparison.Check({u}, {1});
-        comparison.Check({u, 0xDC00}, {2});
-        comparison.Check({0xD800, u}, {1, 1});
+        comparison.CheckAllCuttings({u, 0xDC00});
+        comparison.CheckAllCuttings({0xD800, u});
     }
 }
 
@@ -140,6 +145,7 @@ void CheckBorderUnits() {
     for (unsigned short first : borders)
         for (unsigned short second : borders) {
             comparison.CheckAllCuttings({first, second});
+            comparison.CheckAnEmptyChunkAtEachPlace({first, second});
             for (unsigned short third : borders) {
                 comparison.CheckAllCuttings({first, second, third});
                 comparison.CheckAllCuttings({first, second, third, 0x41});
@@ -161,6 +167,7 @@ void CheckBorderValues() {
         comparison.Check({first}, {1});
         for (unsigned int second : borders) {
             comparison.CheckAllCuttings({first, second});
+            comparison.CheckAnEmptyChunkAtEachPlace({first, second});
             comparison.CheckAllCuttings({0x41, first, second, 0x42});
         }
     }
