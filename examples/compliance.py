@@ -1,0 +1,117 @@
+#!/usr/bin/env python3
+"""The five functions from Python, by ctypes over libclientcompliance.so.1.
+
+As a module:
+
+    import compliance
+    with compliance.Evaluation("http://example.com:52311/...", "Baseline.xml") as evaluation:
+        for row in evaluation.wait():
+            print(row.designator, row.result)
+
+As a program, one JSON object a row:
+
+    python3 compliance.py URL DOC
+
+Exit status: 0 finished, 1 no results, 2 wrong arguments.
+
+One evaluation at a time in a process, and all calls on one thread. After a lock that another process
+held (-6) every further try in this process is refused as well: try again in a new process. A signal
+with a handler, so Ctrl-C too, cuts short the wait of the call that it meets, and is heard behind it.
+"""
+
+import collections
+import ctypes
+import json
+import sys
+import time
+
+# The texts are bytes in no particular encoding. What is no UTF-8 comes as lone surrogates, and goes
+# back to the same bytes with the same error handler.
+ENCODING = ("utf-8", "surrogateescape")
+
+Row = collections.namedtuple("Row", "designator result result_type evaluation_time description comment")
+
+
+class Error(Exception):
+    """A negative code of the functions, or the number of an error that the agent reports."""
+
+    def __init__(self, text, number):
+        super().__init__(f"{text}: {number}")
+        self.number = number
+
+
+def _load():
+    library = ctypes.CDLL("libclientcompliance.so.1")
+    library.COMPLIANCE_Open.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_uint]
+    library.COMPLIANCE_Progress.argtypes = [ctypes.POINTER(ctypes.c_int)] * 2
+    library.COMPLIANCE_IndexedValue.argtypes = [ctypes.c_uint] + [ctypes.POINTER(ctypes.c_char_p)] * 6
+    return library
+
+
+class Evaluation:
+    """Open from the constructor to close(), or as long as the `with` lasts."""
+
+    def __init__(self, url, doc, flags=0):
+        self._library = _load()
+        code = self._library.COMPLIANCE_Open(url.encode(*ENCODING), doc.encode(*ENCODING), flags)
+        if code != 0:
+            raise Error("the evaluation could not be opened", code)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        """Tells the agent, and releases the lock in any case."""
+        self._library.COMPLIANCE_Close()
+
+    def poll(self):
+        """Asks the agent once: its percentage, or None when the evaluation has finished."""
+        percent, error = ctypes.c_int(), ctypes.c_int()
+        state = self._library.COMPLIANCE_Progress(ctypes.byref(percent), ctypes.byref(error))
+        if state == 1:
+            return None
+        if state == 2:
+            raise Error("the agent reports an error", error.value)
+        if state == 3:
+            return percent.value
+        raise Error("the agent could not be asked", state)
+
+    def wait(self, progress=lambda percent: None):
+        """Polls until the evaluation has finished, and returns its rows."""
+        while (percent := self.poll()) is not None:
+            progress(percent)
+            time.sleep(1)
+        return self.rows()
+
+    def rows(self):
+        """Copies of all rows; none before the evaluation has finished."""
+        return [self._row(index) for index in range(max(0, self._library.COMPLIANCE_ResultCount()))]
+
+    def _row(self, index):
+        texts = [ctypes.c_char_p() for _ in Row._fields]
+        code = self._library.COMPLIANCE_IndexedValue(index, *map(ctypes.byref, texts))
+        if code != 0:
+            raise Error("there is no such row", code)
+        return Row(*(text.value.decode(*ENCODING) for text in texts))
+
+
+def main():
+    if len(sys.argv) != 3:
+        print("usage: compliance.py URL DOC", file=sys.stderr)
+        return 2
+    try:
+        with Evaluation(sys.argv[1], sys.argv[2]) as evaluation:
+            rows = evaluation.wait(lambda percent: print(f"{percent}%", file=sys.stderr))
+    except Error as error:
+        print(f"compliance.py: {error}", file=sys.stderr)
+        return 1
+    for row in rows:
+        print(json.dumps(row._asdict()))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,51 @@
+/*
+ * The shortest whole evaluation: opens it, waits, prints a line for each row, closes it.
+ *
+ *     cc -o minimal minimal.c $(pkg-config --cflags --libs clientcompliance)
+ *     ./minimal URL DOC
+ *
+ * Exit status: 0 finished, 1 no results, 2 wrong arguments.
+ */
+#include <Compliance.h>
+
+#include <stdio.h>
+#include <unistd.h>
+
+static void print_rows(void) {
+    int const count = COMPLIANCE_ResultCount();
+    int i;
+    for (i = 0; i < count; ++i) {
+        char const *designator, *result, *type, *time, *description, *comment;
+        if (COMPLIANCE_IndexedValue((unsigned int)i, &designator, &result, &type, &time,
+                                    &description, &comment) == 0)
+            printf("%s: %s\n", designator, result);
+    }
+}
+
+int main(int count, char** arguments) {
+    int code, state, percent, error;
+    if (count != 3) {
+        fprintf(stderr, "usage: minimal URL DOC\n");
+        return 2;
+    }
+
+    code = COMPLIANCE_Open(arguments[1], arguments[2], 0);
+    if (code != 0) {
+        /* Nothing is open, so nothing is to be closed. */
+        fprintf(stderr, "minimal: the evaluation could not be opened: %d\n", code);
+        return 1;
+    }
+
+    while ((state = COMPLIANCE_Progress(&percent, &error)) == 3)
+        sleep(1);
+    if (state == 1)
+        print_rows();
+    else if (state == 2)
+        fprintf(stderr, "minimal: the agent reports the error %d\n", error);
+    else
+        fprintf(stderr, "minimal: the agent could not be asked: %d\n", state);
+
+    /* Owed whatever came of it. The rows are gone behind it. */
+    COMPLIANCE_Close();
+    return state == 1 ? 0 : 1;
+}

@@ -1,0 +1,115 @@
+/*
+ * An evaluation with a time limit, that SIGINT and SIGTERM end in good order.
+ *
+ *     cc -o timed timed.c $(pkg-config --cflags --libs clientcompliance)
+ *     ./timed SECONDS URL DOC
+ *
+ * Three things are worth copying:
+ *
+ *  - The signals are blocked while a function runs, and taken between two polls. A handler in the
+ *    middle of a function would cut short its wait for the agent, and it would give up too early.
+ *  - Whatever ends the evaluation, COMPLIANCE_Close tells the agent. So an end may take as long as a
+ *    call that is under way and the close together: seldom above 2 seconds, 20 if the agent hangs.
+ *  - The limit is looked at between the calls, on a clock that nobody sets.
+ *
+ * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 the time is over; or by the signal.
+ */
+#define _POSIX_C_SOURCE 200809L
+
+#include <Compliance.h>
+
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <time.h>
+
+enum { finished = 0, failed = 1, misused = 2, too_late = 3 };
+
+static double now(void) {
+    struct timespec time;
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return (double)time.tv_sec + (double)time.tv_nsec / 1e9;
+}
+
+/* Waits a second. Returns the signal that came meanwhile, or before, and 0 if none did. */
+static int wait_a_second(sigset_t const* signals) {
+    struct timespec const second = {1, 0};
+    int const signal = sigtimedwait(signals, NULL, &second);
+    return signal > 0 ? signal : 0;
+}
+
+static int print_rows(void) {
+    int const count = COMPLIANCE_ResultCount();
+    int i;
+    for (i = 0; i < count; ++i) {
+        char const *designator, *result, *type, *time, *description, *comment;
+        if (COMPLIANCE_IndexedValue((unsigned int)i, &designator, &result, &type, &time,
+                                    &description, &comment) == 0)
+            printf("%s: %s\n", designator, result);
+    }
+    /* Output that is lost is a failure too. */
+    return fflush(stdout) == 0 ? finished : failed;
+}
+
+/* Polls until there is an end of some kind. A signal that ends it is stored. */
+static int poll_until(double end, sigset_t const* signals, int* by_signal) {
+    for (;;) {
+        int percent = 0;
+        int error = 0;
+        int const state = COMPLIANCE_Progress(&percent, &error);
+        if (state == 1)
+            return print_rows();
+        if (state == 2)
+            fprintf(stderr, "timed: the agent reports the error %d\n", error);
+        else if (state != 3)
+            fprintf(stderr, "timed: the agent could not be asked: %d\n", state);
+        if (state != 3)
+            return failed;
+        fprintf(stderr, "timed: %d%%\n", percent);
+        if (now() + 1 >= end)
+            return too_late;
+        *by_signal = wait_a_second(signals);
+        if (*by_signal != 0)
+            return failed;
+    }
+}
+
+/* Ends as if the signal had not been blocked, so that a shell sees what happened. */
+static void end_by(int signal, sigset_t const* signals) {
+    raise(signal);
+    sigprocmask(SIG_UNBLOCK, signals, NULL);
+}
+
+int main(int count, char** arguments) {
+    sigset_t signals;
+    double end;
+    int by_signal = 0;
+    int status;
+    int code;
+    if (count != 4 || atoi(arguments[1]) <= 0) {
+        fprintf(stderr, "usage: timed SECONDS URL DOC\n");
+        return misused;
+    }
+    end = now() + atoi(arguments[1]);
+
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    sigprocmask(SIG_BLOCK, &signals, NULL);
+    /* A reader that goes away must not end the program in front of the close. */
+    signal(SIGPIPE, SIG_IGN);
+
+    code = COMPLIANCE_Open(arguments[2], arguments[3], COMPLIANCE_FLAG_EVALUATE_ALL);
+    if (code != 0) {
+        fprintf(stderr, "timed: the evaluation could not be opened: %d\n", code);
+        return failed;
+    }
+    status = poll_until(end, &signals, &by_signal);
+    COMPLIANCE_Close();
+
+    if (status == too_late)
+        fprintf(stderr, "timed: not finished in %s seconds\n", arguments[1]);
+    if (by_signal != 0)
+        end_by(by_signal, &signals);
+    return status;
+}
