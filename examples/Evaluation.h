@@ -14,8 +14,8 @@
 // A negative code of the functions, or the number of an error that the agent reports.
 class EvaluationError : public std::runtime_error {
 public:
-    EvaluationError(std::string const& what, int number)
-        : std::runtime_error(what + ": " + std::to_string(number)), number(number) {}
+    EvaluationError(std::string const& what, int theNumber)
+        : std::runtime_error(what + ": " + std::to_string(theNumber)), number(theNumber) {}
 
     int const number;
 };
