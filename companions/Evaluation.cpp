@@ -1,0 +1,104 @@
+#include "companions/Evaluation.h"
+
+#include <algorithm>
+
+#include <poll.h>
+
+#include "companions/Progress.h"
+#include "companions/Rows.h"
+#include "companions/StopSignals.h"
+#include "compliance/Compliance.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+constexpr int stateFinished = 1;
+constexpr int stateError = 2;
+constexpr int stateInProgress = 3;
+constexpr milliseconds pauseBetweenPolls = std::chrono::seconds(1);
+
+class Deadline {
+public:
+    explicit Deadline(std::optional<std::chrono::seconds> limit) {
+        if (limit)
+            end = Clock::now() + *limit;
+    }
+
+    bool IsOver() const { return end && Clock::now() >= *end; }
+
+    // Not past the deadline; a signal cuts it short.
+    void Sleep(milliseconds pause) const {
+        if (end)
+            pause = std::min(pause, std::chrono::ceil<milliseconds>(*end - Clock::now()));
+        if (pause.count() > 0)
+            poll(nullptr, 0, static_cast<int>(pause.count()));
+    }
+
+private:
+    std::optional<Clock::time_point> end = {};
+};
+
+Row GetRow(unsigned int index) {
+    std::array<char const*, rowFieldNames.size()> texts{};
+    if (COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3], &texts[4],
+                                &texts[5]) != 0)
+        texts.fill("");
+    Row row;
+    std::ranges::transform(texts, row.begin(),
+                           [](char const* text) { return std::string_view(text); });
+    return row;
+}
+
+// Whether it has to end before the next call to the agent.
+bool HasToEnd(Deadline const& deadline, EvaluationEnd& end) {
+    if (StopSignal() != 0)
+        end = {EvaluationEnd::stopped, StopSignal()};
+    else if (deadline.IsOver())
+        end = {EvaluationEnd::timedOut};
+    else
+        return false;
+    return true;
+}
+
+EvaluationEnd Poll(Deadline const& deadline, Progress& progress) {
+    EvaluationEnd end;
+    while (!HasToEnd(deadline, end)) {
+        int percent = 0;
+        int error = 0;
+        int const state = COMPLIANCE_Progress(&percent, &error);
+        if (state == stateFinished)
+            return {EvaluationEnd::finished};
+        if (state == stateError)
+            return {EvaluationEnd::agentError, error};
+        if (state != stateInProgress)
+            return {EvaluationEnd::failed, state};
+        progress.Percent(percent);
+        if (!HasToEnd(deadline, end))
+            deadline.Sleep(pauseBetweenPolls);
+    }
+    return end;
+}
+
+} // namespace
+
+EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
+                       std::function<void(Rows const&)> const& useRows) {
+    Deadline const deadline(request.timeout);
+    progress.Opening();
+    int const opened = COMPLIANCE_Open(request.url, request.document, request.flags);
+    EvaluationEnd end = {EvaluationEnd::failed, opened};
+    if (opened == 0) {
+        end = Poll(deadline, progress);
+        if (end.what == EvaluationEnd::finished && StopSignal() == 0) {
+            progress.Clear();
+            useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow});
+        }
+        progress.Closing();
+        end.closeCode = COMPLIANCE_Close();
+    }
+    if (StopSignal() != 0)
+        end = {EvaluationEnd::stopped, StopSignal(), end.closeCode};
+    return end;
+}

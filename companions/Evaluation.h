@@ -1,0 +1,43 @@
+// One evaluation over the five functions, from open to close.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+
+class Progress;
+struct Rows;
+
+struct EvaluationRequest {
+    // Null for a request by default.
+    char const* url = nullptr;
+    char const* document = nullptr;
+    unsigned int flags = 0;
+    std::optional<std::chrono::seconds> timeout = {};
+};
+
+struct EvaluationEnd {
+    enum What {
+        finished,   // and the rows have been used
+        agentError, // the number is the agent's
+        failed,     // the number is a negative code of the interface
+        timedOut,   // the limit of the request is over
+        stopped,    // the number is that of the signal (StopSignals.h)
+    };
+
+    What what = finished;
+    int number = 0;
+    // What became of the last exchange; 0 also where none was owed.
+    int closeCode = 0;
+};
+
+// Opens an evaluation, polls it once a second until it ends, lets the rows be used, and closes it.
+// Whatever ends it early (the limit, a stop signal), an evaluation that was opened is closed.
+//
+// The limit and the signal are looked at between calls to the agent: a call under way is waited for.
+// A signal counts more than all else, a finished evaluation more than the limit.
+//
+// The rows are good only while they are used. What leaves `useRows` as an exception leaves this
+// function too, with the lock held; the system frees it when the process ends.
+EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
+                       std::function<void(Rows const&)> const& useRows);

@@ -1,0 +1,54 @@
+#include "companions/Output.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "companions/StopSignals.h"
+
+namespace {
+
+constexpr std::size_t pieceSize = 64 * 1024;
+
+} // namespace
+
+Output::Output(int theDescriptor) : descriptor(theDescriptor) {}
+
+void Output::Write(std::string_view bytes) {
+    if (error != 0)
+        return;
+    waiting += bytes;
+    if (waiting.size() >= pieceSize)
+        Flush();
+}
+
+// A write that a signal cuts short has either taken some of the bytes or fails with EINTR.
+void Output::Flush() {
+    std::string_view rest = waiting;
+    while (error == 0 && !rest.empty()) {
+        ssize_t const written = write(descriptor, rest.data(), rest.size());
+        if (written < 0 && errno != EINTR)
+            error = errno;
+        rest.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
+        if (error == 0 && !rest.empty() && StopSignal() != 0)
+            error = EINTR;
+    }
+    waiting.clear();
+}
+
+void WriteMessage(std::string_view program, std::string_view text) {
+    Output output(STDERR_FILENO);
+    output.Write(program);
+    output.Write(": ");
+    output.Write(text);
+    output.Write("\n");
+    output.Flush();
+}
+
+void OccupyStandardDescriptors() {
+    int descriptor = 0;
+    do
+        descriptor = open("/dev/null", O_RDONLY);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    close(descriptor);
+}

@@ -1,0 +1,35 @@
+// Bytes on their way to an open descriptor, in large pieces.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+// Collects what is written and hands it on when enough has come together, and at Flush. One thread.
+//
+// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A signal
+// is no failure, except for a stop that has been asked for (StopSignals.h) while the reader on the
+// other side keeps us waiting.
+class Output {
+public:
+    // The descriptor is not closed.
+    explicit Output(int descriptor);
+    Output(Output const&) = delete;
+    Output& operator=(Output const&) = delete;
+
+    void Write(std::string_view bytes);
+    void Flush();
+    // 0, or the number of the first error.
+    int Error() const { return error; }
+
+private:
+    int const descriptor;
+    int error = 0;
+    std::string waiting;
+};
+
+// One line without an end, to standard error at once: "PROGRAM: TEXT" and a line feed.
+void WriteMessage(std::string_view program, std::string_view text);
+
+// Opens /dev/null in the place of each closed one of the descriptors 0 to 2, so that no file opened
+// later takes its number. It can't be written to, so output that goes nowhere is still a failure.
+void OccupyStandardDescriptors();

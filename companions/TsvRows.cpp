@@ -1,0 +1,43 @@
+#include "companions/TsvRows.h"
+
+#include <string>
+
+#include "companions/Output.h"
+#include "companions/Rows.h"
+
+namespace {
+
+constexpr std::string_view special = "\t\n\r\\";
+constexpr std::string_view escapes = "tnr\\";
+
+void AppendEscaped(std::string& line, std::string_view text) {
+    for (;;) {
+        std::size_t const stop = text.find_first_of(special);
+        line += text.substr(0, stop);
+        if (stop == text.npos)
+            return;
+        line += '\\';
+        line += escapes[special.find(text[stop])];
+        text.remove_prefix(stop + 1);
+    }
+}
+
+template <typename Fields>
+void WriteLine(Fields const& fields, std::string& line, Output& output) {
+    line.clear();
+    for (std::string_view const field : fields) {
+        AppendEscaped(line, field);
+        line += '\t';
+    }
+    line.back() = '\n';
+    output.Write(line);
+}
+
+} // namespace
+
+void WriteTsv(Rows const& rows, Output& output) {
+    std::string line;
+    WriteLine(rowFieldNames, line, output);
+    for (unsigned int index = 0; index < rows.count; ++index)
+        WriteLine(rows.get(index), line, output);
+}

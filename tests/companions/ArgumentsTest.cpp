@@ -1,0 +1,108 @@
+#include "companions/Arguments.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "companions/CommandLineError.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+constexpr std::array rules = {
+    OptionRule{"-h,--help"},
+    OptionRule{"-x"},
+    OptionRule{"--list", "words"},
+};
+constexpr std::array<char const*, 2> operandNames = {"ONE", "TWO"};
+
+Arguments Read(Texts const& texts) {
+    std::vector<char const*> pointers{"program"};
+    for (std::string const& text : texts)
+        pointers.push_back(text.c_str());
+    return Arguments(rules, operandNames, static_cast<int>(pointers.size()), pointers.data());
+}
+
+std::string Refusal(Texts const& texts) {
+    try {
+        Read(texts);
+    } catch (CommandLineError const& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(ArgumentsTest, NothingAtAll) {
+    Arguments const none(rules, operandNames, 0, nullptr);
+    EXPECT_FALSE(none.Has("--help"));
+    EXPECT_EQ(Texts(), none.Operands());
+    EXPECT_EQ(Texts(), Read({}).Operands());
+}
+
+TEST(ArgumentsTest, OptionHasItsLastNameAndEachNameIsKnown) {
+    EXPECT_TRUE(Read({"-h"}).Has("--help"));
+    EXPECT_TRUE(Read({"--help"}).Has("--help"));
+    EXPECT_TRUE(Read({"-x"}).Has("-x"));
+    EXPECT_TRUE(Read({"-xh"}).Has("--help"));
+    EXPECT_FALSE(Read({"-x"}).Has("--help"));
+}
+
+TEST(ArgumentsTest, ValueStandsBehindABlankOrAnEqualsSign) {
+    EXPECT_EQ(Texts{"a"}, Read({"--list", "a"}).Values("--list"));
+    EXPECT_EQ(Texts{"a"}, Read({"--list=a"}).Values("--list"));
+    EXPECT_EQ(Texts{"a=b"}, Read({"--list=a=b"}).Values("--list"));
+    EXPECT_EQ(Texts(), Read({"-x"}).Values("--list"));
+}
+
+TEST(ArgumentsTest, ValuesAreTakenAsTheyAre) {
+    for (std::string const value :
+         {"", " ", "-", "--help", "-5", "[a,b]", "{}", "a,b", "\"q\"", "\xFF", "%%", "++", "true"})
+        EXPECT_EQ(Texts{value}, Read({"--list", value, "one"}).Values("--list")) << value;
+    EXPECT_EQ(Texts{""}, Read({"--list=", "one"}).Values("--list"));
+    EXPECT_EQ(Texts{"one"}, Read({"--list=", "one"}).Operands());
+}
+
+TEST(ArgumentsTest, RepeatedOptionKeepsAllValuesInTheirOrder) {
+    EXPECT_EQ((Texts{"b", "a", "b"}),
+              Read({"--list=b", "--list", "a", "--list=b"}).Values("--list"));
+}
+
+TEST(ArgumentsTest, OptionTakesNoMoreThanOneValue) {
+    EXPECT_EQ((Texts{"one", "two"}), Read({"--list", "a", "one", "two"}).Operands());
+}
+
+TEST(ArgumentsTest, OperandsStandAnywhere) {
+    EXPECT_EQ((Texts{"one", "two"}), Read({"one", "-x", "two", "--list=a"}).Operands());
+    EXPECT_EQ((Texts{"", "++"}), Read({"", "++"}).Operands());
+    EXPECT_EQ((Texts{"[a,b]", "{}"}), Read({"[a,b]", "{}"}).Operands());
+}
+
+TEST(ArgumentsTest, BehindTwoDashesAllAreOperands) {
+    EXPECT_EQ((Texts{"-x", "--list="}), Read({"--", "-x", "--list="}).Operands());
+    EXPECT_FALSE(Read({"--", "-x"}).Has("-x"));
+}
+
+TEST(ArgumentsTest, RefusalNamesTheArgumentAndWhatIsAccepted) {
+    EXPECT_EQ("'--other' is no option of this program; --help shows those accepted",
+              Refusal({"one", "--other"}));
+    EXPECT_EQ("'-o' is no option of this program; --help shows those accepted", Refusal({"-o"}));
+    EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
+              Refusal({"one", "two", "three"}));
+    EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
+              Refusal({"one", "--", "two", "three"}));
+    EXPECT_EQ("--list: a value is missing; accepted: words", Refusal({"one", "--list"}));
+    EXPECT_EQ("--help: this option takes no value", Refusal({"--help=yes"}));
+}
+
+TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
+    std::array<char const*, 2> const texts = {"program", "one"};
+    try {
+        Arguments(rules, {}, 2, texts.data());
+        FAIL();
+    } catch (CommandLineError const& error) {
+        EXPECT_STREQ("'one' is one operand too many; accepted: none", error.what());
+    }
+}
+
+} // namespace

@@ -1,0 +1,217 @@
+// The order of the calls and what ends them, over five functions that do what a test says.
+#include "companions/Evaluation.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "companions/Progress.h"
+#include "companions/Rows.h"
+#include "companions/StopSignals.h"
+#include "compliance/Compliance.h"
+#include "tests/companions/RowList.h"
+#include "tests/support/OtherProcess.h"
+
+namespace {
+
+struct Step {
+    int result = 0;
+    int value = 0;
+    // Raised before the call returns.
+    int signal = 0;
+};
+
+struct Interface {
+    Step open = {};
+    // One a call; the last one repeats.
+    std::deque<Step> progress = {{1}};
+    Step close = {};
+    RowList rows = {};
+    std::string calls = {};
+};
+
+Interface fake;
+
+int Take(Step const& step) {
+    if (step.signal != 0)
+        raise(step.signal);
+    return step.result;
+}
+
+std::string Text(char const* text) { return text ? text : "null"; }
+
+} // namespace
+
+int COMPLIANCE_Open(char const* url, char const* doc, unsigned int flags) {
+    fake.calls += "open(" + Text(url) + "," + Text(doc) + "," + std::to_string(flags) + ") ";
+    return Take(fake.open);
+}
+
+int COMPLIANCE_Progress(int* percent, int* error) {
+    fake.calls += "progress ";
+    Step const step = fake.progress.front();
+    if (fake.progress.size() > 1)
+        fake.progress.pop_front();
+    if (step.result == 2)
+        *error = step.value;
+    if (step.result == 3)
+        *percent = step.value;
+    return Take(step);
+}
+
+int COMPLIANCE_ResultCount() { return static_cast<int>(fake.rows.size()); }
+
+int COMPLIANCE_IndexedValue(unsigned int index, char const** designator, char const** result,
+                            char const** resultType, char const** evaluationTime,
+                            char const** description, char const** comment) {
+    if (index >= fake.rows.size())
+        return COMPLIANCE_ERROR_BAD_INDEX;
+    char const** const places[] = {designator,     result,      resultType,
+                                   evaluationTime, description, comment};
+    for (std::size_t field = 0; field < 6; ++field)
+        *places[field] = fake.rows[index][field].data();
+    return 0;
+}
+
+int COMPLIANCE_Close() {
+    fake.calls += "close";
+    return Take(fake.close);
+}
+
+namespace {
+
+EvaluationEnd RunFake(EvaluationRequest const& request = {}) {
+    Progress progress(ProgressStyle::none);
+    return Evaluate(request, progress, [](Rows const&) { fake.calls += "rows "; });
+}
+
+void ExpectEnd(EvaluationEnd::What what, int number, int closeCode, EvaluationEnd const& end) {
+    EXPECT_EQ(what, end.what);
+    EXPECT_EQ(number, end.number);
+    EXPECT_EQ(closeCode, end.closeCode);
+}
+
+// The flag of a signal stays for good, so it is set in a process of its own.
+template <typename Body>
+void InAnotherProcess(Body const& body) {
+    OtherProcess other([&] {
+        CatchStopSignals();
+        body();
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
+TEST(EvaluationTest, RowsAreUsedBeforeTheClose) {
+    fake = {};
+    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({"url", "doc", 11}));
+    EXPECT_EQ("open(url,doc,11) progress rows close", fake.calls);
+}
+
+TEST(EvaluationTest, ByDefaultNothingIsNamed) {
+    fake = {};
+    RunFake();
+    EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
+}
+
+TEST(EvaluationTest, RefusedOpenOwesNoClose) {
+    for (int const code : {-1, -2, -3, -4, -5, -6, -7, -15, -16, -17}) {
+        fake = {.open = {code}};
+        ExpectEnd(EvaluationEnd::failed, code, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) ", fake.calls);
+    }
+}
+
+TEST(EvaluationTest, FailedPollEndsInAClose) {
+    for (int const code : {-3, -6, -7, -16, -17, -19}) {
+        fake = {.progress = {{code}}};
+        ExpectEnd(EvaluationEnd::failed, code, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    }
+}
+
+TEST(EvaluationTest, ErrorOfTheAgent) {
+    for (int const error : {-22, 0, 7}) {
+        fake = {.progress = {{2, error}}};
+        ExpectEnd(EvaluationEnd::agentError, error, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    }
+}
+
+TEST(EvaluationTest, PolledAsLongAsItIsInProgress) {
+    fake = {.progress = {{3, 10}, {3, -5}, {1}}};
+    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake());
+    EXPECT_EQ("open(null,null,0) progress progress progress rows close", fake.calls);
+}
+
+TEST(EvaluationTest, FailedCloseTakesNothingFromTheRows) {
+    fake = {.close = {-3}};
+    ExpectEnd(EvaluationEnd::finished, 0, -3, RunFake());
+    EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
+}
+
+TEST(EvaluationTest, RowsAreTheTextsOfTheInterface) {
+    fake = {.rows = {{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", "last"}}}};
+    Progress progress(ProgressStyle::none);
+    RowList seen;
+    Evaluate({}, progress, [&](Rows const& rows) {
+        for (unsigned int index = 0; index < rows.count; ++index)
+            seen.push_back(rows.get(index));
+    });
+    EXPECT_EQ(fake.rows, seen);
+}
+
+TEST(EvaluationTest, LimitEndsWhatNeverEnds) {
+    fake = {.progress = {{3, 50}}};
+    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.timeout = std::chrono::seconds(1)}));
+    EXPECT_TRUE(fake.calls.ends_with("progress close"));
+}
+
+TEST(EvaluationTest, FinishedCountsMoreThanTheLimit) {
+    fake = {.progress = {{3, 50}, {1}}};
+    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.timeout = std::chrono::seconds(30)}));
+}
+
+TEST(EvaluationTest, SignalWhileOpeningIsFollowedByTheCloseAlone) {
+    InAnotherProcess([] {
+        fake = {.open = {.signal = SIGTERM}};
+        ExpectEnd(EvaluationEnd::stopped, SIGTERM, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) close", fake.calls);
+    });
+}
+
+TEST(EvaluationTest, SignalWhileAnOpenFailsOwesNoClose) {
+    InAnotherProcess([] {
+        fake = {.open = {.result = -3, .signal = SIGINT}};
+        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) ", fake.calls);
+    });
+}
+
+TEST(EvaluationTest, SignalWhilePollingEndsIt) {
+    InAnotherProcess([] {
+        fake = {.progress = {{.result = 3, .signal = SIGINT}}};
+        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    });
+}
+
+TEST(EvaluationTest, SignalCountsMoreThanFinished) {
+    InAnotherProcess([] {
+        fake = {.progress = {{.result = 1, .signal = SIGINT}}};
+        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
+        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    });
+}
+
+TEST(EvaluationTest, SignalWhileClosingStillCounts) {
+    InAnotherProcess([] {
+        fake = {.close = {.result = -3, .signal = SIGTERM}};
+        ExpectEnd(EvaluationEnd::stopped, SIGTERM, -3, RunFake());
+        EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
+    });
+}
+
+} // namespace

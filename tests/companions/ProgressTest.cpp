@@ -1,0 +1,97 @@
+#include "companions/Progress.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <unistd.h>
+
+#include "tests/companions/Terminal.h"
+#include "tests/support/OtherProcess.h"
+
+namespace {
+
+// All that a body writes to standard error, which is a file or a terminal.
+template <typename Body>
+std::string ErrorsOf(Body const& body, bool terminal) {
+    Terminal screen;
+    OtherProcess other([&](Handshake& line) {
+        dup2(terminal ? screen.otherEnd() : screen.file(), STDERR_FILENO);
+        body();
+        line.Tell();
+        line.Await();
+    });
+    other.Await();
+    std::string const text = terminal ? screen.Read() : screen.ReadFile();
+    other.Tell();
+    other.Wait();
+    return text;
+}
+
+void TellAll(ProgressStyle style) {
+    Progress progress(style);
+    progress.Opening();
+    progress.Percent(0);
+    progress.Percent(50);
+    progress.Percent(100);
+    progress.Closing();
+}
+
+std::string Bar(int filled, std::string const& text) {
+    return "\r\x1b[K[" + std::string(static_cast<std::size_t>(filled), '#') +
+           std::string(static_cast<std::size_t>(30 - filled), '-') + "] " + text;
+}
+
+std::string const gone = "\r\x1b[K";
+
+TEST(ProgressTest, BarIsDrawnAgainAndAgainAndGoneAtTheEnd) {
+    EXPECT_EQ(Bar(0, "asking the agent") + Bar(0, "0% completed") + Bar(15, "50% completed") +
+                  Bar(30, "100% completed") + Bar(30, "closing the evaluation") + gone,
+              ErrorsOf([] { TellAll(ProgressStyle::bar); }, true));
+}
+
+TEST(ProgressTest, AutomaticIsABarOnATerminalAndNothingElsewhere) {
+    EXPECT_EQ(ErrorsOf([] { TellAll(ProgressStyle::bar); }, true),
+              ErrorsOf([] { TellAll(ProgressStyle::automatic); }, true));
+    EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::automatic); }, false));
+}
+
+TEST(ProgressTest, LinesAreForLogs) {
+    EXPECT_EQ("compliance-query: asking the agent\n"
+              "compliance-query: 0% completed\n"
+              "compliance-query: 50% completed\n"
+              "compliance-query: 100% completed\n"
+              "compliance-query: closing the evaluation\n",
+              ErrorsOf([] { TellAll(ProgressStyle::lines); }, false));
+}
+
+TEST(ProgressTest, NoneIsNothingOnATerminalToo) {
+    EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::none); }, true));
+}
+
+TEST(ProgressTest, BarHasItsLimitsButTheNumberHasNot) {
+    auto const percent = [](int number) {
+        return ErrorsOf([&] { Progress(ProgressStyle::bar).Percent(number); }, false);
+    };
+    EXPECT_EQ(Bar(0, "-5% completed") + gone, percent(-5));
+    EXPECT_EQ(Bar(30, "1000% completed") + gone, percent(1000));
+    EXPECT_EQ(Bar(30, "2147483647% completed") + gone, percent(2147483647));
+    EXPECT_EQ(Bar(0, "-2147483648% completed") + gone, percent(-2147483647 - 1));
+    EXPECT_EQ(Bar(0, "3% completed") + gone, percent(3));
+    EXPECT_EQ(Bar(1, "4% completed") + gone, percent(4));
+    EXPECT_EQ(Bar(29, "99% completed") + gone, percent(99));
+}
+
+TEST(ProgressTest, ClearedOnceAndOnlyWhereSomethingWasDrawn) {
+    EXPECT_EQ(Bar(0, "asking the agent") + gone, ErrorsOf(
+                                                     [] {
+                                                         Progress progress(ProgressStyle::bar);
+                                                         progress.Clear();
+                                                         progress.Opening();
+                                                         progress.Clear();
+                                                         progress.Clear();
+                                                     },
+                                                     false));
+}
+
+} // namespace

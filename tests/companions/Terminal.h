@@ -1,0 +1,65 @@
+// A terminal that nobody sits at: a pseudo-terminal, and a plain file to compare it with.
+#pragma once
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <sys/mman.h>
+#include <termios.h>
+#include <unistd.h>
+
+class Terminal {
+public:
+    Terminal() : plainFile(memfd_create("errors", MFD_CLOEXEC)) {
+        if (openpty(&ownEnd, &programEnd, nullptr, nullptr, nullptr) != 0)
+            throw std::runtime_error("no pseudo-terminal is to be had");
+        fcntl(ownEnd, F_SETFD, FD_CLOEXEC);
+        fcntl(programEnd, F_SETFD, FD_CLOEXEC);
+        // Line feeds arrive as they were written.
+        termios settings{};
+        tcgetattr(programEnd, &settings);
+        settings.c_oflag &= ~static_cast<tcflag_t>(OPOST);
+        tcsetattr(programEnd, TCSANOW, &settings);
+    }
+    ~Terminal() {
+        close(ownEnd);
+        close(programEnd);
+        close(plainFile);
+    }
+    Terminal(Terminal const&) = delete;
+    Terminal& operator=(Terminal const&) = delete;
+
+    // The end that a program takes for its terminal.
+    int otherEnd() const { return programEnd; }
+    int file() const { return plainFile; }
+
+    // All that has been written to the terminal so far.
+    std::string Read() const {
+        std::string text;
+        char buffer[4096];
+        pollfd waiting{ownEnd, POLLIN, 0};
+        while (poll(&waiting, 1, 0) == 1) {
+            ssize_t const length = read(ownEnd, buffer, sizeof buffer);
+            if (length <= 0)
+                break;
+            text.append(buffer, static_cast<std::size_t>(length));
+        }
+        return text;
+    }
+
+    std::string ReadFile() const {
+        std::string text(static_cast<std::size_t>(lseek(plainFile, 0, SEEK_END)), '\0');
+        ssize_t const length = pread(plainFile, text.data(), text.size(), 0);
+        text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+        return text;
+    }
+
+private:
+    int ownEnd = -1;
+    int programEnd = -1;
+    int const plainFile;
+};

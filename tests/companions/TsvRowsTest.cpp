@@ -1,0 +1,32 @@
+#include "companions/TsvRows.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/companions/RowList.h"
+
+namespace {
+
+std::string Tsv(RowList const& list) {
+    return OutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); });
+}
+
+std::string const head = "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n";
+
+TEST(TsvRowsTest, NamesStandThereWithoutRowsToo) { EXPECT_EQ(head, Tsv({})); }
+
+TEST(TsvRowsTest, LineForEachRow) {
+    EXPECT_EQ(head + "a\tb\tc\td\te\tf\n\t\t\t\t\t\n",
+              Tsv({{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", ""}}}));
+}
+
+TEST(TsvRowsTest, FourBytesAreEscaped) {
+    EXPECT_EQ(head + "\\t\t\\n\t\\r\\n\t\\\\\t\\\\t\ta\\\\\\tb\n",
+              Tsv({{{"\t", "\n", "\r\n", "\\", "\\t", "a\\\tb"}}}));
+}
+
+TEST(TsvRowsTest, OtherBytesStandAsTheyAre) {
+    EXPECT_EQ(head + "\x01\t\x1b[m\t\xB5\t\xC2\xB5\t\"q\"\t a \n",
+              Tsv({{{"\x01", "\x1b[m", "\xB5", "\xC2\xB5", "\"q\"", " a "}}}));
+}
+
+} // namespace
