@@ -208,6 +208,19 @@ std::string const& LongTextDocument() {
     return document;
 }
 
+std::vector<std::uint64_t> const& MixedNumbers() {
+    static std::vector<std::uint64_t> const values = [] {
+        Numbers numbers(10);
+        std::vector<std::uint64_t> made;
+        while (made.size() < 10000) {
+            std::size_t const unused = numbers.Between(0, 63);
+            made.push_back(numbers.Next() >> unused);
+        }
+        return made;
+    }();
+    return values;
+}
+
 std::string const& UnicodeText(Script script) {
     return Kept(script, [&] {
         Numbers numbers(8 + static_cast<std::uint64_t>(script));

@@ -56,6 +56,9 @@ void InBlocks(std::string const& document, Take take) {
         take(std::string_view(document).substr(from, blockSize));
 }
 
+// 10,000 numbers below 2^64, each number of bits as often as any other.
+std::vector<std::uint64_t> const& MixedNumbers();
+
 // UTF-8 texts of 64 KiB (up to 3 bytes less, so that no character is cut).
 enum class Script { Ascii, Latin, Cyrillic, Cjk, Emoji, Mixed };
 

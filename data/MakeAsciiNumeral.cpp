@@ -126,6 +126,9 @@ namespace DecimalMaking {
 
 template <std::size_t capacity>
 ConstDataWithCapacity<capacity> MakeLong(std::uint64_t magnitude, bool negative, unsigned padding) {
+    // Only the holders of signed values have an odd place, the one of the sign.
+    if constexpr (capacity % 2 == 0)
+        negative = false;
     return padding == 1 || (padding == 0 && magnitude != 0)
                ? MakeUnpadded<capacity>(magnitude, negative)
                : MakePadded<capacity>(magnitude, negative, padding);

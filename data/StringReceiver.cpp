@@ -1,5 +1,7 @@
 #include "data/StringReceiver.h"
 
+#include "data/AppendRun.h"
+
 DataReceiver& StringReceiver::operator()(std::string& string) {
     target = &string;
     return *this;
@@ -7,6 +9,8 @@ DataReceiver& StringReceiver::operator()(std::string& string) {
 
 void StringReceiver::Start() { target->clear(); }
 
-void StringReceiver::Receive(ConstData data) { target->append(data.View()); }
+void StringReceiver::Receive(ConstData data) {
+    AppendRuns::Append(*target, data.View().data(), data.Length());
+}
 
 void StringReceiver::ReceiveEnd() {}

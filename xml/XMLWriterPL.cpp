@@ -14,6 +14,10 @@ namespace {
 
 using namespace Ascii::Sets;
 
+// As many tabs as are mostly wanted, and either opening of a tag behind them.
+constexpr std::string_view tabsAndOpening = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t</";
+constexpr std::size_t mostTabs = tabsAndOpening.size() - 2;
+
 constexpr AsciiSet nameBegin = alphabetic_ | AsciiSet::Only(':');
 constexpr AsciiSet nameRest =
     nameBegin | numeric | AsciiSet::Only('.') | AsciiSet::Only('-') | AsciiSet::Only(0xB7);
@@ -64,6 +68,56 @@ bool ShowsLineFeed(ConstData comment) {
 
 constinit XMLWriterPL::AttributeList const XMLWriterPL::emptyAttributeList;
 
+// A document is many small pieces, so what stands between the writer and the receiver is inline.
+
+inline void XMLWriterPL::Write(ConstData text) { receiver->Receive(text); }
+
+inline void XMLWriterPL::BreakLine() {
+    receiver->ReceiveLineBreak(Range<unsigned long long>{0, 0});
+}
+
+// Writes all tabs but the last few, which go out with what follows them, and yields those.
+[[gnu::noinline]] std::size_t XMLWriterPL::WriteTabs(std::size_t tabs) {
+    for (; tabs > mostTabs; tabs -= mostTabs)
+        Write(tabsAndOpening.substr(0, mostTabs));
+    return tabs;
+}
+
+// The line of a tag with as many elements around it, and the tag's opening, "<" or "</". Tabs and
+// opening go out as one view where they can.
+inline void XMLWriterPL::OpenTagOnNewLine(std::size_t depth, ConstData opening) {
+    if (style.number < XMLFormatFlat)
+        BreakLine();
+    std::size_t tabs = style.number == XMLFormatTabbed ? depth : 0;
+    if (tabs > mostTabs)
+        tabs = WriteTabs(tabs);
+    char const* const end = tabsAndOpening.data() + mostTabs;
+    Write(ConstData(end - tabs, end + opening.Length()));
+}
+
+inline void XMLWriterPL::BeginContent() {
+    if (style.number < XMLFormatFlat && lastWritten == EndTag)
+        BreakLine();
+}
+
+// The name that was closed last stays for the next element, which is mostly a sibling with room
+// enough in it: so a row of elements allocates once.
+inline void XMLWriterPL::PushName(ConstData name) {
+    if (!keepsClosedName) {
+        openElements.emplace_back(CharBegin(name), StringPLCount(name));
+        return;
+    }
+    openElements.back().MakeEmpty();
+    openElements.back().Append(CharBegin(name), StringPLCount(name));
+    keepsClosedName = false;
+}
+
+inline void XMLWriterPL::PopName() {
+    if (keepsClosedName)
+        openElements.pop_back();
+    keepsClosedName = true;
+}
+
 XMLWriterPL::XMLWriterPL(LineReceiver& lineReceiver, XMLFormatStyle const& formatStyle)
     : receiver(&lineReceiver), style(formatStyle) {}
 
@@ -81,7 +135,7 @@ void XMLWriterPL::BeginDocument(StringPL const& rootName, AttributeList const& a
 }
 
 void XMLWriterPL::EndDocument() {
-    while (!openElements.empty())
+    while (Depth() != 0)
         EndElement();
     receiver->ReceiveEnd(0);
 }
@@ -89,20 +143,26 @@ void XMLWriterPL::EndDocument() {
 void XMLWriterPL::BeginElement(ConstData name, AttributeList const& attributes) {
     if (checkNames)
         CheckNames(name, attributes);
-    OpenTagOnNewLine(openElements.size(), "<"_bytes);
+    OpenTagOnNewLine(Depth(), "<"_bytes);
     Write(name);
     attributes.ResetEnum();
-    while (attributes.IsNext()) {
-        Pair<StringPL, StringPL> const& attribute = attributes.GetNext();
+    if (attributes.IsNext())
+        WriteAttributes(attributes);
+    Write(">"_bytes);
+    PushName(name);
+    lastWritten = StartTag;
+}
+
+// Out of the way of the many elements that have none.
+[[gnu::noinline]] void XMLWriterPL::WriteAttributes(AttributeList const& begun) {
+    while (begun.IsNext()) {
+        Pair<StringPL, StringPL> const& attribute = begun.GetNext();
         Write(" "_bytes);
         Write(View(attribute.first));
         Write("=\""_bytes);
         WriteAttributeValue(View(attribute.second));
         Write("\""_bytes);
     }
-    Write(">"_bytes);
-    openElements.emplace_back(CharBegin(name), StringPLCount(name));
-    lastWritten = StartTag;
 }
 
 void XMLWriterPL::BeginElement(char const* name, AttributeList const& attributes) {
@@ -114,14 +174,15 @@ void XMLWriterPL::BeginElement(StringPL const& name, AttributeList const& attrib
 }
 
 void XMLWriterPL::EndElement() {
+    std::size_t const innermost = Depth() - 1;
     if (lastWritten == EndTag)
-        OpenTagOnNewLine(openElements.size() - 1, "</"_bytes);
+        OpenTagOnNewLine(innermost, "</"_bytes);
     else
         Write("</"_bytes);
-    Write(View(openElements.back()));
+    Write(View(openElements[innermost]));
     Write(">"_bytes);
     lastWritten = EndTag;
-    openElements.pop_back();
+    PopName();
 }
 
 void XMLWriterPL::WriteString(ConstData text) {
@@ -216,8 +277,6 @@ void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) co
     }
 }
 
-void XMLWriterPL::Write(ConstData text) { receiver->Receive(text); }
-
 void XMLWriterPL::WriteRun(char const* from, char const* end) {
     if (from != end)
         Write(ConstData(from, end));
@@ -243,24 +302,4 @@ void XMLWriterPL::WriteReplacement(char byte) {
         Write(";"_bytes);
         break;
     }
-}
-
-void XMLWriterPL::BreakLine() { receiver->ReceiveLineBreak(Range<unsigned long long>{0, 0}); }
-
-// The line of a tag with as many elements around it, and the tag's opening, "<" or "</". Tabs and
-// opening go out as one view where they can.
-void XMLWriterPL::OpenTagOnNewLine(std::size_t depth, ConstData opening) {
-    static constexpr std::string_view tabsAndOpening = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t</";
-    static constexpr std::size_t mostTabs = tabsAndOpening.size() - 2;
-    if (style.number < XMLFormatFlat)
-        BreakLine();
-    std::size_t tabs = style.number == XMLFormatTabbed ? depth : 0;
-    for (; tabs > mostTabs; tabs -= mostTabs)
-        Write(tabsAndOpening.substr(0, mostTabs));
-    Write(tabsAndOpening.substr(mostTabs - tabs, tabs + opening.Length()));
-}
-
-void XMLWriterPL::BeginContent() {
-    if (style.number < XMLFormatFlat && lastWritten == EndTag)
-        BreakLine();
 }

@@ -106,13 +106,18 @@ private:
     enum Written : std::uint32_t { Nothing, StartTag, Content, EndTag };
 
     void CheckNames(ConstData name, AttributeList const& attributes) const;
-    void Write(ConstData text);
+    inline void Write(ConstData text);
+    void WriteAttributes(AttributeList const& begun);
     void WriteRun(char const* from, char const* end);
     void WriteReplacement(char byte);
     void WriteThinned(ConstData comment);
-    void BreakLine();
-    void OpenTagOnNewLine(std::size_t depth, ConstData opening);
-    void BeginContent();
+    inline void BreakLine();
+    std::size_t WriteTabs(std::size_t tabs);
+    inline void OpenTagOnNewLine(std::size_t depth, ConstData opening);
+    inline void BeginContent();
+    std::size_t Depth() const { return openElements.size() - (keepsClosedName ? 1 : 0); }
+    inline void PushName(ConstData name);
+    inline void PopName();
 
     LineReceiver* receiver;
     XMLFormatStyle style;
@@ -122,6 +127,7 @@ public:
     bool checkNames = true;
 
 private:
-    std::vector<StringPL> openElements; // outermost first
+    std::vector<StringPL> openElements; // outermost first, and perhaps one closed name behind them
     Written lastWritten = Nothing;
+    bool keepsClosedName = false;
 };

@@ -590,6 +590,44 @@ TEST(XMLWriterPLTest, EachElementNameIsCopiedOnce) {
               depth + growths);
 }
 
+TEST(XMLWriterPLTest, ARowOfElementsTakesRoomForOneName) {
+    IgnoringReceiver receiver;
+    XMLWriterPL writer(receiver, 2);
+    StringPL const longest("aNameThatIsNotSoShort");
+    StringPL const shorter("aNameThatIsShorter");
+    EXPECT_EQ(AllocationsOf([&] {
+                  for (StringPL const* name : {&longest, &shorter, &longest, &shorter}) {
+                      writer.BeginElement(*name, none);
+                      writer.EndElement();
+                  }
+              }),
+              2u); // the stack and the name
+}
+
+TEST(XMLWriterPLTest, EachOfARowOfElementsEndsWithItsOwnName) {
+    std::string const names[] = {"b", "", "aLongName", std::string("n\0m", 3), "c", "aLongerName"};
+    std::string text;
+    StringReceiver collector;
+    LineFlattener flattener;
+    XMLWriterPL writer(flattener(LineFlattener::lf, collector(text)), 2);
+    writer.checkNames = false;
+    writer.BeginDocument("root", none, noEncoding);
+    std::string expected = "<?xml version=\"1.0\"?><root>";
+    for (std::string const& name : names) {
+        writer.BeginElement(ConstData(name), none);
+        // Behind its first NUL a name is kept as NULs.
+        std::string const kept = name.size() == 3 ? std::string("n\0\0", 3) : name;
+        for (std::string const& inner : {std::string("x"), kept}) {
+            writer.BeginElement(ConstData(inner), none);
+            writer.EndElement();
+        }
+        writer.EndElement();
+        expected += "<" + name + "><x></x><" + kept + "></" + kept + "></" + kept + ">";
+    }
+    writer.EndDocument();
+    EXPECT_EQ(expected + "</root>", text);
+}
+
 // A random tree, written by the writer and read by the tree parser.
 class RoundTrip {
 public:
