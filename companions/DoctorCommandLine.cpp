@@ -1,0 +1,65 @@
+#include "companions/DoctorCommandLine.h"
+
+#include <array>
+
+#include "companions/Arguments.h"
+
+namespace {
+
+constexpr std::array optionRules = {
+    OptionRule{"-h,--help"},
+    OptionRule{"--version"},
+    OptionRule{"--json"},
+};
+
+} // namespace
+
+DoctorCommandLine ParseDoctorCommandLine(int count, char const* const* argumentTexts) {
+    Arguments const arguments(optionRules, {}, count, argumentTexts);
+    DoctorCommandLine result;
+    result.json = arguments.Has("--json");
+    if (arguments.Has("--help"))
+        result.action = DoctorCommandLine::showHelp;
+    else if (arguments.Has("--version"))
+        result.action = DoctorCommandLine::showVersion;
+    return result;
+}
+
+// clang-format off
+char const doctorHelp[] =
+    "Usage: compliance-doctor [--json]\n"
+    "\n"
+    "Looks at all that a compliance evaluation needs on this machine, and tells what stands in its way\n"
+    "and what to do about it. It only reads: it creates no file, takes no lock and asks the agent\n"
+    "nothing. Run it as the user whose evaluations fail, since it tells what that user may do.\n"
+    "\n"
+    "Each line is a verdict, the name of a check, and what was found:\n"
+    "  ok        in order\n"
+    "  note      worth knowing, but no evaluation fails by it\n"
+    "  problem   an evaluation by this user fails by it, or is not safe\n"
+    "  skipped   could not be looked at\n"
+    "\n"
+    "The checks:\n"
+    "  agent-program            missing, no program, or out of reach\n"
+    "  agent-process            not running, only a zombie, running a program that was removed or\n"
+    "                           replaced, running from another place, or known by its name only\n"
+    "  request-directory        missing, no directory, out of reach, not writable (with owner and mode)\n"
+    "  request-directory-mode   every user can replace the documents of others\n"
+    "  space                    no room for a request\n"
+    "  lock                     held (and by which process), not writable, protected, or no file\n"
+    "  request                  one is waiting (and how old it is), or something else is in its place\n"
+    "  temporary-request        one is left over that can't be overwritten\n"
+    "  response-directory       missing, no directory, out of reach, not readable\n"
+    "  response-directory-mode  every user can replace the documents of others\n"
+    "  response                 an old one is there (and how old it is), or can't be read\n"
+    "\n"
+    "Options:\n"
+    "  --json       one JSON document; it follows compliance-doctor.schema.json\n"
+    "  -h, --help   show this help\n"
+    "  --version    show the version\n"
+    "\n"
+    "Exit status:\n"
+    "    0  no problem found\n"
+    "    1  at least one problem found, or the findings could not be written\n"
+    "    2  the command line can't be understood\n";
+// clang-format on

@@ -1,0 +1,101 @@
+#include "companions/DoctorDirectories.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include "companions/DoctorFiles.h"
+#include "companions/DoctorPaths.h"
+
+namespace {
+
+constexpr char giveDirectory[] = "install or start the agent, which creates its directories";
+
+// What the two directories have in common. Found to be in order where nothing is found.
+Finding CheckExistence(char const* check, FileFacts const& directory) {
+    if (directory.IsMissing())
+        return {check, Verdict::problem, "directory-missing", directory.Path() + " is missing",
+                giveDirectory};
+    if (directory.IsUnknown())
+        return {check, Verdict::problem, "directory-unreachable",
+                directory.Path() + " can't be reached: " + directory.Reason(),
+                "give this user the right to search the directories above it"};
+    if (!directory.IsDirectory())
+        return {check, Verdict::problem, "not-a-directory", directory.Path() + " is no directory",
+                "move away what stands there, and start the agent"};
+    return {check};
+}
+
+Finding CheckModes(char const* check, char const* path) {
+    FileFacts const directory(path);
+    if (!directory.IsDirectory())
+        return {check, Verdict::skipped, "", std::string(path) + " is no directory"};
+    if (!directory.IsOpenToOthers())
+        return {check, Verdict::ok, "", std::string(path) + " is " + directory.OwnerAndMode()};
+    return {check, Verdict::problem, "unsafe-mode",
+            std::string(path) +
+                " lets every user replace the documents of others: " + directory.OwnerAndMode(),
+            "take the right to write from others (chmod o-w), and give it to a group"};
+}
+
+bool HasNoRoom(struct statvfs const& facts) {
+    fsblkcnt_t const blocks = geteuid() == 0 ? facts.f_bfree : facts.f_bavail;
+    return blocks == 0 || (facts.f_files != 0 && facts.f_ffree == 0);
+}
+
+} // namespace
+
+Finding CheckRequestDirectory() {
+    FileFacts const directory(DoctorPaths::requestDirectory);
+    Finding finding = CheckExistence("request-directory", directory);
+    if (finding.verdict == Verdict::problem)
+        return finding;
+    int const refusal = directory.Refusal(W_OK | X_OK);
+    if (refusal == EROFS)
+        return {finding.check, Verdict::problem, "read-only-file-system",
+                directory.Path() + " lies on a file system that is mounted read-only",
+                "mount it for writing"};
+    if (refusal != 0)
+        return {finding.check, Verdict::problem, "no-write-permission",
+                "this user may not write to " + directory.Path() + ": " + directory.OwnerAndMode(),
+                "run as a user who may, or give this user's group the right"};
+    finding.message = directory.Path() + " can be written to";
+    return finding;
+}
+
+Finding CheckResponseDirectory() {
+    FileFacts const directory(DoctorPaths::responseDirectory);
+    Finding finding = CheckExistence("response-directory", directory);
+    if (finding.verdict == Verdict::problem)
+        return finding;
+    if (directory.Refusal(X_OK) != 0)
+        return {finding.check, Verdict::problem, "no-read-permission",
+                "this user may not look into " + directory.Path() + ": " + directory.OwnerAndMode(),
+                "run as a user who may, or give this user's group the right"};
+    finding.message = directory.Path() + " can be read";
+    return finding;
+}
+
+Finding CheckModesOfRequestDirectory() {
+    return CheckModes("request-directory-mode", DoctorPaths::requestDirectory);
+}
+
+Finding CheckModesOfResponseDirectory() {
+    return CheckModes("response-directory-mode", DoctorPaths::responseDirectory);
+}
+
+Finding CheckSpace() {
+    struct statvfs facts {};
+    if (statvfs(DoctorPaths::requestDirectory, &facts) != 0)
+        return {"space", Verdict::skipped, "",
+                std::string(DoctorPaths::requestDirectory) +
+                    " can't be reached: " + std::strerror(errno)};
+    if (HasNoRoom(facts))
+        return {"space", Verdict::problem, "disk-full",
+                std::string("no room is left in ") + DoctorPaths::requestDirectory,
+                "make room on that file system"};
+    return {"space", Verdict::ok, "",
+            std::string("there is room in ") + DoctorPaths::requestDirectory};
+}

@@ -1,0 +1,102 @@
+#include "companions/DoctorDocuments.h"
+
+#include <unistd.h>
+
+#include "companions/DoctorFiles.h"
+#include "companions/DoctorLock.h"
+#include "companions/DoctorPaths.h"
+
+namespace {
+
+// No exchange takes longer than this, so an older response belongs to none that is under way.
+constexpr long long longestExchange = 10;
+
+Finding MakeSkipped(char const* check, FileFacts const& file) {
+    return {check, Verdict::skipped, "", file.Path() + " can't be reached: " + file.Reason()};
+}
+
+Finding DescribeWaiting(FileFacts const& file) {
+    constexpr char check[] = "request";
+    long long const age = file.AgeInSeconds();
+    std::string const facts = DescribeAge(age) + ", " + file.OwnerAndMode();
+    if (AskForLock().what == LockState::held)
+        return {check,
+                Verdict::note,
+                "request-under-way",
+                "a request of the evaluation that holds the lock is waiting: " + facts,
+                "wait for the end of that evaluation",
+                {},
+                age};
+    return {check,
+            Verdict::problem,
+            "request-stale",
+            "a request that nobody waits for any more keeps off all evaluations: " + facts,
+            "start the agent, which takes it; or remove " + file.Path(),
+            {},
+            age};
+}
+
+} // namespace
+
+Finding CheckRequest() {
+    FileFacts const file(DoctorPaths::request);
+    if (file.IsUnknown())
+        return MakeSkipped("request", file);
+    if (file.IsMissing() && !file.IsBrokenLink())
+        return {"request", Verdict::ok, "", "no request is waiting"};
+    if (!file.IsRegularFile())
+        return {"request", Verdict::problem, "request-not-a-file",
+                file.Path() + " is no regular file, and keeps off all evaluations",
+                "move away what stands there"};
+    return DescribeWaiting(file);
+}
+
+Finding CheckTemporaryRequest() {
+    constexpr char check[] = "temporary-request";
+    FileFacts const file(DoctorPaths::temporaryRequest);
+    if (file.IsUnknown())
+        return MakeSkipped(check, file);
+    if (file.IsMissing())
+        return {check, Verdict::ok, "", "no temporary request is in the way"};
+    if (!file.IsRegularFile())
+        return {check, Verdict::problem, "temporary-request-not-a-file",
+                file.Path() + " is no regular file, and no request can be written",
+                "move away what stands there"};
+    if (file.Refusal(W_OK) != 0 ||
+        IsProtectedByStickyDirectory(file, FileFacts(DoctorPaths::requestDirectory)))
+        return {check, Verdict::problem, "temporary-request-not-writable",
+                "this user may not write to " + file.Path() +
+                    ", left by an evaluation that broke "
+                    "off: " +
+                    file.OwnerAndMode(),
+                "let its owner remove it"};
+    return {check, Verdict::ok, "", "a temporary request is left over, and will be overwritten"};
+}
+
+Finding CheckResponse() {
+    constexpr char check[] = "response";
+    FileFacts const file(DoctorPaths::response);
+    if (file.IsUnknown())
+        return MakeSkipped(check, file);
+    if (file.IsMissing())
+        return {check, Verdict::ok, "", "no response is there"};
+    if (!file.IsRegularFile())
+        return {check, Verdict::problem, "response-not-a-file",
+                file.Path() + " is no regular file, and may keep an evaluation waiting for ever",
+                "move away what stands there"};
+    if (file.Refusal(R_OK) != 0)
+        return {check, Verdict::problem, "response-not-readable",
+                "this user may not read " + file.Path() + ": " + file.OwnerAndMode(),
+                "run as a user who may, or set the agent up to let this user read"};
+    long long const age = file.AgeInSeconds();
+    if (age >= 0 && age <= longestExchange)
+        return {check, Verdict::ok, "", "a new response is there"};
+    return {check,
+            Verdict::note,
+            "response-old",
+            "the response of an earlier exchange is there, " + DescribeAge(age) +
+                "; should the agent take a request and answer nothing, it counts as the answer",
+            "none is needed as long as the agent answers",
+            {},
+            age};
+}

@@ -1,0 +1,77 @@
+#include "companions/DoctorFiles.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+FileFacts::FileFacts(char const* thePath) : path(thePath) {
+    if (stat(thePath, &facts) != 0)
+        error = errno;
+}
+
+bool FileFacts::IsMissing() const { return error == ENOENT || error == ENOTDIR; }
+
+bool FileFacts::IsBrokenLink() const {
+    struct stat link {};
+    return !Exists() && lstat(path.c_str(), &link) == 0;
+}
+
+bool FileFacts::IsOpenToOthers() const {
+    return (facts.st_mode & S_IWOTH) != 0 && (facts.st_mode & S_ISVTX) == 0;
+}
+
+int FileFacts::Refusal(int rights) const {
+    return faccessat(AT_FDCWD, path.c_str(), rights, AT_EACCESS) == 0 ? 0 : errno;
+}
+
+std::string FileFacts::OwnerAndMode() const {
+    std::array<char, 96> text{};
+    std::snprintf(text.data(), text.size(), "owned by user %u and group %u, mode %04o",
+                  facts.st_uid, facts.st_gid, facts.st_mode & 07777U);
+    return text.data();
+}
+
+std::string FileFacts::Reason() const { return std::strerror(error); }
+
+long long FileFacts::AgeInSeconds() const {
+    return static_cast<long long>(std::time(nullptr)) - facts.st_mtim.tv_sec;
+}
+
+std::string DescribeAge(long long seconds) {
+    struct Unit {
+        long long seconds;
+        char const* name;
+    };
+    constexpr std::array units = {Unit{86'400, "day"}, Unit{3'600, "hour"}, Unit{60, "minute"}};
+    if (seconds < 0)
+        return "dated in the future";
+    Unit unit = {1, "second"};
+    for (Unit const& larger : units) {
+        // Two of a unit, so that little is lost by the rest that is left out.
+        if (seconds >= 2 * larger.seconds) {
+            unit = larger;
+            break;
+        }
+    }
+    long long const number = seconds / unit.seconds;
+    return std::to_string(number) + " " + unit.name + (number == 1 ? "" : "s") + " old";
+}
+
+bool IsProtectedByStickyDirectory(FileFacts const& file, FileFacts const& directory) {
+    struct stat const& facts = directory.Facts();
+    if (!file.Exists() || (facts.st_mode & S_ISVTX) == 0)
+        return false;
+    uid_t const owner = file.Facts().st_uid;
+    if (owner == geteuid() || owner == facts.st_uid)
+        return false;
+    int protection = 0;
+    std::ifstream("/proc/sys/fs/protected_regular") >> protection;
+    return (protection >= 1 && (facts.st_mode & S_IWOTH) != 0) ||
+           (protection >= 2 && (facts.st_mode & S_IWGRP) != 0);
+}

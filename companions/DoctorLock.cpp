@@ -1,0 +1,102 @@
+#include "companions/DoctorLock.h"
+
+#include <array>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "companions/DoctorFiles.h"
+#include "companions/DoctorPaths.h"
+#include "compliance/ProcessNames.h"
+
+namespace {
+
+constexpr char check[] = "lock";
+constexpr unsigned int longestPath = 4096;
+
+std::string NameOf(pid_t process) {
+    std::array<char, longestPath> text{};
+    long long ignored = 0;
+    auto const id = static_cast<unsigned int>(process);
+    if (ProcessIdToPath(id, text.data(), longestPath) ||
+        ProcessIdToName(id, text.data(), longestPath, ignored, ignored, ignored))
+        return std::string(" (") + text.data() + ")";
+    return "";
+}
+
+Finding DescribeHolder(pid_t holder) {
+    if (holder > 0)
+        return {check,
+                Verdict::problem,
+                "lock-held",
+                "the lock is held by process " + std::to_string(holder) + NameOf(holder),
+                "wait until that evaluation is over, or end that process",
+                holder};
+    if (holder == 0)
+        return {check, Verdict::problem, "lock-held-in-other-namespace",
+                "the lock is held by a process of another process namespace (a container), which "
+                "can't be seen from here",
+                "look for it from the host or in the containers that share the directory"};
+    return {check, Verdict::problem, "lock-held-by-open-file",
+            "the lock is held through an open file, by a process that the system does not name",
+            "look for a program other than these that has the lock file open (fuser)"};
+}
+
+// Whether the exchange could open the lock file for writing.
+Finding CheckFile(FileFacts const& file) {
+    FileFacts const directory(DoctorPaths::requestDirectory);
+    if (file.IsMissing())
+        return {check, Verdict::ok, "", "nobody has taken the lock yet"};
+    if (file.IsUnknown())
+        return {check, Verdict::skipped, "", "the lock file can't be reached: " + file.Reason()};
+    if (!file.IsRegularFile())
+        return {check, Verdict::problem, "lock-not-a-file", file.Path() + " is no regular file",
+                "move away what stands there"};
+    if (file.Refusal(W_OK) != 0)
+        return {check, Verdict::problem, "lock-not-writable",
+                "this user may not write to " + file.Path() + ": " + file.OwnerAndMode(),
+                "run as a user who may, or let its owner give the right (chmod g+w)"};
+    if (IsProtectedByStickyDirectory(file, directory))
+        return {check, Verdict::problem, "lock-protected",
+                file.Path() +
+                    " belongs to another user in a sticky directory, and the system "
+                    "protects it there (fs.protected_regular): " +
+                    file.OwnerAndMode(),
+                "let the directory's owner own the lock file (chown)"};
+    return {check, Verdict::ok, "", "the lock is free"};
+}
+
+} // namespace
+
+LockState AskForLock() {
+    FileFacts const facts(DoctorPaths::lockFile);
+    if (facts.IsMissing())
+        return {LockState::free};
+    if (!facts.IsRegularFile())
+        return {LockState::unknown};
+    // Without a wait, should something else have come in its place.
+    int const file = open(DoctorPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0)
+        return {LockState::unknown};
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    bool const answered = fcntl(file, F_GETLK, &lock) == 0;
+    close(file);
+    if (!answered)
+        return {LockState::unknown};
+    return lock.l_type == F_UNLCK ? LockState{LockState::free}
+                                  : LockState{LockState::held, lock.l_pid};
+}
+
+Finding CheckLock() {
+    LockState const state = AskForLock();
+    if (state.what == LockState::held)
+        return DescribeHolder(state.holder);
+    Finding const finding = CheckFile(FileFacts(DoctorPaths::lockFile));
+    if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
+        return {check, Verdict::note, "lock-not-readable",
+                "this user may not read the lock file, so it is not known whether the lock is held",
+                "run the doctor as the owner of the file"};
+    return finding;
+}

@@ -1,0 +1,42 @@
+#include "companions/DoctorCommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "companions/CommandLineError.h"
+
+namespace {
+
+DoctorCommandLine Parse(std::vector<char const*> texts) {
+    texts.insert(texts.begin(), "compliance-doctor");
+    return ParseDoctorCommandLine(static_cast<int>(texts.size()), texts.data());
+}
+
+TEST(DoctorCommandLineTest, TextOrJson) {
+    EXPECT_EQ(DoctorCommandLine::examine, Parse({}).action);
+    EXPECT_FALSE(Parse({}).json);
+    EXPECT_TRUE(Parse({"--json"}).json);
+}
+
+TEST(DoctorCommandLineTest, HelpAndVersion) {
+    EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"-h"}).action);
+    EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"--version", "--help"}).action);
+    EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"--version", "--json"}).action);
+}
+
+TEST(DoctorCommandLineTest, AnythingElseIsRefused) {
+    EXPECT_THROW(Parse({"--tsv"}), CommandLineError);
+    EXPECT_THROW(Parse({"url"}), CommandLineError);
+    EXPECT_THROW(Parse({"--json=no"}), CommandLineError);
+}
+
+TEST(DoctorCommandLineTest, HelpStaysWithinAHundredColumns) {
+    std::istringstream lines(doctorHelp);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_GE(100u, line.size()) << line;
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+#include "companions/DoctorDocuments.h"
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+
+#include "tests/companions/Findings.h"
+#include "tests/system/RecordLock.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+
+constexpr char const* request = ScriptedAgent::request;
+constexpr char const* temporary = ScriptedAgent::requestTemp;
+constexpr char const* response = ScriptedAgent::response;
+
+void Create(char const* path, std::chrono::hours age = std::chrono::hours(0)) {
+    CreateAgentDirectories();
+    std::ofstream(std::string(path)) << "document";
+    fs::last_write_time(path, fs::file_time_type::clock::now() - age);
+}
+
+void ExpectAge(std::chrono::seconds age, Finding const& finding) {
+    ASSERT_TRUE(finding.ageInSeconds);
+    EXPECT_LE(age.count(), *finding.ageInSeconds);
+    EXPECT_GT(age.count() + 60, *finding.ageInSeconds);
+}
+
+TEST(DoctorDocumentsTest, NothingLiesAbout) {
+    PrivateMachine::Run([] {
+        ExpectOk("no request", CheckRequest());
+        CreateAgentDirectories();
+        ExpectOk("no request", CheckRequest());
+        ExpectOk("no temporary request", CheckTemporaryRequest());
+        ExpectOk("no response", CheckResponse());
+    });
+}
+
+TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
+    PrivateMachine::Run([] {
+        Create(request, std::chrono::hours(75));
+        Finding const finding = CheckRequest();
+        ExpectProblem("request-stale", "3 days old, owned by user 0", finding);
+        ExpectAge(std::chrono::hours(75), finding);
+        EXPECT_NE(std::string::npos, finding.remedy.find(request));
+    });
+}
+
+TEST(DoctorDocumentsTest, RequestOfTheFutureIsStaleToo) {
+    PrivateMachine::Run([] {
+        Create(request, std::chrono::hours(-5));
+        ExpectProblem("request-stale", "dated in the future", CheckRequest());
+    });
+}
+
+TEST(DoctorDocumentsTest, RequestBesideAHeldLockIsUnderWay) {
+    PrivateMachine::Run([] {
+        Create(request, std::chrono::hours(1));
+        ForeignLock lock;
+        Finding const finding = CheckRequest();
+        ExpectFinding(Verdict::note, "request-under-way", "60 minutes old", finding);
+        ExpectAge(std::chrono::hours(1), finding);
+    });
+}
+
+TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_directory(request);
+        ExpectProblem("request-not-a-file", request, CheckRequest());
+    });
+}
+
+// A link that leads nowhere keeps evaluations off as well.
+TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_symlink("nowhere", request);
+        ExpectProblem("request-not-a-file", request, CheckRequest());
+    });
+}
+
+TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
+    PrivateMachine::Run([] {
+        Create(temporary);
+        fs::permissions(temporary, fs::perms(0444));
+        ExpectOk("overwritten", CheckTemporaryRequest());
+        WithoutRights([] {
+            ExpectProblem("temporary-request-not-writable",
+                          "owned by user 0 and group 0, mode 0444", CheckTemporaryRequest());
+        });
+    });
+}
+
+TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_directory(temporary);
+        ExpectProblem("temporary-request-not-a-file", temporary, CheckTemporaryRequest());
+    });
+}
+
+TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
+    PrivateMachine::Run([] {
+        Create(response, std::chrono::hours(30));
+        Finding const finding = CheckResponse();
+        ExpectFinding(Verdict::note, "response-old", "30 hours old", finding);
+        ExpectAge(std::chrono::hours(30), finding);
+        Create(response);
+        ExpectOk("a new response", CheckResponse());
+    });
+}
+
+TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
+    PrivateMachine::Run([] {
+        Create(response);
+        fs::permissions(response, fs::perms::none);
+        WithoutRights([] {
+            ExpectProblem("response-not-readable", "owned by user 0 and group 0, mode 0000",
+                          CheckResponse());
+        });
+    });
+}
+
+TEST(DoctorDocumentsTest, FifoInThePlaceOfTheResponse) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ASSERT_EQ(0, mkfifo(response, 0666));
+        ExpectProblem("response-not-a-file", response, CheckResponse());
+    });
+}
+
+TEST(DoctorDocumentsTest, OutOfReach) {
+    PrivateMachine::Run([] {
+        Create(request);
+        Create(temporary);
+        Create(response);
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
+        fs::permissions("/var/opt/VeskaClient/ResponseDir", fs::perms::none);
+        WithoutRights([] {
+            EXPECT_EQ(Verdict::skipped, CheckRequest().verdict);
+            EXPECT_EQ(Verdict::skipped, CheckTemporaryRequest().verdict);
+            EXPECT_EQ(Verdict::skipped, CheckResponse().verdict);
+        });
+    });
+}
+
+} // namespace

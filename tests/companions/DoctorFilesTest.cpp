@@ -1,0 +1,30 @@
+#include "companions/DoctorFiles.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(DoctorFilesTest, AgeInTheLargestUnitOfWhichThereAreTwo) {
+    EXPECT_EQ("0 seconds old", DescribeAge(0));
+    EXPECT_EQ("1 second old", DescribeAge(1));
+    EXPECT_EQ("119 seconds old", DescribeAge(119));
+    EXPECT_EQ("2 minutes old", DescribeAge(120));
+    EXPECT_EQ("119 minutes old", DescribeAge(7199));
+    EXPECT_EQ("2 hours old", DescribeAge(7200));
+    EXPECT_EQ("47 hours old", DescribeAge(172'799));
+    EXPECT_EQ("2 days old", DescribeAge(172'800));
+    EXPECT_EQ("1000 days old", DescribeAge(86'400'000));
+    EXPECT_EQ("dated in the future", DescribeAge(-1));
+}
+
+TEST(DoctorFilesTest, WhatStandsThere) {
+    EXPECT_TRUE(FileFacts("/dev").IsDirectory());
+    EXPECT_TRUE(FileFacts("/dev/null").Exists());
+    EXPECT_FALSE(FileFacts("/dev/null").IsRegularFile());
+    EXPECT_TRUE(FileFacts("/proc/self/exe").IsRegularFile());
+    EXPECT_TRUE(FileFacts("/nowhere").IsMissing());
+    EXPECT_TRUE(FileFacts("/dev/null/below").IsMissing());
+    EXPECT_TRUE(FileFacts(std::string(5000, 'x').c_str()).IsUnknown());
+}
+
+} // namespace

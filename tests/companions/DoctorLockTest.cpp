@@ -1,0 +1,191 @@
+#include "companions/DoctorLock.h"
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+#include <sys/mount.h>
+
+#include "tests/companions/Findings.h"
+#include "tests/system/RecordLock.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+
+constexpr char const* lockFile = ScriptedAgent::lockFile;
+
+void CreateLockFile(unsigned int mode) {
+    CreateAgentDirectories();
+    std::ofstream(std::string(lockFile)) << "";
+    fs::permissions(lockFile, fs::perms(mode));
+}
+
+TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
+    PrivateMachine::Run([] {
+        ExpectOk("nobody", CheckLock());
+        CreateAgentDirectories();
+        ExpectOk("nobody", CheckLock());
+        EXPECT_FALSE(fs::exists(lockFile));
+    });
+}
+
+TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0600);
+        ExpectOk("free", CheckLock());
+        EXPECT_EQ(LockState::free, AskForLock().what);
+        EXPECT_FALSE(IsLocked());
+    });
+}
+
+TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        OtherProcess holder([](Handshake& line) {
+            struct flock lock {};
+            lock.l_type = F_WRLCK;
+            ASSERT_EQ(0, fcntl(OpenLockFile(), F_SETLK, &lock));
+            line.Tell();
+            pause();
+        });
+        holder.Await();
+        Finding const finding = CheckLock();
+        std::string const program = fs::read_symlink("/proc/self/exe");
+        ExpectProblem("lock-held",
+                      "held by process " + std::to_string(holder.pid()) + " (" + program + ")",
+                      finding);
+        EXPECT_EQ(std::optional<long>(holder.pid()), finding.processId);
+        EXPECT_TRUE(IsLocked());
+    });
+}
+
+// A lock for reading on a part of the file keeps a writer off the whole of it.
+TEST(DoctorLockTest, HeldInPartAndForReading) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ForeignLock lock(F_RDLCK, 4711, 1);
+        ExpectProblem("lock-held", "held by process ", CheckLock());
+    });
+}
+
+TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0444);
+        ForeignLock lock;
+        WithoutRights([] { ExpectProblem("lock-held", "held by process ", CheckLock()); });
+    });
+}
+
+TEST(DoctorLockTest, HeldByAProcessOfAnotherNamespace) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ForeignLock lock;
+        OtherProcess outer([] {
+            ASSERT_EQ(0, unshare(CLONE_NEWPID));
+            OtherProcess inner([] {
+                Finding const finding = CheckLock();
+                ExpectProblem("lock-held-in-other-namespace", "another process namespace", finding);
+                EXPECT_EQ(std::nullopt, finding.processId);
+            });
+            EXPECT_EQ(ExitStatus::Exited(0), inner.Wait());
+        });
+        EXPECT_EQ(ExitStatus::Exited(0), outer.Wait());
+    });
+}
+
+TEST(DoctorLockTest, HeldThroughAnOpenFile) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        int const file = OpenLockFile();
+        struct flock lock {};
+        lock.l_type = F_WRLCK;
+        ASSERT_EQ(0, fcntl(file, F_OFD_SETLK, &lock));
+        ExpectProblem("lock-held-by-open-file", "open file", CheckLock());
+        close(file);
+    });
+}
+
+TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0444);
+        WithoutRights([] {
+            ExpectProblem("lock-not-writable", "owned by user 0 and group 0, mode 0444",
+                          CheckLock());
+        });
+    });
+}
+
+TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0222);
+        WithoutRights([] {
+            ExpectFinding(Verdict::note, "lock-not-readable", "not known", CheckLock());
+            EXPECT_EQ(LockState::unknown, AskForLock().what);
+        });
+    });
+}
+
+// A fifo would keep the one waiting who opens it.
+TEST(DoctorLockTest, SomethingElseStandsThere) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_directory(lockFile);
+        ExpectProblem("lock-not-a-file", lockFile, CheckLock());
+        fs::remove(lockFile);
+        ASSERT_EQ(0, mkfifo(lockFile, 0666));
+        ExpectProblem("lock-not-a-file", lockFile, CheckLock());
+    });
+}
+
+TEST(DoctorLockTest, OutOfReach) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0666);
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
+        WithoutRights([] { EXPECT_EQ(Verdict::skipped, CheckLock().verdict); });
+    });
+}
+
+// What the system's setting is on this host does not matter.
+void ProtectRegularFiles(char const* setting) {
+    std::ofstream("/opt/setting") << setting;
+    char const place[] = "/proc/sys/fs/protected_regular";
+    if (mount("/opt/setting", place, nullptr, MS_BIND, nullptr) != 0)
+        throw std::runtime_error("can't put a setting in its place");
+}
+
+// Deliberate: nothing is expected where the machine knows no second user to own the file.
+TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0666);
+        if (chown(lockFile, 65534, 65534) != 0)
+            return;
+        ProtectRegularFiles("1");
+        ExpectOk("free", CheckLock());
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
+        ExpectProblem("lock-protected", "fs.protected_regular", CheckLock());
+        WithoutRights([] { ExpectOk("free", CheckLock()); });
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01775));
+        ExpectOk("free", CheckLock());
+        ASSERT_EQ(0, chown(ScriptedAgent::requestDirectory, 65534, 65534));
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
+        ExpectOk("free", CheckLock());
+    });
+}
+
+TEST(DoctorLockTest, SettingTellsHowFarTheProtectionGoes) {
+    PrivateMachine::Run([] {
+        CreateLockFile(0666);
+        if (chown(lockFile, 65534, 65534) != 0)
+            return;
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01775));
+        ProtectRegularFiles("2");
+        ExpectProblem("lock-protected", "fs.protected_regular", CheckLock());
+        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
+        ProtectRegularFiles("0");
+        ExpectOk("free", CheckLock());
+    });
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// The real program on machines in various states.
+#include "companions/Doctor.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/RecordLock.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using PrivateMachine::agentProgram;
+using PrivateMachine::CreateAgentDirectories;
+using PrivateMachine::InstallAgent;
+
+ProgramResult RunIt(std::vector<std::string> arguments, ProgramOptions const& options = {}) {
+    arguments.insert(arguments.begin(), CC_DOCTOR_PROGRAM);
+    return RunProgram(arguments, options);
+}
+
+// A machine on which an evaluation can be had.
+void MakeHealthy() {
+    CreateAgentDirectories();
+    fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0770));
+    fs::permissions("/var/opt/VeskaClient/ResponseDir", fs::perms(0770));
+    InstallAgent();
+}
+
+// The whole tree with all modes, as the doctor must leave it.
+std::string Survey(std::string const& root) {
+    std::string text;
+    for (auto const& entry : fs::recursive_directory_iterator(root))
+        text += entry.path().string() + " " +
+                std::to_string(static_cast<unsigned int>(entry.status().permissions())) + "\n";
+    return text;
+}
+
+TEST(DoctorTest, HealthyMachineIsStatus0) {
+    PrivateMachine::Run([] {
+        MakeHealthy();
+        OtherProgram const agent({agentProgram, "60"});
+        ProgramResult const result = RunIt({});
+        EXPECT_EQ(ExitStatus::Exited(0), result.status);
+        EXPECT_EQ("", result.errors);
+        EXPECT_EQ(
+            "ok       agent-program: /opt/VeskaClient/bin/VeskaClient is installed.\n"
+            "ok       agent-process: the agent runs as process " +
+                std::to_string(agent.pid()) +
+                ".\n"
+                "ok       request-directory: /var/opt/VeskaClient/RequestDir can be written "
+                "to.\n"
+                "ok       request-directory-mode: /var/opt/VeskaClient/RequestDir is owned by "
+                "user 0 and group 0, mode 0770.\n"
+                "ok       space: there is room in /var/opt/VeskaClient/RequestDir.\n"
+                "ok       lock: nobody has taken the lock yet.\n"
+                "ok       request: no request is waiting.\n"
+                "ok       temporary-request: no temporary request is in the way.\n"
+                "ok       response-directory: /var/opt/VeskaClient/ResponseDir can be read.\n"
+                "ok       response-directory-mode: /var/opt/VeskaClient/ResponseDir is owned "
+                "by user 0 and group 0, mode 0770.\n"
+                "ok       response: no response is there.\n",
+            result.output);
+    });
+}
+
+TEST(DoctorTest, BareMachineIsStatus1) {
+    PrivateMachine::Run([] {
+        ProgramResult const result = RunIt({"--json"});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status);
+        Json const document = Json::parse(result.output);
+        EXPECT_FALSE(document.at("healthy").get<bool>());
+        std::string causes;
+        for (Json const& check : document.at("checks"))
+            causes += check.value("cause", check.at("verdict").get<std::string>()) + " ";
+        EXPECT_EQ("agent-missing agent-not-running directory-missing skipped skipped ok ok ok "
+                  "directory-missing skipped ok ",
+                  causes);
+    });
+}
+
+TEST(DoctorTest, HolderOfTheLockIsNamed) {
+    PrivateMachine::Run([] {
+        MakeHealthy();
+        OtherProgram const agent({agentProgram, "60"});
+        ForeignLock lock;
+        ProgramResult const result = RunIt({"--json"});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status);
+        Json const check = Json::parse(result.output).at("checks").at(5);
+        EXPECT_EQ("lock", check.at("check").get<std::string>());
+        EXPECT_EQ("lock-held", check.at("cause").get<std::string>());
+        EXPECT_EQ(AskWhoLocks().l_pid, check.at("processId").get<pid_t>());
+    });
+}
+
+TEST(DoctorTest, NothingIsChanged) {
+    PrivateMachine::Run([] {
+        RunIt({});
+        EXPECT_EQ("", Survey("/opt") + Survey("/var/opt"));
+        MakeHealthy();
+        std::string const before = Survey("/opt") + Survey("/var/opt");
+        RunIt({});
+        EXPECT_EQ(before, Survey("/opt") + Survey("/var/opt"));
+    });
+}
+
+TEST(DoctorTest, HelpAndVersion) {
+    ProgramResult const help = RunIt({"--help"});
+    EXPECT_EQ(ExitStatus::Exited(0), help.status);
+    EXPECT_TRUE(help.output.starts_with("Usage: compliance-doctor [--json]\n"));
+    EXPECT_EQ("compliance-doctor " CC_VERSION "\n", RunIt({"--version"}).output);
+}
+
+TEST(DoctorTest, BadCommandLineIsStatus2) {
+    ProgramResult const result = RunIt({"--fix"});
+    EXPECT_EQ(ExitStatus::Exited(2), result.status);
+    EXPECT_EQ("compliance-doctor: '--fix' is no option of this program; --help shows those "
+              "accepted\n",
+              result.errors);
+    EXPECT_EQ("", result.output);
+}
+
+TEST(DoctorTest, FindingsThatCantBeWrittenAreStatus1) {
+    PrivateMachine::Run([] {
+        MakeHealthy();
+        OtherProgram const agent({agentProgram, "60"});
+        EXPECT_EQ(ExitStatus::Exited(1), RunIt({}, {.closedDescriptors = {1}}).status);
+    });
+}
+
+} // namespace

@@ -1,0 +1,37 @@
+// What a test expects of a finding.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "companions/DoctorFinding.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
+
+inline void ExpectFinding(Verdict verdict, std::string const& cause, std::string const& words,
+                          Finding const& finding) {
+    EXPECT_EQ(verdict, finding.verdict) << finding.message;
+    EXPECT_EQ(cause, finding.cause);
+    EXPECT_NE(std::string::npos, finding.message.find(words)) << finding.message;
+    EXPECT_EQ(cause.empty(), finding.remedy.empty());
+}
+
+inline void ExpectProblem(std::string const& cause, std::string const& words,
+                          Finding const& finding) {
+    ExpectFinding(Verdict::problem, cause, words, finding);
+}
+
+inline void ExpectOk(std::string const& words, Finding const& finding) {
+    ExpectFinding(Verdict::ok, "", words, finding);
+}
+
+// The body as a user without rights, on a private machine.
+template <typename Body>
+void WithoutRights(Body const& body) {
+    OtherProcess other([&] {
+        PrivateMachine::DropPrivileges();
+        body();
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}

@@ -1,0 +1,120 @@
+// What the programs write against the schemas that describe it, by a validator of its own.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "companions/Doctor.h"
+#include "companions/DoctorReport.h"
+#include "companions/JsonRows.h"
+#include "tests/companions/RowList.h"
+#include "tests/support/OtherProcess.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr char query[] = CC_SCHEMAS "/compliance-query.schema.json";
+constexpr char doctor[] = CC_SCHEMAS "/compliance-doctor.schema.json";
+
+class SchemaTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (Validate("{}", query).status != ExitStatus::Exited(77))
+            return;
+        char const* const ci = std::getenv("CI");
+        ASSERT_FALSE(ci && *ci) << "python3-jsonschema is missing";
+        GTEST_SKIP() << "python3-jsonschema is missing, so this test can prove NOTHING here.";
+    }
+
+    static ProgramResult Validate(std::string const& document, char const* schema) {
+        return RunProgram({"/usr/bin/python3", CC_VALIDATOR, schema}, {.input = document});
+    }
+
+    static void ExpectValid(std::string const& document, char const* schema) {
+        ProgramResult const result = Validate(document, schema);
+        EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.output << result.errors;
+    }
+
+    static void ExpectInvalid(Json const& document, char const* schema) {
+        ProgramResult const result = Validate(document.dump(), schema);
+        EXPECT_EQ(ExitStatus::Exited(1), result.status) << document << result.errors;
+    }
+};
+
+RowList const rows = {{{"a", "b", "c", "1", "e", "f"}},
+                      {{"\xFF", "\xFF\xFE", "\xFF\xFE\xFD", "\xB5", "\x80 text", "\xC2"}},
+                      {{"", "", "", "", "", ""}}};
+
+std::string QueryDocument() {
+    return OutputOf([](Output& output) { WriteJson(RowsOf(rows), output); });
+}
+
+std::string FailureDocument(JsonFailure const& failure) {
+    return OutputOf([&](Output& output) { WriteJson(failure, output); });
+}
+
+std::string DoctorDocument(Findings const& findings) {
+    return OutputOf([&](Output& output) { WriteJson(findings, output); });
+}
+
+TEST_F(SchemaTest, RowsOfAQuery) {
+    ExpectValid(QueryDocument(), query);
+    ExpectValid(OutputOf([](Output& output) { WriteJson(RowsOf({}), output); }), query);
+}
+
+TEST_F(SchemaTest, FailuresOfAQuery) {
+    ExpectValid(FailureDocument({4, -6, {}, "refused"}), query);
+    ExpectValid(FailureDocument({1, {}, -22, "not available"}), query);
+    ExpectValid(FailureDocument({143, {}, {}, "ended early"}), query);
+}
+
+TEST_F(SchemaTest, SchemaOfAQueryRefusesWhatIsNone) {
+    Json const valid = Json::parse(QueryDocument());
+    for (char const* const member : {"schemaVersion", "outcome", "rowCount", "rows"}) {
+        Json document = valid;
+        document.erase(member);
+        ExpectInvalid(document, query);
+    }
+    Json document = valid;
+    document["schemaVersion"] = 2;
+    ExpectInvalid(document, query);
+    document = valid;
+    document["rows"][0].erase("comment");
+    ExpectInvalid(document, query);
+    document = valid;
+    document["rows"][1]["commentBase64"] = "no base64";
+    ExpectInvalid(document, query);
+    document = valid;
+    document["rows"][0]["evaluationTime"] = 1;
+    ExpectInvalid(document, query);
+    document = Json::parse(FailureDocument({4, -6, {}, "refused"}));
+    document["exitStatus"] = 0;
+    ExpectInvalid(document, query);
+}
+
+TEST_F(SchemaTest, FindingsOfTheDoctor) {
+    ExpectValid(DoctorDocument(ExamineExchange()), doctor);
+    ExpectValid(DoctorDocument({{"lock", Verdict::problem, "lock-held", "held", "wait", 12},
+                                {"request", Verdict::note, "old", "old", "none", {}, -5},
+                                {"space", Verdict::skipped, "", "unknown"}}),
+                doctor);
+}
+
+TEST_F(SchemaTest, SchemaOfTheDoctorRefusesWhatIsNone) {
+    ExpectInvalid(Json::parse(DoctorDocument({})), doctor);
+    Json const valid =
+        Json::parse(DoctorDocument({{"lock", Verdict::problem, "held", "held", "wait", 12}}));
+    for (char const* const member : {"check", "verdict", "cause", "message", "remedy"}) {
+        Json document = valid;
+        document["checks"][0].erase(member);
+        ExpectInvalid(document, doctor);
+    }
+    Json document = valid;
+    document["checks"][0]["verdict"] = "ok";
+    ExpectInvalid(document, doctor);
+}
+
+} // namespace
