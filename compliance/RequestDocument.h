@@ -8,8 +8,8 @@
 
 struct ClientComplianceRequest;
 
-// Writes the request to requestTemp.xml, flushes it to disk and moves it to request.xml, so that the
-// agent never sees half of it; a document of that name is replaced.
+// Writes the request to requestTemp.xml, flushes it to disk and moves it to request.xml, so that
+// the agent never sees half of it; a document of that name is replaced.
 //
 // Throws ClientComplianceRequestIOWriteFailure after any failure. Deliberate: what stands in the
 // temporary document then, finished or not, is published all the same if that can be done, and

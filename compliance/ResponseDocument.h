@@ -17,15 +17,15 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
 // Reads the document into a new record.
 //
-// Throws FileNotFoundError when there is none, ClientComplianceResponseReadFailure when it breaks off
-// inside an element or holds none, ClientComplianceResponseBadDocumentType when its root has another
-// name, ClientComplianceResponseTypeFailure when no known type stands in it, and other file errors as
-// they come.
+// Throws FileNotFoundError when there is none, ClientComplianceResponseReadFailure when it breaks
+// off inside an element or holds none, ClientComplianceResponseBadDocumentType when its root has
+// another name, ClientComplianceResponseTypeFailure when no known type stands in it, and other file
+// errors as they come.
 //
 // Accepts more than is ever written: the children in any order, the last usable one of repeated
-// ones, unknown ones passed over, progress elements under any type. A row's missing texts are empty.
-// Texts end at their first zero byte. Numbers are read by the rules of atoi, so text that is no
-// number counts as 0.
+// ones, unknown ones passed over, progress elements under any type. A row's missing texts are
+// empty. Texts end at their first zero byte. Numbers are read by the rules of atoi, so text that is
+// no number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
 
 // The record that a document holds which was read to its end: what the operation above does behind

@@ -41,8 +41,8 @@ TarvikFileType TypeOfExtension(char const* extension);
 
 // The first extension of the kind, with its dot. Static storage.
 //
-// Deliberate: Miscellany and numbers that are no kind give "XVeskaClientUI", so that a loop over the
-// files of that kind looks for names that end in it.
+// Deliberate: Miscellany and numbers that are no kind give "XVeskaClientUI", so that a loop over
+// the files of that kind looks for names that end in it.
 char const* ExtensionOfType(TarvikFileType type);
 
 } // namespace AdviceFileTypes

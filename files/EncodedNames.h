@@ -1,8 +1,8 @@
-// Names and locations from UTF-8 and back: the only place where the file layer looks at an encoding.
+// Names and locations from UTF-8 and back: the one place where the file layer knows encodings.
 //
-// Everything else takes the bytes of a name as they are, in whatever encoding. Here they are in that
-// of the process's locale, and unicode/LocalEncoding.h converts: in a process that has set no locale,
-// nothing but ASCII passes.
+// Everything else takes the bytes of a name as they are, in whatever encoding. Here they are in
+// that of the process's locale, and unicode/LocalEncoding.h converts: in a process that has set no
+// locale, nothing but ASCII passes.
 //
 // This header is also for who calls the members that are declared with their classes and defined
 // here: FileName(UStringRef<UTF8>), FileName::MakeLocal8BitRef, FileName::MakeUTF8String and

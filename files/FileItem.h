@@ -20,8 +20,8 @@ public:
     explicit FileItem(FileLocation const& where);
     FileItem(UnixPlatform::FileItem const& item);
 
-    // The CRC-32/BZIP2 of the file's bytes (polynomial 0x04C11DB7, most significant bit first). Reads
-    // the whole file; throws what ReadFile throws.
+    // The CRC-32/BZIP2 of the file's bytes (polynomial 0x04C11DB7, most significant bit first).
+    // Reads the whole file; throws what ReadFile throws.
     std::uint32_t Checksum() const;
 
     // SetModificationTime under the retries of FileRetry.h, where it is defined. Here no exception

@@ -30,8 +30,8 @@ public:
     void RequireNonEmpty() const;
 };
 
-// Through SetFullPathName. A null pointer gives the empty location. Throws std::length_error for 4 GiB
-// and more.
+// Through SetFullPathName. A null pointer gives the empty location. Throws std::length_error
+// for 4 GiB and more.
 FileLocation MakeFileLocation(char const* path);
 FileLocation MakeFileLocation(ConstData path);
 
@@ -40,8 +40,8 @@ FileLocation MakeRelativeFileLocation(FileLocation const& base, char const* path
 
 // Splits a text such as "/a/b/*.txt" into the location "/a/b" and the pointer to "*.txt" within it.
 // Null, and the location of the whole text, if the last component has no "*" and no "?"; the empty
-// location, if there is nothing in front of it. Throws EmptyFileLocationError if `pattern` is null or
-// empty. REQUIRES: `pattern` is not the text of `location`.
+// location, if there is nothing in front of it. Throws EmptyFileLocationError if `pattern` is null
+// or empty. REQUIRES: `pattern` is not the text of `location`.
 char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location);
 
 // Whether the path begins with "/". False for null.

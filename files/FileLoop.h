@@ -26,8 +26,8 @@ public:
     FileLoop(FileLocation const& where, TarvikFileType type);
     void Start(FileLocation const& where, TarvikFileType type);
 
-    // The present entry, in a slot that the next use of these fills anew; `++` leaves it alone. Throw
-    // InvalidIteratorPosition if there is none.
+    // The present entry, in a slot that the next use of these fills anew; `++` leaves it alone.
+    // Throw InvalidIteratorPosition if there is none.
     FileItem const& operator*() const;
     FileItem const* operator->() const;
 

@@ -1,8 +1,8 @@
 // Operations on files that are tried up to eight times, with growing pauses.
 //
 // Between the attempts lie 16, 32, 64, 128, 256, 512 and 1,024 ms: a hopeless failure holds the
-// caller for 2,032 ms and then comes out as the last attempt threw it. Deliberate: every exception is
-// a reason to try again, a missing file too; only an empty location ends the attempts at once.
+// caller for 2,032 ms and then comes out as the last attempt threw it. Deliberate: every exception
+// is a reason to try again, a missing file too; only an empty location ends the attempts at once.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -12,11 +12,12 @@ class FileLocation;
 // Told how an operation ended that did not succeed at its first attempt. This class does nothing: a
 // plain object of it is how a caller says that it wants no log.
 //
-// `first` and `second` are the operation's locations, `second` null where there is one only; they are
-// valid for the call. An exception of LogRetryFailure reaches the caller in place of the operation's.
+// `first` and `second` are the operation's locations, `second` null where there is one only; they
+// are valid for the call. An exception of LogRetryFailure reaches the caller in place of the
+// operation's.
 // Deliberate: one of LogRetrySuccess counts as a failed attempt, and the operation runs once more.
 //
-// Deliberate: no virtual destructor. Logs live on the stack and are never deleted through this class.
+// Deliberate: no virtual destructor. Logs live on the stack; none is deleted through this class.
 class FileRetryLog {
 public:
     // The operation has succeeded, at the attempt `attempts`, which is above 1.

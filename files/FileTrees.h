@@ -12,13 +12,13 @@
 class FileLocation;
 
 // Creates the directory and all parents that are missing, with the permissions 0777 less the umask.
-// Throws FileFoundError, with its location, if anything but a directory stands on the way. A relative
-// path that meets no directory on its way up ends in InvalidFileLocation.
+// Throws FileFoundError, with its location, if anything but a directory stands on the way. A
+// relative path that meets no directory on its way up ends in InvalidFileLocation.
 void CreateDirectoryTree(FileLocation const& location);
 
 // Copies all entries of `from` to `to`, whose tree is created where it is missing: directories by
-// their contents, and anything else by CopyFileWithRetry, which a link to a regular file passes as a
-// copy of its target. Throws DirectoryNotFoundError if `from` is no directory, and InvalidStats,
+// their contents, and anything else by CopyFileWithRetry, which a link to a regular file passes as
+// a copy of its target. Throws DirectoryNotFoundError if `from` is no directory, and InvalidStats,
 // without a name, if it vanishes meanwhile.
 //
 // What can't be copied ends the copy after its retries: a file that exists at `to` (nothing is
@@ -29,8 +29,8 @@ void CreateDirectoryTree(FileLocation const& location);
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 
 // Remove a directory with all that is in it, or only what is in it. Throw DirectoryNotFoundError if
-// nothing stands there; a regular file at `location` is not removed, and the first form throws for it
-// too.
+// nothing stands there; a regular file at `location` is not removed, and the first form throws for
+// it too.
 //
 // Deliberate: a symbolic link to a directory counts as one. What is in its target is removed, and
 // then the removal of the link itself throws.

@@ -1,4 +1,4 @@
-// A pointer that is sure to be NUL-terminated, for C interfaces: a copy only where there must be one.
+// A pointer that is sure to be NUL-terminated, for C interfaces: a copy only where it must be.
 #pragma once
 
 #include <concepts>
@@ -44,8 +44,8 @@ private:
     std::uint64_t count = 0;
 };
 
-// The text with its NUL: `text.begin` itself if it is marked as terminated, so nothing is copied and
-// the result lives as long as the text; EmptyString() if it is empty; otherwise an owned copy.
+// The text with its NUL: `text.begin` itself if it is marked as terminated, so nothing is copied
+// and the result lives as long as the text; EmptyString() if it is empty; otherwise an owned copy.
 // Throws std::bad_alloc.
 template <CEncoding E>
 AutoNullTerminated<typename E::Unit> MakeNullTerminatedString(UStringRef<E> text);

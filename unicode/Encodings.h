@@ -1,8 +1,8 @@
-// The encodings of text, as types: UTF-8 cannot be passed where the bytes of the locale are expected.
+// The encodings of text, as types: UTF-8 cannot be passed where the bytes of the locale belong.
 //
 // A tag is empty. It stands in the types of texts and of their receivers, and a value of it is
-// passed only to pick an overload. UTF-16 and UTF-32 are in the byte order of the host; a byte-order
-// mark is a character like any other.
+// passed only to pick an overload. UTF-16 and UTF-32 are in the byte order of the host; a
+// byte-order mark is a character like any other.
 #pragma once
 
 #include <concepts>

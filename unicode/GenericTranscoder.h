@@ -26,9 +26,9 @@ concept TranscodedPair =
 // What passes, beside well-formed text, is fixed and not what the Unicode standard (chapter 3.9)
 // asks for:
 // - From UTF-8. Deliberate: a lead byte is not judged on its own. A byte that begins no sequence
-//   is found wrong only when four bytes have been read, or at the end, and so is a sequence of two or
-//   three bytes whose trailing bytes are none. Overlong forms are read as what they say. Forms of
-//   four bytes are not tested for their range: to UTF-32 they give up to 0x1FFFFF, to UTF-16 two
+//   is found wrong only when four bytes have been read, or at the end, and so is a sequence of two
+//   or three bytes whose trailing bytes are none. Overlong forms are read as what they say. Forms
+//   of four bytes are not tested for their range: to UTF-32 they give up to 0x1FFFFF, to UTF-16 two
 //   units by the usual formula, which are no proper pair then. Encoded surrogates are invalid to
 //   UTF-16, and pass to UTF-32.
 // - From UTF-16. Each surrogate unit, also a low one, begins a pair: it is judged when the next
@@ -42,8 +42,8 @@ concept TranscodedPair =
 // Deliberate: an empty chunk drops the beginning of a sequence that the stage has kept from the
 // chunk before.
 //
-// Error handling: InvalidTextEncoding from Receive when a sequence is seen to be bad; what stands in
-// the current block then is not sent. From ReceiveEnd if the stream ends inside a sequence; the
+// Error handling: InvalidTextEncoding from Receive when a sequence is seen to be bad; what stands
+// in the current block then is not sent. From ReceiveEnd if the stream ends inside a sequence; the
 // target's ReceiveEnd is not called then.
 template <class Target, class Source>
 requires TranscodedPair<Target, Source>

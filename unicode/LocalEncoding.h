@@ -42,8 +42,8 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 // By Transcode, then FromNativeUnicode; so an empty result is allocated. Throw InvalidTextEncoding,
 // and after that WideToMultiByteConvertError. All of the text is validated, also behind a NUL.
 //
-// Deliberate: UTF-16 and UTF-32 must be fit for UTF-8, so that 0xD800 is an InvalidTextEncoding. For
-// UTF-8 it is enough to be fit for UTF-32, so that an encoded surrogate is shown to the locale.
+// Deliberate: UTF-16 and UTF-32 must be fit for UTF-8, so that 0xD800 is an InvalidTextEncoding.
+// For UTF-8 it is enough to be fit for UTF-32, so that an encoded surrogate is shown to the locale.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF32> text);

@@ -10,8 +10,8 @@
 // with GenericTranscoder, which does the work. Throws InvalidTextEncoding, and std::bad_alloc; no
 // part of the result is left behind.
 //
-// The pairs are the six of different Unicode encodings, Transcode<UTF32, UTF32>, and those of UTF8 and
-// Local8Bit, which are declared in LocalEncoding.h.
+// The pairs are the six of different Unicode encodings, Transcode<UTF32, UTF32>, and those of UTF8
+// and Local8Bit, which are declared in LocalEncoding.h.
 //
 // Deliberate: Transcode<UTF32, UTF32> is a plain copy, which tests nothing.
 template <TextEncoding Target, TextEncoding Source>

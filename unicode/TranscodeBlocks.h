@@ -1,8 +1,9 @@
 // Sequences of one kind, many at a time: what makes texts fast that have runs of them.
 //
-// For TranscodeRuns.h only, which has the plain form beside which the tests lay these. Each form here
-// takes sequences from the first one on, up to one that is not of its kind. It may read units behind
-// those that it takes, and write some behind those that are good: how many is said with each.
+// For TranscodeRuns.h only, which has the plain form beside which the tests lay these. Each form
+// here takes sequences from the first one on, up to one that is not of its kind. It may read units
+// behind those that it takes, and write some behind those that are good: how many is said with
+// each.
 #pragma once
 
 #include "unicode/Vectors.h"
@@ -24,8 +25,8 @@ struct Taken {
     int read, written;
 };
 
-// The sequences in front of the first bit of `others`, which are `count` if there is none. That case
-// has a branch of its own, so that the next block does not wait for the bits of this one.
+// The sequences in front of the first bit of `others`, which are `count` if there is none. That
+// case has a branch of its own, so that the next block does not wait for the bits of this one.
 template <int count, int sourceUnits, int targetUnits>
 Taken TakenBefore(unsigned others) {
     if (others == 0) [[likely]]
@@ -176,8 +177,8 @@ Taken DecodeShort(unsigned char const* from, Unit* to) {
         trails |= std::uint64_t{Bits8(Is8(bytes, 0xC0, 0x80))} << place;
         longer |= std::uint64_t{Bits8(Is8(bytes, 0xE0, 0xE0))} << place;
     }
-    // Where a trailing byte is missing or too much, or a longer sequence begins. The last byte of the
-    // block is left to the next one, and so is a lead byte in front of any of these.
+    // Where a trailing byte is missing or too much, or a longer sequence begins. The last byte of
+    // the block is left to the next one, and so is a lead byte in front of any of these.
     constexpr std::uint64_t last = std::uint64_t{1} << (16 * vectors - 1);
     int end = std::countr_zero((trails ^ leads << 1) | longer | last);
     end -= static_cast<int>(leads << 1 >> end & 1);

@@ -32,8 +32,8 @@ public:
     SourceUnit const* Position() const { return position; }
     TargetUnit const* TargetPosition() const { return target; }
 
-    // Takes one sequence after the other, until the text or the room is at an end, or the sequence is
-    // not there as a whole. Throws InvalidTextEncoding at a bad one.
+    // Takes one sequence after the other, until the text or the room is at an end, or the sequence
+    // is not there as a whole. Throws InvalidTextEncoding at a bad one.
     void TakeAll() {
         while (position != sourceEnd && target < full)
             if (!TakeOne())
@@ -88,7 +88,7 @@ private:
             return *position < 0x10000 && !IsSurrogate(*position);
     }
 
-    // A whole block moves on by a constant, so that the next one does not wait for the bits of this.
+    // A whole block moves on by a constant, so the next one does not wait for the bits of this.
     void CopyBlocks() {
         while (Has(16, 16) && IsCopied()) {
             unsigned const others = TranscodeBlocks::CopyUnits<Target, Source>(position, target);

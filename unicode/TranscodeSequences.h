@@ -1,5 +1,5 @@
-// The three Unicode encodings, each as a reader and a writer of one sequence: a pair of encodings is
-// a combination of the one's reader and the other's writer.
+// The three Unicode encodings, each as a reader and a writer of one sequence: a pair of encodings
+// is a combination of the one's reader and the other's writer.
 //
 // For the sources of this folder only.
 #pragma once
@@ -12,9 +12,9 @@
 
 // The character of a sequence, or what its units say if they are not well-formed.
 //
-// What is well-formed for one encoding can be none for another, so the form of the source goes along
-// with the value: an overlong UTF-8 sequence of four bytes becomes two units of UTF-16, whatever it
-// says.
+// What is well-formed for one encoding can be none for another, so the form of the source goes
+// along with the value: an overlong UTF-8 sequence of four bytes becomes two units of UTF-16,
+// whatever it says.
 struct ReadSequence {
     enum Form : unsigned char {
         Unfinished, // All units that there are belong to it, and one more is needed.

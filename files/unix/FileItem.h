@@ -18,8 +18,8 @@ public:
     static Instant GetTimeBias();
     static Instant RoundToFileSystem(Instant time);
 
-    // Fill the item from the location, or from the entry `name` below it; 0 or the error number. The
-    // second throws EmptyFileLocationError if `parent` is empty.
+    // Fill the item from the location, or from the entry `name` below it; 0 or the error number.
+    // The second throws EmptyFileLocationError if `parent` is empty.
     int Fill(FileLocation const& where);
     int Fill(FileLocation const& parent, FileName const& name);
 

@@ -94,7 +94,7 @@ char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& loca
 } // namespace UnixPlatform
 
 // Splits `pattern` in front of its last component, if that holds a "*" or a "?", and yields the
-// pointer to the component; otherwise the directory part is all of `pattern`, and the result is null.
-// The directory part takes its "/" along; it is empty if there is none. A wildcard further left
-// makes no difference. Throws EmptyFileLocationError if `pattern` is null or empty.
+// pointer to the component; otherwise the directory part is all of `pattern`, and the result is
+// null. The directory part takes its "/" along; it is empty if there is none. A wildcard further
+// left makes no difference. Throws EmptyFileLocationError if `pattern` is null or empty.
 char const* MakeFileLocationWithWildcardUnix(char const* pattern, ConstData& directoryPart);

@@ -10,13 +10,13 @@ struct dirent;
 namespace UnixPlatform {
 
 // A snapshot of the names in a directory, taken at the start, without "." and "..", in the order of
-// alphasort(3), that is of the locale's collation. Each entry is examined when the loop comes to it.
+// alphasort(3), that is of the locale's collation. Each is examined when the loop comes to it.
 //
 //     for (FileLoop loop(directory, false, nullptr); loop.HasItem(); ++loop)
 //         Use(loop.Item());
 //
-// With a wildcard only the names that it matches are delivered; FileName::MatchesWildCard tells how.
-// A tolerant loop delivers broken links, any other stops at one.
+// With a wildcard only the names that it matches are delivered; FileName::MatchesWildCard tells
+// how. A tolerant loop delivers broken links, any other stops at one.
 //
 // Error handling: a directory that is missing or can't be read gives an empty loop. An entry that
 // can't be examined throws what ThrowFileError does, from the start or from the step that comes to

@@ -34,8 +34,8 @@ void DeleteContents(FileLocation const& location);
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
-// Empty location: for `from` FileNotFoundError, code 0; for `to` EmptyFileLocationError, if something
-// stands at `from`.
+// Empty location: for `from` FileNotFoundError, code 0; for `to` EmptyFileLocationError, if
+// something stands at `from`.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 

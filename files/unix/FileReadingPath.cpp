@@ -14,8 +14,8 @@
 
 namespace {
 
-// The kernel's log: a read of it waits for what is not there yet. There before any initialiser opens
-// a file.
+// The kernel's log: a read of it waits for what is not there yet. There before any initialiser
+// opens a file.
 constexpr ConstData kernelLog = "/proc/kmsg"_bytes;
 
 } // namespace

@@ -11,15 +11,15 @@ enum FileStatsState : std::int32_t {
     StatsNothingThere = 3,     // nothing, or nothing that can be examined
 };
 
-// The state of a path, and what lstat(2) and stat(2) tell of it. Type tests look at the target, so a
-// link counts as what it points at.
+// The state of a path, and what lstat(2) and stat(2) tell of it. Type tests look at the target, so
+// a link counts as what it points at.
 class FileStats {
 public:
     // Nothing there.
     FileStats() = default;
 
-    // Fills the object by lstat(2) and, for a link, stat(2). Yields 0 or the error number of the one
-    // that failed, which is that of the target for a broken link.
+    // Fills the object by lstat(2) and, for a link, stat(2). Yields 0 or the error number of the
+    // one that failed, which is that of the target for a broken link.
     int get(char const* path);
 
     FileStatsState State() const { return state; }

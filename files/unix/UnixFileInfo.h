@@ -26,8 +26,8 @@ public:
     void SetModificationTime(Instant const& time);
 };
 
-// Whether all that is known is the same, state and both records. Deliberate: two infos of nothing are
-// not equal.
+// Whether all that is known is the same, state and both records. Deliberate: two infos of nothing
+// are not equal.
 bool operator==(UnixFileInfo const& left, UnixFileInfo const& right);
 
 // The times of the file system and an Instant are the same number.

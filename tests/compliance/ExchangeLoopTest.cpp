@@ -1,5 +1,5 @@
-// The schedule and the verdicts of one exchange, with the documents and the clock replaced by what a
-// test wants of them, so that nothing waits. tests/system goes the real way.
+// The schedule and the verdicts of one exchange, with the documents and the clock replaced by what
+// a test wants of them, so that nothing waits. tests/system goes the real way.
 #include "compliance/ExchangeLoop.h"
 
 #include <functional>

@@ -23,7 +23,7 @@
 #include "tests/files/Files.h"
 #include "tests/support/Bytes.h"
 
-// What MakeEntry makes. The target of a link stands beside it, under its name with "-target" behind.
+// What MakeEntry makes. The target of a link stands beside it, its name with "-target" behind.
 inline std::vector<std::string> const everyKind = {
     "file",           "directory",   "full directory", "link to file", "link to directory",
     "link to socket", "broken link", "fifo",           "socket"};

@@ -137,8 +137,8 @@ void ExpectAsciiPasses() {
     EXPECT_EQ(BytesOf(text), Encoded<UTF32>(UnitsOfAscii<UTF32>(text)));
 }
 
-// The character of each byte by the system's tables, which the code under test does not ask by name.
-// 0 where there is none.
+// The character of each byte by the system's tables, which the code under test does not ask by
+// name. 0 where there is none.
 std::vector<std::uint32_t> TableOf(char const* encoding) {
     std::vector<std::uint32_t> table(256);
     iconv_t const converter = iconv_open("UTF-32LE", encoding);
@@ -483,8 +483,8 @@ void ExpectEachMissingAllocationThrown(std::size_t expected, Convert convert) {
     }
 }
 
-// From the locale: the terminated copy, the wide characters, the transcoder's room and its result. To
-// it: the transcoder's two, a terminated text of which no copy is made, and the result.
+// From the locale: the terminated copy, the wide characters, the transcoder's room and its result.
+// To it: the transcoder's two, a terminated text of which no copy is made, and the result.
 TEST(LocalEncodingTest, MissingMemoryLeavesNothingBehind) {
     Bytes const local = BytesOf("text");
     auto const text = RefOf<Local8Bit>(local);

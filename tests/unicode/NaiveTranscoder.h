@@ -1,5 +1,5 @@
-// The contract of the transcoders, written down one step at a time and one pair at a time, to compare
-// the stages with. Nothing here is shared with them.
+// The contract of the transcoders, written down one step at a time and one pair at a time, to
+// compare the stages with. Nothing here is shared with them.
 #pragma once
 
 #include <cstddef>
@@ -16,8 +16,8 @@ namespace Naive {
 inline bool IsTrail(unsigned byte) { return byte >= 0x80 && byte <= 0xBF; }
 inline bool IsSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
-// Each Step looks at the units of a sequence so far. It appends what the sequence becomes and yields
-// true, or yields false if another unit has to be read; it throws if the sequence is bad.
+// Each Step looks at the units of a sequence so far. It appends what the sequence becomes and
+// yields true, or yields false if another unit has to be read; it throws if the sequence is bad.
 
 inline bool Step(Units<UTF8> const& b, Units<UTF16>& out) {
     auto const emit = [&](unsigned unit) {

@@ -14,7 +14,8 @@
 #include "tests/unicode/Units.h"
 
 // Long texts of all kinds of runs, through whole stages in random cuttings, beside the contract
-// written down step by step: the units, the number and sizes of the calls, and what is thrown where.
+// written down step by step: the units, the number and sizes of the calls, and what is thrown
+// where.
 namespace {
 
 // Chunks of many sizes, empty ones among them, that make up `length`.

@@ -10,8 +10,8 @@
 #include "tests/unicode/TextStreams.h"
 #include "tests/unicode/Units.h"
 
-// Every short sequence that can tell the rules apart, through every stage, whole and cut, beside the
-// contract written down step by step.
+// Every short sequence that can tell the rules apart, through every stage, whole and cut, beside
+// the contract written down step by step.
 namespace {
 
 // Compares a stage with its contract, and notes the texts for which they differ.
@@ -51,7 +51,8 @@ private:
     std::size_t texts = 0;
 };
 
-// The bytes around which the rules for a trailing byte change, for the first one and for the others.
+// The bytes around which the rules for a trailing byte change, for the first one and for the
+// others.
 Units<UTF8> const borderSeconds{0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
 Units<UTF8> const borderTrails{0x7F, 0x80, 0xBF, 0xC0};
 

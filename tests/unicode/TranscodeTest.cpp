@@ -113,8 +113,8 @@ TEST(TranscodeTest, MalformedTextGivesNoResult) {
     ExpectInvalid<UTF16, UTF32>(utf32);
 }
 
-// `unit` is one that becomes as many units of the target as one can; `factor` is what the builder is
-// given for each. So it never grows, and the result is an exact allocation.
+// `unit` is one that becomes as many units of the target as one can; `factor` is what the builder
+// is given for each. So it never grows, and the result is an exact allocation.
 template <class Target, class Source>
 void CheckAllocations(typename Source::Unit unit, std::size_t factor) {
     std::size_t const length = 30000;
