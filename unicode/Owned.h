@@ -43,9 +43,9 @@ public:
     Owned(Owned&& other) noexcept
         : disposer(std::exchange(other.disposer, D())), pointer(other.Yield()) {}
     Owned& operator=(Owned&& other) noexcept {
-        Owned old(std::move(*this));
-        disposer = std::exchange(other.disposer, D());
-        pointer = other.Yield();
+        Owned taken(std::move(other));
+        std::swap(disposer, taken.disposer);
+        std::swap(pointer, taken.pointer);
         return *this;
     }
 

@@ -12,7 +12,7 @@
 // one from which it seldom has to grow. Where it has to, it grows to twice its capacity, or to what
 // is needed if that is more. Zero is allowed.
 //
-// Error handling: std::bad_alloc passes through Start and Receive; what was held is held then still.
+// Error handling: std::bad_alloc passes through Start and Receive; what was held is still held.
 template <UnicodeEncoding E>
 class UStringBuilder : UTextReceiver<E> {
 public:
@@ -20,11 +20,15 @@ public:
 
     explicit UStringBuilder(std::uint64_t unitsAtStart) : initialCapacity(unitsAtStart) {}
 
+    // Stages point at each other, so a builder stays where it is.
+    UStringBuilder(UStringBuilder const&) = delete;
+    UStringBuilder& operator=(UStringBuilder const&) = delete;
+
     // The receiver to push into.
     UTextReceiver<E>& operator()() { return *this; }
 
-    // What was received since Start, not terminated. Dies with the builder and with the next call of
-    // its receiver: MakeUString copies it.
+    // What was received since Start, not terminated. Dies with the builder and with the next call
+    // of its receiver: MakeUString copies it.
     ConstArrayOf<Unit> Text() const {
         return ConstArrayOf<Unit>(storage.Pointer(), static_cast<Unit const*>(position));
     }

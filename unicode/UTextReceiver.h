@@ -6,12 +6,12 @@
 
 // A sink of text between Start and ReceiveEnd.
 //
-// Calling sequence and error handling: those of DataReceiver. A sequence of several units may be cut
-// anywhere.
+// Calling sequence and error handling: those of DataReceiver. A sequence of several units may be
+// cut anywhere.
 //
 // Deliberate: nothing is pure. The class itself is the receiver that drops everything, and a
 // receiver overrides what it has a use for.
-template <UnicodeEncoding E>
+template <TextEncoding E>
 class UTextReceiver {
 public:
     virtual ~UTextReceiver() = default;
@@ -22,5 +22,6 @@ public:
     // `units` are valid for the call only.
     virtual void Receive(ConstArrayOf<typename E::Unit>) {}
 
+    // Nothing comes behind this but another Start.
     virtual void ReceiveEnd() {}
 };

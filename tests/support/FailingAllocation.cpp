@@ -7,6 +7,7 @@ namespace {
 
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocatedBytes = 0;
+thread_local std::size_t releases = 0;
 // The number of allocations up to the one that fails; 0 for none.
 thread_local std::size_t untilFailure = 0;
 thread_local bool failed = false;
@@ -30,6 +31,11 @@ void* Allocate(std::size_t size, std::align_val_t alignment) noexcept {
     return CountAndDecide(size) ? std::aligned_alloc(unit, rounded == 0 ? unit : rounded) : nullptr;
 }
 
+void Release(void* memory) noexcept {
+    releases += memory != nullptr;
+    std::free(memory);
+}
+
 void* OrThrow(void* memory) {
     if (memory == nullptr)
         throw std::bad_alloc();
@@ -38,11 +44,14 @@ void* OrThrow(void* memory) {
 
 } // namespace
 
-AllocationCounter::AllocationCounter() : countAtStart(allocations), bytesAtStart(allocatedBytes) {}
+AllocationCounter::AllocationCounter()
+    : countAtStart(allocations), bytesAtStart(allocatedBytes), releasesAtStart(releases) {}
 
 std::size_t AllocationCounter::Count() const { return allocations - countAtStart; }
 
 std::size_t AllocationCounter::Bytes() const { return allocatedBytes - bytesAtStart; }
+
+std::size_t AllocationCounter::Releases() const { return releases - releasesAtStart; }
 
 FailingAllocation::FailingAllocation(std::size_t n) {
     failed = false;
@@ -70,19 +79,19 @@ void* operator new[](std::size_t size, std::align_val_t alignment, std::nothrow_
     return Allocate(size, alignment);
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::nothrow_t const&) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept { Release(memory); }
+void operator delete[](void* memory) noexcept { Release(memory); }
+void operator delete(void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { Release(memory); }
+void operator delete(void* memory, std::nothrow_t const&) noexcept { Release(memory); }
+void operator delete[](void* memory, std::nothrow_t const&) noexcept { Release(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { Release(memory); }
+void operator delete[](void* memory, std::align_val_t) noexcept { Release(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { Release(memory); }
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { Release(memory); }
 void operator delete(void* memory, std::align_val_t, std::nothrow_t const&) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 void operator delete[](void* memory, std::align_val_t, std::nothrow_t const&) noexcept {
-    std::free(memory);
+    Release(memory);
 }

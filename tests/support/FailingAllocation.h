@@ -1,7 +1,7 @@
-// Counts the allocations of a piece of code, or lets one of them fail.
+// Counts the allocations and releases of a piece of code, or lets an allocation fail.
 //
-// A program that links the library `test_allocation` has its global operator new replaced. Only the
-// allocations of the thread that counts, and only through operator new, are seen.
+// A program that links the library `test_allocation` has its global operator new and delete
+// replaced. Only those of the thread that counts, and only through these operators, are seen.
 #pragma once
 
 #include <cstddef>
@@ -14,10 +14,13 @@ public:
     std::size_t Count() const;
     // The bytes asked for.
     std::size_t Bytes() const;
+    // Null pointers are not counted.
+    std::size_t Releases() const;
 
 private:
     std::size_t countAtStart;
     std::size_t bytesAtStart;
+    std::size_t releasesAtStart;
 };
 
 // From its construction to its destruction the n-th allocation, counted from 1, throws

@@ -23,17 +23,27 @@ TEST(FailingAllocationTest, CountsAllocationsAndTheirBytes) {
     EXPECT_EQ(0u, AllocationsOf([] {}));
 }
 
-TEST(FailingAllocationTest, EveryFormOfNewIsSeen) {
+TEST(FailingAllocationTest, CountsReleasesButThoseOfNothing) {
+    void* const held = ::operator new(1);
+    AllocationCounter const counter;
+    ::operator delete(nullptr);
+    EXPECT_EQ(0u, counter.Releases());
+    ::operator delete(held);
+    EXPECT_EQ(1u, counter.Releases());
+    EXPECT_EQ(0u, counter.Count());
+}
+
+TEST(FailingAllocationTest, EveryFormOfNewAndDeleteIsSeen) {
     struct alignas(64) Aligned {
         char bytes[64];
     };
-    std::size_t const count = AllocationsOf([] {
-        ::operator delete(::operator new(1));
-        ::operator delete[](::operator new[](0));
-        ::operator delete(::operator new(1, std::nothrow), std::nothrow);
-        ::operator delete(::operator new(8, std::align_val_t(64)), std::align_val_t(64));
-    });
-    EXPECT_EQ(4u, count);
+    AllocationCounter const counter;
+    ::operator delete(::operator new(1));
+    ::operator delete[](::operator new[](0));
+    ::operator delete(::operator new(1, std::nothrow), std::nothrow);
+    ::operator delete(::operator new(8, std::align_val_t(64)), std::align_val_t(64));
+    EXPECT_EQ(4u, counter.Count());
+    EXPECT_EQ(4u, counter.Releases());
     auto const aligned = std::make_unique<Aligned>();
     EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(aligned.get()) % 64);
 }

@@ -1,6 +1,8 @@
 #include "unicode/AutoNullTerminated.h"
 
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,17 +14,21 @@ namespace {
 template <class Unit>
 constexpr bool hasOneOwner = !std::is_copy_constructible_v<AutoNullTerminated<Unit>> &&
                              !std::is_copy_assignable_v<AutoNullTerminated<Unit>> &&
-                             std::is_nothrow_move_constructible_v<AutoNullTerminated<Unit>>;
+                             std::is_nothrow_move_constructible_v<AutoNullTerminated<Unit>> &&
+                             std::is_nothrow_move_assignable_v<AutoNullTerminated<Unit>>;
 static_assert(hasOneOwner<char> && hasOneOwner<unsigned int>);
 
 template <class E>
 void CheckTerminatedView() {
     typename E::Unit const units[] = {'a', 'b', 0};
     AllocationCounter const counter;
-    auto const text = MakeNullTerminatedString(UStringRef<E>(units, units + 2, true));
-    EXPECT_EQ(units, text.Pointer());
-    EXPECT_EQ(0u, text.Count());
+    {
+        auto const text = MakeNullTerminatedString(UStringRef<E>(units, units + 2, true));
+        EXPECT_EQ(units, text.Pointer());
+        EXPECT_EQ(0u, text.Count());
+    }
     EXPECT_EQ(0u, counter.Count());
+    EXPECT_EQ(0u, counter.Releases());
 }
 
 TEST(AutoNullTerminatedTest, TerminatedViewIsPassedOnWithoutACopy) {
@@ -44,6 +50,25 @@ void CheckOtherView() {
               std::vector<Unit>(text.Pointer(), text.Pointer() + 4));
 }
 
+template <class E>
+void CheckCopyIsReleased() {
+    typename E::Unit const units[] = {'a'};
+    AllocationCounter const counter;
+    {
+        auto const first = MakeNullTerminatedString(UStringRef<E>(units, units + 1));
+        auto second = MakeNullTerminatedString(UStringRef<E>(units, units + 1));
+        EXPECT_EQ(0u, counter.Releases());
+        second = AutoNullTerminated<typename E::Unit>(units);
+        EXPECT_EQ(1u, counter.Releases());
+    }
+    EXPECT_EQ(2u, counter.Releases());
+}
+
+TEST(AutoNullTerminatedTest, CopyIsReleasedOnce) {
+    CheckCopyIsReleased<Local8Bit>();
+    CheckCopyIsReleased<UTF32>();
+}
+
 TEST(AutoNullTerminatedTest, OtherViewIsCopiedWithANul) {
     CheckOtherView<Local8Bit>();
     CheckOtherView<UTF32>();
@@ -54,14 +79,17 @@ void CheckEmptyView() {
     using Text = AutoNullTerminated<typename E::Unit>;
     typename E::Unit const unit = 'x';
     AllocationCounter const counter;
-    Text const fromNull = MakeNullTerminatedString(UStringRef<E>());
-    Text const fromEmpty = MakeNullTerminatedString(UStringRef<E>(&unit, &unit));
-    EXPECT_EQ(0u, counter.Count());
-    for (Text const* text : {&fromNull, &fromEmpty}) {
-        EXPECT_EQ(Text::EmptyString(), text->Pointer());
-        EXPECT_EQ(0u, *text->Pointer());
-        EXPECT_EQ(0u, text->Count());
+    {
+        Text const fromNull = MakeNullTerminatedString(UStringRef<E>());
+        Text const fromEmpty = MakeNullTerminatedString(UStringRef<E>(&unit, &unit));
+        for (Text const* text : {&fromNull, &fromEmpty}) {
+            EXPECT_EQ(Text::EmptyString(), text->Pointer());
+            EXPECT_EQ(0u, *text->Pointer());
+            EXPECT_EQ(0u, text->Count());
+        }
     }
+    EXPECT_EQ(0u, counter.Count());
+    EXPECT_EQ(0u, counter.Releases());
     // An empty view with its NUL is passed on like any other.
     typename E::Unit const nul = 0;
     EXPECT_EQ(&nul, MakeNullTerminatedString(UStringRef<E>(&nul, &nul, true)).Pointer());
@@ -90,6 +118,10 @@ TEST(AutoNullTerminatedTest, MovingHandsOnTheCopy) {
     EXPECT_EQ(nullptr, first.Pointer());
     EXPECT_EQ(0u, first.Count());
     EXPECT_EQ(place, second.Pointer());
+    AutoNullTerminated<char>& itself = second;
+    second = std::move(itself);
+    EXPECT_EQ(place, second.Pointer());
+    EXPECT_EQ(2u, second.Count());
     second = AutoNullTerminated<char>(units);
     EXPECT_EQ(units, second.Pointer());
     EXPECT_EQ(0u, second.Count());

@@ -1,6 +1,8 @@
 #include "unicode/AutoUString.h"
 
+#include <cstring>
 #include <type_traits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -69,7 +71,8 @@ TEST(AutoUStringTest, MakeUStringOfAnEmptyRangeHasNullPointersAndAllocatesNothin
     CheckEmpty<UTF8>();
     CheckEmpty<UTF16>();
     CheckEmpty<UTF32>();
-    EXPECT_TRUE((EncodingCast<ConstData, UTF8>(AutoUString<UTF8>()).IsEmpty()));
+    AutoUString<UTF8> const empty = MakeUString<UTF8>(nullptr, nullptr, UTF8());
+    EXPECT_TRUE((EncodingCast<ConstData, UTF8>(empty).IsEmpty()));
 }
 
 TEST(AutoUStringTest, DefaultStringHasNullPointers) {
@@ -77,19 +80,35 @@ TEST(AutoUStringTest, DefaultStringHasNullPointers) {
     ExpectNull(AutoUString<Local8Bit>());
 }
 
-TEST(AutoUStringTest, SeizeUStringTakesTheBufferAndLeavesTheOwnedEmpty) {
-    OwnedArray<char> buffer = Allocate<char>(3);
-    char* const place = buffer.Pointer();
-    place[0] = 'h';
-    place[1] = 'i';
-    place[2] = '\0';
+TEST(AutoUStringTest, BufferIsReleasedOnceByItsLastOwner) {
     AllocationCounter const counter;
-    AutoUString<Local8Bit> const text = SeizeUString(std::move(buffer), Local8Bit());
-    EXPECT_EQ(0u, counter.Count());
-    EXPECT_EQ(nullptr, buffer.Pointer());
-    EXPECT_EQ(0u, buffer.Disposer().count);
-    EXPECT_EQ(place, text.Begin());
-    EXPECT_EQ(place + 2, text.End());
+    {
+        OwnedArray<char> buffer = Allocate<char>(2);
+        buffer.Pointer()[0] = 'a';
+        buffer.Pointer()[1] = '\0';
+        AutoUString<Local8Bit> first = SeizeUString(std::move(buffer), Local8Bit());
+        AutoUString<Local8Bit> const second(std::move(first));
+        EXPECT_EQ(0u, counter.Releases());
+    }
+    EXPECT_EQ(1u, counter.Count());
+    EXPECT_EQ(1u, counter.Releases());
+}
+
+TEST(AutoUStringTest, SeizeUStringTakesTheBufferAndLeavesTheOwnedEmpty) {
+    AutoUString<Local8Bit> text;
+    AllocationCounter const counter;
+    {
+        OwnedArray<char> buffer = Allocate<char>(3);
+        char* const place = buffer.Pointer();
+        std::memcpy(place, "hi", 3);
+        text = SeizeUString(std::move(buffer), Local8Bit());
+        EXPECT_EQ(1u, counter.Count());
+        EXPECT_EQ(nullptr, buffer.Pointer());
+        EXPECT_EQ(0u, buffer.Disposer().count);
+        EXPECT_EQ(place, text.Begin());
+        EXPECT_EQ(place + 2, text.End());
+    }
+    EXPECT_EQ(0u, counter.Releases()) << "an empty Owned frees nothing";
     EXPECT_EQ(ConstData("hi"), (EncodingCast<ConstData, Local8Bit>(text)));
 }
 
@@ -122,6 +141,9 @@ TEST(AutoUStringTest, MovingHandsOnTheBuffer) {
     AutoUString<UTF8> third = MakeUString(units, units + 1, UTF8());
     third = std::move(second);
     ExpectNull(second);
+    EXPECT_EQ(place, third.Begin());
+    AutoUString<UTF8>& itself = third;
+    third = std::move(itself);
     EXPECT_EQ(place, third.Begin());
     third = AutoUString<UTF8>();
     ExpectNull(third);

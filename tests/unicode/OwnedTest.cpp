@@ -3,6 +3,7 @@
 #include <limits>
 #include <new>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -73,6 +74,19 @@ TEST(OwnedTest, AssignmentReleasesWhatWasHeld) {
     EXPECT_EQ((std::vector<int*>{&a, &b}), log);
 }
 
+TEST(OwnedTest, AssigningItselfKeepsTheOwnership) {
+    std::vector<int*> log;
+    int value = 0;
+    {
+        OwnedInt owned = Seize(&value, LoggingDisposer{&log});
+        OwnedInt& itself = owned;
+        owned = std::move(itself);
+        EXPECT_EQ(&value, owned.Pointer());
+        EXPECT_TRUE(log.empty());
+    }
+    EXPECT_EQ(std::vector<int*>{&value}, log);
+}
+
 TEST(OwnedTest, ReleaseGivesUpTheOwnership) {
     std::vector<int*> log;
     int value = 0;
@@ -100,16 +114,20 @@ TEST(OwnedTest, ExceptionOnTheWayFreesTheBuffer) {
 template <class T>
 void CheckAllocate() {
     AllocationCounter const counter;
-    OwnedArray<T> const array = Allocate<T>(1000, nullptr);
-    EXPECT_EQ(1u, counter.Count());
-    EXPECT_EQ(1000 * sizeof(T), counter.Bytes());
-    EXPECT_EQ(1000u, array.Disposer().count);
-    for (int i = 0; i < 1000; ++i)
-        array.Pointer()[i] = static_cast<T>(i);
-    EXPECT_EQ(static_cast<T>(999), array.Pointer()[999]);
+    {
+        OwnedArray<T> const array = Allocate<T>(1000, nullptr);
+        EXPECT_EQ(1u, counter.Count());
+        EXPECT_EQ(1000 * sizeof(T), counter.Bytes());
+        EXPECT_EQ(1000u, array.Disposer().count);
+        for (int i = 0; i < 1000; ++i)
+            array.Pointer()[i] = static_cast<T>(i);
+        EXPECT_EQ(static_cast<T>(999), array.Pointer()[999]);
+        EXPECT_EQ(0u, counter.Releases());
+    }
+    EXPECT_EQ(1u, counter.Releases());
 }
 
-TEST(OwnedTest, AllocateMakesAnArrayOfEachUnit) {
+TEST(OwnedTest, AllocateMakesAnArrayOfEachUnitThatIsReleasedOnce) {
     CheckAllocate<char>();
     CheckAllocate<unsigned char>();
     CheckAllocate<unsigned short>();

@@ -1,20 +1,23 @@
 #include "unicode/UStringBuilder.h"
 
-#include <sys/mman.h>
-
 #include <numeric>
 #include <type_traits>
 
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ZeroBytes.h"
 #include "tests/unicode/Units.h"
 
 namespace {
 
 static_assert(!std::is_convertible_v<UStringBuilder<UTF8>*, UTextReceiver<UTF8>*>);
-static_assert(!std::is_abstract_v<UTextReceiver<UTF16>>);
-static_assert(std::has_virtual_destructor_v<UTextReceiver<UTF16>>);
+
+template <class Builder>
+constexpr bool staysInPlace =
+    !std::is_copy_constructible_v<Builder> && !std::is_move_constructible_v<Builder> &&
+    !std::is_copy_assignable_v<Builder> && !std::is_move_assignable_v<Builder>;
+static_assert(staysInPlace<UStringBuilder<UTF8>> && staysInPlace<UStringBuilder<UTF32>>);
 
 // 1, 2, 3 ...
 template <class E>
@@ -116,6 +119,35 @@ TEST(UStringBuilderTest, SecondStartDropsWhatWasHeldAndTheCapacity) {
     EXPECT_EQ(Count<UTF8>(2), UnitsOf(builder.Text()));
 }
 
+TEST(UStringBuilderTest, EachBufferIsReleasedWhenTheNextOneIsThere) {
+    AllocationCounter const counter;
+    {
+        UStringBuilder<UTF16> builder(4);
+        EXPECT_EQ(0u, counter.Count());
+        Units<UTF16> const units(5);
+        AllocationCounter const ofBuilder;
+        builder().Start(UTF16());
+        EXPECT_EQ(0u, ofBuilder.Releases());
+        builder().Receive(ArrayOfUnits(units));
+        EXPECT_EQ(1u, ofBuilder.Releases());
+        builder().Start(UTF16());
+        EXPECT_EQ(2u, ofBuilder.Releases());
+        EXPECT_EQ(3u, ofBuilder.Count());
+    }
+    EXPECT_EQ(counter.Count(), counter.Releases());
+}
+
+// Nothing enforces the order: what comes before Start is kept until then.
+TEST(UStringBuilderTest, UnitsBeforeStartAreCollectedAndThenDropped) {
+    UStringBuilder<UTF8> builder(4);
+    builder().Receive(ArrayOfUnits(Count<UTF8>(3)));
+    EXPECT_EQ(Count<UTF8>(3), UnitsOf(builder.Text()));
+    EXPECT_EQ(3u, builder.Capacity());
+    builder().Start(UTF8());
+    EXPECT_TRUE(builder.Text().IsEmpty());
+    EXPECT_EQ(4u, builder.Capacity());
+}
+
 TEST(UStringBuilderTest, FailingAllocationLeavesWhatWasHeld) {
     UStringBuilder<UTF32> builder(4);
     builder().Start(UTF32());
@@ -136,16 +168,14 @@ TEST(UStringBuilderTest, FailingAllocationLeavesWhatWasHeld) {
 // Deliberate: the count of a piece is taken in 32 bits. The piece is a range of addresses, of which
 // only the start is ever looked at.
 TEST(UStringBuilderTest, PieceOf2To32UnitsAndThreeCountsAsThree) {
-    std::size_t const length = (std::size_t{1} << 32) + 3;
-    void* const place =
-        ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    ASSERT_NE(MAP_FAILED, place);
+    ZeroBytes const piece((std::size_t{1} << 32) + 3);
+    if (piece.WhyNot() != nullptr)
+        GTEST_SKIP() << piece.WhyNot();
     UStringBuilder<UTF8> builder(8);
     builder().Start(UTF8());
-    builder().Receive(ConstArrayOf<unsigned char>(static_cast<unsigned char*>(place), length));
+    builder().Receive(ConstArrayOf<unsigned char>(piece.Bytes().begin, piece.Bytes().end));
     EXPECT_EQ(Units<UTF8>(3), UnitsOf(builder.Text()));
     EXPECT_EQ(8u, builder.Capacity());
-    ::munmap(place, length);
 }
 
 } // namespace

@@ -1,0 +1,22 @@
+// Where a virtual function stands in the table of its class, for orders that are promised.
+//
+// By the Itanium C++ ABI (2.3), which both compilers follow here, a pointer to a virtual member
+// function holds its offset in the table in bytes, plus one; a pointer to any other one holds an
+// address, which is even.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+constexpr std::size_t notVirtual = ~std::size_t{0};
+
+// Counted from 0. A virtual destructor takes two slots, to which there are no pointers.
+template <class Member>
+requires std::is_member_function_pointer_v<Member> std::size_t SlotOf(Member member) {
+    std::uintptr_t parts[2]; // The function, and the adjustment of `this`.
+    static_assert(sizeof(parts) == sizeof(member));
+    std::memcpy(parts, &member, sizeof(parts));
+    return parts[0] % 2 == 0 ? notVirtual : (parts[0] - 1) / sizeof(void*);
+}

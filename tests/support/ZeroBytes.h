@@ -1,0 +1,34 @@
+// Zero bytes by the gigabyte, for lengths that do not fit 32 bits. They cost addresses and no
+// memory, but for the page that each read brings in.
+#pragma once
+
+#include <cstddef>
+
+#include <sys/mman.h>
+
+#include "data/ConstData.h"
+
+class ZeroBytes {
+public:
+    explicit ZeroBytes(std::size_t count)
+        : length(count),
+          place(mmap(nullptr, count, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1,
+                     0)) {}
+    ~ZeroBytes() {
+        if (WhyNot() == nullptr)
+            munmap(place, length);
+    }
+    ZeroBytes(ZeroBytes const&) = delete;
+    ZeroBytes& operator=(ZeroBytes const&) = delete;
+
+    // Null if they are there; otherwise the reason to skip the test.
+    char const* WhyNot() const {
+        return place == MAP_FAILED ? "the system has no addresses for so many bytes" : nullptr;
+    }
+
+    ConstData Bytes() const { return ConstData(static_cast<unsigned char const*>(place), length); }
+
+private:
+    std::size_t length;
+    void* place;
+};
