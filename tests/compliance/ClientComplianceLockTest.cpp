@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/LockProbe.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OtherProcess.h"
@@ -39,12 +40,7 @@ bool IsLocked() { return IsLockedForOthers(lockFile); }
 
 // The state of the lock belongs to the process, so each case needs a process of its own: the body
 // of a machine is one.
-void InMachineWithAgentDirectories(std::function<void()> const& body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
+using ExchangeFiles::OnMachine;
 
 long CountOpenDescriptors() {
     fs::directory_iterator const entries("/proc/self/fd");
@@ -52,12 +48,11 @@ long CountOpenDescriptors() {
 }
 
 TEST(ClientComplianceLockTest, IsOneInstance) {
-    InMachineWithAgentDirectories(
-        [] { EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The()); });
+    OnMachine([] { EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The()); });
 }
 
 TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         umask(022);
         EXPECT_TRUE(Lock());
         EXPECT_TRUE(IsLocked());
@@ -68,7 +63,7 @@ TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
 }
 
 TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         EXPECT_TRUE(Lock());
         Unlock();
         EXPECT_TRUE(fs::exists(lockFile));
@@ -78,7 +73,7 @@ TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
 }
 
 TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         std::ofstream(lockFile) << "content";
         EXPECT_TRUE(Lock());
         Unlock();
@@ -89,7 +84,7 @@ TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
 }
 
 TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirstStaysHeld) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         EXPECT_TRUE(Lock());
         long const open = CountOpenDescriptors();
         EXPECT_FALSE(Lock());
@@ -101,7 +96,7 @@ TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirstStaysHe
 }
 
 TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         Unlock();
         EXPECT_FALSE(fs::exists(lockFile));
         EXPECT_TRUE(Lock());
@@ -112,7 +107,7 @@ TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
 }
 
 TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         long const open = CountOpenDescriptors();
         for (int i = 0; i < 3; ++i) {
             EXPECT_TRUE(Lock());
@@ -124,7 +119,7 @@ TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
 }
 
 TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         EXPECT_TRUE(Lock());
         OtherProcess second([] {
             // A copy of our memory has our state too, so the second process starts afresh.
@@ -138,7 +133,7 @@ TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
 
 // Deliberate: the refusal is for good, though the lock is free again.
 TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         ForeignHolder holder(lockFile);
         long const open = CountOpenDescriptors();
         EXPECT_FALSE(Lock());
@@ -154,7 +149,7 @@ TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
 }
 
 TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         {
             ForeignHolder const holder(lockFile);
             EXPECT_FALSE(Lock());
@@ -166,7 +161,7 @@ TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
 }
 
 TEST(ClientComplianceLockTest, ProcessThatWasRefusedExitsInOrder) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         ForeignHolder const holder(lockFile);
         OtherProcess refused([] {
             EXPECT_FALSE(Lock());
@@ -191,7 +186,7 @@ TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh
 }
 
 TEST(ClientComplianceLockTest, DirectoryInThePlaceOfTheFileGivesFalse) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         fs::create_directory(lockFile);
         EXPECT_FALSE(Lock());
         fs::remove(lockFile);
@@ -200,7 +195,7 @@ TEST(ClientComplianceLockTest, DirectoryInThePlaceOfTheFileGivesFalse) {
 }
 
 TEST(ClientComplianceLockTest, MissingRightsGiveFalseAndLaterCallTriesAfresh) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         std::ofstream(lockFile) << "";
         fs::permissions(lockFile, fs::perms(0444));
         OtherProcess ordinary([](Handshake& line) {
@@ -218,7 +213,7 @@ TEST(ClientComplianceLockTest, MissingRightsGiveFalseAndLaterCallTriesAfresh) {
 }
 
 TEST(ClientComplianceLockTest, UserWhoMayNotCreateTheFileGetsFalse) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         fs::permissions(requestDirectory, fs::perms(0555));
         PrivateMachine::DropPrivileges();
         EXPECT_FALSE(Lock());
@@ -227,7 +222,7 @@ TEST(ClientComplianceLockTest, UserWhoMayNotCreateTheFileGetsFalse) {
 }
 
 TEST(ClientComplianceLockTest, ExhaustedMemoryGivesFalseAndLaterCallTriesAfresh) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         {
             FailingAllocation const failing(1);
             EXPECT_FALSE(Lock());
@@ -239,7 +234,7 @@ TEST(ClientComplianceLockTest, ExhaustedMemoryGivesFalseAndLaterCallTriesAfresh)
 }
 
 TEST(ClientComplianceLockTest, DescriptorIsClosedOnExec) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         int const fd = open("/dev/null", O_RDONLY);
         close(fd);
         EXPECT_TRUE(Lock());
@@ -248,7 +243,7 @@ TEST(ClientComplianceLockTest, DescriptorIsClosedOnExec) {
 }
 
 TEST(ClientComplianceLockTest, LockOfKilledProcessIsFree) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         OtherProcess holder([](Handshake& line) {
             EXPECT_TRUE(Lock());
             line.Tell();
@@ -271,7 +266,7 @@ void PauseBehindTheDestructor() {
 }
 
 TEST(ClientComplianceLockTest, IsHeldUntilNormalExitAndFreedByIt) {
-    InMachineWithAgentDirectories([] {
+    OnMachine([] {
         OtherProcess holder([](Handshake& line) {
             exitLine = &line;
             std::atexit(PauseBehindTheDestructor);

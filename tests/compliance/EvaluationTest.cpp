@@ -17,6 +17,7 @@
 namespace {
 
 using ExchangeFiles::Exists;
+using ExchangeFiles::OnMachine;
 using ExchangeFiles::Write;
 using Clock = std::chrono::steady_clock;
 
@@ -25,14 +26,6 @@ constexpr char const* lockFile = ScriptedAgent::lockFile;
 int Open() { return COMPLIANCE_Open("url", "doc", 0); }
 
 bool IsLocked() { return IsLockedForOthers(lockFile); }
-
-template <typename Body>
-void OnMachine(Body body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
 
 AgentScript OpenAndClose() {
     return AgentScript().Answer(Answers::Bare("Open")).Answer(Answers::Bare("Close"));

@@ -14,21 +14,12 @@
 #include "files/FileErrors.h"
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/files/SystemCalls.h"
-#include "tests/support/PrivateMachine.h"
 
 namespace {
 
 using namespace ExchangeFiles;
 
 using Calls = std::vector<std::string>;
-
-template <typename Body>
-void OnMachine(Body body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
 
 // The calls that change something, without the writes themselves.
 Calls Steps(SystemCalls const& system) {

@@ -1,4 +1,4 @@
-// What the tests of the two documents share: raw access to the files, and random texts.
+// What the tests of the exchange share: its machine, raw access to its files, and random texts.
 #pragma once
 
 #include <filesystem>
@@ -6,6 +6,8 @@
 #include <iterator>
 #include <random>
 #include <string>
+
+#include "tests/support/PrivateMachine.h"
 
 namespace ExchangeFiles {
 
@@ -15,6 +17,15 @@ inline char const requestTemporary[] = "/var/opt/VeskaClient/RequestDir/requestT
 inline char const responseDirectory[] = "/var/opt/VeskaClient/ResponseDir";
 inline char const responseFile[] = "/var/opt/VeskaClient/ResponseDir/response.xml";
 inline char const responseTemporary[] = "/var/opt/VeskaClient/ResponseDir/responseTemp.xml";
+
+// Runs the body on a machine with the agent's directories.
+template <typename Body>
+void OnMachine(Body body) {
+    PrivateMachine::Run([&] {
+        PrivateMachine::CreateAgentDirectories();
+        body();
+    });
+}
 
 inline void Write(char const* path, std::string const& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
@@ -39,7 +50,7 @@ inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     return text;
 }
 
-// Longer than any buffer on the way; mostly of plain bytes, since each escape is a write of its own.
+// Longer than any buffer on the way; mostly plain bytes, since each escape is a write of its own.
 inline std::string LongText(std::mt19937& random) {
     std::string text(60000 + random() % 80000, 'x');
     for (int i = 0; i < 50; ++i)

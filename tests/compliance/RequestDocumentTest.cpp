@@ -17,15 +17,6 @@ namespace {
 
 using namespace ExchangeFiles;
 
-// Runs the body on a machine with the agent's directories.
-template <typename Body>
-void OnMachine(Body body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
-
 std::string WrittenBytes(ClientComplianceRequest const& request) {
     ClientComplianceRequestIOWrite(request);
     return Read(requestFile);

@@ -14,14 +14,6 @@ namespace {
 
 using namespace ExchangeFiles;
 
-template <typename Body>
-void OnMachine(Body body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
-
 std::string WrittenBytes(ClientComplianceResponse const& response) {
     ClientComplianceResponseIOWrite(response);
     return Read(responseFile);
