@@ -26,8 +26,8 @@ void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
 void CreateDirectoryForUserAppAccess(FileLocation const& location);
 
-// Creates the directory if nothing stands there; a directory is left as it is. Throws FileFoundError
-// for anything else, a broken link too. Creates no parents.
+// Creates the directory if nothing stands there; a directory is left as it is. Throws
+// FileFoundError for anything else, a broken link too. Creates no parents.
 void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info);
 
 // Removes the entry by unlink(2), whatever it is; a directory is left to the system's refusal.
@@ -42,9 +42,13 @@ void DeleteDirectory(FileLocation const& location);
 void ForceNonexistence(FileLocation const& location);
 
 // Copies a regular file. Throws FileNotFoundError if `from` is none, and CopyFile throws
-// FileExistsError if anything stands at `to`, where ForceCopyFile first calls ForceNonexistence. The
-// copy gets the permissions of a new file and the time of its writing, and is not flushed to disk. A
-// failed copy leaves what was written.
+// FileExistsError if anything stands at `to`, where ForceCopyFile first calls ForceNonexistence.
+// The copy gets the permissions of a new file and the time of its writing, and is not flushed to
+// disk. A failed copy leaves what was written.
+//
+// A file that gives fewer bytes than the length it claims, as most of /sys do, and one whose length
+// nobody knows (FileReadingPath::Length), are copied to their end, where the copy throws
+// FileReadingLoopEndOfFileError all the same.
 //
 // Deliberate: where ForceNonexistence leaves something, ForceCopyFile ends in FileExistsError, with
 // the system's code. And it does not see that `from` and `to` are one file, which is then lost.
@@ -52,27 +56,27 @@ void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
 // Renames. Throws FileNotFoundError if nothing stands at `from` (an empty `from` too, in the
-// platform's form), FileFoundError if anything stands at `to`. To another file system: a regular file
-// is copied and then deleted, a directory is copied as a tree and then deleted, and anything else
-// stays where it is without an error. A link counts as its target there: to a regular file, it is
-// replaced by a copy of that; to a directory, the target's content moves, and then the removal of the
-// link throws.
+// platform's form), FileFoundError if anything stands at `to`. To another file system: a regular
+// file is copied and then deleted, a directory is copied as a tree and then deleted, and anything
+// else stays where it is without an error. A link counts as its target there: to a regular file, it
+// is replaced by a copy of that; to a directory, the target's content moves, and then the removal
+// of the link throws.
 //
 // Deliberate: any other refusal of the system returns as if the move had succeeded.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
 // Moves over what stands at `to`, if both are regular files or neither is; a directory at `to` must
-// be empty, and what ForceNonexistence leaves there ends in FileFoundError. Throws FileNotFoundError
-// if nothing stands at `from`, and DirectoryFoundError if they differ in kind.
+// be empty, and what ForceNonexistence leaves there ends in FileFoundError. Throws
+// FileNotFoundError if nothing stands at `from`, and DirectoryFoundError if they differ in kind.
 //
-// Deliberate: that error names `from` if it is a directory, and otherwise `to`, whatever that is. And
-// nobody sees that `from` and `to` are one file, which is then lost.
+// Deliberate: that error names `from` if it is a directory, and otherwise `to`, whatever that is.
+// And nobody sees that `from` and `to` are one file, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Takes the three write permissions away, or gives them. Follows a link.
 //
-// Deliberate: giving them also takes away all that the umask forbids, even what was there before. The
-// umask is read by changing it for a moment, for the whole process.
+// Deliberate: giving them also takes away all that the umask forbids, even what was there before.
+// The umask is read by changing it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 // The bytes free on the file system, those kept for the superuser too; -1 if the system can't tell,

@@ -16,12 +16,13 @@ FileLocation TemporaryFileDirLocation();
 // empty. It is not created. The user's name is not validated, and ends at its first NUL.
 FileLocation UISessionDefaultDirectory(std::string const& user);
 
-// Create an empty file (mode 0600) or directory (0700), and yield its location; the caller owns what
-// stands there. Its name is `prefix` and six characters of the system's choice, or these alone if
-// `prefix` is null. A "/" in the prefix is not refused.
+// Create an empty file (mode 0600) or directory (0700), and yield its location; the caller owns
+// what stands there. Its name is `prefix` and six characters of the system's choice, or these alone
+// if `prefix` is null. A "/" in the prefix is not refused.
 //
 // Throw EmptyFileLocationError if `directory` is empty. Whatever else prevents the creation is a
-// CreateUniqueFileLocationFailed without a name.
+// CreateUniqueFileLocationFailed without a name. What was created stays, even where memory for its
+// location is missing then (std::bad_alloc).
 //
 // Deliberate: its code tells the kind, 0 for a file and 1 for a directory, and not what the system
 // said. Directory and prefix that have 4,088 bytes or more together fail in the same way, without

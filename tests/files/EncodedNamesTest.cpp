@@ -106,6 +106,7 @@ TEST(EncodedNamesTest, MalformedTextIsFoundBeforeTheName) {
 // Deliberate: see UnixPlatform::ToLocal8Bit.
 TEST(EncodedNamesTest, EncodedSurrogateIsRefusedByTheLocale) {
     LocaleInForce const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsThere());
     EXPECT_THROW(FileName{Text("\xED\xA0\x80")}, WideToMultiByteConvertError);
     EXPECT_THROW(FileName("\xED\xA0\x80").MakeUTF8String(), MultiByteToWideConvertError);
 }
@@ -153,6 +154,7 @@ TEST(EncodedNamesTest, TextEndsAtItsFirstNul) {
 
 TEST(EncodedNamesTest, OwnedTextWillDoToo) {
     LocaleInForce const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsThere());
     AutoUString<UTF8> const text = FileName(accented.c_str()).MakeUTF8String();
     EXPECT_EQ(accented, StringOf(FileName(text)));
     EXPECT_EQ(accented, StringOf(MakeFileLocation(text)));
@@ -206,6 +208,7 @@ TEST(EncodedNamesTest, ElsewhereTheBytesOfANameAreUntouched) {
     std::string const undecodable = "\xFF\xC3(\xED\xA0\x80";
     for (char const* locale : {"C", "C.UTF-8"}) {
         LocaleInForce const inForce(locale);
+        ASSERT_TRUE(inForce.IsThere());
         TemporaryDirectory const directory;
         FileLocation const parent = MakeFileLocation(ConstData(directory.path()));
         FileName const name(undecodable.c_str());

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 
@@ -11,6 +12,7 @@
 #include "files/FileErrors.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ZeroBytes.h"
 
 namespace {
 
@@ -35,6 +37,17 @@ TEST(FileLocationTest, MakersKeepTheTextLessItsTrailingSlashes) {
     EXPECT_STREQ("/a/b", MakeFileLocation(ConstData("/a/b/c", 5)).Text());
     EXPECT_STREQ("/a/b/c", MakeRelativeFileLocation(At("/a"), "b/c/").Text());
     EXPECT_THROW(MakeRelativeFileLocation(FileLocation(), "b"), EmptyFileLocationError);
+}
+
+// Cut to 32 bits, three bytes would be left.
+TEST(FileLocationTest, TextBeyond32BitsIsRefusedAndNotCut) {
+    ZeroBytes const zeros((std::size_t{1} << 32) + 3);
+    if (zeros.WhyNot() != nullptr)
+        GTEST_SKIP() << zeros.WhyNot();
+    EXPECT_THROW(MakeFileLocation(zeros.Bytes()), std::length_error);
+    EXPECT_THROW(MakeFileLocation(ConstData(zeros.Bytes().begin, std::size_t{1} << 32)),
+                 std::length_error);
+    EXPECT_THROW(FileLocation(At("/a"), zeros.Bytes()), IllegalFileNameLength);
 }
 
 TEST(FileLocationTest, ChildIsNamedByAValidatedName) {

@@ -14,6 +14,7 @@
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/RecordingRetryLog.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -63,6 +64,11 @@ TEST_F(FileRetryTest, ALogHasNeitherDataNorAVirtualDestructor) {
     FileRetryLog const none;
     none.LogRetrySuccess("Operation", nullptr, nullptr, 2);
     none.LogRetryFailure("Operation", nullptr, nullptr, 8);
+}
+
+TEST_F(FileRetryTest, ALogTellsOfSuccessInItsFirstSlotAndOfFailureInItsSecond) {
+    EXPECT_EQ(SlotOf(&FileRetryLog::LogRetrySuccess), 0u);
+    EXPECT_EQ(SlotOf(&FileRetryLog::LogRetryFailure), 1u);
 }
 
 TEST_F(FileRetryTest, SuccessAtOnceIsNeitherLoggedNorDelayed) {

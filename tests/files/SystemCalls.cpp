@@ -17,6 +17,7 @@ namespace {
 
 SystemCalls* active = nullptr;
 bool failsMalloc = false;
+thread_local std::size_t freed = 0;
 
 // The function that the program would have called without us.
 template <class Function>
@@ -93,6 +94,8 @@ void SystemCalls::Before(std::string const& name, std::function<void()> action, 
 }
 
 void SystemCalls::FailMalloc() { failsMalloc = true; }
+
+std::size_t SystemCalls::Freed() { return freed; }
 
 SystemCalls* SystemCalls::Active() { return active; }
 
@@ -289,11 +292,18 @@ char* mkdtemp(char* pattern) noexcept {
     return next(pattern);
 }
 
-// The program is linked with --wrap=malloc, so that the calls of our own objects come here.
+// The program is linked with --wrap for these two, so that the calls of our own objects come here.
 void* __real_malloc(std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {
     return std::exchange(failsMalloc, false) ? nullptr : __real_malloc(size);
+}
+
+void __real_free(void* block);
+
+void __wrap_free(void* block) {
+    freed += block != nullptr;
+    __real_free(block);
 }
 
 } // extern "C"

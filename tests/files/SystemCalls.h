@@ -43,6 +43,10 @@ public:
     // The next malloc by name (not by new, nor inside the C library) yields null.
     static void FailMalloc();
 
+    // The blocks that this thread has given back by free so far, not inside the C library. Null
+    // pointers are not counted; what delete gives back is, where it goes through free.
+    static std::size_t Freed();
+
     // For the functions that stand in for the system's.
     struct Answer {
         std::string name;

@@ -4,18 +4,21 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
+#include <latch>
 #include <list>
 #include <new>
 #include <set>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "tests/files/EmptyTmp.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/SystemCalls.h"
@@ -31,11 +34,6 @@ using testing::MatchesRegex;
 
 FileLocation At(std::string const& path) { return MakeFileLocation(ConstData(path)); }
 
-// With a /tmp that is empty, and gone at the end.
-void OnAMachine(std::function<void()> const& body) {
-    PrivateMachine::Run({.emptyPlaces = {"/tmp"}}, body);
-}
-
 std::string SixCharacters(std::string const& start) { return start + "[0-9A-Za-z]{6}"; }
 
 std::size_t EntriesIn(std::string const& directory) {
@@ -44,7 +42,7 @@ std::size_t EntriesIn(std::string const& directory) {
 }
 
 TEST(TemporaryLocationsTest, DirectoryIsTheSameWhateverTheEnvironmentSays) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         for (char const* name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR", "HOME"})
             setenv(name, "/opt", 1);
         EXPECT_EQ("/tmp"_bytes, TemporaryFileDirLocation().Bytes());
@@ -55,7 +53,7 @@ TEST(TemporaryLocationsTest, DirectoryIsTheSameWhateverTheEnvironmentSays) {
 }
 
 TEST(TemporaryLocationsTest, EachCallGivesACopy) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         FileLocation first = TemporaryFileDirLocation();
         first = At("/elsewhere");
         EXPECT_EQ("/tmp"_bytes, TemporaryFileDirLocation().Bytes());
@@ -98,7 +96,7 @@ TEST(TemporaryLocationsTest, CodeOfAFailureTellsTheKind) {
 }
 
 TEST(TemporaryLocationsTest, WithoutADirectoryTheFileStandsInTheTemporaryOne) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         EXPECT_THAT(CreateUniqueFileLocation("pre").Text(),
                     MatchesRegex(SixCharacters("/tmp/pre")));
         EXPECT_THAT(CreateUniqueFileLocation(nullptr).Text(), MatchesRegex(SixCharacters("/tmp/")));
@@ -107,7 +105,7 @@ TEST(TemporaryLocationsTest, WithoutADirectoryTheFileStandsInTheTemporaryOne) {
 }
 
 TEST(TemporaryLocationsTest, TemporaryDirectoryIsCreatedAgainForAUniqueFile) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         TemporaryFileDirLocation();
         SystemCalls calls;
         // The search for what is missing asks for "/tmp" and "/", the creation for "/tmp" again.
@@ -156,6 +154,13 @@ TEST(TemporaryLocationsTest, ParentOfAHintMustExist) {
     ExpectFileError<CreateUniqueFileLocationFailed>(0, "", [&] { LocationForTemporaryFile(hint); });
 }
 
+TEST(TemporaryLocationsTest, EmptyHintIsRefusedBeforeTheSystemIsAsked) {
+    SystemCalls calls;
+    ExpectFileError<EmptyFileLocationError>(0, "",
+                                            [] { LocationForTemporaryFile(FileLocation()); });
+    EXPECT_TRUE(calls.Log().empty());
+}
+
 TEST(TemporaryLocationsTest, HintWithoutAParentIsRefused) {
     ExpectFileError<EmptyFileLocationError>(
         0, "", [] { CreateUniqueFileLocationWithHint(FileLocation(), "x"); });
@@ -168,7 +173,7 @@ TEST(TemporaryLocationsTest, HintWithoutAParentIsRefused) {
 }
 
 TEST(TemporaryLocationsTest, LocationForATemporaryFileIsAFreeName) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         FileLocation const name = LocationForTemporaryFile();
         EXPECT_THAT(name.Text(), MatchesRegex(SixCharacters("/tmp/temp")));
         EXPECT_TRUE(fs::is_empty("/tmp"));
@@ -180,7 +185,7 @@ TEST(TemporaryLocationsTest, LocationForATemporaryFileIsAFreeName) {
 }
 
 TEST(TemporaryLocationsTest, LocationForATemporaryFileIsCreatedBeforeItIsFree) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         TemporaryFileDirLocation();
         SystemCalls calls;
         FileLocation const name = LocationForTemporaryFile();
@@ -193,7 +198,7 @@ TEST(TemporaryLocationsTest, LocationForATemporaryFileIsCreatedBeforeItIsFree) {
 }
 
 TEST(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         FileLocation result = At("/before");
         EXPECT_TRUE(MakeTemporaryFileLocation(result, nullptr));
         EXPECT_THAT(result.Text(), MatchesRegex(SixCharacters("/tmp/tarvik")));
@@ -207,7 +212,7 @@ TEST(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
 }
 
 TEST(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         FileLocation result = At("/before");
         EXPECT_FALSE(MakeTemporaryFileLocation(result, "missing/x"));
         EXPECT_FALSE(MakeTemporaryFileLocation(result, std::string(5000, 'x').c_str()));
@@ -225,7 +230,7 @@ TEST(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) 
 }
 
 TEST(TemporaryLocationsTest, MissingMemoryIsAFailureToMakeATemporaryFileToo) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         // So long that the result needs a block of its own.
         std::string const prefix(200, 'x');
         std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
@@ -237,6 +242,28 @@ TEST(TemporaryLocationsTest, MissingMemoryIsAFailureToMakeATemporaryFileToo) {
             }
         });
         EXPECT_LT(0u, failures);
+        EXPECT_EQ(failures + 1, EntriesIn("/tmp")) << "what was created stays";
+    });
+}
+
+// The first use of the temporary directory is part of the race.
+TEST(TemporaryLocationsTest, ManyThreadsAtOnceNeverGetTheSameName) {
+    WithEmptyTmp([] {
+        constexpr std::size_t threads = 8;
+        constexpr std::size_t each = 50;
+        std::vector<std::string> names(threads * each);
+        std::latch begin(threads);
+        std::vector<std::thread> running;
+        for (std::size_t i = 0; i < threads; ++i)
+            running.emplace_back([&, i] {
+                begin.arrive_and_wait();
+                for (std::size_t n = 0; n < each; ++n)
+                    names[i * each + n] = CreateUniqueFileLocation("u").Text();
+            });
+        for (std::thread& thread : running)
+            thread.join();
+        EXPECT_EQ(names.size(), std::set<std::string>(names.begin(), names.end()).size());
+        EXPECT_EQ(names.size(), EntriesIn("/tmp"));
     });
 }
 

@@ -242,6 +242,18 @@ TEST_F(FileCopiesTest, AFileOfUnknownLengthIsCopiedWholeAndThenFails) {
     EXPECT_EQ(DescribeEntry(to), DescribeEntry("/proc/version"));
 }
 
+// Deliberate: the length that it claims is believed.
+TEST_F(FileCopiesTest, AFileThatClaimsTooMuchIsCopiedWholeAndThenFails) {
+    if (!fs::exists(fileThatClaimsTooMuch))
+        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
+    for (Copy copy : bothCopies) {
+        ExpectExactly<FileReadingLoopEndOfFileError>(
+            [&] { copy(At(fileThatClaimsTooMuch), At(to)); });
+        EXPECT_EQ(ReadWholeFile(to), ReadWholeFile(fileThatClaimsTooMuch));
+        fs::remove(to);
+    }
+}
+
 TEST_F(FileCopiesTest, ASourceThatShrinksMeanwhileFailsBehindWhatWasThere) {
     WriteWholeFile(from, std::string(100'000, 'x'));
     SystemCalls calls;

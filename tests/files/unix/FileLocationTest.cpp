@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <new>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "tests/files/Texts.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ZeroBytes.h"
 
 namespace {
 
@@ -349,6 +352,42 @@ TEST(UnixFileLocationTest, FailedAllocationLeavesTheLocationAsItWas) {
     });
     EXPECT_EQ(1u, failures);
     EXPECT_EQ("/before/" + path, location.Text());
+}
+
+constexpr std::size_t fourGiB = std::size_t{1} << 32;
+
+TEST(UnixFileLocationTest, PathBeyond32BitsIsRefusedAndNotCut) {
+    ZeroBytes const zeros(fourGiB + 3);
+    if (zeros.WhyNot() != nullptr)
+        GTEST_SKIP() << zeros.WhyNot();
+    Location location = At("/before");
+    EXPECT_THROW(location.Set(At("/parent"), zeros.Bytes()), std::length_error);
+    // With the parent's two bytes and the slash it is one too long.
+    EXPECT_THROW(location.Set(At("/p"), ConstData(zeros.Bytes().begin, fourGiB - 3)),
+                 std::length_error);
+    EXPECT_STREQ("/before", location.Text());
+}
+
+// The block of the longest path is asked for, with its NUL, and refused: nobody needs the memory.
+TEST(UnixFileLocationTest, LongestPathIsMeasuredIn64Bits) {
+    ZeroBytes const zeros(fourGiB);
+    if (zeros.WhyNot() != nullptr)
+        GTEST_SKIP() << zeros.WhyNot();
+    Location location = At("/before");
+    {
+        AllocationCounter const counter;
+        FailingAllocation const failing(1);
+        EXPECT_THROW(location.Set(At("/p"), ConstData(zeros.Bytes().begin, fourGiB - 4)),
+                     std::bad_alloc);
+        EXPECT_EQ(fourGiB, counter.Bytes());
+    }
+    AllocationCounter const counter;
+    FailingAllocation const failing(1);
+    EXPECT_THROW(
+        location.SetFullPathName(reinterpret_cast<char const*>(zeros.Bytes().begin), 0xFFFFFFFF),
+        std::bad_alloc);
+    EXPECT_EQ(fourGiB, counter.Bytes());
+    EXPECT_STREQ("/before", location.Text());
 }
 
 // What the split yields: the directory part, "|", the wildcard component, or "-" for none.

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <clocale>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <new>
@@ -210,6 +211,26 @@ TEST_F(UnixFileLoopTest, StaysAtItsEnd) {
     EXPECT_FALSE((++loop).HasItem());
     EXPECT_FALSE((++loop).HasItem());
     EXPECT_EQ(NameOf(loop), "a") << "the item stays that of the last entry";
+}
+
+TEST_F(UnixFileLoopTest, GivesItsListBackAtItsEndAndNotOnlyInTheDestructor) {
+    Make({"a", "b", "c"});
+    // By name, as the list has to be; what deletes give back is left out.
+    auto const freed = [counter = AllocationCounter()] {
+        return SystemCalls::Freed() - counter.Releases();
+    };
+    std::size_t const atFirst = freed();
+    {
+        Loop loop(here, false, nullptr);
+        ++loop;
+        ++loop;
+        EXPECT_EQ(freed() - atFirst, 1u) << "the array of the system's list";
+        ++loop;
+        EXPECT_EQ(freed() - atFirst, 5u) << "three entries and their array";
+    }
+    EXPECT_EQ(freed() - atFirst, 5u);
+    { Loop const loop(here, false, nullptr); }
+    EXPECT_EQ(freed() - atFirst, 10u) << "the destructor gives back what is left";
 }
 
 TEST_F(UnixFileLoopTest, ANewStartReplacesTheList) {

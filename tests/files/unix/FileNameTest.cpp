@@ -10,6 +10,7 @@
 #include "files/FileName.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ZeroBytes.h"
 
 namespace {
 
@@ -58,6 +59,17 @@ TEST(UnixFileNameTest, EmptyAndTooLongNamesAreRefusedByTheirLength) {
     EXPECT_THROW(Name{ConstData()}, IllegalFileNameLength);
     EXPECT_THROW(Name(""), IllegalFileNameLength);
     EXPECT_THROW(Name(std::string(256, 'n')), IllegalFileNameLength);
+}
+
+// Cut to 32 bits, three bytes would be left.
+TEST(UnixFileNameTest, LengthBeyond32BitsIsNotCut) {
+    ZeroBytes const zeros((std::size_t{1} << 32) + 3);
+    if (zeros.WhyNot() != nullptr)
+        GTEST_SKIP() << zeros.WhyNot();
+    Name const name("n");
+    EXPECT_THROW(Name{zeros.Bytes()}, IllegalFileNameLength);
+    EXPECT_THROW(name + zeros.Bytes(), IllegalFileName);
+    EXPECT_THROW(zeros.Bytes() + name, IllegalFileName);
 }
 
 TEST(UnixFileNameTest, DotAndDotDotAreReserved) {

@@ -19,6 +19,7 @@
 #include "tests/files/SystemCalls.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -89,6 +90,15 @@ TEST_F(UnixFileReadingPathTest, OpensAreVirtual) {
     } path;
     static_cast<UnixPlatform::FileReadingPath&>(path).OpenExisting(file);
     EXPECT_EQ(path.opens, 1);
+}
+
+// The first two slots are the destructor's.
+TEST_F(UnixFileReadingPathTest, OnlyOpeningStandsBehindTheDestructor) {
+    using UnixPlatform::FileReadingPath;
+    EXPECT_EQ(SlotOf(&FileReadingPath::OpenExisting), 2u);
+    EXPECT_EQ(SlotOf(&FileReadingPath::Length), notVirtual);
+    EXPECT_EQ(SlotOf(&FileReadingPath::Close), notVirtual);
+    EXPECT_EQ(SlotOf(&FileReadingPath::ThrowError), notVirtual);
 }
 
 TEST_F(UnixFileReadingPathTest, AFailedOpenNamesTheFileAndLeavesNothingOpen) {
@@ -250,6 +260,19 @@ TEST_F(UnixFileReadingPathTest, WhatElseFailsInLengthGoesToTheMapper) {
         EXPECT_EQ(calls.Log().size(), step + 1);
     }
     EXPECT_FALSE(path.lengthUnknown);
+}
+
+TEST_F(UnixFileReadingPathTest, NoErrorButEINVALMakesALengthUnknown) {
+    Path const path(file);
+    for (int error = 1; error <= EHWPOISON; ++error) {
+        if (error == EINVAL)
+            continue;
+        SystemCalls calls;
+        calls.Fail("seek", error, 1);
+        EXPECT_THROW(path.Length(), FileIOError) << error;
+        EXPECT_FALSE(path.lengthUnknown) << error;
+    }
+    EXPECT_EQ(path.Length(), 5u);
 }
 
 TEST_F(UnixFileReadingPathTest, OnlyTheSeekToTheEndCanTellThatALengthIsUnknown) {

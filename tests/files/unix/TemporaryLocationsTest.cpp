@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,10 +13,10 @@
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileTrees.h"
+#include "tests/files/EmptyTmp.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/SystemCalls.h"
-#include "tests/support/PrivateMachine.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -32,10 +31,6 @@ constexpr std::size_t limit = 4088;
 
 UnixPlatform::FileLocation At(std::string const& path) { return MakeFileLocation(ConstData(path)); }
 
-void OnAMachine(std::function<void()> const& body) {
-    PrivateMachine::Run({.emptyPlaces = {"/tmp"}}, body);
-}
-
 // A directory below `parent` whose path has exactly so many bytes.
 std::string DirectoryOfLength(std::string const& parent, std::size_t length) {
     std::string path = parent;
@@ -47,7 +42,7 @@ std::string DirectoryOfLength(std::string const& parent, std::size_t length) {
 }
 
 TEST(UnixTemporaryLocationsTest, DirectoryIsTheSameWhateverTheEnvironmentSays) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         for (char const* name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR", "HOME"})
             setenv(name, "/opt", 1);
         EXPECT_EQ("/tmp"_bytes, UnixPlatform::TemporaryFileDirLocation().Bytes());
@@ -55,7 +50,7 @@ TEST(UnixTemporaryLocationsTest, DirectoryIsTheSameWhateverTheEnvironmentSays) {
 }
 
 TEST(UnixTemporaryLocationsTest, FirstCallAloneLooksAtTheDirectory) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         SystemCalls calls;
         UnixPlatform::TemporaryFileDirLocation();
         EXPECT_THAT(calls.Log(), ElementsAre("lstat /tmp"));
@@ -65,7 +60,7 @@ TEST(UnixTemporaryLocationsTest, FirstCallAloneLooksAtTheDirectory) {
 }
 
 TEST(UnixTemporaryLocationsTest, FirstCallCreatesTheDirectoryAndIsRepeatedIfThatFails) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         SystemCalls calls;
         // The search for what is missing asks for "/tmp" and "/", the creation for "/tmp" again.
         calls.Fail("lstat", ENOENT);
@@ -78,7 +73,7 @@ TEST(UnixTemporaryLocationsTest, FirstCallCreatesTheDirectoryAndIsRepeatedIfThat
 }
 
 TEST(UnixTemporaryLocationsTest, SessionDirectoryHasTheUserBehindADot) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         using UnixPlatform::UISessionDefaultDirectory;
         EXPECT_EQ("/tmp/Veska/ClientUI/.u"_bytes, UISessionDefaultDirectory("u").Bytes());
         EXPECT_EQ("/tmp/Veska/ClientUI"_bytes, UISessionDefaultDirectory("").Bytes());
@@ -87,7 +82,7 @@ TEST(UnixTemporaryLocationsTest, SessionDirectoryHasTheUserBehindADot) {
 }
 
 TEST(UnixTemporaryLocationsTest, UserOfTheSessionIsNotValidated) {
-    OnAMachine([] {
+    WithEmptyTmp([] {
         using UnixPlatform::UISessionDefaultDirectory;
         EXPECT_EQ("/tmp/Veska/ClientUI/./../x"_bytes, UISessionDefaultDirectory("/../x/").Bytes());
         std::string const nulInside("a\0b", 3);
