@@ -1,113 +1,14 @@
 #include "data/ChecksumReceiver.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 
-#include <immintrin.h>
+#include "data/ChecksumRuns.h"
 
-// Three forms of the same step, from the plain to the fast: by the shared table a byte at a time,
-// by sixteen tables sixteen bytes at a time, and, where the processor has it, by carry-less
-// multiplication sixty-four bytes at a time. Which of them takes a byte can't be told from the
-// result.
 namespace {
 
 constexpr std::uint32_t initialValue = 0xFFFFFFFF;
-constexpr std::uint32_t polynomial = 0x04C11DB7;
 
 std::uint32_t sharedTable[256];
-
-// `value` times x^bits, modulo the polynomial.
-constexpr std::uint32_t Shift(std::uint32_t value, int bits) {
-    for (int bit = 0; bit < bits; ++bit)
-        value = (value << 1) ^ ((value >> 31) != 0 ? polynomial : 0);
-    return value;
-}
-
-// slices[n][byte] is what `byte` contributes to the register when n more bytes have followed it.
-using Slices = std::array<std::array<std::uint32_t, 256>, 16>;
-
-constexpr Slices MakeSlices() {
-    Slices slices{};
-    for (std::uint32_t byte = 0; byte < 256; ++byte)
-        slices[0][byte] = Shift(byte << 24, 8);
-    for (std::size_t n = 1; n < slices.size(); ++n)
-        for (std::size_t byte = 0; byte < 256; ++byte) {
-            std::uint32_t const before = slices[n - 1][byte];
-            slices[n][byte] = (before << 8) ^ slices[0][before >> 24];
-        }
-    return slices;
-}
-
-constexpr Slices slices = MakeSlices();
-
-std::uint32_t LoadBigEndian(unsigned char const* bytes) {
-    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 |
-           std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]};
-}
-
-// What four bytes contribute when `following` more bytes have followed them.
-std::uint32_t SliceOf(std::uint32_t word, std::size_t following) {
-    return slices[following + 3][word >> 24] ^ slices[following + 2][word >> 16 & 0xFF] ^
-           slices[following + 1][word >> 8 & 0xFF] ^ slices[following][word & 0xFF];
-}
-
-std::uint32_t AdvanceBySixteen(std::uint32_t value, unsigned char const* bytes) {
-    return SliceOf(value ^ LoadBigEndian(bytes), 12) ^ SliceOf(LoadBigEndian(bytes + 4), 8) ^
-           SliceOf(LoadBigEndian(bytes + 8), 4) ^ SliceOf(LoadBigEndian(bytes + 12), 0);
-}
-
-// Consumes all that is there in blocks of sixteen.
-std::uint32_t AdvanceBySlicing(std::uint32_t value, ConstData& data) {
-    for (; data.Length() >= 16; data.begin += 16)
-        value = AdvanceBySixteen(value, data.begin);
-    return value;
-}
-
-// A block as a polynomial: its first byte becomes the highest coefficients.
-[[gnu::target("pclmul,ssse3")]] inline __m128i LoadBlock(unsigned char const* bytes) {
-    __m128i const reversal = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes)), reversal);
-}
-
-// Moves `block` on by the distance whose powers are in `powers`, onto `next`: the same modulo the
-// polynomial, with fewer bits.
-[[gnu::target("pclmul,ssse3")]] inline __m128i Fold(__m128i block, __m128i powers, __m128i next) {
-    __m128i const high = _mm_clmulepi64_si128(block, powers, 0x11);
-    __m128i const low = _mm_clmulepi64_si128(block, powers, 0x00);
-    return _mm_xor_si128(_mm_xor_si128(high, low), next);
-}
-
-// x^(bits + 64) and x^bits modulo the polynomial, for the two halves of a block.
-template <int bits>
-[[gnu::target("pclmul,ssse3")]] inline __m128i Powers() {
-    constexpr std::uint32_t low = Shift(1, bits);
-    constexpr std::uint32_t high = Shift(low, 64);
-    return _mm_set_epi64x(high, low);
-}
-
-// Consumes all that is there in blocks of sixty-four. REQUIRES: sixty-four bytes at least.
-[[gnu::target("pclmul,ssse3")]] std::uint32_t AdvanceByFolding(std::uint32_t value,
-                                                               ConstData& data) {
-    __m128i const stride = Powers<512>();
-    __m128i lanes[4];
-    for (int lane = 0; lane < 4; ++lane)
-        lanes[lane] = LoadBlock(data.begin + 16 * lane);
-    lanes[0] = _mm_xor_si128(lanes[0], _mm_set_epi32(static_cast<int>(value), 0, 0, 0));
-    for (data.begin += 64; data.Length() >= 64; data.begin += 64)
-        for (int lane = 0; lane < 4; ++lane)
-            lanes[lane] = Fold(lanes[lane], stride, LoadBlock(data.begin + 16 * lane));
-    __m128i const step = Powers<128>();
-    __m128i block = lanes[0];
-    for (int lane = 1; lane < 4; ++lane)
-        block = Fold(block, step, lanes[lane]);
-    unsigned char rest[16];
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(rest), block);
-    std::reverse(rest, rest + 16);
-    return AdvanceBySixteen(0, rest);
-}
-
-bool CanFold() { return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3"); }
 
 } // namespace
 
@@ -118,9 +19,7 @@ ChecksumReceiver::ChecksumReceiver() : value(initialValue), table(Table()) {}
 void ChecksumReceiver::Start() { value = initialValue; }
 
 void ChecksumReceiver::Receive(ConstData data) {
-    if (data.Length() >= 64 && CanFold())
-        value = AdvanceByFolding(value, data);
-    value = AdvanceBySlicing(value, data);
+    value = ChecksumRuns::Advance(value, data);
     for (; !data.IsEmpty(); ++data.begin)
         value = (value << 8) ^ table[*data.begin ^ (value >> 24)];
 }
@@ -129,8 +28,8 @@ void ChecksumReceiver::ReceiveEnd() {}
 
 std::uint32_t const* ChecksumReceiver::MakeTable() {
     for (std::size_t byte = 0; byte < 256; ++byte) {
-        if (sharedTable[byte] != slices[0][byte])
-            sharedTable[byte] = slices[0][byte];
+        if (sharedTable[byte] != ChecksumRuns::byteTable[byte])
+            sharedTable[byte] = ChecksumRuns::byteTable[byte];
     }
     return sharedTable;
 }
