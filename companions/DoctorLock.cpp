@@ -71,7 +71,7 @@ Finding CheckFile(FileFacts const& file) {
 LockState AskForLock() {
     FileFacts const facts(DoctorPaths::lockFile);
     if (facts.IsMissing())
-        return {LockState::free};
+        return {LockState::none};
     if (!facts.IsRegularFile())
         return {LockState::unknown};
     // Without a wait, should something else have come in its place.
@@ -85,7 +85,7 @@ LockState AskForLock() {
     close(file);
     if (!answered)
         return {LockState::unknown};
-    return lock.l_type == F_UNLCK ? LockState{LockState::free}
+    return lock.l_type == F_UNLCK ? LockState{LockState::none}
                                   : LockState{LockState::held, lock.l_pid};
 }
 

@@ -7,12 +7,12 @@
 
 struct LockState {
     enum What {
-        free,    // also if there is no lock file
+        none,    // also if there is no lock file
         held,    // by the process below
         unknown, // the file can't be opened for reading, or is no regular file
     };
 
-    What what = free;
+    What what = none;
     // 0 if the holder lives in a process namespace that this process can't see into, -1 if the lock
     // belongs to an open file and not to a process.
     pid_t holder = 0;

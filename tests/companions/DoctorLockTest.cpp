@@ -35,7 +35,7 @@ TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
     PrivateMachine::Run([] {
         CreateLockFile(0600);
         ExpectOk("free", CheckLock());
-        EXPECT_EQ(LockState::free, AskForLock().what);
+        EXPECT_EQ(LockState::none, AskForLock().what);
         EXPECT_FALSE(IsLocked());
     });
 }
