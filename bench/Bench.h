@@ -60,9 +60,7 @@ public:
             Work own = work;
             for (auto _ : state)
                 Time(own, input);
-            if (group->byteCount)
-                state.SetBytesProcessed(state.iterations() *
-                                        static_cast<std::int64_t>(group->byteCount(input)));
+            group->CountBytes(state, input);
         };
         benchmark::RegisterBenchmark((shared->name + "/" + who).c_str(), run);
     }
@@ -70,6 +68,24 @@ public:
     template <class Work>
     void Add(std::string const& who, Work work) {
         Add(who, work, work);
+    }
+
+    // A contender that keeps its own time, where setting up and clearing away is not to count, or
+    // where another process does the work: `work` yields the seconds.
+    template <class Answer>
+    void AddSelfTimed(std::string const& who, std::function<double(Input const&)> work,
+                      Answer answer) {
+        shared->contenders.push_back({who, [answer](Input const& input) {
+                                          return AsText(answer(input));
+                                      }});
+        auto const run = [work, group = shared](benchmark::State& state) {
+            Input const& input = group->input();
+            group->CheckOnce(input);
+            for (auto _ : state)
+                state.SetIterationTime(work(input));
+            group->CountBytes(state, input);
+        };
+        benchmark::RegisterBenchmark((shared->name + "/" + who).c_str(), run)->UseManualTime();
     }
 
 private:
@@ -89,6 +105,12 @@ private:
                 if (found != expected)
                     RefuseDifferentAnswers(name, contender.who, expected, found);
             }
+        }
+
+        void CountBytes(benchmark::State& state, Input const& made) const {
+            if (byteCount)
+                state.SetBytesProcessed(state.iterations() *
+                                        static_cast<std::int64_t>(byteCount(made)));
         }
 
         std::string name;
