@@ -1,0 +1,133 @@
+// What the shells offer behind a command line that was begun.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "companions/DoctorCommandLine.h"
+#include "companions/QueryCommandLine.h"
+#include "tests/support/OtherProcess.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Words = std::set<std::string>;
+
+std::string const root = CC_COMPLETIONS;
+
+// What bash offers for the last of the words, which it has split at "=" as it does.
+Words Offered(std::string const& command, std::vector<std::string> const& words) {
+    std::string const script = "source \"$1\" && shift\n"
+                               "function=$(complete -p \"$1\" | sed 's/.* -F \\([^ ]*\\).*/\\1/')\n"
+                               "COMP_WORDS=(\"$@\") COMP_CWORD=$(($# - 1))\n"
+                               "$function \"$1\"\n"
+                               "[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' \"${COMPREPLY[@]}\"\n";
+    std::vector<std::string> arguments{"/bin/bash", "-c", script, "bash", root + "/bash/" + command,
+                                       command};
+    arguments.insert(arguments.end(), words.begin(), words.end());
+    ProgramResult const result = RunProgram(arguments, {.workingDirectory = root});
+    EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
+    EXPECT_EQ("", result.errors);
+    Words offered;
+    std::istringstream lines(result.output);
+    for (std::string line; std::getline(lines, line);)
+        offered.insert(line);
+    return offered;
+}
+
+Words OptionsIn(std::string const& text) {
+    Words options;
+    std::regex const pattern("--[a-z]+");
+    for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match)
+        options.insert(match->str());
+    return options;
+}
+
+std::string ReadText(std::string const& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Words With(Words words, std::string const& one) {
+    words.insert(one);
+    return words;
+}
+
+TEST(CompletionsTest, BashOffersEveryOptionThatTheHelpTells) {
+    EXPECT_EQ(With(OptionsIn(queryHelp), "-d"), Offered("compliance-query", {"-"}));
+    EXPECT_EQ(OptionsIn(doctorHelp), Offered("compliance-doctor", {""}));
+    EXPECT_EQ((Words{"--table", "--tsv", "--timeout"}),
+              Offered("compliance-query", {"url", "--t"}));
+    EXPECT_EQ(Words{"--json"}, Offered("compliance-doctor", {"--j"}));
+}
+
+TEST(CompletionsTest, BashOffersNothingForOperands) {
+    EXPECT_EQ(Words(), Offered("compliance-query", {""}));
+    EXPECT_EQ(Words(), Offered("compliance-query", {"--timeout", ""}));
+    EXPECT_EQ(Words(), Offered("compliance-query", {"--strict", "-"}));
+}
+
+TEST(CompletionsTest, BashOffersValues) {
+    EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
+              Offered("compliance-query", {"--progress", ""}));
+    EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
+              Offered("compliance-query", {"--progress", "="}));
+    EXPECT_EQ(Words{"lines"}, Offered("compliance-query", {"--progress", "=", "l"}));
+    EXPECT_EQ((Words{"gather", "all", "idle", "hint"}),
+              Offered("compliance-query", {"--flags", ""}));
+    EXPECT_EQ((Words{"all,idle"}), Offered("compliance-query", {"--flags", "all,i"}));
+    EXPECT_EQ((Words{"all,idle,gather", "all,idle,all", "all,idle,idle", "all,idle,hint"}),
+              Offered("compliance-query", {"--flags", "=", "all,idle,"}));
+}
+
+TEST(CompletionsTest, BashFollowsTheFixedFormOfTheTool) {
+    EXPECT_EQ((Words{"-c", "-d"}), Offered("ClientCompliance", {""}));
+    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", ""}));
+    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", "url", ""}));
+    EXPECT_EQ((Words{"1", "10", "11", "12", "13", "14", "15"}),
+              Offered("ClientCompliance", {"-c", "url", "doc", "1"}));
+    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-d", "", "", ""}));
+}
+
+TEST(CompletionsTest, BashOffersScenariosToTheStandInAgent) {
+    EXPECT_EQ((Words{"--check", "--help"}), Offered("VeskaClient", {"--"}));
+    EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"READ"}));
+    EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"--check", "READ"}));
+    EXPECT_EQ(Words(), Offered("VeskaClient", {"--help", "READ"}));
+}
+
+// Their words are declared and can be read off the file: "--name", or "-l name".
+TEST(CompletionsTest, OtherShellsHaveTheSameOptions) {
+    for (auto const& [command, help] :
+         {std::pair{"compliance-query", queryHelp}, std::pair{"compliance-doctor", doctorHelp}}) {
+        EXPECT_EQ(OptionsIn(help), OptionsIn(ReadText(root + "/zsh/_" + command)));
+        std::string const fish = ReadText(root + "/fish/" + command + ".fish");
+        EXPECT_EQ(OptionsIn(help), OptionsIn(std::regex_replace(fish, std::regex(" -l "), " --")));
+    }
+}
+
+void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const& folder) {
+    if (!fs::exists(checker.front()))
+        GTEST_SKIP() << checker.front() << " is missing, so this test can prove NOTHING here.";
+    int files = 0;
+    for (auto const& entry : fs::directory_iterator(root + folder)) {
+        std::vector<std::string> command = checker;
+        command.push_back(entry.path());
+        ProgramResult const result = RunProgram(command);
+        EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
+        ++files;
+    }
+    EXPECT_EQ(4, files);
+}
+
+TEST(CompletionsTest, BashReadsThem) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }
+
+TEST(CompletionsTest, ZshReadsThem) { ExpectGoodSyntax({"/bin/zsh", "-n"}, "/zsh"); }
+
+TEST(CompletionsTest, FishReadsThem) { ExpectGoodSyntax({"/usr/bin/fish", "-n"}, "/fish"); }
+
+} // namespace
