@@ -17,6 +17,8 @@ if(CC_SANITIZE)
   add_link_options(-fsanitize=${CC_SANITIZE})
 endif()
 
+include(Hardening)
+
 # add_house_library(<folder> SOURCES <source>... [USES <folder>...])
 #
 # Includes are always written from the root of the repository, so that is the one include directory.
@@ -27,6 +29,9 @@ function(add_house_library name)
   target_link_libraries(${name} PUBLIC ${arg_USES} PRIVATE $<BUILD_INTERFACE:house_flags>)
   # Narrowing is told apart from meaning only when it is written down.
   target_compile_options(${name} PRIVATE -Wconversion -Wno-sign-conversion)
+  # Inline variables as weak symbols like any other: the static library can't hide GNU's unique ones.
+  target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
+  harden(${name})
 endfunction()
 
 # add_house_tests(<folder> SOURCES <source>... [USES <library>...])

@@ -1,0 +1,91 @@
+# What is installed where, by component. Programs beside the tool, manual pages, completions and
+# examples are taken from their folders as they are found there.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/clientcompliance)
+set(libexec ${CMAKE_INSTALL_LIBEXECDIR}/clientcompliance)
+set(CC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
+    "Where the completions of zsh go")
+set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ClientCompliance)
+
+# install_found(<component> <directory> <pattern>...): the files of the source tree by pattern.
+function(install_found component directory)
+  list(TRANSFORM ARGN PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE patterns)
+  file(GLOB found CONFIGURE_DEPENDS ${patterns})
+  install(FILES ${found} DESTINATION ${directory} COMPONENT ${component})
+endfunction()
+
+# tool
+install(TARGETS ClientCompliance RUNTIME COMPONENT tool)
+foreach(companion compliance-query compliance-doctor)
+  if(TARGET ${companion})
+    harden(${companion})
+    install(TARGETS ${companion} RUNTIME COMPONENT tool)
+  endif()
+endforeach()
+install_found(tool ${CMAKE_INSTALL_DATADIR}/clientcompliance companions/schema/*.json)
+install_found(tool ${CMAKE_INSTALL_MANDIR}/man1 docs/man/ClientCompliance.1 docs/man/compliance-*.1)
+install_found(tool ${CMAKE_INSTALL_MANDIR}/man5 docs/man/*.5)
+install_found(tool ${CMAKE_INSTALL_MANDIR}/man7 docs/man/*.7)
+
+# Completions: NAME.bash, _NAME for zsh, NAME.fish, in the folder or in folders of these names.
+file(GLOB found CONFIGURE_DEPENDS
+  ${PROJECT_SOURCE_DIR}/completions/*.bash ${PROJECT_SOURCE_DIR}/completions/bash/*)
+foreach(path ${found})
+  cmake_path(GET path STEM LAST_ONLY name)
+  install(FILES ${path} RENAME ${name}
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+endforeach()
+install_found(tool ${CC_ZSH_COMPLETIONS} completions/_* completions/zsh/_*)
+install_found(tool ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+  completions/*.fish completions/fish/*.fish)
+
+# library
+install(TARGETS clientcompliance_shared
+  LIBRARY COMPONENT library NAMELINK_COMPONENT development)
+
+# development
+install(FILES ${PROJECT_SOURCE_DIR}/compliance/Compliance.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/compliance COMPONENT development)
+install(FILES ${static_library} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install_found(development ${CMAKE_INSTALL_MANDIR}/man3 docs/man/*.3)
+
+# Both find the installation from where they stand themselves, so it may be moved as a whole.
+file(RELATIVE_PATH up ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+set(pc_libdir "\${prefix}")
+cmake_path(APPEND pc_libdir ${CMAKE_INSTALL_LIBDIR})
+set(pc_includedir "\${prefix}")
+cmake_path(APPEND pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(clientcompliance.pc.in clientcompliance.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/clientcompliance.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+configure_package_config_file(ClientComplianceConfig.cmake.in ClientComplianceConfig.cmake
+  INSTALL_DESTINATION ${config_directory}
+  PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
+write_basic_package_version_file(ClientComplianceConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(
+  FILES
+    ${CMAKE_CURRENT_BINARY_DIR}/ClientComplianceConfig.cmake
+    ${CMAKE_CURRENT_BINARY_DIR}/ClientComplianceConfigVersion.cmake
+  DESTINATION ${config_directory} COMPONENT development)
+
+# demo: away from the PATH, where its name would be taken for the agent's.
+install(TARGETS VeskaClient RUNTIME DESTINATION ${libexec} COMPONENT demo)
+install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT demo)
+install_found(demo ${CMAKE_INSTALL_MANDIR}/man1 docs/man/VeskaClient.1)
+
+# documentation
+install_found(documentation ${CMAKE_INSTALL_DOCDIR} docs/[a-z]*.md)
+install(FILES ${PROJECT_SOURCE_DIR}/demo/README.md RENAME stand-in-agent.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+if(EXISTS ${PROJECT_SOURCE_DIR}/examples)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation USE_SOURCE_PERMISSIONS)
+endif()
+
+# licence: a component of its own, since distributions have their own place for it.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)

@@ -1,0 +1,42 @@
+# libclientcompliance, shared and static: the interface of compliance/Compliance.h. The foundation
+# library is inside, but none of its names is to be seen.
+set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
+set(version_script ${CMAKE_CURRENT_SOURCE_DIR}/libclientcompliance.map)
+
+add_library(clientcompliance_shared SHARED $<TARGET_OBJECTS:compliance>)
+target_link_libraries(clientcompliance_shared PRIVATE xml files)
+harden(clientcompliance_shared)
+target_link_options(clientcompliance_shared PRIVATE
+  LINKER:--version-script=${version_script}
+  LINKER:-z,defs
+  LINKER:--as-needed
+  LINKER:-Bsymbolic-functions
+  $<$<CONFIG:Release,MinSizeRel>:-s>)
+set_target_properties(clientcompliance_shared PROPERTIES
+  OUTPUT_NAME clientcompliance
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR}
+  LINKER_LANGUAGE CXX
+  LINK_DEPENDS ${version_script})
+
+# One relocatable object with all names but the exported ones made local, so that a program may have
+# its own Buffer or FileName. The groups of templates and inline functions (COMDAT) are dissolved
+# first: a linker tells them by name even where the name is local, and would throw away either our
+# copy or the program's.
+set(static_library ${CMAKE_CURRENT_BINARY_DIR}/libclientcompliance.a)
+set(folders compliance xml files strings unicode data)
+list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE archives)
+file(STRINGS ${exports} exported_names)
+list(TRANSFORM exported_names PREPEND "--undefined=" OUTPUT_VARIABLE wanted)
+add_custom_command(
+  OUTPUT ${static_library}
+  COMMAND ${CMAKE_LINKER} -r --force-group-allocation ${wanted} -o clientcompliance.o
+          --start-group ${archives} --end-group
+  COMMAND ${CMAKE_OBJCOPY} --keep-global-symbols=${exports} clientcompliance.o
+  COMMAND ${CMAKE_COMMAND} -E rm -f ${static_library}
+  # D: no times, owners or modes in the archive.
+  COMMAND ${CMAKE_AR} rcsD ${static_library} clientcompliance.o
+  DEPENDS ${folders} ${archives} ${exports}
+  COMMENT "Linking static library libclientcompliance.a"
+  VERBATIM)
+add_custom_target(clientcompliance_static ALL DEPENDS ${static_library})

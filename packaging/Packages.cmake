@@ -1,0 +1,47 @@
+# RPM packages by component, through CPack. `scripts/package rpm` calls it; the packages for Debian
+# stand in debian/.
+set(CPACK_GENERATOR RPM)
+set(CPACK_PACKAGE_NAME clientcompliance)
+set(CPACK_PACKAGE_VENDOR "The ClientCompliance authors")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Compliance evaluations by the endpoint agent on this machine")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_COMPONENTS_ALL tool library development demo documentation licence)
+
+set(CPACK_RPM_COMPONENT_INSTALL ON)
+set(CPACK_RPM_MAIN_COMPONENT tool)
+set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
+set(CPACK_RPM_PACKAGE_LICENSE MIT)
+set(CPACK_RPM_PACKAGE_RELEASE 1)
+# The directories that every system has already.
+set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
+  /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5 /usr/share/man/man7
+  /usr/libexec /usr/lib64/pkgconfig /usr/lib64/cmake
+  /usr/share/bash-completion /usr/share/bash-completion/completions
+  /usr/share/zsh /usr/share/zsh/site-functions
+  /usr/share/fish /usr/share/fish/vendor_completions.d)
+
+# rpm_package(<component> <package> <summary> [<what it requires>])
+function(rpm_package component package summary)
+  string(TOUPPER ${component} name)
+  set(CPACK_RPM_${name}_PACKAGE_NAME ${package} PARENT_SCOPE)
+  set(CPACK_RPM_${name}_PACKAGE_SUMMARY ${summary} PARENT_SCOPE)
+  set(CPACK_RPM_${name}_PACKAGE_DESCRIPTION "${summary}." PARENT_SCOPE)
+  set(CPACK_RPM_${name}_PACKAGE_REQUIRES "${ARGN}" PARENT_SCOPE)
+endfunction()
+
+set(same_version "= ${PROJECT_VERSION}-${CPACK_RPM_PACKAGE_RELEASE}")
+rpm_package(tool clientcompliance "Compliance evaluations from the command line"
+  "clientcompliance-license ${same_version}")
+rpm_package(library libclientcompliance1 "Compliance evaluations, the shared library"
+  "clientcompliance-license ${same_version}")
+rpm_package(development libclientcompliance-devel "Compliance evaluations, files for development"
+  "libclientcompliance1 ${same_version}")
+rpm_package(demo clientcompliance-demo "A stand-in for the endpoint agent"
+  "clientcompliance-license ${same_version}")
+rpm_package(documentation clientcompliance-doc "Documentation of compliance evaluations"
+  "clientcompliance-license ${same_version}")
+rpm_package(licence clientcompliance-license "The licence of ClientCompliance")
+set(CPACK_RPM_DOCUMENTATION_PACKAGE_ARCHITECTURE noarch)
+set(CPACK_RPM_LICENCE_PACKAGE_ARCHITECTURE noarch)
+include(CPack)

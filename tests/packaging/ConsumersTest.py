@@ -1,0 +1,132 @@
+#!/usr/bin/env python3
+"""Programs outside of this tree that link the installed libraries, in C and C++."""
+
+import os
+import pathlib
+import shlex
+import tempfile
+import unittest
+
+from support import CC, CXX, PREFIX, library_directory, on_private_machine, run
+
+CONSUMERS = pathlib.Path(__file__).resolve().parent / "consumers"
+
+# No agent was ever installed: the lock can't be made, so nothing is open.
+IN_C = "open -6\nprogress -6 77 77\ncount -8\nclose -6\n"
+WITH_OWN_NAMES = """caught our file before
+caught out_of_range after 1
+open -6
+caught our file after
+caught out_of_range after 2
+ours our StringPL 7, 199
+close -6
+"""
+AGENT_DIRECTORIES = "mkdir -p /var/opt/VeskaClient/RequestDir /var/opt/VeskaClient/ResponseDir\n"
+
+
+class Consumers(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
+        self.environment = {"LD_LIBRARY_PATH": str(library_directory())}
+
+    def pkg_config(self, *arguments):
+        environment = {**os.environ, "PKG_CONFIG_PATH": str(library_directory() / "pkgconfig")}
+        return shlex.split(run("pkg-config", *arguments, "clientcompliance", env=environment))
+
+    def output_of(self, program, script='"$1"'):
+        return on_private_machine(script, program, env={**os.environ, **self.environment})
+
+    def check_c(self, program):
+        self.assertEqual(self.output_of(program), IN_C)
+        self.assertIn("open -1\n", self.output_of(program, AGENT_DIRECTORIES + '"$1"'))
+
+    def check_cpp(self, program):
+        self.assertEqual(self.output_of(program), WITH_OWN_NAMES)
+        self.assertEqual(self.output_of(program, AGENT_DIRECTORIES + '"$1" no-memory'),
+                         "caught bad_alloc\n")
+
+
+class FindPackageTest(Consumers):
+    def setUp(self):
+        super().setUp()
+        run("cmake", "-G", "Ninja", "-S", CONSUMERS, "-B", self.scratch,
+            f"-DCMAKE_PREFIX_PATH={PREFIX}", f"-DCMAKE_C_COMPILER={CC}",
+            f"-DCMAKE_CXX_COMPILER={CXX}")
+        run("cmake", "--build", self.scratch)
+        # What it was linked with is found without a hint, too.
+        self.environment = {}
+
+    def test_serves_programs_in_C_and_in_Cpp_with_either_library(self):
+        self.check_c(self.scratch / "c_shared")
+        self.check_c(self.scratch / "c_static")
+        self.check_cpp(self.scratch / "cpp_shared")
+        self.check_cpp(self.scratch / "cpp_static")
+        for name, shared in (("c_shared", True), ("c_static", False)):
+            needed = run("readelf", "-dW", self.scratch / name)
+            self.assertEqual("libclientcompliance.so.1" in needed, shared)
+
+
+class FindPackageRefusalsTest(Consumers):
+    def find(self, request):
+        (self.scratch / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.25)\nproject(Asks LANGUAGES NONE)\n"
+            f"find_package(ClientCompliance {request} QUIET)\n"
+            'if(ClientCompliance_FOUND)\n  file(WRITE found "yes")\nelse()\n'
+            '  file(WRITE found "no")\nendif()\n', encoding="utf-8")
+        run("cmake", "-S", self.scratch, "-B", self.scratch / "build",
+            f"-DCMAKE_PREFIX_PATH={PREFIX}")
+        return (self.scratch / "found").read_text(encoding="utf-8")
+
+    def test_takes_its_own_major_version_alone(self):
+        self.assertEqual(self.find("1.0"), "yes")
+        self.assertEqual(self.find("2.0"), "no")
+
+    def test_has_no_component_but_the_two_libraries(self):
+        self.assertEqual(self.find("COMPONENTS static"), "yes")
+        self.assertEqual(self.find("COMPONENTS foundation"), "no")
+
+
+class PkgConfigTest(Consumers):
+    def test_serves_a_program_in_C(self):
+        program = self.scratch / "program"
+        run(CC, CONSUMERS / "InC.c", "-o", program, *self.pkg_config("--cflags", "--libs"))
+        self.check_c(program)
+
+    def test_serves_a_program_in_C_without_any_shared_library(self):
+        program = self.scratch / "program"
+        run(CC, "-static", CONSUMERS / "InC.c", "-o", program,
+            *self.pkg_config("--static", "--cflags", "--libs"))
+        self.check_c(program)
+
+    def test_serves_a_program_with_names_of_its_own_in_Cpp(self):
+        program = self.scratch / "program"
+        run(CXX, "-std=c++20", CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp",
+            "-o", program, *self.pkg_config("--cflags", "--libs"))
+        self.check_cpp(program)
+
+
+class StaticLibraryTest(Consumers):
+    """Templates and inline functions are where a program and a library get in each other's way, and
+    what the linker sees of them depends on how the program is compiled."""
+
+    def check_with(self, *flags):
+        program = self.scratch / "program"
+        run(CXX, "-std=c++20", *flags, f"-I{PREFIX}/include/compliance",
+            CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp", "-o", program,
+            library_directory() / "libclientcompliance.a")
+        self.check_cpp(program)
+
+    def test_stays_apart_from_templates_that_are_not_inlined(self):
+        self.check_with("-O0")
+
+    def test_stays_apart_from_an_optimised_program_without_unused_functions(self):
+        self.check_with("-O2", "-ffunction-sections", "-Wl,--gc-sections")
+
+    def test_stands_in_a_program_that_is_not_position_independent(self):
+        self.check_with("-O1", "-no-pie", "-fno-pie")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

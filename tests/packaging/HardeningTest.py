@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""scripts/check-hardening accepts what ships, and nothing that lacks a part of it."""
+
+import os
+import pathlib
+import subprocess
+import tempfile
+import unittest
+
+from support import BUILD, CC, PREFIX, SOURCE, library_directory, run
+
+CHECK = SOURCE / "scripts/check-hardening"
+PROGRAM = r"""
+#include <string.h>
+int Length(char const* text);
+int Length(char const* text) { char copy[64]; strcpy(copy, text); return (int)strlen(copy); }
+#ifdef WRITABLE_CODE
+__asm__(".section .writable,\"awx\"\n ret\n .text");
+#endif
+int main(int count, char** arguments) { return count > 1 ? Length(arguments[1]) : 0; }
+"""
+HARDENED = ["-O2", "-fPIE", "-pie", "-fstack-protector-strong", "-fcf-protection",
+            "-Wl,-z,relro,-z,now,-z,noexecstack"]
+
+
+def check(*paths):
+    return subprocess.run([CHECK, *map(str, paths)], capture_output=True, text=True)
+
+
+@unittest.skipUnless(os.environ.get("CC_HARDENED"), "of a hardened build only")
+class WhatShipsTest(unittest.TestCase):
+    def test_is_hardened(self):
+        programs = [path for path in (*PREFIX.glob("bin/*"), *PREFIX.glob("libexec/*/*"))
+                    if path.read_bytes().startswith(b"\x7fELF")]
+        self.assertGreaterEqual(len(programs), 2)
+        result = check(*programs, library_directory() / "libclientcompliance.so",
+                       library_directory() / "libclientcompliance.a")
+        self.assertEqual((result.stdout, result.returncode), ("", 0))
+
+    def test_is_made_of_hardened_objects(self):
+        """The tool has no names left to tell its guarded frames by."""
+        folders = ("tool", "compliance", "xml", "files", "strings", "unicode", "data")
+        result = check(*(BUILD / folder / f"lib{folder}.a" for folder in folders))
+        self.assertEqual((result.stdout, result.returncode), ("", 0))
+
+    def test_uses_the_checked_functions_of_the_C_library(self):
+        undefined = run("nm", "-D", "--undefined-only", library_directory() / "libclientcompliance.so")
+        self.assertIn("__vsnprintf_chk", undefined)
+
+
+class CheckTest(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
+        self.source = self.scratch / "program.c"
+        self.source.write_text(PROGRAM, encoding="utf-8")
+
+    def flaws(self, *flags):
+        out = self.scratch / "out"
+        run(CC, self.source, "-o", out, *flags)
+        result = check(out)
+        self.assertEqual(result.returncode, 1 if result.stdout else 0, result.stderr)
+        return [line.removeprefix(f"{out}: ") for line in result.stdout.splitlines()]
+
+    def test_accepts_a_hardened_program(self):
+        self.assertEqual(self.flaws(*HARDENED), [])
+
+    def test_sees_a_program_at_a_fixed_address(self):
+        self.assertEqual(self.flaws(*HARDENED, "-no-pie", "-fno-pie"), ["not position independent"])
+
+    def test_sees_late_binding(self):
+        self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,lazy"),
+                         ["names are bound late (no full RELRO)"])
+
+    def test_sees_data_that_stays_writable(self):
+        self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,norelro"),
+                         ["no data is made read-only after the start (RELRO)"])
+
+    def test_sees_an_executable_stack(self):
+        self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,execstack"), ["the stack is executable"])
+
+    def test_sees_a_run_path(self):
+        self.assertEqual(self.flaws(*HARDENED, "-Wl,-rpath,/usr/lib"), ["a run path"])
+
+    def test_sees_code_that_can_be_written(self):
+        self.assertEqual(self.flaws(*HARDENED, "-DWRITABLE_CODE"),
+                         ["memory that is writable and executable"])
+
+    def test_sees_an_exported_function_without_its_mark(self):
+        library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
+        self.assertEqual(self.flaws(*library, "-fcf-protection"), [])
+        self.assertEqual(sorted(self.flaws(*library, "-fcf-protection=none")),
+                         ["Length is not marked for control-flow protection",
+                          "main is not marked for control-flow protection"])
+
+    def test_sees_an_object_without_guards_or_marks(self):
+        object_file = ["-c", "-O2", "-fstack-protector-strong", "-fcf-protection"]
+        self.assertEqual(self.flaws(*object_file), [])
+        self.assertEqual(self.flaws(*object_file, "-fno-stack-protector"),
+                         ["no stack frame is guarded"])
+        self.assertEqual(self.flaws(*object_file, "-fcf-protection=none"),
+                         ["an object is not marked for control-flow protection"])
+        self.assertEqual(self.flaws(*object_file, "-Wa,--execstack"),
+                         ["an object asks for an executable stack"])
+
+    def test_refuses_what_is_no_program(self):
+        result = check(self.source)
+        self.assertEqual((result.returncode, result.stdout),
+                         (1, f"{self.source}: no program, library or object\n"))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,124 @@
+#!/usr/bin/env python3
+"""What `cmake --install` puts where."""
+
+import os
+import re
+import tempfile
+import unittest
+
+from support import (BUILD, CC, CXX, PREFIX, SOURCE, VERSION, install, library_directory,
+                     on_private_machine, run)
+
+
+def files_below(directory):
+    return sorted(str(path.relative_to(directory)) for path in directory.rglob("*")
+                  if not path.is_dir() or path.is_symlink())
+
+
+class InstallTest(unittest.TestCase):
+    def test_has_the_programs_libraries_and_files_of_the_interface(self):
+        found = set(files_below(PREFIX))
+        lib = library_directory().relative_to(PREFIX)
+        for name in ("bin/ClientCompliance", "include/compliance/Compliance.h",
+                     f"{lib}/libclientcompliance.so", f"{lib}/libclientcompliance.so.1",
+                     f"{lib}/libclientcompliance.so.1.0.0", f"{lib}/libclientcompliance.a",
+                     f"{lib}/pkgconfig/clientcompliance.pc",
+                     f"{lib}/cmake/ClientCompliance/ClientComplianceConfig.cmake",
+                     f"{lib}/cmake/ClientCompliance/ClientComplianceConfigVersion.cmake",
+                     "libexec/clientcompliance/VeskaClient",
+                     "share/clientcompliance/demo.scenario",
+                     "share/doc/clientcompliance/LICENSE",
+                     "share/doc/clientcompliance/exchange.md"):
+            self.assertIn(name, found)
+
+    def test_keeps_the_stand_in_agent_out_of_the_path(self):
+        named_so = [name for name in files_below(PREFIX) if name.endswith("/VeskaClient")]
+        self.assertEqual(named_so, ["libexec/clientcompliance/VeskaClient"])
+
+    def test_has_no_header_of_the_foundation_library(self):
+        self.assertEqual([name for name in files_below(PREFIX) if name.endswith(".h")
+                          and "/examples/" not in name], ["include/compliance/Compliance.h"])
+
+    def test_has_every_manual_page_in_its_section(self):
+        pages = sorted((SOURCE / "docs/man").glob("*.[1-8]"))
+        for page in pages:
+            section = page.suffix[1:]
+            self.assertEqual((PREFIX / f"share/man/man{section}" / page.name).read_bytes(),
+                             page.read_bytes())
+        self.assertEqual(len(list(PREFIX.glob("share/man/*/*"))), len(pages))
+
+    def test_goes_below_a_scratch_root_with_DESTDIR_and_owns_nothing_of_the_agent(self):
+        with tempfile.TemporaryDirectory() as root:
+            install("/usr", DESTDIR=root)
+            self.assertEqual(os.listdir(root), ["usr"])
+            self.assertEqual(files_below(PREFIX.__class__(root) / "usr"), files_below(PREFIX))
+
+    def test_links_each_name_of_the_shared_library_to_the_next(self):
+        lib = library_directory()
+        self.assertEqual(os.readlink(lib / "libclientcompliance.so"), "libclientcompliance.so.1")
+        self.assertEqual(os.readlink(lib / "libclientcompliance.so.1"),
+                         f"libclientcompliance.so.{VERSION}")
+        dynamic = run("readelf", "-dW", lib / "libclientcompliance.so")
+        self.assertIn("Library soname: [libclientcompliance.so.1]", dynamic)
+
+    def test_installs_what_was_built_byte_for_byte(self):
+        self.assertEqual((PREFIX / "bin/ClientCompliance").read_bytes(),
+                         (BUILD / "tool/ClientCompliance").read_bytes())
+
+    def test_names_no_place_of_the_machine_that_built_it(self):
+        for name in ("bin/ClientCompliance", "libexec/clientcompliance/VeskaClient"):
+            self.assertNotIn(os.fsencode(SOURCE), (PREFIX / name).read_bytes())
+        for path in (*library_directory().glob("libclientcompliance.*"),
+                     *library_directory().glob("**/*.pc"), *library_directory().glob("**/*.cmake")):
+            self.assertNotIn(os.fsencode(SOURCE), path.read_bytes(), path)
+
+
+class ToolTest(unittest.TestCase):
+    def test_runs_where_no_agent_was_ever_installed(self):
+        output = on_private_machine('"$1" -d; echo "status $?"', PREFIX / "bin/ClientCompliance")
+        self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\nstatus 0\n")
+
+    def test_needs_no_other_file(self):
+        self.assertNotIn("NEEDED", run("readelf", "-dW", PREFIX / "bin/ClientCompliance"))
+        self.assertNotIn("INTERP", run("readelf", "-lW", PREFIX / "bin/ClientCompliance"))
+
+    @unittest.skipUnless(os.environ.get("CC_BUILD_TYPE") == "Release", "of a release build only")
+    def test_has_at_most_1_1_MiB(self):
+        self.assertLessEqual((PREFIX / "bin/ClientCompliance").stat().st_size, 1.1 * 1024 * 1024)
+
+
+class HeaderTest(unittest.TestCase):
+    def compile_alone(self, compiler, language, standard):
+        with tempfile.TemporaryDirectory() as directory:
+            source = os.path.join(directory, "alone")
+            with open(source, "w", encoding="utf-8") as file:
+                file.write("#include <compliance/Compliance.h>\n" * 2)
+            run(compiler, "-x", language, f"-std={standard}", "-pedantic-errors", "-Wall",
+                "-Wextra", "-Werror", "-fsyntax-only", f"-I{PREFIX}/include", source)
+
+    def test_compiles_alone_as_every_C(self):
+        for standard in ("c89", "c99", "c11", "c17"):
+            self.compile_alone(CC, "c", standard)
+
+    def test_compiles_alone_as_every_Cpp(self):
+        for standard in ("c++98", "c++11", "c++17", "c++20"):
+            self.compile_alone(CXX, "c++", standard)
+
+
+class VersionTest(unittest.TestCase):
+    def first_version_in(self, name, pattern):
+        text = (SOURCE / name).read_text(encoding="utf-8")
+        return re.search(pattern, text, re.M).group(1)
+
+    def test_is_the_project_s_own_for_pkg_config(self):
+        pc = (library_directory() / "pkgconfig/clientcompliance.pc").read_text(encoding="utf-8")
+        self.assertIn(f"\nVersion: {VERSION}\n", pc)
+
+    def test_is_the_newest_of_both_change_logs(self):
+        self.assertEqual(self.first_version_in("CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"), VERSION)
+        self.assertEqual(self.first_version_in("debian/changelog", r"^clientcompliance \((.*?)\)"),
+                         VERSION)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

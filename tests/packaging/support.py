@@ -1,0 +1,66 @@
+"""What the packaging tests share: where things are, running programs, a private machine."""
+
+import os
+import pathlib
+import subprocess
+import unittest
+
+SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
+BUILD = pathlib.Path(os.environ.get("CC_BUILD", SOURCE / "build/test"))
+PREFIX = pathlib.Path(os.environ.get("CC_PREFIX", BUILD / "tests/packaging/prefix"))
+VERSION = os.environ.get("CC_VERSION", "")
+CC = os.environ.get("CC", "cc")
+CXX = os.environ.get("CXX", "c++")
+
+
+def run(*command, **options):
+    """The output of a command that must succeed."""
+    result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL,
+                            capture_output=True, text=True, errors="replace", **options)
+    if result.returncode != 0:
+        raise AssertionError(f"{' '.join(map(str, command))} gave {result.returncode}:\n"
+                             f"{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+def install(prefix, **environment):
+    run("cmake", "--install", BUILD, "--prefix", prefix, env={**os.environ, **environment})
+
+
+def library_directory(prefix=PREFIX):
+    (shared,) = prefix.glob("**/libclientcompliance.so")
+    return shared.parent
+
+
+MACHINE = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
+           "--propagation", "private"]
+EMPTY = "mount -t tmpfs none /opt && mount -t tmpfs none /var/opt"
+
+
+def machine():
+    """The words that begin a command on a private machine, or a skipped test where there is none."""
+    for more in ([], ["--user", "--map-root-user"]):
+        words = MACHINE + more
+        if subprocess.run([*words, "sh", "-c", EMPTY], capture_output=True).returncode == 0:
+            return words
+    message = "This host forbids the namespaces of a private machine: nothing is proved here."
+    if os.environ.get("CI"):
+        raise AssertionError(message)
+    raise unittest.SkipTest(message)
+
+
+# One whole request to the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
+TRIAL = """
+mkdir -p /opt/VeskaClient/bin
+cp "$2" /opt/VeskaClient/bin/
+/opt/VeskaClient/bin/VeskaClient "$3" >/opt/says &
+until grep -q ready /opt/says; do sleep 0.1; done
+"$1" -c http://example.com:52311/ 'R&D baseline.xml' 3
+kill $!
+"""
+ROWS_OF_THE_DEMO = ["COMPLIANCE_ResultCount is 3."]
+
+
+def on_private_machine(script, *arguments, **options):
+    """The output of a shell script that sees an empty /opt and /var/opt and no process but its own."""
+    return run(*machine(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)
