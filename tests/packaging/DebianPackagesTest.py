@@ -1,0 +1,125 @@
+#!/usr/bin/env python3
+"""The packages for Debian that `scripts/package --check deb` has built, below a scratch root."""
+
+import os
+import pathlib
+import shlex
+import subprocess
+import tempfile
+import unittest
+
+from support import (BUILD, CC, SOURCE, TRIAL, VERSION, on_private_machine, run)
+
+PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
+TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
+NAMES = ["clientcompliance", "clientcompliance-demo", "clientcompliance-doc",
+         "libclientcompliance-dev", "libclientcompliance1"]
+CONSUMERS = SOURCE / "tests/packaging/consumers"
+
+
+def package(name):
+    (path,) = PACKAGES.glob(f"{name}_*.deb")
+    return path
+
+
+def contents(name):
+    lines = run("dpkg-deb", "--contents", package(name)).splitlines()
+    return [line.split()[5].removeprefix(".") for line in lines]
+
+
+def field(name, wanted):
+    return run("dpkg-deb", "--field", package(name), wanted).strip()
+
+
+class PackagesTest(unittest.TestCase):
+    def test_are_five_of_the_project_s_version(self):
+        found = sorted(path.name.split("_")[0] for path in PACKAGES.glob("*.deb"))
+        self.assertEqual(found, NAMES)
+        for name in NAMES:
+            self.assertEqual(field(name, "Version"), VERSION)
+
+    def test_own_nothing_of_the_agent_and_nothing_outside_of_usr(self):
+        for name in NAMES:
+            for path in contents(name):
+                self.assertTrue(path == "/" or path.startswith("/usr/"), f"{name}: {path}")
+
+    def test_have_no_scripts_that_run_at_their_installation(self):
+        for name in NAMES:
+            with tempfile.TemporaryDirectory() as directory:
+                run("dpkg-deb", "--control", package(name), directory)
+                self.assertLessEqual(
+                    set(os.listdir(directory)),
+                    {"control", "md5sums", "shlibs", "symbols", "triggers"})
+
+    def test_need_of_the_machine_what_they_are_linked_with(self):
+        self.assertEqual(field("clientcompliance", "Depends"), "")
+        self.assertIn("libstdc++6", field("libclientcompliance1", "Depends"))
+        self.assertIn(f"libclientcompliance1 (= {VERSION})",
+                      field("libclientcompliance-dev", "Depends"))
+
+    def test_satisfy_lintian(self):
+        (changes,) = (PACKAGES / "work/deb").glob("*.changes")
+        local = TREE.parent / "checked"
+        local.mkdir(exist_ok=True)
+        for path in (changes, *changes.parent.glob("*.buildinfo"), *PACKAGES.glob("*.deb")):
+            (local / path.name).write_bytes(path.read_bytes())
+        result = subprocess.run(["lintian", "--allow-root", "--fail-on", "error,warning",
+                                 "--tag-display-limit", "0", local / changes.name],
+                                capture_output=True, text=True)
+        self.assertEqual((result.returncode, result.stdout), (0, ""), result.stderr)
+
+    def test_override_one_verdict_of_lintian_alone(self):
+        overrides = [line for path in (SOURCE / "debian").glob("*lintian-overrides")
+                     for line in path.read_text(encoding="utf-8").splitlines()
+                     if line and not line.startswith("#")]
+        self.assertEqual(overrides, ["shared-library-lacks-prerequisites [usr/bin/ClientCompliance]"])
+
+
+class ScratchRootTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.root = pathlib.Path(scratch.name)
+        for name in NAMES:
+            run("dpkg-deb", "--extract", package(name), cls.root)
+        (cls.lib,) = (path.parent for path in cls.root.glob("usr/lib/*/libclientcompliance.so"))
+
+    def test_holds_what_is_hardened(self):
+        run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",
+            self.root / "usr/libexec/clientcompliance/VeskaClient",
+            self.lib / "libclientcompliance.so.1", self.lib / "libclientcompliance.a")
+
+    def test_has_a_tool_that_runs_where_no_agent_is(self):
+        output = on_private_machine('"$1" -d', self.root / "usr/bin/ClientCompliance")
+        self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
+
+    def test_has_a_stand_in_agent_that_the_tool_gets_its_rows_from(self):
+        output = on_private_machine(TRIAL, self.root / "usr/bin/ClientCompliance",
+                                    self.root / "usr/libexec/clientcompliance/VeskaClient",
+                                    self.root / "usr/share/clientcompliance/demo.scenario")
+        self.assertIn("\nCOMPLIANCE_ResultCount is 4.\n    Designator: ", output)
+
+    def test_serves_a_program_in_C_through_pkg_config(self):
+        environment = {**os.environ, "PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig")}
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "clientcompliance",
+                                env=environment))
+        program = self.root / "program"
+        run(CC, CONSUMERS / "InC.c", "-o", program, *flags)
+        output = on_private_machine('"$1"', program,
+                                    env={**os.environ, "LD_LIBRARY_PATH": str(self.lib)})
+        self.assertTrue(output.startswith("open -6\n"), output)
+
+
+class ReproducibilityTest(unittest.TestCase):
+    def test_two_builds_in_different_directories_give_the_same_bytes(self):
+        (built,) = TREE.glob("obj-*")
+        self.assertNotEqual(built, BUILD)
+        for name in ("tool/ClientCompliance", "demo/VeskaClient",
+                     f"packaging/libclientcompliance.so.{VERSION}",
+                     "packaging/libclientcompliance.a"):
+            self.assertEqual((built / name).read_bytes(), (BUILD / name).read_bytes(), name)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

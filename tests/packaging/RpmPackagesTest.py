@@ -1,0 +1,58 @@
+#!/usr/bin/env python3
+"""The RPM packages that `scripts/package --check rpm` has built, below a scratch root."""
+
+import os
+import pathlib
+import tempfile
+import unittest
+
+from support import SOURCE, VERSION, on_private_machine, run
+
+PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
+NAMES = ["clientcompliance", "clientcompliance-demo", "clientcompliance-doc",
+         "clientcompliance-license", "libclientcompliance-devel", "libclientcompliance1"]
+
+
+def query(path, *arguments):
+    return run("rpm", "--query", *arguments, "--package", path)
+
+
+class PackagesTest(unittest.TestCase):
+    def test_are_six_of_the_project_s_version_and_licence(self):
+        found = {query(path, "--queryformat", "%{NAME} %{VERSION} %{LICENSE}")
+                 for path in PACKAGES.glob("*.rpm")}
+        self.assertEqual(found, {f"{name} {VERSION} MIT" for name in NAMES})
+
+    def test_own_nothing_of_the_agent_and_no_directory_of_the_system(self):
+        for path in PACKAGES.glob("*.rpm"):
+            for name in query(path, "--list").splitlines():
+                self.assertTrue(name.startswith("/usr/"), f"{path.name}: {name}")
+                self.assertGreater(name.count("/"), 2, f"{path.name}: {name}")
+
+    def test_have_no_scripts_that_run_at_their_installation(self):
+        for path in PACKAGES.glob("*.rpm"):
+            self.assertEqual(query(path, "--scripts"), "")
+
+
+class ScratchRootTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.root = pathlib.Path(scratch.name)
+        for path in PACKAGES.glob("*.rpm"):
+            run("sh", "-c", 'rpm2cpio "$1" | cpio -id --quiet', "sh", path, cwd=cls.root)
+
+    def test_holds_what_is_hardened(self):
+        run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",
+            self.root / "usr/libexec/clientcompliance/VeskaClient",
+            self.root / "usr/lib64/libclientcompliance.so.1",
+            self.root / "usr/lib64/libclientcompliance.a")
+
+    def test_has_a_tool_that_runs_where_no_agent_is(self):
+        output = on_private_machine('"$1" -d', self.root / "usr/bin/ClientCompliance")
+        self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
