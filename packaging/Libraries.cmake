@@ -23,6 +23,7 @@ set_target_properties(clientcompliance_shared PROPERTIES
 # its own Buffer or FileName. The groups of templates and inline functions (COMDAT) are dissolved
 # first: a linker tells them by name even where the name is local, and would throw away either our
 # copy or the program's.
+find_program(CC_GNU_LINKER NAMES ld.bfd ld DOC "The linker that joins the static library" REQUIRED)
 set(static_library ${CMAKE_CURRENT_BINARY_DIR}/libclientcompliance.a)
 set(folders compliance xml files strings unicode data)
 list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE archives)
@@ -30,7 +31,7 @@ file(STRINGS ${exports} exported_names)
 list(TRANSFORM exported_names PREPEND "--undefined=" OUTPUT_VARIABLE wanted)
 add_custom_command(
   OUTPUT ${static_library}
-  COMMAND ${CMAKE_LINKER} -r --force-group-allocation ${wanted} -o clientcompliance.o
+  COMMAND ${CC_GNU_LINKER} -r --force-group-allocation ${wanted} -o clientcompliance.o
           --start-group ${archives} --end-group
   COMMAND ${CMAKE_OBJCOPY} --keep-global-symbols=${exports} clientcompliance.o
   COMMAND ${CMAKE_COMMAND} -E rm -f ${static_library}
