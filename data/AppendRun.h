@@ -1,4 +1,4 @@
-// Appending to a std::string in short runs, as writers of marked-up text do.
+// Copying short runs, and appending them to a std::string, as writers of marked-up text do.
 //
 // Most of such runs are a few bytes long, and then the library's append costs several times what
 // there is to copy. The plain form beside the fast one says what it means; the tests compare them.
@@ -28,7 +28,7 @@ inline void CopyEnds(char* to, char const* from, std::size_t length) {
     std::memcpy(to + length - sizeof(Word), &last, sizeof(Word));
 }
 
-// REQUIRES: length <= 16.
+// The two may overlap. REQUIRES: length <= 16.
 inline void CopyShort(char* to, char const* from, std::size_t length) {
     if (length >= 8)
         CopyEnds<std::uint64_t>(to, from, length);

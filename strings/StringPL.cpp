@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "data/AppendRun.h"
 #include "strings/CaseBlindSearch.h"
 
 static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide");
@@ -25,7 +26,10 @@ std::uint32_t NotNegative(int number) {
 // Writes the run and NULs behind it, up to and with the one at target[count]. The run may lie in
 // front of the target, in the same text.
 void WriteText(char* target, char const* run, std::size_t runLength, std::size_t count) {
-    std::memmove(target, run, runLength);
+    if (runLength <= 16)
+        AppendRuns::CopyShort(target, run, runLength);
+    else
+        std::memmove(target, run, runLength);
     if (runLength < count)
         std::memset(target + runLength, 0, count - runLength);
     target[count] = '\0';
@@ -93,12 +97,6 @@ void StringPL::SetStringLength(unsigned int length) {
         GetHeader().length = length;
 }
 
-void StringPL::MakeEmpty() {
-    SetStringLength(0);
-    if (!IsShared())
-        characters[0] = '\0';
-}
-
 char StringPL::GetAt(int index) const {
     if (NotNegative(index) >= Length())
         throw StringPLOutOfBoundsException();
@@ -106,21 +104,27 @@ char StringPL::GetAt(int index) const {
 }
 
 void StringPL::AppendRun(char const* run, std::size_t runLength, std::size_t count) {
+    if (!HasRoomFor(count)) {
+        AppendGrowing(run, runLength, count);
+    } else if (!IsShared()) {
+        Header& header = GetHeader();
+        char* const end = characters + header.length;
+        header.length += static_cast<std::uint32_t>(count);
+        WriteText(end, run, runLength, count);
+    }
+}
+
+[[gnu::noinline]] void StringPL::AppendGrowing(char const* run, std::size_t runLength,
+                                               std::size_t count) {
     std::uint32_t const oldLength = Length();
     std::uint64_t const length = std::uint64_t{oldLength} + count;
-    if (HasRoomFor(count)) {
-        if (IsShared())
-            return;
-        WriteText(characters + oldLength, run, runLength, count);
-    } else {
-        std::uint64_t capacity = GetHeader().capacity;
-        while (capacity <= length)
-            capacity *= 2;
-        char* const block = NewBlock(capacity);
-        std::memcpy(block, characters, oldLength);
-        WriteText(block + oldLength, run, runLength, count);
-        TakeBlock(block);
-    }
+    std::uint64_t capacity = GetHeader().capacity;
+    while (capacity <= length)
+        capacity *= 2;
+    char* const block = NewBlock(capacity);
+    std::memcpy(block, characters, oldLength);
+    WriteText(block + oldLength, run, runLength, count);
+    TakeBlock(block);
     SetStringLength(static_cast<std::uint32_t>(length));
 }
 

@@ -184,6 +184,7 @@ private:
 
     // Appends the run and as many NULs as are missing to `count`.
     void AppendRun(char const* run, std::size_t runLength, std::size_t count);
+    void AppendGrowing(char const* run, std::size_t runLength, std::size_t count);
 
     // REQUIRES: HasRoomFor(1).
     void AppendByte(char byte);
@@ -199,6 +200,13 @@ inline void StringPL::AppendByte(char byte) {
     ++header.length;
     end[0] = byte;
     end[1] = '\0';
+}
+
+inline void StringPL::MakeEmpty() {
+    if (Length() != 0)
+        GetHeader().length = 0;
+    if (!IsShared())
+        characters[0] = '\0';
 }
 
 inline StringPL& StringPL::operator+=(char const* text) {

@@ -116,20 +116,23 @@ std::uint64_t MatchesInBlock(char const* from, Bytes... wanted) {
     return found;
 }
 
-// A short run is found in one look at a whole block, and the whole block is appended and cut back:
-// that has no branch that depends on the length, which nothing could foretell.
+// A short run is found in one or two looks at a whole block, and the whole block is appended and cut
+// back: that has no branch that depends on the length, which nothing could foretell.
 template <int block, class... Bytes>
 [[gnu::always_inline]] inline char const* AppendUntil(std::string& target, char const* from,
                                                       char const* end, Bytes... wanted) {
-    if (end - from >= block) {
+    for (int blocksLeft = 2; blocksLeft != 0 && end - from >= block; --blocksLeft) {
         std::uint64_t const found = MatchesInBlock<block>(from, wanted...);
+        std::size_t const size = target.size();
+        if (size > target.max_size() - block)
+            __builtin_unreachable(); // no memory is so large; told so, append need not ask
+        target.append(from, block);
         if (found != 0) {
             std::size_t const length = static_cast<std::size_t>(__builtin_ctzll(found));
-            std::size_t const wholeLength = target.size() + length;
-            target.append(from, block);
-            target.resize(wholeLength);
+            target.erase(size + length); // unlike resize, it never grows
             return from + length;
         }
+        from += block;
     }
     char const* const stop = Find(from, end, wanted...);
     target.append(from, static_cast<std::size_t>(stop - from));

@@ -22,6 +22,14 @@ XMLAttribute const* FindAttribute(std::vector<XMLAttribute> const& attributes,
 
 } // namespace
 
+// Apart, since most elements have none.
+[[gnu::noinline]] void
+XMLElementPL::TakeAttributes(std::vector<XMLAttribute const*> const& elementAttributes) {
+    attributes.reserve(elementAttributes.size());
+    for (XMLAttribute const* attribute : elementAttributes)
+        attributes.push_back(*attribute);
+}
+
 struct XMLElementPL::CopyStep {
     XMLElementPL const* source;
     XMLElementPL* target;
@@ -34,9 +42,8 @@ XMLElementPL::XMLElementPL(std::string const& elementName,
 XMLElementPL::XMLElementPL(std::string const& elementName,
                            std::vector<XMLAttribute const*> const& elementAttributes)
     : name(elementName), children(NewElementList()) {
-    attributes.reserve(elementAttributes.size());
-    for (XMLAttribute const* attribute : elementAttributes)
-        attributes.push_back(*attribute);
+    if (!elementAttributes.empty())
+        TakeAttributes(elementAttributes);
 }
 
 XMLElementPL::XMLElementPL(WithoutChildren copied)

@@ -69,6 +69,8 @@ public:
     explicit XMLElementPL(WithoutChildren copied);
 
 private:
+    void TakeAttributes(std::vector<XMLAttribute const*> const& elementAttributes);
+
     struct CopyStep;
     void CopyChildren(XMLElementPL const& source, std::vector<CopyStep>& pending);
 

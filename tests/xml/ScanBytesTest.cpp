@@ -66,7 +66,7 @@ TEST(ScanBytesTest, AgreesWithThePlainLoopOnRandomBytesAtEachStart) {
 template <int block>
 unsigned int CountWrongAppends(std::mt19937& random) {
     unsigned int mismatches = 0;
-    for (std::size_t length = 0; length <= 80; ++length) {
+    for (std::size_t length = 0; length <= 150; ++length) {
         for (std::size_t place = 0; place <= length; ++place) {
             std::string bytes(length, 'p');
             if (place < length)
