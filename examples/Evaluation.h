@@ -3,7 +3,7 @@
 // C++17. One object at a time in a process, and all of it on one thread.
 #pragma once
 
-#include <Compliance.h>
+#include <compliance/Compliance.h>
 
 #include <new>
 #include <optional>

@@ -6,7 +6,7 @@
  *
  * Exit status: 0 finished, 1 no results, 2 wrong arguments.
  */
-#include <Compliance.h>
+#include <compliance/Compliance.h>
 
 #include <stdio.h>
 #include <unistd.h>

@@ -16,7 +16,7 @@
  */
 #define _POSIX_C_SOURCE 200809L
 
-#include <Compliance.h>
+#include <compliance/Compliance.h>
 
 #include <signal.h>
 #include <stdio.h>
