@@ -34,7 +34,8 @@ void FileLoop::Start(FileLocation const& where, TarvikFileType type) {
 FileItem const& FileLoop::operator*() const {
     if (!HasItem())
         throw InvalidIteratorPosition();
-    slot = Item();
+    // Not `slot = Item()`, which would make a FileItem of the item and copy that again.
+    static_cast<UnixPlatform::FileItem&>(slot) = Item();
     return slot;
 }
 
