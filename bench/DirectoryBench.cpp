@@ -32,13 +32,13 @@ struct Entries {
     std::size_t const count;
 };
 
-// Both walks hand the name and the record of each entry to `take`.
+// Both walks hand the path and the record of each entry to `take`.
 template <class Take>
 void WalkOurs(Entries const& entries, Take take) {
     FileLocation const where = MakeFileLocation(entries.directory.path().c_str());
     for (FileLoop loop(where, nullptr, false); loop.HasItem(); ++loop) {
         FileItem const& item = *loop;
-        take(std::strrchr(item.Location().Text(), '/') + 1, item.Link());
+        take(item.Location().Text(), item.Link());
     }
 }
 
@@ -56,7 +56,7 @@ void WalkScandir(Entries const& entries, Take take) {
         path.replace(base, std::string::npos, list[i]->d_name);
         struct stat stats;
         if (lstat(path.c_str(), &stats) == 0)
-            take(path.c_str() + base, stats);
+            take(path.c_str(), stats);
         std::free(list[i]);
     }
     std::free(list);
@@ -75,8 +75,8 @@ std::size_t TotalSize(Entries const& entries, Walk walk) {
 template <class Walk>
 std::string Listing(Entries const& entries, Walk walk) {
     std::string text;
-    walk(entries, [&](char const* name, struct stat const& stats) {
-        text.append(name).append(" ").append(std::to_string(stats.st_size));
+    walk(entries, [&](char const* path, struct stat const& stats) {
+        text.append(path).append(" ").append(std::to_string(stats.st_size));
         text.append(" ").append(std::to_string(stats.st_ino)).append("\n");
     });
     return text;

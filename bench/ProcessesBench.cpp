@@ -1,0 +1,140 @@
+// Is the agent running? Beside pidof(8) and pgrep(1), among 1,000 processes that sleep.
+//
+// Each run is a process of its own, and its time is the processor time that the system charges it
+// from its start to its end: ours is a program that does nothing but ask (AskForAgent.cpp). The
+// bare loop is a program too: the system calls of ours, without what ours does with their results.
+//
+// The sleepers live in a process namespace of their own, so that every machine shows the same
+// 1,000, and nothing is left of them when this program ends, however that happens.
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <fcntl.h>
+#include <sched.h>
+#include <spawn.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "bench/Bench.h"
+
+namespace {
+
+constexpr int sleeperCount = 1000;
+
+void Check(bool succeeded, char const* what) {
+    if (!succeeded)
+        throw std::system_error(errno, std::generic_category(), what);
+}
+
+// Where this process is not root, it becomes root of a user namespace.
+void EnterNamespaces() {
+    constexpr int wanted = CLONE_NEWNS | CLONE_NEWPID;
+    Check(unshare(wanted) == 0 || unshare(wanted | CLONE_NEWUSER) == 0, "unshare");
+    Check(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "mount /");
+}
+
+[[noreturn]] void Sleep() {
+    for (;;)
+        pause();
+}
+
+// The first process of the namespace. When it ends, with its parent, the system ends all others.
+[[noreturn]] void BeInit(int ready) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    bool made = mount("proc", "/proc", "proc", 0, nullptr) == 0;
+    for (int i = 0; made && i < sleeperCount; ++i) {
+        pid_t const child = fork();
+        if (child == 0)
+            Sleep();
+        made = child > 0;
+    }
+    char const answer = made ? 'y' : 'n';
+    if (write(ready, &answer, 1) != 1 || !made)
+        _exit(1);
+    Sleep();
+}
+
+// From here on "/proc" has the sleepers, and what this process starts is one of theirs.
+class Sleepers {
+public:
+    Sleepers() {
+        EnterNamespaces();
+        int ready[2];
+        Check(pipe2(ready, O_CLOEXEC) == 0, "pipe2");
+        init = fork();
+        Check(init >= 0, "fork");
+        if (init == 0)
+            BeInit(ready[1]);
+        close(ready[1]);
+        char answer = 'n';
+        Check(read(ready[0], &answer, 1) == 1 && answer == 'y', "making the sleepers");
+        close(ready[0]);
+    }
+
+    ~Sleepers() {
+        kill(init, SIGKILL);
+        waitpid(init, nullptr, 0);
+    }
+
+    Sleepers(Sleepers const&) = delete;
+    Sleepers& operator=(Sleepers const&) = delete;
+
+private:
+    pid_t init = -1;
+};
+
+using Command = std::vector<char const*>;
+
+struct Ended {
+    int status;
+    double seconds;
+};
+
+Ended Run(Command command) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+    command.push_back(nullptr);
+    pid_t child = -1;
+    errno = posix_spawnp(&child, command[0], &actions, nullptr,
+                         const_cast<char* const*>(command.data()), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    Check(errno == 0, command[0]);
+    int status = 0;
+    rusage usage = {};
+    Check(wait4(child, &status, 0, &usage) == child, "wait4");
+    auto const seconds = [](timeval const& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            seconds(usage.ru_utime) + seconds(usage.ru_stime)};
+}
+
+// All of them end with 0 if there is such a process, and with 1 if there is none.
+void Add(Operation<Sleepers>& operation, std::string const& who, Command const& command) {
+    operation.AddSelfTimed(
+        who, [command](Sleepers const&) { return Run(command).seconds; },
+        [command](Sleepers const&) { return Run(command).status; });
+}
+
+} // namespace
+
+void RegisterOperations() {
+    auto const make = []() -> Sleepers const& {
+        static Sleepers sleepers;
+        return sleepers;
+    };
+    Operation<Sleepers> operation("Processes/among-" + std::to_string(sleeperCount), make);
+    Add(operation, "ours", {ASK_FOR_AGENT});
+    Add(operation, "bare-loop", {ASK_FOR_AGENT, "bare"});
+    Add(operation, "pidof", {"pidof", "VeskaClient"});
+    Add(operation, "pgrep", {"pgrep", "-x", "VeskaClient"});
+}

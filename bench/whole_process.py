@@ -1,0 +1,127 @@
+"""The tool as a whole process, from its start to its end, for scripts/bench.
+
+It runs on a private machine (namespaces with empty file systems in memory, as scripts/demo makes
+them), with an agent that answers at once for the exchange and with none for the rest. So "-d" gets
+as far as the lock and the question whether the agent is installed.
+
+    wall_over_minimal         wall time, divided by that of MinimalProgram; median of many pairs
+    system_calls_before_work  by strace, up to the first on a file of the tool's own
+    peak_mib                  the most memory that was resident, read when all its work is done
+    file_mib                  the size of the program's file
+    processor_ms              processor time of a whole "-c", user and system; its sleeps take none
+"""
+
+import fcntl
+import json
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import time
+
+PAIRS = 400
+EXCHANGES = 3
+MIB = 1024 * 1024
+REFUSED = "COMPLIANCE_Open returned error: "
+COMMANDS = {"start-usage": ([], 255, "Usage: "), "start-no-agent": (["-d"], 0, REFUSED)}
+EXCHANGE = ["-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Baseline.xml"]
+AGENT = pathlib.Path("/opt/VeskaClient/bin/VeskaClient")
+SCENARIO = 'row "baseline-001" "Compliant" "pass/fail" "1523" "At least 14 characters" ""\nfinish\n'
+
+
+def figures(build):
+    """What was measured: {"start-usage": {counter: value}, "exchange": {counter: value}, ...}."""
+    machine = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
+               "--propagation", "private"]
+    if subprocess.run([*machine, "mount", "-t", "tmpfs", "none", "/opt"],
+                      stderr=subprocess.DEVNULL).returncode != 0:
+        machine += ["--user", "--map-root-user"]
+    inside = subprocess.run([*machine, sys.executable, __file__, build], check=True, text=True,
+                            stdout=subprocess.PIPE)
+    return json.loads(inside.stdout)
+
+
+def wall_seconds(command):
+    start = time.perf_counter()
+    child = os.posix_spawn(command[0], command, os.environ, file_actions=[
+        (os.POSIX_SPAWN_OPEN, 1, "/dev/null", os.O_WRONLY, 0)])
+    os.waitpid(child, 0)
+    return time.perf_counter() - start
+
+
+def wall_over_minimal(command, minimal):
+    return statistics.median(wall_seconds(command) / wall_seconds([minimal]) for _ in range(PAIRS))
+
+
+def system_calls_before_work(command):
+    """The text and the lock file are the first that the tool itself is there for."""
+    traced = subprocess.run(["strace", "-f", "-o", "/opt/trace", *command],
+                            stdout=subprocess.DEVNULL)
+    assert traced.returncode in (0, 255), traced
+    calls = pathlib.Path("/opt/trace").read_text(encoding="utf-8").splitlines()
+    own = [number for number, call in enumerate(calls) if "write(1," in call or "lockfile" in call]
+    return own[0]
+
+
+def peak_mib(command):
+    """A full pipe holds the tool at its last line, before its end takes the figure away."""
+    reading, writing = os.pipe()
+    os.write(writing, b"x" * fcntl.fcntl(writing, fcntl.F_GETPIPE_SZ))
+    with subprocess.Popen(command, stdout=writing) as child:
+        os.close(writing)
+        status = ""
+        while "State:\tS" not in status:
+            time.sleep(0.001)
+            status = pathlib.Path(f"/proc/{child.pid}/status").read_text(encoding="utf-8")
+        os.close(reading)
+    return int(status.split("VmHWM:")[1].split()[0]) * 1024 / MIB
+
+
+def processor_ms(command, answer):
+    """Of the tool alone: the agent is another process."""
+    reading, writing = os.pipe()
+    child = os.posix_spawn(command[0], command, os.environ,
+                           file_actions=[(os.POSIX_SPAWN_DUP2, writing, 1)])
+    os.close(writing)
+    with os.fdopen(reading, "rb") as output:
+        text = output.read()
+    _, status, usage = os.wait4(child, 0)
+    assert status == 0 and answer in text, text
+    return (usage.ru_utime + usage.ru_stime) * 1000
+
+
+def start_agent(program):
+    AGENT.parent.mkdir(parents=True)
+    shutil.copy(program, AGENT)
+    scenario = pathlib.Path("/opt/scenario")
+    scenario.write_text(SCENARIO, encoding="utf-8")
+    agent = subprocess.Popen([AGENT, scenario], stdout=subprocess.PIPE, text=True)
+    assert "ready" in agent.stdout.readline()
+    return agent
+
+
+def measure_inside(build):
+    for place in ("/opt", "/var/opt"):
+        subprocess.run(["mount", "-t", "tmpfs", "none", place], check=True)
+    os.makedirs("/var/opt/VeskaClient/RequestDir")
+    tool = str(build / "tool/ClientCompliance")
+    minimal = str(build / "bench/MinimalProgram")
+    found = {"file": {"file_mib": os.path.getsize(tool) / MIB}}
+    for name, (arguments, status, answer) in COMMANDS.items():
+        command = [tool, *arguments]
+        done = subprocess.run(command, stdout=subprocess.PIPE, text=True)
+        assert done.returncode == status and done.stdout.startswith(answer), done
+        found[name] = {"wall_over_minimal": wall_over_minimal(command, minimal),
+                       "system_calls_before_work": system_calls_before_work(command),
+                       "peak_mib": peak_mib(command)}
+    agent = start_agent(build / "demo/VeskaClient")
+    times = [processor_ms([tool, *EXCHANGE], b"baseline-001") for _ in range(EXCHANGES)]
+    agent.terminate()
+    found["exchange"] = {"processor_ms": statistics.median(times)}
+    return found
+
+
+if __name__ == "__main__":
+    print(json.dumps(measure_inside(pathlib.Path(sys.argv[1]))))
