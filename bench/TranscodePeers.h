@@ -1,7 +1,7 @@
 // Who turns a text of one Unicode encoding into another: ours and the peers behind one face.
 //
-// Each has Whole<Target, Source>(texts), which yields the new text, and Stream<Target, Source>(texts,
-// take), which hands it out in blocks of 4,096 bytes.
+// Each has Whole<Target, Source>(texts), which yields the new text, and Stream<Target,
+// Source>(texts, take), which hands it out in blocks of 4,096 bytes.
 #pragma once
 
 #include <cstddef>

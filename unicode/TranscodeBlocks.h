@@ -1,6 +1,6 @@
 // Sequences of one kind, many at a time: what makes texts fast that have runs of them.
 //
-// For TranscodeRuns.h only, which has the plain form beside which the tests lay these. Each form
+// For TranscodeRuns.h, which has the plain form beside which the tests lay these. Each form
 // here takes sequences from the first one on, up to one that is not of its kind. It may read units
 // behind those that it takes, and write some behind those that are good: how many is said with
 // each.
@@ -23,6 +23,7 @@ using namespace Vectors;
 // What a form has taken, in units of the source and of the target.
 struct Taken {
     int read, written;
+    bool isWhole = false; // Whether that is as much as the form can take.
 };
 
 // The sequences in front of the first bit of `others`, which are `count` if there is none. That
@@ -30,7 +31,7 @@ struct Taken {
 template <int count, int sourceUnits, int targetUnits>
 Taken TakenBefore(unsigned others) {
     if (others == 0) [[likely]]
-        return {count * sourceUnits, count * targetUnits};
+        return {count * sourceUnits, count * targetUnits, true};
     int const taken = std::countr_zero(others);
     return {taken * sourceUnits, taken * targetUnits};
 }
@@ -74,6 +75,12 @@ unsigned Differing(typename Source::Unit const* from, TwoVectors units) {
     if constexpr (std::same_as<Source, UTF32>)
         found = {Or(found.first, AreWide(from)), Or(found.second, AreWide(from + 8))};
     return Bits16(found);
+}
+
+// Whether 16 units are the same.
+template <class Target, class Source>
+bool AreSame(typename Source::Unit const* from) {
+    return Differing<Target, Source>(from, LoadUnits(from)) == 0;
 }
 
 // Up to 16 units. Reads and writes 16. Yields one bit for each that is not the same.
@@ -148,126 +155,6 @@ Taken DecodeTriples(unsigned char const* from, Unit* to) {
         Store(to, values);
     }
     return TakenBefore<4, 3, 1>(Bits32(found) ^ 0xF);
-}
-
-inline void StoreEight(unsigned short* to, Vector values) { Store(to, values); }
-inline void StoreEight(unsigned int* to, Vector values) {
-    Store(to, Widen16(values).first);
-    Store(to + 4, Widen16(values).second);
-}
-
-// 8 sequences of two bytes, untested.
-template <class Unit>
-void DecodePairs(unsigned char const* from, Unit* to) {
-    Vector const bytes = Load(from);
-    StoreEight(to, Or(Left16(bytes, 0x1F, 6), Right16(bytes, 8, 0x3F)));
-}
-
-// Sequences of one and two bytes, mixed, in up to 16 bytes for each of `vectors`. Reads and writes
-// 16 units more.
-//
-// Takes a run of ASCII and a run of two bytes in turn. How long they are stands in the bits of the
-// whole block, so that a run need not wait until the bytes behind the one before are loaded.
-template <int vectors, class Unit>
-Taken DecodeShort(unsigned char const* from, Unit* to) {
-    std::uint64_t leads = 0, trails = 0, longer = 0;
-    for (int place = 0; place < 16 * vectors; place += 16) {
-        Vector const bytes = Load(from + place);
-        leads |= std::uint64_t{Bits8(Is8(bytes, 0xE0, 0xC0))} << place;
-        trails |= std::uint64_t{Bits8(Is8(bytes, 0xC0, 0x80))} << place;
-        longer |= std::uint64_t{Bits8(Is8(bytes, 0xE0, 0xE0))} << place;
-    }
-    // Where a trailing byte is missing or too much, or a longer sequence begins. The last byte of
-    // the block is left to the next one, and so is a lead byte in front of any of these.
-    constexpr std::uint64_t last = std::uint64_t{1} << (16 * vectors - 1);
-    int end = std::countr_zero((trails ^ leads << 1) | longer | last);
-    end -= static_cast<int>(leads << 1 >> end & 1);
-    std::uint64_t const stop = std::uint64_t{1} << end;
-    leads &= stop - 1;
-    Unit* target = to;
-    for (int read = 0; read < end;) {
-        StoreUnits(target, LoadUnits(from + read));
-        int const ascii = std::countr_zero((leads | stop) >> read | 1u << 16);
-        read += ascii;
-        target += ascii;
-        DecodePairs(from + read, target);
-        int const paired = std::countr_zero((~(leads >> read) & 0x5555) | 1u << 16);
-        read += paired;
-        target += paired / 2;
-    }
-    return {end, static_cast<int>(target - to)};
-}
-
-// ---- To UTF-8
-
-inline Vector LoadEight(unsigned short const* from) { return Load(from); }
-inline Vector LoadEight(unsigned int const* from) { return Narrow32(Load(from), Load(from + 4)); }
-inline Vector LoadFour(unsigned short const* from) { return Widen16(LoadHalf(from)).first; }
-inline Vector LoadFour(unsigned int const* from) { return Load(from); }
-
-// 8 units in two bytes each, and 4 in three bytes each, untested. The latter write 13 bytes.
-template <class Unit>
-void EncodePairs(Unit const* from, unsigned char* to) {
-    Vector const units = LoadEight(from);
-    Store(to, Or(Right16(units, 6, 0x1F), Left16(units, 0x3F, 8), All16(0x80C0)));
-}
-template <class Unit>
-void EncodeTriples(Unit const* from, unsigned char* to) {
-    Vector const units = LoadFour(from);
-    Vector sequences = Or(Right32(units, 12, 0x0F), Left32(Right32(units, 6, 0x3F), 0x3F, 8),
-                          Left32(units, 0x3F, 16), All32(0x8080E0));
-    for (int offset = 0; offset < 12; offset += 3) {
-        StoreQuarter(to + offset, sequences);
-        sequences = DropFirst32(sequences);
-    }
-}
-
-// One bit for each of 16 units.
-struct Kinds {
-    unsigned ascii, twoBytes, notBasic; // What is none of these becomes three bytes.
-};
-
-template <class Unit>
-Kinds KindsOf(Unit const* from, TwoVectors units) {
-    Kinds kinds;
-    kinds.ascii = Bits16({Is16(units.first, 0xFF80, 0), Is16(units.second, 0xFF80, 0)});
-    kinds.twoBytes =
-        Bits16({Is16(units.first, 0xF800, 0), Is16(units.second, 0xF800, 0)}) & ~kinds.ascii;
-    kinds.notBasic =
-        Bits16({Is16(units.first, 0xF800, 0xD800), Is16(units.second, 0xF800, 0xD800)});
-    if constexpr (sizeof(Unit) == 4)
-        kinds.notBasic |= Bits16({AreWide(from), AreWide(from + 8)});
-    return kinds;
-}
-
-// Up to 16 characters of the basic plane, mixed, one run of a kind after the other. Reads 32 units
-// and writes 64.
-template <class Unit>
-Taken EncodeBasic(Unit const* from, unsigned char* to) {
-    Kinds const kinds = KindsOf(from, LoadUnits(from));
-    int const end = std::countr_zero(kinds.notBasic | 1u << 16);
-    unsigned const stop = 1u << end;
-    unsigned const ascii = kinds.ascii & (stop - 1), twoBytes = kinds.twoBytes & (stop - 1);
-    unsigned char* target = to;
-    for (int read = 0, count; read < end; read += count) {
-        if ((ascii >> read & 1) != 0) {
-            StoreUnits(target, LoadUnits(from + read));
-            count = std::countr_zero(~(ascii >> read));
-            target += count;
-        } else if ((twoBytes >> read & 1) != 0) {
-            EncodePairs(from + read, target);
-            count = std::countr_zero(~(twoBytes >> read) | 1u << 8);
-            target += 2 * count;
-        } else {
-            EncodeTriples(from + read, target);
-            count = std::countr_zero((ascii | twoBytes | stop) >> read | 1u << 4);
-            target += 3 * count;
-        }
-    }
-    int const written = static_cast<int>(target - to);
-    if (kinds.notBasic == 0) [[likely]]
-        return {16, written}; // See TakenBefore.
-    return {end, written};
 }
 
 } // namespace TranscodeBlocks

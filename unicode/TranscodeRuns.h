@@ -13,6 +13,7 @@
 #include "unicode/GenericTranscoder.h"
 #include "unicode/TranscodeBlocks.h"
 #include "unicode/TranscodeSequences.h"
+#include "unicode/TranscodeShuffles.h"
 
 // Stands between a text that is read and a block that is written. A sequence is taken only if there
 // is room for the longest one of the target, whatever it is itself.
@@ -41,11 +42,12 @@ public:
     }
 
 #if defined(__SSE2__)
-    // Does the same, but for what is too short for whole blocks.
-    void TakeBlocks() {
+    // Does the same, but for what is too short for whole blocks. `shuffles` tells whether the
+    // processor has them.
+    void TakeBlocks(bool shuffles) {
         CopyBlocks();
-        while (Has(32, std::same_as<Target, UTF8> ? 64 : 32)) {
-            TranscodeBlocks::Taken const taken = TakeKind();
+        while (Has(16, 16)) {
+            TranscodeBlocks::Taken const taken = TakeKind(shuffles);
             if (taken.read == 0)
                 TakeOne();
             Advance(taken);
@@ -53,7 +55,7 @@ public:
         }
     }
 #else
-    void TakeBlocks() {}
+    void TakeBlocks(bool) {}
 #endif
 
 private:
@@ -101,21 +103,22 @@ private:
         }
     }
 
-    // Takes sequences of the kind of the next one.
-    TranscodeBlocks::Taken TakeKind() const {
-        using namespace TranscodeBlocks;
-        std::uint32_t const unit = *position;
-        if constexpr (std::same_as<Source, UTF8>) {
-            if (unit < 0xE0)
-                return Has(80, 80) ? DecodeShort<4>(position, target)
-                                   : DecodeShort<1>(position, target);
-            if (unit < 0xF0)
-                return DecodeTriples(position, target);
-        } else if constexpr (std::same_as<Target, UTF8>) {
-            if (unit < 0x10000 && !IsSurrogate(unit))
-                return EncodeBasic(position, target);
-        }
-        return TakeSupplementary<Target, Source>(position, target);
+    // Takes what begins with a sequence that is not the same in both encodings. If it begins a run
+    // of long ones, a form for just these is faster.
+    TranscodeBlocks::Taken TakeKind(bool shuffles) const {
+        TranscodeBlocks::Taken const run = TakeLongSequences();
+        if (run.isWhole || !shuffles)
+            return run;
+        TranscodeBlocks::Taken const mixed = TranscodeShuffles::Take<Target, Source>(
+            position, sourceEnd - position, target, full - target);
+        return mixed.read != 0 ? mixed : run;
+    }
+
+    TranscodeBlocks::Taken TakeLongSequences() const {
+        if constexpr (std::same_as<Source, UTF8>)
+            if (*position >= 0xE0 && *position < 0xF0)
+                return TranscodeBlocks::DecodeTriples(position, target);
+        return TranscodeBlocks::TakeSupplementary<Target, Source>(position, target);
     }
 #endif
 
@@ -132,9 +135,10 @@ private:
 template <class Target, class Source>
 typename Source::Unit const* TranscodeRun(typename Source::Unit const* begin,
                                           typename Source::Unit const* end,
-                                          BufferOf<typename Target::Unit>& buffer) {
+                                          BufferOf<typename Target::Unit>& buffer,
+                                          bool shuffles = TranscodeShuffles::AreThere()) {
     TranscodeCursor<Target, Source> cursor(begin, end, buffer);
-    cursor.TakeBlocks();
+    cursor.TakeBlocks(shuffles);
     cursor.TakeAll();
     buffer.count = static_cast<std::uint32_t>(cursor.TargetPosition() - buffer.begin);
     return cursor.Position();

@@ -1,8 +1,8 @@
 // Vectors of 16 bytes, by what the transcoders do with them. Lanes are of 8, 16 or 32 bits, as the
 // names say; the first lane is the lowest.
 //
-// For TranscodeBlocks.h only. SSE2 belongs to every x86-64 processor, so nothing is chosen at run
-// time; for another processor there are no vectors.
+// For TranscodeBlocks.h and TranscodeShuffles.h only. SSE2 belongs to every x86-64 processor, so
+// nothing is chosen at run time; for another processor there are no vectors.
 #pragma once
 
 #if defined(__SSE2__)
@@ -26,9 +26,6 @@ inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(val
 
 // Whole vectors, halves and quarters, at any address. The rest of a loaded vector is zero.
 inline Vector Load(void const* from) { return _mm_loadu_si128(static_cast<Vector const*>(from)); }
-inline Vector LoadHalf(void const* from) {
-    return _mm_loadl_epi64(static_cast<Vector const*>(from));
-}
 inline Vector LoadQuarter(void const* from) {
     int bytes;
     std::memcpy(&bytes, from, sizeof(bytes));
@@ -36,17 +33,19 @@ inline Vector LoadQuarter(void const* from) {
 }
 inline void Store(void* to, Vector value) { _mm_storeu_si128(static_cast<Vector*>(to), value); }
 inline void StoreHalf(void* to, Vector value) { _mm_storel_epi64(static_cast<Vector*>(to), value); }
-inline void StoreQuarter(void* to, Vector value) {
-    int const bytes = _mm_cvtsi128_si32(value);
-    std::memcpy(to, &bytes, sizeof(bytes));
-}
 
 inline Vector And(Vector a, Vector b) { return _mm_and_si128(a, b); }
 inline Vector AndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
 inline Vector Or(Vector a, Vector b) { return _mm_or_si128(a, b); }
 inline Vector Or(Vector a, Vector b, Vector c) { return Or(Or(a, b), c); }
 inline Vector Or(Vector a, Vector b, Vector c, Vector d) { return Or(Or(a, b), Or(c, d)); }
-inline Vector Not(Vector found) { return _mm_xor_si128(found, All8(0xFF)); }
+inline Vector Xor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
+inline Vector Not(Vector found) { return Xor(found, All8(0xFF)); }
+
+// Of the lanes that Is8, Is16 or Is32 has found the one vector, of the others the other.
+inline Vector Select(Vector found, Vector ifFound, Vector otherwise) {
+    return Or(And(ifFound, found), AndNot(otherwise, found));
+}
 
 // All ones in the lanes whose bits under `mask` are `value`, zero in the others.
 inline Vector Is8(Vector lanes, unsigned mask, unsigned value) {
@@ -57,6 +56,11 @@ inline Vector Is16(Vector lanes, unsigned mask, unsigned value) {
 }
 inline Vector Is32(Vector lanes, unsigned mask, unsigned value) {
     return _mm_cmpeq_epi32(And(lanes, All32(mask)), All32(value));
+}
+
+// The same for those that are not less, taken without a sign.
+inline Vector AtLeast8(Vector lanes, unsigned value) {
+    return _mm_cmpeq_epi8(_mm_max_epu8(lanes, All8(value)), lanes);
 }
 
 // One bit for each lane that Is8, Is16 or Is32 has found.
@@ -84,17 +88,17 @@ inline Vector Right32(Vector lanes, int count, unsigned mask) {
     return And(_mm_srli_epi32(lanes, count), All32(mask));
 }
 
-// Without the first lane of 32 bits.
-inline Vector DropFirst32(Vector lanes) { return _mm_srli_si128(lanes, 4); }
+// Lanes twice as wide, of two that are their lower and their upper halves.
+inline TwoVectors Join8(Vector lower, Vector upper) {
+    return {_mm_unpacklo_epi8(lower, upper), _mm_unpackhi_epi8(lower, upper)};
+}
+inline TwoVectors Join16(Vector lower, Vector upper) {
+    return {_mm_unpacklo_epi16(lower, upper), _mm_unpackhi_epi16(lower, upper)};
+}
+inline TwoVectors Widen8(Vector lanes) { return Join8(lanes, Zero()); }
+inline TwoVectors Widen16(Vector lanes) { return Join16(lanes, Zero()); }
 
-// Lanes twice as wide, and half as wide. Of lanes that are made narrower the low halves remain;
-// those of Narrow16 must be below 0x100.
-inline TwoVectors Widen8(Vector lanes) {
-    return {_mm_unpacklo_epi8(lanes, Zero()), _mm_unpackhi_epi8(lanes, Zero())};
-}
-inline TwoVectors Widen16(Vector lanes) {
-    return {_mm_unpacklo_epi16(lanes, Zero()), _mm_unpackhi_epi16(lanes, Zero())};
-}
+// Lanes half as wide. The lower halves remain; those of Narrow16 must be below 0x100.
 inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
 inline Vector Narrow32(Vector first, Vector second) {
     // Packing saturates: with the low halves' signs spread out there is nothing to saturate.
@@ -105,6 +109,10 @@ inline Vector Narrow32(Vector first, Vector second) {
 // Of two findings in lanes of 32 bits, one in lanes of 16.
 inline Vector NarrowFound32(Vector first, Vector second) { return _mm_packs_epi32(first, second); }
 
+inline Vector Add16(Vector lanes, unsigned value) { return _mm_add_epi16(lanes, All16(value)); }
+inline Vector Subtract16(Vector lanes, unsigned value) {
+    return _mm_sub_epi16(lanes, All16(value));
+}
 inline Vector Add32(Vector lanes, unsigned value) { return _mm_add_epi32(lanes, All32(value)); }
 inline Vector Subtract32(Vector lanes, unsigned value) {
     return _mm_sub_epi32(lanes, All32(value));

@@ -116,18 +116,24 @@ RunOutcome<Target> RunInto(std::size_t room, Units<Source> const& text, Run run)
     return outcome;
 }
 
-// Yields what is wrong, or nothing.
+// Yields what is wrong, or nothing. The forms with shuffles are laid beside the plain one only
+// where the processor has them, those without on every one.
 template <class Target, class Source>
 std::string Difference(std::size_t room, Units<Source> const& text) {
-    auto const fast = RunInto<Target, Source>(
-        room, text, [](auto... a) { return TranscodeRun<Target, Source>(a...); });
     auto const plain = RunInto<Target, Source>(
-        room, text, [](auto... a) { return TranscodeRunPlainly<Target, Source>(a...); });
-    if (fast == plain)
-        return "";
-    return ShownUnits(text) + " with room for " + std::to_string(room) + ": read " +
-           std::to_string(fast.read) + " gave " + ShownUnits(fast.written) + " instead of " +
-           std::to_string(plain.read) + ", " + ShownUnits(plain.written) + "\n";
+        room, text, [](auto&&... a) { return TranscodeRunPlainly<Target, Source>(a...); });
+    std::string differences;
+    for (bool shuffles : {false, TranscodeShuffles::AreThere()}) {
+        auto const fast = RunInto<Target, Source>(room, text, [shuffles](auto&&... a) {
+            return TranscodeRun<Target, Source>(a..., shuffles);
+        });
+        if (fast != plain)
+            differences += ShownUnits(text) + " with room for " + std::to_string(room) + ": read " +
+                           std::to_string(fast.read) + " gave " + ShownUnits(fast.written) +
+                           " instead of " + std::to_string(plain.read) + ", " +
+                           ShownUnits(plain.written) + "\n";
+    }
+    return differences;
 }
 
 template <class Target, class Source>
@@ -154,15 +160,16 @@ TEST(TranscodeRunsTest, EachFastFormDoesWhatItsPlainFormDoes) {
     CompareWithPlainForm<UTF32, UTF16>(26);
 }
 
-// A run of one kind with a unit of another kind, good or bad, at each of its places.
+// A run of one kind, or of all of them mixed, with a unit of another kind, good or bad, at each of
+// its places.
 template <class Target, class Source>
 void DisturbRuns(Units<Source> const& disturbances) {
     std::mt19937 random(31);
     std::string differences;
-    for (unsigned kind = 0; kind < 6; ++kind) {
+    for (unsigned kind = 0; kind < 7; ++kind) {
         Units<UTF32> characters;
         while (characters.size() < 100)
-            characters.push_back(RandomCharacter(random, kind));
+            characters.push_back(RandomCharacter(random, kind < 6 ? kind : random() % 5));
         Units<Source> const run = Encoded<Source>(characters);
         for (std::size_t place = 0; place < 100; ++place)
             for (typename Source::Unit disturbance : disturbances) {
