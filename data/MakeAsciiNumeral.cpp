@@ -63,32 +63,6 @@ struct AllDecimalDigits {
     unsigned char text[32];
 };
 
-// Zero without digits, and all that is filled up with zeros.
-template <std::size_t capacity>
-[[gnu::noinline]] ConstDataWithCapacity<capacity> MakePadded(std::uint64_t magnitude, bool negative,
-                                                             unsigned padding) {
-    AllDecimalDigits const all(magnitude);
-    unsigned const count = std::max(all.Count(), padding);
-    if (count > std::min<std::size_t>(maximumDecimalDigits, capacity - negative))
-        throw ConstDataCapacityExceeded();
-    ConstDataWithCapacity<capacity> result;
-    result.bytes[0] = '-';
-    result.length = negative + count;
-    std::memcpy(result.bytes + negative, std::end(all.text) - count, count);
-    result.bytes[result.length] = 0;
-    return result;
-}
-
-template <std::size_t capacity>
-inline ConstDataWithCapacity<capacity> MakeUnpadded(std::uint64_t magnitude, bool negative) {
-    ConstDataWithCapacity<capacity> result;
-    result.bytes[0] = '-';
-    unsigned const sign = negative;
-    result.length = sign + PutDecimal<capacity>(result.bytes + sign, magnitude);
-    result.bytes[result.length] = 0;
-    return result;
-}
-
 // The characters of the eight hexadecimal digits of a value: each digit moves to a byte of its own,
 // and those above 9 go on to the letters.
 std::uint64_t EightHexDigits(std::uint32_t value) {
@@ -125,19 +99,45 @@ inline ConstDataWithCapacity<capacity> MakeHex(std::uint64_t value, unsigned pad
 namespace DecimalMaking {
 
 template <std::size_t capacity>
-ConstDataWithCapacity<capacity> MakeLong(std::uint64_t magnitude, bool negative, unsigned padding) {
+ConstDataWithCapacity<capacity> MakeUnpadded(std::uint64_t magnitude, bool negative) {
     // Only the holders of signed values have an odd place, the one of the sign.
     if constexpr (capacity % 2 == 0)
         negative = false;
-    return padding == 1 || (padding == 0 && magnitude != 0)
-               ? MakeUnpadded<capacity>(magnitude, negative)
-               : MakePadded<capacity>(magnitude, negative, padding);
+    ConstDataWithCapacity<capacity> result;
+    result.bytes[0] = '-';
+    unsigned const sign = negative;
+    result.length = sign + PutDecimal<capacity>(result.bytes + sign, magnitude);
+    result.bytes[result.length] = 0;
+    return result;
 }
 
-template ConstDataWithCapacity<20> MakeLong<20>(std::uint64_t, bool, unsigned);
-template ConstDataWithCapacity<10> MakeLong<10>(std::uint64_t, bool, unsigned);
-template ConstDataWithCapacity<21> MakeLong<21>(std::uint64_t, bool, unsigned);
-template ConstDataWithCapacity<11> MakeLong<11>(std::uint64_t, bool, unsigned);
+// Zero without digits, and all that is filled up with zeros.
+template <std::size_t capacity>
+ConstDataWithCapacity<capacity> MakePadded(std::uint64_t magnitude, bool negative,
+                                           unsigned padding) {
+    if (padding == 0 && magnitude != 0)
+        return MakeUnpadded<capacity>(magnitude, negative);
+    AllDecimalDigits const all(magnitude);
+    unsigned const count = std::max(all.Count(), padding);
+    if (count > std::min<std::size_t>(maximumDecimalDigits, capacity - negative))
+        throw ConstDataCapacityExceeded();
+    ConstDataWithCapacity<capacity> result;
+    result.bytes[0] = '-';
+    result.length = negative + count;
+    std::memcpy(result.bytes + negative, std::end(all.text) - count, count);
+    result.bytes[result.length] = 0;
+    return result;
+}
+
+template ConstDataWithCapacity<20> MakeUnpadded<20>(std::uint64_t, bool);
+template ConstDataWithCapacity<10> MakeUnpadded<10>(std::uint64_t, bool);
+template ConstDataWithCapacity<21> MakeUnpadded<21>(std::uint64_t, bool);
+template ConstDataWithCapacity<11> MakeUnpadded<11>(std::uint64_t, bool);
+
+template ConstDataWithCapacity<20> MakePadded<20>(std::uint64_t, bool, unsigned);
+template ConstDataWithCapacity<10> MakePadded<10>(std::uint64_t, bool, unsigned);
+template ConstDataWithCapacity<21> MakePadded<21>(std::uint64_t, bool, unsigned);
+template ConstDataWithCapacity<11> MakePadded<11>(std::uint64_t, bool, unsigned);
 
 } // namespace DecimalMaking
 

@@ -16,8 +16,12 @@
 // What the decimal makers have in common.
 namespace DecimalMaking {
 
+// With at least one digit, and with any padding.
 template <std::size_t capacity>
-ConstDataWithCapacity<capacity> MakeLong(std::uint64_t magnitude, bool negative, unsigned padding);
+ConstDataWithCapacity<capacity> MakeUnpadded(std::uint64_t magnitude, bool negative);
+template <std::size_t capacity>
+ConstDataWithCapacity<capacity> MakePadded(std::uint64_t magnitude, bool negative,
+                                           unsigned padding);
 
 template <std::size_t capacity>
 inline ConstDataWithCapacity<capacity> MakeShort(std::uint32_t magnitude, bool negative) {
@@ -33,9 +37,10 @@ inline ConstDataWithCapacity<capacity> MakeShort(std::uint32_t magnitude, bool n
 template <std::size_t capacity>
 inline ConstDataWithCapacity<capacity> Make(std::uint64_t magnitude, bool negative,
                                             unsigned padding) {
-    return padding == 1 && magnitude < 10000
-               ? MakeShort<capacity>(static_cast<std::uint32_t>(magnitude), negative)
-               : MakeLong<capacity>(magnitude, negative, padding);
+    if (padding != 1)
+        return MakePadded<capacity>(magnitude, negative, padding);
+    return magnitude < 10000 ? MakeShort<capacity>(static_cast<std::uint32_t>(magnitude), negative)
+                             : MakeUnpadded<capacity>(magnitude, negative);
 }
 
 template <std::size_t capacity>
