@@ -97,16 +97,16 @@ void LowerByBoost(std::string const& source, std::string& target) {
 }
 #endif
 
-using Mapping = void (*)(std::string const&, std::string&);
-
-void AddMapping(Operation<Pair>& operation, std::string const& who, Mapping map) {
-    auto const work = [map, target = std::string()](Pair const& pair) mutable {
-        target.resize(pair.right.size());
-        map(pair.right, target);
+template <void Map(std::string const&, std::string&)>
+void AddMapping(Operation<Pair>& operation, std::string const& who) {
+    auto const work = [target = std::string()](Pair const& pair) mutable {
+        if (target.empty())
+            target.resize(pair.right.size());
+        Map(pair.right, target);
     };
-    auto const answer = [map](Pair const& pair) {
+    auto const answer = [](Pair const& pair) {
         std::string target(pair.right.size(), '\0');
-        map(pair.right, target);
+        Map(pair.right, target);
         return target;
     };
     operation.Add(who, work, answer);
@@ -116,10 +116,10 @@ void AddMappings(std::size_t size) {
     Operation<Pair> operation(
         "Case/lower-" + std::to_string(size), [size]() -> auto& { return PairOf(size); },
         SizeOfPair);
-    AddMapping(operation, "ours", LowerOurs);
-    AddMapping(operation, "tolower", LowerByLoop);
+    AddMapping<LowerOurs>(operation, "ours");
+    AddMapping<LowerByLoop>(operation, "tolower");
 #ifdef PEER_BOOST
-    AddMapping(operation, "boost", LowerByBoost);
+    AddMapping<LowerByBoost>(operation, "boost");
 #endif
 }
 

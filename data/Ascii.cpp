@@ -6,6 +6,7 @@
 
 #include "data/Buffer.h"
 #include "data/CaseBlindRuns.h"
+#include "data/CaseMapping.h"
 #include "data/Data.h"
 #include "data/DataOverflow.h"
 
@@ -13,25 +14,11 @@ namespace Ascii {
 
 namespace {
 
+using namespace CaseMapping;
+
 // Long texts are looked at in blocks of this many bytes. Within a block no loop leaves early, so
 // that the compiler turns it into vector code.
 constexpr std::size_t blockSize = 32;
-
-constexpr unsigned char caseBit = 0x20;
-
-constexpr unsigned char CaseBitOf(unsigned char byte, unsigned char firstLetter) {
-    return static_cast<unsigned char>(byte - firstLetter) < 26 ? caseBit : 0;
-}
-
-// A case mapping is told by the first of the letters that it changes.
-constexpr unsigned char raising = 'a';
-constexpr unsigned char lowering = 'A';
-
-// The rules of the two tables in arithmetic, which works on many bytes at a time where a table
-// takes them one by one.
-constexpr unsigned char Map(unsigned char byte, unsigned char mapping) {
-    return byte ^ CaseBitOf(byte, mapping);
-}
 
 constexpr CaseTable MakeTable(unsigned char mapping) {
     CaseTable table{};
@@ -40,25 +27,10 @@ constexpr CaseTable MakeTable(unsigned char mapping) {
     return table;
 }
 
-void MapInPlace(unsigned char* bytes, std::size_t length, unsigned char mapping) {
-    for (std::size_t i = 0; i < length; ++i)
-        bytes[i] = Map(bytes[i], mapping);
-}
-
-void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
-            unsigned char mapping) {
-    // Apart, since the loop below takes byte after byte where the two overlap.
-    if (source == target) {
-        MapInPlace(target, length, mapping);
-        return;
-    }
-    for (std::size_t i = 0; i < length; ++i)
-        target[i] = Map(source[i], mapping);
-}
-
 std::string MapToString(ConstData source, unsigned char mapping) {
     std::string result = MakeString(source);
-    MapInPlace(reinterpret_cast<unsigned char*>(result.data()), result.size(), mapping);
+    auto* const bytes = reinterpret_cast<unsigned char*>(result.data());
+    MapRun(bytes, bytes, result.size(), mapping);
     return result;
 }
 
@@ -168,10 +140,13 @@ std::int32_t CompareUppercase(ConstData left, ConstData right) {
 }
 
 std::int32_t CompareLowercase(char const* left, char const* right) {
-    constexpr std::size_t chunk = 128;
+    // Longer and longer stretches, so that texts that soon differ are not searched for their ends,
+    // and what has been searched is still at hand when it is compared.
+    constexpr std::size_t longestChunk = 8192;
+    std::size_t chunk = 128;
     auto const* a = reinterpret_cast<unsigned char const*>(left);
     auto const* b = reinterpret_cast<unsigned char const*>(right);
-    for (;; a += chunk, b += chunk) {
+    for (;; a += chunk, b += chunk, chunk = std::min(2 * chunk, longestChunk)) {
         std::size_t const length = LengthUpTo(b, LengthUpTo(a, chunk));
         std::size_t const common = CaseBlindRuns::CommonLength(a, b, length);
         if (common < length)

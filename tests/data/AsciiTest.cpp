@@ -358,6 +358,23 @@ TEST(AsciiTest, TerminatedTextsCompareAsTheRuleSays) {
 }
 
 // Deliberate: where a text ends, the rest of the other is compared raw and signed.
+// Ends and differences on both sides of where one stretch that is compared ends and the next begins.
+TEST(AsciiTest, LongTerminatedTextsCompareAsTheRuleSays) {
+    for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,
+                              16257u, 24448u, 30000u}) {
+        std::string const left = std::string(place, 'x') + "b" + std::string(200, 'y');
+        std::string right = std::string(place, 'X') + "B" + std::string(200, 'Y');
+        EXPECT_EQ(0, Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
+        right[place] = 'C';
+        EXPECT_EQ(-1, Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
+        right.resize(place);
+        EXPECT_EQ('b', Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
+        EXPECT_EQ(-'b', Ascii::CompareLowercase(right.c_str(), left.c_str())) << place;
+        EXPECT_EQ(0, Ascii::CompareLowercase(left.substr(0, place).c_str(), right.c_str()))
+            << place;
+    }
+}
+
 TEST(AsciiTest, TerminatedTextThatEndsSortsBehindAHighByte) {
     EXPECT_EQ(23, Ascii::CompareLowercase("", "\xE9"));
     EXPECT_EQ(-23, Ascii::CompareLowercase("\xE9", ""));
