@@ -15,16 +15,21 @@ constexpr std::size_t pieceSize = 64 * 1024;
 Output::Output(int theDescriptor) : descriptor(theDescriptor) {}
 
 void Output::Write(std::string_view bytes) {
-    if (error != 0)
-        return;
-    waiting += bytes;
-    if (waiting.size() >= pieceSize)
+    if (waiting.size() + bytes.size() >= pieceSize)
         Flush();
+    if (bytes.size() >= pieceSize)
+        HandOn(bytes);
+    else if (error == 0)
+        waiting += bytes;
+}
+
+void Output::Flush() {
+    HandOn(waiting);
+    waiting.clear();
 }
 
 // A write that a signal cuts short has either taken some of the bytes or fails with EINTR.
-void Output::Flush() {
-    std::string_view rest = waiting;
+void Output::HandOn(std::string_view rest) {
     while (error == 0 && !rest.empty()) {
         ssize_t const written = write(descriptor, rest.data(), rest.size());
         if (written < 0 && errno != EINTR)
@@ -33,7 +38,6 @@ void Output::Flush() {
         if (error == 0 && !rest.empty() && StopSignal() != 0)
             error = EINTR;
     }
-    waiting.clear();
 }
 
 void WriteMessage(std::string_view program, std::string_view text) {

@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-// Collects what is written and hands it on when enough has come together, and at Flush. One thread.
+// Collects what is written and hands it on when enough has come together, and at Flush; what is large
+// by itself is not copied. One thread.
 //
 // Error handling: the first failure is kept, and whatever is written afterwards is dropped. A signal
 // is no failure, except for a stop that has been asked for (StopSignals.h) while the reader on the
@@ -22,6 +23,8 @@ public:
     int Error() const { return error; }
 
 private:
+    void HandOn(std::string_view bytes);
+
     int const descriptor;
     int error = 0;
     std::string waiting;

@@ -78,23 +78,6 @@ TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
     });
 }
 
-TEST(DoctorLockTest, HeldByAProcessOfAnotherNamespace) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ForeignLock lock;
-        OtherProcess outer([] {
-            ASSERT_EQ(0, unshare(CLONE_NEWPID));
-            OtherProcess inner([] {
-                Finding const finding = CheckLock();
-                ExpectProblem("lock-held-in-other-namespace", "another process namespace", finding);
-                EXPECT_EQ(std::nullopt, finding.processId);
-            });
-            EXPECT_EQ(ExitStatus::Exited(0), inner.Wait());
-        });
-        EXPECT_EQ(ExitStatus::Exited(0), outer.Wait());
-    });
-}
-
 TEST(DoctorLockTest, HeldThroughAnOpenFile) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();

@@ -100,6 +100,20 @@ TEST(DoctorTest, HolderOfTheLockIsNamed) {
     });
 }
 
+// As from a container that shares the directory with the host.
+TEST(DoctorTest, HolderOfTheLockInAnotherNamespaceIsToldWithoutANumber) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ForeignLock lock;
+        ProgramResult const result =
+            RunProgram({"/usr/bin/unshare", "--pid", "--fork", CC_DOCTOR_PROGRAM, "--json"});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status) << result.errors;
+        Json const check = Json::parse(result.output).at("checks").at(5);
+        EXPECT_EQ("lock-held-in-other-namespace", check.at("cause").get<std::string>());
+        EXPECT_FALSE(check.contains("processId"));
+    });
+}
+
 TEST(DoctorTest, NothingIsChanged) {
     PrivateMachine::Run([] {
         RunIt({});

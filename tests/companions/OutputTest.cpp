@@ -36,6 +36,18 @@ TEST(OutputTest, BytesArriveInTheirOrder) {
     EXPECT_EQ(expected, got);
 }
 
+TEST(OutputTest, LargePiecesStandBetweenSmallOnes) {
+    std::string expected;
+    std::string const got = OutputOf([&](Output& output) {
+        for (std::size_t const size : {1, 65'535, 65'536, 3, 200'000, 65'535, 1, 0, 2}) {
+            std::string const piece(size, static_cast<char>('a' + size % 26));
+            output.Write(piece);
+            expected += piece;
+        }
+    });
+    EXPECT_TRUE(expected == got);
+}
+
 TEST(OutputTest, ZeroBytesAndNothing) {
     EXPECT_EQ(std::string("a\0b", 3), OutputOf([](Output& output) {
                   output.Write("");
