@@ -7,6 +7,8 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "data/ProcessorFeatures.h"
+
 namespace CaseBlindRuns {
 
 namespace {
@@ -90,7 +92,7 @@ unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
 }
 
 // Not CanCompareBy32 itself: that others could put theirs in its place keeps it from being inlined.
-bool HasAvx2() { return __builtin_cpu_supports("avx2") != 0; }
+bool HasAvx2() { return ProcessorFeatures::avx2.IsThere(); }
 
 // For texts shorter than two words.
 std::size_t CommonLengthByWords(unsigned char const* left, unsigned char const* right,

@@ -5,6 +5,8 @@
 
 #include <immintrin.h>
 
+#include "data/ProcessorFeatures.h"
+
 namespace ChecksumRuns {
 
 namespace {
@@ -103,10 +105,10 @@ std::uint32_t AdvanceBySlicing(std::uint32_t value, ConstData& data) {
     return AdvanceBySixteen(0, rest);
 }
 
-bool CanFold() { return __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("ssse3"); }
+bool CanFold() { return ProcessorFeatures::carrylessMultiplication.IsThere(); }
 
 std::uint32_t Advance(std::uint32_t value, ConstData& data) {
-    if (data.Length() >= 64 && CanFold())
+    if (data.Length() >= 64 && ProcessorFeatures::carrylessMultiplication.IsThere())
         value = AdvanceByFolding(value, data);
     return AdvanceBySlicing(value, data);
 }

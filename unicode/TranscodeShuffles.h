@@ -26,6 +26,7 @@ inline bool AreThere() { return false; }
 #include <bit>
 #include <cstddef>
 
+#include "data/ProcessorFeatures.h"
 #include "unicode/Encodings.h"
 #include "unicode/TranscodeBlocks.h"
 #include "unicode/TranscodeSequences.h"
@@ -39,9 +40,7 @@ namespace TranscodeShuffles {
 using namespace Vectors;
 using TranscodeBlocks::Taken;
 
-inline bool AreThere() {
-    return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt");
-}
+inline bool AreThere() { return ProcessorFeatures::byteShuffles.IsThere(); }
 
 // ---- Tables of shuffles: for each lane of the result, the place where its byte comes from
 
