@@ -16,30 +16,32 @@ function(install_found component directory)
   install(FILES ${found} DESTINATION ${directory} COMPONENT ${component})
 endfunction()
 
+# install_completions(<component> <command>...): those of each shell, where there are any.
+function(install_completions component)
+  foreach(command ${ARGN})
+    install_found(${component} ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+      completions/bash/${command})
+    install_found(${component} ${CC_ZSH_COMPLETIONS} completions/zsh/_${command})
+    install_found(${component} ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+      completions/fish/${command}.fish)
+  endforeach()
+endfunction()
+
 # tool
 install(TARGETS ClientCompliance RUNTIME COMPONENT tool)
-foreach(companion compliance-query compliance-doctor)
-  if(TARGET ${companion})
-    harden(${companion})
-    install(TARGETS ${companion} RUNTIME COMPONENT tool)
-  endif()
-endforeach()
-install_found(tool ${CMAKE_INSTALL_DATADIR}/clientcompliance companions/schema/*.json)
-install_found(tool ${CMAKE_INSTALL_MANDIR}/man1 docs/man/ClientCompliance.1 docs/man/compliance-*.1)
+install_completions(tool ClientCompliance)
+install_found(tool ${CMAKE_INSTALL_MANDIR}/man1 docs/man/ClientCompliance.1)
 install_found(tool ${CMAKE_INSTALL_MANDIR}/man5 docs/man/*.5)
 install_found(tool ${CMAKE_INSTALL_MANDIR}/man7 docs/man/*.7)
 
-# Completions: NAME.bash, _NAME for zsh, NAME.fish, in the folder or in folders of these names.
-file(GLOB found CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/completions/*.bash ${PROJECT_SOURCE_DIR}/completions/bash/*)
-foreach(path ${found})
-  cmake_path(GET path STEM LAST_ONLY name)
-  install(FILES ${path} RENAME ${name}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
-endforeach()
-install_found(tool ${CC_ZSH_COMPLETIONS} completions/_* completions/zsh/_*)
-install_found(tool ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
-  completions/*.fish completions/fish/*.fish)
+# companions: apart from the tool, since they need the system's C++ library.
+if(TARGET compliance-query)
+  harden(compliance-query compliance-doctor)
+  install(TARGETS compliance-query compliance-doctor RUNTIME COMPONENT companions)
+  install_completions(companions compliance-query compliance-doctor)
+  install_found(companions ${CMAKE_INSTALL_MANDIR}/man1 docs/man/compliance-*.1)
+  install_found(companions ${CMAKE_INSTALL_DATADIR}/clientcompliance companions/schema/*.json)
+endif()
 
 # library
 install(TARGETS clientcompliance_shared
@@ -76,6 +78,7 @@ install(
 install(TARGETS VeskaClient RUNTIME DESTINATION ${libexec} COMPONENT demo)
 install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario
   DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT demo)
+install_completions(demo VeskaClient)
 install_found(demo ${CMAKE_INSTALL_MANDIR}/man1 docs/man/VeskaClient.1)
 
 # documentation

@@ -7,6 +7,9 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Compliance evaluations by the endpoint ag
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_COMPONENTS_ALL tool library development demo documentation licence)
+if(TARGET compliance-query)
+  list(APPEND CPACK_COMPONENTS_ALL companions)
+endif()
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_MAIN_COMPONENT tool)
@@ -32,6 +35,8 @@ endfunction()
 
 set(same_version "= ${PROJECT_VERSION}-${CPACK_RPM_PACKAGE_RELEASE}")
 rpm_package(tool clientcompliance "Compliance evaluations from the command line"
+  "clientcompliance-license ${same_version}")
+rpm_package(companions clientcompliance-companions "Compliance evaluations for scripts and for eyes"
   "clientcompliance-license ${same_version}")
 rpm_package(library libclientcompliance1 "Compliance evaluations, the shared library"
   "clientcompliance-license ${same_version}")

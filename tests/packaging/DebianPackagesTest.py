@@ -8,13 +8,23 @@ import subprocess
 import tempfile
 import unittest
 
-from support import (BUILD, CC, SOURCE, TRIAL, VERSION, on_private_machine, run)
+from support import BUILD, CC, SOURCE, VERSION, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
-NAMES = ["clientcompliance", "clientcompliance-demo", "clientcompliance-doc",
-         "libclientcompliance-dev", "libclientcompliance1"]
+NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
+         "clientcompliance-doc", "libclientcompliance-dev", "libclientcompliance1"]
 CONSUMERS = SOURCE / "tests/packaging/consumers"
+
+# One whole request to the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
+TRIAL = """
+mkdir -p /opt/VeskaClient/bin
+cp "$2" /opt/VeskaClient/bin/
+/opt/VeskaClient/bin/VeskaClient "$3" >/opt/says &
+until grep -q ready /opt/says; do sleep 0.1; done
+"$1" -c http://example.com:52311/ 'R&D baseline.xml' 3
+kill $!
+"""
 
 
 def package(name):
@@ -32,7 +42,7 @@ def field(name, wanted):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_five_of_the_project_s_version(self):
+    def test_are_six_of_the_project_s_version(self):
         found = sorted(path.name.split("_")[0] for path in PACKAGES.glob("*.deb"))
         self.assertEqual(found, NAMES)
         for name in NAMES:
@@ -52,7 +62,7 @@ class PackagesTest(unittest.TestCase):
                     {"control", "md5sums", "shlibs", "symbols", "triggers"})
 
     def test_need_of_the_machine_what_they_are_linked_with(self):
-        self.assertEqual(field("clientcompliance", "Depends"), "")
+        self.assertEqual(field("clientcompliance", "Depends"), "", "the tool is static")
         self.assertIn("libstdc++6", field("libclientcompliance1", "Depends"))
         self.assertIn(f"libclientcompliance1 (= {VERSION})",
                       field("libclientcompliance-dev", "Depends"))

@@ -9,8 +9,8 @@ import unittest
 from support import SOURCE, VERSION, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
-NAMES = ["clientcompliance", "clientcompliance-demo", "clientcompliance-doc",
-         "clientcompliance-license", "libclientcompliance-devel", "libclientcompliance1"]
+NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
+         "clientcompliance-doc", "clientcompliance-license", "libclientcompliance-devel", "libclientcompliance1"]
 
 
 def query(path, *arguments):
@@ -18,7 +18,7 @@ def query(path, *arguments):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_six_of_the_project_s_version_and_licence(self):
+    def test_are_seven_of_the_project_s_version_and_licence(self):
         found = {query(path, "--queryformat", "%{NAME} %{VERSION} %{LICENSE}")
                  for path in PACKAGES.glob("*.rpm")}
         self.assertEqual(found, {f"{name} {VERSION} MIT" for name in NAMES})

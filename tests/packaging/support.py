@@ -16,7 +16,8 @@ CXX = os.environ.get("CXX", "c++")
 def run(*command, **options):
     """The output of a command that must succeed."""
     result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL,
-                            capture_output=True, text=True, errors="replace", **options)
+                            capture_output=True, text=True, errors="replace", timeout=200,
+                            **options)
     if result.returncode != 0:
         raise AssertionError(f"{' '.join(map(str, command))} gave {result.returncode}:\n"
                              f"{result.stdout}{result.stderr}")
@@ -47,18 +48,6 @@ def machine():
     if os.environ.get("CI"):
         raise AssertionError(message)
     raise unittest.SkipTest(message)
-
-
-# One whole request to the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
-TRIAL = """
-mkdir -p /opt/VeskaClient/bin
-cp "$2" /opt/VeskaClient/bin/
-/opt/VeskaClient/bin/VeskaClient "$3" >/opt/says &
-until grep -q ready /opt/says; do sleep 0.1; done
-"$1" -c http://example.com:52311/ 'R&D baseline.xml' 3
-kill $!
-"""
-ROWS_OF_THE_DEMO = ["COMPLIANCE_ResultCount is 3."]
 
 
 def on_private_machine(script, *arguments, **options):
