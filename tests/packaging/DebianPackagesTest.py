@@ -82,7 +82,8 @@ class PackagesTest(unittest.TestCase):
         overrides = [line for path in (SOURCE / "debian").glob("*lintian-overrides")
                      for line in path.read_text(encoding="utf-8").splitlines()
                      if line and not line.startswith("#")]
-        self.assertEqual(overrides, ["shared-library-lacks-prerequisites [usr/bin/ClientCompliance]"])
+        self.assertEqual(overrides,
+                         ["shared-library-lacks-prerequisites [usr/bin/ClientCompliance]"])
 
 
 class ScratchRootTest(unittest.TestCase):

@@ -44,7 +44,8 @@ class WhatShipsTest(unittest.TestCase):
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
     def test_uses_the_checked_functions_of_the_C_library(self):
-        undefined = run("nm", "-D", "--undefined-only", library_directory() / "libclientcompliance.so")
+        undefined = run("nm", "-D", "--undefined-only",
+                        library_directory() / "libclientcompliance.so")
         self.assertIn("__vsnprintf_chk", undefined)
 
 

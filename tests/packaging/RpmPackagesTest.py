@@ -10,7 +10,8 @@ from support import SOURCE, VERSION, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
-         "clientcompliance-doc", "clientcompliance-license", "libclientcompliance-devel", "libclientcompliance1"]
+         "clientcompliance-doc", "clientcompliance-license", "libclientcompliance-devel",
+         "libclientcompliance1"]
 
 
 def query(path, *arguments):

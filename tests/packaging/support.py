@@ -39,7 +39,7 @@ EMPTY = "mount -t tmpfs none /opt && mount -t tmpfs none /var/opt"
 
 
 def machine():
-    """The words that begin a command on a private machine, or a skipped test where there is none."""
+    """The words that begin a command on a private machine, or a skipped test without one."""
     for more in ([], ["--user", "--map-root-user"]):
         words = MACHINE + more
         if subprocess.run([*words, "sh", "-c", EMPTY], capture_output=True).returncode == 0:
@@ -51,5 +51,5 @@ def machine():
 
 
 def on_private_machine(script, *arguments, **options):
-    """The output of a shell script that sees an empty /opt and /var/opt and no process but its own."""
+    """The output of a shell script that sees an empty /opt and /var/opt and its own processes."""
     return run(*machine(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)
