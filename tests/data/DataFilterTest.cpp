@@ -7,6 +7,7 @@
 #include "data/Buffer.h"
 #include "data/Data.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -89,6 +90,14 @@ TEST(DataFilterTest, CopyIsTheIdentity) {
     unsigned char bytes[3];
     DataFilter::copy(ConstData("abc"), Data(bytes));
     EXPECT_EQ(ConstData("abc"), ConstData(bytes));
+}
+
+// The first two slots are the destructor's.
+TEST(DataFilterTest, OperationsStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf<void (DataFilter::*)(ConstBuffer&, Buffer&)>(&DataFilter::operator()));
+    EXPECT_EQ(3u, SlotOf(&DataFilter::Flushed));
+    EXPECT_EQ(4u, SlotOf(&DataFilter::Flush));
+    EXPECT_EQ(notVirtual, SlotOf<void (DataFilter::*)(ConstData, Data)>(&DataFilter::operator()));
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include "data/ReadReader.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/ChunkReader.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -107,5 +108,13 @@ TEST(DataReaderTest, EmptyIsOneFinishedReader) {
 }
 
 TEST(DataReaderTest, NoMoreDataNamesItself) { EXPECT_STREQ("10NoMoreData", NoMoreData().what()); }
+
+// The first two slots are the destructor's.
+TEST(DataReaderTest, OperationsStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf(&DataReader::Finished));
+    EXPECT_EQ(3u, SlotOf(&DataReader::Unfinished));
+    EXPECT_EQ(4u, SlotOf<DataReader& (DataReader::*)(Buffer&)>(&DataReader::operator>>));
+    EXPECT_EQ(5u, SlotOf<DataReader& (DataReader::*)(Data)>(&DataReader::operator>>));
+}
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "data/DataWriter.h"
 #include "data/IgnoreDataReceiver.h"
 #include "tests/support/RecordingReceivers.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -50,6 +51,17 @@ TEST(DataReceiverTest, IgnoreIsOneReceiverThatDropsAll) {
     ignore.Start();
     ignore << "abc";
     ignore.ReceiveEnd();
+}
+
+// Behind the one operation of a writer, the destructor takes two slots.
+TEST(DataReceiverTest, OperationsStandInTheirOrder) {
+    EXPECT_EQ(0u, SlotOf(&DataWriter::operator<<));
+    EXPECT_EQ(0u, SlotOf(&DataReceiver::operator<<));
+    EXPECT_EQ(3u, SlotOf(&DataReceiver::Start));
+    EXPECT_EQ(4u, SlotOf<void (DataReceiver::*)(ConstData)>(&DataReceiver::Receive));
+    EXPECT_EQ(5u, SlotOf(&DataReceiver::ReceiveEnd));
+    EXPECT_EQ(notVirtual,
+              SlotOf<void (DataReceiver::*)(ConstDataRopeReference)>(&DataReceiver::Receive));
 }
 
 } // namespace

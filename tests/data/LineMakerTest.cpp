@@ -12,6 +12,7 @@
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/RecordingReceivers.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -205,6 +206,14 @@ TEST(LineMakerTest, ManyLinesWithOneKindOfBreakTakeLinearTime) {
     LineMaker maker(counter);
     EXPECT_EQ(0u, AllocationsOf([&] { StartReceiveAndEnd(maker, text); }));
     EXPECT_EQ(1 << 19, counter.breaks);
+}
+
+// The first two slots are the destructor's.
+TEST(LineMakerTest, OperationsOfALineReceiverStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf(&LineReceiver::Start));
+    EXPECT_EQ(3u, SlotOf(&LineReceiver::Receive));
+    EXPECT_EQ(4u, SlotOf(&LineReceiver::ReceiveLineBreak));
+    EXPECT_EQ(5u, SlotOf(&LineReceiver::ReceiveEnd));
 }
 
 } // namespace

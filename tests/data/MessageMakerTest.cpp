@@ -16,6 +16,7 @@
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/RecordingReceivers.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -277,6 +278,15 @@ TEST(MessageMakerTest, AnyCuttingOfNamesNearTheLimitAgreesWithTheDefinition) {
         if (HasFailure())
             return;
     }
+}
+
+// The first two slots are the destructor's.
+TEST(MessageMakerTest, OperationsOfAMessageReceiverStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf(&MessageReceiver::Start));
+    EXPECT_EQ(3u, SlotOf(&MessageReceiver::ReceiveHeaderField));
+    EXPECT_EQ(4u, SlotOf(&MessageReceiver::ReceiveHeaderFieldEnd));
+    EXPECT_EQ(5u, SlotOf(&MessageReceiver::ReceiveBody));
+    EXPECT_EQ(6u, SlotOf(&MessageReceiver::ReceiveEnd));
 }
 
 } // namespace

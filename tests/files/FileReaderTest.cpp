@@ -17,6 +17,7 @@
 #include "tests/files/SystemCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -122,6 +123,12 @@ TEST_F(FileReaderTest, AFileOfUnknownLengthIsReadToItsEnd) {
     std::string const text = ReadReader(reader);
     EXPECT_EQ(text, ReadWholeFile(status));
     EXPECT_EQ(text.substr(0, 5), "Linux");
+}
+
+TEST_F(FileReaderTest, OverridesStandInTheSlotsOfADataReader) {
+    EXPECT_EQ(SlotOf(&FileReader::Finished), 2u);
+    EXPECT_EQ(SlotOf<DataReader& (FileReader::*)(Buffer&)>(&FileReader::operator>>), 4u);
+    EXPECT_EQ(SlotOf<DataReader& (FileReader::*)(Data)>(&FileReader::operator>>), 5u);
 }
 
 } // namespace

@@ -16,6 +16,7 @@
 #include "tests/files/SystemCalls.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -76,6 +77,11 @@ TEST_F(FileWriterTest, FailuresNameNoFile) {
     calls.Fail("write", ENOSPC);
     FileWriter writer(path, 0);
     ExpectFileError<FileDiskFullError>(ENOSPC, "", [&] { writer << ConstData("a"); });
+}
+
+TEST_F(FileWriterTest, WritingIsItsOneVirtualOperation) {
+    EXPECT_EQ(SlotOf(&FileWriter::operator<<), 0u);
+    EXPECT_FALSE(std::has_virtual_destructor_v<FileWriter>);
 }
 
 } // namespace

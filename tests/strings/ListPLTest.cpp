@@ -7,6 +7,7 @@
 
 #include "strings/Pair.h"
 #include "tests/strings/Counted.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -223,6 +224,13 @@ TEST_F(ListPLTest, HoldsPairsOfTexts) {
     Pair<std::string, std::string> const& attribute = attributes.GetNext();
     EXPECT_EQ("version", attribute.first);
     EXPECT_EQ("1.0", attribute.second);
+}
+
+// The first two slots are the destructor's.
+TEST_F(ListPLTest, VirtualOperationsStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf(&ListPL<int>::Append));
+    EXPECT_EQ(3u, SlotOf(&ListPL<int>::ResetEnum));
+    EXPECT_EQ(notVirtual, SlotOf(&ListPL<int>::IsNext));
 }
 
 } // namespace

@@ -20,6 +20,12 @@ constexpr bool hasOneOwner =
 static_assert(hasOneOwner<UTF8> && hasOneOwner<UTF16> && hasOneOwner<UTF32> &&
               hasOneOwner<Local8Bit>);
 
+// A string converts to views of its own encoding alone.
+static_assert(std::is_convertible_v<AutoUString<UTF8> const&, UStringRef<UTF8>>);
+static_assert(!std::is_convertible_v<AutoUString<UTF8> const&, UStringRef<Local8Bit>>);
+static_assert(!std::is_convertible_v<AutoUString<Local8Bit> const&, UStringRef<UTF8>>);
+static_assert(!std::is_constructible_v<AutoUString<UTF8>, AutoUString<Local8Bit>>);
+
 template <class E>
 void ExpectNull(AutoUString<E> const& text) {
     EXPECT_EQ(nullptr, text.Begin());

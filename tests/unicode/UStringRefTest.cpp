@@ -20,6 +20,8 @@ static_assert(std::is_empty_v<UTF8> && std::is_empty_v<UTF16> && std::is_empty_v
 static_assert(!std::is_convertible_v<UStringRef<UTF8>, UStringRef<Local8Bit>>);
 static_assert(!std::is_convertible_v<UStringRef<Local8Bit>, UStringRef<UTF8>>);
 static_assert(!std::is_constructible_v<UStringRef<UTF16>, UStringRef<UTF8>>);
+static_assert(!std::is_convertible_v<char const*, UStringRef<Local8Bit>>);
+static_assert(!std::is_constructible_v<UStringRef<UTF8>, char const*, char const*>);
 static_assert(std::is_trivially_copyable_v<UStringRef<UTF16>>);
 
 TEST(UStringRefTest, DefaultIsEmptyAndNotMarked) {

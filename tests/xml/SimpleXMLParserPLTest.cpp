@@ -11,6 +11,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/VirtualSlot.h"
 #include "tests/xml/ByteSoup.h"
 #include "tests/xml/EventLog.h"
 #include "tests/xml/NaiveXMLMachine.h"
@@ -469,6 +470,14 @@ TEST(SimpleXMLParserPLTest, LongRunsAreReadInLinearTime) {
         parser.Parse("]]><!--x" + special);
         EXPECT_LE(log.events.size(), 1u);
     }
+}
+
+// The first two slots are the destructor's.
+TEST(SimpleXMLParserPLTest, EventsStandInTheirOrder) {
+    EXPECT_EQ(2u, SlotOf(&XMLHandler::StartElement));
+    EXPECT_EQ(3u, SlotOf(&XMLHandler::EndElement));
+    EXPECT_EQ(4u, SlotOf(&XMLHandler::Characters));
+    EXPECT_EQ(5u, SlotOf(&XMLHandler::DoProcessingInstructionElement));
 }
 
 } // namespace
