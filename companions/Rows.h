@@ -7,8 +7,6 @@
 #include <string_view>
 #include <vector>
 
-class Output;
-
 // In the order of COMPLIANCE_IndexedValue. JSON and TSV use these names.
 constexpr std::array<char const*, 6> rowFieldNames = {"designator",     "result",      "resultType",
                                                       "evaluationTime", "description", "comment"};
