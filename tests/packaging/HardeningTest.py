@@ -102,8 +102,12 @@ class CheckTest(unittest.TestCase):
                          ["no stack frame is guarded"])
         self.assertEqual(self.flaws(*object_file, "-fcf-protection=none"),
                          ["an object is not marked for control-flow protection"])
-        self.assertEqual(self.flaws(*object_file, "-Wa,--execstack"),
-                         ["an object asks for an executable stack"])
+
+    def test_sees_an_object_that_asks_for_an_executable_stack(self):
+        out = self.scratch / "out.o"
+        run(CC, self.source, "-o", out, "-c", "-O2", "-fstack-protector-strong", "-fcf-protection")
+        run("objcopy", "--set-section-flags", ".note.GNU-stack=code,contents,readonly", out)
+        self.assertEqual(check(out).stdout, f"{out}: an object asks for an executable stack\n")
 
     def test_refuses_what_is_no_program(self):
         result = check(self.source)

@@ -22,7 +22,7 @@ class InstallTest(unittest.TestCase):
         lib = library_directory().relative_to(PREFIX)
         for name in ("bin/ClientCompliance", "include/compliance/Compliance.h",
                      f"{lib}/libclientcompliance.so", f"{lib}/libclientcompliance.so.1",
-                     f"{lib}/libclientcompliance.so.1.0.0", f"{lib}/libclientcompliance.a",
+                     f"{lib}/libclientcompliance.so.{VERSION}", f"{lib}/libclientcompliance.a",
                      f"{lib}/pkgconfig/clientcompliance.pc",
                      f"{lib}/cmake/ClientCompliance/ClientComplianceConfig.cmake",
                      f"{lib}/cmake/ClientCompliance/ClientComplianceConfigVersion.cmake",
