@@ -5,72 +5,76 @@
 #include <cstdint>
 #include <cstring>
 
-static_assert(std::endian::native == std::endian::little, "the first byte is the lowest of a word");
+#include <emmintrin.h>
+
+#include "strings/LocaleLetters.h"
 
 namespace {
 
-// Places are looked at in blocks of this many at once, in a loop that a compiler turns into
-// operations on whole vectors.
-constexpr std::size_t blockSize = 64;
+// Places are looked at in blocks of this many at once.
+constexpr std::size_t blockSize = 16;
 
-// With fewer places, finding out about the locale costs more than it saves.
-constexpr std::size_t fewPlaces = 128;
+// Where other letters have cases too, it pays from this many places on to find out which.
+constexpr std::size_t manyPlaces = 128;
 
 unsigned char Byte(char character) { return static_cast<unsigned char>(character); }
 
-// The current locale's tables behind tolower and toupper, indexed by a byte. A call for each byte
-// would cost more than all the rest of a search.
-struct CaseTables {
-    std::int32_t const* lower = *__ctype_tolower_loc();
-    std::int32_t const* upper = *__ctype_toupper_loc();
-};
+// The current locale's table behind tolower, indexed by a byte. A call for each byte would cost more
+// than all the rest of a search.
+using CaseTable = std::int32_t const*;
 
 // The bytes that differ from a given one in nothing but case, that one included.
-class Alikes {
-public:
-    Alikes(CaseTables tables, char character) : one(Byte(character)), other(one) {
-        std::int32_t const folded = tables.lower[one];
+struct Alikes {
+    // In a locale whose letters are ASCII's.
+    static Alikes InAscii(char character) {
+        bool const isLetter = static_cast<unsigned char>((character | 0x20) - 'a') < 26;
+        return {character, static_cast<char>(isLetter ? character ^ 0x20 : character), true};
+    }
+
+    static Alikes InLocale(CaseTable lower, char character) {
+        unsigned char const one = Byte(character);
+        std::int32_t const folded = lower[one];
         int count = 0;
         for (int byte = 0; byte < 256; ++byte)
-            count += tables.lower[byte] == folded;
-        if (count == 2)
-            other = static_cast<unsigned char>(folded == one ? tables.upper[one] : folded);
-        areKnown = count == 1 || (count == 2 && other != one && tables.lower[other] == folded);
+            count += lower[byte] == folded;
+        if (count == 1)
+            return {character, character, true};
+        auto const other = static_cast<unsigned char>(folded == one ? std::toupper(one) : folded);
+        return {character, static_cast<char>(other),
+                count == 2 && other != one && lower[other] == folded};
     }
 
+    // All bits of each of 16 bytes that is one of them. REQUIRES: areKnown.
+    __m128i FindIn(char const* bytes) const {
+        __m128i const block = _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
+        return _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(one)),
+                            _mm_cmpeq_epi8(block, _mm_set1_epi8(other)));
+    }
+
+    char one;
+    char other;
     // False in a locale that has more of them, or another than the other case of a letter.
-    bool AreKnown() const { return areKnown; }
-
-    // 1 for one of them, otherwise 0: a number without a branch, for the sake of vectors.
-    // REQUIRES: AreKnown().
-    int Contain(char character) const {
-        return static_cast<int>(Byte(character) == one) |
-               static_cast<int>(Byte(character) == other);
-    }
-
-private:
-    unsigned char one;
-    unsigned char other;
     bool areKnown;
 };
 
-// A pattern of at least one byte. The searches look at `count` places, or a block of them, from
-// `from` on, and yield the first at which the pattern stands, or null.
+// A pattern of at least one byte. The searches look at `count` places from `from` on, and yield the
+// first at which the pattern stands, or null.
 struct Pattern {
     bool StandsAt(char const* place) const;
     char const* SearchPlaces(char const* from, std::size_t count) const;
-    char const* SearchBlock(char const* from, Alikes first, Alikes last) const;
-    char const* SearchBlocks(char const* from, std::size_t count) const;
+    char const* SearchMarked(char const* from, __m128i marks) const;
+    // REQUIRES: a block at least, and alikes that are known.
+    char const* SearchBlocks(char const* from, std::size_t count, Alikes first, Alikes last) const;
 
     char const* text;
     std::size_t length;
-    CaseTables tables{};
+    CaseTable lower = *__ctype_tolower_loc();
 };
 
 // Equal bytes by tolower, which is what strncasecmp goes by.
 bool Pattern::StandsAt(char const* place) const {
     for (std::size_t i = 0; i < length; ++i) {
-        if (tables.lower[Byte(place[i])] != tables.lower[Byte(text[i])])
+        if (lower[Byte(place[i])] != lower[Byte(text[i])])
             return false;
     }
     return true;
@@ -84,44 +88,40 @@ char const* Pattern::SearchPlaces(char const* from, std::size_t count) const {
     return nullptr;
 }
 
-// Marks the places that have the right first and last byte, and compares the text only there.
-char const* Pattern::SearchBlock(char const* from, Alikes first, Alikes last) const {
-    char const* const ends = from + (length - 1);
-    unsigned char marks[blockSize];
-    for (std::size_t i = 0; i < blockSize; ++i)
-        marks[i] = static_cast<unsigned char>(first.Contain(from[i]) & last.Contain(ends[i]));
-
-    std::uint64_t words[blockSize / 8];
-    std::memcpy(words, marks, sizeof(words));
-    std::uint64_t any = 0;
-    for (std::uint64_t word : words)
-        any |= word;
-    if (any == 0)
-        return nullptr;
-    for (std::uint64_t word : words) {
-        for (; word != 0; word &= word - 1) {
-            char const* const place = from + std::countr_zero(word) / 8;
-            if (StandsAt(place))
-                return place;
-        }
-        from += 8;
+char const* Pattern::SearchMarked(char const* from, __m128i marks) const {
+    for (auto bits = static_cast<unsigned>(_mm_movemask_epi8(marks)); bits != 0; bits &= bits - 1) {
+        char const* const place = from + std::countr_zero(bits);
+        if (StandsAt(place))
+            return place;
     }
     return nullptr;
 }
 
-char const* Pattern::SearchBlocks(char const* from, std::size_t count) const {
-    Alikes const first(tables, text[0]);
-    Alikes const last(tables, text[length - 1]);
-    if (!first.AreKnown() || !last.AreKnown())
-        return SearchPlaces(from, count);
-    // The last block overlaps the one before it, so that no places are left over.
-    char const* const lastBlock = from + (count - blockSize);
-    for (;; from += blockSize) {
-        bool const isLast = from >= lastBlock;
-        char const* const match = SearchBlock(isLast ? lastBlock : from, first, last);
-        if (match != nullptr || isLast)
-            return match;
+// Marks the places that have the right first and last byte, and compares the text only there.
+char const* Pattern::SearchBlocks(char const* from, std::size_t count, Alikes first,
+                                  Alikes last) const {
+    auto const marksAt = [&](char const* place) {
+        return _mm_and_si128(first.FindIn(place), last.FindIn(place + (length - 1)));
+    };
+    char const* const end = from + count;
+    constexpr std::size_t four = 4 * blockSize;
+    for (; static_cast<std::size_t>(end - from) >= four; from += four) {
+        __m128i marks[4];
+        for (std::size_t i = 0; i < 4; ++i)
+            marks[i] = marksAt(from + i * blockSize);
+        __m128i const any =
+            _mm_or_si128(_mm_or_si128(marks[0], marks[1]), _mm_or_si128(marks[2], marks[3]));
+        if (_mm_movemask_epi8(any) == 0)
+            continue;
+        for (std::size_t i = 0; i < 4; ++i)
+            if (char const* const match = SearchMarked(from + i * blockSize, marks[i]))
+                return match;
     }
+    for (; static_cast<std::size_t>(end - from) >= blockSize; from += blockSize)
+        if (char const* const match = SearchMarked(from, marksAt(from)))
+            return match;
+    // What is left is looked at together with places before it.
+    return from == end ? nullptr : SearchMarked(end - blockSize, marksAt(end - blockSize));
 }
 
 } // namespace
@@ -134,8 +134,17 @@ char const* CaseBlindSearch(char const* text, std::size_t length, char const* pa
         return nullptr;
     std::size_t const places = length - patternLength + 1;
     Pattern const wanted{pattern, patternLength};
-    return places < fewPlaces ? wanted.SearchPlaces(text, places)
-                              : wanted.SearchBlocks(text, places);
+    char const lastByte = pattern[patternLength - 1];
+    if (places >= blockSize && LettersAreAscii())
+        return wanted.SearchBlocks(text, places, Alikes::InAscii(*pattern),
+                                   Alikes::InAscii(lastByte));
+    if (places >= manyPlaces) {
+        Alikes const first = Alikes::InLocale(wanted.lower, *pattern);
+        Alikes const last = Alikes::InLocale(wanted.lower, lastByte);
+        if (first.areKnown && last.areKnown)
+            return wanted.SearchBlocks(text, places, first, last);
+    }
+    return wanted.SearchPlaces(text, places);
 }
 
 char const* PlainCaseBlindSearch(char const* text, std::size_t length, char const* pattern,

@@ -5,7 +5,10 @@
 #include <cstdio>
 
 #include "data/AppendRun.h"
+#include "data/Ascii.h"
+#include "data/Data.h"
 #include "strings/CaseBlindSearch.h"
+#include "strings/LocaleLetters.h"
 
 static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide");
 
@@ -15,6 +18,9 @@ namespace {
 constexpr std::uint64_t maximalCapacity = 0xFFFFFFF7;
 
 constexpr std::uint64_t firstFormatCapacity = 64;
+
+// With fewer bytes, asking for the locale's letters costs more than it saves.
+constexpr std::size_t enoughForLocale = 8;
 
 // Throws for an index or a count that may not be negative; yields it as a number without a sign.
 std::uint32_t NotNegative(int number) {
@@ -37,15 +43,29 @@ void WriteText(char* target, char const* run, std::size_t runLength, std::size_t
 
 // The first occurrence between `from` and `end`, or null. The characters go on to a NUL at `end` or
 // behind it, and may hold other NULs, on each of which strstr has to be set going again.
-char const* FindRun(char const* from, char const* end, char const* pattern,
-                    std::ptrdiff_t patternLength) {
-    while (end - from >= patternLength) {
-        char const* const match = std::strstr(from, pattern);
-        if (match != nullptr)
-            return end - match >= patternLength ? match : nullptr;
+// REQUIRES: `from` is not behind `end`.
+char const* FindRun(char const* from, char const* end, char const* pattern) {
+    do {
+        if (char const* const match = std::strstr(from, pattern)) {
+            // What strstr finds ends at a NUL at the latest, so it can't pass one at `end`.
+            bool const fits =
+                *end == '\0' || end - match >= static_cast<std::ptrdiff_t>(std::strlen(pattern));
+            return fits ? match : nullptr;
+        }
         from += std::strlen(from) + 1;
-    }
+    } while (from <= end);
     return nullptr;
+}
+
+// Maps all bytes as the C library's tolower or toupper does.
+template <int MapByte(int), void MapAscii(ConstData, Data)>
+void MapCase(char* text, std::size_t length) {
+    if (length >= enoughForLocale && LettersAreAscii()) {
+        MapAscii(ConstData(text, length), Data(text, length));
+        return;
+    }
+    for (std::size_t i = 0; i < length; ++i)
+        text[i] = static_cast<char>(MapByte(static_cast<unsigned char>(text[i])));
 }
 
 } // namespace
@@ -128,6 +148,8 @@ void StringPL::AppendRun(char const* run, std::size_t runLength, std::size_t cou
     SetStringLength(static_cast<std::uint32_t>(length));
 }
 
+void StringPL::AppendByteGrowing(char byte) { AppendGrowing(&byte, 1, 1); }
+
 StringPL StringPL::operator+(char const* text) const {
     StringPL sum(*this);
     sum += text;
@@ -156,15 +178,9 @@ void StringPL::Format(char const* format, ...) {
     }
 }
 
-void StringPL::MakeLower() {
-    for (char *c = characters, *end = characters + Length(); c != end; ++c)
-        *c = static_cast<char>(std::tolower(static_cast<unsigned char>(*c)));
-}
+void StringPL::MakeLower() { MapCase<std::tolower, Ascii::LowerCase>(characters, Length()); }
 
-void StringPL::MakeUpper() {
-    for (char *c = characters, *end = characters + Length(); c != end; ++c)
-        *c = static_cast<char>(std::toupper(static_cast<unsigned char>(*c)));
-}
+void StringPL::MakeUpper() { MapCase<std::toupper, Ascii::RaiseCase>(characters, Length()); }
 
 void StringPL::Replace(char const* search, char const* replacement) {
     std::size_t const searchLength = std::strlen(search);
@@ -173,7 +189,7 @@ void StringPL::Replace(char const* search, char const* replacement) {
         return;
     char const* const end = characters + Length();
     auto const next = [&](char const* from) {
-        return FindRun(from, end, search, static_cast<std::ptrdiff_t>(searchLength));
+        return FindRun(from, end, search);
     };
 
     std::uint64_t length = Length();
@@ -216,11 +232,9 @@ void StringPL::ReplaceNoCase(char const* search, char const* replacement) {
 
 int StringPL::Find(char const* pattern, int start) const {
     std::uint32_t const from = NotNegative(start);
-    std::size_t const patternLength = std::strlen(pattern);
-    if (from + patternLength > Length())
+    if (from > Length())
         return -1;
-    char const* const match = FindRun(characters + from, characters + Length(), pattern,
-                                      static_cast<std::ptrdiff_t>(patternLength));
+    char const* const match = FindRun(characters + from, characters + Length(), pattern);
     return match == nullptr ? -1 : static_cast<int>(match - characters);
 }
 

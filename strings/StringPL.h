@@ -5,6 +5,7 @@
 // belongs to one thread; copies are real copies.
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -188,6 +189,8 @@ private:
 
     // REQUIRES: HasRoomFor(1).
     void AppendByte(char byte);
+    // By value, so that a byte of the caller's can stay in a register.
+    void AppendByteGrowing(char byte);
 
     char* characters;
 };
@@ -198,8 +201,10 @@ inline void StringPL::AppendByte(char byte) {
     Header& header = GetHeader();
     char* const end = characters + header.length;
     ++header.length;
-    end[0] = byte;
-    end[1] = '\0';
+    // The byte and the NUL in one store, since it is stores that a loop of appends waits for.
+    static_assert(std::endian::native == std::endian::little);
+    std::uint16_t const text = static_cast<unsigned char>(byte);
+    std::memcpy(end, &text, sizeof(text));
 }
 
 inline void StringPL::MakeEmpty() {
@@ -220,10 +225,12 @@ inline StringPL& StringPL::operator+=(char const* text) {
 }
 
 inline void StringPL::Append(char const* text, unsigned int count) {
-    if (count == 1 && HasRoomFor(1))
+    if (count != 1)
+        AppendRun(text, strnlen(text, count), count);
+    else if (HasRoomFor(1))
         AppendByte(text[0]);
     else
-        AppendRun(text, strnlen(text, count), count);
+        AppendByteGrowing(text[0]);
 }
 
 // All relations rest on Compare: bytes up to the first NUL, as strcmp orders them.

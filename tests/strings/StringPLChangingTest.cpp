@@ -268,6 +268,12 @@ TEST(StringPLChangingTest, CaseFollowsTheLocale) {
     EXPECT_STREQ("\xE4pfel", string);
     string.MakeUpper();
     EXPECT_STREQ("\xC4PFEL", string);
+    StringPL longer("\xC4pfel, \xD6l und \xDC"
+                    "bersee");
+    longer.MakeLower();
+    EXPECT_STREQ("\xE4pfel, \xF6l und \xFC"
+                 "bersee",
+                 longer);
 }
 
 TEST(StringPLChangingTest, ReplaceReplacesAllOccurrences) {

@@ -1,0 +1,42 @@
+#include "strings/LocaleLetters.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/strings/OtherLocale.h"
+
+namespace {
+
+TEST(LocaleLettersTest, LettersOfTheLocaleOfCAreAsciis) { EXPECT_TRUE(LettersAreAscii()); }
+
+TEST(LocaleLettersTest, EightBitLocaleHasOthers) {
+    OtherLocale const german("de_DE", "ISO-8859-1");
+    if (german.WhyNot() != nullptr)
+        GTEST_SKIP() << german.WhyNot();
+    EXPECT_FALSE(LettersAreAscii());
+}
+
+TEST(LocaleLettersTest, Utf8HasNoOtherLettersOfOneByte) {
+    OtherLocale const german("de_DE", "UTF-8");
+    if (german.WhyNot() != nullptr)
+        GTEST_SKIP() << german.WhyNot();
+    EXPECT_TRUE(LettersAreAscii());
+}
+
+TEST(LocaleLettersTest, TurkishInUtf8HasFewer) {
+    OtherLocale const turkish("tr_TR", "UTF-8");
+    if (turkish.WhyNot() != nullptr)
+        GTEST_SKIP() << turkish.WhyNot();
+    EXPECT_FALSE(LettersAreAscii());
+}
+
+TEST(LocaleLettersTest, AnswerFollowsTheLocaleBackAgain) {
+    {
+        OtherLocale const german("de_DE", "ISO-8859-1");
+        if (german.WhyNot() != nullptr)
+            GTEST_SKIP() << german.WhyNot();
+        EXPECT_FALSE(LettersAreAscii());
+    }
+    EXPECT_TRUE(LettersAreAscii());
+}
+
+} // namespace
