@@ -126,7 +126,8 @@ class ReproducibilityTest(unittest.TestCase):
     def test_two_builds_in_different_directories_give_the_same_bytes(self):
         (built,) = TREE.glob("obj-*")
         self.assertNotEqual(built, BUILD)
-        for name in ("tool/ClientCompliance", "demo/VeskaClient",
+        for name in ("tool/ClientCompliance", "demo/VeskaClient", "companions/compliance-query",
+                     "companions/compliance-doctor",
                      f"packaging/libclientcompliance.so.{VERSION}",
                      "packaging/libclientcompliance.a"):
             self.assertEqual((built / name).read_bytes(), (BUILD / name).read_bytes(), name)
