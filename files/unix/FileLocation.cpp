@@ -76,19 +76,16 @@ void FileLocation::Set(FileLocation const& parent, ConstData const& name) {
     if (stored > std::numeric_limits<unsigned int>::max())
         throw std::length_error("FileLocation");
 
-    // Not written in place, since both pieces may stand there.
-    char joined[insideSize];
-    char* const target = stored < insideSize ? joined : new char[stored + 1];
-    char* end = target;
-    end = static_cast<char*>(std::memcpy(end, base.begin, base.Length())) + base.Length();
-    if (name[0] != '/')
-        *end++ = '/';
+    char* const target = stored < insideSize ? inside : new char[stored + 1];
+    char* const tailPlace = target + base.Length() + (name[0] == '/' ? 0 : 1);
+    // The tail first: where the pieces stand in this path themselves, that leaves the base whole.
     if (!tail.IsEmpty())
-        end = static_cast<char*>(std::memcpy(end, tail.begin, tail.Length())) + tail.Length();
-    *end++ = '\0';
-    if (target == joined)
-        std::memcpy(inside, joined, static_cast<std::size_t>(end - joined));
-    Adopt(target == joined ? inside : target, static_cast<unsigned int>(stored));
+        std::memmove(tailPlace, tail.begin, tail.Length());
+    tailPlace[tail.Length()] = '\0';
+    std::memmove(target, base.begin, base.Length());
+    if (tailPlace != target + base.Length())
+        tailPlace[-1] = '/';
+    Adopt(target, static_cast<unsigned int>(stored));
 }
 
 FileLocation FileLocation::Relative(char const* path) const {
