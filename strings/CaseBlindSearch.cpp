@@ -63,8 +63,10 @@ struct Pattern {
     bool StandsAt(char const* place) const;
     char const* SearchPlaces(char const* from, std::size_t count) const;
     char const* SearchMarked(char const* from, __m128i marks) const;
-    // REQUIRES: a block at least, and alikes that are known.
-    char const* SearchBlocks(char const* from, std::size_t count, Alikes first, Alikes last) const;
+    // REQUIRES: a block at least, and alikes that are known. (They come by reference since a processor
+    // waits where bytes just stored are loaded as one word, to be passed.)
+    char const* SearchBlocks(char const* from, std::size_t count, Alikes const& first,
+                             Alikes const& last) const;
 
     char const* text;
     std::size_t length;
@@ -98,23 +100,21 @@ char const* Pattern::SearchMarked(char const* from, __m128i marks) const {
 }
 
 // Marks the places that have the right first and last byte, and compares the text only there.
-char const* Pattern::SearchBlocks(char const* from, std::size_t count, Alikes first,
-                                  Alikes last) const {
+char const* Pattern::SearchBlocks(char const* from, std::size_t count, Alikes const& first,
+                                  Alikes const& last) const {
     auto const marksAt = [&](char const* place) {
         return _mm_and_si128(first.FindIn(place), last.FindIn(place + (length - 1)));
     };
     char const* const end = from + count;
     constexpr std::size_t four = 4 * blockSize;
     for (; static_cast<std::size_t>(end - from) >= four; from += four) {
-        __m128i marks[4];
-        for (std::size_t i = 0; i < 4; ++i)
-            marks[i] = marksAt(from + i * blockSize);
-        __m128i const any =
-            _mm_or_si128(_mm_or_si128(marks[0], marks[1]), _mm_or_si128(marks[2], marks[3]));
-        if (_mm_movemask_epi8(any) == 0)
+        __m128i const front = _mm_or_si128(marksAt(from), marksAt(from + blockSize));
+        char const* const half = from + 2 * blockSize;
+        __m128i const back = _mm_or_si128(marksAt(half), marksAt(half + blockSize));
+        if (_mm_movemask_epi8(_mm_or_si128(front, back)) == 0)
             continue;
-        for (std::size_t i = 0; i < 4; ++i)
-            if (char const* const match = SearchMarked(from + i * blockSize, marks[i]))
+        for (char const* block = from; block != from + four; block += blockSize)
+            if (char const* const match = SearchMarked(block, marksAt(block)))
                 return match;
     }
     for (; static_cast<std::size_t>(end - from) >= blockSize; from += blockSize)
