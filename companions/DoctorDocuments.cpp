@@ -56,6 +56,11 @@ Finding CheckTemporaryRequest() {
     FileFacts const file(DoctorPaths::temporaryRequest);
     if (file.IsUnknown())
         return MakeSkipped(check, file);
+    if (file.IsLink())
+        return {check, Verdict::problem, "temporary-request-link",
+                file.Path() + " is a symbolic link: the next request is written over the file that "
+                              "it leads to",
+                "remove the link, and see who may write to its directory"};
     if (file.IsMissing())
         return {check, Verdict::ok, "", "no temporary request is in the way"};
     if (!file.IsRegularFile())
@@ -78,6 +83,11 @@ Finding CheckResponse() {
     FileFacts const file(DoctorPaths::response);
     if (file.IsUnknown())
         return MakeSkipped(check, file);
+    if (file.IsLink())
+        return {check, Verdict::problem, "response-link",
+                file.Path() + " is a symbolic link: the file that it leads to is read as the "
+                              "agent's answer",
+                "remove the link, and see who may write to its directory"};
     if (file.IsMissing())
         return {check, Verdict::ok, "", "no response is there"};
     if (!file.IsRegularFile())

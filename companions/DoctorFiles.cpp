@@ -17,9 +17,9 @@ FileFacts::FileFacts(char const* thePath) : path(thePath) {
 
 bool FileFacts::IsMissing() const { return error == ENOENT || error == ENOTDIR; }
 
-bool FileFacts::IsBrokenLink() const {
+bool FileFacts::IsLink() const {
     struct stat link {};
-    return !Exists() && lstat(path.c_str(), &link) == 0;
+    return lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode);
 }
 
 bool FileFacts::IsOpenToOthers() const {

@@ -16,7 +16,9 @@ public:
     bool Exists() const { return error == 0; }
     bool IsUnknown() const { return error != 0 && !IsMissing(); }
     bool IsMissing() const;
-    bool IsBrokenLink() const;
+    // Whether it is a symbolic link, to something or to nothing.
+    bool IsLink() const;
+    bool IsBrokenLink() const { return !Exists() && IsLink(); }
     bool IsDirectory() const { return Exists() && S_ISDIR(facts.st_mode); }
     bool IsRegularFile() const { return Exists() && S_ISREG(facts.st_mode); }
 

@@ -45,6 +45,11 @@ Finding DescribeHolder(pid_t holder) {
 // Whether the exchange could open the lock file for writing.
 Finding CheckFile(FileFacts const& file) {
     FileFacts const directory(DoctorPaths::requestDirectory);
+    if (file.IsLink())
+        return {check, Verdict::problem, "lock-link",
+                file.Path() + " is a symbolic link: the lock is taken on the file that it leads "
+                              "to, which is created if it is missing",
+                "remove the link, and see who may write to its directory"};
     if (file.IsMissing())
         return {check, Verdict::ok, "", "nobody has taken the lock yet"};
     if (file.IsUnknown())

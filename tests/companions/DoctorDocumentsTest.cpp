@@ -104,6 +104,27 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
     });
 }
 
+// What is written through a planted link is lost, whether or not the link leads anywhere.
+TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_symlink("target", temporary);
+        ExpectProblem("temporary-request-link", temporary, CheckTemporaryRequest());
+        Create((fs::path(temporary).parent_path() / "target").c_str());
+        ExpectProblem("temporary-request-link", temporary, CheckTemporaryRequest());
+    });
+}
+
+TEST(DoctorDocumentsTest, LinkInThePlaceOfTheResponse) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::create_symlink("target", response);
+        ExpectProblem("response-link", response, CheckResponse());
+        Create((fs::path(response).parent_path() / "target").c_str());
+        ExpectProblem("response-link", response, CheckResponse());
+    });
+}
+
 TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
     PrivateMachine::Run([] {
         Create(response, std::chrono::hours(30));

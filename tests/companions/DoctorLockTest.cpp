@@ -40,6 +40,18 @@ TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
     });
 }
 
+TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        fs::path const target = fs::path(lockFile).parent_path() / "target";
+        fs::create_symlink("target", lockFile);
+        ExpectProblem("lock-link", lockFile, CheckLock());
+        EXPECT_FALSE(fs::exists(target));
+        std::ofstream(target) << "";
+        ExpectProblem("lock-link", lockFile, CheckLock());
+    });
+}
+
 TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
