@@ -12,14 +12,9 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define CC_HAS_LEAK_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define CC_HAS_LEAK_SANITIZER 1
-#endif
-#endif
-#ifdef CC_HAS_LEAK_SANITIZER
+#include "tests/support/Sanitizers.h"
+
+#ifdef CC_ADDRESS_SANITIZER
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -185,7 +180,7 @@ void ReportForkedException(char const* what) {
 }
 
 void CheckForkedLeaks() {
-#ifdef CC_HAS_LEAK_SANITIZER
+#ifdef CC_ADDRESS_SANITIZER
     // The check traces the threads of the process, and dies if it can't list them.
     if (prctl(PR_GET_DUMPABLE) != 1)
         return;

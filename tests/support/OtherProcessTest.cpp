@@ -12,6 +12,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/Sanitizers.h"
+
 namespace {
 
 using std::chrono::milliseconds;
@@ -123,7 +125,7 @@ TEST(OtherProcessTest, BodyWithManyFailuresNeitherBlocksNorPasses) {
     EXPECT_LT(0, results.size());
 }
 
-#ifdef __SANITIZE_ADDRESS__
+#ifdef CC_ADDRESS_SANITIZER
 TEST(OtherProcessTest, MemoryLostInTheBodyIsFailure) {
     OtherProcess other([] {
         for (int i = 0; i < 100; ++i)

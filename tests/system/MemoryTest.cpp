@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 
 #include "tests/support/PrivateMachine.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
@@ -40,7 +41,7 @@ TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
 }
 
 // The shadow memory of a sanitizer is beyond any limit.
-#ifndef __SANITIZE_ADDRESS__
+#ifndef CC_ADDRESS_SANITIZER
 
 TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
     PrivateMachine::Run([] {

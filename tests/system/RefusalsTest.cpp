@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "tests/support/PrivateMachine.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
@@ -382,7 +383,7 @@ TEST(RefusalsTest, AgentOfAnotherUserIsFound) {
 }
 
 // The runtime of a sanitizer needs /proc itself.
-#ifndef __SANITIZE_ADDRESS__
+#ifndef CC_ADDRESS_SANITIZER
 TEST(RefusalsTest, MachineWithoutProcHasNoRunningAgent) {
     for (Proc const proc : {Proc::none, Proc::empty}) {
         PrivateMachine::Run({.proc = proc}, [] {
