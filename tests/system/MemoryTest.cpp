@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 using PrivateMachine::CreateAgentDirectories;
 
 constexpr rlim_t kilobyte = 1024;
-constexpr rlim_t megabyte = 1024 * kilobyte;
+[[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
 
 // A stack on which nothing of that depth could be walked by recursion.
 TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
