@@ -193,6 +193,24 @@ TEST(ExamplesTest, ShellTellsTheCodeOfARefusal) {
     ExpectRefused(shell, 1, "", "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
 }
 
+// The tool refuses them with its usage text, which is no result.
+TEST(ExamplesTest, ShellRefusesArgumentsThatTheToolRefuses) {
+    std::string const usage =
+        "usage: evaluate.sh URL DOC [FLAGS]; the flags are a number from 0 to 15\n";
+    ExpectRefused({shell.front(), "url", "doc", "16"}, 2, "", usage);
+    ExpectRefused({shell.front(), "url"}, 2, "", usage);
+}
+
+// The shell has a word of its own about that before.
+TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
+    ProgramResult const result = RunProgram(shell, {.environment = {{"PATH=/usr/bin:/bin"}}});
+    EXPECT_EQ(ExitStatus::Exited(1), result.status);
+    EXPECT_EQ("", result.output);
+    EXPECT_TRUE(result.errors.ends_with(
+        "\nevaluate.sh: no results: the tool did not end by itself (status 127)\n"))
+        << result.errors;
+}
+
 TEST(ExamplesTest, ShellRefusesRowsThatItCannotTellApart) {
     ExpectWith(Finish(Row("d", "r", "t", "1", "x\n        Result: Compliant", "c")), shell, 1, "",
                "evaluate.sh: a value holds line ends; the rows can not be told apart\n");
