@@ -27,6 +27,27 @@ function(install_completions component)
   endforeach()
 endfunction()
 
+# install_page(<page> <name>): a page of the documentation, by the name that it has where it is
+# installed. Other things stand beside it there than in the source: links are turned to them, manual
+# pages and schemas are named, and of what is not installed there remain the words of the link.
+function(install_page page name)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${page})
+  cmake_path(GET name PARENT_PATH directory)
+  file(READ ${PROJECT_SOURCE_DIR}/${page} text)
+  set(words "\\[([^]]*)\\]")
+  string(REGEX REPLACE "${words}\\(man/([^).]*)\\.([1-8])\\)" "\\2(\\3)" text "${text}")
+  string(REGEX REPLACE "${words}\\([^)]*/([^)/]*\\.schema\\.json)\\)" "\\1 `\\2`" text "${text}")
+  string(REPLACE "](../examples/" "](examples/" text "${text}")
+  string(REPLACE "](../demo/README.md)" "](stand-in-agent.md)" text "${text}")
+  string(REGEX REPLACE "${words}\\(\\.\\./[^)]*\\)" "\\1" text "${text}")
+  if(directory)
+    string(REPLACE "](stand-in-agent.md)" "](../stand-in-agent.md)" text "${text}")
+  endif()
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/pages/${name} "${text}")
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/pages/${name}
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/${directory} COMPONENT documentation)
+endfunction()
+
 # tool
 install(TARGETS ClientCompliance RUNTIME COMPONENT tool)
 install_completions(tool ClientCompliance)
@@ -82,13 +103,18 @@ install_completions(demo VeskaClient)
 install_found(demo ${CMAKE_INSTALL_MANDIR}/man1 docs/man/VeskaClient.1)
 
 # documentation
-install_found(documentation ${CMAKE_INSTALL_DOCDIR} docs/[a-z]*.md)
-install(FILES ${PROJECT_SOURCE_DIR}/demo/README.md RENAME stand-in-agent.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-if(EXISTS ${PROJECT_SOURCE_DIR}/examples)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
-    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation USE_SOURCE_PERMISSIONS)
-endif()
+file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
+  ${PROJECT_SOURCE_DIR}/docs/[a-z]*.md)
+foreach(page ${pages})
+  install_page(docs/${page} ${page})
+endforeach()
+install_page(demo/README.md stand-in-agent.md)
+install_page(examples/README.md examples/README.md)
+install_found(documentation ${CMAKE_INSTALL_DOCDIR} docs/*.svg)
+install_found(documentation ${CMAKE_INSTALL_DOCDIR}/diagrams docs/diagrams/*)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation USE_SOURCE_PERMISSIONS
+  PATTERN README.md EXCLUDE)
 
 # licence: a component of its own, since distributions have their own place for it.
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)

@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support import BUILD, CC, SOURCE, VERSION, on_private_machine, run
+from support import BUILD, CC, SOURCE, VERSION, links_of_documents, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
@@ -110,6 +110,11 @@ class ScratchRootTest(unittest.TestCase):
                                     self.root / "usr/libexec/clientcompliance/VeskaClient",
                                     self.root / "usr/share/clientcompliance/demo.scenario")
         self.assertIn("\nCOMPLIANCE_ResultCount is 4.\n    Designator: ", output)
+
+    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+        found, dead = links_of_documents(self.root / "usr")
+        self.assertGreater(len(found), 15)
+        self.assertEqual(dead, [])
 
     def test_serves_a_program_in_C_through_pkg_config(self):
         environment = {**os.environ, "PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig")}

@@ -8,7 +8,7 @@ import tempfile
 import unittest
 
 from support import (BUILD, CC, CXX, PREFIX, SOURCE, VERSION, install, library_directory,
-                     on_private_machine, run)
+                     links_of_documents, on_private_machine, run)
 
 
 def files_below(directory):
@@ -47,6 +47,35 @@ class InstallTest(unittest.TestCase):
             self.assertEqual((PREFIX / f"share/man/man{section}" / page.name).read_bytes(),
                              page.read_bytes())
         self.assertEqual(len(list(PREFIX.glob("share/man/*/*"))), len(pages))
+
+    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+        found, dead = links_of_documents(PREFIX)
+        self.assertGreater(len(found), 15)
+        self.assertEqual(dead, [])
+        troubleshooting = PREFIX / "share/doc/clientcompliance/troubleshooting.md"
+        self.assertIn("\ncompliance-doctor(1) finds", troubleshooting.read_text(encoding="utf-8"))
+
+    def test_has_every_document_example_diagram_and_completion(self):
+        share = PREFIX / "share"
+        for kind, place in (("docs/[a-z]*.md", "doc/clientcompliance"),
+                            ("docs/diagrams/*", "doc/clientcompliance/diagrams"),
+                            ("examples/*", "doc/clientcompliance/examples"),
+                            ("completions/bash/C*", "bash-completion/completions"),
+                            ("completions/zsh/_C*", "zsh/site-functions"),
+                            ("completions/fish/C*", "fish/vendor_completions.d")):
+            wanted = {path.name for path in SOURCE.glob(kind)}
+            self.assertTrue(wanted, kind)
+            self.assertLessEqual(wanted, {path.name for path in (share / place).iterdir()})
+
+    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
+    def test_has_the_companions_with_their_schemas_and_completions(self):
+        found = set(files_below(PREFIX))
+        for name in ("compliance-query", "compliance-doctor"):
+            for path in (f"bin/{name}", f"share/clientcompliance/{name}.schema.json",
+                         f"share/bash-completion/completions/{name}",
+                         f"share/zsh/site-functions/_{name}",
+                         f"share/fish/vendor_completions.d/{name}.fish"):
+                self.assertIn(path, found)
 
     def test_goes_below_a_scratch_root_with_DESTDIR_and_owns_nothing_of_the_agent(self):
         with tempfile.TemporaryDirectory() as root:

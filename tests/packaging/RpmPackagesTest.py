@@ -6,7 +6,7 @@ import pathlib
 import tempfile
 import unittest
 
-from support import SOURCE, VERSION, on_private_machine, run
+from support import SOURCE, VERSION, links_of_documents, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
@@ -49,6 +49,11 @@ class ScratchRootTest(unittest.TestCase):
             self.root / "usr/libexec/clientcompliance/VeskaClient",
             self.root / "usr/lib64/libclientcompliance.so.1",
             self.root / "usr/lib64/libclientcompliance.a")
+
+    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+        found, dead = links_of_documents(self.root / "usr")
+        self.assertGreater(len(found), 15)
+        self.assertEqual(dead, [])
 
     def test_has_a_tool_that_runs_where_no_agent_is(self):
         output = on_private_machine('"$1" -d', self.root / "usr/bin/ClientCompliance")

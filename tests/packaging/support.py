@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import re
 import subprocess
 import unittest
 
@@ -26,6 +27,19 @@ def run(*command, **options):
 
 def install(prefix, **environment):
     run("cmake", "--install", BUILD, "--prefix", prefix, env={**os.environ, **environment})
+
+
+def links_of_documents(prefix):
+    """Page and target of each link between the installed documents, and those that lead nowhere."""
+    found = []
+    for page in sorted((prefix / "share/doc/clientcompliance").rglob("*.md")):
+        text = re.sub("`[^`]*`", "", page.read_text(encoding="utf-8"))
+        for target in re.findall(r"\]\(([^)\s#]+)", text):
+            if "://" not in target:
+                found.append((page, target))
+    dead = [f"{page.name}: {target}" for page, target in found
+            if not (page.parent / target).exists()]
+    return found, dead
 
 
 def library_directory(prefix=PREFIX):
