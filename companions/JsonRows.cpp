@@ -24,6 +24,12 @@ Json MakeObject(Row const& row) {
     return object;
 }
 
+void WriteRow(Row const& row, Output& output) {
+    constexpr int onOneLine = -1;
+    bool const asAscii = output.IsTerminal();
+    output.Write(MakeObject(row).dump(onOneLine, ' ', asAscii));
+}
+
 } // namespace
 
 void WriteJson(Rows const& rows, Output& output) {
@@ -35,7 +41,7 @@ void WriteJson(Rows const& rows, Output& output) {
     output.Write("\"rows\":[");
     for (unsigned int index = 0; index < rows.count; ++index) {
         output.Write(index == 0 ? "\n" : ",\n");
-        output.Write(MakeObject(rows.get(index)).dump());
+        WriteRow(rows.get(index), output);
     }
     output.Write("]}\n");
 }
@@ -55,7 +61,7 @@ void WriteJson(JsonFailure const& failure, Output& output) {
 
 void WriteNdjson(Rows const& rows, Output& output) {
     for (unsigned int index = 0; index < rows.count; ++index) {
-        output.Write(MakeObject(rows.get(index)).dump());
+        WriteRow(rows.get(index), output);
         output.Write("\n");
     }
 }

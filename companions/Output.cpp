@@ -12,7 +12,8 @@ constexpr std::size_t pieceSize = 64 * 1024;
 
 } // namespace
 
-Output::Output(int theDescriptor) : descriptor(theDescriptor) {}
+Output::Output(int theDescriptor)
+    : descriptor(theDescriptor), terminal(isatty(theDescriptor) == 1) {}
 
 void Output::Write(std::string_view bytes) {
     if (waiting.size() + bytes.size() >= pieceSize)

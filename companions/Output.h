@@ -4,12 +4,12 @@
 #include <string>
 #include <string_view>
 
-// Collects what is written and hands it on when enough has come together, and at Flush; what is large
-// by itself is not copied. One thread.
+// Collects what is written and hands it on when enough has come together, and at Flush; what is
+// large by itself is not copied. One thread.
 //
-// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A signal
-// is no failure, except for a stop that has been asked for (StopSignals.h) while the reader on the
-// other side keeps us waiting.
+// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A
+// signal is no failure, except for a stop that has been asked for (StopSignals.h) while the reader
+// on the other side keeps us waiting.
 class Output {
 public:
     // The descriptor is not closed.
@@ -21,11 +21,14 @@ public:
     void Flush();
     // 0, or the number of the first error.
     int Error() const { return error; }
+    // Whether somebody looks at the bytes as they come.
+    bool IsTerminal() const { return terminal; }
 
 private:
     void HandOn(std::string_view bytes);
 
     int const descriptor;
+    bool const terminal;
     int error = 0;
     std::string waiting;
 };

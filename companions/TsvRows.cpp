@@ -4,6 +4,7 @@
 
 #include "companions/Output.h"
 #include "companions/Rows.h"
+#include "companions/VisibleText.h"
 
 namespace {
 
@@ -22,11 +23,19 @@ void AppendEscaped(std::string& line, std::string_view text) {
     }
 }
 
+// Each backslash stands twice by then, so that those of visible text are told apart.
+void AppendVisible(std::string& line, std::string_view text) {
+    std::string escaped;
+    AppendEscaped(escaped, text);
+    line += MakeVisible(escaped);
+}
+
 template <typename Fields>
 void WriteLine(Fields const& fields, std::string& line, Output& output) {
+    auto const append = output.IsTerminal() ? AppendVisible : AppendEscaped;
     line.clear();
     for (std::string_view const field : fields) {
-        AppendEscaped(line, field);
+        append(line, field);
         line += '\t';
     }
     line.back() = '\n';

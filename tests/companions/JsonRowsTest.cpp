@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <algorithm>
 
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/RowList.h"
+#include "tests/companions/Terminal.h"
 
 namespace {
 
@@ -87,6 +88,25 @@ TEST(JsonRowsTest, EachRowIsALineOfNdjson) {
     EXPECT_EQ(RowObject(list[1]), Json::parse(text.substr(end + 1)));
     EXPECT_EQ(2, std::count(text.begin(), text.end(), '\n'));
     EXPECT_EQ("", NdjsonText({}));
+}
+
+TEST(JsonRowsTest, NothingPlaysWithATerminal) {
+    RowList const list = {
+        {{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\xE2\x80\xAE", "caf\xC3\xA9"}}};
+    using Write = void (*)(Rows const&, Output&);
+    for (Write const write : {static_cast<Write>(WriteJson), static_cast<Write>(WriteNdjson)}) {
+        Terminal screen;
+        Output output(screen.otherEnd());
+        write(RowsOf(list), output);
+        output.Flush();
+        std::string const text = screen.Read();
+        EXPECT_TRUE(std::ranges::all_of(text, [](char c) {
+            return c == '\n' || (c >= ' ' && c < '\x7F');
+        })) << text;
+        Json const document = Json::parse(text);
+        EXPECT_EQ(RowObject(list[0]),
+                  document.contains("rows") ? document.at("rows").at(0) : document);
+    }
 }
 
 TEST(JsonRowsTest, FailureHasWhatIsKnownOfIt) {

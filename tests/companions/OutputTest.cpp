@@ -12,6 +12,7 @@
 
 #include "companions/StopSignals.h"
 #include "tests/companions/RowList.h"
+#include "tests/companions/Terminal.h"
 #include "tests/support/OtherProcess.h"
 
 namespace {
@@ -55,6 +56,12 @@ TEST(OutputTest, ZeroBytesAndNothing) {
                   output.Write("");
               }));
     EXPECT_EQ("", OutputOf([](Output&) {}));
+}
+
+TEST(OutputTest, TerminalIsToldFromAFile) {
+    Terminal const screen;
+    EXPECT_TRUE(Output(screen.otherEnd()).IsTerminal());
+    EXPECT_FALSE(Output(screen.file()).IsTerminal());
 }
 
 TEST(OutputTest, FirstFailureIsKeptAndTheRestDropped) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/companions/RowList.h"
+#include "tests/companions/Terminal.h"
 
 namespace {
 
@@ -27,6 +28,16 @@ TEST(TsvRowsTest, FourBytesAreEscaped) {
 TEST(TsvRowsTest, OtherBytesStandAsTheyAre) {
     EXPECT_EQ(head + "\x01\t\x1b[m\t\xB5\t\xC2\xB5\t\"q\"\t a \n",
               Tsv({{{"\x01", "\x1b[m", "\xB5", "\xC2\xB5", "\"q\"", " a "}}}));
+}
+
+// The backslashes of the text itself stand twice, so what is shown can be told from it.
+TEST(TsvRowsTest, NothingPlaysWithATerminal) {
+    RowList const list = {{{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\\x1b", "caf\xC3\xA9"}}};
+    Terminal screen;
+    Output output(screen.otherEnd());
+    WriteTsv(RowsOf(list), output);
+    output.Flush();
+    EXPECT_EQ(head + "\\x1b[m\\x7f\t\\xb5\t\\u009b\t\\t\\n\t\\\\x1b\tcaf\xC3\xA9\n", screen.Read());
 }
 
 } // namespace
