@@ -32,12 +32,19 @@ Finding CheckModes(char const* check, char const* path) {
     FileFacts const directory(path);
     if (!directory.IsDirectory())
         return {check, Verdict::skipped, "", std::string(path) + " is no directory"};
-    if (!directory.IsOpenToOthers())
-        return {check, Verdict::ok, "", std::string(path) + " is " + directory.OwnerAndMode()};
-    return {check, Verdict::problem, "unsafe-mode",
-            std::string(path) +
-                " lets every user replace the documents of others: " + directory.OwnerAndMode(),
-            "take the right to write from others (chmod o-w), and give it to a group"};
+    constexpr char closeToOthers[] =
+        "take the right to write from others (chmod o-w), and give it to a group";
+    if (directory.IsOpenToOthers())
+        return {check, Verdict::problem, "unsafe-mode",
+                std::string(path) +
+                    " lets every user replace the documents of others: " + directory.OwnerAndMode(),
+                closeToOthers};
+    if ((directory.Facts().st_mode & S_IWOTH) != 0)
+        return {check, Verdict::note, "open-to-others",
+                std::string(path) + " lets every user put a document where none stands: " +
+                    directory.OwnerAndMode(),
+                closeToOthers};
+    return {check, Verdict::ok, "", std::string(path) + " is " + directory.OwnerAndMode()};
 }
 
 bool HasNoRoom(struct statvfs const& facts) {

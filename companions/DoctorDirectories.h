@@ -3,11 +3,12 @@
 
 #include "companions/DoctorFinding.h"
 
-// Whether this user can leave requests there. The lock and the requests are looked at only if it can.
+// Whether this user can leave requests there. The lock and the requests are looked at only then.
 Finding CheckRequestDirectory();
 // Whether this user can read answers there.
 Finding CheckResponseDirectory();
-// Whether a stranger can put a request or an answer in the place of another one.
+// Whether a stranger can put a request or an answer in the place of another one. It is a note if
+// that can be done only where none stands.
 Finding CheckModesOfRequestDirectory();
 Finding CheckModesOfResponseDirectory();
 // Whether there is room for a request.

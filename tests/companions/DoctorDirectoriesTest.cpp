@@ -96,9 +96,18 @@ TEST(DoctorDirectoriesTest, EverybodyMayReplaceTheDocumentsOfOthers) {
     });
 }
 
-TEST(DoctorDirectoriesTest, StickyOrGroupIsSafe) {
+TEST(DoctorDirectoriesTest, EverybodyMayAddDocumentsWhereItIsSticky) {
     PrivateMachine::Run([] {
-        for (unsigned int const mode : {01777u, 0775u, 0770u}) {
+        CreateDirectories(01777);
+        ExpectFinding(Verdict::note, "open-to-others", "mode 1777", CheckModesOfRequestDirectory());
+        ExpectFinding(Verdict::note, "open-to-others", "mode 1777",
+                      CheckModesOfResponseDirectory());
+    });
+}
+
+TEST(DoctorDirectoriesTest, GroupIsSafe) {
+    PrivateMachine::Run([] {
+        for (unsigned int const mode : {01775u, 0775u, 0770u}) {
             CreateDirectories(mode);
             ExpectOk("mode ", CheckModesOfRequestDirectory());
             ExpectOk("mode ", CheckModesOfResponseDirectory());
