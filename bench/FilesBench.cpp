@@ -101,7 +101,7 @@ void ReadOurs(Files const& files, Take take) {
     path.Close();
 }
 
-// The timed work looks at each chunk, but not at each byte: that would be the work of whoever reads.
+// The timed work looks at each chunk, but not at each byte, which is the work of whoever reads.
 struct ChunkCounter {
     void operator()(char const* chunk, std::size_t size) {
         benchmark::DoNotOptimize(chunk);

@@ -10,7 +10,13 @@ MET, MISSED, PLAIN = "#2f7d4f", "#b8442e", "#5b7083"
 
 
 def text(x, y, words, anchor="start", color="#222"):
-    return f'<text x="{x:.1f}" y="{y:.1f}" text-anchor="{anchor}" fill="{color}">{html.escape(words)}</text>'
+    place = f'x="{x:.1f}" y="{y:.1f}" text-anchor="{anchor}" fill="{color}"'
+    return f"<text {place}>{html.escape(words)}</text>"
+
+
+def bar(left, right, top, color):
+    size = f'width="{right - left:.1f}" height="13"'
+    return f'<rect x="{left:.1f}" y="{top}" {size} fill="{color}"/>'
 
 
 def line(x, top, bottom, color, width):
@@ -38,12 +44,15 @@ def ratios_as_svg(rows):
         color = {None: PLAIN, True: MET, False: MISSED}[row["met"]]
         left, right = sorted((place(1.0), place(row["ratio"])))
         parts.append(text(LEFT - 8, top + 14, f"{row['operation']} : {row['peer']}", "end"))
-        parts.append(f'<rect x="{left:.1f}" y="{top + 4}" width="{right - left:.1f}" height="13" fill="{color}"/>')
-        parts.append(text(max(right, place(row["goal"] or 1.0)) + 6, top + 14, f"{row['ratio']:.2f}"))
+        parts.append(bar(left, right, top + 4, color))
+        end = max(right, place(row["goal"] or 1.0)) + 6
+        parts.append(text(end, top + 14, f"{row['ratio']:.2f}"))
         if row["goal"]:
             parts.append(line(place(row["goal"]), top + 1, top + 20, "#000", 2))
-    foot = "Processor time of the peer / ours, median of the rounds, logarithmic. Black mark: the goal."
+    foot = ("Processor time of the peer / ours, median of the rounds, logarithmic. "
+            "Black mark: the goal.")
     parts.append(text(LEFT, bottom + 18, foot, color="#666"))
     size = f'width="{LEFT + WIDTH + 60}" height="{bottom + 28}"'
-    return (f'<svg xmlns="http://www.w3.org/2000/svg" {size} font-family="sans-serif" font-size="12">\n'
+    font = 'font-family="sans-serif" font-size="12"'
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" {size} {font}>\n'
             '<rect width="100%" height="100%" fill="#fff"/>\n' + "\n".join(parts) + "\n</svg>\n")

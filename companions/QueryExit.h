@@ -18,8 +18,8 @@ enum class QueryExit {
     otherResult = 10,   // --strict, and a row's result is not in the list
 };
 
-// The status of a negative code of the COMPLIANCE_ functions; of one that none of them returns it is
-// exchangeFailed.
+// The status of a negative code of the COMPLIANCE_ functions; of one that none of them returns it
+// is exchangeFailed.
 QueryExit QueryExitOfCode(int code);
 
 // One line without an end, which tells the code in words and, where there is one, the remedy.

@@ -1,4 +1,5 @@
-// A CRC-32 (polynomial 0x04C11DB7, the most significant bit first) advanced by many bytes at a time.
+// A CRC-32 (polynomial 0x04C11DB7, the most significant bit first) advanced by many bytes at
+// a time.
 //
 // Each form gives what the plain step, a byte at a time by `byteTable`, gives for the same bytes:
 //

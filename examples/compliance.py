@@ -14,9 +14,10 @@ As a program, one JSON object a row:
 
 Exit status: 0 finished, 1 no results, 2 wrong arguments.
 
-One evaluation at a time in a process, and all calls on one thread. After a lock that another process
-held (-6) every further try in this process is refused as well: try again in a new process. A signal
-with a handler, so Ctrl-C too, cuts short the wait of the call that it meets, and is heard behind it.
+One evaluation at a time in a process, and all calls on one thread. After a lock that another
+process held (-6) every further try in this process is refused as well: try again in a new process.
+A signal with a handler, so Ctrl-C too, cuts short the wait of the call that it meets, and is heard
+behind it.
 """
 
 import collections
@@ -29,7 +30,8 @@ import time
 # back to the same bytes with the same error handler.
 ENCODING = ("utf-8", "surrogateescape")
 
-Row = collections.namedtuple("Row", "designator result result_type evaluation_time description comment")
+Row = collections.namedtuple(
+    "Row", "designator result result_type evaluation_time description comment")
 
 
 class Error(Exception):
@@ -44,7 +46,8 @@ def _load():
     library = ctypes.CDLL("libclientcompliance.so.1")
     library.COMPLIANCE_Open.argtypes = [ctypes.c_char_p, ctypes.c_char_p, ctypes.c_uint]
     library.COMPLIANCE_Progress.argtypes = [ctypes.POINTER(ctypes.c_int)] * 2
-    library.COMPLIANCE_IndexedValue.argtypes = [ctypes.c_uint] + [ctypes.POINTER(ctypes.c_char_p)] * 6
+    text = ctypes.POINTER(ctypes.c_char_p)
+    library.COMPLIANCE_IndexedValue.argtypes = [ctypes.c_uint] + [text] * 6
     return library
 
 

@@ -8,8 +8,9 @@
  *
  *  - The signals are blocked while a function runs, and taken between two polls. A handler in the
  *    middle of a function would cut short its wait for the agent, and it would give up too early.
- *  - Whatever ends the evaluation, COMPLIANCE_Close tells the agent. So an end may take as long as a
- *    call that is under way and the close together: seldom above 2 seconds, 20 if the agent hangs.
+ *  - Whatever ends the evaluation, COMPLIANCE_Close tells the agent. So an end may take as long as
+ *    a call that is under way and the close together: seldom above 2 seconds, 20 if the agent
+ *    hangs.
  *  - The limit is looked at between the calls, on a clock that nobody sets.
  *
  * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 the time is over; or by the signal.

@@ -19,8 +19,8 @@ constexpr std::size_t manyPlaces = 128;
 
 unsigned char Byte(char character) { return static_cast<unsigned char>(character); }
 
-// The current locale's table behind tolower, indexed by a byte. A call for each byte would cost more
-// than all the rest of a search.
+// The current locale's table behind tolower, indexed by a byte. A call for each byte would cost
+// more than all the rest of a search.
 using CaseTable = std::int32_t const*;
 
 // The bytes that differ from a given one in nothing but case, that one included.
@@ -63,8 +63,8 @@ struct Pattern {
     bool StandsAt(char const* place) const;
     char const* SearchPlaces(char const* from, std::size_t count) const;
     char const* SearchMarked(char const* from, __m128i marks) const;
-    // REQUIRES: a block at least, and alikes that are known. (They come by reference since a processor
-    // waits where bytes just stored are loaded as one word, to be passed.)
+    // REQUIRES: a block at least, and alikes that are known. (They come by reference since a
+    // processor waits where bytes just stored are loaded as one word, to be passed.)
     char const* SearchBlocks(char const* from, std::size_t count, Alikes const& first,
                              Alikes const& last) const;
 

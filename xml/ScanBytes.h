@@ -116,8 +116,8 @@ std::uint64_t MatchesInBlock(char const* from, Bytes... wanted) {
     return found;
 }
 
-// A short run is found in one or two looks at a whole block, and the whole block is appended and cut
-// back: that has no branch that depends on the length, which nothing could foretell.
+// A short run is found in one or two looks at a whole block, and the whole block is appended and
+// cut back: that has no branch that depends on the length, which nothing could foretell.
 template <int block, class... Bytes>
 [[gnu::always_inline]] inline char const* AppendUntil(std::string& target, char const* from,
                                                       char const* end, Bytes... wanted) {

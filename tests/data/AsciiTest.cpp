@@ -358,7 +358,8 @@ TEST(AsciiTest, TerminatedTextsCompareAsTheRuleSays) {
 }
 
 // Deliberate: where a text ends, the rest of the other is compared raw and signed.
-// Ends and differences on both sides of where one stretch that is compared ends and the next begins.
+// Ends and differences on both sides of where one stretch that is compared ends and the next
+// begins.
 TEST(AsciiTest, LongTerminatedTextsCompareAsTheRuleSays) {
     for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,
                               16257u, 24448u, 30000u}) {

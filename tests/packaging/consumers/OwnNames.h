@@ -1,4 +1,5 @@
-// Classes, templates and functions whose names the foundation library has too, with another meaning.
+// Classes, templates and functions whose names the foundation library has too, and means
+// something else by.
 #pragma once
 
 #include <memory>

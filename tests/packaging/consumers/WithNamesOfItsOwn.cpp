@@ -1,5 +1,5 @@
-// A C++ program with classes of the same names as the foundation library's, that throws exceptions of
-// its own before and after it uses the interface; and that runs out of memory inside of it, when
+// A C++ program with classes of the same names as the foundation library's, that throws exceptions
+// of its own before and after it uses the interface; and that runs out of memory inside of it, when
 // told so by an argument.
 #include <cstdio>
 #include <cstdlib>
