@@ -2,6 +2,10 @@
 
 option(CC_WERROR "Treat warnings as errors" OFF)
 set(CC_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+option(CC_FUZZ "Build the fuzz targets, and all else as they need it: clang with sanitizers" OFF)
+if(CC_FUZZ)
+  set(CC_SANITIZE address,undefined,fuzzer-no-link)
+endif()
 
 # The flags that all of our own code is compiled with. They are kept out of the interface of the
 # libraries, so that a test may relax them without touching the product.

@@ -1,0 +1,104 @@
+// What all fuzz targets share: an input taken apart, and the end of the process on a difference.
+//
+// A target compares with a model of its own, or looks at a property; whatever does not hold ends the
+// process, so that libFuzzer keeps the input and the replay of a corpus fails.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What each target defines. Yields 0.
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size);
+
+namespace Fuzz {
+
+// `what` is the property that should hold, as a sentence.
+inline void Require(bool holds, char const* what) {
+    if (holds)
+        return;
+    std::fprintf(stderr, "does not hold: %s\n", what);
+    std::abort();
+}
+
+// The bytes of an input, taken from the front. At its end it gives zeros and empty texts.
+class Input {
+public:
+    Input(unsigned char const* data, std::size_t size)
+        : rest(reinterpret_cast<char const*>(data), size) {}
+
+    bool IsEmpty() const { return rest.empty(); }
+
+    unsigned char Byte() {
+        if (rest.empty())
+            return 0;
+        auto const byte = static_cast<unsigned char>(rest.front());
+        rest.remove_prefix(1);
+        return byte;
+    }
+
+    unsigned long long Number64() {
+        unsigned long long value = 0;
+        for (int i = 0; i < 8; ++i)
+            value = value << 8 | Byte();
+        return value;
+    }
+
+    // A byte that is the length, and then so many bytes, if there are so many.
+    std::string Text() {
+        std::size_t const length = std::min<std::size_t>(Byte(), rest.size());
+        std::string const text(rest.substr(0, length));
+        rest.remove_prefix(length);
+        return text;
+    }
+
+    std::string_view Rest() const { return rest; }
+
+private:
+    std::string_view rest;
+};
+
+// The lengths of pieces that a text is cut into, over and over until it is used up.
+class Cutting {
+public:
+    // One byte for how many lengths there are, up to seven, then a byte for each.
+    explicit Cutting(Input& input) : lengths(input.Byte() % 8U) {
+        for (std::size_t& length : lengths)
+            length = input.Byte();
+    }
+
+    // The lengths of the pieces of a text of `total` units. Without a length above zero it is one.
+    std::vector<std::size_t> Pieces(std::size_t total) const {
+        std::vector<std::size_t> pieces;
+        bool const cuts = std::any_of(lengths.begin(), lengths.end(), [](auto l) { return l > 0; });
+        if (!cuts)
+            return {total};
+        for (std::size_t i = 0; total > 0; i = (i + 1) % lengths.size()) {
+            pieces.push_back(std::min(lengths[i], total));
+            total -= pieces.back();
+        }
+        return pieces;
+    }
+
+    // Each call of `receive(bytes, length)` sees a copy in memory of exactly its length, so that a
+    // reader that goes beyond it, or keeps a pointer, is found out.
+    template <class Receive>
+    void Feed(std::string_view text, Receive receive) const {
+        for (std::size_t length : Pieces(text.size())) {
+            std::unique_ptr<char[]> const copy(new char[length]);
+            std::copy_n(text.data(), length, copy.get());
+            receive(static_cast<char const*>(copy.get()), length);
+            text.remove_prefix(length);
+        }
+    }
+
+private:
+    std::vector<std::size_t> lengths;
+};
+
+} // namespace Fuzz

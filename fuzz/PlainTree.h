@@ -1,0 +1,54 @@
+// A document as a tree, built by the plain XML machine, to compare the tree reader with.
+#pragma once
+
+#include <list>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/xml/NaiveXMLMachine.h"
+#include "xml/XMLHandler.h"
+
+// The nodes stand in one list in the order of their start tags, so nothing here needs recursion.
+class PlainTree : private XMLHandler {
+public:
+    struct Node {
+        std::string name;
+        std::vector<XMLAttribute> attributes;
+        std::string text;
+        std::vector<Node const*> children;
+    };
+
+    explicit PlainTree(std::string_view document) { NaiveXMLMachine(*this).Parse(document); }
+
+    // The last outermost element, or null.
+    Node const* Root() const { return root; }
+    bool HasOpenElements() const { return !open.empty(); }
+
+private:
+    void StartElement(std::string const& name,
+                      std::vector<XMLAttribute const*> const& attributes) override {
+        Node& node = nodes.emplace_back();
+        node.name = name;
+        for (XMLAttribute const* attribute : attributes)
+            node.attributes.push_back(*attribute);
+        if (open.empty())
+            root = &node;
+        else
+            open.back()->children.push_back(&node);
+        open.push_back(&node);
+    }
+    void EndElement(std::string const&) override {
+        if (!open.empty())
+            open.pop_back();
+    }
+    void Characters(std::string const& text) override {
+        if (!open.empty())
+            open.back()->text += text;
+    }
+
+    std::list<Node> nodes;
+    Node const* root = nullptr;
+    std::vector<Node*> open;
+};

@@ -1,0 +1,78 @@
+// The tree reader, in any cutting, against a tree of the plain machine's events.
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fuzz/Fuzz.h"
+#include "fuzz/PlainTree.h"
+#include "xml/XMLElementPL.h"
+#include "xml/XMLTreeParserPL.h"
+
+namespace {
+
+std::string Lowered(std::string text) {
+    for (char& byte : text)
+        if (byte >= 'A' && byte <= 'Z')
+            byte = static_cast<char>(byte + ('a' - 'A'));
+    return text;
+}
+
+std::string const* FindAttribute(PlainTree::Node const& node, std::string const& name) {
+    for (XMLAttribute const& attribute : node.attributes)
+        if (Lowered(attribute.first) == Lowered(name))
+            return &attribute.second;
+    return nullptr;
+}
+
+void CompareAttribute(XMLElementPL const& element, PlainTree::Node const& node,
+                      std::string const& name) {
+    std::string const* const expected = FindAttribute(node, name);
+    Fuzz::Require(element.HasAttribute(name) == (expected != nullptr),
+                  "the attributes are the same");
+    Fuzz::Require(element.GetAttribute(name) == (expected == nullptr ? std::string() : *expected),
+                  "an attribute has its first value");
+}
+
+void CompareNode(XMLElementPL const& element, PlainTree::Node const& node) {
+    Fuzz::Require(element.GetName() == node.name, "an element has its name");
+    Fuzz::Require(element.GetText() == node.text, "an element has its text");
+    Fuzz::Require(element.GetElementList().size() == node.children.size(),
+                  "an element has its children");
+    CompareAttribute(element, node, "id");
+    for (XMLAttribute const& attribute : node.attributes)
+        CompareAttribute(element, node, attribute.first);
+}
+
+void CompareTrees(XMLElementPL const& root, PlainTree::Node const& plainRoot) {
+    std::vector<std::pair<XMLElementPL const*, PlainTree::Node const*>> pending{
+        {&root, &plainRoot}};
+    while (!pending.empty()) {
+        auto const [element, node] = pending.back();
+        pending.pop_back();
+        CompareNode(*element, *node);
+        auto plainChild = node->children.begin();
+        for (XMLElementPL const& child : element->GetElementList())
+            pending.push_back({&child, *plainChild++});
+    }
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    Fuzz::Cutting const cutting(input);
+    PlainTree const plain(input.Rest());
+    XMLTreeParserPL parser;
+    cutting.Feed(input.Rest(), [&](char const* bytes, std::size_t length) {
+        parser.Parse(bytes, static_cast<unsigned int>(length));
+    });
+    Fuzz::Require(parser.HasOpenElements() == plain.HasOpenElements(), "elements are open or not");
+    Fuzz::Require((parser.GetRootElement() == nullptr) == (plain.Root() == nullptr),
+                  "there is a root or not");
+    if (plain.Root() == nullptr)
+        return 0;
+    CompareTrees(*parser.GetRootElement(), *plain.Root());
+    XMLElementPL const copy(*parser.GetRootElement());
+    CompareTrees(copy, *plain.Root());
+    return 0;
+}
