@@ -45,13 +45,11 @@ Pair const& PairOf(std::size_t size) {
     return found != made.end() ? found->second : made.emplace(size, MakePair(size)).first->second;
 }
 
-bool BoostEqual(Pair const& pair) {
 #ifdef PEER_BOOST
+bool BoostEqual(Pair const& pair) {
     return boost::algorithm::iequals(pair.left, pair.right, std::locale::classic());
-#else
-    return strcasecmp(pair.left.c_str(), pair.right.c_str()) == 0;
-#endif
 }
+#endif
 
 bool StandardEqual(Pair const& pair) {
     return strcasecmp(pair.left.c_str(), pair.right.c_str()) == 0;

@@ -1,4 +1,5 @@
-// Reading and copying files, beside a bare loop of the same system calls and copy_file_range(2).
+// Reading and copying files, beside a bare loop of the same system calls, copy_file_range(2) and
+// cp(1).
 //
 // The name of an operation ends in the file system that it worked on: TMPDIR, or else "/dev/shm".
 // The bare loop makes the very calls that ours makes, in their order, with nothing around them; so
@@ -20,6 +21,7 @@
 
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
+#include "bench/RunProgram.h"
 #include "data/Data.h"
 #include "files/FileLocation.h"
 #include "files/FileOperations.h"
@@ -178,6 +180,14 @@ void CopyInKernel(Files const& files) {
     Checked(close(source));
 }
 
+// A whole program: its start counts too, and tells on short files.
+double CopyByCp(Files const& files) {
+    EndedProgram const ended = RunProgram({"cp", files.source.c_str(), files.target.c_str()});
+    if (ended.status != 0)
+        throw std::runtime_error("cp failed");
+    return ended.processorSeconds;
+}
+
 double ProcessorSeconds() {
     timespec now;
     Checked(clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now));
@@ -194,7 +204,13 @@ double Time(Files const& files) {
     return stop - start;
 }
 
-template <void (*copy)(Files const&)>
+double TimeCp(Files const& files) {
+    double const seconds = CopyByCp(files);
+    Checked(unlink(files.target.c_str()));
+    return seconds;
+}
+
+template <auto copy>
 std::string CopyAndReadBack(Files const& files) {
     copy(files);
     std::string content = Content(files.target);
@@ -243,6 +259,7 @@ void AddOperations(std::size_t size, std::string const& label) {
     copying.AddSelfTimed("ours", Time<CopyOurs>, CopyAndReadBack<CopyOurs>);
     copying.AddSelfTimed("bare-loop", Time<CopyBare>, CopyAndReadBack<CopyBare>);
     copying.AddSelfTimed("copy_file_range", Time<CopyInKernel>, CopyAndReadBack<CopyInKernel>);
+    copying.AddSelfTimed("cp", TimeCp, CopyAndReadBack<CopyByCp>);
 }
 
 } // namespace

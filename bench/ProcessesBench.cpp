@@ -14,16 +14,14 @@
 #include <system_error>
 #include <vector>
 
-#include <fcntl.h>
 #include <sched.h>
-#include <spawn.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "bench/Bench.h"
+#include "bench/RunProgram.h"
 
 namespace {
 
@@ -91,38 +89,12 @@ private:
     pid_t init = -1;
 };
 
-using Command = std::vector<char const*>;
-
-struct Ended {
-    int status;
-    double seconds;
-};
-
-Ended Run(Command command) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    command.push_back(nullptr);
-    pid_t child = -1;
-    errno = posix_spawnp(&child, command[0], &actions, nullptr,
-                         const_cast<char* const*>(command.data()), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    Check(errno == 0, command[0]);
-    int status = 0;
-    rusage usage = {};
-    Check(wait4(child, &status, 0, &usage) == child, "wait4");
-    auto const seconds = [](timeval const& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
-    };
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-            seconds(usage.ru_utime) + seconds(usage.ru_stime)};
-}
-
 // All of them end with 0 if there is such a process, and with 1 if there is none.
-void Add(Operation<Sleepers>& operation, std::string const& who, Command const& command) {
+void Add(Operation<Sleepers>& operation, std::string const& who,
+         std::vector<char const*> const& command) {
     operation.AddSelfTimed(
-        who, [command](Sleepers const&) { return Run(command).seconds; },
-        [command](Sleepers const&) { return Run(command).status; });
+        who, [command](Sleepers const&) { return RunProgram(command).processorSeconds; },
+        [command](Sleepers const&) { return RunProgram(command).status; });
 }
 
 } // namespace
