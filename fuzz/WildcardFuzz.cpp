@@ -1,0 +1,46 @@
+// The wildcard matcher, against the rule with all its branches.
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+#include "files/unix/WildcardMatch.h"
+#include "fuzz/Fuzz.h"
+
+namespace {
+
+// Exponential in the stars of a pattern, so they are few. A star that meets a star is that byte.
+bool MatchByTheRule(std::string_view name, std::string_view pattern) {
+    if (pattern.empty())
+        return name.empty();
+    if (name.empty())
+        return pattern.find_first_not_of('*') == std::string_view::npos;
+    if (pattern[0] == '?' || pattern[0] == name[0])
+        return MatchByTheRule(name.substr(1), pattern.substr(1));
+    if (pattern[0] != '*')
+        return false;
+    if (pattern.size() == 1)
+        return true;
+    for (std::size_t taken = 0; taken < name.size(); ++taken)
+        if (MatchByTheRule(name.substr(taken), pattern.substr(1)))
+            return true;
+    return false;
+}
+
+constexpr std::size_t mostStars = 4;
+constexpr std::size_t longest = 24;
+
+} // namespace
+
+// A pattern and a name.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::string const given = input.Text();
+    std::string const pattern = given.c_str();
+    std::string const name(input.Rest().substr(0, longest));
+    if (std::count(pattern.begin(), pattern.end(), '*') > static_cast<long>(mostStars))
+        return 0;
+    Fuzz::Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
+                      MatchByTheRule(name, pattern),
+                  "a pattern matches by the rule");
+    return 0;
+}
