@@ -1,7 +1,7 @@
 // What all fuzz targets share: an input taken apart, and the end of the process on a difference.
 //
-// A target compares with a model of its own, or looks at a property; whatever does not hold ends the
-// process, so that libFuzzer keeps the input and the replay of a corpus fails.
+// A target compares with a model of its own, or looks at a property; whatever does not hold ends
+// the process, so that libFuzzer keeps the input and the replay of a corpus fails.
 #pragma once
 
 #include <algorithm>
