@@ -142,8 +142,10 @@ private:
     void Begin(Fuzz::Input& input) {
         std::string const name = ElementName(input);
         Attributes attributes(input.Byte() % 4U);
-        for (XMLAttribute& attribute : attributes)
-            attribute = XMLAttribute(TextWithoutZeros(input), TextWithoutZeros(input));
+        for (XMLAttribute& attribute : attributes) {
+            attribute.first = TextWithoutZeros(input);
+            attribute.second = TextWithoutZeros(input);
+        }
         XMLWriterPL::AttributeList list;
         bool valid = IsValidName(name);
         for (XMLAttribute const& attribute : attributes) {
