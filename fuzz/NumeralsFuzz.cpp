@@ -62,38 +62,32 @@ NumeralReadResult Narrowed(Reading const& reading) {
     return reading.value > std::numeric_limits<Value>::max() ? NumeralReadTooLarge : NumeralReadOK;
 }
 
-void ReadUnsigned(std::string const& text, Unsigned untouched) {
-    Reading const expected = ReadPlainly(text, 10, untouched);
+// `read(text, value)` is the reader of this base, for both widths.
+template <class Read>
+void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read read) {
+    Reading const expected = ReadPlainly(text, base, untouched);
     Unsigned value = untouched;
-    Fuzz::Require(TryReadAsciiDecimalNumeral(text, value) == expected.result,
-                  "a 64-bit decimal numeral has its result");
-    Fuzz::Require(value == expected.value, "a 64-bit decimal numeral has its value");
+    Fuzz::Require(read(text, value) == expected.result, "a 64-bit numeral has its result");
+    Fuzz::Require(value == expected.value, "a 64-bit numeral has its value");
 
     auto const narrowUntouched = static_cast<unsigned int>(untouched);
     unsigned int narrow = narrowUntouched;
     NumeralReadResult const narrowResult = Narrowed<unsigned int>(expected);
-    Fuzz::Require(TryReadAsciiDecimalNumeral(text, narrow) == narrowResult,
-                  "a 32-bit decimal numeral has its result");
+    Fuzz::Require(read(text, narrow) == narrowResult, "a 32-bit numeral has its result");
     Fuzz::Require(narrow == (narrowResult == NumeralReadOK ? expected.value : narrowUntouched),
-                  "a 32-bit decimal numeral has its value");
-    Fuzz::Require(ReadAsciiDecimalNumeral32WithDefault(text, narrowUntouched) == narrow,
-                  "the default stands in for a bad numeral");
+                  "a 32-bit numeral has its value");
+}
+
+void ReadDecimal(std::string const& text, Unsigned untouched) {
+    ReadUnsigned(text, 10, untouched, [](ConstData numeral, auto& value) {
+        return TryReadAsciiDecimalNumeral(numeral, value);
+    });
 }
 
 void ReadHex(std::string const& text, Unsigned untouched) {
-    Reading const expected = ReadPlainly(text, 16, untouched);
-    Unsigned value = untouched;
-    Fuzz::Require(TryReadAsciiHexNumeral(text, value) == expected.result,
-                  "a 64-bit hexadecimal numeral has its result");
-    Fuzz::Require(value == expected.value, "a 64-bit hexadecimal numeral has its value");
-
-    auto const narrowUntouched = static_cast<unsigned int>(untouched);
-    unsigned int narrow = narrowUntouched;
-    NumeralReadResult const narrowResult = Narrowed<unsigned int>(expected);
-    Fuzz::Require(TryReadAsciiHexNumeral(text, narrow) == narrowResult,
-                  "a 32-bit hexadecimal numeral has its result");
-    Fuzz::Require(narrow == (narrowResult == NumeralReadOK ? expected.value : narrowUntouched),
-                  "a 32-bit hexadecimal numeral has its value");
+    ReadUnsigned(text, 16, untouched, [](ConstData numeral, auto& value) {
+        return TryReadAsciiHexNumeral(numeral, value);
+    });
 }
 
 template <class Value>
@@ -194,11 +188,11 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     RenderAll(value, base, padding);
 
     std::string const text(input.Rest());
-    ReadUnsigned(text, value);
+    ReadDecimal(text, value);
     ReadHex(text, value);
     ReadSigned<Signed>(text, static_cast<Signed>(value));
     ReadSigned<int>(text, static_cast<int>(value));
-    ReadUnsigned(Text(value, 10, 1), ~value);
+    ReadDecimal(Text(value, 10, 1), ~value);
     ReadHex(Text(value, 16, 1), ~value);
     ReadSigned<Signed>(Text(static_cast<Signed>(value), 10, 1), 1);
     return 0;
