@@ -49,6 +49,7 @@ bool AreApartOrTheSame(unsigned char const* source, unsigned char const* target,
                        std::size_t length) {
     std::uintptr_t const distance =
         reinterpret_cast<std::uintptr_t>(target) - reinterpret_cast<std::uintptr_t>(source);
+    // cppcheck-suppress knownConditionTrueFalse ; unsigned, so 0 - distance wraps
     return distance == 0 || (distance >= length && 0 - distance >= length);
 }
 

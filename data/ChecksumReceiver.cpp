@@ -32,6 +32,7 @@ std::uint32_t const* ChecksumReceiver::MakeTable() {
     if (std::memcmp(sharedTable, ChecksumRuns::byteTable.data(), sizeof(sharedTable)) == 0)
         return sharedTable;
     for (std::size_t byte = 0; byte < 256; ++byte) {
+        // cppcheck-suppress duplicateConditionalAssign ; what is right already is not written
         if (sharedTable[byte] != ChecksumRuns::byteTable[byte])
             sharedTable[byte] = ChecksumRuns::byteTable[byte];
     }

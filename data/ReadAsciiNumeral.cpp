@@ -269,6 +269,7 @@ template <typename Integer>
 Integer DecimalOrThrow(ConstData text) {
     Integer value;
     ThrowIfFailed(TryReadAsciiDecimalNumeral(text, value));
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): a failure has thrown before
     return value;
 }
 
@@ -276,6 +277,7 @@ template <typename Integer>
 Integer HexOrThrow(ConstData text) {
     Integer value;
     ThrowIfFailed(TryReadAsciiHexNumeral(text, value));
+    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): a failure has thrown before
     return value;
 }
 

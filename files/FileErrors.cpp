@@ -46,6 +46,7 @@ FileIOError::FileIOError(FileLocation const& first, FileLocation const& second, 
 FileIOError::FileIOError(FileIOError const& other)
     : FileIOError(other.details->firstName, other.details->secondName, other.details->code) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): value by value, so itself is no danger
 FileIOError& FileIOError::operator=(FileIOError const& other) {
     details->code = other.details->code;
     details->firstName = other.details->firstName;

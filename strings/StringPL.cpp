@@ -82,6 +82,7 @@ inline char* StringPL::NewBlock(std::uint64_t capacity) {
         throw StringPLOutOfBoundsException();
     if (capacity <= 1)
         return EmptyText();
+    // NOLINTNEXTLINE(bugprone-misplaced-pointer-arithmetic-in-alloc): the header lies in front
     char* const block = new char[sizeof(Header) + capacity] + sizeof(Header);
     HeaderOf(block) = Header{static_cast<std::uint32_t>(capacity), 0};
     return block;
@@ -109,6 +110,7 @@ StringPL& StringPL::operator=(char const* text) {
     return *this;
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the assignment of a text sees its own
 StringPL& StringPL::operator=(StringPL const& source) { return *this = source.characters; }
 
 // The shared block always has the length that is written to it, so it is never written.
@@ -156,6 +158,7 @@ StringPL StringPL::operator+(char const* text) const {
     return sum;
 }
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): the interface is that of printf
 void StringPL::Format(char const* format, ...) {
     for (std::uint64_t wanted = firstFormatCapacity;;
          wanted = 2 * std::uint64_t{GetBufferLength()}) {

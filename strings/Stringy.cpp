@@ -77,6 +77,7 @@ void Stringy::Build(char const* bytes, std::uint32_t count) {
     characters[count] = '\0';
 }
 
+// cppcheck-suppress operatorEqVarError ; a long text leaves the bytes in the object unused
 Stringy& Stringy::operator=(Stringy const& source) {
     if (this != &source) {
         MakeNull();
@@ -94,6 +95,7 @@ Stringy& Stringy::operator=(char const* text) {
         return *this;
     }
     std::uint32_t const length = Clamp(std::strlen(text));
+    // cppcheck-suppress redundantAssignment ; a comparison, which assigns nothing
     char* const target = length < smallSize ? smallBuffer : new char[std::size_t{length} + 1];
     std::memmove(target, text, length);
     target[length] = '\0';
@@ -107,6 +109,7 @@ Stringy& Stringy::operator=(char const* text) {
 void Stringy::AppendBytes(char const* bytes, std::size_t count, unsigned int limit) {
     std::uint32_t const oldLength = GetLength();
     std::uint32_t const length = Clamp(oldLength + count);
+    // cppcheck-suppress redundantAssignment ; a comparison, which assigns nothing
     char* const target = length < limit ? smallBuffer : new char[std::size_t{length} + 1];
     if (target != characters && oldLength != 0)
         std::memcpy(target, characters, oldLength);
