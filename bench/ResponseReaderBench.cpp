@@ -7,6 +7,7 @@
 #include "bench/Bench.h"
 #include "bench/EventReaders.h"
 #include "bench/Inputs.h"
+#include "bench/ResponseDocuments.h"
 #include "compliance/ClientCompliance.h"
 #include "compliance/ExchangeVocabulary.h"
 #include "compliance/ResponseDocument.h"
@@ -105,13 +106,4 @@ void AddOperation(std::string const& name, std::function<std::string const&()> d
 
 } // namespace
 
-void RegisterOperations() {
-    for (std::size_t rows : {1, 1000, 100000}) {
-        AddOperation(
-            "rows-" + std::to_string(rows), [rows]() -> auto& {
-                return Inputs::ResponseDocument(rows);
-            });
-    }
-    AddOperation(
-        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
-}
+void RegisterOperations() { ForEachResponseDocument(AddOperation); }

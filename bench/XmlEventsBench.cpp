@@ -4,6 +4,7 @@
 #include "bench/Bench.h"
 #include "bench/EventReaders.h"
 #include "bench/Inputs.h"
+#include "bench/ResponseDocuments.h"
 
 namespace {
 
@@ -36,13 +37,6 @@ void AddOperation(std::string const& name, std::function<std::string const&()> d
 } // namespace
 
 void RegisterOperations() {
-    for (std::size_t rows : {1, 1000, 100000}) {
-        AddOperation(
-            "rows-" + std::to_string(rows), [rows]() -> auto& {
-                return Inputs::ResponseDocument(rows);
-            });
-    }
-    AddOperation(
-        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
+    ForEachResponseDocument(AddOperation);
     AddOperation("long-texts", Inputs::LongTextDocument);
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "bench/Bench.h"
+#include "bench/ResponseDocuments.h"
 #include "bench/TreeReaders.h"
 
 namespace {
@@ -56,13 +57,6 @@ void AddOperation(std::string const& name, std::function<std::string const&()> d
 } // namespace
 
 void RegisterOperations() {
-    for (std::size_t rows : {1, 1000, 100000}) {
-        AddOperation(
-            "rows-" + std::to_string(rows), [rows]() -> auto& {
-                return Inputs::ResponseDocument(rows);
-            });
-    }
-    AddOperation(
-        "escapes", []() -> auto& { return Inputs::ResponseDocument(1000, Inputs::Escapes::Many); });
+    ForEachResponseDocument(AddOperation);
     AddOperation("long-texts", Inputs::LongTextDocument);
 }

@@ -10,59 +10,35 @@ namespace {
 using Rows = std::vector<Inputs::Row>;
 using Texts = std::vector<std::string>;
 
-template <class Writer>
-std::size_t RowsSize(Rows const& rows) {
+void WriteInput(auto& writer, Rows const& rows) { WriteRows(writer, rows); }
+void WriteInput(auto& writer, Texts const& texts) { WriteTexts(writer, texts); }
+
+template <class Writer, class Input>
+std::size_t Size(Input const& input) {
     Writer writer;
-    WriteRows(writer, rows);
+    WriteInput(writer, input);
     return writer.Finish().size();
 }
 
-template <class Writer>
-std::string RowsText(Rows const& rows) {
+template <class Writer, class Input>
+std::string Text(Input const& input) {
     Writer writer;
-    WriteRows(writer, rows);
+    WriteInput(writer, input);
     return std::string(writer.Finish());
 }
 
-template <class Writer>
-std::size_t TextsSize(Texts const& texts) {
-    Writer writer;
-    WriteTexts(writer, texts);
-    return writer.Finish().size();
-}
-
-template <class Writer>
-std::string TextsText(Texts const& texts) {
-    Writer writer;
-    WriteTexts(writer, texts);
-    return std::string(writer.Finish());
-}
-
-void AddRows(std::string const& name, std::function<Rows const&()> rows) {
-    Operation<Rows> operation("XmlWriter/" + name, rows, RowsSize<OurWriter>);
-    operation.Add("ours", RowsSize<OurWriter>, RowsText<OurWriter>);
+template <class Input>
+void AddOperation(std::string const& name, std::function<Input const&()> input) {
+    Operation<Input> operation("XmlWriter/" + name, input, Size<OurWriter, Input>);
+    operation.Add("ours", Size<OurWriter, Input>, Text<OurWriter, Input>);
 #ifdef PEER_LIBXML2
-    operation.Add("libxml2", RowsSize<Libxml2Writer>, RowsText<Libxml2Writer>);
+    operation.Add("libxml2", Size<Libxml2Writer, Input>, Text<Libxml2Writer, Input>);
 #endif
 #ifdef PEER_PUGIXML
-    operation.Add("pugixml", RowsSize<PugixmlWriter>, RowsText<PugixmlWriter>);
+    operation.Add("pugixml", Size<PugixmlWriter, Input>, Text<PugixmlWriter, Input>);
 #endif
 #ifdef PEER_TINYXML2
-    operation.Add("tinyxml2", RowsSize<Tinyxml2Writer>, RowsText<Tinyxml2Writer>);
-#endif
-}
-
-void AddTexts(std::string const& name, std::function<Texts const&()> texts) {
-    Operation<Texts> operation("XmlWriter/" + name, texts, TextsSize<OurWriter>);
-    operation.Add("ours", TextsSize<OurWriter>, TextsText<OurWriter>);
-#ifdef PEER_LIBXML2
-    operation.Add("libxml2", TextsSize<Libxml2Writer>, TextsText<Libxml2Writer>);
-#endif
-#ifdef PEER_PUGIXML
-    operation.Add("pugixml", TextsSize<PugixmlWriter>, TextsText<PugixmlWriter>);
-#endif
-#ifdef PEER_TINYXML2
-    operation.Add("tinyxml2", TextsSize<Tinyxml2Writer>, TextsText<Tinyxml2Writer>);
+    operation.Add("tinyxml2", Size<Tinyxml2Writer, Input>, Text<Tinyxml2Writer, Input>);
 #endif
 }
 
@@ -70,9 +46,9 @@ void AddTexts(std::string const& name, std::function<Texts const&()> texts) {
 
 void RegisterOperations() {
     for (std::size_t rows : {1, 1000, 100000})
-        AddRows(
+        AddOperation<Rows>(
             "rows-" + std::to_string(rows), [rows]() -> auto& { return Inputs::Rows(rows); });
-    AddRows(
+    AddOperation<Rows>(
         "escapes", []() -> auto& { return Inputs::Rows(1000, Inputs::Escapes::Many); });
-    AddTexts("long-texts", Inputs::LongTexts);
+    AddOperation<Texts>("long-texts", Inputs::LongTexts);
 }
