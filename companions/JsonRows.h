@@ -20,7 +20,8 @@ struct JsonFailure {
 };
 
 // One object with all rows, a row on each line. The rows are written one by one. On a terminal all
-// but the plain characters of ASCII stand as "\uXXXX", so that nothing can play with it.
+// but the plain characters of ASCII stand escaped by their code ("\u001b"), so that nothing can
+// play with it.
 //
 // A member has the text of its field. If that is no UTF-8, the member has the readable text
 // (VisibleText.h) and a second member, with "Base64" behind its name, has the exact bytes.
