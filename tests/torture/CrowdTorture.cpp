@@ -1,0 +1,114 @@
+// Many tools on one lock: exactly one of them is heard, all others are refused at once.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/Documents.h"
+#include "tests/system/RecordLock.h"
+#include "tests/system/Tool.h"
+#include "tests/torture/Cells.h"
+
+namespace {
+
+// Many tools behind a gate that opens for all of them at once.
+class Crowd {
+public:
+    explicit Crowd(size_t number) {
+        if (mkfifo(gate, 0666) != 0 || (opener = open(gate, O_RDWR | O_CLOEXEC)) < 0)
+            throw std::runtime_error("can't make a gate");
+        for (size_t i = 0; i < number; ++i)
+            tools.push_back(std::make_unique<OtherProgram>(BehindTheGate()));
+        for (auto const& tool : tools)
+            while (tool->Output() != ready)
+                usleep(1000);
+    }
+    ~Crowd() { unlink(gate); }
+    Crowd(Crowd const&) = delete;
+    Crowd& operator=(Crowd const&) = delete;
+
+    // All of them read from the gate, and see its end.
+    void Release() { close(opener); }
+
+    std::vector<std::unique_ptr<OtherProgram>> tools;
+    static constexpr char const* ready = "ready\n";
+
+private:
+    static std::vector<std::string> BehindTheGate() {
+        return {"/bin/sh", "-c",
+                "exec 3</opt/gate; echo ready; read nothing <&3; exec 3<&-; exec \"$0\" -c url doc",
+                CC_TOOL_PROGRAM};
+    }
+
+    static constexpr char const* gate = "/opt/gate";
+    int opener = -1;
+};
+
+// The one that has the lock keeps it, since nobody answers; all the others end before it.
+size_t CountHeard(Crowd const& crowd) {
+    size_t heard = 0;
+    for (auto const& tool : crowd.tools) {
+        if (AskWhoLocks().l_pid == tool->pid()) {
+            ++heard;
+            continue;
+        }
+        ProgramResult const run = tool->Wait(std::chrono::seconds(8));
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        EXPECT_EQ(Crowd::ready + OpenError(-6), run.output);
+        EXPECT_EQ("", run.errors);
+    }
+    return heard;
+}
+
+// The agent holds the first request and sees no other, until all but its sender have ended.
+void Round(size_t number) {
+    std::filesystem::remove(ScriptedAgent::request);
+    ScriptedAgent agent(AgentScript().AwaitRequest().AwaitRequest());
+    Crowd crowd(number);
+    crowd.Release();
+    agent.AwaitRequests(1);
+    EXPECT_EQ(1u, CountHeard(crowd));
+    EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ(1u, agent.Requests().size());
+}
+
+void Rounds(size_t rounds, size_t tools) {
+    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [=] {
+        PrivateMachine::CreateAgentDirectories();
+        for (size_t round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
+            SCOPED_TRACE("round " + std::to_string(round) + " of " + std::to_string(tools));
+            Round(tools);
+        }
+    });
+    Torture::CountCells(rounds);
+}
+
+TEST(QuickCrowd, OneOfTwoIsHeard) { Rounds(3, 2); }
+
+TEST(QuickCrowd, OneOfEightIsHeard) { Rounds(1, 8); }
+
+// Ten rounds at a time, so that a run that was broken off goes on where it stood.
+class FullCrowd : public testing::TestWithParam<std::tuple<size_t, int>> {};
+
+TEST_P(FullCrowd, OneIsHeard) { Rounds(10, std::get<size_t>(GetParam())); }
+
+INSTANTIATE_TEST_SUITE_P(FullHundredRounds, FullCrowd,
+                         testing::Combine(testing::Values<size_t>(2, 8, 64), testing::Range(0, 10)),
+                         [](auto const& test) {
+                             return std::to_string(std::get<size_t>(test.param)) + "Tools" +
+                                    std::to_string(std::get<int>(test.param));
+                         });
+
+} // namespace
