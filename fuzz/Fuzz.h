@@ -63,6 +63,25 @@ private:
     std::string_view rest;
 };
 
+// Bytes in memory of exactly their length, so that a reader that goes beyond them, or keeps a
+// pointer for longer, is found out. `shift` bytes lie in front of them, to begin anywhere in a
+// block of 16.
+class ExactCopy {
+public:
+    explicit ExactCopy(std::string_view text, std::size_t shift = 0)
+        : memory(new char[shift + text.size()]), begin(memory.get() + shift), length(text.size()) {
+        std::copy_n(text.data(), length, memory.get() + shift);
+    }
+
+    char const* Begin() const { return begin; }
+    std::size_t Length() const { return length; }
+
+private:
+    std::unique_ptr<char[]> const memory;
+    char const* const begin;
+    std::size_t const length;
+};
+
 // The lengths of pieces that a text is cut into, over and over until it is used up.
 class Cutting {
 public:
@@ -85,14 +104,12 @@ public:
         return pieces;
     }
 
-    // Each call of `receive(bytes, length)` sees a copy in memory of exactly its length, so that a
-    // reader that goes beyond it, or keeps a pointer, is found out.
+    // Each call of `receive(bytes, length)` sees an exact copy.
     template <class Receive>
     void Feed(std::string_view text, Receive receive) const {
         for (std::size_t length : Pieces(text.size())) {
-            std::unique_ptr<char[]> const copy(new char[length]);
-            std::copy_n(text.data(), length, copy.get());
-            receive(static_cast<char const*>(copy.get()), length);
+            ExactCopy const copy(text.substr(0, length));
+            receive(copy.Begin(), length);
             text.remove_prefix(length);
         }
     }

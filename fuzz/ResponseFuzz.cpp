@@ -6,6 +6,7 @@
 #include "compliance/ClientCompliance.h"
 #include "compliance/ResponseDocument.h"
 #include "fuzz/Fuzz.h"
+#include "fuzz/PlainNumber.h"
 #include "fuzz/PlainTree.h"
 #include "xml/XMLTreeParserPL.h"
 
@@ -16,20 +17,9 @@ using Outcome = std::vector<std::string>;
 
 std::string UpToZero(std::string const& text) { return text.c_str(); }
 
-// Blanks, a sign, digits up to the first other byte; held at the limits of 64 bits and cut to 32.
+// Cut to 32 bits.
 std::string NumberOf(std::string const& text) {
-    std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
-    bool const negative = at < text.size() && text[at] == '-';
-    if (at < text.size() && (text[at] == '-' || text[at] == '+'))
-        ++at;
-    __extension__ using Wide = __int128;
-    Wide value = 0;
-    for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at)
-        if (value <= INT64_MAX)
-            value = value * 10 + (text[at] - '0');
-    value = negative ? -value : value;
-    value = value > INT64_MAX ? INT64_MAX : value < INT64_MIN ? INT64_MIN : value;
-    return std::to_string(static_cast<std::int32_t>(static_cast<std::int64_t>(value)));
+    return std::to_string(static_cast<std::int32_t>(PlainNumber::Signed(UpToZero(text))));
 }
 
 std::string LastText(PlainTree::Node const& node, char const* name) {

@@ -3,19 +3,15 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
+#include "fuzz/PlainCase.h"
 #include "strings/StringPL.h"
 
 namespace {
 
+using PlainCase::Lowered;
+
 // StringPL takes texts that end with a NUL; this keeps both sides to the same bytes.
 std::string Text(Fuzz::Input& input) { return input.Text().c_str(); }
-
-std::string Lowered(std::string text) {
-    for (char& byte : text)
-        if (byte >= 'A' && byte <= 'Z')
-            byte = static_cast<char>(byte + ('a' - 'A'));
-    return text;
-}
 
 int Place(std::size_t found) { return found == std::string::npos ? -1 : static_cast<int>(found); }
 

@@ -4,18 +4,14 @@
 #include <vector>
 
 #include "fuzz/Fuzz.h"
+#include "fuzz/PlainCase.h"
 #include "fuzz/PlainTree.h"
 #include "xml/XMLElementPL.h"
 #include "xml/XMLTreeParserPL.h"
 
 namespace {
 
-std::string Lowered(std::string text) {
-    for (char& byte : text)
-        if (byte >= 'A' && byte <= 'Z')
-            byte = static_cast<char>(byte + ('a' - 'A'));
-    return text;
-}
+using PlainCase::Lowered;
 
 std::string const* FindAttribute(PlainTree::Node const& node, std::string const& name) {
     for (XMLAttribute const& attribute : node.attributes)

@@ -1,0 +1,59 @@
+// The checksum of a stream, in any cutting, and each of its fast forms, against one bit at a time.
+#include <cstdint>
+#include <string_view>
+
+#include "data/ChecksumReceiver.h"
+#include "data/ChecksumRuns.h"
+#include "fuzz/Fuzz.h"
+
+namespace {
+
+std::uint32_t AdvanceByBits(std::uint32_t value, std::string_view bytes) {
+    for (char byte : bytes) {
+        value ^= std::uint32_t{static_cast<unsigned char>(byte)} << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            value = (value << 1) ^ ((value >> 31) != 0 ? 0x04C11DB7U : 0U);
+    }
+    return value;
+}
+
+// What a form leaves is for the plain step.
+template <class Advance>
+void CompareForm(std::uint32_t start, Fuzz::ExactCopy const& copy, std::size_t block,
+                 Advance advance) {
+    ConstData rest(copy.Begin(), copy.Length());
+    std::size_t const taken = copy.Length() / block * block;
+    Fuzz::Require(advance(start, rest) == AdvanceByBits(start, {copy.Begin(), taken}),
+                  "a fast form gives what single bits give");
+    Fuzz::Require(rest.Length() == copy.Length() - taken, "a fast form takes whole blocks");
+}
+
+void CompareStream(Fuzz::Cutting const& cutting, std::string_view text) {
+    ChecksumReceiver receiver;
+    receiver.Receive("of a stream that was abandoned");
+    receiver.Start();
+    cutting.Feed(text, [&](char const* bytes, std::size_t length) {
+        receiver.Receive(ConstData(bytes, length));
+    });
+    receiver.ReceiveEnd();
+    Fuzz::Require(receiver.Value() == AdvanceByBits(0xFFFFFFFF, text),
+                  "the checksum of a stream is that of its bits");
+}
+
+} // namespace
+
+// The cuts, four bytes for a register, where in a block of 16 the text begins, and the text.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    Fuzz::Cutting const cutting(input);
+    std::uint32_t start = 0;
+    for (int i = 0; i < 4; ++i)
+        start = start << 8 | input.Byte();
+    std::size_t const shift = input.Byte() % 16U;
+    CompareStream(cutting, input.Rest());
+    Fuzz::ExactCopy const text(input.Rest(), shift);
+    CompareForm(start, text, 16, ChecksumRuns::AdvanceBySlicing);
+    if (text.Length() >= 64 && ChecksumRuns::CanFold())
+        CompareForm(start, text, 64, ChecksumRuns::AdvanceByFolding);
+    return 0;
+}

@@ -1,0 +1,55 @@
+// The tool's command line against its rules.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fuzz/Arguments.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/PlainNumber.h"
+#include "tool/CommandLine.h"
+
+namespace {
+
+struct PlainRequest {
+    bool operator==(PlainRequest const&) const = default;
+
+    std::optional<std::string> url;
+    std::optional<std::string> doc;
+    std::uint32_t flags = 0;
+};
+
+std::optional<PlainRequest> ReadPlainly(std::vector<std::string> const& arguments) {
+    if (arguments.size() == 2 && arguments[1] == "-d")
+        return PlainRequest();
+    if (arguments.size() < 4 || arguments.size() > 5 || arguments[1] != "-c")
+        return {};
+    std::int64_t const number = arguments.size() == 5 ? PlainNumber::Signed(arguments[4]) : 0;
+    auto const flags = static_cast<std::uint32_t>(number);
+    if (flags > 15)
+        return {};
+    return PlainRequest{arguments[2], arguments[3], flags};
+}
+
+std::optional<std::string> Text(char const* text) {
+    return text == nullptr ? std::nullopt : std::optional<std::string>(text);
+}
+
+std::optional<PlainRequest> Read(std::vector<std::string> const& arguments) {
+    Fuzz::ArgumentVector const vector(arguments);
+    CommandLine commandLine{"left", "over", 99};
+    if (!ReadCommandLine(vector.Count(), vector.Arguments(), commandLine))
+        return {};
+    return PlainRequest{Text(commandLine.url), Text(commandLine.doc), commandLine.flags};
+}
+
+} // namespace
+
+// Arguments, the program's name first; even that may be missing.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);
+    Fuzz::Require(Read(arguments) == ReadPlainly(arguments),
+                  "a command line asks for what its arguments say");
+    return 0;
+}

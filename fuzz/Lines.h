@@ -1,0 +1,82 @@
+// Lines of a text found by a walk over all of it, and the calls of a LineReceiver as texts.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "data/LineReceiver.h"
+#include "fuzz/Fuzz.h"
+
+// The calls as texts; what is received in pieces is joined.
+class LineCalls : public LineReceiver {
+public:
+    void Start(unsigned long long position) override { Add("start " + std::to_string(position)); }
+    void Receive(ConstData data) override {
+        Fuzz::Require(!data.IsEmpty(), "no piece is empty");
+        text += MakeString(data);
+    }
+    void ReceiveLineBreak(Range<unsigned long long> range) override {
+        Add("break " + std::to_string(range.begin) + "-" + std::to_string(range.end));
+    }
+    void ReceiveEnd(unsigned long long position) override {
+        Add("end " + std::to_string(position));
+    }
+
+    std::vector<std::string> all;
+
+private:
+    void Add(std::string const& call) {
+        if (!text.empty())
+            all.push_back("text " + text);
+        text.clear();
+        all.push_back(call);
+    }
+
+    std::string text;
+};
+
+// A line by its offsets in the stream; behind the last one there is no break.
+struct PlainLine {
+    unsigned long long begin;
+    std::string_view text;
+    unsigned long long breakBegin;
+    unsigned long long breakEnd;
+
+    bool HasBreak() const { return breakBegin != breakEnd; }
+};
+
+inline bool IsLineBreak(char byte) { return byte == '\r' || byte == '\n'; }
+
+// Two different break bytes side by side are one break. There is always a last line.
+inline std::vector<PlainLine> PlainLines(std::string_view text, unsigned long long offset) {
+    std::vector<PlainLine> lines;
+    for (std::size_t from = 0;;) {
+        std::size_t at = from;
+        while (at < text.size() && !IsLineBreak(text[at]))
+            ++at;
+        std::size_t next = at;
+        if (at < text.size())
+            ++next;
+        if (next > at && next < text.size() && IsLineBreak(text[next]) && text[next] != text[at])
+            ++next;
+        lines.push_back({offset + from, text.substr(from, at - from), offset + at, offset + next});
+        if (next == at)
+            return lines;
+        from = next;
+    }
+}
+
+// What a LineReceiver is to see of lines that stand one behind the other.
+inline std::vector<std::string> PlainCalls(std::vector<PlainLine> const& lines) {
+    LineCalls calls;
+    calls.Start(lines.front().begin);
+    for (PlainLine const& line : lines) {
+        if (!line.text.empty())
+            calls.Receive(ConstData(line.text));
+        if (line.HasBreak())
+            calls.ReceiveLineBreak({line.breakBegin, line.breakEnd});
+    }
+    calls.ReceiveEnd(lines.back().breakEnd);
+    return calls.all;
+}

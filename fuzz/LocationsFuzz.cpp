@@ -1,0 +1,254 @@
+// The arithmetic of locations against std::string: a list of changes, and after each what can be
+// asked of the path.
+#include <algorithm>
+#include <string>
+
+#include "files/FileErrors.h"
+#include "files/FileLocation.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/Outcome.h"
+#include "fuzz/PlainCase.h"
+
+namespace {
+
+// Past this length nothing is joined, so that joins of joins come to an end.
+constexpr std::size_t longest = 1024;
+
+// Paths end with a NUL; this keeps both sides to the same bytes.
+std::string Text(Fuzz::Input& input) { return input.Text().c_str(); }
+
+std::string WithoutSlashes(std::string path, std::size_t least) {
+    while (path.size() > least && path.back() == '/')
+        path.pop_back();
+    return path;
+}
+
+void RequirePath(std::string const& path) {
+    if (path.empty())
+        throw PlainFileError("EmptyFileLocationError", "");
+}
+
+std::string Join(std::string const& parent, std::string const& name) {
+    RequirePath(parent);
+    if (name.empty())
+        return parent;
+    return parent + (name[0] == '/' ? "" : "/") + WithoutSlashes(name, 0);
+}
+
+std::string ParentOf(std::string const& path) {
+    RequirePath(path);
+    if (path == "/")
+        throw PlainFileError("RootHasNoParent", path);
+    std::size_t const slash = path.rfind('/');
+    if (slash == std::string::npos)
+        throw PlainFileError("InvalidFileLocation", path);
+    return WithoutSlashes(path.substr(0, std::max<std::size_t>(slash, 1)), 1);
+}
+
+std::string SiblingOf(std::string const& path, std::string const& name) {
+    return Join(ParentOf(path), name);
+}
+
+std::string NameOf(std::string const& path) {
+    return path.empty() ? path : RequireFileName(path.substr(path.rfind('/') + 1));
+}
+
+bool EqualPaths(std::string const& left, std::string const& right) {
+    return PlainCase::Lowered(left) == PlainCase::Lowered(right);
+}
+
+char const* Answer(bool yes) { return yes ? "yes" : "no"; }
+
+char const* ClimbPlainly(std::string const& ancestor, std::string path) {
+    RequirePath(ancestor);
+    RequirePath(path);
+    while (!EqualPaths(path, ancestor)) {
+        if (path == "/")
+            return Answer(false);
+        path = ParentOf(path);
+    }
+    return Answer(true);
+}
+
+std::string DateOf(std::string const& path) {
+    std::string const name = NameOf(path);
+    if (name.size() < 9)
+        throw PlainFailure{"IllegalFileName"};
+    std::string date;
+    for (std::size_t at : {0, 4, 6}) {
+        long long value = 0;
+        for (std::size_t end = at == 0 ? 4 : at + 2; at < end; ++at)
+            value = value * 10 + static_cast<unsigned char>(name[at]) - '0';
+        date += ' ' + std::to_string(static_cast<unsigned int>(value));
+    }
+    return date;
+}
+
+std::string ReadDate(FileLocation const& location) {
+    unsigned int year = 0;
+    unsigned int month = 0;
+    unsigned int day = 0;
+    GetDateFromNameInFileLocation(location, year, month, day);
+    return ' ' + std::to_string(year) + ' ' + std::to_string(month) + ' ' + std::to_string(day);
+}
+
+class Pair {
+public:
+    void Change(Fuzz::Input& input) {
+        unsigned int const change = input.Byte() % 9U;
+        std::size_t const place = input.Byte();
+        std::string const text = path.size() > longest ? std::string() : Text(input);
+        switch (change) {
+        case 0:
+            Both([&] { location.SetFullPathName(text.data(), Length(text)); },
+                 [&] { Take(WithoutSlashes(text, 1)); });
+            break;
+        case 1:
+            Both([&] { location = MakeRelativeFileLocation(location, text.c_str()); },
+                 [&] { Take(Join(path, text)); });
+            break;
+        case 2:
+            Both([&] { location = location.Parent(); }, [&] { Take(ParentOf(path)); });
+            break;
+        case 3:
+            Both([&] { location = FileLocation(location, text.c_str()); },
+                 [&] { Take(Join(path, RequireFileName(text))); });
+            break;
+        case 4:
+            Both([&] { location = location.Sibling(FileName(text.c_str())); },
+                 [&] { Take(SiblingOf(path, RequireFileName(text))); });
+            break;
+        case 5:
+            SetBelowItself(place);
+            break;
+        case 6:
+            SetToItsEnd(place);
+            break;
+        case 7:
+            Both([&] { location = location.Child(FileName(text.c_str())); },
+                 [&] { Take(Join(path, RequireFileName(text))); });
+            break;
+        default:
+            SplitPattern(text);
+            break;
+        }
+    }
+
+    void Compare(std::string const& other) const {
+        Fuzz::Require(location.Text() == path && MakeString(location.Bytes()) == path,
+                      "the path is that of std::string");
+        Fuzz::Require(location.StoredLength() == stored, "the length is that of the last joining");
+        FileLocation const copy(location);
+        Fuzz::Require(copy.Text() == path && copy.StoredLength() == path.size(),
+                      "a copy measures the path");
+        Fuzz::Require(location.IsEmpty() == path.empty(), "no text is no location");
+        Fuzz::Require(IsAbsolutePath(location.Text()) == path.starts_with('/'),
+                      "an absolute path begins with a slash");
+        Is([&] { return MakeString(location.Name().Bytes()); }, [&] { return NameOf(path); },
+           "the name is the last component");
+        Is([&] { return Answer(location.IsRoot()); },
+           [&] {
+               RequirePath(path);
+               return Answer(path == "/");
+           },
+           "the root is a slash");
+        Is([&] { return ReadDate(location); }, [&] { return DateOf(path); },
+           "a date is the value of eight bytes");
+        CompareDescent(other);
+    }
+
+private:
+    static unsigned int Length(std::string const& text) {
+        return static_cast<unsigned int>(text.size());
+    }
+
+    template <class Ours, class Plain>
+    static void Is(Ours ours, Plain plain, char const* what) {
+        Fuzz::Require(OutcomeOf(ours) == PlainOutcomeOf(plain), what);
+    }
+
+    // Both fail alike, and then nothing has changed.
+    template <class Ours, class Plain>
+    void Both(Ours ours, Plain plain) {
+        auto const nothing = [](auto run) {
+            return [run] {
+                run();
+                return "";
+            };
+        };
+        Fuzz::Require(OutcomeOf(nothing(ours)) == PlainOutcomeOf(nothing(plain)),
+                      "an operation fails as its rules say");
+    }
+
+    void Take(std::string const& newPath) {
+        path = newPath;
+        stored = path.size();
+    }
+
+    // In place, with a name that lies in the path itself. Without a name nothing changes.
+    void SetBelowItself(std::size_t place) {
+        if (path.size() > longest)
+            return;
+        place = std::min(place, path.size());
+        std::string const name = path.substr(place);
+        std::size_t const joined = stored + WithoutSlashes(name, 0).size() + 1;
+        Both([&] { location.Set(location, ConstData(location.Text() + place, name.size())); },
+             [&] { path = Join(path, name); });
+        if (!name.empty())
+            stored = joined;
+    }
+
+    // The text from its start on is taken for no change at all.
+    void SetToItsEnd(std::size_t place) {
+        place = std::min(place, path.size());
+        std::string const end = path.substr(place);
+        location.SetFullPathName(location.Text() + place, Length(end));
+        if (place != 0)
+            Take(WithoutSlashes(end, 1));
+    }
+
+    void SplitPattern(std::string const& pattern) {
+        std::size_t const component = pattern.rfind('/') + 1;
+        bool const hasWildcard = pattern.find_first_of("*?", component) != std::string::npos;
+        char const* wildcard = nullptr;
+        Both([&] { wildcard = MakeFileLocationWithWildcard(pattern.c_str(), location); },
+             [&] {
+                 RequirePath(pattern);
+                 Take(WithoutSlashes(hasWildcard ? pattern.substr(0, component) : pattern, 1));
+             });
+        Fuzz::Require(wildcard == (hasWildcard ? pattern.c_str() + component : nullptr),
+                      "a pattern begins with the last component");
+    }
+
+    void CompareDescent(std::string const& other) const {
+        FileLocation const ancestor = MakeFileLocation(other.c_str());
+        std::string const plainAncestor = WithoutSlashes(other, 1);
+        Is([&] { return Answer(EqualOrDescendant(ancestor, location)); },
+           [&] { return ClimbPlainly(plainAncestor, path); }, "a climb leads to the ancestor");
+        Is([&] { return Answer(IsDescendant(ancestor, location)); },
+           [&] {
+               if (!plainAncestor.empty() && EqualPaths(plainAncestor, path))
+                   return Answer(false);
+               return ClimbPlainly(plainAncestor, path);
+           },
+           "a descendant is below its ancestor");
+    }
+
+    FileLocation location;
+    std::string path;
+    std::size_t stored = 0;
+};
+
+} // namespace
+
+// A path that may be an ancestor, and the changes.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::string const other = Text(input);
+    Pair pair;
+    for (int changes = 0; changes < 32 && !input.IsEmpty(); ++changes) {
+        pair.Change(input);
+        pair.Compare(other);
+    }
+    return 0;
+}

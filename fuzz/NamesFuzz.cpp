@@ -1,0 +1,162 @@
+// The arithmetic of file names against std::string.
+#include <algorithm>
+#include <string>
+
+#include "files/FileName.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/Outcome.h"
+#include "fuzz/PlainCase.h"
+
+namespace {
+
+std::string TextOf(FileName const& name) { return std::string(name.Text(), name.Length()); }
+
+// Stored without any test, as names are from which a part was cut.
+FileName Store(std::string const& bytes) {
+    FileName name;
+    name.SafeSet(bytes.data(), static_cast<unsigned int>(bytes.size()));
+    return name;
+}
+
+bool IsStored(FileName const& name, std::string const& expected) {
+    auto const* const object = reinterpret_cast<char const*>(&name);
+    bool const isInside = name.Text() >= object && name.Text() < object + sizeof(name);
+    return TextOf(name) == expected && name.Text()[expected.size()] == '\0' &&
+           name.IsEmpty() == expected.empty() && isInside == (expected.size() < 24);
+}
+
+void CompareSet(std::string const& bytes) {
+    Fuzz::Require(OutcomeOf([&] { return TextOf(FileName(ConstData(bytes))); }) ==
+                      PlainOutcomeOf([&] { return RequireFileName(bytes); }),
+                  "a name is what the rules take");
+    FileName name = Store("what it was before, and longer than what lies inside");
+    std::string const outcome = OutcomeOf([&] {
+        name.Set(bytes.data(), static_cast<unsigned int>(bytes.size()));
+        return TextOf(name);
+    });
+    std::size_t const slash = bytes.find('/');
+    if (outcome == "IllegalFileName")
+        Fuzz::Require(name.Length() == bytes.size() &&
+                          TextOf(name).substr(0, slash) == bytes.substr(0, slash),
+                      "a slash comes to light behind the bytes before it");
+}
+
+// Of the name itself, which may move into the object.
+void CompareParts(std::string const& bytes, std::size_t from) {
+    from = std::min(from, bytes.size());
+    FileName name = Store(bytes);
+    name.SafeSet(name.Text() + from, name.Length() - static_cast<unsigned int>(from));
+    Fuzz::Require(IsStored(name, bytes.substr(from)), "a name may be set to its own end");
+    FileName start = Store(bytes);
+    start.SafeSet(start.Text(), static_cast<unsigned int>(from));
+    Fuzz::Require(IsStored(start, bytes.substr(0, from)), "a name may be set to its own start");
+    FileName copy = name;
+    copy = start;
+    copy = static_cast<FileName const&>(copy);
+    Fuzz::Require(IsStored(copy, bytes.substr(0, from)), "a copy is the same");
+}
+
+void CompareSums(std::string const& first, std::string const& second) {
+    std::string const expected = PlainOutcomeOf([&] {
+        if (first.size() + second.size() > 254)
+            throw PlainFailure{"IllegalFileName"};
+        return first + second;
+    });
+    std::string const text = first.c_str();
+    std::string const withText = PlainOutcomeOf([&] {
+        if (text.size() + second.size() > 254)
+            throw PlainFailure{"IllegalFileName"};
+        return text + second;
+    });
+    FileName const left = Store(first);
+    FileName const right = Store(second);
+    auto const isSum = [&](auto sum) {
+        return OutcomeOf([&] { return TextOf(sum()); }) == expected;
+    };
+    Fuzz::Require(isSum([&] { return left + right; }) &&
+                      isSum([&] { return left + ConstData(second); }) &&
+                      isSum([&] { return ConstData(first) + right; }),
+                  "a combination has at most 254 bytes");
+    Fuzz::Require(OutcomeOf([&] { return TextOf(text.c_str() + right); }) == withText,
+                  "so has one with a text");
+}
+
+class Plain {
+public:
+    Plain(std::string const& bytes, bool ignoresCase) : name(bytes), ignoreCase(ignoresCase) {}
+
+    bool HasSuffix(std::string const& suffix) const {
+        return Folded(name).ends_with(Folded(suffix));
+    }
+    bool HasPrefix(std::string const& prefix) const {
+        return Folded(name).starts_with(Folded(prefix));
+    }
+    bool HasExtension(std::string const& extension) const {
+        return extension.starts_with('.') ? HasSuffix(extension) : HasSuffix('.' + extension);
+    }
+    std::string BeforeExtension(std::string const& extension) const {
+        if (!HasExtension(extension))
+            throw PlainFailure{"ExtensionDoesNotMatch"};
+        return NotEmpty(name.substr(0, name.size() - extension.size()));
+    }
+    std::string AfterPrefix(std::string const& prefix) const {
+        if (!HasPrefix(prefix))
+            throw PlainFailure{"PrefixDoesNotMatch"};
+        return NotEmpty(name.substr(prefix.size()));
+    }
+    std::string PrefixDigits() const {
+        return NotEmpty(name.substr(0, name.find_first_not_of("0123456789")));
+    }
+
+private:
+    std::string Folded(std::string const& text) const {
+        return ignoreCase ? PlainCase::Lowered(text) : text;
+    }
+
+    static std::string NotEmpty(std::string const& text) {
+        if (text.empty())
+            throw PlainFailure{"IllegalFileName"};
+        return text;
+    }
+
+    std::string const name;
+    bool const ignoreCase;
+};
+
+void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCase) {
+    FileName const name = Store(bytes);
+    Plain const plain(bytes, ignoreCase);
+    char const* const text = end.c_str();
+    Fuzz::Require(name.HasSuffix(text, ignoreCase) == plain.HasSuffix(end), "a name has its end");
+    Fuzz::Require(name.HasPrefix(text, ignoreCase) == plain.HasPrefix(end), "a name has its start");
+    Fuzz::Require(name.HasExtension(text, ignoreCase) == plain.HasExtension(end),
+                  "an extension has a dot, its own or in front of it");
+    Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameBeforeExtension(text, ignoreCase)); }) ==
+                      PlainOutcomeOf([&] { return plain.BeforeExtension(end); }),
+                  "an extension is taken off");
+    Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameAfterPrefix(text, ignoreCase)); }) ==
+                      PlainOutcomeOf([&] { return plain.AfterPrefix(end); }),
+                  "a prefix is taken off");
+    Fuzz::Require(OutcomeOf([&] { return TextOf(name.PrefixDigits()); }) ==
+                      PlainOutcomeOf([&] { return plain.PrefixDigits(); }),
+                  "the digits at the start are found");
+    Fuzz::Require(TextOf(name.BaseName()) == bytes.substr(0, bytes.rfind('.')),
+                  "a base name ends at the last dot");
+}
+
+} // namespace
+
+// Switches, two parts of a name, and an end or a start to look for.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    unsigned int const switches = input.Byte();
+    std::string const first = input.Text();
+    std::string const second = input.Text();
+    std::string const end = std::string(input.Rest()).c_str();
+    CompareSet(first);
+    CompareSet(first + second);
+    CompareParts(first, switches);
+    CompareSums(first, second);
+    CompareEnds(first, end, (switches & 1) != 0);
+    return 0;
+}

@@ -1,0 +1,66 @@
+// What came of an operation on names and locations: its text, or the exception that it ended in.
+#pragma once
+
+#include <string>
+
+#include "files/FileErrors.h"
+#include "files/FileName.h"
+
+// A failure is told by the name of its class, and by a file error also with the file it is about.
+template <class Operation>
+std::string OutcomeOf(Operation operation) {
+    auto const about = [](char const* type, FileIOError const& error) {
+        return std::string(type) + (error.GetCode() == 0 ? ": " : " with a code: ") + error.what();
+    };
+    try {
+        return "text " + std::string(operation());
+    } catch (IllegalFileName const&) {
+        return "IllegalFileName";
+    } catch (IllegalFileNameLength const&) {
+        return "IllegalFileNameLength";
+    } catch (IllegalFileNameReserved const&) {
+        return "IllegalFileNameReserved";
+    } catch (ExtensionDoesNotMatch const&) {
+        return "ExtensionDoesNotMatch";
+    } catch (PrefixDoesNotMatch const&) {
+        return "PrefixDoesNotMatch";
+    } catch (EmptyFileLocationError const& error) {
+        return about("EmptyFileLocationError", error);
+    } catch (RootHasNoParent const& error) {
+        return about("RootHasNoParent", error);
+    } catch (InvalidFileLocation const& error) {
+        return about("InvalidFileLocation", error);
+    }
+}
+
+// The failure of a model: it has a name, and no more.
+struct PlainFailure {
+    std::string name;
+};
+
+template <class Operation>
+std::string PlainOutcomeOf(Operation operation) {
+    try {
+        return "text " + std::string(operation());
+    } catch (PlainFailure const& failure) {
+        return failure.name;
+    }
+}
+
+// As OutcomeOf tells a file error without a code.
+inline PlainFailure PlainFileError(std::string const& type, std::string const& path) {
+    std::string const encoded = std::to_string(type.size()) + type;
+    std::string const where = path.empty() ? "" : " on \"" + path + "\"";
+    return {type + ": File error \"" + encoded + "\"" + where};
+}
+
+// What a FileName refuses to be.
+inline std::string const& RequireFileName(std::string const& text) {
+    if (text.empty() || text.size() > 255)
+        throw PlainFailure{"IllegalFileNameLength"};
+    if (text == "." || text == "..")
+        throw PlainFailure{"IllegalFileNameReserved"};
+    if (text.find('/') != std::string::npos)
+        throw PlainFailure{"IllegalFileName"};
+    return text;
+}

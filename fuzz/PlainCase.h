@@ -1,0 +1,42 @@
+// The case of ASCII letters, one byte at a time, and what it means to compare without regard to it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace PlainCase {
+
+inline unsigned char Lower(char byte) {
+    bool const isUpper = byte >= 'A' && byte <= 'Z';
+    return static_cast<unsigned char>(isUpper ? byte - 'A' + 'a' : byte);
+}
+
+inline unsigned char Upper(char byte) {
+    bool const isLower = byte >= 'a' && byte <= 'z';
+    return static_cast<unsigned char>(isLower ? byte - 'a' + 'A' : byte);
+}
+
+inline std::string Lowered(std::string text) {
+    for (char& byte : text)
+        byte = static_cast<char>(Lower(byte));
+    return text;
+}
+
+inline std::string Raised(std::string text) {
+    for (char& byte : text)
+        byte = static_cast<char>(Upper(byte));
+    return text;
+}
+
+// The difference of the first mapped bytes that are not equal; then the longer text is greater.
+template <class Map>
+std::int32_t Compare(std::string_view left, std::string_view right, Map map) {
+    for (std::size_t at = 0; at < left.size() && at < right.size(); ++at)
+        if (map(left[at]) != map(right[at]))
+            return map(left[at]) - map(right[at]);
+    return left.size() == right.size() ? 0 : left.size() > right.size() ? 1 : -1;
+}
+
+} // namespace PlainCase
