@@ -1,7 +1,8 @@
 # How what we ship is compiled and linked: hardened, small, and the same bytes wherever the source
 # stands. scripts/check-hardening proves the first of the files.
 #
-# Sanitizers have their own checks in the same places, so a build with them is not hardened.
+# Sanitizers have their own checks in the same places, so a build with them is not hardened, nor is
+# one that counts what runs.
 option(CC_HARDENING "Harden the tool and the libraries" ON)
 
 include(CheckLinkerFlag)
@@ -27,7 +28,7 @@ endif()
 
 # harden(<target>...): libraries and programs that ship.
 function(harden)
-  if(CC_SANITIZE)
+  if(CC_WATCHED)
     return()
   endif()
   foreach(name ${ARGN})

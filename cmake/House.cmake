@@ -2,6 +2,7 @@
 
 option(CC_WERROR "Treat warnings as errors" OFF)
 set(CC_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
+option(CC_COVERAGE "Count which lines and branches run (g++), for scripts/coverage" OFF)
 option(CC_FUZZ "Build the fuzz targets, and all else as they need it: clang with sanitizers" OFF)
 if(CC_FUZZ)
   set(CC_SANITIZE address,undefined,fuzzer-no-link)
@@ -19,6 +20,21 @@ if(CC_SANITIZE)
   add_compile_options(-fsanitize=${CC_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
                       -O1 -g1)
   add_link_options(-fsanitize=${CC_SANITIZE})
+endif()
+
+# As it is written: each condition a branch of its own, and nothing of it copied into callers. The
+# guards of static locals would count as branches that only a second thread could take.
+if(CC_COVERAGE)
+  add_compile_options(--coverage -O0 -g1 $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
+  add_link_options(--coverage)
+  add_compile_definitions(CC_COVERAGE=1)
+endif()
+
+# A build that watches itself is not for shipping: it is dynamic, not hardened, and not installed.
+if(CC_SANITIZE OR CC_COVERAGE)
+  set(CC_WATCHED ON)
+else()
+  set(CC_WATCHED OFF)
 endif()
 
 include(Hardening)

@@ -11,7 +11,9 @@ namespace {
 constexpr char const* freeNamePrefix = "temp";
 
 FileLocation DirectoryFor(FileLocation const& hint) {
-    return UnixPlatform::UnixFileInfo(hint).IsDirectory() ? hint : FileLocation(hint.Parent());
+    if (UnixPlatform::UnixFileInfo(hint).IsDirectory())
+        return hint;
+    return FileLocation(hint.Parent());
 }
 
 FileLocation FreeNameIn(FileLocation const& directory) {

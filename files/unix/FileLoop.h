@@ -43,7 +43,7 @@ public:
     // Does nothing without a present entry.
     FileLoop& operator++();
 
-    bool HasItem() const { return list != nullptr && index < count; }
+    bool HasItem() const { return index < count; }
 
     // What was learnt of the present entry; the last one's without one.
     FileItem const& Item() const { return item; }

@@ -43,7 +43,8 @@ namespace UnixPlatform {
 void MoveFile(FileLocation const& from, FileLocation const& to) {
     if (UnixFileInfo(from).IsNothingThere())
         throw FileNotFoundError(from, 0);
-    if (from.IsEmpty() || to.IsEmpty())
+    // At an empty `from` there was nothing.
+    if (to.IsEmpty())
         throw EmptyFileLocationError(0);
     if (!UnixFileInfo(to).IsNothingThere())
         throw FileFoundError(to, 0);

@@ -105,6 +105,13 @@ TEST_F(FileTreesTest, ATreeIsLookedForUpwardsAndCreatedDownwards) {
                             "mkdir " + a + " 777", "lstat " + b, "mkdir " + b + " 777"));
 }
 
+TEST_F(FileTreesTest, ARootThatCannotBeExaminedIsTheLastToBeLookedFor) {
+    SystemCalls calls;
+    calls.Fail("lstat", EIO);
+    CreateDirectoryTree(At("/"));
+    EXPECT_THAT(calls.Log(), ElementsAre("lstat /", "lstat /"));
+}
+
 TEST_F(FileTreesTest, ATreeIsCreatedThroughALink) {
     MakeEntry(directory / "link", "link to directory");
     CreateDirectoryTree(Here("link/a"));

@@ -22,6 +22,9 @@ TEST(InstantTest, HoldsEveryCount) {
 TEST(InstantTest, IsOrderedByItsSignedCount) {
     EXPECT_LT(Instant(-1), Instant(0));
     EXPECT_LT(Instant(1'706'659'200'000'000), Instant(1'706'659'200'000'001));
+    EXPECT_GT(Instant(1), Instant(-1));
+    EXPECT_LE(Instant(7), Instant(7));
+    EXPECT_FALSE(Instant(7) < Instant(7));
     EXPECT_NE(Instant(-1), Instant(1));
 }
 
