@@ -9,6 +9,9 @@
 
 #include "fuzz/Fuzz.h"
 
+// What a target may define: a step before the first input.
+extern "C" [[gnu::weak]] int LLVMFuzzerInitialize(int* count, char*** arguments);
+
 namespace {
 
 std::vector<unsigned char> ReadAll(std::filesystem::path const& file) {
@@ -23,6 +26,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: %s DIRECTORY\n", argv[0]);
         return 2;
     }
+    if (LLVMFuzzerInitialize != nullptr)
+        LLVMFuzzerInitialize(&argc, &argv);
     unsigned int count = 0;
     for (std::filesystem::directory_entry const& entry :
          std::filesystem::directory_iterator(argv[1])) {

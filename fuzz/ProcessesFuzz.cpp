@@ -1,0 +1,199 @@
+// What is read of processes in "/proc", against the rules with the C library's own scanning.
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "compliance/AgentPresence.h"
+#include "compliance/ProcessNames.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/OwnRoot.h"
+#include "fuzz/PlainNumber.h"
+#include "tests/compliance/FakeProcess.h"
+
+namespace {
+
+// By the name of the directory; what is no directory has no process.
+using Entries = std::map<std::string, std::optional<FakeProcess>>;
+
+struct Answer {
+    bool operator==(Answer const&) const = default;
+
+    std::optional<std::string> name;
+    std::optional<std::string> path;
+    long long parent = -1;
+    long long realUser = -1;
+    long long effectiveUser = -1;
+};
+
+constexpr unsigned int usualCapacity = 1024;
+
+std::string HeadOf(std::optional<std::string> const& file) {
+    return file.value_or("").substr(0, 511).c_str();
+}
+
+std::string NameIn(FakeProcess const& process) {
+    if (process.exe) {
+        std::size_t const slash = process.exe->rfind('/');
+        return slash == std::string::npos || slash == 0 ? *process.exe
+                                                        : process.exe->substr(slash + 1);
+    }
+    std::string const stat = HeadOf(process.stat);
+    std::size_t const open = stat.find('(');
+    std::size_t const close = stat.find(')');
+    if (open == std::string::npos || close == std::string::npos || close < open)
+        return std::string();
+    return stat.substr(open + 1, close - open - 1);
+}
+
+std::optional<std::string> Fitting(std::string const& text, unsigned int capacity) {
+    if (text.empty() || text.size() >= capacity)
+        return {};
+    return text;
+}
+
+Answer AskPlainly(FakeProcess const& process, unsigned int capacity) {
+    Answer answer;
+    answer.name = Fitting(NameIn(process), capacity);
+    answer.path = Fitting(process.exe.value_or(""), capacity);
+    std::string const status = HeadOf(process.status);
+    int parent = 0;
+    int real = 0;
+    int effective = 0;
+    std::size_t const parentAt = status.find("\nPPid:");
+    if (parentAt != std::string::npos &&
+        std::sscanf(status.c_str() + parentAt, "\nPPid:\t%d", &parent) == 1)
+        answer.parent = parent;
+    std::size_t const usersAt = status.find("\nUid:");
+    if (usersAt != std::string::npos &&
+        std::sscanf(status.c_str() + usersAt, "\nUid:\t%d\t%d", &real, &effective) == 2) {
+        answer.realUser = static_cast<std::uint32_t>(real);
+        answer.effectiveUser = static_cast<std::uint32_t>(effective);
+    }
+    return answer;
+}
+
+FakeProcess ProcessAt(Entries const& entries, std::uint32_t id) {
+    auto const found = entries.find(std::to_string(id));
+    return found == entries.end() ? FakeProcess() : found->second.value_or(FakeProcess());
+}
+
+bool IsAgentPlainly(Entries const& entries, std::string const& directory) {
+    auto const id = static_cast<std::uint32_t>(PlainNumber::Unsigned(directory));
+    return PlainNumber::Signed(directory) != 0 && entries.at(directory).has_value() &&
+           AskPlainly(ProcessAt(entries, id), usualCapacity).name == "VeskaClient";
+}
+
+bool IsRunningPlainly(Entries const& entries) {
+    for (auto const& entry : entries)
+        if (IsAgentPlainly(entries, entry.first))
+            return true;
+    return false;
+}
+
+// In memory of exactly its capacity, where nothing may change unless there is an answer.
+template <class Ask>
+std::optional<std::string> TextFrom(unsigned int capacity, Ask ask) {
+    std::string const before(capacity, '#');
+    Fuzz::ExactCopy const place(before);
+    auto* const text = const_cast<char*>(place.Begin());
+    if (ask(text))
+        return std::string(text);
+    Fuzz::Require(before == std::string(text, capacity), "no answer leaves the place as it was");
+    return {};
+}
+
+Answer Ask(std::uint32_t id, unsigned int capacity) {
+    Answer answer{{}, {}, 5, 5, 5};
+    answer.name = TextFrom(capacity, [&](char* name) {
+        return ProcessIdToName(id, name, capacity, answer.parent, answer.realUser,
+                               answer.effectiveUser);
+    });
+    answer.path =
+        TextFrom(capacity, [&](char* path) { return ProcessIdToPath(id, path, capacity); });
+    return answer;
+}
+
+void Lay(Entries const& entries) {
+    for (auto const& [name, process] : entries) {
+        if (process)
+            MakeFakeProcess(name, *process);
+        else
+            Fuzz::WriteFile("/proc/" + name, "no process");
+    }
+}
+
+// Lays the entries out, asks about the process and whether the agent is running, and takes all away.
+std::pair<Answer, bool> Observe(Entries const& entries, std::uint32_t id, unsigned int capacity) {
+    Fuzz::OwnRoot const root;
+    std::filesystem::create_directory("/proc");
+    Lay(entries);
+    std::pair const observed(Ask(id, capacity), UnixPlatform::IsRunning());
+    for (auto const& entry : entries)
+        std::filesystem::remove_all("/proc/" + entry.first);
+    return observed;
+}
+
+// Up to so many bytes, of a text that is repeated.
+std::string LongText(Fuzz::Input& input, std::size_t most) {
+    std::size_t const times = 1 + input.Byte() % 32U;
+    std::string const text = input.Text();
+    std::string all;
+    for (std::size_t i = 0; i < times; ++i)
+        all += text;
+    return all.substr(0, most);
+}
+
+// Two texts with something of a chosen length between.
+std::string Content(Fuzz::Input& input) {
+    std::string const head = input.Text();
+    std::size_t const length = input.Byte() * 2U;
+    return head + std::string(length, 'x') + input.Text();
+}
+
+std::optional<FakeProcess> TakeProcess(Fuzz::Input& input) {
+    unsigned int const what = input.Byte();
+    if ((what & 8) != 0)
+        return {};
+    FakeProcess process;
+    if ((what & 1) != 0)
+        process.exe = std::string(LongText(input, 4095).c_str());
+    if (process.exe && process.exe->empty())
+        process.exe.reset();
+    if ((what & 2) != 0)
+        process.stat = Content(input);
+    if ((what & 4) != 0)
+        process.status = Content(input);
+    return process;
+}
+
+std::string TakeName(Fuzz::Input& input) {
+    std::string name = input.Text().c_str();
+    for (char& byte : name)
+        if (byte == '/')
+            byte = '-';
+    return name.empty() || name == "." || name == ".." ? "1" : name;
+}
+
+} // namespace
+
+// A capacity, the process that is asked about, and up to four entries with what is in them.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    unsigned int const capacity = (input.Byte() << 8 | input.Byte()) % 5000U;
+    auto const id = static_cast<std::uint32_t>(PlainNumber::Unsigned(input.Text()));
+    Entries entries;
+    for (int i = 0; i < 4 && !input.IsEmpty(); ++i) {
+        std::string const name = TakeName(input);
+        entries[name] = TakeProcess(input);
+    }
+    auto const [answer, isRunning] = Observe(entries, id, capacity);
+    Fuzz::Require(answer == AskPlainly(ProcessAt(entries, id), capacity),
+                  "a process has the name, the path and the numbers of its files");
+    Fuzz::Require(isRunning == IsRunningPlainly(entries), "the agent runs under its name");
+    return 0;
+}
