@@ -10,6 +10,7 @@
 #include "data/Numeral.h"
 #include "data/ReadAsciiNumeral.h"
 #include "fuzz/Fuzz.h"
+#include "unicode/ReadUTF8Numeral.h"
 
 namespace {
 
@@ -62,6 +63,20 @@ NumeralReadResult Narrowed(Reading const& reading) {
     return reading.value > std::numeric_limits<Value>::max() ? NumeralReadTooLarge : NumeralReadOK;
 }
 
+// A reader that throws, held against one that tells.
+template <class Value, class Read>
+void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
+    try {
+        Value const got = read();
+        Fuzz::Require(result == NumeralReadOK && got == value,
+                      "a reader that throws has the value");
+    } catch (NotANumeral const&) {
+        Fuzz::Require(result == NumeralReadInvalid, "a good text is a numeral");
+    } catch (NumeralTooLarge const&) {
+        Fuzz::Require(result == NumeralReadTooLarge, "a value that fits is not too large");
+    }
+}
+
 // `read(text, value)` is the reader of this base, for both widths.
 template <class Read>
 void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read read) {
@@ -84,10 +99,56 @@ void ReadDecimal(std::string const& text, Unsigned untouched) {
     });
 }
 
+// By the readers that throw and those with a default, of ASCII and of UTF-8.
+void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
+    Reading const wide = ReadPlainly(text, 10, 0);
+    NumeralReadResult const result = Narrowed<unsigned int>(wide);
+    auto const narrow = static_cast<unsigned int>(wide.value);
+    auto const narrowOther = static_cast<unsigned int>(other);
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(text.data());
+    UStringRef<UTF8> const utf8(bytes, bytes + text.size());
+    ReadOrThrow(wide.result, wide.value, [&] { return ReadAsciiDecimalNumeral64(text); });
+    ReadOrThrow(wide.result, wide.value, [&] { return ReadUTF8DecimalNumeral64(utf8); });
+    ReadOrThrow(result, narrow, [&] { return ReadAsciiDecimalNumeral(text); });
+    ReadOrThrow(result, narrow, [&] { return ReadUTF8DecimalNumeral(utf8); });
+    Fuzz::Require(ReadAsciiDecimalNumeral64WithDefault(text, other) ==
+                      (wide.result == NumeralReadOK ? wide.value : other),
+                  "a bad 64-bit numeral gives the default");
+    Fuzz::Require(ReadAsciiDecimalNumeral32WithDefault(text, narrowOther) ==
+                      (result == NumeralReadOK ? narrow : narrowOther),
+                  "a bad 32-bit numeral gives the default");
+}
+
+void ReadHexOtherwise(std::string const& text) {
+    Reading const wide = ReadPlainly(text, 16, 0);
+    ReadOrThrow(wide.result, wide.value, [&] { return ReadAsciiHexNumeral64(text); });
+    ReadOrThrow(Narrowed<unsigned int>(wide), static_cast<unsigned int>(wide.value),
+                [&] { return ReadAsciiHexNumeral(text); });
+}
+
 void ReadHex(std::string const& text, Unsigned untouched) {
     ReadUnsigned(text, 16, untouched, [](ConstData numeral, auto& value) {
         return TryReadAsciiHexNumeral(numeral, value);
     });
+}
+
+template <class Value>
+void ReadSignedOtherwise(std::string const& text, NumeralReadResult result, Value value,
+                         Value other) {
+    constexpr bool isWide = sizeof(Value) == sizeof(Signed);
+    ReadOrThrow(result, value, [&]() -> Value {
+        if constexpr (isWide)
+            return ReadAsciiSignedDecimalNumeral64(text);
+        else
+            return ReadAsciiSignedDecimalNumeral(text);
+    });
+    Value withDefault;
+    if constexpr (isWide)
+        withDefault = ReadAsciiSignedDecimalNumeral64WithDefault(text, other);
+    else
+        withDefault = ReadAsciiSignedDecimalNumeral32WithDefault(text, other);
+    Fuzz::Require(withDefault == (result == NumeralReadOK ? value : other),
+                  "a bad signed numeral gives the default");
 }
 
 template <class Value>
@@ -103,6 +164,7 @@ void ReadSigned(std::string const& text, Value untouched) {
     Value value = untouched;
     Fuzz::Require(TryReadAsciiDecimalNumeral(text, value) == expected,
                   "a signed numeral has its result");
+    ReadSignedOtherwise(text, expected, value, untouched);
     if (expected != NumeralReadOK) {
         Fuzz::Require(value == untouched, "a failure leaves the value of a signed numeral");
         return;
@@ -190,6 +252,8 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     std::string const text(input.Rest());
     ReadDecimal(text, value);
     ReadHex(text, value);
+    ReadDecimalOtherwise(text, value);
+    ReadHexOtherwise(text);
     ReadSigned<Signed>(text, static_cast<Signed>(value));
     ReadSigned<int>(text, static_cast<int>(value));
     ReadDecimal(Text(value, 10, 1), ~value);
