@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <utility>
 
 #include "companions/CommandLineError.h"
 
@@ -37,12 +38,16 @@ std::string Join(std::span<char const* const> names) {
     return text;
 }
 
+std::string DescribeUnknown(std::string const& text) {
+    return "'" + text + "' is no option of this program; --help shows those accepted";
+}
+
 std::string DescribeSurplus(std::vector<std::string> const& surplus,
                             std::span<char const* const> operandNames) {
     auto const found = std::ranges::find_if(surplus, [](auto const& text) { return text != "--"; });
     std::string const text = found == surplus.end() ? "" : *found;
     if (text.starts_with('-'))
-        return "'" + text + "' is no option of this program; --help shows those accepted";
+        return DescribeUnknown(text);
     return "'" + text + "' is one operand too many; accepted: " + Join(operandNames);
 }
 
@@ -59,23 +64,52 @@ std::string DescribeMismatch(std::span<OptionRule const> rules, std::string cons
     return message;
 }
 
+bool TakesValue(std::span<OptionRule const> rules, std::string const& name) {
+    return std::ranges::any_of(rules, [&](OptionRule const& rule) {
+        return rule.accepted && name == LastName(rule.names);
+    });
+}
+
+bool IsLetterOfOption(std::span<OptionRule const> rules, char letter) {
+    return std::ranges::any_of(rules, [&](OptionRule const& rule) {
+        std::string const names = std::string(rule.names) + ',';
+        return names.starts_with(std::string{'-', letter, ','});
+    });
+}
+
+// "-xh" stands for "-x" and "-h". The parser would take what stands behind a letter for an argument
+// of its own, and so "-x-" for "-x" and "--".
+void RequireLetters(std::span<OptionRule const> rules, std::string const& text) {
+    if (text.size() < 3 || text[0] != '-' || !IsLetterOfOption(rules, text[1]))
+        return;
+    if (!std::ranges::all_of(text.substr(1),
+                             [&](char letter) { return IsLetterOfOption(rules, letter); }))
+        throw CommandLineError(DescribeUnknown(text));
+}
+
 // "--name=" as two arguments, of which the second one is empty: the parser would take the next
 // argument for the value. The result is in reverse order, as the parser wants it.
 std::vector<std::string> SplitEmptyValues(std::span<OptionRule const> rules, int count,
                                           char const* const* arguments) {
     std::vector<std::string> texts;
     bool onlyOperands = false;
+    bool isValue = false;
     for (int index = 1; index < count; ++index) {
         std::string text = arguments[index];
-        onlyOperands = onlyOperands || text == "--";
-        bool const empty = !onlyOperands && std::ranges::any_of(rules, [&](OptionRule const& rule) {
-            return rule.accepted && text == LastName(rule.names) + "=";
-        });
-        if (empty)
-            text.pop_back();
-        texts.push_back(text);
-        if (empty)
+        bool const isTaken = std::exchange(isValue, false);
+        onlyOperands = onlyOperands || (!isTaken && text == "--");
+        if (onlyOperands || isTaken) {
+            texts.push_back(text);
+            continue;
+        }
+        RequireLetters(rules, text);
+        isValue = TakesValue(rules, text);
+        if (text.ends_with('=') && TakesValue(rules, text.substr(0, text.size() - 1))) {
+            texts.push_back(text.substr(0, text.size() - 1));
             texts.emplace_back();
+        } else {
+            texts.push_back(text);
+        }
     }
     std::ranges::reverse(texts);
     return texts;

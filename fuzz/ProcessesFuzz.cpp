@@ -127,7 +127,8 @@ void Lay(Entries const& entries) {
     }
 }
 
-// Lays the entries out, asks about the process and whether the agent is running, and takes all away.
+// Lays the entries out, asks about the process and whether the agent is running, and takes all
+// away.
 std::pair<Answer, bool> Observe(Entries const& entries, std::uint32_t id, unsigned int capacity) {
     Fuzz::OwnRoot const root;
     std::filesystem::create_directory("/proc");

@@ -63,6 +63,13 @@ TEST(ArgumentsTest, ValuesAreTakenAsTheyAre) {
     EXPECT_EQ(Texts{"one"}, Read({"--list=", "one"}).Operands());
 }
 
+TEST(ArgumentsTest, ValueThatLooksLikeAnOptionIsTakenAsItIs) {
+    EXPECT_EQ(Texts{"--list="}, Read({"--list", "--list=", "one"}).Values("--list"));
+    EXPECT_EQ(Texts{"-x-"}, Read({"--list", "-x-", "one"}).Values("--list"));
+    EXPECT_EQ((Texts{"--", ""}), Read({"--list", "--", "--list=", "one"}).Values("--list"));
+    EXPECT_EQ(Texts{"one"}, Read({"--list", "--", "--list=", "one"}).Operands());
+}
+
 TEST(ArgumentsTest, RepeatedOptionKeepsAllValuesInTheirOrder) {
     EXPECT_EQ((Texts{"b", "a", "b"}),
               Read({"--list=b", "--list", "a", "--list=b"}).Values("--list"));
@@ -87,12 +94,26 @@ TEST(ArgumentsTest, RefusalNamesTheArgumentAndWhatIsAccepted) {
     EXPECT_EQ("'--other' is no option of this program; --help shows those accepted",
               Refusal({"one", "--other"}));
     EXPECT_EQ("'-o' is no option of this program; --help shows those accepted", Refusal({"-o"}));
+    EXPECT_EQ("'-xo' is no option of this program; --help shows those accepted", Refusal({"-xo"}));
     EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
               Refusal({"one", "two", "three"}));
     EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
               Refusal({"one", "--", "two", "three"}));
     EXPECT_EQ("--list: a value is missing; accepted: words", Refusal({"one", "--list"}));
     EXPECT_EQ("--help: this option takes no value", Refusal({"--help=yes"}));
+}
+
+TEST(ArgumentsTest, WhatStandsBehindALetterIsNoArgumentOfItsOwn) {
+    for (std::string const letters : {"-x-", "-x--", "-x--help", "-x ", "-x5", "-xh-"})
+        EXPECT_EQ("'" + letters + "' is no option of this program; --help shows those accepted",
+                  Refusal({letters, "one"}));
+    EXPECT_EQ((Texts{"-x-", "-x-"}), Read({"--", "-x-", "-x-"}).Operands());
+}
+
+// A number may be negative, and no name begins with these.
+TEST(ArgumentsTest, DashInFrontOfWhatBeginsNoNameIsAnOperand) {
+    for (std::string const operand : {"-", "-5", "- ", "-!", "---", "---help", "--!", "-- "})
+        EXPECT_EQ(Texts{operand}, Read({operand}).Operands()) << operand;
 }
 
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
