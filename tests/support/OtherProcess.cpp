@@ -17,6 +17,7 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -101,14 +102,25 @@ void KillAndReap(pid_t child, std::optional<ExitStatus>& ended) {
     ended = MakeExitStatus(status);
 }
 
+// Waits at most so long until there may be an end to reap.
+void SleepBesides(pid_t child, milliseconds limit) {
+    auto const process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+    pollfd waiting{process, POLLIN, 0};
+    if (process < 0 || poll(&waiting, 1, static_cast<int>(limit.count())) < 0)
+        std::this_thread::sleep_for(milliseconds(1));
+    if (process >= 0)
+        close(process);
+}
+
 ExitStatus WaitUntilEnd(pid_t child, std::optional<ExitStatus>& ended, milliseconds limit) {
     auto const deadline = Clock::now() + limit;
     while (!HasEnded(child, ended)) {
-        if (Clock::now() > deadline) {
+        auto const left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
+        if (left.count() <= 0) {
             KillAndReap(child, ended);
             throw std::runtime_error("The other process did not end in time and was killed.");
         }
-        std::this_thread::sleep_for(milliseconds(1));
+        SleepBesides(child, left);
     }
     return *ended;
 }

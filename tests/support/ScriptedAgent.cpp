@@ -1,6 +1,6 @@
 #include "tests/support/ScriptedAgent.h"
 
-#include <optional>
+#include <csignal>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -36,6 +36,7 @@ std::string Decode(std::string const& text) {
 // The lines that the program has written in full.
 struct Record {
     std::vector<SeenRequest> requests;
+    std::vector<WrittenFile> written;
     size_t stepsDone = 0;
     std::string failure;
 };
@@ -49,6 +50,14 @@ Record ReadRecord(std::string const& output) {
             std::string bytes;
             lines >> when >> bytes;
             record.requests.push_back({Decode(bytes), Clock::time_point(Clock::duration(when))});
+        } else if (word == "wrote") {
+            WrittenFile file;
+            std::string path;
+            std::string bytes;
+            lines >> path >> bytes >> file.inode >> file.modified;
+            file.path = Decode(path);
+            file.bytes = Decode(bytes);
+            record.written.push_back(file);
         } else if (word == "done") {
             ++record.stepsDone;
         } else {
@@ -144,6 +153,17 @@ std::vector<SeenRequest> ScriptedAgent::AwaitRequests(size_t number, millisecond
         .requests;
 }
 
-void ScriptedAgent::AwaitEnd(milliseconds limit) const {
-    AwaitRecord(*program, limit, [&](Record const& record) { return record.stepsDone == steps; });
+void ScriptedAgent::AwaitSteps(size_t number, milliseconds limit) const {
+    AwaitRecord(*program, limit, [&](Record const& record) { return record.stepsDone >= number; });
+}
+
+void ScriptedAgent::AwaitEnd(milliseconds limit) const { AwaitSteps(steps, limit); }
+
+std::vector<WrittenFile> ScriptedAgent::Written() const {
+    return ReadRecord(program->Output()).written;
+}
+
+void ScriptedAgent::Stop() {
+    program->Kill(SIGTERM);
+    program->Wait();
 }

@@ -54,6 +54,17 @@ struct SeenRequest {
     std::chrono::steady_clock::time_point when;
 };
 
+// What the agent has published: the bytes, and the file that they are in.
+struct WrittenFile {
+    std::string path;
+    std::string bytes;
+    unsigned long long inode = 0;
+    // Nanoseconds since 1970.
+    long long modified = 0;
+
+    bool operator==(WrittenFile const&) const = default;
+};
+
 // The agent itself: installs its program and starts it; killed with the object.
 //
 // REQUIRES: the body of a PrivateMachine with the agent's directories.
@@ -75,8 +86,17 @@ public:
     // Waits until it has seen so many. Throws if they do not come.
     std::vector<SeenRequest>
     AwaitRequests(size_t number, std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
-    // Waits until every step is done. Throws if that does not come, or if a step failed.
+    // Waits until so many steps are done, or every one. Throws if that does not come, or if a step
+    // failed.
+    void AwaitSteps(size_t number,
+                    std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
     void AwaitEnd(std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
+
+    // What it has published so far, in order.
+    std::vector<WrittenFile> Written() const;
+    // Ends it behind the step under way, or in the middle of a wait. Whatever it has done by then is
+    // on record.
+    void Stop();
 
 private:
     size_t const steps;

@@ -1,11 +1,14 @@
 // The program behind ScriptedAgent: follows the script on its standard input.
 //
 // One step a line: a word and its operands, paths and bytes in hexadecimal digits. On standard
-// output one line for each request seen, one for each step done, and one for the step that fails.
+// output one line for each request seen, one for each file published, one for each step done, and one
+// for the step that fails. SIGTERM ends it behind the step under way, or in the middle of a wait.
 //
 // Its only argument is the path of the request. It stands alone on purpose: nothing of the product
 // and nothing of the other test support is in it.
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -30,6 +33,7 @@ struct Identity {
     bool operator==(Identity const&) const = default;
 };
 
+volatile std::sig_atomic_t isStopped = 0;
 std::string requestPath;
 Identity lastRequest;
 Nanoseconds lastSeen = 0;
@@ -46,9 +50,13 @@ Nanoseconds Now() {
     return now.tv_sec * 1'000'000'000LL + now.tv_nsec;
 }
 
+// In short pieces, so that a signal that comes just before a sleep is soon seen.
 void SleepUntil(Nanoseconds when) {
-    timespec const deadline{when / 1'000'000'000, when % 1'000'000'000};
-    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr) == EINTR) {
+    constexpr Nanoseconds piece = 20'000'000;
+    for (Nanoseconds now = Now(); now < when && !isStopped; now = Now()) {
+        Nanoseconds const next = std::min(when, now + piece);
+        timespec const deadline{next / 1'000'000'000, next % 1'000'000'000};
+        clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &deadline, nullptr);
     }
 }
 
@@ -79,17 +87,33 @@ std::string ReadAll(int file) {
     return bytes;
 }
 
+std::string Hexadecimal(std::string const& bytes) {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string text(bytes.empty() ? "-" : "");
+    for (char const byte : bytes) {
+        text += digits[static_cast<unsigned char>(byte) >> 4];
+        text += digits[static_cast<unsigned char>(byte) & 15];
+    }
+    return text;
+}
+
 void TellRequest(Nanoseconds when, std::string const& bytes) {
-    std::printf("request %lld ", when);
-    for (char const byte : bytes)
-        std::printf("%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    std::printf("%s\n", bytes.empty() ? "-" : "");
+    std::printf("request %lld %s\n", when, Hexadecimal(bytes).c_str());
+}
+
+void TellWritten(std::string const& path, std::string const& bytes, struct stat const& facts) {
+    Nanoseconds const modified = facts.st_mtim.tv_sec * 1'000'000'000LL + facts.st_mtim.tv_nsec;
+    std::printf("wrote %s %s %llu %lld\n", Hexadecimal(path).c_str(), Hexadecimal(bytes).c_str(),
+                static_cast<unsigned long long>(facts.st_ino), modified);
 }
 
 void Await(std::istream&) {
     Identity now;
-    while ((now = IdentityOfRequest()) == Identity() || now == lastRequest)
+    while ((now = IdentityOfRequest()) == Identity() || now == lastRequest) {
+        if (isStopped)
+            std::exit(0);
         SleepUntil(Now() + 1'000'000);
+    }
     lastSeen = Now();
     lastRequest = now;
     int const file = open(requestPath.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
@@ -115,10 +139,12 @@ void Write(std::istream& line) {
     std::string const bytes = Operand(line);
     std::string const other = path + ".agent";
     int const file = open(other.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    struct stat facts {};
     if (file < 0 || write(file, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()) ||
-        close(file) != 0 || rename(other.c_str(), path.c_str()) != 0)
+        fstat(file, &facts) != 0 || close(file) != 0 || rename(other.c_str(), path.c_str()) != 0)
         Fail("writing " + path);
     NoteOwn(path);
+    TellWritten(path, bytes, facts);
 }
 
 void Remove(std::istream& line) {
@@ -160,6 +186,8 @@ constexpr Step steps[] = {
     {"mkdir", MakeDirectory}, {"link", MakeLink},    {"move", Move},
 };
 
+void Stop(int) { isStopped = 1; }
+
 void RunStep(std::string const& text) {
     std::istringstream line(text);
     std::string word;
@@ -181,9 +209,12 @@ void RunStep(std::string const& text) {
 int main(int count, char** arguments) {
     if (count != 2)
         return 2;
+    std::signal(SIGTERM, Stop);
     requestPath = arguments[1];
-    for (std::string line; std::getline(std::cin, line);)
+    for (std::string line; !isStopped && std::getline(std::cin, line);)
         RunStep(line);
-    for (;;)
+    // From here on the signal may simply end it.
+    std::signal(SIGTERM, SIG_DFL);
+    while (!isStopped)
         pause();
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <thread>
 
+#include <sys/stat.h>
+
 #include "tests/support/PrivateMachine.h"
 
 namespace {
@@ -117,6 +119,41 @@ TEST(ScriptedAgentTest, LaysDirectoriesAndLinksAndMovesThings) {
         EXPECT_TRUE(fs::is_directory(moved + "/request.xml"));
         EXPECT_EQ("target", fs::read_symlink(moved + "/requestTemp.xml"));
         EXPECT_FALSE(fs::exists(ScriptedAgent::response));
+    });
+}
+
+TEST(ScriptedAgentTest, RecordsTheFilesThatItPublishes) {
+    RunInMachine([] {
+        ScriptedAgent agent(AgentScript().Respond("first").PutRequest("").Respond("second"));
+        agent.AwaitEnd();
+        auto const written = agent.Written();
+        ASSERT_EQ(3u, written.size());
+        EXPECT_EQ("first", written[0].bytes);
+        EXPECT_EQ(ScriptedAgent::request, written[1].path);
+        EXPECT_EQ("", written[1].bytes);
+        struct stat facts {};
+        ASSERT_EQ(0, stat(ScriptedAgent::response, &facts));
+        long long const modified = facts.st_mtim.tv_sec * 1'000'000'000LL + facts.st_mtim.tv_nsec;
+        EXPECT_EQ((WrittenFile{ScriptedAgent::response, "second", facts.st_ino, modified}),
+                  written[2]);
+    });
+}
+
+TEST(ScriptedAgentTest, StopsInTheMiddleOfAWaitButNotOfAStep) {
+    RunInMachine([] {
+        ScriptedAgent agent(AgentScript().AwaitRequest().Respond("never"));
+        agent.Stop();
+        EXPECT_FALSE(fs::exists(ScriptedAgent::response));
+    });
+    RunInMachine([] {
+        ScriptedAgent agent(AgentScript()
+                                .Respond("answer")
+                                .PauseUntil(std::chrono::hours(1'000'000))
+                                .Respond("never"));
+        agent.AwaitSteps(1);
+        agent.Stop();
+        EXPECT_EQ("answer", Content(ScriptedAgent::response));
+        EXPECT_EQ(1u, agent.Written().size());
     });
 }
 
