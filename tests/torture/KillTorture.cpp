@@ -1,0 +1,244 @@
+// A tool that is killed at any of its system calls leaves the exchange as the next one needs it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstddef>
+#include <iterator>
+#include <ostream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/support/ScriptedAgent.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
+#include "tests/torture/Aftermath.h"
+#include "tests/torture/AtOnce.h"
+#include "tests/torture/Cells.h"
+#include "tests/torture/KilledTool.h"
+
+namespace {
+
+using namespace Torture;
+using std::chrono::milliseconds;
+
+// An agent, and what it makes of the first so many requests, also if the tool is dead by then.
+struct Scenario {
+    char const* name;
+    AgentScript script;
+    std::string output;
+    // By the number of requests it has seen: how many of its steps it gets done, and whether there is
+    // a request when it has.
+    std::vector<size_t> steps;
+    std::vector<bool> requestStays;
+};
+
+std::ostream& operator<<(std::ostream& out, Scenario const& scenario) {
+    return out << scenario.name;
+}
+
+// Open, two polls and close, all answered at once.
+Scenario Answered() {
+    Answers const answers = FinishedAtSecondPoll();
+    return {"Answered",
+            answers.script,
+            answers.output,
+            {0, 3, 6, 9, 12},
+            {false, false, false, false, false}};
+}
+
+// The agent runs, and never takes the Open request. There is an answer from earlier times.
+Scenario NeverTaken() {
+    return {
+        "NeverTaken", AgentScript().Respond(CloseAnswer()), OpenError(-3), {1, 1}, {false, true}};
+}
+
+// The agent answers the Open request and sees no other. The Progress request is not taken in its ten
+// seconds, and then the Close request replaces it: removes it, and moves into its place.
+Scenario PollReplacedByClose() {
+    return {"PollReplacedByClose",
+            AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest(),
+            "",
+            {0, 3, 4, 5},
+            {false, false, true, true}};
+}
+
+// The agent puts a request back in the second of sleep behind a poll, and the next Progress request
+// replaces it.
+Scenario PutBackReplacedByPoll() {
+    Answers const answers = FinishedAtSecondPoll();
+    return {"PutBackReplacedByPoll",
+            AgentScript()
+                .Answer(OpenAnswer())
+                .Answer(ProgressAnswer("3", "0", "50"))
+                .PauseUntil(milliseconds(1500))
+                .PutRequest(progressRequest)
+                .Answer(ProgressAnswer("1"))
+                .Answer(CloseAnswer()),
+            "COMPLIANCE_Progress 50% completed.\nCOMPLIANCE_ResultCount is 0.\n",
+            {0, 3, 8, 11, 14},
+            {false, false, true, false, false}};
+}
+
+bool IsDone(SystemCall const& call, std::string const& name, char const* path) {
+    return call.succeeded && call.name == name && call.path == path;
+}
+
+bool IsPublishing(SystemCall const& call) {
+    return IsDone(call, "rename", ScriptedAgent::requestTemp);
+}
+
+bool IsRemoving(SystemCall const& call) { return IsDone(call, "unlink", ScriptedAgent::request); }
+
+bool IsOpeningTemporary(SystemCall const& call) {
+    return IsDone(call, "openat", ScriptedAgent::requestTemp);
+}
+
+// Whether the last that the tool did of these two was the first one.
+template <typename First, typename Second>
+bool WasLast(Trace const& trace, First first, Second second) {
+    auto const last = std::find_if(trace.rbegin(), trace.rend(), [&](SystemCall const& call) {
+        return first(call) || second(call);
+    });
+    return last != trace.rend() && first(*last);
+}
+
+// Which documents there are follows from what the tool had done by then.
+void ExpectDocumentsOf(Trace const& trace, bool requestStays) {
+    bool const removed = WasLast(trace, IsRemoving, IsPublishing);
+    bool const unpublished = WasLast(trace, IsOpeningTemporary, IsPublishing);
+    std::string const found = ListDirectory(ScriptedAgent::requestDirectory);
+    EXPECT_EQ(requestStays && !removed, found.find("request.xml ") != std::string::npos) << found;
+    EXPECT_EQ(unpublished, found.find("requestTemp.xml ") != std::string::npos) << found;
+    // Between the two halves of a replacement all of the new request is there.
+    if (removed && unpublished && !WasLast(trace, IsOpeningTemporary, IsRemoving)) {
+        std::string const temporary = ReadBytes(ScriptedAgent::requestTemp);
+        EXPECT_TRUE(temporary == closeRequest || temporary == progressRequest) << temporary;
+    }
+}
+
+void ExpectSeenRequests(ScriptedAgent const& agent) {
+    std::vector<std::string> const order{OpenRequest("url", "doc", "0"), progressRequest};
+    auto const seen = agent.Requests();
+    for (size_t i = 0; i < seen.size(); ++i) {
+        if (i < order.size())
+            EXPECT_EQ(order[i], seen[i].bytes) << i;
+        else
+            EXPECT_TRUE(seen[i].bytes == progressRequest || seen[i].bytes == closeRequest) << i;
+    }
+}
+
+// Runs the scenario up to the point and checks what is left. Returns the name of the point, or
+// nothing but a blank if the tool came to its end before it.
+std::string KillAt(Scenario const& scenario, KillCondition const& condition) {
+    ScriptedAgent agent(scenario.script);
+    agent.AwaitSteps(scenario.steps[0]);
+    KilledRun const run = RunAndKill({"-c", "url", "doc"}, condition);
+    SCOPED_TRACE("killed at (" + NameOfLast(run.trace) + ")");
+    ExpectFreeLock();
+    EXPECT_EQ(run.wasKilled ? ExitStatus::Killed(SIGKILL) : ExitStatus::Exited(0), run.status);
+    EXPECT_EQ("", run.errors);
+    if (run.wasKilled)
+        ExpectBeginning(scenario.output, run.output);
+    else
+        EXPECT_EQ(scenario.output, run.output);
+
+    auto const published =
+        static_cast<size_t>(std::count_if(run.trace.begin(), run.trace.end(), IsPublishing));
+    agent.AwaitSteps(scenario.steps.at(published));
+    ExpectKnownNames();
+    ExpectWholeRequest();
+    ExpectDocumentsOf(run.trace, scenario.requestStays.at(published));
+    ExpectResponseOf(agent);
+    ExpectSeenRequests(agent);
+    agent.Stop();
+    ExpectNextRun();
+    return run.wasKilled ? NameOfLast(run.trace) : " ";
+}
+
+// The points of a run that nobody disturbs.
+std::set<std::string> RecordPoints(Scenario const& scenario) {
+    auto const record = [&](size_t) {
+        ScriptedAgent const agent(scenario.script);
+        agent.AwaitSteps(scenario.steps[0]);
+        KilledRun const run = RunAndKill({"-c", "url", "doc"}, Never());
+        EXPECT_EQ(scenario.output, run.output);
+        std::string text;
+        for (std::string const& name : NamesOf(run.trace))
+            text += name + '\n';
+        return text;
+    };
+    std::set<std::string> points;
+    std::istringstream lines(RunAtOnce(scenario.name, {0}, record)[0]);
+    for (std::string line; std::getline(lines, line);)
+        points.insert(line);
+    return points;
+}
+
+class FullKill : public testing::TestWithParam<Scenario> {};
+
+// The run that makes fewer calls ends the loop, so no point is left out. That each point of a
+// recorded run was hit is shown beside it.
+TEST_P(FullKill, AtEveryCall) {
+    constexpr size_t atOnce = 64;
+    Scenario const& scenario = GetParam();
+    auto const recorded = RecordPoints(scenario);
+    std::set<std::string> hit;
+    size_t cells = 0;
+    for (bool isThrough = false; !isThrough && !HasFailure(); cells += atOnce) {
+        auto const names = RunAtOnce("call", Cells(cells + 1, atOnce), [&](size_t number) {
+            return KillAt(scenario, AtCall(number));
+        });
+        hit.insert(names.begin(), names.end());
+        isThrough = hit.contains(" ");
+    }
+    hit.erase(" ");
+    std::vector<std::string> missed;
+    std::set_difference(recorded.begin(), recorded.end(), hit.begin(), hit.end(),
+                        std::back_inserter(missed));
+    EXPECT_EQ(std::vector<std::string>(), missed);
+    EXPECT_LT(100u, recorded.size());
+    CountCells(hit.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(FullKill, FullKill,
+                         testing::Values(Answered(), NeverTaken(), PollReplacedByClose(),
+                                         PutBackReplacedByPoll()),
+                         [](auto const& test) { return test.param.name; });
+
+// The points between which the state on disk changes, all at once.
+void KillAtPlaces(Scenario const& scenario, std::vector<Place> const& places) {
+    auto const names = RunAtOnce("place", Cells(0, places.size()), [&](size_t number) {
+        return KillAt(scenario, AtPlace(places[number]));
+    });
+    for (size_t i = 0; i < names.size(); ++i)
+        EXPECT_TRUE(names[i].starts_with(places[i].name) || places[i].later > 0) << names[i];
+    CountCells(places.size());
+}
+
+TEST(QuickKill, AtTellingPointsOfAnEvaluation) {
+    KillAtPlaces(Answered(), {{"openat", "/lockfile"},
+                              {"openat", "/lockfile", 1, 2},
+                              {"openat", "/requestTemp.xml"},
+                              {"openat", "/requestTemp.xml", 1, 40},
+                              {"fsync", ""},
+                              {"rename", "/requestTemp.xml"},
+                              {"rename", "/requestTemp.xml", 2},
+                              {"openat", "/response.xml", 2},
+                              {"exit_group", ""}});
+}
+
+TEST(QuickKill, BetweenTheHalvesOfAReplacement) {
+    KillAtPlaces(PollReplacedByClose(),
+                 {{"unlink", "/request.xml"}, {"rename", "/requestTemp.xml", 3}});
+}
+
+TEST(QuickKill, WithTheRequestNeverTaken) {
+    KillAtPlaces(NeverTaken(), {{"rename", "/requestTemp.xml"}, {"clock_nanosleep", ""}});
+}
+
+} // namespace
