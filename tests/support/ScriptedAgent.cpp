@@ -166,4 +166,5 @@ std::vector<WrittenFile> ScriptedAgent::Written() const {
 void ScriptedAgent::Stop() {
     program->Kill(SIGTERM);
     program->Wait();
+    AwaitSteps(0);
 }

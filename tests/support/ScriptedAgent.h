@@ -95,7 +95,7 @@ public:
     // What it has published so far, in order.
     std::vector<WrittenFile> Written() const;
     // Ends it behind the step under way, or in the middle of a wait. Whatever it has done by then is
-    // on record.
+    // on record. Throws if a step failed.
     void Stop();
 
 private:
