@@ -1,8 +1,9 @@
 // The program behind ScriptedAgent: follows the script on its standard input.
 //
 // One step a line: a word and its operands, paths and bytes in hexadecimal digits. On standard
-// output one line for each request seen, one for each file published, one for each step done, and one
-// for the step that fails. SIGTERM ends it behind the step under way, or in the middle of a wait.
+// output one line for each request seen, one for each file published, one for each step done, and
+// one for the step that fails. SIGTERM ends it behind the step under way, or in the middle of a
+// wait.
 //
 // Its only argument is the path of the request. It stands alone on purpose: nothing of the product
 // and nothing of the other test support is in it.

@@ -1,7 +1,7 @@
 // What must hold on a machine after a tool on it was killed, whenever that was.
 //
-// For the body of a PrivateMachine; the requests are those of `-c url doc`. The numbers are those of
-// docs/testing.md.
+// For the body of a PrivateMachine; the requests are those of `-c url doc`. The numbers are those
+// of docs/testing.md.
 #pragma once
 
 #include <string>

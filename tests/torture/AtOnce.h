@@ -14,15 +14,15 @@
 
 namespace Torture {
 
-// Runs one cell in the body of a private machine that has the agent's directories, and returns a few
-// words on it for the caller.
+// Runs one cell in the body of a private machine that has the agent's directories, and returns a
+// few words on it for the caller.
 using Cell = std::function<std::string(std::size_t)>;
 
 // What RunAtOnce gives for a cell that broke off, of which it has told already.
 constexpr char brokenOff[] = "broken off";
 
-// Runs the cells of these numbers, all at once, and waits for their ends. What fails in one fails the
-// test and names `what` and the number. Returns their words, in order.
+// Runs the cells of these numbers, all at once, and waits for their ends. What fails in one fails
+// the test and names `what` and the number. Returns their words, in order.
 inline std::vector<std::string>
 RunAtOnce(std::string const& what, std::vector<std::size_t> const& numbers, Cell const& cell) {
     constexpr auto limit = std::chrono::seconds(120);
@@ -47,8 +47,8 @@ RunAtOnce(std::string const& what, std::vector<std::size_t> const& numbers, Cell
     return words;
 }
 
-// Numbers from `first` on, so many; or only the one that the environment variable TORTURE_CELL names
-// to have it again, if it is one of them.
+// Numbers from `first` on, so many; or only the one that the environment variable TORTURE_CELL
+// names to have it again, if it is one of them.
 inline std::vector<std::size_t> Cells(std::size_t first, std::size_t number) {
     char const* const wanted = std::getenv("TORTURE_CELL");
     std::vector<std::size_t> cells;

@@ -1,7 +1,8 @@
 // A tool that is killed from outside at any time, while the agent behaves in any way.
 //
-// Nothing traces the tool and nothing stands in for the clock: it is what an impatient administrator
-// does. The seed of a cell decides on the agent and on the time; TORTURE_CELL=<seed> repeats one.
+// Nothing traces the tool and nothing stands in for the clock: it is what an impatient
+// administrator does. The seed of a cell decides on the agent and on the time; TORTURE_CELL=<seed>
+// repeats one.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -113,8 +114,8 @@ void Poll(Course& course, Dice& dice) {
         FinishWithRows(course, dice, dice.Below(4));
 }
 
-// The tool works for some milliseconds at each whole second and sleeps in between: half of the times
-// are such moments.
+// The tool works for some milliseconds at each whole second and sleeps in between: half of the
+// times are such moments.
 std::chrono::microseconds SomeTime(Dice& dice) {
     if (dice.OneIn(2))
         return std::chrono::microseconds(dice.Below(7'000'000));

@@ -31,8 +31,8 @@ struct Scenario {
     char const* name;
     AgentScript script;
     std::string output;
-    // By the number of requests it has seen: how many of its steps it gets done, and whether there is
-    // a request when it has.
+    // By the number of requests it has seen: how many of its steps it gets done, and whether there
+    // is a request when it has.
     std::vector<size_t> steps;
     std::vector<bool> requestStays;
 };
@@ -57,8 +57,8 @@ Scenario NeverTaken() {
         "NeverTaken", AgentScript().Respond(CloseAnswer()), OpenError(-3), {1, 1}, {false, true}};
 }
 
-// The agent answers the Open request and sees no other. The Progress request is not taken in its ten
-// seconds, and then the Close request replaces it: removes it, and moves into its place.
+// The agent answers the Open request and sees no other. The Progress request is not taken in its
+// ten seconds, and then the Close request replaces it: removes it, and moves into its place.
 Scenario PollReplacedByClose() {
     return {"PollReplacedByClose",
             AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest(),

@@ -111,8 +111,8 @@ SystemCall MakeCall(pid_t tool, __ptrace_syscall_info const& info) {
 constexpr int callStop = SIGTRAP | 0x80;
 constexpr int ended = 0;
 
-// Waits until the tool stops. Returns the signal of the stop, or that the tool has ended; its end is
-// left for its owner to reap.
+// Waits until the tool stops. Returns the signal of the stop, or that the tool has ended; its end
+// is left for its owner to reap.
 int AwaitStop(pid_t tool) {
     siginfo_t info{};
     while (waitid(P_PID, static_cast<id_t>(tool), &info, WEXITED | WSTOPPED | WNOWAIT) != 0)
