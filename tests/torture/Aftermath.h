@@ -23,19 +23,12 @@ void ExpectKnownNames();
 // I3: the response is the file that the agent has published last, or absent if it has not.
 void ExpectResponseOf(ScriptedAgent const& agent);
 
-// I5: so many whole lines of all that the tool has to print.
+// I5: the beginning of all that the tool has to print. It may end within a line, since a file or a
+// pipe takes the output in blocks.
 void ExpectBeginning(std::string const& whole, std::string const& printed);
 
 // I6: the next tool is refused with -5 as long as a request stands, and changes nothing; as soon as
 // the agent has taken it, a whole evaluation succeeds.
 void ExpectNextRun();
-
-// An agent that answers all of an evaluation at once, with these polls in between, and what is
-// printed then.
-struct Answers {
-    AgentScript script;
-    std::string output;
-};
-Answers FinishedAtSecondPoll();
 
 } // namespace Torture

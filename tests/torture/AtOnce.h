@@ -1,6 +1,8 @@
 // Cells on private machines of their own, many of them at once.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <chrono>
 #include <cstddef>
 #include <cstdlib>

@@ -41,12 +41,20 @@ std::ostream& operator<<(std::ostream& out, Scenario const& scenario) {
     return out << scenario.name;
 }
 
-// Open, two polls and close, all answered at once.
+// Open, two polls and close, all answered at once. The result is long, so that it is printed by
+// more than one call.
 Scenario Answered() {
-    Answers const answers = FinishedAtSecondPoll();
+    std::string const text(9000, 'x');
     return {"Answered",
-            answers.script,
-            answers.output,
+            AgentScript()
+                .Answer(OpenAnswer())
+                .Answer(ProgressAnswer("3", "0", "50"))
+                .Answer(ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", text, "c")))
+                .Answer(CloseAnswer()),
+            "COMPLIANCE_Progress 50% completed.\nCOMPLIANCE_ResultCount is 1.\n"
+            "    Designator: d\n        Result: r\n   Result Type: t\nEval Time (\xB5s): 1\n"
+            "          Desc: " +
+                text + "\n       Comment: c\n\n",
             {0, 3, 6, 9, 12},
             {false, false, false, false, false}};
 }
@@ -70,7 +78,6 @@ Scenario PollReplacedByClose() {
 // The agent puts a request back in the second of sleep behind a poll, and the next Progress request
 // replaces it.
 Scenario PutBackReplacedByPoll() {
-    Answers const answers = FinishedAtSecondPoll();
     return {"PutBackReplacedByPoll",
             AgentScript()
                 .Answer(OpenAnswer())
