@@ -1,7 +1,8 @@
-// Many tools on one lock: exactly one of them is heard, all others are refused at once.
+// Many tools on one lock: exactly one of them is heard and served, all others are refused at once.
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -55,12 +56,14 @@ private:
     int opener = -1;
 };
 
+using Heard = std::vector<OtherProgram*>;
+
 // The one that has the lock keeps it, since nobody answers; all the others end before it.
-size_t CountHeard(Crowd const& crowd) {
-    size_t heard = 0;
+Heard AwaitRefusals(Crowd const& crowd) {
+    Heard heard;
     for (auto const& tool : crowd.tools) {
         if (AskWhoLocks().l_pid == tool->pid()) {
-            ++heard;
+            heard.push_back(tool.get());
             continue;
         }
         ProgramResult const run = tool->Wait(std::chrono::seconds(8));
@@ -71,17 +74,35 @@ size_t CountHeard(Crowd const& crowd) {
     return heard;
 }
 
+// The one is answered at last, and comes to its end as if it had been alone.
+void ExpectAnswered(OtherProgram& tool) {
+    ScriptedAgent const agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
+    ProgramResult const run = tool.Wait();
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_EQ(std::string(Crowd::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+}
+
 // The agent holds the first request and sees no other, until all but its sender have ended.
-void Round(size_t number) {
+void Round(size_t number, bool isLast) {
     std::filesystem::remove(ScriptedAgent::request);
-    ScriptedAgent agent(AgentScript().AwaitRequest().AwaitRequest());
+    auto agent = std::make_unique<ScriptedAgent>(AgentScript().AwaitRequest().AwaitRequest());
     Crowd crowd(number);
     crowd.Release();
-    agent.AwaitRequests(1);
-    EXPECT_EQ(1u, CountHeard(crowd));
+    agent->AwaitRequests(1);
+    Heard const heard = AwaitRefusals(crowd);
+    ASSERT_EQ(1u, heard.size());
     EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
-    EXPECT_EQ(1u, agent.Requests().size());
+    EXPECT_EQ(1u, agent->Requests().size());
+    agent.reset();
+    if (isLast)
+        ExpectAnswered(*heard[0]);
+    else
+        heard[0]->Kill(SIGKILL);
+    heard[0]->Wait();
+    EXPECT_FALSE(IsLocked());
 }
 
 void Rounds(size_t rounds, size_t tools) {
@@ -89,7 +110,7 @@ void Rounds(size_t rounds, size_t tools) {
         PrivateMachine::CreateAgentDirectories();
         for (size_t round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
             SCOPED_TRACE("round " + std::to_string(round) + " of " + std::to_string(tools));
-            Round(tools);
+            Round(tools, round + 1 == rounds);
         }
     });
     Torture::CountCells(rounds);
