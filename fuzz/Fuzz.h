@@ -51,7 +51,8 @@ public:
 
     // A byte that is the length, and then so many bytes, if there are so many.
     std::string Text() {
-        std::size_t const length = std::min<std::size_t>(Byte(), rest.size());
+        std::size_t const told = Byte();
+        std::size_t const length = std::min(told, rest.size());
         std::string const text(rest.substr(0, length));
         rest.remove_prefix(length);
         return text;

@@ -185,7 +185,8 @@ std::string TakeName(Fuzz::Input& input) {
 // A capacity, the process that is asked about, and up to four entries with what is in them.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    unsigned int const capacity = (input.Byte() << 8 | input.Byte()) % 5000U;
+    unsigned int const high = input.Byte();
+    unsigned int const capacity = (high << 8 | input.Byte()) % 5000U;
     auto const id = static_cast<std::uint32_t>(PlainNumber::Unsigned(input.Text()));
     Entries entries;
     for (int i = 0; i < 4 && !input.IsEmpty(); ++i) {

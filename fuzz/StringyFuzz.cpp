@@ -86,7 +86,7 @@ public:
         else if (change < 11)
             Append(change, input);
         else
-            Shape(change, input.Byte(), input.Byte());
+            Shape(change, input);
     }
 
     void Compare(Model const& other, int number) const {
@@ -149,7 +149,9 @@ private:
         model.Append(model.text.substr(from));
     }
 
-    void Shape(unsigned int change, unsigned char byte, unsigned char other) {
+    void Shape(unsigned int change, Fuzz::Input& input) {
+        unsigned char const byte = input.Byte();
+        unsigned char const other = input.Byte();
         if (change == 11) {
             char const from = static_cast<char>(byte);
             auto const count = std::count(model.text.begin(), model.text.end(), from);
