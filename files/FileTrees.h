@@ -25,7 +25,8 @@ void CreateDirectoryTree(FileLocation const& location);
 // overwritten), a socket, a device, a pipe. A `to` inside of `from` is found by the walk and copied
 // into itself, until the system refuses the length of the path.
 //
-// Deliberate: a symbolic link to a directory is skipped in silence.
+// Deliberate: a symbolic link to a directory is skipped in silence. And a directory that can't be
+// listed, be it for lack of memory, is copied as if it were empty.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 
 // Remove a directory with all that is in it, or only what is in it. Throw DirectoryNotFoundError if

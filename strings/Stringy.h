@@ -119,6 +119,8 @@ public:
 
     // White space is that of Ascii::WhiteSpace(). A string of nothing else becomes null; so does an
     // empty text in the second one, where the white space ends at an inner NUL too.
+    //
+    // Deliberate: what is left is assigned, so if memory runs out, the string is as it was or null.
     void TrimLeft();
     void StripLeadingAndTrailingWhite();
 

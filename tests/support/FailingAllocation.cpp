@@ -8,27 +8,33 @@ namespace {
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocatedBytes = 0;
 thread_local std::size_t releases = 0;
+thread_local std::size_t failures = 0;
 // The number of allocations up to the one that fails; 0 for none.
 thread_local std::size_t untilFailure = 0;
+thread_local FailingAllocation::Extent extentOfFailure = FailingAllocation::Once;
 thread_local bool failed = false;
 
 bool CountAndDecide(std::size_t size) {
     ++allocations;
     allocatedBytes += size;
-    if (untilFailure == 0 || --untilFailure != 0)
+    if (!FailingAllocation::MustFail())
         return true;
-    failed = true;
+    ++failures;
     return false;
 }
 
-void* Allocate(std::size_t size) noexcept {
-    return CountAndDecide(size) ? std::malloc(size == 0 ? 1 : size) : nullptr;
+// Not by malloc, whose calls by name a program may let fail too.
+void* Allocate(std::size_t size, std::size_t alignment) noexcept {
+    void* memory = nullptr;
+    if (!CountAndDecide(size) || posix_memalign(&memory, alignment, size == 0 ? 1 : size) != 0)
+        return nullptr;
+    return memory;
 }
 
+void* Allocate(std::size_t size) noexcept { return Allocate(size, alignof(std::max_align_t)); }
+
 void* Allocate(std::size_t size, std::align_val_t alignment) noexcept {
-    std::size_t const unit = static_cast<std::size_t>(alignment);
-    std::size_t const rounded = (size + unit - 1) / unit * unit;
-    return CountAndDecide(size) ? std::aligned_alloc(unit, rounded == 0 ? unit : rounded) : nullptr;
+    return Allocate(size, static_cast<std::size_t>(alignment));
 }
 
 void Release(void* memory) noexcept {
@@ -45,7 +51,10 @@ void* OrThrow(void* memory) {
 } // namespace
 
 AllocationCounter::AllocationCounter()
-    : countAtStart(allocations), bytesAtStart(allocatedBytes), releasesAtStart(releases) {}
+    : countAtStart(allocations),
+      bytesAtStart(allocatedBytes),
+      releasesAtStart(releases),
+      failuresAtStart(failures) {}
 
 std::size_t AllocationCounter::Count() const { return allocations - countAtStart; }
 
@@ -53,14 +62,29 @@ std::size_t AllocationCounter::Bytes() const { return allocatedBytes - bytesAtSt
 
 std::size_t AllocationCounter::Releases() const { return releases - releasesAtStart; }
 
-FailingAllocation::FailingAllocation(std::size_t n) {
+std::ptrdiff_t AllocationCounter::Held() const {
+    std::size_t const succeeded = Count() - (failures - failuresAtStart);
+    return static_cast<std::ptrdiff_t>(succeeded - Releases());
+}
+
+FailingAllocation::FailingAllocation(std::size_t n, Extent extent) {
     failed = false;
     untilFailure = n;
+    extentOfFailure = extent;
 }
 
 FailingAllocation::~FailingAllocation() { untilFailure = 0; }
 
 bool FailingAllocation::HasFailed() const { return failed; }
+
+bool FailingAllocation::MustFail() {
+    if (untilFailure == 0 || --untilFailure != 0)
+        return false;
+    failed = true;
+    if (extentOfFailure == FromThenOn)
+        untilFailure = 1;
+    return true;
+}
 
 void* operator new(std::size_t size) { return OrThrow(Allocate(size)); }
 void* operator new[](std::size_t size) { return OrThrow(Allocate(size)); }

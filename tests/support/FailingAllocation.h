@@ -16,23 +16,33 @@ public:
     std::size_t Bytes() const;
     // Null pointers are not counted.
     std::size_t Releases() const;
+    // What was allocated since the construction and is not released yet; below 0 if more was
+    // released than allocated.
+    std::ptrdiff_t Held() const;
 
 private:
     std::size_t countAtStart;
     std::size_t bytesAtStart;
     std::size_t releasesAtStart;
+    std::size_t failuresAtStart;
 };
 
 // From its construction to its destruction the n-th allocation, counted from 1, throws
 // std::bad_alloc (or yields null, for the forms with std::nothrow). One at a time.
 class FailingAllocation {
 public:
-    explicit FailingAllocation(std::size_t n);
+    enum Extent { Once, FromThenOn };
+
+    explicit FailingAllocation(std::size_t n, Extent extent = Once);
     ~FailingAllocation();
     FailingAllocation(FailingAllocation const&) = delete;
     FailingAllocation& operator=(FailingAllocation const&) = delete;
 
     bool HasFailed() const;
+
+    // For what stands in for another allocator: whether its allocation is to fail. It is one of the
+    // n, but no AllocationCounter sees it.
+    static bool MustFail();
 };
 
 template <class Body>

@@ -57,6 +57,35 @@ TEST(FailingAllocationTest, OnlyTheNthAllocationFails) {
     EXPECT_EQ(first, std::string(100, 'x'));
 }
 
+TEST(FailingAllocationTest, FromTheNthAllocationOnAllFail) {
+    FailingAllocation const failing(2, FailingAllocation::FromThenOn);
+    std::string const first(100, 'x');
+    EXPECT_FALSE(failing.HasFailed());
+    for (int i = 0; i < 3; ++i)
+        EXPECT_THROW(std::string(100, 'x'), std::bad_alloc);
+    EXPECT_TRUE(failing.HasFailed());
+}
+
+TEST(FailingAllocationTest, AnotherAllocatorTakesItsTurn) {
+    FailingAllocation const failing(2);
+    EXPECT_FALSE(FailingAllocation::MustFail());
+    EXPECT_TRUE(FailingAllocation::MustFail());
+    EXPECT_FALSE(FailingAllocation::MustFail());
+    EXPECT_TRUE(failing.HasFailed());
+}
+
+TEST(FailingAllocationTest, WhatIsHeldIsTold) {
+    AllocationCounter const counter;
+    void* const held = ::operator new(1);
+    {
+        FailingAllocation const failing(1);
+        static_cast<void>(::operator new(1, std::nothrow));
+    }
+    EXPECT_EQ(1, counter.Held());
+    ::operator delete(held);
+    EXPECT_EQ(0, counter.Held());
+}
+
 TEST(FailingAllocationTest, FormWithNothrowYieldsNull) {
     FailingAllocation const failing(1);
     void* const memory = ::operator new(1, std::nothrow);

@@ -1,0 +1,130 @@
+#include "tests/torture/AllocationsOfFolders.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "data/AppendRun.h"
+#include "data/ApplyFilter.h"
+#include "data/Ascii.h"
+#include "data/AsciiFilters.h"
+#include "data/ConstData.h"
+#include "data/ConstDataRopeReference.h"
+#include "data/DataReceiver.h"
+#include "data/ExceptionPL.h"
+#include "data/ReadReader.h"
+#include "data/StringReceiver.h"
+#include "tests/support/ChunkReader.h"
+#include "tests/torture/Operations.h"
+
+namespace {
+
+using Torture::Operation;
+using Torture::Operations;
+using Torture::Stated;
+
+char const text[] = "a text, long enough, to be stored, apart, wherever, it goes";
+char const other[] = "Another Text That Does Not Fit Inside Of Any Small Object";
+
+std::string Same(std::string const& string) { return string; }
+
+std::string ShowPieces(std::vector<ConstData> const& pieces) {
+    std::string shown;
+    for (ConstData const piece : pieces)
+        shown += MakeString(piece) + '|';
+    return shown;
+}
+
+std::string ShowMessage(ExceptionPL const& exception) {
+    return exception.what() == nullptr ? "null" : exception.what();
+}
+
+Operations OfViews() {
+    return {
+        Operation::Giving(
+            "ConstData::PositionsOf", [] { return ConstData(text).PositionsOf(","); },
+            [](std::vector<unsigned long> const& places) { return std::to_string(places.size()); }),
+        Operation::Giving(
+            "ConstData::Split", [] { return ConstData(text).Split(",", false, true); }, ShowPieces),
+        Operation::Giving(
+            "ConstData::Split, trimmed", [] { return ConstData(text).Split(",", true, false); },
+            ShowPieces),
+        Operation::Giving(
+            "MakeString(ConstData)", [] { return MakeString(ConstData(text)); }, Same),
+        Operation::Giving(
+            "MakeString(ConstDataRopeReference)",
+            [] {
+                return MakeString(ConstDataRope{text, other});
+            },
+            Same),
+    };
+}
+
+Operations OfText() {
+    return {
+        Operation::Giving(
+            "Ascii::RaiseCase", [] { return Ascii::RaiseCase(ConstData(text)); }, Same),
+        Operation::Giving(
+            "Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(other)); }, Same),
+        Operation::Giving(
+            "ApplyFilter", [] { return ApplyFilter(text, Ascii::RaiseCase()); }, Same),
+        Operation(
+            "AppendRuns::Append", [] { return std::string(other); },
+            [](std::string& string) { AppendRuns::Append(string, text, sizeof text - 1); }, Same),
+        Operation(
+            "AppendRuns::AppendPlainly", [] { return std::string(other); },
+            [](std::string& string) { AppendRuns::AppendPlainly(string, text, sizeof text - 1); },
+            Same),
+    };
+}
+
+Operations OfStreams() {
+    return {
+        Operation::Giving(
+            "ReadReader",
+            [] {
+                ChunkReader reader(text, 7);
+                return ReadReader(reader);
+            },
+            Same),
+        Operation(
+            "StringReceiver", [] { return std::string(); },
+            [](std::string& string) {
+                StringReceiver stage;
+                DataReceiver& receiver = stage(string);
+                receiver.Start();
+                receiver.Receive(ConstData(text));
+                receiver.Receive(ConstData(other));
+                receiver.ReceiveEnd();
+            },
+            Same, {.state = Stated::AnyValue}),
+    };
+}
+
+Operations OfExceptions() {
+    return {
+        Operation::Giving(
+            "ExceptionPL(char const*)", [] { return ExceptionPL(text); }, ShowMessage),
+        Operation::Giving(
+            "ExceptionPL(ConstData)", [] { return ExceptionPL(ConstData(text)); }, ShowMessage),
+        Operation(
+            "ExceptionPL(ExceptionPL const&)",
+            [] { return std::pair<ExceptionPL, std::optional<ExceptionPL>>(text, std::nullopt); },
+            [](auto& pair) { pair.second.emplace(pair.first); },
+            [](auto const& pair) { return ShowMessage(pair.second ? *pair.second : pair.first); }),
+        // The old text goes first, so without memory for the new one there is none.
+        Operation(
+            "ExceptionPL::operator=",
+            [] { return std::pair<ExceptionPL, ExceptionPL>(text, other); },
+            [](auto& pair) { pair.first = pair.second; },
+            [](auto const& pair) { return ShowMessage(pair.first); },
+            {.state = Stated::Shown, .shown = "null"}),
+    };
+}
+
+} // namespace
+
+std::size_t Torture::FailAllocationsOfData() {
+    return FailEachOf("data", Join({OfViews(), OfText(), OfStreams(), OfExceptions()}));
+}

@@ -1,0 +1,130 @@
+// DocumentReader FILE...: moves each file to the place of the response, reads it as the tool does,
+// and says of each on three lines what came of it, the most memory that was held beyond what was
+// held at the start, in KiB, and the number of the process that has read it.
+//
+// DocumentReader --arena FILE...: takes memory from one block and gives none back. Then what is
+// executed is the product's own: the allocator of the C library tidies up in bursts, which would
+// show in a comparison of two sizes.
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+
+#include <sys/mman.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "compliance/ResponseDocument.h"
+
+namespace {
+
+constexpr std::size_t arenaSize = std::size_t{1} << 30;
+char* arena = nullptr;
+char* arenaEnd = nullptr;
+
+void TakeArena() {
+    void* const block = mmap(nullptr, arenaSize, PROT_READ | PROT_WRITE,
+                             MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (block == MAP_FAILED)
+        std::abort();
+    arena = static_cast<char*>(block);
+    arenaEnd = arena + arenaSize;
+}
+
+void* FromArena(std::size_t size) {
+    constexpr std::size_t unit = alignof(std::max_align_t);
+    std::size_t const rounded = (size + unit - 1) / unit * unit;
+    if (rounded > static_cast<std::size_t>(arenaEnd - arena))
+        throw std::bad_alloc();
+    return std::exchange(arena, arena + rounded);
+}
+
+bool IsFromArena(void* block) {
+    return arenaEnd != nullptr && block < arenaEnd && block >= arenaEnd - arenaSize;
+}
+
+std::string Tell(ClientComplianceResponse const& response) {
+    std::size_t bytes = 0;
+    for (auto const& item : response.items)
+        bytes += item.designator.size() + item.result.size() + item.resultType.size() +
+                 item.evaluationTime.size() + item.description.size() + item.comment.size();
+    return std::to_string(response.GetComplianceCount()) + " rows, " + std::to_string(bytes) +
+           " bytes";
+}
+
+std::string Read() {
+    try {
+        return Tell(ClientComplianceResponseIORead());
+    } catch (ClientComplianceResponseReadFailure const&) {
+        return "ClientComplianceResponseReadFailure";
+    } catch (ClientComplianceResponseBadDocumentType const&) {
+        return "ClientComplianceResponseBadDocumentType";
+    } catch (ClientComplianceResponseTypeFailure const&) {
+        return "ClientComplianceResponseTypeFailure";
+    } catch (std::exception const& error) {
+        return error.what();
+    }
+}
+
+// A line of /proc/self/status, in KiB.
+long Status(char const* name) {
+    std::FILE* const status = std::fopen("/proc/self/status", "r");
+    long value = -1;
+    char line[256];
+    while (status != nullptr && std::fgets(line, sizeof line, status) != nullptr)
+        if (std::strncmp(line, name, std::strlen(name)) == 0)
+            value = std::atol(line + std::strlen(name));
+    if (status != nullptr)
+        std::fclose(status);
+    return value;
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    void* const block = arenaEnd != nullptr ? FromArena(size) : std::malloc(size);
+    if (block == nullptr)
+        throw std::bad_alloc();
+    return block;
+}
+
+void operator delete(void* block) noexcept {
+    if (!IsFromArena(block))
+        std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+// Everything executed for one document happens in here, so that it can be counted.
+extern "C" [[gnu::noinline]] void MeasuredRun(std::string* outcome) { *outcome = Read(); }
+
+// One file, in a process of its own, so that none finds what another has left in the allocator.
+int ReadInChild(char const* file) {
+    long const before = Status("VmRSS:");
+    if (std::rename(file, "/var/opt/VeskaClient/ResponseDir/response.xml") != 0)
+        return 1;
+    std::string outcome;
+    MeasuredRun(&outcome);
+    std::printf("%s\n%ld\n%ld\n", outcome.c_str(), Status("VmHWM:") - before,
+                static_cast<long>(getpid()));
+    return 0;
+}
+
+int main(int count, char** files) {
+    bool const wantsArena = count > 1 && std::strcmp(files[1], "--arena") == 0;
+    if (wantsArena)
+        TakeArena();
+    for (int i = wantsArena ? 2 : 1; i < count; ++i) {
+        pid_t const child = fork();
+        if (child == 0)
+            return ReadInChild(files[i]);
+        int status = 0;
+        if (child < 0 || waitpid(child, &status, 0) != child || status != 0)
+            return 1;
+    }
+}

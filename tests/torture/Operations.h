@@ -1,0 +1,108 @@
+// Operations of the product, each tried with every one of its allocations failing.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/FailingAllocation.h"
+
+namespace Torture {
+
+// What a header states of an object when memory was missing for an operation on it.
+struct Stated {
+    // The object is as it was, is as `shown` tells, or has any value, and the operation succeeds on
+    // it then; or it is as it was or as `shown` tells, and is given a value before all else; or it
+    // may be ended only.
+    enum State { Unchanged, Shown, AnyValue, Lost, Abandoned };
+
+    State state = Unchanged;
+    std::string shown = {};
+    // Beside std::bad_alloc, and what comes when nothing is missing: other exceptions (by the start
+    // of their names), or "" for an ordinary return.
+    std::vector<std::string> outcomes = {};
+    // Whether std::bad_alloc may come out of it.
+    bool tellsOfMemory = true;
+};
+
+// An operation under its name, on an object that is made anew for each trial.
+class Operation {
+public:
+    // `act(object)` is what is tried; `view(object)` shows all that can be seen of the object.
+    template <class Make, class Act, class View>
+    Operation(std::string itsName, Make make, Act act, View view, Stated whatIsStated = {})
+        : name(std::move(itsName)), stated(std::move(whatIsStated)) {
+        using Object = decltype(make());
+        makeObject = [make] {
+            return std::shared_ptr<void>(new Object(make()));
+        };
+        actOn = [act](void* object) {
+            act(*static_cast<Object*>(object));
+        };
+        viewOf = [view](void* object) -> std::string {
+            return view(*static_cast<Object*>(object));
+        };
+    }
+
+    // One that yields a value, which is shown by `show`.
+    template <class Yield, class Show>
+    static Operation Giving(std::string name, Yield yield, Show show, Stated stated = {}) {
+        using Result = std::optional<decltype(yield())>;
+        return Operation(
+            std::move(name), [] { return Result(); },
+            [yield](Result& result) { result.emplace(yield()); },
+            [show](Result const& result) -> std::string {
+                return result.has_value() ? std::string(show(*result)) : "nothing";
+            },
+            std::move(stated));
+    }
+
+    // One that yields nothing and changes nothing.
+    template <class Act>
+    static Operation Doing(std::string name, Act act, Stated stated = {}) {
+        return Operation(
+            std::move(name), [] { return 0; }, [act](int) { act(); }, [](int) { return ""; },
+            std::move(stated));
+    }
+
+    // Lets each allocation fail, once and from then on. Yields how many of them failed.
+    std::size_t FailEach() const;
+
+private:
+    struct Outcome {
+        bool failed = false;
+        // What was thrown, with its words; empty for nothing.
+        std::string thrown;
+    };
+
+    Outcome Run(void* object, std::size_t n, FailingAllocation::Extent extent) const;
+    bool Fail(std::size_t n, FailingAllocation::Extent extent) const;
+    bool FailLeavingNothing(std::size_t n, FailingAllocation::Extent extent) const;
+    void CheckThrown(std::string const& thrown) const;
+    void CheckView(std::string const& before, std::string const& thrown,
+                   std::string const& view) const;
+    void CheckSecondTry(void* object) const;
+    void RunUndisturbed() const;
+
+    std::string name;
+    Stated stated;
+    std::function<std::shared_ptr<void>()> makeObject;
+    std::function<void(void*)> actOn;
+    std::function<std::string(void*)> viewOf;
+    // What an undisturbed run gives.
+    mutable std::string calmThrown;
+    mutable std::string calmView;
+};
+
+using Operations = std::vector<Operation>;
+
+Operations Join(std::vector<Operations> const& parts);
+
+// All of them, and how many allocations failed. Says both on standard output.
+std::size_t FailEachOf(std::string const& folder, Operations const& operations);
+
+} // namespace Torture
