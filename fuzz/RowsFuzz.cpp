@@ -1,0 +1,188 @@
+// The rows of compliance-query as TSV and JSON, and as visible text: what was written gives back
+// the bytes of each field, whatever they are.
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "companions/JsonRows.h"
+#include "companions/TsvRows.h"
+#include "companions/VisibleText.h"
+#include "fuzz/Fuzz.h"
+#include "tests/companions/RowList.h"
+
+namespace {
+
+using Json = nlohmann::json;
+using Texts = std::vector<std::string>;
+
+unsigned int ByteAt(std::string_view text, std::size_t at) {
+    return at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
+}
+
+struct Character {
+    std::size_t length; // 0 where the text begins with none
+    std::uint32_t value;
+};
+
+// By the number of leading ones; then all that has a shorter form, or is no character, is dropped.
+Character CharacterAt(std::string_view text) {
+    std::uint32_t const lead = ByteAt(text, 0);
+    if (lead < 0x80)
+        return {1, lead};
+    std::size_t length = 0;
+    for (unsigned int bit = 0x80; (lead & bit) != 0; bit >>= 1)
+        ++length;
+    if (length < 2 || length > 4 || length > text.size())
+        return {0, 0};
+    std::uint32_t value = lead & (0x7FU >> length);
+    for (std::size_t at = 1; at < length; ++at) {
+        if ((ByteAt(text, at) & 0xC0) != 0x80)
+            return {0, 0};
+        value = value << 6 | (ByteAt(text, at) & 0x3F);
+    }
+    std::uint32_t const least[] = {0, 0, 0x80, 0x800, 0x10000};
+    bool const isGood =
+        value >= least[length] && value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+    return isGood ? Character{length, value} : Character{0, 0};
+}
+
+// Each byte that belongs to no character as an escape.
+std::string Readable(std::string_view text) {
+    std::string readable;
+    while (!text.empty()) {
+        std::size_t const length = CharacterAt(text).length;
+        char escape[8];
+        std::snprintf(escape, sizeof(escape), "\\x%02x", ByteAt(text, 0));
+        readable += length == 0 ? std::string_view(escape) : text.substr(0, length);
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return readable;
+}
+
+// Every other text has a byte to escape.
+bool IsText(std::string_view text) { return Readable(text) == text; }
+
+std::string FromBase64(std::string const& text) {
+    std::string const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    Fuzz::Require(text.size() % 4 == 0, "base64 comes in groups of four");
+    std::string bytes;
+    std::uint32_t bits = 0;
+    int count = 0;
+    for (char digit : text.substr(0, text.find('='))) {
+        bits = (bits << 6 | static_cast<std::uint32_t>(alphabet.find(digit))) & 0xFFFFFF;
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes += static_cast<char>(bits >> count & 0xFF);
+        }
+    }
+    return bytes;
+}
+
+void CompareObject(Json const& object, Row const& row) {
+    for (std::size_t field = 0; field < row.size(); ++field) {
+        std::string const text(row[field]);
+        std::string const exactName = std::string(rowFieldNames[field]) + "Base64";
+        Fuzz::Require(object.at(rowFieldNames[field]) == Readable(text), "a field can be read");
+        bool const isText = IsText(text);
+        Fuzz::Require(object.contains(exactName) == !isText, "only what is no text has its bytes");
+        Fuzz::Require(isText || FromBase64(object.at(exactName)) == text, "the bytes come back");
+    }
+}
+
+Texts Split(std::string const& text, char separator) {
+    Texts pieces(1);
+    for (char byte : text) {
+        if (byte == separator)
+            pieces.emplace_back();
+        else
+            pieces.back() += byte;
+    }
+    return pieces;
+}
+
+void CompareJson(RowList const& list) {
+    Texts const lines =
+        Split(OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), output); }), '\n');
+    Fuzz::Require(lines.size() == list.size() + 1 && lines.back().empty(), "a row is a line");
+    Json all = Json::array();
+    for (std::size_t row = 0; row < list.size(); ++row) {
+        all.push_back(Json::parse(lines[row]));
+        CompareObject(all.back(), list[row]);
+    }
+    Json const document =
+        Json::parse(OutputOf([&](Output& output) { WriteJson(RowsOf(list), output); }));
+    Fuzz::Require(document.at("rows") == all && document.at("rowCount") == list.size(),
+                  "the document has the same rows");
+}
+
+std::string Unescaped(std::string const& field) {
+    std::string text;
+    for (std::size_t at = 0; at < field.size(); ++at) {
+        if (field[at] != '\\') {
+            text += field[at];
+            continue;
+        }
+        std::size_t const which = std::string("tnr\\").find(field[++at]);
+        Fuzz::Require(which != std::string::npos, "an escape is one of four");
+        text += "\t\n\r\\"[which];
+    }
+    return text;
+}
+
+void CompareTsv(RowList const& list) {
+    Texts const lines =
+        Split(OutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); }), '\n');
+    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "a row is a line");
+    for (std::size_t row = 0; row < list.size(); ++row) {
+        Texts const fields = Split(lines[row + 1], '\t');
+        Fuzz::Require(fields.size() == list[row].size(), "a line has six fields");
+        for (std::size_t field = 0; field < fields.size(); ++field)
+            Fuzz::Require(Unescaped(fields[field]) == list[row][field], "a field comes back");
+    }
+}
+
+bool MovesNothing(std::uint32_t value) {
+    bool const isControl = value < 0x20 || (value >= 0x7F && value <= 0x9F);
+    bool const turns = value == 0x61C || value == 0x200E || value == 0x200F || value == 0x2028 ||
+                       value == 0x2029 || (value >= 0x202A && value <= 0x202E) ||
+                       (value >= 0x2066 && value <= 0x2069);
+    return !isControl && !turns;
+}
+
+void CompareVisible(std::string_view text) {
+    std::string const visible = MakeVisible(text);
+    Fuzz::Require(MakeReadable(text) == Readable(text), "readable text escapes what is no text");
+    for (std::string_view rest = visible; !rest.empty();) {
+        Character const character = CharacterAt(rest);
+        Fuzz::Require(character.length != 0 && MovesNothing(character.value),
+                      "visible text has nothing that moves a cursor or turns a direction");
+        rest.remove_prefix(character.length);
+    }
+}
+
+} // namespace
+
+// Texts, each with its length in front, six to a row.
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::vector<Texts> fields;
+    for (int rows = 0; rows < 6 && !input.IsEmpty(); ++rows) {
+        fields.emplace_back();
+        for (std::size_t field = 0; field < rowFieldNames.size(); ++field)
+            fields.back().push_back(input.Text());
+    }
+    RowList list;
+    for (Texts const& texts : fields) {
+        list.push_back({texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]});
+        for (std::string const& text : texts)
+            CompareVisible(text);
+    }
+    CompareJson(list);
+    CompareTsv(list);
+    return 0;
+}
