@@ -38,7 +38,7 @@ char StateOf(unsigned int id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/stat", std::ios::binary);
     std::string const facts{std::istreambuf_iterator<char>(file), {}};
     std::size_t const nameEnd = facts.rfind(')');
-    return nameEnd == facts.npos || nameEnd + 2 >= facts.size() ? '\0' : facts[nameEnd + 2];
+    return nameEnd == std::string::npos || nameEnd + 2 >= facts.size() ? '\0' : facts[nameEnd + 2];
 }
 
 std::string LastComponent(std::string const& path) { return path.substr(path.rfind('/') + 1); }

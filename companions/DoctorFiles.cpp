@@ -32,8 +32,9 @@ int FileFacts::Refusal(int rights) const {
 
 std::string FileFacts::OwnerAndMode() const {
     std::array<char, 96> text{};
-    std::snprintf(text.data(), text.size(), "owned by user %u and group %u, mode %04o",
-                  facts.st_uid, facts.st_gid, facts.st_mode & 07777U);
+    static_cast<void>(std::snprintf(text.data(), text.size(),
+                                    "owned by user %u and group %u, mode %04o", facts.st_uid,
+                                    facts.st_gid, facts.st_mode & 07777U));
     return text.data();
 }
 

@@ -98,7 +98,7 @@ Finding CheckLock() {
     LockState const state = AskForLock();
     if (state.what == LockState::held)
         return DescribeHolder(state.holder);
-    Finding const finding = CheckFile(FileFacts(DoctorPaths::lockFile));
+    Finding finding = CheckFile(FileFacts(DoctorPaths::lockFile));
     if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
         return {check, Verdict::note, "lock-not-readable",
                 "this user may not read the lock file, so it is not known whether the lock is held",

@@ -42,6 +42,7 @@ private:
 
 Row GetRow(unsigned int index) {
     std::array<char const*, rowFieldNames.size()> texts{};
+    // NOLINTNEXTLINE(readability-container-data-pointer): the first of six places
     if (COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3], &texts[4],
                                 &texts[5]) != 0)
         texts.fill("");

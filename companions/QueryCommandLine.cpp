@@ -29,6 +29,7 @@ constexpr std::array<char const*, 2> operandNames = {"URL", "DOC"};
 
 struct FlagName {
     std::string_view name;
+    // cppcheck-suppress unusedStructMember ; what std::ranges::find gives is asked for it
     unsigned int value;
 };
 

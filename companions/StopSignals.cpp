@@ -13,8 +13,8 @@ void NoteSignal(int signal) {
         firstSignal = signal;
         return;
     }
-    std::signal(signal, SIG_DFL);
-    raise(signal);
+    static_cast<void>(std::signal(signal, SIG_DFL));
+    static_cast<void>(raise(signal));
 }
 
 void Catch(int signal) {
@@ -32,7 +32,7 @@ void Catch(int signal) {
 void CatchStopSignals() {
     Catch(SIGINT);
     Catch(SIGTERM);
-    std::signal(SIGPIPE, SIG_IGN);
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
 }
 
 int StopSignal() { return firstSignal; }

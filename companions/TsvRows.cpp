@@ -15,7 +15,7 @@ void AppendEscaped(std::string& line, std::string_view text) {
     for (;;) {
         std::size_t const stop = text.find_first_of(special);
         line += text.substr(0, stop);
-        if (stop == text.npos)
+        if (stop == std::string_view::npos)
             return;
         line += '\\';
         line += escapes[special.find(text[stop])];

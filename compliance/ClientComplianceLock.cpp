@@ -30,6 +30,7 @@ ClientComplianceLock::~ClientComplianceLock() {
         DestroyAndRefuseFromNowOn();
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
 bool ClientComplianceLock::Lock() noexcept {
     if (iLock)
         return false;
@@ -45,6 +46,7 @@ bool ClientComplianceLock::Lock() noexcept {
     return false;
 }
 
+// NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
 void ClientComplianceLock::Unlock() noexcept {
     if (!iLock || iLockIsGone)
         return;

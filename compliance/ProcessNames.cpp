@@ -20,7 +20,7 @@ constexpr size_t procPathSize = 40;
 class ProcPath {
 public:
     ProcPath(unsigned int processId, char const* leaf) {
-        std::snprintf(text.data(), text.size(), "/proc/%u/%s", processId, leaf);
+        static_cast<void>(std::snprintf(text.data(), text.size(), "/proc/%u/%s", processId, leaf));
     }
 
     char const* c_str() const { return text.data(); }

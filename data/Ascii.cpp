@@ -98,8 +98,10 @@ bool TableMaps(CaseTable const& table, unsigned first, unsigned last, unsigned i
 
 } // namespace
 
+// NOLINTBEGIN(cert-err58-cpp): constinit, so no code runs for them
 constinit CaseTable const uppercaseTable = MakeTable(raising);
 constinit CaseTable const lowercaseTable = MakeTable(lowering);
+// NOLINTEND(cert-err58-cpp)
 
 bool CaseTablesAreCorrect() {
     for (CaseTable const* table : {&uppercaseTable, &lowercaseTable})

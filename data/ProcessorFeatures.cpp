@@ -44,7 +44,9 @@ bool ProcessorFeatures::Feature::FindOut() {
     return found;
 }
 
+// NOLINTBEGIN(cert-err58-cpp): constinit, so no code runs for them
 constinit ProcessorFeatures::Feature ProcessorFeatures::avx2(HasAvx2);
 constinit ProcessorFeatures::Feature
     ProcessorFeatures::carrylessMultiplication(HasCarrylessMultiplication);
 constinit ProcessorFeatures::Feature ProcessorFeatures::byteShuffles(HasByteShuffles);
+// NOLINTEND(cert-err58-cpp)

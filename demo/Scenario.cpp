@@ -164,7 +164,7 @@ private:
         rowsWaiting = true;
     }
 
-    void DealWith(ScenarioStep& step, bool& told, std::vector<std::string> const& words) {
+    void DealWith(ScenarioStep& step, bool& told, std::vector<std::string> const& words) const {
         ExpectWords(words, 2);
         if (told)
             throw Mistake{"'" + words[0] + "' stands twice"};

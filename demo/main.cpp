@@ -40,28 +40,28 @@ Scenario LoadScenario(char const* name) {
 
 int Serve(Scenario const& scenario) {
     if (pid_t const other = OtherAgent()) {
-        std::fprintf(
+        static_cast<void>(std::fprintf(
             stderr,
             "VeskaClient: process %d carries the agent's name; a second one would be taken "
             "for the agent too\n",
-            static_cast<int>(other));
+            static_cast<int>(other)));
         return 1;
     }
     CatchStopSignals();
     // So that who watches through a pipe sees each line as it comes.
-    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+    static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ));
     StandInAgent(scenario, stop).Serve();
     return 0;
 }
 
 int Run(int count, char** arguments) {
     if (count == 2 && std::strcmp(arguments[1], "--help") == 0) {
-        std::fputs(usage, stdout);
+        static_cast<void>(std::fputs(usage, stdout));
         return 0;
     }
     bool const check = count == 3 && std::strcmp(arguments[1], "--check") == 0;
     if (!check && (count != 2 || arguments[1][0] == '-')) {
-        std::fputs(usage, stderr);
+        static_cast<void>(std::fputs(usage, stderr));
         return 2;
     }
     Scenario const scenario = LoadScenario(arguments[count - 1]);
@@ -74,7 +74,7 @@ int main(int count, char** arguments) {
     try {
         return Run(count, arguments);
     } catch (std::exception const& error) {
-        std::fprintf(stderr, "VeskaClient: %s\n", error.what());
+        static_cast<void>(std::fprintf(stderr, "VeskaClient: %s\n", error.what()));
         return 1;
     }
 }

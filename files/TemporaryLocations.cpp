@@ -17,7 +17,7 @@ FileLocation DirectoryFor(FileLocation const& hint) {
 }
 
 FileLocation FreeNameIn(FileLocation const& directory) {
-    FileLocation const location = CreateUniqueFileLocation(directory, freeNamePrefix);
+    FileLocation location = CreateUniqueFileLocation(directory, freeNamePrefix);
     ForceNonexistence(location);
     return location;
 }

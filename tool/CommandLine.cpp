@@ -20,6 +20,7 @@ bool ReadCommandLine(int count, char const* const* arguments, CommandLine& comma
     // Unsigned, so that a negative number is refused as too large. Text that is no number counts as
     // 0 by the rules of atoi.
     if (count == 5)
+        // NOLINTNEXTLINE(cert-err34-c): see above
         commandLine.flags = static_cast<unsigned int>(std::atoi(arguments[4]));
     return commandLine.flags <= highestFlags;
 }

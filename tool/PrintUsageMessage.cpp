@@ -7,7 +7,7 @@
 //
 // clang-format off
 void PrintUsageMessage() {
-    std::fputs(
+    static_cast<void>(std::fputs(
         "Usage: \n"
         "       ClientCompliance -d\n"
         "       ClientCompliance -c <url> <doc> [<numeric flags>]\n"
@@ -23,6 +23,6 @@ void PrintUsageMessage() {
         "          = 2 - COMPLIANCE_FLAG_EVALUATE_ALL   - evaluate all pellars.\n"
         "          = 4 - COMPLIANCE_FLAG_IDLE_CPU_USAGE - use IDLE cpu resource level.\n"
         "          = 8 - COMPLIANCE_FLAG_ACTIONHINT     - treat <doc> arg as action id hint.\n",
-        stdout);
+        stdout));
 }
 // clang-format on

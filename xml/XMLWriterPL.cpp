@@ -207,6 +207,7 @@ void XMLWriterPL::WriteCDataString(char const* text) {
     lastWritten = Content;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is public
 void XMLWriterPL::WriteComment(StringPL text) {
     ConstData const comment = View(text);
     bool const onOwnLines = ShowsLineFeed(comment);
@@ -258,7 +259,7 @@ void XMLWriterPL::WriteAttributeValue(ConstData value) {
     }
 }
 
-void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) const {
+void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) {
     if (!IsValidName(name)) {
         StringPL message;
         message.Format("Unable to write XML element with invalid element name '%s'",

@@ -105,7 +105,7 @@ public:
 private:
     enum Written : std::uint32_t { Nothing, StartTag, Content, EndTag };
 
-    void CheckNames(ConstData name, AttributeList const& attributes) const;
+    static void CheckNames(ConstData name, AttributeList const& attributes);
     inline void Write(ConstData text);
     void WriteAttributes(AttributeList const& begun);
     void WriteRun(char const* from, char const* end);

@@ -29,6 +29,7 @@ bool IsRootPath(ConstData path) { return path == "/"_bytes; }
 FileLocation::FileLocation(FileLocation const& other) : FileLocation() { *this = other; }
 
 // cppcheck-suppress operatorEqVarError ; a long text leaves the bytes in the object unused
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SetFullPathName knows its own text
 FileLocation& FileLocation::operator=(FileLocation const& other) {
     SetFullPathName(other.text, static_cast<unsigned int>(std::strlen(other.text)));
     return *this;

@@ -31,6 +31,7 @@ struct Entries {
 
     // Frees what does not match, which leaves a null, so that nothing is matched twice. Yields how
     // many are kept.
+    // NOLINTNEXTLINE(readability-make-member-function-const): changes what the list points at
     int DropOthers(char const* wildcard) {
         int kept = 0;
         for (int i = 0; i < count; ++i) {
@@ -42,6 +43,7 @@ struct Entries {
         return kept;
     }
 
+    // NOLINTNEXTLINE(readability-make-member-function-const): changes what the list points at
     void MoveKeptTo(dirent** target) {
         for (int i = 0; i < count; ++i) {
             if (list[i] != nullptr)
@@ -102,6 +104,7 @@ void FileLoop::BuildNameList(Selector selector, char const* wildcard) {
     if (kept == 0)
         return;
     auto** const names =
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a list of pointers, as scandir makes it
         static_cast<dirent**>(std::malloc(static_cast<std::size_t>(kept) * sizeof(dirent*)));
     if (names == nullptr)
         throw std::bad_alloc();
@@ -113,6 +116,7 @@ void FileLoop::BuildNameList(Selector selector, char const* wildcard) {
 void FileLoop::SetLoopItem(bool tolerateBrokenLinks) {
     if (!HasItem())
         return;
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): as many were moved there as were kept
     FileName const name(list[index]->d_name);
     int const error = item.Fill(directory, name);
     item.HandleGetError(error, tolerateBrokenLinks);

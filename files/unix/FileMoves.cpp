@@ -55,6 +55,7 @@ void MoveFile(FileLocation const& from, FileLocation const& to) {
     else
         // Deliberate: made and not thrown. Callers have come to rely on a refused rename being
         // silent; a caller that must know looks at `to`.
+        // NOLINTNEXTLINE(bugprone-throw-keyword-missing): see above
         static_cast<void>(FileMoveError(from, to, errno));
 }
 

@@ -46,6 +46,7 @@ FileName::FileName(ConstData name) : FileName() {
     Set(reinterpret_cast<char const*>(name.begin), static_cast<unsigned int>(name.Length()));
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SafeSet knows its own text
 FileName& FileName::operator=(FileName const& other) {
     SafeSet(other.text, other.length);
     return *this;

@@ -38,7 +38,7 @@ void MakeEmptyFile(UnixPlatform::FileLocation const& location) {
     if (file == nullptr)
         ThrowSystemError(location);
     else
-        std::fclose(file);
+        static_cast<void>(std::fclose(file));
 }
 
 void MakeDirectory(UnixPlatform::FileLocation const& location, DirectoryCreatingInfo const& info) {

@@ -65,7 +65,7 @@ FileLocation CreateUniqueLocation(FileLocation const& directory, char const* pre
 
 FileLocation TemporaryFileDirLocation() {
     static FileLocation const location = [] {
-        ::FileLocation const directory = MakeFileLocation("/tmp");
+        ::FileLocation directory = MakeFileLocation("/tmp");
         CreateDirectoryTree(directory);
         return directory;
     }();
