@@ -113,7 +113,6 @@ void Stringy::AppendBytes(char const* bytes, std::size_t count, unsigned int lim
     char* const target = length < limit ? smallBuffer : new char[std::size_t{length} + 1];
     if (target != characters && oldLength != 0)
         std::memcpy(target, characters, oldLength);
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): `characters` keeps its block
     std::memmove(target + oldLength, bytes, length - oldLength);
     target[length] = '\0';
     if (IsOnHeap())
@@ -237,7 +236,6 @@ Stringy Stringy::SubstringAfterLastSeparator(char separator) const {
     if (index == -1)
         return Stringy();
     Stringy substring = Mid(index + 1);
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the substring owns it
     substring.StripLeadingAndTrailingWhite();
     return substring;
 }
