@@ -20,7 +20,7 @@ void SleepOrRecord(char const* function, unsigned int amount, unsigned long long
 
 } // namespace
 
-RecordedSleeps::RecordedSleeps() { recorder = this; }
+RecordedSleeps::RecordedSleeps(Event const& during) : event(during) { recorder = this; }
 
 RecordedSleeps::~RecordedSleeps() { recorder = nullptr; }
 
@@ -28,6 +28,8 @@ void RecordedSleeps::Add(char const* function, unsigned int amount,
                          unsigned long long microseconds) {
     calls.push_back(std::string(function) + ' ' + std::to_string(amount));
     total += microseconds;
+    if (event)
+        event(calls.back(), microseconds);
 }
 
 extern "C" unsigned int sleep(unsigned int seconds) {

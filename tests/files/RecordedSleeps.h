@@ -3,13 +3,17 @@
 // The program that links the source has both functions replaced. Without a recorder they sleep.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
 // Records from its construction to its destruction. One at a time.
 class RecordedSleeps {
 public:
-    RecordedSleeps();
+    // What happens in a sleep, with the call and its length in microseconds.
+    using Event = std::function<void(std::string const& call, unsigned long long microseconds)>;
+
+    explicit RecordedSleeps(Event const& during = {});
     ~RecordedSleeps();
     RecordedSleeps(RecordedSleeps const&) = delete;
     RecordedSleeps& operator=(RecordedSleeps const&) = delete;
@@ -25,6 +29,7 @@ public:
     void Add(char const* function, unsigned int amount, unsigned long long microseconds);
 
 private:
+    Event const event;
     std::vector<std::string> calls;
     unsigned long long total = 0;
 };

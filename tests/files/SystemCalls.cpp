@@ -74,6 +74,10 @@ SystemCalls::SystemCalls() { active = this; }
 
 SystemCalls::~SystemCalls() { active = nullptr; }
 
+SystemCalls::Pause::Pause() : paused(std::exchange(active, nullptr)) {}
+
+SystemCalls::Pause::~Pause() { active = paused; }
+
 std::size_t SystemCalls::Count(std::string const& name) const {
     return std::count_if(log.begin(), log.end(),
                          [&](std::string const& call) { return call.starts_with(name); });
@@ -108,9 +112,8 @@ SystemCalls::Answer SystemCalls::Record(std::string const& name, std::string con
             Answer const given = *answer;
             answers.erase(answer);
             if (given.action) {
-                active = nullptr;
+                Pause const pause;
                 given.action();
-                active = this;
             }
             return given;
         }

@@ -40,6 +40,18 @@ public:
     // process were quicker. Its own calls are not recorded.
     void Before(std::string const& name, std::function<void()> action, std::size_t skip = 0);
 
+    // While one of these lives, calls go straight on to the system.
+    class Pause {
+    public:
+        Pause();
+        ~Pause();
+        Pause(Pause const&) = delete;
+        Pause& operator=(Pause const&) = delete;
+
+    private:
+        SystemCalls* const paused;
+    };
+
     // The next malloc by name (not by new, nor inside the C library) yields null.
     static void FailMalloc();
 

@@ -13,6 +13,22 @@ inline constexpr char closeRequest[] = "<?xml version=\"1.0\"?>\r\n"
                                        "\t<RequestType>Close</RequestType>\r\n"
                                        "</VeskaClientComplianceRequest>";
 
+// A text as it stands between the tags.
+inline std::string Escaped(std::string const& text) {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string escaped;
+    for (char const letter : text) {
+        auto const byte = static_cast<unsigned char>(letter);
+        if (byte == '<' || byte == '>' || byte == '&')
+            escaped += byte == '<' ? "&lt;" : byte == '>' ? "&gt;" : "&amp;";
+        else if (byte >= 0x80)
+            escaped += std::string("&#x") + digits[byte / 16] + digits[byte % 16] + ';';
+        else
+            escaped += letter;
+    }
+    return escaped;
+}
+
 // The texts as they stand between the tags, escaped.
 inline std::string OpenRequest(std::string const& url, std::string const& doc,
                                std::string const& flags) {

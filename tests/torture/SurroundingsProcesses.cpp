@@ -1,0 +1,391 @@
+// What counts as a running agent: names and states of processes, and what the tool makes of each.
+//
+// A request waits in all of these, so a tool that finds an agent says -5, and one that does not -2.
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/compliance/FakeProcess.h"
+#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sanitizers.h"
+#include "tests/system/Tool.h"
+#include "tests/torture/Cells.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::agentProgram;
+using PrivateMachine::Proc;
+
+std::string const found = "COMPLIANCE_Open returned error: -5.\n";
+std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
+
+// An agent that is installed and does not run, and a request that waits.
+void LayOut() {
+    PrivateMachine::CreateAgentDirectories();
+    PrivateMachine::InstallAgent();
+    WriteBytes(ScriptedAgent::lockFile, "");
+    fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+    WriteBytes(ScriptedAgent::request, "waiting");
+}
+
+void ExpectRun(std::string const& expected, ToolRun const& run) {
+    EXPECT_EQ(expected, run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+}
+
+void Expect(std::string const& expected) { ExpectRun(expected, RunTool({"-d"})); }
+
+void ExpectWithoutRights(std::string const& expected) {
+    ExpectRun(expected, RunToolWithoutRights({"-d"}));
+}
+
+std::unique_ptr<OtherProgram> Start(std::string const& program) {
+    fs::create_directories(fs::path(program).parent_path());
+    fs::copy_file("/bin/sleep", program, fs::copy_options::overwrite_existing);
+    return std::make_unique<OtherProgram>(std::vector<std::string>{program, "1000"});
+}
+
+struct NameCell {
+    std::string name;
+    std::string expected;
+};
+
+// By the last component of the link to the program, for whoever may read it.
+TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
+    std::vector<NameCell> const cells = {
+        {"VeskaClient", found},
+        {"VeskaClien", notFound},
+        {"eskaClient", notFound},
+        {"VeskaClient2", notFound},
+        {"2VeskaClient", notFound},
+        {"veskaclient", notFound},
+        {"VESKACLIENT", notFound},
+        {"VeskaClient ", notFound},
+        {" VeskaClient", notFound},
+        {"(VeskaClient)", notFound},
+        {"VeskaClient)", notFound},
+        {"VeskaClient (deleted)", notFound},
+        {"VeskaClient\n", notFound},
+        {"\nVeskaClient", notFound},
+        {"Veska\nClient", notFound},
+        {"VeskaClient\xe9", notFound},
+        {"\xff\xfe", notFound},
+        {"VeskaClient2345", notFound},
+        {std::string(255, 'V'), notFound},
+    };
+    PrivateMachine::Run([&] {
+        LayOut();
+        for (NameCell const& cell : cells) {
+            SCOPED_TRACE(cell.name);
+            auto const process = Start("/opt/other/" + cell.name);
+            Expect(cell.expected);
+        }
+    });
+    Torture::CountCells(cells.size());
+}
+
+// A process whose program the tool may not look at, under this command name.
+class Stranger {
+public:
+    explicit Stranger(std::string const& name)
+        : process([&](Handshake& line) {
+              prctl(PR_SET_NAME, name.c_str());
+              prctl(PR_SET_DUMPABLE, 0);
+              line.Tell();
+              pause();
+          }) {
+        process.Await();
+    }
+
+private:
+    OtherProcess process;
+};
+
+// By the command name between the first parentheses, for all others.
+TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
+    std::vector<NameCell> const cells = {
+        {"VeskaClient", found},
+        {"", notFound},
+        {"VeskaClien", notFound},
+        {"xVeskaClient", notFound},
+        {"veskaclient", notFound},
+        {"VeskaClient ", notFound},
+        {"(VeskaClient", notFound},
+        {"(VeskaClient)", notFound},
+        {")VeskaClient", notFound},
+        // Deliberate: the name ends at the first parenthesis.
+        {"VeskaClient)", found},
+        {"VeskaClient)xy", found},
+        {"VeskaClient\n", notFound},
+        {"Veska\nClient", notFound},
+        {"\n(VeskaClient)", notFound},
+        {"VeskaClient\xe9", notFound},
+        {"\x80\xff", notFound},
+        {"a/VeskaClient", notFound},
+        // 15 bytes are all that the system keeps.
+        {"VeskaClient2345", notFound},
+        {"VeskaClient)2345678", found},
+        {"12345VeskaClient", notFound},
+    };
+    PrivateMachine::Run([&] {
+        LayOut();
+        for (NameCell const& cell : cells) {
+            SCOPED_TRACE(cell.name);
+            Stranger const stranger(cell.name);
+            ExpectWithoutRights(cell.expected);
+            // Who may read the link sees another program.
+            if (cell.expected == found)
+                Expect(notFound);
+        }
+    });
+    Torture::CountCells(cells.size());
+}
+
+// States
+
+struct StateCell {
+    char const* name;
+    std::function<void()> body;
+};
+
+void Kill(OtherProgram& process, int signal) {
+    process.Kill(signal);
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(process.pid()), &info, WEXITED | WSTOPPED | WNOWAIT);
+}
+
+std::vector<StateCell> States() {
+    return {
+        {"running",
+         [] {
+             auto const agent = Start(agentProgram);
+             Expect(found);
+             ExpectWithoutRights(found);
+         }},
+        {"stopped",
+         [] {
+             auto const agent = Start(agentProgram);
+             Kill(*agent, SIGSTOP);
+             Expect(found);
+         }},
+        // Deliberate: a dead process has its command name until somebody reaps it.
+        {"zombie",
+         [] {
+             auto const agent = Start(agentProgram);
+             Kill(*agent, SIGKILL);
+             Expect(found);
+             ExpectWithoutRights(found);
+         }},
+        {"reaped",
+         [] {
+             Start(agentProgram)->Kill(SIGKILL);
+             Expect(notFound);
+         }},
+        // Deliberate: the system marks the link.
+        {"program removed",
+         [] {
+             auto const agent = Start(agentProgram);
+             fs::remove(agentProgram);
+             PrivateMachine::InstallAgent();
+             Expect(notFound);
+         }},
+        {"program renamed",
+         [] {
+             auto const agent = Start(agentProgram);
+             fs::rename(agentProgram, "/opt/VeskaClient/bin/old");
+             PrivateMachine::InstallAgent();
+             Expect(notFound);
+         }},
+        {"other program renamed to it",
+         [] {
+             auto const other = Start("/opt/other/daemon");
+             fs::rename("/opt/other/daemon", "/opt/other/VeskaClient");
+             Expect(found);
+         }},
+        {"link of the name to another program",
+         [] {
+             fs::create_directory("/opt/other");
+             fs::create_symlink("/bin/sleep", "/opt/other/VeskaClient");
+             OtherProgram const other({"/opt/other/VeskaClient", "1000"});
+             Expect(notFound);
+         }},
+        {"agent by a link of another name",
+         [] {
+             fs::create_directory("/opt/other");
+             fs::create_symlink(agentProgram, "/opt/other/daemon");
+             OtherProgram const agent({"/opt/other/daemon", "1000"});
+             Expect(found);
+         }},
+        {"script of the name",
+         [] {
+             fs::create_directory("/opt/other");
+             WriteBytes("/opt/other/VeskaClient", "#!/bin/sh\nread nothing <>/opt/never\n");
+             fs::permissions("/opt/other/VeskaClient", fs::perms(0755));
+             ASSERT_EQ(0, mkfifo("/opt/never", 0666));
+             OtherProgram const script({"/opt/other/VeskaClient"});
+             Expect(notFound);
+         }},
+        {"thread of the name",
+         [] {
+             OtherProcess process([](Handshake& line) {
+                 std::thread thread([&] {
+                     prctl(PR_SET_NAME, "VeskaClient");
+                     prctl(PR_SET_DUMPABLE, 0);
+                     line.Tell();
+                     pause();
+                 });
+                 thread.join();
+             });
+             process.Await();
+             ExpectWithoutRights(notFound);
+         }},
+        // Deliberate: a process that is merely named like the agent counts, the tool too.
+        {"the tool under the name",
+         [] {
+             fs::create_directory("/opt/other");
+             fs::copy_file(CC_TOOL_PROGRAM, "/opt/other/VeskaClient");
+             ProgramResult const run = RunProgram({"/opt/other/VeskaClient", "-d"});
+             EXPECT_EQ(found, run.output);
+         }},
+        {"behind 200 others",
+         [] {
+             std::vector<std::unique_ptr<OtherProgram>> others;
+             for (int i = 0; i < 200; ++i)
+                 others.push_back(std::make_unique<OtherProgram>(
+                     std::vector<std::string>{"/bin/sleep", "1000"}));
+             Expect(notFound);
+             auto const agent = Start(agentProgram);
+             Expect(found);
+         }},
+    };
+}
+
+TEST(QuickProcesses, StateOfTheProcess) {
+    for (StateCell const& cell : States()) {
+        SCOPED_TRACE(cell.name);
+        PrivateMachine::Run([&] {
+            LayOut();
+            cell.body();
+        });
+    }
+    Torture::CountCells(States().size());
+}
+
+// /proc as it may be
+
+// Deliberate: what the tool may not see does not run.
+TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
+    PrivateMachine::Run([] {
+        LayOut();
+        Stranger const agent("VeskaClient");
+        ExpectWithoutRights(found);
+        // The mode without a group that sees all the same.
+        ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, "hidepid=4"));
+        ExpectWithoutRights(notFound);
+    });
+}
+
+// The runtime of a sanitizer needs /proc itself.
+#ifndef CC_ADDRESS_SANITIZER
+
+TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
+    for (Proc const proc : {Proc::none, Proc::empty})
+        PrivateMachine::Run({.proc = proc}, [] {
+            LayOut();
+            auto const agent = Start(agentProgram);
+            Expect(notFound);
+        });
+    Torture::CountCells(2);
+}
+
+// What the system can show of a process, as files.
+TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
+    struct FakeCell {
+        char const* name;
+        FakeProcess process;
+        std::string expected;
+    };
+    std::vector<FakeCell> const cells = {
+        {"vanished behind the listing", {}, notFound},
+        {"vanished behind its link", {.exe = agentProgram}, found},
+        {"thread of the kernel", {.stat = "7 (kworker/0:1-events) I", .status = "x"}, notFound},
+        {"thread of the kernel with the name", {.stat = "7 (VeskaClient) S 2"}, found},
+        {"link of nothing but a slash", {.exe = "/"}, notFound},
+        {"program right below the root", {.exe = "/VeskaClient"}, notFound},
+        {"link that ends in a slash", {.exe = "a/VeskaClient/"}, notFound},
+        {"deleted program", {.exe = "/opt/VeskaClient/bin/VeskaClient (deleted)"}, notFound},
+        {"empty stat", {.stat = ""}, notFound},
+        {"stat without an end", {.stat = "7 (VeskaClient"}, notFound},
+        {"stat of zero bytes", {.stat = std::string(600, '\0')}, notFound},
+        {"stat with the end first", {.stat = "7 ) (VeskaClient)"}, notFound},
+        {"stat with a long name", {.stat = "7 (" + std::string(600, 'V') + ") S"}, notFound},
+        {"status of garbage", {.exe = agentProgram, .status = "\nPPid:\nUid:\tx"}, found},
+    };
+    PrivateMachine::Run({.proc = Proc::empty}, [&] {
+        LayOut();
+        for (FakeCell const& cell : cells) {
+            SCOPED_TRACE(cell.name);
+            MakeFakeProcess("7", cell.process);
+            Expect(cell.expected);
+        }
+    });
+    Torture::CountCells(cells.size());
+}
+
+#endif
+
+// Processes that come and go while /proc is walked.
+
+// Until it is killed: children that end at once, as many after another as the system makes.
+void ComeAndGo(char const* name) {
+    prctl(PR_SET_NAME, name);
+    signal(SIGCHLD, SIG_IGN);
+    for (;;) {
+        pid_t const child = fork();
+        if (child == 0)
+            _exit(0);
+        waitpid(child, nullptr, 0);
+    }
+}
+
+void TryAmongVanishing(int rounds) {
+    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [=] {
+        LayOut();
+        {
+            OtherProcess const others([] { ComeAndGo("other"); });
+            for (int round = 0; round < rounds; ++round)
+                Expect(notFound);
+        }
+        // A dead one with the agent's command name may be met before it is reaped, or not.
+        OtherProcess const others([] { ComeAndGo("VeskaClient"); });
+        for (int round = 0; round < rounds; ++round) {
+            ToolRun const run = RunTool({"-d"});
+            EXPECT_TRUE(run.output == found || run.output == notFound) << run.output;
+            EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        }
+    });
+    Torture::CountCells(2 * static_cast<size_t>(rounds));
+}
+
+TEST(QuickProcesses, VanishWhileTheyAreRead) { TryAmongVanishing(10); }
+
+class FullVanishing : public testing::TestWithParam<int> {};
+
+TEST_P(FullVanishing, WhileTheyAreRead) { TryAmongVanishing(100); }
+
+INSTANTIATE_TEST_SUITE_P(FullTenTimes, FullVanishing, testing::Range(0, 10));
+
+} // namespace
