@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <thread>
@@ -135,7 +136,12 @@ Course CourseOf(size_t seed) {
     return course;
 }
 
-// Returns how the tool ended.
+// What there is under the name, for the count of how many kills hit what.
+bool IsThere(char const* path) {
+    return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+// Returns how the tool ended, and what of it stayed.
 std::string KillSomeTime(size_t seed) {
     Course const course = CourseOf(seed);
     ScriptedAgent agent(course.script);
@@ -154,16 +160,22 @@ std::string KillSomeTime(size_t seed) {
     ExpectKnownNames();
     ExpectWholeRequest();
     ExpectResponseOf(agent);
+    std::string words = run.status == ExitStatus::Killed(SIGKILL) ? "killed" : "ended";
+    words += IsThere(ScriptedAgent::request) ? " request" : "";
+    words += IsThere(ScriptedAgent::requestTemp) ? " temporary" : "";
     ExpectNextRun();
-    return run.status == ExitStatus::Killed(SIGKILL) ? "killed" : "ended";
+    return words;
 }
 
 void KillRandomly(size_t firstSeed, size_t number) {
     auto const seeds = Cells(firstSeed, number);
     auto const ends = RunAtOnce("seed", seeds, KillSomeTime);
     CountCells(seeds.size());
-    testing::Test::RecordProperty("killed",
-                                  std::to_string(std::count(ends.begin(), ends.end(), "killed")));
+    for (char const* const word : {"killed", "request", "temporary"})
+        testing::Test::RecordProperty(
+            word, std::to_string(std::count_if(ends.begin(), ends.end(), [&](auto const& end) {
+                return end.find(word) != std::string::npos;
+            })));
 }
 
 constexpr size_t atOnce = 64;
