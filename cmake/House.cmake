@@ -22,7 +22,7 @@ if(CC_SANITIZE)
   add_link_options(-fsanitize=${CC_SANITIZE})
 endif()
 
-# As it is written: each condition a branch of its own, and nothing of it copied into callers. The
+# As it is written: each condition a branch of its own, and no function copied into its callers. The
 # guards of static locals would count as branches that only a second thread could take.
 if(CC_COVERAGE)
   add_compile_options(--coverage -O0 -g1 $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
@@ -67,6 +67,16 @@ function(compile_as_test target)
   endif()
   if(CC_TEST_PCH)
     target_precompile_headers(${target} REUSE_FROM test_headers)
+  endif()
+endfunction()
+
+# count_once(<source>...)
+#
+# Sources with functions that are always inlined: the branches of each are counted once, and not once
+# for each place it is copied to.
+function(count_once)
+  if(CC_COVERAGE)
+    set_source_files_properties(${ARGN} PROPERTIES COMPILE_DEFINITIONS always_inline=unused)
   endif()
 endfunction()
 

@@ -3,7 +3,9 @@
 namespace {
 
 std::string TextOrEmpty(char const* text) {
-    return text != nullptr ? std::string(text) : std::string();
+    if (text == nullptr)
+        return {};
+    return text;
 }
 
 } // namespace

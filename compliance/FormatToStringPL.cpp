@@ -12,8 +12,10 @@ StringPL Format(Numeral const& numeral) {
     ConstBuffer digits{ConstData(numeral)};
     text << digits;
     // A full buffer has no room for the terminating zero.
+    // GCOVR_EXCL_START: numbers of 32 bits have at most 11 characters
     if (text.position == text.end)
         throw DataOverflow();
+    // GCOVR_EXCL_STOP
     *text.position = 0;
     return StringPL(reinterpret_cast<char const*>(text.start));
 }

@@ -119,7 +119,9 @@ bool ClientComplianceRequestExists() {
 }
 
 bool ClientComplianceRequestIORead(ClientComplianceRequest& request) {
-    return ClientComplianceRequestExists() && ReadRequest(request, DocumentLocation());
+    if (!ClientComplianceRequestExists())
+        return false;
+    return ReadRequest(request, DocumentLocation());
 }
 
 void ClientComplianceRequestIORelease() {

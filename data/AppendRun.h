@@ -46,8 +46,10 @@ inline void Append(std::string& target, char const* from, std::size_t length) {
     static constexpr std::size_t block = 16;
     static constexpr char room[block] = {};
     std::size_t const size = target.size();
+    // GCOVR_EXCL_START: no memory is so large; told so, the library need not ask
     if (size > target.max_size() - block)
-        __builtin_unreachable(); // no memory is so large; told so, the library need not ask
+        __builtin_unreachable();
+    // GCOVR_EXCL_STOP
     if (length > block || size + block > target.capacity()) {
         AppendPlainly(target, from, length);
         return;

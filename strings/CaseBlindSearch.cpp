@@ -35,13 +35,15 @@ struct Alikes {
         unsigned char const one = Byte(character);
         std::int32_t const folded = lower[one];
         int count = 0;
-        for (int byte = 0; byte < 256; ++byte)
-            count += lower[byte] == folded;
-        if (count == 1)
-            return {character, character, true};
-        auto const other = static_cast<unsigned char>(folded == one ? std::toupper(one) : folded);
-        return {character, static_cast<char>(other),
-                count == 2 && other != one && lower[other] == folded};
+        char other = character;
+        for (int byte = 0; byte < 256; ++byte) {
+            if (lower[byte] != folded)
+                continue;
+            ++count;
+            if (byte != one)
+                other = static_cast<char>(byte);
+        }
+        return {character, other, count <= 2};
     }
 
     // All bits of each of 16 bytes that is one of them. REQUIRES: areKnown.
@@ -53,7 +55,7 @@ struct Alikes {
 
     char one;
     char other;
-    // False in a locale that has more of them, or another than the other case of a letter.
+    // False in a locale that has more than these two.
     bool areKnown;
 };
 
@@ -111,7 +113,8 @@ char const* Pattern::SearchBlocks(char const* from, std::size_t count, Alikes co
         __m128i const front = _mm_or_si128(marksAt(from), marksAt(from + blockSize));
         char const* const half = from + 2 * blockSize;
         __m128i const back = _mm_or_si128(marksAt(half), marksAt(half + blockSize));
-        if (_mm_movemask_epi8(_mm_or_si128(front, back)) == 0)
+        __m128i const all = _mm_or_si128(front, back);
+        if (_mm_movemask_epi8(all) == 0)
             continue;
         for (char const* block = from; block != from + four; block += blockSize)
             if (char const* const match = SearchMarked(block, marksAt(block)))

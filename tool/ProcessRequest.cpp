@@ -17,9 +17,11 @@ void PrintRow(unsigned int index) {
     char const* evaluationTime;
     char const* description;
     char const* comment;
+    // GCOVR_EXCL_START: each row below the count is there, until the evaluation is closed
     if (COMPLIANCE_IndexedValue(index, &designator, &result, &resultType, &evaluationTime,
                                 &description, &comment) != 0)
         return;
+    // GCOVR_EXCL_STOP
     std::printf("    Designator: %s\n", designator);
     std::printf("        Result: %s\n", result);
     std::printf("   Result Type: %s\n", resultType);

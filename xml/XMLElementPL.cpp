@@ -50,7 +50,7 @@ XMLElementPL::XMLElementPL(WithoutChildren copied)
     : name(copied.source.name),
       attributes(copied.source.attributes),
       text(copied.source.text),
-      children(copied.source.children.IsNull() ? nullptr : NewElementList()) {}
+      children(NewElementList()) {}
 
 // The copies still to be filled wait in a list of their own and not on the stack, which a deep tree
 // would exhaust.
@@ -66,8 +66,6 @@ XMLElementPL::XMLElementPL(XMLElementPL const& source) : XMLElementPL(WithoutChi
 
 // Copies one level, and a cursor as the same place in the copied list.
 void XMLElementPL::CopyChildren(XMLElementPL const& source, std::vector<CopyStep>& pending) {
-    if (source.children.IsNull())
-        return;
     ElementList::iterator cursor = children->end();
     for (auto old = source.children->begin(); old != source.children->end(); ++old) {
         children->emplace_back(WithoutChildren{*old});
@@ -82,13 +80,9 @@ void XMLElementPL::CopyChildren(XMLElementPL const& source, std::vector<CopyStep
 // The descendants are moved into one list before they go, so that no destructor of theirs finds
 // anything below it: nested destructors would exhaust the stack.
 XMLElementPL::~XMLElementPL() {
-    if (children.IsNull())
-        return;
     ElementList& doomed = *children;
     while (!doomed.empty()) {
-        DuplicatingPtr<ElementList> const& below = doomed.front().children;
-        if (!below.IsNull())
-            doomed.splice(std::next(doomed.begin()), *below);
+        doomed.splice(std::next(doomed.begin()), *doomed.front().children);
         doomed.pop_front();
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -17,6 +18,7 @@
 #include <unistd.h>
 
 #include "tests/compliance/FakeProcess.h"
+#include "tests/files/SystemCalls.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
@@ -306,6 +308,22 @@ TEST(AgentPresenceTest, NoDescriptorStaysOpen) {
         long const beforeMatch = CountOpenDescriptors();
         EXPECT_TRUE(IsRunning());
         EXPECT_EQ(beforeMatch, CountOpenDescriptors());
+    });
+}
+
+TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
+    PrivateMachine::Run([] {
+        PrivateMachine::InstallAgent();
+        OtherProgram const running({agentProgram, "1000"});
+        EXPECT_TRUE(IsRunning());
+        long const before = CountOpenDescriptors();
+        {
+            SystemCalls system;
+            system.Fail("readdir", EIO);
+            EXPECT_FALSE(IsRunning());
+            EXPECT_EQ(1u, system.Count("readdir"));
+        }
+        EXPECT_EQ(before, CountOpenDescriptors());
     });
 }
 

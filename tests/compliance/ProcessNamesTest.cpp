@@ -340,6 +340,7 @@ TEST(ProcessNamesTest, ParentAndUsersAreFoundIndependently) {
         EXPECT_EQ((Answer{"b", -1, 6, 7}), AskFake("Name:\tx\nUid:\t6\t7\n"));
         EXPECT_EQ((Answer{"b", 5, 6, 7}), AskFake("\nUid:\t6\t7\nPPid:\t5\n"));
         EXPECT_EQ((Answer{"b", 5, -1, -1}), AskFake("\nUid:\t6\nPPid:\t5\n"));
+        EXPECT_EQ((Answer{"b", 5, -1, -1}), AskFake("\nUid:\tx\t7\nPPid:\t5\n"));
         EXPECT_EQ((Answer{"b", -1, 6, 7}), AskFake("\nPPid:\tx\nUid:\t6\t7\n"));
         EXPECT_EQ((Answer{"b", -1, -1, -1}), AskFake(""));
     });

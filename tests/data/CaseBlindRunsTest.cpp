@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/data/LackingFeature.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/OtherProcess.h"
 
 namespace {
 
@@ -81,6 +83,19 @@ TEST(CaseBlindRunsTest, AllFormsAgreeOnRandomTexts) {
 TEST(CaseBlindRunsTest, NothingIsEqualToNothing) {
     for (Form form : AllForms())
         EXPECT_EQ(0u, form(nullptr, nullptr, 0));
+}
+
+TEST(CaseBlindRunsTest, ProcessorWithoutWideRegistersFindsTheSame) {
+    OtherProcess other([] {
+        TakeAway(ProcessorFeatures::avx2);
+        EXPECT_FALSE(CaseBlindRuns::CanCompareBy32());
+        std::vector<unsigned char> left(100, 'q');
+        std::vector<unsigned char> right(100, 'Q');
+        EXPECT_EQ(100u, CaseBlindRuns::CommonLength(left.data(), right.data(), 100));
+        right[71] = 'x';
+        EXPECT_EQ(71u, CaseBlindRuns::CommonLength(left.data(), right.data(), 100));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 } // namespace

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "tests/data/LackingFeature.h"
 #include "tests/support/Bytes.h"
+#include "tests/support/OtherProcess.h"
 
 namespace {
 
@@ -78,6 +80,18 @@ TEST(ChecksumRunsTest, TableHoldsTheStepOfEachByte) {
         wrong += ChecksumRuns::byteTable[i] != Plain(0, &byte, 1);
     }
     EXPECT_EQ(0u, wrong);
+}
+
+TEST(ChecksumRunsTest, ProcessorWithoutCarrylessMultiplicationFindsTheSame) {
+    OtherProcess other([] {
+        TakeAway(ProcessorFeatures::carrylessMultiplication);
+        EXPECT_FALSE(ChecksumRuns::CanFold());
+        std::vector<unsigned char> const bytes(160, 'q');
+        ConstData data(bytes.data(), bytes.size());
+        EXPECT_EQ(Plain(1, bytes.data(), bytes.size()), ChecksumRuns::Advance(1, data));
+        EXPECT_TRUE(data.IsEmpty());
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <random>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "tests/support/Bytes.h"
@@ -156,6 +157,19 @@ TEST(NumeralTest, MoreDigitsGoInFront) {
     EXPECT_EQ("-03405", Text(numeral));
     numeral.MakeDigits64(0xABCDEF0123456789, 16);
     EXPECT_EQ("-abcdef012345678903405", Text(numeral));
+}
+
+TEST(NumeralTest, EvenAndOddCountsOfDigitsGoInFront) {
+    std::vector<std::pair<unsigned, char const*>> const cases{
+        {9, "9"}, {10, "10"}, {99, "99"}, {100, "100"}, {1234, "1234"}, {98765, "98765"}};
+    for (auto const& [value, text] : cases) {
+        Numeral narrow(7, 10);
+        narrow.MakeDigits(value, 10);
+        EXPECT_EQ(std::string(text) + '7', Text(narrow));
+        Numeral wide(7, 10);
+        wide.MakeDigits64(value, 10);
+        EXPECT_EQ(std::string(text) + '7', Text(wide));
+    }
 }
 
 TEST(NumeralTest, SignTellsZeroApart) {

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <utility>
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <stdlib.h>
@@ -222,6 +223,16 @@ int stat(char const* path, struct stat* information) noexcept {
         if (int const error = Record("stat", path).error)
             return Refuse(error, -1);
     return next(path, information);
+}
+
+// Deprecated, so that its declaration is not named.
+int readdir_r(DIR* directory, dirent* storage, dirent** entry) {
+    static auto const next =
+        Next(static_cast<int (*)(DIR*, dirent*, dirent**)>(nullptr), "readdir_r");
+    if (active)
+        if (int const error = Record("readdir").error)
+            return error;
+    return next(directory, storage, entry);
 }
 
 int utimes(char const* path, timeval const* times) noexcept {

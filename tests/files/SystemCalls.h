@@ -1,9 +1,9 @@
 // What the code under test asks of the system, call by call, with answers of the test's own.
 //
 // The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
-// ftruncate64, lstat, stat, utimes, mkdir, rmdir, unlink, rename, chmod, umask, mkstemp and mkdtemp
-// go through here; without an object of this class they go straight on to the system. The C
-// library's own use of them is not seen.
+// ftruncate64, lstat, stat, readdir_r, utimes, mkdir, rmdir, unlink, rename, chmod, umask, mkstemp
+// and mkdtemp go through here; without an object of this class they go straight on to the system.
+// The C library's own use of them is not seen.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ public:
 
     // The calls so far, as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write 3",
     // "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y", "chmod /x 644",
-    // "umask 22", and all others as "name /x". Descriptors are left out.
+    // "umask 22", "readdir", and all others as "name /x". Descriptors are left out.
     std::vector<std::string> const& Log() const { return log; }
     void Clear() { log.clear(); }
 

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/strings/OtherCaseTables.h"
 #include "tests/strings/OtherLocale.h"
 
 namespace {
@@ -158,6 +159,29 @@ TEST(CaseBlindSearchTest, TurkishInUtf8FoldsNoIAtAll) {
     EXPECT_EQ(0, Fast("J", "j"));
     ExpectBytesAreAlikeAsTheLocaleHasIt();
     ExpectFormsAgree("iIjJ\xC4\xB1", 6);
+}
+
+TEST(CaseBlindSearchTest, ThreeBytesMayBeAlike) {
+    OtherCaseTables tables;
+    tables.Lower(0xE0) = 'a';
+    tables.Lower(0xB5) = 0xB6;
+    for (std::string const& alikes : {std::string("aA\xE0"), std::string("\xB5\xB6")}) {
+        for (char pattern : alikes) {
+            for (char byte : everyByteButNul) {
+                std::ptrdiff_t const expected = alikes.find(byte) == std::string::npos ? -1 : 200;
+                ASSERT_EQ(expected, Fast(std::string(200, '\0') + byte, std::string(1, pattern)));
+            }
+        }
+    }
+    // Where they stand first, last, both or nowhere in the pattern.
+    for (std::string const& pattern : {std::string("ax"), std::string("xa"), std::string("axA"),
+                                       std::string("xy"), std::string("\xB5y\xB6")}) {
+        std::string text(300, '.');
+        EXPECT_EQ(-1, Fast(text, pattern));
+        text += pattern;
+        EXPECT_EQ(300, Fast(text, pattern));
+    }
+    EXPECT_EQ(300, Fast(std::string(300, '.') + "\xE0x", "Ax"));
 }
 
 } // namespace

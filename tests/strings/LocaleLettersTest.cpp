@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/strings/OtherCaseTables.h"
 #include "tests/strings/OtherLocale.h"
 
 namespace {
@@ -37,6 +38,17 @@ TEST(LocaleLettersTest, AnswerFollowsTheLocaleBackAgain) {
         EXPECT_FALSE(LettersAreAscii());
     }
     EXPECT_TRUE(LettersAreAscii());
+}
+
+TEST(LocaleLettersTest, BothTablesCount) {
+    OtherCaseTables tables;
+    EXPECT_TRUE(LettersAreAscii());
+    tables.Upper(0xE4) = 0xC4;
+    EXPECT_FALSE(LettersAreAscii());
+    tables.Upper(0xE4) = 0xE4;
+    EXPECT_TRUE(LettersAreAscii());
+    tables.Lower(0xC4) = 0xE4;
+    EXPECT_FALSE(LettersAreAscii());
 }
 
 } // namespace
