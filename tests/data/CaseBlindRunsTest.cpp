@@ -34,6 +34,23 @@ std::unique_ptr<unsigned char[]> ExactCopy(std::string const& text) {
     return copy;
 }
 
+TEST(CaseBlindRunsTest, NothingInFrontOfATextIsTakenForIt) {
+    // Blocks of 32; what one text has behind its first block, the other has in front of it.
+    auto const block = [](char letter) {
+        return std::string(32, letter);
+    };
+    std::string const left = block('a') + block('b') + block('c') + block('d');
+    std::string const front = block('d') + block('c') + block('b');
+    std::string const right = front + block('a') + block('x') + block('y') + block('z');
+    for (Form form : AllForms()) {
+        auto const* const one = reinterpret_cast<unsigned char const*>(left.data());
+        auto const* const other =
+            reinterpret_cast<unsigned char const*>(right.data()) + front.size();
+        EXPECT_EQ(32u, form(one, other, left.size()));
+        EXPECT_EQ(32u, form(other, one, left.size()));
+    }
+}
+
 TEST(CaseBlindRunsTest, EveryPairOfBytesIsToldApartAtEveryPlaceOfABlock) {
     for (Form form : AllForms())
         for (std::size_t length : {1, 8, 13, 16, 32, 67}) {

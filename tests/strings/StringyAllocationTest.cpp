@@ -42,6 +42,12 @@ TEST(StringyAllocationTest, TextsOfUpTo127CharactersCostNothing) {
               }));
 }
 
+// The bytes are not looked at before there is room for them.
+TEST(StringyAllocationTest, TheLongestCountOnlyLacksMemory) {
+    FailingAllocation const failing(1);
+    EXPECT_THROW(Stringy("abc", 0xFFFFFFFE), std::bad_alloc);
+}
+
 TEST(StringyAllocationTest, LongerTextsCostOneArrayOfExactlyTheirSize) {
     AllocationCounter const counter;
     Stringy const string(tooLong.c_str());
