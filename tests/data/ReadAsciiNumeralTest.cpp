@@ -193,6 +193,17 @@ TEST(ReadAsciiNumeralTest, BordersAreReadAsTheStepsSayWhateverStandsAround) {
     EXPECT_EQ("", mismatches.report);
 }
 
+TEST(ReadAsciiNumeralTest, DigitsBehindATextAreNotItsOwn) {
+    unsigned char const digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+    unsigned long long expected = 0;
+    for (std::size_t length = 1; length < sizeof(digits); ++length) {
+        unsigned long long value = 0;
+        expected = 10 * expected + length;
+        EXPECT_EQ(NumeralReadOK, TryReadAsciiDecimalNumeral(ConstData(digits, length), value));
+        EXPECT_EQ(expected, value);
+    }
+}
+
 TEST(ReadAsciiNumeralTest, RandomTextsAreReadAsTheStepsSay) {
     unsigned const seed = 17;
     std::mt19937 random(seed);
