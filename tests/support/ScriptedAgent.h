@@ -94,8 +94,8 @@ public:
 
     // What it has published so far, in order.
     std::vector<WrittenFile> Written() const;
-    // Ends it behind the step under way, or in the middle of a wait. Whatever it has done by then is
-    // on record. Throws if a step failed.
+    // Ends it behind the step under way, or in the middle of a wait. What it has done by then is on
+    // record. Throws if a step failed.
     void Stop();
 
 private:
