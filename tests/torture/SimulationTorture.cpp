@@ -10,6 +10,7 @@
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/torture/Cells.h"
 #include "tests/torture/Stage.h"
@@ -38,6 +39,12 @@ void TellSeeds(unsigned long long first, unsigned long long number, Tale const& 
 }
 
 constexpr unsigned long long seedsOfACase = 1000;
+// A sanitizer makes each of them many times as long.
+#ifdef CC_ADDRESS_SANITIZER
+constexpr unsigned long long quickSeeds = 50;
+#else
+constexpr unsigned long long quickSeeds = 350;
+#endif
 
 class FullSimulation : public testing::TestWithParam<unsigned long long> {};
 
@@ -62,7 +69,7 @@ TEST(QuickSimulation, FirstStoriesReachEveryOutcome) {
 
 TEST(QuickSimulation, InterfaceKeepsWhatTheModelSays) {
     Outcomes outcomes;
-    TellSeeds(150, 350, [&](unsigned long long seed) { TellStory(seed, outcomes); });
+    TellSeeds(150, quickSeeds, [&](unsigned long long seed) { TellStory(seed, outcomes); });
 }
 
 TEST_P(FullSimulation, InterfaceKeepsWhatTheModelSays) {

@@ -260,10 +260,10 @@ std::vector<StateCell> States() {
              ProgramResult const run = RunProgram({"/opt/other/VeskaClient", "-d"});
              EXPECT_EQ(found, run.output);
          }},
-        {"behind 200 others",
+        {"behind 50 others",
          [] {
              std::vector<std::unique_ptr<OtherProgram>> others;
-             for (int i = 0; i < 200; ++i)
+             for (int i = 0; i < 50; ++i)
                  others.push_back(std::make_unique<OtherProgram>(
                      std::vector<std::string>{"/bin/sleep", "1000"}));
              Expect(notFound);
