@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -88,6 +89,12 @@ void SystemCalls::Fail(std::string const& name, int error, std::size_t skip) {
     answers.push_back({name, skip, error});
 }
 
+void SystemCalls::FailFromThenOn(std::string const& name, int error, std::size_t skip) {
+    Answer answer{name, skip, error};
+    answer.lasts = true;
+    answers.push_back(answer);
+}
+
 void SystemCalls::Limit(std::string const& name, std::size_t bytes, std::size_t skip) {
     answers.push_back({name, skip, 0, bytes});
 }
@@ -108,10 +115,13 @@ SystemCalls::Answer SystemCalls::Record(std::string const& name, std::string con
     log.push_back(arguments.empty() ? name : name + " " + arguments);
     for (auto answer = answers.begin(); answer != answers.end(); ++answer)
         if (answer->name == name) {
-            if (answer->skip-- != 0)
+            if (answer->skip != 0) {
+                --answer->skip;
                 break;
+            }
             Answer const given = *answer;
-            answers.erase(answer);
+            if (!given.lasts)
+                answers.erase(answer);
             if (given.action) {
                 Pause const pause;
                 given.action();
@@ -157,6 +167,11 @@ int fcntl(int descriptor, int command, ...) {
     if (active && command == F_SETFD)
         if (int const error = Record("setfd", std::to_string(argument)).error)
             return Refuse(error, -1);
+    if (active && command == F_SETLK) {
+        bool const unlocks = reinterpret_cast<struct flock const*>(argument)->l_type == F_UNLCK;
+        if (int const error = Record("setlk", unlocks ? "UNLCK" : "WRLCK").error)
+            return Refuse(error, -1);
+    }
     return next(descriptor, command, argument);
 }
 
@@ -233,6 +248,48 @@ int readdir_r(DIR* directory, dirent* storage, dirent** entry) {
         if (int const error = Record("readdir").error)
             return error;
     return next(directory, storage, entry);
+}
+
+int access(char const* path, int mode) noexcept {
+    static auto const next = Next(&access, "access");
+    if (active)
+        if (int const error = Record("access", path).error)
+            return Refuse(error, -1);
+    return next(path, mode);
+}
+
+int statvfs(char const* path, struct statvfs* information) noexcept {
+    static auto const next =
+        Next(static_cast<int (*)(char const*, struct statvfs*) noexcept>(&statvfs), "statvfs");
+    if (active)
+        if (int const error = Record("statvfs", path).error)
+            return Refuse(error, -1);
+    return next(path, information);
+}
+
+ssize_t readlink(char const* path, char* target, size_t size) noexcept {
+    static auto const next = Next(&readlink, "readlink");
+    if (active)
+        if (int const error = Record("readlink", path).error)
+            return Refuse(error, ssize_t{-1});
+    return next(path, target, size);
+}
+
+FILE* fopen(char const* path, char const* mode) {
+    static auto const next = Next(&fopen, "fopen");
+    if (active)
+        if (int const error = Record("fopen", path).error)
+            return Refuse(error, static_cast<FILE*>(nullptr));
+    return next(path, mode);
+}
+
+int scandir(char const* path, dirent*** list, int (*selector)(dirent const*),
+            int (*compare)(dirent const**, dirent const**)) {
+    static auto const next = Next(&scandir, "scandir");
+    if (active)
+        if (int const error = Record("scandir", path).error)
+            return Refuse(error, -1);
+    return next(path, list, selector, compare);
 }
 
 int utimes(char const* path, timeval const* times) noexcept {

@@ -1,9 +1,9 @@
 // What the code under test asks of the system, call by call, with answers of the test's own.
 //
 // The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
-// ftruncate64, lstat, stat, readdir_r, utimes, mkdir, rmdir, unlink, rename, chmod, umask, mkstemp
-// and mkdtemp go through here; without an object of this class they go straight on to the system.
-// The C library's own use of them is not seen.
+// ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink, rename, chmod,
+// umask, readlink, fopen, scandir, mkstemp and mkdtemp go through here; without an object of this
+// class they go straight on to the system. The C library's own use of them is not seen.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ public:
 
     // The calls so far, as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write 3",
     // "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y", "chmod /x 644",
-    // "umask 22", "readdir", and all others as "name /x". Descriptors are left out.
+    // "umask 22", "readdir", "setlk WRLCK", and all others as "name /x". Descriptors are left out.
     std::vector<std::string> const& Log() const { return log; }
     void Clear() { log.clear(); }
 
@@ -32,6 +32,9 @@ public:
     // The next call of that name, after `skip` of them, fails with that error number. It is not
     // made; but a close is, so that no descriptor is left over.
     void Fail(std::string const& name, int error, std::size_t skip = 0);
+
+    // As Fail, and all further calls of that name fail too.
+    void FailFromThenOn(std::string const& name, int error, std::size_t skip = 0);
 
     // The next read or write, after `skip` of them, moves at most so many bytes.
     void Limit(std::string const& name, std::size_t bytes, std::size_t skip = 0);
@@ -66,6 +69,7 @@ public:
         int error = 0;
         std::size_t limit = ~std::size_t{0};
         std::function<void()> action = {};
+        bool lasts = false;
     };
     static SystemCalls* Active();
     Answer Record(std::string const& name, std::string const& arguments = {});

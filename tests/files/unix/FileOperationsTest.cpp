@@ -77,9 +77,9 @@ TEST_F(UnixFileOperationsTest, EachOperationLooksAndThenActs) {
         calls.Clear();
     };
     UnixPlatform::CreateFile(Here("file"), FileCreatingInfo());
-    expectCalls({"lstat " + file});
+    expectCalls({"lstat " + file, "fopen " + file});
     UnixPlatform::CreateFile(Here("there"), FileCreatingInfo{0600});
-    expectCalls({"lstat " + there, "chmod " + there + " 600"});
+    expectCalls({"lstat " + there, "fopen " + there, "chmod " + there + " 600"});
     UnixPlatform::DeleteFile(Here("there"));
     expectCalls({"unlink " + there});
     UnixPlatform::CreateDirectory(Here("there"), DirectoryCreatingInfo{0700});

@@ -1,0 +1,41 @@
+// Calls the interface once around, and prints each code that it gives and how many descriptors are
+// open before and after: what the tool keeps to itself.
+#include <cstdio>
+
+#include <fcntl.h>
+
+#include "compliance/Compliance.h"
+
+namespace {
+
+// By a question that nothing else asks, so that a preloaded library may count the other calls.
+int CountDescriptors() {
+    int count = 0;
+    for (int descriptor = 0; descriptor < 256; ++descriptor)
+        count += fcntl(descriptor, F_GETFD) != -1;
+    return count;
+}
+
+void Evaluate() {
+    int const opened = COMPLIANCE_Open("url", "doc", 3);
+    std::printf("open %d\n", opened);
+    if (opened != 0)
+        return;
+    int state = 3;
+    while (state == 3) {
+        int percent = -1;
+        int error = -1;
+        state = COMPLIANCE_Progress(&percent, &error);
+        std::printf("progress %d percent %d error %d\n", state, percent, error);
+    }
+    std::printf("count %d\n", COMPLIANCE_ResultCount());
+    std::printf("close %d\n", COMPLIANCE_Close());
+}
+
+} // namespace
+
+int main() {
+    int const before = CountDescriptors();
+    Evaluate();
+    std::printf("descriptors %+d\n", CountDescriptors() - before);
+}
