@@ -1,9 +1,9 @@
 // What the code under test asks of the system, call by call, with answers of the test's own.
 //
 // The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
-// ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink, rename, chmod,
-// umask, readlink, fopen, scandir, mkstemp and mkdtemp go through here; without an object of this
-// class they go straight on to the system. The C library's own use of them is not seen.
+// ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink, rename,
+// chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp go through here; without an object of
+// this class they go straight on to the system. The C library's own use of them is not seen.
 #pragma once
 
 #include <cstddef>

@@ -39,7 +39,8 @@ public:
               replay.Pass(microseconds);
           }) {}
 
-    // What a model can foretell: neither transfers and positions, nor what /proc is asked.
+    // What a model can foretell: neither transfers and positions, nor the lock, nor what /proc is
+    // asked.
     std::vector<std::string> Calls() const {
         std::vector<std::string> told;
         for (std::string const& call : calls.Log())
@@ -50,7 +51,7 @@ public:
 
 private:
     static bool IsForetold(std::string const& call) {
-        for (char const* const untold : {"read", "write", "seek", "close", "open RDONLY|"})
+        for (char const* const untold : {"read", "write", "seek", "close", "setlk", "open RDONLY|"})
             if (call.starts_with(untold))
                 return false;
         return call.find(" /proc") == std::string::npos;
