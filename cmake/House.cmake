@@ -54,18 +54,22 @@ function(add_house_library name)
   harden(${name})
 endfunction()
 
-# Reading the headers of the test framework is half of what a test takes to compile; a build of
-# everything may read them once. For clang: g++ 12 takes what it knows of the standard library's headers
-# for doubtful once they come precompiled.
-option(CC_TEST_PCH "Precompile the headers of the test framework" OFF)
+# What is tested keeps its optimisation in every build; optimising the cases too, and reading the headers
+# of their framework for each of them anew, is more than half of the time that all of it takes. An
+# ordinary build does so, for the sake of what is inlined into the cases.
+option(CC_QUICK_TESTS "Compile the tests without optimising, and their framework's headers once" OFF)
+
+# compile_plainly(<target>)
+function(compile_plainly target)
+  if(CC_QUICK_TESTS OR CC_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()
 
 # compile_as_test(<target>)
 function(compile_as_test target)
-  # What is tested keeps its optimisation; the cases themselves would take twice the time with it.
-  if(CC_SANITIZE)
-    target_compile_options(${target} PRIVATE -O0)
-  endif()
-  if(CC_TEST_PCH)
+  compile_plainly(${target})
+  if(CC_QUICK_TESTS)
     target_precompile_headers(${target} REUSE_FROM test_headers)
   endif()
 endfunction()
