@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
@@ -68,8 +69,10 @@ namespace Torture {
 
 void ExpectFreeLock() {
     int const file = open(ScriptedAgent::lockFile, O_RDWR | O_CLOEXEC);
-    if (file < 0)
+    if (file < 0) {
+        EXPECT_EQ(ENOENT, errno) << "the lock file can't be opened";
         return;
+    }
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;

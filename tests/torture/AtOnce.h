@@ -49,8 +49,10 @@ RunAtOnce(std::string const& what, std::vector<std::size_t> const& numbers, Cell
     return words;
 }
 
-// Numbers from `first` on, so many; or only the one that the environment variable TORTURE_CELL
-// names to have it again, if it is one of them.
+// Whether the environment variable TORTURE_CELL names a cell to have it again.
+inline bool IsOneCellWanted() { return std::getenv("TORTURE_CELL") != nullptr; }
+
+// Numbers from `first` on, so many; or only the one that is wanted, if it is one of them.
 inline std::vector<std::size_t> Cells(std::size_t first, std::size_t number) {
     char const* const wanted = std::getenv("TORTURE_CELL");
     std::vector<std::size_t> cells;

@@ -210,9 +210,12 @@ double InstructionsOf(std::string const& process) {
 
 // For each document, in the order of the files.
 std::vector<double> CountInstructions(std::vector<std::string> const& files) {
-    std::vector<std::string> command = {"/usr/bin/valgrind", "--tool=callgrind",
+    std::vector<std::string> command = {"/usr/bin/valgrind",
+                                        "--tool=callgrind",
                                         "--toggle-collect=MeasuredRun",
-                                        "--callgrind-out-file=/opt/counts.%p", CC_DOCUMENT_READER};
+                                        "--callgrind-out-file=/opt/counts.%p",
+                                        CC_DOCUMENT_READER,
+                                        "--arena"};
     command.insert(command.end(), files.begin(), files.end());
     // Names are looked up at the start, and not within what is counted.
     ProgramResult const run =
