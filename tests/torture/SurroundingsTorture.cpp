@@ -224,6 +224,7 @@ std::vector<Cell> ResponseCells() {
             unread("device", {Entry::device}),
             unread("link to something else", Entry::Link(elsewhere)),
             unread("broken link", Entry::Link(Entry::nowhere)),
+            unread("link that can be made good", Entry::Link(creatable)),
             linked};
 }
 
@@ -306,6 +307,8 @@ std::vector<Cell> LaterCells() {
         cells.push_back(silent(path, "broken link", Entry::Link(Entry::nowhere),
                                {{request, Entry::Link(Entry::nowhere)}}));
     }
+    cells.push_back(silent(request, "link that can be made good", Entry::Link(creatable),
+                           {{request, Entry::Link(creatable)}}));
     cells.push_back(works(request, "link", Entry::Link(elsewhere), {}));
     cells.push_back(works(temporary, "link", Entry::Link(elsewhere), {{elsewhere, written}}));
     cells.push_back(

@@ -260,7 +260,7 @@ TEST(QuickOperations, MakeTheCallsOfTheTable) {
     }
 }
 
-TEST(QuickOperations, AndTheEvaluationsCoverAtLeast150PairsOfACallAndANumber) {
+TEST(QuickOperations, CoverAtLeast150PairsOfACallAndANumber) {
     std::set<std::pair<std::string, int>> pairs;
     for (Operation const& operation : Operations())
         for (Step const& step : operation.steps) {
