@@ -46,6 +46,20 @@ char const* CharBegin(ConstData data) { return reinterpret_cast<char const*>(dat
 
 char const* CharEnd(ConstData data) { return reinterpret_cast<char const*>(data.end); }
 
+[[noreturn]] void ThrowInvalidElementName(ConstData name) {
+    StringPL message;
+    message.Format("Unable to write XML element with invalid element name '%s'",
+                   MakeStringPL(name).AsChar());
+    throw InvalidXMLElementName(message.AsChar());
+}
+
+[[noreturn]] void ThrowInvalidAttributeName(ConstData name, StringPL const& attributeName) {
+    StringPL message;
+    message.Format("Unable to write XML element '%s' with invalid attribute name '%s'",
+                   MakeStringPL(name).AsChar(), attributeName.AsChar());
+    throw InvalidXMLAttributeName(message.AsChar());
+}
+
 // The walk over the text of a comment. A dash behind a dash is left out, and the byte behind that
 // takes its place unseen.
 bool IsLeftOut(ConstData comment, std::size_t index) {
@@ -140,9 +154,21 @@ void XMLWriterPL::EndDocument() {
     receiver->ReceiveEnd(0);
 }
 
+// Deliberate: the attributes are walked even if no name is checked. ResetEnum is virtual, so a list
+// can observe the walk.
+inline void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) const {
+    if (checkNames && !IsValidName(name))
+        ThrowInvalidElementName(name);
+    attributes.ResetEnum();
+    while (attributes.IsNext()) {
+        StringPL const& attributeName = attributes.GetNext().first;
+        if (checkNames && !IsValidName(View(attributeName)))
+            ThrowInvalidAttributeName(name, attributeName);
+    }
+}
+
 void XMLWriterPL::BeginElement(ConstData name, AttributeList const& attributes) {
-    if (checkNames)
-        CheckNames(name, attributes);
+    CheckNames(name, attributes);
     OpenTagOnNewLine(Depth(), "<"_bytes);
     Write(name);
     attributes.ResetEnum();
@@ -256,25 +282,6 @@ void XMLWriterPL::WriteAttributeValue(ConstData value) {
             break;
         WriteReplacement(*stop);
         from = stop;
-    }
-}
-
-void XMLWriterPL::CheckNames(ConstData name, AttributeList const& attributes) {
-    if (!IsValidName(name)) {
-        StringPL message;
-        message.Format("Unable to write XML element with invalid element name '%s'",
-                       MakeStringPL(name).AsChar());
-        throw InvalidXMLElementName(message.AsChar());
-    }
-    attributes.ResetEnum();
-    while (attributes.IsNext()) {
-        StringPL const& attributeName = attributes.GetNext().first;
-        if (!IsValidName(View(attributeName))) {
-            StringPL message;
-            message.Format("Unable to write XML element '%s' with invalid attribute name '%s'",
-                           MakeStringPL(name).AsChar(), attributeName.AsChar());
-            throw InvalidXMLAttributeName(message.AsChar());
-        }
     }
 }
 

@@ -105,7 +105,7 @@ public:
 private:
     enum Written : std::uint32_t { Nothing, StartTag, Content, EndTag };
 
-    static void CheckNames(ConstData name, AttributeList const& attributes);
+    inline void CheckNames(ConstData name, AttributeList const& attributes) const;
     inline void Write(ConstData text);
     void WriteAttributes(AttributeList const& begun);
     void WriteRun(char const* from, char const* end);

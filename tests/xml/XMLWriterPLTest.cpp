@@ -414,6 +414,56 @@ TEST(XMLWriterPLTest, ABadRootIsRefusedBehindTheDeclaration) {
     EXPECT_THAT(receiver.Events(), ElementsAre("Start 0", "Receive <?xml version=\"1.0\"?>"));
 }
 
+// Records at each ResetEnum whether an enumeration was under way. Can throw at one of them.
+class WatchedAttributes : public Attributes {
+public:
+    using Attributes::Attributes;
+
+    void ResetEnum() const override {
+        wasUnderWay.push_back(IsNext());
+        if (wasUnderWay.size() == refusedReset)
+            throw NoMoreItemsException();
+        Attributes::ResetEnum();
+    }
+
+    mutable std::vector<bool> wasUnderWay;
+    std::size_t refusedReset = 0; // counted from 1; 0 refuses none
+};
+
+TEST(XMLWriterPLTest, WalksAllAttributesTwiceWithAndWithoutChecks) {
+    for (bool const checks : {true, false}) {
+        WatchedAttributes const attributes{{"a", "1"}, {"b", "2"}};
+        EXPECT_EQ(Flat([&](XMLWriterPL& writer) {
+                      writer.checkNames = checks;
+                      writer.BeginElement("e", attributes);
+                  }),
+                  "<e a=\"1\" b=\"2\">");
+        EXPECT_THAT(attributes.wasUnderWay, ElementsAre(false, false)) << checks;
+    }
+}
+
+TEST(XMLWriterPLTest, WritesNothingIfTheFirstWalkThrows) {
+    for (bool const checks : {true, false}) {
+        WatchedAttributes attributes{{"a", "1"}};
+        attributes.refusedReset = 1;
+        EXPECT_EQ(Tabbed([&](XMLWriterPL& writer) {
+                      writer.checkNames = checks;
+                      EXPECT_THROW(writer.BeginElement("e", attributes), NoMoreItemsException);
+                      writer.EndDocument();
+                  }),
+                  "</r>")
+            << checks;
+    }
+}
+
+TEST(XMLWriterPLTest, InvalidElementNameIsRefusedBeforeTheWalk) {
+    WatchedAttributes const attributes{{"a b", "1"}};
+    RecordingLineReceiver receiver;
+    XMLWriterPL writer(receiver, XMLWriterPL::XMLFormatFlat);
+    EXPECT_THROW(writer.BeginElement("1", attributes), InvalidXMLElementName);
+    EXPECT_THAT(attributes.wasUnderWay, ElementsAre());
+}
+
 TEST(XMLWriterPLTest, WithoutChecksNamesAreWrittenAsTheyAre) {
     EXPECT_EQ(Flat([](XMLWriterPL& writer) {
                   writer.checkNames = false;
