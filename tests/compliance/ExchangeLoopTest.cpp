@@ -181,6 +181,20 @@ TEST_F(ExchangeLoopTest, OneGoodReadMakesUpForEarlierFailures) {
     }
 }
 
+TEST_F(ExchangeLoopTest, OneFailedReadAtAnyPollGivesBadResponse) {
+    for (int failing = 1; failing <= 4; ++failing) {
+        world = World();
+        world.requestIsThere = [&](int look) {
+            return look != failing;
+        };
+        world.read = [](int) -> ClientComplianceResponse {
+            throw ClientComplianceResponseReadFailure();
+        };
+        EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, Exchange()) << failing;
+        EXPECT_EQ(4, world.looks);
+    }
+}
+
 TEST_F(ExchangeLoopTest, NothingIsReadWhileTheRequestHasReappeared) {
     world.requestIsThere = [](int look) {
         return look != 2;

@@ -147,6 +147,24 @@ TEST_F(InterProcessLockTest, LocksTheWholeFileForWriting) {
     EXPECT_TRUE(ForeignView(path, {.start = off_t(1) << 62, .length = 1}));
 }
 
+TEST_F(InterProcessLockTest, LocksTheWholeFileWhateverItsContent) {
+    std::string const content = "content of somebody else";
+    std::ofstream(path) << content;
+    InterProcessLock lock(path.c_str());
+    for (off_t const length : {off_t(1), off_t(content.size())}) {
+        ForeignHolder const holder(path, {.start = 0, .length = length});
+        EXPECT_FALSE(lock.Lock()) << length;
+    }
+    ASSERT_TRUE(lock.Lock());
+    EXPECT_TRUE(ForeignView(path, {.start = 0, .length = 1}));
+    auto const seen = ForeignView(path);
+    ASSERT_TRUE(seen);
+    EXPECT_EQ(0, seen->l_start);
+    EXPECT_EQ(0, seen->l_len);
+    lock.Unlock();
+    EXPECT_FALSE(IsLockedForOthers(path));
+}
+
 TEST_F(InterProcessLockTest, LockHeldElsewhereIsRefusedAtOnce) {
     ForeignHolder holder(path);
     InterProcessLock lock(path.c_str());

@@ -53,6 +53,8 @@ inline std::string MakeByteSoup(std::mt19937& random, unsigned int most) {
         "&#x100;"sv,
         "&#65;"sv,
         "&#xffffffffffffffffff;"sv,
+        "&#x8000000000000041;"sv,
+        "&#x-8000000000000041;"sv,
         "&#x 0x3e;"sv,
         "<?xml version=\"1.0\"?>"sv,
         "<a/>"sv,

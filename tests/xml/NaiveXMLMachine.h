@@ -4,7 +4,8 @@
 // does, what leaving the state does, what entering the next one does.
 #pragma once
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -216,12 +217,36 @@ private:
         if (escape == "&quot;")
             return "\"";
         if (escape.size() >= 3 && escape[1] == '#' && escape[2] == 'x') {
-            long const read = std::strtol(escape.substr(3).c_str(), nullptr, 16);
-            int const number = static_cast<int>(read & 0xFFFFFFFFL);
+            std::int32_t const number = ReadHexadecimal(std::string_view(escape).substr(3));
             if (number <= 255)
                 escape = std::string(1, static_cast<char>(number & 0xFF));
         }
         return escape;
+    }
+
+    // The low 32 bits of the number at the start of a text: whitespace, a sign, a prefix, digits up
+    // to the first other byte. The number is limited to the range of 64 bits with a sign first.
+    static std::int32_t ReadHexadecimal(std::string_view from) {
+        std::size_t at = std::min(from.find_first_not_of(" \t\n\v\f\r"), from.size());
+        bool const isNegative = at < from.size() && from[at] == '-';
+        if (isNegative || (at < from.size() && from[at] == '+'))
+            at = at + 1;
+        if (from.substr(at, 2) == "0x" || from.substr(at, 2) == "0X")
+            at = at + 2;
+        __extension__ using Wide = unsigned __int128;
+        Wide const most = (Wide{1} << 63) - (isNegative ? 0 : 1);
+        Wide number = 0;
+        for (; at < from.size() && DigitValue(from[at]) < 16; at = at + 1)
+            number = std::min(number * 16 + DigitValue(from[at]), most);
+        auto const low = static_cast<std::uint32_t>(number);
+        return static_cast<std::int32_t>(isNegative ? 0 - low : low);
+    }
+
+    // 16 for a byte that is no digit.
+    static unsigned int DigitValue(char byte) {
+        std::string_view constexpr digits = "0123456789abcdef0123456789ABCDEF";
+        std::size_t const place = digits.find(byte);
+        return place == std::string_view::npos ? 16 : static_cast<unsigned int>(place % 16);
     }
 
     XMLHandler& handler;

@@ -233,6 +233,21 @@ TEST(SimpleXMLParserPLTest, AReferenceIsReadWithAllThatStrtolAccepts) {
     EXPECT_EQ(EventsOf("&#xffffffffffffffffffff;"), Events{"C(1)\xFF"});
 }
 
+// Deliberate: the number is limited to 64 bits with a sign first, and its low 32 bits count then.
+TEST(SimpleXMLParserPLTest, ReferenceIsLimitedToSigned64Bits) {
+    EXPECT_EQ(EventsOf("&#x7fffffff00000041;"), Events{"C(1)A"});
+    EXPECT_EQ(EventsOf("&#x-7fffffffffffffbf;"), Events{"C(1)A"});
+    // Limited to 2^63 - 1, whose low 32 bits are all set.
+    for (char const* reference :
+         {"&#x7fffffffffffffff;", "&#x8000000000000000;", "&#x8000000000000041;",
+          "&#x8000000000000100;", "&#xffffffffffffff41;", "&#x10000000000000041;"})
+        EXPECT_EQ(EventsOf(reference), Events{"C(1)\xFF"}) << reference;
+    // Limited to -2^63, whose low 32 bits are all clear.
+    for (char const* reference : {"&#x-8000000000000000;", "&#x-8000000000000041;",
+                                  "&#x-ffffffffffffffbf;", "&#x-10000000000000041;"})
+        EXPECT_EQ(EventsOf(reference), Events{Bytes("C(1)\0")}) << reference;
+}
+
 TEST(SimpleXMLParserPLTest, AnEscapeWithoutASemicolonSwallowsTagsUpToTheNextOne) {
     ExpectEventsInAnyCutting("a & b<c></c> d; e<", {"C(2)a ", "C(13)& b<c></c> d;", "C(2) e"});
     ExpectEventsInAnyCutting("<a b='& c'>;d'>", {"S(1)a(1)b(7)& c'>;d"});
