@@ -13,13 +13,17 @@ CHECK = SOURCE / "scripts/check-hardening"
 PROGRAM = r"""
 #include <string.h>
 int Length(char const* text);
-int Length(char const* text) { char copy[64]; strcpy(copy, text); return (int)strlen(copy); }
+#ifndef FRAME
+#define FRAME 64
+#endif
+int Length(char const* text) { char copy[FRAME]; strcpy(copy, text); return (int)strlen(copy); }
 #ifdef WRITABLE_CODE
 __asm__(".section .writable,\"awx\"\n ret\n .text");
 #endif
 int main(int count, char** arguments) { return count > 1 ? Length(arguments[1]) : 0; }
 """
 HARDENED = ["-O2", "-fPIE", "-pie", "-fstack-protector-strong", "-fcf-protection",
+            "-fstack-clash-protection",
             "-Wl,-z,relro,-z,now,-z,noexecstack"]
 
 
@@ -47,10 +51,16 @@ class WhatShipsTest(unittest.TestCase):
         undefined = run("nm", "-D", "--undefined-only",
                         library_directory() / "libclientcompliance.so")
         self.assertIn("__vsnprintf_chk", undefined)
+        if os.environ.get("CC_FORTIFY_LEVEL") == "3":
+            self.assertIn("__memcpy_chk", undefined)
         # The tool itself has no names left, but its objects do.
         for folder, name in (("strings", "__vsnprintf_chk"), ("compliance", "__snprintf_chk"),
                              ("tool", "__printf_chk")):
             self.assertIn(name, run("nm", "--undefined-only", BUILD / folder / f"lib{folder}.a"))
+
+    def test_checks_the_preconditions_of_the_Cpp_library(self):
+        self.assertIn("__glibcxx_assert_fail", run("nm", "-D", "--undefined-only",
+                                                   library_directory() / "libclientcompliance.so"))
 
 
 class CheckTest(unittest.TestCase):
@@ -112,6 +122,25 @@ class CheckTest(unittest.TestCase):
         run(CC, self.source, "-o", out, "-c", "-O2", "-fstack-protector-strong", "-fcf-protection")
         run("objcopy", "--set-section-flags", ".note.GNU-stack=code,contents,readonly", out)
         self.assertEqual(check(out).stdout, f"{out}: an object asks for an executable stack\n")
+
+    def test_sees_a_large_frame_that_is_not_probed(self):
+        library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
+        object_file = ["-c", "-fstack-protector-strong"]
+        for kind in (HARDENED, ["-O2", "-fcf-protection", *library],
+                     ["-O2", "-fcf-protection", *object_file]):
+            for frame in (8192, 65568):
+                flags = [*kind, f"-DFRAME={frame}"]
+                self.assertEqual(self.flaws(*flags, "-fstack-clash-protection"), [])
+                found = self.flaws(*flags, "-fno-stack-clash-protection")
+                self.assertNotEqual(found, [])
+                for flaw in found:
+                    self.assertRegex(flaw, r"^a stack frame of \d+ bytes is not probed$")
+
+    def test_sees_a_static_program_without_probed_frames(self):
+        static = [*HARDENED, "-static-pie", "-DFRAME=65568"]
+        self.assertEqual(self.flaws(*static), [])
+        self.assertEqual(self.flaws(*static, "-fno-stack-clash-protection"),
+                         ["no stack frame is probed"])
 
     def test_refuses_what_is_no_program(self):
         result = check(self.source)
