@@ -21,12 +21,16 @@
  *     again for up to about six more. A signal that the program handles cuts short the wait that it
  *     meets, and nothing makes up for that.
  *  6. One thread, one evaluation at a time in a process. Nothing here is guarded: a program with
- *     threads calls all five functions from one of them.
+ *     threads calls all five functions from one of them. That thread needs a stack of at least
+ *     128 KiB. Thread cancellation is not supported: a thread that is cancelled during a call
+ *     aborts the process. See libclientcompliance(3).
  *  7. The lock between processes is a POSIX record lock on
  *     "/var/opt/VeskaClient/RequestDir/lockfile". The system drops such a lock as soon as the
  *     process closes any descriptor of that file, so a host program must not open and close the
- *     lock file itself. A child made by fork does not hold the lock and must not call the functions
- *     for the evaluation that its parent has open.
+ *     lock file itself. A host that closes all its descriptors during an evaluation loses the lock
+ *     without an error, and COMPLIANCE_Close may then close a descriptor of the host. See
+ *     libclientcompliance(3). A child made by fork does not hold the lock and must not call the
+ *     functions for the evaluation that its parent has open.
  *  8. Exceptions: none leaves COMPLIANCE_Progress and COMPLIANCE_Close. COMPLIANCE_Open stops those
  *     of the exchange, but exhausted memory before the exchange leaves it as std::bad_alloc; a
  *     C++ caller finds the state as told there, a C program ends, and so does any
