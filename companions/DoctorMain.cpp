@@ -2,6 +2,7 @@
 #include <exception>
 #include <string_view>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "companions/CommandLineError.h"
@@ -10,6 +11,7 @@
 #include "companions/DoctorReport.h"
 #include "companions/Output.h"
 #include "companions/VisibleText.h"
+#include "compliance/StandardDescriptors.h"
 
 namespace {
 
@@ -54,7 +56,7 @@ int Run(int count, char** arguments) {
 } // namespace
 
 int main(int count, char** arguments) {
-    OccupyStandardDescriptors();
+    OpenClosedStandardDescriptors(O_RDONLY);
     try {
         return Run(count, arguments);
     } catch (CommandLineError const& error) {

@@ -1,7 +1,6 @@
 #include "companions/Output.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include "companions/StopSignals.h"
@@ -48,12 +47,4 @@ void WriteMessage(std::string_view program, std::string_view text) {
     output.Write(text);
     output.Write("\n");
     output.Flush();
-}
-
-void OccupyStandardDescriptors() {
-    int descriptor = 0;
-    do
-        descriptor = open("/dev/null", O_RDONLY);
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
-    close(descriptor);
 }

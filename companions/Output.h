@@ -35,7 +35,3 @@ private:
 
 // One line without an end, to standard error at once: "PROGRAM: TEXT" and a line feed.
 void WriteMessage(std::string_view program, std::string_view text);
-
-// Opens /dev/null in the place of each closed one of the descriptors 0 to 2, so that no file opened
-// later takes its number. It can't be written to, so output that goes nowhere is still a failure.
-void OccupyStandardDescriptors();

@@ -2,6 +2,7 @@
 // eyes.
 #include <exception>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "companions/CommandLineError.h"
@@ -10,6 +11,7 @@
 #include "companions/QueryCommandLine.h"
 #include "companions/QueryExit.h"
 #include "companions/VisibleText.h"
+#include "compliance/StandardDescriptors.h"
 
 namespace {
 
@@ -37,7 +39,7 @@ int Run(int count, char** arguments) {
 } // namespace
 
 int main(int count, char** arguments) {
-    OccupyStandardDescriptors();
+    OpenClosedStandardDescriptors(O_RDONLY);
     try {
         return Run(count, arguments);
     } catch (CommandLineError const& error) {

@@ -112,22 +112,4 @@ TEST(OutputTest, StopEndsTheWaitForAReader) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-TEST(OutputTest, ClosedStandardDescriptorsAreOccupiedAndTakeNoBytes) {
-    OtherProcess other([] {
-        close(0);
-        close(1);
-        OccupyStandardDescriptors();
-        EXPECT_LE(0, fcntl(0, F_GETFD));
-        EXPECT_LE(0, fcntl(1, F_GETFD));
-        Output output(1);
-        output.Write("lost");
-        output.Flush();
-        EXPECT_EQ(EBADF, output.Error());
-        int const next = open("/dev/null", O_RDONLY | O_CLOEXEC);
-        EXPECT_LT(2, next);
-        close(next);
-    });
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-}
-
 } // namespace

@@ -107,7 +107,26 @@ TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing::Range(1, 8),
+TEST_P(ClosedDescriptorsTest, AreHeldByTheRootDirectoryWithoutDevNull) {
+    PrivateMachine::Run({.emptyPlaces = {"/dev"}}, [] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(WholeEvaluation());
+        Tool tool({"-d"}, Options());
+        agent.AwaitRequests(1);
+        std::string const descriptors = "/proc/" + std::to_string(tool.pid()) + "/fd/";
+        for (int descriptor = 0; descriptor <= 2; ++descriptor) {
+            fs::path const target = fs::read_symlink(descriptors + std::to_string(descriptor));
+            EXPECT_EQ(IsClosed(descriptor), target == "/") << descriptor << ' ' << target;
+        }
+        EXPECT_EQ("0 1 2 3 ", ListDirectory(descriptors));
+        ToolRun const run = tool.Wait();
+        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : results, run.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectExchangeUntouched(agent);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing::Range(0, 8),
                          [](auto const& param) {
                              std::string name = "Closed";
                              for (int descriptor = 0; descriptor <= 2; ++descriptor)
@@ -115,16 +134,6 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
                                      name += std::to_string(descriptor);
                              return name;
                          });
-
-TEST(StandardDescriptorsTest, ClosedOutputDoesNoHarmWhereThereIsNoDevNull) {
-    PrivateMachine::Run({.emptyPlaces = {"/dev"}}, [] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        ToolRun const run = RunTool({"-d"}, {.closedDescriptors = {0, 1, 2}});
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        ExpectExchangeUntouched(agent);
-    });
-}
 
 TEST(StandardDescriptorsTest, FullOutputChangesNeitherTheExchangeNorTheStatus) {
     PrivateMachine::Run([] {

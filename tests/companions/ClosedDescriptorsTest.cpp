@@ -1,0 +1,116 @@
+// The companions, started with some of the standard file descriptors closed, with and without a
+// /dev/null. Their output must not reach a file of the exchange.
+#include "compliance/StandardDescriptors.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
+#include "tests/support/ScriptedAgent.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using PrivateMachine::CreateAgentDirectories;
+
+std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
+
+constexpr char rows[] = "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"
+                        "d\tr\tt\t1\tx\tc\n";
+constexpr char progress[] = "compliance-query: asking the agent\n"
+                            "compliance-query: closing the evaluation\n";
+constexpr char outputFailed[] =
+    "compliance-query: the rows could not be written: Bad file descriptor\n";
+
+// Each bit of the first parameter closes one file descriptor; the second one tells whether there is
+// a /dev/null.
+class ClosedDescriptorsTest : public testing::TestWithParam<std::tuple<int, bool>> {
+protected:
+    static bool IsClosed(int descriptor) {
+        return (std::get<0>(GetParam()) >> descriptor & 1) != 0;
+    }
+
+    static ProgramOptions Options() {
+        ProgramOptions options;
+        for (int descriptor = 0; descriptor <= 2; ++descriptor)
+            if (IsClosed(descriptor))
+                options.closedDescriptors.push_back(descriptor);
+        return options;
+    }
+
+    static void OnAMachine(std::function<void()> const& body) {
+        bool const hasDevNull = std::get<1>(GetParam());
+        PrivateMachine::Options options;
+        if (!hasDevNull)
+            options.emptyPlaces = {"/dev"};
+        PrivateMachine::Run(options, [&] {
+            ASSERT_EQ(hasDevNull, fs::exists("/dev/null"));
+            CreateAgentDirectories();
+            body();
+        });
+    }
+};
+
+TEST_P(ClosedDescriptorsTest, QueryWritesIntoNoFileOfTheExchange) {
+    OnAMachine([] {
+        ScriptedAgent agent(
+            AgentScript().Answer(OpenAnswer()).Answer(finished).Answer(CloseAnswer()));
+        ProgramResult const result =
+            RunProgram({CC_QUERY_PROGRAM, "--tsv", "--progress=lines", "u", "d"}, Options());
+        bool const outputClosed = IsClosed(STDOUT_FILENO);
+        EXPECT_EQ(ExitStatus::Exited(outputClosed ? 8 : 0), result.status);
+        EXPECT_EQ(outputClosed ? "" : rows, result.output);
+        std::string const errors = std::string(progress) + (outputClosed ? outputFailed : "");
+        EXPECT_EQ(IsClosed(STDERR_FILENO) ? "" : errors, result.errors);
+        agent.AwaitEnd();
+        std::vector<SeenRequest> const requests = agent.Requests();
+        ASSERT_EQ(3u, requests.size());
+        EXPECT_EQ(OpenRequest("u", "d", "0"), requests[0].bytes);
+        EXPECT_EQ(progressRequest, requests[1].bytes);
+        EXPECT_EQ(closeRequest, requests[2].bytes);
+        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
+        EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
+    });
+}
+
+TEST_P(ClosedDescriptorsTest, DoctorWritesIntoNoFileOfTheExchange) {
+    OnAMachine([] {
+        ScriptedAgent agent;
+        // Directories that every user may write to are a problem.
+        for (char const* const file : {ScriptedAgent::request, ScriptedAgent::response})
+            fs::permissions(fs::path(file).parent_path(), fs::perms(0755));
+        std::ofstream(ScriptedAgent::lockFile) << "lock";
+        std::ofstream(ScriptedAgent::response) << "response";
+        ProgramResult const expected = RunProgram({CC_DOCTOR_PROGRAM});
+        ProgramResult const result = RunProgram({CC_DOCTOR_PROGRAM}, Options());
+        bool const outputClosed = IsClosed(STDOUT_FILENO);
+        EXPECT_EQ(ExitStatus::Exited(0), expected.status);
+        EXPECT_EQ(ExitStatus::Exited(outputClosed ? 1 : 0), result.status);
+        EXPECT_EQ(outputClosed ? "" : expected.output, result.output);
+        EXPECT_EQ("", result.errors);
+        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("lock", ReadBytes(ScriptedAgent::lockFile));
+        EXPECT_EQ("response", ReadBytes(ScriptedAgent::response));
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(ClosedDescriptorsTest, ClosedDescriptorsTest,
+                         testing::Combine(testing::Range(0, 8), testing::Bool()),
+                         [](auto const& param) {
+                             std::string name = "Closed";
+                             for (int descriptor = 0; descriptor <= 2; ++descriptor)
+                                 if ((std::get<0>(param.param) >> descriptor & 1) != 0)
+                                     name += std::to_string(descriptor);
+                             return name + (std::get<1>(param.param) ? "" : "WithoutDevNull");
+                         });
+
+} // namespace
