@@ -420,6 +420,29 @@ TEST(QueryTest, FirstInterruptClosesTheEvaluation) { ExpectStopBy(SIGINT, 130, "
 
 TEST(QueryTest, FirstTerminationClosesTheEvaluation) { ExpectStopBy(SIGTERM, 143, "SIGTERM"); }
 
+TEST(QueryTest, SignalDuringTheCloseAddsNoSecondDocument) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(AgentScript()
+                                .Answer(OpenAnswer())
+                                .Answer(Finished(twoRows))
+                                .AwaitRequest()
+                                .PauseUntil(std::chrono::seconds(1))
+                                .Respond(CloseAnswer())
+                                .RemoveRequest());
+        OtherProgram program(Command({"-d", "--json"}));
+        agent.AwaitRequests(3);
+        program.Kill(SIGTERM);
+        ProgramResult const result = program.Wait();
+        EXPECT_EQ(ExitStatus::Exited(143), result.status);
+        EXPECT_EQ((Json{{"schemaVersion", 1},
+                        {"outcome", "finished"},
+                        {"rowCount", 2},
+                        {"rows", {firstRow, secondRow}}}),
+                  Json::parse(result.output));
+    });
+}
+
 TEST(QueryTest, SecondSignalEndsAtOnce) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
