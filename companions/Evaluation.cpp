@@ -1,8 +1,7 @@
 #include "companions/Evaluation.h"
 
 #include <algorithm>
-
-#include <poll.h>
+#include <exception>
 
 #include "companions/Progress.h"
 #include "companions/Rows.h"
@@ -28,16 +27,45 @@ public:
 
     bool IsOver() const { return end && Clock::now() >= *end; }
 
-    // Not past the deadline; a signal cuts it short.
+    // Not past the deadline; a stop signal ends it.
     void Sleep(milliseconds pause) const {
         if (end)
             pause = std::min(pause, std::chrono::ceil<milliseconds>(*end - Clock::now()));
         if (pause.count() > 0)
-            poll(nullptr, 0, static_cast<int>(pause.count()));
+            SleepUnlessStopped(pause);
     }
 
 private:
     std::optional<Clock::time_point> end = {};
+};
+
+// An evaluation that COMPLIANCE_Open has opened. An exception closes it too.
+class OpenEvaluation {
+public:
+    OpenEvaluation() = default;
+    ~OpenEvaluation() {
+        if (open)
+            CloseWithoutThrowing();
+    }
+    OpenEvaluation(OpenEvaluation const&) = delete;
+    OpenEvaluation& operator=(OpenEvaluation const&) = delete;
+
+    int Close() {
+        open = false;
+        return COMPLIANCE_Close();
+    }
+
+private:
+    // The exception that is under way is the one to report.
+    static void CloseWithoutThrowing() {
+        try {
+            COMPLIANCE_Close();
+        } catch (std::exception const&) {
+            return;
+        }
+    }
+
+    bool open = true;
 };
 
 Row GetRow(unsigned int index) {
@@ -76,9 +104,22 @@ EvaluationEnd Poll(Deadline const& deadline, Progress& progress) {
         if (state != stateInProgress)
             return {EvaluationEnd::failed, state};
         progress.Percent(percent);
-        if (!HasToEnd(deadline, end))
-            deadline.Sleep(pauseBetweenPolls);
+        deadline.Sleep(pauseBetweenPolls);
     }
+    return end;
+}
+
+// The evaluation is open; its end, with the result of the close.
+EvaluationEnd PollAndClose(Deadline const& deadline, Progress& progress,
+                           std::function<void(Rows const&)> const& useRows) {
+    OpenEvaluation evaluation;
+    EvaluationEnd end = Poll(deadline, progress);
+    if (end.what == EvaluationEnd::finished && StopSignal() == 0) {
+        progress.Clear();
+        useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow});
+    }
+    progress.Closing();
+    end.closeCode = evaluation.Close();
     return end;
 }
 
@@ -90,15 +131,8 @@ EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
     progress.Opening();
     int const opened = COMPLIANCE_Open(request.url, request.document, request.flags);
     EvaluationEnd end = {EvaluationEnd::failed, opened};
-    if (opened == 0) {
-        end = Poll(deadline, progress);
-        if (end.what == EvaluationEnd::finished && StopSignal() == 0) {
-            progress.Clear();
-            useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow});
-        }
-        progress.Closing();
-        end.closeCode = COMPLIANCE_Close();
-    }
+    if (opened == 0)
+        end = PollAndClose(deadline, progress, useRows);
     if (StopSignal() != 0)
         end = {EvaluationEnd::stopped, StopSignal(), end.closeCode};
     return end;

@@ -32,12 +32,13 @@ struct EvaluationEnd {
 };
 
 // Opens an evaluation, polls it once a second until it ends, lets the rows be used, and closes it.
-// Whatever ends it early (the limit, a stop signal), an evaluation that was opened is closed.
+// Whatever ends it early (the limit, a stop signal, an exception), an evaluation that was opened is
+// closed.
 //
 // The limit and the signal are looked at between calls to the agent: a call under way is waited
 // for. A signal counts more than all else, a finished evaluation more than the limit.
 //
-// The rows are good only while they are used. What leaves `useRows` as an exception leaves this
-// function too, with the lock held; the system frees it when the process ends.
+// The rows are valid only during the call of `useRows`. An exception of `useRows`, and
+// std::bad_alloc of the C API, leave this function after the close.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
                        std::function<void(Rows const&)> const& useRows);

@@ -1,6 +1,12 @@
 #include "companions/Output.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <climits>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "companions/StopSignals.h"
@@ -8,11 +14,42 @@
 namespace {
 
 constexpr std::size_t pieceSize = 64 * 1024;
+constexpr std::chrono::milliseconds pauseBeforeRetry(10);
+
+mode_t TypeOf(int descriptor) {
+    struct stat facts {};
+    return fstat(descriptor, &facts) == 0 ? facts.st_mode & S_IFMT : 0;
+}
+
+bool IsOpenForWriting(int descriptor) {
+    int const flags = fcntl(descriptor, F_GETFL);
+    return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
+}
+
+// Opens a pipe or a terminal again, with file status flags that belong to this process alone.
+// Returns the descriptor itself for anything else, and where the system does not allow it.
+int ReopenWithoutBlocking(int descriptor) {
+    bool const isUseful = isatty(descriptor) == 1 || TypeOf(descriptor) == S_IFIFO;
+    if (!isUseful || !IsOpenForWriting(descriptor))
+        return descriptor;
+    std::string const path = "/proc/self/fd/" + std::to_string(descriptor);
+    int const reopened = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    // cppcheck-suppress resourceLeak ; the destructor of Output closes it
+    return reopened < 0 ? descriptor : reopened;
+}
 
 } // namespace
 
 Output::Output(int theDescriptor)
-    : descriptor(theDescriptor), terminal(isatty(theDescriptor) == 1) {}
+    : descriptor(theDescriptor),
+      terminal(isatty(theDescriptor) == 1),
+      mayBlock(TypeOf(theDescriptor) != S_IFREG),
+      target(ReopenWithoutBlocking(theDescriptor)) {}
+
+Output::~Output() {
+    if (target != descriptor)
+        close(target);
+}
 
 void Output::Write(std::string_view bytes) {
     if (waiting.size() + bytes.size() >= pieceSize)
@@ -28,16 +65,36 @@ void Output::Flush() {
     waiting.clear();
 }
 
-// A write that a signal cuts short has either taken some of the bytes or fails with EINTR.
 void Output::HandOn(std::string_view rest) {
     while (error == 0 && !rest.empty()) {
-        ssize_t const written = write(descriptor, rest.data(), rest.size());
-        if (written < 0 && errno != EINTR)
-            error = errno;
-        rest.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-        if (error == 0 && !rest.empty() && StopSignal() != 0)
-            error = EINTR;
+        ssize_t const written = WriteSome(rest);
+        if (written < 0)
+            TakeError(errno);
+        else
+            rest.remove_prefix(static_cast<std::size_t>(written));
     }
+}
+
+// A pipe that is writable takes PIPE_BUF bytes without blocking, even where it was not reopened.
+ssize_t Output::WriteSome(std::string_view bytes) const {
+    if (!mayBlock)
+        return write(target, bytes.data(), bytes.size());
+    if (AwaitWritable(target))
+        return write(target, bytes.data(), std::min<std::size_t>(bytes.size(), PIPE_BUF));
+    errno = EINTR;
+    return -1;
+}
+
+// A terminal may refuse a line feed though poll(2) reports it as writable, and another process may
+// have filled the pipe since.
+void Output::TakeError(int number) {
+    bool const temporary = number == EINTR || (number == EAGAIN && mayBlock);
+    if (!temporary)
+        error = number;
+    else if (StopSignal() != 0)
+        error = EINTR;
+    else if (number == EAGAIN)
+        SleepUnlessStopped(pauseBeforeRetry);
 }
 
 void WriteMessage(std::string_view program, std::string_view text) {

@@ -1,19 +1,24 @@
-// Bytes on their way to an open descriptor, in large pieces.
+// Bytes on their way to an open file descriptor, in large pieces.
 #pragma once
 
 #include <string>
 #include <string_view>
 
+#include <sys/types.h>
+
 // Collects what is written and hands it on when enough has come together, and at Flush; what is
-// large by itself is not copied. One thread.
+// large by itself is not copied. Not thread-safe.
 //
-// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A
-// signal is no failure, except for a stop that has been asked for (StopSignals.h) while the reader
-// on the other side keeps us waiting.
+// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A stop
+// signal (StopSignals.h) ends the wait for a slow reader, with the failure EINTR, whether it comes
+// before the write or during it. Bytes that need no wait are written after a stop signal too.
+//
+// The file status flags of the descriptor are never changed, since other processes may share them.
 class Output {
 public:
     // The descriptor is not closed.
     explicit Output(int descriptor);
+    ~Output();
     Output(Output const&) = delete;
     Output& operator=(Output const&) = delete;
 
@@ -26,12 +31,17 @@ public:
 
 private:
     void HandOn(std::string_view bytes);
+    ssize_t WriteSome(std::string_view bytes) const;
+    void TakeError(int number);
 
     int const descriptor;
     bool const terminal;
+    bool const mayBlock;
+    // The descriptor itself, or the same file opened again without blocking.
+    int const target;
     int error = 0;
     std::string waiting;
 };
 
-// One line without an end, to standard error at once: "PROGRAM: TEXT" and a line feed.
+// Writes "PROGRAM: TEXT" and a line feed to standard error at once.
 void WriteMessage(std::string_view program, std::string_view text);

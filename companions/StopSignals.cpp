@@ -1,9 +1,14 @@
 #include "companions/StopSignals.h"
 
+#include <cerrno>
 #include <csignal>
+
+#include <poll.h>
 #include <signal.h>
 
 namespace {
+
+constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t firstSignal = 0;
 
@@ -27,14 +32,68 @@ void Catch(int signal) {
     sigaction(signal, &action, nullptr);
 }
 
+// Blocks the stop signals as long as it lives.
+class BlockedStopSignals {
+public:
+    BlockedStopSignals() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (int const signal : stopSignals)
+            sigaddset(&signals, signal);
+        sigprocmask(SIG_BLOCK, &signals, &former);
+    }
+    ~BlockedStopSignals() { sigprocmask(SIG_SETMASK, &former, nullptr); }
+    BlockedStopSignals(BlockedStopSignals const&) = delete;
+    BlockedStopSignals& operator=(BlockedStopSignals const&) = delete;
+
+    sigset_t const& FormerMask() const { return former; }
+
+private:
+    sigset_t former{};
+};
+
+// As ppoll(2), but returns at once after a stop signal. The signals are blocked between the look at
+// the flag and the wait, so none is lost there.
+int Wait(pollfd* waiting, nfds_t count, timespec const* limit) {
+    constexpr timespec none{};
+    BlockedStopSignals const blocked;
+    return ppoll(waiting, count, firstSignal == 0 ? limit : &none, &blocked.FormerMask());
+}
+
 } // namespace
 
 void CatchStopSignals() {
-    Catch(SIGINT);
-    Catch(SIGTERM);
+    for (int const signal : stopSignals)
+        Catch(signal);
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 int StopSignal() { return firstSignal; }
 
-char const* NameOfStopSignal(int signal) { return signal == SIGINT ? "SIGINT" : "SIGTERM"; }
+char const* NameOfStopSignal(int signal) {
+    switch (signal) {
+    case SIGINT:
+        return "SIGINT";
+    case SIGTERM:
+        return "SIGTERM";
+    default:
+        return "SIGHUP";
+    }
+}
+
+void SleepUnlessStopped(std::chrono::milliseconds time) {
+    auto const seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    std::chrono::nanoseconds const rest = time - seconds;
+    timespec const limit{seconds.count(), rest.count()};
+    Wait(nullptr, 0, &limit);
+}
+
+bool AwaitWritable(int descriptor) {
+    pollfd waiting{descriptor, POLLOUT, 0};
+    int ready = -1;
+    do
+        ready = Wait(&waiting, 1, nullptr);
+    while (ready < 0 && errno == EINTR);
+    return ready != 0;
+}

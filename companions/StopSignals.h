@@ -1,14 +1,24 @@
-// SIGINT and SIGTERM as a wish that is granted at the next good moment.
+// SIGINT, SIGTERM and SIGHUP as a request to stop, and waits that such a request ends.
 #pragma once
 
-// From now on the first SIGINT or SIGTERM is only noted, though it cuts short the wait that it
-// meets; a second one ends the process at once, as it would have without this call. One that was
-// ignored when the program started goes on being ignored. SIGPIPE is ignored, so that a reader who
-// is gone is an error of the write.
+#include <chrono>
+
+// From now on the first SIGINT, SIGTERM or SIGHUP is only recorded; a second one ends the process
+// at once, with the default action. One that is ignored when the program starts stays ignored.
+//
+// SIGPIPE and SIGXFSZ are ignored: the write fails instead, with EPIPE or EFBIG.
 void CatchStopSignals();
 
-// The number of the first signal; 0 as long as none came.
+// Returns the number of the first stop signal; 0 as long as none came.
 int StopSignal();
 
-// "SIGINT" or "SIGTERM".
+// Returns "SIGINT", "SIGTERM" or "SIGHUP".
 char const* NameOfStopSignal(int signal);
+
+// The waits below are race-free: a stop signal ends them whenever it comes, before the wait too.
+
+void SleepUnlessStopped(std::chrono::milliseconds time);
+
+// Waits until poll(2) reports that a write to the file descriptor makes progress or fails. After a
+// stop signal it does not wait, and returns false if the write would have to.
+bool AwaitWritable(int descriptor);

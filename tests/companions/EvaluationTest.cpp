@@ -5,6 +5,8 @@
 
 #include <csignal>
 #include <deque>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,6 +24,8 @@ struct Step {
     int value = 0;
     // Raised before the call returns.
     int signal = 0;
+    // The call throws std::bad_alloc.
+    bool fails = false;
 };
 
 struct Interface {
@@ -38,6 +42,8 @@ Interface fake;
 int Take(Step const& step) {
     if (step.signal != 0)
         raise(step.signal);
+    if (step.fails)
+        throw std::bad_alloc();
     return step.result;
 }
 
@@ -212,6 +218,40 @@ TEST(EvaluationTest, SignalWhileClosingStillCounts) {
         ExpectEnd(EvaluationEnd::stopped, SIGTERM, -3, RunFake());
         EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
     });
+}
+
+TEST(EvaluationTest, ExceptionWhileTheRowsAreUsedClosesIt) {
+    fake = {};
+    Progress progress(ProgressStyle::none);
+    EXPECT_THROW(Evaluate({}, progress, [](Rows const&) { throw std::runtime_error("rows"); }),
+                 std::runtime_error);
+    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+}
+
+TEST(EvaluationTest, ExhaustedMemoryWhilePollingClosesIt) {
+    fake = {.progress = {{.fails = true}}};
+    EXPECT_THROW(RunFake(), std::bad_alloc);
+    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+}
+
+TEST(EvaluationTest, FirstExceptionLeavesWhenTheCloseThrowsToo) {
+    fake = {.close = {.fails = true}};
+    Progress progress(ProgressStyle::none);
+    EXPECT_THROW(Evaluate({}, progress, [](Rows const&) { throw std::runtime_error("rows"); }),
+                 std::runtime_error);
+    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+}
+
+TEST(EvaluationTest, CloseThatThrowsIsNotRepeated) {
+    fake = {.close = {.fails = true}};
+    EXPECT_THROW(RunFake(), std::bad_alloc);
+    EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
+}
+
+TEST(EvaluationTest, FailedOpenThatThrowsOwesNoClose) {
+    fake = {.open = {.fails = true}};
+    EXPECT_THROW(RunFake(), std::bad_alloc);
+    EXPECT_EQ("open(null,null,0) ", fake.calls);
 }
 
 } // namespace

@@ -5,15 +5,18 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+#include <functional>
 #include <string>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "companions/StopSignals.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
 
 namespace {
 
@@ -92,7 +95,20 @@ TEST(OutputTest, ReaderWhoIsGoneIsAnError) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-// More than a pipe takes, and nobody reads.
+// More than a pipe or a terminal takes, and nobody reads.
+void ExpectInterrupted(Output& output) {
+    output.Write(std::string(1'000'000, 'x'));
+    EXPECT_EQ(EINTR, output.Error());
+}
+
+void ExpectToEnd(std::function<void()> const& body) {
+    OtherProcess other([&] {
+        CatchStopSignals();
+        body();
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait(std::chrono::seconds(20)));
+}
+
 TEST(OutputTest, StopEndsTheWaitForAReader) {
     OtherProcess other([](Handshake& line) {
         CatchStopSignals();
@@ -100,16 +116,127 @@ TEST(OutputTest, StopEndsTheWaitForAReader) {
         ASSERT_EQ(0, pipe(ends));
         Output output(ends[1]);
         line.Tell();
-        output.Write(std::string(10'000'000, 'x'));
-        EXPECT_EQ(EINTR, output.Error());
+        ExpectInterrupted(output);
         EXPECT_EQ(SIGTERM, StopSignal());
     });
     other.Await();
-    // A signal that came before the write waits would be noted, but end nothing.
     while (!IsAsleep(other.pid()))
         usleep(1000);
     other.Kill(SIGTERM);
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
+TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForAReader) {
+    ExpectToEnd([] {
+        int ends[2];
+        ASSERT_EQ(0, pipe(ends));
+        Output output(ends[1]);
+        raise(SIGTERM);
+        ExpectInterrupted(output);
+    });
+}
+
+// poll(2) reports a terminal as writable though it takes less than a whole write.
+TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForATerminal) {
+    ExpectToEnd([] {
+        Terminal const screen;
+        Output output(screen.otherEnd());
+        raise(SIGTERM);
+        ExpectInterrupted(output);
+    });
+}
+
+TEST(OutputTest, StopEndsTheWaitForAPipeThatCantBeReopened) {
+    PrivateMachine::Run({.proc = PrivateMachine::Proc::none}, [] {
+        ExpectToEnd([] {
+            int ends[2];
+            ASSERT_EQ(0, pipe(ends));
+            Output output(ends[1]);
+            raise(SIGTERM);
+            ExpectInterrupted(output);
+        });
+    });
+}
+
+TEST(OutputTest, WritesAfterAStopWhatNeedsNoWait) {
+    ExpectToEnd([] {
+        int ends[2];
+        ASSERT_EQ(0, pipe(ends));
+        raise(SIGTERM);
+        Output output(ends[1]);
+        output.Write("message");
+        output.Flush();
+        EXPECT_EQ(0, output.Error());
+        char bytes[16];
+        EXPECT_EQ(7, read(ends[0], bytes, sizeof bytes));
+    });
+}
+
+TEST(OutputTest, SlowReaderOfAPipeGetsEveryByte) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    std::string expected;
+    for (int i = 0; i < 100'000; ++i)
+        expected += std::to_string(i);
+    OtherProcess other([&] {
+        close(ends[0]);
+        Output output(ends[1]);
+        output.Write(expected);
+        EXPECT_EQ(0, output.Error());
+    });
+    close(ends[1]);
+    std::string got;
+    char bytes[10'000];
+    for (ssize_t length = 0; (length = read(ends[0], bytes, sizeof bytes)) > 0;) {
+        got.append(bytes, static_cast<std::size_t>(length));
+        usleep(100);
+    }
+    close(ends[0]);
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    EXPECT_TRUE(expected == got);
+}
+
+TEST(OutputTest, FileStatusFlagsOfTheDescriptorStay) {
+    Terminal const screen;
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    for (int const descriptor : {screen.otherEnd(), screen.file(), ends[1]}) {
+        int const before = fcntl(descriptor, F_GETFL);
+        Output output(descriptor);
+        output.Write("text");
+        output.Flush();
+        EXPECT_EQ(0, output.Error());
+        EXPECT_EQ(before, fcntl(descriptor, F_GETFL));
+    }
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(OutputTest, WriteToAReadOnlyTerminalFails) {
+    Terminal const screen;
+    int const input = open(ttyname(screen.otherEnd()), O_RDONLY | O_NOCTTY | O_CLOEXEC);
+    ASSERT_LE(0, input);
+    {
+        Output output(input);
+        output.Write("lost");
+        output.Flush();
+        EXPECT_EQ(EBADF, output.Error());
+    }
+    EXPECT_EQ("", screen.Read());
+    close(input);
+}
+
+TEST(OutputTest, FileThatExceedsTheSizeLimitIsAnError) {
+    ExpectToEnd([] {
+        Terminal const screen;
+        rlimit const limit{100, 100};
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+        Output output(screen.file());
+        output.Write(std::string(1000, 'x'));
+        output.Flush();
+        EXPECT_EQ(EFBIG, output.Error());
+        EXPECT_EQ(std::string(100, 'x'), screen.ReadFile());
+    });
 }
 
 } // namespace

@@ -10,6 +10,8 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -376,10 +378,11 @@ TEST(QueryTest, BarOnATerminal) {
         CreateAgentDirectories();
         ScriptedAgent agent(Script({ProgressAnswer("3", "0", "50"), Finished()}));
         Terminal screen;
-        ProgramResult const result =
-            RunIt({"-d"}, {.prepare = [&] {
-                      return dup2(screen.otherEnd(), 1) == 1 && dup2(screen.otherEnd(), 2) == 2;
-                  }});
+        ProgramResult const result = RunIt({"-d"}, {.prepare = [&] {
+                                               return setenv("TERM", "xterm", 1) == 0 &&
+                                                      dup2(screen.otherEnd(), 1) == 1 &&
+                                                      dup2(screen.otherEnd(), 2) == 2;
+                                           }});
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         std::string const clear = "\r\x1b[K";
         std::string const filled(15, '#');
@@ -420,6 +423,8 @@ TEST(QueryTest, FirstInterruptClosesTheEvaluation) { ExpectStopBy(SIGINT, 130, "
 
 TEST(QueryTest, FirstTerminationClosesTheEvaluation) { ExpectStopBy(SIGTERM, 143, "SIGTERM"); }
 
+TEST(QueryTest, FirstHangupClosesTheEvaluation) { ExpectStopBy(SIGHUP, 129, "SIGHUP"); }
+
 TEST(QueryTest, SignalDuringTheCloseAddsNoSecondDocument) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
@@ -440,6 +445,44 @@ TEST(QueryTest, SignalDuringTheCloseAddsNoSecondDocument) {
                         {"rowCount", 2},
                         {"rows", {firstRow, secondRow}}}),
                   Json::parse(result.output));
+    });
+}
+
+std::string ManyRows() {
+    std::string rows;
+    for (int i = 0; i < 5000; ++i)
+        rows += Row(std::to_string(i), "r", "type", "1", "a longer description of the row", "");
+    return rows;
+}
+
+TEST(QueryTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(Script({Finished(ManyRows())}));
+        int ends[2];
+        ASSERT_EQ(0, pipe(ends));
+        OtherProgram program(Command({"-d", "--json"}), {.prepare = [&] {
+                                 return dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
+                             }});
+        pollfd written{ends[0], POLLIN, 0};
+        ASSERT_EQ(1, poll(&written, 1, 30'000));
+        program.Kill(SIGTERM);
+        EXPECT_EQ(ExitStatus::Exited(143), program.Wait(std::chrono::seconds(30)).status);
+        agent.AwaitEnd(std::chrono::seconds(1));
+        EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
+    });
+}
+
+TEST(QueryTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        ScriptedAgent agent(Script({Finished(ManyRows())}));
+        ProgramResult const result = RunIt({"-d", "--json"}, {.limits = {{RLIMIT_FSIZE, 100'000}}});
+        EXPECT_EQ(ExitStatus::Exited(8), result.status);
+        EXPECT_EQ("compliance-query: the rows could not be written: File too large\n",
+                  result.errors);
+        agent.AwaitEnd(std::chrono::seconds(1));
+        EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
     });
 }
 

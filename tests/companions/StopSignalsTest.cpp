@@ -2,13 +2,39 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
+#include <functional>
+#include <utility>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "tests/support/OtherProcess.h"
 
 namespace {
+
+// Raised at the begin of the next ppoll, before it waits.
+int signalBeforeWait = 0;
+
+} // namespace
+
+// In the place of the C library's.
+extern "C" int ppoll(pollfd* descriptors, nfds_t count, timespec const* limit,
+                     sigset_t const* mask) {
+    if (signalBeforeWait != 0)
+        raise(std::exchange(signalBeforeWait, 0));
+    timespec rest = limit == nullptr ? timespec() : *limit;
+    return static_cast<int>(syscall(SYS_ppoll, descriptors, count,
+                                    limit == nullptr ? nullptr : &rest, mask, _NSIG / 8));
+}
+
+namespace {
+
+using std::chrono::minutes;
+using std::chrono::seconds;
 
 template <typename Body>
 ExitStatus EndOf(Body const& body) {
@@ -16,7 +42,7 @@ ExitStatus EndOf(Body const& body) {
         CatchStopSignals();
         body();
     });
-    return other.Wait();
+    return other.Wait(seconds(20));
 }
 
 TEST(StopSignalsTest, NothingCame) {
@@ -24,7 +50,7 @@ TEST(StopSignalsTest, NothingCame) {
 }
 
 TEST(StopSignalsTest, FirstOneIsOnlyNoted) {
-    for (int const signal : {SIGINT, SIGTERM})
+    for (int const signal : {SIGINT, SIGTERM, SIGHUP})
         EXPECT_EQ(ExitStatus::Exited(0), EndOf([&] {
                       raise(signal);
                       EXPECT_EQ(signal, StopSignal());
@@ -32,8 +58,8 @@ TEST(StopSignalsTest, FirstOneIsOnlyNoted) {
 }
 
 TEST(StopSignalsTest, SecondOneEndsTheProcessBeItTheSameOrTheOther) {
-    for (int const first : {SIGINT, SIGTERM})
-        for (int const second : {SIGINT, SIGTERM})
+    for (int const first : {SIGINT, SIGTERM, SIGHUP})
+        for (int const second : {SIGINT, SIGTERM, SIGHUP})
             EXPECT_EQ(ExitStatus::Killed(second), EndOf([&] {
                           raise(first);
                           raise(second);
@@ -41,16 +67,83 @@ TEST(StopSignalsTest, SecondOneEndsTheProcessBeItTheSameOrTheOther) {
                       }));
 }
 
-TEST(StopSignalsTest, WaitIsCutShort) {
+void ExpectToEnd(std::function<void()> const& body) {
+    EXPECT_EQ(ExitStatus::Exited(0), EndOf(body));
+}
+
+TEST(StopSignalsTest, SleepEndsByAStop) {
     OtherProcess other([](Handshake& line) {
         CatchStopSignals();
         line.Tell();
-        while (StopSignal() == 0)
-            poll(nullptr, 0, 60'000);
+        SleepUnlessStopped(minutes(1));
     });
     other.Await();
     other.Kill(SIGINT);
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait(std::chrono::seconds(30)));
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait(seconds(30)));
+}
+
+TEST(StopSignalsTest, SleepsAsLongAsItShould) {
+    auto const start = std::chrono::steady_clock::now();
+    SleepUnlessStopped(std::chrono::milliseconds(1100));
+    EXPECT_LE(std::chrono::milliseconds(1100), std::chrono::steady_clock::now() - start);
+}
+
+TEST(StopSignalsTest, NoSleepAfterAStop) {
+    ExpectToEnd([] {
+        raise(SIGTERM);
+        SleepUnlessStopped(minutes(1));
+    });
+}
+
+TEST(StopSignalsTest, StopJustBeforeTheSleepEndsIt) {
+    ExpectToEnd([] {
+        signalBeforeWait = SIGTERM;
+        SleepUnlessStopped(minutes(1));
+        EXPECT_EQ(SIGTERM, StopSignal());
+    });
+}
+
+// A pipe that nobody reads, and that takes no more.
+class FullPipe {
+public:
+    FullPipe() {
+        EXPECT_EQ(0, pipe2(ends, O_NONBLOCK | O_CLOEXEC));
+        while (write(ends[1], "x", 1) == 1) {
+        }
+    }
+
+    int end() const { return ends[1]; }
+
+private:
+    int ends[2]{};
+};
+
+TEST(StopSignalsTest, StopJustBeforeTheWaitForAReaderEndsIt) {
+    ExpectToEnd([] {
+        FullPipe const full;
+        signalBeforeWait = SIGHUP;
+        EXPECT_FALSE(AwaitWritable(full.end()));
+        EXPECT_EQ(SIGHUP, StopSignal());
+        EXPECT_FALSE(AwaitWritable(full.end()));
+    });
+}
+
+TEST(StopSignalsTest, WritableAfterAStopToo) {
+    ExpectToEnd([] {
+        int ends[2];
+        ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+        EXPECT_TRUE(AwaitWritable(ends[1]));
+        raise(SIGTERM);
+        EXPECT_TRUE(AwaitWritable(ends[1]));
+    });
+}
+
+TEST(StopSignalsTest, SecondStopDuringAWaitEndsTheProcess) {
+    EXPECT_EQ(ExitStatus::Killed(SIGINT), EndOf([] {
+                  raise(SIGTERM);
+                  signalBeforeWait = SIGINT;
+                  SleepUnlessStopped(minutes(1));
+              }));
 }
 
 TEST(StopSignalsTest, IgnoredOneGoesOnBeingIgnored) {
@@ -69,6 +162,7 @@ TEST(StopSignalsTest, IgnoredOneGoesOnBeingIgnored) {
 TEST(StopSignalsTest, Names) {
     EXPECT_STREQ("SIGINT", NameOfStopSignal(SIGINT));
     EXPECT_STREQ("SIGTERM", NameOfStopSignal(SIGTERM));
+    EXPECT_STREQ("SIGHUP", NameOfStopSignal(SIGHUP));
 }
 
 } // namespace
