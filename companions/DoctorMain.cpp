@@ -10,7 +10,6 @@
 #include "companions/DoctorCommandLine.h"
 #include "companions/DoctorReport.h"
 #include "companions/Output.h"
-#include "companions/VisibleText.h"
 #include "compliance/StandardDescriptors.h"
 
 namespace {
@@ -60,7 +59,7 @@ int main(int count, char** arguments) {
     try {
         return Run(count, arguments);
     } catch (CommandLineError const& error) {
-        WriteMessage(program, MakeVisible(error.what()));
+        WriteMessage(program, error.what());
         return usage;
     } catch (std::exception const& error) {
         WriteMessage(program, error.what());

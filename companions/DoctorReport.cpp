@@ -41,7 +41,7 @@ void WriteText(Findings const& findings, Output& output) {
     for (Finding const& finding : findings) {
         std::string line = NameOf(finding.verdict);
         line.resize(9, ' ');
-        line += finding.check + ": " + MakeVisible(finding.message);
+        line += finding.check + ": " + MakeVisible(finding.message, output.Characters());
         if (!finding.remedy.empty())
             line += ". Remedy: " + finding.remedy;
         output.Write(line + ".\n");
@@ -55,5 +55,6 @@ void WriteJson(Findings const& findings, Output& output) {
     Json const document = {{"schemaVersion", doctorSchemaVersion},
                            {"healthy", !HasProblem(findings)},
                            {"checks", checks}};
-    output.Write(document.dump(2) + "\n");
+    // As plain ASCII on a terminal, which need not use UTF-8.
+    output.Write(document.dump(2, ' ', output.IsTerminal()) + "\n");
 }

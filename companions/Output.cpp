@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstring>
 #include <string>
 
 #include <fcntl.h>
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -38,11 +41,23 @@ int ReopenWithoutBlocking(int descriptor) {
     return reopened < 0 ? descriptor : reopened;
 }
 
+// Reads the environment. The locale of the process, by which the library converts text, stays as it
+// is.
+CharacterSet CharacterSetOfLocale() {
+    locale_t const locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr)
+        return CharacterSet::ascii;
+    bool const isUtf8 = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    freelocale(locale);
+    return isUtf8 ? CharacterSet::unicode : CharacterSet::ascii;
+}
+
 } // namespace
 
 Output::Output(int theDescriptor)
     : descriptor(theDescriptor),
       terminal(isatty(theDescriptor) == 1),
+      characters(terminal ? CharacterSetOfLocale() : CharacterSet::unicode),
       mayBlock(TypeOf(theDescriptor) != S_IFREG),
       target(ReopenWithoutBlocking(theDescriptor)) {}
 
@@ -101,7 +116,7 @@ void WriteMessage(std::string_view program, std::string_view text) {
     Output output(STDERR_FILENO);
     output.Write(program);
     output.Write(": ");
-    output.Write(text);
+    output.Write(MakeVisible(text, output.Characters()));
     output.Write("\n");
     output.Flush();
 }

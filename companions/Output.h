@@ -6,6 +6,8 @@
 
 #include <sys/types.h>
 
+#include "companions/VisibleText.h"
+
 // Collects what is written and hands it on when enough has come together, and at Flush; what is
 // large by itself is not copied. Not thread-safe.
 //
@@ -28,6 +30,9 @@ public:
     int Error() const { return error; }
     // Whether somebody looks at the bytes as they come.
     bool IsTerminal() const { return terminal; }
+    // Returns ascii for a terminal unless the environment names a locale with UTF-8 (LC_ALL,
+    // LC_CTYPE, LANG), and unicode for everything else.
+    CharacterSet Characters() const { return characters; }
 
 private:
     void HandOn(std::string_view bytes);
@@ -36,6 +41,7 @@ private:
 
     int const descriptor;
     bool const terminal;
+    CharacterSet const characters;
     bool const mayBlock;
     // The descriptor itself, or the same file opened again without blocking.
     int const target;
@@ -43,5 +49,6 @@ private:
     std::string waiting;
 };
 
-// Writes "PROGRAM: TEXT" and a line feed to standard error at once.
+// Writes "PROGRAM: TEXT" and a line feed to standard error at once, with TEXT as visible text
+// (VisibleText.h).
 void WriteMessage(std::string_view program, std::string_view text);

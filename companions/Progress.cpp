@@ -1,6 +1,7 @@
 #include "companions/Progress.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 
 #include <unistd.h>
@@ -10,8 +11,21 @@
 namespace {
 
 constexpr int cells = 30;
-// To the first column; from there to the end of the line nothing.
+// Back to the first column, and nothing from there to the end of the line.
 constexpr std::string_view clearLine = "\r\x1b[K";
+
+// Without escape sequences: longer than the bar with any text, and shorter than a line of 80.
+std::string const& BlankLine() {
+    static std::string const line = '\r' + std::string(79, ' ') + '\r';
+    return line;
+}
+
+bool IsDumbTerminal() {
+    char const* const type = std::getenv("TERM");
+    return type == nullptr || std::string_view(type).empty() || std::string_view(type) == "dumb";
+}
+
+std::string_view ClearLine() { return IsDumbTerminal() ? BlankLine() : clearLine; }
 
 ProgressStyle Resolve(ProgressStyle style) {
     if (style != ProgressStyle::automatic)
@@ -19,7 +33,7 @@ ProgressStyle Resolve(ProgressStyle style) {
     return isatty(STDERR_FILENO) ? ProgressStyle::bar : ProgressStyle::none;
 }
 
-void WriteToTerminal(std::string const& text) {
+void WriteToTerminal(std::string_view text) {
     Output output(STDERR_FILENO);
     output.Write(text);
     output.Flush();
@@ -48,7 +62,7 @@ void Progress::Closing() { Tell(100, "closing the evaluation"); }
 
 void Progress::Clear() {
     if (drawn)
-        WriteToTerminal(std::string(clearLine));
+        WriteToTerminal(ClearLine());
     drawn = false;
 }
 
@@ -57,6 +71,6 @@ void Progress::Tell(int barPercent, std::string_view text) {
         WriteMessage("compliance-query", text);
     if (style != ProgressStyle::bar)
         return;
-    WriteToTerminal(std::string(clearLine) + DrawBar(barPercent) + ' ' + std::string(text));
+    WriteToTerminal(std::string(ClearLine()) + DrawBar(barPercent) + ' ' + std::string(text));
     drawn = true;
 }

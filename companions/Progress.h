@@ -5,8 +5,9 @@
 
 #include "companions/QueryCommandLine.h"
 
-// A bar is one line of a terminal that is drawn again and again, and gone at the end. Lines are for
-// logs: "compliance-query: TEXT". Failures to write are nobody's concern.
+// A bar is one line of a terminal that is drawn again and again, and gone at the end. It uses no
+// escape sequence if the environment variable TERM is "dumb", empty or absent. Lines are for logs:
+// "compliance-query: TEXT". Failures to write are nobody's concern.
 class Progress {
 public:
     // automatic is a bar if standard error is a terminal, and otherwise none.

@@ -10,7 +10,6 @@
 #include "companions/Query.h"
 #include "companions/QueryCommandLine.h"
 #include "companions/QueryExit.h"
-#include "companions/VisibleText.h"
 #include "compliance/StandardDescriptors.h"
 
 namespace {
@@ -43,7 +42,7 @@ int main(int count, char** arguments) {
     try {
         return Run(count, arguments);
     } catch (CommandLineError const& error) {
-        WriteMessage(program, MakeVisible(error.what()));
+        WriteMessage(program, error.what());
         return static_cast<int>(QueryExit::usage);
     } catch (std::exception const& error) {
         WriteMessage(program, error.what());

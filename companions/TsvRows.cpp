@@ -24,18 +24,20 @@ void AppendEscaped(std::string& line, std::string_view text) {
 }
 
 // Each backslash stands twice by then, so that those of visible text are told apart.
-void AppendVisible(std::string& line, std::string_view text) {
+void AppendVisible(std::string& line, std::string_view text, CharacterSet characters) {
     std::string escaped;
     AppendEscaped(escaped, text);
-    line += MakeVisible(escaped);
+    line += MakeVisible(escaped, characters);
 }
 
 template <typename Fields>
 void WriteLine(Fields const& fields, std::string& line, Output& output) {
-    auto const append = output.IsTerminal() ? AppendVisible : AppendEscaped;
     line.clear();
     for (std::string_view const field : fields) {
-        append(line, field);
+        if (output.IsTerminal())
+            AppendVisible(line, field, output.Characters());
+        else
+            AppendEscaped(line, field);
         line += '\t';
     }
     line.back() = '\n';

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "companions/HiddenCharacters.h"
 #include "companions/Utf8.h"
 
 namespace {
@@ -17,28 +18,24 @@ void AppendHexByte(std::string& text, char byte) {
 }
 
 void AppendCodePoint(std::string& text, std::uint32_t value) {
-    text += "\\u";
-    for (int shift = 12; shift >= 0; shift -= 4)
+    bool const isShort = value <= 0xFFFF;
+    text += isShort ? "\\u" : "\\U";
+    for (int shift = isShort ? 12 : 28; shift >= 0; shift -= 4)
         text += digits[value >> shift & 15];
 }
 
-// Of a character of two or three bytes; longer ones have no number that is asked for here.
+// REQUIRES: a well-formed character of at least two bytes.
 std::uint32_t CodePoint(std::string_view character) {
-    auto const at = [&](std::size_t index) -> std::uint32_t {
-        return static_cast<unsigned char>(character[index]);
-    };
-    if (character.size() == 2)
-        return (at(0) & 0x1F) << 6 | (at(1) & 0x3F);
-    if (character.size() == 3)
-        return (at(0) & 0x0F) << 12 | (at(1) & 0x3F) << 6 | (at(2) & 0x3F);
-    return 0;
+    // The lead byte has as many leading ones as there are bytes, then a zero.
+    std::uint32_t value = static_cast<unsigned char>(character[0]) & (0x7FU >> character.size());
+    for (char const byte : character.substr(1))
+        value = value << 6 | (static_cast<unsigned char>(byte) & 0x3F);
+    return value;
 }
 
-// The second range of control characters, and the marks, embeddings and isolates of direction.
 bool IsHidden(std::uint32_t value) {
-    return (value >= 0x80 && value <= 0x9F) || value == 0x61C || value == 0x200E ||
-           value == 0x200F || value == 0x2028 || value == 0x2029 ||
-           (value >= 0x202A && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
+    auto const range = std::ranges::lower_bound(hiddenCharacters, value, {}, &CodePointRange::last);
+    return range != hiddenCharacters.end() && range->first <= value;
 }
 
 void AppendControl(std::string& text, char control) {
@@ -57,11 +54,12 @@ void AppendControl(std::string& text, char control) {
     }
 }
 
-void AppendVisible(std::string& text, std::string_view character) {
+void AppendVisible(std::string& text, std::string_view character, CharacterSet characters) {
     auto const first = static_cast<unsigned char>(character.front());
     if (first < 0x20 || first == 0x7F)
-        AppendControl(text, character.front());
-    else if (std::uint32_t const value = CodePoint(character); IsHidden(value))
+        return AppendControl(text, character.front());
+    std::uint32_t const value = character.size() == 1 ? first : CodePoint(character);
+    if (first >= 0x80 && (characters == CharacterSet::ascii || IsHidden(value)))
         AppendCodePoint(text, value);
     else
         text += character;
@@ -90,7 +88,11 @@ std::string MakeReadable(std::string_view bytes) {
                     [](std::string& text, std::string_view character) { text += character; });
 }
 
-std::string MakeVisible(std::string_view bytes) { return MakeText(bytes, AppendVisible); }
+std::string MakeVisible(std::string_view bytes, CharacterSet characters) {
+    return MakeText(bytes, [characters](std::string& text, std::string_view character) {
+        AppendVisible(text, character, characters);
+    });
+}
 
 std::size_t CountColumns(std::string_view text) {
     return static_cast<std::size_t>(std::ranges::count_if(

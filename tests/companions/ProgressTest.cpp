@@ -13,7 +13,8 @@ namespace {
 
 // All that a body writes to standard error, which is a file or a terminal.
 template <typename Body>
-std::string ErrorsOf(Body const& body, bool terminal) {
+std::string ErrorsOf(Body const& body, bool terminal, char const* type = "xterm") {
+    EnvironmentVariable const variable("TERM", type);
     Terminal screen;
     OtherProcess other([&](Handshake& line) {
         dup2(terminal ? screen.otherEnd() : screen.file(), STDERR_FILENO);
@@ -92,6 +93,19 @@ TEST(ProgressTest, ClearedOnceAndOnlyWhereSomethingWasDrawn) {
                                                          progress.Clear();
                                                      },
                                                      false));
+}
+
+TEST(ProgressTest, DumbTerminalReceivesNoEscapeSequence) {
+    std::string const blank = '\r' + std::string(79, ' ') + '\r';
+    auto const body = [] {
+        Progress progress(ProgressStyle::bar);
+        progress.Opening();
+        progress.Percent(100);
+    };
+    for (char const* const type : {"dumb", ""})
+        EXPECT_EQ(blank + '[' + std::string(30, '-') + "] asking the agent" + //
+                      blank + '[' + std::string(30, '#') + "] 100% completed" + blank,
+                  ErrorsOf(body, true, type));
 }
 
 } // namespace

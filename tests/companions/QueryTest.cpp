@@ -486,6 +486,21 @@ TEST(QueryTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
     });
 }
 
+TEST(QueryTest, BadOptionIsAsciiOnATerminalThatIsNotUtf8) {
+    for (auto const& [locale, shown] :
+         {std::pair{"LC_ALL=C", "\\u00db"}, std::pair{"LC_ALL=C.UTF-8", "\xC3\x9B"}}) {
+        Terminal const screen;
+        ProgramResult const result = RunIt(
+            {"--\xC3\x9B"}, {.environment = Texts{locale}, .prepare = [&] {
+                                 return dup2(screen.otherEnd(), STDERR_FILENO) == STDERR_FILENO;
+                             }});
+        EXPECT_EQ(ExitStatus::Exited(2), result.status);
+        EXPECT_EQ(std::string("compliance-query: '--") + shown +
+                      "' is no option of this program; --help shows those accepted\n",
+                  screen.Read());
+    }
+}
+
 TEST(QueryTest, SecondSignalEndsAtOnce) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();

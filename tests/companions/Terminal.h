@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cerrno>
+#include <cstdlib>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -62,4 +64,26 @@ private:
     int ownEnd = -1;
     int programEnd = -1;
     int const plainFile;
+};
+
+// An environment variable with another value as long as this object lives.
+class EnvironmentVariable {
+public:
+    EnvironmentVariable(char const* theName, char const* value) : name(theName) {
+        if (char const* const before = std::getenv(name))
+            former = before;
+        setenv(name, value, 1);
+    }
+    ~EnvironmentVariable() {
+        if (former)
+            setenv(name, former->c_str(), 1);
+        else
+            unsetenv(name);
+    }
+    EnvironmentVariable(EnvironmentVariable const&) = delete;
+    EnvironmentVariable& operator=(EnvironmentVariable const&) = delete;
+
+private:
+    char const* const name;
+    std::optional<std::string> former = {};
 };

@@ -33,6 +33,7 @@ TEST(TsvRowsTest, OtherBytesStandAsTheyAre) {
 // The backslashes of the text itself stand twice, so what is shown can be told from it.
 TEST(TsvRowsTest, NothingPlaysWithATerminal) {
     RowList const list = {{{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\\x1b", "caf\xC3\xA9"}}};
+    EnvironmentVariable const locale("LC_ALL", "C.UTF-8");
     Terminal screen;
     Output output(screen.otherEnd());
     WriteTsv(RowsOf(list), output);

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
 #include "companions/Utf8.h"
 
 namespace {
@@ -41,16 +46,87 @@ TEST(VisibleTextTest, OtherTextIsVisibleAsItIs) {
         EXPECT_EQ(text, MakeVisible(text));
 }
 
-// Of whatever bytes: it is UTF-8, and has no control bytes.
+std::string Utf8Of(std::uint32_t value) {
+    auto const rest = [value](int shift) {
+        return static_cast<char>(0x80 | (value >> shift & 0x3F));
+    };
+    if (value < 0x80)
+        return {static_cast<char>(value)};
+    if (value < 0x800)
+        return {static_cast<char>(0xC0 | value >> 6), rest(0)};
+    if (value < 0x10000)
+        return {static_cast<char>(0xE0 | value >> 12), rest(6), rest(0)};
+    return {static_cast<char>(0xF0 | value >> 18), rest(12), rest(6), rest(0)};
+}
+
+std::string Escape(char const* format, std::uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
+}
+
+std::string EscapeOf(std::uint32_t value) {
+    return Escape(value > 0xFFFF ? "\\U%08x" : "\\u%04x", value);
+}
+
+TEST(VisibleTextTest, EscapesEveryAsciiControlCharacter) {
+    for (std::uint32_t value = 0; value < 0x80; ++value) {
+        std::string expected(1, static_cast<char>(value));
+        if (value == '\t' || value == '\n' || value == '\r')
+            expected = value == '\t' ? "\\t" : value == '\n' ? "\\n" : "\\r";
+        else if (value < 0x20 || value == 0x7F)
+            expected = Escape("\\x%02x", value);
+        EXPECT_EQ(expected, MakeVisible(std::string(1, static_cast<char>(value))));
+    }
+}
+
+TEST(VisibleTextTest, EscapesTheOtherControlsAsBytesAndCharacters) {
+    for (std::uint32_t value = 0x80; value <= 0x9F; ++value) {
+        EXPECT_EQ(Escape("\\x%02x", value), MakeVisible(std::string(1, static_cast<char>(value))));
+        EXPECT_EQ(EscapeOf(value), MakeVisible(Utf8Of(value)));
+    }
+}
+
+TEST(VisibleTextTest, EscapesHiddenCharacters) {
+    // Soft hyphen, joiners, Arabic signs, Hangul fillers, zero widths, separators, directions,
+    // variation selectors, byte order mark, annotations, hieroglyphic and musical formats, tags,
+    // and reserved code points that are ignorable by default.
+    for (std::uint32_t const value :
+         {0xAD,    0x34F,   0x600,   0x61C,   0x115F,  0x1160,  0x17B4,  0x180E, 0x200B,
+          0x200D,  0x2028,  0x2029,  0x202A,  0x202E,  0x2060,  0x2065,  0x2066, 0x2069,
+          0x206F,  0x3164,  0xFE00,  0xFE0F,  0xFEFF,  0xFFA0,  0xFFF9,  0xFFFB, 0x13430,
+          0x1D173, 0xE0001, 0xE0020, 0xE007F, 0xE0080, 0xE0100, 0xE01EF, 0xE0FFF})
+        EXPECT_EQ("a" + EscapeOf(value) + "b", MakeVisible("a" + Utf8Of(value) + "b"));
+}
+
+TEST(VisibleTextTest, NeighboursOfHiddenCharactersStay) {
+    for (std::uint32_t const value :
+         {0xA0,   0xAC,   0xAE,   0x34E,  0x350,   0x606,   0x115E,  0x1161,  0x200A,
+          0x2010, 0x2027, 0x202F, 0x205F, 0x2070,  0x3163,  0x3165,  0xFDFF,  0xFE10,
+          0xFEFE, 0xFF00, 0xFFFC, 0xFFFD, 0x1D172, 0x1D17B, 0xDFFFF, 0xE1000, 0x10FFFF})
+        EXPECT_EQ(Utf8Of(value), MakeVisible(Utf8Of(value))) << value;
+}
+
+TEST(VisibleTextTest, AsciiReaderGetsAscii) {
+    std::string const text = "\xC3\x9B\xE2\x82\xAC\xF0\x9F\x98\x80 \xB5 \\";
+    EXPECT_EQ("\\u00db\\u20ac\\U0001f600 \\xb5 \\", MakeVisible(text, CharacterSet::ascii));
+}
+
+// For any bytes: well-formed UTF-8 or ASCII, without control bytes.
 TEST(VisibleTextTest, AnyTwoBytesBecomeHarmless) {
+    auto const isPlain = [](char c) {
+        return c >= 0x20 && c < 0x7F;
+    };
+    auto const isControl = [](char c) {
+        return (static_cast<unsigned char>(c) < 0x20) || c == 0x7F;
+    };
     for (int first = 0; first < 256; ++first)
         for (int second = 0; second < 256; ++second) {
             std::string const bytes = {static_cast<char>(first), static_cast<char>(second)};
-            std::string const text = MakeVisible(bytes);
-            ASSERT_TRUE(IsUtf8(text));
+            ASSERT_TRUE(IsUtf8(MakeVisible(bytes)));
             ASSERT_TRUE(IsUtf8(MakeReadable(bytes)));
-            for (char const c : text)
-                ASSERT_TRUE(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
+            ASSERT_TRUE(std::ranges::none_of(MakeVisible(bytes), isControl));
+            ASSERT_TRUE(std::ranges::all_of(MakeVisible(bytes, CharacterSet::ascii), isPlain));
         }
 }
 
