@@ -14,7 +14,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-constexpr unsigned int longestPath = 4096;
+constexpr unsigned int maxPathLength = 4096;
 constexpr std::string_view deletedMark = " (deleted)";
 
 // How a process is known to be the agent, the best evidence first.
@@ -58,14 +58,20 @@ Candidate JudgeByProgram(unsigned int id, std::string const& program) {
 }
 
 Candidate Judge(unsigned int id) {
-    std::array<char, longestPath> text{};
-    if (ProcessIdToPath(id, text.data(), longestPath))
+    std::array<char, maxPathLength> text{};
+    if (ProcessIdToPath(id, text.data(), maxPathLength))
         return JudgeByProgram(id, text.data());
     long long ignored = 0;
-    if (!ProcessIdToName(id, text.data(), longestPath, ignored, ignored, ignored) ||
+    if (!ProcessIdToName(id, text.data(), maxPathLength, ignored, ignored, ignored) ||
         std::strcmp(text.data(), DoctorPaths::agentName) != 0)
         return {};
     return {StateOf(id) == 'Z' ? Evidence::zombie : Evidence::commandName, id};
+}
+
+// Of two with the same evidence the one with the lower process id, in whatever order they come.
+bool IsBetter(Candidate const& left, Candidate const& right) {
+    return left.evidence < right.evidence ||
+           (left.evidence == right.evidence && left.id < right.id);
 }
 
 struct Processes {
@@ -86,7 +92,7 @@ Processes LookForAgent() {
             continue;
         ++seen.count;
         Candidate const candidate = Judge(id);
-        if (candidate.evidence < seen.agent.evidence)
+        if (IsBetter(candidate, seen.agent))
             seen.agent = candidate;
     }
     return seen;

@@ -151,6 +151,18 @@ TEST(DoctorAgentTest, BetterEvidenceCountsMore) {
     });
 }
 
+// The order in which /proc lists processes does not matter.
+TEST(DoctorAgentTest, OfTwoAlikeTheLowerProcessIdIsReported) {
+    PrivateMachine::Run({.proc = Proc::empty}, [] {
+        InstallAgent();
+        for (char const* const id : {"6", "5", "7"}) {
+            MakeFakeProcess(id, {.exe = agentProgram});
+            SCOPED_TRACE(id);
+            ExpectOk(*id == '6' ? "process 6" : "process 5", CheckAgentProcess());
+        }
+    });
+}
+
 TEST(DoctorAgentTest, NamesThatAreMerelyLikeIt) {
     PrivateMachine::Run({.proc = Proc::empty}, [] {
         MakeFakeProcess("5", {.exe = "/bin/veskaclient"});
