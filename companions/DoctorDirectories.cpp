@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "companions/DoctorFiles.h"
@@ -47,11 +46,6 @@ Finding CheckModes(char const* check, char const* path) {
     return {check, Verdict::ok, "", std::string(path) + " is " + directory.OwnerAndMode()};
 }
 
-bool HasNoRoom(struct statvfs const& facts) {
-    fsblkcnt_t const blocks = geteuid() == 0 ? facts.f_bfree : facts.f_bavail;
-    return blocks == 0 || (facts.f_files != 0 && facts.f_ffree == 0);
-}
-
 } // namespace
 
 Finding CheckRequestDirectory() {
@@ -93,13 +87,19 @@ Finding CheckModesOfResponseDirectory() {
     return CheckModes("response-directory-mode", DoctorPaths::responseDirectory);
 }
 
+bool HasRoom(struct statvfs const& fileSystem, bool isRoot) {
+    fsblkcnt_t const blocks = isRoot ? fileSystem.f_bfree : fileSystem.f_bavail;
+    // f_files is 0 where the number of inodes has no limit.
+    return blocks != 0 && (fileSystem.f_files == 0 || fileSystem.f_ffree != 0);
+}
+
 Finding CheckSpace() {
     struct statvfs facts {};
     if (statvfs(DoctorPaths::requestDirectory, &facts) != 0)
         return {"space", Verdict::skipped, "",
                 std::string(DoctorPaths::requestDirectory) +
                     " can't be reached: " + std::strerror(errno)};
-    if (HasNoRoom(facts))
+    if (!HasRoom(facts, geteuid() == 0))
         return {"space", Verdict::problem, "disk-full",
                 std::string("no room is left in ") + DoctorPaths::requestDirectory,
                 "make room on that file system"};

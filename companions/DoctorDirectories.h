@@ -1,6 +1,8 @@
 // The two directories of the exchange.
 #pragma once
 
+#include <sys/statvfs.h>
+
 #include "companions/DoctorFinding.h"
 
 // Whether this user can leave requests there. The lock and the requests are looked at only then.
@@ -13,3 +15,5 @@ Finding CheckModesOfRequestDirectory();
 Finding CheckModesOfResponseDirectory();
 // Whether there is room for a request.
 Finding CheckSpace();
+// The decision of CheckSpace. Only root may use the blocks that a file system reserves.
+bool HasRoom(struct statvfs const& fileSystem, bool isRoot);

@@ -134,6 +134,18 @@ TEST(DoctorDirectoriesTest, DiskIsFull) {
     });
 }
 
+TEST(DoctorDirectoriesTest, OnlyRootHasRoomInReservedBlocks) {
+    struct statvfs fileSystem {};
+    fileSystem.f_bfree = 100;
+    EXPECT_TRUE(HasRoom(fileSystem, true));
+    EXPECT_FALSE(HasRoom(fileSystem, false));
+    fileSystem.f_bavail = 1;
+    EXPECT_TRUE(HasRoom(fileSystem, false));
+    fileSystem.f_files = 1;
+    EXPECT_FALSE(HasRoom(fileSystem, true));
+    EXPECT_FALSE(HasRoom(fileSystem, false));
+}
+
 TEST(DoctorDirectoriesTest, NoMoreFilesFitOnTheDisk) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
