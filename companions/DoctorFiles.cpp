@@ -6,6 +6,7 @@
 #include <cstring>
 #include <ctime>
 #include <fstream>
+#include <limits>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -41,7 +42,16 @@ std::string FileFacts::OwnerAndMode() const {
 std::string FileFacts::Reason() const { return std::strerror(error); }
 
 long long FileFacts::AgeInSeconds() const {
-    return static_cast<long long>(std::time(nullptr)) - facts.st_mtim.tv_sec;
+    return SecondsBetween(facts.st_mtim.tv_sec, std::time(nullptr));
+}
+
+long long SecondsBetween(long long start, long long end) {
+    using Limits = std::numeric_limits<long long>;
+    if (start < 0 && end > Limits::max() + start)
+        return Limits::max();
+    if (start > 0 && end < Limits::min() + start)
+        return Limits::min();
+    return end - start;
 }
 
 std::string DescribeAge(long long seconds) {

@@ -36,7 +36,7 @@ public:
     std::string OwnerAndMode() const;
     // The system's words for why nothing is known.
     std::string Reason() const;
-    // Since the last change of its content; negative if that lies in the future.
+    // Since the last change of its content; negative if that lies in the future. Saturated.
     //
     // REQUIRES: Exists().
     long long AgeInSeconds() const;
@@ -51,6 +51,9 @@ private:
     struct stat facts {};
     int error = 0;
 };
+
+// `end` - `start`, or the nearest value of the type.
+long long SecondsBetween(long long start, long long end);
 
 // "12 seconds old", "3 days old", or that it is dated in the future.
 std::string DescribeAge(long long seconds);

@@ -3,9 +3,12 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <limits>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
+#include "companions/DoctorFiles.h"
 #include "tests/companions/Findings.h"
 #include "tests/system/RecordLock.h"
 
@@ -21,7 +24,8 @@ constexpr char const* response = ScriptedAgent::response;
 void Create(char const* path, std::chrono::hours age = std::chrono::hours(0)) {
     CreateAgentDirectories();
     std::ofstream(std::string(path)) << "document";
-    fs::last_write_time(path, fs::file_time_type::clock::now() - age);
+    // A second older, because time(2) is a clock tick late: a date of now may lie in its future.
+    fs::last_write_time(path, fs::file_time_type::clock::now() - age - std::chrono::seconds(1));
 }
 
 void ExpectAge(std::chrono::seconds age, Finding const& finding) {
@@ -133,6 +137,21 @@ TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
         ExpectAge(std::chrono::hours(30), finding);
         Create(response);
         ExpectOk("a new response", CheckResponse());
+    });
+}
+
+// The oldest date that a file can have.
+TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
+    PrivateMachine::Run([] {
+        Create(response);
+        constexpr auto oldest = std::numeric_limits<time_t>::min();
+        timespec const times[] = {{oldest, 0}, {oldest, 0}};
+        ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
+        if (FileFacts(response).Facts().st_mtim.tv_sec != oldest)
+            GTEST_SKIP() << "this file system can't store the date";
+        Finding const finding = CheckResponse();
+        ExpectFinding(Verdict::note, "response-old", "days old", finding);
+        EXPECT_EQ(std::numeric_limits<long long>::max(), finding.ageInSeconds);
     });
 }
 

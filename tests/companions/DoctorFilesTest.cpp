@@ -17,6 +17,23 @@ TEST(DoctorFilesTest, AgeInTheLargestUnitOfWhichThereAreTwo) {
     EXPECT_EQ("dated in the future", DescribeAge(-1));
 }
 
+TEST(DoctorFilesTest, SecondsBetweenTwoTimesAreSaturated) {
+    constexpr long long min = std::numeric_limits<long long>::min();
+    constexpr long long max = std::numeric_limits<long long>::max();
+    EXPECT_EQ(5, SecondsBetween(10, 15));
+    EXPECT_EQ(-5, SecondsBetween(15, 10));
+    EXPECT_EQ(max, SecondsBetween(min, 0));
+    EXPECT_EQ(max, SecondsBetween(min, max));
+    EXPECT_EQ(max, SecondsBetween(min + 1, 0));
+    EXPECT_EQ(max, SecondsBetween(min, -1));
+    EXPECT_EQ(max - 1, SecondsBetween(min, -2));
+    EXPECT_EQ(min, SecondsBetween(max, -2));
+    EXPECT_EQ(min, SecondsBetween(max, -1));
+    EXPECT_EQ(min + 1, SecondsBetween(max, 0));
+    EXPECT_EQ(min, SecondsBetween(0, min));
+    EXPECT_EQ(0, SecondsBetween(min, min));
+}
+
 TEST(DoctorFilesTest, WhatStandsThere) {
     EXPECT_TRUE(FileFacts("/dev").IsDirectory());
     EXPECT_TRUE(FileFacts("/dev/null").Exists());
