@@ -106,7 +106,7 @@ Finding CheckResponse() {
             "response-old",
             "the response of an earlier exchange is there, " + DescribeAge(age) +
                 "; should the agent take a request and answer nothing, it counts as the answer",
-            "none is needed as long as the agent answers",
+            "",
             {},
             age};
 }

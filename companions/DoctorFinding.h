@@ -19,7 +19,7 @@ struct Finding {
     // What was found, as one word; empty for ok and skipped.
     std::string cause = {};
     std::string message = {};
-    // What to do about it; empty for ok and skipped.
+    // What to do about it; empty for ok and skipped, and for a note that asks for nothing.
     std::string remedy = {};
     // Where the cause is a process or a file left over.
     std::optional<long> processId = {};

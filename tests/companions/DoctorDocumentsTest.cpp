@@ -140,6 +140,13 @@ TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
     });
 }
 
+TEST(DoctorDocumentsTest, OldResponseAsksForNothing) {
+    PrivateMachine::Run([] {
+        Create(response, std::chrono::hours(30));
+        EXPECT_EQ("", CheckResponse().remedy);
+    });
+}
+
 // The oldest date that a file can have.
 TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
     PrivateMachine::Run([] {

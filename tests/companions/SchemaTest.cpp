@@ -98,7 +98,8 @@ TEST_F(SchemaTest, SchemaOfAQueryRefusesWhatIsNone) {
 TEST_F(SchemaTest, FindingsOfTheDoctor) {
     ExpectValid(DoctorDocument(ExamineExchange()), doctor);
     ExpectValid(DoctorDocument({{"lock", Verdict::problem, "lock-held", "held", "wait", 12},
-                                {"request", Verdict::note, "old", "old", "none", {}, -5},
+                                {"request", Verdict::note, "old", "old", "wait", {}, -5},
+                                {"response", Verdict::note, "old", "old"},
                                 {"space", Verdict::skipped, "", "unknown"}}),
                 doctor);
 }
@@ -114,6 +115,9 @@ TEST_F(SchemaTest, SchemaOfTheDoctorRefusesWhatIsNone) {
     }
     Json document = valid;
     document["checks"][0]["verdict"] = "ok";
+    ExpectInvalid(document, doctor);
+    document["checks"][0]["verdict"] = "note";
+    document["checks"][0].erase("cause");
     ExpectInvalid(document, doctor);
 }
 
