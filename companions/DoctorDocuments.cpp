@@ -98,6 +98,11 @@ Finding CheckResponse() {
         return {check, Verdict::problem, "response-not-readable",
                 "this user may not read " + file.Path() + ": " + file.OwnerAndMode(),
                 "run as a user who may, or set the agent up to let this user read"};
+    if (file.Facts().st_size > maxResponseBytes)
+        return {check, Verdict::problem, "response-too-large",
+                file.Path() + " has " + std::to_string(file.Facts().st_size) +
+                    " bytes, and the tool reads a response into memory",
+                "remove it, and see why the agent wrote it"};
     long long const age = file.AgeInSeconds();
     if (age >= 0 && age <= longestExchange)
         return {check, Verdict::ok, "", "a new response is there"};

@@ -147,6 +147,18 @@ TEST(DoctorDocumentsTest, OldResponseAsksForNothing) {
     });
 }
 
+TEST(DoctorDocumentsTest, ResponseTooLargeForMemory) {
+    PrivateMachine::Run([] {
+        Create(response);
+        fs::resize_file(response, maxResponseBytes);
+        EXPECT_NE(Verdict::problem, CheckResponse().verdict);
+        fs::resize_file(response, maxResponseBytes + 1);
+        ExpectProblem("response-too-large", "has 1073741825 bytes", CheckResponse());
+        fs::resize_file(response, 7'000'000'000'000);
+        ExpectProblem("response-too-large", "has 7000000000000 bytes", CheckResponse());
+    });
+}
+
 // The oldest date that a file can have.
 TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
     PrivateMachine::Run([] {
