@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 
 #include <unistd.h>
 
@@ -105,4 +106,13 @@ Finding CheckSpace() {
                 "make room on that file system"};
     return {"space", Verdict::ok, "",
             std::string("there is room in ") + DoctorPaths::requestDirectory};
+}
+
+Finding DescribeUnexaminable(char const* check, FileFacts const& entry) {
+    std::string const message = entry.Path() + " can't be examined: " + entry.Reason();
+    FileFacts const directory(std::filesystem::path(entry.Path()).parent_path().c_str());
+    if (directory.Refusal(X_OK) != 0)
+        return {check, Verdict::skipped, "", message};
+    return {check, Verdict::problem, "entry-unreachable", message,
+            "look for the reason in the system's log"};
 }

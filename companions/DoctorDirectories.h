@@ -5,6 +5,8 @@
 
 #include "companions/DoctorFinding.h"
 
+class FileFacts;
+
 // Whether this user can leave requests there. The lock and the requests are looked at only then.
 Finding CheckRequestDirectory();
 // Whether this user can read answers there.
@@ -17,3 +19,9 @@ Finding CheckModesOfResponseDirectory();
 Finding CheckSpace();
 // The decision of CheckSpace. Only root may use the blocks that a file system reserves.
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot);
+
+// The finding for an entry that can't be examined: skipped where the check of its directory reports
+// the reason, otherwise a problem.
+//
+// REQUIRES: entry.IsUnexaminable().
+Finding DescribeUnexaminable(char const* check, FileFacts const& entry);

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "companions/DoctorDirectories.h"
 #include "companions/DoctorFiles.h"
 #include "companions/DoctorLock.h"
 #include "companions/DoctorPaths.h"
@@ -9,11 +10,7 @@
 namespace {
 
 // No exchange takes longer than this, so an older response belongs to none that is under way.
-constexpr long long longestExchange = 10;
-
-Finding MakeSkipped(char const* check, FileFacts const& file) {
-    return {check, Verdict::skipped, "", file.Path() + " can't be reached: " + file.Reason()};
-}
+constexpr long long maxExchangeSeconds = 10;
 
 Finding DescribeWaiting(FileFacts const& file) {
     constexpr char check[] = "request";
@@ -40,9 +37,9 @@ Finding DescribeWaiting(FileFacts const& file) {
 
 Finding CheckRequest() {
     FileFacts const file(DoctorPaths::request);
-    if (file.IsUnknown())
-        return MakeSkipped("request", file);
-    if (file.IsMissing() && !file.IsBrokenLink())
+    if (file.IsUnexaminable())
+        return DescribeUnexaminable("request", file);
+    if (file.IsAbsent())
         return {"request", Verdict::ok, "", "no request is waiting"};
     if (!file.IsRegularFile())
         return {"request", Verdict::problem, "request-not-a-file",
@@ -54,26 +51,29 @@ Finding CheckRequest() {
 Finding CheckTemporaryRequest() {
     constexpr char check[] = "temporary-request";
     FileFacts const file(DoctorPaths::temporaryRequest);
-    if (file.IsUnknown())
-        return MakeSkipped(check, file);
+    FileFacts const directory(DoctorPaths::requestDirectory);
+    if (file.IsUnexaminable())
+        return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "temporary-request-link",
                 file.Path() + " is a symbolic link: the next request is written over the file that "
                               "it leads to",
                 "remove the link, and see who may write to its directory"};
-    if (file.IsMissing())
+    if (file.IsAbsent())
         return {check, Verdict::ok, "", "no temporary request is in the way"};
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "temporary-request-not-a-file",
                 file.Path() + " is no regular file, and no request can be written",
                 "move away what stands there"};
-    if (file.Refusal(W_OK) != 0 ||
-        IsProtectedByStickyDirectory(file, FileFacts(DoctorPaths::requestDirectory)))
+    if (file.Refusal(R_OK | W_OK) != 0 || IsProtectedByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-writable",
-                "this user may not write to " + file.Path() +
-                    ", left by an evaluation that broke "
-                    "off: " +
-                    file.OwnerAndMode(),
+                "this user may not read and write " + file.Path() +
+                    ", left by an evaluation that broke off: " + file.OwnerAndMode(),
+                "let its owner remove it"};
+    if (IsKeptByStickyDirectory(file, directory))
+        return {check, Verdict::problem, "temporary-request-not-movable",
+                "this user may not rename " + file.Path() +
+                    ", since its directory is sticky: " + file.OwnerAndMode(),
                 "let its owner remove it"};
     return {check, Verdict::ok, "", "a temporary request is left over, and will be overwritten"};
 }
@@ -81,14 +81,14 @@ Finding CheckTemporaryRequest() {
 Finding CheckResponse() {
     constexpr char check[] = "response";
     FileFacts const file(DoctorPaths::response);
-    if (file.IsUnknown())
-        return MakeSkipped(check, file);
+    if (file.IsUnexaminable())
+        return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "response-link",
                 file.Path() + " is a symbolic link: the file that it leads to is read as the "
                               "agent's answer",
                 "remove the link, and see who may write to its directory"};
-    if (file.IsMissing())
+    if (file.IsAbsent())
         return {check, Verdict::ok, "", "no response is there"};
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "response-not-a-file",
@@ -104,7 +104,7 @@ Finding CheckResponse() {
                     " bytes, and the tool reads a response into memory",
                 "remove it, and see why the agent wrote it"};
     long long const age = file.AgeInSeconds();
-    if (age >= 0 && age <= longestExchange)
+    if (age >= 0 && age <= maxExchangeSeconds)
         return {check, Verdict::ok, "", "a new response is there"};
     return {check,
             Verdict::note,

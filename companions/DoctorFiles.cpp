@@ -12,15 +12,15 @@
 #include <unistd.h>
 
 FileFacts::FileFacts(char const* thePath) : path(thePath) {
-    if (stat(thePath, &facts) != 0)
+    entryError = lstat(thePath, &entry) == 0 ? 0 : errno;
+    error = entryError;
+    facts = entry;
+    if (IsLink() && stat(thePath, &facts) != 0)
         error = errno;
 }
 
-bool FileFacts::IsMissing() const { return error == ENOENT || error == ENOTDIR; }
-
-bool FileFacts::IsLink() const {
-    struct stat link {};
-    return lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode);
+bool FileFacts::IsNotFound(int errorNumber) {
+    return errorNumber == ENOENT || errorNumber == ENOTDIR;
 }
 
 bool FileFacts::IsOpenToOthers() const {
@@ -72,6 +72,12 @@ std::string DescribeAge(long long seconds) {
     }
     long long const number = seconds / unit.seconds;
     return std::to_string(number) + " " + unit.name + (number == 1 ? "" : "s") + " old";
+}
+
+bool IsKeptByStickyDirectory(FileFacts const& file, FileFacts const& directory) {
+    uid_t const user = geteuid();
+    return user != 0 && file.Exists() && (directory.Facts().st_mode & S_ISVTX) != 0 &&
+           file.Facts().st_uid != user && directory.Facts().st_uid != user;
 }
 
 bool IsProtectedByStickyDirectory(FileFacts const& file, FileFacts const& directory) {

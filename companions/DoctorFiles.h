@@ -1,4 +1,4 @@
-// What stands at a place, and what this user may do there. Nothing is opened or changed.
+// Facts about a path, and what this user may do with it. Nothing is opened or changed.
 #pragma once
 
 #include <optional>
@@ -6,19 +6,22 @@
 
 #include <sys/stat.h>
 
-// Links are followed, as the exchange follows them.
+// A directory entry by lstat(2), and its target by stat(2). The two differ for a symbolic link
+// only: the entry of a dangling link exists, and its target does not.
 class FileFacts {
 public:
     explicit FileFacts(char const* path);
 
-    // Whether something stands there. A broken link is nothing; what lies behind a directory that
-    // this user may not search is unknown.
+    // Whether lstat(2) finds no entry.
+    bool IsAbsent() const { return IsNotFound(entryError); }
+    // Whether lstat(2) fails for another reason; nothing is known about the entry then.
+    bool IsUnexaminable() const { return entryError != 0 && !IsAbsent(); }
+    bool IsLink() const { return entryError == 0 && S_ISLNK(entry.st_mode); }
+
+    // The target; symbolic links are followed, as the exchange follows them.
     bool Exists() const { return error == 0; }
+    bool IsMissing() const { return IsNotFound(error); }
     bool IsUnknown() const { return error != 0 && !IsMissing(); }
-    bool IsMissing() const;
-    // Whether it is a symbolic link, to something or to nothing.
-    bool IsLink() const;
-    bool IsBrokenLink() const { return !Exists() && IsLink(); }
     bool IsDirectory() const { return Exists() && S_ISDIR(facts.st_mode); }
     bool IsRegularFile() const { return Exists() && S_ISREG(facts.st_mode); }
 
@@ -34,7 +37,7 @@ public:
     //
     // REQUIRES: Exists().
     std::string OwnerAndMode() const;
-    // The system's words for why nothing is known.
+    // The system's text for the error of lstat(2) or stat(2).
     std::string Reason() const;
     // Since the last change of its content; negative if that lies in the future. Saturated.
     //
@@ -47,8 +50,12 @@ public:
     }
 
 private:
+    static bool IsNotFound(int errorNumber);
+
     std::string const path;
+    struct stat entry {};
     struct stat facts {};
+    int entryError = 0;
     int error = 0;
 };
 
@@ -57,6 +64,10 @@ long long SecondsBetween(long long start, long long end);
 
 // "12 seconds old", "3 days old", or that it is dated in the future.
 std::string DescribeAge(long long seconds);
+
+// Whether a sticky directory keeps this user from renaming and removing the file: only root and the
+// owners of the file and of the directory may.
+bool IsKeptByStickyDirectory(FileFacts const& file, FileFacts const& directory);
 
 // Whether the system refuses to open an existing file with O_CREAT, although its mode allows it: in
 // a sticky directory that others may write to, the files of other users are protected (the setting

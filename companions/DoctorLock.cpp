@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "companions/DoctorDirectories.h"
 #include "companions/DoctorFiles.h"
 #include "companions/DoctorPaths.h"
 #include "compliance/ProcessNames.h"
@@ -12,14 +13,14 @@
 namespace {
 
 constexpr char check[] = "lock";
-constexpr unsigned int longestPath = 4096;
+constexpr unsigned int maxPathLength = 4096;
 
 std::string NameOf(pid_t process) {
-    std::array<char, longestPath> text{};
+    std::array<char, maxPathLength> text{};
     long long ignored = 0;
     auto const id = static_cast<unsigned int>(process);
-    if (ProcessIdToPath(id, text.data(), longestPath) ||
-        ProcessIdToName(id, text.data(), longestPath, ignored, ignored, ignored))
+    if (ProcessIdToPath(id, text.data(), maxPathLength) ||
+        ProcessIdToName(id, text.data(), maxPathLength, ignored, ignored, ignored))
         return std::string(" (") + text.data() + ")";
     return "";
 }
@@ -50,10 +51,12 @@ Finding CheckFile(FileFacts const& file) {
                 file.Path() + " is a symbolic link: the lock is taken on the file that it leads "
                               "to, which is created if it is missing",
                 "remove the link, and see who may write to its directory"};
-    if (file.IsMissing())
+    if (file.IsUnexaminable())
+        return DescribeUnexaminable(check, file);
+    if (file.IsAbsent() && !directory.IsDirectory())
+        return {check, Verdict::skipped, "", directory.Path() + " is no directory"};
+    if (file.IsAbsent())
         return {check, Verdict::ok, "", "nobody has taken the lock yet"};
-    if (file.IsUnknown())
-        return {check, Verdict::skipped, "", "the lock file can't be reached: " + file.Reason()};
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "lock-not-a-file", file.Path() + " is no regular file",
                 "move away what stands there"};
@@ -79,7 +82,7 @@ LockState AskForLock() {
         return {LockState::none};
     if (!facts.IsRegularFile())
         return {LockState::unknown};
-    // Without a wait, should something else have come in its place.
+    // O_NONBLOCK: a FIFO that has replaced the file would block the call.
     int const file = open(DoctorPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return {LockState::unknown};
@@ -100,8 +103,9 @@ Finding CheckLock() {
         return DescribeHolder(state.holder);
     Finding finding = CheckFile(FileFacts(DoctorPaths::lockFile));
     if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
-        return {check, Verdict::note, "lock-not-readable",
-                "this user may not read the lock file, so it is not known whether the lock is held",
-                "run the doctor as the owner of the file"};
+        return {check, Verdict::problem, "lock-not-readable",
+                "this user can't read the lock file, which is opened for reading and writing; it "
+                "is not known whether the lock is held",
+                "run as a user who may, or let its owner give the right (chmod g+r)"};
     return finding;
 }

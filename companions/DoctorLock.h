@@ -9,7 +9,7 @@ struct LockState {
     enum What {
         none,    // also if there is no lock file
         held,    // by the process below
-        unknown, // the file can't be opened for reading, or is no regular file
+        unknown, // the file can't be opened for reading, or is not a regular file
     };
 
     What what = none;

@@ -100,6 +100,17 @@ TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
     });
 }
 
+// The tool opens it for reading and writing.
+TEST(DoctorDocumentsTest, TemporaryRequestThatCantBeRead) {
+    PrivateMachine::Run([] {
+        Create(temporary);
+        fs::permissions(temporary, fs::perms(0222));
+        WithoutRights([] {
+            ExpectProblem("temporary-request-not-writable", "mode 0222", CheckTemporaryRequest());
+        });
+    });
+}
+
 TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();

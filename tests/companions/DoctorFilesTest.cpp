@@ -2,7 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+#include <unistd.h>
+
+#include "tests/companions/Findings.h"
+
 namespace {
+
+namespace fs = std::filesystem;
 
 TEST(DoctorFilesTest, AgeInTheLargestUnitOfWhichThereAreTwo) {
     EXPECT_EQ("0 seconds old", DescribeAge(0));
@@ -40,8 +50,46 @@ TEST(DoctorFilesTest, WhatStandsThere) {
     EXPECT_FALSE(FileFacts("/dev/null").IsRegularFile());
     EXPECT_TRUE(FileFacts("/proc/self/exe").IsRegularFile());
     EXPECT_TRUE(FileFacts("/nowhere").IsMissing());
+    EXPECT_TRUE(FileFacts("/nowhere").IsAbsent());
     EXPECT_TRUE(FileFacts("/dev/null/below").IsMissing());
     EXPECT_TRUE(FileFacts(std::string(5000, 'x').c_str()).IsUnknown());
+    EXPECT_TRUE(FileFacts(std::string(5000, 'x').c_str()).IsUnexaminable());
+}
+
+constexpr uid_t userId = 65534;
+
+struct StickyCase {
+    uid_t fileOwner;
+    uid_t directoryOwner;
+    unsigned int mode;
+    bool isKept;
+};
+
+// Returns false where the sandbox has no second user.
+bool MakeFileInDirectory(StickyCase const& test) {
+    fs::create_directories("/opt/directory");
+    std::ofstream("/opt/directory/file") << "";
+    fs::permissions("/opt/directory", fs::perms(test.mode));
+    return chown("/opt/directory/file", test.fileOwner, 0) == 0 &&
+           chown("/opt/directory", test.directoryOwner, 0) == 0;
+}
+
+bool IsKept() {
+    return IsKeptByStickyDirectory(FileFacts("/opt/directory/file"), FileFacts("/opt/directory"));
+}
+
+TEST(DoctorFilesTest, StickyDirectoryKeepsFilesOfOthersFromUsers) {
+    PrivateMachine::Run([] {
+        for (StickyCase const& test :
+             {StickyCase{0, 0, 01777, true}, StickyCase{0, 0, 0777, false},
+              StickyCase{userId, 0, 01777, false}, StickyCase{0, userId, 01777, false},
+              StickyCase{userId, userId, 01777, false}}) {
+            if (!MakeFileInDirectory(test))
+                GTEST_SKIP() << "this sandbox has no second user";
+            EXPECT_FALSE(IsKept());
+            WithoutRights([&] { EXPECT_EQ(test.isKept, IsKept()); });
+        }
+    });
 }
 
 } // namespace

@@ -24,10 +24,18 @@ void CreateLockFile(unsigned int mode) {
 
 TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
     PrivateMachine::Run([] {
-        ExpectOk("nobody", CheckLock());
         CreateAgentDirectories();
         ExpectOk("nobody", CheckLock());
         EXPECT_FALSE(fs::exists(lockFile));
+    });
+}
+
+TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
+    PrivateMachine::Run([] {
+        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, CheckLock());
+        fs::create_directories("/var/opt/VeskaClient");
+        std::ofstream(std::string(ScriptedAgent::requestDirectory)) << "file";
+        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, CheckLock());
     });
 }
 
@@ -116,7 +124,7 @@ TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
     PrivateMachine::Run([] {
         CreateLockFile(0222);
         WithoutRights([] {
-            ExpectFinding(Verdict::note, "lock-not-readable", "not known", CheckLock());
+            ExpectProblem("lock-not-readable", "not known", CheckLock());
             EXPECT_EQ(LockState::unknown, AskForLock().what);
         });
     });
