@@ -12,16 +12,31 @@ namespace {
 // No exchange takes longer than this, so an older response belongs to none that is under way.
 constexpr long long maxExchangeSeconds = 10;
 
-Finding DescribeWaiting(FileFacts const& file) {
+// A problem if there is a request now: an evaluation has begun, and others fail until it ends.
+Finding DescribeChange(FileFacts const& file) {
+    return {"request", file.IsAbsent() ? Verdict::note : Verdict::problem, "request-changed",
+            file.Path() + " changed while it was examined", "run the doctor again"};
+}
+
+Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
     constexpr char check[] = "request";
     long long const age = file.AgeInSeconds();
     std::string const facts = DescribeAge(age) + ", " + file.OwnerAndMode();
-    if (AskForLock().what == LockState::held)
+    if (lock == LockState::held)
         return {check,
                 Verdict::note,
                 "request-under-way",
                 "a request of the evaluation that holds the lock is waiting: " + facts,
                 "wait for the end of that evaluation",
+                {},
+                age};
+    if (lock == LockState::unknown)
+        return {check,
+                Verdict::problem,
+                "request-waiting",
+                "a request is waiting, and it is not known whether an evaluation waits for it: " +
+                    facts,
+                "run the doctor as a user who may read the lock file",
                 {},
                 age};
     return {check,
@@ -35,8 +50,10 @@ Finding DescribeWaiting(FileFacts const& file) {
 
 } // namespace
 
-Finding CheckRequest() {
+Finding CheckRequest(FileFacts const& before, LockState const& lock) {
     FileFacts const file(DoctorPaths::request);
+    if (lock.what != LockState::held && !file.HasSameEntryAs(before))
+        return DescribeChange(file);
     if (file.IsUnexaminable())
         return DescribeUnexaminable("request", file);
     if (file.IsAbsent())
@@ -45,7 +62,7 @@ Finding CheckRequest() {
         return {"request", Verdict::problem, "request-not-a-file",
                 file.Path() + " is no regular file, and keeps off all evaluations",
                 "move away what stands there"};
-    return DescribeWaiting(file);
+    return DescribeWaiting(file, lock.what);
 }
 
 Finding CheckTemporaryRequest() {

@@ -11,6 +11,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+namespace {
+
+bool IsSame(timespec const& left, timespec const& right) {
+    return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+}
+
+} // namespace
+
 FileFacts::FileFacts(char const* thePath) : path(thePath) {
     entryError = lstat(thePath, &entry) == 0 ? 0 : errno;
     error = entryError;
@@ -21,6 +29,11 @@ FileFacts::FileFacts(char const* thePath) : path(thePath) {
 
 bool FileFacts::IsNotFound(int errorNumber) {
     return errorNumber == ENOENT || errorNumber == ENOTDIR;
+}
+
+bool FileFacts::HasSameEntryAs(FileFacts const& other) const {
+    return entryError == other.entryError && entry.st_dev == other.entry.st_dev &&
+           entry.st_ino == other.entry.st_ino && IsSame(entry.st_ctim, other.entry.st_ctim);
 }
 
 bool FileFacts::IsOpenToOthers() const {

@@ -17,6 +17,8 @@ public:
     // Whether lstat(2) fails for another reason; nothing is known about the entry then.
     bool IsUnexaminable() const { return entryError != 0 && !IsAbsent(); }
     bool IsLink() const { return entryError == 0 && S_ISLNK(entry.st_mode); }
+    // Whether both have the same entry, with the same inode unchanged in between, or both none.
+    bool HasSameEntryAs(FileFacts const& other) const;
 
     // The target; symbolic links are followed, as the exchange follows them.
     bool Exists() const { return error == 0; }

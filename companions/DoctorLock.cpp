@@ -97,8 +97,7 @@ LockState AskForLock() {
                                   : LockState{LockState::held, lock.l_pid};
 }
 
-Finding CheckLock() {
-    LockState const state = AskForLock();
+Finding CheckLock(LockState const& state) {
     if (state.what == LockState::held)
         return DescribeHolder(state.holder);
     Finding finding = CheckFile(FileFacts(DoctorPaths::lockFile));

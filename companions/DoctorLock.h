@@ -24,5 +24,5 @@ struct LockState {
 // REQUIRES: this process holds no lock on the file, which would be lost.
 LockState AskForLock();
 
-// Whether this user could take the lock now.
-Finding CheckLock();
+// Whether this user could take the lock, as AskForLock returned it.
+Finding CheckLock(LockState const& state);

@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 
 #include "companions/DoctorFiles.h"
+#include "companions/DoctorLock.h"
 #include "tests/companions/Findings.h"
 #include "tests/system/RecordLock.h"
 
@@ -20,6 +21,13 @@ using PrivateMachine::CreateAgentDirectories;
 constexpr char const* request = ScriptedAgent::request;
 constexpr char const* temporary = ScriptedAgent::requestTemp;
 constexpr char const* response = ScriptedAgent::response;
+
+// Nothing happens between the examination of the request and that of the lock.
+Finding ExamineRequest() {
+    FileFacts const before(request);
+    LockState const lock = AskForLock();
+    return CheckRequest(before, lock);
+}
 
 void Create(char const* path, std::chrono::hours age = std::chrono::hours(0)) {
     CreateAgentDirectories();
@@ -36,9 +44,9 @@ void ExpectAge(std::chrono::seconds age, Finding const& finding) {
 
 TEST(DoctorDocumentsTest, NothingLiesAbout) {
     PrivateMachine::Run([] {
-        ExpectOk("no request", CheckRequest());
+        ExpectOk("no request", ExamineRequest());
         CreateAgentDirectories();
-        ExpectOk("no request", CheckRequest());
+        ExpectOk("no request", ExamineRequest());
         ExpectOk("no temporary request", CheckTemporaryRequest());
         ExpectOk("no response", CheckResponse());
     });
@@ -47,7 +55,7 @@ TEST(DoctorDocumentsTest, NothingLiesAbout) {
 TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
     PrivateMachine::Run([] {
         Create(request, std::chrono::hours(75));
-        Finding const finding = CheckRequest();
+        Finding const finding = ExamineRequest();
         ExpectProblem("request-stale", "3 days old, owned by user 0", finding);
         ExpectAge(std::chrono::hours(75), finding);
         EXPECT_NE(std::string::npos, finding.remedy.find(request));
@@ -57,7 +65,7 @@ TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
 TEST(DoctorDocumentsTest, RequestOfTheFutureIsStaleToo) {
     PrivateMachine::Run([] {
         Create(request, std::chrono::hours(-5));
-        ExpectProblem("request-stale", "dated in the future", CheckRequest());
+        ExpectProblem("request-stale", "dated in the future", ExamineRequest());
     });
 }
 
@@ -65,9 +73,40 @@ TEST(DoctorDocumentsTest, RequestBesideAHeldLockIsUnderWay) {
     PrivateMachine::Run([] {
         Create(request, std::chrono::hours(1));
         ForeignLock lock;
-        Finding const finding = CheckRequest();
+        Finding const finding = ExamineRequest();
         ExpectFinding(Verdict::note, "request-under-way", "60 minutes old", finding);
         ExpectAge(std::chrono::hours(1), finding);
+    });
+}
+
+// A user who may not read the lock file can't find out whether it is locked.
+TEST(DoctorDocumentsTest, RequestBesideAnUnreadableLockIsNotStale) {
+    PrivateMachine::Run([] {
+        Create(request);
+        std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
+        fs::permissions(ScriptedAgent::lockFile, fs::perms::none);
+        WithoutRights([] {
+            Finding const finding = ExamineRequest();
+            ExpectProblem("request-waiting", "not known", finding);
+            EXPECT_EQ(std::string::npos, finding.remedy.find("remove"));
+        });
+    });
+}
+
+TEST(DoctorDocumentsTest, RequestThatChangedBesideAFreeLock) {
+    PrivateMachine::Run([] {
+        CreateAgentDirectories();
+        FileFacts const absent(request);
+        Create(request);
+        FileFacts const first(request);
+        ExpectProblem("request-changed", request, CheckRequest(absent, {LockState::none}));
+        fs::rename(request, temporary);
+        ExpectFinding(Verdict::note, "request-changed", request,
+                      CheckRequest(first, {LockState::none}));
+        Create(request);
+        ExpectProblem("request-changed", request, CheckRequest(first, {LockState::unknown}));
+        ExpectFinding(Verdict::note, "request-under-way", "",
+                      CheckRequest(first, {LockState::held}));
     });
 }
 
@@ -75,7 +114,7 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         fs::create_directory(request);
-        ExpectProblem("request-not-a-file", request, CheckRequest());
+        ExpectProblem("request-not-a-file", request, ExamineRequest());
     });
 }
 
@@ -84,7 +123,7 @@ TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("nowhere", request);
-        ExpectProblem("request-not-a-file", request, CheckRequest());
+        ExpectProblem("request-not-a-file", request, ExamineRequest());
     });
 }
 
@@ -212,7 +251,7 @@ TEST(DoctorDocumentsTest, OutOfReach) {
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
         fs::permissions("/var/opt/VeskaClient/ResponseDir", fs::perms::none);
         WithoutRights([] {
-            EXPECT_EQ(Verdict::skipped, CheckRequest().verdict);
+            EXPECT_EQ(Verdict::skipped, ExamineRequest().verdict);
             EXPECT_EQ(Verdict::skipped, CheckTemporaryRequest().verdict);
             EXPECT_EQ(Verdict::skipped, CheckResponse().verdict);
         });

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <thread>
 
 #include <unistd.h>
 
@@ -54,6 +56,27 @@ TEST(DoctorFilesTest, WhatStandsThere) {
     EXPECT_TRUE(FileFacts("/dev/null/below").IsMissing());
     EXPECT_TRUE(FileFacts(std::string(5000, 'x').c_str()).IsUnknown());
     EXPECT_TRUE(FileFacts(std::string(5000, 'x').c_str()).IsUnexaminable());
+}
+
+TEST(DoctorFilesTest, EntryIsTheSameUntilItsInodeChanges) {
+    PrivateMachine::Run([] {
+        constexpr char const* path = "/opt/file";
+        std::ofstream(std::string(path)) << "one";
+        FileFacts const before(path);
+        EXPECT_TRUE(FileFacts(path).HasSameEntryAs(before));
+        // Longer than a tick of the clock of the file system.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        fs::permissions(path, fs::perms(0600));
+        EXPECT_FALSE(FileFacts(path).HasSameEntryAs(before));
+        fs::remove(path);
+        EXPECT_FALSE(FileFacts(path).HasSameEntryAs(before));
+        EXPECT_TRUE(FileFacts(path).HasSameEntryAs(FileFacts(path)));
+    });
+}
+
+TEST(DoctorFilesTest, AbsentEntryIsNotTheSameAsUnexaminableOne) {
+    FileFacts const unexaminable(std::string(5000, 'x').c_str());
+    EXPECT_FALSE(FileFacts("/nowhere").HasSameEntryAs(unexaminable));
 }
 
 constexpr uid_t userId = 65534;

@@ -16,6 +16,8 @@ using PrivateMachine::CreateAgentDirectories;
 
 constexpr char const* lockFile = ScriptedAgent::lockFile;
 
+Finding Check() { return CheckLock(AskForLock()); }
+
 void CreateLockFile(unsigned int mode) {
     CreateAgentDirectories();
     std::ofstream(std::string(lockFile)) << "";
@@ -25,24 +27,24 @@ void CreateLockFile(unsigned int mode) {
 TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
-        ExpectOk("nobody", CheckLock());
+        ExpectOk("nobody", Check());
         EXPECT_FALSE(fs::exists(lockFile));
     });
 }
 
 TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
     PrivateMachine::Run([] {
-        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, CheckLock());
+        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, Check());
         fs::create_directories("/var/opt/VeskaClient");
         std::ofstream(std::string(ScriptedAgent::requestDirectory)) << "file";
-        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, CheckLock());
+        ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, Check());
     });
 }
 
 TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
     PrivateMachine::Run([] {
         CreateLockFile(0600);
-        ExpectOk("free", CheckLock());
+        ExpectOk("free", Check());
         EXPECT_EQ(LockState::none, AskForLock().what);
         EXPECT_FALSE(IsLocked());
     });
@@ -53,10 +55,10 @@ TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
         CreateAgentDirectories();
         fs::path const target = fs::path(lockFile).parent_path() / "target";
         fs::create_symlink("target", lockFile);
-        ExpectProblem("lock-link", lockFile, CheckLock());
+        ExpectProblem("lock-link", lockFile, Check());
         EXPECT_FALSE(fs::exists(target));
         std::ofstream(target) << "";
-        ExpectProblem("lock-link", lockFile, CheckLock());
+        ExpectProblem("lock-link", lockFile, Check());
     });
 }
 
@@ -71,7 +73,7 @@ TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
             pause();
         });
         holder.Await();
-        Finding const finding = CheckLock();
+        Finding const finding = Check();
         std::string const program = fs::read_symlink("/proc/self/exe");
         ExpectProblem("lock-held",
                       "held by process " + std::to_string(holder.pid()) + " (" + program + ")",
@@ -86,7 +88,7 @@ TEST(DoctorLockTest, HeldInPartAndForReading) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         ForeignLock lock(F_RDLCK, 4711, 1);
-        ExpectProblem("lock-held", "held by process ", CheckLock());
+        ExpectProblem("lock-held", "held by process ", Check());
     });
 }
 
@@ -94,7 +96,7 @@ TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
     PrivateMachine::Run([] {
         CreateLockFile(0444);
         ForeignLock lock;
-        WithoutRights([] { ExpectProblem("lock-held", "held by process ", CheckLock()); });
+        WithoutRights([] { ExpectProblem("lock-held", "held by process ", Check()); });
     });
 }
 
@@ -105,7 +107,7 @@ TEST(DoctorLockTest, HeldThroughAnOpenFile) {
         struct flock lock {};
         lock.l_type = F_WRLCK;
         ASSERT_EQ(0, fcntl(file, F_OFD_SETLK, &lock));
-        ExpectProblem("lock-held-by-open-file", "open file", CheckLock());
+        ExpectProblem("lock-held-by-open-file", "open file", Check());
         close(file);
     });
 }
@@ -114,8 +116,7 @@ TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
     PrivateMachine::Run([] {
         CreateLockFile(0444);
         WithoutRights([] {
-            ExpectProblem("lock-not-writable", "owned by user 0 and group 0, mode 0444",
-                          CheckLock());
+            ExpectProblem("lock-not-writable", "owned by user 0 and group 0, mode 0444", Check());
         });
     });
 }
@@ -124,7 +125,7 @@ TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
     PrivateMachine::Run([] {
         CreateLockFile(0222);
         WithoutRights([] {
-            ExpectProblem("lock-not-readable", "not known", CheckLock());
+            ExpectProblem("lock-not-readable", "not known", Check());
             EXPECT_EQ(LockState::unknown, AskForLock().what);
         });
     });
@@ -135,10 +136,10 @@ TEST(DoctorLockTest, SomethingElseStandsThere) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         fs::create_directory(lockFile);
-        ExpectProblem("lock-not-a-file", lockFile, CheckLock());
+        ExpectProblem("lock-not-a-file", lockFile, Check());
         fs::remove(lockFile);
         ASSERT_EQ(0, mkfifo(lockFile, 0666));
-        ExpectProblem("lock-not-a-file", lockFile, CheckLock());
+        ExpectProblem("lock-not-a-file", lockFile, Check());
     });
 }
 
@@ -146,7 +147,7 @@ TEST(DoctorLockTest, OutOfReach) {
     PrivateMachine::Run([] {
         CreateLockFile(0666);
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
-        WithoutRights([] { EXPECT_EQ(Verdict::skipped, CheckLock().verdict); });
+        WithoutRights([] { EXPECT_EQ(Verdict::skipped, Check().verdict); });
     });
 }
 
@@ -172,15 +173,15 @@ TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
         if (!GiveLockFileToAnotherUser())
             return;
         ProtectRegularFiles("1");
-        ExpectOk("free", CheckLock());
+        ExpectOk("free", Check());
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
-        ExpectProblem("lock-protected", "fs.protected_regular", CheckLock());
-        WithoutRights([] { ExpectOk("free", CheckLock()); });
+        ExpectProblem("lock-protected", "fs.protected_regular", Check());
+        WithoutRights([] { ExpectOk("free", Check()); });
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01775));
-        ExpectOk("free", CheckLock());
+        ExpectOk("free", Check());
         ASSERT_EQ(0, chown(ScriptedAgent::requestDirectory, 65534, 65534));
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
-        ExpectOk("free", CheckLock());
+        ExpectOk("free", Check());
     });
 }
 
@@ -191,10 +192,10 @@ TEST(DoctorLockTest, SettingTellsHowFarTheProtectionGoes) {
             return;
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01775));
         ProtectRegularFiles("2");
-        ExpectProblem("lock-protected", "fs.protected_regular", CheckLock());
+        ExpectProblem("lock-protected", "fs.protected_regular", Check());
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(01777));
         ProtectRegularFiles("0");
-        ExpectOk("free", CheckLock());
+        ExpectOk("free", Check());
     });
 }
 

@@ -235,6 +235,10 @@ KillCondition AtPlace(Place const& place) {
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition) {
     Arguments command{CC_TOOL_PROGRAM};
     command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunProgramAndKill(command, condition);
+}
+
+KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition) {
     ProgramOptions const options{.environment = EnvironmentUnderTrace(), .prepare = [] {
                                      return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
                                  }};

@@ -66,5 +66,8 @@ struct KilledRun {
 
 // Runs the tool to its end, or to its death. There is no limit of time but that of the machine.
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition);
+// The same for any program, whose path is the first argument. A condition that only returns false
+// can change files between two system calls of the program.
+KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition);
 
 } // namespace Torture

@@ -1,0 +1,109 @@
+// The real compliance-doctor while files change: it is stopped before one of its system calls, the
+// files are changed, and it continues.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/RecordLock.h"
+#include "tests/torture/KilledTool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+constexpr char const* request = ScriptedAgent::request;
+constexpr char const* lockFile = ScriptedAgent::lockFile;
+
+bool OpensLockFile(Torture::SystemCall const& call) {
+    return call.name == "openat" && call.path == lockFile;
+}
+
+bool OpensLockFileNext(Torture::Trace const& trace) { return OpensLockFile(trace.back()); }
+
+// The doctor has asked for the lock, and closes the file.
+bool HasAskedForLock(Torture::Trace const& trace) {
+    return trace.size() >= 3 && trace.back().name == "close" &&
+           trace[trace.size() - 2].name == "fcntl" && OpensLockFile(trace[trace.size() - 3]);
+}
+
+// Runs the doctor and makes the change at the first system call for which `isDue` returns true.
+Json RunWithChange(Torture::KillCondition const& isDue, std::function<void()> const& change) {
+    bool isChanged = false;
+    Torture::KilledRun const run =
+        Torture::RunProgramAndKill({CC_DOCTOR_PROGRAM, "--json"}, [&](Torture::Trace const& trace) {
+            if (!isChanged && isDue(trace)) {
+                isChanged = true;
+                change();
+            }
+            return false;
+        });
+    EXPECT_TRUE(isChanged);
+    return Json::parse(run.output);
+}
+
+Json FindingOf(std::string const& check, Json const& document) {
+    for (Json const& finding : document.at("checks"))
+        if (finding.at("check") == check)
+            return finding;
+    throw std::runtime_error("no finding of " + check);
+}
+
+void LayOut() {
+    PrivateMachine::CreateAgentDirectories();
+    WriteBytes(lockFile, "");
+    WriteBytes(request, "left over");
+}
+
+// The agent takes the request that was left over, and an evaluation publishes its own.
+std::unique_ptr<ForeignLock> BeginEvaluation() {
+    auto lock = std::make_unique<ForeignLock>();
+    fs::remove(request);
+    WriteBytes(request, "of the evaluation");
+    return lock;
+}
+
+TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
+    PrivateMachine::Run([] {
+        LayOut();
+        std::unique_ptr<ForeignLock> evaluation;
+        Json const document =
+            RunWithChange(HasAskedForLock, [&] { evaluation = BeginEvaluation(); });
+        Json const finding = FindingOf("request", document);
+        EXPECT_EQ("request-changed", finding.value("cause", ""));
+        EXPECT_EQ("problem", finding.at("verdict"));
+        EXPECT_EQ("run the doctor again", finding.value("remedy", ""));
+    });
+}
+
+TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
+    PrivateMachine::Run([] {
+        LayOut();
+        std::unique_ptr<ForeignLock> evaluation;
+        Json const document =
+            RunWithChange(OpensLockFileNext, [&] { evaluation = BeginEvaluation(); });
+        EXPECT_EQ("lock-held", FindingOf("lock", document).value("cause", ""));
+        EXPECT_EQ("request-under-way", FindingOf("request", document).value("cause", ""));
+    });
+}
+
+// A FIFO would block a call of open that waits for a writer.
+TEST(DoctorRaceTest, DoesNotWaitForFifoThatReplacesLockFile) {
+    PrivateMachine::Run({.limit = std::chrono::seconds(20)}, [] {
+        LayOut();
+        Json const document = RunWithChange(OpensLockFileNext, [] {
+            fs::remove(lockFile);
+            ASSERT_EQ(0, mkfifo(lockFile, 0666));
+        });
+        EXPECT_EQ("lock-not-a-file", FindingOf("lock", document).value("cause", ""));
+    });
+}
+
+} // namespace
