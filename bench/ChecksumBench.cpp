@@ -17,8 +17,8 @@
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
 #include "data/ChecksumReceiver.h"
-#include "data/ChecksumRuns.h"
 #include "data/StartReceiveAndEnd.h"
+#include "simd/Crc32.h"
 
 namespace {
 
@@ -29,8 +29,8 @@ std::uint32_t Ours(std::string const& bytes) {
 }
 
 std::uint32_t OurSlicing(std::string const& bytes) {
-    ConstData blocks = bytes;
-    return ~ChecksumRuns::AdvanceBySlicing(0xFFFFFFFF, blocks);
+    return ~Simd::Crc32Sliced(0xFFFFFFFF, reinterpret_cast<unsigned char const*>(bytes.data()),
+                              bytes.size());
 }
 
 constexpr std::array<std::uint32_t, 256> byteTable = [] {

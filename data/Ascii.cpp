@@ -5,16 +5,39 @@
 #include <cstring>
 
 #include "data/Buffer.h"
-#include "data/CaseBlindRuns.h"
-#include "data/CaseMapping.h"
 #include "data/Data.h"
 #include "data/DataOverflow.h"
+#include "simd/AsciiCase.h"
 
 namespace Ascii {
 
 namespace {
 
-using namespace CaseMapping;
+// A mapping of case is named by the first of the 26 letters that it changes.
+constexpr unsigned char raising = 'a';
+constexpr unsigned char lowering = 'A';
+
+// 0x20 for a letter that the mapping changes, otherwise 0. Arithmetic, because the compiler turns
+// it into vector code, and a table it does not.
+constexpr unsigned char CaseBitOf(unsigned char byte, unsigned char mapping) {
+    return static_cast<unsigned char>(byte - mapping) < 26 ? 0x20 : 0;
+}
+
+constexpr unsigned char Map(unsigned char byte, unsigned char mapping) {
+    return byte ^ CaseBitOf(byte, mapping);
+}
+
+// Maps the bytes in order, so the ranges may overlap. Two loops, because the compiler makes vector
+// code only where it can tell that the ranges are the same, or apart.
+void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
+            unsigned char mapping) {
+    if (source == target)
+        for (std::size_t i = 0; i < length; ++i)
+            target[i] = Map(target[i], mapping);
+    else
+        for (std::size_t i = 0; i < length; ++i)
+            target[i] = Map(source[i], mapping);
+}
 
 // Long texts are looked at in blocks of this many bytes. Within a block no loop leaves early, so
 // that the compiler turns it into vector code.
@@ -65,7 +88,7 @@ bool HasLetter(ConstData text, unsigned char firstLetter) {
 
 std::int32_t CompareMapped(CaseTable const& table, ConstData left, ConstData right) {
     std::size_t const shorter = std::min(left.Length(), right.Length());
-    std::size_t const common = CaseBlindRuns::CommonLength(left.begin, right.begin, shorter);
+    std::size_t const common = Simd::CommonPrefix(left.begin, right.begin, shorter);
     if (common < shorter)
         return table[left.begin[common]] - table[right.begin[common]];
     if (left.Length() == right.Length())
@@ -134,7 +157,7 @@ bool IsUppercase(ConstData text) { return !HasLetter(text, raising); }
 
 bool EqualIgnoringCase(ConstData left, ConstData right) {
     return left.Length() == right.Length() &&
-           CaseBlindRuns::CommonLength(left.begin, right.begin, left.Length()) == left.Length();
+           Simd::CommonPrefix(left.begin, right.begin, left.Length()) == left.Length();
 }
 
 std::int32_t CompareLowercase(ConstData left, ConstData right) {
@@ -154,7 +177,7 @@ std::int32_t CompareLowercase(char const* left, char const* right) {
     auto const* b = reinterpret_cast<unsigned char const*>(right);
     for (;; a += chunk, b += chunk, chunk = std::min(2 * chunk, longestChunk)) {
         std::size_t const length = LengthUpTo(b, LengthUpTo(a, chunk));
-        std::size_t const common = CaseBlindRuns::CommonLength(a, b, length);
+        std::size_t const common = Simd::CommonPrefix(a, b, length);
         if (common < length)
             return lowercaseTable[a[common]] - lowercaseTable[b[common]];
         if (length < chunk)

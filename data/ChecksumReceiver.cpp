@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "data/ChecksumRuns.h"
+#include "simd/Crc32.h"
 
 namespace {
 
@@ -21,21 +21,19 @@ ChecksumReceiver::ChecksumReceiver() : value(initialValue), table(Table()) {}
 void ChecksumReceiver::Start() { value = initialValue; }
 
 void ChecksumReceiver::Receive(ConstData data) {
-    value = ChecksumRuns::Advance(value, data);
-    for (; !data.IsEmpty(); ++data.begin)
-        value = (value << 8) ^ table[*data.begin ^ (value >> 24)];
+    value = Simd::Crc32(value, data.begin, data.Length());
 }
 
 void ChecksumReceiver::ReceiveEnd() {}
 
 std::uint32_t const* ChecksumReceiver::MakeTable() {
     // In one comparison, since it is made for every receiver.
-    if (std::memcmp(sharedTable, ChecksumRuns::byteTable.data(), sizeof(sharedTable)) == 0)
+    if (std::memcmp(sharedTable, Simd::crc32Table.data(), sizeof(sharedTable)) == 0)
         return sharedTable;
     for (std::size_t byte = 0; byte < 256; ++byte) {
         // cppcheck-suppress duplicateConditionalAssign ; what is right already is not written
-        if (sharedTable[byte] != ChecksumRuns::byteTable[byte])
-            sharedTable[byte] = ChecksumRuns::byteTable[byte];
+        if (sharedTable[byte] != Simd::crc32Table[byte])
+            sharedTable[byte] = Simd::crc32Table[byte];
     }
     return sharedTable;
 }

@@ -10,65 +10,73 @@
 // ConstDataCapacityExceeded. Nothing here allocates.
 #pragma once
 
-#include "data/ConstDataWithCapacity.h"
-#include "data/DecimalDigits.h"
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
 
-// What the decimal makers have in common.
+#include "data/ConstDataWithCapacity.h"
+#include "simd/FormatDigits.h"
+
+// What the decimal makers share. `Integer` is the type of the value, without "const".
 namespace DecimalMaking {
 
-// With at least one digit, and with any padding.
-template <std::size_t capacity>
-ConstDataWithCapacity<capacity> MakeUnpadded(std::uint64_t magnitude, bool negative);
-template <std::size_t capacity>
-ConstDataWithCapacity<capacity> MakePadded(std::uint64_t magnitude, bool negative,
-                                           unsigned padding);
+template <class Integer>
+inline constexpr std::size_t maxDigits = sizeof(Integer) == 8 ? 20 : 10;
 
-template <std::size_t capacity>
-inline ConstDataWithCapacity<capacity> MakeShort(std::uint32_t magnitude, bool negative) {
-    ConstDataWithCapacity<capacity> result;
+template <class Integer>
+using Holder = ConstDataWithCapacity<maxDigits<Integer> + (std::is_signed_v<Integer> ? 1 : 0)>;
+
+template <class Integer>
+using Magnitude = std::conditional_t<sizeof(Integer) == 8, std::uint64_t, std::uint32_t>;
+
+// With at least one digit, and with any padding.
+template <class Integer>
+Holder<Integer> MakeUnpadded(Magnitude<Integer> magnitude, bool negative);
+template <class Integer>
+Holder<Integer> MakePadded(Magnitude<Integer> magnitude, bool negative, unsigned padding);
+
+template <class Integer>
+inline Holder<Integer> MakeShort(std::uint32_t magnitude, bool negative) {
+    Holder<Integer> result;
     result.bytes[0] = '-';
     unsigned const sign = negative;
-    result.length = sign + DecimalDigits::PutUpToFour(result.bytes + sign, magnitude);
+    result.length = sign + Simd::FormatDecimalUpTo4(result.bytes + sign, magnitude);
     result.bytes[result.length] = 0;
     return result;
 }
 
-// Most numerals are short, and making them costs less than a call: so these are made on the spot.
-template <std::size_t capacity>
-inline ConstDataWithCapacity<capacity> Make(std::uint64_t magnitude, bool negative,
-                                            unsigned padding) {
+// Most numerals are short, and making one costs less than a call, so these are inline.
+template <class Integer>
+inline Holder<Integer> Make(Integer value, unsigned padding) {
+    bool const negative = value < 0;
+    auto const bits = static_cast<Magnitude<Integer>>(value);
+    Magnitude<Integer> const magnitude = negative ? 0 - bits : bits;
     if (padding != 1)
-        return MakePadded<capacity>(magnitude, negative, padding);
-    return magnitude < 10000 ? MakeShort<capacity>(static_cast<std::uint32_t>(magnitude), negative)
-                             : MakeUnpadded<capacity>(magnitude, negative);
-}
-
-template <std::size_t capacity>
-inline ConstDataWithCapacity<capacity> MakeSigned(long long value, unsigned padding) {
-    auto const bits = static_cast<std::uint64_t>(value);
-    return Make<capacity>(value < 0 ? 0 - bits : bits, value < 0, padding);
+        return MakePadded<Integer>(magnitude, negative, padding);
+    return magnitude < 10000 ? MakeShort<Integer>(static_cast<std::uint32_t>(magnitude), negative)
+                             : MakeUnpadded<Integer>(magnitude, negative);
 }
 
 } // namespace DecimalMaking
 
 inline ConstDataWithCapacity<20> MakeAsciiDecimalNumeral64(unsigned long long value,
                                                            unsigned int padding) {
-    return DecimalMaking::Make<20>(value, false, padding);
+    return DecimalMaking::Make(value, padding);
 }
 
 inline ConstDataWithCapacity<10> MakeAsciiDecimalNumeral(unsigned int value, unsigned int padding) {
-    return DecimalMaking::Make<10>(value, false, padding);
+    return DecimalMaking::Make(value, padding);
 }
 
 // With '-' in front of a negative value. The 20 digits of the unsigned maker are the most that the
-// first takes, so that `padding` 21 throws, whatever the sign.
+// first takes, so `padding` 21 throws for values of either sign.
 inline ConstDataWithCapacity<21> MakeAsciiSignedDecimalNumeral64(long long value,
                                                                  unsigned int padding) {
-    return DecimalMaking::MakeSigned<21>(value, padding);
+    return DecimalMaking::Make(value, padding);
 }
 
 inline ConstDataWithCapacity<11> MakeAsciiSignedDecimalNumeral(int value, unsigned int padding) {
-    return DecimalMaking::MakeSigned<11>(value, padding);
+    return DecimalMaking::Make(value, padding);
 }
 
 // Lower-case.

@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-#include "data/DecimalDigits.h"
+#include "simd/FormatDigits.h"
 
 static_assert(sizeof(Numeral) == 80, "a pointer, the sign, its flag, 66 bytes and a NUL");
 
@@ -13,7 +13,7 @@ template <typename U>
 char* PutDecimalDigits(char* digits, U value) {
     while (value >= 100) {
         digits -= 2;
-        std::memcpy(digits, &DecimalDigits::pairs[static_cast<unsigned>(value % 100) * 2], 2);
+        std::memcpy(digits, &Simd::digitPairs[static_cast<unsigned>(value % 100) * 2], 2);
         value /= 100;
     }
     if (value < 10) {
@@ -21,7 +21,7 @@ char* PutDecimalDigits(char* digits, U value) {
         return digits;
     }
     digits -= 2;
-    std::memcpy(digits, &DecimalDigits::pairs[static_cast<unsigned>(value) * 2], 2);
+    std::memcpy(digits, &Simd::digitPairs[static_cast<unsigned>(value) * 2], 2);
     return digits;
 }
 
@@ -67,30 +67,8 @@ void Numeral::PadTo(unsigned int count) {
     std::memset(digits, '0', count - present);
 }
 
-// Whole words of digits, written up to the end. What leading zeros they have stands in front of
-// `digits`, where all is free.
 void Numeral::RenderLongDecimal(unsigned long long value) {
-    constexpr unsigned long long tenTo16 = 10000000000000000;
-    auto const store = [this](int fromEnd, std::uint64_t word) {
-        word |= DecimalDigits::zeros;
-        std::memcpy(End() - fromEnd, &word, sizeof(word));
-    };
-    if (value < 100000000) {
-        std::uint64_t const word = DecimalDigits::EightDigits(static_cast<std::uint32_t>(value));
-        store(8, word);
-        digits = End() - 8 + DecimalDigits::CountLeadingZeros(word);
-        return;
-    }
-    DecimalDigits::SixteenDigits const sixteen(value % tenTo16);
-    sixteen.Put(End() - 16);
-    if (value < tenTo16) {
-        digits = End() - 16 + DecimalDigits::CountLeadingZeros(sixteen.First());
-        return;
-    }
-    auto const top = static_cast<std::uint32_t>(value / tenTo16);
-    std::uint64_t const word = DecimalDigits::EightDigits(top);
-    store(24, word);
-    digits = End() - 24 + DecimalDigits::CountLeadingZeros(word);
+    digits = Simd::FormatDecimalBefore(End(), value);
 }
 
 Numeral::operator unsigned char const*() const {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "data/ConstData.h"
-#include "data/DecimalDigits.h"
+#include "simd/FormatDigits.h"
 
 class USAsciiString;
 
@@ -106,8 +106,8 @@ private:
         if (value >= 10000)
             return RenderLongDecimal(value);
         auto const narrow = static_cast<unsigned int>(value);
-        std::memcpy(End() - 4, &DecimalDigits::pairs[narrow / 100 * 2], 2);
-        std::memcpy(End() - 2, &DecimalDigits::pairs[narrow % 100 * 2], 2);
+        std::memcpy(End() - 4, &Simd::digitPairs[narrow / 100 * 2], 2);
+        std::memcpy(End() - 2, &Simd::digitPairs[narrow % 100 * 2], 2);
         digits = End() - 1 - (narrow >= 10) - (narrow >= 100) - (narrow >= 1000);
     }
     void RenderLongDecimal(unsigned long long value);

@@ -3,8 +3,9 @@
 #include <string_view>
 
 #include "data/ChecksumReceiver.h"
-#include "data/ChecksumRuns.h"
 #include "fuzz/Fuzz.h"
+#include "simd/Cpu.h"
+#include "simd/Crc32.h"
 
 namespace {
 
@@ -17,15 +18,12 @@ std::uint32_t AdvanceByBits(std::uint32_t value, std::string_view bytes) {
     return value;
 }
 
-// What a form leaves is for the plain step.
-template <class Advance>
-void CompareForm(std::uint32_t start, Fuzz::ExactCopy const& copy, std::size_t block,
-                 Advance advance) {
-    ConstData rest(copy.Begin(), copy.Length());
-    std::size_t const taken = copy.Length() / block * block;
-    Fuzz::Require(advance(start, rest) == AdvanceByBits(start, {copy.Begin(), taken}),
-                  "a fast form gives what single bits give");
-    Fuzz::Require(rest.Length() == copy.Length() - taken, "a fast form takes whole blocks");
+template <class Function>
+void CompareFunction(std::uint32_t start, Fuzz::ExactCopy const& copy, Function function) {
+    auto const* const bytes = reinterpret_cast<unsigned char const*>(copy.Begin());
+    Fuzz::Require(function(start, bytes, copy.Length()) ==
+                      AdvanceByBits(start, {copy.Begin(), copy.Length()}),
+                  "each function gives what single bits give");
 }
 
 void CompareStream(Fuzz::Cutting const& cutting, std::string_view text) {
@@ -52,8 +50,11 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     std::size_t const shift = input.Byte() % 16U;
     CompareStream(cutting, input.Rest());
     Fuzz::ExactCopy const text(input.Rest(), shift);
-    CompareForm(start, text, 16, ChecksumRuns::AdvanceBySlicing);
-    if (text.Length() >= 64 && ChecksumRuns::CanFold())
-        CompareForm(start, text, 64, ChecksumRuns::AdvanceByFolding);
+    CompareFunction(start, text, Simd::Crc32Scalar);
+    CompareFunction(start, text, Simd::Crc32Sliced);
+#if SIMD_X86
+    if (Simd::Uses(Simd::Level::ssse3))
+        CompareFunction(start, text, Simd::Crc32Folded);
+#endif
     return 0;
 }

@@ -25,7 +25,7 @@ set_target_properties(clientcompliance_shared PROPERTIES
 # copy or the program's.
 find_program(CC_GNU_LINKER NAMES ld.bfd ld DOC "The linker that joins the static library" REQUIRED)
 set(static_library ${CMAKE_CURRENT_BINARY_DIR}/libclientcompliance.a)
-set(folders compliance xml files strings unicode data)
+set(folders compliance xml files strings unicode data simd)
 list(TRANSFORM folders REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE archives)
 file(STRINGS ${exports} exported_names)
 list(TRANSFORM exported_names PREPEND "--undefined=" OUTPUT_VARIABLE wanted)

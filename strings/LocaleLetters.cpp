@@ -21,14 +21,23 @@ constexpr Table MakeTable(int firstLetter, int distance) {
 constexpr Table asciiLower = MakeTable('A', 'a' - 'A');
 constexpr Table asciiUpper = MakeTable('a', 'A' - 'a');
 
+// The table of tolower in the C locale, which is the same object for the life of the process.
+std::int32_t const* ClassicLower() {
+    locale_t const classic = newlocale(LC_CTYPE_MASK, "C", nullptr);
+    locale_t const current = uselocale(classic);
+    std::int32_t const* const lower = *__ctype_tolower_loc();
+    uselocale(current);
+    return lower;
+}
+
 } // namespace
 
-// The tables of the locale of C are always the same objects, so that in it, which is the one that a
-// program starts with, none has to be looked at; and who has one of them has the other.
+// A program starts in the C locale, where comparing one pointer answers. A locale that has the one
+// table of the C locale has the other as well.
 bool LettersAreAscii() {
-    static locale_t const classic = newlocale(LC_CTYPE_MASK, "C", nullptr);
+    static std::int32_t const* const classicLower = ClassicLower();
     std::int32_t const* const lower = *__ctype_tolower_loc();
-    if (lower == classic->__ctype_tolower)
+    if (lower == classicLower)
         return true;
     return std::memcmp(lower, asciiLower.data(), sizeof(asciiLower)) == 0 &&
            std::memcmp(*__ctype_toupper_loc(), asciiUpper.data(), sizeof(asciiUpper)) == 0;

@@ -4,10 +4,10 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "data/AppendRun.h"
 #include "data/Ascii.h"
 #include "data/Data.h"
-#include "strings/CaseBlindSearch.h"
+#include "simd/CopyShort.h"
+#include "strings/CaseInsensitiveSearch.h"
 #include "strings/LocaleLetters.h"
 
 static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide");
@@ -33,7 +33,7 @@ std::uint32_t NotNegative(int number) {
 // front of the target, in the same text.
 void WriteText(char* target, char const* run, std::size_t runLength, std::size_t count) {
     if (runLength <= 16)
-        AppendRuns::CopyShort(target, run, runLength);
+        Simd::CopyUpTo16(target, run, runLength);
     else
         std::memmove(target, run, runLength);
     if (runLength < count)
@@ -247,7 +247,7 @@ int StringPL::FindNoCase(char const* pattern, int start) const {
     if (from + patternLength > Length())
         return -1;
     char const* const match =
-        CaseBlindSearch(characters + from, Length() - from, pattern, patternLength);
+        FindCaseInsensitive(characters + from, Length() - from, pattern, patternLength);
     return match == nullptr ? -1 : static_cast<int>(match - characters);
 }
 

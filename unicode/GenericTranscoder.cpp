@@ -4,16 +4,26 @@
 #include <cstddef>
 #include <utility>
 
-#include "unicode/TranscodeRuns.h"
-#include "unicode/TranscodeSequences.h"
+#include "simd/Utf.h"
 
 namespace {
 
 constexpr std::size_t blockBytes = 4096;
 
-template <class Target>
-bool HasRoom(BufferOf<typename Target::Unit> const& buffer) {
-    return buffer.end - (buffer.begin + buffer.count) >= std::ptrdiff_t{Sequences<Target>::longest};
+template <class Unit>
+std::size_t Room(BufferOf<Unit> const& buffer) {
+    return static_cast<std::size_t>(buffer.end - buffer.begin) - buffer.count;
+}
+
+// Appends to the buffer what fits of the units, and returns the first unit that was not read.
+template <class Target, class Source>
+Source const* AppendTranscoded(Source const* begin, Source const* end, BufferOf<Target>& buffer) {
+    Simd::UtfProgress const progress = Simd::Transcode(begin, static_cast<std::size_t>(end - begin),
+                                                       buffer.begin + buffer.count, Room(buffer));
+    if (progress.isIllFormed)
+        throw InvalidTextEncoding();
+    buffer.count += static_cast<std::uint32_t>(progress.written);
+    return begin + progress.read;
 }
 
 } // namespace
@@ -35,8 +45,8 @@ void GenericTranscoder<Target, Source>::Receive(ConstArrayOf<SourceUnit> units) 
         return;
     SourceUnit const* position = held == 0 ? units.begin : Resume(held, units, buffer);
     while (true) {
-        position = TranscodeRun<Target, Source>(position, units.end, buffer);
-        if (position == units.end || HasRoom<Target>(buffer))
+        position = AppendTranscoded(position, units.end, buffer);
+        if (position == units.end || Room(buffer) >= Simd::maxUtfUnits<TargetUnit>)
             break;
         Send(buffer);
     }
@@ -54,8 +64,8 @@ void GenericTranscoder<Target, Source>::ReceiveEnd() {
     target->ReceiveEnd();
 }
 
-// Finishes the sequence of which `held` units are pending, or holds on to it. Yields the place
-// behind the units that it took from the chunk.
+// Completes the sequence whose first `held` units are pending, or holds what there is of it.
+// Returns the first unit of the chunk after it.
 template <class Target, class Source>
 requires TranscodedPair<Target, Source>
 auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<SourceUnit> units,
@@ -64,16 +74,15 @@ auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<
     SourceUnit* const chunk = std::copy_n(pending, held, sequence);
     std::size_t const added = std::min<std::size_t>(4 - held, units.Length());
     SourceUnit const* const end = std::copy_n(units.begin, added, chunk);
-    ReadSequence const read = ReadFor<Target, Source>(sequence, held + added);
-    if (read.form == ReadSequence::Invalid)
-        throw InvalidTextEncoding();
-    if (read.form == ReadSequence::Unfinished) {
+    // With room for one sequence of any length, one is all that is read.
+    BufferOf<TargetUnit> one(ArrayOf<TargetUnit>(buffer.begin, Simd::maxUtfUnits<TargetUnit>));
+    SourceUnit const* const next = AppendTranscoded<TargetUnit, SourceUnit>(sequence, end, one);
+    if (next == sequence) {
         Hold(sequence, end);
         return units.end;
     }
-    buffer.count =
-        static_cast<std::uint32_t>(Sequences<Target>::Write(buffer.begin, read) - buffer.begin);
-    return units.begin + (read.length - held);
+    buffer.count = one.count;
+    return units.begin + ((next - sequence) - static_cast<std::ptrdiff_t>(held));
 }
 
 template <class Target, class Source>

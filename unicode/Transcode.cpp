@@ -3,16 +3,11 @@
 #include <concepts>
 #include <cstdint>
 
+#include "simd/Utf.h"
 #include "unicode/GenericTranscoder.h"
-#include "unicode/TranscodeSequences.h"
 #include "unicode/UStringBuilder.h"
 
 namespace {
-
-// The most units of `Target` that one unit of any source becomes: with room for so many for each,
-// the builder never has to grow.
-template <class Target>
-constexpr std::uint64_t unitsForOne = Sequences<Target>::longest;
 
 template <class E>
 void Push(UTextReceiver<E>& receiver, UStringRef<E> text) {
@@ -25,7 +20,9 @@ void Push(UTextReceiver<E>& receiver, UStringRef<E> text) {
 
 template <TextEncoding Target, TextEncoding Source>
 AutoUString<Target> Transcode(UStringRef<Source> text) {
-    UStringBuilder<Target> builder(unitsForOne<Target> * text.Length());
+    // One unit of any source becomes no more units than this, so the builder never grows.
+    constexpr std::uint64_t maxUnits = Simd::maxUtfUnits<typename Target::Unit>;
+    UStringBuilder<Target> builder(maxUnits * text.Length());
     if constexpr (std::same_as<Target, Source>) {
         Push(builder(), text);
     } else {

@@ -3,7 +3,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "xml/ScanBytes.h"
+#include "xml/AppendUntil.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ void AppendRun(std::string& target, char const* from, char const* end) {
 
 void AppendWithoutNuls(std::string& target, char const* from, char const* end) {
     while (from != end) {
-        char const* const stop = ScanBytes::Find(from, end, '\0');
+        char const* const stop = Simd::FindByte(from, end, '\0');
         AppendRun(target, from, stop);
         from = stop == end ? end : stop + 1;
     }
@@ -137,7 +137,7 @@ void SimpleXMLParserPL::Parse(std::string const& text) {
 // ParseRange: for short runs a call costs as much as the work.
 [[gnu::always_inline]] inline char const* SimpleXMLParserPL::ReadCharacterData(char const* from,
                                                                                char const* end) {
-    char const* const stop = ScanBytes::AppendUntil<64>(characterData, from, end, '<', '&');
+    char const* const stop = AppendUntil<64>(characterData, from, end, '<', '&');
     if (stop == end)
         return end;
     if (*stop == '<')
@@ -159,7 +159,7 @@ void SimpleXMLParserPL::Parse(std::string const& text) {
             return opened;
         }
     }
-    char const* const stop = ScanBytes::AppendUntil<16>(elementName, from, end, ' ', '/', '>', '-');
+    char const* const stop = AppendUntil<16>(elementName, from, end, ' ', '/', '>', '-');
     if (stop == end)
         return end;
     switch (*stop) { // GCOVR_EXCL_BR_LINE: it stops at these four only
@@ -188,7 +188,7 @@ inline bool SimpleXMLParserPL::MayOpenSection(char next) const {
 
 [[gnu::always_inline]] inline char const* SimpleXMLParserPL::ReadEndElementName(char const* from,
                                                                                 char const* end) {
-    char const* const stop = ScanBytes::AppendUntil<16>(elementName, from, end, '>');
+    char const* const stop = AppendUntil<16>(elementName, from, end, '>');
     if (stop == end)
         return end;
     TransitionFrom(InEndElementName, InCharacterData);
@@ -236,7 +236,7 @@ void SimpleXMLParserPL::ParseRange(char const* from, char const* end) {
 }
 
 char const* SimpleXMLParserPL::ReadEscape(char const* from, char const* end, State outer) {
-    char const* const stop = ScanBytes::Find(from, end, ';');
+    char const* const stop = Simd::FindByte(from, end, ';');
     AppendRun(escapeString, from, stop);
     if (stop == end)
         return end;
@@ -275,7 +275,7 @@ char const* SimpleXMLParserPL::ReadBetweenAttributes(char const* from, char cons
 }
 
 char const* SimpleXMLParserPL::ReadAttributeName(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, '=');
+    char const* const stop = Simd::FindByte(from, end, '=');
     AppendRun(*currentAttributeName, from, stop);
     if (stop == end)
         return end;
@@ -284,7 +284,7 @@ char const* SimpleXMLParserPL::ReadAttributeName(char const* from, char const* e
 }
 
 char const* SimpleXMLParserPL::ReadBeforeAttributeValue(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, '"', '\'');
+    char const* const stop = Simd::FindByte(from, end, '"', '\'');
     if (stop == end)
         return end;
     attributeQuote = *stop;
@@ -293,7 +293,7 @@ char const* SimpleXMLParserPL::ReadBeforeAttributeValue(char const* from, char c
 }
 
 char const* SimpleXMLParserPL::ReadAttributeValue(char const* from, char const* end) {
-    char const* const stop = ScanBytes::Find(from, end, attributeQuote, '&');
+    char const* const stop = Simd::FindByte(from, end, attributeQuote, '&');
     AppendRun(*currentAttributeValue, from, stop);
     if (stop == end)
         return end;
@@ -304,7 +304,7 @@ char const* SimpleXMLParserPL::ReadAttributeValue(char const* from, char const* 
 char const* SimpleXMLParserPL::ReadComment(char const* from, char const* end) {
     while (from != end) {
         if (dashCount == 0) {
-            from = ScanBytes::Find(from, end, '-');
+            from = Simd::FindByte(from, end, '-');
             if (from == end)
                 break;
         }
@@ -323,9 +323,9 @@ char const* SimpleXMLParserPL::ReadComment(char const* from, char const* end) {
 }
 
 char const* SimpleXMLParserPL::ReadCData(char const* from, char const* end) {
-    char const* stop = ScanBytes::Find(from, end, '>');
+    char const* stop = Simd::FindByte(from, end, '>');
     while (stop != end && !SectionEndsHere(from, stop))
-        stop = ScanBytes::Find(stop + 1, end, '>');
+        stop = Simd::FindByte(stop + 1, end, '>');
     TakeSectionBytes(from, stop);
     if (stop == end)
         return end;

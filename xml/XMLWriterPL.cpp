@@ -8,7 +8,7 @@
 #include "data/AsciiSet.h"
 #include "data/LineReceiver.h"
 #include "data/MakeAsciiNumeral.h"
-#include "xml/ScanBytes.h"
+#include "simd/FindByte.h"
 
 namespace {
 
@@ -263,8 +263,8 @@ void XMLWriterPL::WriteThinned(ConstData comment) {
 void XMLWriterPL::WriteCharacterData(ConstData data, bool isUTF8) {
     char const* const end = CharEnd(data);
     for (char const* from = CharBegin(data); from != end; ++from) {
-        char const* const stop = isUTF8 ? ScanBytes::Find(from, end, '<', '>', '&')
-                                        : ScanBytes::FindOrHigh(from, end, '<', '>', '&');
+        char const* const stop = isUTF8 ? Simd::FindByte(from, end, '<', '>', '&')
+                                        : Simd::FindByteOrHigh(from, end, '<', '>', '&');
         WriteRun(from, stop);
         if (stop == end)
             break;
@@ -276,7 +276,7 @@ void XMLWriterPL::WriteCharacterData(ConstData data, bool isUTF8) {
 void XMLWriterPL::WriteAttributeValue(ConstData value) {
     char const* const end = CharEnd(value);
     for (char const* from = CharBegin(value); from != end; ++from) {
-        char const* const stop = ScanBytes::Find(from, end, '<', '>', '&', '"');
+        char const* const stop = Simd::FindByte(from, end, '<', '>', '&', '"');
         WriteRun(from, stop);
         if (stop == end)
             break;

@@ -6,12 +6,16 @@
 
 #include <ctype.h>
 
+#include "strings/LocaleLetters.h"
+
 // From its construction to its destruction who looks into the tables behind tolower and toupper
 // finds these, in this thread. The functions themselves stay as they are. At first the tables are
 // those of the locale.
 class OtherCaseTables {
 public:
     OtherCaseTables() {
+        // Its first call sets the locale anew, which would take these tables away again.
+        LettersAreAscii();
         for (int i = 0; i < entries; ++i) {
             lower[i] = formerLower[i - belowZero];
             upper[i] = formerUpper[i - belowZero];

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "data/AppendRun.h"
 #include "data/ApplyFilter.h"
 #include "data/Ascii.h"
 #include "data/AsciiFilters.h"
@@ -69,13 +68,6 @@ Operations OfText() {
             "Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(other)); }, Same),
         Operation::Giving(
             "ApplyFilter", [] { return ApplyFilter(text, Ascii::RaiseCase()); }, Same),
-        Operation(
-            "AppendRuns::Append", [] { return std::string(other); },
-            [](std::string& string) { AppendRuns::Append(string, text, sizeof text - 1); }, Same),
-        Operation(
-            "AppendRuns::AppendPlainly", [] { return std::string(other); },
-            [](std::string& string) { AppendRuns::AppendPlainly(string, text, sizeof text - 1); },
-            Same),
     };
 }
 

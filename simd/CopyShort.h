@@ -1,0 +1,45 @@
+// Copies of a few bytes, without a call and without a loop.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "simd/Words.h"
+
+namespace Simd {
+
+// Copies `length` bytes; the two ranges may overlap. REQUIRES: length <= 16.
+inline void CopyUpTo16Scalar(char* to, char const* from, std::size_t length) {
+    char copied[16];
+    for (std::size_t i = 0; i < length; ++i)
+        copied[i] = from[i];
+    for (std::size_t i = 0; i < length; ++i)
+        to[i] = copied[i];
+}
+
+namespace Detail {
+
+// Copies the first and the last bytes as one word each. The two words overlap where `length` is
+// less than both.
+template <class Word>
+void CopyEnds(char* to, char const* from, std::size_t length) {
+    auto const first = LoadWord<Word>(from);
+    auto const last = LoadWord<Word>(from + length - sizeof(Word));
+    StoreWord(to, first);
+    StoreWord(to + length - sizeof(Word), last);
+}
+
+} // namespace Detail
+
+inline void CopyUpTo16(char* to, char const* from, std::size_t length) {
+    if (length >= 8)
+        Detail::CopyEnds<std::uint64_t>(to, from, length);
+    else if (length >= 4)
+        Detail::CopyEnds<std::uint32_t>(to, from, length);
+    else if (length >= 2)
+        Detail::CopyEnds<std::uint16_t>(to, from, length);
+    else if (length == 1)
+        *to = *from;
+}
+
+} // namespace Simd

@@ -1,0 +1,134 @@
+#include "simd/FindCaseInsensitive.h"
+
+#include <bit>
+
+#include "simd/Cpu.h"
+
+#if SIMD_X86
+#include <emmintrin.h>
+#endif
+
+namespace Simd {
+
+namespace {
+
+struct Pattern {
+    bool IsAt(char const* place) const {
+        for (std::size_t i = 0; i < length; ++i)
+            if (Lower(place[i]) != Lower(text[i]))
+                return false;
+        return true;
+    }
+
+    std::int32_t Lower(char byte) const { return lower[static_cast<unsigned char>(byte)]; }
+
+    char const* text;
+    std::size_t length;
+    std::int32_t const* lower;
+};
+
+char const* FindAtPlaces(char const* from, char const* end, Pattern const& pattern) {
+    for (; from != end; ++from)
+        if (pattern.IsAt(from))
+            return from;
+    return nullptr;
+}
+
+} // namespace
+
+char const* FindCaseInsensitiveScalar(char const* text, std::size_t length, char const* pattern,
+                                      std::size_t patternLength, std::int32_t const* lower) {
+    return FindAtPlaces(text, text + (length - patternLength + 1), {pattern, patternLength, lower});
+}
+
+#if SIMD_X86
+
+namespace {
+
+constexpr std::size_t blockSize = 16;
+
+// 0xFF in each of 16 bytes that is one of the variants.
+__m128i Matches(char const* bytes, CaseVariants const& variants) {
+    __m128i const block = _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
+    return _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(variants.one)),
+                        _mm_cmpeq_epi8(block, _mm_set1_epi8(variants.other)));
+}
+
+// Compares the pattern only at places whose first and last byte match. For "ab" in "xaybab." the
+// first byte matches at the places 1 and 4, the last one, read one byte further on, at 2 and 4; so
+// 4 is the only candidate.
+//
+// (The variants come by reference: a processor waits where bytes that were just stored one by one
+// are loaded as one word to be passed.)
+class BlockSearch {
+public:
+    BlockSearch(Pattern const& thePattern, CaseVariants const& theFirst,
+                CaseVariants const& theLast)
+        : pattern(thePattern), first(theFirst), last(theLast) {}
+
+    // REQUIRES: at least `blockSize` places.
+    char const* Find(char const* from, char const* end) const {
+        constexpr std::size_t four = 4 * blockSize;
+        for (; static_cast<std::size_t>(end - from) >= four; from += four)
+            if (HasCandidate(from))
+                for (char const* block = from; block != from + four; block += blockSize)
+                    if (char const* const match = FindInBlock(block))
+                        return match;
+        for (; static_cast<std::size_t>(end - from) >= blockSize; from += blockSize)
+            if (char const* const match = FindInBlock(from))
+                return match;
+        // The last places are searched together with places before them.
+        return from == end ? nullptr : FindInBlock(end - blockSize);
+    }
+
+private:
+    __m128i Candidates(char const* place) const {
+        return _mm_and_si128(Matches(place, first), Matches(place + (pattern.length - 1), last));
+    }
+
+    // Of four blocks, with one branch.
+    bool HasCandidate(char const* from) const {
+        __m128i const front = _mm_or_si128(Candidates(from), Candidates(from + blockSize));
+        char const* const half = from + 2 * blockSize;
+        __m128i const back = _mm_or_si128(Candidates(half), Candidates(half + blockSize));
+        return _mm_movemask_epi8(_mm_or_si128(front, back)) != 0;
+    }
+
+    char const* FindInBlock(char const* from) const {
+        for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(Candidates(from))); mask != 0;
+             mask &= mask - 1) {
+            char const* const place = from + std::countr_zero(mask);
+            if (pattern.IsAt(place))
+                return place;
+        }
+        return nullptr;
+    }
+
+    Pattern const& pattern;
+    CaseVariants const& first;
+    CaseVariants const& last;
+};
+
+} // namespace
+
+char const* FindCaseInsensitive(char const* text, std::size_t length, char const* pattern,
+                                std::size_t patternLength, std::int32_t const* lower,
+                                CaseVariants first, CaseVariants last) {
+    Pattern const wanted{pattern, patternLength, lower};
+    std::size_t const places = length - patternLength + 1;
+    if (places < blockSize)
+        return FindAtPlaces(text, text + places, wanted);
+    return BlockSearch(wanted, first, last).Find(text, text + places);
+}
+
+#else
+
+char const* FindCaseInsensitive(char const* text, std::size_t length, char const* pattern,
+                                std::size_t patternLength, std::int32_t const* lower, CaseVariants,
+                                CaseVariants) {
+    return FindCaseInsensitiveScalar(text, length, pattern, patternLength, lower);
+}
+
+#endif
+
+} // namespace Simd

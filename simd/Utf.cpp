@@ -1,0 +1,149 @@
+#include "simd/Utf.h"
+
+#include "simd/Cpu.h"
+#include "simd/UtfBlocks.h"
+#include "simd/UtfMixed.h"
+#include "simd/UtfSequences.h"
+
+namespace Simd {
+
+namespace {
+
+// A place in the source and one in the target. Each operation moves both on.
+template <class To, class From>
+class Cursor {
+public:
+    Cursor(From const* from, std::size_t available, To* to, std::size_t room)
+        : position(from),
+          sourceEnd(from + available),
+          target(to),
+          full(to + (room < maxUtfUnits<To> ? 0 : room - (maxUtfUnits<To> - 1))) {}
+
+    UtfProgress Progress(From const* from, To const* to) const {
+        return {static_cast<std::size_t>(position - from), static_cast<std::size_t>(target - to),
+                isIllFormed};
+    }
+
+    void TranscodeSequences() {
+        while (TranscodeSequence()) {
+        }
+    }
+
+#if SIMD_X86
+    // Leaves what is too short for whole blocks.
+    void TranscodeBlocks() {
+        bool const hasShuffles = Uses(Level::ssse3);
+        CopyEqualUnits();
+        while (Has(16, 16)) {
+            UtfBlocks::BlockProgress const progress = TranscodeBlock(hasShuffles);
+            if (progress.read == 0 && !TranscodeSequence())
+                break;
+            Advance(progress);
+            CopyEqualUnits();
+        }
+    }
+#endif
+
+private:
+    // The room is that in front of `full`.
+    bool Has(std::ptrdiff_t units, std::ptrdiff_t room) const {
+        return sourceEnd - position >= units && full - target >= room;
+    }
+
+    // Returns whether there was a whole well-formed sequence, and room for the longest one.
+    bool TranscodeSequence() {
+        if (!Has(1, 1))
+            return false;
+        UtfSequence const sequence =
+            ReadUtfSequence<To>(position, static_cast<std::size_t>(sourceEnd - position));
+        isIllFormed = sequence.form == UtfSequence::illFormed;
+        if (isIllFormed || sequence.form == UtfSequence::unfinished)
+            return false;
+        target = UtfSequences<To>::Write(target, sequence);
+        position += sequence.length;
+        return true;
+    }
+
+#if SIMD_X86
+    void Advance(UtfBlocks::BlockProgress progress) {
+        position += progress.read;
+        target += progress.written;
+    }
+
+    bool NextUnitIsEqual() const {
+        if constexpr (sizeof(To) == 1 || sizeof(From) == 1)
+            return *position < 0x80;
+        else
+            return *position < 0x10000 && !IsSurrogate(*position);
+    }
+
+    // A whole block advances by a constant, so the next one does not wait for the mask of this one.
+    void CopyEqualUnits() {
+        while (Has(16, 16) && NextUnitIsEqual()) {
+            unsigned const others = UtfBlocks::CopyUnits<To, From>(position, target);
+            if (others != 0) {
+                int const count = std::countr_zero(others);
+                Advance({count, count});
+                break;
+            }
+            Advance({16, 16});
+        }
+    }
+
+    // Begins with a unit that is not equal in both encodings. A run of long sequences has a faster
+    // function of its own.
+    UtfBlocks::BlockProgress TranscodeBlock(bool hasShuffles) const {
+        UtfBlocks::BlockProgress const run = TranscodeLongSequences();
+        if (run.isWhole || !hasShuffles)
+            return run;
+        UtfBlocks::BlockProgress const mixed =
+            TranscodeMixed(position, sourceEnd - position, target, full - target);
+        return mixed.read != 0 ? mixed : run;
+    }
+
+    UtfBlocks::BlockProgress TranscodeLongSequences() const {
+        if constexpr (sizeof(From) == 1)
+            if (*position >= 0xE0 && *position < 0xF0)
+                return UtfBlocks::DecodeTriples(position, target);
+        return UtfBlocks::TranscodeSupplementary<To, From>(position, target);
+    }
+#endif
+
+    From const* position;
+    From const* const sourceEnd;
+    To* target;
+    To* const full; // from here on there is no room for the longest sequence
+    bool isIllFormed = false;
+};
+
+} // namespace
+
+template <class To, class From>
+UtfProgress TranscodeScalar(From const* from, std::size_t available, To* to, std::size_t room) {
+    Cursor<To, From> cursor(from, available, to, room);
+    cursor.TranscodeSequences();
+    return cursor.Progress(from, to);
+}
+
+template <class To, class From>
+UtfProgress Transcode(From const* from, std::size_t available, To* to, std::size_t room) {
+    Cursor<To, From> cursor(from, available, to, room);
+#if SIMD_X86
+    cursor.TranscodeBlocks();
+#endif
+    cursor.TranscodeSequences();
+    return cursor.Progress(from, to);
+}
+
+#define SIMD_INSTANTIATE(To, From)                                              \
+    template UtfProgress Transcode(From const*, std::size_t, To*, std::size_t); \
+    template UtfProgress TranscodeScalar(From const*, std::size_t, To*, std::size_t)
+
+SIMD_INSTANTIATE(unsigned char, unsigned short);
+SIMD_INSTANTIATE(unsigned char, unsigned int);
+SIMD_INSTANTIATE(unsigned short, unsigned char);
+SIMD_INSTANTIATE(unsigned short, unsigned int);
+SIMD_INSTANTIATE(unsigned int, unsigned char);
+SIMD_INSTANTIATE(unsigned int, unsigned short);
+
+} // namespace Simd

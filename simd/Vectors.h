@@ -1,0 +1,125 @@
+// Vectors of 16 bytes in SSE2, by what the transcoders do with them.
+//
+// A name ends in the width of the lanes: 8, 16 or 32 bits. The first lane is the lowest, so a
+// loaded vector has the first unit of a text in its first lane. Lanes in comments are written first
+// lane first.
+#pragma once
+
+#include "simd/Cpu.h"
+
+#if SIMD_X86
+
+#include <emmintrin.h>
+
+#include "simd/Words.h"
+
+namespace Simd::Vectors {
+
+using Vector = __m128i;
+
+struct TwoVectors {
+    Vector first, second;
+};
+
+inline Vector Zero() { return _mm_setzero_si128(); }
+inline Vector All8(unsigned value) { return _mm_set1_epi8(static_cast<char>(value)); }
+inline Vector All16(unsigned value) { return _mm_set1_epi16(static_cast<short>(value)); }
+inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(value)); }
+
+// Whole vectors, halves and quarters, at any address. The rest of a loaded vector is zero.
+inline Vector Load(void const* from) { return _mm_loadu_si128(static_cast<Vector const*>(from)); }
+inline Vector LoadHalf(void const* from) {
+    return _mm_loadl_epi64(static_cast<Vector const*>(from));
+}
+inline Vector LoadQuarter(void const* from) { return _mm_cvtsi32_si128(LoadWord<int>(from)); }
+inline void Store(void* to, Vector value) { _mm_storeu_si128(static_cast<Vector*>(to), value); }
+inline void StoreHalf(void* to, Vector value) { _mm_storel_epi64(static_cast<Vector*>(to), value); }
+
+inline Vector And(Vector a, Vector b) { return _mm_and_si128(a, b); }
+inline Vector AndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
+inline Vector Or(Vector a, Vector b) { return _mm_or_si128(a, b); }
+inline Vector Or(Vector a, Vector b, Vector c) { return Or(Or(a, b), c); }
+inline Vector Or(Vector a, Vector b, Vector c, Vector d) { return Or(Or(a, b), Or(c, d)); }
+inline Vector Xor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
+inline Vector Not(Vector found) { return Xor(found, All8(0xFF)); }
+
+// Lanes of `ifFound` where `found` is all ones, lanes of `otherwise` where it is zero.
+inline Vector Select(Vector found, Vector ifFound, Vector otherwise) {
+    return Or(And(ifFound, found), AndNot(otherwise, found));
+}
+
+// All ones in the lanes whose bits under `mask` are `value`, zero in the others.
+inline Vector Is8(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi8(And(lanes, All8(mask)), All8(value));
+}
+inline Vector Is16(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi16(And(lanes, All16(mask)), All16(value));
+}
+inline Vector Is32(Vector lanes, unsigned mask, unsigned value) {
+    return _mm_cmpeq_epi32(And(lanes, All32(mask)), All32(value));
+}
+
+// All ones in the lanes that are at least `value`, unsigned.
+inline Vector AtLeast8(Vector lanes, unsigned value) {
+    return _mm_cmpeq_epi8(_mm_max_epu8(lanes, All8(value)), lanes);
+}
+
+// One bit for each lane of all ones; bit 0 is the first lane.
+inline unsigned MaskOf8(Vector found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
+inline unsigned MaskOf16(TwoVectors found) {
+    return MaskOf8(_mm_packs_epi16(found.first, found.second));
+}
+inline unsigned MaskOf32(Vector found) {
+    return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(found)));
+}
+
+// The bits under `mask`, shifted to the left.
+inline Vector Left16(Vector lanes, unsigned mask, int count) {
+    return _mm_slli_epi16(And(lanes, All16(mask)), count);
+}
+inline Vector Left32(Vector lanes, unsigned mask, int count) {
+    return _mm_slli_epi32(And(lanes, All32(mask)), count);
+}
+
+// Shifted to the right, then the bits under `mask`.
+inline Vector Right16(Vector lanes, int count, unsigned mask) {
+    return And(_mm_srli_epi16(lanes, count), All16(mask));
+}
+inline Vector Right32(Vector lanes, int count, unsigned mask) {
+    return And(_mm_srli_epi32(lanes, count), All32(mask));
+}
+
+// Lanes twice as wide, from their lower and their upper halves: Join8 of A B .. and C D .. gives
+// CA DB .. in lanes of 16 bits.
+inline TwoVectors Join8(Vector lower, Vector upper) {
+    return {_mm_unpacklo_epi8(lower, upper), _mm_unpackhi_epi8(lower, upper)};
+}
+inline TwoVectors Join16(Vector lower, Vector upper) {
+    return {_mm_unpacklo_epi16(lower, upper), _mm_unpackhi_epi16(lower, upper)};
+}
+inline TwoVectors Widen8(Vector lanes) { return Join8(lanes, Zero()); }
+inline TwoVectors Widen16(Vector lanes) { return Join16(lanes, Zero()); }
+
+// Lanes half as wide, of the lower halves. REQUIRES for Narrow16: all lanes are below 0x100.
+inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
+inline Vector Narrow32(Vector first, Vector second) {
+    // The instruction saturates signed values, so each lower half is sign-extended first.
+    return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(first, 16), 16),
+                           _mm_srai_epi32(_mm_slli_epi32(second, 16), 16));
+}
+
+// Two vectors of lanes that are all ones or zero, in lanes of 16 bits.
+inline Vector NarrowFound32(Vector first, Vector second) { return _mm_packs_epi32(first, second); }
+
+inline Vector Add16(Vector lanes, unsigned value) { return _mm_add_epi16(lanes, All16(value)); }
+inline Vector Subtract16(Vector lanes, unsigned value) {
+    return _mm_sub_epi16(lanes, All16(value));
+}
+inline Vector Add32(Vector lanes, unsigned value) { return _mm_add_epi32(lanes, All32(value)); }
+inline Vector Subtract32(Vector lanes, unsigned value) {
+    return _mm_sub_epi32(lanes, All32(value));
+}
+
+} // namespace Simd::Vectors
+
+#endif

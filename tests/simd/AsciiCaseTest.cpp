@@ -1,0 +1,68 @@
+#include "simd/AsciiCase.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "simd/Cpu.h"
+
+namespace {
+
+using Function = std::size_t (*)(unsigned char const*, unsigned char const*, std::size_t);
+
+std::vector<Function> AllFunctions() {
+    std::vector<Function> functions{Simd::CommonPrefix, Simd::CommonPrefixScalar};
+#if SIMD_X86
+    functions.push_back(Simd::CommonPrefixSse2);
+    if (Simd::Uses(Simd::Level::avx2))
+        functions.push_back(Simd::CommonPrefixAvx2);
+#endif
+    return functions;
+}
+
+int Lowered(int byte) { return byte >= 'A' && byte <= 'Z' ? byte + 32 : byte; }
+
+TEST(AsciiCaseTest, ComparesNoBytesBeforeTheTexts) {
+    // Blocks of 32; what one text has behind its first block, the other has in front of it.
+    auto const block = [](char letter) {
+        return std::string(32, letter);
+    };
+    std::string const left = block('a') + block('b') + block('c') + block('d');
+    std::string const front = block('d') + block('c') + block('b');
+    std::string const right = front + block('a') + block('x') + block('y') + block('z');
+    for (Function function : AllFunctions()) {
+        auto const* const one = reinterpret_cast<unsigned char const*>(left.data());
+        auto const* const other =
+            reinterpret_cast<unsigned char const*>(right.data()) + front.size();
+        EXPECT_EQ(32u, function(one, other, left.size()));
+        EXPECT_EQ(32u, function(other, one, left.size()));
+    }
+}
+
+TEST(AsciiCaseTest, ComparesEveryPairOfBytesAtEveryPlace) {
+    for (Function function : AllFunctions())
+        for (std::size_t length : {1, 8, 13, 16, 32, 67}) {
+            unsigned mismatches = 0;
+            std::vector<unsigned char> left(length, 'q');
+            std::vector<unsigned char> right(length, 'Q');
+            for (int a = 0; a < 256; ++a)
+                for (int b = 0; b < 256; ++b) {
+                    std::size_t const i = static_cast<std::size_t>(a + b) % length;
+                    left[i] = static_cast<unsigned char>(a);
+                    right[i] = static_cast<unsigned char>(b);
+                    std::size_t const expected = Lowered(a) == Lowered(b) ? length : i;
+                    mismatches += function(left.data(), right.data(), length) != expected;
+                    left[i] = 'q';
+                    right[i] = 'Q';
+                }
+            EXPECT_EQ(0u, mismatches) << length;
+        }
+}
+
+TEST(AsciiCaseTest, AcceptsNullPointersWithNoBytes) {
+    for (Function function : AllFunctions())
+        EXPECT_EQ(0u, function(nullptr, nullptr, 0));
+}
+
+} // namespace

@@ -1,0 +1,61 @@
+#include "simd/Cpu.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/OtherProcess.h"
+
+namespace {
+
+using Simd::Level;
+
+Level LevelOfCompiler() {
+#if SIMD_X86
+    if (!__builtin_cpu_supports("ssse3") || !__builtin_cpu_supports("popcnt") ||
+        !__builtin_cpu_supports("pclmul"))
+        return Level::sse2;
+    return __builtin_cpu_supports("avx2") ? Level::avx2 : Level::ssse3;
+#else
+    return Level::scalar;
+#endif
+}
+
+TEST(CpuTest, BestLevelIsTheOneThatTheCompilerFinds) {
+    EXPECT_EQ(LevelOfCompiler(), Simd::BestLevel());
+}
+
+TEST(CpuTest, UsesEveryLevelUpToTheBestOne) {
+    for (Level level : {Level::scalar, Level::sse2, Level::ssse3, Level::avx2})
+        EXPECT_EQ(level <= Simd::BestLevel(), Simd::Uses(level));
+}
+
+TEST(CpuTest, PinnedLevelHoldsUntilItsObjectEnds) {
+    {
+        Simd::PinnedLevel const pinned(Simd::baseline);
+        EXPECT_TRUE(Simd::Uses(Simd::baseline));
+        EXPECT_FALSE(Simd::Uses(Level::avx2));
+    }
+    EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
+}
+
+TEST(CpuTest, PinnedLevelsNest) {
+    if (Simd::BestLevel() < Level::avx2)
+        GTEST_SKIP() << "this processor has too few levels";
+    Simd::PinnedLevel const outer(Level::ssse3);
+    {
+        Simd::PinnedLevel const inner(Simd::baseline);
+        EXPECT_FALSE(Simd::Uses(Level::ssse3));
+    }
+    EXPECT_TRUE(Simd::Uses(Level::ssse3));
+    EXPECT_FALSE(Simd::Uses(Level::avx2));
+}
+
+// In a process of its own, where nothing has asked before.
+TEST(CpuTest, PinningBeforeTheFirstUseIsUndone) {
+    OtherProcess other([] {
+        { Simd::PinnedLevel const pinned(Simd::baseline); }
+        EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
+} // namespace

@@ -1,0 +1,61 @@
+#include "simd/FormatDigits.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace {
+
+TEST(FormatDigitsTest, PairsAreTheTwoDigitsOfTheValue) {
+    for (unsigned value = 0; value < 100; ++value) {
+        EXPECT_EQ(static_cast<char>('0' + value / 10), Simd::digitPairs[value * 2]);
+        EXPECT_EQ(static_cast<char>('0' + value % 10), Simd::digitPairs[value * 2 + 1]);
+    }
+}
+
+// Both halves of a value are treated alike and apart, so all groups of four digits in either half,
+// with the extremes in the other, are all cases.
+TEST(FormatDigitsTest, EightDigitsAreThoseOfTheValue) {
+    unsigned mismatches = 0;
+    for (std::uint32_t four = 0; four < 10000; ++four)
+        for (std::uint32_t other : {0u, 1u, 4567u, 9999u})
+            for (std::uint32_t value : {four * 10000 + other, other * 10000 + four})
+                mismatches += Simd::EightDigits(value) != Simd::EightDigitsScalar(value);
+    EXPECT_EQ(0u, mismatches);
+}
+
+std::string SixteenDigitsOf(std::uint64_t value) {
+    char text[17];
+    std::snprintf(text, sizeof(text), "%016llu", static_cast<unsigned long long>(value));
+    return text;
+}
+
+TEST(FormatDigitsTest, SixteenDigitsAreThoseOfTheValue) {
+    unsigned mismatches = 0;
+    auto const check = [&](std::uint64_t first, std::uint64_t last) {
+        char text[16];
+        Simd::StoreSixteenDigits(text, first * 100000000 + last);
+        mismatches += SixteenDigitsOf(first * 100000000 + last) != std::string(text, 16);
+    };
+    for (std::uint32_t four = 0; four < 10000; ++four)
+        for (std::uint32_t other : {0u, 1u, 4567u, 9999u})
+            for (std::uint32_t eight : {four * 10000 + other, other * 10000 + four}) {
+                check(eight, 0);
+                check(eight, 99999999);
+                check(0, eight);
+                check(99999999, eight);
+            }
+    EXPECT_EQ(0u, mismatches);
+}
+
+TEST(FormatDigitsTest, UpToFourDigitsHaveNoLeadingZeros) {
+    for (std::uint32_t value = 0; value < 10000; ++value) {
+        unsigned char text[4];
+        unsigned const count = Simd::FormatDecimalUpTo4(text, value);
+        ASSERT_EQ(std::to_string(value), std::string(text, text + count));
+    }
+}
+
+} // namespace

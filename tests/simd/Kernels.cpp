@@ -1,0 +1,357 @@
+#include "tests/simd/Kernels.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "simd/AsciiCase.h"
+#include "simd/CopyShort.h"
+#include "simd/Crc32.h"
+#include "simd/FindByte.h"
+#include "simd/FindCaseInsensitive.h"
+#include "simd/FormatDigits.h"
+#include "simd/ParseDigits.h"
+#include "simd/Utf.h"
+#include "tests/support/Bytes.h"
+
+namespace Kernels {
+
+namespace {
+
+using Pieces = std::vector<std::string>;
+
+// Each unit of the bytes.
+Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
+    Pieces pieces;
+    for (std::size_t at = 0; at < bytes.size(); at += unit)
+        pieces.push_back(bytes.substr(at, unit));
+    return pieces;
+}
+
+char const* Text(unsigned char const* bytes) { return reinterpret_cast<char const*>(bytes); }
+
+// ---- FindByte.h
+
+template <auto kernel, auto reference>
+bool AgreeOnEachSuffix(Memory const& memory) {
+    char const* const end = Text(memory.input) + memory.length;
+    for (char const* from = Text(memory.input);; ++from) {
+        if (kernel(from, end) != reference(from, end))
+            return false;
+        if (from == end)
+            return true;
+    }
+}
+
+Kernel FindByteKernel() {
+    return {"FindByte", UnitsOf("<&a\x80"), 1, [](Memory const& memory, std::mt19937&) {
+                return AgreeOnEachSuffix<[](char const* from, char const* end) {
+                           return Simd::FindByte(from, end, '<');
+                       },
+                                         [](char const* from, char const* end) {
+                                             return Simd::FindByteScalar(from, end, '<');
+                                         }>(memory) &&
+                       AgreeOnEachSuffix<[](char const* from, char const* end) {
+                           return Simd::FindByte(from, end, '<', '&', '\x80', '\0');
+                       },
+                                         [](char const* from, char const* end) {
+                                             return Simd::FindByteScalar(from, end, '<', '&',
+                                                                         '\x80', '\0');
+                                         }>(memory);
+            }};
+}
+
+Kernel FindByteOrHighKernel() {
+    return {"FindByteOrHigh", UnitsOf("<>a\x7F\x80\xFF"), 1,
+            [](Memory const& memory, std::mt19937&) {
+                return AgreeOnEachSuffix<[](char const* from, char const* end) {
+                    return Simd::FindByteOrHigh(from, end, '<', '>');
+                },
+                                         [](char const* from, char const* end) {
+                                             return Simd::FindByteOrHighScalar(from, end, '<', '>');
+                                         }>(memory);
+            }};
+}
+
+template <int size>
+bool MatchMasksAgree(Memory const& memory) {
+    for (std::size_t at = 0; at + size <= memory.length; ++at) {
+        char const* const from = Text(memory.input) + at;
+        if (Simd::MatchMask<size>(from, '<', '&', '\xFF') !=
+            Simd::MatchMaskScalar<size>(from, '<', '&', '\xFF'))
+            return false;
+    }
+    return true;
+}
+
+Kernel MatchMaskKernel() {
+    return {"MatchMask", UnitsOf("<&a\xFF"), 1, [](Memory const& memory, std::mt19937&) {
+                return MatchMasksAgree<16>(memory) && MatchMasksAgree<32>(memory) &&
+                       MatchMasksAgree<64>(memory);
+            }};
+}
+
+// ---- AsciiCase.h, FindCaseInsensitive.h, CopyShort.h, Crc32.h
+
+Kernel CommonPrefixKernel() {
+    return {"CommonPrefix", UnitsOf(Bytes("aAzZ@[`{\x7F\x80\xFF\xC1\xE1\x00")), 1,
+            [](Memory const& memory, std::mt19937&) {
+                auto const agree = [&](auto const* left, auto const* right) {
+                    return Simd::CommonPrefix(left, right, memory.length) ==
+                           Simd::CommonPrefixScalar(left, right, memory.length);
+                };
+                return agree(memory.input, memory.second) && agree(memory.second, memory.input);
+            }};
+}
+
+// A locale with one pair of letters beyond ASCII.
+constexpr std::array<std::int32_t, 256> lowerTable = [] {
+    std::array<std::int32_t, 256> table{};
+    for (int byte = 0; byte < 256; ++byte)
+        table[static_cast<unsigned>(byte)] = byte >= 'A' && byte <= 'Z' ? byte + 32 : byte;
+    table[0xC4] = 0xE4;
+    return table;
+}();
+
+Simd::CaseVariants VariantsOf(unsigned char byte) {
+    Simd::CaseVariants variants{static_cast<char>(byte), static_cast<char>(byte)};
+    for (unsigned other = 0; other < 256; ++other)
+        if (other != byte && lowerTable[other] == lowerTable[byte])
+            variants.other = static_cast<char>(other);
+    return variants;
+}
+
+Kernel FindCaseInsensitiveKernel() {
+    return {"FindCaseInsensitive", UnitsOf(Bytes("aAbB\xC4\xE4\x00")), 1,
+            [](Memory const& memory, std::mt19937& random) {
+                if (memory.length == 0)
+                    return true;
+                // A part of the changed text, so that there are matches and near misses.
+                std::size_t const start = random() % memory.length;
+                std::size_t const length =
+                    1 + random() % std::min<std::size_t>(5, memory.length - start);
+                char const* const pattern = Text(memory.second) + start;
+                return Simd::FindCaseInsensitive(Text(memory.input), memory.length, pattern, length,
+                                                 lowerTable.data(),
+                                                 VariantsOf(memory.second[start]),
+                                                 VariantsOf(memory.second[start + length - 1])) ==
+                       Simd::FindCaseInsensitiveScalar(Text(memory.input), memory.length, pattern,
+                                                       length, lowerTable.data());
+            }};
+}
+
+// Within one text, so that the ranges overlap.
+Kernel CopyUpTo16Kernel() {
+    return {"CopyUpTo16", UnitsOf(EveryByte()), 1, [](Memory const& memory, std::mt19937& random) {
+                std::size_t const length = std::min<std::size_t>(random() % 17, memory.length);
+                std::size_t const from = random() % (memory.length - length + 1);
+                std::size_t const to = random() % (memory.length - length + 1);
+                std::memcpy(memory.second, memory.input, memory.length);
+                auto* const copied = reinterpret_cast<char*>(memory.input);
+                auto* const expected = reinterpret_cast<char*>(memory.second);
+                Simd::CopyUpTo16(copied + to, copied + from, length);
+                Simd::CopyUpTo16Scalar(expected + to, expected + from, length);
+                return std::memcmp(copied, expected, memory.length) == 0;
+            }};
+}
+
+Kernel Crc32Kernel() {
+    return {"Crc32", UnitsOf(EveryByte()), 1, [](Memory const& memory, std::mt19937& random) {
+                auto const value = static_cast<std::uint32_t>(random());
+                std::uint32_t const expected =
+                    Simd::Crc32Scalar(value, memory.input, memory.length);
+                return Simd::Crc32(value, memory.input, memory.length) == expected &&
+                       Simd::Crc32Sliced(value, memory.input, memory.length) == expected;
+            }};
+}
+
+// ---- ParseDigits.h, FormatDigits.h
+
+template <unsigned base>
+bool ParsedDigitsAgree(Memory const& memory) {
+    for (std::size_t length = 0; length <= memory.length; ++length) {
+        unsigned char const* const text = memory.input + memory.length - length;
+        std::uint64_t value = 0;
+        std::uint64_t expected = 0;
+        bool const parsed = Simd::ParseDigits<base>(text, length, value);
+        if (parsed != Simd::ParseDigitsScalar<base>(text, length, expected) ||
+            (parsed && value != expected))
+            return false;
+    }
+    return true;
+}
+
+Kernel ParseDecimalKernel() {
+    return {"ParseDigits<10>", UnitsOf("0000000000123456789"), 1,
+            [](Memory const& memory, std::mt19937&) {
+                return ParsedDigitsAgree<10>(memory);
+            }};
+}
+
+Kernel ParseHexKernel() {
+    return {"ParseDigits<16>", UnitsOf("0000000000123456789abcdefABCDEF"), 1,
+            [](Memory const& memory, std::mt19937&) {
+                return ParsedDigitsAgree<16>(memory);
+            }};
+}
+
+// Values of every width, and powers of ten with their neighbours.
+std::uint64_t AnyValue(std::mt19937& random) {
+    if (random() % 2 == 0)
+        return (std::uint64_t{random()} << 32 | random()) >> random() % 64;
+    std::uint64_t value = 1;
+    for (unsigned digits = random() % 20; digits != 0; --digits)
+        value *= 10;
+    return value * (1 + random() % 9) + random() % 3 - 1;
+}
+
+// Whether `length` bytes at the end of `end` are the digits of the value.
+bool IsDecimal(unsigned char const* text, std::size_t length, std::uint64_t value) {
+    unsigned char expected[20];
+    std::size_t const expectedLength = Simd::FormatDecimalScalar(expected, value);
+    return length == expectedLength && std::memcmp(text, expected, length) == 0;
+}
+
+template <class Value>
+bool FormattedDecimalAgrees(Memory const& memory, Value value, std::size_t room) {
+    unsigned char* const to = memory.output + memory.outputRoom - room;
+    return IsDecimal(to, Simd::FormatDecimal(to, value), value);
+}
+
+Kernel FormatDecimalKernel() {
+    return {"FormatDecimal", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
+                std::uint64_t const value = AnyValue(random);
+                auto const narrow = static_cast<std::uint32_t>(value);
+                unsigned char* const four = memory.output + memory.outputRoom - 4;
+                auto* const end = reinterpret_cast<char*>(memory.output + 24);
+                std::uint64_t const large = std::max<std::uint64_t>(value, 10000);
+                char* const begin = Simd::FormatDecimalBefore(end, large);
+                return FormattedDecimalAgrees(memory, value, 20) &&
+                       FormattedDecimalAgrees(memory, narrow, 10) &&
+                       IsDecimal(four, Simd::FormatDecimalUpTo4(four, narrow % 10000),
+                                 narrow % 10000) &&
+                       IsDecimal(reinterpret_cast<unsigned char*>(begin),
+                                 static_cast<std::size_t>(end - begin), large);
+            }};
+}
+
+Kernel StoreSixteenDigitsKernel() {
+    return {"StoreSixteenDigits", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
+                std::uint64_t const value = AnyValue(random) % 10000000000000000;
+                unsigned char* const to = memory.output + memory.outputRoom - 16;
+                Simd::StoreSixteenDigits(to, value);
+                unsigned char expected[16];
+                Simd::StoreSixteenDigitsScalar(expected, value);
+                return std::memcmp(to, expected, sizeof(expected)) == 0;
+            }};
+}
+
+Kernel EightDigitsKernel() {
+    return {"EightDigits, EightHexDigits", UnitsOf("0"), 1,
+            [](Memory const&, std::mt19937& random) {
+                std::uint64_t const any = AnyValue(random);
+                auto const value = static_cast<std::uint32_t>(any % 100000000);
+                auto const hex = static_cast<std::uint32_t>(any);
+                return Simd::EightDigits(value) == Simd::EightDigitsScalar(value) &&
+                       Simd::EightHexDigits(hex) == Simd::EightHexDigitsScalar(hex);
+            }};
+}
+
+Kernel FormatHexKernel() {
+    return {"FormatHex", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
+                std::uint64_t const value = AnyValue(random);
+                unsigned const count = random() % 17;
+                unsigned char* const to = memory.output + memory.outputRoom - std::max(count, 8U);
+                Simd::FormatHex(to, value, count);
+                for (unsigned i = 0; i < count; ++i)
+                    if (to[i] != "0123456789abcdef"[value >> (count - 1 - i) * 4 & 0xF])
+                        return false;
+                return true;
+            }};
+}
+
+// ---- Utf.h
+
+// The scalar reference has the same input, and room for as many units.
+template <class To, class From>
+bool TranscodingAgrees(Memory const& memory, std::mt19937& random) {
+    auto const* const from = reinterpret_cast<From const*>(memory.input);
+    std::size_t const available = memory.length / sizeof(From);
+    std::size_t const room =
+        random() % (std::min(memory.outputRoom / sizeof(To), 4 * available + 4) + 1);
+    auto* const to = reinterpret_cast<To*>(memory.output + memory.outputRoom - room * sizeof(To));
+    Simd::UtfProgress const progress = Simd::Transcode(from, available, to, room);
+    std::vector<To> expected(room);
+    Simd::UtfProgress const reference =
+        Simd::TranscodeScalar(from, available, expected.data(), room);
+    return progress.read == reference.read && progress.written == reference.written &&
+           progress.isIllFormed == reference.isIllFormed &&
+           std::equal(to, to + progress.written, expected.begin());
+}
+
+template <class Unit>
+std::string BytesOf(std::initializer_list<Unit> units) {
+    std::string bytes(units.size() * sizeof(Unit), '\0');
+    std::memcpy(bytes.data(), units.begin(), bytes.size());
+    return bytes;
+}
+
+template <class To, class From>
+Kernel TranscodeKernel(std::string const& name, Pieces const& pieces) {
+    return {name, pieces, sizeof(From), TranscodingAgrees<To, From>};
+}
+
+// Sequences of each length; overlong forms, encoded surrogates and values that are too large, which
+// are accepted in part; and bytes that are out of place.
+Pieces const utf8{"a",        "\xC3\xA9",     "\xE2\x82\xAC",     "\xF0\x9F\x98\x80", "z",
+                  "\xC1\xBF", "\xED\xA0\x80", "\xF0\x80\x80\x80", "\xF7\xBF\xBF\xBF", "\x80",
+                  "\xE2",     "\xFF"};
+
+Pieces Utf16() {
+    Pieces pieces = UnitsOf(BytesOf<unsigned short>({0x61, 0xE9, 0x7FF, 0x800, 0x20AC, 0xD7FF,
+                                                     0xE000, 0xFFFF, 0xD83D, 0xDE00}),
+                            2);
+    pieces.push_back(BytesOf<unsigned short>({0xD83D, 0xDE00}));
+    pieces.push_back(BytesOf<unsigned short>({0xDBFF, 0xDFFF}));
+    return pieces;
+}
+
+Pieces Utf32() {
+    return UnitsOf(BytesOf<unsigned int>({0x61, 0xE9, 0x7FF, 0x800, 0x20AC, 0xFFFF, 0x1F600,
+                                          0x10FFFF, 0xD800, 0x110000, 0x80000041}),
+                   4);
+}
+
+} // namespace
+
+std::vector<Kernel> const& All() {
+    static Pieces const utf16 = Utf16();
+    static Pieces const utf32 = Utf32();
+    static std::vector<Kernel> const kernels{
+        FindByteKernel(),
+        FindByteOrHighKernel(),
+        MatchMaskKernel(),
+        CommonPrefixKernel(),
+        FindCaseInsensitiveKernel(),
+        CopyUpTo16Kernel(),
+        Crc32Kernel(),
+        ParseDecimalKernel(),
+        ParseHexKernel(),
+        FormatDecimalKernel(),
+        StoreSixteenDigitsKernel(),
+        EightDigitsKernel(),
+        FormatHexKernel(),
+        TranscodeKernel<unsigned short, unsigned char>("Transcode UTF-8 to UTF-16", utf8),
+        TranscodeKernel<unsigned int, unsigned char>("Transcode UTF-8 to UTF-32", utf8),
+        TranscodeKernel<unsigned char, unsigned short>("Transcode UTF-16 to UTF-8", utf16),
+        TranscodeKernel<unsigned int, unsigned short>("Transcode UTF-16 to UTF-32", utf16),
+        TranscodeKernel<unsigned char, unsigned int>("Transcode UTF-32 to UTF-8", utf32),
+        TranscodeKernel<unsigned short, unsigned int>("Transcode UTF-32 to UTF-16", utf32),
+    };
+    return kernels;
+}
+
+} // namespace Kernels

@@ -1,0 +1,74 @@
+#include "simd/Utf.h"
+
+#include <cstddef>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "simd/UtfSequences.h"
+
+namespace {
+
+using Simd::UtfProgress;
+
+template <class To, class From>
+UtfProgress TranscodeInto(std::basic_string<From> const& text, std::basic_string<To>& target) {
+    return Simd::Transcode(text.data(), text.size(), target.data(), target.size());
+}
+
+using Utf8 = std::basic_string<unsigned char>;
+using Utf16 = std::basic_string<unsigned short>;
+using Utf32 = std::basic_string<unsigned int>;
+
+TEST(UtfTest, StopsWhereTheLongestSequenceHasNoRoom) {
+    Utf8 const letters(40, 'a');
+    Utf16 target(10, 0);
+    UtfProgress const progress = TranscodeInto(letters, target);
+    EXPECT_EQ(9u, progress.read);
+    EXPECT_EQ(9u, progress.written);
+    EXPECT_FALSE(progress.isIllFormed);
+}
+
+TEST(UtfTest, LeavesUnfinishedSequenceUnread) {
+    for (std::size_t before : {0u, 1u, 15u, 16u, 17u, 40u}) {
+        Utf8 const text = Utf8(before, 'a') + Utf8{0xF0, 0x9F, 0x98};
+        Utf32 target(100, 0);
+        UtfProgress const progress = TranscodeInto(text, target);
+        EXPECT_EQ(before, progress.read);
+        EXPECT_FALSE(progress.isIllFormed);
+    }
+}
+
+TEST(UtfTest, ReportsIllFormedSequenceAfterWhatWasRead) {
+    for (std::size_t before : {0u, 1u, 15u, 16u, 17u, 40u}) {
+        Utf16 const text = Utf16(before, 0x20AC) + Utf16{0xDC00, 0x61};
+        Utf8 target(200, 0);
+        UtfProgress const progress = TranscodeInto(text, target);
+        EXPECT_EQ(before, progress.read);
+        EXPECT_EQ(3 * before, progress.written);
+        EXPECT_TRUE(progress.isIllFormed);
+    }
+}
+
+TEST(UtfTest, NothingAvailableIsNothingRead) {
+    Utf16 target(10, 0);
+    EXPECT_EQ(0u, TranscodeInto(Utf8(), target).read);
+    Utf16 none;
+    EXPECT_EQ(0u, TranscodeInto(Utf8(40, 'a'), none).read);
+}
+
+TEST(UtfTest, ReaderOfOneSequenceAsksForOneMoreUnit) {
+    unsigned char const utf8[] = {0xF0, 0x9F, 0x98, 0x80};
+    for (std::size_t available = 1; available < 4; ++available) {
+        Simd::UtfSequence const read = Simd::UtfSequences<unsigned char>::Read(utf8, available);
+        EXPECT_EQ(Simd::UtfSequence::unfinished, read.form);
+        EXPECT_EQ(available, read.length);
+    }
+    EXPECT_EQ(0x1F600u, Simd::UtfSequences<unsigned char>::Read(utf8, 4).value);
+    unsigned short const utf16[] = {0xD83D, 0xDE00};
+    EXPECT_EQ(Simd::UtfSequence::unfinished,
+              Simd::UtfSequences<unsigned short>::Read(utf16, 1).form);
+    EXPECT_EQ(0x1F600u, Simd::UtfSequences<unsigned short>::Read(utf16, 2).value);
+}
+
+} // namespace

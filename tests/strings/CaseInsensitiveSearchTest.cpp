@@ -1,0 +1,196 @@
+#include "strings/CaseInsensitiveSearch.h"
+
+#include <cctype>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/strings/OtherCaseTables.h"
+#include "tests/strings/OtherLocale.h"
+
+namespace {
+
+// strncasecmp at each place in turn, which is the definition.
+char const* PlainSearch(char const* text, std::size_t length, char const* pattern,
+                        std::size_t patternLength) {
+    for (std::size_t i = 0; i + patternLength <= length; ++i)
+        if (strncasecmp(text + i, pattern, patternLength) == 0)
+            return text + i;
+    return nullptr;
+}
+
+// Where the pattern was found, or -1.
+std::ptrdiff_t Fast(std::string const& text, std::string const& pattern) {
+    char const* const match =
+        FindCaseInsensitive(text.data(), text.size(), pattern.data(), pattern.size());
+    return match == nullptr ? -1 : match - text.data();
+}
+
+std::ptrdiff_t Plain(std::string const& text, std::string const& pattern) {
+    char const* const match = PlainSearch(text.data(), text.size(), pattern.data(), pattern.size());
+    return match == nullptr ? -1 : match - text.data();
+}
+
+// Compares both forms on random texts of these bytes, and patterns of those that are no NUL.
+void ExpectFormsAgree(std::string const& bytes, unsigned int seed) {
+    std::mt19937 random(seed);
+    auto const next = [&](std::size_t length) {
+        std::string result(length, ' ');
+        for (char& c : result)
+            c = bytes[random() % bytes.size()];
+        return result;
+    };
+    int matches = 0;
+    for (int round = 0; round < 4000; ++round) {
+        std::string const text = next(random() % 400);
+        std::string pattern = next(random() % 7);
+        std::erase(pattern, '\0');
+        std::ptrdiff_t const expected = Plain(text, pattern);
+        matches += expected > 0;
+        ASSERT_EQ(expected, Fast(text, pattern)) << "seed " << seed << ", round " << round;
+    }
+    EXPECT_LT(0, matches);
+}
+
+std::string const everyByteButNul = [] {
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte)
+        bytes += static_cast<char>(byte);
+    return bytes;
+}();
+
+// Every byte against every other, alone and in a text that is searched in blocks.
+void ExpectBytesAreAlikeAsTheLocaleHasIt() {
+    int wrong = 0;
+    for (char pattern : everyByteButNul) {
+        for (char byte : everyByteButNul) {
+            std::ptrdiff_t const alike = std::tolower(static_cast<unsigned char>(pattern)) ==
+                                         std::tolower(static_cast<unsigned char>(byte));
+            std::string const text = std::string(200, '\0') + byte;
+            wrong += Fast(std::string(1, byte), std::string(1, pattern)) != alike - 1;
+            wrong += Fast(text, std::string(1, pattern)) != (alike ? 200 : -1);
+        }
+    }
+    EXPECT_EQ(0, wrong);
+}
+
+TEST(CaseInsensitiveSearchTest, EmptyPatternIsFoundAtOnce) {
+    EXPECT_EQ(0, Fast("", ""));
+    EXPECT_EQ(0, Fast("abc", ""));
+}
+
+TEST(CaseInsensitiveSearchTest, PatternLongerThanTheTextIsNotFound) {
+    EXPECT_EQ(-1, Fast("abc", "abcd"));
+    EXPECT_EQ(-1, Fast("", "a"));
+}
+
+TEST(CaseInsensitiveSearchTest, MatchIsFoundAtEveryPlaceOfEveryLength) {
+    for (std::size_t patternLength : {1u, 2u, 3u, 64u, 65u, 130u}) {
+        std::string const pattern = std::string(patternLength - 1, 'P') + 'q';
+        std::string const asWritten = std::string(patternLength - 1, 'p') + 'Q';
+        for (std::size_t length = patternLength; length < patternLength + 300; length += 7) {
+            for (std::size_t at = 0; at + patternLength <= length; ++at) {
+                std::string text(length, '.');
+                text.replace(at, patternLength, asWritten);
+                ASSERT_EQ(static_cast<std::ptrdiff_t>(at), Fast(text, pattern))
+                    << length << " bytes, pattern of " << patternLength;
+            }
+        }
+    }
+}
+
+TEST(CaseInsensitiveSearchTest, FirstOfSeveralMatchesIsFound) {
+    std::string text(1000, '.');
+    text.replace(700, 3, "abC");
+    text.replace(640, 3, "abd");
+    text.replace(650, 3, "Adc");
+    text.replace(690, 3, "ABC");
+    EXPECT_EQ(690, Fast(text, "abc"));
+}
+
+TEST(CaseInsensitiveSearchTest, NothingIsReadBehindTheText) {
+    // In an array of exactly this size, for the tools that watch over memory.
+    for (std::size_t length : {1u, 63u, 64u, 128u, 129u, 200u}) {
+        auto const text = std::make_unique<char[]>(length);
+        for (std::size_t i = 0; i < length; ++i)
+            text[i] = 'a';
+        EXPECT_EQ(nullptr, FindCaseInsensitive(text.get(), length, "ab", 2));
+        EXPECT_EQ(text.get(), FindCaseInsensitive(text.get(), length, "A", 1));
+    }
+}
+
+TEST(CaseInsensitiveSearchTest, TextMayHoldNuls) {
+    std::string const text = std::string(300, '\0') + "xY" + std::string(100, '\0');
+    EXPECT_EQ(300, Fast(text, "Xy"));
+    EXPECT_EQ(-1, Fast(text, "yx"));
+}
+
+TEST(CaseInsensitiveSearchTest, BothFormsAgreeOnRandomTexts) {
+    ExpectFormsAgree("aAbB", 1);
+    ExpectFormsAgree(std::string("aAzZ\0", 5) + "[{@`", 2);
+    ExpectFormsAgree(everyByteButNul, 3);
+}
+
+TEST(CaseInsensitiveSearchTest, OnlyAsciiLettersAreAlikeInTheLocaleOfC) {
+    ExpectBytesAreAlikeAsTheLocaleHasIt();
+    EXPECT_EQ(-1, Fast("\xC4", "\xE4"));
+    EXPECT_EQ(-1, Fast("[", "{"));
+}
+
+TEST(CaseInsensitiveSearchTest, LettersAreAlikeAsAnEightBitLocaleHasThem) {
+    OtherLocale const german("de_DE", "ISO-8859-1");
+    if (german.WhyNot() != nullptr)
+        GTEST_SKIP() << german.WhyNot();
+    EXPECT_EQ(0, Fast("\xC4", "\xE4"));
+    ExpectBytesAreAlikeAsTheLocaleHasIt();
+    ExpectFormsAgree("aA\xC4\xE4\xDF\xFF", 4);
+}
+
+TEST(CaseInsensitiveSearchTest, TurkishHasTwoOtherLettersI) {
+    OtherLocale const turkish("tr_TR", "ISO-8859-9");
+    if (turkish.WhyNot() != nullptr)
+        GTEST_SKIP() << turkish.WhyNot();
+    EXPECT_EQ(-1, Fast("I", "i"));
+    EXPECT_EQ(0, Fast("\xDD", "i"));
+    EXPECT_EQ(0, Fast("I", "\xFD"));
+    ExpectBytesAreAlikeAsTheLocaleHasIt();
+    ExpectFormsAgree("iI\xDD\xFD", 5);
+}
+
+TEST(CaseInsensitiveSearchTest, TurkishInUtf8FoldsNoIAtAll) {
+    OtherLocale const turkish("tr_TR", "UTF-8");
+    if (turkish.WhyNot() != nullptr)
+        GTEST_SKIP() << turkish.WhyNot();
+    EXPECT_EQ(-1, Fast("I", "i"));
+    EXPECT_EQ(0, Fast("J", "j"));
+    ExpectBytesAreAlikeAsTheLocaleHasIt();
+    ExpectFormsAgree("iIjJ\xC4\xB1", 6);
+}
+
+TEST(CaseInsensitiveSearchTest, ThreeBytesMayBeAlike) {
+    OtherCaseTables tables;
+    tables.Lower(0xE0) = 'a';
+    tables.Lower(0xB5) = 0xB6;
+    for (std::string const& variants : {std::string("aA\xE0"), std::string("\xB5\xB6")}) {
+        for (char pattern : variants) {
+            for (char byte : everyByteButNul) {
+                std::ptrdiff_t const expected = variants.find(byte) == std::string::npos ? -1 : 200;
+                ASSERT_EQ(expected, Fast(std::string(200, '\0') + byte, std::string(1, pattern)));
+            }
+        }
+    }
+    // Where they stand first, last, both or nowhere in the pattern.
+    for (std::string const& pattern : {std::string("ax"), std::string("xa"), std::string("axA"),
+                                       std::string("xy"), std::string("\xB5y\xB6")}) {
+        std::string text(300, '.');
+        EXPECT_EQ(-1, Fast(text, pattern));
+        text += pattern;
+        EXPECT_EQ(300, Fast(text, pattern));
+    }
+    EXPECT_EQ(300, Fast(std::string(300, '.') + "\xE0x", "Ax"));
+}
+
+} // namespace

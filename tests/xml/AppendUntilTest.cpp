@@ -1,0 +1,47 @@
+#include "xml/AppendUntil.h"
+
+#include <memory>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Byte by byte.
+char const* AppendUntilPlainly(std::string& target, char const* from, char const* end) {
+    while (from != end && *from != '<' && *from != '&')
+        target += *from++;
+    return from;
+}
+
+// Lengths around those of a block, with each distance to the end of what can be read.
+template <int block>
+unsigned int CountWrongAppends(std::mt19937& random) {
+    unsigned int mismatches = 0;
+    for (std::size_t length = 0; length <= 150; ++length) {
+        for (std::size_t place = 0; place <= length; ++place) {
+            // A block of its own, so that a sanitizer sees a read beyond either end.
+            auto const bytes = std::make_unique<char[]>(length);
+            std::fill_n(bytes.get(), length, 'p');
+            if (place < length)
+                bytes[place] = place % 2 == 0 ? '<' : '&';
+            char const* const from = bytes.get();
+            std::string target(random() % 40, 't');
+            std::string expected = target;
+            mismatches += AppendUntil<block>(target, from, from + length, '<', '&') !=
+                          AppendUntilPlainly(expected, from, from + length);
+            mismatches += target != expected;
+        }
+    }
+    return mismatches;
+}
+
+TEST(AppendUntilTest, AppendsWhatAByteLoopAppends) {
+    std::mt19937 random(20240502);
+    EXPECT_EQ(CountWrongAppends<16>(random), 0u);
+    EXPECT_EQ(CountWrongAppends<32>(random), 0u);
+    EXPECT_EQ(CountWrongAppends<64>(random), 0u);
+}
+
+} // namespace

@@ -1,0 +1,33 @@
+// Appends text up to a byte of a small set, as the parser reads its tokens.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "simd/FindByte.h"
+
+// Appends the bytes up to the first one that is one of `wanted` to `target`, and returns its place,
+// or `end`. `block` is the length of most runs, rounded up to 16, 32, 48 or 64.
+//
+// A short run is found in one or two masks of a whole block; the block is appended whole, and cut
+// back. No branch depends on the length, which the processor could not predict.
+template <int block, class... Bytes>
+[[gnu::always_inline]] inline char const* AppendUntil(std::string& target, char const* from,
+                                                      char const* end, Bytes... wanted) {
+    for (int blocksLeft = 2; blocksLeft != 0 && end - from >= block; --blocksLeft) {
+        std::uint64_t const found = Simd::MatchMask<block>(from, wanted...);
+        std::size_t const size = target.size();
+        target.append(from, block);
+        if (found != 0) {
+            auto const length = static_cast<std::size_t>(std::countr_zero(found));
+            target.erase(size + length); // unlike resize, it never grows
+            return from + length;
+        }
+        from += block;
+    }
+    char const* const stop = Simd::FindByte(from, end, wanted...);
+    target.append(from, static_cast<std::size_t>(stop - from));
+    return stop;
+}
