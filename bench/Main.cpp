@@ -1,11 +1,13 @@
 // The program around a subject.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "bench/Bench.h"
+#include "simd/Cpu.h"
 
 namespace {
 
@@ -52,18 +54,46 @@ void RefuseDifferentAnswers(std::string const& operation, std::string const& who
     std::exit(1);
 }
 
-// With "--rounds=N" behind the library's own arguments, N rounds; otherwise what those say.
-int main(int argumentCount, char** arguments) {
-    constexpr char const* roundsOption = "--rounds=";
+namespace {
+
+// Removes "--NAME=VALUE" from the arguments and returns VALUE; null without such an argument.
+char const* TakeOption(std::vector<char*>& arguments, std::string const& name) {
+    std::string const prefix = "--" + name + "=";
+    auto const found = std::ranges::find_if(
+        arguments, [&](char const* text) { return std::string_view(text).starts_with(prefix); });
+    if (found == arguments.end())
+        return nullptr;
+    char const* const value = *found + prefix.size();
+    arguments.erase(found);
+    return value;
+}
+
+// "sse2", "ssse3" or "avx2"; the baseline for any other name.
+Simd::Level LevelNamed(std::string_view name) {
+    Simd::Level const level = name == "avx2"    ? Simd::Level::avx2
+                              : name == "ssse3" ? Simd::Level::ssse3
+                                                : Simd::baseline;
+    return std::clamp(level, Simd::baseline, Simd::BestLevel());
+}
+
+} // namespace
+
+// Besides the options of the library: "--rounds=N" runs N rounds, and "--level=NAME" pins the level
+// of the kernels.
+int main(int count, char** texts) {
+    std::vector<char*> arguments(texts, texts + count);
+    char const* const rounds = TakeOption(arguments, "rounds");
+    char const* const level = TakeOption(arguments, "level");
+    Simd::PinnedLevel const pinned(level == nullptr ? Simd::BestLevel() : LevelNamed(level));
     RegisterOperations();
-    benchmark::Initialize(&argumentCount, arguments);
-    std::string const last = arguments[argumentCount - 1];
-    if (argumentCount == 2 && last.starts_with(roundsOption)) {
-        RunRounds(std::atoi(last.substr(std::strlen(roundsOption)).c_str()));
-        return 0;
-    }
-    if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments))
+    int left = static_cast<int>(arguments.size());
+    arguments.push_back(nullptr);
+    benchmark::Initialize(&left, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(left, arguments.data()))
         return 2;
-    benchmark::RunSpecifiedBenchmarks();
+    if (rounds != nullptr)
+        RunRounds(std::atoi(rounds));
+    else
+        benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "simd/Cpu.h"
 #include "simd/Words.h"
 
 namespace Simd {
@@ -16,6 +17,8 @@ inline void CopyUpTo16Scalar(char* to, char const* from, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i)
         to[i] = copied[i];
 }
+
+#if SIMD_X86
 
 namespace Detail {
 
@@ -41,5 +44,13 @@ inline void CopyUpTo16(char* to, char const* from, std::size_t length) {
     else if (length == 1)
         *to = *from;
 }
+
+#else
+
+inline void CopyUpTo16(char* to, char const* from, std::size_t length) {
+    CopyUpTo16Scalar(to, from, length);
+}
+
+#endif
 
 } // namespace Simd

@@ -238,17 +238,8 @@ inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
 
 // ---- Hexadecimal text
 
-// The characters of eight hexadecimal digits, lower-case, as a word.
-constexpr std::uint64_t EightHexDigitsScalar(std::uint32_t value) {
-    std::uint64_t word = 0;
-    for (int i = 0; i < 8; ++i, value >>= 4) {
-        unsigned const digit = value & 0xF;
-        word = word << 8 | (digit < 10 ? '0' + digit : 'a' + digit - 10);
-    }
-    return word;
-}
-
-// Each digit moves to a byte of its own, and those above 9 go on to the letters. For 0x12AB34CD the
+// The characters of eight hexadecimal digits, lower-case, as a word: each digit moves to a byte of
+// its own, and those above 9 go on to the letters. For 0x12AB34CD the
 // lanes, lowest first, are: 34CD 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the bytes are
 // reversed at the end.
 constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
@@ -262,6 +253,13 @@ constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
 
 // Writes the last `count` hexadecimal digits of the value, and up to eight bytes in all.
 // REQUIRES: `count` is at most 16.
+inline void FormatHexScalar(unsigned char* to, std::uint64_t value, unsigned count) {
+    for (unsigned i = count; i != 0; value >>= 4)
+        to[--i] = static_cast<unsigned char>("0123456789abcdef"[value & 0xF]);
+}
+
+#if SIMD_X86
+
 inline void FormatHex(unsigned char* to, std::uint64_t value, unsigned count) {
     std::uint64_t const low = EightHexDigits(static_cast<std::uint32_t>(value));
     if (count > 8) {
@@ -272,5 +270,13 @@ inline void FormatHex(unsigned char* to, std::uint64_t value, unsigned count) {
         StoreWord(to, low >> (8 - count) * 8);
     }
 }
+
+#else
+
+inline void FormatHex(unsigned char* to, std::uint64_t value, unsigned count) {
+    FormatHexScalar(to, value, count);
+}
+
+#endif
 
 } // namespace Simd
