@@ -78,8 +78,8 @@ Kernel FindByteOrHighKernel() {
 
 template <int size>
 bool MatchMasksAgree(Memory const& memory) {
-    for (std::size_t at = 0; at + size <= memory.length; ++at) {
-        char const* const from = Text(memory.input) + at;
+    for (std::size_t at = 0; at < 16 && at + size <= memory.length; ++at) {
+        char const* const from = Text(memory.input) + memory.length - size - at;
         if (Simd::MatchMask<size>(from, '<', '&', '\xFF') !=
             Simd::MatchMaskScalar<size>(from, '<', '&', '\xFF'))
             return false;
@@ -172,7 +172,8 @@ Kernel Crc32Kernel() {
 
 template <unsigned base>
 bool ParsedDigitsAgree(Memory const& memory) {
-    for (std::size_t length = 0; length <= memory.length; ++length) {
+    constexpr std::size_t maxDigits = 30;
+    for (std::size_t length = 0; length <= std::min(maxDigits, memory.length); ++length) {
         unsigned char const* const text = memory.input + memory.length - length;
         std::uint64_t value = 0;
         std::uint64_t expected = 0;
