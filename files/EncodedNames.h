@@ -9,10 +9,10 @@
 // FileLocation::Local8BitPath. The two views copy nothing, are marked as terminated, and live as
 // long as the name or the location is not changed.
 //
-// Error handling: InvalidTextEncoding for text that is not fit to be converted;
-// UnixPlatform::WideToMultiByteConvertError for a character that the locale cannot encode, and
-// UnixPlatform::MultiByteToWideConvertError for a name that it cannot decode. The tests of names
-// come after that.
+// Error handling: InvalidTextEncoding for ill-formed text (declared in
+// unicode/GenericTranscoder.h); UnixPlatform::WideToMultiByteConvertError for a character that the
+// locale cannot encode, and UnixPlatform::MultiByteToWideConvertError for a name that it cannot
+// decode (both declared in unicode/LocalEncoding.h). Names are validated after that.
 //
 // Deliberate: text is converted up to its first NUL.
 #pragma once

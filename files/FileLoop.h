@@ -7,8 +7,9 @@
 class FileLocation;
 enum TarvikFileType : int;
 
-// As the platform's loop, whose contract holds, but never tolerant: each of these loops stops at a
-// broken link with the error of the system's stat, normally FileNotFoundError.
+// The platform's loop, whose contract holds. The constructors and operations below are never
+// tolerant: such a loop stops at a dangling link with the error of stat(2), normally
+// FileNotFoundError. The inherited `init` can still begin a tolerant loop.
 //
 //     for (FileLoop loop(directory, "*.txt", false); loop.HasItem(); ++loop)
 //         Use(*loop);

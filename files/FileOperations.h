@@ -55,14 +55,17 @@ void ForceNonexistence(FileLocation const& location);
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
-// Renames. Throws FileNotFoundError if nothing stands at `from` (an empty `from` too, in the
-// platform's form), FileFoundError if anything stands at `to`. To another file system: a regular
-// file is copied and then deleted, a directory is copied as a tree and then deleted, and anything
-// else stays where it is without an error. A link counts as its target there: to a regular file, it
-// is replaced by a copy of that; to a directory, the target's content moves, and then the removal
-// of the link throws.
+// Renames. A normal return does not prove that the file has moved: see "Deliberate" below.
 //
-// Deliberate: any other refusal of the system returns as if the move had succeeded.
+// Throws FileNotFoundError if nothing is at `from` (in the platform's form also for an empty one)
+// and FileFoundError if anything is at `to`. To another file system, a regular file is copied and
+// then deleted, a directory is copied as a tree and then deleted, and anything else stays where it
+// is without an error. A link counts as its target there: a link to a regular file is replaced by
+// a copy of that file; of a link to a directory, the content of the target moves, and then the
+// removal of the link throws.
+//
+// Deliberate: any other refusal of rename(2) returns normally, and nothing has moved. A caller that
+// has to know examines both locations.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
 // Moves over what stands at `to`, if both are regular files or neither is; a directory at `to` must
@@ -79,8 +82,11 @@ void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 // The umask is read by changing it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
-// The bytes free on the file system, those kept for the superuser too; -1 if the system can't tell,
-// or if they are more than the result can hold. An empty location is no error.
+// Returns the bytes that are free on the file system, including those reserved for the superuser.
+// Returns -1 if statvfs(2) fails. An empty location is no error.
+//
+// Deliberate: blocks and block size are multiplied in 64 bits. A product of 2^63 or more counts as
+// a failure, and one of 2^64 or more wraps before that.
 long long CalculateFreeSpace(FileLocation const& location);
 
 // Deliberate: does nothing on this platform; an empty location is no error.

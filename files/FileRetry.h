@@ -1,8 +1,11 @@
 // Operations on files that are tried up to eight times, with growing pauses.
 //
-// Between the attempts lie 16, 32, 64, 128, 256, 512 and 1,024 ms: a hopeless failure holds the
-// caller for 2,032 ms and then comes out as the last attempt threw it. Deliberate: every exception
-// is a reason to try again, a missing file too; only an empty location ends the attempts at once.
+// The pauses between the attempts are 16, 32, 64, 128, 256, 512 and 1,024 ms: a permanent failure
+// takes 2,032 ms, and then the exception of the last attempt reaches the caller.
+//
+// Deliberate: every exception leads to another attempt, that of a missing file too. Only
+// EmptyFileLocationError ends the attempts at once, also one that the log throws. The two members
+// named at the end of this header retry even that.
 #pragma once
 
 #include "files/CreatingInfo.h"

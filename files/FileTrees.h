@@ -22,7 +22,10 @@ void CreateDirectoryTree(FileLocation const& location);
 // without a name, if it vanishes meanwhile.
 //
 // What can't be copied ends the copy after its retries: a file that exists at `to` (nothing is
-// overwritten), a socket, a device, a pipe. A `to` inside of `from` is found by the walk and copied
+// overwritten), a socket, a device, a FIFO. A full disk is reported as FileExistsError: the first
+// attempt leaves a part of the file, and the next ones find it there.
+//
+// A `to` inside of `from` is found by the walk and copied
 // into itself, until the system refuses the length of the path.
 //
 // Deliberate: a symbolic link to a directory is skipped in silence. And a directory that can't be

@@ -10,8 +10,9 @@
 
 class FileRetryLog;
 
-// Error handling: as for FileReadingPath, by the table's column for writers. Only a failure to open
-// names the file; the operations on an open path name none.
+// Error handling: error numbers become exceptions by the column "writing path" of the table in
+// files/unix/FileErrorMappers.h, and in Length and Close by the column "reading path". Only a
+// failure to open names the file; the operations on an open path name none.
 class FileWritingPath : public UnixPlatform::FileWritingPath {
 public:
     // What a constructor does with a file that is there, and with one that is not.
@@ -36,7 +37,7 @@ public:
     //   OpenExisting       opened, kept              FileNotFoundError
     //   OpenExistingOrNew  opened, kept              created
     //   OpenNew            FileExistsError           created
-    //   OpenNewOrAsNew     emptied                   created
+    //   OpenNewOrAsNew     truncated                 created
     void OpenExisting(FileLocation const& where);
     void OpenExistingOrNew(FileLocation const& where);
     void OpenNew(FileLocation const& where);

@@ -9,6 +9,9 @@ namespace UnixPlatform {
 
 // An item can be filled from anything; what can't be examined is then either reported or, as far as
 // `tolerant` allows, kept as it is.
+//
+// Fill an item by Fill only. The inherited Set examines another path and leaves Location as it was,
+// so that SetModificationTime would change the file of the old location.
 class FileItem : public UnixFileInfo {
 public:
     FileItem() = default;

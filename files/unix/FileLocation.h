@@ -29,8 +29,10 @@ public:
     ~FileLocation() { Release(); }
 
     // Replaces the path by `path`, less all trailing slashes as long as one byte remains: "///"
-    // gives the root. Length 0 gives the empty location. `path` may be a part of this path;
-    // Deliberate: if it is this very path from its start, nothing happens, whatever the length.
+    // gives the root. Length 0 gives the empty location. `path` may be a part of this path.
+    //
+    // Deliberate: with Text() itself as `path` nothing changes, whatever `pathLength` is. So this
+    // never truncates the path in place.
     void SetFullPathName(char const* path, unsigned int pathLength);
 
     // Replaces the path by `name`, less its trailing slashes, below `parent`. `name` may hold

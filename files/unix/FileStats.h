@@ -18,16 +18,6 @@ public:
     // Nothing there.
     FileStats() = default;
 
-    FileStats(FileStats const&) = default;
-    // Record by record, since the compiler copies the whole by a string instruction, which takes
-    // twice as long. That shows in a directory loop.
-    FileStats& operator=(FileStats const& other) {
-        state = other.state;
-        target = other.target;
-        link = other.link;
-        return *this;
-    }
-
     // Fills the object by lstat(2) and, for a link, stat(2). Yields 0 or the error number of the
     // one that failed, which is that of the target for a broken link.
     int get(char const* path);

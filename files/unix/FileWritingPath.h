@@ -31,7 +31,8 @@ public:
     // The flush for file systems on which Flush is not enough. Here there is nothing to add to it.
     void FlushOnBrokenFilesystems() const;
 
-    // As in the base class, with the table's own column for writers.
+    // As in the base class, by the column "writing path" of files/unix/FileErrorMappers.h. The
+    // inherited Length and Close use the column "reading path".
     void ThrowError(FileLocation const& where, int errorNumber) const;
 
 private:
