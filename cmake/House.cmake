@@ -74,16 +74,6 @@ function(compile_as_test target)
   endif()
 endfunction()
 
-# count_once(<source>...)
-#
-# Sources with functions that are always inlined: the branches of each are counted once, and not once
-# for each place it is copied to.
-function(count_once)
-  if(CC_COVERAGE)
-    set_source_files_properties(${ARGN} PROPERTIES COMPILE_DEFINITIONS always_inline=unused)
-  endif()
-endfunction()
-
 # add_house_tests(<folder> SOURCES <source>... [USES <library>...])
 #
 # Each case is a test of its own for ctest, in a process of its own, so cases run in parallel.

@@ -14,7 +14,7 @@
 // A short run is found in one or two masks of a whole block; the block is appended whole, and cut
 // back. No branch depends on the length, which the processor could not predict.
 template <int block, class... Bytes>
-[[gnu::always_inline]] inline char const* AppendUntil(std::string& target, char const* from,
+inline char const* AppendUntil(std::string& target, char const* from,
                                                       char const* end, Bytes... wanted) {
     for (int blocksLeft = 2; blocksLeft != 0 && end - from >= block; --blocksLeft) {
         std::uint64_t const found = Simd::MatchMask<block>(from, wanted...);

@@ -104,8 +104,8 @@ private:
     bool SectionEndsHere(char const* from, char const* stop) const;
     void TakeSectionBytes(char const* from, char const* end);
 
-    inline void TransitionFrom(State known, State next);
-    inline void Leave(State next);
+    inline void TransitionFrom(State current, State next);
+    inline void Leave(State current, State next);
     inline void Enter(State next);
     void DeliverText();
     void DeliverTag();
