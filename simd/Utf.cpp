@@ -135,15 +135,21 @@ UtfProgress Transcode(From const* from, std::size_t available, To* to, std::size
     return cursor.Progress(from, to);
 }
 
-#define SIMD_INSTANTIATE(To, From)                                              \
-    template UtfProgress Transcode(From const*, std::size_t, To*, std::size_t); \
-    template UtfProgress TranscodeScalar(From const*, std::size_t, To*, std::size_t)
-
-SIMD_INSTANTIATE(unsigned char, unsigned short);
-SIMD_INSTANTIATE(unsigned char, unsigned int);
-SIMD_INSTANTIATE(unsigned short, unsigned char);
-SIMD_INSTANTIATE(unsigned short, unsigned int);
-SIMD_INSTANTIATE(unsigned int, unsigned char);
-SIMD_INSTANTIATE(unsigned int, unsigned short);
+template UtfProgress Transcode(unsigned short const*, std::size_t, unsigned char*, std::size_t);
+template UtfProgress Transcode(unsigned int const*, std::size_t, unsigned char*, std::size_t);
+template UtfProgress Transcode(unsigned char const*, std::size_t, unsigned short*, std::size_t);
+template UtfProgress Transcode(unsigned int const*, std::size_t, unsigned short*, std::size_t);
+template UtfProgress Transcode(unsigned char const*, std::size_t, unsigned int*, std::size_t);
+template UtfProgress Transcode(unsigned short const*, std::size_t, unsigned int*, std::size_t);
+template UtfProgress TranscodeScalar(unsigned short const*, std::size_t, unsigned char*,
+                                     std::size_t);
+template UtfProgress TranscodeScalar(unsigned int const*, std::size_t, unsigned char*, std::size_t);
+template UtfProgress TranscodeScalar(unsigned char const*, std::size_t, unsigned short*,
+                                     std::size_t);
+template UtfProgress TranscodeScalar(unsigned int const*, std::size_t, unsigned short*,
+                                     std::size_t);
+template UtfProgress TranscodeScalar(unsigned char const*, std::size_t, unsigned int*, std::size_t);
+template UtfProgress TranscodeScalar(unsigned short const*, std::size_t, unsigned int*,
+                                     std::size_t);
 
 } // namespace Simd
