@@ -1,8 +1,10 @@
 #include "companions/Output.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -29,10 +31,17 @@ bool IsOpenForWriting(int descriptor) {
     return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
+// The file of a pseudo-terminal master is a multiplexer: to open it again makes another terminal.
+bool IsPseudoTerminalMaster(int descriptor) {
+    std::array<char, 64> name{};
+    return ptsname_r(descriptor, name.data(), name.size()) == 0;
+}
+
 // Opens a pipe or a terminal again, with file status flags that belong to this process alone.
 // Returns the descriptor itself for anything else, and where the system does not allow it.
 int ReopenWithoutBlocking(int descriptor) {
-    bool const isUseful = isatty(descriptor) == 1 || TypeOf(descriptor) == S_IFIFO;
+    bool const isTerminal = isatty(descriptor) == 1 && !IsPseudoTerminalMaster(descriptor);
+    bool const isUseful = isTerminal || TypeOf(descriptor) == S_IFIFO;
     if (!isUseful || !IsOpenForWriting(descriptor))
         return descriptor;
     std::string const path = "/proc/self/fd/" + std::to_string(descriptor);

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -210,6 +211,21 @@ TEST(OutputTest, FileStatusFlagsOfTheDescriptorStay) {
     }
     close(ends[0]);
     close(ends[1]);
+}
+
+TEST(OutputTest, WritesToTheMasterOfAPseudoTerminal) {
+    int const master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_EQ(0, unlockpt(master));
+    int const slave = open(ptsname(master), O_RDONLY | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
+    ASSERT_LE(0, slave);
+    Output output(master);
+    output.Write("text\n");
+    output.Flush();
+    EXPECT_EQ(0, output.Error());
+    char bytes[16];
+    EXPECT_EQ(5, read(slave, bytes, sizeof bytes));
+    close(slave);
+    close(master);
 }
 
 TEST(OutputTest, WriteToAReadOnlyTerminalFails) {
