@@ -16,7 +16,7 @@
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
 #include "data/Ascii.h"
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "strings/StringPL.h"
 
 namespace {

@@ -17,7 +17,7 @@
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
 #include "data/ChecksumReceiver.h"
-#include "data/StartReceiveAndEnd.h"
+#include "data/DataReceiver.h"
 #include "simd/Crc32.h"
 
 namespace {

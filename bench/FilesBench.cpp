@@ -22,7 +22,7 @@
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
 #include "bench/RunProgram.h"
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "files/FileLocation.h"
 #include "files/FileOperations.h"
 #include "files/FileReadingLoop.h"

@@ -11,8 +11,7 @@
 #include "data/LineFlattener.h"
 #include "data/StringReceiver.h"
 #include "strings/ListPL.h"
-#include "strings/NullOr.h"
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 #include "strings/StringPL.h"
 #include "xml/XMLWriterPL.h"
 

@@ -1,12 +1,11 @@
 #include "compliance/ExchangeDocument.h"
 
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "files/FileLocation.h"
 #include "files/FileReadingLoop.h"
 #include "files/FileReadingPath.h"
 #include "files/FileRetry.h"
-#include "strings/NullOr.h"
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 #include "strings/StringPL.h"
 #include "xml/XMLTreeParserPL.h"
 

@@ -1,8 +1,7 @@
 #include "compliance/FormatToStringPL.h"
 
 #include "data/Buffer.h"
-#include "data/BufferWithCapacity.h"
-#include "data/DataOverflow.h"
+#include "data/DebuggableException.h"
 #include "data/Numeral.h"
 
 namespace {

@@ -1,7 +1,8 @@
-// Pairs of pointers over elements in a row. They own nothing and are passed by value.
+// Views of contiguous elements, an array being filled, and an interval of numbers.
 //
-// All ranges are half open: `begin` is the first element, `end` is one past the last. A default
-// range has both null. The caller keeps the elements alive for as long as the view is used.
+// A view is a half-open pair of pointers: `begin` is the first element, `end` is one past the last.
+// Both are null in a default view. Views own nothing and are passed by value: the caller keeps the
+// elements alive while the view is used.
 #pragma once
 
 #include <concepts>
@@ -55,7 +56,7 @@ public:
     T* end = nullptr;
 };
 
-// An array that is being filled: the first `count` elements are written.
+// An array being filled: the first `count` elements are written.
 template <class T>
 class BufferOf {
 public:
@@ -64,4 +65,14 @@ public:
     T* begin;
     T* end;
     std::uint32_t count = 0;
+};
+
+// A half-open interval: `begin` is included, `end` is not. Range<unsigned long long> holds stream
+// positions and file offsets.
+template <class T>
+struct Range {
+    T begin{};
+    T end{};
+
+    friend constexpr bool operator==(Range const&, Range const&) = default;
 };

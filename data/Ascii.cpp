@@ -5,20 +5,19 @@
 #include <cstring>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
-#include "data/DataOverflow.h"
+#include "data/DebuggableException.h"
 #include "simd/AsciiCase.h"
 
 namespace Ascii {
 
 namespace {
 
-// A mapping of case is named by the first of the 26 letters that it changes.
+// A case mapping is identified by the first of the 26 letters that it changes.
 constexpr unsigned char raising = 'a';
 constexpr unsigned char lowering = 'A';
 
-// 0x20 for a letter that the mapping changes, otherwise 0. Arithmetic, because the compiler turns
-// it into vector code, and a table it does not.
+// Returns 0x20 for a letter that the mapping changes, otherwise 0. Arithmetic, because compilers
+// vectorize it, unlike a table lookup.
 constexpr unsigned char CaseBitOf(unsigned char byte, unsigned char mapping) {
     return static_cast<unsigned char>(byte - mapping) < 26 ? 0x20 : 0;
 }
@@ -27,8 +26,8 @@ constexpr unsigned char Map(unsigned char byte, unsigned char mapping) {
     return byte ^ CaseBitOf(byte, mapping);
 }
 
-// Maps the bytes in order, so the ranges may overlap. Two loops, because the compiler makes vector
-// code only where it can tell that the ranges are the same, or apart.
+// Maps the bytes in order, so the ranges may overlap. Two loops, because compilers vectorize only
+// ranges that are known to be identical or disjoint.
 void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
             unsigned char mapping) {
     if (source == target)
@@ -39,8 +38,8 @@ void MapRun(unsigned char const* source, unsigned char* target, std::size_t leng
             target[i] = Map(source[i], mapping);
 }
 
-// Long texts are looked at in blocks of this many bytes. Within a block no loop leaves early, so
-// that the compiler turns it into vector code.
+// Long texts are tested in blocks of this many bytes. The loop over a block has no early exit, so
+// compilers vectorize it.
 constexpr std::size_t blockSize = 32;
 
 constexpr CaseTable MakeTable(unsigned char mapping) {
@@ -96,8 +95,8 @@ std::int32_t CompareMapped(CaseTable const& table, ConstData left, ConstData rig
     return right.Length() < left.Length() ? 1 : -1;
 }
 
-// The length of a NUL-terminated text, or `limit` for a longer one. memchr reads byte after byte as
-// far as can be told, so that it may be asked to look further than the text goes.
+// Returns the length of a NUL-terminated string, at most `limit`. memchr behaves as if it read
+// byte after byte (C11 7.24.5.1), so `limit` may be larger than the string.
 std::size_t LengthUpTo(unsigned char const* text, std::size_t limit) {
     void const* const found = std::memchr(text, 0, limit);
     if (found == nullptr)
@@ -123,10 +122,8 @@ bool TableMaps(CaseTable const& table, unsigned first, unsigned last, unsigned i
 
 } // namespace
 
-// NOLINTBEGIN(cert-err58-cpp): constinit, so no code runs for them
 constinit CaseTable const uppercaseTable = MakeTable(raising);
 constinit CaseTable const lowercaseTable = MakeTable(lowering);
-// NOLINTEND(cert-err58-cpp)
 
 // GCOVR_EXCL_BR_START: the tables are constants, and they are correct
 bool CaseTablesAreCorrect() {
@@ -169,13 +166,13 @@ std::int32_t CompareUppercase(ConstData left, ConstData right) {
 }
 
 std::int32_t CompareLowercase(char const* left, char const* right) {
-    // Longer and longer stretches, so that texts that soon differ are not searched for their ends,
-    // and what has been searched is still at hand when it is compared.
-    constexpr std::size_t longestChunk = 8192;
+    // Chunks of growing size: strings that differ early are not searched for their ends, and each
+    // chunk is still in the cache when it is compared.
+    constexpr std::size_t maxChunk = 8192;
     std::size_t chunk = 128;
     auto const* a = reinterpret_cast<unsigned char const*>(left);
     auto const* b = reinterpret_cast<unsigned char const*>(right);
-    for (;; a += chunk, b += chunk, chunk = std::min(2 * chunk, longestChunk)) {
+    for (;; a += chunk, b += chunk, chunk = std::min(2 * chunk, maxChunk)) {
         std::size_t const length = LengthUpTo(b, LengthUpTo(a, chunk));
         std::size_t const common = Simd::CommonPrefix(a, b, length);
         if (common < length)
@@ -186,3 +183,37 @@ std::int32_t CompareLowercase(char const* left, char const* right) {
 }
 
 } // namespace Ascii
+
+ConstData TrimLeadingAsciiWhitespace(ConstData text) {
+    while (text.begin != text.end && Ascii::WhiteSpace()->Contains(*text.begin))
+        ++text.begin;
+    return text;
+}
+
+ConstData TrimAsciiWhitespace(ConstData text) {
+    text = TrimLeadingAsciiWhitespace(text);
+    while (text.begin != text.end && Ascii::WhiteSpace()->Contains(text.end[-1]))
+        --text.end;
+    return text;
+}
+
+std::vector<ConstData> ConstData::Split(ConstData separator, bool trim, bool keepEmpty) const {
+    auto const trimmed = [trim](ConstData part) {
+        return trim ? TrimAsciiWhitespace(part) : part;
+    };
+    if (separator.IsEmpty() || separator.Length() > Length())
+        return {trimmed(*this)};
+    std::vector<ConstData> parts;
+    auto const add = [&](ConstData part) {
+        part = trimmed(part);
+        if (keepEmpty || !part.IsEmpty())
+            parts.push_back(part);
+    };
+    unsigned char const* start = begin;
+    for (unsigned long position : PositionsOf(separator)) {
+        add(ConstData(start, begin + position));
+        start = begin + position + separator.Length();
+    }
+    add(ConstData(start, end));
+    return parts;
+}

@@ -1,23 +1,59 @@
-// Byte classes and case rules that know no locale: the same byte is in the same class everywhere.
+// ASCII byte classes, case mapping, case-insensitive comparison and trimming, in every locale.
 //
-// Bytes 0x80 to 0xFF are opaque. They are no letters, and case mapping leaves them alone, so the
-// same operations pass over UTF-8 text unharmed.
+// Bytes 0x80 to 0xFF are not letters, and case mapping leaves them unchanged. So every operation is
+// safe on UTF-8 text.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <string>
 
-#include "data/AsciiSet.h"
 #include "data/ConstData.h"
 
 class Buffer;
 class ConstBuffer;
 class Data;
 
+// A set of byte values: 256 bits, so a test is one load and one bit test. Sets are constant
+// expressions and never change.
+struct AsciiSet {
+    // The bytes from `first` to `last`, both included.
+    static constexpr AsciiSet Span(unsigned char first, unsigned char last) {
+        AsciiSet set{};
+        for (unsigned byte = first; byte <= last; ++byte)
+            set.words[byte / 32] |= 1u << byte % 32;
+        return set;
+    }
+
+    static constexpr AsciiSet Only(unsigned char byte) { return Span(byte, byte); }
+
+    constexpr bool Contains(unsigned char byte) const {
+        return (words[byte / 32] >> byte % 32 & 1u) != 0;
+    }
+
+    constexpr bool operator[](unsigned char byte) const { return Contains(byte); }
+
+    constexpr AsciiSet operator|(AsciiSet const& other) const {
+        AsciiSet set{};
+        for (unsigned i = 0; i < 8; ++i)
+            set.words[i] = words[i] | other.words[i];
+        return set;
+    }
+
+    constexpr AsciiSet operator~() const {
+        AsciiSet set{};
+        for (unsigned i = 0; i < 8; ++i)
+            set.words[i] = ~words[i];
+        return set;
+    }
+
+    // Byte c is a member if bit c % 32 of word c / 32 is set.
+    unsigned int words[8];
+};
+
 namespace Ascii {
 
-// The objects behind the sets below; use those.
+// The sets that the functions below return.
 namespace Sets {
 
 inline constexpr AsciiSet printable = AsciiSet::Span(0x21, 0x7E);
@@ -42,21 +78,21 @@ inline constexpr AsciiSet punctuation = AsciiSet::Span(0x21, 0x2F) | AsciiSet::S
 
 } // namespace Sets
 
-// Each yields one constant object, there from before `main` to the end.
+// Each returns a pointer to one constant object in static storage.
 
-constexpr AsciiSet const* Printable() { return &Sets::printable; }     // Deliberate: not the space.
-constexpr AsciiSet const* Unprintable() { return &Sets::unprintable; } // All but Printable.
-constexpr AsciiSet const* PlainText() { return &Sets::plainText; }     // Printable and the space.
+constexpr AsciiSet const* Printable() { return &Sets::printable; } // Deliberate: without the space.
+constexpr AsciiSet const* Unprintable() { return &Sets::unprintable; } // All other bytes.
+constexpr AsciiSet const* PlainText() { return &Sets::plainText; }     // With the space.
 constexpr AsciiSet const* Control() { return &Sets::control; }
 constexpr AsciiSet const* Low() { return &Sets::low; }
 constexpr AsciiSet const* High() { return &Sets::high; }
 
-// Deliberate: tab, line feed, carriage return and space only, not the vertical tab nor the form
-// feed. The linear one: tab and space.
+// Deliberate: tab, line feed, carriage return and space, without vertical tab and form feed.
+// Linear whitespace is tab and space.
 constexpr AsciiSet const* WhiteSpace() { return &Sets::whiteSpace; }
 constexpr AsciiSet const* LinearWhiteSpace() { return &Sets::linearWhiteSpace; }
 
-// A trailing underscore: with the underscore.
+// A trailing underscore in the name: with the underscore.
 constexpr AsciiSet const* Alphabetic() { return &Sets::alphabetic; }
 constexpr AsciiSet const* Alphabetic_() { return &Sets::alphabetic_; }
 constexpr AsciiSet const* Numeric() { return &Sets::numeric; }
@@ -64,60 +100,64 @@ constexpr AsciiSet const* Alphanumeric() { return &Sets::alphanumeric; }
 constexpr AsciiSet const* Alphanumeric_() { return &Sets::alphanumeric_; }
 constexpr AsciiSet const* UppercaseAlphabet() { return &Sets::uppercaseAlphabet; }
 constexpr AsciiSet const* LowercaseAlphabet() { return &Sets::lowercaseAlphabet; }
-constexpr AsciiSet const* HexDigits() { return &Sets::hexDigits; }     // Of either case.
+constexpr AsciiSet const* HexDigits() { return &Sets::hexDigits; }     // Either case.
 constexpr AsciiSet const* Punctuation() { return &Sets::punctuation; } // With the underscore.
 
-// Every byte to itself, but for the letters of the other case.
+// Map the letters of one case to the other, and every other byte to itself.
 using CaseTable = std::array<unsigned char, 256>;
 extern CaseTable const uppercaseTable;
 extern CaseTable const lowercaseTable;
 
-// Whether the two tables hold what the rule says, entry by entry.
+// Checks both tables entry by entry.
 bool CaseTablesAreCorrect();
 
-// The digit of a value, lower-case. The value is not tested: 16 gives 'g'.
+// Returns the lower-case digit of a value. The value is not checked: 16 returns 'g'.
 constexpr unsigned char HexDigit(unsigned int value) {
     return static_cast<unsigned char>(value + (value > 9 ? 0x57u : 0x30u));
 }
 
-// The value of a digit of either case. REQUIRES, for a sensible value:
-// HexDigits()->Contains(digit); it is not tested here, and 'g' gives 16.
+// Returns the value of a hexadecimal digit of either case. The digit is not checked: 'g' returns
+// 16.
 constexpr unsigned int HexDigitValue(unsigned char digit) {
     return digit > '9' ? (digit | 0x20u) - 0x57u : digit - 0x30u;
 }
 
-// The mapped bytes as a new string.
+// Return the mapped bytes.
 std::string RaiseCase(ConstData source);
 std::string LowerCase(ConstData source);
 
-// Writes the mapped bytes to the start of the target and leaves the rest of it alone. Throws
-// DataOverflow if the target is too short, and leaves it full then. The target may be the source
-// itself.
+// Write the mapped bytes to the start of the target, which may be the source itself. Throw
+// DataOverflow if the target is too short; it is full then.
 void RaiseCase(ConstData source, Data target);
 void LowerCase(ConstData source, Data target);
 
-// Consumes and writes, moving both positions, until either side is spent. A full target is a normal
-// end.
+// Map bytes until the source is empty or the target is full, and advance both positions.
 void RaiseCase(ConstBuffer& source, Buffer& target);
 void LowerCase(ConstBuffer& source, Buffer& target);
 
-// Whether the mapping would change nothing: a byte that is no letter has both cases, and an empty
-// range too.
+// True if the mapping would change nothing. Other bytes than letters count as both cases, and so
+// does an empty range.
 bool IsLowercase(ConstData text);
 bool IsUppercase(ConstData text);
 
+// Case-insensitive.
 bool EqualIgnoringCase(ConstData left, ConstData right);
 
-// Orders the mapped texts: the difference of the first unequal mapped bytes, first minus second;
-// without one, 1 if the second range is shorter, -1 if the first is, 0 if none. The two orders
-// differ: the underscore sorts below 'a' in the first and above 'A' in the second.
+// Return the difference of the first unequal mapped bytes, `left` minus `right`. If there are none
+// in the common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal. The
+// two orders differ: the underscore is less than 'a', but greater than 'A'.
 std::int32_t CompareLowercase(ConstData left, ConstData right);
 std::int32_t CompareUppercase(ConstData left, ConstData right);
 
-// The same order on NUL-terminated texts, but for texts one of which begins with the other.
+// The same for NUL-terminated strings, except where one string is a prefix of the other.
 //
-// Deliberate: there the result is the next byte of the first minus that of the second, unmapped, as
-// signed 8-bit values, one of them being the NUL. So the empty text sorts behind "\xE9", by 23.
+// Deliberate: in that case the result is the difference of the next bytes, unmapped, as signed
+// 8-bit values; one of them is the NUL. So "" compared with "\xE9" returns 23.
 std::int32_t CompareLowercase(char const* left, char const* right);
 
 } // namespace Ascii
+
+// Remove the bytes of Ascii::WhiteSpace() from the start, or from both ends. A range of whitespace
+// alone becomes an empty range at the END of the input.
+ConstData TrimLeadingAsciiWhitespace(ConstData text);
+ConstData TrimAsciiWhitespace(ConstData text);

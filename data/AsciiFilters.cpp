@@ -7,8 +7,7 @@ namespace Ascii {
 
 namespace {
 
-// Makes both instances before `main`, so before there is a second thread.
-// NOLINTNEXTLINE(cert-err58-cpp): the filters have no state, so nothing throws
+// Constructs both instances before `main`, before a second thread can exist.
 [[maybe_unused]] bool const madeAtStartup = [] {
     LowerCase();
     RaiseCase();

@@ -1,13 +1,13 @@
-// Case mapping as a stage of a pipeline.
+// Case mapping as data filters.
 //
-// Apart from Ascii.h, so that who only maps or compares text needs no pipeline.
+// A header of its own, so that code which only maps or compares text needs no pipeline.
 #pragma once
 
 #include "data/DataFilter.h"
 
 namespace Ascii {
 
-// Maps byte by byte, so it holds nothing back: it is always flushed.
+// Maps byte by byte and is always flushed.
 class CaseRaisingFilter : public DataFilter {
 public:
     using DataFilter::operator();
@@ -20,8 +20,8 @@ public:
     void operator()(ConstBuffer& source, Buffer& target) override;
 };
 
-// The one shared instance of each, there from before `main` to the exit of the process. It has no
-// state, so that any number of stages can use it at a time.
+// Return the shared instance, which exists from before `main` until the process exits. The filters
+// have no state, so any number of stages can share one.
 CaseRaisingFilter& RaiseCase();
 CaseLoweringFilter& LowerCase();
 

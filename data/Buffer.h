@@ -1,14 +1,32 @@
-// Ranges of bytes that are being filled or consumed.
-//
-// `start` and `end` are fixed, `position` moves from `start` to `end` and never past it. Setting
-// `position` back to `start` makes the buffer new. Nothing here owns its bytes.
+// Writable bytes, and ranges of bytes that are being filled or consumed.
 #pragma once
 
-#include "data/ConstData.h"
-#include "data/Data.h"
+#include <concepts>
+#include <cstddef>
 
-// A writable range being filled: from `start` to `position` is written, from `position` to `end` is
-// room.
+#include "data/ArrayOf.h"
+#include "data/ConstData.h"
+
+// A view of writable bytes. It owns nothing and is passed by value.
+class Data : public ArrayOf<unsigned char> {
+public:
+    using ArrayOf<unsigned char>::ArrayOf;
+
+    // An array is taken whole, with the terminating NUL of a string.
+    Data(char* first, char* last) : ArrayOf(Bytes(first), Bytes(last)) {}
+    template <std::integral Count>
+    Data(char* first, Count length) : ArrayOf(Bytes(first), length) {}
+    template <std::size_t length>
+    Data(char (&array)[length]) : ArrayOf(Bytes(array), length) {}
+
+    constexpr operator ConstData() const { return ConstData(begin, end); }
+
+private:
+    static unsigned char* Bytes(char* text) { return reinterpret_cast<unsigned char*>(text); }
+};
+
+// A range being filled: `start` to `position` is written, `position` to `end` is free. `position`
+// only moves forward, except by Reset. The bytes are not owned.
 class Buffer {
 public:
     explicit constexpr Buffer(Data data) : position(data.begin), end(data.end), start(data.begin) {}
@@ -23,7 +41,7 @@ public:
     unsigned char* start;
 };
 
-// A read-only range being consumed: from `position` to `end` is left.
+// A range being consumed: `position` to `end` is left. The bytes are not owned.
 class ConstBuffer {
 public:
     explicit constexpr ConstBuffer(ConstData data)
@@ -37,5 +55,22 @@ public:
     unsigned char const* start;
 };
 
-// Copies as many bytes as both sides allow and moves both positions by that count. Yields `target`.
+// Copies as many bytes as both sides allow and advances both positions. Returns `target`.
 Buffer& operator<<(Buffer& target, ConstBuffer& source);
+
+// A Buffer with its bytes inside the object. Not copyable, because it points into itself.
+template <std::size_t capacity>
+class BufferWithCapacity : public Buffer {
+public:
+    BufferWithCapacity() : Buffer(Data()) {
+        position = bytes;
+        end = bytes + capacity;
+        start = bytes;
+    }
+
+    BufferWithCapacity(BufferWithCapacity const&) = delete;
+    BufferWithCapacity& operator=(BufferWithCapacity const&) = delete;
+
+private:
+    unsigned char bytes[capacity];
+};

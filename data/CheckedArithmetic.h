@@ -1,13 +1,10 @@
-// Whether the exact result of an integer operation fits the type that is to hold it.
+// Predicates: does the exact result of an integer operation fit the type of the result?
 //
-// The caller asks first, and then does the operation or reports its own error. No predicate throws,
-// and none overflows on its own: each compares against a bound found by subtraction or division.
-// Without a mark in its name a predicate asks about a result of the type of its operands;
-// ...Signed asks about a signed result, ...Unsigned about an unsigned one of the same width.
+// The type of the result is that of the operands; the signed type of their width for ...Signed, the
+// unsigned one for ...Unsigned. No predicate throws or overflows.
 //
-// The operands are of one width: 8, 16, 32 or 64 bits. Other types (char, bool, long, size_t) and
-// mixed widths do not compile, since a silent conversion would make the answer that of another
-// question.
+// Both operands have the same width: 8, 16, 32 or 64 bits. Other types (char, bool, long, size_t)
+// and mixed widths do not compile, because a silent conversion would change the question.
 #pragma once
 
 #include <concepts>
@@ -22,13 +19,13 @@ template <typename T>
 concept CheckedSigned = std::same_as<T, signed char> || std::same_as<T, short> ||
     std::same_as<T, int> || std::same_as<T, long long>;
 
-// The signed and the unsigned type of one width.
+// A signed and an unsigned type of the same width.
 template <typename S, typename U>
 concept CheckedPair = CheckedSigned<S> && CheckedUnsigned<U> && sizeof(S) == sizeof(U);
 
 namespace CheckedBounds {
 
-// The bounds as values of the unsigned type, for tests that run modulo its width.
+// The bounds of the signed type, as values of the unsigned type.
 template <CheckedUnsigned U>
 inline constexpr U signedMax = static_cast<U>(std::numeric_limits<U>::max() / 2);
 template <CheckedUnsigned U>
@@ -62,7 +59,7 @@ constexpr bool CanAddUnsigned(S a, U b) {
     return a < 0 ? static_cast<U>(0 - bits) <= b : static_cast<U>(~bits) >= b;
 }
 
-// Whether a is the top value of its type, so that one more would not fit.
+// True if `a` is the maximum of its type, so that a + 1 does not fit.
 template <typename T>
 requires CheckedUnsigned<T> || CheckedSigned<T>
 constexpr bool CanOverflowWithAdd(T a) { return !CanAdd(a, static_cast<T>(1)); }
@@ -86,9 +83,9 @@ constexpr bool CanSubtractSigned(S a, U b) {
     return static_cast<S>(static_cast<U>(b + CheckedBounds::signedMin<U>)) <= a;
 }
 
-// Deliberate: the two forms with an unsigned first operand do NOT answer exactly. Their bounds wrap
-// around in the unsigned type: of (0, 0) the first says false, and of (200, 0) in 8 bits true.
-// Callers rely on these very answers, so the forms stay as they are.
+// Deliberate: these two overloads, which take an unsigned minuend, are NOT exact: their bounds wrap
+// around in the unsigned type. In 8 bits, the first one returns false for 0 - 0 and true for
+// 200 - 0; the second one returns false for 200 - 100. These answers are part of the contract.
 template <typename U, typename S>
 requires CheckedPair<S, U>
 constexpr bool CanSubtractSigned(U a, S b) {
@@ -120,8 +117,7 @@ constexpr bool CanSubtractUnsigned(U a, S b) {
 
 // a * b
 //
-// Of two operands one of which is a constant, pass the constant first: the bound is then a constant
-// too, and no division is left.
+// If one operand is a constant, pass it first: the compiler then removes the division.
 
 template <CheckedUnsigned U>
 constexpr bool CanMultiply(U a, U b) {
@@ -137,7 +133,7 @@ constexpr bool CanMultiply(S a, S b) {
     } else {
         if (a == 0)
             return true;
-        // Apart, since the bottom value divided by -1 would itself overflow.
+        // The minimum divided by -1 would overflow.
         if (a == -1)
             return b != Limits::min();
         if (a > 0)

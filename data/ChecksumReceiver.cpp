@@ -13,7 +13,6 @@ std::uint32_t sharedTable[256];
 
 } // namespace
 
-// NOLINTNEXTLINE(cert-err58-cpp): Table throws nothing
 bool ChecksumReceiver::initializeTableAtStartup = (Table(), false);
 
 ChecksumReceiver::ChecksumReceiver() : value(initialValue), table(Table()) {}
@@ -27,7 +26,7 @@ void ChecksumReceiver::Receive(ConstData data) {
 void ChecksumReceiver::ReceiveEnd() {}
 
 std::uint32_t const* ChecksumReceiver::MakeTable() {
-    // In one comparison, since it is made for every receiver.
+    // One comparison, because every receiver makes it.
     if (std::memcmp(sharedTable, Simd::crc32Table.data(), sizeof(sharedTable)) == 0)
         return sharedTable;
     for (std::size_t byte = 0; byte < 256; ++byte) {

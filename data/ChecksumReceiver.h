@@ -8,8 +8,8 @@
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
-// Deliberate: the last step of the checksum, the complement, is left to the caller. Value() is the
-// bare register, and ~Value() the published CRC: 0xFC891918 for the bytes 123456789.
+// Deliberate: the caller takes the final complement. Value() is the register, ~Value() the
+// published CRC: 0xFC891918 for the bytes 123456789.
 class ChecksumReceiver : public DataReceiver {
 public:
     ChecksumReceiver();
@@ -23,13 +23,13 @@ public:
     // The register; 0xFFFFFFFF after construction and after Start.
     std::uint32_t Value() const { return value; }
 
-    // The 256 words of the checksum by bytes, in static storage. Every call, and so every
-    // constructor, sets all of them again. That costs time and nothing else: a word that has its
-    // value already is not written, so that chains on other threads may read meanwhile.
+    // Return the CRC table of 256 words, in static storage. Each call, and so each constructor,
+    // sets all words that do not yet have their value. The others are not written, so other threads
+    // may read them at the same time.
     static std::uint32_t const* MakeTable();
     static std::uint32_t const* Table();
 
-    // Cleared by the initialiser that calls Table() before main; nothing reads it.
+    // Its initializer calls Table() before main. Never read.
     static bool initializeTableAtStartup;
 
 private:

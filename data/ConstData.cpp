@@ -2,44 +2,39 @@
 
 #include <algorithm>
 
-#include "data/AsciiTrim.h"
-#include "data/Data.h"
+#include "simd/Words.h"
 
 static_assert(sizeof(ConstData) == 2 * sizeof(void*), "a pair of pointers, passed in registers");
 
 namespace {
 
-// For lengths that can be 0, where either pointer can be null.
+// Unlike memcmp, accepts null pointers if `length` is 0.
 bool EqualBytes(unsigned char const* left, unsigned char const* right, std::size_t length) {
     return length == 0 || std::memcmp(left, right, length) == 0;
 }
 
-std::uint64_t LoadWord(unsigned char const* bytes) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, sizeof(word));
-    return word;
-}
+using Word = std::uint64_t;
+using Simd::LoadWord;
 
-// The number of equal bytes at the start of both, up to `length`. By words: memcmp tells only which
-// of the two is less.
+// Returns the number of equal bytes at the start of both, up to `length`. Compares word by word,
+// because memcmp does not return a position.
 std::size_t EqualLength(unsigned char const* left, unsigned char const* right, std::size_t length) {
     std::size_t equal = 0;
-    while (length - equal >= sizeof(std::uint64_t) &&
-           LoadWord(left + equal) == LoadWord(right + equal))
-        equal += sizeof(std::uint64_t);
+    while (length - equal >= sizeof(Word) &&
+           LoadWord<Word>(left + equal) == LoadWord<Word>(right + equal))
+        equal += sizeof(Word);
     while (equal < length && left[equal] == right[equal])
         ++equal;
     return equal;
 }
 
-// The same, counted from the ends.
+// The same, from the ends.
 std::size_t EqualLengthReversed(unsigned char const* leftEnd, unsigned char const* rightEnd,
                                 std::size_t length) {
     std::size_t equal = 0;
-    while (length - equal >= sizeof(std::uint64_t) &&
-           LoadWord(leftEnd - equal - sizeof(std::uint64_t)) ==
-               LoadWord(rightEnd - equal - sizeof(std::uint64_t)))
-        equal += sizeof(std::uint64_t);
+    while (length - equal >= sizeof(Word) && LoadWord<Word>(leftEnd - equal - sizeof(Word)) ==
+                                                 LoadWord<Word>(rightEnd - equal - sizeof(Word)))
+        equal += sizeof(Word);
     while (equal < length && *(leftEnd - equal - 1) == *(rightEnd - equal - 1))
         ++equal;
     return equal;
@@ -51,10 +46,10 @@ std::int32_t CompareLengths(ConstData left, ConstData right) {
     return left.Length() < right.Length() ? -1 : 1;
 }
 
-// The first occurrence at or behind `from`, or null. REQUIRES: `pattern` is not empty.
+// Returns the first match, or null. REQUIRES: `pattern` is not empty.
 //
-// memmem (POSIX.1-2024, and the GNU C library before) takes linear time whatever the bytes are,
-// unlike std::string_view::find, and allocates nothing, unlike the searchers of <functional>.
+// memmem (POSIX.1-2024; earlier a GNU extension) takes linear time in the worst case, unlike
+// std::string_view::find, and allocates nothing, unlike the searchers of <functional>.
 unsigned char const* Find(ConstData range, ConstData pattern) {
     if (pattern.Length() > range.Length())
         return nullptr;
@@ -105,34 +100,6 @@ bool ConstData::StartsWith(ConstData pattern) const {
 bool ConstData::EndsWith(ConstData pattern) const {
     return pattern.Length() <= Length() &&
            EqualBytes(end - pattern.Length(), pattern.begin, pattern.Length());
-}
-
-std::vector<ConstData> ConstData::Split(ConstData separator, bool trim, bool keepEmpty) const {
-    auto const trimmed = [trim](ConstData piece) {
-        return trim ? TrimAsciiWhitespace(piece) : piece;
-    };
-    if (separator.IsEmpty() || separator.Length() > Length())
-        return {trimmed(*this)};
-    std::vector<ConstData> pieces;
-    auto const add = [&](ConstData piece) {
-        piece = trimmed(piece);
-        if (keepEmpty || !piece.IsEmpty())
-            pieces.push_back(piece);
-    };
-    unsigned char const* start = begin;
-    for (unsigned long position : PositionsOf(separator)) {
-        add(ConstData(start, begin + position));
-        start = begin + position + separator.Length();
-    }
-    add(ConstData(start, end));
-    return pieces;
-}
-
-ConstData ConstData::operator>>(Data target) const {
-    std::size_t const count = std::min(Length(), target.Length());
-    if (count != 0)
-        std::memmove(target.begin, begin, count);
-    return ConstData(begin + count, end);
 }
 
 bool operator==(ConstData const& left, ConstData const& right) {

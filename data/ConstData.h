@@ -1,7 +1,4 @@
-// A read-only range of bytes, with searching and comparing.
-//
-// It owns nothing and is passed by value: the caller keeps the bytes alive for as long as the view
-// is used. Nothing here allocates, but what returns a std::vector or a std::string.
+// Read-only bytes: a view with searching and comparing, and a short owner.
 #pragma once
 
 #include <concepts>
@@ -13,16 +10,19 @@
 #include <vector>
 
 #include "data/ArrayOf.h"
+#include "data/DebuggableException.h"
 
 class Data;
 
+// A view of bytes. It owns nothing and is passed by value: the caller keeps the bytes alive while
+// the view is used. Only operations that return a std::vector or a std::string allocate.
 class ConstData : public ConstArrayOf<unsigned char> {
 public:
     using ConstArrayOf<unsigned char>::ConstArrayOf;
 
-    // The pointers to `char` are here for the texts of the language: the first form takes a
-    // NUL-terminated text, without its NUL. REQUIRES: `text` is not null.
-    // (For a constant expression, see operator""_bytes below.)
+    // The first overload takes a NUL-terminated string, without its NUL. It stops at an embedded
+    // NUL, also of a string literal; the literals operator""_bytes below keep theirs.
+    // REQUIRES: `text` is not null.
     ConstData(char const* text) : ConstData(text, std::strlen(text)) {}
     ConstData(char const* first, char const* last) : ConstArrayOf(Bytes(first), Bytes(last)) {}
     template <std::integral Count>
@@ -30,38 +30,39 @@ public:
     ConstData(std::string const& text) : ConstData(text.data(), text.size()) {}
     ConstData(std::string_view text) : ConstData(text.data(), text.size()) {}
 
-    // The same bytes for functions of the standard library.
+    // The same bytes, for the standard library.
     std::string_view View() const { return {reinterpret_cast<char const*>(begin), Length()}; }
 
-    // What the PositionOf operations yield if nothing is found.
+    // PositionOf returns this if nothing is found.
     static constexpr std::uint64_t notFound = ~std::uint64_t{0};
 
-    // Deliberate: the empty pattern is contained everywhere, but has no position.
+    // Deliberate: every range contains the empty pattern, although PositionOf does not find it.
     bool Contains(unsigned char byte) const;
     bool Contains(ConstData pattern) const;
 
-    // The offset of the first occurrence, or `notFound`; always `notFound` for an empty pattern.
+    // Returns the offset of the first match, or `notFound`; always `notFound` for an empty pattern.
     std::uint64_t PositionOf(unsigned char byte) const;
     std::uint64_t PositionOf(ConstData pattern) const;
 
-    // The offsets of all occurrences that do not overlap, in rising order: after a match the search
-    // goes on behind it. None for an empty pattern.
+    // Returns the offsets of all matches in ascending order. Matches do not overlap: the search
+    // continues behind each match. An empty pattern has no matches.
     std::vector<unsigned long> PositionsOf(ConstData pattern) const;
 
     // True for an empty pattern.
     bool StartsWith(ConstData pattern) const;
     bool EndsWith(ConstData pattern) const;
 
-    // The pieces between the occurrences of `separator`, as views of the same bytes, without their
-    // white space if `trim` is set (see AsciiTrim.h), and without the empty ones unless `keepEmpty`
-    // is. The occurrences are those of PositionsOf, so they are found before anything is trimmed.
+    // Returns the parts between the matches of `separator`, as views of the same bytes. With
+    // `trim`, each part loses its leading and trailing whitespace (see TrimAsciiWhitespace in
+    // Ascii.h). Without `keepEmpty`, empty parts are dropped. The separators are found before
+    // anything is trimmed. Defined in Ascii.cpp.
     //
-    // Deliberate: without a separator, or with one that is longer than the range, the whole range
-    // is the one piece, even if it is empty.
+    // Deliberate: if `separator` is empty or longer than the range, the whole range is the one
+    // part, even if it is empty.
     std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
 
-    // Copies as many bytes as both sides hold, from the start of each. Yields what is left of the
-    // source; how far the target got is for the caller to reckon.
+    // Copies from the start as many bytes as both ranges hold, and returns the rest of the source.
+    // The ranges may overlap. Defined in Buffer.cpp.
     ConstData operator>>(Data target) const;
 
 private:
@@ -70,21 +71,20 @@ private:
     }
 };
 
-// By value of the bytes: two empty ranges are equal, whatever they point at. The order is that of
-// unsigned bytes; where one range is a prefix of the other, the shorter is less.
+// Compare the bytes, as unsigned values. A range that is a prefix of another one is less.
 bool operator==(ConstData const& left, ConstData const& right);
 bool operator<(ConstData const& left, ConstData const& right);
 
-// The difference of the first unequal bytes, first minus second. Without one in the common length:
-// -1 if the first range is shorter, 1 if it is longer, 0 if they are equal. The second form walks
-// both ranges from their last byte to their first.
+// Return the difference of the first unequal bytes, `left` minus `right`. If there are none in the
+// common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal. The second
+// function compares from the last byte to the first.
 std::int32_t Compare(ConstData left, ConstData right);
 std::int32_t CompareReversed(ConstData left, ConstData right);
 
-// A copy of the bytes; empty for a null range.
+// Returns a copy of the bytes; the empty string for a null range.
 std::string MakeString(ConstData data);
 
-// The characters of a literal, as bytes that a template parameter can carry.
+// The characters of a string literal as bytes, in a form that a template parameter can have.
 template <std::size_t size>
 struct ByteLiteral {
     consteval ByteLiteral(char const (&text)[size]) {
@@ -95,9 +95,37 @@ struct ByteLiteral {
     unsigned char bytes[size] = {};
 };
 
-// The bytes of a literal, its inner NULs too, without the NUL behind them: "a\0b"_bytes has three.
-// A constant expression over static storage, unlike the view of a `char const*`.
+// Returns the bytes of a literal, embedded NULs included, without the terminating NUL:
+// "a\0b"_bytes has three. A constant expression over static storage.
 template <ByteLiteral literal>
 constexpr ConstData operator""_bytes() {
     return ConstData(literal.bytes, sizeof(literal.bytes) - 1);
 }
+
+class ConstDataCapacityExceeded : public DebuggableException {};
+
+// A short string inside the object: up to `capacity` bytes, and a NUL that `length` does not count.
+template <std::size_t capacity>
+class ConstDataWithCapacity {
+public:
+    // Empty. A caller that fills the object in place sets `length` and writes the bytes and the
+    // NUL. The bytes are not initialized.
+    ConstDataWithCapacity() : length(0) { bytes[0] = 0; }
+
+    // Throws ConstDataCapacityExceeded if `text` is longer than `capacity`.
+    ConstDataWithCapacity(ConstData text) : length(text.Length()) {
+        if (length > capacity)
+            throw ConstDataCapacityExceeded();
+        if (length != 0)
+            std::memcpy(bytes, text.begin, length);
+        bytes[length] = 0;
+    }
+
+    operator ConstData() const { return ConstData(bytes, length); }
+
+    // NUL-terminated; valid as long as the object.
+    char const* Text() const { return reinterpret_cast<char const*>(bytes); }
+
+    std::uint64_t length;
+    unsigned char bytes[capacity + 1];
+};

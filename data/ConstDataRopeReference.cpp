@@ -1,7 +1,6 @@
 #include "data/ConstDataRopeReference.h"
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 
 static_assert(sizeof(ConstDataRopeReference) == 2 * sizeof(void*));
 

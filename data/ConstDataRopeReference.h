@@ -1,7 +1,6 @@
-// A text in several pieces: views in a row, read from first to last.
+// A rope: a sequence of views that is read as one text, without a concatenated copy.
 //
-// It saves the concatenated copy. Neither the array of views nor the bytes are owned; the array
-// usually lies on the caller's stack:
+// A rope owns neither the array of views nor the bytes. The array is usually on the caller's stack:
 //
 //     ConstData const pieces[] = {"<", name, ">"};
 //     receiver.Receive(ConstDataRopeReference(pieces));
@@ -23,8 +22,8 @@ public:
     using ConstArrayOf<ConstData>::ConstArrayOf;
 };
 
-// The array behind a rope: `ConstDataRope{a, b}` holds two views, of anything that a ConstData can
-// be made from. It owns the views, but not the bytes.
+// The array of a rope: `ConstDataRope{a, b}` holds two views of anything that converts to
+// ConstData. It owns the views, but not the bytes.
 template <std::size_t count>
 struct ConstDataRope {
     constexpr operator ConstDataRopeReference() const { return ConstDataRopeReference(pieces); }
@@ -35,15 +34,16 @@ struct ConstDataRope {
 template <class... Pieces>
 ConstDataRope(Pieces const&...) -> ConstDataRope<sizeof...(Pieces)>;
 
-// The sum of the lengths of the pieces.
+// Returns the sum of the lengths of the views.
 std::uint64_t TotalLength(ConstDataRopeReference rope);
 
-// Copy the pieces in order as far as the target reaches. Deliberate: what does not fit is cut in
-// silence. Who must not lose bytes sizes the target by TotalLength.
-// The first form yields the rest of the target, behind the last byte written; the second moves
-// `position` and yields `target`.
+// Copy the bytes in order until the target is full. The first operator returns the unwritten rest
+// of the target; the second one advances `position` and returns `target`.
+//
+// Deliberate: bytes that do not fit are dropped without an error. TotalLength returns the size that
+// holds all of them.
 Data operator<<(Data target, ConstDataRopeReference rope);
 Buffer& operator<<(Buffer& target, ConstDataRopeReference rope);
 
-// All pieces in one string.
+// Returns all bytes as one string.
 std::string MakeString(ConstDataRopeReference rope);

@@ -1,7 +1,6 @@
 #include "data/DataFilter.h"
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 
 constinit DataFilter DataFilter::copy;
 

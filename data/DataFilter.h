@@ -1,4 +1,4 @@
-// A rewriting of bytes between two buffers. The class itself is the identity.
+// A transformation of a byte stream, from one buffer to another. The class itself is the identity.
 #pragma once
 
 #include "data/ConstData.h"
@@ -7,34 +7,34 @@ class Buffer;
 class ConstBuffer;
 class Data;
 
-// A filter for a stream of bytes, of any length and in any cutting.
+// The output is independent of how the stream is split into buffers.
 //
-// Who calls the first operator() again and again relies on progress: each call consumes at least
-// one byte while there is room. A filter may hold bytes back across calls; at the end of the stream
-// Flush is called, with fresh room, until Flushed is true, so it must turn true at last.
+// Progress: each call of the first operator() consumes at least one byte while there is room. A
+// filter may hold bytes back between calls. At the end of the stream, Flush is called with an empty
+// buffer until Flushed returns true.
 //
-// (A derived class that overrides operator() brings the other forms back with
-// `using DataFilter::operator();`.)
+// A derived class that overrides operator() un-hides the other overloads by
+// `using DataFilter::operator();`.
 class DataFilter {
 public:
     virtual ~DataFilter();
 
-    // Consumes from `source` and writes to `target`, moving both positions, until either is spent.
-    // Here a plain copy.
+    // Consumes from `source` and writes to `target` until `source` is empty or `target` is full,
+    // and advances both positions. The default copies.
     virtual void operator()(ConstBuffer& source, Buffer& target);
 
-    // No bytes are held back. Here always true.
+    // True if no bytes are held back. The default returns true.
     virtual bool Flushed() const;
 
-    // Writes what is held back, as far as there is room. Here does nothing.
+    // Writes the bytes held back, until `target` is full. The default does nothing.
     virtual void Flush(Buffer& target);
 
-    // The same over buffers made on the spot, if the ranges given are not empty. How far a range
-    // was consumed or filled is not reported.
+    // The same on ranges, without reporting how many bytes were consumed or written. Does nothing
+    // if a range is empty.
     void operator()(ConstData source, Data target);
     void operator()(ConstData source, Buffer& target);
     void operator()(ConstBuffer& source, Data target);
 
-    // The identity, from before main to the end of the process.
+    // The identity, in static storage; initialized before main.
     static DataFilter copy;
 };

@@ -3,8 +3,9 @@
 #include <cstddef>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
+#include "data/ConstDataRopeReference.h"
 #include "data/DataFilter.h"
+#include "data/StringReceiver.h"
 
 namespace {
 
@@ -38,4 +39,21 @@ void DataFilterer::ReceiveEnd() {
         target->Receive(buffer.Written());
     }
     target->ReceiveEnd();
+}
+
+void StartReceiveAndEnd(DataReceiver& receiver, ConstData data, DataFilter& filter) {
+    DataFilterer filterer;
+    StartReceiveAndEnd(filterer(receiver, filter), data);
+}
+
+void StartReceiveAndEnd(DataReceiver& receiver, ConstDataRopeReference rope, DataFilter& filter) {
+    DataFilterer filterer;
+    StartReceiveAndEnd(filterer(receiver, filter), rope);
+}
+
+std::string ApplyFilter(ConstData data, DataFilter& filter) {
+    std::string result;
+    StringReceiver receiver;
+    StartReceiveAndEnd(receiver(result), data, filter);
+    return result;
 }

@@ -1,17 +1,20 @@
-// A filter as a stage: what it receives goes through a DataFilter to the next receiver.
+// A pipeline stage that applies a DataFilter, and functions that filter a whole stream.
 #pragma once
+
+#include <string>
 
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
+class ConstDataRopeReference;
 class DataFilter;
 
-// Chunks of at most 1024 bytes are passed on, one for each call of the filter, empty ones too.
+// Passes on one chunk of at most 1024 bytes, possibly empty, for each call of the filter.
 //
 // REQUIRES: bound before Start.
 class DataFilterer : private DataReceiver {
 public:
-    // Binds the stage: what it receives goes through `dataFilter` to `receiver`.
+    // Binds the stage: its input goes through `dataFilter` to `receiver`. Returns its receiver.
     DataReceiver& operator()(DataReceiver& receiver, DataFilter& dataFilter);
 
 private:
@@ -22,3 +25,10 @@ private:
     DataReceiver* target = nullptr;
     DataFilter* filter = nullptr;
 };
+
+// Send a whole stream through `filter` to `receiver`. The views of a rope are received one by one.
+void StartReceiveAndEnd(DataReceiver& receiver, ConstData data, DataFilter& filter);
+void StartReceiveAndEnd(DataReceiver& receiver, ConstDataRopeReference rope, DataFilter& filter);
+
+// Returns the output of `filter` for the stream `data`, flushed.
+std::string ApplyFilter(ConstData data, DataFilter& filter);

@@ -1,8 +1,6 @@
 #include "data/DataReader.h"
 
 #include "data/Buffer.h"
-#include "data/Data.h"
-#include "data/EmptyDataReader.h"
 
 namespace {
 
@@ -27,3 +25,7 @@ DataReader& DataReader::operator>>(Data target) {
 }
 
 DataReader& DataReader::Empty() { return empty; }
+
+bool EmptyDataReader::Finished() const { return true; }
+
+DataReader& EmptyDataReader::operator>>(Buffer&) { return *this; }

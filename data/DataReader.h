@@ -1,4 +1,4 @@
-// The pull protocol: a consumer asks a source for bytes.
+// The pull protocol: a consumer requests bytes from a source.
 #pragma once
 
 #include "data/DebuggableException.h"
@@ -9,24 +9,35 @@ class Data;
 // The reader ended before a range was full.
 class NoMoreData : public DebuggableException {};
 
-// A source of bytes. (A derived class that overrides one operator>> brings the other back with
-// `using DataReader::operator>>;`.)
+// A source of bytes. A derived class that overrides one operator>> un-hides the other by
+// `using DataReader::operator>>;`.
 class DataReader {
 public:
     virtual ~DataReader();
 
-    // No byte is left.
+    // True if no bytes are left.
     virtual bool Finished() const = 0;
     virtual bool Unfinished() const;
 
-    // Puts bytes into `target` and moves its `position`: as many as are at hand and fit, which may
-    // be fewer than fit. Yields the reader.
+    // Writes available bytes to `target` and advances its `position`. May write fewer bytes than
+    // fit. Returns the reader.
     virtual DataReader& operator>>(Buffer& target) = 0;
 
-    // Fills the whole range. Throws NoMoreData if the reader finishes with room left; the bytes got
-    // before that stay in the range. An empty range always succeeds. Yields the reader.
+    // Fills the whole range. Throws NoMoreData if the reader finishes before; the bytes read so far
+    // stay in the range. Always succeeds for an empty range. Returns the reader.
     virtual DataReader& operator>>(Data target);
 
-    // The one reader that is always finished. It lives from before main to the end of the process.
+    // Returns the shared EmptyDataReader, in static storage; initialized before main.
     static DataReader& Empty();
+};
+
+// A reader that is always finished.
+class EmptyDataReader : public DataReader {
+public:
+    using DataReader::operator>>;
+
+    bool Finished() const override;
+
+    // Leaves `target` unchanged.
+    DataReader& operator>>(Buffer& target) override;
 };

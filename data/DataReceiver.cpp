@@ -1,7 +1,6 @@
 #include "data/DataReceiver.h"
 
 #include "data/ConstDataRopeReference.h"
-#include "data/IgnoreDataReceiver.h"
 
 namespace {
 
@@ -22,3 +21,21 @@ void DataReceiver::Receive(ConstDataRopeReference rope) {
 }
 
 DataReceiver& DataReceiver::Ignore() { return ignore; }
+
+void IgnoreDataReceiver::Start() {}
+
+void IgnoreDataReceiver::Receive(ConstData) {}
+
+void IgnoreDataReceiver::ReceiveEnd() {}
+
+void StartReceiveAndEnd(DataReceiver& receiver, ConstData data) {
+    receiver.Start();
+    receiver.Receive(data);
+    receiver.ReceiveEnd();
+}
+
+void StartReceiveAndEnd(DataReceiver& receiver, ConstDataRopeReference rope) {
+    receiver.Start();
+    receiver.Receive(rope);
+    receiver.ReceiveEnd();
+}

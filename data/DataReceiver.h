@@ -1,28 +1,39 @@
-// The push protocol: a producer hands bytes to a sink in as many chunks as it likes.
+// The push protocol: a producer passes bytes to a sink, in chunks of any size.
 //
-// Stages live on the stack of the function that runs them and refer to each other by pointer; none
-// owns its target, so the target is declared first and outlives the stage. One thread for a chain.
+// The stages of a pipeline are on the stack of the function that runs it. They refer to each other
+// by pointer and own nothing, so a target is declared before the stage that writes to it. A
+// pipeline is not thread-safe.
 #pragma once
 
 #include "data/ConstData.h"
-#include "data/DataWriter.h"
 
 class ConstDataRopeReference;
 
-// A sink between Start and ReceiveEnd.
+// A sink of bytes.
+//
+// Deliberate: no virtual destructor. A writer is never destroyed through this class.
+class DataWriter {
+public:
+    // Takes the bytes. Returns the writer.
+    virtual DataWriter& operator<<(ConstData data) = 0;
+
+protected:
+    ~DataWriter() = default;
+};
+
+// A sink of streams.
 //
 // Calling sequence, for each stream: Start, any number of Receive (empty chunks too), ReceiveEnd.
-// Where the chunks are cut carries no meaning: a receiver does the same for any cutting of the same
-// bytes. Start is also the reset: it may follow anything. Nothing enforces the order.
+// The effect is independent of how the stream is split into chunks. Start resets the receiver at
+// any time. The order of calls is not checked.
 //
-// A stage in the middle passes the protocol on: its Start calls the next stage's Start, its
-// ReceiveEnd first delivers what it still holds and then calls the next stage's ReceiveEnd.
+// A stage in the middle of a pipeline forwards the protocol. Its Start calls the Start of the next
+// stage. Its ReceiveEnd delivers the bytes still held, then calls the ReceiveEnd of the next stage.
 //
-// A stage that derives in private is bound by its operator(), which takes what the stage needs and
-// yields the interface.
+// A stage that derives privately is bound by its operator(), which returns the receiver.
 //
-// Error handling: what a stage throws passes through all stages before it; nobody calls ReceiveEnd
-// then. A chain that has thrown is abandoned, or begun again with Start.
+// Error handling: an exception of a stage passes through all stages before it, and ReceiveEnd is
+// not called. The pipeline is then abandoned, or restarted by Start.
 class DataReceiver : public DataWriter {
 public:
     // The same as Receive.
@@ -32,15 +43,30 @@ public:
 
     virtual void Start() = 0;
 
-    // `data` is valid for the call only.
+    // `data` is valid during the call only.
     virtual void Receive(ConstData data) = 0;
 
     virtual void ReceiveEnd() = 0;
 
-    // Receive once for each piece in order, empty ones too. (A derived class hides this form; it
-    // stays reachable through a DataReceiver&.)
+    // Calls Receive for each view in order, including empty ones. An override of Receive hides this
+    // overload, unless the class has `using DataReceiver::Receive;`.
     void Receive(ConstDataRopeReference rope);
 
-    // The one receiver that drops everything. It lives from before main to the end of the process.
+    // Returns the shared IgnoreDataReceiver, in static storage; initialized before main.
     static DataReceiver& Ignore();
 };
+
+// A receiver that drops everything.
+class IgnoreDataReceiver : public DataReceiver {
+public:
+    using DataReceiver::Receive;
+
+    void Start() override;
+    void Receive(ConstData data) override;
+    void ReceiveEnd() override;
+};
+
+// Call Start, Receive and ReceiveEnd. The views of a rope are received one by one. DataFilterer.h
+// declares the overloads with a filter.
+void StartReceiveAndEnd(DataReceiver& receiver, ConstData data);
+void StartReceiveAndEnd(DataReceiver& receiver, ConstDataRopeReference rope);

@@ -1,15 +1,15 @@
-// The root of what this library throws.
+// The root of the exceptions of this library, and the exception for results that do not fit.
 //
-// Most classes below it are bare types: they carry nothing, and the catch that stops one tells it
-// apart. They are thrown by value on the spot and caught by reference; none is ever kept.
+// Most derived classes have no members: a handler recognizes them by their type. They are thrown by
+// value, caught by reference and never stored.
 #pragma once
 
 #include <exception>
 
 namespace UnixPlatform {
 
-// The place where a platform can hang data for debugging on every exception. Here it holds nothing
-// and, as an empty base, adds nothing to the size of an exception.
+// A base for debugging data of the platform. It is empty here and adds nothing to the size of an
+// exception.
 class ExceptionDebuggingInfo {};
 
 } // namespace UnixPlatform
@@ -18,7 +18,10 @@ class DebuggableException : public std::exception, public UnixPlatform::Exceptio
 public:
     ~DebuggableException() override;
 
-    // The name of the dynamic type, as the Itanium C++ ABI encodes it ("12DataOverflow"), so that a
-    // derived class names itself without any code of its own. Static storage; not meant for a user.
+    // Returns the name of the dynamic type, as the Itanium C++ ABI encodes it ("12DataOverflow"),
+    // in static storage. Derived classes need no code for it. Not meant for end users.
     char const* what() const noexcept override;
 };
+
+// A result does not fit into the range that the caller supplied.
+class DataOverflow : public DebuggableException {};

@@ -4,11 +4,11 @@
 #include <cstring>
 
 static_assert(sizeof(ExceptionPL) == sizeof(DebuggableException) + sizeof(char*),
-              "the text is all that is added");
+              "a message and nothing else is added");
 
 namespace {
 
-// Null is what a failed assignment leaves behind; it counts as an empty text.
+// Null, the message after a failed assignment, counts as empty.
 ConstData CountedText(char const* text) {
     return text == nullptr ? ConstData()
                            : ConstData(text, static_cast<std::uint32_t>(std::strlen(text)));

@@ -1,36 +1,32 @@
-// The root of the exceptions that carry a text.
+// The root of the exceptions that have a message.
 #pragma once
 
 #include "data/ConstData.h"
 #include "data/DebuggableException.h"
 
-// An exception that owns its text.
+// An exception that owns a copy of its message, which may therefore be a temporary.
 //
-// The text is always copied, so that it may be a temporary of the throwing expression: a thrown
-// exception outlives the string from which its message was formatted.
-//
-// Deliberate: texts are counted up to their first NUL, modulo 2^32, wherever they are taken from a
-// pointer or from another exception. Bytes behind a NUL in a range are stored, but what() ends at
-// that NUL and a copy of the exception drops them.
+// Deliberate: a message taken from a pointer or from another exception ends at its first NUL, and
+// its length is computed modulo 2^32. A range is stored with its embedded NULs; what() ends at the
+// first one, and a copy of the exception drops the bytes behind it.
 class ExceptionPL : public DebuggableException {
 public:
-    // REQUIRES: `text` is not null and ends in a NUL.
+    // REQUIRES: `text` is NUL-terminated and not null.
     explicit ExceptionPL(char const* text);
     explicit ExceptionPL(ConstData text);
 
-    // The assignment releases the old text before it allocates the new one. If that allocation
-    // fails, std::bad_alloc passes through and the object holds no text: what() yields null then.
+    // The assignment releases the old message before it allocates the new one. If it throws
+    // std::bad_alloc, what() returns null.
     ExceptionPL(ExceptionPL const& other);
     ExceptionPL& operator=(ExceptionPL const& other);
 
     ~ExceptionPL() override;
 
-    // The text, NUL-terminated; owned by the exception.
+    // Returns the message, NUL-terminated; valid as long as the exception.
     char const* what() const noexcept override;
 
 protected:
-    // Stores a copy of `text`, with a NUL behind it, and forgets (does not release) the text held
-    // before.
+    // Stores a NUL-terminated copy of `text`. Does not release the previous message.
     void Construct(ConstData text);
 
 private:

@@ -43,8 +43,7 @@ void HeaderMaker::ReceiveEnd(unsigned long long position) {
     EndField(lineBreakEnd == position ? lineBreakBegin : position);
 }
 
-// Consumes nothing. Only here, at the first byte of the next line, is it known whether the last
-// field goes on.
+// Consumes nothing. The first byte of a line decides whether it continues the previous field.
 void HeaderMaker::StartHeaderLine(ConstData& rest) {
     if (linearWhiteSpace->Contains(*rest.begin)) {
         fieldReceiver->Receive(" "_bytes);
@@ -85,7 +84,7 @@ void HeaderMaker::PassText(ConstData& rest) {
     rest.begin = rest.end;
 }
 
-// A full buffer can't tell a name that just fits from one that was cut: both are dropped.
+// A full buffer may hold a truncated name, so the field is dropped.
 void HeaderMaker::BeginField() {
     if (fieldName.IsFull()) {
         fieldReceiver = &DataReceiver::Ignore();

@@ -1,36 +1,36 @@
-// Reads lines as header fields: a name, a colon, a value, and continuation lines.
+// Parses lines into header fields: a name, a colon, a value, and continuation lines.
 #pragma once
 
-#include "data/AsciiSet.h"
-#include "data/BufferWithCapacity.h"
+#include "data/ArrayOf.h"
+#include "data/Buffer.h"
 #include "data/ConstData.h"
 #include "data/LineReceiver.h"
-#include "data/Range.h"
 
 class DataReceiver;
 class MessageReceiver;
+struct AsciiSet;
 
-// The header part of a message in the manner of RFC 822, read leniently: what is no field is
-// dropped, and there is no error.
+// The header of a message, similar to RFC 822. Lines that are not fields are dropped without an
+// error.
 //
-// - The name is what stands in front of the line's first colon, in lower case. It is not trimmed: a
-//   blank in front of the colon stays. A line that starts with a colon has an empty name.
-// - The value is delivered without its leading tabs and spaces; trailing ones are kept.
-// - A line that starts with a tab or a space continues the field before it: one space stands in
-//   place of the break and of all leading white space. Without a field before it, it is dropped.
-// - A line without a colon is no field. Its own continuation lines are dropped too.
-// - Deliberate: the longest name reported has 47 bytes. A field with a longer one is dropped whole.
+// - The name is the text before the first colon of the line, in lower case. It is not trimmed: a
+//   space before the colon stays. A line that starts with a colon has an empty name.
+// - The value loses its leading tabs and spaces, and keeps trailing ones.
+// - A line that starts with a tab or a space continues the previous field: one space replaces the
+//   line break and the leading whitespace. Without a previous field it is dropped.
+// - A line without a colon is dropped, with its continuation lines.
+// - Deliberate: a name has at most 47 bytes. A field with a longer name is dropped.
 //
-// Only ReceiveHeaderField and ReceiveHeaderFieldEnd of the receiver are called: Start, the body and
-// ReceiveEnd are MessageMaker's. Values are passed on as views; nothing is allocated.
+// Calls ReceiveHeaderField and ReceiveHeaderFieldEnd of the receiver only. MessageMaker calls the
+// other operations. Values are passed on as views; nothing is allocated.
 //
-// REQUIRES: bound to a receiver before text arrives.
+// REQUIRES: bound to a receiver before the first Receive.
 class HeaderMaker : public LineReceiver {
 public:
     HeaderMaker();
     explicit HeaderMaker(MessageReceiver& messageReceiver);
 
-    // Binds the stage, as the constructor does.
+    // Binds the stage, like the constructor. Returns its receiver.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;
@@ -39,7 +39,7 @@ public:
     void ReceiveEnd(unsigned long long position) override;
 
 private:
-    // What to do with the rest of a piece: each consumes some of it, or goes to another state.
+    // The states: each consumes bytes of a chunk, or changes the state.
     using State = void (HeaderMaker::*)(ConstData& rest);
     void StartHeaderLine(ConstData& rest);
     void HandleFieldName(ConstData& rest);
@@ -53,11 +53,11 @@ private:
     AsciiSet const* linearWhiteSpace;
     State state = &HeaderMaker::StartHeaderLine;
     BufferWithCapacity<48> fieldName;
-    // Where the value goes: DataReceiver::Ignore() when no field is open.
+    // The receiver of the value; DataReceiver::Ignore() if no field is open.
     DataReceiver* fieldReceiver;
-    // The offsets of the last line break; both the start position before the first.
+    // The range of the last line break; both are the start position before the first one.
     unsigned long long lineBreakBegin = 0;
     unsigned long long lineBreakEnd = 0;
-    // A ReceiveHeaderField waits for its ReceiveHeaderFieldEnd.
+    // ReceiveHeaderField was called, ReceiveHeaderFieldEnd not yet.
     bool fieldOpen = false;
 };

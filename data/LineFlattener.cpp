@@ -1,12 +1,10 @@
 #include "data/LineFlattener.h"
 
-// NOLINTBEGIN(cert-err58-cpp): constinit, so no code runs for them
 constinit ConstData const LineFlattener::cr = "\r"_bytes;
 constinit ConstData const LineFlattener::lf = "\n"_bytes;
 constinit ConstData const LineFlattener::crlf = "\r\n"_bytes;
 constinit ConstData const LineFlattener::space = " "_bytes;
 constinit ConstData const LineFlattener::nothing;
-// NOLINTEND(cert-err58-cpp)
 
 LineReceiver& LineFlattener::operator()(ConstData newLineBreak, DataReceiver& receiver) {
     lineBreak = newLineBreak;

@@ -1,28 +1,26 @@
-// Joins lines to a stream of bytes, with one chosen break between them.
+// Joins lines into a byte stream, with one fixed line break between them.
 #pragma once
 
+#include "data/ArrayOf.h"
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 #include "data/LineReceiver.h"
-#include "data/Range.h"
 
-// Whatever breaks come in, the break that goes out is always the same: line ends are normalised.
-// With `space` the lines are joined to one, with `nothing` the breaks vanish. (A `nothing` is
-// passed on as an empty chunk.)
+// Replaces every line break by the same bytes. (`nothing` is passed on as an empty chunk.) Text is
+// passed on without a copy. Positions are dropped.
 //
-// Text is passed on as it comes, without a copy. Positions are dropped.
-//
-// REQUIRES: bound before each Start, since ReceiveEnd drops the target.
+// REQUIRES: bound before each Start, because ReceiveEnd unbinds the stage.
 class LineFlattener : private LineReceiver {
 public:
-    // Breaks to choose from, there from before main to the end of the process.
+    // Line breaks, in static storage; initialized before main.
     static ConstData const cr;
     static ConstData const lf;
     static ConstData const crlf;
     static ConstData const space;
     static ConstData const nothing;
 
-    // Binds the stage. The bytes of `newLineBreak` must live as long as the stream.
+    // Binds the stage for one stream. Returns its receiver. REQUIRES: the bytes of `newLineBreak`
+    // stay valid until ReceiveEnd.
     LineReceiver& operator()(ConstData newLineBreak, DataReceiver& receiver);
 
 private:

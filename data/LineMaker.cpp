@@ -12,14 +12,15 @@ constexpr unsigned char lf = '\n';
 
 bool IsBreak(unsigned char byte) { return byte == cr || byte == lf; }
 
-// Finds the breaks of one chunk from first to last. Each of the two bytes is looked for only when
-// the last one found has been passed, so a text without any CR is not searched for it line by line.
+// Finds the breaks of one chunk in order. Each of the two bytes is searched for only after the last
+// match of it, so text without CR is searched for CR once, not once a line.
 class BreakFinder {
 public:
     explicit BreakFinder(ConstData chunk)
         : end(chunk.end), nextCr(Find(chunk.begin, cr)), nextLf(Find(chunk.begin, lf)) {}
 
-    // The first break at or behind `from`, or the chunk's end. REQUIRES: `from` never goes back.
+    // Returns the first break at or behind `from`, or the end of the chunk. REQUIRES: `from` does
+    // not decrease.
     unsigned char const* Next(unsigned char const* from) {
         if (nextCr < from)
             nextCr = Find(from, cr);

@@ -1,4 +1,4 @@
-// Cuts a stream of bytes into lines.
+// Splits a byte stream into lines.
 #pragma once
 
 #include "data/ConstData.h"
@@ -6,20 +6,19 @@
 
 class LineReceiver;
 
-// CR and LF are both breaks; CR LF and LF CR are one break of two bytes, also where a chunk ends
-// between the two; two equal bytes are two breaks. A break byte at the end of a chunk is held back
-// until the next byte, or ReceiveEnd, tells which of these it is.
+// Line breaks are CR, LF, CR LF and LF CR, also across a chunk boundary. Two equal bytes are two
+// breaks. A break byte at the end of a chunk is held back until the next byte or ReceiveEnd.
 //
-// Text is passed on as views into the chunk: never empty, one for each run of text in a chunk.
-// Nothing is copied or allocated.
+// Text is passed on as views into the chunk: one for each run of text, never empty. Nothing is
+// copied or allocated.
 //
-// REQUIRES: bound to a target before Start.
+// REQUIRES: bound to a target before Start; chunks smaller than 4 GiB.
 class LineMaker : public DataReceiver {
 public:
     LineMaker() = default;
     explicit LineMaker(LineReceiver& receiver) : target(&receiver) {}
 
-    // Binds the stage, as the constructor does.
+    // Binds the stage, like the constructor. Returns its receiver.
     DataReceiver& operator()(LineReceiver& receiver);
 
     using DataReceiver::Receive;
@@ -28,15 +27,15 @@ public:
     void Receive(ConstData data) override;
     void ReceiveEnd() override;
 
-    // Start for a stream that begins in mid-file: `offset` is that of its first byte.
+    // Start for a part of a file; `offset` is the position of its first byte.
     void Start(unsigned long long offset);
 
 private:
     void DeliverPendingBreak(unsigned long long length);
 
     LineReceiver* target = nullptr;
-    // The offset of the next byte not yet delivered; does not count a pending break.
+    // The offset of the next byte to deliver, which is that of a pending break.
     unsigned long long position = 0;
-    // The CR or LF seen last, if its break is not yet delivered, else 0.
+    // The CR or LF of a break that is not yet delivered, or 0.
     unsigned char pendingBreak = 0;
 };

@@ -1,18 +1,18 @@
-// The push protocol of text: pieces of lines, and the breaks between them.
+// The push protocol for lines: chunks of text, and the line breaks between them.
 //
-// All positions are offsets in the stream, so that a consumer can tell where each piece stands.
+// All positions are offsets in the stream.
 #pragma once
 
+#include "data/ArrayOf.h"
 #include "data/ConstData.h"
-#include "data/Range.h"
 
 // A sink of lines.
 //
 // Calling sequence: Start, any mix of Receive and ReceiveLineBreak, ReceiveEnd. A line can arrive
-// in several pieces. A break separates lines: the last line need not have one, and a stream that
-// ends in a break has a last line without text.
+// in several chunks. Line breaks separate lines: the last line has none, and a stream that ends in
+// a break has an empty last line.
 //
-// Error handling: as for DataReceiver.
+// Error handling: see DataReceiver.
 class LineReceiver {
 public:
     virtual ~LineReceiver() = default;
@@ -20,12 +20,12 @@ public:
     // `position` is the offset of the stream's first byte.
     virtual void Start(unsigned long long position) = 0;
 
-    // Text of the current line, without any part of a break; valid for the call only.
+    // `data` is text of the current line without line breaks, valid during the call only.
     virtual void Receive(ConstData data) = 0;
 
-    // `range` holds the offsets of the break's bytes.
+    // `range` is the position of the line break.
     virtual void ReceiveLineBreak(Range<unsigned long long> range) = 0;
 
-    // `position` is the offset behind the stream's last byte.
+    // `position` is the end of the stream.
     virtual void ReceiveEnd(unsigned long long position) = 0;
 };

@@ -7,7 +7,7 @@
 
 namespace {
 
-// A value with leading zeros up to 32 digits: enough for every padding that fits.
+// A value with leading zeros, 32 digits in all.
 struct PaddedDigits {
     explicit PaddedDigits(std::uint64_t value) {
         constexpr std::uint64_t tenTo16 = 10000000000000000;
@@ -15,7 +15,7 @@ struct PaddedDigits {
         Simd::StoreSixteenDigits(text + 16, value % tenTo16);
     }
 
-    // Zero has none.
+    // 0 for zero.
     unsigned CountWithoutLeadingZeros() const {
         return static_cast<unsigned>(
             std::end(text) - std::find_if(std::begin(text), std::end(text),

@@ -1,23 +1,21 @@
-// Decimal and hexadecimal text in small fixed holders.
+// Integers to decimal and hexadecimal text, without allocation.
 //
-// Each maker takes the least number of digits to produce, and fills up with zeros in front. A sign
-// is no digit: -5 with `padding` 3 is "-005".
+// `padding` is the minimum number of digits; missing digits are leading zeros. The sign does not
+// count: -5 with `padding` 3 is "-005".
 //
-// Deliberate: zero has no digits of its own. With `padding` 0 its text is empty; who wants "0" asks
-// for 1.
+// Deliberate: zero has no digits. With `padding` 0 its text is empty, with 1 it is "0".
 //
-// Each holder has just room for the longest value; a larger `padding` throws
-// ConstDataCapacityExceeded. Nothing here allocates.
+// Each result has room for the longest value. A larger `padding` throws ConstDataCapacityExceeded.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
 
-#include "data/ConstDataWithCapacity.h"
+#include "data/ConstData.h"
 #include "simd/FormatDigits.h"
 
-// What the decimal makers share. `Integer` is the type of the value, without "const".
+// Implementation of the decimal functions. `Integer` is the type of the value.
 namespace DecimalMaking {
 
 template <class Integer>
@@ -29,7 +27,7 @@ using Holder = ConstDataWithCapacity<maxDigits<Integer> + (std::is_signed_v<Inte
 template <class Integer>
 using Magnitude = std::conditional_t<sizeof(Integer) == 8, std::uint64_t, std::uint32_t>;
 
-// With at least one digit, and with any padding.
+// With `padding` 1, and with any padding.
 template <class Integer>
 Holder<Integer> MakeUnpadded(Magnitude<Integer> magnitude, bool negative);
 template <class Integer>
@@ -45,7 +43,7 @@ inline Holder<Integer> MakeShort(std::uint32_t magnitude, bool negative) {
     return result;
 }
 
-// Most numerals are short, and making one costs less than a call, so these are inline.
+// Inline, because most numerals are short and formatting one costs less than a call.
 template <class Integer>
 inline Holder<Integer> Make(Integer value, unsigned padding) {
     bool const negative = value < 0;
@@ -68,8 +66,8 @@ inline ConstDataWithCapacity<10> MakeAsciiDecimalNumeral(unsigned int value, uns
     return DecimalMaking::Make(value, padding);
 }
 
-// With '-' in front of a negative value. The 20 digits of the unsigned maker are the most that the
-// first takes, so `padding` 21 throws for values of either sign.
+// Negative values start with '-'. The first function accepts a `padding` of at most 20, although a
+// value that is not negative would have room for 21 digits.
 inline ConstDataWithCapacity<21> MakeAsciiSignedDecimalNumeral64(long long value,
                                                                  unsigned int padding) {
     return DecimalMaking::Make(value, padding);

@@ -1,18 +1,18 @@
-// Reads lines as a message: header fields, an empty line, and a body.
+// Parses lines into a message: header fields, an empty line, and a body.
 #pragma once
 
+#include "data/ArrayOf.h"
 #include "data/ConstData.h"
 #include "data/HeaderMaker.h"
 #include "data/LineReceiver.h"
-#include "data/Range.h"
 
 class MessageReceiver;
 
-// The first empty line ends the header and reaches nobody; all behind it is body, with positions in
-// the whole stream. A message whose first line is empty has no fields; one without an empty line
-// has an empty body at its end.
+// The first empty line ends the header and is not delivered. The rest is the body; its positions
+// are offsets in the whole stream. A message whose first line is empty has no fields. A message
+// without an empty line has an empty body.
 //
-// Deliberate: an empty piece of text counts as text, so that its line is not an empty line.
+// Deliberate: a line with an empty chunk of text is not an empty line.
 //
 // REQUIRES: bound to a receiver before Start.
 class MessageMaker : public LineReceiver {
@@ -20,7 +20,7 @@ public:
     MessageMaker() = default;
     explicit MessageMaker(MessageReceiver& messageReceiver) : receiver(&messageReceiver) {}
 
-    // Binds the stage, as the constructor does.
+    // Binds the stage, like the constructor. Returns its receiver.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;
@@ -31,9 +31,9 @@ public:
 private:
     MessageReceiver* receiver = nullptr;
     HeaderMaker headerMaker;
-    // No text has arrived since the last break.
+    // No Receive since the last line break.
     bool atLineStart = true;
     bool inHeader = true;
-    // Where the lines go: the header maker, then the receiver of the body.
+    // The receiver of the lines: the header maker, then the receiver of the body.
     LineReceiver* current = nullptr;
 };

@@ -1,7 +1,6 @@
-// The push protocol of a message: header fields, then a body of lines.
+// The push protocol for messages: header fields, then a body of lines.
 //
-// All positions are offsets in the stream. This library only calls the interface; whoever wants a
-// message read brings an implementation.
+// All positions are offsets in the stream. This library has no implementation of the interface.
 #pragma once
 
 #include "data/ConstData.h"
@@ -9,29 +8,33 @@
 class DataReceiver;
 class LineReceiver;
 
-// A sink of one message after another.
+// A sink of messages.
 //
-// Calling sequence: Start; for each field ReceiveHeaderField, a whole stream on the receiver that
-// it yields, ReceiveHeaderFieldEnd; then ReceiveBody, a whole stream on the receiver that it
-// yields; ReceiveEnd. Every message has a body, possibly without lines.
+// Calling sequence, for each message:
+// 1. Start
+// 2. for each field: ReceiveHeaderField, a whole stream on the receiver that it returned, then
+//    ReceiveHeaderFieldEnd
+// 3. ReceiveBody, then a whole stream on the receiver that it returned. Every message has a body,
+//    which may be empty.
+// 4. ReceiveEnd
 //
-// Error handling: as for DataReceiver.
+// Error handling: see DataReceiver.
 class MessageReceiver {
 public:
     virtual ~MessageReceiver() = default;
 
     virtual void Start(unsigned long long position) = 0;
 
-    // A field begins at `position`. `name` is in lower case and valid for the call only. Yields the
-    // receiver of the field's value, which stays the implementer's and must live until
-    // ReceiveHeaderFieldEnd.
+    // A field begins at `position`. `name` is in lower case and valid during the call only. Returns
+    // the receiver of the field's value, which must live until ReceiveHeaderFieldEnd. The caller
+    // does not own it.
     virtual DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) = 0;
 
-    // The field ended at `position`: behind its value and in front of the break that ended it.
+    // The field ended at `position`, before the line break that ended it.
     virtual void ReceiveHeaderFieldEnd(unsigned long long position) = 0;
 
-    // The body begins at `position`. Yields the receiver of its lines, which stays the
-    // implementer's and must live until ReceiveEnd.
+    // The body begins at `position`. Returns the receiver of its lines, which must live until
+    // ReceiveEnd. The caller does not own it.
     virtual LineReceiver& ReceiveBody(unsigned long long position) = 0;
 
     virtual void ReceiveEnd(unsigned long long position) = 0;

@@ -25,7 +25,7 @@ char* PutDecimalDigits(char* digits, U value) {
     return digits;
 }
 
-// For bases that are powers of two, where shifts do.
+// For bases that are powers of two.
 template <typename U>
 char* PutBinaryDigits(char* digits, U value, unsigned base) {
     int const bits = std::countr_zero(base);

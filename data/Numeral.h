@@ -1,4 +1,4 @@
-// An integer rendered in any base, inside the object.
+// Formats an integer in any base, without allocation.
 #pragma once
 
 #include <cstring>
@@ -8,16 +8,13 @@
 
 class USAsciiString;
 
-// Built, padded and converted within one expression or block. It points into itself, so it is used
-// in place and not copied; what a conversion yields lives as long as the object. Nothing here
-// allocates.
+// The text is inside the object: what a conversion returns is valid as long as the object. Not
+// copyable, because it points into itself.
 //
-// A negative value is rendered as '-' and the digits of its absolute value, so that no base has a
-// look of two's complement: Numeral(-1, 16) reads "-1". A positive value shows no sign.
+// Sign-magnitude in every base: Numeral(-1, 16) is "-1". Only negative values show a sign.
 class Numeral {
 public:
-    // REQUIRES: `base` is 2 to 36. It is not tested. (There is no form for `long`: a cast to
-    // `long long` tells what is meant.)
+    // REQUIRES: `base` is 2 to 36. (There is no overload for `long`; cast to `long long`.)
     Numeral(signed char value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
     Numeral(short value, unsigned int base) : Numeral(static_cast<int>(value), base) {}
     Numeral(int value, unsigned int base) : sign(Sign(value)), signWanted(value < 0) {
@@ -45,35 +42,35 @@ public:
     Numeral(Numeral const&) = delete;
     Numeral& operator=(Numeral const&) = delete;
 
-    // '-' for a negative value, '+' for a positive one, a space for zero.
+    // Returns '-' for a negative value, '+' for a positive one, a space for zero.
     static char Sign(int value) { return Sign(static_cast<long long>(value)); }
     static char Sign(unsigned int value) { return value == 0 ? ' ' : '+'; }
     static char Sign(unsigned long value) { return value == 0 ? ' ' : '+'; }
     static char Sign(long long value) { return value < 0 ? '-' : value == 0 ? ' ' : '+'; }
     static char Sign(unsigned long long value) { return value == 0 ? ' ' : '+'; }
 
-    // One digit, lower-case: 10 is 'a' and 35 is 'z'.
+    // Returns one digit in lower case: 'a' for 10, 'z' for 35.
     static char Digit(unsigned int value) {
         return static_cast<char>(value + (value < 10 ? 0x30 : 0x57));
     }
 
-    // Put the digits of the value in front of those that are there, at least one. The first works
-    // in 32 bits, the second in 64. REQUIRES: `buffer` has room for them.
+    // Insert the digits of `value`, at least one, in front of the existing digits. REQUIRES:
+    // `buffer` has room for them.
     void MakeDigits(unsigned int value, unsigned int base);
     void MakeDigits64(unsigned long long value, unsigned int base);
 
-    // Adds zeros in front of the digits until there are `count` of them. The sign does not count,
-    // and stays in front: -5 padded to 3 reads "-005". REQUIRES: `count` is at most 64.
+    // Inserts leading zeros until there are `count` digits. The sign does not count: -5 padded to 3
+    // is "-005". REQUIRES: `count` is at most 65, and at most 64 for a negative value.
     void PadTo(unsigned int count);
 
-    // The text, with the sign if it is wanted. Neither conversion moves `digits`, so they can be
-    // repeated, also on a constant object, and padding may follow.
+    // Return the text, with the sign of a negative value. Conversions can be repeated, also on a
+    // constant object, and padding may follow.
     operator ConstData() const { return ConstData(PutSign(), End()); }
 
-    // The same text behind a byte with its length, the sign included (a Pascal string).
+    // Returns a Pascal string: a byte with the length, then the text.
     operator unsigned char const*() const;
 
-    // The same text, marked as terminated by a NUL. Defined in unicode/USAsciiString.cpp.
+    // Returns the text, marked as NUL-terminated. Defined in unicode/EncodedNumerals.cpp.
     operator USAsciiString() const;
 
 private:
@@ -81,7 +78,7 @@ private:
 
     char* End() const { return buffer + bufferSize; }
 
-    // Yields the start of the text: the sign in front of the digits, if it is wanted.
+    // Writes the sign of a negative value in front of the digits. Returns the start of the text.
     char* PutSign() const {
         if (!signWanted)
             return digits;
@@ -89,7 +86,7 @@ private:
         return digits - 1;
     }
 
-    // The digits of a new object. The shortest of decimal numerals cost less than a call.
+    // Format the digits of a new object. Inline, because a short decimal costs less than a call.
     void Render(unsigned int value, unsigned int base) {
         if (base == 10)
             RenderDecimal(value);
@@ -115,7 +112,7 @@ private:
     char* digits = buffer + bufferSize; // The first digit; the last one ends the buffer.
     char sign;
     bool signWanted;
-    // Not cleared: only what stands behind `digits` is read. The last byte is for the NUL of a
+    // Not initialized: only the bytes from `digits` on are read. The last byte is for the NUL of a
     // USAsciiString.
     mutable char buffer[bufferSize + 1];
 };

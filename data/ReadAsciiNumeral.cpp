@@ -10,21 +10,21 @@ namespace {
 
 using Value = unsigned long long;
 
-constexpr Value maximum = std::numeric_limits<Value>::max();
+constexpr Value maxValue = std::numeric_limits<Value>::max();
 
-// The value of one digit; `base` for any other byte.
+// Returns the value of a digit, or `base` for any other byte.
 template <unsigned base>
 Value DigitValue(unsigned char byte) {
     AsciiSet const* const digits = base == 10 ? Ascii::Numeric() : Ascii::HexDigits();
     return digits->Contains(byte) ? Ascii::HexDigitValue(byte) : base;
 }
 
-// Finds the first error in reading order, and leaves the value that was reached.
+// Finds the first error from left to right; `value` is then as the header specifies.
 template <unsigned base>
 [[gnu::noinline]] NumeralReadResult ReadStepByStep(ConstData digits, Value& value) {
     value = 0;
     for (; !digits.IsEmpty(); ++digits.begin) {
-        // The constant goes first, so the compiler needs no division.
+        // The constant goes first; see CanMultiply.
         if (!CanMultiply(Value{base}, value))
             return NumeralReadTooLarge;
         value *= base;
@@ -38,7 +38,7 @@ template <unsigned base>
     return NumeralReadOK;
 }
 
-// A text that the kernel refuses is read again, to find out why.
+// A text that the kernel rejects is parsed again to find the error.
 template <unsigned base>
 inline NumeralReadResult ReadUnsigned(ConstData text, Value& value) {
     if (text.IsEmpty())
@@ -112,8 +112,8 @@ NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, long long& value) {
     NumeralReadResult const result = ReadUnsigned<10>(text, magnitude);
     if (result != NumeralReadOK)
         return result;
-    // Below zero there is room for one more.
-    if (magnitude > maximum / 2 + negative)
+    // The minimum has a magnitude greater by one than the maximum.
+    if (magnitude > maxValue / 2 + negative)
         return NumeralReadTooLarge;
     value = static_cast<long long>(negative ? 0 - magnitude : magnitude);
     return NumeralReadOK;
@@ -124,7 +124,7 @@ NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, int& value) {
     NumeralReadResult const result = TryReadAsciiDecimalNumeral(text, wide);
     if (result != NumeralReadOK)
         return result;
-    // Both ends in one comparison: what lies below wraps to the top.
+    // Both limits in one comparison: values below the range wrap around.
     if (static_cast<Value>(wide) + 0x80000000 > 0xFFFFFFFF)
         return NumeralReadTooLarge;
     value = static_cast<int>(wide);

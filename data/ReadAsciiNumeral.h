@@ -1,13 +1,12 @@
-// Integers from ASCII text: readers that return a code, a default, or throw.
+// Parses integers: functions that return a code, return a default, or throw.
 //
-// The whole text must be the numeral: no white space, no prefix, no separator. The unsigned readers
-// take digits only; the signed ones one '-' or '+' in front. Leading zeros are free, in any number.
-// No reader allocates, touches `errno` or knows a locale.
+// The whole text is the numeral: no whitespace, prefix or separator. Unsigned numerals are digits
+// only; signed ones may start with '-' or '+'. Any number of leading zeros is allowed. The
+// functions do not allocate, set `errno` or depend on the locale.
 //
-// The first error in reading order wins. Before each byte it is asked whether the value so far can
-// take one more digit: from above a tenth of the top of 64 bits on (a sixteenth in hexadecimal) it
-// cannot, and the text is too large even if the next byte is no digit. So "18446744073709551615x"
-// is too large, and "1844674407370955161x" is invalid.
+// The first error from left to right is reported. A text is too large at a byte, whatever that byte
+// is, if the value before it times the base does not fit 64 bits. So "18446744073709551615x" is too
+// large, but "1844674407370955161x" is invalid.
 #pragma once
 
 #include "data/ConstData.h"
@@ -18,32 +17,32 @@ class NumeralTooLarge : public DebuggableException {};
 
 enum NumeralReadResult {
     NumeralReadOK,
-    NumeralReadInvalid,  // An empty text, or a byte that may not stand there.
-    NumeralReadTooLarge, // The value does not fit the type of the result.
+    NumeralReadInvalid,  // The text is empty or has an invalid byte.
+    NumeralReadTooLarge, // The value does not fit the result type.
 };
 
-// On failure `value` stays as it was, but for the unsigned 64-bit readers.
+// On failure, `value` is unchanged, except by the unsigned 64-bit functions.
 //
-// Deliberate: those leave in it the value that they had reached (untouched by an empty text). A
-// byte that is no digit, and a last digit that does not fit, come to light when the value has been
-// multiplied already to make room: of "12x" the value left is 120.
+// Deliberate: those store the value of the digits before the error, unless the text is empty. If a
+// byte is not a digit, or the last digit does not fit, that value is already multiplied by the
+// base: "12x" stores 120.
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned int& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, long long& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, int& value);
 
-// Digits of either case.
+// Case-insensitive.
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned int& value);
 
-// A bad text and a value that is too large both give the default.
+// Return `defaultValue` for invalid text and for values that are too large.
 unsigned long long ReadAsciiDecimalNumeral64WithDefault(ConstData text,
                                                         unsigned long long defaultValue);
 unsigned int ReadAsciiDecimalNumeral32WithDefault(ConstData text, unsigned int defaultValue);
 long long ReadAsciiSignedDecimalNumeral64WithDefault(ConstData text, long long defaultValue);
 int ReadAsciiSignedDecimalNumeral32WithDefault(ConstData text, int defaultValue);
 
-// Throw NotANumeral for a bad text, NumeralTooLarge for a value that is too large.
+// Throw NotANumeral for invalid text, NumeralTooLarge for values that are too large.
 unsigned long long ReadAsciiDecimalNumeral64(ConstData text);
 unsigned int ReadAsciiDecimalNumeral(ConstData text);
 long long ReadAsciiSignedDecimalNumeral64(ConstData text);

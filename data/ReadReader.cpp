@@ -3,7 +3,6 @@
 #include <cstddef>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 #include "data/DataReader.h"
 #include "data/DataReceiver.h"
 #include "data/LineMaker.h"

@@ -1,4 +1,4 @@
-// Pumps a reader dry: the bridge from pulling to pushing.
+// Reads a DataReader to its end: as bytes, lines or a message, or as a string.
 #pragma once
 
 #include <string>
@@ -8,15 +8,15 @@ class DataReceiver;
 class LineReceiver;
 class MessageReceiver;
 
-// Start, Receive of chunks of at most 4096 bytes (empty ones too) until the reader is finished,
-// ReceiveEnd. A reader that is finished from the start gives no Receive.
+// Calls Start, then Receive with chunks of at most 4096 bytes, possibly empty, until the reader is
+// finished, then ReceiveEnd.
 void ReadReader(DataReader& reader, DataReceiver& receiver);
 
-// The same, through a LineMaker: all the reader's bytes as lines, from offset 0.
+// The same, through a LineMaker. Positions start at 0.
 void ReadReader(DataReader& reader, LineReceiver& receiver);
 
-// The same, through a MessageMaker: all the reader's lines as one message.
+// The same, through a LineMaker and a MessageMaker.
 void ReadReader(DataReader& reader, MessageReceiver& receiver);
 
-// All the reader's bytes.
+// Returns all bytes.
 std::string ReadReader(DataReader& reader);

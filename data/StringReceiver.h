@@ -1,4 +1,4 @@
-// Collects a stream in a std::string.
+// Collects a byte stream in a std::string.
 #pragma once
 
 #include <string>
@@ -6,12 +6,12 @@
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
-// Start empties the string, so that the object can be used for stream after stream.
+// Start clears the string.
 //
 // REQUIRES: bound to a string before Start.
 class StringReceiver : private DataReceiver {
 public:
-    // Binds the stage to the string that it is to fill.
+    // Binds the stage to the string to fill. Returns its receiver.
     DataReceiver& operator()(std::string& string);
 
 private:

@@ -5,10 +5,10 @@
 //         Consume(loop.Chunk());
 #pragma once
 
+#include "data/ArrayOf.h"
+#include "data/Buffer.h"
 #include "data/ConstData.h"
-#include "data/Data.h"
 #include "data/DebuggableException.h"
-#include "data/Range.h"
 #include "files/FileReader.h"
 
 class FileReadingPath;

@@ -1,7 +1,7 @@
 // A file as a sink of bytes.
 #pragma once
 
-#include "data/DataWriter.h"
+#include "data/DataReceiver.h"
 #include "files/unix/FileWriter.h"
 
 class FileWritingPath;

@@ -3,7 +3,6 @@
 #include <cstddef>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 #include "data/DataReceiver.h"
 #include "data/LineMaker.h"
 #include "data/MessageMaker.h"

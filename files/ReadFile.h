@@ -2,7 +2,7 @@
 // through 4,096 bytes of stack.
 #pragma once
 
-#include "data/Range.h"
+#include "data/ArrayOf.h"
 
 class DataReceiver;
 class FileLocation;

@@ -6,12 +6,12 @@
 #include <string_view>
 
 #include "data/Ascii.h"
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/PlainCase.h"
 #include "simd/AsciiCase.h"
 #include "simd/Cpu.h"
-#include "strings/CaseInsensitiveSearch.h"
+#include "strings/LocaleCase.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "data/Numeral.h"
 #include "data/ReadAsciiNumeral.h"
 #include "fuzz/Fuzz.h"
-#include "unicode/ReadUTF8Numeral.h"
+#include "unicode/EncodedNumerals.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "data/AsciiTrim.h"
+#include "data/Ascii.h"
 #include "data/ConstData.h"
 #include "fuzz/Fuzz.h"
 

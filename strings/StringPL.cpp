@@ -5,10 +5,9 @@
 #include <cstdio>
 
 #include "data/Ascii.h"
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "simd/CopyShort.h"
-#include "strings/CaseInsensitiveSearch.h"
-#include "strings/LocaleLetters.h"
+#include "strings/LocaleCase.h"
 
 static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide");
 

@@ -5,7 +5,7 @@
 // whatever is beyond ASCII is refused and never garbled.
 #pragma once
 
-#include "data/ConstDataWithCapacity.h"
+#include "data/ConstData.h"
 #include "data/DebuggableException.h"
 #include "unicode/AutoUString.h"
 #include "unicode/Encodings.h"

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "strings/DuplicatingPtr.h"
-#include "strings/NullOr.h"
+#include "strings/SmallContainers.h"
 #include "xml/XMLHandler.h"
 
 class XMLTreeParserPL;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 
 // A name and its value.
 using XMLAttribute = Pair<std::string, std::string>;

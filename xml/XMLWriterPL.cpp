@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "data/Ascii.h"
-#include "data/AsciiSet.h"
 #include "data/LineReceiver.h"
 #include "data/MakeAsciiNumeral.h"
 #include "simd/FindByte.h"

@@ -10,8 +10,7 @@
 #include "data/ConstData.h"
 #include "data/ExceptionPL.h"
 #include "strings/ListPL.h"
-#include "strings/NullOr.h"
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 #include "strings/StringPL.h"
 
 class LineReceiver;

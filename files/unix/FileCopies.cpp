@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "data/Data.h"
+#include "data/Buffer.h"
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileReadingLoop.h"

@@ -2,7 +2,7 @@
 // files/FileReader.h.
 #pragma once
 
-#include "data/Data.h"
+#include "data/Buffer.h"
 
 class Buffer;
 

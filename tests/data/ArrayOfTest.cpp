@@ -11,6 +11,8 @@ static_assert(sizeof(ArrayOf<int>) == 2 * sizeof(int*));
 static_assert(std::is_trivially_copyable_v<ArrayOf<int>>);
 static_assert(std::is_convertible_v<ArrayOf<int>, ConstArrayOf<int>>);
 static_assert(!std::is_convertible_v<ConstArrayOf<int>, ArrayOf<int>>);
+static_assert(sizeof(Range<unsigned long long>) == 16);
+static_assert(std::is_trivially_copyable_v<Range<unsigned long long>>);
 
 TEST(ArrayOfTest, DefaultRangeHasNullPointers) {
     EXPECT_EQ(nullptr, ArrayOf<int>().begin);
@@ -40,6 +42,20 @@ TEST(ArrayOfTest, BufferOfCountsFromNought) {
     EXPECT_EQ(units + 4, buffer.end);
     EXPECT_EQ(0u, buffer.count);
     static_assert(sizeof(buffer.count) == 4);
+}
+
+TEST(RangeTest, IsAPlainPairOfNumbers) {
+    Range<unsigned long long> const range{3, 5};
+    EXPECT_EQ(3u, range.begin);
+    EXPECT_EQ(5u, range.end);
+    EXPECT_EQ(0u, Range<unsigned long long>().begin);
+    EXPECT_EQ(0u, Range<unsigned long long>().end);
+}
+
+TEST(RangeTest, EqualityIsThatOfBothEnds) {
+    EXPECT_TRUE((Range<int>{1, 2} == Range<int>{1, 2}));
+    EXPECT_FALSE((Range<int>{1, 2} == Range<int>{1, 3}));
+    EXPECT_FALSE((Range<int>{0, 2} == Range<int>{1, 2}));
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include <type_traits>
 
-#include "data/ApplyFilter.h"
 #include "data/Ascii.h"
 #include "data/Buffer.h"
 #include "data/DataFilterer.h"

@@ -1,18 +1,11 @@
 #include "data/Ascii.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
-#include "data/Buffer.h"
-#include "data/Data.h"
-#include "data/DataOverflow.h"
+#include <gtest/gtest.h>
+
 #include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
 
 namespace {
 
@@ -95,32 +88,6 @@ TEST(AsciiTest, SetsAnswerAtCompileTime) {
     EXPECT_EQ(set, Ascii::HexDigits());
 }
 
-// The rule of the tables, written without them.
-unsigned char Raised(unsigned char byte) {
-    return byte >= 0x61 && byte <= 0x7A ? static_cast<unsigned char>(byte - 0x20) : byte;
-}
-
-unsigned char Lowered(unsigned char byte) {
-    return byte >= 0x41 && byte <= 0x5A ? static_cast<unsigned char>(byte + 0x20) : byte;
-}
-
-std::string MappedBy(unsigned char (*map)(unsigned char), std::string text) {
-    for (char& byte : text)
-        byte = static_cast<char>(map(static_cast<unsigned char>(byte)));
-    return text;
-}
-
-TEST(AsciiTest, CaseTablesMapLettersOnly) {
-    for (unsigned byte = 0; byte < 256; ++byte) {
-        EXPECT_EQ(Raised(static_cast<unsigned char>(byte)), Ascii::uppercaseTable[byte]) << byte;
-        EXPECT_EQ(Lowered(static_cast<unsigned char>(byte)), Ascii::lowercaseTable[byte]) << byte;
-    }
-    EXPECT_EQ(0xC9, Ascii::lowercaseTable[0xC9]);
-    EXPECT_EQ(256u, sizeof(Ascii::uppercaseTable));
-}
-
-TEST(AsciiTest, CaseTablesPassTheirOwnTest) { EXPECT_TRUE(Ascii::CaseTablesAreCorrect()); }
-
 TEST(AsciiTest, HexDigitIsLowercaseAndTakesAnyValue) {
     std::string digits;
     for (unsigned value = 0; value <= 16; ++value)
@@ -132,269 +99,92 @@ TEST(AsciiTest, HexDigitValueIsTheInverseForEitherCase) {
     for (unsigned value = 0; value < 16; ++value) {
         unsigned char const digit = Ascii::HexDigit(value);
         EXPECT_EQ(value, Ascii::HexDigitValue(digit));
-        EXPECT_EQ(value, Ascii::HexDigitValue(Raised(digit)));
+        EXPECT_EQ(value,
+                  Ascii::HexDigitValue(static_cast<unsigned char>("0123456789ABCDEF"[value])));
     }
     EXPECT_EQ(10u, Ascii::HexDigitValue('A'));
     EXPECT_EQ(16u, Ascii::HexDigitValue('g'));
 }
 
-// Texts of every length around the sizes in which runs are handled, of letters and their
-// neighbours.
-std::vector<std::string> TextsOfManyLengths(unsigned seed) {
-    std::mt19937 random(seed);
-    std::vector<std::string> texts;
-    for (std::size_t length = 0; length <= 140; ++length)
-        texts.push_back(RandomBytes(random, length, "@AMZ[`amz{\x80\xC1\xE1\xFF 09"));
-    texts.push_back(RandomBytes(random, 5000, EveryByte()));
-    return texts;
+unsigned CountMembers(AsciiSet const& set) {
+    unsigned count = 0;
+    for (unsigned byte = 0; byte < 256; ++byte)
+        count += set.Contains(static_cast<unsigned char>(byte));
+    return count;
 }
 
-TEST(AsciiTest, MappingToAStringMapsEachByte) {
-    for (std::string const& text : TextsOfManyLengths(1)) {
-        EXPECT_EQ(MappedBy(Raised, text), Ascii::RaiseCase(ConstData(text)));
-        EXPECT_EQ(MappedBy(Lowered, text), Ascii::LowerCase(ConstData(text)));
+TEST(AsciiSetTest, SpanHoldsBothOfItsEndsAndNothingElse) {
+    unsigned char const ends[] = {0, 1, 31, 32, 33, 127, 128, 223, 224, 254, 255};
+    for (unsigned char first : ends)
+        for (unsigned char last : ends)
+            for (unsigned byte = 0; byte < 256; ++byte)
+                ASSERT_EQ(first <= byte && byte <= last,
+                          AsciiSet::Span(first, last).Contains(static_cast<unsigned char>(byte)))
+                    << byte << " in " << int(first) << " to " << int(last);
+}
+
+TEST(AsciiSetTest, MemberIsABitOfItsWord) {
+    AsciiSet const set{{0x00000001, 0x80000000, 0, 0, 0, 0, 0, 0x00000004}};
+    EXPECT_TRUE(set.Contains(0));
+    EXPECT_TRUE(set.Contains(63));
+    EXPECT_TRUE(set.Contains(226));
+    EXPECT_EQ(3u, CountMembers(set));
+}
+
+TEST(AsciiSetTest, IndexAsksForAMember) {
+    AsciiSet const set = AsciiSet::Only('x');
+    EXPECT_TRUE(set['x']);
+    EXPECT_FALSE(set['y']);
+}
+
+TEST(AsciiSetTest, UnionAndComplement) {
+    AsciiSet const set = AsciiSet::Span('a', 'c') | AsciiSet::Only(0xFF);
+    EXPECT_EQ(4u, CountMembers(set));
+    EXPECT_TRUE(set['b'] && set[0xFF]);
+    EXPECT_EQ(252u, CountMembers(~set));
+    EXPECT_FALSE((~set)['b'] || (~set)[0xFF]);
+}
+
+std::string Trimmed(std::string const& text) { return MakeString(TrimAsciiWhitespace(text)); }
+
+std::string LeadingTrimmed(std::string const& text) {
+    return MakeString(TrimLeadingAsciiWhitespace(text));
+}
+
+TEST(AsciiTrimTest, WhiteSpaceIsTakenOffTheEndsOnly) {
+    EXPECT_EQ("a b\t c", Trimmed(" \t\r\na b\t c \n\r\t"));
+    EXPECT_EQ("a b\t c \n", LeadingTrimmed(" \t\r\na b\t c \n"));
+    EXPECT_EQ("x", Trimmed("x"));
+}
+
+TEST(AsciiTrimTest, OnlyFourBytesAreWhiteSpace) {
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        std::string const character(1, static_cast<char>(byte));
+        bool const isTrimmed = byte == 9 || byte == 10 || byte == 13 || byte == 32;
+        EXPECT_EQ(isTrimmed ? "x" : character + "x" + character,
+                  Trimmed(character + "x" + character))
+            << byte;
+        EXPECT_EQ(isTrimmed ? "x" + character : character + "x" + character,
+                  LeadingTrimmed(character + "x" + character))
+            << byte;
     }
-    EXPECT_EQ("", Ascii::RaiseCase(ConstData()));
-    EXPECT_EQ(MappedBy(Raised, EveryByte()), Ascii::RaiseCase(ConstData(EveryByte())));
-    EXPECT_EQ(MappedBy(Lowered, EveryByte()), Ascii::LowerCase(ConstData(EveryByte())));
 }
 
-TEST(AsciiTest, MappingToDataLeavesTheRestOfTheTarget) {
-    for (std::string const& text : TextsOfManyLengths(2)) {
-        std::string target(text.size() + 3, '#');
-        Ascii::RaiseCase(text, Data(target.data(), target.size()));
-        EXPECT_EQ(MappedBy(Raised, text) + "###", target);
-        Ascii::LowerCase(text, Data(target.data(), text.size()));
-        EXPECT_EQ(MappedBy(Lowered, text) + "###", target);
-    }
+TEST(AsciiTrimTest, HighByteEndsTheTrimming) {
+    EXPECT_EQ("a \xA0", Trimmed(" a \xA0"));
+    EXPECT_EQ("a \xA0", Trimmed("a \xA0 "));
+    EXPECT_EQ("\xA0 a", LeadingTrimmed(" \xA0 a"));
 }
 
-TEST(AsciiTest, TargetTooShortIsLeftFull) {
-    char target[] = "12345";
-    EXPECT_THROW(Ascii::RaiseCase("abcde", Data(target, 3)), DataOverflow);
-    EXPECT_STREQ("ABC45", target);
-    EXPECT_THROW(Ascii::LowerCase("VWXYZ", Data(target, 4)), DataOverflow);
-    EXPECT_STREQ("vwxy5", target);
-}
-
-TEST(AsciiTest, OnlyAnEmptySourceGoesIntoAnEmptyTarget) {
-    EXPECT_NO_THROW(Ascii::RaiseCase(ConstData(), Data()));
-    EXPECT_NO_THROW(Ascii::LowerCase(ConstData(), Data()));
-    EXPECT_THROW(Ascii::RaiseCase("a", Data()), DataOverflow);
-    EXPECT_THROW(Ascii::LowerCase("a", Data()), DataOverflow);
-}
-
-TEST(AsciiTest, MappingInPlace) {
-    for (std::string text : TextsOfManyLengths(3)) {
-        std::string const expected = MappedBy(Lowered, text);
-        Ascii::LowerCase(text, Data(text.data(), text.size()));
-        EXPECT_EQ(expected, text);
-    }
-}
-
-TEST(AsciiTest, OverlappingBytesAreMappedOneByOneFromTheStart) {
-    std::mt19937 random(6);
-    for (std::size_t length = 1; length <= 100; ++length)
-        for (std::size_t shift = 1; shift <= 40; shift += 3) {
-            std::string text = RandomBytes(random, length + shift, "aBcDeFgHiJkLmN");
-            std::string expected = text;
-            for (std::size_t i = 0; i < length; ++i)
-                expected[i + shift] =
-                    static_cast<char>(Raised(static_cast<unsigned char>(expected[i])));
-            Ascii::RaiseCase(ConstData(text.data(), length), Data(text.data() + shift, length));
-            ASSERT_EQ(expected, text) << length << " bytes, " << shift << " further, seed 6";
+TEST(AsciiTrimTest, NothingLeftStandsAtTheEndOfTheInput) {
+    for (ConstData const text : {ConstData(" \t \r\n"), ConstData(" "), ConstData("")}) {
+        for (ConstData const trimmed :
+             {TrimAsciiWhitespace(text), TrimLeadingAsciiWhitespace(text)}) {
+            EXPECT_EQ(text.end, trimmed.begin);
+            EXPECT_EQ(text.end, trimmed.end);
         }
-}
-
-TEST(AsciiTest, BuffersStopAtWhicheverSideEndsFirst) {
-    char room[3];
-    ConstBuffer source(ConstData("abcde"));
-    Buffer target{Data(room)};
-    Ascii::RaiseCase(source, target);
-    EXPECT_EQ("ABC", MakeString(target.Written()));
-    EXPECT_EQ("de", MakeString(source.Left()));
-    Ascii::RaiseCase(source, target); // A full target is a normal end.
-    EXPECT_EQ("de", MakeString(source.Left()));
-    target.Reset();
-    Ascii::LowerCase(source, target);
-    EXPECT_EQ("de", MakeString(target.Written()));
-    EXPECT_TRUE(source.IsEmpty());
-    EXPECT_EQ(1u, target.Room().Length());
-    EXPECT_EQ(room, reinterpret_cast<char*>(target.start));
-}
-
-TEST(AsciiTest, BufferFormsMapEachByte) {
-    for (std::string const& text : TextsOfManyLengths(4)) {
-        std::string room(text.size(), '#');
-        ConstBuffer source{ConstData(text)};
-        Buffer target(Data(room.data(), room.size()));
-        Ascii::LowerCase(source, target);
-        EXPECT_EQ(MappedBy(Lowered, text), room);
     }
-}
-
-TEST(AsciiTest, TextWithoutLettersHasBothCases) {
-    EXPECT_TRUE(Ascii::IsLowercase("abc1"));
-    EXPECT_FALSE(Ascii::IsLowercase("aBc"));
-    EXPECT_TRUE(Ascii::IsUppercase("ABC1"));
-    EXPECT_FALSE(Ascii::IsUppercase("AbC"));
-    EXPECT_TRUE(Ascii::IsLowercase("123") && Ascii::IsUppercase("123"));
-    EXPECT_TRUE(Ascii::IsLowercase(ConstData()) && Ascii::IsUppercase(ConstData()));
-}
-
-TEST(AsciiTest, OneLetterOfTheOtherCaseIsFoundWhereverItStands) {
-    for (std::size_t length = 1; length <= 100; ++length)
-        for (std::size_t i = 0; i < length; ++i) {
-            std::string text(length, '[');
-            ASSERT_TRUE(Ascii::IsLowercase(text) && Ascii::IsUppercase(text));
-            text[i] = i % 2 != 0 ? 'A' : 'Z';
-            ASSERT_FALSE(Ascii::IsLowercase(text)) << i << " of " << length;
-            ASSERT_TRUE(Ascii::IsUppercase(text)) << i << " of " << length;
-            text[i] = i % 2 != 0 ? 'a' : 'z';
-            ASSERT_TRUE(Ascii::IsLowercase(text)) << i << " of " << length;
-            ASSERT_FALSE(Ascii::IsUppercase(text)) << i << " of " << length;
-        }
-}
-
-std::string OneByte(unsigned byte) { return std::string(1, static_cast<char>(byte)); }
-
-TEST(AsciiTest, EveryPairOfBytesComparesAsTheTablesSay) {
-    unsigned mismatches = 0;
-    for (unsigned a = 0; a < 256; ++a)
-        for (unsigned b = 0; b < 256; ++b) {
-            std::string const left = OneByte(a);
-            std::string const right = OneByte(b);
-            int const lowered =
-                Lowered(static_cast<unsigned char>(a)) - Lowered(static_cast<unsigned char>(b));
-            int const raised =
-                Raised(static_cast<unsigned char>(a)) - Raised(static_cast<unsigned char>(b));
-            mismatches += Ascii::EqualIgnoringCase(left, right) != (lowered == 0);
-            mismatches += Ascii::CompareLowercase(ConstData(left), ConstData(right)) != lowered;
-            mismatches += Ascii::CompareUppercase(left, right) != raised;
-        }
-    EXPECT_EQ(0u, mismatches);
-}
-
-TEST(AsciiTest, EqualityAsksForTheLengthToo) {
-    EXPECT_TRUE(Ascii::EqualIgnoringCase("FOO", "foo"));
-    EXPECT_FALSE(Ascii::EqualIgnoringCase("FOO", "foo "));
-    EXPECT_FALSE(Ascii::EqualIgnoringCase("FOO ", "foo"));
-    EXPECT_TRUE(Ascii::EqualIgnoringCase(ConstData(), ""));
-}
-
-TEST(AsciiTest, FirstUnequalByteDecides) {
-    EXPECT_EQ(-1, Ascii::CompareLowercase(ConstData("abc"), ConstData("ABD")));
-    EXPECT_EQ(-1, Ascii::CompareUppercase("abc", "ABD"));
-    EXPECT_EQ('b' - 'y', Ascii::CompareLowercase(ConstData("aBz"), ConstData("AyA")));
-    EXPECT_EQ('B' - 'Y', Ascii::CompareUppercase("aBz", "AyA"));
-}
-
-TEST(AsciiTest, LengthDecidesOfRangesThatBeginAlike) {
-    EXPECT_EQ(-1, Ascii::CompareLowercase(ConstData("Ab"), ConstData("aBc")));
-    EXPECT_EQ(1, Ascii::CompareLowercase(ConstData("Abc"), ConstData("aB")));
-    EXPECT_EQ(0, Ascii::CompareLowercase(ConstData("Abc"), ConstData("aBC")));
-    EXPECT_EQ(-1, Ascii::CompareUppercase("Ab", "aBc"));
-    EXPECT_EQ(1, Ascii::CompareUppercase("Abc", "aB"));
-    EXPECT_EQ(0, Ascii::CompareUppercase(ConstData(), ConstData()));
-    EXPECT_EQ(-1, Ascii::CompareLowercase(ConstData(), ConstData("\xE9")));
-}
-
-TEST(AsciiTest, UnderscoreSortsOnEitherSideOfTheLetters) {
-    EXPECT_EQ('_' - 'a', Ascii::CompareLowercase(ConstData("_"), ConstData("A")));
-    EXPECT_EQ('_' - 'A', Ascii::CompareUppercase("_", "a"));
-}
-
-TEST(AsciiTest, OneDifferenceIsFoundWhereverItStands) {
-    for (std::size_t length = 1; length <= 100; ++length)
-        for (std::size_t i = 0; i < length; ++i) {
-            std::string const left(length, 'q');
-            std::string right(length, 'Q');
-            ASSERT_TRUE(Ascii::EqualIgnoringCase(left, right));
-            right[i] = 'R';
-            if (i + 1 < length)
-                right[i + 1] = 'A'; // It is the first difference that counts.
-            ASSERT_FALSE(Ascii::EqualIgnoringCase(left, right)) << i << " of " << length;
-            ASSERT_EQ(-1, Ascii::CompareLowercase(ConstData(left), ConstData(right)));
-            ASSERT_EQ(1, Ascii::CompareUppercase(right, left));
-            ASSERT_EQ(-1, Ascii::CompareLowercase(left.c_str(), right.c_str()));
-        }
-}
-
-// The rule for NUL-terminated texts, a step at a time.
-int ReferenceCompare(char const* left, char const* right) {
-    for (; *left != 0 && *right != 0; ++left, ++right) {
-        int const difference = Lowered(static_cast<unsigned char>(*left)) -
-                               Lowered(static_cast<unsigned char>(*right));
-        if (difference != 0)
-            return difference;
-    }
-    return static_cast<signed char>(*left) - static_cast<signed char>(*right);
-}
-
-// A text that ends where its memory ends, so that a look behind it is found out.
-std::unique_ptr<char[]> ExactCopy(std::string const& text) {
-    std::unique_ptr<char[]> copy(new char[text.size() + 1]);
-    std::memcpy(copy.get(), text.c_str(), text.size() + 1);
-    return copy;
-}
-
-TEST(AsciiTest, TerminatedTextsCompareAsTheRuleSays) {
-    unsigned const seed = 5;
-    std::mt19937 random(seed);
-    std::string mismatches;
-    for (int round = 0; round < 20000; ++round) {
-        std::size_t const common = random() % 300;
-        std::string const start = RandomBytes(random, common, "aAbB");
-        std::string const left = MappedBy(random() % 2 != 0 ? Raised : Lowered, start) +
-                                 RandomBytes(random, random() % 3, "aAzZ_\x7F\x80\xE9\xFF");
-        std::string const right =
-            start + RandomBytes(random, random() % 3, "aAzZ_\x7F\x80\xE9\xFF");
-        std::unique_ptr<char[]> const a = ExactCopy(left);
-        std::unique_ptr<char[]> const b = ExactCopy(right);
-        if (Ascii::CompareLowercase(a.get(), b.get()) != ReferenceCompare(a.get(), b.get()))
-            mismatches += Shown(left) + " and " + Shown(right) + "; ";
-    }
-    EXPECT_EQ("", mismatches) << "seed " << seed;
-}
-
-// Deliberate: where a text ends, the rest of the other is compared raw and signed.
-// Ends and differences on both sides of where one stretch that is compared ends and the next
-// begins.
-TEST(AsciiTest, LongTerminatedTextsCompareAsTheRuleSays) {
-    for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,
-                              16257u, 24448u, 30000u}) {
-        std::string const left = std::string(place, 'x') + "b" + std::string(200, 'y');
-        std::string right = std::string(place, 'X') + "B" + std::string(200, 'Y');
-        EXPECT_EQ(0, Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
-        right[place] = 'C';
-        EXPECT_EQ(-1, Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
-        right.resize(place);
-        EXPECT_EQ('b', Ascii::CompareLowercase(left.c_str(), right.c_str())) << place;
-        EXPECT_EQ(-'b', Ascii::CompareLowercase(right.c_str(), left.c_str())) << place;
-        EXPECT_EQ(0, Ascii::CompareLowercase(left.substr(0, place).c_str(), right.c_str()))
-            << place;
-    }
-}
-
-TEST(AsciiTest, TerminatedTextThatEndsSortsBehindAHighByte) {
-    EXPECT_EQ(23, Ascii::CompareLowercase("", "\xE9"));
-    EXPECT_EQ(-23, Ascii::CompareLowercase("\xE9", ""));
-    EXPECT_EQ(-'A', Ascii::CompareLowercase("x", "XA"));
-    EXPECT_EQ('A', Ascii::CompareLowercase("xA", "X"));
-    EXPECT_EQ(0, Ascii::CompareLowercase("", ""));
-    EXPECT_EQ(0xE9 - 'a', Ascii::CompareLowercase("\xE9", "A"));
-}
-
-TEST(AsciiTest, NothingButAStringAllocates) {
-    std::string const text(200, 'q');
-    std::string target(200, '#');
-    EXPECT_EQ(0u, AllocationsOf([&] {
-                  Ascii::RaiseCase(text, Data(target.data(), target.size()));
-                  EXPECT_TRUE(Ascii::EqualIgnoringCase(text, target));
-                  EXPECT_EQ(0, Ascii::CompareLowercase(text.c_str(), target.c_str()));
-                  EXPECT_TRUE(Ascii::IsLowercase(text));
-              }));
-    EXPECT_EQ(1u, AllocationsOf([&] { Ascii::RaiseCase(ConstData(text)); }));
+    EXPECT_EQ(nullptr, TrimAsciiWhitespace(ConstData()).begin);
 }
 
 } // namespace

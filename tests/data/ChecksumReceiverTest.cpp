@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "data/ConstDataRopeReference.h"
-#include "data/StartReceiveAndEnd.h"
+#include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/VirtualSlot.h"
 

@@ -7,9 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "data/AsciiFilters.h"
 #include "data/Buffer.h"
+#include "data/ConstDataRopeReference.h"
 #include "data/DataFilter.h"
-#include "data/IgnoreDataReceiver.h"
+#include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
@@ -214,6 +216,36 @@ TEST(DataFiltererTest, AllocatesNothing) {
                   DataFilterer filterer;
                   filterer(ignore, DataFilter::copy).Receive(text);
               }));
+}
+
+class NeverCalledFilter : public DataFilter {
+public:
+    using DataFilter::operator();
+    void operator()(ConstBuffer&, Buffer&) override { ADD_FAILURE() << "a filter call"; }
+};
+
+TEST(ApplyFilterTest, IdentityYieldsTheInput) {
+    EXPECT_EQ(EveryByte(), ApplyFilter(EveryByte(), DataFilter::copy));
+    std::string const text(5000, 'x');
+    EXPECT_EQ(text, ApplyFilter(text, DataFilter::copy));
+}
+
+TEST(ApplyFilterTest, RaisesCase) { EXPECT_EQ("ABC", ApplyFilter("abc", Ascii::RaiseCase())); }
+
+TEST(ApplyFilterTest, EmptyRangeMakesNoFilterCall) {
+    NeverCalledFilter filter;
+    EXPECT_EQ("", ApplyFilter(ConstData(), filter));
+    EXPECT_EQ("", ApplyFilter("", filter));
+}
+
+TEST(StartReceiveAndEndTest, FilterStandsBetween) {
+    RecordingDataReceiver receiver;
+    StartReceiveAndEnd(receiver, "abc", DataFilter::copy);
+    EXPECT_EQ(Calls({"Start", "Receive abc", "ReceiveEnd"}), receiver.Calls());
+    RecordingDataReceiver raised;
+    StartReceiveAndEnd(raised, ConstDataRope{"ab", "", "c"}, Ascii::RaiseCase());
+    EXPECT_EQ(Calls({"Start", "Receive AB", "Receive C", "ReceiveEnd"}), raised.Calls())
+        << "the filter stage drops empty chunks";
 }
 
 } // namespace

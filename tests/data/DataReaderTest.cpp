@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
-#include "data/EmptyDataReader.h"
 #include "data/ReadReader.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/ChunkReader.h"
@@ -115,6 +113,28 @@ TEST(DataReaderTest, OperationsStandInTheirOrder) {
     EXPECT_EQ(3u, SlotOf(&DataReader::Unfinished));
     EXPECT_EQ(4u, SlotOf<DataReader& (DataReader::*)(Buffer&)>(&DataReader::operator>>));
     EXPECT_EQ(5u, SlotOf<DataReader& (DataReader::*)(Data)>(&DataReader::operator>>));
+}
+
+TEST(EmptyDataReaderTest, IsAlwaysFinished) {
+    EmptyDataReader const reader;
+    EXPECT_TRUE(reader.Finished());
+    EXPECT_FALSE(reader.Unfinished());
+}
+
+TEST(EmptyDataReaderTest, LeavesABufferUntouched) {
+    EmptyDataReader reader;
+    unsigned char bytes[] = {'a'};
+    Buffer buffer{Data(bytes)};
+    EXPECT_EQ(&reader, &(reader >> buffer));
+    EXPECT_EQ(bytes, buffer.position);
+    EXPECT_EQ('a', bytes[0]);
+}
+
+TEST(EmptyDataReaderTest, FillsOnlyAnEmptyRange) {
+    unsigned char byte[1];
+    EXPECT_EQ(&DataReader::Empty(), &(DataReader::Empty() >> Data()));
+    EXPECT_EQ(&DataReader::Empty(), &(DataReader::Empty() >> Data(byte, 0)));
+    EXPECT_THROW(DataReader::Empty() >> Data(byte), NoMoreData);
 }
 
 } // namespace

@@ -6,9 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include "data/AsciiFilters.h"
 #include "data/ConstDataRopeReference.h"
-#include "data/DataWriter.h"
-#include "data/IgnoreDataReceiver.h"
+#include "data/DataFilter.h"
+#include "tests/support/FailingAllocation.h"
 #include "tests/support/RecordingReceivers.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -18,6 +19,8 @@ static_assert(std::is_abstract_v<DataWriter> && !std::has_virtual_destructor_v<D
 static_assert(sizeof(DataWriter) == sizeof(void*) && sizeof(DataReceiver) == sizeof(void*));
 static_assert(std::is_abstract_v<DataReceiver> && std::has_virtual_destructor_v<DataReceiver>);
 static_assert(std::is_base_of_v<DataWriter, DataReceiver>);
+static_assert(std::is_convertible_v<IgnoreDataReceiver*, DataReceiver*>);
+static_assert(sizeof(IgnoreDataReceiver) == sizeof(DataReceiver));
 
 using Calls = std::vector<std::string>;
 
@@ -62,6 +65,37 @@ TEST(DataReceiverTest, OperationsStandInTheirOrder) {
     EXPECT_EQ(5u, SlotOf(&DataReceiver::ReceiveEnd));
     EXPECT_EQ(notVirtual,
               SlotOf<void (DataReceiver::*)(ConstDataRopeReference)>(&DataReceiver::Receive));
+}
+
+TEST(IgnoreDataReceiverTest, TakesAnyStreamAndDoesNothing) {
+    std::string const text(100000, 'x');
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  IgnoreDataReceiver receiver;
+                  StartReceiveAndEnd(receiver, text);
+                  receiver.Receive(text);
+              }));
+}
+
+TEST(StartReceiveAndEndTest, MakesTheThreeCallsForARange) {
+    RecordingDataReceiver receiver;
+    StartReceiveAndEnd(receiver, "abc");
+    EXPECT_EQ(Calls({"Start", "Receive abc", "ReceiveEnd"}), receiver.Calls());
+}
+
+TEST(StartReceiveAndEndTest, EmptyRangeIsStillReceived) {
+    RecordingDataReceiver receiver;
+    StartReceiveAndEnd(receiver, ConstData());
+    EXPECT_EQ(Calls({"Start", "Receive ", "ReceiveEnd"}), receiver.Calls());
+}
+
+TEST(StartReceiveAndEndTest, RopeIsReceivedPieceByPiece) {
+    RecordingDataReceiver receiver;
+    StartReceiveAndEnd(receiver, ConstDataRope{"a", "", "b"});
+    EXPECT_EQ(Calls({"Start", "Receive a", "Receive ", "Receive b", "ReceiveEnd"}),
+              receiver.Calls());
+    RecordingDataReceiver other;
+    StartReceiveAndEnd(other, ConstDataRopeReference());
+    EXPECT_EQ(Calls({"Start", "ReceiveEnd"}), other.Calls());
 }
 
 } // namespace

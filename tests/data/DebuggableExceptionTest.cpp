@@ -5,8 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "data/ConstDataWithCapacity.h"
-#include "data/DataOverflow.h"
+#include "data/ConstData.h"
 #include "data/DataReader.h"
 #include "data/ReadAsciiNumeral.h"
 

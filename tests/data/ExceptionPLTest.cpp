@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "data/ConstData.h"
-#include "data/DataOverflow.h"
+#include "data/DebuggableException.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 

@@ -8,7 +8,6 @@
 #include "data/DataReceiver.h"
 #include "data/LineMaker.h"
 #include "data/MessageReceiver.h"
-#include "data/StartReceiveAndEnd.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"

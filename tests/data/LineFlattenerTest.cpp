@@ -6,9 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "data/IgnoreDataReceiver.h"
+#include "data/DataReceiver.h"
 #include "data/LineMaker.h"
-#include "data/StartReceiveAndEnd.h"
 #include "data/StringReceiver.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "data/DataReceiver.h"
 #include "data/LineReceiver.h"
-#include "data/StartReceiveAndEnd.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"

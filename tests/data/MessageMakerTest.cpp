@@ -11,7 +11,6 @@
 #include "data/LineFlattener.h"
 #include "data/LineMaker.h"
 #include "data/MessageReceiver.h"
-#include "data/StartReceiveAndEnd.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"

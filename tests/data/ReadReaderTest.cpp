@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "data/DataReader.h"
-#include "data/IgnoreDataReceiver.h"
+#include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/ChunkReader.h"
 #include "tests/support/FailingAllocation.h"

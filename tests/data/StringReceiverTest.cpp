@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "data/StartReceiveAndEnd.h"
+#include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/Cuttings.h"
 

@@ -7,9 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "data/DataReceiver.h"
 #include "data/LineFlattener.h"
 #include "data/LineMaker.h"
-#include "data/StartReceiveAndEnd.h"
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileReadingPath.h"

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 #include "tests/strings/Counted.h"
 #include "tests/support/VirtualSlot.h"
 

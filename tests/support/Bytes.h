@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "data/Buffer.h"
 #include "data/ConstData.h"
-#include "data/Data.h"
 
 // All characters of a literal but the NUL behind it.
 template <std::size_t size>

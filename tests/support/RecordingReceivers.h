@@ -13,11 +13,11 @@
 
 #include <gtest/gtest.h>
 
+#include "data/ArrayOf.h"
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 #include "data/LineReceiver.h"
 #include "data/MessageReceiver.h"
-#include "data/Range.h"
 #include "tests/support/Bytes.h"
 
 // The two logs. Doubles that belong to one stream share one.

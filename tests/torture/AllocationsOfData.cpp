@@ -5,11 +5,11 @@
 #include <utility>
 #include <vector>
 
-#include "data/ApplyFilter.h"
 #include "data/Ascii.h"
 #include "data/AsciiFilters.h"
 #include "data/ConstData.h"
 #include "data/ConstDataRopeReference.h"
+#include "data/DataFilterer.h"
 #include "data/DataReceiver.h"
 #include "data/ExceptionPL.h"
 #include "data/ReadReader.h"

@@ -5,10 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "strings/DuplicatingPtr.h"
 #include "strings/ListPL.h"
-#include "strings/NullOr.h"
-#include "strings/Pair.h"
+#include "strings/SmallContainers.h"
 #include "strings/StringPL.h"
 #include "strings/Stringy.h"
 #include "tests/torture/Operations.h"

@@ -5,7 +5,6 @@
 
 #include "data/Buffer.h"
 #include "data/ConstData.h"
-#include "data/Data.h"
 #include "data/StringReceiver.h"
 #include "files/FileDataSink.h"
 #include "files/FileLocation.h"

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include "data/Buffer.h"
-#include "data/Data.h"
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/unix/FileReadingPath.h"
