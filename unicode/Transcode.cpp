@@ -19,8 +19,8 @@ void Push(UTextReceiver<E>& receiver, UStringRef<E> text) {
 } // namespace
 
 template <TextEncoding Target, TextEncoding Source>
-AutoUString<Target> Transcode(UStringRef<Source> text) {
-    // One unit of any source becomes no more units than this, so the builder never grows.
+requires TranscodablePair<Target, Source> AutoUString<Target> Transcode(UStringRef<Source> text) {
+    // The maximum for one code unit of any source, so the builder never grows.
     constexpr std::uint64_t maxUnits = Simd::maxUtfUnits<typename Target::Unit>;
     UStringBuilder<Target> builder(maxUnits * text.Length());
     if constexpr (std::same_as<Target, Source>) {

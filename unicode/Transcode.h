@@ -1,24 +1,31 @@
-// Whole texts from one encoding to another.
+// Transcodes whole texts.
 #pragma once
+
+#include <concepts>
 
 #include "unicode/AutoUString.h"
 #include "unicode/Encodings.h"
 #include "unicode/UStringRef.h"
 
-// The text in the encoding `Target`: Transcode<UTF16>(text). Of an empty text, the empty string of
-// null pointers; otherwise an exact allocation with its NUL. What passes and what does not is told
-// with GenericTranscoder, which does the work. Throws InvalidTextEncoding, and std::bad_alloc; no
-// part of the result is left behind.
-//
-// The pairs are the six of different Unicode encodings, Transcode<UTF32, UTF32>, and those of UTF8
-// and Local8Bit, which are declared in LocalEncoding.h.
-//
-// Deliberate: Transcode<UTF32, UTF32> is a plain copy, which tests nothing.
-template <TextEncoding Target, TextEncoding Source>
-AutoUString<Target> Transcode(UStringRef<Source> text);
+// The supported pairs: different Unicode encodings, UTF32 to itself, and UTF8 and Local8Bit in
+// either direction. LocalEncoding.h declares the specializations for Local8Bit.
+template <class Target, class Source>
+concept TranscodablePair = (UnicodeEncoding<Target> && UnicodeEncoding<Source> &&
+                            !std::same_as<Target, Source>) ||
+                           (std::same_as<Target, UTF32> && std::same_as<Source, UTF32>) ||
+                           (std::same_as<Target, UTF8> && std::same_as<Source, Local8Bit>) ||
+                           (std::same_as<Target, Local8Bit> && std::same_as<Source, UTF8>);
 
-// The same of a string's view.
+// Returns the text in the encoding `Target`: Transcode<UTF16>(text). The result of a Unicode
+// encoding is the null string if `text` is empty. GenericTranscoder specifies which ill-formed
+// sequences are accepted. Throws InvalidTextEncoding and std::bad_alloc.
+//
+// Deliberate: Transcode<UTF32, UTF32> copies without validating.
 template <TextEncoding Target, TextEncoding Source>
-AutoUString<Target> Transcode(AutoUString<Source> const& text) {
+requires TranscodablePair<Target, Source> AutoUString<Target> Transcode(UStringRef<Source> text);
+
+template <TextEncoding Target, TextEncoding Source>
+requires TranscodablePair<Target, Source> AutoUString<Target>
+Transcode(AutoUString<Source> const& text) {
     return Transcode<Target, Source>(static_cast<UStringRef<Source>>(text));
 }

@@ -16,6 +16,20 @@
 namespace {
 
 template <class Target, class Source>
+concept CanTranscode = requires(UStringRef<Source> view, AutoUString<Source> const& text) {
+    Transcode<Target>(view);
+    Transcode<Target>(text);
+};
+
+static_assert(CanTranscode<UTF8, UTF16> && CanTranscode<UTF16, UTF32> && CanTranscode<UTF32, UTF8>);
+static_assert(CanTranscode<UTF32, UTF32>);
+static_assert(!CanTranscode<UTF8, UTF8> && !CanTranscode<UTF16, UTF16>);
+static_assert(CanTranscode<UTF8, Local8Bit> && CanTranscode<Local8Bit, UTF8>);
+static_assert(!CanTranscode<UTF16, Local8Bit> && !CanTranscode<Local8Bit, UTF16>);
+static_assert(!CanTranscode<UTF32, Local8Bit> && !CanTranscode<Local8Bit, UTF32>);
+static_assert(!CanTranscode<Local8Bit, Local8Bit>);
+
+template <class Target, class Source>
 std::string Shown(Units<Source> const& source) {
     AutoUString<Target> const result = Transcode<Target, Source>(RefOf<Source>(source));
     EXPECT_EQ(result.IsEmpty(), result.Begin() == nullptr);
