@@ -80,3 +80,9 @@ public:
 private:
     T* object;
 };
+
+// Returns the owner of a new value-initialized object.
+template <class T>
+DuplicatingPtr<T> MakeDuplicatingPtr() {
+    return DuplicatingPtr<T>(new T());
+}

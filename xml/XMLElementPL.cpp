@@ -1,15 +1,10 @@
 #include "xml/XMLElementPL.h"
 
 #include <iterator>
-#include <memory>
 
 #include "data/Ascii.h"
 
 namespace {
-
-std::list<XMLElementPL>* NewElementList() {
-    return std::make_unique<std::list<XMLElementPL>>().release();
-}
 
 XMLAttribute const* FindAttribute(std::vector<XMLAttribute> const& attributes,
                                   std::string const& name) {
@@ -22,7 +17,7 @@ XMLAttribute const* FindAttribute(std::vector<XMLAttribute> const& attributes,
 
 } // namespace
 
-// Apart, since most elements have none.
+// Not inlined, because most elements have no attributes.
 [[gnu::noinline]] void
 XMLElementPL::TakeAttributes(std::vector<XMLAttribute const*> const& elementAttributes) {
     attributes.reserve(elementAttributes.size());
@@ -37,24 +32,26 @@ struct XMLElementPL::CopyStep {
 
 XMLElementPL::XMLElementPL(std::string const& elementName,
                            std::vector<XMLAttribute> const& elementAttributes)
-    : name(elementName), attributes(elementAttributes), children(NewElementList()) {}
+    : name(elementName),
+      attributes(elementAttributes),
+      children(MakeDuplicatingPtr<ElementList>()) {}
 
 XMLElementPL::XMLElementPL(std::string const& elementName,
                            std::vector<XMLAttribute const*> const& elementAttributes)
-    : name(elementName), children(NewElementList()) {
+    : name(elementName), children(MakeDuplicatingPtr<ElementList>()) {
     if (!elementAttributes.empty())
         TakeAttributes(elementAttributes);
 }
 
-XMLElementPL::XMLElementPL(WithoutChildren copied)
-    : name(copied.source.name),
-      attributes(copied.source.attributes),
-      text(copied.source.text),
-      children(NewElementList()) {}
+XMLElementPL::XMLElementPL(XMLElementPL const& source, CopyKey)
+    : name(source.name),
+      attributes(source.attributes),
+      text(source.text),
+      children(MakeDuplicatingPtr<ElementList>()) {}
 
-// The copies still to be filled wait in a list of their own and not on the stack, which a deep tree
-// would exhaust.
-XMLElementPL::XMLElementPL(XMLElementPL const& source) : XMLElementPL(WithoutChildren{source}) {
+// Iterative, with a list of the copies that still lack their children: recursion on a deep tree
+// would exhaust the stack.
+XMLElementPL::XMLElementPL(XMLElementPL const& source) : XMLElementPL(source, CopyKey()) {
     std::vector<CopyStep> pending;
     CopyChildren(source, pending);
     while (!pending.empty()) {
@@ -64,11 +61,11 @@ XMLElementPL::XMLElementPL(XMLElementPL const& source) : XMLElementPL(WithoutChi
     }
 }
 
-// Copies one level, and a cursor as the same place in the copied list.
+// Copies one level, and the cursor as the corresponding position.
 void XMLElementPL::CopyChildren(XMLElementPL const& source, std::vector<CopyStep>& pending) {
     ElementList::iterator cursor = children->end();
     for (auto old = source.children->begin(); old != source.children->end(); ++old) {
-        children->emplace_back(WithoutChildren{*old});
+        children->emplace_back(*old, CopyKey());
         pending.push_back({&*old, &children->back()});
         if (!source.recycleCursor.IsNull() && old == *source.recycleCursor)
             cursor = std::prev(children->end());
@@ -77,13 +74,13 @@ void XMLElementPL::CopyChildren(XMLElementPL const& source, std::vector<CopyStep
         recycleCursor = cursor;
 }
 
-// The descendants are moved into one list before they go, so that no destructor of theirs finds
-// anything below it: nested destructors would exhaust the stack.
+// Moves the descendants into one list before they are destroyed: nested destructors of a deep tree
+// would exhaust the stack.
 XMLElementPL::~XMLElementPL() {
-    ElementList& doomed = *children;
-    while (!doomed.empty()) {
-        doomed.splice(std::next(doomed.begin()), *doomed.front().children);
-        doomed.pop_front();
+    ElementList& pending = *children;
+    while (!pending.empty()) {
+        pending.splice(std::next(pending.begin()), *pending.front().children);
+        pending.pop_front();
     }
 }
 
@@ -120,7 +117,7 @@ XMLElementPL::AddChildElement(std::string const& childName,
     return &old;
 }
 
-// The strings of the old attributes are assigned to, so that they keep their room.
+// Assigns to the old attributes, so that their strings keep their capacity.
 void XMLElementPL::Reset(std::string const& newName,
                          std::vector<XMLAttribute const*> const& newAttributes) {
     name = newName;

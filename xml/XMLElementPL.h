@@ -1,6 +1,6 @@
-// One element of a document: its name, its attributes, the text directly inside it, its children.
+// An element of a document: its name, attributes, text and child elements.
 //
-// It keeps no comments and no instructions, and not where its text stood among its children.
+// Comments, processing instructions and the position of text among the children are not stored.
 #pragma once
 
 #include <list>
@@ -12,13 +12,12 @@
 
 class XMLTreeParserPL;
 
-// A node that owns all nodes below it.
+// A node that owns its subtree.
 //
-// Reset makes an element new without giving memory back: its old children stay, are used again one
-// after the other by AddChildElement, and what is left of them goes when the children are asked
-// for. They are never seen.
+// Reset makes an element empty without freeing its children. AddChildElement reuses these old
+// children in order; GetElementList frees the rest. Old children are never visible.
 //
-// No operation goes down a tree by recursion, so a tree may be as deep as memory allows.
+// No operation is recursive, so only memory limits the depth of a tree.
 class XMLElementPL {
 public:
     XMLElementPL(std::string const& elementName,
@@ -26,48 +25,53 @@ public:
     XMLElementPL(std::string const& elementName,
                  std::vector<XMLAttribute const*> const& elementAttributes);
 
-    // A deep copy. A recycling that is under way goes on in the copy with the copied old children.
+    // A deep copy, with copies of the old children.
     XMLElementPL(XMLElementPL const& source);
     XMLElementPL& operator=(XMLElementPL const&) = delete;
 
     ~XMLElementPL();
 
-    // Names are compared ignoring ASCII case. The value is that of the first such attribute; for
-    // none it is an empty string that is there to the end, so asking never fails.
+    // Attribute names are case-insensitive (ASCII letters). GetAttribute returns the value of the
+    // first match, or an empty string in static storage.
     bool HasAttribute(std::string const& attributeName) const;
     std::string const& GetAttribute(std::string const& attributeName) const;
 
-    // The children in document order. Deliberate: this read-only operation frees what a recycling
-    // has left over.
+    // Returns the children in document order.
+    //
+    // Deliberate: although const, it frees the old children that were not reused.
     std::list<XMLElementPL> const& GetElementList() const;
 
-    // As the document has them. The text is everything directly inside the element, joined, with
-    // the white space between its children.
+    // As in the document. The text is all text directly inside the element, including the
+    // whitespace between its children.
     std::string const& GetName() const { return name; }
     std::string const& GetText() const { return text; }
 
-    // Add a child at the end and yield it; it stays in its place. The second form recycles an old
-    // child, if there is one left.
+    // Append a child and return it; its address does not change. The second overload reuses an old
+    // child, if there is one.
+    //
+    // Deliberate: the first overload appends behind the old children, and while there are any, the
+    // new child counts as one of them: it is reused, or freed by GetElementList.
     XMLElementPL* AddChildElement(XMLElementPL const& child);
     XMLElementPL* AddChildElement(std::string const& childName,
                                   std::vector<XMLAttribute const*> const& childAttributes);
 
-    // Gives the element a new name and new attributes, no text, and no children to be seen.
+    // Sets the name and the attributes, clears the text, and makes all children old ones.
     void Reset(std::string const& newName, std::vector<XMLAttribute const*> const& newAttributes);
 
-private:
-    friend class XMLTreeParserPL; // which adds to `text`
-
-    using ElementList = std::list<XMLElementPL>;
-    struct WithoutChildren {
-        XMLElementPL const& source;
+    // A passkey: only XMLElementPL can make one.
+    class CopyKey {
+        friend class XMLElementPL;
+        explicit CopyKey() = default;
     };
 
-public:
-    // Only for the copying of trees: nobody else can name the argument.
-    explicit XMLElementPL(WithoutChildren copied);
+    // Copies everything except the children. Public for std::list::emplace_back.
+    XMLElementPL(XMLElementPL const& source, CopyKey);
 
 private:
+    friend class XMLTreeParserPL; // which appends to `text`
+
+    using ElementList = std::list<XMLElementPL>;
+
     void TakeAttributes(std::vector<XMLAttribute const*> const& elementAttributes);
 
     struct CopyStep;
@@ -77,6 +81,6 @@ private:
     std::vector<XMLAttribute> attributes;
     std::string text;
     DuplicatingPtr<ElementList> children;
-    // Null, or the next old child to use again.
+    // The next old child to reuse, or null. At the end if all old children are reused.
     mutable NullOr<ElementList::iterator> recycleCursor;
 };

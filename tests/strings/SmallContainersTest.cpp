@@ -206,6 +206,13 @@ TEST_F(DuplicatingPtrTest, CopyingANodeCopiesAllThatHangsBelowIt) {
     EXPECT_EQ(3, copy.children->back().children->back().value);
 }
 
+TEST_F(DuplicatingPtrTest, MakingOneInitializesItsObject) {
+    EXPECT_EQ(0, *MakeDuplicatingPtr<int>());
+    DuplicatingPtr<Counted> const pointer = MakeDuplicatingPtr<Counted>();
+    EXPECT_FALSE(pointer.IsNull());
+    EXPECT_EQ(1, Counted::alive);
+}
+
 TEST_F(DuplicatingPtrTest, ACopyThatThrowsLeavesNothing) {
     DuplicatingPtr<Counted> const original(new Counted(3));
     Counted::refuseCopies = true;

@@ -14,6 +14,12 @@
 
 namespace {
 
+template <class Element>
+concept CopiesWithoutChildren = requires(Element const& source) {
+    Element(source, {});
+};
+static_assert(!CopiesWithoutChildren<XMLElementPL>, "only the class itself has the passkey");
+
 // The list of pointers that the events carry.
 class Pointers {
 public:
@@ -173,6 +179,25 @@ TEST(XMLElementPLTest, WhatIsLeftOverGoesWhenTheChildrenAreAskedFor) {
     EXPECT_EQ(TreeText(element), "e{f}");
     element.AddChildElement("g", none);
     EXPECT_EQ(TreeText(element), "e{fg}");
+}
+
+// Deliberate: a child appended by value stands behind the old children and shares their fate.
+TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsFreedWithThem) {
+    XMLElementPL element("a", none);
+    element.AddChildElement("b", none);
+    element.Reset("c", none);
+    element.AddChildElement(XMLElementPL("d", none));
+    EXPECT_EQ(TreeText(element), "c");
+}
+
+TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsReused) {
+    XMLElementPL element("a", none);
+    XMLElementPL const* const old = element.AddChildElement("b", none);
+    element.Reset("c", none);
+    XMLElementPL const* const appended = element.AddChildElement(XMLElementPL("d", none));
+    EXPECT_EQ(element.AddChildElement("e", none), old);
+    EXPECT_EQ(element.AddChildElement("f", none), appended);
+    EXPECT_EQ(TreeText(element), "c{ef}");
 }
 
 TEST(XMLElementPLTest, ACursorAtTheEndIsHarmless) {
