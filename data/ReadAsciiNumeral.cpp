@@ -78,17 +78,15 @@ void ThrowIfFailed(NumeralReadResult result) {
 
 template <typename Integer>
 Integer DecimalOrThrow(ConstData text) {
-    Integer value;
+    Integer value = 0;
     ThrowIfFailed(TryReadAsciiDecimalNumeral(text, value));
-    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): a failure has thrown before
     return value;
 }
 
 template <typename Integer>
 Integer HexOrThrow(ConstData text) {
-    Integer value;
+    Integer value = 0;
     ThrowIfFailed(TryReadAsciiHexNumeral(text, value));
-    // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.UndefReturn): a failure has thrown before
     return value;
 }
 

@@ -13,23 +13,23 @@ static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide")
 
 namespace {
 
-// With the header in front of it, a block of this capacity still has a size of 32 bits.
-constexpr std::uint64_t maximalCapacity = 0xFFFFFFF7;
+// With its header, a block of this capacity still has a size of 32 bits.
+constexpr std::uint64_t maxCapacity = 0xFFFFFFF7;
 
-constexpr std::uint64_t firstFormatCapacity = 64;
+constexpr std::uint64_t minFormatCapacity = 64;
 
-// With fewer bytes, asking for the locale's letters costs more than it saves.
-constexpr std::size_t enoughForLocale = 8;
+// Below this length, LettersAreAscii costs more than it saves.
+constexpr std::size_t minLengthForAsciiCase = 8;
 
-// Throws for an index or a count that may not be negative; yields it as a number without a sign.
+// Throws if an index or a count is negative; otherwise returns it as an unsigned number.
 std::uint32_t NotNegative(int number) {
     if (number < 0)
         throw StringPLOutOfBoundsException();
     return static_cast<std::uint32_t>(number);
 }
 
-// Writes the run and NULs behind it, up to and with the one at target[count]. The run may lie in
-// front of the target, in the same text.
+// Writes the run, and NULs up to and including target[count]. The run may be in the same string, in
+// front of the target.
 void WriteText(char* target, char const* run, std::size_t runLength, std::size_t count) {
     if (runLength <= 16)
         Simd::CopyUpTo16(target, run, runLength);
@@ -40,13 +40,13 @@ void WriteText(char* target, char const* run, std::size_t runLength, std::size_t
     target[count] = '\0';
 }
 
-// The first occurrence between `from` and `end`, or null. The characters go on to a NUL at `end` or
-// behind it, and may hold other NULs, on each of which strstr has to be set going again.
-// REQUIRES: `from` is not behind `end`.
+// Returns the first match in `from` to `end`, or null. The text may have embedded NULs; strstr is
+// called for each part between them.
+// REQUIRES: `from` is not behind `end`, and there is a NUL at `end` or behind it.
 char const* FindRun(char const* from, char const* end, char const* pattern) {
     do {
         if (char const* const match = std::strstr(from, pattern)) {
-            // What strstr finds ends at a NUL at the latest, so it can't pass one at `end`.
+            // A match of strstr has no NUL, so it cannot extend beyond a NUL at `end`.
             bool const fits =
                 *end == '\0' || end - match >= static_cast<std::ptrdiff_t>(std::strlen(pattern));
             return fits ? match : nullptr;
@@ -56,10 +56,10 @@ char const* FindRun(char const* from, char const* end, char const* pattern) {
     return nullptr;
 }
 
-// Maps all bytes as the C library's tolower or toupper does.
+// Maps all bytes by tolower or toupper.
 template <int MapByte(int), void MapAscii(ConstData, Data)>
 void MapCase(char* text, std::size_t length) {
-    if (length >= enoughForLocale && LettersAreAscii()) {
+    if (length >= minLengthForAsciiCase && LettersAreAscii()) {
         MapAscii(ConstData(text, length), Data(text, length));
         return;
     }
@@ -75,14 +75,14 @@ char const* StringPLOutOfBoundsException::what() const noexcept {
 
 constinit StringPL::EmptyBlock StringPL::sharedEmpty{{1, 0}, '\0'};
 
-// Inline, since it is the better part of what making a short string costs.
+// Inline, because it is most of the cost of making a short string.
 inline char* StringPL::NewBlock(std::uint64_t capacity) {
-    if (capacity > maximalCapacity)
+    if (capacity > maxCapacity)
         throw StringPLOutOfBoundsException();
     if (capacity <= 1)
         return EmptyText();
-    // NOLINTNEXTLINE(bugprone-misplaced-pointer-arithmetic-in-alloc): the header lies in front
-    char* const block = new char[sizeof(Header) + capacity] + sizeof(Header);
+    char* const allocation = new char[sizeof(Header) + capacity];
+    char* const block = allocation + sizeof(Header);
     HeaderOf(block) = Header{static_cast<std::uint32_t>(capacity), 0};
     return block;
 }
@@ -109,10 +109,13 @@ StringPL& StringPL::operator=(char const* text) {
     return *this;
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the assignment of a text sees its own
-StringPL& StringPL::operator=(StringPL const& source) { return *this = source.characters; }
+StringPL& StringPL::operator=(StringPL const& source) {
+    if (this != &source)
+        *this = source.characters;
+    return *this;
+}
 
-// The shared block always has the length that is written to it, so it is never written.
+// The shared block already has the only length that it can be given, so it is never written.
 void StringPL::SetStringLength(unsigned int length) {
     if (Length() != length)
         GetHeader().length = length;
@@ -159,11 +162,10 @@ StringPL StringPL::operator+(char const* text) const {
 
 // NOLINTNEXTLINE(cert-dcl50-cpp): the interface is that of printf
 void StringPL::Format(char const* format, ...) {
-    for (std::uint64_t wanted = firstFormatCapacity;;
-         wanted = 2 * std::uint64_t{GetBufferLength()}) {
+    for (std::uint64_t wanted = minFormatCapacity;; wanted = 2 * std::uint64_t{GetBufferLength()}) {
         if (GetBufferLength() < wanted) {
-            // Deliberate: the old block goes first, so that there are never two. Between the two
-            // steps the string is empty, and stays so if there is no new block.
+            // Deliberate: the old block is freed first, so that there are never two. The string is
+            // empty if the allocation throws.
             TakeBlock(EmptyText());
             TakeBlock(NewBlock(wanted));
         }

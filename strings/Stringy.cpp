@@ -12,13 +12,13 @@ static_assert(sizeof(Stringy) == 144, "a pointer, a size and 128 bytes of text")
 
 namespace {
 
-constexpr std::uint32_t maximalLength = 0xFFFFFFFE;
+constexpr std::uint32_t maxLength = 0xFFFFFFFE;
 
 std::uint32_t Clamp(std::size_t length) {
-    return static_cast<std::uint32_t>(std::min<std::size_t>(length, maximalLength));
+    return static_cast<std::uint32_t>(std::min<std::size_t>(length, maxLength));
 }
 
-// A count of the caller's, cut to 0 and to what there is.
+// Clamps a count to the range 0 to `available`.
 std::uint32_t Clamp(std::int64_t count, std::uint32_t available) {
     return static_cast<std::uint32_t>(std::clamp<std::int64_t>(count, 0, available));
 }
@@ -77,7 +77,7 @@ void Stringy::Build(char const* bytes, std::uint32_t count) {
     characters[count] = '\0';
 }
 
-// cppcheck-suppress operatorEqVarError ; a long text leaves the bytes in the object unused
+// cppcheck-suppress operatorEqVarError ; smallBuffer is unused if the text is on the heap
 Stringy& Stringy::operator=(Stringy const& source) {
     if (this != &source) {
         MakeNull();
@@ -95,8 +95,7 @@ Stringy& Stringy::operator=(char const* text) {
         return *this;
     }
     std::uint32_t const length = Clamp(std::strlen(text));
-    // cppcheck-suppress redundantAssignment ; a comparison, which assigns nothing
-    char* const target = length < smallSize ? smallBuffer : new char[std::size_t{length} + 1];
+    char* const target = ArrayFor(length, smallSize);
     std::memmove(target, text, length);
     target[length] = '\0';
     if (IsOnHeap())
@@ -109,8 +108,7 @@ Stringy& Stringy::operator=(char const* text) {
 void Stringy::AppendBytes(char const* bytes, std::size_t count, unsigned int limit) {
     std::uint32_t const oldLength = GetLength();
     std::uint32_t const length = Clamp(oldLength + count);
-    // cppcheck-suppress redundantAssignment ; a comparison, which assigns nothing
-    char* const target = length < limit ? smallBuffer : new char[std::size_t{length} + 1];
+    char* const target = ArrayFor(length, limit);
     if (target != characters && oldLength != 0)
         std::memcpy(target, characters, oldLength);
     std::memmove(target + oldLength, bytes, length - oldLength);
@@ -287,11 +285,11 @@ void Stringy::StripLeadingAndTrailingWhite() {
 
 unsigned int Stringy::SplitSeparatedStringsIntoArray(char const* text, char separator,
                                                      std::vector<Stringy>& items,
-                                                     unsigned int maximum, bool strip) {
+                                                     unsigned int maxItems, bool strip) {
     if (text == nullptr || *text == '\0')
         return 0;
     unsigned int count = 0;
-    while (count < maximum) {
+    while (count < maxItems) {
         char const* const end = strchrnul(text, separator);
         items.emplace_back(ConstData(text, end));
         if (strip)

@@ -1,8 +1,7 @@
-// The small string: a value with room for 127 characters inside the object.
+// A string with room for 127 characters inside the object.
 //
-// Text of a size (with its terminating NUL) of up to 128 bytes never touches the heap; longer text
-// lies in an array of exactly its size, so each append beyond that allocates anew. Meant to live on
-// the stack and for short work; StringPL is the string for long text. One thread.
+// Longer text is on the heap, in an array of its exact size, so each append allocates. Meant for
+// short-lived strings on the stack; StringPL is for long text. Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -11,35 +10,33 @@
 #include "data/ConstData.h"
 #include "data/DebuggableException.h"
 
-// A count to which 1, for the NUL, cannot be added in 32 bits.
+// A count that does not fit 32 bits together with the NUL.
 class StringyLengthTooLong : public DebuggableException {};
 
-// A short text by value.
+// There are two empty strings: the null string (made without text) and the empty string (made from
+// ""). They are equal, except in case-insensitive comparisons. Embedded NULs are kept, but
+// comparisons and searches for text end at the first NUL.
 //
-// There are two empty strings: null (made without text) and the empty text (made from ""). They are
-// equal, but not where case is ignored. Bytes are kept as they come, inner NULs too; searches for
-// text and comparisons end at the first one.
+// Pointers to the characters are valid until the string changes or is destroyed. An argument may be
+// a part of this string.
 //
-// A pointer to characters holds until the string is changed or moved in memory. Texts passed in may
-// be parts of this string.
-//
-// Error handling: StringyLengthTooLong from the constructors with a count, std::bad_alloc where an
-// array is needed. Nothing else fails: parts are clamped, searches give -1, and of a text of more
-// than 4,294,967,294 bytes the rest is left out. A string keeps its value where an append or an
-// assignment of a `char const*` throws.
+// Error handling: constructors with a count throw StringyLengthTooLong; allocations throw
+// std::bad_alloc. Nothing else fails: indexes are clamped, searches return -1, and text longer than
+// 4,294,967,294 bytes is truncated. A string keeps its value if an append or an assignment of a
+// `char const*` throws.
 class Stringy {
 public:
-    // The size, with the NUL, of the longest text that lies in the object.
+    // The maximum size of text inside the object, including the NUL.
     static constexpr unsigned int smallSize = 128;
 
-    // Null, from a null pointer or from no bytes; the text of the pointer otherwise.
+    // A null pointer or a count of 0 makes the null string.
     Stringy() noexcept {}
     Stringy(char const* text);
     Stringy(char const* bytes, unsigned int count);
     Stringy(unsigned char const* bytes, unsigned int count);
     Stringy(ConstData const& bytes);
 
-    // The decimal digits, with '-' in front of a negative value.
+    // The decimal digits, with '-' for a negative value.
     explicit Stringy(int value);
     explicit Stringy(unsigned int value);
     explicit Stringy(unsigned long long value);
@@ -50,107 +47,119 @@ public:
             FreeHeap();
     }
 
-    // Deliberate: the old array goes before the new one is allocated, and if that fails, the string
-    // is null. An empty source of either kind gives null.
+    // Deliberate: an empty source makes the null string. The old array is freed before the new one
+    // is allocated, so the string is null if that throws.
     Stringy& operator=(Stringy const& source);
 
-    // A null pointer gives null, "" an empty text. The old array goes when the copy is there.
+    // A null pointer makes the null string. The old array is freed after the new one is allocated.
     Stringy& operator=(char const* text);
 
-    // Nothing happens for a NUL, a null pointer, or nothing to append.
+    // Do nothing for a NUL byte, a null pointer and empty text.
     //
-    // Deliberate: to an empty string, a text and a string append to the heap at a size of 128
-    // already, one byte sooner than usual.
+    // Deliberate: appending 127 characters to an empty string allocates, if they are a `char
+    // const*` or a Stringy.
     Stringy& operator+=(char byte);
     Stringy& operator+=(char const* text);
     Stringy& operator+=(Stringy const& source);
     Stringy& operator+=(ConstData const& bytes);
 
-    // Without the NUL; 0 for null.
+    // Without the NUL; 0 for the null string.
     unsigned int GetLength() const { return sizeWithNul == 0 ? 0 : sizeWithNul - 1; }
 
-    // Never null: an empty text takes the place of null.
+    // Never null: "" for the null string.
     operator char const*() const { return characters == nullptr ? "" : characters; }
 
-    // 0 for null and beyond the NUL. REQUIRES: `index` is not GetLength() + 1. Deliberate: the test
-    // lets that one through, and it would read the byte behind the NUL.
+    // Returns 0 for the null string and for an index beyond the NUL.
+    //
+    // Deliberate: does not check for GetLength() + 1, which reads the byte behind the NUL.
+    // REQUIRES: `index` is not GetLength() + 1.
     char operator[](unsigned int index) const {
         return characters == nullptr || index > sizeWithNul ? '\0' : characters[index];
     }
 
-    // The first and the last index of the byte, or -1.
+    // Return the index of the first and of the last match, or -1.
     int Find(char byte) const;
     int FindFromRight(char byte) const;
 
-    // By strstr. Deliberate: null contains nothing but a null `text`, and is the only one to do so.
+    // By strstr.
+    //
+    // Deliberate: the null string contains a null `text` and nothing else. Every other string
+    // returns false for a null `text`.
     bool Contains(char const* text) const;
 
-    // True for a null or empty prefix. The other two by Ascii::EqualIgnoringCase.
+    // True for a null or empty prefix. The other two are case-insensitive for ASCII letters.
     bool StartsWith(char const* prefix) const;
     bool StartsWithIgnoringCase(char const* prefix) const;
     bool StartsWithIgnoringCase(Stringy const& prefix) const;
 
-    // By strcmp; an empty string of either kind is less than any text, and equal to any empty one.
+    // By strcmp. The null string equals the empty string.
     int Compare(Stringy const& other) const;
 
-    // By Ascii::CompareUppercase and Ascii::EqualIgnoringCase, over the bytes and their NUL.
+    // Case-insensitive, by Ascii::CompareUppercase and Ascii::EqualIgnoringCase over all bytes and
+    // the NUL.
     //
-    // Deliberate: here null is not the empty text. It is less than that, and equals nothing, not
-    // even null, though the comparison of two nulls gives 0.
+    // Deliberate: the null string is less than the empty string. CompareNoCase of two null strings
+    // returns 0, but EqualIgnoringCase returns false.
     int CompareNoCase(Stringy const& other) const;
     bool EqualIgnoringCase(Stringy const& other) const;
 
-    // Parts. A negative start or count counts as 0, and what runs past the end is cut.
+    // Return substrings. A negative start or count counts as 0; a range is clamped to the end.
     Stringy Left(int count) const;
     Stringy Right(int count) const;
     Stringy Mid(int start, int count) const;
     Stringy Mid(int start) const;
 
-    // What stands behind the last `separator`, without white space around it. Deliberate: if there
-    // is no separator, that is nothing, and not the whole string.
+    // Returns the text behind the last `separator`, without leading and trailing whitespace.
+    //
+    // Deliberate: without a separator, returns the null string, not the whole string.
     Stringy SubstringAfterLastSeparator(char separator) const;
 
-    // Byte by byte, by tolower and toupper, so as the current locale has it.
+    // Map each byte by tolower and toupper, in the current locale.
     void MakeLower();
     void MakeUpper();
 
-    // Yields how many there were.
+    // Returns the number of bytes replaced.
     unsigned int Replace(char byte, char replacement);
 
-    // White space is that of Ascii::WhiteSpace(). A string of nothing else becomes null; so does an
-    // empty text in the second one, where the white space ends at an inner NUL too.
+    // Remove the bytes of Ascii::WhiteSpace(). A string of whitespace alone becomes the null
+    // string. In StripLeadingAndTrailingWhite, so does the empty string, and a string whose first
+    // other byte is an embedded NUL.
     //
-    // Deliberate: what is left is assigned, so if memory runs out, the string is as it was or null.
+    // If memory runs out, the string is unchanged or null.
     void TrimLeft();
     void StripLeadingAndTrailingWhite();
 
-    // Appends the items of `text` between separators to `items`, at most `maximum` of them, and
-    // yields their number. Empty items count: there is one behind a separator at the end. What
-    // stands behind the last item is dropped. A null or an empty text has no items.
+    // Appends the parts of `text` between separators to `items`, at most `maxItems`, and returns
+    // their number. Parts may be empty, also behind a separator at the end. The rest of `text` is
+    // dropped. A null or empty `text` has no parts. With `strip`, each part loses its leading and
+    // trailing whitespace.
     //
-    // Deliberate: with a separator of NUL, each NUL ends an item and only `maximum` ends the walk.
-    // REQUIRES in that case: `text` goes on for so many items.
-    // REQUIRES with `strip`, which takes white space off each item: `items` is empty, since they
-    // are counted from its beginning.
+    // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop.
+    // REQUIRES: if the separator is NUL, `text` has `maxItems` parts.
+    // REQUIRES: with `strip`, `items` is empty.
     static unsigned int SplitSeparatedStringsIntoArray(char const* text, char separator,
                                                        std::vector<Stringy>& items,
-                                                       unsigned int maximum, bool strip);
+                                                       unsigned int maxItems, bool strip);
 
 private:
     bool IsOnHeap() const { return characters != nullptr && characters != smallBuffer; }
     bool IsEmpty() const { return sizeWithNul < 2; }
     void FreeHeap() { delete[] characters; }
 
-    // Frees what is there.
+    // Frees the array and makes the string null.
     void MakeNull();
 
     // REQUIRES: the string is null.
     void Build(char const* bytes, std::uint32_t count);
 
-    // Text of a size of up to `limit` goes into the object.
+    // Returns the array for a text of this length: the one inside the object if `length` is less
+    // than `limit`, otherwise a new one.
+    char* ArrayFor(std::uint32_t length, unsigned int limit) {
+        return length < limit ? smallBuffer : new char[std::size_t{length} + 1];
+    }
     void AppendBytes(char const* bytes, std::size_t count, unsigned int limit);
 
-    // The bytes and the NUL behind them. REQUIRES: the string is not null.
+    // The bytes with their NUL. REQUIRES: the string is not null.
     ConstData BytesWithNul() const { return ConstData(characters, sizeWithNul); }
 
     char* characters = nullptr;
@@ -158,11 +167,11 @@ private:
     char smallBuffer[smallSize];
 };
 
-// A copy of the left side with the right one appended.
+// Return a copy of `left` with `right` appended.
 Stringy operator+(Stringy const& left, char right);
 Stringy operator+(Stringy const& left, Stringy const& right);
 
-// All relations rest on Compare; a `char const*` is made a Stringy first.
+// All relational operators use Compare; a `char const*` is converted to a Stringy.
 
 inline bool operator==(Stringy const& left, Stringy const& right) {
     return left.Compare(right) == 0;
