@@ -1,25 +1,25 @@
-// A singly linked list that carries its own enumeration cursor: built once, then walked.
+// A singly linked list with a built-in cursor: built once, then enumerated.
 //
-// It has no operation to remove one item or to reach one by its index. Since the cursor lives in
-// the list, a list, even a read-only one, has one enumeration at a time and belongs to one thread.
+// A list, even a constant one, has one enumeration at a time and is not thread-safe, because the
+// cursor is a member. Items cannot be removed one by one or accessed by index.
 #pragma once
 
 #include <cstdint>
 
 #include "data/ExceptionPL.h"
 
-// Told by ListPL::GetNext. Its text is always the same: "A ListPL iterator walked off the end of
-// the list."
+// Thrown by ListPL::GetNext, always with the message "A ListPL iterator walked off the end of the
+// list."
 class NoMoreItemsException : public ExceptionPL {
 public:
     NoMoreItemsException();
 };
 
-// Here, so that the code which throws is not repeated for each type of item.
+// Not a template, so that its code exists once.
 [[noreturn]] void ThrowNoMoreItems();
 
-// Calling sequence of an enumeration: ResetEnum, then IsNext and GetNext in turn. These three are
-// read-only to the caller: the cursor is no part of the list's value.
+// Calling sequence of an enumeration: ResetEnum, then IsNext and GetNext in turn. All three are
+// const, because the cursor is not part of the list's value.
 template <class T>
 class ListPL {
 public:
@@ -28,21 +28,21 @@ public:
     ListPL& operator=(ListPL const&) = delete;
     virtual ~ListPL() { MakeEmpty(); }
 
-    // Copies `item` to the end, in constant time. Yields the copy, which the list owns and which
-    // stays in its place until MakeEmpty. Where copying throws, the list is unchanged.
+    // Appends a copy of `item`, in constant time. Returns the copy, which the list owns; its
+    // address is valid until MakeEmpty. The list is unchanged if copying throws.
     //
-    // The cursor stays: an enumeration that stands at an item will reach the new one, one that has
-    // run out or was never begun will not.
+    // The cursor does not move: an enumeration that has a next item reaches the new one, an
+    // enumeration that has ended or was never begun does not.
     virtual T* Append(T const& item);
 
-    // Begins the enumeration at the first item.
+    // Moves the cursor to the first item.
     virtual void ResetEnum() const { enumCursor = firstNode; }
 
-    // False at the end of the enumeration, and if none was begun.
+    // False at the end of an enumeration, and before the first one.
     bool IsNext() const { return enumCursor != nullptr; }
 
-    // Yields the item at the cursor and moves on. Throws NoMoreItemsException where IsNext() is
-    // false.
+    // Returns the item at the cursor and advances the cursor. Throws NoMoreItemsException if
+    // IsNext() is false.
     T const& GetNext() const;
 
     // Frees all items and ends the enumeration.

@@ -1,8 +1,7 @@
-// The library's general text: an owning, growing, NUL-terminated string of bytes.
+// The general-purpose string: owning, growing, NUL-terminated bytes of any encoding.
 //
-// The object is one pointer wide and points at its characters, so a value can be handed to C as it
-// stands; length and capacity stand in a header in front of them. No encoding is assumed. A string
-// belongs to one thread; copies are real copies.
+// An object is a pointer to its characters. Length and capacity are in a header in front of them.
+// Copies are deep. Not thread-safe.
 #pragma once
 
 #include <bit>
@@ -10,47 +9,46 @@
 #include <cstring>
 #include <exception>
 
-// A bad index, or a text too long for a string. Deliberate: it stands outside the tree of
-// DebuggableException, and its what() is the plain name.
+// An invalid index or count, or a string that would be too long.
+//
+// Deliberate: not derived from DebuggableException; what() returns the name without its length.
 class StringPLOutOfBoundsException : public std::exception {
 public:
     char const* what() const noexcept override;
 };
 
-// A growing string. It takes little room for what it holds and doubles when it is appended to.
+// Capacity is in bytes and includes the terminating NUL. Construction, assignment and Replace
+// allocate the exact capacity of the text. operator+=, Append and Format double the capacity as
+// often as needed, and keep it if it is sufficient. All strings of capacity 1 share one static
+// block, so an empty string does not allocate.
 //
-// Capacity counts bytes, the terminating NUL included. Construction, assignment and Replace give
-// exactly what the text needs; +=, Append and Format keep what is there and double it where it is
-// too small; nothing shrinks a string in place. All strings of capacity 1 share one static block,
-// so an empty string allocates nothing.
+// Pointers to the characters are valid until the string changes. Arguments are NUL-terminated
+// strings; only constructors and assignments accept null. An argument may be a part of this string,
+// unless stated otherwise.
 //
-// A pointer to characters holds until the string is changed. Texts passed in are NUL-terminated
-// and, but for the constructors and the assignment, not null; they may be parts of this string,
-// unless it is told otherwise.
-//
-// Error handling: StringPLOutOfBoundsException for an index or a count that is called bad below,
-// and wherever more than 4,294,967,287 bytes of capacity would be needed. The string keeps its
-// value where an operation throws, but for Format and ReplaceNoCase.
+// Error handling: StringPLOutOfBoundsException if an index or a count is invalid, as specified
+// below, or if the capacity would exceed 4,294,967,287 bytes. A string keeps its value if an
+// operation throws, except Format and ReplaceNoCase.
 class StringPL {
 public:
-    // A null pointer gives the empty string.
+    // A null pointer makes the empty string.
     StringPL() noexcept : characters(EmptyText()) {}
     StringPL(char const* text)
         : characters(text == nullptr ? EmptyText() : NewText(text, std::strlen(text))) {}
 
-    // The first `count` bytes up to a NUL among them; behind that, NULs take the place of the rest.
-    // Deliberate: the length is `count` all the same. A null pointer gives the empty string.
+    // Copies up to `count` bytes, or up to the first NUL. A null pointer makes the empty string.
+    //
+    // Deliberate: the length is `count` in both cases; the missing bytes are NULs.
     StringPL(char const* text, unsigned int count)
         : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
 
-    // The length is copied as it is, the characters up to their first NUL, with NULs behind it.
+    // Copies the length, and the characters up to their first NUL; the rest are NULs.
     StringPL(StringPL const& source) : characters(NewText(source.characters, source.Length())) {}
 
-    // Takes the block over, capacity and all, and leaves the source empty. It is here so that a
-    // vector which grows moves its strings and copies no text.
+    // Takes the block with its capacity and leaves the source empty. So a growing vector does not
+    // copy its strings.
     //
-    // Deliberate: only construction moves. Assignment copies whatever its source, so that the
-    // capacity behind it is exact.
+    // Deliberate: there is no move assignment, so that assignment makes the capacity exact.
     StringPL(StringPL&& source) noexcept : characters(source.characters) {
         source.characters = EmptyText();
     }
@@ -60,8 +58,9 @@ public:
             FreeBlock();
     }
 
-    // The old text goes only when the new one is there. Deliberate: unlike a copy, an assigned
-    // string ends at the first NUL of its source. A null pointer counts as the empty text.
+    // The old text is freed after the new one is allocated. A null pointer counts as empty.
+    //
+    // Deliberate: an assigned string ends at the first NUL of its source, unlike a copy.
     StringPL& operator=(char const* text);
     StringPL& operator=(StringPL const& source);
 
@@ -69,96 +68,97 @@ public:
     char const* AsChar() const { return characters; }
     operator char const*() const { return characters; }
 
-    // Read from the header, not counted; without the NUL.
+    // Without the terminating NUL. In constant time.
     int GetLength() const { return static_cast<int>(Length()); }
     bool IsEmpty() const { return Length() == 0; }
 
     // The capacity.
     unsigned int GetBufferLength() const { return GetHeader().capacity; }
 
-    // Overwrites the stored length and nothing else: no NUL is written, no bound is tested.
-    // REQUIRES: `length` is less than the capacity, and the characters end in a NUL.
+    // Overwrites the stored length and nothing else.
+    // REQUIRES: `length` is less than the capacity, and a NUL is at `length`.
     void SetStringLength(unsigned int length);
 
-    // The capacity stays.
+    // Keeps the capacity.
     void MakeEmpty();
 
-    // A bad index is one below 0, or at or above the length: the terminating NUL is not there.
+    // An index is invalid if it is negative or not less than the length.
     char GetAt(int index) const;
 
-    // Appends `text`. If the room is too small, the capacity doubles as often as it takes.
+    // Appends `text`.
     StringPL& operator+=(char const* text);
 
-    // Appends the first `count` bytes up to a NUL among them; behind that, NULs take the place of
-    // the rest. Deliberate: the length grows by `count` all the same.
+    // Appends up to `count` bytes, or up to the first NUL.
+    //
+    // Deliberate: the length grows by `count` in both cases; the missing bytes are NULs.
     void Append(char const* text, unsigned int count);
 
-    // A copy with `text` appended to it.
+    // Returns a copy with `text` appended.
     StringPL operator+(char const* text) const;
 
-    // Replaces the text by what printf would print. The capacity is at least 64 then, and doubles
-    // until one byte more than the output and its NUL has room.
+    // Replaces the text by the output of printf. The capacity becomes at least 64, and doubles
+    // until it exceeds the output and its NUL by at least one byte.
     //
-    // REQUIRES: nothing in the arguments points into this string: its old text may be gone before
-    // they are read. If it throws, the string is empty; output that cannot be printed (a wide
-    // character unknown to the locale) ends that way, when the capacity has doubled to its limit.
+    // If it throws, the string is empty. A conversion that fails (a wide character that the locale
+    // cannot encode) throws StringPLOutOfBoundsException after the capacity has doubled to its
+    // limit.
+    //
+    // REQUIRES: no argument points into this string.
     [[gnu::format(printf, 2, 3)]] void Format(char const* format, ...);
 
-    // Byte by byte, by tolower and toupper, so as the current locale has it.
+    // Map each byte by tolower and toupper, in the current locale.
     void MakeLower();
     void MakeUpper();
 
-    // Replaces all occurrences of `search` in the old text; they do not overlap, and replacements
-    // are not searched. Nothing happens if `search` is empty; otherwise the capacity becomes exact,
-    // also where nothing was found.
+    // Replaces all matches of `search`. Matches do not overlap, and replacements are not searched.
+    // The capacity becomes exact, even if there is no match. Does nothing if `search` is empty.
     void Replace(char const* search, char const* replacement);
 
-    // The same, ignoring case.
+    // The same, case-insensitive.
     //
-    // Deliberate: here each occurrence rebuilds and reassigns the whole string, so the cost is
-    // quadratic in their number, the string keeps its block if nothing is found, and if memory runs
-    // out it keeps the replacements done so far.
+    // Deliberate: each match reassigns the whole string, so the time is quadratic in the number of
+    // matches. Without a match the string keeps its block. If memory runs out, the string keeps the
+    // replacements made so far.
     void ReplaceNoCase(char const* search, char const* replacement);
 
-    // The index of the first occurrence at or after `start`, or -1. An empty pattern occurs at
-    // `start`, if that is within the length. A negative start is bad, one beyond the end is not.
-    // "NoCase" is as CompareNoCase has it.
+    // Return the index of the first match at or after `start`, or -1. An empty pattern matches at
+    // `start`, if that is not beyond the end. A negative `start` is invalid. FindNoCase is
+    // case-insensitive in the current locale.
     int Find(char const* pattern, int start) const;
     int FindNoCase(char const* pattern, int start) const;
     int Find(char byte, int start) const;
 
-    // The index of the last occurrence that has at least `fromEnd` bytes behind it, or -1. A
-    // negative `fromEnd` is bad.
+    // Returns the index of the last match with at least `fromEnd` bytes behind it, or -1. A
+    // negative `fromEnd` is invalid.
     int ReverseFind(char byte, int fromEnd) const;
 
     bool Contains(char const* pattern) const { return Find(pattern, 0) != -1; }
     bool Contains(char byte) const { return Find(byte, 0) != -1; }
     bool ContainsNoCase(char const* pattern) const { return FindNoCase(pattern, 0) != -1; }
 
-    // At most `count` bytes from `start` on. Bad are a start below 0 or above the length, and a
-    // negative count.
+    // Return at most `count` bytes from `start` on. A `start` is invalid if it is negative or
+    // beyond the end, a `count` if it is negative.
     StringPL Mid(int start, int count) const;
     StringPL Mid(int start) const;
 
-    // At most `count` bytes from the one or the other end. A negative count is bad.
+    // Return at most `count` bytes of the start or the end. A negative `count` is invalid.
     StringPL Left(int count) const;
     StringPL Right(int count) const;
 
-    // By strcmp, and by strcasecmp, which follows the current locale: up to the first NUL.
+    // Compare up to the first NUL: by strcmp, and by strcasecmp in the current locale.
     int Compare(char const* text) const { return std::strcmp(characters, text); }
     int CompareNoCase(char const* text) const;
     bool Equals(char const* text) const { return Compare(text) == 0; }
     bool EqualsIgnoringCase(char const* text) const { return CompareNoCase(text) == 0; }
 
 private:
-    // What stands in front of the characters.
+    // Stored in front of the characters.
     struct Header {
         std::uint32_t capacity;
         std::uint32_t length;
     };
 
-    // The block of all strings of capacity 1. It never gets other values than it has, and is not
-    // written at all where it has them, so that threads may share it.
+    // The block of all strings of capacity 1. Never written, so threads can share it.
     struct EmptyBlock {
         Header header;
         char nul;
@@ -167,8 +167,8 @@ private:
 
     static char* EmptyText() { return reinterpret_cast<char*>(&sharedEmpty) + sizeof(Header); }
 
-    // The characters of a new block, or of the shared one: with the length 0 and not yet a text, or
-    // with the first `count` bytes of `text` up to a NUL among them, and NULs behind.
+    // Return the characters of a new block, or of the shared one. NewBlock sets the length 0 and no
+    // characters. NewText copies up to `count` bytes, or up to the first NUL, and adds NULs.
     static char* NewBlock(std::uint64_t capacity);
     static char* NewText(char const* text, std::uint64_t count);
 
@@ -183,25 +183,25 @@ private:
         return Length() + added + 1 <= GetHeader().capacity;
     }
 
-    // Appends the run and as many NULs as are missing to `count`.
+    // Append the run, and NULs up to `count` bytes.
     void AppendRun(char const* run, std::size_t runLength, std::size_t count);
     void AppendGrowing(char const* run, std::size_t runLength, std::size_t count);
 
     // REQUIRES: HasRoomFor(1).
     void AppendByte(char byte);
-    // By value, so that a byte of the caller's can stay in a register.
+    // By value, so that the byte stays in a register.
     void AppendByteGrowing(char byte);
 
     char* characters;
 };
 
-// Bytes are often appended one by one, so that case stays clear of the library's calls.
+// Appending single bytes is common, so it makes no library calls.
 
 inline void StringPL::AppendByte(char byte) {
     Header& header = GetHeader();
     char* const end = characters + header.length;
     ++header.length;
-    // The byte and the NUL in one store, since it is stores that a loop of appends waits for.
+    // One store for the byte and the NUL, because stores limit the speed of repeated appends.
     static_assert(std::endian::native == std::endian::little);
     std::uint16_t const text = static_cast<unsigned char>(byte);
     std::memcpy(end, &text, sizeof(text));
@@ -233,7 +233,7 @@ inline void StringPL::Append(char const* text, unsigned int count) {
         AppendByteGrowing(text[0]);
 }
 
-// All relations rest on Compare: bytes up to the first NUL, as strcmp orders them.
+// All relational operators use Compare.
 
 inline bool operator==(StringPL const& left, StringPL const& right) {
     return left.Compare(right) == 0;

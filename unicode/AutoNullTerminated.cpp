@@ -14,7 +14,7 @@ AutoNullTerminated<Unit>& AutoNullTerminated<Unit>::operator=(AutoNullTerminated
 
 template <CUnit Unit>
 AutoNullTerminated<Unit>::~AutoNullTerminated() {
-    // What is owned was allocated as writable units.
+    // Owned text was allocated as writable.
     if (count != 0)
         Allocator<Unit>().Free(const_cast<Unit*>(pointer));
 }

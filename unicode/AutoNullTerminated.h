@@ -1,4 +1,4 @@
-// A pointer that is sure to be NUL-terminated, for C interfaces: a copy only where it must be.
+// A NUL-terminated string for C interfaces, copied only if needed.
 #pragma once
 
 #include <concepts>
@@ -9,18 +9,18 @@
 #include "unicode/Owned.h"
 #include "unicode/UStringRef.h"
 
-// The units of the encodings in which C interfaces take their texts.
+// The code units that C interfaces take.
 template <class T>
 concept CUnit = std::same_as<T, char> || std::same_as<T, unsigned int>;
 
-// A terminated text that is borrowed or owned. Never null, but when it has been moved from.
+// Borrows or owns its text. Null only after a move.
 template <CUnit Unit>
 class AutoNullTerminated {
 public:
-    // Borrows. REQUIRES: `text` ends in a NUL.
+    // Borrows. REQUIRES: `text` is NUL-terminated.
     explicit AutoNullTerminated(Unit const* text) : pointer(text) {}
 
-    // Owns. REQUIRES: `text` holds at least one unit and ends in a NUL.
+    // Owns. REQUIRES: the last code unit of `text` is a NUL.
     explicit AutoNullTerminated(OwnedArray<Unit> text)
         : pointer(text.Pointer()), count(text.Disposer().count) {
         static_cast<void>(text.Release());
@@ -33,10 +33,10 @@ public:
 
     Unit const* Pointer() const { return pointer; }
 
-    // The units allocated, with the NUL; 0 if the pointer is not owned.
+    // The number of code units allocated, including the NUL; 0 if the text is borrowed.
     std::uint64_t Count() const { return count; }
 
-    // The terminated text of no units, shared by all results that are empty. Static storage.
+    // The empty text of all empty results, in static storage.
     static Unit const* EmptyString();
 
 private:
@@ -44,8 +44,8 @@ private:
     std::uint64_t count = 0;
 };
 
-// The text with its NUL: `text.begin` itself if it is marked as terminated, so nothing is copied
-// and the result lives as long as the text; EmptyString() if it is empty; otherwise an owned copy.
-// Throws std::bad_alloc.
+// Returns the text with a NUL: borrowed if it is marked as terminated, EmptyString() if it is
+// empty, otherwise an owned copy. A borrowed result is valid as long as `text`. Throws
+// std::bad_alloc.
 template <CEncoding E>
 AutoNullTerminated<typename E::Unit> MakeNullTerminatedString(UStringRef<E> text);

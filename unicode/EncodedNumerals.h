@@ -8,7 +8,7 @@
 // long as the Numeral.
 class USAsciiString {
 public:
-    char const* begin = nullptr; // The text, half open.
+    char const* begin = nullptr; // The text, half-open.
     char const* end = nullptr;
     bool nullTerminated = false; // A NUL is known to be at `end`.
 };

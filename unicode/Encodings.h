@@ -1,8 +1,7 @@
-// The encodings of text, as types: UTF-8 cannot be passed where the bytes of the locale belong.
+// Text encodings as types, so that UTF-8 cannot be passed as text of the locale.
 //
-// A tag is empty. It stands in the types of texts and of their receivers, and a value of it is
-// passed only to pick an overload. UTF-16 and UTF-32 are in the byte order of the host; a
-// byte-order mark is a character like any other.
+// A tag is an empty class: a parameter of text types, and an argument that selects an overload.
+// UTF-16 and UTF-32 are in the byte order of the host. A byte-order mark is an ordinary character.
 #pragma once
 
 #include <concepts>
@@ -15,12 +14,12 @@ struct UTF16 {
     using Unit = unsigned short;
 };
 
-// Also what the wide characters of the platform hold.
+// Also the encoding of wchar_t on this platform.
 struct UTF32 {
     using Unit = unsigned int;
 };
 
-// The multibyte encoding of the process's locale, whichever that is.
+// The multibyte encoding of the current locale.
 struct Local8Bit {
     using Unit = char;
 };
@@ -32,13 +31,13 @@ concept TextEncoding = std::same_as<E, UTF8> || std::same_as<E, UTF16> || std::s
 template <class E>
 concept UnicodeEncoding = TextEncoding<E> && !std::same_as<E, Local8Bit>;
 
-// The encodings whose units are bytes, and those in which C interfaces take their texts.
+// The encodings whose code units are bytes, and those of C interfaces.
 template <class E>
 concept ByteEncoding = std::same_as<E, UTF8> || std::same_as<E, Local8Bit>;
 template <class E>
 concept CEncoding = std::same_as<E, Local8Bit> || std::same_as<E, UTF32>;
 
-// A view and an owner of text, for headers that only name them: see UStringRef.h, AutoUString.h.
+// Declared here for headers that only name them. Defined in UStringRef.h and AutoUString.h.
 template <TextEncoding E>
 class UStringRef;
 template <TextEncoding E>

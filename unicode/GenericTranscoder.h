@@ -1,4 +1,4 @@
-// The stages that turn text of one Unicode encoding into text of another, cut anywhere.
+// Pipeline stages that transcode between UTF-8, UTF-16 and UTF-32.
 #pragma once
 
 #include <concepts>
@@ -9,42 +9,39 @@
 #include "unicode/Encodings.h"
 #include "unicode/UTextReceiver.h"
 
-// A sequence that cannot be read, or a stream that ends inside of one. Neither the place nor the
-// unit is reported, nothing is skipped and nothing replaced.
+// An ill-formed sequence, or a stream that ends inside a sequence. Carries no position. Ill-formed
+// input is neither skipped nor replaced.
 class InvalidTextEncoding : public DebuggableException {};
 
 template <class Target, class Source>
 concept TranscodedPair =
     UnicodeEncoding<Target> && UnicodeEncoding<Source> && !std::same_as<Target, Source>;
 
-// Takes `Source`, gives `Target`: the target comes first. A receiver that is bound by operator(),
-// to a next stage that it does not own. Nothing is allocated.
+// Transcodes from `Source` to `Target`. operator() binds the next stage, which is not owned.
+// Nothing is allocated.
 //
-// Byte order is the host's. A byte-order mark is a character like any other, and so are U+0000 and
-// the values that are no characters (U+FFFE, U+FFFF).
+// Byte order is the host's. A byte-order mark, U+0000, U+FFFE and U+FFFF are ordinary characters.
 //
-// What passes, beside well-formed text, is fixed and not what the Unicode standard (chapter 3.9)
-// asks for:
-// - From UTF-8. Deliberate: a lead byte is not judged on its own. A byte that begins no sequence
-//   is found wrong only when four bytes have been read, or at the end, and so is a sequence of two
-//   or three bytes whose trailing bytes are none. Overlong forms are read as what they say. Forms
-//   of four bytes are not tested for their range: to UTF-32 they give up to 0x1FFFFF, to UTF-16 two
-//   units by the usual formula, which are no proper pair then. Encoded surrogates are invalid to
-//   UTF-16, and pass to UTF-32.
-// - From UTF-16. Each surrogate unit, also a low one, begins a pair: it is judged when the next
-//   unit is there, or at the end. It must be a high one and a low one.
-// - From UTF-32. Surrogates and values of 0x110000 and more are invalid.
+// Deliberate: beside well-formed text, some ill-formed sequences are accepted, contrary to the
+// Unicode standard, chapter 3.9:
+// - From UTF-8: overlong sequences are decoded. Four-byte sequences are not checked for their
+//   range: up to 0x1FFFFF in UTF-32, and two code units that are no surrogate pair in UTF-16.
+//   Encoded surrogates are accepted for UTF-32 and rejected for UTF-16.
+// - From UTF-8: errors are detected late. A byte that cannot start a sequence, or a missing
+//   trailing byte, is an error only when four bytes have been read, or at the end of the stream.
+// - From UTF-16: every surrogate, even a low one, starts a pair. An invalid pair is an error only
+//   when its second code unit has been read, or at the end of the stream.
+// - From UTF-32: surrogates and values from 0x110000 on are invalid.
 //
-// The target receives blocks of up to 4,096 bytes: before a sequence is read, the block is sent on
-// if it has no room for the longest one of the target's encoding (4, 2, 1 units in UTF-8, UTF-16,
-// UTF-32), and at the end of each chunk, unless it is empty.
+// The target receives blocks of at most 4,096 bytes. A block is sent when it has no room for the
+// longest sequence of the target encoding (4 code units in UTF-8, 2 in UTF-16, 1 in UTF-32), and at
+// the end of each chunk, unless it is empty.
 //
-// Deliberate: an empty chunk drops the beginning of a sequence that the stage has kept from the
-// chunk before.
+// Deliberate: an empty chunk drops an incomplete sequence at the end of the previous chunk.
 //
-// Error handling: InvalidTextEncoding from Receive when a sequence is seen to be bad; what stands
-// in the current block then is not sent. From ReceiveEnd if the stream ends inside a sequence; the
-// target's ReceiveEnd is not called then.
+// Error handling: Receive throws InvalidTextEncoding for an ill-formed sequence, without sending
+// the current block. ReceiveEnd throws it if the stream ends inside a sequence, without calling
+// ReceiveEnd of the target.
 template <class Target, class Source>
 requires TranscodedPair<Target, Source>
 class GenericTranscoder : UTextReceiver<Source> {
@@ -52,7 +49,7 @@ public:
     using SourceUnit = typename Source::Unit;
     using TargetUnit = typename Target::Unit;
 
-    // Binds the next stage, and yields the receiver to push into. REQUIRES: called before Start.
+    // Binds the next stage. Returns the receiver of this stage. REQUIRES: called before Start.
     UTextReceiver<Source>& operator()(UTextReceiver<Target>& nextStage) {
         target = &nextStage;
         return *this;
@@ -70,9 +67,9 @@ private:
 
     UTextReceiver<Target>* target = nullptr;
     std::uint64_t pendingCount = 0;
-    SourceUnit pending[3] = {}; // The units of an unfinished sequence, from the last chunk.
+    SourceUnit pending[3] = {}; // An incomplete sequence at the end of the last chunk.
 };
 
-// The form that Transcode runs a text through.
+// The transcoder for users.
 template <class Target, class Source>
 class StreamTranscoder : public GenericTranscoder<Target, Source> {};

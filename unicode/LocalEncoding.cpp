@@ -17,7 +17,7 @@ namespace {
 
 static_assert(sizeof(wchar_t) == sizeof(UTF32::Unit), "the wide characters are UTF-32");
 
-// What the C library yields for a text that it cannot convert.
+// The return value of the C library for text that it cannot convert.
 constexpr auto unconverted = static_cast<std::size_t>(-1);
 
 template <class Error>
@@ -37,8 +37,8 @@ std::size_t Encode(char* target, UTF32::Unit const* text, std::size_t limit) {
         std::wcstombs(target, Reinterpret<wchar_t const*>(text), limit));
 }
 
-// Measures, and converts into a buffer of that size. Without a target nothing is written, and the
-// limit is not looked at.
+// Measures, then converts into a buffer of that size. Without a target, `convert` writes nothing
+// and ignores its limit.
 template <class Target, class Source>
 AutoUString<Target> Convert(UStringRef<Source> text,
                             std::size_t (*convert)(typename Target::Unit* target,
@@ -52,9 +52,9 @@ AutoUString<Target> Convert(UStringRef<Source> text,
     return SeizeUString(std::move(buffer), Target());
 }
 
-// Throws InvalidTextEncoding unless the text can become UTF-8.
+// Throws InvalidTextEncoding unless the text can be transcoded to UTF-8.
 template <class Source>
-void RequireFitForUTF8(UStringRef<Source> text) {
+void ValidateForUTF8(UStringRef<Source> text) {
     UTextReceiver<UTF8> nowhere;
     StreamTranscoder<UTF8, Source> transcoder;
     UTextReceiver<Source>& receiver = transcoder(nowhere);
@@ -92,12 +92,12 @@ AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text) {
 }
 
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text) {
-    RequireFitForUTF8(text);
+    ValidateForUTF8(text);
     return FromNativeUnicode(Transcode<UTF32>(text));
 }
 
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF32> text) {
-    RequireFitForUTF8(text);
+    ValidateForUTF8(text);
     return FromNativeUnicode(Transcode<UTF32>(text));
 }
 

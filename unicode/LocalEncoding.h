@@ -1,8 +1,7 @@
-// The bridge between text in the encoding of the process's locale and text in Unicode.
+// Transcodes between the encoding of the current locale and Unicode.
 //
-// The C library converts, by mbstowcs and wcstombs under the current LC_CTYPE, with its wide
-// characters taken to be UTF-32. Nothing here calls setlocale: in a process that has set no locale,
-// whatever is beyond ASCII is refused and never garbled.
+// Uses mbstowcs and wcstombs in the current LC_CTYPE; wchar_t is taken as UTF-32. Nothing here
+// calls setlocale: in a process that has not called it either, conversions of non-ASCII text throw.
 #pragma once
 
 #include "data/ConstData.h"
@@ -20,37 +19,38 @@ class WideToMultiByteConvertError : public DebuggableException {};
 // A sequence of bytes that the locale cannot decode.
 class MultiByteToWideConvertError : public DebuggableException {};
 
-// The name of the locale's encoding, as nl_langinfo(CODESET) has it: "UTF-8". The tag is not looked
-// at, and nothing here goes by the name. Throws ConstDataCapacityExceeded if it has more than 48
-// bytes.
+// Returns nl_langinfo(CODESET), for example "UTF-8". Throws ConstDataCapacityExceeded if the name
+// is longer than 48 bytes.
 ConstDataWithCapacity<48> IANAEncodingName(Local8Bit);
 
-// The conversion itself, from and to the wide characters of the platform. A text marked as
-// terminated is read in place. Throw MultiByteToWideConvertError and WideToMultiByteConvertError.
+// Convert from and to the wide characters of the platform. Text that is marked as terminated is not
+// copied. Throw MultiByteToWideConvertError and WideToMultiByteConvertError.
 //
-// Deliberate: a text ends at its first NUL, and an empty result is the allocated form of the empty
-// string. The wide characters are not tested to be Unicode, on either side.
+// Deliberate: the text ends at its first NUL, an empty result is the allocated empty string, and
+// wide characters are not checked to be Unicode.
 AutoUString<UTF32> ToNativeUnicode(UStringRef<Local8Bit> text);
 AutoUString<Local8Bit> FromNativeUnicode(UStringRef<UTF32> text);
 
-// By ToNativeUnicode, then Transcode; so an empty result is the string of null pointers. Throw
-// MultiByteToWideConvertError, and InvalidTextEncoding for wide characters that Transcode refuses.
+// Call ToNativeUnicode, then Transcode; so an empty result is the null string. Throw
+// MultiByteToWideConvertError, and InvalidTextEncoding for wide characters that Transcode rejects.
 AutoUString<UTF8> ToUTF8(UStringRef<Local8Bit> text);
 AutoUString<UTF16> ToUTF16(UStringRef<Local8Bit> text);
 AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 
-// By Transcode, then FromNativeUnicode; so an empty result is allocated. Throw InvalidTextEncoding,
-// and after that WideToMultiByteConvertError. All of the text is validated, also behind a NUL.
+// Call Transcode, then FromNativeUnicode; so an empty result is the allocated empty string. Throw
+// InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
+// also behind a NUL.
 //
-// Deliberate: UTF-16 and UTF-32 must be fit for UTF-8, so that 0xD800 is an InvalidTextEncoding.
-// For UTF-8 it is enough to be fit for UTF-32, so that an encoded surrogate is shown to the locale.
+// Deliberate: text that cannot be transcoded to UTF-8 throws InvalidTextEncoding; a lone surrogate
+// in UTF-16 or UTF-32 does. UTF-8 is validated by its transcoding to UTF-32, which accepts encoded
+// surrogates; those are passed to the locale.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF32> text);
 
 } // namespace UnixPlatform
 
-// ToUTF8 and ToLocal8Bit, for code that is written for any pair.
+// ToUTF8 and ToLocal8Bit, for generic code.
 template <>
 AutoUString<UTF8> Transcode<UTF8, Local8Bit>(UStringRef<Local8Bit> text);
 template <>

@@ -1,8 +1,7 @@
-// A raw pointer with one owner and its way of being released: how a buffer gets from the allocator
-// to the string that keeps it.
+// An owner of a pointer with a disposer, for the way of a buffer from the allocator to its string.
 //
-// Ownership runs one way: Allocate gives an Owned; filled, it is moved to what keeps the buffer. If
-// anything throws in between, the Owned frees it.
+// Allocate returns an Owned, which is filled and then moved into the string. If anything throws in
+// between, the Owned frees the buffer.
 #pragma once
 
 #include <concepts>
@@ -11,10 +10,10 @@
 #include <new>
 #include <utility>
 
-// Without state: the plain global operator new and operator delete.
+// Stateless: calls the global operator new and operator delete.
 template <class T>
 struct Allocator {
-    // Uninitialised room for `count` elements. Throws std::bad_alloc.
+    // Returns uninitialized memory for `count` elements. Throws std::bad_alloc.
     T* Allocate(std::uint64_t count) const {
         if (count > std::numeric_limits<std::size_t>::max() / sizeof(T))
             throw std::bad_array_new_length();
@@ -32,8 +31,8 @@ struct DisposeByAllocator {
     std::uint64_t count = 0;
 };
 
-// `P` is a pointer and `D` releases what it points to: `disposer(pointer)`. Moved only; what has
-// been moved from is empty, its pointer null and its disposer as new.
+// `P` is a pointer, and `D` releases it: `disposer(pointer)`. Move-only. A moved-from object has a
+// null pointer and a default disposer.
 template <class P, class D>
 class Owned {
 public:
@@ -41,7 +40,7 @@ public:
     Owned(P taken, D releasedBy) : disposer(std::move(releasedBy)), pointer(taken) {}
 
     Owned(Owned&& other) noexcept
-        : disposer(std::exchange(other.disposer, D())), pointer(other.Yield()) {}
+        : disposer(std::exchange(other.disposer, D())), pointer(other.TakePointer()) {}
     Owned& operator=(Owned&& other) noexcept {
         Owned taken(std::move(other));
         std::swap(disposer, taken.disposer);
@@ -57,25 +56,25 @@ public:
     P Pointer() const { return pointer; }
     D const& Disposer() const { return disposer; }
 
-    // Gives up the ownership and is empty from then on. The caller releases what it gets.
+    // Returns the pointer and gives up its ownership.
     [[nodiscard]] P Release() {
         disposer = D();
-        return Yield();
+        return TakePointer();
     }
 
 private:
-    P Yield() { return std::exchange(pointer, P()); }
+    P TakePointer() { return std::exchange(pointer, P()); }
 
     D disposer{};
-    P pointer{}; // Null when there is nothing to release.
+    P pointer{}; // Null if there is nothing to release.
 };
 
-// An array of units that is being handed on.
+// An array that moves from owner to owner.
 template <class T>
 using OwnedArray = Owned<T*, DisposeByAllocator<T>>;
 
-// Uninitialised room for `count` units, with `count` in the disposer. The second argument is a hint
-// for the place, and is ignored. Throws std::bad_alloc.
+// Returns uninitialized memory for `count` code units, with `count` in the disposer. The second
+// argument is ignored. Throws std::bad_alloc.
 template <class T>
 requires std::same_as<T, char> || std::same_as<T, unsigned char> ||
     std::same_as<T, unsigned short> || std::same_as<T, unsigned int>
@@ -83,7 +82,7 @@ requires std::same_as<T, char> || std::same_as<T, unsigned char> ||
     return OwnedArray<T>(Allocator<T>().Allocate(count), DisposeByAllocator<T>{count});
 }
 
-// Wraps a pointer from elsewhere; nothing is copied.
+// Takes ownership of `pointer`.
 template <class P, class D>
 Owned<P, D> Seize(P pointer, D disposer) {
     return Owned<P, D>(pointer, std::move(disposer));

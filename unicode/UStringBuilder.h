@@ -1,4 +1,4 @@
-// The last stage of a transcoding: collects the units that it receives.
+// The last stage of a transcoding: collects code units.
 #pragma once
 
 #include <cstdint>
@@ -8,11 +8,10 @@
 #include "unicode/Owned.h"
 #include "unicode/UTextReceiver.h"
 
-// Start drops what was received and allocates room for `initialCapacity` units; a builder is given
-// one from which it seldom has to grow. Where it has to, it grows to twice its capacity, or to what
-// is needed if that is more. Zero is allowed.
+// Start clears the text and allocates the initial capacity, which may be 0. A builder that has to
+// grow doubles its capacity, or allocates the size needed if that is more.
 //
-// Error handling: std::bad_alloc passes through Start and Receive; what was held is still held.
+// Error handling: std::bad_alloc passes through Start and Receive; the text is then unchanged.
 template <UnicodeEncoding E>
 class UStringBuilder : UTextReceiver<E> {
 public:
@@ -20,27 +19,26 @@ public:
 
     explicit UStringBuilder(std::uint64_t unitsAtStart) : initialCapacity(unitsAtStart) {}
 
-    // Stages point at each other, so a builder stays where it is.
+    // Not copyable, because other stages point to it.
     UStringBuilder(UStringBuilder const&) = delete;
     UStringBuilder& operator=(UStringBuilder const&) = delete;
 
-    // The receiver to push into.
+    // Returns its receiver.
     UTextReceiver<E>& operator()() { return *this; }
 
-    // What was received since Start, not terminated. Dies with the builder and with the next call
-    // of its receiver: MakeUString copies it.
+    // Returns the text received since Start, not NUL-terminated. Valid until the next call of the
+    // receiver.
     ConstArrayOf<Unit> Text() const {
         return ConstArrayOf<Unit>(storage.Pointer(), static_cast<Unit const*>(position));
     }
 
-    // In units; 0 until Start.
+    // In code units; 0 before Start.
     std::uint64_t Capacity() const { return capacity; }
 
 private:
     void Start(E) override;
 
-    // Deliberate: the units that come are counted in 32 bits, so of a piece of 2^32 units and more
-    // only the remainder is taken.
+    // Deliberate: the length of a chunk is taken modulo 2^32.
     void Receive(ConstArrayOf<Unit> units) override;
 
     void Grow(std::uint64_t held, std::uint64_t needed);
@@ -48,5 +46,5 @@ private:
     std::uint64_t initialCapacity;
     std::uint64_t capacity = 0;
     OwnedArray<Unit> storage;
-    Unit* position = nullptr; // Behind the last unit received.
+    Unit* position = nullptr; // The end of the text.
 };

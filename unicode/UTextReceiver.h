@@ -1,27 +1,24 @@
-// The push protocol for text in a known encoding: DataReceiver, with units instead of bytes.
+// The push protocol for text: like DataReceiver, with code units of a known encoding.
 #pragma once
 
 #include "data/ArrayOf.h"
 #include "unicode/Encodings.h"
 
-// A sink of text between Start and ReceiveEnd.
+// Calling sequence and error handling: see DataReceiver. A chunk boundary may be inside a sequence.
 //
-// Calling sequence and error handling: those of DataReceiver. A sequence of several units may be
-// cut anywhere.
-//
-// Deliberate: nothing is pure. The class itself is the receiver that drops everything, and a
-// receiver overrides what it has a use for.
+// Deliberate: no function is pure. The class itself drops everything, and a derived class overrides
+// the functions that it needs.
 template <TextEncoding E>
 class UTextReceiver {
 public:
     virtual ~UTextReceiver() = default;
 
-    // The tag only names the encoding.
+    // The argument is a tag without a value.
     virtual void Start(E) {}
 
-    // `units` are valid for the call only.
+    // The code units are valid during the call only.
     virtual void Receive(ConstArrayOf<typename E::Unit>) {}
 
-    // Nothing comes behind this but another Start.
+    // Only another Start may follow.
     virtual void ReceiveEnd() {}
 };

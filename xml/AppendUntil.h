@@ -1,4 +1,4 @@
-// Appends text up to a byte of a small set, as the parser reads its tokens.
+// Appends text up to the first byte of a small set; the parser reads tokens by it.
 #pragma once
 
 #include <bit>
@@ -8,11 +8,11 @@
 
 #include "simd/FindByte.h"
 
-// Appends the bytes up to the first one that is one of `wanted` to `target`, and returns its place,
-// or `end`. `block` is the length of most runs, rounded up to 16, 32, 48 or 64.
+// Appends the bytes before the first match of `wanted` to `target`. Returns the match, or `end`.
+// `block` is the length of most runs, rounded up to 16, 32, 48 or 64.
 //
-// A short run is found in one or two masks of a whole block; the block is appended whole, and cut
-// back. No branch depends on the length, which the processor could not predict.
+// A short run is found in one or two masks of a block. The block is appended whole and truncated,
+// so no branch depends on the length, which would be mispredicted.
 template <int block, class... Bytes>
 inline char const* AppendUntil(std::string& target, char const* from,
                                                       char const* end, Bytes... wanted) {
@@ -22,7 +22,7 @@ inline char const* AppendUntil(std::string& target, char const* from,
         target.append(from, block);
         if (found != 0) {
             auto const length = static_cast<std::size_t>(std::countr_zero(found));
-            target.erase(size + length); // unlike resize, it never grows
+            target.erase(size + length); // unlike resize, has no code for growing
             return from + length;
         }
         from += block;

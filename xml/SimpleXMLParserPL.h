@@ -1,8 +1,7 @@
-// A small, lenient reader of XML: bytes in, events out.
+// A small, lenient XML parser that reports events.
 //
-// It is made for documents whose shape the reader knows, and is no conforming processor: it reports
-// no error, checks nothing, and knows no namespaces, no DOCTYPE and no encoding. Whatever does not
-// fit is absorbed by the rules below. One thread.
+// For documents of known structure. Not a conforming processor: it reports no errors, validates
+// nothing, and has no support for namespaces, DOCTYPE and encodings. Not thread-safe.
 #pragma once
 
 #include <string>
@@ -10,39 +9,38 @@
 
 #include "xml/XMLHandler.h"
 
-// Reads a document in pieces of any size; where it is cut makes no difference to the events.
+// Parses a document in chunks. The events are independent of how the input is split.
 //
-// Calling sequence: Parse, as often as there are bytes. Nothing ends a document: text and tags that
-// are still open when the bytes end are never delivered, and only the handler can tell whether the
-// document was complete. After one that ended behind a tag, another one may follow.
+// Calling sequence: Parse for each chunk. There is no call for the end of a document: text and tags
+// that are incomplete at the end of the input are not reported, and the handler decides whether the
+// document was complete. Another document may follow one that ended with a tag.
 //
-// What becomes of the input, where it is not as elsewhere. All of it is deliberate:
-// - White space in a tag is the blank alone. Tab, CR and LF there are ordinary bytes, so they
-//   become part of names. In text all white space is kept, and no line end is changed.
-// - Text arrives in several calls: one for each stretch between tags, escapes and CDATA sections,
+// Deliberate differences from the XML standard:
+// - Whitespace in a tag is the space alone. Tab, CR and LF are ordinary bytes there and become part
+//   of names. In text, whitespace and line ends are kept unchanged.
+// - Text is reported in several calls: one for each run between tags, escapes and CDATA sections,
 //   and one for each escape.
-// - An end tag is the bytes after its slash up to ">", blanks too. Nothing is matched with a start
-//   tag. "<a/>" is an end tag only; behind a blank or an attribute the slash is part of an
-//   attribute name. Documents for this reader give every element an end tag of its own.
-// - Attribute names run to the next "=", over everything; what follows is skipped up to a quote.
-// - In a start tag's name a single dash is dropped, and a second one begins a comment.
-// - A comment ends with ">" straight behind two or more dashes, not counting those that opened it.
-// - "?" before an attribute is skipped. A name that begins with "?" makes an instruction, and one
-//   such as "!DOCTYPE" an element.
-// - In a CDATA section NUL bytes are dropped.
+// - The name of an end tag is all bytes from its slash to ">", including spaces. End tags are not
+//   matched with start tags. "<a/>" is only an end tag; behind a space or an attribute, the slash
+//   is part of an attribute name. So every element needs an end tag.
+// - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
+// - In the name of a start tag, a single dash is dropped, and a second one begins a comment.
+// - A comment ends at a ">" directly behind two or more dashes, not counting the opening ones.
+// - "?" before an attribute is skipped. A name that starts with "?" is a processing instruction; a
+//   name such as "!DOCTYPE" is an element.
+// - In a CDATA section, NUL bytes are dropped.
 // - Escapes: &lt; &gt; &amp; &quot; and hexadecimal references up to 0xFF, written with a small x.
 //   A reference gives one byte, not a character. Every other escape stays as it was written, and
 //   one with no semicolon lasts until the next semicolon, over tags and quotes.
 //
-// Error handling: nothing in the input is an error. What a handler throws, and std::bad_alloc,
-// passes through Parse; the rest of those bytes is lost, and the reader stays in the state that it
-// was about to leave.
+// Error handling: no input is an error. Exceptions of the handler and std::bad_alloc pass through
+// Parse; the rest of the chunk is lost, and the parser keeps the state that it was about to leave.
 class SimpleXMLParserPL : public XMLHandler {
 public:
-    // The events go to the parser's own operations, which a subclass overrides.
+    // Reports the events to its own virtual functions, which a derived class overrides.
     SimpleXMLParserPL();
 
-    // The events go to `receiver`.
+    // Reports the events to `receiver`.
     explicit SimpleXMLParserPL(XMLHandler& receiver);
 
     SimpleXMLParserPL(SimpleXMLParserPL const&) = delete;
@@ -50,12 +48,12 @@ public:
 
     ~SimpleXMLParserPL() override;
 
-    // Reads the next bytes of the document. Allocates nothing once its strings have grown to what
-    // the document holds.
+    // Parse the next chunk. Allocate only while the internal strings are shorter than those of the
+    // document.
     void Parse(char const* bytes, unsigned int count);
     void Parse(std::string const& text);
 
-    // These do nothing.
+    // Do nothing.
     void StartElement(std::string const& name,
                       std::vector<XMLAttribute const*> const& attributes) override;
     void EndElement(std::string const& name) override;
@@ -66,7 +64,7 @@ private:
         InCharacterData,   // between tags, and at the start
         InEscape,          // after an ampersand in text
         InElementName,     // after "<"
-        InEndElementName,  // after "/" where the name is read
+        InEndElementName,  // after "/" in the name
         BetweenAttributes, // in a tag, before an attribute name
         InAttributeName,
         BeforeAttributeValue, // after "=", up to a quote
@@ -76,17 +74,17 @@ private:
         InCData
     };
 
-    // One step of the machine: the action of leaving the current state for `next`, then that of
-    // entering `next`. The state changes last, so an exception leaves it as it was.
+    // Performs the action for leaving the current state, then that for entering `next`. The state
+    // changes last, so an exception does not change it.
     inline void TransitionState(State next);
 
-    // What the gathered escape stands for. Valid until the next escape.
+    // Returns the text of the current escape, valid until the next one.
     std::string const& DecodeEscapeString();
 
     void ParseRange(char const* from, char const* end);
 
-    // Each takes the bytes of one state, from the first one (there is one) to the byte that leaves
-    // the state, that byte included, or to the end. Yields where it stopped.
+    // Consume the bytes of one state up to and including the byte that leaves the state, or to the
+    // end. Return the first byte not consumed. REQUIRES: `from` is not `end`.
     inline char const* ReadCharacterData(char const* from, char const* end);
     char const* ReadEscape(char const* from, char const* end, State outer);
     inline char const* ReadElementName(char const* from, char const* end);
@@ -113,11 +111,10 @@ private:
 
     State currentState = InCharacterData;
 
-    // These four, the two pointers and the two counters are set by the transitions before they are
-    // read.
-    char currentCharacter;  // the byte that brought about the transition
-    char previousCharacter; // in a CDATA section: the last byte and the one before it, which wait
-    char earlierCharacter;  // until it is known that they do not belong to "]]>"; 0 for none
+    // Transitions set these four, the two pointers and the two counters before they are read.
+    char currentCharacter;  // the byte that caused the transition
+    char previousCharacter; // in a CDATA section: the last byte and the one before it, held back
+    char earlierCharacter;  // because they may belong to "]]>"; 0 for none
     char attributeQuote;
 
     std::string characterData;
@@ -128,8 +125,8 @@ private:
     std::vector<XMLAttribute> attributeStorage; // reused from tag to tag, never shrunk
     std::string* currentAttributeName;          // both in the entry that is being filled
     std::string* currentAttributeValue;
-    unsigned int attributeCount; // complete ones, in the current tag
+    unsigned int attributeCount; // the complete ones of the current tag
 
-    int dashCount; // in a name or a comment; stays at 2, where the number no longer matters
+    int dashCount; // in a name or a comment; at most 2
     XMLHandler* handler;
 };

@@ -1,7 +1,6 @@
-// The events of an XML document, as a reader meets them.
+// The interface for parser events.
 //
-// What an event is given belongs to the reader: it is valid for the call alone, and is reused for
-// the next event. One thread.
+// The parser owns the arguments: they are valid during the call only. Not thread-safe.
 #pragma once
 
 #include <string>
@@ -12,24 +11,24 @@
 // A name and its value.
 using XMLAttribute = Pair<std::string, std::string>;
 
-// A receiver of events. Names and texts are bytes of whatever encoding the document has.
+// A receiver of events. Names and texts are bytes in the encoding of the document.
 //
-// Error handling: what an operation throws passes through the reader.
+// Error handling: exceptions pass through the parser.
 class XMLHandler {
 public:
     virtual ~XMLHandler() = default;
 
-    // A start tag. The attributes stand in document order, duplicates and all.
+    // A start tag. Attributes are in document order, including duplicates.
     virtual void StartElement(std::string const& name,
                               std::vector<XMLAttribute const*> const& attributes) = 0;
 
-    // An end tag, whether or not a start tag of that name came before it.
+    // An end tag. There may be no matching start tag.
     virtual void EndElement(std::string const& name) = 0;
 
-    // Text, never in one piece for sure: a receiver joins what comes between two tags.
+    // Text. The text between two tags may arrive in several calls.
     virtual void Characters(std::string const& text) = 0;
 
-    // An instruction such as the XML declaration. The name begins with "?".
+    // A processing instruction or the XML declaration. The name starts with "?".
     virtual void DoProcessingInstructionElement(std::string const&,
                                                 std::vector<XMLAttribute const*> const&) {}
 };

@@ -1,4 +1,4 @@
-// Reads a document into a tree of its elements.
+// Parses a document into a tree of elements.
 #pragma once
 
 #include <memory>
@@ -8,29 +8,30 @@
 #include "xml/SimpleXMLParserPL.h"
 #include "xml/XMLElementPL.h"
 
-// Calling sequence: Parse for each block, then HasOpenElements and GetRootElement. A document is
-// complete when no element is open and there is a root; ask before looking at the tree.
+// Calling sequence: Parse for each chunk, then HasOpenElements and GetRootElement. A document is
+// complete if there is a root and no element is open.
 //
-// It accepts everything, as its base does: an end tag closes the innermost element, whatever its
-// name, or nothing if none is open. Text outside the root is dropped. Several outermost elements
-// take over the same root one after the other, and the last one stays; so "<a/>", which is an end
-// tag only, closes its parent. Instructions and the XML declaration leave no trace.
+// Like its base class, it accepts every input:
+// - An end tag closes the innermost open element, whatever its name, or does nothing if there is
+//   none. So "<a/>", which is only an end tag, closes its parent.
+// - Text outside the root is dropped.
+// - If there are several outermost elements, each replaces the root, and the last one stays.
+// - Processing instructions and the XML declaration are dropped.
 //
-// The parser owns the tree: what it hands out lives as long as the parser does and no Parse or
-// Reset of the element changes it.
+// The parser owns the tree. References into it are valid as long as the parser, until a Parse or an
+// XMLElementPL::Reset changes the element.
 class XMLTreeParserPL : public SimpleXMLParserPL {
 public:
     XMLTreeParserPL();
     ~XMLTreeParserPL() override;
 
-    // Forgets which elements are open, and nothing else: the next start tag begins a new root in
-    // the place of the old one. The tree, the state of the base and its gathered text stay, so it
-    // is for use between documents that end cleanly.
+    // Clears the stack of open elements, so the next start tag replaces the root. The tree and the
+    // state of the base class do not change: it is meant for use after complete documents.
     void Reset();
 
     bool HasOpenElements() const { return !elementStack.empty(); }
 
-    // Null before the first element.
+    // Null before the first start tag.
     XMLElementPL* GetRootElement() const { return rootElement.get(); }
 
     void StartElement(std::string const& name,
@@ -43,5 +44,5 @@ private:
                             std::vector<XMLAttribute const*> const& attributes);
 
     std::unique_ptr<XMLElementPL> rootElement;
-    std::vector<XMLElementPL*> elementStack; // the open ones, outermost first
+    std::vector<XMLElementPL*> elementStack; // the open elements, outermost first
 };

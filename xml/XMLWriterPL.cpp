@@ -13,9 +13,9 @@ namespace {
 
 using namespace Ascii::Sets;
 
-// As many tabs as are mostly wanted, and either opening of a tag behind them.
+// Enough tabs for most documents, followed by either opening of a tag.
 constexpr std::string_view tabsAndOpening = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t</";
-constexpr std::size_t mostTabs = tabsAndOpening.size() - 2;
+constexpr std::size_t maxTabs = tabsAndOpening.size() - 2;
 
 constexpr AsciiSet nameBegin = alphabetic_ | AsciiSet::Only(':');
 constexpr AsciiSet nameRest =
@@ -31,7 +31,7 @@ ConstData View(StringPL const& text) {
     return ConstData(text.AsChar(), static_cast<unsigned int>(text.GetLength()));
 }
 
-// A name beyond what a StringPL can hold makes its constructor throw.
+// Saturates, so that the constructor of StringPL throws for a name that is too long.
 unsigned int StringPLCount(ConstData name) {
     return static_cast<unsigned int>(
         std::min<std::size_t>(name.Length(), std::numeric_limits<unsigned int>::max()));
@@ -59,8 +59,8 @@ char const* CharEnd(ConstData data) { return reinterpret_cast<char const*>(data.
     throw InvalidXMLAttributeName(message.AsChar());
 }
 
-// The walk over the text of a comment. A dash behind a dash is left out, and the byte behind that
-// takes its place unseen.
+// Iteration over the text of a comment: the second of two dashes is dropped, and the byte behind it
+// is not examined.
 bool IsLeftOut(ConstData comment, std::size_t index) {
     return comment[index] == '-' && comment[index - 1] == '-';
 }
@@ -81,7 +81,7 @@ bool ShowsLineFeed(ConstData comment) {
 
 constinit XMLWriterPL::AttributeList const XMLWriterPL::emptyAttributeList;
 
-// A document is many small pieces, so what stands between the writer and the receiver is inline.
+// Inline, because a document is many short writes.
 
 inline void XMLWriterPL::Write(ConstData text) { receiver->Receive(text); }
 
@@ -89,22 +89,22 @@ inline void XMLWriterPL::BreakLine() {
     receiver->ReceiveLineBreak(Range<unsigned long long>{0, 0});
 }
 
-// Writes all tabs but the last few, which go out with what follows them, and yields those.
+// Writes tabs until at most `maxTabs` are left, and returns the number left.
 [[gnu::noinline]] std::size_t XMLWriterPL::WriteTabs(std::size_t tabs) {
-    for (; tabs > mostTabs; tabs -= mostTabs)
-        Write(tabsAndOpening.substr(0, mostTabs));
+    for (; tabs > maxTabs; tabs -= maxTabs)
+        Write(tabsAndOpening.substr(0, maxTabs));
     return tabs;
 }
 
-// The line of a tag with as many elements around it, and the tag's opening, "<" or "</". Tabs and
-// opening go out as one view where they can.
+// Starts the line of a tag at this depth, and writes its opening, "<" or "</". The last tabs and
+// the opening are one view.
 inline void XMLWriterPL::OpenTagOnNewLine(std::size_t depth, ConstData opening) {
     if (style.number < XMLFormatFlat)
         BreakLine();
     std::size_t tabs = style.number == XMLFormatTabbed ? depth : 0;
-    if (tabs > mostTabs)
+    if (tabs > maxTabs)
         tabs = WriteTabs(tabs);
-    char const* const end = tabsAndOpening.data() + mostTabs;
+    char const* const end = tabsAndOpening.data() + maxTabs;
     Write(ConstData(end - tabs, end + opening.Length()));
 }
 
@@ -113,8 +113,7 @@ inline void XMLWriterPL::BeginContent() {
         BreakLine();
 }
 
-// The name that was closed last stays for the next element, which is mostly a sibling with room
-// enough in it: so a row of elements allocates once.
+// Reuses the buffer of the name closed last, so a sequence of siblings allocates once.
 inline void XMLWriterPL::PushName(ConstData name) {
     if (!keepsClosedName) {
         openElements.emplace_back(CharBegin(name), StringPLCount(name));
@@ -178,7 +177,7 @@ void XMLWriterPL::BeginElement(ConstData name, AttributeList const& attributes) 
     lastWritten = StartTag;
 }
 
-// Out of the way of the many elements that have none.
+// Not inlined, because most elements have no attributes.
 [[gnu::noinline]] void XMLWriterPL::WriteAttributes(AttributeList const& begun) {
     while (begun.IsNext()) {
         Pair<StringPL, StringPL> const& attribute = begun.GetNext();
@@ -232,7 +231,7 @@ void XMLWriterPL::WriteCDataString(char const* text) {
     lastWritten = Content;
 }
 
-// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is public
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 void XMLWriterPL::WriteComment(StringPL text) {
     ConstData const comment = View(text);
     bool const onOwnLines = ShowsLineFeed(comment);

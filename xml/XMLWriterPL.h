@@ -1,7 +1,6 @@
-// Writes an XML document as a sequence of calls, and keeps the stack of open elements itself.
+// Writes an XML document to a LineReceiver, and tracks the open elements.
 //
-// The output is text and breaks for a LineReceiver, which decides what a break is. What is written
-// is what SimpleXMLParserPL can read back: every element gets an end tag of its own. One thread.
+// SimpleXMLParserPL can parse the output: every element gets an end tag. Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +14,7 @@
 
 class LineReceiver;
 
-// A name that XMLWriterPL refused; the text tells which.
+// An invalid name; the message contains it.
 class InvalidXMLElementName : public ExceptionPL {
     using ExceptionPL::ExceptionPL;
 };
@@ -26,31 +25,30 @@ class InvalidXMLAttributeName : public ExceptionPL {
 // A writer for one document.
 //
 // Calling sequence: BeginDocument; any mix of BeginElement, EndElement and content; EndDocument.
-// Nothing enforces it, and nothing is written by the destructor: an abandoned document stays
-// unfinished.
+// The order is not checked, and the destructor writes nothing: an abandoned document is incomplete.
 //
-// All text goes to the receiver as views of the arguments, in runs between the bytes that are
-// replaced; only element names are copied.
+// The receiver gets views of the arguments, of constants, and of temporaries for escaped bytes.
+// They are valid during the call only. Element names are copied, other arguments are not.
 //
-// Escapes. "<", ">" and "&" are written as &lt; &gt; &amp; everywhere. Deliberate: a double quote
-// is replaced, by &quot;, only in attribute values, a single quote nowhere, and bytes of 0x80 and
-// above only by WriteString, each by a hexadecimal reference of its own. Control bytes and line
-// feeds go out as they are.
+// Escapes: "<", ">" and "&" are written as &lt; &gt; &amp; in text and attribute values.
+// Deliberate: a double quote is escaped, as &quot;, in attribute values only; a single quote never;
+// bytes from 0x80 on by WriteString only, each as one hexadecimal reference. Control bytes and line
+// feeds are written unchanged.
 //
-// Error handling: names are checked, as far as `checkNames` asks for it, and nothing else is. What
-// the receiver throws passes through, and the writer stays as it was at that moment.
+// Error handling: only names are checked, if `checkNames` is set. Exceptions of the receiver pass
+// through, and the writer keeps the state it had at that moment.
 class XMLWriterPL {
 public:
-    // By name and value.
+    // Names and values.
     using AttributeList = ListPL<Pair<StringPL, StringPL>>;
 
-    // How a document is laid out.
+    // The layouts of a document.
     enum : std::uint32_t {
-        // A break and one tab for each open element before each start tag, and before an end tag
-        // that follows an end tag.
+        // A line break and one tab for each open element before each start tag, and before an end
+        // tag that follows an end tag.
         XMLFormatTabbed = 0,
         XMLFormatLined = 1, // the same without tabs
-        XMLFormatFlat = 2   // no break, but in a comment that has a line feed; so is all above
+        XMLFormatFlat = 2   // line breaks only in comments with a line feed; also for higher values
     };
     struct XMLFormatStyle {
         constexpr XMLFormatStyle(std::uint32_t layout) : number(layout) {}
@@ -58,17 +56,18 @@ public:
         std::uint32_t number;
     };
 
-    // For elements without attributes. It stays empty, so all writers can share it.
+    // For elements without attributes.
     static AttributeList const emptyAttributeList;
 
     XMLWriterPL(LineReceiver& lineReceiver, XMLFormatStyle const& formatStyle);
 
-    // Starts the receiver, and writes the XML declaration and the root's start tag. The encoding is
-    // only named, and goes out as it is.
+    // Starts the receiver, and writes the XML declaration and the root's start tag. The name of the
+    // encoding is written unescaped; nothing is transcoded.
     void BeginDocument(StringPL const& rootName, AttributeList const& attributes,
                        NullOr<StringPL> const& encoding);
 
-    // Closes all open elements, innermost first, and ends the receiver. No break follows.
+    // Ends all open elements, innermost first, and ends the receiver. Writes no line break at the
+    // end.
     void EndDocument();
 
     // Throw InvalidXMLElementName or InvalidXMLAttributeName, with nothing written, if `checkNames`
@@ -81,23 +80,22 @@ public:
     // Ends the innermost open element. REQUIRES: there is one.
     void EndElement();
 
-    // Text. Behind an end tag it begins on a line of its own, at the margin, except in the flat
-    // styles.
+    // Write text. After an end tag, it starts on a new line without tabs, except in flat layout.
     void WriteString(ConstData text);
     void WriteString(StringPL const& text);
     void WriteUTF8String(char const* text);
 
-    // A section, with a break before it as for text. REQUIRES: no "]]>" in `text`.
+    // Writes a CDATA section, with a line break like text. REQUIRES: no "]]>" in `text`.
     void WriteCDataString(char const* text);
 
-    // A comment, on a line of its own except in the flat styles. If a line feed is found behind its
-    // first byte, its text stands between two breaks, in all styles.
+    // Writes a comment, on a new line except in flat layout. If there is a line feed behind its
+    // first byte, the text is written between two line breaks, in all layouts.
     //
-    // Deliberate: a dash behind a dash is left out, and the byte behind it is not looked at. So
-    // runs of dashes are thinned, but three still leave two; and a line feed there is not found.
+    // Deliberate: the second of two dashes is dropped and the byte behind it is not examined. So
+    // three dashes leave two, and a line feed at that position does not count.
     void WriteComment(StringPL text);
 
-    // The escaping alone. `isUTF8` leaves bytes of 0x80 and above as they are.
+    // Write escaped bytes and nothing else. With `isUTF8`, bytes from 0x80 on are not escaped.
     void WriteCharacterData(ConstData data, bool isUTF8);
     void WriteAttributeValue(ConstData value);
 
@@ -122,11 +120,13 @@ private:
     XMLFormatStyle style;
 
 public:
-    // Cleared by who writes names that need no check, or that would not pass it.
+    // If false, names are written without a check.
     bool checkNames = true;
 
 private:
-    std::vector<StringPL> openElements; // outermost first, and perhaps one closed name behind them
+    // The names of the open elements, outermost first. If `keepsClosedName` is set, the last entry
+    // is not open: it is the name closed last, kept for its buffer.
+    std::vector<StringPL> openElements;
     Written lastWritten = Nothing;
     bool keepsClosedName = false;
 };

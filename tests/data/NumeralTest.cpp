@@ -137,6 +137,16 @@ TEST(NumeralTest, PaddingCountsDigitsAndLeavesTheSignInFront) {
     EXPECT_EQ(std::string("-").append(63, '0') + "5", CountedText(numeral));
 }
 
+TEST(NumeralTest, PadsTo65DigitsIfThereIsNoSign) {
+    for (int value : {0, 7}) {
+        Numeral numeral(value, 10);
+        numeral.PadTo(65);
+        std::string const expected = std::string(64, '0') + std::to_string(value);
+        EXPECT_EQ(expected, Text(numeral));
+        EXPECT_EQ(expected, CountedText(numeral));
+    }
+}
+
 TEST(NumeralTest, ConversionsCanBeRepeatedAndMixed) {
     Numeral const numeral(-42, 10);
     for (int i = 0; i < 2; ++i) {
