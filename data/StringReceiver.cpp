@@ -12,7 +12,7 @@ namespace {
 
 // Fast path for short runs: appends a block of constant size, overwrites it with the run and erases
 // the rest. (Not by resize, whose code for growing would stay.) XMLWriterPL, whose runs are a few
-// bytes, takes 0.88 of the instructions.
+// bytes, takes 0.89 of the instructions.
 void Append(std::string& target, std::string_view run) {
     static constexpr std::size_t block = 16;
     static constexpr char room[block] = {};
@@ -25,9 +25,8 @@ void Append(std::string& target, std::string_view run) {
         AppendLong(target, run);
         return;
     }
-    char* const end = target.data() + size;
     target.append(room, block);
-    Simd::CopyUpTo16(end, run.data(), run.size());
+    Simd::CopyUpTo16(target.data() + size, run.data(), run.size());
     target.erase(size + run.size());
 }
 
