@@ -1,4 +1,4 @@
-// A locale of which only the two tables of the cases are there, entry by entry as a test likes.
+// Case tables that a test can change entry by entry, in the place of those of the locale.
 #pragma once
 
 #include <array>
@@ -6,15 +6,14 @@
 
 #include <ctype.h>
 
-#include "strings/LocaleLetters.h"
+#include "strings/LocaleCase.h"
 
-// From its construction to its destruction who looks into the tables behind tolower and toupper
-// finds these, in this thread. The functions themselves stay as they are. At first the tables are
-// those of the locale.
+// Replaces the tables behind tolower and toupper in this thread, until its destruction. Does not
+// affect the functions themselves. Starts with the tables of the current locale.
 class OtherCaseTables {
 public:
     OtherCaseTables() {
-        // Its first call sets the locale anew, which would take these tables away again.
+        // Its first call switches the locale, which would put the locale's tables back.
         LettersAreAscii();
         for (int i = 0; i < entries; ++i) {
             lower[i] = formerLower[i - belowZero];
