@@ -58,7 +58,7 @@ std::string ExpectedSigned(long long value, unsigned padding, std::size_t capaci
     return Fitting(value < 0 ? "-" + digits : digits, capacity);
 }
 
-class Mismatches {
+class MadeMismatches {
 public:
     void Check(char const* maker, std::string const& expected, std::string const& made,
                unsigned long long value, unsigned padding) {
@@ -112,7 +112,7 @@ std::vector<unsigned long long> Borders() {
 }
 
 TEST(MakeAsciiNumeralTest, BordersReadAsTheCLibraryPrintsThemWithEveryPadding) {
-    Mismatches mismatches;
+    MadeMismatches mismatches;
     for (unsigned long long value : Borders())
         for (unsigned padding = 0; padding <= 26; ++padding)
             mismatches.CheckAll(value, padding);
@@ -120,7 +120,7 @@ TEST(MakeAsciiNumeralTest, BordersReadAsTheCLibraryPrintsThemWithEveryPadding) {
 }
 
 TEST(MakeAsciiNumeralTest, EveryValueBelowAHundredThousandReadsAsTheCLibraryPrintsIt) {
-    Mismatches mismatches;
+    MadeMismatches mismatches;
     for (unsigned long long value = 0; value < 100000; ++value)
         mismatches.Check("Decimal64", ExpectedDecimal(value, 1, 20),
                          Made(MakeAsciiDecimalNumeral64, value, 1), value, 1);
@@ -130,7 +130,7 @@ TEST(MakeAsciiNumeralTest, EveryValueBelowAHundredThousandReadsAsTheCLibraryPrin
 TEST(MakeAsciiNumeralTest, RandomValuesReadAsTheCLibraryPrintsThem) {
     unsigned const seed = 13;
     std::mt19937_64 random(seed);
-    Mismatches mismatches;
+    MadeMismatches mismatches;
     for (int round = 0; round < 50000; ++round)
         mismatches.CheckAll(random() >> random() % 64, static_cast<unsigned>(random() % 3));
     EXPECT_EQ("", mismatches.text) << "seed " << seed;

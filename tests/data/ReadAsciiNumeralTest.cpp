@@ -102,7 +102,7 @@ Outcome Read(std::string const& text, int base) {
     return {result, value};
 }
 
-class Mismatches {
+class ReadMismatches {
 public:
     template <typename T>
     void Check(char const* reader, std::string const& text, int base) {
@@ -135,7 +135,7 @@ std::string ToText(unsigned long long value, int base) {
 }
 
 TEST(ReadAsciiNumeralTest, EveryByteAtEveryPlaceIsJudgedAsTheStepsSay) {
-    Mismatches mismatches;
+    ReadMismatches mismatches;
     for (std::string const& digits :
          {std::string("1234567890123456789012345"), std::string("0000000000000000000000000"),
           std::string("abcdefABCDEF0123456789abc")})
@@ -157,7 +157,7 @@ TEST(ReadAsciiNumeralTest, EveryByteAtEveryPlaceIsJudgedAsTheStepsSay) {
 TEST(ReadAsciiNumeralTest, EveryShortTextIsReadAsTheStepsSay) {
     std::string const alphabet = Bytes("0159aFgx+- \x00\x80/:");
     std::vector<std::string> texts{""};
-    Mismatches mismatches;
+    ReadMismatches mismatches;
     for (std::size_t i = 0; i < texts.size(); ++i) {
         mismatches.CheckAll(texts[i]);
         for (char byte : alphabet)
@@ -168,7 +168,7 @@ TEST(ReadAsciiNumeralTest, EveryShortTextIsReadAsTheStepsSay) {
 }
 
 TEST(ReadAsciiNumeralTest, BordersAreReadAsTheStepsSayWhateverStandsAround) {
-    Mismatches mismatches;
+    ReadMismatches mismatches;
     std::vector<unsigned long long> const centres{0,
                                                   9,
                                                   10,
@@ -207,7 +207,7 @@ TEST(ReadAsciiNumeralTest, DigitsBehindATextAreNotItsOwn) {
 TEST(ReadAsciiNumeralTest, RandomTextsAreReadAsTheStepsSay) {
     unsigned const seed = 17;
     std::mt19937 random(seed);
-    Mismatches mismatches;
+    ReadMismatches mismatches;
     for (int round = 0; round < 60000; ++round) {
         std::string text = RandomBytes(random, random() % 30,
                                        round % 2 != 0 ? "0123456789" : "0123456789abcdefABCDEF");

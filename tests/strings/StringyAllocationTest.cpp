@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/strings/StringyText.h"
 #include "tests/support/FailingAllocation.h"
 
 namespace {
@@ -14,10 +15,6 @@ namespace {
 std::string const longest(127, 'a'); // The longest text that lies in the object.
 std::string const tooLong(128, 'b');
 std::string const longText(300, 'c');
-
-std::string Bytes(Stringy const& string) {
-    return std::string(static_cast<char const*>(string), string.GetLength());
-}
 
 TEST(StringyAllocationTest, TextsOfUpTo127CharactersCostNothing) {
     EXPECT_EQ(0u, AllocationsOf([] {

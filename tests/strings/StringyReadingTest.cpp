@@ -11,16 +11,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/strings/Relations.h"
+#include "tests/strings/StringyText.h"
 
 namespace {
-
-std::string Bytes(Stringy const& string) {
-    return std::string(static_cast<char const*>(string), string.GetLength());
-}
-
-bool IsNull(Stringy const& string) {
-    return string.GetLength() == 0 && !string.EqualIgnoringCase(string);
-}
 
 TEST(StringyReadingTest, FindGivesTheFirstAndFindFromRightTheLastIndex) {
     Stringy const string("abcabc");

@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/strings/OtherLocale.h"
+#include "tests/strings/StringyText.h"
 
 namespace {
 
@@ -19,10 +20,6 @@ static_assert(std::is_base_of_v<DebuggableException, StringyLengthTooLong>);
 static_assert(sizeof(StringyLengthTooLong) == sizeof(DebuggableException));
 
 // Null and the empty text look alike from outside, but for comparisons that ignore case.
-bool IsNull(Stringy const& string) {
-    return string.GetLength() == 0 && !string.EqualIgnoringCase(string);
-}
-
 bool IsEmptyText(Stringy const& string) {
     return string.GetLength() == 0 && string.EqualIgnoringCase(string);
 }
@@ -32,10 +29,6 @@ bool LiesInside(Stringy const& string) {
     char const* const text = string;
     char const* const object = reinterpret_cast<char const*>(&string);
     return !before(text, object) && before(text, object + sizeof(string));
-}
-
-std::string Bytes(Stringy const& string) {
-    return std::string(static_cast<char const*>(string), string.GetLength());
 }
 
 // Beginnings of a text without repetitions that are shorter than 251 bytes.

@@ -12,11 +12,12 @@
 namespace {
 
 template <class Unit>
-constexpr bool hasOneOwner = !std::is_copy_constructible_v<AutoNullTerminated<Unit>> &&
-                             !std::is_copy_assignable_v<AutoNullTerminated<Unit>> &&
-                             std::is_nothrow_move_constructible_v<AutoNullTerminated<Unit>> &&
-                             std::is_nothrow_move_assignable_v<AutoNullTerminated<Unit>>;
-static_assert(hasOneOwner<char> && hasOneOwner<unsigned int>);
+constexpr bool pointerHasOneOwner =
+    !std::is_copy_constructible_v<AutoNullTerminated<Unit>> &&
+    !std::is_copy_assignable_v<AutoNullTerminated<Unit>> &&
+    std::is_nothrow_move_constructible_v<AutoNullTerminated<Unit>> &&
+    std::is_nothrow_move_assignable_v<AutoNullTerminated<Unit>>;
+static_assert(pointerHasOneOwner<char> && pointerHasOneOwner<unsigned int>);
 
 template <class E>
 void CheckTerminatedView() {

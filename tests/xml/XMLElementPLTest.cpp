@@ -34,14 +34,14 @@ private:
     std::vector<XMLAttribute const*> pointers;
 };
 
-Pointers const none{};
+Pointers const noPointers{};
 
 // A chain of elements, one in the other.
 std::unique_ptr<XMLElementPL> MakeDeepTree(unsigned int depth) {
-    auto root = std::make_unique<XMLElementPL>("r", none);
+    auto root = std::make_unique<XMLElementPL>("r", noPointers);
     XMLElementPL* innermost = root.get();
     for (unsigned int level = 1; level < depth; ++level)
-        innermost = innermost->AddChildElement("e", none);
+        innermost = innermost->AddChildElement("e", noPointers);
     return root;
 }
 
@@ -95,7 +95,7 @@ TEST(XMLElementPLTest, TheFirstOfTwoDuplicatesIsFound) {
 
 TEST(XMLElementPLTest, AnAbsentAttributeIsOneSharedEmptyString) {
     XMLElementPL const element("a", Pointers{{"empty", ""}});
-    XMLElementPL const other("b", none);
+    XMLElementPL const other("b", noPointers);
     EXPECT_FALSE(element.HasAttribute("absent"));
     EXPECT_EQ(element.GetAttribute("absent"), "");
     EXPECT_EQ(&element.GetAttribute("absent"), &other.GetAttribute("id"));
@@ -104,7 +104,7 @@ TEST(XMLElementPLTest, AnAbsentAttributeIsOneSharedEmptyString) {
 }
 
 TEST(XMLElementPLTest, ChildrenStandInOrderAndStayInTheirPlace) {
-    XMLElementPL element("a", none);
+    XMLElementPL element("a", noPointers);
     std::vector<XMLElementPL const*> added;
     for (char name = 'b'; name <= 'z'; ++name)
         added.push_back(element.AddChildElement(std::string(1, name), Pointers{{"n", {name}}}));
@@ -117,9 +117,9 @@ TEST(XMLElementPLTest, ChildrenStandInOrderAndStayInTheirPlace) {
 }
 
 TEST(XMLElementPLTest, AnElementCanBeAddedAsACopyEvenToItself) {
-    XMLElementPL element("a", none);
+    XMLElementPL element("a", noPointers);
     XMLElementPL child("b", Pointers{{"c", "d"}});
-    child.AddChildElement("e", none);
+    child.AddChildElement("e", noPointers);
     XMLElementPL const* const added = element.AddChildElement(child);
     EXPECT_NE(added, &child);
     EXPECT_EQ(TreeText(*added), TreeText(child));
@@ -129,110 +129,110 @@ TEST(XMLElementPLTest, AnElementCanBeAddedAsACopyEvenToItself) {
 
 TEST(XMLElementPLTest, ACopyIsDeepAndOnItsOwn) {
     XMLElementPL source("a", Pointers{{"b", "c"}});
-    XMLElementPL* const child = source.AddChildElement("d", none);
+    XMLElementPL* const child = source.AddChildElement("d", noPointers);
     child->AddChildElement("e", Pointers{{"f", "g"}, {"f", "h"}});
-    child->AddChildElement("i", none)->AddChildElement("j", none);
-    source.AddChildElement("k", none);
+    child->AddChildElement("i", noPointers)->AddChildElement("j", noPointers);
+    source.AddChildElement("k", noPointers);
     XMLElementPL copy(source);
     std::string const text = "a[b=c]{d{e[f=g]i{j}}k}";
     EXPECT_EQ(TreeText(copy), text);
-    child->AddChildElement("new", none);
-    source.Reset("other", none);
+    child->AddChildElement("new", noPointers);
+    source.Reset("other", noPointers);
     EXPECT_EQ(TreeText(copy), text);
-    copy.AddChildElement("l", none);
+    copy.AddChildElement("l", noPointers);
     EXPECT_EQ(TreeText(source), "other");
 }
 
 TEST(XMLElementPLTest, ResetLeavesNothingToBeSeen) {
     XMLElementPL element("a", Pointers{{"b", "1"}, {"c", "2"}});
-    element.AddChildElement("d", none);
+    element.AddChildElement("d", noPointers);
     element.Reset("e", Pointers{{"f", "3"}});
     EXPECT_EQ(TreeText(element), "e[f=3]");
     EXPECT_FALSE(element.HasAttribute("b"));
-    element.Reset("g", none);
+    element.Reset("g", noPointers);
     EXPECT_EQ(TreeText(element), "g");
     element.Reset("h", Pointers{{"i", "4"}, {"j", "5"}, {"k", "6"}});
     EXPECT_EQ(TreeText(element), "h[i=4,j=5,k=6]");
 }
 
 TEST(XMLElementPLTest, OldChildrenAreUsedAgainInTheirOrder) {
-    XMLElementPL element("a", none);
+    XMLElementPL element("a", noPointers);
     XMLElementPL* const first = element.AddChildElement("b", Pointers{{"c", "d"}});
-    XMLElementPL* const inner = first->AddChildElement("inner", none);
-    XMLElementPL* const second = element.AddChildElement("e", none);
-    element.Reset("f", none);
-    EXPECT_EQ(element.AddChildElement("g", none), first);
-    EXPECT_EQ(first->AddChildElement("h", none), inner);
+    XMLElementPL* const inner = first->AddChildElement("inner", noPointers);
+    XMLElementPL* const second = element.AddChildElement("e", noPointers);
+    element.Reset("f", noPointers);
+    EXPECT_EQ(element.AddChildElement("g", noPointers), first);
+    EXPECT_EQ(first->AddChildElement("h", noPointers), inner);
     EXPECT_EQ(element.AddChildElement("i", Pointers{{"j", "k"}}), second);
-    EXPECT_NE(element.AddChildElement("l", none), nullptr);
+    EXPECT_NE(element.AddChildElement("l", noPointers), nullptr);
     EXPECT_EQ(TreeText(element), "f{g{h}i[j=k]l}");
 }
 
 TEST(XMLElementPLTest, WhatIsLeftOverGoesWhenTheChildrenAreAskedFor) {
-    XMLElementPL element("a", none);
+    XMLElementPL element("a", noPointers);
     for (char const* name : {"b", "c", "d"})
-        element.AddChildElement(name, none)->AddChildElement("inner", none);
-    element.Reset("e", none);
-    element.AddChildElement("f", none);
+        element.AddChildElement(name, noPointers)->AddChildElement("inner", noPointers);
+    element.Reset("e", noPointers);
+    element.AddChildElement("f", noPointers);
     XMLElementPL const& readOnly = element;
     EXPECT_EQ(readOnly.GetElementList().size(), 1u);
     EXPECT_EQ(TreeText(element), "e{f}");
-    element.AddChildElement("g", none);
+    element.AddChildElement("g", noPointers);
     EXPECT_EQ(TreeText(element), "e{fg}");
 }
 
 // Deliberate: a child appended by value stands behind the old children and shares their fate.
 TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsFreedWithThem) {
-    XMLElementPL element("a", none);
-    element.AddChildElement("b", none);
-    element.Reset("c", none);
-    element.AddChildElement(XMLElementPL("d", none));
+    XMLElementPL element("a", noPointers);
+    element.AddChildElement("b", noPointers);
+    element.Reset("c", noPointers);
+    element.AddChildElement(XMLElementPL("d", noPointers));
     EXPECT_EQ(TreeText(element), "c");
 }
 
 TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsReused) {
-    XMLElementPL element("a", none);
-    XMLElementPL const* const old = element.AddChildElement("b", none);
-    element.Reset("c", none);
-    XMLElementPL const* const appended = element.AddChildElement(XMLElementPL("d", none));
-    EXPECT_EQ(element.AddChildElement("e", none), old);
-    EXPECT_EQ(element.AddChildElement("f", none), appended);
+    XMLElementPL element("a", noPointers);
+    XMLElementPL const* const old = element.AddChildElement("b", noPointers);
+    element.Reset("c", noPointers);
+    XMLElementPL const* const appended = element.AddChildElement(XMLElementPL("d", noPointers));
+    EXPECT_EQ(element.AddChildElement("e", noPointers), old);
+    EXPECT_EQ(element.AddChildElement("f", noPointers), appended);
     EXPECT_EQ(TreeText(element), "c{ef}");
 }
 
 TEST(XMLElementPLTest, ACursorAtTheEndIsHarmless) {
-    XMLElementPL element("a", none);
-    element.AddChildElement("b", none);
-    element.Reset("c", none);
-    element.AddChildElement("d", none);
+    XMLElementPL element("a", noPointers);
+    element.AddChildElement("b", noPointers);
+    element.Reset("c", noPointers);
+    element.AddChildElement("d", noPointers);
     EXPECT_EQ(TreeText(element), "c{d}");
     EXPECT_EQ(TreeText(element), "c{d}");
-    element.AddChildElement("e", none);
+    element.AddChildElement("e", noPointers);
     EXPECT_EQ(TreeText(element), "c{de}");
-    XMLElementPL childless("f", none);
-    childless.Reset("g", none);
+    XMLElementPL childless("f", noPointers);
+    childless.Reset("g", noPointers);
     EXPECT_EQ(TreeText(childless), "g");
-    childless.AddChildElement("h", none);
+    childless.AddChildElement("h", noPointers);
     EXPECT_EQ(TreeText(childless), "g{h}");
 }
 
 // A cursor into the list of the source would make the copy free what is not its own.
 TEST(XMLElementPLTest, ACopyInTheMiddleOfARecyclingShowsWhatTheSourceShows) {
     for (int reused = 0; reused <= 3; ++reused) {
-        auto source = std::make_unique<XMLElementPL>("a", none);
+        auto source = std::make_unique<XMLElementPL>("a", noPointers);
         for (char const* name : {"b", "c", "d"})
-            source->AddChildElement(name, none);
-        source->Reset("e", none);
+            source->AddChildElement(name, noPointers);
+        source->Reset("e", noPointers);
         std::string expected;
         for (int count = 0; count < reused; ++count) {
-            source->AddChildElement("f", none);
+            source->AddChildElement("f", noPointers);
             expected += "f";
         }
-        XMLElementPL outer("outer", none);
+        XMLElementPL outer("outer", noPointers);
         outer.AddChildElement(*source);
         XMLElementPL untouched(outer);
         XMLElementPL grown(*source);
-        grown.AddChildElement("g", none);
+        grown.AddChildElement("g", noPointers);
         source.reset();
         EXPECT_EQ(TreeText(grown), "e{" + expected + "g}");
         EXPECT_EQ(TreeText(untouched), TreeText(outer));
@@ -241,7 +241,7 @@ TEST(XMLElementPLTest, ACopyInTheMiddleOfARecyclingShowsWhatTheSourceShows) {
 }
 
 TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
-    XMLElementPL element("aNameThatDoesNotFitIntoASmallString", none);
+    XMLElementPL element("aNameThatDoesNotFitIntoASmallString", noPointers);
     std::string const name = "anotherNameThatDoesNotFitIntoOne";
     Pointers const attributes{{"anAttributeWithALongEnoughName", "and with a long enough value"},
                               {"c", "another value of sufficient length"}};
@@ -253,19 +253,19 @@ TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
 TEST(XMLElementPLTest, ADeepTreeIsCopiedTrimmedAndFreedWithoutRecursion) {
     OnSmallStack([] {
         std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
-        XMLElementPL outer("outer", none);
+        XMLElementPL outer("outer", noPointers);
         outer.AddChildElement(*source);
         outer.AddChildElement(outer);
         EXPECT_EQ(DepthOf(outer), deep + 1);
         EXPECT_EQ(DepthOf(outer.GetElementList().back()), deep + 1);
-        outer.Reset("new", none);
+        outer.Reset("new", noPointers);
         EXPECT_TRUE(outer.GetElementList().empty());
     });
 }
 
 TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreedWithoutRecursion) {
     OnSmallStack([] {
-        XMLElementPL outer("outer", none);
+        XMLElementPL outer("outer", noPointers);
         for (int count = 0; count < 10; ++count)
             outer.AddChildElement(*MakeDeepTree(deep / 10));
         XMLElementPL const copy(outer);
@@ -277,12 +277,12 @@ TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreedWithoutRecursion) {
 
 TEST(XMLElementPLTest, AFailedAllocationLosesNothingAndLeavesTheSourceAlone) {
     XMLElementPL source("aNameThatDoesNotFitIntoASmallString", Pointers{{"b", "c"}});
-    source.AddChildElement("d", none)->AddChildElement("e", Pointers{{"f", "g"}});
-    source.AddChildElement("h", none)->AddChildElement("i", none);
+    source.AddChildElement("d", noPointers)->AddChildElement("e", Pointers{{"f", "g"}});
+    source.AddChildElement("h", noPointers)->AddChildElement("i", noPointers);
     std::string const text = TreeText(source);
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {
-            XMLElementPL target("target", none);
+            XMLElementPL target("target", noPointers);
             target.AddChildElement(source);
             target.Reset("aLongNameForTheSecondRoundOfIt", Pointers{{"j", "k"}, {"l", "m"}});
             target.AddChildElement("n", Pointers{{"o", "p"}});

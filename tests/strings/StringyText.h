@@ -1,0 +1,16 @@
+// What the tests of Stringy ask of a string.
+#pragma once
+
+#include <string>
+
+#include "strings/Stringy.h"
+
+// All bytes, those after an embedded NUL too.
+inline std::string Bytes(Stringy const& string) {
+    return std::string(static_cast<char const*>(string), string.GetLength());
+}
+
+// Only a null string is not equal to itself.
+inline bool IsNull(Stringy const& string) {
+    return string.GetLength() == 0 && !string.EqualIgnoringCase(string);
+}
