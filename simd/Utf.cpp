@@ -36,7 +36,7 @@ public:
         CopyEqualUnits();
         while (Has(16, 16)) {
             UtfBlocks::BlockProgress const progress = TranscodeBlock(hasShuffles);
-            if (progress.read == 0 && !TranscodeSequence())
+            if (progress.read == 0 && !TranscodeFewSequences())
                 break;
             Advance(progress);
             CopyEqualUnits();
@@ -99,6 +99,14 @@ private:
         UtfBlocks::BlockProgress const mixed =
             TranscodeMixed(position, sourceEnd - position, target, full - target);
         return mixed.read != 0 ? mixed : run;
+    }
+
+    // Where a block made no progress, the next one would hardly do better.
+    bool TranscodeFewSequences() {
+        for (int count = 0; count < 8; ++count)
+            if (!TranscodeSequence())
+                return false;
+        return true;
     }
 
     UtfBlocks::BlockProgress TranscodeLongSequences() const {
