@@ -9,19 +9,18 @@
 
 namespace {
 
-constexpr unsigned int mostAttempts = 8;
+constexpr unsigned int maxAttempts = 8;
 constexpr unsigned int firstPause = 16; // milliseconds; each further one is twice as long
 
-// What the log is told of an operation.
+// What the log records about an operation.
 struct Call {
     char const* name;
     FileLocation const* first;
     FileLocation const* second;
 };
 
-// The loop that all of the family share. `Hopeless` is the exception that is not worth a second
-// attempt.
-template <typename Hopeless, typename Operation>
+// Retries the operation after every exception except `NonRetryable`.
+template <typename NonRetryable, typename Operation>
 void Retry(Operation const& operation, Call const& call, FileRetryLog const& log) {
     unsigned int pause = firstPause;
     for (unsigned int attempt = 1;; ++attempt, pause *= 2) {
@@ -30,10 +29,10 @@ void Retry(Operation const& operation, Call const& call, FileRetryLog const& log
             if (attempt > 1)
                 log.LogRetrySuccess(call.name, call.first, call.second, attempt);
             return;
-        } catch (Hopeless const&) {
+        } catch (NonRetryable const&) {
             throw;
         } catch (...) {
-            if (attempt == mostAttempts) {
+            if (attempt == maxAttempts) {
                 log.LogRetryFailure(call.name, call.first, call.second, attempt);
                 throw;
             }
@@ -42,8 +41,8 @@ void Retry(Operation const& operation, Call const& call, FileRetryLog const& log
     }
 }
 
-// Never thrown: every exception is worth another attempt.
-struct NothingIsHopeless {};
+// Never thrown, so every exception leads to a retry.
+struct NoException {};
 
 void ForceDirectoryExistenceForEveryone(FileLocation const& location) {
     ForceDirectoryExistence(location, DirectoryCreatingInfo{0777});
@@ -127,12 +126,12 @@ void ForceNonexistenceWithRetry(FileLocation const& location, FileRetryLog const
 
 void FileWritingPath::FlushOnBrokenFilesystemsWithRetry(FileLocation const& where,
                                                         FileRetryLog const& log) const {
-    Retry<NothingIsHopeless>([&] { FlushOnBrokenFilesystems(); },
-                             {"FlushOnBrokenFilesystems", &where, nullptr}, log);
+    Retry<NoException>([&] { FlushOnBrokenFilesystems(); },
+                       {"FlushOnBrokenFilesystems", &where, nullptr}, log);
 }
 
 void FileItem::SetModificationTimeWithRetry(Instant time, FileRetryLog const& log) {
     FileLocation const where(Location());
-    Retry<NothingIsHopeless>([&] { SetModificationTime(time); },
-                             {"SetModificationTime", &where, nullptr}, log);
+    Retry<NoException>([&] { SetModificationTime(time); }, {"SetModificationTime", &where, nullptr},
+                       log);
 }

@@ -98,7 +98,7 @@ private:
     void Begin(PlainLine const& line) {
         Finish();
         std::size_t const colon = line.text.find(':');
-        if (colon == std::string_view::npos || colon > longestName)
+        if (colon == std::string_view::npos || colon > maxNameLength)
             return;
         isOpen = true;
         value = WithoutLeadingBlanks(line.text.substr(colon + 1));
@@ -106,7 +106,7 @@ private:
                          " at " + std::to_string(line.begin));
     }
 
-    static constexpr std::size_t longestName = 47;
+    static constexpr std::size_t maxNameLength = 47;
 
     Events& events;
     bool isOpen = false;

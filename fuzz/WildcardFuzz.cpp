@@ -26,7 +26,7 @@ bool MatchByTheRule(std::string_view name, std::string_view pattern) {
     return false;
 }
 
-constexpr std::size_t mostStars = 4;
+constexpr std::size_t maxStars = 4;
 constexpr std::size_t longest = 24;
 
 } // namespace
@@ -37,7 +37,7 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     std::string const given = input.Text();
     std::string const pattern = given.c_str();
     std::string const name(input.Rest().substr(0, longest));
-    if (std::count(pattern.begin(), pattern.end(), '*') > static_cast<long>(mostStars))
+    if (std::count(pattern.begin(), pattern.end(), '*') > static_cast<long>(maxStars))
         return 0;
     Fuzz::Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
                       MatchByTheRule(name, pattern),

@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr unsigned int highestFlags = 15;
+constexpr unsigned int maxFlags = 15;
 
 } // namespace
 
@@ -22,5 +22,5 @@ bool ReadCommandLine(int count, char const* const* arguments, CommandLine& comma
     if (count == 5)
         // NOLINTNEXTLINE(cert-err34-c): see above
         commandLine.flags = static_cast<unsigned int>(std::atoi(arguments[4]));
-    return commandLine.flags <= highestFlags;
+    return commandLine.flags <= maxFlags;
 }

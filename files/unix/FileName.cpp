@@ -13,7 +13,7 @@ namespace UnixPlatform {
 
 namespace {
 
-constexpr unsigned int longestName = 255;
+constexpr unsigned int maxNameLength = 255;
 
 bool IsReserved(char const* name, unsigned int length) {
     return name[0] == '.' && (length == 1 || (length == 2 && name[1] == '.'));
@@ -30,9 +30,9 @@ bool AreEqual(ConstData left, ConstData right, bool ignoreCase) {
 }
 
 FileName Combine(ConstData first, ConstData second) {
-    // Whatever is too long for a name is too long for a combination.
+    // A part that is too long for a name is too long for a combination as well.
     auto const cut = [](ConstData part) {
-        return static_cast<unsigned int>(std::min<std::size_t>(part.Length(), longestName));
+        return static_cast<unsigned int>(std::min<std::size_t>(part.Length(), maxNameLength));
     };
     return FileName::CombineNames(reinterpret_cast<char const*>(first.begin), cut(first),
                                   reinterpret_cast<char const*>(second.begin), cut(second));
@@ -41,7 +41,7 @@ FileName Combine(ConstData first, ConstData second) {
 } // namespace
 
 FileName::FileName(ConstData name) : FileName() {
-    if (name.Length() > longestName)
+    if (name.Length() > maxNameLength)
         throw IllegalFileNameLength();
     Set(reinterpret_cast<char const*>(name.begin), static_cast<unsigned int>(name.Length()));
 }
@@ -74,7 +74,7 @@ void FileName::Store(char const* source, unsigned int count, unsigned int newLen
 }
 
 void FileName::Set(char const* name, unsigned int nameLength) {
-    if (nameLength == 0 || nameLength > longestName)
+    if (nameLength == 0 || nameLength > maxNameLength)
         throw IllegalFileNameLength();
     if (IsReserved(name, nameLength))
         throw IllegalFileNameReserved();
@@ -93,9 +93,9 @@ void FileName::SafeSet(char const* name, unsigned int nameLength) {
 
 FileName FileName::CombineNames(char const* first, unsigned int firstLength, char const* second,
                                 unsigned int secondLength) {
-    if (std::size_t{firstLength} + secondLength + 1 > longestName)
+    if (std::size_t{firstLength} + secondLength + 1 > maxNameLength)
         throw IllegalFileName();
-    char joined[longestName];
+    char joined[maxNameLength];
     if (firstLength != 0)
         std::memcpy(joined, first, firstLength);
     if (secondLength != 0)

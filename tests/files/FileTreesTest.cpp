@@ -32,7 +32,7 @@ using testing::ElementsAre;
 
 constexpr std::size_t smallStack = 256 * 1024;
 // What the system takes as a path, without the NUL.
-constexpr std::size_t longestPath = 4095;
+constexpr std::size_t maxPathLength = 4095;
 
 FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
@@ -171,7 +171,7 @@ TEST_F(FileTreesTest, ATreeThatTheSystemRefusesNamesTheLevelAndKeepsThoseAbove) 
 TEST_F(FileTreesTest, AHugePathFailsWhereTheSystemsLimitIsWithoutADeepStack) {
     PrivateMachine::Run([] {
         std::string const path = DeepPath("/opt/deep", "/a", 200'000);
-        std::string const last = DeepPath("/opt/deep", "/a", longestPath);
+        std::string const last = DeepPath("/opt/deep", "/a", maxPathLength);
         std::string const refused = last + "/a";
         RunOnSmallStack(smallStack, [&] {
             ExpectFileError<DirectoryNotFoundError>(ENAMETOOLONG, On(refused),
@@ -187,7 +187,7 @@ TEST_F(FileTreesTest, AHugePathFailsWhereTheSystemsLimitIsWithoutADeepStack) {
 TEST_F(FileTreesTest, ATreeAsDeepAsPathsCanBeIsCopiedAndDeletedWithoutADeepStack) {
     PrivateMachine::Run([] {
         // 580 levels: deep enough to fill the stack, and soon done.
-        std::string const deepest = DeepPath("/opt/from", "/abcdef", longestPath - 5);
+        std::string const deepest = DeepPath("/opt/from", "/abcdef", maxPathLength - 5);
         fs::create_directories(deepest);
         WriteWholeFile(deepest + "/file", "content");
         RunOnSmallStack(smallStack, [&] {
@@ -356,7 +356,7 @@ TEST_F(FileTreesTest, ACopyIntoItselfEndsAtTheLongestPath) {
     PrivateMachine::Run([] {
         std::string const name(250, 'x');
         fs::create_directory("/opt/from");
-        std::string const last = DeepPath("/opt/from", "/" + name, longestPath) + "/" + name;
+        std::string const last = DeepPath("/opt/from", "/" + name, maxPathLength) + "/" + name;
         ExpectFileError<DirectoryNotFoundError>(ENAMETOOLONG, On(last), [&] {
             CopyDirectoryContents(At("/opt/from"), At("/opt/from/" + name));
         });

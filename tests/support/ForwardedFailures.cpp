@@ -24,9 +24,9 @@ extern "C" void __gcov_dump();
 
 namespace {
 
-constexpr size_t longestPacket = 65536;
+constexpr size_t maxPacketSize = 65536;
 // Out of the way of tests that count or close the low descriptors.
-constexpr int lowestLineDescriptor = 300;
+constexpr int minLineDescriptor = 300;
 
 // The kinds of packets: what is no failure has a letter that no result type has.
 constexpr char finishedKind = 'f';
@@ -58,7 +58,7 @@ Forwarder& InstalledForwarder() {
 }
 
 int MovedUp(int descriptor) {
-    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, lowestLineDescriptor);
+    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
     if (moved < 0)
         return descriptor;
     close(descriptor);
@@ -135,14 +135,14 @@ void ForwardedFailures::SendUnavailable(std::string const& reason) {
 
 void ForwardedFailures::Send(char kind, std::string const& text, bool mayDrop) {
     std::string packet = kind + text;
-    packet.resize(std::min(packet.size(), longestPacket));
+    packet.resize(std::min(packet.size(), maxPacketSize));
     int const flags = MSG_NOSIGNAL | (mayDrop ? MSG_DONTWAIT : 0);
     while (send(childEnd, packet.data(), packet.size(), flags) < 0 && errno == EINTR) {
     }
 }
 
 bool ForwardedFailures::Take() {
-    std::string packet(longestPacket, '\0');
+    std::string packet(maxPacketSize, '\0');
     for (;;) {
         ssize_t const length = recv(parentEnd, packet.data(), packet.size(), MSG_DONTWAIT);
         if (length > 0)

@@ -28,16 +28,16 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr size_t longestMessage = 65536;
+constexpr size_t maxMessageSize = 65536;
 // Out of the way of tests that count or close the low descriptors.
-constexpr int lowestLineDescriptor = 300;
+constexpr int minLineDescriptor = 300;
 
 [[noreturn]] void ThrowSystemError(char const* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
 int MovedUp(int descriptor) {
-    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, lowestLineDescriptor);
+    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
     if (moved < 0)
         ThrowSystemError("fcntl");
     close(descriptor);
@@ -215,7 +215,7 @@ Handshake::Handshake(int end) : descriptor(end) {}
 Handshake::~Handshake() { close(descriptor); }
 
 void Handshake::Tell(std::string const& message) {
-    if (message.empty() || message.size() > longestMessage)
+    if (message.empty() || message.size() > maxMessageSize)
         throw std::runtime_error("A message has 1 to 65536 bytes.");
     while (send(descriptor, message.data(), message.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
     }
@@ -223,7 +223,7 @@ void Handshake::Tell(std::string const& message) {
 
 std::string Handshake::Await(milliseconds limit) {
     auto const deadline = Clock::now() + limit;
-    std::string message(longestMessage, '\0');
+    std::string message(maxMessageSize, '\0');
     for (;;) {
         ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
         if (length > 0) {
