@@ -30,10 +30,10 @@ enum ClientComplianceState : std::int32_t {
 };
 
 struct ClientComplianceRequest {
-    ClientComplianceType type;
-    std::string url;     // the site's gather URL; empty except in an Open request
-    std::string doc;     // the compliance document's name; empty except in an Open request
-    std::uint32_t flags; // a sum of COMPLIANCE_FLAG_ values; 0 except in an Open request
+    ClientComplianceType type = ClientComplianceProgress;
+    std::string url;         // the site's gather URL; empty except in an Open request
+    std::string doc;         // the compliance document's name; empty except in an Open request
+    std::uint32_t flags = 0; // a sum of COMPLIANCE_FLAG_ values; 0 except in an Open request
 };
 
 // A request to open an evaluation. A null `url` or `doc` counts as empty text.

@@ -12,8 +12,10 @@ struct ClientComplianceResponse;
 //
 // Returns 0 when an answer was read, otherwise a COMPLIANCE_ERROR_ code: NO_PICKUP, the request was
 // not taken in time; BAD_RESPONSE, it was taken but no answer could be read in time; REQUEST_WRITE,
-// nothing was waited for; EXCHANGE, anything else. No exception leaves it. Takes between 1 and 10
-// seconds of sleep.
+// the request could not be written; EXCHANGE, anything else. No exception leaves it.
+//
+// Sleeps between 1 and 10 seconds while it waits for the answer. Retries of a failing write come on
+// top, up to about 6 seconds; after REQUEST_WRITE they are the only sleep.
 //
 // Deliberate: the answer is taken as it stands. It holds nothing that ties it to this request, so
 // an answer of another type, or one left over from an earlier exchange, is not told apart.
