@@ -9,7 +9,7 @@
 #include "bench/Inputs.h"
 #include "bench/ResponseDocuments.h"
 #include "compliance/ClientCompliance.h"
-#include "compliance/ExchangeVocabulary.h"
+#include "compliance/DocumentTags.h"
 #include "compliance/ResponseDocument.h"
 #include "xml/XMLTreeParserPL.h"
 
@@ -20,7 +20,7 @@ ClientComplianceResponse ReadOurs(std::string const& document) {
     Inputs::InBlocks(document, [&](std::string_view block) {
         parser.Parse(block.data(), static_cast<unsigned int>(block.size()));
     });
-    return TakeResponse(parser);
+    return ResponseFromTree(parser);
 }
 
 // Fills a record from events. The texts of a row are gathered in place, with nothing in between.

@@ -1,20 +1,17 @@
-// Is the agent there? Asked before a request is written, of the file system alone.
+// Checks for the agent, made before a request is written. They read the file system only.
 //
-// Nothing here depends on who asks: root and any other user run the same code. No process is
-// signalled. A name or a process that merely looks like the agent's counts as the agent.
+// Root and any other user run the same code. No process is signalled. Any file or process with the
+// agent's name counts as the agent.
 #pragma once
 
 namespace UnixPlatform {
 
-// Returns 0 if "/opt/VeskaClient/bin/VeskaClient" exists and -1 if not; note the sense. Whatever
-// stands there counts, be it a directory or a file without permissions, but no broken link.
+// Returns 0 if AgentPaths::program exists and -1 if not; note the sense. An entry of any type and
+// mode counts, except for a dangling link.
 int IsInstalled();
 
-// Whether a process of exactly the name "VeskaClient" is there (see ProcessNames.h for what a name
-// is). Walks "/proc" up to the first match; false where there is no "/proc". Processes that come
-// and go during the walk are seen or not.
-//
-// Throws nothing but std::bad_alloc.
+// Returns whether a process has exactly the agent's name (ProcessNames.h defines the name). Stops
+// at the first match. Throws nothing but std::bad_alloc.
 bool IsRunning();
 
 // Always true: on this platform there is nothing to configure.

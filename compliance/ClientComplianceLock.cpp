@@ -1,20 +1,18 @@
 #include "compliance/ClientComplianceLock.h"
 
+#include "compliance/AgentPaths.h"
 #include "compliance/InterProcessLock.h"
 
 namespace {
 
-constexpr char const* lockFile = "/var/opt/VeskaClient/RequestDir/lockfile";
-
-// Not null: Lock refuses. The object that it points to may be gone, as the next variable tells.
+// The lock while it is held, otherwise null.
 InterProcessLock* iLock = nullptr;
-// Set when the object is gone for good and iLock stands only for the refusal. Then nothing may
-// touch the object, and iLock is never cleared again.
-bool iLockIsGone = false;
+// Once set, Lock refuses for the rest of the process.
+bool iLockIsRefused = false;
 
-void DestroyAndRefuseFromNowOn() {
+void Destroy() {
     delete iLock;
-    iLockIsGone = true;
+    iLock = nullptr;
 }
 
 } // namespace
@@ -24,32 +22,30 @@ ClientComplianceLock& ClientComplianceLock::The() {
     return instance;
 }
 
-// The pointer stays, so that nobody takes the lock once the process is on its way out.
+// Nothing takes the lock again while the process exits.
 ClientComplianceLock::~ClientComplianceLock() {
-    if (iLock && !iLockIsGone)
-        DestroyAndRefuseFromNowOn();
+    if (!iLock)
+        return;
+    Destroy();
+    iLockIsRefused = true;
 }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
 bool ClientComplianceLock::Lock() noexcept {
-    if (iLock)
+    if (iLock || iLockIsRefused)
         return false;
     try {
-        iLock = new InterProcessLock(lockFile);
+        iLock = new InterProcessLock(AgentPaths::lockFile);
     } catch (...) {
-        // Nothing was made, and the pointer is still null: the next call tries afresh.
+        // iLock is still null, so the next call tries again.
         return false;
     }
     if (iLock->Lock())
         return true;
-    DestroyAndRefuseFromNowOn();
+    Destroy();
+    iLockIsRefused = true;
     return false;
 }
 
 // NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
-void ClientComplianceLock::Unlock() noexcept {
-    if (!iLock || iLockIsGone)
-        return;
-    delete iLock;
-    iLock = nullptr;
-}
+void ClientComplianceLock::Unlock() noexcept { Destroy(); }

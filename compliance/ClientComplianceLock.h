@@ -1,8 +1,8 @@
 // The lock that keeps evaluations apart: one at a time on a machine.
 //
-// The request and the response have one fixed name each, so whoever uses them holds the lock on
-// "/var/opt/VeskaClient/RequestDir/lockfile" from the first look to the last. The directory is the
-// agent's and has to exist; the file is created when first needed, and stays.
+// The request and the response have one fixed path each, so an evaluation holds the lock on
+// AgentPaths::lockFile from its first access to its last. The directory is the agent's and must
+// exist; the file is created at first use, and stays.
 #pragma once
 
 // The single instance. One thread; between threads of a process it keeps nothing apart.

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t readingChunk = 65568;
+constexpr std::size_t chunkSize = 65568;
 
 } // namespace
 
@@ -54,7 +54,7 @@ char const* TypeText(ClientComplianceType type) {
     return "";
 }
 
-bool TakeType(std::string const& text, ClientComplianceType& type) {
+bool ParseType(std::string const& text, ClientComplianceType& type) {
     for (ClientComplianceType known :
          {ClientComplianceOpen, ClientComplianceClose, ClientComplianceProgress}) {
         if (text == TypeText(known)) {
@@ -69,7 +69,7 @@ void PublishDocument(DocumentLocations const& locations) {
     ForceMoveFileWithRetry(locations.temporary, locations.published, FileRetryLog());
 }
 
-void PublishWhatIsThere(DocumentLocations const& locations) {
+void PublishPartialOrRemove(DocumentLocations const& locations) {
     try {
         PublishDocument(locations);
         return;
@@ -79,7 +79,7 @@ void PublishWhatIsThere(DocumentLocations const& locations) {
 }
 
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser) {
-    unsigned char chunk[readingChunk];
+    unsigned char chunk[chunkSize];
     for (FileReadingLoop loop(Data(chunk), path, 0); loop.Remaining() != 0; ++loop)
         parser.Parse(loop.Chunk().View().data(), static_cast<unsigned int>(loop.Chunk().Length()));
 }

@@ -1,5 +1,4 @@
-// What the two documents have in common: the chain that writes one, the steps that publish one, the
-// feeding of one into a tree, and the texts of their types.
+// Writing, publishing and parsing of the request and the response document.
 #pragma once
 
 #include <string>
@@ -15,11 +14,11 @@ class FileLocation;
 class FileReadingPath;
 class XMLTreeParserPL;
 
-// A document that is being written: XML over CR LF lines into a file, one tab per open element.
+// Writes an XML document to a file: CR LF lines, one tab for each open element.
 //
-// Calling sequence: the constructor opens the file, created or emptied, and begins the root; the
-// elements follow; End closes the root, flushes the file to disk and closes it. A document without
-// End stays unfinished on disk. What the file layer throws passes through.
+// Calling sequence: the constructor creates or truncates the file and begins the root; the elements
+// follow; End closes the root, flushes the file to disk and closes it. A document without End stays
+// unfinished on disk. All members throw the errors of the file layer.
 class ExchangeDocument {
 public:
     ExchangeDocument(FileLocation const& file, char const* root, char const* versionName,
@@ -40,22 +39,25 @@ private:
     XMLWriterPL writer;
 };
 
-// Where a document is written, and where it is published.
+// Where a document is written, and where it is published. Refers to both locations, which must
+// outlive it.
 struct DocumentLocations {
     FileLocation const& temporary;
     FileLocation const& published;
 };
 
-// Moves the temporary document to the published name with all attempts, over what stands there.
+// Renames the temporary document to the published name, with retries; replaces an existing file.
+// Throws FileIOError.
 void PublishDocument(DocumentLocations const& locations);
 
-// Publishes after a failure what stands in the temporary document, finished or not; if that fails,
-// removes it, and lets a failure of the removal pass.
-void PublishWhatIsThere(DocumentLocations const& locations);
+// Publishes the temporary document as it is, finished or not; removes it if that fails. Throws only
+// the error of the removal.
+void PublishPartialOrRemove(DocumentLocations const& locations);
 
-// Writes a document by `write()` and publishes it, whole and on disk, so that the other side never
-// sees half of it. False after any failure. Deliberate: even then what has been written is
-// published, if that can be done, by which the other side at least learns that there was something.
+// Writes a document by `write()` and publishes it. Returns false after any failure.
+//
+// Deliberate: after a failure the unfinished document is published, or removed if that fails too.
+// The other side thereby learns that there was a document.
 template <typename Write>
 bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     try {
@@ -64,15 +66,15 @@ bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
         return true;
     } catch (...) {
     }
-    PublishWhatIsThere(locations);
+    PublishPartialOrRemove(locations);
     return false;
 }
 
-// Feeds the whole file to the parser. It stays open.
+// Parses the file to its end. It stays open.
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser);
 
-// The text of a type in both documents; empty for a value outside the known ones.
+// Returns the text of a type in both documents, or an empty string for an unknown value.
 char const* TypeText(ClientComplianceType type);
 
-// Takes the type with that very text. False, with `type` as it was, where there is none.
-bool TakeType(std::string const& text, ClientComplianceType& type);
+// Stores the type with exactly that text. Returns false, and leaves `type` as it was, without one.
+bool ParseType(std::string const& text, ClientComplianceType& type);

@@ -5,12 +5,46 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "strings/Stringy.h"
+
 namespace {
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+using DirectoryPtr = std::unique_ptr<DIR, CloseDirectory>;
+
+// Reads the next entry into the storage. Returns null at the end and after an error.
+dirent* ReadEntry(DIR* directory, dirent& storage) {
+    dirent* entry = nullptr;
+    // Deprecated because a name may not fit into the storage. Here it fits: a name on Linux has at
+    // most 255 bytes, the C library refuses a longer one, and dirent has room for 256.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wdeprecated-declarations"
+    int const error = readdir_r(directory, &storage, &entry);
+#pragma GCC diagnostic pop
+    return error == 0 ? entry : nullptr;
+}
+
+bool IsDirectoryInProc(char const* name) {
+    Stringy path("/proc/");
+    path += name;
+    struct stat status;
+    return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+// The number at the start of the name must not be 0, which stands for no number too.
+bool IsProcess(char const* name) {
+    return std::strtol(name, nullptr, 10) != 0 && IsDirectoryInProc(name);
+}
 
 constexpr size_t targetSize = 4096;
 constexpr size_t headSize = 512;
@@ -73,21 +107,21 @@ bool ReadInt(char const*& text, int& number) {
     return found;
 }
 
-// The text behind a label at the start of a line that is not the first, or null.
-char const* Behind(char const* text, char const* label) {
+// The text after the first occurrence of the label, or null.
+char const* FindValueAfter(char const* text, char const* label) {
     char const* const found = std::strstr(text, label);
     return found ? found + std::strlen(label) : nullptr;
 }
 
 void ReadParent(char const* status, long long& parentProcessId) {
-    char const* rest = Behind(status, "\nPPid:");
+    char const* rest = FindValueAfter(status, "\nPPid:");
     int parent = 0;
     if (rest && ReadInt(rest, parent))
         parentProcessId = parent;
 }
 
 void ReadUsers(char const* status, long long& realUserId, long long& effectiveUserId) {
-    char const* rest = Behind(status, "\nUid:");
+    char const* rest = FindValueAfter(status, "\nUid:");
     int real = 0;
     int effective = 0;
     if (rest && ReadInt(rest, real) && ReadInt(rest, effective)) {
@@ -106,6 +140,19 @@ bool CopyOut(std::string_view text, char* result, unsigned int capacity) {
 }
 
 } // namespace
+
+bool AnyProcess(std::function<bool(unsigned int id)> const& matches) {
+    DirectoryPtr const directory(opendir("/proc"));
+    if (!directory)
+        return false;
+    dirent storage;
+    while (dirent const* const entry = ReadEntry(directory.get(), storage)) {
+        char const* const name = entry->d_name;
+        if (IsProcess(name) && matches(static_cast<unsigned int>(std::strtoul(name, nullptr, 10))))
+            return true;
+    }
+    return false;
+}
 
 bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
                      long long& parentProcessId, long long& realUserId,

@@ -1,8 +1,20 @@
-// From a process id to the name and the program of the process, through Linux's "/proc".
+// Processes, and the name and the program of a process by its id, through Linux's "/proc".
 //
-// No reason is ever told for a failure: the process may have gone, or may not be ours to look at.
-// No function here throws or allocates.
+// No function here reports the reason for a failure: the process may have ended, or may belong to
+// another user. Only AnyProcess throws and allocates.
 #pragma once
+
+#include <functional>
+
+// Calls `matches(id)` for the processes in "/proc", in the order of the directory, until it returns
+// true. Returns whether it did; false also where "/proc" can't be opened. Whether a process that
+// starts or ends meanwhile is visited is unspecified. `matches` runs with the directory open.
+//
+// Every directory whose name begins with a number other than 0 is a process. The number is cut to
+// 32 bits.
+//
+// Throws std::bad_alloc, and what `matches` throws.
+bool AnyProcess(std::function<bool(unsigned int id)> const& matches);
 
 // Gives the name of a process in `name`, with a terminating zero, and returns true if the process
 // has a name and it fits into `capacity` bytes with its zero. Otherwise returns false, and `name`

@@ -3,9 +3,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "compliance/AgentPaths.h"
 #include "compliance/ClientCompliance.h"
+#include "compliance/DocumentTags.h"
 #include "compliance/ExchangeDocument.h"
-#include "compliance/ExchangeVocabulary.h"
 #include "compliance/FormatToStringPL.h"
 #include "files/FileLocation.h"
 #include "files/FileReadingPath.h"
@@ -17,13 +18,17 @@
 namespace {
 
 FileLocation const& RequestDirectory() {
-    static FileLocation const directory = MakeFileLocation("/var/opt/VeskaClient/RequestDir");
+    static FileLocation const directory = MakeFileLocation(AgentPaths::requestDirectory);
     return directory;
 }
 
-FileLocation DocumentLocation() { return FileLocation(RequestDirectory(), "request.xml"); }
+FileLocation DocumentLocation() {
+    return FileLocation(RequestDirectory(), AgentPaths::NameIn(AgentPaths::request));
+}
 
-FileLocation TemporaryLocation() { return FileLocation(RequestDirectory(), "requestTemp.xml"); }
+FileLocation TemporaryLocation() {
+    return FileLocation(RequestDirectory(), AgentPaths::NameIn(AgentPaths::temporaryRequest));
+}
 
 // A type outside the known ones gets no elements at all.
 void WriteElements(ExchangeDocument& document, ClientComplianceRequest const& request) {
@@ -58,7 +63,7 @@ bool ParseDocument(FileLocation const& file, XMLTreeParserPL& parser) {
     }
 }
 
-// What the children of the root say so far. The texts belong to the tree.
+// The fields of the children that were read. The texts belong to the tree.
 struct RequestFields {
     ClientComplianceType type = ClientComplianceProgress;
     char const* url = "";
@@ -66,9 +71,9 @@ struct RequestFields {
     unsigned int flags = 0;
 };
 
-void TakeChild(XMLElementPL const& child, RequestFields& fields) {
+void ParseChild(XMLElementPL const& child, RequestFields& fields) {
     if (child.GetName() == xTagClientComplianceRequestType)
-        TakeType(child.GetText(), fields.type);
+        ParseType(child.GetText(), fields.type);
     else if (child.GetName() == xTagClientComplianceRequestURL)
         fields.url = child.GetText().c_str();
     else if (child.GetName() == xTagClientComplianceRequestDOC)
@@ -99,7 +104,7 @@ bool ReadRequest(ClientComplianceRequest& request, FileLocation const& file) {
         return false;
     RequestFields fields;
     for (XMLElementPL const& child : root->GetElementList())
-        TakeChild(child, fields);
+        ParseChild(child, fields);
     request = MakeRequest(fields);
     return true;
 }

@@ -1,9 +1,9 @@
-// request.xml: how the tool tells the agent what it wants.
+// request.xml: the request from the tool to the agent.
 //
-// One fixed name in "/var/opt/VeskaClient/RequestDir", published by rename under the exchange lock.
-// The agent takes the document away to show that it has accepted it. The same code serves both
-// sides: the tool writes and looks, the agent's side reads and releases. docs/exchange.md has the
-// bytes. The directory is the agent's; nothing here creates it.
+// One fixed path (AgentPaths.h), published by rename under the exchange lock. The agent removes the
+// document to acknowledge it. The same code serves both sides: the tool writes and checks, the
+// agent's side reads and releases. docs/exchange.md specifies the format. The directory is the
+// agent's; nothing here creates it.
 #pragma once
 
 struct ClientComplianceRequest;
@@ -11,18 +11,18 @@ struct ClientComplianceRequest;
 // Writes the request to requestTemp.xml, flushes it to disk and moves it to request.xml, so that
 // the agent never sees half of it; a document of that name is replaced.
 //
-// Throws ClientComplianceRequestIOWriteFailure after any failure. Deliberate: what stands in the
-// temporary document then, finished or not, is published all the same if that can be done, and
-// otherwise removed; a failure of the removal leaves this function in its place. A hopeless failure
-// takes two seconds for each of these moves and the removal.
+// Throws ClientComplianceRequestIOWriteFailure after any failure. Deliberate: the temporary
+// document, finished or not, is then published, or removed if that fails too. If the removal fails,
+// its error is thrown instead. Each rename and the removal are retried for two seconds if they keep
+// failing.
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request);
 
-// Whether any entry, of whatever type, stands under the document's name. One that can't be examined
+// Returns whether an entry of any type has the document's path. An entry that can't be examined
 // counts as absent.
 bool ClientComplianceRequestExists();
 
-// Fills the record from the document. False, with the record as it was, when there is no document,
-// or none that can be read as a request; it stays where it is.
+// Fills the record from the document, which stays. Returns false, and leaves the record as it was,
+// if there is no document or it can't be read as a request.
 //
 // Accepts more than is ever written: the children in any order, the last of repeated ones, unknown
 // ones passed over. A document without a usable type counts as a Progress request. Texts end at

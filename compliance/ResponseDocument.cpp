@@ -3,8 +3,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "compliance/AgentPaths.h"
+#include "compliance/DocumentTags.h"
 #include "compliance/ExchangeDocument.h"
-#include "compliance/ExchangeVocabulary.h"
 #include "compliance/FormatToStringPL.h"
 #include "files/FileLocation.h"
 #include "files/FileReadingPath.h"
@@ -14,11 +15,15 @@
 
 namespace {
 
-FileLocation ResponseDirectory() { return MakeFileLocation("/var/opt/VeskaClient/ResponseDir"); }
+FileLocation ResponseDirectory() { return MakeFileLocation(AgentPaths::responseDirectory); }
 
-FileLocation DocumentLocation() { return FileLocation(ResponseDirectory(), "response.xml"); }
+FileLocation DocumentLocation() {
+    return FileLocation(ResponseDirectory(), AgentPaths::NameIn(AgentPaths::response));
+}
 
-FileLocation TemporaryLocation() { return FileLocation(ResponseDirectory(), "responseTemp.xml"); }
+FileLocation TemporaryLocation() {
+    return FileLocation(ResponseDirectory(), AgentPaths::NameIn(AgentPaths::temporaryResponse));
+}
 
 void WriteProgress(ExchangeDocument& document, ClientComplianceResponse const& response) {
     document.WriteElement(xTagClientComplianceResponseProgressState,
@@ -55,38 +60,30 @@ void WriteDocument(FileLocation const& file, ClientComplianceResponse const& res
 // NOLINTNEXTLINE(cert-err34-c): a text that is no number counts as 0, on purpose
 int NumberOf(XMLElementPL const& element) { return std::atoi(element.GetText().c_str()); }
 
-void TakeItem(XMLElementPL const& element, ClientComplianceResponse& response) {
-    // The texts belong to the tree until the row has its copies.
-    char const* designator = "";
-    char const* result = "";
-    char const* resultType = "";
-    char const* evaluationTime = "";
-    char const* description = "";
-    char const* comment = "";
-    struct {
-        char const* name;
-        char const*& text;
-    } const fields[] = {
-        {xTagResponseDesignator, designator},   {xTagResponseResult, result},
-        {xTagResponseResultType, resultType},   {xTagResponseEvaluationTime, evaluationTime},
-        {xTagResponseDescription, description}, {xTagResponseComment, comment},
-    };
+// The text of the last child with that name, empty without one. It belongs to the tree.
+char const* ChildText(XMLElementPL const& element, char const* name) {
+    char const* text = "";
     for (XMLElementPL const& child : element.GetElementList()) {
-        for (auto const& field : fields) {
-            if (child.GetName() == field.name)
-                field.text = child.GetText().c_str();
-        }
+        if (child.GetName() == name)
+            text = child.GetText().c_str();
     }
-    response.Add(designator, result, resultType, evaluationTime, description, comment);
+    return text;
 }
 
-// Whether the child told a known type.
-bool TakeChild(XMLElementPL const& child, ClientComplianceResponse& response) {
+void ParseItem(XMLElementPL const& element, ClientComplianceResponse& response) {
+    response.Add(
+        ChildText(element, xTagResponseDesignator), ChildText(element, xTagResponseResult),
+        ChildText(element, xTagResponseResultType), ChildText(element, xTagResponseEvaluationTime),
+        ChildText(element, xTagResponseDescription), ChildText(element, xTagResponseComment));
+}
+
+// Returns whether the child has a known type.
+bool ParseChild(XMLElementPL const& child, ClientComplianceResponse& response) {
     std::string const& name = child.GetName();
     if (name == xTagClientComplianceResponseItem)
-        TakeItem(child, response);
+        ParseItem(child, response);
     else if (name == xTagClientComplianceResponseType)
-        return TakeType(child.GetText(), response.type);
+        return ParseType(child.GetText(), response.type);
     else if (name == xTagClientComplianceResponseProgressState)
         response.state = NumberOf(child);
     else if (name == xTagClientComplianceResponseProgressError)
@@ -100,14 +97,14 @@ ClientComplianceResponse ReadResponse(FileLocation const& file) {
     XMLTreeParserPL parser;
     FileReadingPath path(file);
     FeedDocument(path, parser);
-    ClientComplianceResponse response = TakeResponse(parser);
+    ClientComplianceResponse response = ResponseFromTree(parser);
     path.Close();
     return response;
 }
 
 } // namespace
 
-ClientComplianceResponse TakeResponse(XMLTreeParserPL const& document) {
+ClientComplianceResponse ResponseFromTree(XMLTreeParserPL const& document) {
     XMLElementPL const* const root = document.GetRootElement();
     if (document.HasOpenElements() || root == nullptr)
         throw ClientComplianceResponseReadFailure();
@@ -117,7 +114,7 @@ ClientComplianceResponse TakeResponse(XMLTreeParserPL const& document) {
     ClientComplianceResponse response(ClientComplianceProgress);
     bool typeSeen = false;
     for (XMLElementPL const& child : root->GetElementList())
-        typeSeen |= TakeChild(child, response);
+        typeSeen |= ParseChild(child, response);
     if (!typeSeen)
         throw ClientComplianceResponseTypeFailure();
     return response;

@@ -1,8 +1,8 @@
 // response.xml: the agent's answer to a request.
 //
-// One fixed name in "/var/opt/VeskaClient/ResponseDir", published by rename. The same code serves
-// both sides: the tool reads, the agent's side writes and releases; the tool never removes an
-// answer. docs/exchange.md has the bytes. The directory is the agent's; nothing here creates it.
+// One fixed path (AgentPaths.h), published by rename. The same code serves both sides: the tool
+// reads, the agent's side writes and releases; the tool never removes an answer. docs/exchange.md
+// specifies the format. The directory is the agent's; nothing here creates it.
 #pragma once
 
 #include "compliance/ClientCompliance.h"
@@ -11,8 +11,8 @@ class XMLTreeParserPL;
 
 // Writes the response to responseTemp.xml, flushes it to disk and moves it to response.xml.
 //
-// Throws ClientComplianceResponseIOWriteFailure after any failure; what becomes of the temporary
-// document then is told with ClientComplianceRequestIOWrite, and is the same here.
+// Throws ClientComplianceResponseIOWriteFailure after any failure; the temporary document is
+// then handled as by ClientComplianceRequestIOWrite.
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
 // Reads the document into a new record.
@@ -28,9 +28,9 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 // no number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
 
-// The record that a document holds which was read to its end: what the operation above does behind
-// the file. Throws as it does, but for the file errors.
-ClientComplianceResponse TakeResponse(XMLTreeParserPL const& document);
+// Returns the record in a document that was parsed to its end. Throws as
+// ClientComplianceResponseIORead does, except for the file errors.
+ClientComplianceResponse ResponseFromTree(XMLTreeParserPL const& document);
 
 // Removes the document, with retries; an absent one is no error. Throws FileIOError.
 void ClientComplianceResponseIORelease();

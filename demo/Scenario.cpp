@@ -127,9 +127,9 @@ public:
         else if (verb == "row")
             Row(words);
         else if (verb == "open")
-            DealWith(scenario.open, openTold, words);
+            SetHandling(scenario.open, openSeen, words);
         else if (verb == "close")
-            DealWith(scenario.close, closeTold, words);
+            SetHandling(scenario.close, closeSeen, words);
         else
             Progress(words);
     }
@@ -164,11 +164,11 @@ private:
         rowsWaiting = true;
     }
 
-    void DealWith(ScenarioStep& step, bool& told, std::vector<std::string> const& words) const {
+    void SetHandling(ScenarioStep& step, bool& seen, std::vector<std::string> const& words) const {
         ExpectWords(words, 2);
-        if (told)
+        if (seen)
             throw Mistake{"'" + words[0] + "' stands twice"};
-        told = true;
+        seen = true;
         step.delay = delay;
         if (words[1] != "answer" && !SetUnanswered(step, words[1]))
             throw Mistake{"'" + words[1] + "' is none of answer, garbage, vanish, silence"};
@@ -225,8 +225,8 @@ private:
     Scenario scenario;
     ClientComplianceResponse rows{ClientComplianceProgress};
     bool rowsWaiting = false;
-    bool openTold = false;
-    bool closeTold = false;
+    bool openSeen = false;
+    bool closeSeen = false;
     unsigned int delay = 0;
 };
 

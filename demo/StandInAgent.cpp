@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
-#include <dirent.h>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "compliance/AgentPaths.h"
 #include "compliance/ProcessNames.h"
 #include "compliance/RequestDocument.h"
 #include "compliance/ResponseDocument.h"
@@ -23,13 +23,7 @@
 
 namespace {
 
-constexpr char requestDirectory[] = "/var/opt/VeskaClient/RequestDir";
-constexpr char responseDirectory[] = "/var/opt/VeskaClient/ResponseDir";
-constexpr char requestName[] = "/var/opt/VeskaClient/RequestDir/request.xml";
-constexpr char garbageTemporary[] = "/var/opt/VeskaClient/ResponseDir/responseTemp.xml";
-constexpr char responseName[] = "/var/opt/VeskaClient/ResponseDir/response.xml";
-
-constexpr unsigned int lookEvery = 20; // milliseconds
+constexpr unsigned int pollInterval = 20; // milliseconds
 
 bool IsNamedLikeTheAgent(unsigned int process) {
     char name[1024];
@@ -37,17 +31,17 @@ bool IsNamedLikeTheAgent(unsigned int process) {
     long long realUser;
     long long effectiveUser;
     return ProcessIdToName(process, name, sizeof name, parent, realUser, effectiveUser) &&
-           std::string(name) == "VeskaClient";
+           std::string_view(name) == AgentPaths::processName;
 }
 
 std::string ReadRequestText() {
     std::string text;
     StringReceiver receiver;
-    ReadFile(MakeFileLocation(requestName), receiver(text), 0);
+    ReadFile(MakeFileLocation(AgentPaths::request), receiver(text), 0);
     return text;
 }
 
-// Prints the document as it came, each line behind a bar.
+// Prints the document unchanged, with a bar before each line.
 void ShowDocument(std::string const& text) {
     std::printf("VeskaClient: a request:\n");
     std::size_t start = 0;
@@ -58,36 +52,28 @@ void ShowDocument(std::string const& text) {
     }
 }
 
-// A document that breaks off inside its root, published like a good one.
+// Publishes a document that ends inside its root.
 void PublishGarbage() {
     {
-        FileWritingPath path(MakeFileLocation(garbageTemporary),
+        FileWritingPath path(MakeFileLocation(AgentPaths::temporaryResponse),
                              FileWritingPath::OpenNewFileOrAsNewFile());
         FileWriter writer(path, 0);
         writer << ConstData("<VeskaClientComplianceResponse Version=\"1.0\">\r\n\t<Resp");
     }
-    ForceMoveFileWithRetry(MakeFileLocation(garbageTemporary), MakeFileLocation(responseName),
-                           FileRetryLog());
+    ForceMoveFileWithRetry(MakeFileLocation(AgentPaths::temporaryResponse),
+                           MakeFileLocation(AgentPaths::response), FileRetryLog());
 }
 
 } // namespace
 
 pid_t OtherAgent() {
-    DIR* processes = opendir("/proc");
-    if (processes == nullptr)
-        return 0;
     pid_t found = 0;
-    while (dirent const* entry = readdir(processes)) {
-        // NOLINTNEXTLINE(cert-err34-c): a name that is no number gives 0, which is no process
-        long const process = std::atol(entry->d_name);
-        if (process <= 0 || process == getpid())
-            continue;
-        if (IsNamedLikeTheAgent(static_cast<unsigned int>(process))) {
-            found = static_cast<pid_t>(process);
-            break;
-        }
-    }
-    closedir(processes);
+    AnyProcess([&found](unsigned int process) {
+        auto const id = static_cast<pid_t>(process);
+        if (id != getpid() && IsNamedLikeTheAgent(process))
+            found = id;
+        return found != 0;
+    });
     return found;
 }
 
@@ -95,13 +81,13 @@ StandInAgent::StandInAgent(Scenario const& whatToDo, volatile std::sig_atomic_t 
     : scenario(whatToDo), stop(whenToStop) {}
 
 void StandInAgent::Serve() {
-    CreateDirectoryTree(MakeFileLocation(requestDirectory));
-    CreateDirectoryTree(MakeFileLocation(responseDirectory));
+    CreateDirectoryTree(MakeFileLocation(AgentPaths::requestDirectory));
+    CreateDirectoryTree(MakeFileLocation(AgentPaths::responseDirectory));
     std::printf("VeskaClient: ready\n");
     while (stop == 0) {
         if (FindNewRequest())
-            DealWithRequest();
-        Sleep(lookEvery);
+            HandleRequest();
+        Sleep(pollInterval);
     }
     std::printf("VeskaClient: stopped\n");
 }
@@ -110,7 +96,7 @@ void StandInAgent::Serve() {
 // differs in one of them.
 std::optional<StandInAgent::Identity> StandInAgent::Look() {
     struct stat stats;
-    if (lstat(requestName, &stats) != 0)
+    if (lstat(AgentPaths::request, &stats) != 0)
         return std::nullopt;
     return Identity{stats.st_ino, stats.st_mtim.tv_sec, stats.st_mtim.tv_nsec};
 }
@@ -123,7 +109,7 @@ bool StandInAgent::FindNewRequest() {
     return true;
 }
 
-void StandInAgent::DealWithRequest() {
+void StandInAgent::HandleRequest() {
     try {
         ClientComplianceRequest request = CreateComplianceRequestProgress();
         if (!ClientComplianceRequestIORead(request)) {
@@ -132,7 +118,7 @@ void StandInAgent::DealWithRequest() {
             return;
         }
         ShowDocument(ReadRequestText());
-        DealWith(NextStep(request.type), request.type);
+        HandleStep(NextStep(request.type), request.type);
     } catch (std::exception const& error) {
         std::printf("VeskaClient: %s\n", error.what());
         left = present;
@@ -155,7 +141,7 @@ ScenarioStep const& StandInAgent::NextStep(ClientComplianceType type) {
 }
 
 // The answer is published before the request is taken: once the request is gone, the tool reads.
-void StandInAgent::DealWith(ScenarioStep const& step, ClientComplianceType type) {
+void StandInAgent::HandleStep(ScenarioStep const& step, ClientComplianceType type) {
     Sleep(step.delay);
     if (stop != 0)
         return;
@@ -184,12 +170,12 @@ void StandInAgent::DealWith(ScenarioStep const& step, ClientComplianceType type)
     ClientComplianceRequestIORelease();
 }
 
-// In short pieces, so that a signal that comes just before a sleep is not slept over.
+// Sleeps in short intervals: a signal just before a sleep does not end that sleep.
 void StandInAgent::Sleep(unsigned int milliseconds) const {
     while (milliseconds > 0 && stop == 0) {
-        unsigned int const piece = std::min(milliseconds, 20U);
-        timespec const pause{0, static_cast<long>(piece) * 1000000};
+        unsigned int const interval = std::min(milliseconds, pollInterval);
+        timespec const pause{0, static_cast<long>(interval) * 1000000};
         nanosleep(&pause, nullptr);
-        milliseconds -= piece;
+        milliseconds -= interval;
     }
 }

@@ -1,4 +1,4 @@
-// The other side of the two documents: takes requests, and answers them as a scenario tells.
+// The agent's side of the exchange: takes requests, and answers them by a scenario.
 #pragma once
 
 #include <csignal>
@@ -8,8 +8,8 @@
 
 #include "demo/Scenario.h"
 
-// The process id of another running process that carries the agent's name, 0 if there is none. On a
-// real host a second one of that name would count as the agent.
+// Returns the id of another process with the agent's name, or 0. On a real host a second process of
+// that name would count as the agent.
 pid_t OtherAgent();
 
 // Serves requests until `stop` is not 0. One evaluation after the other: an Open request begins the
@@ -18,14 +18,16 @@ class StandInAgent {
 public:
     StandInAgent(Scenario const& scenario, volatile std::sig_atomic_t const& stop);
 
-    // Creates the two directories of the exchange where they are missing, then serves. What it sees
-    // and does is told on standard output. Throws what the file layer throws while it creates the
-    // directories; a request that can't be dealt with is told and left alone. So is one whose delay
-    // is not over when the stop comes; one that another replaces during its delay gets no answer.
+    // Creates the two directories of the exchange if they are missing, then serves. Prints each
+    // request and action on standard output. Throws what the file layer throws while it creates the
+    // directories.
+    //
+    // A request that can't be handled is reported and left alone. A request whose delay is not over
+    // when the stop comes is left alone too. One that is replaced during its delay gets no answer.
     void Serve();
 
 private:
-    // What tells one request document from the next of the same name.
+    // Distinguishes one request document from the next of the same name.
     struct Identity {
         ino_t inode = 0;
         time_t seconds = 0;
@@ -36,14 +38,14 @@ private:
 
     static std::optional<Identity> Look();
     bool FindNewRequest();
-    void DealWithRequest();
+    void HandleRequest();
     ScenarioStep const& NextStep(ClientComplianceType type);
-    void DealWith(ScenarioStep const& step, ClientComplianceType type);
+    void HandleStep(ScenarioStep const& step, ClientComplianceType type);
     void Sleep(unsigned int milliseconds) const;
 
     Scenario const& scenario;
     volatile std::sig_atomic_t const& stop;
     std::size_t progressStep = 0;
-    Identity present; // the request that is dealt with
-    Identity left;    // the request that is left alone
+    Identity present; // the request in hand
+    Identity left;    // the request left alone
 };

@@ -69,7 +69,7 @@ Outcome ReadPlainly(PlainTree const& document) {
 
 Outcome Read(XMLTreeParserPL const& document) {
     try {
-        ClientComplianceResponse const response = TakeResponse(document);
+        ClientComplianceResponse const response = ResponseFromTree(document);
         Outcome all{std::to_string(response.type), std::to_string(response.state),
                     std::to_string(response.error), std::to_string(response.percent)};
         for (ClientComplianceResponseItem const& item : response.items)

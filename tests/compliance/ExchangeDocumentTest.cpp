@@ -222,14 +222,14 @@ TEST(ExchangeDocumentTest, TypesAndTheirTextsBelongTogether) {
     for (ClientComplianceType const known :
          {ClientComplianceOpen, ClientComplianceClose, ClientComplianceProgress}) {
         ClientComplianceType type = ClientComplianceType{77};
-        EXPECT_TRUE(TakeType(TypeText(known), type));
+        EXPECT_TRUE(ParseType(TypeText(known), type));
         EXPECT_EQ(known, type);
     }
     EXPECT_STREQ("", TypeText(static_cast<ClientComplianceType>(3)));
     EXPECT_STREQ("", TypeText(static_cast<ClientComplianceType>(-1)));
     for (std::string const text : {"", "open", " Open", "Open ", "OpenClose"}) {
         ClientComplianceType type = ClientComplianceClose;
-        EXPECT_FALSE(TakeType(text, type)) << text;
+        EXPECT_FALSE(ParseType(text, type)) << text;
         EXPECT_EQ(ClientComplianceClose, type) << text;
     }
 }

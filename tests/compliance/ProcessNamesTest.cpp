@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -467,6 +469,41 @@ TEST(ProcessNamesTest, NoDescriptorStaysOpen) {
     Ask(static_cast<unsigned int>(getpid()));
     Ask(4000000);
     EXPECT_EQ(before, open());
+}
+
+using Ids = std::vector<unsigned int>;
+
+Ids AllProcesses() {
+    Ids ids;
+    EXPECT_FALSE(AnyProcess([&ids](unsigned int id) {
+        ids.push_back(id);
+        return false;
+    }));
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+TEST(ProcessNamesTest, VisitsEachDirectoryThatBeginsWithANumber) {
+    WithEmptyProc([] {
+        for (string const name : {"7", "12", "31x", "4294967297", "0", "self", "x31"})
+            fs::create_directory("/proc/" + name);
+        std::ofstream("/proc/5");
+        EXPECT_EQ((Ids{1, 7, 12, 31}), AllProcesses());
+    });
+}
+
+TEST(ProcessNamesTest, StopsAtTheFirstProcessThatMatches) {
+    WithEmptyProc([] {
+        for (string const name : {"7", "8", "9"})
+            fs::create_directory("/proc/" + name);
+        int calls = 0;
+        EXPECT_TRUE(AnyProcess([&calls](unsigned int) { return ++calls == 2; }));
+        EXPECT_EQ(2, calls);
+    });
+}
+
+TEST(ProcessNamesTest, VisitsNothingWithoutProc) {
+    PrivateMachine::Run({.proc = Proc::none}, [] { EXPECT_EQ(Ids(), AllProcesses()); });
 }
 
 } // namespace

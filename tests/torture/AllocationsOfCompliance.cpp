@@ -129,7 +129,7 @@ Operations OfDocuments() {
             WithDocuments([] { return ClientComplianceResponse(ClientComplianceOpen); }),
             [](auto& result) { result = ClientComplianceResponseIORead(); }, ShowResponse),
         Operation(
-            "TakeResponse",
+            "ResponseFromTree",
             [] {
                 struct Taken {
                     std::unique_ptr<XMLTreeParserPL> tree = std::make_unique<XMLTreeParserPL>();
@@ -138,7 +138,7 @@ Operations OfDocuments() {
                 taken.tree->Parse(std::string(AgentAnswers::finished));
                 return taken;
             },
-            [](auto& taken) { taken.response = TakeResponse(*taken.tree); },
+            [](auto& taken) { taken.response = ResponseFromTree(*taken.tree); },
             [](auto const& taken) { return ShowResponse(taken.response); }),
         Operation("ExchangeDocument", WithDocuments(Nothing),
                   [](int) {

@@ -1,6 +1,6 @@
-// The words of the two documents: element names (xTag) and fixed texts (xDat).
+// Element names (xTag) and fixed texts (xDat) of the two documents.
 //
-// The texts of the three types stand with the type itself, in ClientCompliance.h.
+// ClientCompliance.h has the texts of the three types.
 #pragma once
 
 extern char const* const xTagClientComplianceRequestDocRoot;

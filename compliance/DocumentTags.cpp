@@ -1,4 +1,4 @@
-#include "compliance/ExchangeVocabulary.h"
+#include "compliance/DocumentTags.h"
 
 char const* const xTagClientComplianceRequestDocRoot = "VeskaClientComplianceRequest";
 char const* const xTagClientComplianceRequestDocVersion = "Version";

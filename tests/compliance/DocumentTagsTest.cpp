@@ -1,10 +1,10 @@
-#include "compliance/ExchangeVocabulary.h"
+#include "compliance/DocumentTags.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-TEST(ExchangeVocabularyTest, WordsOfTheRequestAreFixed) {
+TEST(DocumentTagsTest, WordsOfTheRequestAreFixed) {
     EXPECT_STREQ("VeskaClientComplianceRequest", xTagClientComplianceRequestDocRoot);
     EXPECT_STREQ("Version", xTagClientComplianceRequestDocVersion);
     EXPECT_STREQ("1.0", xDatClientComplianceRequestDocVersion);
@@ -14,7 +14,7 @@ TEST(ExchangeVocabularyTest, WordsOfTheRequestAreFixed) {
     EXPECT_STREQ("RequestFlags", xTagClientComplianceRequestFlags);
 }
 
-TEST(ExchangeVocabularyTest, WordsOfTheResponseAreFixed) {
+TEST(DocumentTagsTest, WordsOfTheResponseAreFixed) {
     EXPECT_STREQ("VeskaClientComplianceResponse", xTagClientComplianceResponseDocRoot);
     EXPECT_STREQ("Version", xTagClientComplianceResponseDocVersion);
     EXPECT_STREQ("1.0", xDatClientComplianceResponseDocVersion);
