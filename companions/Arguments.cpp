@@ -3,9 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <utility>
-
-#include "companions/CommandLineError.h"
+#include <string_view>
 
 namespace {
 
@@ -77,41 +75,46 @@ bool IsLetterOfOption(std::span<OptionRule const> rules, char letter) {
     });
 }
 
-// "-xh" stands for "-x" and "-h". The parser would take what stands behind a letter for an argument
-// of its own, and so "-x-" for "-x" and "--".
-void RequireLetters(std::span<OptionRule const> rules, std::string const& text) {
-    if (text.size() < 3 || text[0] != '-' || !IsLetterOfOption(rules, text[1]))
-        return;
-    if (!std::ranges::all_of(text.substr(1),
-                             [&](char letter) { return IsLetterOfOption(rules, letter); }))
-        throw CommandLineError(DescribeUnknown(text));
+// "-xh" means "-x" and "-h".
+bool HasUnknownLetter(std::span<OptionRule const> rules, std::string const& text) {
+    return text.size() > 2 && text[0] == '-' && IsLetterOfOption(rules, text[1]) &&
+           !std::ranges::all_of(text.substr(1),
+                                [&](char letter) { return IsLetterOfOption(rules, letter); });
 }
 
-// "--name=" as two arguments, of which the second one is empty: the parser would take the next
-// argument for the value. The result is in reverse order, as the parser wants it.
-std::vector<std::string> SplitEmptyValues(std::span<OptionRule const> rules, int count,
-                                          char const* const* arguments) {
+// Two arguments that CLI11 reads otherwise are passed to it with this mark inside. No argument of a
+// program can have a NUL, so Unmark restores each text, and values and operands need no care.
+//
+// - "--name=": CLI11 would take the next argument as the value. The mark is the value instead.
+// - "-x-" for an option "-x": CLI11 would take the rest as an argument of its own, here "--". The
+//   mark makes "-x" an unknown option.
+constexpr std::string_view mark{"?\0", 2};
+
+std::string Mark(std::span<OptionRule const> rules, std::string text) {
+    if (text.ends_with('=') && TakesValue(rules, text.substr(0, text.size() - 1)))
+        text += mark;
+    else if (HasUnknownLetter(rules, text))
+        text.insert(1, mark);
+    return text;
+}
+
+std::string Unmark(std::string text) {
+    if (std::size_t const start = text.find(mark); start != std::string::npos)
+        text.erase(start, mark.size());
+    return text;
+}
+
+// In reverse order, as CLI11 expects them.
+std::vector<std::string> MarkAll(std::span<OptionRule const> rules, int count,
+                                 char const* const* arguments) {
     std::vector<std::string> texts;
-    bool onlyOperands = false;
-    bool isValue = false;
-    for (int index = 1; index < count; ++index) {
-        std::string text = arguments[index];
-        bool const isTaken = std::exchange(isValue, false);
-        onlyOperands = onlyOperands || (!isTaken && text == "--");
-        if (onlyOperands || isTaken) {
-            texts.push_back(text);
-            continue;
-        }
-        RequireLetters(rules, text);
-        isValue = TakesValue(rules, text);
-        if (text.ends_with('=') && TakesValue(rules, text.substr(0, text.size() - 1))) {
-            texts.push_back(text.substr(0, text.size() - 1));
-            texts.emplace_back();
-        } else {
-            texts.push_back(text);
-        }
-    }
-    std::ranges::reverse(texts);
+    for (int index = count - 1; index > 0; --index)
+        texts.push_back(Mark(rules, arguments[index]));
+    return texts;
+}
+
+std::vector<std::string> UnmarkAll(std::vector<std::string> texts) {
+    std::ranges::transform(texts, texts.begin(), Unmark);
     return texts;
 }
 
@@ -122,20 +125,20 @@ Arguments::Arguments(std::span<OptionRule const> rules, std::span<char const* co
     CLI::App app;
     Declare(app, rules, operandNames);
     try {
-        app.parse(SplitEmptyValues(rules, count, arguments));
+        app.parse(MarkAll(rules, count, arguments));
     } catch (CLI::ExtrasError const&) {
-        throw CommandLineError(DescribeSurplus(app.remaining(), operandNames));
+        throw CommandLineError(DescribeSurplus(UnmarkAll(app.remaining()), operandNames));
     } catch (CLI::ParseError const& error) {
         throw CommandLineError(DescribeMismatch(rules, error.what()));
     }
     for (OptionRule const& rule : rules) {
         std::string const name = LastName(rule.names);
         if (app.count(name) != 0)
-            values[name] = app.get_option(name)->results();
+            values[name] = UnmarkAll(app.get_option(name)->results());
     }
     for (char const* const name : operandNames)
         if (app.count(name) != 0)
-            operands.push_back(app.get_option(name)->results().front());
+            operands.push_back(Unmark(app.get_option(name)->results().front()));
 }
 
 std::vector<std::string> const& Arguments::Values(std::string const& option) const {

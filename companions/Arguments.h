@@ -1,11 +1,19 @@
-// The arguments of a program, taken apart into options, their values and operands, but not yet
-// understood: what a value means is its reader's business.
+// The arguments of a program as options, their values and operands. The caller interprets values.
 #pragma once
 
 #include <map>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+// An invalid command line. The text is one line, without the program's name: the argument, and what
+// would be accepted. It may hold bytes of the command line, so it is shown as visible text
+// (VisibleText.h).
+class CommandLineError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 struct OptionRule {
     // "--timeout", or "-h,--help".
@@ -14,13 +22,13 @@ struct OptionRule {
     char const* accepted = nullptr;
 };
 
-// Options may stand before, between and behind the operands, as "--name VALUE" or "--name=VALUE";
-// behind "--" all are operands. An option may be repeated.
+// Options may come before, between and after the operands, as "--name VALUE" or "--name=VALUE"; all
+// arguments after "--" are operands. An option may be repeated.
 class Arguments {
 public:
-    // The operands have the names that a message gives them. Throws CommandLineError at an option
-    // that has no rule, a missing or unwanted value, and an operand too many; how many have to be
-    // there is for the caller to say.
+    // Messages use the names of the operands. Throws CommandLineError for an option that has no
+    // rule, a missing or unwanted value, and a surplus operand. The caller checks that no operand
+    // is missing.
     Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,
               int count, char const* const* arguments);
 

@@ -1,14 +1,10 @@
 #include "companions/Doctor.h"
 
-#include "companions/DoctorAgent.h"
-#include "companions/DoctorDirectories.h"
-#include "companions/DoctorDocuments.h"
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorLock.h"
-#include "companions/DoctorPaths.h"
+#include "compliance/AgentPaths.h"
 
 Findings ExamineExchange() {
-    FileFacts const request(DoctorPaths::request);
+    FileFacts const request(AgentPaths::request);
     LockState const lock = AskForLock();
     return {CheckAgentProgram(),
             CheckAgentProcess(),

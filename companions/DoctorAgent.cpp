@@ -1,14 +1,13 @@
-#include "companions/DoctorAgent.h"
+#include "companions/Doctor.h"
 
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorPaths.h"
+#include "compliance/AgentPaths.h"
 #include "compliance/ProcessNames.h"
 
 namespace {
@@ -17,23 +16,23 @@ namespace fs = std::filesystem;
 constexpr unsigned int maxPathLength = 4096;
 constexpr std::string_view deletedMark = " (deleted)";
 
-// How a process is known to be the agent, the best evidence first.
-enum class Evidence {
+// How a process matches the agent, the best match first.
+enum class MatchKind {
     program,      // it runs the agent's program
-    otherProgram, // it runs another program of that name, be it that of a container
-    commandName,  // only the name of its command can be seen
+    otherProgram, // it runs another program of that name, for example that of a container
+    commandName,  // only the name of its command is visible
     deleted,      // it runs a program of that name that was removed or replaced
-    zombie,       // it has ended, and nobody has noticed
+    zombie,       // it has ended, and its parent has not waited for it
     none,
 };
 
 struct Candidate {
-    Evidence evidence = Evidence::none;
+    MatchKind match = MatchKind::none;
     unsigned int id = 0;
     std::string program = {};
 };
 
-// The letter behind the name in parentheses; 0 if there is none.
+// The letter after the name in parentheses; 0 if there is none.
 char StateOf(unsigned int id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/stat", std::ios::binary);
     std::string const facts{std::istreambuf_iterator<char>(file), {}};
@@ -43,58 +42,51 @@ char StateOf(unsigned int id) {
 
 std::string LastComponent(std::string const& path) { return path.substr(path.rfind('/') + 1); }
 
-// Of a process whose program can be seen.
-Candidate JudgeByProgram(unsigned int id, std::string const& program) {
+// For a process whose program is visible.
+Candidate ClassifyByProgram(unsigned int id, std::string const& program) {
     std::string const name = LastComponent(program);
-    if (name == DoctorPaths::agentName) {
+    if (name == AgentPaths::processName) {
         std::error_code error;
-        bool const installed = fs::equivalent("/proc/" + std::to_string(id) + "/exe",
-                                              DoctorPaths::agentProgram, error);
-        return {installed ? Evidence::program : Evidence::otherProgram, id, program};
+        bool const installed =
+            fs::equivalent("/proc/" + std::to_string(id) + "/exe", AgentPaths::program, error);
+        return {installed ? MatchKind::program : MatchKind::otherProgram, id, program};
     }
-    if (name == DoctorPaths::agentName + std::string(deletedMark))
-        return {Evidence::deleted, id, program.substr(0, program.size() - deletedMark.size())};
+    if (name == AgentPaths::processName + std::string(deletedMark))
+        return {MatchKind::deleted, id, program.substr(0, program.size() - deletedMark.size())};
     return {};
 }
 
-Candidate Judge(unsigned int id) {
+Candidate Classify(unsigned int id) {
     std::array<char, maxPathLength> text{};
     if (ProcessIdToPath(id, text.data(), maxPathLength))
-        return JudgeByProgram(id, text.data());
+        return ClassifyByProgram(id, text.data());
     long long ignored = 0;
     if (!ProcessIdToName(id, text.data(), maxPathLength, ignored, ignored, ignored) ||
-        std::strcmp(text.data(), DoctorPaths::agentName) != 0)
+        std::strcmp(text.data(), AgentPaths::processName) != 0)
         return {};
-    return {StateOf(id) == 'Z' ? Evidence::zombie : Evidence::commandName, id};
+    return {StateOf(id) == 'Z' ? MatchKind::zombie : MatchKind::commandName, id};
 }
 
-// Of two with the same evidence the one with the lower process id, in whatever order they come.
+// Of two matches of the same kind, the one with the lower process id is better.
 bool IsBetter(Candidate const& left, Candidate const& right) {
-    return left.evidence < right.evidence ||
-           (left.evidence == right.evidence && left.id < right.id);
+    return left.match < right.match || (left.match == right.match && left.id < right.id);
 }
 
 struct Processes {
     std::size_t count = 0;
-    // The one with the best evidence.
+    // The best match.
     Candidate agent = {};
 };
 
 Processes LookForAgent() {
     Processes seen;
-    std::error_code error;
-    for (fs::directory_iterator entry("/proc", error), end; !error && entry != end;
-         entry.increment(error)) {
-        std::string const name = entry->path().filename();
-        unsigned int id = 0;
-        auto const [stop, failure] = std::from_chars(name.data(), name.data() + name.size(), id);
-        if (failure != std::errc() || stop != name.data() + name.size())
-            continue;
+    AnyProcess([&seen](unsigned int id) {
         ++seen.count;
-        Candidate const candidate = Judge(id);
+        Candidate const candidate = Classify(id);
         if (IsBetter(candidate, seen.agent))
             seen.agent = candidate;
-    }
+        return false;
+    });
     return seen;
 }
 
@@ -102,10 +94,10 @@ Finding Describe(Candidate const& agent) {
     std::string const process = "process " + std::to_string(agent.id);
     long const id = agent.id;
     constexpr char check[] = "agent-process";
-    switch (agent.evidence) {
-    case Evidence::program:
+    switch (agent.match) {
+    case MatchKind::program:
         return {check, Verdict::ok, "", "the agent runs as " + process, "", id};
-    case Evidence::otherProgram:
+    case MatchKind::otherProgram:
         return {check,
                 Verdict::note,
                 "agent-elsewhere",
@@ -113,7 +105,7 @@ Finding Describe(Candidate const& agent) {
                     agent.program + " is not the one that is installed here",
                 "make sure that it is the agent",
                 id};
-    case Evidence::commandName:
+    case MatchKind::commandName:
         return {check,
                 Verdict::note,
                 "agent-by-command-name",
@@ -121,7 +113,7 @@ Finding Describe(Candidate const& agent) {
                           "seen by this user",
                 "run the doctor as root to see more",
                 id};
-    case Evidence::deleted:
+    case MatchKind::deleted:
         return {check,
                 Verdict::problem,
                 "agent-deleted-program",
@@ -129,7 +121,7 @@ Finding Describe(Candidate const& agent) {
                     ", which was removed or replaced since, and does not count as the agent",
                 "restart the agent",
                 id};
-    case Evidence::zombie:
+    case MatchKind::zombie:
         return {check,
                 Verdict::problem,
                 "agent-zombie",
@@ -146,7 +138,7 @@ Finding Describe(Candidate const& agent) {
 
 Finding CheckAgentProgram() {
     constexpr char check[] = "agent-program";
-    FileFacts const program(DoctorPaths::agentProgram);
+    FileFacts const program(AgentPaths::program);
     if (program.IsUnknown())
         return {check, Verdict::problem, "agent-unreachable",
                 program.Path() + " can't be reached: " + program.Reason(),

@@ -1,4 +1,4 @@
-#include "companions/DoctorDirectories.h"
+#include "companions/Doctor.h"
 
 #include <cerrno>
 #include <cstring>
@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorPaths.h"
+#include "compliance/AgentPaths.h"
 
 namespace {
 
@@ -50,7 +50,7 @@ Finding CheckModes(char const* check, char const* path) {
 } // namespace
 
 Finding CheckRequestDirectory() {
-    FileFacts const directory(DoctorPaths::requestDirectory);
+    FileFacts const directory(AgentPaths::requestDirectory);
     Finding finding = CheckExistence("request-directory", directory);
     if (finding.verdict == Verdict::problem)
         return finding;
@@ -68,7 +68,7 @@ Finding CheckRequestDirectory() {
 }
 
 Finding CheckResponseDirectory() {
-    FileFacts const directory(DoctorPaths::responseDirectory);
+    FileFacts const directory(AgentPaths::responseDirectory);
     Finding finding = CheckExistence("response-directory", directory);
     if (finding.verdict == Verdict::problem)
         return finding;
@@ -81,11 +81,11 @@ Finding CheckResponseDirectory() {
 }
 
 Finding CheckModesOfRequestDirectory() {
-    return CheckModes("request-directory-mode", DoctorPaths::requestDirectory);
+    return CheckModes("request-directory-mode", AgentPaths::requestDirectory);
 }
 
 Finding CheckModesOfResponseDirectory() {
-    return CheckModes("response-directory-mode", DoctorPaths::responseDirectory);
+    return CheckModes("response-directory-mode", AgentPaths::responseDirectory);
 }
 
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot) {
@@ -96,16 +96,16 @@ bool HasRoom(struct statvfs const& fileSystem, bool isRoot) {
 
 Finding CheckSpace() {
     struct statvfs facts {};
-    if (statvfs(DoctorPaths::requestDirectory, &facts) != 0)
+    if (statvfs(AgentPaths::requestDirectory, &facts) != 0)
         return {"space", Verdict::skipped, "",
-                std::string(DoctorPaths::requestDirectory) +
+                std::string(AgentPaths::requestDirectory) +
                     " can't be reached: " + std::strerror(errno)};
     if (!HasRoom(facts, geteuid() == 0))
         return {"space", Verdict::problem, "disk-full",
-                std::string("no room is left in ") + DoctorPaths::requestDirectory,
+                std::string("no room is left in ") + AgentPaths::requestDirectory,
                 "make room on that file system"};
     return {"space", Verdict::ok, "",
-            std::string("there is room in ") + DoctorPaths::requestDirectory};
+            std::string("there is room in ") + AgentPaths::requestDirectory};
 }
 
 Finding DescribeUnexaminable(char const* check, FileFacts const& entry) {

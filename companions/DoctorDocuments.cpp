@@ -1,11 +1,9 @@
-#include "companions/DoctorDocuments.h"
+#include "companions/Doctor.h"
 
 #include <unistd.h>
 
-#include "companions/DoctorDirectories.h"
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorLock.h"
-#include "companions/DoctorPaths.h"
+#include "compliance/AgentPaths.h"
 
 namespace {
 
@@ -51,7 +49,7 @@ Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
 } // namespace
 
 Finding CheckRequest(FileFacts const& before, LockState const& lock) {
-    FileFacts const file(DoctorPaths::request);
+    FileFacts const file(AgentPaths::request);
     if (lock.what != LockState::held && !file.HasSameEntryAs(before))
         return DescribeChange(file);
     if (file.IsUnexaminable())
@@ -67,8 +65,8 @@ Finding CheckRequest(FileFacts const& before, LockState const& lock) {
 
 Finding CheckTemporaryRequest() {
     constexpr char check[] = "temporary-request";
-    FileFacts const file(DoctorPaths::temporaryRequest);
-    FileFacts const directory(DoctorPaths::requestDirectory);
+    FileFacts const file(AgentPaths::temporaryRequest);
+    FileFacts const directory(AgentPaths::requestDirectory);
     if (file.IsUnexaminable())
         return DescribeUnexaminable(check, file);
     if (file.IsLink())
@@ -97,7 +95,7 @@ Finding CheckTemporaryRequest() {
 
 Finding CheckResponse() {
     constexpr char check[] = "response";
-    FileFacts const file(DoctorPaths::response);
+    FileFacts const file(AgentPaths::response);
     if (file.IsUnexaminable())
         return DescribeUnexaminable(check, file);
     if (file.IsLink())

@@ -1,13 +1,12 @@
-#include "companions/DoctorLock.h"
+#include "companions/Doctor.h"
 
 #include <array>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "companions/DoctorDirectories.h"
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorPaths.h"
+#include "compliance/AgentPaths.h"
 #include "compliance/ProcessNames.h"
 
 namespace {
@@ -45,7 +44,7 @@ Finding DescribeHolder(pid_t holder) {
 
 // Whether the exchange could open the lock file for writing.
 Finding CheckFile(FileFacts const& file) {
-    FileFacts const directory(DoctorPaths::requestDirectory);
+    FileFacts const directory(AgentPaths::requestDirectory);
     if (file.IsLink())
         return {check, Verdict::problem, "lock-link",
                 file.Path() + " is a symbolic link: the lock is taken on the file that it leads "
@@ -77,13 +76,13 @@ Finding CheckFile(FileFacts const& file) {
 } // namespace
 
 LockState AskForLock() {
-    FileFacts const facts(DoctorPaths::lockFile);
+    FileFacts const facts(AgentPaths::lockFile);
     if (facts.IsMissing())
         return {LockState::none};
     if (!facts.IsRegularFile())
         return {LockState::unknown};
     // O_NONBLOCK: a FIFO that has replaced the file would block the call.
-    int const file = open(DoctorPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    int const file = open(AgentPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return {LockState::unknown};
     struct flock lock {};
@@ -100,7 +99,7 @@ LockState AskForLock() {
 Finding CheckLock(LockState const& state) {
     if (state.what == LockState::held)
         return DescribeHolder(state.holder);
-    Finding finding = CheckFile(FileFacts(DoctorPaths::lockFile));
+    Finding finding = CheckFile(FileFacts(AgentPaths::lockFile));
     if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
         return {check, Verdict::problem, "lock-not-readable",
                 "this user can't read the lock file, which is opened for reading and writing; it "

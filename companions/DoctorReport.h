@@ -1,7 +1,7 @@
 // Findings as text and as JSON.
 #pragma once
 
-#include "companions/DoctorFinding.h"
+#include "companions/Doctor.h"
 
 class Output;
 

@@ -80,8 +80,8 @@ Row GetRow(unsigned int index) {
     return row;
 }
 
-// Whether it has to end before the next call to the agent.
-bool HasToEnd(Deadline const& deadline, EvaluationEnd& end) {
+// Returns whether the evaluation stops before the next call to the agent, and stores how it ends.
+bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
     if (StopSignal() != 0)
         end = {EvaluationEnd::stopped, StopSignal()};
     else if (deadline.IsOver())
@@ -93,7 +93,7 @@ bool HasToEnd(Deadline const& deadline, EvaluationEnd& end) {
 
 EvaluationEnd Poll(Deadline const& deadline, Progress& progress) {
     EvaluationEnd end;
-    while (!HasToEnd(deadline, end)) {
+    while (!CheckStop(deadline, end)) {
         int percent = 0;
         int error = 0;
         int const state = COMPLIANCE_Progress(&percent, &error);

@@ -1,8 +1,10 @@
 #include "companions/JsonRows.h"
 
+#include <algorithm>
+#include <cstdint>
+
 #include <nlohmann/json.hpp>
 
-#include "companions/Base64.h"
 #include "companions/Output.h"
 #include "companions/Rows.h"
 #include "companions/Utf8.h"
@@ -28,6 +30,17 @@ void WriteRow(Row const& row, Output& output) {
     constexpr int onOneLine = -1;
     bool const asAscii = output.IsTerminal();
     output.Write(MakeObject(row).dump(onOneLine, ' ', asAscii));
+}
+
+constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Appends the four characters for one to three bytes.
+void AppendGroup(std::string& text, std::string_view group) {
+    std::uint32_t bits = 0;
+    for (std::size_t index = 0; index < 3; ++index)
+        bits = bits << 8 | (index < group.size() ? static_cast<unsigned char>(group[index]) : 0U);
+    for (std::size_t index = 0; index < 4; ++index)
+        text += index <= group.size() ? alphabet[bits >> (18 - 6 * index) & 63] : '=';
 }
 
 } // namespace
@@ -64,4 +77,12 @@ void WriteNdjson(Rows const& rows, Output& output) {
         WriteRow(rows.get(index), output);
         output.Write("\n");
     }
+}
+
+std::string EncodeBase64(std::string_view bytes) {
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (; !bytes.empty(); bytes.remove_prefix(std::min<std::size_t>(3, bytes.size())))
+        AppendGroup(text, bytes.substr(0, 3));
+    return text;
 }

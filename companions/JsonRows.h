@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 class Output;
 struct Rows;
@@ -14,21 +15,24 @@ struct JsonFailure {
     int exitStatus = 0;
     // The negative code of the interface, if it is one.
     std::optional<int> code = {};
-    // What the agent has put there, if it is the agent's error.
+    // The number that the agent reports, if it is the agent's error.
     std::optional<int> agentError = {};
     std::string message = {};
 };
 
 // One object with all rows, a row on each line. The rows are written one by one. On a terminal all
-// but the plain characters of ASCII stand escaped by their code ("\u001b"), so that nothing can
-// play with it.
+// characters but the printable ones of ASCII are escaped by their code ("\u001b"), because a
+// terminal may interpret them.
 //
-// A member has the text of its field. If that is no UTF-8, the member has the readable text
-// (VisibleText.h) and a second member, with "Base64" behind its name, has the exact bytes.
+// A member has the text of its field. If that is not UTF-8, the member has the readable text
+// (VisibleText.h) and a second member, whose name ends with "Base64", has the exact bytes.
 void WriteJson(Rows const& rows, Output& output);
 
-// The object that stands in its place when there are no rows.
+// The object that is written instead if there are no rows.
 void WriteJson(JsonFailure const& failure, Output& output);
 
 // Each row as an object of its own, on a line of its own.
 void WriteNdjson(Rows const& rows, Output& output);
+
+// Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.
+std::string EncodeBase64(std::string_view bytes);

@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr std::size_t pieceSize = 64 * 1024;
+constexpr std::size_t bufferSize = 64 * 1024;
 constexpr std::chrono::milliseconds pauseBeforeRetry(10);
 
 mode_t TypeOf(int descriptor) {
@@ -76,24 +76,24 @@ Output::~Output() {
 }
 
 void Output::Write(std::string_view bytes) {
-    if (waiting.size() + bytes.size() >= pieceSize)
+    if (waiting.size() + bytes.size() >= bufferSize)
         Flush();
-    if (bytes.size() >= pieceSize)
-        HandOn(bytes);
+    if (bytes.size() >= bufferSize)
+        WriteAll(bytes);
     else if (error == 0)
         waiting += bytes;
 }
 
 void Output::Flush() {
-    HandOn(waiting);
+    WriteAll(waiting);
     waiting.clear();
 }
 
-void Output::HandOn(std::string_view rest) {
+void Output::WriteAll(std::string_view rest) {
     while (error == 0 && !rest.empty()) {
         ssize_t const written = WriteSome(rest);
         if (written < 0)
-            TakeError(errno);
+            HandleError(errno);
         else
             rest.remove_prefix(static_cast<std::size_t>(written));
     }
@@ -111,7 +111,7 @@ ssize_t Output::WriteSome(std::string_view bytes) const {
 
 // A terminal may refuse a line feed though poll(2) reports it as writable, and another process may
 // have filled the pipe since.
-void Output::TakeError(int number) {
+void Output::HandleError(int number) {
     bool const temporary = number == EINTR || (number == EAGAIN && mayBlock);
     if (!temporary)
         error = number;

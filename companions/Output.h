@@ -1,4 +1,4 @@
-// Bytes on their way to an open file descriptor, in large pieces.
+// Buffered output to an open file descriptor.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 #include "companions/VisibleText.h"
 
-// Collects what is written and hands it on when enough has come together, and at Flush; what is
-// large by itself is not copied. Not thread-safe.
+// Buffers what is written. Writes the buffer when it is full, and at Flush; a large text is not
+// copied. Not thread-safe.
 //
 // Error handling: the first failure is kept, and whatever is written afterwards is dropped. A stop
 // signal (StopSignals.h) ends the wait for a slow reader, with the failure EINTR, whether it comes
@@ -28,16 +28,15 @@ public:
     void Flush();
     // 0, or the number of the first error.
     int Error() const { return error; }
-    // Whether somebody looks at the bytes as they come.
     bool IsTerminal() const { return terminal; }
     // Returns ascii for a terminal unless the environment names a locale with UTF-8 (LC_ALL,
     // LC_CTYPE, LANG), and unicode for everything else.
     CharacterSet Characters() const { return characters; }
 
 private:
-    void HandOn(std::string_view bytes);
+    void WriteAll(std::string_view bytes);
     ssize_t WriteSome(std::string_view bytes) const;
-    void TakeError(int number);
+    void HandleError(int number);
 
     int const descriptor;
     bool const terminal;

@@ -6,7 +6,6 @@
 #include <string_view>
 
 #include "companions/Arguments.h"
-#include "companions/CommandLineError.h"
 #include "compliance/Compliance.h"
 
 namespace {

@@ -1,15 +1,14 @@
-#include "companions/TableRows.h"
+#include "companions/Rows.h"
 
 #include <algorithm>
 #include <string>
 
 #include "companions/Output.h"
-#include "companions/Rows.h"
 #include "companions/VisibleText.h"
 
 namespace {
 
-constexpr std::size_t widestColumn = 40;
+constexpr std::size_t maxColumnWidth = 40;
 constexpr Row headings = {"DESIGNATOR",       "RESULT",      "TYPE",
                           "TIME (\xC2\xB5s)", "DESCRIPTION", "COMMENT"};
 constexpr Row asciiHeadings = {"DESIGNATOR", "RESULT",      "TYPE",
@@ -33,7 +32,7 @@ Texts MakeVisible(Row const& row, CharacterSet characters) {
 void Widen(Widths& widths, Texts const& texts) {
     for (std::size_t field = 0; field < texts.size(); ++field) {
         std::size_t const columns = CountColumns(texts[field]);
-        if (columns <= widestColumn)
+        if (columns <= maxColumnWidth)
             widths[field] = std::max(widths[field], columns);
     }
 }

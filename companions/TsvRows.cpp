@@ -1,9 +1,8 @@
-#include "companions/TsvRows.h"
+#include "companions/Rows.h"
 
 #include <string>
 
 #include "companions/Output.h"
-#include "companions/Rows.h"
 #include "companions/VisibleText.h"
 
 namespace {

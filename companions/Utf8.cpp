@@ -8,15 +8,15 @@ unsigned char At(std::string_view text, std::size_t index) {
     return static_cast<unsigned char>(text[index]);
 }
 
-// What may stand behind a lead byte: so many bytes, the first of them within narrower limits where
-// the lead byte alone would let overlong forms, surrogates or values that are too large pass.
-struct Rest {
+// The continuation bytes of a sequence: their number, and the limits of the first one. The limits
+// exclude overlong forms, surrogates and values that are too large.
+struct Continuation {
     std::size_t length;
-    unsigned char lowest = 0x80;
-    unsigned char highest = 0xBF;
+    unsigned char min = 0x80;
+    unsigned char max = 0xBF;
 };
 
-Rest RestBehind(unsigned char lead) {
+Continuation ContinuationOf(unsigned char lead) {
     if (lead >= 0xC2 && lead <= 0xDF)
         return {1};
     if (lead == 0xE0)
@@ -36,20 +36,25 @@ Rest RestBehind(unsigned char lead) {
 
 } // namespace
 
-std::size_t LengthOfCharacter(std::string_view text) {
+Character DecodeCharacter(std::string_view text) {
     if (text.empty())
-        return 0;
-    if (At(text, 0) < 0x80)
-        return 1;
-    Rest const rest = RestBehind(At(text, 0));
+        return {};
+    unsigned char const lead = At(text, 0);
+    if (lead < 0x80)
+        return {1, lead};
+    Continuation const rest = ContinuationOf(lead);
     if (rest.length == 0 || text.size() <= rest.length)
-        return 0;
-    if (At(text, 1) < rest.lowest || At(text, 1) > rest.highest)
-        return 0;
-    for (std::size_t index = 2; index <= rest.length; ++index)
+        return {};
+    if (At(text, 1) < rest.min || At(text, 1) > rest.max)
+        return {};
+    // The lead byte has as many leading ones as there are bytes, then a zero.
+    std::uint32_t codePoint = lead & (0x3FU >> rest.length);
+    for (std::size_t index = 1; index <= rest.length; ++index) {
         if ((At(text, index) & 0xC0) != 0x80)
-            return 0;
-    return rest.length + 1;
+            return {};
+        codePoint = codePoint << 6 | (At(text, index) & 0x3FU);
+    }
+    return {rest.length + 1, codePoint};
 }
 
 bool IsUtf8(std::string_view text) {
@@ -57,7 +62,7 @@ bool IsUtf8(std::string_view text) {
         auto const plain = std::ranges::find_if(
             text, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
         text.remove_prefix(static_cast<std::size_t>(plain - text.begin()));
-        std::size_t const length = LengthOfCharacter(text);
+        std::size_t const length = DecodeCharacter(text).length;
         if (length == 0)
             return text.empty();
         text.remove_prefix(length);

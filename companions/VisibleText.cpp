@@ -24,15 +24,6 @@ void AppendCodePoint(std::string& text, std::uint32_t value) {
         text += digits[value >> shift & 15];
 }
 
-// REQUIRES: a well-formed character of at least two bytes.
-std::uint32_t CodePoint(std::string_view character) {
-    // The lead byte has as many leading ones as there are bytes, then a zero.
-    std::uint32_t value = static_cast<unsigned char>(character[0]) & (0x7FU >> character.size());
-    for (char const byte : character.substr(1))
-        value = value << 6 | (static_cast<unsigned char>(byte) & 0x3F);
-    return value;
-}
-
 bool IsHidden(std::uint32_t value) {
     auto const range = std::ranges::lower_bound(hiddenCharacters, value, {}, &CodePointRange::last);
     return range != hiddenCharacters.end() && range->first <= value;
@@ -54,29 +45,30 @@ void AppendControl(std::string& text, char control) {
     }
 }
 
-void AppendVisible(std::string& text, std::string_view character, CharacterSet characters) {
-    auto const first = static_cast<unsigned char>(character.front());
-    if (first < 0x20 || first == 0x7F)
-        return AppendControl(text, character.front());
-    std::uint32_t const value = character.size() == 1 ? first : CodePoint(character);
-    if (first >= 0x80 && (characters == CharacterSet::ascii || IsHidden(value)))
-        AppendCodePoint(text, value);
+void AppendVisible(std::string& text, std::string_view bytes, std::uint32_t codePoint,
+                   CharacterSet characters) {
+    bool const isAscii = codePoint < 0x80;
+    if (codePoint < 0x20 || codePoint == 0x7F)
+        AppendControl(text, bytes.front());
+    else if (!isAscii && (characters == CharacterSet::ascii || IsHidden(codePoint)))
+        AppendCodePoint(text, codePoint);
     else
-        text += character;
+        text += bytes;
 }
 
-// Hands each well-formed character on, and writes the bytes between them as escapes.
+// Calls `append(text, bytes, codePoint)` for each well-formed character, and appends each other
+// byte as an escape.
 template <typename Append>
 std::string MakeText(std::string_view bytes, Append const& append) {
     std::string text;
     text.reserve(bytes.size());
     while (!bytes.empty()) {
-        std::size_t const length = LengthOfCharacter(bytes);
-        if (length == 0)
+        Character const character = DecodeCharacter(bytes);
+        if (character.length == 0)
             AppendHexByte(text, bytes.front());
         else
-            append(text, bytes.substr(0, length));
-        bytes.remove_prefix(std::max<std::size_t>(1, length));
+            append(text, bytes.substr(0, character.length), character.codePoint);
+        bytes.remove_prefix(std::max<std::size_t>(1, character.length));
     }
     return text;
 }
@@ -84,13 +76,15 @@ std::string MakeText(std::string_view bytes, Append const& append) {
 } // namespace
 
 std::string MakeReadable(std::string_view bytes) {
-    return MakeText(bytes,
-                    [](std::string& text, std::string_view character) { text += character; });
+    return MakeText(bytes, [](std::string& text, std::string_view character, std::uint32_t) {
+        text += character;
+    });
 }
 
 std::string MakeVisible(std::string_view bytes, CharacterSet characters) {
-    return MakeText(bytes, [characters](std::string& text, std::string_view character) {
-        AppendVisible(text, character, characters);
+    return MakeText(bytes, [characters](std::string& text, std::string_view character,
+                                        std::uint32_t codePoint) {
+        AppendVisible(text, character, codePoint, characters);
     });
 }
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "companions/CommandLineError.h"
+#include "companions/Arguments.h"
 #include "companions/DoctorCommandLine.h"
 #include "companions/QueryCommandLine.h"
 #include "fuzz/Arguments.h"

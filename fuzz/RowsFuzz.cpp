@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "companions/JsonRows.h"
-#include "companions/TsvRows.h"
+#include "companions/Rows.h"
 #include "companions/VisibleText.h"
 #include "fuzz/Fuzz.h"
 #include "tests/companions/RowList.h"

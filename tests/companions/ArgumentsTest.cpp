@@ -4,8 +4,6 @@
 
 #include <array>
 
-#include "companions/CommandLineError.h"
-
 namespace {
 
 using Texts = std::vector<std::string>;

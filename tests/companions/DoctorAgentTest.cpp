@@ -1,4 +1,4 @@
-#include "companions/DoctorAgent.h"
+#include "companions/Doctor.h"
 
 #include <chrono>
 #include <filesystem>

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "companions/CommandLineError.h"
+#include "companions/Arguments.h"
 
 namespace {
 

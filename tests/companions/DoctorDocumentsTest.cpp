@@ -1,4 +1,4 @@
-#include "companions/DoctorDocuments.h"
+#include "companions/Doctor.h"
 
 #include <chrono>
 #include <filesystem>
@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include "companions/DoctorFiles.h"
-#include "companions/DoctorLock.h"
 #include "tests/companions/Findings.h"
 #include "tests/system/RecordLock.h"
 

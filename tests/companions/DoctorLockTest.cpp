@@ -1,4 +1,4 @@
-#include "companions/DoctorLock.h"
+#include "companions/Doctor.h"
 
 #include <filesystem>
 #include <fstream>

@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "companions/DoctorFinding.h"
+#include "companions/Doctor.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 

@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "companions/CommandLineError.h"
+#include "companions/Arguments.h"
 
 namespace {
 

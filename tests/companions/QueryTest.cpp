@@ -1,6 +1,4 @@
 // The real program, from its arguments to its exit status, against a scripted agent.
-#include "companions/Query.h"
-
 #include <gtest/gtest.h>
 
 #include <csignal>

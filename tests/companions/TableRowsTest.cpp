@@ -1,4 +1,4 @@
-#include "companions/TableRows.h"
+#include "companions/Rows.h"
 
 #include <gtest/gtest.h>
 

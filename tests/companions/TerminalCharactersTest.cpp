@@ -10,8 +10,7 @@
 
 #include "companions/DoctorReport.h"
 #include "companions/Output.h"
-#include "companions/TableRows.h"
-#include "companions/TsvRows.h"
+#include "companions/Rows.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 #include "tests/support/OtherProcess.h"

@@ -1,4 +1,4 @@
-#include "companions/TsvRows.h"
+#include "companions/Rows.h"
 
 #include <gtest/gtest.h>
 

@@ -26,21 +26,25 @@ std::string Encode(std::uint32_t value) {
     return {byte(0xF0 | value >> 18), more(12), more(6), more(0)};
 }
 
-TEST(Utf8Test, EveryCharacterIsWellFormedAndNothingBeyond) {
+TEST(Utf8Test, DecodesEveryCodePointAndNothingElse) {
     for (std::uint32_t value = 0; value < 0x120000; ++value) {
         std::string const text = Encode(value);
         bool const isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
-        ASSERT_EQ(isCharacter ? text.size() : 0, LengthOfCharacter(text + "x")) << value;
+        Character const character = DecodeCharacter(text + "x");
+        ASSERT_EQ(isCharacter ? text.size() : 0, character.length) << value;
+        if (isCharacter) {
+            ASSERT_EQ(value, character.codePoint);
+        }
     }
 }
 
 TEST(Utf8Test, CharacterThatBreaksOffIsNone) {
     for (std::uint32_t const value : {0xB5u, 0x7FFu, 0x20ACu, 0xFFFFu, 0x1F600u, 0x10FFFFu}) {
         std::string const text = Encode(value);
-        EXPECT_EQ(0u, LengthOfCharacter(""));
+        EXPECT_EQ(0u, DecodeCharacter("").length);
         for (std::size_t length = 1; length < text.size(); ++length) {
-            EXPECT_EQ(0u, LengthOfCharacter(text.substr(0, length)));
-            EXPECT_EQ(0u, LengthOfCharacter(text.substr(0, length) + std::string(4, 'x')));
+            EXPECT_EQ(0u, DecodeCharacter(text.substr(0, length)).length);
+            EXPECT_EQ(0u, DecodeCharacter(text.substr(0, length) + std::string(4, 'x')).length);
         }
     }
 }

@@ -1,0 +1,19 @@
+// The frame of a companion's main function.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+struct Program {
+    std::string_view name;
+    // The exit statuses after CommandLineError and after any other std::exception.
+    int usageStatus;
+    int failureStatus;
+};
+
+// Opens the closed standard descriptors (StandardDescriptors.h) and returns the exit status that
+// `run` returns. Writes a message for a std::exception that `run` throws.
+int RunMain(Program const& program, std::function<int()> const& run);
+
+// Writes the text to standard output. Returns 0, or `failureStatus` if that fails.
+int ShowText(std::string_view text, int failureStatus);

@@ -1,0 +1,35 @@
+#include "companions/Program.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "companions/Arguments.h"
+
+namespace {
+
+constexpr Program program = {"some-program", 2, 7};
+
+TEST(ProgramTest, ReturnsTheExitStatusOfTheFunction) {
+    EXPECT_EQ(10, RunMain(program, [] { return 10; }));
+}
+
+TEST(ProgramTest, ReportsAnInvalidCommandLine) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(2, RunMain(program, []() -> int { throw CommandLineError("'-y' is unknown"); }));
+    EXPECT_EQ("some-program: '-y' is unknown\n", testing::internal::GetCapturedStderr());
+}
+
+TEST(ProgramTest, ReportsAnyOtherException) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(7, RunMain(program, []() -> int { throw std::runtime_error("no memory\a"); }));
+    EXPECT_EQ("some-program: no memory\\x07\n", testing::internal::GetCapturedStderr());
+}
+
+TEST(ProgramTest, WritesTextToStandardOutput) {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, ShowText("help\n", 8));
+    EXPECT_EQ("help\n", testing::internal::GetCapturedStdout());
+}
+
+} // namespace
