@@ -1,11 +1,13 @@
-// The checksum of a stream, in any cutting, and each of its fast forms, against one bit at a time.
+// The checksum of a stream, for any split, and each of its fast forms, against one bit at a time.
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "data/ChecksumReceiver.h"
 #include "fuzz/Fuzz.h"
 #include "simd/Cpu.h"
 #include "simd/Crc32.h"
+#include "tests/support/Chunks.h"
 
 namespace {
 
@@ -26,13 +28,11 @@ void CompareFunction(std::uint32_t start, Fuzz::ExactCopy const& copy, Function 
                   "each function gives what single bits give");
 }
 
-void CompareStream(Fuzz::Cutting const& cutting, std::string_view text) {
+void CompareStream(std::vector<std::size_t> const& lengths, std::string_view text) {
     ChecksumReceiver receiver;
     receiver.Receive("of a stream that was abandoned");
     receiver.Start();
-    cutting.Feed(text, [&](char const* bytes, std::size_t length) {
-        receiver.Receive(ConstData(bytes, length));
-    });
+    SplitByLengths(text, lengths).Feed([&](ConstData chunk) { receiver.Receive(chunk); });
     receiver.ReceiveEnd();
     Fuzz::Require(receiver.Value() == AdvanceByBits(0xFFFFFFFF, text),
                   "the checksum of a stream is that of its bits");
@@ -43,12 +43,12 @@ void CompareStream(Fuzz::Cutting const& cutting, std::string_view text) {
 // The cuts, four bytes for a register, where in a block of 16 the text begins, and the text.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     std::uint32_t start = 0;
     for (int i = 0; i < 4; ++i)
         start = start << 8 | input.Byte();
     std::size_t const shift = input.Byte() % 16U;
-    CompareStream(cutting, input.Rest());
+    CompareStream(lengths, input.Rest());
     Fuzz::ExactCopy const text(input.Rest(), shift);
     CompareFunction(start, text, Simd::Crc32Scalar);
     CompareFunction(start, text, Simd::Crc32Sliced);

@@ -1,7 +1,7 @@
-// What all fuzz targets share: an input taken apart, and the end of the process on a difference.
+// Shared by all fuzz targets: reads values from an input, and aborts on a difference.
 //
-// A target compares with a model of its own, or looks at a property; whatever does not hold ends
-// the process, so that libFuzzer keeps the input and the replay of a corpus fails.
+// A target compares the product with a model of its own, or checks a property. A violation aborts
+// the process: libFuzzer then keeps the input, and the replay of a corpus fails.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-// What each target defines. Yields 0.
+// Each target defines it. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size);
 
 namespace Fuzz {
@@ -26,7 +26,7 @@ inline void Require(bool holds, char const* what) {
     std::abort();
 }
 
-// The bytes of an input, taken from the front. At its end it gives zeros and empty texts.
+// Takes values from the front of an input. At its end they are zeros and empty strings.
 class Input {
 public:
     Input(unsigned char const* data, std::size_t size)
@@ -49,10 +49,10 @@ public:
         return value;
     }
 
-    // A byte that is the length, and then so many bytes, if there are so many.
+    // A byte for the length, then that many bytes, or all that are left.
     std::string Text() {
-        std::size_t const told = Byte();
-        std::size_t const length = std::min(told, rest.size());
+        std::size_t const wanted = Byte();
+        std::size_t const length = std::min(wanted, rest.size());
         std::string const text(rest.substr(0, length));
         rest.remove_prefix(length);
         return text;
@@ -64,9 +64,8 @@ private:
     std::string_view rest;
 };
 
-// Bytes in memory of exactly their length, so that a reader that goes beyond them, or keeps a
-// pointer for longer, is found out. `shift` bytes lie in front of them, to begin anywhere in a
-// block of 16.
+// A copy in memory that ends with it: a sanitizer finds a read beyond the copy or after its end of
+// life. `shift` bytes precede it, to place its begin anywhere in a block of 16.
 class ExactCopy {
 public:
     explicit ExactCopy(std::string_view text, std::size_t shift = 0)
@@ -83,40 +82,13 @@ private:
     std::size_t const length;
 };
 
-// The lengths of pieces that a text is cut into, over and over until it is used up.
-class Cutting {
-public:
-    // One byte for how many lengths there are, up to seven, then a byte for each.
-    explicit Cutting(Input& input) : lengths(input.Byte() % 8U) {
-        for (std::size_t& length : lengths)
-            length = input.Byte();
-    }
-
-    // The lengths of the pieces of a text of `total` units. Without a length above zero it is one.
-    std::vector<std::size_t> Pieces(std::size_t total) const {
-        std::vector<std::size_t> pieces;
-        bool const cuts = std::any_of(lengths.begin(), lengths.end(), [](auto l) { return l > 0; });
-        if (!cuts)
-            return {total};
-        for (std::size_t i = 0; total > 0; i = (i + 1) % lengths.size()) {
-            pieces.push_back(std::min(lengths[i], total));
-            total -= pieces.back();
-        }
-        return pieces;
-    }
-
-    // Each call of `receive(bytes, length)` sees an exact copy.
-    template <class Receive>
-    void Feed(std::string_view text, Receive receive) const {
-        for (std::size_t length : Pieces(text.size())) {
-            ExactCopy const copy(text.substr(0, length));
-            receive(copy.Begin(), length);
-            text.remove_prefix(length);
-        }
-    }
-
-private:
-    std::vector<std::size_t> lengths;
-};
+// The lengths of the chunks into which an input is split (tests/support/Chunks.h): a byte for their
+// number, up to seven, then a byte for each.
+inline std::vector<std::size_t> TakeLengths(Input& input) {
+    std::vector<std::size_t> lengths(input.Byte() % 8U);
+    for (std::size_t& length : lengths)
+        length = input.Byte();
+    return lengths;
+}
 
 } // namespace Fuzz

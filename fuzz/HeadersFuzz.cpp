@@ -1,4 +1,4 @@
-// Messages of header fields and a body, in any cutting of the stream, against the rules applied to
+// Messages of header fields and a body, for any split of the stream, against the rules applied to
 // whole lines.
 #include <algorithm>
 #include <string>
@@ -12,6 +12,7 @@
 #include "fuzz/Fuzz.h"
 #include "fuzz/Lines.h"
 #include "fuzz/PlainCase.h"
+#include "tests/support/Chunks.h"
 
 namespace {
 
@@ -141,16 +142,14 @@ Events ReadPlainly(std::string_view text, unsigned long long offset) {
 // The cuts, a byte for where the stream begins, and the text.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     unsigned long long const offset = input.Byte();
 
     MessageEvents events;
     MessageMaker message(events);
     LineMaker lines(message);
     lines.Start(offset);
-    cutting.Feed(input.Rest(), [&](char const* bytes, std::size_t length) {
-        lines.Receive(ConstData(bytes, length));
-    });
+    SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
     Fuzz::Require(events.all == ReadPlainly(input.Rest(), offset),
                   "a message is what its lines say");

@@ -1,4 +1,4 @@
-// The reader of responses, in any cutting, against the same document read plainly.
+// The reader of responses, for any split, against the same document read plainly.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,6 +8,7 @@
 #include "fuzz/Fuzz.h"
 #include "fuzz/PlainNumber.h"
 #include "fuzz/PlainTree.h"
+#include "tests/support/Chunks.h"
 #include "xml/XMLTreeParserPL.h"
 
 namespace {
@@ -89,10 +90,10 @@ Outcome Read(XMLTreeParserPL const& document) {
 
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     XMLTreeParserPL parser;
-    cutting.Feed(input.Rest(), [&](char const* bytes, std::size_t length) {
-        parser.Parse(bytes, static_cast<unsigned int>(length));
+    SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
+        parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Fuzz::Require(Read(parser) == ReadPlainly(PlainTree(input.Rest())),
                   "the response is that of the document read plainly");

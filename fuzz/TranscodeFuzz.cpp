@@ -1,4 +1,4 @@
-// The six transcoders: in any cutting what the contract says step by step, and where iconv takes a
+// The six transcoders: for any split what the contract says step by step, and where iconv takes a
 // text, what iconv makes of it.
 #include <cstring>
 #include <iconv.h>
@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "fuzz/Fuzz.h"
+#include "tests/support/Chunks.h"
 #include "tests/unicode/NaiveTranscoder.h"
 #include "tests/unicode/TextStreams.h"
 #include "unicode/Transcode.h"
@@ -58,18 +59,18 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& plain) {
 }
 
 template <class Target, class Source>
-void Compare(Fuzz::Cutting const& cutting, std::string_view bytes) {
+void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
     Units<Source> text(bytes.size() / sizeof(typename Source::Unit));
     if (!text.empty())
         std::memcpy(text.data(), bytes.data(), text.size() * sizeof(typename Source::Unit));
 
-    std::vector<std::size_t> const pieces = cutting.Pieces(text.size());
+    std::vector<std::size_t> const chunks = RepeatLengths(lengths, text.size());
     Naive::Transcoder<Target, Source> plain;
     RecordedStage<Target, Source> stage;
-    Fuzz::Require(stage.Run(text, pieces) == plain.Run(text, pieces),
+    Fuzz::Require(stage.Run(text, chunks) == plain.Run(text, chunks),
                   "the stream is what the model makes of it");
     Fuzz::Require(!testing::Test::HasFailure(),
-                  "the calls come in their order, with no empty piece");
+                  "the calls come in their order, with no empty chunk");
     CompareWhole<Target, Source>(text, plain.Run(text, {text.size()}));
 }
 
@@ -78,25 +79,25 @@ void Compare(Fuzz::Cutting const& cutting, std::string_view bytes) {
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const pair = input.Byte() % 6U;
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     switch (pair) {
     case 0:
-        Compare<UTF16, UTF8>(cutting, input.Rest());
+        Compare<UTF16, UTF8>(lengths, input.Rest());
         break;
     case 1:
-        Compare<UTF32, UTF8>(cutting, input.Rest());
+        Compare<UTF32, UTF8>(lengths, input.Rest());
         break;
     case 2:
-        Compare<UTF8, UTF16>(cutting, input.Rest());
+        Compare<UTF8, UTF16>(lengths, input.Rest());
         break;
     case 3:
-        Compare<UTF32, UTF16>(cutting, input.Rest());
+        Compare<UTF32, UTF16>(lengths, input.Rest());
         break;
     case 4:
-        Compare<UTF8, UTF32>(cutting, input.Rest());
+        Compare<UTF8, UTF32>(lengths, input.Rest());
         break;
     default:
-        Compare<UTF16, UTF32>(cutting, input.Rest());
+        Compare<UTF16, UTF32>(lengths, input.Rest());
         break;
     }
     return 0;

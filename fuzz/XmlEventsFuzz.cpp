@@ -1,12 +1,16 @@
-// The XML reader: in any cutting the same events, and those of the rules written down plainly.
+// The XML reader: for any split the same events, and those of the rules written down plainly.
+#include <string>
+#include <vector>
+
 #include "fuzz/Fuzz.h"
+#include "tests/support/Chunks.h"
 #include "tests/xml/EventLog.h"
 #include "tests/xml/NaiveXMLMachine.h"
 #include "xml/SimpleXMLParserPL.h"
 
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
 
     EventLog plain;
     NaiveXMLMachine(plain).Parse(input.Rest());
@@ -17,9 +21,9 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
 
     EventLog cut;
     SimpleXMLParserPL parser(cut);
-    cutting.Feed(input.Rest(), [&](char const* bytes, std::size_t length) {
-        parser.Parse(bytes, static_cast<unsigned int>(length));
+    SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
+        parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
-    Fuzz::Require(cut.events == plain.events, "the events are the same in any cutting");
+    Fuzz::Require(cut.events == plain.events, "the events are the same for any split");
     return 0;
 }

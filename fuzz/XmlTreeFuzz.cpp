@@ -1,4 +1,4 @@
-// The tree reader, in any cutting, against a tree of the plain machine's events.
+// The tree reader, for any split, against a tree of the plain machine's events.
 #include <string>
 #include <utility>
 #include <vector>
@@ -6,6 +6,7 @@
 #include "fuzz/Fuzz.h"
 #include "fuzz/PlainCase.h"
 #include "fuzz/PlainTree.h"
+#include "tests/support/Chunks.h"
 #include "xml/XMLElementPL.h"
 #include "xml/XMLTreeParserPL.h"
 
@@ -56,11 +57,11 @@ void CompareTrees(XMLElementPL const& root, PlainTree::Node const& plainRoot) {
 
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    Fuzz::Cutting const cutting(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     PlainTree const plain(input.Rest());
     XMLTreeParserPL parser;
-    cutting.Feed(input.Rest(), [&](char const* bytes, std::size_t length) {
-        parser.Parse(bytes, static_cast<unsigned int>(length));
+    SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
+        parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Fuzz::Require(parser.HasOpenElements() == plain.HasOpenElements(), "elements are open or not");
     Fuzz::Require((parser.GetRootElement() == nullptr) == (plain.Root() == nullptr),

@@ -8,7 +8,7 @@
 #include "data/Buffer.h"
 #include "data/DataFilterer.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 
 namespace {
@@ -22,7 +22,7 @@ TEST(AsciiFiltersTest, FiltersMapAsTheTablesSay) {
 }
 
 TEST(AsciiFiltersTest, AnyCuttingGivesTheSameBytes) {
-    ForEachCutting("aBc\xE9\0[zZ{@"_bytes, [](Cutting const& cutting) {
+    ForEachSplit("aBc\xE9\0[zZ{@"_bytes, [](Chunks const& chunks) {
         for (bool const raises : {true, false}) {
             DataFilter& filter = raises ? static_cast<DataFilter&>(Ascii::RaiseCase())
                                         : static_cast<DataFilter&>(Ascii::LowerCase());
@@ -30,7 +30,7 @@ TEST(AsciiFiltersTest, AnyCuttingGivesTheSameBytes) {
             DataFilterer filterer;
             DataReceiver& stage = filterer(receiver, filter);
             stage.Start();
-            cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
+            chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
             stage.ReceiveEnd();
             EXPECT_EQ(raises ? Bytes("ABC\xE9\0[ZZ{@") : Bytes("abc\xE9\0[zz{@"), receiver.Text());
         }

@@ -10,8 +10,8 @@
 #include "data/ConstDataRopeReference.h"
 #include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 
 namespace {
 
@@ -69,10 +69,10 @@ TEST(ChecksumReceiverTest, AnyCuttingGivesTheSameValue) {
     std::mt19937 random(66);
     std::string const input = RandomBytes(random, 300, EveryByte());
     std::uint32_t const expected = Reference(input);
-    ForEachCutting(input, [&](Cutting const& cutting) {
+    ForEachSplit(input, [&](Chunks const& chunks) {
         ChecksumReceiver receiver;
         receiver.Start();
-        cutting.Feed([&](ConstData chunk) { receiver.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { receiver.Receive(chunk); });
         receiver.ReceiveEnd();
         EXPECT_EQ(expected, receiver.Value());
     });

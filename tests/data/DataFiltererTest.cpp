@@ -13,8 +13,8 @@
 #include "data/DataFilter.h"
 #include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 
 namespace {
@@ -180,13 +180,13 @@ TEST(DataFiltererTest, FlushHasRoomFor1024BytesAndMayGiveNone) {
 }
 
 TEST(DataFiltererTest, AnyCuttingGivesTheSameBytes) {
-    ForEachCutting("abcdefg\0hijk\xFF"_bytes, [](Cutting const& cutting) {
+    ForEachSplit("abcdefg\0hijk\xFF"_bytes, [](Chunks const& chunks) {
         auto const filtered = [&](DataFilter& filter) {
             RecordingDataReceiver receiver;
             DataFilterer filterer;
             DataReceiver& stage = filterer(receiver, filter);
             stage.Start();
-            cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
+            chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
             stage.ReceiveEnd();
             return receiver.Text();
         };

@@ -9,8 +9,8 @@
 #include "data/LineMaker.h"
 #include "data/MessageReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 
 namespace {
@@ -23,15 +23,15 @@ public:
     FieldRecorder() { Start(0); }
 };
 
-// The events of a header block, in any cutting.
+// The events of a header block, for any split.
 void ExpectFields(Calls expected, ConstData text) {
     expected.insert(expected.begin(), "Start 0");
-    ForEachCutting(text, [&](Cutting const& cutting) {
+    ForEachSplit(text, [&](Chunks const& chunks) {
         FieldRecorder receiver;
         HeaderMaker maker(receiver);
         LineMaker lines(maker);
         lines.Start();
-        cutting.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
         lines.ReceiveEnd();
         EXPECT_EQ(expected, receiver.Events());
     });

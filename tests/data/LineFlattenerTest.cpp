@@ -10,8 +10,8 @@
 #include "data/LineMaker.h"
 #include "data/StringReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 
 namespace {
@@ -95,12 +95,12 @@ TEST(LineFlattenerTest, CanBeBoundAgainForTheNextStream) {
 }
 
 TEST(LineFlattenerTest, AnyCuttingGivesTheSameBytes) {
-    ForEachCutting("a\r\nb\n\r\n\rcd\r\r\n\n", [](Cutting const& cutting) {
+    ForEachSplit("a\r\nb\n\r\n\rcd\r\r\n\n", [](Chunks const& chunks) {
         RecordingDataReceiver receiver;
         LineFlattener flattener;
         LineMaker lines(flattener(LineFlattener::lf, receiver));
         lines.Start();
-        cutting.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
         lines.ReceiveEnd();
         EXPECT_EQ("a\nb\n\ncd\n\n\n", receiver.Text());
     });

@@ -9,8 +9,8 @@
 #include "data/DataReceiver.h"
 #include "data/LineReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -51,11 +51,11 @@ Calls CallsFor(ConstData text) {
 
 void ExpectInAnyCutting(std::string const& text, std::size_t offset) {
     Calls const expected = Expected(text, offset);
-    ForEachCutting(text, [&](Cutting const& cutting) {
+    ForEachSplit(text, [&](Chunks const& chunks) {
         RecordingLineReceiver receiver;
         LineMaker maker(receiver);
         maker.Start(offset);
-        cutting.Feed([&](ConstData chunk) { maker.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { maker.Receive(chunk); });
         maker.ReceiveEnd();
         EXPECT_EQ(expected, receiver.Events());
     });

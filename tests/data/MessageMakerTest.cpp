@@ -12,8 +12,8 @@
 #include "data/LineMaker.h"
 #include "data/MessageReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/RecordingReceivers.h"
 #include "tests/support/VirtualSlot.h"
 
@@ -131,12 +131,12 @@ private:
 };
 
 void ExpectInAnyCutting(Calls const& expected, ConstData text) {
-    ForEachCutting(text, [&](Cutting const& cutting) {
+    ForEachSplit(text, [&](Chunks const& chunks) {
         RecordingMessageReceiver receiver;
         MessageMaker maker(receiver);
         LineMaker lines(maker);
         lines.Start();
-        cutting.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
         lines.ReceiveEnd();
         EXPECT_EQ(expected, receiver.Events());
     });

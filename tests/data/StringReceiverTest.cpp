@@ -7,7 +7,7 @@
 
 #include "data/DataReceiver.h"
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
+#include "tests/support/ForEachSplit.h"
 
 namespace {
 
@@ -15,12 +15,12 @@ static_assert(!std::is_convertible_v<StringReceiver*, DataReceiver*>,
               "only the binding call yields the interface");
 
 TEST(StringReceiverTest, CollectsAnyCutting) {
-    ForEachCutting(EveryByte(), [](Cutting const& cutting) {
+    ForEachSplit(EveryByte(), [](Chunks const& chunks) {
         std::string text;
         StringReceiver receiver;
         DataReceiver& stage = receiver(text);
         stage.Start();
-        cutting.Feed([&](ConstData chunk) { stage.Receive(chunk); });
+        chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
         stage.ReceiveEnd();
         EXPECT_EQ(EveryByte(), text);
     });

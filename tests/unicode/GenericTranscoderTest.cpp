@@ -10,8 +10,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/unicode/RandomText.h"
 #include "tests/unicode/TextStreams.h"
 #include "tests/unicode/Units.h"
@@ -47,14 +47,14 @@ std::string Result(Units<Source> const& text) {
 
 template <class Target>
 void ExpectInEveryCutting(std::string const& expected, std::string const& utf8) {
-    ForEachCutting(
+    ForEachSplit(
         utf8,
-        [&](Cutting const& cutting) {
+        [&](Chunks const& chunks) {
             RecordingTextReceiver<Target> recorder;
             StreamTranscoder<Target, UTF8> transcoder;
             UTextReceiver<UTF8>& receiver = transcoder(recorder);
             receiver.Start(UTF8());
-            cutting.Feed([&](ConstData chunk) { receiver.Receive(chunk); });
+            chunks.Feed([&](ConstData chunk) { receiver.Receive(chunk); });
             receiver.ReceiveEnd();
             EXPECT_EQ(expected, ShownUnits(recorder.outcome.units));
         },

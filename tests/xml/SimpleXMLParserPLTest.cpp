@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/support/VirtualSlot.h"
 #include "tests/xml/ByteSoup.h"
 #include "tests/xml/EventLog.h"
@@ -46,27 +46,27 @@ Events ExpectedEvents(std::string const& document) {
 // affordable.
 unsigned int CountMismatches(std::string const& document) {
     Events const expected = ExpectedEvents(document);
-    auto const differs = [&](Cutting const& cutting) {
+    auto const differs = [&](Chunks const& chunks) {
         EventLog log;
         SimpleXMLParserPL parser(log);
-        cutting.Feed([&](ConstData chunk) { Feed(parser, chunk); });
+        chunks.Feed([&](ConstData chunk) { Feed(parser, chunk); });
         return log.events != expected;
     };
     ConstData const bytes(document);
-    unsigned int mismatches = differs(Cutting("whole", {bytes}));
+    unsigned int mismatches = differs(Chunks("whole", {bytes}));
     for (std::size_t size = 1; size <= 9; ++size)
-        mismatches += differs(CutEvery(bytes, size));
+        mismatches += differs(SplitEvery(bytes, size));
     for (std::size_t offset = 1; offset < bytes.Length(); ++offset)
-        mismatches += differs(CutAt(bytes, offset));
+        mismatches += differs(SplitAt(bytes, offset));
     return mismatches;
 }
 
 void ExpectEventsInAnyCutting(std::string const& document, Events const& expected) {
     EXPECT_EQ(ExpectedEvents(document), expected) << "the machine of the test itself";
-    ForEachCutting(document, [&](Cutting const& cutting) {
+    ForEachSplit(document, [&](Chunks const& chunks) {
         EventLog log;
         SimpleXMLParserPL parser(log);
-        cutting.Feed([&](ConstData chunk) { Feed(parser, chunk); });
+        chunks.Feed([&](ConstData chunk) { Feed(parser, chunk); });
         ASSERT_EQ(log.events, expected);
     });
 }
@@ -391,7 +391,7 @@ TEST(SimpleXMLParserPLTest, AfterAnExceptionOfTheHandlerParsingGoesOnInTheOldSta
         SimpleXMLParserPL parser(log);
         EventLog expectedLog(refused);
         NaiveXMLMachine machine(expectedLog);
-        for (ConstData chunk : CutEvery(document, 1 + random() % 9).chunks) {
+        for (ConstData chunk : SplitEvery(document, 1 + random() % 9).Views()) {
             bool threw = false;
             bool expectedToThrow = false;
             try {
@@ -441,7 +441,7 @@ TEST(SimpleXMLParserPLTest, ExhaustedMemoryPassesThroughParse) {
         SimpleXMLParserPL parser;
         for (int round = 0; round < 3; ++round) {
             try {
-                for (ConstData chunk : CutEvery(document, 7).chunks)
+                for (ConstData chunk : SplitEvery(document, 7).Views())
                     Feed(parser, chunk);
             } catch (std::bad_alloc const&) {
             }

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Bytes.h"
-#include "tests/support/Cuttings.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/ForEachSplit.h"
 #include "tests/xml/ByteSoup.h"
 #include "tests/xml/NaiveXMLMachine.h"
 #include "tests/xml/SmallStack.h"
@@ -200,7 +200,7 @@ TEST(XMLTreeParserPLTest, AnyCuttingOfByteSoupGivesThePlainTree) {
         std::string const expected = plain.Outcome();
         for (std::size_t size = 1; size <= 9; ++size) {
             XMLTreeParserPL parser;
-            CutEvery(document, size).Feed([&](ConstData chunk) {
+            SplitEvery(document, size).Feed([&](ConstData chunk) {
                 parser.Parse(reinterpret_cast<char const*>(chunk.begin),
                              static_cast<unsigned int>(chunk.Length()));
             });
