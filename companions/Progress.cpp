@@ -54,11 +54,11 @@ Progress::Progress(ProgressStyle theStyle) : style(Resolve(theStyle)) {}
 
 Progress::~Progress() { Clear(); }
 
-void Progress::Opening() { Tell(0, "asking the agent"); }
+void Progress::Opening() { Show(0, "asking the agent"); }
 
-void Progress::Percent(int percent) { Tell(percent, std::to_string(percent) + "% completed"); }
+void Progress::Percent(int percent) { Show(percent, std::to_string(percent) + "% completed"); }
 
-void Progress::Closing() { Tell(100, "closing the evaluation"); }
+void Progress::Closing() { Show(100, "closing the evaluation"); }
 
 void Progress::Clear() {
     if (drawn)
@@ -66,7 +66,7 @@ void Progress::Clear() {
     drawn = false;
 }
 
-void Progress::Tell(int barPercent, std::string_view text) {
+void Progress::Show(int barPercent, std::string_view text) {
     if (style == ProgressStyle::lines)
         WriteMessage("compliance-query", text);
     if (style != ProgressStyle::bar)

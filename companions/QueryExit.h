@@ -1,10 +1,10 @@
-// What compliance-query tells a script by its exit status, and a reader by one line.
+// The exit statuses and error messages of compliance-query.
 #pragma once
 
 #include <string>
 
-// The statuses are an interface: none changes its meaning. One more than these is 128 + n, after
-// the signal n has asked for an early end.
+// The statuses are an interface: none changes its meaning. After a stop signal n the status is
+// 128 + n.
 enum class QueryExit {
     finished = 0,       // the rows are on standard output
     agentError = 1,     // the agent reports an error, "not available right now" included
@@ -18,12 +18,12 @@ enum class QueryExit {
     otherResult = 10,   // --strict, and a row's result is not in the list
 };
 
-// The status of a negative code of the COMPLIANCE_ functions; of one that none of them returns it
-// is exchangeFailed.
+// Returns the status for a negative code of the COMPLIANCE_ functions, and exchangeFailed for a
+// code that none of them returns.
 QueryExit QueryExitOfCode(int code);
 
-// One line without an end, which tells the code in words and, where there is one, the remedy.
+// Returns a message for the code, with a remedy where there is one, without a line feed.
 std::string DescribeCode(int code);
 
-// The same for the error that the agent reports in state 2.
+// The same for an error that the agent reports.
 std::string DescribeAgentError(int error);

@@ -1,12 +1,12 @@
-// Bytes from somebody else, made fit to be shown.
+// Text from other programs, with escapes for bytes that are unsafe to display.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 
-// UTF-8 in which each byte that belongs to no well-formed character stands as "\xHH" with two
-// hexadecimal digits. A backslash stands as it is, so this is for reading and can't be undone.
+// Returns UTF-8 with each byte that belongs to no well-formed character escaped as "\xHH". A
+// backslash is not escaped, so the original can't be restored.
 std::string MakeReadable(std::string_view bytes);
 
 // The characters that the reader's terminal can display.
@@ -21,6 +21,6 @@ enum class CharacterSet { ascii, unicode };
 //   that does not use UTF-8 the bytes of a harmless character can be a control sequence.
 std::string MakeVisible(std::string_view bytes, CharacterSet characters = CharacterSet::unicode);
 
-// How many columns a terminal needs for UTF-8 without control characters, taken as one column a
-// character.
+// Returns the number of columns that UTF-8 without control characters takes on a terminal, one for
+// each character.
 std::size_t CountColumns(std::string_view text);

@@ -1,7 +1,7 @@
 // The records that the tool and the agent exchange: a request, and the response with its rows.
 //
-// Plain values. All text is bytes without an encoding, kept as it was given. The two documents on
-// disk (RequestDocument.h, ResponseDocument.h) are these records written out.
+// Plain values. All text is bytes without an encoding, kept unchanged. RequestDocument.h and
+// ResponseDocument.h write them to disk and read them.
 #pragma once
 
 #include <cstdint>
@@ -21,12 +21,12 @@ extern char const* const xDatClientComplianceTypeOpen;
 extern char const* const xDatClientComplianceTypeClose;
 extern char const* const xDatClientComplianceTypeProgress;
 
-// What the agent says of an evaluation, by its number in the response document. The field that
-// holds it is a plain number: an agent may write any.
+// The state of an evaluation, by its number in the response document. The field is a plain number,
+// because an agent may write any.
 enum ClientComplianceState : std::int32_t {
     ClientComplianceStateFinished = 1,   // the rows hold the results
-    ClientComplianceStateError = 2,      // `error` tells what the agent reports
-    ClientComplianceStateInProgress = 3, // `percent` tells how far it has come
+    ClientComplianceStateError = 2,      // `error` is the number that the agent reports
+    ClientComplianceStateInProgress = 3, // `percent` is the progress
 };
 
 struct ClientComplianceRequest {
@@ -44,7 +44,7 @@ ClientComplianceRequest CreateComplianceRequestProgress();
 
 // One result row, as the agent delivered it; nothing in it is parsed.
 struct ClientComplianceResponseItem {
-    // A null pointer in any place gives empty text.
+    // A null pointer counts as an empty string.
     ClientComplianceResponseItem(char const* designator, char const* result, char const* resultType,
                                  char const* evaluationTime, char const* description,
                                  char const* comment);
@@ -57,7 +57,7 @@ struct ClientComplianceResponseItem {
     std::string comment;
 };
 
-// The agent's answer. One that says nothing of its progress counts as an error with the value 0.
+// The agent's answer. Without progress elements it counts as an error with the value 0.
 struct ClientComplianceResponse {
     // Constexpr, so that a response can be built before any code of the program runs.
     explicit constexpr ClientComplianceResponse(ClientComplianceType kind) noexcept : type(kind) {}
@@ -84,10 +84,10 @@ struct ClientComplianceResponse {
     std::int32_t state = ClientComplianceStateError; // a ClientComplianceState, or the agent's own
 };
 
-// What the exchange throws. Deliberate: these have no base, so that a handler for std::exception
-// lets them pass; only one for all exceptions, or for that very class, stops them.
+// The exceptions of the exchange. Deliberate: they have no base class, so a handler for
+// std::exception does not catch them.
 class ClientComplianceRequestIOWriteFailure {};   // the request could not be published
 class ClientComplianceResponseIOWriteFailure {};  // the response could not be published
-class ClientComplianceResponseReadFailure {};     // broken off inside an element, or without a root
+class ClientComplianceResponseReadFailure {};     // ends inside an element, or has no root
 class ClientComplianceResponseBadDocumentType {}; // the root element has another name
 class ClientComplianceResponseTypeFailure {};     // no usable type of response

@@ -30,7 +30,6 @@ ClientComplianceLock::~ClientComplianceLock() {
     iLockIsRefused = true;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
 bool ClientComplianceLock::Lock() noexcept {
     if (iLock || iLockIsRefused)
         return false;
@@ -47,5 +46,4 @@ bool ClientComplianceLock::Lock() noexcept {
     return false;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): asked of the single instance
 void ClientComplianceLock::Unlock() noexcept { Destroy(); }

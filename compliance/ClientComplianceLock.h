@@ -5,29 +5,29 @@
 // exist; the file is created at first use, and stays.
 #pragma once
 
-// The single instance. One thread; between threads of a process it keeps nothing apart.
+// The single instance. Not thread-safe, and no lock between the threads of a process.
 class ClientComplianceLock {
 public:
     // Built on first use, destroyed at the normal exit of the process.
     static ClientComplianceLock& The();
 
-    // Gives the lock up if it is held.
+    // Releases the lock if it is held.
     ~ClientComplianceLock();
 
     ClientComplianceLock(ClientComplianceLock const&) = delete;
     ClientComplianceLock& operator=(ClientComplianceLock const&) = delete;
 
     // Takes the lock and returns whether it is held now. Does not wait, and never throws: a missing
-    // directory, missing rights and a lock held elsewhere all give false.
+    // directory, missing rights and a lock held by another process all return false.
     //
-    // While this process holds the lock, a further call gives false and changes nothing.
+    // While this process holds the lock, a further call returns false and changes nothing.
     //
-    // Deliberate: once another process was found to hold the lock, every later call in this process
-    // gives false, without trying again, also when the lock is free by then. After a failure to
-    // open the file a later call does try again.
+    // Deliberate: after another process was found to hold the lock, every later call in this
+    // process returns false without a system call, also when the lock is free by then. After a
+    // failure to open the file a later call tries again.
     bool Lock() noexcept;
 
-    // Gives the lock up. Does nothing while it is not held.
+    // Releases the lock. Does nothing while it is not held.
     void Unlock() noexcept;
 
 private:

@@ -1,4 +1,4 @@
-// The state behind the five COMPLIANCE_ functions, for their source and for tests.
+// The state of the five COMPLIANCE_ functions, for their source and for tests.
 //
 // Closed: both flags false. Open: iOwnLock. Finished: both, with the rows in iResponse. Plain
 // variables without a guard: the interface is for one thread.

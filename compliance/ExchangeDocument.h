@@ -27,7 +27,7 @@ public:
     void BeginElement(char const* name);
     void EndElement();
 
-    // An element with nothing but text, in one line. An empty text gives the two tags.
+    // Writes an element with text only, on one line. An empty text leaves the two tags.
     void WriteElement(char const* name, ConstData text);
 
     void End();

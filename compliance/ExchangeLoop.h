@@ -1,7 +1,7 @@
 // One exchange with the agent: publish a request, wait until it is taken, read the answer.
 //
-// There are no sockets and no signals: that request.xml disappears is the whole of the agent's
-// acknowledgement, and it has published response.xml by then.
+// There are no sockets and no signals: the agent acknowledges a request by removing request.xml. It
+// has published response.xml by then.
 #pragma once
 
 struct ClientComplianceRequest;
@@ -17,8 +17,8 @@ struct ClientComplianceResponse;
 // Sleeps between 1 and 10 seconds while it waits for the answer. Retries of a failing write come on
 // top, up to about 6 seconds; after REQUEST_WRITE they are the only sleep.
 //
-// Deliberate: the answer is taken as it stands. It holds nothing that ties it to this request, so
-// an answer of another type, or one left over from an earlier exchange, is not told apart.
+// Deliberate: any answer is accepted. It holds nothing that ties it to this request, so an answer
+// of another type, or one left over from an earlier exchange, can't be recognized.
 //
 // REQUIRES: the exchange lock is held by the caller.
 int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response);

@@ -17,10 +17,10 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
 // Reads the document into a new record.
 //
-// Throws FileNotFoundError when there is none, ClientComplianceResponseReadFailure when it breaks
-// off inside an element or holds none, ClientComplianceResponseBadDocumentType when its root has
-// another name, ClientComplianceResponseTypeFailure when no known type stands in it, and other file
-// errors as they come.
+// Throws FileNotFoundError when there is none, ClientComplianceResponseReadFailure when it ends
+// inside an element or holds none, ClientComplianceResponseBadDocumentType when its root has
+// another name, ClientComplianceResponseTypeFailure when it has no known type, and the other errors
+// of the file layer.
 //
 // Accepts more than is ever written: the children in any order, the last usable one of repeated
 // ones, unknown ones passed over, progress elements under any type. A row's missing texts are

@@ -1,7 +1,7 @@
-// What the stand-in agent does, as a small text file tells it.
+// The behaviour of the stand-in agent, described by a small text file.
 //
-// One statement a line; a "#" begins a comment at the start of a line. Words stand apart by blanks
-// or tabs. README.md in this folder has the statements.
+// One statement a line; a "#" at the start of a line begins a comment. Words are separated by
+// spaces or tabs. README.md in this folder lists the statements.
 #pragma once
 
 #include <stdexcept>
@@ -10,7 +10,7 @@
 
 #include "compliance/ClientCompliance.h"
 
-// How one request is dealt with.
+// How one request is handled.
 struct ScenarioStep {
     enum Kind {
         Answer,  // publish `response`, then take the request
@@ -21,7 +21,7 @@ struct ScenarioStep {
 
     Kind kind = Answer;
     ClientComplianceResponse response{ClientComplianceProgress};
-    unsigned int delay = 0; // milliseconds before the request is dealt with
+    unsigned int delay = 0; // milliseconds before the request is handled
 };
 
 struct Scenario {
@@ -35,6 +35,6 @@ class ScenarioError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Reads a scenario. `name` stands for the text in messages. Throws ScenarioError at the first
+// Reads a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first
 // mistake; a scenario without any statement for Progress requests is one.
 Scenario ParseScenario(std::string const& text, std::string const& name);

@@ -13,7 +13,6 @@ struct Row {
 };
 
 // Searched from the first row on; there before any initialiser asks.
-// NOLINTNEXTLINE(cert-err58-cpp): constinit, so no code runs for it
 constinit Row const table[] = {
     {cRESERVED_FILE_EXTENSION_SITE_DEFINITION, AdviceFileTypes::Masthead()},
     {cRESERVED_FILE_EXTENSION_ADVICE_POOL, AdviceFileTypes::Pool()},

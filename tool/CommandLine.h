@@ -12,5 +12,5 @@ struct CommandLine {
 // not all of them.
 //
 // Deliberate: a number for the flags that is negative or too large is refused, but text that is no
-// number counts as 0, and so does what stands behind a number.
+// number counts as 0, and text after a number is ignored.
 bool ReadCommandLine(int count, char const* const* arguments, CommandLine& commandLine);

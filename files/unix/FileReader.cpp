@@ -57,7 +57,6 @@ unsigned long long UnixPlatform::FileReader::ReadOnce(Data target) {
     return count;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): by contract
 void UnixPlatform::FileReader::ThrowError(FileLocation const& where, int errorNumber) const {
     ThrowReaderError(where, errorNumber);
 }

@@ -71,7 +71,6 @@ void UnixPlatform::FileReadingPath::Close() {
         ThrowError(location, errno);
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): by contract
 void UnixPlatform::FileReadingPath::ThrowError(FileLocation const& where, int errorNumber) const {
     ThrowReadingPathError(where, errorNumber);
 }

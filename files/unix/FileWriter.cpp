@@ -30,7 +30,6 @@ UnixPlatform::FileWriter& UnixPlatform::FileWriter::operator<<(ConstData data) {
     return *this;
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): by contract
 void UnixPlatform::FileWriter::ThrowError(FileLocation const& where, int errorNumber) const {
     ThrowWriterError(where, errorNumber);
 }

@@ -55,7 +55,6 @@ void UnixPlatform::FileWritingPath::AppendZeroByte(unsigned int whence) {
             ThrowError(location, errno);
 }
 
-// NOLINTNEXTLINE(readability-convert-member-functions-to-static): by contract
 void UnixPlatform::FileWritingPath::ThrowError(FileLocation const& where, int errorNumber) const {
     ThrowWritingPathError(where, errorNumber);
 }
