@@ -50,7 +50,7 @@ endif()
 
 # harden(<target>...): libraries and programs that ship.
 function(harden)
-  if(CC_WATCHED)
+  if(CC_INSTRUMENTED)
     return()
   endif()
   foreach(name ${ARGN})

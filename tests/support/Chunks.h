@@ -17,7 +17,7 @@ public:
         : description(std::move(theDescription)), chunks(std::move(theChunks)) {}
 
     // Passes each chunk to `receive`, which takes a ConstData. Each call gets a copy in memory of
-    // exactly the chunk's length, which is overwritten and freed after the call. A sanitizer thereby
+    // exactly the chunk's length, which is overwritten and freed after the call. So a sanitizer
     // finds a read beyond the chunk, and a view of the chunk that is used after the call.
     template <class Receive>
     void Feed(Receive receive) const {
