@@ -1,19 +1,18 @@
 #include "companions/Doctor.h"
 
 #include <array>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "companions/DoctorFiles.h"
 #include "compliance/AgentPaths.h"
+#include "compliance/AgentPresence.h"
 #include "compliance/ProcessNames.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-constexpr unsigned int maxPathLength = 4096;
 constexpr std::string_view deletedMark = " (deleted)";
 
 // How a process matches the agent, the best match first.
@@ -57,12 +56,10 @@ Candidate ClassifyByProgram(unsigned int id, std::string const& program) {
 }
 
 Candidate Classify(unsigned int id) {
-    std::array<char, maxPathLength> text{};
-    if (ProcessIdToPath(id, text.data(), maxPathLength))
+    std::array<char, processNameCapacity> text{};
+    if (ProcessIdToPath(id, text.data(), processNameCapacity))
         return ClassifyByProgram(id, text.data());
-    long long ignored = 0;
-    if (!ProcessIdToName(id, text.data(), maxPathLength, ignored, ignored, ignored) ||
-        std::strcmp(text.data(), AgentPaths::processName) != 0)
+    if (!UnixPlatform::HasAgentName(id))
         return {};
     return {StateOf(id) == 'Z' ? MatchKind::zombie : MatchKind::commandName, id};
 }

@@ -12,14 +12,13 @@
 namespace {
 
 constexpr char check[] = "lock";
-constexpr unsigned int maxPathLength = 4096;
 
 std::string NameOf(pid_t process) {
-    std::array<char, maxPathLength> text{};
+    std::array<char, processNameCapacity> text{};
     long long ignored = 0;
     auto const id = static_cast<unsigned int>(process);
-    if (ProcessIdToPath(id, text.data(), maxPathLength) ||
-        ProcessIdToName(id, text.data(), maxPathLength, ignored, ignored, ignored))
+    if (ProcessIdToPath(id, text.data(), processNameCapacity) ||
+        ProcessIdToName(id, text.data(), processNameCapacity, ignored, ignored, ignored))
         return std::string(" (") + text.data() + ")";
     return "";
 }

@@ -119,7 +119,7 @@ RowFormat ChooseFormat(Arguments const& arguments) {
     return chosen.empty() ? RowFormat::table : chosen.front();
 }
 
-void TakeOperands(Arguments const& arguments, QueryCommandLine& result) {
+void ReadOperands(Arguments const& arguments, QueryCommandLine& result) {
     std::vector<std::string> const& operands = arguments.Operands();
     if (arguments.Has("-d")) {
         if (!operands.empty())
@@ -150,6 +150,6 @@ QueryCommandLine ParseQueryCommandLine(int count, char const* const* argumentTex
     result.acceptedResults = ParseAcceptedResults(arguments.Values("--strict"));
     result.timeout = ParseTimeout(arguments.Values("--timeout"));
     result.progress = ParseProgress(arguments.Values("--progress"));
-    TakeOperands(arguments, result);
+    ReadOperands(arguments, result);
     return result;
 }

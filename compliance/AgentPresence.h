@@ -10,9 +10,12 @@ namespace UnixPlatform {
 // mode counts, except for a dangling link.
 int IsInstalled();
 
-// Returns whether a process has exactly the agent's name (ProcessNames.h defines the name). Stops
-// at the first match. Throws nothing but std::bad_alloc.
+// Returns whether a process has the agent's name. Stops at the first match. Throws nothing but
+// std::bad_alloc.
 bool IsRunning();
+
+// Returns whether the process has exactly the agent's name (ProcessNames.h defines the name).
+bool HasAgentName(unsigned int processId);
 
 // Always true: on this platform there is nothing to configure.
 bool IsConfigured();

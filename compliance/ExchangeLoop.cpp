@@ -10,11 +10,11 @@
 
 namespace {
 
-// The schedule of the wait, in milliseconds. Each sleep is twice the one before, the last one cut
-// to the limit: 1,000, 2,000, 4,000 and 3,000, with a look after each, so about 1, 3, 7 and 10
-// seconds after the request was published.
+// The schedule of the wait, in milliseconds. Each sleep is twice the one before, and the last one
+// is shortened to the limit: 1,000, 2,000, 4,000 and 3,000. After each the answer is checked, so
+// about 1, 3, 7 and 10 seconds after the request was published.
 constexpr unsigned int firstSleep = 1000;
-constexpr unsigned int limit = 10000;
+constexpr unsigned int maxWait = 10000;
 
 bool Publish(ClientComplianceRequest const& request) {
     try {
@@ -25,7 +25,7 @@ bool Publish(ClientComplianceRequest const& request) {
     }
 }
 
-// Every failure is alike here: there is no answer yet, and the next look may find one.
+// All failures are treated alike: there is no answer yet, and the next check may find one.
 bool ReadAnswer(ClientComplianceResponse& response) {
     try {
         response = ClientComplianceResponseIORead();
@@ -35,13 +35,13 @@ bool ReadAnswer(ClientComplianceResponse& response) {
     }
 }
 
-// The looks for an answer. The last one is made at the limit itself, before the verdict.
+// Checks for an answer. The last check is made at the limit itself.
 int AwaitAnswer(ClientComplianceResponse& response) {
     unsigned int waited = 0;
     unsigned int step = firstSleep;
     bool readFailed = false;
-    while (waited < limit) {
-        unsigned int const sleep = std::min(step, limit - waited);
+    while (waited < maxWait) {
+        unsigned int const sleep = std::min(step, maxWait - waited);
         MilliSecondSleep(sleep);
         waited += sleep;
         step *= 2;

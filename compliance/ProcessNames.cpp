@@ -46,7 +46,6 @@ bool IsProcess(char const* name) {
     return std::strtol(name, nullptr, 10) != 0 && IsDirectoryInProc(name);
 }
 
-constexpr size_t targetSize = 4096;
 constexpr size_t headSize = 512;
 constexpr size_t procPathSize = 40;
 
@@ -159,9 +158,9 @@ bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
                      long long& effectiveUserId) {
     parentProcessId = realUserId = effectiveUserId = -1;
 
-    char target[targetSize];
+    char target[processNameCapacity];
     char stat[headSize];
-    std::string_view const linked = ReadTarget(processId, target, targetSize);
+    std::string_view const linked = ReadTarget(processId, target, processNameCapacity);
     std::string_view const found =
         linked.empty() ? BetweenParentheses(ReadHead(ProcPath(processId, "stat"), stat))
                        : WithoutDirectories(linked);
@@ -174,8 +173,8 @@ bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
 }
 
 bool ProcessIdToPath(unsigned int processId, char* path, unsigned int capacity) {
-    char target[targetSize];
-    return CopyOut(ReadTarget(processId, target, targetSize - 1), path, capacity);
+    char target[processNameCapacity];
+    return CopyOut(ReadTarget(processId, target, processNameCapacity - 1), path, capacity);
 }
 
 bool ProcessIdToPathWorks() {

@@ -16,9 +16,12 @@
 // Throws std::bad_alloc, and what `matches` throws.
 bool AnyProcess(std::function<bool(unsigned int id)> const& matches);
 
-// Gives the name of a process in `name`, with a terminating zero, and returns true if the process
-// has a name and it fits into `capacity` bytes with its zero. Otherwise returns false, and `name`
-// is left as it is.
+// The capacity that is enough for every path.
+constexpr unsigned int processNameCapacity = 4096;
+
+// Stores the name of a process in `name`, NUL-terminated, and returns true if the process has a
+// name and it fits into `capacity` bytes with its NUL. Otherwise returns false, and leaves `name`
+// unchanged.
 //
 // The name is the last component of what the link "/proc/<id>/exe" holds. Only if that can't be
 // read (another user's process; a thread of the kernel) it is the text between the first "(" and
@@ -35,9 +38,9 @@ bool AnyProcess(std::function<bool(unsigned int id)> const& matches);
 bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
                      long long& parentProcessId, long long& realUserId, long long& effectiveUserId);
 
-// Gives the whole path of the program of a process in `path`, with a terminating zero. Returns
-// false, and leaves `path` as it is, if the link "/proc/<id>/exe" can't be read or does not fit
-// into `capacity` bytes with its zero. Of the link at most 4,095 bytes are read.
+// Stores the whole path of the program of a process in `path`, NUL-terminated. Returns false, and
+// leaves `path` unchanged, if the link "/proc/<id>/exe" can't be read or does not fit into
+// `capacity` bytes with its NUL. Of the link at most 4,095 bytes are read.
 //
 // REQUIRES: `path` has room for `capacity` bytes.
 bool ProcessIdToPath(unsigned int processId, char* path, unsigned int capacity);

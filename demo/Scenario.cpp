@@ -8,12 +8,12 @@
 
 namespace {
 
-// What is wrong, before it is known where.
+// A mistake without its line.
 struct Mistake {
     std::string reason;
 };
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
 int HexValue(char c) {
     if (c >= '0' && c <= '9')
@@ -25,33 +25,33 @@ int HexValue(char c) {
     return -1;
 }
 
-// Cuts one line into words. A word in double quotes may hold blanks, and in it a backslash begins
-// one of \" \\ \n \r \t \xHH. Throws Mistake.
-class WordCutter {
+// Splits one line into words. A word in double quotes may contain spaces, and a backslash in it
+// begins one of \" \\ \n \r \t \xHH. Throws Mistake.
+class WordSplitter {
 public:
-    explicit WordCutter(std::string const& text) : line(text) {}
+    explicit WordSplitter(std::string const& text) : line(text) {}
 
-    std::vector<std::string> Cut() {
+    std::vector<std::string> Split() {
         if (line.find('\0') != std::string::npos)
             throw Mistake{"a zero byte"};
         std::vector<std::string> words;
-        for (SkipBlanks(); position < line.size(); SkipBlanks()) {
+        for (SkipSpaces(); position < line.size(); SkipSpaces()) {
             words.push_back(line[position] == '"' ? QuotedWord() : PlainWord());
-            if (position < line.size() && !IsBlank(line[position]))
+            if (position < line.size() && !IsSpace(line[position]))
                 throw Mistake{"a blank is missing between two words"};
         }
         return words;
     }
 
 private:
-    void SkipBlanks() {
-        while (position < line.size() && IsBlank(line[position]))
+    void SkipSpaces() {
+        while (position < line.size() && IsSpace(line[position]))
             ++position;
     }
 
     std::string PlainWord() {
         std::size_t const start = position;
-        while (position < line.size() && !IsBlank(line[position])) {
+        while (position < line.size() && !IsSpace(line[position])) {
             if (line[position] == '"')
                 throw Mistake{"a quote inside a word without quotes"};
             ++position;
@@ -108,11 +108,11 @@ private:
 };
 
 template <typename Number>
-Number ParseNumber(std::string const& word, Number lowest) {
+Number ParseNumber(std::string const& word, Number min) {
     Number value{};
     auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    if (error != std::errc() || end != word.data() + word.size() || value < lowest)
-        throw Mistake{"'" + word + "' is no number from " + std::to_string(lowest) + " to " +
+    if (error != std::errc() || end != word.data() + word.size() || value < min)
+        throw Mistake{"'" + word + "' is no number from " + std::to_string(min) + " to " +
                       std::to_string(std::numeric_limits<Number>::max())};
     return value;
 }
@@ -241,7 +241,7 @@ Scenario ParseScenario(std::string const& text, std::string const& name) {
         while (std::getline(lines, line)) {
             ++number;
             std::vector<std::string> const words =
-                line.starts_with('#') ? std::vector<std::string>() : WordCutter(line).Cut();
+                line.starts_with('#') ? std::vector<std::string>() : WordSplitter(line).Split();
             if (!words.empty())
                 builder.Statement(words);
         }

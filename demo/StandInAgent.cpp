@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <ctime>
 #include <string>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "compliance/AgentPaths.h"
+#include "compliance/AgentPresence.h"
 #include "compliance/ProcessNames.h"
 #include "compliance/RequestDocument.h"
 #include "compliance/ResponseDocument.h"
@@ -24,15 +24,6 @@
 namespace {
 
 constexpr unsigned int pollInterval = 20; // milliseconds
-
-bool IsNamedLikeTheAgent(unsigned int process) {
-    char name[1024];
-    long long parent;
-    long long realUser;
-    long long effectiveUser;
-    return ProcessIdToName(process, name, sizeof name, parent, realUser, effectiveUser) &&
-           std::string_view(name) == AgentPaths::processName;
-}
 
 std::string ReadRequestText() {
     std::string text;
@@ -70,7 +61,7 @@ pid_t OtherAgent() {
     pid_t found = 0;
     AnyProcess([&found](unsigned int process) {
         auto const id = static_cast<pid_t>(process);
-        if (id != getpid() && IsNamedLikeTheAgent(process))
+        if (id != getpid() && UnixPlatform::HasAgentName(process))
             found = id;
         return found != 0;
     });

@@ -14,8 +14,8 @@ static_assert(sizeof(FileLocation) == sizeof(UnixPlatform::FileLocation),
 
 bool EqualPaths(ConstData left, ConstData right) { return Ascii::EqualIgnoringCase(left, right); }
 
-// The value of decimal digits that nobody has tested.
-unsigned int Weigh(ConstData digits) {
+// The value of decimal digits, without a check.
+unsigned int ParseDigitsUnchecked(ConstData digits) {
     unsigned int value = 0;
     for (unsigned char const* digit = digits.begin; digit != digits.end; ++digit)
         value = value * 10 + (*digit - unsigned{'0'});
@@ -102,7 +102,7 @@ void GetDateFromNameInFileLocation(FileLocation const& location, unsigned int& y
     if (name.Length() < 9)
         throw IllegalFileName();
     char const* const digits = name.Text();
-    year = Weigh(ConstData(digits, 4));
-    month = Weigh(ConstData(digits + 4, 2));
-    day = Weigh(ConstData(digits + 6, 2));
+    year = ParseDigitsUnchecked(ConstData(digits, 4));
+    month = ParseDigitsUnchecked(ConstData(digits + 4, 2));
+    day = ParseDigitsUnchecked(ConstData(digits + 6, 2));
 }

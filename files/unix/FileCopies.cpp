@@ -14,24 +14,24 @@
 
 namespace {
 
-constexpr std::size_t copyChunk = 65536;
+constexpr std::size_t chunkSize = 65536;
 
 void CopyBytes(FileReadingPath const& source, FileWritingPath const& target) {
-    unsigned char chunk[copyChunk];
+    unsigned char chunk[chunkSize];
     FileWriter writer(target, 0);
     for (FileReadingLoop loop(Data(chunk), source, 0); loop.Remaining() != 0; ++loop)
         writer << loop.Chunk();
 }
 
-// Deliberate: the time reaches only the info in memory. On disk the copy keeps the time of its
-// writing.
-void CarryTimeOver(UnixPlatform::FileLocation const& from, UnixPlatform::FileLocation const& to) {
+// Deliberate: sets the time in memory only. On disk the copy keeps the time of its writing.
+void CopyModificationTime(UnixPlatform::FileLocation const& from,
+                          UnixPlatform::FileLocation const& to) {
     UnixPlatform::UnixFileInfo const source(from);
     UnixPlatform::UnixFileInfo target(to);
     target.SetModificationTime(source.ModificationTime());
 }
 
-// Refuses a target that has come into being by now.
+// Refuses a target that exists by now.
 void CopyFileContents(UnixPlatform::FileLocation const& from,
                       UnixPlatform::FileLocation const& to) {
     FileWritingPath target(to, FileWritingPath::OpenNewFile());
@@ -39,7 +39,7 @@ void CopyFileContents(UnixPlatform::FileLocation const& from,
     CopyBytes(source, target);
     target.Close();
     source.Close();
-    CarryTimeOver(from, to);
+    CopyModificationTime(from, to);
 }
 
 void RequireRegularFile(UnixPlatform::FileLocation const& location) {

@@ -57,7 +57,7 @@ void DeleteTreeContents(FileLocation const& where) {
     }
 }
 
-void RequireSomething(FileLocation const& location) {
+void RequireExisting(FileLocation const& location) {
     if (location.IsEmpty())
         throw EmptyFileLocationError(0);
     if (UnixFileInfo(location).IsNothingThere())
@@ -69,13 +69,13 @@ void RequireSomething(FileLocation const& location) {
 namespace UnixPlatform {
 
 void DeleteRecursive(FileLocation const& location) {
-    RequireSomething(location);
+    RequireExisting(location);
     DeleteTreeContents(location);
     DeleteDirectory(location);
 }
 
 void DeleteContents(FileLocation const& location) {
-    RequireSomething(location);
+    RequireExisting(location);
     DeleteTreeContents(location);
 }
 

@@ -17,20 +17,21 @@ namespace {
 using UnixPlatform::FileLocation;
 using UnixPlatform::UnixFileInfo;
 
-// What stands at a location where something stood a moment ago.
-UnixFileInfo InfoThatMustBeThere(FileLocation const& location) {
+// The info of a location that existed a moment ago.
+UnixFileInfo InfoOfExisting(FileLocation const& location) {
     UnixFileInfo const info(location);
     if (info.IsNothingThere())
         throw InvalidStats(0);
     return info;
 }
 
-// Deliberate: what is neither a regular file nor a directory stays where it is, without an error.
+// Deliberate: an entry that is neither a regular file nor a directory is not moved, without an
+// error.
 void MoveToOtherFileSystem(FileLocation const& from, FileLocation const& to) {
-    if (InfoThatMustBeThere(from).IsRegularFile()) {
+    if (InfoOfExisting(from).IsRegularFile()) {
         UnixPlatform::CopyFile(from, to);
         UnixPlatform::DeleteFile(from);
-    } else if (InfoThatMustBeThere(from).IsDirectory()) {
+    } else if (InfoOfExisting(from).IsDirectory()) {
         CopyDirectoryContents(from, to);
         UnixPlatform::DeleteRecursive(from);
     }
@@ -63,10 +64,10 @@ void ForceMoveFile(FileLocation const& from, FileLocation const& to) {
     if (UnixFileInfo(from).IsNothingThere())
         throw FileNotFoundError(from, 0);
     if (!UnixFileInfo(to).IsNothingThere()) {
-        bool const fromIsFile = InfoThatMustBeThere(from).IsRegularFile();
-        bool const toIsFile = InfoThatMustBeThere(to).IsRegularFile();
+        bool const fromIsFile = InfoOfExisting(from).IsRegularFile();
+        bool const toIsFile = InfoOfExisting(to).IsRegularFile();
         if (fromIsFile != toIsFile)
-            throw DirectoryFoundError(InfoThatMustBeThere(from).IsDirectory() ? from : to, 0);
+            throw DirectoryFoundError(InfoOfExisting(from).IsDirectory() ? from : to, 0);
         ForceNonexistence(to);
     }
     MoveFile(from, to);

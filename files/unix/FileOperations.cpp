@@ -130,8 +130,9 @@ long long CalculateFreeSpace(FileLocation const& location) {
         return -1;
     unsigned long long const bytes =
         static_cast<unsigned long long>(stats.f_bfree) * stats.f_frsize;
-    constexpr auto most = static_cast<unsigned long long>(std::numeric_limits<long long>::max());
-    return bytes > most ? -1 : static_cast<long long>(bytes);
+    constexpr auto maxResult =
+        static_cast<unsigned long long>(std::numeric_limits<long long>::max());
+    return bytes > maxResult ? -1 : static_cast<long long>(bytes);
 }
 
 void ForceRemoveInvalidFiles(FileLocation const&, unsigned int) {}

@@ -20,9 +20,10 @@ enum class Kind : int { file = 0, directory = 1 };
 constexpr char uniquePart[] = "/XXXXXX";
 constexpr std::size_t bufferSize = 4096;
 
-// Directory and prefix together stay below this, and no text is ever cut.
-constexpr std::size_t limit = 4088;
-static_assert(limit + sizeof(uniquePart) <= bufferSize, "the longest name fits with its NUL");
+// The limit for directory and prefix together. A longer text is refused, not truncated.
+constexpr std::size_t maxStemLength = 4087;
+static_assert(maxStemLength + sizeof(uniquePart) <= bufferSize,
+              "the longest name fits with its NUL");
 
 char* Append(char* target, ConstData text) {
     if (!text.IsEmpty())
@@ -44,7 +45,7 @@ bool Create(char* name, Kind kind) {
 FileLocation CreateUniqueLocation(FileLocation const& directory, char const* prefix, Kind kind) {
     ConstData const parent = directory.Bytes();
     ConstData const start = prefix == nullptr ? ConstData() : ConstData(prefix);
-    if (parent.Length() >= limit || start.Length() >= limit - parent.Length())
+    if (parent.Length() > maxStemLength || start.Length() > maxStemLength - parent.Length())
         throw CreateUniqueFileLocationFailed(static_cast<int>(kind));
 
     char name[bufferSize];

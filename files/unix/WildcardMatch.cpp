@@ -26,7 +26,7 @@ public:
     bool AtStart() const { return matches[0]; }
 
     // A byte or "?" in front.
-    void PrependOne(char character) {
+    void PrependCharacter(char character) {
         for (std::size_t i = 0; i < name.Length(); ++i)
             matches[i] = matches[i + 1] && (character == '?' || IsAt(i, character));
         matches[name.Length()] = false;
@@ -67,7 +67,7 @@ bool MatchWildcard(ConstData name, char const* pattern) {
         if (pattern[i] == '*')
             row.PrependStar(i + 1 == length);
         else
-            row.PrependOne(pattern[i]);
+            row.PrependCharacter(pattern[i]);
     }
     return row.AtStart();
 }
