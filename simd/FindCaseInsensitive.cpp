@@ -113,7 +113,7 @@ private:
 
 char const* FindCaseInsensitive(char const* text, std::size_t length, char const* pattern,
                                 std::size_t patternLength, std::int32_t const* lower,
-                                CaseVariants first, CaseVariants last) {
+                                CaseVariants const& first, CaseVariants const& last) {
     Pattern const wanted{pattern, patternLength, lower};
     std::size_t const places = length - patternLength + 1;
     if (places < blockSize)
@@ -124,8 +124,8 @@ char const* FindCaseInsensitive(char const* text, std::size_t length, char const
 #else
 
 char const* FindCaseInsensitive(char const* text, std::size_t length, char const* pattern,
-                                std::size_t patternLength, std::int32_t const* lower, CaseVariants,
-                                CaseVariants) {
+                                std::size_t patternLength, std::int32_t const* lower,
+                                CaseVariants const&, CaseVariants const&) {
     return FindCaseInsensitiveScalar(text, length, pattern, patternLength, lower);
 }
 

@@ -177,7 +177,8 @@ inline bool HasTopBits(std::uint64_t word) { return (word & InAllBytes(0x80)) !=
 
 // REQUIRES: 1 to 3 characters.
 template <unsigned base>
-bool ParseUpTo3Digits(unsigned char const* text, std::size_t length, std::uint64_t& value) {
+[[gnu::always_inline]] inline bool ParseUpTo3Digits(unsigned char const* text, std::size_t length,
+                                                    std::uint64_t& value) {
     unsigned reached = 0;
     auto const take = [&](std::size_t i) {
         unsigned const digit = DigitValue<base>(text[i]);
@@ -192,7 +193,8 @@ bool ParseUpTo3Digits(unsigned char const* text, std::size_t length, std::uint64
 
 // REQUIRES: 9 to 16 characters.
 template <unsigned base>
-bool ParseTwoWords(unsigned char const* text, std::size_t length, std::uint64_t& value) {
+[[gnu::always_inline]] inline bool ParseTwoWords(unsigned char const* text, std::size_t length,
+                                                 std::uint64_t& value) {
     std::size_t const rest = length - wordLength;
     std::uint64_t const first = LoadDigits(text);
     std::uint64_t const last = LoadLastDigits(text + length, rest);
@@ -204,7 +206,8 @@ bool ParseTwoWords(unsigned char const* text, std::size_t length, std::uint64_t&
 
 // REQUIRES: 17 to 24 characters.
 template <unsigned base>
-bool ParseThreeWords(unsigned char const* text, std::size_t length, std::uint64_t& value) {
+[[gnu::always_inline]] inline bool ParseThreeWords(unsigned char const* text, std::size_t length,
+                                                   std::uint64_t& value) {
     std::size_t const rest = length - 2 * wordLength;
     std::uint64_t const first = LoadDigits(text);
     std::uint64_t const second = LoadDigits(text + wordLength);
@@ -223,8 +226,10 @@ bool ParseThreeWords(unsigned char const* text, std::size_t length, std::uint64_
 
 } // namespace Detail
 
+// Inlined, because a reader of numerals takes a third longer with a call.
 template <unsigned base>
-inline bool ParseDigits(unsigned char const* text, std::size_t length, std::uint64_t& value) {
+[[gnu::always_inline]] inline bool ParseDigits(unsigned char const* text, std::size_t length,
+                                               std::uint64_t& value) {
     using namespace Detail;
     if (length < 4)
         return length != 0 && ParseUpTo3Digits<base>(text, length, value);
