@@ -23,8 +23,9 @@ using PrivateMachine::CreateAgentDirectories;
 
 std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
 
-constexpr char rows[] = "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"
-                        "d\tr\tt\t1\tx\tc\n";
+constexpr char expectedRows[] =
+    "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"
+    "d\tr\tt\t1\tx\tc\n";
 constexpr char progress[] = "compliance-query: asking the agent\n"
                             "compliance-query: closing the evaluation\n";
 constexpr char outputFailed[] =
@@ -67,7 +68,7 @@ TEST_P(ClosedDescriptorsTest, QueryWritesIntoNoFileOfTheExchange) {
             RunProgram({CC_QUERY_PROGRAM, "--tsv", "--progress=lines", "u", "d"}, Options());
         bool const outputClosed = IsClosed(STDOUT_FILENO);
         EXPECT_EQ(ExitStatus::Exited(outputClosed ? 8 : 0), result.status);
-        EXPECT_EQ(outputClosed ? "" : rows, result.output);
+        EXPECT_EQ(outputClosed ? "" : expectedRows, result.output);
         std::string const errors = std::string(progress) + (outputClosed ? outputFailed : "");
         EXPECT_EQ(IsClosed(STDERR_FILENO) ? "" : errors, result.errors);
         agent.AwaitEnd();

@@ -56,7 +56,7 @@ Json FindingOf(std::string const& check, Json const& document) {
     throw std::runtime_error("no finding of " + check);
 }
 
-void LayOut() {
+void LayOutExchange() {
     PrivateMachine::CreateAgentDirectories();
     WriteBytes(lockFile, "");
     WriteBytes(request, "left over");
@@ -72,7 +72,7 @@ std::unique_ptr<ForeignLock> BeginEvaluation() {
 
 TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
     PrivateMachine::Run([] {
-        LayOut();
+        LayOutExchange();
         std::unique_ptr<ForeignLock> evaluation;
         Json const document =
             RunWithChange(HasAskedForLock, [&] { evaluation = BeginEvaluation(); });
@@ -85,7 +85,7 @@ TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
 
 TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
     PrivateMachine::Run([] {
-        LayOut();
+        LayOutExchange();
         std::unique_ptr<ForeignLock> evaluation;
         Json const document =
             RunWithChange(OpensLockFileNext, [&] { evaluation = BeginEvaluation(); });
@@ -97,7 +97,7 @@ TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
 // A FIFO would block a call of open that waits for a writer.
 TEST(DoctorRaceTest, DoesNotWaitForFifoThatReplacesLockFile) {
     PrivateMachine::Run({.limit = std::chrono::seconds(20)}, [] {
-        LayOut();
+        LayOutExchange();
         Json const document = RunWithChange(OpensLockFileNext, [] {
             fs::remove(lockFile);
             ASSERT_EQ(0, mkfifo(lockFile, 0666));

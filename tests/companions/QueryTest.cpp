@@ -35,7 +35,7 @@ Texts Command(Texts const& arguments) {
     return command;
 }
 
-ProgramResult RunIt(Texts const& arguments, ProgramOptions const& options = {}) {
+ProgramResult RunQuery(Texts const& arguments, ProgramOptions const& options = {}) {
     return RunProgram(Command(arguments), options);
 }
 
@@ -59,7 +59,7 @@ void Query(Texts const& arguments, Texts const& progressAnswers, Look const& loo
     PrivateMachine::Run([&] {
         CreateAgentDirectories();
         ScriptedAgent agent(Script(progressAnswers));
-        ProgramResult const result = RunIt(arguments);
+        ProgramResult const result = RunQuery(arguments);
         agent.AwaitEnd(std::chrono::seconds(1));
         look(result, agent.Requests());
     });
@@ -78,7 +78,7 @@ void ExpectRefusal(int status, std::string const& message, Texts const& argument
                    std::function<void()> const& prepare) {
     PrivateMachine::Run([&] {
         prepare();
-        ProgramResult const result = RunIt(arguments);
+        ProgramResult const result = RunQuery(arguments);
         EXPECT_EQ(ExitStatus::Exited(status), result.status);
         EXPECT_EQ("compliance-query: " + message + "\n", result.errors);
         EXPECT_EQ("", result.output);
@@ -210,7 +210,7 @@ TEST(QueryTest, RefusedLockIsStatus4AndPointsToTheDoctor) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         ForeignLock lock;
-        ProgramResult const result = RunIt({"--json", "-d"});
+        ProgramResult const result = RunQuery({"--json", "-d"});
         EXPECT_EQ(ExitStatus::Exited(4), result.status);
         EXPECT_EQ((Json{{"schemaVersion", 1},
                         {"outcome", "failed"},
@@ -226,7 +226,7 @@ TEST(QueryTest, WaitingRequestIsStatus4) {
         CreateAgentDirectories();
         ScriptedAgent agent;
         std::ofstream(ScriptedAgent::request) << "waiting";
-        ProgramResult const result = RunIt({"-d"});
+        ProgramResult const result = RunQuery({"-d"});
         EXPECT_EQ(ExitStatus::Exited(4), result.status);
         EXPECT_EQ("compliance-query: a request is already waiting for the agent; compliance-doctor "
                   "tells how long (code -5)\n",
@@ -238,7 +238,7 @@ TEST(QueryTest, RequestThatNobodyTakesIsStatus5) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         ScriptedAgent agent(AgentScript().AwaitRequest());
-        ProgramResult const result = RunIt({"-d"});
+        ProgramResult const result = RunQuery({"-d"});
         EXPECT_EQ(ExitStatus::Exited(5), result.status);
         EXPECT_EQ("compliance-query: the agent did not take the request in time (code -3)\n",
                   result.errors);
@@ -273,7 +273,7 @@ TEST(QueryTest, RequestThatCantBeWrittenIsStatus7) {
         CreateAgentDirectories();
         ScriptedAgent agent;
         fs::create_directory(ScriptedAgent::requestTemp);
-        ProgramResult const result = RunIt({"-d"});
+        ProgramResult const result = RunQuery({"-d"});
         EXPECT_EQ(ExitStatus::Exited(7), result.status);
         EXPECT_EQ("compliance-query: the request could not be written; compliance-doctor tells why "
                   "(code -17)\n",
@@ -286,7 +286,7 @@ void ExpectOutputFailure(std::string const& reason, ProgramOptions const& option
     PrivateMachine::Run([&] {
         CreateAgentDirectories();
         ScriptedAgent agent(Script({Finished(twoRows)}));
-        ProgramResult const result = RunIt({"--tsv", "-d"}, options);
+        ProgramResult const result = RunQuery({"--tsv", "-d"}, options);
         EXPECT_EQ(ExitStatus::Exited(8), result.status);
         EXPECT_EQ("compliance-query: the rows could not be written: " + reason + "\n",
                   result.errors);
@@ -335,7 +335,7 @@ void ExpectErrorsAfterAFailedClose(Texts const& arguments, std::string const& er
         CreateAgentDirectories();
         ScriptedAgent agent(
             AgentScript().Answer(OpenAnswer()).Answer(Finished(twoRows)).AwaitRequest());
-        ProgramResult const result = RunIt(arguments);
+        ProgramResult const result = RunQuery(arguments);
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         EXPECT_EQ(errors, result.errors);
         EXPECT_EQ(3, std::ranges::count(result.output, '\n'));
@@ -376,11 +376,11 @@ TEST(QueryTest, BarOnATerminal) {
         CreateAgentDirectories();
         ScriptedAgent agent(Script({ProgressAnswer("3", "0", "50"), Finished()}));
         Terminal screen;
-        ProgramResult const result = RunIt({"-d"}, {.prepare = [&] {
-                                               return setenv("TERM", "xterm", 1) == 0 &&
-                                                      dup2(screen.otherEnd(), 1) == 1 &&
-                                                      dup2(screen.otherEnd(), 2) == 2;
-                                           }});
+        ProgramResult const result = RunQuery({"-d"}, {.prepare = [&] {
+                                                  return setenv("TERM", "xterm", 1) == 0 &&
+                                                         dup2(screen.otherEnd(), 1) == 1 &&
+                                                         dup2(screen.otherEnd(), 2) == 2;
+                                              }});
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         std::string const clear = "\r\x1b[K";
         std::string const filled(15, '#');
@@ -475,7 +475,8 @@ TEST(QueryTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         ScriptedAgent agent(Script({Finished(ManyRows())}));
-        ProgramResult const result = RunIt({"-d", "--json"}, {.limits = {{RLIMIT_FSIZE, 100'000}}});
+        ProgramResult const result =
+            RunQuery({"-d", "--json"}, {.limits = {{RLIMIT_FSIZE, 100'000}}});
         EXPECT_EQ(ExitStatus::Exited(8), result.status);
         EXPECT_EQ("compliance-query: the rows could not be written: File too large\n",
                   result.errors);
@@ -488,7 +489,7 @@ TEST(QueryTest, BadOptionIsAsciiOnATerminalThatIsNotUtf8) {
     for (auto const& [locale, shown] :
          {std::pair{"LC_ALL=C", "\\u00db"}, std::pair{"LC_ALL=C.UTF-8", "\xC3\x9B"}}) {
         Terminal const screen;
-        ProgramResult const result = RunIt(
+        ProgramResult const result = RunQuery(
             {"--\xC3\x9B"}, {.environment = Texts{locale}, .prepare = [&] {
                                  return dup2(screen.otherEnd(), STDERR_FILENO) == STDERR_FILENO;
                              }});
@@ -515,17 +516,17 @@ TEST(QueryTest, SecondSignalEndsAtOnce) {
 }
 
 TEST(QueryTest, HelpAndVersionNeedNoAgent) {
-    ProgramResult const help = RunIt({"--help"});
+    ProgramResult const help = RunQuery({"--help"});
     EXPECT_EQ(ExitStatus::Exited(0), help.status);
     EXPECT_TRUE(help.output.starts_with("Usage: compliance-query [OPTION]... URL DOC\n"));
     EXPECT_EQ("", help.errors);
-    ProgramResult const version = RunIt({"--version"});
+    ProgramResult const version = RunQuery({"--version"});
     EXPECT_EQ("compliance-query " CC_VERSION "\n", version.output);
     EXPECT_EQ(ExitStatus::Exited(0), version.status);
 }
 
 TEST(QueryTest, HelpThatCantBeWrittenIsStatus8) {
-    EXPECT_EQ(ExitStatus::Exited(8), RunIt({"--help"}, {.closedDescriptors = {1}}).status);
+    EXPECT_EQ(ExitStatus::Exited(8), RunQuery({"--help"}, {.closedDescriptors = {1}}).status);
 }
 
 } // namespace

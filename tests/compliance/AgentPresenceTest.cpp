@@ -20,6 +20,7 @@
 #include "tests/compliance/FakeProcess.h"
 #include "tests/files/SystemCalls.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 
@@ -292,11 +293,6 @@ TEST(AgentPresenceTest, ProcessesWithoutUsableNameAreSkipped) {
 }
 
 // Resources
-
-long CountOpenDescriptors() {
-    fs::directory_iterator const entries("/proc/self/fd");
-    return std::distance(begin(entries), end(entries));
-}
 
 TEST(AgentPresenceTest, NoDescriptorStaysOpen) {
     PrivateMachine::Run([] {

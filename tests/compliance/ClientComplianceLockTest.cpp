@@ -18,6 +18,7 @@
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/LockProbe.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 
@@ -41,11 +42,6 @@ bool IsLocked() { return IsLockedForOthers(lockFile); }
 // The state of the lock belongs to the process, so each case needs a process of its own: the body
 // of a machine is one.
 using ExchangeFiles::OnMachine;
-
-long CountOpenDescriptors() {
-    fs::directory_iterator const entries("/proc/self/fd");
-    return std::distance(begin(entries), end(entries));
-}
 
 TEST(ClientComplianceLockTest, IsOneInstance) {
     OnMachine([] { EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The()); });

@@ -21,11 +21,7 @@ using ExchangeFiles::OnMachine;
 using ExchangeFiles::Write;
 using Clock = std::chrono::steady_clock;
 
-constexpr char const* lockFile = ScriptedAgent::lockFile;
-
 int Open() { return COMPLIANCE_Open("url", "doc", 0); }
-
-bool IsLocked() { return IsLockedForOthers(lockFile); }
 
 AgentScript OpenAndClose() {
     return AgentScript().Answer(Answers::Bare("Open")).Answer(Answers::Bare("Close"));
@@ -35,10 +31,10 @@ AgentScript OpenAndClose() {
 TEST(EvaluationTest, AfterAForeignLockEveryFurtherOpenIsRefused) {
     OnMachine([] {
         ScriptedAgent const agent(OpenAndClose());
-        ForeignHolder holder(lockFile);
+        ForeignHolder holder(ScriptedAgent::lockFile);
         EXPECT_EQ(COMPLIANCE_ERROR_LOCK, Open());
         holder.Release();
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_EQ(COMPLIANCE_ERROR_LOCK, Open());
         EXPECT_EQ(COMPLIANCE_ERROR_LOCK, Open());
         EXPECT_TRUE(agent.Requests().empty());
@@ -63,7 +59,7 @@ TEST(EvaluationTest, EachRefusalFreesTheLockAndLeavesAWaitingRequestAlone) {
         ScriptedAgent const agent;
         Write(ScriptedAgent::request, "waiting");
         EXPECT_EQ(COMPLIANCE_ERROR_REQUEST_PENDING, Open());
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close());
         EXPECT_EQ("waiting", ExchangeFiles::Read(ScriptedAgent::request));
     });
@@ -87,7 +83,7 @@ TEST(EvaluationTest, EachAnswerOfTheAgentHasItsResult) {
         int percent = 1234;
         int error = 5678;
         ASSERT_EQ(0, Open());
-        EXPECT_TRUE(IsLocked());
+        EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
         // No state at all counts as the error 0.
         EXPECT_EQ(2, COMPLIANCE_Progress(&percent, &error));
@@ -100,7 +96,7 @@ TEST(EvaluationTest, EachAnswerOfTheAgentHasItsResult) {
         EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
         EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, COMPLIANCE_Progress(&percent, &error));
         EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, COMPLIANCE_Progress(&percent, &error));
-        EXPECT_TRUE(IsLocked());
+        EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
         // Of another type, which does not matter.
         EXPECT_EQ(1, COMPLIANCE_Progress(&percent, &error));
         EXPECT_EQ(2, COMPLIANCE_ResultCount());
@@ -110,7 +106,7 @@ TEST(EvaluationTest, EachAnswerOfTheAgentHasItsResult) {
         EXPECT_GT(std::chrono::milliseconds(900), Clock::now() - start);
         EXPECT_EQ(2, COMPLIANCE_ResultCount());
         EXPECT_EQ(0, COMPLIANCE_Close());
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
         EXPECT_EQ(7U, agent.Requests().size());
     });
@@ -123,9 +119,9 @@ TEST(EvaluationTest, SecondEvaluationSucceedsAfterClose) {
         for (int evaluation = 0; evaluation < 2; ++evaluation) {
             EXPECT_EQ(0, Open());
             EXPECT_EQ(COMPLIANCE_ERROR_ALREADY_OPEN, Open());
-            EXPECT_TRUE(IsLocked());
+            EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
             EXPECT_EQ(0, COMPLIANCE_Close());
-            EXPECT_FALSE(IsLocked());
+            EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         }
     });
 }
@@ -134,7 +130,7 @@ TEST(EvaluationTest, RequestThatIsNotTakenStaysAndKeepsTheNextOpenOff) {
     OnMachine([] {
         ScriptedAgent const agent;
         EXPECT_EQ(COMPLIANCE_ERROR_NO_PICKUP, Open());
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_TRUE(Exists(ScriptedAgent::request));
         EXPECT_EQ(COMPLIANCE_ERROR_REQUEST_PENDING, Open());
     });
@@ -145,9 +141,9 @@ TEST(EvaluationTest, HostThatClosesADescriptorOfTheLockFileLosesTheLock) {
     OnMachine([] {
         ScriptedAgent const agent(OpenAndClose());
         ASSERT_EQ(0, Open());
-        EXPECT_TRUE(IsLocked());
-        close(open(lockFile, O_RDONLY | O_CLOEXEC));
-        EXPECT_FALSE(IsLocked());
+        EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
+        close(open(ScriptedAgent::lockFile, O_RDONLY | O_CLOEXEC));
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
         EXPECT_EQ(0, COMPLIANCE_Close());
     });
 }

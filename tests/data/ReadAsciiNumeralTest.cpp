@@ -75,7 +75,7 @@ Outcome ReferenceSigned64(std::string const& text) {
 }
 
 template <typename T>
-Outcome Reference(std::string const& text, int base) {
+Outcome ExpectedOutcome(std::string const& text, int base) {
     if constexpr (std::is_signed_v<T>)
         return Narrowed(ReferenceSigned64(text), std::numeric_limits<T>::min(),
                         std::numeric_limits<T>::max());
@@ -106,7 +106,7 @@ class ReadMismatches {
 public:
     template <typename T>
     void Check(char const* reader, std::string const& text, int base) {
-        Outcome const expected = Reference<T>(text, base);
+        Outcome const expected = ExpectedOutcome<T>(text, base);
         Outcome const read = Read<T>(text, base);
         ++seen[expected.result];
         if ((read.result != expected.result || read.value != expected.value) && ++count <= 5)

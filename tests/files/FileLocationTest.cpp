@@ -10,13 +10,12 @@
 #include <strings.h>
 
 #include "files/FileErrors.h"
+#include "tests/files/At.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/ZeroBytes.h"
 
 namespace {
-
-FileLocation At(std::string const& path) { return MakeFileLocation(ConstData(path)); }
 
 TEST(FileLocationTest, HasTheLayoutOfThePlatformsLocationAndConvertsByCopying) {
     static_assert(sizeof(FileLocation) == sizeof(UnixPlatform::FileLocation));

@@ -17,6 +17,7 @@
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/support/PrivateMachine.h"
@@ -26,8 +27,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 // Sets the umask for a scope.
 class Umask {

@@ -15,6 +15,7 @@
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/RecordedSleeps.h"
@@ -33,8 +34,6 @@ using testing::ElementsAre;
 constexpr std::size_t smallStack = 256 * 1024;
 // What the system takes as a path, without the NUL.
 constexpr std::size_t maxPathLength = 4095;
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 // `parent` with as many components below it as the length allows.
 std::string DeepPath(std::string const& parent, std::string const& component, std::size_t length) {

@@ -18,6 +18,7 @@
 
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
+#include "tests/files/At.h"
 #include "tests/files/EmptyTmp.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
@@ -31,8 +32,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::MatchesRegex;
-
-FileLocation At(std::string const& path) { return MakeFileLocation(ConstData(path)); }
 
 std::string SixCharacters(std::string const& start) { return start + "[0-9A-Za-z]{6}"; }
 

@@ -49,14 +49,14 @@ void ExpectTook(milliseconds least, ToolRun const& run) {
     EXPECT_GT(least.count() + 2500, run.took.count());
 }
 
-std::string const finished = ProgressAnswer("1");
+std::string const finishedWithoutRows = ProgressAnswer("1");
 constexpr char noRows[] = "COMPLIANCE_ResultCount is 0.\n";
 
 // An opening exchange that goes on as the script says, in which the tool must find its answer at
 // the given look. The rest of the evaluation is answered at once.
 void ExpectAnsweredAtLook(int second, AgentScript script) {
     PrivateMachine::Run([&] {
-        auto const evaluation = Evaluate(script.Answer(finished).Answer(CloseAnswer()));
+        auto const evaluation = Evaluate(script.Answer(finishedWithoutRows).Answer(CloseAnswer()));
         EXPECT_EQ(noRows, evaluation.tool.output);
         EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
         EXPECT_EQ((std::vector<int>{second, 1}), LooksOf(evaluation.requests));
@@ -137,7 +137,7 @@ TEST(TimingTest, PollsComeEveryTwoSeconds) {
                                              .Answer(OpenAnswer())
                                              .Answer(ProgressAnswer("3"))
                                              .Answer(ProgressAnswer("3"))
-                                             .Answer(finished)
+                                             .Answer(finishedWithoutRows)
                                              .Answer(CloseAnswer()));
         ASSERT_EQ(5u, evaluation.requests.size());
         for (size_t const poll : {2, 3}) {
@@ -306,8 +306,11 @@ TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();
         ASSERT_EQ(0, mkfifo(ScriptedAgent::response, 0666));
-        ScriptedAgent agent(
-            AgentScript().AwaitRequest().RemoveRequest().Answer(finished).Answer(CloseAnswer()));
+        ScriptedAgent agent(AgentScript()
+                                .AwaitRequest()
+                                .RemoveRequest()
+                                .Answer(finishedWithoutRows)
+                                .Answer(CloseAnswer()));
         Tool tool({"-d"});
         agent.AwaitRequests(1);
         std::this_thread::sleep_for(milliseconds(2500));
@@ -334,7 +337,7 @@ TEST(TimingTest, RequestPutBackBetweenPollsIsReplaced) {
                                              .Answer(ProgressAnswer("3", "0", "50"))
                                              .PauseUntil(milliseconds(1500))
                                              .PutRequest("in the way")
-                                             .Answer(finished)
+                                             .Answer(finishedWithoutRows)
                                              .Answer(CloseAnswer()));
         EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
                   "COMPLIANCE_ResultCount is 0.\n",

@@ -29,8 +29,8 @@ using Torture::Operation;
 using Torture::Operations;
 using Torture::Stated;
 
-char const url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
-char const doc[] = "A document with a name that is long enough.xml";
+char const requestUrl[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
+char const requestDocument[] = "A document with a name that is long enough.xml";
 
 std::string ShowRequest(ClientComplianceRequest const& request) {
     return std::to_string(request.type) + ' ' + request.url + ' ' + request.doc + ' ' +
@@ -49,7 +49,9 @@ std::string ShowResponse(ClientComplianceResponse const& response) {
     return shown;
 }
 
-ClientComplianceResponseItem Item() { return {url, doc, url, doc, url, doc}; }
+ClientComplianceResponseItem Item() {
+    return {requestUrl, requestDocument, requestUrl, requestDocument, requestUrl, requestDocument};
+}
 
 ClientComplianceResponse Response() {
     ClientComplianceResponse response(ClientComplianceProgress);
@@ -64,7 +66,8 @@ Operations OfRecords() {
     };
     return {
         Operation::Giving(
-            "CreateComplianceRequestOpen", [] { return CreateComplianceRequestOpen(url, doc, 7); },
+            "CreateComplianceRequestOpen",
+            [] { return CreateComplianceRequestOpen(requestUrl, requestDocument, 7); },
             ShowRequest),
         Operation::Giving("ClientComplianceResponseItem", Item, ShowItem),
         Operation::Giving(
@@ -76,7 +79,7 @@ Operations OfRecords() {
         Operation(
             "ClientComplianceResponse::Add(texts)", Response,
             [](ClientComplianceResponse& response) {
-                response.Add(url, doc, url, doc, nullptr, "");
+                response.Add(requestUrl, requestDocument, requestUrl, requestDocument, nullptr, "");
             },
             ShowResponse),
         Operation::Giving(
@@ -91,7 +94,7 @@ Operations OfRecords() {
 template <class Object>
 auto WithDocuments(Object make) {
     return [make] {
-        WriteBytes(ScriptedAgent::request, OpenRequest(url, doc, "7"));
+        WriteBytes(ScriptedAgent::request, OpenRequest(requestUrl, requestDocument, "7"));
         WriteBytes(ScriptedAgent::response, AgentAnswers::finished);
         std::remove(ScriptedAgent::requestTemp);
         return make();
@@ -106,7 +109,8 @@ std::string ShowDirectories(int) {
 }
 
 Operations OfDocuments() {
-    static ClientComplianceRequest const request = CreateComplianceRequestOpen(url, doc, 7);
+    static ClientComplianceRequest const request =
+        CreateComplianceRequestOpen(requestUrl, requestDocument, 7);
     static ClientComplianceResponse const response = Response();
     auto const showResult = [](auto const& result) {
         return result.first ? ShowRequest(result.second) : std::string("none");
@@ -145,7 +149,8 @@ Operations OfDocuments() {
                       static FileLocation const file = MakeFileLocation(ScriptedAgent::requestTemp);
                       ExchangeDocument document(file, "aRootWithALongEnoughName", "Version", "1.0");
                       document.BeginElement("anElementWithALongEnoughName");
-                      document.WriteElement("anotherElementWithALongEnoughName", ConstData(url));
+                      document.WriteElement("anotherElementWithALongEnoughName",
+                                            ConstData(requestUrl));
                       document.EndElement();
                       document.End();
                   },
@@ -155,7 +160,8 @@ Operations OfDocuments() {
 
 // They answer, and tell nothing of memory.
 Operations OfExchange() {
-    static ClientComplianceRequest const open = CreateComplianceRequestOpen(url, doc, 7);
+    static ClientComplianceRequest const open =
+        CreateComplianceRequestOpen(requestUrl, requestDocument, 7);
     auto const show = [](bool result) {
         return std::to_string(result);
     };

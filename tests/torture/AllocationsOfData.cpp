@@ -23,8 +23,8 @@ using Torture::Operation;
 using Torture::Operations;
 using Torture::Stated;
 
-char const text[] = "a text, long enough, to be stored, apart, wherever, it goes";
-char const other[] = "Another Text That Does Not Fit Inside Of Any Small Object";
+char const dataText[] = "a text, long enough, to be stored, apart, wherever, it goes";
+char const otherData[] = "Another Text That Does Not Fit Inside Of Any Small Object";
 
 std::string Same(std::string const& string) { return string; }
 
@@ -42,19 +42,20 @@ std::string ShowMessage(ExceptionPL const& exception) {
 Operations OfViews() {
     return {
         Operation::Giving(
-            "ConstData::PositionsOf", [] { return ConstData(text).PositionsOf(","); },
+            "ConstData::PositionsOf", [] { return ConstData(dataText).PositionsOf(","); },
             [](std::vector<unsigned long> const& places) { return std::to_string(places.size()); }),
         Operation::Giving(
-            "ConstData::Split", [] { return ConstData(text).Split(",", false, true); }, ShowPieces),
-        Operation::Giving(
-            "ConstData::Split, trimmed", [] { return ConstData(text).Split(",", true, false); },
+            "ConstData::Split", [] { return ConstData(dataText).Split(",", false, true); },
             ShowPieces),
         Operation::Giving(
-            "MakeString(ConstData)", [] { return MakeString(ConstData(text)); }, Same),
+            "ConstData::Split, trimmed", [] { return ConstData(dataText).Split(",", true, false); },
+            ShowPieces),
+        Operation::Giving(
+            "MakeString(ConstData)", [] { return MakeString(ConstData(dataText)); }, Same),
         Operation::Giving(
             "MakeString(ConstDataRopeReference)",
             [] {
-                return MakeString(ConstDataRope{text, other});
+                return MakeString(ConstDataRope{dataText, otherData});
             },
             Same),
     };
@@ -63,11 +64,11 @@ Operations OfViews() {
 Operations OfText() {
     return {
         Operation::Giving(
-            "Ascii::RaiseCase", [] { return Ascii::RaiseCase(ConstData(text)); }, Same),
+            "Ascii::RaiseCase", [] { return Ascii::RaiseCase(ConstData(dataText)); }, Same),
         Operation::Giving(
-            "Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(other)); }, Same),
+            "Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(otherData)); }, Same),
         Operation::Giving(
-            "ApplyFilter", [] { return ApplyFilter(text, Ascii::RaiseCase()); }, Same),
+            "ApplyFilter", [] { return ApplyFilter(dataText, Ascii::RaiseCase()); }, Same),
     };
 }
 
@@ -76,7 +77,7 @@ Operations OfStreams() {
         Operation::Giving(
             "ReadReader",
             [] {
-                ChunkReader reader(text, 7);
+                ChunkReader reader(dataText, 7);
                 return ReadReader(reader);
             },
             Same),
@@ -86,8 +87,8 @@ Operations OfStreams() {
                 StringReceiver stage;
                 DataReceiver& receiver = stage(string);
                 receiver.Start();
-                receiver.Receive(ConstData(text));
-                receiver.Receive(ConstData(other));
+                receiver.Receive(ConstData(dataText));
+                receiver.Receive(ConstData(otherData));
                 receiver.ReceiveEnd();
             },
             Same, {.state = Stated::AnyValue}),
@@ -97,18 +98,20 @@ Operations OfStreams() {
 Operations OfExceptions() {
     return {
         Operation::Giving(
-            "ExceptionPL(char const*)", [] { return ExceptionPL(text); }, ShowMessage),
+            "ExceptionPL(char const*)", [] { return ExceptionPL(dataText); }, ShowMessage),
         Operation::Giving(
-            "ExceptionPL(ConstData)", [] { return ExceptionPL(ConstData(text)); }, ShowMessage),
+            "ExceptionPL(ConstData)", [] { return ExceptionPL(ConstData(dataText)); }, ShowMessage),
         Operation(
             "ExceptionPL(ExceptionPL const&)",
-            [] { return std::pair<ExceptionPL, std::optional<ExceptionPL>>(text, std::nullopt); },
+            [] {
+                return std::pair<ExceptionPL, std::optional<ExceptionPL>>(dataText, std::nullopt);
+            },
             [](auto& pair) { pair.second.emplace(pair.first); },
             [](auto const& pair) { return ShowMessage(pair.second ? *pair.second : pair.first); }),
         // The old text goes first, so without memory for the new one there is none.
         Operation(
             "ExceptionPL::operator=",
-            [] { return std::pair<ExceptionPL, ExceptionPL>(text, other); },
+            [] { return std::pair<ExceptionPL, ExceptionPL>(dataText, otherData); },
             [](auto& pair) { pair.first = pair.second; },
             [](auto const& pair) { return ShowMessage(pair.first); },
             {.state = Stated::Shown, .shown = "null"}),

@@ -49,7 +49,7 @@ std::string const longDirectory = "/tmp/" + std::string(140, 'd');
 // Another file system.
 std::string const elsewhere = "/opt/" + std::string(140, 'o');
 
-std::string const longText(300, 'd');
+std::string const longFileText(300, 'd');
 
 std::string ShowName(UnixPlatform::FileName const& name) { return MakeString(name.Bytes()); }
 
@@ -110,7 +110,7 @@ Operations OfNames() {
             "FileName::operator=", [] { return FileName("aNameThatIsLongEnoughToo.txt"); },
             [](FileName& changed) { changed = name; }, ShowName),
         Operation::Giving(
-            "MatchWildcard", [] { return UnixPlatform::MatchWildcard(longText, "*d"); },
+            "MatchWildcard", [] { return UnixPlatform::MatchWildcard(longFileText, "*d"); },
             [](bool matches) { return std::to_string(matches); }),
     };
 }
@@ -427,7 +427,7 @@ Operations OfOpenFiles() {
     };
 }
 
-Operations OfStreams() {
+Operations OfFileStreams() {
     return {
         OnDisk("FileReader, refused", [] { FileReader const reader(FileReadingPath(), 0); }),
         OnDisk("FileReader >> Data beyond the end",
@@ -462,7 +462,7 @@ Operations OfStreams() {
     };
 }
 
-std::string ShowItem(FileItem const& item) {
+std::string ShowFileItem(FileItem const& item) {
     return ShowLocation(item.Location()) + (item.IsRegularFile() ? " file" : " other");
 }
 
@@ -470,7 +470,7 @@ std::string ShowItem(FileItem const& item) {
 std::string ShowLoop(std::unique_ptr<FileLoop> const& loop) {
     std::string shown;
     for (; loop->HasItem(); ++*loop)
-        shown += ShowItem(**loop) + '|';
+        shown += ShowFileItem(**loop) + '|';
     return shown;
 }
 
@@ -528,7 +528,7 @@ Operations OfDirectories() {
 
 Operations OfItems() {
     auto const giving = [](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowItem);
+        return Operation::Giving(what, yield, ShowFileItem);
     };
     return {
         giving("FileItem(FileLocation)", [] { return FileItem(Here("file")); }),
@@ -600,6 +600,6 @@ Operations OfTemporaries() {
 std::size_t Torture::FailAllocationsOfFiles() {
     Disk const disk;
     return FailEachOf("files", Join({OfNames(), OfLocations(), OfErrors(), OfSingleFiles(),
-                                     OfTrees(), OfRetries(), OfOpenFiles(), OfStreams(),
+                                     OfTrees(), OfRetries(), OfOpenFiles(), OfFileStreams(),
                                      OfDirectories(), OfItems(), OfTemporaries()}));
 }

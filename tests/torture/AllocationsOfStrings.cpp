@@ -17,14 +17,14 @@ using Torture::Operation;
 using Torture::Operations;
 using Torture::Stated;
 
-char const text[] = "a text, long enough, to be stored apart";
-char const other[] = "another text";
+char const shortText[] = "a text, long enough, to be stored apart";
+char const otherText[] = "another text";
 
 std::string Show(StringPL const& string) {
     return std::to_string(string.GetLength()) + ' ' + string.AsChar();
 }
 
-StringPL Text() { return text; }
+StringPL Text() { return shortText; }
 
 template <class Act>
 Operation OnStringPL(std::string const& name, Act act, Stated stated = {}) {
@@ -37,26 +37,26 @@ Operation GivingStringPL(std::string const& name, Yield yield) {
 }
 
 Operations OfStringPL() {
-    static StringPL const constant = text;
-    static StringPL const constantOther = other;
+    static StringPL const constant = shortText;
+    static StringPL const constantOther = otherText;
     return {
-        GivingStringPL("(char const*)", [] { return StringPL(text); }),
-        GivingStringPL("(char const*, unsigned)", [] { return StringPL(text, 7); }),
+        GivingStringPL("(char const*)", [] { return StringPL(shortText); }),
+        GivingStringPL("(char const*, unsigned)", [] { return StringPL(shortText, 7); }),
         GivingStringPL("(StringPL const&)", [] { return StringPL(constant); }),
-        GivingStringPL("::operator+", [] { return constant + other; }),
+        GivingStringPL("::operator+", [] { return constant + otherText; }),
         GivingStringPL("::Mid(int, int)", [] { return constant.Mid(3, 9); }),
         GivingStringPL("::Mid(int)", [] { return constant.Mid(3); }),
         GivingStringPL("::Left", [] { return constant.Left(5); }),
         GivingStringPL("::Right", [] { return constant.Right(5); }),
-        OnStringPL("::operator=(char const*)", [](StringPL& string) { string = other; }),
+        OnStringPL("::operator=(char const*)", [](StringPL& string) { string = otherText; }),
         OnStringPL("::operator=(StringPL const&)",
                    [](StringPL& string) { string = constantOther; }),
-        OnStringPL("::operator+=", [](StringPL& string) { string += other; }),
+        OnStringPL("::operator+=", [](StringPL& string) { string += otherText; }),
         OnStringPL("::operator+= of itself", [](StringPL& string) { string += string; }),
         OnStringPL("::operator+= of a byte", [](StringPL& string) { string += "x"; }),
-        OnStringPL("::Append", [](StringPL& string) { string.Append(other, 20); }),
-        OnStringPL("::Append of a byte", [](StringPL& string) { string.Append(other, 1); }),
-        OnStringPL("::Format", [](StringPL& string) { string.Format("%s, %100d", other, 5); },
+        OnStringPL("::Append", [](StringPL& string) { string.Append(otherText, 20); }),
+        OnStringPL("::Append of a byte", [](StringPL& string) { string.Append(otherText, 1); }),
+        OnStringPL("::Format", [](StringPL& string) { string.Format("%s, %100d", otherText, 5); },
                    {.state = Stated::Shown, .shown = "0 "}),
         OnStringPL("::Replace", [](StringPL& string) { string.Replace(",", " and"); }),
         // What was replaced before stays replaced, and is not searched again.
@@ -109,10 +109,10 @@ Operations OfStringy() {
                   {.state = Stated::Shown, .shown = "0 "}),
         OnStringy("::operator=(char const*)", [](Stringy& string) { string = longOther.c_str(); }),
         OnStringy("::operator+=(char)", [](Stringy& string) { string += 'c'; }),
-        OnStringy("::operator+=(char const*)", [](Stringy& string) { string += other; }),
+        OnStringy("::operator+=(char const*)", [](Stringy& string) { string += otherText; }),
         OnStringy("::operator+=(Stringy const&)", [](Stringy& string) { string += constantOther; }),
         OnStringy("::operator+=(ConstData const&)",
-                  [](Stringy& string) { string += ConstData(other); }),
+                  [](Stringy& string) { string += ConstData(otherText); }),
         OnStringy("::operator+= of itself", [](Stringy& string) { string += string; }),
     };
 }
@@ -194,15 +194,15 @@ std::string ShowList(List const& list) {
 // Neither copied nor moved, so it is held.
 std::unique_ptr<List> FilledList() {
     auto list = std::make_unique<List>();
-    list->Append(text);
+    list->Append(shortText);
     return list;
 }
 
 Operations OfContainers() {
-    static StringPL const constant = text;
+    static StringPL const constant = shortText;
     using Texts = Pair<StringPL, StringPL>;
     using Copied = DuplicatingPtr<StringPL>;
-    static Copied const held(new StringPL(text));
+    static Copied const held(new StringPL(shortText));
     static NullOr<StringPL> const present = constant;
     return {
         Operation(
@@ -233,7 +233,7 @@ Operations OfContainers() {
             "NullOr(NullOr const&)", [] { return NullOr<StringPL>(present); },
             [](NullOr<StringPL> const& value) { return Show(*value); }),
         Operation(
-            "NullOr::operator=", [] { return NullOr<StringPL>(StringPL(other)); },
+            "NullOr::operator=", [] { return NullOr<StringPL>(StringPL(otherText)); },
             [](NullOr<StringPL>& value) { value = present; },
             [](NullOr<StringPL> const& value) { return Show(*value); }),
     };

@@ -22,7 +22,7 @@ namespace fs = std::filesystem;
 
 constexpr char const* requestDirectory = ScriptedAgent::requestDirectory;
 constexpr char const* hiddenDirectory = "/var/opt/VeskaClient/Hidden";
-constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
+constexpr char const* directoryOfResponses = "/var/opt/VeskaClient/ResponseDir";
 
 void Require(bool isMade, std::string const& path) {
     if (!isMade)
@@ -136,7 +136,7 @@ Entries ReadFromDisk() {
         entries[requestDirectory] = {Entry::directory};
     for (auto const& entry : fs::directory_iterator(hidden ? hiddenDirectory : requestDirectory))
         entries[fs::path(requestDirectory) / entry.path().filename()] = EntryOnDisk(entry.path());
-    for (auto const& entry : fs::directory_iterator(responseDirectory))
+    for (auto const& entry : fs::directory_iterator(directoryOfResponses))
         entries[entry.path()] = EntryOnDisk(entry.path());
     for (char const* const path : {Entry::elsewhere, PrivateMachine::agentProgram, agentLink})
         ReadInto(entries, path);

@@ -33,7 +33,7 @@ std::string const found = "COMPLIANCE_Open returned error: -5.\n";
 std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
 
 // An agent that is installed and does not run, and a request that waits.
-void LayOut() {
+void LayOutProcesses() {
     PrivateMachine::CreateAgentDirectories();
     PrivateMachine::InstallAgent();
     WriteBytes(ScriptedAgent::lockFile, "");
@@ -87,7 +87,7 @@ TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
         {std::string(255, 'V'), notFound},
     };
     PrivateMachine::Run([&] {
-        LayOut();
+        LayOutProcesses();
         for (NameCell const& cell : cells) {
             SCOPED_TRACE(cell.name);
             auto const process = Start("/opt/other/" + cell.name);
@@ -141,7 +141,7 @@ TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
         {"12345VeskaClient", notFound},
     };
     PrivateMachine::Run([&] {
-        LayOut();
+        LayOutProcesses();
         for (NameCell const& cell : cells) {
             SCOPED_TRACE(cell.name);
             Stranger const stranger(cell.name);
@@ -277,7 +277,7 @@ TEST(QuickProcesses, StateOfTheProcess) {
     for (StateCell const& cell : States()) {
         SCOPED_TRACE(cell.name);
         PrivateMachine::Run([&] {
-            LayOut();
+            LayOutProcesses();
             cell.body();
         });
     }
@@ -289,7 +289,7 @@ TEST(QuickProcesses, StateOfTheProcess) {
 // Deliberate: what the tool may not see does not run.
 TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
     PrivateMachine::Run([] {
-        LayOut();
+        LayOutProcesses();
         Stranger const agent("VeskaClient");
         ExpectWithoutRights(found);
         // The mode without a group that sees all the same.
@@ -304,7 +304,7 @@ TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
 TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
     for (Proc const proc : {Proc::none, Proc::empty})
         PrivateMachine::Run({.proc = proc}, [] {
-            LayOut();
+            LayOutProcesses();
             auto const agent = Start(agentProgram);
             Expect(notFound);
         });
@@ -335,7 +335,7 @@ TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
         {"status of garbage", {.exe = agentProgram, .status = "\nPPid:\nUid:\tx"}, found},
     };
     PrivateMachine::Run({.proc = Proc::empty}, [&] {
-        LayOut();
+        LayOutProcesses();
         for (FakeCell const& cell : cells) {
             SCOPED_TRACE(cell.name);
             MakeFakeProcess("7", cell.process);
@@ -363,7 +363,7 @@ void ComeAndGo(char const* name) {
 
 void TryAmongVanishing(int rounds) {
     PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [=] {
-        LayOut();
+        LayOutProcesses();
         {
             OtherProcess const others([] { ComeAndGo("other"); });
             for (int round = 0; round < rounds; ++round)

@@ -17,6 +17,7 @@
 #include "files/FileLocation.h"
 #include "files/FileOperations.h"
 #include "files/FileReadingLoop.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/SystemCalls.h"
@@ -33,8 +34,6 @@ using testing::ElementsAre;
 using Copy = void (*)(FileLocation const&, FileLocation const&);
 
 constexpr Copy bothCopies[] = {CopyFile, ForceCopyFile};
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 class FileCopiesTest : public testing::Test {
 protected:

@@ -9,6 +9,7 @@
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileTrees.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/SystemCalls.h"
@@ -23,8 +24,6 @@ namespace fs = std::filesystem;
 using Delete = void (*)(FileLocation const&);
 
 constexpr Delete bothDeletions[] = {DeleteRecursive, DeleteContents};
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 class FileDeletionsTest : public testing::Test {
 protected:

@@ -14,6 +14,7 @@
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileOperations.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/RecordedSleeps.h"
@@ -25,8 +26,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 // Runs the body with two directories on different file systems, in both directions.
 void AcrossFileSystems(

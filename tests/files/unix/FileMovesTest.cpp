@@ -11,6 +11,7 @@
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "files/FileOperations.h"
+#include "tests/files/At.h"
 #include "tests/files/Entries.h"
 #include "tests/files/ExpectFileError.h"
 #include "tests/files/SystemCalls.h"
@@ -26,8 +27,6 @@ using testing::ElementsAre;
 using Move = void (*)(FileLocation const&, FileLocation const&);
 
 constexpr Move bothMoves[] = {MoveFile, ForceMoveFile};
-
-FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 ino_t NumberOf(std::string const& path) {
     struct stat stats = {};

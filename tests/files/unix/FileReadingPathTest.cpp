@@ -28,7 +28,7 @@ using testing::ElementsAre;
 constexpr unsigned long long unknownLength = 0xFFFF'FFFF'FFFF'FFFF;
 
 // Shows the fields.
-class Path : public UnixPlatform::FileReadingPath {
+class ReadingPath : public UnixPlatform::FileReadingPath {
 public:
     using FileReadingPath::descriptor;
     using FileReadingPath::FileReadingPath;
@@ -47,7 +47,7 @@ protected:
 };
 
 TEST_F(UnixFileReadingPathTest, HasNothingOpenAtFirst) {
-    Path const path;
+    ReadingPath const path;
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_FALSE(path.lengthUnknown);
     EXPECT_STREQ(path.location.Text(), "");
@@ -59,7 +59,7 @@ TEST_F(UnixFileReadingPathTest, IsNotCopied) {
 }
 
 TEST_F(UnixFileReadingPathTest, OpensForReadingOnlyAndClosesOnExec) {
-    Path path;
+    ReadingPath path;
     SystemCalls calls;
     path.OpenExisting(file);
     EXPECT_THAT(calls.Log(), ElementsAre("open RDONLY", "setfd 1"));
@@ -70,13 +70,13 @@ TEST_F(UnixFileReadingPathTest, OpensForReadingOnlyAndClosesOnExec) {
 }
 
 TEST_F(UnixFileReadingPathTest, TheConstructorOpens) {
-    Path const path(file);
+    ReadingPath const path(file);
     EXPECT_EQ(DescriptorsOn(name), std::set<int>{path.descriptor});
     EXPECT_EQ(path.Length(), 5u);
 }
 
 TEST_F(UnixFileReadingPathTest, DoesNotLookAtTheResultOfTheCloseOnExecMark) {
-    Path path;
+    ReadingPath path;
     SystemCalls calls;
     calls.Fail("setfd", EPERM);
     path.OpenExisting(file);
@@ -102,27 +102,28 @@ TEST_F(UnixFileReadingPathTest, OnlyOpeningStandsBehindTheDestructor) {
 }
 
 TEST_F(UnixFileReadingPathTest, AFailedOpenNamesTheFileAndLeavesNothingOpen) {
-    Path path;
+    ReadingPath path;
     ExpectFileError<FileNotFoundError>(ENOENT, On(missing.Text()),
                                        [&] { path.OpenExisting(missing); });
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_STREQ(path.location.Text(), missing.Text());
-    ExpectFileError<FileNotFoundError>(ENOENT, On(missing.Text()), [&] { Path other(missing); });
+    ExpectFileError<FileNotFoundError>(ENOENT, On(missing.Text()),
+                                       [&] { ReadingPath other(missing); });
 }
 
 TEST_F(UnixFileReadingPathTest, FailuresToOpenGoThroughTheReadingMapper) {
     for (int error : {EACCES, EPERM}) {
         SystemCalls calls;
         calls.Fail("open", error);
-        ExpectFileError<FilePermissionError>(error, On(name), [&] { Path path(file); });
+        ExpectFileError<FilePermissionError>(error, On(name), [&] { ReadingPath path(file); });
     }
     SystemCalls calls;
     calls.Fail("open", EMFILE);
-    ExpectFileError<FileResourceError>(EMFILE, On(name), [&] { Path path(file); });
+    ExpectFileError<FileResourceError>(EMFILE, On(name), [&] { ReadingPath path(file); });
     calls.Fail("open", EEXIST); // Only the writers know this one.
-    ExpectFileError<FileIOError>(EEXIST, On(name), [&] { Path path(file); });
+    ExpectFileError<FileIOError>(EEXIST, On(name), [&] { ReadingPath path(file); });
     calls.Fail("open", EINTR);
-    ExpectFileError<FileIOError>(EINTR, On(name), [&] { Path path(file); });
+    ExpectFileError<FileIOError>(EINTR, On(name), [&] { ReadingPath path(file); });
     EXPECT_EQ(calls.Count("open"), 3u) << "an interrupted open is not taken up again";
 }
 
@@ -131,37 +132,37 @@ TEST_F(UnixFileReadingPathTest, AFileOutOfReachIsAPermissionError) {
         chmod(directory.path().c_str(), 0755);
         chmod(name.c_str(), 0);
         PrivateMachine::DropPrivileges();
-        ExpectFileError<FilePermissionError>(EACCES, On(name), [&] { Path path(file); });
+        ExpectFileError<FilePermissionError>(EACCES, On(name), [&] { ReadingPath path(file); });
     });
 }
 
 TEST_F(UnixFileReadingPathTest, AnEmptyLocationIsAMissingFile) {
-    ExpectFileError<FileNotFoundError>(ENOENT, "", [&] { Path path{FileLocation()}; });
+    ExpectFileError<FileNotFoundError>(ENOENT, "", [&] { ReadingPath path{FileLocation()}; });
 }
 
 TEST_F(UnixFileReadingPathTest, APathThroughAFileIsAMissingDirectory) {
     FileLocation const through = file.Relative("below");
     ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(through.Text()),
-                                            [&] { Path path(through); });
+                                            [&] { ReadingPath path(through); });
 }
 
 TEST_F(UnixFileReadingPathTest, TheKernelsLogIsRefusedInAnyCaseWithoutAnOpen) {
     for (char const* text : {"/proc/kmsg", "/PROC/KMSG", "/Proc/kMsg", "/proc/kmsg/"}) {
-        Path path;
+        ReadingPath path;
         SystemCalls calls;
         FileLocation const where = MakeFileLocation(text);
         ExpectFileError<FileIOError>(0, On(where.Text()), [&] { path.OpenExisting(where); });
         EXPECT_THAT(calls.Log(), ElementsAre());
         EXPECT_EQ(path.descriptor, -1);
         EXPECT_STREQ(path.location.Text(), where.Text());
-        ExpectFileError<FileIOError>(0, On(where.Text()), [&] { Path other(where); });
+        ExpectFileError<FileIOError>(0, On(where.Text()), [&] { ReadingPath other(where); });
     }
 }
 
 TEST_F(UnixFileReadingPathTest, OnlyTheExactTextOfTheKernelsLogIsRefused) {
     for (char const* text :
          {"//proc/kmsg", "/proc/./kmsg", "/proc/kmsg2", "/proc/kms", "proc/kmsg"}) {
-        Path path;
+        ReadingPath path;
         SystemCalls calls;
         calls.Fail("open", EIO); // So that the real one is not opened either.
         ExpectFileError<FileIOError>(EIO, On(text),
@@ -171,14 +172,14 @@ TEST_F(UnixFileReadingPathTest, OnlyTheExactTextOfTheKernelsLogIsRefused) {
 }
 
 TEST_F(UnixFileReadingPathTest, ARefusedKernelLogLeavesWhatIsOpen) {
-    Path path(file);
+    ReadingPath path(file);
     ExpectExactly<FileIOError>([&] { path.OpenExisting(MakeFileLocation("/proc/kmsg")); });
     EXPECT_EQ(path.Length(), 5u);
 }
 
 // Deliberate: see the contract.
 TEST_F(UnixFileReadingPathTest, ASecondOpenLosesTheFirstDescriptor) {
-    Path path(file);
+    ReadingPath path(file);
     int const first = path.descriptor;
     SystemCalls calls;
     path.OpenExisting(file);
@@ -191,7 +192,7 @@ TEST_F(UnixFileReadingPathTest, ASecondOpenLosesTheFirstDescriptor) {
 }
 
 TEST_F(UnixFileReadingPathTest, AFailedSecondOpenLosesTheFirstDescriptorToo) {
-    Path path(file);
+    ReadingPath path(file);
     int const first = path.descriptor;
     EXPECT_THROW(path.OpenExisting(missing), FileNotFoundError);
     EXPECT_EQ(path.descriptor, -1);
@@ -200,7 +201,7 @@ TEST_F(UnixFileReadingPathTest, AFailedSecondOpenLosesTheFirstDescriptorToo) {
 }
 
 TEST_F(UnixFileReadingPathTest, LengthAsksAnewAndKeepsThePosition) {
-    Path const path(file);
+    ReadingPath const path(file);
     lseek(path.descriptor, 3, SEEK_SET);
     {
         SystemCalls calls;
@@ -217,7 +218,7 @@ TEST_F(UnixFileReadingPathTest, LengthAsksAnewAndKeepsThePosition) {
 }
 
 TEST_F(UnixFileReadingPathTest, LengthOfAClosedPathNamesTheLastLocation) {
-    Path path;
+    ReadingPath path;
     ExpectFileError<FileNotOpenError>(0, "", [&] { path.Length(); });
     path.OpenExisting(file);
     path.Close();
@@ -227,7 +228,7 @@ TEST_F(UnixFileReadingPathTest, LengthOfAClosedPathNamesTheLastLocation) {
 }
 
 TEST_F(UnixFileReadingPathTest, AFileThatRefusesToSeekToItsEndHasAnUnknownLength) {
-    Path path(MakeFileLocation("/proc/self/status"));
+    ReadingPath path(MakeFileLocation("/proc/self/status"));
     lseek(path.descriptor, 7, SEEK_SET);
     {
         SystemCalls calls;
@@ -243,7 +244,7 @@ TEST_F(UnixFileReadingPathTest, AFileThatRefusesToSeekToItsEndHasAnUnknownLength
 }
 
 TEST_F(UnixFileReadingPathTest, AnUnknownLengthStaysUnknown) {
-    Path path(MakeFileLocation("/proc/self/status"));
+    ReadingPath path(MakeFileLocation("/proc/self/status"));
     EXPECT_EQ(path.Length(), unknownLength);
     path.Close();
     EXPECT_EQ(path.Length(), unknownLength) << "also with nothing open";
@@ -252,7 +253,7 @@ TEST_F(UnixFileReadingPathTest, AnUnknownLengthStaysUnknown) {
 }
 
 TEST_F(UnixFileReadingPathTest, WhatElseFailsInLengthGoesToTheMapper) {
-    Path const path(file);
+    ReadingPath const path(file);
     for (std::size_t step = 0; step < 3; ++step) {
         SystemCalls calls;
         calls.Fail("seek", EIO, step);
@@ -263,7 +264,7 @@ TEST_F(UnixFileReadingPathTest, WhatElseFailsInLengthGoesToTheMapper) {
 }
 
 TEST_F(UnixFileReadingPathTest, NoErrorButEINVALMakesALengthUnknown) {
-    Path const path(file);
+    ReadingPath const path(file);
     for (int error = 1; error <= EHWPOISON; ++error) {
         if (error == EINVAL)
             continue;
@@ -276,7 +277,7 @@ TEST_F(UnixFileReadingPathTest, NoErrorButEINVALMakesALengthUnknown) {
 }
 
 TEST_F(UnixFileReadingPathTest, OnlyTheSeekToTheEndCanTellThatALengthIsUnknown) {
-    Path const path(file);
+    ReadingPath const path(file);
     for (std::size_t step : {0, 2}) {
         SystemCalls calls;
         calls.Fail("seek", EINVAL, step);
@@ -289,20 +290,20 @@ TEST_F(UnixFileReadingPathTest, APipeHasNoLength) {
     std::string const pipe = directory / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     int const other = open(pipe.c_str(), O_RDWR);
-    Path const path(MakeFileLocation(pipe.c_str()));
+    ReadingPath const path(MakeFileLocation(pipe.c_str()));
     ExpectFileError<FileIOError>(ESPIPE, On(pipe), [&] { path.Length(); });
     close(other);
 }
 
 TEST_F(UnixFileReadingPathTest, CloseGivesTheDescriptorBack) {
-    Path path(file);
+    ReadingPath path(file);
     path.Close();
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_TRUE(DescriptorsOn(name).empty());
 }
 
 TEST_F(UnixFileReadingPathTest, ClosingTwiceIsHarmless) {
-    Path path(file);
+    ReadingPath path(file);
     path.Close();
     SystemCalls calls;
     path.Close();
@@ -310,7 +311,7 @@ TEST_F(UnixFileReadingPathTest, ClosingTwiceIsHarmless) {
 }
 
 TEST_F(UnixFileReadingPathTest, AFailedCloseIsReportedAndTheDescriptorIsGone) {
-    Path path(file);
+    ReadingPath path(file);
     close(path.descriptor);
     ExpectFileError<FileIOError>(EBADF, On(name), [&] { path.Close(); });
     EXPECT_EQ(path.descriptor, -1);
@@ -324,18 +325,18 @@ TEST_F(UnixFileReadingPathTest, AFailedCloseIsReportedAndTheDescriptorIsGone) {
 }
 
 TEST_F(UnixFileReadingPathTest, TheDestructorCloses) {
-    { Path const path(file); }
+    { ReadingPath const path(file); }
     EXPECT_TRUE(DescriptorsOn(name).empty());
     SystemCalls calls;
-    { Path const path; }
+    { ReadingPath const path; }
     EXPECT_THAT(calls.Log(), ElementsAre()) << "nothing is open";
 }
 
 TEST_F(UnixFileReadingPathTest, TheDestructorSwallowsAFailedClose) {
-    auto path = std::make_unique<Path>(file);
+    auto path = std::make_unique<ReadingPath>(file);
     close(path->descriptor);
     EXPECT_NO_THROW(path.reset());
-    auto another = std::make_unique<Path>(file);
+    auto another = std::make_unique<ReadingPath>(file);
     SystemCalls calls;
     calls.Fail("close", EIO);
     EXPECT_NO_THROW(another.reset());
@@ -343,7 +344,7 @@ TEST_F(UnixFileReadingPathTest, TheDestructorSwallowsAFailedClose) {
 }
 
 TEST_F(UnixFileReadingPathTest, TheMapperTakesZeroForSuccess) {
-    Path const path;
+    ReadingPath const path;
     EXPECT_NO_THROW(path.ThrowError(file, 0));
     ExpectFileError<FileLockError>(EAGAIN, On(name), [&] { path.ThrowError(file, EAGAIN); });
     ExpectFileError<FileIOError>(ENOSPC, On(name), [&] { path.ThrowError(file, ENOSPC); });

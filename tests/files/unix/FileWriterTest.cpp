@@ -26,7 +26,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class Path : public UnixPlatform::FileWritingPath {
+class WriterPath : public UnixPlatform::FileWritingPath {
 public:
     using FileWritingPath::descriptor;
 };
@@ -37,7 +37,7 @@ protected:
 
     TemporaryDirectory directory;
     std::string const name = directory / "file";
-    Path path;
+    WriterPath path;
 };
 
 TEST_F(UnixFileWriterTest, WritesAtItsPositionAndMovesIt) {

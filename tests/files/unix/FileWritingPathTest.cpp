@@ -26,7 +26,7 @@ namespace {
 using testing::ElementsAre;
 
 // Shows the fields.
-class Path : public UnixPlatform::FileWritingPath {
+class WritingPath : public UnixPlatform::FileWritingPath {
 public:
     using FileWritingPath::descriptor;
     using FileWritingPath::location;
@@ -68,7 +68,7 @@ TEST_F(UnixFileWritingPathTest, EachModeOpensForReadingAndWritingAndClosesOnExec
     for (OpenMode const& mode : modes) {
         SCOPED_TRACE(mode.name);
         FileLocation const& where = mode.createsFiles ? newFile : file;
-        Path path;
+        WritingPath path;
         SystemCalls calls;
         (path.*mode.open)(where);
         EXPECT_THAT(calls.Log(), ElementsAre(mode.call, "setfd 1"));
@@ -82,7 +82,7 @@ TEST_F(UnixFileWritingPathTest, EachModeOpensForReadingAndWritingAndClosesOnExec
 // Deliberate: see the contract.
 TEST_F(UnixFileWritingPathTest, NoOpenRecordsTheLocation) {
     for (OpenMode const& mode : modes) {
-        Path path;
+        WritingPath path;
         (path.*mode.open)(mode.createsFiles ? newFile : file);
         EXPECT_STREQ(path.location.Text(), "") << mode.name;
         std::filesystem::remove(newName);
@@ -90,7 +90,7 @@ TEST_F(UnixFileWritingPathTest, NoOpenRecordsTheLocation) {
 }
 
 TEST_F(UnixFileWritingPathTest, AnExistingFileIsKeptRefusedOrEmptied) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     EXPECT_EQ(path.Length(), 5u);
     path.OpenExistingOrNew(file);
@@ -103,7 +103,7 @@ TEST_F(UnixFileWritingPathTest, AnExistingFileIsKeptRefusedOrEmptied) {
 }
 
 TEST_F(UnixFileWritingPathTest, AMissingFileIsRefusedOrCreated) {
-    Path path;
+    WritingPath path;
     ExpectFileError<FileNotFoundError>(ENOENT, On(newName), [&] { path.OpenExisting(newFile); });
     for (OpenMode const& mode : modes)
         if (mode.createsFiles) {
@@ -118,7 +118,7 @@ TEST_F(UnixFileWritingPathTest, ANewFileHasTheModeThatTheUmaskLeaves) {
     for (mode_t mask : {0, 022, 077, 0222}) {
         for (OpenMode const& mode : modes)
             if (mode.createsFiles) {
-                Path path;
+                WritingPath path;
                 mode_t const before = umask(mask);
                 (path.*mode.open)(newFile);
                 umask(before);
@@ -133,7 +133,7 @@ TEST_F(UnixFileWritingPathTest, ANewFileHasTheModeThatTheUmaskLeaves) {
 TEST_F(UnixFileWritingPathTest, ARealDirectoryCannotBeOpened) {
     FileLocation const here = MakeFileLocation(directory.path().c_str());
     for (OpenMode const& mode : modes) {
-        Path path;
+        WritingPath path;
         if (mode.open == &W::OpenNew)
             ExpectFileError<FileExistsError>(EEXIST, On(here.Text()),
                                              [&] { (path.*mode.open)(here); });
@@ -145,7 +145,7 @@ TEST_F(UnixFileWritingPathTest, ARealDirectoryCannotBeOpened) {
 TEST_F(UnixFileWritingPathTest, EachOpenClosesWhatIsOpenFirst) {
     for (OpenMode const& mode : modes) {
         SCOPED_TRACE(mode.name);
-        Path path;
+        WritingPath path;
         path.OpenExisting(file);
         SystemCalls calls;
         (path.*mode.open)(mode.createsFiles ? newFile : file);
@@ -156,7 +156,7 @@ TEST_F(UnixFileWritingPathTest, EachOpenClosesWhatIsOpenFirst) {
 }
 
 TEST_F(UnixFileWritingPathTest, AFailedOpenHasClosedWhatWasOpen) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     EXPECT_THROW(path.OpenExisting(newFile), FileNotFoundError);
     EXPECT_EQ(path.descriptor, -1);
@@ -164,7 +164,7 @@ TEST_F(UnixFileWritingPathTest, AFailedOpenHasClosedWhatWasOpen) {
 }
 
 TEST_F(UnixFileWritingPathTest, AFailedCloseStopsTheOpenAndNamesNoFile) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     SystemCalls calls;
     calls.Fail("close", EIO);
@@ -175,7 +175,7 @@ TEST_F(UnixFileWritingPathTest, AFailedCloseStopsTheOpenAndNamesNoFile) {
 
 // Deliberate: the close is that of the base, which knows no full disk and no existing file.
 TEST_F(UnixFileWritingPathTest, AFailedCloseGoesThroughTheReadingMapper) {
-    Path path;
+    WritingPath path;
     for (int error : {ENOSPC, EEXIST}) {
         path.OpenExisting(file);
         SystemCalls calls;
@@ -187,7 +187,7 @@ TEST_F(UnixFileWritingPathTest, AFailedCloseGoesThroughTheReadingMapper) {
 TEST_F(UnixFileWritingPathTest, FailuresToOpenGoThroughTheWritingMapper) {
     for (OpenMode const& mode : modes) {
         SCOPED_TRACE(mode.name);
-        Path path;
+        WritingPath path;
         SystemCalls calls;
         calls.Fail("open", ENOSPC);
         ExpectFileError<FileDiskFullError>(ENOSPC, On(name), [&] { (path.*mode.open)(file); });
@@ -201,7 +201,7 @@ TEST_F(UnixFileWritingPathTest, FailuresToOpenGoThroughTheWritingMapper) {
 }
 
 TEST_F(UnixFileWritingPathTest, TheKernelsLogIsNotRefusedHere) {
-    Path path;
+    WritingPath path;
     SystemCalls calls;
     calls.Fail("open", EIO);
     ExpectFileError<FileIOError>(EIO, On("/proc/kmsg"),
@@ -210,13 +210,13 @@ TEST_F(UnixFileWritingPathTest, TheKernelsLogIsNotRefusedHere) {
 }
 
 TEST_F(UnixFileWritingPathTest, IsReachedThroughTheVirtualOpenOfItsBase) {
-    Path path;
+    WritingPath path;
     static_cast<UnixPlatform::FileReadingPath&>(path).OpenExisting(file);
     EXPECT_EQ(OpenFlagsOf(path.descriptor) & O_ACCMODE, O_RDWR);
 }
 
 TEST_F(UnixFileWritingPathTest, FlushIsOneFsync) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     SystemCalls calls;
     path.Flush();
@@ -226,7 +226,7 @@ TEST_F(UnixFileWritingPathTest, FlushIsOneFsync) {
 }
 
 TEST_F(UnixFileWritingPathTest, AFailedFlushNamesNoFile) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     SystemCalls calls;
     calls.Fail("fsync", ENOSPC);
@@ -238,20 +238,20 @@ TEST_F(UnixFileWritingPathTest, AFailedFlushNamesNoFile) {
 }
 
 TEST_F(UnixFileWritingPathTest, FlushWithNothingOpenFails) {
-    Path const path;
+    WritingPath const path;
     ExpectFileError<FileIOError>(EBADF, "", [&] { path.Flush(); });
 }
 
 TEST_F(UnixFileWritingPathTest, AFlushThatTheSystemCannotDoIsReported) {
     std::string const pipe = directory / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    Path path;
+    WritingPath path;
     path.OpenExisting(MakeFileLocation(pipe.c_str()));
     ExpectFileError<FileIOError>(EINVAL, "", [&] { path.Flush(); });
 }
 
 TEST_F(UnixFileWritingPathTest, NeitherCloseNorTheDestructorFlushes) {
-    auto path = std::make_unique<Path>();
+    auto path = std::make_unique<WritingPath>();
     path->OpenExisting(file);
     SystemCalls calls;
     path->Close();
@@ -264,7 +264,7 @@ TEST_F(UnixFileWritingPathTest, NeitherCloseNorTheDestructorFlushes) {
 TEST_F(UnixFileWritingPathTest, TheDestructorOfABaseSwallowsAFailedClose) {
     std::unique_ptr<UnixPlatform::FileReadingPath> path;
     {
-        auto writing = std::make_unique<Path>();
+        auto writing = std::make_unique<WritingPath>();
         writing->OpenExisting(file);
         close(writing->descriptor);
         path = std::move(writing);
@@ -273,7 +273,7 @@ TEST_F(UnixFileWritingPathTest, TheDestructorOfABaseSwallowsAFailedClose) {
 }
 
 TEST_F(UnixFileWritingPathTest, LengthOfAClosedPathNamesNoFile) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     path.Close();
     ExpectFileError<FileNotOpenError>(0, "", [&] { path.Length(); });
@@ -282,7 +282,7 @@ TEST_F(UnixFileWritingPathTest, LengthOfAClosedPathNamesNoFile) {
 // All that SetLength does is odd, and deliberate: see the contract.
 
 TEST_F(UnixFileWritingPathTest, SetLengthDoesNotShrinkAFile) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     for (unsigned long long length : {0, 1, 2, 3, 4, 5}) {
         path.SetLength(length);
@@ -295,7 +295,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthDoesNotShrinkAFile) {
 }
 
 TEST_F(UnixFileWritingPathTest, SetLengthToOneWritesAZeroAtTheStart) {
-    Path path;
+    WritingPath path;
     path.OpenNew(newFile);
     SystemCalls calls;
     path.SetLength(1);
@@ -306,7 +306,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthToOneWritesAZeroAtTheStart) {
 
 TEST_F(UnixFileWritingPathTest, SetLengthToTwoWritesAZeroAtThePresentPosition) {
     WriteWholeFile(name, "h");
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     SystemCalls calls;
     path.SetLength(2);
@@ -316,7 +316,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthToTwoWritesAZeroAtThePresentPosition) {
 
 TEST_F(UnixFileWritingPathTest, SetLengthToThreeAppendsAZero) {
     WriteWholeFile(name, "h");
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     SystemCalls calls;
     path.SetLength(3);
@@ -325,7 +325,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthToThreeAppendsAZero) {
 }
 
 TEST_F(UnixFileWritingPathTest, SetLengthToMoreIsAsARuleRefused) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     for (unsigned long long length : {6ULL, 7ULL, 100ULL, 1ULL << 32}) {
         ExpectFileError<FileIOError>(EINVAL, "", [&] { path.SetLength(length); });
@@ -334,7 +334,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthToMoreIsAsARuleRefused) {
 }
 
 TEST_F(UnixFileWritingPathTest, TheLengthOfSetLengthIsCutTo32Bits) {
-    Path path;
+    WritingPath path;
     path.OpenExisting(file);
     path.SetLength((1ULL << 32) + 1);
     EXPECT_EQ(ReadWholeFile(name), std::string("\0ello", 5));
@@ -343,7 +343,7 @@ TEST_F(UnixFileWritingPathTest, TheLengthOfSetLengthIsCutTo32Bits) {
 }
 
 TEST_F(UnixFileWritingPathTest, SetLengthRepeatsUntilTheByteIsTaken) {
-    Path path;
+    WritingPath path;
     path.OpenNew(newFile);
     SystemCalls calls;
     calls.Limit("write", 0);
@@ -354,7 +354,7 @@ TEST_F(UnixFileWritingPathTest, SetLengthRepeatsUntilTheByteIsTaken) {
 }
 
 TEST_F(UnixFileWritingPathTest, FailuresOfSetLengthGoThroughTheWritingMapper) {
-    Path path;
+    WritingPath path;
     path.OpenNew(newFile);
     SystemCalls calls;
     calls.Fail("write", ENOSPC);
@@ -369,7 +369,7 @@ TEST_F(UnixFileWritingPathTest, FailuresOfSetLengthGoThroughTheWritingMapper) {
 
 TEST_F(UnixFileWritingPathTest, SetLengthOnAnUnknownLengthIsRefused) {
     // This file tells no length, and its owner may open it for writing without any effect.
-    Path path;
+    WritingPath path;
     path.OpenExisting(MakeFileLocation("/proc/self/timerslack_ns"));
     EXPECT_EQ(path.Length(), UnixPlatform::FileReadingPath::unknownLength);
     SystemCalls calls;
@@ -381,7 +381,7 @@ TEST_F(UnixFileWritingPathTest, AFullDiskIsReportedByTheWritersOnly) {
     PrivateMachine::Run([&] {
         SmallFileSystem disk(directory / "disk", {.bytes = 4096});
         disk.FillUp();
-        Path path;
+        WritingPath path;
         path.OpenNew(MakeFileLocation((disk / "file").c_str()));
         ExpectFileError<FileDiskFullError>(ENOSPC, "", [&] { path.SetLength(1); });
     });
@@ -391,13 +391,13 @@ TEST_F(UnixFileWritingPathTest, AFileSystemWithoutRoomForAFileIsAFullDisk) {
     PrivateMachine::Run([&] {
         SmallFileSystem disk(directory / "disk", {.inodes = 1});
         FileLocation const where = MakeFileLocation((disk / "file").c_str());
-        Path path;
+        WritingPath path;
         ExpectFileError<FileDiskFullError>(ENOSPC, On(where.Text()), [&] { path.OpenNew(where); });
     });
 }
 
 TEST_F(UnixFileWritingPathTest, TheMapperTakesZeroForSuccess) {
-    Path const path;
+    WritingPath const path;
     EXPECT_NO_THROW(path.ThrowError(file, 0));
     ExpectFileError<FileExistsError>(EEXIST, On(name), [&] { path.ThrowError(file, EEXIST); });
     ExpectFileError<FileIOError>(EINVAL, On(name), [&] { path.ThrowError(file, EINVAL); });
