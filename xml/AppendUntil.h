@@ -14,8 +14,8 @@
 // A short run is found in one or two masks of a block. The block is appended whole and truncated,
 // so no branch depends on the length, which would be mispredicted.
 template <int block, class... Bytes>
-inline char const* AppendUntil(std::string& target, char const* from,
-                                                      char const* end, Bytes... wanted) {
+inline char const* AppendUntil(std::string& target, char const* from, char const* end,
+                               Bytes... wanted) {
     for (int blocksLeft = 2; blocksLeft != 0 && end - from >= block; --blocksLeft) {
         std::uint64_t const found = Simd::MatchMask<block>(from, wanted...);
         std::size_t const size = target.size();
