@@ -40,7 +40,8 @@ namespace {
 
 constexpr std::size_t wordSize = sizeof(std::uint64_t);
 
-// Zero if all bytes are equal; otherwise the lowest set bit is in the first byte that is not.
+// Zero if all bytes are equal; otherwise the lowest set bit is in the first byte that is not. For
+// "aB-" beside "Ab_" the letters are 80 80 00 and the differences 20 20 72, so 00 00 72 remain.
 std::uint64_t DifferenceOfWords(std::uint64_t left, std::uint64_t right) {
     // The top bit of each byte says whether its other bits, which cannot carry, are a letter.
     std::uint64_t const lower = (left | InAllBytes(caseBit)) & InAllBytes(0x7F);
@@ -68,7 +69,8 @@ unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(difference, allowed))) ^ 0xFFFF;
 }
 
-// The bits in which 32 bytes differ, without the case bits of letters.
+// The bits in which 32 bytes differ, without the case bits of letters: "aB-" beside "Ab_" gives
+// 00 00 72.
 SIMD_TARGET_AVX2 inline __m256i UnequalOf32(unsigned char const* left, unsigned char const* right) {
     __m256i const a = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(left));
     __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(right));

@@ -23,7 +23,7 @@ inline void CopyUpTo16Scalar(char* to, char const* from, std::size_t length) {
 namespace Detail {
 
 // Copies the first and the last bytes as one word each. The two words overlap where `length` is
-// less than both.
+// less than both: for "abcde" they are "abcd" and "bcde".
 template <class Word>
 void CopyEnds(char* to, char const* from, std::size_t length) {
     auto const first = LoadWord<Word>(from);

@@ -82,7 +82,8 @@ SIMD_TARGET_SSSE3 inline __m128i LoadBlock(unsigned char const* bytes) {
 }
 
 // Moves `block` on by the distance whose powers are in `powers`, onto `next`: the same modulo the
-// polynomial, with fewer bits.
+// polynomial, with fewer bits. In lanes of 64 bits, the block A B is A + B * x^64; the powers
+// x^bits and x^(bits + 64) make it A * x^bits + B * x^(bits + 64).
 SIMD_TARGET_SSSE3 inline __m128i Fold(__m128i block, __m128i powers, __m128i next) {
     __m128i const high = _mm_clmulepi64_si128(block, powers, 0x11);
     __m128i const low = _mm_clmulepi64_si128(block, powers, 0x00);
@@ -104,6 +105,7 @@ SIMD_TARGET_SSSE3 std::uint32_t FoldBlocks(std::uint32_t value, unsigned char co
     __m128i lanes[4];
     for (int lane = 0; lane < 4; ++lane)
         lanes[lane] = LoadBlock(bytes + 16 * lane);
+    // The register joins the first four bytes, which are in the highest lane of 32 bits.
     lanes[0] = _mm_xor_si128(lanes[0], _mm_set_epi32(static_cast<int>(value), 0, 0, 0));
     for (std::size_t done = 64; length - done >= 64; done += 64)
         for (int lane = 0; lane < 4; ++lane)

@@ -41,7 +41,6 @@ std::uint64_t MatchMaskScalar(char const* from, Bytes... wanted) {
 
 namespace Detail {
 
-// 0xFF in each byte that is one of `wanted`, otherwise 0.
 using namespace Vectors;
 
 // 0xFF in each byte that is one of `wanted`, otherwise 0.

@@ -150,6 +150,7 @@ inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
     return count;
 }
 
+// Three and four digits are a word of two pairs: 123 is "0123", shifted to "123".
 // REQUIRES: `value` is below 10,000; there is room for four bytes.
 inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
     if (value < 100) {
@@ -168,7 +169,8 @@ inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
 
 namespace Detail {
 
-// Stores eight digits without their leading zeros, and returns how many remain. Writes eight bytes.
+// Stores eight digits without their leading zeros, and returns how many remain. Writes eight bytes:
+// "12345" and three NULs for 0 0 0 1 2 3 4 5.
 // REQUIRES: not all digits are zero.
 inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
     unsigned const leading = CountLeadingZeros(digits);
@@ -239,9 +241,8 @@ inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
 // ---- Hexadecimal text
 
 // The characters of eight hexadecimal digits, lower-case, as a word: each digit moves to a byte of
-// its own, and those above 9 go on to the letters. For 0x12AB34CD the
-// lanes, lowest first, are: 34CD 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the bytes are
-// reversed at the end.
+// its own, and those above 9 go on to the letters. For 0x12AB34CD the lanes, lowest first, are:
+// 34CD 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the bytes are reversed at the end.
 constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
     std::uint64_t digits = value;
     digits = (digits << 16 | digits) & 0x0000FFFF0000FFFF;

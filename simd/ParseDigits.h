@@ -118,7 +118,8 @@ struct DigitWord<16> {
     }
 
     static std::uint64_t NonDigitMask(std::uint64_t word) {
-        // The exclusive or has inverted the case bit.
+        // The exclusive or has inverted the case bit. "9aG" is 09 51 77: the last two are 10 or
+        // more, and of these the first is a letter.
         std::uint64_t const upper = word | InAllBytes(0x20);
         std::uint64_t const letters = NotBelow(upper, 'A' ^ '0') & ~NotBelow(upper, 'G' ^ '0');
         std::uint64_t const failed = NotBelow(word, 10) & ~letters;
@@ -159,13 +160,14 @@ inline std::uint64_t LoadDigits(unsigned char const* from) {
 }
 
 // The `count` characters before `end`, with zeros in front of them. REQUIRES: `count` is 1 to 8,
-// and there are 8 characters before `end`.
+// and there are 8 characters before `end`. With 2 characters, 23456789 becomes 0 0 0 0 0 0 8 9.
 inline std::uint64_t LoadLastDigits(unsigned char const* end, std::size_t count) {
     std::uint64_t const kept = ~std::uint64_t{0} << (wordLength - count) * 8;
     return LoadDigits(end - wordLength) & kept;
 }
 
-// 4 to 8 characters, with zeros in front of them: two halves, which overlap.
+// 4 to 8 characters, with zeros in front of them: two halves, which overlap. For "12345" these are
+// 0 0 0 1 2 3 4 0 and 0 0 0 0 2 3 4 5.
 inline std::uint64_t LoadFewDigits(unsigned char const* text, std::size_t length) {
     constexpr auto asciiZero4 = static_cast<std::uint32_t>(InAllBytes('0'));
     std::uint32_t const first = LoadWord<std::uint32_t>(text) ^ asciiZero4;

@@ -165,6 +165,8 @@ private:
         return Join8(low, high);
     }
 
+    // A lane counts unless its byte is a lead byte or the second byte of three or four: for
+    // 61 E2 82 AC the lanes are 0061 .. .. 20AC, which become 0061 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Bytes const& bytes) {
         TwoVectors units = LowerHalves(bytes);
         if (MaskOf8(Or(AtLeast8(bytes.two, 0xF0), AtLeast8(bytes.three, 0xF0))) != 0)
@@ -191,6 +193,8 @@ private:
         return Select(isHigh, high, Select(isLow, low, units));
     }
 
+    // The lane of the last byte counts. At the 80 of F0 9F 98 80: 0 << 2 | 1 is the upper half 1,
+    // which is joined to the lower half F600.
     SIMD_TARGET_SSSE3 static unsigned int* Write(unsigned int* to, Bytes const& bytes) {
         Vector const upper = And(AtLeast8(bytes.three, 0xF0),
                                  Or(Left16(bytes.three, 0x0707, 2), Right16(bytes.two, 4, 0x0303)));
@@ -252,7 +256,8 @@ private:
         return CompressTailsLeft(to, lanes.second, (lengths >> 4 & 0x0F) | (lengths >> 8 & 0xF0));
     }
 
-    // The first two bytes of four at a high surrogate, the last two at a low one.
+    // The first two bytes of four at a high surrogate, the last two at a low one: D83D DE00 gives
+    // the lanes 9FF0 8098, which are F0 9F 98 80 in memory.
     static Vector HalvesOfFour(Vector units, Vector unitsBefore) {
         Vector const offset = Add16(units, 0x40);
         Vector const first = Or(Right16(offset, 8, 0x07), Left16(offset, 0xFC, 6), All16(0x80F0));
@@ -261,7 +266,8 @@ private:
         return Select(AreHigh(units), first, last);
     }
 
-    // A pair is written in the lane of its low surrogate; a high one writes nothing.
+    // A pair is written in the lane of its low surrogate; a high one writes nothing. At the DE00 of
+    // D83D DE00: 3D << 10 | 200 is the lower half F600, and 0 + 1 the upper one.
     SIMD_TARGET_SSSE3 static unsigned int* Write(unsigned int* to, Vector units,
                                                  Vector unitsBefore) {
         Vector const low = AreLow(units);
@@ -313,7 +319,8 @@ private:
         return CompressTailsLeft(to, lanes, even | (MaskOf32(oneOrTwo) ^ 0xF) << 4);
     }
 
-    // Each lane has a pair, or one unit and a half that does not count.
+    // Each lane has a pair, or one unit and a half that does not count: for 1F600 20AC the lanes of
+    // 16 bits are D83D DE00 20AC 0000, which become D83D DE00 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Vector values) {
         Vector const four = AreSupplementary(values);
         Vector const pairs = Or(Right32(Subtract32(values, 0x10000), 10, 0x3FF),

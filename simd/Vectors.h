@@ -100,10 +100,12 @@ inline TwoVectors Join16(Vector lower, Vector upper) {
 inline TwoVectors Widen8(Vector lanes) { return Join8(lanes, Zero()); }
 inline TwoVectors Widen16(Vector lanes) { return Join16(lanes, Zero()); }
 
-// Lanes half as wide, of the lower halves. REQUIRES for Narrow16: all lanes are below 0x100.
+// Lanes half as wide, of the lower halves: 0041 00E9 .. becomes 41 E9 ... REQUIRES for Narrow16:
+// all lanes are below 0x100.
 inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
 inline Vector Narrow32(Vector first, Vector second) {
-    // The instruction saturates signed values, so each lower half is sign-extended first.
+    // The instruction saturates signed values, so each lower half is sign-extended first: 0001ABCD
+    // becomes ABCD0000, then FFFFABCD, which is stored as ABCD.
     return _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(first, 16), 16),
                            _mm_srai_epi32(_mm_slli_epi32(second, 16), 16));
 }
