@@ -22,7 +22,7 @@ ClientComplianceLock& ClientComplianceLock::The() {
     return instance;
 }
 
-// Nothing takes the lock again while the process exits.
+// A lock that was held until the process exits is not taken again.
 ClientComplianceLock::~ClientComplianceLock() {
     if (!iLock)
         return;

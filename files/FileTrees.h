@@ -25,8 +25,8 @@ void CreateDirectoryTree(FileLocation const& location);
 // overwritten), a socket, a device, a FIFO. A full disk is reported as FileExistsError: the first
 // attempt leaves a part of the file, and the next ones find it there.
 //
-// A `to` inside of `from` is found by the walk and copied
-// into itself, until the system refuses the length of the path.
+// A `to` inside of `from` is found by the walk and copied into itself, until the system refuses the
+// length of the path.
 //
 // Deliberate: a symbolic link to a directory is skipped in silence. And a directory that can't be
 // listed, be it for lack of memory, is copied as if it were empty.
