@@ -62,7 +62,7 @@ struct Filled {
 
 // The most units of the target that a text of so many units becomes.
 template <class Target, class Source>
-constexpr std::size_t MostUnits(std::size_t length) {
+constexpr std::size_t MaxUnits(std::size_t length) {
     if constexpr (std::is_same_v<Target, UTF8>)
         return length * (std::is_same_v<Source, UTF16> ? 3 : 4);
     else if constexpr (std::is_same_v<Target, UTF16> && std::is_same_v<Source, UTF32>)
@@ -118,8 +118,8 @@ struct IconvTranscoding {
     template <class Target, class Source>
     static Filled<Target> Whole(Texts const& texts) {
         auto const& text = texts.In<Source>();
-        Filled<Target> result(MostUnits<Target, Source>(text.size()));
-        Bytes from(text), to(result.characters.get(), MostUnits<Target, Source>(text.size()));
+        Filled<Target> result(MaxUnits<Target, Source>(text.size()));
+        Bytes from(text), to(result.characters.get(), MaxUnits<Target, Source>(text.size()));
         Require(Convert<Target, Source>(from, to) == 0);
         result.length = to.Position<Target>() - result.characters.get();
         return result;
@@ -214,7 +214,7 @@ private:
             auto const between = Converted<UTF16, Source>(text, size);
             return Converted<Target, UTF16>(between.characters.get(), between.length);
         } else {
-            std::int32_t const room = static_cast<std::int32_t>(MostUnits<Target, Source>(size));
+            std::int32_t const room = static_cast<std::int32_t>(MaxUnits<Target, Source>(size));
             Filled<Target> result(static_cast<std::size_t>(room));
             auto* const to = result.characters.get();
             if constexpr (std::is_same_v<Source, UTF8>)

@@ -66,8 +66,8 @@ void ExpectMemoryWithin(HostileDocument const& document, std::size_t n, std::siz
               << static_cast<double>(used) / static_cast<double>(n) << " bytes for each\n";
 #ifndef CC_ADDRESS_SANITIZER
     double const most =
-        document.mostBytes * static_cast<double>(n) + static_cast<double>(document.spare);
-    if (document.mostBytes != 0) {
+        document.maxBytes * static_cast<double>(n) + static_cast<double>(document.spare);
+    if (document.maxBytes != 0) {
         EXPECT_LE(static_cast<double>(used), most);
     }
 #endif

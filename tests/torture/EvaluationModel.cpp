@@ -7,7 +7,7 @@
 namespace {
 
 // Many more than any evaluation here that ends.
-constexpr std::size_t mostPolls = 20;
+constexpr std::size_t maxPolls = 20;
 
 char const* NameOf(std::optional<std::string> EvaluationModel::*file) {
     if (file == &EvaluationModel::temporary)
@@ -50,7 +50,7 @@ void EvaluationModel::Run() {
         if (progress.state == 2)
             progress.error = answer.error;
         codes.progress.push_back(progress);
-        isEndless = codes.progress.size() > mostPolls;
+        isEndless = codes.progress.size() > maxPolls;
         goOn = progress.state == 3 && !isEndless;
         if (goOn && world.pausesBetweenPolls)
             Seconds(1);

@@ -170,15 +170,15 @@ char const* LastComponent(char const* path) {
 }
 
 // What each descriptor was opened on.
-constexpr int mostDescriptors = 64;
-char objects[mostDescriptors][64];
+constexpr int maxDescriptors = 64;
+char objects[maxDescriptors][64];
 
 char const* Object(int descriptor) {
-    return descriptor >= 0 && descriptor < mostDescriptors ? objects[descriptor] : "";
+    return descriptor >= 0 && descriptor < maxDescriptors ? objects[descriptor] : "";
 }
 
 void Remember(int descriptor, char const* path) {
-    if (descriptor >= 0 && descriptor < mostDescriptors)
+    if (descriptor >= 0 && descriptor < maxDescriptors)
         std::snprintf(objects[descriptor], sizeof objects[descriptor], "%s", LastComponent(path));
 }
 

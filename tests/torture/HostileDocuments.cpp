@@ -42,7 +42,7 @@ HostileDocument OfText(char const* name, std::string const& unit, std::size_t te
 
 std::vector<HostileDocument> MakeDocuments() {
     HostileDocument text = OfText("Text", "x", 1, 1024 * mebibyte);
-    text.mostBytes = 4.2;
+    text.maxBytes = 4.2;
     text.spare = 16 * mebibyte;
     return {
         {.name = "Levels",
@@ -51,19 +51,19 @@ std::vector<HostileDocument> MakeDocuments() {
          .unitBehind = "</x>",
          .tail = ended,
          .full = 5 * million,
-         .mostBytes = ofOpenElement},
+         .maxBytes = ofOpenElement},
         {.name = "OpenLevels",
          .head = begun,
          .unit = "<x>",
          .full = 5 * million,
          .refusal = brokenOff,
-         .mostBytes = ofOpenElement},
+         .maxBytes = ofOpenElement},
         {.name = "Siblings",
          .head = begun,
          .unit = "<x></x>",
          .tail = ended,
          .full = million,
-         .mostBytes = ofElement},
+         .maxBytes = ofElement},
         {.name = "Rows",
          .head = begun,
          .unit = row,
@@ -76,7 +76,7 @@ std::vector<HostileDocument> MakeDocuments() {
          .unit = " a='b'",
          .tail = "></x>" + ended,
          .full = million,
-         .mostBytes = 240},
+         .maxBytes = 240},
         text,
         OfText("Escapes", "&lt;", 1, million),
         OfText("References", "&#x41;", 1, million),

@@ -24,7 +24,7 @@ struct HostileDocument {
     std::size_t rows = 0;
     std::string refusal = {};
     // The most memory that reading it may take for each unit, and in any case; no promise for 0.
-    double mostBytes = 0;
+    double maxBytes = 0;
     std::size_t spare = std::size_t{1} << 20;
 
     std::size_t Bytes(std::size_t n) const;

@@ -13,7 +13,7 @@
 namespace {
 
 // More than any operation here asks for: an operation that always needs one more would not end.
-constexpr std::size_t mostAllocations = 20'000;
+constexpr std::size_t maxAllocations = 20'000;
 constexpr std::size_t none = ~std::size_t{0};
 
 constexpr char const* outOfMemory = "std::bad_alloc: std::bad_alloc";
@@ -138,14 +138,14 @@ std::size_t Operation::FailEach() const {
     std::size_t failures = 0;
     for (auto const extent : {FailingAllocation::Once, FailingAllocation::FromThenOn}) {
         std::size_t n = 1;
-        for (; n < mostAllocations && !testing::Test::HasFailure(); ++n) {
+        for (; n < maxAllocations && !testing::Test::HasFailure(); ++n) {
             SCOPED_TRACE(
                 name + ", allocation " + std::to_string(n) +
                 (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
             if (!FailLeavingNothing(n, extent))
                 break;
         }
-        EXPECT_LT(n, mostAllocations) << name << " has no end";
+        EXPECT_LT(n, maxAllocations) << name << " has no end";
         failures += n - 1;
     }
     EXPECT_LT(0u, failures) << name << " asks for no memory";
