@@ -1,8 +1,7 @@
 #include "data/ConstData.h"
 
 #include <algorithm>
-
-#include "simd/Words.h"
+#include <iterator>
 
 static_assert(sizeof(ConstData) == 2 * sizeof(void*), "a pair of pointers, passed in registers");
 
@@ -13,31 +12,18 @@ bool EqualBytes(unsigned char const* left, unsigned char const* right, std::size
     return length == 0 || std::memcmp(left, right, length) == 0;
 }
 
-using Word = std::uint64_t;
-using Simd::LoadWord;
-
-// Returns the number of equal bytes at the start of both, up to `length`. Compares word by word,
-// because memcmp does not return a position.
+// Returns the number of equal bytes at the start of both, up to `length`.
 std::size_t EqualLength(unsigned char const* left, unsigned char const* right, std::size_t length) {
-    std::size_t equal = 0;
-    while (length - equal >= sizeof(Word) &&
-           LoadWord<Word>(left + equal) == LoadWord<Word>(right + equal))
-        equal += sizeof(Word);
-    while (equal < length && left[equal] == right[equal])
-        ++equal;
-    return equal;
+    return static_cast<std::size_t>(std::mismatch(left, left + length, right).first - left);
 }
 
 // The same, from the ends.
 std::size_t EqualLengthReversed(unsigned char const* leftEnd, unsigned char const* rightEnd,
                                 std::size_t length) {
-    std::size_t equal = 0;
-    while (length - equal >= sizeof(Word) && LoadWord<Word>(leftEnd - equal - sizeof(Word)) ==
-                                                 LoadWord<Word>(rightEnd - equal - sizeof(Word)))
-        equal += sizeof(Word);
-    while (equal < length && *(leftEnd - equal - 1) == *(rightEnd - equal - 1))
-        ++equal;
-    return equal;
+    auto const left = std::make_reverse_iterator(leftEnd);
+    auto const right = std::make_reverse_iterator(rightEnd);
+    auto const end = left + static_cast<std::ptrdiff_t>(length);
+    return static_cast<std::size_t>(std::mismatch(left, end, right).first - left);
 }
 
 std::int32_t CompareLengths(ConstData left, ConstData right) {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "simd/Cpu.h"
+#include "simd/Vectors.h"
 #include "simd/Words.h"
 
 #if SIMD_X86
@@ -52,21 +53,20 @@ std::uint64_t DifferenceOfWords(std::uint64_t left, std::uint64_t right) {
 
 // The bytes of 16 that are letters: 0xFF, otherwise 0. The comparison is signed, so the letters are
 // moved to the bottom of the range: 'a' and 'A' to -128, 'z' and 'Z' to -103, '@' to 127.
-__m128i LettersOf16(__m128i bytes) {
-    __m128i const lower = _mm_or_si128(bytes, _mm_set1_epi8(caseBit));
-    __m128i const moved = _mm_sub_epi8(lower, _mm_set1_epi8('a' - 0x80));
-    return _mm_cmpgt_epi8(_mm_set1_epi8(26 - 0x80), moved);
+Vectors::Vector LettersOf16(Vectors::Vector bytes) {
+    using namespace Vectors;
+    Vector const moved = _mm_sub_epi8(Or(bytes, All8(caseBit)), All8('a' - 0x80));
+    return _mm_cmpgt_epi8(All8(26 - 0x80), moved);
 }
 
 // One bit for each of 16 bytes, set if they are not equal. "aB-" beside "Ab_" gives the differences
 // 20 20 72, of which the letters allow 20 20 00, so the third bit is set.
 unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
-    __m128i const a = _mm_loadu_si128(reinterpret_cast<__m128i const*>(left));
-    __m128i const b = _mm_loadu_si128(reinterpret_cast<__m128i const*>(right));
-    __m128i const difference = _mm_xor_si128(a, b);
-    __m128i const allowed =
-        _mm_and_si128(difference, _mm_and_si128(LettersOf16(a), _mm_set1_epi8(caseBit)));
-    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(difference, allowed))) ^ 0xFFFF;
+    using namespace Vectors;
+    Vector const a = Load(left);
+    Vector const difference = Xor(a, Load(right));
+    Vector const allowed = And(difference, And(LettersOf16(a), All8(caseBit)));
+    return MaskOf8(_mm_cmpeq_epi8(difference, allowed)) ^ 0xFFFF;
 }
 
 // The bits in which 32 bytes differ, without the case bits of letters: "aB-" beside "Ab_" gives

@@ -2,11 +2,7 @@
 
 #include <bit>
 
-#include "simd/Cpu.h"
-
-#if SIMD_X86
-#include <emmintrin.h>
-#endif
+#include "simd/Vectors.h"
 
 namespace Simd {
 
@@ -48,10 +44,11 @@ namespace {
 constexpr std::size_t blockSize = 16;
 
 // 0xFF in each of 16 bytes that is one of the variants.
-__m128i Matches(char const* bytes, CaseVariants const& variants) {
-    __m128i const block = _mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes));
-    return _mm_or_si128(_mm_cmpeq_epi8(block, _mm_set1_epi8(variants.one)),
-                        _mm_cmpeq_epi8(block, _mm_set1_epi8(variants.other)));
+Vectors::Vector Matches(char const* bytes, CaseVariants const& variants) {
+    using namespace Vectors;
+    Vector const block = Load(bytes);
+    return Or(_mm_cmpeq_epi8(block, _mm_set1_epi8(variants.one)),
+              _mm_cmpeq_epi8(block, _mm_set1_epi8(variants.other)));
 }
 
 // Compares the pattern only at places whose first and last byte match. For "ab" in "xaybab." the
@@ -82,21 +79,21 @@ public:
     }
 
 private:
-    __m128i Candidates(char const* place) const {
-        return _mm_and_si128(Matches(place, first), Matches(place + (pattern.length - 1), last));
+    Vectors::Vector Candidates(char const* place) const {
+        return Vectors::And(Matches(place, first), Matches(place + (pattern.length - 1), last));
     }
 
     // Of four blocks, with one branch.
     bool HasCandidate(char const* from) const {
-        __m128i const front = _mm_or_si128(Candidates(from), Candidates(from + blockSize));
+        using namespace Vectors;
         char const* const half = from + 2 * blockSize;
-        __m128i const back = _mm_or_si128(Candidates(half), Candidates(half + blockSize));
-        return _mm_movemask_epi8(_mm_or_si128(front, back)) != 0;
+        Vector const all = Or(Candidates(from), Candidates(from + blockSize), Candidates(half),
+                              Candidates(half + blockSize));
+        return MaskOf8(all) != 0;
     }
 
     char const* FindInBlock(char const* from) const {
-        for (auto mask = static_cast<unsigned>(_mm_movemask_epi8(Candidates(from))); mask != 0;
-             mask &= mask - 1) {
+        for (unsigned mask = Vectors::MaskOf8(Candidates(from)); mask != 0; mask &= mask - 1) {
             char const* const place = from + std::countr_zero(mask);
             if (pattern.IsAt(place))
                 return place;

@@ -151,6 +151,8 @@ inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
 }
 
 // Three and four digits are a word of two pairs: 123 is "0123", shifted to "123".
+#if SIMD_X86
+
 // REQUIRES: `value` is below 10,000; there is room for four bytes.
 inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
     if (value < 100) {
@@ -164,8 +166,6 @@ inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
     StoreWord(to, (high | std::uint32_t{low} << 16) >> leading * 8);
     return 4 - leading;
 }
-
-#if SIMD_X86
 
 namespace Detail {
 
@@ -223,6 +223,10 @@ inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
 }
 
 #else
+
+inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
+    return FormatDecimalScalar(to, value);
+}
 
 template <class Value>
 inline unsigned FormatDecimal(unsigned char* to, Value value) {

@@ -4,7 +4,6 @@
 // may read units after those, and write units after the ones that count: its comment says how many.
 #pragma once
 
-#include "simd/Utf.h"
 #include "simd/Vectors.h"
 
 #if SIMD_X86

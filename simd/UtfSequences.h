@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "simd/Utf.h"
-
 namespace Simd {
 
 // A sequence as it was read.
