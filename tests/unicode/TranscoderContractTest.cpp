@@ -11,9 +11,9 @@
 #include "tests/unicode/TextStreams.h"
 #include "tests/unicode/Units.h"
 
-// Long texts of all kinds of runs, through whole stages in random cuttings, beside the contract
-// written down step by step: the units, the number and sizes of the calls, and what is thrown
-// where.
+// Long texts with runs of every kind, split at random into chunks, through whole stages and through
+// a model of the contract. Compares the units, the number and sizes of the calls, and where an
+// exception is thrown.
 namespace {
 
 // Chunks of many sizes, empty ones among them, that make up `length`.

@@ -181,8 +181,8 @@ TEST(XMLElementPLTest, WhatIsLeftOverGoesWhenTheChildrenAreAskedFor) {
     EXPECT_EQ(TreeText(element), "e{fg}");
 }
 
-// Deliberate: a child appended by value stands behind the old children and shares their fate.
-TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsFreedWithThem) {
+// Deliberate: a child appended by value comes after the old children and is freed with them.
+TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsFreedWithThem) {
     XMLElementPL element("a", noPointers);
     element.AddChildElement("b", noPointers);
     element.Reset("c", noPointers);
@@ -190,7 +190,7 @@ TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsFreedWithThem) {
     EXPECT_EQ(TreeText(element), "c");
 }
 
-TEST(XMLElementPLTest, ChildAppendedBehindOldChildrenIsReused) {
+TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsReused) {
     XMLElementPL element("a", noPointers);
     XMLElementPL const* const old = element.AddChildElement("b", noPointers);
     element.Reset("c", noPointers);
