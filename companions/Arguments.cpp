@@ -1,32 +1,48 @@
 #include "companions/Arguments.h"
 
-#include <CLI/CLI.hpp>
+#include <getopt.h>
 
 #include <algorithm>
 #include <string_view>
 
 namespace {
 
-std::string LastName(char const* names) {
-    std::string const all = names;
-    return all.substr(all.rfind(',') + 1);
+// What getopt_long returns for a long option, plus the index of its rule: no character.
+constexpr int firstLongOption = 256;
+
+// '-' makes getopt_long return operands in their place, ':' tells a missing value from an unknown
+// option.
+std::string LettersOf(std::span<OptionRule const> rules) {
+    std::string letters = "-:";
+    for (OptionRule const& rule : rules)
+        if (rule.letter != '\0')
+            letters.append(1, rule.letter).append(rule.accepted ? ":" : "");
+    return letters;
 }
 
-// Neither variables nor conversions: the texts are taken from the options as they came.
-void Declare(CLI::App& app, std::span<OptionRule const> rules,
-             std::span<char const* const> operandNames) {
-    app.set_help_flag();
-    for (OptionRule const& rule : rules) {
-        CLI::Option* const option =
-            rule.accepted ? app.add_option(rule.names) : app.add_flag(rule.names);
-        if (rule.accepted)
-            option->expected(1)->allow_extra_args(false)->multi_option_policy(
-                CLI::MultiOptionPolicy::TakeAll);
-        else
-            option->disable_flag_override();
-    }
-    for (char const* const name : operandNames)
-        app.add_option(name)->expected(1)->allow_extra_args(false);
+// An option that has a letter only has an empty long name, which no argument can use.
+std::vector<option> LongOptionsOf(std::span<OptionRule const> rules) {
+    std::vector<option> options;
+    int code = firstLongOption;
+    for (OptionRule const& rule : rules)
+        options.push_back(
+            {rule.name + 2, rule.accepted ? required_argument : no_argument, nullptr, code++});
+    options.push_back({});
+    return options;
+}
+
+// Returns the rule of a letter or of a long option, or null.
+OptionRule const* FindRule(std::span<OptionRule const> rules, int code) {
+    if (code >= firstLongOption)
+        return &rules[static_cast<std::size_t>(code - firstLongOption)];
+    auto const rule = std::ranges::find(rules, code, &OptionRule::letter);
+    return rule == rules.end() ? nullptr : &*rule;
+}
+
+// getopt_long also accepts abbreviations of names. A script that uses one would fail once another
+// option begins with the same letters, so they are refused.
+bool IsAbbreviated(std::string_view argument, OptionRule const& rule) {
+    return argument.starts_with("--") && argument.substr(0, argument.find('=')) != rule.name;
 }
 
 std::string Join(std::span<char const* const> names) {
@@ -36,109 +52,55 @@ std::string Join(std::span<char const* const> names) {
     return text;
 }
 
-std::string DescribeUnknown(std::string const& text) {
-    return "'" + text + "' is no option of this program; --help shows those accepted";
+[[noreturn]] void RefuseUnknown(std::string const& argument) {
+    throw CommandLineError("'" + argument +
+                           "' is no option of this program; --help shows those accepted");
 }
 
-std::string DescribeSurplus(std::vector<std::string> const& surplus,
-                            std::span<char const* const> operandNames) {
-    auto const found = std::ranges::find_if(surplus, [](auto const& text) { return text != "--"; });
-    std::string const text = found == surplus.end() ? "" : *found;
-    if (text.starts_with('-'))
-        return DescribeUnknown(text);
-    return "'" + text + "' is one operand too many; accepted: " + Join(operandNames);
-}
-
-// The messages begin with the name of the option that they are about, that of a flag without its
-// dashes.
-std::string DescribeMismatch(std::span<OptionRule const> rules, std::string const& message) {
-    for (OptionRule const& rule : rules) {
-        std::string const name = LastName(rule.names);
-        if (message.starts_with(name + ":") && rule.accepted)
-            return name + ": a value is missing; accepted: " + rule.accepted;
-        if (message.starts_with(name.substr(2) + " ") && !rule.accepted)
-            return name + ": this option takes no value";
-    }
-    return message;
-}
-
-bool TakesValue(std::span<OptionRule const> rules, std::string const& name) {
-    return std::ranges::any_of(rules, [&](OptionRule const& rule) {
-        return rule.accepted && name == LastName(rule.names);
-    });
-}
-
-bool IsLetterOfOption(std::span<OptionRule const> rules, char letter) {
-    return std::ranges::any_of(rules, [&](OptionRule const& rule) {
-        std::string const names = std::string(rule.names) + ',';
-        return names.starts_with(std::string{'-', letter, ','});
-    });
-}
-
-// "-xh" means "-x" and "-h".
-bool HasUnknownLetter(std::span<OptionRule const> rules, std::string const& text) {
-    return text.size() > 2 && text[0] == '-' && IsLetterOfOption(rules, text[1]) &&
-           !std::ranges::all_of(text.substr(1),
-                                [&](char letter) { return IsLetterOfOption(rules, letter); });
-}
-
-// Two arguments that CLI11 reads otherwise are passed to it with this mark inside. No argument of a
-// program can have a NUL, so Unmark restores each text, and values and operands need no care.
-//
-// - "--name=": CLI11 would take the next argument as the value. The mark is the value instead.
-// - "-x-" for an option "-x": CLI11 would take the rest as an argument of its own, here "--". The
-//   mark makes "-x" an unknown option.
-constexpr std::string_view mark{"?\0", 2};
-
-std::string Mark(std::span<OptionRule const> rules, std::string text) {
-    if (text.ends_with('=') && TakesValue(rules, text.substr(0, text.size() - 1)))
-        text += mark;
-    else if (HasUnknownLetter(rules, text))
-        text.insert(1, mark);
-    return text;
-}
-
-std::string Unmark(std::string text) {
-    if (std::size_t const start = text.find(mark); start != std::string::npos)
-        text.erase(start, mark.size());
-    return text;
-}
-
-// In reverse order, as CLI11 expects them.
-std::vector<std::string> MarkAll(std::span<OptionRule const> rules, int count,
-                                 char const* const* arguments) {
-    std::vector<std::string> texts;
-    for (int index = count - 1; index > 0; --index)
-        texts.push_back(Mark(rules, arguments[index]));
-    return texts;
-}
-
-std::vector<std::string> UnmarkAll(std::vector<std::string> texts) {
-    std::ranges::transform(texts, texts.begin(), Unmark);
-    return texts;
+// REQUIRES: getopt_long returned '?' or ':' for the argument.
+[[noreturn]] void Refuse(std::span<OptionRule const> rules, std::string const& argument, int code) {
+    OptionRule const* const rule = optopt == 0 ? nullptr : FindRule(rules, optopt);
+    if (rule == nullptr || IsAbbreviated(argument, *rule))
+        RefuseUnknown(argument);
+    if (code == ':')
+        throw CommandLineError(std::string(rule->name) +
+                               ": a value is missing; accepted: " + rule->accepted);
+    throw CommandLineError(std::string(rule->name) + ": this option takes no value");
 }
 
 } // namespace
 
 Arguments::Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,
                      int count, char const* const* arguments) {
-    CLI::App app;
-    Declare(app, rules, operandNames);
-    try {
-        app.parse(MarkAll(rules, count, arguments));
-    } catch (CLI::ExtrasError const&) {
-        throw CommandLineError(DescribeSurplus(UnmarkAll(app.remaining()), operandNames));
-    } catch (CLI::ParseError const& error) {
-        throw CommandLineError(DescribeMismatch(rules, error.what()));
+    std::string const letters = LettersOf(rules);
+    std::vector<option> const longOptions = LongOptionsOf(rules);
+    optind = 0; // start anew
+    opterr = 0; // print nothing
+    for (int index = 1;; index = optind) {
+        // The operation does not write to the arguments if operands are returned in their place.
+        int const code = getopt_long(count, const_cast<char* const*>(arguments), letters.c_str(),
+                                     longOptions.data(), nullptr);
+        if (code == -1)
+            break;
+        Add(rules, code, arguments[index]);
     }
-    for (OptionRule const& rule : rules) {
-        std::string const name = LastName(rule.names);
-        if (app.count(name) != 0)
-            values[name] = UnmarkAll(app.get_option(name)->results());
+    operands.insert(operands.end(), arguments + optind, arguments + count);
+    if (operands.size() > operandNames.size())
+        throw CommandLineError("'" + operands[operandNames.size()] +
+                               "' is one operand too many; accepted: " + Join(operandNames));
+}
+
+void Arguments::Add(std::span<OptionRule const> rules, int code, std::string const& argument) {
+    if (code == 1) {
+        operands.push_back(optarg);
+        return;
     }
-    for (char const* const name : operandNames)
-        if (app.count(name) != 0)
-            operands.push_back(Unmark(app.get_option(name)->results().front()));
+    if (code == '?' || code == ':')
+        Refuse(rules, argument, code);
+    OptionRule const& rule = *FindRule(rules, code);
+    if (IsAbbreviated(argument, rule))
+        RefuseUnknown(argument);
+    values[rule.name].push_back(rule.accepted ? optarg : "");
 }
 
 std::vector<std::string> const& Arguments::Values(std::string const& option) const {

@@ -16,14 +16,16 @@ public:
 };
 
 struct OptionRule {
-    // "--timeout", or "-h,--help".
-    char const* names;
+    // "--help", or "-d" for an option that has a letter only.
+    char const* name;
     // The values in words ("a number from 1 to 9"); null for an option that takes none.
     char const* accepted = nullptr;
+    char letter = '\0';
 };
 
 // Options may come before, between and after the operands, as "--name VALUE" or "--name=VALUE"; all
-// arguments after "--" are operands. An option may be repeated.
+// arguments after "--" are operands. An option may be repeated. Names are not abbreviated. Not
+// thread-safe, because getopt_long(3) is not.
 class Arguments {
 public:
     // Messages use the names of the operands. Throws CommandLineError for an option that has no
@@ -32,13 +34,16 @@ public:
     Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,
               int count, char const* const* arguments);
 
-    // An option is named by its last name.
+    // An option has the name of its rule.
     bool Has(std::string const& option) const { return values.contains(option); }
     // In the order of the command line; none if the option is not there.
     std::vector<std::string> const& Values(std::string const& option) const;
     std::vector<std::string> const& Operands() const { return operands; }
 
 private:
+    // Takes what getopt_long returned for an argument.
+    void Add(std::span<OptionRule const> rules, int code, std::string const& argument);
+
     std::map<std::string, std::vector<std::string>> values;
     std::vector<std::string> operands;
 };

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr std::array optionRules = {
-    OptionRule{"-h,--help"},
+    OptionRule{"--help", nullptr, 'h'},
     OptionRule{"--version"},
     OptionRule{"--json"},
 };

@@ -11,14 +11,14 @@
 namespace {
 
 constexpr std::array optionRules = {
-    OptionRule{"-h,--help"},
+    OptionRule{"--help", nullptr, 'h'},
     OptionRule{"--version"},
     OptionRule{"--table"},
     OptionRule{"--tsv"},
     OptionRule{"--json"},
     OptionRule{"--ndjson"},
     OptionRule{"--quiet"},
-    OptionRule{"-d"},
+    OptionRule{"-d", nullptr, 'd'},
     OptionRule{"--flags", "gather, all, idle or hint, with commas between"},
     OptionRule{"--strict", "a list of results with commas between"},
     OptionRule{"--timeout", "a whole number of seconds from 1 to 2147483647"},
@@ -40,7 +40,7 @@ constexpr std::array flagNames = {
 };
 
 [[noreturn]] void RefuseValue(std::string_view option, std::string const& value) {
-    auto const rule = std::ranges::find(optionRules, option, &OptionRule::names);
+    auto const rule = std::ranges::find(optionRules, option, &OptionRule::name);
     throw CommandLineError(std::string(option) + ": '" + value +
                            "' is not accepted; accepted: " + rule->accepted);
 }

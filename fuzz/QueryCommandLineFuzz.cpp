@@ -56,16 +56,7 @@ public:
     Texts operands;
 
 private:
-    // No name begins with some characters, and behind a single dash with a digit: a number may be
-    // negative.
-    static bool IsOption(std::string const& text) {
-        if (text == "--")
-            return true;
-        std::size_t const dashes = text.starts_with("--") ? 2 : text.starts_with("-") ? 1 : 0;
-        std::string_view const others = dashes == 1 ? "-! \n0123456789" : "-! \n";
-        return dashes != 0 && dashes < text.size() &&
-               others.find(text[dashes]) == std::string_view::npos;
-    }
+    static bool IsOption(std::string const& text) { return text.size() > 1 && text[0] == '-'; }
 
     static bool IsIn(std::vector<std::string> const& names, std::string const& name) {
         return std::find(names.begin(), names.end(), name) != names.end();

@@ -9,8 +9,8 @@ namespace {
 using Texts = std::vector<std::string>;
 
 constexpr std::array rules = {
-    OptionRule{"-h,--help"},
-    OptionRule{"-x"},
+    OptionRule{"--help", nullptr, 'h'},
+    OptionRule{"-x", nullptr, 'x'},
     OptionRule{"--list", "words"},
 };
 constexpr std::array<char const*, 2> operandNames = {"ONE", "TWO"};
@@ -108,10 +108,20 @@ TEST(ArgumentsTest, WhatStandsBehindALetterIsNoArgumentOfItsOwn) {
     EXPECT_EQ((Texts{"-x-", "-x-"}), Read({"--", "-x-", "-x-"}).Operands());
 }
 
-// A number may be negative, and no name begins with these.
-TEST(ArgumentsTest, DashInFrontOfWhatBeginsNoNameIsAnOperand) {
-    for (std::string const operand : {"-", "-5", "- ", "-!", "---", "---help", "--!", "-- "})
-        EXPECT_EQ(Texts{operand}, Read({operand}).Operands()) << operand;
+TEST(ArgumentsTest, SingleDashIsAnOperand) {
+    EXPECT_EQ((Texts{"-", "-"}), Read({"-", "-x", "-"}).Operands());
+}
+
+TEST(ArgumentsTest, OtherTextAfterADashIsAnUnknownOption) {
+    for (std::string const text : {"-5", "- ", "-!", "-:", "-?", "---", "---help", "--!", "-- "})
+        EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
+                  Refusal({"one", text}));
+}
+
+TEST(ArgumentsTest, AbbreviatedNameIsAnUnknownOption) {
+    for (std::string const text : {"--hel", "--hel=yes", "--h", "--lis", "--lis=a", "--=a"})
+        EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
+                  Refusal({text}));
 }
 
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
