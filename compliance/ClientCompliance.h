@@ -63,7 +63,7 @@ struct ClientComplianceResponse {
     explicit constexpr ClientComplianceResponse(ClientComplianceType kind) noexcept : type(kind) {}
 
     // Back to the start values, with the rows destroyed and their array's storage kept.
-    // Deliberate: the type becomes ClientComplianceProgress whatever it was before.
+    // The type becomes ClientComplianceProgress whatever it was before.
     void Reset();
 
     unsigned int GetComplianceCount() const;

@@ -31,7 +31,7 @@ constexpr unsigned int processNameCapacity = 4096;
 // The three numbers come from "/proc/<id>/status", of which only the first 511 bytes are read; each
 // that isn't found there is -1. They are set also where the result is false.
 //
-// Deliberate: a link with its only "/" in front keeps it ("/agent"); a name of the second kind ends
+// A link with its only "/" in front keeps it ("/agent"); a name of the second kind ends
 // at the first ")" that it holds; a program whose file was removed is called "agent (deleted)".
 //
 // REQUIRES: `name` has room for `capacity` bytes.

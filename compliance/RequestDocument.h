@@ -11,7 +11,7 @@ struct ClientComplianceRequest;
 // Writes the request to requestTemp.xml, flushes it to disk and moves it to request.xml, so that
 // the agent never sees half of it; a document of that name is replaced.
 //
-// Throws ClientComplianceRequestIOWriteFailure after any failure. Deliberate: the temporary
+// Throws ClientComplianceRequestIOWriteFailure after any failure. The temporary
 // document, finished or not, is then published, or removed if that fails too. If the removal fails,
 // its error is thrown instead. Each rename and the removal are retried for two seconds if they keep
 // failing.

@@ -8,7 +8,7 @@
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
-// Deliberate: the caller takes the final complement. Value() is the register, ~Value() the
+// The caller takes the final complement. Value() is the register, ~Value() the
 // published CRC: 0xFC891918 for the bytes 123456789.
 class ChecksumReceiver : public DataReceiver {
 public:

@@ -57,7 +57,7 @@ public:
     // Ascii.h). Without `keepEmpty`, empty parts are dropped. The separators are found before
     // anything is trimmed. Defined in Ascii.cpp.
     //
-    // Deliberate: if `separator` is empty or longer than the range, the whole range is the one
+    // If `separator` is empty or longer than the range, the whole range is the one
     // part, even if it is empty.
     std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
 

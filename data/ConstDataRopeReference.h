@@ -40,7 +40,7 @@ std::uint64_t TotalLength(ConstDataRopeReference rope);
 // Copy the bytes in order until the target is full. The first operator returns the unwritten rest
 // of the target; the second one advances `position` and returns `target`.
 //
-// Deliberate: bytes that do not fit are dropped without an error. TotalLength returns the size that
+// Bytes that do not fit are dropped without an error. TotalLength returns the size that
 // holds all of them.
 Data operator<<(Data target, ConstDataRopeReference rope);
 Buffer& operator<<(Buffer& target, ConstDataRopeReference rope);

@@ -6,7 +6,7 @@
 
 // An exception that owns a copy of its message, which may therefore be a temporary.
 //
-// Deliberate: a message taken from a pointer or from another exception ends at its first NUL, and
+// A message taken from a pointer or from another exception ends at its first NUL, and
 // its length is computed modulo 2^32. A range is stored with its embedded NULs; what() ends at the
 // first one, and a copy of the exception drops the bytes behind it.
 class ExceptionPL : public DebuggableException {

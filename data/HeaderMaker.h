@@ -19,7 +19,7 @@ struct AsciiSet;
 // - A line that starts with a tab or a space continues the previous field: one space replaces the
 //   line break and the leading whitespace. Without a previous field it is dropped.
 // - A line without a colon is dropped, with its continuation lines.
-// - Deliberate: a name has at most 47 bytes. A field with a longer name is dropped.
+// - A name has at most 47 bytes. A field with a longer name is dropped.
 //
 // Calls ReceiveHeaderField and ReceiveHeaderFieldEnd of the receiver only. MessageMaker calls the
 // other operations. Values are passed on as views; nothing is allocated.

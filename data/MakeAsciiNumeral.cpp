@@ -10,9 +10,8 @@ namespace {
 // A value with leading zeros, 32 digits in all.
 struct PaddedDigits {
     explicit PaddedDigits(std::uint64_t value) {
-        constexpr std::uint64_t tenTo16 = 10000000000000000;
-        Simd::StoreSixteenDigits(text, value / tenTo16);
-        Simd::StoreSixteenDigits(text + 16, value % tenTo16);
+        Simd::StoreSixteenDigits(text, value / Simd::tenTo16);
+        Simd::StoreSixteenDigits(text + 16, value % Simd::tenTo16);
     }
 
     // 0 for zero.

@@ -36,12 +36,12 @@ constexpr TarvikFileType Miscellany() { return TarvikFileTypeMiscellany; }
 // The kind that goes with an extension, its dot included, by strcasecmp(3); Miscellany if there is
 // none. REQUIRES: `extension` is not null.
 //
-// Deliberate: three kinds have the empty extension, and the first of them, Site, is the one found.
+// Three kinds have the empty extension, and the first of them, Site, is the one found.
 TarvikFileType TypeOfExtension(char const* extension);
 
 // The first extension of the kind, with its dot. Static storage.
 //
-// Deliberate: Miscellany and numbers that are no kind give "XVeskaClientUI", so that a loop over
+// Miscellany and numbers that are no kind give "XVeskaClientUI", so that a loop over
 // the files of that kind looks for names that end in it.
 char const* ExtensionOfType(TarvikFileType type);
 

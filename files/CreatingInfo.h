@@ -10,7 +10,7 @@ struct DirectoryCreatingInfo {
 
 // The permission bits of a file, set as they are, whatever the umask.
 //
-// Deliberate: `systemDefault` is not set at all. The file keeps what the system gave it, which is
+// `systemDefault` is not set at all. The file keeps what the system gave it, which is
 // these bits less the umask.
 struct FileCreatingInfo {
     static constexpr std::uint32_t systemDefault = 0666;

@@ -14,7 +14,7 @@
 // locale cannot encode, and UnixPlatform::MultiByteToWideConvertError for a name that it cannot
 // decode (both declared in unicode/LocalEncoding.h). Names are validated after that.
 //
-// Deliberate: text is converted up to its first NUL.
+// Text is converted up to its first NUL.
 #pragma once
 
 #include "files/FileLocation.h"

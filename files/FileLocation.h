@@ -59,7 +59,7 @@ bool IsDescendant(FileLocation const& ancestor, FileLocation const& candidate);
 // Reads the first eight bytes of the location's name as YYYYMMDD. Throws IllegalFileName if the
 // name has fewer than nine bytes, and as Name does.
 //
-// Deliberate: nobody tests that they are digits, or a date. A byte counts as its value less that of
+// Nobody tests that they are digits, or a date. A byte counts as its value less that of
 // "0", and sums wrap modulo 2^32.
 void GetDateFromNameInFileLocation(FileLocation const& location, unsigned int& year,
                                    unsigned int& month, unsigned int& day);

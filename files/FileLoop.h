@@ -18,7 +18,7 @@ public:
     // Empty.
     FileLoop() = default;
 
-    // A null wildcard matches everything. Deliberate: the bool is ignored.
+    // A null wildcard matches everything. The bool is ignored.
     FileLoop(FileLocation const& where, char const* wildcard, bool);
     void Start(FileLocation const& where, char const* wildcard, bool);
     void WildcardStart(FileLocation const& where, char const* wildcard);

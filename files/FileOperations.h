@@ -37,7 +37,7 @@ void DeleteFile(FileLocation const& location);
 // that is not empty, and a link to one, is refused by the system.
 void DeleteDirectory(FileLocation const& location);
 
-// Removes a regular file or an empty directory. Deliberate: a broken link, a device, a socket and a
+// Removes a regular file or an empty directory. A broken link, a device, a socket and a
 // pipe stay, without an error; so does nothing at all.
 void ForceNonexistence(FileLocation const& location);
 
@@ -50,7 +50,7 @@ void ForceNonexistence(FileLocation const& location);
 // nobody knows (FileReadingPath::Length), are copied to their end, where the copy throws
 // FileReadingLoopEndOfFileError all the same.
 //
-// Deliberate: where ForceNonexistence leaves something, ForceCopyFile ends in FileExistsError, with
+// Where ForceNonexistence leaves something, ForceCopyFile ends in FileExistsError, with
 // the system's code. And it does not see that `from` and `to` are one file, which is then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
@@ -72,13 +72,13 @@ void MoveFile(FileLocation const& from, FileLocation const& to);
 // be empty, and what ForceNonexistence leaves there ends in FileFoundError. Throws
 // FileNotFoundError if nothing stands at `from`, and DirectoryFoundError if they differ in kind.
 //
-// Deliberate: that error names `from` if it is a directory, and otherwise `to`, whatever that is.
+// That error names `from` if it is a directory, and otherwise `to`, whatever that is.
 // And nobody sees that `from` and `to` are one file, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Takes the three write permissions away, or gives them. Follows a link.
 //
-// Deliberate: giving them also takes away all that the umask forbids, even what was there before.
+// Giving them also takes away all that the umask forbids, even what was there before.
 // The umask is read by changing it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
@@ -89,5 +89,5 @@ void SetFileReadOnly(FileLocation const& location, bool readOnly);
 // a failure, and one of 2^64 or more wraps before that.
 long long CalculateFreeSpace(FileLocation const& location);
 
-// Deliberate: does nothing on this platform; an empty location is no error.
+// Does nothing on this platform; an empty location is no error.
 void ForceRemoveInvalidFiles(FileLocation const& location, unsigned int kinds);

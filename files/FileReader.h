@@ -37,7 +37,7 @@ public:
     // One read(2) for the room in `target`: what comes can be less, and is nothing at the end.
     DataReader& operator>>(Buffer& target) override;
 
-    // Deliberate: one read(2) too, so that a short read counts as the end of the file. Unlike other
+    // One read(2) too, so that a short read counts as the end of the file. Unlike other
     // readers it says so by EndOfFileError, with the bytes that came in `target` and counted in the
     // position.
     DataReader& operator>>(Data target) override;

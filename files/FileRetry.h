@@ -20,7 +20,7 @@ class FileLocation;
 // operation's.
 // Deliberate: one of LogRetrySuccess counts as a failed attempt, and the operation runs once more.
 //
-// Deliberate: no virtual destructor. Logs live on the stack; none is deleted through this class.
+// No virtual destructor. Logs live on the stack; none is deleted through this class.
 class FileRetryLog {
 public:
     // The operation has succeeded, at the attempt `attempts`, which is above 1.
@@ -58,7 +58,7 @@ void CopyFileWithRetry(FileLocation const& from, FileLocation const& to, FileRet
 void ForceCopyFileWithRetry(FileLocation const& from, FileLocation const& to,
                             FileRetryLog const& log);
 
-// Deliberate: a move that the system refuses returns like one that succeeded (FileOperations.h), so
+// A move that the system refuses returns like one that succeeded (FileOperations.h), so
 // it is not tried again.
 void MoveFileWithRetry(FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
 void ForceMoveFileWithRetry(FileLocation const& from, FileLocation const& to,

@@ -28,7 +28,7 @@ void CreateDirectoryTree(FileLocation const& location);
 // A `to` inside of `from` is found by the walk and copied into itself, until the system refuses the
 // length of the path.
 //
-// Deliberate: a symbolic link to a directory is skipped in silence. And a directory that can't be
+// A symbolic link to a directory is skipped in silence. And a directory that can't be
 // listed, be it for lack of memory, is copied as if it were empty.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 

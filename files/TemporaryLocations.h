@@ -24,7 +24,7 @@ FileLocation UISessionDefaultDirectory(std::string const& user);
 // CreateUniqueFileLocationFailed without a name. What was created stays, even where memory for its
 // location is missing then (std::bad_alloc).
 //
-// Deliberate: its code tells the kind, 0 for a file and 1 for a directory, and not what the system
+// Its code tells the kind, 0 for a file and 1 for a directory, and not what the system
 // said. Directory and prefix that have 4,088 bytes or more together fail in the same way, without
 // asking the system.
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
@@ -41,7 +41,7 @@ FileLocation CreateUniqueFileLocationWithHint(FileLocation const& hint, char con
 // temporary directory, or where CreateUniqueFileLocationWithHint puts it. Throws
 // EmptyFileLocationError if `hint` is empty.
 //
-// Deliberate: nothing keeps others from taking the name before the caller does. A caller that can
+// Nothing keeps others from taking the name before the caller does. A caller that can
 // use an empty file is better served by the functions above.
 FileLocation LocationForTemporaryFile();
 FileLocation LocationForTemporaryFile(FileLocation const& hint);

@@ -28,10 +28,12 @@ inline constexpr std::array<char, 200> digitPairs = [] {
     return made;
 }();
 
+// StoreSixteenDigits writes values below this one.
+inline constexpr std::uint64_t tenTo16 = 10000000000000000;
+
 namespace Detail {
 
 inline constexpr std::uint32_t tenTo8 = 100000000;
-inline constexpr std::uint64_t tenTo16 = 10000000000000000;
 
 // Eight '0' characters; or-ed to eight digits, it makes them characters.
 inline constexpr std::uint64_t asciiZeros = InAllBytes('0');

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <optional>
 
+#include "data/Ascii.h"
 #include "simd/FindCaseInsensitive.h"
 
 namespace {
@@ -42,8 +43,9 @@ constexpr std::size_t minPositionsInAscii = 16;
 constexpr std::size_t minPositionsInLocale = 128;
 
 CaseVariants VariantsInAscii(char character) {
-    bool const isLetter = static_cast<unsigned char>((character | 0x20) - 'a') < 26;
-    return {character, static_cast<char>(isLetter ? character ^ 0x20 : character)};
+    auto const byte = static_cast<unsigned char>(character);
+    return {static_cast<char>(Ascii::lowercaseTable[byte]),
+            static_cast<char>(Ascii::uppercaseTable[byte])};
 }
 
 // Returns nothing if `character` has more than two case variants.

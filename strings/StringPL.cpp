@@ -96,8 +96,8 @@ void StringPL::TakeBlock(char* block) {
 char* StringPL::NewText(char const* text, std::uint64_t count) {
     char* const block = NewBlock(count + 1);
     if (count != 0) {
-        // The builtin, because the checked strncpy of _FORTIFY_SOURCE costs 7 % of a copy. The block
-        // has count + 1 bytes.
+        // The builtin, because the checked strncpy of _FORTIFY_SOURCE costs 7 % of a copy. The
+        // block has count + 1 bytes.
         __builtin_strncpy(block, text, count);
         block[count] = '\0';
         HeaderOf(block).length = static_cast<std::uint32_t>(count);

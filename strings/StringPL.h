@@ -38,7 +38,7 @@ public:
 
     // Copies up to `count` bytes, or up to the first NUL. A null pointer makes the empty string.
     //
-    // Deliberate: the length is `count` in both cases; the missing bytes are NULs.
+    // The length is `count` in both cases; the missing bytes are NULs.
     StringPL(char const* text, unsigned int count)
         : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
 
@@ -90,7 +90,7 @@ public:
 
     // Appends up to `count` bytes, or up to the first NUL.
     //
-    // Deliberate: the length grows by `count` in both cases; the missing bytes are NULs.
+    // The length grows by `count` in both cases; the missing bytes are NULs.
     void Append(char const* text, unsigned int count);
 
     // Returns a copy with `text` appended.

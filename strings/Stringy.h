@@ -83,7 +83,7 @@ public:
 
     // By strstr.
     //
-    // Deliberate: the null string contains a null `text` and nothing else. Every other string
+    // The null string contains a null `text` and nothing else. Every other string
     // returns false for a null `text`.
     bool Contains(char const* text) const;
 
@@ -111,7 +111,7 @@ public:
 
     // Returns the text behind the last `separator`, without leading and trailing whitespace.
     //
-    // Deliberate: without a separator, returns the null string, not the whole string.
+    // Without a separator, returns the null string, not the whole string.
     Stringy SubstringAfterLastSeparator(char separator) const;
 
     // Map each byte by tolower and toupper, in the current locale.

@@ -1,5 +1,6 @@
 #include "tool/CommandLine.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -24,3 +25,28 @@ bool ReadCommandLine(int count, char const* const* arguments, CommandLine& comma
         commandLine.flags = static_cast<unsigned int>(std::atoi(arguments[4]));
     return commandLine.flags <= maxFlags;
 }
+
+// Deliberate: "0 to 7" and the flag 8 stand side by side, and the folder has backslashes. The text
+// is what users' scripts and notes know.
+//
+// clang-format off
+void PrintUsageMessage() {
+    static_cast<void>(std::fputs(
+        "Usage: \n"
+        "       ClientCompliance -d\n"
+        "       ClientCompliance -c <url> <doc> [<numeric flags>]\n"
+        "  where:\n"
+        "    <url> is a site gather url the VeskaClient is subscribed.\n"
+        "    <doc> is the name of the compliance document to process.\n"
+        "  sample:\n"
+        "    ClientCompliance -c http://example.com:52311/cgi-bin/qzgather.exe/actionsite ComplianceDoc.xml\n"
+        "  note:\n"
+        "    in this example <doc> would be in the __VeskaData\\actionsite\\__Compliance folder.\n"
+        "    flags = a number from 0 to 7 (the sum of the following values).\n"
+        "          = 1 - COMPLIANCE_FLAG_GATHER         - gather all sites.\n"
+        "          = 2 - COMPLIANCE_FLAG_EVALUATE_ALL   - evaluate all pellars.\n"
+        "          = 4 - COMPLIANCE_FLAG_IDLE_CPU_USAGE - use IDLE cpu resource level.\n"
+        "          = 8 - COMPLIANCE_FLAG_ACTIONHINT     - treat <doc> arg as action id hint.\n",
+        stdout));
+}
+// clang-format on

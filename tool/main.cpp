@@ -3,7 +3,6 @@
 
 #include "compliance/StandardDescriptors.h"
 #include "tool/CommandLine.h"
-#include "tool/PrintUsageMessage.h"
 #include "tool/ProcessRequest.h"
 
 int main(int count, char** arguments) {

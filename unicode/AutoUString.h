@@ -53,7 +53,7 @@ AutoUString<E> MakeUString(typename E::Unit const* begin, typename E::Unit const
 // Takes ownership of a buffer that a C interface has filled, without a copy. Its count includes the
 // NUL.
 //
-// Deliberate: a buffer of one code unit makes the allocated empty string.
+// A buffer of one code unit makes the allocated empty string.
 // REQUIRES: the last code unit is the NUL.
 template <CEncoding E>
 AutoUString<E> SeizeUString(OwnedArray<typename E::Unit> buffer, E const&);

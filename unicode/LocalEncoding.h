@@ -26,7 +26,7 @@ ConstDataWithCapacity<48> IANAEncodingName(Local8Bit);
 // Convert from and to the wide characters of the platform. Text that is marked as terminated is not
 // copied. Throw MultiByteToWideConvertError and WideToMultiByteConvertError.
 //
-// Deliberate: the text ends at its first NUL, an empty result is the allocated empty string, and
+// The text ends at its first NUL, an empty result is the allocated empty string, and
 // wide characters are not checked to be Unicode.
 AutoUString<UTF32> ToNativeUnicode(UStringRef<Local8Bit> text);
 AutoUString<Local8Bit> FromNativeUnicode(UStringRef<UTF32> text);
@@ -41,7 +41,7 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 // InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
 // also behind a NUL.
 //
-// Deliberate: text that cannot be transcoded to UTF-8 throws InvalidTextEncoding; a lone surrogate
+// Text that cannot be transcoded to UTF-8 throws InvalidTextEncoding; a lone surrogate
 // in UTF-16 or UTF-32 does. UTF-8 is validated by its transcoding to UTF-32, which accepts encoded
 // surrogates; those are passed to the locale.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);

@@ -20,7 +20,7 @@ concept TranscodablePair = (UnicodeEncoding<Target> && UnicodeEncoding<Source> &
 // encoding is the null string if `text` is empty. GenericTranscoder specifies which ill-formed
 // sequences are accepted. Throws InvalidTextEncoding and std::bad_alloc.
 //
-// Deliberate: Transcode<UTF32, UTF32> copies without validating.
+// Transcode<UTF32, UTF32> copies without validating.
 template <TextEncoding Target, TextEncoding Source>
 requires TranscodablePair<Target, Source> AutoUString<Target> Transcode(UStringRef<Source> text);
 

@@ -38,7 +38,7 @@ public:
 private:
     void Start(E) override;
 
-    // Deliberate: the length of a chunk is taken modulo 2^32.
+    // The length of a chunk is taken modulo 2^32.
     void Receive(ConstArrayOf<Unit> units) override;
 
     void Grow(std::uint64_t held, std::uint64_t needed);

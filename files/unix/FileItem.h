@@ -16,7 +16,7 @@ class FileItem : public UnixFileInfo {
 public:
     FileItem() = default;
 
-    // Deliberate: the file system's times need no correction here, and nothing is rounded, not even
+    // The file system's times need no correction here, and nothing is rounded, not even
     // to the whole seconds that it keeps.
     static Instant GetTimeBias();
     static Instant RoundToFileSystem(Instant time);
@@ -36,7 +36,7 @@ public:
     // Sets the time on disk and in this object, in whole seconds; the access time stays as this
     // object knows it. Throws InvalidStats if nothing was there when the item was filled,
     // FileNotFoundError for ENOENT, FilePermissionError for EACCES, and the plain FileIOError
-    // otherwise. Deliberate: for EPERM too.
+    // otherwise, also for EPERM.
     void SetModificationTime(Instant time);
 
     FileLocation const& Location() const { return location; }

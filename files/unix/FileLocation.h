@@ -71,7 +71,7 @@ public:
     // The same bytes as Bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> Local8BitPath() const;
 
-    // Deliberate: this is one more than the path has bytes where Set got a name that begins with a
+    // This is one more than the path has bytes where Set got a name that begins with a
     // "/", until the location is copied: a copy measures the path anew. Use Bytes to measure it.
     unsigned int StoredLength() const { return length; }
 

@@ -25,7 +25,7 @@ UnixFileInfo InfoOfExisting(FileLocation const& location) {
     return info;
 }
 
-// Deliberate: an entry that is neither a regular file nor a directory is not moved, without an
+// An entry that is neither a regular file nor a directory is not moved, without an
 // error.
 void MoveToOtherFileSystem(FileLocation const& from, FileLocation const& to) {
     if (InfoOfExisting(from).IsRegularFile()) {

@@ -32,7 +32,7 @@ public:
     // Reads once, as much as `target` has room for, or less; nothing at the end of the file.
     FileReader& operator>>(Buffer& target);
 
-    // The offset of the next byte. Deliberate: setting it does not bring back a file of unknown
+    // The offset of the next byte. Setting it does not bring back a file of unknown
     // length that has been found at its end.
     unsigned long long Position() const { return position; }
     void SetPosition(unsigned long long newPosition) { position = newPosition; }

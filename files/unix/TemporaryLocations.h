@@ -12,7 +12,7 @@ class FileLocation;
 FileLocation TemporaryFileDirLocation();
 FileLocation UISessionDefaultDirectory(std::string const& user);
 
-// Deliberate: an empty directory means the root, where few may create anything: the name then is
+// An empty directory means the root, where few may create anything: the name then is
 // "/", the prefix and the six characters.
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
 FileLocation CreateUniqueDirLocation(FileLocation const& directory, char const* prefix);
