@@ -21,7 +21,7 @@ namespace {
 namespace fs = std::filesystem;
 using PrivateMachine::CreateAgentDirectories;
 
-std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
+std::string const finished = OneRowAnswer();
 
 constexpr char expectedRows[] =
     "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"

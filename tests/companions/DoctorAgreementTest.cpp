@@ -13,9 +13,9 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include "tests/support/Entries.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/system/Tool.h"
-#include "tests/torture/Entries.h"
 #include "tests/torture/PreloadedProgram.h"
 
 namespace {
@@ -265,11 +265,10 @@ TEST(DoctorAgreementTest, FileOfRootInStickyDirectory) {
 
 // The number of the first call of lstat for the path, among all calls of lstat.
 std::size_t FindCallOfLstat(std::string const& path) {
-    std::string const wanted = "lstat " + fs::path(path).filename().string();
     std::size_t number = 0;
-    for (std::string const& call : LoggedCalls()) {
-        number += call.starts_with("lstat ");
-        if (call == wanted)
+    for (LoggedCall const& call : LoggedCalls()) {
+        number += call.name == "lstat";
+        if (call.name == "lstat" && call.arguments == path)
             return number;
     }
     throw std::runtime_error("no call of lstat for " + path);

@@ -50,8 +50,9 @@ AgentScript Script(Texts const& progressAnswers) {
 
 std::string Finished(std::string const& rows = "") { return ProgressAnswer("1", "0", "100", rows); }
 
-std::string const twoRows = Row("baseline-001", "Compliant", "pass/fail", "1523", "R&amp;D", "") +
-                            Row("b&#xb5;", "Not", "t\tu", "no number", "line\nbreak", "&#x1b;[31m");
+std::string const twoRows =
+    Row({"baseline-001", "Compliant", "pass/fail", "1523", "R&amp;D", ""}) +
+    Row({"b&#xb5;", "Not", "t\tu", "no number", "line\nbreak", "&#x1b;[31m"});
 
 // A whole evaluation on a machine of its own; what it says is looked at there.
 template <typename Look>
@@ -136,7 +137,7 @@ TEST(QueryTest, ManyRows) {
     std::string rows;
     for (int i = 0; i < 5000; ++i)
         rows +=
-            Row(std::to_string(i), "&#xff;", "type", "1", "a longer description of the row", "");
+            Row({std::to_string(i), "&#xff;", "type", "1", "a longer description of the row", ""});
     Query({"--json", "-d"}, {Finished(rows)}, [](ProgramResult const& result, auto const&) {
         Json const document = Json::parse(result.output);
         ASSERT_EQ(5000u, document.at("rows").size());
@@ -449,7 +450,7 @@ TEST(QueryTest, SignalDuringTheCloseAddsNoSecondDocument) {
 std::string ManyRows() {
     std::string rows;
     for (int i = 0; i < 5000; ++i)
-        rows += Row(std::to_string(i), "r", "type", "1", "a longer description of the row", "");
+        rows += Row({std::to_string(i), "r", "type", "1", "a longer description of the row", ""});
     return rows;
 }
 

@@ -47,125 +47,105 @@ TEST(ClientComplianceLockTest, IsOneInstance) {
     OnMachine([] { EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The()); });
 }
 
-TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
-    OnMachine([] {
-        umask(022);
+SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
+    umask(022);
+    EXPECT_TRUE(Lock());
+    EXPECT_TRUE(IsLocked());
+    for (auto const& entry : fs::directory_iterator(requestDirectory))
+        EXPECT_EQ(lockFile, entry.path().string());
+    EXPECT_EQ(fs::perms(0644), fs::status(lockFile).permissions());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
+    EXPECT_TRUE(Lock());
+    Unlock();
+    EXPECT_TRUE(fs::exists(lockFile));
+    EXPECT_EQ(0u, fs::file_size(lockFile));
+    EXPECT_FALSE(IsLocked());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
+    std::ofstream(lockFile) << "content";
+    EXPECT_TRUE(Lock());
+    Unlock();
+    std::string content;
+    std::getline(std::ifstream(lockFile), content);
+    EXPECT_EQ("content", content);
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirstStaysHeld) {
+    EXPECT_TRUE(Lock());
+    long const open = CountOpenDescriptors();
+    EXPECT_FALSE(Lock());
+    EXPECT_EQ(open, CountOpenDescriptors());
+    EXPECT_TRUE(IsLocked());
+    Unlock();
+    EXPECT_FALSE(IsLocked());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
+    Unlock();
+    EXPECT_FALSE(fs::exists(lockFile));
+    EXPECT_TRUE(Lock());
+    Unlock();
+    Unlock();
+    EXPECT_FALSE(IsLocked());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
+    long const open = CountOpenDescriptors();
+    for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(Lock());
         EXPECT_TRUE(IsLocked());
-        for (auto const& entry : fs::directory_iterator(requestDirectory))
-            EXPECT_EQ(lockFile, entry.path().string());
-        EXPECT_EQ(fs::perms(0644), fs::status(lockFile).permissions());
-    });
-}
-
-TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
-    OnMachine([] {
-        EXPECT_TRUE(Lock());
         Unlock();
-        EXPECT_TRUE(fs::exists(lockFile));
-        EXPECT_EQ(0u, fs::file_size(lockFile));
-        EXPECT_FALSE(IsLocked());
-    });
-}
-
-TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
-    OnMachine([] {
-        std::ofstream(lockFile) << "content";
-        EXPECT_TRUE(Lock());
-        Unlock();
-        std::string content;
-        std::getline(std::ifstream(lockFile), content);
-        EXPECT_EQ("content", content);
-    });
-}
-
-TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirstStaysHeld) {
-    OnMachine([] {
-        EXPECT_TRUE(Lock());
-        long const open = CountOpenDescriptors();
-        EXPECT_FALSE(Lock());
         EXPECT_EQ(open, CountOpenDescriptors());
-        EXPECT_TRUE(IsLocked());
-        Unlock();
-        EXPECT_FALSE(IsLocked());
-    });
+    }
 }
 
-TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
-    OnMachine([] {
+SANDBOX_TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
+    EXPECT_TRUE(Lock());
+    OtherProcess second([] {
+        // A copy of our memory has our state too, so the second process starts afresh.
         Unlock();
-        EXPECT_FALSE(fs::exists(lockFile));
-        EXPECT_TRUE(Lock());
-        Unlock();
-        Unlock();
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(Lock());
     });
-}
-
-TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
-    OnMachine([] {
-        long const open = CountOpenDescriptors();
-        for (int i = 0; i < 3; ++i) {
-            EXPECT_TRUE(Lock());
-            EXPECT_TRUE(IsLocked());
-            Unlock();
-            EXPECT_EQ(open, CountOpenDescriptors());
-        }
-    });
-}
-
-TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
-    OnMachine([] {
-        EXPECT_TRUE(Lock());
-        OtherProcess second([] {
-            // A copy of our memory has our state too, so the second process starts afresh.
-            Unlock();
-            EXPECT_FALSE(Lock());
-        });
-        EXPECT_EQ(ExitStatus::Exited(0), second.Wait());
-        EXPECT_TRUE(IsLocked());
-    });
+    EXPECT_EQ(ExitStatus::Exited(0), second.Wait());
+    EXPECT_TRUE(IsLocked());
 }
 
 // Deliberate: the refusal is for good, though the lock is free again.
-TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
-    OnMachine([] {
-        ForeignHolder holder(lockFile);
-        long const open = CountOpenDescriptors();
-        EXPECT_FALSE(Lock());
-        EXPECT_EQ(open, CountOpenDescriptors());
-        holder.Release();
-        EXPECT_FALSE(IsLocked());
-        EXPECT_FALSE(Lock());
-        EXPECT_FALSE(IsLocked());
-        fs::remove(lockFile);
-        EXPECT_FALSE(Lock());
-        EXPECT_FALSE(fs::exists(lockFile)) << "A later call must not try the file again.";
-    });
+SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
+    ForeignHolder holder(lockFile);
+    long const open = CountOpenDescriptors();
+    EXPECT_FALSE(Lock());
+    EXPECT_EQ(open, CountOpenDescriptors());
+    holder.Release();
+    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(Lock());
+    EXPECT_FALSE(IsLocked());
+    fs::remove(lockFile);
+    EXPECT_FALSE(Lock());
+    EXPECT_FALSE(fs::exists(lockFile)) << "A later call must not try the file again.";
 }
 
-TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
-    OnMachine([] {
-        {
-            ForeignHolder const holder(lockFile);
-            EXPECT_FALSE(Lock());
-        }
-        Unlock();
-        Unlock();
-        EXPECT_FALSE(Lock());
-    });
-}
-
-TEST(ClientComplianceLockTest, ProcessThatWasRefusedExitsInOrder) {
-    OnMachine([] {
+SANDBOX_TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
+    {
         ForeignHolder const holder(lockFile);
-        OtherProcess refused([] {
-            EXPECT_FALSE(Lock());
-            std::exit(0);
-        });
-        EXPECT_EQ(ExitStatus::Exited(0), refused.Wait());
-        EXPECT_TRUE(IsLocked());
+        EXPECT_FALSE(Lock());
+    }
+    Unlock();
+    Unlock();
+    EXPECT_FALSE(Lock());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, ProcessThatWasRefusedExitsInOrder) {
+    ForeignHolder const holder(lockFile);
+    OtherProcess refused([] {
+        EXPECT_FALSE(Lock());
+        std::exit(0);
     });
+    EXPECT_EQ(ExitStatus::Exited(0), refused.Wait());
+    EXPECT_TRUE(IsLocked());
 }
 
 TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh) {
@@ -181,76 +161,64 @@ TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh
     });
 }
 
-TEST(ClientComplianceLockTest, DirectoryInThePlaceOfTheFileGivesFalse) {
-    OnMachine([] {
-        fs::create_directory(lockFile);
-        EXPECT_FALSE(Lock());
-        fs::remove(lockFile);
-        EXPECT_TRUE(Lock());
-    });
+SANDBOX_TEST(ClientComplianceLockTest, DirectoryInThePlaceOfTheFileGivesFalse) {
+    fs::create_directory(lockFile);
+    EXPECT_FALSE(Lock());
+    fs::remove(lockFile);
+    EXPECT_TRUE(Lock());
 }
 
-TEST(ClientComplianceLockTest, MissingRightsGiveFalseAndLaterCallTriesAfresh) {
-    OnMachine([] {
-        std::ofstream(lockFile) << "";
-        fs::permissions(lockFile, fs::perms(0444));
-        OtherProcess ordinary([](Handshake& line) {
-            PrivateMachine::DropPrivileges();
-            EXPECT_FALSE(Lock());
-            line.Tell();
-            line.Await();
-            EXPECT_TRUE(Lock());
-        });
-        ordinary.Await();
-        fs::permissions(lockFile, fs::perms(0666));
-        ordinary.Tell();
-        EXPECT_EQ(ExitStatus::Exited(0), ordinary.Wait());
-    });
-}
-
-TEST(ClientComplianceLockTest, UserWhoMayNotCreateTheFileGetsFalse) {
-    OnMachine([] {
-        fs::permissions(requestDirectory, fs::perms(0555));
+SANDBOX_TEST(ClientComplianceLockTest, MissingRightsGiveFalseAndLaterCallTriesAfresh) {
+    std::ofstream(lockFile) << "";
+    fs::permissions(lockFile, fs::perms(0444));
+    OtherProcess ordinary([](Handshake& line) {
         PrivateMachine::DropPrivileges();
         EXPECT_FALSE(Lock());
-        EXPECT_FALSE(fs::exists(lockFile));
-    });
-}
-
-TEST(ClientComplianceLockTest, ExhaustedMemoryGivesFalseAndLaterCallTriesAfresh) {
-    OnMachine([] {
-        {
-            FailingAllocation const failing(1);
-            EXPECT_FALSE(Lock());
-            EXPECT_TRUE(failing.HasFailed());
-        }
-        EXPECT_FALSE(fs::exists(lockFile));
+        line.Tell();
+        line.Await();
         EXPECT_TRUE(Lock());
     });
+    ordinary.Await();
+    fs::permissions(lockFile, fs::perms(0666));
+    ordinary.Tell();
+    EXPECT_EQ(ExitStatus::Exited(0), ordinary.Wait());
 }
 
-TEST(ClientComplianceLockTest, DescriptorIsClosedOnExec) {
-    OnMachine([] {
-        int const fd = open("/dev/null", O_RDONLY);
-        close(fd);
-        EXPECT_TRUE(Lock());
-        EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
-    });
+SANDBOX_TEST(ClientComplianceLockTest, UserWhoMayNotCreateTheFileGetsFalse) {
+    fs::permissions(requestDirectory, fs::perms(0555));
+    PrivateMachine::DropPrivileges();
+    EXPECT_FALSE(Lock());
+    EXPECT_FALSE(fs::exists(lockFile));
 }
 
-TEST(ClientComplianceLockTest, LockOfKilledProcessIsFree) {
-    OnMachine([] {
-        OtherProcess holder([](Handshake& line) {
-            EXPECT_TRUE(Lock());
-            line.Tell();
-            line.Await();
-        });
-        holder.Await();
-        EXPECT_TRUE(IsLocked());
-        holder.Kill(SIGKILL);
-        holder.Wait();
+SANDBOX_TEST(ClientComplianceLockTest, ExhaustedMemoryGivesFalseAndLaterCallTriesAfresh) {
+    {
+        FailingAllocation const failing(1);
+        EXPECT_FALSE(Lock());
+        EXPECT_TRUE(failing.HasFailed());
+    }
+    EXPECT_FALSE(fs::exists(lockFile));
+    EXPECT_TRUE(Lock());
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, DescriptorIsClosedOnExec) {
+    int const fd = open("/dev/null", O_RDONLY);
+    close(fd);
+    EXPECT_TRUE(Lock());
+    EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
+}
+
+SANDBOX_TEST(ClientComplianceLockTest, LockOfKilledProcessIsFree) {
+    OtherProcess holder([](Handshake& line) {
         EXPECT_TRUE(Lock());
+        line.Tell();
+        line.Await();
     });
+    holder.Await();
+    EXPECT_TRUE(IsLocked());
+    holder.Kill(SIGKILL);
+    holder.Wait();
+    EXPECT_TRUE(Lock());
 }
 
 Handshake* exitLine = nullptr;
@@ -261,25 +229,23 @@ void PauseBehindTheDestructor() {
     exitLine->Await();
 }
 
-TEST(ClientComplianceLockTest, IsHeldUntilNormalExitAndFreedByIt) {
-    OnMachine([] {
-        OtherProcess holder([](Handshake& line) {
-            exitLine = &line;
-            std::atexit(PauseBehindTheDestructor);
-            EXPECT_TRUE(Lock());
-            line.Tell("locked");
-            line.Await();
-            std::exit(0);
-        });
-        EXPECT_EQ("locked", holder.Await());
-        EXPECT_TRUE(IsLocked());
-        holder.Tell();
-        // The process still lives, so it is the destructor that has freed the lock.
-        EXPECT_EQ("at exit", holder.Await());
-        EXPECT_FALSE(IsLocked());
-        holder.Tell();
-        EXPECT_EQ(ExitStatus::Exited(0), holder.Wait());
+SANDBOX_TEST(ClientComplianceLockTest, IsHeldUntilNormalExitAndFreedByIt) {
+    OtherProcess holder([](Handshake& line) {
+        exitLine = &line;
+        std::atexit(PauseBehindTheDestructor);
+        EXPECT_TRUE(Lock());
+        line.Tell("locked");
+        line.Await();
+        std::exit(0);
     });
+    EXPECT_EQ("locked", holder.Await());
+    EXPECT_TRUE(IsLocked());
+    holder.Tell();
+    // The process still lives, so it is the destructor that has freed the lock.
+    EXPECT_EQ("at exit", holder.Await());
+    EXPECT_FALSE(IsLocked());
+    holder.Tell();
+    EXPECT_EQ(ExitStatus::Exited(0), holder.Wait());
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "tests/compliance/Answers.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
+#include "tests/system/Documents.h"
 
 namespace {
 
@@ -18,16 +18,13 @@ TEST(ComplianceInCTest, ProgramInC89GetsTheCodesOfAMachineWithoutTheAgent) {
     PrivateMachine::Run([] { ExpectGood(RunProgram({COMPLIANCE_IN_C})); });
 }
 
-TEST(ComplianceInCTest, ProgramInC89GetsTheRowsOfAnEvaluation) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        ScriptedAgent const agent(
-            AgentScript()
-                .Answer(Answers::Bare("Open"))
-                .Answer(Answers::Progress("1", Answers::Row("d", "r", "t", "e", "i", "c")))
-                .Answer(Answers::Bare("Close")));
-        ExpectGood(RunProgram({COMPLIANCE_IN_C, "evaluate"}));
-    });
+SANDBOX_TEST(ComplianceInCTest, ProgramInC89GetsTheRowsOfAnEvaluation) {
+    ScriptedAgent const agent(
+        AgentScript()
+            .Answer(AnswerOfType("Open"))
+            .Answer(ProgressAnswer("1", "0", "100", Row({"d", "r", "t", "e", "i", "c"})))
+            .Answer(AnswerOfType("Close")));
+    ExpectGood(RunProgram({COMPLIANCE_IN_C, "evaluate"}));
 }
 
 } // namespace

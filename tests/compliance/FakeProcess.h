@@ -6,6 +6,11 @@
 #include <optional>
 #include <string>
 
+#include "tests/support/PrivateMachine.h"
+
+inline PrivateMachine::Options const emptyProc{.proc = PrivateMachine::Proc::empty};
+inline PrivateMachine::Options const noProc{.proc = PrivateMachine::Proc::none};
+
 // What is left out does not exist.
 struct FakeProcess {
     // The target of the link, which need not exist.

@@ -34,108 +34,92 @@ std::chrono::milliseconds TimeOf(void (*body)()) {
                                                                  start);
 }
 
-TEST(RequestDocumentTest, OpenRequestHasSevenLines) {
-    OnMachine([] {
-        EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-                  "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
-                  "\t<RequestType>Open</RequestType>\r\n"
-                  "\t<RequestURL>http://example.com:52311/a?b&amp;c</RequestURL>\r\n"
-                  "\t<RequestDOC>caf&#xe9; &lt;1&gt;.xml</RequestDOC>\r\n"
-                  "\t<RequestFlags>15</RequestFlags>\r\n"
-                  "</VeskaClientComplianceRequest>",
-                  WrittenBytes(CreateComplianceRequestOpen("http://example.com:52311/a?b&c",
-                                                           "caf\xE9 <1>.xml", 15)));
-    });
+SANDBOX_TEST(RequestDocumentTest, OpenRequestHasSevenLines) {
+    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
+              "\t<RequestType>Open</RequestType>\r\n"
+              "\t<RequestURL>http://example.com:52311/a?b&amp;c</RequestURL>\r\n"
+              "\t<RequestDOC>caf&#xe9; &lt;1&gt;.xml</RequestDOC>\r\n"
+              "\t<RequestFlags>15</RequestFlags>\r\n"
+              "</VeskaClientComplianceRequest>",
+              WrittenBytes(CreateComplianceRequestOpen("http://example.com:52311/a?b&c",
+                                                       "caf\xE9 <1>.xml", 15)));
 }
 
-TEST(RequestDocumentTest, EmptyTextsGiveTheTwoTagsAndZeroOneDigit) {
-    OnMachine([] {
-        EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-                  "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
-                  "\t<RequestType>Open</RequestType>\r\n"
-                  "\t<RequestURL></RequestURL>\r\n"
-                  "\t<RequestDOC></RequestDOC>\r\n"
-                  "\t<RequestFlags>0</RequestFlags>\r\n"
-                  "</VeskaClientComplianceRequest>",
-                  WrittenBytes(CreateComplianceRequestOpen(nullptr, nullptr, 0)));
-    });
+SANDBOX_TEST(RequestDocumentTest, EmptyTextsGiveTheTwoTagsAndZeroOneDigit) {
+    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
+              "\t<RequestType>Open</RequestType>\r\n"
+              "\t<RequestURL></RequestURL>\r\n"
+              "\t<RequestDOC></RequestDOC>\r\n"
+              "\t<RequestFlags>0</RequestFlags>\r\n"
+              "</VeskaClientComplianceRequest>",
+              WrittenBytes(CreateComplianceRequestOpen(nullptr, nullptr, 0)));
 }
 
-TEST(RequestDocumentTest, FlagsAreUnsigned) {
-    OnMachine([] {
-        EXPECT_NE(std::string::npos, WrittenBytes(CreateComplianceRequestOpen("", "", 0xFFFFFFFFU))
-                                         .find("<RequestFlags>4294967295</RequestFlags>"));
-    });
+SANDBOX_TEST(RequestDocumentTest, FlagsAreUnsigned) {
+    EXPECT_NE(std::string::npos, WrittenBytes(CreateComplianceRequestOpen("", "", 0xFFFFFFFFU))
+                                     .find("<RequestFlags>4294967295</RequestFlags>"));
 }
 
-TEST(RequestDocumentTest, ProgressAndCloseRequestsHaveFourLinesAndNoLastLineEnd) {
-    OnMachine([] {
-        EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-                  "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
-                  "\t<RequestType>Progress</RequestType>\r\n"
-                  "</VeskaClientComplianceRequest>",
-                  WrittenBytes(CreateComplianceRequestProgress()));
-        EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-                  "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
-                  "\t<RequestType>Close</RequestType>\r\n"
-                  "</VeskaClientComplianceRequest>",
-                  WrittenBytes(CreateComplianceRequestClose()));
-    });
+SANDBOX_TEST(RequestDocumentTest, ProgressAndCloseRequestsHaveFourLinesAndNoLastLineEnd) {
+    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
+              "\t<RequestType>Progress</RequestType>\r\n"
+              "</VeskaClientComplianceRequest>",
+              WrittenBytes(CreateComplianceRequestProgress()));
+    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
+              "\t<RequestType>Close</RequestType>\r\n"
+              "</VeskaClientComplianceRequest>",
+              WrittenBytes(CreateComplianceRequestClose()));
 }
 
-TEST(RequestDocumentTest, UnknownTypeWritesTheRootAloneOnOneLine) {
-    OnMachine([] {
-        ClientComplianceRequest request = CreateComplianceRequestOpen("u", "d", 1);
-        request.type = static_cast<ClientComplianceType>(3);
-        EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-                  "<VeskaClientComplianceRequest Version=\"1.0\"></VeskaClientComplianceRequest>",
-                  WrittenBytes(request));
-    });
+SANDBOX_TEST(RequestDocumentTest, UnknownTypeWritesTheRootAloneOnOneLine) {
+    ClientComplianceRequest request = CreateComplianceRequestOpen("u", "d", 1);
+    request.type = static_cast<ClientComplianceType>(3);
+    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
+              "<VeskaClientComplianceRequest Version=\"1.0\"></VeskaClientComplianceRequest>",
+              WrittenBytes(request));
 }
 
-TEST(RequestDocumentTest, EveryByteIsEscapedByItsRule) {
-    OnMachine([] {
-        for (int byte = 1; byte < 256; ++byte) {
-            char const text[] = {static_cast<char>(byte), 0};
-            char reference[8];
-            std::snprintf(reference, sizeof reference, "&#x%02x;", static_cast<unsigned>(byte));
-            std::string const expected = byte == '<'    ? "&lt;"
-                                         : byte == '>'  ? "&gt;"
-                                         : byte == '&'  ? "&amp;"
-                                         : byte >= 0x80 ? reference
-                                                        : text;
-            EXPECT_NE(std::string::npos, WrittenBytes(CreateComplianceRequestOpen(text, "", 0))
-                                             .find("<RequestURL>" + expected + "</RequestURL>"))
-                << byte;
-        }
-    });
+SANDBOX_TEST(RequestDocumentTest, EveryByteIsEscapedByItsRule) {
+    for (int byte = 1; byte < 256; ++byte) {
+        char const text[] = {static_cast<char>(byte), 0};
+        char reference[8];
+        std::snprintf(reference, sizeof reference, "&#x%02x;", static_cast<unsigned>(byte));
+        std::string const expected = byte == '<'    ? "&lt;"
+                                     : byte == '>'  ? "&gt;"
+                                     : byte == '&'  ? "&amp;"
+                                     : byte >= 0x80 ? reference
+                                                    : text;
+        EXPECT_NE(std::string::npos, WrittenBytes(CreateComplianceRequestOpen(text, "", 0))
+                                         .find("<RequestURL>" + expected + "</RequestURL>"))
+            << byte;
+    }
 }
 
-TEST(RequestDocumentTest, DocumentIsPublishedByRenameOverAnOldOne) {
-    OnMachine([] {
-        Write(requestFile, "old");
-        struct stat before;
-        ASSERT_EQ(0, stat(requestFile, &before));
-        umask(022);
-        ClientComplianceRequestIOWrite(CreateComplianceRequestProgress());
-        struct stat after;
-        ASSERT_EQ(0, stat(requestFile, &after));
-        EXPECT_NE(before.st_ino, after.st_ino);
-        EXPECT_EQ(0644U, after.st_mode & 07777U);
-        EXPECT_FALSE(Exists(requestTemporary));
-    });
+SANDBOX_TEST(RequestDocumentTest, DocumentIsPublishedByRenameOverAnOldOne) {
+    Write(requestFile, "old");
+    struct stat before;
+    ASSERT_EQ(0, stat(requestFile, &before));
+    umask(022);
+    ClientComplianceRequestIOWrite(CreateComplianceRequestProgress());
+    struct stat after;
+    ASSERT_EQ(0, stat(requestFile, &after));
+    EXPECT_NE(before.st_ino, after.st_ino);
+    EXPECT_EQ(0644U, after.st_mode & 07777U);
+    EXPECT_FALSE(Exists(requestTemporary));
 }
 
-TEST(RequestDocumentTest, OldTemporaryDocumentIsOverwrittenAndKeepsItsMode) {
-    OnMachine([] {
-        Write(requestTemporary, std::string(5000, 'x'));
-        chmod(requestTemporary, 0600);
-        ClientComplianceRequestIOWrite(CreateComplianceRequestClose());
-        struct stat after;
-        ASSERT_EQ(0, stat(requestFile, &after));
-        EXPECT_EQ(0600U, after.st_mode & 07777U);
-        EXPECT_EQ(std::string::npos, Read(requestFile).find('x', 10));
-    });
+SANDBOX_TEST(RequestDocumentTest, OldTemporaryDocumentIsOverwrittenAndKeepsItsMode) {
+    Write(requestTemporary, std::string(5000, 'x'));
+    chmod(requestTemporary, 0600);
+    ClientComplianceRequestIOWrite(CreateComplianceRequestClose());
+    struct stat after;
+    ASSERT_EQ(0, stat(requestFile, &after));
+    EXPECT_EQ(0600U, after.st_mode & 07777U);
+    EXPECT_EQ(std::string::npos, Read(requestFile).find('x', 10));
 }
 
 TEST(RequestDocumentTest, MissingDirectoryFailsAfterOneRoundOfAttempts) {
@@ -162,108 +146,91 @@ TEST(RequestDocumentTest, FullDiskPublishesWhatCouldBeWritten) {
     });
 }
 
-TEST(RequestDocumentTest, TemporaryDocumentIsRemovedWhereTheNameCanNotBeTaken) {
-    OnMachine([] {
-        std::filesystem::create_directories(std::string(requestFile) + "/inside");
-        auto const time = TimeOf([] {
-            EXPECT_THROW(ClientComplianceRequestIOWrite(CreateComplianceRequestProgress()),
-                         ClientComplianceRequestIOWriteFailure);
-        });
-        EXPECT_GE(time.count(), 2 * 2032);
-        EXPECT_FALSE(Exists(requestTemporary));
-        EXPECT_TRUE(Exists(requestFile));
-    });
-}
-
-TEST(RequestDocumentTest, WhatStandsInPlaceOfTheTemporaryDocumentIsPublishedInItsStead) {
-    OnMachine([] {
-        std::filesystem::create_directories(std::string(requestTemporary) + "/inside");
+SANDBOX_TEST(RequestDocumentTest, TemporaryDocumentIsRemovedWhereTheNameCanNotBeTaken) {
+    std::filesystem::create_directories(std::string(requestFile) + "/inside");
+    auto const time = TimeOf([] {
         EXPECT_THROW(ClientComplianceRequestIOWrite(CreateComplianceRequestProgress()),
                      ClientComplianceRequestIOWriteFailure);
-        EXPECT_TRUE(std::filesystem::is_directory(std::string(requestFile) + "/inside"));
-        EXPECT_FALSE(Exists(requestTemporary));
     });
+    EXPECT_GE(time.count(), 2 * 2032);
+    EXPECT_FALSE(Exists(requestTemporary));
+    EXPECT_TRUE(Exists(requestFile));
+}
+
+SANDBOX_TEST(RequestDocumentTest, WhatStandsInPlaceOfTheTemporaryDocumentIsPublishedInItsStead) {
+    std::filesystem::create_directories(std::string(requestTemporary) + "/inside");
+    EXPECT_THROW(ClientComplianceRequestIOWrite(CreateComplianceRequestProgress()),
+                 ClientComplianceRequestIOWriteFailure);
+    EXPECT_TRUE(std::filesystem::is_directory(std::string(requestFile) + "/inside"));
+    EXPECT_FALSE(Exists(requestTemporary));
 }
 
 // A directory that is not empty in each place: neither can be moved, and the temporary one can't be
 // removed either.
-TEST(RequestDocumentTest, FailureOfTheRemovalLeavesInPlaceOfTheFailureToWrite) {
-    OnMachine([] {
-        std::filesystem::create_directories(std::string(requestTemporary) + "/inside");
-        std::filesystem::create_directories(std::string(requestFile) + "/inside");
-        EXPECT_THROW(ClientComplianceRequestIOWrite(CreateComplianceRequestProgress()),
-                     FileIOError);
-    });
+SANDBOX_TEST(RequestDocumentTest, FailureOfTheRemovalLeavesInPlaceOfTheFailureToWrite) {
+    std::filesystem::create_directories(std::string(requestTemporary) + "/inside");
+    std::filesystem::create_directories(std::string(requestFile) + "/inside");
+    EXPECT_THROW(ClientComplianceRequestIOWrite(CreateComplianceRequestProgress()), FileIOError);
 }
 
-TEST(RequestDocumentTest, AnyEntryUnderTheNameExists) {
-    OnMachine([] {
-        EXPECT_FALSE(ClientComplianceRequestExists());
-        Write(requestFile, "");
-        EXPECT_TRUE(ClientComplianceRequestExists());
-        unlink(requestFile);
-        mkdir(requestFile, 0755);
-        EXPECT_TRUE(ClientComplianceRequestExists());
-        rmdir(requestFile);
-        ASSERT_EQ(0, symlink("nowhere", requestFile));
-        EXPECT_TRUE(ClientComplianceRequestExists());
-        unlink(requestFile);
-        ASSERT_EQ(0, mkfifo(requestFile, 0600));
-        EXPECT_TRUE(ClientComplianceRequestExists());
-    });
+SANDBOX_TEST(RequestDocumentTest, AnyEntryUnderTheNameExists) {
+    EXPECT_FALSE(ClientComplianceRequestExists());
+    Write(requestFile, "");
+    EXPECT_TRUE(ClientComplianceRequestExists());
+    unlink(requestFile);
+    mkdir(requestFile, 0755);
+    EXPECT_TRUE(ClientComplianceRequestExists());
+    rmdir(requestFile);
+    ASSERT_EQ(0, symlink("nowhere", requestFile));
+    EXPECT_TRUE(ClientComplianceRequestExists());
+    unlink(requestFile);
+    ASSERT_EQ(0, mkfifo(requestFile, 0600));
+    EXPECT_TRUE(ClientComplianceRequestExists());
 }
 
-TEST(RequestDocumentTest, EntryThatCanNotBeExaminedCountsAsAbsent) {
-    OnMachine([] {
-        Write(requestFile, "");
-        chmod(requestDirectory, 0);
-        PrivateMachine::DropPrivileges();
-        EXPECT_FALSE(ClientComplianceRequestExists());
-    });
+SANDBOX_TEST(RequestDocumentTest, EntryThatCanNotBeExaminedCountsAsAbsent) {
+    Write(requestFile, "");
+    chmod(requestDirectory, 0);
+    PrivateMachine::DropPrivileges();
+    EXPECT_FALSE(ClientComplianceRequestExists());
 }
 
-TEST(RequestDocumentTest, WrittenRequestIsReadBackByteForByte) {
-    OnMachine([] {
-        constexpr unsigned int seed = 23;
-        std::mt19937 random(seed);
-        for (int round = 0; round < 300; ++round) {
-            std::string const url = round % 10 == 0 ? LongText(random) : RandomText(random, 60);
-            std::string const doc = RandomText(random, 60);
-            unsigned int const flags = static_cast<unsigned int>(random());
-            ClientComplianceRequestIOWrite(
-                CreateComplianceRequestOpen(url.c_str(), doc.c_str(), flags));
-            ClientComplianceRequest request = CreateComplianceRequestClose();
-            ASSERT_TRUE(ClientComplianceRequestIORead(request)) << "seed " << seed;
-            ASSERT_EQ(ClientComplianceOpen, request.type) << "seed " << seed;
-            ASSERT_EQ(url, request.url) << "seed " << seed;
-            ASSERT_EQ(doc, request.doc) << "seed " << seed;
-            ASSERT_EQ(flags, request.flags) << "seed " << seed;
-        }
-    });
+SANDBOX_TEST(RequestDocumentTest, WrittenRequestIsReadBackByteForByte) {
+    constexpr unsigned int seed = 23;
+    std::mt19937 random(seed);
+    for (int round = 0; round < 300; ++round) {
+        std::string const url = round % 10 == 0 ? LongText(random) : RandomText(random, 60);
+        std::string const doc = RandomText(random, 60);
+        unsigned int const flags = static_cast<unsigned int>(random());
+        ClientComplianceRequestIOWrite(
+            CreateComplianceRequestOpen(url.c_str(), doc.c_str(), flags));
+        ClientComplianceRequest request = CreateComplianceRequestClose();
+        ASSERT_TRUE(ClientComplianceRequestIORead(request)) << "seed " << seed;
+        ASSERT_EQ(ClientComplianceOpen, request.type) << "seed " << seed;
+        ASSERT_EQ(url, request.url) << "seed " << seed;
+        ASSERT_EQ(doc, request.doc) << "seed " << seed;
+        ASSERT_EQ(flags, request.flags) << "seed " << seed;
+    }
 }
 
-TEST(RequestDocumentTest, TextsEndAtTheirFirstZeroByte) {
-    OnMachine([] {
-        ClientComplianceRequest request = CreateComplianceRequestOpen("", "", 0);
-        request.url = std::string("ab\0cd", 5);
-        ClientComplianceRequestIOWrite(request);
+SANDBOX_TEST(RequestDocumentTest, TextsEndAtTheirFirstZeroByte) {
+    ClientComplianceRequest request = CreateComplianceRequestOpen("", "", 0);
+    request.url = std::string("ab\0cd", 5);
+    ClientComplianceRequestIOWrite(request);
+    ASSERT_TRUE(ClientComplianceRequestIORead(request));
+    EXPECT_EQ("ab", request.url);
+}
+
+SANDBOX_TEST(RequestDocumentTest, EachKindOfRequestIsReadAsItself) {
+    for (ClientComplianceRequest const& sent :
+         {CreateComplianceRequestClose(), CreateComplianceRequestProgress()}) {
+        ClientComplianceRequestIOWrite(sent);
+        ClientComplianceRequest request = CreateComplianceRequestOpen("u", "d", 9);
         ASSERT_TRUE(ClientComplianceRequestIORead(request));
-        EXPECT_EQ("ab", request.url);
-    });
-}
-
-TEST(RequestDocumentTest, EachKindOfRequestIsReadAsItself) {
-    OnMachine([] {
-        for (ClientComplianceRequest const& sent :
-             {CreateComplianceRequestClose(), CreateComplianceRequestProgress()}) {
-            ClientComplianceRequestIOWrite(sent);
-            ClientComplianceRequest request = CreateComplianceRequestOpen("u", "d", 9);
-            ASSERT_TRUE(ClientComplianceRequestIORead(request));
-            EXPECT_EQ(sent.type, request.type);
-            EXPECT_EQ("", request.url);
-            EXPECT_EQ(0U, request.flags);
-        }
-    });
+        EXPECT_EQ(sent.type, request.type);
+        EXPECT_EQ("", request.url);
+        EXPECT_EQ(0U, request.flags);
+    }
 }
 
 TEST(RequestDocumentTest, ReaderTakesMoreThanTheWriterProduces) {
@@ -318,50 +285,42 @@ TEST(RequestDocumentTest, ReaderTakesMoreThanTheWriterProduces) {
     });
 }
 
-TEST(RequestDocumentTest, WhatIsNoRequestIsReadAsFalseAndStays) {
-    OnMachine([] {
-        for (std::string const& document :
-             {std::string(), std::string("no element at all"),
-              std::string("<VeskaClientComplianceRequest><RequestType>Open"),
-              std::string("<VeskaClientComplianceRequest>"),
-              std::string("<VeskaClientComplianceResponse></VeskaClientComplianceResponse>"),
-              std::string("<veskaclientcompliancerequest></veskaclientcompliancerequest>")}) {
-            Write(requestFile, document);
-            ClientComplianceRequest request = CreateComplianceRequestOpen("old", "old", 77);
-            EXPECT_FALSE(ClientComplianceRequestIORead(request)) << document;
-            EXPECT_EQ("old", request.url) << document;
-            EXPECT_EQ(document, Read(requestFile));
-        }
-    });
+SANDBOX_TEST(RequestDocumentTest, WhatIsNoRequestIsReadAsFalseAndStays) {
+    for (std::string const& document :
+         {std::string(), std::string("no element at all"),
+          std::string("<VeskaClientComplianceRequest><RequestType>Open"),
+          std::string("<VeskaClientComplianceRequest>"),
+          std::string("<VeskaClientComplianceResponse></VeskaClientComplianceResponse>"),
+          std::string("<veskaclientcompliancerequest></veskaclientcompliancerequest>")}) {
+        Write(requestFile, document);
+        ClientComplianceRequest request = CreateComplianceRequestOpen("old", "old", 77);
+        EXPECT_FALSE(ClientComplianceRequestIORead(request)) << document;
+        EXPECT_EQ("old", request.url) << document;
+        EXPECT_EQ(document, Read(requestFile));
+    }
 }
 
-TEST(RequestDocumentTest, MissingOrUnreadableDocumentIsReadAsFalse) {
-    OnMachine([] {
-        ClientComplianceRequest request = CreateComplianceRequestClose();
-        EXPECT_FALSE(ClientComplianceRequestIORead(request));
-        mkdir(requestFile, 0755);
-        EXPECT_FALSE(ClientComplianceRequestIORead(request));
-        rmdir(requestFile);
-        ASSERT_EQ(0, symlink("nowhere", requestFile));
-        EXPECT_FALSE(ClientComplianceRequestIORead(request));
-        EXPECT_EQ(ClientComplianceClose, request.type);
-    });
+SANDBOX_TEST(RequestDocumentTest, MissingOrUnreadableDocumentIsReadAsFalse) {
+    ClientComplianceRequest request = CreateComplianceRequestClose();
+    EXPECT_FALSE(ClientComplianceRequestIORead(request));
+    mkdir(requestFile, 0755);
+    EXPECT_FALSE(ClientComplianceRequestIORead(request));
+    rmdir(requestFile);
+    ASSERT_EQ(0, symlink("nowhere", requestFile));
+    EXPECT_FALSE(ClientComplianceRequestIORead(request));
+    EXPECT_EQ(ClientComplianceClose, request.type);
 }
 
-TEST(RequestDocumentTest, ReleaseRemovesTheDocumentAndAbsenceIsNoError) {
-    OnMachine([] {
-        ClientComplianceRequestIOWrite(CreateComplianceRequestProgress());
-        ClientComplianceRequestIORelease();
-        EXPECT_FALSE(Exists(requestFile));
-        ClientComplianceRequestIORelease();
-    });
+SANDBOX_TEST(RequestDocumentTest, ReleaseRemovesTheDocumentAndAbsenceIsNoError) {
+    ClientComplianceRequestIOWrite(CreateComplianceRequestProgress());
+    ClientComplianceRequestIORelease();
+    EXPECT_FALSE(Exists(requestFile));
+    ClientComplianceRequestIORelease();
 }
 
-TEST(RequestDocumentTest, ReleaseOfWhatCanNotBeRemovedTellsIt) {
-    OnMachine([] {
-        std::filesystem::create_directories(std::string(requestFile) + "/inside");
-        EXPECT_THROW(ClientComplianceRequestIORelease(), FileIOError);
-    });
+SANDBOX_TEST(RequestDocumentTest, ReleaseOfWhatCanNotBeRemovedTellsIt) {
+    std::filesystem::create_directories(std::string(requestFile) + "/inside");
+    EXPECT_THROW(ClientComplianceRequestIORelease(), FileIOError);
 }
 
 TEST(RequestDocumentTest, WaitReturnsAtOnce) {

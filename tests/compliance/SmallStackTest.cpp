@@ -14,10 +14,10 @@
 #include <sys/mman.h>
 
 #include "compliance/Compliance.h"
-#include "tests/compliance/Answers.h"
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
+#include "tests/system/Documents.h"
 
 namespace {
 
@@ -95,9 +95,9 @@ void* Evaluate(void* argument) {
 
 AgentScript OneEvaluation() {
     return AgentScript()
-        .Answer(Answers::Bare("Open"))
-        .Answer(Answers::Progress("1", Answers::Row("d", "r", "t", "e", "i", "c")))
-        .Answer(Answers::Bare("Close"));
+        .Answer(AnswerOfType("Open"))
+        .Answer(ProgressAnswer("1", "0", "100", Row({"d", "r", "t", "e", "i", "c"})))
+        .Answer(AnswerOfType("Close"));
 }
 
 // Evaluates in a thread of a process of its own. Returns how that process ended.

@@ -24,8 +24,8 @@ Arguments const evaluate{EXAMPLE_EVALUATE, "url", "doc"};
 Arguments const shell{EXAMPLES_DIRECTORY "/evaluate.sh", "url", "doc"};
 Arguments const check{EXAMPLES_DIRECTORY "/check_compliance", "url", "doc"};
 
-std::string const good = Row("b-001", "Compliant", "t", "1", "d", "c");
-std::string const bad = Row("b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", "c");
+std::string const good = Row({"b-001", "Compliant", "t", "1", "d", "c"});
+std::string const bad = Row({"b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", "c"});
 
 Arguments Timed(std::string const& seconds) { return {EXAMPLE_TIMED, seconds, "url", "doc"}; }
 
@@ -101,22 +101,19 @@ TEST(ExamplesTest, TimedGivesUpAndClosesInGoodOrder) {
 }
 
 // The signal comes in the middle of the opening, and shortens nothing.
-TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent const agent(AgentScript()
-                                      .Answer(OpenAnswer())
-                                      .Answer(ProgressAnswer("3", "0", "7"))
-                                      .Answer(CloseAnswer()));
-        OtherProgram program(Timed("20"));
-        agent.AwaitRequests(1);
-        program.Kill(SIGTERM);
-        ProgramResult const result = program.Wait();
-        EXPECT_EQ(ExitStatus::Killed(SIGTERM), result.status);
-        EXPECT_EQ("timed: 7%\n", result.errors);
-        agent.AwaitEnd(std::chrono::seconds(1));
-        EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
-    });
+SANDBOX_TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
+    ScriptedAgent const agent(AgentScript()
+                                  .Answer(OpenAnswer())
+                                  .Answer(ProgressAnswer("3", "0", "7"))
+                                  .Answer(CloseAnswer()));
+    OtherProgram program(Timed("20"));
+    agent.AwaitRequests(1);
+    program.Kill(SIGTERM);
+    ProgramResult const result = program.Wait();
+    EXPECT_EQ(ExitStatus::Killed(SIGTERM), result.status);
+    EXPECT_EQ("timed: 7%\n", result.errors);
+    agent.AwaitEnd(std::chrono::seconds(1));
+    EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
 }
 
 TEST(ExamplesTest, ClassPrintsProgressAndRows) {
@@ -145,21 +142,18 @@ ProgramOptions WithLibrary() {
     return {.environment = {{"LD_LIBRARY_PATH=" EXAMPLE_LIBRARY, "PYTHONDONTWRITEBYTECODE=1"}}};
 }
 
-TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent const agent(AgentScript()
-                                      .Answer(OpenAnswer())
-                                      .Answer(ProgressAnswer("3", "0", "7"))
-                                      .Answer(ProgressAnswer("1", "0", "100", bad))
-                                      .Answer(CloseAnswer()));
-        Expect(0,
-               "{\"designator\": \"b-002|caf\\udce9\", \"result\": \"Not Compliant\", "
-               "\"result_type\": \"t\", \"evaluation_time\": \"1\", \"description\": \"d\", "
-               "\"comment\": \"c\"}\n",
-               "7%\n", RunProgram(python, WithLibrary()));
-        agent.AwaitEnd(std::chrono::seconds(1));
-    });
+SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
+    ScriptedAgent const agent(AgentScript()
+                                  .Answer(OpenAnswer())
+                                  .Answer(ProgressAnswer("3", "0", "7"))
+                                  .Answer(ProgressAnswer("1", "0", "100", bad))
+                                  .Answer(CloseAnswer()));
+    Expect(0,
+           "{\"designator\": \"b-002|caf\\udce9\", \"result\": \"Not Compliant\", "
+           "\"result_type\": \"t\", \"evaluation_time\": \"1\", \"description\": \"d\", "
+           "\"comment\": \"c\"}\n",
+           "7%\n", RunProgram(python, WithLibrary()));
+    agent.AwaitEnd(std::chrono::seconds(1));
 }
 
 TEST(ExamplesTest, PythonTellsTheCodeOfARefusal) {
@@ -212,7 +206,7 @@ TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
 }
 
 TEST(ExamplesTest, ShellRefusesRowsThatItCannotTellApart) {
-    ExpectWith(Finish(Row("d", "r", "t", "1", "x\n        Result: Compliant", "c")), shell, 1, "",
+    ExpectWith(Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1, "",
                "evaluate.sh: a value holds line ends; the rows can not be told apart\n");
 }
 
@@ -237,46 +231,34 @@ TEST(ExamplesTest, CheckWarnsWhileTheAgentIsNotAvailable) {
                "COMPLIANCE WARNING - the agent is not available right now\n", "");
 }
 
-TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ForeignLock const lock;
-        Expect(1, "COMPLIANCE WARNING - another evaluation is running (-6)\n", "",
-               RunProgram(check, WithTool()));
-    });
+SANDBOX_TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {
+    ForeignLock const lock;
+    Expect(1, "COMPLIANCE WARNING - another evaluation is running (-6)\n", "",
+           RunProgram(check, WithTool()));
 }
 
 TEST(ExamplesTest, CheckKnowsNothingWhereTheLockFileCannotBeOpened) {
     ExpectRefused(check, 3, "COMPLIANCE UNKNOWN - the lock file can't be opened (-6)\n", "");
 }
 
-TEST(ExamplesTest, CheckWarnsWhileARequestIsWaiting) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent const agent;
-        fs::create_directory(ScriptedAgent::request);
-        Expect(1, "COMPLIANCE WARNING - a request is waiting for the agent (-5)\n", "",
-               RunProgram(check, WithTool()));
-    });
+SANDBOX_TEST(ExamplesTest, CheckWarnsWhileARequestIsWaiting) {
+    ScriptedAgent const agent;
+    fs::create_directory(ScriptedAgent::request);
+    Expect(1, "COMPLIANCE WARNING - a request is waiting for the agent (-5)\n", "",
+           RunProgram(check, WithTool()));
 }
 
-TEST(ExamplesTest, CheckKnowsNothingWithoutAnAgent) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        Expect(3, "COMPLIANCE UNKNOWN - COMPLIANCE_Open returned error: -1.\n", "",
-               RunProgram(check, WithTool()));
-    });
+SANDBOX_TEST(ExamplesTest, CheckKnowsNothingWithoutAnAgent) {
+    Expect(3, "COMPLIANCE UNKNOWN - COMPLIANCE_Open returned error: -1.\n", "",
+           RunProgram(check, WithTool()));
 }
 
-TEST(ExamplesTest, CheckEndsAnEvaluationThatTakesTooLong) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent const agent;
-        ProgramOptions options = WithTool();
-        options.environment->push_back("CHECK_SECONDS=0.5");
-        Expect(3, "COMPLIANCE UNKNOWN - the evaluation did not end by itself (status 124)\n", "",
-               RunProgram(check, options));
-    });
+SANDBOX_TEST(ExamplesTest, CheckEndsAnEvaluationThatTakesTooLong) {
+    ScriptedAgent const agent;
+    ProgramOptions options = WithTool();
+    options.environment->push_back("CHECK_SECONDS=0.5");
+    Expect(3, "COMPLIANCE UNKNOWN - the evaluation did not end by itself (status 124)\n", "",
+           RunProgram(check, options));
 }
 
 } // namespace

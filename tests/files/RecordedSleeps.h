@@ -10,8 +10,9 @@
 // Records from its construction to its destruction. One at a time.
 class RecordedSleeps {
 public:
-    // What happens in a sleep, with the call and its length in microseconds.
-    using Event = std::function<void(std::string const& call, unsigned long long microseconds)>;
+    // What happens in a sleep, with the call and its length in microseconds. Returns whether a
+    // signal interrupts the sleep.
+    using Event = std::function<bool(std::string const& call, unsigned long long microseconds)>;
 
     explicit RecordedSleeps(Event const& during = {});
     ~RecordedSleeps();
@@ -26,7 +27,7 @@ public:
         total = 0;
     }
 
-    void Add(char const* function, unsigned int amount, unsigned long long microseconds);
+    bool Add(char const* function, unsigned int amount, unsigned long long microseconds);
 
 private:
     Event const event;

@@ -60,14 +60,46 @@ std::string Octal(unsigned int mode) {
     return text;
 }
 
-SystemCalls::Answer Record(char const* name, std::string const& arguments = {}) {
-    return active->Record(name, arguments);
+using Call = SystemCalls::Call;
+using Answer = SystemCalls::Answer;
+
+std::string LastComponent(std::string const& path) { return path.substr(path.rfind('/') + 1); }
+
+Call OfPath(char const* name, char const* path, std::string const& more = {}) {
+    return {name, path + (more.empty() ? more : ' ' + more), LastComponent(path)};
 }
 
-template <class Result>
-Result Refuse(int error, Result result) {
+Call OfDescriptor(char const* name, int descriptor, std::string const& arguments = {}) {
+    return {name, arguments, {}, descriptor};
+}
+
+// Makes the call unless an active recorder lets it fail. `describe` runs only for a recorder, so
+// that nothing is allocated without one.
+template <class Result, class Describe, class Make>
+Result Intercept(Describe const& describe, Result failure, Make const& make) {
+    int const error = active ? active->Record(describe()).error : 0;
+    if (error == 0)
+        return make();
     errno = error;
-    return result;
+    return failure;
+}
+
+template <class Result, class Function, class... Rest>
+Result InterceptPath(char const* name, Result failure, Function* next, char const* path,
+                     Rest... rest) {
+    return Intercept([&] { return OfPath(name, path); }, failure,
+                     [&] { return next(path, rest...); });
+}
+
+// The number of bytes that a transfer may have, or -1 with the error number set.
+ssize_t Transfer(char const* name, int descriptor, std::size_t count) {
+    if (!active)
+        return static_cast<ssize_t>(count);
+    Answer const answer = active->Record(OfDescriptor(name, descriptor, std::to_string(count)));
+    if (answer.error == 0)
+        return static_cast<ssize_t>(std::min(count, answer.limit));
+    errno = answer.error;
+    return -1;
 }
 
 } // namespace
@@ -86,23 +118,19 @@ std::size_t SystemCalls::Count(std::string const& name) const {
 }
 
 void SystemCalls::Fail(std::string const& name, int error, std::size_t skip) {
-    answers.push_back({name, skip, error});
+    rules.push_back({name, skip, {error}});
 }
 
 void SystemCalls::FailFromThenOn(std::string const& name, int error, std::size_t skip) {
-    Answer answer{name, skip, error};
-    answer.lasts = true;
-    answers.push_back(answer);
+    rules.push_back({name, skip, {error}, {}, true});
 }
 
 void SystemCalls::Limit(std::string const& name, std::size_t bytes, std::size_t skip) {
-    answers.push_back({name, skip, 0, bytes});
+    rules.push_back({name, skip, {0, bytes}});
 }
 
 void SystemCalls::Before(std::string const& name, std::function<void()> action, std::size_t skip) {
-    Answer answer{name, skip};
-    answer.action = std::move(action);
-    answers.push_back(answer);
+    rules.push_back({name, skip, {}, std::move(action)});
 }
 
 void SystemCalls::FailMalloc() { failsMalloc = true; }
@@ -111,27 +139,45 @@ std::size_t SystemCalls::Freed() { return freed; }
 
 SystemCalls* SystemCalls::Active() { return active; }
 
-SystemCalls::Answer SystemCalls::Record(std::string const& name, std::string const& arguments) {
-    log.push_back(arguments.empty() ? name : name + " " + arguments);
-    for (auto answer = answers.begin(); answer != answers.end(); ++answer)
-        if (answer->name == name) {
-            if (answer->skip != 0) {
-                --answer->skip;
-                break;
-            }
-            Answer const given = *answer;
-            if (!given.lasts)
-                answers.erase(answer);
-            if (given.action) {
-                Pause const pause;
-                given.action();
-            }
-            return given;
-        }
-    return {};
+SystemCalls::Rule* SystemCalls::FindRule(std::string const& name) {
+    auto const rule = std::find_if(rules.begin(), rules.end(),
+                                   [&](Rule const& candidate) { return candidate.name == name; });
+    if (rule == rules.end())
+        return nullptr;
+    if (rule->skip == 0)
+        return &*rule;
+    --rule->skip;
+    return nullptr;
 }
 
-// The stand-ins. Each is found by the linker before the one of the C library.
+SystemCalls::Answer SystemCalls::Record(Call call) {
+    if (call.descriptor >= 0 && static_cast<std::size_t>(call.descriptor) < objects.size())
+        call.object = objects[static_cast<std::size_t>(call.descriptor)];
+    log.push_back(call.arguments.empty() ? call.name : call.name + ' ' + call.arguments);
+    Rule* const found = FindRule(call.name);
+    if (!found)
+        return decision ? decision(call) : Answer();
+    Rule const rule = *found;
+    if (!rule.lasts)
+        rules.erase(rules.begin() + (found - &rules.front()));
+    if (rule.action) {
+        Pause const pause;
+        rule.action();
+    }
+    return rule.answer;
+}
+
+void SystemCalls::Opened(int descriptor, std::string const& path) {
+    if (descriptor < 0)
+        return;
+    auto const index = static_cast<std::size_t>(descriptor);
+    if (objects.size() <= index)
+        objects.resize(index + 1);
+    objects[index] = LastComponent(path);
+}
+
+// The functions that replace those of the system. The linker finds each before the one of the C
+// library.
 extern "C" {
 
 int open(char const* path, int flags, ...) {
@@ -140,20 +186,26 @@ int open(char const* path, int flags, ...) {
     va_start(arguments, flags);
     unsigned int const mode = (flags & O_CREAT) ? va_arg(arguments, unsigned int) : 0;
     va_end(arguments);
-    if (active) {
+    auto const describe = [&] {
         std::string const text =
             (flags & O_CREAT) ? Flags(flags) + " " + Octal(mode) : Flags(flags);
-        if (int const error = Record("open", text).error)
-            return Refuse(error, -1);
-    }
-    return next(path, flags, mode);
+        return Call{"open", text, LastComponent(path)};
+    };
+    int const descriptor = Intercept(describe, -1, [&] { return next(path, flags, mode); });
+    if (active)
+        active->Opened(descriptor, path);
+    return descriptor;
 }
 
+// It is made also where it fails.
 int close(int descriptor) {
     static auto const next = Next(&close, "close");
-    int const error = active ? Record("close").error : 0;
+    int const error = active ? active->Record(OfDescriptor("close", descriptor)).error : 0;
     int const result = next(descriptor);
-    return error ? Refuse(error, -1) : result;
+    if (error == 0)
+        return result;
+    errno = error;
+    return -1;
 }
 
 int fcntl(int descriptor, int command, ...) {
@@ -164,203 +216,152 @@ int fcntl(int descriptor, int command, ...) {
     bool const takesNumber = command == F_SETFD || command == F_SETFL;
     long const argument = takesNumber ? va_arg(arguments, int) : va_arg(arguments, long);
     va_end(arguments);
-    if (active && command == F_SETFD)
-        if (int const error = Record("setfd", std::to_string(argument)).error)
-            return Refuse(error, -1);
-    if (active && command == F_SETLK) {
+    auto const make = [&] {
+        return next(descriptor, command, argument);
+    };
+    if (command == F_SETFD)
+        return Intercept(
+            [&] { return OfDescriptor("setfd", descriptor, std::to_string(argument)); }, -1, make);
+    if (command != F_SETLK)
+        return make();
+    auto const describe = [&] {
         bool const unlocks = reinterpret_cast<struct flock const*>(argument)->l_type == F_UNLCK;
-        if (int const error = Record("setlk", unlocks ? "UNLCK" : "WRLCK").error)
-            return Refuse(error, -1);
-    }
-    return next(descriptor, command, argument);
+        return OfDescriptor("setlk", descriptor, unlocks ? "UNLCK" : "WRLCK");
+    };
+    return Intercept(describe, -1, make);
 }
 
 off64_t lseek64(int descriptor, off64_t offset, int whence) noexcept {
     static auto const next = Next(&lseek64, "lseek64");
-    if (active)
-        if (int const error = Record("seek", std::to_string(offset) + " " + Whence(whence)).error)
-            return Refuse(error, off64_t{-1});
-    return next(descriptor, offset, whence);
+    auto const describe = [&] {
+        return OfDescriptor("seek", descriptor, std::to_string(offset) + " " + Whence(whence));
+    };
+    return Intercept(describe, off64_t{-1}, [&] { return next(descriptor, offset, whence); });
 }
 
 ssize_t read(int descriptor, void* target, size_t count) {
     static auto const next = Next(&read, "read");
-    if (active) {
-        auto const answer = Record("read", std::to_string(count));
-        if (answer.error)
-            return Refuse(answer.error, ssize_t{-1});
-        count = std::min(count, answer.limit);
-    }
-    return next(descriptor, target, count);
+    ssize_t const allowed = Transfer("read", descriptor, count);
+    return allowed < 0 ? allowed : next(descriptor, target, static_cast<size_t>(allowed));
 }
 
 ssize_t write(int descriptor, void const* source, size_t count) {
     static auto const next = Next(&write, "write");
-    if (active) {
-        auto const answer = Record("write", std::to_string(count));
-        if (answer.error)
-            return Refuse(answer.error, ssize_t{-1});
-        if (answer.limit == 0)
-            return 0;
-        count = std::min(count, answer.limit);
-    }
-    return next(descriptor, source, count);
+    ssize_t const allowed = Transfer("write", descriptor, count);
+    return allowed <= 0 ? allowed : next(descriptor, source, static_cast<size_t>(allowed));
 }
 
 int fsync(int descriptor) {
     static auto const next = Next(&fsync, "fsync");
-    if (active)
-        if (int const error = Record("fsync").error)
-            return Refuse(error, -1);
-    return next(descriptor);
+    return Intercept([&] { return OfDescriptor("fsync", descriptor); }, -1,
+                     [&] { return next(descriptor); });
 }
 
 int ftruncate64(int descriptor, off64_t length) noexcept {
     static auto const next = Next(&ftruncate64, "ftruncate64");
-    if (active)
-        if (int const error = Record("ftruncate", std::to_string(length)).error)
-            return Refuse(error, -1);
-    return next(descriptor, length);
+    return Intercept([&] { return OfDescriptor("ftruncate", descriptor, std::to_string(length)); },
+                     -1, [&] { return next(descriptor, length); });
 }
 
 int lstat(char const* path, struct stat* information) noexcept {
     static auto const next = Next(&lstat, "lstat");
-    if (active)
-        if (int const error = Record("lstat", path).error)
-            return Refuse(error, -1);
-    return next(path, information);
+    return InterceptPath("lstat", -1, next, path, information);
 }
 
 int stat(char const* path, struct stat* information) noexcept {
     static auto const next =
         Next(static_cast<int (*)(char const*, struct stat*) noexcept>(&stat), "stat");
-    if (active)
-        if (int const error = Record("stat", path).error)
-            return Refuse(error, -1);
-    return next(path, information);
+    return InterceptPath("stat", -1, next, path, information);
+}
+
+int access(char const* path, int mode) noexcept {
+    static auto const next = Next(&access, "access");
+    return InterceptPath("access", -1, next, path, mode);
+}
+
+int statvfs(char const* path, struct statvfs* information) noexcept {
+    static auto const next =
+        Next(static_cast<int (*)(char const*, struct statvfs*) noexcept>(&statvfs), "statvfs");
+    return InterceptPath("statvfs", -1, next, path, information);
+}
+
+ssize_t readlink(char const* path, char* target, size_t size) noexcept {
+    static auto const next = Next(&readlink, "readlink");
+    return InterceptPath("readlink", ssize_t{-1}, next, path, target, size);
+}
+
+FILE* fopen(char const* path, char const* mode) {
+    static auto const next = Next(&fopen, "fopen");
+    return InterceptPath("fopen", static_cast<FILE*>(nullptr), next, path, mode);
+}
+
+int scandir(char const* path, dirent*** list, int (*selector)(dirent const*),
+            int (*compare)(dirent const**, dirent const**)) {
+    static auto const next = Next(&scandir, "scandir");
+    return InterceptPath("scandir", -1, next, path, list, selector, compare);
+}
+
+int utimes(char const* path, timeval const* times) noexcept {
+    static auto const next = Next(&utimes, "utimes");
+    return InterceptPath("utimes", -1, next, path, times);
+}
+
+int mkdir(char const* path, mode_t mode) noexcept {
+    static auto const next = Next(&mkdir, "mkdir");
+    return Intercept([&] { return OfPath("mkdir", path, Octal(mode)); }, -1,
+                     [&] { return next(path, mode); });
+}
+
+int rmdir(char const* path) noexcept {
+    static auto const next = Next(&rmdir, "rmdir");
+    return InterceptPath("rmdir", -1, next, path);
+}
+
+int unlink(char const* path) noexcept {
+    static auto const next = Next(&unlink, "unlink");
+    return InterceptPath("unlink", -1, next, path);
+}
+
+int rename(char const* from, char const* to) noexcept {
+    static auto const next = Next(&rename, "rename");
+    return Intercept(
+        [&] {
+            return Call{"rename", std::string(from) + " " + to, LastComponent(to)};
+        },
+        -1, [&] { return next(from, to); });
+}
+
+int chmod(char const* path, mode_t mode) noexcept {
+    static auto const next = Next(&chmod, "chmod");
+    return Intercept([&] { return OfPath("chmod", path, Octal(mode)); }, -1,
+                     [&] { return next(path, mode); });
+}
+
+int mkstemp(char* pattern) {
+    static auto const next = Next(&mkstemp, "mkstemp");
+    return Intercept([&] { return OfPath("mkstemp", pattern); }, -1, [&] { return next(pattern); });
+}
+
+char* mkdtemp(char* pattern) noexcept {
+    static auto const next = Next(&mkdtemp, "mkdtemp");
+    return Intercept([&] { return OfPath("mkdtemp", pattern); }, static_cast<char*>(nullptr),
+                     [&] { return next(pattern); });
 }
 
 // Deprecated, so that its declaration is not named.
 int readdir_r(DIR* directory, dirent* storage, dirent** entry) {
     static auto const next =
         Next(static_cast<int (*)(DIR*, dirent*, dirent**)>(nullptr), "readdir_r");
-    if (active)
-        if (int const error = Record("readdir").error)
-            return error;
-    return next(directory, storage, entry);
-}
-
-int access(char const* path, int mode) noexcept {
-    static auto const next = Next(&access, "access");
-    if (active)
-        if (int const error = Record("access", path).error)
-            return Refuse(error, -1);
-    return next(path, mode);
-}
-
-int statvfs(char const* path, struct statvfs* information) noexcept {
-    static auto const next =
-        Next(static_cast<int (*)(char const*, struct statvfs*) noexcept>(&statvfs), "statvfs");
-    if (active)
-        if (int const error = Record("statvfs", path).error)
-            return Refuse(error, -1);
-    return next(path, information);
-}
-
-ssize_t readlink(char const* path, char* target, size_t size) noexcept {
-    static auto const next = Next(&readlink, "readlink");
-    if (active)
-        if (int const error = Record("readlink", path).error)
-            return Refuse(error, ssize_t{-1});
-    return next(path, target, size);
-}
-
-FILE* fopen(char const* path, char const* mode) {
-    static auto const next = Next(&fopen, "fopen");
-    if (active)
-        if (int const error = Record("fopen", path).error)
-            return Refuse(error, static_cast<FILE*>(nullptr));
-    return next(path, mode);
-}
-
-int scandir(char const* path, dirent*** list, int (*selector)(dirent const*),
-            int (*compare)(dirent const**, dirent const**)) {
-    static auto const next = Next(&scandir, "scandir");
-    if (active)
-        if (int const error = Record("scandir", path).error)
-            return Refuse(error, -1);
-    return next(path, list, selector, compare);
-}
-
-int utimes(char const* path, timeval const* times) noexcept {
-    static auto const next = Next(&utimes, "utimes");
-    if (active)
-        if (int const error = Record("utimes", path).error)
-            return Refuse(error, -1);
-    return next(path, times);
-}
-
-int mkdir(char const* path, mode_t mode) noexcept {
-    static auto const next = Next(&mkdir, "mkdir");
-    if (active)
-        if (int const error = Record("mkdir", std::string(path) + " " + Octal(mode)).error)
-            return Refuse(error, -1);
-    return next(path, mode);
-}
-
-int rmdir(char const* path) noexcept {
-    static auto const next = Next(&rmdir, "rmdir");
-    if (active)
-        if (int const error = Record("rmdir", path).error)
-            return Refuse(error, -1);
-    return next(path);
-}
-
-int unlink(char const* path) noexcept {
-    static auto const next = Next(&unlink, "unlink");
-    if (active)
-        if (int const error = Record("unlink", path).error)
-            return Refuse(error, -1);
-    return next(path);
-}
-
-int rename(char const* from, char const* to) noexcept {
-    static auto const next = Next(&rename, "rename");
-    if (active)
-        if (int const error = Record("rename", std::string(from) + " " + to).error)
-            return Refuse(error, -1);
-    return next(from, to);
-}
-
-int chmod(char const* path, mode_t mode) noexcept {
-    static auto const next = Next(&chmod, "chmod");
-    if (active)
-        if (int const error = Record("chmod", std::string(path) + " " + Octal(mode)).error)
-            return Refuse(error, -1);
-    return next(path, mode);
+    int const error = active ? active->Record({"readdir", {}, {}}).error : 0;
+    *entry = nullptr;
+    return error ? error : next(directory, storage, entry);
 }
 
 mode_t umask(mode_t mask) noexcept {
     static auto const next = Next(&umask, "umask");
     if (active)
-        Record("umask", Octal(mask));
+        active->Record({"umask", Octal(mask), {}});
     return next(mask);
-}
-
-int mkstemp(char* pattern) {
-    static auto const next = Next(&mkstemp, "mkstemp");
-    if (active)
-        if (int const error = Record("mkstemp", pattern).error)
-            return Refuse(error, -1);
-    return next(pattern);
-}
-
-char* mkdtemp(char* pattern) noexcept {
-    static auto const next = Next(&mkdtemp, "mkdtemp");
-    if (active)
-        if (int const error = Record("mkdtemp", pattern).error)
-            return Refuse(error, static_cast<char*>(nullptr));
-    return next(pattern);
 }
 
 // The program is linked with --wrap for these two, so that the calls of our own objects come here.

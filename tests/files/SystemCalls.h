@@ -1,9 +1,9 @@
-// What the code under test asks of the system, call by call, with answers of the test's own.
+// The system calls of the code under test: recorded, and answered as the test wants.
 //
 // The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
 // ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink, rename,
-// chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp go through here; without an object of
-// this class they go straight on to the system. The C library's own use of them is not seen.
+// chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp replaced. Without an object of this
+// class they are those of the system. The C library's own use of them is not seen.
 #pragma once
 
 #include <cstddef>
@@ -43,6 +43,21 @@ public:
     // process were quicker. Its own calls are not recorded.
     void Before(std::string const& name, std::function<void()> action, std::size_t skip = 0);
 
+    // A call, and how it is answered where none of the above applies.
+    struct Call {
+        std::string name;
+        std::string arguments;
+        // The last component of its path or, for a file descriptor, of the path that was opened.
+        std::string object;
+        int descriptor = -1;
+    };
+    struct Answer {
+        int error = 0;
+        std::size_t limit = ~std::size_t{0};
+    };
+    using Decision = std::function<Answer(Call const&)>;
+    void Decide(Decision const& byTest) { decision = byTest; }
+
     // While one of these lives, calls go straight on to the system.
     class Pause {
     public:
@@ -62,19 +77,24 @@ public:
     // pointers are not counted; what delete gives back is, where it goes through free.
     static std::size_t Freed();
 
-    // For the functions that stand in for the system's.
-    struct Answer {
+    // For the functions that replace those of the system.
+    static SystemCalls* Active();
+    Answer Record(Call call);
+    void Opened(int descriptor, std::string const& path);
+
+private:
+    struct Rule {
         std::string name;
         std::size_t skip = 0;
-        int error = 0;
-        std::size_t limit = ~std::size_t{0};
+        Answer answer = {};
         std::function<void()> action = {};
         bool lasts = false;
     };
-    static SystemCalls* Active();
-    Answer Record(std::string const& name, std::string const& arguments = {});
 
-private:
+    Rule* FindRule(std::string const& name);
+
     std::vector<std::string> log;
-    std::deque<Answer> answers;
+    std::deque<Rule> rules;
+    Decision decision;
+    std::vector<std::string> objects;
 };

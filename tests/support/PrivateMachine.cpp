@@ -257,6 +257,13 @@ namespace PrivateMachine {
 
 void Run(std::function<void()> const& body) { Run(Options(), body); }
 
+void RunWithDirectories(std::function<void()> const& body, Options const& options) {
+    Run(options, [&] {
+        CreateAgentDirectories();
+        body();
+    });
+}
+
 void Run(Options const& options, std::function<void()> const& body) {
     ForwardedFailures line;
     std::fflush(nullptr);
@@ -292,6 +299,11 @@ void InstallAgent(std::string const& program) {
     fs::create_directories(fs::path(agentProgram).parent_path());
     fs::copy_file(program, agentProgram, fs::copy_options::overwrite_existing);
     fs::permissions(agentProgram, fs::perms(0755));
+}
+
+std::vector<std::string> InstallIdleAgent() {
+    InstallAgent();
+    return {agentProgram, "3600"};
 }
 
 void DropPrivileges() {

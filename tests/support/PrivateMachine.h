@@ -44,6 +44,9 @@ struct Options {
 void Run(Options const& options, std::function<void()> const& body);
 void Run(std::function<void()> const& body);
 
+// The same, and the agent's directories are there.
+void RunWithDirectories(std::function<void()> const& body, Options const& options = {});
+
 // The functions below are for the body only. What fails in them is a std::runtime_error.
 
 // "/var/opt/VeskaClient/RequestDir" and "/var/opt/VeskaClient/ResponseDir", with the mode 0777.
@@ -52,6 +55,8 @@ void CreateAgentDirectories();
 // Puts a program at "/opt/VeskaClient/bin/VeskaClient": a copy of the given one. The default waits
 // for as long as its argument says, in seconds; see OtherProgram for how to run it.
 void InstallAgent(std::string const& program = "/bin/sleep");
+// Installs the default and returns the command that runs it for an hour.
+std::vector<std::string> InstallIdleAgent();
 constexpr char const* agentProgram = "/opt/VeskaClient/bin/VeskaClient";
 
 // From now on the process and all that it forks or runs have no capability, and no way to get one.
@@ -61,3 +66,10 @@ constexpr char const* agentProgram = "/opt/VeskaClient/bin/VeskaClient";
 void DropPrivileges();
 
 } // namespace PrivateMachine
+
+// A test whose body runs in a sandbox with the agent's directories, and with Options.
+#define SANDBOX_TEST(suite, name) SANDBOX_TEST_WITH(suite, name, PrivateMachine::Options())
+#define SANDBOX_TEST_WITH(suite, name, options)                                                \
+    static void suite##name##InSandbox();                                                      \
+    TEST(suite, name) { PrivateMachine::RunWithDirectories(suite##name##InSandbox, options); } \
+    static void suite##name##InSandbox()

@@ -1,53 +1,21 @@
-// The other side of the exchange for system tests: a process named VeskaClient that follows a
-// script.
+// An agent for tests: a process named VeskaClient, or a thread, that plays an AgentScript.
 //
-// It reads and writes raw bytes and shares no code with the product, so that an error made twice
-// can't hide. What it sees it records, with times of the monotonic clock.
+// It reads and writes raw bytes and shares no code with the product. It records the requests that
+// it sees, with times of the monotonic clock, and the files that it publishes.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
-#include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <thread>
 #include <vector>
 
+#include "tests/support/AgentScript.h"
+
 class OtherProgram;
-
-// The steps of a script, in the order of the calls. They run one after the other, each as soon as
-// the one before is done. Behind the last one the agent does nothing more, but goes on running.
-class AgentScript {
-public:
-    // Waits for a request other than the last one seen, however that went away, and records it.
-    AgentScript& AwaitRequest();
-    // Waits until so long after the request that was last awaited was first seen.
-    AgentScript& PauseUntil(std::chrono::milliseconds sinceRequest);
-
-    // Publishes bytes as the response or the request: writes them under another name beside it and
-    // renames. What the agent itself puts there is not awaited as a new request.
-    AgentScript& Respond(std::string const& bytes);
-    AgentScript& PutRequest(std::string const& bytes);
-    AgentScript& RemoveRequest();
-    AgentScript& RemoveResponse();
-
-    // A well-behaved answer: awaits a request, responds, and only then removes the request.
-    AgentScript& Answer(std::string const& bytes);
-
-    AgentScript& MakeDirectory(std::string const& path);
-    AgentScript& MakeLink(std::string const& target, std::string const& path);
-    AgentScript& Move(std::string const& from, std::string const& to);
-
-    // What the program reads.
-    std::string const& text() const { return steps; }
-    size_t size() const { return count; }
-
-private:
-    AgentScript& Add(std::string const& step);
-    AgentScript& Write(std::string const& path, std::string const& bytes);
-
-    std::string steps;
-    size_t count = 0;
-};
 
 struct SeenRequest {
     std::string bytes;
@@ -65,16 +33,27 @@ struct WrittenFile {
     bool operator==(WrittenFile const&) const = default;
 };
 
-// The agent itself: installs its program and starts it; killed with the object.
+// The record of an AgentEngine, as far as its lines are complete.
+struct AgentRecord {
+    explicit AgentRecord(std::string_view text);
+
+    std::vector<SeenRequest> requests;
+    std::vector<WrittenFile> written;
+    std::size_t stepsDone = 0;
+    // Of the first step that failed: its word, its path and the reason.
+    std::string failure;
+};
+
+// The agent as a process: installs its program and starts it; killed with the object.
 //
 // REQUIRES: the body of a PrivateMachine with the agent's directories.
 class ScriptedAgent {
 public:
     static constexpr char const* requestDirectory = "/var/opt/VeskaClient/RequestDir";
-    static constexpr char const* request = "/var/opt/VeskaClient/RequestDir/request.xml";
+    static constexpr char const* request = AgentEngine::request;
     static constexpr char const* requestTemp = "/var/opt/VeskaClient/RequestDir/requestTemp.xml";
     static constexpr char const* lockFile = "/var/opt/VeskaClient/RequestDir/lockfile";
-    static constexpr char const* response = "/var/opt/VeskaClient/ResponseDir/response.xml";
+    static constexpr char const* response = AgentEngine::response;
 
     explicit ScriptedAgent(AgentScript const& script = AgentScript());
     ~ScriptedAgent();
@@ -94,11 +73,28 @@ public:
 
     // What it has published so far, in order.
     std::vector<WrittenFile> Written() const;
-    // Ends it behind the step under way, or in the middle of a wait. What it has done by then is on
-    // record. Throws if a step failed.
+    // Ends it when it waits next. Its record is complete then. Throws if a step failed.
     void Stop();
 
 private:
     size_t const steps;
     std::unique_ptr<OtherProgram> program;
+};
+
+// The agent as a thread of this process, without a process of its name. It ends with the object,
+// when it waits next.
+class AgentThread {
+public:
+    explicit AgentThread(AgentScript const& script);
+    ~AgentThread();
+    AgentThread(AgentThread const&) = delete;
+    AgentThread& operator=(AgentThread const&) = delete;
+
+    AgentRecord Record() const;
+
+private:
+    std::string const script;
+    int const recordFile;
+    std::atomic<bool> isStopped = false;
+    std::thread thread;
 };

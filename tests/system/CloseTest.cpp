@@ -1,4 +1,4 @@
-// A close that fails says nothing and changes nothing of what has been printed.
+// A close that fails prints nothing, and changes nothing of what is printed.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -14,93 +14,54 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
+// A script up to the answer with a row.
+AgentScript UntilClose() { return AgentScript().Answer(OpenAnswer()).Answer(OneRowAnswer()); }
 
-constexpr char results[] = "COMPLIANCE_ResultCount is 1.\n"
-                           "    Designator: d\n"
-                           "        Result: r\n"
-                           "   Result Type: t\n"
-                           "Eval Time (\xB5s): 1\n"
-                           "          Desc: x\n"
-                           "       Comment: c\n"
-                           "\n";
-
-void ExpectResults(ToolRun const& run, milliseconds least) {
-    EXPECT_EQ(results, run.output);
+void ExpectOneRow(ToolRun const& run, milliseconds least) {
+    EXPECT_EQ(PrintedOneRow(), run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     EXPECT_LE(least.count(), run.took.count());
     EXPECT_GT((least + milliseconds(2500)).count(), run.took.count());
     EXPECT_FALSE(IsLocked());
 }
 
-TEST(CloseTest, CloseThatIsNotTakenIsSilentAndStays) {
-    PrivateMachine::Run([] {
-        auto const evaluation =
-            Evaluate(AgentScript().Answer(OpenAnswer()).Answer(finished).AwaitRequest());
-        ExpectResults(evaluation.tool, seconds(12));
-        EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
-    });
+SANDBOX_TEST(CloseTest, CloseThatIsNotTakenIsSilentAndStays) {
+    ExpectOneRow(Evaluate(UntilClose().AwaitRequest()).tool, seconds(12));
+    EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }
 
-TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
-    PrivateMachine::Run([] {
-        auto const evaluation =
-            Evaluate(AgentScript().Answer(OpenAnswer()).Answer(finished).Answer("garbage"));
-        ExpectResults(evaluation.tool, seconds(12));
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-    });
+SANDBOX_TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
+    ExpectOneRow(Evaluate(UntilClose().Answer("garbage")).tool, seconds(12));
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
-TEST(CloseTest, CloseWithoutAnAnswerIsSilent) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript()
-                                             .Answer(OpenAnswer())
-                                             .Answer(finished)
-                                             .AwaitRequest()
-                                             .RemoveResponse()
-                                             .RemoveRequest());
-        ExpectResults(evaluation.tool, seconds(12));
-    });
+SANDBOX_TEST(CloseTest, CloseWithoutAnAnswerIsSilent) {
+    ExpectOneRow(Evaluate(UntilClose().AwaitRequest().RemoveResponse().RemoveRequest()).tool,
+                 seconds(12));
 }
 
-TEST(CloseTest, CloseThatCannotBeWrittenIsSilent) {
-    PrivateMachine::Run([] {
-        std::string const moved = "/var/opt/VeskaClient/Moved";
-        auto const evaluation = Evaluate(AgentScript()
-                                             .Answer(OpenAnswer())
-                                             .Answer(finished)
-                                             .Move(ScriptedAgent::requestDirectory, moved));
-        fs::rename(moved, ScriptedAgent::requestDirectory);
-        ExpectResults(evaluation.tool, milliseconds(2000 + 2032));
-    });
+SANDBOX_TEST(CloseTest, CloseThatCannotBeWrittenIsSilent) {
+    std::string const moved = "/var/opt/VeskaClient/Moved";
+    ToolRun const run = Evaluate(UntilClose().Move(ScriptedAgent::requestDirectory, moved)).tool;
+    fs::rename(moved, ScriptedAgent::requestDirectory);
+    ExpectOneRow(run, milliseconds(2000 + 2032));
 }
 
 // Whether the agent runs is asked at the opening only.
-TEST(CloseTest, AgentThatEndsInBetweenIsNotNoticed) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        auto agent =
-            std::make_unique<ScriptedAgent>(AgentScript().Answer(OpenAnswer()).Answer(finished));
-        Tool tool({"-d"});
-        agent->AwaitEnd();
-        agent.reset();
-        fs::remove_all("/opt/VeskaClient");
-        ExpectResults(tool.Wait(), seconds(12));
-    });
+SANDBOX_TEST(CloseTest, AgentThatEndsInBetweenIsNotNoticed) {
+    auto agent = std::make_unique<ScriptedAgent>(UntilClose());
+    Tool tool({"-d"});
+    agent->AwaitEnd();
+    agent.reset();
+    fs::remove_all("/opt/VeskaClient");
+    ExpectOneRow(tool.Wait(), seconds(12));
 }
 
-TEST(CloseTest, ContentOfTheLastAnswerIsNotLookedAt) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript()
-                                             .Answer(OpenAnswer())
-                                             .Answer(finished)
-                                             .Answer(ProgressAnswer("3", "5", "50")));
-        ExpectResults(evaluation.tool, seconds(3));
-    });
+SANDBOX_TEST(CloseTest, ContentOfTheLastAnswerIsIgnored) {
+    ExpectOneRow(Evaluate(UntilClose().Answer(ProgressAnswer("3", "5", "50"))).tool, seconds(3));
 }
 
 } // namespace

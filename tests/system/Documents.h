@@ -1,7 +1,12 @@
-// The documents of the exchange as bytes, written out by hand.
+// The documents of the exchange as bytes, written out by hand, and what the tool prints of them.
 #pragma once
 
+#include <array>
 #include <string>
+
+inline std::string Element(std::string const& name, std::string const& content) {
+    return '<' + name + '>' + content + "</" + name + '>';
+}
 
 inline constexpr char progressRequest[] = "<?xml version=\"1.0\"?>\r\n"
                                           "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
@@ -13,7 +18,7 @@ inline constexpr char closeRequest[] = "<?xml version=\"1.0\"?>\r\n"
                                        "\t<RequestType>Close</RequestType>\r\n"
                                        "</VeskaClientComplianceRequest>";
 
-// A text as it stands between the tags.
+// A text as it is between the tags.
 inline std::string Escaped(std::string const& text) {
     static constexpr char digits[] = "0123456789abcdef";
     std::string escaped;
@@ -29,22 +34,15 @@ inline std::string Escaped(std::string const& text) {
     return escaped;
 }
 
-// The texts as they stand between the tags, escaped.
+// The texts are already escaped.
 inline std::string OpenRequest(std::string const& url, std::string const& doc,
                                std::string const& flags) {
     return "<?xml version=\"1.0\"?>\r\n"
            "<VeskaClientComplianceRequest Version=\"1.0\">\r\n"
            "\t<RequestType>Open</RequestType>\r\n"
-           "\t<RequestURL>" +
-           url +
-           "</RequestURL>\r\n"
-           "\t<RequestDOC>" +
-           doc +
-           "</RequestDOC>\r\n"
-           "\t<RequestFlags>" +
-           flags +
-           "</RequestFlags>\r\n"
-           "</VeskaClientComplianceRequest>";
+           "\t" +
+           Element("RequestURL", url) + "\r\n" + "\t" + Element("RequestDOC", doc) + "\r\n" + "\t" +
+           Element("RequestFlags", flags) + "\r\n" + "</VeskaClientComplianceRequest>";
 }
 
 // A response with these bytes between the tags of its root.
@@ -54,46 +52,73 @@ inline std::string Response(std::string const& content) {
            content + "</VeskaClientComplianceResponse>";
 }
 
-inline std::string OpenAnswer() { return Response("\t<ResponseType>Open</ResponseType>\r\n"); }
-
-inline std::string CloseAnswer() { return Response("\t<ResponseType>Close</ResponseType>\r\n"); }
-
-// Numbers as texts, since an agent may write anything. The rows stand at the end.
-inline std::string ProgressAnswer(std::string const& state, std::string const& error = "0",
-                                  std::string const& percent = "0", std::string const& rows = "") {
-    return Response("\t<ResponseType>Progress</ResponseType>\r\n"
-                    "\t<ResponseProgressState>" +
-                    state +
-                    "</ResponseProgressState>\r\n"
-                    "\t<ResponseProgressError>" +
-                    error +
-                    "</ResponseProgressError>\r\n"
-                    "\t<ResponseProgressPercent>" +
-                    percent + "</ResponseProgressPercent>\r\n" + rows);
+// A response that has a type and nothing else.
+inline std::string AnswerOfType(std::string const& type) {
+    return Response('\t' + Element("ResponseType", type) + "\r\n");
 }
 
-// One row, its texts escaped.
-inline std::string Row(std::string const& designator, std::string const& result,
-                       std::string const& resultType, std::string const& evaluationTime,
-                       std::string const& description, std::string const& comment) {
-    return "\t<ResponseItem>\r\n"
-           "\t\t<Designator>" +
-           designator +
-           "</Designator>\r\n"
-           "\t\t<Result>" +
-           result +
-           "</Result>\r\n"
-           "\t\t<ResultType>" +
-           resultType +
-           "</ResultType>\r\n"
-           "\t\t<EvaluationTime>" +
-           evaluationTime +
-           "</EvaluationTime>\r\n"
-           "\t\t<Description>" +
-           description +
-           "</Description>\r\n"
-           "\t\t<Comment>" +
-           comment +
-           "</Comment>\r\n"
-           "\t</ResponseItem>\r\n";
+inline std::string OpenAnswer() { return AnswerOfType("Open"); }
+
+inline std::string CloseAnswer() { return AnswerOfType("Close"); }
+
+// Numbers are texts, since an agent may write anything. The rows are at the end.
+inline std::string ProgressAnswer(std::string const& state, std::string const& error = "0",
+                                  std::string const& percent = "0", std::string const& rows = "") {
+    return Response('\t' + Element("ResponseType", "Progress") + "\r\n\t" +
+                    Element("ResponseProgressState", state) + "\r\n\t" +
+                    Element("ResponseProgressError", error) + "\r\n\t" +
+                    Element("ResponseProgressPercent", percent) + "\r\n" + rows);
+}
+
+// The texts of a row: designator, result, type of result, evaluation time, description, comment.
+using RowTexts = std::array<std::string, 6>;
+
+// A row whose texts are already escaped.
+inline std::string Row(RowTexts const& texts) {
+    static constexpr char const* names[] = {"Designator",     "Result",      "ResultType",
+                                            "EvaluationTime", "Description", "Comment"};
+    std::string row = "\t<ResponseItem>\r\n";
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        row += "\t\t" + Element(names[i], texts[i]) + "\r\n";
+    return row + "\t</ResponseItem>\r\n";
+}
+
+// What the tool prints for a row.
+inline std::string PrintedRow(RowTexts const& texts) {
+    return "    Designator: " + texts[0] + "\n        Result: " + texts[1] +
+           "\n   Result Type: " + texts[2] + "\nEval Time (\xB5s): " + texts[3] +
+           "\n          Desc: " + texts[4] + "\n       Comment: " + texts[5] + "\n\n";
+}
+
+inline std::string PrintedCount(std::size_t rows) {
+    return "COMPLIANCE_ResultCount is " + std::to_string(rows) + ".\n";
+}
+
+inline std::string PrintedPercent(std::string const& percent) {
+    return "COMPLIANCE_Progress " + percent + "% completed.\n";
+}
+
+inline std::string PrintedError(std::string const& error) {
+    return "COMPLIANCE_Progress returned error " + error + ".\n";
+}
+
+// A row for tests of something else, the answer with it, and what the tool prints of that.
+inline RowTexts const shortRow = {"d", "r", "t", "1", "x", "c"};
+
+inline std::string OneRowAnswer() { return ProgressAnswer("1", "0", "100", Row(shortRow)); }
+
+inline std::string PrintedOneRow() { return PrintedCount(1) + PrintedRow(shortRow); }
+
+// A row whose texts are too long for the small string optimization.
+inline RowTexts const longRow = {"a-designator-that-is-long-enough",
+                                 "Compliant",
+                                 "a type of result that is long enough",
+                                 "1523",
+                                 "A description &lt;with an escape&gt; that is long",
+                                 ""};
+
+inline RowTexts LongRowRead() {
+    RowTexts read = longRow;
+    read[4] = "A description <with an escape> that is long";
+    return read;
 }

@@ -19,10 +19,13 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 using std::chrono::milliseconds;
 
 Arguments const request = {"-c", "url", "doc"};
+
+AgentScript WholeEvaluation() {
+    return AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer());
+}
 
 mode_t ModeOf(std::string const& path) {
     struct stat facts {};
@@ -31,14 +34,13 @@ mode_t ModeOf(std::string const& path) {
 }
 
 void ExpectNoResults(ToolRun const& run) {
-    EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
+    EXPECT_EQ(PrintedCount(0), run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
 TEST(LockTest, LockFileIsCreatedWithTheModeThatTheUmaskLeavesAndStays) {
     for (mode_t const mask : {0, 022, 077, 027}) {
-        PrivateMachine::Run([&] {
-            CreateAgentDirectories();
+        PrivateMachine::RunWithDirectories([&] {
             RunTool(request, {.prepare = [&] {
                         umask(mask);
                         return true;
@@ -49,133 +51,97 @@ TEST(LockTest, LockFileIsCreatedWithTheModeThatTheUmaskLeavesAndStays) {
     }
 }
 
-TEST(LockTest, ExistingLockFileMeansNothingAndKeepsItsContent) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes(ScriptedAgent::lockFile, "4711\n");
-        EXPECT_EQ(OpenError(-1), RunTool(request).output);
-        EXPECT_EQ("4711\n", ReadBytes(ScriptedAgent::lockFile));
-    });
+SANDBOX_TEST(LockTest, ExistingLockFileMeansNothingAndKeepsItsContent) {
+    WriteBytes(ScriptedAgent::lockFile, "4711\n");
+    EXPECT_EQ(OpenError(-1), RunTool(request).output);
+    EXPECT_EQ("4711\n", ReadBytes(ScriptedAgent::lockFile));
 }
 
-TEST(LockTest, LinkUnderTheNameOfTheLockFileIsFollowed) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::create_symlink("/opt/elsewhere", ScriptedAgent::lockFile);
-        EXPECT_EQ(OpenError(-1), RunTool(request).output);
-        EXPECT_TRUE(fs::is_regular_file("/opt/elsewhere"));
-        ForeignLock lock;
-        EXPECT_EQ(OpenError(-6), RunTool(request).output);
-    });
+SANDBOX_TEST(LockTest, LinkUnderTheNameOfTheLockFileIsFollowed) {
+    fs::create_symlink("/opt/elsewhere", ScriptedAgent::lockFile);
+    EXPECT_EQ(OpenError(-1), RunTool(request).output);
+    EXPECT_TRUE(fs::is_regular_file("/opt/elsewhere"));
+    ForeignLock lock;
+    EXPECT_EQ(OpenError(-6), RunTool(request).output);
 }
 
 // Another kind of lock, which does not meet this one.
-TEST(LockTest, LockByFlockDoesNotMatter) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        int const file = OpenLockFile();
-        ASSERT_EQ(0, flock(file, LOCK_EX));
-        EXPECT_EQ(OpenError(-1), RunTool(request).output);
-        close(file);
-    });
+SANDBOX_TEST(LockTest, LockByFlockDoesNotMatter) {
+    int const file = OpenLockFile();
+    ASSERT_EQ(0, flock(file, LOCK_EX));
+    EXPECT_EQ(OpenError(-1), RunTool(request).output);
+    close(file);
 }
 
-TEST(LockTest, HeldThroughAllExchangesAndFreeAfterwards) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("3"))
-                                .Answer(ProgressAnswer("1"))
-                                .Answer(CloseAnswer()));
-        Tool tool(request);
-        for (size_t number = 1; number <= 4; ++number) {
-            agent.AwaitRequests(number);
-            ExpectWholeFileLockedBy(tool.pid());
-        }
-        EXPECT_EQ(ExitStatus::Exited(0), tool.Wait().status);
-        EXPECT_FALSE(IsLocked());
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-    });
-}
-
-TEST(LockTest, HeldWhileItSleepsBetweenPolls) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("3"))
-                                .PauseUntil(milliseconds(1500)));
-        Tool tool(request);
-        agent.AwaitEnd();
+SANDBOX_TEST(LockTest, HeldThroughAllExchangesAndSleepsThenFree) {
+    ScriptedAgent agent(AgentScript()
+                            .Answer(OpenAnswer())
+                            .Answer(ProgressAnswer("3"))
+                            .PauseUntil(milliseconds(1500))
+                            .Answer(ProgressAnswer("1"))
+                            .Answer(CloseAnswer()));
+    Tool tool(request);
+    // The seventh step ends in the sleep between two polls.
+    for (size_t const steps : {1, 4, 7, 8, 11}) {
+        agent.AwaitSteps(steps);
         ExpectWholeFileLockedBy(tool.pid());
-    });
+    }
+    EXPECT_EQ(ExitStatus::Exited(0), tool.Wait().status);
+    EXPECT_FALSE(IsLocked());
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
-TEST(LockTest, HeldAfterAFailedPollUntilTheClose) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).Answer(CloseAnswer()));
-        Tool tool(request);
-        agent.AwaitRequests(3);
-        ExpectWholeFileLockedBy(tool.pid());
-        tool.Wait();
-        EXPECT_FALSE(IsLocked());
-    });
+SANDBOX_TEST(LockTest, HeldAfterAFailedPollUntilTheClose) {
+    ScriptedAgent agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).Answer(CloseAnswer()));
+    Tool tool(request);
+    agent.AwaitRequests(3);
+    ExpectWholeFileLockedBy(tool.pid());
+    tool.Wait();
+    EXPECT_FALSE(IsLocked());
 }
 
-TEST(LockTest, FreeAfterAFailedClose) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).AwaitRequest());
-        Tool tool(request);
-        ExpectNoResults(tool.Wait());
-        EXPECT_FALSE(IsLocked());
-    });
+SANDBOX_TEST(LockTest, FreeAfterAFailedClose) {
+    ScriptedAgent agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).AwaitRequest());
+    Tool tool(request);
+    ExpectNoResults(tool.Wait());
+    EXPECT_FALSE(IsLocked());
 }
 
-TEST(LockTest, DescriptorIsNotHandedToOtherPrograms) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript().AwaitRequest());
-        Tool tool(request);
-        agent.AwaitEnd();
-        std::string const process = "/proc/" + std::to_string(tool.pid());
-        EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(process + "/fd/3"));
-        std::string const facts = ReadBytes(process + "/fdinfo/3");
-        size_t const flags = facts.find("flags:\t");
-        ASSERT_NE(std::string::npos, flags);
-        // Close-on-exec, and open for reading and writing.
-        EXPECT_EQ(02000002u, std::stoul(facts.substr(flags + 7), nullptr, 8) & 02000003u);
-    });
+SANDBOX_TEST(LockTest, DescriptorIsNotHandedToOtherPrograms) {
+    ScriptedAgent agent(AgentScript().AwaitRequest());
+    Tool tool(request);
+    agent.AwaitEnd();
+    std::string const process = "/proc/" + std::to_string(tool.pid());
+    EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(process + "/fd/3"));
+    std::string const facts = ReadBytes(process + "/fdinfo/3");
+    size_t const flags = facts.find("flags:\t");
+    ASSERT_NE(std::string::npos, flags);
+    // Close-on-exec, and open for reading and writing.
+    EXPECT_EQ(02000002u, std::stoul(facts.substr(flags + 7), nullptr, 8) & 02000003u);
 }
 
-TEST(LockTest, FreeAfterTheToolWasKilled) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .AwaitRequest()
-                                .RemoveRequest()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("1"))
-                                .Answer(CloseAnswer()));
-        Tool killed(request);
-        agent.AwaitRequests(1);
-        EXPECT_TRUE(IsLocked());
-        killed.Kill(SIGKILL);
-        EXPECT_EQ(ExitStatus::Killed(SIGKILL), killed.Wait().status);
-        EXPECT_FALSE(IsLocked());
-        ExpectNoResults(RunTool(request));
-    });
+SANDBOX_TEST(LockTest, FreeAfterTheToolWasKilled) {
+    ScriptedAgent agent(AgentScript()
+                            .AwaitRequest()
+                            .RemoveRequest()
+                            .Answer(OpenAnswer())
+                            .Answer(ProgressAnswer("1"))
+                            .Answer(CloseAnswer()));
+    Tool killed(request);
+    agent.AwaitRequests(1);
+    EXPECT_TRUE(IsLocked());
+    killed.Kill(SIGKILL);
+    EXPECT_EQ(ExitStatus::Killed(SIGKILL), killed.Wait().status);
+    EXPECT_FALSE(IsLocked());
+    ExpectNoResults(RunTool(request));
 }
 
 // What it left is a whole request, and in the way of the next tool. No signal is caught.
 TEST(LockTest, RequestOfAToolThatASignalEndedStays) {
     for (int const signal : {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1}) {
-        PrivateMachine::Run([&] {
-            CreateAgentDirectories();
+        PrivateMachine::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
             Tool tool(request);
             agent.AwaitEnd();
@@ -190,60 +156,45 @@ TEST(LockTest, RequestOfAToolThatASignalEndedStays) {
     }
 }
 
-TEST(LockTest, SecondToolIsRefusedAtOnceAndTheFirstGoesOn) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
-        Tool first(request);
-        agent.AwaitRequests(1);
-        for (int i = 0; i < 3; ++i) {
-            ToolRun const second = RunTool(request);
-            EXPECT_EQ(OpenError(-6), second.output);
-            EXPECT_EQ(ExitStatus::Exited(0), second.status);
-            EXPECT_GT(milliseconds(900), second.took);
-            // The end of the one that was refused takes nothing from the one that holds it.
-            ExpectWholeFileLockedBy(first.pid());
-        }
-        ExpectNoResults(first.Wait());
-        EXPECT_EQ(3u, agent.Requests().size());
-    });
+SANDBOX_TEST(LockTest, SecondToolIsRefusedAtOnceAndTheFirstGoesOn) {
+    ScriptedAgent agent(WholeEvaluation());
+    Tool first(request);
+    agent.AwaitRequests(1);
+    for (int i = 0; i < 3; ++i) {
+        ToolRun const second = RunTool(request);
+        EXPECT_EQ(OpenError(-6), second.output);
+        EXPECT_EQ(ExitStatus::Exited(0), second.status);
+        EXPECT_GT(milliseconds(900), second.took);
+        // The end of the one that was refused takes nothing from the one that holds it.
+        ExpectWholeFileLockedBy(first.pid());
+    }
+    ExpectNoResults(first.Wait());
+    EXPECT_EQ(3u, agent.Requests().size());
 }
 
-TEST(LockTest, ToolAfterARefusedOneFindsTheLockFree) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        {
-            ForeignLock lock;
-            EXPECT_EQ(OpenError(-6), RunTool(request).output);
-        }
-        ExpectNoResults(Evaluate(AgentScript()
-                                     .Answer(OpenAnswer())
-                                     .Answer(ProgressAnswer("1"))
-                                     .Answer(CloseAnswer()))
-                            .tool);
-    });
+SANDBOX_TEST(LockTest, ToolAfterARefusedOneFindsTheLockFree) {
+    {
+        ForeignLock lock;
+        EXPECT_EQ(OpenError(-6), RunTool(request).output);
+    }
+    ExpectNoResults(Evaluate(WholeEvaluation()).tool);
 }
 
-TEST(LockTest, OfManyToolsAtOnceOneIsHeard) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
-        std::vector<std::unique_ptr<Tool>> tools;
-        for (int i = 0; i < 8; ++i)
-            tools.push_back(std::make_unique<Tool>(request));
-        int refused = 0;
-        int heard = 0;
-        for (auto const& tool : tools) {
-            std::string const output = tool->Wait().output;
-            refused += output == OpenError(-6);
-            heard += output == "COMPLIANCE_ResultCount is 0.\n";
-        }
-        EXPECT_EQ(7, refused);
-        EXPECT_EQ(1, heard);
-        EXPECT_EQ(3u, agent.Requests().size());
-    });
+SANDBOX_TEST(LockTest, OfManyToolsAtOnceOneIsHeard) {
+    ScriptedAgent agent(WholeEvaluation());
+    std::vector<std::unique_ptr<Tool>> tools;
+    for (int i = 0; i < 8; ++i)
+        tools.push_back(std::make_unique<Tool>(request));
+    int refused = 0;
+    int heard = 0;
+    for (auto const& tool : tools) {
+        std::string const output = tool->Wait().output;
+        refused += output == OpenError(-6);
+        heard += output == PrintedCount(0);
+    }
+    EXPECT_EQ(7, refused);
+    EXPECT_EQ(1, heard);
+    EXPECT_EQ(3u, agent.Requests().size());
 }
 
 } // namespace

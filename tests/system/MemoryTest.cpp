@@ -22,86 +22,74 @@ constexpr rlim_t kilobyte = 1024;
 [[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
 
 // A stack on which nothing of that depth could be walked by recursion.
-TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        std::string nested;
-        for (int i = 0; i < 300'000; ++i)
-            nested += "<x>";
-        for (int i = 0; i < 300'000; ++i)
-            nested += "</x>";
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("1", "0", "0", nested))
-                                .Answer(CloseAnswer()));
-        ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_STACK, 512 * kilobyte}}});
-        EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    });
+SANDBOX_TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
+    std::string nested;
+    for (int i = 0; i < 300'000; ++i)
+        nested += "<x>";
+    for (int i = 0; i < 300'000; ++i)
+        nested += "</x>";
+    ScriptedAgent agent(AgentScript()
+                            .Answer(OpenAnswer())
+                            .Answer(ProgressAnswer("1", "0", "0", nested))
+                            .Answer(CloseAnswer()));
+    ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_STACK, 512 * kilobyte}}});
+    EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
 // The shadow memory of a sanitizer is beyond any limit.
 #ifndef CC_ADDRESS_SANITIZER
 
-TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes(ScriptedAgent::response, Response("<ResponseType>Open</ResponseType><Other>" +
-                                                     std::string(32 * megabyte, 'x') + "</Other>"));
-        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
-        ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 24 * megabyte}}});
-        EXPECT_EQ(OpenError(-7), run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    });
+SANDBOX_TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
+    WriteBytes(ScriptedAgent::response, Response("<ResponseType>Open</ResponseType><Other>" +
+                                                 std::string(32 * megabyte, 'x') + "</Other>"));
+    ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
+    ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 24 * megabyte}}});
+    EXPECT_EQ(OpenError(-7), run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-TEST(MemoryTest, SmallEvaluationFitsInAFewMegabytes) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
-        ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
-        EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
-    });
+SANDBOX_TEST(MemoryTest, SmallEvaluationFitsInAFewMegabytes) {
+    ScriptedAgent agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
+    ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
+    EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
 }
 
 // The one exception that no code tells of, and the one case in which something is written to
 // standard error: no memory for the request itself. The tool ends by it, without a request, and the
 // lock ends with the tool. Below such a limit the program does not even start.
-TEST(MemoryTest, NoMemoryForTheRequestEndsTheTool) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        std::string const url(100'000, 'u');
-        int ended = 0;
-        int answered = 0;
-        for (rlim_t limit = megabyte; limit < 12 * megabyte; limit += 32 * kilobyte) {
-            fs::remove(ScriptedAgent::lockFile);
-            ProgramResult result;
-            try {
-                result = RunProgram({CC_TOOL_PROGRAM, "-c", url, "doc"},
-                                    {.limits = {{RLIMIT_AS, limit}}});
-            } catch (std::system_error const&) {
-                continue;
-            }
-            if (!fs::exists(ScriptedAgent::lockFile)) {
-                EXPECT_NE(ExitStatus::Exited(0), result.status) << limit;
-                EXPECT_EQ("", result.output) << limit;
-            } else if (result.status == ExitStatus::Killed(SIGABRT)) {
-                ++ended;
-                EXPECT_EQ("", result.output) << limit;
-                EXPECT_EQ("terminate called", result.errors.substr(0, 16)) << limit;
-            } else {
-                ++answered;
-                EXPECT_EQ(ExitStatus::Exited(0), result.status) << limit;
-                EXPECT_EQ(OpenError(-1), result.output) << limit;
-                EXPECT_EQ("", result.errors) << limit;
-            }
-            EXPECT_FALSE(IsLocked());
-            EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+SANDBOX_TEST(MemoryTest, NoMemoryForTheRequestEndsTheTool) {
+    std::string const url(100'000, 'u');
+    int ended = 0;
+    int answered = 0;
+    for (rlim_t limit = megabyte; limit < 12 * megabyte; limit += 32 * kilobyte) {
+        fs::remove(ScriptedAgent::lockFile);
+        ProgramResult result;
+        try {
+            result =
+                RunProgram({CC_TOOL_PROGRAM, "-c", url, "doc"}, {.limits = {{RLIMIT_AS, limit}}});
+        } catch (std::system_error const&) {
+            continue;
         }
-        EXPECT_LT(0, ended);
-        EXPECT_LT(0, answered);
-    });
+        if (!fs::exists(ScriptedAgent::lockFile)) {
+            EXPECT_NE(ExitStatus::Exited(0), result.status) << limit;
+            EXPECT_EQ("", result.output) << limit;
+        } else if (result.status == ExitStatus::Killed(SIGABRT)) {
+            ++ended;
+            EXPECT_EQ("", result.output) << limit;
+            EXPECT_EQ("terminate called", result.errors.substr(0, 16)) << limit;
+        } else {
+            ++answered;
+            EXPECT_EQ(ExitStatus::Exited(0), result.status) << limit;
+            EXPECT_EQ(OpenError(-1), result.output) << limit;
+            EXPECT_EQ("", result.errors) << limit;
+        }
+        EXPECT_FALSE(IsLocked());
+        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    }
+    EXPECT_LT(0, ended);
+    EXPECT_LT(0, answered);
 }
 
 #endif

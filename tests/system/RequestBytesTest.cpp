@@ -43,38 +43,36 @@ void ExpectOpenRequests(std::vector<Command> const& commands) {
     });
 }
 
-TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(
-            AgentScript()
-                .Answer(OpenAnswer())
-                .Answer(ProgressAnswer("3"))
-                .Answer(ProgressAnswer("1"))
-                .Answer(CloseAnswer()),
-            {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
-        ASSERT_EQ(4u, evaluation.requests.size());
-        // Spelled out here, so that the shared texts are held against it.
+SANDBOX_TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
+    auto const evaluation = Evaluate(
+        AgentScript()
+            .Answer(OpenAnswer())
+            .Answer(ProgressAnswer("3"))
+            .Answer(ProgressAnswer("1"))
+            .Answer(CloseAnswer()),
+        {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
+    ASSERT_EQ(4u, evaluation.requests.size());
+    // Spelled out here, so that the shared texts are held against it.
+    EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
+              "\x09<RequestType>Open</RequestType>\x0D\x0A"
+              "\x09<RequestURL>http://example.com:52311/cgi-bin/qzgather.exe/actionsite"
+              "</RequestURL>\x0D\x0A"
+              "\x09<RequestDOC>Doc.xml</RequestDOC>\x0D\x0A"
+              "\x09<RequestFlags>5</RequestFlags>\x0D\x0A"
+              "</VeskaClientComplianceRequest>",
+              evaluation.requests[0].bytes);
+    for (size_t const poll : {1, 2})
         EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
                   "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
-                  "\x09<RequestType>Open</RequestType>\x0D\x0A"
-                  "\x09<RequestURL>http://example.com:52311/cgi-bin/qzgather.exe/actionsite"
-                  "</RequestURL>\x0D\x0A"
-                  "\x09<RequestDOC>Doc.xml</RequestDOC>\x0D\x0A"
-                  "\x09<RequestFlags>5</RequestFlags>\x0D\x0A"
+                  "\x09<RequestType>Progress</RequestType>\x0D\x0A"
                   "</VeskaClientComplianceRequest>",
-                  evaluation.requests[0].bytes);
-        for (size_t const poll : {1, 2})
-            EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
-                      "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
-                      "\x09<RequestType>Progress</RequestType>\x0D\x0A"
-                      "</VeskaClientComplianceRequest>",
-                      evaluation.requests[poll].bytes);
-        EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
-                  "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
-                  "\x09<RequestType>Close</RequestType>\x0D\x0A"
-                  "</VeskaClientComplianceRequest>",
-                  evaluation.requests[3].bytes);
-    });
+                  evaluation.requests[poll].bytes);
+    EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
+              "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
+              "\x09<RequestType>Close</RequestType>\x0D\x0A"
+              "</VeskaClientComplianceRequest>",
+              evaluation.requests[3].bytes);
 }
 
 TEST(RequestBytesTest, SwitchDSendsEmptyTextsAndNoFlags) {
@@ -188,41 +186,32 @@ TEST(RequestBytesTest, RequestHasTheModeThatTheUmaskLeavesAndIsAlone) {
     }
 }
 
-TEST(RequestBytesTest, OldTemporaryDocumentIsOverwrittenAndCut) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes(ScriptedAgent::requestTemp, std::string(10'000, 'x'));
-        ScriptedAgent agent(AgentScript().AwaitRequest());
-        Tool tool({"-d"});
-        agent.AwaitEnd();
-        EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
-        EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
-    });
+SANDBOX_TEST(RequestBytesTest, OldTemporaryDocumentIsOverwrittenAndCut) {
+    WriteBytes(ScriptedAgent::requestTemp, std::string(10'000, 'x'));
+    ScriptedAgent agent(AgentScript().AwaitRequest());
+    Tool tool({"-d"});
+    agent.AwaitEnd();
+    EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
+    EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
 // The link itself becomes the request, and the agent reads through it.
-TEST(RequestBytesTest, LinkUnderTheNameOfTheTemporaryDocumentIsFollowed) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes("/opt/elsewhere", std::string(10'000, 'x'));
-        fs::create_symlink("/opt/elsewhere", ScriptedAgent::requestTemp);
-        ScriptedAgent agent(AgentScript().AwaitRequest());
-        Tool tool({"-d"});
-        agent.AwaitEnd();
-        EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
-        EXPECT_EQ(OpenRequest("", "", "0"), ReadBytes("/opt/elsewhere"));
-        EXPECT_EQ("/opt/elsewhere", fs::read_symlink(ScriptedAgent::request));
-    });
+SANDBOX_TEST(RequestBytesTest, LinkUnderTheNameOfTheTemporaryDocumentIsFollowed) {
+    WriteBytes("/opt/elsewhere", std::string(10'000, 'x'));
+    fs::create_symlink("/opt/elsewhere", ScriptedAgent::requestTemp);
+    ScriptedAgent agent(AgentScript().AwaitRequest());
+    Tool tool({"-d"});
+    agent.AwaitEnd();
+    EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
+    EXPECT_EQ(OpenRequest("", "", "0"), ReadBytes("/opt/elsewhere"));
+    EXPECT_EQ("/opt/elsewhere", fs::read_symlink(ScriptedAgent::request));
 }
 
-TEST(RequestBytesTest, UserWithoutRightsSendsTheSame) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript().AwaitRequest());
-        Tool tool = Tool::WithoutRights({"-c", "url", "doc", "3"});
-        agent.AwaitEnd();
-        EXPECT_EQ(OpenRequest("url", "doc", "3"), agent.Requests()[0].bytes);
-    });
+SANDBOX_TEST(RequestBytesTest, UserWithoutRightsSendsTheSame) {
+    ScriptedAgent agent(AgentScript().AwaitRequest());
+    Tool tool = Tool::WithoutRights({"-c", "url", "doc", "3"});
+    agent.AwaitEnd();
+    EXPECT_EQ(OpenRequest("url", "doc", "3"), agent.Requests()[0].bytes);
 }
 
 } // namespace

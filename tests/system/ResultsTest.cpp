@@ -1,8 +1,9 @@
 // What the tool prints of the agent's answers, byte for byte.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -14,12 +15,17 @@
 
 namespace {
 
-using PrivateMachine::CreateAgentDirectories;
+using Answers = std::vector<std::string>;
 
-// An evaluation with these answers to its polls, of which the last one ends it. A close is sent
-// whatever came of it, and the exit status is 0.
-void ExpectOutput(std::string const& output, std::vector<std::string> const& answers) {
-    PrivateMachine::Run([&] {
+std::string Finished(std::string const& rows) { return ProgressAnswer("1", "0", "100", rows); }
+
+std::string ProgressOfState(std::string const& state) {
+    return Element("ResponseProgressState", state);
+}
+
+// An evaluation with these answers to its polls. A close is sent, and the exit status is 0.
+void ExpectOutput(std::string const& output, Answers const& answers) {
+    PrivateMachine::RunWithDirectories([&] {
         AgentScript script;
         script.Answer(OpenAnswer());
         for (std::string const& answer : answers)
@@ -32,39 +38,7 @@ void ExpectOutput(std::string const& output, std::vector<std::string> const& ans
     });
 }
 
-void ExpectOutput(std::string const& output, std::string const& answer) {
-    ExpectOutput(output, std::vector<std::string>{answer});
-}
-
-std::string Finished(std::string const& rows) { return ProgressAnswer("1", "0", "100", rows); }
-
-constexpr char resultsOfEmptyRow[] = "    Designator: \n"
-                                     "        Result: \n"
-                                     "   Result Type: \n"
-                                     "Eval Time (\xB5s): \n"
-                                     "          Desc: \n"
-                                     "       Comment: \n"
-                                     "\n";
-
-// The six lines of a row and the empty one, by a description alone.
-std::string ResultsWithDescription(std::string const& description) {
-    return "    Designator: d\n"
-           "        Result: r\n"
-           "   Result Type: t\n"
-           "Eval Time (\xB5s): 1\n"
-           "          Desc: " +
-           description +
-           "\n"
-           "       Comment: c\n"
-           "\n";
-}
-
-// For each document that is read, and not for how it looks: a row whose description is its point.
-void ExpectDescription(std::string const& description, std::string const& between) {
-    ExpectOutput("COMPLIANCE_ResultCount is 1.\n" + ResultsWithDescription(description),
-                 Finished(Row("d", "r", "t", "1", between, "c")));
-}
-
+// The whole text of the three rows is written out, since PrintedRow is not tested otherwise.
 TEST(ResultsTest, RowsInTheirOrderByteForByte) {
     ExpectOutput("COMPLIANCE_ResultCount is 3.\n"
                  "    Designator: baseline-001\n"
@@ -88,266 +62,218 @@ TEST(ResultsTest, RowsInTheirOrderByteForByte) {
                  "          Desc:  blanks  \n"
                  "       Comment: \tlast\n"
                  "\n",
-                 Finished(Row("baseline-001", "Compliant", "pass/fail", "1523",
-                              "R&amp;D &lt;share&gt;", "&#xe9;t&#xc3;&#xa9; &#xff;") +
-                          Row("", "", "", "", "", "") +
-                          Row("z", "%s%n", "\"t\"", "no number", " blanks  ", "\tlast")));
+                 {Finished(Row({"baseline-001", "Compliant", "pass/fail", "1523",
+                                "R&amp;D &lt;share&gt;", "&#xe9;t&#xc3;&#xa9; &#xff;"}) +
+                           Row({"", "", "", "", "", ""}) +
+                           Row({"z", "%s%n", "\"t\"", "no number", " blanks  ", "\tlast"}))});
 }
 
-// In the label, whatever the locale, and in what the agent wrote raw or escaped.
-TEST(ResultsTest, MicroSignIsTheOneByteB5) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(
-            AgentScript()
-                .Answer(OpenAnswer())
-                .Answer(Finished(Row("d", "r", "t", "1", "\xB5 &#xb5; &#xB5;", "c")))
-                .Answer(CloseAnswer()));
-        ToolRun const run = RunTool(
-            {"-d"}, {.environment = {{"LC_ALL=C.UTF-8", "LANG=de_DE.UTF-8", "LANGUAGE=de"}}});
-        size_t const label = run.output.find("Eval Time (");
-        ASSERT_NE(std::string::npos, label);
-        EXPECT_EQ("Eval Time (\xB5s): 1\n", run.output.substr(label, 18));
-        EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n" + ResultsWithDescription("\xB5 \xB5 \xB5"),
-                  run.output);
-    });
-}
-
-TEST(ResultsTest, NoRows) { ExpectOutput("COMPLIANCE_ResultCount is 0.\n", Finished("")); }
-
-// Long enough that the reading of the document is cut many times.
+// Long enough that the document is read in many chunks.
 TEST(ResultsTest, ThousandRows) {
     std::string rows;
-    std::string output = "COMPLIANCE_ResultCount is 1000.\n";
-    for (int i = 0; i < 1000; ++i) {
+    std::string output = PrintedCount(1000);
+    for (size_t i = 0; i < 1000; ++i) {
         std::string const number = std::to_string(i);
-        rows += Row(number, "Result &amp; " + number, "t" + number, number + "000",
-                    std::string(static_cast<size_t>(i), 'x'), "&#xb5;" + number);
-        output += "    Designator: " + number + "\n" + "        Result: Result & " + number + "\n" +
-                  "   Result Type: t" + number + "\n" + "Eval Time (\xB5s): " + number + "000\n" +
-                  "          Desc: " + std::string(static_cast<size_t>(i), 'x') + "\n" +
-                  "       Comment: \xB5" + number + "\n\n";
+        std::string const text(i, 'x');
+        rows += Row({number, "&amp; " + number, 't' + number, number + "000", text, "&#xb5;"});
+        output += PrintedRow({number, "& " + number, 't' + number, number + "000", text, "\xB5"});
     }
-    ExpectOutput(output, Finished(rows));
+    ExpectOutput(output, {Finished(rows)});
 }
 
-TEST(ResultsTest, TextOfMegabytes) {
-    std::string between;
-    std::string description;
-    for (int i = 0; i < 500'000; ++i) {
-        between += i % 5 == 0 ? "&#xfe;" : "text";
-        description += i % 5 == 0 ? "\xFE" : "text";
-    }
-    ExpectDescription(description, between);
+// The description of a row: as it is between the tags, and as it is printed.
+struct Description {
+    char const* name;
+    std::string written;
+    std::string printed;
+};
+
+void PrintTo(Description const& description, std::ostream* out) { *out << description.name; }
+
+class DescriptionTest : public testing::TestWithParam<Description> {};
+
+TEST_P(DescriptionTest, IsPrinted) {
+    RowTexts written = shortRow;
+    RowTexts printed = shortRow;
+    written[4] = GetParam().written;
+    printed[4] = GetParam().printed;
+    ExpectOutput(PrintedCount(1) + PrintedRow(printed), {Finished(Row(written))});
 }
 
-TEST(ResultsTest, LineEndsInTextsStandAsTheyAre) {
-    ExpectDescription("one\r\ntwo\nthree\rfour\n\n", "one\r\ntwo\nthree\rfour\n\n");
+std::string Repeated(std::string const& text, int times) {
+    std::string repeated;
+    for (int i = 0; i < times; ++i)
+        repeated += text;
+    return repeated;
 }
 
-TEST(ResultsTest, TextEndsAtItsFirstZeroByte) {
-    ExpectDescription("before", std::string("before&#x0;behind"));
+// Deliberate: only four names and hexadecimal bytes are known as escapes.
+INSTANTIATE_TEST_SUITE_P(
+    ResultsTest, DescriptionTest,
+    testing::Values(
+        Description{"Megabytes", Repeated("&#xfe;texttexttexttext", 100'000),
+                    Repeated("\xFEtexttexttexttext", 100'000)},
+        Description{"LineEnds", "one\r\ntwo\nthree\rfour\n\n", "one\r\ntwo\nthree\rfour\n\n"},
+        Description{"EscapedZeroByte", "before&#x0;behind", "before"},
+        Description{"RawZeroByte", std::string("before\0behind", 13), "before"},
+        Description{"UnknownEscapes",
+                    "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;",
+                    "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"},
+        Description{"CommentsAndCData", "a<!-- dropped --><![CDATA[<&amp;]]]>b", "a<&amp;]b"}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+// In the label, whatever the locale, and in what the agent wrote raw or escaped.
+SANDBOX_TEST(ResultsTest, MicroSignIsTheOneByteB5) {
+    ScriptedAgent agent(AgentScript()
+                            .Answer(OpenAnswer())
+                            .Answer(Finished(Row({"d", "r", "t", "1", "\xB5 &#xb5; &#xB5;", "c"})))
+                            .Answer(CloseAnswer()));
+    ToolRun const run =
+        RunTool({"-d"}, {.environment = {{"LC_ALL=C.UTF-8", "LANG=de_DE.UTF-8", "LANGUAGE=de"}}});
+    EXPECT_EQ(PrintedCount(1) + PrintedRow({"d", "r", "t", "1", "\xB5 \xB5 \xB5", "c"}),
+              run.output);
 }
 
-TEST(ResultsTest, TextEndsAtItsFirstRawZeroByte) {
-    ExpectDescription("before", std::string("before\0behind", 13));
-}
+struct OutputCase {
+    char const* name;
+    std::string output;
+    Answers answers;
+};
 
-// Deliberate: only these four names and hexadecimal bytes are known.
-TEST(ResultsTest, UnknownEscapesStandAsTheyAre) {
-    ExpectDescription("<>&\" &apos; &#65; &#x100; &#X41; A \xFF",
-                      "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;");
-}
+void PrintTo(OutputCase const& test, std::ostream* out) { *out << test.name; }
 
-TEST(ResultsTest, CommentsAndCDataInTexts) {
-    ExpectDescription("a<&amp;]b", "a<!-- dropped --><![CDATA[<&amp;]]]>b");
-}
+class OutputTest : public testing::TestWithParam<OutputCase> {};
 
-TEST(ResultsTest, RowWithoutChildrenIsKept) {
-    ExpectOutput("COMPLIANCE_ResultCount is 2.\n" + std::string(resultsOfEmptyRow) +
-                     resultsOfEmptyRow,
-                 Finished("<ResponseItem></ResponseItem>"
-                          "<ResponseItem><designator>x</designator></ResponseItem>"));
-}
+TEST_P(OutputTest, IsStated) { ExpectOutput(GetParam().output, GetParam().answers); }
 
-TEST(ResultsTest, ChildrenInAnyOrderUnknownOnesAndTheLastOfRepeatedOnes) {
-    ExpectOutput("COMPLIANCE_ResultCount is 1.\n" + ResultsWithDescription("last"),
-                 Response("<ResponseItem><Comment>c</Comment><Description>first</Description>"
-                          "<EvaluationTime>1</EvaluationTime><Other>x</Other>"
-                          "<Description>last</Description><ResultType>t</ResultType>"
-                          "<Designator>d</Designator><Result>r</Result></ResponseItem>"
-                          "<ResponseProgressState>3</ResponseProgressState>"
-                          "<Unknown><ResponseProgressState>2</ResponseProgressState></Unknown>"
-                          "<ResponseProgressState>1</ResponseProgressState>"
-                          "<ResponseType>Progress</ResponseType>"));
-}
+std::string const row = Row(shortRow);
+std::string const emptyRow = PrintedRow({"", "", "", "", "", ""});
 
-TEST(ResultsTest, VersionAndDeclarationAreNotLookedAt) {
-    ExpectOutput("COMPLIANCE_ResultCount is 0.\n",
-                 "<VeskaClientComplianceResponse><ResponseType>Progress</ResponseType>"
-                 "<ResponseProgressState>1</ResponseProgressState>"
-                 "</VeskaClientComplianceResponse>\n\n");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Rows, OutputTest,
+    testing::Values(
+        OutputCase{"NoRows", PrintedCount(0), {Finished("")}},
+        OutputCase{"RowsWithoutKnownChildrenAreKept",
+                   PrintedCount(2) + emptyRow + emptyRow,
+                   {Finished("<ResponseItem></ResponseItem>"
+                             "<ResponseItem><designator>x</designator></ResponseItem>")}},
+        OutputCase{"ChildrenInAnyOrderAndTheLastOfRepeatedOnes",
+                   PrintedOneRow(),
+                   {Response("<ResponseItem><Comment>c</Comment><Description>first</Description>"
+                             "<EvaluationTime>1</EvaluationTime><Other>x</Other>"
+                             "<Description>x</Description><ResultType>t</ResultType>"
+                             "<Designator>d</Designator><Result>r</Result></ResponseItem>" +
+                             ProgressOfState("3") + Element("Unknown", ProgressOfState("2")) +
+                             ProgressOfState("1") + "<ResponseType>Progress</ResponseType>")}},
+        OutputCase{"VersionAndDeclarationAreIgnored",
+                   PrintedCount(0),
+                   {"<VeskaClientComplianceResponse><ResponseType>Progress</ResponseType>" +
+                    ProgressOfState("1") + "</VeskaClientComplianceResponse>\n\n"}},
+        // Deliberate: neither the type nor its place among the progress elements is compared.
+        OutputCase{"AnswerOfAnotherTypeIsTaken",
+                   PrintedOneRow(),
+                   {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
+        OutputCase{"UnknownTypeBesideAKnownOneIsIgnored",
+                   PrintedCount(0),
+                   {Response("<ResponseType>Open</ResponseType><ResponseType>open</ResponseType>" +
+                             ProgressOfState("1"))}}),
+    [](auto const& test) { return std::string(test.param.name); });
 
-// Deliberate: neither the type nor its place among the progress elements is compared.
-TEST(ResultsTest, AnswerOfAnotherTypeIsTaken) {
-    ExpectOutput("COMPLIANCE_ResultCount is 1.\n" + ResultsWithDescription("x"),
-                 Response("<ResponseType>Close</ResponseType>"
-                          "<ResponseProgressState>1</ResponseProgressState>" +
-                          Row("d", "r", "t", "1", "x", "c")));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Errors, OutputTest,
+    testing::Values(
+        OutputCase{"Number", PrintedError("5"), {ProgressAnswer("2", "5")}},
+        OutputCase{"Zero", PrintedError("0"), {ProgressAnswer("2", "0")}},
+        OutputCase{"Negative", PrintedError("-2147483648"), {ProgressAnswer("2", "-2147483648")}},
+        OutputCase{"NoNumberIsZero", PrintedError("0"), {ProgressAnswer("2", "none")}},
+        OutputCase{"Minus22HasItsOwnText",
+                   "Client reports not available right now.\n",
+                   {ProgressAnswer("2", "-22")}},
+        OutputCase{"RowsAreNotPrinted", PrintedError("22"), {ProgressAnswer("2", "22", "9", row)}},
+        OutputCase{"MissingStateIsErrorZero", PrintedError("0"), {AnswerOfType("Progress")}},
+        OutputCase{"MissingStateWithAnError",
+                   "Client reports not available right now.\n",
+                   {Response("<ResponseType>Progress</ResponseType>"
+                             "<ResponseProgressError>-22</ResponseProgressError>")}}),
+    [](auto const& test) { return std::string(test.param.name); });
 
-TEST(ResultsTest, UnknownTypeBesideAKnownOneIsPassedOver) {
-    ExpectOutput("COMPLIANCE_ResultCount is 0.\n",
-                 Response("<ResponseType>Open</ResponseType><ResponseType>open</ResponseType>"
-                          "<ResponseProgressState>1</ResponseProgressState>"));
-}
+// Any other state is a bad response, for which the tool prints nothing.
+INSTANTIATE_TEST_SUITE_P(
+    States, OutputTest,
+    testing::Values(
+        OutputCase{"ZeroIsSilent", "", {ProgressAnswer("0")}},
+        OutputCase{"FourIsSilent", "", {ProgressAnswer("4", "5", "50", row)}},
+        OutputCase{"NegativeIsSilent", "", {ProgressAnswer("-1")}},
+        OutputCase{"NoNumberIsSilent", "", {ProgressAnswer("finished")}},
+        OutputCase{"EmptyIsSilent", "", {ProgressAnswer("")}},
+        OutputCase{"ReadByTheRulesOfAtoi",
+                   PrintedPercent("7") + PrintedCount(0),
+                   {ProgressAnswer("3abc", "0", "7%"), ProgressAnswer(" \r\n\t+1.9")}},
+        OutputCase{"ProgressLinesRepeat",
+                   PrintedPercent("0") + PrintedPercent("50") + PrintedPercent("50") +
+                       PrintedOneRow(),
+                   {ProgressAnswer("3", "0", "0"), ProgressAnswer("3", "0", "50"),
+                    ProgressAnswer("3", "0", "50"), OneRowAnswer()}},
+        // Printed unchecked; and no value of an answer remains for the next one.
+        OutputCase{"PercentHasNoRangeAndAnswersAreIndependent",
+                   PrintedPercent("-5") + PrintedPercent("2147483647") + PrintedPercent("0") +
+                       PrintedError("0"),
+                   {ProgressAnswer("3", "-22", "-5", row), ProgressAnswer("3", "0", "2147483647"),
+                    Response("<ResponseType>Progress</ResponseType>" + ProgressOfState("3")),
+                    AnswerOfType("Progress")}}),
+    [](auto const& test) { return std::string(test.param.name); });
 
-// The answer to the opening request says nothing to the tool, whatever stands in it.
-TEST(ResultsTest, ContentOfTheFirstAnswerIsNotLookedAt) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(
-            AgentScript()
-                .Answer(ProgressAnswer("2", "-22", "50", Row("x", "x", "x", "x", "x", "x")))
-                .Answer(Finished(""))
-                .Answer(ProgressAnswer("2", "5")));
-        EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-    });
-}
-
-TEST(ResultsTest, ErrorStatePrintsTheNumber) {
-    ExpectOutput("COMPLIANCE_Progress returned error 5.\n", ProgressAnswer("2", "5"));
-}
-
-TEST(ResultsTest, ErrorStateWithNumberZero) {
-    ExpectOutput("COMPLIANCE_Progress returned error 0.\n", ProgressAnswer("2", "0"));
-}
-
-TEST(ResultsTest, ErrorStateWithNegativeNumber) {
-    ExpectOutput("COMPLIANCE_Progress returned error -2147483648.\n",
-                 ProgressAnswer("2", "-2147483648"));
-}
-
-TEST(ResultsTest, ErrorStateWithTextThatIsNoNumber) {
-    ExpectOutput("COMPLIANCE_Progress returned error 0.\n", ProgressAnswer("2", "none"));
-}
-
-TEST(ResultsTest, ErrorMinus22HasItsOwnText) {
-    ExpectOutput("Client reports not available right now.\n", ProgressAnswer("2", "-22"));
-}
-
-TEST(ResultsTest, RowsOfAnErrorAreNotPrinted) {
-    ExpectOutput("COMPLIANCE_Progress returned error 22.\n",
-                 ProgressAnswer("2", "22", "100", Row("d", "r", "t", "1", "x", "c")));
-}
-
-TEST(ResultsTest, MissingStateCountsAsErrorZero) {
-    ExpectOutput("COMPLIANCE_Progress returned error 0.\n",
-                 Response("\t<ResponseType>Progress</ResponseType>\r\n"));
-}
-
-TEST(ResultsTest, MissingStateWithAnErrorPrintsIt) {
-    ExpectOutput("Client reports not available right now.\n",
-                 Response("<ResponseType>Progress</ResponseType>"
-                          "<ResponseProgressError>-22</ResponseProgressError>"));
-}
-
-// Any other state is a bad response, and the tool has no word for that.
-TEST(ResultsTest, StateZeroIsSilent) { ExpectOutput("", ProgressAnswer("0")); }
-
-TEST(ResultsTest, StateFourIsSilent) {
-    ExpectOutput("", ProgressAnswer("4", "5", "50", Row("d", "r", "t", "1", "x", "c")));
-}
-
-TEST(ResultsTest, NegativeStateIsSilent) { ExpectOutput("", ProgressAnswer("-1")); }
-
-TEST(ResultsTest, StateThatIsNoNumberIsSilent) { ExpectOutput("", ProgressAnswer("finished")); }
-
-TEST(ResultsTest, EmptyStateIsSilent) { ExpectOutput("", ProgressAnswer("")); }
-
-TEST(ResultsTest, StateIsReadByTheRulesOfAtoi) {
-    ExpectOutput("COMPLIANCE_Progress 7% completed.\n"
-                 "COMPLIANCE_ResultCount is 0.\n",
-                 {ProgressAnswer("3abc", "0", "7%"), ProgressAnswer(" \r\n\t+1.9")});
-}
-
-TEST(ResultsTest, ProgressLinesRepeatAsLongAsTheAgentSaysSo) {
-    ExpectOutput("COMPLIANCE_Progress 0% completed.\n"
-                 "COMPLIANCE_Progress 50% completed.\n"
-                 "COMPLIANCE_Progress 50% completed.\n"
-                 "COMPLIANCE_ResultCount is 1.\n" +
-                     ResultsWithDescription("x"),
-                 {ProgressAnswer("3", "0", "0"), ProgressAnswer("3", "0", "50"),
-                  ProgressAnswer("3", "0", "50"), Finished(Row("d", "r", "t", "1", "x", "c"))});
-}
-
-// Handed through as it stands; and nothing of an answer is left in the next one.
-TEST(ResultsTest, PercentHasNoRangeAndEachAnswerStandsAlone) {
-    ExpectOutput("COMPLIANCE_Progress -5% completed.\n"
-                 "COMPLIANCE_Progress 2147483647% completed.\n"
-                 "COMPLIANCE_Progress 0% completed.\n"
-                 "COMPLIANCE_Progress returned error 0.\n",
-                 {ProgressAnswer("3", "-22", "-5", Row("d", "r", "t", "1", "x", "c")),
-                  ProgressAnswer("3", "0", "2147483647"),
-                  Response("<ResponseType>Progress</ResponseType>"
-                           "<ResponseProgressState>3</ResponseProgressState>"),
-                  Response("<ResponseType>Progress</ResponseType>")});
+// The tool prints nothing of the answer to the opening request.
+SANDBOX_TEST(ResultsTest, ContentOfTheFirstAnswerIsIgnored) {
+    auto const evaluation = Evaluate(AgentScript()
+                                         .Answer(ProgressAnswer("2", "-22", "50", row))
+                                         .Answer(Finished(""))
+                                         .Answer(ProgressAnswer("2", "5")));
+    EXPECT_EQ(PrintedCount(0), evaluation.tool.output);
+    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
 }
 
 // With a reader that is no terminal the text comes when the library's buffer is full or at the end.
-TEST(ResultsTest, OutputIsNotFlushedLineByLine) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("3", "0", "10"))
-                                .Answer(Finished(""))
-                                .Answer(CloseAnswer()));
-        Tool tool({"-d"});
-        agent.AwaitRequests(4);
-        EXPECT_EQ("", tool.Output());
-        EXPECT_EQ("COMPLIANCE_Progress 10% completed.\n"
-                  "COMPLIANCE_ResultCount is 0.\n",
-                  tool.Wait().output);
-    });
+SANDBOX_TEST(ResultsTest, OutputIsNotFlushedLineByLine) {
+    ScriptedAgent agent(AgentScript()
+                            .Answer(OpenAnswer())
+                            .Answer(ProgressAnswer("3", "0", "10"))
+                            .Answer(Finished(""))
+                            .Answer(CloseAnswer()));
+    Tool tool({"-d"});
+    agent.AwaitRequests(4);
+    EXPECT_EQ("", tool.Output());
+    EXPECT_EQ("COMPLIANCE_Progress 10% completed.\n"
+              "COMPLIANCE_ResultCount is 0.\n",
+              tool.Wait().output);
 }
 
 // On a terminal each line comes when it is said.
-TEST(ResultsTest, OutputToATerminalComesLineByLine) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        ASSERT_LE(0, terminal);
-        ASSERT_EQ(0, grantpt(terminal));
-        ASSERT_EQ(0, unlockpt(terminal));
-        std::string const name = ptsname(terminal);
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "10")));
-        Tool tool({"-d"}, {.prepare = [&] {
-                      int const file = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-                      return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
-                  }});
-        agent.AwaitEnd();
-        char text[100];
-        ssize_t const length = read(terminal, text, sizeof text);
-        ASSERT_LT(0, length);
-        EXPECT_EQ("COMPLIANCE_Progress 10% completed.\r\n",
-                  std::string(text, static_cast<size_t>(length)));
-    });
+SANDBOX_TEST(ResultsTest, OutputToATerminalComesLineByLine) {
+    int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_LE(0, terminal);
+    ASSERT_EQ(0, grantpt(terminal));
+    ASSERT_EQ(0, unlockpt(terminal));
+    std::string const name = ptsname(terminal);
+    ScriptedAgent agent(AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "10")));
+    Tool tool({"-d"}, {.prepare = [&] {
+                  int const file = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+                  return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
+              }});
+    agent.AwaitEnd();
+    char text[100];
+    ssize_t const length = read(terminal, text, sizeof text);
+    ASSERT_LT(0, length);
+    EXPECT_EQ("COMPLIANCE_Progress 10% completed.\r\n",
+              std::string(text, static_cast<size_t>(length)));
 }
 
-TEST(ResultsTest, UserWithoutRightsGetsTheSame) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(Finished(Row("d", "r", "t", "1", "x", "c")))
-                                .Answer(CloseAnswer()));
-        ToolRun const run = RunToolWithoutRights({"-d"});
-        EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n" + ResultsWithDescription("x"), run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    });
+SANDBOX_TEST(ResultsTest, UserWithoutRightsGetsTheSame) {
+    ScriptedAgent agent(
+        AgentScript().Answer(OpenAnswer()).Answer(OneRowAnswer()).Answer(CloseAnswer()));
+    ToolRun const run = RunToolWithoutRights({"-d"});
+    EXPECT_EQ(PrintedOneRow(), run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
 } // namespace

@@ -19,25 +19,14 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 
-std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
-
-constexpr char results[] = "COMPLIANCE_Progress 50% completed.\n"
-                           "COMPLIANCE_ResultCount is 1.\n"
-                           "    Designator: d\n"
-                           "        Result: r\n"
-                           "   Result Type: t\n"
-                           "Eval Time (\xB5s): 1\n"
-                           "          Desc: x\n"
-                           "       Comment: c\n"
-                           "\n";
+std::string const results = PrintedPercent("50") + PrintedOneRow();
 
 AgentScript WholeEvaluation() {
     return AgentScript()
         .Answer(OpenAnswer())
         .Answer(ProgressAnswer("3", "0", "50"))
-        .Answer(finished)
+        .Answer(OneRowAnswer())
         .Answer(CloseAnswer());
 }
 
@@ -74,18 +63,16 @@ protected:
                 options.closedDescriptors.push_back(descriptor);
         return options;
     }
-};
 
-TEST_P(ClosedDescriptorsTest, AreHeldByDevNullAndNothingIsLostOrMisplaced) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
+    // Nothing is lost or misplaced in a whole evaluation.
+    static void ExpectHeldBy(std::string const& holder) {
         ScriptedAgent agent(WholeEvaluation());
         Tool tool({"-d"}, Options());
         agent.AwaitRequests(1);
         std::string const descriptors = "/proc/" + std::to_string(tool.pid()) + "/fd/";
         for (int descriptor = 0; descriptor <= 2; ++descriptor) {
             fs::path const target = fs::read_symlink(descriptors + std::to_string(descriptor));
-            EXPECT_EQ(IsClosed(descriptor), target == "/dev/null") << descriptor << ' ' << target;
+            EXPECT_EQ(IsClosed(descriptor), target == holder) << descriptor << ' ' << target;
         }
         EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(descriptors + '3'));
         EXPECT_EQ("0 1 2 3 ", ListDirectory(descriptors));
@@ -93,7 +80,15 @@ TEST_P(ClosedDescriptorsTest, AreHeldByDevNullAndNothingIsLostOrMisplaced) {
         EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : results, run.output);
         EXPECT_EQ(ExitStatus::Exited(0), run.status);
         ExpectExchangeUntouched(agent);
-    });
+    }
+};
+
+TEST_P(ClosedDescriptorsTest, AreHeldByDevNull) {
+    PrivateMachine::RunWithDirectories([] { ExpectHeldBy("/dev/null"); });
+}
+
+TEST_P(ClosedDescriptorsTest, AreHeldByTheRootDirectoryWithoutDevNull) {
+    PrivateMachine::RunWithDirectories([] { ExpectHeldBy("/"); }, {.emptyPlaces = {"/dev"}});
 }
 
 TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
@@ -107,25 +102,6 @@ TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
     });
 }
 
-TEST_P(ClosedDescriptorsTest, AreHeldByTheRootDirectoryWithoutDevNull) {
-    PrivateMachine::Run({.emptyPlaces = {"/dev"}}, [] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        Tool tool({"-d"}, Options());
-        agent.AwaitRequests(1);
-        std::string const descriptors = "/proc/" + std::to_string(tool.pid()) + "/fd/";
-        for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-            fs::path const target = fs::read_symlink(descriptors + std::to_string(descriptor));
-            EXPECT_EQ(IsClosed(descriptor), target == "/") << descriptor << ' ' << target;
-        }
-        EXPECT_EQ("0 1 2 3 ", ListDirectory(descriptors));
-        ToolRun const run = tool.Wait();
-        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : results, run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        ExpectExchangeUntouched(agent);
-    });
-}
-
 INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing::Range(0, 8),
                          [](auto const& param) {
                              std::string name = "Closed";
@@ -135,14 +111,11 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
                              return name;
                          });
 
-TEST(StandardDescriptorsTest, FullOutputChangesNeitherTheExchangeNorTheStatus) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        ExpectExchangeUntouched(agent);
-    });
+SANDBOX_TEST(StandardDescriptorsTest, FullOutputChangesNeitherTheExchangeNorTheStatus) {
+    ScriptedAgent agent(WholeEvaluation());
+    ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectExchangeUntouched(agent);
 }
 
 TEST(StandardDescriptorsTest, FullOutputDoesNotChangeTheOtherStatuses) {
@@ -153,83 +126,63 @@ TEST(StandardDescriptorsTest, FullOutputDoesNotChangeTheOtherStatuses) {
 }
 
 // More output than the library holds back, so that writing fails in the middle of the rows too.
-TEST(StandardDescriptorsTest, FullOutputInTheMiddleOfTheRows) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        std::string rows;
-        for (int i = 0; i < 100; ++i)
-            rows += Row("d", std::string(1000, 'r'), "t", "1", "x", "c");
-        ScriptedAgent agent(AgentScript()
-                                .Answer(OpenAnswer())
-                                .Answer(ProgressAnswer("1", "0", "100", rows))
-                                .Answer(CloseAnswer()));
-        ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        agent.AwaitEnd();
-        EXPECT_EQ(3u, agent.Requests().size());
-    });
+SANDBOX_TEST(StandardDescriptorsTest, FullOutputInTheMiddleOfTheRows) {
+    std::string rows;
+    for (int i = 0; i < 100; ++i)
+        rows += Row({"d", std::string(1000, 'r'), "t", "1", "x", "c"});
+    ScriptedAgent agent(AgentScript()
+                            .Answer(OpenAnswer())
+                            .Answer(ProgressAnswer("1", "0", "100", rows))
+                            .Answer(CloseAnswer()));
+    ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    agent.AwaitEnd();
+    EXPECT_EQ(3u, agent.Requests().size());
 }
 
-TEST(StandardDescriptorsTest, OutputThatMayOnlyBeReadChangesNothing) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        ToolRun const run = RunTool({"-d"}, {.prepare = [] {
-                                        int const file = open("/dev/null", O_RDONLY | O_CLOEXEC);
-                                        return dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
-                                    }});
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        ExpectExchangeUntouched(agent);
-    });
+SANDBOX_TEST(StandardDescriptorsTest, OutputThatMayOnlyBeReadChangesNothing) {
+    ScriptedAgent agent(WholeEvaluation());
+    ToolRun const run = RunTool({"-d"}, {.prepare = [] {
+                                    int const file = open("/dev/null", O_RDONLY | O_CLOEXEC);
+                                    return dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
+                                }});
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectExchangeUntouched(agent);
 }
 
-// Signals keep their defaults. The text comes at the end, behind the close, and so does the signal.
-TEST(StandardDescriptorsTest, ReaderThatIsGoneEndsTheToolBehindTheClose) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        ToolRun const run = RunTool({"-d"}, {.prepare = [] {
-                                        int ends[2];
-                                        if (pipe2(ends, O_CLOEXEC) != 0)
-                                            return false;
-                                        return dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
-                                    }});
-        EXPECT_EQ(ExitStatus::Killed(SIGPIPE), run.status);
-        ExpectExchangeUntouched(agent);
-    });
+bool WriteToClosedPipe() {
+    int ends[2];
+    return pipe2(ends, O_CLOEXEC) == 0 && dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
 }
 
-TEST(StandardDescriptorsTest, IgnoredPipeSignalStaysIgnored) {
-    PrivateMachine::Run([] {
-        EXPECT_EQ(ExitStatus::Exited(255),
-                  RunTool({}, {.prepare =
-                                   [] {
-                                       int ends[2];
-                                       if (pipe2(ends, O_CLOEXEC) != 0)
-                                           return false;
-                                       std::signal(SIGPIPE, SIG_IGN);
-                                       return dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
-                                   }})
-                      .status);
-    });
+// Signals keep their defaults. The text and the signal come at the end, after the close.
+SANDBOX_TEST(StandardDescriptorsTest, MissingReaderEndsTheToolAfterTheClose) {
+    ScriptedAgent agent(WholeEvaluation());
+    EXPECT_EQ(ExitStatus::Killed(SIGPIPE), RunTool({"-d"}, {.prepare = WriteToClosedPipe}).status);
+    ExpectExchangeUntouched(agent);
 }
 
-TEST(StandardDescriptorsTest, InputIsNeverRead) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(WholeEvaluation());
-        int ends[2];
-        ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-        ASSERT_EQ(1, write(ends[1], "x", 1));
-        ToolRun const run = RunTool({"-d"}, {.prepare = [&] {
-                                        return dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
-                                    }});
-        EXPECT_EQ(results, run.output);
-        char byte = 0;
-        EXPECT_EQ(1, read(ends[0], &byte, 1));
-        EXPECT_EQ('x', byte);
-        ExpectExchangeUntouched(agent);
-    });
+SANDBOX_TEST(StandardDescriptorsTest, IgnoredPipeSignalStaysIgnored) {
+    ToolRun const run = RunTool({}, {.prepare = [] {
+                                    std::signal(SIGPIPE, SIG_IGN);
+                                    return WriteToClosedPipe();
+                                }});
+    EXPECT_EQ(ExitStatus::Exited(255), run.status);
+}
+
+SANDBOX_TEST(StandardDescriptorsTest, InputIsNeverRead) {
+    ScriptedAgent agent(WholeEvaluation());
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    ASSERT_EQ(1, write(ends[1], "x", 1));
+    ToolRun const run = RunTool({"-d"}, {.prepare = [&] {
+                                    return dup2(ends[0], STDIN_FILENO) == STDIN_FILENO;
+                                }});
+    EXPECT_EQ(results, run.output);
+    char byte = 0;
+    EXPECT_EQ(1, read(ends[0], &byte, 1));
+    EXPECT_EQ('x', byte);
+    ExpectExchangeUntouched(agent);
 }
 
 } // namespace

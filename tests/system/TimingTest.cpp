@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -52,177 +53,140 @@ void ExpectTook(milliseconds least, ToolRun const& run) {
 std::string const finishedWithoutRows = ProgressAnswer("1");
 constexpr char noRows[] = "COMPLIANCE_ResultCount is 0.\n";
 
-// An opening exchange that goes on as the script says, in which the tool must find its answer at
-// the given look. The rest of the evaluation is answered at once.
-void ExpectAnsweredAtLook(int second, AgentScript script) {
-    PrivateMachine::Run([&] {
+// How an opening exchange goes on, and at which look the tool must find its answer. The rest of the
+// evaluation is answered at once.
+struct Answered {
+    char const* name;
+    int second;
+    AgentScript script;
+};
+
+void PrintTo(Answered const& test, std::ostream* out) { *out << test.name; }
+
+class AnsweredTest : public testing::TestWithParam<Answered> {};
+
+TEST_P(AnsweredTest, AtTheLook) {
+    Answered const& test = GetParam();
+    PrivateMachine::RunWithDirectories([&] {
+        AgentScript script = test.script;
         auto const evaluation = Evaluate(script.Answer(finishedWithoutRows).Answer(CloseAnswer()));
         EXPECT_EQ(noRows, evaluation.tool.output);
         EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-        EXPECT_EQ((std::vector<int>{second, 1}), LooksOf(evaluation.requests));
-        ExpectTook(seconds(second + 2), evaluation.tool);
+        EXPECT_EQ((std::vector<int>{test.second, 1}), LooksOf(evaluation.requests));
+        ExpectTook(seconds(test.second + 2), evaluation.tool);
     });
 }
 
-// A request that is taken so long after it was seen.
+// A request that is taken after this time, with its answer.
 AgentScript GoneAfter(milliseconds time) {
     return AgentScript().AwaitRequest().Respond(OpenAnswer()).PauseUntil(time).RemoveRequest();
 }
 
-TEST(TimingTest, AgentThatAnswersAtOnceCostsOneSecondForEachExchange) {
-    ExpectAnsweredAtLook(1, GoneAfter(milliseconds(0)));
+// A request that is taken at once, and answered after this time.
+AgentScript AnsweredAfter(milliseconds time) {
+    return AgentScript().AwaitRequest().RemoveRequest().PauseUntil(time).Respond(OpenAnswer());
 }
 
-TEST(TimingTest, GoneAfterTheFirstLookIsFoundAtTheSecond) {
-    ExpectAnsweredAtLook(3, GoneAfter(milliseconds(1700)));
+// An answer that cannot be read at the first look, and a good one in time for another.
+AgentScript MendedAfter(milliseconds time, std::string const& bytes) {
+    return AgentScript().Answer(bytes).PauseUntil(time).Respond(OpenAnswer());
 }
 
-TEST(TimingTest, GoneAfterTheSecondLookIsFoundAtTheThird) {
-    ExpectAnsweredAtLook(7, GoneAfter(milliseconds(3700)));
-}
-
-TEST(TimingTest, GoneInTheEighthSecondIsFoundAtTheLimit) {
-    ExpectAnsweredAtLook(10, GoneAfter(milliseconds(8000)));
-}
-
-TEST(TimingTest, GarbageAtTheFirstLooksAndGoodAtTheThird) {
-    ExpectAnsweredAtLook(7, AgentScript()
-                                .AwaitRequest()
-                                .Respond("garbage")
-                                .RemoveRequest()
-                                .PauseUntil(milliseconds(3700))
-                                .Respond(OpenAnswer()));
-}
-
-TEST(TimingTest, ResponseThatComesAfterTheRequestIsGone) {
-    ExpectAnsweredAtLook(3, AgentScript()
-                                .AwaitRequest()
-                                .RemoveRequest()
-                                .PauseUntil(milliseconds(1700))
-                                .Respond(OpenAnswer()));
-}
-
-TEST(TimingTest, GoodAtTheLastLookAfterThreeFailedReads) {
-    ExpectAnsweredAtLook(10, AgentScript()
-                                 .AwaitRequest()
-                                 .RemoveRequest()
-                                 .PauseUntil(milliseconds(8000))
-                                 .Respond(OpenAnswer()));
-}
-
-// At the second look the response is good, but a request stands there.
-TEST(TimingTest, NothingIsReadAtALookThatFindsTheRequestAgain) {
-    ExpectAnsweredAtLook(7, AgentScript()
-                                .AwaitRequest()
-                                .RemoveRequest()
-                                .PauseUntil(milliseconds(1700))
-                                .Respond(OpenAnswer())
-                                .PutRequest("again")
-                                .PauseUntil(milliseconds(4000))
-                                .RemoveRequest());
-}
-
-TEST(TimingTest, RequestThatIsOnlySwappedForAnotherIsStillThere) {
-    ExpectAnsweredAtLook(3, AgentScript()
-                                .AwaitRequest()
-                                .Respond(OpenAnswer())
-                                .PutRequest("another")
-                                .PauseUntil(milliseconds(1700))
-                                .RemoveRequest());
-}
-
-TEST(TimingTest, PollsComeEveryTwoSeconds) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript()
-                                             .Answer(OpenAnswer())
-                                             .Answer(ProgressAnswer("3"))
-                                             .Answer(ProgressAnswer("3"))
-                                             .Answer(finishedWithoutRows)
-                                             .Answer(CloseAnswer()));
-        ASSERT_EQ(5u, evaluation.requests.size());
-        for (size_t const poll : {2, 3}) {
-            auto const between = duration_cast<milliseconds>(evaluation.requests[poll].when -
-                                                             evaluation.requests[poll - 1].when);
-            EXPECT_LT(1700, between.count());
-            EXPECT_GT(2900, between.count());
-        }
-        ExpectTook(seconds(7), evaluation.tool);
-    });
-}
-
-// Unreadable answers: each is passed over at the first look, and a good one taken at the second.
-
-struct BadResponse {
-    char const* name;
-    std::string bytes;
-};
-
-void PrintTo(BadResponse const& response, std::ostream* out) { *out << response.name; }
-
-class BadResponseTest : public testing::TestWithParam<BadResponse> {};
-
-TEST_P(BadResponseTest, IsTriedAgainAtTheNextLook) {
-    ExpectAnsweredAtLook(3, AgentScript()
-                                .AwaitRequest()
-                                .Respond(GetParam().bytes)
-                                .RemoveRequest()
-                                .PauseUntil(milliseconds(1700))
-                                .Respond(OpenAnswer()));
-}
+constexpr milliseconds afterFirst{1700};
+constexpr milliseconds afterSecond{3700};
+constexpr milliseconds afterThird{8000};
 
 INSTANTIATE_TEST_SUITE_P(
-    TimingTest, BadResponseTest,
+    Looks, AnsweredTest,
+    testing::Values(Answered{"GoneAtOnce", 1, GoneAfter(milliseconds(0))},
+                    Answered{"GoneAfterTheFirst", 3, GoneAfter(afterFirst)},
+                    Answered{"GoneAfterTheSecond", 7, GoneAfter(afterSecond)},
+                    Answered{"GoneInTheEighthSecond", 10, GoneAfter(afterThird)},
+                    Answered{"GarbageAtFirst", 7, MendedAfter(afterSecond, "garbage")},
+                    Answered{"ResponseAfterTheRequestIsGone", 3, AnsweredAfter(afterFirst)},
+                    Answered{"GoodAfterThreeFailedReads", 10, AnsweredAfter(afterThird)},
+                    // At the second look the response is good, but there is a request.
+                    Answered{"NothingIsReadWhileARequestIsThere", 7,
+                             AnsweredAfter(afterFirst)
+                                 .PutRequest("again")
+                                 .PauseUntil(milliseconds(4000))
+                                 .RemoveRequest()},
+                    Answered{"SwappedRequestIsStillThere", 3,
+                             AgentScript()
+                                 .AwaitRequest()
+                                 .Respond(OpenAnswer())
+                                 .PutRequest("another")
+                                 .PauseUntil(afterFirst)
+                                 .RemoveRequest()}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+Answered Unreadable(char const* name, std::string const& bytes) {
+    return {name, 3, MendedAfter(afterFirst, bytes)};
+}
+
+std::string const response = "<ResponseType>Open</ResponseType>";
+
+INSTANTIATE_TEST_SUITE_P(
+    UnreadableAtFirst, AnsweredTest,
     testing::Values(
-        BadResponse{"Empty", ""}, BadResponse{"TextAlone", "text without any element\r\n"},
-        BadResponse{"ZeroBytes", std::string(70'000, '\0')},
-        BadResponse{"DeclarationAlone", "<?xml version=\"1.0\"?>\r\n"},
-        BadResponse{"BrokenOffInTheRoot",
-                    OpenAnswer().substr(0, OpenAnswer().find("</VeskaClientComplianceResponse>"))},
-        BadResponse{"BrokenOffBeforeItsLastByte", OpenAnswer().substr(0, OpenAnswer().size() - 1)},
-        BadResponse{"OtherRoot", "<VeskaClientComplianceRequest><ResponseType>Open</ResponseType>"
-                                 "</VeskaClientComplianceRequest>"},
-        BadResponse{"RootInOtherCase",
-                    "<veskaclientcomplianceresponse><ResponseType>Open</ResponseType>"
-                    "</veskaclientcomplianceresponse>"},
-        BadResponse{"RootWithoutChildren", Response("")},
-        BadResponse{"NoType", Response("<ResponseProgressState>1</ResponseProgressState>")},
-        BadResponse{"UnknownType", Response("<ResponseType>open</ResponseType>")},
-        BadResponse{"TypeWithBlanks", Response("<ResponseType> Open </ResponseType>")},
-        BadResponse{"TypeInDepth", Response("<x><ResponseType>Open</ResponseType></x>")},
+        Unreadable("Empty", ""), Unreadable("TextAlone", "text without any element\r\n"),
+        Unreadable("ZeroBytes", std::string(70'000, '\0')),
+        Unreadable("DeclarationAlone", "<?xml version=\"1.0\"?>\r\n"),
+        Unreadable("BrokenOffInTheRoot",
+                   OpenAnswer().substr(0, OpenAnswer().find("</VeskaClientComplianceResponse>"))),
+        Unreadable("BrokenOffBeforeItsLastByte", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
+        Unreadable("OtherRoot", Element("VeskaClientComplianceRequest", response)),
+        Unreadable("RootInOtherCase", Element("veskaclientcomplianceresponse", response)),
+        Unreadable("RootWithoutChildren", Response("")),
+        Unreadable("NoType", Response("<ResponseProgressState>1</ResponseProgressState>")),
+        Unreadable("UnknownType", AnswerOfType("open")),
+        Unreadable("TypeWithBlanks", AnswerOfType(" Open ")),
+        Unreadable("TypeInDepth", Response(Element("x", response))),
         // The short form closes the element around it.
-        BadResponse{"ShortEmptyElement", Response("<x/><ResponseType>Open</ResponseType>")}),
-    [](auto const& param) { return std::string(param.param.name); });
+        Unreadable("ShortEmptyElement", Response("<x/>" + response))),
+    [](auto const& test) { return std::string(test.param.name); });
+
+SANDBOX_TEST(TimingTest, PollsComeEveryTwoSeconds) {
+    auto const evaluation = Evaluate(AgentScript()
+                                         .Answer(OpenAnswer())
+                                         .Answer(ProgressAnswer("3"))
+                                         .Answer(ProgressAnswer("3"))
+                                         .Answer(finishedWithoutRows)
+                                         .Answer(CloseAnswer()));
+    ASSERT_EQ(5u, evaluation.requests.size());
+    for (size_t const poll : {2, 3}) {
+        auto const between = duration_cast<milliseconds>(evaluation.requests[poll].when -
+                                                         evaluation.requests[poll - 1].when);
+        EXPECT_LT(1700, between.count());
+        EXPECT_GT(2900, between.count());
+    }
+    ExpectTook(seconds(7), evaluation.tool);
+}
 
 // Exchanges that come to nothing.
 
-TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes(ScriptedAgent::response, "never looked at");
-        auto const evaluation = Evaluate(AgentScript().AwaitRequest());
-        EXPECT_EQ(OpenError(-3), evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-        ExpectTook(seconds(10), evaluation.tool);
-        // No Close follows, the request stays, and the next one is refused.
-        EXPECT_EQ(1u, evaluation.requests.size());
-        EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("never looked at", ReadBytes(ScriptedAgent::response));
-        ScriptedAgent agent;
-        EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
-    });
+SANDBOX_TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
+    WriteBytes(ScriptedAgent::response, "never looked at");
+    auto const evaluation = Evaluate(AgentScript().AwaitRequest());
+    EXPECT_EQ(OpenError(-3), evaluation.tool.output);
+    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    ExpectTook(seconds(10), evaluation.tool);
+    // No Close follows, the request stays, and the next one is refused.
+    EXPECT_EQ(1u, evaluation.requests.size());
+    EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("never looked at", ReadBytes(ScriptedAgent::response));
+    ScriptedAgent agent;
+    EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
 }
 
-TEST(TimingTest, RequestThatGoesRightAfterTheLimitIsTooLate) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ScriptedAgent agent(AgentScript()
-                                .AwaitRequest()
-                                .Respond(OpenAnswer())
-                                .PauseUntil(milliseconds(11'500))
-                                .RemoveRequest());
-        EXPECT_EQ(OpenError(-3), RunTool({"-d"}).output);
-        agent.AwaitEnd();
-    });
+SANDBOX_TEST(TimingTest, RequestThatGoesRightAfterTheLimitIsTooLate) {
+    ScriptedAgent agent(AgentScript()
+                            .AwaitRequest()
+                            .Respond(OpenAnswer())
+                            .PauseUntil(milliseconds(11'500))
+                            .RemoveRequest());
+    EXPECT_EQ(OpenError(-3), RunTool({"-d"}).output);
+    agent.AwaitEnd();
 }
 
 // An error while polling is silent. The Close replaces the Progress request that was never taken.
@@ -239,140 +203,122 @@ TEST(TimingTest, PollsThatAreNeverTakenEndSilently) {
     });
 }
 
-TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript().AwaitRequest().RemoveRequest());
-        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-        ExpectTook(seconds(10), evaluation.tool);
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-        EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
-    });
+SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
+    auto const evaluation = Evaluate(AgentScript().AwaitRequest().RemoveRequest());
+    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    ExpectTook(seconds(10), evaluation.tool);
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
 }
 
-TEST(TimingTest, GarbageGivesMinus7AndStays) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript().Answer("garbage"));
-        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-        ExpectTook(seconds(10), evaluation.tool);
-        EXPECT_EQ("garbage", ReadBytes(ScriptedAgent::response));
-    });
+SANDBOX_TEST(TimingTest, GarbageGivesMinus7AndStays) {
+    auto const evaluation = Evaluate(AgentScript().Answer("garbage"));
+    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+    ExpectTook(seconds(10), evaluation.tool);
+    EXPECT_EQ("garbage", ReadBytes(ScriptedAgent::response));
 }
 
-TEST(TimingTest, MissingResponseDirectoryGivesMinus7) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::remove("/var/opt/VeskaClient/ResponseDir");
-        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
-        EXPECT_EQ(OpenError(-7), RunTool({"-d"}).output);
-    });
-}
-
-TEST(TimingTest, DirectoryUnderTheNameOfTheResponseGivesMinus7) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::create_directory(ScriptedAgent::response);
-        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
-        EXPECT_EQ(OpenError(-7), RunTool({"-d"}).output);
-    });
-}
-
-TEST(TimingTest, ResponseThatMayNotBeReadGivesMinus7) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        WriteBytes(ScriptedAgent::response, OpenAnswer());
-        ASSERT_EQ(0, chmod(ScriptedAgent::response, 0));
+// Each for the whole ten seconds.
+void ExpectMinus7(std::function<void()> const& prepare) {
+    PrivateMachine::RunWithDirectories([&] {
+        prepare();
         ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
         EXPECT_EQ(OpenError(-7), RunToolWithoutRights({"-d"}).output);
     });
 }
 
-// One failed read decides, also when the request stands there again at all later looks.
-TEST(TimingTest, FailedReadAndThenTheRequestAgainGivesMinus7) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript()
-                                             .AwaitRequest()
-                                             .RemoveRequest()
-                                             .PauseUntil(milliseconds(1700))
-                                             .PutRequest("again"));
-        EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-        ExpectTook(seconds(10), evaluation.tool);
-        EXPECT_EQ("again", ReadBytes(ScriptedAgent::request));
+TEST(TimingTest, MissingResponseDirectoryGivesMinus7) {
+    ExpectMinus7([] { fs::remove("/var/opt/VeskaClient/ResponseDir"); });
+}
+
+TEST(TimingTest, DirectoryAtTheResponseGivesMinus7) {
+    ExpectMinus7([] { fs::create_directory(ScriptedAgent::response); });
+}
+
+TEST(TimingTest, ResponseThatMayNotBeReadGivesMinus7) {
+    ExpectMinus7([] {
+        WriteBytes(ScriptedAgent::response, OpenAnswer());
+        ASSERT_EQ(0, chmod(ScriptedAgent::response, 0));
     });
+}
+
+// One failed read decides, also when the request stands there again at all later looks.
+SANDBOX_TEST(TimingTest, FailedReadAndThenTheRequestAgainGivesMinus7) {
+    auto const evaluation = Evaluate(AgentScript()
+                                         .AwaitRequest()
+                                         .RemoveRequest()
+                                         .PauseUntil(milliseconds(1700))
+                                         .PutRequest("again"));
+    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
+    ExpectTook(seconds(10), evaluation.tool);
+    EXPECT_EQ("again", ReadBytes(ScriptedAgent::request));
 }
 
 // The one wait without a limit: opening the fifo at the first look. It is no response then.
-TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ASSERT_EQ(0, mkfifo(ScriptedAgent::response, 0666));
-        ScriptedAgent agent(AgentScript()
-                                .AwaitRequest()
-                                .RemoveRequest()
-                                .Answer(finishedWithoutRows)
-                                .Answer(CloseAnswer()));
-        Tool tool({"-d"});
-        agent.AwaitRequests(1);
-        std::this_thread::sleep_for(milliseconds(2500));
-        int const fifo = open(ScriptedAgent::response, O_WRONLY | O_CLOEXEC);
-        ASSERT_LE(0, fifo);
-        fs::remove(ScriptedAgent::response);
-        WriteBytes(ScriptedAgent::response, OpenAnswer());
-        close(fifo);
-        EXPECT_EQ(noRows, tool.Wait().output);
-        auto const requests = agent.Requests();
-        ASSERT_EQ(3u, requests.size());
-        // The second sleep of 2,000 ms begins when the first look is over.
-        auto const took = duration_cast<milliseconds>(requests[1].when - requests[0].when);
-        EXPECT_LT(4400, took.count());
-        EXPECT_GT(6400, took.count());
-    });
+SANDBOX_TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
+    ASSERT_EQ(0, mkfifo(ScriptedAgent::response, 0666));
+    ScriptedAgent agent(AgentScript()
+                            .AwaitRequest()
+                            .RemoveRequest()
+                            .Answer(finishedWithoutRows)
+                            .Answer(CloseAnswer()));
+    Tool tool({"-d"});
+    agent.AwaitRequests(1);
+    std::this_thread::sleep_for(milliseconds(2500));
+    int const fifo = open(ScriptedAgent::response, O_WRONLY | O_CLOEXEC);
+    ASSERT_LE(0, fifo);
+    fs::remove(ScriptedAgent::response);
+    WriteBytes(ScriptedAgent::response, OpenAnswer());
+    close(fifo);
+    EXPECT_EQ(noRows, tool.Wait().output);
+    auto const requests = agent.Requests();
+    ASSERT_EQ(3u, requests.size());
+    // The second sleep of 2,000 ms begins when the first look is over.
+    auto const took = duration_cast<milliseconds>(requests[1].when - requests[0].when);
+    EXPECT_LT(4400, took.count());
+    EXPECT_GT(6400, took.count());
 }
 
 // A request that the agent has put back before the next one is replaced by it.
-TEST(TimingTest, RequestPutBackBetweenPollsIsReplaced) {
-    PrivateMachine::Run([] {
-        auto const evaluation = Evaluate(AgentScript()
-                                             .Answer(OpenAnswer())
-                                             .Answer(ProgressAnswer("3", "0", "50"))
-                                             .PauseUntil(milliseconds(1500))
-                                             .PutRequest("in the way")
-                                             .Answer(finishedWithoutRows)
-                                             .Answer(CloseAnswer()));
-        EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
-                  "COMPLIANCE_ResultCount is 0.\n",
-                  evaluation.tool.output);
-        ASSERT_EQ(4u, evaluation.requests.size());
-        EXPECT_EQ(progressRequest, evaluation.requests[2].bytes);
-    });
+SANDBOX_TEST(TimingTest, RequestPutBackBetweenPollsIsReplaced) {
+    auto const evaluation = Evaluate(AgentScript()
+                                         .Answer(OpenAnswer())
+                                         .Answer(ProgressAnswer("3", "0", "50"))
+                                         .PauseUntil(milliseconds(1500))
+                                         .PutRequest("in the way")
+                                         .Answer(finishedWithoutRows)
+                                         .Answer(CloseAnswer()));
+    EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
+              "COMPLIANCE_ResultCount is 0.\n",
+              evaluation.tool.output);
+    ASSERT_EQ(4u, evaluation.requests.size());
+    EXPECT_EQ(progressRequest, evaluation.requests[2].bytes);
 }
 
 // Deliberate: nothing ties an answer to its request.
-TEST(TimingTest, AnswerOfAnEarlierEvaluationIsTakenForAllThree) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        std::string const stale =
-            ProgressAnswer("1", "0", "100", Row("stale", "r", "t", "1", "x", "c"));
-        WriteBytes(ScriptedAgent::response, stale);
-        auto const evaluation = Evaluate(AgentScript()
-                                             .AwaitRequest()
-                                             .RemoveRequest()
-                                             .AwaitRequest()
-                                             .RemoveRequest()
-                                             .AwaitRequest()
-                                             .RemoveRequest());
-        EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n"
-                  "    Designator: stale\n"
-                  "        Result: r\n"
-                  "   Result Type: t\n"
-                  "Eval Time (\xB5s): 1\n"
-                  "          Desc: x\n"
-                  "       Comment: c\n"
-                  "\n",
-                  evaluation.tool.output);
-        ExpectTook(seconds(3), evaluation.tool);
-        EXPECT_EQ(stale, ReadBytes(ScriptedAgent::response));
-    });
+SANDBOX_TEST(TimingTest, AnswerOfAnEarlierEvaluationIsTakenForAllThree) {
+    std::string const stale =
+        ProgressAnswer("1", "0", "100", Row({"stale", "r", "t", "1", "x", "c"}));
+    WriteBytes(ScriptedAgent::response, stale);
+    auto const evaluation = Evaluate(AgentScript()
+                                         .AwaitRequest()
+                                         .RemoveRequest()
+                                         .AwaitRequest()
+                                         .RemoveRequest()
+                                         .AwaitRequest()
+                                         .RemoveRequest());
+    EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n"
+              "    Designator: stale\n"
+              "        Result: r\n"
+              "   Result Type: t\n"
+              "Eval Time (\xB5s): 1\n"
+              "          Desc: x\n"
+              "       Comment: c\n"
+              "\n",
+              evaluation.tool.output);
+    ExpectTook(seconds(3), evaluation.tool);
+    EXPECT_EQ(stale, ReadBytes(ScriptedAgent::response));
 }
 
 } // namespace

@@ -7,13 +7,14 @@
 
 #include <chrono>
 #include <filesystem>
+#include <ostream>
 #include <string>
+#include <utility>
 
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
+#include "tests/support/Entries.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/system/Documents.h"
@@ -128,131 +129,78 @@ TEST(WriteFailureTest, RequestWhoseRenameIsRefusedCountsAsPublishedAndTaken) {
     });
 }
 
-TEST(WriteFailureTest, FullDiskLeavesAnEmptyRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
-        disk.FillUp();
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("filler lockfile request.xml ", Listing());
-        ExpectNextIsRefused();
-    });
+SANDBOX_TEST(WriteFailureTest, FullDiskLeavesAnEmptyRequest) {
+    SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
+    disk.FillUp();
+    ScriptedAgent agent;
+    ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
+    EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("filler lockfile request.xml ", Listing());
+    ExpectNextIsRefused();
 }
 
-TEST(WriteFailureTest, DiskThatGetsFullLeavesTheBeginningOfTheRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
-        std::string const page(4096, 'x');
-        WriteBytes(disk / "page", page);
-        disk.FillUp();
-        fs::remove(disk / "page");
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-c", page, page}), milliseconds(0));
-        std::string const left = ReadBytes(ScriptedAgent::request);
-        EXPECT_EQ(OpenRequest(page, page, "0").substr(0, 4096), left);
-        EXPECT_EQ("filler lockfile request.xml ", Listing());
-        ExpectNextIsRefused();
-    });
+SANDBOX_TEST(WriteFailureTest, DiskThatGetsFullLeavesTheBeginningOfTheRequest) {
+    SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
+    std::string const page(4096, 'x');
+    WriteBytes(disk / "page", page);
+    disk.FillUp();
+    fs::remove(disk / "page");
+    ScriptedAgent agent;
+    ExpectFailedOpen(RunTool({"-c", page, page}), milliseconds(0));
+    std::string const left = ReadBytes(ScriptedAgent::request);
+    EXPECT_EQ(OpenRequest(page, page, "0").substr(0, 4096), left);
+    EXPECT_EQ("filler lockfile request.xml ", Listing());
+    ExpectNextIsRefused();
 }
 
-TEST(WriteFailureTest, NoRoomForAnotherFile) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        // The root of the file system and the lock file.
-        SmallFileSystem disk(ScriptedAgent::requestDirectory, {.inodes = 2});
-        WriteBytes(ScriptedAgent::lockFile, "");
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), retries);
-        EXPECT_EQ("lockfile ", Listing());
-    });
+SANDBOX_TEST(WriteFailureTest, NoRoomForAnotherFile) {
+    // The root of the file system and the lock file.
+    SmallFileSystem disk(ScriptedAgent::requestDirectory, {.inodes = 2});
+    WriteBytes(ScriptedAgent::lockFile, "");
+    ScriptedAgent agent;
+    ExpectFailedOpen(RunTool({"-d"}), retries);
+    EXPECT_EQ("lockfile ", Listing());
 }
 
 // The disk is full when the evaluation is already open: both later exchanges fail without a word.
-TEST(WriteFailureTest, DiskThatIsFullAfterTheOpening) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
-        ScriptedAgent agent(AgentScript().Answer(OpenAnswer()));
-        Tool tool({"-d"});
-        agent.AwaitEnd();
-        disk.FillUp();
-        ToolRun const run = tool.Wait();
-        EXPECT_EQ("", run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        ExpectTook(milliseconds(1000), run.took);
-        EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("filler lockfile request.xml ", Listing());
-    });
+SANDBOX_TEST(WriteFailureTest, DiskThatIsFullAfterTheOpening) {
+    SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
+    ScriptedAgent agent(AgentScript().Answer(OpenAnswer()));
+    Tool tool({"-d"});
+    agent.AwaitEnd();
+    disk.FillUp();
+    ToolRun const run = tool.Wait();
+    EXPECT_EQ("", run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectTook(milliseconds(1000), run.took);
+    EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("filler lockfile request.xml ", Listing());
 }
 
-// In the way of the temporary document. What can't be opened is moved, whatever it is.
+// An entry at the path of the temporary document that cannot be opened, or has no positions to
+// write at, is moved and becomes the request.
+class TemporaryEntryTest : public testing::TestWithParam<std::pair<char const*, Entry>> {};
 
-TEST(WriteFailureTest, DirectoryInTheWayOfTheTemporaryDocumentBecomesTheRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::create_directory(ScriptedAgent::requestTemp);
+TEST_P(TemporaryEntryTest, BecomesTheRequest) {
+    Entry const& entry = GetParam().second;
+    PrivateMachine::RunWithDirectories([&] {
+        PlaceOnDisk(ScriptedAgent::requestTemp, entry);
         ScriptedAgent agent;
         ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_TRUE(fs::is_directory(ScriptedAgent::request));
+        EXPECT_EQ(entry, EntryOnDisk(ScriptedAgent::request));
         EXPECT_EQ("lockfile request.xml ", Listing());
         ExpectNextIsRefused();
     });
 }
 
-TEST(WriteFailureTest, DirectoryInTheWayBecomesTheRequestWithItsContent) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::create_directory(ScriptedAgent::requestTemp);
-        WriteBytes(std::string(ScriptedAgent::requestTemp) + "/file", "content");
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_EQ("content", ReadBytes(std::string(ScriptedAgent::request) + "/file"));
-        ExpectNextIsRefused();
-    });
-}
-
-TEST(WriteFailureTest, LinkIntoNowhereBecomesTheRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        fs::create_symlink("/nowhere/at/all", ScriptedAgent::requestTemp);
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_EQ("/nowhere/at/all", fs::read_symlink(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-        ExpectNextIsRefused();
-    });
-}
-
-// It opens, but has no positions to write at.
-TEST(WriteFailureTest, FifoBecomesTheRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        ASSERT_EQ(0, mkfifo(ScriptedAgent::requestTemp, 0666));
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_TRUE(fs::is_fifo(ScriptedAgent::request));
-        ExpectNextIsRefused();
-    });
-}
-
-TEST(WriteFailureTest, SocketBecomesTheRequest) {
-    PrivateMachine::Run([] {
-        CreateAgentDirectories();
-        int const made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::string(ScriptedAgent::requestTemp).copy(address.sun_path, sizeof address.sun_path - 1);
-        ASSERT_EQ(0, bind(made, reinterpret_cast<sockaddr const*>(&address), sizeof address));
-        close(made);
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_TRUE(fs::is_socket(ScriptedAgent::request));
-        ExpectNextIsRefused();
-    });
-}
+INSTANTIATE_TEST_SUITE_P(WriteFailureTest, TemporaryEntryTest,
+                         testing::Values(std::pair("Directory", Entry{Entry::directory}),
+                                         std::pair("DirectoryWithContent",
+                                                   Entry{Entry::fullDirectory}),
+                                         std::pair("LinkToNothing", Entry::Link(Entry::nowhere)),
+                                         std::pair("Fifo", Entry{Entry::fifo}),
+                                         std::pair("Socket", Entry{Entry::unixSocket})),
+                         [](auto const& test) { return std::string(test.param.first); });
 
 // In the way of the request itself, which keeps an opening off but not a poll or a close. The agent
 // lays it there in the second of sleep behind a Progress answer.
@@ -264,91 +212,72 @@ AgentScript UntilTheSleepBetweenPolls() {
         .PauseUntil(milliseconds(1400));
 }
 
-AgentScript LayInTheWay() {
-    return UntilTheSleepBetweenPolls().MakeDirectory(ScriptedAgent::request);
-}
+// What the agent places at the two paths; and how long the poll and the close, which both fail
+// silently, retry, and what remains.
+struct InTheWay {
+    char const* name;
+    Entry request;
+    Entry temporary;
+    milliseconds poll;
+    milliseconds close;
+    std::string left;
+};
 
-// The poll and the close fail, each after these pauses; both without a word.
-void ExpectSilentFailures(ToolRun const& run, milliseconds poll, milliseconds close) {
-    EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n", run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    ExpectTook(milliseconds(3000) + poll + close, run.took);
-}
+void PrintTo(InTheWay const& test, std::ostream* out) { *out << test.name; }
 
-TEST(WriteFailureTest, DirectoryInTheWayOfARequestIsTriedTwiceAndTheTemporaryDocumentRemoved) {
-    PrivateMachine::Run([] {
-        Evaluation const evaluation = Evaluate(LayInTheWay());
-        ExpectSilentFailures(evaluation.tool, 2 * retries, 2 * retries);
-        EXPECT_TRUE(fs::is_directory(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
+class InTheWayTest : public testing::TestWithParam<InTheWay> {};
+
+TEST_P(InTheWayTest, FailsSilentlyAfterTheRetries) {
+    InTheWay const& test = GetParam();
+    PrivateMachine::RunWithDirectories([&] {
+        AgentScript script = UntilTheSleepBetweenPolls();
+        AddSteps(script, ScriptedAgent::request, test.request);
+        AddSteps(script, ScriptedAgent::requestTemp, test.temporary);
+        ToolRun const run = Evaluate(script).tool;
+        EXPECT_EQ(PrintedPercent("50"), run.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectTook(milliseconds(3000) + test.poll + test.close, run.took);
+        bool const isReplaced = test.left.empty();
+        EXPECT_EQ(isReplaced ? test.temporary : test.request, EntryOnDisk(ScriptedAgent::request));
+        EXPECT_EQ(isReplaced ? "lockfile request.xml " : test.left, Listing());
     });
 }
 
-// A link without a target is no file that could be replaced.
-TEST(WriteFailureTest, LinkIntoNowhereInTheWayOfARequestStays) {
-    PrivateMachine::Run([] {
-        Evaluation const evaluation = Evaluate(
-            UntilTheSleepBetweenPolls().MakeLink("/nowhere/at/all", ScriptedAgent::request));
-        ExpectSilentFailures(evaluation.tool, 2 * retries, 2 * retries);
-        EXPECT_EQ("/nowhere/at/all", fs::read_symlink(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-    });
-}
+Entry const nothing;
+Entry const emptyDirectory{Entry::directory};
+Entry const fullDirectory{Entry::fullDirectory};
+std::string const requestStays = "lockfile request.xml ";
 
-// One with a target counts as that; what goes is the link.
-TEST(WriteFailureTest, LinkToAFileInTheWayOfARequestIsReplaced) {
-    PrivateMachine::Run([] {
-        WriteBytes("/opt/elsewhere", "content");
-        Evaluation const evaluation =
-            Evaluate(UntilTheSleepBetweenPolls()
-                         .MakeLink("/opt/elsewhere", ScriptedAgent::request)
-                         .Answer(ProgressAnswer("2", "5"))
-                         .Answer(CloseAnswer()));
-        EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
-                  "COMPLIANCE_Progress returned error 5.\n",
-                  evaluation.tool.output);
-        EXPECT_EQ("content", ReadBytes("/opt/elsewhere"));
-        EXPECT_EQ("lockfile ", Listing());
-    });
-}
+INSTANTIATE_TEST_SUITE_P(
+    WriteFailureTest, InTheWayTest,
+    testing::Values(
+        InTheWay{"DirectoryIsTriedTwiceAndTheTemporaryDocumentRemoved", emptyDirectory, nothing,
+                 2 * retries, 2 * retries, requestStays},
+        // It is no file that could be replaced.
+        InTheWay{"LinkToNothingStays", Entry::Link(Entry::nowhere), nothing, 2 * retries,
+                 2 * retries, requestStays},
+        // The temporary document cannot be written, and what is there replaces an empty directory.
+        // So the poll fails at once, and the close meets the directory.
+        InTheWay{"DirectoryAsTemporaryReplacesAnEmptyOne", emptyDirectory, fullDirectory,
+                 milliseconds(0), 2 * retries, ""},
+        // A directory with content is not replaced. The one beside it is removed, being empty.
+        InTheWay{"EmptyDirectoryAsTemporaryIsRemoved", fullDirectory, emptyDirectory, retries,
+                 2 * retries, requestStays},
+        // Neither moved nor removed: each is tried eight times.
+        InTheWay{"DirectoriesWithContentStay", fullDirectory, fullDirectory, 2 * retries,
+                 2 * retries, "lockfile request.xml requestTemp.xml "}),
+    [](auto const& test) { return std::string(test.param.name); });
 
-// The temporary document can't be written, and what is there replaces an empty directory. So the
-// poll fails at once, and the close meets the directory with a temporary document of its own.
-TEST(WriteFailureTest, DirectoryInTheWayOfTheTemporaryDocumentReplacesAnEmptyOne) {
-    PrivateMachine::Run([] {
-        Evaluation const evaluation =
-            Evaluate(LayInTheWay()
-                         .MakeDirectory(ScriptedAgent::requestTemp)
-                         .MakeDirectory(std::string(ScriptedAgent::requestTemp) + "/inside"));
-        ExpectSilentFailures(evaluation.tool, milliseconds(0), 2 * retries);
-        EXPECT_TRUE(fs::is_directory(std::string(ScriptedAgent::request) + "/inside"));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-    });
-}
-
-// A directory with content is not replaced. The one beside it is removed, being empty.
-TEST(WriteFailureTest, EmptyDirectoryInTheWayOfTheTemporaryDocumentIsRemoved) {
-    PrivateMachine::Run([] {
-        Evaluation const evaluation =
-            Evaluate(LayInTheWay()
-                         .MakeDirectory(std::string(ScriptedAgent::request) + "/inside")
-                         .MakeDirectory(ScriptedAgent::requestTemp));
-        ExpectSilentFailures(evaluation.tool, retries, 2 * retries);
-        EXPECT_EQ("lockfile request.xml ", Listing());
-    });
-}
-
-// Neither moved nor removed: each is tried eight times, and the failure of the removal is the last.
-TEST(WriteFailureTest, DirectoriesWithContentInBothPlacesStay) {
-    PrivateMachine::Run([] {
-        Evaluation const evaluation =
-            Evaluate(LayInTheWay()
-                         .MakeDirectory(std::string(ScriptedAgent::request) + "/inside")
-                         .MakeDirectory(ScriptedAgent::requestTemp)
-                         .MakeDirectory(std::string(ScriptedAgent::requestTemp) + "/inside"));
-        ExpectSilentFailures(evaluation.tool, 2 * retries, 2 * retries);
-        EXPECT_EQ("lockfile request.xml requestTemp.xml ", Listing());
-    });
+// A link with a target counts as its target; the link is removed.
+SANDBOX_TEST(WriteFailureTest, LinkToAFileAtTheRequestIsReplaced) {
+    WriteBytes("/opt/elsewhere", "content");
+    Evaluation const evaluation = Evaluate(UntilTheSleepBetweenPolls()
+                                               .MakeLink("/opt/elsewhere", ScriptedAgent::request)
+                                               .Answer(ProgressAnswer("2", "5"))
+                                               .Answer(CloseAnswer()));
+    EXPECT_EQ(PrintedPercent("50") + PrintedError("5"), evaluation.tool.output);
+    EXPECT_EQ("content", ReadBytes("/opt/elsewhere"));
+    EXPECT_EQ("lockfile ", Listing());
 }
 
 TEST(WriteFailureTest, RequestDirectoryThatGoesAwayWhileOpen) {

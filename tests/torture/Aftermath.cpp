@@ -53,7 +53,7 @@ void ExpectRefusedByTheRequest() {
     EXPECT_EQ(request, ReadBytes(ScriptedAgent::request));
 }
 
-std::string const finished = ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "x", "c"));
+std::string const finished = OneRowAnswer();
 constexpr char finishedOutput[] = "COMPLIANCE_ResultCount is 1.\n"
                                   "    Designator: d\n"
                                   "        Result: r\n"

@@ -1,8 +1,9 @@
 // The five functions, one after the other, each allocation of the whole failing.
 #include "tests/torture/AllocationsOfFolders.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <new>
@@ -18,17 +19,17 @@
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
-#include "tests/torture/AgentAnswers.h"
-#include "tests/torture/AnsweringAgent.h"
-#include "tests/torture/Sleeps.h"
+#include "tests/torture/AgentWhileSleeping.h"
+#include "tests/torture/LongEvaluation.h"
 
 namespace {
 
-using Torture::AnsweringAgent;
-using Torture::Sleeps;
+using Torture::AgentWhileSleeping;
+using Torture::doc;
+using Torture::url;
 
-char const url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
-char const doc[] = "A document with a name that is long enough.xml";
+// Made before any allocation fails.
+RowTexts const expectedRow = LongRowRead();
 
 // Instead of a code: std::bad_alloc came out.
 constexpr int outOfMemory = -100;
@@ -50,26 +51,22 @@ struct Evaluated {
 
 template <class Call>
 int CodeOf(Call call, std::size_t& sleeps) {
-    std::size_t const before = Sleeps::Count();
+    std::size_t const before = AgentWhileSleeping::SleepCount();
     int code = outOfMemory;
     try {
         code = call();
     } catch (std::bad_alloc const&) {
     }
-    sleeps = Sleeps::Count() - before;
+    sleeps = AgentWhileSleeping::SleepCount() - before;
     return code;
 }
 
 bool RowIsRight(unsigned int index) {
-    char const* texts[6] = {};
-    return COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3], &texts[4],
-                                   &texts[5]) == 0 &&
-           std::strcmp(texts[0], "a-designator-that-is-long-enough") == 0 &&
-           std::strcmp(texts[1], "Compliant") == 0 &&
-           std::strcmp(texts[2], "a type of result that is long enough") == 0 &&
-           std::strcmp(texts[3], "1523") == 0 &&
-           std::strcmp(texts[4], "A description <with an escape> that is long") == 0 &&
-           std::strcmp(texts[5], "") == 0;
+    std::array<char const*, 6> texts = {};
+    if (COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3], &texts[4],
+                                &texts[5]) != 0)
+        return false;
+    return std::equal(texts.begin(), texts.end(), expectedRow.begin());
 }
 
 void Poll(Evaluated& result) {
@@ -190,8 +187,8 @@ void ExpectNextEvaluationSucceeds() {
     ExpectCalm(Evaluate(~std::size_t{0}, FailingAllocation::Once));
 }
 
-bool Fail(std::size_t n, FailingAllocation::Extent extent) {
-    AgentAnswers::BeginAgain();
+bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent extent) {
+    agent.Restart();
     Evaluated const result = Evaluate(n, extent);
     if (!result.failed) {
         ExpectCalm(result);
@@ -200,15 +197,16 @@ bool Fail(std::size_t n, FailingAllocation::Extent extent) {
     ExpectStatedOpen(result);
     ExpectStatedPolls(result);
     ExpectOwnFilesOnly(HasWriteFailed(result));
-    AgentAnswers::BeginAgain();
+    agent.Restart();
     ExpectNextEvaluationSucceeds();
     return true;
 }
 
-bool FailLeavingNothing(std::size_t n, FailingAllocation::Extent extent) {
+bool FailLeavingNothing(AgentWhileSleeping& agent, std::size_t n,
+                        FailingAllocation::Extent extent) {
     int const descriptor = NextDescriptor();
     AllocationCounter const counter;
-    bool const failed = Fail(n, extent);
+    bool const failed = Fail(agent, n, extent);
     ForgetRows();
     EXPECT_EQ(0, counter.Held()) << "blocks are lost, or were released twice";
     EXPECT_EQ(descriptor, NextDescriptor()) << "a descriptor is lost";
@@ -218,7 +216,7 @@ bool FailLeavingNothing(std::size_t n, FailingAllocation::Extent extent) {
 } // namespace
 
 std::size_t Torture::FailAllocationsOfAnExchange() {
-    AnsweringAgent const agent;
+    AgentWhileSleeping agent(ServingAgent());
     ExpectCalm(Evaluate(~std::size_t{0}, FailingAllocation::Once));
     ForgetRows();
     std::size_t failures = 0;
@@ -228,7 +226,7 @@ std::size_t Torture::FailAllocationsOfAnExchange() {
             SCOPED_TRACE(
                 "allocation " + std::to_string(n) +
                 (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
-            if (!FailLeavingNothing(n, extent))
+            if (!FailLeavingNothing(agent, n, extent))
                 break;
         }
         failures += n - 1;

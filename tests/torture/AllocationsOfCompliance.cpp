@@ -16,21 +16,19 @@
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
-#include "tests/torture/AgentAnswers.h"
-#include "tests/torture/AnsweringAgent.h"
+#include "tests/torture/AgentWhileSleeping.h"
+#include "tests/torture/LongEvaluation.h"
 #include "tests/torture/Operations.h"
-#include "tests/torture/Sleeps.h"
 #include "xml/XMLTreeParserPL.h"
 
 namespace {
 
-using Torture::AnsweringAgent;
+using Torture::doc;
+using Torture::FinishedAnswer;
 using Torture::Operation;
 using Torture::Operations;
 using Torture::Stated;
-
-char const requestUrl[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
-char const requestDocument[] = "A document with a name that is long enough.xml";
+using Torture::url;
 
 std::string ShowRequest(ClientComplianceRequest const& request) {
     return std::to_string(request.type) + ' ' + request.url + ' ' + request.doc + ' ' +
@@ -49,9 +47,7 @@ std::string ShowResponse(ClientComplianceResponse const& response) {
     return shown;
 }
 
-ClientComplianceResponseItem Item() {
-    return {requestUrl, requestDocument, requestUrl, requestDocument, requestUrl, requestDocument};
-}
+ClientComplianceResponseItem Item() { return {url, doc, url, doc, url, doc}; }
 
 ClientComplianceResponse Response() {
     ClientComplianceResponse response(ClientComplianceProgress);
@@ -66,8 +62,7 @@ Operations OfRecords() {
     };
     return {
         Operation::Giving(
-            "CreateComplianceRequestOpen",
-            [] { return CreateComplianceRequestOpen(requestUrl, requestDocument, 7); },
+            "CreateComplianceRequestOpen", [] { return CreateComplianceRequestOpen(url, doc, 7); },
             ShowRequest),
         Operation::Giving("ClientComplianceResponseItem", Item, ShowItem),
         Operation::Giving(
@@ -79,7 +74,7 @@ Operations OfRecords() {
         Operation(
             "ClientComplianceResponse::Add(texts)", Response,
             [](ClientComplianceResponse& response) {
-                response.Add(requestUrl, requestDocument, requestUrl, requestDocument, nullptr, "");
+                response.Add(url, doc, url, doc, nullptr, "");
             },
             ShowResponse),
         Operation::Giving(
@@ -94,8 +89,8 @@ Operations OfRecords() {
 template <class Object>
 auto WithDocuments(Object make) {
     return [make] {
-        WriteBytes(ScriptedAgent::request, OpenRequest(requestUrl, requestDocument, "7"));
-        WriteBytes(ScriptedAgent::response, AgentAnswers::finished);
+        WriteBytes(ScriptedAgent::request, OpenRequest(url, doc, "7"));
+        WriteBytes(ScriptedAgent::response, FinishedAnswer());
         std::remove(ScriptedAgent::requestTemp);
         return make();
     };
@@ -109,8 +104,7 @@ std::string ShowDirectories(int) {
 }
 
 Operations OfDocuments() {
-    static ClientComplianceRequest const request =
-        CreateComplianceRequestOpen(requestUrl, requestDocument, 7);
+    static ClientComplianceRequest const request = CreateComplianceRequestOpen(url, doc, 7);
     static ClientComplianceResponse const response = Response();
     auto const showResult = [](auto const& result) {
         return result.first ? ShowRequest(result.second) : std::string("none");
@@ -139,7 +133,7 @@ Operations OfDocuments() {
                     std::unique_ptr<XMLTreeParserPL> tree = std::make_unique<XMLTreeParserPL>();
                     ClientComplianceResponse response{ClientComplianceOpen};
                 } taken;
-                taken.tree->Parse(std::string(AgentAnswers::finished));
+                taken.tree->Parse(FinishedAnswer());
                 return taken;
             },
             [](auto& taken) { taken.response = ResponseFromTree(*taken.tree); },
@@ -149,8 +143,7 @@ Operations OfDocuments() {
                       static FileLocation const file = MakeFileLocation(ScriptedAgent::requestTemp);
                       ExchangeDocument document(file, "aRootWithALongEnoughName", "Version", "1.0");
                       document.BeginElement("anElementWithALongEnoughName");
-                      document.WriteElement("anotherElementWithALongEnoughName",
-                                            ConstData(requestUrl));
+                      document.WriteElement("anotherElementWithALongEnoughName", ConstData(url));
                       document.EndElement();
                       document.End();
                   },
@@ -160,8 +153,7 @@ Operations OfDocuments() {
 
 // They answer, and tell nothing of memory.
 Operations OfExchange() {
-    static ClientComplianceRequest const open =
-        CreateComplianceRequestOpen(requestUrl, requestDocument, 7);
+    static ClientComplianceRequest const open = CreateComplianceRequestOpen(url, doc, 7);
     auto const show = [](bool result) {
         return std::to_string(result);
     };
@@ -192,6 +184,6 @@ Operations OfExchange() {
 } // namespace
 
 std::size_t Torture::FailAllocationsOfCompliance() {
-    AnsweringAgent const agent;
+    AgentWhileSleeping const agent(ServingAgent());
     return FailEachOf("compliance", Join({OfRecords(), OfDocuments(), OfExchange()}));
 }

@@ -12,14 +12,16 @@
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
 #include "tests/torture/Cells.h"
+#include "tests/torture/LongEvaluation.h"
 #include "tests/torture/SharedCount.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-char const url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
-char const doc[] = "A document with a name that is long enough.xml";
+using Torture::doc;
+using Torture::url;
+
 char const failureMark[] = "/opt/failed";
 
 // Which allocation fails, as the preloaded library reads it; empty for none.
@@ -28,20 +30,15 @@ ProgramResult RunWithFailing(std::string const& which) {
     fs::remove(ScriptedAgent::response);
     return RunProgram(
         {CC_DYNAMIC_TOOL, "-c", url, doc, "7"},
-        {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY, "CC_FAILING_MALLOC=" + which}}});
+        {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY, "CC_FAILING_MALLOC=" + which,
+                          "CC_AGENT_SCRIPT=" + Torture::ServingAgent().text()}}});
 }
 
-std::string const atWork = "COMPLIANCE_Progress 40% completed.\n";
+std::string const atWork = PrintedPercent("40");
 
-// What is printed of an evaluation that went well.
+// What is printed of an evaluation that succeeds.
 std::string Whole() {
-    std::string const row = "    Designator: a-designator-that-is-long-enough\n"
-                            "        Result: Compliant\n"
-                            "   Result Type: a type of result that is long enough\n"
-                            "Eval Time (\xB5s): 1523\n"
-                            "          Desc: A description <with an escape> that is long\n"
-                            "       Comment: \n\n";
-    return atWork + "COMPLIANCE_ResultCount is 2.\n" + row + row;
+    return atWork + PrintedCount(2) + PrintedRow(LongRowRead()) + PrintedRow(LongRowRead());
 }
 
 bool IsStated(std::string const& output) {
@@ -66,7 +63,7 @@ void ExpectOwnFilesOnly() {
     } else {
         EXPECT_TRUE(names == "lockfile " || names.empty()) << names;
     }
-    EXPECT_FALSE(fs::exists("/var/opt/VeskaClient/ResponseDir/responseTemp.xml"));
+    EXPECT_FALSE(fs::exists("/var/opt/VeskaClient/ResponseDir/response.xml.agent"));
     EXPECT_FALSE(IsLocked());
 }
 
@@ -115,8 +112,7 @@ void FailFrom(std::size_t first, std::size_t step, bool fromThenOn) {
     Torture::SharedCount failures;
     PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [&] {
         PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
-        OtherProgram const agent({PrivateMachine::agentProgram, "600"});
+        OtherProgram const agent(PrivateMachine::InstallIdleAgent());
         EXPECT_EQ(Whole(), RunWithFailing("").output);
         for (std::size_t n = first; !testing::Test::HasFailure() && Fail(n, fromThenOn); n += step)
             failures.Add(1);

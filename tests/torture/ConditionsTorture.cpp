@@ -39,7 +39,7 @@ std::vector<std::string> DynamicTool(std::string const& url = "url") {
     return {CC_DYNAMIC_TOOL, "-c", url, "doc"};
 }
 
-std::string const usualOutput = "COMPLIANCE_Progress 50% completed.\n" + UsualRows();
+std::string const usualOutput = UsualOutput();
 
 std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
 
@@ -63,7 +63,7 @@ void TryShortWrite(size_t number, size_t offset) {
     PlayedAgent::Reset();
     std::string const cut = std::to_string(number + 1) + ' ' + std::to_string(offset) + " 0";
     ExpectOutput(usualOutput, RunPreloaded(DynamicTool(), {.cutWrites = cut}));
-    EXPECT_EQ(usualRequests, PlayedAgent::Taken());
+    EXPECT_EQ(usualRequests, PlayedAgent::Seen());
     EXPECT_EQ("lockfile ", Listing());
 }
 
@@ -81,7 +81,7 @@ void TryFullDisk(size_t number, size_t offset) {
     bool const partStays = number == 0 || number == 3;
     if (!partStays)
         taken.emplace_back(closeRequest);
-    EXPECT_EQ(taken, PlayedAgent::Taken());
+    EXPECT_EQ(taken, PlayedAgent::Seen());
     if (!partStays) {
         EXPECT_EQ("lockfile ", Listing());
         return;
@@ -262,16 +262,14 @@ TEST(QuickFileSystems, OnlyTheLockFileMayBeWritten) {
 }
 
 // The agent can't publish there, and takes the requests all the same.
-TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        SmallFileSystem disk(responseDirectory);
-        WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
-        disk.MakeReadOnly();
-        ExpectOutput("COMPLIANCE_Progress returned error 5.\n", RunPreloaded(DynamicTool(), {}));
-        EXPECT_EQ(ProgressAnswer("2", "5"), ReadBytes(ScriptedAgent::response));
-        EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
-    });
+SANDBOX_TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
+    PlayedAgent const agent(UsualAnswers());
+    SmallFileSystem disk(responseDirectory);
+    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    disk.MakeReadOnly();
+    ExpectOutput("COMPLIANCE_Progress returned error 5.\n", RunPreloaded(DynamicTool(), {}));
+    EXPECT_EQ(ProgressAnswer("2", "5"), ReadBytes(ScriptedAgent::response));
+    EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
 }
 
 TEST(QuickFileSystems, RequestsAndResponsesOnDifferentOnes) {
@@ -304,15 +302,13 @@ TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
     });
 }
 
-TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        WriteBytes("/opt/file", "old");
-        WriteBytes(ScriptedAgent::request, "");
-        Bind("/opt/file", ScriptedAgent::request);
-        ExpectOutput(OpenError(-5), RunPreloaded(DynamicTool(), {}));
-        EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
-    });
+SANDBOX_TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
+    PlayedAgent const agent(UsualAnswers());
+    WriteBytes("/opt/file", "old");
+    WriteBytes(ScriptedAgent::request, "");
+    Bind("/opt/file", ScriptedAgent::request);
+    ExpectOutput(OpenError(-5), RunPreloaded(DynamicTool(), {}));
+    EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
 }
 
 // Directories that are missing.

@@ -25,10 +25,10 @@
 #include "tests/support/Sanitizers.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
-#include "tests/torture/AgentAnswers.h"
+#include "tests/torture/AgentWhileSleeping.h"
 #include "tests/torture/Cells.h"
 #include "tests/torture/HostileDocuments.h"
-#include "tests/torture/Sleeps.h"
+#include "tests/torture/LongEvaluation.h"
 
 namespace {
 
@@ -161,17 +161,17 @@ void ExpectBrokenOff(std::string const& prefix) {
     EXPECT_EQ(prefix, ReadBytes(ScriptedAgent::response));
 }
 
-void TakeRequestAway() { unlink(ScriptedAgent::request); }
-
 TEST(QuickDocuments, EveryPrefixOfAResponseIsBrokenOff) {
     std::size_t prefixes = 0;
-    std::string const documents[] = {AgentAnswers::opened, AgentAnswers::atWork,
-                                     AgentAnswers::finished};
+    std::string const documents[] = {OpenAnswer(), ProgressAnswer("3", "0", "40"),
+                                     Torture::FinishedAnswer()};
     for (std::string const& whole : documents)
         prefixes += whole.size();
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        Torture::Sleeps::Meanwhile(TakeRequestAway);
+    PrivateMachine::RunWithDirectories([&] {
+        AgentScript script;
+        for (std::size_t request = 0; request < prefixes; ++request)
+            script.AwaitRequest().RemoveRequest();
+        Torture::AgentWhileSleeping const agent(script);
         for (std::string const& whole : documents) {
             for (std::size_t size = 0; size < whole.size() && !testing::Test::HasFailure(); ++size)
                 ExpectBrokenOff(whole.substr(0, size));

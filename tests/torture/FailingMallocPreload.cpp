@@ -1,9 +1,11 @@
-// For LD_PRELOAD: a program whose allocations fail, and whose sleeps are the time in which an agent
-// answers (see AgentAnswers.h). Allocations are counted from the moment at which its libraries are
-// set up.
+// For LD_PRELOAD: lets the allocations of a program fail, and plays an agent while it sleeps.
 //
-// CC_FAILING_MALLOC in the environment tells which: "7" the seventh alone, "7+" all from the
-// seventh on. Once one has failed the file "/opt/failed" is there.
+// Allocations are counted from the time when its libraries are initialized. This is not part of
+// SystemCalls.cpp, which itself allocates memory for what it records.
+//
+//   CC_FAILING_MALLOC  "7" lets the seventh allocation fail, "7+" also all later ones. The file
+//                      "/opt/failed" then exists.
+//   CC_AGENT_SCRIPT    the text of an AgentScript
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
@@ -12,7 +14,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "tests/torture/AgentAnswers.h"
+#include "tests/support/AgentEngine.h"
 
 extern "C" void* __libc_malloc(std::size_t size);
 extern "C" void* __libc_calloc(std::size_t count, std::size_t size);
@@ -22,8 +24,12 @@ namespace {
 
 unsigned long untilFailure = 0;
 bool fromThenOn = false;
+constinit AgentEngine agent;
+AgentEngine::Nanoseconds now = 0;
 
-[[gnu::constructor]] void TakeNumber() {
+[[gnu::constructor]] void TakeSettings() {
+    if (char const* const script = std::getenv("CC_AGENT_SCRIPT"))
+        agent.Play(script);
     char const* const number = std::getenv("CC_FAILING_MALLOC");
     if (number == nullptr)
         return;
@@ -55,7 +61,7 @@ void* realloc(void* block, std::size_t size) noexcept {
 }
 
 unsigned int sleep(unsigned int) {
-    AgentAnswers::AnswerRequest();
+    agent.Advance(++now);
     return 0;
 }
 

@@ -86,7 +86,7 @@ void FinishWithRows(Course& course, Dice& dice, size_t number) {
     std::string lines = "COMPLIANCE_ResultCount is " + std::to_string(number) + ".\n";
     for (size_t row = 0; row < number; ++row) {
         std::string const comment(dice.Below(2000), 'c');
-        rows += Row("d", "r", "t", "1", "x", comment);
+        rows += Row({"d", "r", "t", "1", "x", comment});
         lines += "    Designator: d\n        Result: r\n   Result Type: t\nEval Time (\xB5s): 1\n"
                  "          Desc: x\n       Comment: " +
                  comment + "\n\n";

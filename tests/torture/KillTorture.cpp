@@ -50,7 +50,7 @@ Scenario Answered() {
             AgentScript()
                 .Answer(OpenAnswer())
                 .Answer(ProgressAnswer("3", "0", "50"))
-                .Answer(ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", text, "c")))
+                .Answer(ProgressAnswer("1", "0", "100", Row({"d", "r", "t", "1", text, "c"})))
                 .Answer(CloseAnswer()),
             "COMPLIANCE_Progress 50% completed.\nCOMPLIANCE_ResultCount is 1.\n"
             "    Designator: d\n        Result: r\n   Result Type: t\nEval Time (\xB5s): 1\n"

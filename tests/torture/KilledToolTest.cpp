@@ -44,47 +44,38 @@ TEST(QuickKilledTool, PlacesAreFoundByPathOccurrenceAndDistance) {
     EXPECT_FALSE(AtPlace({"read", ""})(trace));
 }
 
-TEST(QuickKilledTool, RunsToItsEndUnderTrace) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        KilledRun const run = RunUntil(Never());
-        EXPECT_FALSE(run.wasKilled);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        EXPECT_EQ(OpenError(-1), run.output);
-        EXPECT_EQ("exit_group", run.trace.back().name);
-        EXPECT_TRUE(std::any_of(run.trace.begin(), run.trace.end(), [](SystemCall const& call) {
-            return call.name == "openat" && call.path == ScriptedAgent::lockFile && call.succeeded;
-        }));
-    });
+SANDBOX_TEST(QuickKilledTool, RunsToItsEndUnderTrace) {
+    KilledRun const run = RunUntil(Never());
+    EXPECT_FALSE(run.wasKilled);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_EQ(OpenError(-1), run.output);
+    EXPECT_EQ("exit_group", run.trace.back().name);
+    EXPECT_TRUE(std::any_of(run.trace.begin(), run.trace.end(), [](SystemCall const& call) {
+        return call.name == "openat" && call.path == ScriptedAgent::lockFile && call.succeeded;
+    }));
 }
 
-TEST(QuickKilledTool, CallAtWhoseEntryItIsKilledIsNotMade) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        KilledRun const opening = RunUntil(AtPlace({"openat", "/lockfile"}));
-        EXPECT_TRUE(opening.wasKilled);
-        EXPECT_EQ(ExitStatus::Killed(SIGKILL), opening.status);
-        EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
-        EXPECT_FALSE(opening.trace.back().succeeded);
+SANDBOX_TEST(QuickKilledTool, CallAtWhoseEntryItIsKilledIsNotMade) {
+    KilledRun const opening = RunUntil(AtPlace({"openat", "/lockfile"}));
+    EXPECT_TRUE(opening.wasKilled);
+    EXPECT_EQ(ExitStatus::Killed(SIGKILL), opening.status);
+    EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_FALSE(opening.trace.back().succeeded);
 
-        KilledRun const printing = RunUntil(AtPlace({"write", ""}));
-        EXPECT_EQ("", printing.output);
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    KilledRun const printing = RunUntil(AtPlace({"write", ""}));
+    EXPECT_EQ("", printing.output);
+    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 
-        KilledRun const leaving = RunUntil(AtPlace({"exit_group", ""}));
-        EXPECT_EQ(OpenError(-1), leaving.output);
-        EXPECT_EQ(ExitStatus::Killed(SIGKILL), leaving.status);
-    });
+    KilledRun const leaving = RunUntil(AtPlace({"exit_group", ""}));
+    EXPECT_EQ(OpenError(-1), leaving.output);
+    EXPECT_EQ(ExitStatus::Killed(SIGKILL), leaving.status);
 }
 
-TEST(QuickKilledTool, CallsAreCountedFromOne) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        for (size_t const number : {1, 2, 5})
-            EXPECT_EQ(number, RunUntil(AtCall(number)).trace.size());
-        size_t const all = RunUntil(Never()).trace.size();
-        EXPECT_FALSE(RunUntil(AtCall(all + 1000)).wasKilled);
-    });
+SANDBOX_TEST(QuickKilledTool, CallsAreCountedFromOne) {
+    for (size_t const number : {1, 2, 5})
+        EXPECT_EQ(number, RunUntil(AtCall(number)).trace.size());
+    size_t const all = RunUntil(Never()).trace.size();
+    EXPECT_FALSE(RunUntil(AtCall(all + 1000)).wasKilled);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/torture/PreloadedProgram.h"
 
 #include <filesystem>
+#include <sstream>
 
 #include "tests/support/PrivateMachine.h"
 #include "tests/system/Documents.h"
@@ -10,7 +11,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char const* callsLog = "/opt/calls";
+constexpr char const* callsLog = "/opt/preload/calls";
+constexpr char const* agentScript = "/opt/preload/script";
+constexpr char const* agentRecord = "/opt/preload/record";
 
 std::string FaultsText(std::vector<Fault> const& faults) {
     std::string text;
@@ -20,50 +23,63 @@ std::string FaultsText(std::vector<Fault> const& faults) {
     return text;
 }
 
-std::string InAgentsDirectory(std::string const& name) {
-    return std::string(PlayedAgent::directory) + '/' + name;
+// Programs of other users write there, too.
+void MakeDirectory() {
+    fs::path const directory = fs::path(agentScript).parent_path();
+    fs::create_directory(directory);
+    fs::permissions(directory, fs::perms::all);
 }
 
-std::vector<std::string> AgentCommand() {
+AgentScript AnsweringScript(std::vector<std::string> const& answers) {
+    AgentScript script;
+    for (std::string const& answer : answers)
+        script.Answer(answer);
+    for (int more = 0; more < 20; ++more)
+        script.AwaitRequest();
+    return script;
+}
+
+std::vector<std::string> PrepareAgent() {
     PrivateMachine::CreateAgentDirectories();
-    PrivateMachine::InstallAgent();
-    return {PrivateMachine::agentProgram, "3600"};
+    return PrivateMachine::InstallIdleAgent();
 }
 
 } // namespace
 
-PlayedAgent::PlayedAgent(std::vector<Answer> const& answers) : program(AgentCommand()) {
-    fs::create_directory(directory);
-    fs::permissions(directory, fs::perms::all);
-    int number = 0;
-    for (Answer const& answer : answers)
-        WriteBytes(InAgentsDirectory(std::to_string(++number)), answer.bytes);
+PlayedAgent::PlayedAgent(std::vector<std::string> const& answers) : program(PrepareAgent()) {
+    WriteScript(AnsweringScript(answers).text());
+}
+
+void PlayedAgent::WriteScript(std::string const& script) {
+    MakeDirectory();
+    WriteBytes(agentScript, script);
 }
 
 void PlayedAgent::Reset() {
-    for (char const* const path : {ScriptedAgent::request, ScriptedAgent::requestTemp,
-                                   ScriptedAgent::lockFile, ScriptedAgent::response, callsLog})
+    for (char const* const path :
+         {ScriptedAgent::request, ScriptedAgent::requestTemp, ScriptedAgent::lockFile,
+          ScriptedAgent::response, callsLog, agentRecord})
         fs::remove(path);
-    for (auto const& entry : fs::directory_iterator(directory))
-        if (entry.path().filename().string().starts_with("request"))
-            fs::remove(entry.path());
 }
 
-std::vector<std::string> PlayedAgent::Taken() {
-    std::vector<std::string> taken;
-    while (auto const bytes =
-               ContentOf(InAgentsDirectory("request" + std::to_string(taken.size() + 1))))
-        taken.push_back(*bytes);
-    return taken;
+std::vector<std::string> PlayedAgent::Seen() {
+    std::vector<std::string> seen;
+    for (SeenRequest const& request : AgentRecord(ContentOf(agentRecord).value_or("")).requests)
+        seen.push_back(request.bytes);
+    return seen;
 }
 
 ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options) {
+    MakeDirectory();
     options.environment = {
         "LD_PRELOAD=" CC_FAILING_CALLS,
-        // The order is meant.
+        // The order is intended.
         "ASAN_OPTIONS=verify_asan_link_order=0", "FAILING_CALLS=" + FaultsText(preloading.faults),
-        "CUT_WRITES=" + preloading.cutWrites, std::string("CALLS_LOG=") + callsLog,
-        std::string("PLAYED_AGENT=") + (preloading.withAgent ? PlayedAgent::directory : "")};
+        "CUT_WRITES=" + preloading.cutWrites, "MAX_CALLS=" + std::to_string(preloading.maxCalls),
+        std::string("CALLS_LOG=") + callsLog,
+        std::string("AGENT_SCRIPT=") + (preloading.withAgent ? agentScript : ""),
+        std::string("AGENT_RECORD=") + agentRecord,
+        preloading.actsAlways ? "AGENT_ACTS=always" : "AGENT_ACTS="};
     return options;
 }
 
@@ -73,13 +89,19 @@ ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading
     return RunProgram(arguments, PreloadedOptions(preloading, std::move(options)));
 }
 
-std::vector<std::string> LoggedCalls() {
-    std::vector<std::string> calls;
-    std::string const text = ContentOf(callsLog).value_or("");
-    for (size_t from = 0; from < text.size();) {
-        size_t const end = text.find('\n', from);
-        calls.push_back(text.substr(from, end - from));
-        from = end + 1;
+std::vector<LoggedCall> LoggedCalls() {
+    std::vector<LoggedCall> calls;
+    std::istringstream lines(ContentOf(callsLog).value_or(""));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        LoggedCall call;
+        std::string error;
+        std::getline(fields, call.name, '\t');
+        std::getline(fields, call.arguments, '\t');
+        std::getline(fields, call.object, '\t');
+        std::getline(fields, error);
+        call.error = std::stoi(error);
+        calls.push_back(call);
     }
     return calls;
 }
@@ -90,21 +112,10 @@ std::optional<std::string> ContentOf(std::string const& path) {
     return ReadBytes(path);
 }
 
-std::vector<Answer> UsualAnswers() {
-    return {{OpenAnswer()},
-            {ProgressAnswer("3", "0", "50"), 3, 0, 50},
-            {ProgressAnswer("1", "0", "100", Row("d", "r", "t", "1", "text", "c")), 1, 0, 100},
-            {CloseAnswer()}};
+std::vector<std::string> UsualAnswers() {
+    return {OpenAnswer(), ProgressAnswer("3", "0", "50"), OneRowAnswer(), CloseAnswer()};
 }
 
-std::string UsualRows() {
-    return "COMPLIANCE_ResultCount is 1.\n"
-           "    Designator: d\n"
-           "        Result: r\n"
-           "   Result Type: t\n"
-           "Eval Time (\xB5"
-           "s): 1\n"
-           "          Desc: text\n"
-           "       Comment: c\n"
-           "\n";
-}
+std::string UsualRows() { return PrintedOneRow(); }
+
+std::string UsualOutput() { return PrintedPercent("50") + UsualRows(); }

@@ -1,6 +1,6 @@
-// Programs that run with FailingCallsShim between them and the system, beside its played agent.
+// Programs that run with Preload.cpp between them and the system, beside an agent that it plays.
 //
-// For the body of a PrivateMachine.
+// For the body of a sandbox.
 #pragma once
 
 #include <optional>
@@ -9,31 +9,44 @@
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
-#include "tests/torture/EvaluationModel.h"
+#include "tests/torture/CallTrace.h"
 
-// What the shim is to do; see there.
+// A call that fails; see Preload.cpp.
+struct Fault {
+    std::string call;
+    int error = 0;
+    // From 1.
+    std::size_t number = 1;
+    bool lasting = false;
+};
+
 struct Preloading {
     std::vector<Fault> faults = {};
     std::string cutWrites = {};
     bool withAgent = true;
+    // The program exits with this many calls; 0 means no limit.
+    std::size_t maxCalls = 0;
+    bool actsAlways = false;
 };
 
-// The agent's directories, its program, its process, and its answers.
+// The agent's directories, its program, an idle process of its name, and the script that programs
+// with Preload.cpp play.
 class PlayedAgent {
 public:
-    explicit PlayedAgent(std::vector<Answer> const& answers);
+    // Answers the first requests with these bytes, and records some more requests.
+    explicit PlayedAgent(std::vector<std::string> const& answers);
 
-    // Removes what an evaluation has left behind, the lock file too.
+    static void WriteScript(std::string const& script);
+
+    // Removes what an evaluation has left, also the lock file.
     static void Reset();
-    // The requests that it has taken since.
-    static std::vector<std::string> Taken();
+    // The requests that it has seen since.
+    static std::vector<std::string> Seen();
     // Its process as /proc names it.
     std::string Process() const { return std::to_string(program.pid()); }
 
-    static constexpr char const* directory = "/opt/agent";
-
 private:
-    OtherProgram program;
+    OtherProgram const program;
 };
 
 // Runs a program to its end, at most for a minute. With `prepare` as in ProgramOptions.
@@ -44,13 +57,13 @@ ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading
 ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options = {});
 
 // The calls that the last program has made.
-std::vector<std::string> LoggedCalls();
+std::vector<LoggedCall> LoggedCalls();
 
-// The content of a file, or nothing where there is none.
+// The content of a file, or nothing if there is none.
 std::optional<std::string> ContentOf(std::string const& path);
 
 // The answers of an agent that is in progress once, and then finished with one row.
-std::vector<Answer> UsualAnswers();
-
-// What the tool prints about the row of the usual answers.
+std::vector<std::string> UsualAnswers();
+// What the tool prints of that row, and of all of them.
 std::string UsualRows();
+std::string UsualOutput();

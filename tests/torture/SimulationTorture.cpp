@@ -13,12 +13,9 @@
 #include "tests/support/Sanitizers.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/torture/Cells.h"
+#include "tests/torture/PreloadedProgram.h"
 #include "tests/torture/Stage.h"
 #include "tests/torture/Story.h"
-#include "tests/torture/ToolModel.h"
-#ifdef CC_TIME_SHIM
-#include "tests/torture/TimeShim.h"
-#endif
 
 namespace {
 
@@ -80,21 +77,19 @@ TEST_P(FullSimulation, InterfaceKeepsWhatTheModelSays) {
 
 INSTANTIATE_TEST_SUITE_P(FullHundredThousandSeeds, FullSimulation, testing::Range(0ull, 100ull));
 
-// The shipped program's way through the interface. Only a program of its own can have another clock
-// loaded, which a sanitizer does not let in.
-#ifdef CC_TIME_SHIM
+// The tool, linked dynamically so that simulated time can be preloaded.
 
 void RunTool(unsigned long long seed) {
     Random random(seed);
     Stage stage(random, false);
-    std::string const expected = RunToolModel(stage.model, stage.files, "url", "d&c", 7);
-    WriteActs(TimeShim::acts, stage.agent.Done());
+    std::string const expected = stage.model.RunTool("url", "d&c", 7);
+    PlayedAgent::WriteScript(stage.NextScript());
     ProgramResult const run =
-        RunProgram({CC_DYNAMIC_TOOL, "-c", "url", "d&c", "7"},
-                   {.environment = {{"LD_PRELOAD=" CC_TIME_SHIM}}}, std::chrono::seconds(30));
+        RunPreloaded({CC_DYNAMIC_TOOL, "-c", "url", "d&c", "7"}, {.actsAlways = true});
     EXPECT_EQ(ExitStatus::Exited(0), run.status) << "SIMULATION_SEED=" << seed;
     EXPECT_EQ("", run.errors) << "SIMULATION_SEED=" << seed;
-    std::string const difference = Difference(stage, expected, run.output, TimeShim::ReadCalls());
+    std::string const difference =
+        Difference(stage, expected, run.output, CallTrace(LoggedCalls()));
     EXPECT_EQ("", difference) << "SIMULATION_SEED=" << seed << '\n' << difference;
 }
 
@@ -107,7 +102,5 @@ TEST_P(FullSimulatedTool, PrintsWhatTheModelSays) {
 }
 
 INSTANTIATE_TEST_SUITE_P(FullTenThousandSeeds, FullSimulatedTool, testing::Range(0ull, 10ull));
-
-#endif
 
 } // namespace

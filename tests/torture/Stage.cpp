@@ -34,9 +34,10 @@ void Show(std::ostream& out, char const* title, Entries const& entries) {
 } // namespace
 
 Stage::Stage(Random& random, bool sparesLockFile)
-    : model(files), agent(random, files, model, sparesLockFile), replay(agent.Done()) {
+    : model(files), agent(random, files, model, sparesLockFile) {
     ClearDisk();
-    replay.Pass(0);
+    Repeat();
+    engine.Advance(0);
     files.notice = [this] {
         agent.Notice();
     };
@@ -45,10 +46,36 @@ Stage::Stage(Random& random, bool sparesLockFile)
     };
 }
 
+std::string const& Stage::NextScript() {
+    script.clear();
+    for (; repeated < agent.Done().size(); ++repeated)
+        script += ScriptOf(agent.Done()[repeated]).text();
+    return script;
+}
+
+void Stage::Pass(unsigned long long microseconds) {
+    now += microseconds;
+    engine.Advance(static_cast<AgentEngine::Nanoseconds>(now) * 1000);
+}
+
+SimulatedTime::SimulatedTime(Stage& stage)
+    : sleeps([this, &stage](std::string const& call, unsigned long long microseconds) {
+          size_t const blank = call.find(' ');
+          calls.Record({call.substr(0, blank), call.substr(blank + 1), {}});
+          stage.Pass(microseconds);
+          return false;
+      }) {
+    calls.Decide([this](SystemCalls::Call const& call) {
+        logged.push_back({call.name, call.arguments, call.object});
+        return SystemCalls::Answer();
+    });
+}
+
 std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
-                       std::vector<std::string> const& calls) {
+                       CallTrace const& trace) {
     Entries const onDisk = ReadFromDisk();
-    if (expected == actual && calls == stage.files.calls && onDisk == stage.files.entries)
+    bool const isSame = expected == actual && trace.Foretold() == stage.files.calls;
+    if (isSame && onDisk == stage.files.entries)
         return "";
     std::ostringstream out;
     out << "  what the agent did:\n";
@@ -56,7 +83,7 @@ std::string Difference(Stage const& stage, std::string const& expected, std::str
         out << "    " << act.when << ' ' << act.path << ": " << act.entry << '\n';
     out << "  expected " << expected << "\n  and got " << actual << '\n';
     Show(out, "expected calls", stage.files.calls);
-    Show(out, "calls", calls);
+    Show(out, "calls", trace.Foretold());
     Show(out, "expected files", stage.files.entries);
     Show(out, "files", onDisk);
     return out.str();

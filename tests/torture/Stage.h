@@ -1,24 +1,54 @@
-// A model, an agent, and the real files beside them.
+// The model with a random agent, and real files on which an AgentEngine repeats the agent's acts.
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "tests/files/RecordedSleeps.h"
+#include "tests/files/SystemCalls.h"
+#include "tests/support/AgentEngine.h"
+#include "tests/torture/CallTrace.h"
 #include "tests/torture/ExchangeModel.h"
 #include "tests/torture/FileModel.h"
 #include "tests/torture/Random.h"
-#include "tests/torture/Replay.h"
-#include "tests/torture/SimulatedAgent.h"
+#include "tests/torture/RandomAgent.h"
 
-// REQUIRES: the body of a private machine with a /proc made of files.
+// REQUIRES: a sandbox with a /proc made of files.
 class Stage {
 public:
-    // The agent has laid out what stands there at first.
+    // The agent has laid out the first files, in the model and on disk.
     Stage(Random& random, bool sparesLockFile);
+
+    // The script of what the agent has done in the model since the last call.
+    std::string const& NextScript();
+    // The engine repeats that on the real files, while time passes there.
+    void Repeat() { engine.Play(NextScript()); }
+    void Pass(unsigned long long microseconds);
 
     FileModel files;
     ExchangeModel model;
-    SimulatedAgent agent;
-    Replay replay;
+    RandomAgent agent;
+
+private:
+    AgentEngine engine;
+    unsigned long long now = 0;
+    std::size_t repeated = 0;
+    std::string script;
 };
 
-// What differs between the model and the real thing, or nothing.
+// From its construction to its destruction no sleep takes time, and calls are recorded.
+class SimulatedTime {
+public:
+    explicit SimulatedTime(Stage& stage);
+
+    std::vector<LoggedCall> const& Calls() const { return logged; }
+
+private:
+    std::vector<LoggedCall> logged;
+    SystemCalls calls;
+    RecordedSleeps sleeps;
+};
+
+// The difference between the model and the real thing, or an empty string.
 std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
-                       std::vector<std::string> const& calls);
+                       CallTrace const& trace);

@@ -127,7 +127,7 @@ private:
         Compare(
             "IndexedValue",
             [&] {
-                ExchangeModel::Row row;
+                RowTexts row;
                 row.fill("-");
                 int const code = stage.model.IndexedValue(index, row);
                 return Told(code, {row.begin(), row.end()});
@@ -159,7 +159,9 @@ private:
         stage.agent.Notice();
         Compare(
             "pause", [&] { return stage.files.Pass("pause", length), std::string(); },
-            [&] { return stage.replay.Pass(length), SystemCalls::Active()->Record("pause"), ""; });
+            [&] {
+                return stage.Pass(length), SystemCalls::Active()->Record({"pause", {}, {}}), "";
+            });
     }
 
     // Somebody else begins or ends an evaluation.
@@ -178,12 +180,13 @@ private:
     void Compare(std::string const& name, Model const& ofModel, Real const& ofReal) {
         stage.files.calls.clear();
         std::string const expected = ofModel();
-        SimulatedTime const time(stage.replay);
+        stage.Repeat();
+        SimulatedTime const time(stage);
         std::string const actual = ofReal();
         outcomes.insert(name + expected.substr(0, expected.find(" [")));
         transcript += "    " + name + expected + " at " + std::to_string(stage.files.now) + '\n';
         SystemCalls::Pause const pause;
-        std::string const difference = Difference(stage, expected, actual, time.Calls());
+        std::string const difference = Difference(stage, expected, actual, CallTrace(time.Calls()));
         isOver = !difference.empty();
         if (isOver)
             ADD_FAILURE() << "SIMULATION_SEED=" << seed << "\n  the calls:\n"

@@ -11,12 +11,12 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include "tests/support/Entries.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
 #include "tests/torture/Cells.h"
-#include "tests/torture/Entries.h"
 
 namespace {
 

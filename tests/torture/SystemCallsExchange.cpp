@@ -1,19 +1,17 @@
-// Each call that an evaluation makes fails with each number of its manual page, once and from then
-// on: what the tool prints, what the interface returns, each further call, and what is left are
-// those of the model, and the invariants hold.
+// Each call that an evaluation makes fails with each error number of its manual page, once and from
+// then on. What the tool prints, what the interface returns, the foretold calls and the files that
+// remain are those of the model, and the invariants hold.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <map>
-#include <numeric>
+#include <optional>
 #include <set>
 #include <tuple>
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include "tests/support/PrivateMachine.h"
@@ -22,7 +20,7 @@
 #include "tests/system/Tool.h"
 #include "tests/torture/Cells.h"
 #include "tests/torture/ErrorNumbers.h"
-#include "tests/torture/EvaluationModel.h"
+#include "tests/torture/ExchangeModel.h"
 #include "tests/torture/PreloadedProgram.h"
 #include "tests/torture/SharedCount.h"
 
@@ -40,7 +38,7 @@ struct Scenario {
     std::string name;
     // How many of the usual answers the agent gives.
     size_t answers;
-    // Behind the fault that is tried.
+    // Besides the fault that is tried.
     std::vector<Fault> base = {};
 };
 
@@ -51,193 +49,152 @@ Scenario const scenarios[] = {
     {"AcrossFileSystems", 4, {{"rename", EXDEV, 1, true}}},
 };
 
-std::vector<std::string> ProcessesInOrder() {
-    std::vector<std::string> names;
-    DIR* const directory = opendir("/proc");
-    while (dirent const* const entry = readdir(directory))
-        names.emplace_back(entry->d_name);
-    closedir(directory);
-    // The program itself will stand behind all that is there now.
-    names.emplace_back(Surroundings::own);
-    return names;
-}
-
-// The sizes of the writes of each request, in the order of the requests.
-std::vector<std::vector<size_t>> WritesOf(std::vector<std::string> const& calls) {
-    std::string const opening = "open requestTemp.xml";
-    std::string const writing = "write requestTemp.xml ";
-    std::vector<std::vector<size_t>> writes;
-    for (std::string const& call : calls) {
-        if (call == opening)
-            writes.emplace_back();
-        if (call.starts_with(writing))
-            writes.back().push_back(std::stoul(call.substr(writing.size())));
-    }
-    return writes;
-}
-
-std::string JoinedLines(std::vector<std::string> const& lines) {
-    std::string text;
-    for (std::string const& line : lines)
-        text += line + '\n';
-    return text;
-}
-
-std::string ToolOutput(Codes const& codes) {
-    if (codes.open != 0)
-        return OpenError(codes.open);
-    std::string text;
-    for (auto const& progress : codes.progress) {
-        if (progress.state == 3)
-            text += "COMPLIANCE_Progress " + std::to_string(progress.percent) + "% completed.\n";
-        if (progress.state == 2)
-            text += "COMPLIANCE_Progress returned error " + std::to_string(progress.error) + ".\n";
-        if (progress.state == 1)
-            text += UsualRows();
-    }
-    return text;
-}
-
-std::string InterfaceOutput(Codes const& codes) {
-    std::string text = "open " + std::to_string(codes.open) + '\n';
-    if (codes.open == 0) {
-        for (auto const& progress : codes.progress)
-            text += "progress " + std::to_string(progress.state) + " percent " +
-                    std::to_string(progress.percent) + " error " + std::to_string(progress.error) +
-                    '\n';
-        bool const finished = codes.progress.back().state == 1;
-        text += std::string("count ") + (finished ? "1" : "-8") + '\n';
-        text += "close " + std::to_string(codes.close) + '\n';
-    }
-    return text + "descriptors +0\n";
-}
-
-std::string OutputOf(Program program, Codes const& codes) {
-    return program == Program::tool ? ToolOutput(codes) : InterfaceOutput(codes);
-}
-
 std::string NameOf(Fault const& fault) {
     return fault.call + ' ' + std::string(strerrorname_np(fault.error)) + ' ' +
            std::to_string(fault.number) + (fault.lasting ? " lasting" : " once");
 }
 
-// A machine with an agent, on which one evaluation after the other is run.
-class Stage {
+// The model of an evaluation beside an agent that answers.
+class Expected {
 public:
-    Stage(Scenario const& theScenario, Program theProgram)
-        : scenario(theScenario), program(theProgram), agent(Answers(theScenario)) {
-        world.processes = ProcessesInOrder();
-        world.agent = agent.Process();
-        world.answers = Answers(scenario);
-        world.pausesBetweenPolls = program == Program::tool;
-        world.open.bytes = OpenRequest("url", "doc", "3");
-        world.progress.bytes = progressRequest;
-        world.close.bytes = closeRequest;
-        LearnWrites();
+    Expected(std::vector<std::string> const& allAnswers, std::string const& agentProcess)
+        : answers(allAnswers) {
+        exchange.agentProcess = agentProcess;
+        exchange.answers = {{OpenAnswer(), {}},
+                            {ProgressAnswer("3", "0", "50"), {3, 0, 50}},
+                            {OneRowAnswer(), {1, 0, 100, {shortRow}}},
+                            {CloseAnswer(), {}}};
+        files.entries = {{ScriptedAgent::requestDirectory, {Entry::directory}},
+                         {PrivateMachine::agentProgram, Entry::File("")},
+                         {agentLink, Entry::Link(PrivateMachine::agentProgram)}};
+        files.act = [this] {
+            PlayAgent();
+        };
     }
 
-    // All single faults of an evaluation, by the calls that the model makes without any.
+    std::string Run(Program program, CallTrace const& trace) {
+        files.trace = trace;
+        return program == Program::tool ? exchange.RunTool("url", "doc", 3)
+                                        : exchange.RunInterface("url", "doc", 3);
+    }
+
+    std::optional<std::string> Content(char const* path) const {
+        auto const found = files.entries.find(path);
+        return found == files.entries.end() ? std::nullopt : std::optional(found->second.bytes);
+    }
+
+    FileModel files;
+    ExchangeModel exchange{files};
+    std::vector<std::string> seen;
+
+private:
+    // As the script does: it looks in sleeps of whole seconds, and sees each request once.
+    void PlayAgent() {
+        auto const request = files.entries.find(ScriptedAgent::request);
+        bool const isNew = request != files.entries.end() && files.published != lastSeen;
+        if (!files.calls.back().starts_with("sleep") || !isNew)
+            return;
+        lastSeen = files.published;
+        seen.push_back(request->second.bytes);
+        if (seen.size() > answers.size())
+            return;
+        files.entries[ScriptedAgent::response] = Entry::File(answers[seen.size() - 1]);
+        files.entries.erase(request);
+    }
+
+    std::vector<std::string> const answers;
+    unsigned int lastSeen = 0;
+};
+
+// A sandbox with an agent, in which one evaluation after the other is run.
+class FaultyRuns {
+public:
+    FaultyRuns(Scenario const& theScenario, Program theProgram)
+        : scenario(theScenario), program(theProgram), agent(Answers(theScenario)) {}
+
+    // All single faults of an evaluation, by the calls that it makes without any.
     std::vector<Fault> AllFaults() const {
-        EvaluationModel model(world, scenario.base);
-        model.Run();
+        Run(scenario.base);
         std::map<std::string, size_t> counts;
         std::vector<Fault> faults;
-        for (std::string const& text : model.calls) {
-            std::string const call = text.substr(0, text.find(' '));
-            size_t const number = ++counts[call];
-            for (int const error : ErrorsOf(call))
+        for (LoggedCall const& call : LoggedCalls()) {
+            size_t const number = ++counts[call.name];
+            for (int const error : ErrorsOf(call.name))
                 for (bool const lasting : {false, true})
-                    faults.push_back({call, error, number, lasting});
+                    faults.push_back({call.name, error, number, lasting});
         }
         return faults;
     }
 
-    // Whether the tool would ask for ever; see EndlessPolling.
-    bool IsEndless(Fault const& fault) const {
-        std::vector<Fault> const faults = With(fault);
-        EvaluationModel model(world, faults);
-        model.Run();
-        return model.isEndless;
-    }
+    void TryWithout() { Try(scenario.base); }
 
-    void TryWithout() { TryAtOnce(scenario.base); }
-
-    void Try(Fault const& fault) {
+    void TryWith(Fault const& fault) {
         SCOPED_TRACE(scenario.name + ", " + NameOf(fault));
-        TryAtOnce(With(fault));
+        std::vector<Fault> faults = {fault};
+        faults.insert(faults.end(), scenario.base.begin(), scenario.base.end());
+        Try(faults);
     }
 
     void TryNextRun() { triesNextRun = true; }
 
-    std::vector<Fault> With(Fault const& fault) const {
-        std::vector<Fault> faults = {fault};
-        faults.insert(faults.end(), scenario.base.begin(), scenario.base.end());
-        return faults;
-    }
-
 private:
-    static std::vector<Answer> Answers(Scenario const& scenario) {
-        std::vector<Answer> answers = UsualAnswers();
+    static std::vector<std::string> Answers(Scenario const& scenario) {
+        std::vector<std::string> answers = UsualAnswers();
         answers.resize(scenario.answers);
         return answers;
     }
 
-    // Only the first answers are needed for one request of each kind.
-    void LearnWrites() {
+    ProgramResult Run(std::vector<Fault> const& faults) const {
         PlayedAgent::Reset();
-        RunPreloaded(CommandOf(program), {});
-        auto const writes = WritesOf(LoggedCalls());
-        if (writes.empty())
-            throw std::runtime_error("no request was written");
-        world.open.writes = writes.front();
-        if (writes.size() > 2) {
-            world.progress.writes = writes[1];
-            world.close.writes = writes.back();
-        }
-        for (auto const* const request : {&world.open, &world.progress, &world.close}) {
-            size_t const size =
-                std::accumulate(request->writes.begin(), request->writes.end(), size_t{0});
-            if (size != request->bytes.size() && !request->writes.empty())
-                throw std::runtime_error("the writes of a request are not its bytes");
-        }
+        return RunPreloaded(CommandOf(program), {.faults = faults, .maxCalls = maxCalls});
     }
 
-    void TryAtOnce(std::vector<Fault> const& faults) {
-        EvaluationModel model(world, faults);
-        model.Run();
-        PlayedAgent::Reset();
-        ProgramResult const result = RunPreloaded(CommandOf(program), {.faults = faults});
-        EXPECT_EQ(OutputOf(program, model.codes), result.output);
+    void Try(std::vector<Fault> const& faults) {
+        ProgramResult const result = Run(faults);
+        auto const logged = LoggedCalls();
+        CallTrace const trace(logged);
+        Expected expected(Answers(scenario), agent.Process());
+        std::string const output = expected.Run(program, trace);
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         EXPECT_EQ("", result.errors);
-        EXPECT_EQ(JoinedLines(model.calls), JoinedLines(LoggedCalls()));
-        EXPECT_EQ(model.temporary, ContentOf(ScriptedAgent::requestTemp));
-        EXPECT_EQ(model.request, ContentOf(ScriptedAgent::request));
-        EXPECT_EQ(model.response, ContentOf(ScriptedAgent::response));
-        EXPECT_EQ(model.requestsTaken, PlayedAgent::Taken());
-        ExpectInvariants(model.writeFailed);
+        ExpectInvariants(expected.exchange.HasWriteFailed());
+        if (logged.size() == maxCalls)
+            return ExpectEndless(faults, expected, trace);
+        EXPECT_EQ(output, result.output);
+        EXPECT_EQ(expected.files.calls, trace.Foretold());
+        for (char const* const path :
+             {ScriptedAgent::requestTemp, ScriptedAgent::request, ScriptedAgent::response})
+            EXPECT_EQ(expected.Content(path), ContentOf(path)) << path;
+        EXPECT_EQ(expected.seen, PlayedAgent::Seen());
         if (triesNextRun)
             ExpectNextRun();
     }
 
-    bool IsCanonical(std::string const& bytes) const {
-        return bytes == world.open.bytes || bytes == world.progress.bytes ||
-               bytes == world.close.bytes;
-    }
-
-    bool IsPart(std::string const& bytes) const {
-        return world.open.bytes.starts_with(bytes) || world.progress.bytes.starts_with(bytes) ||
-               world.close.bytes.starts_with(bytes);
+    // See RefusedRenamesAfterProgressNeverEnd. The model gives up after some polls.
+    static void ExpectEndless(std::vector<Fault> const& faults, Expected const& expected,
+                              CallTrace const& trace) {
+        EXPECT_TRUE(faults[0].lasting && faults[0].call == "rename") << NameOf(faults[0]);
+        EXPECT_TRUE(expected.exchange.IsOpen());
+        size_t const common = std::min(expected.files.calls.size(), trace.Foretold().size());
+        EXPECT_TRUE(std::equal(trace.Foretold().begin(),
+                               trace.Foretold().begin() + static_cast<std::ptrdiff_t>(common),
+                               expected.files.calls.begin()));
     }
 
     // Whatever the model says.
-    void ExpectInvariants(bool writeFailed) {
+    static void ExpectInvariants(bool writeFailed) {
+        std::string const whole[] = {OpenRequest("url", "doc", "3"), progressRequest, closeRequest};
         if (auto const request = ContentOf(ScriptedAgent::request)) {
-            EXPECT_TRUE(IsCanonical(*request) || (writeFailed && IsPart(*request))) << *request;
+            EXPECT_TRUE(std::any_of(std::begin(whole), std::end(whole),
+                                    [&](std::string const& document) {
+                                        return document == *request ||
+                                               (writeFailed && document.starts_with(*request));
+                                    }))
+                << *request;
         }
         if (auto const response = ContentOf(ScriptedAgent::response)) {
-            EXPECT_EQ(1, std::count_if(world.answers.begin(), world.answers.end(),
-                                       [&](auto const& a) { return a.bytes == *response; }));
+            auto const answers = UsualAnswers();
+            EXPECT_EQ(1, std::count(answers.begin(), answers.end(), *response)) << *response;
         }
         ExpectNamesAmong({"lockfile", "request.xml", "requestTemp.xml"},
                          ScriptedAgent::requestDirectory);
@@ -250,44 +207,34 @@ private:
             EXPECT_TRUE(known.contains(entry.path().filename())) << entry.path();
     }
 
-    // With everything as it was left, and nothing that fails.
+    // With all files as they were left, and nothing that fails.
     void ExpectNextRun() {
         bool const isWaiting = ContentOf(ScriptedAgent::request).has_value();
         ProgramResult const next = RunPreloaded(CommandOf(Program::tool), {});
-        Surroundings then = world;
-        then.pausesBetweenPolls = true;
-        std::vector<Fault> const none;
-        EvaluationModel model(then, none);
-        if (isWaiting)
-            model.codes.open = -5;
-        else
-            model.Run();
-        EXPECT_EQ(ToolOutput(model.codes), next.output);
+        Expected expected(Answers(scenario), agent.Process());
+        std::string const output = expected.Run(Program::tool, {});
+        EXPECT_EQ(isWaiting ? OpenError(-5) : output, next.output);
         EXPECT_EQ(ExitStatus::Exited(0), next.status);
         EXPECT_FALSE(IsLocked());
     }
 
+    // Many more than any evaluation here that ends.
+    static constexpr size_t maxCalls = 5000;
+
     Scenario const& scenario;
     Program const program;
-    PlayedAgent agent;
-    Surroundings world;
+    PlayedAgent const agent;
     bool triesNextRun = false;
 };
 
-size_t TryAll(Stage& stage, std::vector<Fault> const& faults, size_t step, size_t first = 0) {
+size_t TryAll(FaultyRuns& runs, std::vector<Fault> const& faults, size_t step) {
     size_t tried = 0;
-    for (size_t i = first; i < faults.size() && !testing::Test::HasFailure(); i += step)
-        if (!stage.IsEndless(faults[i])) {
-            stage.Try(faults[i]);
-            ++tried;
-        } else {
-            // See QuickEndlessPolling.
-            EXPECT_TRUE(faults[i].lasting && faults[i].call == "rename") << faults[i].call;
-        }
+    for (size_t i = 0; i < faults.size() && !testing::Test::HasFailure(); i += step, ++tried)
+        runs.TryWith(faults[i]);
     return tried;
 }
 
-// A body on a machine that yields how many cells it has tried.
+// Runs a body in a sandbox, which returns how many cells it has tried.
 void CountOnMachine(std::function<size_t()> const& body) {
     Torture::SharedCount cells;
     PrivateMachine::Run({.limit = std::chrono::minutes(20)}, [&] { cells.Add(body()); });
@@ -297,39 +244,37 @@ void CountOnMachine(std::function<size_t()> const& body) {
 // Deliberate: a rename that is refused counts as done, and the request, which is not there, as
 // taken. So the old answer, which says "in progress", is read for as long as every rename is
 // refused.
-TEST(QuickEndlessPolling, RenamesThatAreRefusedForEverWhileTheLastAnswerSaysInProgress) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        // The one of the second poll and all behind it.
-        OtherProgram tool(CommandOf(Program::tool),
-                          PreloadedOptions({.faults = {{"rename", EACCES, 3, true}}}));
-        std::string const line = "COMPLIANCE_Progress 50% completed.\n";
-        std::string output;
-        while (output.size() < 1000 * line.size() && tool.IsRunning()) {
-            usleep(1000);
-            output = tool.Output();
-        }
-        EXPECT_TRUE(tool.IsRunning());
-        tool.Kill(SIGKILL);
-        tool.Wait();
-        for (size_t at = 0; at + line.size() <= output.size(); at += line.size())
-            ASSERT_EQ(line, output.substr(at, line.size()));
-        EXPECT_EQ(2u, PlayedAgent::Taken().size());
-        EXPECT_TRUE(std::string(progressRequest)
-                        .starts_with(ContentOf(ScriptedAgent::requestTemp).value_or("none")));
-        EXPECT_EQ(std::nullopt, ContentOf(ScriptedAgent::request));
-        EXPECT_EQ(UsualAnswers()[1].bytes, ContentOf(ScriptedAgent::response));
-        EXPECT_FALSE(IsLocked());
-    });
+SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverEnd) {
+    PlayedAgent const agent(UsualAnswers());
+    // The one of the second poll and all behind it.
+    OtherProgram tool(CommandOf(Program::tool),
+                      PreloadedOptions({.faults = {{"rename", EACCES, 3, true}}}));
+    std::string const line = "COMPLIANCE_Progress 50% completed.\n";
+    std::string output;
+    while (output.size() < 1000 * line.size() && tool.IsRunning()) {
+        usleep(1000);
+        output = tool.Output();
+    }
+    EXPECT_TRUE(tool.IsRunning());
+    tool.Kill(SIGKILL);
+    tool.Wait();
+    for (size_t at = 0; at + line.size() <= output.size(); at += line.size())
+        ASSERT_EQ(line, output.substr(at, line.size()));
+    EXPECT_EQ(2u, PlayedAgent::Seen().size());
+    EXPECT_TRUE(std::string(progressRequest)
+                    .starts_with(ContentOf(ScriptedAgent::requestTemp).value_or("none")));
+    EXPECT_EQ(std::nullopt, ContentOf(ScriptedAgent::request));
+    EXPECT_EQ(UsualAnswers()[1], ContentOf(ScriptedAgent::response));
+    EXPECT_FALSE(IsLocked());
 }
 
 class QuickExchangeFaults : public testing::TestWithParam<size_t> {};
 
-TEST_P(QuickExchangeFaults, WithoutAnyTheModelMakesTheSameCalls) {
+TEST_P(QuickExchangeFaults, WithoutAnyTheModelForetellsTheCalls) {
     CountOnMachine([&] {
         size_t cells = 0;
         for (Program const program : {Program::tool, Program::interface}) {
-            Stage(scenarios[GetParam()], program).TryWithout();
+            FaultyRuns(scenarios[GetParam()], program).TryWithout();
             ++cells;
         }
         return cells;
@@ -339,10 +284,10 @@ TEST_P(QuickExchangeFaults, WithoutAnyTheModelMakesTheSameCalls) {
 // A few of all, with steps that are prime to the lengths of the lists of numbers.
 TEST_P(QuickExchangeFaults, SomeGiveTheStatedCodes) {
     CountOnMachine([&] {
-        Stage stage(scenarios[GetParam()], Program::interface);
-        stage.TryNextRun();
-        auto const faults = stage.AllFaults();
-        return TryAll(stage, faults, faults.size() / 10 | 1);
+        FaultyRuns runs(scenarios[GetParam()], Program::interface);
+        runs.TryNextRun();
+        auto const faults = runs.AllFaults();
+        return TryAll(runs, faults, faults.size() / 10 | 1);
     });
 }
 
@@ -361,16 +306,16 @@ class FullExchangeFaults : public testing::TestWithParam<std::tuple<size_t, Prog
 TEST_P(FullExchangeFaults, GiveTheStatedCodes) {
     CountOnMachine([&] {
         auto const [scenario, program, name] = GetParam();
-        Stage stage(scenarios[scenario], program);
+        FaultyRuns runs(scenarios[scenario], program);
         if (program == Program::tool)
-            stage.TryNextRun();
-        std::vector<Fault> faults = stage.AllFaults();
+            runs.TryNextRun();
+        std::vector<Fault> faults = runs.AllFaults();
         for (Fault const& fault : faults)
             EXPECT_NE(std::end(calls), std::find(std::begin(calls), std::end(calls), fault.call))
                 << fault.call;
         std::string const& call = name;
         std::erase_if(faults, [&](Fault const& fault) { return fault.call != call; });
-        return TryAll(stage, faults, 1);
+        return TryAll(runs, faults, 1);
     });
 }
 

@@ -1,25 +1,25 @@
-// An agent of whims, good and bad ones, in simulated time.
+// Random scripts of agents, well-behaved and other ones, in simulated time.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "tests/torture/Entries.h"
+#include "tests/support/Entries.h"
 #include "tests/torture/ExchangeModel.h"
 #include "tests/torture/FileModel.h"
 #include "tests/torture/Random.h"
 
-// Watches the model's files and changes them; what it has done can then be done to the real ones.
-class SimulatedAgent {
+// Watches the files of the model and changes them. An AgentEngine then does the same to real files.
+class RandomAgent {
 public:
-    // A lock file that is taken, for another process holds a lock on it, is left alone. The model
-    // is told which of the responses it can read.
-    SimulatedAgent(Random& whims, FileModel& world, ExchangeModel& reader, bool lockFileIsTaken);
+    // Does not touch a lock file that another process locks. Adds the responses that can be read to
+    // the model.
+    RandomAgent(Random& choices, FileModel& world, ExchangeModel& reader, bool lockFileIsTaken);
 
-    // In the order in which they are done, with what stood there before the first call.
+    // In the order of their times. Those of the time 0 lay out the files before the first call.
     std::vector<Act> const& Done() const { return done; }
 
-    // A sleep begins: it may be moved to plan something.
+    // A sleep begins, in which something may be planned.
     void Notice();
     // Does all that is due.
     void DoWhatIsDue();

@@ -1,4 +1,4 @@
-#include "tests/torture/Entries.h"
+#include "tests/support/Entries.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -6,12 +6,6 @@
 #include <iterator>
 #include <ostream>
 #include <stdexcept>
-
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
@@ -24,20 +18,6 @@ constexpr char const* requestDirectory = ScriptedAgent::requestDirectory;
 constexpr char const* hiddenDirectory = "/var/opt/VeskaClient/Hidden";
 constexpr char const* directoryOfResponses = "/var/opt/VeskaClient/ResponseDir";
 
-void Require(bool isMade, std::string const& path) {
-    if (!isMade)
-        throw std::runtime_error("can't make " + path);
-}
-
-void MakeSocket(std::string const& path) {
-    int const made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    Require(bind(made, reinterpret_cast<sockaddr const*>(&address), sizeof address) == 0, path);
-    close(made);
-}
-
 std::string Content(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -46,30 +26,6 @@ std::string Content(std::string const& path) {
 void ReadInto(Entries& entries, std::string const& path) {
     if (Entry const entry = EntryOnDisk(path); entry.kind != Entry::nothing)
         entries[path] = entry;
-}
-
-void Make(std::string const& path, Entry const& entry) {
-    switch (entry.kind) {
-    case Entry::nothing:
-        return;
-    case Entry::file:
-        return Require(!!(std::ofstream(path, std::ios::binary) << entry.bytes << std::flush),
-                       path);
-    case Entry::directory:
-        return static_cast<void>(fs::create_directory(path));
-    case Entry::fullDirectory:
-        fs::create_directories(path + "/inside");
-        return;
-    case Entry::symbolicLink:
-        return fs::create_symlink(entry.bytes, path);
-    case Entry::unixSocket:
-        return MakeSocket(path);
-    case Entry::fifo:
-        return Require(mkfifo(path.c_str(), 0666) == 0, path);
-    case Entry::device:
-        if (mknod(path.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-            fs::create_symlink("/dev/null", path);
-    }
 }
 
 } // namespace
@@ -116,17 +72,52 @@ void Do(Act const& act, Entries& entries) {
         entries[act.path] = act.entry;
 }
 
-void PlaceOnDisk(std::string const& path, Entry const& entry) {
-    if (path == requestDirectory) {
-        bool const away = entry.kind == Entry::nothing;
-        if (fs::exists(path) == away)
-            fs::rename(away ? path : hiddenDirectory, away ? hiddenDirectory : path);
-        return;
+void AddSteps(AgentScript& script, std::string const& path, Entry const& entry) {
+    switch (entry.kind) {
+    case Entry::nothing:
+        break;
+    case Entry::file:
+        script.Write(path, entry.bytes);
+        break;
+    case Entry::directory:
+        script.MakeDirectory(path);
+        break;
+    case Entry::fullDirectory:
+        script.MakeDirectory(path).MakeDirectory(path + "/inside");
+        break;
+    case Entry::symbolicLink:
+        script.MakeLink(entry.bytes, path);
+        break;
+    case Entry::unixSocket:
+        script.Make("socket", path);
+        break;
+    case Entry::fifo:
+        script.Make("fifo", path);
+        break;
+    case Entry::device:
+        script.Make("device", path);
     }
-    if (!fs::exists(fs::path(path).parent_path()))
-        return;
-    fs::remove_all(path);
-    Make(path, entry);
+}
+
+AgentScript ScriptOf(Act const& act) {
+    AgentScript script;
+    script.WaitUntil(std::chrono::microseconds(act.when));
+    bool const isAway = act.entry.kind == Entry::nothing;
+    if (act.path == requestDirectory)
+        return isAway ? script.Move(act.path, hiddenDirectory)
+                      : script.Move(hiddenDirectory, act.path);
+    script.Clear(act.path);
+    AddSteps(script, act.path, act.entry);
+    return script;
+}
+
+void PlaceOnDisk(std::string const& path, Entry const& entry) {
+    AgentScript const script = ScriptOf({0, path, entry});
+    AgentEngine engine;
+    engine.Play(script.text());
+    engine.Advance(0);
+    if (engine.Failures() != 0)
+        throw std::runtime_error("can't make " + path);
 }
 
 Entries ReadFromDisk() {
@@ -141,28 +132,4 @@ Entries ReadFromDisk() {
     for (char const* const path : {Entry::elsewhere, PrivateMachine::agentProgram, agentLink})
         ReadInto(entries, path);
     return entries;
-}
-
-// A line "when kind path size", and so many bytes.
-void WriteActs(std::string const& path, std::vector<Act> const& acts) {
-    std::ofstream file(path, std::ios::binary);
-    for (Act const& act : acts)
-        file << act.when << ' ' << act.entry.kind << ' ' << act.path << ' '
-             << act.entry.bytes.size() << '\n'
-             << act.entry.bytes << '\n';
-    Require(!!file.flush(), path);
-}
-
-std::vector<Act> ReadActs(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::vector<Act> acts;
-    int kind = 0;
-    size_t size = 0;
-    for (Act act; file >> act.when >> kind >> act.path >> size; acts.push_back(act)) {
-        file.get();
-        act.entry.kind = static_cast<Entry::Kind>(kind);
-        act.entry.bytes.resize(size);
-        file.read(act.entry.bytes.data(), static_cast<std::streamsize>(size));
-    }
-    return acts;
 }

@@ -1,4 +1,4 @@
-#include "tests/torture/SimulatedAnswer.h"
+#include "tests/torture/RandomDocuments.h"
 
 #include <utility>
 #include <vector>
@@ -17,10 +17,6 @@ struct Number {
     char const* written;
     int read;
 };
-
-std::string Element(std::string const& name, std::string const& content) {
-    return "<" + name + ">" + content + "</" + name + ">";
-}
 
 Number AnyNumber(Random& random) {
     return random.Pick<Number>({{"1", 1},
@@ -50,21 +46,14 @@ Number AnyState(Random& random) {
 
 Text AnyText(Random& random) {
     Text text;
-    for (unsigned long long pieces = random.Below(4); pieces != 0; --pieces) {
-        Text const piece = random.Pick<Text>({{"plain", "plain"},
-                                              {" ", " "},
-                                              {"&amp;", "&"},
-                                              {"&lt;", "<"},
-                                              {"&gt;", ">"},
-                                              {"&quot;", "\""},
-                                              {"&#xe9;", "\xe9"},
-                                              {"\xc3\xa9", "\xc3\xa9"},
-                                              {"&apos;", "&apos;"},
-                                              {"\r\n", "\r\n"},
-                                              {"100%", "100%"},
-                                              {"%s", "%s"}});
-        text.written += piece.written;
-        text.read += piece.read;
+    for (auto left = random.Below(4); left != 0; --left) {
+        static constexpr char const* pieces[][2] = {
+            {"plain", "plain"},   {" ", " "},       {"&amp;", "&"},     {"&lt;", "<"},
+            {"&gt;", ">"},        {"&quot;", "\""}, {"&#xe9;", "\xe9"}, {"\xc3\xa9", "\xc3\xa9"},
+            {"&apos;", "&apos;"}, {"\r\n", "\r\n"}, {"100%", "100%"},   {"%s", "%s"}};
+        auto const& piece = pieces[random.Below(std::size(pieces))];
+        text.written += piece[0];
+        text.read += piece[1];
     }
     if (random.Below(200) == 0) {
         // More than is read at once.
@@ -74,7 +63,7 @@ Text AnyText(Random& random) {
     return text;
 }
 
-std::string AnyRow(Random& random, ExchangeModel::Row& row) {
+std::string AnyRow(Random& random, RowTexts& row) {
     static constexpr char const* names[] = {"Designator",     "Result",      "ResultType",
                                             "EvaluationTime", "Description", "Comment"};
     std::vector<std::string> children;
@@ -102,7 +91,7 @@ std::string AnyType(Random& random) {
 // The children of the root in the order in which they count.
 class Children {
 public:
-    Children(Random& whims, ExchangeModel::Answer& meaning) : random(whims), says(meaning) {
+    Children(Random& choices, ExchangeModel::Answer& meaning) : random(choices), says(meaning) {
         AddProgress();
         for (unsigned long long rows = random.Chance(60) ? 0 : random.Below(5); rows != 0; --rows) {
             says.rows.emplace_back();
@@ -157,8 +146,8 @@ private:
 
 } // namespace
 
-SimulatedAnswer MakeSimulatedAnswer(Random& random) {
-    SimulatedAnswer answer;
+RandomAnswer MakeRandomAnswer(Random& random) {
+    RandomAnswer answer;
     answer.bytes = Response(Children(random, answer.says).Join());
     if (random.Chance(5))
         answer.bytes += "\r\n";
@@ -168,7 +157,7 @@ SimulatedAnswer MakeSimulatedAnswer(Random& random) {
 std::string MakeGarbage(Random& random) {
     if (random.Chance(60)) {
         // No part of a document is one: its root is closed by its last byte.
-        SimulatedAnswer const answer = MakeSimulatedAnswer(random);
+        RandomAnswer const answer = MakeRandomAnswer(random);
         size_t const end = answer.bytes.rfind('>');
         return answer.bytes.substr(0, random.Below(end + 1));
     }

@@ -4,7 +4,8 @@
 #include <iosfwd>
 #include <map>
 #include <string>
-#include <vector>
+
+#include "tests/support/AgentScript.h"
 
 struct Entry {
     // A device is that of /dev/null, or a link to it where nobody may make one.
@@ -47,12 +48,12 @@ struct Act {
 };
 
 void Do(Act const& act, Entries& entries);
+// The steps that make the entry where there is none.
+void AddSteps(AgentScript& script, std::string const& path, Entry const& entry);
+// The act as steps of an agent. Some of them fail where the act changes nothing.
+AgentScript ScriptOf(Act const& act);
 
-// The real files. Calls of the system are made here that no SystemCalls shall see.
+// The real files.
 void PlaceOnDisk(std::string const& path, Entry const& entry);
 Entry EntryOnDisk(std::string const& path);
 Entries ReadFromDisk();
-
-// Acts as a file, for a process that is to replay them.
-void WriteActs(std::string const& path, std::vector<Act> const& acts);
-std::vector<Act> ReadActs(std::string const& path);

@@ -6,14 +6,14 @@
 #include "tests/torture/ExchangeModel.h"
 #include "tests/torture/Random.h"
 
-struct SimulatedAnswer {
+struct RandomAnswer {
     std::string bytes;
     ExchangeModel::Answer says;
 };
 
-// The children in any order, repeated, left out, among others that mean nothing; texts and numbers
-// that are hard to read.
-SimulatedAnswer MakeSimulatedAnswer(Random& random);
+// The children are in any order, repeated or missing, among others without a meaning. Texts and
+// numbers are hard to read.
+RandomAnswer MakeRandomAnswer(Random& random);
 
 // Bytes that are no response: a part of one, or something else.
 std::string MakeGarbage(Random& random);

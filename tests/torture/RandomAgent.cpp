@@ -1,17 +1,16 @@
-#include "tests/torture/SimulatedAgent.h"
+#include "tests/torture/RandomAgent.h"
 
 #include <algorithm>
 
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
-#include "tests/system/Documents.h"
-#include "tests/torture/SimulatedAnswer.h"
+#include "tests/torture/RandomDocuments.h"
 
 namespace {
 
 constexpr unsigned long long second = 1'000'000;
-// From then on it does nothing any more, so that every evaluation comes to an end.
-constexpr unsigned long long endOfItsLife = 300 * second;
+// Later it does nothing, so that every evaluation ends.
+constexpr unsigned long long endOfActs = 300 * second;
 
 std::string const request = ScriptedAgent::request;
 std::string const temporary = ScriptedAgent::requestTemp;
@@ -20,14 +19,14 @@ std::string const requestDirectory = ScriptedAgent::requestDirectory;
 
 } // namespace
 
-SimulatedAgent::SimulatedAgent(Random& whims, FileModel& world, ExchangeModel& reader,
-                               bool lockFileIsTaken)
-    : random(whims), files(world), model(reader), sparesLockFile(lockFileIsTaken) {
+RandomAgent::RandomAgent(Random& choices, FileModel& world, ExchangeModel& reader,
+                         bool lockFileIsTaken)
+    : random(choices), files(world), model(reader), sparesLockFile(lockFileIsTaken) {
     LayOut();
 }
 
 // What stands there at first: mostly all that is needed, and something of an earlier evaluation.
-void SimulatedAgent::LayOut() {
+void RandomAgent::LayOut() {
     Execute({0, requestDirectory, {Entry::directory}});
     if (!random.Chance(3))
         Execute({0, PrivateMachine::agentProgram, Entry::File("")});
@@ -45,17 +44,17 @@ void SimulatedAgent::LayOut() {
         Execute({0, ScriptedAgent::lockFile, AnyEntry()});
 }
 
-void SimulatedAgent::Execute(Act const& act) {
+void RandomAgent::Execute(Act const& act) {
     Do(act, files.entries);
     done.push_back(act);
 }
 
-void SimulatedAgent::Plan(unsigned long long delay, std::string const& path, Entry const& entry) {
+void RandomAgent::Plan(unsigned long long delay, std::string const& path, Entry const& entry) {
     planned.push_back({files.now + delay, path, entry});
 }
 
-void SimulatedAgent::Notice() {
-    if (files.now > endOfItsLife)
+void RandomAgent::Notice() {
+    if (files.now > endOfActs)
         return planned.clear();
     bool const isAsked = files.entries.contains(request);
     if (planned.empty() && (isAsked ? random.Chance(93) : random.Chance(8)))
@@ -64,7 +63,7 @@ void SimulatedAgent::Notice() {
         BehaveOddly();
 }
 
-void SimulatedAgent::DoWhatIsDue() {
+void RandomAgent::DoWhatIsDue() {
     std::stable_sort(planned.begin(), planned.end(),
                      [](Act const& one, Act const& other) { return one.when < other.when; });
     while (!planned.empty() && planned.front().when <= files.now) {
@@ -74,9 +73,9 @@ void SimulatedAgent::DoWhatIsDue() {
 }
 
 // Never 0: what is planned for now would be too late for this moment.
-unsigned long long SimulatedAgent::ShortDelay() { return 1 + random.Below(900'000); }
+unsigned long long RandomAgent::ShortDelay() { return 1 + random.Below(900'000); }
 
-unsigned long long SimulatedAgent::Delay() {
+unsigned long long RandomAgent::Delay() {
     if (random.Chance(40))
         return ShortDelay();
     // Right before a look, at it, and right behind.
@@ -90,7 +89,7 @@ unsigned long long SimulatedAgent::Delay() {
     return 1 + random.Below(13 * second);
 }
 
-void SimulatedAgent::React() {
+void RandomAgent::React() {
     unsigned long long const first = random.Chance(75) ? ShortDelay() : Delay();
     unsigned long long const later = first + Delay();
     switch (random.Below(20)) {
@@ -127,7 +126,7 @@ void SimulatedAgent::React() {
 }
 
 // Something else than an answer, anywhere.
-void SimulatedAgent::BehaveOddly() {
+void RandomAgent::BehaveOddly() {
     for (unsigned long long times = 1 + random.Below(3); times != 0; --times) {
         unsigned long long const delay = Delay();
         switch (random.Below(10)) {
@@ -163,7 +162,7 @@ void SimulatedAgent::BehaveOddly() {
     }
 }
 
-Entry SimulatedAgent::AnyEntry() {
+Entry RandomAgent::AnyEntry() {
     switch (random.Below(10)) {
     case 0:
     case 1:
@@ -183,10 +182,10 @@ Entry SimulatedAgent::AnyEntry() {
     }
 }
 
-Entry SimulatedAgent::Answer() {
-    SimulatedAnswer const answer = MakeSimulatedAnswer(random);
+Entry RandomAgent::Answer() {
+    RandomAnswer const answer = MakeRandomAnswer(random);
     model.answers[answer.bytes] = answer.says;
     return Entry::File(answer.bytes);
 }
 
-Entry SimulatedAgent::Garbage() { return Entry::File(MakeGarbage(random)); }
+Entry RandomAgent::Garbage() { return Entry::File(MakeGarbage(random)); }
