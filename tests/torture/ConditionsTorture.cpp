@@ -1,6 +1,5 @@
-// Real conditions in whole grids: files cut at every byte, full disks, file systems that may only
-// be read or that are others, no descriptors left, and every mode of the two directories. Single
-// ones of each kind are in tests/system.
+// Real conditions in whole grids: files cut at every byte, full disks, and file systems that are
+// read-only or others. Single ones of each kind are in tests/system.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -10,48 +9,22 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/PrivateMachine.h"
-#include "tests/support/Sanitizers.h"
 #include "tests/support/SmallFileSystem.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
 #include "tests/torture/Cells.h"
-#include "tests/torture/PreloadedProgram.h"
+#include "tests/torture/Conditions.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
-
-constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
-
-std::vector<std::string> DynamicTool(std::string const& url = "url") {
-    return {CC_DYNAMIC_TOOL, "-c", url, "doc"};
-}
-
-std::string const usualOutput = UsualOutput();
-
-std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
-
-void ExpectOutput(std::string const& output, ProgramResult const& result) {
-    EXPECT_EQ(output, result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_EQ("", result.errors);
-    EXPECT_FALSE(IsLocked());
-}
-
-// What a request that waits makes of the next evaluation.
-void ExpectNextIsRefused() { ExpectOutput(OpenError(-5), RunPreloaded(DynamicTool(), {})); }
+using namespace Conditions;
 
 // Short writes. The four requests of a usual evaluation are cut in turn.
 
@@ -62,7 +35,7 @@ std::vector<std::string> const usualRequests = {OpenRequest("url", "doc", "0"), 
 void TryShortWrite(size_t number, size_t offset) {
     PlayedAgent::Reset();
     std::string const cut = std::to_string(number + 1) + ' ' + std::to_string(offset) + " 0";
-    ExpectOutput(usualOutput, RunPreloaded(DynamicTool(), {.cutWrites = cut}));
+    ExpectOutput(UsualOutput(), RunPreloaded(DynamicTool(), {.cutWrites = cut}));
     EXPECT_EQ(usualRequests, PlayedAgent::Seen());
     EXPECT_EQ("lockfile ", Listing());
 }
@@ -73,8 +46,7 @@ void TryFullDisk(size_t number, size_t offset) {
     PlayedAgent::Reset();
     std::string const cut =
         std::to_string(number + 1) + ' ' + std::to_string(offset) + ' ' + std::to_string(ENOSPC);
-    std::string const outputs[] = {OpenError(-17), "", "COMPLIANCE_Progress 50% completed.\n",
-                                   usualOutput};
+    std::string const outputs[] = {OpenError(-17), "", PrintedPercent("50"), UsualOutput()};
     ExpectOutput(outputs[number], RunPreloaded(DynamicTool(), {.cutWrites = cut}));
     std::vector<std::string> taken(usualRequests.begin(),
                                    usualRequests.begin() + static_cast<std::ptrdiff_t>(number));
@@ -204,7 +176,7 @@ void TryRoom(size_t pages) {
     fs::remove(disk / "room");
     ProgramResult const result = RunPreloaded(DynamicTool(url), {});
     if (pages * page >= request.size()) {
-        ExpectOutput(usualOutput, result);
+        ExpectOutput(UsualOutput(), result);
         EXPECT_EQ("filler lockfile ", Listing());
         return;
     }
@@ -231,7 +203,8 @@ TEST(QuickFullDisks, WithEachNumberOfFilesThatStillFit) {
             PlayedAgent::Reset();
             SmallFileSystem const disk(ScriptedAgent::requestDirectory, {.inodes = files});
             ProgramResult const result = RunPreloaded(DynamicTool(), {});
-            std::string const outputs[] = {OpenError(-6), OpenError(-17), usualOutput, usualOutput};
+            std::string const outputs[] = {OpenError(-6), OpenError(-17), UsualOutput(),
+                                           UsualOutput()};
             EXPECT_EQ(outputs[files - 1], result.output);
             EXPECT_EQ(ExitStatus::Exited(0), result.status);
             EXPECT_EQ(files == 1 ? "" : "lockfile ", Listing());
@@ -267,7 +240,7 @@ SANDBOX_TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
     SmallFileSystem disk(responseDirectory);
     WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
     disk.MakeReadOnly();
-    ExpectOutput("COMPLIANCE_Progress returned error 5.\n", RunPreloaded(DynamicTool(), {}));
+    ExpectOutput(PrintedError("5"), RunPreloaded(DynamicTool(), {}));
     EXPECT_EQ(ProgressAnswer("2", "5"), ReadBytes(ScriptedAgent::response));
     EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
 }
@@ -277,7 +250,7 @@ TEST(QuickFileSystems, RequestsAndResponsesOnDifferentOnes) {
         for (char const* const directory : {ScriptedAgent::requestDirectory, responseDirectory}) {
             PlayedAgent const agent(UsualAnswers());
             SmallFileSystem const disk(directory);
-            ExpectOutput(usualOutput, RunPreloaded(DynamicTool(), {}));
+            ExpectOutput(UsualOutput(), RunPreloaded(DynamicTool(), {}));
             EXPECT_EQ("lockfile ", Listing());
         }
     });
@@ -297,7 +270,7 @@ TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
         EXPECT_EQ("lockfile requestTemp.xml ", Listing());
         // An answer that is there is taken for one to this request.
         WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
-        ExpectOutput("COMPLIANCE_Progress returned error 5.\n", RunPreloaded(DynamicTool(), {}));
+        ExpectOutput(PrintedError("5"), RunPreloaded(DynamicTool(), {}));
         EXPECT_EQ(closeRequest, ReadBytes("/opt/file"));
     });
 }
@@ -310,226 +283,5 @@ SANDBOX_TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
     ExpectOutput(OpenError(-5), RunPreloaded(DynamicTool(), {}));
     EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
 }
-
-// Directories that are missing.
-
-void TryMissing(bool requests, bool responses, bool program) {
-    SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
-                 (responses ? " responses" : "") + (program ? " program" : ""));
-    PlayedAgent const agent(UsualAnswers());
-    PlayedAgent::Reset();
-    if (requests)
-        fs::remove_all(ScriptedAgent::requestDirectory);
-    if (responses)
-        fs::remove_all(responseDirectory);
-    if (program)
-        fs::remove_all("/opt/VeskaClient");
-    std::string output = usualOutput;
-    if (responses)
-        output = OpenError(-7);
-    if (program)
-        output = OpenError(-1);
-    if (requests)
-        output = OpenError(-6);
-    ProgramResult const result = RunPreloaded(DynamicTool(), {});
-    EXPECT_EQ(output, result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    // None is made.
-    EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
-    EXPECT_EQ(responses, !fs::exists(responseDirectory));
-}
-
-TEST(QuickMissingDirectories, InEveryCombination) {
-    PrivateMachine::Run([] {
-        for (int which = 0; which < 8; ++which)
-            TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
-    });
-    Torture::CountCells(8);
-}
-
-// Rights, for a user who has none but these.
-
-// Not everybody can reach the place where things are built.
-std::string CopyForEveryone(std::string const& program) {
-    std::string const copy = "/opt/" + fs::path(program).filename().string();
-    if (!fs::exists(copy)) {
-        fs::copy_file(program, copy);
-        fs::permissions(copy, fs::perms(0755));
-    }
-    return copy;
-}
-
-ProgramResult RunWithoutRights() {
-    auto command = DynamicTool();
-    command[0] = CopyForEveryone(command[0]);
-    ProgramOptions options = PreloadedOptions({});
-    options.environment->push_back("LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS));
-    options.environment->erase(options.environment->begin());
-    options.prepare = [] {
-        PrivateMachine::DropPrivileges();
-        return true;
-    };
-    return RunProgram(command, options);
-}
-
-// The same for owner, group and others, whoever the user is.
-void SetModeForAll(std::string const& path, unsigned int bits) {
-    ASSERT_EQ(0, chmod(path.c_str(), bits << 6 | bits << 3 | bits));
-}
-
-constexpr unsigned int mayRead = 4;
-constexpr unsigned int mayWrite = 2;
-constexpr unsigned int mayEnter = 1;
-constexpr int notThere = -1;
-
-void TryRightsToRequests(unsigned int directory, int lockFile) {
-    SCOPED_TRACE("directory " + std::to_string(directory) + ", lock file " +
-                 std::to_string(lockFile));
-    SetModeForAll(ScriptedAgent::requestDirectory, 7);
-    PlayedAgent::Reset();
-    if (lockFile != notThere) {
-        WriteBytes(ScriptedAgent::lockFile, "");
-        SetModeForAll(ScriptedAgent::lockFile, static_cast<unsigned int>(lockFile));
-    }
-    SetModeForAll(ScriptedAgent::requestDirectory, directory);
-    bool const canEnter = (directory & mayEnter) != 0;
-    bool const canCreate = canEnter && (directory & mayWrite) != 0;
-    bool const canLock =
-        lockFile == notThere ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
-    ProgramResult const result = RunWithoutRights();
-    EXPECT_EQ(!canLock ? OpenError(-6) : !canCreate ? OpenError(-17) : usualOutput, result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_EQ("", result.errors);
-    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Listing());
-}
-
-TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        for (unsigned int directory = 0; directory <= 7; ++directory)
-            for (int const lockFile : {notThere, 0, 2, 4, 6})
-                TryRightsToRequests(directory, lockFile);
-    });
-    Torture::CountCells(40);
-}
-
-// The agent is played with the same rights: where it can't publish, the old answer counts.
-void TryRightsToResponses(unsigned int directory, unsigned int response) {
-    SCOPED_TRACE("directory " + std::to_string(directory) + ", response " +
-                 std::to_string(response));
-    SetModeForAll(responseDirectory, 7);
-    PlayedAgent::Reset();
-    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
-    SetModeForAll(ScriptedAgent::response, response);
-    SetModeForAll(responseDirectory, directory);
-    bool const canEnter = (directory & mayEnter) != 0;
-    bool const canPublish = canEnter && (directory & mayWrite) != 0;
-    bool const canRead = canEnter && (response & mayRead) != 0;
-    ProgramResult const result = RunWithoutRights();
-    EXPECT_EQ(canPublish ? usualOutput
-              : canRead  ? "COMPLIANCE_Progress returned error 5.\n"
-                         : OpenError(-7),
-              result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_EQ("", result.errors);
-    EXPECT_EQ("lockfile ", Listing());
-}
-
-TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        for (unsigned int directory = 0; directory <= 7; ++directory)
-            for (unsigned int const response : {0U, 2U, 4U, 6U})
-                TryRightsToResponses(directory, response);
-    });
-    Torture::CountCells(32);
-}
-
-AgentScript PutBackBetweenPolls(std::string const& bytes) {
-    return AgentScript()
-        .Answer(OpenAnswer())
-        .Answer(ProgressAnswer("3", "0", "50"))
-        .PauseUntil(milliseconds(1400))
-        .PutRequest(bytes);
-}
-
-// In a directory where everybody may remove only what is his, the request of another stays. Each
-// exchange tries twice to replace it, and removes its temporary document.
-TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
-        ScriptedAgent const agent(PutBackBetweenPolls("foreign"));
-        if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
-            GTEST_SKIP() << "This machine knows one user only.";
-        ToolRun const run = RunToolWithoutRights({"-d"});
-        EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n", run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        EXPECT_LE(3000 + 4 * 2032, run.took.count());
-        EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-    });
-}
-
-// No descriptors left. The lock file takes the first one, the walk through /proc the next; where
-// the link to a program may be read that is all, else the name takes one more. The request and the
-// response use those of the walk.
-
-#ifndef CC_ADDRESS_SANITIZER // Starts the shipped program, which needs none to be loaded.
-
-constexpr int forTheLock = 4;
-constexpr int forTheWalk = 5;
-
-Evaluation EvaluateWithDescriptors(rlim_t limit, bool withRights) {
-    PrivateMachine::CreateAgentDirectories();
-    ScriptedAgent const agent(
-        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()));
-    std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
-    ProgramResult const result = RunProgram({program, "-c", "url", "doc"},
-                                            {.limits = {{RLIMIT_NOFILE, limit}}, .prepare = [=] {
-                                                 if (!withRights)
-                                                     PrivateMachine::DropPrivileges();
-                                                 return true;
-                                             }});
-    EXPECT_EQ("", result.errors);
-    return {{result.status, result.output, {}}, agent.Requests()};
-}
-
-void TryDescriptors(int limit, bool withRights) {
-    PrivateMachine::Run([=] {
-        SCOPED_TRACE(std::to_string(limit) + " descriptors");
-        Evaluation const run = EvaluateWithDescriptors(static_cast<rlim_t>(limit), withRights);
-        int const forTheProbe = withRights ? forTheWalk : forTheWalk + 1;
-        EXPECT_EQ(limit < forTheLock    ? OpenError(-6)
-                  : limit < forTheProbe ? OpenError(-2)
-                                        : "COMPLIANCE_Progress returned error 5.\n",
-                  run.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.tool.status);
-        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, run.requests.size());
-        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Listing());
-    });
-}
-
-TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
-    for (int limit = 0; limit < forTheWalk; ++limit)
-        TryDescriptors(limit, true);
-    TryDescriptors(forTheWalk, false);
-    Torture::CountCells(6);
-}
-
-class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};
-
-TEST_P(FullDescriptors, GiveTheStatedOutcome) {
-    TryDescriptors(std::get<int>(GetParam()), std::get<bool>(GetParam()));
-}
-
-INSTANTIATE_TEST_SUITE_P(FullLimits, FullDescriptors,
-                         testing::Combine(testing::Range(0, 17), testing::Bool()),
-                         [](auto const& test) {
-                             return std::to_string(std::get<int>(test.param)) +
-                                    (std::get<bool>(test.param) ? "WithRights" : "WithoutRights");
-                         });
-
-#endif
 
 } // namespace

@@ -83,13 +83,12 @@ bool IsAnswered(Course& course, Dice& dice, std::string const& answer) {
 // Whole rows, so many.
 void FinishWithRows(Course& course, Dice& dice, size_t number) {
     std::string rows;
-    std::string lines = "COMPLIANCE_ResultCount is " + std::to_string(number) + ".\n";
-    for (size_t row = 0; row < number; ++row) {
-        std::string const comment(dice.Below(2000), 'c');
-        rows += Row({"d", "r", "t", "1", "x", comment});
-        lines += "    Designator: d\n        Result: r\n   Result Type: t\nEval Time (\xB5s): 1\n"
-                 "          Desc: x\n       Comment: " +
-                 comment + "\n\n";
+    std::string lines = PrintedCount(number);
+    for (size_t i = 0; i < number; ++i) {
+        RowTexts row = shortRow;
+        row[5] = std::string(dice.Below(2000), 'c');
+        rows += Row(row);
+        lines += PrintedRow(row);
     }
     if (IsAnswered(course, dice, ProgressAnswer("1", "0", "100", rows)))
         course.output += lines;
@@ -98,14 +97,14 @@ void FinishWithRows(Course& course, Dice& dice, size_t number) {
 void FinishWithError(Course& course, Dice& dice) {
     std::string const error = std::to_string(dice.Below(100));
     if (IsAnswered(course, dice, ProgressAnswer("2", error)))
-        course.output += "COMPLIANCE_Progress returned error " + error + ".\n";
+        course.output += PrintedError(error);
 }
 
 void Poll(Course& course, Dice& dice) {
     for (size_t left = dice.Below(3); left > 0 && !course.isSilent; --left) {
         std::string const percent = std::to_string(dice.Below(101));
         if (IsAnswered(course, dice, ProgressAnswer("3", "0", percent)))
-            course.output += "COMPLIANCE_Progress " + percent + "% completed.\n";
+            course.output += PrintedPercent(percent);
     }
     if (course.isSilent)
         return;

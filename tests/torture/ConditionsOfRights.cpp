@@ -1,0 +1,250 @@
+// Real conditions in whole grids: missing directories, every mode of the two directories and of the
+// files in them, and no file descriptors left.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sanitizers.h"
+#include "tests/torture/Cells.h"
+#include "tests/torture/Conditions.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace Conditions;
+using std::chrono::milliseconds;
+
+// Directories that are missing.
+
+void TryMissing(bool requests, bool responses, bool program) {
+    SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
+                 (responses ? " responses" : "") + (program ? " program" : ""));
+    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent::Reset();
+    if (requests)
+        fs::remove_all(ScriptedAgent::requestDirectory);
+    if (responses)
+        fs::remove_all(responseDirectory);
+    if (program)
+        fs::remove_all("/opt/VeskaClient");
+    std::string output = UsualOutput();
+    if (responses)
+        output = OpenError(-7);
+    if (program)
+        output = OpenError(-1);
+    if (requests)
+        output = OpenError(-6);
+    ProgramResult const result = RunPreloaded(DynamicTool(), {});
+    EXPECT_EQ(output, result.output);
+    EXPECT_EQ(ExitStatus::Exited(0), result.status);
+    // None is made.
+    EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
+    EXPECT_EQ(responses, !fs::exists(responseDirectory));
+}
+
+TEST(QuickMissingDirectories, InEveryCombination) {
+    PrivateMachine::Run([] {
+        for (int which = 0; which < 8; ++which)
+            TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
+    });
+    Torture::CountCells(8);
+}
+
+// Rights, for a user who has none but these.
+
+// Not everybody can reach the place where things are built.
+std::string CopyForEveryone(std::string const& program) {
+    std::string const copy = "/opt/" + fs::path(program).filename().string();
+    if (!fs::exists(copy)) {
+        fs::copy_file(program, copy);
+        fs::permissions(copy, fs::perms(0755));
+    }
+    return copy;
+}
+
+ProgramResult RunWithoutRights() {
+    auto command = DynamicTool();
+    command[0] = CopyForEveryone(command[0]);
+    ProgramOptions options = PreloadedOptions({});
+    options.environment->push_back("LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS));
+    options.environment->erase(options.environment->begin());
+    options.prepare = [] {
+        PrivateMachine::DropPrivileges();
+        return true;
+    };
+    return RunProgram(command, options);
+}
+
+// The same for owner, group and others, whoever the user is.
+void SetModeForAll(std::string const& path, unsigned int bits) {
+    ASSERT_EQ(0, chmod(path.c_str(), bits << 6 | bits << 3 | bits));
+}
+
+constexpr unsigned int mayRead = 4;
+constexpr unsigned int mayWrite = 2;
+constexpr unsigned int mayEnter = 1;
+constexpr int notThere = -1;
+
+void TryRightsToRequests(unsigned int directory, int lockFile) {
+    SCOPED_TRACE("directory " + std::to_string(directory) + ", lock file " +
+                 std::to_string(lockFile));
+    SetModeForAll(ScriptedAgent::requestDirectory, 7);
+    PlayedAgent::Reset();
+    if (lockFile != notThere) {
+        WriteBytes(ScriptedAgent::lockFile, "");
+        SetModeForAll(ScriptedAgent::lockFile, static_cast<unsigned int>(lockFile));
+    }
+    SetModeForAll(ScriptedAgent::requestDirectory, directory);
+    bool const canEnter = (directory & mayEnter) != 0;
+    bool const canCreate = canEnter && (directory & mayWrite) != 0;
+    bool const canLock =
+        lockFile == notThere ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
+    ProgramResult const result = RunWithoutRights();
+    EXPECT_EQ(!canLock     ? OpenError(-6)
+              : !canCreate ? OpenError(-17)
+                           : UsualOutput(),
+              result.output);
+    EXPECT_EQ(ExitStatus::Exited(0), result.status);
+    EXPECT_EQ("", result.errors);
+    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Listing());
+}
+
+TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
+    PrivateMachine::Run([] {
+        PlayedAgent const agent(UsualAnswers());
+        for (unsigned int directory = 0; directory <= 7; ++directory)
+            for (int const lockFile : {notThere, 0, 2, 4, 6})
+                TryRightsToRequests(directory, lockFile);
+    });
+    Torture::CountCells(40);
+}
+
+// The agent is played with the same rights: where it can't publish, the old answer counts.
+void TryRightsToResponses(unsigned int directory, unsigned int response) {
+    SCOPED_TRACE("directory " + std::to_string(directory) + ", response " +
+                 std::to_string(response));
+    SetModeForAll(responseDirectory, 7);
+    PlayedAgent::Reset();
+    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    SetModeForAll(ScriptedAgent::response, response);
+    SetModeForAll(responseDirectory, directory);
+    bool const canEnter = (directory & mayEnter) != 0;
+    bool const canPublish = canEnter && (directory & mayWrite) != 0;
+    bool const canRead = canEnter && (response & mayRead) != 0;
+    ProgramResult const result = RunWithoutRights();
+    EXPECT_EQ(canPublish ? UsualOutput()
+              : canRead  ? PrintedError("5")
+                         : OpenError(-7),
+              result.output);
+    EXPECT_EQ(ExitStatus::Exited(0), result.status);
+    EXPECT_EQ("", result.errors);
+    EXPECT_EQ("lockfile ", Listing());
+}
+
+TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
+    PrivateMachine::Run([] {
+        PlayedAgent const agent(UsualAnswers());
+        for (unsigned int directory = 0; directory <= 7; ++directory)
+            for (unsigned int const response : {0U, 2U, 4U, 6U})
+                TryRightsToResponses(directory, response);
+    });
+    Torture::CountCells(32);
+}
+
+AgentScript PutBackBetweenPolls(std::string const& bytes) {
+    return AgentScript()
+        .Answer(OpenAnswer())
+        .Answer(ProgressAnswer("3", "0", "50"))
+        .PauseUntil(milliseconds(1400))
+        .PutRequest(bytes);
+}
+
+// In a directory where everybody may remove only what is his, the request of another stays. Each
+// exchange tries twice to replace it, and removes its temporary document.
+TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
+        ScriptedAgent const agent(PutBackBetweenPolls("foreign"));
+        if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
+            GTEST_SKIP() << "This machine knows one user only.";
+        ToolRun const run = RunToolWithoutRights({"-d"});
+        EXPECT_EQ(PrintedPercent("50"), run.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        EXPECT_LE(3000 + 4 * 2032, run.took.count());
+        EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
+        EXPECT_EQ("lockfile request.xml ", Listing());
+    });
+}
+
+// No descriptors left. The lock file takes the first one, the walk through /proc the next; where
+// the link to a program may be read that is all, else the name takes one more. The request and the
+// response use those of the walk.
+
+#ifndef CC_ADDRESS_SANITIZER // Starts the shipped program, which needs none to be loaded.
+
+constexpr int forTheLock = 4;
+constexpr int forTheWalk = 5;
+
+Evaluation EvaluateWithDescriptors(rlim_t limit, bool withRights) {
+    PrivateMachine::CreateAgentDirectories();
+    ScriptedAgent const agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()));
+    std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
+    ProgramResult const result = RunProgram({program, "-c", "url", "doc"},
+                                            {.limits = {{RLIMIT_NOFILE, limit}}, .prepare = [=] {
+                                                 if (!withRights)
+                                                     PrivateMachine::DropPrivileges();
+                                                 return true;
+                                             }});
+    EXPECT_EQ("", result.errors);
+    return {{result.status, result.output, {}}, agent.Requests()};
+}
+
+void TryDescriptors(int limit, bool withRights) {
+    PrivateMachine::Run([=] {
+        SCOPED_TRACE(std::to_string(limit) + " descriptors");
+        Evaluation const run = EvaluateWithDescriptors(static_cast<rlim_t>(limit), withRights);
+        int const forTheProbe = withRights ? forTheWalk : forTheWalk + 1;
+        EXPECT_EQ(limit < forTheLock    ? OpenError(-6)
+                  : limit < forTheProbe ? OpenError(-2)
+                                        : PrintedError("5"),
+                  run.tool.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.tool.status);
+        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, run.requests.size());
+        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Listing());
+    });
+}
+
+TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
+    for (int limit = 0; limit < forTheWalk; ++limit)
+        TryDescriptors(limit, true);
+    TryDescriptors(forTheWalk, false);
+    Torture::CountCells(6);
+}
+
+class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};
+
+TEST_P(FullDescriptors, GiveTheStatedOutcome) {
+    TryDescriptors(std::get<int>(GetParam()), std::get<bool>(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(FullLimits, FullDescriptors,
+                         testing::Combine(testing::Range(0, 17), testing::Bool()),
+                         [](auto const& test) {
+                             return std::to_string(std::get<int>(test.param)) +
+                                    (std::get<bool>(test.param) ? "WithRights" : "WithoutRights");
+                         });
+
+#endif
+
+} // namespace
