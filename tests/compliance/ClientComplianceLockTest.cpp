@@ -16,11 +16,11 @@
 #include <unistd.h>
 
 #include "tests/compliance/ExchangeFiles.h"
-#include "tests/compliance/LockProbe.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
+#include "tests/system/RecordLock.h"
 
 namespace {
 
@@ -37,8 +37,6 @@ bool Lock() { return ClientComplianceLock::The().Lock(); }
 
 void Unlock() { ClientComplianceLock::The().Unlock(); }
 
-bool IsLocked() { return IsLockedForOthers(lockFile); }
-
 // The state of the lock belongs to the process, so each case needs a process of its own: the body
 // of a machine is one.
 using ExchangeFiles::OnMachine;
@@ -50,7 +48,7 @@ TEST(ClientComplianceLockTest, IsOneInstance) {
 SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileAndNothingElse) {
     umask(022);
     EXPECT_TRUE(Lock());
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
     for (auto const& entry : fs::directory_iterator(requestDirectory))
         EXPECT_EQ(lockFile, entry.path().string());
     EXPECT_EQ(fs::perms(0644), fs::status(lockFile).permissions());
@@ -61,7 +59,7 @@ SANDBOX_TEST(ClientComplianceLockTest, FileStaysBehindAfterUnlock) {
     Unlock();
     EXPECT_TRUE(fs::exists(lockFile));
     EXPECT_EQ(0u, fs::file_size(lockFile));
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
 }
 
 SANDBOX_TEST(ClientComplianceLockTest, ContentOfTheFileIsNeverTouched) {
@@ -78,9 +76,9 @@ SANDBOX_TEST(ClientComplianceLockTest, SecondLockInOneProcessIsRefusedAndTheFirs
     long const open = CountOpenDescriptors();
     EXPECT_FALSE(Lock());
     EXPECT_EQ(open, CountOpenDescriptors());
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
     Unlock();
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
 }
 
 SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
@@ -89,14 +87,14 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
     EXPECT_TRUE(Lock());
     Unlock();
     Unlock();
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
 }
 
 SANDBOX_TEST(ClientComplianceLockTest, CanBeTakenAgainAfterUnlock) {
     long const open = CountOpenDescriptors();
     for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(Lock());
-        EXPECT_TRUE(IsLocked());
+        EXPECT_TRUE(IsLockedForOthers(lockFile));
         Unlock();
         EXPECT_EQ(open, CountOpenDescriptors());
     }
@@ -110,19 +108,19 @@ SANDBOX_TEST(ClientComplianceLockTest, OfTwoProcessesTheSecondIsRefusedAtOnce) {
         EXPECT_FALSE(Lock());
     });
     EXPECT_EQ(ExitStatus::Exited(0), second.Wait());
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
 // Deliberate: the refusal is for good, though the lock is free again.
 SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
-    ForeignHolder holder(lockFile);
+    ForeignLock holder(lockFile);
     long const open = CountOpenDescriptors();
     EXPECT_FALSE(Lock());
     EXPECT_EQ(open, CountOpenDescriptors());
     holder.Release();
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
     EXPECT_FALSE(Lock());
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
     fs::remove(lockFile);
     EXPECT_FALSE(Lock());
     EXPECT_FALSE(fs::exists(lockFile)) << "A later call must not try the file again.";
@@ -130,7 +128,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGoo
 
 SANDBOX_TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
     {
-        ForeignHolder const holder(lockFile);
+        ForeignLock const holder(lockFile);
         EXPECT_FALSE(Lock());
     }
     Unlock();
@@ -139,13 +137,13 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockAfterRefusalChangesNothing) {
 }
 
 SANDBOX_TEST(ClientComplianceLockTest, ProcessThatWasRefusedExitsInOrder) {
-    ForeignHolder const holder(lockFile);
+    ForeignLock const holder(lockFile);
     OtherProcess refused([] {
         EXPECT_FALSE(Lock());
         std::exit(0);
     });
     EXPECT_EQ(ExitStatus::Exited(0), refused.Wait());
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
 TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh) {
@@ -155,9 +153,9 @@ TEST(ClientComplianceLockTest, MissingDirectoryGivesFalseAndLaterCallTriesAfresh
         EXPECT_FALSE(Lock());
         PrivateMachine::CreateAgentDirectories();
         EXPECT_TRUE(Lock());
-        EXPECT_TRUE(IsLocked());
+        EXPECT_TRUE(IsLockedForOthers(lockFile));
         Unlock();
-        EXPECT_FALSE(IsLocked());
+        EXPECT_FALSE(IsLockedForOthers(lockFile));
     });
 }
 
@@ -215,7 +213,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LockOfKilledProcessIsFree) {
         line.Await();
     });
     holder.Await();
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
     holder.Kill(SIGKILL);
     holder.Wait();
     EXPECT_TRUE(Lock());
@@ -239,11 +237,11 @@ SANDBOX_TEST(ClientComplianceLockTest, IsHeldUntilNormalExitAndFreedByIt) {
         std::exit(0);
     });
     EXPECT_EQ("locked", holder.Await());
-    EXPECT_TRUE(IsLocked());
+    EXPECT_TRUE(IsLockedForOthers(lockFile));
     holder.Tell();
     // The process still lives, so it is the destructor that has freed the lock.
     EXPECT_EQ("at exit", holder.Await());
-    EXPECT_FALSE(IsLocked());
+    EXPECT_FALSE(IsLockedForOthers(lockFile));
     holder.Tell();
     EXPECT_EQ(ExitStatus::Exited(0), holder.Wait());
 }

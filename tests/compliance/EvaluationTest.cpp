@@ -9,10 +9,10 @@
 
 #include "compliance/Compliance.h"
 #include "tests/compliance/ExchangeFiles.h"
-#include "tests/compliance/LockProbe.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
+#include "tests/system/RecordLock.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ AgentScript OpenAndClose() {
 // Deliberate: the agent is there and the lock is free, and yet.
 SANDBOX_TEST(EvaluationTest, AfterAForeignLockEveryFurtherOpenIsRefused) {
     ScriptedAgent const agent(OpenAndClose());
-    ForeignHolder holder(ScriptedAgent::lockFile);
+    ForeignLock holder(ScriptedAgent::lockFile);
     EXPECT_EQ(COMPLIANCE_ERROR_LOCK, Open());
     holder.Release();
     EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));

@@ -10,10 +10,10 @@
 
 #include "compliance/Compliance.h"
 #include "tests/compliance/ExchangeFiles.h"
-#include "tests/compliance/LockProbe.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
+#include "tests/system/RecordLock.h"
 
 namespace {
 

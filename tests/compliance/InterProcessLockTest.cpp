@@ -13,10 +13,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/compliance/LockProbe.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/system/RecordLock.h"
 
 namespace {
 
@@ -152,7 +152,7 @@ TEST_F(InterProcessLockTest, LocksTheWholeFileWhateverItsContent) {
     std::ofstream(path) << content;
     InterProcessLock lock(path.c_str());
     for (off_t const length : {off_t(1), off_t(content.size())}) {
-        ForeignHolder const holder(path, {.start = 0, .length = length});
+        ForeignLock const holder(path, {.start = 0, .length = length});
         EXPECT_FALSE(lock.Lock()) << length;
     }
     ASSERT_TRUE(lock.Lock());
@@ -166,7 +166,7 @@ TEST_F(InterProcessLockTest, LocksTheWholeFileWhateverItsContent) {
 }
 
 TEST_F(InterProcessLockTest, LockHeldElsewhereIsRefusedAtOnce) {
-    ForeignHolder holder(path);
+    ForeignLock holder(path);
     InterProcessLock lock(path.c_str());
     EXPECT_FALSE(lock.Lock());
     auto const seen = ForeignView(path);
@@ -177,7 +177,7 @@ TEST_F(InterProcessLockTest, LockHeldElsewhereIsRefusedAtOnce) {
 }
 
 TEST_F(InterProcessLockTest, LockOnAnyByteElsewhereIsInTheWay) {
-    ForeignHolder const reader(path, {.type = F_RDLCK, .start = off_t(1) << 40, .length = 1});
+    ForeignLock const reader(path, {.type = F_RDLCK, .start = off_t(1) << 40, .length = 1});
     InterProcessLock lock(path.c_str());
     EXPECT_FALSE(lock.Lock());
 }
@@ -276,7 +276,7 @@ TEST_F(InterProcessLockTest, UnlockAfterRefusedLockDoesNothing) {
     ASSERT_TRUE(first.Lock());
     first.Unlock();
     {
-        ForeignHolder const holder(path);
+        ForeignLock const holder(path);
         EXPECT_FALSE(first.Lock());
     }
     ASSERT_TRUE(second.Lock());

@@ -16,6 +16,7 @@
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
+#include "tests/system/Documents.h"
 
 namespace {
 
@@ -67,19 +68,9 @@ std::string RequestOf(std::string const& type) {
            type + "</RequestType>\r\n</VeskaClientComplianceRequest>";
 }
 
-std::string AnswerOf(std::string const& type, std::string const& behind = "") {
-    return "<?xml version=\"1.0\"?>\r\n<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-           "\t<ResponseType>" +
-           type + "</ResponseType>\r\n" + behind + "</VeskaClientComplianceResponse>";
-}
-
-std::string ProgressAnswer(int state, int error, int percent, std::string const& rows = "") {
-    return AnswerOf("Progress", "\t<ResponseProgressState>" + std::to_string(state) +
-                                    "</ResponseProgressState>\r\n\t<ResponseProgressError>" +
-                                    std::to_string(error) +
-                                    "</ResponseProgressError>\r\n\t<ResponseProgressPercent>" +
-                                    std::to_string(percent) + "</ResponseProgressPercent>\r\n" +
-                                    rows);
+std::string ProgressAnswerOf(int state, int error, int percent, std::string const& rows = "") {
+    return ProgressAnswer(std::to_string(state), std::to_string(error), std::to_string(percent),
+                          rows);
 }
 
 // As the tool does it: whole under the final name, over what is there.
@@ -126,18 +117,16 @@ TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
     });
 }
 
-TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
-        for (std::string const name : {"/opt/missing", "/opt"}) {
-            ProgramResult const result = RunStandIn({name});
-            EXPECT_EQ(ExitStatus::Exited(1), result.status);
-            EXPECT_EQ("VeskaClient: " + name + ": can't be read\n", result.errors);
-        }
-        EXPECT_EQ("VeskaClient: /opt/test.scenario:1: nothing tells how a Progress request is "
-                  "dealt with\n",
-                  RunWithScenario("").errors);
-    });
+SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
+    PrivateMachine::InstallAgent(VESKA_CLIENT);
+    for (std::string const name : {"/opt/missing", "/opt"}) {
+        ProgramResult const result = RunStandIn({name});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status);
+        EXPECT_EQ("VeskaClient: " + name + ": can't be read\n", result.errors);
+    }
+    EXPECT_EQ("VeskaClient: /opt/test.scenario:1: nothing tells how a Progress request is "
+              "dealt with\n",
+              RunWithScenario("").errors);
 }
 
 TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
@@ -151,25 +140,21 @@ TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
     });
 }
 
-TEST(StandInAgentTest, ScenarioOfTheDemoIsGood) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
-        EXPECT_EQ(ExitStatus::Exited(0), RunStandIn({"--check", DEMO_SCENARIO}).status);
-    });
+SANDBOX_TEST(StandInAgentTest, ScenarioOfTheDemoIsGood) {
+    PrivateMachine::InstallAgent(VESKA_CLIENT);
+    EXPECT_EQ(ExitStatus::Exited(0), RunStandIn({"--check", DEMO_SCENARIO}).status);
 }
 
-TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
-        std::string const usage = RunStandIn({"--help"}).output;
-        EXPECT_TRUE(usage.starts_with("Usage: VeskaClient SCENARIO\n"));
-        for (std::vector<std::string> const& arguments :
-             {std::vector<std::string>{}, {"--check"}, {"-x"}, {"a", "b"}, {"--check", "a", "b"}}) {
-            ProgramResult const result = RunStandIn(arguments);
-            EXPECT_EQ(ExitStatus::Exited(2), result.status);
-            EXPECT_EQ(usage, result.errors);
-        }
-    });
+SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
+    PrivateMachine::InstallAgent(VESKA_CLIENT);
+    std::string const usage = RunStandIn({"--help"}).output;
+    EXPECT_TRUE(usage.starts_with("Usage: VeskaClient SCENARIO\n"));
+    for (std::vector<std::string> const& arguments :
+         {std::vector<std::string>{}, {"--check"}, {"-x"}, {"a", "b"}, {"--check", "a", "b"}}) {
+        ProgramResult const result = RunStandIn(arguments);
+        EXPECT_EQ(ExitStatus::Exited(2), result.status);
+        EXPECT_EQ(usage, result.errors);
+    }
 }
 
 // Beginning and end
@@ -182,37 +167,31 @@ TEST(StandInAgentTest, MakesTheDirectoriesWhereTheyAreMissing) {
     });
 }
 
-TEST(StandInAgentTest, StopsOnEitherSignal) {
-    PrivateMachine::Run([] {
-        for (int const signal : {SIGTERM, SIGINT}) {
-            StandIn agent("finish\n");
-            ProgramResult const result = agent.Stop(signal);
-            EXPECT_EQ(ExitStatus::Exited(0), result.status) << signal;
-            EXPECT_EQ("VeskaClient: ready\nVeskaClient: stopped\n", result.output) << signal;
-            EXPECT_EQ("", result.errors) << signal;
-        }
-    });
-}
-
-TEST(StandInAgentTest, StopsInTheMiddleOfADelayAndLeavesTheRequestAlone) {
-    PrivateMachine::Run([] {
-        StandIn agent("delay 60000\nopen answer\nfinish\n");
-        Publish(RequestOf("Open"));
-        ASSERT_TRUE(Await([] { return Exists(requestFile); }));
-        usleep(200000);
-        EXPECT_EQ(ExitStatus::Exited(0), agent.Stop().status);
-        EXPECT_TRUE(Exists(requestFile));
-        EXPECT_FALSE(Exists(responseFile));
-    });
-}
-
-TEST(StandInAgentTest, StopsWhileAFifoInThePlaceOfTheRequestBlocksIt) {
-    PrivateMachine::Run([] {
+SANDBOX_TEST(StandInAgentTest, StopsOnEitherSignal) {
+    for (int const signal : {SIGTERM, SIGINT}) {
         StandIn agent("finish\n");
-        ASSERT_EQ(0, mkfifo(requestFile, 0600));
-        usleep(200000);
-        EXPECT_EQ(ExitStatus::Exited(0), agent.Stop().status);
-    });
+        ProgramResult const result = agent.Stop(signal);
+        EXPECT_EQ(ExitStatus::Exited(0), result.status) << signal;
+        EXPECT_EQ("VeskaClient: ready\nVeskaClient: stopped\n", result.output) << signal;
+        EXPECT_EQ("", result.errors) << signal;
+    }
+}
+
+SANDBOX_TEST(StandInAgentTest, StopsInTheMiddleOfADelayAndLeavesTheRequestAlone) {
+    StandIn agent("delay 60000\nopen answer\nfinish\n");
+    Publish(RequestOf("Open"));
+    ASSERT_TRUE(Await([] { return Exists(requestFile); }));
+    usleep(200000);
+    EXPECT_EQ(ExitStatus::Exited(0), agent.Stop().status);
+    EXPECT_TRUE(Exists(requestFile));
+    EXPECT_FALSE(Exists(responseFile));
+}
+
+SANDBOX_TEST(StandInAgentTest, StopsWhileAFifoInThePlaceOfTheRequestBlocksIt) {
+    StandIn agent("finish\n");
+    ASSERT_EQ(0, mkfifo(requestFile, 0600));
+    usleep(200000);
+    EXPECT_EQ(ExitStatus::Exited(0), agent.Stop().status);
 }
 
 TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
@@ -236,59 +215,46 @@ TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
     });
 }
 
-TEST(StandInAgentTest, RefusesToStartTwiceAndTheFirstGoesOn) {
-    PrivateMachine::Run([] {
-        StandIn agent("finish\n");
-        ProgramResult const second = RunStandIn({scenarioFile});
-        EXPECT_EQ(ExitStatus::Exited(1), second.status);
-        EXPECT_NE(std::string::npos, second.errors.find(std::to_string(agent.pid())));
-        EXPECT_EQ(AnswerOf("Open"), AnswerTo("Open"));
-    });
+SANDBOX_TEST(StandInAgentTest, RefusesToStartTwiceAndTheFirstGoesOn) {
+    StandIn agent("finish\n");
+    ProgramResult const second = RunStandIn({scenarioFile});
+    EXPECT_EQ(ExitStatus::Exited(1), second.status);
+    EXPECT_NE(std::string::npos, second.errors.find(std::to_string(agent.pid())));
+    EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
 }
 
 // Answers
 
-TEST(StandInAgentTest, EachRequestIsAnsweredInItsTurn) {
-    PrivateMachine::Run([] {
-        StandIn agent(
-            "progress 40\nerror -22\nstate 4\nrow a \"b&c\" \"\\xe9\" d \"\" f\nfinish\n");
-        std::string const finished =
-            ProgressAnswer(1, 0, 100,
-                           "\t<ResponseItem>\r\n\t\t<Designator>a</Designator>\r\n"
-                           "\t\t<Result>b&amp;c</Result>\r\n"
-                           "\t\t<ResultType>&#xe9;</ResultType>\r\n"
-                           "\t\t<EvaluationTime>d</EvaluationTime>\r\n"
-                           "\t\t<Description></Description>\r\n"
-                           "\t\t<Comment>f</Comment>\r\n\t</ResponseItem>\r\n");
-        // Each Open begins anew, and the last answer repeats.
-        for (int evaluation = 0; evaluation < 2; ++evaluation) {
-            EXPECT_EQ(AnswerOf("Open"), AnswerTo("Open"));
-            EXPECT_EQ(ProgressAnswer(3, 0, 40), AnswerTo("Progress"));
-            EXPECT_EQ(ProgressAnswer(2, -22, 0), AnswerTo("Progress"));
-            EXPECT_EQ(ProgressAnswer(4, 0, 0), AnswerTo("Progress"));
-            EXPECT_EQ(finished, AnswerTo("Progress"));
-            EXPECT_EQ(finished, AnswerTo("Progress"));
-            EXPECT_EQ(AnswerOf("Close"), AnswerTo("Close"));
-        }
-    });
+SANDBOX_TEST(StandInAgentTest, EachRequestIsAnsweredInItsTurn) {
+    StandIn agent("progress 40\nerror -22\nstate 4\nrow a \"b&c\" \"\\xe9\" d \"\" f\nfinish\n");
+    std::string const finished =
+        ProgressAnswerOf(1, 0, 100, Row({"a", "b&amp;c", "&#xe9;", "d", "", "f"}));
+    // Each Open begins anew, and the last answer repeats.
+    for (int evaluation = 0; evaluation < 2; ++evaluation) {
+        EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
+        EXPECT_EQ(ProgressAnswerOf(3, 0, 40), AnswerTo("Progress"));
+        EXPECT_EQ(ProgressAnswerOf(2, -22, 0), AnswerTo("Progress"));
+        EXPECT_EQ(ProgressAnswerOf(4, 0, 0), AnswerTo("Progress"));
+        EXPECT_EQ(finished, AnswerTo("Progress"));
+        EXPECT_EQ(finished, AnswerTo("Progress"));
+        EXPECT_EQ(AnswerOfType("Close"), AnswerTo("Close"));
+    }
 }
 
-TEST(StandInAgentTest, ShowsTheRequestAsItCame) {
-    PrivateMachine::Run([] {
-        StandIn agent("finish\n");
-        Publish("<VeskaClientComplianceRequest>\r\n\t<RequestType>Open</RequestType>\r\n"
-                "\t<RequestURL>a&amp;b</RequestURL>\r\n</VeskaClientComplianceRequest>");
-        EXPECT_TRUE(IsTaken());
-        EXPECT_EQ("VeskaClient: ready\n"
-                  "VeskaClient: a request:\n"
-                  "  | <VeskaClientComplianceRequest>\n"
-                  "  | \t<RequestType>Open</RequestType>\n"
-                  "  | \t<RequestURL>a&amp;b</RequestURL>\n"
-                  "  | </VeskaClientComplianceRequest>\n"
-                  "VeskaClient: answered it\n"
-                  "VeskaClient: stopped\n",
-                  agent.Stop().output);
-    });
+SANDBOX_TEST(StandInAgentTest, ShowsTheRequestAsItCame) {
+    StandIn agent("finish\n");
+    Publish("<VeskaClientComplianceRequest>\r\n\t<RequestType>Open</RequestType>\r\n"
+            "\t<RequestURL>a&amp;b</RequestURL>\r\n</VeskaClientComplianceRequest>");
+    EXPECT_TRUE(IsTaken());
+    EXPECT_EQ("VeskaClient: ready\n"
+              "VeskaClient: a request:\n"
+              "  | <VeskaClientComplianceRequest>\n"
+              "  | \t<RequestType>Open</RequestType>\n"
+              "  | \t<RequestURL>a&amp;b</RequestURL>\n"
+              "  | </VeskaClientComplianceRequest>\n"
+              "VeskaClient: answered it\n"
+              "VeskaClient: stopped\n",
+              agent.Stop().output);
 }
 
 // What happens to the two final names, in the order in which it happens.
@@ -327,131 +293,105 @@ private:
     std::vector<std::string> steps;
 };
 
-TEST(StandInAgentTest, PublishesTheAnswerBeforeItTakesTheRequest) {
-    PrivateMachine::Run([] {
-        StandIn agent("garbage\nfinish\n");
-        for (char const* const type : {"Open", "Progress", "Progress", "Close"}) {
-            unlink(responseFile);
-            WatchedSteps watched;
-            Publish(RequestOf(type));
-            EXPECT_EQ((std::vector<std::string>{"published response.xml", "removed request.xml"}),
-                      watched.AwaitSteps(2))
-                << type;
-        }
-    });
+SANDBOX_TEST(StandInAgentTest, PublishesTheAnswerBeforeItTakesTheRequest) {
+    StandIn agent("garbage\nfinish\n");
+    for (char const* const type : {"Open", "Progress", "Progress", "Close"}) {
+        unlink(responseFile);
+        WatchedSteps watched;
+        Publish(RequestOf(type));
+        EXPECT_EQ((std::vector<std::string>{"published response.xml", "removed request.xml"}),
+                  watched.AwaitSteps(2))
+            << type;
+    }
 }
 
 // Misbehaviour on demand
 
-TEST(StandInAgentTest, GarbageIsPublishedAndCannotBeRead) {
-    PrivateMachine::Run([] {
-        StandIn agent("open garbage\nclose garbage\ngarbage\n");
-        for (char const* const type : {"Open", "Progress", "Close"}) {
-            std::string const answer = AnswerTo(type);
-            EXPECT_TRUE(answer.starts_with("<VeskaClientComplianceResponse")) << answer;
-            EXPECT_EQ(std::string::npos, answer.find("</VeskaClientComplianceResponse>"));
-        }
-        EXPECT_TRUE(agent.Says("VeskaClient: answered with garbage\n"));
-        EXPECT_FALSE(Exists(responseTemporary));
-    });
+SANDBOX_TEST(StandInAgentTest, GarbageIsPublishedAndCannotBeRead) {
+    StandIn agent("open garbage\nclose garbage\ngarbage\n");
+    for (char const* const type : {"Open", "Progress", "Close"}) {
+        std::string const answer = AnswerTo(type);
+        EXPECT_TRUE(answer.starts_with("<VeskaClientComplianceResponse")) << answer;
+        EXPECT_EQ(std::string::npos, answer.find("</VeskaClientComplianceResponse>"));
+    }
+    EXPECT_TRUE(agent.Says("VeskaClient: answered with garbage\n"));
+    EXPECT_FALSE(Exists(responseTemporary));
 }
 
-TEST(StandInAgentTest, VanishTakesTheRequestAndLeavesAnOldAnswerAsItIs) {
-    PrivateMachine::Run([] {
-        StandIn agent("open vanish\nvanish\n");
-        EXPECT_EQ("", AnswerTo("Open"));
-        EXPECT_FALSE(Exists(responseFile));
-        Write(responseFile, "old");
-        Publish(RequestOf("Progress"));
-        EXPECT_TRUE(IsTaken());
-        EXPECT_EQ("old", Read(responseFile));
-        EXPECT_TRUE(agent.Says("VeskaClient: taken without an answer\n"));
-    });
+SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndLeavesAnOldAnswerAsItIs) {
+    StandIn agent("open vanish\nvanish\n");
+    EXPECT_EQ("", AnswerTo("Open"));
+    EXPECT_FALSE(Exists(responseFile));
+    Write(responseFile, "old");
+    Publish(RequestOf("Progress"));
+    EXPECT_TRUE(IsTaken());
+    EXPECT_EQ("old", Read(responseFile));
+    EXPECT_TRUE(agent.Says("VeskaClient: taken without an answer\n"));
 }
 
-TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace) {
-    PrivateMachine::Run([] {
-        StandIn agent("silence\nprogress 7\n");
-        std::string const request = RequestOf("Progress");
-        Publish(request);
-        EXPECT_TRUE(agent.Says("VeskaClient: left alone\n"));
-        usleep(200000);
-        EXPECT_EQ(request, Read(requestFile));
-        EXPECT_FALSE(Exists(responseFile));
-        EXPECT_EQ(ProgressAnswer(3, 0, 7), AnswerTo("Progress"));
-    });
+SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace) {
+    StandIn agent("silence\nprogress 7\n");
+    std::string const request = RequestOf("Progress");
+    Publish(request);
+    EXPECT_TRUE(agent.Says("VeskaClient: left alone\n"));
+    usleep(200000);
+    EXPECT_EQ(request, Read(requestFile));
+    EXPECT_FALSE(Exists(responseFile));
+    EXPECT_EQ(ProgressAnswerOf(3, 0, 7), AnswerTo("Progress"));
 }
 
-TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
-    PrivateMachine::Run([] {
-        StandIn agent("progress 1\ndelay 700\nprogress 2\n");
-        AnswerTo("Progress");
-        auto const start = Clock::now();
-        EXPECT_EQ(ProgressAnswer(3, 0, 2), AnswerTo("Progress"));
-        EXPECT_LE(milliseconds(700), Clock::now() - start);
-    });
+SANDBOX_TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
+    StandIn agent("progress 1\ndelay 700\nprogress 2\n");
+    AnswerTo("Progress");
+    auto const start = Clock::now();
+    EXPECT_EQ(ProgressAnswerOf(3, 0, 2), AnswerTo("Progress"));
+    EXPECT_LE(milliseconds(700), Clock::now() - start);
 }
 
 // As when the tool gives up on a slow agent and closes.
-TEST(StandInAgentTest, RequestThatComesDuringADelayIsDealtWithInPlaceOfTheFirst) {
-    PrivateMachine::Run([] {
-        StandIn agent("close answer\ndelay 500\nfinish\n");
-        Publish(RequestOf("Progress"));
-        EXPECT_TRUE(agent.Says("VeskaClient: a request:\n"));
-        EXPECT_EQ(AnswerOf("Close"), AnswerTo("Close"));
-        EXPECT_TRUE(agent.Says("VeskaClient: gone, or another in its place\n"));
-    });
+SANDBOX_TEST(StandInAgentTest, RequestThatComesDuringADelayIsDealtWithInPlaceOfTheFirst) {
+    StandIn agent("close answer\ndelay 500\nfinish\n");
+    Publish(RequestOf("Progress"));
+    EXPECT_TRUE(agent.Says("VeskaClient: a request:\n"));
+    EXPECT_EQ(AnswerOfType("Close"), AnswerTo("Close"));
+    EXPECT_TRUE(agent.Says("VeskaClient: gone, or another in its place\n"));
 }
 
-TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
-    PrivateMachine::Run([] {
-        StandIn agent("finish\n");
-        Publish("no request");
-        EXPECT_TRUE(agent.Says("that is no request\n"));
-        usleep(200000);
-        EXPECT_EQ("no request", Read(requestFile));
-        EXPECT_EQ(AnswerOf("Open"), AnswerTo("Open"));
-        std::string const output = agent.Stop().output;
-        EXPECT_EQ(output.find("no request\n"), output.rfind("no request\n"));
-    });
+SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
+    StandIn agent("finish\n");
+    Publish("no request");
+    EXPECT_TRUE(agent.Says("that is no request\n"));
+    usleep(200000);
+    EXPECT_EQ("no request", Read(requestFile));
+    EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
+    std::string const output = agent.Stop().output;
+    EXPECT_EQ(output.find("no request\n"), output.rfind("no request\n"));
 }
 
-TEST(StandInAgentTest, AnswerThatCannotBeWrittenIsToldAndTheRequestStays) {
-    PrivateMachine::Run([] {
-        StandIn agent("finish\n");
-        std::filesystem::remove(responseDirectory);
-        Publish(RequestOf("Open"));
-        EXPECT_TRUE(agent.Says("VeskaClient: the response could not be written\n"));
-        EXPECT_TRUE(Exists(requestFile));
-    });
+SANDBOX_TEST(StandInAgentTest, AnswerThatCannotBeWrittenIsToldAndTheRequestStays) {
+    StandIn agent("finish\n");
+    std::filesystem::remove(responseDirectory);
+    Publish(RequestOf("Open"));
+    EXPECT_TRUE(agent.Says("VeskaClient: the response could not be written\n"));
+    EXPECT_TRUE(Exists(requestFile));
 }
 
 // The other side
 
-TEST(StandInAgentTest, RealToolGetsItsRows) {
-    PrivateMachine::Run([] {
-        StandIn agent("delay 50\nprogress 40\n"
-                      "row one \"R&D <x>\" pass/fail 1523 \"caf\\xE9\" \"\"\nfinish\n");
-        ProgramResult const tool =
-            RunProgram({CLIENT_COMPLIANCE, "-c", "http://example.com/a&b", "Doc.xml", "3"});
-        EXPECT_EQ(ExitStatus::Exited(0), tool.status);
-        EXPECT_EQ("COMPLIANCE_Progress 40% completed.\n"
-                  "COMPLIANCE_ResultCount is 1.\n"
-                  "    Designator: one\n"
-                  "        Result: R&D <x>\n"
-                  "   Result Type: pass/fail\n"
-                  "Eval Time (\xB5"
-                  "s): 1523\n"
-                  "          Desc: caf\xE9\n"
-                  "       Comment: \n"
-                  "\n",
-                  tool.output);
-        EXPECT_EQ("", tool.errors);
-        EXPECT_FALSE(Exists(requestFile));
-        std::string const shown = agent.Stop().output;
-        EXPECT_NE(std::string::npos,
-                  shown.find("  | \t<RequestURL>http://example.com/a&amp;b</RequestURL>\n"));
-    });
+SANDBOX_TEST(StandInAgentTest, RealToolGetsItsRows) {
+    StandIn agent("delay 50\nprogress 40\n"
+                  "row one \"R&D <x>\" pass/fail 1523 \"caf\\xE9\" \"\"\nfinish\n");
+    ProgramResult const tool =
+        RunProgram({CLIENT_COMPLIANCE, "-c", "http://example.com/a&b", "Doc.xml", "3"});
+    EXPECT_EQ(ExitStatus::Exited(0), tool.status);
+    EXPECT_EQ(PrintedPercent("40") + PrintedCount(1) +
+                  PrintedRow({"one", "R&D <x>", "pass/fail", "1523", "caf\xE9", ""}),
+              tool.output);
+    EXPECT_EQ("", tool.errors);
+    EXPECT_FALSE(Exists(requestFile));
+    std::string const shown = agent.Stop().output;
+    EXPECT_NE(std::string::npos,
+              shown.find("  | \t<RequestURL>http://example.com/a&amp;b</RequestURL>\n"));
 }
 
 } // namespace

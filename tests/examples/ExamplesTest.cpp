@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <filesystem>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 using Arguments = std::vector<std::string>;
 
 Arguments const minimal{EXAMPLE_MINIMAL, "url", "doc"};
@@ -29,18 +29,21 @@ std::string const bad = Row({"b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", 
 
 Arguments Timed(std::string const& seconds) { return {EXAMPLE_TIMED, seconds, "url", "doc"}; }
 
+// An evaluation with these answers to its polls.
+AgentScript Script(std::vector<std::string> const& polls) {
+    AgentScript script;
+    script.Answer(OpenAnswer());
+    for (std::string const& poll : polls)
+        script.Answer(poll);
+    return script.Answer(CloseAnswer());
+}
+
 AgentScript Finish(std::string const& rows) {
-    return AgentScript()
-        .Answer(OpenAnswer())
-        .Answer(ProgressAnswer("1", "0", "100", rows))
-        .Answer(CloseAnswer());
+    return Script({ProgressAnswer("1", "0", "100", rows)});
 }
 
 AgentScript EndWith(std::string const& state, std::string const& error) {
-    return AgentScript()
-        .Answer(OpenAnswer())
-        .Answer(ProgressAnswer(state, error))
-        .Answer(CloseAnswer());
+    return Script({ProgressAnswer(state, error)});
 }
 
 // The tool stands on the PATH under its own name, whichever build is tested.
@@ -58,54 +61,85 @@ void Expect(int status, std::string const& output, std::string const& errors,
     EXPECT_EQ(errors, result.errors);
 }
 
-// On a machine whose agent follows the script to its end.
-void ExpectWith(AgentScript const& script, Arguments const& command, int status,
-                std::string const& output, std::string const& errors) {
-    PrivateMachine::Run([&] {
-        CreateAgentDirectories();
-        ScriptedAgent const agent(script);
-        Expect(status, output, errors, RunProgram(command, WithTool()));
-        agent.AwaitEnd(std::chrono::seconds(1));
-    });
-}
-
 // On a machine that has never had an agent.
 void ExpectRefused(Arguments const& command, int status, std::string const& output,
                    std::string const& errors) {
     PrivateMachine::Run([&] { Expect(status, output, errors, RunProgram(command, WithTool())); });
 }
 
-TEST(ExamplesTest, MinimalPrintsTheRows) {
-    ExpectWith(Finish(good + bad), minimal, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n",
-               "");
+struct Example {
+    char const* name;
+    AgentScript script;
+    Arguments command;
+    int status;
+    std::string output;
+    std::string errors;
+};
+
+void PrintTo(Example const& example, std::ostream* out) { *out << example.name; }
+
+class ExampleTest : public testing::TestWithParam<Example> {};
+
+TEST_P(ExampleTest, PrintsAndExits) {
+    Example const& example = GetParam();
+    PrivateMachine::RunWithDirectories([&] {
+        ScriptedAgent const agent(example.script);
+        Expect(example.status, example.output, example.errors,
+               RunProgram(example.command, WithTool()));
+        agent.AwaitEnd(std::chrono::seconds(1));
+    });
 }
 
-TEST(ExamplesTest, MinimalTellsTheErrorOfTheAgent) {
-    ExpectWith(EndWith("2", "-22"), minimal, 1, "", "minimal: the agent reports the error -22\n");
-}
+INSTANTIATE_TEST_SUITE_P(
+    ExamplesTest, ExampleTest,
+    testing::Values(
+        Example{"MinimalPrintsTheRows", Finish(good + bad), minimal, 0,
+                "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", ""},
+        Example{"MinimalTellsTheErrorOfTheAgent", EndWith("2", "-22"), minimal, 1, "",
+                "minimal: the agent reports the error -22\n"},
+        Example{"TimedPrintsTheRows", Finish(good), Timed("20"), 0, "b-001: Compliant\n", ""},
+        Example{"TimedGivesUpAndClosesInGoodOrder", Script({ProgressAnswer("3", "0", "7")}),
+                Timed("3"), 3, "", "timed: 7%\ntimed: not finished in 3 seconds\n"},
+        Example{
+            "ClassPrintsProgressAndRows",
+            Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", good + bad)}),
+            evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n"},
+        // The object is gone by the time the error is told, and the agent knows.
+        Example{"ClassClosesAfterAnError", EndWith("2", "5"), evaluate, 1, "",
+                "evaluate: the agent reports an error: 5\n"},
+        Example{"ShellPrintsALineForEachRow", Finish(good + bad), shell, 0,
+                "Compliant\tb-001\nNot Compliant\tb-002|caf\xE9\n", ""},
+        Example{"ShellPrintsNothingForNoRows", Finish(""), shell, 0, "", ""},
+        Example{"ShellTellsTheErrorOfTheAgent", EndWith("2", "-22"), shell, 1, "",
+                "evaluate.sh: no results: Client reports not available right now.\n"},
+        // The tool itself says nothing here, and ends with 0.
+        Example{"ShellNoticesSilence", EndWith("4", "0"), shell, 1, "",
+                "evaluate.sh: no results: the agent did not answer\n"},
+        Example{"ShellRefusesRowsThatItCannotTellApart",
+                Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1,
+                "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"},
+        Example{"CheckIsGreenWhereAllResultsAreGood", Finish(good + good), check, 0,
+                "COMPLIANCE OK - 2 rows | rows=2 bad=0\n", ""},
+        Example{"CheckIsRedAndNamesTheOtherRows", Finish(good + bad), check, 2,
+                "COMPLIANCE CRITICAL - 1 of 2 rows: b-002/caf? (Not Compliant) | rows=2 bad=1\n",
+                ""},
+        Example{"CheckTakesTheNamesOfGoodResults",
+                Finish(bad),
+                {check[0], "url", "doc", "Not Compliant"},
+                0,
+                "COMPLIANCE OK - 1 rows | rows=1 bad=0\n",
+                ""},
+        Example{"CheckWarnsWhileTheAgentIsNotAvailable", EndWith("2", "-22"), check, 1,
+                "COMPLIANCE WARNING - the agent is not available right now\n", ""}),
+    [](auto const& test) { return std::string(test.param.name); });
 
 TEST(ExamplesTest, MinimalTellsTheCodeOfARefusal) {
     ExpectRefused(minimal, 1, "", "minimal: the evaluation could not be opened: -6\n");
 }
 
-TEST(ExamplesTest, TimedPrintsTheRows) {
-    ExpectWith(Finish(good), Timed("20"), 0, "b-001: Compliant\n", "");
-}
-
-TEST(ExamplesTest, TimedGivesUpAndClosesInGoodOrder) {
-    ExpectWith(AgentScript()
-                   .Answer(OpenAnswer())
-                   .Answer(ProgressAnswer("3", "0", "7"))
-                   .Answer(CloseAnswer()),
-               Timed("3"), 3, "", "timed: 7%\ntimed: not finished in 3 seconds\n");
-}
-
 // The signal comes in the middle of the opening, and shortens nothing.
 SANDBOX_TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
-    ScriptedAgent const agent(AgentScript()
-                                  .Answer(OpenAnswer())
-                                  .Answer(ProgressAnswer("3", "0", "7"))
-                                  .Answer(CloseAnswer()));
+    ScriptedAgent const agent(Script({ProgressAnswer("3", "0", "7")}));
     OtherProgram program(Timed("20"));
     agent.AwaitRequests(1);
     program.Kill(SIGTERM);
@@ -114,20 +148,6 @@ SANDBOX_TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
     EXPECT_EQ("timed: 7%\n", result.errors);
     agent.AwaitEnd(std::chrono::seconds(1));
     EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
-}
-
-TEST(ExamplesTest, ClassPrintsProgressAndRows) {
-    ExpectWith(AgentScript()
-                   .Answer(OpenAnswer())
-                   .Answer(ProgressAnswer("3", "0", "7"))
-                   .Answer(ProgressAnswer("1", "0", "100", good + bad))
-                   .Answer(CloseAnswer()),
-               evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n");
-}
-
-// The object is gone by the time the error is told, and the agent knows.
-TEST(ExamplesTest, ClassClosesAfterAnError) {
-    ExpectWith(EndWith("2", "5"), evaluate, 1, "", "evaluate: the agent reports an error: 5\n");
 }
 
 TEST(ExamplesTest, ClassTellsTheCodeOfARefusal) {
@@ -143,11 +163,8 @@ ProgramOptions WithLibrary() {
 }
 
 SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
-    ScriptedAgent const agent(AgentScript()
-                                  .Answer(OpenAnswer())
-                                  .Answer(ProgressAnswer("3", "0", "7"))
-                                  .Answer(ProgressAnswer("1", "0", "100", bad))
-                                  .Answer(CloseAnswer()));
+    ScriptedAgent const agent(
+        Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", bad)}));
     Expect(0,
            "{\"designator\": \"b-002|caf\\udce9\", \"result\": \"Not Compliant\", "
            "\"result_type\": \"t\", \"evaluation_time\": \"1\", \"description\": \"d\", "
@@ -164,24 +181,6 @@ TEST(ExamplesTest, PythonTellsTheCodeOfARefusal) {
 }
 
 #endif
-
-TEST(ExamplesTest, ShellPrintsALineForEachRow) {
-    ExpectWith(Finish(good + bad), shell, 0, "Compliant\tb-001\nNot Compliant\tb-002|caf\xE9\n",
-               "");
-}
-
-TEST(ExamplesTest, ShellPrintsNothingForNoRows) { ExpectWith(Finish(""), shell, 0, "", ""); }
-
-TEST(ExamplesTest, ShellTellsTheErrorOfTheAgent) {
-    ExpectWith(EndWith("2", "-22"), shell, 1, "",
-               "evaluate.sh: no results: Client reports not available right now.\n");
-}
-
-// The tool itself says nothing here, and ends with 0.
-TEST(ExamplesTest, ShellNoticesSilence) {
-    ExpectWith(EndWith("4", "0"), shell, 1, "",
-               "evaluate.sh: no results: the agent did not answer\n");
-}
 
 TEST(ExamplesTest, ShellTellsTheCodeOfARefusal) {
     ExpectRefused(shell, 1, "", "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
@@ -203,32 +202,6 @@ TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
     EXPECT_TRUE(result.errors.ends_with(
         "\nevaluate.sh: no results: the tool did not end by itself (status 127)\n"))
         << result.errors;
-}
-
-TEST(ExamplesTest, ShellRefusesRowsThatItCannotTellApart) {
-    ExpectWith(Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1, "",
-               "evaluate.sh: a value holds line ends; the rows can not be told apart\n");
-}
-
-TEST(ExamplesTest, CheckIsGreenWhereAllResultsAreGood) {
-    ExpectWith(Finish(good + good), check, 0, "COMPLIANCE OK - 2 rows | rows=2 bad=0\n", "");
-}
-
-TEST(ExamplesTest, CheckIsRedAndNamesTheOtherRows) {
-    ExpectWith(Finish(good + bad), check, 2,
-               "COMPLIANCE CRITICAL - 1 of 2 rows: b-002/caf? (Not Compliant) | rows=2 bad=1\n",
-               "");
-}
-
-TEST(ExamplesTest, CheckTakesTheNamesOfGoodResults) {
-    Arguments command = check;
-    command.push_back("Not Compliant");
-    ExpectWith(Finish(bad), command, 0, "COMPLIANCE OK - 1 rows | rows=1 bad=0\n", "");
-}
-
-TEST(ExamplesTest, CheckWarnsWhileTheAgentIsNotAvailable) {
-    ExpectWith(EndWith("2", "-22"), check, 1,
-               "COMPLIANCE WARNING - the agent is not available right now\n", "");
 }
 
 SANDBOX_TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {

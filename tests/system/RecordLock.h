@@ -1,9 +1,9 @@
-// The lock file of the exchange as another process sees it.
+// The lock file of the exchange, as another process sees it and locks it.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -13,6 +13,23 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
 
+// A range of a file that somebody would like to lock.
+struct WantedLock {
+    short type = F_WRLCK;
+    off_t start = 0;
+    // 0 means up to the end of the file, however long it becomes.
+    off_t length = 0;
+
+    struct flock Record() const {
+        struct flock record {};
+        record.l_type = type;
+        record.l_whence = SEEK_SET;
+        record.l_start = start;
+        record.l_len = length;
+        return record;
+    }
+};
+
 inline int OpenLockFile(std::string const& path = ScriptedAgent::lockFile) {
     int const file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (file < 0)
@@ -20,17 +37,18 @@ inline int OpenLockFile(std::string const& path = ScriptedAgent::lockFile) {
     return file;
 }
 
-// The lock that keeps a writer off the whole file; its type is F_UNLCK if there is none.
-inline struct flock AskWhoLocks(std::string const& path = ScriptedAgent::lockFile) {
+// The lock that conflicts with the wanted one; its type is F_UNLCK if there is none.
+//
+// REQUIRES: this process holds no lock on the file, because closing a descriptor releases it.
+inline struct flock AskWhoLocks(std::string const& path = ScriptedAgent::lockFile,
+                                WantedLock const& wanted = {}) {
     int const file = OpenLockFile(path);
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
-    int const result = fcntl(file, F_GETLK, &lock);
+    struct flock record = wanted.Record();
+    int const result = fcntl(file, F_GETLK, &record);
     close(file);
     if (result != 0)
         throw std::runtime_error("can't ask for locks on " + path);
-    return lock;
+    return record;
 }
 
 inline bool IsLocked(std::string const& path = ScriptedAgent::lockFile) {
@@ -46,24 +64,44 @@ inline void ExpectWholeFileLockedBy(pid_t pid, std::string const& path = Scripte
     EXPECT_EQ(0, lock.l_len);
 }
 
-// A process that holds a record lock on the lock file, created if need be, from its construction
-// to its end.
+// As AskWhoLocks, asked by another process. This one may hold the lock.
+inline std::optional<struct flock> ForeignView(std::string const& path,
+                                               WantedLock const& wanted = {}) {
+    OtherProcess probe([&](Handshake& line) {
+        struct flock const record = AskWhoLocks(path, wanted);
+        line.Tell(std::string(reinterpret_cast<char const*>(&record), sizeof record));
+    });
+    struct flock record {};
+    probe.Await().copy(reinterpret_cast<char*>(&record), sizeof record);
+    probe.Wait();
+    return record.l_type == F_UNLCK ? std::nullopt : std::optional(record);
+}
+
+inline bool IsLockedForOthers(std::string const& path) { return ForeignView(path).has_value(); }
+
+// Another process that holds a lock, from the construction to Release or the destruction. It
+// creates the file if it is missing.
 class ForeignLock {
 public:
-    explicit ForeignLock(short type = F_WRLCK, off_t start = 0, off_t length = 0)
+    explicit ForeignLock(std::string const& path, WantedLock const& wanted = {})
         : holder([=](Handshake& line) {
-              struct flock lock {};
-              lock.l_type = type;
-              lock.l_whence = SEEK_SET;
-              lock.l_start = start;
-              lock.l_len = length;
-              if (fcntl(OpenLockFile(), F_SETLK, &lock) != 0)
-                  throw std::runtime_error("can't lock");
-              line.Tell("locked");
-              pause();
+              struct flock record = wanted.Record();
+              if (fcntl(OpenLockFile(path), F_SETLK, &record) != 0)
+                  throw std::runtime_error("can't lock " + path);
+              line.Tell();
+              line.Await(std::chrono::hours(1));
           }) {
         holder.Await();
     }
+    explicit ForeignLock(short type = F_WRLCK, off_t start = 0, off_t length = 0)
+        : ForeignLock(ScriptedAgent::lockFile, {type, start, length}) {}
+
+    void Release() {
+        holder.Tell();
+        holder.Wait();
+    }
+
+    pid_t pid() const { return holder.pid(); }
 
 private:
     OtherProcess holder;
