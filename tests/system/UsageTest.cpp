@@ -36,6 +36,22 @@ std::string Describe(Arguments const& arguments) {
     return text;
 }
 
+// Requests with each of these as the numeric flags.
+std::vector<Arguments> WithFlags(std::vector<std::string> const& flags) {
+    std::vector<Arguments> commands;
+    for (std::string const& text : flags)
+        commands.push_back({"-c", "url", "doc", text});
+    return commands;
+}
+
+// Each of these as the one argument.
+std::vector<Arguments> Alone(std::vector<std::string> const& texts) {
+    std::vector<Arguments> commands;
+    for (std::string const& text : texts)
+        commands.push_back({text});
+    return commands;
+}
+
 // Also that nothing was touched: a lock file would be the first trace of a request.
 void ExpectUsage(std::vector<Arguments> const& commands) {
     PrivateMachine::Run([&] {
@@ -65,19 +81,8 @@ void ExpectRequest(std::vector<Arguments> const& commands) {
 TEST(UsageTest, NoArguments) { ExpectUsage({{}}); }
 
 TEST(UsageTest, OneArgumentOtherThanTheSwitch) {
-    ExpectUsage({{"-c"},
-                 {""},
-                 {"-"},
-                 {"--"},
-                 {"-D"},
-                 {"-d "},
-                 {" -d"},
-                 {"-dd"},
-                 {"-x"},
-                 {"d"},
-                 {"-h"},
-                 {"--help"},
-                 {"/d"}});
+    ExpectUsage(
+        Alone({"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "-x", "d", "-h", "--help", "/d"}));
 }
 
 TEST(UsageTest, TwoArgumentsAreNeverEnough) {
@@ -104,16 +109,8 @@ TEST(UsageTest, FiveArgumentsAndMoreAreTooMany) {
 }
 
 TEST(UsageTest, FlagsAboveFifteenAndBelowZero) {
-    ExpectUsage({{"-c", "url", "doc", "16"},
-                 {"-c", "url", "doc", "17"},
-                 {"-c", "url", "doc", "+16"},
-                 {"-c", "url", "doc", " 16x"},
-                 {"-c", "url", "doc", "0016"},
-                 {"-c", "url", "doc", "-1"},
-                 {"-c", "url", "doc", "-15"},
-                 {"-c", "url", "doc", "255"},
-                 {"-c", "url", "doc", "2147483647"},
-                 {"-c", "url", "doc", "-2147483648"}});
+    ExpectUsage(WithFlags(
+        {"16", "17", "+16", " 16x", "0016", "-1", "-15", "255", "2147483647", "-2147483648"}));
 }
 
 TEST(UsageTest, DoubleDashDIsNoSwitchButDIs) {
@@ -126,24 +123,14 @@ TEST(UsageTest, ThreeOperandsBehindTheSwitchMakeARequestWhateverTheyAre) {
 }
 
 TEST(UsageTest, FlagsFromZeroToFifteenAreAccepted) {
-    std::vector<Arguments> commands;
-    for (int flags = 0; flags <= 15; ++flags)
-        commands.push_back({"-c", "url", "doc", std::to_string(flags)});
-    ExpectRequest(commands);
+    ExpectRequest(WithFlags(
+        {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14", "15"}));
 }
 
-// By the rules of atoi: white space and a sign in front, anything behind, no number is 0.
+// By the rules of atoi: whitespace and a sign first, anything after the number, no number is 0.
 TEST(UsageTest, FlagsThatAreNoPlainNumberAreReadLeniently) {
-    ExpectRequest({{"-c", "url", "doc", "abc"},
-                   {"-c", "url", "doc", "5x"},
-                   {"-c", "url", "doc", ""},
-                   {"-c", "url", "doc", " \t\n+7"},
-                   {"-c", "url", "doc", "-0"},
-                   {"-c", "url", "doc", "0015"},
-                   {"-c", "url", "doc", "0x10"},
-                   {"-c", "url", "doc", "x16"},
-                   {"-c", "url", "doc", "- 16"},
-                   {"-c", "url", "doc", "7.9e9"}});
+    ExpectRequest(
+        WithFlags({"abc", "5x", "", " \t\n+7", "-0", "0015", "0x10", "x16", "- 16", "7.9e9"}));
 }
 
 // The name is fixed, and so the text is the same under any other.

@@ -193,7 +193,7 @@ std::vector<Cell> TemporaryCells() {
             works("link that can be made good", Entry::Link(creatable), {{creatable, written}})};
 }
 
-TEST(QuickEntries, DeliberatelyWhatStandsUnderTheTemporaryDocumentIsWrittenThroughOrPublished) {
+TEST(QuickEntries, EntryAtTheTemporaryDocumentIsWrittenThroughOrPublished) {
     // An agent that answers would take what is published.
     for (Cell const& cell : TemporaryCells())
         Try(cell, cell.output == good ? GoodAnswers() : AgentScript());
