@@ -1,4 +1,4 @@
-// What the tests under real conditions share: one evaluation of the tool that is linked dynamically.
+// What the tests under real conditions share: evaluations of the dynamically linked tool.
 #pragma once
 
 #include <gtest/gtest.h>
