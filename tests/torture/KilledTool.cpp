@@ -102,10 +102,15 @@ std::string TextAt(pid_t tool, unsigned long long address) {
 
 SystemCall MakeCall(pid_t tool, __ptrace_syscall_info const& info) {
     auto const number = static_cast<long>(info.entry.nr);
+    SystemCall call{"call " + std::to_string(number), ""};
+    call.argument = info.entry.args[0];
     for (KnownCall const& known : knownCalls)
-        if (known.number == number)
-            return {known.name, known.path < 0 ? "" : TextAt(tool, info.entry.args[known.path])};
-    return {"call " + std::to_string(number), ""};
+        if (known.number == number) {
+            call.name = known.name;
+            if (known.path >= 0)
+                call.path = TextAt(tool, info.entry.args[known.path]);
+        }
+    return call;
 }
 
 constexpr int callStop = SIGTRAP | 0x80;
@@ -156,7 +161,13 @@ private:
         if (info.op == PTRACE_SYSCALL_INFO_ENTRY)
             Enter(info);
         else if (info.op == PTRACE_SYSCALL_INFO_EXIT && !trace.empty())
-            trace.back().succeeded = !info.exit.is_error;
+            Leave(info, trace.back());
+    }
+
+    static void Leave(__ptrace_syscall_info const& info, SystemCall& call) {
+        call.succeeded = !info.exit.is_error;
+        if (call.succeeded)
+            call.result = info.exit.rval;
     }
 
     void Enter(__ptrace_syscall_info const& info) {

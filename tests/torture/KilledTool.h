@@ -26,6 +26,10 @@ struct SystemCall {
     std::string path;
     // False for one that failed, and for one that was not made since the tool was killed.
     bool succeeded = false;
+    // The first argument, which is the descriptor of `write`, `fsync` and `close`.
+    unsigned long long argument = 0;
+    // What it returned, which is the descriptor of `openat`. Set if it succeeded.
+    long long result = 0;
 };
 
 // The calls of a run, from the first one behind the execve of the tool.
