@@ -270,14 +270,16 @@ TEST(QuickProcesses, StateOfTheProcess) {
 
 // Deliberate: what the tool may not see does not run.
 TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
-    PrivateMachine::Run([] {
-        LayOutProcesses();
-        Stranger const agent("VeskaClient");
-        ExpectWithoutRights(found);
-        // The mode without a group that sees all the same.
-        ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, "hidepid=4"));
-        ExpectWithoutRights(notFound);
-    });
+    // Mode 2 hides the processes of other users, mode 4 those that the reader may not trace.
+    for (char const* const mode : {"hidepid=2", "hidepid=4"})
+        PrivateMachine::Run([mode] {
+            SCOPED_TRACE(mode);
+            LayOutProcesses();
+            Stranger const agent("VeskaClient");
+            ExpectWithoutRights(found);
+            ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, mode));
+            ExpectWithoutRights(notFound);
+        });
 }
 
 // The runtime of a sanitizer needs /proc itself.
