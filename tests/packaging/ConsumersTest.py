@@ -75,7 +75,7 @@ class FindPackageRefusalsTest(Consumers):
             f"find_package(ClientCompliance {request} QUIET)\n"
             'if(ClientCompliance_FOUND)\n  file(WRITE found "yes")\nelse()\n'
             '  file(WRITE found "no")\nendif()\n', encoding="utf-8")
-        run("cmake", "-S", self.scratch, "-B", self.scratch / "build",
+        run("cmake", "-G", "Ninja", "-S", self.scratch, "-B", self.scratch / "build",
             f"-DCMAKE_PREFIX_PATH={PREFIX}")
         return (self.scratch / "found").read_text(encoding="utf-8")
 
