@@ -77,14 +77,31 @@ function(compile_as_test target)
   endif()
 endfunction()
 
-# add_project_tests(<folder> SOURCES <source>... [USES <library>...])
+# register_cases(<target> <prefix> <label> <filter>): the cases of a program of GoogleTest that match
+# the filter, each as a test of ctest with this label.
 #
-# ctest runs each case as a test in a process of its own, so cases run in parallel.
+# ctest runs each case in a process of its own, so cases run in parallel.
+function(register_cases target prefix label filter)
+  gtest_discover_tests(${target} TEST_PREFIX ${prefix} TEST_FILTER ${filter}
+                       TEST_LIST ${target}_${label} DISCOVERY_TIMEOUT 300
+                       PROPERTIES TIMEOUT 300 LABELS ${label})
+endfunction()
+
+# add_project_tests(<folder> SOURCES <source>... [USES <library>...] [LABEL <label>] [LONG <case>...])
+#
+# The label is `unit` or `system`, by default `unit`. The cases that match a pattern of LONG take a
+# second or more, and get the label `stress`.
 function(add_project_tests name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "SOURCES;USES;LONG")
+  if(NOT arg_LABEL)
+    set(arg_LABEL unit)
+  endif()
   add_executable(${name}_tests ${arg_SOURCES})
   target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support project_warnings)
   compile_as_test(${name}_tests)
-  gtest_discover_tests(${name}_tests TEST_PREFIX ${name}/ DISCOVERY_TIMEOUT 300
-                       PROPERTIES TIMEOUT 300)
+  list(JOIN arg_LONG ":" long)
+  register_cases(${name}_tests ${name}/ ${arg_LABEL} "*-${long}")
+  if(long)
+    register_cases(${name}_tests ${name}/ stress ${long})
+  endif()
 endfunction()
