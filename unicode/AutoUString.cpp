@@ -36,7 +36,7 @@ template class AutoUString<Local8Bit>;
 
 template <UnicodeEncoding E>
 AutoUString<E> MakeUString(typename E::Unit const* begin, typename E::Unit const* end, E const&) {
-    if (begin == end)
+    if (end <= begin)
         return AutoUString<E>();
     auto buffer = Allocate<typename E::Unit>(static_cast<unsigned long>(end - begin) + 1);
     *std::copy(begin, end, buffer.Pointer()) = 0;
