@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::array optionRules = {
+constexpr std::array doctorOptionRules = {
     OptionRule{"--help", nullptr, 'h'},
     OptionRule{"--version"},
     OptionRule{"--json"},
@@ -15,7 +15,7 @@ constexpr std::array optionRules = {
 } // namespace
 
 DoctorCommandLine ParseDoctorCommandLine(int count, char const* const* argumentTexts) {
-    Arguments const arguments(optionRules, {}, count, argumentTexts);
+    Arguments const arguments(doctorOptionRules, {}, count, argumentTexts);
     DoctorCommandLine result;
     result.json = arguments.Has("--json");
     if (arguments.Has("--help"))

@@ -17,11 +17,11 @@ namespace {
 
 FileLocation ResponseDirectory() { return MakeFileLocation(AgentPaths::responseDirectory); }
 
-FileLocation DocumentLocation() {
+FileLocation ResponseLocation() {
     return FileLocation(ResponseDirectory(), AgentPaths::NameIn(AgentPaths::response));
 }
 
-FileLocation TemporaryLocation() {
+FileLocation ResponseTempLocation() {
     return FileLocation(ResponseDirectory(), AgentPaths::NameIn(AgentPaths::temporaryResponse));
 }
 
@@ -121,17 +121,17 @@ ClientComplianceResponse ResponseFromTree(XMLTreeParserPL const& document) {
 }
 
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response) {
-    FileLocation const temporary = TemporaryLocation();
-    FileLocation const published = DocumentLocation();
+    FileLocation const temporary = ResponseTempLocation();
+    FileLocation const published = ResponseLocation();
     if (!WriteAndPublishDocument({temporary, published},
                                  [&] { WriteDocument(temporary, response); }))
         throw ClientComplianceResponseIOWriteFailure();
 }
 
 ClientComplianceResponse ClientComplianceResponseIORead() {
-    return ReadResponse(DocumentLocation());
+    return ReadResponse(ResponseLocation());
 }
 
 void ClientComplianceResponseIORelease() {
-    ForceNonexistenceWithRetry(DocumentLocation(), FileRetryLog());
+    ForceNonexistenceWithRetry(ResponseLocation(), FileRetryLog());
 }

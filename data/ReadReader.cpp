@@ -12,12 +12,12 @@
 
 namespace {
 
-constexpr std::size_t chunkSize = 4096;
+constexpr std::size_t readChunkSize = 4096;
 
 } // namespace
 
 void ReadReader(DataReader& reader, DataReceiver& receiver) {
-    unsigned char chunk[chunkSize];
+    unsigned char chunk[readChunkSize];
     Buffer buffer{Data(chunk)};
     receiver.Start();
     while (reader.Unfinished()) {

@@ -14,4 +14,6 @@ struct Instant {
     std::int64_t microseconds = 0;
 };
 
+inline constexpr std::int64_t microsecondsPerSecond = 1000000;
+
 static_assert(sizeof(Instant) == 8, "an instant is its count");

@@ -14,10 +14,10 @@
 
 namespace {
 
-constexpr std::size_t chunkSize = 65536;
+constexpr std::size_t copyChunkSize = 65536;
 
 void CopyBytes(FileReadingPath const& source, FileWritingPath const& target) {
-    unsigned char chunk[chunkSize];
+    unsigned char chunk[copyChunkSize];
     FileWriter writer(target, 0);
     for (FileReadingLoop loop(Data(chunk), source, 0); loop.Remaining() != 0; ++loop)
         writer << loop.Chunk();

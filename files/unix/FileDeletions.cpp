@@ -8,11 +8,9 @@
 #include "files/unix/FileLoop.h"
 #include "files/unix/UnixFileInfo.h"
 
-namespace {
+namespace UnixPlatform {
 
-using UnixPlatform::FileLocation;
-using UnixPlatform::FileLoop;
-using UnixPlatform::UnixFileInfo;
+namespace {
 
 // One directory whose content is being deleted.
 struct Level {
@@ -23,14 +21,14 @@ struct Level {
 };
 
 // Deletes what the loop stands at, unless that is a directory. Whether it is one.
-bool DeleteUnlessDirectory(UnixPlatform::FileItem const& entry) {
+bool DeleteUnlessDirectory(FileItem const& entry) {
     // GCOVR_EXCL_START: the loop throws at an entry that has gone, so that none comes to here
     if (entry.IsNothingThere())
         return false;
     // GCOVR_EXCL_STOP
     if (entry.IsDirectory())
         return true;
-    UnixPlatform::ForceNonexistence(entry.Location());
+    ForceNonexistence(entry.Location());
     return false;
 }
 
@@ -51,7 +49,7 @@ void DeleteTreeContents(FileLocation const& where) {
             levels.pop_back();
             if (levels.empty())
                 return;
-            UnixPlatform::DeleteDirectory(emptied);
+            DeleteDirectory(emptied);
             ++levels.back().loop;
         }
     }
@@ -65,8 +63,6 @@ void RequireExisting(FileLocation const& location) {
 }
 
 } // namespace
-
-namespace UnixPlatform {
 
 void DeleteRecursive(FileLocation const& location) {
     RequireExisting(location);

@@ -12,10 +12,9 @@
 #include "files/FileTrees.h"
 #include "files/unix/UnixFileInfo.h"
 
-namespace {
+namespace UnixPlatform {
 
-using UnixPlatform::FileLocation;
-using UnixPlatform::UnixFileInfo;
+namespace {
 
 // The info of a location that existed a moment ago.
 UnixFileInfo InfoOfExisting(FileLocation const& location) {
@@ -29,17 +28,15 @@ UnixFileInfo InfoOfExisting(FileLocation const& location) {
 // error.
 void MoveToOtherFileSystem(FileLocation const& from, FileLocation const& to) {
     if (InfoOfExisting(from).IsRegularFile()) {
-        UnixPlatform::CopyFile(from, to);
-        UnixPlatform::DeleteFile(from);
+        CopyFile(from, to);
+        DeleteFile(from);
     } else if (InfoOfExisting(from).IsDirectory()) {
         CopyDirectoryContents(from, to);
-        UnixPlatform::DeleteRecursive(from);
+        DeleteRecursive(from);
     }
 }
 
 } // namespace
-
-namespace UnixPlatform {
 
 void MoveFile(FileLocation const& from, FileLocation const& to) {
     if (UnixFileInfo(from).IsNothingThere())

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr std::int64_t microsecondsPerSecond = 1000000;
-
 // Unsigned, since a file system may hold a time that wraps here.
 Instant InstantOfSeconds(time_t seconds) {
     return Instant(static_cast<std::int64_t>(static_cast<std::uint64_t>(seconds) *
