@@ -34,7 +34,7 @@ bool ClientComplianceLock::Lock() noexcept {
     if (iLock || iLockIsRefused)
         return false;
     try {
-        iLock = new InterProcessLock(AgentPaths::lockFile);
+        iLock = new InterProcessLock(AgentPaths::lockFile); // GCOVR_EXCL_BR_LINE: may throw
     } catch (...) {
         // iLock is still null, so the next call tries again.
         return false;

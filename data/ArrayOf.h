@@ -13,14 +13,15 @@ template <class T>
 class ConstArrayOf {
 public:
     constexpr ConstArrayOf() = default;
-    constexpr ConstArrayOf(T const* first, T const* last) : begin(first), end(last) {}
+    constexpr ConstArrayOf(T const* first, T const* last) noexcept : begin(first), end(last) {}
 
     // A template, so that a literal 0 is a length and not a null pointer.
     template <std::integral Count>
-    constexpr ConstArrayOf(T const* first, Count length) : begin(first), end(first + length) {}
+    constexpr ConstArrayOf(T const* first, Count length) noexcept
+        : begin(first), end(first + length) {}
 
     template <std::size_t length>
-    constexpr ConstArrayOf(T const (&array)[length]) : begin(array), end(array + length) {}
+    constexpr ConstArrayOf(T const (&array)[length]) noexcept : begin(array), end(array + length) {}
 
     constexpr std::size_t Length() const { return static_cast<std::size_t>(end - begin); }
     constexpr bool IsEmpty() const { return begin == end; }
@@ -36,13 +37,13 @@ template <class T>
 class ArrayOf {
 public:
     constexpr ArrayOf() = default;
-    constexpr ArrayOf(T* first, T* last) : begin(first), end(last) {}
+    constexpr ArrayOf(T* first, T* last) noexcept : begin(first), end(last) {}
 
     template <std::integral Count>
-    constexpr ArrayOf(T* first, Count length) : begin(first), end(first + length) {}
+    constexpr ArrayOf(T* first, Count length) noexcept : begin(first), end(first + length) {}
 
     template <std::size_t length>
-    constexpr ArrayOf(T (&array)[length]) : begin(array), end(array + length) {}
+    constexpr ArrayOf(T (&array)[length]) noexcept : begin(array), end(array + length) {}
 
     constexpr operator ConstArrayOf<T>() const { return ConstArrayOf<T>(begin, end); }
 

@@ -26,7 +26,7 @@ ExceptionPL::ExceptionPL(ExceptionPL const& other) : DebuggableException(other) 
 
 ExceptionPL& ExceptionPL::operator=(ExceptionPL const& other) {
     if (this != &other) {
-        delete[] message;
+        delete[] message; // GCOVR_EXCL_BR_LINE: never null
         message = nullptr;
         Construct(CountedText(other.message));
     }

@@ -19,8 +19,8 @@ void Append(std::string& target, std::string_view run) {
     std::size_t const size = target.size();
     // The library need not compare this size with the largest one again: that would take 5 % of the
     // writer's instructions, which its gate does not allow.
-    if (size > target.max_size() - block)
-        __builtin_unreachable(); // GCOVR_EXCL_LINE: no memory is so large
+    if (size > target.max_size() - block) // GCOVR_EXCL_BR_LINE: no memory is so large
+        __builtin_unreachable();          // GCOVR_EXCL_LINE: no memory is so large
     if (run.size() > block || size + block > target.capacity()) {
         AppendLong(target, run);
         return;

@@ -87,10 +87,10 @@ inline void StoreSixteenDigitsScalar(void* to, std::uint64_t value) {
 class SixteenDigits {
 public:
     explicit SixteenDigits(std::uint64_t value) {
-        auto const lanes16 = [](short factor) {
+        auto const lanes16 = [](short factor) noexcept {
             return _mm_set1_epi16(factor);
         };
-        auto const lanes32 = [](unsigned factor) {
+        auto const lanes32 = [](unsigned factor) noexcept {
             return _mm_set1_epi32(static_cast<int>(factor));
         };
         __m128i const eights = _mm_set_epi64x(static_cast<long long>(value % Detail::tenTo8),

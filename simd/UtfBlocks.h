@@ -54,7 +54,7 @@ inline void StoreUnits(unsigned int* to, TwoVectors units) {
 }
 
 // Which of 8 units do not fit 16 bits.
-inline Vector AreWide(unsigned int const* from) {
+inline Vector AreWide(unsigned int const* from) noexcept {
     return Not(NarrowFound32(Is32(Load(from), 0xFFFF0000, 0), Is32(Load(from + 4), 0xFFFF0000, 0)));
 }
 

@@ -27,7 +27,9 @@ inline Vector All16(unsigned value) { return _mm_set1_epi16(static_cast<short>(v
 inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(value)); }
 
 // Whole vectors, halves and quarters, at any address. The rest of a loaded vector is zero.
-inline Vector Load(void const* from) { return _mm_loadu_si128(static_cast<Vector const*>(from)); }
+inline Vector Load(void const* from) noexcept {
+    return _mm_loadu_si128(static_cast<Vector const*>(from));
+}
 inline Vector LoadHalf(void const* from) {
     return _mm_loadl_epi64(static_cast<Vector const*>(from));
 }
@@ -37,7 +39,7 @@ inline void StoreHalf(void* to, Vector value) { _mm_storel_epi64(static_cast<Vec
 
 inline Vector And(Vector a, Vector b) { return _mm_and_si128(a, b); }
 inline Vector AndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
-inline Vector Or(Vector a, Vector b) { return _mm_or_si128(a, b); }
+inline Vector Or(Vector a, Vector b) noexcept { return _mm_or_si128(a, b); }
 inline Vector Or(Vector a, Vector b, Vector c) { return Or(Or(a, b), c); }
 inline Vector Or(Vector a, Vector b, Vector c, Vector d) { return Or(Or(a, b), Or(c, d)); }
 inline Vector Xor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
@@ -65,8 +67,10 @@ inline Vector AtLeast8(Vector lanes, unsigned value) {
 }
 
 // One bit for each lane of all ones; bit 0 is the first lane.
-inline unsigned MaskOf8(Vector found) { return static_cast<unsigned>(_mm_movemask_epi8(found)); }
-inline unsigned MaskOf16(TwoVectors found) {
+inline unsigned MaskOf8(Vector found) noexcept {
+    return static_cast<unsigned>(_mm_movemask_epi8(found));
+}
+inline unsigned MaskOf16(TwoVectors found) noexcept {
     return MaskOf8(_mm_packs_epi16(found.first, found.second));
 }
 inline unsigned MaskOf32(Vector found) {

@@ -19,7 +19,7 @@ template <class T>
 class NullOr {
 public:
     NullOr() = default;
-    NullOr(T const& source) : value(new T(source)) {}
+    NullOr(T const& source) : value(new T(source)) {} // GCOVR_EXCL_BR_LINE: the copy may throw
     NullOr(NullOr const& source) : value(source.Duplicate()) {}
     ~NullOr() { delete value; }
 
@@ -35,7 +35,11 @@ public:
     T const* operator->() const { return value; }
 
 private:
-    T* Duplicate() const { return value == nullptr ? nullptr : new T(*value); }
+    T* Duplicate() const {
+        if (value == nullptr)
+            return nullptr;
+        return new T(*value); // GCOVR_EXCL_BR_LINE: the copy may throw
+    }
 
     T* value = nullptr;
 };
@@ -61,8 +65,10 @@ public:
     explicit DuplicatingPtr(T* source) : object(source) {}
 
     // A copy of null is null.
-    DuplicatingPtr(DuplicatingPtr const& source)
-        : object(source.object == nullptr ? nullptr : new T(*source.object)) {}
+    DuplicatingPtr(DuplicatingPtr const& source) {
+        if (source.object != nullptr)
+            object = new T(*source.object); // GCOVR_EXCL_BR_LINE: the copy may throw
+    }
 
     DuplicatingPtr& operator=(DuplicatingPtr const&) = delete;
 
@@ -78,7 +84,7 @@ public:
     T* operator->() const { return object; }
 
 private:
-    T* object;
+    T* object = nullptr;
 };
 
 // Returns the owner of a new value-initialized object.

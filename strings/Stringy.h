@@ -144,7 +144,7 @@ public:
 private:
     bool IsOnHeap() const { return characters != nullptr && characters != smallBuffer; }
     bool IsEmpty() const { return sizeWithNul < 2; }
-    void FreeHeap() { delete[] characters; }
+    void FreeHeap() { delete[] characters; } // GCOVR_EXCL_BR_LINE: never null
 
     // Frees the array and makes the string null.
     void MakeNull();

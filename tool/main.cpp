@@ -9,7 +9,7 @@ int main(int count, char** arguments) {
     OpenClosedStandardDescriptors(O_RDWR);
     CommandLine request;
     if (!ReadCommandLine(count, arguments, request)) {
-        PrintUsageMessage();
+        PrintUsageMessage(); // GCOVR_EXCL_BR_LINE: the call never throws
         return -1;
     }
     ProcessRequest(request.url, request.doc, request.flags);

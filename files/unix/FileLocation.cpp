@@ -37,7 +37,7 @@ FileLocation& FileLocation::operator=(FileLocation const& other) {
 
 void FileLocation::Release() {
     if (text != inside)
-        delete[] text;
+        delete[] text; // GCOVR_EXCL_BR_LINE: never null
     text = inside;
     text[0] = '\0';
     length = 0;
@@ -48,7 +48,7 @@ void FileLocation::Adopt(char* block, unsigned int newLength) {
     static_assert(sizeof(FileLocation) == 144 && insideSize == 128,
                   "a pointer, 128 bytes inside, and the length");
     if (text != inside)
-        delete[] text;
+        delete[] text; // GCOVR_EXCL_BR_LINE: never null
     text = block;
     length = newLength;
 }

@@ -28,7 +28,9 @@ public:
     FileName() { inside[0] = '\0'; }
 
     // Through Set.
+    // GCOVR_EXCL_BR_START: of the called constructor, in objects that never call it
     explicit FileName(char const* name) : FileName(ConstData(name)) {}
+    // GCOVR_EXCL_BR_STOP
     explicit FileName(ConstData name);
 
     // Through Set, in the encoding of the locale. See files/EncodedNames.h.

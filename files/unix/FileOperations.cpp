@@ -19,7 +19,7 @@ constexpr mode_t allWriteBits = 0222;
 // the way, and may allocate.
 void ThrowSystemError(UnixPlatform::FileLocation const& location) {
     int const error = errno;
-    ThrowFileError(location, error);
+    ThrowFileError(location, error); // GCOVR_EXCL_BR_LINE: always throws
 }
 
 // For a system call that returns 0 or fails.
