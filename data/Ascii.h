@@ -80,7 +80,7 @@ inline constexpr AsciiSet punctuation = AsciiSet::Span(0x21, 0x2F) | AsciiSet::S
 
 // Each returns a pointer to one constant object in static storage.
 
-constexpr AsciiSet const* Printable() { return &Sets::printable; } // Without the space.
+constexpr AsciiSet const* Printable() { return &Sets::printable; }     // Without the space.
 constexpr AsciiSet const* Unprintable() { return &Sets::unprintable; } // All other bytes.
 constexpr AsciiSet const* PlainText() { return &Sets::plainText; }     // With the space.
 constexpr AsciiSet const* Control() { return &Sets::control; }
