@@ -47,7 +47,7 @@ bool LiesInSpans(unsigned byte, std::string const& spans) {
     return false;
 }
 
-TEST(AsciiTest, EachSetHoldsItsMembersAndNoOthers) {
+TEST(AsciiTest, EachSetContainsExactlyItsMembers) {
     for (SetCase const& set : AllSets()) {
         unsigned count = 0;
         for (unsigned byte = 0; byte < 256; ++byte) {
@@ -59,36 +59,16 @@ TEST(AsciiTest, EachSetHoldsItsMembersAndNoOthers) {
     }
 }
 
-TEST(AsciiTest, VerticalTabAndFormFeedAreNoWhiteSpace) {
-    EXPECT_FALSE(Ascii::WhiteSpace()->Contains(0x0B));
-    EXPECT_FALSE(Ascii::WhiteSpace()->Contains(0x0C));
-}
-
-TEST(AsciiTest, SpaceIsPlainTextButNotPrintable) {
-    EXPECT_TRUE(Ascii::PlainText()->Contains(' '));
-    EXPECT_FALSE(Ascii::Printable()->Contains(' '));
-}
-
-TEST(AsciiTest, UnderscoreIsPunctuationAndAlphanumericByTheSetThatSaysSo) {
-    EXPECT_TRUE(Ascii::Punctuation()->Contains('_'));
-    EXPECT_FALSE(Ascii::Alphanumeric()->Contains('_'));
-    EXPECT_TRUE(Ascii::Alphanumeric_()->Contains('_'));
-}
-
-TEST(AsciiTest, SetIsTheSameObjectAtEachCall) {
+TEST(AsciiTest, EachSetIsOneConstantObject) {
     std::vector<SetCase> const first = AllSets();
     std::vector<SetCase> const second = AllSets();
     for (std::size_t i = 0; i < first.size(); ++i)
         EXPECT_EQ(first[i].set, second[i].set) << first[i].name;
+    static_assert(Ascii::WhiteSpace()->Contains('\r') && (*Ascii::HexDigits())['f'] &&
+                  !(*Ascii::HexDigits())['g']);
 }
 
-TEST(AsciiTest, SetsAnswerAtCompileTime) {
-    static_assert(Ascii::WhiteSpace()->Contains('\r'));
-    constexpr AsciiSet const* set = Ascii::HexDigits();
-    EXPECT_EQ(set, Ascii::HexDigits());
-}
-
-TEST(AsciiTest, HexDigitIsLowercaseAndTakesAnyValue) {
+TEST(AsciiTest, HexDigitIsLowercaseForAnyValue) {
     std::string digits;
     for (unsigned value = 0; value <= 16; ++value)
         digits.push_back(static_cast<char>(Ascii::HexDigit(value)));
@@ -96,14 +76,11 @@ TEST(AsciiTest, HexDigitIsLowercaseAndTakesAnyValue) {
 }
 
 TEST(AsciiTest, HexDigitValueIsTheInverseForEitherCase) {
-    for (unsigned value = 0; value < 16; ++value) {
-        unsigned char const digit = Ascii::HexDigit(value);
-        EXPECT_EQ(value, Ascii::HexDigitValue(digit));
-        EXPECT_EQ(value,
-                  Ascii::HexDigitValue(static_cast<unsigned char>("0123456789ABCDEF"[value])));
+    std::string const digits = "0123456789ABCDEFG";
+    for (unsigned value = 0; value <= 16; ++value) {
+        EXPECT_EQ(value, Ascii::HexDigitValue(Ascii::HexDigit(value)));
+        EXPECT_EQ(value, Ascii::HexDigitValue(static_cast<unsigned char>(digits[value])));
     }
-    EXPECT_EQ(10u, Ascii::HexDigitValue('A'));
-    EXPECT_EQ(16u, Ascii::HexDigitValue('g'));
 }
 
 unsigned CountMembers(AsciiSet const& set) {
@@ -113,7 +90,7 @@ unsigned CountMembers(AsciiSet const& set) {
     return count;
 }
 
-TEST(AsciiSetTest, SpanHoldsBothOfItsEndsAndNothingElse) {
+TEST(AsciiSetTest, SpanIncludesBothEnds) {
     unsigned char const ends[] = {0, 1, 31, 32, 33, 127, 128, 223, 224, 254, 255};
     for (unsigned char first : ends)
         for (unsigned char last : ends)
@@ -131,12 +108,6 @@ TEST(AsciiSetTest, MemberIsABitOfItsWord) {
     EXPECT_EQ(3u, CountMembers(set));
 }
 
-TEST(AsciiSetTest, IndexAsksForAMember) {
-    AsciiSet const set = AsciiSet::Only('x');
-    EXPECT_TRUE(set['x']);
-    EXPECT_FALSE(set['y']);
-}
-
 TEST(AsciiSetTest, UnionAndComplement) {
     AsciiSet const set = AsciiSet::Span('a', 'c') | AsciiSet::Only(0xFF);
     EXPECT_EQ(4u, CountMembers(set));
@@ -151,13 +122,12 @@ std::string LeadingTrimmed(std::string const& text) {
     return MakeString(TrimLeadingAsciiWhitespace(text));
 }
 
-TEST(AsciiTrimTest, WhiteSpaceIsTakenOffTheEndsOnly) {
+TEST(AsciiTrimTest, TrimsAtTheEndsOnly) {
     EXPECT_EQ("a b\t c", Trimmed(" \t\r\na b\t c \n\r\t"));
     EXPECT_EQ("a b\t c \n", LeadingTrimmed(" \t\r\na b\t c \n"));
-    EXPECT_EQ("x", Trimmed("x"));
 }
 
-TEST(AsciiTrimTest, OnlyFourBytesAreWhiteSpace) {
+TEST(AsciiTrimTest, TrimsFourBytesOnly) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         std::string const character(1, static_cast<char>(byte));
         bool const isTrimmed = byte == 9 || byte == 10 || byte == 13 || byte == 32;
@@ -170,13 +140,7 @@ TEST(AsciiTrimTest, OnlyFourBytesAreWhiteSpace) {
     }
 }
 
-TEST(AsciiTrimTest, HighByteEndsTheTrimming) {
-    EXPECT_EQ("a \xA0", Trimmed(" a \xA0"));
-    EXPECT_EQ("a \xA0", Trimmed("a \xA0 "));
-    EXPECT_EQ("\xA0 a", LeadingTrimmed(" \xA0 a"));
-}
-
-TEST(AsciiTrimTest, NothingLeftStandsAtTheEndOfTheInput) {
+TEST(AsciiTrimTest, EmptyResultIsTheEndOfTheInput) {
     for (ConstData const text : {ConstData(" \t \r\n"), ConstData(" "), ConstData("")}) {
         for (ConstData const trimmed :
              {TrimAsciiWhitespace(text), TrimLeadingAsciiWhitespace(text)}) {

@@ -47,23 +47,16 @@ TEST(ConstDataTest, LiteralOfBytesKeepsItsInnerNuls) {
     EXPECT_EQ(0xFF, "\xFF"_bytes[0]);
 }
 
-TEST(ConstDataTest, DefaultEqualsAnEmptyRangeAtAnyAddress) {
+TEST(ConstDataTest, EmptyRangesAreEqualAtAnyAddress) {
     char const text[] = "abc";
-    EXPECT_TRUE(ConstData() == ConstData(text, 0));
-    EXPECT_TRUE(ConstData(text + 2, text + 2) == ConstData(text, 0));
-    EXPECT_FALSE(ConstData() < ConstData(text, 0));
-    EXPECT_FALSE(ConstData(text, 0) < ConstData());
-    EXPECT_EQ(0, Compare(ConstData(), ConstData(text, 0)));
-    EXPECT_EQ(0, CompareReversed(ConstData(text, 0), ConstData()));
+    for (ConstData const empty : {ConstData(text, 0), ConstData(text + 2, text + 2)}) {
+        EXPECT_TRUE(ConstData() == empty);
+        EXPECT_FALSE(ConstData() < empty || empty < ConstData());
+        EXPECT_EQ(0, Compare(ConstData(), empty));
+        EXPECT_EQ(0, CompareReversed(empty, ConstData()));
+        EXPECT_EQ("", MakeString(empty));
+    }
     EXPECT_EQ("", MakeString(ConstData()));
-}
-
-TEST(ConstDataTest, EqualityIsThatOfTheBytes) {
-    EXPECT_TRUE(ConstData("abc") == ConstData(std::string("abc")));
-    EXPECT_FALSE(ConstData("abc") == ConstData("abd"));
-    EXPECT_FALSE(ConstData("abc") == ConstData("ab"));
-    EXPECT_FALSE("a\0b"_bytes == "a\0c"_bytes);
-    EXPECT_TRUE(ConstData("abc") != ConstData("abcd"));
 }
 
 TEST(ConstDataTest, EmptyRangeContainsNoByte) {
@@ -99,43 +92,7 @@ TEST(ConstDataTest, EmptyPatternIsContainedButHasNoPosition) {
     }
 }
 
-TEST(ConstDataTest, PatternLongerThanTheRangeIsNotFound) {
-    ConstData const range("ab");
-    EXPECT_FALSE(range.Contains(ConstData("abc")));
-    EXPECT_EQ(ConstData::notFound, range.PositionOf(ConstData("abc")));
-    EXPECT_EQ(Positions(), range.PositionsOf(ConstData("abc")));
-    EXPECT_FALSE(range.StartsWith(ConstData("abc")));
-    EXPECT_FALSE(range.EndsWith(ConstData("cab")));
-    EXPECT_FALSE(ConstData().StartsWith(ConstData("a")));
-    EXPECT_FALSE(ConstData().EndsWith(ConstData("a")));
-    EXPECT_FALSE(ConstData().Contains(ConstData("a")));
-}
-
-TEST(ConstDataTest, FindsPatterns) {
-    ConstData const range("abcabd");
-    EXPECT_EQ(0u, range.PositionOf(ConstData("ab")));
-    EXPECT_EQ(3u, range.PositionOf(ConstData("abd")));
-    EXPECT_EQ(0u, range.PositionOf(range));
-    EXPECT_EQ(ConstData::notFound, range.PositionOf(ConstData("abe")));
-    EXPECT_EQ(2u, "\0\0\1"_bytes.PositionOf("\1"_bytes));
-    EXPECT_EQ(1u, "\0\0\1"_bytes.PositionOf("\0\1"_bytes));
-    EXPECT_TRUE(range.StartsWith(ConstData("abc")));
-    EXPECT_FALSE(range.StartsWith(ConstData("abd")));
-    EXPECT_TRUE(range.EndsWith(ConstData("abd")));
-    EXPECT_FALSE(range.EndsWith(ConstData("abc")));
-}
-
-TEST(ConstDataTest, PositionsDoNotOverlap) {
-    EXPECT_EQ(Positions({0}), ConstData("aaa").PositionsOf(ConstData("aa")));
-    EXPECT_EQ(Positions({0, 2}), ConstData("aaaa").PositionsOf(ConstData("aa")));
-    EXPECT_EQ(Positions({0, 1, 2}), ConstData("aaa").PositionsOf(ConstData("a")));
-    EXPECT_EQ(Positions({1, 4}), ConstData("xabxab").PositionsOf(ConstData("ab")));
-    EXPECT_EQ(Positions(), ConstData("xyz").PositionsOf(ConstData("ab")));
-    EXPECT_EQ(Positions(), ConstData().PositionsOf(ConstData("ab")));
-}
-
-// Against the definition, byte by byte.
-TEST(ConstDataTest, SearchesAgreeWithTheirDefinition) {
+TEST(ConstDataTest, SearchesAgreeWithReference) {
     unsigned const seed = 20240;
     std::mt19937 random(seed);
     std::vector<std::string> wrong;
@@ -152,7 +109,9 @@ TEST(ConstDataTest, SearchesAgreeWithTheirDefinition) {
         ConstData const range(text);
         std::uint64_t const first = expected.empty() ? ConstData::notFound : expected.front();
         if (range.PositionsOf(pattern) != expected || range.PositionOf(pattern) != first ||
-            range.Contains(ConstData(pattern)) != !expected.empty())
+            range.Contains(ConstData(pattern)) != !expected.empty() ||
+            range.StartsWith(pattern) != text.starts_with(pattern) ||
+            range.EndsWith(pattern) != text.ends_with(pattern))
             wrong.push_back(Shown(text) + " / " + Shown(pattern));
     }
     EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
@@ -184,41 +143,7 @@ TEST(ConstDataTest, RestOfACopyPointsIntoTheSource) {
     EXPECT_EQ(nullptr, (ConstData() >> Data(target)).begin);
 }
 
-TEST(ConstDataTest, CompareYieldsTheDifferenceOfBytesOrOneForLengths) {
-    EXPECT_EQ(-1, Compare("ab", "abc"));
-    EXPECT_EQ(1, Compare("abcdef", "ab"));
-    EXPECT_EQ(1, Compare("b", "a"));
-    EXPECT_EQ(2, Compare("c", "a"));
-    EXPECT_EQ(-2, Compare("a", "c"));
-    EXPECT_EQ(0, Compare("abc", "abc"));
-    EXPECT_EQ(255, Compare("\xFF"_bytes, "\0"_bytes));
-    EXPECT_EQ(-255, Compare("\0"_bytes, "\xFF"_bytes));
-    EXPECT_EQ(0xFF - 0x41, Compare("\xFF", "A"));
-    EXPECT_EQ(-1, Compare("", "a"));
-    EXPECT_EQ(1, Compare("a", ConstData()));
-}
-
-TEST(ConstDataTest, CompareReversedWalksFromTheEnds) {
-    EXPECT_EQ(-1, CompareReversed("xa", "ya"));
-    EXPECT_EQ(-1, CompareReversed("bc", "abc"));
-    EXPECT_EQ(1, CompareReversed("abc", "bc"));
-    EXPECT_EQ(2, CompareReversed("ac", "za"));
-    EXPECT_EQ(0, CompareReversed("abc", "abc"));
-    EXPECT_EQ(255, CompareReversed("\xFF\1"_bytes, "\0\1"_bytes));
-}
-
-TEST(ConstDataTest, ByteOrderIsUnsignedAndAPrefixIsLess) {
-    EXPECT_TRUE(ConstData("A") < ConstData("\xFF"));
-    EXPECT_FALSE(ConstData("\xFF") < ConstData("A"));
-    EXPECT_TRUE(ConstData("ab") < ConstData("abc"));
-    EXPECT_FALSE(ConstData("abc") < ConstData("ab"));
-    EXPECT_FALSE(ConstData("abc") < ConstData("abc"));
-    EXPECT_TRUE(ConstData("") < ConstData("a"));
-    EXPECT_TRUE("a\0"_bytes < "a\1"_bytes);
-}
-
-// Long common parts at all offsets, against the walk byte by byte.
-TEST(ConstDataTest, ComparisonsAgreeWithTheirDefinition) {
+TEST(ConstDataTest, ComparisonsAgreeWithReference) {
     unsigned const seed = 20241;
     std::mt19937 random(seed);
     std::vector<std::string> wrong;
@@ -229,17 +154,16 @@ TEST(ConstDataTest, ComparisonsAgreeWithTheirDefinition) {
         if (round % 2 == 0)
             right = RandomBytes(random, random() % 3, Bytes("ab")) + left;
         std::size_t const common = std::min(left.size(), right.size());
-        int const lengths = left.size() == right.size() ? 0 : (left.size() < right.size() ? -1 : 1);
-        int forward = lengths;
-        int backward = lengths;
-        for (std::size_t i = common; i-- > 0;)
-            if (left[i] != right[i])
-                forward =
-                    static_cast<unsigned char>(left[i]) - static_cast<unsigned char>(right[i]);
+        int forward = (left.size() > right.size()) - (left.size() < right.size());
+        int backward = forward;
+        auto const difference = [](char a, char b) {
+            return static_cast<unsigned char>(a) - static_cast<unsigned char>(b);
+        };
         for (std::size_t i = common; i > 0; --i) {
-            int const difference = static_cast<unsigned char>(left[left.size() - i]) -
-                                   static_cast<unsigned char>(right[right.size() - i]);
-            backward = difference != 0 ? difference : backward;
+            if (left[i - 1] != right[i - 1])
+                forward = difference(left[i - 1], right[i - 1]);
+            if (left[left.size() - i] != right[right.size() - i])
+                backward = difference(left[left.size() - i], right[right.size() - i]);
         }
         if (Compare(left, right) != forward || CompareReversed(left, right) != backward ||
             (ConstData(left) < ConstData(right)) != (forward < 0) ||
@@ -250,47 +174,26 @@ TEST(ConstDataTest, ComparisonsAgreeWithTheirDefinition) {
     EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
 }
 
-TEST(ConstDataTest, MakeStringCopiesAllBytes) {
-    EXPECT_EQ(EveryByte(), MakeString(ConstData(EveryByte())));
-    EXPECT_EQ("", MakeString(ConstData("")));
-}
-
-TEST(ConstDataTest, LooksAllocateNothing) {
+TEST(ConstDataTest, ReadingAllocatesNothing) {
     std::string const text(500, 'a');
     std::string const pattern = std::string(400, 'a') + "b";
-    unsigned char target[600];
     EXPECT_EQ(0u, AllocationsOf([&] {
                   ConstData const range(text);
-                  bool const found = range.Contains(ConstData(pattern)) || range.Contains('b') ||
-                                     range.StartsWith(pattern) || range.EndsWith(pattern) ||
-                                     range.PositionOf(ConstData(pattern)) != ConstData::notFound ||
-                                     Compare(range, pattern) == 0 ||
-                                     CompareReversed(range, pattern) == 0 || range == pattern ||
-                                     !(range < ConstData(pattern));
-                  if (!found)
-                      range >> Data(target);
+                  EXPECT_FALSE(range.Contains(ConstData(pattern)) || range.Contains('b') ||
+                               range.StartsWith(pattern) || range.EndsWith(pattern) ||
+                               Compare(range, pattern) == 0 ||
+                               CompareReversed(range, pattern) == 0 || range == pattern);
               }));
-    EXPECT_EQ('a', target[499]);
-}
-
-TEST(ConstDataWithCapacityTest, HoldsATextWithANulBehindIt) {
-    ConstDataWithCapacity<4> const holder(ConstData("abc"));
-    EXPECT_EQ(3u, holder.length);
-    EXPECT_STREQ("abc", holder.Text());
-    EXPECT_EQ(ConstData("abc"), ConstData(holder));
 }
 
 TEST(ConstDataWithCapacityTest, TakesExactlyItsCapacity) {
-    ConstDataWithCapacity<4> const holder(ConstData("abcd"));
-    EXPECT_STREQ("abcd", holder.Text());
+    EXPECT_STREQ("abcd", ConstDataWithCapacity<4>(ConstData("abcd")).Text());
     EXPECT_THROW(ConstDataWithCapacity<4>(ConstData("abcde")), ConstDataCapacityExceeded);
-}
-
-TEST(ConstDataWithCapacityTest, EmptyTextsFit) {
     EXPECT_STREQ("", ConstDataWithCapacity<0>(ConstData()).Text());
+    EXPECT_THROW(ConstDataWithCapacity<0>(ConstData("a")), ConstDataCapacityExceeded);
     EXPECT_STREQ("", ConstDataWithCapacity<2>().Text());
     EXPECT_EQ(0u, ConstDataWithCapacity<2>().length);
-    EXPECT_THROW(ConstDataWithCapacity<0>(ConstData("a")), ConstDataCapacityExceeded);
+    EXPECT_STREQ("25ConstDataCapacityExceeded", ConstDataCapacityExceeded().what());
 }
 
 TEST(ConstDataWithCapacityTest, CopiesAreOnTheirOwn) {
@@ -302,18 +205,15 @@ TEST(ConstDataWithCapacityTest, CopiesAreOnTheirOwn) {
     EXPECT_EQ(second.bytes, ConstData(second).begin);
 }
 
-TEST(ConstDataWithCapacityTest, NulInsideCounts) {
+TEST(ConstDataWithCapacityTest, EmbeddedNulsCount) {
     ConstDataWithCapacity<4> const holder("a\0b"_bytes);
+    EXPECT_EQ(3u, holder.length);
     EXPECT_EQ("a\0b"_bytes, ConstData(holder));
     EXPECT_STREQ("a", holder.Text());
 }
 
 TEST(ConstDataWithCapacityTest, AllocatesNothing) {
     EXPECT_EQ(0u, AllocationsOf([] { ConstDataWithCapacity<48>(ConstData("ANSI_X3.4-1968")); }));
-}
-
-TEST(ConstDataWithCapacityTest, FailureNamesItself) {
-    EXPECT_STREQ("25ConstDataCapacityExceeded", ConstDataCapacityExceeded().what());
 }
 
 } // namespace

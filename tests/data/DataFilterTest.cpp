@@ -25,7 +25,7 @@ public:
     int calls = 0;
 };
 
-TEST(DataFilterTest, ClassItselfIsTheIdentity) {
+TEST(DataFilterTest, BaseClassIsTheIdentity) {
     unsigned char bytes[4] = {'.', '.', '.', '.'};
     ConstBuffer source(ConstData("abcdef"));
     Buffer target(Data(bytes, 3));
@@ -40,7 +40,7 @@ TEST(DataFilterTest, ClassItselfIsTheIdentity) {
     EXPECT_EQ(bytes, rest.position);
 }
 
-TEST(DataFilterTest, RangesAreFilteredIfBothAreNotEmpty) {
+TEST(DataFilterTest, EmptyRangesAreNotFiltered) {
     CountingFilter filter;
     unsigned char bytes[3] = {'.', '.', '.'};
     filter(ConstData("ab"), Data(bytes));
@@ -55,7 +55,7 @@ TEST(DataFilterTest, RangesAreFilteredIfBothAreNotEmpty) {
 }
 
 // Deliberate: a full buffer still gets a call, an empty source none.
-TEST(DataFilterTest, RangeIntoABufferNeedsOnlyASource) {
+TEST(DataFilterTest, EmptyRangeIsNotFilteredIntoABuffer) {
     CountingFilter filter;
     unsigned char bytes[2];
     Buffer target{Data(bytes)};
@@ -70,7 +70,7 @@ TEST(DataFilterTest, RangeIntoABufferNeedsOnlyASource) {
 }
 
 // Deliberate: a spent source still gets a call, an empty target none.
-TEST(DataFilterTest, BufferIntoARangeNeedsOnlyATarget) {
+TEST(DataFilterTest, BufferIsNotFilteredIntoAnEmptyRange) {
     CountingFilter filter;
     unsigned char bytes[2];
     ConstBuffer source(ConstData("abc"));
@@ -92,7 +92,7 @@ TEST(DataFilterTest, CopyIsTheIdentity) {
 }
 
 // The first two slots are the destructor's.
-TEST(DataFilterTest, OperationsStandInTheirOrder) {
+TEST(DataFilterTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf<void (DataFilter::*)(ConstBuffer&, Buffer&)>(&DataFilter::operator()));
     EXPECT_EQ(3u, SlotOf(&DataFilter::Flushed));
     EXPECT_EQ(4u, SlotOf(&DataFilter::Flush));

@@ -18,34 +18,20 @@ namespace {
 static_assert(sizeof(DataReader) == sizeof(void*) && std::has_virtual_destructor_v<DataReader>);
 static_assert(std::is_base_of_v<DebuggableException, NoMoreData>);
 
-TEST(DataReaderTest, UnfinishedIsTheNegationOfFinished) {
-    ChunkReader reader("ab", 1);
-    EXPECT_TRUE(reader.Unfinished());
-    unsigned char bytes[2];
-    reader >> Data(bytes);
-    EXPECT_FALSE(reader.Unfinished());
-}
-
-TEST(DataReaderTest, FillsARangeFromAReaderThatGivesLess) {
+TEST(DataReaderTest, FillsRangeByAnySizeOfChunks) {
     for (std::size_t chunk = 1; chunk <= 12; ++chunk) {
         ChunkReader reader("0123456789ABCDEF", chunk);
         unsigned char bytes[10];
         EXPECT_EQ(&reader, &(reader >> Data(bytes)));
         EXPECT_EQ(ConstData("0123456789"), ConstData(bytes));
         EXPECT_EQ(ConstData("ABCDEF"), reader.Left());
+        reader >> Data() >> Data(bytes, 6);
+        EXPECT_EQ(ConstData("ABCDEF"), ConstData(bytes, 6));
+        EXPECT_TRUE(reader.Finished());
     }
 }
 
-TEST(DataReaderTest, RangeFilledAsTheReaderEndsIsSuccess) {
-    ChunkReader reader("0123456789", 3);
-    unsigned char bytes[10];
-    reader >> Data(bytes);
-    EXPECT_EQ(ConstData("0123456789"), ConstData(bytes));
-    EXPECT_TRUE(reader.Finished());
-    reader >> Data();
-}
-
-TEST(DataReaderTest, MissingBytesThrowWithTheOthersInPlace) {
+TEST(DataReaderTest, StoresBytesBeforeThrowingNoMoreData) {
     ChunkReader reader("0123456789", 4);
     unsigned char bytes[11] = {0};
     bytes[10] = '.';
@@ -73,7 +59,7 @@ private:
     int left = 3;
 };
 
-TEST(DataReaderTest, RangeIsFilledWhileTheReaderIsUnfinished) {
+TEST(DataReaderTest, CallsUnfinishedRatherThanFinished) {
     OwnUnfinishedReader reader;
     unsigned char bytes[4];
     EXPECT_THROW(reader >> Data(bytes), NoMoreData);
@@ -82,14 +68,7 @@ TEST(DataReaderTest, RangeIsFilledWhileTheReaderIsUnfinished) {
     EXPECT_EQ("xxx", ReadReader(other));
 }
 
-TEST(DataReaderTest, EmptyRangeReadsNothing) {
-    ChunkReader reader("ab", 1);
-    reader >> Data();
-    EXPECT_EQ(0u, reader.Calls());
-    EXPECT_EQ(ConstData("ab"), reader.Left());
-}
-
-TEST(DataReaderTest, ReaderThatGivesNothingForAWhileIsAskedAgain) {
+TEST(DataReaderTest, ReadsOnWhenACallReturnsNothing) {
     ChunkReader reader("abc", 1);
     reader.PauseBeforeEachByte();
     unsigned char bytes[3];
@@ -105,20 +84,16 @@ TEST(DataReaderTest, EmptyIsOneFinishedReader) {
     EXPECT_FALSE(empty.Unfinished());
 }
 
-TEST(DataReaderTest, NoMoreDataNamesItself) { EXPECT_STREQ("10NoMoreData", NoMoreData().what()); }
+TEST(DataReaderTest, NoMoreDataIsNamedByItsType) {
+    EXPECT_STREQ("10NoMoreData", NoMoreData().what());
+}
 
 // The first two slots are the destructor's.
-TEST(DataReaderTest, OperationsStandInTheirOrder) {
+TEST(DataReaderTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&DataReader::Finished));
     EXPECT_EQ(3u, SlotOf(&DataReader::Unfinished));
     EXPECT_EQ(4u, SlotOf<DataReader& (DataReader::*)(Buffer&)>(&DataReader::operator>>));
     EXPECT_EQ(5u, SlotOf<DataReader& (DataReader::*)(Data)>(&DataReader::operator>>));
-}
-
-TEST(EmptyDataReaderTest, IsAlwaysFinished) {
-    EmptyDataReader const reader;
-    EXPECT_TRUE(reader.Finished());
-    EXPECT_FALSE(reader.Unfinished());
 }
 
 TEST(EmptyDataReaderTest, LeavesABufferUntouched) {
