@@ -1,14 +1,14 @@
-// Shared by all fuzz targets: reads values from an input, and aborts on a difference.
+// Shared by all fuzz targets: reads values from an input, and throws on a difference.
 //
-// A target compares the product with a model of its own, or checks a property. A violation aborts
-// the process: libFuzzer then keeps the input, and the replay of a corpus fails.
+// A target compares the product with a model, or checks a property. The exception of a violation
+// ends the process: libFuzzer then keeps the input, and the replay of a corpus fails. Properties in
+// headers are also checked by unit tests, which catch it (fuzz/RandomInputs.h).
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,12 +18,15 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
 
 namespace Fuzz {
 
+class Violation : public std::logic_error {
+public:
+    using std::logic_error::logic_error;
+};
+
 // `what` is the property that should hold, as a sentence.
 inline void Require(bool holds, char const* what) {
-    if (holds)
-        return;
-    std::fprintf(stderr, "does not hold: %s\n", what);
-    std::abort();
+    if (!holds)
+        throw Violation(what);
 }
 
 // Takes values from the front of an input. At its end they are zeros and empty strings.
@@ -31,6 +34,7 @@ class Input {
 public:
     Input(unsigned char const* data, std::size_t size)
         : rest(reinterpret_cast<char const*>(data), size) {}
+    explicit Input(std::string_view bytes) : rest(bytes) {}
 
     bool IsEmpty() const { return rest.empty(); }
 

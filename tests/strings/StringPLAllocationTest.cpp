@@ -73,7 +73,7 @@ TEST(StringPLAllocationTest, OtherStringsAllocateOnce) {
     EXPECT_EQ(1u, AllocationsOf([&] { target.Replace("text", "word"); }));
 }
 
-TEST(StringPLAllocationTest, AGrowingVectorCopiesNoText) {
+TEST(StringPLAllocationTest, GrowingVectorCopiesNoText) {
     std::vector<StringPL> strings;
     strings.emplace_back(longText);
     char const* const block = strings.front().AsChar();
@@ -81,7 +81,7 @@ TEST(StringPLAllocationTest, AGrowingVectorCopiesNoText) {
     EXPECT_EQ(block, strings.front().AsChar());
 }
 
-TEST(StringPLAllocationTest, ACapacityOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
+TEST(StringPLAllocationTest, CapacityAboveTheLimitAllocatesNothing) {
     StringPL string("abc");
     EXPECT_EQ(0u, AllocationsOf([&] {
                   EXPECT_THROW(StringPL("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
@@ -92,7 +92,7 @@ TEST(StringPLAllocationTest, ACapacityOverTheLimitIsRefusedBeforeAnythingIsAlloc
     EXPECT_STREQ("abc", string);
 }
 
-TEST(StringPLAllocationTest, TheHighestCapacityIsAskedFor) {
+TEST(StringPLAllocationTest, HighestCapacityIsAllocated) {
     // 4,294,967,287 bytes are not refused; here it is the memory that gives out.
     FailingAllocation const failing(1);
     EXPECT_THROW(StringPL("x", 0xFFFFFFF6), std::bad_alloc);
@@ -112,7 +112,7 @@ TEST(StringPLAllocationTest, ReadingAllocatesNothing) {
               }));
 }
 
-TEST(StringPLAllocationTest, AMillionAppendedBytesCostTwentyAllocations) {
+TEST(StringPLAllocationTest, AppendingAMillionBytesAllocates20Times) {
     // The capacities 2, 4, ... 1,048,576.
     EXPECT_EQ(20u, AllocationsOf([] {
                   StringPL string;
@@ -122,7 +122,7 @@ TEST(StringPLAllocationTest, AMillionAppendedBytesCostTwentyAllocations) {
               }));
 }
 
-TEST(StringPLAllocationTest, FormatAllocatesForEachPassAtMost) {
+TEST(StringPLAllocationTest, FormatAllocatesAtMostOncePerPass) {
     EXPECT_EQ(1u, AllocationsOf([] { StringPL().Format("%s", "short"); }));
     EXPECT_EQ(2u, AllocationsOf([] { StringPL().Format("%s", longText); }));
     StringPL string(longText);
@@ -131,7 +131,7 @@ TEST(StringPLAllocationTest, FormatAllocatesForEachPassAtMost) {
     EXPECT_EQ(0u, AllocationsOf([&] { just64.Format("%62s", ""); }));
 }
 
-TEST(StringPLAllocationTest, ASecondBlockIsMadeBeforeTheFirstIsFreed) {
+TEST(StringPLAllocationTest, FailureKeepsTheText) {
     ExpectAfterFailure("old", "old", longText, [](StringPL& string) { string = longText; });
     ExpectAfterFailure("old", "old", longText,
                        [](StringPL& string) { string = StringPL(longText); });
@@ -141,13 +141,13 @@ TEST(StringPLAllocationTest, ASecondBlockIsMadeBeforeTheFirstIsFreed) {
     ExpectAfterFailure("old", "old", "ldx", [](StringPL& string) { string = string.Mid(1) + "x"; });
 }
 
-TEST(StringPLAllocationTest, FormatLeavesAnEmptyStringBehindAFailure) {
+TEST(StringPLAllocationTest, FailedFormatLeavesAnEmptyString) {
     // Deliberate: it frees the old block first.
     ExpectAfterFailure("old", "", longText,
                        [](StringPL& string) { string.Format("%s", longText); });
 }
 
-TEST(StringPLAllocationTest, ReplaceNoCaseKeepsWhatItHasReplacedSoFar) {
+TEST(StringPLAllocationTest, FailedReplaceNoCaseKeepsReplacementsSoFar) {
     // Deliberate: each occurrence makes the string anew.
     bool sawNone = false, sawOne = false;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
@@ -168,7 +168,7 @@ TEST(StringPLAllocationTest, ReplaceNoCaseKeepsWhatItHasReplacedSoFar) {
     EXPECT_TRUE(sawOne);
 }
 
-TEST(StringPLAllocationTest, ConstructionsThatFailLeaveNothing) {
+TEST(StringPLAllocationTest, FailedConstructionsLeakNothing) {
     StringPL const source(longText);
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {

@@ -12,15 +12,15 @@
 
 namespace {
 
-std::string const longest(127, 'a'); // The longest text that lies in the object.
-std::string const tooLong(128, 'b');
-std::string const longText(300, 'c');
+std::string const longestInside(127, 'a'); // The longestInside text that lies in the object.
+std::string const shortestHeapText(128, 'b');
+std::string const heapText(300, 'c');
 
-TEST(StringyAllocationTest, TextsOfUpTo127CharactersCostNothing) {
+TEST(StringyAllocationTest, TextOfUpTo127BytesAllocatesNothing) {
     EXPECT_EQ(0u, AllocationsOf([] {
-                  Stringy string(longest.c_str());
-                  Stringy const counted(longest.c_str(), 127);
-                  Stringy const range{ConstData(longest)};
+                  Stringy string(longestInside.c_str());
+                  Stringy const counted(longestInside.c_str(), 127);
+                  Stringy const range{ConstData(longestInside)};
                   Stringy const copy(string);
                   Stringy const number(18446744073709551615ull);
                   Stringy path("/proc/");
@@ -40,14 +40,14 @@ TEST(StringyAllocationTest, TextsOfUpTo127CharactersCostNothing) {
 }
 
 // The bytes are not looked at before there is room for them.
-TEST(StringyAllocationTest, TheLongestCountOnlyLacksMemory) {
+TEST(StringyAllocationTest, LongestCountIsAllocated) {
     FailingAllocation const failing(1);
     EXPECT_THROW(Stringy("abc", 0xFFFFFFFE), std::bad_alloc);
 }
 
-TEST(StringyAllocationTest, LongerTextsCostOneArrayOfExactlyTheirSize) {
+TEST(StringyAllocationTest, LongerTextAllocatesItsExactSize) {
     AllocationCounter const counter;
-    Stringy const string(tooLong.c_str());
+    Stringy const string(shortestHeapText.c_str());
     EXPECT_EQ(1u, counter.Count());
     EXPECT_EQ(129u, counter.Bytes());
     Stringy sum(string);
@@ -57,17 +57,17 @@ TEST(StringyAllocationTest, LongerTextsCostOneArrayOfExactlyTheirSize) {
     EXPECT_EQ(2u * 129 + 130, counter.Bytes());
     sum += "yz";
     EXPECT_EQ(2u * 129 + 130 + 132, counter.Bytes());
-    sum = longText.c_str();
+    sum = heapText.c_str();
     EXPECT_EQ(2u * 129 + 130 + 132 + 301, counter.Bytes());
     sum = string;
     EXPECT_EQ(3u * 129 + 130 + 132 + 301, counter.Bytes());
 }
 
-TEST(StringyAllocationTest, ATextGoesBackIntoTheObjectWhenItIsShortAgain) {
-    Stringy string(longText.c_str());
-    EXPECT_EQ(0u, AllocationsOf([&] { string = longest.c_str(); }));
-    EXPECT_EQ(longest, Bytes(string));
-    string = longText.c_str();
+TEST(StringyAllocationTest, AssignedShortTextFreesTheArray) {
+    Stringy string(heapText.c_str());
+    EXPECT_EQ(0u, AllocationsOf([&] { string = longestInside.c_str(); }));
+    EXPECT_EQ(longestInside, Bytes(string));
+    string = heapText.c_str();
     Stringy const small("abc");
     EXPECT_EQ(0u, AllocationsOf([&] { string = small; }));
     EXPECT_STREQ("abc", string);
@@ -97,44 +97,39 @@ void ExpectTexts(std::string const& start, std::vector<std::string> const& faile
     }
 }
 
-TEST(StringyAllocationTest, AssigningAStringLeavesNullBehindAFailure) {
-    // Deliberate: it frees the old array first.
-    Stringy const source(longText.c_str());
-    ExpectTexts(tooLong, {""}, longText, [&](Stringy& string) { string = source; });
-    ExpectTexts("old", {""}, longText, [&](Stringy& string) { string = source; });
+// Deliberate: assignment of a string frees the old array first.
+TEST(StringyAllocationTest, OnlyStringAssignmentLosesTheTextOnFailure) {
+    Stringy const source(heapText.c_str());
+    for (std::string const& old : {std::string("old"), shortestHeapText}) {
+        ExpectTexts(old, {""}, heapText, [&](Stringy& string) { string = source; });
+        ExpectTexts(old, {old}, heapText, [](Stringy& string) { string = heapText.c_str(); });
+        ExpectTexts(old, {old}, old + heapText,
+                    [](Stringy& string) { string += heapText.c_str(); });
+        ExpectTexts(old, {old}, old + heapText, [&](Stringy& string) { string += source; });
+        ExpectTexts(old, {old}, old + heapText,
+                    [](Stringy& string) { string += ConstData(heapText); });
+    }
+    ExpectTexts(shortestHeapText, {shortestHeapText}, shortestHeapText + "x",
+                [](Stringy& string) { string += 'x'; });
+    ExpectTexts(shortestHeapText, {shortestHeapText}, shortestHeapText + shortestHeapText,
+                [](Stringy& string) { string += string; });
 }
 
-TEST(StringyAllocationTest, AssigningATextKeepsTheOldOneBehindAFailure) {
-    ExpectTexts(tooLong, {tooLong}, longText, [](Stringy& string) { string = longText.c_str(); });
-    ExpectTexts("old", {"old"}, longText, [](Stringy& string) { string = longText.c_str(); });
-}
-
-TEST(StringyAllocationTest, AppendsKeepTheOldTextBehindAFailure) {
-    Stringy const source(longText.c_str());
-    ExpectTexts(tooLong, {tooLong}, tooLong + "x", [](Stringy& string) { string += 'x'; });
-    ExpectTexts("old", {"old"}, "old" + longText,
-                [](Stringy& string) { string += longText.c_str(); });
-    ExpectTexts("old", {"old"}, "old" + longText, [&](Stringy& string) { string += source; });
-    ExpectTexts(tooLong, {tooLong}, tooLong + longText,
-                [](Stringy& string) { string += ConstData(longText); });
-    ExpectTexts(tooLong, {tooLong}, tooLong + tooLong, [](Stringy& string) { string += string; });
-}
-
-TEST(StringyAllocationTest, StrippingThatFailsLeavesTheOldTextOrNull) {
+TEST(StringyAllocationTest, FailedStrippingLeavesTheOldTextOrNull) {
     // The string that is left is made first, and then assigned.
-    std::string const padded = " " + longText + " ";
-    ExpectTexts(padded, {padded, ""}, longText,
+    std::string const padded = " " + heapText + " ";
+    ExpectTexts(padded, {padded, ""}, heapText,
                 [](Stringy& string) { string.StripLeadingAndTrailingWhite(); });
-    ExpectTexts(padded, {padded, ""}, longText + " ", [](Stringy& string) { string.TrimLeft(); });
+    ExpectTexts(padded, {padded, ""}, heapText + " ", [](Stringy& string) { string.TrimLeft(); });
 }
 
-TEST(StringyAllocationTest, ConstructionsThatFailLeaveNothing) {
-    Stringy const source(longText.c_str());
+TEST(StringyAllocationTest, FailedConstructionsLeakNothing) {
+    Stringy const source(heapText.c_str());
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {
-            Stringy const text(longText.c_str());
-            Stringy const counted(longText.c_str(), 200);
-            Stringy const range{ConstData(longText)};
+            Stringy const text(heapText.c_str());
+            Stringy const counted(heapText.c_str(), 200);
+            Stringy const range{ConstData(heapText)};
             Stringy const copy(source);
             Stringy const part = source.Mid(1);
             Stringy const sum = source + 'x';
@@ -145,18 +140,8 @@ TEST(StringyAllocationTest, ConstructionsThatFailLeaveNothing) {
     EXPECT_EQ(7u, failures);
 }
 
-TEST(StringyAllocationTest, SplittingAllocatesOnceForEachLongItem) {
-    std::string const text = longText + "," + longText + ",short";
-    std::vector<Stringy> items;
-    items.reserve(3);
-    EXPECT_EQ(2u, AllocationsOf([&] {
-                  Stringy::SplitSeparatedStringsIntoArray(text.c_str(), ',', items, 3, false);
-              }));
-    EXPECT_EQ(3u, items.size());
-}
-
-TEST(StringyAllocationTest, SplittingThatFailsKeepsTheItemsSoFar) {
-    std::string const text = longText + "," + longText;
+TEST(StringyAllocationTest, FailedSplitKeepsTheItemsSoFar) {
+    std::string const text = heapText + "," + heapText;
     bool sawOne = false;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         std::vector<Stringy> items;
@@ -165,7 +150,7 @@ TEST(StringyAllocationTest, SplittingThatFailsKeepsTheItemsSoFar) {
             EXPECT_EQ(2u, items.size());
         } catch (std::bad_alloc const&) {
             EXPECT_GE(1u, items.size());
-            sawOne |= items.size() == 1 && items[0] == Stringy(longText.c_str());
+            sawOne |= items.size() == 1 && items[0] == Stringy(heapText.c_str());
         }
     });
     EXPECT_LT(0u, failures);

@@ -1,0 +1,35 @@
+// Checks a property of a fuzz target in a unit test, on random inputs.
+#pragma once
+
+#include <cstddef>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "fuzz/Fuzz.h"
+#include "tests/support/Bytes.h"
+
+// Calls `property` with `rounds` inputs of up to `maxLength` bytes. Half of the bytes are less than
+// 16, so that lengths and choices are often small; most of the others are from `alphabet`. Stops at
+// the first violation.
+template <class Property>
+void ForRandomInputs(unsigned int seed, int rounds, std::size_t maxLength,
+                     std::string const& alphabet, Property property) {
+    std::mt19937 random(seed);
+    for (int round = 0; round < rounds; ++round) {
+        std::string bytes(random() % (maxLength + 1), '\0');
+        for (char& byte : bytes) {
+            unsigned int const kind = random() % 8;
+            byte = kind < 4   ? static_cast<char>(random() % 16)
+                   : kind < 7 ? alphabet[random() % alphabet.size()]
+                              : static_cast<char>(random());
+        }
+        try {
+            property(Fuzz::Input(bytes));
+        } catch (Fuzz::Violation const& violation) {
+            FAIL() << "not true that " << violation.what() << ", seed " << seed << ", round "
+                   << round << ", input " << Shown(bytes);
+        }
+    }
+}

@@ -1,0 +1,331 @@
+// StringPL against a model of its bytes and its capacity: a list of changes, with all results of the
+// other operations compared after each.
+#pragma once
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "fuzz/Fuzz.h"
+#include "fuzz/PlainCase.h"
+#include "strings/StringPL.h"
+
+namespace StringPLProperties {
+
+// Beyond this length nothing is appended or replaced, so that the text stays short.
+constexpr std::size_t maxLength = 4096;
+
+inline std::string UpToNul(std::string const& text) { return text.c_str(); }
+
+// The bytes that a copy has: those behind the first NUL become NULs.
+inline std::string Copied(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
+inline std::string CopiedWithLength(std::string const& text) {
+    std::string copy = Copied(text);
+    copy.resize(text.size());
+    return copy;
+}
+
+inline int Index(std::size_t position) {
+    return position == std::string::npos ? -1 : static_cast<int>(position);
+}
+
+inline int Sign(int number) { return (number > 0) - (number < 0); }
+
+struct Model {
+    std::string text;
+    std::size_t capacity = 1;
+
+    void Assign(std::string const& bytes) { *this = {bytes, bytes.size() + 1}; }
+    void Append(std::string const& bytes) {
+        text += bytes;
+        while (capacity < text.size() + 1)
+            capacity *= 2;
+    }
+    void Format(std::string const& output) {
+        text = output;
+        capacity = std::max<std::size_t>(capacity, 64);
+        while (capacity < text.size() + 2)
+            capacity *= 2;
+    }
+    // Returns whether there was a match.
+    bool Replace(std::string const& search, std::string const& replacement, bool ignoresCase) {
+        auto const folded = [&](std::string const& bytes) {
+            return ignoresCase ? PlainCase::Lowered(bytes) : bytes;
+        };
+        std::string const haystack = folded(text);
+        std::string const needle = folded(search);
+        std::string result;
+        std::size_t from = 0;
+        for (std::size_t at; (at = haystack.find(needle, from)) != std::string::npos;) {
+            result += text.substr(from, at - from) + replacement;
+            from = at + needle.size();
+        }
+        text = result + text.substr(from);
+        return from != 0;
+    }
+};
+
+inline bool Is(StringPL const& ours, Model const& model) {
+    return std::string(ours.AsChar(), static_cast<std::size_t>(ours.GetLength())) == model.text &&
+           ours.AsChar()[model.text.size()] == '\0' && ours.IsEmpty() == model.text.empty() &&
+           ours.GetBufferLength() == model.capacity &&
+           (model.capacity == 1) == (ours.AsChar() == StringPL().AsChar());
+}
+
+inline bool IsExactly(StringPL const& ours, std::string const& text) {
+    return Is(ours, {text, text.size() + 1});
+}
+
+template <class Operation>
+bool IsOutOfBounds(Operation operation) {
+    try {
+        operation();
+        return false;
+    } catch (StringPLOutOfBoundsException const&) {
+        return true;
+    }
+}
+
+class Pair {
+public:
+    void Change(Fuzz::Input& input) {
+        unsigned int const change = input.Byte() % 13U;
+        std::string const bytes = model.text.size() > maxLength ? std::string() : input.Text();
+        std::string const text = UpToNul(bytes);
+        switch (change) {
+        case 0:
+            ours = text.c_str();
+            model.Assign(text);
+            break;
+        case 1:
+            ours += text.c_str();
+            model.Append(text);
+            break;
+        case 2:
+            ours.Append(text.c_str(), static_cast<unsigned int>(text.size()));
+            model.Append(text);
+            break;
+        case 3:
+            ours.Format("%s-%d%s", text.c_str(), 7, text.c_str());
+            model.Format(text + "-7" + text);
+            break;
+        case 4:
+            Replace(text, UpToNul(input.Text()));
+            break;
+        case 5:
+            ours.MakeLower();
+            model.text = PlainCase::Lowered(model.text);
+            break;
+        case 6:
+            AppendOwnBytes(input.Byte(), bytes.size());
+            break;
+        case 7:
+            ours.MakeEmpty();
+            model.text.clear();
+            break;
+        case 8:
+            AppendCounted(text, input.Byte());
+            break;
+        case 9:
+            ours.MakeUpper();
+            model.text = PlainCase::Raised(model.text);
+            break;
+        case 10:
+            ReplaceNoCase(text, UpToNul(input.Text()));
+            break;
+        case 11:
+            AssignOwnBytes(input.Byte());
+            break;
+        default:
+            CopyOrMove(input.Byte());
+            break;
+        }
+    }
+
+    void Compare(std::string const& pattern, int number) const {
+        Fuzz::Require(Is(ours, model), "text and capacity are those of the model");
+        Model sum;
+        sum.Assign(CopiedWithLength(model.text));
+        sum.Append(pattern);
+        Fuzz::Require(Is(ours + pattern.c_str(), sum), "a sum is a copy with the text appended");
+        CompareOrder(pattern);
+        if (number < 0)
+            RequireOutOfBounds(pattern, number);
+        else {
+            CompareSearches(pattern, static_cast<std::size_t>(number));
+            CompareParts(static_cast<std::size_t>(number));
+        }
+    }
+
+private:
+    void Replace(std::string const& search, std::string const& replacement) {
+        if (model.text.size() * (replacement.size() + 1) > maxLength * 4)
+            return;
+        ours.Replace(search.c_str(), replacement.c_str());
+        if (search.empty())
+            return;
+        model.Replace(search, replacement, false);
+        model.capacity = model.text.size() + 1;
+    }
+
+    void ReplaceNoCase(std::string const& search, std::string const& replacement) {
+        bool const hasNul = model.text.find('\0') != std::string::npos;
+        if (hasNul || model.text.size() * (replacement.size() + 1) > maxLength * 4)
+            return;
+        char const* const block = ours.AsChar();
+        ours.ReplaceNoCase(search.c_str(), replacement.c_str());
+        if (!search.empty() && model.Replace(search, replacement, true))
+            model.capacity = model.text.size() + 1;
+        else
+            Fuzz::Require(block == ours.AsChar(), "without a match the string keeps its block");
+    }
+
+    void AppendCounted(std::string const& text, std::size_t count) {
+        if (model.text.size() > maxLength)
+            return;
+        ours.Append(text.c_str(), static_cast<unsigned int>(count));
+        std::string added = text;
+        added.resize(count);
+        model.Append(added);
+    }
+
+    void AppendOwnBytes(std::size_t from, std::size_t count) {
+        if (model.text.size() > maxLength)
+            return;
+        from = std::min(from, model.text.size());
+        std::string added = Copied(model.text.substr(from));
+        if (count == 0) {
+            ours += ours.AsChar() + from;
+        } else {
+            ours.Append(ours.AsChar() + from, static_cast<unsigned int>(count));
+            added.resize(count);
+        }
+        model.Append(added);
+    }
+
+    void AssignOwnBytes(std::size_t from) {
+        from = std::min(from, model.text.size());
+        char const* const block = ours.AsChar();
+        ours = ours.AsChar() + from;
+        if (from != 0)
+            model.Assign(Copied(model.text.substr(from)));
+        else
+            Fuzz::Require(block == ours.AsChar(), "its own characters do not change a string");
+    }
+
+    void CopyOrMove(unsigned int choice) {
+        StringPL const copy(ours);
+        Fuzz::Require(IsExactly(copy, CopiedWithLength(model.text)), "a copy has the length");
+        if (choice % 3 == 0) {
+            char const* const block = ours.AsChar();
+            StringPL const moved(std::move(ours));
+            Fuzz::Require(moved.AsChar() == block && Is(moved, model) && Is(ours, Model()),
+                          "a moved string takes the block and leaves an empty string");
+            ours = moved;
+            model.Assign(Copied(model.text));
+        } else if (choice % 3 == 1) {
+            ours = copy;
+            model.Assign(Copied(model.text));
+        } else {
+            ours = static_cast<StringPL const&>(ours);
+        }
+    }
+
+    void CompareOrder(std::string const& pattern) const {
+        std::string const text = Copied(model.text);
+        Fuzz::Require(Sign(ours.Compare(pattern.c_str())) == Sign(text.compare(pattern)) &&
+                          ours.Equals(pattern.c_str()) == (text == pattern),
+                      "the order is that of bytes up to the first NUL");
+        int const order = strcasecmp(text.c_str(), pattern.c_str());
+        Fuzz::Require(Sign(ours.CompareNoCase(pattern.c_str())) == Sign(order) &&
+                          ours.EqualsIgnoringCase(pattern.c_str()) == (order == 0),
+                      "the case-insensitive order is that of strcasecmp");
+    }
+
+    void RequireOutOfBounds(std::string const& pattern, int number) const {
+        Fuzz::Require(IsOutOfBounds([&] { ours.Find(pattern.c_str(), number); }) &&
+                          IsOutOfBounds([&] { ours.FindNoCase(pattern.c_str(), number); }) &&
+                          IsOutOfBounds([&] { ours.Find('a', number); }) &&
+                          IsOutOfBounds([&] { ours.ReverseFind('a', number); }) &&
+                          IsOutOfBounds([&] { ours.Mid(number); }) &&
+                          IsOutOfBounds([&] { ours.Mid(number, 1); }) &&
+                          IsOutOfBounds([&] { ours.Mid(0, number); }) &&
+                          IsOutOfBounds([&] { ours.Left(number); }) &&
+                          IsOutOfBounds([&] { ours.Right(number); }) &&
+                          IsOutOfBounds([&] { ours.GetAt(number); }),
+                      "negative numbers are out of bounds");
+    }
+
+    void CompareSearches(std::string const& pattern, std::size_t from) const {
+        int const start = static_cast<int>(from);
+        int const found = Index(model.text.find(pattern, from));
+        Fuzz::Require(ours.Find(pattern.c_str(), start) == found, "Find agrees with find");
+        std::string const lower = PlainCase::Lowered(model.text);
+        int const foundNoCase = Index(lower.find(PlainCase::Lowered(pattern), from));
+        Fuzz::Require(ours.FindNoCase(pattern.c_str(), start) == foundNoCase,
+                      "FindNoCase agrees with find in lower case");
+        if (from == 0)
+            Fuzz::Require(ours.Contains(pattern.c_str()) == (found != -1) &&
+                              ours.ContainsNoCase(pattern.c_str()) == (foundNoCase != -1),
+                          "a string contains what is found in it");
+        char const byte = pattern.c_str()[0];
+        Fuzz::Require(ours.Find(byte, start) == Index(model.text.find(byte, from)) &&
+                          ours.Contains(byte) == (model.text.find(byte) != std::string::npos),
+                      "Find of a byte agrees with find");
+        Fuzz::Require(ours.ReverseFind(byte, start) ==
+                          (from < model.text.size()
+                               ? Index(model.text.rfind(byte, model.text.size() - from - 1))
+                               : -1),
+                      "ReverseFind agrees with rfind");
+    }
+
+    void CompareParts(std::size_t number) const {
+        int const count = static_cast<int>(number);
+        std::size_t const length = model.text.size();
+        auto const isPart = [&](StringPL const& part, std::size_t from, std::size_t size) {
+            return IsExactly(part, CopiedWithLength(model.text.substr(from, size)));
+        };
+        Fuzz::Require(isPart(ours.Left(count), 0, number), "Left agrees with substr");
+        Fuzz::Require(isPart(ours.Right(count), length - std::min(number, length), number),
+                      "Right agrees with substr");
+        Fuzz::Require(isPart(ours.Mid(0, count), 0, number), "Mid has its count");
+        bool const isInside = number <= length;
+        Fuzz::Require(isInside ? isPart(ours.Mid(count), number, length) &&
+                                     isPart(ours.Mid(count, 3), number, 3)
+                               : IsOutOfBounds([&] { ours.Mid(count); }) &&
+                                     IsOutOfBounds([&] { ours.Mid(count, 0); }),
+                      "Mid agrees with substr");
+        Fuzz::Require(number < length ? ours.GetAt(count) == model.text[number]
+                                      : IsOutOfBounds([&] { ours.GetAt(count); }),
+                      "a byte is that of the text, without the NUL");
+    }
+
+    StringPL ours;
+    Model model;
+};
+
+// A pattern to search for, a number for positions and counts, and the changes.
+inline void Check(Fuzz::Input input) {
+    std::string const pattern = UpToNul(input.Text());
+    int number = input.Byte();
+    if (number == 0xFF)
+        number = INT_MIN;
+    else if (number == 0xFE)
+        number = INT_MAX;
+    else if (number >= 0xF0)
+        number -= 0x100;
+    Pair pair;
+    pair.Compare(pattern, number);
+    for (int changes = 0; changes < 64 && !input.IsEmpty(); ++changes) {
+        pair.Change(input);
+        pair.Compare(pattern, number);
+    }
+}
+
+} // namespace StringPLProperties

@@ -1,0 +1,351 @@
+// Stringy against a model of its bytes: a list of changes, with all results of the other operations
+// compared after each.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "fuzz/Fuzz.h"
+#include "fuzz/PlainCase.h"
+#include "strings/Stringy.h"
+
+namespace StringyProperties {
+
+// Beyond this length nothing is appended.
+constexpr std::size_t maxLength = 2048;
+
+// The null string and the empty string differ, although both have no bytes.
+struct Model {
+    bool isNull = true;
+    std::string text;
+
+    void MakeNull() { *this = Model(); }
+    void Append(std::string const& bytes) {
+        if (!bytes.empty())
+            *this = {false, text + bytes};
+    }
+};
+
+constexpr char white[] = " \t\n\r";
+
+inline std::string UpToZero(std::string const& text) { return text.c_str(); }
+
+inline std::string Trimmed(std::string const& text) {
+    std::size_t const first = text.find_first_not_of(white);
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(white) - first + 1);
+}
+
+// The null string alone does not equal itself.
+inline bool Is(Stringy const& ours, Model const& model) {
+    return ours.GetLength() == model.text.size() &&
+           std::string(ours, ours.GetLength()) == model.text &&
+           static_cast<char const*>(ours)[model.text.size()] == '\0' &&
+           ours.EqualIgnoringCase(ours) == !model.isNull;
+}
+
+// An empty part is the null string.
+inline bool IsPart(Stringy const& ours, std::string const& part) {
+    return Is(ours, {part.empty(), part});
+}
+
+inline Stringy Make(Model const& model) {
+    if (model.text.empty())
+        return model.isNull ? Stringy() : Stringy("");
+    return Stringy(ConstData(model.text));
+}
+
+inline Model Operand(Fuzz::Input& input) {
+    Model operand;
+    operand.isNull = input.Byte() % 2 == 0;
+    operand.text = input.Text();
+    operand.isNull = operand.isNull && operand.text.empty();
+    return operand;
+}
+
+inline int Sign(int number) { return number < 0 ? -1 : number > 0 ? 1 : 0; }
+
+inline int Order(Model const& left, Model const& right) {
+    if (left.text.empty() || right.text.empty())
+        return static_cast<int>(right.text.empty()) - static_cast<int>(left.text.empty());
+    return Sign(UpToZero(left.text).compare(UpToZero(right.text)));
+}
+
+inline std::string WithZero(Model const& model) { return model.text + '\0'; }
+
+inline int OrderNoCase(Model const& left, Model const& right) {
+    if (left.isNull || right.isNull)
+        return static_cast<int>(right.isNull) - static_cast<int>(left.isNull);
+    return PlainCase::Compare(WithZero(left), WithZero(right), PlainCase::Upper);
+}
+
+class Pair {
+public:
+    void Change(Fuzz::Input& input) {
+        unsigned int const change = input.Byte() % 14U;
+        if (change < 7)
+            Assign(change, Operand(input));
+        else if (change < 11)
+            Append(change, input);
+        else
+            Shape(change, input);
+    }
+
+    void Compare(Model const& other, int number) const {
+        Fuzz::Require(Is(ours, model), "the text is that of std::string");
+        CompareCopies(other);
+        CompareOrders(other);
+        CompareSearches(other.text);
+        CompareParts(number, other.text.empty() ? ',' : other.text[0]);
+        CompareBytes();
+    }
+
+private:
+    void Assign(unsigned int change, Model const& source) {
+        if (change == 0) {
+            ours = source.isNull ? nullptr : source.text.c_str();
+            model = {source.isNull, UpToZero(source.text)};
+        } else if (change == 1) {
+            ours = static_cast<Stringy const&>(ours);
+        } else if (change == 2) {
+            AssignOwnBytes(source.text.size());
+        } else {
+            ours = Make(source);
+            model = {source.text.empty(), source.text};
+        }
+    }
+
+    // Its own pointer changes nothing, and embedded NULs stay. The null string returns "", and
+    // becomes the empty string.
+    void AssignOwnBytes(std::size_t from) {
+        from = std::min(from, model.text.size());
+        ours = static_cast<char const*>(ours) + from;
+        model.isNull = false;
+        if (from != 0)
+            model.text = UpToZero(model.text.substr(from));
+    }
+
+    void Append(unsigned int change, Fuzz::Input& input) {
+        Model const operand = Operand(input);
+        if (model.text.size() > maxLength)
+            return;
+        if (change == 7) {
+            char const byte = operand.text.empty() ? '\0' : operand.text[0];
+            ours += byte;
+            if (byte != '\0')
+                model.Append(std::string(1, byte));
+        } else if (change == 8) {
+            ours += operand.isNull ? nullptr : operand.text.c_str();
+            model.Append(UpToZero(operand.text));
+        } else if (change == 9) {
+            ours += Make(operand);
+            model.Append(operand.text);
+        } else {
+            AppendOwnPart(operand.text.size());
+        }
+    }
+
+    // All bytes or the last ones, which are in the array that an append frees.
+    void AppendOwnPart(std::size_t from) {
+        if (from == 0) {
+            ours += ours;
+            model.Append(std::string(model.text));
+            return;
+        }
+        from = std::min(from, model.text.size());
+        char const* const text = ours;
+        ours += ConstData(text + from, model.text.size() - from);
+        model.Append(model.text.substr(from));
+    }
+
+    void Shape(unsigned int change, Fuzz::Input& input) {
+        unsigned char const byte = input.Byte();
+        unsigned char const other = input.Byte();
+        if (change == 11) {
+            char const from = static_cast<char>(byte);
+            auto const count = std::count(model.text.begin(), model.text.end(), from);
+            std::replace(model.text.begin(), model.text.end(), from, static_cast<char>(other));
+            Fuzz::Require(ours.Replace(from, static_cast<char>(other)) == count,
+                          "each byte is replaced");
+        } else if (change == 12) {
+            if (byte % 2 == 0)
+                ours.MakeLower();
+            else
+                ours.MakeUpper();
+            model.text =
+                byte % 2 == 0 ? PlainCase::Lowered(model.text) : PlainCase::Raised(model.text);
+        } else if (byte % 2 == 0) {
+            ours.TrimLeft();
+            TrimLeft();
+        } else {
+            ours.StripLeadingAndTrailingWhite();
+            Strip();
+        }
+    }
+
+    void TrimLeft() {
+        std::size_t const first = model.text.find_first_not_of(white);
+        if (first == std::string::npos && !model.text.empty())
+            model.MakeNull();
+        else if (!model.text.empty())
+            model.text.erase(0, first);
+    }
+
+    // Whitespace before an embedded NUL makes the null string.
+    void Strip() {
+        std::size_t const first = model.text.find_first_not_of(white);
+        if (first == std::string::npos || model.text[first] == '\0')
+            model.MakeNull();
+        else
+            model.text = Trimmed(model.text);
+    }
+
+    void CompareCopies(Model const& other) const {
+        Stringy const copy(ours);
+        Fuzz::Require(Is(copy, model), "a copy is the same, null or not");
+        char const* const text = copy;
+        auto const* const object = reinterpret_cast<char const*>(&copy);
+        bool const isInside = text >= object && text < object + sizeof(copy);
+        Fuzz::Require(isInside == (!model.isNull && model.text.size() < Stringy::smallSize),
+                      "a text of up to 127 bytes lies in the object");
+        Model sum = model;
+        sum.Append(other.text);
+        Fuzz::Require(Is(ours + Make(other), sum), "a sum is both texts");
+    }
+
+    void CompareOrders(Model const& otherModel) const {
+        Stringy const other = Make(otherModel);
+        int const order = Order(model, otherModel);
+        Fuzz::Require(Sign(ours.Compare(other)) == order, "the order is that of bytes");
+        Fuzz::Require((ours == other) == (order == 0) && (ours != other) == (order != 0) &&
+                          (ours < other) == (order < 0) && (ours <= other) == (order <= 0) &&
+                          (ours > other) == (order > 0) && (ours >= other) == (order >= 0),
+                      "the relations rest on the order");
+        char const* const text = other;
+        int const textOrder = Order(model, {false, UpToZero(otherModel.text)});
+        Fuzz::Require((ours < text) == (textOrder < 0) && (text < ours) == (textOrder > 0) &&
+                          (ours == text) == (textOrder == 0) && (text >= ours) == (textOrder <= 0),
+                      "the relations to a text end at its zero");
+        Fuzz::Require(ours.CompareNoCase(other) == OrderNoCase(model, otherModel),
+                      "the order in upper case is that of bytes, and null is less than all");
+        bool const bothAreThere = !model.isNull && !otherModel.isNull;
+        Fuzz::Require(ours.EqualIgnoringCase(other) ==
+                          (bothAreThere &&
+                           PlainCase::Lowered(model.text) == PlainCase::Lowered(otherModel.text)),
+                      "texts of any case are equal, and null equals nothing");
+    }
+
+    void CompareSearches(std::string const& bytes) const {
+        std::string const pattern = UpToZero(bytes);
+        char const byte = bytes.empty() ? 'a' : bytes[0];
+        Fuzz::Require(ours.Find(byte) == static_cast<int>(model.text.find(byte)),
+                      "a byte is where find finds it");
+        Fuzz::Require(ours.FindFromRight(byte) == static_cast<int>(model.text.rfind(byte)),
+                      "a byte from the end is where rfind finds it");
+        Fuzz::Require(
+            ours.Contains(pattern.c_str()) ==
+                (!model.isNull && UpToZero(model.text).find(pattern) != std::string::npos),
+            "a text contains what find finds");
+        Fuzz::Require(ours.StartsWith(pattern.c_str()) == model.text.starts_with(pattern),
+                      "a text has its start");
+        std::string const lower = PlainCase::Lowered(model.text);
+        Fuzz::Require(ours.StartsWithIgnoringCase(pattern.c_str()) ==
+                          lower.starts_with(PlainCase::Lowered(pattern)),
+                      "a text has its start in any case");
+        Fuzz::Require(ours.StartsWithIgnoringCase(Stringy(ConstData(bytes))) ==
+                          lower.starts_with(PlainCase::Lowered(bytes)),
+                      "a text has a string as its start in any case");
+    }
+
+    // Of the text, from `start` on; both may be negative.
+    std::string Part(int start, int count) const {
+        auto const from = static_cast<std::size_t>(std::max(start, 0));
+        if (from > model.text.size())
+            return std::string();
+        return model.text.substr(from, static_cast<std::size_t>(std::max(count, 0)));
+    }
+
+    void CompareParts(int number, char separator) const {
+        int const length = static_cast<int>(model.text.size());
+        Fuzz::Require(IsPart(ours.Left(number), Part(0, number)), "the left part is the first");
+        Fuzz::Require(IsPart(ours.Right(number), Part(length - std::max(number, 0), number)),
+                      "the right part is the last");
+        Fuzz::Require(IsPart(ours.Mid(number, 5), Part(number, 5)), "a part is that of substr");
+        Fuzz::Require(IsPart(ours.Mid(3, number), Part(3, number)), "a part has its length");
+        Fuzz::Require(IsPart(ours.Mid(number), Part(number, length)), "a part goes to the end");
+        std::size_t const last = model.text.rfind(separator);
+        std::string const behind =
+            last == std::string::npos ? std::string() : model.text.substr(last + 1);
+        std::size_t const first = behind.find_first_not_of(white);
+        bool const endsAtZero = first != std::string::npos && behind[first] == '\0';
+        Fuzz::Require(IsPart(ours.SubstringAfterLastSeparator(separator),
+                             endsAtZero ? std::string() : Trimmed(behind)),
+                      "what is behind the last separator has no white space around it");
+    }
+
+    void CompareBytes() const {
+        auto const length = static_cast<unsigned int>(model.text.size());
+        for (unsigned int i = 0; i <= length; ++i)
+            Fuzz::Require(ours[i] == model.text.c_str()[i], "a byte is that of the text");
+        Fuzz::Require(ours[length + 2] == '\0', "beyond the text there is nothing");
+    }
+
+    Stringy ours;
+    Model model;
+};
+
+// If the separator is NUL, the NULs of `text` and the terminating one end the items.
+inline void CompareSplit(std::string const& text, char separator, unsigned int maximum,
+                         bool strip) {
+    std::vector<std::string> expected;
+    std::string rest = separator == '\0' ? text : UpToZero(text);
+    if (UpToZero(text).empty())
+        maximum = 0;
+    else if (separator == '\0')
+        maximum = std::min(
+            maximum, 1 + static_cast<unsigned int>(std::count(rest.begin(), rest.end(), '\0')));
+    while (expected.size() < maximum) {
+        std::size_t const end = rest.find(separator);
+        std::string const item = rest.substr(0, end);
+        expected.push_back(strip ? Trimmed(item) : item);
+        if (end == std::string::npos)
+            break;
+        rest.erase(0, end + 1);
+    }
+    std::vector<Stringy> items;
+    unsigned int const count =
+        Stringy::SplitSeparatedStringsIntoArray(text.c_str(), separator, items, maximum, strip);
+    Fuzz::Require(count == expected.size() && items.size() == expected.size(),
+                  "a text has as many items as separators, and one more");
+    for (std::size_t i = 0; i < items.size(); ++i)
+        Fuzz::Require(IsPart(items[i], expected[i]), "an item is what lies between separators");
+}
+
+inline void CompareNumbers(unsigned long long number) {
+    auto const narrow = static_cast<unsigned int>(number);
+    auto const signedNarrow = static_cast<int>(narrow);
+    Fuzz::Require(Is(Stringy(number), {false, std::to_string(number)}) &&
+                      Is(Stringy(narrow), {false, std::to_string(narrow)}) &&
+                      Is(Stringy(signedNarrow), {false, std::to_string(signedNarrow)}),
+                  "a number has the digits of to_string");
+}
+
+// A number for positions and counts, switches, another text, and the changes.
+inline void Check(Fuzz::Input input) {
+    CompareNumbers(Fuzz::Input(input).Number64());
+    int const number = static_cast<signed char>(input.Byte());
+    unsigned int const switches = input.Byte();
+    Model const other = Operand(input);
+    char const separator = other.text.empty() ? '\0' : other.text[0];
+    CompareSplit(std::string(input.Rest()), separator, switches / 2, (switches & 1) != 0);
+    Pair pair;
+    pair.Compare(other, number);
+    for (int changes = 0; changes < 48 && !input.IsEmpty(); ++changes) {
+        pair.Change(input);
+        pair.Compare(other, number);
+    }
+}
+
+} // namespace StringyProperties
