@@ -1,5 +1,5 @@
-// StringPL against a model of its bytes and its capacity: a list of changes, with all results of the
-// other operations compared after each.
+// StringPL against a model of its bytes and its capacity: a list of changes, with all results of
+// the other operations compared after each.
 #pragma once
 
 #include <algorithm>

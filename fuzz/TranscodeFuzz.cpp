@@ -1,12 +1,12 @@
-// The six transcoders: for any split what the contract says step by step, and where iconv takes a
-// text, what iconv makes of it.
+// The six transcoders, for any split, against a reference implementation, and against iconv if it
+// accepts the text.
 #include <cstring>
-#include <iconv.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "fuzz/Fuzz.h"
+#include "fuzz/Iconv.h"
 #include "tests/support/Chunks.h"
 #include "tests/unicode/NaiveTranscoder.h"
 #include "tests/unicode/TextStreams.h"
@@ -24,25 +24,6 @@ char const* IconvName() {
         return "UTF-32LE";
 }
 
-// False where iconv refuses the text.
-template <class Target, class Source>
-bool ConvertByIconv(Units<Source> text, Units<Target>& result) {
-    static iconv_t const converter = iconv_open(IconvName<Target>(), IconvName<Source>());
-    Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv knows the encodings");
-    iconv(converter, nullptr, nullptr, nullptr, nullptr);
-    // No character takes more than four units, and no unit makes more than four.
-    result.resize(text.size() * 4);
-    char* from = reinterpret_cast<char*>(text.data());
-    std::size_t fromLeft = text.size() * sizeof(typename Source::Unit);
-    char* to = reinterpret_cast<char*>(result.data());
-    std::size_t const room = result.size() * sizeof(typename Target::Unit);
-    std::size_t toLeft = room;
-    if (iconv(converter, &from, &fromLeft, &to, &toLeft) == static_cast<std::size_t>(-1))
-        return false;
-    result.resize((room - toLeft) / sizeof(typename Target::Unit));
-    return true;
-}
-
 template <class Target, class Source>
 void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& plain) {
     bool const fails = plain.thrownAt != -1;
@@ -54,7 +35,8 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& plain) {
         Fuzz::Require(fails, "what the model takes is no error");
     }
     Units<Target> byIconv;
-    if (!text.empty() && ConvertByIconv<Target, Source>(text, byIconv))
+    static Iconv const converter(IconvName<Target>(), IconvName<Source>());
+    if (!text.empty() && converter.Convert(text, byIconv))
         Fuzz::Require(!fails && whole == byIconv, "a proper text is what iconv makes of it");
 }
 
@@ -80,25 +62,10 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const pair = input.Byte() % 6U;
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
-    switch (pair) {
-    case 0:
-        Compare<UTF16, UTF8>(lengths, input.Rest());
-        break;
-    case 1:
-        Compare<UTF32, UTF8>(lengths, input.Rest());
-        break;
-    case 2:
-        Compare<UTF8, UTF16>(lengths, input.Rest());
-        break;
-    case 3:
-        Compare<UTF32, UTF16>(lengths, input.Rest());
-        break;
-    case 4:
-        Compare<UTF8, UTF32>(lengths, input.Rest());
-        break;
-    default:
-        Compare<UTF16, UTF32>(lengths, input.Rest());
-        break;
-    }
+    using Comparison = void (*)(std::vector<std::size_t> const&, std::string_view);
+    constexpr Comparison comparisons[] = {Compare<UTF16, UTF8>, Compare<UTF32, UTF8>,
+                                          Compare<UTF8, UTF16>, Compare<UTF32, UTF16>,
+                                          Compare<UTF8, UTF32>, Compare<UTF16, UTF32>};
+    comparisons[pair](lengths, input.Rest());
     return 0;
 }

@@ -32,11 +32,6 @@ void CheckTerminatedView() {
     EXPECT_EQ(0u, counter.Releases());
 }
 
-TEST(AutoNullTerminatedTest, TerminatedViewIsPassedOnWithoutACopy) {
-    CheckTerminatedView<Local8Bit>();
-    CheckTerminatedView<UTF32>();
-}
-
 template <class E>
 void CheckOtherView() {
     using Unit = typename E::Unit;
@@ -65,16 +60,6 @@ void CheckCopyIsReleased() {
     EXPECT_EQ(2u, counter.Releases());
 }
 
-TEST(AutoNullTerminatedTest, CopyIsReleasedOnce) {
-    CheckCopyIsReleased<Local8Bit>();
-    CheckCopyIsReleased<UTF32>();
-}
-
-TEST(AutoNullTerminatedTest, OtherViewIsCopiedWithANul) {
-    CheckOtherView<Local8Bit>();
-    CheckOtherView<UTF32>();
-}
-
 template <class E>
 void CheckEmptyView() {
     using Text = AutoNullTerminated<typename E::Unit>;
@@ -96,12 +81,20 @@ void CheckEmptyView() {
     EXPECT_EQ(&nul, MakeNullTerminatedString(UStringRef<E>(&nul, &nul, true)).Pointer());
 }
 
-TEST(AutoNullTerminatedTest, EmptyViewGivesTheSharedEmptyString) {
-    CheckEmptyView<Local8Bit>();
-    CheckEmptyView<UTF32>();
+template <class E>
+void CheckViews() {
+    CheckTerminatedView<E>();
+    CheckOtherView<E>();
+    CheckCopyIsReleased<E>();
+    CheckEmptyView<E>();
 }
 
-TEST(AutoNullTerminatedTest, BothFormsOfTheEmptyStringAreTerminated) {
+TEST(AutoNullTerminatedTest, CopiesOnlyViewsWithoutNul) {
+    CheckViews<Local8Bit>();
+    CheckViews<UTF32>();
+}
+
+TEST(AutoNullTerminatedTest, BothEmptyStringsAreTerminated) {
     AutoUString<Local8Bit> const null;
     EXPECT_EQ(AutoNullTerminated<char>::EmptyString(),
               MakeNullTerminatedString<Local8Bit>(null).Pointer());
@@ -111,7 +104,7 @@ TEST(AutoNullTerminatedTest, BothFormsOfTheEmptyStringAreTerminated) {
     EXPECT_EQ(allocated.Begin(), MakeNullTerminatedString<Local8Bit>(allocated).Pointer());
 }
 
-TEST(AutoNullTerminatedTest, MovingHandsOnTheCopy) {
+TEST(AutoNullTerminatedTest, MoveTransfersTheCopy) {
     char const units[] = {'a'};
     auto first = MakeNullTerminatedString(UStringRef<Local8Bit>(units, units + 1));
     char const* const place = first.Pointer();
@@ -128,7 +121,7 @@ TEST(AutoNullTerminatedTest, MovingHandsOnTheCopy) {
     EXPECT_EQ(0u, second.Count());
 }
 
-TEST(AutoNullTerminatedTest, FailingAllocationPassesThrough) {
+TEST(AutoNullTerminatedTest, FailedAllocationPropagates) {
     unsigned int const units[] = {'a'};
     FailingAllocation const failing(1);
     EXPECT_THROW(MakeNullTerminatedString(UStringRef<UTF32>(units, units + 1)), std::bad_alloc);

@@ -47,19 +47,14 @@ void CheckMaking() {
     EXPECT_EQ(4u, text.Length());
     EXPECT_EQ(0u, *text.End());
     EXPECT_NE(units.data(), text.Begin());
+    UStringRef<E> const view = text;
+    EXPECT_TRUE(view.begin == text.Begin() && view.end == text.End() && view.nullTerminated);
 }
 
-TEST(AutoUStringTest, MakeUStringCopiesTheUnitsAndPutsANulBehindThem) {
+TEST(AutoUStringTest, MakeUStringCopiesUnitsAndAddsANul) {
     CheckMaking<UTF8>();
     CheckMaking<UTF16>();
     CheckMaking<UTF32>();
-}
-
-TEST(AutoUStringTest, TwoUnitsAreFollowedByAThirdOfZero) {
-    unsigned short const units[] = {0x20AC, 0xFFFF, 0xFFFF};
-    AutoUString<UTF16> const text = MakeUString<UTF16>(units, units + 2, UTF16());
-    ASSERT_EQ(2u, text.Length());
-    EXPECT_EQ(0, text.Begin()[2]);
 }
 
 template <class E>
@@ -71,54 +66,42 @@ void CheckEmpty() {
     EXPECT_EQ(0u, counter.Count());
     ExpectNull(fromNull);
     ExpectNull(fromEmpty);
+    ExpectNull(AutoUString<E>());
 }
 
-TEST(AutoUStringTest, MakeUStringOfAnEmptyRangeHasNullPointersAndAllocatesNothing) {
+TEST(AutoUStringTest, EmptyRangesHaveNullPointers) {
     CheckEmpty<UTF8>();
     CheckEmpty<UTF16>();
     CheckEmpty<UTF32>();
+    ExpectNull(SeizeUString(OwnedArray<char>(), Local8Bit()));
+    ExpectNull(SeizeUString(Allocate<unsigned int>(0), UTF32()));
     AutoUString<UTF8> const empty = MakeUString<UTF8>(nullptr, nullptr, UTF8());
     EXPECT_TRUE((EncodingCast<ConstData, UTF8>(empty).IsEmpty()));
 }
 
-TEST(AutoUStringTest, DefaultStringHasNullPointers) {
-    ExpectNull(AutoUString<UTF8>());
-    ExpectNull(AutoUString<Local8Bit>());
-}
-
-TEST(AutoUStringTest, BufferIsReleasedOnceByItsLastOwner) {
+TEST(AutoUStringTest, SeizeUStringTakesTheBuffer) {
     AllocationCounter const counter;
     {
-        OwnedArray<char> buffer = Allocate<char>(2);
-        buffer.Pointer()[0] = 'a';
-        buffer.Pointer()[1] = '\0';
-        AutoUString<Local8Bit> first = SeizeUString(std::move(buffer), Local8Bit());
-        AutoUString<Local8Bit> const second(std::move(first));
+        AutoUString<Local8Bit> text;
+        {
+            OwnedArray<char> buffer = Allocate<char>(3);
+            char* const place = buffer.Pointer();
+            std::memcpy(place, "hi", 3);
+            text = SeizeUString(std::move(buffer), Local8Bit());
+            EXPECT_EQ(nullptr, buffer.Pointer());
+            EXPECT_EQ(0u, buffer.Disposer().count);
+            EXPECT_EQ(place, text.Begin());
+            EXPECT_EQ(place + 2, text.End());
+        }
+        AutoUString<Local8Bit> const last(std::move(text));
         EXPECT_EQ(0u, counter.Releases());
+        EXPECT_EQ(ConstData("hi"), (EncodingCast<ConstData, Local8Bit>(last)));
     }
     EXPECT_EQ(1u, counter.Count());
     EXPECT_EQ(1u, counter.Releases());
 }
 
-TEST(AutoUStringTest, SeizeUStringTakesTheBufferAndLeavesTheOwnedEmpty) {
-    AutoUString<Local8Bit> text;
-    AllocationCounter const counter;
-    {
-        OwnedArray<char> buffer = Allocate<char>(3);
-        char* const place = buffer.Pointer();
-        std::memcpy(place, "hi", 3);
-        text = SeizeUString(std::move(buffer), Local8Bit());
-        EXPECT_EQ(1u, counter.Count());
-        EXPECT_EQ(nullptr, buffer.Pointer());
-        EXPECT_EQ(0u, buffer.Disposer().count);
-        EXPECT_EQ(place, text.Begin());
-        EXPECT_EQ(place + 2, text.End());
-    }
-    EXPECT_EQ(0u, counter.Releases()) << "an empty Owned frees nothing";
-    EXPECT_EQ(ConstData("hi"), (EncodingCast<ConstData, Local8Bit>(text)));
-}
-
-TEST(AutoUStringTest, SeizeUStringOfOneUnitIsTheAllocatedFormOfTheEmptyString) {
+TEST(AutoUStringTest, SeizeUStringOfANulKeepsTheBuffer) {
     OwnedArray<unsigned int> buffer = Allocate<unsigned int>(1);
     unsigned int* const place = buffer.Pointer();
     *place = 0;
@@ -130,12 +113,7 @@ TEST(AutoUStringTest, SeizeUStringOfOneUnitIsTheAllocatedFormOfTheEmptyString) {
     EXPECT_TRUE(static_cast<UStringRef<UTF32>>(text).nullTerminated);
 }
 
-TEST(AutoUStringTest, SeizeUStringOfNoUnitsHasNullPointers) {
-    ExpectNull(SeizeUString(OwnedArray<char>(), Local8Bit()));
-    ExpectNull(SeizeUString(Allocate<unsigned int>(0), UTF32()));
-}
-
-TEST(AutoUStringTest, MovingHandsOnTheBuffer) {
+TEST(AutoUStringTest, MoveTransfersTheBuffer) {
     unsigned char const units[] = {'a', 'b'};
     AutoUString<UTF8> first = MakeUString(units, units + 2, UTF8());
     unsigned char const* const place = first.Begin();
@@ -155,16 +133,7 @@ TEST(AutoUStringTest, MovingHandsOnTheBuffer) {
     ExpectNull(third);
 }
 
-TEST(AutoUStringTest, ViewIsMarkedAsTerminated) {
-    unsigned short const units[] = {'a'};
-    AutoUString<UTF16> const text = MakeUString(units, units + 1, UTF16());
-    UStringRef<UTF16> const view = text;
-    EXPECT_EQ(text.Begin(), view.begin);
-    EXPECT_EQ(text.End(), view.end);
-    EXPECT_TRUE(view.nullTerminated);
-}
-
-TEST(AutoUStringTest, FailingAllocationPassesThrough) {
+TEST(AutoUStringTest, FailedAllocationPropagates) {
     unsigned char const units[] = {'a'};
     FailingAllocation const failing(1);
     EXPECT_THROW(MakeUString(units, units + 1, UTF8()), std::bad_alloc);

@@ -12,7 +12,7 @@
 
 namespace {
 
-TEST(USAsciiStringTest, DefaultIsEmptyAndNotMarked) {
+TEST(USAsciiStringTest, DefaultIsEmptyAndNotTerminated) {
     USAsciiString const text;
     EXPECT_EQ(nullptr, text.begin);
     EXPECT_EQ(nullptr, text.end);
@@ -29,14 +29,20 @@ void ExpectText(std::string const& expected, Numeral const& numeral) {
 
 TEST(USAsciiStringTest, NumeralConvertsToItsTextWithANul) {
     ExpectText("0", Numeral(0, 10));
-    ExpectText("255", Numeral(255u, 10));
     ExpectText("-ff", Numeral(-255, 16));
     ExpectText(std::string(64, '1'), Numeral(~0ull, 2));
     ExpectText("-1" + std::string(63, '0'), Numeral(std::numeric_limits<long long>::min(), 2));
+    Numeral numeral(-5, 10);
+    ExpectText("-5", numeral);
+    EXPECT_EQ("-5", MakeString(numeral));
+    numeral.PadTo(3);
+    unsigned char const* const counted = numeral;
+    EXPECT_EQ(4, *counted);
+    ExpectText("-005", numeral);
 }
 
 // The text lies in the numeral, so it outlives the conversion, and nothing is allocated for it.
-TEST(USAsciiStringTest, TextOfANumeralLivesAsLongAsTheNumeral) {
+TEST(USAsciiStringTest, TextIsInsideTheNumeral) {
     Numeral const numeral(-1234567890123456789ll, 10);
     AllocationCounter const counter;
     USAsciiString const first = numeral;
@@ -49,48 +55,27 @@ TEST(USAsciiStringTest, TextOfANumeralLivesAsLongAsTheNumeral) {
     EXPECT_STREQ("-1234567890123456789", first.begin);
 }
 
-TEST(USAsciiStringTest, ConversionLeavesTheOthersAsTheyAre) {
-    Numeral numeral(-5, 10);
-    ExpectText("-5", numeral);
-    EXPECT_EQ("-5", MakeString(numeral));
-    numeral.PadTo(3);
-    ExpectText("-005", numeral);
-    unsigned char const* const counted = numeral;
-    EXPECT_EQ(4, *counted);
-    ExpectText("-005", numeral);
-}
-
 UStringRef<UTF8> Text(std::string const& bytes) {
     auto const units = reinterpret_cast<unsigned char const*>(bytes.data());
     return UStringRef<UTF8>(units, units + bytes.size());
 }
 
-TEST(ReadUTF8NumeralTest, ReadsUpToTheTopOfItsType) {
+TEST(ReadUTF8NumeralTest, ReadsUpToTheLimitOfItsType) {
     EXPECT_EQ(0u, ReadUTF8DecimalNumeral64(Text("0")));
-    EXPECT_EQ(std::numeric_limits<unsigned long long>::max(),
-              ReadUTF8DecimalNumeral64(Text("18446744073709551615")));
-    EXPECT_EQ(7u, ReadUTF8DecimalNumeral(Text("007")));
-    EXPECT_EQ(4294967295u, ReadUTF8DecimalNumeral(Text("4294967295")));
-}
-
-TEST(ReadUTF8NumeralTest, TooLargeAValueIsRefused) {
+    EXPECT_EQ(~0ull, ReadUTF8DecimalNumeral64(Text("18446744073709551615")));
     EXPECT_THROW(ReadUTF8DecimalNumeral64(Text("18446744073709551616")), NumeralTooLarge);
+    EXPECT_EQ(7u, ReadUTF8DecimalNumeral(Text("007")));
+    EXPECT_EQ(~0u, ReadUTF8DecimalNumeral(Text("4294967295")));
     EXPECT_THROW(ReadUTF8DecimalNumeral(Text("4294967296")), NumeralTooLarge);
 }
 
-TEST(ReadUTF8NumeralTest, WhatIsNoNumeralIsRefused) {
-    for (char const* text : {"", " 1", "-1", "+1", "1x", "0x10"}) {
+// Also digits of other scripts: U+0661, U+FF11.
+TEST(ReadUTF8NumeralTest, RejectsInvalidText) {
+    for (char const* text : {"", " 1", "-1", "+1", "1x", "0x10", "\xD9\xA1", "1\xEF\xBC\x91"}) {
         EXPECT_THROW(ReadUTF8DecimalNumeral64(Text(text)), NotANumeral) << text;
         EXPECT_THROW(ReadUTF8DecimalNumeral(Text(text)), NotANumeral) << text;
     }
     EXPECT_THROW(ReadUTF8DecimalNumeral64(UStringRef<UTF8>()), NotANumeral);
-    EXPECT_THROW(ReadUTF8DecimalNumeral(UStringRef<UTF8>()), NotANumeral);
-}
-
-// Digits are ASCII digits: those of other scripts are not read (here U+0661, U+FF11).
-TEST(ReadUTF8NumeralTest, DigitsOfOtherScriptsAreRefused) {
-    EXPECT_THROW(ReadUTF8DecimalNumeral64(Text("\xD9\xA1")), NotANumeral);
-    EXPECT_THROW(ReadUTF8DecimalNumeral(Text("1\xEF\xBC\x91")), NotANumeral);
 }
 
 } // namespace

@@ -1,9 +1,10 @@
-// The contract of the transcoders, written down one step at a time and one pair at a time, to
-// compare the stages with. Nothing here is shared with them.
+// A reference implementation of the transcoders: one unit at a time. Shares no code with them.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
+#include <vector>
 
 #include "data/ArrayOf.h"
 #include "tests/unicode/TextStreams.h"
@@ -16,149 +17,97 @@ namespace Naive {
 inline bool IsTrail(unsigned byte) { return byte >= 0x80 && byte <= 0xBF; }
 inline bool IsSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
-// Each Step looks at the units of a sequence so far. It appends what the sequence becomes and
-// yields true, or yields false if another unit has to be read; it throws if the sequence is bad.
+// A decoded sequence. A long one becomes four bytes or a surrogate pair, whatever its value.
+struct Character {
+    unsigned int value;
+    bool isLong;
+};
 
-inline bool Step(Units<UTF8> const& b, Units<UTF16>& out) {
-    auto const emit = [&](unsigned unit) {
-        out.push_back(static_cast<unsigned short>(unit));
-    };
-    if (b.size() == 1) {
-        if (b[0] >= 0x80)
-            return false;
-        emit(b[0]);
-    } else if (b.size() == 2) {
-        if (!(b[0] >= 0xC0 && b[0] <= 0xDF && IsTrail(b[1])))
-            return false;
-        emit((b[0] & 0x1Fu) << 6 | (b[1] & 0x3Fu));
-    } else if (b.size() == 3) {
-        if (!(b[0] >= 0xE0 && b[0] <= 0xEF && IsTrail(b[1]) && IsTrail(b[2])))
-            return false;
-        if (b[0] == 0xED && b[1] > 0x9F)
+// Each Decode returns false if another unit has to be read, and throws if the sequence is bad.
+
+// A bad sequence is found at its fourth byte.
+inline bool Decode(Units<UTF8> const& bytes, Character& character) {
+    unsigned const lead = bytes[0];
+    std::size_t const length = lead < 0x80   ? 1
+                               : lead < 0xC0 ? 5
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF8 ? 4
+                                             : 5;
+    if (bytes.size() != length || !std::all_of(bytes.begin() + 1, bytes.end(), IsTrail)) {
+        if (bytes.size() == 4)
             throw InvalidTextEncoding();
-        emit(unsigned{b[0]} << 12 | (b[1] & 0x3Fu) << 6 | (b[2] & 0x3Fu));
-    } else {
-        if (!(b[0] >= 0xF0 && b[0] <= 0xF7 && IsTrail(b[1]) && IsTrail(b[2]) && IsTrail(b[3])))
-            throw InvalidTextEncoding();
-        unsigned const h = ((b[0] & 7u) << 8 | (b[1] & 0x3Fu) << 2 | (b[2] & 0x30u) >> 4) - 0x40;
-        emit((h & 0xFFFF) | 0xD800);
-        emit(0xDC00 | (b[2] & 0x0Fu) << 6 | (b[3] & 0x3Fu));
+        return false;
     }
+    unsigned value = length == 1 ? lead : lead & (0x7Fu >> length);
+    for (std::size_t i = 1; i < length; ++i)
+        value = value << 6 | (bytes[i] & 0x3Fu);
+    character = {value, length == 4};
     return true;
 }
 
-inline bool Step(Units<UTF8> const& b, Units<UTF32>& out) {
-    if (b.size() == 1) {
-        if (b[0] >= 0x80)
-            return false;
-        out.push_back(b[0]);
-    } else if (b.size() == 2) {
-        if (!(b[0] >= 0xC0 && b[0] <= 0xDF && IsTrail(b[1])))
-            return false;
-        out.push_back((b[0] & 0x1Fu) << 6 | (b[1] & 0x3Fu));
-    } else if (b.size() == 3) {
-        if (!(b[0] >= 0xE0 && b[0] <= 0xEF && IsTrail(b[1]) && IsTrail(b[2])))
-            return false;
-        out.push_back((b[0] & 0x0Fu) << 12 | (b[1] & 0x3Fu) << 6 | (b[2] & 0x3Fu));
-    } else {
-        if (!(b[0] >= 0xF0 && b[0] <= 0xF7 && IsTrail(b[1]) && IsTrail(b[2]) && IsTrail(b[3])))
-            throw InvalidTextEncoding();
-        out.push_back((b[0] & 7u) << 18 | (b[1] & 0x3Fu) << 12 | (b[2] & 0x3Fu) << 6 |
-                      (b[3] & 0x3Fu));
+inline bool Decode(Units<UTF16> const& units, Character& character) {
+    if (units.size() == 1) {
+        character = {units[0], false};
+        return !IsSurrogate(units[0]);
     }
+    if (units[0] > 0xDBFF || units[1] < 0xDC00 || units[1] > 0xDFFF)
+        throw InvalidTextEncoding();
+    character = {((units[0] & 0x3FFu) << 10 | (units[1] & 0x3FFu)) + 0x10000, true};
     return true;
 }
 
-inline bool IsPair(Units<UTF16> const& u) {
-    return u[0] >= 0xD800 && u[0] <= 0xDBFF && u[1] >= 0xDC00 && u[1] <= 0xDFFF;
+inline bool Decode(Units<UTF32> const& values, Character& character) {
+    if (IsSurrogate(values[0]) || values[0] >= 0x110000)
+        throw InvalidTextEncoding();
+    character = {values[0], values[0] > 0xFFFF};
+    return true;
 }
 
-inline bool Step(Units<UTF16> const& u, Units<UTF8>& out) {
+inline void Encode(Character const& character, Units<UTF8>& out) {
+    unsigned const value = character.value;
     auto const emit = [&](unsigned byte) {
         out.push_back(static_cast<unsigned char>(byte));
     };
-    unsigned const u0 = u[0];
-    if (u.size() == 1) {
-        if (IsSurrogate(u0))
-            return false;
-        if (u0 < 0x80) {
-            emit(u0);
-        } else if (u0 < 0x800) {
-            emit(0xC0 | u0 >> 6);
-            emit(0x80 | (u0 & 0x3F));
-        } else {
-            emit(0xE0 | u0 >> 12);
-            emit(0x80 | (u0 >> 6 & 0x3F));
-            emit(0x80 | (u0 & 0x3F));
-        }
-        return true;
-    }
-    if (!IsPair(u))
-        throw InvalidTextEncoding();
-    unsigned const u1 = u[1];
-    unsigned const v = u0 + 0x40;
-    emit(0xF0 | (v >> 8 & 7));
-    emit(0x80 | (v >> 2 & 0x3F));
-    emit(0x80 | (v & 3) << 4 | (u1 >> 6 & 0x0F));
-    emit(0x80 | (u1 & 0x3F));
-    return true;
-}
-
-inline bool Step(Units<UTF16> const& u, Units<UTF32>& out) {
-    if (u.size() == 1) {
-        if (IsSurrogate(u[0]))
-            return false;
-        out.push_back(u[0]);
-        return true;
-    }
-    if (!IsPair(u))
-        throw InvalidTextEncoding();
-    out.push_back(((u[0] & 0x3FFu) << 10 | (u[1] & 0x3FFu)) + 0x10000);
-    return true;
-}
-
-inline void RefuseBadValue(unsigned value) {
-    if (IsSurrogate(value) || value >= 0x110000)
-        throw InvalidTextEncoding();
-}
-
-inline bool Step(Units<UTF32> const& v, Units<UTF8>& out) {
-    auto const emit = [&](unsigned byte) {
-        out.push_back(static_cast<unsigned char>(byte));
-    };
-    unsigned const value = v[0];
-    RefuseBadValue(value);
-    if (value < 0x80) {
-        emit(value);
-        return true;
-    }
-    if (value < 0x800) {
-        emit(0xC0 + value / 0x40);
-    } else if (value < 0x10000) {
-        emit(0xE0 + value / 0x1000);
-        emit(0x80 + value / 0x40 % 0x40);
-    } else {
+    if (character.isLong) {
         emit(0xF0 + value / 0x40000);
         emit(0x80 + value / 0x1000 % 0x40);
+    } else if (value >= 0x800) {
+        emit(0xE0 + value / 0x1000);
+    } else if (value >= 0x80) {
+        emit(0xC0 + value / 0x40);
+    }
+    if (character.isLong || value >= 0x800)
         emit(0x80 + value / 0x40 % 0x40);
-    }
-    emit(0x80 + value % 0x40);
+    emit(value < 0x80 ? value : 0x80 + value % 0x40);
+}
+
+inline void Encode(Character const& character, Units<UTF16>& out) {
+    unsigned const value = character.value;
+    if (character.isLong)
+        out.push_back(static_cast<unsigned short>(((value >> 10) - 0x40) | 0xD800));
+    out.push_back(static_cast<unsigned short>(character.isLong ? 0xDC00 | (value & 0x3FF) : value));
+}
+
+inline void Encode(Character const& character, Units<UTF32>& out) {
+    out.push_back(character.value);
+}
+
+// Appends the target's form of a sequence and returns true, or returns false if another unit has to
+// be read. Throws if the sequence is bad.
+template <class Source, class Target>
+bool Step(std::vector<Source> const& sequence, std::vector<Target>& out) {
+    Character character;
+    if (!Decode(sequence, character))
+        return false;
+    // An encoded surrogate is accepted for UTF-32 only.
+    if (sizeof(Target) == 2 && !character.isLong && IsSurrogate(character.value))
+        throw InvalidTextEncoding();
+    Encode(character, out);
     return true;
 }
 
-inline bool Step(Units<UTF32> const& v, Units<UTF16>& out) {
-    unsigned const value = v[0];
-    RefuseBadValue(value);
-    if (value <= 0xFFFF) {
-        out.push_back(static_cast<unsigned short>(value));
-    } else {
-        out.push_back(static_cast<unsigned short>(0xD800 + (value - 0x10000) / 0x400));
-        out.push_back(static_cast<unsigned short>(0xDC00 + (value - 0x10000) % 0x400));
-    }
-    return true;
-}
-
-// The units of a block, and below how many of them it is sent on.
+// The capacity of a block, and the free units below which it is sent.
 template <class E>
 struct Block;
 template <>

@@ -27,39 +27,26 @@ static_assert(std::is_nothrow_move_assignable_v<OwnedInt>);
 static_assert(std::is_empty_v<Allocator<char>>);
 static_assert(sizeof(DisposeByAllocator<char>) == 8);
 
-TEST(OwnedTest, DefaultHoldsNothingAndReleasesNothing) {
-    OwnedInt const owned;
-    EXPECT_EQ(nullptr, owned.Pointer());
-    EXPECT_EQ(nullptr, owned.Disposer().log);
-}
-
-TEST(OwnedTest, SeizedPointerIsReleasedOnceByItsDisposer) {
-    std::vector<int*> log;
-    int value = 0;
-    {
-        OwnedInt const owned = Seize(&value, LoggingDisposer{&log});
-        EXPECT_EQ(&value, owned.Pointer());
-        EXPECT_TRUE(log.empty());
-    }
-    EXPECT_EQ(std::vector<int*>{&value}, log);
-}
-
-TEST(OwnedTest, MovingHandsOnTheOwnership) {
+TEST(OwnedTest, LastOwnerReleasesOnce) {
     std::vector<int*> log;
     int value = 0;
     {
         OwnedInt first = Seize(&value, LoggingDisposer{&log});
-        OwnedInt const second(std::move(first));
+        EXPECT_EQ(&value, first.Pointer());
+        OwnedInt second(std::move(first));
         EXPECT_EQ(nullptr, first.Pointer());
         EXPECT_EQ(nullptr, first.Disposer().log);
+        OwnedInt& itself = second;
+        second = std::move(itself);
         EXPECT_EQ(&value, second.Pointer());
         EXPECT_EQ(&log, second.Disposer().log);
         EXPECT_TRUE(log.empty());
     }
     EXPECT_EQ(std::vector<int*>{&value}, log);
+    EXPECT_EQ(nullptr, OwnedInt().Pointer());
 }
 
-TEST(OwnedTest, AssignmentReleasesWhatWasHeld) {
+TEST(OwnedTest, AssignmentReleasesTheFormerPointer) {
     std::vector<int*> log;
     int a = 0, b = 0;
     {
@@ -74,20 +61,7 @@ TEST(OwnedTest, AssignmentReleasesWhatWasHeld) {
     EXPECT_EQ((std::vector<int*>{&a, &b}), log);
 }
 
-TEST(OwnedTest, AssigningItselfKeepsTheOwnership) {
-    std::vector<int*> log;
-    int value = 0;
-    {
-        OwnedInt owned = Seize(&value, LoggingDisposer{&log});
-        OwnedInt& itself = owned;
-        owned = std::move(itself);
-        EXPECT_EQ(&value, owned.Pointer());
-        EXPECT_TRUE(log.empty());
-    }
-    EXPECT_EQ(std::vector<int*>{&value}, log);
-}
-
-TEST(OwnedTest, ReleaseGivesUpTheOwnership) {
+TEST(OwnedTest, ReleaseEndsTheOwnership) {
     std::vector<int*> log;
     int value = 0;
     {
@@ -99,23 +73,12 @@ TEST(OwnedTest, ReleaseGivesUpTheOwnership) {
     EXPECT_TRUE(log.empty());
 }
 
-TEST(OwnedTest, ExceptionOnTheWayFreesTheBuffer) {
-    std::vector<int*> log;
-    int value = 0;
-    EXPECT_THROW(
-        {
-            OwnedInt const owned = Seize(&value, LoggingDisposer{&log});
-            throw 1;
-        },
-        int);
-    EXPECT_EQ(std::vector<int*>{&value}, log);
-}
-
 template <class T>
 void CheckAllocate() {
     AllocationCounter const counter;
     {
-        OwnedArray<T> const array = Allocate<T>(1000, nullptr);
+        char hint[16];
+        OwnedArray<T> const array = Allocate<T>(1000, hint);
         EXPECT_EQ(1u, counter.Count());
         EXPECT_EQ(1000 * sizeof(T), counter.Bytes());
         EXPECT_EQ(1000u, array.Disposer().count);
@@ -127,26 +90,20 @@ void CheckAllocate() {
     EXPECT_EQ(1u, counter.Releases());
 }
 
-TEST(OwnedTest, AllocateMakesAnArrayOfEachUnitThatIsReleasedOnce) {
+TEST(OwnedTest, AllocatesArraysOfEachUnit) {
     CheckAllocate<char>();
     CheckAllocate<unsigned char>();
     CheckAllocate<unsigned short>();
     CheckAllocate<unsigned int>();
 }
 
-TEST(OwnedTest, AllocateIgnoresItsHint) {
-    char place[16];
-    OwnedArray<char> const array = Allocate<char>(16, place);
-    EXPECT_NE(place, array.Pointer());
-}
-
-TEST(OwnedTest, AllocateOfNoUnitsIsAnArray) {
+TEST(OwnedTest, AllocatesArrayOfNoUnits) {
     OwnedArray<unsigned short> const array = Allocate<unsigned short>(0);
     EXPECT_NE(nullptr, array.Pointer());
     EXPECT_EQ(0u, array.Disposer().count);
 }
 
-TEST(OwnedTest, AllocateThrowsWhatTheAllocatorThrows) {
+TEST(OwnedTest, FailedAllocationPropagates) {
     {
         FailingAllocation const failing(1);
         EXPECT_THROW(Allocate<char>(10), std::bad_alloc);

@@ -45,7 +45,7 @@ inline Units<UTF32> RandomCharacters(std::mt19937& random, std::size_t length) {
     return characters;
 }
 
-// Characters in an encoding, by the contract written down one step at a time.
+// Characters in an encoding, by the reference implementation.
 template <class E>
 Units<E> Encoded(Units<UTF32> const& characters) {
     Units<E> units;

@@ -118,9 +118,9 @@ inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
     return lengths;
 }
 
-// All 2^(length-1) ways to cut a text into chunks that are not empty.
-inline std::vector<ChunkLengths> AllCuttings(std::size_t length) {
-    std::vector<ChunkLengths> cuttings;
+// All 2^(length-1) ways to split a text into chunks that are not empty.
+inline std::vector<ChunkLengths> AllSplits(std::size_t length) {
+    std::vector<ChunkLengths> splits;
     for (std::size_t cuts = 0; cuts < std::size_t{1} << (length - 1); ++cuts) {
         ChunkLengths lengths{1};
         for (std::size_t place = 0; place + 1 < length; ++place)
@@ -128,7 +128,7 @@ inline std::vector<ChunkLengths> AllCuttings(std::size_t length) {
                 lengths.push_back(1);
             else
                 ++lengths.back();
-        cuttings.push_back(lengths);
+        splits.push_back(lengths);
     }
-    return cuttings;
+    return splits;
 }

@@ -41,85 +41,40 @@ void CheckCollecting() {
     EXPECT_EQ(20u, builder.Capacity());
 }
 
-TEST(UStringBuilderTest, CollectsThePiecesInOrder) {
+TEST(UStringBuilderTest, CollectsTheChunksInOrder) {
     CheckCollecting<UTF8>();
     CheckCollecting<UTF16>();
     CheckCollecting<UTF32>();
 }
 
-TEST(UStringBuilderTest, StartAllocatesTheInitialCapacity) {
-    UStringBuilder<UTF32> builder(10);
-    EXPECT_EQ(0u, builder.Capacity());
-    EXPECT_TRUE(builder.Text().IsEmpty());
-    AllocationCounter const counter;
-    builder().Start(UTF32());
-    EXPECT_EQ(1u, counter.Count());
-    EXPECT_EQ(40u, counter.Bytes());
-    EXPECT_EQ(10u, builder.Capacity());
-    builder().Receive(ArrayOfUnits(Count<UTF32>(10)));
-    EXPECT_EQ(10u, builder.Capacity());
-    EXPECT_EQ(10u, builder.Text().Length());
+TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrWhatIsNeeded) {
+    struct {
+        std::size_t initial;
+        std::vector<std::size_t> chunks;
+        std::size_t capacity;
+    } const cases[] = {{4, {}, 4},     {4, {4, 0}, 4}, {4, {5}, 8}, {4, {20}, 20},
+                       {4, {3, 6}, 9}, {0, {}, 0},     {0, {0}, 0}, {0, {3}, 3}};
+    for (auto const& [initial, chunks, capacity] : cases) {
+        UStringBuilder<UTF16> builder(initial);
+        EXPECT_EQ(0u, builder.Capacity());
+        EXPECT_TRUE(builder.Text().IsEmpty());
+        for (int stream = 0; stream < 2; ++stream) {
+            builder().Start(UTF16());
+            EXPECT_EQ(initial, builder.Capacity());
+            EXPECT_TRUE(builder.Text().IsEmpty());
+            Units<UTF16> const units = Count<UTF16>(20);
+            std::size_t length = 0;
+            for (std::size_t const chunk : chunks) {
+                builder().Receive(ConstArrayOf<unsigned short>(units.data() + length, chunk));
+                length += chunk;
+            }
+            EXPECT_EQ(capacity, builder.Capacity());
+            EXPECT_EQ(Count<UTF16>(length), UnitsOf(builder.Text()));
+        }
+    }
 }
 
-// Growing from 4: to twice as much for a fifth unit, to what is needed for twenty.
-TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrToWhatIsNeeded) {
-    Units<UTF16> const units = Count<UTF16>(20);
-    UStringBuilder<UTF16> twice(4);
-    twice().Start(UTF16());
-    twice().Receive(ConstArrayOf<unsigned short>(units.data(), 5));
-    EXPECT_EQ(8u, twice.Capacity());
-    EXPECT_EQ(Count<UTF16>(5), UnitsOf(twice.Text()));
-
-    UStringBuilder<UTF16> needed(4);
-    needed().Start(UTF16());
-    needed().Receive(ArrayOfUnits(units));
-    EXPECT_EQ(20u, needed.Capacity());
-    EXPECT_EQ(units, UnitsOf(needed.Text()));
-
-    // What is held counts: 3 and 6 are more than twice 4.
-    UStringBuilder<UTF16> held(4);
-    held().Start(UTF16());
-    held().Receive(ConstArrayOf<unsigned short>(units.data(), 3));
-    held().Receive(ConstArrayOf<unsigned short>(units.data() + 3, 6));
-    EXPECT_EQ(9u, held.Capacity());
-    EXPECT_EQ(Count<UTF16>(9), UnitsOf(held.Text()));
-}
-
-TEST(UStringBuilderTest, FullBuilderDoesNotGrowForNothing) {
-    UStringBuilder<UTF8> builder(4);
-    builder().Start(UTF8());
-    Units<UTF8> const units = Count<UTF8>(4);
-    AllocationCounter const counter;
-    builder().Receive(ArrayOfUnits(units));
-    builder().Receive(ConstArrayOf<unsigned char>());
-    EXPECT_EQ(0u, counter.Count());
-    EXPECT_EQ(4u, builder.Capacity());
-}
-
-TEST(UStringBuilderTest, ZeroCapacityGrowsToExactlyWhatIsNeeded) {
-    UStringBuilder<UTF8> builder(0);
-    builder().Start(UTF8());
-    EXPECT_EQ(0u, builder.Capacity());
-    EXPECT_TRUE(builder.Text().IsEmpty());
-    builder().Receive(ConstArrayOf<unsigned char>());
-    EXPECT_EQ(0u, builder.Capacity());
-    builder().Receive(ArrayOfUnits(Count<UTF8>(3)));
-    EXPECT_EQ(3u, builder.Capacity());
-    EXPECT_EQ(Count<UTF8>(3), UnitsOf(builder.Text()));
-}
-
-TEST(UStringBuilderTest, SecondStartDropsWhatWasHeldAndTheCapacity) {
-    UStringBuilder<UTF8> builder(4);
-    builder().Start(UTF8());
-    builder().Receive(ArrayOfUnits(Count<UTF8>(20)));
-    builder().Start(UTF8());
-    EXPECT_TRUE(builder.Text().IsEmpty());
-    EXPECT_EQ(4u, builder.Capacity());
-    builder().Receive(ArrayOfUnits(Count<UTF8>(2)));
-    EXPECT_EQ(Count<UTF8>(2), UnitsOf(builder.Text()));
-}
-
-TEST(UStringBuilderTest, EachBufferIsReleasedWhenTheNextOneIsThere) {
+TEST(UStringBuilderTest, ReleasesABufferAfterAllocatingTheNext) {
     AllocationCounter const counter;
     {
         UStringBuilder<UTF16> builder(4);
@@ -127,6 +82,7 @@ TEST(UStringBuilderTest, EachBufferIsReleasedWhenTheNextOneIsThere) {
         Units<UTF16> const units(5);
         AllocationCounter const ofBuilder;
         builder().Start(UTF16());
+        EXPECT_EQ(8u, ofBuilder.Bytes());
         EXPECT_EQ(0u, ofBuilder.Releases());
         builder().Receive(ArrayOfUnits(units));
         EXPECT_EQ(1u, ofBuilder.Releases());
@@ -138,7 +94,7 @@ TEST(UStringBuilderTest, EachBufferIsReleasedWhenTheNextOneIsThere) {
 }
 
 // Nothing enforces the order: what comes before Start is kept until then.
-TEST(UStringBuilderTest, UnitsBeforeStartAreCollectedAndThenDropped) {
+TEST(UStringBuilderTest, StartDropsUnitsReceivedBefore) {
     UStringBuilder<UTF8> builder(4);
     builder().Receive(ArrayOfUnits(Count<UTF8>(3)));
     EXPECT_EQ(Count<UTF8>(3), UnitsOf(builder.Text()));
@@ -148,7 +104,7 @@ TEST(UStringBuilderTest, UnitsBeforeStartAreCollectedAndThenDropped) {
     EXPECT_EQ(4u, builder.Capacity());
 }
 
-TEST(UStringBuilderTest, FailingAllocationLeavesWhatWasHeld) {
+TEST(UStringBuilderTest, FailedAllocationKeepsTheText) {
     UStringBuilder<UTF32> builder(4);
     builder().Start(UTF32());
     builder().Receive(ArrayOfUnits(Count<UTF32>(4)));
@@ -167,7 +123,7 @@ TEST(UStringBuilderTest, FailingAllocationLeavesWhatWasHeld) {
 
 // Deliberate: the count of a piece is taken in 32 bits. The piece is a range of addresses, of which
 // only the start is ever looked at.
-TEST(UStringBuilderTest, PieceOf2To32UnitsAndThreeCountsAsThree) {
+TEST(UStringBuilderTest, ChunkLengthIsTakenModulo32Bits) {
     ZeroBytes const piece((std::size_t{1} << 32) + 3);
     if (piece.WhyNot() != nullptr)
         GTEST_SKIP() << piece.WhyNot();

@@ -24,7 +24,7 @@ static_assert(!std::is_convertible_v<char const*, UStringRef<Local8Bit>>);
 static_assert(!std::is_constructible_v<UStringRef<UTF8>, char const*, char const*>);
 static_assert(std::is_trivially_copyable_v<UStringRef<UTF16>>);
 
-TEST(UStringRefTest, DefaultIsEmptyAndNotMarked) {
+TEST(UStringRefTest, DefaultIsEmptyAndNotTerminated) {
     UStringRef<UTF16> const text;
     EXPECT_EQ(nullptr, text.begin);
     EXPECT_EQ(nullptr, text.end);
@@ -42,29 +42,20 @@ TEST(UStringRefTest, LengthIsInUnits) {
     EXPECT_FALSE(UStringRef<UTF32>(units, units + 3).nullTerminated);
 }
 
-TEST(UStringRefTest, NullTextOfCIsAnEmptyViewWithoutMark) {
-    UStringRef<Local8Bit> const text = EncodingCast<UStringRef<Local8Bit>, char>(nullptr);
-    EXPECT_TRUE(text.IsEmpty());
-    EXPECT_FALSE(text.nullTerminated);
-}
-
-TEST(UStringRefTest, EmptyTextOfCIsAnEmptyViewWithMark) {
-    char const* const empty = "";
-    UStringRef<Local8Bit> const text = EncodingCast<UStringRef<Local8Bit>, char>(empty);
-    EXPECT_EQ(empty, text.begin);
-    EXPECT_EQ(empty, text.end);
-    EXPECT_TRUE(text.nullTerminated);
-}
-
-TEST(UStringRefTest, TextOfCGoesUpToItsNul) {
+TEST(UStringRefTest, CastOfACStringEndsAtItsNul) {
     char const literal[] = "ab\xE9\0c";
-    UStringRef<Local8Bit> const text = EncodingCast<UStringRef<Local8Bit>>(literal);
-    EXPECT_EQ(literal, text.begin);
-    EXPECT_EQ(literal + 3, text.end);
-    EXPECT_TRUE(text.nullTerminated);
+    for (char const* const start : {literal, literal + 3}) {
+        UStringRef<Local8Bit> const text = EncodingCast<UStringRef<Local8Bit>, char>(start);
+        EXPECT_EQ(start, text.begin);
+        EXPECT_EQ(literal + 3, text.end);
+        EXPECT_TRUE(text.nullTerminated);
+    }
+    UStringRef<Local8Bit> const null = EncodingCast<UStringRef<Local8Bit>, char>(nullptr);
+    EXPECT_TRUE(null.IsEmpty());
+    EXPECT_FALSE(null.nullTerminated);
 }
 
-TEST(UStringRefTest, CastToBytesKeepsPlaceAndLength) {
+TEST(UStringRefTest, CastToBytesKeepsTheRange) {
     unsigned char const utf8[] = {0xC3, 0xA9, 0, 'x'};
     ConstData const fromUTF8 = EncodingCast<ConstData, UTF8>(UStringRef<UTF8>(utf8, utf8 + 4));
     EXPECT_EQ(utf8, fromUTF8.begin);
@@ -75,14 +66,10 @@ TEST(UStringRefTest, CastToBytesKeepsPlaceAndLength) {
         EncodingCast<ConstData, Local8Bit>(UStringRef<Local8Bit>(local, local + 2));
     EXPECT_EQ(static_cast<void const*>(local), fromLocal.begin);
     EXPECT_EQ(ConstData("ab"), fromLocal);
-}
-
-TEST(UStringRefTest, CastToBytesOfAnEmptyViewIsEmpty) {
     EXPECT_TRUE((EncodingCast<ConstData, UTF8>(UStringRef<UTF8>()).IsEmpty()));
-    EXPECT_TRUE((EncodingCast<ConstData, Local8Bit>(UStringRef<Local8Bit>()).IsEmpty()));
 }
 
-TEST(UStringRefTest, ReinterpretKeepsThePlace) {
+TEST(UStringRefTest, ReinterpretKeepsTheAddress) {
     wchar_t const wide[] = L"ab";
     unsigned int const* const units = Reinterpret<unsigned int const*>(wide);
     EXPECT_EQ(static_cast<void const*>(wide), units);

@@ -32,7 +32,7 @@ void CheckPushing() {
               }));
 }
 
-TEST(UTextReceiverTest, ItselfDropsEverythingInAnyOrder) {
+TEST(UTextReceiverTest, BaseClassIgnoresEverything) {
     CheckPushing<UTF8>();
     CheckPushing<UTF16>();
     CheckPushing<UTF32>();
@@ -47,7 +47,7 @@ void CheckSlots() {
     EXPECT_EQ(4u, SlotOf(&Receiver<E>::ReceiveEnd));
 }
 
-TEST(UTextReceiverTest, OperationsStandInTheirOrderBehindTheDestructor) {
+TEST(UTextReceiverTest, VirtualSlotsHaveFixedOrder) {
     CheckSlots<UTF8>();
     CheckSlots<UTF16>();
     CheckSlots<UTF32>();

@@ -66,7 +66,7 @@ TEST(XMLElementPLTest, BothConstructorsCopyNameAndAttributes) {
     }
 }
 
-TEST(XMLElementPLTest, AnElementTakesExactlyWhatItsAttributesNeed) {
+TEST(XMLElementPLTest, AllocatesExactlyForItsAttributes) {
     Pointers const attributes{{"b", "1"}, {"c", "2"}, {"d", "3"}};
     std::vector<XMLAttribute const*> const& pointers = attributes;
     std::string const name = "a";
@@ -77,23 +77,16 @@ TEST(XMLElementPLTest, AnElementTakesExactlyWhatItsAttributesNeed) {
     EXPECT_EQ(counter.Bytes(), 3 * sizeof(XMLAttribute) + sizeof(std::list<XMLElementPL>));
 }
 
-TEST(XMLElementPLTest, AttributesAreFoundIgnoringAsciiCase) {
-    XMLElementPL const element("a", Pointers{{"id", "7"}, {"\xE9", "high"}});
-    EXPECT_TRUE(element.HasAttribute("ID"));
+TEST(XMLElementPLTest, FindsFirstAttributeOfAnyAsciiCase) {
+    XMLElementPL const element("a", Pointers{{"id", "7"}, {"\xE9", "high"}, {"ID", "8"}});
     EXPECT_EQ(element.GetAttribute("Id"), "7");
-    EXPECT_TRUE(element.HasAttribute("\xE9"));
-    EXPECT_FALSE(element.HasAttribute("\xC9"));
-    EXPECT_FALSE(element.HasAttribute("i"));
-    EXPECT_FALSE(element.HasAttribute("idd"));
-    EXPECT_FALSE(element.HasAttribute(""));
+    for (char const* const present : {"ID", "id", "\xE9"})
+        EXPECT_TRUE(element.HasAttribute(present)) << present;
+    for (char const* const absent : {"\xC9", "i", "idd", ""})
+        EXPECT_FALSE(element.HasAttribute(absent)) << absent;
 }
 
-TEST(XMLElementPLTest, TheFirstOfTwoDuplicatesIsFound) {
-    XMLElementPL const element("a", Pointers{{"b", "1"}, {"B", "2"}, {"b", "3"}});
-    EXPECT_EQ(element.GetAttribute("B"), "1");
-}
-
-TEST(XMLElementPLTest, AnAbsentAttributeIsOneSharedEmptyString) {
+TEST(XMLElementPLTest, AbsentAttributeIsASharedEmptyString) {
     XMLElementPL const element("a", Pointers{{"empty", ""}});
     XMLElementPL const other("b", noPointers);
     EXPECT_FALSE(element.HasAttribute("absent"));
@@ -103,7 +96,7 @@ TEST(XMLElementPLTest, AnAbsentAttributeIsOneSharedEmptyString) {
     EXPECT_EQ(element.GetAttribute("empty"), "");
 }
 
-TEST(XMLElementPLTest, ChildrenStandInOrderAndStayInTheirPlace) {
+TEST(XMLElementPLTest, ChildrenKeepTheirOrderAndAddress) {
     XMLElementPL element("a", noPointers);
     std::vector<XMLElementPL const*> added;
     for (char name = 'b'; name <= 'z'; ++name)
@@ -116,7 +109,7 @@ TEST(XMLElementPLTest, ChildrenStandInOrderAndStayInTheirPlace) {
     EXPECT_EQ(added[3]->GetAttribute("N"), "e");
 }
 
-TEST(XMLElementPLTest, AnElementCanBeAddedAsACopyEvenToItself) {
+TEST(XMLElementPLTest, CopyOfAnElementCanBeAddedToItself) {
     XMLElementPL element("a", noPointers);
     XMLElementPL child("b", Pointers{{"c", "d"}});
     child.AddChildElement("e", noPointers);
@@ -127,7 +120,7 @@ TEST(XMLElementPLTest, AnElementCanBeAddedAsACopyEvenToItself) {
     EXPECT_EQ(TreeText(element), "a{b[c=d]{e}a{b[c=d]{e}}}");
 }
 
-TEST(XMLElementPLTest, ACopyIsDeepAndOnItsOwn) {
+TEST(XMLElementPLTest, CopyIsDeep) {
     XMLElementPL source("a", Pointers{{"b", "c"}});
     XMLElementPL* const child = source.AddChildElement("d", noPointers);
     child->AddChildElement("e", Pointers{{"f", "g"}, {"f", "h"}});
@@ -143,19 +136,7 @@ TEST(XMLElementPLTest, ACopyIsDeepAndOnItsOwn) {
     EXPECT_EQ(TreeText(source), "other");
 }
 
-TEST(XMLElementPLTest, ResetLeavesNothingToBeSeen) {
-    XMLElementPL element("a", Pointers{{"b", "1"}, {"c", "2"}});
-    element.AddChildElement("d", noPointers);
-    element.Reset("e", Pointers{{"f", "3"}});
-    EXPECT_EQ(TreeText(element), "e[f=3]");
-    EXPECT_FALSE(element.HasAttribute("b"));
-    element.Reset("g", noPointers);
-    EXPECT_EQ(TreeText(element), "g");
-    element.Reset("h", Pointers{{"i", "4"}, {"j", "5"}, {"k", "6"}});
-    EXPECT_EQ(TreeText(element), "h[i=4,j=5,k=6]");
-}
-
-TEST(XMLElementPLTest, OldChildrenAreUsedAgainInTheirOrder) {
+TEST(XMLElementPLTest, ReusesOldChildrenInTheirOrder) {
     XMLElementPL element("a", noPointers);
     XMLElementPL* const first = element.AddChildElement("b", Pointers{{"c", "d"}});
     XMLElementPL* const inner = first->AddChildElement("inner", noPointers);
@@ -168,17 +149,24 @@ TEST(XMLElementPLTest, OldChildrenAreUsedAgainInTheirOrder) {
     EXPECT_EQ(TreeText(element), "f{g{h}i[j=k]l}");
 }
 
-TEST(XMLElementPLTest, WhatIsLeftOverGoesWhenTheChildrenAreAskedFor) {
-    XMLElementPL element("a", noPointers);
-    for (char const* name : {"b", "c", "d"})
-        element.AddChildElement(name, noPointers)->AddChildElement("inner", noPointers);
-    element.Reset("e", noPointers);
-    element.AddChildElement("f", noPointers);
-    XMLElementPL const& readOnly = element;
-    EXPECT_EQ(readOnly.GetElementList().size(), 1u);
-    EXPECT_EQ(TreeText(element), "e{f}");
-    element.AddChildElement("g", noPointers);
-    EXPECT_EQ(TreeText(element), "e{fg}");
+// The children that a Reset keeps for reuse are freed when the children are listed.
+TEST(XMLElementPLTest, ShowsOnlyWhatWasAddedSinceReset) {
+    for (std::size_t before = 0; before <= 3; ++before)
+        for (std::size_t after = 0; after <= 3; ++after) {
+            XMLElementPL element("a", Pointers{{"b", "1"}, {"c", "2"}});
+            for (std::size_t i = 0; i < before; ++i)
+                element.AddChildElement("b", noPointers)->AddChildElement("inner", noPointers);
+            element.Reset("e", Pointers{{"f", "3"}});
+            EXPECT_FALSE(element.HasAttribute("b"));
+            for (std::size_t i = 0; i < after; ++i)
+                element.AddChildElement("g", noPointers);
+            std::string const children(after, 'g');
+            std::string const expected = after == 0 ? "e[f=3]" : "e[f=3]{" + children + "}";
+            EXPECT_EQ(TreeText(element), expected);
+            EXPECT_EQ(TreeText(element), expected);
+            element.AddChildElement("h", noPointers);
+            EXPECT_EQ(TreeText(element), "e[f=3]{" + children + "h}");
+        }
 }
 
 // Deliberate: a child appended by value comes after the old children and is freed with them.
@@ -200,24 +188,8 @@ TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsReused) {
     EXPECT_EQ(TreeText(element), "c{ef}");
 }
 
-TEST(XMLElementPLTest, ACursorAtTheEndIsHarmless) {
-    XMLElementPL element("a", noPointers);
-    element.AddChildElement("b", noPointers);
-    element.Reset("c", noPointers);
-    element.AddChildElement("d", noPointers);
-    EXPECT_EQ(TreeText(element), "c{d}");
-    EXPECT_EQ(TreeText(element), "c{d}");
-    element.AddChildElement("e", noPointers);
-    EXPECT_EQ(TreeText(element), "c{de}");
-    XMLElementPL childless("f", noPointers);
-    childless.Reset("g", noPointers);
-    EXPECT_EQ(TreeText(childless), "g");
-    childless.AddChildElement("h", noPointers);
-    EXPECT_EQ(TreeText(childless), "g{h}");
-}
-
 // A cursor into the list of the source would make the copy free what is not its own.
-TEST(XMLElementPLTest, ACopyInTheMiddleOfARecyclingShowsWhatTheSourceShows) {
+TEST(XMLElementPLTest, CopyAfterResetEqualsItsSource) {
     for (int reused = 0; reused <= 3; ++reused) {
         auto source = std::make_unique<XMLElementPL>("a", noPointers);
         for (char const* name : {"b", "c", "d"})
@@ -240,7 +212,7 @@ TEST(XMLElementPLTest, ACopyInTheMiddleOfARecyclingShowsWhatTheSourceShows) {
     }
 }
 
-TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
+TEST(XMLElementPLTest, RepeatedResetAllocatesNothing) {
     XMLElementPL element("aNameThatDoesNotFitIntoASmallString", noPointers);
     std::string const name = "anotherNameThatDoesNotFitIntoOne";
     Pointers const attributes{{"anAttributeWithALongEnoughName", "and with a long enough value"},
@@ -250,7 +222,7 @@ TEST(XMLElementPLTest, RecyclingAllocatesOnlyWhatTheOldElementLacked) {
     EXPECT_EQ(AllocationsOf([&] { element.Reset(name, attributes); }), 0u);
 }
 
-TEST(XMLElementPLTest, ADeepTreeIsCopiedTrimmedAndFreedWithoutRecursion) {
+TEST(XMLElementPLTest, CopiesAndFreesDeepTreeWithoutRecursion) {
     OnSmallStack([] {
         std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
         XMLElementPL outer("outer", noPointers);
@@ -263,7 +235,7 @@ TEST(XMLElementPLTest, ADeepTreeIsCopiedTrimmedAndFreedWithoutRecursion) {
     });
 }
 
-TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreedWithoutRecursion) {
+TEST(XMLElementPLTest, FreesWideTreeOfDeepOnesWithoutRecursion) {
     OnSmallStack([] {
         XMLElementPL outer("outer", noPointers);
         for (int count = 0; count < 10; ++count)
@@ -275,7 +247,7 @@ TEST(XMLElementPLTest, AWideTreeOfDeepOnesIsFreedWithoutRecursion) {
     });
 }
 
-TEST(XMLElementPLTest, AFailedAllocationLosesNothingAndLeavesTheSourceAlone) {
+TEST(XMLElementPLTest, FailedAllocationLeavesTheSourceUnchanged) {
     XMLElementPL source("aNameThatDoesNotFitIntoASmallString", Pointers{{"b", "c"}});
     source.AddChildElement("d", noPointers)->AddChildElement("e", Pointers{{"f", "g"}});
     source.AddChildElement("h", noPointers)->AddChildElement("i", noPointers);

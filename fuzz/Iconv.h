@@ -1,0 +1,39 @@
+// Text conversion by the C library, as a reference.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include <iconv.h>
+
+#include "fuzz/Fuzz.h"
+
+class Iconv {
+public:
+    Iconv(char const* target, char const* source) : converter(iconv_open(target, source)) {
+        Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv has the encodings");
+    }
+    ~Iconv() { iconv_close(converter); }
+    Iconv(Iconv const&) = delete;
+    Iconv& operator=(Iconv const&) = delete;
+
+    // Returns false if iconv rejects the text.
+    template <class From, class To>
+    bool Convert(std::vector<From> text, std::vector<To>& result) const {
+        iconv(converter, nullptr, nullptr, nullptr, nullptr);
+        // No unit becomes more than six bytes or one wide character, and there is room for an end.
+        result.resize(text.size() * 8 + 8);
+        char* from = reinterpret_cast<char*>(text.data());
+        std::size_t fromLeft = text.size() * sizeof(From);
+        char* to = reinterpret_cast<char*>(result.data());
+        std::size_t const room = result.size() * sizeof(To);
+        std::size_t toLeft = room;
+        if (fromLeft != 0 && iconv(converter, &from, &fromLeft, &to, &toLeft) != 0)
+            return false;
+        result.resize((room - toLeft) / sizeof(To));
+        return true;
+    }
+
+private:
+    iconv_t const converter;
+};

@@ -1,0 +1,211 @@
+// Text to and from the encoding of the locale, against iconv and the reference implementation of the
+// transcoders: in the C locale, in UTF-8 and, if they can be made, in two older encodings.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <langinfo.h>
+#include <locale.h>
+
+#include "fuzz/Fuzz.h"
+#include "fuzz/Iconv.h"
+#include "tests/unicode/Locales.h"
+#include "tests/unicode/NaiveTranscoder.h"
+#include "tests/unicode/Units.h"
+#include "unicode/LocalEncoding.h"
+
+namespace LocalEncodingProperties {
+
+template <class E>
+struct Outcome {
+    bool operator==(Outcome const&) const = default;
+
+    std::string failure;
+    Units<E> units;
+};
+
+// A locale, and iconv for its encoding. Both stay to the end.
+class Locale {
+public:
+    explicit Locale(char const* name) {
+        LocaleInForce const inForce(name);
+        Fuzz::Require(inForce.IsThere(), "a locale is there");
+        char const* const encoding = nl_langinfo(CODESET);
+        handle = duplocale(LC_GLOBAL_LOCALE);
+        decoder = new Iconv("WCHAR_T", encoding);
+        encoder = new Iconv(encoding, "WCHAR_T");
+    }
+
+    void Use() const { uselocale(handle); }
+    Iconv const& Decoder() const { return *decoder; }
+    Iconv const& Encoder() const { return *encoder; }
+
+private:
+    locale_t handle = nullptr;
+    Iconv const* decoder = nullptr;
+    Iconv const* encoder = nullptr;
+};
+
+inline std::vector<Locale> MakeLocales() {
+    MadeLocales const made;
+    std::vector<Locale> locales{Locale("C"), Locale("C.UTF-8")};
+    for (char const* const encoding : {"ISO-8859-15", "EUC-JP"})
+        if (made.Make(encoding, "POSIX", encoding))
+            locales.push_back(Locale(encoding));
+    return locales;
+}
+
+template <class E>
+Units<E> UpToZero(Units<E> const& text) {
+    return Units<E>(text.begin(), std::find(text.begin(), text.end(), 0));
+}
+
+// By the contract of the transcoders.
+template <class Target, class Source>
+Outcome<Target> TranscodePlainly(Units<Source> const& text) {
+    if constexpr (std::same_as<Target, Source>) {
+        return {"", text};
+    } else {
+        Naive::Transcoder<Target, Source> transcoder;
+        TextOutcome<Target> const& outcome = transcoder.Run(text, {text.size()});
+        if (outcome.thrownAt != -1)
+            return {"invalid", {}};
+        return {"", outcome.units};
+    }
+}
+
+inline Outcome<UTF32> ToNativePlainly(Locale const& locale, Units<Local8Bit> const& text) {
+    Units<UTF32> wide;
+    if (!locale.Decoder().Convert(UpToZero<Local8Bit>(text), wide))
+        return {"not decoded", {}};
+    return {"", wide};
+}
+
+inline Outcome<Local8Bit> FromNativePlainly(Locale const& locale, Units<UTF32> const& text) {
+    Units<Local8Bit> bytes;
+    if (!locale.Encoder().Convert(UpToZero<UTF32>(text), bytes))
+        return {"not encoded", {}};
+    return {"", bytes};
+}
+
+template <class E>
+Outcome<E> DecodePlainly(Locale const& locale, Units<Local8Bit> const& text) {
+    Outcome<UTF32> const wide = ToNativePlainly(locale, text);
+    if (!wide.failure.empty())
+        return {wide.failure, {}};
+    return TranscodePlainly<E, UTF32>(wide.units);
+}
+
+// UTF-16 and UTF-32 are validated by converting to UTF-8 first.
+template <class E>
+Outcome<Local8Bit> EncodePlainly(Locale const& locale, Units<E> const& text) {
+    Outcome<UTF8> const checked = TranscodePlainly<UTF8, E>(text);
+    if (!checked.failure.empty())
+        return {checked.failure, {}};
+    Outcome<UTF32> const wide = TranscodePlainly<UTF32, E>(text);
+    if (!wide.failure.empty())
+        return {wide.failure, {}};
+    return FromNativePlainly(locale, wide.units);
+}
+
+// `allocatesNothing`: the empty string has null pointers.
+template <class E, class Convert>
+Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
+    try {
+        AutoUString<E> const text = convert();
+        Fuzz::Require(text.Begin() == text.End() ? (text.Begin() == nullptr) == allocatesNothing
+                                                 : *text.End() == 0,
+                      "a text ends with a NUL, and an empty one has its form");
+        return {"", UnitsOf(text)};
+    } catch (UnixPlatform::MultiByteToWideConvertError const&) {
+        return {"not decoded", {}};
+    } catch (UnixPlatform::WideToMultiByteConvertError const&) {
+        return {"not encoded", {}};
+    } catch (InvalidTextEncoding const&) {
+        return {"invalid", {}};
+    }
+}
+
+// A copy with a NUL behind it, marked as NUL-terminated or not.
+template <class E>
+class Text {
+public:
+    Text(Units<E> const& text, bool isMarked) : units(text), told(isMarked) { units.push_back(0); }
+
+    UStringRef<E> Ref() const {
+        return UStringRef<E>(units.data(), units.data() + units.size() - 1, told);
+    }
+
+private:
+    Units<E> units;
+    bool const told;
+};
+
+template <class E>
+Units<E> UnitsIn(std::string_view bytes) {
+    Units<E> units(bytes.size() / sizeof(typename E::Unit));
+    if (!units.empty())
+        std::memcpy(units.data(), bytes.data(), units.size() * sizeof(typename E::Unit));
+    return units;
+}
+
+inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool isMarked) {
+    using namespace UnixPlatform;
+    Units<Local8Bit> const units = UnitsIn<Local8Bit>(bytes);
+    Text<Local8Bit> const text(units, isMarked);
+    bool const holds = OutcomeOf<UTF32>([&] { return ToNativeUnicode(text.Ref()); }, false) ==
+                           ToNativePlainly(locale, units) &&
+                       OutcomeOf<UTF8>([&] { return ToUTF8(text.Ref()); }, true) ==
+                           DecodePlainly<UTF8>(locale, units) &&
+                       OutcomeOf<UTF16>([&] { return ToUTF16(text.Ref()); }, true) ==
+                           DecodePlainly<UTF16>(locale, units) &&
+                       OutcomeOf<UTF32>([&] { return ToUTF32(text.Ref()); }, true) ==
+                           DecodePlainly<UTF32>(locale, units) &&
+                       OutcomeOf<UTF8>([&] { return Transcode<UTF8>(text.Ref()); }, true) ==
+                           DecodePlainly<UTF8>(locale, units);
+    Fuzz::Require(holds, "text from the locale agrees with iconv");
+}
+
+template <class E>
+void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked) {
+    Units<E> const units = UnitsIn<E>(bytes);
+    Text<E> const text(units, isMarked);
+    Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); },
+                                       false) == EncodePlainly<E>(locale, units),
+                  "text to the locale agrees with iconv");
+}
+
+inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMarked) {
+    Units<UTF32> const units = UnitsIn<UTF32>(bytes);
+    Text<UTF32> const text(units, isMarked);
+    Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
+                                       false) == FromNativePlainly(locale, units),
+                  "wide text to the locale agrees with iconv");
+}
+
+// A locale, a direction, whether the text is marked as NUL-terminated, and the text.
+inline void Check(Fuzz::Input input) {
+    // Never destroyed, so that the memory of the C library for it is not a leak.
+    static auto const& locales = *new std::vector<Locale>(MakeLocales());
+    Locale const& locale = locales[input.Byte() % locales.size()];
+    unsigned int const direction = input.Byte() % 5U;
+    bool const isMarked = input.Byte() % 2 != 0;
+    using Comparison = void (*)(Locale const&, std::string_view, bool);
+    constexpr Comparison comparisons[] = {CompareDecoding, CompareEncoding<UTF8>,
+                                          CompareEncoding<UTF16>, CompareEncoding<UTF32>,
+                                          CompareWide};
+    locale.Use();
+    try {
+        comparisons[direction](locale, input.Rest(), isMarked);
+    } catch (...) {
+        uselocale(LC_GLOBAL_LOCALE);
+        throw;
+    }
+    uselocale(LC_GLOBAL_LOCALE);
+}
+
+} // namespace LocalEncodingProperties

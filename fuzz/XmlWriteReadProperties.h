@@ -1,0 +1,223 @@
+// Round trip of the XML writer and the parser.
+//
+// The input is a list of calls. Line breaks are written as nothing, and tabs are not compared if the
+// writer indents with them; all other bytes must be read back.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "data/LineFlattener.h"
+#include "data/StringReceiver.h"
+#include "fuzz/Fuzz.h"
+#include "xml/SimpleXMLParserPL.h"
+#include "xml/XMLHandler.h"
+#include "xml/XMLWriterPL.h"
+
+namespace XmlWriteReadProperties {
+
+using Attributes = std::vector<XMLAttribute>;
+
+// Each event as a text with lengths in front; all text between two tags in one.
+class Events {
+public:
+    explicit Events(bool keepsTabs) : withTabs(keepsTabs) {}
+
+    void Start(std::string const& name, Attributes const& attributes) {
+        FlushText();
+        std::string event = "start " + Part(name);
+        for (XMLAttribute const& attribute : attributes)
+            event += Part(attribute.first) + Part(attribute.second);
+        all.push_back(event);
+    }
+    void End(std::string const& name) {
+        FlushText();
+        all.push_back("end " + Part(name));
+    }
+    void Text(std::string const& piece) { text += piece; }
+
+    std::vector<std::string> const& All() const { return all; }
+
+private:
+    void FlushText() {
+        if (!withTabs)
+            text.erase(std::remove(text.begin(), text.end(), '\t'), text.end());
+        if (!text.empty())
+            all.push_back("text " + text);
+        text.clear();
+    }
+
+    static std::string Part(std::string const& part) {
+        return std::to_string(part.size()) + ":" + part;
+    }
+
+    bool withTabs;
+    std::string text;
+    std::vector<std::string> all;
+};
+
+class ReadEvents : public XMLHandler {
+public:
+    explicit ReadEvents(Events& target) : events(target) {}
+
+    void StartElement(std::string const& name,
+                      std::vector<XMLAttribute const*> const& attributes) override {
+        Attributes copies;
+        for (XMLAttribute const* attribute : attributes)
+            copies.push_back(*attribute);
+        events.Start(name, copies);
+    }
+    void EndElement(std::string const& name) override { events.End(name); }
+    void Characters(std::string const& text) override { events.Text(text); }
+
+private:
+    Events& events;
+};
+
+inline bool IsLetter(char byte) {
+    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' ||
+           byte == ':';
+}
+
+inline bool IsValidName(std::string const& name) {
+    if (name.empty() || !IsLetter(name[0]))
+        return false;
+    return std::all_of(name.begin(), name.end(), [](char byte) {
+        return IsLetter(byte) || (byte >= '0' && byte <= '9') || byte == '.' || byte == '-' ||
+               byte == '\xB7';
+    });
+}
+
+inline std::string Without(std::string text, char byte) {
+    text.erase(std::remove(text.begin(), text.end(), byte), text.end());
+    return text;
+}
+
+inline std::string TextWithoutZeros(Fuzz::Input& input) { return Without(input.Text(), '\0'); }
+
+// The reader takes a dash in a start tag's name for the beginning of a comment.
+inline std::string ElementName(Fuzz::Input& input) { return Without(TextWithoutZeros(input), '-'); }
+
+class Document {
+public:
+    Document(unsigned int style, Events& expected)
+        : events(expected),
+          writer(lines(LineFlattener::nothing, collector(bytes)),
+                 XMLWriterPL::XMLFormatStyle(style)) {
+        writer.BeginDocument("root", XMLWriterPL::emptyAttributeList, NullOr<StringPL>());
+        Opened("root", {});
+    }
+
+    void Call(Fuzz::Input& input) {
+        switch (input.Byte() % 6) {
+        case 0:
+            Begin(input);
+            break;
+        case 1:
+            End();
+            break;
+        case 2:
+            WriteText(input.Text());
+            break;
+        case 3:
+            WriteUTF8(TextWithoutZeros(input));
+            break;
+        case 4:
+            WriteSection(TextWithoutZeros(input));
+            break;
+        default:
+            // Thinned dashes may still leave two, which could end the comment early.
+            writer.WriteComment(StringPL(Without(TextWithoutZeros(input), '-').c_str()));
+            break;
+        }
+    }
+
+    std::string const& Finish() {
+        writer.EndDocument();
+        for (; !open.empty(); open.pop_back())
+            events.End(open.back());
+        return bytes;
+    }
+
+private:
+    void Begin(Fuzz::Input& input) {
+        std::string const name = ElementName(input);
+        Attributes attributes(input.Byte() % 4U);
+        for (XMLAttribute& attribute : attributes) {
+            attribute.first = TextWithoutZeros(input);
+            attribute.second = TextWithoutZeros(input);
+        }
+        XMLWriterPL::AttributeList list;
+        bool valid = IsValidName(name);
+        for (XMLAttribute const& attribute : attributes) {
+            list.Append({StringPL(attribute.first.c_str()), StringPL(attribute.second.c_str())});
+            valid = valid && IsValidName(attribute.first);
+        }
+        std::string const before = bytes;
+        try {
+            writer.BeginElement(ConstData(name), list);
+            Fuzz::Require(valid, "an invalid name is refused");
+            Opened(name, attributes);
+        } catch (InvalidXMLElementName const&) {
+            Fuzz::Require(!IsValidName(name) && bytes == before, "a valid element name is taken");
+        } catch (InvalidXMLAttributeName const&) {
+            Fuzz::Require(!valid && IsValidName(name) && bytes == before,
+                          "a valid attribute name is taken");
+        }
+    }
+
+    void Opened(std::string const& name, Attributes const& attributes) {
+        open.push_back(name);
+        events.Start(name, attributes);
+    }
+
+    void End() {
+        if (open.size() < 2)
+            return;
+        writer.EndElement();
+        events.End(open.back());
+        open.pop_back();
+    }
+
+    void WriteText(std::string const& text) {
+        writer.WriteString(ConstData(text));
+        events.Text(text);
+    }
+
+    void WriteUTF8(std::string const& text) {
+        writer.WriteUTF8String(text.c_str());
+        events.Text(text);
+    }
+
+    void WriteSection(std::string const& text) {
+        if (text.find("]]>") != std::string::npos)
+            return;
+        writer.WriteCDataString(text.c_str());
+        events.Text(text);
+    }
+
+    std::string bytes;
+    StringReceiver collector;
+    LineFlattener lines;
+    Events& events;
+    XMLWriterPL writer;
+    std::vector<std::string> open;
+};
+
+inline void Check(Fuzz::Input input) {
+    unsigned int const style = input.Byte() % 3U;
+    bool const keepsTabs = style != XMLWriterPL::XMLFormatTabbed;
+
+    Events expected(keepsTabs);
+    Document document(style, expected);
+    while (!input.IsEmpty())
+        document.Call(input);
+
+    Events read(keepsTabs);
+    ReadEvents handler(read);
+    SimpleXMLParserPL(handler).Parse(document.Finish());
+    Fuzz::Require(read.All() == expected.All(), "a written document is read back");
+}
+
+} // namespace XmlWriteReadProperties
