@@ -5,8 +5,10 @@
 #include <string_view>
 #include <vector>
 
+#include "data/LineMaker.h"
 #include "data/LineReceiver.h"
 #include "fuzz/Fuzz.h"
+#include "tests/support/Chunks.h"
 
 // The calls as texts; what is received in pieces is joined.
 class LineCalls : public LineReceiver {
@@ -79,4 +81,15 @@ inline std::vector<std::string> PlainCalls(std::vector<PlainLine> const& lines) 
     }
     calls.ReceiveEnd(lines.back().breakEnd);
     return calls.all;
+}
+
+// A stream of these chunks, which begins at `offset`, against the lines of the whole text.
+inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned long long offset) {
+    LineCalls calls;
+    LineMaker lines(calls);
+    lines.Start(offset);
+    chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+    lines.ReceiveEnd();
+    Fuzz::Require(calls.all == PlainCalls(PlainLines(text, offset)),
+                  "lines and breaks are those of the whole text");
 }

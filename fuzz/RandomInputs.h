@@ -10,6 +10,16 @@
 #include "fuzz/Fuzz.h"
 #include "tests/support/Bytes.h"
 
+// Calls `property`. A violation fails the test, with the description of the input.
+template <class Property>
+void ExpectHolds(std::string const& input, Property property) {
+    try {
+        property();
+    } catch (Fuzz::Violation const& violation) {
+        ADD_FAILURE() << "not true that " << violation.what() << " for " << Shown(input);
+    }
+}
+
 // Calls `property` with `rounds` inputs of up to `maxLength` bytes. Half of the bytes are less than
 // 16, so that lengths and choices are often small; most of the others are from `alphabet`. Stops at
 // the first violation.
@@ -25,11 +35,9 @@ void ForRandomInputs(unsigned int seed, int rounds, std::size_t maxLength,
                    : kind < 7 ? alphabet[random() % alphabet.size()]
                               : static_cast<char>(random());
         }
-        try {
-            property(Fuzz::Input(bytes));
-        } catch (Fuzz::Violation const& violation) {
-            FAIL() << "not true that " << violation.what() << ", seed " << seed << ", round "
-                   << round << ", input " << Shown(bytes);
-        }
+        SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        ExpectHolds(bytes, [&] { property(Fuzz::Input(bytes)); });
+        if (testing::Test::HasFailure())
+            return;
     }
 }

@@ -1,7 +1,7 @@
 // Round trip of the XML writer and the parser.
 //
-// The input is a list of calls. Line breaks are written as nothing, and tabs are not compared if the
-// writer indents with them; all other bytes must be read back.
+// The input is a list of calls. Line breaks are written as nothing, and tabs are not compared if
+// the writer indents with them; all other bytes must be read back.
 #pragma once
 
 #include <algorithm>

@@ -9,21 +9,15 @@
 
 #include "data/ConstDataRopeReference.h"
 #include "data/DataReceiver.h"
+#include "fuzz/ChecksumProperties.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/ForEachSplit.h"
 
 namespace {
 
-// The register by the definition, bit by bit.
 std::uint32_t Reference(ConstData data) {
-    std::uint32_t value = 0xFFFFFFFF;
-    for (unsigned char const* byte = data.begin; byte != data.end; ++byte)
-        for (int bit = 7; bit >= 0; --bit) {
-            bool const out = (value >> 31) != ((*byte >> bit & 1u) != 0 ? 1u : 0u);
-            value = value << 1 ^ (out ? 0x04C11DB7u : 0u);
-        }
-    return value;
+    return ChecksumProperties::AdvanceByBits(0xFFFFFFFF, data.View());
 }
 
 std::uint32_t ValueOf(ConstData data) {
@@ -85,24 +79,12 @@ TEST(ChecksumReceiverTest, EveryLengthAgreesWithReference) {
                                << wrong[0].second;
 }
 
-TEST(ChecksumReceiverTest, LongStreamAgreesWithReference) {
-    std::mt19937 random(68);
-    std::string const bytes = RandomBytes(random, 1000003, EveryByte());
-    EXPECT_EQ(Reference(bytes), ValueOf(bytes));
-}
-
-TEST(ChecksumReceiverTest, TableHoldsEightStepsOfEachByte) {
+TEST(ChecksumReceiverTest, TableHasEightStepsOfEachByte) {
     std::uint32_t const* const table = ChecksumReceiver::Table();
-    std::vector<std::uint32_t> wrong;
-    for (std::uint32_t i = 0; i < 256; ++i) {
-        std::uint32_t v = i << 24;
-        for (int bit = 0; bit < 8; ++bit)
-            v = (v & 0x80000000u) != 0 ? v << 1 ^ 0x04C11DB7u : v << 1;
-        if (table[i] != v)
-            wrong.push_back(i);
-    }
-    EXPECT_EQ(std::vector<std::uint32_t>(), wrong);
-    EXPECT_EQ(0u, table[0]);
+    for (std::uint32_t i = 0; i < 256; ++i)
+        EXPECT_EQ(ChecksumProperties::AdvanceByBits(0, std::string(1, static_cast<char>(i))),
+                  table[i])
+            << i;
     EXPECT_EQ(0x04C11DB7u, table[1]);
 }
 

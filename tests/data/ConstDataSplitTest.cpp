@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
+#include "fuzz/RandomInputs.h"
+#include "fuzz/SplitProperties.h"
 #include "tests/support/Bytes.h"
 
 namespace {
@@ -74,22 +74,8 @@ TEST(ConstDataSplitTest, PiecesAreViewsOfTheText) {
     EXPECT_EQ(text.end, pieces[2].end);
 }
 
-TEST(ConstDataSplitTest, KeptPiecesAndSeparatorsMakeUpTheText) {
-    unsigned const seed = 7;
-    std::mt19937 random(seed);
-    for (int round = 0; round < 3000; ++round) {
-        std::string const text = RandomBytes(random, 1 + random() % 12, "ab ");
-        std::string const separator = RandomBytes(random, 1 + random() % 2, "ab ");
-        if (separator.size() > text.size())
-            continue;
-        std::string joined;
-        Pieces const pieces = Split(text, separator, asIs, keepEmpty);
-        for (std::size_t i = 0; i < pieces.size(); ++i) {
-            ASSERT_EQ(std::string::npos, pieces[i].find(separator)) << text << ", seed " << seed;
-            joined += (i == 0 ? "" : separator) + pieces[i];
-        }
-        ASSERT_EQ(text, joined) << "by '" << separator << "', seed " << seed;
-    }
+TEST(ConstDataSplitTest, RandomTextAgreesWithReference) {
+    ForRandomInputs(7, 20000, 20, "ab \t", SplitProperties::Check);
 }
 
 } // namespace

@@ -79,9 +79,9 @@ TEST(StartReceiveAndEndTest, SendsOneStream) {
     RecordingDataReceiver ofRope;
     StartReceiveAndEnd(ofRope, ConstDataRope{"a", "", "b"});
     StartReceiveAndEnd(ofRope, ConstDataRopeReference());
-    EXPECT_EQ(Calls({"Start", "Receive a", "Receive ", "Receive b", "ReceiveEnd", "Start",
-                     "ReceiveEnd"}),
-              ofRope.Calls());
+    EXPECT_EQ(
+        Calls({"Start", "Receive a", "Receive ", "Receive b", "ReceiveEnd", "Start", "ReceiveEnd"}),
+        ofRope.Calls());
 }
 
 } // namespace

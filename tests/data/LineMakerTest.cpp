@@ -8,6 +8,8 @@
 
 #include "data/DataReceiver.h"
 #include "data/LineReceiver.h"
+#include "fuzz/Lines.h"
+#include "fuzz/RandomInputs.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/ForEachSplit.h"
@@ -18,39 +20,9 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-bool IsBreak(char byte) { return byte == '\r' || byte == '\n'; }
-
-// The events, found in the whole text.
-Calls Expected(std::string const& text, std::size_t offset) {
-    Calls events{"Start " + std::to_string(offset)};
-    for (std::size_t i = 0; i < text.size();) {
-        std::size_t end = i;
-        while (end < text.size() && !IsBreak(text[end]))
-            ++end;
-        if (end > i) {
-            events.push_back("Receive " + Shown(text.substr(i, end - i)));
-            i = end;
-            continue;
-        }
-        bool const pair = i + 1 < text.size() && IsBreak(text[i + 1]) && text[i + 1] != text[i];
-        end = i + (pair ? 2 : 1);
-        events.push_back("ReceiveLineBreak " + std::to_string(offset + i) + "-" +
-                         std::to_string(offset + end));
-        i = end;
-    }
-    events.push_back("ReceiveEnd " + std::to_string(offset + text.size()));
-    return events;
-}
-
-void ExpectForEachSplit(std::string const& text, std::size_t offset) {
-    Calls const expected = Expected(text, offset);
+void ExpectForEachSplit(std::string const& text, unsigned long long offset) {
     ForEachSplit(text, [&](Chunks const& chunks) {
-        RecordingLineReceiver receiver;
-        LineMaker maker(receiver);
-        maker.Start(offset);
-        chunks.Feed([&](ConstData chunk) { maker.Receive(chunk); });
-        maker.ReceiveEnd();
-        EXPECT_EQ(expected, receiver.Events());
+        ExpectHolds(text, [&] { CompareLines(chunks, text, offset); });
     });
 }
 

@@ -2,32 +2,19 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <limits>
-#include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
 
+#include "fuzz/NumeralProperties.h"
+#include "fuzz/RandomInputs.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 
 namespace {
 
 std::string Text(Numeral const& numeral) { return MakeString(numeral); }
-
-// The length byte, and as many bytes behind it.
-std::string CountedText(Numeral const& numeral) {
-    unsigned char const* const counted = numeral;
-    return MakeString(ConstData(counted + 1, static_cast<unsigned>(*counted)));
-}
-
-template <typename T>
-std::string Expected(T value, unsigned base) {
-    char text[80];
-    return std::string(text,
-                       std::to_chars(text, text + sizeof(text), value, static_cast<int>(base)).ptr);
-}
 
 template <typename T>
 std::vector<T> Borders() {
@@ -53,25 +40,17 @@ std::vector<T> Borders() {
 
 template <typename T>
 void CheckType() {
-    std::string mismatches;
     for (T value : Borders<T>())
-        for (unsigned base = 2; base <= 36; ++base) {
-            Numeral const numeral(value, base);
-            std::string const expected = Expected(value, base);
-            if (Text(numeral) != expected || CountedText(numeral) != expected)
-                mismatches += expected + " in base " + std::to_string(base) + "; ";
-        }
-    EXPECT_EQ("", mismatches.substr(0, 1000));
+        for (unsigned base = 2; base <= 36; ++base)
+            ExpectHolds(std::to_string(value) + " in base " + std::to_string(base),
+                        [&] { NumeralProperties::Render(value, base, base + 20); });
 }
 
-TEST(NumeralTest, SignedTypesAgreeWithToCharsInEveryBase) {
+TEST(NumeralTest, EveryTypeAgreesWithToCharsInEveryBase) {
     CheckType<signed char>();
     CheckType<short>();
     CheckType<int>();
     CheckType<long long>();
-}
-
-TEST(NumeralTest, UnsignedTypesAgreeWithToCharsInEveryBase) {
     CheckType<unsigned char>();
     CheckType<unsigned short>();
     CheckType<unsigned int>();
@@ -79,31 +58,15 @@ TEST(NumeralTest, UnsignedTypesAgreeWithToCharsInEveryBase) {
     CheckType<unsigned long long>();
 }
 
-TEST(NumeralTest, RandomValuesAgreeWithToChars) {
-    unsigned const seed = 11;
-    std::mt19937_64 random(seed);
-    std::string mismatches;
-    for (int round = 0; round < 50000; ++round) {
-        long long const value = static_cast<long long>(random()) >> random() % 64;
-        unsigned const base = round % 2 != 0 ? 10 : 2 + static_cast<unsigned>(random() % 35);
-        if (Text(Numeral(value, base)) != Expected(value, base))
-            mismatches += Expected(value, base) + " in base " + std::to_string(base) + "; ";
-    }
-    EXPECT_EQ("", mismatches) << "seed " << seed;
-}
-
-// At most 65 characters with the sign.
-TEST(NumeralTest, PaddingAddsZerosBetweenSignAndDigits) {
-    for (int const value : {0, 7, 255, -5}) {
-        std::string const sign = value < 0 ? "-" : "";
-        std::string digits = std::to_string(value).substr(sign.size());
-        Numeral numeral(value, 10);
-        for (unsigned const padding : {0u, 1u, 4u, 3u, 63u, 64u, 65u - (value < 0 ? 1 : 0)}) {
-            numeral.PadTo(padding);
-            digits.insert(0, padding > digits.size() ? padding - digits.size() : 0, '0');
-            EXPECT_EQ(sign + digits, Text(numeral));
-            EXPECT_EQ(sign + digits, CountedText(numeral));
-        }
+TEST(NumeralTest, PadsUpToTheCapacity) {
+    for (int const value : {0, 7, -5})
+        for (unsigned padding = 0; padding <= (value < 0 ? 64u : 65u); ++padding)
+            ExpectHolds(std::to_string(value),
+                        [&] { NumeralProperties::Render(value, 10, padding); });
+    Numeral numeral(-255, 16);
+    for (unsigned const padding : {4u, 1u, 0u}) {
+        numeral.PadTo(padding);
+        EXPECT_EQ("-00ff", Text(numeral));
     }
 }
 
@@ -112,14 +75,14 @@ TEST(NumeralTest, BothConversionsShareTheirBytes) {
     unsigned char const* const counted = numeral;
     ConstData const text = numeral;
     EXPECT_EQ(counted + 1, text.begin);
-    EXPECT_EQ("-42", CountedText(numeral));
+    EXPECT_EQ(3, *counted);
     EXPECT_EQ("-42", Text(numeral));
 }
 
 TEST(NumeralTest, MakeDigitsPrependsDigits) {
     for (unsigned const value : {0u, 9u, 10u, 99u, 100u, 1234u, 98765u}) {
         Numeral numeral(-7, 10);
-        std::string const expected = "-" + std::to_string(value) + "7";
+        std::string const expected = std::string("-").append(std::to_string(value)).append("7");
         numeral.MakeDigits(value, 10);
         EXPECT_EQ(expected, Text(numeral));
         Numeral wide(-7, 10);

@@ -47,8 +47,8 @@ TEST(XMLWriterPLTest, EncodingIsNotEscaped) {
               "<?xml version=\"1.0\" encoding=\"x&\"y\"?><a></a>");
 }
 
-// Writes a document by one letter for each call: "<" and ">" begin and end an element, t, u, s and c
-// write text, UTF-8 text, a CDATA section and a comment of "x", "." ends the document.
+// Writes a document by one letter for each call: "<" and ">" begin and end an element; t, u, s and
+// c write text, UTF-8 text, a CDATA section and a comment of "x"; "." ends the document.
 std::string Written(Style style, std::string const& calls) {
     return Inside(style, [&](XMLWriterPL& writer) {
         for (char const call : calls) {
@@ -178,8 +178,8 @@ TEST(XMLWriterPLTest, CDATASectionIsNotEscaped) {
     EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteCDataString(""); }), "<![CDATA[]]>");
 }
 
-// A line feed behind the first byte puts the comment on its own lines. Deliberate: the byte behind a
-// dash that is dropped is not compared.
+// A line feed behind the first byte puts the comment on its own lines. Deliberate: the byte behind
+// a dash that is dropped is not compared.
 TEST(XMLWriterPLTest, CommentsAreWrittenWithFewerDashes) {
     struct {
         char const* comment;

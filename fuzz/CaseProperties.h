@@ -1,0 +1,141 @@
+// Case-insensitive comparison and search, case mapping, and each kernel of these, against letters
+// compared one by one.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "data/Ascii.h"
+#include "data/Buffer.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/PlainCase.h"
+#include "simd/AsciiCase.h"
+#include "simd/Cpu.h"
+#include "strings/LocaleCase.h"
+
+namespace CaseProperties {
+
+using PlainCase::Lower;
+using PlainCase::Lowered;
+using PlainCase::Raised;
+using PlainCase::Upper;
+
+inline std::size_t CommonLength(std::string_view left, std::string_view right) {
+    std::size_t at = 0;
+    while (at < left.size() && at < right.size() && Lower(left[at]) == Lower(right[at]))
+        ++at;
+    return at;
+}
+
+// The ends of the texts as signed bytes, one of them being the NUL.
+inline std::int32_t CompareTexts(std::string const& left, std::string const& right) {
+    std::size_t const at = CommonLength(left, right);
+    if (at < left.size() && at < right.size())
+        return Lower(left[at]) - Lower(right[at]);
+    return static_cast<signed char>(left.c_str()[at]) - static_cast<signed char>(right.c_str()[at]);
+}
+
+inline void CompareRuns(Fuzz::ExactCopy const& left, Fuzz::ExactCopy const& right) {
+    auto const* const one = reinterpret_cast<unsigned char const*>(left.Begin());
+    auto const* const other = reinterpret_cast<unsigned char const*>(right.Begin());
+    std::size_t const length = std::min(left.Length(), right.Length());
+    std::size_t const expected =
+        CommonLength({left.Begin(), left.Length()}, {right.Begin(), right.Length()});
+    auto const agrees = [&](auto function) {
+        return function(one, other, length) == expected;
+    };
+    Fuzz::Require(agrees(Simd::CommonPrefix), "the dispatched kernel finds the first difference");
+    Fuzz::Require(agrees(Simd::CommonPrefixScalar), "the scalar reference finds it");
+#if SIMD_X86
+    Fuzz::Require(agrees(Simd::CommonPrefixSse2), "the kernel of SSE2 finds it");
+    Fuzz::Require(!Simd::Uses(Simd::Level::avx2) || agrees(Simd::CommonPrefixAvx2),
+                  "the kernel of AVX2 finds it");
+#endif
+}
+
+inline void CompareOrders(std::string const& left, std::string const& right) {
+    Fuzz::Require(Ascii::CompareLowercase(ConstData(left), ConstData(right)) ==
+                      PlainCase::Compare(left, right, Lower),
+                  "the order in lower case is that of the bytes");
+    Fuzz::Require(Ascii::CompareUppercase(ConstData(left), ConstData(right)) ==
+                      PlainCase::Compare(left, right, Upper),
+                  "the order in upper case is that of the bytes");
+    Fuzz::Require(Ascii::EqualIgnoringCase(ConstData(left), ConstData(right)) ==
+                      (Lowered(left) == Lowered(right)),
+                  "texts are equal if they are in lower case");
+    std::string const leftText = left.c_str();
+    std::string const rightText = right.c_str();
+    Fuzz::ExactCopy const leftCopy(std::string_view(leftText.c_str(), leftText.size() + 1));
+    Fuzz::ExactCopy const rightCopy(std::string_view(rightText.c_str(), rightText.size() + 1));
+    Fuzz::Require(Ascii::CompareLowercase(leftCopy.Begin(), rightCopy.Begin()) ==
+                      CompareTexts(leftText, rightText),
+                  "the order of texts with a NUL is that of the bytes");
+}
+
+// Source and target overlap unless `distance` is their length or more.
+template <class Map>
+void CompareMapping(std::string_view text, void mapText(ConstData, Data), std::size_t distance,
+                    Map map) {
+    std::string expected(text);
+    std::string ours(text);
+    distance = std::min(distance, text.size());
+    std::size_t const length = text.size() - distance;
+    mapText(ConstData(ours.data(), length), Data(ours.data() + distance, length));
+    for (std::size_t i = 0; i < length; ++i)
+        expected[distance + i] = static_cast<char>(map(expected[i]));
+    Fuzz::Require(ours == expected, "a text is mapped as if one byte after the other");
+}
+
+inline void CompareCases(std::string const& text, std::size_t distance) {
+    std::string const lower = Lowered(text);
+    std::string const upper = Raised(text);
+    Fuzz::Require(Ascii::LowerCase(ConstData(text)) == lower, "lower case is that of the bytes");
+    Fuzz::Require(Ascii::RaiseCase(ConstData(text)) == upper, "upper case is that of the bytes");
+    Fuzz::Require(Ascii::IsLowercase(ConstData(text)) == (text == lower), "a text is lower case");
+    Fuzz::Require(Ascii::IsUppercase(ConstData(text)) == (text == upper), "a text is upper case");
+    CompareMapping(text, Ascii::LowerCase, distance, Lower);
+    CompareMapping(text, Ascii::RaiseCase, distance, Upper);
+}
+
+inline void CompareSearch(Fuzz::ExactCopy const& text, std::string const& pattern) {
+    std::string const lower = Lowered(std::string(text.Begin(), text.Length()));
+    std::size_t const at = lower.find(Lowered(pattern));
+    char const* const expected = at == std::string::npos ? nullptr : text.Begin() + at;
+    Fuzz::Require(FindCaseInsensitive(text.Begin(), text.Length(), pattern.data(),
+                                      pattern.size()) == expected,
+                  "a pattern of any case is where find finds it");
+}
+
+// The text with the changes that an input tells: how far on, and which bits.
+inline std::string Changed(std::string text, std::string const& changes) {
+    std::size_t at = 0;
+    for (std::size_t i = 0; i + 1 < changes.size(); i += 2) {
+        at += static_cast<unsigned char>(changes[i]);
+        if (at < text.size())
+            text[at] = static_cast<char>(text[at] ^ changes[i + 1]);
+    }
+    return text;
+}
+
+// Where the two texts begin in a block, how much one of them is cut, the changes, a pattern, and a
+// text.
+inline void Check(Fuzz::Input input) {
+    std::size_t const shifts = input.Byte();
+    std::size_t const cut = input.Byte();
+    std::string const changes = input.Text();
+    std::string const pattern = input.Text().c_str();
+    std::string const left(input.Rest());
+    std::string right = Changed(left, changes);
+    right.resize(right.size() - std::min(right.size(), cut % 64));
+
+    Fuzz::ExactCopy const leftCopy(left, shifts % 16);
+    CompareRuns(leftCopy, Fuzz::ExactCopy(right, shifts / 16));
+    CompareOrders(left, right);
+    CompareOrders(right, left);
+    CompareCases(left, cut);
+    CompareSearch(leftCopy, pattern);
+}
+
+} // namespace CaseProperties

@@ -1,0 +1,160 @@
+// Messages of header fields and a body, for any split of the stream, against the rules applied to
+// whole lines.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "data/DataReceiver.h"
+#include "data/LineMaker.h"
+#include "data/MessageMaker.h"
+#include "data/MessageReceiver.h"
+#include "fuzz/Fuzz.h"
+#include "fuzz/Lines.h"
+#include "fuzz/PlainCase.h"
+#include "tests/support/Chunks.h"
+
+namespace MessageProperties {
+
+using Events = std::vector<std::string>;
+
+// The value of the field that is open; it may come in pieces, or as nothing at all.
+class FieldValue : public DataReceiver {
+public:
+    using DataReceiver::Receive;
+
+    void Start() override {
+        Fuzz::Require(!isOpen, "a value begins once");
+        isOpen = true;
+        text.clear();
+    }
+    void Receive(ConstData data) override {
+        Fuzz::Require(isOpen, "a value comes between its begin and its end");
+        text += MakeString(data);
+    }
+    void ReceiveEnd() override {
+        Fuzz::Require(isOpen, "a value ends once");
+        isOpen = false;
+    }
+
+    bool isOpen = false;
+    std::string text;
+};
+
+class MessageEvents : public MessageReceiver {
+public:
+    void Start(unsigned long long position) override { Add("start", position); }
+    DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) override {
+        Add("field " + MakeString(name), position);
+        return value;
+    }
+    void ReceiveHeaderFieldEnd(unsigned long long position) override {
+        Fuzz::Require(!value.isOpen, "the value ends before its field");
+        Add("value " + value.text, position);
+    }
+    LineReceiver& ReceiveBody(unsigned long long position) override {
+        Add("body", position);
+        return body;
+    }
+    void ReceiveEnd(unsigned long long position) override {
+        all.insert(all.end(), body.all.begin(), body.all.end());
+        Add("end", position);
+    }
+
+    Events all;
+
+private:
+    void Add(std::string const& event, unsigned long long position) {
+        all.push_back(event + " at " + std::to_string(position));
+    }
+
+    FieldValue value;
+    LineCalls body;
+};
+
+inline std::string WithoutLeadingBlanks(std::string_view text) {
+    return std::string(text.substr(std::min(text.find_first_not_of(" \t"), text.size())));
+}
+
+// The header, as lines that are not empty.
+class PlainHeader {
+public:
+    explicit PlainHeader(Events& target) : events(target) {}
+
+    void Take(PlainLine const& line) {
+        if (line.text[0] == ' ' || line.text[0] == '\t')
+            value += ' ' + WithoutLeadingBlanks(line.text);
+        else
+            Begin(line);
+        end = line.breakBegin;
+    }
+
+    void Finish() {
+        if (isOpen)
+            events.push_back("value " + value + " at " + std::to_string(end));
+        isOpen = false;
+    }
+
+private:
+    void Begin(PlainLine const& line) {
+        Finish();
+        std::size_t const colon = line.text.find(':');
+        if (colon == std::string_view::npos || colon > maxNameLength)
+            return;
+        isOpen = true;
+        value = WithoutLeadingBlanks(line.text.substr(colon + 1));
+        events.push_back("field " + PlainCase::Lowered(std::string(line.text.substr(0, colon))) +
+                         " at " + std::to_string(line.begin));
+    }
+
+    static constexpr std::size_t maxNameLength = 47;
+
+    Events& events;
+    bool isOpen = false;
+    std::string value;
+    unsigned long long end = 0;
+};
+
+inline Events ReadPlainly(std::string_view text, unsigned long long offset) {
+    std::vector<PlainLine> lines = PlainLines(text, offset);
+    Events events{"start at " + std::to_string(offset)};
+    unsigned long long const end = offset + text.size();
+    PlainHeader header(events);
+    auto const isEmpty = [](PlainLine const& line) {
+        return line.text.empty();
+    };
+    // An empty line at the very end, without a break of its own, begins an empty body as well.
+    auto const empty = std::find_if(lines.begin(), lines.end(), isEmpty);
+    std::for_each(lines.begin(), empty, [&](PlainLine const& line) { header.Take(line); });
+    header.Finish();
+    lines.erase(lines.begin(), empty == lines.end() ? empty : empty + 1);
+    if (lines.empty())
+        lines.push_back({end, {}, end, end});
+    events.push_back("body at " + std::to_string(lines.front().begin));
+    Events const body = PlainCalls(lines);
+    events.insert(events.end(), body.begin(), body.end());
+    events.push_back("end at " + std::to_string(end));
+    return events;
+}
+
+// A message of these chunks, which begins at `offset`.
+inline void Compare(Chunks const& chunks, std::string_view text, unsigned long long offset) {
+    MessageEvents events;
+    MessageMaker message(events);
+    LineMaker lines(message);
+    lines.Start(offset);
+    chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+    lines.ReceiveEnd();
+    Fuzz::Require(events.all == ReadPlainly(text, offset), "a message is that of its lines");
+}
+
+// The lengths of the chunks, a byte for where the stream begins, and the text.
+inline void Check(Fuzz::Input input) {
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
+    unsigned long long const offset = input.Byte();
+    Compare(SplitByLengths(input.Rest(), lengths), input.Rest(), offset);
+}
+
+} // namespace MessageProperties

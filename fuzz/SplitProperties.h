@@ -1,0 +1,85 @@
+// ConstData's searching and splitting, and trimming, against std::string and plain loops.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "data/Ascii.h"
+#include "data/ConstData.h"
+#include "fuzz/Fuzz.h"
+
+namespace SplitProperties {
+
+inline std::string Trimmed(std::string const& text) {
+    std::size_t const first = text.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+}
+
+// What lies between the occurrences; a text shorter than its separator, or without one, is kept.
+inline std::vector<std::string> SplitPlainly(std::string const& text, std::string const& separator,
+                                             bool trim, bool keepEmpty) {
+    auto const shaped = [&](std::string const& piece) {
+        return trim ? Trimmed(piece) : piece;
+    };
+    if (separator.empty() || text.size() < separator.size())
+        return {shaped(text)};
+    std::vector<std::string> pieces;
+    std::size_t from = 0;
+    for (bool last = false; !last;) {
+        std::size_t const at = text.find(separator, from);
+        last = at == std::string::npos;
+        std::string const piece = shaped(text.substr(from, last ? at : at - from));
+        if (keepEmpty || !piece.empty())
+            pieces.push_back(piece);
+        from = at + separator.size();
+    }
+    return pieces;
+}
+
+inline void CompareSplit(std::string const& text, std::string const& separator, bool trim,
+                         bool keepEmpty) {
+    std::vector<std::string> pieces;
+    for (ConstData piece : ConstData(text).Split(separator, trim, keepEmpty))
+        pieces.push_back(MakeString(piece));
+    Fuzz::Require(pieces == SplitPlainly(text, separator, trim, keepEmpty),
+                  "the pieces are those between the separators");
+}
+
+inline void CompareSearch(std::string const& text, std::string const& pattern) {
+    ConstData const range(text);
+    std::size_t const at = pattern.empty() ? std::string::npos : text.find(pattern);
+    Fuzz::Require(range.PositionOf(ConstData(pattern)) == at, "a pattern is where find finds it");
+    Fuzz::Require(range.Contains(ConstData(pattern)) == (text.find(pattern) != std::string::npos),
+                  "a text contains what find finds");
+    Fuzz::Require(range.StartsWith(pattern) == text.starts_with(pattern), "a text has its start");
+    Fuzz::Require(range.EndsWith(pattern) == text.ends_with(pattern), "a text has its end");
+    Fuzz::Require((range < ConstData(pattern)) == (text < pattern), "the order is that of bytes");
+    Fuzz::Require((range == ConstData(pattern)) == (text == pattern), "equal bytes are equal");
+}
+
+inline void CompareTrim(std::string const& text) {
+    ConstData const range(text);
+    ConstData const trimmed = TrimAsciiWhitespace(range);
+    Fuzz::Require(MakeString(trimmed) == Trimmed(text), "white space goes at both ends");
+    Fuzz::Require(!trimmed.IsEmpty() || trimmed.begin == range.end,
+                  "a text of white space is trimmed to its end");
+    std::string const leading = MakeString(TrimLeadingAsciiWhitespace(range));
+    Fuzz::Require(text.ends_with(leading) && Trimmed(leading) == Trimmed(text) &&
+                      (leading.empty() || Trimmed(leading.substr(0, 1)) == leading.substr(0, 1)),
+                  "white space goes at the front");
+}
+
+// A byte of switches, a separator and a text.
+inline void Check(Fuzz::Input input) {
+    unsigned int const switches = input.Byte();
+    std::string const separator = input.Text();
+    std::string const text(input.Rest());
+    CompareSplit(text, separator, (switches & 1) != 0, (switches & 2) != 0);
+    CompareSearch(text, separator);
+    CompareTrim(text);
+}
+
+} // namespace SplitProperties
