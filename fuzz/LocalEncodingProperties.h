@@ -1,5 +1,5 @@
-// Text to and from the encoding of the locale, against iconv and the reference implementation of the
-// transcoders: in the C locale, in UTF-8 and, if they can be made, in two older encodings.
+// Text to and from the encoding of the locale, against iconv and the reference implementation of
+// the transcoders: in the C locale, in UTF-8 and, if they can be made, in two older encodings.
 #pragma once
 
 #include <algorithm>

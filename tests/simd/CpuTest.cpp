@@ -19,9 +19,7 @@ Level LevelOfCompiler() {
 #endif
 }
 
-TEST(CpuTest, BestLevelIsTheOneThatTheCompilerFinds) {
-    EXPECT_EQ(LevelOfCompiler(), Simd::BestLevel());
-}
+TEST(CpuTest, BestLevelAgreesWithTheCompiler) { EXPECT_EQ(LevelOfCompiler(), Simd::BestLevel()); }
 
 TEST(CpuTest, UsesEveryLevelUpToTheBestOne) {
     for (Level level : {Level::scalar, Level::sse2, Level::ssse3, Level::avx2})

@@ -22,27 +22,13 @@ std::ptrdiff_t FindAb(std::string const& text) {
     return match == nullptr ? -1 : match - text.data();
 }
 
-TEST(FindCaseInsensitiveTest, FindsMatchAtEveryPlaceOfEveryLength) {
+TEST(FindCaseInsensitiveTest, FindsMatchAtEveryPosition) {
     for (std::size_t length = 2; length < 200; ++length)
         for (std::size_t at = 0; at + 2 <= length; ++at) {
             std::string text(length, '.');
             text.replace(at, 2, at % 2 == 0 ? "aB" : "Ab");
             ASSERT_EQ(static_cast<std::ptrdiff_t>(at), FindAb(text)) << length;
         }
-}
-
-TEST(FindCaseInsensitiveTest, FindsFirstOfSeveralMatches) {
-    std::string text(100, '.');
-    text.replace(70, 2, "ab");
-    text.replace(40, 2, "AB");
-    EXPECT_EQ(40, FindAb(text));
-}
-
-TEST(FindCaseInsensitiveTest, SkipsPlacesWhereOnlyTheMiddleDiffers) {
-    std::string const text = std::string(50, '.') + "axb" + std::string(50, '.') + "AyB";
-    char const* const match = Simd::FindCaseInsensitive(text.data(), text.size(), "ayb", 3,
-                                                        asciiLower.data(), {'a', 'A'}, {'b', 'B'});
-    EXPECT_EQ(text.data() + 103, match);
 }
 
 TEST(FindCaseInsensitiveTest, ReturnsNullWithoutMatch) {

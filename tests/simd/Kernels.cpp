@@ -33,47 +33,41 @@ Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
 
 char const* Text(unsigned char const* bytes) { return reinterpret_cast<char const*>(bytes); }
 
-// ---- FindByte.h
-
-template <auto kernel, auto reference>
-bool AgreeOnEachSuffix(Memory const& memory) {
+// Calls a kernel or a reference with the end of the input, from each position on.
+template <class Kernel, class Reference>
+bool AgreeOnEachSuffix(Memory const& memory, Kernel kernel, Reference reference) {
     char const* const end = Text(memory.input) + memory.length;
-    for (char const* from = Text(memory.input);; ++from) {
+    for (char const* from = Text(memory.input); from != end; ++from)
         if (kernel(from, end) != reference(from, end))
             return false;
-        if (from == end)
-            return true;
-    }
+    return kernel(end, end) == reference(end, end);
 }
 
-Kernel FindByteKernel() {
-    return {"FindByte", UnitsOf("<&a\x80"), 1, [](Memory const& memory, std::mt19937&) {
-                return AgreeOnEachSuffix<[](char const* from, char const* end) {
-                           return Simd::FindByte(from, end, '<');
-                       },
-                                         [](char const* from, char const* end) {
-                                             return Simd::FindByteScalar(from, end, '<');
-                                         }>(memory) &&
-                       AgreeOnEachSuffix<[](char const* from, char const* end) {
-                           return Simd::FindByte(from, end, '<', '&', '\x80', '\0');
-                       },
-                                         [](char const* from, char const* end) {
-                                             return Simd::FindByteScalar(from, end, '<', '&',
-                                                                         '\x80', '\0');
-                                         }>(memory);
-            }};
+bool FindByteAgrees(Memory const& memory, std::mt19937&) {
+    auto const findOne = [](auto... range) {
+        return Simd::FindByte(range..., '<');
+    };
+    auto const findOneScalar = [](auto... range) {
+        return Simd::FindByteScalar(range..., '<');
+    };
+    auto const findFour = [](auto... range) {
+        return Simd::FindByte(range..., '<', '&', '\x80', '\0');
+    };
+    auto const findFourScalar = [](auto... range) {
+        return Simd::FindByteScalar(range..., '<', '&', '\x80', '\0');
+    };
+    return AgreeOnEachSuffix(memory, findOne, findOneScalar) &&
+           AgreeOnEachSuffix(memory, findFour, findFourScalar);
 }
 
-Kernel FindByteOrHighKernel() {
-    return {"FindByteOrHigh", UnitsOf("<>a\x7F\x80\xFF"), 1,
-            [](Memory const& memory, std::mt19937&) {
-                return AgreeOnEachSuffix<[](char const* from, char const* end) {
-                    return Simd::FindByteOrHigh(from, end, '<', '>');
-                },
-                                         [](char const* from, char const* end) {
-                                             return Simd::FindByteOrHighScalar(from, end, '<', '>');
-                                         }>(memory);
-            }};
+bool FindByteOrHighAgrees(Memory const& memory, std::mt19937&) {
+    auto const find = [](auto... range) {
+        return Simd::FindByteOrHigh(range..., '<', '>');
+    };
+    auto const scalar = [](auto... range) {
+        return Simd::FindByteOrHighScalar(range..., '<', '>');
+    };
+    return AgreeOnEachSuffix(memory, find, scalar);
 }
 
 template <int size>
@@ -87,24 +81,17 @@ bool MatchMasksAgree(Memory const& memory) {
     return true;
 }
 
-Kernel MatchMaskKernel() {
-    return {"MatchMask", UnitsOf("<&a\xFF"), 1, [](Memory const& memory, std::mt19937&) {
-                return MatchMasksAgree<16>(memory) && MatchMasksAgree<32>(memory) &&
-                       MatchMasksAgree<64>(memory);
-            }};
+bool MatchMaskAgrees(Memory const& memory, std::mt19937&) {
+    return MatchMasksAgree<16>(memory) && MatchMasksAgree<32>(memory) &&
+           MatchMasksAgree<64>(memory);
 }
 
-// ---- AsciiCase.h, FindCaseInsensitive.h, CopyShort.h, Crc32.h
-
-Kernel CommonPrefixKernel() {
-    return {"CommonPrefix", UnitsOf(Bytes("aAzZ@[`{\x7F\x80\xFF\xC1\xE1\x00")), 1,
-            [](Memory const& memory, std::mt19937&) {
-                auto const agree = [&](auto const* left, auto const* right) {
-                    return Simd::CommonPrefix(left, right, memory.length) ==
-                           Simd::CommonPrefixScalar(left, right, memory.length);
-                };
-                return agree(memory.input, memory.second) && agree(memory.second, memory.input);
-            }};
+bool CommonPrefixAgrees(Memory const& memory, std::mt19937&) {
+    auto const agree = [&](auto const* left, auto const* right) {
+        return Simd::CommonPrefix(left, right, memory.length) ==
+               Simd::CommonPrefixScalar(left, right, memory.length);
+    };
+    return agree(memory.input, memory.second) && agree(memory.second, memory.input);
 }
 
 // A locale with one pair of letters beyond ASCII.
@@ -124,54 +111,42 @@ Simd::CaseVariants VariantsOf(unsigned char byte) {
     return variants;
 }
 
-Kernel FindCaseInsensitiveKernel() {
-    return {"FindCaseInsensitive", UnitsOf(Bytes("aAbB\xC4\xE4\x00")), 1,
-            [](Memory const& memory, std::mt19937& random) {
-                if (memory.length == 0)
-                    return true;
-                // A part of the changed text, so that there are matches and near misses.
-                std::size_t const start = random() % memory.length;
-                std::size_t const length =
-                    1 + random() % std::min<std::size_t>(5, memory.length - start);
-                char const* const pattern = Text(memory.second) + start;
-                return Simd::FindCaseInsensitive(Text(memory.input), memory.length, pattern, length,
-                                                 lowerTable.data(),
-                                                 VariantsOf(memory.second[start]),
-                                                 VariantsOf(memory.second[start + length - 1])) ==
-                       Simd::FindCaseInsensitiveScalar(Text(memory.input), memory.length, pattern,
-                                                       length, lowerTable.data());
-            }};
+bool FindCaseInsensitiveAgrees(Memory const& memory, std::mt19937& random) {
+    if (memory.length == 0)
+        return true;
+    // A part of the changed text, so that there are matches and near misses.
+    std::size_t const start = random() % memory.length;
+    std::size_t const length = 1 + random() % std::min<std::size_t>(5, memory.length - start);
+    char const* const pattern = Text(memory.second) + start;
+    return Simd::FindCaseInsensitive(Text(memory.input), memory.length, pattern, length,
+                                     lowerTable.data(), VariantsOf(memory.second[start]),
+                                     VariantsOf(memory.second[start + length - 1])) ==
+           Simd::FindCaseInsensitiveScalar(Text(memory.input), memory.length, pattern, length,
+                                           lowerTable.data());
 }
 
 // Within one text, so that the ranges overlap.
-Kernel CopyUpTo16Kernel() {
-    return {"CopyUpTo16", UnitsOf(EveryByte()), 1, [](Memory const& memory, std::mt19937& random) {
-                std::size_t const length = std::min<std::size_t>(random() % 17, memory.length);
-                std::size_t const from = random() % (memory.length - length + 1);
-                std::size_t const to = random() % (memory.length - length + 1);
-                std::memcpy(memory.second, memory.input, memory.length);
-                auto* const copied = reinterpret_cast<char*>(memory.input);
-                auto* const expected = reinterpret_cast<char*>(memory.second);
-                Simd::CopyUpTo16(copied + to, copied + from, length);
-                Simd::CopyUpTo16Scalar(expected + to, expected + from, length);
-                return std::memcmp(copied, expected, memory.length) == 0;
-            }};
+bool CopyUpTo16Agrees(Memory const& memory, std::mt19937& random) {
+    std::size_t const length = std::min<std::size_t>(random() % 17, memory.length);
+    std::size_t const from = random() % (memory.length - length + 1);
+    std::size_t const to = random() % (memory.length - length + 1);
+    std::memcpy(memory.second, memory.input, memory.length);
+    auto* const copied = reinterpret_cast<char*>(memory.input);
+    auto* const expected = reinterpret_cast<char*>(memory.second);
+    Simd::CopyUpTo16(copied + to, copied + from, length);
+    Simd::CopyUpTo16Scalar(expected + to, expected + from, length);
+    return std::memcmp(copied, expected, memory.length) == 0;
 }
 
-Kernel Crc32Kernel() {
-    return {"Crc32", UnitsOf(EveryByte()), 1, [](Memory const& memory, std::mt19937& random) {
-                auto const value = static_cast<std::uint32_t>(random());
-                std::uint32_t const expected =
-                    Simd::Crc32Scalar(value, memory.input, memory.length);
-                return Simd::Crc32(value, memory.input, memory.length) == expected &&
-                       Simd::Crc32Sliced(value, memory.input, memory.length) == expected;
-            }};
+bool Crc32Agrees(Memory const& memory, std::mt19937& random) {
+    auto const value = static_cast<std::uint32_t>(random());
+    std::uint32_t const expected = Simd::Crc32Scalar(value, memory.input, memory.length);
+    return Simd::Crc32(value, memory.input, memory.length) == expected &&
+           Simd::Crc32Sliced(value, memory.input, memory.length) == expected;
 }
-
-// ---- ParseDigits.h, FormatDigits.h
 
 template <unsigned base>
-bool ParsedDigitsAgree(Memory const& memory) {
+bool ParsedDigitsAgree(Memory const& memory, std::mt19937&) {
     constexpr std::size_t maxDigits = 30;
     for (std::size_t length = 0; length <= std::min(maxDigits, memory.length); ++length) {
         unsigned char const* const text = memory.input + memory.length - length;
@@ -183,20 +158,6 @@ bool ParsedDigitsAgree(Memory const& memory) {
             return false;
     }
     return true;
-}
-
-Kernel ParseDecimalKernel() {
-    return {"ParseDigits<10>", UnitsOf("0000000000123456789"), 1,
-            [](Memory const& memory, std::mt19937&) {
-                return ParsedDigitsAgree<10>(memory);
-            }};
-}
-
-Kernel ParseHexKernel() {
-    return {"ParseDigits<16>", UnitsOf("0000000000123456789abcdefABCDEF"), 1,
-            [](Memory const& memory, std::mt19937&) {
-                return ParsedDigitsAgree<16>(memory);
-            }};
 }
 
 // Values of every width, and powers of ten with their neighbours.
@@ -222,54 +183,43 @@ bool FormattedDecimalAgrees(Memory const& memory, Value value, std::size_t room)
     return IsDecimal(to, Simd::FormatDecimal(to, value), value);
 }
 
-Kernel FormatDecimalKernel() {
-    return {"FormatDecimal", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
-                std::uint64_t const value = AnyValue(random);
-                auto const narrow = static_cast<std::uint32_t>(value);
-                unsigned char* const four = memory.output + memory.outputRoom - 4;
-                auto* const end = reinterpret_cast<char*>(memory.output + 24);
-                std::uint64_t const large = std::max<std::uint64_t>(value, 10000);
-                char* const begin = Simd::FormatDecimalBefore(end, large);
-                return FormattedDecimalAgrees(memory, value, 20) &&
-                       FormattedDecimalAgrees(memory, narrow, 10) &&
-                       IsDecimal(four, Simd::FormatDecimalUpTo4(four, narrow % 10000),
-                                 narrow % 10000) &&
-                       IsDecimal(reinterpret_cast<unsigned char*>(begin),
-                                 static_cast<std::size_t>(end - begin), large);
-            }};
+bool FormatDecimalAgrees(Memory const& memory, std::mt19937& random) {
+    std::uint64_t const value = AnyValue(random);
+    auto const narrow = static_cast<std::uint32_t>(value);
+    unsigned char* const four = memory.output + memory.outputRoom - 4;
+    auto* const end = reinterpret_cast<char*>(memory.output + 24);
+    std::uint64_t const large = std::max<std::uint64_t>(value, 10000);
+    char* const begin = Simd::FormatDecimalBefore(end, large);
+    return FormattedDecimalAgrees(memory, value, 20) &&
+           FormattedDecimalAgrees(memory, narrow, 10) &&
+           IsDecimal(four, Simd::FormatDecimalUpTo4(four, narrow % 10000), narrow % 10000) &&
+           IsDecimal(reinterpret_cast<unsigned char*>(begin), static_cast<std::size_t>(end - begin),
+                     large);
 }
 
-Kernel StoreSixteenDigitsKernel() {
-    return {"StoreSixteenDigits", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
-                std::uint64_t const value = AnyValue(random) % 10000000000000000;
-                unsigned char* const to = memory.output + memory.outputRoom - 16;
-                Simd::StoreSixteenDigits(to, value);
-                unsigned char expected[16];
-                Simd::StoreSixteenDigitsScalar(expected, value);
-                return std::memcmp(to, expected, sizeof(expected)) == 0;
-            }};
+bool StoreSixteenDigitsAgrees(Memory const& memory, std::mt19937& random) {
+    std::uint64_t const value = AnyValue(random) % 10000000000000000;
+    unsigned char* const to = memory.output + memory.outputRoom - 16;
+    Simd::StoreSixteenDigits(to, value);
+    unsigned char expected[16];
+    Simd::StoreSixteenDigitsScalar(expected, value);
+    return std::memcmp(to, expected, sizeof(expected)) == 0;
 }
 
-Kernel EightDigitsKernel() {
-    return {"EightDigits", UnitsOf("0"), 1, [](Memory const&, std::mt19937& random) {
-                auto const value = static_cast<std::uint32_t>(AnyValue(random) % 100000000);
-                return Simd::EightDigits(value) == Simd::EightDigitsScalar(value);
-            }};
+bool EightDigitsAgrees(Memory const&, std::mt19937& random) {
+    auto const value = static_cast<std::uint32_t>(AnyValue(random) % 100000000);
+    return Simd::EightDigits(value) == Simd::EightDigitsScalar(value);
 }
 
-Kernel FormatHexKernel() {
-    return {"FormatHex", UnitsOf("0"), 1, [](Memory const& memory, std::mt19937& random) {
-                std::uint64_t const value = AnyValue(random);
-                unsigned const count = random() % 17;
-                unsigned char* const to = memory.output + memory.outputRoom - std::max(count, 8U);
-                Simd::FormatHex(to, value, count);
-                unsigned char expected[16];
-                Simd::FormatHexScalar(expected, value, count);
-                return std::memcmp(to, expected, count) == 0;
-            }};
+bool FormatHexAgrees(Memory const& memory, std::mt19937& random) {
+    std::uint64_t const value = AnyValue(random);
+    unsigned const count = random() % 17;
+    unsigned char* const to = memory.output + memory.outputRoom - std::max(count, 8U);
+    Simd::FormatHex(to, value, count);
+    unsigned char expected[16];
+    Simd::FormatHexScalar(expected, value, count);
+    return std::memcmp(to, expected, count) == 0;
 }
-
-// ---- Utf.h
 
 // The scalar reference has the same input, and room for as many units.
 template <class To, class From>
@@ -327,19 +277,19 @@ std::vector<Kernel> const& All() {
     static Pieces const utf16 = Utf16();
     static Pieces const utf32 = Utf32();
     static std::vector<Kernel> const kernels{
-        FindByteKernel(),
-        FindByteOrHighKernel(),
-        MatchMaskKernel(),
-        CommonPrefixKernel(),
-        FindCaseInsensitiveKernel(),
-        CopyUpTo16Kernel(),
-        Crc32Kernel(),
-        ParseDecimalKernel(),
-        ParseHexKernel(),
-        FormatDecimalKernel(),
-        StoreSixteenDigitsKernel(),
-        EightDigitsKernel(),
-        FormatHexKernel(),
+        {"FindByte", UnitsOf("<&a\x80"), 1, FindByteAgrees},
+        {"FindByteOrHigh", UnitsOf("<>a\x7F\x80\xFF"), 1, FindByteOrHighAgrees},
+        {"MatchMask", UnitsOf("<&a\xFF"), 1, MatchMaskAgrees},
+        {"CommonPrefix", UnitsOf(Bytes("aAzZ@[`{\x7F\x80\xFF\xC1\xE1\x00")), 1, CommonPrefixAgrees},
+        {"FindCaseInsensitive", UnitsOf(Bytes("aAbB\xC4\xE4\x00")), 1, FindCaseInsensitiveAgrees},
+        {"CopyUpTo16", UnitsOf(EveryByte()), 1, CopyUpTo16Agrees},
+        {"Crc32", UnitsOf(EveryByte()), 1, Crc32Agrees},
+        {"ParseDigits<10>", UnitsOf("0000000000123456789"), 1, ParsedDigitsAgree<10>},
+        {"ParseDigits<16>", UnitsOf("0000000000123456789abcdefABCDEF"), 1, ParsedDigitsAgree<16>},
+        {"FormatDecimal", UnitsOf("0"), 1, FormatDecimalAgrees},
+        {"StoreSixteenDigits", UnitsOf("0"), 1, StoreSixteenDigitsAgrees},
+        {"EightDigits", UnitsOf("0"), 1, EightDigitsAgrees},
+        {"FormatHex", UnitsOf("0"), 1, FormatHexAgrees},
         TranscodeKernel<unsigned short, unsigned char>("Transcode UTF-8 to UTF-16", utf8),
         TranscodeKernel<unsigned int, unsigned char>("Transcode UTF-8 to UTF-32", utf8),
         TranscodeKernel<unsigned char, unsigned short>("Transcode UTF-16 to UTF-8", utf16),

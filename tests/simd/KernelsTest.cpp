@@ -107,7 +107,7 @@ TEST_P(KernelTest, AgreesWithScalarReferenceAtEveryLevel) {
 }
 
 // One odd piece at each place of a run of each other piece.
-TEST_P(KernelTest, FindsOneOddPieceAtEveryPlace) {
+TEST_P(KernelTest, AgreesForOneOddSequenceAtEveryPosition) {
     Kernel const& kernel = GetParam();
     std::size_t const pieces = std::min<std::size_t>(kernel.pieces.size(), 12);
     for (Level level : AvailableLevels()) {

@@ -20,16 +20,18 @@ using Utf8 = std::basic_string<unsigned char>;
 using Utf16 = std::basic_string<unsigned short>;
 using Utf32 = std::basic_string<unsigned int>;
 
-TEST(UtfTest, StopsWhereTheLongestSequenceHasNoRoom) {
-    Utf8 const letters(40, 'a');
-    Utf16 target(10, 0);
-    UtfProgress const progress = TranscodeInto(letters, target);
-    EXPECT_EQ(9u, progress.read);
-    EXPECT_EQ(9u, progress.written);
-    EXPECT_FALSE(progress.isIllFormed);
+TEST(UtfTest, StopsWithoutRoomForTheLongestSequence) {
+    for (std::size_t const room : {0u, 1u, 10u}) {
+        Utf16 target(room, 0);
+        UtfProgress const progress = TranscodeInto(Utf8(40, 'a'), target);
+        EXPECT_EQ(room < 2 ? 0 : room - 1, progress.read);
+        EXPECT_EQ(progress.read, progress.written);
+        EXPECT_FALSE(progress.isIllFormed);
+        EXPECT_EQ(0u, TranscodeInto(Utf8(), target).read);
+    }
 }
 
-TEST(UtfTest, LeavesUnfinishedSequenceUnread) {
+TEST(UtfTest, LeavesIncompleteSequenceUnread) {
     for (std::size_t before : {0u, 1u, 15u, 16u, 17u, 40u}) {
         Utf8 const text = Utf8(before, 'a') + Utf8{0xF0, 0x9F, 0x98};
         Utf32 target(100, 0);
@@ -50,14 +52,7 @@ TEST(UtfTest, ReportsIllFormedSequenceAfterWhatWasRead) {
     }
 }
 
-TEST(UtfTest, NothingAvailableIsNothingRead) {
-    Utf16 target(10, 0);
-    EXPECT_EQ(0u, TranscodeInto(Utf8(), target).read);
-    Utf16 none;
-    EXPECT_EQ(0u, TranscodeInto(Utf8(40, 'a'), none).read);
-}
-
-TEST(UtfTest, ReaderOfOneSequenceAsksForOneMoreUnit) {
+TEST(UtfTest, ReadsOneSequenceOrReportsItIncomplete) {
     unsigned char const utf8[] = {0xF0, 0x9F, 0x98, 0x80};
     for (std::size_t available = 1; available < 4; ++available) {
         Simd::UtfSequence const read = Simd::UtfSequences<unsigned char>::Read(utf8, available);
