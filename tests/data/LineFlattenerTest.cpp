@@ -38,16 +38,17 @@ TEST(LineFlattenerTest, ReplacesEveryLineBreakHoweverTheTextIsSplit) {
                        {LineFlattener::cr, "a\rb\r\rc"},         {LineFlattener::space, "a b  c"},
                        {LineFlattener::nothing, "abc"},          {"<br>", "a<br>b<br><br>c"}};
     for (auto const& [lineBreak, flattened] : cases)
-        ForEachSplit("a\r\nb\n\r\rc", [&, lineBreak = lineBreak](Chunks const& chunks) {
-            std::string result;
-            StringReceiver string;
-            LineFlattener flattener;
-            LineMaker lines(flattener(lineBreak, string(result)));
-            lines.Start();
-            chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
-            lines.ReceiveEnd();
-            EXPECT_EQ(flattened, result);
-        });
+        ForEachSplit("a\r\nb\n\r\rc",
+                     [&, lineBreak = lineBreak, flattened = flattened](Chunks const& chunks) {
+                         std::string result;
+                         StringReceiver string;
+                         LineFlattener flattener;
+                         LineMaker lines(flattener(lineBreak, string(result)));
+                         lines.Start();
+                         chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+                         lines.ReceiveEnd();
+                         EXPECT_EQ(flattened, result);
+                     });
 }
 
 TEST(LineFlattenerTest, EachCallBecomesOneCallWithoutPositions) {
