@@ -11,6 +11,7 @@
 #include "data/Buffer.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/GuardedBytes.h"
 
 namespace {
 
@@ -184,6 +185,15 @@ TEST(ConstDataTest, ReadingAllocatesNothing) {
                                Compare(range, pattern) == 0 ||
                                CompareReversed(range, pattern) == 0 || range == pattern);
               }));
+}
+
+TEST(ConstDataTest, CompareReadsNothingOutsideTheRanges) {
+    GuardedBytes const left(100);
+    GuardedBytes const right(100);
+    for (GuardedBytes const* const bytes : {&left, &right})
+        std::fill(bytes->Begin(), bytes->End(), static_cast<unsigned char>('a'));
+    EXPECT_EQ(0, CompareReversed(ConstData(left.Begin(), 100), ConstData(right.Begin(), 100)));
+    EXPECT_EQ(0, Compare(ConstData(left.End() - 100, 100), ConstData(right.End() - 100, 100)));
 }
 
 TEST(ConstDataWithCapacityTest, TakesExactlyItsCapacity) {
