@@ -1,6 +1,8 @@
 #include "files/AdviceFileTypes.h"
 
 #include <climits>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -10,95 +12,63 @@ namespace {
 
 namespace Types = AdviceFileTypes;
 
-TarvikFileType TypeOfName(char const* name) { return FileName(name).ExtensionType(); }
+struct TypeRow {
+    TarvikFileType type;
+    int number;
+    std::string extension;
+};
 
-// The table was built before this.
+std::vector<TypeRow> Rows() {
+    return {{Types::Masthead(), 1, ".qvm"}, {Types::Pool(), 2, ".qvg"},
+            {Types::Advice(), 3, ".qvf"},   {Types::HTML(), 4, ".htm"},
+            {Types::Text(), 5, ".txt"},     {Types::Log(), 6, ".log"},
+            {Types::BackLog(), 7, ".bkg"},  {Types::Inspector(), 8, ".so"},
+            {Types::Notation(), 9, ".dat"}, {Types::Site(), 10, ""},
+            {Types::Profile(), 11, ""},     {Types::Preferences(), 12, ""}};
+}
+
+// The table is built before this.
 TarvikFileType const typeAtStartup = Types::TypeOfExtension(".html");
 
-TEST(AdviceFileTypesTest, EachKindHasItsNumber) {
-    EXPECT_EQ(Types::Masthead(), 1);
-    EXPECT_EQ(Types::Pool(), 2);
-    EXPECT_EQ(Types::Advice(), 3);
-    EXPECT_EQ(Types::HTML(), 4);
-    EXPECT_EQ(Types::Text(), 5);
-    EXPECT_EQ(Types::Log(), 6);
-    EXPECT_EQ(Types::BackLog(), 7);
-    EXPECT_EQ(Types::Inspector(), 8);
-    EXPECT_EQ(Types::Notation(), 9);
-    EXPECT_EQ(Types::Site(), 10);
-    EXPECT_EQ(Types::Profile(), 11);
-    EXPECT_EQ(Types::Preferences(), 12);
-    EXPECT_EQ(Types::Miscellany(), 13);
-    EXPECT_EQ(sizeof(TarvikFileType), 4u);
+// Deliberate: three types have the empty extension, and a search for it finds the first one.
+TEST(AdviceFileTypesTest, EachTypeHasItsNumberAndExtension) {
+    for (TypeRow const& row : Rows()) {
+        EXPECT_EQ(row.number, row.type);
+        EXPECT_EQ(row.extension, Types::ExtensionOfType(row.type));
+        EXPECT_EQ(row.extension.empty() ? Types::Site() : row.type,
+                  Types::TypeOfExtension(row.extension.c_str()));
+    }
+    EXPECT_EQ(13, Types::Miscellany());
+    EXPECT_EQ(4u, sizeof(TarvikFileType));
+    EXPECT_EQ(Types::HTML(), typeAtStartup);
 }
 
-TEST(AdviceFileTypesTest, EachExtensionHasItsKind) {
-    EXPECT_EQ(Types::TypeOfExtension(".qvm"), Types::Masthead());
-    EXPECT_EQ(Types::TypeOfExtension(".qvg"), Types::Pool());
-    EXPECT_EQ(Types::TypeOfExtension(".qvf"), Types::Advice());
-    EXPECT_EQ(Types::TypeOfExtension(".htm"), Types::HTML());
-    EXPECT_EQ(Types::TypeOfExtension(".html"), Types::HTML());
-    EXPECT_EQ(Types::TypeOfExtension(".txt"), Types::Text());
-    EXPECT_EQ(Types::TypeOfExtension(".log"), Types::Log());
-    EXPECT_EQ(Types::TypeOfExtension(".bkg"), Types::BackLog());
-    EXPECT_EQ(Types::TypeOfExtension(".so"), Types::Inspector());
-    EXPECT_EQ(Types::TypeOfExtension(".dat"), Types::Notation());
-    EXPECT_EQ(typeAtStartup, Types::HTML());
+// Deliberate: the name behind the table is not an extension.
+TEST(AdviceFileTypesTest, LookupIsCaseInsensitiveAndWhole) {
+    EXPECT_EQ(Types::HTML(), Types::TypeOfExtension(".HTML"));
+    EXPECT_EQ(Types::Advice(), Types::TypeOfExtension(".Qvf"));
+    for (char const* extension :
+         {".qna", "htm", ".", ".ht", ".htmlx", "html", " .htm", ".t\xD4t", "XVeskaClientUI"})
+        EXPECT_EQ(Types::Miscellany(), Types::TypeOfExtension(extension)) << extension;
 }
 
-TEST(AdviceFileTypesTest, TheCaseOfTheLettersDoesNotMatter) {
-    EXPECT_EQ(Types::TypeOfExtension(".HTML"), Types::HTML());
-    EXPECT_EQ(Types::TypeOfExtension(".Qvf"), Types::Advice());
-}
-
-TEST(AdviceFileTypesTest, WhatIsNotInTheTableIsMiscellany) {
-    for (char const* extension : {".qna", "htm", ".", ".ht", ".htmlx", "html", " .htm", ".t\xD4t"})
-        EXPECT_EQ(Types::TypeOfExtension(extension), Types::Miscellany()) << extension;
-}
-
-// Deliberate: the name stands behind the table, but is not an extension.
-TEST(AdviceFileTypesTest, TheTextBehindTheTableIsNotFound) {
-    EXPECT_EQ(Types::TypeOfExtension("XVeskaClientUI"), Types::Miscellany());
-}
-
-// Deliberate: three kinds have the empty extension, and the first one wins.
-TEST(AdviceFileTypesTest, TheEmptyExtensionIsThatOfASite) {
-    EXPECT_EQ(Types::TypeOfExtension(""), Types::Site());
-}
-
-TEST(AdviceFileTypesTest, EachKindHasItsFirstExtension) {
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Masthead()), ".qvm");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Pool()), ".qvg");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Advice()), ".qvf");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::HTML()), ".htm");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Text()), ".txt");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Log()), ".log");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::BackLog()), ".bkg");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Inspector()), ".so");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Notation()), ".dat");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Site()), "");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Preferences()), "");
-    EXPECT_STREQ(Types::ExtensionOfType(Types::Profile()), "");
-}
-
-// Deliberate: the search ends behind the table, where another text stands.
-TEST(AdviceFileTypesTest, WhatHasNoRowGetsTheTextBehindTheTable) {
+// Deliberate: the search ends behind the table, where another text is.
+TEST(AdviceFileTypesTest, TypeWithoutARowHasTheTextBehindTheTable) {
     for (int type : {13, 0, 14, -1, INT_MAX, INT_MIN})
-        EXPECT_STREQ(Types::ExtensionOfType(TarvikFileType(type)), "XVeskaClientUI") << type;
+        EXPECT_STREQ("XVeskaClientUI", Types::ExtensionOfType(TarvikFileType(type))) << type;
 }
 
-TEST(AdviceFileTypesTest, TheTypeOfANameGoesWithItsLastDot) {
-    EXPECT_EQ(TypeOfName("a.htm"), Types::HTML());
-    EXPECT_EQ(TypeOfName("A.B.TXT"), Types::Text());
-    EXPECT_EQ(TypeOfName("a.txt.qna"), Types::Miscellany());
-    EXPECT_EQ(TypeOfName("a."), Types::Miscellany());
-}
-
-TEST(AdviceFileTypesTest, ANameWithoutAnInnerDotIsLookedUpWhole) {
-    EXPECT_EQ(TypeOfName(".txt"), Types::Text());
-    EXPECT_EQ(TypeOfName("txt"), Types::Miscellany());
-    EXPECT_EQ(TypeOfName("a"), Types::Miscellany());
-    EXPECT_EQ(FileName().ExtensionType(), Types::Site()) << "the empty extension";
+TEST(AdviceFileTypesTest, TypeOfANameGoesWithItsLastDotOrTheWholeName) {
+    for (auto const& [name, type] :
+         std::vector<std::pair<char const*, TarvikFileType>>{{"a.htm", Types::HTML()},
+                                                             {"A.B.TXT", Types::Text()},
+                                                             {"a.txt.qna", Types::Miscellany()},
+                                                             {"a.", Types::Miscellany()},
+                                                             {".txt", Types::Text()},
+                                                             {"txt", Types::Miscellany()},
+                                                             {"a", Types::Miscellany()}})
+        EXPECT_EQ(type, FileName(name).ExtensionType()) << name;
+    EXPECT_EQ(Types::Site(), FileName().ExtensionType()) << "the empty extension";
 }
 
 } // namespace

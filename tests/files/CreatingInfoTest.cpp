@@ -12,9 +12,6 @@ TEST(CreatingInfoTest, IsOnePlainNumber) {
     static_assert(std::is_trivially_copyable_v<FileCreatingInfo>);
     EXPECT_EQ(0750u, DirectoryCreatingInfo{0750}.permissions);
     EXPECT_EQ(0640u, FileCreatingInfo{0640}.permissions);
-}
-
-TEST(CreatingInfoTest, AsksForNothingSpecialByDefault) {
     EXPECT_EQ(0777u, DirectoryCreatingInfo().permissions);
     EXPECT_EQ(0666u, FileCreatingInfo().permissions);
     EXPECT_EQ(0666u, FileCreatingInfo::systemDefault);

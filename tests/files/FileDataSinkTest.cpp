@@ -1,82 +1,22 @@
 #include "files/FileDataSink.h"
 
-#include <cerrno>
-#include <string>
 #include <type_traits>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "data/DataReceiver.h"
 #include "data/LineFlattener.h"
 #include "data/LineMaker.h"
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "files/FileReadingPath.h"
 #include "files/FileWritingPath.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-
-class FileDataSinkTest : public testing::Test {
+class FileDataSinkTest : public OpenFileTest {
 protected:
-    FileDataSinkTest() {
-        WriteWholeFile(name, "hello");
-        path.OpenExisting(MakeFileLocation(name.c_str()));
-    }
-
-    // What a stream of "ab" asks of the system.
-    std::vector<std::string> CallsOf(FileDataSink& sink) {
-        DataReceiver& receiver = sink(path, 0);
-        SystemCalls calls;
-        receiver.Start();
-        receiver.Receive(ConstData("a"));
-        receiver.Receive(ConstData("b"));
-        receiver.ReceiveEnd();
-        return calls.Log();
-    }
-
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
-    FileWritingPath path;
+    FileWritingPath const path{file};
 };
 
-TEST_F(FileDataSinkTest, TheStageIsReachedByBindingOnly) {
+TEST_F(FileDataSinkTest, WritesTheStreamAtTheBoundPosition) {
     EXPECT_FALSE((std::is_convertible_v<FileDataSink&, DataReceiver&>));
-}
-
-TEST_F(FileDataSinkTest, WritesTheStreamFromItsPositionOnAndKeepsTheTail) {
-    FileDataSink sink;
-    StartReceiveAndEnd(sink(path, 1), ConstData("EL"));
-    EXPECT_EQ(ReadWholeFile(name), "hELlo");
-    EXPECT_EQ(path.Length(), 5u) << "the path stays open";
-}
-
-TEST_F(FileDataSinkTest, FlushesAtTheEndByDefault) {
-    FileDataSink sink;
-    EXPECT_THAT(CallsOf(sink),
-                ElementsAre("seek 0 SET", "write 1", "seek 1 SET", "write 1", "fsync"));
-    FileDataSink same(FileDataSink::FlushOnEnd);
-    EXPECT_EQ(CallsOf(same), CallsOf(sink));
-    EXPECT_EQ(FileDataSink::FlushOnEnd, 0);
-}
-
-TEST_F(FileDataSinkTest, EveryOtherModeDoesNotFlush) {
-    for (auto mode : {FileDataSink::NoFlushOnEnd, static_cast<FileDataSink::FlushMode>(1),
-                      static_cast<FileDataSink::FlushMode>(0x7FFF'FFFF)}) {
-        FileDataSink sink(mode);
-        EXPECT_THAT(CallsOf(sink), ElementsAre("seek 0 SET", "write 1", "seek 1 SET", "write 1"));
-    }
-}
-
-TEST_F(FileDataSinkTest, EachStartBeginsAgainAtTheBoundPosition) {
     FileDataSink sink;
     DataReceiver& receiver = sink(path, 2);
     receiver.Start();
@@ -84,35 +24,48 @@ TEST_F(FileDataSinkTest, EachStartBeginsAgainAtTheBoundPosition) {
     receiver.Start();
     receiver << ConstData("L");
     receiver.ReceiveEnd();
-    EXPECT_EQ(ReadWholeFile(name), "heLyz");
-}
-
-TEST_F(FileDataSinkTest, CanBeBoundAgain) {
-    FileDataSink sink;
-    FileWritingPath other(MakeFileLocation((directory / "other").c_str()),
-                          FileWritingPath::OpenNewFile());
-    StartReceiveAndEnd(sink(path, 0), ConstData("1"));
+    EXPECT_EQ(ReadWholeFile(name), "01Lyz56789") << "each start begins there again";
+    FileWritingPath const other(Here("other"), FileWritingPath::OpenNewFile());
     StartReceiveAndEnd(sink(other, 0), ConstData("2"));
-    EXPECT_EQ(ReadWholeFile(name), "1ello");
     EXPECT_EQ(ReadWholeFile(directory / "other"), "2");
+    EXPECT_EQ(path.Length(), 10u) << "the path stays open";
 }
 
-TEST_F(FileDataSinkTest, AFailedFlushOrWriteReachesTheCaller) {
+TEST_F(FileDataSinkTest, FlushesAtTheEndInOneModeAlone) {
+    EXPECT_EQ(FileDataSink::FlushOnEnd, 0);
+    auto const callsOf = [this](FileDataSink sink) {
+        DataReceiver& receiver = sink(path, 0);
+        SystemCalls calls;
+        receiver.Start();
+        receiver.Receive(ConstData("a"));
+        receiver.Receive(ConstData("b"));
+        receiver.ReceiveEnd();
+        return calls.Log();
+    };
+    EXPECT_EQ(callsOf(FileDataSink()).back(), "fsync");
+    EXPECT_EQ(callsOf(FileDataSink(FileDataSink::FlushOnEnd)), callsOf(FileDataSink()));
+    for (auto mode : {FileDataSink::NoFlushOnEnd, static_cast<FileDataSink::FlushMode>(1),
+                      static_cast<FileDataSink::FlushMode>(0x7FFF'FFFF)})
+        EXPECT_THAT(callsOf(FileDataSink(mode)), testing::Not(testing::Contains("fsync")));
+    EXPECT_EQ(ReadWholeFile(name), "ab23456789");
+}
+
+TEST_F(FileDataSinkTest, FailedFlushOrWriteReachesTheCaller) {
     FileDataSink sink;
     DataReceiver& receiver = sink(path, 0);
     receiver.Start();
     SystemCalls calls;
     calls.Fail("write", ENOSPC);
-    ExpectFileError<FileDiskFullError>(ENOSPC, "", [&] { receiver << ConstData("a"); });
+    EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { receiver << ConstData("a"); }));
     calls.Fail("fsync", EIO);
-    ExpectFileError<FileIOError>(EIO, "", [&] { receiver.ReceiveEnd(); });
+    EXPECT_EQ("FileIOError EIO", Thrown([&] { receiver.ReceiveEnd(); }));
 }
 
 TEST_F(FileDataSinkTest, IsTheLastStageOfAChainOfLines) {
-    path.OpenNewOrAsNew(MakeFileLocation(name.c_str()));
+    FileWritingPath const empty(file, FileWritingPath::OpenNewFileOrAsNewFile());
     FileDataSink sink;
     LineFlattener flattener;
-    LineMaker lines(flattener(LineFlattener::crlf, sink(path, 0)));
+    LineMaker lines(flattener(LineFlattener::crlf, sink(empty, 0)));
     StartReceiveAndEnd(lines, ConstData("a\nb\r"));
     EXPECT_EQ(ReadWholeFile(name), "a\r\nb\r\n");
 }

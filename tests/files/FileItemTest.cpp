@@ -1,21 +1,19 @@
 #include "files/FileItem.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <string>
+#include <sys/time.h>
 
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using Item = UnixPlatform::FileItem;
+
+// Lets a test examine any location.
+class AnyItem : public Item {
+public:
+    AnyItem(FileLocation const& where, bool tolerant) { HandleGetError(Fill(where), tolerant); }
+    explicit AnyItem(FileLocation const& where) { Fill(where); }
+};
 
 // CRC-32/BZIP2, bit by bit.
 std::uint32_t PlainChecksum(std::string const& bytes) {
@@ -28,72 +26,149 @@ std::uint32_t PlainChecksum(std::string const& bytes) {
     return ~value;
 }
 
-class FileItemTest : public testing::Test {
+class FileItemTest : public OpenFileTest {
 protected:
-    FileItemTest() { WriteWholeFile(directory / "file", "123456789"); }
-
-    FileLocation At(std::string const& name) {
-        return MakeFileLocation((directory / name).c_str());
+    FileItemTest() {
+        fs::create_symlink("missing", directory / "broken");
+        fs::create_symlink("file", directory / "link");
     }
 
-    TemporaryDirectory directory;
+    struct stat StatsOf() {
+        struct stat stats = {};
+        EXPECT_EQ(stat(name.c_str(), &stats), 0);
+        return stats;
+    }
+
+    std::string const brokenNotFound = "FileNotFoundError ENOENT" + On(directory / "broken");
 };
 
-TEST_F(FileItemTest, AddsNoField) { EXPECT_EQ(sizeof(FileItem), sizeof(UnixPlatform::FileItem)); }
+TEST_F(FileItemTest, IsNothingWithoutALocationAtFirst) {
+    Item const item;
+    EXPECT_TRUE(item.IsNothingThere());
+    EXPECT_TRUE(item.Location().IsEmpty());
+    EXPECT_EQ(sizeof(FileItem), sizeof(Item));
+}
 
-TEST_F(FileItemTest, IsMadeOfWhatStandsAtALocation) {
-    FileItem const item(At("file"));
-    EXPECT_STREQ(item.Location().Text(), (directory / "file").c_str());
+TEST_F(FileItemTest, TimesOfTheFileSystemAreInstants) {
+    EXPECT_EQ(Item::GetTimeBias(), Instant(0));
+    for (std::int64_t count : {INT64_MIN, std::int64_t{-1}, std::int64_t{1'234'567}, INT64_MAX})
+        EXPECT_EQ(Item::RoundToFileSystem(Instant(count)), Instant(count));
+}
+
+TEST_F(FileItemTest, ExaminesALocation) {
+    FileItem const item(file);
+    EXPECT_STREQ(item.Location().Text(), name.c_str());
     EXPECT_EQ(item.State(), StatsValid);
-    EXPECT_EQ(item.Target().st_size, 9);
-    EXPECT_TRUE(FileItem(At(".")).IsDirectory());
+    EXPECT_EQ(item.Target().st_size, 10);
+    EXPECT_TRUE(FileItem(Here(".")).IsDirectory());
+    fs::remove(name);
+    FileItem const same(static_cast<Item const&>(item));
+    EXPECT_TRUE(same.IsRegularFile()) << "a copy does not look again";
+    EXPECT_STREQ(same.Location().Text(), name.c_str());
 }
 
-TEST_F(FileItemTest, ALinkToADirectoryIsADirectory) {
-    fs::create_symlink(".", directory / "link");
-    FileItem const item(At("link"));
-    EXPECT_EQ(item.State(), StatsValidThroughLink);
-    EXPECT_TRUE(item.IsDirectory());
+TEST_F(FileItemTest, RejectsWhatIsMissingOrABrokenLink) {
+    for (auto const& [what, error] : std::vector<std::pair<std::string, std::string>>{
+             {"missing", "FileNotFoundError ENOENT"},
+             {"broken", "FileNotFoundError ENOENT"},
+             {"file/below", "DirectoryNotFoundError ENOTDIR"}})
+        EXPECT_EQ(error + On(directory / what),
+                  Thrown([&where = what, this] { FileItem{Here(where)}; }));
+    EXPECT_EQ("FileNotFoundError ENOENT", Thrown([] { FileItem{FileLocation()}; }));
 }
 
-TEST_F(FileItemTest, CannotBeMadeOfNothingNorOfABrokenLink) {
-    fs::create_symlink("missing", directory / "broken");
-    ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "missing"),
-                                       [&] { FileItem item(At("missing")); });
-    ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "broken"),
-                                       [&] { FileItem item(At("broken")); });
-    ExpectFileError<FileNotFoundError>(ENOENT, "", [&] { FileItem item{FileLocation()}; });
-    ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(directory / "file/below"),
-                                            [&] { FileItem item(At("file/below")); });
+TEST_F(FileItemTest, IsFilledFromALocationOrAnEntryBelowOne) {
+    Item item;
+    EXPECT_EQ(item.Fill(file), 0);
+    EXPECT_STREQ(item.Location().Text(), name.c_str());
+    EXPECT_TRUE(item.IsRegularFile());
+    EXPECT_EQ(item.Fill(At(directory.path()), FileName("broken")), ENOENT);
+    EXPECT_STREQ(item.Location().Text(), (directory / "broken").c_str());
+    EXPECT_TRUE(item.IsBrokenLink());
 }
 
-TEST_F(FileItemTest, IsMadeOfAnItemWithoutALook) {
-    FileItem const item(At("file"));
-    fs::remove(directory / "file");
-    FileItem const same(static_cast<UnixPlatform::FileItem const&>(item));
-    EXPECT_TRUE(same.IsRegularFile());
-    EXPECT_STREQ(same.Location().Text(), item.Location().Text());
-    EXPECT_TRUE(FileItem(UnixPlatform::FileItem()).IsNothingThere());
+TEST_F(FileItemTest, OnlyATolerantViewOfABrokenLinkReportsNothing) {
+    for (std::string const what : {"file", "link", "missing", "broken"})
+        for (bool tolerant : {false, true}) {
+            AnyItem const item(Here(what));
+            bool const reports = !(tolerant && what == "broken");
+            EXPECT_EQ(item.MustReportError(tolerant), reports) << what << tolerant;
+            EXPECT_EQ(item.HandleTryToGetError(tolerant), !reports) << what << tolerant;
+            EXPECT_EQ(reports ? "FilePermissionError EACCES" + On(directory / what) : "nothing",
+                      Thrown([&] { item.HandleGetError(EACCES, tolerant); }));
+            EXPECT_NO_THROW(item.HandleGetError(0, tolerant));
+        }
+    EXPECT_TRUE(AnyItem(Here("broken"), true).IsBrokenLink());
+    EXPECT_EQ(brokenNotFound, Thrown([&] { AnyItem(Here("broken"), false); }));
 }
 
-TEST_F(FileItemTest, TheChecksumIsThePublishedOne) {
-    EXPECT_EQ(FileItem(At("file")).Checksum(), 0xFC89'1918u); // The check value of CRC-32/BZIP2.
+TEST_F(FileItemTest, SetsTheModificationTimeAndKeepsTheAccessTime) {
+    for (auto const& [what, wanted, seconds] :
+         std::vector<std::tuple<std::string, std::int64_t, long>>{
+             {"file", 1'234'567'890'999'999, 1'234'567'890},
+             {"file", -10'000'000, -10},
+             {"link", 7'000'000, 7}}) {
+        AnyItem item(Here(what));
+        Instant const access = item.AccessTime();
+        timeval const later[2] = {{2'000'000'000, 0}, {2'000'000'000, 0}};
+        ASSERT_EQ(utimes(name.c_str(), later), 0);
+        item.SetModificationTime(Instant(wanted));
+        EXPECT_EQ(item.ModificationTime(), Instant(seconds * 1'000'000)) << "in whole seconds";
+        struct stat const now = StatsOf();
+        EXPECT_EQ(now.st_mtim.tv_sec, seconds);
+        EXPECT_EQ(now.st_mtim.tv_nsec + now.st_atim.tv_nsec, 0);
+        EXPECT_EQ(now.st_atim.tv_sec, access.microseconds / 1'000'000) << "that of the item";
+    }
 }
 
-TEST_F(FileItemTest, TheChecksumIsThatOfTheBytesNow) {
-    FileItem const item(At("file"));
+TEST_F(FileItemTest, TimeOfNothingCannotBeSet) {
+    SystemCalls calls;
+    EXPECT_EQ("InvalidStats", Thrown([] { Item().SetModificationTime(Instant(0)); }));
+    AnyItem missing(Here("missing"));
+    EXPECT_EQ("InvalidStats", Thrown([&] { missing.SetModificationTime(Instant(0)); }));
+    EXPECT_EQ(missing.ModificationTime(), Instant(0));
+    EXPECT_EQ(calls.Count("utimes"), 0u);
+    AnyItem broken(Here("broken"));
+    EXPECT_EQ(brokenNotFound, Thrown([&] { broken.SetModificationTime(Instant(0)); }));
+    FileItem item(file);
+    fs::remove(name);
+    EXPECT_EQ("FileNotFoundError ENOENT" + on,
+              Thrown([&] { item.SetModificationTime(Instant(3'000'000)); }));
+    EXPECT_EQ(item.ModificationTime(), Instant(3'000'000)) << "the object has it all the same";
+}
+
+// Deliberate: the plain class for EPERM too.
+TEST_F(FileItemTest, RefusedTimesHaveAMappingOfTheirOwn) {
+    AnyItem item(file);
+    ExpectMapped(
+        "utimes", [&] { item.SetModificationTime(Instant(0)); },
+        [&](int error) {
+            if (error == ENOENT)
+                throw FileNotFoundError(file, error);
+            if (error == EACCES)
+                throw FilePermissionError(file, error);
+            throw FileIOError(file, error);
+        });
+    PrivateMachine::Run([&] {
+        fs::permissions(directory.path(), fs::perms(0755));
+        fs::permissions(name, fs::perms(0444));
+        PrivateMachine::DropPrivileges();
+        if (StatsOf().st_uid == getuid())
+            GTEST_SKIP() << "the machine knows no second user";
+        EXPECT_EQ("FileIOError EPERM" + on, Thrown([&] { item.SetModificationTime(Instant(0)); }));
+    });
+}
+
+TEST_F(FileItemTest, ChecksumIsThatOfTheBytesNow) {
+    WriteWholeFile(name, "123456789");
+    FileItem const item(file);
+    EXPECT_EQ(item.Checksum(), 0xFC89'1918u) << "the check value of CRC-32/BZIP2";
     for (std::string const& bytes : {std::string(), EveryByte(), std::string(10'000, '\0')}) {
-        WriteWholeFile(directory / "file", bytes);
+        WriteWholeFile(name, bytes);
         EXPECT_EQ(item.Checksum(), PlainChecksum(bytes));
     }
-    fs::remove(directory / "file");
-    ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "file"), [&] { item.Checksum(); });
-}
-
-TEST_F(FileItemTest, TheTimeOfAFileThatHasGoneCannotBeSet) {
-    FileItem item(At("file"));
-    fs::remove(directory / "file");
-    EXPECT_THROW(item.SetModificationTime(Instant(0)), FileNotFoundError);
+    fs::remove(name);
+    EXPECT_EQ("FileNotFoundError ENOENT" + on, Thrown([&] { item.Checksum(); }));
 }
 
 } // namespace

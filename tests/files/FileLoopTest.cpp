@@ -1,125 +1,311 @@
 #include "files/FileLoop.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <string>
-#include <vector>
+#include <clocale>
+#include <new>
+#include <type_traits>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include <dirent.h>
 
 #include "files/AdviceFileTypes.h"
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "files/FileName.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-using testing::ElementsAre;
-namespace fs = std::filesystem;
+using Loop = UnixPlatform::FileLoop;
 
-class FileLoopTest : public testing::Test {
+class FileLoopTest : public FileTest {
 protected:
-    void Make(std::vector<std::string> const& names) {
+    void Make(Strings const& names) {
         for (std::string const& name : names)
             WriteWholeFile(directory / name, name);
     }
 
-    std::vector<std::string> Names(FileLoop& loop) {
-        std::vector<std::string> names;
+    void MakeBroken(std::string const& name) { fs::create_symlink("missing", directory / name); }
+
+    std::string NotFound(std::string const& name) {
+        return "FileNotFoundError ENOENT" + On(directory / name);
+    }
+
+    static std::string NameOf(Loop const& loop) {
+        return MakeString(loop.Item().Location().Name().Bytes());
+    }
+
+    // The names from the present entry on.
+    static Strings Names(Loop& loop) {
+        Strings names;
         for (; loop.HasItem(); ++loop)
-            names.push_back(MakeString(loop->Location().Name().Bytes()));
+            names.push_back(NameOf(loop));
         return names;
     }
 
-    std::vector<std::string> NamesOf(TarvikFileType type) {
+    Strings NamesOf(char const* wildcard) {
+        Loop loop(here, true, wildcard);
+        return Names(loop);
+    }
+
+    Strings NamesOf(TarvikFileType type) {
         FileLoop loop(here, type);
         return Names(loop);
     }
 
-    TemporaryDirectory directory;
-    FileLocation const here = MakeFileLocation(directory.path().c_str());
+    FileLocation const here = At(directory.path());
 };
 
-TEST_F(FileLoopTest, DeliversTheEntriesInOrder) {
-    Make({"b", "a", ".c"});
-    FileLoop loop(here, nullptr, false);
-    EXPECT_THAT(Names(loop), ElementsAre(".c", "a", "b"));
-    loop.Start(here, "?", false);
-    EXPECT_THAT(Names(loop), ElementsAre("a", "b"));
-    loop.WildcardStart(here, ".*");
-    EXPECT_THAT(Names(loop), ElementsAre(".c"));
-}
-
-// Deliberate: the argument is ignored.
-TEST_F(FileLoopTest, BrokenLinksAreReportedWhateverTheLastArgument) {
-    fs::create_symlink("missing", directory / "a");
-    Make({"b"});
-    for (bool ignored : {false, true}) {
-        ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "a"),
-                                           [&] { FileLoop loop(here, nullptr, ignored); });
-        FileLoop loop;
-        EXPECT_THROW(loop.Start(here, "*", ignored), FileNotFoundError);
-        EXPECT_TRUE(loop->IsBrokenLink()) << "the loop stays on the entry";
-        ++loop;
-        EXPECT_THAT(Names(loop), ElementsAre("b"));
-        EXPECT_THROW(loop.WildcardStart(here, nullptr), FileNotFoundError);
-    }
-}
-
-TEST_F(FileLoopTest, AMissingDirectoryIsAnEmptyLoopWithoutAnEntryToLookAt) {
-    FileLoop const loop(MakeFileLocation((directory / "missing").c_str()), nullptr, false);
+TEST_F(FileLoopTest, IsEmptyUntilStart) {
+    Loop loop;
     EXPECT_FALSE(loop.HasItem());
-    ExpectExactly<FileLoop::InvalidIteratorPosition>([&] { *loop; });
-    ExpectExactly<FileLoop::InvalidIteratorPosition>([&] { loop->State(); });
-    ExpectExactly<FileLoop::InvalidIteratorPosition>([&] { *FileLoop(); });
+    EXPECT_TRUE(loop.Item().IsNothingThere());
+    EXPECT_FALSE((++loop).HasItem());
+    loop.SetLoopItem(false);
+    EXPECT_TRUE(loop.Item().Location().IsEmpty());
+    EXPECT_FALSE(std::is_copy_constructible_v<Loop> || std::is_copy_assignable_v<Loop>);
+    EXPECT_TRUE(std::has_virtual_destructor_v<Loop>);
 }
 
-TEST_F(FileLoopTest, TheEndIsNoEntryToLookAt) {
-    Make({"a"});
+TEST_F(FileLoopTest, ErrorsAreNoFileIOErrors) {
+    EXPECT_TRUE((std::is_base_of_v<DebuggableException, Loop::Error>));
+    EXPECT_TRUE((std::is_base_of_v<Loop::Error, Loop::InvalidIteratorPosition>));
+    EXPECT_FALSE((std::is_base_of_v<FileIOError, Loop::Error>));
+    EXPECT_STREQ(Loop::Error().what(), "N12UnixPlatform8FileLoop5ErrorE");
+}
+
+TEST_F(FileLoopTest, DeliversEntriesInTheOrderOfTheLocale) {
+    ASSERT_STREQ(std::setlocale(LC_COLLATE, nullptr), "C");
+    std::string const longest(255, 'y');
+    Make({"a", "B", "\xC3\xA4", "_", "10", "9", "aa", "a b", "...", "A", ".x", "..y", longest});
+    EXPECT_THAT(NamesOf(nullptr), ElementsAre("...", "..y", ".x", "10", "9", "A", "B", "_", "a",
+                                              "a b", "aa", longest, "\xC3\xA4"));
+    EXPECT_EQ(NamesOf("*"), NamesOf(nullptr));
+    EXPECT_THAT(NamesOf(".*"), ElementsAre("...", "..y", ".x")) << "never \".\" nor \"..\"";
+    EXPECT_THAT(NamesOf("."), IsEmpty());
+    EXPECT_THAT(NamesOf(".."), IsEmpty());
+}
+
+TEST_F(FileLoopTest, DeliversManyEntries) {
+    for (int i = 1000; i < 1300; ++i)
+        Make({std::to_string(i)});
+    Strings const names = NamesOf(nullptr);
+    ASSERT_EQ(names.size(), 300u);
+    for (int i = 0; i < 300; ++i)
+        EXPECT_EQ(names[i], std::to_string(1000 + i));
+}
+
+TEST_F(FileLoopTest, ItemsHaveTheLocationAndWhatIsThere) {
+    Make({"file"});
+    fs::create_directory(directory / "sub");
+    Loop loop(here, false, nullptr);
+    EXPECT_STREQ(loop.Item().Location().Text(), (directory / "file").c_str());
+    EXPECT_TRUE(loop.Item().IsRegularFile());
+    EXPECT_EQ(loop.Item().Target().st_size, 4);
+    ++loop;
+    EXPECT_TRUE(loop.Item().IsDirectory());
+    Loop const root(At("/"), true, "proc");
+    EXPECT_STREQ(root.Item().Location().Text(), "//proc");
+}
+
+TEST_F(FileLoopTest, WildcardSelectsWhatItMatches) {
+    Make({"a.txt", "b.txt", "c.TXT", "txt", "d.txt.bak"});
+    EXPECT_THAT(NamesOf("*.txt"), ElementsAre("a.txt", "b.txt"));
+    EXPECT_THAT(NamesOf("?.*"), ElementsAre("a.txt", "b.txt", "c.TXT", "d.txt.bak"));
+    EXPECT_THAT(NamesOf("txt"), ElementsAre("txt"));
+    EXPECT_THAT(NamesOf("*.doc"), IsEmpty());
+    EXPECT_THAT(NamesOf(""), IsEmpty()) << "a pattern too, which no name matches";
     FileLoop loop(here, nullptr, false);
-    EXPECT_NO_THROW(*loop);
-    ++loop;
-    ExpectExactly<FileLoop::InvalidIteratorPosition>([&] { *loop; });
+    EXPECT_EQ(Names(loop).size(), 5u);
+    loop.Start(here, "?xt", false);
+    EXPECT_THAT(Names(loop), ElementsAre("txt"));
+    loop.WildcardStart(here, "d*");
+    EXPECT_THAT(Names(loop), ElementsAre("d.txt.bak"));
 }
 
-TEST_F(FileLoopTest, TheCopyOfTheItemStaysAcrossAStepUntilTheNextLook) {
-    Make({"a", "b"});
-    FileLoop loop(here, nullptr, false);
-    FileItem const& item = *loop;
-    EXPECT_STREQ(item.Location().Text(), (directory / "a").c_str());
-    ++loop;
-    EXPECT_STREQ(item.Location().Text(), (directory / "a").c_str());
-    EXPECT_EQ(loop.operator->(), &item);
-    EXPECT_STREQ(item.Location().Text(), (directory / "b").c_str());
-    ++loop;
-    EXPECT_STREQ(item.Location().Text(), (directory / "b").c_str()) << "also behind the end";
-}
-
-TEST_F(FileLoopTest, ATypeStandsForItsExtension) {
+TEST_F(FileLoopTest, TypeStandsForItsExtension) {
     Make({"a.htm", "b.html", "c.txt", "d.HTM", "e.htm.txt", "XVeskaClientUI", "myXVeskaClientUI"});
     EXPECT_THAT(NamesOf(AdviceFileTypes::HTML()), ElementsAre("a.htm"));
     EXPECT_THAT(NamesOf(AdviceFileTypes::Text()), ElementsAre("c.txt", "e.htm.txt"));
-    EXPECT_THAT(NamesOf(AdviceFileTypes::Log()), ElementsAre());
+    EXPECT_THAT(NamesOf(AdviceFileTypes::Log()), IsEmpty());
+    // Deliberate: three types have the empty extension, and one has the name of a program.
+    for (TarvikFileType type :
+         {AdviceFileTypes::Site(), AdviceFileTypes::Preferences(), AdviceFileTypes::Profile()})
+        EXPECT_EQ(NamesOf(type).size(), 7u);
+    EXPECT_THAT(NamesOf(AdviceFileTypes::Miscellany()),
+                ElementsAre("XVeskaClientUI", "myXVeskaClientUI"));
     FileLoop loop;
     loop.Start(here, AdviceFileTypes::HTML());
     EXPECT_THAT(Names(loop), ElementsAre("a.htm"));
+    MakeBroken("f.txt");
+    EXPECT_EQ(NotFound("f.txt"), Thrown([&] { NamesOf(AdviceFileTypes::Text()); }));
 }
 
-// Deliberate: three kinds have the empty extension, and one has none at all.
-TEST_F(FileLoopTest, TypesWithoutAnExtensionStandForAllEntriesAndMiscellanyForAProgram) {
-    Make({"a", "b.txt", "myXVeskaClientUI"});
-    for (TarvikFileType type :
-         {AdviceFileTypes::Site(), AdviceFileTypes::Preferences(), AdviceFileTypes::Profile()})
-        EXPECT_THAT(NamesOf(type), ElementsAre("a", "b.txt", "myXVeskaClientUI"));
-    EXPECT_THAT(NamesOf(AdviceFileTypes::Miscellany()), ElementsAre("myXVeskaClientUI"));
+TEST_F(FileLoopTest, DirectoryThatCannotBeListedIsAnEmptyLoop) {
+    Make({"file"});
+    fs::create_directory(directory / "empty");
+    for (FileLocation const& where :
+         {Here("missing"), Here("file"), Here("file/below"), Here("empty"), FileLocation()}) {
+        Loop loop(where, false, nullptr);
+        EXPECT_FALSE(loop.HasItem()) << where.Text();
+        EXPECT_FALSE((++loop).HasItem());
+    }
+    PrivateMachine::Run([&] {
+        fs::permissions(directory.path(), fs::perms(0111));
+        PrivateMachine::DropPrivileges();
+        EXPECT_FALSE(Loop(here, false, nullptr).HasItem());
+    });
 }
 
-TEST_F(FileLoopTest, ATypeReportsBrokenLinksToo) {
-    fs::create_symlink("missing", directory / "a.txt");
-    EXPECT_THROW(NamesOf(AdviceFileTypes::Text()), FileNotFoundError);
+TEST_F(FileLoopTest, ReportsEntriesThatMayNotBeExamined) {
+    PrivateMachine::Run([&] {
+        Make({"a", "b"});
+        fs::permissions(directory.path(), fs::perms(0444));
+        PrivateMachine::DropPrivileges();
+        EXPECT_EQ("FilePermissionError EACCES" + On(directory / "a"),
+                  Thrown([&] { Loop(here, true, nullptr); }));
+        Loop loop;
+        EXPECT_THROW(loop.Start(here, true, nullptr), FilePermissionError);
+        EXPECT_EQ("FilePermissionError EACCES" + On(directory / "b"), Thrown([&] { ++loop; }));
+        EXPECT_FALSE((++loop).HasItem());
+    });
+}
+
+TEST_F(FileLoopTest, DeliversABrokenLinkIfToleratedAndReportsItOtherwise) {
+    Make({"a", "c"});
+    MakeBroken("b");
+    EXPECT_THAT(NamesOf(nullptr), ElementsAre("a", "b", "c"));
+    EXPECT_TRUE(Loop(here, true, "b").Item().IsBrokenLink());
+    Loop loop(here, false, nullptr);
+    EXPECT_EQ(NotFound("b"), Thrown([&] { ++loop; }));
+    EXPECT_EQ(NameOf(loop), "b") << "the loop stays on the entry";
+    EXPECT_TRUE(loop.Item().IsBrokenLink());
+    EXPECT_EQ(NameOf(++loop), "c");
+}
+
+// Deliberate: the last argument is ignored.
+TEST_F(FileLoopTest, PortableLoopReportsEveryBrokenLink) {
+    MakeBroken("a");
+    Make({"b"});
+    for (bool ignored : {false, true}) {
+        EXPECT_EQ(NotFound("a"), Thrown([&] { FileLoop(here, nullptr, ignored); }));
+        FileLoop loop;
+        EXPECT_EQ(NotFound("a"), Thrown([&] { loop.Start(here, "*", ignored); }));
+        EXPECT_TRUE(loop->IsBrokenLink()) << "the loop stays on the entry";
+        ++loop;
+        EXPECT_THAT(Names(loop), ElementsAre("b"));
+        EXPECT_EQ(NotFound("a"), Thrown([&] { loop.WildcardStart(here, nullptr); }));
+    }
+}
+
+TEST_F(FileLoopTest, FailedStartKeepsTheListButAFailedInitDoesNot) {
+    Make({"b"});
+    MakeBroken("a");
+    Loop loop;
+    EXPECT_EQ(NotFound("a"), Thrown([&] { loop.Start(here, false, nullptr); }));
+    EXPECT_EQ(NameOf(++loop), "b");
+    EXPECT_EQ(NotFound("a"), Thrown([&] { loop.init(here, false, nullptr); }));
+    EXPECT_FALSE(loop.HasItem());
+    loop.init(here, true, nullptr);
+    EXPECT_TRUE(loop.HasItem());
+}
+
+TEST_F(FileLoopTest, ListIsThatOfTheStart) {
+    Make({"a", "b", "d"});
+    Loop loop(here, true, nullptr);
+    fs::remove(directory / "b");
+    Make({"c"});
+    EXPECT_EQ(NotFound("b"), Thrown([&] { ++loop; }));
+    EXPECT_TRUE(loop.Item().IsNothingThere());
+    EXPECT_EQ(NameOf(++loop), "d") << "c came too late";
+    EXPECT_FALSE((++loop).HasItem());
+    EXPECT_FALSE((++loop).HasItem());
+    EXPECT_EQ(NameOf(loop), "d") << "the item stays that of the last entry";
+}
+
+TEST_F(FileLoopTest, NewStartReplacesTheList) {
+    Make({"a", "b"});
+    MakeEntry(directory / "z", "full directory");
+    Loop loop(here, false, nullptr);
+    loop.Start(Here("z"), false, nullptr);
+    EXPECT_THAT(Names(loop), ElementsAre("inside"));
+    loop.Start(here, false, "b");
+    EXPECT_THAT(Names(loop), ElementsAre("b"));
+    loop.Start(At("/missing"), false, nullptr);
+    EXPECT_FALSE(loop.HasItem());
+}
+
+TEST_F(FileLoopTest, ReleasesItsListAtItsEndOrInTheDestructor) {
+    Make({"a", "b", "c"});
+    // By name, as the list has to be; what deletes release is left out.
+    auto const freed = [counter = AllocationCounter()] {
+        return SystemCalls::Freed() - counter.Releases();
+    };
+    std::size_t const atFirst = freed();
+    {
+        Loop loop(here, false, nullptr);
+        ++loop;
+        ++loop;
+        EXPECT_EQ(freed() - atFirst, 1u) << "the array of the system's list";
+        ++loop;
+        EXPECT_EQ(freed() - atFirst, 5u) << "three entries and their array";
+    }
+    EXPECT_EQ(freed() - atFirst, 5u);
+    { Loop const loop(here, false, nullptr); }
+    EXPECT_EQ(freed() - atFirst, 10u) << "the destructor releases what is left";
+}
+
+TEST_F(FileLoopTest, SelectorChoosesTheEntries) {
+    Make({"a", "bb", "c"});
+    Loop loop(here, false, nullptr);
+    loop.DoScanDirectory(
+        [](dirent const* entry) {
+            return int{entry->d_name[1] == '\0' && entry->d_name[0] != '.'};
+        },
+        nullptr, false);
+    EXPECT_THAT(Names(loop), ElementsAre("a", "c"));
+    loop.BuildNameList([](dirent const*) { return 1; }, nullptr);
+    EXPECT_EQ("IllegalFileNameReserved", Thrown([&] { loop.SetLoopItem(false); }));
+    EXPECT_TRUE(loop.HasItem()) << "it stays on the entry";
+    EXPECT_EQ("IllegalFileNameReserved", Thrown([&] { ++loop; }));
+    EXPECT_EQ(NameOf(++loop), "a");
+}
+
+TEST_F(FileLoopTest, ShortPathsAreMadeWithoutAllocation) {
+    Make({"a", "b", "c-23-bytes-long-name..."});
+    Loop loop(here, false, nullptr);
+    EXPECT_EQ(AllocationsOf([&] { ++loop; }), 0u);
+    EXPECT_EQ(AllocationsOf([&] { ++loop; }), 0u);
+    EXPECT_EQ(NameOf(loop), "c-23-bytes-long-name...");
+}
+
+TEST_F(FileLoopTest, WithoutMemoryForTheListItThrowsAndIsEmpty) {
+    Make({"a", "b"});
+    Loop loop(here, false, nullptr);
+    SystemCalls::FailMalloc();
+    EXPECT_THROW(loop.Start(here, false, "a"), std::bad_alloc);
+    EXPECT_FALSE(loop.HasItem());
+    loop.Start(here, false, "a");
+    EXPECT_TRUE(loop.HasItem());
+}
+
+TEST_F(FileLoopTest, EndHasNoEntryToReturn) {
+    Make({"a"});
+    std::string const invalid = "UnixPlatform::FileLoop::InvalidIteratorPosition";
+    FileLoop loop(here, nullptr, false);
+    EXPECT_NO_THROW(*loop);
+    ++loop;
+    EXPECT_EQ(invalid, Thrown([&] { *loop; }));
+    EXPECT_EQ(invalid, Thrown([&] { loop->State(); }));
+    EXPECT_EQ(invalid, Thrown([] { *FileLoop(); }));
+}
+
+TEST_F(FileLoopTest, ReturnedItemStaysAcrossAStepUntilTheNextUse) {
+    Make({"a", "b"});
+    FileLoop loop(here, nullptr, false);
+    FileItem const& item = *loop;
+    ++loop;
+    EXPECT_EQ(Text(item.Location()), directory / "a");
+    EXPECT_EQ(loop.operator->(), &item);
+    EXPECT_EQ(Text(item.Location()), directory / "b");
+    ++loop;
+    EXPECT_EQ(Text(item.Location()), directory / "b") << "also behind the end";
 }
 
 } // namespace

@@ -1,171 +1,152 @@
 #include "files/FileOperations.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <functional>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/sysmacros.h>
-#include <unistd.h>
 
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/At.h"
-#include "tests/files/Entries.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/SmallFileSystem.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "files/unix/FileOperations.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using TwoLocations = void (*)(UnixPlatform::FileLocation const&, UnixPlatform::FileLocation const&);
 
-// Sets the umask for a scope.
-class Umask {
-public:
-    explicit Umask(mode_t mask) : before(umask(mask)) {}
-    ~Umask() { umask(before); }
-    Umask(Umask const&) = delete;
-    Umask& operator=(Umask const&) = delete;
-
-private:
-    mode_t const before;
-};
-
-// A directory on a disk of its own inside a private machine, open to everybody.
-void OnDisk(SmallFileSystemOptions const& options, std::function<void(SmallFileSystem&)> body) {
-    PrivateMachine::Run([&] {
-        SmallFileSystem disk("/opt/disk", options);
-        body(disk);
-    });
-}
-
-class FileOperationsTest : public testing::Test {
+class FileOperationsTest : public FileTest {
 protected:
-    FileLocation Here(std::string const& name) const { return At(directory / name); }
+    // What the operation throws, whose names are those of the entry; nothing else changes.
+    void ExpectRefused(std::string const& error, std::string const& name,
+                       std::function<void(FileLocation const&)> const& operation) {
+        Tree const before = Everything();
+        EXPECT_EQ(error + On(directory / name), Thrown([&] { operation(Here(name)); }));
+        EXPECT_EQ(Everything(), before);
+    }
 
-    TemporaryDirectory directory;
+    std::string const file = directory / "file";
+    FileLocation const none;
 };
 
-TEST_F(FileOperationsTest, AnEmptyLocationIsRefusedByAllButTwo) {
-    FileLocation const none;
-    MakeEntry(directory / "file", "file");
-    FileLocation const file = Here("file");
-    std::vector<std::function<void()>> const calls = {
-        [&] { CreateFile(none, {}); },
-        [&] { CreateDirectory(none, {}); },
-        [&] { CreateDirectoryForUserAppAccess(none); },
-        [&] { ForceDirectoryExistence(none, {}); },
-        [&] { DeleteFile(none); },
-        [&] { DeleteDirectory(none); },
-        [&] { ForceNonexistence(none); },
-        [&] { CopyFile(none, file); },
-        [&] { CopyFile(file, none); },
-        [&] { ForceCopyFile(none, file); },
-        [&] { ForceCopyFile(file, none); },
-        [&] { MoveFile(none, file); },
-        [&] { MoveFile(file, none); },
-        [&] { MoveFile(Here("missing"), none); },
-        [&] { ForceMoveFile(none, file); },
-        [&] { ForceMoveFile(file, none); },
-        [&] { SetFileReadOnly(none, true); },
-        [&] { SetFileReadOnly(none, false); },
-        [&] { none.IsReadOnly(); },
-    };
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        SCOPED_TRACE(i);
-        ExpectFileError<EmptyFileLocationError>(0, "", calls[i]);
-    }
+void MakeFileAt(FileLocation const& where) { CreateFile(where, {}); }
+void MakeDirectoryAt(FileLocation const& where) { CreateDirectory(where, {}); }
+void ForceDirectoryAt(FileLocation const& where) { ForceDirectoryExistence(where, {}); }
+
+constexpr void (*creations[])(FileLocation const&) = {MakeFileAt, MakeDirectoryAt,
+                                                      ForceDirectoryAt};
+
+TEST_F(FileOperationsTest, AllButTwoRefuseAnEmptyLocation) {
+    MakeEntry(file, "file");
+    FileLocation const there = At(file);
+    for (auto const& call : std::vector<std::function<void()>>{
+             [&] { CreateFile(none, {}); },
+             [&] { CreateDirectory(none, {}); },
+             [&] { CreateDirectoryForUserAppAccess(none); },
+             [&] { ForceDirectoryExistence(none, {}); },
+             [&] { DeleteFile(none); },
+             [&] { DeleteDirectory(none); },
+             [&] { ForceNonexistence(none); },
+             [&] { CopyFile(none, there); },
+             [&] { CopyFile(there, none); },
+             [&] { ForceCopyFile(none, there); },
+             [&] { ForceCopyFile(there, none); },
+             [&] { MoveFile(none, there); },
+             [&] { MoveFile(there, none); },
+             [&] { MoveFile(Here("missing"), none); },
+             [&] { ForceMoveFile(none, there); },
+             [&] { ForceMoveFile(there, none); },
+             [&] { SetFileReadOnly(none, true); },
+             [&] { SetFileReadOnly(none, false); },
+             [&] { none.IsReadOnly(); },
+         })
+        EXPECT_EQ("EmptyFileLocationError", Thrown(call));
     EXPECT_EQ(CalculateFreeSpace(none), -1);
     EXPECT_NO_THROW(ForceRemoveInvalidFiles(none, 1));
-    EXPECT_EQ(DescribeTree(directory.path()), (Tree{{"file", "file content"}}));
+    EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
 
-TEST_F(FileOperationsTest, ACreatedFileIsEmptyAndHasTheSystemsPermissions) {
-    for (auto [mask, mode] : {std::pair(0u, 0666u), {022u, 0644u}, {077u, 0600u}}) {
+TEST_F(FileOperationsTest, PlatformRefusesAnEmptyLocationInManyWays) {
+    MakeEntry(file, "file");
+    UnixPlatform::FileLocation const there = At(file);
+    UnixPlatform::FileLocation const missing = Here("x");
+    for (auto const& [expected, call] : std::vector<std::pair<std::string, std::function<void()>>>{
+             {"FileCreateFailed",
+              [&] {
+                  UnixPlatform::CreateFile(none, {});
+              }},
+             {"DirectoryCreateFailed",
+              [&] {
+                  UnixPlatform::CreateDirectory(none, {});
+              }},
+             {"EmptyFileLocationError",
+              [&] {
+                  UnixPlatform::ForceDirectoryExistence(none, {});
+              }},
+             {"FileNotFoundError",
+              [&] {
+                  UnixPlatform::DeleteFile(none);
+              }},
+             {"DirectoryNotFoundError",
+              [&] {
+                  UnixPlatform::DeleteDirectory(none);
+              }},
+             {"EmptyFileLocationError",
+              [&] {
+                  UnixPlatform::DeleteRecursive(none);
+              }},
+             {"EmptyFileLocationError",
+              [&] {
+                  UnixPlatform::DeleteContents(none);
+              }},
+             {"nothing",
+              [&] {
+                  UnixPlatform::SetFileReadOnly(none, true);
+              }},
+             {"nothing",
+              [&] {
+                  UnixPlatform::SetFileReadOnly(none, false);
+              }},
+             {"nothing",
+              [&] {
+                  UnixPlatform::ForceNonexistence(none);
+              }},
+             {"nothing", [&] {
+                  UnixPlatform::ForceRemoveInvalidFiles(none, 1);
+              }}})
+        EXPECT_EQ(expected, Thrown(call));
+    EXPECT_EQ(UnixPlatform::CalculateFreeSpace(none), -1);
+    for (TwoLocations copy : {UnixPlatform::CopyFile, UnixPlatform::ForceCopyFile}) {
+        EXPECT_EQ("FileNotFoundError", Thrown([&] { copy(none, missing); }));
+        EXPECT_EQ("FileNotFoundError ENOENT", Thrown([&] { copy(there, none); }));
+    }
+    for (TwoLocations move : {UnixPlatform::MoveFile, UnixPlatform::ForceMoveFile}) {
+        EXPECT_EQ("FileNotFoundError", Thrown([&] { move(none, missing); }));
+        EXPECT_EQ("FileNotFoundError", Thrown([&] { move(none, none); }));
+        EXPECT_EQ("FileNotFoundError" + On(directory / "x"), Thrown([&] { move(missing, none); }));
+        EXPECT_EQ("EmptyFileLocationError", Thrown([&] { move(there, none); }));
+    }
+    EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
+}
+
+TEST_F(FileOperationsTest, NewFileIsEmptyAndHasItsPermissions) {
+    for (auto [mask, mode] : {std::pair(0u, 0666u), {022u, 0644u}, {077u, 0600u}, {0777u, 0u}}) {
         Umask const umask(mask);
         std::string const name = "file" + std::to_string(mask);
-        CreateFile(Here(name), FileCreatingInfo());
+        CreateFile(Here(name), FileCreatingInfo{0666});
         EXPECT_EQ(DescribeEntry(directory / name), "file ");
-        EXPECT_EQ(ModeOf(directory / name), mode);
+        EXPECT_EQ(ModeOf(directory / name), mode) << "the umask alone decides";
     }
-}
-
-TEST_F(FileOperationsTest, OtherPermissionsOfAFileAreSetWhateverTheUmask) {
     Umask const umask(0777);
     for (mode_t const mode : {0u, 0400u, 0644u, 0667u, 0777u, 07777u}) {
-        std::string const name = "file" + std::to_string(mode);
+        std::string const name = "file of mode " + std::to_string(mode);
         CreateFile(Here(name), FileCreatingInfo{mode});
-        EXPECT_EQ(ModeOf(directory / name), mode);
+        EXPECT_EQ(ModeOf(directory / name), mode) << "whatever the umask";
     }
-    // Deliberate: these are not set at all.
-    CreateFile(Here("default"), FileCreatingInfo{0666});
-    EXPECT_EQ(ModeOf(directory / "default"), 0u);
+    SystemCalls calls;
+    calls.Fail("chmod", EPERM);
+    EXPECT_EQ("FilePermissionError EPERM" + On(file),
+              Thrown([&] { CreateFile(At(file), FileCreatingInfo{0600}); }));
+    EXPECT_EQ(DescribeEntry(file), "file ") << "the file stays";
 }
 
-TEST_F(FileOperationsTest, NothingIsCreatedWhereAnythingStands) {
-    for (std::string const& kind : everyKind) {
-        SCOPED_TRACE(kind);
-        MakeEntry(directory / kind, kind);
-        Tree const before = DescribeTree(directory.path());
-        ExpectFileError<FileFoundError>(0, On(directory / kind),
-                                        [&] { CreateFile(Here(kind), FileCreatingInfo{0600}); });
-        ExpectFileError<DirectoryFoundError>(
-            0, On(directory / kind), [&] { CreateDirectory(Here(kind), DirectoryCreatingInfo()); });
-        ExpectFileError<DirectoryFoundError>(0, On(directory / kind),
-                                             [&] { CreateDirectoryForUserAppAccess(Here(kind)); });
-        EXPECT_EQ(DescribeTree(directory.path()), before);
-    }
-}
-
-TEST_F(FileOperationsTest, ACreationThatTheSystemRefusesTellsWhy) {
-    MakeEntry(directory / "file", "file");
-    std::string const tooLong = directory / std::string(256, 'x');
-    std::vector<std::function<void(FileLocation const&)>> const creations = {
-        [](FileLocation const& where) { CreateFile(where, {}); },
-        [](FileLocation const& where) { CreateDirectory(where, {}); },
-        [](FileLocation const& where) { ForceDirectoryExistence(where, {}); },
-    };
-    for (auto const& create : creations) {
-        ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "a/b"),
-                                           [&] { create(Here("a/b")); });
-        ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(directory / "file/b"),
-                                                [&] { create(Here("file/b")); });
-        ExpectFileError<DirectoryNotFoundError>(ENAMETOOLONG, On(tooLong),
-                                                [&] { create(At(tooLong)); });
-    }
-    EXPECT_EQ(DescribeTree(directory.path()).size(), 1u);
-}
-
-// The class for a full disk is for those alone that write.
-TEST_F(FileOperationsTest, NothingCanBeCreatedOnAFullOrReadOnlyDiskNorWithoutRights) {
-    OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
-        std::string const there = disk / "x";
-        auto const expect = [&]<class Error>(Error const&, int code) {
-            ExpectFileError<Error>(code, On(there), [&] { CreateFile(At(there), {}); });
-            ExpectFileError<Error>(code, On(there), [&] { CreateDirectory(At(there), {}); });
-            ExpectFileError<Error>(code, On(there),
-                                   [&] { ForceDirectoryExistence(At(there), {}); });
-        };
-        expect(FileIOError(0), ENOSPC);
-        disk.MakeReadOnly();
-        expect(FileIOError(0), EROFS);
-        disk.MakeWritable();
-        fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
-        expect(FilePermissionError(0), EACCES);
-    });
-}
-
-TEST_F(FileOperationsTest, ADirectoryIsCreatedWithItsPermissionsLessTheUmask) {
+TEST_F(FileOperationsTest, NewDirectoryHasItsPermissionsLessTheUmask) {
     for (auto [mask, wanted, mode] :
          {std::tuple(0u, 0777u, 0777u), {022u, 0777u, 0755u}, {077u, 0750u, 0700u}, {0u, 0u, 0u}}) {
         Umask const umask(mask);
@@ -181,111 +162,105 @@ TEST_F(FileOperationsTest, ADirectoryIsCreatedWithItsPermissionsLessTheUmask) {
     EXPECT_EQ(DescribeEntry(directory / "app"), "directory");
 }
 
-TEST_F(FileOperationsTest, ADirectoryThatExistsIsForcedByLeavingItAsItIs) {
-    for (std::string const kind : {"directory", "full directory", "link to directory"}) {
-        MakeEntry(directory / kind, kind);
-        Tree const before = DescribeTree(directory.path());
+TEST_F(FileOperationsTest, CreationRefusesWhateverIsThere) {
+    ForEach(everyKind, [&](std::string const& kind) {
+        ExpectRefused("FileFoundError", kind, MakeFileAt);
+        ExpectRefused("DirectoryFoundError", kind, MakeDirectoryAt);
+        ExpectRefused("DirectoryFoundError", kind, CreateDirectoryForUserAppAccess);
+        if (!fs::is_directory(directory / kind)) {
+            ExpectRefused("FileFoundError", kind, ForceDirectoryAt);
+            return;
+        }
+        Tree const before = Everything();
         mode_t const mode = ModeOf(directory / kind);
         EXPECT_NO_THROW(ForceDirectoryExistence(Here(kind), DirectoryCreatingInfo{0}));
         EXPECT_EQ(ModeOf(directory / kind), mode);
-        EXPECT_EQ(DescribeTree(directory.path()), before);
-    }
-}
-
-TEST_F(FileOperationsTest, ADirectoryIsNotForcedOverAnythingElse) {
-    for (std::string const kind :
-         {"file", "link to file", "link to socket", "broken link", "fifo", "socket"}) {
-        MakeEntry(directory / kind, kind);
-        Tree const before = DescribeTree(directory.path());
-        ExpectFileError<FileFoundError>(0, On(directory / kind),
-                                        [&] { ForceDirectoryExistence(Here(kind), {}); });
-        EXPECT_EQ(DescribeTree(directory.path()), before);
-    }
-}
-
-TEST_F(FileOperationsTest, DeleteFileRemovesEveryEntryButADirectory) {
-    for (std::string const& kind : everyKind) {
-        SCOPED_TRACE(kind);
-        MakeEntry(directory / kind, kind);
-        Tree expected = DescribeTree(directory.path());
-        if (kind == "directory" || kind == "full directory") {
-            ExpectFileError<FileIOError>(EISDIR, On(directory / kind),
-                                         [&] { DeleteFile(Here(kind)); });
-        } else {
-            DeleteFile(Here(kind));
-            expected.erase(kind);
-        }
-        EXPECT_EQ(DescribeTree(directory.path()), expected) << "the target of a link stays";
-    }
-}
-
-TEST_F(FileOperationsTest, DeleteFileTellsWhatTheSystemRefuses) {
-    MakeEntry(directory / "file", "file");
-    ExpectFileError<FileNotFoundError>(ENOENT, On(directory / "x"), [&] { DeleteFile(Here("x")); });
-    ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(directory / "file/x"),
-                                            [&] { DeleteFile(Here("file/x")); });
-    OnDisk({}, [](SmallFileSystem& disk) {
-        MakeEntry(disk / "file", "file");
-        MakeEntry(disk / "directory", "directory");
-        disk.MakeReadOnly();
-        ExpectFileError<FileIOError>(EROFS, On(disk / "file"),
-                                     [&] { DeleteFile(At(disk / "file")); });
-        ExpectFileError<FileIOError>(EROFS, On(disk / "directory"),
-                                     [&] { DeleteDirectory(At(disk / "directory")); });
-        disk.MakeWritable();
-        fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
-        ExpectFileError<FilePermissionError>(EACCES, On(disk / "file"),
-                                             [&] { DeleteFile(At(disk / "file")); });
-        ExpectFileError<FilePermissionError>(EACCES, On(disk / "directory"),
-                                             [&] { DeleteDirectory(At(disk / "directory")); });
+        EXPECT_EQ(Everything(), before);
     });
 }
 
-TEST_F(FileOperationsTest, DeleteDirectoryRemovesAnEmptyDirectoryAlone) {
-    for (std::string const& kind : everyKind) {
-        SCOPED_TRACE(kind);
-        MakeEntry(directory / kind, kind);
-        Tree expected = DescribeTree(directory.path());
-        std::string const on = On(directory / kind);
-        auto const remove = [&] {
-            DeleteDirectory(Here(kind));
-        };
-        if (kind == "directory")
-            remove(), expected.erase(kind);
-        else if (kind == "full directory")
-            ExpectFileError<FileIOError>(ENOTEMPTY, on, remove);
-        else if (kind == "link to directory") // Left to the system's refusal.
-            ExpectFileError<DirectoryNotFoundError>(ENOTDIR, on, remove);
-        else
-            ExpectFileError<DirectoryNotFoundError>(0, on, remove);
-        EXPECT_EQ(DescribeTree(directory.path()), expected);
+// The class for a full disk is for those alone that write.
+TEST_F(FileOperationsTest, CreationThatTheSystemRefusesHasItsReason) {
+    MakeEntry(file, "file");
+    for (auto const& create : creations) {
+        ExpectRefused("FileNotFoundError ENOENT", "a/b", create);
+        ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/b", create);
+        ExpectRefused("DirectoryNotFoundError ENAMETOOLONG", std::string(256, 'x'), create);
     }
-    ExpectFileError<DirectoryNotFoundError>(0, On(directory / "missing"),
-                                            [&] { DeleteDirectory(Here("missing")); });
+    OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
+        auto const expect = [&](std::string const& error) {
+            for (auto const& create : creations)
+                EXPECT_EQ(error + On(disk / "x"), Thrown([&] { create(At(disk / "x")); }));
+        };
+        expect("FileIOError ENOSPC");
+        disk.MakeReadOnly();
+        expect("FileIOError EROFS");
+        disk.MakeWritable();
+        fs::permissions(disk.path(), fs::perms(0555));
+        PrivateMachine::DropPrivileges();
+        expect("FilePermissionError EACCES");
+    });
 }
 
-// Deliberate: what is neither a regular file nor a directory stays, without an error.
-TEST_F(FileOperationsTest, ForceNonexistenceRemovesRegularFilesAndEmptyDirectories) {
-    for (std::string const& kind : everyKind) {
-        SCOPED_TRACE(kind);
-        MakeEntry(directory / kind, kind);
-        Tree expected = DescribeTree(directory.path());
-        std::string const on = On(directory / kind);
-        auto const force = [&] {
-            ForceNonexistence(Here(kind));
-        };
-        if (kind == "full directory") {
-            ExpectFileError<FileIOError>(ENOTEMPTY, on, force);
-        } else if (kind == "link to directory") {
-            ExpectFileError<DirectoryNotFoundError>(ENOTDIR, on, force);
-        } else {
-            force();
-            if (kind == "file" || kind == "link to file" || kind == "directory")
-                expected.erase(kind);
-        }
-        EXPECT_EQ(DescribeTree(directory.path()), expected);
+// Another process is quicker, between the test and the act.
+TEST_F(FileOperationsTest, ChangeMeanwhileIsLeftToTheSystem) {
+    SystemCalls calls;
+    for (auto const& create : {MakeDirectoryAt, ForceDirectoryAt}) {
+        calls.Before("mkdir", [&] { fs::create_directory(file); });
+        EXPECT_EQ("FileIOError EEXIST" + On(file), Thrown([&] { create(At(file)); }));
+        fs::remove(file);
     }
+    for (std::string const kind : {"directory", "file"}) {
+        MakeEntry(file, kind);
+        calls.Before(kind == "file" ? "unlink" : "rmdir", [&] { fs::remove(file); });
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(file),
+                  Thrown([&] { ForceNonexistence(At(file)); }));
+    }
+    // Deliberate: a rename is refused silently for this reason too.
+    MakeEntry(file, "file");
+    calls.Before("rename", [&] { fs::remove(file); });
+    EXPECT_NO_THROW(MoveFile(At(file), Here("to")));
+    EXPECT_EQ(Everything(), Tree());
+}
+
+// Deliberate: ForceNonexistence leaves what is neither a regular file nor a directory.
+TEST_F(FileOperationsTest, EachDeletionRemovesItsKinds) {
+    std::string const removed = "removed";
+    std::string const notEmpty = "FileIOError ENOTEMPTY";
+    std::string const noDirectory = "DirectoryNotFoundError";
+    std::string const linkIsNone = "DirectoryNotFoundError ENOTDIR"; // By the system.
+    struct Case {
+        std::string kind, deleteFile, deleteDirectory, forceNonexistence;
+    };
+    for (Case const& entry :
+         std::vector<Case>{{"file", removed, noDirectory, removed},
+                           {"directory", "FileIOError EISDIR", removed, removed},
+                           {"full directory", "FileIOError EISDIR", notEmpty, notEmpty},
+                           {"link to file", removed, noDirectory, removed},
+                           {"link to directory", removed, linkIsNone, linkIsNone},
+                           {"link to socket", removed, noDirectory, "nothing"},
+                           {"broken link", removed, noDirectory, "nothing"},
+                           {"fifo", removed, noDirectory, "nothing"},
+                           {"socket", removed, noDirectory, "nothing"}})
+        for (auto const& [remove, expected] :
+             std::vector<std::pair<void (*)(FileLocation const&), std::string>>{
+                 {DeleteFile, entry.deleteFile},
+                 {DeleteDirectory, entry.deleteDirectory},
+                 {ForceNonexistence, entry.forceNonexistence}}) {
+            SCOPED_TRACE(entry.kind);
+            std::string const path = directory / entry.kind;
+            MakeEntry(path, entry.kind);
+            Tree tree = Everything();
+            bool const isQuiet = expected == removed || expected == "nothing";
+            EXPECT_EQ(isQuiet ? "nothing" : expected + On(path),
+                      Thrown([&run = remove, &path] { run(At(path)); }));
+            if (expected == removed)
+                tree.erase(entry.kind);
+            EXPECT_EQ(Everything(), tree) << "the target of a link stays";
+            Clear();
+        }
+    ExpectRefused(noDirectory, "missing", DeleteDirectory);
+    ExpectRefused("FileNotFoundError ENOENT", "missing", DeleteFile);
     EXPECT_NO_THROW(ForceNonexistence(Here("missing")));
 }
 
@@ -293,7 +268,7 @@ TEST_F(FileOperationsTest, ForceNonexistenceLeavesADevice) {
     OnDisk({}, [](SmallFileSystem& disk) {
         std::string const device = disk / "device";
         if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-            GTEST_SKIP() << "a user namespace knows no new devices";
+            GTEST_SKIP() << "a user namespace cannot make devices";
         EXPECT_NO_THROW(ForceNonexistence(At(device)));
         EXPECT_EQ(DescribeEntry(device), "other");
         DeleteFile(At(device));
@@ -301,135 +276,27 @@ TEST_F(FileOperationsTest, ForceNonexistenceLeavesADevice) {
     });
 }
 
-TEST_F(FileOperationsTest, ReadOnlyTakesTheWriteBitsAndNoOther) {
-    Umask const umask(077);
-    MakeEntry(directory / "file", "file");
-    for (mode_t mode = 0; mode <= 07777; ++mode) {
-        fs::permissions(directory / "file", fs::perms(mode));
-        SetFileReadOnly(Here("file"), true);
-        ASSERT_EQ(ModeOf(directory / "file"), mode & ~0222u);
-    }
-}
-
-// Deliberate: the umask is taken from all of the mode.
-TEST_F(FileOperationsTest, WritableGivesTheWriteBitsAndThenTakesTheUmask) {
-    MakeEntry(directory / "file", "file");
-    for (mode_t const mask : {0u, 022u, 027u, 077u, 0222u, 0777u}) {
-        Umask const scope(mask);
-        for (mode_t mode = 0; mode <= 07777; mode += 3) {
-            fs::permissions(directory / "file", fs::perms(mode));
-            SetFileReadOnly(Here("file"), false);
-            ASSERT_EQ(ModeOf(directory / "file"), (mode | 0222u) & ~mask);
-        }
-        EXPECT_EQ(umask(mask), mask) << "the umask is as before";
-    }
-}
-
-TEST_F(FileOperationsTest, ReadOnlyFollowsALinkAndTakesADirectory) {
-    for (std::string const kind : {"link to file", "link to directory"}) {
-        MakeEntry(directory / kind, kind);
-        fs::permissions(directory / (kind + "-target"), fs::perms(0777));
-        SetFileReadOnly(Here(kind), true);
-        EXPECT_EQ(ModeOf(directory / (kind + "-target")), 0555u);
-    }
-    MakeEntry(directory / "broken", "broken link");
-    for (std::string const name : {"broken", "missing"})
-        for (bool const readOnly : {false, true})
-            ExpectFileError<FileNotFoundError>(ENOENT, On(directory / name),
-                                               [&] { SetFileReadOnly(Here(name), readOnly); });
-}
-
-TEST_F(FileOperationsTest, WhoMayNotChangeTheModeIsTold) {
+TEST_F(FileOperationsTest, DeletionThatTheSystemRefusesHasItsReason) {
+    MakeEntry(file, "file");
+    ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/x", DeleteFile);
+    ExpectMapped(
+        "unlink", [&] { DeleteFile(At(file)); },
+        [&](int error) { ThrowFileError(At(file), error); });
     OnDisk({}, [](SmallFileSystem& disk) {
-        std::string const file = disk / "file";
-        MakeEntry(file, "file");
+        MakeEntry(disk / "file", "file");
+        MakeEntry(disk / "directory", "directory");
+        auto const expect = [&](std::string const& error) {
+            EXPECT_EQ(error + On(disk / "file"), Thrown([&] { DeleteFile(At(disk / "file")); }));
+            EXPECT_EQ(error + On(disk / "directory"),
+                      Thrown([&] { DeleteDirectory(At(disk / "directory")); }));
+        };
         disk.MakeReadOnly();
-        ExpectFileError<FileIOError>(EROFS, On(file), [&] { SetFileReadOnly(At(file), true); });
+        expect("FileIOError EROFS");
         disk.MakeWritable();
+        fs::permissions(disk.path(), fs::perms(0555));
         PrivateMachine::DropPrivileges();
-        struct stat stats = {};
-        ASSERT_EQ(stat(file.c_str(), &stats), 0);
-        if (stats.st_uid == getuid())
-            GTEST_SKIP() << "the machine knows no second user";
-        ExpectFileError<FilePermissionError>(EPERM, On(file),
-                                             [&] { SetFileReadOnly(At(file), true); });
+        expect("FilePermissionError EACCES");
     });
-}
-
-TEST_F(FileOperationsTest, IsReadOnlyAsksWhetherThisProcessMayWrite) {
-    OnDisk({}, [](SmallFileSystem& disk) {
-        std::string const file = disk / "file";
-        MakeEntry(file, "link to file");
-        fs::permissions(file, fs::perms(0444));
-        EXPECT_FALSE(At(file).IsReadOnly()) << "the superuser may";
-        disk.MakeReadOnly();
-        EXPECT_TRUE(At(file).IsReadOnly());
-        EXPECT_TRUE(At(disk.path()).IsReadOnly());
-        disk.MakeWritable();
-        PrivateMachine::DropPrivileges();
-        EXPECT_TRUE(At(file).IsReadOnly());
-        EXPECT_FALSE(At("/dev/null").IsReadOnly());
-    });
-}
-
-TEST_F(FileOperationsTest, IsReadOnlyOfWhatIsNotThereIsAnError) {
-    MakeEntry(directory / "file", "file");
-    MakeEntry(directory / "broken", "broken link");
-    for (std::string const name : {"missing", "broken"})
-        ExpectFileError<FileNotFoundError>(ENOENT, On(directory / name),
-                                           [&] { Here(name).IsReadOnly(); });
-    ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(directory / "file/x"),
-                                            [&] { Here("file/x").IsReadOnly(); });
-}
-
-TEST_F(FileOperationsTest, FreeSpaceIsThatOfTheDiskInBytes) {
-    OnDisk({.bytes = 1024 * 1024}, [](SmallFileSystem& disk) {
-        EXPECT_EQ(CalculateFreeSpace(At(disk.path())), 1024 * 1024);
-        WriteWholeFile(disk / "file", std::string(10'000, 'x'));
-        EXPECT_EQ(CalculateFreeSpace(At(disk / "file")), 1024 * 1024 - 3 * 4096);
-        disk.FillUp();
-        EXPECT_EQ(CalculateFreeSpace(At(disk.path())), 0);
-    });
-}
-
-// Others may write to that disk meanwhile, so the figure is that of one of two looks around it.
-TEST_F(FileOperationsTest, FreeSpaceCountsTheSuperusersBlocksToo) {
-    for (int i = 0; i < 1000; ++i) {
-        struct statvfs before = {};
-        struct statvfs after = {};
-        ASSERT_EQ(statvfs("/", &before), 0);
-        long long const free = CalculateFreeSpace(At("/"));
-        ASSERT_EQ(statvfs("/", &after), 0);
-        if (before.f_bfree == after.f_bfree) {
-            EXPECT_EQ(free, static_cast<long long>(before.f_bfree * before.f_frsize));
-            return;
-        }
-    }
-    FAIL() << "the disk is never still";
-}
-
-TEST_F(FileOperationsTest, FreeSpaceThatCannotBeToldIsMinusOne) {
-    MakeEntry(directory / "broken", "broken link");
-    EXPECT_EQ(CalculateFreeSpace(Here("missing")), -1);
-    EXPECT_EQ(CalculateFreeSpace(Here("broken")), -1);
-    // More than a signed number of 64 bits holds.
-    OnDisk({.bytes = std::size_t{3} << 62},
-           [](SmallFileSystem& disk) { EXPECT_EQ(CalculateFreeSpace(At(disk.path())), -1); });
-    OnDisk({.bytes = std::size_t{1} << 62}, [](SmallFileSystem& disk) {
-        EXPECT_EQ(CalculateFreeSpace(At(disk.path())), 1LL << 62);
-    });
-}
-
-TEST_F(FileOperationsTest, ForceRemoveInvalidFilesDoesNothing) {
-    for (std::string const& kind : everyKind)
-        MakeEntry(directory / kind, kind);
-    Tree const before = DescribeTree(directory.path());
-    for (unsigned int const kinds : {0u, 1u, ~0u}) {
-        ForceRemoveInvalidFiles(At(directory.path()), kinds);
-        ForceRemoveInvalidFiles(Here("file"), kinds);
-        ForceRemoveInvalidFiles(Here("missing"), kinds);
-    }
-    EXPECT_EQ(DescribeTree(directory.path()), before);
 }
 
 } // namespace

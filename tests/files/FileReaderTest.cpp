@@ -1,134 +1,243 @@
 #include "files/FileReader.h"
 
-#include <cerrno>
-#include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "data/Buffer.h"
 #include "data/ReadReader.h"
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
 #include "files/FileReadingPath.h"
 #include "files/FileWritingPath.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace {
 
-using testing::ElementsAre;
-
-class FileReaderTest : public testing::Test {
+class FileReaderTest : public OpenFileTest {
 protected:
-    FileReaderTest() { WriteWholeFile(name, "0123456789"); }
+    FileReaderTest() {
+        path.OpenExisting(file);
+        reader.Start(path, 0);
+    }
 
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
-    FileLocation const file = MakeFileLocation(name.c_str());
-    unsigned char bytes[32] = {};
+    // Binds the reader to a file whose length is unknown.
+    void OpenStatus(unsigned long long position) {
+        status.OpenExisting(At("/proc/self/status"));
+        reader.Start(status, position);
+    }
+
+    // What a transfer to a range and one to a buffer throw.
+    void ExpectBothThrow(std::string const& expected) {
+        Buffer buffer(Data(bytes, 20));
+        EXPECT_EQ(expected, Thrown([&] { reader >> buffer; }));
+        EXPECT_EQ(buffer.position, buffer.start);
+        EXPECT_EQ(expected, Thrown([&] { reader >> Data(bytes, 4); }));
+    }
+
+    FileReadingPath path;
+    FileReadingPath status;
+    UnixPlatform::FileReader reader;
+    unsigned char bytes[64] = {};
 };
 
 TEST_F(FileReaderTest, IsASourceForThePipelines) {
-    FileReadingPath const path(file);
-    FileReader reader(path, 3);
-    EXPECT_EQ(ReadReader(reader), "3456789");
-    EXPECT_TRUE(reader.Finished());
-}
-
-TEST_F(FileReaderTest, FinishedAndUnfinishedAreOpposites) {
-    FileReadingPath const path(file);
-    FileReader reader(path, 9);
-    DataReader const& source = reader;
-    EXPECT_FALSE(source.Finished());
-    EXPECT_TRUE(source.Unfinished());
-    reader.Start(path, 10);
+    FileReader source(path, 3);
+    EXPECT_EQ(ReadReader(source), "3456789");
     EXPECT_TRUE(source.Finished());
-    EXPECT_FALSE(source.Unfinished());
-    WriteWholeFile(name, "0123456789a");
-    EXPECT_FALSE(source.Finished()) << "the file has grown";
-}
-
-TEST_F(FileReaderTest, UnfinishedIsTheNegationOfTheVirtualFinished) {
-    struct Endless : FileReader {
-        bool Finished() const override { return false; }
-    } reader;
-    EXPECT_TRUE(reader.Unfinished());
-}
-
-TEST_F(FileReaderTest, BothTransfersYieldTheReader) {
-    FileReadingPath const path(file);
-    FileReader reader(path, 0);
+    source.Start(path, 0);
     Buffer buffer(Data(bytes, 4));
-    EXPECT_EQ(&(reader >> buffer), &reader);
+    EXPECT_EQ(&(source >> buffer), &source);
     EXPECT_EQ(buffer.Written(), ConstData("0123"));
-    EXPECT_EQ(&(reader >> Data(bytes, 3)), &reader);
+    EXPECT_EQ(&(source >> Data(bytes, 3)), &source);
     EXPECT_EQ(ConstData(bytes, 3), ConstData("456"));
-    EXPECT_EQ(reader.Position(), 7u);
-}
-
-// Deliberate: a file has an error of its own for what other readers call NoMoreData.
-TEST_F(FileReaderTest, ARangeThatIsNotFilledIsAnEndOfFileErrorAfterOneRead) {
-    FileReadingPath const path(file);
-    FileReader reader(path, 6);
-    SystemCalls calls;
-    ExpectFileError<EndOfFileError>(90, On(name),
-                                    [&] { static_cast<DataReader&>(reader) >> Data(bytes, 10); });
-    EXPECT_THAT(calls.Log(), ElementsAre("seek 6 SET", "read 10"));
-    EXPECT_EQ(ConstData(bytes, 4), ConstData("6789"));
-    EXPECT_EQ(reader.Position(), 10u);
-}
-
-TEST_F(FileReaderTest, ABufferGetsNothingAtTheEnd) {
-    FileReadingPath const path(file);
-    FileReader reader(path, 10);
-    Buffer buffer(Data(bytes, 4));
-    reader >> buffer;
-    EXPECT_EQ(buffer.Written().Length(), 0u);
-}
-
-TEST_F(FileReaderTest, ReadsAWritingPath) {
-    FileWritingPath const path(file);
-    FileReader reader(path, 8);
-    EXPECT_EQ(ReadReader(reader), "89");
-}
-
-TEST_F(FileReaderTest, NeedsAnOpenPath) {
-    FileReadingPath path;
-    ExpectFileError<FileNotOpenError>(0, "", [&] { FileReader reader(path, 0); });
-    FileReader reader;
-    ExpectFileError<FileNotOpenError>(0, "", [&] { reader.Start(path, 0); });
-    FileWritingPath closed;
-    ExpectFileError<FileNotOpenError>(0, "", [&] { FileReader other(closed, 0); });
-}
-
-TEST_F(FileReaderTest, TwoReadersOnOnePathKeepTheirPositions) {
-    FileReadingPath const path(file);
-    FileReader first(path, 0);
-    FileReader second(path, 5);
-    first >> Data(bytes, 2);
-    second >> Data(bytes + 2, 2);
-    first >> Data(bytes + 4, 2);
-    EXPECT_EQ(ConstData(bytes, 6), ConstData("015623"));
-}
-
-TEST_F(FileReaderTest, AFileOfUnknownLengthIsReadToItsEnd) {
-    std::string const status = "/proc/version";
-    FileReadingPath const path(MakeFileLocation(status.c_str()));
-    FileReader reader(path, 0);
-    std::string const text = ReadReader(reader);
-    EXPECT_EQ(text, ReadWholeFile(status));
-    EXPECT_EQ(text.substr(0, 5), "Linux");
-}
-
-TEST_F(FileReaderTest, OverridesStandInTheSlotsOfADataReader) {
+    EXPECT_EQ(source.Position(), 7u);
     EXPECT_EQ(SlotOf(&FileReader::Finished), 2u);
     EXPECT_EQ(SlotOf<DataReader& (FileReader::*)(Buffer&)>(&FileReader::operator>>), 4u);
     EXPECT_EQ(SlotOf<DataReader& (FileReader::*)(Data)>(&FileReader::operator>>), 5u);
+}
+
+TEST_F(FileReaderTest, UnfinishedIsTheNegationOfTheVirtualFinished) {
+    FileReader source(path, 10);
+    EXPECT_TRUE(source.Finished());
+    EXPECT_FALSE(source.Unfinished());
+    struct Endless : FileReader {
+        bool Finished() const override { return false; }
+    } endless;
+    EXPECT_TRUE(endless.Unfinished());
+}
+
+TEST_F(FileReaderTest, NeedsAnOpenPath) {
+    FileReadingPath const closed;
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader(closed, 0); }));
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader().Start(closed, 0); }));
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader(FileWritingPath(), 0); }));
+    path.Close();
+    EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { reader.Start(path, 0); }));
+}
+
+TEST_F(FileReaderTest, StartKeepsPositionAndLength) {
+    reader.Start(path, 3);
+    EXPECT_EQ(reader.Position(), 3u);
+    EXPECT_EQ(reader.LengthAtStart(), 10u);
+    WriteWholeFile(name, "012345678901");
+    EXPECT_EQ(reader.LengthAtStart(), 10u);
+}
+
+TEST_F(FileReaderTest, IsFinishedAtTheLengthThatTheFileHasNow) {
+    reader.SetPosition(9);
+    SystemCalls calls;
+    EXPECT_TRUE(reader.Unfinished());
+    EXPECT_EQ(calls.Count("read"), 0u) << "nothing is read where the length is known";
+    for (unsigned long long const position : {10, 11, 1000}) {
+        reader.SetPosition(position);
+        EXPECT_FALSE(reader.Unfinished());
+        fs::resize_file(name, position + 1);
+        EXPECT_TRUE(reader.Unfinished()) << "the file has grown";
+        fs::resize_file(name, 3);
+        EXPECT_FALSE(reader.Unfinished()) << "the file has shrunk";
+    }
+}
+
+TEST_F(FileReaderTest, FillsARangeWithOneReadAtItsPosition) {
+    reader.Start(path, 2);
+    UnixPlatform::FileReader other;
+    other.Start(path, 7);
+    other >> Data(bytes + 6, 2); // Another stream moves the file's position.
+    SystemCalls calls;
+    reader >> Data(bytes, 4) >> Data(bytes + 4, 2);
+    EXPECT_EQ(calls.Count("read 4") + calls.Count("read 2"), calls.Count("read"));
+    EXPECT_EQ(ConstData(bytes, 8), ConstData("23456778"));
+    EXPECT_EQ(reader.Position(), 8u);
+}
+
+TEST_F(FileReaderTest, LeavesAnEmptyTargetAlone) {
+    Buffer full(Data(bytes, 4));
+    full.position = full.end;
+    SystemCalls calls;
+    reader >> Data() >> Data(bytes, 0);
+    reader >> full;
+    EXPECT_THAT(calls.Log(), IsEmpty());
+    EXPECT_EQ(reader.Position(), 0u);
+}
+
+// Deliberate: a file has an error of its own for what other readers call NoMoreData, and a short
+// read is taken for the end of the file.
+TEST_F(FileReaderTest, RangeThatOneReadDoesNotFillIsAnEndOfFileError) {
+    SystemCalls calls;
+    calls.Limit("read", 3);
+    EXPECT_EQ("EndOfFileError EMSGSIZE" + on, Thrown([&] { reader >> Data(bytes, 8); }));
+    EXPECT_EQ(ConstData(bytes, 4), ConstData("012\0", 4));
+    EXPECT_EQ(reader.Position(), 3u);
+    EXPECT_EQ("EndOfFileError EMSGSIZE" + on, Thrown([&] { reader >> Data(bytes, 10); }));
+    EXPECT_EQ(ConstData(bytes, 8), ConstData("3456789\0", 8));
+    EXPECT_EQ(reader.Position(), 10u);
+    EXPECT_EQ(calls.Count("read"), 2u);
+    FileWritingPath const writing(file);
+    FileReader source(writing, 8);
+    EXPECT_EQ("EndOfFileError EMSGSIZE", Thrown([&] { source >> Data(bytes, 4); }))
+        << "a writing path has no name";
+    EXPECT_EQ(ConstData(bytes, 2), ConstData("89"));
+}
+
+TEST_F(FileReaderTest, FillsTheRoomOfABufferAsFarAsOneReadDoes) {
+    Buffer buffer(Data(bytes, 8));
+    buffer.position += 3;
+    SystemCalls calls;
+    calls.Limit("read", 4);
+    reader >> buffer;
+    EXPECT_EQ(ConstData(bytes, 8), ConstData("\0\0\0"
+                                             "0123\0",
+                                             8));
+    reader >> buffer;
+    EXPECT_TRUE(buffer.IsFull());
+    EXPECT_EQ(reader.Position(), 5u);
+    EXPECT_EQ(calls.Count("read 5") + calls.Count("read 1"), 2u);
+}
+
+TEST_F(FileReaderTest, BufferGetsNothingAtTheEndAndBeyond) {
+    Buffer buffer(Data(bytes, 20));
+    for (unsigned long long position : {10ULL, 11ULL, 1ULL << 40}) {
+        reader.Start(path, position);
+        EXPECT_NO_THROW(reader >> buffer);
+        EXPECT_EQ(buffer.Written().Length(), 0u);
+        EXPECT_EQ(reader.Position(), position);
+    }
+    // Deliberate: a known length is believed though a read returns nothing.
+    reader.Start(path, 0);
+    SystemCalls calls;
+    calls.Limit("read", 0);
+    reader >> buffer;
+    EXPECT_EQ(buffer.position, buffer.start);
+    EXPECT_TRUE(reader.Unfinished());
+}
+
+TEST_F(FileReaderTest, FailureKeepsThePositionAndGoesToTheReadersMapper) {
+    for (std::string const call : {"seek", "read"})
+        for (int error = 1; error <= EHWPOISON; ++error) {
+            SystemCalls calls;
+            calls.FailFromThenOn(call, error);
+            ExpectBothThrow(Thrown([&] { reader.ThrowError(file, error); }));
+        }
+    EXPECT_EQ(reader.Position(), 0u);
+    reader.SetPosition(~0ULL);
+    ExpectBothThrow("FileSeekError EINVAL" + on);
+    EXPECT_EQ(reader.Position(), ~0ULL);
+    FileReadingPath const here(At(directory.path()));
+    reader.Start(here, 0);
+    ExpectBothThrow("FileIOError EISDIR" + On(directory.path()));
+}
+
+TEST_F(FileReaderTest, ProbesAnUnknownLengthByAByteThatIsNotDelivered) {
+    OpenStatus(0);
+    EXPECT_EQ(reader.LengthAtStart(), UnixPlatform::FileReadingPath::unknownLength);
+    SystemCalls calls;
+    EXPECT_TRUE(reader.Unfinished());
+    EXPECT_TRUE(reader.Unfinished());
+    EXPECT_EQ(calls.Count("read"), 1u) << "the byte is there already";
+    reader >> Data(bytes, 5);
+    EXPECT_EQ(ConstData(bytes, 5), ConstData("Name:"));
+    EXPECT_TRUE(reader.Unfinished());
+    EXPECT_EQ(calls.Count("read"), 3u) << "the next byte is another";
+    reader.Start(status, 1 << 20);
+    EXPECT_FALSE(reader.Unfinished()) << "the byte is forgotten";
+}
+
+TEST_F(FileReaderTest, ReadsAFileOfUnknownLengthToItsEnd) {
+    FileReadingPath const version(At("/proc/version"));
+    FileReader source(version, 0);
+    EXPECT_EQ(ReadReader(source), ReadWholeFile("/proc/version"));
+}
+
+TEST_F(FileReaderTest, EndOfAnUnknownLengthIsFinalUntilStart) {
+    OpenStatus(1 << 20);
+    EXPECT_FALSE(reader.Unfinished());
+    SystemCalls calls;
+    EXPECT_FALSE(reader.Unfinished());
+    EXPECT_THAT(calls.Log(), IsEmpty()) << "the system is not asked again";
+    reader.SetPosition(0); // Deliberate: the position is all that this sets.
+    EXPECT_FALSE(reader.Unfinished());
+    reader.Start(status, 0);
+    EXPECT_TRUE(reader.Unfinished());
+}
+
+TEST_F(FileReaderTest, FailedProbeIsTheEndAndNoFailure) {
+    for (std::string const call : {"seek", "read"}) {
+        OpenStatus(0);
+        SystemCalls calls;
+        calls.Fail(call, EIO);
+        EXPECT_FALSE(reader.Unfinished());
+        EXPECT_EQ(calls.Count("read"), call == "read" ? 1u : 0u);
+    }
+}
+
+TEST_F(FileReaderTest, AllocatesNothing) {
+    EXPECT_EQ(AllocationsOf([&] {
+                  reader.Start(path, 0);
+                  while (reader.Unfinished()) {
+                      Buffer buffer(Data(bytes, 3));
+                      reader >> buffer;
+                  }
+                  reader.Start(path, 0);
+                  reader >> Data(bytes, 10);
+              }),
+              0u);
+    EXPECT_EQ(ConstData(bytes, 10), ConstData("0123456789"));
 }
 
 } // namespace

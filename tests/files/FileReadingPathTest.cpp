@@ -1,59 +1,220 @@
 #include "files/FileReadingPath.h"
 
-#include <cerrno>
-#include <string>
+#include <type_traits>
 
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace {
 
-// What an open file does is tested with its platform form; here is what this level adds.
-class FileReadingPathTest : public testing::Test {
-protected:
-    FileReadingPathTest() { WriteWholeFile(name, "hello"); }
+constexpr unsigned long long unknownLength = 0xFFFF'FFFF'FFFF'FFFF;
 
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
-    FileLocation const file = MakeFileLocation(name.c_str());
+// Shows the fields.
+class ReadingPath : public FileReadingPath {
+public:
+    using FileReadingPath::descriptor;
+    using FileReadingPath::FileReadingPath;
+    using FileReadingPath::lengthUnknown;
+    using FileReadingPath::location;
 };
 
-TEST_F(FileReadingPathTest, AddsNoField) {
+class FileReadingPathTest : public OpenFileTest {
+protected:
+    FileLocation const missing = Here("missing");
+    std::string const notFound = "FileNotFoundError ENOENT" + On(directory / "missing");
+};
+
+TEST_F(FileReadingPathTest, HasNothingOpenAtFirst) {
+    ReadingPath const path;
+    EXPECT_EQ(path.descriptor, -1);
+    EXPECT_FALSE(path.lengthUnknown);
+    EXPECT_STREQ(path.location.Text(), "");
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { path.Length(); }));
+}
+
+TEST_F(FileReadingPathTest, IsNotCopiedAndAddsNoField) {
+    EXPECT_FALSE(std::is_copy_constructible_v<UnixPlatform::FileReadingPath>);
+    EXPECT_FALSE(std::is_copy_assignable_v<UnixPlatform::FileReadingPath>);
     EXPECT_EQ(sizeof(FileReadingPath), sizeof(UnixPlatform::FileReadingPath));
 }
 
-TEST_F(FileReadingPathTest, TheConstructorOpens) {
-    FileReadingPath const path(file);
-    EXPECT_EQ(path.Length(), 5u);
-    EXPECT_EQ(DescriptorsOn(name).size(), 1u);
+// The first two slots are the destructor's.
+TEST_F(FileReadingPathTest, OnlyOpeningStandsBehindTheDestructor) {
+    using UnixPlatform::FileReadingPath;
+    EXPECT_EQ(SlotOf(&FileReadingPath::OpenExisting), 2u);
+    EXPECT_EQ(SlotOf(&FileReadingPath::Length), notVirtual);
+    EXPECT_EQ(SlotOf(&FileReadingPath::Close), notVirtual);
+    EXPECT_EQ(SlotOf(&FileReadingPath::ThrowError), notVirtual);
 }
 
-TEST_F(FileReadingPathTest, OpensALocationOfEitherLevel) {
-    FileReadingPath path;
-    path.OpenExisting(file);
-    EXPECT_EQ(path.Length(), 5u);
-    path.Close();
+TEST_F(FileReadingPathTest, OpensForReadingOnlyAndClosesOnExec) {
+    ReadingPath path;
+    SystemCalls calls;
     path.OpenExisting(static_cast<UnixPlatform::FileLocation const&>(file));
-    EXPECT_EQ(path.Length(), 5u);
+    EXPECT_THAT(calls.Log(), ElementsAre("open RDONLY", "setfd 1"));
+    EXPECT_EQ(DescriptorsOn(name), std::set<int>{path.descriptor});
+    EXPECT_EQ(OpenFlagsOf(path.descriptor) & O_ACCMODE, O_RDONLY);
+    EXPECT_TRUE(IsClosedOnExec(path.descriptor));
+    EXPECT_STREQ(path.location.Text(), name.c_str());
+    calls.Fail("setfd", EPERM); // The result is ignored.
+    EXPECT_EQ(FileReadingPath(file).Length(), 10u);
 }
 
-TEST_F(FileReadingPathTest, FailuresNameTheFile) {
-    FileLocation const missing = MakeFileLocation((directory / "missing").c_str());
-    ExpectFileError<FileNotFoundError>(ENOENT, On(missing.Text()),
-                                       [&] { FileReadingPath path(missing); });
+TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndLeavesNothingOpen) {
+    ReadingPath path;
+    EXPECT_EQ(notFound, Thrown([&] { path.OpenExisting(missing); }));
+    EXPECT_EQ(notFound, Thrown([&] { FileReadingPath{missing}; }));
+    EXPECT_EQ(path.descriptor, -1);
+    EXPECT_STREQ(path.location.Text(), missing.Text());
+    EXPECT_EQ("FileNotFoundError ENOENT", Thrown([] { FileReadingPath{FileLocation()}; }));
+    EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(name + "/below"),
+              Thrown([&] { FileReadingPath{file.Relative("below")}; }));
+    ExpectMapped(
+        "open", [&] { FileReadingPath{file}; }, [&](int error) { path.ThrowError(file, error); });
+}
+
+TEST_F(FileReadingPathTest, FileOutOfReachIsAPermissionError) {
+    PrivateMachine::Run([&] {
+        chmod(directory.path().c_str(), 0755);
+        chmod(name.c_str(), 0);
+        PrivateMachine::DropPrivileges();
+        EXPECT_EQ("FilePermissionError EACCES" + on, Thrown([&] { FileReadingPath{file}; }));
+    });
+}
+
+TEST_F(FileReadingPathTest, RefusesTheKernelsLogInAnyCase) {
+    for (char const* text : {"/proc/kmsg", "/PROC/KMSG", "/Proc/kMsg", "/proc/kmsg/"}) {
+        ReadingPath path;
+        SystemCalls calls;
+        FileLocation const where = At(text);
+        EXPECT_EQ("FileIOError" + On(where.Text()), Thrown([&] { path.OpenExisting(where); }));
+        EXPECT_EQ("FileIOError" + On(where.Text()), Thrown([&] { FileReadingPath{where}; }));
+        EXPECT_THAT(calls.Log(), IsEmpty());
+        EXPECT_EQ(path.descriptor, -1);
+        EXPECT_STREQ(path.location.Text(), where.Text());
+        path.OpenExisting(file);
+        EXPECT_THROW(path.OpenExisting(where), FileIOError);
+        EXPECT_EQ(path.Length(), 10u) << "what is open stays open";
+    }
+    for (std::string const text :
+         {"//proc/kmsg", "/proc/./kmsg", "/proc/kmsg2", "/proc/kms", "proc/kmsg"}) {
+        SystemCalls calls;
+        calls.Fail("open", EIO); // So that the real one is not opened either.
+        EXPECT_EQ("FileIOError EIO" + On(text), Thrown([&] { FileReadingPath{At(text)}; }));
+    }
+}
+
+// Deliberate: see the contract.
+TEST_F(FileReadingPathTest, SecondOpenLosesTheFirstDescriptor) {
+    for (bool const fails : {false, true}) {
+        ReadingPath path(file);
+        int const first = path.descriptor;
+        EXPECT_EQ(fails ? notFound : "nothing",
+                  Thrown([&] { path.OpenExisting(fails ? missing : file); }));
+        EXPECT_NE(path.descriptor, first);
+        EXPECT_EQ(path.descriptor == -1, fails);
+        EXPECT_TRUE(DescriptorsOn(name).contains(first));
+        path.Close();
+        EXPECT_EQ(DescriptorsOn(name), std::set<int>{first});
+        close(first);
+    }
+}
+
+TEST_F(FileReadingPathTest, LengthIsThatOfNowAndKeepsThePosition) {
+    ReadingPath const path(file);
+    lseek(path.descriptor, 3, SEEK_SET);
+    EXPECT_EQ(path.Length(), 10u);
+    for (unsigned long long const length : {12ULL, 1ULL, 1ULL << 33}) {
+        fs::resize_file(name, length);
+        EXPECT_EQ(path.Length(), length);
+    }
+    EXPECT_EQ(lseek(path.descriptor, 0, SEEK_CUR), 3);
+}
+
+TEST_F(FileReadingPathTest, LengthOfAClosedPathNamesTheLastLocation) {
     FileReadingPath path(file);
     path.Close();
-    ExpectFileError<FileNotOpenError>(0, On(name), [&] { path.Length(); });
+    SystemCalls calls;
+    EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { path.Length(); }));
+    EXPECT_THAT(calls.Log(), IsEmpty());
 }
 
-TEST_F(FileReadingPathTest, TheKernelsLogIsRefused) {
-    ExpectFileError<FileIOError>(0, On("/proc/kmsg"),
-                                 [&] { FileReadingPath path(MakeFileLocation("/proc/kmsg")); });
+TEST_F(FileReadingPathTest, FileThatRefusesToSeekToItsEndHasAnUnknownLength) {
+    static_assert(UnixPlatform::FileReadingPath::unknownLength == unknownLength);
+    ReadingPath path(At("/proc/self/status"));
+    lseek(path.descriptor, 7, SEEK_SET);
+    EXPECT_EQ(path.Length(), unknownLength);
+    EXPECT_TRUE(path.lengthUnknown);
+    EXPECT_EQ(lseek(path.descriptor, 0, SEEK_CUR), 7);
+    SystemCalls calls;
+    EXPECT_EQ(path.Length(), unknownLength);
+    EXPECT_THAT(calls.Log(), IsEmpty()) << "it stays unknown";
+    path.Close();
+    EXPECT_EQ(path.Length(), unknownLength) << "also with nothing open";
+    path.OpenExisting(file);
+    EXPECT_EQ(path.Length(), unknownLength) << "also with another file";
+}
+
+TEST_F(FileReadingPathTest, NothingElseMakesALengthUnknown) {
+    SystemCalls calls;
+    EXPECT_EQ(FileReadingPath(file).Length(), 10u);
+    Strings seeks;
+    for (std::string const& call : calls.Log())
+        if (call.starts_with("seek"))
+            seeks.push_back(call);
+    for (std::size_t seek = 0; seek < seeks.size(); ++seek)
+        for (int error = 1; error <= EHWPOISON; ++error) {
+            ReadingPath const path(file);
+            bool const isUnknown = error == EINVAL && seeks[seek].ends_with("END");
+            calls.Fail("seek", error, seek);
+            EXPECT_EQ(isUnknown ? "nothing" : Thrown([&] { path.ThrowError(file, error); }),
+                      Thrown([&] { path.Length(); }));
+            EXPECT_EQ(isUnknown, path.lengthUnknown) << seeks[seek] << ' ' << error;
+        }
+}
+
+TEST_F(FileReadingPathTest, PipeHasNoLength) {
+    MakeEntry(directory / "pipe", "fifo");
+    int const other = open((directory / "pipe").c_str(), O_RDWR);
+    EXPECT_EQ("FileIOError ESPIPE" + On(directory / "pipe"),
+              Thrown([&] { FileReadingPath(Here("pipe")).Length(); }));
+    close(other);
+}
+
+TEST_F(FileReadingPathTest, ClosesOnce) {
+    ReadingPath path(file);
+    path.Close();
+    EXPECT_EQ(path.descriptor, -1);
+    EXPECT_THAT(DescriptorsOn(name), IsEmpty());
+    SystemCalls calls;
+    path.Close();
+    EXPECT_THAT(calls.Log(), IsEmpty());
+}
+
+TEST_F(FileReadingPathTest, FailedCloseIsReportedAndTheDescriptorIsGone) {
+    ReadingPath path(file);
+    close(path.descriptor);
+    EXPECT_EQ("FileIOError EBADF" + on, Thrown([&] { path.Close(); }));
+    EXPECT_EQ(path.descriptor, -1);
+    ExpectMapped(
+        "close",
+        [&] {
+            path.OpenExisting(file);
+            path.Close();
+        },
+        [&](int error) { path.ThrowError(file, error); });
+    EXPECT_EQ(path.descriptor, -1);
+}
+
+TEST_F(FileReadingPathTest, DestructorClosesAndSwallowsAFailure) {
+    { FileReadingPath const path(file); }
+    EXPECT_THAT(DescriptorsOn(name), IsEmpty());
+    SystemCalls calls;
+    { FileReadingPath const path; }
+    EXPECT_THAT(calls.Log(), IsEmpty()) << "nothing is open";
+    calls.Fail("close", EIO);
+    EXPECT_NO_THROW(FileReadingPath{file});
+    EXPECT_EQ(1u, calls.Count("close"));
 }
 
 } // namespace

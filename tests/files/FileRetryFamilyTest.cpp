@@ -1,151 +1,115 @@
-#include <cerrno>
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
-
-#include "files/FileErrors.h"
 #include "files/FileItem.h"
-#include "files/FileLocation.h"
 #include "files/FileOperations.h"
-#include "files/FileRetry.h"
 #include "files/FileWritingPath.h"
-#include "tests/files/Entries.h"
-#include "tests/files/ExpectFileError.h"
+#include "tests/files/FileTest.h"
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/RecordingRetryLog.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-
-class FileRetryFamilyTest : public testing::Test {
+class FileRetryFamilyTest : public FileTest {
 protected:
-    FileLocation Here(std::string const& name) const {
-        return MakeFileLocation((directory / name).c_str());
+    void ExpectCalm() {
+        EXPECT_THAT(log.entries, IsEmpty());
+        EXPECT_THAT(sleeps.Calls(), IsEmpty());
     }
 
-    FileLocation const somewhere = MakeFileLocation("/some/where");
+    FileLocation const somewhere = At("/some/where");
     RecordingLog log;
     RecordedSleeps sleeps;
-    TemporaryDirectory directory;
 };
 
-// One row of the family: a call that fails for good, and what the log and the caller get.
-struct Row {
-    std::string operation;
+// An operation with retries, and whether it has a second location.
+struct RetriedOperation {
+    std::string name;
     bool hasSecond;
-    std::function<void(FileLocation const&, FileLocation const&, FileRetryLog const&)> call;
+    std::function<void(FileLocation const&, FileLocation const&, FileRetryLog const&)> run;
 };
 
-std::vector<Row> const family = {
-    {"CreateFile", false,
-     [](auto& a, auto&, auto& log) {
-         CreateFileWithRetry(a, {}, log);
-     }},
-    {"CreateDirectory", false,
-     [](auto& a, auto&, auto& log) {
-         CreateDirectoryWithRetry(a, {}, log);
-     }},
-    {"ForceDirectoryExistenceWithInfo", false,
-     [](auto& a, auto&, auto& log) {
-         ForceDirectoryExistenceWithInfoWithRetry(a, {}, log);
-     }},
-    {"ForceDirectoryExistence", false,
-     [](auto& a, auto&, auto& log) {
-         ForceDirectoryExistenceWithRetry(a, log);
-     }},
-    {"CopyFile", true,
-     [](auto& a, auto& b, auto& log) {
-         CopyFileWithRetry(a, b, log);
-     }},
-    {"ForceCopyFile", true,
-     [](auto& a, auto& b, auto& log) {
-         ForceCopyFileWithRetry(a, b, log);
-     }},
-    {"MoveFile", true,
-     [](auto& a, auto& b, auto& log) {
-         MoveFileWithRetry(a, b, log);
-     }},
-    {"ForceMoveFile", true,
-     [](auto& a, auto& b, auto& log) {
-         ForceMoveFileWithRetry(a, b, log);
-     }},
-    {"DeleteFile", false,
-     [](auto& a, auto&, auto& log) {
-         DeleteFileWithRetry(a, log);
-     }},
-    {"DeleteDirectory", false,
-     [](auto& a, auto&, auto& log) {
-         DeleteDirectoryWithRetry(a, log);
-     }},
-    {"ForceNonexistence", false,
-     [](auto& a, auto&, auto& log) {
-         ForceNonexistenceWithRetry(a, log);
-     }},
+template <class Operation>
+RetriedOperation OnOne(std::string const& name, Operation operation) {
+    return {name, false, [operation](auto& a, auto&, auto& log) {
+                operation(a, log);
+            }};
+}
+
+template <class Operation>
+RetriedOperation OnTwo(std::string const& name, Operation operation) {
+    return {name, true, [operation](auto& a, auto& b, auto& log) {
+                operation(a, b, log);
+            }};
+}
+
+template <class Info>
+RetriedOperation WithInfo(std::string const& name,
+                          void (*operation)(FileLocation const&, Info const&,
+                                            FileRetryLog const&)) {
+    return {name, false, [operation](auto& a, auto&, auto& log) {
+                operation(a, Info(), log);
+            }};
+}
+
+std::vector<RetriedOperation> const family = {
+    WithInfo("CreateFile", CreateFileWithRetry),
+    WithInfo("CreateDirectory", CreateDirectoryWithRetry),
+    WithInfo("ForceDirectoryExistenceWithInfo", ForceDirectoryExistenceWithInfoWithRetry),
+    OnOne("ForceDirectoryExistence", ForceDirectoryExistenceWithRetry),
+    OnTwo("CopyFile", CopyFileWithRetry),
+    OnTwo("ForceCopyFile", ForceCopyFileWithRetry),
+    OnTwo("MoveFile", MoveFileWithRetry),
+    OnTwo("ForceMoveFile", ForceMoveFileWithRetry),
+    OnOne("DeleteFile", DeleteFileWithRetry),
+    OnOne("DeleteDirectory", DeleteDirectoryWithRetry),
+    OnOne("ForceNonexistence", ForceNonexistenceWithRetry),
 };
 
 // A full directory is refused by every operation as its first location, or a file is.
-TEST_F(FileRetryFamilyTest, EachOfTheFamilyTriesEightTimesAndTellsTheLogItsName) {
+TEST_F(FileRetryFamilyTest, EachOperationIsTriedEightTimesAndLoggedByItsName) {
     FileLocation const first = Here("first");
     FileLocation const second = Here("second");
-    for (Row const& row : family) {
-        SCOPED_TRACE(row.operation);
-        bool const forcesDirectory = row.operation.starts_with("ForceDirectoryExistence");
+    for (RetriedOperation const& operation : family) {
+        SCOPED_TRACE(operation.name);
+        bool const forcesDirectory = operation.name.starts_with("ForceDirectoryExistence");
         MakeEntry(first.Text(), forcesDirectory ? "file" : "full directory");
         MakeEntry(second.Text(), "file");
-        Tree const before = DescribeTree(directory.path());
+        Tree const before = Everything();
+        EXPECT_THROW(operation.run(first, second, log), FileIOError);
+        EXPECT_THAT(log.entries,
+                    ElementsAre("failure " + operation.name + ' ' + first.Text() + ' ' +
+                                (operation.hasSecond ? second.Text() : "-") + " 8"));
+        EXPECT_EQ(log.lastFirst, &first);
+        EXPECT_EQ(log.lastSecond, operation.hasSecond ? &second : nullptr);
+        EXPECT_EQ(sleeps.Calls(), allPauses);
+        EXPECT_EQ(Everything(), before);
+        Clear();
         log.entries.clear();
         sleeps.Clear();
-        EXPECT_THROW(row.call(first, second, log), FileIOError);
-        EXPECT_THAT(log.entries, ElementsAre("failure " + row.operation + ' ' + first.Text() + ' ' +
-                                             (row.hasSecond ? second.Text() : "-") + " 8"));
-        EXPECT_EQ(log.lastFirst, &first);
-        EXPECT_EQ(log.lastSecond, row.hasSecond ? &second : nullptr);
-        EXPECT_THAT(sleeps.Calls(), ElementsAreArray(allPauses));
-        EXPECT_EQ(DescribeTree(directory.path()), before);
-        std::filesystem::remove_all(first.Text());
-        std::filesystem::remove(second.Text());
     }
 }
 
-TEST_F(FileRetryFamilyTest, NoneOfTheFamilyTriesAnEmptyLocationTwice) {
+TEST_F(FileRetryFamilyTest, NoOperationTriesAnEmptyLocationTwice) {
     MakeEntry(directory / "file", "file");
-    FileLocation const file = Here("file");
-    for (Row const& row : family) {
-        SCOPED_TRACE(row.operation);
-        EXPECT_THROW(row.call(FileLocation(), file, log), EmptyFileLocationError);
-        if (row.hasSecond) {
-            EXPECT_THROW(row.call(file, FileLocation(), log), EmptyFileLocationError);
+    for (RetriedOperation const& operation : family) {
+        EXPECT_THROW(operation.run(FileLocation(), Here("file"), log), EmptyFileLocationError);
+        if (operation.hasSecond) {
+            EXPECT_THROW(operation.run(Here("file"), FileLocation(), log), EmptyFileLocationError);
         }
     }
-    EXPECT_THAT(log.entries, IsEmpty());
-    EXPECT_THAT(sleeps.Calls(), IsEmpty());
+    ExpectCalm();
 }
 
-TEST_F(FileRetryFamilyTest, EachOfTheFamilyDoesItsWorkAtOnce) {
-    mode_t const before = umask(02);
+TEST_F(FileRetryFamilyTest, EachOperationDoesItsWorkAtOnce) {
+    Umask const umask(02);
     CreateFileWithRetry(Here("a"), FileCreatingInfo{0600}, log);
     CreateDirectoryWithRetry(Here("b"), DirectoryCreatingInfo{0700}, log);
     ForceDirectoryExistenceWithInfoWithRetry(Here("c"), DirectoryCreatingInfo{0710}, log);
     ForceDirectoryExistenceWithRetry(Here("d"), log);
-    umask(before);
-    EXPECT_EQ(DescribeTree(directory.path()),
+    EXPECT_EQ(Everything(),
               (Tree{{"a", "file "}, {"b", "directory"}, {"c", "directory"}, {"d", "directory"}}));
     EXPECT_EQ(ModeOf(directory / "a"), 0600u);
     EXPECT_EQ(ModeOf(directory / "b"), 0700u);
     EXPECT_EQ(ModeOf(directory / "c"), 0710u);
     EXPECT_EQ(ModeOf(directory / "d"), 0775u) << "0777 less the umask";
-
     WriteWholeFile(directory / "a", "content");
     CopyFileWithRetry(Here("a"), Here("e"), log);
     ForceCopyFileWithRetry(Here("a"), Here("b"), log);
@@ -154,77 +118,58 @@ TEST_F(FileRetryFamilyTest, EachOfTheFamilyDoesItsWorkAtOnce) {
     DeleteFileWithRetry(Here("a"), log);
     DeleteDirectoryWithRetry(Here("c"), log);
     ForceNonexistenceWithRetry(Here("d"), log);
-    EXPECT_EQ(DescribeTree(directory.path()), (Tree{{"f", "file content"}}));
-    EXPECT_THAT(log.entries, IsEmpty());
-    EXPECT_THAT(sleeps.Calls(), IsEmpty());
-}
-
-TEST_F(FileRetryFamilyTest, WhatGetsBetterInTheMeantimeSucceeds) {
-    MakeEntry(directory / "file", "file");
-    SystemCalls calls;
-    calls.Fail("unlink", EBUSY);
-    calls.Fail("unlink", EBUSY);
-    DeleteFileWithRetry(Here("file"), log);
-    EXPECT_THAT(log.entries, ElementsAre("success DeleteFile " + directory / "file" + " - 3"));
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(Pauses(2)));
+    EXPECT_EQ(Everything(), (Tree{{"f", "file content"}}));
+    ExpectCalm();
 }
 
 // Deliberate: a refused rename looks like a success.
-TEST_F(FileRetryFamilyTest, ARefusedRenameIsNotTriedAgain) {
+TEST_F(FileRetryFamilyTest, RefusedRenameIsNotTriedAgain) {
     MakeEntry(directory / "file", "file");
     SystemCalls calls;
     for (auto* const move : {MoveFileWithRetry, ForceMoveFileWithRetry})
         EXPECT_NO_THROW(move(Here("file"), Here("missing/to"), log));
     EXPECT_EQ(calls.Count("rename"), 2u);
-    EXPECT_EQ(DescribeEntry(directory / "file"), "file content");
-    EXPECT_THAT(log.entries, IsEmpty());
-    EXPECT_THAT(sleeps.Calls(), IsEmpty());
+    EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
+    ExpectCalm();
 }
 
-TEST_F(FileRetryFamilyTest, AFlushIsTriedEightTimesAndTellsTheLogTheLocationItWasGiven) {
+TEST_F(FileRetryFamilyTest, FlushIsTriedEightTimesAndLoggedWithTheLocation) {
     MakeEntry(directory / "file", "file");
     FileWritingPath const path(Here("file"));
     SystemCalls calls;
     path.FlushOnBrokenFilesystemsWithRetry(somewhere, log);
     EXPECT_THAT(calls.Log(), ElementsAre("fsync"));
-    EXPECT_THAT(log.entries, IsEmpty());
-
-    for (int i = 0; i < 8; ++i)
-        calls.Fail("fsync", EIO);
-    ExpectFileError<FileIOError>(EIO, "",
-                                 [&] { path.FlushOnBrokenFilesystemsWithRetry(somewhere, log); });
+    ExpectCalm();
+    calls.FailFromThenOn("fsync", EIO);
+    EXPECT_EQ("FileIOError EIO",
+              Thrown([&] { path.FlushOnBrokenFilesystemsWithRetry(somewhere, log); }));
     EXPECT_EQ(calls.Count("fsync"), 9u);
     EXPECT_THAT(log.entries, ElementsAre("failure FlushOnBrokenFilesystems /some/where - 8"));
     EXPECT_EQ(log.lastFirst, &somewhere);
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(allPauses));
+    EXPECT_EQ(sleeps.Calls(), allPauses);
+    SystemCalls::Pause const pause;
+    EXPECT_EQ("FileIOError EBADF", Thrown([&] {
+                  FileWritingPath().FlushOnBrokenFilesystemsWithRetry(FileLocation(), log);
+              }));
+    EXPECT_EQ(log.entries.back(), "failure FlushOnBrokenFilesystems  - 8");
 }
 
-TEST_F(FileRetryFamilyTest, AFlushOfAClosedPathFailsInTheEnd) {
-    FileWritingPath const path;
-    ExpectFileError<FileIOError>(
-        EBADF, "", [&] { path.FlushOnBrokenFilesystemsWithRetry(FileLocation(), log); });
-    EXPECT_THAT(log.entries, ElementsAre("failure FlushOnBrokenFilesystems  - 8"));
-}
-
-TEST_F(FileRetryFamilyTest, AnItemWithoutInformationIsTriedEightTimes) {
-    FileItem item;
-    ExpectFileError<InvalidStats>(
-        0, "", [&] { item.SetModificationTimeWithRetry(Instant(1'000'000), log); });
+TEST_F(FileRetryFamilyTest, TimeOfAnItemIsLoggedWithACopyOfItsLocation) {
+    FileItem nothing;
+    EXPECT_EQ("InvalidStats",
+              Thrown([&] { nothing.SetModificationTimeWithRetry(Instant(1'000'000), log); }));
     EXPECT_THAT(log.entries, ElementsAre("failure SetModificationTime  - 8"));
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(allPauses));
-}
-
-TEST_F(FileRetryFamilyTest, TheTimeOfAnItemIsSetAndTheLogGetsACopyOfItsLocation) {
+    EXPECT_EQ(sleeps.Calls(), allPauses);
+    sleeps.Clear();
     MakeEntry(directory / "file", "file");
     FileItem item(Here("file"));
     SystemCalls calls;
     calls.Fail("utimes", EACCES);
     calls.Fail("utimes", EPERM);
     item.SetModificationTimeWithRetry(Instant(1'000'000'000), log);
-    EXPECT_THAT(log.entries,
-                ElementsAre("success SetModificationTime " + directory / "file" + " - 3"));
+    EXPECT_EQ(log.entries.back(), "success SetModificationTime " + directory / "file" + " - 3");
     EXPECT_NE(log.lastFirst, &item.Location());
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(Pauses(2)));
+    EXPECT_EQ(sleeps.Calls(), Pauses(2));
     EXPECT_EQ(FileItem(Here("file")).ModificationTime(), Instant(1'000'000'000));
 }
 

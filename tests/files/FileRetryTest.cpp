@@ -1,28 +1,17 @@
 #include "files/FileRetry.h"
 
-#include <functional>
 #include <new>
-#include <string>
 #include <type_traits>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
 #include "files/FileName.h"
-#include "tests/files/ExpectFileError.h"
+#include "tests/files/FileTest.h"
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/RecordingRetryLog.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-
-// The operation under retries: does for each attempt, counted from 1, what the test wants.
+// The operation under retries: runs the test's function with the number of the attempt.
 std::function<void(int)> attempt;
 int attempts = 0;
 FileLocation const* givenFirst = nullptr;
@@ -43,215 +32,167 @@ void ScriptedWithTwo(FileLocation const& from, FileLocation const& to) {
     Scripted(from);
 }
 
-class FileRetryTest : public testing::Test {
-protected:
-    FileRetryTest() { attempts = 0; }
+std::function<void(int)> FailingFor(int count) {
+    return [count](int number) {
+        if (number <= count)
+            throw FileIOError(number);
+    };
+}
 
-    void Run(std::function<void(int)> const& script) {
+class FileRetryTest : public FileTest {
+protected:
+    // What the caller gets.
+    std::string Run(std::function<void(int)> const& script) {
+        attempts = 0;
+        log.entries.clear();
+        sleeps.Clear();
         attempt = script;
-        RunWithRetry(Scripted, "Scripted", somewhere, log);
+        return Thrown([&] { RunWithRetry(Scripted, "Scripted", somewhere, log); });
     }
 
-    FileLocation const somewhere = MakeFileLocation("/some/where");
+    FileLocation const somewhere = At("/some/where");
+    std::string const success = "success Scripted /some/where - ";
     RecordingLog log;
     RecordedSleeps sleeps;
 };
 
-TEST_F(FileRetryTest, ALogHasNeitherDataNorAVirtualDestructor) {
+TEST_F(FileRetryTest, LogHasTwoSlotsAndNoDestructor) {
     EXPECT_EQ(sizeof(FileRetryLog), sizeof(void*));
-    EXPECT_TRUE(std::is_polymorphic_v<FileRetryLog>);
     EXPECT_FALSE(std::has_virtual_destructor_v<FileRetryLog>);
     FileRetryLog const none;
     none.LogRetrySuccess("Operation", nullptr, nullptr, 2);
     none.LogRetryFailure("Operation", nullptr, nullptr, 8);
-}
-
-TEST_F(FileRetryTest, ALogTellsOfSuccessInItsFirstSlotAndOfFailureInItsSecond) {
     EXPECT_EQ(SlotOf(&FileRetryLog::LogRetrySuccess), 0u);
     EXPECT_EQ(SlotOf(&FileRetryLog::LogRetryFailure), 1u);
 }
 
-TEST_F(FileRetryTest, SuccessAtOnceIsNeitherLoggedNorDelayed) {
-    Run([](int) {});
-    EXPECT_EQ(attempts, 1);
-    EXPECT_THAT(log.entries, IsEmpty());
-    EXPECT_THAT(sleeps.Calls(), IsEmpty());
-}
-
-TEST_F(FileRetryTest, SuccessAfterFailuresIsLoggedOnceWithTheAttempt) {
-    for (int failures = 1; failures <= 7; ++failures) {
+TEST_F(FileRetryTest, TriesEightTimesWithPausesThatDouble) {
+    for (int failures = 0; failures <= 8; ++failures) {
         SCOPED_TRACE(failures);
-        attempts = 0;
-        log.entries.clear();
-        sleeps.Clear();
-        Run([&](int number) {
-            if (number <= failures)
-                throw FileIOError(number);
-        });
-        EXPECT_EQ(attempts, failures + 1);
-        EXPECT_THAT(log.entries,
-                    ElementsAre("success Scripted /some/where - " + std::to_string(failures + 1)));
-        EXPECT_THAT(sleeps.Calls(), ElementsAreArray(Pauses(failures)));
+        EXPECT_EQ(failures < 8 ? "nothing" : "FileIOError ENOEXEC", Run(FailingFor(failures)));
+        EXPECT_EQ(attempts, std::min(failures + 1, 8));
+        if (failures == 0)
+            EXPECT_THAT(log.entries, IsEmpty());
+        else if (failures < 8)
+            EXPECT_THAT(log.entries, ElementsAre(success + std::to_string(failures + 1)));
+        else
+            EXPECT_THAT(log.entries, ElementsAre("failure Scripted /some/where - 8"));
+        EXPECT_EQ(sleeps.Calls(), Pauses(failures));
     }
-}
-
-TEST_F(FileRetryTest, EightFailuresAreLoggedAndTheLastIsThrown) {
-    ExpectFileError<FileIOError>(8, "",
-                                 [&] { Run([](int number) { throw FileIOError(number); }); });
-    EXPECT_EQ(attempts, 8);
-    EXPECT_THAT(log.entries, ElementsAre("failure Scripted /some/where - 8"));
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(allPauses));
     EXPECT_EQ(sleeps.TotalMicroseconds(), 2'032'000u);
 }
 
-template <class Thrown>
-void ExpectEightAttempts(FileRetryLog const& log, Thrown const& thrown) {
-    attempts = 0;
-    attempt = [&](int) {
-        throw thrown;
-    };
-    EXPECT_THROW(RunWithRetry(Scripted, "Scripted", FileLocation(), log), Thrown);
-    EXPECT_EQ(attempts, 8);
-}
-
 TEST_F(FileRetryTest, AnyExceptionIsAReasonToTryAgain) {
-    ExpectEightAttempts(log, FileNotFoundError(2));
-    ExpectEightAttempts(log, FilePermissionError(13));
-    ExpectEightAttempts(log, IllegalFileName());
-    ExpectEightAttempts(log, std::bad_alloc());
-    ExpectEightAttempts(log, std::string("no exception class at all"));
-    ExpectEightAttempts(log, 5);
-    EXPECT_EQ(log.entries.size(), 6u);
-}
-
-TEST_F(FileRetryTest, TheExceptionIsTheSameObject) {
-    void const* thrown = nullptr;
+    for (auto const& [thrown, fail] : std::vector<std::pair<std::string, std::function<void(int)>>>{
+             {"FileNotFoundError ENOENT",
+              [](int) {
+                  throw FileNotFoundError(2);
+              }},
+             {"FilePermissionError EACCES",
+              [](int) {
+                  throw FilePermissionError(13);
+              }},
+             {"IllegalFileName",
+              [](int) {
+                  throw IllegalFileName();
+              }},
+             {"std::bad_alloc",
+              [](int) {
+                  throw std::bad_alloc();
+              }},
+             {"int", [](int) {
+                  throw 5;
+              }}}) {
+        EXPECT_EQ(thrown, Run(fail));
+        EXPECT_EQ(attempts, 8);
+    }
+    void const* last = nullptr;
+    attempt = [&](int) {
+        try {
+            throw FileNotFoundError(2);
+        } catch (FileNotFoundError const& error) {
+            last = &error;
+            throw;
+        }
+    };
     try {
-        Run([&](int) {
-            try {
-                throw FileNotFoundError(2);
-            } catch (FileNotFoundError const& error) {
-                thrown = &error;
-                throw;
-            }
-        });
+        RunWithRetry(Scripted, "Scripted", somewhere, log);
         ADD_FAILURE() << "nothing was thrown";
     } catch (FileNotFoundError const& error) {
-        EXPECT_EQ(&error, thrown);
+        EXPECT_EQ(&error, last) << "the same object";
     }
 }
 
-TEST_F(FileRetryTest, AnEmptyLocationEndsTheAttemptsAtOnce) {
+TEST_F(FileRetryTest, EmptyLocationEndsTheAttemptsAtOnce) {
     for (int const last : {1, 3, 8}) {
-        attempts = 0;
-        sleeps.Clear();
-        ExpectFileError<EmptyFileLocationError>(0, "", [&] {
-            Run([&](int number) {
-                if (number == last)
-                    throw EmptyFileLocationError(0);
-                throw FileIOError(number);
-            });
-        });
+        EXPECT_EQ("EmptyFileLocationError", Run([&](int number) {
+                      if (number == last)
+                          throw EmptyFileLocationError(0);
+                      throw FileIOError(number);
+                  }));
         EXPECT_EQ(attempts, last);
-        EXPECT_THAT(sleeps.Calls(), ElementsAreArray(Pauses(last - 1)));
+        EXPECT_EQ(sleeps.Calls(), Pauses(last - 1));
+        EXPECT_THAT(log.entries, IsEmpty());
     }
-    EXPECT_THAT(log.entries, IsEmpty());
+    log.onSuccess = [] {
+        throw EmptyFileLocationError(0);
+    };
+    EXPECT_EQ("EmptyFileLocationError", Run(FailingFor(1)));
+    EXPECT_EQ(attempts, 2);
+    EXPECT_THAT(log.entries, ElementsAre(success + "2"));
 }
 
 // Deliberate: the operation runs again though it has succeeded.
-TEST_F(FileRetryTest, ALogOfSuccessThatThrowsIsAFailedAttempt) {
+TEST_F(FileRetryTest, LogOfSuccessThatThrowsIsAFailedAttempt) {
     log.onSuccess = [this] {
         if (log.entries.size() < 3)
-            throw FileIOError(99);
+            throw FileIOError(ETIME);
     };
-    Run([](int number) {
-        if (number == 1)
-            throw FileIOError(1);
-    });
+    EXPECT_EQ("nothing", Run(FailingFor(1)));
     EXPECT_EQ(attempts, 4);
-    EXPECT_THAT(log.entries,
-                ElementsAre("success Scripted /some/where - 2", "success Scripted /some/where - 3",
-                            "success Scripted /some/where - 4"));
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(Pauses(3)));
-}
-
-TEST_F(FileRetryTest, ALogOfSuccessThatAlwaysThrowsFailsInTheEnd) {
+    EXPECT_THAT(log.entries, ElementsAre(success + "2", success + "3", success + "4"));
+    EXPECT_EQ(sleeps.Calls(), Pauses(3));
     log.onSuccess = [] {
-        throw FileIOError(99);
+        throw FileIOError(ETIME);
     };
-    ExpectFileError<FileIOError>(99, "", [&] {
-        Run([](int number) {
-            if (number == 1)
-                throw FileIOError(1);
-        });
-    });
+    EXPECT_EQ("FileIOError ETIME", Run(FailingFor(1)));
     EXPECT_EQ(attempts, 8);
     EXPECT_EQ(log.entries.size(), 8u);
     EXPECT_EQ(log.entries.back(), "failure Scripted /some/where - 8");
-    EXPECT_THAT(sleeps.Calls(), ElementsAreArray(allPauses));
+    EXPECT_EQ(sleeps.Calls(), allPauses);
 }
 
-TEST_F(FileRetryTest, AnEmptyLocationInTheLogOfSuccessEndsTheAttemptsToo) {
-    log.onSuccess = [] {
+TEST_F(FileRetryTest, ExceptionOfTheLogOfFailureReachesTheCaller) {
+    log.onFailure = [] {
         throw EmptyFileLocationError(0);
     };
-    EXPECT_THROW(Run([](int number) {
-                     if (number == 1)
-                         throw FileIOError(1);
-                 }),
-                 EmptyFileLocationError);
-    EXPECT_EQ(attempts, 2);
-    EXPECT_THAT(log.entries, ElementsAre("success Scripted /some/where - 2"));
-}
-
-TEST_F(FileRetryTest, WhatTheLogOfFailureThrowsReachesTheCallerInstead) {
-    log.onFailure = [] {
-        throw std::string("the log's own");
-    };
-    EXPECT_THROW(Run([](int) { throw FileIOError(1); }), std::string);
+    EXPECT_EQ("EmptyFileLocationError", Run(FailingFor(8)));
     EXPECT_EQ(attempts, 8);
     log.onFailure = [] {
-        throw EmptyFileLocationError(0);
+        EXPECT_EQ("int", Thrown([] { throw 42; }));
     };
-    EXPECT_THROW(Run([](int) { throw FileIOError(1); }), EmptyFileLocationError);
+    EXPECT_EQ("FileIOError ENOEXEC", Run(FailingFor(8))) << "unless the log catches it";
 }
 
-TEST_F(FileRetryTest, AnExceptionThatTheLogOfFailureKeepsToItselfChangesNothing) {
-    log.onFailure = [] {
-        try {
-            throw FileIOError(99);
-        } catch (FileIOError const&) {
-        }
-    };
-    ExpectFileError<FileIOError>(8, "",
-                                 [&] { Run([](int number) { throw FileIOError(number); }); });
-}
-
-TEST_F(FileRetryTest, EachShapeHandsItsArgumentsToTheOperationAndTheLog) {
-    attempt = [](int) {
-        throw FileIOError(1);
-    };
-    EXPECT_THROW(RunWithRetry(Scripted, "One", somewhere, log), FileIOError);
-    EXPECT_EQ(givenFirst, &somewhere);
-    EXPECT_EQ(log.lastFirst, &somewhere);
-    EXPECT_EQ(log.lastSecond, nullptr);
-
+TEST_F(FileRetryTest, EachFormPassesItsArgumentsOn) {
     DirectoryCreatingInfo const info;
-    EXPECT_THROW(RunWithRetry(ScriptedWithInfo, "Info", somewhere, info, log), FileIOError);
-    EXPECT_EQ(givenFirst, &somewhere);
-    EXPECT_EQ(givenSecond, &info);
-    EXPECT_EQ(log.lastFirst, &somewhere);
-    EXPECT_EQ(log.lastSecond, nullptr);
-
-    FileLocation const other = MakeFileLocation("/else/where");
-    EXPECT_THROW(RunWithRetry(ScriptedWithTwo, "Two", somewhere, other, log), FileIOError);
-    EXPECT_EQ(givenFirst, &somewhere);
-    EXPECT_EQ(givenSecond, &other);
-    EXPECT_EQ(log.lastFirst, &somewhere);
-    EXPECT_EQ(log.lastSecond, &other);
-    EXPECT_THAT(log.entries,
-                ElementsAre("failure One /some/where - 8", "failure Info /some/where - 8",
-                            "failure Two /some/where /else/where 8"));
+    FileLocation const other = At("/else/where");
+    attempt = FailingFor(99);
+    auto const expect = [&](std::string const& entry, void const* second,
+                            FileLocation const* logged, std::function<void()> const& run) {
+        EXPECT_THROW(run(), FileIOError);
+        EXPECT_EQ("failure " + entry + " 8", log.entries.back());
+        EXPECT_EQ(givenFirst, &somewhere);
+        EXPECT_EQ(givenSecond, second);
+        EXPECT_EQ(log.lastFirst, &somewhere);
+        EXPECT_EQ(log.lastSecond, logged);
+    };
+    expect("One /some/where -", nullptr, nullptr,
+           [&] { RunWithRetry(Scripted, "One", somewhere, log); });
+    expect("Info /some/where -", &info, nullptr,
+           [&] { RunWithRetry(ScriptedWithInfo, "Info", somewhere, info, log); });
+    expect("Two /some/where /else/where", &other, &other,
+           [&] { RunWithRetry(ScriptedWithTwo, "Two", somewhere, other, log); });
 }
 
 } // namespace

@@ -1,87 +1,146 @@
 #include "files/FileWriter.h"
 
-#include <cerrno>
-#include <string>
 #include <type_traits>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "files/FileReadingPath.h"
 #include "files/FileWritingPath.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace {
 
-class FileWriterTest : public testing::Test {
+class FileWriterTest : public OpenFileTest {
 protected:
-    FileWriterTest() {
-        WriteWholeFile(name, "hello");
-        path.OpenExisting(MakeFileLocation(name.c_str()));
-    }
+    FileWriterTest() { path.OpenNewOrAsNew(file); }
 
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
     FileWritingPath path;
 };
 
-TEST_F(FileWriterTest, WritesFromItsPositionOn) {
+TEST_F(FileWriterTest, WritesAtItsPositionAndMovesIt) {
+    UnixPlatform::FileWriter writer;
+    EXPECT_EQ(writer.Position(), 0u);
+    writer.Start(path, 2);
+    EXPECT_EQ(writer.Position(), 2u);
+    writer << ConstData("abc") << ConstData("d");
+    EXPECT_EQ(writer.Position(), 6u);
+    EXPECT_EQ(ReadWholeFile(name), Bytes("\0\0abcd")) << "a gap reads as zeros";
+    writer.SetPosition(3);
+    writer << ConstData("XYZ");
+    EXPECT_EQ(ReadWholeFile(name), Bytes("\0\0aXYZ"));
+    writer.Start(path, 0);
+    writer << ConstData("S");
+    EXPECT_EQ(ReadWholeFile(name), Bytes("S\0aXYZ"));
+}
+
+TEST_F(FileWriterTest, IsADataWriter) {
     FileWriter writer(path, 1);
     EXPECT_EQ(&(writer << ConstData("EL")), &writer);
     static_cast<DataWriter&>(writer) << ConstData("L") << ConstData("O!");
-    EXPECT_EQ(ReadWholeFile(name), "hELLO!");
-}
-
-TEST_F(FileWriterTest, StartBindsItAnew) {
-    FileWriter writer;
     writer.Start(path, 0);
-    writer << ConstData("J");
-    writer.Start(path, 4);
-    writer << ConstData("y");
-    EXPECT_EQ(ReadWholeFile(name), "Jelly");
-}
-
-TEST_F(FileWriterTest, AtTheEndOfTheFileItAppends) {
-    FileWriter writer(path, FileWriter::WritePositionEndOfFile());
-    writer << ConstData(", ") << ConstData("world");
-    EXPECT_EQ(ReadWholeFile(name), "hello, world");
-    EXPECT_TRUE(std::is_empty_v<FileWriter::WritePositionEndOfFile>);
-}
-
-TEST_F(FileWriterTest, TheEndOfTheFileIsThatOfTheMomentOfBinding) {
-    FileWriter first(path, FileWriter::WritePositionEndOfFile());
-    FileWriter second(path, FileWriter::WritePositionEndOfFile());
-    first << ConstData("12");
-    second << ConstData("3");
-    EXPECT_EQ(ReadWholeFile(name), "hello32");
-    path.Close();
-    ExpectFileError<FileNotOpenError>(
-        0, "", [&] { FileWriter writer(path, FileWriter::WritePositionEndOfFile()); });
-}
-
-TEST_F(FileWriterTest, AGapReadsAsZeros) {
-    FileWriter writer(path, 7);
-    writer << ConstData("!");
-    EXPECT_EQ(ReadWholeFile(name), Bytes("hello\0\0!"));
-}
-
-TEST_F(FileWriterTest, FailuresNameNoFile) {
-    SystemCalls calls;
-    calls.Fail("write", ENOSPC);
-    FileWriter writer(path, 0);
-    ExpectFileError<FileDiskFullError>(ENOSPC, "", [&] { writer << ConstData("a"); });
-}
-
-TEST_F(FileWriterTest, WritingIsItsOneVirtualOperation) {
+    writer << ConstData("H");
+    EXPECT_EQ(ReadWholeFile(name), "HELLO!");
     EXPECT_EQ(SlotOf(&FileWriter::operator<<), 0u);
     EXPECT_FALSE(std::has_virtual_destructor_v<FileWriter>);
+}
+
+TEST_F(FileWriterTest, AppendsAtTheEndOfTheMomentOfBinding) {
+    WriteWholeFile(name, "hello");
+    EXPECT_TRUE(std::is_empty_v<FileWriter::WritePositionEndOfFile>);
+    FileWriter first(path, FileWriter::WritePositionEndOfFile());
+    FileWriter second(path, FileWriter::WritePositionEndOfFile());
+    first << ConstData("12") << ConstData("34");
+    second << ConstData("x");
+    EXPECT_EQ(ReadWholeFile(name), "hellox234");
+    path.Close();
+    EXPECT_EQ("FileNotOpenError",
+              Thrown([&] { FileWriter(path, FileWriter::WritePositionEndOfFile()); }));
+}
+
+TEST_F(FileWriterTest, NeitherBindingNorEmptyDataMakesACall) {
+    path.Close();
+    SystemCalls calls;
+    UnixPlatform::FileWriter writer(path, 7);
+    writer.Start(path, 100);
+    writer << ConstData() << ConstData("");
+    EXPECT_THAT(calls.Log(), IsEmpty());
+    EXPECT_EQ(writer.Position(), 100u);
+    EXPECT_EQ("FileIOError EBADF", Thrown([&] { writer << ConstData("a"); }));
+}
+
+TEST_F(FileWriterTest, ContinuesShortWritesWithASeekBeforeEach) {
+    UnixPlatform::FileWriter writer(path, 1);
+    SystemCalls calls;
+    calls.Limit("write", 3);
+    calls.Limit("write", 0);
+    calls.Limit("write", 1);
+    writer << ConstData("0123456789");
+    EXPECT_THAT(calls.Log(), ElementsAre("seek 1 SET", "write 10", "seek 4 SET", "write 7",
+                                         "seek 4 SET", "write 7", "seek 5 SET", "write 6"));
+    EXPECT_EQ(ReadWholeFile(name), '\0' + std::string("0123456789"));
+    EXPECT_EQ(writer.Position(), 11u);
+}
+
+TEST_F(FileWriterTest, PositionCountsWhatWasWrittenBeforeAFailure) {
+    UnixPlatform::FileWriter writer;
+    for (std::string const call : {"write", "seek"}) {
+        path.OpenNewOrAsNew(file);
+        for (int error = 1; error <= EHWPOISON; ++error) {
+            writer.Start(path, 0);
+            SystemCalls calls;
+            calls.Limit("write", 4);
+            calls.Fail(call, error, call == "seek" ? 1 : 0);
+            EXPECT_EQ(Thrown([&] { writer.ThrowError(FileLocation(), error); }),
+                      Thrown([&] { writer << ConstData("0123456789"); }));
+            EXPECT_EQ(writer.Position(), 4u);
+        }
+        EXPECT_EQ(ReadWholeFile(name), "0123");
+    }
+    writer.Start(path, ~0ULL);
+    EXPECT_EQ("FileSeekError EINVAL", Thrown([&] { writer << ConstData("a"); }));
+    EXPECT_EQ(writer.Position(), ~0ULL);
+}
+
+TEST_F(FileWriterTest, PipeOrFullDeviceCannotBeWritten) {
+    MakeEntry(directory / "pipe", "fifo");
+    for (auto const& [where, error] : std::vector<std::pair<std::string, std::string>>{
+             {directory / "pipe", "FileIOError ESPIPE"},
+             {"/dev/full", "FileDiskFullError ENOSPC"}}) {
+        path.OpenExisting(At(where));
+        FileWriter writer(path, 0);
+        EXPECT_EQ(error, Thrown([&] { writer << ConstData("a"); }));
+    }
+    OnDisk({.bytes = 2 * 4096}, [&](SmallFileSystem& disk) {
+        path.OpenNew(At(disk / "file"));
+        UnixPlatform::FileWriter writer(path, 0);
+        std::string const text(3 * 4096, 'x');
+        EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { writer << ConstData(text); }));
+        EXPECT_EQ(writer.Position(), 2u * 4096) << "what fits is written";
+        EXPECT_EQ(ReadWholeFile(disk / "file"), text.substr(0, 2 * 4096));
+    });
+}
+
+TEST_F(FileWriterTest, ResultIsIndependentOfChunksAndShortWrites) {
+    for (unsigned seed = 0; seed < 50; ++seed) {
+        std::mt19937 random(seed);
+        std::string const text = RandomBytes(random, 1 + random() % 300, EveryByte());
+        path.OpenNewOrAsNew(file);
+        FileWriter writer(path, 0);
+        SystemCalls calls;
+        for (unsigned i = 0; i < 20; ++i)
+            calls.Limit("write", random() % 20, random() % 3);
+        for (std::size_t done = 0; done < text.size();) {
+            std::size_t const length = std::min<std::size_t>(random() % 50, text.size() - done);
+            writer << ConstData(text.data() + done, length);
+            done += length;
+        }
+        EXPECT_TRUE(ReadWholeFile(name) == text) << "seed " << seed;
+    }
+}
+
+TEST_F(FileWriterTest, AllocatesNothing) {
+    std::string const text(100'000, 'x');
+    FileWriter writer(path, 0);
+    EXPECT_EQ(AllocationsOf([&] { writer << ConstData(text) << ConstData("abc"); }), 0u);
+    EXPECT_EQ(path.Length(), 100'003u);
 }
 
 } // namespace

@@ -1,97 +1,295 @@
 #include "files/FileWritingPath.h"
 
-#include <cerrno>
-#include <string>
 #include <type_traits>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/Files.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-using testing::ElementsAre;
+// Shows the fields.
+class WritingPath : public FileWritingPath {
+public:
+    using FileWritingPath::descriptor;
+    using FileWritingPath::FileWritingPath;
+    using FileWritingPath::location;
+};
 
-// What an open file does is tested with its platform form; here is what this level adds.
-class FileWritingPathTest : public testing::Test {
+struct OpenMode {
+    char const* name;
+    void (UnixPlatform::FileWritingPath::*open)(UnixPlatform::FileLocation const&);
+    std::unique_ptr<FileWritingPath> (*construct)(FileLocation const&);
+    std::string call;
+    // What becomes of a file that exists, and of one that does not: its content, or the failure.
+    std::string existing;
+    std::string missing;
+};
+
+using W = FileWritingPath;
+
+template <class... Tag>
+std::unique_ptr<W> Constructed(FileLocation const& where) {
+    return std::make_unique<W>(where, Tag()...);
+}
+
+OpenMode const openModes[] = {
+    {"OpenExisting", &W::OpenExisting, Constructed<W::OpenExistingFile>, "open RDWR", "0123456789",
+     "FileNotFoundError ENOENT"},
+    {"OpenExistingOrNew", &W::OpenExistingOrNew, Constructed<W::OpenExistingFileOrNewFile>,
+     "open RDWR|CREAT 666", "0123456789", ""},
+    {"OpenNew", &W::OpenNew, Constructed<W::OpenNewFile>, "open RDWR|CREAT|EXCL 666",
+     "FileExistsError EEXIST", ""},
+    {"OpenNewOrAsNew", &W::OpenNewOrAsNew, Constructed<W::OpenNewFileOrAsNewFile>,
+     "open RDWR|CREAT|TRUNC 666", "", ""},
+};
+
+class FileWritingPathTest : public OpenFileTest {
 protected:
-    FileWritingPathTest() { WriteWholeFile(name, "hello"); }
-
-    // What the opening of a file asks of the system.
-    template <class... Tag>
-    std::string CallOf(Tag... tag) {
-        SystemCalls calls;
-        FileWritingPath const path(newFile, tag...);
-        return calls.Log().front();
+    // Runs the body for each mode with a location that the mode can open.
+    void ForEachMode(std::function<void(OpenMode const&, FileLocation const&)> const& body) {
+        for (OpenMode const& mode : openModes) {
+            SCOPED_TRACE(mode.name);
+            body(mode, mode.missing.empty() ? newFile : file);
+            fs::remove(newName);
+        }
     }
 
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
-    FileLocation const file = MakeFileLocation(name.c_str());
-    FileLocation const newFile = MakeFileLocation((directory / "new").c_str());
+    std::string const newName = directory / "new";
+    FileLocation const newFile = At(newName);
 };
 
 TEST_F(FileWritingPathTest, AddsNoField) {
     EXPECT_EQ(sizeof(FileWritingPath), sizeof(UnixPlatform::FileReadingPath));
     EXPECT_TRUE((std::is_base_of_v<UnixPlatform::FileWritingPath, FileWritingPath>));
+    EXPECT_TRUE(std::is_empty_v<W::OpenExistingFile> &&
+                std::is_empty_v<W::OpenExistingFileOrNewFile> && std::is_empty_v<W::OpenNewFile> &&
+                std::is_empty_v<W::OpenNewFileOrAsNewFile>);
 }
 
-TEST_F(FileWritingPathTest, TheTagChoosesHowTheConstructorOpens) {
-    EXPECT_EQ(CallOf(FileWritingPath::OpenNewFile()), "open RDWR|CREAT|EXCL 666");
-    EXPECT_EQ(CallOf(), "open RDWR");
-    EXPECT_EQ(CallOf(FileWritingPath::OpenExistingFile()), "open RDWR");
-    EXPECT_EQ(CallOf(FileWritingPath::OpenExistingFileOrNewFile()), "open RDWR|CREAT 666");
-    EXPECT_EQ(CallOf(FileWritingPath::OpenNewFileOrAsNewFile()), "open RDWR|CREAT|TRUNC 666");
+// Deliberate: the location is not recorded; see the contract.
+TEST_F(FileWritingPathTest, EachModeOpensForReadingAndWriting) {
+    ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
+        WritingPath path;
+        SystemCalls calls;
+        (path.*mode.open)(where);
+        EXPECT_THAT(calls.Log(), ElementsAre(mode.call, "setfd 1"));
+        EXPECT_EQ(DescriptorsOn(where.Text()), std::set<int>{path.descriptor});
+        EXPECT_EQ(OpenFlagsOf(path.descriptor) & O_ACCMODE, O_RDWR);
+        EXPECT_TRUE(IsClosedOnExec(path.descriptor));
+        EXPECT_STREQ(path.location.Text(), "");
+    });
 }
 
-TEST_F(FileWritingPathTest, TheTagsAreEmpty) {
-    EXPECT_TRUE(std::is_empty_v<FileWritingPath::OpenExistingFile>);
-    EXPECT_TRUE(std::is_empty_v<FileWritingPath::OpenExistingFileOrNewFile>);
-    EXPECT_TRUE(std::is_empty_v<FileWritingPath::OpenNewFile>);
-    EXPECT_TRUE(std::is_empty_v<FileWritingPath::OpenNewFileOrAsNewFile>);
-}
-
-TEST_F(FileWritingPathTest, EachOpenIsThatOfItsName) {
-    FileWritingPath path;
+TEST_F(FileWritingPathTest, TagChoosesTheModeOfTheConstructor) {
+    ForEachMode([](OpenMode const& mode, FileLocation const& where) {
+        SystemCalls calls;
+        mode.construct(where);
+        EXPECT_EQ(calls.Log().front(), mode.call);
+    });
     SystemCalls calls;
-    path.OpenNew(newFile);
-    path.OpenExisting(newFile);
-    path.OpenExistingOrNew(newFile);
-    path.OpenNewOrAsNew(newFile);
-    EXPECT_THAT(calls.Log(),
-                ElementsAre("open RDWR|CREAT|EXCL 666", "setfd 1", "close", "open RDWR", "setfd 1",
-                            "close", "open RDWR|CREAT 666", "setfd 1", "close",
-                            "open RDWR|CREAT|TRUNC 666", "setfd 1"));
+    FileWritingPath{file};
+    EXPECT_EQ(calls.Log().front(), "open RDWR");
 }
 
-TEST_F(FileWritingPathTest, OpensALocationOfEitherLevel) {
-    UnixPlatform::FileLocation const& where = newFile;
-    FileWritingPath path;
-    path.OpenNew(where);
-    path.OpenExisting(where);
-    path.OpenExistingOrNew(where);
-    path.OpenNewOrAsNew(where);
-    EXPECT_EQ(path.Length(), 0u);
+TEST_F(FileWritingPathTest, ExistingOrMissingFileIsKeptEmptiedCreatedOrRefused) {
+    for (OpenMode const& mode : openModes)
+        for (bool const exists : {false, true}) {
+            SCOPED_TRACE(mode.name);
+            if (exists)
+                WriteWholeFile(newName, "0123456789");
+            std::string const& expected = exists ? mode.existing : mode.missing;
+            bool const isRefused = expected.ends_with("T");
+            WritingPath path;
+            EXPECT_EQ(isRefused ? expected + On(newName) : "nothing",
+                      Thrown([&] { (path.*mode.open)(newFile); }));
+            EXPECT_EQ(isRefused, path.descriptor == -1);
+            EXPECT_EQ(exists && isRefused ? "0123456789"
+                      : isRefused         ? ""
+                                          : expected,
+                      ReadWholeFile(newName));
+            EXPECT_EQ(exists || !isRefused, fs::exists(newName));
+            fs::remove(newName);
+        }
 }
 
-TEST_F(FileWritingPathTest, OpenNewOnAnExistingFileNamesIt) {
-    ExpectFileError<FileExistsError>(
-        EEXIST, On(name), [&] { FileWritingPath path(file, FileWritingPath::OpenNewFile()); });
-    EXPECT_EQ(ReadWholeFile(name), "hello");
+TEST_F(FileWritingPathTest, NewFileHasTheModeThatTheUmaskLeaves) {
+    for (mode_t mask : {0, 022, 077, 0222})
+        ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
+            Umask const umask(mask);
+            FileWritingPath path;
+            (path.*mode.open)(where);
+            if (&where == &newFile) {
+                EXPECT_EQ(ModeOf(newName), 0666 & ~mask);
+            }
+        });
+}
+
+TEST_F(FileWritingPathTest, FailedOpenGoesToTheWritingMapper) {
+    std::string const here = On(directory.path());
+    for (OpenMode const& mode : openModes) {
+        WritingPath path;
+        auto const open = [&](std::string const& where) {
+            return [&, where] {
+                (path.*mode.open)(At(where));
+            };
+        };
+        EXPECT_EQ((std::string(mode.name) == "OpenNew" ? "FileExistsError EEXIST"
+                                                       : "FileIOError EISDIR") +
+                      here,
+                  Thrown(open(directory.path())));
+        // The kernel's log is not refused here.
+        for (std::string const& where : {name, std::string("/proc/kmsg")})
+            ExpectMapped("open", open(where),
+                         [&](int error) { path.ThrowError(At(where), error); });
+        EXPECT_EQ(path.descriptor, -1);
+    }
+    OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
+        EXPECT_EQ("FileDiskFullError ENOSPC" + On(disk / "file"),
+                  Thrown([&] { FileWritingPath().OpenNew(At(disk / "file")); }));
+    });
+}
+
+TEST_F(FileWritingPathTest, EachOpenClosesWhatIsOpenFirst) {
+    ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
+        FileWritingPath path(file);
+        SystemCalls calls;
+        (path.*mode.open)(where);
+        EXPECT_THAT(calls.Log(), ElementsAre("close", mode.call, "setfd 1"));
+        EXPECT_EQ(DescriptorsOn(name).size() + DescriptorsOn(newName).size(), 1u);
+    });
+    FileWritingPath path(file);
+    EXPECT_EQ("FileNotFoundError ENOENT" + On(newName),
+              Thrown([&] { path.OpenExisting(newFile); }));
+    EXPECT_THAT(DescriptorsOn(name), IsEmpty()) << "also an open that fails";
+}
+
+// Deliberate: the close is that of the base, which knows no full disk and no existing file.
+TEST_F(FileWritingPathTest, FailedCloseGoesToTheReadingMapperAndNamesNoFile) {
+    WritingPath path;
+    auto const mapper = [](int error) {
+        UnixPlatform::FileReadingPath().ThrowError(FileLocation(), error);
+    };
+    auto const open = [&] {
+        SystemCalls::Pause const pause;
+        path.OpenExisting(file);
+    };
+    ExpectMapped(
+        "close",
+        [&] {
+            open();
+            path.Close();
+        },
+        mapper);
+    ExpectMapped(
+        "close",
+        [&] {
+            open();
+            path.OpenNew(newFile);
+        },
+        mapper);
+    EXPECT_EQ(path.descriptor, -1);
+    EXPECT_FALSE(fs::exists(newName)) << "a failed close stops the open";
+}
+
+TEST_F(FileWritingPathTest, IsReachedThroughTheVirtualOpenOfItsBase) {
+    WritingPath path;
+    static_cast<UnixPlatform::FileReadingPath&>(path).OpenExisting(file);
+    EXPECT_EQ(OpenFlagsOf(path.descriptor) & O_ACCMODE, O_RDWR);
 }
 
 // Deliberate: only the open itself knows the name.
-TEST_F(FileWritingPathTest, AMissingFileIsNamedButAFailedFlushNamesNone) {
-    FileWritingPath path;
-    ExpectFileError<FileNotFoundError>(ENOENT, On(newFile.Text()),
-                                       [&] { path.OpenExisting(newFile); });
-    ExpectFileError<FileIOError>(EBADF, "", [&] { path.Flush(); });
+TEST_F(FileWritingPathTest, FlushIsOneFsyncWhoseFailureNamesNoFile) {
+    FileWritingPath path(file);
+    for (auto const flush : {&FileWritingPath::Flush, &FileWritingPath::FlushOnBrokenFilesystems}) {
+        SystemCalls calls;
+        (path.*flush)();
+        EXPECT_THAT(calls.Log(), ElementsAre("fsync"));
+        ExpectMapped(
+            "fsync", [&] { (path.*flush)(); },
+            [&](int error) { path.ThrowError(FileLocation(), error); });
+    }
+    MakeEntry(directory / "pipe", "fifo");
+    path.OpenExisting(Here("pipe"));
+    EXPECT_EQ("FileIOError EINVAL", Thrown([&] { path.Flush(); }));
+    EXPECT_EQ("FileIOError EBADF", Thrown([] { FileWritingPath().Flush(); }));
+}
+
+TEST_F(FileWritingPathTest, NeitherCloseNorTheDestructorFlushes) {
+    SystemCalls calls;
+    std::unique_ptr<UnixPlatform::FileReadingPath> path = std::make_unique<FileWritingPath>(file);
+    path->Close();
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { path->Length(); }));
+    path->OpenExisting(file);
+    calls.Fail("close", EIO);
+    EXPECT_NO_THROW(path.reset());
+    EXPECT_EQ(calls.Count("fsync"), 0u);
+    EXPECT_EQ(calls.Count("close"), 2u);
+}
+
+// All that SetLength does is odd, and deliberate: see the contract.
+TEST_F(FileWritingPathTest, SetLengthNeverShrinksAndSeeksByTheWantedLength) {
+    struct Case {
+        std::string before;
+        unsigned long long length;
+        std::string after;
+    };
+    std::string const refused = "refused";
+    unsigned long long const cutTo32Bits = 1ULL << 32;
+    for (auto const& [before, length, after] :
+         std::vector<Case>{{"hello", 0, "hello"},
+                           {"hello", 5, "hello"},
+                           {"", 1, Bytes("\0")}, // SEEK_SET
+                           {"hello", cutTo32Bits + 1, Bytes("\0ello")},
+                           {"h", 2, Bytes("\0")},  // SEEK_CUR
+                           {"h", 3, Bytes("h\0")}, // SEEK_END
+                           {"hello", cutTo32Bits + 3, Bytes("hello\0")},
+                           {"hello", 6, refused},
+                           {"hello", 100, refused},
+                           {"hello", cutTo32Bits, refused}}) {
+        WriteWholeFile(name, before);
+        FileWritingPath path(file);
+        EXPECT_EQ(after == refused ? "FileIOError EINVAL" : "nothing",
+                  Thrown([&path, wanted = length] { path.SetLength(wanted); }));
+        EXPECT_EQ(after == refused ? before : after, ReadWholeFile(name)) << length;
+    }
+    FileWritingPath path(file);
+    SystemCalls calls;
+    path.SetLength(2);
+    EXPECT_EQ(calls.Log().back(), "ftruncate 5") << "to the length that it has";
+    EXPECT_EQ(calls.Count("write"), 0u);
+}
+
+TEST_F(FileWritingPathTest, SetLengthRepeatsUntilTheByteIsTaken) {
+    FileWritingPath path(newFile, FileWritingPath::OpenNewFile());
+    SystemCalls calls;
+    calls.Limit("write", 0);
+    calls.Limit("write", 0);
+    path.SetLength(1);
+    EXPECT_EQ(calls.Count("write 1"), 3u);
+    EXPECT_EQ(ReadWholeFile(newName), Bytes("\0"));
+}
+
+TEST_F(FileWritingPathTest, FailedSetLengthGoesToTheWritingMapper) {
+    FileWritingPath path(newFile, FileWritingPath::OpenNewFile());
+    auto const mapper = [&](int error) {
+        path.ThrowError(FileLocation(), error);
+    };
+    ExpectMapped(
+        "write", [&] { path.SetLength(1); }, mapper);
+    ExpectMapped(
+        "ftruncate", [&] { path.SetLength(0); }, mapper);
+    path.Close();
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { path.SetLength(1); }));
+    // A file of unknown length, which its owner may open for writing without any effect.
+    path.OpenExisting(At("/proc/self/timerslack_ns"));
+    EXPECT_EQ(path.Length(), UnixPlatform::FileReadingPath::unknownLength);
+    SystemCalls calls;
+    EXPECT_EQ("FileIOError EINVAL", Thrown([&] { path.SetLength(1); }));
+    EXPECT_THAT(calls.Log(), ElementsAre("ftruncate -1"));
+    OnDisk({.bytes = 4096}, [](SmallFileSystem& disk) {
+        disk.FillUp();
+        FileWritingPath full(At(disk / "file"), FileWritingPath::OpenNewFile());
+        EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { full.SetLength(1); }));
+    });
 }
 
 } // namespace

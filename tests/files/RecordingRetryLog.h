@@ -1,25 +1,21 @@
-// What the tests of the retries share: a log that remembers, and the pauses as RecordedSleeps tells
-// them.
+// What the tests of the retries share: the pauses as RecordedSleeps has them, and a log.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <string>
-#include <vector>
 
-#include "files/FileLocation.h"
 #include "files/FileRetry.h"
+#include "tests/files/FileTest.h"
 
 // 16, 32, 64, 128, 256, 512 and 1,024 milliseconds.
-inline std::vector<std::string> const allPauses = {
-    "usleep 16000",  "usleep 32000",  "usleep 64000", "usleep 128000",
-    "usleep 256000", "usleep 512000", "sleep 1",      "usleep 24000"};
+inline Strings const allPauses = {"usleep 16000",  "usleep 32000",  "usleep 64000", "usleep 128000",
+                                  "usleep 256000", "usleep 512000", "sleep 1",      "usleep 24000"};
 
-inline std::vector<std::string> Pauses(std::size_t count) {
-    return std::vector<std::string>(allPauses.begin(), allPauses.begin() + (count < 7 ? count : 8));
+inline Strings Pauses(int count) {
+    return Strings(allPauses.begin(), allPauses.begin() + (count < 7 ? count : 8));
 }
 
-// Remembers each call, and does then what it is told to.
+// Records each call, and then runs the test's own function.
 class RecordingLog : public FileRetryLog {
 public:
     void LogRetrySuccess(char const* operation, FileLocation const* first,
@@ -36,7 +32,7 @@ public:
             onFailure();
     }
 
-    mutable std::vector<std::string> entries;
+    mutable Strings entries;
     mutable FileLocation const* lastFirst = nullptr;
     mutable FileLocation const* lastSecond = nullptr;
     std::function<void()> onSuccess;

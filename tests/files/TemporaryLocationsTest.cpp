@@ -1,37 +1,48 @@
 #include "files/TemporaryLocations.h"
 
-#include <cerrno>
-#include <cstddef>
-#include <filesystem>
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <latch>
 #include <list>
-#include <new>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "tests/files/At.h"
-#include "tests/files/EmptyTmp.h"
-#include "tests/files/Entries.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/FailingAllocation.h"
+#include "files/FileTrees.h"
+#include "files/unix/TemporaryLocations.h"
+#include "tests/files/FileTest.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using testing::MatchesRegex;
+
+// What directory and prefix stay below together.
+constexpr std::size_t maxCombinedLength = 4088;
+
+// A function that makes a unique entry, of both levels and kinds.
+struct Maker {
+    UnixPlatform::FileLocation (*make)(UnixPlatform::FileLocation const&, char const*);
+    // What is made, and its permissions.
+    std::string entry;
+    mode_t mode;
+    // What a failure throws: the code is the kind.
+    std::string failure;
+};
+
+std::vector<Maker> const makers = {
+    {UnixPlatform::CreateUniqueFileLocation, "file ", 0600, "CreateUniqueFileLocationFailed"},
+    {UnixPlatform::CreateUniqueDirLocation, "directory", 0700,
+     "CreateUniqueFileLocationFailed EPERM"},
+    {[](UnixPlatform::FileLocation const& where, char const* prefix) {
+         return UnixPlatform::FileLocation(CreateUniqueFileLocation(where, prefix));
+     },
+     "file ", 0600, "CreateUniqueFileLocationFailed"},
+    {[](UnixPlatform::FileLocation const& where, char const* prefix) {
+         return UnixPlatform::FileLocation(CreateUniqueDirLocation(where, prefix));
+     },
+     "directory", 0700, "CreateUniqueFileLocationFailed EPERM"},
+};
 
 std::string SixCharacters(std::string const& start) { return start + "[0-9A-Za-z]{6}"; }
 
@@ -40,177 +51,197 @@ std::size_t EntriesIn(std::string const& directory) {
         std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
 }
 
-TEST(TemporaryLocationsTest, DirectoryIsTheSameWhateverTheEnvironmentSays) {
+// What both functions that take a hint throw; otherwise the directory that they use, which is that
+// of a new file and of a free name.
+std::string DirectoryForHint(std::string const& hint) {
+    FileLocation made;
+    FileLocation name;
+    std::string const thrown =
+        Thrown([&] { made = CreateUniqueFileLocationWithHint(At(hint), "x"); });
+    EXPECT_EQ(thrown, Thrown([&] { name = LocationForTemporaryFile(At(hint)); }));
+    if (thrown != "nothing")
+        return thrown;
+    EXPECT_EQ("file ", DescribeEntry(made.Text()));
+    EXPECT_EQ("nothing", DescribeEntry(name.Text()));
+    EXPECT_EQ(made.Parent().Bytes(), name.Parent().Bytes());
+    EXPECT_THAT(name.Text(), MatchesRegex(SixCharacters(Text(made.Parent()) + "/temp")));
+    return Text(made.Parent());
+}
+
+using TemporaryLocationsTest = FileTest;
+
+TEST_F(TemporaryLocationsTest, DirectoriesAreIndependentOfTheEnvironment) {
     WithEmptyTmp([] {
         for (char const* name : {"TMPDIR", "TMP", "TEMP", "TEMPDIR", "HOME"})
             setenv(name, "/opt", 1);
-        EXPECT_EQ("/tmp"_bytes, TemporaryFileDirLocation().Bytes());
-        EXPECT_EQ("/tmp/Veska/ClientUI"_bytes, UISessionDefaultDirectory("").Bytes());
-        EXPECT_EQ("/tmp/Veska/ClientUI/.u"_bytes, UISessionDefaultDirectory("u").Bytes());
+        FileLocation copy = TemporaryFileDirLocation();
+        copy = At("/elsewhere");
+        EXPECT_EQ("/tmp", Text(TemporaryFileDirLocation()));
+        EXPECT_EQ("/tmp", Text(UnixPlatform::TemporaryFileDirLocation()));
+        for (auto const& [user, path] : std::vector<std::pair<std::string, std::string>>{
+                 {"", "/tmp/Veska/ClientUI"},
+                 {"u", "/tmp/Veska/ClientUI/.u"},
+                 {"/../x/", "/tmp/Veska/ClientUI/./../x"}, // Not validated.
+                 {Bytes("a\0b"), "/tmp/Veska/ClientUI/.a"},
+                 {std::string(5000, 'u'), "/tmp/Veska/ClientUI/." + std::string(5000, 'u')}}) {
+            EXPECT_EQ(path, Text(UISessionDefaultDirectory(user)));
+            EXPECT_EQ(path, Text(UnixPlatform::UISessionDefaultDirectory(user)));
+        }
         EXPECT_TRUE(fs::is_empty("/tmp"));
     });
 }
 
-TEST(TemporaryLocationsTest, EachCallGivesACopy) {
+// Without it nothing makes the system look for "/tmp", so that the test sees every lookup fail.
+void ExpectTmpIsCreated(std::function<void()> const& use) {
+    SystemCalls calls;
+    calls.FailFromThenOn("lstat", ENOENT);
+    calls.Fail("mkdir", EROFS);
+    EXPECT_NE("nothing", Thrown(use));
+    EXPECT_LE(1u, calls.Count("mkdir /"));
+    EXPECT_EQ(0u, calls.Count("mkstemp"));
+}
+
+TEST_F(TemporaryLocationsTest, FirstCallAloneCreatesTheTemporaryDirectory) {
     WithEmptyTmp([] {
-        FileLocation first = TemporaryFileDirLocation();
-        first = At("/elsewhere");
-        EXPECT_EQ("/tmp"_bytes, TemporaryFileDirLocation().Bytes());
+        ExpectTmpIsCreated([] { UnixPlatform::TemporaryFileDirLocation(); });
+        EXPECT_EQ("/tmp", Text(UnixPlatform::TemporaryFileDirLocation())) << "after a failure";
+        SystemCalls calls;
+        UnixPlatform::TemporaryFileDirLocation();
+        EXPECT_THAT(calls.Log(), IsEmpty());
+        ExpectTmpIsCreated([] { CreateUniqueFileLocation("x"); });
     });
 }
 
-TEST(TemporaryLocationsTest, UniqueFileIsEmptyAndStays) {
-    TemporaryDirectory const directory;
-    FileLocation const made = CreateUniqueFileLocation(At(directory.path()), "pre");
-    EXPECT_THAT(made.Text(), MatchesRegex(SixCharacters(directory / "pre")));
-    EXPECT_EQ("file ", DescribeEntry(made.Text()));
-    EXPECT_NE(made.Bytes(), CreateUniqueFileLocation(At(directory.path()), "pre").Bytes());
-    EXPECT_EQ(2u, EntriesIn(directory.path()));
+TEST_F(TemporaryLocationsTest, UniqueEntryIsEmptyAndStays) {
+    fs::create_directory(directory / "below");
+    for (Maker const& maker : makers)
+        for (char const* const prefix : {static_cast<char const*>(nullptr), "", "pre", "below/x"}) {
+            auto const made = maker.make(At(directory.path()), prefix);
+            EXPECT_THAT(made.Text(),
+                        MatchesRegex(SixCharacters(directory / (prefix ? prefix : ""))));
+            EXPECT_EQ(maker.entry, DescribeEntry(made.Text()));
+            EXPECT_EQ(maker.mode, ModeOf(made.Text()));
+            EXPECT_THAT(DescriptorsOn(made.Text()), IsEmpty());
+        }
+    EXPECT_EQ(4u * 3u + 1, EntriesIn(directory.path()));
 }
 
-TEST(TemporaryLocationsTest, UniqueDirectoryIsEmptyAndStays) {
-    TemporaryDirectory const directory;
-    FileLocation const made = CreateUniqueDirLocation(At(directory.path()), nullptr);
-    EXPECT_THAT(made.Text(), MatchesRegex(SixCharacters(directory / "")));
-    EXPECT_EQ("directory", DescribeEntry(made.Text()));
-    EXPECT_TRUE(fs::is_empty(made.Text()));
+TEST_F(TemporaryLocationsTest, FailureHasTheKindAsItsCode) {
+    for (Maker const& maker : makers) {
+        EXPECT_EQ(maker.failure, Thrown([&] { maker.make(Here("missing"), "x"); }));
+        for (std::string const call : {"mkstemp", "mkdtemp"})
+            if ((call == "mkstemp") == (maker.mode == 0600))
+                ExpectMapped(
+                    call, [&] { maker.make(At("/tmp"), "x"); },
+                    [&](int) { throw CreateUniqueFileLocationFailed(call == "mkstemp" ? 0 : 1); });
+    }
+    EXPECT_TRUE(fs::is_empty(directory.path()));
 }
 
-TEST(TemporaryLocationsTest, EmptyDirectoryLocationIsRefusedBeforeTheSystemIsAsked) {
+// Deliberate: to the platform's functions an empty directory is the root.
+TEST_F(TemporaryLocationsTest, EmptyLocationIsRefusedBeforeAnyCall) {
     SystemCalls calls;
-    ExpectFileError<EmptyFileLocationError>(0, "",
-                                            [] { CreateUniqueFileLocation(FileLocation(), "x"); });
-    ExpectFileError<EmptyFileLocationError>(0, "",
-                                            [] { CreateUniqueDirLocation(FileLocation(), "x"); });
-    EXPECT_TRUE(calls.Log().empty());
+    FileLocation const none;
+    for (auto const& call :
+         std::vector<std::function<void()>>{[&] { CreateUniqueFileLocation(none, "x"); },
+                                            [&] { CreateUniqueDirLocation(none, "x"); },
+                                            [&] {
+                                                LocationForTemporaryFile(none);
+                                            }})
+        EXPECT_EQ("EmptyFileLocationError", Thrown(call));
+    EXPECT_THAT(calls.Log(), IsEmpty());
+    calls.Fail("mkstemp", EACCES);
+    EXPECT_THROW(UnixPlatform::CreateUniqueFileLocation({}, "x"), CreateUniqueFileLocationFailed);
+    EXPECT_THAT(calls.Log(), ElementsAre("mkstemp /xXXXXXX"));
 }
 
-TEST(TemporaryLocationsTest, CodeOfAFailureTellsTheKind) {
-    TemporaryDirectory const directory;
-    FileLocation const missing = At(directory / "missing");
-    ExpectFileError<CreateUniqueFileLocationFailed>(
-        0, "", [&] { CreateUniqueFileLocation(missing, "x"); });
-    ExpectFileError<CreateUniqueFileLocationFailed>(1, "",
-                                                    [&] { CreateUniqueDirLocation(missing, "x"); });
+TEST_F(TemporaryLocationsTest, LongestDirectoryIsServed) {
+    std::string deep = directory.path();
+    while (deep.size() + 200 < maxCombinedLength - 1)
+        deep += '/' + std::string(149, 'd');
+    deep += '/' + std::string(maxCombinedLength - deep.size() - 2, 'd');
+    CreateDirectoryTree(At(deep));
+    for (Maker const& maker : makers) {
+        auto const made = maker.make(At(deep), nullptr);
+        EXPECT_EQ(maxCombinedLength - 1 + 7, made.Bytes().Length());
+        EXPECT_EQ(maker.entry, DescribeEntry(made.Text()));
+        EXPECT_EQ(maker.failure, Thrown([&] { maker.make(At(deep), "x"); }));
+        auto const shorter = maker.make(At(deep).Parent(), "xyz");
+        EXPECT_EQ(maker.entry, DescribeEntry(shorter.Text()));
+    }
 }
 
-TEST(TemporaryLocationsTest, WithoutADirectoryTheFileStandsInTheTemporaryOne) {
+// At each length the system gets the whole text, or is not called at all: nothing is ever cut.
+TEST_F(TemporaryLocationsTest, TextBeyondTheLimitIsRefusedWithoutACall) {
+    std::vector<std::pair<std::size_t, std::size_t>> lengths = {{1'000'000, 1'000'000},
+                                                                {1, 1'000'000}};
+    for (std::size_t prefix : {0, 1, 7, 100, 4000, 4087, 4088, 4089, 5000, 70'000})
+        for (std::size_t total = std::max<std::size_t>(prefix, 4070); total < 4110; ++total)
+            lengths.emplace_back(total - prefix, prefix);
+    std::string wrong;
+    for (auto const& [directoryLength, prefixLength] : lengths) {
+        std::string const where(directoryLength, 'd');
+        std::string const prefix(prefixLength, 'p');
+        SystemCalls calls;
+        calls.Fail("mkstemp", ENOENT);
+        calls.Fail("mkdtemp", ENOENT);
+        for (std::size_t kind : {0, 1})
+            EXPECT_EQ(makers[kind].failure,
+                      Thrown([&] { makers[kind].make(At(where), prefix.c_str()); }));
+        std::string const pattern = where + '/' + prefix + "XXXXXX";
+        Strings expected = {"mkstemp " + pattern, "mkdtemp " + pattern};
+        if (directoryLength + prefixLength >= maxCombinedLength)
+            expected.clear();
+        if (calls.Log() != expected)
+            wrong += std::to_string(directoryLength) + '+' + std::to_string(prefixLength) + ' ';
+    }
+    EXPECT_EQ("", wrong);
+}
+
+TEST_F(TemporaryLocationsTest, DirectoryOfAHintIsTheHintOrItsParent) {
+    ForEach(everyKind, [&](std::string const& kind) {
+        std::string const hint = directory / kind;
+        EXPECT_EQ(fs::is_directory(hint) ? hint : directory.path(), DirectoryForHint(hint));
+    });
+    EXPECT_EQ(directory.path(), DirectoryForHint(directory / "missing"));
+    EXPECT_EQ("CreateUniqueFileLocationFailed", DirectoryForHint(directory / "missing/file"));
+    EXPECT_EQ("EmptyFileLocationError", DirectoryForHint(""));
+    std::string const name = "no-such-entry-of-this-directory";
+    EXPECT_EQ("InvalidFileLocation" + On(name), DirectoryForHint(name));
+}
+
+TEST_F(TemporaryLocationsTest, LocationsWithoutADirectoryAreInTheTemporaryOne) {
     WithEmptyTmp([] {
         EXPECT_THAT(CreateUniqueFileLocation("pre").Text(),
                     MatchesRegex(SixCharacters("/tmp/pre")));
         EXPECT_THAT(CreateUniqueFileLocation(nullptr).Text(), MatchesRegex(SixCharacters("/tmp/")));
         EXPECT_EQ(2u, EntriesIn("/tmp"));
-    });
-}
-
-TEST(TemporaryLocationsTest, TemporaryDirectoryIsCreatedAgainForAUniqueFile) {
-    WithEmptyTmp([] {
-        TemporaryFileDirLocation();
         SystemCalls calls;
-        // The search for what is missing asks for "/tmp" and "/", the creation for "/tmp" again.
-        calls.Fail("lstat", ENOENT);
-        calls.Fail("lstat", ENOENT, 1);
-        calls.Fail("mkdir", EROFS);
-        EXPECT_THROW(CreateUniqueFileLocation("x"), FileIOError);
-        EXPECT_EQ(1u, calls.Count("mkdir /tmp 777"));
-        EXPECT_EQ(0u, calls.Count("mkstemp"));
-    });
-}
-
-// Where a unique file goes for a hint: its directory, as the location spells it.
-std::string DirectoryForHint(std::string const& hint) {
-    FileLocation const made = CreateUniqueFileLocationWithHint(At(hint), "x");
-    EXPECT_EQ("file ", DescribeEntry(made.Text()));
-    FileLocation const name = LocationForTemporaryFile(At(hint));
-    EXPECT_EQ(made.Parent().Bytes(), name.Parent().Bytes());
-    EXPECT_EQ("nothing", DescribeEntry(name.Text()));
-    return made.Parent().Text();
-}
-
-TEST(TemporaryLocationsTest, HintThatIsADirectoryIsUsedItself) {
-    TemporaryDirectory const directory;
-    for (char const* kind : {"directory", "full directory", "link to directory"}) {
-        std::string const hint = directory / kind;
-        MakeEntry(hint, kind);
-        EXPECT_EQ(hint, DirectoryForHint(hint));
-    }
-}
-
-TEST(TemporaryLocationsTest, HintThatIsNoDirectoryGivesItsParent) {
-    TemporaryDirectory const directory;
-    for (char const* kind : {"file", "link to file", "broken link", "fifo"}) {
-        MakeEntry(directory / kind, kind);
-        EXPECT_EQ(directory.path(), DirectoryForHint(directory / kind)) << kind;
-    }
-    EXPECT_EQ(directory.path(), DirectoryForHint(directory / "missing"));
-}
-
-TEST(TemporaryLocationsTest, ParentOfAHintMustExist) {
-    TemporaryDirectory const directory;
-    FileLocation const hint = At(directory / "missing/file");
-    ExpectFileError<CreateUniqueFileLocationFailed>(
-        0, "", [&] { CreateUniqueFileLocationWithHint(hint, "x"); });
-    ExpectFileError<CreateUniqueFileLocationFailed>(0, "", [&] { LocationForTemporaryFile(hint); });
-}
-
-TEST(TemporaryLocationsTest, EmptyHintIsRefusedBeforeTheSystemIsAsked) {
-    SystemCalls calls;
-    ExpectFileError<EmptyFileLocationError>(0, "",
-                                            [] { LocationForTemporaryFile(FileLocation()); });
-    EXPECT_TRUE(calls.Log().empty());
-}
-
-TEST(TemporaryLocationsTest, HintWithoutAParentIsRefused) {
-    ExpectFileError<EmptyFileLocationError>(
-        0, "", [] { CreateUniqueFileLocationWithHint(FileLocation(), "x"); });
-    ExpectFileError<EmptyFileLocationError>(0, "",
-                                            [] { LocationForTemporaryFile(FileLocation()); });
-    std::string const name = "no-such-entry-of-this-directory";
-    ExpectFileError<InvalidFileLocation>(0, On(name),
-                                         [&] { CreateUniqueFileLocationWithHint(At(name), "x"); });
-    ExpectFileError<InvalidFileLocation>(0, On(name), [&] { LocationForTemporaryFile(At(name)); });
-}
-
-TEST(TemporaryLocationsTest, LocationForATemporaryFileIsAFreeName) {
-    WithEmptyTmp([] {
         FileLocation const name = LocationForTemporaryFile();
         EXPECT_THAT(name.Text(), MatchesRegex(SixCharacters("/tmp/temp")));
-        EXPECT_TRUE(fs::is_empty("/tmp"));
-        fs::create_directory("/tmp/hint");
-        EXPECT_THAT(LocationForTemporaryFile(At("/tmp/hint")).Text(),
-                    MatchesRegex(SixCharacters("/tmp/hint/temp")));
-        EXPECT_TRUE(fs::is_empty("/tmp/hint"));
-    });
-}
-
-TEST(TemporaryLocationsTest, LocationForATemporaryFileIsCreatedBeforeItIsFree) {
-    WithEmptyTmp([] {
-        TemporaryFileDirLocation();
-        SystemCalls calls;
-        FileLocation const name = LocationForTemporaryFile();
-        EXPECT_EQ(1u, calls.Count("mkstemp /tmp/tempXXXXXX"));
-        EXPECT_EQ(1u, calls.Count("unlink " + std::string(name.Text())));
+        EXPECT_EQ(1u, calls.Count("mkstemp /tmp/tempXXXXXX")) << "created, and then removed";
+        EXPECT_EQ(2u, EntriesIn("/tmp"));
         calls.Fail("unlink", EACCES);
-        ExpectExactly<FilePermissionError>([] { LocationForTemporaryFile(); });
-        EXPECT_EQ(1u, EntriesIn("/tmp"));
-    });
-}
-
-TEST(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
-    WithEmptyTmp([] {
-        FileLocation result = At("/before");
-        EXPECT_TRUE(MakeTemporaryFileLocation(result, nullptr));
-        EXPECT_THAT(result.Text(), MatchesRegex(SixCharacters("/tmp/tarvik")));
-        EXPECT_EQ("file ", DescribeEntry(result.Text()));
-        EXPECT_TRUE(MakeTemporaryFileLocation(result, "other"));
-        EXPECT_THAT(result.Text(), MatchesRegex(SixCharacters("/tmp/other")));
-        EXPECT_TRUE(MakeTemporaryFileLocation(result, ""));
-        EXPECT_THAT(result.Text(), MatchesRegex(SixCharacters("/tmp/")));
+        EXPECT_THROW(LocationForTemporaryFile(), FilePermissionError);
         EXPECT_EQ(3u, EntriesIn("/tmp"));
     });
 }
 
-TEST(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) {
+TEST_F(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
+    WithEmptyTmp([] {
+        for (auto const& [prefix, start] : {std::pair<char const*, char const*>(nullptr, "tarvik"),
+                                            {"other", "other"},
+                                            {"", ""}}) {
+            FileLocation result = At("/before");
+            EXPECT_TRUE(MakeTemporaryFileLocation(result, prefix));
+            EXPECT_THAT(result.Text(), MatchesRegex(SixCharacters(std::string("/tmp/") + start)));
+            EXPECT_EQ("file ", DescribeEntry(result.Text()));
+        }
+        EXPECT_EQ(3u, EntriesIn("/tmp"));
+    });
+}
+
+TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) {
     WithEmptyTmp([] {
         FileLocation result = At("/before");
         EXPECT_FALSE(MakeTemporaryFileLocation(result, "missing/x"));
@@ -220,37 +251,28 @@ TEST(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) 
             calls.Fail("mkstemp", ENOSPC);
             EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
         }
-        fs::permissions("/tmp", fs::perms(0555));
-        PrivateMachine::DropPrivileges();
-        EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
-        EXPECT_EQ("/before"_bytes, result.Bytes());
-        EXPECT_TRUE(fs::is_empty("/tmp"));
-    });
-}
-
-TEST(TemporaryLocationsTest, MissingMemoryIsAFailureToMakeATemporaryFileToo) {
-    WithEmptyTmp([] {
         // So long that the result needs a block of its own.
         std::string const prefix(200, 'x');
         std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
-            FileLocation result = At("/before");
-            if (!MakeTemporaryFileLocation(result, prefix.c_str())) {
-                EXPECT_EQ("/before"_bytes, result.Bytes()) << n;
-            } else {
-                EXPECT_NE("/before"_bytes, result.Bytes()) << n;
-            }
+            FileLocation made = At("/before");
+            bool const isMade = MakeTemporaryFileLocation(made, prefix.c_str());
+            EXPECT_EQ(isMade, made.Bytes() != "/before"_bytes) << n;
         });
         EXPECT_LT(0u, failures);
         EXPECT_EQ(failures + 1, EntriesIn("/tmp")) << "what was created stays";
+        fs::permissions("/tmp", fs::perms(0555));
+        PrivateMachine::DropPrivileges();
+        EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
+        EXPECT_EQ("/before", Text(result));
     });
 }
 
 // The first use of the temporary directory is part of the race.
-TEST(TemporaryLocationsTest, ManyThreadsAtOnceNeverGetTheSameName) {
+TEST_F(TemporaryLocationsTest, ThreadsNeverGetTheSameName) {
     WithEmptyTmp([] {
         constexpr std::size_t threads = 8;
         constexpr std::size_t each = 50;
-        std::vector<std::string> names(threads * each);
+        Strings names(threads * each);
         std::latch begin(threads);
         std::vector<std::thread> running;
         for (std::size_t i = 0; i < threads; ++i)
@@ -266,27 +288,24 @@ TEST(TemporaryLocationsTest, ManyThreadsAtOnceNeverGetTheSameName) {
     });
 }
 
-// Each process makes files and directories of one prefix in one place, and notes their names.
-TEST(TemporaryLocationsTest, ManyProcessesAtOnceNeverGetTheSameName) {
+// Each process makes files and directories of one prefix in one directory, and writes their names.
+TEST_F(TemporaryLocationsTest, ProcessesNeverGetTheSameName) {
     constexpr std::size_t processes = 8;
     constexpr std::size_t each = 250;
-    TemporaryDirectory const directory;
     TemporaryDirectory const notes;
-    FileLocation const place = At(directory.path());
     std::list<OtherProcess> running;
     for (std::size_t i = 0; i < processes; ++i)
         running.emplace_back([&, i](Handshake& line) {
             std::ofstream names(notes / std::to_string(i));
             line.Await();
             for (std::size_t n = 0; n < each; ++n)
-                names << CreateUniqueFileLocation(place, "u").Text() << '\n'
-                      << CreateUniqueDirLocation(place, "u").Text() << '\n';
+                for (std::size_t kind : {0, 1})
+                    names << makers[kind].make(At(directory.path()), "u").Text() << '\n';
         });
     for (OtherProcess& process : running)
         process.Tell();
     for (OtherProcess& process : running)
         EXPECT_EQ(ExitStatus::Exited(0), process.Wait());
-
     std::multiset<std::string> given;
     for (std::size_t i = 0; i < processes; ++i) {
         std::ifstream names(notes / std::to_string(i));

@@ -1,42 +1,33 @@
-#include <cerrno>
-#include <filesystem>
-#include <random>
-#include <string>
+#include <set>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
 #include "files/FileTrees.h"
-#include "tests/files/At.h"
-#include "tests/files/Entries.h"
-#include "tests/files/ExpectFileError.h"
-#include "tests/files/SystemCalls.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/SmallFileSystem.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
 using Delete = void (*)(FileLocation const&);
 
-constexpr Delete bothDeletions[] = {DeleteRecursive, DeleteContents};
-
-class FileDeletionsTest : public testing::Test {
+class FileDeletionsTest : public FileTest {
 protected:
-    Tree Everything() const { return DescribeTree(directory.path()); }
+    // Runs the body for both deletions, each with an empty directory as the tree.
+    void ForBoth(std::function<void(Delete)> const& body) const {
+        for (Delete remove : {DeleteRecursive, DeleteContents}) {
+            fs::create_directory(tree);
+            body(remove);
+            Clear();
+        }
+    }
 
-    TemporaryDirectory directory;
+    std::string ThrownBy(Delete remove) const {
+        return Thrown([&] { remove(At(tree)); });
+    }
+
     std::string const tree = directory / "tree";
 };
 
-TEST_F(FileDeletionsTest, NothingIsLeftOfATreeAndNothingOutsideIsTouched) {
+TEST_F(FileDeletionsTest, NothingOfATreeIsLeftAndNothingElseIsTouched) {
     WriteWholeFile(directory / "outside", "content");
     for (unsigned int seed = 1; seed <= 5; ++seed) {
-        SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         fs::create_directory(tree);
         MakeRandomTree(random, tree, directory / "outside", 60);
@@ -44,88 +35,77 @@ TEST_F(FileDeletionsTest, NothingIsLeftOfATreeAndNothingOutsideIsTouched) {
         EXPECT_EQ(Everything(), (Tree{{"outside", "file content"}, {"tree", "directory"}}));
         MakeRandomTree(random, tree, directory / "outside", 60);
         DeleteRecursive(At(tree));
-        EXPECT_EQ(Everything(), (Tree{{"outside", "file content"}}));
+        EXPECT_EQ(Everything(), (Tree{{"outside", "file content"}})) << seed;
     }
 }
 
-TEST_F(FileDeletionsTest, NothingThereIsNoDirectory) {
-    for (Delete remove : bothDeletions)
-        ExpectFileError<DirectoryNotFoundError>(0, On(tree), [&] { remove(At(tree)); });
+// The last two accept that nothing is there.
+TEST_F(FileDeletionsTest, AnythingButADirectoryIsLeft) {
+    std::string const noDirectory = "DirectoryNotFoundError";
+    for (Delete remove : {DeleteRecursive, DeleteContents})
+        EXPECT_EQ(noDirectory + On(tree), ThrownBy(remove));
+    for (Delete remove : {ForceDeleteRecursive, ForceDeleteContents})
+        EXPECT_EQ("nothing", ThrownBy(remove));
+    ForEach({"file", "link to file", "link to socket", "broken link", "fifo", "socket"},
+            [&](std::string const& kind) {
+                Tree const before = Everything();
+                for (Delete remove : {DeleteRecursive, ForceDeleteRecursive})
+                    EXPECT_EQ(noDirectory + On(directory / kind),
+                              Thrown([&] { remove(Here(kind)); }));
+                for (Delete remove : {DeleteContents, ForceDeleteContents})
+                    EXPECT_NO_THROW(remove(Here(kind)));
+                EXPECT_EQ(Everything(), before);
+            });
+    MakeEntry(tree, "full directory");
+    ForceDeleteContents(At(tree));
+    EXPECT_EQ(Everything(), (Tree{{"tree", "directory"}}));
+    ForceDeleteRecursive(At(tree));
+    EXPECT_EQ(Everything(), Tree());
 }
 
-TEST_F(FileDeletionsTest, AnythingButADirectoryIsLeftAndOnlyOneOfTheTwoTells) {
-    for (std::string const kind :
-         {"file", "link to file", "link to socket", "broken link", "fifo", "socket"}) {
-        SCOPED_TRACE(kind);
-        MakeEntry(directory / kind, kind);
-        Tree const before = Everything();
-        ExpectFileError<DirectoryNotFoundError>(0, On(directory / kind),
-                                                [&] { DeleteRecursive(At(directory / kind)); });
-        EXPECT_NO_THROW(DeleteContents(At(directory / kind)));
-        EXPECT_EQ(Everything(), before);
-    }
-}
-
-TEST_F(FileDeletionsTest, ABrokenLinkStopsTheDeletionBehindWhatComesBeforeIt) {
-    for (Delete remove : bothDeletions) {
-        fs::create_directory(tree);
+TEST_F(FileDeletionsTest, BrokenLinkStopsTheDeletionBehindWhatComesBeforeIt) {
+    ForBoth([&](Delete remove) {
         MakeEntry(tree + "/a", "full directory");
-        MakeEntry(tree + "/b", "file");
-        MakeEntry(tree + "/c", "broken link");
-        MakeEntry(tree + "/d", "file");
-        ExpectFileError<FileNotFoundError>(ENOENT, On(tree + "/c"), [&] { remove(At(tree)); });
-        EXPECT_EQ(DescribeTree(tree),
-                  (Tree{{"c", "link to " + tree + "/c-target"}, {"d", "file content"}}));
-        fs::remove_all(tree);
-    }
-}
-
-TEST_F(FileDeletionsTest, ABrokenLinkDeepInATreeStopsAllOfIt) {
-    fs::create_directories(tree + "/a/b");
-    MakeEntry(tree + "/a/b/broken", "broken link");
-    MakeEntry(tree + "/a/a", "file");
-    MakeEntry(tree + "/b", "file");
-    ExpectFileError<FileNotFoundError>(ENOENT, On(tree + "/a/b/broken"),
-                                       [&] { DeleteRecursive(At(tree)); });
-    EXPECT_EQ(DescribeTree(tree), (Tree{{"a", "directory"},
-                                        {"a/b", "directory"},
-                                        {"a/b/broken", "link to " + tree + "/a/b/broken-target"},
-                                        {"b", "file content"}}));
+        MakeEntry(tree + "/b", "directory");
+        MakeEntry(tree + "/b/a", "file");
+        MakeEntry(tree + "/b/broken", "broken link");
+        MakeEntry(tree + "/c", "file");
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(tree + "/b/broken"), ThrownBy(remove));
+        EXPECT_EQ(DescribeTree(tree), (Tree{{"b", "directory"},
+                                            {"b/broken", "link to " + tree + "/b/broken-target"},
+                                            {"c", "file content"}}));
+    });
 }
 
 // Deliberate: the deletion of a link's target breaks the link.
-TEST_F(FileDeletionsTest, ALinkToAFileBeforeItInTheTreeStopsTheDeletion) {
+TEST_F(FileDeletionsTest, LinkBehindItsTargetStopsTheDeletion) {
     fs::create_directory(tree);
     WriteWholeFile(tree + "/a", "content");
     fs::create_symlink("a", tree + "/b");
-    ExpectFileError<FileNotFoundError>(ENOENT, On(tree + "/b"), [&] { DeleteRecursive(At(tree)); });
+    EXPECT_EQ("FileNotFoundError ENOENT" + On(tree + "/b"), ThrownBy(DeleteRecursive));
     EXPECT_EQ(DescribeTree(tree), (Tree{{"b", "link to a"}}));
-
     WriteWholeFile(tree + "/c", "content");
     fs::remove(tree + "/b");
     fs::create_symlink("c", tree + "/b");
     DeleteRecursive(At(tree));
-    EXPECT_EQ(Everything(), Tree()) << "the other way round it goes first";
+    EXPECT_EQ(Everything(), Tree()) << "the other way round the link goes first";
 }
 
 // Deliberate: a link counts as what it points at.
-TEST_F(FileDeletionsTest, ALinkToADirectoryIsEmptiedAndThenStopsTheDeletion) {
+TEST_F(FileDeletionsTest, LinkToADirectoryIsEmptiedAndThenStopsTheDeletion) {
     MakeEntry(directory / "outside", "full directory");
     fs::create_directory(tree);
     MakeEntry(tree + "/a", "file");
     fs::create_symlink(directory / "outside", tree + "/b");
     MakeEntry(tree + "/c", "file");
-    ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(tree + "/b"),
-                                            [&] { DeleteRecursive(At(tree)); });
+    EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(tree + "/b"), ThrownBy(DeleteRecursive));
     EXPECT_EQ(Everything(), (Tree{{"outside", "directory"},
                                   {"tree", "directory"},
                                   {"tree/b", "link to " + directory / "outside"},
                                   {"tree/c", "file content"}}));
-}
-
-TEST_F(FileDeletionsTest, ALinkToADirectoryGivenDirectlyIsEmptiedToo) {
+    Clear();
     MakeEntry(tree, "link to full directory");
-    ExpectFileError<DirectoryNotFoundError>(ENOTDIR, On(tree), [&] { DeleteRecursive(At(tree)); });
+    EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(tree), ThrownBy(DeleteRecursive));
     EXPECT_TRUE(fs::is_empty(tree + "-target"));
     MakeEntry(tree + "-target/inside", "file");
     DeleteContents(At(tree));
@@ -133,7 +113,7 @@ TEST_F(FileDeletionsTest, ALinkToADirectoryGivenDirectlyIsEmptiedToo) {
 }
 
 // The system follows 40 links and takes the next one as broken.
-TEST_F(FileDeletionsTest, ALinkToItsOwnDirectoryEndsAtTheSystemsLimit) {
+TEST_F(FileDeletionsTest, LinkToItsOwnDirectoryEndsAtTheSystemsLimit) {
     fs::create_directory(tree);
     MakeEntry(tree + "/a", "file");
     fs::create_symlink(".", tree + "/link");
@@ -141,79 +121,74 @@ TEST_F(FileDeletionsTest, ALinkToItsOwnDirectoryEndsAtTheSystemsLimit) {
     std::string deepest = tree;
     for (int i = 0; i <= 40; ++i)
         deepest += "/link";
-    ExpectFileError<FileIOError>(ELOOP, On(deepest), [&] { DeleteRecursive(At(tree)); });
+    EXPECT_EQ("FileIOError ELOOP" + On(deepest), ThrownBy(DeleteRecursive));
     EXPECT_EQ(DescribeTree(tree), (Tree{{"link", "link to ."}, {"z", "file content"}}));
 }
 
 TEST_F(FileDeletionsTest, WhatIsNeitherFileNorDirectoryStaysAndKeepsItsDirectory) {
-    for (std::string const kind : {"fifo", "socket", "link to socket"}) {
-        fs::create_directory(tree);
-        MakeEntry(tree + "/b", kind);
-        MakeEntry(tree + "/a", "file");
-        fs::remove(tree + "/b-target-target");
-        Tree left = DescribeTree(tree);
-        left.erase("a");
-        EXPECT_NO_THROW(DeleteContents(At(tree)));
-        EXPECT_EQ(DescribeTree(tree), left);
-        ExpectFileError<FileIOError>(ENOTEMPTY, On(tree), [&] { DeleteRecursive(At(tree)); });
-        EXPECT_EQ(DescribeTree(tree), left);
-        fs::remove_all(tree);
-    }
+    for (std::string const kind : {"fifo", "socket", "link to socket"})
+        ForBoth([&](Delete remove) {
+            MakeEntry(tree + "/b", kind);
+            MakeEntry(tree + "/a", "file");
+            Tree left = DescribeTree(tree);
+            left.erase("a");
+            EXPECT_EQ(remove == DeleteContents ? "nothing" : "FileIOError ENOTEMPTY" + On(tree),
+                      ThrownBy(remove));
+            EXPECT_EQ(DescribeTree(tree), left);
+        });
 }
 
-TEST_F(FileDeletionsTest, ADirectoryThatCannotBeReadFailsAtItsRemovalOnly) {
-    PrivateMachine::Run([] {
-        SmallFileSystem const disk("/opt/disk", {.mode = "0777"});
+TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
+    OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
+        MakeEntry(disk / "tree", "full directory");
         MakeEntry(disk / "closed", "full directory");
+        auto const expect = [&](std::string const& error) {
+            for (Delete remove : {DeleteRecursive, DeleteContents})
+                EXPECT_EQ(error + On(disk / "tree/inside"),
+                          Thrown([&] { remove(At(disk / "tree")); }));
+        };
+        disk.MakeReadOnly();
+        expect("FileIOError EROFS");
+        disk.MakeWritable();
+        fs::permissions(disk / "tree", fs::perms(0555));
         fs::permissions(disk / "closed", fs::perms(0333));
         PrivateMachine::DropPrivileges();
+        expect("FilePermissionError EACCES");
+        // A directory that cannot be read fails at its removal only.
         EXPECT_NO_THROW(DeleteContents(At(disk / "closed")));
-        ExpectFileError<FileIOError>(ENOTEMPTY, On(disk / "closed"),
-                                     [&] { DeleteRecursive(At(disk / "closed")); });
+        EXPECT_EQ("FileIOError ENOTEMPTY" + On(disk / "closed"),
+                  Thrown([&] { DeleteRecursive(At(disk / "closed")); }));
         EXPECT_EQ(DescribeEntry(disk / "closed/inside"), "file content");
     });
 }
 
-TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
-    PrivateMachine::Run([] {
-        SmallFileSystem disk("/opt/disk");
-        MakeEntry(disk / "tree", "full directory");
-        disk.MakeReadOnly();
-        for (Delete remove : bothDeletions)
-            ExpectFileError<FileIOError>(EROFS, On(disk / "tree/inside"),
-                                         [&] { remove(At(disk / "tree")); });
-        disk.MakeWritable();
-        fs::permissions(disk / "tree", fs::perms(0555));
-        PrivateMachine::DropPrivileges();
-        for (Delete remove : bothDeletions)
-            ExpectFileError<FilePermissionError>(EACCES, On(disk / "tree/inside"),
-                                                 [&] { remove(At(disk / "tree")); });
-    });
-}
-
-TEST_F(FileDeletionsTest, AnEntryThatVanishesBeforeItsTurnStopsTheDeletion) {
-    for (Delete remove : bothDeletions) {
-        fs::create_directory(tree);
+// An entry that vanishes stops the deletion if the loop is still to examine it, and nothing after.
+TEST_F(FileDeletionsTest, EntryThatVanishesStopsTheDeletionBeforeItsTurnAlone) {
+    ForBoth([&](Delete remove) {
         MakeEntry(tree + "/a", "file");
         MakeEntry(tree + "/b", "file");
         SystemCalls calls;
         calls.Before("unlink", [&] { fs::remove(tree + "/b"); });
-        ExpectFileError<FileNotFoundError>(ENOENT, On(tree + "/b"), [&] { remove(At(tree)); });
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(tree + "/b"), ThrownBy(remove));
         EXPECT_EQ(DescribeTree(tree), Tree());
-        fs::remove(tree);
+    });
+    std::set<std::string> seen;
+    bool vanished = true;
+    for (std::size_t looks = 0; vanished; ++looks) {
+        MakeEntry(tree, "full directory");
+        vanished = false;
+        SystemCalls calls;
+        calls.Before("scandir", [&] {
+            calls.Before(
+                "lstat", [&] { vanished = fs::remove(tree + "/inside"); }, looks);
+        });
+        std::string const thrown = ThrownBy(DeleteRecursive);
+        if (vanished)
+            seen.insert(thrown);
+        Clear();
     }
-}
-
-TEST_F(FileDeletionsTest, AnEntryThatVanishesInItsTurnStopsNothing) {
-    fs::create_directory(tree);
-    MakeEntry(tree + "/a", "file");
-    MakeEntry(tree + "/b", "file");
-    SystemCalls calls;
-    // The looks: at the tree, at the first entry, and at it again when it is forced away.
-    calls.Before(
-        "lstat", [&] { fs::remove(tree + "/a"); }, 2);
-    DeleteRecursive(At(tree));
-    EXPECT_EQ(Everything(), Tree());
+    EXPECT_EQ(seen, (std::set<std::string>{"nothing",
+                                           "FileNotFoundError ENOENT" + On(tree + "/inside")}));
 }
 
 } // namespace

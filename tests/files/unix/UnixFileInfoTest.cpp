@@ -1,27 +1,19 @@
 #include "files/unix/UnixFileInfo.h"
 
-#include <cerrno>
-#include <filesystem>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include <sys/stat.h>
 #include <sys/time.h>
 
-#include "files/FileLocation.h"
-#include "tests/files/Files.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
 using UnixPlatform::UnixFileInfo;
 
-class UnixFileInfoTest : public testing::Test {
+class UnixFileInfoTest : public OpenFileTest {
 protected:
     UnixFileInfoTest() {
-        WriteWholeFile(name, "hello");
         SetTimes(1'000'000'000, 1'600'000'001);
+        fs::create_symlink("file", directory / "link");
+        fs::create_symlink("file", directory / "other link");
     }
 
     void SetTimes(long access, long modification) {
@@ -29,13 +21,10 @@ protected:
         ASSERT_EQ(utimes(name.c_str(), times), 0);
     }
 
-    TemporaryDirectory directory;
-    std::string const name = directory / "file";
-    FileLocation const file = MakeFileLocation(name.c_str());
-    FileLocation const missing = MakeFileLocation((directory / "missing").c_str());
+    FileLocation const missing = Here("missing");
 };
 
-TEST_F(UnixFileInfoTest, SetYieldsTheErrorNumber) {
+TEST_F(UnixFileInfoTest, SetReturnsTheErrorNumber) {
     UnixFileInfo info;
     EXPECT_EQ(info.Set(file), 0);
     EXPECT_TRUE(info.IsRegularFile());
@@ -45,26 +34,15 @@ TEST_F(UnixFileInfoTest, SetYieldsTheErrorNumber) {
     EXPECT_TRUE(UnixFileInfo(missing).IsNothingThere());
 }
 
-TEST_F(UnixFileInfoTest, TimesAreWholeSecondsInMicroseconds) {
-    UnixFileInfo const info(file);
-    EXPECT_EQ(info.AccessTime(), Instant(1'000'000'000'000'000));
-    EXPECT_EQ(info.ModificationTime(), Instant(1'600'000'001'000'000));
-}
-
-TEST_F(UnixFileInfoTest, TimesBeforeTheEpochAreNegative) {
+TEST_F(UnixFileInfoTest, TimesAreThoseOfTheTargetInWholeSeconds) {
+    for (FileLocation const& where : {file, Here("link")}) {
+        UnixFileInfo const info(where);
+        EXPECT_EQ(info.AccessTime(), Instant(1'000'000'000'000'000));
+        EXPECT_EQ(info.ModificationTime(), Instant(1'600'000'001'000'000));
+    }
     SetTimes(-5, -1'000);
-    UnixFileInfo const info(file);
-    EXPECT_EQ(info.AccessTime(), Instant(-5'000'000));
-    EXPECT_EQ(info.ModificationTime(), Instant(-1'000'000'000));
-}
-
-TEST_F(UnixFileInfoTest, TimesOfALinkAreThoseOfItsTarget) {
-    std::filesystem::create_symlink("file", directory / "link");
-    UnixFileInfo const info(MakeFileLocation((directory / "link").c_str()));
-    EXPECT_EQ(info.ModificationTime(), Instant(1'600'000'001'000'000));
-}
-
-TEST_F(UnixFileInfoTest, TimesOfNothingAreTheEpoch) {
+    EXPECT_EQ(UnixFileInfo(file).AccessTime(), Instant(-5'000'000));
+    EXPECT_EQ(UnixFileInfo(file).ModificationTime(), Instant(-1'000'000'000));
     EXPECT_EQ(UnixFileInfo().AccessTime(), Instant(0));
     EXPECT_EQ(UnixFileInfo(missing).ModificationTime(), Instant(0));
 }
@@ -80,32 +58,22 @@ TEST_F(UnixFileInfoTest, SettingTheTimeChangesTheObjectOnly) {
     EXPECT_EQ(info.ModificationTime(), Instant(-1'000'000));
 }
 
-TEST_F(UnixFileInfoTest, InfosOfOneUnchangedFileAreEqual) {
-    EXPECT_TRUE(UnixFileInfo(file) == UnixFileInfo(file));
+// Deliberate: nothing is not equal to nothing; see the contract.
+TEST_F(UnixFileInfoTest, EveryPartCountsInAComparison) {
     UnixFileInfo const before(file);
-    SetTimes(1'000'000'000, 1'600'000'002);
-    EXPECT_FALSE(before == UnixFileInfo(file));
-}
-
-TEST_F(UnixFileInfoTest, EveryPartOfAnInfoCounts) {
+    UnixFileInfo const link(Here("link"));
+    EXPECT_TRUE(before == UnixFileInfo(file));
+    EXPECT_TRUE(link == UnixFileInfo(link));
+    EXPECT_FALSE(link == before) << "the state";
+    EXPECT_FALSE(link == UnixFileInfo(Here("other link"))) << "the link's record";
     UnixFileInfo changed(file);
     changed.SetModificationTime(Instant(0));
-    EXPECT_FALSE(changed == UnixFileInfo(file)) << "the target's record";
-    std::filesystem::create_symlink("file", directory / "link");
-    std::filesystem::create_symlink("file", directory / "other");
-    UnixFileInfo const link(MakeFileLocation((directory / "link").c_str()));
-    UnixFileInfo const other(MakeFileLocation((directory / "other").c_str()));
-    EXPECT_FALSE(link == UnixFileInfo(file)) << "the state";
-    EXPECT_FALSE(link == other) << "the link's record";
-    EXPECT_TRUE(link == UnixFileInfo(link));
-}
-
-// Deliberate: see the contract.
-TEST_F(UnixFileInfoTest, NothingIsNotEqualToNothing) {
+    EXPECT_FALSE(changed == before) << "the target's record";
+    SetTimes(1'000'000'000, 1'600'000'002);
+    EXPECT_FALSE(before == UnixFileInfo(file));
     EXPECT_FALSE(UnixFileInfo() == UnixFileInfo());
-    EXPECT_FALSE(UnixFileInfo(missing) == UnixFileInfo(missing));
-    EXPECT_FALSE(UnixFileInfo(file) == UnixFileInfo(missing));
-    EXPECT_FALSE(UnixFileInfo(missing) == UnixFileInfo(file));
+    EXPECT_FALSE(before == UnixFileInfo(missing));
+    EXPECT_FALSE(UnixFileInfo(missing) == before);
 }
 
 TEST_F(UnixFileInfoTest, FileTimesAndInstantsAreTheSameNumber) {

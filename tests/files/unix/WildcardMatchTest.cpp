@@ -15,7 +15,7 @@ using UnixPlatform::MatchWildcard;
 
 namespace {
 
-// The rule as one would tell it, with all its branches: exponential, and the measure of the other.
+// The rule with all its branches: exponential, and the reference for the product.
 bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
     while (left != 0) {
         if (*pattern == '?' || *pattern == *name) {
@@ -61,22 +61,14 @@ void CompareAll(std::vector<std::string> const& names, std::vector<std::string> 
     EXPECT_GT(matches, names.size()) << "the comparison saw next to no match";
 }
 
-TEST(WildcardMatchTest, AgreesWithTheRuleOnAllShortNamesAndPatterns) {
+TEST(WildcardMatchTest, AgreesWithTheRuleOnAllShortTexts) {
     CompareAll(AllTexts("ab*?", 4), AllTexts("ab*?", 6));
-}
-
-TEST(WildcardMatchTest, AgreesWithTheRuleOnStarsInNames) {
     CompareAll(AllTexts("a*", 8), AllTexts("a*?", 7));
-}
-
-TEST(WildcardMatchTest, AgreesWithTheRuleOnLongerNamesWithoutStars) {
     CompareAll(AllTexts("ab", 9), AllTexts("ab*", 6));
 }
 
 TEST(WildcardMatchTest, AgreesWithTheRuleOnRandomNames) {
-    unsigned const seed = 20240131;
-    SCOPED_TRACE(seed);
-    std::mt19937 random(seed);
+    std::mt19937 random(20240131);
     for (int round = 0; round < 20'000; ++round) {
         std::string const name = RandomBytes(random, random() % 24, "aab.*\xE9");
         std::string const pattern = RandomBytes(random, random() % 9, "ab.**?\xE9");
@@ -85,53 +77,33 @@ TEST(WildcardMatchTest, AgreesWithTheRuleOnRandomNames) {
     }
 }
 
-TEST(WildcardMatchTest, QuestionMarkTakesExactlyOneByte) {
-    EXPECT_TRUE(MatchWildcard("a", "?"));
-    EXPECT_TRUE(MatchWildcard("\xFF", "?"));
-    EXPECT_FALSE(MatchWildcard("", "?"));
-    EXPECT_FALSE(MatchWildcard("ab", "?"));
-}
-
-TEST(WildcardMatchTest, StarTakesAnyRunTheEmptyOneToo) {
-    EXPECT_TRUE(MatchWildcard("", "*"));
-    EXPECT_TRUE(MatchWildcard("abc", "*"));
-    EXPECT_TRUE(MatchWildcard("abc", "*abc"));
-    EXPECT_TRUE(MatchWildcard("abc", "abc*"));
-    EXPECT_TRUE(MatchWildcard("abc", "a*bc"));
+TEST(WildcardMatchTest, WildcardsAndBytes) {
     EXPECT_TRUE(MatchWildcard("report.txt", "*.txt"));
-    EXPECT_FALSE(MatchWildcard("report.txt", "*.txt2"));
     EXPECT_FALSE(MatchWildcard("report.txt.gz", "*.txt"));
-}
-
-// Deliberate: a star that meets a star is that one byte and no wildcard any more.
-TEST(WildcardMatchTest, StarOfThePatternThatMeetsAStarOfTheNameTakesJustThatOne) {
-    EXPECT_TRUE(MatchWildcard("*", "*"));
-    EXPECT_FALSE(MatchWildcard("*a", "*"));
-    EXPECT_FALSE(MatchWildcard("*ab", "*b"));
-    EXPECT_TRUE(MatchWildcard("xab", "*b"));
-    EXPECT_TRUE(MatchWildcard("a*b", "a*b"));
-    EXPECT_FALSE(MatchWildcard("a*xb", "a*b"));
-    EXPECT_TRUE(MatchWildcard("*a", "**"));
-}
-
-TEST(WildcardMatchTest, CaseMatters) {
-    EXPECT_FALSE(MatchWildcard("A.TXT", "*.txt"));
+    EXPECT_TRUE(MatchWildcard("\xFF", "?"));
+    EXPECT_FALSE(MatchWildcard("A.TXT", "*.txt")) << "case matters";
     EXPECT_FALSE(MatchWildcard("a.txt", "*.TXT"));
-}
-
-// The end of the pattern is no byte that a NUL in the name could match.
-TEST(WildcardMatchTest, NulInANameIsAByteThatOnlyWildcardsMatch) {
+    // The end of the pattern is no byte that a NUL in the name could match.
     EXPECT_FALSE(MatchWildcard(Bytes("a\0b"), "a"));
     EXPECT_FALSE(MatchWildcard(Bytes("\0"), ""));
     EXPECT_TRUE(MatchWildcard(Bytes("a\0b"), "a?b"));
     EXPECT_TRUE(MatchWildcard(Bytes("a\0\0b"), "a*b"));
 }
 
-// By its branches this would take longer than there has been time.
-TEST(WildcardMatchTest, HostilePatternIsAnsweredAtOnce) {
+// Deliberate: a star that meets a star is that one byte and no wildcard any more.
+TEST(WildcardMatchTest, StarOfThePatternTakesOneStarOfTheName) {
+    EXPECT_TRUE(MatchWildcard("*", "*"));
+    EXPECT_FALSE(MatchWildcard("*a", "*"));
+    EXPECT_FALSE(MatchWildcard("*ab", "*b"));
+    EXPECT_TRUE(MatchWildcard("xab", "*b"));
+    EXPECT_FALSE(MatchWildcard("a*xb", "a*b"));
+    EXPECT_TRUE(MatchWildcard("*a", "**"));
+}
+
+// By its branches this would not end in any reasonable time.
+TEST(WildcardMatchTest, AnswersAHostilePatternAtOnce) {
     std::string const name(255, 'a');
     EXPECT_FALSE(MatchWildcard(name, "*a*a*a*a*a*a*a*b"));
-    EXPECT_TRUE(MatchWildcard(name, "*a*a*a*a*a*a*a*a"));
     std::string stars;
     for (int i = 0; i < 255; ++i)
         stars += "*a";
@@ -140,7 +112,7 @@ TEST(WildcardMatchTest, HostilePatternIsAnsweredAtOnce) {
     EXPECT_FALSE(MatchWildcard(name, (stars + "a").c_str()));
 }
 
-TEST(WildcardMatchTest, LongestNameAndLongerOnes) {
+TEST(WildcardMatchTest, MatchesLongNames) {
     for (std::size_t length : {254, 255, 256, 257, 5'000}) {
         std::string const name = std::string(length - 1, 'x') + 'y';
         EXPECT_TRUE(MatchWildcard(name, "x*y")) << length;
@@ -148,9 +120,6 @@ TEST(WildcardMatchTest, LongestNameAndLongerOnes) {
         EXPECT_TRUE(MatchWildcard(name, name.c_str())) << length;
         EXPECT_FALSE(MatchWildcard(name, (name + '?').c_str())) << length;
     }
-}
-
-TEST(WildcardMatchTest, NameOfADirectoryEntryCostsNoAllocation) {
     std::string const name(255, 'a');
     EXPECT_EQ(0u, AllocationsOf([&] { MatchWildcard(name, "a*a?*"); }));
 }

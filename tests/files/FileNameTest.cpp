@@ -1,0 +1,340 @@
+#include "files/FileName.h"
+
+#include <type_traits>
+
+#include "tests/files/FileTest.h"
+#include "tests/support/ZeroBytes.h"
+
+namespace {
+
+using Name = UnixPlatform::FileName;
+
+std::string TextOf(Name const& name) { return MakeString(name.Bytes()); }
+
+Name Made(std::string const& text) {
+    Name name;
+    name.Set(text.data(), static_cast<unsigned int>(text.size()));
+    return name;
+}
+
+Name Combined(std::string const& first, std::string const& second) {
+    return Name::CombineNames(first.data(), static_cast<unsigned int>(first.size()), second.data(),
+                              static_cast<unsigned int>(second.size()));
+}
+
+// The name that is made, or what is thrown.
+std::string Result(std::function<Name()> const& make) {
+    std::string text;
+    std::string const thrown = Thrown([&] { text = TextOf(make()); });
+    return thrown == "nothing" ? text : thrown;
+}
+
+TEST(FileNameTest, IsEmptyByDefaultAndTheSameAtBothLevels) {
+    EXPECT_TRUE(Name().IsEmpty());
+    EXPECT_EQ(0u, Name().Length());
+    EXPECT_STREQ("", Name().Text());
+    static_assert(sizeof(FileName) == sizeof(Name));
+    FileName const joined = FileName("name") + ".txt";
+    EXPECT_EQ("name.txt", TextOf(joined));
+    EXPECT_EQ("name", TextOf(FileName(joined.BaseName())));
+}
+
+TEST(FileNameTest, AcceptsEveryLengthFrom1To255) {
+    for (std::size_t length = 1; length <= 255; ++length) {
+        std::string const text(length, 'n');
+        EXPECT_EQ(text, Made(text).Text());
+        EXPECT_EQ(length, Made(text).Length());
+    }
+}
+
+// The length is tested before the bytes.
+TEST(FileNameTest, RejectsAnEmptyOrTooLongName) {
+    for (std::string const& text :
+         {std::string(), std::string(256, 'n'), std::string(255, 'n') + '/'}) {
+        EXPECT_EQ("IllegalFileNameLength", Result([&] { return Made(text); }));
+        EXPECT_EQ("IllegalFileNameLength", Result([&] { return Name(text); }));
+    }
+    Name name("before");
+    EXPECT_THROW(name.Set("x", 0xFFFFFFFF), IllegalFileNameLength);
+    EXPECT_THROW(name.Set(nullptr, 0), IllegalFileNameLength);
+    EXPECT_THROW(name.Set("x", 0), IllegalFileNameLength);
+    EXPECT_THROW(name.Set("..", 2), IllegalFileNameReserved);
+    EXPECT_EQ("before", TextOf(name));
+    EXPECT_THROW(Name{ConstData()}, IllegalFileNameLength);
+    EXPECT_THROW(Name(""), IllegalFileNameLength);
+}
+
+// Cut to 32 bits, three bytes would be left.
+TEST(FileNameTest, DoesNotCutALengthTo32Bits) {
+    ZeroBytes const zeros((std::size_t{1} << 32) + 3);
+    if (zeros.WhyNot() != nullptr)
+        GTEST_SKIP() << zeros.WhyNot();
+    Name const name("n");
+    EXPECT_THROW(Name{zeros.Bytes()}, IllegalFileNameLength);
+    EXPECT_THROW(name + zeros.Bytes(), IllegalFileName);
+    EXPECT_THROW(zeros.Bytes() + name, IllegalFileName);
+}
+
+TEST(FileNameTest, RejectsReservedNamesAndSlashes) {
+    for (char const* text : {".", ".."})
+        EXPECT_EQ("IllegalFileNameReserved", Result([&] { return Made(text); }));
+    for (std::string const& text : {std::string("/"), std::string("/a"), std::string("a/"),
+                                    std::string("../"), std::string(254, 'n') + '/'})
+        EXPECT_EQ("IllegalFileName", Result([&] { return Made(text); })) << text;
+    for (char const* text : {"...", ".a", "a.", "..a", ". ", " .", "a..", "a\\b", "c:"})
+        EXPECT_EQ(text, Result([&] { return Made(text); }));
+}
+
+TEST(FileNameTest, AcceptsEveryOtherByte) {
+    for (char const byte : EveryByte()) {
+        if (byte == '/')
+            continue;
+        EXPECT_EQ((std::string{'a', byte, 'b'}), TextOf(Made({'a', byte, 'b'})));
+        if (byte != '.') {
+            EXPECT_EQ(std::string{byte}, TextOf(Made({byte})));
+        }
+    }
+}
+
+TEST(FileNameTest, RejectedNameHasTheNewLengthAndTheBytesUpToTheSlash) {
+    for (std::size_t length : {10, 23, 24, 100}) {
+        Name name("before");
+        std::string const text = "abc/" + std::string(length - 4, 'x');
+        EXPECT_THROW(name.Set(text.data(), static_cast<unsigned int>(length)), IllegalFileName);
+        EXPECT_EQ(length, name.Length());
+        EXPECT_STREQ("abc", name.Text());
+    }
+}
+
+TEST(FileNameTest, ErrorsNameThemselvesAndShareNoBase) {
+    static_assert(!std::is_base_of_v<IllegalFileName, IllegalFileNameLength>);
+    static_assert(!std::is_base_of_v<IllegalFileName, IllegalFileNameReserved>);
+    static_assert(!std::is_base_of_v<IllegalFileName, ExtensionDoesNotMatch>);
+    static_assert(!std::is_base_of_v<IllegalFileName, PrefixDoesNotMatch>);
+    static_assert(sizeof(IllegalFileName) == sizeof(DebuggableException));
+    EXPECT_STREQ("15IllegalFileName", IllegalFileName().what());
+    EXPECT_STREQ("21IllegalFileNameLength", IllegalFileNameLength().what());
+    EXPECT_STREQ("23IllegalFileNameReserved", IllegalFileNameReserved().what());
+    EXPECT_STREQ("21ExtensionDoesNotMatch", ExtensionDoesNotMatch().what());
+    EXPECT_STREQ("18PrefixDoesNotMatch", PrefixDoesNotMatch().what());
+}
+
+TEST(FileNameTest, AllocatesOneBlockFor24BytesAndMore) {
+    std::string const longestInside(23, 'n');
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  Name const name = Made(longestInside);
+                  Name copy(name);
+                  copy = name;
+                  copy.BaseName();
+                  copy.HasExtension("n", true);
+              }));
+    for (std::size_t length : {24, 100, 255}) {
+        std::string const text(length, 'n');
+        AllocationCounter const counter;
+        Name const name = Made(text);
+        EXPECT_EQ(1u, counter.Count());
+        EXPECT_EQ(length + 1, counter.Bytes());
+    }
+}
+
+TEST(FileNameTest, CopiesShareNoBytes) {
+    for (std::size_t length : {1, 23, 24, 255}) {
+        std::string const text(length, 'n');
+        Name original = Made(text);
+        Name copy(original);
+        Name assigned("other");
+        assigned = original;
+        original.Set("changed", 7);
+        EXPECT_EQ(text, TextOf(copy));
+        EXPECT_NE(copy.Text(), assigned.Text());
+        Name const& self = assigned;
+        assigned = self;
+        EXPECT_EQ(text, TextOf(assigned));
+    }
+}
+
+TEST(FileNameTest, GrowsAndShrinks) {
+    std::mt19937 random(1);
+    Name name;
+    for (int round = 0; round < 2'000; ++round) {
+        std::string const text = RandomBytes(random, 1 + random() % 40, "ab");
+        name.Set(text.data(), static_cast<unsigned int>(text.size()));
+        ASSERT_EQ(text, TextOf(name)) << "round " << round;
+        ASSERT_STREQ(text.c_str(), name.Text()) << "round " << round;
+    }
+}
+
+TEST(FileNameTest, SafeSetTestsNothing) {
+    Name name("before");
+    for (std::string const& text : {std::string(), std::string("."), std::string(".."),
+                                    std::string("a/b"), std::string(1'000, '/')}) {
+        name.SafeSet(text.data(), static_cast<unsigned int>(text.size()));
+        EXPECT_EQ(text, TextOf(name));
+    }
+    name.SafeSet(nullptr, 0);
+    EXPECT_TRUE(name.IsEmpty());
+}
+
+TEST(FileNameTest, CanBeSetFromAPartOfItself) {
+    for (std::size_t length : {12, 23, 24, 60}) {
+        std::string const text = EveryByte().substr('a', length);
+        for (unsigned int start = 0; start < length; ++start)
+            for (unsigned int part = 1; start + part <= length; ++part) {
+                Name cut = Made(text);
+                cut.SafeSet(cut.Text() + start, part);
+                ASSERT_EQ(text.substr(start, part), TextOf(cut));
+                Name checked = Made(text);
+                checked.Set(checked.Text() + start, part);
+                ASSERT_EQ(text.substr(start, part), TextOf(checked));
+            }
+    }
+    Name name = Made(std::string(100, 'n'));
+    char const* const text = name.Text();
+    EXPECT_EQ(0u, AllocationsOf([&] { name.SafeSet(name.Text(), name.Length()); }));
+    EXPECT_EQ(text, name.Text());
+    EXPECT_EQ(std::string(100, 'n'), TextOf(name));
+}
+
+// Deliberate: one byte less than Set takes, and another exception.
+TEST(FileNameTest, CombinesUpTo254BytesWithoutATest) {
+    std::string const first(100, 'a');
+    EXPECT_EQ(first + std::string(154, 'b'), TextOf(Combined(first, std::string(154, 'b'))));
+    EXPECT_EQ(254u, Combined("", std::string(254, 'b')).Length());
+    EXPECT_THROW(Combined(first, std::string(155, 'b')), IllegalFileName);
+    EXPECT_THROW(Combined("", std::string(255, 'b')), IllegalFileName);
+    EXPECT_THROW(Name::CombineNames("a", 0xFFFFFFFF, "b", 1), IllegalFileName);
+    EXPECT_THROW(Name::CombineNames("a", 0xFFFFFFFF, "b", 0xFFFFFFFF), IllegalFileName);
+    EXPECT_EQ("a/b", TextOf(Combined("a/", "b")));
+    EXPECT_EQ("..", TextOf(Combined(".", ".")));
+    EXPECT_TRUE(Combined("", "").IsEmpty());
+    EXPECT_TRUE(Name::CombineNames(nullptr, 0, nullptr, 0).IsEmpty());
+}
+
+TEST(FileNameTest, PlusCombinesNamesAndTexts) {
+    Name const name("name");
+    static_assert(std::is_same_v<decltype(name + name), Name>);
+    EXPECT_EQ("name.txt", TextOf(name + Name(".txt")));
+    EXPECT_EQ("name.txt", TextOf(name + ".txt"));
+    EXPECT_EQ("name.txt", TextOf(name + ConstData(".txt")));
+    EXPECT_EQ("prename", TextOf("pre" + name));
+    EXPECT_EQ("prename", TextOf(ConstData("pre") + name));
+    EXPECT_EQ("name", TextOf(name + ConstData()));
+    EXPECT_EQ(254u, (name + std::string(250, 'x')).Length());
+    EXPECT_THROW(name + std::string(251, 'x'), IllegalFileName);
+    EXPECT_THROW(ConstData(std::string(100'000, 'x')) + name, IllegalFileName);
+}
+
+TEST(FileNameTest, HasPrefixesAndSuffixes) {
+    struct Case {
+        char const* text;
+        bool isPrefix, isPrefixOfAnyCase, isSuffix, isSuffixOfAnyCase;
+    };
+    for (Case const& part : std::vector<Case>{{"Report.Txt", true, true, true, true},
+                                              {"", true, true, true, true},
+                                              {"Rep", true, true, false, false},
+                                              {"rEP", false, true, false, false},
+                                              {"xt", false, false, true, true},
+                                              {"XT", false, false, false, true},
+                                              {"xReport.Txt", false, false, false, false},
+                                              {"Report.Txtx", false, false, false, false}}) {
+        Name const name("Report.Txt");
+        EXPECT_EQ(part.isPrefix, name.HasPrefix(part.text, false)) << part.text;
+        EXPECT_EQ(part.isPrefixOfAnyCase, name.HasPrefix(part.text, true)) << part.text;
+        EXPECT_EQ(part.isSuffix, name.HasSuffix(part.text, false)) << part.text;
+        EXPECT_EQ(part.isSuffixOfAnyCase, name.HasSuffix(part.text, true)) << part.text;
+    }
+    EXPECT_TRUE(Name().HasPrefix("", true) && Name().HasSuffix("", false));
+    EXPECT_FALSE(Name().HasPrefix("a", true));
+    EXPECT_FALSE(Name("\xE9").HasSuffix("\xC9", true)) << "only letters of ASCII have a case";
+    EXPECT_FALSE(Name("a@").HasSuffix("`", true));
+}
+
+TEST(FileNameTest, ExtensionHasADotInItOrInFrontOfIt) {
+    struct Case {
+        std::string name, extension;
+        bool ignoresCase;
+        // What stands in front of the extension.
+        std::string before;
+    };
+    std::string const none = "ExtensionDoesNotMatch";
+    for (auto const& [text, extension, ignoresCase, before] :
+         std::vector<Case>{{"a.txt", ".txt", false, "a"},
+                           {"a.txt", "txt", false, "a."},
+                           {"A.TXT", ".txt", true, "A"},
+                           {"a.txt", "TXT", true, "a."},
+                           {".txt", "txt", false, "."},
+                           {".txt", ".txt", false, "IllegalFileName"},
+                           {"a.tar.gz", "tar.gz", false, "a."},
+                           {"a.", "", false, "a."},
+                           {"A.TXT", ".txt", false, none},
+                           {"reporttxt", ".txt", false, none},
+                           {"reporttxt", "txt", true, none},
+                           {"txt", "txt", false, none},
+                           {"a.txt", "xt", false, none},
+                           {"a", "", false, none}}) {
+        SCOPED_TRACE(text + ' ' + extension);
+        Name const name(text);
+        EXPECT_EQ(before != none, name.HasExtension(extension.c_str(), ignoresCase));
+        EXPECT_EQ(before, Result([&, &ending = extension, &ignores = ignoresCase] {
+                      return name.NameBeforeExtension(ending.c_str(), ignores);
+                  }));
+    }
+    EXPECT_FALSE(Name().HasExtension("", false));
+}
+
+TEST(FileNameTest, NameAfterPrefix) {
+    EXPECT_EQ("name", TextOf(Name("prename").NameAfterPrefix("pre", false)));
+    EXPECT_EQ("name", TextOf(Name("PREname").NameAfterPrefix("pre", true)));
+    EXPECT_EQ("name", TextOf(Name("name").NameAfterPrefix("", true)));
+    EXPECT_THROW(Name("PREname").NameAfterPrefix("pre", false), PrefixDoesNotMatch);
+    EXPECT_THROW(Name("pre").NameAfterPrefix("prename", false), PrefixDoesNotMatch);
+    EXPECT_THROW(Name("pre").NameAfterPrefix("pre", false), IllegalFileName);
+    EXPECT_THROW(Name().NameAfterPrefix("", false), IllegalFileName);
+}
+
+TEST(FileNameTest, BaseNameEndsAtTheLastDot) {
+    std::string const longBase(100, 'n');
+    for (auto const& [text, base] :
+         std::vector<std::pair<std::string, std::string>>{{"a.tar.gz", "a.tar"},
+                                                          {"a.", "a"},
+                                                          {"name", "name"},
+                                                          {"...", ".."},
+                                                          {".profile", ""},
+                                                          {longBase + ".txt", longBase}})
+        EXPECT_EQ(base, TextOf(Made(text).BaseName()));
+    EXPECT_EQ("", TextOf(Name().BaseName()));
+}
+
+TEST(FileNameTest, PrefixDigitsAreThoseAtTheStart) {
+    EXPECT_EQ("123", TextOf(Name("123abc").PrefixDigits()));
+    EXPECT_EQ("0", TextOf(Name("0").PrefixDigits()));
+    EXPECT_EQ("9876543210", TextOf(Name("9876543210.1").PrefixDigits()));
+    for (char const* text : {"abc", "a1", ":1", "\xB2"})
+        EXPECT_THROW(Name(text).PrefixDigits(), IllegalFileName) << text;
+    Name slash;
+    slash.SafeSet("/1", 2);
+    EXPECT_THROW(slash.PrefixDigits(), IllegalFileName);
+    EXPECT_THROW(Name().PrefixDigits(), IllegalFileName);
+}
+
+TEST(FileNameTest, MatchesWildCardsWithItsWholeText) {
+    for (char const* pattern : {"a*", "a?c", "abc"})
+        EXPECT_TRUE(Name("abc").MatchesWildCard(pattern)) << pattern;
+    for (char const* pattern : {"a?", "", "ABC", "*d"})
+        EXPECT_FALSE(Name("abc").MatchesWildCard(pattern)) << pattern;
+    EXPECT_TRUE(Name().MatchesWildCard("*") && Name().MatchesWildCard(""));
+}
+
+TEST(FileNameTest, FailedAllocationLeavesTheNameAsItWas) {
+    Name name("before");
+    std::string const text(100, 'n');
+    std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
+        if (Thrown([&] { name.Set(text.data(), 100); }) != "nothing") {
+            EXPECT_EQ("before", TextOf(name));
+        }
+    });
+    EXPECT_EQ(1u, failures);
+    EXPECT_EQ(text, TextOf(name));
+}
+
+} // namespace
