@@ -67,6 +67,7 @@ TEST_F(FileReadingLoopTest, TakesTheRangeInThreeForms) {
     EXPECT_THAT(ChunksOfRange(Range{2, 7}), ElementsAre("2345", "6"));
     Data const buffer(bytes);
     FileReadingLoop loop(buffer);
+    EXPECT_EQ(loop.Remaining(), 0u);
     loop.Start(path, 5);
     EXPECT_THAT(ChunksOf(loop), ElementsAre("5678", "9"));
     loop.Start(path, 2, 7);

@@ -1,170 +1,257 @@
-// What comes to be and goes: files, directories and temporary locations.
-#include "tests/torture/SystemCallsSteps.h"
+// What is created, removed, copied and moved.
+#include "tests/torture/SystemCallsOperations.h"
 
-#include <cerrno>
 #include <filesystem>
 
-#include "files/FileLocation.h"
+#include "files/FileLoop.h"
 #include "files/FileOperations.h"
 #include "files/FileRetry.h"
 #include "files/FileTrees.h"
 #include "files/TemporaryLocations.h"
 
-namespace SystemCallsSteps {
+namespace {
+
+FileRetryLog const noLog;
+
+template <class Operation>
+auto Retrying(Operation operation) {
+    return [operation](FileLocation const& from, FileLocation const& to) -> std::string {
+        if constexpr (std::is_invocable_v<Operation, FileLocation const&, FileRetryLog const&>)
+            operation(from, noLog);
+        else
+            operation(from, to, noLog);
+        return {};
+    };
+}
+
+// Removes what was made, whose name is the system's choice.
+void Remove(FileLocation const& made) { std::filesystem::remove(made.Text()); }
+
+Outcome FreeStanding(std::string const& name) { return Maps(Mapper::freeStanding, name); }
+
+} // namespace
 
 std::vector<Operation> Creations() {
-    Outcome const freeNew = Maps(Mapper::freeStanding, "new");
-    Outcome const freeNewer = Maps(Mapper::freeStanding, "new/newer");
+    CallFailure const unseen = {"lstat", {goesOn}};
     return {
         {"CreateFile",
          MakeNothing,
-         [](std::string const& place) {
-             CreateFile(At(place, "new"), FileCreatingInfo{0600});
-             return none;
-         },
-         "; new",
-         {{"lstat", GoesOn()}, {"fopen", freeNew}, {"chmod", freeNew}}},
-        // Deliberate: the file of the attempt that could not set the permissions stands in the way
-        // of the next one.
+         Calling([](auto&, auto& to) { CreateFile(to, FileCreatingInfo{0600}); }),
+         "; to",
+         {unseen, {"fopen", {freeTo}}, {"chmod", {freeTo}}}},
+        // Deliberate: the file of the attempt that could not set the permissions is in the way of
+        // the next one.
         {"CreateFileWithRetry",
          MakeNothing,
-         [](std::string const& place) {
-             CreateFileWithRetry(At(place, "new"), FileCreatingInfo{0600}, FileRetryLog());
-             return none;
-         },
-         "; new",
-         {{"lstat", GoesOn()},
-          Step("fopen", GoesOn()).Lasting(freeNew),
-          {"chmod", Throws("FileFoundError", "new", 0)}}},
+         Calling([](auto&, auto& to) { CreateFileWithRetry(to, FileCreatingInfo{0600}, noLog); }),
+         "; to",
+         {unseen, {"fopen", {goesOn}, {freeTo}}, {"chmod", {Throws("FileFoundError", "to")}}}},
         {"CreateDirectory",
          MakeNothing,
-         [](std::string const& place) {
-             CreateDirectory(At(place, "new"), DirectoryCreatingInfo());
-             return none;
-         },
-         "; new",
-         {{"lstat", GoesOn()}, {"mkdir", freeNew}}},
+         Calling([](auto&, auto& to) { CreateDirectory(to, {}); }),
+         "; to",
+         {unseen, {"mkdir", {freeTo}}}},
         {"CreateDirectoryWithRetry",
          MakeNothing,
-         [](std::string const& place) {
-             CreateDirectoryWithRetry(At(place, "new"), DirectoryCreatingInfo(), FileRetryLog());
-             return none;
-         },
-         "; new",
-         {{"lstat", GoesOn()}, Step("mkdir", GoesOn()).Lasting(freeNew)}},
+         Calling([](auto&, auto& to) { CreateDirectoryWithRetry(to, {}, noLog); }),
+         "; to",
+         {unseen, {"mkdir", {goesOn}, {freeTo}}}},
         {"ForceDirectoryExistence",
          MakeNothing,
-         [](std::string const& place) {
-             ForceDirectoryExistence(At(place, "new"), DirectoryCreatingInfo());
-             return none;
-         },
-         "; new",
-         {{"lstat", GoesOn()}, {"mkdir", freeNew}}},
+         Calling([](auto&, auto& to) { ForceDirectoryExistence(to, {}); }),
+         "; to",
+         {unseen, {"mkdir", {freeTo}}}},
         // A directory that is not seen is made, and in the way of that.
         {"ForceDirectoryExistenceOfWhatIsThere",
          MakeEmptyDirectory,
-         [](std::string const& place) {
-             ForceDirectoryExistence(From(place), DirectoryCreatingInfo());
-             return none;
-         },
+         Calling([](auto& from, auto&) { ForceDirectoryExistence(from, {}); }),
          "; from",
-         {{"lstat", Throws("FileIOError", "from", EEXIST)}}},
+         {{"lstat", {Throws("FileIOError EEXIST", "from")}}}},
         {"CreateDirectoryTree",
          MakeNothing,
-         [](std::string const& place) {
-             CreateDirectoryTree(At(place, "new/newer"));
-             return none;
-         },
-         "; new new/newer",
-         {Step("lstat", GoesOn()).Lasting(rootIsThere),
-          Step("lstat", GoesOn()).Lasting(rootIsThere),
-          Step("lstat", GoesOn()).Lasting(rootIsThere),
-          {"lstat", GoesOn()},
-          {"mkdir", freeNew},
-          {"lstat", GoesOn()},
-          {"mkdir", freeNewer}}},
+         Calling([](auto&, auto& to) { CreateDirectoryTree(to.Relative("newer")); }),
+         "; to to/newer",
+         {{"lstat", {goesOn}, {rootIsThere}},
+          {"mkdir to", {freeTo}},
+          {"mkdir to/newer", {FreeStanding("to/newer")}}}},
         {"CreateUniqueFileLocation",
          MakeEmptyDirectory,
-         [](std::string const& place) {
-             fs::remove(MakeString(CreateUniqueFileLocation(From(place), "x").Bytes()));
-             return none;
-         },
+         Calling([](auto& from, auto&) { Remove(CreateUniqueFileLocation(from, "x")); }),
          "; from",
-         {{"mkstemp", Throws("CreateUniqueFileLocationFailed", none, 0)}, {"close", GoesOn()}}},
+         {{"mkstemp", {Throws("CreateUniqueFileLocationFailed")}}, {"close", {goesOn}}}},
         {"CreateUniqueDirLocation",
          MakeEmptyDirectory,
-         [](std::string const& place) {
-             fs::remove(MakeString(CreateUniqueDirLocation(From(place), "x").Bytes()));
-             return none;
-         },
+         Calling([](auto& from, auto&) { Remove(CreateUniqueDirLocation(from, "x")); }),
          "; from",
-         {{"mkdtemp", Throws("CreateUniqueFileLocationFailed", none, 1)}}},
+         {{"mkdtemp", {Throws("CreateUniqueFileLocationFailed EPERM")}}}},
     };
 }
 
 std::vector<Operation> Deletions() {
-    Outcome const freeA = Maps(Mapper::freeStanding, "from/a");
-    Outcome const freeB = Maps(Mapper::freeStanding, "from/b");
-    Outcome const noB = Throws("DirectoryNotFoundError", "from/b", 0);
+    Outcome const allStays = Gives("; from from/a from/b");
     // An entry that is not seen when it is to go stays, which shows when the directory is to go.
-    Steps const contents = {
-        {"scandir", notEmpty}, {"lstat", freeA}, Step("lstat", notEmpty).Lasting(freeB),
-        {"unlink", freeA},     {"lstat", freeB}, {"scandir", GoesOn()},
-        {"lstat", noB},        {"rmdir", freeB}};
-    Steps const tree = Steps{{"lstat", noDirectory}} + contents +
-                       Steps{{"lstat", noDirectory}, {"rmdir", freeFrom}};
-    Steps justContents = Steps{{"lstat", noDirectory}} + contents;
-    justContents[1] = Step("scandir", Gives("; from from/a from/b"));
-    justContents[3] = Step("lstat", Gives("; from from/a")).Lasting(freeB);
+    CallFailures const tree = {
+        {"scandir from", {notEmpty}},
+        {"scandir from/b", {goesOn}},
+        {"lstat from/a", {FreeStanding("from/a"), notEmpty}},
+        {"lstat from/b", {FreeStanding("from/b"), Throws("DirectoryNotFoundError", "from/b")}},
+        {"unlink", {FreeStanding("from/a")}},
+        {"rmdir from/b", {FreeStanding("from/b")}},
+        {"rmdir from", {freeFrom}}};
+    CallFailures contents = tree;
+    contents.pop_back();
+    contents[0].once = {allStays};
+    contents[2].once = {FreeStanding("from/a"), Gives("; from from/a")};
     return {
-        {"DeleteFile", MakeFile, On(DeleteFile), ";", {{"unlink", freeFrom}}},
+        {"DeleteFile", MakeFile, Calling(DeleteFile), ";", {{"unlink", {freeFrom}}}},
         {"DeleteFileWithRetry",
          MakeFile,
-         [](std::string const& place) {
-             DeleteFileWithRetry(From(place), FileRetryLog());
-             return none;
-         },
+         Retrying(DeleteFileWithRetry),
          ";",
-         {Step("unlink", GoesOn()).Lasting(freeFrom)}},
+         {{"unlink", {goesOn}, {freeFrom}}}},
         {"DeleteDirectory",
          MakeEmptyDirectory,
-         On(DeleteDirectory),
+         Calling(DeleteDirectory),
          ";",
-         {{"lstat", noDirectory}, {"rmdir", freeFrom}}},
+         {{"lstat", {noDirectory}}, {"rmdir", {freeFrom}}}},
         {"DeleteDirectoryWithRetry",
          MakeEmptyDirectory,
-         [](std::string const& place) {
-             DeleteDirectoryWithRetry(From(place), FileRetryLog());
-             return none;
-         },
+         Retrying(DeleteDirectoryWithRetry),
          ";",
-         {Step("lstat", GoesOn()).Lasting(noDirectory), Step("rmdir", GoesOn()).Lasting(freeFrom)}},
+         {{"lstat", {goesOn}, {noDirectory}}, {"rmdir", {goesOn}, {freeFrom}}}},
         // What is not seen stays, without an error.
         {"ForceNonexistence",
          MakeFile,
-         On(ForceNonexistence),
+         Calling(ForceNonexistence),
          ";",
-         {{"lstat", Gives("; from")}, {"unlink", freeFrom}}},
+         {{"lstat", {Gives("; from")}}, {"unlink", {freeFrom}}}},
         {"ForceNonexistenceOfADirectory",
          MakeEmptyDirectory,
-         On(ForceNonexistence),
+         Calling(ForceNonexistence),
          ";",
-         {{"lstat", Gives("; from")}, {"lstat", noDirectory}, {"rmdir", freeFrom}}},
+         {{"lstat", {Gives("; from"), noDirectory}}, {"rmdir", {freeFrom}}}},
         {"ForceNonexistenceWithRetry",
          MakeFile,
-         [](std::string const& place) {
-             ForceNonexistenceWithRetry(From(place), FileRetryLog());
-             return none;
-         },
+         Retrying(ForceNonexistenceWithRetry),
          ";",
-         {{"lstat", Gives("; from")}, Step("unlink", GoesOn()).Lasting(freeFrom)}},
-        {"DeleteRecursive", MakeDeepTree, On(DeleteRecursive), ";", tree},
-        {"DeleteContents", MakeDeepTree, On(DeleteContents), "; from", justContents},
-        {"ForceDeleteRecursive", MakeDeepTree, On(ForceDeleteRecursive), ";",
-         Steps{{"lstat", Gives("; from from/a from/b")}} + tree},
-        {"ForceDeleteContents", MakeDeepTree, On(ForceDeleteContents), "; from",
-         Steps{{"lstat", Gives("; from from/a from/b")}} + justContents},
+         {{"lstat", {Gives("; from")}}, {"unlink", {goesOn}, {freeFrom}}}},
+        {"DeleteRecursive", MakeDeepTree, Calling(DeleteRecursive), ";",
+         tree + CallFailures{{"lstat from", {noDirectory}}}},
+        {"DeleteContents", MakeDeepTree, Calling(DeleteContents), "; from",
+         contents + CallFailures{{"lstat from", {noDirectory}}}},
+        {"ForceDeleteRecursive", MakeDeepTree, Calling(ForceDeleteRecursive), ";",
+         tree + CallFailures{{"lstat from", {noDirectory, allStays}}}},
+        {"ForceDeleteContents", MakeDeepTree, Calling(ForceDeleteContents), "; from",
+         contents + CallFailures{{"lstat from", {noDirectory, allStays}}}},
     };
 }
 
-} // namespace SystemCallsSteps
+namespace {
+
+Outcome const writerNone = Maps(Mapper::writer);
+Outcome const closedNone = Maps(Mapper::readingPath);
+
+// The copy of "from" to "to". The writing path has no name.
+CallFailures const copied = CallFailures{{"open", {Maps(Mapper::writingPath, "to"), readingFrom}},
+                                         {"setfd", {goesOn}},
+                                         {"read", {readerFrom}},
+                                         {"write", {writerNone}},
+                                         {"close", {closedNone, readingFrom}}} +
+                            Sought({readingFrom, readerFrom, writerNone}, {endOfLoop, goesOn});
+
+// A copy under retries, to a place where what an attempt has written is in the way of the next one.
+CallFailures CopiedWithRetry(std::string const& to) {
+    Outcome const isThere = Throws("FileExistsError", to);
+    return CallFailures{{"open", {isThere, goesOn}, {Maps(Mapper::writingPath, to)}},
+                        {"setfd", {goesOn}},
+                        {"read", {isThere}},
+                        {"write", {isThere}},
+                        {"close", {isThere}}} +
+           Sought({isThere}, {goesOn});
+}
+
+// A refused rename counts as done, whatever the number, but for the one that says that the places
+// are on different file systems: then the file is copied.
+CallFailures const renamed = {{"rename", {Gives("; from")}}, {"rename", {goesOn}, {}, EXDEV}};
+
+CallFailure const unseenTo = {"lstat to", {goesOn}};
+
+// The copy of a tree with the file "a": its target is created like any tree.
+CallFailures const treeCopied = CallFailures{{"lstat to", {goesOn}, {rootIsThere}},
+                                             {"lstat .", {goesOn}, {rootIsThere}},
+                                             {"lstat to/a", {goesOn}},
+                                             {"mkdir", {freeTo}}} +
+                                CopiedWithRetry("to/a");
+Outcome const noA = Throws("FileNotFoundError", "from/a");
+
+} // namespace
+
+std::vector<Operation> CopiesAndMoves() {
+    return {
+        {"CopyFile", MakeFile, Calling(CopyFile), "; from to",
+         copied + CallFailures{{"lstat from", {noFrom, goesOn}}, unseenTo}},
+        {"CopyFileWithRetry", MakeFile, Retrying(CopyFileWithRetry), "; from to",
+         CopiedWithRetry("to") + CallFailures{{"lstat from", {goesOn}, {noFrom}}, unseenTo}},
+        {"ForceCopyFile", MakeBoth, Calling(ForceCopyFile), "; from to",
+         copied + CallFailures{{"lstat from", {noFrom, goesOn}},
+                               {"lstat to", {Throws("FileExistsError EEXIST", "to"), goesOn}},
+                               {"unlink", {freeTo}}}},
+        // Every attempt clears the way first.
+        {"ForceCopyFileWithRetry",
+         MakeBoth,
+         Retrying(ForceCopyFileWithRetry),
+         "; from to",
+         {{"lstat", {goesOn}, {noFrom}},
+          {"unlink", {goesOn}, {freeTo}},
+          {"open", {goesOn}, {Maps(Mapper::writingPath, "to")}},
+          {"setfd", {goesOn}},
+          {"seek", {goesOn}, {readingFrom}},
+          {"read", {goesOn}, {readerFrom}},
+          {"write", {goesOn}, {writerNone}},
+          {"close", {goesOn}, {closedNone}}}},
+        {"MoveFile", MakeFile, Calling(MoveFile), "; to",
+         renamed + CallFailures{{"lstat from", {noFrom}}, unseenTo}},
+        {"MoveFileWithRetry", MakeFile, Retrying(MoveFileWithRetry), "; to",
+         renamed + CallFailures{{"lstat from", {goesOn}, {noFrom}}, unseenTo}},
+        {"ForceMoveFile", MakeBoth, Calling(ForceMoveFile), "; to",
+         renamed + CallFailures{{"lstat from", {noFrom, vanished}},
+                                {"lstat to", {Throws("FileFoundError", "to"), vanished, goesOn}},
+                                {"unlink", {freeTo}}}},
+        {"MoveFileAcross", MakeFile, Calling(MoveFile), "; to",
+         copied + CallFailures{{"lstat from", {noFrom, vanished, goesOn}},
+                               unseenTo,
+                               {"unlink", {freeFrom}}},
+         EXDEV},
+    };
+}
+
+std::vector<Operation> Trees() {
+    return {
+        {"CopyDirectoryContents", MakeTree, Calling(CopyDirectoryContents), "; from from/a to to/a",
+         treeCopied + CallFailures{{"lstat from", {noDirectory, vanished}},
+                                   {"scandir", {Gives("; from from/a to")}},
+                                   {"lstat from/a", {FreeStanding("from/a"), goesOn}, {noA}}}},
+        // Deliberate: a directory that can't be listed counts as empty. Where that is so for the
+        // copy, but no more for the deletion, the content is lost.
+        {"MoveDirectoryAcross", MakeTree, Calling(MoveFile), "; to to/a",
+         treeCopied +
+             CallFailures{{"lstat from", {noFrom, vanished, noDirectory}},
+                          {"scandir", {Gives("; to"), notEmpty}},
+                          {"lstat from/a", {FreeStanding("from/a"), notEmpty, goesOn}, {noA}},
+                          {"unlink", {FreeStanding("from/a")}},
+                          {"rmdir", {freeFrom}}},
+         EXDEV},
+        {"FileLoop",
+         MakeDeepTree,
+         Calling([](auto& from, auto&) {
+             std::string names;
+             for (FileLoop loop(from, nullptr, false); loop.HasItem(); ++loop)
+                 names += MakeString(loop->Location().Name().Bytes());
+             return names;
+         }),
+         "ab; from from/a from/b",
+         {{"scandir", {Gives("; from from/a from/b")}},
+          {"lstat from/a", {FreeStanding("from/a")}},
+          {"lstat from/b", {FreeStanding("from/b")}}}},
+    };
+}

@@ -1,29 +1,131 @@
+// Items, the lock, and what asks for the agent.
 #include "tests/torture/SystemCallsOperations.h"
 
-#include "tests/torture/SystemCallsSteps.h"
+#include <filesystem>
 
-Outcome GoesOn() { return {}; }
+#include <unistd.h>
 
-Outcome Maps(Mapper mapper, std::string const& name) { return {Outcome::maps, mapper, {}, name}; }
+#include "compliance/InterProcessLock.h"
+#include "compliance/ProcessNames.h"
+#include "files/FileItem.h"
+#include "files/FileOperations.h"
+#include "files/FileRetry.h"
 
-Outcome Throws(std::string const& error, std::string const& name, int code) {
-    return {Outcome::throws, {}, error, name, code};
+std::vector<Operation> Items() {
+    Outcome const times = Maps(Mapper::times, "from");
+    Outcome const readOnly = Gives("read-only; from");
+    return {
+        {"FileItem",
+         MakeFile,
+         Calling([](auto& from, auto&) { FileItem{from}; }),
+         "; from",
+         {{"lstat", {freeFrom}}}},
+        {"FileItemThroughALink",
+         MakeFile,
+         Calling([](auto& from, auto& to) {
+             std::filesystem::create_symlink(from.Text(), to.Text());
+             FileItem{to};
+         }),
+         "; from to",
+         {{"lstat", {freeTo}}, {"stat", {freeTo}}}},
+        // The complement of the start value, which is all ones.
+        {"Checksum", MakeEmptyFile,
+         Calling([](auto& from, auto&) { return std::to_string(FileItem(from).Checksum()); }),
+         "0; from",
+         CallFailures{{"lstat", {freeFrom}}} + Opened(Mapper::readingPath) +
+             Sought({readingFrom}, {endOfLoop, goesOn})},
+        {"SetModificationTime",
+         MakeFile,
+         Calling([](auto& from, auto&) { FileItem(from).SetModificationTime(Instant(0)); }),
+         "; from",
+         {{"lstat", {freeFrom}}, {"utimes", {times}}}},
+        {"SetModificationTimeWithRetry",
+         MakeFile,
+         Calling([](auto& from, auto&) {
+             FileItem(from).SetModificationTimeWithRetry(Instant(0), FileRetryLog());
+         }),
+         "; from",
+         {{"lstat", {freeFrom}}, {"utimes", {goesOn}, {times}}}},
+        {"SetFileReadOnly",
+         MakeFile,
+         Calling([](auto& from, auto&) { SetFileReadOnly(from, true); }),
+         "; from",
+         {{"stat", {freeFrom}}, {"chmod", {freeFrom}}}},
+        {"IsReadOnly",
+         MakeFile,
+         Calling([](auto& from, auto&) {
+             return std::string(from.IsReadOnly() ? "read-only" : "writable");
+         }),
+         "writable; from",
+         {{"access", {freeFrom}},
+          {"access", {readOnly}, {}, EACCES},
+          {"access", {readOnly}, {}, EROFS}}},
+        {"CalculateFreeSpace",
+         MakeFile,
+         Calling([](auto& from, auto&) {
+             return std::string(CalculateFreeSpace(from) < 0 ? "none" : "some");
+         }),
+         "some; from",
+         {{"statvfs", {Gives("none; from")}}}},
+    };
 }
 
-Outcome ThrowsOutsideTheTree(std::string const& error) {
-    return {Outcome::throws, {}, error, {}, -1};
+namespace {
+
+std::string PathOfThisProcess() {
+    char path[4096];
+    bool const known = ProcessIdToPath(static_cast<unsigned int>(getpid()), path, sizeof path);
+    return known && std::filesystem::path(path).filename() == program_invocation_short_name
+               ? "known"
+               : "unknown";
 }
 
-Outcome Gives(std::string const& result) { return {Outcome::gives, {}, result}; }
+std::string NameOfThisProcess() {
+    char text[1024] = "";
+    long long parent = 0;
+    long long real = 0;
+    long long effective = 0;
+    bool const known = ProcessIdToName(static_cast<unsigned int>(getpid()), text, sizeof text,
+                                       parent, real, effective);
+    bool const numbers = parent == getppid() && real == getuid() && effective == geteuid();
+    bool const noNumbers = parent == -1 && real == -1 && effective == -1;
+    return (known ? text : "unknown") + std::string(numbers     ? ", numbers"
+                                                    : noNumbers ? ""
+                                                                : ", others");
+}
 
-std::vector<Operation> const& Operations() {
-    using namespace SystemCallsSteps;
-    static std::vector<Operation> const all = [] {
-        std::vector<Operation> operations;
-        for (auto const& some : {OpenFiles(), Streams(), Creations(), Deletions(), CopiesAndMoves(),
-                                 Trees(), Items(), LockAndProbe()})
-            operations.insert(operations.end(), some.begin(), some.end());
-        return operations;
-    }();
-    return all;
+} // namespace
+
+std::vector<Operation> LockAndProbe() {
+    std::string const name = program_invocation_short_name;
+    // As the kernel cuts the name of a command.
+    std::string const command = name.substr(0, 15);
+    return {
+        {"InterProcessLock",
+         MakeNothing,
+         Calling([](auto& from, auto&) {
+             InterProcessLock lock(from.Text());
+             return std::string(lock.Lock() ? "locked" : "refused");
+         }),
+         "locked; from",
+         {{"open", {Throws("InterProcessLockCreateError")}},
+          {"setfd", {goesOn}},
+          {"setlk WRLCK", {Gives("refused; from")}},
+          {"setlk UNLCK", {goesOn}},
+          {"close", {goesOn}}}},
+        {"ProcessIdToPath",
+         MakeNothing,
+         Calling([](auto&, auto&) { return PathOfThisProcess(); }),
+         "known;",
+         {{"readlink", {Gives("unknown;")}}}},
+        // By the link, without it by the command, which takes three calls more.
+        {"ProcessIdToName",
+         MakeNothing,
+         Calling([](auto&, auto&) { return NameOfThisProcess(); }),
+         name + ", numbers;",
+         {{"readlink", {Gives(command + ", numbers;")}},
+          {"open", {Gives(name + ";")}},
+          {"read", {Gives(name + ";")}},
+          {"close", {goesOn}}}},
+    };
 }

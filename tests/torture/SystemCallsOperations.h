@@ -1,81 +1,161 @@
-// The operations that make system calls: what each of them does, call by call, and what comes of it
-// when one of the calls fails. Data, written from the contracts, for SystemCallsTorture.cpp.
+// The operations that make system calls, and what can come of a failing call. Data, written from
+// the contracts, for SystemCallsTorture.cpp.
+//
+// The table says nothing about how often or in which order an operation makes its calls.
 #pragma once
 
+#include <cerrno>
+#include <filesystem>
 #include <functional>
-#include <map>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-// Who turns an error number into a class, each in its own way.
+#include "files/FileLocation.h"
+#include "tests/files/Files.h"
+
+// Who maps an error number to a class, each in its own way.
 enum class Mapper { freeStanding, readingPath, writingPath, reader, writer, times };
 
-// What an operation comes to.
+// What an operation comes to. Names are relative to the directory of the test.
 struct Outcome {
     enum Kind { goesOn, maps, throws, gives };
 
     Kind kind = goesOn;
     Mapper mapper = Mapper::freeStanding;
-    // The class that is thrown, whatever the number; or what is returned.
+    // The class that is thrown, with the name of its code if it has one; or the result.
     std::string text = {};
-    // What the error names: a path below the place of the test, one from the root, or nothing.
+    // What the error names, if anything.
     std::string name = {};
-    int code = 0;
 };
 
-// As without the fault.
-Outcome GoesOn();
+// As without the fault. The one outcome that need not happen.
+inline Outcome const goesOn;
+
 // A file error of the class that the mapper gives the number, with the number as its code.
-Outcome Maps(Mapper mapper, std::string const& name);
-// A file error of that class, or, without a code, an exception outside that tree.
-Outcome Throws(std::string const& error, std::string const& name, int code);
-Outcome ThrowsOutsideTheTree(std::string const& error);
-// Returns normally, with another result than usual; in the words of Operation::result.
-Outcome Gives(std::string const& result);
+inline Outcome Maps(Mapper mapper, std::string const& name = {}) {
+    return {Outcome::maps, mapper, {}, name};
+}
 
-// One call of an operation.
-struct Step {
-    Step(std::string const& theCall, Outcome const& outcome) : call(theCall), once(outcome) {}
+inline Outcome Throws(std::string const& error, std::string const& name = {}) {
+    return {Outcome::throws, {}, error, name};
+}
 
-    // If it fails from then on. Without this it is the outcome of failing once; where that is to go
-    // on, the outcome of the next call of the same name.
-    Step& Lasting(Outcome const& outcome) {
-        lasting.push_back(outcome);
-        return *this;
-    }
-    // The same for one number.
-    Step& For(int error, Outcome const& outcome) {
-        onceFor[error] = outcome;
-        return *this;
-    }
-    Step& LastingFor(int error, Outcome const& outcome) {
-        lastingFor[error] = outcome;
-        return *this;
-    }
+// Returns normally, with another result than usual; in the form of Operation::result.
+inline Outcome Gives(std::string const& result) { return {Outcome::gives, {}, result}; }
 
+using Outcomes = std::vector<Outcome>;
+
+// All that can come of a failure of one kind of call.
+struct CallFailure {
+    // The name of the call and what follows it in the record of SystemCalls, as far as it matters.
     std::string call;
-    Outcome once;
-    // None or one.
-    std::vector<Outcome> lasting = {};
-    std::map<int, Outcome> onceFor = {};
-    std::map<int, Outcome> lastingFor = {};
+    // If it fails once, at any of its occurrences.
+    Outcomes once;
+    // What comes, beside those of any fault of the same call, if all further ones fail too.
+    Outcomes lasting = {};
+    // For this number alone, in place of the row for all others.
+    int error = 0;
 };
 
-using Steps = std::vector<Step>;
+using CallFailures = std::vector<CallFailure>;
+
+inline CallFailures operator+(CallFailures left, CallFailures const& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
 
 struct Operation {
     std::string name;
-    // Makes what it needs in the place of the test, a new directory.
-    std::function<void(std::string const& place)> prepare;
-    // Yields what it returned, if anything.
-    std::function<std::string(std::string const& place)> run;
-    // What `run` yields without a fault, a semicolon, and all that is in the place then, sorted,
-    // each with a blank in front.
+    // Makes what the operation needs in the directory of the test.
+    void (*prepare)(std::string const& directory);
+    // Takes "from" and "to" in that directory. Yields what the operation returned, if anything.
+    std::function<std::string(FileLocation const&, FileLocation const&)> run;
+    // What `run` yields without a fault, a semicolon, and all entries of the directory then,
+    // sorted, each with a space in front.
     std::string result;
-    Steps steps;
-    // Refused throughout, and not to be tried: renames are, where the other place is on another
-    // file system.
+    CallFailures failures;
+    // Thrown by each rename, which is not to be tried: the two are on different file systems.
     int renameError = 0;
 };
 
-std::vector<Operation> const& Operations();
+// An operation on "from", or from there to "to", with or without a result.
+template <class Run>
+auto Calling(Run run) {
+    return [run](FileLocation const& from, FileLocation const& to) -> std::string {
+        if constexpr (std::is_invocable_v<Run, FileLocation const&>) {
+            run(from);
+            return {};
+        } else if constexpr (std::is_void_v<decltype(run(from, to))>) {
+            run(from, to);
+            return {};
+        } else {
+            return run(from, to);
+        }
+    };
+}
+
+// The parts of the table.
+std::vector<Operation> OpenFiles();
+std::vector<Operation> Streams();
+std::vector<Operation> Creations();
+std::vector<Operation> Deletions();
+std::vector<Operation> CopiesAndMoves();
+std::vector<Operation> Trees();
+std::vector<Operation> Items();
+std::vector<Operation> LockAndProbe();
+
+// Preparations.
+
+inline void MakeNothing(std::string const&) {}
+
+inline void MakeFile(std::string const& directory) {
+    WriteWholeFile(directory + "/from", "content");
+}
+
+inline void MakeEmptyFile(std::string const& directory) { WriteWholeFile(directory + "/from", ""); }
+
+inline void MakeBoth(std::string const& directory) {
+    MakeFile(directory);
+    WriteWholeFile(directory + "/to", "old");
+}
+
+inline void MakeEmptyDirectory(std::string const& directory) {
+    std::filesystem::create_directory(directory + "/from");
+}
+
+inline void MakeTree(std::string const& directory) {
+    MakeEmptyDirectory(directory);
+    WriteWholeFile(directory + "/from/a", "content");
+}
+
+inline void MakeDeepTree(std::string const& directory) {
+    MakeTree(directory);
+    std::filesystem::create_directory(directory + "/from/b");
+}
+
+// Outcomes and failures that many share.
+
+inline Outcome const endOfLoop = Throws("FileReadingLoopEndOfFileError");
+inline Outcome const noFrom = Throws("FileNotFoundError", "from");
+inline Outcome const noDirectory = Throws("DirectoryNotFoundError", "from");
+inline Outcome const vanished = Throws("InvalidStats");
+inline Outcome const notEmpty = Throws("FileIOError ENOTEMPTY", "from");
+// A parent that is not seen is looked for up to the root, which exists.
+inline Outcome const rootIsThere = Throws("FileIOError EEXIST", "/");
+inline Outcome const freeFrom = Maps(Mapper::freeStanding, "from");
+inline Outcome const freeTo = Maps(Mapper::freeStanding, "to");
+inline Outcome const readingFrom = Maps(Mapper::readingPath, "from");
+inline Outcome const readerFrom = Maps(Mapper::reader, "from");
+
+// An open path that its destructor closes.
+inline CallFailures Opened(Mapper mapper) {
+    return {{"open", {Maps(mapper, "from")}}, {"setfd", {goesOn}}, {"close", {goesOn}}};
+}
+
+// A seek to the end that fails with EINVAL makes the length unknown.
+inline CallFailures Sought(Outcomes const& outcomes, Outcomes const& unknown) {
+    Outcomes both = outcomes;
+    both.insert(both.end(), unknown.begin(), unknown.end());
+    return {{"seek", outcomes}, {"seek", both, {}, EINVAL}};
+}

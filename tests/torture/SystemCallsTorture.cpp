@@ -1,31 +1,25 @@
 // Each call that an operation of the file layer, the lock and the probe makes fails with each
 // number of its manual page, once and from then on: the exact class, names and code, and no
 // descriptor is lost. The calls of whole evaluations are in SystemCallsExchange.cpp.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <exception>
 #include <filesystem>
+#include <map>
 #include <set>
 #include <string>
-#include <typeinfo>
-#include <utility>
+#include <tuple>
 #include <vector>
 
-#include <cxxabi.h>
 #include <fcntl.h>
-#include <unistd.h>
 
-#include "files/FileErrors.h"
-#include "files/FileLocation.h"
-#include "files/FileReadingPath.h"
-#include "tests/files/Files.h"
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"
+#include "tests/files/Thrown.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/torture/Cells.h"
 #include "tests/torture/ErrorNumbers.h"
@@ -35,80 +29,57 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Numbers and classes: what each mapper makes of them. A blank stands for the plain class.
-struct MapperRow {
-    std::vector<int> numbers;
-    // In the order of the enumeration.
-    std::array<std::string, 6> classes;
-};
+using Texts = std::set<std::string>;
 
-MapperRow const mapperTable[] = {
-    {{EPERM},
-     {"FilePermissionError", "FilePermissionError", "FilePermissionError", "FilePermissionError",
-      "FilePermissionError", ""}},
-    {{EACCES},
-     {"FilePermissionError", "FilePermissionError", "FilePermissionError", "FilePermissionError",
-      "FilePermissionError", "FilePermissionError"}},
-    {{ENOENT},
-     {"FileNotFoundError", "FileNotFoundError", "FileNotFoundError", "", "FileNotFoundError",
-      "FileNotFoundError"}},
-    {{EAGAIN}, {"FileLockError", "FileLockError", "FileLockError", "", "FileLockError", ""}},
-    {{ENOMEM, ENFILE, EMFILE},
-     {"FileResourceError", "FileResourceError", "FileResourceError", "", "FileResourceError", ""}},
-    {{EEXIST}, {"", "", "FileExistsError", "", "FileExistsError", ""}},
-    {{ENOTDIR, ENAMETOOLONG},
-     {"DirectoryNotFoundError", "DirectoryNotFoundError", "DirectoryNotFoundError", "",
-      "DirectoryNotFoundError", ""}},
-    {{EINVAL}, {"", "", "", "FileSeekError", "FileSeekError", ""}},
-    {{ENOSPC}, {"", "", "FileDiskFullError", "", "FileDiskFullError", ""}},
-};
+std::vector<Operation> const& Operations() {
+    static std::vector<Operation> const all = [] {
+        std::vector<Operation> operations;
+        for (auto const& some : {OpenFiles(), Streams(), Creations(), Deletions(), CopiesAndMoves(),
+                                 Trees(), Items(), LockAndProbe()})
+            operations.insert(operations.end(), some.begin(), some.end());
+        return operations;
+    }();
+    return all;
+}
 
+// The class that each mapper gives a number; FileIOError where there is none.
 std::string ClassOf(Mapper mapper, int error) {
-    for (MapperRow const& row : mapperTable)
-        if (std::count(row.numbers.begin(), row.numbers.end(), error) != 0) {
-            std::string const& name = row.classes.at(static_cast<size_t>(mapper));
-            return name.empty() ? "FileIOError" : name;
-        }
-    return "FileIOError";
+    static std::map<int, std::string> const common = {
+        {EPERM, "FilePermissionError"},          {EACCES, "FilePermissionError"},
+        {ENOENT, "FileNotFoundError"},           {EAGAIN, "FileLockError"},
+        {ENOMEM, "FileResourceError"},           {ENFILE, "FileResourceError"},
+        {EMFILE, "FileResourceError"},           {ENOTDIR, "DirectoryNotFoundError"},
+        {ENAMETOOLONG, "DirectoryNotFoundError"}};
+    bool const writes = mapper == Mapper::writingPath || mapper == Mapper::writer;
+    bool const streams = mapper == Mapper::reader || mapper == Mapper::writer;
+    if (writes && error == EEXIST)
+        return "FileExistsError";
+    if (writes && error == ENOSPC)
+        return "FileDiskFullError";
+    if (streams && error == EINVAL)
+        return "FileSeekError";
+    bool const isKnown = mapper == Mapper::reader  ? error == EPERM || error == EACCES
+                         : mapper == Mapper::times ? error == EACCES || error == ENOENT
+                                                   : common.contains(error);
+    return isKnown ? common.at(error) : "FileIOError";
 }
 
-// The whole message of a file error.
-std::string Message(std::string const& error, std::string const& path, int code) {
-    std::string text = "File error \"" + std::to_string(error.size()) + error + "\"";
-    if (!path.empty())
-        text += " on \"" + path + "\"";
-    if (code != 0)
-        text += ": Error: " + std::to_string(code) + ": " + std::strerror(code);
-    return text;
-}
-
-std::string PathOf(std::string const& place, std::string const& name) {
-    return name.empty() || name[0] == '/' ? name : place + '/' + name;
-}
-
-// What an operation comes to, in words.
-std::string Describe(Outcome const& outcome, int error, Operation const& operation,
-                     std::string const& place) {
-    std::string const path = PathOf(place, outcome.name);
+std::string TextOf(Outcome const& outcome, int error, Operation const& operation) {
     switch (outcome.kind) {
     case Outcome::goesOn:
         return "gives " + operation.result;
     case Outcome::gives:
         return "gives " + outcome.text;
     case Outcome::maps:
-        return "throws " + Message(ClassOf(outcome.mapper, error), path, error) + ", code " +
-               std::to_string(error);
+        return ClassOf(outcome.mapper, error) + ' ' + strerrorname_np(error) + On(outcome.name);
     case Outcome::throws:
         break;
     }
-    if (outcome.code < 0)
-        return "throws " + outcome.text;
-    return "throws " + Message(outcome.text, path, outcome.code) + ", code " +
-           std::to_string(outcome.code);
+    return outcome.text + On(outcome.name);
 }
 
 std::string Listing(std::string const& place) {
-    std::set<std::string> names;
+    Texts names;
     for (auto const& entry : fs::recursive_directory_iterator(place))
         names.insert(entry.path().string().substr(place.size() + 1));
     std::string text = ";";
@@ -117,22 +88,13 @@ std::string Listing(std::string const& place) {
     return text;
 }
 
-std::string CurrentClass() {
-    char* const name =
-        abi::__cxa_demangle(abi::__cxa_current_exception_type()->name(), nullptr, nullptr, nullptr);
-    std::string text = name;
-    std::free(name);
-    return text;
-}
-
-std::string RunToItsEnd(Operation const& operation, std::string const& place) {
-    try {
-        return "gives " + operation.run(place);
-    } catch (FileIOError const& error) {
-        return std::string("throws ") + error.what() + ", code " + std::to_string(error.GetCode());
-    } catch (...) {
-        return "throws " + CurrentClass();
+// The text with paths relative to the place.
+std::string Relative(std::string text, std::string const& place) {
+    for (std::size_t at; (at = text.find(place)) != std::string::npos;) {
+        bool const isBelow = text[at + place.size()] == '/';
+        text.replace(at, place.size() + isBelow, isBelow ? "" : ".");
     }
+    return text;
 }
 
 std::set<int> OpenDescriptors() {
@@ -143,130 +105,164 @@ std::set<int> OpenDescriptors() {
     return open;
 }
 
-// One call of an operation that fails.
-struct Cell {
-    size_t step;
-    int error;
-    bool lasting;
+std::string NameOfCall(std::string const& text) { return text.substr(0, text.find(' ')); }
+
+// What an operation came to, and the calls that it made.
+struct Run {
+    std::string came;
+    std::vector<std::string> calls;
 };
 
-// How many calls of the same name stand in front of a step.
-size_t Occurrence(Operation const& operation, size_t step) {
-    auto const first = operation.steps.begin();
-    return static_cast<size_t>(
-        std::count_if(first, first + static_cast<std::ptrdiff_t>(step),
-                      [&](Step const& other) { return other.call == operation.steps[step].call; }));
-}
-
-Outcome OnceOutcome(Step const& step, int error) {
-    auto const found = step.onceFor.find(error);
-    return found == step.onceFor.end() ? step.once : found->second;
-}
-
-Outcome LastingOutcome(Operation const& operation, size_t from, int error) {
-    for (size_t i = from; i < operation.steps.size(); ++i) {
-        Step const& step = operation.steps[i];
-        if (step.call != operation.steps[from].call)
-            continue;
-        if (auto const found = step.lastingFor.find(error); found != step.lastingFor.end())
-            return found->second;
-        if (!step.lasting.empty() && !step.onceFor.contains(error))
-            return step.lasting.front();
-        if (Outcome const once = OnceOutcome(step, error); once.kind != Outcome::goesOn)
-            return once;
-    }
-    return GoesOn();
-}
-
-std::string NameOf(Operation const& operation, Cell const& cell) {
-    return operation.name + ", call " + std::to_string(cell.step) + ", " +
-           operation.steps[cell.step].call + ' ' + strerrorname_np(cell.error) +
-           (cell.lasting ? " from then on" : " once");
-}
-
-// A source that has gone has left all that it held; but for the content of a directory that could
-// not be listed, which is told in the table.
-void ExpectNothingLost(std::string const& place) {
-    if (!fs::exists(place + "/from") && fs::is_regular_file(place + "/to")) {
+// A source that is removed has left all that it held; but for the content of a directory that could
+// not be listed, which the table tells.
+void ExpectNothingLost(std::string const& place, bool hadSource) {
+    if (hadSource && !fs::exists(place + "/from") && fs::is_regular_file(place + "/to")) {
         EXPECT_EQ("content", ReadWholeFile(place + "/to"));
     }
 }
 
-void Try(Operation const& operation, Cell const& cell) {
-    SCOPED_TRACE(NameOf(operation, cell));
+// Runs the operation in a directory of its own, after `disturb` has arranged for failures.
+Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> const& disturb) {
     TemporaryDirectory const directory;
     std::string const& place = directory.path();
     operation.prepare(place);
+    FileLocation const from = MakeFileLocation((place + "/from").c_str());
+    FileLocation const to = MakeFileLocation((place + "/to").c_str());
+    bool const hadSource = fs::exists(place + "/from");
     RecordedSleeps const noSleeps;
     std::set<int> const before = OpenDescriptors();
-    std::string came;
+    Run run;
+    std::string result;
     {
         SystemCalls calls;
         if (operation.renameError != 0)
             calls.FailFromThenOn("rename", operation.renameError);
-        std::string const& call = operation.steps[cell.step].call;
-        size_t const skip = Occurrence(operation, cell.step);
-        if (cell.lasting)
-            calls.FailFromThenOn(call, cell.error, skip);
-        else
-            calls.Fail(call, cell.error, skip);
-        came = RunToItsEnd(operation, place);
+        disturb(calls);
+        run.came = Thrown([&] { result = operation.run(from, to); });
+        for (std::string const& call : calls.Log())
+            run.calls.push_back(Relative(call, place));
     }
-    if (came.starts_with("gives"))
-        came += Listing(place);
-    Outcome const outcome = cell.lasting ? LastingOutcome(operation, cell.step, cell.error)
-                                         : OnceOutcome(operation.steps[cell.step], cell.error);
-    EXPECT_EQ(Describe(outcome, cell.error, operation, place), came);
-    EXPECT_EQ(before, OpenDescriptors());
-    ExpectNothingLost(place);
+    if (run.came == "nothing")
+        run.came = "gives " + result + Listing(place);
+    run.came = Relative(run.came, place);
+    EXPECT_EQ(before, OpenDescriptors()) << "a descriptor is lost";
+    ExpectNothingLost(place, hadSource);
+    return run;
 }
 
-std::vector<Cell> CellsOf(Operation const& operation) {
+// The calls of an operation without a fault.
+std::vector<std::string> CallsOf(Operation const& operation) {
+    return RunDisturbed(operation, [](SystemCalls&) {}).calls;
+}
+
+// The row of the table for a call and a number; null if there is none.
+CallFailure const* RowOf(Operation const& operation, std::string const& call, int error) {
+    CallFailure const* found = nullptr;
+    for (CallFailure const& row : operation.failures)
+        if ((call == row.call || call.starts_with(row.call + ' ')) &&
+            (row.error == error || (row.error == 0 && found == nullptr)))
+            found = &row;
+    return found;
+}
+
+// The texts of the outcomes; without those that need not happen, if `mandatory`.
+Texts TextsOf(Outcomes const& outcomes, int error, Operation const& operation, bool mandatory) {
+    Texts texts;
+    for (Outcome const& outcome : outcomes)
+        if (!mandatory || outcome.kind != Outcome::goesOn)
+            texts.insert(TextOf(outcome, error, operation));
+    return texts;
+}
+
+// All that can come of a call and the further ones of its name failing.
+Texts LastingTextsOf(Operation const& operation, std::string const& name, int error) {
+    Texts texts;
+    for (CallFailure const& row : operation.failures)
+        if (NameOfCall(row.call) == name && RowOf(operation, row.call, error) == &row) {
+            texts.merge(TextsOf(row.once, error, operation, false));
+            texts.merge(TextsOf(row.lasting, error, operation, false));
+        }
+    return texts;
+}
+
+// One call of an operation that fails.
+struct Cell {
+    std::size_t call;
+    int error;
+    bool lasting;
+};
+
+std::vector<Cell> CellsOf(Operation const& operation, std::vector<std::string> const& calls) {
     std::vector<Cell> cells;
-    for (size_t step = 0; step < operation.steps.size(); ++step) {
-        std::string const& call = operation.steps[step].call;
-        if (operation.renameError != 0 && call == "rename")
+    for (std::size_t call = 0; call < calls.size(); ++call) {
+        std::string const name = NameOfCall(calls[call]);
+        if (operation.renameError != 0 && name == "rename")
             continue;
-        for (int const error : ErrorsOf(call))
+        for (int const error : ErrorsOf(name))
             for (bool const lasting : {false, true})
-                cells.push_back({step, error, lasting});
+                cells.push_back({call, error, lasting});
     }
     return cells;
 }
 
-std::string NameOfCall(std::string const& text) { return text.substr(0, text.find(' ')); }
+// What came of the failures of one row, for each number, once or lasting.
+using Seen = std::map<std::tuple<CallFailure const*, int, bool>, Texts>;
 
-// The table names the calls in order, so that each failure is that of the call that is meant.
-TEST(QuickOperations, MakeTheCallsOfTheTable) {
-    for (Operation const& operation : Operations()) {
-        SCOPED_TRACE(operation.name);
-        TemporaryDirectory const directory;
-        operation.prepare(directory.path());
-        std::vector<std::string> expected;
-        for (Step const& step : operation.steps)
-            expected.push_back(step.call);
-        std::vector<std::string> made;
-        std::string came;
-        {
-            SystemCalls calls;
-            if (operation.renameError != 0)
-                calls.FailFromThenOn("rename", operation.renameError);
-            came = RunToItsEnd(operation, directory.path());
-            for (std::string const& text : calls.Log())
-                made.push_back(NameOfCall(text));
-        }
-        EXPECT_EQ(expected, made);
-        EXPECT_EQ("gives " + operation.result, came + Listing(directory.path()));
-    }
+void Try(Operation const& operation, std::vector<std::string> const& calls, Cell const& cell,
+         Seen& seen) {
+    std::string const& call = calls[cell.call];
+    std::string const name = NameOfCall(call);
+    SCOPED_TRACE(operation.name + ", call " + std::to_string(cell.call) + ", " + call + ' ' +
+                 strerrorname_np(cell.error) + (cell.lasting ? " from then on" : " once"));
+    CallFailure const* const row = RowOf(operation, call, cell.error);
+    ASSERT_NE(nullptr, row) << "a call that the table does not have";
+    auto const skip =
+        std::count_if(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(cell.call),
+                      [&](std::string const& other) { return NameOfCall(other) == name; });
+    std::string const came = RunDisturbed(operation, [&](SystemCalls& disturbed) {
+                                 if (cell.lasting)
+                                     disturbed.FailFromThenOn(name, cell.error, skip);
+                                 else
+                                     disturbed.Fail(name, cell.error, skip);
+                             }).came;
+    Texts const allowed = cell.lasting ? LastingTextsOf(operation, name, cell.error)
+                                       : TextsOf(row->once, cell.error, operation, false);
+    EXPECT_THAT(allowed, testing::Contains(came));
+    seen[{row, cell.error, cell.lasting}].insert(came);
+}
+
+// Each outcome of the table has happened, for each number; but those as without a fault, since a
+// call may not matter.
+void ExpectAllSeen(Operation const& operation, Seen const& seen) {
+    for (CallFailure const& row : operation.failures)
+        for (int const error : ErrorsOf(NameOfCall(row.call)))
+            for (bool const lasting : {false, true}) {
+                if (RowOf(operation, row.call, error) != &row)
+                    continue;
+                auto const found = seen.find({&row, error, lasting});
+                Texts const came = found == seen.end() ? Texts() : found->second;
+                for (std::string const& text :
+                     TextsOf(lasting ? row.lasting : row.once, error, operation, true))
+                    EXPECT_THAT(came, testing::Contains(text))
+                        << operation.name << ", " << row.call << ' ' << strerrorname_np(error)
+                        << (lasting ? " from then on" : " once");
+            }
+}
+
+TEST(QuickOperations, HaveTheResultOfTheTable) {
+    for (Operation const& operation : Operations())
+        EXPECT_EQ("gives " + operation.result, RunDisturbed(operation, [](SystemCalls&) {}).came)
+            << operation.name;
+    Torture::CountCells(Operations().size());
 }
 
 TEST(QuickOperations, CoverAtLeast150PairsOfACallAndANumber) {
     std::set<std::pair<std::string, int>> pairs;
     for (Operation const& operation : Operations())
-        for (Step const& step : operation.steps) {
-            EXPECT_FALSE(ErrorsOf(step.call).empty()) << step.call;
-            for (int const error : ErrorsOf(step.call))
-                pairs.insert({step.call, error});
+        for (std::string const& call : CallsOf(operation)) {
+            EXPECT_FALSE(ErrorsOf(NameOfCall(call)).empty()) << call;
+            for (int const error : ErrorsOf(NameOfCall(call)))
+                pairs.insert({NameOfCall(call), error});
         }
     EXPECT_LE(150u, pairs.size());
     RecordProperty("pairs", std::to_string(pairs.size()));
@@ -274,48 +270,37 @@ TEST(QuickOperations, CoverAtLeast150PairsOfACallAndANumber) {
 
 // Each call of each operation, once and from then on, with a number that changes from call to call.
 TEST(QuickOperations, ThrowTheExactErrorWhenACallFails) {
-    size_t tried = 0;
+    std::size_t tried = 0;
     for (Operation const& operation : Operations()) {
-        auto const cells = CellsOf(operation);
-        for (size_t i = 0; i < cells.size() && !HasFailure(); ++i) {
-            size_t const errors = ErrorsOf(operation.steps[cells[i].step].call).size();
-            if (i / 2 % errors != cells[i].step * 7 % errors)
+        auto const calls = CallsOf(operation);
+        auto const cells = CellsOf(operation, calls);
+        Seen seen;
+        for (std::size_t i = 0; i < cells.size() && !HasFailure(); ++i) {
+            std::size_t const errors = ErrorsOf(NameOfCall(calls[cells[i].call])).size();
+            if (i / 2 % errors != cells[i].call * 7 % errors)
                 continue;
-            Try(operation, cells[i]);
+            Try(operation, calls, cells[i], seen);
             ++tried;
         }
     }
     Torture::CountCells(tried);
 }
 
-// Deliberate: the one way to lose a descriptor.
-TEST(QuickOperations, SecondOpeningOfAReadingPathLosesTheFirstDescriptor) {
-    TemporaryDirectory const directory;
-    WriteWholeFile(directory / "file", "content");
-    std::set<int> const before = OpenDescriptors();
-    {
-        FileReadingPath path;
-        path.OpenExisting(MakeFileLocation((directory / "file").c_str()));
-        path.OpenExisting(MakeFileLocation((directory / "file").c_str()));
-    }
-    std::set<int> const after = OpenDescriptors();
-    EXPECT_EQ(before.size() + 1, after.size());
-    for (int const descriptor : after)
-        if (!before.contains(descriptor))
-            close(descriptor);
-}
-
-class FullOperations : public testing::TestWithParam<size_t> {};
+class FullOperations : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(FullOperations, ThrowTheExactErrorWhenACallFails) {
     Operation const& operation = Operations()[GetParam()];
-    auto const cells = CellsOf(operation);
+    auto const calls = CallsOf(operation);
+    auto const cells = CellsOf(operation, calls);
+    Seen seen;
     for (Cell const& cell : cells)
-        Try(operation, cell);
+        Try(operation, calls, cell, seen);
+    ExpectAllSeen(operation, seen);
     Torture::CountCells(cells.size());
 }
 
-INSTANTIATE_TEST_SUITE_P(FullTable, FullOperations, testing::Range<size_t>(0, Operations().size()),
+INSTANTIATE_TEST_SUITE_P(FullTable, FullOperations,
+                         testing::Range<std::size_t>(0, Operations().size()),
                          [](auto const& test) { return Operations()[test.param].name; });
 
 } // namespace
