@@ -39,48 +39,42 @@ std::string ShowMessage(ExceptionPL const& exception) {
     return exception.what() == nullptr ? "null" : exception.what();
 }
 
+auto const givingText = Operation::Giver(Same);
+auto const givingPieces = Operation::Giver(ShowPieces);
+auto const givingMessage = Operation::Giver(ShowMessage);
+
 Operations OfViews() {
     return {
         Operation::Giving(
             "ConstData::PositionsOf", [] { return ConstData(dataText).PositionsOf(","); },
             [](std::vector<unsigned long> const& places) { return std::to_string(places.size()); }),
-        Operation::Giving(
-            "ConstData::Split", [] { return ConstData(dataText).Split(",", false, true); },
-            ShowPieces),
-        Operation::Giving(
-            "ConstData::Split, trimmed", [] { return ConstData(dataText).Split(",", true, false); },
-            ShowPieces),
-        Operation::Giving(
-            "MakeString(ConstData)", [] { return MakeString(ConstData(dataText)); }, Same),
-        Operation::Giving(
-            "MakeString(ConstDataRopeReference)",
-            [] {
-                return MakeString(ConstDataRope{dataText, otherData});
-            },
-            Same),
+        givingPieces("ConstData::Split",
+                     [] { return ConstData(dataText).Split(",", false, true); }),
+        givingPieces("ConstData::Split, trimmed",
+                     [] { return ConstData(dataText).Split(",", true, false); }),
+        givingText("MakeString(ConstData)", [] { return MakeString(ConstData(dataText)); }),
+        givingText("MakeString(ConstDataRopeReference)",
+                   [] {
+                       return MakeString(ConstDataRope{dataText, otherData});
+                   }),
     };
 }
 
 Operations OfText() {
     return {
-        Operation::Giving(
-            "Ascii::RaiseCase", [] { return Ascii::RaiseCase(ConstData(dataText)); }, Same),
-        Operation::Giving(
-            "Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(otherData)); }, Same),
-        Operation::Giving(
-            "ApplyFilter", [] { return ApplyFilter(dataText, Ascii::RaiseCase()); }, Same),
+        givingText("Ascii::RaiseCase", [] { return Ascii::RaiseCase(ConstData(dataText)); }),
+        givingText("Ascii::LowerCase", [] { return Ascii::LowerCase(ConstData(otherData)); }),
+        givingText("ApplyFilter", [] { return ApplyFilter(dataText, Ascii::RaiseCase()); }),
     };
 }
 
 Operations OfStreams() {
     return {
-        Operation::Giving(
-            "ReadReader",
-            [] {
-                ChunkReader reader(dataText, 7);
-                return ReadReader(reader);
-            },
-            Same),
+        givingText("ReadReader",
+                   [] {
+                       ChunkReader reader(dataText, 7);
+                       return ReadReader(reader);
+                   }),
         Operation(
             "StringReceiver", [] { return std::string(); },
             [](std::string& string) {
@@ -97,10 +91,8 @@ Operations OfStreams() {
 
 Operations OfExceptions() {
     return {
-        Operation::Giving(
-            "ExceptionPL(char const*)", [] { return ExceptionPL(dataText); }, ShowMessage),
-        Operation::Giving(
-            "ExceptionPL(ConstData)", [] { return ExceptionPL(ConstData(dataText)); }, ShowMessage),
+        givingMessage("ExceptionPL(char const*)", [] { return ExceptionPL(dataText); }),
+        givingMessage("ExceptionPL(ConstData)", [] { return ExceptionPL(ConstData(dataText)); }),
         Operation(
             "ExceptionPL(ExceptionPL const&)",
             [] {

@@ -74,9 +74,7 @@ Operations OfNames() {
     static auto const utf8 =
         UStringRef<UTF8>(reinterpret_cast<unsigned char const*>(longName),
                          reinterpret_cast<unsigned char const*>(longName) + sizeof longName - 1);
-    auto const giving = [](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowName);
-    };
+    auto const giving = Operation::Giver(ShowName);
     return {
         giving("FileName(char const*)", [] { return FileName(longName); }),
         giving("FileName(ConstData)", [] { return FileName(ConstData(longName)); }),
@@ -118,9 +116,7 @@ Operations OfNames() {
 Operations OfLocations() {
     static FileLocation const location = Here("directory");
     static FileName const name(longName);
-    auto const giving = [](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowLocation);
-    };
+    auto const giving = Operation::Giver(ShowLocation);
     auto const changing = [](std::string const& what, auto act) {
         return Operation(
             what, [] { return Here("before"); }, act, ShowLocation);
@@ -192,9 +188,7 @@ Operations OfErrors() {
     static FileLocation const first = Here("first");
     static FileLocation const second = Here("second");
     static FileNotFoundError const error(first, second, ENOENT);
-    auto const giving = [](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowError);
-    };
+    auto const giving = Operation::Giver(ShowError);
     return {
         giving("FileIOError(int)", [] { return FileIOError(ENOENT); }),
         giving("FileIOError(name)", [] { return FileIOError(ConstData(longName), ENOENT); }),
@@ -279,11 +273,15 @@ Operation OnDisk(std::string const& name, Act act, Stated stated = {}) {
         [](Disk const&) { return Disk::Show(); }, std::move(stated));
 }
 
-// Where more than one step is made, what is done stays done.
-Stated const doneInPart = {.state = Stated::Abandoned};
+// Where more than one step is made, what is done stays done; and what else may come of it.
+template <class Act>
+Operation InPartOr(std::vector<std::string> outcomes, std::string const& name, Act act) {
+    return OnDisk(name, act, {.state = Stated::Abandoned, .outcomes = std::move(outcomes)});
+}
 
-Stated DoneInPartOr(std::vector<std::string> outcomes) {
-    return {.state = Stated::Abandoned, .outcomes = std::move(outcomes)};
+template <class Act>
+Operation InPart(std::string const& name, Act act) {
+    return InPartOr({}, name, act);
 }
 
 // The C library's own memory: the system's answer is then ENOMEM.
@@ -294,32 +292,26 @@ FileRetryLog const noLog;
 Operations OfSingleFiles() {
     return {
         OnDisk(
-            "CreateFile", [] { CreateFile(Here("new"), FileCreatingInfo()); }, noResource),
-        OnDisk("CreateFile, refused", [] { CreateFile(Here("file"), FileCreatingInfo()); }),
-        OnDisk("CreateDirectory, refused",
-               [] { CreateDirectory(Here("empty"), DirectoryCreatingInfo()); }),
+            "CreateFile", [] { CreateFile(Here("new"), {}); }, noResource),
+        OnDisk("CreateFile, refused", [] { CreateFile(Here("file"), {}); }),
+        OnDisk("CreateDirectory, refused", [] { CreateDirectory(Here("empty"), {}); }),
         OnDisk("CreateDirectoryForUserAppAccess, refused",
                [] { CreateDirectoryForUserAppAccess(Here("empty")); }),
         OnDisk("ForceDirectoryExistence, refused",
-               [] { ForceDirectoryExistence(Here("file"), DirectoryCreatingInfo()); }),
+               [] { ForceDirectoryExistence(Here("file"), {}); }),
         OnDisk("DeleteFile, refused", [] { DeleteFile(Here("missing")); }),
         OnDisk("DeleteDirectory, refused", [] { DeleteDirectory(Here("file")); }),
         OnDisk("ForceNonexistence, refused", [] { ForceNonexistence(Here("tree")); }),
-        OnDisk(
-            "CopyFile", [] { CopyFile(Here("file"), Here("new")); }, doneInPart),
+        InPart("CopyFile", [] { CopyFile(Here("file"), Here("new")); }),
         OnDisk("CopyFile, refused", [] { CopyFile(Here("file"), Here(longName)); }),
-        OnDisk(
-            "ForceCopyFile", [] { ForceCopyFile(Here("file"), Here(longName)); }, doneInPart),
+        InPart("ForceCopyFile", [] { ForceCopyFile(Here("file"), Here(longName)); }),
         OnDisk("ForceCopyFile, refused", [] { ForceCopyFile(Here("missing"), Here("file")); }),
         OnDisk("MoveFile, refused", [] { MoveFile(Here("missing"), Here("new")); }),
-        OnDisk(
-            "MoveFile to another file system", [] { MoveFile(Here("file"), There("new")); },
-            doneInPart),
+        InPart("MoveFile to another file system", [] { MoveFile(Here("file"), There("new")); }),
         OnDisk("MoveFile, refused by the system", [] { MoveFile(Here("tree"), Here("tree/x")); }),
         OnDisk("ForceMoveFile, refused", [] { ForceMoveFile(Here("file"), Here("tree")); }),
-        OnDisk(
-            "ForceMoveFile to another file system",
-            [] { ForceMoveFile(Here("file"), There("file")); }, doneInPart),
+        InPart("ForceMoveFile to another file system",
+               [] { ForceMoveFile(Here("file"), There("file")); }),
         OnDisk("SetFileReadOnly, refused", [] { SetFileReadOnly(Here("missing"), true); }),
         OnDisk("FileLocation::IsReadOnly, refused", [] { Here("missing").IsReadOnly(); }),
     };
@@ -329,56 +321,41 @@ Operations OfSingleFiles() {
 // remove it.
 Operations OfTrees() {
     return {
-        OnDisk(
-            "CreateDirectoryTree", [] { CreateDirectoryTree(Here("a/b/c")); }, doneInPart),
+        InPart("CreateDirectoryTree", [] { CreateDirectoryTree(Here("a/b/c")); }),
         OnDisk("CreateDirectoryTree, refused", [] { CreateDirectoryTree(Here("file/b")); }),
         // A directory that can't be listed is copied as if it were empty.
-        OnDisk(
-            "CopyDirectoryContents", [] { CopyDirectoryContents(Here("tree"), Here("copy")); },
-            DoneInPartOr({"", "FileExistsError"})),
+        InPartOr({"", "FileExistsError"}, "CopyDirectoryContents",
+                 [] { CopyDirectoryContents(Here("tree"), Here("copy")); }),
         OnDisk("CopyDirectoryContents, refused",
                [] { CopyDirectoryContents(Here("file"), Here("copy")); }),
-        OnDisk(
-            "DeleteRecursive", [] { DeleteRecursive(Here("tree")); },
-            DoneInPartOr({"FileIOError"})),
+        InPartOr({"FileIOError"}, "DeleteRecursive", [] { DeleteRecursive(Here("tree")); }),
         OnDisk("DeleteRecursive, refused", [] { DeleteRecursive(Here("missing")); }),
-        OnDisk(
-            "DeleteContents", [] { DeleteContents(Here("tree")); },
-            DoneInPartOr({"", "FileIOError"})),
+        InPartOr({"", "FileIOError"}, "DeleteContents", [] { DeleteContents(Here("tree")); }),
         OnDisk("DeleteContents, refused", [] { DeleteContents(Here("missing")); }),
-        OnDisk(
-            "ForceDeleteRecursive", [] { ForceDeleteRecursive(Here("tree")); },
-            DoneInPartOr({"FileIOError"})),
-        OnDisk(
-            "ForceDeleteContents", [] { ForceDeleteContents(Here("tree")); },
-            DoneInPartOr({"", "FileIOError"})),
-        OnDisk(
-            "MoveFile of a directory to another file system",
-            [] { MoveFile(Here("tree"), There("new")); },
-            DoneInPartOr({"", "FileExistsError", "FileIOError"})),
+        InPartOr({"FileIOError"}, "ForceDeleteRecursive",
+                 [] { ForceDeleteRecursive(Here("tree")); }),
+        InPartOr({"", "FileIOError"}, "ForceDeleteContents",
+                 [] { ForceDeleteContents(Here("tree")); }),
+        InPartOr({"", "FileExistsError", "FileIOError"},
+                 "MoveFile of a directory to another file system",
+                 [] { MoveFile(Here("tree"), There("new")); }),
     };
 }
 
 // Each failure is a reason to try again, so one alone is seldom seen.
 Operations OfRetries() {
     return {
-        OnDisk("CreateFileWithRetry",
-               [] { CreateFileWithRetry(Here("file"), FileCreatingInfo(), noLog); }),
+        OnDisk("CreateFileWithRetry", [] { CreateFileWithRetry(Here("file"), {}, noLog); }),
         OnDisk("CreateDirectoryWithRetry",
-               [] { CreateDirectoryWithRetry(Here("empty"), DirectoryCreatingInfo(), noLog); }),
+               [] { CreateDirectoryWithRetry(Here("empty"), {}, noLog); }),
         OnDisk("ForceDirectoryExistenceWithInfoWithRetry",
-               [] {
-                   ForceDirectoryExistenceWithInfoWithRetry(Here("file"), DirectoryCreatingInfo(),
-                                                            noLog);
-               }),
+               [] { ForceDirectoryExistenceWithInfoWithRetry(Here("file"), {}, noLog); }),
         OnDisk("ForceDirectoryExistenceWithRetry",
                [] { ForceDirectoryExistenceWithRetry(Here("file"), noLog); }),
-        OnDisk(
-            "CopyFileWithRetry", [] { CopyFileWithRetry(Here("file"), Here("new"), noLog); },
-            DoneInPartOr({"FileExistsError"})),
-        OnDisk(
-            "ForceCopyFileWithRetry",
-            [] { ForceCopyFileWithRetry(Here("file"), Here(longName), noLog); }, doneInPart),
+        InPartOr({"FileExistsError"}, "CopyFileWithRetry",
+                 [] { CopyFileWithRetry(Here("file"), Here("new"), noLog); }),
+        InPart("ForceCopyFileWithRetry",
+               [] { ForceCopyFileWithRetry(Here("file"), Here(longName), noLog); }),
         OnDisk("MoveFileWithRetry", [] { MoveFileWithRetry(Here("missing"), Here("new"), noLog); }),
         OnDisk("ForceMoveFileWithRetry",
                [] { ForceMoveFileWithRetry(Here("missing"), Here("new"), noLog); }),
@@ -477,59 +454,44 @@ std::string ShowLoop(std::unique_ptr<FileLoop> const& loop) {
 // A directory that can't be listed for lack of memory gives an empty loop, like any that can't be.
 Operations OfDirectories() {
     static FileLocation const directory = MakeFileLocation(longDirectory.c_str());
-    Stated const mayBeEmpty = {.state = Stated::Abandoned, .outcomes = {""}};
-    auto const giving = [mayBeEmpty](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowLoop, mayBeEmpty);
+    auto const giving = Operation::Giver(ShowLoop, {.state = Stated::Abandoned, .outcomes = {""}});
+    // A loop that is made before.
+    auto const giveStarted = [&](std::string const& what, auto start) {
+        return giving(what, [start] {
+            auto loop = std::make_unique<FileLoop>();
+            start(*loop);
+            return loop;
+        });
     };
     return {
         giving("FileLoop(location, wildcard, bool)",
                [] { return std::make_unique<FileLoop>(directory, "*e", false); }),
         giving("FileLoop(location, type)",
                [] { return std::make_unique<FileLoop>(directory, TarvikFileTypeText); }),
-        giving("FileLoop::Start(location, wildcard, bool)",
-               [] {
-                   auto loop = std::make_unique<FileLoop>();
-                   loop->Start(directory, nullptr, false);
-                   return loop;
-               }),
-        giving("FileLoop::WildcardStart",
-               [] {
-                   auto loop = std::make_unique<FileLoop>();
-                   loop->WildcardStart(directory, "*");
-                   return loop;
-               }),
-        giving("FileLoop::Start(location, type)",
-               [] {
-                   auto loop = std::make_unique<FileLoop>();
-                   loop->Start(directory, TarvikFileTypeText);
-                   return loop;
-               }),
-        giving("FileLoop::operator++",
-               [] {
-                   auto loop = std::make_unique<FileLoop>(directory, nullptr, false);
-                   ++*loop;
-                   return loop;
-               }),
-        giving("FileLoop::operator*",
-               [] {
-                   auto loop = std::make_unique<FileLoop>(directory, nullptr, false);
-                   if (loop->HasItem())
-                       static_cast<void>(**loop);
-                   return loop;
-               }),
-        giving("UnixPlatform::FileLoop::init",
-               [] {
-                   auto loop = std::make_unique<FileLoop>();
-                   loop->init(directory, true, "*.txt");
-                   return loop;
-               }),
+        giveStarted("FileLoop::Start(location, wildcard, bool)",
+                    [](FileLoop& loop) { loop.Start(directory, nullptr, false); }),
+        giveStarted("FileLoop::WildcardStart",
+                    [](FileLoop& loop) { loop.WildcardStart(directory, "*"); }),
+        giveStarted("FileLoop::Start(location, type)",
+                    [](FileLoop& loop) { loop.Start(directory, TarvikFileTypeText); }),
+        giveStarted("UnixPlatform::FileLoop::init",
+                    [](FileLoop& loop) { loop.init(directory, true, "*.txt"); }),
+        giveStarted("FileLoop::operator++",
+                    [](FileLoop& loop) {
+                        loop.Start(directory, nullptr, false);
+                        ++loop;
+                    }),
+        giveStarted("FileLoop::operator*",
+                    [](FileLoop& loop) {
+                        loop.Start(directory, nullptr, false);
+                        if (loop.HasItem())
+                            static_cast<void>(*loop);
+                    }),
     };
 }
 
 Operations OfItems() {
-    auto const giving = [](std::string const& what, auto yield) {
-        return Operation::Giving(what, yield, ShowFileItem);
-    };
+    auto const giving = Operation::Giver(ShowFileItem);
     return {
         giving("FileItem(FileLocation)", [] { return FileItem(Here("file")); }),
         giving("FileItem::Fill(parent, name)",
@@ -540,14 +502,12 @@ Operations OfItems() {
                    return item;
                }),
         OnDisk("FileItem, refused", [] { FileItem(Here("missing")); }),
-        OnDisk(
-            "FileItem::Checksum, refused",
-            [] {
-                FileItem const item(Here("file"));
-                std::remove(Here("file").Text());
-                static_cast<void>(item.Checksum());
-            },
-            doneInPart),
+        InPart("FileItem::Checksum, refused",
+               [] {
+                   FileItem const item(Here("file"));
+                   std::remove(Here("file").Text());
+                   static_cast<void>(item.Checksum());
+               }),
         OnDisk("FileItem::SetModificationTime, refused",
                [] { FileItem().SetModificationTime(Instant(5)); }),
     };
@@ -557,13 +517,8 @@ Operations OfItems() {
 // for lack of memory stays.
 template <class Create>
 Operation Creating(std::string const& name, Create create) {
-    return OnDisk(
-        name,
-        [create] {
-            FileLocation const made = create();
-            std::remove(made.Text());
-        },
-        DoneInPartOr({"CreateUniqueFileLocationFailed"}));
+    return InPartOr({"CreateUniqueFileLocationFailed"}, name,
+                    [create] { std::remove(create().Text()); });
 }
 
 Operations OfTemporaries() {
@@ -580,18 +535,15 @@ Operations OfTemporaries() {
                  [] { return CreateUniqueFileLocation(prefix.c_str()); }),
         Creating("CreateUniqueFileLocationWithHint",
                  [] { return CreateUniqueFileLocationWithHint(Here("file"), "a"); }),
-        OnDisk(
-            "LocationForTemporaryFile(hint)",
-            [] { static_cast<void>(LocationForTemporaryFile(Here("file"))); }, doneInPart),
+        InPart("LocationForTemporaryFile(hint)",
+               [] { static_cast<void>(LocationForTemporaryFile(Here("file"))); }),
         // False, with the location as it was.
-        OnDisk(
-            "MakeTemporaryFileLocation",
-            [] {
-                FileLocation made;
-                if (MakeTemporaryFileLocation(made, prefix.c_str()))
-                    std::remove(made.Text());
-            },
-            DoneInPartOr({""})),
+        InPartOr({""}, "MakeTemporaryFileLocation",
+                 [] {
+                     FileLocation made;
+                     if (MakeTemporaryFileLocation(made, prefix.c_str()))
+                         std::remove(made.Text());
+                 }),
     };
 }
 

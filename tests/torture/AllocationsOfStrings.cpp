@@ -1,5 +1,6 @@
 #include "tests/torture/AllocationsOfFolders.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -147,39 +148,20 @@ Operations OfStringyInPlace() {
     };
 }
 
-// A text is made a Stringy before it is compared.
-Operations OfStringyRelations() {
+// A text is made a Stringy before it is compared, on either side.
+template <class Relation>
+Operations OfRelation(std::string const& sign, Relation relation) {
     static Stringy const constant(longText);
     static char const* const second = longOther.c_str();
-    auto const show = [](bool value) {
-        return std::to_string(value);
-    };
-    return {
-        Operation::Giving(
-            "Stringy == char const*", [] { return constant == second; }, show),
-        Operation::Giving(
-            "Stringy != char const*", [] { return constant != second; }, show),
-        Operation::Giving(
-            "Stringy < char const*", [] { return constant < second; }, show),
-        Operation::Giving(
-            "Stringy <= char const*", [] { return constant <= second; }, show),
-        Operation::Giving(
-            "Stringy > char const*", [] { return constant > second; }, show),
-        Operation::Giving(
-            "Stringy >= char const*", [] { return constant >= second; }, show),
-        Operation::Giving(
-            "char const* == Stringy", [] { return second == constant; }, show),
-        Operation::Giving(
-            "char const* != Stringy", [] { return second != constant; }, show),
-        Operation::Giving(
-            "char const* < Stringy", [] { return second < constant; }, show),
-        Operation::Giving(
-            "char const* <= Stringy", [] { return second <= constant; }, show),
-        Operation::Giving(
-            "char const* > Stringy", [] { return second > constant; }, show),
-        Operation::Giving(
-            "char const* >= Stringy", [] { return second >= constant; }, show),
-    };
+    auto const giving = Operation::Giver([](bool value) { return std::to_string(value); });
+    return {giving("Stringy " + sign + " char const*", [=] { return relation(constant, second); }),
+            giving("char const* " + sign + " Stringy", [=] { return relation(second, constant); })};
+}
+
+Operations OfStringyRelations() {
+    return Torture::Join({OfRelation("==", std::equal_to()), OfRelation("!=", std::not_equal_to()),
+                          OfRelation("<", std::less()), OfRelation("<=", std::less_equal()),
+                          OfRelation(">", std::greater()), OfRelation(">=", std::greater_equal())});
 }
 
 using List = ListPL<StringPL>;

@@ -75,21 +75,19 @@ Operation Transcoding(std::string const& target, std::string const& source) {
         [] { return Transcode<Target>(Text<Source>()); }, Show<Target>);
 }
 
-// What it held is still held.
-template <class E>
-Operation Collecting(std::string const& encoding) {
+// An act on a builder of that room, which holds three units. What it held is still held.
+template <class E, class Act>
+Operation OnBuilder(std::string const& name, std::size_t room, Act act) {
     using Builder = std::unique_ptr<UStringBuilder<E>>;
     return Operation(
-        "UStringBuilder<" + encoding + ">::Receive",
-        [] {
-            auto builder = std::make_unique<UStringBuilder<E>>(3);
+        name,
+        [room] {
+            auto builder = std::make_unique<UStringBuilder<E>>(room);
             (*builder)().Start(E());
             (*builder)().Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 3ul));
             return builder;
         },
-        [](Builder& builder) {
-            (*builder)().Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
-        },
+        [act](Builder& builder) { act((*builder)()); },
         [](Builder const& builder) {
             auto const text = builder->Text();
             return ShowUnits(text.begin, text.end);
@@ -97,21 +95,16 @@ Operation Collecting(std::string const& encoding) {
 }
 
 template <class E>
+Operation Collecting(std::string const& encoding) {
+    return OnBuilder<E>("UStringBuilder<" + encoding + ">::Receive", 3, [](auto& receiver) {
+        receiver.Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
+    });
+}
+
+template <class E>
 Operation Starting(std::string const& encoding) {
-    using Builder = std::unique_ptr<UStringBuilder<E>>;
-    return Operation(
-        "UStringBuilder<" + encoding + ">::Start",
-        [] {
-            auto builder = std::make_unique<UStringBuilder<E>>(50);
-            (*builder)().Start(E());
-            (*builder)().Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 3ul));
-            return builder;
-        },
-        [](Builder& builder) { (*builder)().Start(E()); },
-        [](Builder const& builder) {
-            auto const text = builder->Text();
-            return ShowUnits(text.begin, text.end);
-        });
+    return OnBuilder<E>("UStringBuilder<" + encoding + ">::Start", 50,
+                        [](auto& receiver) { receiver.Start(E()); });
 }
 
 template <class E>

@@ -117,15 +117,11 @@ XMLElementPL Recycling() {
 
 Operations OfElements() {
     static XMLElementPL const element = Parent();
+    auto const giving = Operation::Giver(TreeText);
     return {
-        Operation::Giving(
-            "XMLElementPL(name, attributes)", [] { return XMLElementPL(longName, attributes); },
-            TreeText),
-        Operation::Giving(
-            "XMLElementPL(name, pointers)", [] { return XMLElementPL(longName, pointers); },
-            TreeText),
-        Operation::Giving(
-            "XMLElementPL(XMLElementPL const&)", [] { return XMLElementPL(element); }, TreeText),
+        giving("XMLElementPL(name, attributes)", [] { return XMLElementPL(longName, attributes); }),
+        giving("XMLElementPL(name, pointers)", [] { return XMLElementPL(longName, pointers); }),
+        giving("XMLElementPL(XMLElementPL const&)", [] { return XMLElementPL(element); }),
         Operation(
             "XMLElementPL::AddChildElement(XMLElementPL const&)", Parent,
             [](XMLElementPL& parent) { parent.AddChildElement(element); }, TreeText),

@@ -61,6 +61,14 @@ public:
             std::move(stated));
     }
 
+    // The same as a function of a name and what yields the value.
+    template <class Show>
+    static auto Giver(Show show, Stated stated = {}) {
+        return [show, stated](std::string const& name, auto yield) {
+            return Giving(name, yield, show, stated);
+        };
+    }
+
     // One that yields nothing and changes nothing.
     template <class Act>
     static Operation Doing(std::string name, Act act, Stated stated = {}) {
