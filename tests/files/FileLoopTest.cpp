@@ -82,15 +82,6 @@ TEST_F(FileLoopTest, DeliversEntriesInTheOrderOfTheLocale) {
     EXPECT_THAT(NamesOf(".."), IsEmpty());
 }
 
-TEST_F(FileLoopTest, DeliversManyEntries) {
-    for (int i = 1000; i < 1300; ++i)
-        Make({std::to_string(i)});
-    Strings const names = NamesOf(nullptr);
-    ASSERT_EQ(names.size(), 300u);
-    for (int i = 0; i < 300; ++i)
-        EXPECT_EQ(names[i], std::to_string(1000 + i));
-}
-
 TEST_F(FileLoopTest, ItemsHaveTheLocationAndWhatIsThere) {
     Make({"file"});
     fs::create_directory(directory / "sub");

@@ -35,11 +35,11 @@ std::vector<Maker> const makers = {
     {UnixPlatform::CreateUniqueDirLocation, "directory", 0700,
      "CreateUniqueFileLocationFailed EPERM"},
     {[](UnixPlatform::FileLocation const& where, char const* prefix) {
-         return UnixPlatform::FileLocation(CreateUniqueFileLocation(where, prefix));
+         return UnixPlatform::FileLocation(::CreateUniqueFileLocation(FileLocation(where), prefix));
      },
      "file ", 0600, "CreateUniqueFileLocationFailed"},
     {[](UnixPlatform::FileLocation const& where, char const* prefix) {
-         return UnixPlatform::FileLocation(CreateUniqueDirLocation(where, prefix));
+         return UnixPlatform::FileLocation(::CreateUniqueDirLocation(FileLocation(where), prefix));
      },
      "directory", 0700, "CreateUniqueFileLocationFailed EPERM"},
 };

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "compliance/Compliance.h"
 #include "compliance/ComplianceState.h"
@@ -21,6 +20,7 @@
 #include "tests/system/Tool.h"
 #include "tests/torture/AgentWhileSleeping.h"
 #include "tests/torture/LongEvaluation.h"
+#include "tests/torture/Operations.h"
 
 namespace {
 
@@ -171,12 +171,6 @@ bool HasWriteFailed(Evaluated const& result) {
     return false;
 }
 
-int NextDescriptor() {
-    int const next = dup(STDERR_FILENO);
-    close(next);
-    return next;
-}
-
 void ExpectNextEvaluationSucceeds() {
     if (iOwnLock) {
         EXPECT_EQ(0, COMPLIANCE_Close());
@@ -202,35 +196,18 @@ bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent ex
     return true;
 }
 
-bool FailLeavingNothing(AgentWhileSleeping& agent, std::size_t n,
-                        FailingAllocation::Extent extent) {
-    int const descriptor = NextDescriptor();
-    AllocationCounter const counter;
-    bool const failed = Fail(agent, n, extent);
-    ForgetRows();
-    EXPECT_EQ(0, counter.Held()) << "blocks are lost, or were released twice";
-    EXPECT_EQ(descriptor, NextDescriptor()) << "a descriptor is lost";
-    return failed;
-}
-
 } // namespace
 
 std::size_t Torture::FailAllocationsOfAnExchange() {
     AgentWhileSleeping agent(ServingAgent());
     ExpectCalm(Evaluate(~std::size_t{0}, FailingAllocation::Once));
     ForgetRows();
-    std::size_t failures = 0;
-    for (auto const extent : {FailingAllocation::Once, FailingAllocation::FromThenOn}) {
-        std::size_t n = 1;
-        for (; !testing::Test::HasFailure(); ++n) {
-            SCOPED_TRACE(
-                "allocation " + std::to_string(n) +
-                (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
-            if (!FailLeavingNothing(agent, n, extent))
-                break;
-        }
-        failures += n - 1;
-    }
+    std::size_t const failures =
+        Torture::FailEachAllocation("a whole exchange", [&](std::size_t n, auto extent) {
+            bool const failed = Fail(agent, n, extent);
+            ForgetRows();
+            return failed;
+        });
     std::cout << "a whole exchange: " << failures << " allocations failed\n";
     return failures;
 }

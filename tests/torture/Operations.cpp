@@ -124,32 +124,32 @@ bool Operation::Fail(std::size_t n, FailingAllocation::Extent extent) const {
     return true;
 }
 
-bool Operation::FailLeavingNothing(std::size_t n, FailingAllocation::Extent extent) const {
-    int const descriptor = NextDescriptor();
-    AllocationCounter const counter;
-    bool const failed = Fail(n, extent);
-    EXPECT_EQ(0, counter.Held()) << "blocks are lost, or were released twice";
-    EXPECT_EQ(descriptor, NextDescriptor()) << "a descriptor is lost";
-    return failed;
+std::size_t
+FailEachAllocation(std::string const& name,
+                   std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail) {
+    std::size_t failures = 0;
+    for (auto const extent : {FailingAllocation::Once, FailingAllocation::FromThenOn}) {
+        std::size_t n = 1;
+        for (bool failed = true; failed && !testing::Test::HasFailure(); n += failed) {
+            SCOPED_TRACE(
+                name + ", allocation " + std::to_string(n) +
+                (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
+            int const descriptor = NextDescriptor();
+            AllocationCounter const counter;
+            failed = fail(n, extent);
+            EXPECT_EQ(0, counter.Held()) << "blocks are lost, or were released twice";
+            EXPECT_EQ(descriptor, NextDescriptor()) << "a descriptor is lost";
+            EXPECT_LT(n, maxAllocations) << "does not end";
+        }
+        failures += n - 1;
+    }
+    EXPECT_LT(0u, failures) << name << " requests no memory";
+    return failures;
 }
 
 std::size_t Operation::FailEach() const {
     RunUndisturbed();
-    std::size_t failures = 0;
-    for (auto const extent : {FailingAllocation::Once, FailingAllocation::FromThenOn}) {
-        std::size_t n = 1;
-        for (; n < maxAllocations && !testing::Test::HasFailure(); ++n) {
-            SCOPED_TRACE(
-                name + ", allocation " + std::to_string(n) +
-                (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
-            if (!FailLeavingNothing(n, extent))
-                break;
-        }
-        EXPECT_LT(n, maxAllocations) << name << " has no end";
-        failures += n - 1;
-    }
-    EXPECT_LT(0u, failures) << name << " asks for no memory";
-    return failures;
+    return FailEachAllocation(name, [this](auto n, auto extent) { return Fail(n, extent); });
 }
 
 Operations Join(std::vector<Operations> const& parts) {

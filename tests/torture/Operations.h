@@ -29,6 +29,13 @@ struct Stated {
     bool tellsOfMemory = true;
 };
 
+// Lets the first, the second ... allocation fail, once and from then on, until `fail` requests
+// fewer. `fail` returns whether one has failed; it must leave no block and no descriptor behind.
+// Returns how many failed.
+std::size_t
+FailEachAllocation(std::string const& name,
+                   std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail);
+
 // An operation under its name, on an object that is made anew for each trial.
 class Operation {
 public:
@@ -89,7 +96,6 @@ private:
 
     Outcome Run(void* object, std::size_t n, FailingAllocation::Extent extent) const;
     bool Fail(std::size_t n, FailingAllocation::Extent extent) const;
-    bool FailLeavingNothing(std::size_t n, FailingAllocation::Extent extent) const;
     void CheckThrown(std::string const& thrown) const;
     void CheckView(std::string const& before, std::string const& thrown,
                    std::string const& view) const;
