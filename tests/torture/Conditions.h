@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
@@ -14,10 +13,6 @@
 namespace Conditions {
 
 inline constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
-
-inline std::vector<std::string> DynamicTool(std::string const& url = "url") {
-    return {CC_DYNAMIC_TOOL, "-c", url, "doc"};
-}
 
 inline std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
 

@@ -83,6 +83,10 @@ ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions opt
     return options;
 }
 
+std::vector<std::string> DynamicTool(std::string const& url) {
+    return {CC_DYNAMIC_TOOL, "-c", url, "doc"};
+}
+
 ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading const& preloading,
                            ProgramOptions options) {
     fs::remove(callsLog);

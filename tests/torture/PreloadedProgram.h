@@ -49,6 +49,9 @@ private:
     OtherProgram const program;
 };
 
+// The command line of a usual evaluation by the dynamically linked tool.
+std::vector<std::string> DynamicTool(std::string const& url = "url");
+
 // Runs a program to its end, at most for a minute. With `prepare` as in ProgramOptions.
 ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading const& preloading,
                            ProgramOptions options = {});
