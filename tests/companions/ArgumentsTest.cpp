@@ -32,7 +32,8 @@ std::string Refusal(Texts const& texts) {
 }
 
 TEST(ArgumentsTest, NothingAtAll) {
-    Arguments const none(rules, operandNames, 0, nullptr);
+    char const* const end = nullptr;
+    Arguments const none(rules, operandNames, 0, &end);
     EXPECT_FALSE(none.Has("--help"));
     EXPECT_EQ(Texts(), none.Operands());
     EXPECT_EQ(Texts(), Read({}).Operands());

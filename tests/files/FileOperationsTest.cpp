@@ -22,7 +22,7 @@ protected:
     }
 
     std::string const file = directory / "file";
-    FileLocation const none;
+    FileLocation const none{};
 };
 
 void MakeFileAt(FileLocation const& where) { CreateFile(where, {}); }

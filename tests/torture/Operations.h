@@ -70,9 +70,9 @@ public:
 
     // The same as a function of a name and what yields the value.
     template <class Show>
-    static auto Giver(Show show, Stated stated = {}) {
-        return [show, stated](std::string const& name, auto yield) {
-            return Giving(name, yield, show, stated);
+    static auto Giver(Show show, Stated whatIsStated = {}) {
+        return [show, whatIsStated](std::string const& itsName, auto yield) {
+            return Giving(itsName, yield, show, whatIsStated);
         };
     }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <new>
 #include <string>
 #include <vector>
@@ -33,8 +32,8 @@ constexpr char encodeWide = 4;
 // Compares a conversion with iconv, in every locale, marked as NUL-terminated and not.
 template <class Unit>
 void ExpectAgreement(char direction, std::vector<Unit> const& units) {
-    std::string bytes(units.size() * sizeof(Unit), '\0');
-    std::memcpy(bytes.data(), units.data(), bytes.size());
+    std::string const bytes(reinterpret_cast<char const*>(units.data()),
+                            units.size() * sizeof(Unit));
     for (char locale = 0; locale < maxLocales; ++locale)
         for (char const isMarked : {'\0', '\1'}) {
             try {
