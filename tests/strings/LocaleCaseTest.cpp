@@ -22,6 +22,10 @@ struct LocaleCase {
     char const* bytes;
 };
 
+void PrintTo(LocaleCase const& one, std::ostream* out) {
+    *out << one.language << '.' << one.encoding;
+}
+
 class LocaleCaseTest : public testing::TestWithParam<LocaleCase> {};
 
 INSTANTIATE_TEST_SUITE_P(Locales, LocaleCaseTest,
