@@ -52,6 +52,10 @@ function(add_project_library name)
   # Inline variables as weak symbols like any other: the static library can't hide GNU's unique ones.
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   harden(${name})
+  # What is not for shipping is compiled several sources at once, like the tests.
+  if(CC_SANITIZE)
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+  endif()
 endfunction()
 
 # Optimizing the tests, and compiling each of their sources alone, takes more than half of the build
@@ -80,11 +84,21 @@ endfunction()
 # register_cases(<target> <prefix> <label> <filter>): the cases of a program of GoogleTest that match
 # the filter, each as a test of ctest with this label.
 #
-# ctest runs each case in a process of its own, so cases run in parallel.
+# ctest runs each case in a process of its own, so cases run in parallel, those that wait for a clock
+# first. With sanitizers the start of a process costs more than most cases of `unit`, so these run in
+# one process.
 function(register_cases target prefix label filter)
+  if(CC_SANITIZE AND label STREQUAL unit)
+    add_test(NAME ${prefix}unit COMMAND ${target} --gtest_filter=${filter})
+    set_tests_properties(${prefix}unit PROPERTIES TIMEOUT 300 LABELS unit)
+    return()
+  endif()
+  if(NOT label STREQUAL unit)
+    set(cost COST 1)
+  endif()
   gtest_discover_tests(${target} TEST_PREFIX ${prefix} TEST_FILTER ${filter}
                        TEST_LIST ${target}_${label} DISCOVERY_TIMEOUT 300
-                       PROPERTIES TIMEOUT 300 LABELS ${label})
+                       PROPERTIES TIMEOUT 300 LABELS ${label} ${cost})
 endfunction()
 
 # add_project_tests(<folder> SOURCES <source>... [USES <library>...] [LABEL <label>] [LONG <case>...])
