@@ -18,6 +18,9 @@ constexpr char const* requestDirectory = ScriptedAgent::requestDirectory;
 constexpr char const* hiddenDirectory = "/var/opt/VeskaClient/Hidden";
 constexpr char const* directoryOfResponses = "/var/opt/VeskaClient/ResponseDir";
 
+constexpr char const* kindNames[] = {"nothing", "file",   "directory", "full directory",
+                                     "link",    "socket", "fifo",      "device"};
+
 std::string Content(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
@@ -31,9 +34,7 @@ void ReadInto(Entries& entries, std::string const& path) {
 } // namespace
 
 std::ostream& operator<<(std::ostream& out, Entry const& entry) {
-    static constexpr char const* names[] = {"nothing", "file",   "directory", "full directory",
-                                            "link",    "socket", "fifo",      "device"};
-    out << names[entry.kind];
+    out << kindNames[entry.kind];
     if (!entry.bytes.empty())
         out << " [" << entry.bytes.substr(0, 600) << ']';
     return out;
@@ -79,23 +80,14 @@ void AddSteps(AgentScript& script, std::string const& path, Entry const& entry) 
     case Entry::file:
         script.Write(path, entry.bytes);
         break;
-    case Entry::directory:
-        script.MakeDirectory(path);
+    case Entry::symbolicLink:
+        script.MakeLink(entry.bytes, path);
         break;
     case Entry::fullDirectory:
         script.MakeDirectory(path).MakeDirectory(path + "/inside");
         break;
-    case Entry::symbolicLink:
-        script.MakeLink(entry.bytes, path);
-        break;
-    case Entry::unixSocket:
-        script.Make("socket", path);
-        break;
-    case Entry::fifo:
-        script.Make("fifo", path);
-        break;
-    case Entry::device:
-        script.Make("device", path);
+    default:
+        script.Make(kindNames[entry.kind], path);
     }
 }
 

@@ -5,22 +5,18 @@
 
 namespace {
 
-thread_local std::size_t allocations = 0;
-thread_local std::size_t allocatedBytes = 0;
-thread_local std::size_t releases = 0;
-thread_local std::size_t failures = 0;
+thread_local AllocationCounter::Counts counts;
 // The number of allocations up to the one that fails; 0 for none.
 thread_local std::size_t untilFailure = 0;
 thread_local FailingAllocation::Extent extentOfFailure = FailingAllocation::Once;
 thread_local bool failed = false;
 
 bool CountAndDecide(std::size_t size) {
-    ++allocations;
-    allocatedBytes += size;
-    if (!FailingAllocation::MustFail())
-        return true;
-    ++failures;
-    return false;
+    bool const fails = FailingAllocation::MustFail();
+    ++counts.allocations;
+    counts.bytes += size;
+    counts.failures += fails;
+    return !fails;
 }
 
 // Not by malloc, whose calls by name a program may let fail too.
@@ -38,7 +34,7 @@ void* Allocate(std::size_t size, std::align_val_t alignment) noexcept {
 }
 
 void Release(void* memory) noexcept {
-    releases += memory != nullptr;
+    counts.releases += memory != nullptr;
     std::free(memory);
 }
 
@@ -50,21 +46,16 @@ void* OrThrow(void* memory) {
 
 } // namespace
 
-AllocationCounter::AllocationCounter()
-    : countAtStart(allocations),
-      bytesAtStart(allocatedBytes),
-      releasesAtStart(releases),
-      failuresAtStart(failures) {}
+AllocationCounter::AllocationCounter() : atStart(counts) {}
 
-std::size_t AllocationCounter::Count() const { return allocations - countAtStart; }
+std::size_t AllocationCounter::Count() const { return counts.allocations - atStart.allocations; }
 
-std::size_t AllocationCounter::Bytes() const { return allocatedBytes - bytesAtStart; }
+std::size_t AllocationCounter::Bytes() const { return counts.bytes - atStart.bytes; }
 
-std::size_t AllocationCounter::Releases() const { return releases - releasesAtStart; }
+std::size_t AllocationCounter::Releases() const { return counts.releases - atStart.releases; }
 
 std::ptrdiff_t AllocationCounter::Held() const {
-    std::size_t const succeeded = Count() - (failures - failuresAtStart);
-    return static_cast<std::ptrdiff_t>(succeeded - Releases());
+    return static_cast<std::ptrdiff_t>(Count() - (counts.failures - atStart.failures) - Releases());
 }
 
 FailingAllocation::FailingAllocation(std::size_t n, Extent extent) {

@@ -20,11 +20,15 @@ public:
     // released than allocated.
     std::ptrdiff_t Held() const;
 
+    struct Counts {
+        std::size_t allocations = 0;
+        std::size_t bytes = 0;
+        std::size_t releases = 0;
+        std::size_t failures = 0;
+    };
+
 private:
-    std::size_t countAtStart;
-    std::size_t bytesAtStart;
-    std::size_t releasesAtStart;
-    std::size_t failuresAtStart;
+    Counts const atStart;
 };
 
 // From its construction to its destruction the n-th allocation, counted from 1, throws

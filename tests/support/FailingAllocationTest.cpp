@@ -11,26 +11,21 @@
 
 namespace {
 
-TEST(FailingAllocationTest, CountsAllocationsAndTheirBytes) {
+TEST(FailingAllocationTest, CountsAllocationsBytesAndReleases) {
     AllocationCounter const outer;
-    std::vector<std::string> strings;
-    strings.reserve(2);
-    AllocationCounter const inner;
-    strings.push_back(std::string(100, 'x'));
-    EXPECT_EQ(1u, inner.Count());
-    EXPECT_EQ(101u, inner.Bytes());
-    EXPECT_EQ(2u, outer.Count());
-    EXPECT_EQ(0u, AllocationsOf([] {}));
-}
-
-TEST(FailingAllocationTest, CountsReleasesButThoseOfNothing) {
     void* const held = ::operator new(1);
-    AllocationCounter const counter;
+    AllocationCounter const inner;
     ::operator delete(nullptr);
-    EXPECT_EQ(0u, counter.Releases());
+    EXPECT_EQ(0u, inner.Releases());
+    ::operator delete(::operator new(101));
+    EXPECT_EQ(101u, inner.Bytes());
+    EXPECT_EQ(1u, inner.Count());
+    EXPECT_EQ(2u, outer.Count());
+    EXPECT_EQ(1, outer.Held());
     ::operator delete(held);
-    EXPECT_EQ(1u, counter.Releases());
-    EXPECT_EQ(0u, counter.Count());
+    EXPECT_EQ(-1, inner.Held());
+    EXPECT_EQ(2u, outer.Releases());
+    EXPECT_EQ(0u, AllocationsOf([] {}));
 }
 
 TEST(FailingAllocationTest, EveryFormOfNewAndDeleteIsSeen) {
@@ -48,59 +43,43 @@ TEST(FailingAllocationTest, EveryFormOfNewAndDeleteIsSeen) {
     EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(aligned.get()) % 64);
 }
 
-TEST(FailingAllocationTest, OnlyTheNthAllocationFails) {
-    FailingAllocation const failing(2);
-    std::string const first(100, 'x');
-    EXPECT_FALSE(failing.HasFailed());
-    EXPECT_THROW(std::string(100, 'x'), std::bad_alloc);
-    EXPECT_TRUE(failing.HasFailed());
-    EXPECT_EQ(first, std::string(100, 'x'));
-}
-
-TEST(FailingAllocationTest, FromTheNthAllocationOnAllFail) {
-    FailingAllocation const failing(2, FailingAllocation::FromThenOn);
-    std::string const first(100, 'x');
-    EXPECT_FALSE(failing.HasFailed());
-    for (int i = 0; i < 3; ++i)
-        EXPECT_THROW(std::string(100, 'x'), std::bad_alloc);
-    EXPECT_TRUE(failing.HasFailed());
-}
-
-TEST(FailingAllocationTest, AnotherAllocatorTakesItsTurn) {
-    FailingAllocation const failing(2);
-    EXPECT_FALSE(FailingAllocation::MustFail());
-    EXPECT_TRUE(FailingAllocation::MustFail());
-    EXPECT_FALSE(FailingAllocation::MustFail());
-    EXPECT_TRUE(failing.HasFailed());
-}
-
-TEST(FailingAllocationTest, WhatIsHeldIsTold) {
-    AllocationCounter const counter;
-    void* const held = ::operator new(1);
-    {
-        FailingAllocation const failing(1);
-        static_cast<void>(::operator new(1, std::nothrow));
+// Whether each of five allocations succeeds, the third one by another allocator.
+std::vector<bool> Succeed() {
+    std::vector<bool> succeeded(5);
+    for (std::size_t i = 0; i < 5; ++i) {
+        void* const memory = i == 2 ? nullptr : ::operator new(1, std::nothrow);
+        succeeded[i] = i == 2 ? !FailingAllocation::MustFail() : memory != nullptr;
+        ::operator delete(memory);
     }
-    EXPECT_EQ(1, counter.Held());
-    ::operator delete(held);
-    EXPECT_EQ(0, counter.Held());
+    return succeeded;
 }
 
-TEST(FailingAllocationTest, FormWithNothrowYieldsNull) {
+TEST(FailingAllocationTest, NthAllocationFailsAloneOrWithAllBehindIt) {
+    using Results = std::vector<bool>;
+    {
+        FailingAllocation const failing(3);
+        EXPECT_FALSE(failing.HasFailed());
+    }
+    EXPECT_EQ(Results({true, true, true, true, true}), Succeed());
+    std::vector<std::pair<FailingAllocation::Extent, Results>> const cases = {
+        {FailingAllocation::Once, {true, true, false, true, true}},
+        {FailingAllocation::FromThenOn, {true, true, false, false, false}}};
+    for (auto const& [extent, expected] : cases) {
+        AllocationCounter const counter;
+        // The vector is the first allocation.
+        FailingAllocation const failing(4, extent);
+        EXPECT_EQ(expected, Succeed());
+        EXPECT_TRUE(failing.HasFailed());
+        EXPECT_EQ(0, counter.Held());
+    }
     FailingAllocation const failing(1);
-    void* const memory = ::operator new(1, std::nothrow);
-    EXPECT_EQ(nullptr, memory);
-}
-
-TEST(FailingAllocationTest, EndsWithTheObject) {
-    { FailingAllocation const failing(1); }
-    EXPECT_EQ(100u, std::string(100, 'x').size());
+    EXPECT_THROW(std::string(100, 'x'), std::bad_alloc);
 }
 
 TEST(FailingAllocationTest, OtherThreadsAreLeftAlone) {
     std::size_t size = 0;
+    std::thread other([&] { size = std::string(1000, 'x').size(); });
     {
-        std::thread other([&] { size = std::string(1000, 'x').size(); });
         FailingAllocation const failing(1);
         other.join();
         EXPECT_FALSE(failing.HasFailed());

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <string_view>
 #include <system_error>
+#include <tuple>
 
 #include <fcntl.h>
 #include <sys/prctl.h>
@@ -57,14 +58,6 @@ Forwarder& InstalledForwarder() {
     return *forwarder;
 }
 
-int MovedUp(int descriptor) {
-    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
-    if (moved < 0)
-        return descriptor;
-    close(descriptor);
-    return moved;
-}
-
 char KindOf(testing::TestPartResult const& result) {
     if (result.skipped())
         return skipKind;
@@ -92,13 +85,21 @@ void SkipHere(std::string const& message) { GTEST_SKIP() << message; }
 
 } // namespace
 
-ForwardedFailures::ForwardedFailures() {
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        throw std::system_error(errno, std::generic_category(), "socketpair");
-    parentEnd = MovedUp(ends[0]);
-    childEnd = MovedUp(ends[1]);
+int MovedUp(int descriptor) {
+    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
+    if (moved < 0)
+        throw std::system_error(errno, std::generic_category(), "a descriptor for the test");
+    close(descriptor);
+    return moved;
 }
+
+std::pair<int, int> MakeLine() {
+    std::array<int, 2> ends{-1, -1};
+    socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data());
+    return {MovedUp(ends[0]), MovedUp(ends[1])};
+}
+
+ForwardedFailures::ForwardedFailures() { std::tie(parentEnd, childEnd) = MakeLine(); }
 
 ForwardedFailures::~ForwardedFailures() {
     if (parentEnd >= 0)
@@ -183,20 +184,13 @@ void ReportForkedException(char const* what) {
     ADD_FAILURE() << "An exception left the body of the process: " << what;
 }
 
-void CheckForkedLeaks() {
+void EndForkedBody() {
 #ifdef CC_ADDRESS_SANITIZER
     // The check traces the threads of the process, and dies if it can't list them.
-    if (prctl(PR_GET_DUMPABLE) != 1)
-        return;
-    int const threads = open("/proc/self/task", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (threads < 0)
-        return;
-    close(threads);
-    EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
+    if (prctl(PR_GET_DUMPABLE) == 1 && access("/proc/self/task", R_OK) == 0) {
+        EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
+    }
 #endif
-}
-
-void KeepForkedCounts() {
 #ifdef CC_COVERAGE
     __gcov_dump();
 #endif

@@ -8,6 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+
+// The two ends of a line of packets, above the descriptors that tests count or close.
+std::pair<int, int> MakeLine();
+// The descriptor, in that place. Throws if it is none.
+int MovedUp(int descriptor);
 
 class ForwardedFailures {
 public:
@@ -50,16 +56,12 @@ private:
     std::string refusal;
 };
 
-// Runs the body of a forked process: an exception that leaves it is a failure, and so is, under the
-// leak sanitizer, memory that it lost. What it ran is counted where a build counts that, since such
-// a process goes without the usual end.
-template <typename Body>
-void RunForkedBody(Body const& body);
-
 void ReportForkedException(char const* what);
-void CheckForkedLeaks();
-void KeepForkedCounts();
+// Looks for lost memory, and keeps the counts of a build for coverage.
+void EndForkedBody();
 
+// Runs the body of a forked process: an exception that leaves it is a failure, and so is, under the
+// leak sanitizer, memory that it lost.
 template <typename Body>
 void RunForkedBody(Body const& body) {
     try {
@@ -69,6 +71,5 @@ void RunForkedBody(Body const& body) {
     } catch (...) {
         ReportForkedException("something that is no std::exception");
     }
-    CheckForkedLeaks();
-    KeepForkedCounts();
+    EndForkedBody();
 }

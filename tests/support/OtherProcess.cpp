@@ -1,11 +1,8 @@
 #include "tests/support/OtherProcess.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <ostream>
 #include <stdexcept>
 #include <system_error>
@@ -29,33 +26,13 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr size_t maxMessageSize = 65536;
-// Out of the way of tests that count or close the low descriptors.
-constexpr int minLineDescriptor = 300;
 
 [[noreturn]] void ThrowSystemError(char const* what) {
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-int MovedUp(int descriptor) {
-    int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
-    if (moved < 0)
-        ThrowSystemError("fcntl");
-    close(descriptor);
-    return moved;
-}
-
-std::pair<int, int> MakeLine() {
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        ThrowSystemError("socketpair");
-    return {MovedUp(ends[0]), MovedUp(ends[1])};
-}
-
 int MemoryFile(std::string const& content = "") {
-    int const made = memfd_create("test", MFD_CLOEXEC);
-    if (made < 0)
-        ThrowSystemError("memfd_create");
-    int const file = MovedUp(made);
+    int const file = MovedUp(memfd_create("test", MFD_CLOEXEC));
     if (pwrite(file, content.data(), content.size(), 0) != static_cast<ssize_t>(content.size()))
         ThrowSystemError("pwrite");
     return file;
@@ -85,44 +62,13 @@ ExitStatus MakeExitStatus(int status) {
                                : ExitStatus::Exited(WEXITSTATUS(status));
 }
 
-bool HasEnded(pid_t child, std::optional<ExitStatus>& ended) {
-    int status = 0;
-    if (!ended && waitpid(child, &status, WNOHANG) == child)
-        ended = MakeExitStatus(status);
-    return ended.has_value();
-}
-
-void KillAndReap(pid_t child, std::optional<ExitStatus>& ended) {
-    int status = 0;
-    if (ended)
-        return;
-    kill(child, SIGKILL);
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+// Whether there is something to read, or an end to reap, within the limit.
+bool IsReady(int descriptor, milliseconds limit) {
+    pollfd waiting{descriptor, POLLIN, 0};
+    int ready = 0;
+    while ((ready = poll(&waiting, 1, static_cast<int>(limit.count()))) < 0 && errno == EINTR) {
     }
-    ended = MakeExitStatus(status);
-}
-
-// Waits at most so long until there may be an end to reap.
-void SleepBesides(pid_t child, milliseconds limit) {
-    auto const process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
-    pollfd waiting{process, POLLIN, 0};
-    if (process < 0 || poll(&waiting, 1, static_cast<int>(limit.count())) < 0)
-        std::this_thread::sleep_for(milliseconds(1));
-    if (process >= 0)
-        close(process);
-}
-
-ExitStatus WaitUntilEnd(pid_t child, std::optional<ExitStatus>& ended, milliseconds limit) {
-    auto const deadline = Clock::now() + limit;
-    while (!HasEnded(child, ended)) {
-        auto const left = std::chrono::ceil<milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0) {
-            KillAndReap(child, ended);
-            throw std::runtime_error("The other process did not end in time and was killed.");
-        }
-        SleepBesides(child, left);
-    }
-    return *ended;
+    return ready > 0;
 }
 
 std::vector<char*> Pointers(std::vector<std::string> const& texts) {
@@ -143,9 +89,10 @@ public:
                                              : std::vector<char*>()) {}
 
     void Run(int input, int output, int errors) {
-        bool const ready = Redirect(input, output, errors) && EnterDirectory() && SetLimits() &&
-                           CloseDescriptors() && Prepare();
-        if (!ready)
+        if (!Redirect(input, output, errors) || !EnterDirectory() || !SetLimits())
+            return;
+        CloseDescriptors();
+        if (!Prepare())
             return;
         DieWithParent();
         execve(arguments.front(), arguments.data(),
@@ -170,12 +117,11 @@ private:
         return true;
     }
 
-    bool CloseDescriptors() const {
-        // What the test has open itself, or was started with, is none of the program's business.
+    // No descriptor of the test is the program's business.
+    void CloseDescriptors() const {
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         for (int const descriptor : options.closedDescriptors)
             close(descriptor);
-        return true;
     }
 
     bool Prepare() const {
@@ -222,22 +168,51 @@ void Handshake::Tell(std::string const& message) {
 }
 
 std::string Handshake::Await(milliseconds limit) {
-    auto const deadline = Clock::now() + limit;
+    if (!IsReady(descriptor, limit))
+        throw std::runtime_error("The other process told nothing in time.");
     std::string message(maxMessageSize, '\0');
-    for (;;) {
-        ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
-        if (length > 0) {
-            message.resize(static_cast<size_t>(length));
-            return message;
-        }
-        if (length == 0 || (errno != EAGAIN && errno != EINTR))
-            throw std::runtime_error("The other process is gone and has told nothing.");
-        auto const left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
-        if (left.count() <= 0)
-            throw std::runtime_error("The other process told nothing in time.");
-        pollfd waiting{descriptor, POLLIN, 0};
-        poll(&waiting, 1, static_cast<int>(left.count()));
+    ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
+    if (length <= 0)
+        throw std::runtime_error("The other process is gone and has told nothing.");
+    message.resize(static_cast<size_t>(length));
+    return message;
+}
+
+ChildProcess::~ChildProcess() { KillAndReap(); }
+
+void ChildProcess::Kill(int signal) {
+    if (!ended)
+        kill(child, signal);
+}
+
+bool ChildProcess::IsRunning() {
+    int status = 0;
+    if (!ended && waitpid(child, &status, WNOHANG) == child)
+        ended = MakeExitStatus(status);
+    return !ended.has_value();
+}
+
+void ChildProcess::KillAndReap() {
+    int status = 0;
+    if (ended)
+        return;
+    kill(child, SIGKILL);
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
+    ended = MakeExitStatus(status);
+}
+
+ExitStatus ChildProcess::WaitUntilEnd(milliseconds limit) {
+    if (IsRunning()) {
+        auto const process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+        IsReady(process, limit);
+        close(process);
+    }
+    if (IsRunning()) {
+        KillAndReap();
+        throw std::runtime_error("The other process did not end in time and was killed.");
+    }
+    return *ended;
 }
 
 OtherProcess::OtherProcess(std::function<void()> const& body)
@@ -262,7 +237,7 @@ OtherProcess::OtherProcess(std::function<void(Handshake&)> const& body)
 }
 
 OtherProcess::~OtherProcess() {
-    KillAndReap(child, ended);
+    KillAndReap();
     failures->Take();
 }
 
@@ -278,20 +253,15 @@ std::string OtherProcess::Await(milliseconds limit) {
     }
 }
 
-void OtherProcess::Kill(int signal) {
-    if (!ended)
-        kill(child, signal);
-}
-
 ExitStatus OtherProcess::Wait(milliseconds limit) {
     auto const deadline = Clock::now() + limit;
     // Taken on the way too, so that a body with much to tell never blocks.
-    while (!HasEnded(child, ended) && Clock::now() < deadline) {
+    while (IsRunning() && Clock::now() < deadline) {
         failures->Take();
         std::this_thread::sleep_for(milliseconds(1));
     }
     failures->Take();
-    return WaitUntilEnd(child, ended, milliseconds(0));
+    return WaitUntilEnd(milliseconds(0));
 }
 
 OtherProgram::OtherProgram(std::vector<std::string> const& arguments,
@@ -314,14 +284,14 @@ OtherProgram::OtherProgram(std::vector<std::string> const& arguments,
     close(parentEnd);
     if (error == 0)
         return;
-    KillAndReap(child, ended);
+    KillAndReap();
     close(outputFile);
     close(errorsFile);
     throw std::system_error(error, std::generic_category(), arguments.front());
 }
 
 OtherProgram::~OtherProgram() {
-    KillAndReap(child, ended);
+    KillAndReap();
     close(outputFile);
     close(errorsFile);
 }
@@ -330,16 +300,8 @@ std::string OtherProgram::Output() const { return ReadMemoryFile(outputFile); }
 
 std::string OtherProgram::Errors() const { return ReadMemoryFile(errorsFile); }
 
-void OtherProgram::Kill(int signal) {
-    if (!ended)
-        kill(child, signal);
-}
-
-bool OtherProgram::IsRunning() { return !HasEnded(child, ended); }
-
 ProgramResult OtherProgram::Wait(milliseconds limit) {
-    WaitUntilEnd(child, ended, limit);
-    return {*ended, Output(), Errors()};
+    return {WaitUntilEnd(limit), Output(), Errors()};
 }
 
 ProgramResult RunProgram(std::vector<std::string> const& arguments, ProgramOptions const& options,

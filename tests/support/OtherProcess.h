@@ -52,38 +52,50 @@ private:
     int const descriptor;
 };
 
+// A process of the test, killed and reaped with the object.
+class ChildProcess {
+public:
+    ChildProcess(ChildProcess const&) = delete;
+    ChildProcess& operator=(ChildProcess const&) = delete;
+
+    // As seen from the process that made this object.
+    pid_t pid() const { return child; }
+    void Kill(int signal);
+    // Does not wait.
+    bool IsRunning();
+
+protected:
+    ChildProcess() = default;
+    ~ChildProcess();
+    void KillAndReap();
+    ExitStatus WaitUntilEnd(std::chrono::milliseconds limit);
+
+    pid_t child = -1;
+    std::optional<ExitStatus> ended;
+};
+
 // A body in a process of its own, started by the constructor.
 //
 // Checks that fail in the body, skips, and exceptions that leave it are failures of the test, in
 // its words, from the call of Wait (or the destructor) on. The process ends with _exit(0) behind
 // the body, so that nothing of the parent's is destroyed or printed twice; a body that wants a
 // normal exit calls std::exit itself.
-class OtherProcess {
+class OtherProcess : public ChildProcess {
 public:
     explicit OtherProcess(std::function<void()> const& body);
     // The body's end of the line is handed to it.
     explicit OtherProcess(std::function<void(Handshake&)> const& body);
-    // Kills what still runs, and reaps it.
     ~OtherProcess();
-    OtherProcess(OtherProcess const&) = delete;
-    OtherProcess& operator=(OtherProcess const&) = delete;
 
-    // As seen from the process that made this object.
-    pid_t pid() const { return child; }
     void Tell(std::string const& message = "go");
     std::string Await(std::chrono::milliseconds limit = std::chrono::seconds(30));
-    void Kill(int signal);
 
     // Waits for its end, at most so long; then kills it and throws. May be called again.
     ExitStatus Wait(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 private:
-    void TakeFailures();
-
     std::unique_ptr<ForwardedFailures> failures;
     std::unique_ptr<Handshake> line;
-    pid_t child = -1;
-    std::optional<ExitStatus> ended;
 };
 
 struct ProgramOptions {
@@ -110,22 +122,15 @@ struct ProgramResult {
 
 // A program, started by the constructor. Its standard output and its standard error go to files in
 // memory, so it never blocks on them, and what has come so far can be read at any time.
-class OtherProgram {
+class OtherProgram : public ChildProcess {
 public:
     // The first argument is the path of the program; no search through PATH.
     explicit OtherProgram(std::vector<std::string> const& arguments,
                           ProgramOptions const& options = {});
-    // Kills what still runs, and reaps it.
     ~OtherProgram();
-    OtherProgram(OtherProgram const&) = delete;
-    OtherProgram& operator=(OtherProgram const&) = delete;
 
-    pid_t pid() const { return child; }
     std::string Output() const;
     std::string Errors() const;
-    void Kill(int signal);
-    // Whether it still runs; does not wait.
-    bool IsRunning();
 
     // Waits for its end, at most so long; then kills it and throws. May be called again.
     ProgramResult Wait(std::chrono::milliseconds limit = std::chrono::seconds(60));
@@ -133,8 +138,6 @@ public:
 private:
     int outputFile = -1;
     int errorsFile = -1;
-    pid_t child = -1;
-    std::optional<ExitStatus> ended;
 };
 
 // Starts a program and waits for its end.

@@ -1,26 +1,26 @@
 #include "tests/support/OtherProcess.h"
 
-#include <gtest/gtest-spi.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/ReportedResults.h"
 #include "tests/support/Sanitizers.h"
 
 namespace {
 
 using std::chrono::milliseconds;
+using testing::HasSubstr;
 
 TEST(OtherProcessTest, BodyRunsInProcessOfItsOwn) {
     int here = 0;
-    pid_t const parent = getpid();
-    OtherProcess other([&] {
+    OtherProcess other([&, parent = getpid()] {
         here = 1;
         EXPECT_EQ(parent, getppid());
     });
@@ -48,7 +48,6 @@ TEST(OtherProcessTest, MessagesKeepOrderAndBordersBothWays) {
     EXPECT_EQ("<a>", echo.Await());
     EXPECT_EQ("<bc>", echo.Await());
     EXPECT_EQ("<go>", echo.Await());
-    EXPECT_EQ(ExitStatus::Exited(0), echo.Wait());
 }
 
 TEST(OtherProcessTest, WaitingForProcessThatIsGoneOrSilentThrows) {
@@ -58,75 +57,49 @@ TEST(OtherProcessTest, WaitingForProcessThatIsGoneOrSilentThrows) {
 }
 
 TEST(OtherProcessTest, DestructorLeavesNoProcessBehind) {
-    pid_t pid = 0;
-    {
-        OtherProcess other([] { pause(); });
-        pid = other.pid();
-        EXPECT_EQ(0, kill(pid, 0));
-    }
+    pid_t const pid = OtherProcess([] { pause(); }).pid();
     EXPECT_EQ(-1, kill(pid, 0));
     EXPECT_EQ(ESRCH, errno);
 }
 
-// The process is forked before gtest-spi listens, so what is caught there has come up the line.
-TEST(OtherProcessTest, FailureOfTheBodyIsFailureOfTheTest) {
-    OtherProcess other([] { EXPECT_EQ(1, 2) << "the words of the check"; });
-    EXPECT_NONFATAL_FAILURE(other.Wait(), "the words of the check");
+// What a body reports, in the process that waits for it.
+std::vector<testing::TestPartResult> ResultsOfBody(void (*body)()) {
+    OtherProcess other(body);
+    return ReportedResults([&] { EXPECT_EQ(ExitStatus::Exited(0), other.Wait()); });
 }
 
-TEST(OtherProcessTest, FatalFailureStaysFatal) {
-    static OtherProcess* other = nullptr;
-    OtherProcess asserting([] {
-        ASSERT_TRUE(false) << "the words of the check";
+TEST(OtherProcessTest, FailuresKeepSeverityPlaceAndText) {
+    auto const results = ResultsOfBody([] {
+        ADD_FAILURE_AT("some/File.cpp", 4711) << "here";
+        OtherProcess([] { ADD_FAILURE() << "deep down"; }).Wait();
+        FAIL() << "fatal";
         std::exit(7);
     });
-    other = &asserting;
-    EXPECT_FATAL_FAILURE(EXPECT_EQ(ExitStatus::Exited(0), other->Wait()), "the words of the check");
-}
-
-TEST(OtherProcessTest, FailureKeepsFileAndLine) {
-    OtherProcess other([] { ADD_FAILURE_AT("some/File.cpp", 4711) << "here"; });
-    testing::TestPartResultArray results;
-    {
-        testing::ScopedFakeTestPartResultReporter const listening(
-            testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
-        other.Wait();
-    }
-    ASSERT_EQ(1, results.size());
-    EXPECT_STREQ("some/File.cpp", results.GetTestPartResult(0).file_name());
-    EXPECT_EQ(4711, results.GetTestPartResult(0).line_number());
-    EXPECT_STREQ("Failed\nhere", results.GetTestPartResult(0).message());
+    ASSERT_EQ(3u, results.size());
+    EXPECT_STREQ("some/File.cpp", results[0].file_name());
+    EXPECT_EQ(4711, results[0].line_number());
+    EXPECT_STREQ("Failed\nhere", results[0].message());
+    EXPECT_TRUE(results[0].nonfatally_failed());
+    EXPECT_STREQ("Failed\ndeep down", results[1].message());
+    EXPECT_TRUE(results[2].fatally_failed());
 }
 
 TEST(OtherProcessTest, ExceptionThatLeavesTheBodyIsFailure) {
-    OtherProcess other([] { throw std::runtime_error("out of the body"); });
-    EXPECT_NONFATAL_FAILURE(other.Wait(), "out of the body");
-    OtherProcess odd([] { throw 1; });
-    EXPECT_NONFATAL_FAILURE(odd.Wait(), "no std::exception");
-}
-
-TEST(OtherProcessTest, FailureTwoProcessesDeepComesUp) {
-    OtherProcess other([] { OtherProcess([] { ADD_FAILURE() << "deep down"; }).Wait(); });
-    EXPECT_NONFATAL_FAILURE(other.Wait(), "deep down");
+    EXPECT_THAT(ResultsOfBody([] { throw std::runtime_error("out of the body"); }).at(0).message(),
+                HasSubstr("out of the body"));
+    EXPECT_THAT(ResultsOfBody([] { throw 1; }).at(0).message(), HasSubstr("no std::exception"));
 }
 
 TEST(OtherProcessTest, BodyWithManyFailuresNeitherBlocksNorPasses) {
-    OtherProcess other([] {
-        for (int i = 0; i < 3000; ++i)
-            ADD_FAILURE() << std::string(1000, 'x');
-    });
-    testing::TestPartResultArray results;
-    {
-        testing::ScopedFakeTestPartResultReporter const listening(
-            testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
-        EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-    }
-    EXPECT_LT(0, results.size());
+    EXPECT_FALSE(ResultsOfBody([] {
+                     for (int i = 0; i < 3000; ++i)
+                         ADD_FAILURE() << std::string(1000, 'x');
+                 }).empty());
 }
 
 #ifdef CC_ADDRESS_SANITIZER
 TEST(OtherProcessTest, MemoryLostInTheBodyIsFailure) {
-    OtherProcess other([] {
+    auto const results = ResultsOfBody([] {
         // Volatile, since a compiler leaves out memory that nobody looks at.
         static void* volatile latest;
         for (int i = 0; i < 100; ++i) {
@@ -134,29 +107,21 @@ TEST(OtherProcessTest, MemoryLostInTheBodyIsFailure) {
             ASSERT_NE(nullptr, latest);
         }
     });
-    EXPECT_NONFATAL_FAILURE(other.Wait(), "lost memory");
+    EXPECT_THAT(results.at(0).message(), HasSubstr("lost memory"));
 }
 #endif
 
-TEST(OtherProgramTest, CapturesBothOutputsAndStatus) {
-    auto const result = RunProgram({"/bin/sh", "-c", "echo out; echo err >&2; exit 3"});
+TEST(OtherProgramTest, CapturesBothOutputsAndStatusAndMuchOutput) {
+    auto const result =
+        RunProgram({"/bin/sh", "-c", "head -c 1000000 /dev/zero; echo err >&2; exit 3"});
     EXPECT_EQ(ExitStatus::Exited(3), result.status);
-    EXPECT_EQ("out\n", result.output);
+    EXPECT_EQ(std::string(1000000, '\0'), result.output);
     EXPECT_EQ("err\n", result.errors);
-}
-
-TEST(OtherProgramTest, MuchOutputDoesNotBlock) {
-    auto const result = RunProgram({"/bin/sh", "-c", "head -c 1000000 /dev/zero; exit 0"});
-    EXPECT_EQ(1000000u, result.output.size());
-}
-
-TEST(OtherProgramTest, ReadsItsInputAndNothingOfTheTest) {
-    EXPECT_EQ("given", RunProgram({"/bin/cat"}, {.input = "given"}).output);
-    EXPECT_EQ("", RunProgram({"/bin/cat"}).output);
 }
 
 TEST(OtherProgramTest, StartsAsTheOptionsSay) {
     ProgramOptions options;
+    options.input = "given";
     options.environment = {{"ONLY=this"}};
     options.workingDirectory = "/usr";
     options.limits = {{RLIMIT_NOFILE, 17}};
@@ -165,29 +130,31 @@ TEST(OtherProgramTest, StartsAsTheOptionsSay) {
         return true;
     };
     auto const result =
-        RunProgram({"/bin/sh", "-c", "echo $ONLY$HOME; pwd; ulimit -n; umask"}, options);
-    EXPECT_EQ("this\n/usr\n17\n0123\n", result.output);
+        RunProgram({"/bin/sh", "-c", "echo $ONLY$HOME; pwd; ulimit -n; umask; cat"}, options);
+    EXPECT_EQ("this\n/usr\n17\n0123\ngiven", result.output);
+    EXPECT_EQ("", RunProgram({"/bin/cat"}).output);
 }
 
 TEST(OtherProgramTest, ClosedDescriptorsAreClosedAndNoOtherIsOpen) {
+    int const ofTheTest = dup(STDERR_FILENO);
     // ls opens the directory itself, as the lowest that is free.
     EXPECT_EQ("0\n1\n2\n3\n", RunProgram({"/bin/ls", "/proc/self/fd"}).output);
     EXPECT_EQ("0\n1\n2\n",
               RunProgram({"/bin/ls", "/proc/self/fd"}, {.closedDescriptors = {0}}).output);
     EXPECT_EQ("", RunProgram({"/bin/ls", "/proc/self/fd"}, {.closedDescriptors = {1}}).output);
+    close(ofTheTest);
 }
 
 TEST(OtherProgramTest, ProgramThatCannotStartThrows) {
     EXPECT_THROW(RunProgram({"/nonexistent/program"}), std::system_error);
-    ProgramOptions refusing;
-    refusing.prepare = [] {
+    ProgramOptions options{.prepare = [] {
         return false;
-    };
-    EXPECT_THROW(RunProgram({"/bin/true"}, refusing), std::system_error);
-    refusing.prepare = []() -> bool {
+    }};
+    EXPECT_THROW(RunProgram({"/bin/true"}, options), std::system_error);
+    options.prepare = []() -> bool {
         throw std::runtime_error("no");
     };
-    EXPECT_THROW(RunProgram({"/bin/true"}, refusing), std::system_error);
+    EXPECT_THROW(RunProgram({"/bin/true"}, options), std::system_error);
 }
 
 TEST(OtherProgramTest, OutputCanBeReadWhileItRuns) {

@@ -138,12 +138,9 @@ void SetUpOrExit(ForwardedFailures& line, Step const& step) {
 }
 
 pid_t ForkOrExit(ForwardedFailures& line) {
-    pid_t const child = fork();
-    if (child >= 0)
-        return child;
-    line.SendFailure("The private machine could not be made: fork: " +
-                     std::string(std::strerror(errno)));
-    _exit(setUpFailed);
+    pid_t child = -1;
+    SetUpOrExit(line, [&] { Check((child = fork()) < 0 ? -1 : 0, "fork"); });
+    return child;
 }
 
 // Reaps whatever ends until the body does, or the time is up. Returns whether the body ended.
@@ -153,8 +150,7 @@ bool ReapUntil(pid_t body, Clock::time_point deadline, sigset_t const& childSign
         while ((ended = waitpid(-1, &status, WNOHANG)) > 0)
             if (ended == body)
                 return true;
-        auto const left =
-            std::chrono::duration_cast<std::chrono::nanoseconds>(deadline - Clock::now());
+        auto const left = deadline - Clock::now();
         if (left.count() <= 0)
             return false;
         timespec const wait{left.count() / 1'000'000'000, left.count() % 1'000'000'000};
@@ -169,10 +165,9 @@ void KillAndReapAll() {
 }
 
 std::string DescribeBadEnd(int status) {
-    if (WIFSIGNALED(status))
-        return "The body in the private machine was killed by signal " +
-               std::to_string(WTERMSIG(status)) + ".";
-    return "The body in the private machine exited with " + std::to_string(WEXITSTATUS(status)) +
+    return "The body in the private machine " +
+           (WIFSIGNALED(status) ? "was killed by signal " + std::to_string(WTERMSIG(status))
+                                : "exited with " + std::to_string(WEXITSTATUS(status))) +
            ".";
 }
 

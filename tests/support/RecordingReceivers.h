@@ -61,168 +61,158 @@ private:
     std::string text;
 };
 
-// Whether a stream is between its Start and its ReceiveEnd.
-class StreamOrder {
+// Whether a stream is between its Start and its ReceiveEnd, and its log.
+class RecordedStream {
 public:
-    explicit StreamOrder(std::string streamName) : name(std::move(streamName)) {}
-
-    // Start may follow anything.
-    void Start() { open = true; }
-    void Inside(char const* call) const {
-        EXPECT_TRUE(open) << name << ": " << call << " outside of Start and ReceiveEnd";
-    }
-    void End() {
-        Inside("ReceiveEnd");
-        open = false;
-    }
-
-    bool IsOpen() const { return open; }
-
-private:
-    std::string name;
-    bool open = false;
-};
-
-class RecordingDataReceiver : public DataReceiver {
-public:
-    RecordingDataReceiver() : log(&ownLog) {}
-    // Logs into `sharedLog`, with `callPrefix` before each call.
-    RecordingDataReceiver(CallLog& sharedLog, std::string callPrefix)
-        : log(&sharedLog), prefix(std::move(callPrefix)) {}
-
-    using DataReceiver::Receive;
-
-    void Start() override {
-        order.Start();
-        text.clear();
-        log->Call(prefix + "Start");
-    }
-    void Receive(ConstData data) override {
-        order.Inside("Receive");
-        text += MakeString(data);
-        log->Text(prefix + "Receive", data);
-    }
-    void ReceiveEnd() override {
-        order.End();
-        log->Call(prefix + "ReceiveEnd");
-    }
+    explicit RecordedStream(std::string itsName, CallLog* sharedLog = nullptr,
+                            std::string itsPrefix = "")
+        : log(sharedLog ? sharedLog : &ownLog),
+          streamName(std::move(itsName)),
+          ownPrefix(std::move(itsPrefix)) {}
+    RecordedStream(RecordedStream const&) = delete;
+    RecordedStream& operator=(RecordedStream const&) = delete;
 
     std::vector<std::string> const& Calls() const { return log->Calls(); }
     std::vector<std::string> Events() const { return log->Events(); }
+    bool IsOpen() const { return open; }
 
-    // All bytes since the last Start.
-    std::string const& Text() const { return text; }
-    bool IsOpen() const { return order.IsOpen(); }
+protected:
+    ~RecordedStream() = default;
+
+    // Start may follow anything.
+    void LogStart(std::string const& call) {
+        open = true;
+        log->Call(ownPrefix + call);
+    }
+    void LogInside(std::string const& call, std::string const& details = "") {
+        EXPECT_TRUE(open) << streamName << ": " << call << " outside of Start and ReceiveEnd";
+        log->Call(ownPrefix + call + details);
+    }
+    void LogText(ConstData data) {
+        EXPECT_TRUE(open) << streamName << ": Receive outside of Start and ReceiveEnd";
+        log->Text(ownPrefix + "Receive", data);
+    }
+    void LogEnd(std::string const& details = "") {
+        LogInside("ReceiveEnd", details);
+        open = false;
+    }
 
 private:
     CallLog ownLog;
     CallLog* log;
-    std::string prefix;
-    StreamOrder order{"DataReceiver"};
+    std::string streamName;
+    std::string ownPrefix;
+    bool open = false;
+};
+
+class RecordingDataReceiver : public DataReceiver, public RecordedStream {
+public:
+    RecordingDataReceiver() : RecordedStream("DataReceiver") {}
+    // Logs into `sharedLog`, with `callPrefix` before each call.
+    RecordingDataReceiver(CallLog& sharedLog, std::string callPrefix)
+        : RecordedStream("DataReceiver", &sharedLog, std::move(callPrefix)) {}
+
+    using DataReceiver::Receive;
+
+    void Start() override {
+        text.clear();
+        LogStart("Start");
+    }
+    void Receive(ConstData data) override {
+        text += MakeString(data);
+        LogText(data);
+    }
+    void ReceiveEnd() override { LogEnd(); }
+
+    // All bytes since the last Start.
+    std::string const& Text() const { return text; }
+
+private:
     std::string text;
 };
 
 // Checks beside the order that breaks lie in the stream, one behind the other and behind the text
 // between them.
-class RecordingLineReceiver : public LineReceiver {
+class RecordingLineReceiver : public LineReceiver, public RecordedStream {
 public:
-    RecordingLineReceiver() : log(&ownLog) {}
+    RecordingLineReceiver() : RecordedStream("LineReceiver") {}
     RecordingLineReceiver(CallLog& sharedLog, std::string callPrefix)
-        : log(&sharedLog), prefix(std::move(callPrefix)) {}
+        : RecordedStream("LineReceiver", &sharedLog, std::move(callPrefix)) {}
 
     void Start(unsigned long long start) override {
-        order.Start();
         position = start;
-        log->Call(prefix + "Start " + std::to_string(start));
+        LogStart("Start " + std::to_string(start));
     }
     void Receive(ConstData data) override {
-        order.Inside("Receive");
         position += data.Length();
-        log->Text(prefix + "Receive", data);
+        LogText(data);
     }
     void ReceiveLineBreak(Range<unsigned long long> range) override {
-        order.Inside("ReceiveLineBreak");
         EXPECT_LE(range.begin, range.end);
         EXPECT_TRUE(!checksPositions || range.begin == position)
             << "a break at " << range.begin << " behind text up to " << position;
         position = range.end;
-        log->Call(prefix + "ReceiveLineBreak " + std::to_string(range.begin) + "-" +
-                  std::to_string(range.end));
+        LogInside("ReceiveLineBreak",
+                  ' ' + std::to_string(range.begin) + '-' + std::to_string(range.end));
     }
     void ReceiveEnd(unsigned long long end) override {
-        order.End();
         EXPECT_TRUE(!checksPositions || end == position)
             << "the end at " << end << " behind text up to " << position;
-        log->Call(prefix + "ReceiveEnd " + std::to_string(end));
+        LogEnd(' ' + std::to_string(end));
     }
 
     // For producers whose positions do not follow the bytes.
     void IgnorePositions() { checksPositions = false; }
 
-    std::vector<std::string> const& Calls() const { return log->Calls(); }
-    std::vector<std::string> Events() const { return log->Events(); }
-    bool IsOpen() const { return order.IsOpen(); }
-
 private:
-    CallLog ownLog;
-    CallLog* log;
-    std::string prefix;
-    StreamOrder order{"LineReceiver"};
     unsigned long long position = 0;
     bool checksPositions = true;
 };
 
 // The streams of the fields and of the body log into the same log, as "field Receive hi" and
 // "body Receive hi".
-class RecordingMessageReceiver : public MessageReceiver {
+class RecordingMessageReceiver : public MessageReceiver, public RecordedStream {
 public:
+    RecordingMessageReceiver() : RecordedStream("MessageReceiver", &log) {}
+
     void Start(unsigned long long position) override {
-        order.Start();
         fieldOpen = false;
         bodySeen = false;
-        log.Call("Start " + std::to_string(position));
+        LogStart("Start " + std::to_string(position));
     }
 
     DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) override {
-        order.Inside("ReceiveHeaderField");
         EXPECT_FALSE(fieldOpen) << "a field in a field";
         EXPECT_FALSE(bodySeen) << "a field behind the body's begin";
         fieldOpen = true;
-        log.Call("ReceiveHeaderField " + std::to_string(position) + " " + Shown(name));
+        LogInside("ReceiveHeaderField", ' ' + std::to_string(position) + ' ' + Shown(name));
         return fields.emplace_back(log, "field ");
     }
 
     void ReceiveHeaderFieldEnd(unsigned long long position) override {
-        order.Inside("ReceiveHeaderFieldEnd");
         EXPECT_TRUE(fieldOpen) << "the end of a field without its begin";
         EXPECT_TRUE(fields.empty() || !fields.back().IsOpen())
             << "ReceiveHeaderFieldEnd before ReceiveEnd on the value's receiver";
         fieldOpen = false;
-        log.Call("ReceiveHeaderFieldEnd " + std::to_string(position));
+        LogInside("ReceiveHeaderFieldEnd", ' ' + std::to_string(position));
     }
 
     LineReceiver& ReceiveBody(unsigned long long position) override {
-        order.Inside("ReceiveBody");
         EXPECT_FALSE(fieldOpen) << "the body begins in a field";
         EXPECT_FALSE(bodySeen) << "two bodies";
         bodySeen = true;
-        log.Call("ReceiveBody " + std::to_string(position));
+        LogInside("ReceiveBody", ' ' + std::to_string(position));
         return body;
     }
 
     void ReceiveEnd(unsigned long long position) override {
         EXPECT_TRUE(bodySeen) << "a message without a body";
         EXPECT_FALSE(body.IsOpen()) << "ReceiveEnd before ReceiveEnd on the body's receiver";
-        order.End();
-        log.Call("ReceiveEnd " + std::to_string(position));
+        LogEnd(' ' + std::to_string(position));
     }
-
-    std::vector<std::string> const& Calls() const { return log.Calls(); }
-    std::vector<std::string> Events() { return log.Events(); }
 
 private:
     CallLog log;
-    StreamOrder order{"MessageReceiver"};
     std::deque<RecordingDataReceiver> fields;
     RecordingLineReceiver body{log, "body "};
     bool fieldOpen = false;

@@ -35,7 +35,7 @@ TEST(RecordingReceiversTest, PositionsThatDoNotFollowTheTextFailTheTest) {
     RecordingLineReceiver receiver;
     receiver.Start(10);
     receiver.Receive("ab");
-    EXPECT_NONFATAL_FAILURE(receiver.ReceiveLineBreak({11, 12}), "a break at 11");
+    EXPECT_NONFATAL_FAILURE(receiver.ReceiveLineBreak({10, 12}), "a break at 10");
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveEnd(13), "the end at 13");
 }
 

@@ -5,8 +5,10 @@
 #include <stdexcept>
 
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include "tests/support/Entries.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/PrivateMachine.h"
 
@@ -34,6 +36,14 @@ AgentRecord AwaitRecord(OtherProgram const& program, milliseconds limit,
 }
 
 } // namespace
+
+WrittenFile FileOnDisk(std::string const& path) {
+    struct stat facts {};
+    if (lstat(path.c_str(), &facts) != 0)
+        return {};
+    return {path, EntryOnDisk(path).bytes, facts.st_ino,
+            facts.st_mtim.tv_sec * 1'000'000'000LL + facts.st_mtim.tv_nsec};
+}
 
 AgentRecord::AgentRecord(std::string_view text) {
     for (;;) {

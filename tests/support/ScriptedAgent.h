@@ -33,6 +33,9 @@ struct WrittenFile {
     bool operator==(WrittenFile const&) const = default;
 };
 
+// The file at the path as it is now; without a path if there is none.
+WrittenFile FileOnDisk(std::string const& path);
+
 // The record of an AgentEngine, as far as its lines are complete.
 struct AgentRecord {
     explicit AgentRecord(std::string_view text);

@@ -6,14 +6,9 @@ namespace {
 
 struct First {
     virtual void One() {}
-    virtual void Two() {}
+    virtual ~First() = default;
+    virtual void Two() = 0;
     void Plain() {}
-};
-
-struct WithDestructor {
-    virtual ~WithDestructor() = default;
-    virtual void Behind(int) const {}
-    virtual int Pure() = 0;
 };
 
 struct Derived : First {
@@ -21,21 +16,12 @@ struct Derived : First {
     virtual void Three() {}
 };
 
-TEST(VirtualSlotTest, OperationsAreCountedInTheOrderOfTheirDeclaration) {
+TEST(VirtualSlotTest, CountsInTheOrderOfDeclarationAndTheDestructorTwice) {
     EXPECT_EQ(0u, SlotOf(&First::One));
-    EXPECT_EQ(1u, SlotOf(&First::Two));
+    EXPECT_EQ(3u, SlotOf(&First::Two));
+    EXPECT_EQ(3u, SlotOf(&Derived::Two));
+    EXPECT_EQ(4u, SlotOf(&Derived::Three));
+    EXPECT_EQ(notVirtual, SlotOf(&First::Plain));
 }
-
-TEST(VirtualSlotTest, DestructorTakesTwo) {
-    EXPECT_EQ(2u, SlotOf(&WithDestructor::Behind));
-    EXPECT_EQ(3u, SlotOf(&WithDestructor::Pure));
-}
-
-TEST(VirtualSlotTest, OverrideStandsInTheSlotOfItsBase) {
-    EXPECT_EQ(1u, SlotOf(&Derived::Two));
-    EXPECT_EQ(2u, SlotOf(&Derived::Three));
-}
-
-TEST(VirtualSlotTest, OtherOperationsHaveNone) { EXPECT_EQ(notVirtual, SlotOf(&First::Plain)); }
 
 } // namespace

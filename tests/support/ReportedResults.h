@@ -1,0 +1,32 @@
+// What a body reports to GoogleTest. For tests of the support itself.
+#pragma once
+
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// The failures and skips of the body. They do not fail the test.
+template <class Body>
+std::vector<testing::TestPartResult> ReportedResults(Body const& body) {
+    testing::TestPartResultArray results;
+    {
+        testing::ScopedFakeTestPartResultReporter const listening(
+            testing::ScopedFakeTestPartResultReporter::INTERCEPT_ONLY_CURRENT_THREAD, &results);
+        body();
+    }
+    std::vector<testing::TestPartResult> all;
+    for (int i = 0; i < results.size(); ++i)
+        all.push_back(results.GetTestPartResult(i));
+    return all;
+}
+
+// Their messages, each with a "|" after it.
+template <class Body>
+std::string ReportedMessages(Body const& body) {
+    std::string messages;
+    for (auto const& result : ReportedResults(body))
+        messages += std::string(result.message()) + '|';
+    return messages;
+}
