@@ -1,47 +1,16 @@
 #include "tests/torture/Aftermath.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <filesystem>
 #include <sstream>
-#include <stdexcept>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-
-std::array<std::string, 3> CanonicalRequests() {
-    return {OpenRequest("url", "doc", "0"), progressRequest, closeRequest};
-}
-
-std::string ContentIfThere(char const* path, bool& there) {
-    there = fs::exists(fs::symlink_status(path));
-    return there ? ReadBytes(path) : "";
-}
 
 // Each of the names in the listing is one of those that are known.
 void ExpectNamesAmong(std::string const& known, std::string const& listing) {
     std::istringstream names(listing);
     for (std::string name; names >> name;)
         EXPECT_NE(std::string::npos, known.find(' ' + name + ' ')) << listing;
-}
-
-WrittenFile ResponseOnDisk() {
-    struct stat facts {};
-    if (lstat(ScriptedAgent::response, &facts) != 0)
-        return {};
-    return {ScriptedAgent::response, ReadBytes(ScriptedAgent::response), facts.st_ino,
-            facts.st_mtim.tv_sec * 1'000'000'000LL + facts.st_mtim.tv_nsec};
 }
 
 void ExpectRefusedByTheRequest() {
@@ -71,21 +40,18 @@ void ExpectFreeLock() {
 }
 
 void ExpectWholeRequest() {
-    bool there = false;
-    auto const canonical = CanonicalRequests();
-    std::string const request = ContentIfThere(ScriptedAgent::request, there);
-    EXPECT_TRUE(!there || std::find(canonical.begin(), canonical.end(), request) != canonical.end())
+    std::string const whole[] = {OpenRequest("url", "doc", "0"), progressRequest, closeRequest};
+    Entry const request = EntryOnDisk(ScriptedAgent::request);
+    EXPECT_TRUE(request == Entry() || std::ranges::count(whole, request.bytes) == 1)
         << "request.xml: " << request;
-    std::string const temporary = ContentIfThere(ScriptedAgent::requestTemp, there);
-    EXPECT_TRUE(std::any_of(canonical.begin(), canonical.end(),
-                            [&](std::string const& whole) { return whole.starts_with(temporary); }))
+    std::string const temporary = EntryOnDisk(ScriptedAgent::requestTemp).bytes;
+    EXPECT_TRUE(std::ranges::any_of(whole, [&](auto& all) { return all.starts_with(temporary); }))
         << "requestTemp.xml: " << temporary;
 }
 
 void ExpectKnownNames() {
     ExpectNamesAmong(" RequestDir ResponseDir ", ListDirectory("/var/opt/VeskaClient"));
-    ExpectNamesAmong(" lockfile request.xml requestTemp.xml ",
-                     ListDirectory(ScriptedAgent::requestDirectory));
+    ExpectNamesAmong(" lockfile request.xml requestTemp.xml ", Requests());
     ExpectNamesAmong(" response.xml ", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
 }
 
@@ -94,10 +60,7 @@ void ExpectResponseOf(ScriptedAgent const& agent) {
     for (WrittenFile const& file : agent.Written())
         if (file.path == ScriptedAgent::response)
             last = file;
-    WrittenFile const found = ResponseOnDisk();
-    EXPECT_EQ(last.bytes, found.bytes);
-    EXPECT_EQ(last.inode, found.inode);
-    EXPECT_EQ(last.modified, found.modified);
+    EXPECT_EQ(last, FileOnDisk(ScriptedAgent::response));
 }
 
 void ExpectBeginning(std::string const& whole, std::string const& printed) {
@@ -106,7 +69,7 @@ void ExpectBeginning(std::string const& whole, std::string const& printed) {
 
 void ExpectNextRun() {
     AgentScript script;
-    if (fs::exists(fs::symlink_status(ScriptedAgent::request))) {
+    if (EntryOnDisk(ScriptedAgent::request) != Entry()) {
         ExpectRefusedByTheRequest();
         script.AwaitRequest().RemoveRequest();
     }
@@ -118,7 +81,7 @@ void ExpectNextRun() {
     EXPECT_EQ(PrintedOneRow(), run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     agent.AwaitEnd(std::chrono::seconds(5));
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
     ExpectResponseOf(agent);
     ExpectFreeLock();
 }

@@ -1,8 +1,4 @@
-#include "tests/torture/AllocationsOfFolders.h"
-
 #include <cstdio>
-#include <memory>
-#include <string>
 
 #include "compliance/AgentPresence.h"
 #include "compliance/ClientCompliance.h"
@@ -23,29 +19,24 @@
 
 namespace {
 
-using Torture::doc;
-using Torture::FinishedAnswer;
-using Torture::Operation;
-using Torture::Operations;
-using Torture::Stated;
-using Torture::url;
+using namespace Torture;
 
-std::string ShowRequest(ClientComplianceRequest const& request) {
-    return std::to_string(request.type) + ' ' + request.url + ' ' + request.doc + ' ' +
-           std::to_string(request.flags);
-}
-
-std::string ShowItem(ClientComplianceResponseItem const& item) {
-    return item.designator + '|' + item.result + '|' + item.resultType + '|' + item.evaluationTime +
-           '|' + item.description + '|' + item.comment + '\n';
-}
-
-std::string ShowResponse(ClientComplianceResponse const& response) {
-    std::string shown = std::to_string(response.type) + ' ' + std::to_string(response.state) + '\n';
-    for (auto const& item : response.items)
-        shown += ShowItem(item);
-    return shown;
-}
+struct RecordText : AsText {
+    using AsText::operator();
+    std::string operator()(StringPL const& string) const { return string.AsChar(); }
+    std::string operator()(ClientComplianceRequest const& request) const {
+        return std::to_string(request.type) + ' ' + request.url + ' ' + request.doc + ' ' +
+               std::to_string(request.flags);
+    }
+    std::string operator()(ClientComplianceResponseItem const& item) const {
+        return item.designator + '|' + item.result + '|' + item.resultType + '|' +
+               item.evaluationTime + '|' + item.description + '|' + item.comment + '\n';
+    }
+    std::string operator()(ClientComplianceResponse const& response) const {
+        return std::to_string(response.type) + ' ' + std::to_string(response.state) + '\n' +
+               JoinTexts(response.items, *this);
+    }
+};
 
 ClientComplianceResponseItem Item() { return {url, doc, url, doc, url, doc}; }
 
@@ -57,30 +48,16 @@ ClientComplianceResponse Response() {
 
 Operations OfRecords() {
     static ClientComplianceResponseItem const item = Item();
-    auto const show = [](StringPL const& string) {
-        return string.AsChar();
-    };
+    auto const giving = Operation::Giver(RecordText());
+    auto const changing = Operation::Changer(Response, RecordText());
     return {
-        Operation::Giving(
-            "CreateComplianceRequestOpen", [] { return CreateComplianceRequestOpen(url, doc, 7); },
-            ShowRequest),
-        Operation::Giving("ClientComplianceResponseItem", Item, ShowItem),
-        Operation::Giving(
-            "ClientComplianceResponseItem, copied",
-            [] { return ClientComplianceResponseItem(item); }, ShowItem),
-        Operation(
-            "ClientComplianceResponse::Add(item)", Response,
-            [](ClientComplianceResponse& response) { response.Add(item); }, ShowResponse),
-        Operation(
-            "ClientComplianceResponse::Add(texts)", Response,
-            [](ClientComplianceResponse& response) {
-                response.Add(url, doc, url, doc, nullptr, "");
-            },
-            ShowResponse),
-        Operation::Giving(
-            "FormatToStringPL(int)", [] { return FormatToStringPL(-22); }, show),
-        Operation::Giving(
-            "FormatToStringPL(unsigned)", [] { return FormatToStringPL(15u); }, show),
+        giving(CC_TRY(CreateComplianceRequestOpen(url, doc, 7))),
+        giving(CC_TRY(Item())),
+        giving(CC_TRY(ClientComplianceResponseItem(item))),
+        changing(CC_TRY_ON(it.Add(item))),
+        changing(CC_TRY_ON(it.Add(url, doc, url, doc, nullptr, ""))),
+        giving(CC_TRY(FormatToStringPL(-22))),
+        giving(CC_TRY(FormatToStringPL(15u))),
     };
 }
 
@@ -103,11 +80,20 @@ std::string ShowDirectories(int) {
            ListDirectory("/var/opt/VeskaClient/ResponseDir");
 }
 
+void WriteDocument() {
+    static FileLocation const file = MakeFileLocation(ScriptedAgent::requestTemp);
+    ExchangeDocument document(file, "aRootWithALongEnoughName", "Version", "1.0");
+    document.BeginElement("anElementWithALongEnoughName");
+    document.WriteElement("anotherElementWithALongEnoughName", ConstData(url));
+    document.EndElement();
+    document.End();
+}
+
 Operations OfDocuments() {
     static ClientComplianceRequest const request = CreateComplianceRequestOpen(url, doc, 7);
     static ClientComplianceResponse const response = Response();
     auto const showResult = [](auto const& result) {
-        return result.first ? ShowRequest(result.second) : std::string("none");
+        return result.first ? RecordText()(result.second) : std::string("none");
     };
     return {
         // What was written is published, whole or not.
@@ -125,28 +111,18 @@ Operations OfDocuments() {
         Operation(
             "ClientComplianceResponseIORead",
             WithDocuments([] { return ClientComplianceResponse(ClientComplianceOpen); }),
-            [](auto& result) { result = ClientComplianceResponseIORead(); }, ShowResponse),
+            [](auto& result) { result = ClientComplianceResponseIORead(); }, RecordText()),
         Operation(
             "ResponseFromTree",
             [] {
-                struct Taken {
-                    std::unique_ptr<XMLTreeParserPL> tree = std::make_unique<XMLTreeParserPL>();
-                    ClientComplianceResponse response{ClientComplianceOpen};
-                } taken;
-                taken.tree->Parse(FinishedAnswer());
-                return taken;
+                auto tree = std::make_unique<XMLTreeParserPL>();
+                tree->Parse(FinishedAnswer());
+                return std::make_pair(std::move(tree),
+                                      ClientComplianceResponse(ClientComplianceOpen));
             },
-            [](auto& taken) { taken.response = ResponseFromTree(*taken.tree); },
-            [](auto const& taken) { return ShowResponse(taken.response); }),
-        Operation("ExchangeDocument", WithDocuments(Nothing),
-                  [](int) {
-                      static FileLocation const file = MakeFileLocation(ScriptedAgent::requestTemp);
-                      ExchangeDocument document(file, "aRootWithALongEnoughName", "Version", "1.0");
-                      document.BeginElement("anElementWithALongEnoughName");
-                      document.WriteElement("anotherElementWithALongEnoughName", ConstData(url));
-                      document.EndElement();
-                      document.End();
-                  },
+            [](auto& taken) { taken.second = ResponseFromTree(*taken.first); },
+            [](auto const& taken) { return RecordText()(taken.second); }),
+        Operation("ExchangeDocument", WithDocuments(Nothing), [](int) { WriteDocument(); },
                   ShowDirectories, {.state = Stated::AnyValue}),
     };
 }
@@ -166,7 +142,7 @@ Operations OfExchange() {
                 return std::to_string(locked);
             },
             {.outcomes = {""}, .tellsOfMemory = false}),
-        Operation::Giving("UnixPlatform::IsRunning", [] { return UnixPlatform::IsRunning(); }, show,
+        Operation::Giving(CC_TRY(UnixPlatform::IsRunning()), show,
                           {.state = Stated::Abandoned, .outcomes = {""}, .tellsOfMemory = false}),
         Operation(
             "ClientComplianceIO", [] { return std::make_pair(1, Response()); },
@@ -175,15 +151,17 @@ Operations OfExchange() {
                 result.first = ClientComplianceIO(request, result.second);
             },
             [](auto const& result) {
-                return std::to_string(result.first) + ShowResponse(result.second);
+                return std::to_string(result.first) + RecordText()(result.second);
             },
             {.state = Stated::AnyValue, .outcomes = {""}, .tellsOfMemory = false}),
     };
 }
 
-} // namespace
-
-std::size_t Torture::FailAllocationsOfCompliance() {
-    AgentWhileSleeping const agent(ServingAgent());
-    return FailEachOf("compliance", Join({OfRecords(), OfDocuments(), OfExchange()}));
+TEST(QuickAllocations, OfCompliance) {
+    TestOnEmptyMachine([] {
+        AgentWhileSleeping const agent(ServingAgent());
+        return FailEachOf("compliance", Join({OfRecords(), OfDocuments(), OfExchange()}));
+    });
 }
+
+} // namespace

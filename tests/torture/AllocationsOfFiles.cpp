@@ -1,27 +1,13 @@
-#include "tests/torture/AllocationsOfFolders.h"
-
-#include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <map>
-#include <memory>
-#include <set>
-#include <string>
 
 #include "data/DataReceiver.h"
 #include "files/AdviceFileTypes.h"
-#include "files/EncodedNames.h"
 #include "files/FileDataSink.h"
-#include "files/FileErrors.h"
 #include "files/FileItem.h"
 #include "files/FileLocation.h"
 #include "files/FileLoop.h"
-#include "files/FileName.h"
 #include "files/FileOperations.h"
 #include "files/FileReader.h"
 #include "files/FileReadingLoop.h"
@@ -32,28 +18,37 @@
 #include "files/FileWritingPath.h"
 #include "files/ReadFile.h"
 #include "files/TemporaryLocations.h"
-#include "files/unix/FileErrorMappers.h"
-#include "files/unix/WildcardMatch.h"
+#include "tests/support/Entries.h"
+#include "tests/system/Tool.h"
 #include "tests/torture/Operations.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using Torture::Operation;
-using Torture::Operations;
-using Torture::Stated;
+using namespace Torture;
 
 // What no FileName and no FileLocation holds inside.
-char const longName[] = "17 is aNameThatIsLongEnough.txt";
+char const otherFile[] = "17 is aNameThatIsLongEnough.txt";
 std::string const longDirectory = "/tmp/" + std::string(140, 'd');
 // Another file system.
 std::string const elsewhere = "/opt/" + std::string(140, 'o');
 
-std::string const longFileText(300, 'd');
+struct ItemText : AsText {
+    using AsText::operator();
+    std::string operator()(FileLocation const& location) const { return location.Text(); }
+    std::string operator()(FileItem const& item) const {
+        return item.Location().Text() + std::string(item.IsRegularFile() ? " file" : " other");
+    }
+    // All items of a loop by their names.
+    std::string operator()(std::unique_ptr<FileLoop> const& loop) const {
+        std::string shown;
+        for (; loop->HasItem(); ++*loop)
+            shown += (*this)(**loop) + '|';
+        return shown;
+    }
+};
 
-std::string ShowName(UnixPlatform::FileName const& name) { return MakeString(name.Bytes()); }
-
-std::string ShowLocation(UnixPlatform::FileLocation const& location) { return location.Text(); }
+auto const givingItem = Operation::Giver(ItemText());
 
 // Made once, so that it is the operations alone that ask for memory.
 FileLocation const& Place(std::string const& directory, char const* name) {
@@ -69,160 +64,6 @@ FileLocation const& Here(char const* name) { return Place(longDirectory, name); 
 
 FileLocation const& There(char const* name) { return Place(elsewhere, name); }
 
-Operations OfNames() {
-    static FileName const name(longName);
-    static auto const utf8 =
-        UStringRef<UTF8>(reinterpret_cast<unsigned char const*>(longName),
-                         reinterpret_cast<unsigned char const*>(longName) + sizeof longName - 1);
-    auto const giving = Operation::Giver(ShowName);
-    return {
-        giving("FileName(char const*)", [] { return FileName(longName); }),
-        giving("FileName(ConstData)", [] { return FileName(ConstData(longName)); }),
-        giving("FileName(UStringRef<UTF8>)", [] { return FileName(utf8); }),
-        giving("FileName(FileName const&)", [] { return FileName(name); }),
-        giving("FileName::CombineNames",
-               [] { return FileName::CombineNames(longName, 20, longName, 20); }),
-        giving("ConstData + FileName", [] { return ConstData("a") + name; }),
-        giving("char const* + FileName", [] { return "a" + name; }),
-        giving("FileName + ConstData", [] { return name + ConstData("a"); }),
-        giving("FileName + char const*", [] { return name + "a"; }),
-        giving("FileName + FileName", [] { return name + name; }),
-        giving("UStringRef<UTF8> + FileName", [] { return utf8 + name; }),
-        giving("FileName + UStringRef<UTF8>", [] { return name + utf8; }),
-        giving("FileName::PrefixDigits",
-               [] { return FileName("1234567890123456789012345678x").PrefixDigits(); }),
-        giving("FileName::NameBeforeExtension",
-               [] { return name.NameBeforeExtension(".txt", false); }),
-        giving("FileName::NameAfterPrefix", [] { return name.NameAfterPrefix("17", false); }),
-        giving("FileName::BaseName", [] { return name.BaseName(); }),
-        Operation::Giving(
-            "FileName::MakeUTF8String", [] { return name.MakeUTF8String(); },
-            [](AutoUString<UTF8> const& text) { return std::to_string(text.Length()); }),
-        Operation(
-            "FileName::Set", [] { return FileName("short"); },
-            [](FileName& changed) { changed.Set(longName, sizeof longName - 1); }, ShowName),
-        Operation(
-            "FileName::SafeSet", [] { return FileName("short"); },
-            [](FileName& changed) { changed.SafeSet(longName, sizeof longName - 1); }, ShowName),
-        Operation(
-            "FileName::operator=", [] { return FileName("aNameThatIsLongEnoughToo.txt"); },
-            [](FileName& changed) { changed = name; }, ShowName),
-        Operation::Giving(
-            "MatchWildcard", [] { return UnixPlatform::MatchWildcard(longFileText, "*d"); },
-            [](bool matches) { return std::to_string(matches); }),
-    };
-}
-
-Operations OfLocations() {
-    static FileLocation const location = Here("directory");
-    static FileName const name(longName);
-    auto const giving = Operation::Giver(ShowLocation);
-    auto const changing = [](std::string const& what, auto act) {
-        return Operation(
-            what, [] { return Here("before"); }, act, ShowLocation);
-    };
-    return {
-        giving("FileLocation(FileLocation const&)", [] { return FileLocation(location); }),
-        giving(
-            "FileLocation(UnixPlatform::FileLocation const&)",
-            [] { return FileLocation(static_cast<UnixPlatform::FileLocation const&>(location)); }),
-        giving("FileLocation(parent, char const*)",
-               [] { return FileLocation(location, longName); }),
-        giving("FileLocation(parent, ConstData)",
-               [] { return FileLocation(location, ConstData(longName)); }),
-        giving("FileLocation(parent, FileName)", [] { return FileLocation(location, name); }),
-        giving("FileLocation::Child", [] { return location.Child(name); }),
-        giving("FileLocation::Sibling", [] { return location.Sibling(name); }),
-        giving("FileLocation::Relative", [] { return location.Relative("a/b"); }),
-        giving("FileLocation::Parent", [] { return location.Parent(); }),
-        Operation::Giving(
-            "FileLocation::Name", [] { return Here(longName).Name(); }, ShowName),
-        giving("MakeFileLocation(char const*)",
-               [] { return MakeFileLocation(longDirectory.c_str()); }),
-        giving("MakeFileLocation(ConstData)",
-               [] { return MakeFileLocation(ConstData(longDirectory)); }),
-        giving("MakeFileLocation(UStringRef<UTF8>)",
-               [] {
-                   auto const bytes = reinterpret_cast<unsigned char const*>(longDirectory.data());
-                   return MakeFileLocation(UStringRef<UTF8>(bytes, bytes + longDirectory.size()));
-               }),
-        giving("MakeRelativeFileLocation",
-               [] { return MakeRelativeFileLocation(location, "a/b"); }),
-        changing("MakeFileLocationWithWildcard",
-                 [](FileLocation& changed) {
-                     static std::string const pattern = longDirectory + "/x/*.txt";
-                     MakeFileLocationWithWildcard(pattern.c_str(), changed);
-                 }),
-        changing("FileLocation::operator=", [](FileLocation& changed) { changed = location; }),
-        changing("FileLocation::SetFullPathName",
-                 [](FileLocation& changed) {
-                     changed.SetFullPathName(longDirectory.data(),
-                                             static_cast<unsigned int>(longDirectory.size()));
-                 }),
-        changing("FileLocation::Set",
-                 [](FileLocation& changed) { changed.Set(location, ConstData(longName)); }),
-        Operation::Doing("FileLocation::RequireNonEmpty", [] { FileLocation().RequireNonEmpty(); }),
-        Operation::Doing("FileLocation::Parent of the root",
-                         [] { static_cast<void>(MakeFileLocation("/").Parent()); }),
-        Operation::Doing("EqualOrDescendant, refused",
-                         [] { EqualOrDescendant(FileLocation(), location); }),
-        Operation::Doing("IsDescendant, refused", [] { IsDescendant(FileLocation(), location); }),
-        Operation::Doing("GetDateFromNameInFileLocation",
-                         [] {
-                             unsigned int number = 0;
-                             GetDateFromNameInFileLocation(Here(longName), number, number, number);
-                         }),
-    };
-}
-
-std::string ShowError(FileIOError const& error) {
-    return error.MakeErrorMessage() + ' ' + std::to_string(error.GetCode());
-}
-
-template <class Error>
-Operation Mapping(std::string const& name, Error throwError) {
-    return Operation::Doing(name, [throwError] { throwError(Here("x"), ENOENT); });
-}
-
-Operations OfErrors() {
-    static FileLocation const first = Here("first");
-    static FileLocation const second = Here("second");
-    static FileNotFoundError const error(first, second, ENOENT);
-    auto const giving = Operation::Giver(ShowError);
-    return {
-        giving("FileIOError(int)", [] { return FileIOError(ENOENT); }),
-        giving("FileIOError(name)", [] { return FileIOError(ConstData(longName), ENOENT); }),
-        giving("FileIOError(two names)",
-               [] { return FileIOError(ConstData(longName), ConstData(longName), ENOENT); }),
-        giving("FileIOError(location)", [] { return FileIOError(first, ENOENT); }),
-        giving("FileIOError(two locations)", [] { return FileIOError(first, second, ENOENT); }),
-        giving("FileIOError(FileIOError const&)", [] { return FileIOError(error); }),
-        Operation(
-            "FileIOError::operator=", [] { return FileIOError(ConstData(longName), 5); },
-            [](FileIOError& changed) { changed = error; }, ShowError, {.state = Stated::AnyValue}),
-        Operation::Giving(
-            "FileIOError::MakeErrorMessage", [] { return error.MakeErrorMessage(); },
-            [](std::string const& message) { return message; }),
-        // Without memory for the message, the bare name of the type.
-        Operation(
-            "FileIOError::what", [] { return std::make_pair(error, std::string(200, ' ')); },
-            [](auto& pair) {
-                char const* const words = pair.first.what();
-                pair.second.assign(words, std::min<std::size_t>(std::strlen(words), 200));
-            },
-            [](auto const& pair) { return pair.second; },
-            {.state = Stated::Shown, .shown = "17FileNotFoundError", .outcomes = {""}}),
-        Operation::Giving(
-            "MakeErrorString", [] { return MakeErrorString(ENOENT); },
-            [](std::string const& message) { return message; }),
-        Mapping("ThrowFileError", ThrowFileError),
-        Mapping("ThrowReadingPathError", UnixPlatform::ThrowReadingPathError),
-        Mapping("ThrowWritingPathError", UnixPlatform::ThrowWritingPathError),
-        Mapping("ThrowReaderError", UnixPlatform::ThrowReaderError),
-        Mapping("ThrowWriterError", UnixPlatform::ThrowWriterError),
-    };
-}
-
 // Two file systems, laid out anew, and their content as text.
 class Disk {
 public:
@@ -230,10 +71,10 @@ public:
         for (auto const& place : {longDirectory, elsewhere}) {
             fs::remove_all(place);
             fs::create_directories(place + "/tree/sub");
-            Write(place + "/file", "content");
-            Write(place + "/" + longName, "other");
-            Write(place + "/tree/one.txt", "1");
-            Write(place + "/tree/sub/two.txt", "2");
+            WriteBytes(place + "/file", "content");
+            WriteBytes(place + "/" + otherFile, "other");
+            WriteBytes(place + "/tree/one.txt", "1");
+            WriteBytes(place + "/tree/sub/two.txt", "2");
             fs::create_directory(place + "/empty");
         }
         for (auto const& entry : fs::directory_iterator("/tmp"))
@@ -242,27 +83,11 @@ public:
     }
 
     static std::string Show() {
-        std::set<std::string> shown;
+        std::map<std::string, Entry> shown;
         for (char const* place : {"/tmp", "/opt"})
             for (auto const& entry : fs::recursive_directory_iterator(place))
-                shown.insert(ShowEntry(entry));
-        std::string all;
-        for (std::string const& entry : shown)
-            all += entry + '\n';
-        return all;
-    }
-
-private:
-    static void Write(std::string const& path, char const* text) { std::ofstream(path) << text; }
-
-    static std::string ShowEntry(fs::directory_entry const& entry) {
-        std::string shown = entry.path().string();
-        if (entry.is_regular_file()) {
-            std::ifstream file(entry.path());
-            shown += '=';
-            shown.append(std::istreambuf_iterator<char>(file), {});
-        }
-        return shown;
+                shown[entry.path()] = EntryOnDisk(entry.path());
+        return testing::PrintToString(shown);
     }
 };
 
@@ -291,29 +116,25 @@ FileRetryLog const noLog;
 
 Operations OfSingleFiles() {
     return {
-        OnDisk(
-            "CreateFile", [] { CreateFile(Here("new"), {}); }, noResource),
-        OnDisk("CreateFile, refused", [] { CreateFile(Here("file"), {}); }),
-        OnDisk("CreateDirectory, refused", [] { CreateDirectory(Here("empty"), {}); }),
-        OnDisk("CreateDirectoryForUserAppAccess, refused",
-               [] { CreateDirectoryForUserAppAccess(Here("empty")); }),
-        OnDisk("ForceDirectoryExistence, refused",
-               [] { ForceDirectoryExistence(Here("file"), {}); }),
-        OnDisk("DeleteFile, refused", [] { DeleteFile(Here("missing")); }),
-        OnDisk("DeleteDirectory, refused", [] { DeleteDirectory(Here("file")); }),
-        OnDisk("ForceNonexistence, refused", [] { ForceNonexistence(Here("tree")); }),
-        InPart("CopyFile", [] { CopyFile(Here("file"), Here("new")); }),
-        OnDisk("CopyFile, refused", [] { CopyFile(Here("file"), Here(longName)); }),
-        InPart("ForceCopyFile", [] { ForceCopyFile(Here("file"), Here(longName)); }),
-        OnDisk("ForceCopyFile, refused", [] { ForceCopyFile(Here("missing"), Here("file")); }),
-        OnDisk("MoveFile, refused", [] { MoveFile(Here("missing"), Here("new")); }),
-        InPart("MoveFile to another file system", [] { MoveFile(Here("file"), There("new")); }),
-        OnDisk("MoveFile, refused by the system", [] { MoveFile(Here("tree"), Here("tree/x")); }),
-        OnDisk("ForceMoveFile, refused", [] { ForceMoveFile(Here("file"), Here("tree")); }),
-        InPart("ForceMoveFile to another file system",
-               [] { ForceMoveFile(Here("file"), There("file")); }),
-        OnDisk("SetFileReadOnly, refused", [] { SetFileReadOnly(Here("missing"), true); }),
-        OnDisk("FileLocation::IsReadOnly, refused", [] { Here("missing").IsReadOnly(); }),
+        OnDisk(CC_TRY(CreateFile(Here("new"), {})), noResource),
+        OnDisk(CC_TRY(CreateFile(Here("file"), {}))),
+        OnDisk(CC_TRY(CreateDirectory(Here("empty"), {}))),
+        OnDisk(CC_TRY(CreateDirectoryForUserAppAccess(Here("empty")))),
+        OnDisk(CC_TRY(ForceDirectoryExistence(Here("file"), {}))),
+        OnDisk(CC_TRY(DeleteFile(Here("missing")))),
+        OnDisk(CC_TRY(DeleteDirectory(Here("file")))),
+        OnDisk(CC_TRY(ForceNonexistence(Here("tree")))),
+        InPart(CC_TRY(CopyFile(Here("file"), Here("new")))),
+        OnDisk(CC_TRY(CopyFile(Here("file"), Here(otherFile)))),
+        InPart(CC_TRY(ForceCopyFile(Here("file"), Here(otherFile)))),
+        OnDisk(CC_TRY(ForceCopyFile(Here("missing"), Here("file")))),
+        OnDisk(CC_TRY(MoveFile(Here("missing"), Here("new")))),
+        InPart(CC_TRY(MoveFile(Here("file"), There("new")))),
+        OnDisk(CC_TRY(MoveFile(Here("tree"), Here("tree/x")))),
+        OnDisk(CC_TRY(ForceMoveFile(Here("file"), Here("tree")))),
+        InPart(CC_TRY(ForceMoveFile(Here("file"), There("file")))),
+        OnDisk(CC_TRY(SetFileReadOnly(Here("missing"), true))),
+        OnDisk(CC_TRY(Here("missing").IsReadOnly())),
     };
 }
 
@@ -321,97 +142,65 @@ Operations OfSingleFiles() {
 // remove it.
 Operations OfTrees() {
     return {
-        InPart("CreateDirectoryTree", [] { CreateDirectoryTree(Here("a/b/c")); }),
-        OnDisk("CreateDirectoryTree, refused", [] { CreateDirectoryTree(Here("file/b")); }),
+        InPart(CC_TRY(CreateDirectoryTree(Here("a/b/c")))),
+        OnDisk(CC_TRY(CreateDirectoryTree(Here("file/b")))),
         // A directory that can't be listed is copied as if it were empty.
-        InPartOr({"", "FileExistsError"}, "CopyDirectoryContents",
-                 [] { CopyDirectoryContents(Here("tree"), Here("copy")); }),
-        OnDisk("CopyDirectoryContents, refused",
-               [] { CopyDirectoryContents(Here("file"), Here("copy")); }),
-        InPartOr({"FileIOError"}, "DeleteRecursive", [] { DeleteRecursive(Here("tree")); }),
-        OnDisk("DeleteRecursive, refused", [] { DeleteRecursive(Here("missing")); }),
-        InPartOr({"", "FileIOError"}, "DeleteContents", [] { DeleteContents(Here("tree")); }),
-        OnDisk("DeleteContents, refused", [] { DeleteContents(Here("missing")); }),
-        InPartOr({"FileIOError"}, "ForceDeleteRecursive",
-                 [] { ForceDeleteRecursive(Here("tree")); }),
-        InPartOr({"", "FileIOError"}, "ForceDeleteContents",
-                 [] { ForceDeleteContents(Here("tree")); }),
+        InPartOr({"", "FileExistsError"},
+                 CC_TRY(CopyDirectoryContents(Here("tree"), Here("copy")))),
+        OnDisk(CC_TRY(CopyDirectoryContents(Here("file"), Here("copy")))),
+        InPartOr({"FileIOError"}, CC_TRY(DeleteRecursive(Here("tree")))),
+        OnDisk(CC_TRY(DeleteRecursive(Here("missing")))),
+        InPartOr({"", "FileIOError"}, CC_TRY(DeleteContents(Here("tree")))),
+        OnDisk(CC_TRY(DeleteContents(Here("missing")))),
+        InPartOr({"FileIOError"}, CC_TRY(ForceDeleteRecursive(Here("tree")))),
+        InPartOr({"", "FileIOError"}, CC_TRY(ForceDeleteContents(Here("tree")))),
         InPartOr({"", "FileExistsError", "FileIOError"},
-                 "MoveFile of a directory to another file system",
-                 [] { MoveFile(Here("tree"), There("new")); }),
+                 CC_TRY(MoveFile(Here("tree"), There("new")))),
     };
 }
 
 // Each failure is a reason to try again, so one alone is seldom seen.
 Operations OfRetries() {
     return {
-        OnDisk("CreateFileWithRetry", [] { CreateFileWithRetry(Here("file"), {}, noLog); }),
-        OnDisk("CreateDirectoryWithRetry",
-               [] { CreateDirectoryWithRetry(Here("empty"), {}, noLog); }),
-        OnDisk("ForceDirectoryExistenceWithInfoWithRetry",
-               [] { ForceDirectoryExistenceWithInfoWithRetry(Here("file"), {}, noLog); }),
-        OnDisk("ForceDirectoryExistenceWithRetry",
-               [] { ForceDirectoryExistenceWithRetry(Here("file"), noLog); }),
-        InPartOr({"FileExistsError"}, "CopyFileWithRetry",
-                 [] { CopyFileWithRetry(Here("file"), Here("new"), noLog); }),
-        InPart("ForceCopyFileWithRetry",
-               [] { ForceCopyFileWithRetry(Here("file"), Here(longName), noLog); }),
-        OnDisk("MoveFileWithRetry", [] { MoveFileWithRetry(Here("missing"), Here("new"), noLog); }),
-        OnDisk("ForceMoveFileWithRetry",
-               [] { ForceMoveFileWithRetry(Here("missing"), Here("new"), noLog); }),
-        OnDisk("DeleteFileWithRetry", [] { DeleteFileWithRetry(Here("missing"), noLog); }),
-        OnDisk("DeleteDirectoryWithRetry", [] { DeleteDirectoryWithRetry(Here("file"), noLog); }),
-        OnDisk("ForceNonexistenceWithRetry",
-               [] { ForceNonexistenceWithRetry(Here("tree"), noLog); }),
-        OnDisk("RunWithRetry", [] { RunWithRetry(DeleteFile, "name", Here("missing"), noLog); }),
-        OnDisk("SetModificationTimeWithRetry",
-               [] {
-                   FileItem item;
-                   item.SetModificationTimeWithRetry(Instant(1'000'000), noLog);
-               }),
+        OnDisk(CC_TRY(CreateFileWithRetry(Here("file"), {}, noLog))),
+        OnDisk(CC_TRY(CreateDirectoryWithRetry(Here("empty"), {}, noLog))),
+        OnDisk(CC_TRY(ForceDirectoryExistenceWithInfoWithRetry(Here("file"), {}, noLog))),
+        OnDisk(CC_TRY(ForceDirectoryExistenceWithRetry(Here("file"), noLog))),
+        InPartOr({"FileExistsError"}, CC_TRY(CopyFileWithRetry(Here("file"), Here("new"), noLog))),
+        InPart(CC_TRY(ForceCopyFileWithRetry(Here("file"), Here(otherFile), noLog))),
+        OnDisk(CC_TRY(MoveFileWithRetry(Here("missing"), Here("new"), noLog))),
+        OnDisk(CC_TRY(ForceMoveFileWithRetry(Here("missing"), Here("new"), noLog))),
+        OnDisk(CC_TRY(DeleteFileWithRetry(Here("missing"), noLog))),
+        OnDisk(CC_TRY(DeleteDirectoryWithRetry(Here("file"), noLog))),
+        OnDisk(CC_TRY(ForceNonexistenceWithRetry(Here("tree"), noLog))),
+        OnDisk(CC_TRY(RunWithRetry(DeleteFile, "name", Here("missing"), noLog))),
+        OnDisk(CC_TRY(FileItem().SetModificationTimeWithRetry(Instant(1'000'000), noLog))),
     };
 }
 
 Operations OfOpenFiles() {
     return {
-        OnDisk("FileReadingPath", [] { FileReadingPath const path(Here("file")); }),
-        OnDisk("FileReadingPath, refused", [] { FileReadingPath const path(Here("missing")); }),
-        OnDisk("FileReadingPath::OpenExisting",
-               [] {
-                   FileReadingPath path;
-                   path.OpenExisting(Here("file"));
-               }),
-        OnDisk("FileReadingPath::Length, refused",
-               [] { static_cast<void>(FileReadingPath().Length()); }),
-        OnDisk("FileWritingPath, refused", [] { FileWritingPath const path(Here("missing")); }),
-        OnDisk(
-            "FileWritingPath(OpenExistingFile), refused",
-            [] { FileWritingPath const path(Here("a/b"), FileWritingPath::OpenExistingFile()); }),
-        OnDisk("FileWritingPath(OpenExistingFileOrNewFile), refused",
-               [] {
-                   FileWritingPath const path(Here("a/b"),
-                                              FileWritingPath::OpenExistingFileOrNewFile());
-               }),
-        OnDisk("FileWritingPath(OpenNewFile), refused",
-               [] { FileWritingPath const path(Here("file"), FileWritingPath::OpenNewFile()); }),
-        OnDisk("FileWritingPath(OpenNewFileOrAsNewFile), refused",
-               [] {
-                   FileWritingPath const path(Here("a/b"),
-                                              FileWritingPath::OpenNewFileOrAsNewFile());
-               }),
-        OnDisk("FileWritingPath::Flush, refused", [] { FileWritingPath().Flush(); }),
-        OnDisk("FileWritingPath::SetLength, refused", [] { FileWritingPath().SetLength(9); }),
+        OnDisk(CC_TRY(FileReadingPath(Here("file")))),
+        OnDisk(CC_TRY(FileReadingPath(Here("missing")))),
+        OnDisk(CC_TRY(FileReadingPath().OpenExisting(Here("file")))),
+        OnDisk(CC_TRY(FileReadingPath().Length())),
+        OnDisk(CC_TRY(FileWritingPath(Here("missing")))),
+        OnDisk(CC_TRY(FileWritingPath(Here("a/b"), FileWritingPath::OpenExistingFile()))),
+        OnDisk(CC_TRY(FileWritingPath(Here("a/b"), FileWritingPath::OpenExistingFileOrNewFile()))),
+        OnDisk(CC_TRY(FileWritingPath(Here("file"), FileWritingPath::OpenNewFile()))),
+        OnDisk(CC_TRY(FileWritingPath(Here("a/b"), FileWritingPath::OpenNewFileOrAsNewFile()))),
+        OnDisk(CC_TRY(FileWritingPath().Flush())),
+        OnDisk(CC_TRY(FileWritingPath().SetLength(9))),
     };
 }
 
 Operations OfFileStreams() {
     return {
-        OnDisk("FileReader, refused", [] { FileReader const reader(FileReadingPath(), 0); }),
+        OnDisk(CC_TRY(FileReader(FileReadingPath(), 0))),
         OnDisk("FileReader >> Data beyond the end",
                [] {
                    unsigned char bytes[100];
-                   FileReadingPath const path(Here("file"));
-                   FileReader(path, 0) >> Data(bytes);
+                   FileReader(FileReadingPath(Here("file")), 0) >> Data(bytes);
                }),
         OnDisk("FileReadingLoop",
                [] {
@@ -420,11 +209,7 @@ Operations OfFileStreams() {
                    for (FileReadingLoop loop(Data(bytes), path, 0, 99); loop.Remaining() != 0;)
                        ++loop;
                }),
-        OnDisk("FileWriter, refused",
-               [] {
-                   FileWritingPath const path;
-                   FileWriter(path, 0) << ConstData("x");
-               }),
+        OnDisk("FileWriter, refused", [] { FileWriter(FileWritingPath(), 0) << ConstData("x"); }),
         OnDisk("FileDataSink, refused",
                [] {
                    FileWritingPath const path;
@@ -433,29 +218,17 @@ Operations OfFileStreams() {
                    receiver.Start();
                    receiver.Receive(ConstData("x"));
                }),
-        OnDisk("ReadFile(DataReceiver)", [] { ReadFile(Here("file"), DataReceiver::Ignore(), 0); }),
-        OnDisk("ReadFile(DataReceiver, stop), refused",
-               [] { ReadFile(Here("missing"), DataReceiver::Ignore(), 0, 5); }),
+        OnDisk(CC_TRY(ReadFile(Here("file"), DataReceiver::Ignore(), 0))),
+        OnDisk(CC_TRY(ReadFile(Here("missing"), DataReceiver::Ignore(), 0, 5))),
     };
-}
-
-std::string ShowFileItem(FileItem const& item) {
-    return ShowLocation(item.Location()) + (item.IsRegularFile() ? " file" : " other");
-}
-
-// All items of a loop by their names.
-std::string ShowLoop(std::unique_ptr<FileLoop> const& loop) {
-    std::string shown;
-    for (; loop->HasItem(); ++*loop)
-        shown += ShowFileItem(**loop) + '|';
-    return shown;
 }
 
 // A directory that can't be listed for lack of memory gives an empty loop, like any that can't be.
 Operations OfDirectories() {
     static FileLocation const directory = MakeFileLocation(longDirectory.c_str());
-    auto const giving = Operation::Giver(ShowLoop, {.state = Stated::Abandoned, .outcomes = {""}});
-    // A loop that is made before.
+    auto const giving =
+        Operation::Giver(ItemText(), {.state = Stated::Abandoned, .outcomes = {""}});
+    // On a loop that is made before.
     auto const giveStarted = [&](std::string const& what, auto start) {
         return giving(what, [start] {
             auto loop = std::make_unique<FileLoop>();
@@ -464,52 +237,36 @@ Operations OfDirectories() {
         });
     };
     return {
-        giving("FileLoop(location, wildcard, bool)",
-               [] { return std::make_unique<FileLoop>(directory, "*e", false); }),
-        giving("FileLoop(location, type)",
-               [] { return std::make_unique<FileLoop>(directory, TarvikFileTypeText); }),
-        giveStarted("FileLoop::Start(location, wildcard, bool)",
-                    [](FileLoop& loop) { loop.Start(directory, nullptr, false); }),
-        giveStarted("FileLoop::WildcardStart",
-                    [](FileLoop& loop) { loop.WildcardStart(directory, "*"); }),
-        giveStarted("FileLoop::Start(location, type)",
-                    [](FileLoop& loop) { loop.Start(directory, TarvikFileTypeText); }),
-        giveStarted("UnixPlatform::FileLoop::init",
-                    [](FileLoop& loop) { loop.init(directory, true, "*.txt"); }),
-        giveStarted("FileLoop::operator++",
-                    [](FileLoop& loop) {
-                        loop.Start(directory, nullptr, false);
-                        ++loop;
-                    }),
-        giveStarted("FileLoop::operator*",
-                    [](FileLoop& loop) {
-                        loop.Start(directory, nullptr, false);
-                        if (loop.HasItem())
-                            static_cast<void>(*loop);
-                    }),
+        giving(CC_TRY(std::make_unique<FileLoop>(directory, "*e", false))),
+            giving(CC_TRY(std::make_unique<FileLoop>(directory, TarvikFileTypeText))),
+            giveStarted(CC_TRY_ON(it.Start(directory, nullptr, false))),
+            giveStarted(CC_TRY_ON(it.WildcardStart(directory, "*"))),
+            giveStarted(CC_TRY_ON(it.Start(directory, TarvikFileTypeText))),
+            giveStarted(CC_TRY_ON(it.init(directory, true, "*.txt"))),
+            giveStarted(CC_TRY_ON(it.Start(directory, nullptr, false); ++it)),
+            giveStarted(CC_TRY_ON(it.Start(directory, nullptr, false);
+                                  if (it.HasItem()) static_cast<void>(*it))),
     };
 }
 
 Operations OfItems() {
-    auto const giving = Operation::Giver(ShowFileItem);
     return {
-        giving("FileItem(FileLocation)", [] { return FileItem(Here("file")); }),
-        giving("FileItem::Fill(parent, name)",
-               [] {
-                   FileItem item;
-                   item.Fill(MakeFileLocation(longDirectory.c_str()),
-                             UnixPlatform::FileName(longName));
-                   return item;
-               }),
-        OnDisk("FileItem, refused", [] { FileItem(Here("missing")); }),
+        givingItem(CC_TRY(FileItem(Here("file")))),
+        givingItem("FileItem::Fill(parent, name)",
+                   [] {
+                       FileItem item;
+                       item.Fill(MakeFileLocation(longDirectory.c_str()),
+                                 UnixPlatform::FileName(otherFile));
+                       return item;
+                   }),
+        OnDisk(CC_TRY(FileItem(Here("missing")))),
         InPart("FileItem::Checksum, refused",
                [] {
                    FileItem const item(Here("file"));
                    std::remove(Here("file").Text());
                    static_cast<void>(item.Checksum());
                }),
-        OnDisk("FileItem::SetModificationTime, refused",
-               [] { FileItem().SetModificationTime(Instant(5)); }),
+        OnDisk(CC_TRY(FileItem().SetModificationTime(Instant(5)))),
     };
 }
 
@@ -525,18 +282,12 @@ Operations OfTemporaries() {
     static std::string const prefix(140, 'p');
     static FileLocation const directory = MakeFileLocation(longDirectory.c_str());
     return {
-        Operation::Giving(
-            "UISessionDefaultDirectory", [] { return UISessionDefaultDirectory(prefix); },
-            ShowLocation),
-        Creating("CreateUniqueFileLocation(directory)",
-                 [] { return CreateUniqueFileLocation(directory, "a"); }),
-        Creating("CreateUniqueDirLocation", [] { return CreateUniqueDirLocation(directory, "a"); }),
-        Creating("CreateUniqueFileLocation(prefix)",
-                 [] { return CreateUniqueFileLocation(prefix.c_str()); }),
-        Creating("CreateUniqueFileLocationWithHint",
-                 [] { return CreateUniqueFileLocationWithHint(Here("file"), "a"); }),
-        InPart("LocationForTemporaryFile(hint)",
-               [] { static_cast<void>(LocationForTemporaryFile(Here("file"))); }),
+        givingItem(CC_TRY(UISessionDefaultDirectory(prefix))),
+        Creating(CC_TRY(CreateUniqueFileLocation(directory, "a"))),
+        Creating(CC_TRY(CreateUniqueDirLocation(directory, "a"))),
+        Creating(CC_TRY(CreateUniqueFileLocation(prefix.c_str()))),
+        Creating(CC_TRY(CreateUniqueFileLocationWithHint(Here("file"), "a"))),
+        InPart(CC_TRY(LocationForTemporaryFile(Here("file")))),
         // False, with the location as it was.
         InPartOr({""}, "MakeTemporaryFileLocation",
                  [] {
@@ -547,11 +298,12 @@ Operations OfTemporaries() {
     };
 }
 
-} // namespace
-
-std::size_t Torture::FailAllocationsOfFiles() {
-    Disk const disk;
-    return FailEachOf("files", Join({OfNames(), OfLocations(), OfErrors(), OfSingleFiles(),
-                                     OfTrees(), OfRetries(), OfOpenFiles(), OfFileStreams(),
-                                     OfDirectories(), OfItems(), OfTemporaries()}));
+TEST(QuickAllocations, OfFiles) {
+    TestOnEmptyMachine([] {
+        return FailEachOf("files",
+                          Join({OfSingleFiles(), OfTrees(), OfRetries(), OfOpenFiles(),
+                                OfFileStreams(), OfDirectories(), OfItems(), OfTemporaries()}));
+    });
 }
+
+} // namespace

@@ -1,68 +1,57 @@
-#include "tests/torture/AllocationsOfFolders.h"
-
-#include <functional>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "strings/ListPL.h"
 #include "strings/SmallContainers.h"
 #include "strings/StringPL.h"
 #include "strings/Stringy.h"
+#include "tests/torture/Cells.h"
 #include "tests/torture/Operations.h"
 
 namespace {
 
-using Torture::Operation;
-using Torture::Operations;
-using Torture::Stated;
+using namespace Torture;
 
 char const shortText[] = "a text, long enough, to be stored apart";
 char const otherText[] = "another text";
 
-std::string Show(StringPL const& string) {
-    return std::to_string(string.GetLength()) + ' ' + string.AsChar();
-}
+struct StringText : AsText {
+    using AsText::operator();
+    std::string operator()(StringPL const& string) const {
+        return std::to_string(string.GetLength()) + ' ' + string.AsChar();
+    }
+    std::string operator()(Stringy const& string) const {
+        return std::to_string(string.GetLength()) + ' ' + static_cast<char const*>(string);
+    }
+    std::string operator()(std::vector<Stringy> const& items) const {
+        return JoinTexts(items, *this);
+    }
+};
 
-StringPL Text() { return shortText; }
-
-template <class Act>
-Operation OnStringPL(std::string const& name, Act act, Stated stated = {}) {
-    return Operation("StringPL" + name, Text, act, Show, std::move(stated));
-}
-
-template <class Yield>
-Operation GivingStringPL(std::string const& name, Yield yield) {
-    return Operation::Giving("StringPL" + name, yield, Show);
-}
+auto const givingString = Operation::Giver(StringText());
 
 Operations OfStringPL() {
     static StringPL const constant = shortText;
     static StringPL const constantOther = otherText;
+    auto const changing = Operation::Changer([] { return StringPL(shortText); }, StringText());
     return {
-        GivingStringPL("(char const*)", [] { return StringPL(shortText); }),
-        GivingStringPL("(char const*, unsigned)", [] { return StringPL(shortText, 7); }),
-        GivingStringPL("(StringPL const&)", [] { return StringPL(constant); }),
-        GivingStringPL("::operator+", [] { return constant + otherText; }),
-        GivingStringPL("::Mid(int, int)", [] { return constant.Mid(3, 9); }),
-        GivingStringPL("::Mid(int)", [] { return constant.Mid(3); }),
-        GivingStringPL("::Left", [] { return constant.Left(5); }),
-        GivingStringPL("::Right", [] { return constant.Right(5); }),
-        OnStringPL("::operator=(char const*)", [](StringPL& string) { string = otherText; }),
-        OnStringPL("::operator=(StringPL const&)",
-                   [](StringPL& string) { string = constantOther; }),
-        OnStringPL("::operator+=", [](StringPL& string) { string += otherText; }),
-        OnStringPL("::operator+= of itself", [](StringPL& string) { string += string; }),
-        OnStringPL("::operator+= of a byte", [](StringPL& string) { string += "x"; }),
-        OnStringPL("::Append", [](StringPL& string) { string.Append(otherText, 20); }),
-        OnStringPL("::Append of a byte", [](StringPL& string) { string.Append(otherText, 1); }),
-        OnStringPL("::Format", [](StringPL& string) { string.Format("%s, %100d", otherText, 5); },
-                   {.state = Stated::Shown, .shown = "0 "}),
-        OnStringPL("::Replace", [](StringPL& string) { string.Replace(",", " and"); }),
+        givingString(CC_TRY(StringPL(shortText))),
+        givingString(CC_TRY(StringPL(shortText, 7))),
+        givingString(CC_TRY(StringPL(constant))),
+        givingString(CC_TRY(constant + otherText)),
+        givingString(CC_TRY(constant.Mid(3, 9))),
+        givingString(CC_TRY(constant.Mid(3))),
+        givingString(CC_TRY(constant.Left(5))),
+        givingString(CC_TRY(constant.Right(5))),
+        changing(CC_TRY_ON(it = otherText)),
+        changing(CC_TRY_ON(it = constantOther)),
+        changing(CC_TRY_ON(it += otherText)),
+        changing(CC_TRY_ON(it += it)),
+        changing(CC_TRY_ON(it += "x")),
+        changing(CC_TRY_ON(it.Append(otherText, 20))),
+        changing(CC_TRY_ON(it.Append(otherText, 1))),
+        changing(CC_TRY_ON(it.Format("%s, %100d", otherText, 5)),
+                 {.state = Stated::Shown, .shown = "0 "}),
+        changing(CC_TRY_ON(it.Replace(",", " and"))),
         // What was replaced before stays replaced, and is not searched again.
-        OnStringPL("::ReplaceNoCase", [](StringPL& string) { string.ReplaceNoCase("T", " and"); },
-                   {.state = Stated::AnyValue}),
+        changing(CC_TRY_ON(it.ReplaceNoCase("T", " and")), {.state = Stated::AnyValue}),
     };
 }
 
@@ -71,80 +60,47 @@ std::string const longText = "Long, " + std::string(150, 'x') + ", text";
 std::string const longOther = "Other, " + std::string(170, 'y') + ", text";
 std::string const longWhite = "\t " + longText + " \n";
 
-std::string ShowStringy(Stringy const& string) {
-    return std::to_string(string.GetLength()) + ' ' + static_cast<char const*>(string);
-}
-
-template <class Act>
-Operation OnStringy(std::string const& name, Act act, Stated stated = {}) {
-    return Operation(
-        "Stringy" + name, [] { return Stringy(longText); }, act, ShowStringy, std::move(stated));
-}
-
-template <class Yield>
-Operation GivingStringy(std::string const& name, Yield yield) {
-    return Operation::Giving("Stringy" + name, yield, ShowStringy);
-}
-
 Operations OfStringy() {
     static Stringy const constant(longText);
     static Stringy const constantOther(longOther);
     static auto const bytes = reinterpret_cast<unsigned char const*>(longText.data());
     static auto const size = static_cast<unsigned int>(longText.size());
+    auto const changing = Operation::Changer([] { return Stringy(longText); }, StringText());
     return {
-        GivingStringy("(char const*)", [] { return Stringy(longText.c_str()); }),
-        GivingStringy("(char const*, unsigned)", [] { return Stringy(longText.data(), size); }),
-        GivingStringy("(unsigned char const*, unsigned)", [] { return Stringy(bytes, size); }),
-        GivingStringy("(ConstData)", [] { return Stringy(ConstData(longText)); }),
-        GivingStringy("(Stringy const&)", [] { return Stringy(constant); }),
-        GivingStringy("::Left", [] { return constant.Left(140); }),
-        GivingStringy("::Right", [] { return constant.Right(140); }),
-        GivingStringy("::Mid(int, int)", [] { return constant.Mid(3, 140); }),
-        GivingStringy("::Mid(int)", [] { return constant.Mid(3); }),
-        GivingStringy("::SubstringAfterLastSeparator",
-                      [] { return constant.SubstringAfterLastSeparator('L'); }),
-        GivingStringy(" + char", [] { return constant + 'c'; }),
-        GivingStringy(" + Stringy", [] { return constant + constantOther; }),
+        givingString(CC_TRY(Stringy(longText.c_str()))),
+        givingString(CC_TRY(Stringy(longText.data(), size))),
+        givingString(CC_TRY(Stringy(bytes, size))),
+        givingString(CC_TRY(Stringy(ConstData(longText)))),
+        givingString(CC_TRY(Stringy(constant))),
+        givingString(CC_TRY(constant.Left(140))),
+        givingString(CC_TRY(constant.Right(140))),
+        givingString(CC_TRY(constant.Mid(3, 140))),
+        givingString(CC_TRY(constant.Mid(3))),
+        givingString(CC_TRY(constant.SubstringAfterLastSeparator('L'))),
+        givingString(CC_TRY(constant + 'c')),
+        givingString(CC_TRY(constant + constantOther)),
         // The old array goes first.
-        OnStringy("::operator=(Stringy const&)", [](Stringy& string) { string = constantOther; },
-                  {.state = Stated::Shown, .shown = "0 "}),
-        OnStringy("::operator=(char const*)", [](Stringy& string) { string = longOther.c_str(); }),
-        OnStringy("::operator+=(char)", [](Stringy& string) { string += 'c'; }),
-        OnStringy("::operator+=(char const*)", [](Stringy& string) { string += otherText; }),
-        OnStringy("::operator+=(Stringy const&)", [](Stringy& string) { string += constantOther; }),
-        OnStringy("::operator+=(ConstData const&)",
-                  [](Stringy& string) { string += ConstData(otherText); }),
-        OnStringy("::operator+= of itself", [](Stringy& string) { string += string; }),
+        changing(CC_TRY_ON(it = constantOther), {.state = Stated::Shown, .shown = "0 "}),
+        changing(CC_TRY_ON(it = longOther.c_str())),
+        changing(CC_TRY_ON(it += 'c')),
+        changing(CC_TRY_ON(it += otherText)),
+        changing(CC_TRY_ON(it += constantOther)),
+        changing(CC_TRY_ON(it += ConstData(otherText))),
+        changing(CC_TRY_ON(it += it)),
     };
 }
 
 Operations OfStringyInPlace() {
-    auto const white = [] {
-        return Stringy(longWhite);
-    };
+    auto const white = Operation::Changer([] { return Stringy(longWhite); }, StringText());
+    auto const items = Operation::Changer([] { return std::vector<Stringy>(); }, StringText());
     // What is left is assigned, and an assignment frees the old array first.
     Stated const mayBecomeNull = {.state = Stated::Lost, .shown = "0 "};
     return {
-        Operation(
-            "Stringy::TrimLeft", white, [](Stringy& string) { string.TrimLeft(); }, ShowStringy,
-            mayBecomeNull),
-        Operation(
-            "Stringy::StripLeadingAndTrailingWhite", white,
-            [](Stringy& string) { string.StripLeadingAndTrailingWhite(); }, ShowStringy,
-            mayBecomeNull),
-        Operation(
-            "Stringy::SplitSeparatedStringsIntoArray", [] { return std::vector<Stringy>(); },
-            [](std::vector<Stringy>& items) {
-                items.clear();
-                Stringy::SplitSeparatedStringsIntoArray(longText.c_str(), ',', items, 10, true);
-            },
-            [](std::vector<Stringy> const& items) {
-                std::string shown;
-                for (Stringy const& item : items)
-                    shown += ShowStringy(item) + '|';
-                return shown;
-            },
-            {.state = Stated::AnyValue}),
+        white(CC_TRY_ON(it.TrimLeft()), mayBecomeNull),
+            white(CC_TRY_ON(it.StripLeadingAndTrailingWhite()), mayBecomeNull),
+            items(CC_TRY_ON(it.clear(); Stringy::SplitSeparatedStringsIntoArray(longText.c_str(),
+                                                                                ',', it, 10, true)),
+                  {.state = Stated::AnyValue}),
     };
 }
 
@@ -153,25 +109,20 @@ template <class Relation>
 Operations OfRelation(std::string const& sign, Relation relation) {
     static Stringy const constant(longText);
     static char const* const second = longOther.c_str();
-    auto const giving = Operation::Giver([](bool value) { return std::to_string(value); });
-    return {giving("Stringy " + sign + " char const*", [=] { return relation(constant, second); }),
-            giving("char const* " + sign + " Stringy", [=] { return relation(second, constant); })};
-}
-
-Operations OfStringyRelations() {
-    return Torture::Join({OfRelation("==", std::equal_to()), OfRelation("!=", std::not_equal_to()),
-                          OfRelation("<", std::less()), OfRelation("<=", std::less_equal()),
-                          OfRelation(">", std::greater()), OfRelation(">=", std::greater_equal())});
+    return {givingString("Stringy " + sign + " text", [=] { return relation(constant, second); }),
+            givingString("text " + sign + " Stringy", [=] { return relation(second, constant); })};
 }
 
 using List = ListPL<StringPL>;
 
-std::string ShowList(List const& list) {
-    std::string shown;
-    for (list.ResetEnum(); list.IsNext();)
-        shown += Show(list.GetNext()) + '|';
-    return shown;
-}
+struct ListText {
+    std::string operator()(std::unique_ptr<List> const& list) const {
+        std::string shown;
+        for (list->ResetEnum(); list->IsNext();)
+            shown += StringText()(list->GetNext()) + '|';
+        return shown;
+    }
+};
 
 // Neither copied nor moved, so it is held.
 std::unique_ptr<List> FilledList() {
@@ -186,44 +137,33 @@ Operations OfContainers() {
     using Copied = DuplicatingPtr<StringPL>;
     static Copied const held(new StringPL(shortText));
     static NullOr<StringPL> const present = constant;
+    auto const pointed = [](auto const& value) {
+        return StringText()(*value);
+    };
+    auto const onList = Operation::Changer(FilledList, ListText());
     return {
-        Operation(
-            "ListPL::Append", FilledList,
-            [](std::unique_ptr<List>& list) { list->Append(constant); },
-            [](std::unique_ptr<List> const& list) { return ShowList(*list); }),
-        Operation(
-            "ListPL::GetNext at the end", FilledList,
-            [](std::unique_ptr<List>& list) {
-                list->MakeEmpty();
-                list->GetNext();
-            },
-            [](std::unique_ptr<List> const& list) { return ShowList(*list); },
-            {.state = Stated::AnyValue}),
-        Operation::Giving(
-            "NoMoreItemsException", [] { return NoMoreItemsException(); },
-            [](NoMoreItemsException const& exception) { return exception.what(); }),
-        Operation::Giving(
-            "Pair", [] { return Texts(constant, constant); },
-            [](Texts const& pair) { return Show(pair.first) + Show(pair.second); }),
-        Operation::Giving(
-            "DuplicatingPtr(DuplicatingPtr const&)", [] { return Copied(held); },
-            [](Copied const& copy) { return Show(*copy); }),
-        Operation::Giving(
-            "NullOr(T const&)", [] { return NullOr<StringPL>(constant); },
-            [](NullOr<StringPL> const& value) { return Show(*value); }),
-        Operation::Giving(
-            "NullOr(NullOr const&)", [] { return NullOr<StringPL>(present); },
-            [](NullOr<StringPL> const& value) { return Show(*value); }),
-        Operation(
-            "NullOr::operator=", [] { return NullOr<StringPL>(StringPL(otherText)); },
-            [](NullOr<StringPL>& value) { value = present; },
-            [](NullOr<StringPL> const& value) { return Show(*value); }),
+        onList(CC_TRY_ON(it->Append(constant))),
+            onList(CC_TRY_ON(it->MakeEmpty(); it->GetNext()), {.state = Stated::AnyValue}),
+            givingString(CC_TRY(NoMoreItemsException())),
+            Operation::Giving(CC_TRY(Texts(constant, constant)),
+                              [](Texts const& pair) {
+                                  return StringText()(pair.first) + StringText()(pair.second);
+                              }),
+            Operation::Giving(CC_TRY(Copied(held)), pointed),
+            Operation::Giving(CC_TRY(NullOr<StringPL>(constant)), pointed),
+            Operation::Giving(CC_TRY(NullOr<StringPL>(present)), pointed),
+            Operation::Changer([] { return NullOr<StringPL>(StringPL(otherText)); },
+                               pointed)(CC_TRY_ON(it = present)),
     };
 }
 
-} // namespace
-
-std::size_t Torture::FailAllocationsOfStrings() {
-    return FailEachOf("strings", Join({OfStringPL(), OfStringy(), OfStringyInPlace(),
-                                       OfStringyRelations(), OfContainers()}));
+TEST(QuickAllocations, OfStrings) {
+    CountCells(FailEachOf(
+        "strings",
+        Join({OfStringPL(), OfStringy(), OfStringyInPlace(), OfRelation("==", std::equal_to()),
+              OfRelation("!=", std::not_equal_to()), OfRelation("<", std::less()),
+              OfRelation("<=", std::less_equal()), OfRelation(">", std::greater()),
+              OfRelation(">=", std::greater_equal()), OfContainers()})));
 }
+
+} // namespace

@@ -1,26 +1,13 @@
 // The tool as a whole, each of its allocations failing, also those that the C library makes for it.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <cstddef>
-#include <filesystem>
 #include <iostream>
-#include <string>
+#include <set>
 
-#include "tests/support/PrivateMachine.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
-#include "tests/torture/Cells.h"
 #include "tests/torture/LongEvaluation.h"
-#include "tests/torture/SharedCount.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-using Torture::doc;
-using Torture::url;
+using namespace Torture;
 
 char const failureMark[] = "/opt/failed";
 
@@ -31,7 +18,7 @@ ProgramResult RunWithFailing(std::string const& which) {
     return RunProgram(
         {CC_DYNAMIC_TOOL, "-c", url, doc, "7"},
         {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY, "CC_FAILING_MALLOC=" + which,
-                          "CC_AGENT_SCRIPT=" + Torture::ServingAgent().text()}}});
+                          "CC_AGENT_SCRIPT=" + ServingAgent().text()}}});
 }
 
 std::string const atWork = PrintedPercent("40");
@@ -41,25 +28,18 @@ std::string Whole() {
     return atWork + PrintedCount(2) + PrintedRow(LongRowRead()) + PrintedRow(LongRowRead());
 }
 
+// A progress that failed is not told of.
 bool IsStated(std::string const& output) {
-    // A progress that failed is not told of.
-    if (output == Whole() || output == atWork || output.empty())
-        return true;
-    for (int const code : {-2, -6, -7, -17})
-        if (output == OpenError(code))
-            return true;
-    return false;
+    std::set<std::string> const stated = {
+        Whole(), atWork, "", OpenError(-2), OpenError(-6), OpenError(-7), OpenError(-17)};
+    return stated.contains(output);
 }
 
 // A request is there only where one was not written whole: then it is a part of one of ours.
 void ExpectOwnFilesOnly() {
-    std::string const names = ListDirectory(ScriptedAgent::requestDirectory);
+    std::string const names = Requests();
     if (names == "lockfile request.xml ") {
-        std::string const bytes = ReadBytes(ScriptedAgent::request);
-        EXPECT_TRUE(OpenRequest(url, doc, "7").starts_with(bytes) ||
-                    std::string(progressRequest).starts_with(bytes) ||
-                    std::string(closeRequest).starts_with(bytes))
-            << bytes;
+        ExpectPartOfRequest(ReadBytes(ScriptedAgent::request));
     } else {
         EXPECT_TRUE(names == "lockfile " || names.empty()) << names;
     }
@@ -72,15 +52,13 @@ void ExpectEndByBadAlloc(ProgramResult const& run) {
     EXPECT_EQ(ExitStatus::Killed(SIGABRT), run.status);
     EXPECT_EQ("", run.output);
     EXPECT_NE(std::string::npos, run.errors.find("bad_alloc")) << run.errors;
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
     EXPECT_FALSE(fs::exists(ScriptedAgent::response));
 }
 
 void ExpectStated(ProgramResult const& run) {
-    if (run.status != ExitStatus::Exited(0)) {
-        ExpectEndByBadAlloc(run);
-        return;
-    }
+    if (run.status != ExitStatus::Exited(0))
+        return ExpectEndByBadAlloc(run);
     EXPECT_EQ("", run.errors);
     EXPECT_TRUE(IsStated(run.output)) << run.output;
 }
@@ -109,19 +87,16 @@ bool Fail(std::size_t n, bool fromThenOn) {
 
 // Every `step`-th allocation, from `first` on.
 void FailFrom(std::size_t first, std::size_t step, bool fromThenOn) {
-    Torture::SharedCount failures;
-    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [&] {
-        PrivateMachine::CreateAgentDirectories();
+    CountCellsInSandbox({.limit = std::chrono::minutes(4)}, [&] {
         OtherProgram const agent(PrivateMachine::InstallIdleAgent());
         EXPECT_EQ(Whole(), RunWithFailing("").output);
+        std::size_t failures = 0;
         for (std::size_t n = first; !testing::Test::HasFailure() && Fail(n, fromThenOn); n += step)
-            failures.Add(1);
+            ++failures;
+        std::cout << failures << " allocations failed\n";
+        EXPECT_LT(0u, failures);
+        return failures;
     });
-    if (testing::Test::IsSkipped())
-        return;
-    std::cout << failures.Value() << " allocations failed\n";
-    Torture::CountCells(failures.Value());
-    EXPECT_LT(0u, failures.Value());
 }
 
 TEST(QuickAllocationsOfTool, SomeFailOnce) { FailFrom(1, 11, false); }

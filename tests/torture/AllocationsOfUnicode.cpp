@@ -1,9 +1,7 @@
-#include "tests/torture/AllocationsOfFolders.h"
-
 #include <cstdint>
-#include <string>
 
 #include "data/Numeral.h"
+#include "tests/torture/Cells.h"
 #include "tests/torture/Operations.h"
 #include "unicode/AutoNullTerminated.h"
 #include "unicode/AutoUString.h"
@@ -15,9 +13,7 @@
 
 namespace {
 
-using Torture::Operation;
-using Torture::Operations;
-using Torture::Stated;
+using namespace Torture;
 
 template <class Unit>
 std::string ShowUnits(Unit const* begin, Unit const* end) {
@@ -27,10 +23,23 @@ std::string ShowUnits(Unit const* begin, Unit const* end) {
     return shown;
 }
 
-template <class E>
-std::string Show(AutoUString<E> const& text) {
-    return ShowUnits(text.Begin(), text.End());
-}
+struct UnitText {
+    template <class E>
+    std::string operator()(AutoUString<E> const& text) const {
+        return ShowUnits(text.Begin(), text.End());
+    }
+    template <class Text>
+    requires requires(Text const& text) { text.Pointer(); }
+    std::string operator()(Text const& text) const {
+        return ShowUnits(text.Pointer(), text.Pointer() + text.Count());
+    }
+    template <class Unit>
+    std::string operator()(OwnedArray<Unit> const& array) const {
+        return std::to_string(array.Disposer().count);
+    }
+};
+
+auto const givingUnits = Operation::Giver(UnitText());
 
 // Forty letters, in units of any kind.
 template <class E>
@@ -44,35 +53,6 @@ UStringRef<E> Text() {
     };
     static Units const text;
     return UStringRef<E>(text.units, text.units + 40);
-}
-
-template <class E>
-Operation MakingUString(std::string const& encoding) {
-    return Operation::Giving(
-        "MakeUString<" + encoding + ">",
-        [] { return MakeUString(Text<E>().begin, Text<E>().end, E()); }, Show<E>);
-}
-
-template <class Unit>
-Operation Allocating(std::string const& unit) {
-    return Operation::Giving(
-        "Allocate<" + unit + ">", [] { return Allocate<Unit>(100); },
-        [](OwnedArray<Unit> const& array) { return std::to_string(array.Disposer().count); });
-}
-
-template <class E>
-Operation Terminating(std::string const& encoding) {
-    return Operation::Giving(
-        "MakeNullTerminatedString<" + encoding + ">",
-        [] { return MakeNullTerminatedString<E>(Text<E>()); },
-        [](auto const& text) { return ShowUnits(text.Pointer(), text.Pointer() + text.Count()); });
-}
-
-template <class Target, class Source>
-Operation Transcoding(std::string const& target, std::string const& source) {
-    return Operation::Giving(
-        "Transcode<" + target + ", " + source + ">",
-        [] { return Transcode<Target>(Text<Source>()); }, Show<Target>);
 }
 
 // An act on a builder of that room, which holds three units. What it held is still held.
@@ -95,79 +75,55 @@ Operation OnBuilder(std::string const& name, std::size_t room, Act act) {
 }
 
 template <class E>
-Operation Collecting(std::string const& encoding) {
-    return OnBuilder<E>("UStringBuilder<" + encoding + ">::Receive", 3, [](auto& receiver) {
-        receiver.Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
-    });
+Operations OnBuilders(std::string const& encoding) {
+    return {OnBuilder<E>(encoding + " Receive", 3,
+                         [](auto& receiver) {
+                             receiver.Receive(
+                                 ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
+                         }),
+            OnBuilder<E>(encoding + " Start", 50, [](auto& receiver) { receiver.Start(E()); })};
 }
 
-template <class E>
-Operation Starting(std::string const& encoding) {
-    return OnBuilder<E>("UStringBuilder<" + encoding + ">::Start", 50,
-                        [](auto& receiver) { receiver.Start(E()); });
-}
-
-template <class E>
-Operation FromLocale(std::string const& name, AutoUString<E> (*convert)(UStringRef<Local8Bit>)) {
-    return Operation::Giving(
-        name, [convert] { return convert(Text<Local8Bit>()); }, Show<E>);
-}
-
-template <class E>
-Operation ToLocale(std::string const& name, AutoUString<Local8Bit> (*convert)(UStringRef<E>)) {
-    return Operation::Giving(
-        name, [convert] { return convert(Text<E>()); }, Show<Local8Bit>);
-}
-
-Operations OfStrings() {
+Operations OfUnicodeStrings() {
     return {
-        MakingUString<UTF8>("UTF8"),
-        MakingUString<UTF16>("UTF16"),
-        MakingUString<UTF32>("UTF32"),
-        Allocating<char>("char"),
-        Allocating<unsigned char>("unsigned char"),
-        Allocating<unsigned short>("unsigned short"),
-        Allocating<unsigned int>("unsigned int"),
-        Terminating<Local8Bit>("Local8Bit"),
-        Terminating<UTF32>("UTF32"),
-        Collecting<UTF8>("UTF8"),
-        Collecting<UTF16>("UTF16"),
-        Collecting<UTF32>("UTF32"),
-        Starting<UTF8>("UTF8"),
-        Starting<UTF16>("UTF16"),
-        Starting<UTF32>("UTF32"),
+        givingUnits(CC_TRY(MakeUString(Text<UTF8>().begin, Text<UTF8>().end, UTF8()))),
+        givingUnits(CC_TRY(MakeUString(Text<UTF16>().begin, Text<UTF16>().end, UTF16()))),
+        givingUnits(CC_TRY(MakeUString(Text<UTF32>().begin, Text<UTF32>().end, UTF32()))),
+        givingUnits(CC_TRY(Allocate<char>(100))),
+        givingUnits(CC_TRY(Allocate<unsigned char>(100))),
+        givingUnits(CC_TRY(Allocate<unsigned short>(100))),
+        givingUnits(CC_TRY(Allocate<unsigned int>(100))),
+        givingUnits(CC_TRY(MakeNullTerminatedString<Local8Bit>(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(MakeNullTerminatedString<UTF32>(Text<UTF32>()))),
     };
 }
 
 Operations OfTranscoding() {
     return {
-        Transcoding<UTF8, UTF16>("UTF8", "UTF16"),
-        Transcoding<UTF8, UTF32>("UTF8", "UTF32"),
-        Transcoding<UTF16, UTF8>("UTF16", "UTF8"),
-        Transcoding<UTF16, UTF32>("UTF16", "UTF32"),
-        Transcoding<UTF32, UTF8>("UTF32", "UTF8"),
-        Transcoding<UTF32, UTF16>("UTF32", "UTF16"),
-        Transcoding<UTF32, UTF32>("UTF32", "UTF32"),
-        Transcoding<UTF8, Local8Bit>("UTF8", "Local8Bit"),
-        Transcoding<Local8Bit, UTF8>("Local8Bit", "UTF8"),
+        givingUnits(CC_TRY(Transcode<UTF8>(Text<UTF16>()))),
+        givingUnits(CC_TRY(Transcode<UTF8>(Text<UTF32>()))),
+        givingUnits(CC_TRY(Transcode<UTF16>(Text<UTF8>()))),
+        givingUnits(CC_TRY(Transcode<UTF16>(Text<UTF32>()))),
+        givingUnits(CC_TRY(Transcode<UTF32>(Text<UTF8>()))),
+        givingUnits(CC_TRY(Transcode<UTF32>(Text<UTF16>()))),
+        givingUnits(CC_TRY(Transcode<UTF32>(Text<UTF32>()))),
+        givingUnits(CC_TRY(Transcode<UTF8>(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(Transcode<Local8Bit>(Text<UTF8>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToNativeUnicode(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToUTF8(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToUTF16(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToUTF32(Text<Local8Bit>()))),
+        givingUnits(CC_TRY(UnixPlatform::FromNativeUnicode(Text<UTF32>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToLocal8Bit(Text<UTF8>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToLocal8Bit(Text<UTF16>()))),
+        givingUnits(CC_TRY(UnixPlatform::ToLocal8Bit(Text<UTF32>()))),
     };
 }
 
-Operations OfTheLocale() {
-    return {
-        FromLocale<UTF32>("ToNativeUnicode", UnixPlatform::ToNativeUnicode),
-        FromLocale<UTF8>("ToUTF8", UnixPlatform::ToUTF8),
-        FromLocale<UTF16>("ToUTF16", UnixPlatform::ToUTF16),
-        FromLocale<UTF32>("ToUTF32", UnixPlatform::ToUTF32),
-        ToLocale<UTF32>("FromNativeUnicode", UnixPlatform::FromNativeUnicode),
-        ToLocale<UTF8>("ToLocal8Bit(UTF8)", UnixPlatform::ToLocal8Bit),
-        ToLocale<UTF16>("ToLocal8Bit(UTF16)", UnixPlatform::ToLocal8Bit),
-        ToLocale<UTF32>("ToLocal8Bit(UTF32)", UnixPlatform::ToLocal8Bit),
-    };
+TEST(QuickAllocations, OfUnicode) {
+    CountCells(
+        FailEachOf("unicode", Join({OfUnicodeStrings(), OfTranscoding(), OnBuilders<UTF8>("UTF8"),
+                                    OnBuilders<UTF16>("UTF16"), OnBuilders<UTF32>("UTF32")})));
 }
 
 } // namespace
-
-std::size_t Torture::FailAllocationsOfUnicode() {
-    return FailEachOf("unicode", Join({OfStrings(), OfTranscoding(), OfTheLocale()}));
-}

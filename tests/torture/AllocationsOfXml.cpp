@@ -1,11 +1,6 @@
-#include "tests/torture/AllocationsOfFolders.h"
-
-#include <memory>
-#include <string>
-#include <vector>
-
 #include "data/LineFlattener.h"
 #include "data/StringReceiver.h"
+#include "tests/torture/Cells.h"
 #include "tests/torture/Operations.h"
 #include "tests/xml/TreeText.h"
 #include "xml/SimpleXMLParserPL.h"
@@ -15,9 +10,7 @@
 
 namespace {
 
-using Torture::Operation;
-using Torture::Operations;
-using Torture::Stated;
+using namespace Torture;
 
 // Names, values and texts that no std::string holds inside.
 char const longName[] = "anElementWithALongEnoughName";
@@ -28,6 +21,9 @@ std::string const document =
     "<![CDATA[ to be stored apart]]></aChildWithALongEnoughName>"
     "<another a='1' b='2' c='3'>&anEscapeThatNobodyKnowsAndThatIsLong;</another>"
     "</aRootWithALongEnoughName>";
+
+char const otherDocument[] = "<r><b><c></c></b><d></d><anElementMoreThanThereWere>"
+                             "A text that is long enough to be stored apart</x><e></e></r>";
 
 // Takes the events and asks for nothing.
 class CountedEvents : public XMLHandler {
@@ -45,58 +41,42 @@ using Tree = std::unique_ptr<XMLTreeParserPL>;
 
 Tree NewTree() { return std::make_unique<XMLTreeParserPL>(); }
 
-std::string ShowTree(Tree const& tree) {
-    XMLElementPL const* const root = tree->GetRootElement();
-    return root == nullptr ? "nothing" : TreeText(*root);
-}
-
 Tree ReadTree() {
     Tree tree = NewTree();
     tree->Parse(document);
     return tree;
 }
 
-Operations OfParsers() {
-    return {
-        Operation::Giving(
-            "SimpleXMLParserPL::Parse",
-            [] {
-                CountedEvents events;
-                SimpleXMLParserPL parser(events);
-                parser.Parse(document.data(), static_cast<unsigned int>(document.size()));
-                return events.count;
-            },
-            [](std::size_t count) { return std::to_string(count); }),
-        Operation::Giving(
-            "SimpleXMLParserPL::Parse(std::string)",
-            [] {
-                CountedEvents events;
-                SimpleXMLParserPL parser(events);
-                parser.Parse(document);
-                return events.count;
-            },
-            [](std::size_t count) { return std::to_string(count); }),
-        Operation("XMLTreeParserPL::Parse", NewTree, [](Tree& tree) { tree->Parse(document); },
-                  ShowTree, {.state = Stated::Abandoned}),
-        Operation("XMLTreeParserPL::Parse over an old tree", ReadTree,
-                  [](Tree& tree) {
-                      tree->Parse("<r><b><c></c></b><d></d><anElementMoreThanThereWere>"
-                                  "A text that is long enough to be stored apart</x><e></e></r>");
-                  },
-                  ShowTree, {.state = Stated::Abandoned}),
-    };
+template <class... Input>
+std::size_t CountEvents(Input const&... input) {
+    CountedEvents events;
+    SimpleXMLParserPL(events).Parse(input...);
+    return events.count;
 }
 
-// The tree can be read after the failure, and takes over another document.
-Operations OfTreesLeftBehind() {
-    return {Operation("XMLTreeParserPL, another document", NewTree,
-                      [](Tree& tree) {
-                          tree->Reset();
-                          tree->StartElement(longName, {});
-                          tree->Characters(longValue);
-                          tree->EndElement(longName);
-                      },
-                      ShowTree, {.state = Stated::AnyValue})};
+// The tree can be read after a failure, and takes over another document.
+void ReadOtherDocument(XMLTreeParserPL& tree) {
+    tree.Reset();
+    tree.StartElement(longName, {});
+    tree.Characters(longValue);
+    tree.EndElement(longName);
+}
+
+Operations OfParsers() {
+    static auto const size = static_cast<unsigned int>(document.size());
+    auto const show = [](Tree const& tree) {
+        XMLElementPL const* const root = tree->GetRootElement();
+        return root == nullptr ? "nothing" : TreeText(*root);
+    };
+    auto const onTree = Operation::Changer(NewTree, show);
+    auto const onOldTree = Operation::Changer(ReadTree, show);
+    return {
+        Operation::Giving(CC_TRY(CountEvents(document.data(), size))),
+        Operation::Giving(CC_TRY(CountEvents(document))),
+        onTree(CC_TRY_ON(it->Parse(document)), {.state = Stated::Abandoned}),
+        onOldTree(CC_TRY_ON(it->Parse(otherDocument)), {.state = Stated::Abandoned}),
+        onTree(CC_TRY_ON(ReadOtherDocument(*it)), {.state = Stated::AnyValue}),
+    };
 }
 
 std::vector<XMLAttribute> const attributes = {{"a", longValue}, {"b", "c"}, {"d", longValue}};
@@ -118,22 +98,17 @@ XMLElementPL Recycling() {
 Operations OfElements() {
     static XMLElementPL const element = Parent();
     auto const giving = Operation::Giver(TreeText);
+    auto const onParent = Operation::Changer(Parent, TreeText);
+    auto const onRecycling = Operation::Changer(Recycling, TreeText);
     return {
-        giving("XMLElementPL(name, attributes)", [] { return XMLElementPL(longName, attributes); }),
-        giving("XMLElementPL(name, pointers)", [] { return XMLElementPL(longName, pointers); }),
-        giving("XMLElementPL(XMLElementPL const&)", [] { return XMLElementPL(element); }),
-        Operation(
-            "XMLElementPL::AddChildElement(XMLElementPL const&)", Parent,
-            [](XMLElementPL& parent) { parent.AddChildElement(element); }, TreeText),
-        Operation(
-            "XMLElementPL::AddChildElement(name, pointers)", Parent,
-            [](XMLElementPL& parent) { parent.AddChildElement(longName, pointers); }, TreeText),
-        Operation("XMLElementPL::AddChildElement, recycling", Recycling,
-                  [](XMLElementPL& parent) { parent.AddChildElement(longName, pointers); },
-                  TreeText, {.state = Stated::Abandoned}),
-        Operation("XMLElementPL::Reset", Parent,
-                  [](XMLElementPL& parent) { parent.Reset(longName, pointers); }, TreeText,
-                  {.state = Stated::AnyValue}),
+        giving(CC_TRY(XMLElementPL(longName, attributes))),
+        giving(CC_TRY(XMLElementPL(longName, pointers))),
+        giving(CC_TRY(XMLElementPL(element))),
+        onParent(CC_TRY_ON(it.AddChildElement(element))),
+        onParent(CC_TRY_ON(it.AddChildElement(longName, pointers))),
+        onParent(CC_TRY_ON(it.Reset(longName, pointers)), {.state = Stated::AnyValue}),
+        onRecycling(CC_TRY_ON(it.AddChildElement(longName, pointers)),
+                    {.state = Stated::Abandoned}),
     };
 }
 
@@ -154,62 +129,37 @@ public:
     XMLWriterPL writer;
 };
 
-using WritingPtr = std::unique_ptr<Writing>;
-
-template <class Act>
-Operation OnWriter(std::string const& name, Act act) {
-    return Operation(
-        "XMLWriterPL::" + name, [] { return std::make_unique<Writing>(true); },
-        [act](WritingPtr& writing) { act(writing->writer, writing->list); },
-        [](WritingPtr const& writing) { return writing->text; }, {.state = Stated::Abandoned});
-}
-
-using List = XMLWriterPL::AttributeList;
-
 Operations OfWriters() {
+    using List = XMLWriterPL::AttributeList;
     static StringPL const name = longName;
     static StringPL const badName = "1 is no name";
+    auto const onWriting = [](bool begun) {
+        return [begun](std::string const& what, auto act) {
+            return Operation(
+                what, [begun] { return std::make_unique<Writing>(begun); },
+                [act](auto& writing) { act(*writing); },
+                [](auto const& writing) { return writing->text; }, {.state = Stated::Abandoned});
+        };
+    };
+    auto const writing = onWriting(true);
     return {
-        Operation(
-            "XMLWriterPL::BeginDocument", [] { return std::make_unique<Writing>(false); },
-            [](WritingPtr& writing) {
-                writing->writer.BeginDocument(name, writing->list, NullOr<StringPL>());
-            },
-            [](WritingPtr const& writing) { return writing->text; }, {.state = Stated::Abandoned}),
-        OnWriter("BeginElement(ConstData)",
-                 [](XMLWriterPL& writer, List& list) {
-                     writer.BeginElement(ConstData(longName), list);
-                 }),
-        OnWriter("BeginElement(char const*)",
-                 [](XMLWriterPL& writer, List& list) { writer.BeginElement(longName, list); }),
-        OnWriter("BeginElement(StringPL const&)",
-                 [](XMLWriterPL& writer, List& list) { writer.BeginElement(name, list); }),
-        OnWriter("BeginElement, refused name",
-                 [](XMLWriterPL& writer, List& list) { writer.BeginElement(badName, list); }),
-        OnWriter("BeginElement, refused attribute",
-                 [](XMLWriterPL& writer, List&) {
-                     List bad;
-                     bad.Append({badName, name});
-                     writer.BeginElement(name, bad);
-                 }),
-        OnWriter("BeginElement behind a sibling",
-                 [](XMLWriterPL& writer, List& list) {
-                     writer.BeginElement("b", list);
-                     writer.EndElement();
-                     writer.BeginElement(name, list);
-                 }),
-        OnWriter("WriteComment", [](XMLWriterPL& writer, List&) { writer.WriteComment(name); }),
-        Operation::Giving(
-            "InvalidXMLElementName", [] { return InvalidXMLElementName(longValue); },
-            [](InvalidXMLElementName const& error) { return error.what(); }),
-        Operation::Giving(
-            "InvalidXMLAttributeName", [] { return InvalidXMLAttributeName(longValue); },
-            [](InvalidXMLAttributeName const& error) { return error.what(); }),
+        onWriting(false)(CC_TRY_ON(it.writer.BeginDocument(name, it.list, NullOr<StringPL>()))),
+            writing(CC_TRY_ON(it.writer.BeginElement(ConstData(longName), it.list))),
+            writing(CC_TRY_ON(it.writer.BeginElement(longName, it.list))),
+            writing(CC_TRY_ON(it.writer.BeginElement(name, it.list))),
+            writing(CC_TRY_ON(it.writer.BeginElement(badName, it.list))),
+            writing(CC_TRY_ON(List bad; bad.Append({badName, name});
+                              it.writer.BeginElement(name, bad))),
+            writing(CC_TRY_ON(it.writer.BeginElement("b", it.list); it.writer.EndElement();
+                              it.writer.BeginElement(name, it.list))),
+            writing(CC_TRY_ON(it.writer.WriteComment(name))),
+            Operation::Giving(CC_TRY(InvalidXMLElementName(longValue))),
+            Operation::Giving(CC_TRY(InvalidXMLAttributeName(longValue))),
     };
 }
 
-} // namespace
-
-std::size_t Torture::FailAllocationsOfXml() {
-    return FailEachOf("xml", Join({OfParsers(), OfTreesLeftBehind(), OfElements(), OfWriters()}));
+TEST(QuickAllocations, OfXml) {
+    CountCells(FailEachOf("xml", Join({OfParsers(), OfElements(), OfWriters()})));
 }
+
+} // namespace

@@ -1,27 +1,14 @@
 // Real conditions in whole grids: missing directories, every mode of the two directories and of the
 // files in them, and no file descriptors left.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <cstddef>
-#include <filesystem>
-#include <string>
-#include <tuple>
-#include <vector>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/Sanitizers.h"
-#include "tests/torture/Cells.h"
-#include "tests/torture/Conditions.h"
+#include "tests/torture/PreloadedProgram.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-using namespace Conditions;
-using std::chrono::milliseconds;
+using namespace Torture;
 
 // Directories that are missing.
 
@@ -36,16 +23,11 @@ void TryMissing(bool requests, bool responses, bool program) {
         fs::remove_all(responseDirectory);
     if (program)
         fs::remove_all("/opt/VeskaClient");
-    std::string output = UsualOutput();
-    if (responses)
-        output = OpenError(-7);
-    if (program)
-        output = OpenError(-1);
-    if (requests)
-        output = OpenError(-6);
-    ProgramResult const result = RunPreloaded(DynamicTool(), {});
-    EXPECT_EQ(output, result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
+    ExpectPrinted(requests    ? OpenError(-6)
+                  : program   ? OpenError(-1)
+                  : responses ? OpenError(-7)
+                              : UsualOutput(),
+                  RunPreloaded(DynamicTool(), {}));
     // None is made.
     EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
     EXPECT_EQ(responses, !fs::exists(responseDirectory));
@@ -56,7 +38,7 @@ TEST(QuickMissingDirectories, InEveryCombination) {
         for (int which = 0; which < 8; ++which)
             TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
     });
-    Torture::CountCells(8);
+    CountCells(8);
 }
 
 // Rights, for a user who has none but these.
@@ -108,14 +90,11 @@ void TryRightsToRequests(unsigned int directory, int lockFile) {
     bool const canCreate = canEnter && (directory & mayWrite) != 0;
     bool const canLock =
         lockFile == notThere ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
-    ProgramResult const result = RunWithoutRights();
-    EXPECT_EQ(!canLock     ? OpenError(-6)
-              : !canCreate ? OpenError(-17)
-                           : UsualOutput(),
-              result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_EQ("", result.errors);
-    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Listing());
+    ExpectPrinted(!canLock     ? OpenError(-6)
+                  : !canCreate ? OpenError(-17)
+                               : UsualOutput(),
+                  RunWithoutRights());
+    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Requests());
 }
 
 TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
@@ -125,7 +104,7 @@ TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
             for (int const lockFile : {notThere, 0, 2, 4, 6})
                 TryRightsToRequests(directory, lockFile);
     });
-    Torture::CountCells(40);
+    CountCells(40);
 }
 
 // The agent is played with the same rights: where it can't publish, the old answer counts.
@@ -140,14 +119,11 @@ void TryRightsToResponses(unsigned int directory, unsigned int response) {
     bool const canEnter = (directory & mayEnter) != 0;
     bool const canPublish = canEnter && (directory & mayWrite) != 0;
     bool const canRead = canEnter && (response & mayRead) != 0;
-    ProgramResult const result = RunWithoutRights();
-    EXPECT_EQ(canPublish ? UsualOutput()
-              : canRead  ? PrintedError("5")
-                         : OpenError(-7),
-              result.output);
-    EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_EQ("", result.errors);
-    EXPECT_EQ("lockfile ", Listing());
+    ExpectPrinted(canPublish ? UsualOutput()
+                  : canRead  ? PrintedError("5")
+                             : OpenError(-7),
+                  RunWithoutRights());
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
@@ -157,33 +133,25 @@ TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
             for (unsigned int const response : {0U, 2U, 4U, 6U})
                 TryRightsToResponses(directory, response);
     });
-    Torture::CountCells(32);
-}
-
-AgentScript PutBackBetweenPolls(std::string const& bytes) {
-    return AgentScript()
-        .Answer(OpenAnswer())
-        .Answer(ProgressAnswer("3", "0", "50"))
-        .PauseUntil(milliseconds(1400))
-        .PutRequest(bytes);
+    CountCells(32);
 }
 
 // In a directory where everybody may remove only what is his, the request of another stays. Each
 // exchange tries twice to replace it, and removes its temporary document.
-TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
-        ScriptedAgent const agent(PutBackBetweenPolls("foreign"));
-        if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
-            GTEST_SKIP() << "This machine knows one user only.";
-        ToolRun const run = RunToolWithoutRights({"-d"});
-        EXPECT_EQ(PrintedPercent("50"), run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        EXPECT_LE(3000 + 4 * 2032, run.took.count());
-        EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-    });
+SANDBOX_TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
+    ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
+    ScriptedAgent const agent(AgentScript()
+                                  .Answer(OpenAnswer())
+                                  .Answer(ProgressAnswer("3", "0", "50"))
+                                  .PauseUntil(std::chrono::milliseconds(1400))
+                                  .PutRequest("foreign"));
+    if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
+        GTEST_SKIP() << "This machine knows one user only.";
+    ToolRun const run = RunToolWithoutRights({"-d"});
+    ExpectPrinted(PrintedPercent("50"), run);
+    EXPECT_LE(3000 + 4 * 2032, run.took.count());
+    EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("lockfile request.xml ", Requests());
 }
 
 // No descriptors left. The lock file takes the first one, the walk through /proc the next; where
@@ -195,33 +163,27 @@ TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
 constexpr int forTheLock = 4;
 constexpr int forTheWalk = 5;
 
-Evaluation EvaluateWithDescriptors(rlim_t limit, bool withRights) {
-    PrivateMachine::CreateAgentDirectories();
-    ScriptedAgent const agent(
-        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()));
-    std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
-    ProgramResult const result = RunProgram({program, "-c", "url", "doc"},
-                                            {.limits = {{RLIMIT_NOFILE, limit}}, .prepare = [=] {
-                                                 if (!withRights)
-                                                     PrivateMachine::DropPrivileges();
-                                                 return true;
-                                             }});
-    EXPECT_EQ("", result.errors);
-    return {{result.status, result.output, {}}, agent.Requests()};
-}
-
 void TryDescriptors(int limit, bool withRights) {
-    PrivateMachine::Run([=] {
+    PrivateMachine::RunWithDirectories([=] {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
-        Evaluation const run = EvaluateWithDescriptors(static_cast<rlim_t>(limit), withRights);
+        ScriptedAgent const agent(AgentScript()
+                                      .Answer(OpenAnswer())
+                                      .Answer(ProgressAnswer("2", "5"))
+                                      .Answer(CloseAnswer()));
+        std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
+        ProgramOptions options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
+        options.prepare = [=] {
+            if (!withRights)
+                PrivateMachine::DropPrivileges();
+            return true;
+        };
         int const forTheProbe = withRights ? forTheWalk : forTheWalk + 1;
-        EXPECT_EQ(limit < forTheLock    ? OpenError(-6)
-                  : limit < forTheProbe ? OpenError(-2)
-                                        : PrintedError("5"),
-                  run.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.tool.status);
-        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, run.requests.size());
-        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Listing());
+        ExpectPrinted(limit < forTheLock    ? OpenError(-6)
+                      : limit < forTheProbe ? OpenError(-2)
+                                            : PrintedError("5"),
+                      RunProgram({program, "-c", "url", "doc"}, options));
+        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, agent.Requests().size());
+        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Requests());
     });
 }
 
@@ -229,7 +191,7 @@ TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
     for (int limit = 0; limit < forTheWalk; ++limit)
         TryDescriptors(limit, true);
     TryDescriptors(forTheWalk, false);
-    Torture::CountCells(6);
+    CountCells(6);
 }
 
 class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};

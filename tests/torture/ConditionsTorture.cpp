@@ -1,53 +1,51 @@
 // Real conditions in whole grids: files cut at every byte, full disks, and file systems that are
 // read-only or others. Single ones of each kind are in tests/system.
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <chrono>
-#include <csignal>
-#include <cstddef>
-#include <filesystem>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
-#include <unistd.h>
+#include <sys/socket.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/ForwardedFailures.h"
 #include "tests/support/SmallFileSystem.h"
-#include "tests/torture/Cells.h"
-#include "tests/torture/Conditions.h"
+#include "tests/torture/PreloadedProgram.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-using namespace Conditions;
+using namespace Torture;
+
+ProgramResult RunUsual(Preloading const& preloading = {}) {
+    return RunPreloaded(DynamicTool(), preloading);
+}
+
+void ExpectOutput(std::string const& output, ProgramResult const& result = RunUsual()) {
+    ExpectPrinted(output, result);
+    EXPECT_FALSE(IsLocked());
+}
 
 // Short writes. The four requests of a usual evaluation are cut in turn.
 
 std::vector<std::string> const usualRequests = {OpenRequest("url", "doc", "0"), progressRequest,
                                                 progressRequest, closeRequest};
 
+// One of the writes is cut, by an error or by a short write.
+ProgramResult RunWithCut(size_t number, size_t offset, int error) {
+    PlayedAgent::Reset();
+    return RunUsual({.cutWrites = std::to_string(number + 1) + ' ' + std::to_string(offset) + ' ' +
+                                  std::to_string(error)});
+}
+
 // A write that is short goes on behind the cut, and nobody sees it.
 void TryShortWrite(size_t number, size_t offset) {
-    PlayedAgent::Reset();
-    std::string const cut = std::to_string(number + 1) + ' ' + std::to_string(offset) + " 0";
-    ExpectOutput(UsualOutput(), RunPreloaded(DynamicTool(), {.cutWrites = cut}));
+    ExpectOutput(UsualOutput(), RunWithCut(number, offset, 0));
     EXPECT_EQ(usualRequests, PlayedAgent::Seen());
-    EXPECT_EQ("lockfile ", Listing());
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 // Deliberate: the bytes in front of the cut are published. A part of a Progress request is replaced
 // by the Close request before the agent sees it.
 void TryFullDisk(size_t number, size_t offset) {
-    PlayedAgent::Reset();
-    std::string const cut =
-        std::to_string(number + 1) + ' ' + std::to_string(offset) + ' ' + std::to_string(ENOSPC);
     std::string const outputs[] = {OpenError(-17), "", PrintedPercent("50"), UsualOutput()};
-    ExpectOutput(outputs[number], RunPreloaded(DynamicTool(), {.cutWrites = cut}));
+    ExpectOutput(outputs[number], RunWithCut(number, offset, ENOSPC));
     std::vector<std::string> taken(usualRequests.begin(),
                                    usualRequests.begin() + static_cast<std::ptrdiff_t>(number));
     bool const partStays = number == 0 || number == 3;
@@ -55,12 +53,12 @@ void TryFullDisk(size_t number, size_t offset) {
         taken.emplace_back(closeRequest);
     EXPECT_EQ(taken, PlayedAgent::Seen());
     if (!partStays) {
-        EXPECT_EQ("lockfile ", Listing());
+        EXPECT_EQ("lockfile ", Requests());
         return;
     }
     EXPECT_EQ(usualRequests[number].substr(0, offset), ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("lockfile request.xml ", Listing());
-    ExpectNextIsRefused();
+    EXPECT_EQ("lockfile request.xml ", Requests());
+    ExpectOutput(OpenError(-5));
 }
 
 void CutAt(size_t number, size_t offset) {
@@ -85,62 +83,43 @@ TEST(QuickShortWrites, AtSomeBytesOfEachRequest) {
     size_t cells = 0;
     for (size_t number = 0; number < usualRequests.size(); ++number)
         cells += CutEvery(number, number * 5, 97);
-    Torture::CountCells(cells);
+    CountCells(cells);
 }
 
 class FullShortWrites : public testing::TestWithParam<size_t> {};
 
-TEST_P(FullShortWrites, AtEveryByte) { Torture::CountCells(CutEvery(GetParam(), 0, 1)); }
+TEST_P(FullShortWrites, AtEveryByte) { CountCells(CutEvery(GetParam(), 0, 1)); }
 
 INSTANTIATE_TEST_SUITE_P(FullRequests, FullShortWrites, testing::Range<size_t>(0, 4));
 
 // The same by the limit that the system has for the size of a file, on the shipped program.
 
-class FullPipe {
-public:
-    FullPipe() {
-        if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0)
-            throw std::runtime_error("no pipe");
-    }
-    ~FullPipe() {
-        close(ends[0]);
-        close(ends[1]);
-    }
-    FullPipe(FullPipe const&) = delete;
-    FullPipe& operator=(FullPipe const&) = delete;
-
-    // In the new process: the limit is none of the output's.
-    bool BecomeOutput() const { return dup2(ends[1], 1) == 1; }
-    std::string Read() const {
-        char text[4096];
-        ssize_t const length = read(ends[0], text, sizeof text);
-        return {text, static_cast<size_t>(length > 0 ? length : 0)};
-    }
-
-private:
-    int ends[2];
-};
-
 void TryFileSize(size_t limit, bool isIgnored) {
     SCOPED_TRACE("limit " + std::to_string(limit));
     PlayedAgent::Reset();
-    FullPipe const output;
-    ProgramResult const result = RunProgram({CC_TOOL_PROGRAM, "-c", "url", "doc"},
-                                            {.limits = {{RLIMIT_FSIZE, limit}}, .prepare = [&] {
-                                                 signal(SIGXFSZ, isIgnored ? SIG_IGN : SIG_DFL);
-                                                 return output.BecomeOutput();
-                                             }});
+    // The output is no file, so the limit does not apply to it.
+    auto const [reader, writer] = MakeLine();
+    ProgramOptions options{.limits = {{RLIMIT_FSIZE, limit}}};
+    options.prepare = [&, output = writer] {
+        signal(SIGXFSZ, isIgnored ? SIG_IGN : SIG_DFL);
+        return dup2(output, STDOUT_FILENO) == STDOUT_FILENO;
+    };
+    ProgramResult const result = RunProgram({CC_TOOL_PROGRAM, "-c", "url", "doc"}, options);
+    char printed[4096] = "";
+    recv(reader, printed, sizeof printed - 1, MSG_DONTWAIT);
+    close(reader);
+    close(writer);
     std::string const part = usualRequests[0].substr(0, limit);
     EXPECT_FALSE(IsLocked());
     if (isIgnored) {
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
-        EXPECT_EQ(OpenError(-17), output.Read());
+        EXPECT_EQ(OpenError(-17), printed);
         EXPECT_EQ(part, ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
+        EXPECT_EQ("lockfile request.xml ", Requests());
     } else {
         EXPECT_EQ(ExitStatus::Killed(SIGXFSZ), result.status);
         EXPECT_EQ(part, ReadBytes(ScriptedAgent::requestTemp));
-        EXPECT_EQ("lockfile requestTemp.xml ", Listing());
+        EXPECT_EQ("lockfile requestTemp.xml ", Requests());
     }
 }
 
@@ -155,9 +134,9 @@ size_t TryFileSizes(size_t first, size_t step) {
     return (size - first + step - 1) / step + 1;
 }
 
-TEST(QuickFileSizes, SomeLimits) { Torture::CountCells(TryFileSizes(7, 83)); }
+TEST(QuickFileSizes, SomeLimits) { CountCells(TryFileSizes(7, 83)); }
 
-TEST(FullFileSizes, EveryLimit) { Torture::CountCells(TryFileSizes(0, 1)); }
+TEST(FullFileSizes, EveryLimit) { CountCells(TryFileSizes(0, 1)); }
 
 // Full disks.
 
@@ -177,13 +156,13 @@ void TryRoom(size_t pages) {
     ProgramResult const result = RunPreloaded(DynamicTool(url), {});
     if (pages * page >= request.size()) {
         ExpectOutput(UsualOutput(), result);
-        EXPECT_EQ("filler lockfile ", Listing());
+        EXPECT_EQ("filler lockfile ", Requests());
         return;
     }
     ExpectOutput(OpenError(-17), result);
     EXPECT_EQ(request.substr(0, pages * page), ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("filler lockfile request.xml ", Listing());
-    ExpectNextIsRefused();
+    EXPECT_EQ("filler lockfile request.xml ", Requests());
+    ExpectOutput(OpenError(-5));
 }
 
 TEST(QuickFullDisks, WithEachNumberOfPagesOfRoom) {
@@ -191,7 +170,7 @@ TEST(QuickFullDisks, WithEachNumberOfPagesOfRoom) {
         for (size_t pages = 0; pages <= 7; ++pages)
             TryRoom(pages);
     });
-    Torture::CountCells(8);
+    CountCells(8);
 }
 
 // One is the root of the file system. The lock file is made first, then the request.
@@ -202,15 +181,13 @@ TEST(QuickFullDisks, WithEachNumberOfFilesThatStillFit) {
             PlayedAgent const agent(UsualAnswers());
             PlayedAgent::Reset();
             SmallFileSystem const disk(ScriptedAgent::requestDirectory, {.inodes = files});
-            ProgramResult const result = RunPreloaded(DynamicTool(), {});
             std::string const outputs[] = {OpenError(-6), OpenError(-17), UsualOutput(),
                                            UsualOutput()};
-            EXPECT_EQ(outputs[files - 1], result.output);
-            EXPECT_EQ(ExitStatus::Exited(0), result.status);
-            EXPECT_EQ(files == 1 ? "" : "lockfile ", Listing());
+            ExpectPrinted(outputs[files - 1], RunUsual());
+            EXPECT_EQ(files == 1 ? "" : "lockfile ", Requests());
         }
     });
-    Torture::CountCells(4);
+    CountCells(4);
 }
 
 // File systems that may only be read, and files that are on other ones.
@@ -220,18 +197,16 @@ void Bind(std::string const& from, std::string const& to) {
         throw std::runtime_error("can't bind " + to);
 }
 
-TEST(QuickFileSystems, OnlyTheLockFileMayBeWritten) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        SmallFileSystem disk(ScriptedAgent::requestDirectory);
-        WriteBytes(ScriptedAgent::lockFile, "");
-        disk.MakeReadOnly();
-        EXPECT_EQ(OpenError(-6), RunPreloaded(DynamicTool(), {}).output);
-        WriteBytes("/opt/lockfile", "");
-        Bind("/opt/lockfile", ScriptedAgent::lockFile);
-        ExpectOutput(OpenError(-17), RunPreloaded(DynamicTool(), {}));
-        EXPECT_EQ("lockfile ", Listing());
-    });
+SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileMayBeWritten) {
+    PlayedAgent const agent(UsualAnswers());
+    SmallFileSystem disk(ScriptedAgent::requestDirectory);
+    WriteBytes(ScriptedAgent::lockFile, "");
+    disk.MakeReadOnly();
+    ExpectPrinted(OpenError(-6), RunUsual());
+    WriteBytes("/opt/lockfile", "");
+    Bind("/opt/lockfile", ScriptedAgent::lockFile);
+    ExpectOutput(OpenError(-17));
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 // The agent can't publish there, and takes the requests all the same.
@@ -240,7 +215,7 @@ SANDBOX_TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
     SmallFileSystem disk(responseDirectory);
     WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
     disk.MakeReadOnly();
-    ExpectOutput(PrintedError("5"), RunPreloaded(DynamicTool(), {}));
+    ExpectOutput(PrintedError("5"));
     EXPECT_EQ(ProgressAnswer("2", "5"), ReadBytes(ScriptedAgent::response));
     EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
 }
@@ -250,29 +225,27 @@ TEST(QuickFileSystems, RequestsAndResponsesOnDifferentOnes) {
         for (char const* const directory : {ScriptedAgent::requestDirectory, responseDirectory}) {
             PlayedAgent const agent(UsualAnswers());
             SmallFileSystem const disk(directory);
-            ExpectOutput(UsualOutput(), RunPreloaded(DynamicTool(), {}));
-            EXPECT_EQ("lockfile ", Listing());
+            ExpectOutput(UsualOutput());
+            EXPECT_EQ("lockfile ", Requests());
         }
     });
-    Torture::CountCells(2);
+    CountCells(2);
 }
 
 // Deliberate: the file of another file system can be written but not be moved. A refused rename
 // counts as done, so the request as taken, and there is no answer.
-TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
-    PrivateMachine::Run([] {
-        PlayedAgent const agent(UsualAnswers());
-        WriteBytes("/opt/file", "old");
-        WriteBytes(ScriptedAgent::requestTemp, "");
-        Bind("/opt/file", ScriptedAgent::requestTemp);
-        ExpectOutput(OpenError(-7), RunPreloaded(DynamicTool(), {}));
-        EXPECT_EQ(usualRequests[0], ReadBytes("/opt/file"));
-        EXPECT_EQ("lockfile requestTemp.xml ", Listing());
-        // An answer that is there is taken for one to this request.
-        WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
-        ExpectOutput(PrintedError("5"), RunPreloaded(DynamicTool(), {}));
-        EXPECT_EQ(closeRequest, ReadBytes("/opt/file"));
-    });
+SANDBOX_TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
+    PlayedAgent const agent(UsualAnswers());
+    WriteBytes("/opt/file", "old");
+    WriteBytes(ScriptedAgent::requestTemp, "");
+    Bind("/opt/file", ScriptedAgent::requestTemp);
+    ExpectOutput(OpenError(-7));
+    EXPECT_EQ(usualRequests[0], ReadBytes("/opt/file"));
+    EXPECT_EQ("lockfile requestTemp.xml ", Requests());
+    // An answer that is there is taken for one to this request.
+    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    ExpectOutput(PrintedError("5"));
+    EXPECT_EQ(closeRequest, ReadBytes("/opt/file"));
 }
 
 SANDBOX_TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
@@ -280,7 +253,7 @@ SANDBOX_TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
     WriteBytes("/opt/file", "old");
     WriteBytes(ScriptedAgent::request, "");
     Bind("/opt/file", ScriptedAgent::request);
-    ExpectOutput(OpenError(-5), RunPreloaded(DynamicTool(), {}));
+    ExpectOutput(OpenError(-5));
     EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
 }
 

@@ -1,27 +1,11 @@
 // Many tools on one lock: exactly one of them is heard and served, all others are refused at once.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <csignal>
-#include <cstddef>
-#include <filesystem>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include "tests/support/PrivateMachine.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
-#include "tests/torture/Cells.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
+
+using namespace Torture;
 
 // Many tools behind a gate that opens for all of them at once.
 class Crowd {
@@ -81,7 +65,7 @@ void ExpectAnswered(OtherProgram& tool) {
     ProgramResult const run = tool.Wait();
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     EXPECT_EQ(std::string(Crowd::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 // The agent holds the first request and sees no other, until all but its sender have ended.
@@ -94,7 +78,7 @@ void Round(size_t number, bool isLast) {
     Heard const heard = AwaitRefusals(crowd);
     ASSERT_EQ(1u, heard.size());
     EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile request.xml ", Requests());
     EXPECT_EQ(1u, agent->Requests().size());
     agent.reset();
     if (isLast)
@@ -113,7 +97,7 @@ void Rounds(size_t rounds, size_t tools) {
             Round(tools, round + 1 == rounds);
         }
     });
-    Torture::CountCells(rounds);
+    CountCells(rounds);
 }
 
 TEST(QuickCrowd, OneOfTwoIsHeard) { Rounds(3, 2); }

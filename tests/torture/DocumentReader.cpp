@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <exception>
+#include <fstream>
 #include <new>
 #include <string>
 #include <utility>
@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include "compliance/ResponseDocument.h"
+#include "tests/files/Thrown.h"
 
 namespace {
 
@@ -58,29 +59,18 @@ std::string Tell(ClientComplianceResponse const& response) {
 }
 
 std::string Read() {
-    try {
-        return Tell(ClientComplianceResponseIORead());
-    } catch (ClientComplianceResponseReadFailure const&) {
-        return "ClientComplianceResponseReadFailure";
-    } catch (ClientComplianceResponseBadDocumentType const&) {
-        return "ClientComplianceResponseBadDocumentType";
-    } catch (ClientComplianceResponseTypeFailure const&) {
-        return "ClientComplianceResponseTypeFailure";
-    } catch (std::exception const& error) {
-        return error.what();
-    }
+    std::string outcome;
+    std::string const thrown = Thrown([&] { outcome = Tell(ClientComplianceResponseIORead()); });
+    return thrown == "nothing" ? outcome : thrown;
 }
 
 // A line of /proc/self/status, in KiB.
-long Status(char const* name) {
-    std::FILE* const status = std::fopen("/proc/self/status", "r");
+long Status(std::string const& name) {
+    std::ifstream status("/proc/self/status");
     long value = -1;
-    char line[256];
-    while (status != nullptr && std::fgets(line, sizeof line, status) != nullptr)
-        if (std::strncmp(line, name, std::strlen(name)) == 0)
-            value = std::atol(line + std::strlen(name));
-    if (status != nullptr)
-        std::fclose(status);
+    for (std::string word; status >> word;)
+        if (word == name)
+            status >> value;
     return value;
 }
 

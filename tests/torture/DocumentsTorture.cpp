@@ -1,41 +1,25 @@
 // Responses of hostile size and shape: the stated code, memory within its bounds, and a cost that
 // grows no faster than the document.
-#include <gtest/gtest.h>
-
-#include <cstddef>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <sstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
-#include <fcntl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include "compliance/ClientCompliance.h"
 #include "compliance/Compliance.h"
 #include "compliance/ExchangeLoop.h"
 #include "compliance/RequestDocument.h"
 #include "compliance/ResponseDocument.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/Sanitizers.h"
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
 #include "tests/torture/AgentWhileSleeping.h"
-#include "tests/torture/Cells.h"
 #include "tests/torture/HostileDocuments.h"
 #include "tests/torture/LongEvaluation.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-using Torture::HostileDocument;
-using Torture::HostileDocumentOf;
-using Torture::HostileDocuments;
+using namespace Torture;
 
 constexpr std::size_t gibibyte = std::size_t{1} << 30;
 constexpr std::size_t kibibyte = 1024;
@@ -48,17 +32,22 @@ std::size_t MemoryOfMachine() {
            static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-#define CC_SKIP_BELOW_8_GIB()                                                \
-    if (MemoryOfMachine() < 8 * gibibyte)                                    \
-    GTEST_SKIP() << "FULL SIZES NEED 8 GiB OF MEMORY, and this machine has " \
-                 << MemoryOfMachine() / gibibyte
+PrivateMachine::Options const fourMinutes = {.limit = std::chrono::minutes(4)};
 
-std::vector<std::string> LinesOf(std::string const& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
+// What DocumentReader prints of a document.
+struct Reading {
+    std::string outcome;
+    std::size_t kibibytes = 0;
+    std::string process;
+};
+
+std::vector<Reading> ReadingsIn(std::string const& output) {
+    std::istringstream lines(output);
+    std::vector<Reading> readings;
+    for (Reading reading; std::getline(lines, reading.outcome) &&
+                          lines >> reading.kibibytes >> reading.process >> std::ws;)
+        readings.push_back(reading);
+    return readings;
 }
 
 void ExpectMemoryWithin(HostileDocument const& document, std::size_t n, std::size_t used) {
@@ -75,7 +64,7 @@ void ExpectMemoryWithin(HostileDocument const& document, std::size_t n, std::siz
 
 // Through the reader of responses, in a program of its own, on a small stack.
 void ReadInProgram(HostileDocument const& document, std::size_t n) {
-    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [&] {
+    PrivateMachine::Run(fourMinutes, [&] {
         PrivateMachine::CreateAgentDirectories();
         std::string const path = "/var/opt/VeskaClient/ResponseDir/hostile.xml";
         document.Write(path, n);
@@ -84,10 +73,10 @@ void ReadInProgram(HostileDocument const& document, std::size_t n) {
             RunProgram({CC_DOCUMENT_READER, path}, {.limits = {{RLIMIT_STACK, 512 * kibibyte}}},
                        std::chrono::minutes(3));
         EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        std::vector<std::string> const lines = LinesOf(run.output);
-        ASSERT_EQ(3u, lines.size()) << run.output << run.errors;
-        EXPECT_EQ(document.Outcome(n), lines[0]);
-        ExpectMemoryWithin(document, n, std::stoul(lines[1]) * kibibyte);
+        auto const readings = ReadingsIn(run.output);
+        ASSERT_EQ(1u, readings.size()) << run.output << run.errors;
+        EXPECT_EQ(document.Outcome(n), readings[0].outcome);
+        ExpectMemoryWithin(document, n, readings[0].kibibytes * kibibyte);
     });
 }
 
@@ -98,15 +87,19 @@ std::string NameOf(testing::TestParamInfo<HostileDocument> const& test) { return
 TEST(QuickDocuments, OfAHundredthAreReadInBounds) {
     for (HostileDocument const& document : HostileDocuments())
         ReadInProgram(document, document.full / 100);
-    Torture::CountCells(HostileDocuments().size());
+    CountCells(HostileDocuments().size());
 }
 
-class FullDocuments : public DocumentOf {};
+class FullDocuments : public DocumentOf {
+protected:
+    void SetUp() override {
+        if (MemoryOfMachine() < 8 * gibibyte)
+            GTEST_SKIP() << "FULL SIZES NEED 8 GiB OF MEMORY, and this machine has "
+                         << MemoryOfMachine() / gibibyte;
+    }
+};
 
-TEST_P(FullDocuments, IsReadInBounds) {
-    CC_SKIP_BELOW_8_GIB();
-    ReadInProgram(GetParam(), GetParam().full);
-}
+TEST_P(FullDocuments, IsReadInBounds) { ReadInProgram(GetParam(), GetParam().full); }
 
 INSTANTIATE_TEST_SUITE_P(FullSize, FullDocuments, testing::ValuesIn(HostileDocuments()), NameOf);
 
@@ -116,12 +109,11 @@ bool WriteToNothing() {
 }
 
 // An agent that takes the requests away leaves the old response as the answer to each of them.
-class FullDocumentsOfTool : public DocumentOf {};
+class FullDocumentsOfTool : public FullDocuments {};
 
 TEST_P(FullDocumentsOfTool, IsReadInBounds) {
-    CC_SKIP_BELOW_8_GIB();
     HostileDocument const& document = GetParam();
-    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [&] {
+    PrivateMachine::Run(fourMinutes, [&] {
         PrivateMachine::CreateAgentDirectories();
         document.Write(ScriptedAgent::response, document.full);
         AgentScript script;
@@ -164,14 +156,14 @@ void ExpectBrokenOff(std::string const& prefix) {
 TEST(QuickDocuments, EveryPrefixOfAResponseIsBrokenOff) {
     std::size_t prefixes = 0;
     std::string const documents[] = {OpenAnswer(), ProgressAnswer("3", "0", "40"),
-                                     Torture::FinishedAnswer()};
+                                     FinishedAnswer()};
     for (std::string const& whole : documents)
         prefixes += whole.size();
     PrivateMachine::RunWithDirectories([&] {
         AgentScript script;
         for (std::size_t request = 0; request < prefixes; ++request)
             script.AwaitRequest().RemoveRequest();
-        Torture::AgentWhileSleeping const agent(script);
+        AgentWhileSleeping const agent(script);
         for (std::string const& whole : documents) {
             for (std::size_t size = 0; size < whole.size() && !testing::Test::HasFailure(); ++size)
                 ExpectBrokenOff(whole.substr(0, size));
@@ -179,13 +171,12 @@ TEST(QuickDocuments, EveryPrefixOfAResponseIsBrokenOff) {
             EXPECT_NO_THROW(ClientComplianceResponseIORead());
         }
     });
-    Torture::CountCells(prefixes);
+    CountCells(prefixes);
 }
 
 TEST(QuickDocuments, EveryPrefixOfARequestIsNone) {
     std::string const whole = OpenRequest("http://x/&amp;&#xc3;", "doc", "7");
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
+    PrivateMachine::RunWithDirectories([&] {
         ClientComplianceRequest request = CreateComplianceRequestClose();
         for (std::size_t size = 0; size < whole.size(); ++size) {
             WriteBytes(ScriptedAgent::request, whole.substr(0, size));
@@ -195,7 +186,7 @@ TEST(QuickDocuments, EveryPrefixOfARequestIsNone) {
         WriteBytes(ScriptedAgent::request, whole);
         EXPECT_TRUE(ClientComplianceRequestIORead(request));
     });
-    Torture::CountCells(whole.size());
+    CountCells(whole.size());
 }
 
 #ifndef CC_ADDRESS_SANITIZER
@@ -221,10 +212,9 @@ std::vector<double> CountInstructions(std::vector<std::string> const& files) {
     ProgramResult const run =
         RunProgram(command, {.environment = {{"LD_BIND_NOW=1"}}}, std::chrono::minutes(3));
     EXPECT_EQ(ExitStatus::Exited(0), run.status) << run.errors;
-    std::vector<std::string> const lines = LinesOf(run.output);
     std::vector<double> counts;
-    for (std::size_t i = 2; i < lines.size(); i += 3)
-        counts.push_back(InstructionsOf(lines[i]));
+    for (Reading const& reading : ReadingsIn(run.output))
+        counts.push_back(InstructionsOf(reading.process));
     return counts;
 }
 
@@ -237,7 +227,7 @@ std::size_t UnitsOf(HostileDocument const& document, std::size_t bytes) {
 
 // Documents of so many bytes, and of twice as many.
 void ExpectLinearCost(std::vector<HostileDocument> const& documents, std::size_t bytes) {
-    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [&] {
+    PrivateMachine::Run(fourMinutes, [&] {
         PrivateMachine::CreateAgentDirectories();
         std::vector<std::string> files;
         for (HostileDocument const& document : documents)
@@ -260,7 +250,7 @@ void ExpectLinearCost(std::vector<HostileDocument> const& documents, std::size_t
 
 TEST(QuickDocuments, CostGrowsAsTheDocumentDoes) {
     ExpectLinearCost(HostileDocuments(), 40 * kibibyte);
-    Torture::CountCells(HostileDocuments().size());
+    CountCells(HostileDocuments().size());
 }
 
 class FullCost : public DocumentOf {};

@@ -1,7 +1,6 @@
 #include "tests/torture/HostileDocuments.h"
 
-#include <cstdio>
-#include <memory>
+#include <fstream>
 #include <stdexcept>
 
 namespace {
@@ -29,106 +28,59 @@ constexpr std::size_t mebibyte = std::size_t{1} << 20;
 constexpr double ofElement = 176;
 constexpr double ofOpenElement = ofElement + 3 * 8;
 
+HostileDocument Refused(HostileDocument document, char const* exception) {
+    document.refusal = exception;
+    return document;
+}
+
+// All units are in one description. `textOfUnit` bytes are read for each.
 HostileDocument OfText(char const* name, std::string const& unit, std::size_t textOfUnit,
-                       std::size_t full) {
-    return {.name = name,
-            .head = textBegun,
-            .unit = unit,
-            .tail = textEnded,
-            .full = full,
-            .textOfUnit = textOfUnit,
-            .rows = 1};
+                       std::size_t full = million) {
+    HostileDocument document = {name, textBegun, unit, textEnded, full};
+    document.textOfUnit = textOfUnit;
+    document.rows = 1;
+    return document;
 }
 
 std::vector<HostileDocument> MakeDocuments() {
+    HostileDocument levels = {"Levels", begun, "<x>", ended, 5 * million, ofOpenElement};
+    levels.unitBehind = "</x>";
+    HostileDocument rows = {"Rows", begun, row, ended, million};
+    rows.rowsOfUnit = 1;
+    rows.textOfUnit = 6;
     HostileDocument text = OfText("Text", "x", 1, 1024 * mebibyte);
     text.maxBytes = 4.2;
     text.spare = 16 * mebibyte;
     return {
-        {.name = "Levels",
-         .head = begun,
-         .unit = "<x>",
-         .unitBehind = "</x>",
-         .tail = ended,
-         .full = 5 * million,
-         .maxBytes = ofOpenElement},
-        {.name = "OpenLevels",
-         .head = begun,
-         .unit = "<x>",
-         .full = 5 * million,
-         .refusal = brokenOff,
-         .maxBytes = ofOpenElement},
-        {.name = "Siblings",
-         .head = begun,
-         .unit = "<x></x>",
-         .tail = ended,
-         .full = million,
-         .maxBytes = ofElement},
-        {.name = "Rows",
-         .head = begun,
-         .unit = row,
-         .tail = ended,
-         .full = million,
-         .rowsOfUnit = 1,
-         .textOfUnit = 6},
-        {.name = "Attributes",
-         .head = begun + "<x",
-         .unit = " a='b'",
-         .tail = "></x>" + ended,
-         .full = million,
-         .maxBytes = 240},
+        levels,
+        Refused({"OpenLevels", begun, "<x>", "", 5 * million, ofOpenElement}, brokenOff),
+        {"Siblings", begun, "<x></x>", ended, million, ofElement},
+        rows,
+        {"Attributes", begun + "<x", " a='b'", "></x>" + ended, million, 240},
         text,
-        OfText("Escapes", "&lt;", 1, million),
-        OfText("References", "&#x41;", 1, million),
-        OfText("UnknownEscapes", "&nobody;", 8, million),
-        OfText("SectionOfBrackets", "<![CDATA[]]]]]>", 3, million),
-        {.name = "EscapesInAnAttribute",
-         .head = begun + "<x a='",
-         .unit = "&amp;",
-         .tail = "'></x>" + ended,
-         .full = million},
-        {.name = "Name",
-         .head = begun + "<",
-         .unit = "n",
-         .tail = "></x>" + ended,
-         .full = 64 * mebibyte},
-        {.name = "Dashes",
-         .head = begun + "<!--",
-         .unit = "- -",
-         .tail = "-->" + ended,
-         .full = 16 * mebibyte},
-        {.name = "OpenEscape",
-         .head = begun + "&",
-         .unit = "x",
-         .full = 64 * mebibyte,
-         .refusal = brokenOff},
-        {.name = "EndTags", .head = begun, .unit = "</x>", .full = million},
-        {.name = "Roots",
-         .head = begun + ended,
-         .unit = "<a><b></b></a>",
-         .full = million,
-         .refusal = "ClientComplianceResponseBadDocumentType"},
+        OfText("Escapes", "&lt;", 1),
+        OfText("References", "&#x41;", 1),
+        OfText("UnknownEscapes", "&nobody;", 8),
+        OfText("SectionOfBrackets", "<![CDATA[]]]]]>", 3),
+        {"EscapesInAnAttribute", begun + "<x a='", "&amp;", "'></x>" + ended, million},
+        {"Name", begun + "<", "n", "></x>" + ended, 64 * mebibyte},
+        {"Dashes", begun + "<!--", "- -", "-->" + ended, 16 * mebibyte},
+        Refused({"OpenEscape", begun + "&", "x", "", 64 * mebibyte}, brokenOff),
+        {"EndTags", begun, "</x>", "", million},
+        Refused({"Roots", begun + ended, "<a><b></b></a>", "", million},
+                "ClientComplianceResponseBadDocumentType"),
     };
 }
 
-using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-
-void Put(std::FILE* file, std::string const& bytes) {
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size())
-        throw std::runtime_error("can't write a document");
-}
-
 // In long pieces.
-void PutRepeatedly(std::FILE* file, std::string const& unit, std::size_t n) {
-    if (unit.empty())
-        return;
+void PutRepeatedly(std::ostream& out, std::string const& unit, std::size_t n) {
     constexpr std::size_t unitsOfPiece = 4096;
     std::string piece;
     for (std::size_t i = 0; i < unitsOfPiece; ++i)
         piece += unit;
     for (; n >= unitsOfPiece; n -= unitsOfPiece)
-        Put(file, piece);
-    Put(file, piece.substr(0, n * unit.size()));
+        out << piece;
+    out << piece.substr(0, n * unit.size());
 }
 
 } // namespace
@@ -136,7 +88,7 @@ void PutRepeatedly(std::FILE* file, std::string const& unit, std::size_t n) {
 namespace Torture {
 
 std::size_t HostileDocument::Bytes(std::size_t n) const {
-    return head.size() + middle.size() + tail.size() + n * (unit.size() + unitBehind.size());
+    return head.size() + tail.size() + n * (unit.size() + unitBehind.size());
 }
 
 std::string HostileDocument::Outcome(std::size_t n) const {
@@ -147,14 +99,13 @@ std::string HostileDocument::Outcome(std::size_t n) const {
 }
 
 void HostileDocument::Write(std::string const& path, std::size_t n) const {
-    File const file(std::fopen(path.c_str(), "w"), &std::fclose);
-    if (file == nullptr)
-        throw std::runtime_error("can't create a document");
-    Put(file.get(), head);
-    PutRepeatedly(file.get(), unit, n);
-    Put(file.get(), middle);
-    PutRepeatedly(file.get(), unitBehind, n);
-    Put(file.get(), tail);
+    std::ofstream file(path, std::ios::binary);
+    file << head;
+    PutRepeatedly(file, unit, n);
+    PutRepeatedly(file, unitBehind, n);
+    file << tail << std::flush;
+    if (!file)
+        throw std::runtime_error("can't write a document");
 }
 
 std::vector<HostileDocument> const& HostileDocuments() {

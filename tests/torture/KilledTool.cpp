@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <system_error>
@@ -25,61 +26,21 @@ struct KnownCall {
     int path;
 };
 
+#define CC_CALL(name, path) \
+    { SYS_##name, #name, path }
+// The calls that say something of the exchange.
 constexpr KnownCall knownCalls[] = {
-    {SYS_access, "access", 0},
-    {SYS_arch_prctl, "arch_prctl", -1},
-    {SYS_brk, "brk", -1},
-    {SYS_chmod, "chmod", 0},
-    {SYS_clock_gettime, "clock_gettime", -1},
-    {SYS_clock_nanosleep, "clock_nanosleep", -1},
-    {SYS_close, "close", -1},
-    {SYS_copy_file_range, "copy_file_range", -1},
-    {SYS_exit_group, "exit_group", -1},
-    {SYS_fcntl, "fcntl", -1},
-    {SYS_fstat, "fstat", -1},
-    {SYS_fsync, "fsync", -1},
-    {SYS_ftruncate, "ftruncate", -1},
-    {SYS_futex, "futex", -1},
-    {SYS_getdents64, "getdents64", -1},
-    {SYS_getpid, "getpid", -1},
-    {SYS_getrandom, "getrandom", -1},
-    {SYS_link, "link", 0},
-    {SYS_lseek, "lseek", -1},
-    {SYS_lstat, "lstat", 0},
-    {SYS_madvise, "madvise", -1},
-    {SYS_mkdir, "mkdir", 0},
-    {SYS_mmap, "mmap", -1},
-    {SYS_mprotect, "mprotect", -1},
-    {SYS_mremap, "mremap", -1},
-    {SYS_munmap, "munmap", -1},
-    {SYS_nanosleep, "nanosleep", -1},
-    {SYS_newfstatat, "newfstatat", 1},
-    {SYS_open, "open", 0},
-    {SYS_openat, "openat", 1},
-    {SYS_pread64, "pread64", -1},
-    {SYS_prlimit64, "prlimit64", -1},
-    {SYS_pwrite64, "pwrite64", -1},
-    {SYS_read, "read", -1},
-    {SYS_readlink, "readlink", 0},
-    {SYS_rename, "rename", 0},
-    {SYS_renameat, "renameat", 1},
-    {SYS_renameat2, "renameat2", 1},
-    {SYS_rmdir, "rmdir", 0},
-    {SYS_rseq, "rseq", -1},
-    {SYS_rt_sigaction, "rt_sigaction", -1},
-    {SYS_rt_sigprocmask, "rt_sigprocmask", -1},
-    {SYS_set_robust_list, "set_robust_list", -1},
-    {SYS_set_tid_address, "set_tid_address", -1},
-    {SYS_sigaltstack, "sigaltstack", -1},
-    {SYS_stat, "stat", 0},
-    {SYS_statx, "statx", 1},
-    {SYS_sysinfo, "sysinfo", -1},
-    {SYS_unlink, "unlink", 0},
-    {SYS_unlinkat, "unlinkat", 1},
-    {SYS_utimensat, "utimensat", 1},
-    {SYS_write, "write", -1},
-    {SYS_writev, "writev", -1},
-};
+    CC_CALL(access, 0),    CC_CALL(chmod, 0),       CC_CALL(clock_nanosleep, -1),
+    CC_CALL(close, -1),    CC_CALL(exit_group, -1), CC_CALL(fcntl, -1),
+    CC_CALL(fsync, -1),    CC_CALL(ftruncate, -1),  CC_CALL(getdents64, -1),
+    CC_CALL(link, 0),      CC_CALL(lseek, -1),      CC_CALL(lstat, 0),
+    CC_CALL(mkdir, 0),     CC_CALL(newfstatat, 1),  CC_CALL(open, 0),
+    CC_CALL(openat, 1),    CC_CALL(pwrite64, -1),   CC_CALL(read, -1),
+    CC_CALL(readlink, 0),  CC_CALL(rename, 0),      CC_CALL(renameat, 1),
+    CC_CALL(renameat2, 1), CC_CALL(rmdir, 0),       CC_CALL(stat, 0),
+    CC_CALL(statx, 1),     CC_CALL(unlink, 0),      CC_CALL(unlinkat, 1),
+    CC_CALL(utimensat, 1), CC_CALL(write, -1),      CC_CALL(writev, -1)};
+#undef CC_CALL
 
 [[noreturn]] void ThrowSystemError(char const* what) {
     throw std::system_error(errno, std::generic_category(), what);
@@ -102,14 +63,14 @@ std::string TextAt(pid_t tool, unsigned long long address) {
 
 SystemCall MakeCall(pid_t tool, __ptrace_syscall_info const& info) {
     auto const number = static_cast<long>(info.entry.nr);
-    SystemCall call{"call " + std::to_string(number), ""};
+    auto const known = std::ranges::find(knownCalls, number, &KnownCall::number);
+    SystemCall call{"call" + std::to_string(number), ""};
     call.argument = info.entry.args[0];
-    for (KnownCall const& known : knownCalls)
-        if (known.number == number) {
-            call.name = known.name;
-            if (known.path >= 0)
-                call.path = TextAt(tool, info.entry.args[known.path]);
-        }
+    if (known == std::end(knownCalls))
+        return call;
+    call.name = known->name;
+    if (known->path >= 0)
+        call.path = TextAt(tool, info.entry.args[known->path]);
     return call;
 }
 
@@ -182,25 +143,13 @@ private:
     KillCondition const& condition;
 };
 
-std::string Ordinal(size_t number) {
-    static constexpr char const* endings[] = {"th", "st", "nd", "rd"};
-    size_t const last = number % 10;
-    bool const isTeen = number % 100 / 10 == 1;
-    return std::to_string(number) + endings[last <= 3 && !isTeen ? last : 0];
-}
-
-// The environment of the test, but no leak checker.
+// The environment of the test, but no leak checker. Of two entries the first counts.
 std::vector<std::string> EnvironmentUnderTrace() {
-    std::string options = "ASAN_OPTIONS=detect_leaks=0";
-    std::vector<std::string> all;
-    for (char** entry = environ; *entry; ++entry) {
-        std::string const text = *entry;
-        if (text.starts_with("ASAN_OPTIONS="))
-            options = text + ":detect_leaks=0";
-        else
-            all.push_back(text);
-    }
-    all.push_back(options);
+    char const* const options = std::getenv("ASAN_OPTIONS");
+    std::vector<std::string> all = {"ASAN_OPTIONS=" + std::string(options ? options : "") +
+                                    ":detect_leaks=0"};
+    for (char** entry = environ; *entry; ++entry)
+        all.emplace_back(*entry);
     return all;
 }
 
@@ -212,16 +161,8 @@ std::vector<std::string> NamesOf(Trace const& trace) {
     std::map<std::string, size_t> seen;
     std::vector<std::string> names;
     for (SystemCall const& call : trace)
-        names.push_back(call.name + ", " + Ordinal(++seen[call.name]));
+        names.push_back(call.name + '#' + std::to_string(++seen[call.name]));
     return names;
-}
-
-std::string NameOfLast(Trace const& trace) { return NamesOf(trace).back(); }
-
-KillCondition Never() {
-    return [](Trace const&) {
-        return false;
-    };
 }
 
 KillCondition AtCall(size_t number) {
@@ -237,9 +178,9 @@ KillCondition AtPlace(Place const& place) {
         auto const isThere = [&](SystemCall const& call) {
             return call.name == place.name && call.path.ends_with(place.path);
         };
-        auto const anchor = trace.end() - static_cast<std::ptrdiff_t>(place.later) - 1;
-        return isThere(*anchor) && std::count_if(trace.begin(), anchor + 1, isThere) ==
-                                       static_cast<std::ptrdiff_t>(place.occurrence);
+        auto const end = trace.end() - static_cast<std::ptrdiff_t>(place.later);
+        return isThere(*(end - 1)) && std::count_if(trace.begin(), end, isThere) ==
+                                          static_cast<std::ptrdiff_t>(place.occurrence);
     };
 }
 

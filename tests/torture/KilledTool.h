@@ -1,12 +1,10 @@
 // The real tool, killed at the entry of one of its system calls.
 //
-// It runs under ptrace and stops at the entry and at the end of every call. Where a condition says
-// so, SIGKILL is sent at the entry; a process that is killed there leaves the call undone. Nothing
-// else of the tool is changed, so a loop over the number of the call covers every point at which it
-// can die as the file system sees it, and ends with the run that makes fewer calls.
+// It runs under ptrace. Where a condition says so, SIGKILL is sent at the entry of a call; a
+// process that is killed there leaves the call undone. A loop over the number of the call therefore
+// covers every point at which the file system can see the tool die.
 //
-// For the body of a PrivateMachine. The tool's leaks are not looked for: LeakSanitizer is a tracer
-// itself, and there can be one only.
+// REQUIRES: a sandbox. Leaks are not looked for: LeakSanitizer is a tracer itself.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +18,7 @@
 namespace Torture {
 
 struct SystemCall {
-    // As its manual page has it; "call 999" for one that the tool is not known to make.
+    // As its manual page has it; "call999" for one without a name here.
     std::string name;
     // The path that it is given, or the first of two; empty if it takes none.
     std::string path;
@@ -35,15 +33,12 @@ struct SystemCall {
 // The calls of a run, from the first one behind the execve of the tool.
 using Trace = std::vector<SystemCall>;
 
-// "rename, 2nd": the last call of the trace, and which one of its name it is.
-std::string NameOfLast(Trace const& trace);
-// All of them in this form.
+// The calls as "rename#2", the second call of that name.
 std::vector<std::string> NamesOf(Trace const& trace);
 
 // Asked at the entry of each call, which is the last one of the trace.
 using KillCondition = std::function<bool(Trace const&)>;
 
-KillCondition Never();
 // At the call of this number, from 1.
 KillCondition AtCall(std::size_t number);
 

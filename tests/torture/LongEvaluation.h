@@ -1,6 +1,8 @@
 // An evaluation whose texts are all too long for the small string optimization.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 
 #include "tests/support/AgentScript.h"
@@ -20,6 +22,14 @@ inline std::string FinishedAnswer() {
 inline AgentScript ServingAgent() {
     return AgentScript().Serve(OpenAnswer(), {ProgressAnswer("3", "0", "40"), FinishedAnswer()},
                                CloseAnswer());
+}
+
+// The bytes are the start of one of the three requests of such an evaluation.
+inline void ExpectPartOfRequest(std::string const& bytes) {
+    EXPECT_TRUE(OpenRequest(url, doc, "7").starts_with(bytes) ||
+                std::string(progressRequest).starts_with(bytes) ||
+                std::string(closeRequest).starts_with(bytes))
+        << bytes;
 }
 
 } // namespace Torture

@@ -8,7 +8,8 @@
 #include <cxxabi.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include "tests/support/PrivateMachine.h"
+#include "tests/torture/Cells.h"
 
 namespace {
 
@@ -161,14 +162,16 @@ Operations Join(std::vector<Operations> const& parts) {
 
 std::size_t FailEachOf(std::string const& folder, Operations const& operations) {
     std::size_t failures = 0;
-    for (Operation const& operation : operations) {
-        failures += operation.FailEach();
-        if (testing::Test::HasFailure())
-            break;
-    }
+    for (Operation const& operation : operations)
+        if (!testing::Test::HasFailure())
+            failures += operation.FailEach();
     std::cout << folder << ": " << operations.size() << " operations, " << failures
               << " allocations failed\n";
     return failures;
+}
+
+void TestOnEmptyMachine(std::function<std::size_t()> const& body) {
+    CountCellsInSandbox({.emptyPlaces = {"/tmp"}}, body);
 }
 
 } // namespace Torture

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <cstddef>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
 
@@ -36,6 +39,31 @@ std::size_t
 FailEachAllocation(std::string const& name,
                    std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail);
 
+// An expression or, for an object `it`, a statement: its text as a name, and a function.
+#define CC_TRY(...)         \
+    (#__VA_ARGS__), [] {    \
+        return __VA_ARGS__; \
+    }
+#define CC_TRY_ON(...)             \
+    (#__VA_ARGS__), [](auto& it) { \
+        __VA_ARGS__;               \
+    }
+
+struct AsText {
+    std::string operator()(std::string const& text) const { return text; }
+    std::string operator()(std::size_t number) const { return std::to_string(number); }
+    std::string operator()(std::exception const& error) const { return error.what(); }
+};
+
+// The texts of the items, each with a "|" after it.
+template <class Items, class Text>
+std::string JoinTexts(Items const& items, Text const& text) {
+    std::string all;
+    for (auto const& item : items)
+        all += text(item) + '|';
+    return all;
+}
+
 // An operation under its name, on an object that is made anew for each trial.
 class Operation {
 public:
@@ -56,8 +84,8 @@ public:
     }
 
     // One that yields a value, which is shown by `show`.
-    template <class Yield, class Show>
-    static Operation Giving(std::string name, Yield yield, Show show, Stated stated = {}) {
+    template <class Yield, class Show = AsText>
+    static Operation Giving(std::string name, Yield yield, Show show = {}, Stated stated = {}) {
         using Result = std::optional<decltype(yield())>;
         return Operation(
             std::move(name), [] { return Result(); },
@@ -68,11 +96,17 @@ public:
             std::move(stated));
     }
 
-    // The same as a function of a name and what yields the value.
+    // The same, and the constructor, as functions of a name and what is tried.
     template <class Show>
     static auto Giver(Show show, Stated whatIsStated = {}) {
         return [show, whatIsStated](std::string const& itsName, auto yield) {
             return Giving(itsName, yield, show, whatIsStated);
+        };
+    }
+    template <class Make, class View>
+    static auto Changer(Make make, View view) {
+        return [=](std::string const& itsName, auto act, Stated whatIsStated = {}) {
+            return Operation(itsName, make, act, view, whatIsStated);
         };
     }
 
@@ -116,7 +150,10 @@ using Operations = std::vector<Operation>;
 
 Operations Join(std::vector<Operations> const& parts);
 
-// All of them, and how many allocations failed. Says both on standard output.
+// Lets each allocation of each operation fail. Prints and returns how many failed.
 std::size_t FailEachOf(std::string const& folder, Operations const& operations);
+// Runs a body that returns how many allocations failed, in a sandbox with the agent's directories
+// and an empty "/tmp".
+void TestOnEmptyMachine(std::function<std::size_t()> const& body);
 
 } // namespace Torture

@@ -135,51 +135,42 @@ void RandomAgent::BehaveOddly() {
             Plan(delay + Delay(), requestDirectory, {Entry::directory});
             break;
         case 1:
-            Plan(delay, PrivateMachine::agentProgram,
-                 random.Chance(40) ? Entry() : Entry::File(""));
+            Plan(delay, PrivateMachine::agentProgram, OrNothing(40, Entry::File("")));
             break;
         case 2:
-            Plan(delay, agentLink,
-                 random.Chance(40) ? Entry() : Entry::Link(PrivateMachine::agentProgram));
+            Plan(delay, agentLink, OrNothing(40, Entry::Link(PrivateMachine::agentProgram)));
             break;
         case 3:
             Plan(delay, Entry::elsewhere, random.Chance(50) ? Entry() : Answer());
             break;
         case 4:
-            if (!sparesLockFile)
-                Plan(delay, ScriptedAgent::lockFile, AnyEntry());
-            break;
-        case 5:
-            Plan(delay, response, AnyEntry());
-            break;
-        case 6:
-        case 7:
-            Plan(delay, temporary, AnyEntry());
+            if (sparesLockFile)
+                break;
+            Plan(delay, ScriptedAgent::lockFile, AnyEntry());
             break;
         default:
-            Plan(delay, request, AnyEntry());
+            auto const path = random.Pick({response, temporary, temporary, request, request});
+            Plan(delay, path, AnyEntry());
         }
     }
 }
 
+Entry RandomAgent::OrNothing(unsigned int percent, Entry const& entry) {
+    return random.Chance(percent) ? Entry() : entry;
+}
+
 Entry RandomAgent::AnyEntry() {
-    switch (random.Below(10)) {
-    case 0:
-    case 1:
-        return {};
-    case 2:
-        return {Entry::directory};
-    case 3:
-        return {Entry::fullDirectory};
-    case 4:
-        return {Entry::unixSocket};
-    case 5:
-        return Entry::Link(Entry::nowhere);
-    case 6:
-        return Entry::Link(Entry::elsewhere);
-    default:
-        return random.Chance(50) ? Entry::File("something") : Answer();
-    }
+    static Entry const odd[] = {{},
+                                {},
+                                {Entry::directory},
+                                {Entry::fullDirectory},
+                                {Entry::unixSocket},
+                                Entry::Link(Entry::nowhere),
+                                Entry::Link(Entry::elsewhere)};
+    auto const kind = random.Below(10);
+    if (kind < std::size(odd))
+        return odd[kind];
+    return random.Chance(50) ? Entry::File("something") : Answer();
 }
 
 Entry RandomAgent::Answer() {

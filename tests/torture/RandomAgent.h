@@ -33,6 +33,7 @@ private:
     unsigned long long Delay();
     unsigned long long ShortDelay();
     Entry AnyEntry();
+    Entry OrNothing(unsigned int percent, Entry const& entry);
     Entry Answer();
     Entry Garbage();
 

@@ -14,27 +14,18 @@ struct Text {
 };
 
 struct Number {
+    Number(char const* text, int value) : written(text), read(value) {}
+
     char const* written;
     int read;
 };
 
 Number AnyNumber(Random& random) {
-    return random.Pick<Number>({{"1", 1},
-                                {"2", 2},
-                                {"3", 3},
-                                {"0", 0},
-                                {"4", 4},
-                                {"-1", -1},
-                                {"-22", -22},
-                                {"3abc", 3},
-                                {" 2", 2},
-                                {"+3", 3},
-                                {"", 0},
-                                {"x", 0},
-                                {"0x1", 0},
-                                {"007", 7},
-                                {"2147483647", 2147483647},
-                                {"-2147483648", -2147483647 - 1}});
+    return random.Pick({Number("1", 1), Number("2", 2), Number("3", 3), Number("0", 0),
+                        Number("4", 4), Number("-1", -1), Number("-22", -22), Number("3abc", 3),
+                        Number(" 2", 2), Number("+3", 3), Number("", 0), Number("x", 0),
+                        Number("0x1", 0), Number("007", 7), Number("2147483647", 2147483647),
+                        Number("-2147483648", -2147483647 - 1)});
 }
 
 // Mostly as an agent should, and now and then one that the tool can't know.

@@ -1,31 +1,20 @@
 // What counts as a running agent: names and states of processes, and what the tool makes of each.
 //
 // A request waits in all of these, so a tool that finds an agent says -5, and one that does not -2.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <functional>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include "tests/compliance/FakeProcess.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/support/Sanitizers.h"
-#include "tests/system/Tool.h"
-#include "tests/torture/Cells.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace Torture;
 using PrivateMachine::agentProgram;
 using PrivateMachine::Proc;
 
@@ -36,24 +25,22 @@ std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
 void LayOutProcesses() {
     PrivateMachine::CreateAgentDirectories();
     PrivateMachine::InstallAgent();
+    fs::create_directory("/opt/other");
     WriteBytes(ScriptedAgent::lockFile, "");
     fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
     WriteBytes(ScriptedAgent::request, "waiting");
 }
 
-void ExpectRun(std::string const& expected, ToolRun const& run) {
+void Expect(std::string const& expected, ToolRun const& run = RunTool({"-d"})) {
     EXPECT_EQ(expected, run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-void Expect(std::string const& expected) { ExpectRun(expected, RunTool({"-d"})); }
-
 void ExpectWithoutRights(std::string const& expected) {
-    ExpectRun(expected, RunToolWithoutRights({"-d"}));
+    Expect(expected, RunToolWithoutRights({"-d"}));
 }
 
 std::unique_ptr<OtherProgram> Start(std::string const& program) {
-    fs::create_directories(fs::path(program).parent_path());
     fs::copy_file("/bin/sleep", program, fs::copy_options::overwrite_existing);
     return std::make_unique<OtherProgram>(std::vector<std::string>{program, "1000"});
 }
@@ -78,7 +65,7 @@ TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
         auto const process = Start("/opt/other/VeskaClient");
         Expect(found);
     });
-    Torture::CountCells(others.size() + 1);
+    CountCells(others.size() + 1);
 }
 
 // A process whose program the tool may not look at, under this command name.
@@ -102,22 +89,10 @@ private:
 TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
     // Deliberate: the name ends at the first parenthesis. The system keeps 15 bytes of it.
     Names const same = {"VeskaClient", "VeskaClient)", "VeskaClient)xy", "VeskaClient)2345678"};
-    Names const others = {"",
-                          "VeskaClien",
-                          "xVeskaClient",
-                          "veskaclient",
-                          "VeskaClient ",
-                          "(VeskaClient",
-                          "(VeskaClient)",
-                          ")VeskaClient",
-                          "VeskaClient\n",
-                          "Veska\nClient",
-                          "\n(VeskaClient)",
-                          "VeskaClient\xe9",
-                          "\x80\xff",
-                          "a/VeskaClient",
-                          "VeskaClient2345",
-                          "12345VeskaClient"};
+    Names const others = {"VeskaClien",    "xVeskaClient",    "veskaclient",      "VeskaClient ",
+                          "(VeskaClient",  "(VeskaClient)",   ")VeskaClient",     "VeskaClient\n",
+                          "Veska\nClient", "\n(VeskaClient)", "VeskaClient\xe9",  "\x80\xff",
+                          "a/VeskaClient", "VeskaClient2345", "12345VeskaClient", ""};
     PrivateMachine::Run([&] {
         LayOutProcesses();
         for (std::string const& name : others) {
@@ -133,7 +108,7 @@ TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
             Expect(notFound);
         }
     });
-    Torture::CountCells(others.size() + same.size());
+    CountCells(others.size() + same.size());
 }
 
 // States
@@ -199,21 +174,18 @@ std::vector<StateCell> States() {
          }},
         {"link of the name to another program",
          [] {
-             fs::create_directory("/opt/other");
              fs::create_symlink("/bin/sleep", "/opt/other/VeskaClient");
              OtherProgram const other({"/opt/other/VeskaClient", "1000"});
              Expect(notFound);
          }},
         {"agent by a link of another name",
          [] {
-             fs::create_directory("/opt/other");
              fs::create_symlink(agentProgram, "/opt/other/daemon");
              OtherProgram const agent({"/opt/other/daemon", "1000"});
              Expect(found);
          }},
         {"script of the name",
          [] {
-             fs::create_directory("/opt/other");
              WriteBytes("/opt/other/VeskaClient", "#!/bin/sh\nread nothing <>/opt/never\n");
              fs::permissions("/opt/other/VeskaClient", fs::perms(0755));
              ASSERT_EQ(0, mkfifo("/opt/never", 0666));
@@ -237,17 +209,14 @@ std::vector<StateCell> States() {
         // Deliberate: a process that is merely named like the agent counts, the tool too.
         {"the tool under the name",
          [] {
-             fs::create_directory("/opt/other");
              fs::copy_file(CC_TOOL_PROGRAM, "/opt/other/VeskaClient");
-             ProgramResult const run = RunProgram({"/opt/other/VeskaClient", "-d"});
-             EXPECT_EQ(found, run.output);
+             EXPECT_EQ(found, RunProgram({"/opt/other/VeskaClient", "-d"}).output);
          }},
         {"behind 50 others",
          [] {
              std::vector<std::unique_ptr<OtherProgram>> others;
              for (int i = 0; i < 50; ++i)
-                 others.push_back(std::make_unique<OtherProgram>(
-                     std::vector<std::string>{"/bin/sleep", "1000"}));
+                 others.push_back(Start("/opt/other/daemon" + std::to_string(i)));
              Expect(notFound);
              auto const agent = Start(agentProgram);
              Expect(found);
@@ -263,7 +232,7 @@ TEST(QuickProcesses, StateOfTheProcess) {
             cell.body();
         });
     }
-    Torture::CountCells(States().size());
+    CountCells(States().size());
 }
 
 // /proc as it may be
@@ -292,7 +261,7 @@ TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
             auto const agent = Start(agentProgram);
             Expect(notFound);
         });
-    Torture::CountCells(2);
+    CountCells(2);
 }
 
 // What the system can show of a process, as files.
@@ -326,14 +295,13 @@ TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
             Expect(cell.expected);
         }
     });
-    Torture::CountCells(cells.size());
+    CountCells(cells.size());
 }
 
 #endif
 
-// Processes that come and go while /proc is walked.
-
-// Until it is killed: children that end at once, as many after another as the system makes.
+// Processes that come and go while /proc is walked: children that end at once, as many after
+// another as the system makes, until this process is killed.
 void ComeAndGo(char const* name) {
     prctl(PR_SET_NAME, name);
     signal(SIGCHLD, SIG_IGN);
@@ -361,7 +329,7 @@ void TryAmongVanishing(int rounds) {
             EXPECT_EQ(ExitStatus::Exited(0), run.status);
         }
     });
-    Torture::CountCells(2 * static_cast<size_t>(rounds));
+    CountCells(2 * static_cast<size_t>(rounds));
 }
 
 TEST(QuickProcesses, VanishWhileTheyAreRead) { TryAmongVanishing(10); }

@@ -1,26 +1,14 @@
-// Everything that can stand under the four fixed names, as data: what the tool says, and what
-// stands there afterwards. Some of it is ugly, and deliberate; docs/exchange.md has it as a table.
-#include <gtest/gtest.h>
-
-#include <filesystem>
+// Every kind of entry under the four fixed names, as data: what the tool prints, and which entries
+// remain. Some of it is ugly, and deliberate; docs/exchange.md has it as a table.
 #include <ostream>
-#include <string>
-#include <vector>
 
-#include <fcntl.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
-#include "tests/support/Entries.h"
-#include "tests/support/PrivateMachine.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
-#include "tests/torture/Cells.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
+using namespace Torture;
 
 std::string const lockFile = ScriptedAgent::lockFile;
 std::string const request = ScriptedAgent::request;
@@ -31,7 +19,19 @@ std::string const elsewhere = Entry::elsewhere;
 // A link into a directory that is there, to a file that is not.
 constexpr char const* creatable = "/opt/simulation/creatable";
 
-Entry const someFile = Entry::File("something");
+struct NamedEntry : Entry {
+    char const* name;
+};
+
+NamedEntry const someFile = {Entry::File("something"), "file"};
+NamedEntry const directory = {{Entry::directory}, "directory"};
+NamedEntry const fullDirectory = {{Entry::fullDirectory}, "full_directory"};
+NamedEntry const fifo = {{Entry::fifo}, "fifo"};
+NamedEntry const unixSocket = {{Entry::unixSocket}, "socket"};
+NamedEntry const device = {{Entry::device}, "device"};
+NamedEntry const link = {Entry::Link(elsewhere), "link"};
+NamedEntry const brokenLink = {Entry::Link(Entry::nowhere), "broken_link"};
+NamedEntry const creatableLink = {Entry::Link(creatable), "link_that_can_be_made_good"};
 Entry const emptyFile = Entry::File("");
 
 // What the tool prints for a good evaluation without rows.
@@ -41,14 +41,15 @@ std::string const half = "COMPLIANCE_Progress 50% completed.\n";
 
 struct Cell {
     std::string path;
-    std::string name;
-    Entry entry;
+    NamedEntry entry;
     std::string output;
     // Beside the lock file: all that stands there at the end.
     Entries after;
 };
 
-void PrintTo(Cell const& cell, std::ostream* out) { *out << cell.name << " under " << cell.path; }
+void PrintTo(Cell const& cell, std::ostream* out) {
+    *out << cell.entry.name << " under " << cell.path;
+}
 
 // On a file system where a device works, for whoever may make one.
 void LayOut() {
@@ -71,18 +72,11 @@ Entries WhatStands() {
     return entries;
 }
 
-void ExpectAfter(Cell const& cell) {
-    Entries expected = cell.after;
-    // A file that is not told of is as it was.
+void ExpectAfter(Entries expected) {
+    // What is not told of is as it was.
     expected.emplace(lockFile, emptyFile);
     expected.emplace(elsewhere, Entry::File("not yours"));
-    Entries const actual = WhatStands();
-    for (auto const& [path, entry] : expected) {
-        auto const found = actual.find(path);
-        EXPECT_EQ(entry, found == actual.end() ? Entry() : found->second) << path;
-    }
-    for (auto const& [path, entry] : actual)
-        EXPECT_TRUE(expected.contains(path)) << path << " is new: " << entry;
+    EXPECT_EQ(expected, WhatStands());
 }
 
 AgentScript GoodAnswers() {
@@ -92,51 +86,40 @@ AgentScript GoodAnswers() {
 void ExpectRun(Cell const& cell, ToolRun const& run) {
     EXPECT_EQ(cell.output, run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    ExpectAfter(cell);
+    ExpectAfter(cell.after);
 }
 
-// The entry is there from the start.
-void Try(Cell const& cell, AgentScript const& script) {
-    SCOPED_TRACE(testing::PrintToString(cell));
-    PrivateMachine::Run([&] {
-        LayOut();
-        PlaceOnDisk(cell.path, cell.entry);
-        ScriptedAgent agent(script);
-        ExpectRun(cell, RunTool({"-d"}));
-    });
+// Each entry is there from the start. An agent that answers would take what is published.
+void TryAll(std::vector<Cell> const& cells) {
+    for (Cell const& cell : cells) {
+        SCOPED_TRACE(testing::PrintToString(cell));
+        PrivateMachine::Run([&] {
+            LayOut();
+            PlaceOnDisk(cell.path, cell.entry);
+            ScriptedAgent agent(cell.output == good ? GoodAnswers() : AgentScript());
+            ExpectRun(cell, RunTool({"-d"}));
+        });
+    }
+    CountCells(cells.size());
 }
-
-// The lock file: what can be opened for writing is a lock, and nothing is ever written to it.
 
 Entries const closed = {{response, Entry::File(CloseAnswer())}};
 
-Entries With(Entries entries, std::string const& path, Entry const& entry) {
-    entries[path] = entry;
+// The end of an evaluation that succeeds, with these entries.
+Entries Closed(Entries entries = {}) {
+    entries.insert(closed.begin(), closed.end());
     return entries;
 }
 
-std::vector<Cell> LockFileCells() {
-    auto const cell = [](char const* name, Entry const& entry, bool isLock) {
-        return Cell{lockFile, name, entry, isLock ? good : OpenError(-6),
-                    With(isLock ? closed : Entries(), lockFile, entry)};
-    };
-    Cell creating = cell("link that can be made good", Entry::Link(creatable), true);
-    creating.after[creatable] = emptyFile;
-    return {cell("file", someFile, true),
-            cell("directory", {Entry::directory}, false),
-            cell("full directory", {Entry::fullDirectory}, false),
-            cell("fifo", {Entry::fifo}, true),
-            cell("socket", {Entry::unixSocket}, false),
-            cell("device", {Entry::device}, true),
-            cell("link", Entry::Link(elsewhere), true),
-            cell("broken link", Entry::Link(Entry::nowhere), false),
-            creating};
-}
-
+// What can be opened for writing is a lock, and nothing is ever written to it.
 TEST(QuickEntries, LockFileIsWhateverOpensForWriting) {
-    for (Cell const& cell : LockFileCells())
-        Try(cell, GoodAnswers());
-    Torture::CountCells(LockFileCells().size());
+    std::vector<Cell> cells = {{lockFile, creatableLink, good,
+                                Closed({{lockFile, creatableLink}, {creatable, emptyFile}})}};
+    for (NamedEntry const& entry : {someFile, fifo, device, link})
+        cells.push_back({lockFile, entry, good, Closed({{lockFile, entry}})});
+    for (NamedEntry const& entry : {directory, fullDirectory, unixSocket, brokenLink})
+        cells.push_back({lockFile, entry, OpenError(-6), {{lockFile, entry}}});
+    TryAll(cells);
 }
 
 // Deliberate: nobody looks whether the file that is locked still has its name.
@@ -153,79 +136,43 @@ TEST(QuickEntries, LockFileThatIsReplacedKeepsNobodyOff) {
     });
 }
 
-// The request: whatever stands there is a request that waits.
-
 TEST(QuickEntries, AnythingUnderTheRequestIsAWaitingOne) {
-    size_t cells = 0;
-    for (Entry const& entry :
-         {someFile, Entry{Entry::directory}, Entry{Entry::fullDirectory}, Entry{Entry::fifo},
-          Entry{Entry::unixSocket}, Entry{Entry::device}, Entry::Link(elsewhere),
-          Entry::Link(Entry::nowhere), Entry::Link(creatable)}) {
-        Cell const cell{request, testing::PrintToString(entry), entry, OpenError(-5),
-                        With({}, request, entry)};
-        Try(cell, {});
-        ++cells;
-    }
-    Torture::CountCells(cells);
+    std::vector<Cell> cells;
+    for (NamedEntry const& entry : {someFile, directory, fullDirectory, fifo, unixSocket, device,
+                                    link, brokenLink, creatableLink})
+        cells.push_back({request, entry, OpenError(-5), {{request, entry}}});
+    TryAll(cells);
 }
 
-// The temporary document. Deliberate: what can't be written is published all the same, whatever it
-// is; and opening it follows a link.
-
-std::vector<Cell> TemporaryCells() {
-    auto const works = [](char const* name, Entry const& entry, Entries const& changed) {
-        Entries after = closed;
-        after.insert(changed.begin(), changed.end());
-        return Cell{temporary, name, entry, good, after};
-    };
-    auto const published = [](char const* name, Entry const& entry) {
-        return Cell{temporary, name, entry, OpenError(-17), {{request, entry}}};
-    };
-    Entry const written = Entry::File(OpenRequest("", "", "0"));
-    return {works("file", someFile, {}),
-            published("directory", {Entry::directory}),
-            published("full directory", {Entry::fullDirectory}),
-            published("fifo", {Entry::fifo}),
-            published("socket", {Entry::unixSocket}),
-            published("device", {Entry::device}),
-            works("link", Entry::Link(elsewhere), {{elsewhere, written}}),
-            published("broken link", Entry::Link(Entry::nowhere)),
-            works("link that can be made good", Entry::Link(creatable), {{creatable, written}})};
-}
-
+// Deliberate: what can't be written is published all the same, whatever it is; and opening it
+// follows a link.
 TEST(QuickEntries, EntryAtTheTemporaryDocumentIsWrittenThroughOrPublished) {
-    // An agent that answers would take what is published.
-    for (Cell const& cell : TemporaryCells())
-        Try(cell, cell.output == good ? GoodAnswers() : AgentScript());
-    Torture::CountCells(TemporaryCells().size());
+    Entry const written = Entry::File(OpenRequest("", "", "0"));
+    std::vector<Cell> cells = {{temporary, someFile, good, closed},
+                               {temporary, link, good, Closed({{elsewhere, written}})},
+                               {temporary, creatableLink, good, Closed({{creatable, written}})}};
+    for (NamedEntry const& entry : {directory, fullDirectory, fifo, unixSocket, device, brokenLink})
+        cells.push_back({temporary, entry, OpenError(-17), {{request, entry}}});
+    TryAll(cells);
 }
 
 class FullEntries : public testing::TestWithParam<Cell> {};
 
 std::string CellName(testing::TestParamInfo<Cell> const& info) {
-    std::string name;
-    for (char const letter : fs::path(info.param.path).stem().string() + "_" + info.param.name)
-        name += letter == ' ' ? '_' : letter;
-    return name;
+    return fs::path(info.param.path).stem().string() + "_" + info.param.entry.name;
 }
 
 // The response: a file, or a link to one, or there is none.
 
 std::vector<Cell> ResponseCells() {
-    auto const unread = [](char const* name, Entry const& entry) {
-        return Cell{response, name, entry, OpenError(-7), {{response, entry}}};
-    };
-    Cell linked = {response, "link to a response", Entry::Link(creatable), good, closed};
-    linked.after[creatable] = Entry::File(OpenAnswer());
-    return {unread("file", someFile),
-            unread("directory", {Entry::directory}),
-            unread("full directory", {Entry::fullDirectory}),
-            unread("socket", {Entry::unixSocket}),
-            unread("device", {Entry::device}),
-            unread("link to something else", Entry::Link(elsewhere)),
-            unread("broken link", Entry::Link(Entry::nowhere)),
-            unread("link that can be made good", Entry::Link(creatable)),
-            linked};
+    NamedEntry const linked = {Entry::Link(creatable), "link_to_a_response"};
+    NamedEntry const strange = {Entry::Link(elsewhere), "link_to_something_else"};
+    std::vector<Cell> cells = {
+        {response, linked, good, Closed({{creatable, Entry::File(OpenAnswer())}})}};
+    for (NamedEntry const& entry : {someFile, directory, fullDirectory, unixSocket, device, strange,
+                                    brokenLink, creatableLink})
+        cells.push_back({response, entry, OpenError(-7), {{response, entry}}});
+    return cells;
 }
 
 class FullResponses : public FullEntries {};
@@ -252,7 +199,7 @@ INSTANTIATE_TEST_SUITE_P(FullCells, FullResponses, testing::ValuesIn(ResponseCel
 TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
     PrivateMachine::Run([] {
         LayOut();
-        PlaceOnDisk(response, {Entry::fifo});
+        PlaceOnDisk(response, fifo);
         ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
         Tool tool({"-d"});
         agent.AwaitEnd();
@@ -264,57 +211,30 @@ TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
         ASSERT_LE(0, writer);
         EXPECT_EQ(OpenError(-7), tool.Wait().output);
         close(writer);
-        Entry const fifo{Entry::fifo};
-        Cell const cell{response, "fifo", fifo, "", With({}, response, fifo)};
-        ExpectAfter(cell);
+        ExpectAfter({{response, fifo}});
     });
 }
 
 // What appears while an evaluation is open, in the sleep between two polls. The poll that meets it
 // and the close behind it say nothing.
 
-AgentScript UntilThePause() {
-    return AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
-}
-
 std::vector<Cell> LaterCells() {
     Entry const answer = Entry::File(ProgressAnswer("3", "0", "50"));
-    auto const silent = [&](std::string const& path, char const* name, Entry const& entry,
-                            Entries after) {
-        after.emplace(response, answer);
-        return Cell{path, name, entry, half, after};
-    };
-    auto const works = [](std::string const& path, char const* name, Entry const& entry,
-                          Entries const& changed) {
-        Entries after = closed;
-        after.insert(changed.begin(), changed.end());
-        return Cell{path, name, entry, half + good, after};
-    };
     Entry const written = Entry::File(progressRequest);
+    std::vector<Cell> cells = {
+        {request, creatableLink, half, {{request, creatableLink}, {response, answer}}},
+        {request, link, half + good, closed},
+        {temporary, link, half + good, Closed({{elsewhere, written}})},
+        {lockFile, directory, half + good, Closed({{lockFile, directory}})},
+        {lockFile, link, half + good, Closed({{lockFile, link}})}};
     // Under the request what is no file stays there, and keeps the close off as well. Under the
     // temporary document it is published, and then keeps the close off.
-    std::vector<Cell> cells;
     for (std::string const& path : {request, temporary}) {
-        cells.push_back(works(path, "file", someFile, {}));
-        cells.push_back(silent(path, "full directory", {Entry::fullDirectory},
-                               {{request, {Entry::fullDirectory}}}));
-        cells.push_back(
-            silent(path, "directory", {Entry::directory}, {{request, {Entry::directory}}}));
-        cells.push_back(silent(path, "fifo", {Entry::fifo}, {{request, {Entry::fifo}}}));
-        cells.push_back(
-            silent(path, "socket", {Entry::unixSocket}, {{request, {Entry::unixSocket}}}));
-        cells.push_back(silent(path, "device", {Entry::device}, {{request, {Entry::device}}}));
-        cells.push_back(silent(path, "broken link", Entry::Link(Entry::nowhere),
-                               {{request, Entry::Link(Entry::nowhere)}}));
+        cells.push_back({path, someFile, half + good, closed});
+        for (NamedEntry const& entry :
+             {fullDirectory, directory, fifo, unixSocket, device, brokenLink})
+            cells.push_back({path, entry, half, {{request, entry}, {response, answer}}});
     }
-    cells.push_back(silent(request, "link that can be made good", Entry::Link(creatable),
-                           {{request, Entry::Link(creatable)}}));
-    cells.push_back(works(request, "link", Entry::Link(elsewhere), {}));
-    cells.push_back(works(temporary, "link", Entry::Link(elsewhere), {{elsewhere, written}}));
-    cells.push_back(
-        works(lockFile, "directory", {Entry::directory}, {{lockFile, {Entry::directory}}}));
-    cells.push_back(
-        works(lockFile, "link", Entry::Link(elsewhere), {{lockFile, Entry::Link(elsewhere)}}));
     return cells;
 }
 
@@ -324,7 +244,8 @@ TEST_P(FullLaterEntries, MeetTheNextPollAndTheClose) {
     Cell const& cell = GetParam();
     PrivateMachine::Run([&] {
         LayOut();
-        AgentScript script = UntilThePause();
+        AgentScript script;
+        script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
         // What stands under the request is a request to the agent as well.
         if (cell.path == request)
             script.AwaitRequest();

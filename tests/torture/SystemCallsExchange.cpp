@@ -1,30 +1,19 @@
 // Each call that an evaluation makes fails with each error number of its manual page, once and from
 // then on. What the tool prints, what the interface returns, the foretold calls and the files that
 // remain are those of the model, and the invariants hold.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <map>
 #include <optional>
-#include <set>
-#include <tuple>
 
-#include <unistd.h>
-
-#include "tests/support/PrivateMachine.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
-#include "tests/torture/Cells.h"
+#include "tests/torture/Aftermath.h"
 #include "tests/torture/ErrorNumbers.h"
 #include "tests/torture/ExchangeModel.h"
 #include "tests/torture/PreloadedProgram.h"
-#include "tests/torture/SharedCount.h"
+#include "tests/torture/ToolTest.h"
 
 namespace {
+
+using namespace Torture;
 
 enum class Program { tool, interface };
 
@@ -175,36 +164,24 @@ private:
                               CallTrace const& trace) {
         EXPECT_TRUE(faults[0].lasting && faults[0].call == "rename") << NameOf(faults[0]);
         EXPECT_TRUE(expected.exchange.IsOpen());
-        size_t const common = std::min(expected.files.calls.size(), trace.Foretold().size());
-        EXPECT_TRUE(std::equal(trace.Foretold().begin(),
-                               trace.Foretold().begin() + static_cast<std::ptrdiff_t>(common),
-                               expected.files.calls.begin()));
+        auto const& foretold = expected.files.calls;
+        auto const [model, real] = std::ranges::mismatch(foretold, trace.Foretold());
+        EXPECT_TRUE(model == foretold.end() || real == trace.Foretold().end());
     }
 
     // Whatever the model says.
     static void ExpectInvariants(bool writeFailed) {
         std::string const whole[] = {OpenRequest("url", "doc", "3"), progressRequest, closeRequest};
         if (auto const request = ContentOf(ScriptedAgent::request)) {
-            EXPECT_TRUE(std::any_of(std::begin(whole), std::end(whole),
-                                    [&](std::string const& document) {
-                                        return document == *request ||
-                                               (writeFailed && document.starts_with(*request));
-                                    }))
-                << *request;
+            EXPECT_TRUE(std::ranges::any_of(whole, [&](std::string const& document) {
+                return document == *request || (writeFailed && document.starts_with(*request));
+            })) << *request;
         }
         if (auto const response = ContentOf(ScriptedAgent::response)) {
-            auto const answers = UsualAnswers();
-            EXPECT_EQ(1, std::count(answers.begin(), answers.end(), *response)) << *response;
+            EXPECT_THAT(UsualAnswers(), testing::Contains(*response));
         }
-        ExpectNamesAmong({"lockfile", "request.xml", "requestTemp.xml"},
-                         ScriptedAgent::requestDirectory);
-        ExpectNamesAmong({"response.xml"}, "/var/opt/VeskaClient/ResponseDir");
+        ExpectKnownNames();
         EXPECT_FALSE(IsLocked());
-    }
-
-    static void ExpectNamesAmong(std::set<std::string> const& known, char const* directory) {
-        for (auto const& entry : std::filesystem::directory_iterator(directory))
-            EXPECT_TRUE(known.contains(entry.path().filename())) << entry.path();
     }
 
     // With all files as they were left, and nothing that fails.
@@ -227,18 +204,13 @@ private:
     bool triesNextRun = false;
 };
 
+PrivateMachine::Options const twentyMinutes = {.limit = std::chrono::minutes(20)};
+
 size_t TryAll(FaultyRuns& runs, std::vector<Fault> const& faults, size_t step) {
     size_t tried = 0;
     for (size_t i = 0; i < faults.size() && !testing::Test::HasFailure(); i += step, ++tried)
         runs.TryWith(faults[i]);
     return tried;
-}
-
-// Runs a body in a sandbox, which returns how many cells it has tried.
-void CountOnMachine(std::function<size_t()> const& body) {
-    Torture::SharedCount cells;
-    PrivateMachine::Run({.limit = std::chrono::minutes(20)}, [&] { cells.Add(body()); });
-    Torture::CountCells(cells.Value());
 }
 
 // Deliberate: a rename that is refused counts as done, and the request, which is not there, as
@@ -271,19 +243,16 @@ SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverEnd) {
 class QuickExchangeFaults : public testing::TestWithParam<size_t> {};
 
 TEST_P(QuickExchangeFaults, WithoutAnyTheModelForetellsTheCalls) {
-    CountOnMachine([&] {
-        size_t cells = 0;
-        for (Program const program : {Program::tool, Program::interface}) {
+    CountCellsInSandbox(twentyMinutes, [&] {
+        for (Program const program : {Program::tool, Program::interface})
             FaultyRuns(scenarios[GetParam()], program).TryWithout();
-            ++cells;
-        }
-        return cells;
+        return 2;
     });
 }
 
 // A few of all, with steps that are prime to the lengths of the lists of numbers.
 TEST_P(QuickExchangeFaults, SomeGiveTheStatedCodes) {
-    CountOnMachine([&] {
+    CountCellsInSandbox(twentyMinutes, [&] {
         FaultyRuns runs(scenarios[GetParam()], Program::interface);
         runs.TryNextRun();
         auto const faults = runs.AllFaults();
@@ -304,17 +273,16 @@ class FullExchangeFaults : public testing::TestWithParam<std::tuple<size_t, Prog
 };
 
 TEST_P(FullExchangeFaults, GiveTheStatedCodes) {
-    CountOnMachine([&] {
+    CountCellsInSandbox(twentyMinutes, [&] {
         auto const [scenario, program, name] = GetParam();
         FaultyRuns runs(scenarios[scenario], program);
         if (program == Program::tool)
             runs.TryNextRun();
         std::vector<Fault> faults = runs.AllFaults();
-        for (Fault const& fault : faults)
-            EXPECT_NE(std::end(calls), std::find(std::begin(calls), std::end(calls), fault.call))
-                << fault.call;
-        std::string const& call = name;
-        std::erase_if(faults, [&](Fault const& fault) { return fault.call != call; });
+        std::erase_if(faults, [&call = name](Fault const& fault) {
+            EXPECT_THAT(calls, testing::Contains(fault.call));
+            return fault.call != call;
+        });
         return TryAll(runs, faults, 1);
     });
 }

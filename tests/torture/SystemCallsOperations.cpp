@@ -15,58 +15,36 @@ std::vector<Operation> Items() {
     Outcome const times = Maps(Mapper::times, "from");
     Outcome const readOnly = Gives("read-only; from");
     return {
-        {"FileItem",
-         MakeFile,
-         Calling([](auto& from, auto&) { FileItem{from}; }),
-         "; from",
-         {{"lstat", {freeFrom}}}},
-        {"FileItemThroughALink",
-         MakeFile,
-         Calling([](auto& from, auto& to) {
-             std::filesystem::create_symlink(from.Text(), to.Text());
-             FileItem{to};
-         }),
-         "; from to",
-         {{"lstat", {freeTo}}, {"stat", {freeTo}}}},
+        Operation("FileItem", MakeFile, CC_CALLING(FileItem{from}), "; from",
+                  {{"lstat", {freeFrom}}}),
+        Operation("FileItemThroughALink", MakeFile, Calling([](auto& from, auto& to) {
+                      std::filesystem::create_symlink(from.Text(), to.Text());
+                      FileItem{to};
+                  }),
+                  "; from to", {{"lstat", {freeTo}}, {"stat", {freeTo}}}),
         // The complement of the start value, which is all ones.
-        {"Checksum", MakeEmptyFile,
-         Calling([](auto& from, auto&) { return std::to_string(FileItem(from).Checksum()); }),
-         "0; from",
-         CallFailures{{"lstat", {freeFrom}}} + Opened(Mapper::readingPath) +
-             Sought({readingFrom}, {endOfLoop, goesOn})},
-        {"SetModificationTime",
-         MakeFile,
-         Calling([](auto& from, auto&) { FileItem(from).SetModificationTime(Instant(0)); }),
-         "; from",
-         {{"lstat", {freeFrom}}, {"utimes", {times}}}},
-        {"SetModificationTimeWithRetry",
-         MakeFile,
-         Calling([](auto& from, auto&) {
-             FileItem(from).SetModificationTimeWithRetry(Instant(0), FileRetryLog());
-         }),
-         "; from",
-         {{"lstat", {freeFrom}}, {"utimes", {goesOn}, {times}}}},
-        {"SetFileReadOnly",
-         MakeFile,
-         Calling([](auto& from, auto&) { SetFileReadOnly(from, true); }),
-         "; from",
-         {{"stat", {freeFrom}}, {"chmod", {freeFrom}}}},
-        {"IsReadOnly",
-         MakeFile,
-         Calling([](auto& from, auto&) {
-             return std::string(from.IsReadOnly() ? "read-only" : "writable");
-         }),
-         "writable; from",
-         {{"access", {freeFrom}},
-          {"access", {readOnly}, {}, EACCES},
-          {"access", {readOnly}, {}, EROFS}}},
-        {"CalculateFreeSpace",
-         MakeFile,
-         Calling([](auto& from, auto&) {
-             return std::string(CalculateFreeSpace(from) < 0 ? "none" : "some");
-         }),
-         "some; from",
-         {{"statvfs", {Gives("none; from")}}}},
+        Operation("Checksum", MakeEmptyFile, CC_CALLING(std::to_string(FileItem(from).Checksum())),
+                  "0; from",
+                  CallFailures{{"lstat", {freeFrom}}} + Opened(Mapper::readingPath) +
+                      Sought({readingFrom}, {endOfLoop, goesOn})),
+        Operation("SetModificationTime", MakeFile,
+                  CC_CALLING(FileItem(from).SetModificationTime(Instant(0))), "; from",
+                  {{"lstat", {freeFrom}}, {"utimes", {times}}}),
+        Operation(
+            "SetModificationTimeWithRetry", MakeFile,
+            CC_CALLING(FileItem(from).SetModificationTimeWithRetry(Instant(0), FileRetryLog())),
+            "; from", {{"lstat", {freeFrom}}, {"utimes", {goesOn}, {times}}}),
+        Operation("SetFileReadOnly", MakeFile, CC_CALLING(SetFileReadOnly(from, true)), "; from",
+                  {{"stat", {freeFrom}}, {"chmod", {freeFrom}}}),
+        Operation("IsReadOnly", MakeFile,
+                  CC_CALLING(std::string(from.IsReadOnly() ? "read-only" : "writable")),
+                  "writable; from",
+                  {{"access", {freeFrom}},
+                   {"access", {readOnly}, {}, EACCES},
+                   {"access", {readOnly}, {}, EROFS}}),
+        Operation("CalculateFreeSpace", MakeFile,
+                  CC_CALLING(std::string(CalculateFreeSpace(from) < 0 ? "none" : "some")),
+                  "some; from", {{"statvfs", {Gives("none; from")}}}),
     };
 }
 
@@ -101,31 +79,24 @@ std::vector<Operation> LockAndProbe() {
     // As the kernel cuts the name of a command.
     std::string const command = name.substr(0, 15);
     return {
-        {"InterProcessLock",
-         MakeNothing,
-         Calling([](auto& from, auto&) {
-             InterProcessLock lock(from.Text());
-             return std::string(lock.Lock() ? "locked" : "refused");
-         }),
-         "locked; from",
-         {{"open", {Throws("InterProcessLockCreateError")}},
-          {"setfd", {goesOn}},
-          {"setlk WRLCK", {Gives("refused; from")}},
-          {"setlk UNLCK", {goesOn}},
-          {"close", {goesOn}}}},
-        {"ProcessIdToPath",
-         MakeNothing,
-         Calling([](auto&, auto&) { return PathOfThisProcess(); }),
-         "known;",
-         {{"readlink", {Gives("unknown;")}}}},
+        Operation("InterProcessLock", MakeNothing, Calling([](auto& from, auto&) {
+                      InterProcessLock lock(from.Text());
+                      return std::string(lock.Lock() ? "locked" : "refused");
+                  }),
+                  "locked; from",
+                  {{"open", {Throws("InterProcessLockCreateError")}},
+                   {"setfd", {goesOn}},
+                   {"setlk WRLCK", {Gives("refused; from")}},
+                   {"setlk UNLCK", {goesOn}},
+                   {"close", {goesOn}}}),
+        Operation("ProcessIdToPath", MakeNothing, CC_CALLING(PathOfThisProcess()), "known;",
+                  {{"readlink", {Gives("unknown;")}}}),
         // By the link, without it by the command, which takes three calls more.
-        {"ProcessIdToName",
-         MakeNothing,
-         Calling([](auto&, auto&) { return NameOfThisProcess(); }),
-         name + ", numbers;",
-         {{"readlink", {Gives(command + ", numbers;")}},
-          {"open", {Gives(name + ";")}},
-          {"read", {Gives(name + ";")}},
-          {"close", {goesOn}}}},
+        Operation("ProcessIdToName", MakeNothing, CC_CALLING(NameOfThisProcess()),
+                  name + ", numbers;",
+                  {{"readlink", {Gives(command + ", numbers;")}},
+                   {"open", {Gives(name + ";")}},
+                   {"read", {Gives(name + ";")}},
+                   {"close", {goesOn}}}),
     };
 }

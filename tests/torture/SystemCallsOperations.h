@@ -65,18 +65,30 @@ inline CallFailures operator+(CallFailures left, CallFailures const& right) {
     return left;
 }
 
+// Has a constructor, because an aggregate is not one argument of a list.
 struct Operation {
+    using Run = std::function<std::string(FileLocation const&, FileLocation const&)>;
+
+    Operation(std::string itsName, void (*itsPreparation)(std::string const&), Run itself,
+              std::string itsResult, CallFailures itsFailures, int errorOfRenames = 0)
+        : name(std::move(itsName)),
+          prepare(itsPreparation),
+          run(std::move(itself)),
+          result(std::move(itsResult)),
+          failures(std::move(itsFailures)),
+          renameError(errorOfRenames) {}
+
     std::string name;
     // Makes what the operation needs in the directory of the test.
     void (*prepare)(std::string const& directory);
-    // Takes "from" and "to" in that directory. Yields what the operation returned, if anything.
-    std::function<std::string(FileLocation const&, FileLocation const&)> run;
-    // What `run` yields without a fault, a semicolon, and all entries of the directory then,
+    // Takes "from" and "to" in that directory. Returns what the operation returned, if anything.
+    Run run;
+    // What `run` returns without a fault, a semicolon, and all entries of the directory then,
     // sorted, each with a space in front.
     std::string result;
     CallFailures failures;
     // Thrown by each rename, which is not to be tried: the two are on different file systems.
-    int renameError = 0;
+    int renameError;
 };
 
 // An operation on "from", or from there to "to", with or without a result.
@@ -86,14 +98,20 @@ auto Calling(Run run) {
         if constexpr (std::is_invocable_v<Run, FileLocation const&>) {
             run(from);
             return {};
-        } else if constexpr (std::is_void_v<decltype(run(from, to))>) {
+        } else if constexpr (std::is_same_v<decltype(run(from, to)), std::string>) {
+            return run(from, to);
+        } else {
             run(from, to);
             return {};
-        } else {
-            return run(from, to);
         }
     };
 }
+
+// The same from an expression of `from` and `to`.
+#define CC_CALLING(...)                                                              \
+    Calling([]([[maybe_unused]] auto const& from, [[maybe_unused]] auto const& to) { \
+        return __VA_ARGS__;                                                          \
+    })
 
 // The parts of the table.
 std::vector<Operation> OpenFiles();

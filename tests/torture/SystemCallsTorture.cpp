@@ -15,11 +15,10 @@
 #include <tuple>
 #include <vector>
 
-#include <fcntl.h>
-
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"
 #include "tests/files/Thrown.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/torture/Cells.h"
 #include "tests/torture/ErrorNumbers.h"
@@ -97,14 +96,6 @@ std::string Relative(std::string text, std::string const& place) {
     return text;
 }
 
-std::set<int> OpenDescriptors() {
-    std::set<int> open;
-    for (int descriptor = 0; descriptor < 256; ++descriptor)
-        if (fcntl(descriptor, F_GETFD) != -1)
-            open.insert(descriptor);
-    return open;
-}
-
 std::string NameOfCall(std::string const& text) { return text.substr(0, text.find(' ')); }
 
 // What an operation came to, and the calls that it made.
@@ -130,7 +121,7 @@ Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> c
     FileLocation const to = MakeFileLocation((place + "/to").c_str());
     bool const hadSource = fs::exists(place + "/from");
     RecordedSleeps const noSleeps;
-    std::set<int> const before = OpenDescriptors();
+    long const before = CountOpenDescriptors();
     Run run;
     std::string result;
     {
@@ -145,7 +136,7 @@ Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> c
     if (run.came == "nothing")
         run.came = "gives " + result + Listing(place);
     run.came = Relative(run.came, place);
-    EXPECT_EQ(before, OpenDescriptors()) << "a descriptor is lost";
+    EXPECT_EQ(before, CountOpenDescriptors()) << "a descriptor is lost";
     ExpectNothingLost(place, hadSource);
     return run;
 }
