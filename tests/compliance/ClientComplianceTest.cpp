@@ -8,10 +8,11 @@
 
 #include "compliance/InterProcessLock.h"
 #include "data/DebuggableException.h"
+#include "tests/compliance/Records.h"
 
 namespace {
 
-TEST(ClientComplianceTest, TypesHaveTheirNumbersAndTexts) {
+TEST(ClientComplianceTest, TypesAndStatesHaveFixedNumbersAndTexts) {
     EXPECT_EQ(0, ClientComplianceOpen);
     EXPECT_EQ(1, ClientComplianceClose);
     EXPECT_EQ(2, ClientComplianceProgress);
@@ -19,98 +20,50 @@ TEST(ClientComplianceTest, TypesHaveTheirNumbersAndTexts) {
     EXPECT_STREQ("Open", xDatClientComplianceTypeOpen);
     EXPECT_STREQ("Close", xDatClientComplianceTypeClose);
     EXPECT_STREQ("Progress", xDatClientComplianceTypeProgress);
-}
-
-TEST(ClientComplianceTest, StatesHaveTheirNumbers) {
     EXPECT_EQ(1, ClientComplianceStateFinished);
     EXPECT_EQ(2, ClientComplianceStateError);
     EXPECT_EQ(3, ClientComplianceStateInProgress);
 }
 
-TEST(ClientComplianceTest, OpenRequestCarriesAllThatWasGiven) {
-    ClientComplianceRequest const request = CreateComplianceRequestOpen("u", "d", 0xFFFFFFFFU);
-    EXPECT_EQ(ClientComplianceOpen, request.type);
-    EXPECT_EQ("u", request.url);
-    EXPECT_EQ("d", request.doc);
-    EXPECT_EQ(0xFFFFFFFFU, request.flags);
+TEST(ClientComplianceTest, OnlyOpenRequestsHaveTextsAndFlags) {
+    EXPECT_EQ(RequestFields(ClientComplianceOpen, "u", "d", 0xFFFFFFFFU),
+              FieldsOf(CreateComplianceRequestOpen("u", "d", 0xFFFFFFFFU)));
+    EXPECT_EQ(RequestFields(ClientComplianceOpen, "", "", 0),
+              FieldsOf(CreateComplianceRequestOpen(nullptr, nullptr, 0)));
+    EXPECT_EQ(RequestFields(ClientComplianceClose, "", "", 0),
+              FieldsOf(CreateComplianceRequestClose()));
+    EXPECT_EQ(RequestFields(ClientComplianceProgress, "", "", 0),
+              FieldsOf(CreateComplianceRequestProgress()));
 }
 
-TEST(ClientComplianceTest, OpenRequestTakesNullAsEmptyText) {
-    ClientComplianceRequest const request = CreateComplianceRequestOpen(nullptr, nullptr, 0);
-    EXPECT_EQ("", request.url);
-    EXPECT_EQ("", request.doc);
+TEST(ClientComplianceTest, RowTakesItsTextsInOrderAndNullAsEmpty) {
+    EXPECT_EQ((RowTexts{"a", "b", "c", "d", "e", "f"}),
+              TextsOf(ClientComplianceResponseItem("a", "b", "c", "d", "e", "f")));
+    EXPECT_EQ(RowTexts(), TextsOf(ClientComplianceResponseItem(nullptr, nullptr, nullptr, nullptr,
+                                                               nullptr, nullptr)));
 }
 
-TEST(ClientComplianceTest, CloseAndProgressRequestsAreEmptyButForTheirType) {
-    for (ClientComplianceRequest const& request :
-         {CreateComplianceRequestClose(), CreateComplianceRequestProgress()}) {
-        EXPECT_EQ("", request.url);
-        EXPECT_EQ("", request.doc);
-        EXPECT_EQ(0U, request.flags);
-    }
-    EXPECT_EQ(ClientComplianceClose, CreateComplianceRequestClose().type);
-    EXPECT_EQ(ClientComplianceProgress, CreateComplianceRequestProgress().type);
-}
-
-TEST(ClientComplianceTest, RowOfSixNullsHasSixEmptyPrintableTexts) {
-    ClientComplianceResponseItem const row(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    EXPECT_STREQ("", row.designator.c_str());
-    EXPECT_STREQ("", row.result.c_str());
-    EXPECT_STREQ("", row.resultType.c_str());
-    EXPECT_STREQ("", row.evaluationTime.c_str());
-    EXPECT_STREQ("", row.description.c_str());
-    EXPECT_STREQ("", row.comment.c_str());
-}
-
-TEST(ClientComplianceTest, RowTakesItsTextsInOrder) {
-    ClientComplianceResponseItem const row("a", "b", "c", "d", "e", "f");
-    EXPECT_EQ("a", row.designator);
-    EXPECT_EQ("b", row.result);
-    EXPECT_EQ("c", row.resultType);
-    EXPECT_EQ("d", row.evaluationTime);
-    EXPECT_EQ("e", row.description);
-    EXPECT_EQ("f", row.comment);
-}
-
-TEST(ClientComplianceTest, NewResponseCountsAsErrorZero) {
-    ClientComplianceResponse const response(ClientComplianceClose);
-    EXPECT_EQ(ClientComplianceClose, response.type);
-    EXPECT_EQ(0U, response.GetComplianceCount());
-    EXPECT_EQ(0, response.error);
-    EXPECT_EQ(0, response.percent);
-    EXPECT_EQ(2, response.state);
+TEST(ClientComplianceTest, NewResponseIsInErrorStateZero) {
+    EXPECT_EQ(EmptyResponse(ClientComplianceClose),
+              FieldsOf(ClientComplianceResponse(ClientComplianceClose)));
 }
 
 TEST(ClientComplianceTest, ResetMakesAnyTypeProgressAndKeepsTheStorage) {
-    ClientComplianceResponse response(ClientComplianceClose);
-    for (int row = 0; row < 9; ++row)
-        response.Add("a", "b", "c", "d", "e", "f");
-    response.error = 5;
-    response.percent = 6;
-    response.state = 1;
+    ClientComplianceResponse response =
+        MakeResponse({ClientComplianceClose, 1, 5, 6, std::vector<RowTexts>(9)});
     auto const capacity = response.items.capacity();
-
     response.Reset();
-
-    EXPECT_EQ(ClientComplianceProgress, response.type);
-    EXPECT_EQ(0U, response.GetComplianceCount());
+    EXPECT_EQ(EmptyResponse(ClientComplianceProgress), FieldsOf(response));
     EXPECT_EQ(capacity, response.items.capacity());
-    EXPECT_EQ(0, response.error);
-    EXPECT_EQ(0, response.percent);
-    EXPECT_EQ(2, response.state);
 }
 
 TEST(ClientComplianceTest, BothFormsOfAddAppendAtTheEnd) {
     ClientComplianceResponse response(ClientComplianceProgress);
-    ClientComplianceResponseItem const row("1", "2", "3", "4", "5", "6");
-    response.Add(row);
+    response.Add(ClientComplianceResponseItem("1", "2", "3", "4", "5", "6"));
     response.Add("a", nullptr, "c", "d", "e", "f");
-    ASSERT_EQ(2U, response.GetComplianceCount());
-    EXPECT_EQ("1", response[0].designator);
-    EXPECT_EQ("6", response[0].comment);
-    EXPECT_EQ("a", response[1].designator);
-    EXPECT_EQ("", response[1].result);
-    EXPECT_EQ("f", response[1].comment);
+    EXPECT_EQ(ResponseFields(ClientComplianceProgress, 2, 0, 0,
+                             {{"1", "2", "3", "4", "5", "6"}, {"a", "", "c", "d", "e", "f"}}),
+              FieldsOf(response));
 }
 
 TEST(ClientComplianceTest, AddOfAnOwnRowSurvivesTheGrowthOfTheArray) {
@@ -121,40 +74,20 @@ TEST(ClientComplianceTest, AddOfAnOwnRowSurvivesTheGrowthOfTheArray) {
     EXPECT_EQ(response[0].designator, response[20].designator);
 }
 
-// Only a handler for all exceptions, or for the very class, is to stop these.
-TEST(ClientComplianceTest, ExceptionsOfTheExchangeAreEmptyAndHaveNoBase) {
-    EXPECT_TRUE(std::is_empty_v<ClientComplianceRequestIOWriteFailure>);
-    EXPECT_TRUE(std::is_empty_v<ClientComplianceResponseIOWriteFailure>);
-    EXPECT_TRUE(std::is_empty_v<ClientComplianceResponseReadFailure>);
-    EXPECT_TRUE(std::is_empty_v<ClientComplianceResponseBadDocumentType>);
-    EXPECT_TRUE(std::is_empty_v<ClientComplianceResponseTypeFailure>);
-    EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceRequestIOWriteFailure>));
-    EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseIOWriteFailure>));
-    EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseReadFailure>));
-    EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseBadDocumentType>));
-    EXPECT_FALSE((std::is_base_of_v<std::exception, ClientComplianceResponseTypeFailure>));
-}
+template <typename Exception>
+class ExchangeExceptionTest : public testing::Test {};
 
-template <class Exception>
-std::string HandlerThatStops() {
-    try {
-        throw Exception();
-    } catch (DebuggableException const&) {
-        return "DebuggableException";
-    } catch (std::exception const&) {
-        return "std::exception";
-    } catch (...) {
-        return "all";
-    }
-}
+using ExchangeExceptions =
+    testing::Types<InterProcessLockCreateError, ClientComplianceRequestIOWriteFailure,
+                   ClientComplianceResponseIOWriteFailure, ClientComplianceResponseReadFailure,
+                   ClientComplianceResponseBadDocumentType, ClientComplianceResponseTypeFailure>;
+TYPED_TEST_SUITE(ExchangeExceptionTest, ExchangeExceptions);
 
-TEST(ClientComplianceTest, HandlersOfBothRootsLetTheExceptionsOfTheExchangePass) {
-    EXPECT_EQ("all", HandlerThatStops<InterProcessLockCreateError>());
-    EXPECT_EQ("all", HandlerThatStops<ClientComplianceRequestIOWriteFailure>());
-    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseIOWriteFailure>());
-    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseReadFailure>());
-    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseTypeFailure>());
-    EXPECT_EQ("all", HandlerThatStops<ClientComplianceResponseBadDocumentType>());
+// So only a handler for all exceptions, or for the very class, catches it.
+TYPED_TEST(ExchangeExceptionTest, IsEmptyAndHasNoBaseClass) {
+    EXPECT_TRUE(std::is_empty_v<TypeParam>);
+    EXPECT_FALSE((std::is_base_of_v<std::exception, TypeParam>));
+    EXPECT_FALSE((std::is_base_of_v<DebuggableException, TypeParam>));
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// The rules of the five functions, with everything below them replaced by what a test wants it to
-// answer. The real road is taken by the tests in tests/system.
+// The rules of the five functions. What they call is replaced. tests/system runs them as a whole.
 #include "compliance/Compliance.h"
 
 #include <new>
@@ -13,11 +12,12 @@
 #include "compliance/ComplianceState.h"
 #include "compliance/ExchangeLoop.h"
 #include "compliance/RequestDocument.h"
+#include "tests/compliance/Records.h"
 
 namespace {
 
-// What the parts below answer, and the calls that reached them.
-struct Below {
+// What the replaced functions return, and what they were called with.
+struct World {
     bool lockIsFree = true;
     int installed = 0;
     bool running = true;
@@ -27,10 +27,12 @@ struct Below {
     int exchange = 0;
     bool exchangeThrows = false;
     ClientComplianceResponse answer{ClientComplianceProgress};
-    std::vector<std::string> calls;
-    ClientComplianceRequest request{ClientComplianceClose, "-", "-", 99};
-    ClientComplianceResponse given{ClientComplianceClose}; // as the exchange found it
-} below;
+
+    bool isLocked = false;
+    int exchanges = 0;
+    RequestFields request;
+    ResponseFields before; // the response as the exchange found it
+} world;
 
 } // namespace
 
@@ -38,367 +40,281 @@ ClientComplianceLock& ClientComplianceLock::The() {
     static ClientComplianceLock lock;
     return lock;
 }
-bool ClientComplianceLock::Lock() noexcept {
-    below.calls.push_back("lock");
-    return below.lockIsFree;
-}
-void ClientComplianceLock::Unlock() noexcept { below.calls.push_back("unlock"); }
+bool ClientComplianceLock::Lock() noexcept { return world.isLocked = world.lockIsFree; }
+void ClientComplianceLock::Unlock() noexcept { world.isLocked = false; }
 ClientComplianceLock::~ClientComplianceLock() = default;
 
 int UnixPlatform::IsInstalled() {
-    below.calls.push_back("installed");
-    if (below.presenceThrows)
+    EXPECT_TRUE(world.isLocked);
+    if (world.presenceThrows)
         throw std::bad_alloc();
-    return below.installed;
+    return world.installed;
 }
-bool UnixPlatform::IsRunning() {
-    below.calls.push_back("running");
-    return below.running;
-}
-bool UnixPlatform::IsConfigured() {
-    below.calls.push_back("configured");
-    return below.configured;
-}
+bool UnixPlatform::IsRunning() { return world.running; }
+bool UnixPlatform::IsConfigured() { return world.configured; }
 bool ClientComplianceRequestExists() {
-    below.calls.push_back("pending");
-    return below.pending;
+    EXPECT_TRUE(world.isLocked);
+    return world.pending;
 }
 int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response) {
-    below.calls.push_back("exchange");
-    below.request = request;
-    below.given = response;
-    if (below.exchangeThrows)
+    EXPECT_TRUE(world.isLocked);
+    ++world.exchanges;
+    world.request = FieldsOf(request);
+    world.before = FieldsOf(response);
+    if (world.exchangeThrows)
         throw 1;
-    if (below.exchange == 0)
-        response = below.answer;
-    return below.exchange;
+    if (world.exchange == 0)
+        response = world.answer;
+    return world.exchange;
 }
 
 namespace {
 
-using Calls = std::vector<std::string>;
+enum class State { closed, open, finished };
 
 class ComplianceTest : public testing::Test {
 protected:
-    void SetUp() override { below = Below(); }
+    ComplianceTest() { world = World(); }
 
-    // The state is the process's, so a case leaves it as it was at the start.
-    void TearDown() override {
+    // The state is that of the process.
+    ~ComplianceTest() override {
         iOwnLock = false;
         iHaveResponse = false;
         iResponse.Reset();
     }
 
-    // What has been called since the last look.
-    static Calls TakeCalls() {
-        Calls calls;
-        calls.swap(below.calls);
-        return calls;
-    }
-
-    static void Open() {
-        ASSERT_EQ(0, COMPLIANCE_Open("url", "doc", 7));
-        TakeCalls();
-    }
-
-    static void OpenAndFinish(std::size_t rows) {
-        Open();
-        below.answer.state = 1;
-        for (std::size_t row = 0; row < rows; ++row) {
-            std::string const n = std::to_string(row);
-            below.answer.Add(("d" + n).c_str(), ("r" + n).c_str(), ("t" + n).c_str(),
-                             ("e" + n).c_str(), ("i" + n).c_str(), ("c" + n).c_str());
+    static void ExpectState(State state) {
+        EXPECT_EQ(state != State::closed, iOwnLock);
+        EXPECT_EQ(state != State::closed, world.isLocked);
+        EXPECT_EQ(state == State::finished, iHaveResponse);
+        EXPECT_EQ(state == State::finished, COMPLIANCE_ResultCount() >= 0);
+        if (state == State::closed) {
+            EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close());
+            EXPECT_EQ(0U, iResponse.GetComplianceCount());
         }
-        ASSERT_EQ(1, COMPLIANCE_Progress(&percent, &error));
-        TakeCalls();
     }
 
-    static inline int percent = 1234;
-    static inline int error = 5678;
+    // Expects the result, and of the two variables only the given changes.
+    static void ExpectProgress(int code, int newPercent = 1234, int newError = 5678) {
+        int percent = 1234;
+        int error = 5678;
+        EXPECT_EQ(code, COMPLIANCE_Progress(&percent, &error));
+        EXPECT_EQ(newPercent, percent);
+        EXPECT_EQ(newError, error);
+    }
+
+    // Expects an error, and that no text is stored.
+    static void ExpectNoRow(int code, unsigned int index) {
+        char const* text = "untouched";
+        EXPECT_EQ(code, COMPLIANCE_IndexedValue(index, &text, &text, &text, &text, &text, &text));
+        EXPECT_STREQ("untouched", text);
+    }
+
+    static void Open() { ASSERT_EQ(0, COMPLIANCE_Open("url", "doc", 7)); }
+
+    static void OpenAndFinish(std::vector<RowTexts> const& rows = {}) {
+        Open();
+        world.answer = MakeResponse({ClientComplianceProgress, 1, 0, 0, rows});
+        ExpectProgress(1);
+    }
 };
 
-TEST_F(ComplianceTest, StateStartsClosed) {
-    EXPECT_FALSE(iOwnLock);
-    EXPECT_FALSE(iHaveResponse);
-    EXPECT_EQ(ClientComplianceProgress, iResponse.type);
-    EXPECT_EQ(2, iResponse.state);
+TEST_F(ComplianceTest, IsClosedAtFirst) {
+    ExpectState(State::closed);
+    EXPECT_EQ(EmptyResponse(ClientComplianceProgress), FieldsOf(iResponse));
 }
 
-TEST_F(ComplianceTest, OpenAsksInOrderAndKeepsTheLock) {
+TEST_F(ComplianceTest, OpenSendsItsArgumentsAndForgetsAnEarlierResult) {
+    iHaveResponse = true;
     EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 15));
-    EXPECT_EQ((Calls{"lock", "installed", "running", "configured", "pending", "exchange"}),
-              below.calls);
-    EXPECT_TRUE(iOwnLock);
-    EXPECT_FALSE(iHaveResponse);
-    EXPECT_EQ(ClientComplianceOpen, below.request.type);
-    EXPECT_EQ("u", below.request.url);
-    EXPECT_EQ("d", below.request.doc);
-    EXPECT_EQ(15U, below.request.flags);
-    EXPECT_EQ(ClientComplianceOpen, below.given.type);
-}
-
-TEST_F(ComplianceTest, OpenTakesNullAsEmptyTextAndAnyFlags) {
+    ExpectState(State::open);
+    EXPECT_EQ(RequestFields(ClientComplianceOpen, "u", "d", 15), world.request);
+    EXPECT_EQ(EmptyResponse(ClientComplianceOpen), world.before);
+    EXPECT_EQ(0, COMPLIANCE_Close());
     EXPECT_EQ(0, COMPLIANCE_Open(nullptr, nullptr, 0xFFFFFFFFU));
-    EXPECT_EQ("", below.request.url);
-    EXPECT_EQ("", below.request.doc);
-    EXPECT_EQ(0xFFFFFFFFU, below.request.flags);
+    EXPECT_EQ(RequestFields(ClientComplianceOpen, "", "", 0xFFFFFFFFU), world.request);
 }
 
-TEST_F(ComplianceTest, RefusedLockChangesNothingElse) {
-    below.lockIsFree = false;
-    EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_EQ(Calls{"lock"}, below.calls);
-    EXPECT_FALSE(iOwnLock);
-}
-
-TEST_F(ComplianceTest, EachRefusalReleasesTheLock) {
-    struct Case {
+// Each subset of the reasons to refuse.
+TEST_F(ComplianceTest, FirstReasonToRefuseIsReturnedWithoutALock) {
+    struct Reason {
         int code;
-        void (*refuse)();
-        Calls calls;
+        void (*apply)();
     };
-    Case const cases[] = {
-        {-1, [] { below.installed = -1; }, {"lock", "installed", "unlock"}},
-        {-2, [] { below.running = false; }, {"lock", "installed", "running", "unlock"}},
-        {-4,
-         [] { below.configured = false; },
-         {"lock", "installed", "running", "configured", "unlock"}},
-        {-5,
-         [] { below.pending = true; },
-         {"lock", "installed", "running", "configured", "pending", "unlock"}},
-        {-17,
-         [] { below.exchange = -17; },
-         {"lock", "installed", "running", "configured", "pending", "exchange", "unlock"}},
-    };
-    for (Case const& refusal : cases) {
-        below = Below();
-        refusal.refuse();
-        EXPECT_EQ(refusal.code, COMPLIANCE_Open("u", "d", 0));
-        EXPECT_EQ(refusal.calls, below.calls) << refusal.code;
-        EXPECT_FALSE(iOwnLock) << refusal.code;
-        EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close()) << refusal.code;
+    Reason const reasons[] = {{-6,
+                               [] {
+                                   world.lockIsFree = false;
+                               }},
+                              {-1,
+                               [] {
+                                   world.installed = -1;
+                               }},
+                              {-2,
+                               [] {
+                                   world.running = false;
+                               }},
+                              {-4,
+                               [] {
+                                   world.configured = false;
+                               }},
+                              {-5,
+                               [] {
+                                   world.pending = true;
+                               }},
+                              {-17, [] {
+                                   world.exchange = -17;
+                               }}};
+    for (unsigned int subset = 1; subset < 1U << std::size(reasons); ++subset) {
+        world = World();
+        int first = 0;
+        for (unsigned int i = 0; i < std::size(reasons); ++i)
+            if ((subset >> i & 1) != 0) {
+                reasons[i].apply();
+                first = first == 0 ? reasons[i].code : first;
+            }
+        EXPECT_EQ(first, COMPLIANCE_Open("u", "d", 0)) << subset;
+        EXPECT_EQ(first == -17 ? 1 : 0, world.exchanges) << subset;
+        ExpectState(State::closed);
     }
 }
 
-TEST_F(ComplianceTest, NegativeAnswerOfTheFirstCheckIsHandedThrough) {
-    below.installed = -77;
+// The first check and the exchange return no positive number. Only a negative one is a refusal.
+TEST_F(ComplianceTest, OnlyANegativeResultReleasesTheLock) {
+    world.running = world.configured = false;
+    world.pending = true;
+    world.installed = -77;
     EXPECT_EQ(-77, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_FALSE(iOwnLock);
-}
-
-TEST_F(ComplianceTest, PositiveAnswerOfTheFirstCheckSkipsTheOthers) {
-    below.installed = 1;
-    below.running = false;
-    below.pending = true;
-    EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_EQ((Calls{"lock", "installed", "exchange"}), below.calls);
-    EXPECT_TRUE(iOwnLock);
-}
-
-// None of the exchange's codes is positive; the lock goes only with a negative one.
-TEST_F(ComplianceTest, PositiveCodeOfTheExchangeIsHandedThroughWithTheLockHeld) {
-    below.exchange = 5;
+    ExpectState(State::closed);
+    world.installed = 1; // Skips the other checks.
+    world.exchange = 5;
     EXPECT_EQ(5, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_TRUE(iOwnLock);
-    EXPECT_EQ("exchange", below.calls.back());
-}
-
-TEST_F(ComplianceTest, OpenForgetsAnEarlierResult) {
-    iHaveResponse = true;
-    EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_FALSE(iHaveResponse);
+    EXPECT_EQ(1, world.exchanges);
+    ExpectState(State::open);
 }
 
 TEST_F(ComplianceTest, SecondOpenIsRefusedAndTheFirstStaysOpen) {
     Open();
     EXPECT_EQ(COMPLIANCE_ERROR_ALREADY_OPEN, COMPLIANCE_Open("u2", "d2", 0));
-    EXPECT_EQ(Calls{}, below.calls);
-    EXPECT_TRUE(iOwnLock);
-    EXPECT_EQ(0, COMPLIANCE_Close());
+    EXPECT_EQ(1, world.exchanges);
+    ExpectState(State::open);
 }
 
-// The one exception that a caller can meet; the header tells of it.
-TEST_F(ComplianceTest, ExhaustedMemoryBeforeTheExchangeLeavesOpenWithTheLockHeld) {
-    below.presenceThrows = true;
+// The one exception that a caller can meet.
+TEST_F(ComplianceTest, ExhaustedMemoryBeforeTheExchangeLeavesItOpen) {
+    world.presenceThrows = true;
     EXPECT_THROW(COMPLIANCE_Open("u", "d", 0), std::bad_alloc);
-    EXPECT_TRUE(iOwnLock);
-    EXPECT_EQ((Calls{"lock", "installed"}), TakeCalls());
+    EXPECT_EQ(0, world.exchanges);
+    ExpectState(State::open);
     EXPECT_EQ(0, COMPLIANCE_Close());
-    EXPECT_EQ((Calls{"exchange", "unlock"}), below.calls);
-    EXPECT_FALSE(iOwnLock);
+    ExpectState(State::closed);
 }
 
-TEST_F(ComplianceTest, ProgressAndCloseWithoutOpenGiveTheLockCode) {
-    EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Progress(&percent, &error));
+TEST_F(ComplianceTest, ProgressAndCloseNeedAnOpenEvaluation) {
+    ExpectProgress(COMPLIANCE_ERROR_LOCK);
     EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close());
-    EXPECT_EQ(Calls{}, below.calls);
+    EXPECT_EQ(0, world.exchanges);
 }
 
-TEST_F(ComplianceTest, ProgressSendsAProgressRequestWithAWipedResponse) {
+TEST_F(ComplianceTest, ProgressSendsItsRequestWithAnEmptyResponse) {
     Open();
-    iResponse.Add("old", "", "", "", "", "");
-    iResponse.error = 9;
-    iResponse.type = ClientComplianceClose;
-    below.answer.state = 3;
-    EXPECT_EQ(3, COMPLIANCE_Progress(&percent, &error));
-    EXPECT_EQ(ClientComplianceProgress, below.request.type);
-    EXPECT_EQ("", below.request.url);
-    EXPECT_EQ(0U, below.request.flags);
-    EXPECT_EQ(ClientComplianceProgress, below.given.type);
-    EXPECT_EQ(0U, below.given.GetComplianceCount());
-    EXPECT_EQ(0, below.given.error);
+    iResponse = MakeResponse({ClientComplianceClose, 1, 9, 9, {{"old", "", "", "", "", ""}}});
+    world.answer.state = 3;
+    ExpectProgress(3, 0);
+    EXPECT_EQ(RequestFields(ClientComplianceProgress, "", "", 0), world.request);
+    EXPECT_EQ(EmptyResponse(ClientComplianceProgress), world.before);
 }
 
 TEST_F(ComplianceTest, ProgressWritesOnlyTheVariableOfItsState) {
     Open();
-    for (int value : {-2147483647 - 1, -22, 0, 50, 100, 101, 2147483647}) {
-        below.answer.error = value;
-        below.answer.percent = value;
-
-        percent = error = 4321;
-        below.answer.state = 2;
-        EXPECT_EQ(2, COMPLIANCE_Progress(&percent, &error));
-        EXPECT_EQ(value, error);
-        EXPECT_EQ(4321, percent);
-
-        percent = error = 4321;
-        below.answer.state = 3;
-        EXPECT_EQ(3, COMPLIANCE_Progress(&percent, &error));
-        EXPECT_EQ(value, percent);
-        EXPECT_EQ(4321, error);
+    for (int const value : {-2147483647 - 1, -22, 0, 50, 100, 101, 2147483647}) {
+        world.answer.error = world.answer.percent = value;
+        world.answer.state = 2;
+        ExpectProgress(2, 1234, value);
+        world.answer.state = 3;
+        ExpectProgress(3, value);
     }
-    percent = error = 4321;
-    below.answer.state = 1;
-    EXPECT_EQ(1, COMPLIANCE_Progress(&percent, &error));
-    EXPECT_EQ(4321, percent);
-    EXPECT_EQ(4321, error);
+    world.answer.state = 1;
+    ExpectProgress(1);
 }
 
-TEST_F(ComplianceTest, UnknownStateIsABadResponseAndTheEvaluationStaysOpen) {
+TEST_F(ComplianceTest, EvaluationStaysOpenUntilItIsFinished) {
     Open();
-    for (int state : {0, 4, -1, 2147483647}) {
-        below.answer.state = state;
-        percent = error = 4321;
-        EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, COMPLIANCE_Progress(&percent, &error)) << state;
-        EXPECT_EQ(4321, percent);
-        EXPECT_EQ(4321, error);
-        EXPECT_TRUE(iOwnLock);
-        EXPECT_FALSE(iHaveResponse);
+    world.answer.Add("a", "b", "c", "d", "e", "f");
+    for (int const state : {0, 2, 3, 4, -1, 2147483647}) {
+        world.answer.state = state;
+        bool const isKnown = state == 2 || state == 3;
+        ExpectProgress(isKnown ? state : COMPLIANCE_ERROR_BAD_RESPONSE, state == 3 ? 0 : 1234,
+                       state == 2 ? 0 : 5678);
+        EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount()) << state;
+        ExpectNoRow(COMPLIANCE_ERROR_NO_RESULTS, 0);
+        ExpectState(State::open);
     }
-    below.answer.state = 1;
-    EXPECT_EQ(1, COMPLIANCE_Progress(&percent, &error));
+    for (int const code : {-3, -7, -16, -17, 5}) {
+        world.exchange = code;
+        ExpectProgress(code);
+        ExpectState(State::open);
+    }
+    world.exchange = 0;
+    world.answer.state = 1;
+    ExpectProgress(1);
+    ExpectState(State::finished);
 }
 
-TEST_F(ComplianceTest, CodeOfTheExchangeIsReturnedAndTheEvaluationStaysOpen) {
+TEST_F(ComplianceTest, ExceptionInAnExchangeIsAnInternalError) {
     Open();
-    for (int code : {-3, -7, -16, -17, 5}) {
-        below.exchange = code;
-        EXPECT_EQ(code, COMPLIANCE_Progress(&percent, &error));
-        EXPECT_TRUE(iOwnLock);
-        EXPECT_EQ(Calls{"exchange"}, TakeCalls());
-    }
-}
-
-TEST_F(ComplianceTest, ExceptionWhileAskingIsAnInternalError) {
-    Open();
-    below.exchangeThrows = true;
-    EXPECT_EQ(COMPLIANCE_ERROR_INTERNAL, COMPLIANCE_Progress(&percent, &error));
-    EXPECT_TRUE(iOwnLock);
+    world.exchangeThrows = true;
+    ExpectProgress(COMPLIANCE_ERROR_INTERNAL);
+    ExpectState(State::open);
     EXPECT_EQ(COMPLIANCE_ERROR_INTERNAL, COMPLIANCE_Close());
-    EXPECT_FALSE(iOwnLock);
+    ExpectState(State::closed);
 }
 
-TEST_F(ComplianceTest, ProgressAfterTheEndIsFreeAndKeepsTheResults) {
-    OpenAndFinish(2);
-    percent = error = 4321;
-    EXPECT_EQ(1, COMPLIANCE_Progress(&percent, &error));
+TEST_F(ComplianceTest, ProgressOfAFinishedEvaluationMakesNoExchange) {
+    OpenAndFinish({{}, {}});
+    ExpectProgress(1);
     EXPECT_EQ(1, COMPLIANCE_Progress(nullptr, nullptr));
-    EXPECT_EQ(Calls{}, below.calls);
-    EXPECT_EQ(4321, percent);
-    EXPECT_EQ(4321, error);
+    EXPECT_EQ(2, world.exchanges);
     EXPECT_EQ(2, COMPLIANCE_ResultCount());
 }
 
-TEST_F(ComplianceTest, NoResultsBeforeTheFinalState) {
-    char const* text = "untouched";
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
-    Open();
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
-    below.answer.state = 3;
-    below.answer.Add("a", "b", "c", "d", "e", "f");
-    EXPECT_EQ(3, COMPLIANCE_Progress(&percent, &error));
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS,
-              COMPLIANCE_IndexedValue(0, &text, &text, &text, &text, &text, &text));
-    EXPECT_STREQ("untouched", text);
-}
-
-TEST_F(ComplianceTest, RowsAreHandedOutWithoutACopy) {
-    OpenAndFinish(3);
-    EXPECT_EQ(3, COMPLIANCE_ResultCount());
-    char const* d;
-    char const* r;
-    char const* t;
-    char const* e;
-    char const* i;
-    char const* c;
-    ASSERT_EQ(0, COMPLIANCE_IndexedValue(2, &d, &r, &t, &e, &i, &c));
-    EXPECT_STREQ("d2", d);
-    EXPECT_STREQ("r2", r);
-    EXPECT_STREQ("t2", t);
-    EXPECT_STREQ("e2", e);
-    EXPECT_STREQ("i2", i);
-    EXPECT_STREQ("c2", c);
-    EXPECT_EQ(iResponse[2].designator.c_str(), d);
-    EXPECT_EQ(iResponse[2].comment.c_str(), c);
+TEST_F(ComplianceTest, RowsAreReturnedWithoutACopy) {
+    std::vector<RowTexts> const rows{{"1", "2", "3", "4", "5", "6"},
+                                     {"a", "b", "c", "d", "e", "f"}};
+    OpenAndFinish(rows);
+    EXPECT_EQ(2, COMPLIANCE_ResultCount());
+    for (unsigned int row = 0; row < 2; ++row) {
+        char const* texts[6];
+        ASSERT_EQ(0, COMPLIANCE_IndexedValue(row, &texts[0], &texts[1], &texts[2], &texts[3],
+                                             &texts[4], &texts[5]));
+        EXPECT_EQ(rows[row], TextsOf({texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]}));
+        EXPECT_EQ(iResponse[row].designator.c_str(), texts[0]);
+        EXPECT_EQ(iResponse[row].comment.c_str(), texts[5]);
+    }
 }
 
 TEST_F(ComplianceTest, IndexIsComparedUnsignedWithTheCount) {
-    OpenAndFinish(2);
-    char const* text = "untouched";
-    for (unsigned int index : {2U, 3U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU})
-        EXPECT_EQ(COMPLIANCE_ERROR_BAD_INDEX,
-                  COMPLIANCE_IndexedValue(index, &text, &text, &text, &text, &text, &text));
-    EXPECT_STREQ("untouched", text);
+    for (std::size_t const count : {0, 2}) {
+        OpenAndFinish(std::vector<RowTexts>(count));
+        EXPECT_EQ(static_cast<int>(count), COMPLIANCE_ResultCount());
+        for (unsigned int const index : {2U, 3U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU})
+            ExpectNoRow(COMPLIANCE_ERROR_BAD_INDEX, index);
+        EXPECT_EQ(0, COMPLIANCE_Close());
+    }
+    OpenAndFinish();
+    ExpectNoRow(COMPLIANCE_ERROR_BAD_INDEX, 0);
 }
 
-TEST_F(ComplianceTest, CountOfNoRowsIsZero) {
-    OpenAndFinish(0);
-    EXPECT_EQ(0, COMPLIANCE_ResultCount());
-    char const* text = nullptr;
-    EXPECT_EQ(COMPLIANCE_ERROR_BAD_INDEX,
-              COMPLIANCE_IndexedValue(0, &text, &text, &text, &text, &text, &text));
-}
-
-TEST_F(ComplianceTest, CloseSendsACloseRequestThenReleasesEverything) {
-    OpenAndFinish(2);
-    EXPECT_EQ(0, COMPLIANCE_Close());
-    EXPECT_EQ((Calls{"exchange", "unlock"}), below.calls);
-    EXPECT_EQ(ClientComplianceClose, below.request.type);
-    EXPECT_EQ("", below.request.url);
-    EXPECT_EQ(ClientComplianceClose, below.given.type);
-    EXPECT_FALSE(iOwnLock);
-    EXPECT_FALSE(iHaveResponse);
-    EXPECT_EQ(0U, iResponse.GetComplianceCount());
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
-    EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close());
-}
-
-TEST_F(ComplianceTest, FailedCloseReleasesEverythingAndTellsItsCode) {
-    OpenAndFinish(1);
-    below.exchange = -3;
-    EXPECT_EQ(-3, COMPLIANCE_Close());
-    EXPECT_FALSE(iOwnLock);
-    EXPECT_FALSE(iHaveResponse);
-    EXPECT_EQ(0U, iResponse.GetComplianceCount());
-}
-
-TEST_F(ComplianceTest, NewOpenSucceedsAfterClose) {
-    OpenAndFinish(1);
-    EXPECT_EQ(0, COMPLIANCE_Close());
-    TakeCalls();
-    EXPECT_EQ(0, COMPLIANCE_Open("u", "d", 0));
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
+TEST_F(ComplianceTest, CloseSendsItsRequestAndClosesWhateverItReturns) {
+    for (int const code : {0, -3, -7, -16, -17}) {
+        OpenAndFinish({{}, {}});
+        world.exchange = code;
+        EXPECT_EQ(code, COMPLIANCE_Close());
+        EXPECT_EQ(RequestFields(ClientComplianceClose, "", "", 0), world.request);
+        EXPECT_EQ(EmptyResponse(ClientComplianceClose), world.before);
+        EXPECT_EQ(COMPLIANCE_ERROR_NO_RESULTS, COMPLIANCE_ResultCount());
+        ExpectState(State::closed);
+        world.exchange = 0;
+    }
 }
 
 } // namespace

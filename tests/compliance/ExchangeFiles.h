@@ -1,12 +1,14 @@
-// What the tests of the exchange share: its machine, raw access to its files, and random texts.
+// The files of the exchange, and random texts for them.
 #pragma once
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tests/files/Files.h"
 #include "tests/support/PrivateMachine.h"
 
 namespace ExchangeFiles {
@@ -18,26 +20,15 @@ inline char const responseDirectory[] = "/var/opt/VeskaClient/ResponseDir";
 inline char const responseFile[] = "/var/opt/VeskaClient/ResponseDir/response.xml";
 inline char const responseTemporary[] = "/var/opt/VeskaClient/ResponseDir/responseTemp.xml";
 
-// Runs the body on a machine with the agent's directories.
-template <typename Body>
-void OnMachine(Body body) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        body();
-    });
-}
-
-inline void Write(char const* path, std::string const& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::string Read(char const* path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-inline bool Exists(char const* path) {
+inline bool Exists(std::string const& path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+// The file descriptor that the next open returns.
+inline int NextDescriptor() {
+    int const next = open("/dev/null", O_RDONLY);
+    close(next);
+    return next;
 }
 
 // Of every byte value but 0, with those that the documents escape often enough.

@@ -1,67 +1,57 @@
-// The schedule and the verdicts of one exchange, with the documents and the clock replaced by what
-// a test wants of them, so that nothing waits. tests/system goes the real way.
+// The schedule and the results of one exchange. The documents and the clock are replaced, so that
+// nothing waits. tests/system runs the real exchange.
 #include "compliance/ExchangeLoop.h"
 
+#include <algorithm>
+#include <array>
 #include <functional>
 #include <new>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
-#include "compliance/ClientCompliance.h"
 #include "compliance/Compliance.h"
 #include "compliance/RequestDocument.h"
 #include "compliance/ResponseDocument.h"
 #include "files/FileErrors.h"
-#include "files/FileLocation.h"
 #include "files/MilliSecondSleep.h"
+#include "tests/compliance/Records.h"
 
 namespace {
 
-// The world as the exchange meets it. `look` counts from 1.
 struct World {
     std::function<void()> write = [] {
     };
-    std::function<bool(int look)> requestIsThere = [](int) {
-        return false;
+    std::function<bool()> requestExists = [] {
+        return true;
     };
-    std::function<ClientComplianceResponse(int look)> read = [](int) {
-        return ClientComplianceResponse(ClientComplianceProgress);
-    };
+    std::function<ClientComplianceResponse()> read;
     std::function<void()> sleep = [] {
     };
-    int looks = 0;
-    std::vector<std::string> calls;
-    ClientComplianceRequest written{ClientComplianceClose, "", "", 0};
+    // The sum of the sleeps in milliseconds.
+    unsigned int slept = 0;
+    ClientComplianceRequest written{};
 } world;
 
 } // namespace
 
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request) {
-    world.calls.push_back("write");
     world.written = request;
     world.write();
 }
 
-bool ClientComplianceRequestExists() {
-    world.calls.push_back("look");
-    return world.requestIsThere(++world.looks);
-}
+bool ClientComplianceRequestExists() { return world.requestExists(); }
 
-ClientComplianceResponse ClientComplianceResponseIORead() {
-    world.calls.push_back("read");
-    return world.read(world.looks);
-}
+ClientComplianceResponse ClientComplianceResponseIORead() { return world.read(); }
 
 void MilliSecondSleep(unsigned int milliseconds) {
-    world.calls.push_back("sleep " + std::to_string(milliseconds));
+    world.slept += milliseconds;
     world.sleep();
 }
 
 namespace {
 
-using Calls = std::vector<std::string>;
+// The times of the polls, in milliseconds.
+constexpr std::array<unsigned int, 4> pollTimes{1000, 3000, 7000, 10000};
 
 class ExchangeLoopTest : public testing::Test {
 protected:
@@ -69,160 +59,107 @@ protected:
 
     int Exchange() { return ClientComplianceIO(request, response); }
 
-    ClientComplianceRequest request = CreateComplianceRequestProgress();
-    ClientComplianceResponse response{ClientComplianceOpen};
+    ClientComplianceRequest request = CreateComplianceRequestClose();
+    ClientComplianceResponse response =
+        MakeResponse({ClientComplianceOpen, 1, 7, 8, {{"old", "", "", "", "", ""}}});
+    ResponseFields const empty = EmptyResponse(ClientComplianceClose);
 };
 
-TEST_F(ExchangeLoopTest, AnswerAtTheFirstLookTakesOneSecond) {
-    world.read = [](int) {
-        ClientComplianceResponse answer(ClientComplianceClose);
-        answer.Add("d", "r", "t", "e", "i", "c");
-        answer.error = 1;
-        answer.percent = 2;
-        answer.state = 3;
-        return answer;
-    };
-    EXPECT_EQ(0, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000", "look", "read"}), world.calls);
-    EXPECT_EQ(ClientComplianceProgress, world.written.type);
-    // All of it is the agent's, its type too, which nobody compares with the request's.
-    EXPECT_EQ(ClientComplianceClose, response.type);
-    ASSERT_EQ(1U, response.GetComplianceCount());
-    EXPECT_EQ("d", response[0].designator);
-    EXPECT_EQ(1, response.error);
-    EXPECT_EQ(2, response.percent);
-    EXPECT_EQ(3, response.state);
+// What happens at each poll.
+struct Course {
+    std::array<bool, 4> requestExists{};
+    std::array<bool, 4> isReadable{};
+
+    // Of 8 bits.
+    explicit Course(unsigned int bits) {
+        for (std::size_t poll = 0; poll < 4; ++poll) {
+            requestExists[poll] = (bits >> poll & 1) != 0;
+            isReadable[poll] = (bits >> (4 + poll) & 1) != 0;
+        }
+    }
+
+    int Result() const {
+        int code = COMPLIANCE_ERROR_NO_PICKUP;
+        for (std::size_t poll = 0; poll < 4; ++poll)
+            if (!requestExists[poll])
+                code = isReadable[poll] ? 0 : code == 0 ? 0 : COMPLIANCE_ERROR_BAD_RESPONSE;
+        return code;
+    }
+
+    // At the first poll that finds a response, or at the last one.
+    unsigned int End() const {
+        for (std::size_t poll = 0; poll < 4; ++poll)
+            if (!requestExists[poll] && isReadable[poll])
+                return pollTimes[poll];
+        return pollTimes.back();
+    }
+};
+
+std::size_t CurrentPoll() {
+    auto const found = std::ranges::find(pollTimes, world.slept);
+    if (found == pollTimes.end())
+        throw std::logic_error("a poll at " + std::to_string(world.slept));
+    return static_cast<std::size_t>(found - pollTimes.begin());
 }
 
-TEST_F(ExchangeLoopTest, RequestThatStaysGivesNoPickupAfterFourLooks) {
-    world.requestIsThere = [](int) {
-        return true;
-    };
-    EXPECT_EQ(COMPLIANCE_ERROR_NO_PICKUP, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000", "look", "sleep 2000", "look", "sleep 4000", "look",
-                     "sleep 3000", "look"}),
-              world.calls);
+// The type is what the writing of the request or the reading of the response throws.
+template <typename Exception>
+class ExchangeFailureTest : public ExchangeLoopTest {};
+
+using Failures =
+    testing::Types<FileNotFoundError, ClientComplianceRequestIOWriteFailure,
+                   ClientComplianceResponseBadDocumentType, ClientComplianceResponseReadFailure,
+                   ClientComplianceResponseTypeFailure, std::bad_alloc, int>;
+TYPED_TEST_SUITE(ExchangeFailureTest, Failures);
+
+// The fields of the response are those of the agent. Its type is not compared with the request's.
+TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstResponseThatCanBeRead) {
+    ResponseFields const answer{
+        ClientComplianceProgress, 3, 1, 2, {{"d", "r", "t", "e", "i", "c"}}};
+    for (unsigned int bits = 0; bits < 256; ++bits) {
+        Course const course(bits);
+        world.slept = 0;
+        world.requestExists = [&] {
+            return course.requestExists[CurrentPoll()];
+        };
+        world.read = [&] {
+            EXPECT_FALSE(course.requestExists[CurrentPoll()]) << bits;
+            if (!course.isReadable[CurrentPoll()])
+                throw TypeParam();
+            return MakeResponse(answer);
+        };
+        EXPECT_EQ(course.Result(), this->Exchange()) << bits;
+        EXPECT_EQ(course.End(), world.slept) << bits;
+        EXPECT_EQ(course.Result() == 0 ? answer : this->empty, FieldsOf(this->response)) << bits;
+    }
+    EXPECT_EQ(FieldsOf(this->request), FieldsOf(world.written));
 }
 
-TEST_F(ExchangeLoopTest, ResponseIsOverwrittenBeforeAnythingElse) {
-    response.Add("old", "", "", "", "", "");
-    response.error = 7;
-    response.percent = 8;
-    response.state = 1;
-    request.type = ClientComplianceClose;
+TYPED_TEST(ExchangeFailureTest, EndsWithoutASleepIfTheRequestCannotBeWritten) {
     world.write = [] {
-        throw 1;
+        throw TypeParam();
     };
-    EXPECT_EQ(COMPLIANCE_ERROR_REQUEST_WRITE, Exchange());
-    EXPECT_EQ(ClientComplianceClose, response.type);
-    EXPECT_EQ(0U, response.GetComplianceCount());
-    EXPECT_EQ(0, response.error);
-    EXPECT_EQ(0, response.percent);
-    EXPECT_EQ(2, response.state);
+    EXPECT_EQ(COMPLIANCE_ERROR_REQUEST_WRITE, this->Exchange());
+    EXPECT_EQ(0U, world.slept);
+    EXPECT_EQ(this->empty, FieldsOf(this->response));
 }
 
-TEST_F(ExchangeLoopTest, AnyFailureToWriteEndsAtOnceWithoutAWait) {
-    std::function<void()> const failures[] = {
-        [] { throw ClientComplianceRequestIOWriteFailure(); },
-        [] { throw std::bad_alloc(); },
-        [] { throw FileNotFoundError(FileLocation(), 0); },
-        [] { throw 1; },
-    };
-    for (auto const& failure : failures) {
-        world = World();
-        world.write = failure;
-        EXPECT_EQ(COMPLIANCE_ERROR_REQUEST_WRITE, Exchange());
-        EXPECT_EQ(Calls{"write"}, world.calls);
-    }
-}
-
-TEST_F(ExchangeLoopTest, AgentThatTakesTheRequestAtTheEighthSecondIsReadAtTheTenth) {
-    world.requestIsThere = [](int look) {
-        return look < 4;
-    };
-    EXPECT_EQ(0, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000", "look", "sleep 2000", "look", "sleep 4000", "look",
-                     "sleep 3000", "look", "read"}),
-              world.calls);
-}
-
-TEST_F(ExchangeLoopTest, EveryFailureToReadIsTriedAgainAtTheNextLook) {
-    std::function<void()> const failures[] = {
-        [] { throw FileNotFoundError(FileLocation(), 2); },
-        [] { throw ClientComplianceResponseBadDocumentType(); },
-        [] { throw ClientComplianceResponseReadFailure(); },
-        [] { throw ClientComplianceResponseTypeFailure(); },
-        [] { throw std::bad_alloc(); },
-        [] { throw 1; },
-    };
-    for (auto const& failure : failures) {
-        world = World();
-        world.read = [&](int) -> ClientComplianceResponse {
-            failure();
-            return ClientComplianceResponse(ClientComplianceOpen);
+TEST_F(ExchangeLoopTest, FailedPollOrSleepEndsIt) {
+    for (unsigned int const time : pollTimes) {
+        auto const fail = [=] {
+            if (world.slept == time)
+                throw std::bad_alloc();
+            return true;
         };
-        EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, Exchange());
-        EXPECT_EQ((Calls{"write", "sleep 1000", "look", "read", "sleep 2000", "look", "read",
-                         "sleep 4000", "look", "read", "sleep 3000", "look", "read"}),
-                  world.calls);
-    }
-}
-
-TEST_F(ExchangeLoopTest, OneGoodReadMakesUpForEarlierFailures) {
-    for (int good = 2; good <= 4; ++good) {
         world = World();
-        world.read = [&](int look) {
-            if (look < good)
-                throw ClientComplianceResponseReadFailure();
-            return ClientComplianceResponse(ClientComplianceProgress);
-        };
-        EXPECT_EQ(0, Exchange());
-        EXPECT_EQ(good, world.looks);
-    }
-}
-
-TEST_F(ExchangeLoopTest, OneFailedReadAtAnyPollGivesBadResponse) {
-    for (int failing = 1; failing <= 4; ++failing) {
+        world.requestExists = fail;
+        EXPECT_EQ(COMPLIANCE_ERROR_EXCHANGE, Exchange());
+        EXPECT_EQ(time, world.slept);
         world = World();
-        world.requestIsThere = [&](int look) {
-            return look != failing;
-        };
-        world.read = [](int) -> ClientComplianceResponse {
-            throw ClientComplianceResponseReadFailure();
-        };
-        EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, Exchange()) << failing;
-        EXPECT_EQ(4, world.looks);
+        world.sleep = fail;
+        EXPECT_EQ(COMPLIANCE_ERROR_EXCHANGE, Exchange());
+        EXPECT_EQ(time, world.slept);
     }
-}
-
-TEST_F(ExchangeLoopTest, NothingIsReadWhileTheRequestHasReappeared) {
-    world.requestIsThere = [](int look) {
-        return look != 2;
-    };
-    world.read = [](int) -> ClientComplianceResponse {
-        throw 1;
-    };
-    EXPECT_EQ(COMPLIANCE_ERROR_BAD_RESPONSE, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000", "look", "sleep 2000", "look", "read", "sleep 4000",
-                     "look", "sleep 3000", "look"}),
-              world.calls);
-}
-
-TEST_F(ExchangeLoopTest, FailureOfALookOrOfTheSleepEndsTheExchange) {
-    world.requestIsThere = [](int look) -> bool {
-        if (look == 2)
-            throw std::bad_alloc();
-        return true;
-    };
-    EXPECT_EQ(COMPLIANCE_ERROR_EXCHANGE, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000", "look", "sleep 2000", "look"}), world.calls);
-
-    world = World();
-    world.sleep = [] {
-        throw 1;
-    };
-    EXPECT_EQ(COMPLIANCE_ERROR_EXCHANGE, Exchange());
-    EXPECT_EQ((Calls{"write", "sleep 1000"}), world.calls);
 }
 
 } // namespace

@@ -13,15 +13,10 @@ std::string Text(Number value) {
     return FormatToStringPL(value).AsChar();
 }
 
-TEST(FormatToStringPLTest, NegativeNumbersHaveTheirSignAndPositiveOnesNone) {
+TEST(FormatToStringPLTest, NegativeNumbersHaveASignAndPositiveOnesNone) {
     EXPECT_EQ("-22", Text(-22));
-    EXPECT_EQ("22", Text(22));
-    EXPECT_EQ("15", Text(15U));
     EXPECT_EQ("0", Text(0));
-    EXPECT_EQ("0", Text(0U));
-}
-
-TEST(FormatToStringPLTest, BordersAreWhole) {
+    EXPECT_EQ("15", Text(15U));
     EXPECT_EQ("-2147483648", Text(std::numeric_limits<int>::min()));
     EXPECT_EQ("2147483647", Text(std::numeric_limits<int>::max()));
     EXPECT_EQ("4294967295", Text(std::numeric_limits<unsigned int>::max()));

@@ -1,4 +1,4 @@
-// What happens to a host that does what libclientcompliance(3) warns of. The library runs as it
+// Hosts that evaluate twice, or do what libclientcompliance(3) warns of. The library runs as it
 // ships, without replaced system calls.
 #include <gtest/gtest.h>
 
@@ -9,15 +9,15 @@
 #include <unistd.h>
 
 #include "compliance/Compliance.h"
-#include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
 
-using ExchangeFiles::OnMachine;
+int Open() { return COMPLIANCE_Open("url", "doc", 0); }
 
 bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
 
@@ -29,7 +29,7 @@ SANDBOX_TEST(HostTest, CancelledThreadAbortsTheProcess) {
         ASSERT_EQ(0, pthread_create(
                          &thread, nullptr,
                          [](void*) -> void* {
-                             COMPLIANCE_Open("url", "doc", 0);
+                             Open();
                              return nullptr;
                          },
                          nullptr));
@@ -43,12 +43,11 @@ SANDBOX_TEST(HostTest, CancelledThreadAbortsTheProcess) {
 }
 
 SANDBOX_TEST(HostTest, ClosingAllDescriptorsLosesTheLockAndOneOfTheHost) {
-    ScriptedAgent const agent(
-        AgentScript().Answer(AnswerOfType("Open")).Answer(AnswerOfType("Close")));
+    ScriptedAgent const agent(WholeEvaluation({}));
     OtherProcess host([](Handshake& line) {
         int const unused = open("/dev/null", O_RDONLY | O_CLOEXEC);
         close(unused);
-        ASSERT_EQ(0, COMPLIANCE_Open("url", "doc", 0));
+        ASSERT_EQ(0, Open());
         line.Tell();
         line.Await();
         ASSERT_EQ(0, close(unused));
@@ -66,6 +65,27 @@ SANDBOX_TEST(HostTest, ClosingAllDescriptorsLosesTheLockAndOneOfTheHost) {
     EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
     host.Tell();
     EXPECT_EQ(ExitStatus::Exited(0), host.Wait());
+}
+
+SANDBOX_TEST(HostTest, SecondEvaluationSucceedsAfterClose) {
+    ScriptedAgent const agent(WholeEvaluation({}).Answer(OpenAnswer()).Answer(CloseAnswer()));
+    for (int evaluation = 0; evaluation < 2; ++evaluation) {
+        EXPECT_EQ(0, Open());
+        EXPECT_EQ(COMPLIANCE_ERROR_ALREADY_OPEN, Open());
+        EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
+        EXPECT_EQ(0, COMPLIANCE_Close());
+        EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
+    }
+}
+
+// A property of POSIX record locks that the header warns of.
+SANDBOX_TEST(HostTest, HostThatClosesADescriptorOfTheLockFileLosesTheLock) {
+    ScriptedAgent const agent(WholeEvaluation({}));
+    ASSERT_EQ(0, Open());
+    EXPECT_TRUE(IsLockedForOthers(ScriptedAgent::lockFile));
+    close(open(ScriptedAgent::lockFile, O_RDONLY | O_CLOEXEC));
+    EXPECT_FALSE(IsLockedForOthers(ScriptedAgent::lockFile));
+    EXPECT_EQ(0, COMPLIANCE_Close());
 }
 
 } // namespace

@@ -1,49 +1,47 @@
+// The bytes of a response, and what the reader accepts. ExchangeDocumentTest has the rest.
 #include "compliance/ResponseDocument.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "files/FileErrors.h"
 #include "tests/compliance/ExchangeFiles.h"
+#include "tests/compliance/Records.h"
+#include "tests/files/Entries.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/PrivateMachine.h"
-#include "tests/support/SmallFileSystem.h"
+#include "tests/system/Documents.h"
 
 namespace {
 
 using namespace ExchangeFiles;
+using std::string;
 
-std::string WrittenBytes(ClientComplianceResponse const& response) {
+string WrittenBytes(ClientComplianceResponse const& response) {
     ClientComplianceResponseIOWrite(response);
-    return Read(responseFile);
+    return ReadWholeFile(responseFile);
 }
 
-std::string Document(std::string const& children) {
-    return "<VeskaClientComplianceResponse>" + children + "</VeskaClientComplianceResponse>";
+// A document with these children of the root, and nothing else.
+string BareResponse(string const& children) {
+    return Element("VeskaClientComplianceResponse", children);
 }
 
-ClientComplianceResponse ReadFrom(std::string const& document) {
-    Write(responseFile, document);
+string BareOpenResponse(string const& children) {
+    return BareResponse(Element("ResponseType", "Open") + children);
+}
+
+ClientComplianceResponse ReadFrom(string const& document) {
+    WriteWholeFile(responseFile, document);
     return ClientComplianceResponseIORead();
 }
 
-void ExpectEqualRows(ClientComplianceResponseItem const& expected,
-                     ClientComplianceResponseItem const& row) {
-    EXPECT_EQ(expected.designator, row.designator);
-    EXPECT_EQ(expected.result, row.result);
-    EXPECT_EQ(expected.resultType, row.resultType);
-    EXPECT_EQ(expected.evaluationTime, row.evaluationTime);
-    EXPECT_EQ(expected.description, row.description);
-    EXPECT_EQ(expected.comment, row.comment);
-}
+ClientComplianceResponse const oneRow = MakeResponse(
+    {ClientComplianceProgress, 3, -22, 40, {{"a<b", "c>d", "e&f", "123", "caf\xE9", ""}}});
 
-SANDBOX_TEST(ResponseDocumentTest, ProgressWithOneRowHasFifteenLines) {
-    ClientComplianceResponse response(ClientComplianceProgress);
-    response.state = 3;
-    response.error = -22;
-    response.percent = 40;
-    response.Add("a<b", "c>d", "e&f", "123", "caf\xE9", "");
+SANDBOX_TEST(ResponseDocumentTest, OnlyProgressResponsesHaveProgressElements) {
     EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
               "<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
               "\t<ResponseType>Progress</ResponseType>\r\n"
@@ -59,37 +57,12 @@ SANDBOX_TEST(ResponseDocumentTest, ProgressWithOneRowHasFifteenLines) {
               "\t\t<Comment></Comment>\r\n"
               "\t</ResponseItem>\r\n"
               "</VeskaClientComplianceResponse>",
-              WrittenBytes(response));
-}
-
-SANDBOX_TEST(ResponseDocumentTest, OpenAndCloseResponsesHaveNoProgressButMayHaveRows) {
-    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-              "<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-              "\t<ResponseType>Open</ResponseType>\r\n"
-              "</VeskaClientComplianceResponse>",
-              WrittenBytes(ClientComplianceResponse(ClientComplianceOpen)));
-    ClientComplianceResponse response(ClientComplianceClose);
-    response.Add("1", "2", "3", "4", "5", "6");
-    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-              "<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-              "\t<ResponseType>Close</ResponseType>\r\n"
-              "\t<ResponseItem>\r\n"
-              "\t\t<Designator>1</Designator>\r\n"
-              "\t\t<Result>2</Result>\r\n"
-              "\t\t<ResultType>3</ResultType>\r\n"
-              "\t\t<EvaluationTime>4</EvaluationTime>\r\n"
-              "\t\t<Description>5</Description>\r\n"
-              "\t\t<Comment>6</Comment>\r\n"
-              "\t</ResponseItem>\r\n"
-              "</VeskaClientComplianceResponse>",
-              WrittenBytes(response));
-}
-
-SANDBOX_TEST(ResponseDocumentTest, UnknownTypeIsWrittenAsNothing) {
-    EXPECT_EQ("<?xml version=\"1.0\"?>\r\n"
-              "<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-              "\t<ResponseType></ResponseType>\r\n"
-              "</VeskaClientComplianceResponse>",
+              WrittenBytes(oneRow));
+    EXPECT_EQ(OpenAnswer(), WrittenBytes(ClientComplianceResponse(ClientComplianceOpen)));
+    RowTexts const row{"1", "2", "3", "4", "5", "6"};
+    EXPECT_EQ(Response("\t<ResponseType>Close</ResponseType>\r\n" + Row(row)),
+              WrittenBytes(MakeResponse({ClientComplianceClose, 1, 1, 1, {row}})));
+    EXPECT_EQ(AnswerOfType(""),
               WrittenBytes(ClientComplianceResponse(static_cast<ClientComplianceType>(-1))));
 }
 
@@ -97,218 +70,120 @@ SANDBOX_TEST(ResponseDocumentTest, WrittenResponseIsReadBackByteForByte) {
     constexpr unsigned int seed = 24;
     std::mt19937 random(seed);
     for (int round = 0; round < 200; ++round) {
-        ClientComplianceResponse sent(
-            static_cast<ClientComplianceType>(static_cast<int>(random() % 3)));
-        if (sent.type == ClientComplianceProgress) {
-            sent.state = static_cast<int>(random());
-            sent.error = static_cast<int>(random());
-            sent.percent = static_cast<int>(random());
-        }
-        for (unsigned long rows = random() % 6; rows > 0; --rows) {
-            std::string texts[6];
-            for (std::string& text : texts)
+        ResponseFields sent =
+            EmptyResponse(static_cast<ClientComplianceType>(static_cast<int>(random() % 3)));
+        auto& [type, state, error, percent, rows] = sent;
+        if (type == ClientComplianceProgress)
+            for (int* const number : {&state, &error, &percent})
+                *number = static_cast<int>(random());
+        rows.resize(random() % 6);
+        for (RowTexts& row : rows)
+            for (string& text : row)
                 text = random() % 50 == 0 ? LongText(random) : RandomText(random, 40);
-            sent.Add(texts[0].c_str(), texts[1].c_str(), texts[2].c_str(), texts[3].c_str(),
-                     texts[4].c_str(), texts[5].c_str());
-        }
-        ClientComplianceResponseIOWrite(sent);
-        ClientComplianceResponse const got = ClientComplianceResponseIORead();
-        ASSERT_EQ(sent.type, got.type) << "seed " << seed;
-        ASSERT_EQ(sent.state, got.state) << "seed " << seed;
-        ASSERT_EQ(sent.error, got.error) << "seed " << seed;
-        ASSERT_EQ(sent.percent, got.percent) << "seed " << seed;
-        ASSERT_EQ(sent.GetComplianceCount(), got.GetComplianceCount()) << "seed " << seed;
-        for (unsigned int row = 0; row < sent.GetComplianceCount(); ++row)
-            ExpectEqualRows(sent[row], got[row]);
+        ClientComplianceResponseIOWrite(MakeResponse(sent));
+        ASSERT_EQ(sent, FieldsOf(ClientComplianceResponseIORead())) << "seed " << seed;
     }
 }
 
-SANDBOX_TEST(ResponseDocumentTest, TextsEndAtTheirFirstZeroByte) {
+SANDBOX_TEST(ResponseDocumentTest, TextEndsAtItsFirstNul) {
     ClientComplianceResponse sent(ClientComplianceOpen);
     sent.Add("", "", "", "", "", "");
-    sent.items[0].comment = std::string("ab\0cd", 5);
+    sent.items[0].comment = string("ab\0cd", 5);
     ClientComplianceResponseIOWrite(sent);
     EXPECT_EQ("ab", ClientComplianceResponseIORead()[0].comment);
 }
 
-SANDBOX_TEST(ResponseDocumentTest, BareTypeReadsWithTheDefaults) {
-    ClientComplianceResponse const response =
-        ReadFrom("<?xml version=\"1.0\"?>\r\n<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-                 "\t<ResponseType>Progress</ResponseType>\r\n</VeskaClientComplianceResponse>");
-    EXPECT_EQ(ClientComplianceProgress, response.type);
-    EXPECT_EQ(2, response.state);
-    EXPECT_EQ(0, response.error);
-    EXPECT_EQ(0, response.percent);
-    EXPECT_EQ(0U, response.GetComplianceCount());
-}
-
-SANDBOX_TEST(ResponseDocumentTest, ProgressElementsCountUnderAnyType) {
-    ClientComplianceResponse const response =
-        ReadFrom(Document("<ResponseProgressState>1</ResponseProgressState>"
-                          "<ResponseProgressError>-5</ResponseProgressError>"
-                          "<ResponseProgressPercent>77</ResponseProgressPercent>"
-                          "<ResponseType>Close</ResponseType>"));
-    EXPECT_EQ(ClientComplianceClose, response.type);
-    EXPECT_EQ(1, response.state);
-    EXPECT_EQ(-5, response.error);
-    EXPECT_EQ(77, response.percent);
-}
-
-SANDBOX_TEST(ResponseDocumentTest, LastUsableOneOfRepeatedChildrenCounts) {
-    ClientComplianceResponse const response =
-        ReadFrom(Document("<ResponseType>Open</ResponseType><ResponseType>Close</ResponseType>"
-                          "<ResponseType>open</ResponseType><ResponseType></ResponseType>"
-                          "<ResponseProgressState>1</ResponseProgressState>"
-                          "<ResponseProgressState>3</ResponseProgressState>"));
-    EXPECT_EQ(ClientComplianceClose, response.type);
-    EXPECT_EQ(3, response.state);
-}
-
-TEST(ResponseDocumentTest, NumbersAreReadAsFarAsTheyGo) {
+SANDBOX_TEST(ResponseDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
     struct Case {
-        char const* text;
-        int value;
+        char const* what;
+        string document;
+        ResponseFields expected;
     };
-    Case const cases[] = {{"3abc", 3}, {"abc", 0}, {"", 0}, {" \t-7", -7}, {"+4", 4}, {"0x10", 0}};
-    OnMachine([&] {
-        for (Case const& one : cases) {
-            EXPECT_EQ(one.value,
-                      ReadFrom(Document("<ResponseType>Open</ResponseType>"
-                                        "<ResponseProgressState>" +
-                                        std::string(one.text) + "</ResponseProgressState>"))
-                          .state)
-                << one.text;
-        }
-    });
+    Case const cases[] = {
+        {"the type alone",
+         "<?xml version=\"1.0\"?>\r\n<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
+         "\t<ResponseType>Progress</ResponseType>\r\n</VeskaClientComplianceResponse>",
+         EmptyResponse(ClientComplianceProgress)},
+        {"progress elements of any type",
+         BareResponse("<ResponseProgressState>1</ResponseProgressState>"
+                      "<ResponseProgressError>-5</ResponseProgressError>"
+                      "<ResponseProgressPercent>77</ResponseProgressPercent>"
+                      "<ResponseType>Close</ResponseType>"),
+         {ClientComplianceClose, 1, -5, 77, {}}},
+        {"the last usable one of repeated children",
+         BareOpenResponse("<ResponseType>Close</ResponseType><ResponseType>open</ResponseType>"
+                          "<ResponseType></ResponseType>"
+                          "<ResponseProgressState>1</ResponseProgressState>"
+                          "<ResponseProgressState>3</ResponseProgressState>"),
+         {ClientComplianceClose, 3, 0, 0, {}}},
+        {"rows with anything between them",
+         BareResponse("<ResponseItem><Designator>1</Designator></ResponseItem>text"
+                      "<Other><ResponseItem></ResponseItem></Other><!-- comment -->"
+                      "<ResponseType>Open</ResponseType>"
+                      "<ResponseItem><Designator>2</Designator></ResponseItem>"),
+         {ClientComplianceOpen, 2, 0, 0, {{"1"}, {"2"}}}},
+        {"rows without some of their texts",
+         BareOpenResponse("<ResponseItem></ResponseItem>"
+                          "<ResponseItem><Comment>c</Comment></ResponseItem>"),
+         {ClientComplianceOpen, 2, 0, 0, {{}, {"", "", "", "", "", "c"}}}},
+        {"texts of a row in any order, the last of repeated ones",
+         BareOpenResponse("<ResponseItem><Comment>6</Comment><Description>5</Description>"
+                          "<EvaluationTime>4</EvaluationTime><Other>x</Other>"
+                          "<ResultType>3</ResultType><Result>old</Result><Result>2</Result>"
+                          "<designator>no</designator><Designator>1</Designator></ResponseItem>"),
+         {ClientComplianceOpen, 2, 0, 0, {{"1", "2", "3", "4", "5", "6"}}}},
+        {"escapes and line breaks",
+         BareOpenResponse("<ResponseItem><Designator>a&#xe9;&amp;&lt;\r\nb\nc</Designator>"
+                          "</ResponseItem>"),
+         {ClientComplianceOpen, 2, 0, 0, {{"a\xE9&<\r\nb\nc"}}}},
+    };
+    for (Case const& one : cases)
+        EXPECT_EQ(one.expected, FieldsOf(ReadFrom(one.document))) << one.what;
 }
 
-SANDBOX_TEST(ResponseDocumentTest, RowsComeInOrderWhateverStandsBetweenThem) {
-    ClientComplianceResponse const response =
-        ReadFrom(Document("<ResponseItem><Designator>1</Designator></ResponseItem>text"
-                          "<Other><ResponseItem></ResponseItem></Other><!-- comment -->"
-                          "<ResponseType>Open</ResponseType>"
-                          "<ResponseItem><Designator>2</Designator></ResponseItem>"));
-    ASSERT_EQ(2U, response.GetComplianceCount());
-    EXPECT_EQ("1", response[0].designator);
-    EXPECT_EQ("2", response[1].designator);
+SANDBOX_TEST(ResponseDocumentTest, NumbersAreReadAsFarAsTheyGo) {
+    for (auto const& [text, value] : std::vector<std::pair<string, int>>{
+             {"3abc", 3}, {"abc", 0}, {"", 0}, {" \t-7", -7}, {"+4", 4}, {"0x10", 0}})
+        EXPECT_EQ(value, ReadFrom(BareOpenResponse(Element("ResponseProgressState", text))).state)
+            << text;
 }
 
-SANDBOX_TEST(ResponseDocumentTest, RowWithMissingChildrenIsKeptWithEmptyTexts) {
-    ClientComplianceResponse const response =
-        ReadFrom(Document("<ResponseType>Open</ResponseType><ResponseItem></ResponseItem>"
-                          "<ResponseItem><Comment>c</Comment></ResponseItem>"));
-    ASSERT_EQ(2U, response.GetComplianceCount());
-    ExpectEqualRows({"", "", "", "", "", ""}, response[0]);
-    ExpectEqualRows({"", "", "", "", "", "c"}, response[1]);
-}
-
-SANDBOX_TEST(ResponseDocumentTest, LastOfRepeatedTextsInARowCountsInAnyOrder) {
-    ClientComplianceResponse const response = ReadFrom(
-        Document("<ResponseType>Open</ResponseType><ResponseItem><Comment>6</Comment>"
-                 "<Description>5</Description><EvaluationTime>4</EvaluationTime><Other>x</Other>"
-                 "<ResultType>3</ResultType><Result>old</Result><Result>2</Result>"
-                 "<designator>no</designator><Designator>1</Designator></ResponseItem>"));
-    ASSERT_EQ(1U, response.GetComplianceCount());
-    ExpectEqualRows({"1", "2", "3", "4", "5", "6"}, response[0]);
-}
-
-SANDBOX_TEST(ResponseDocumentTest, EscapesAndLineBreaksComeBackAsTheyWere) {
-    ClientComplianceResponse const response =
-        ReadFrom(Document("<ResponseType>Open</ResponseType><ResponseItem>"
-                          "<Comment>a&#xe9;&amp;&lt;\r\nb\nc</Comment></ResponseItem>"));
-    EXPECT_EQ("a\xE9&<\r\nb\nc", response[0].comment);
-}
-
-SANDBOX_TEST(ResponseDocumentTest, EachFailureHasItsOwnClass) {
+SANDBOX_TEST(ResponseDocumentTest, EachFailureHasItsOwnClassAndClosesTheFile) {
+    long const open = CountOpenDescriptors();
     EXPECT_THROW(ClientComplianceResponseIORead(), FileNotFoundError);
-    for (std::string const document :
+    for (string const document :
          {"", "no element", "<!-- comment -->", "<VeskaClientComplianceResponse><ResponseType>",
           "<VeskaClientComplianceResponse>", "<Other>"})
         EXPECT_THROW(ReadFrom(document), ClientComplianceResponseReadFailure) << document;
-    for (std::string const document :
+    for (string const document :
          {"<Other></Other>", "<veskaclientcomplianceresponse></veskaclientcomplianceresponse>",
           "<VeskaClientComplianceRequest></VeskaClientComplianceRequest>"})
         EXPECT_THROW(ReadFrom(document), ClientComplianceResponseBadDocumentType) << document;
-    for (std::string const children :
+    for (string const children :
          {"", "text", "<ResponseItem></ResponseItem>", "<ResponseType>open</ResponseType>",
           "<ResponseType></ResponseType>", "<ResponseType> Open</ResponseType>",
           "<Other><ResponseType>Open</ResponseType></Other>"})
-        EXPECT_THROW(ReadFrom(Document(children)), ClientComplianceResponseTypeFailure) << children;
+        EXPECT_THROW(ReadFrom(BareResponse(children)), ClientComplianceResponseTypeFailure)
+            << children;
+    ReadFrom(BareOpenResponse(""));
+    EXPECT_EQ(open, CountOpenDescriptors());
 }
 
-SANDBOX_TEST(ResponseDocumentTest, BrokenLinkIsNotFound) {
-    ASSERT_EQ(0, symlink("nowhere", responseFile));
+// The error of a directory depends on its file system.
+SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNoFileCannotBeRead) {
+    MakeEntry(responseFile, "broken link");
     EXPECT_THROW(ClientComplianceResponseIORead(), FileNotFoundError);
-}
-
-// Which error it is depends on what the file system makes of a seek in a directory.
-SANDBOX_TEST(ResponseDocumentTest, DirectoryCanNotBeRead) {
-    mkdir(responseFile, 0755);
+    std::filesystem::remove(responseFile);
+    MakeEntry(responseFile, "directory");
     EXPECT_THROW(ClientComplianceResponseIORead(), DebuggableException);
 }
 
-SANDBOX_TEST(ResponseDocumentTest, NothingStaysOpenAfterAFailure) {
-    auto const openDescriptors = [] {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    };
-    auto const before = openDescriptors();
-    EXPECT_THROW(ReadFrom("<Other></Other>"), ClientComplianceResponseBadDocumentType);
-    EXPECT_THROW(ReadFrom("<Other>"), ClientComplianceResponseReadFailure);
-    EXPECT_THROW(ReadFrom(Document("")), ClientComplianceResponseTypeFailure);
-    ReadFrom(Document("<ResponseType>Open</ResponseType>"));
-    EXPECT_EQ(before, openDescriptors());
-}
-
-// What the tool meets on its way from one exchange to the next.
-SANDBOX_TEST(ResponseDocumentTest, EveryPrefixOfAResponseIsReadOrRefused) {
-    ClientComplianceResponse response(ClientComplianceProgress);
-    response.state = 1;
-    response.Add("a&b", "c", "d", "e", "f\xE9", "g");
-    std::string const whole = WrittenBytes(response);
+SANDBOX_TEST(ResponseDocumentTest, NoPrefixOfAResponseCanBeRead) {
+    string const whole = WrittenBytes(oneRow);
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_THROW(ReadFrom(whole.substr(0, length)), ClientComplianceResponseReadFailure)
             << length;
-    EXPECT_EQ(1U, ReadFrom(whole).GetComplianceCount());
-}
-
-SANDBOX_TEST(ResponseDocumentTest, DocumentIsPublishedByRenameOverAnOldOne) {
-    Write(responseFile, "old");
-    Write(responseTemporary, std::string(5000, 'x'));
-    struct stat before;
-    ASSERT_EQ(0, stat(responseFile, &before));
-    ClientComplianceResponseIOWrite(ClientComplianceResponse(ClientComplianceOpen));
-    struct stat after;
-    ASSERT_EQ(0, stat(responseFile, &after));
-    EXPECT_NE(before.st_ino, after.st_ino);
-    EXPECT_FALSE(Exists(responseTemporary));
-}
-
-TEST(ResponseDocumentTest, MissingDirectoryFailsTheWrite) {
-    PrivateMachine::Run([] {
-        EXPECT_THROW(
-            ClientComplianceResponseIOWrite(ClientComplianceResponse(ClientComplianceOpen)),
-            ClientComplianceResponseIOWriteFailure);
-    });
-}
-
-TEST(ResponseDocumentTest, FullDiskPublishesWhatCouldBeWritten) {
-    PrivateMachine::Run([] {
-        std::filesystem::create_directories(responseDirectory);
-        SmallFileSystem disk(responseDirectory, {.bytes = 8 * 4096});
-        disk.FillUp();
-        EXPECT_THROW(
-            ClientComplianceResponseIOWrite(ClientComplianceResponse(ClientComplianceOpen)),
-            ClientComplianceResponseIOWriteFailure);
-        EXPECT_TRUE(Exists(responseFile));
-        EXPECT_FALSE(Exists(responseTemporary));
-    });
-}
-
-SANDBOX_TEST(ResponseDocumentTest, ReleaseRemovesTheDocumentAndAbsenceIsNoError) {
-    Write(responseFile, "x");
-    ClientComplianceResponseIORelease();
-    EXPECT_FALSE(Exists(responseFile));
-    ClientComplianceResponseIORelease();
+    EXPECT_EQ(FieldsOf(oneRow), FieldsOf(ReadFrom(whole)));
 }
 
 } // namespace

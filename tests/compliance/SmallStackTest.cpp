@@ -14,14 +14,12 @@
 #include <sys/mman.h>
 
 #include "compliance/Compliance.h"
-#include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 
 namespace {
-
-using ExchangeFiles::OnMachine;
 
 constexpr std::size_t KiB = 1024;
 // The minimum that libclientcompliance(3) states.
@@ -93,16 +91,9 @@ void* Evaluate(void* argument) {
     return nullptr;
 }
 
-AgentScript OneEvaluation() {
-    return AgentScript()
-        .Answer(AnswerOfType("Open"))
-        .Answer(ProgressAnswer("1", "0", "100", Row({"d", "r", "t", "e", "i", "c"})))
-        .Answer(AnswerOfType("Close"));
-}
-
 // Evaluates in a thread of a process of its own. Returns how that process ended.
 ExitStatus EvaluateOn(StackAboveCanary const& stack) {
-    ScriptedAgent const agent(OneEvaluation());
+    ScriptedAgent const agent(WholeEvaluation({OneRowAnswer()}));
     OtherProcess host([&] {
         Codes codes;
         stack.Run(Evaluate, &codes);
@@ -127,7 +118,7 @@ protected:
 class SmallStackTest : public HardenedBuildTest, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(SmallStackTest, SucceedsOrEndsInTheGuardPage) {
-    OnMachine([] {
+    PrivateMachine::RunWithDirectories([] {
         StackAboveCanary const stack(GetParam() * KiB);
         ExitStatus const end = EvaluateOn(stack);
         EXPECT_TRUE(end == ExitStatus::Exited(0) || end == ExitStatus::Killed(SIGSEGV)) << end;
@@ -139,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(KiB, SmallStackTest, testing::Range<std::size_t>(32, 96
                          testing::PrintToStringParamName());
 
 TEST_F(HardenedBuildTest, SucceedsOnTheDocumentedStackSize) {
-    OnMachine([] {
+    PrivateMachine::RunWithDirectories([] {
         StackAboveCanary const stack(documentedStackSize);
         EXPECT_EQ(ExitStatus::Exited(0), EvaluateOn(stack));
         EXPECT_EQ(0u, stack.ChangedBytesOfCanary());

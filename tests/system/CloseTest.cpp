@@ -38,18 +38,6 @@ SANDBOX_TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
     EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
-SANDBOX_TEST(CloseTest, CloseWithoutAnAnswerIsSilent) {
-    ExpectOneRow(Evaluate(UntilClose().AwaitRequest().RemoveResponse().RemoveRequest()).tool,
-                 seconds(12));
-}
-
-SANDBOX_TEST(CloseTest, CloseThatCannotBeWrittenIsSilent) {
-    std::string const moved = "/var/opt/VeskaClient/Moved";
-    ToolRun const run = Evaluate(UntilClose().Move(ScriptedAgent::requestDirectory, moved)).tool;
-    fs::rename(moved, ScriptedAgent::requestDirectory);
-    ExpectOneRow(run, milliseconds(2000 + 2032));
-}
-
 // Whether the agent runs is asked at the opening only.
 SANDBOX_TEST(CloseTest, AgentThatEndsInBetweenIsNotNoticed) {
     auto agent = std::make_unique<ScriptedAgent>(UntilClose());

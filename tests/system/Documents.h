@@ -3,6 +3,9 @@
 
 #include <array>
 #include <string>
+#include <vector>
+
+#include "tests/support/AgentScript.h"
 
 inline std::string Element(std::string const& name, std::string const& content) {
     return '<' + name + '>' + content + "</" + name + '>';
@@ -68,6 +71,15 @@ inline std::string ProgressAnswer(std::string const& state, std::string const& e
                     Element("ResponseProgressState", state) + "\r\n\t" +
                     Element("ResponseProgressError", error) + "\r\n\t" +
                     Element("ResponseProgressPercent", percent) + "\r\n" + rows);
+}
+
+// A well-behaved agent: answers the opening, each poll and the close.
+inline AgentScript WholeEvaluation(std::vector<std::string> const& polls) {
+    AgentScript script;
+    script.Answer(OpenAnswer());
+    for (std::string const& poll : polls)
+        script.Answer(poll);
+    return script.Answer(CloseAnswer());
 }
 
 // The texts of a row: designator, result, type of result, evaluation time, description, comment.

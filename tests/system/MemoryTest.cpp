@@ -16,7 +16,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 
 constexpr rlim_t kilobyte = 1024;
 [[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
@@ -28,10 +27,7 @@ SANDBOX_TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
         nested += "<x>";
     for (int i = 0; i < 300'000; ++i)
         nested += "</x>";
-    ScriptedAgent agent(AgentScript()
-                            .Answer(OpenAnswer())
-                            .Answer(ProgressAnswer("1", "0", "0", nested))
-                            .Answer(CloseAnswer()));
+    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1", "0", "0", nested)}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_STACK, 512 * kilobyte}}});
     EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
@@ -50,8 +46,7 @@ SANDBOX_TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
 }
 
 SANDBOX_TEST(MemoryTest, SmallEvaluationFitsInAFewMegabytes) {
-    ScriptedAgent agent(
-        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
+    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
     EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
 }

@@ -1,7 +1,6 @@
 // What the agent finds in request.xml, byte for byte.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -16,8 +15,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
-using std::chrono::milliseconds;
 
 struct Command {
     Arguments arguments;
@@ -26,8 +23,7 @@ struct Command {
 
 // Publishing takes no time, so the tool is killed as soon as its first request has been seen.
 void ExpectOpenRequests(std::vector<Command> const& commands) {
-    PrivateMachine::Run([&] {
-        CreateAgentDirectories();
+    PrivateMachine::RunWithDirectories([&] {
         AgentScript script;
         for (size_t i = 0; i < commands.size(); ++i)
             script.AwaitRequest().RemoveRequest();
@@ -45,11 +41,7 @@ void ExpectOpenRequests(std::vector<Command> const& commands) {
 
 SANDBOX_TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
     auto const evaluation = Evaluate(
-        AgentScript()
-            .Answer(OpenAnswer())
-            .Answer(ProgressAnswer("3"))
-            .Answer(ProgressAnswer("1"))
-            .Answer(CloseAnswer()),
+        WholeEvaluation({ProgressAnswer("3"), ProgressAnswer("1")}),
         {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
     ASSERT_EQ(4u, evaluation.requests.size());
     // Spelled out here, so that the shared texts are held against it.
@@ -75,27 +67,29 @@ SANDBOX_TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
               evaluation.requests[3].bytes);
 }
 
-TEST(RequestBytesTest, SwitchDSendsEmptyTextsAndNoFlags) {
-    ExpectOpenRequests({{{"-d"}, OpenRequest("", "", "0")}});
-}
-
-TEST(RequestBytesTest, EmptyArgumentsGiveTwoTagsWithNothingBetween) {
-    ExpectOpenRequests({{{"-c", "", ""}, OpenRequest("", "", "0")},
-                        {{"-c", "", "doc"}, OpenRequest("", "doc", "0")},
-                        {{"-c", "url", "", ""}, OpenRequest("url", "", "0")}});
-}
-
-TEST(RequestBytesTest, FlagsAreADecimalNumeral) {
-    std::vector<Command> commands{{{"-c", "url", "doc"}, OpenRequest("url", "doc", "0")}};
-    char const* const numerals[] = {"0", "1", "2",  "3",  "4",  "5",  "6",  "7",
-                                    "8", "9", "10", "11", "12", "13", "14", "15"};
-    for (char const* const numeral : numerals)
-        commands.push_back({{"-c", "url", "doc", numeral}, OpenRequest("url", "doc", numeral)});
-    ExpectOpenRequests(commands);
+TEST(RequestBytesTest, ArgumentsAreTheTextsOfTheRequest) {
+    ExpectOpenRequests(
+        {{{"-d"}, OpenRequest("", "", "0")},
+         {{"-c", "", ""}, OpenRequest("", "", "0")},
+         {{"-c", "", "doc"}, OpenRequest("", "doc", "0")},
+         {{"-c", "url", "", ""}, OpenRequest("url", "", "0")},
+         {{"-c", "http://example.com/?a=1&b=<2>", "\"R&D\" 'x'.xml", "1"},
+          OpenRequest("http://example.com/?a=1&amp;b=&lt;2&gt;", "\"R&amp;D\" 'x'.xml", "1")},
+         {{"-c", "&amp;", "</RequestDOC>"}, OpenRequest("&amp;amp;", "&lt;/RequestDOC&gt;", "0")},
+         {{"-c", "]]>", "<![CDATA["}, OpenRequest("]]&gt;", "&lt;![CDATA[", "0")},
+         {{"-c", "%s%n%d", "\\x41"}, OpenRequest("%s%n%d", "\\x41", "0")},
+         {{"-c", "\xC3\xA9t\xC3\xA9", "\xE9"},
+          OpenRequest("&#xc3;&#xa9;t&#xc3;&#xa9;", "&#xe9;", "0")},
+         {{"-c", "a\nb\r\nc\rd\te", " \x01\x1B "},
+          OpenRequest("a\nb\r\nc\rd\te", " \x01\x1B ", "0")}});
 }
 
 TEST(RequestBytesTest, FlagsAreReadByTheRulesOfAtoi) {
     std::vector<Command> commands;
+    for (int flags = 0; flags < 16; ++flags) {
+        std::string const numeral = std::to_string(flags);
+        commands.push_back({{"-c", "url", "doc", numeral}, OpenRequest("url", "doc", numeral)});
+    }
     for (auto const& [argument, numeral] :
          std::vector<std::pair<char const*, char const*>>{{"abc", "0"},
                                                           {"5x", "5"},
@@ -103,96 +97,46 @@ TEST(RequestBytesTest, FlagsAreReadByTheRulesOfAtoi) {
                                                           {" \t\n\v\f\r+7", "7"},
                                                           {"-0", "0"},
                                                           {"0x10", "0"},
-                                                          {"015", "15"},
-                                                          {"3.9", "3"},
+                                                          {"x16", "0"},
+                                                          {"- 16", "0"},
+                                                          {"0015", "15"},
+                                                          {"7.9e9", "7"},
                                                           {"1 5", "1"},
                                                           {"+-5", "0"}})
         commands.push_back({{"-c", "url", "doc", argument}, OpenRequest("url", "doc", numeral)});
     ExpectOpenRequests(commands);
 }
 
-TEST(RequestBytesTest, MarkupIsEscapedAndQuotesAreNot) {
-    ExpectOpenRequests(
-        {{{"-c", "http://example.com/?a=1&b=<2>", "\"R&D\" 'x'.xml", "1"},
-          OpenRequest("http://example.com/?a=1&amp;b=&lt;2&gt;", "\"R&amp;D\" 'x'.xml", "1")},
-         {{"-c", "&amp;", "</RequestDOC>"}, OpenRequest("&amp;amp;", "&lt;/RequestDOC&gt;", "0")},
-         {{"-c", "]]>", "<![CDATA["}, OpenRequest("]]&gt;", "&lt;![CDATA[", "0")},
-         {{"-c", "%s%n%d", "\\x41"}, OpenRequest("%s%n%d", "\\x41", "0")}});
+TEST(RequestBytesTest, EveryByteButNulInLongArguments) {
+    std::string all;
+    for (int byte = 1; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    std::string longText;
+    for (int i = 0; i < 300; ++i)
+        longText += all;
+    ExpectOpenRequests({{{"-c", all, "doc"}, OpenRequest(Escaped(all), "doc", "0")},
+                        {{"-c", "url", all}, OpenRequest("url", Escaped(all), "0")},
+                        {{"-c", longText, all + all, "15"},
+                         OpenRequest(Escaped(longText), Escaped(all + all), "15")}});
 }
 
-// Byte by byte: a character of two bytes becomes two escapes, and broken UTF-8 is as good as any.
-TEST(RequestBytesTest, HighBytesAreEscapedOneByOne) {
-    ExpectOpenRequests(
-        {{{"-c", "\xC3\xA9t\xC3\xA9", "\xE9"},
-          OpenRequest("&#xc3;&#xa9;t&#xc3;&#xa9;", "&#xe9;", "0")},
-         {{"-c", "\xFF\x80", "\x7F\x80\x7F"}, OpenRequest("&#xff;&#x80;", "\x7F&#x80;\x7F", "0")}});
-}
-
-TEST(RequestBytesTest, ControlBytesAndLineEndsStandAsTheyAre) {
-    ExpectOpenRequests({{{"-c", "a\nb\r\nc\rd\te", " \x01\x1B "},
-                         OpenRequest("a\nb\r\nc\rd\te", " \x01\x1B ", "0")}});
-}
-
-TEST(RequestBytesTest, EveryByteButZeroInBothArguments) {
-    std::string url;
-    std::string escaped;
-    for (int byte = 1; byte < 256; ++byte) {
-        url += static_cast<char>(byte);
-        if (byte == '<')
-            escaped += "&lt;";
-        else if (byte == '>')
-            escaped += "&gt;";
-        else if (byte == '&')
-            escaped += "&amp;";
-        else if (byte < 128)
-            escaped += static_cast<char>(byte);
-        else
-            escaped += std::string("&#x") + "89abcdef"[byte / 16 - 8] +
-                       "0123456789abcdef"[byte % 16] + ";";
-    }
-    ExpectOpenRequests(
-        {{{"-c", url, "doc"}, OpenRequest(escaped, "doc", "0")},
-         {{"-c", "url", url}, OpenRequest("url", escaped, "0")},
-         {{"-c", url, url + url, "15"}, OpenRequest(escaped, escaped + escaped, "15")}});
-}
-
-TEST(RequestBytesTest, LongArguments) {
-    std::string plain;
-    std::string mixed;
-    std::string mixedEscaped;
-    for (int i = 0; i < 20'000; ++i) {
-        plain += std::to_string(i % 7) + "/-x";
-        mixed += i % 3 == 0 ? "&" : "\xA0";
-        mixedEscaped += i % 3 == 0 ? "&amp;" : "&#xa0;";
-    }
-    ExpectOpenRequests({{{"-c", plain, mixed}, OpenRequest(plain, mixedEscaped, "0")}});
-}
-
-TEST(RequestBytesTest, RequestHasTheModeThatTheUmaskLeavesAndIsAlone) {
+TEST(RequestBytesTest, FilesHaveTheModeOfTheUmask) {
     for (mode_t const mask : {0, 022, 077}) {
-        PrivateMachine::Run([&] {
-            CreateAgentDirectories();
+        PrivateMachine::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
             Tool tool({"-d"}, {.prepare = [&] {
                           umask(mask);
                           return true;
                       }});
             agent.AwaitEnd();
-            struct stat facts {};
-            ASSERT_EQ(0, lstat(ScriptedAgent::request, &facts));
-            EXPECT_EQ(S_IFREG | (0666 & ~mask), facts.st_mode);
+            for (char const* const path : {ScriptedAgent::request, ScriptedAgent::lockFile}) {
+                struct stat facts {};
+                ASSERT_EQ(0, lstat(path, &facts));
+                EXPECT_EQ(S_IFREG | (0666 & ~mask), facts.st_mode) << path;
+            }
             EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
         });
     }
-}
-
-SANDBOX_TEST(RequestBytesTest, OldTemporaryDocumentIsOverwrittenAndCut) {
-    WriteBytes(ScriptedAgent::requestTemp, std::string(10'000, 'x'));
-    ScriptedAgent agent(AgentScript().AwaitRequest());
-    Tool tool({"-d"});
-    agent.AwaitEnd();
-    EXPECT_EQ(OpenRequest("", "", "0"), agent.Requests()[0].bytes);
-    EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
 // The link itself becomes the request, and the agent reads through it.

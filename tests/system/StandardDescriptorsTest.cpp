@@ -22,13 +22,7 @@ namespace fs = std::filesystem;
 
 std::string const results = PrintedPercent("50") + PrintedOneRow();
 
-AgentScript WholeEvaluation() {
-    return AgentScript()
-        .Answer(OpenAnswer())
-        .Answer(ProgressAnswer("3", "0", "50"))
-        .Answer(OneRowAnswer())
-        .Answer(CloseAnswer());
-}
+AgentScript TwoPolls() { return WholeEvaluation({ProgressAnswer("3", "0", "50"), OneRowAnswer()}); }
 
 // The whole evaluation took place, and no byte of output is in any file.
 void ExpectExchangeUntouched(ScriptedAgent const& agent) {
@@ -44,9 +38,9 @@ void ExpectExchangeUntouched(ScriptedAgent const& agent) {
     EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
 }
 
-ProgramOptions WithOutputTo(char const* path) {
-    return {.prepare = [path] {
-        int const file = open(path, O_WRONLY | O_CLOEXEC);
+ProgramOptions WithOutputTo(char const* path, int mode) {
+    return {.prepare = [path, mode] {
+        int const file = open(path, mode | O_CLOEXEC);
         return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
     }};
 }
@@ -66,7 +60,7 @@ protected:
 
     // Nothing is lost or misplaced in a whole evaluation.
     static void ExpectHeldBy(std::string const& holder) {
-        ScriptedAgent agent(WholeEvaluation());
+        ScriptedAgent agent(TwoPolls());
         Tool tool({"-d"}, Options());
         agent.AwaitRequests(1);
         std::string const descriptors = "/proc/" + std::to_string(tool.pid()) + "/fd/";
@@ -111,18 +105,18 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
                              return name;
                          });
 
-SANDBOX_TEST(StandardDescriptorsTest, FullOutputChangesNeitherTheExchangeNorTheStatus) {
-    ScriptedAgent agent(WholeEvaluation());
-    ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    ExpectExchangeUntouched(agent);
-}
-
-TEST(StandardDescriptorsTest, FullOutputDoesNotChangeTheOtherStatuses) {
-    PrivateMachine::Run([] {
-        EXPECT_EQ(ExitStatus::Exited(255), RunTool({}, WithOutputTo("/dev/full")).status);
-        EXPECT_EQ(ExitStatus::Exited(0), RunTool({"-d"}, WithOutputTo("/dev/full")).status);
-    });
+// Full, or open for reading only.
+TEST(StandardDescriptorsTest, FailingOutputChangesNeitherTheExchangeNorTheStatus) {
+    for (auto const& options :
+         {WithOutputTo("/dev/full", O_WRONLY), WithOutputTo("/dev/null", O_RDONLY)}) {
+        PrivateMachine::RunWithDirectories([&] {
+            EXPECT_EQ(ExitStatus::Exited(255), RunTool({}, options).status);
+            EXPECT_EQ(ExitStatus::Exited(0), RunTool({"-d"}, options).status);
+            ScriptedAgent agent(TwoPolls());
+            EXPECT_EQ(ExitStatus::Exited(0), RunTool({"-d"}, options).status);
+            ExpectExchangeUntouched(agent);
+        });
+    }
 }
 
 // More output than the library holds back, so that writing fails in the middle of the rows too.
@@ -130,24 +124,11 @@ SANDBOX_TEST(StandardDescriptorsTest, FullOutputInTheMiddleOfTheRows) {
     std::string rows;
     for (int i = 0; i < 100; ++i)
         rows += Row({"d", std::string(1000, 'r'), "t", "1", "x", "c"});
-    ScriptedAgent agent(AgentScript()
-                            .Answer(OpenAnswer())
-                            .Answer(ProgressAnswer("1", "0", "100", rows))
-                            .Answer(CloseAnswer()));
-    ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full"));
+    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1", "0", "100", rows)}));
+    ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full", O_WRONLY));
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     agent.AwaitEnd();
     EXPECT_EQ(3u, agent.Requests().size());
-}
-
-SANDBOX_TEST(StandardDescriptorsTest, OutputThatMayOnlyBeReadChangesNothing) {
-    ScriptedAgent agent(WholeEvaluation());
-    ToolRun const run = RunTool({"-d"}, {.prepare = [] {
-                                    int const file = open("/dev/null", O_RDONLY | O_CLOEXEC);
-                                    return dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
-                                }});
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    ExpectExchangeUntouched(agent);
 }
 
 bool WriteToClosedPipe() {
@@ -157,7 +138,7 @@ bool WriteToClosedPipe() {
 
 // Signals keep their defaults. The text and the signal come at the end, after the close.
 SANDBOX_TEST(StandardDescriptorsTest, MissingReaderEndsTheToolAfterTheClose) {
-    ScriptedAgent agent(WholeEvaluation());
+    ScriptedAgent agent(TwoPolls());
     EXPECT_EQ(ExitStatus::Killed(SIGPIPE), RunTool({"-d"}, {.prepare = WriteToClosedPipe}).status);
     ExpectExchangeUntouched(agent);
 }
@@ -171,7 +152,7 @@ SANDBOX_TEST(StandardDescriptorsTest, IgnoredPipeSignalStaysIgnored) {
 }
 
 SANDBOX_TEST(StandardDescriptorsTest, InputIsNeverRead) {
-    ScriptedAgent agent(WholeEvaluation());
+    ScriptedAgent agent(TwoPolls());
     int ends[2];
     ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
     ASSERT_EQ(1, write(ends[1], "x", 1));

@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -23,7 +22,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
@@ -51,7 +49,7 @@ void ExpectTook(milliseconds least, ToolRun const& run) {
 }
 
 std::string const finishedWithoutRows = ProgressAnswer("1");
-constexpr char noRows[] = "COMPLIANCE_ResultCount is 0.\n";
+std::string const noRows = PrintedCount(0);
 
 // How an opening exchange goes on, and at which look the tool must find its answer. The rest of the
 // evaluation is answered at once.
@@ -124,35 +122,20 @@ Answered Unreadable(char const* name, std::string const& bytes) {
     return {name, 3, MendedAfter(afterFirst, bytes)};
 }
 
-std::string const response = "<ResponseType>Open</ResponseType>";
-
+// ResponseDocumentTest has all that cannot be read.
 INSTANTIATE_TEST_SUITE_P(
     UnreadableAtFirst, AnsweredTest,
-    testing::Values(
-        Unreadable("Empty", ""), Unreadable("TextAlone", "text without any element\r\n"),
-        Unreadable("ZeroBytes", std::string(70'000, '\0')),
-        Unreadable("DeclarationAlone", "<?xml version=\"1.0\"?>\r\n"),
-        Unreadable("BrokenOffInTheRoot",
-                   OpenAnswer().substr(0, OpenAnswer().find("</VeskaClientComplianceResponse>"))),
-        Unreadable("BrokenOffBeforeItsLastByte", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
-        Unreadable("OtherRoot", Element("VeskaClientComplianceRequest", response)),
-        Unreadable("RootInOtherCase", Element("veskaclientcomplianceresponse", response)),
-        Unreadable("RootWithoutChildren", Response("")),
-        Unreadable("NoType", Response("<ResponseProgressState>1</ResponseProgressState>")),
-        Unreadable("UnknownType", AnswerOfType("open")),
-        Unreadable("TypeWithBlanks", AnswerOfType(" Open ")),
-        Unreadable("TypeInDepth", Response(Element("x", response))),
-        // The short form closes the element around it.
-        Unreadable("ShortEmptyElement", Response("<x/>" + response))),
+    testing::Values(Unreadable("Empty", ""), Unreadable("NulBytes", std::string(70'000, '\0')),
+                    Unreadable("BrokenOff", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
+                    Unreadable("OtherRoot", Element("VeskaClientComplianceRequest",
+                                                    "<ResponseType>Open</ResponseType>")),
+                    Unreadable("UnknownType", AnswerOfType("open"))),
     [](auto const& test) { return std::string(test.param.name); });
 
 SANDBOX_TEST(TimingTest, PollsComeEveryTwoSeconds) {
-    auto const evaluation = Evaluate(AgentScript()
-                                         .Answer(OpenAnswer())
-                                         .Answer(ProgressAnswer("3"))
-                                         .Answer(ProgressAnswer("3"))
-                                         .Answer(finishedWithoutRows)
-                                         .Answer(CloseAnswer()));
+    std::string const inProgress = ProgressAnswer("3");
+    auto const evaluation =
+        Evaluate(WholeEvaluation({inProgress, inProgress, finishedWithoutRows}));
     ASSERT_EQ(5u, evaluation.requests.size());
     for (size_t const poll : {2, 3}) {
         auto const between = duration_cast<milliseconds>(evaluation.requests[poll].when -
@@ -179,28 +162,16 @@ SANDBOX_TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
     EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
 }
 
-SANDBOX_TEST(TimingTest, RequestThatGoesRightAfterTheLimitIsTooLate) {
-    ScriptedAgent agent(AgentScript()
-                            .AwaitRequest()
-                            .Respond(OpenAnswer())
-                            .PauseUntil(milliseconds(11'500))
-                            .RemoveRequest());
-    EXPECT_EQ(OpenError(-3), RunTool({"-d"}).output);
-    agent.AwaitEnd();
-}
-
 // An error while polling is silent. The Close replaces the Progress request that was never taken.
-TEST(TimingTest, PollsThatAreNeverTakenEndSilently) {
-    PrivateMachine::Run([] {
-        auto const evaluation =
-            Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
-        EXPECT_EQ("", evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-        EXPECT_EQ((std::vector<int>{1, 10}), LooksOf(evaluation.requests));
-        EXPECT_EQ(closeRequest, evaluation.requests[2].bytes);
-        ExpectTook(seconds(21), evaluation.tool);
-        EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
-    });
+SANDBOX_TEST(TimingTest, PollsThatAreNeverTakenEndSilently) {
+    auto const evaluation =
+        Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
+    EXPECT_EQ("", evaluation.tool.output);
+    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    EXPECT_EQ((std::vector<int>{1, 10}), LooksOf(evaluation.requests));
+    EXPECT_EQ(closeRequest, evaluation.requests[2].bytes);
+    ExpectTook(seconds(21), evaluation.tool);
+    EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }
 
 SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
@@ -212,48 +183,31 @@ SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
     EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
 }
 
-SANDBOX_TEST(TimingTest, GarbageGivesMinus7AndStays) {
-    auto const evaluation = Evaluate(AgentScript().Answer("garbage"));
-    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-    ExpectTook(seconds(10), evaluation.tool);
-    EXPECT_EQ("garbage", ReadBytes(ScriptedAgent::response));
-}
-
 // Each for the whole ten seconds.
-void ExpectMinus7(std::function<void()> const& prepare) {
-    PrivateMachine::RunWithDirectories([&] {
-        prepare();
+class UnreadableResponseTest : public testing::TestWithParam<char const*> {};
+
+TEST_P(UnreadableResponseTest, GivesMinus7) {
+    PrivateMachine::RunWithDirectories([] {
+        std::string const what = GetParam();
+        if (what == "Garbage")
+            WriteBytes(ScriptedAgent::response, "garbage");
+        else if (what == "Directory")
+            fs::create_directory(ScriptedAgent::response);
+        else if (what == "NoDirectory")
+            fs::remove("/var/opt/VeskaClient/ResponseDir");
+        else
+            WriteBytes(ScriptedAgent::response, OpenAnswer());
+        if (what == "WithoutPermission")
+            fs::permissions(ScriptedAgent::response, fs::perms::none);
         ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
         EXPECT_EQ(OpenError(-7), RunToolWithoutRights({"-d"}).output);
     });
 }
 
-TEST(TimingTest, MissingResponseDirectoryGivesMinus7) {
-    ExpectMinus7([] { fs::remove("/var/opt/VeskaClient/ResponseDir"); });
-}
-
-TEST(TimingTest, DirectoryAtTheResponseGivesMinus7) {
-    ExpectMinus7([] { fs::create_directory(ScriptedAgent::response); });
-}
-
-TEST(TimingTest, ResponseThatMayNotBeReadGivesMinus7) {
-    ExpectMinus7([] {
-        WriteBytes(ScriptedAgent::response, OpenAnswer());
-        ASSERT_EQ(0, chmod(ScriptedAgent::response, 0));
-    });
-}
-
-// One failed read decides, also when the request stands there again at all later looks.
-SANDBOX_TEST(TimingTest, FailedReadAndThenTheRequestAgainGivesMinus7) {
-    auto const evaluation = Evaluate(AgentScript()
-                                         .AwaitRequest()
-                                         .RemoveRequest()
-                                         .PauseUntil(milliseconds(1700))
-                                         .PutRequest("again"));
-    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-    ExpectTook(seconds(10), evaluation.tool);
-    EXPECT_EQ("again", ReadBytes(ScriptedAgent::request));
-}
+INSTANTIATE_TEST_SUITE_P(Entries, UnreadableResponseTest,
+                         testing::Values("Garbage", "Directory", "NoDirectory",
+                                         "WithoutPermission"),
+                         [](auto const& test) { return std::string(test.param); });
 
 // The one wait without a limit: opening the fifo at the first look. It is no response then.
 SANDBOX_TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
@@ -280,45 +234,16 @@ SANDBOX_TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt
     EXPECT_GT(6400, took.count());
 }
 
-// A request that the agent has put back before the next one is replaced by it.
-SANDBOX_TEST(TimingTest, RequestPutBackBetweenPollsIsReplaced) {
-    auto const evaluation = Evaluate(AgentScript()
-                                         .Answer(OpenAnswer())
-                                         .Answer(ProgressAnswer("3", "0", "50"))
-                                         .PauseUntil(milliseconds(1500))
-                                         .PutRequest("in the way")
-                                         .Answer(finishedWithoutRows)
-                                         .Answer(CloseAnswer()));
-    EXPECT_EQ("COMPLIANCE_Progress 50% completed.\n"
-              "COMPLIANCE_ResultCount is 0.\n",
-              evaluation.tool.output);
-    ASSERT_EQ(4u, evaluation.requests.size());
-    EXPECT_EQ(progressRequest, evaluation.requests[2].bytes);
-}
-
 // Deliberate: nothing ties an answer to its request.
 SANDBOX_TEST(TimingTest, AnswerOfAnEarlierEvaluationIsTakenForAllThree) {
-    std::string const stale =
-        ProgressAnswer("1", "0", "100", Row({"stale", "r", "t", "1", "x", "c"}));
-    WriteBytes(ScriptedAgent::response, stale);
-    auto const evaluation = Evaluate(AgentScript()
-                                         .AwaitRequest()
-                                         .RemoveRequest()
-                                         .AwaitRequest()
-                                         .RemoveRequest()
-                                         .AwaitRequest()
-                                         .RemoveRequest());
-    EXPECT_EQ("COMPLIANCE_ResultCount is 1.\n"
-              "    Designator: stale\n"
-              "        Result: r\n"
-              "   Result Type: t\n"
-              "Eval Time (\xB5s): 1\n"
-              "          Desc: x\n"
-              "       Comment: c\n"
-              "\n",
-              evaluation.tool.output);
+    WriteBytes(ScriptedAgent::response, OneRowAnswer());
+    AgentScript script;
+    for (int exchange = 0; exchange < 3; ++exchange)
+        script.AwaitRequest().RemoveRequest();
+    auto const evaluation = Evaluate(script);
+    EXPECT_EQ(PrintedOneRow(), evaluation.tool.output);
     ExpectTook(seconds(3), evaluation.tool);
-    EXPECT_EQ(stale, ReadBytes(ScriptedAgent::response));
+    EXPECT_EQ(OneRowAnswer(), ReadBytes(ScriptedAgent::response));
 }
 
 } // namespace

@@ -29,13 +29,6 @@ constexpr char usage[] =
     "          = 4 - COMPLIANCE_FLAG_IDLE_CPU_USAGE - use IDLE cpu resource level.\n"
     "          = 8 - COMPLIANCE_FLAG_ACTIONHINT     - treat <doc> arg as action id hint.\n";
 
-std::string Describe(Arguments const& arguments) {
-    std::string text;
-    for (auto const& argument : arguments)
-        text += '"' + argument + "\" ";
-    return text;
-}
-
 // Requests with each of these as the numeric flags.
 std::vector<Arguments> WithFlags(std::vector<std::string> const& flags) {
     std::vector<Arguments> commands;
@@ -52,44 +45,50 @@ std::vector<Arguments> Alone(std::vector<std::string> const& texts) {
     return commands;
 }
 
-// Also that nothing was touched: a lock file would be the first trace of a request.
+void ExpectForEach(std::vector<Arguments> const& commands, std::string const& output, int status) {
+    for (Arguments const& arguments : commands) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        ToolRun const run = RunTool(arguments);
+        EXPECT_EQ(output, run.output);
+        EXPECT_EQ(ExitStatus::Exited(status), run.status);
+    }
+}
+
+// Also that nothing is touched: a request would create the lock file first.
 void ExpectUsage(std::vector<Arguments> const& commands) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
-        for (Arguments const& arguments : commands) {
-            SCOPED_TRACE(Describe(arguments));
-            ToolRun const run = RunTool(arguments);
-            EXPECT_EQ(usage, run.output);
-            EXPECT_EQ(ExitStatus::Exited(255), run.status);
-        }
+    PrivateMachine::RunWithDirectories([&] {
+        ExpectForEach(commands, usage, 255);
         EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
     });
 }
 
-// A machine without the agent's directories refuses every request at once.
+// Without the agent's directories every request is refused at once.
 void ExpectRequest(std::vector<Arguments> const& commands) {
-    PrivateMachine::Run([&] {
-        for (Arguments const& arguments : commands) {
-            SCOPED_TRACE(Describe(arguments));
-            ToolRun const run = RunTool(arguments);
-            EXPECT_EQ(OpenError(-6), run.output);
-            EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        }
-    });
+    PrivateMachine::Run([&] { ExpectForEach(commands, OpenError(-6), 0); });
 }
 
-TEST(UsageTest, NoArguments) { ExpectUsage({{}}); }
-
-TEST(UsageTest, OneArgumentOtherThanTheSwitch) {
-    ExpectUsage(
-        Alone({"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "-x", "d", "-h", "--help", "/d"}));
+TEST(UsageTest, OneArgumentIsTheSwitchD) {
+    ExpectRequest({{"-d"}});
+    ExpectUsage({{}});
+    ExpectUsage(Alone(
+        {"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "--d", "-x", "d", "-h", "--help", "/d"}));
 }
 
-TEST(UsageTest, TwoArgumentsAreNeverEnough) {
-    ExpectUsage({{"-d", "url"}, {"-c", "url"}, {"-d", "-d"}, {"url", "doc"}, {"", ""}});
+TEST(UsageTest, SwitchCHasTwoOrThreeOperands) {
+    ExpectRequest({{"-c", "url", "doc"}, {"-c", "", ""}, {"-c", "-c", "-c"}, {"-c", "-d", "%s%n"}});
+    ExpectUsage({{"-d", "url"},
+                 {"-c", "url"},
+                 {"-d", "-d"},
+                 {"url", "doc"},
+                 {"", ""},
+                 {"-c", "url", "doc", "0", "0"},
+                 {"-c", "url", "doc", "0", ""},
+                 {"-d", "-d", "-d", "-d", "-d"},
+                 {"-c", "url", "doc", "0", "0", "0", "0"},
+                 Arguments(1000, "-c")});
 }
 
-TEST(UsageTest, ThreeOrFourArgumentsWithAnotherSwitch) {
+TEST(UsageTest, OtherSwitchesHaveNoOperands) {
     ExpectUsage({{"-d", "url", "doc"},
                  {"-C", "url", "doc"},
                  {"-cc", "url", "doc"},
@@ -100,41 +99,13 @@ TEST(UsageTest, ThreeOrFourArgumentsWithAnotherSwitch) {
                  {"url", "doc", "0", "-c"}});
 }
 
-TEST(UsageTest, FiveArgumentsAndMoreAreTooMany) {
-    ExpectUsage({{"-c", "url", "doc", "0", "0"},
-                 {"-c", "url", "doc", "0", ""},
-                 {"-d", "-d", "-d", "-d", "-d"},
-                 {"-c", "url", "doc", "0", "0", "0", "0"},
-                 Arguments(1000, "-c")});
-}
-
-TEST(UsageTest, FlagsAboveFifteenAndBelowZero) {
+// RequestBytesTest has the flags that are accepted.
+TEST(UsageTest, FlagsAreFrom0To15) {
     ExpectUsage(WithFlags(
         {"16", "17", "+16", " 16x", "0016", "-1", "-15", "255", "2147483647", "-2147483648"}));
 }
 
-TEST(UsageTest, DoubleDashDIsNoSwitchButDIs) {
-    ExpectUsage({{"--d"}});
-    ExpectRequest({{"-d"}});
-}
-
-TEST(UsageTest, ThreeOperandsBehindTheSwitchMakeARequestWhateverTheyAre) {
-    ExpectRequest({{"-c", "url", "doc"}, {"-c", "", ""}, {"-c", "-c", "-c"}, {"-c", "-d", "%s%n"}});
-}
-
-TEST(UsageTest, FlagsFromZeroToFifteenAreAccepted) {
-    ExpectRequest(WithFlags(
-        {"0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14", "15"}));
-}
-
-// By the rules of atoi: whitespace and a sign first, anything after the number, no number is 0.
-TEST(UsageTest, FlagsThatAreNoPlainNumberAreReadLeniently) {
-    ExpectRequest(
-        WithFlags({"abc", "5x", "", " \t\n+7", "-0", "0015", "0x10", "x16", "- 16", "7.9e9"}));
-}
-
-// The name is fixed, and so the text is the same under any other.
-TEST(UsageTest, NameOfTheProgramIsNotTakenFromTheCommand) {
+TEST(UsageTest, NameOfTheProgramIsFixed) {
     PrivateMachine::Run([] {
         std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
         ProgramResult const result = RunProgram({"/opt/other-name"});
