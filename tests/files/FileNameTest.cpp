@@ -131,9 +131,11 @@ TEST(FileNameTest, AllocatesOneBlockFor24BytesAndMore) {
     for (std::size_t length : {24, 100, 255}) {
         std::string const text(length, 'n');
         AllocationCounter const counter;
-        Name const name = Made(text);
+        Name name = Made(text);
         EXPECT_EQ(1u, counter.Count());
         EXPECT_EQ(length + 1, counter.Bytes());
+        name.Set("short", 5);
+        EXPECT_EQ(0, counter.Held());
     }
 }
 

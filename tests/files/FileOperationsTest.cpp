@@ -13,14 +13,6 @@ using TwoLocations = void (*)(UnixPlatform::FileLocation const&, UnixPlatform::F
 
 class FileOperationsTest : public FileTest {
 protected:
-    // What the operation throws, whose names are those of the entry; nothing else changes.
-    void ExpectRefused(std::string const& error, std::string const& name,
-                       std::function<void(FileLocation const&)> const& operation) {
-        Tree const before = Everything();
-        EXPECT_EQ(error + On(directory / name), Thrown([&] { operation(Here(name)); }));
-        EXPECT_EQ(Everything(), before);
-    }
-
     std::string const file = directory / "file";
     FileLocation const none{};
 };
@@ -66,61 +58,30 @@ TEST_F(FileOperationsTest, PlatformRefusesAnEmptyLocationInManyWays) {
     MakeEntry(file, "file");
     UnixPlatform::FileLocation const there = At(file);
     UnixPlatform::FileLocation const missing = Here("x");
-    for (auto const& [expected, call] : std::vector<std::pair<std::string, std::function<void()>>>{
-             {"FileCreateFailed",
-              [&] {
-                  UnixPlatform::CreateFile(none, {});
-              }},
-             {"DirectoryCreateFailed",
-              [&] {
-                  UnixPlatform::CreateDirectory(none, {});
-              }},
-             {"EmptyFileLocationError",
-              [&] {
-                  UnixPlatform::ForceDirectoryExistence(none, {});
-              }},
-             {"FileNotFoundError",
-              [&] {
-                  UnixPlatform::DeleteFile(none);
-              }},
-             {"DirectoryNotFoundError",
-              [&] {
-                  UnixPlatform::DeleteDirectory(none);
-              }},
-             {"EmptyFileLocationError",
-              [&] {
-                  UnixPlatform::DeleteRecursive(none);
-              }},
-             {"EmptyFileLocationError",
-              [&] {
-                  UnixPlatform::DeleteContents(none);
-              }},
-             {"nothing",
-              [&] {
-                  UnixPlatform::SetFileReadOnly(none, true);
-              }},
-             {"nothing",
-              [&] {
-                  UnixPlatform::SetFileReadOnly(none, false);
-              }},
-             {"nothing",
-              [&] {
-                  UnixPlatform::ForceNonexistence(none);
-              }},
-             {"nothing", [&] {
-                  UnixPlatform::ForceRemoveInvalidFiles(none, 1);
-              }}})
-        EXPECT_EQ(expected, Thrown(call));
+    auto const expect = [](std::string const& error, std::function<void()> const& call) {
+        EXPECT_EQ(error, Thrown(call));
+    };
+    expect("FileCreateFailed", [&] { UnixPlatform::CreateFile(none, {}); });
+    expect("DirectoryCreateFailed", [&] { UnixPlatform::CreateDirectory(none, {}); });
+    expect("EmptyFileLocationError", [&] { UnixPlatform::ForceDirectoryExistence(none, {}); });
+    expect("FileNotFoundError", [&] { UnixPlatform::DeleteFile(none); });
+    expect("DirectoryNotFoundError", [&] { UnixPlatform::DeleteDirectory(none); });
+    expect("EmptyFileLocationError", [&] { UnixPlatform::DeleteRecursive(none); });
+    expect("EmptyFileLocationError", [&] { UnixPlatform::DeleteContents(none); });
+    expect("nothing", [&] { UnixPlatform::SetFileReadOnly(none, true); });
+    expect("nothing", [&] { UnixPlatform::SetFileReadOnly(none, false); });
+    expect("nothing", [&] { UnixPlatform::ForceNonexistence(none); });
+    expect("nothing", [&] { UnixPlatform::ForceRemoveInvalidFiles(none, 1); });
     EXPECT_EQ(UnixPlatform::CalculateFreeSpace(none), -1);
     for (TwoLocations copy : {UnixPlatform::CopyFile, UnixPlatform::ForceCopyFile}) {
-        EXPECT_EQ("FileNotFoundError", Thrown([&] { copy(none, missing); }));
-        EXPECT_EQ("FileNotFoundError ENOENT", Thrown([&] { copy(there, none); }));
+        expect("FileNotFoundError", [&] { copy(none, missing); });
+        expect("FileNotFoundError ENOENT", [&] { copy(there, none); });
     }
     for (TwoLocations move : {UnixPlatform::MoveFile, UnixPlatform::ForceMoveFile}) {
-        EXPECT_EQ("FileNotFoundError", Thrown([&] { move(none, missing); }));
-        EXPECT_EQ("FileNotFoundError", Thrown([&] { move(none, none); }));
-        EXPECT_EQ("FileNotFoundError" + On(directory / "x"), Thrown([&] { move(missing, none); }));
-        EXPECT_EQ("EmptyFileLocationError", Thrown([&] { move(there, none); }));
+        expect("FileNotFoundError", [&] { move(none, missing); });
+        expect("FileNotFoundError", [&] { move(none, none); });
+        expect("FileNotFoundError" + On(directory / "x"), [&] { move(missing, none); });
+        expect("EmptyFileLocationError", [&] { move(there, none); });
     }
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }

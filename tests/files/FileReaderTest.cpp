@@ -66,6 +66,7 @@ TEST_F(FileReaderTest, NeedsAnOpenPath) {
     FileReadingPath const closed;
     EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader(closed, 0); }));
     EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader().Start(closed, 0); }));
+    EXPECT_EQ(0u, FileReader().Position());
     EXPECT_EQ("FileNotOpenError", Thrown([&] { FileReader(FileWritingPath(), 0); }));
     path.Close();
     EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { reader.Start(path, 0); }));

@@ -19,48 +19,34 @@ protected:
     RecordedSleeps sleeps;
 };
 
-// An operation with retries, and whether it has a second location.
 struct RetriedOperation {
     std::string name;
-    bool hasSecond;
     std::function<void(FileLocation const&, FileLocation const&, FileRetryLog const&)> run;
+
+    bool HasSecond() const { return name.ends_with("CopyFile") || name.ends_with("MoveFile"); }
 };
 
-template <class Operation>
-RetriedOperation OnOne(std::string const& name, Operation operation) {
-    return {name, false, [operation](auto& a, auto&, auto& log) {
-                operation(a, log);
-            }};
-}
-
-template <class Operation>
-RetriedOperation OnTwo(std::string const& name, Operation operation) {
-    return {name, true, [operation](auto& a, auto& b, auto& log) {
-                operation(a, b, log);
-            }};
-}
-
-template <class Info>
-RetriedOperation WithInfo(std::string const& name,
-                          void (*operation)(FileLocation const&, Info const&,
-                                            FileRetryLog const&)) {
-    return {name, false, [operation](auto& a, auto&, auto& log) {
-                operation(a, Info(), log);
-            }};
+template <class Run>
+RetriedOperation Named(std::string const& name, Run run) {
+    return {name, run};
 }
 
 std::vector<RetriedOperation> const family = {
-    WithInfo("CreateFile", CreateFileWithRetry),
-    WithInfo("CreateDirectory", CreateDirectoryWithRetry),
-    WithInfo("ForceDirectoryExistenceWithInfo", ForceDirectoryExistenceWithInfoWithRetry),
-    OnOne("ForceDirectoryExistence", ForceDirectoryExistenceWithRetry),
-    OnTwo("CopyFile", CopyFileWithRetry),
-    OnTwo("ForceCopyFile", ForceCopyFileWithRetry),
-    OnTwo("MoveFile", MoveFileWithRetry),
-    OnTwo("ForceMoveFile", ForceMoveFileWithRetry),
-    OnOne("DeleteFile", DeleteFileWithRetry),
-    OnOne("DeleteDirectory", DeleteDirectoryWithRetry),
-    OnOne("ForceNonexistence", ForceNonexistenceWithRetry),
+    Named("CreateFile", [](auto& a, auto&, auto& log) { CreateFileWithRetry(a, {}, log); }),
+    Named("CreateDirectory",
+          [](auto& a, auto&, auto& log) { CreateDirectoryWithRetry(a, {}, log); }),
+    Named("ForceDirectoryExistenceWithInfo",
+          [](auto& a, auto&, auto& log) { ForceDirectoryExistenceWithInfoWithRetry(a, {}, log); }),
+    Named("ForceDirectoryExistence",
+          [](auto& a, auto&, auto& log) { ForceDirectoryExistenceWithRetry(a, log); }),
+    Named("CopyFile", CopyFileWithRetry),
+    Named("ForceCopyFile", ForceCopyFileWithRetry),
+    Named("MoveFile", MoveFileWithRetry),
+    Named("ForceMoveFile", ForceMoveFileWithRetry),
+    Named("DeleteFile", [](auto& a, auto&, auto& log) { DeleteFileWithRetry(a, log); }),
+    Named("DeleteDirectory", [](auto& a, auto&, auto& log) { DeleteDirectoryWithRetry(a, log); }),
+    Named("ForceNonexistence",
+          [](auto& a, auto&, auto& log) { ForceNonexistenceWithRetry(a, log); }),
 };
 
 // A full directory is refused by every operation as its first location, or a file is.
@@ -76,9 +62,9 @@ TEST_F(FileRetryFamilyTest, EachOperationIsTriedEightTimesAndLoggedByItsName) {
         EXPECT_THROW(operation.run(first, second, log), FileIOError);
         EXPECT_THAT(log.entries,
                     ElementsAre("failure " + operation.name + ' ' + first.Text() + ' ' +
-                                (operation.hasSecond ? second.Text() : "-") + " 8"));
+                                (operation.HasSecond() ? second.Text() : "-") + " 8"));
         EXPECT_EQ(log.lastFirst, &first);
-        EXPECT_EQ(log.lastSecond, operation.hasSecond ? &second : nullptr);
+        EXPECT_EQ(log.lastSecond, operation.HasSecond() ? &second : nullptr);
         EXPECT_EQ(sleeps.Calls(), allPauses);
         EXPECT_EQ(Everything(), before);
         Clear();
@@ -91,7 +77,7 @@ TEST_F(FileRetryFamilyTest, NoOperationTriesAnEmptyLocationTwice) {
     MakeEntry(directory / "file", "file");
     for (RetriedOperation const& operation : family) {
         EXPECT_THROW(operation.run(FileLocation(), Here("file"), log), EmptyFileLocationError);
-        if (operation.hasSecond) {
+        if (operation.HasSecond()) {
             EXPECT_THROW(operation.run(Here("file"), FileLocation(), log), EmptyFileLocationError);
         }
     }

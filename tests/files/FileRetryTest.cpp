@@ -83,29 +83,15 @@ TEST_F(FileRetryTest, TriesEightTimesWithPausesThatDouble) {
 }
 
 TEST_F(FileRetryTest, AnyExceptionIsAReasonToTryAgain) {
-    for (auto const& [thrown, fail] : std::vector<std::pair<std::string, std::function<void(int)>>>{
-             {"FileNotFoundError ENOENT",
-              [](int) {
-                  throw FileNotFoundError(2);
-              }},
-             {"FilePermissionError EACCES",
-              [](int) {
-                  throw FilePermissionError(13);
-              }},
-             {"IllegalFileName",
-              [](int) {
-                  throw IllegalFileName();
-              }},
-             {"std::bad_alloc",
-              [](int) {
-                  throw std::bad_alloc();
-              }},
-             {"int", [](int) {
-                  throw 5;
-              }}}) {
-        EXPECT_EQ(thrown, Run(fail));
+    auto const expect = [this](std::string const& thrown, std::function<void()> const& fail) {
+        EXPECT_EQ(thrown, Run([&](int) { fail(); }));
         EXPECT_EQ(attempts, 8);
-    }
+    };
+    expect("FileNotFoundError ENOENT", [] { throw FileNotFoundError(2); });
+    expect("FilePermissionError EACCES", [] { throw FilePermissionError(13); });
+    expect("IllegalFileName", [] { throw IllegalFileName(); });
+    expect("std::bad_alloc", [] { throw std::bad_alloc(); });
+    expect("int", [] { throw 5; });
     void const* last = nullptr;
     attempt = [&](int) {
         try {

@@ -82,6 +82,14 @@ protected:
     FileLocation Here(std::string const& name) const { return At(directory / name); }
     Tree Everything() const { return DescribeTree(directory.path()); }
 
+    // Expects that the operation throws the error on the entry, and changes nothing.
+    void ExpectRefused(std::string const& error, std::string const& name,
+                       std::function<void(FileLocation const&)> const& operation) const {
+        Tree const before = Everything();
+        EXPECT_EQ(error + On(directory / name), Thrown([&] { operation(Here(name)); }));
+        EXPECT_EQ(Everything(), before);
+    }
+
     // Removes all that the directory holds.
     void Clear() const {
         for (auto const& entry : fs::directory_iterator(directory.path()))

@@ -85,10 +85,10 @@ Result Intercept(Describe const& describe, Result failure, Make const& make) {
 }
 
 template <class Result, class Function, class... Rest>
-Result InterceptPath(char const* name, Result failure, Function* next, char const* path,
+Result InterceptPath(char const* name, Result failure, Function* function, char const* path,
                      Rest... rest) {
     return Intercept([&] { return OfPath(name, path); }, failure,
-                     [&] { return next(path, rest...); });
+                     [&] { return Next(function, name)(path, rest...); });
 }
 
 // The number of bytes that a transfer may have, or -1 with the error number set.
@@ -264,46 +264,40 @@ int ftruncate64(int descriptor, off64_t length) noexcept {
 }
 
 int lstat(char const* path, struct stat* information) noexcept {
-    static auto const next = Next(&lstat, "lstat");
-    return InterceptPath("lstat", -1, next, path, information);
+    return InterceptPath("lstat", -1, &lstat, path, information);
 }
 
 int stat(char const* path, struct stat* information) noexcept {
-    static auto const next =
-        Next(static_cast<int (*)(char const*, struct stat*) noexcept>(&stat), "stat");
-    return InterceptPath("stat", -1, next, path, information);
+    return InterceptPath("stat", -1,
+                         static_cast<int (*)(char const*, struct stat*) noexcept>(&stat), path,
+                         information);
 }
 
 int access(char const* path, int mode) noexcept {
-    static auto const next = Next(&access, "access");
-    return InterceptPath("access", -1, next, path, mode);
+    return InterceptPath("access", -1, &access, path, mode);
 }
 
 int statvfs(char const* path, struct statvfs* information) noexcept {
-    static auto const next =
-        Next(static_cast<int (*)(char const*, struct statvfs*) noexcept>(&statvfs), "statvfs");
-    return InterceptPath("statvfs", -1, next, path, information);
+    return InterceptPath("statvfs", -1,
+                         static_cast<int (*)(char const*, struct statvfs*) noexcept>(&statvfs),
+                         path, information);
 }
 
 ssize_t readlink(char const* path, char* target, size_t size) noexcept {
-    static auto const next = Next(&readlink, "readlink");
-    return InterceptPath("readlink", ssize_t{-1}, next, path, target, size);
+    return InterceptPath("readlink", ssize_t{-1}, &readlink, path, target, size);
 }
 
 FILE* fopen(char const* path, char const* mode) {
-    static auto const next = Next(&fopen, "fopen");
-    return InterceptPath("fopen", static_cast<FILE*>(nullptr), next, path, mode);
+    return InterceptPath("fopen", static_cast<FILE*>(nullptr), &fopen, path, mode);
 }
 
 int scandir(char const* path, dirent*** list, int (*selector)(dirent const*),
             int (*compare)(dirent const**, dirent const**)) {
-    static auto const next = Next(&scandir, "scandir");
-    return InterceptPath("scandir", -1, next, path, list, selector, compare);
+    return InterceptPath("scandir", -1, &scandir, path, list, selector, compare);
 }
 
 int utimes(char const* path, timeval const* times) noexcept {
-    static auto const next = Next(&utimes, "utimes");
-    return InterceptPath("utimes", -1, next, path, times);
+    return InterceptPath("utimes", -1, &utimes, path, times);
 }
 
 int mkdir(char const* path, mode_t mode) noexcept {
@@ -312,15 +306,9 @@ int mkdir(char const* path, mode_t mode) noexcept {
                      [&] { return next(path, mode); });
 }
 
-int rmdir(char const* path) noexcept {
-    static auto const next = Next(&rmdir, "rmdir");
-    return InterceptPath("rmdir", -1, next, path);
-}
+int rmdir(char const* path) noexcept { return InterceptPath("rmdir", -1, &rmdir, path); }
 
-int unlink(char const* path) noexcept {
-    static auto const next = Next(&unlink, "unlink");
-    return InterceptPath("unlink", -1, next, path);
-}
+int unlink(char const* path) noexcept { return InterceptPath("unlink", -1, &unlink, path); }
 
 int rename(char const* from, char const* to) noexcept {
     static auto const next = Next(&rename, "rename");

@@ -209,34 +209,4 @@ TEST_F(FileCopiesTest, FailureOfEachCallIsReportedAndClosesBothFiles) {
     }
 }
 
-TEST_F(FileCopiesTest, CopyIsCompleteBeforeBothVanish) {
-    WriteWholeFile(from, "content");
-    SystemCalls calls;
-    bool vanished = false;
-    calls.Before(
-        "close",
-        [&] {
-            vanished = true;
-            EXPECT_EQ(DescribeEntry(to), "file content");
-            fs::remove(from);
-            fs::remove(to);
-        },
-        1);
-    EXPECT_NO_THROW(CopyFile(At(from), At(to)));
-    EXPECT_TRUE(vanished);
-}
-
-TEST_F(FileCopiesTest, CopiesLongPaths) {
-    std::string deep = directory.path();
-    while (deep.size() < 3800) {
-        deep += '/' + std::string(200, 'd');
-        fs::create_directory(deep);
-    }
-    WriteWholeFile(deep + "/from", "content");
-    CopyFile(At(deep + "/from"), At(deep + "/to"));
-    EXPECT_EQ(DescribeEntry(deep + "/to"), "file content");
-    EXPECT_EQ("FileExistsError" + On(deep + "/to"),
-              Thrown([&] { CopyFile(At(deep + "/from"), At(deep + "/to")); }));
-}
-
 } // namespace

@@ -8,12 +8,6 @@ namespace {
 
 class FilePermissionsTest : public FileTest {
 protected:
-    // What the operation throws, whose names are those of the entry.
-    void ExpectRefused(std::string const& error, std::string const& name,
-                       std::function<void(FileLocation const&)> const& operation) {
-        EXPECT_EQ(error + On(directory / name), Thrown([&] { operation(Here(name)); }));
-    }
-
     std::string const file = directory / "file";
 };
 
