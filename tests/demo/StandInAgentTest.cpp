@@ -40,7 +40,7 @@ class StandIn {
 public:
     explicit StandIn(std::string const& scenario) {
         PrivateMachine::InstallAgent(VESKA_CLIENT);
-        Write(scenarioFile, scenario);
+        WriteWholeFile(scenarioFile, scenario);
         program =
             std::make_unique<OtherProgram>(std::vector<std::string>{agentProgram, scenarioFile});
         EXPECT_TRUE(Says("VeskaClient: ready\n"));
@@ -75,7 +75,7 @@ std::string ProgressAnswerOf(int state, int error, int percent, std::string cons
 
 // As the tool does it: whole under the final name, over what is there.
 void Publish(std::string const& bytes) {
-    Write(requestTemporary, bytes);
+    WriteWholeFile(requestTemporary, bytes);
     EXPECT_EQ(0, rename(requestTemporary, requestFile));
 }
 
@@ -88,7 +88,7 @@ std::string AnswerTo(std::string const& type) {
     unlink(responseFile);
     Publish(RequestOf(type));
     EXPECT_TRUE(IsTaken()) << type;
-    return Read(responseFile);
+    return ReadWholeFile(responseFile);
 }
 
 ProgramResult RunStandIn(std::vector<std::string> arguments) {
@@ -97,7 +97,7 @@ ProgramResult RunStandIn(std::vector<std::string> arguments) {
 }
 
 ProgramResult RunWithScenario(std::string const& scenario) {
-    Write(scenarioFile, scenario);
+    WriteWholeFile(scenarioFile, scenario);
     return RunStandIn({scenarioFile});
 }
 
@@ -132,7 +132,7 @@ SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
 TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
     PrivateMachine::Run([] {
         PrivateMachine::InstallAgent(VESKA_CLIENT);
-        Write(scenarioFile, "finish\n");
+        WriteWholeFile(scenarioFile, "finish\n");
         ProgramResult const result = RunStandIn({"--check", scenarioFile});
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         EXPECT_EQ("", result.output + result.errors);
@@ -201,7 +201,7 @@ TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
         std::filesystem::copy_file(VESKA_CLIENT, "/opt/VeskaClient/second");
         std::filesystem::create_directory("/opt/second");
         std::filesystem::rename("/opt/VeskaClient/second", "/opt/second/VeskaClient");
-        Write(scenarioFile, "finish\n");
+        WriteWholeFile(scenarioFile, "finish\n");
         ProgramResult const result = RunProgram({"/opt/second/VeskaClient", scenarioFile});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
         EXPECT_EQ("", result.output);
@@ -322,10 +322,10 @@ SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndLeavesAnOldAnswerAsItIs) 
     StandIn agent("open vanish\nvanish\n");
     EXPECT_EQ("", AnswerTo("Open"));
     EXPECT_FALSE(Exists(responseFile));
-    Write(responseFile, "old");
+    WriteWholeFile(responseFile, "old");
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(IsTaken());
-    EXPECT_EQ("old", Read(responseFile));
+    EXPECT_EQ("old", ReadWholeFile(responseFile));
     EXPECT_TRUE(agent.Says("VeskaClient: taken without an answer\n"));
 }
 
@@ -335,7 +335,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace
     Publish(request);
     EXPECT_TRUE(agent.Says("VeskaClient: left alone\n"));
     usleep(200000);
-    EXPECT_EQ(request, Read(requestFile));
+    EXPECT_EQ(request, ReadWholeFile(requestFile));
     EXPECT_FALSE(Exists(responseFile));
     EXPECT_EQ(ProgressAnswerOf(3, 0, 7), AnswerTo("Progress"));
 }
@@ -362,7 +362,7 @@ SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
     Publish("no request");
     EXPECT_TRUE(agent.Says("that is no request\n"));
     usleep(200000);
-    EXPECT_EQ("no request", Read(requestFile));
+    EXPECT_EQ("no request", ReadWholeFile(requestFile));
     EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
     std::string const output = agent.Stop().output;
     EXPECT_EQ(output.find("no request\n"), output.rfind("no request\n"));
