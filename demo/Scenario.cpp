@@ -132,6 +132,7 @@ public:
             SetHandling(scenario.close, closeSeen, words);
         else
             Progress(words);
+        isFirst = false;
     }
 
     Scenario Finish() {
@@ -155,6 +156,8 @@ private:
     void Delay(std::vector<std::string> const& words) {
         ExpectWords(words, 2);
         delay = ParseNumber<unsigned int>(words[1], 0);
+        if (isFirst)
+            scenario.open.delay = delay;
     }
 
     void Row(std::vector<std::string> const& words) {
@@ -227,6 +230,8 @@ private:
     bool rowsWaiting = false;
     bool openSeen = false;
     bool closeSeen = false;
+    // Whether no statement came before.
+    bool isFirst = true;
     unsigned int delay = 0;
 };
 

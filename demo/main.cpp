@@ -16,6 +16,7 @@ volatile std::sig_atomic_t stop = 0;
 constexpr char usage[] =
     "Usage: VeskaClient SCENARIO\n"
     "       VeskaClient --check SCENARIO\n"
+    "       VeskaClient --help | --version\n"
     "  Stands in for the endpoint agent and answers compliance requests as the file SCENARIO\n"
     "  tells, until SIGTERM or SIGINT. --check only looks for mistakes in the file.\n";
 
@@ -54,10 +55,19 @@ int Serve(Scenario const& scenario) {
     return 0;
 }
 
+// Null if the arguments ask for something else.
+char const* InformationFor(int count, char** arguments) {
+    if (count == 2 && std::strcmp(arguments[1], "--help") == 0)
+        return usage;
+    if (count == 2 && std::strcmp(arguments[1], "--version") == 0)
+        return "VeskaClient (stand-in agent) " CC_VERSION "\n";
+    return nullptr;
+}
+
 int Run(int count, char** arguments) {
-    if (count == 2 && std::strcmp(arguments[1], "--help") == 0) {
-        static_cast<void>(std::fputs(usage, stdout));
-        return 0;
+    if (char const* const information = InformationFor(count, arguments)) {
+        bool const isWritten = std::fputs(information, stdout) >= 0 && std::fflush(stdout) == 0;
+        return isWritten ? 0 : 1;
     }
     bool const check = count == 3 && std::strcmp(arguments[1], "--check") == 0;
     if (!check && (count != 2 || arguments[1][0] == '-')) {

@@ -67,6 +67,12 @@ TEST(ScenarioTest, EscapesGiveAnyByte) {
     EXPECT_EQ("\xE9\xFF\n\r\t\\", scenario.progress[0].response[0].designator);
 }
 
+TEST(ScenarioTest, DelayAsFirstStatementHoldsForOpen) {
+    EXPECT_EQ(250U, Parse("# comment\n\ndelay 250\nprogress 1").open.delay);
+    EXPECT_EQ(5U, Parse("delay 250\ndelay 5\nopen answer\nprogress 1").open.delay);
+    EXPECT_EQ(0U, Parse("progress 1\ndelay 250\nprogress 2").open.delay);
+}
+
 TEST(ScenarioTest, DelayHoldsFromItsLineOn) {
     Scenario const scenario =
         Parse("progress 1\ndelay 250\nopen answer\nprogress 2\ndelay 0\nfinish");

@@ -157,6 +157,13 @@ SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
     }
 }
 
+TEST(StandInAgentTest, VersionIsThatOfTheProject) {
+    ProgramResult const result = RunProgram({VESKA_CLIENT, "--version"});
+    EXPECT_EQ(ExitStatus::Exited(0), result.status);
+    EXPECT_EQ("VeskaClient (stand-in agent) " CC_VERSION "\n", result.output);
+    EXPECT_EQ("", result.errors);
+}
+
 // Beginning and end
 
 TEST(StandInAgentTest, MakesTheDirectoriesWhereTheyAreMissing) {
@@ -345,6 +352,13 @@ SANDBOX_TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
     AnswerTo("Progress");
     auto const start = Clock::now();
     EXPECT_EQ(ProgressAnswerOf(3, 0, 2), AnswerTo("Progress"));
+    EXPECT_LE(milliseconds(700), Clock::now() - start);
+}
+
+SANDBOX_TEST(StandInAgentTest, DelayAsFirstStatementHoldsTheAnswerToOpenBack) {
+    StandIn agent("delay 700\nprogress 1\n");
+    auto const start = Clock::now();
+    EXPECT_EQ(OpenAnswer(), AnswerTo("Open"));
     EXPECT_LE(milliseconds(700), Clock::now() - start);
 }
 
