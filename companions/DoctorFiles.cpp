@@ -11,6 +11,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "companions/UserName.h"
+
 namespace {
 
 bool IsSame(timespec const& left, timespec const& right) {
@@ -45,11 +47,10 @@ int FileFacts::Refusal(int rights) const {
 }
 
 std::string FileFacts::OwnerAndMode() const {
-    std::array<char, 96> text{};
-    static_cast<void>(std::snprintf(text.data(), text.size(),
-                                    "owned by user %u and group %u, mode %04o", facts.st_uid,
+    std::array<char, 64> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), " and group %u, mode %04o",
                                     facts.st_gid, facts.st_mode & 07777U));
-    return text.data();
+    return "owned by user " + UserName(facts.st_uid) + text.data();
 }
 
 std::string FileFacts::Reason() const { return std::strerror(error); }

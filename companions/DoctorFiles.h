@@ -35,7 +35,7 @@ public:
     // Of R_OK, W_OK and X_OK: 0, or why the effective user is refused (EACCES, EROFS).
     int Refusal(int rights) const;
 
-    // "owned by user 0 and group 0, mode 0755".
+    // "owned by user root and group 0, mode 0755"; a user without a name (UserName.h) is a number.
     //
     // REQUIRES: Exists().
     std::string OwnerAndMode() const;

@@ -67,7 +67,7 @@ TEST(DoctorDirectoriesTest, NotWritableIsToldWithOwnerAndMode) {
     PrivateMachine::Run([] {
         CreateDirectories(0555);
         WithoutRights([] {
-            ExpectProblem("no-write-permission", "owned by user 0 and group 0, mode 0555",
+            ExpectProblem("no-write-permission", "owned by user root and group 0, mode 0555",
                           CheckRequestDirectory());
             ExpectOk(responses, CheckResponseDirectory());
         });
@@ -80,7 +80,7 @@ TEST(DoctorDirectoriesTest, NotReadableIsToldWithOwnerAndMode) {
         CreateDirectories(0666);
         WithoutRights([] {
             ExpectProblem("no-write-permission", "mode 0666", CheckRequestDirectory());
-            ExpectProblem("no-read-permission", "owned by user 0 and group 0, mode 0666",
+            ExpectProblem("no-read-permission", "owned by user root and group 0, mode 0666",
                           CheckResponseDirectory());
         });
     });

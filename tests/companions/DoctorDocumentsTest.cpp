@@ -55,7 +55,7 @@ TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
     PrivateMachine::Run([] {
         Create(request, std::chrono::hours(75));
         Finding const finding = ExamineRequest();
-        ExpectProblem("request-stale", "3 days old, owned by user 0", finding);
+        ExpectProblem("request-stale", "3 days old, owned by user root", finding);
         ExpectAge(std::chrono::hours(75), finding);
         EXPECT_NE(std::string::npos, finding.remedy.find(request));
     });
@@ -133,7 +133,7 @@ TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
         ExpectOk("overwritten", CheckTemporaryRequest());
         WithoutRights([] {
             ExpectProblem("temporary-request-not-writable",
-                          "owned by user 0 and group 0, mode 0444", CheckTemporaryRequest());
+                          "owned by user root and group 0, mode 0444", CheckTemporaryRequest());
         });
     });
 }
@@ -228,7 +228,7 @@ TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
         Create(response);
         fs::permissions(response, fs::perms::none);
         WithoutRights([] {
-            ExpectProblem("response-not-readable", "owned by user 0 and group 0, mode 0000",
+            ExpectProblem("response-not-readable", "owned by user root and group 0, mode 0000",
                           CheckResponse());
         });
     });

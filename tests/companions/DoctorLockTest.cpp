@@ -116,7 +116,8 @@ TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
     PrivateMachine::Run([] {
         CreateLockFile(0444);
         WithoutRights([] {
-            ExpectProblem("lock-not-writable", "owned by user 0 and group 0, mode 0444", Check());
+            ExpectProblem("lock-not-writable", "owned by user root and group 0, mode 0444",
+                          Check());
         });
     });
 }

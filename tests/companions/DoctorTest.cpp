@@ -58,14 +58,14 @@ TEST(DoctorTest, HealthyMachineIsStatus0) {
                 "ok       request-directory: /var/opt/VeskaClient/RequestDir can be written "
                 "to.\n"
                 "ok       request-directory-mode: /var/opt/VeskaClient/RequestDir is owned by "
-                "user 0 and group 0, mode 0770.\n"
+                "user root and group 0, mode 0770.\n"
                 "ok       space: there is room in /var/opt/VeskaClient/RequestDir.\n"
                 "ok       lock: nobody has taken the lock yet.\n"
                 "ok       request: no request is waiting.\n"
                 "ok       temporary-request: no temporary request is in the way.\n"
                 "ok       response-directory: /var/opt/VeskaClient/ResponseDir can be read.\n"
                 "ok       response-directory-mode: /var/opt/VeskaClient/ResponseDir is owned "
-                "by user 0 and group 0, mode 0770.\n"
+                "by user root and group 0, mode 0770.\n"
                 "ok       response: no response is there.\n",
             result.output);
     });
