@@ -3,14 +3,17 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 
 #include <fcntl.h>
 #include <langinfo.h>
 #include <locale.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,18 +53,20 @@ int ReopenWithoutBlocking(int descriptor) {
     return reopened < 0 ? descriptor : reopened;
 }
 
-// Reads the environment. The locale of the process, by which the library converts text, stays as it
-// is.
+} // namespace
+
+// The locale of the process, by which the library converts text, stays as it is.
 CharacterSet CharacterSetOfLocale() {
     locale_t const locale = newlocale(LC_CTYPE_MASK, "", nullptr);
     if (locale == nullptr)
         return CharacterSet::ascii;
-    bool const isUtf8 = std::strcmp(nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    // In a static program nl_langinfo_l(3) ignores its locale, but nl_langinfo(3) does not.
+    locale_t const former = uselocale(locale);
+    bool const isUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    uselocale(former);
     freelocale(locale);
     return isUtf8 ? CharacterSet::unicode : CharacterSet::ascii;
 }
-
-} // namespace
 
 Output::Output(int theDescriptor)
     : descriptor(theDescriptor),
@@ -73,6 +78,21 @@ Output::Output(int theDescriptor)
 Output::~Output() {
     if (target != descriptor)
         close(target);
+}
+
+std::size_t Output::Width() const {
+    if (char const* const text = std::getenv("COLUMNS")) {
+        std::string_view const digits = text;
+        std::size_t columns = 0;
+        auto const [end, failure] =
+            std::from_chars(digits.data(), digits.data() + digits.size(), columns);
+        if (failure == std::errc() && *end == '\0' && columns > 0)
+            return columns;
+    }
+    winsize size{};
+    if (terminal && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+        return size.ws_col;
+    return std::numeric_limits<std::size_t>::max();
 }
 
 void Output::Write(std::string_view bytes) {

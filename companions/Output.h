@@ -1,6 +1,7 @@
 // Buffered output to an open file descriptor.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,9 @@ public:
     // Returns ascii for a terminal unless the environment names a locale with UTF-8 (LC_ALL,
     // LC_CTYPE, LANG), and unicode for everything else.
     CharacterSet Characters() const { return characters; }
+    // Returns the number of columns: that of the environment variable COLUMNS, or of the terminal.
+    // Without either there is no limit, and it returns the largest number.
+    std::size_t Width() const;
 
 private:
     void WriteAll(std::string_view bytes);
@@ -47,6 +51,9 @@ private:
     int error = 0;
     std::string waiting;
 };
+
+// Returns unicode if the environment names a locale with UTF-8 (LC_ALL, LC_CTYPE, LANG).
+CharacterSet CharacterSetOfLocale();
 
 // Writes "PROGRAM: TEXT" and a line feed to standard error at once, with TEXT as visible text
 // (VisibleText.h).
