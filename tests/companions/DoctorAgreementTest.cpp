@@ -284,7 +284,7 @@ TEST(DoctorAgreementTest, EntryThatCannotBeExaminedIsProblem) {
                            {ScriptedAgent::requestTemp, "temporary-request"},
                            {ScriptedAgent::lockFile, "lock"},
                            {ScriptedAgent::response, "response"}};
-        std::vector<std::string> const doctor = {CC_DOCTOR_PROGRAM, "--json"};
+        std::vector<std::string> const doctor = {CC_DYNAMIC_DOCTOR, "--json"};
         for (auto const& cell : cells) {
             SCOPED_TRACE(cell.path);
             RunPreloaded(doctor, {.withAgent = false});

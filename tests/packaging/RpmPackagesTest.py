@@ -30,6 +30,10 @@ class PackagesTest(unittest.TestCase):
                 self.assertTrue(name.startswith("/usr/"), f"{path.name}: {name}")
                 self.assertGreater(name.count("/"), 2, f"{path.name}: {name}")
 
+    def test_recommend_the_companions_of_the_tool(self):
+        (tool,) = PACKAGES.glob(f"clientcompliance-{VERSION}-*.rpm")
+        self.assertEqual(query(tool, "--recommends").split(), ["clientcompliance-companions"])
+
     def test_have_no_scripts_that_run_at_their_installation(self):
         for path in PACKAGES.glob("*.rpm"):
             self.assertEqual(query(path, "--scripts"), "")
