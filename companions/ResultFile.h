@@ -1,0 +1,39 @@
+// A file that has either its old content or the new one, whole.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+// One line, without the program's name: what failed, and the system's reason.
+class ResultFileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// A temporary file in the directory of a file that it will replace. Where the path is a symbolic
+// link, the target is replaced. The mode is 0666 less the umask.
+//
+// A process that is killed leaves either file whole, and possibly the temporary file, whose name is
+// that of the file with a dot and six characters added.
+class ResultFile {
+public:
+    // Creates the temporary file. Throws ResultFileError, also if the path names an entry that is
+    // no regular file: a device or a directory is not replaced.
+    explicit ResultFile(std::string const& path);
+    // Removes the temporary file unless it was published.
+    ~ResultFile();
+    ResultFile(ResultFile const&) = delete;
+    ResultFile& operator=(ResultFile const&) = delete;
+
+    // For writing. Belongs to this object.
+    int Descriptor() const { return descriptor; }
+
+    // Flushes what was written to the disk, and renames the temporary file. Throws ResultFileError;
+    // the path then has what it had before.
+    void Publish();
+
+private:
+    std::string const target;
+    std::string temporary;
+    int descriptor;
+};
