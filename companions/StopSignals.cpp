@@ -32,16 +32,20 @@ void Catch(int signal) {
     sigaction(signal, &action, nullptr);
 }
 
+sigset_t BlockStopSignals() {
+    sigset_t signals;
+    sigset_t former;
+    sigemptyset(&signals);
+    for (int const signal : stopSignals)
+        sigaddset(&signals, signal);
+    sigprocmask(SIG_BLOCK, &signals, &former);
+    return former;
+}
+
 // Blocks the stop signals as long as it lives.
 class BlockedStopSignals {
 public:
-    BlockedStopSignals() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        for (int const signal : stopSignals)
-            sigaddset(&signals, signal);
-        sigprocmask(SIG_BLOCK, &signals, &former);
-    }
+    BlockedStopSignals() = default;
     ~BlockedStopSignals() { sigprocmask(SIG_SETMASK, &former, nullptr); }
     BlockedStopSignals(BlockedStopSignals const&) = delete;
     BlockedStopSignals& operator=(BlockedStopSignals const&) = delete;
@@ -49,7 +53,7 @@ public:
     sigset_t const& FormerMask() const { return former; }
 
 private:
-    sigset_t former{};
+    sigset_t const former = BlockStopSignals();
 };
 
 // As ppoll(2), but returns at once after a stop signal. The signals are blocked between the look at
@@ -80,6 +84,23 @@ char const* NameOfStopSignal(int signal) {
     default:
         return "SIGHUP";
     }
+}
+
+unsigned int HoldStopSignals() {
+    sigset_t const former = BlockStopSignals();
+    unsigned int held = 0;
+    for (int const signal : stopSignals)
+        held |= sigismember(&former, signal) == 0 ? 1U << signal : 0U;
+    return held;
+}
+
+void ReleaseStopSignals(unsigned int held) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int const signal : stopSignals)
+        if ((held >> signal & 1) != 0)
+            sigaddset(&signals, signal);
+    sigprocmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
 void SleepUnlessStopped(std::chrono::milliseconds time) {

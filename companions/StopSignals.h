@@ -15,6 +15,12 @@ int StopSignal();
 // Returns "SIGINT", "SIGTERM" or "SIGHUP".
 char const* NameOfStopSignal(int signal);
 
+// Blocks the stop signals. Returns those that were not blocked, as a set: bit n is the signal n.
+unsigned int HoldStopSignals();
+
+// Unblocks the signals of a set. One that came in the meantime is delivered before the return.
+void ReleaseStopSignals(unsigned int held);
+
 // The waits below are race-free: a stop signal ends them whenever it comes, before the wait too.
 
 void SleepUnlessStopped(std::chrono::milliseconds time);
