@@ -4,13 +4,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <ctime>
 #include <fstream>
 #include <limits>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "companions/Timestamp.h"
 #include "companions/UserName.h"
 
 namespace {
@@ -56,7 +56,8 @@ std::string FileFacts::OwnerAndMode() const {
 std::string FileFacts::Reason() const { return std::strerror(error); }
 
 long long FileFacts::AgeInSeconds() const {
-    return SecondsBetween(facts.st_mtim.tv_sec, std::time(nullptr));
+    // time(2) may be a few milliseconds behind the clock of file times.
+    return SecondsBetween(facts.st_mtim.tv_sec, CurrentTime().tv_sec);
 }
 
 long long SecondsBetween(long long start, long long end) {
