@@ -3,7 +3,9 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <numeric>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -52,16 +54,51 @@ std::string Join(std::span<char const* const> names) {
     return text;
 }
 
-[[noreturn]] void RefuseUnknown(std::string const& argument) {
+// The number of characters to insert, remove or replace (Levenshtein).
+std::size_t EditDistance(std::string_view from, std::string_view to) {
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            std::size_t const replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+// "; did you mean --json?", or nothing if no long option is similar.
+std::string Suggest(std::span<OptionRule const> rules, std::string const& argument) {
+    std::string const name = argument.substr(0, argument.find('='));
+    // More differences make a word that nobody mistypes, and a long argument costs time.
+    constexpr std::size_t maxDistance = 2;
+    constexpr std::size_t maxLength = 32;
+    if (!name.starts_with("--") || name.size() > maxLength)
+        return "";
+    // A letter without a name is too short to be meant.
+    auto const distance = [&](OptionRule const& rule) {
+        bool const hasName = std::string_view(rule.name).starts_with("--");
+        return hasName ? EditDistance(name, rule.name) : maxLength;
+    };
+    auto const best = std::ranges::min_element(rules, {}, distance);
+    if (best == rules.end() || distance(*best) > maxDistance)
+        return "";
+    return std::string("; did you mean ") + best->name + "?";
+}
+
+[[noreturn]] void RefuseUnknown(std::span<OptionRule const> rules, std::string const& argument) {
     throw CommandLineError("'" + argument +
-                           "' is no option of this program; --help shows those accepted");
+                           "' is no option of this program; --help shows those accepted" +
+                           Suggest(rules, argument));
 }
 
 // REQUIRES: getopt_long returned '?' or ':' for the argument.
 [[noreturn]] void Refuse(std::span<OptionRule const> rules, std::string const& argument, int code) {
     OptionRule const* const rule = optopt == 0 ? nullptr : FindRule(rules, optopt);
     if (rule == nullptr || IsAbbreviated(argument, *rule))
-        RefuseUnknown(argument);
+        RefuseUnknown(rules, argument);
     if (code == ':')
         throw CommandLineError(std::string(rule->name) +
                                ": a value is missing; accepted: " + rule->accepted);
@@ -99,7 +136,7 @@ void Arguments::Add(std::span<OptionRule const> rules, int code, std::string con
         Refuse(rules, argument, code);
     OptionRule const& rule = *FindRule(rules, code);
     if (IsAbbreviated(argument, rule))
-        RefuseUnknown(argument);
+        RefuseUnknown(rules, argument);
     values[rule.name].push_back(rule.accepted ? optarg : "");
 }
 

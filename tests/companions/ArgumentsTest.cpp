@@ -114,15 +114,26 @@ TEST(ArgumentsTest, SingleDashIsAnOperand) {
 }
 
 TEST(ArgumentsTest, OtherTextAfterADashIsAnUnknownOption) {
-    for (std::string const text : {"-5", "- ", "-!", "-:", "-?", "---", "---help", "--!", "-- "})
+    for (std::string const text : {"-5", "- ", "-!", "-:", "-?", "---", "--!", "-- "})
         EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
                   Refusal({"one", text}));
 }
 
 TEST(ArgumentsTest, AbbreviatedNameIsAnUnknownOption) {
-    for (std::string const text : {"--hel", "--hel=yes", "--h", "--lis", "--lis=a", "--=a"})
-        EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
-                  Refusal({text}));
+    std::string const unknown = "' is no option of this program; --help shows those accepted";
+    for (std::string const text : {"--h", "--=a"})
+        EXPECT_EQ("'" + text + unknown, Refusal({text}));
+    for (std::string const text : {"--lis", "--lis=a"})
+        EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
+    EXPECT_EQ("'--hel=yes" + unknown + "; did you mean --help?", Refusal({"--hel=yes"}));
+}
+
+TEST(ArgumentsTest, SuggestsSimilarOption) {
+    std::string const unknown = "' is no option of this program; --help shows those accepted";
+    for (std::string const text : {"--lits", "--lst", "--listt", "--List", "--liist=a,b"})
+        EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
+    for (std::string const text : {"--table", "-list", "--l", "-", "--listings"})
+        EXPECT_EQ(std::string::npos, Refusal({text, "", "", ""}).find("did you mean")) << text;
 }
 
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
