@@ -3,17 +3,15 @@
 // failure of the tool as a problem of the check for that path.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
-#include <sys/mount.h>
 #include <unistd.h>
 
-#include "tests/support/Entries.h"
+#include "tests/companions/EntryKinds.h"
 #include "tests/support/PrivateMachine.h"
 #include "tests/system/Tool.h"
 #include "tests/torture/PreloadedProgram.h"
@@ -22,108 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
-
-constexpr uid_t userId = 65534;
-constexpr char const* agentDirectory = "/var/opt/VeskaClient";
-constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
-// Only root can search it.
-constexpr char const* closedDirectory = "/opt/closed";
-// An entry is made here and then renamed, because PlaceOnDisk only hides the request directory.
-constexpr char const* staging = "/var/opt/staging";
-
-struct Kind {
-    std::string name;
-    std::function<void(std::string const& path)> make;
-    // Whether the doctor must exit with 0, unless the entry is a request.
-    bool isHealthy = false;
-};
-
-// The owner becomes the user whose evaluations are tried, where the sandbox has a second user.
-void GiveToUser(std::string const& path) {
-    bool const isGiven = lchown(path.c_str(), userId, userId) == 0;
-    ASSERT_TRUE(isGiven || errno == EINVAL) << path;
-}
-
-Kind Plain(std::string const& name, Entry const& entry) {
-    return {name, [entry](std::string const& path) {
-                PlaceOnDisk(staging, entry);
-                if (entry.kind != Entry::nothing)
-                    fs::rename(staging, path);
-            }};
-}
-
-Kind LinkTo(std::string const& target) {
-    return Plain("link to " + target.substr(0, 40), Entry::Link(target));
-}
-
-// The user's own file or directory, with the mode.
-Kind WithMode(Entry const& entry, std::string const& mode) {
-    Kind const plain = Plain("", entry);
-    return {testing::PrintToString(entry) + ", mode " + mode, [=](std::string const& path) {
-                plain.make(path);
-                GiveToUser(path);
-                fs::permissions(path, fs::perms(std::stoul(mode, nullptr, 8)));
-            }};
-}
-
-std::vector<Kind> SpecialKinds() {
-    return {Plain("FIFO", {Entry::fifo}),
-            Plain("socket", {Entry::unixSocket}),
-            Plain("device", {Entry::device}),
-            LinkTo("/opt/simulation/creatable"),
-            LinkTo(Entry::nowhere),
-            LinkTo(Entry::elsewhere),
-            LinkTo("/opt/simulation"),
-            LinkTo("/dev/null/below"),
-            LinkTo(std::string(closedDirectory) + "/target"),
-            LinkTo(std::string(256, 'x')),
-            {"link loop", [](std::string const& path) {
-                 fs::create_symlink(path, path);
-             }}};
-}
-
-std::vector<Kind> KindsOfEntries() {
-    std::vector<Kind> kinds = SpecialKinds();
-    Kind absent = Plain("absent", {});
-    absent.isHealthy = true;
-    Kind file = WithMode(Entry::File(""), "0644");
-    file.isHealthy = true;
-    kinds.insert(kinds.end(), {absent, file, Plain("file of root", Entry::File("")),
-                               Plain("directory", {Entry::directory}),
-                               Plain("full directory", {Entry::fullDirectory})});
-    for (char const* const mode : {"0000", "0200", "0400"})
-        kinds.push_back(WithMode(Entry::File(""), mode));
-    return kinds;
-}
-
-// No evaluation has a lock, a request or an answer yet.
-void LayOut() {
-    fs::remove_all(agentDirectory);
-    fs::remove_all("/opt/simulation");
-    PrivateMachine::CreateAgentDirectories();
-    for (char const* const path :
-         {agentDirectory, ScriptedAgent::requestDirectory, responseDirectory}) {
-        GiveToUser(path);
-        fs::permissions(path, fs::perms(0755));
-    }
-    fs::create_directories("/opt/simulation");
-    GiveToUser("/opt/simulation");
-    WriteBytes(Entry::elsewhere, "");
-    fs::create_directories(closedDirectory);
-    WriteBytes(std::string(closedDirectory) + "/target", "");
-    fs::permissions(closedDirectory, fs::perms::none);
-}
-
-// A file system on which a device works.
-void MountForDevices() { ASSERT_EQ(0, mount("tmpfs", "/var/opt", "tmpfs", 0, nullptr)); }
-
-// Not every user can reach the directory of the build.
-std::string CopyForEveryone(std::string const& program) {
-    std::string const copy = "/opt/" + fs::path(program).filename().string();
-    fs::copy_file(program, copy, fs::copy_options::skip_existing);
-    fs::permissions(copy, fs::perms(0755));
-    return copy;
-}
 
 class Programs {
 public:
@@ -206,14 +102,6 @@ TEST(DoctorAgreementTest, LockFileOfEachKind) {
 
 TEST(DoctorAgreementTest, ResponseOfEachKind) {
     TryAll(ScriptedAgent::response, "response", KindsOfEntries());
-}
-
-std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes) {
-    std::vector<Kind> kinds = SpecialKinds();
-    kinds.insert(kinds.end(), {Plain("absent", {}), Plain("file", Entry::File(""))});
-    for (std::string const& mode : modes)
-        kinds.push_back(WithMode({Entry::directory}, mode));
-    return kinds;
 }
 
 TEST(DoctorAgreementTest, RequestDirectoryOfEachKind) {

@@ -1,0 +1,36 @@
+// Kinds of directory entries, and the directories of the exchange in which tests place them.
+//
+// For the body of a PrivateMachine.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "tests/support/Entries.h"
+
+// The user whose evaluations are tried (see PrivateMachine::DropPrivileges).
+constexpr uid_t userId = 65534;
+constexpr char const* agentDirectory = "/var/opt/VeskaClient";
+constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
+
+struct Kind {
+    std::string name;
+    std::function<void(std::string const& path)> make;
+    // Whether the doctor must exit with 0, unless the entry is a request.
+    bool isHealthy = false;
+};
+
+// For a path that names a file.
+std::vector<Kind> KindsOfEntries();
+// For a path that names a directory, with the modes in octal digits.
+std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes);
+
+// Creates the directories of an exchange that has no lock, request or answer yet.
+void LayOut();
+// Makes devices below /var/opt work.
+void MountForDevices();
+// Returns the path of a copy, because not every user can reach the directory of the build.
+std::string CopyForEveryone(std::string const& program);
