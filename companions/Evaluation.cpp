@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "companions/Progress.h"
+#include "companions/ResponseFile.h"
 #include "companions/Rows.h"
 #include "companions/StopSignals.h"
 #include "compliance/Compliance.h"
@@ -20,10 +21,7 @@ constexpr milliseconds pauseBetweenPolls = std::chrono::seconds(1);
 
 class Deadline {
 public:
-    explicit Deadline(std::optional<std::chrono::seconds> limit) {
-        if (limit)
-            end = Clock::now() + *limit;
-    }
+    explicit Deadline(std::optional<Clock::time_point> theEnd) : end(theEnd) {}
 
     bool IsOver() const { return end && Clock::now() >= *end; }
 
@@ -36,7 +34,7 @@ public:
     }
 
 private:
-    std::optional<Clock::time_point> end = {};
+    std::optional<Clock::time_point> const end;
 };
 
 // An evaluation that COMPLIANCE_Open has opened. An exception closes it too.
@@ -91,16 +89,26 @@ bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
     return true;
 }
 
-EvaluationEnd Poll(Deadline const& deadline, Progress& progress) {
+// The end by a final answer.
+EvaluationEnd EndByAnswer(int state, int error, bool unchanged, bool allowStale) {
+    EvaluationEnd end = {EvaluationEnd::finished};
+    if (unchanged && !allowStale)
+        end = {EvaluationEnd::stale, state};
+    else if (state == stateError)
+        end = {EvaluationEnd::agentError, error};
+    end.answerUnchanged = unchanged;
+    return end;
+}
+
+EvaluationEnd Poll(Deadline const& deadline, bool allowStale, Progress& progress) {
     EvaluationEnd end;
     while (!CheckStop(deadline, end)) {
         int percent = 0;
         int error = 0;
+        ResponseWatch const response;
         int const state = COMPLIANCE_Progress(&percent, &error);
-        if (state == stateFinished)
-            return {EvaluationEnd::finished};
-        if (state == stateError)
-            return {EvaluationEnd::agentError, error};
+        if (state == stateFinished || state == stateError)
+            return EndByAnswer(state, error, response.IsUnchanged(), allowStale);
         if (state != stateInProgress)
             return {EvaluationEnd::failed, state};
         progress.Percent(percent);
@@ -110,30 +118,40 @@ EvaluationEnd Poll(Deadline const& deadline, Progress& progress) {
 }
 
 // The evaluation is open; its end, with the result of the close.
-EvaluationEnd PollAndClose(Deadline const& deadline, Progress& progress,
-                           std::function<void(Rows const&)> const& useRows) {
+EvaluationEnd PollAndClose(Deadline const& deadline, bool allowStale, Progress& progress,
+                           std::function<void(Rows const&, bool stale)> const& useRows) {
     OpenEvaluation evaluation;
-    EvaluationEnd end = Poll(deadline, progress);
+    EvaluationEnd end = Poll(deadline, allowStale, progress);
     if (end.what == EvaluationEnd::finished && StopSignal() == 0) {
         progress.Clear();
-        useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow});
+        useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow}, end.answerUnchanged);
     }
     progress.Closing();
+    ResponseWatch const response;
     end.closeCode = evaluation.Close();
+    end.closeUnchanged = end.closeCode == 0 && response.IsUnchanged();
     return end;
 }
 
 } // namespace
 
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
-                       std::function<void(Rows const&)> const& useRows) {
-    Deadline const deadline(request.timeout);
+                       std::function<void(Rows const&, bool stale)> const& useRows) {
+    Deadline const deadline(request.deadline);
+    EvaluationEnd end;
+    if (CheckStop(deadline, end))
+        return end;
     progress.Opening();
+    ResponseWatch const response;
     int const opened = COMPLIANCE_Open(request.url, request.document, request.flags);
-    EvaluationEnd end = {EvaluationEnd::failed, opened};
+    bool const openUnchanged = opened == 0 && response.IsUnchanged();
+    end = {EvaluationEnd::failed, opened};
     if (opened == 0)
-        end = PollAndClose(deadline, progress, useRows);
-    if (StopSignal() != 0)
-        end = {EvaluationEnd::stopped, StopSignal(), end.closeCode};
+        end = PollAndClose(deadline, request.allowStale, progress, useRows);
+    end.openUnchanged = openUnchanged;
+    if (StopSignal() != 0) {
+        end.what = EvaluationEnd::stopped;
+        end.number = StopSignal();
+    }
     return end;
 }

@@ -13,7 +13,9 @@ struct EvaluationRequest {
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
-    std::optional<std::chrono::seconds> timeout = {};
+    std::optional<std::chrono::steady_clock::time_point> deadline = {};
+    // Whether a final answer that was there before its request counts as an answer.
+    bool allowStale = false;
 };
 
 struct EvaluationEnd {
@@ -21,24 +23,31 @@ struct EvaluationEnd {
         finished,   // and the rows have been used
         agentError, // the number is the agent's
         failed,     // the number is a negative code of the interface
-        timedOut,   // the limit of the request is over
+        timedOut,   // the deadline of the request is over
         stopped,    // the number is that of the signal (StopSignals.h)
+        stale,      // the final answer was there before its request; the number is its state
     };
 
     What what = finished;
     int number = 0;
     // What became of the last exchange; 0 also where none was owed.
     int closeCode = 0;
+    // Whether the answers to Open, to the last Progress and to Close were there before their
+    // requests (see ResponseWatch). An agent may leave the old answer to Open and Close.
+    bool openUnchanged = false;
+    bool answerUnchanged = false;
+    bool closeUnchanged = false;
 };
 
 // Opens an evaluation, polls it once a second until it ends, lets the rows be used, and closes it.
 // Whatever ends it early (the limit, a stop signal, an exception), an evaluation that was opened is
 // closed.
 //
-// The limit and the signal are looked at between calls to the agent: a call under way is waited
-// for. A signal counts more than all else, a finished evaluation more than the limit.
+// The deadline and the signal are checked between calls to the agent: a call under way is waited
+// for. A signal counts more than all else, a finished evaluation more than the deadline.
 //
-// The rows are valid only during the call of `useRows`. An exception of `useRows`, and
-// std::bad_alloc of the C API, leave this function after the close.
+// `useRows` is told whether the rows are those of an answer that was there before its request. The
+// rows are valid only during the call. An exception of `useRows`, and std::bad_alloc of the C API,
+// leave this function after the close.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
-                       std::function<void(Rows const&)> const& useRows);
+                       std::function<void(Rows const&, bool stale)> const& useRows);

@@ -7,29 +7,113 @@
 
 #include "companions/Output.h"
 #include "companions/Rows.h"
+#include "companions/Timestamp.h"
 #include "companions/Utf8.h"
 #include "companions/VisibleText.h"
+#include "compliance/AgentPaths.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json MakeObject(Row const& row) {
-    Json object = Json::object();
+// Adds the text, and its exact bytes if it is not UTF-8.
+void AddText(Json& object, std::string const& name, std::string_view text) {
+    bool const exact = IsUtf8(text);
+    object[name] = exact ? std::string(text) : MakeReadable(text);
+    if (!exact)
+        object[name + "Base64"] = EncodeBase64(text);
+}
+
+void AddTextOrNull(Json& object, std::string const& name, char const* text) {
+    if (text == nullptr)
+        object[name] = nullptr;
+    else
+        AddText(object, name, text);
+}
+
+std::string Dump(Json const& value, Output const& output) {
+    constexpr int onOneLine = -1;
+    bool const asAscii = output.IsTerminal();
+    return value.dump(onOneLine, ' ', asAscii);
+}
+
+// Whether JSON has the text as it is, between quotes.
+bool IsPlain(std::string_view text) {
+    return std::ranges::all_of(
+        text, [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
+}
+
+// Appends `"name":"text"`. Most texts are plain, and a Json object costs more than all else.
+void AppendMember(std::string& object, char const* name, std::string_view text,
+                  Output const& output) {
+    if (IsPlain(text)) {
+        object.append("\"").append(name).append("\":\"").append(text).append("\"");
+        return;
+    }
+    Json member = Json::object();
+    AddText(member, name, text);
+    std::string const braced = Dump(member, output);
+    object.append(braced, 1, braced.size() - 2);
+}
+
+void WriteRow(Row const& row, Output& output) {
+    std::string object;
     for (std::size_t field = 0; field < row.size(); ++field) {
-        std::string const name = rowFieldNames[field];
-        bool const exact = IsUtf8(row[field]);
-        object[name] = exact ? std::string(row[field]) : MakeReadable(row[field]);
-        if (!exact)
-            object[name + "Base64"] = EncodeBase64(row[field]);
+        object += field == 0 ? '{' : ',';
+        AppendMember(object, rowFieldNames[field], row[field], output);
+    }
+    object += '}';
+    output.Write(object);
+}
+
+Json MakeResponse(Provenance const& provenance) {
+    ResponseState const& response = provenance.response;
+    if (!response.exists)
+        return nullptr;
+    return {{"inode", response.inode},
+            {"modified", FormatTimestamp(response.modified)},
+            {"fresh", !provenance.stale}};
+}
+
+Json MakeAgent(Provenance const& provenance) {
+    Json agent = {{"path", AgentPaths::program}, {"modified", nullptr}};
+    if (provenance.agentModified)
+        agent["modified"] = FormatTimestamp(*provenance.agentModified);
+    return agent;
+}
+
+// Texts that are not UTF-8 may become equal; their numbers are added up.
+Json MakeCounts(ResultCounts const& counts) {
+    Json object = Json::object();
+    for (auto const& [result, count] : counts) {
+        std::string const name = IsUtf8(result) ? result : MakeReadable(result);
+        object[name] = object.value(name, 0U) + count;
     }
     return object;
 }
 
-void WriteRow(Row const& row, Output& output) {
-    constexpr int onOneLine = -1;
-    bool const asAscii = output.IsTerminal();
-    output.Write(MakeObject(row).dump(onOneLine, ' ', asAscii));
+Json MakeProvenance(Provenance const& provenance) {
+    Json object = {{"schemaVersion", jsonSchemaVersion}, {"programVersion", CC_VERSION}};
+    AddTextOrNull(object, "url", provenance.url);
+    AddTextOrNull(object, "document", provenance.document);
+    object["flags"] = provenance.flags;
+    AddText(object, "host", provenance.host);
+    object["userId"] = provenance.userId;
+    object["start"] = FormatTimestamp(provenance.start);
+    object["end"] = FormatTimestamp(provenance.end);
+    object["durationSeconds"] = static_cast<double>(provenance.duration.count()) / 1000;
+    object["response"] = MakeResponse(provenance);
+    object["agent"] = MakeAgent(provenance);
+    return object;
+}
+
+// What both formats of rows begin with.
+Json MakeHead(Rows const& rows, Provenance const& provenance) {
+    Json head = {
+        {"schemaVersion", jsonReaderVersion}, {"outcome", "finished"}, {"rowCount", rows.count}};
+    head["provenance"] = MakeProvenance(provenance);
+    head["provenance"]["results"] = MakeCounts(CountResults(rows));
+    return head;
 }
 
 constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -45,10 +129,8 @@ void AppendGroup(std::string& text, std::string_view group) {
 
 } // namespace
 
-void WriteJson(Rows const& rows, Output& output) {
-    Json head = {
-        {"schemaVersion", jsonSchemaVersion}, {"outcome", "finished"}, {"rowCount", rows.count}};
-    std::string text = head.dump();
+void WriteJson(Rows const& rows, Provenance const& provenance, Output& output) {
+    std::string text = Dump(MakeHead(rows, provenance), output);
     text.back() = ',';
     output.Write(text);
     output.Write("\"rows\":[");
@@ -59,24 +141,26 @@ void WriteJson(Rows const& rows, Output& output) {
     output.Write("]}\n");
 }
 
-void WriteJson(JsonFailure const& failure, Output& output) {
-    Json object = {{"schemaVersion", jsonSchemaVersion},
-                   {"outcome", "failed"},
-                   {"exitStatus", failure.exitStatus}};
-    if (failure.code)
-        object["code"] = *failure.code;
-    if (failure.agentError)
-        object["agentError"] = *failure.agentError;
-    object["message"] = failure.message;
-    output.Write(object.dump());
-    output.Write("\n");
-}
-
-void WriteNdjson(Rows const& rows, Output& output) {
+void WriteNdjson(Rows const& rows, Provenance const& provenance, Output& output) {
+    output.Write(Dump(MakeHead(rows, provenance), output) + "\n");
     for (unsigned int index = 0; index < rows.count; ++index) {
         WriteRow(rows.get(index), output);
         output.Write("\n");
     }
+}
+
+void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Output& output) {
+    Json object = {{"schemaVersion", jsonReaderVersion},
+                   {"outcome", "failed"},
+                   {"exitStatus", failure.exitStatus},
+                   {"failure", failure.word}};
+    if (failure.code)
+        object["code"] = *failure.code;
+    if (failure.agentError)
+        object["agentError"] = *failure.agentError;
+    AddText(object, "message", failure.message);
+    object["provenance"] = MakeProvenance(provenance);
+    output.Write(Dump(object, output) + "\n");
 }
 
 std::string EncodeBase64(std::string_view bytes) {

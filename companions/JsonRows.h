@@ -5,14 +5,20 @@
 #include <string>
 #include <string_view>
 
+#include "companions/Provenance.h"
+
 class Output;
 struct Rows;
 
-// The schema's version. A member may be added within a version; nothing else changes.
-constexpr int jsonSchemaVersion = 1;
+// The version that a reader needs to know, and the version of all members. A member may be added
+// without a new version that a reader needs to know.
+constexpr int jsonReaderVersion = 1;
+constexpr int jsonSchemaVersion = 2;
 
 struct JsonFailure {
     int exitStatus = 0;
+    // Of the exit status (QueryExitFacts).
+    std::string_view word = {};
     // The negative code of the interface, if it is one.
     std::optional<int> code = {};
     // The number that the agent reports, if it is the agent's error.
@@ -26,13 +32,14 @@ struct JsonFailure {
 //
 // A member has the text of its field. If that is not UTF-8, the member has the readable text
 // (VisibleText.h) and a second member, whose name ends with "Base64", has the exact bytes.
-void WriteJson(Rows const& rows, Output& output);
+void WriteJson(Rows const& rows, Provenance const& provenance, Output& output);
 
-// The object that is written instead if there are no rows.
-void WriteJson(JsonFailure const& failure, Output& output);
+// A line with the members of WriteJson except the rows, then each row as an object on a line of its
+// own.
+void WriteNdjson(Rows const& rows, Provenance const& provenance, Output& output);
 
-// Each row as an object of its own, on a line of its own.
-void WriteNdjson(Rows const& rows, Output& output);
+// The object that is written instead if there are no rows, on one line.
+void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Output& output);
 
 // Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.
 std::string EncodeBase64(std::string_view bytes);

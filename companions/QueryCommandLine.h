@@ -6,30 +6,45 @@
 #include <string>
 #include <vector>
 
+#include "companions/TableRows.h"
+
 enum class RowFormat { table, tsv, json, ndjson };
 enum class ProgressStyle { automatic, bar, lines, none };
 
 struct QueryCommandLine {
-    enum Action { evaluate, showHelp, showVersion };
+    enum Action { evaluate, showHelp, showVersion, explain };
 
     Action action = evaluate;
     RowFormat format = RowFormat::table;
     ProgressStyle progress = ProgressStyle::automatic;
+    // For the table only.
+    TableOptions table = {};
     // No notes beside the results, but errors.
     bool quiet = false;
     std::optional<std::chrono::seconds> timeout = {};
-    // The results that --strict accepts; none means that it was not given.
+    // How long to try again after a temporary failure.
+    std::optional<std::chrono::seconds> wait = {};
+    // The file to replace; nothing for standard output.
+    std::optional<std::string> outputFile = {};
+    // Whether a failed evaluation replaces the file too.
+    bool keepFailures = false;
+    bool allowStale = false;
+    // The results that --strict accepts, each one once; none means that it was not given.
     std::vector<std::string> acceptedResults = {};
+    // Whether --strict accepts an evaluation without rows.
+    bool allowEmpty = false;
     // The sum of the COMPLIANCE_FLAG_ values.
     unsigned int flags = 0;
     // Both absent with -d.
     std::optional<std::string> url = {};
     std::optional<std::string> document = {};
+    // The value of --explain.
+    std::string status = {};
 };
 
-// Reads the arguments of main. --help and --version count whatever else is right or wrong beside
-// them, as long as each argument is known. Throws CommandLineError.
+// Reads the arguments of main. --help, --version and --explain make all other arguments irrelevant,
+// as long as each one is known. Throws CommandLineError.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // What --help shows.
-extern char const queryHelp[];
+std::string QueryHelp();

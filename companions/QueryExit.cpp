@@ -1,9 +1,9 @@
 #include "companions/QueryExit.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
+#include "companions/Arguments.h"
+#include "companions/LockRefusal.h"
 #include "compliance/Compliance.h"
 
 namespace {
@@ -12,10 +12,9 @@ struct CodeFacts {
     int code;
     QueryExit status;
     std::string_view words;
+    bool temporary = false;
 };
 
-// A machine without the agent also gives COMPLIANCE_ERROR_LOCK, since the lock file lives in a
-// directory of the agent's; only a look at the disk tells these apart.
 constexpr std::array codes = {
     CodeFacts{COMPLIANCE_ERROR_NOT_INSTALLED, QueryExit::noAgent, "the agent is not installed"},
     CodeFacts{COMPLIANCE_ERROR_NOT_RUNNING, QueryExit::noAgent, "the agent is not running"},
@@ -23,11 +22,7 @@ constexpr std::array codes = {
               "the agent did not take the request in time"},
     CodeFacts{COMPLIANCE_ERROR_NOT_CONFIGURED, QueryExit::noAgent, "the agent is not configured"},
     CodeFacts{COMPLIANCE_ERROR_REQUEST_PENDING, QueryExit::busy,
-              "a request is already waiting for the agent; compliance-doctor tells how long"},
-    CodeFacts{
-        COMPLIANCE_ERROR_LOCK, QueryExit::busy,
-        "the lock was refused: another evaluation runs, or the agent's directories are missing "
-        "or closed to this user; compliance-doctor tells which"},
+              "a request is already waiting for the agent; compliance-doctor shows its age", true},
     CodeFacts{COMPLIANCE_ERROR_BAD_RESPONSE, QueryExit::badAnswer,
               "the agent's answer can't be read"},
     CodeFacts{COMPLIANCE_ERROR_ALREADY_OPEN, QueryExit::busy,
@@ -35,7 +30,7 @@ constexpr std::array codes = {
     CodeFacts{COMPLIANCE_ERROR_EXCHANGE, QueryExit::exchangeFailed,
               "the exchange with the agent failed"},
     CodeFacts{COMPLIANCE_ERROR_REQUEST_WRITE, QueryExit::exchangeFailed,
-              "the request could not be written; compliance-doctor tells why"},
+              "the request could not be written; compliance-doctor shows the reason"},
     CodeFacts{COMPLIANCE_ERROR_INTERNAL, QueryExit::exchangeFailed,
               "the evaluation failed outside of the exchange"},
 };
@@ -44,21 +39,110 @@ constexpr CodeFacts unknownCode = {0, QueryExit::exchangeFailed, "the evaluation
 
 constexpr int agentNotAvailable = -22;
 
-CodeFacts const& FactsOf(int code) {
+CodeFacts const& FactsOfCode(int code) {
     auto const found = std::ranges::find(codes, code, &CodeFacts::code);
     return found == codes.end() ? unknownCode : *found;
 }
 
-} // namespace
-
-QueryExit QueryExitOfCode(int code) { return FactsOf(code).status; }
-
-std::string DescribeCode(int code) {
-    return std::string(FactsOf(code).words) + " (code " + std::to_string(code) + ")";
+std::string NameOfStatus(QueryExit status) {
+    return status == QueryExit::stopped ? "128 + n" : std::to_string(static_cast<int>(status));
 }
 
-std::string DescribeAgentError(int error) {
+// Null if there is no such status.
+QueryExitFacts const* FindStatus(std::string const& text) {
+    for (QueryExitFacts const& facts : queryExitTable)
+        if (text == std::to_string(static_cast<int>(facts.status)))
+            return facts.status == QueryExit::stopped ? nullptr : &facts;
+    return text == "129" || text == "130" || text == "143" ? &FactsOf(QueryExit::stopped) : nullptr;
+}
+
+} // namespace
+
+constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
+    {QueryExit::finished, "finished", "finished; the rows were written",
+     "The agent evaluated the document and the rows were written.", "None is needed."},
+    {QueryExit::agentError, "agent-error", "the agent reports an error",
+     "The agent took the request and reports an error number. -22 means that it is not available "
+     "right now.",
+     "For -22 try again later (--wait TIME). For others see the agent's log."},
+    {QueryExit::usage, "usage", "the command line is invalid",
+     "An option, a value or an operand is not accepted. Nothing was sent to the agent.",
+     "See compliance-query --help."},
+    {QueryExit::noAgent, "no-agent", "the agent is not installed, not running or not configured",
+     "The agent's program, its directories or its process are missing.",
+     "Install or start the agent; compliance-doctor shows what is missing."},
+    {QueryExit::busy, "busy", "another process holds the lock, or a request is already waiting",
+     "Another evaluation runs on this machine, or the agent has not taken an earlier request.",
+     "Try again later (--wait TIME); compliance-doctor shows the process or the age of the "
+     "request."},
+    {QueryExit::timeOut, "time-out",
+     "the agent did not take a request in time, or --timeout is over",
+     "The agent is slow, or stopped without removing its process.",
+     "Allow more time (--timeout), or restart the agent if it takes no request."},
+    {QueryExit::badAnswer, "bad-answer", "the agent's answer can't be read",
+     "The answer is missing, not complete, or no XML of the expected form.",
+     "Run compliance-doctor, and see the agent's log."},
+    {QueryExit::exchangeFailed, "exchange-failed",
+     "the request could not be written, or another error",
+     "This user may lack rights, the disk may be full, or memory ran out.",
+     "Read the message on standard error, and run compliance-doctor as the same user."},
+    {QueryExit::outputFailed, "output-failed", "the rows could not be written",
+     "Standard output or the file of --output does not take the rows.",
+     "Free space, or choose another place. The file of --output has its former content."},
+    {QueryExit::stale, "stale", "the answer was there before the request",
+     "The agent took the request, but the answer on disk is that of an earlier request. It says "
+     "nothing about the machine of today.",
+     "See the agent's log, or restart the agent. --allow-stale accepts such an answer."},
+    {QueryExit::otherResult, "other-result",
+     "with --strict: a row has a result that is not in the list",
+     "The evaluation finished, and at least one row has another result.",
+     "See the rows; the message names the first ones."},
+    {QueryExit::noRows, "no-rows", "with --strict: there are no rows to judge",
+     "The evaluation finished without a row, so it proves nothing.",
+     "Check the name of the document, or accept this by --allow-empty."},
+    {QueryExit::stopped, "signal", "ended early by the signal n",
+     "SIGHUP (129), SIGINT (130) or SIGTERM (143) ended the evaluation, and it was closed.",
+     "Run it again."},
+}};
+
+QueryExitFacts const& FactsOf(QueryExit status) {
+    return *std::ranges::find(queryExitTable, status, &QueryExitFacts::status);
+}
+
+std::string ListQueryExits() {
+    std::string lines;
+    for (QueryExitFacts const& facts : queryExitTable) {
+        std::string const name = NameOfStatus(facts.status);
+        lines.append(name.size() < 5 ? 5 - name.size() : 2, ' ');
+        lines += name + "  " + std::string(facts.summary) + "\n";
+    }
+    return lines;
+}
+
+std::string ExplainQueryExit(std::string const& status) {
+    QueryExitFacts const* const facts = FindStatus(status);
+    if (facts == nullptr)
+        throw CommandLineError("--explain: '" + status +
+                               "' is not accepted; accepted: 0 to 11, 129, 130 or 143");
+    return status + " (" + std::string(facts->word) + "): " + std::string(facts->summary) +
+           "\nCause: " + std::string(facts->cause) + "\nRemedy: " + std::string(facts->remedy) +
+           "\n";
+}
+
+QueryFailure DescribeCode(int code) {
+    QueryFailure failure;
+    if (code == COMPLIANCE_ERROR_LOCK) {
+        failure = DescribeLockRefusal();
+    } else {
+        CodeFacts const& facts = FactsOfCode(code);
+        failure = {facts.status, std::string(facts.words), facts.temporary};
+    }
+    failure.message += " (code " + std::to_string(code) + ")";
+    return failure;
+}
+
+QueryFailure DescribeAgentError(int error) {
     if (error == agentNotAvailable)
-        return "the agent is not available right now (error -22)";
-    return "the agent reports the error " + std::to_string(error);
+        return {QueryExit::agentError, "the agent is not available right now (error -22)", true};
+    return {QueryExit::agentError, "the agent reports the error " + std::to_string(error)};
 }

@@ -1,29 +1,65 @@
 // The exit statuses and error messages of compliance-query.
 #pragma once
 
+#include <array>
 #include <string>
+#include <string_view>
 
 // The statuses are an interface: none changes its meaning. After a stop signal n the status is
 // 128 + n.
 enum class QueryExit {
-    finished = 0,       // the rows are on standard output
-    agentError = 1,     // the agent reports an error, "not available right now" included
-    usage = 2,          // the command line can't be understood
-    noAgent = 3,        // not installed, not running, not configured
-    busy = 4,           // the lock is refused, or a request is already waiting
-    timeOut = 5,        // the agent did not take a request, or --timeout is over
-    badAnswer = 6,      // the answer can't be read
-    exchangeFailed = 7, // the request could not be written, or something else broke
-    outputFailed = 8,   // standard output does not take the rows
-    otherResult = 10,   // --strict, and a row's result is not in the list
+    finished = 0,
+    agentError = 1,
+    usage = 2,
+    noAgent = 3,
+    busy = 4,
+    timeOut = 5,
+    badAnswer = 6,
+    exchangeFailed = 7,
+    outputFailed = 8,
+    stale = 9,
+    otherResult = 10,
+    noRows = 11,
+    stopped = 128,
 };
 
-// Returns the status for a negative code of the COMPLIANCE_ functions, and exchangeFailed for a
-// code that none of them returns.
-QueryExit QueryExitOfCode(int code);
+struct QueryExitFacts {
+    QueryExit status;
+    // For programs: the member "failure" of the JSON document.
+    std::string_view word;
+    // For --help and the manual page.
+    std::string_view summary;
+    // For --explain.
+    std::string_view cause;
+    std::string_view remedy;
+};
 
-// Returns a message for the code, with a remedy where there is one, without a line feed.
-std::string DescribeCode(int code);
+// In the order of the statuses.
+extern std::array<QueryExitFacts, 13> const queryExitTable;
 
-// The same for an error that the agent reports.
-std::string DescribeAgentError(int error);
+QueryExitFacts const& FactsOf(QueryExit status);
+
+// Returns the table as lines of --help.
+std::string ListQueryExits();
+
+// Returns cause and remedy of an exit status, in lines. Throws CommandLineError if `status` is the
+// text of no exit status.
+std::string ExplainQueryExit(std::string const& status);
+
+struct QueryFailure {
+    QueryExit status;
+    // With a remedy where there is one, without a line feed.
+    std::string message;
+    // Whether another attempt a little later may succeed: a request is waiting, another process
+    // holds the lock, or the agent is not available right now.
+    bool temporary = false;
+};
+
+// Describes a negative code of the COMPLIANCE_ functions. For a refused lock it examines the
+// machine (LockRefusal.h).
+//
+// REQUIRES: this process does not hold the lock, which would be lost.
+QueryFailure DescribeCode(int code);
+
+// Describes an error that the agent reports.
+QueryFailure DescribeAgentError(int error);

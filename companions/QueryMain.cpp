@@ -1,6 +1,8 @@
 // compliance-query: asks the endpoint agent to evaluate a compliance document, for scripts and for
 // interactive use.
+#include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include <unistd.h>
@@ -12,103 +14,199 @@
 #include "companions/Progress.h"
 #include "companions/QueryCommandLine.h"
 #include "companions/QueryExit.h"
+#include "companions/ResultFile.h"
+#include "companions/Retry.h"
 #include "companions/Rows.h"
 #include "companions/StopSignals.h"
 
 namespace {
 
 constexpr char program[] = "compliance-query";
-constexpr int stoppedBySignal = 128;
-
-char const* TextOrNull(std::optional<std::string> const& text) {
-    return text ? text->c_str() : nullptr;
-}
-
-EvaluationRequest MakeRequest(QueryCommandLine const& commandLine) {
-    return {TextOrNull(commandLine.url), TextOrNull(commandLine.document), commandLine.flags,
-            commandLine.timeout};
-}
-
-void WriteRows(RowFormat format, Rows const& rows, Output& output) {
-    switch (format) {
-    case RowFormat::table:
-        return WriteTable(rows, output);
-    case RowFormat::tsv:
-        return WriteTsv(rows, output);
-    case RowFormat::json:
-        return WriteJson(rows, output);
-    case RowFormat::ndjson:
-        return WriteNdjson(rows, output);
-    }
-}
 
 int Number(QueryExit status) { return static_cast<int>(status); }
 
-// The failure of an evaluation that did not finish.
-JsonFailure DescribeFailure(EvaluationEnd const& end) {
+std::string Join(std::vector<std::string> const& texts) {
+    std::string all;
+    for (std::string const& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all;
+}
+
+constexpr char staleAnswer[] =
+    "the agent took the request, but its answer was there before: it belongs to an earlier request";
+
+// Why an evaluation has no rows to judge.
+QueryFailure DescribeFailure(EvaluationEnd const& end) {
     switch (end.what) {
     case EvaluationEnd::agentError:
-        return {Number(QueryExit::agentError), {}, end.number, DescribeAgentError(end.number)};
+        return DescribeAgentError(end.number);
     case EvaluationEnd::timedOut:
-        return {Number(QueryExit::timeOut), {}, {}, "not finished within the time of --timeout"};
+        return {QueryExit::timeOut, "not finished within the time of --timeout"};
     case EvaluationEnd::stopped:
-        return {stoppedBySignal + end.number,
-                {},
-                {},
-                std::string("ended early by ") + NameOfStopSignal(end.number)};
+        return {QueryExit::stopped, std::string("ended early by ") + NameOfStopSignal(end.number)};
+    case EvaluationEnd::stale:
+        return {QueryExit::stale, std::string(staleAnswer) + "; --allow-stale accepts it"};
     default:
-        return {Number(QueryExitOfCode(end.number)), end.number, {}, DescribeCode(end.number)};
+        return DescribeCode(end.number);
     }
 }
 
-// One run, with what outlives the rows.
+JsonFailure MakeJson(EvaluationEnd const& end, QueryFailure const& failure) {
+    int const signal = end.what == EvaluationEnd::stopped ? end.number : 0;
+    JsonFailure json{Number(failure.status) + signal, FactsOf(failure.status).word};
+    if (end.what == EvaluationEnd::failed)
+        json.code = end.number;
+    if (end.what == EvaluationEnd::agentError)
+        json.agentError = end.number;
+    json.message = failure.message;
+    return json;
+}
+
+// One attempt, with what outlives the rows.
 class Query {
 public:
-    explicit Query(QueryCommandLine const& theCommandLine)
-        : commandLine(theCommandLine), output(STDOUT_FILENO) {}
+    Query(QueryCommandLine const& theCommandLine, char** theArguments)
+        : commandLine(theCommandLine),
+          arguments(theArguments),
+          retry(commandLine.wait, commandLine.timeout) {
+        OpenOutput();
+    }
 
     int Run() {
-        EvaluationEnd const end = EvaluateRequest();
-        if (end.closeCode != 0)
-            Note("the agent did not confirm that the evaluation is closed (code " +
-                 std::to_string(end.closeCode) + ")");
-        return end.what == EvaluationEnd::finished ? StatusOfRows() : Fail(DescribeFailure(end));
+        EvaluationEnd end = EvaluateRequest();
+        NoteAnswers(end);
+        if (end.what == EvaluationEnd::finished)
+            return StatusOfRows();
+        QueryFailure failure = DescribeFailure(end);
+        if (failure.temporary && count < 0) {
+            TryAgain(failure);
+            if (StopSignal() != 0) {
+                end = {EvaluationEnd::stopped, StopSignal()};
+                failure = DescribeFailure(end);
+            }
+        }
+        return Fail(MakeJson(end, failure));
     }
 
 private:
+    void OpenOutput() {
+        if (commandLine.outputFile)
+            file.emplace(*commandLine.outputFile);
+        output.emplace(file ? file->Descriptor() : STDOUT_FILENO);
+    }
+
     EvaluationEnd EvaluateRequest() {
         Progress progress(commandLine.quiet ? ProgressStyle::none : commandLine.progress);
-        return Evaluate(MakeRequest(commandLine), progress,
-                        [this](Rows const& rows) { UseRows(rows); });
+        EvaluationRequest const request = {
+            commandLine.url ? commandLine.url->c_str() : nullptr,
+            commandLine.document ? commandLine.document->c_str() : nullptr, commandLine.flags,
+            retry.Deadline(), commandLine.allowStale};
+        return Evaluate(request, progress,
+                        [this](Rows const& rows, bool stale) { UseRows(rows, stale); });
     }
 
-    void UseRows(Rows const& rows) {
-        WriteRows(commandLine.format, rows, output);
-        output.Flush();
+    void UseRows(Rows const& rows, bool stale) {
+        if (stale)
+            Note(staleAnswer);
+        WriteRows(rows, stale);
+        output->Flush();
         count = rows.count;
         if (!commandLine.acceptedResults.empty())
-            others = CountOtherResults(rows, commandLine.acceptedResults);
+            check = CheckResults(rows, commandLine.acceptedResults);
     }
 
-    int StatusOfRows() const {
-        if (output.Error() != 0) {
-            WriteMessage(program, std::string("the rows could not be written: ") +
-                                      std::strerror(output.Error()));
-            return Number(QueryExit::outputFailed);
+    void WriteRows(Rows const& rows, bool stale) {
+        switch (commandLine.format) {
+        case RowFormat::table:
+            return WriteTable(rows, commandLine.table, commandLine.acceptedResults, *output);
+        case RowFormat::tsv:
+            return WriteTsv(rows, *output);
+        case RowFormat::json:
+            return WriteJson(rows, recorder.Finish(stale), *output);
+        case RowFormat::ndjson:
+            return WriteNdjson(rows, recorder.Finish(stale), *output);
         }
-        if (others == 0)
+    }
+
+    void NoteAnswers(EvaluationEnd const& end) const {
+        constexpr char old[] = " was there before; the agent may have left it";
+        if (end.openUnchanged)
+            Note(std::string("the answer to the opening request") + old);
+        if (end.closeUnchanged)
+            Note(std::string("the answer to the closing request") + old);
+        if (end.closeCode != 0)
+            Note("the agent did not confirm that the evaluation is closed (code " +
+                 std::to_string(end.closeCode) + ")");
+    }
+
+    int StatusOfRows() {
+        if (!PublishOutput())
+            return Number(QueryExit::outputFailed);
+        if (commandLine.acceptedResults.empty())
             return Number(QueryExit::finished);
-        Note(std::to_string(others) + " of " + std::to_string(count) +
-             " rows have a result that --strict does not list");
+        if (!check.unused.empty())
+            Note("--strict lists results that no row has: " + Join(check.unused));
+        if (count == 0 && !commandLine.allowEmpty) {
+            Note("no rows to judge");
+            return Number(QueryExit::noRows);
+        }
+        if (check.others == 0)
+            return Number(QueryExit::finished);
+        Note(std::to_string(check.others) + " of " + std::to_string(count) +
+             " rows have a result that --strict does not list: " + Join(check.firstOthers) +
+             (check.others > check.firstOthers.size() ? ", ..." : ""));
         return Number(QueryExit::otherResult);
     }
 
-    // Writes no second JSON document after rows.
+    // Returns false, with a message, if the output is not complete.
+    bool PublishOutput() {
+        if (output->Error() != 0) {
+            WriteMessage(program, std::string("the rows could not be written: ") +
+                                      std::strerror(output->Error()));
+            return false;
+        }
+        try {
+            if (file)
+                file->Publish();
+            return true;
+        } catch (ResultFileError const& error) {
+            WriteMessage(program, error.what());
+            return false;
+        }
+    }
+
+    // Executes the program again. Returns if there is no time left, after a stop signal, and with a
+    // longer message if the execution fails.
+    void TryAgain(QueryFailure& failure) {
+        std::optional<std::chrono::milliseconds> const pause = retry.Pause();
+        if (!pause)
+            return;
+        Note(failure.message + "; trying again in " +
+             std::to_string(std::chrono::ceil<std::chrono::seconds>(*pause).count()) + " s");
+        SleepUnlessStopped(*pause);
+        if (StopSignal() != 0)
+            return;
+        // execve(2) skips destructors.
+        output.reset();
+        file.reset();
+        retry.Execute(arguments);
+        failure.message +=
+            std::string("; the program could not be executed again: ") + std::strerror(errno);
+        OpenOutput();
+    }
+
+    // Writes no second document after rows.
     int Fail(JsonFailure const& failure) {
         WriteMessage(program, failure.message);
-        if (commandLine.format == RowFormat::json && count < 0)
-            WriteJson(failure, output);
-        output.Flush();
+        bool const asJson =
+            commandLine.format == RowFormat::json || commandLine.format == RowFormat::ndjson;
+        bool const wanted = file ? commandLine.keepFailures : true;
+        if (asJson && wanted && count < 0) {
+            WriteFailure(failure, recorder.Finish(false), *output);
+            output->Flush();
+            if (file && !PublishOutput())
+                return Number(QueryExit::outputFailed);
+        }
         return failure.exitStatus;
     }
 
@@ -118,22 +216,38 @@ private:
     }
 
     QueryCommandLine const& commandLine;
-    Output output;
+    char** const arguments;
+    Retry retry;
+    ProvenanceRecorder const recorder{commandLine};
+    std::optional<ResultFile> file;
+    std::optional<Output> output;
     // Of the rows that were written; -1 as long as none were.
     long long count = -1;
-    unsigned int others = 0;
+    ResultCheck check;
 };
 
-int Run(int count, char const* const* arguments) {
+int RunQuery(QueryCommandLine const& commandLine, char** arguments) {
+    CatchStopSignals();
+    try {
+        return Query(commandLine, arguments).Run();
+    } catch (ResultFileError const& error) {
+        WriteMessage(program, error.what());
+        return Number(QueryExit::outputFailed);
+    }
+}
+
+int Run(int count, char** arguments) {
     QueryCommandLine const commandLine = ParseQueryCommandLine(count, arguments);
+    int const failure = Number(QueryExit::outputFailed);
     switch (commandLine.action) {
     case QueryCommandLine::showHelp:
-        return ShowText(queryHelp, Number(QueryExit::outputFailed));
+        return ShowText(QueryHelp(), failure);
     case QueryCommandLine::showVersion:
-        return ShowText("compliance-query " CC_VERSION "\n", Number(QueryExit::outputFailed));
+        return ShowText("compliance-query " CC_VERSION "\n", failure);
+    case QueryCommandLine::explain:
+        return ShowText(ExplainQueryExit(commandLine.status), failure);
     default:
-        CatchStopSignals();
-        return Query(commandLine).Run();
+        return RunQuery(commandLine, arguments);
     }
 }
 

@@ -2,10 +2,45 @@
 
 #include <algorithm>
 
-unsigned int CountOtherResults(Rows const& rows, std::vector<std::string> const& accepted) {
-    unsigned int others = 0;
-    for (unsigned int index = 0; index < rows.count; ++index)
-        if (std::ranges::find(accepted, rows.get(index)[resultField]) == accepted.end())
-            ++others;
-    return others;
+namespace {
+
+constexpr std::size_t maxFirstOthers = 3;
+
+std::string Describe(Row const& row) {
+    return std::string(row[designatorField]) + " (" + std::string(row[resultField]) + ")";
+}
+
+} // namespace
+
+ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accepted) {
+    ResultCheck result;
+    std::vector<bool> used(accepted.size());
+    for (unsigned int index = 0; index < rows.count; ++index) {
+        Row const row = rows.get(index);
+        auto const found = std::ranges::find(accepted, row[resultField]);
+        if (found != accepted.end()) {
+            used[static_cast<std::size_t>(found - accepted.begin())] = true;
+        } else {
+            ++result.others;
+            if (result.firstOthers.size() < maxFirstOthers)
+                result.firstOthers.push_back(Describe(row));
+        }
+    }
+    for (std::size_t index = 0; index < accepted.size(); ++index)
+        if (!used[index])
+            result.unused.push_back(accepted[index]);
+    return result;
+}
+
+ResultCounts CountResults(Rows const& rows) {
+    ResultCounts counts;
+    for (unsigned int index = 0; index < rows.count; ++index) {
+        Row const row = rows.get(index);
+        auto const found = counts.find(row[resultField]);
+        if (found != counts.end())
+            ++found->second;
+        else
+            counts.emplace(row[resultField], 1);
+    }
+    return counts;
 }

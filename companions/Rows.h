@@ -1,8 +1,10 @@
-// The result rows of a finished evaluation, and two formats for them. JsonRows.h has the others.
+// The result rows of a finished evaluation, and tab-separated values. TableRows.h and JsonRows.h
+// have the other formats.
 #pragma once
 
 #include <array>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +14,7 @@ class Output;
 // In the order of COMPLIANCE_IndexedValue. JSON and TSV use these names.
 constexpr std::array<char const*, 6> rowFieldNames = {"designator",     "result",      "resultType",
                                                       "evaluationTime", "description", "comment"};
+constexpr std::size_t designatorField = 0;
 constexpr std::size_t resultField = 1;
 
 using Row = std::array<std::string_view, rowFieldNames.size()>;
@@ -23,14 +26,22 @@ struct Rows {
     std::function<Row(unsigned int)> get = {};
 };
 
-// How many rows have a result that is not among the accepted ones, compared byte by byte.
-unsigned int CountOtherResults(Rows const& rows, std::vector<std::string> const& accepted);
+// What --strict finds in the rows.
+struct ResultCheck {
+    // How many rows have a result that is not accepted.
+    unsigned int others = 0;
+    // The first of them, at most three, as "DESIGNATOR (RESULT)".
+    std::vector<std::string> firstOthers = {};
+    // Accepted results that no row has.
+    std::vector<std::string> unused = {};
+};
 
-// Writes a table: a line of headings and a line for each row, in columns with two spaces between;
-// the last column is not padded. Without rows it writes one line that says so. The texts are
-// visible text (VisibleText.h). A column is as wide as its longest text. A text longer than 40
-// characters does not widen its column, and moves only the rest of its own line.
-void WriteTable(Rows const& rows, Output& output);
+// Results are compared byte by byte.
+ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accepted);
+
+// The number of rows with each result, in the order of the results.
+using ResultCounts = std::map<std::string, unsigned int, std::less<>>;
+ResultCounts CountResults(Rows const& rows);
 
 // Writes tab-separated values: a line of the field names, then a line for each row. In the texts a
 // tab is written as "\t", a line feed as "\n", a carriage return as "\r" and a backslash as "\\";

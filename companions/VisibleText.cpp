@@ -87,8 +87,3 @@ std::string MakeVisible(std::string_view bytes, CharacterSet characters) {
         AppendVisible(text, character, codePoint, characters);
     });
 }
-
-std::size_t CountColumns(std::string_view text) {
-    return static_cast<std::size_t>(std::ranges::count_if(
-        text, [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}

@@ -1,7 +1,6 @@
 // Text from other programs, with escapes for bytes that are unsafe to display.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,7 +19,3 @@ enum class CharacterSet { ascii, unicode };
 // - with CharacterSet::ascii every other character beyond ASCII, in the same form. On a terminal
 //   that does not use UTF-8 the bytes of a harmless character can be a control sequence.
 std::string MakeVisible(std::string_view bytes, CharacterSet characters = CharacterSet::unicode);
-
-// Returns the number of columns that UTF-8 without control characters takes on a terminal, one for
-// each character.
-std::size_t CountColumns(std::string_view text);

@@ -1,5 +1,6 @@
 // The command lines of compliance-query and compliance-doctor against their grammar.
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -25,6 +26,7 @@ using Outcome = Texts;
 struct Grammar {
     std::vector<std::string> flags; // one of a single letter is an option of its own
     std::vector<std::string> options;
+    std::map<char, std::string> letters;
     std::size_t operands;
 };
 
@@ -41,7 +43,7 @@ public:
             else if (text.starts_with("--"))
                 at += TakeLong(text, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr);
             else
-                TakeLetters(text);
+                at += TakeLetters(text, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr);
         }
         if (operands.size() > grammar.operands)
             throw Refused();
@@ -77,16 +79,23 @@ private:
         return hasValue ? 0 : 1;
     }
 
-    void TakeLetters(std::string const& text) {
-        for (char letter : text.substr(1)) {
-            std::string const name = std::string("-") + letter;
-            if (name == "-h")
-                found["--help"];
-            else if (IsIn(grammar.flags, name))
-                found[name];
-            else
+    // Yields the same.
+    std::size_t TakeLetters(std::string const& text, std::string const* next) {
+        for (std::size_t at = 1; at < text.size(); ++at) {
+            if (!grammar.letters.contains(text[at]))
                 throw Refused();
+            std::string const& name = grammar.letters.at(text[at]);
+            bool const takesValue = IsIn(grammar.options, name);
+            std::string const rest = text.substr(at + 1);
+            if (takesValue && rest.empty() && next == nullptr)
+                throw Refused();
+            found[name];
+            if (takesValue)
+                found[name].push_back(rest.empty() ? *next : rest);
+            if (takesValue)
+                return rest.empty() ? 1 : 0;
         }
+        return 0;
     }
 
     Grammar const& grammar;
@@ -106,38 +115,80 @@ Texts SplitAtCommas(Texts const& lists) {
     return parts;
 }
 
-unsigned int FlagsOf(Texts const& names) {
+// Digits as a number of at most 10 digits.
+long long NumberOf(std::string digits) {
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos)
+        throw Refused();
+    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size() - 1));
+    if (digits.size() > 10)
+        throw Refused();
+    return std::stoll(digits);
+}
+
+unsigned int FlagsOf(Texts const& parts) {
     std::map<std::string, unsigned int> const values = {
         {"gather", 1}, {"all", 2}, {"idle", 4}, {"hint", 8}};
     unsigned int flags = 0;
-    for (std::string const& name : names) {
-        if (!values.contains(name))
+    for (std::string const& part : parts) {
+        long long const value = values.contains(part) ? values.at(part) : NumberOf(part);
+        if (value > 15)
             throw Refused();
-        flags |= values.at(name);
+        flags |= static_cast<unsigned int>(value);
     }
     return flags;
 }
 
-// Digits of a number from 1 to 2147483647, and nothing else.
-std::string TimeoutOf(Texts const& values) {
+// From 1 to 2147483647 seconds.
+std::string SecondsOf(Texts const& values) {
     if (values.empty())
         return "none";
-    std::string digits = values.back();
-    if (digits.find_first_not_of("0123456789") != std::string::npos)
+    std::string text = values.back();
+    std::map<char, long long> const units = {{'s', 1}, {'m', 60}, {'h', 3600}};
+    long long unit = 1;
+    if (!text.empty() && units.contains(text.back())) {
+        unit = units.at(text.back());
+        text.pop_back();
+    }
+    long long const seconds = NumberOf(text) * unit;
+    if (seconds < 1 || seconds > 2147483647)
         throw Refused();
-    digits.erase(0, std::min(digits.find_first_not_of('0'), digits.size()));
-    std::string const most = "2147483647";
-    if (digits.empty() || digits.size() > most.size() ||
-        (digits.size() == most.size() && digits > most))
-        throw Refused();
-    return digits;
+    return std::to_string(seconds);
 }
 
-std::string ProgressOf(Texts const& values) {
-    std::string const style = values.empty() ? "auto" : values.back();
-    if (style != "auto" && style != "bar" && style != "lines" && style != "none")
+// One of the words, the first one by default.
+std::string WordOf(Texts const& values, Texts const& words) {
+    std::string const word = values.empty() ? words.front() : values.back();
+    if (std::find(words.begin(), words.end(), word) == words.end())
         throw Refused();
-    return style;
+    return word;
+}
+
+std::string Trimmed(std::string text) {
+    text.erase(0, std::min(text.find_first_not_of(" \t"), text.size()));
+    while (text.ends_with(' ') || text.ends_with('\t'))
+        text.pop_back();
+    return text;
+}
+
+// Each result once, with a mark in front.
+Texts ResultsOf(std::string const& mark, Texts const& lists) {
+    Texts results;
+    for (std::string const& list : lists) {
+        if (Trimmed(list).empty())
+            throw Refused();
+        for (std::string const& part : SplitAtCommas({list}))
+            if (std::string const result = mark + Trimmed(part);
+                std::find(results.begin(), results.end(), result) == results.end())
+                results.push_back(result);
+    }
+    return results;
+}
+
+std::string FieldOf(std::string const& name) {
+    Texts const names = {"designator",     "result",      "resultType",
+                         "evaluationTime", "description", "comment"};
+    return std::to_string(std::find(names.begin(), names.end(), WordOf({name}, names)) -
+                          names.begin());
 }
 
 std::string FormatOf(PlainArguments const& arguments) {
@@ -151,35 +202,68 @@ std::string FormatOf(PlainArguments const& arguments) {
     return format.empty() ? "--table" : format;
 }
 
+// Fields by number, and what else the table has.
+Outcome TableOf(PlainArguments const& arguments) {
+    for (char const* const name : {"--columns", "--sort", "--only", "--color"})
+        if (arguments.Has(name) && FormatOf(arguments) != "--table")
+            throw Refused();
+    std::string fields;
+    for (std::string const& name : SplitAtCommas(arguments.Values("--columns")))
+        fields += FieldOf(Trimmed(name));
+    Texts const sort = arguments.Values("--sort");
+    return {arguments.Has("--columns") ? fields : "012345",
+            sort.empty() ? "unsorted" : FieldOf(sort.back()),
+            WordOf(arguments.Values("--color"), {"auto", "always", "never"})};
+}
+
+std::string OutputOf(PlainArguments const& arguments) {
+    Texts const files = arguments.Values("--output");
+    std::string const format = FormatOf(arguments);
+    bool const keeps = arguments.Has("--keep-failures");
+    if ((!files.empty() && files.back().empty()) ||
+        (keeps && (files.empty() || (format != "--json" && format != "--ndjson"))))
+        throw Refused();
+    return (keeps ? "keep " : "") + (files.empty() ? "none" : "file " + files.back());
+}
+
 Outcome QueryPlainly(Texts const& texts) {
     static Grammar const grammar = {
-        {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d"},
-        {"--flags", "--strict", "--timeout", "--progress"},
+        {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
+         "--keep-failures", "--allow-empty", "--allow-stale"},
+        {"--flags", "--strict", "--timeout", "--progress", "--explain", "--columns", "--sort",
+         "--only", "--color", "--output", "--wait"},
+        {{'h', "--help"}, {'V', "--version"}, {'q', "--quiet"}, {'d', "-d"}, {'o', "--output"}},
         2};
     PlainArguments const arguments(grammar, texts);
     if (arguments.Has("--help"))
         return {"help"};
     if (arguments.Has("--version"))
         return {"version"};
+    if (arguments.Has("--explain"))
+        return {"explain", arguments.Values("--explain").back()};
+    if (arguments.Has("--allow-empty") && !arguments.Has("--strict"))
+        throw Refused();
     Outcome line = {"evaluate",
                     FormatOf(arguments),
                     arguments.Has("--quiet") ? "quiet" : "",
+                    arguments.Has("--allow-stale") ? "stale" : "",
+                    arguments.Has("--allow-empty") ? "empty" : "",
                     std::to_string(FlagsOf(SplitAtCommas(arguments.Values("--flags")))),
-                    TimeoutOf(arguments.Values("--timeout")),
-                    ProgressOf(arguments.Values("--progress"))};
-    Texts const accepted = arguments.Values("--strict");
-    if (std::find(accepted.begin(), accepted.end(), "") != accepted.end())
+                    SecondsOf(arguments.Values("--timeout")),
+                    SecondsOf(arguments.Values("--wait")),
+                    OutputOf(arguments),
+                    WordOf(arguments.Values("--progress"), {"auto", "bar", "lines", "none"})};
+    if (arguments.operands.size() != (arguments.Has("-d") ? 0 : 2))
         throw Refused();
-    bool const usesDefault = arguments.Has("-d");
-    if (arguments.operands.size() != (usesDefault ? 0 : 2))
-        throw Refused();
-    for (Texts const& more : {arguments.operands, SplitAtCommas(accepted)})
+    for (Texts const& more :
+         {TableOf(arguments), ResultsOf("only ", arguments.Values("--only")), arguments.operands,
+          ResultsOf("strict ", arguments.Values("--strict"))})
         line.insert(line.end(), more.begin(), more.end());
     return line;
 }
 
 Outcome DoctorPlainly(Texts const& texts) {
-    static Grammar const grammar = {{"--help", "--version", "--json"}, {}, 0};
+    static Grammar const grammar = {{"--help", "--version", "--json"}, {}, {{'h', "--help"}}, 0};
     PlainArguments const arguments(grammar, texts);
     char const* const action = arguments.Has("--help")      ? "help"
                                : arguments.Has("--version") ? "version"
@@ -187,24 +271,57 @@ Outcome DoctorPlainly(Texts const& texts) {
     return {action, arguments.Has("--json") ? "json" : ""};
 }
 
-Outcome Query(Texts const& texts) {
-    Fuzz::ArgumentVector const vector(texts);
-    QueryCommandLine const line = ParseQueryCommandLine(vector.Count(), vector.Arguments());
-    if (line.action != QueryCommandLine::evaluate)
-        return {line.action == QueryCommandLine::showHelp ? "help" : "version"};
+std::string Describe(std::optional<std::chrono::seconds> const& time) {
+    return time ? std::to_string(time->count()) : "none";
+}
+
+void Append(Outcome& all, std::string const& mark, Texts const& texts) {
+    for (std::string const& text : texts)
+        all.push_back(mark + text);
+}
+
+Outcome DescribeEvaluation(QueryCommandLine const& line) {
     char const* const formats[] = {"--table", "--tsv", "--json", "--ndjson"};
     char const* const styles[] = {"auto", "bar", "lines", "none"};
+    char const* const colors[] = {"auto", "always", "never"};
     Outcome all = {"evaluate",
                    formats[static_cast<int>(line.format)],
                    line.quiet ? "quiet" : "",
+                   line.allowStale ? "stale" : "",
+                   line.allowEmpty ? "empty" : "",
                    std::to_string(line.flags),
-                   line.timeout ? std::to_string(line.timeout->count()) : "none",
+                   Describe(line.timeout),
+                   Describe(line.wait),
+                   (line.keepFailures ? "keep " : "") +
+                       (line.outputFile ? "file " + *line.outputFile : "none"),
                    styles[static_cast<int>(line.progress)]};
+    std::string fields;
+    for (std::size_t const field : line.table.columns)
+        fields += std::to_string(field);
+    all.push_back(fields);
+    all.push_back(line.table.sortField ? std::to_string(*line.table.sortField) : "unsorted");
+    all.push_back(colors[static_cast<int>(line.table.color)]);
+    Append(all, "only ", line.table.shownResults);
     for (auto const& operand : {line.url, line.document})
         if (operand)
             all.push_back(*operand);
-    all.insert(all.end(), line.acceptedResults.begin(), line.acceptedResults.end());
+    Append(all, "strict ", line.acceptedResults);
     return all;
+}
+
+Outcome Query(Texts const& texts) {
+    Fuzz::ArgumentVector const vector(texts);
+    QueryCommandLine const line = ParseQueryCommandLine(vector.Count(), vector.Arguments());
+    switch (line.action) {
+    case QueryCommandLine::showHelp:
+        return {"help"};
+    case QueryCommandLine::showVersion:
+        return {"version"};
+    case QueryCommandLine::explain:
+        return {"explain", line.status};
+    default:
+        return DescribeEvaluation(line);
+    }
 }
 
 Outcome Doctor(Texts const& texts) {

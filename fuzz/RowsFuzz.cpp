@@ -106,18 +106,23 @@ Texts Split(std::string const& text, char separator) {
 }
 
 void CompareJson(RowList const& list) {
-    Texts const lines =
-        Split(OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), output); }), '\n');
-    Fuzz::Require(lines.size() == list.size() + 1 && lines.back().empty(), "a row is a line");
+    Provenance const provenance;
+    Texts const lines = Split(
+        OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), provenance, output); }), '\n');
+    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "a row is a line");
     Json all = Json::array();
     for (std::size_t row = 0; row < list.size(); ++row) {
-        all.push_back(Json::parse(lines[row]));
+        all.push_back(Json::parse(lines[row + 1]));
         CompareObject(all.back(), list[row]);
     }
     Json const document =
-        Json::parse(OutputOf([&](Output& output) { WriteJson(RowsOf(list), output); }));
+        Json::parse(OutputOf([&](Output& output) { WriteJson(RowsOf(list), provenance, output); }));
     Fuzz::Require(document.at("rows") == all && document.at("rowCount") == list.size(),
                   "the document has the same rows");
+    std::size_t counted = 0;
+    for (Json const& count : document.at("provenance").at("results"))
+        counted += count.get<std::size_t>();
+    Fuzz::Require(counted == list.size(), "each row is counted once");
 }
 
 std::string Unescaped(std::string const& field) {

@@ -1,6 +1,6 @@
 # Completion of compliance-doctor for fish.
 
 complete -c compliance-doctor -f
-complete -c compliance-doctor -l json -d 'One JSON document'
-complete -c compliance-doctor -s h -l help -d 'Show the help'
-complete -c compliance-doctor -l version -d 'Show the version'
+complete -c compliance-doctor -l json -n 'not __fish_contains_opt json' -d 'One JSON document'
+complete -c compliance-doctor -s h -l help -n 'not __fish_contains_opt -s h help' -d 'Show the help'
+complete -c compliance-doctor -l version -n 'not __fish_contains_opt version' -d 'Show the version'

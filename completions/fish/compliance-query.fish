@@ -1,15 +1,48 @@
 # Completion of compliance-query for fish.
 
+# Names for the last part of a list with commas: those that the list does not have yet.
+function __compliance_query_list
+    set --local token (commandline -ct | string replace -r '^--[a-z]+=' '')
+    set --local before (string match -r '.*,' -- $token)
+    for name in $argv
+        contains -- $name (string split , -- "$before"); or echo "$before$name"
+    end
+end
+
+# Whether none of these options is there. One whose value is being completed does not count yet.
+function __compliance_query_lacks
+    set --local words (commandline -opc)
+    set --local with_value --columns --sort --only --color -o --output --flags --strict --timeout \
+        --wait --progress --explain
+    contains -- "$words[-1]" $with_value; and set --erase words[-1]
+    for word in $words
+        contains -- (string replace -r '=.*' '' -- $word) $argv; and return 1
+    end
+    return 0
+end
+
+set --local columns designator result resultType evaluationTime description comment
+
 complete -c compliance-query -f
-complete -c compliance-query -s d -d 'What the agent evaluates by default'
-complete -c compliance-query -l table -d 'Columns for eyes'
-complete -c compliance-query -l tsv -d 'Tab-separated values'
-complete -c compliance-query -l json -d 'One JSON document'
-complete -c compliance-query -l ndjson -d 'One JSON object a row'
-complete -c compliance-query -l flags -x -a '(__fish_append , gather all idle hint)' -d 'How to evaluate'
-complete -c compliance-query -l strict -x -d 'Results that are accepted'
-complete -c compliance-query -l timeout -x -d 'Give up after so many seconds'
-complete -c compliance-query -l progress -x -a 'auto bar lines none' -d 'How progress is shown'
-complete -c compliance-query -l quiet -d 'No progress and no notes'
-complete -c compliance-query -s h -l help -d 'Show the help'
-complete -c compliance-query -l version -d 'Show the version'
+complete -c compliance-query -s d -n '__compliance_query_lacks -d' -d 'What the agent evaluates by default'
+complete -c compliance-query -l table -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Columns for people'
+complete -c compliance-query -l tsv -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Tab-separated values'
+complete -c compliance-query -l json -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'One JSON document'
+complete -c compliance-query -l ndjson -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'One JSON object on each line'
+complete -c compliance-query -l columns -n '__compliance_query_lacks --columns' -x -a "(__compliance_query_list $columns)" -d 'Columns of the table'
+complete -c compliance-query -l sort -n '__compliance_query_lacks --sort' -x -a "$columns" -d 'Column by which the table is sorted'
+complete -c compliance-query -l only -n '__compliance_query_lacks --only' -x -d 'Results that the table shows'
+complete -c compliance-query -l color -n '__compliance_query_lacks --color' -x -a 'auto always never' -d 'Colour of the results'
+complete -c compliance-query -s o -l output -n '__compliance_query_lacks -o --output' -r -F -d 'Replace a file'
+complete -c compliance-query -l keep-failures -n '__compliance_query_lacks --keep-failures' -d 'Replace the file after a failure too'
+complete -c compliance-query -l flags -n '__compliance_query_lacks --flags' -x -a '(__compliance_query_list gather all idle hint)' -d 'How to evaluate'
+complete -c compliance-query -l strict -n '__compliance_query_lacks --strict' -x -d 'Results that are accepted'
+complete -c compliance-query -l allow-empty -n '__compliance_query_lacks --allow-empty' -d 'Accept an evaluation without rows'
+complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that was there before'
+complete -c compliance-query -l timeout -n '__compliance_query_lacks --timeout' -x -d 'Give up after this time'
+complete -c compliance-query -l wait -n '__compliance_query_lacks --wait' -x -d 'Try again during this time'
+complete -c compliance-query -l progress -n '__compliance_query_lacks --progress' -x -a 'auto bar lines none' -d 'How progress is shown'
+complete -c compliance-query -s q -l quiet -n '__compliance_query_lacks -q --quiet' -d 'No progress and no notes'
+complete -c compliance-query -l explain -n '__compliance_query_lacks --explain' -x -a '(seq 0 11) 129 130 143' -d 'Explain an exit status'
+complete -c compliance-query -s h -l help -n '__compliance_query_lacks -h --help' -d 'Show the help'
+complete -c compliance-query -s V -l version -n '__compliance_query_lacks -V --version' -d 'Show the version'

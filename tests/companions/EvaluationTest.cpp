@@ -91,7 +91,11 @@ namespace {
 
 EvaluationEnd RunFake(EvaluationRequest const& request = {}) {
     Progress progress(ProgressStyle::none);
-    return Evaluate(request, progress, [](Rows const&) { fake.calls += "rows "; });
+    return Evaluate(request, progress, [](Rows const&, bool) { fake.calls += "rows "; });
+}
+
+std::chrono::steady_clock::time_point In(std::chrono::seconds time) {
+    return std::chrono::steady_clock::now() + time;
 }
 
 void ExpectEnd(EvaluationEnd::What what, int number, int closeCode, EvaluationEnd const& end) {
@@ -162,7 +166,7 @@ TEST(EvaluationTest, RowsAreTheTextsOfTheInterface) {
     fake = {.rows = {{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", "last"}}}};
     Progress progress(ProgressStyle::none);
     RowList seen;
-    Evaluate({}, progress, [&](Rows const& rows) {
+    Evaluate(EvaluationRequest(), progress, [&](Rows const& rows, bool) {
         for (unsigned int index = 0; index < rows.count; ++index)
             seen.push_back(rows.get(index));
     });
@@ -171,13 +175,13 @@ TEST(EvaluationTest, RowsAreTheTextsOfTheInterface) {
 
 TEST(EvaluationTest, LimitEndsWhatNeverEnds) {
     fake = {.progress = {{3, 50}}};
-    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.timeout = std::chrono::seconds(1)}));
+    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(std::chrono::seconds(1))}));
     EXPECT_TRUE(fake.calls.ends_with("progress close"));
 }
 
 TEST(EvaluationTest, FinishedCountsMoreThanTheLimit) {
     fake = {.progress = {{3, 50}, {1}}};
-    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.timeout = std::chrono::seconds(30)}));
+    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.deadline = In(std::chrono::seconds(30))}));
 }
 
 TEST(EvaluationTest, SignalWhileOpeningIsFollowedByTheCloseAlone) {
@@ -223,7 +227,8 @@ TEST(EvaluationTest, SignalWhileClosingStillCounts) {
 TEST(EvaluationTest, ExceptionWhileTheRowsAreUsedClosesIt) {
     fake = {};
     Progress progress(ProgressStyle::none);
-    EXPECT_THROW(Evaluate({}, progress, [](Rows const&) { throw std::runtime_error("rows"); }),
+    EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
+                          [](Rows const&, bool) { throw std::runtime_error("rows"); }),
                  std::runtime_error);
     EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }
@@ -237,7 +242,8 @@ TEST(EvaluationTest, ExhaustedMemoryWhilePollingClosesIt) {
 TEST(EvaluationTest, FirstExceptionLeavesWhenTheCloseThrowsToo) {
     fake = {.close = {.fails = true}};
     Progress progress(ProgressStyle::none);
-    EXPECT_THROW(Evaluate({}, progress, [](Rows const&) { throw std::runtime_error("rows"); }),
+    EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
+                          [](Rows const&, bool) { throw std::runtime_error("rows"); }),
                  std::runtime_error);
     EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }

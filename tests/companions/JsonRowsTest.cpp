@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -13,39 +15,45 @@ namespace {
 
 using Json = nlohmann::json;
 
-std::string JsonText(RowList const& list) {
-    return OutputOf([&](Output& output) { WriteJson(RowsOf(list), output); });
+std::string JsonText(RowList const& list, Provenance const& provenance = {}) {
+    return OutputOf([&](Output& output) { WriteJson(RowsOf(list), provenance, output); });
 }
 
 std::string NdjsonText(RowList const& list) {
-    return OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), output); });
+    return OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), Provenance(), output); });
 }
 
 std::string FailureText(JsonFailure const& failure) {
-    return OutputOf([&](Output& output) { WriteJson(failure, output); });
+    return OutputOf([&](Output& output) { WriteFailure(failure, Provenance(), output); });
 }
 
 Json RowObject(Row const& row) { return Json::parse(JsonText({row})).at("rows").at(0); }
 
+Json WithoutProvenance(std::string const& text) {
+    Json document = Json::parse(text);
+    EXPECT_EQ(1u, document.erase("provenance"));
+    return document;
+}
+
 TEST(JsonRowsTest, DocumentWithItsRows) {
-    EXPECT_EQ(
-        (Json{{"schemaVersion", 1},
-              {"outcome", "finished"},
-              {"rowCount", 2},
-              {"rows",
-               {{{"designator", "a"},
-                 {"result", "b"},
-                 {"resultType", "c"},
-                 {"evaluationTime", "12"},
-                 {"description", "e"},
-                 {"comment", "f"}},
-                {{"designator", ""},
-                 {"result", ""},
-                 {"resultType", ""},
-                 {"evaluationTime", ""},
-                 {"description", ""},
-                 {"comment", ""}}}}}),
-        Json::parse(JsonText({{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
+    EXPECT_EQ((Json{{"schemaVersion", 1},
+                    {"outcome", "finished"},
+                    {"rowCount", 2},
+                    {"rows",
+                     {{{"designator", "a"},
+                       {"result", "b"},
+                       {"resultType", "c"},
+                       {"evaluationTime", "12"},
+                       {"description", "e"},
+                       {"comment", "f"}},
+                      {{"designator", ""},
+                       {"result", ""},
+                       {"resultType", ""},
+                       {"evaluationTime", ""},
+                       {"description", ""},
+                       {"comment", ""}}}}}),
+              WithoutProvenance(
+                  JsonText({{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
 }
 
 TEST(JsonRowsTest, DocumentWithoutRows) {
@@ -53,7 +61,7 @@ TEST(JsonRowsTest, DocumentWithoutRows) {
                     {"outcome", "finished"},
                     {"rowCount", 0},
                     {"rows", Json::array()}}),
-              Json::parse(JsonText({})));
+              WithoutProvenance(JsonText({})));
 }
 
 TEST(JsonRowsTest, EveryCharacterComesBack) {
@@ -80,32 +88,97 @@ TEST(JsonRowsTest, TextThatIsNoUtf8HasItsExactBytesBesideIt) {
               row);
 }
 
-TEST(JsonRowsTest, EachRowIsALineOfNdjson) {
+std::vector<Json> ParseLines(std::string const& text) {
+    std::istringstream lines(text);
+    std::vector<Json> objects;
+    for (std::string line; std::getline(lines, line);)
+        objects.push_back(Json::parse(line));
+    return objects;
+}
+
+TEST(JsonRowsTest, EachRowIsALineOfNdjsonAfterTheHead) {
     RowList const list = {{{"a\nb", "\xB5", "c", "d", "e", "f"}}, {{"g", "h", "i", "j", "k", "l"}}};
-    std::string const text = NdjsonText(list);
-    std::size_t const end = text.find('\n');
-    EXPECT_EQ(RowObject(list[0]), Json::parse(text.substr(0, end)));
-    EXPECT_EQ(RowObject(list[1]), Json::parse(text.substr(end + 1)));
-    EXPECT_EQ(2, std::count(text.begin(), text.end(), '\n'));
-    EXPECT_EQ("", NdjsonText({}));
+    Json head = Json::parse(JsonText(list));
+    head.erase("rows");
+    EXPECT_EQ((std::vector<Json>{head, RowObject(list[0]), RowObject(list[1])}),
+              ParseLines(NdjsonText(list)));
+    EXPECT_EQ(0, ParseLines(NdjsonText({})).at(0).at("rowCount"));
+}
+
+Provenance KnownProvenance() {
+    Provenance provenance;
+    provenance.url = "http://host/\xB5";
+    provenance.document = "Doc";
+    provenance.flags = 5;
+    provenance.host = "box";
+    provenance.userId = 1000;
+    provenance.start = {1772353800, 125'000'000};
+    provenance.end = {1772353802, 625'000'000};
+    provenance.duration = std::chrono::milliseconds(2500);
+    provenance.response = {true, 77, 10, {1772353801, 0}, {1772353802, 0}};
+    provenance.agentModified = timespec{1772353000, 0};
+    return provenance;
+}
+
+TEST(JsonRowsTest, ProvenanceHasItsMembers) {
+    EnvironmentVariable const zone("TZ", "CET-1");
+    tzset();
+    RowList const list = {{{"a", "Pass", "", "", "", ""}},
+                          {{"b", "\xB5", "", "", "", ""}},
+                          {{"c", "\\xb5", "", "", "", ""}},
+                          {{"d", "Pass", "", "", "", ""}}};
+    EXPECT_EQ(
+        (Json{{"schemaVersion", 2},
+              {"programVersion", CC_VERSION},
+              {"url", "http://host/\\xb5"},
+              {"urlBase64", "aHR0cDovL2hvc3QvtQ=="},
+              {"document", "Doc"},
+              {"flags", 5},
+              {"host", "box"},
+              {"userId", 1000},
+              {"start", "2026-03-01T09:30:00.125+01:00"},
+              {"end", "2026-03-01T09:30:02.625+01:00"},
+              {"durationSeconds", 2.5},
+              {"response",
+               {{"inode", 77}, {"modified", "2026-03-01T09:30:01.000+01:00"}, {"fresh", true}}},
+              {"agent",
+               {{"path", "/opt/VeskaClient/bin/VeskaClient"},
+                {"modified", "2026-03-01T09:16:40.000+01:00"}}},
+              {"results", {{"Pass", 2}, {"\\xb5", 2}}}}),
+        Json::parse(JsonText(list, KnownProvenance())).at("provenance"));
+}
+
+TEST(JsonRowsTest, AbsentFactsOfProvenanceAreNull) {
+    Json const provenance = Json::parse(JsonText({})).at("provenance");
+    for (char const* const member : {"url", "document", "response"})
+        EXPECT_TRUE(provenance.at(member).is_null()) << member;
+    EXPECT_TRUE(provenance.at("agent").at("modified").is_null());
+    EXPECT_EQ(Json::object(), provenance.at("results"));
+}
+
+TEST(JsonRowsTest, OldAnswerIsNotFresh) {
+    Provenance provenance = KnownProvenance();
+    provenance.stale = true;
+    EXPECT_EQ(false,
+              Json::parse(JsonText({}, provenance)).at("provenance").at("response").at("fresh"));
 }
 
 TEST(JsonRowsTest, NothingPlaysWithATerminal) {
     RowList const list = {
         {{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\xE2\x80\xAE", "caf\xC3\xA9"}}};
-    using Write = void (*)(Rows const&, Output&);
+    using Write = void (*)(Rows const&, Provenance const&, Output&);
     for (Write const write : {static_cast<Write>(WriteJson), static_cast<Write>(WriteNdjson)}) {
         Terminal screen;
         Output output(screen.otherEnd());
-        write(RowsOf(list), output);
+        write(RowsOf(list), KnownProvenance(), output);
         output.Flush();
         std::string const text = screen.Read();
         EXPECT_TRUE(std::ranges::all_of(text, [](char c) {
             return c == '\n' || (c >= ' ' && c < '\x7F');
         })) << text;
-        Json const document = Json::parse(text);
-        EXPECT_EQ(RowObject(list[0]),
-                  document.contains("rows") ? document.at("rows").at(0) : document);
+        Json const row = write == static_cast<Write>(WriteJson) ? Json::parse(text).at("rows").at(0)
+                                                                : ParseLines(text).at(1);
+        EXPECT_EQ(RowObject(list[0]), row);
     }
 }
 
@@ -113,15 +186,20 @@ TEST(JsonRowsTest, FailureHasWhatIsKnownOfIt) {
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"outcome", "failed"},
                     {"exitStatus", 4},
+                    {"failure", "busy"},
                     {"code", -6},
                     {"message", "refused"}}),
-              Json::parse(FailureText({4, -6, {}, "refused"})));
+              WithoutProvenance(FailureText({4, "busy", -6, {}, "refused"})));
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"outcome", "failed"},
                     {"exitStatus", 1},
+                    {"failure", "agent-error"},
                     {"agentError", 0},
                     {"message", "reported"}}),
-              Json::parse(FailureText({1, {}, 0, "reported"})));
+              WithoutProvenance(FailureText({1, "agent-error", {}, 0, "reported"})));
+    EXPECT_FALSE(Json::parse(FailureText({1, "agent-error", {}, 0, "reported"}))
+                     .at("provenance")
+                     .contains("results"));
 }
 
 // RFC 4648, section 10.

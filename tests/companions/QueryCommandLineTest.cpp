@@ -71,6 +71,9 @@ TEST(QueryCommandLineTest, FlagsByNameAddUp) {
 TEST(QueryCommandLineTest, AcceptedResultsAddUp) {
     EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
               Parse({"-d", "--strict", "Compliant,Not Applicable"}).acceptedResults);
+    EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
+              Parse({"-d", "--strict", " Compliant ,\tNot Applicable,Compliant"}).acceptedResults);
+    EXPECT_TRUE(Parse({"-d", "--strict=a", "--allow-empty"}).allowEmpty);
     EXPECT_EQ((Texts{"a", "", "b"}), Parse({"-d", "--strict=a,", "--strict=b"}).acceptedResults);
 }
 
@@ -105,19 +108,97 @@ TEST(QueryCommandLineTest, RefusalNamesTheArgumentAndTheAcceptedValues) {
               Refusal({"-d", "--strict="}));
 }
 
-TEST(QueryCommandLineTest, FlagsByAnyOtherNameAreRefused) {
-    for (std::string const name : {"", "Gather", "1", "gather ", "gatherall"})
-        EXPECT_EQ("--flags: '" + name +
-                      "' is not accepted; accepted: gather, all, idle or hint, with commas between",
-                  Refusal({"-d", "--flags", "all," + name}));
+TEST(QueryCommandLineTest, FlagsByNumber) {
+    EXPECT_EQ(0u, Parse({"-d", "--flags=0"}).flags);
+    EXPECT_EQ(15u, Parse({"-d", "--flags=15"}).flags);
+    EXPECT_EQ(6u, Parse({"-d", "--flags=2,idle"}).flags);
 }
 
-TEST(QueryCommandLineTest, TimesThatAreNoWholeSecondsAreRefused) {
+TEST(QueryCommandLineTest, RefusesOtherFlags) {
+    for (std::string const name :
+         {"", "Gather", "16", "-1", "1 ", "0x1", "+1", "gather ", "gatherall"})
+        EXPECT_EQ(
+            "--flags: '" + name +
+                "' is not accepted; accepted: gather, all, idle or hint, with commas between, "
+                "or a number from 0 to 15",
+            Refusal({"-d", "--flags", "all," + name}));
+}
+
+TEST(QueryCommandLineTest, TimesHaveUnits) {
+    EXPECT_EQ(std::chrono::seconds(90), Parse({"-d", "--timeout=90s"}).timeout);
+    EXPECT_EQ(std::chrono::minutes(5), Parse({"-d", "--timeout=5m"}).timeout);
+    EXPECT_EQ(std::chrono::hours(2), Parse({"-d", "--timeout=2h"}).timeout);
+    EXPECT_EQ(std::chrono::minutes(35'791'394), Parse({"-d", "--wait=35791394m"}).wait);
+    EXPECT_EQ(std::nullopt, Parse({"-d"}).wait);
+}
+
+TEST(QueryCommandLineTest, RefusesOtherTimes) {
     for (std::string const text :
-         {"", "0", "-1", "1.5", "5s", " 5", "+5", "0x5", "2147483648", "99999999999999999999"})
-        EXPECT_EQ("--timeout: '" + text +
-                      "' is not accepted; accepted: a whole number of seconds from 1 to 2147483647",
-                  Refusal({"-d", "--timeout", text}));
+         {"", "0", "-1", "1.5", "5d", "5S", "s", "5ms", "5 m", " 5", "+5", "0x5", "2147483648",
+          "35791395m", "596524h", "99999999999999999999"})
+        for (std::string const option : {"--timeout", "--wait"})
+            EXPECT_EQ(option + ": '" + text +
+                          "' is not accepted; accepted: a time from 1 second to 2147483647 "
+                          "seconds, such as 90, 90s, 5m or 2h",
+                      Refusal({"-d", option, text}));
+}
+
+TEST(QueryCommandLineTest, OutputFile) {
+    EXPECT_EQ(std::nullopt, Parse({"-d"}).outputFile);
+    EXPECT_EQ("b", Parse({"-d", "--output", "a", "-o", "b"}).outputFile);
+    EXPECT_FALSE(Parse({"-d", "-o", "b"}).keepFailures);
+    EXPECT_TRUE(Parse({"-d", "-o", "b", "--json", "--keep-failures"}).keepFailures);
+    EXPECT_TRUE(Parse({"-d", "-o", "b", "--ndjson", "--keep-failures"}).keepFailures);
+    EXPECT_EQ("--output: '' is not accepted; accepted: the name of a file",
+              Refusal({"-d", "--output="}));
+}
+
+TEST(QueryCommandLineTest, RefusesOptionsWithoutEffect) {
+    EXPECT_EQ("--keep-failures: accepted beside --output only",
+              Refusal({"-d", "--json", "--keep-failures"}));
+    EXPECT_EQ("--keep-failures: accepted beside --json and --ndjson only",
+              Refusal({"-d", "-o", "file", "--keep-failures"}));
+    EXPECT_EQ("--allow-empty: accepted beside --strict only", Refusal({"-d", "--allow-empty"}));
+}
+
+TEST(QueryCommandLineTest, TableOptions) {
+    TableOptions const table = Parse({"-d", "--columns=result, designator", "--columns", "comment",
+                                      "--sort=evaluationTime", "--only=a, b", "--color=never"})
+                                   .table;
+    EXPECT_EQ((std::vector<std::size_t>{1, 0, 5}), table.columns);
+    EXPECT_EQ(3u, table.sortField);
+    EXPECT_EQ((Texts{"a", "b"}), table.shownResults);
+    EXPECT_EQ(ColorMode::never, table.color);
+    EXPECT_EQ(6u, Parse({"-d"}).table.columns.size());
+    EXPECT_EQ(ColorMode::automatic, Parse({"-d"}).table.color);
+}
+
+TEST(QueryCommandLineTest, RefusesOtherTableOptions) {
+    std::string const fields =
+        "' is not accepted; accepted: designator, result, resultType, evaluationTime, description "
+        "or comment";
+    EXPECT_EQ("--columns: 'time" + fields, Refusal({"-d", "--columns=result,time"}));
+    EXPECT_EQ("--columns: '" + fields, Refusal({"-d", "--columns="}));
+    EXPECT_EQ("--sort: 'Result" + fields, Refusal({"-d", "--sort=Result"}));
+    EXPECT_EQ("--only: ' ' is not accepted; accepted: a list of results with commas between",
+              Refusal({"-d", "--only", " "}));
+    EXPECT_EQ("--color: 'yes' is not accepted; accepted: auto, always or never",
+              Refusal({"-d", "--color=yes"}));
+    for (std::string const option : {"--columns", "--sort", "--only", "--color"})
+        EXPECT_EQ(option + ": accepted with the table only",
+                  Refusal({"-d", "--json", option, "result"}));
+}
+
+TEST(QueryCommandLineTest, ShortOptions) {
+    EXPECT_TRUE(Parse({"-qd"}).quiet);
+    EXPECT_EQ("file", Parse({"-qdo", "file"}).outputFile);
+    EXPECT_EQ(QueryCommandLine::showVersion, Parse({"-V"}).action);
+}
+
+TEST(QueryCommandLineTest, ExplainsStatus) {
+    QueryCommandLine const line = Parse({"--explain", "9"});
+    EXPECT_EQ(QueryCommandLine::explain, line.action);
+    EXPECT_EQ("9", line.status);
 }
 
 TEST(QueryCommandLineTest, OtherProgressIsRefused) {
@@ -126,7 +207,7 @@ TEST(QueryCommandLineTest, OtherProgressIsRefused) {
 }
 
 TEST(QueryCommandLineTest, HelpStaysWithinAHundredColumns) {
-    std::istringstream lines(queryHelp);
+    std::istringstream lines(QueryHelp());
     for (std::string line; std::getline(lines, line);)
         EXPECT_GE(100u, line.size()) << line;
 }

@@ -2,65 +2,120 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <regex>
 #include <set>
+#include <sstream>
+
+#include "companions/Arguments.h"
+#include "tests/support/PrivateMachine.h"
+#include "tests/system/RecordLock.h"
 
 namespace {
 
+QueryExit StatusOf(int code) { return DescribeCode(code).status; }
+
 TEST(QueryExitTest, EachCodeHasItsStatus) {
-    EXPECT_EQ(QueryExit::noAgent, QueryExitOfCode(-1));
-    EXPECT_EQ(QueryExit::noAgent, QueryExitOfCode(-2));
-    EXPECT_EQ(QueryExit::timeOut, QueryExitOfCode(-3));
-    EXPECT_EQ(QueryExit::noAgent, QueryExitOfCode(-4));
-    EXPECT_EQ(QueryExit::busy, QueryExitOfCode(-5));
-    EXPECT_EQ(QueryExit::busy, QueryExitOfCode(-6));
-    EXPECT_EQ(QueryExit::badAnswer, QueryExitOfCode(-7));
-    EXPECT_EQ(QueryExit::busy, QueryExitOfCode(-15));
-    EXPECT_EQ(QueryExit::exchangeFailed, QueryExitOfCode(-16));
-    EXPECT_EQ(QueryExit::exchangeFailed, QueryExitOfCode(-17));
-    EXPECT_EQ(QueryExit::exchangeFailed, QueryExitOfCode(-19));
+    EXPECT_EQ(QueryExit::noAgent, StatusOf(-1));
+    EXPECT_EQ(QueryExit::noAgent, StatusOf(-2));
+    EXPECT_EQ(QueryExit::timeOut, StatusOf(-3));
+    EXPECT_EQ(QueryExit::noAgent, StatusOf(-4));
+    EXPECT_EQ(QueryExit::busy, StatusOf(-5));
+    EXPECT_EQ(QueryExit::badAnswer, StatusOf(-7));
+    EXPECT_EQ(QueryExit::busy, StatusOf(-15));
+    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-16));
+    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-17));
+    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-19));
 }
 
-TEST(QueryExitTest, CodeThatNobodyReturnsIsAFailedExchange) {
+TEST(QueryExitTest, UnusedCodeIsFailedExchange) {
     for (int const code : {-8, -9, -18, -20, -21, -22, -1000, 0, 7})
-        EXPECT_EQ(QueryExit::exchangeFailed, QueryExitOfCode(code)) << code;
+        EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(code)) << code;
 }
 
-// The numbers that scripts know.
-TEST(QueryExitTest, Numbers) {
-    EXPECT_EQ(0, static_cast<int>(QueryExit::finished));
-    EXPECT_EQ(1, static_cast<int>(QueryExit::agentError));
-    EXPECT_EQ(2, static_cast<int>(QueryExit::usage));
-    EXPECT_EQ(3, static_cast<int>(QueryExit::noAgent));
-    EXPECT_EQ(4, static_cast<int>(QueryExit::busy));
-    EXPECT_EQ(5, static_cast<int>(QueryExit::timeOut));
-    EXPECT_EQ(6, static_cast<int>(QueryExit::badAnswer));
-    EXPECT_EQ(7, static_cast<int>(QueryExit::exchangeFailed));
-    EXPECT_EQ(8, static_cast<int>(QueryExit::outputFailed));
-    EXPECT_EQ(10, static_cast<int>(QueryExit::otherResult));
+TEST(QueryExitTest, RefusedLockIsExamined) {
+    PrivateMachine::Run([] {
+        EXPECT_EQ(QueryExit::noAgent, StatusOf(-6));
+        PrivateMachine::CreateAgentDirectories();
+        PrivateMachine::InstallAgent();
+        ForeignLock const lock;
+        EXPECT_EQ(QueryExit::busy, StatusOf(-6));
+        EXPECT_TRUE(DescribeCode(-6).message.ends_with(" (code -6)"));
+    });
 }
 
-TEST(QueryExitTest, EachCodeHasWordsOfItsOwnAndItsNumber) {
+TEST(QueryExitTest, EachCodeHasItsOwnMessage) {
     std::set<std::string> seen;
-    for (int const code : {-1, -2, -3, -4, -5, -6, -7, -15, -16, -17, -19}) {
-        std::string const words = DescribeCode(code);
+    for (int const code : {-1, -2, -3, -4, -5, -7, -15, -16, -17, -19}) {
+        std::string const message = DescribeCode(code).message;
         std::string const number = " (code " + std::to_string(code) + ")";
-        ASSERT_TRUE(words.ends_with(number)) << words;
-        EXPECT_TRUE(seen.insert(words.substr(0, words.size() - number.size())).second) << words;
-        EXPECT_EQ(std::string::npos, words.find('\n'));
+        ASSERT_TRUE(message.ends_with(number)) << message;
+        EXPECT_TRUE(seen.insert(message.substr(0, message.size() - number.size())).second)
+            << message;
+        EXPECT_EQ(std::string::npos, message.find('\n'));
     }
-    EXPECT_EQ("the evaluation failed (code -18)", DescribeCode(-18));
+    EXPECT_EQ("the evaluation failed (code -18)", DescribeCode(-18).message);
 }
 
-// A machine without the agent gives the same code as a lock that is held.
-TEST(QueryExitTest, RefusedLockPointsToTheDoctor) {
-    EXPECT_NE(std::string::npos, DescribeCode(-6).find("compliance-doctor"));
-    EXPECT_NE(std::string::npos, DescribeCode(-5).find("compliance-doctor"));
+TEST(QueryExitTest, DescribesErrorsOfTheAgent) {
+    EXPECT_EQ("the agent is not available right now (error -22)", DescribeAgentError(-22).message);
+    EXPECT_EQ("the agent reports the error 0", DescribeAgentError(0).message);
+    EXPECT_EQ("the agent reports the error 22", DescribeAgentError(22).message);
+    EXPECT_EQ(QueryExit::agentError, DescribeAgentError(-22).status);
 }
 
-TEST(QueryExitTest, OneErrorOfTheAgentHasWords) {
-    EXPECT_EQ("the agent is not available right now (error -22)", DescribeAgentError(-22));
-    EXPECT_EQ("the agent reports the error 0", DescribeAgentError(0));
-    EXPECT_EQ("the agent reports the error 22", DescribeAgentError(22));
+TEST(QueryExitTest, WaitingRequestAndUnavailableAgentAreTemporary) {
+    EXPECT_TRUE(DescribeCode(-5).temporary);
+    EXPECT_TRUE(DescribeAgentError(-22).temporary);
+    for (int const code : {-1, -2, -3, -4, -7, -15, -16, -17, -19, -18})
+        EXPECT_FALSE(DescribeCode(code).temporary) << code;
+    EXPECT_FALSE(DescribeAgentError(22).temporary);
+}
+
+// Scripts know the numbers and the words.
+TEST(QueryExitTest, NumbersAndWordsStay) {
+    std::ostringstream table;
+    for (QueryExitFacts const& facts : queryExitTable)
+        table << static_cast<int>(facts.status) << ' ' << facts.word << '\n';
+    EXPECT_EQ("0 finished\n1 agent-error\n2 usage\n3 no-agent\n4 busy\n5 time-out\n6 bad-answer\n"
+              "7 exchange-failed\n8 output-failed\n9 stale\n10 other-result\n11 no-rows\n"
+              "128 signal\n",
+              table.str());
+}
+
+TEST(QueryExitTest, ExplainsEachStatus) {
+    for (QueryExitFacts const& facts : queryExitTable) {
+        bool const isSignal = facts.status == QueryExit::stopped;
+        std::string const number =
+            isSignal ? "143" : std::to_string(static_cast<int>(facts.status));
+        EXPECT_EQ(number + " (" + std::string(facts.word) + "): " + std::string(facts.summary) +
+                      "\nCause: " + std::string(facts.cause) +
+                      "\nRemedy: " + std::string(facts.remedy) + "\n",
+                  ExplainQueryExit(number));
+    }
+    EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the answer was there before"));
+}
+
+TEST(QueryExitTest, RefusesToExplainOtherTexts) {
+    for (std::string const text : {"", "12", "128", "-1", "03", "x", "1 ", "137"})
+        EXPECT_THROW(ExplainQueryExit(text), CommandLineError) << text;
+}
+
+// The lines "status  summary" below the heading.
+TEST(QueryExitTest, ManualPageHasTheTable) {
+    std::ifstream file(CC_MANUALS "/compliance-query.1");
+    std::string const page{std::istreambuf_iterator<char>(file), {}};
+    std::string const section = page.substr(page.find(".Sh EXIT STATUS"));
+    std::string listed;
+    std::regex const item("\\.It (.*)\n(.*)\n");
+    for (std::sregex_iterator at(section.begin(), section.end(), item), end; at != end; ++at) {
+        std::string const name = (*at)[1];
+        listed += std::string(name.size() < 5 ? 5 - name.size() : 2, ' ') + name + "  " +
+                  (*at)[2].str() + "\n";
+        if (name == "128 + n")
+            break;
+    }
+    EXPECT_EQ(ListQueryExits(), std::regex_replace(listed, std::regex("\\.\n"), "\n"));
 }
 
 } // namespace

@@ -6,24 +6,48 @@
 
 namespace {
 
-TEST(RowsTest, ResultsThatAreNotAcceptedAreCounted) {
-    RowList const list = {{{"a", "Pass", "", "", "", ""}},
-                          {{"b", "Fail", "", "", "", ""}},
+using Texts = std::vector<std::string>;
+
+Row WithResult(std::string_view designator, std::string_view result) {
+    return {designator, result, "", "", "", ""};
+}
+
+TEST(RowsTest, CountsResultsThatAreNotAccepted) {
+    RowList const list = {WithResult("a", "Pass"),
+                          WithResult("b", "Fail"),
                           {{"Pass", "", "Pass", "", "", ""}},
-                          {{"d", "Not Applicable", "", "", "", ""}}};
-    EXPECT_EQ(3u, CountOtherResults(RowsOf(list), {"Pass"}));
-    EXPECT_EQ(0u, CountOtherResults(RowsOf(list), {"Pass", "Fail", "", "Not Applicable"}));
-    EXPECT_EQ(4u, CountOtherResults(RowsOf(list), {"Passed"}));
+                          WithResult("d", "Not Applicable")};
+    EXPECT_EQ(3u, CheckResults(RowsOf(list), {"Pass"}).others);
+    EXPECT_EQ(0u, CheckResults(RowsOf(list), {"Pass", "Fail", "", "Not Applicable"}).others);
+    EXPECT_EQ(4u, CheckResults(RowsOf(list), {"Passed"}).others);
+    EXPECT_EQ(0u, CheckResults(RowsOf({}), {"Pass"}).others);
 }
 
-TEST(RowsTest, ResultsAreComparedByteByByte) {
-    RowList const list = {{{"", "pass", "", "", "", ""}},
-                          {{"", "Pass ", "", "", "", ""}},
-                          {{"", "P\xE4ss", "", "", "", ""}}};
-    EXPECT_EQ(3u, CountOtherResults(RowsOf(list), {"Pass", "P\xC3\xA4ss"}));
-    EXPECT_EQ(2u, CountOtherResults(RowsOf(list), {"P\xE4ss"}));
+TEST(RowsTest, ComparesResultsByteByByte) {
+    RowList const list = {WithResult("", "pass"), WithResult("", "Pass "),
+                          WithResult("", "P\xE4ss")};
+    EXPECT_EQ(3u, CheckResults(RowsOf(list), {"Pass", "P\xC3\xA4ss"}).others);
+    EXPECT_EQ(2u, CheckResults(RowsOf(list), {"P\xE4ss"}).others);
 }
 
-TEST(RowsTest, NoRowsHaveNoOtherResult) { EXPECT_EQ(0u, CountOtherResults(RowsOf({}), {"Pass"})); }
+TEST(RowsTest, NamesTheFirstThreeOtherRows) {
+    RowList const list = {WithResult("a", "Pass"), WithResult("b", "Fail"), WithResult("c", ""),
+                          WithResult("d", "Error"), WithResult("e", "Fail")};
+    EXPECT_EQ((Texts{"b (Fail)", "c ()", "d (Error)"}),
+              CheckResults(RowsOf(list), {"Pass"}).firstOthers);
+}
+
+TEST(RowsTest, ListsAcceptedResultsThatNoRowHas) {
+    RowList const list = {WithResult("a", "Pass"), WithResult("b", "Fail")};
+    EXPECT_EQ((Texts{"Passed", ""}), CheckResults(RowsOf(list), {"Passed", "Pass", ""}).unused);
+    EXPECT_EQ(Texts{"Pass"}, CheckResults(RowsOf({}), {"Pass"}).unused);
+}
+
+TEST(RowsTest, CountsEachResult) {
+    RowList const list = {WithResult("a", "Pass"), WithResult("b", "Fail"), WithResult("c", "Pass"),
+                          WithResult("d", "")};
+    EXPECT_EQ((ResultCounts{{"", 1}, {"Fail", 1}, {"Pass", 2}}), CountResults(RowsOf(list)));
+    EXPECT_EQ(ResultCounts(), CountResults(RowsOf({})));
+}
 
 } // namespace

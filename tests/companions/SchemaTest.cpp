@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <set>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -9,6 +11,7 @@
 #include "companions/Doctor.h"
 #include "companions/DoctorReport.h"
 #include "companions/JsonRows.h"
+#include "companions/QueryExit.h"
 #include "tests/companions/RowList.h"
 #include "tests/support/OtherProcess.h"
 
@@ -17,6 +20,8 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr char query[] = CC_SCHEMAS "/compliance-query.schema.json";
+// The documents must stay valid for readers of the first version.
+constexpr char firstVersion[] = CC_TEST_DATA "/compliance-query.schema.1.json";
 constexpr char doctor[] = CC_SCHEMAS "/compliance-doctor.schema.json";
 
 class SchemaTest : public testing::Test {
@@ -38,6 +43,11 @@ protected:
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.output << result.errors;
     }
 
+    static void ExpectValidQuery(std::string const& document) {
+        ExpectValid(document, query);
+        ExpectValid(document, firstVersion);
+    }
+
     static void ExpectInvalid(Json const& document, char const* schema) {
         ProgramResult const result = Validate(document.dump(), schema);
         EXPECT_EQ(ExitStatus::Exited(1), result.status) << document << result.errors;
@@ -48,12 +58,22 @@ RowList const rows = {{{"a", "b", "c", "1", "e", "f"}},
                       {{"\xFF", "\xFF\xFE", "\xFF\xFE\xFD", "\xB5", "\x80 text", "\xC2"}},
                       {{"", "", "", "", "", ""}}};
 
+Provenance FullProvenance() {
+    Provenance provenance;
+    provenance.url = "\xFF";
+    provenance.document = "\xFF";
+    provenance.host = "\xFF";
+    provenance.response.exists = true;
+    provenance.agentModified = timespec{};
+    return provenance;
+}
+
 std::string QueryDocument() {
-    return OutputOf([](Output& output) { WriteJson(RowsOf(rows), output); });
+    return OutputOf([](Output& output) { WriteJson(RowsOf(rows), FullProvenance(), output); });
 }
 
 std::string FailureDocument(JsonFailure const& failure) {
-    return OutputOf([&](Output& output) { WriteJson(failure, output); });
+    return OutputOf([&](Output& output) { WriteFailure(failure, Provenance(), output); });
 }
 
 std::string DoctorDocument(Findings const& findings) {
@@ -61,19 +81,20 @@ std::string DoctorDocument(Findings const& findings) {
 }
 
 TEST_F(SchemaTest, RowsOfAQuery) {
-    ExpectValid(QueryDocument(), query);
-    ExpectValid(OutputOf([](Output& output) { WriteJson(RowsOf({}), output); }), query);
+    ExpectValidQuery(QueryDocument());
+    ExpectValidQuery(OutputOf([](Output& output) { WriteJson(RowsOf({}), Provenance(), output); }));
 }
 
 TEST_F(SchemaTest, FailuresOfAQuery) {
-    ExpectValid(FailureDocument({4, -6, {}, "refused"}), query);
-    ExpectValid(FailureDocument({1, {}, -22, "not available"}), query);
-    ExpectValid(FailureDocument({143, {}, {}, "ended early"}), query);
+    ExpectValidQuery(FailureDocument({4, "busy", -6, {}, "refused"}));
+    ExpectValidQuery(FailureDocument({1, "agent-error", {}, -22, "not available"}));
+    ExpectValidQuery(FailureDocument({143, "signal", {}, {}, "ended early"}));
 }
 
 TEST_F(SchemaTest, SchemaOfAQueryRefusesWhatIsNone) {
     Json const valid = Json::parse(QueryDocument());
-    for (char const* const member : {"schemaVersion", "outcome", "rowCount", "rows"}) {
+    for (char const* const member :
+         {"schemaVersion", "outcome", "rowCount", "rows", "provenance"}) {
         Json document = valid;
         document.erase(member);
         ExpectInvalid(document, query);
@@ -90,9 +111,27 @@ TEST_F(SchemaTest, SchemaOfAQueryRefusesWhatIsNone) {
     document = valid;
     document["rows"][0]["evaluationTime"] = 1;
     ExpectInvalid(document, query);
-    document = Json::parse(FailureDocument({4, -6, {}, "refused"}));
+    document = valid;
+    document["provenance"]["start"] = "2026-03-01 09:30";
+    ExpectInvalid(document, query);
+    document = valid;
+    document["provenance"].erase("results");
+    ExpectInvalid(document, query);
+    document = Json::parse(FailureDocument({4, "busy", -6, {}, "refused"}));
     document["exitStatus"] = 0;
     ExpectInvalid(document, query);
+    ExpectInvalid(Json::parse(FailureDocument({4, "tired", -6, {}, "refused"})), query);
+}
+
+TEST(SchemaOfQueryTest, FailuresAreTheWordsOfTheExitStatuses) {
+    std::ifstream file(query);
+    Json const schema = Json::parse(file);
+    std::set<std::string> words;
+    for (QueryExitFacts const& facts : queryExitTable)
+        if (facts.status != QueryExit::finished)
+            words.emplace(facts.word);
+    EXPECT_EQ(words, schema.at("/$defs/failed/properties/failure/enum"_json_pointer)
+                         .get<std::set<std::string>>());
 }
 
 TEST_F(SchemaTest, FindingsOfTheDoctor) {

@@ -1,48 +1,186 @@
-#include "companions/Rows.h"
+#include "companions/TableRows.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <sstream>
+
+#include <sys/ioctl.h>
+
+#include "companions/DisplayWidth.h"
 #include "tests/companions/RowList.h"
+#include "tests/companions/Terminal.h"
 
 namespace {
 
-std::string Table(RowList const& list) {
-    return OutputOf([&](Output& output) { WriteTable(RowsOf(list), output); });
+using Texts = std::vector<std::string>;
+
+class TableRowsTest : public testing::Test {
+protected:
+    static std::string Table(RowList const& list, TableOptions const& options = {},
+                             Texts const& accepted = {}) {
+        return OutputOf(
+            [&](Output& output) { WriteTable(RowsOf(list), options, accepted, output); });
+    }
+
+    EnvironmentVariable const locale{"LC_ALL", "C.UTF-8"};
+    EnvironmentVariable const columns{"COLUMNS", ""};
+    EnvironmentVariable const term{"TERM", "xterm"};
+};
+
+constexpr char headings[] = "DESIGNATOR  RESULT  TYPE  TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n";
+
+Row Named(std::string_view designator, std::string_view result, std::string_view time = "") {
+    return {designator, result, "", time, "", ""};
 }
 
-TEST(TableRowsTest, NoRowsAreSaidInWords) { EXPECT_EQ("No results.\n", Table({})); }
+TEST_F(TableRowsTest, NoRowsAreSaidInWords) { EXPECT_EQ("No results.\n", Table({})); }
 
-TEST(TableRowsTest, ColumnsAreAsWideAsTheirLongestText) {
+TEST_F(TableRowsTest, ColumnsAreAsWideAsTheirLongestText) {
     EXPECT_EQ("DESIGNATOR      RESULT  TYPE  TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
               "baseline-00001  ok      t     1          d            none\n"
               "b               bad     kind  123456789  d\n",
               Table({{{"baseline-00001", "ok", "t", "1", "d", "none"}},
                      {{"b", "bad", "kind", "123456789", "d", ""}}}));
-}
-
-TEST(TableRowsTest, CharactersCountAndNotBytes) {
-    EXPECT_EQ("DESIGNATOR    RESULT  TYPE  TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
-              "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC"
-              "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC  r\n",
-              Table({{{"\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC"
-                       "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC",
-                       "r", "", "", "", ""}}}));
-}
-
-TEST(TableRowsTest, LongTextPushesItsOwnLineOnly) {
-    std::string const longText(41, 'x');
-    std::string const widest(40, 'y');
-    EXPECT_EQ("DESIGNATOR  RESULT" + std::string(34, ' ') +
+    std::string const longText(100, 'x');
+    EXPECT_EQ("DESIGNATOR  RESULT" + std::string(94, ' ') +
                   "  TYPE  TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
                   "a           " +
-                  longText + "  t\n" + "b           " + widest + "  t\n",
-              Table({{{"a", longText, "t", "", "", ""}}, {{"b", widest, "t", "", "", ""}}}));
+                  longText + "  t\n",
+              Table({{{"a", longText, "t", "", "", ""}}}));
 }
 
-TEST(TableRowsTest, ControlBytesReachNoTerminal) {
+TEST_F(TableRowsTest, WideAndCombiningCharactersAreMeasured) {
+    EXPECT_EQ(std::string(headings) + "\xE4\xB8\xAD\xE4\xB8\xAD        r\n" +
+                  "e\xCC\x81           r\n",
+              Table({Named("\xE4\xB8\xAD\xE4\xB8\xAD", "r"), Named("e\xCC\x81", "r")}));
+}
+
+TEST_F(TableRowsTest, ControlCharactersAreEscaped) {
     EXPECT_EQ("DESIGNATOR  RESULT  TYPE      TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
               "a\\tb        \\n      \\x1b[31m  \\xb5       d            c\n",
               Table({{{"a\tb", "\n", "\x1b[31m", "\xB5", "d", "c"}}}));
+}
+
+TEST_F(TableRowsTest, LabelsAreAsciiUnlessTheLocaleIsUtf8) {
+    EnvironmentVariable const posix("LC_ALL", "C");
+    EXPECT_EQ("DESIGNATOR  RESULT  TYPE  TIME (us)  DESCRIPTION  COMMENT\n"
+              "a           r\n",
+              Table({Named("a", "r")}));
+}
+
+TEST_F(TableRowsTest, WideTableIsWrappedToColumns) {
+    EnvironmentVariable const narrow("COLUMNS", "30");
+    EXPECT_EQ("DESIGNATOR  RESULT    COMMENT\n"
+              "a           ok        a longer\n"
+              "                      comment\n"
+              "b           xxxxxxxx\n"
+              "            xxxxxxx\n",
+              Table({{{"a", "ok", "", "", "", "a longer comment"}},
+                     {{"b", "xxxxxxxxxxxxxxx", "", "", "", ""}}},
+                    {.columns = {0, 1, 5}}));
+}
+
+std::size_t WidestLine(std::string const& table) {
+    WidthLocale const locale;
+    std::size_t widest = 0;
+    std::istringstream lines(table);
+    for (std::string line; std::getline(lines, line);)
+        widest = std::max(widest, DisplayWidth(line));
+    return widest;
+}
+
+std::string WithoutSpaces(std::string text) {
+    std::erase_if(text, [](char c) { return c == ' ' || c == '\n'; });
+    return text;
+}
+
+TEST_F(TableRowsTest, FitsAnyWidthFromThirtyFour) {
+    std::string const wide = "\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD";
+    RowList const list = {{{"a designator of many words", "ok", "type", "123456789012",
+                            "without-any-space-in-the-text", wide}}};
+    std::string const whole = Table(list);
+    for (std::size_t width = 34; width < WidestLine(whole) + 3; ++width) {
+        EnvironmentVariable const narrow("COLUMNS", std::to_string(width).c_str());
+        std::string const table = Table(list);
+        EXPECT_GE(width, WidestLine(table)) << table;
+        EXPECT_EQ(WithoutSpaces(whole).size(), WithoutSpaces(table).size());
+    }
+}
+
+TEST_F(TableRowsTest, InvalidColumnsAreIgnored) {
+    RowList const list = {Named(std::string_view("a designator of many words"), "r")};
+    std::string const whole = Table(list);
+    for (char const* const value : {"", "0", "-1", "10x", "99999999999999999999999"}) {
+        EnvironmentVariable const variable("COLUMNS", value);
+        EXPECT_EQ(whole, Table(list)) << value;
+    }
+}
+
+TEST_F(TableRowsTest, FitsTheTerminal) {
+    Terminal const screen;
+    winsize const size{24, 34, 0, 0};
+    ASSERT_EQ(0, ioctl(screen.otherEnd(), TIOCSWINSZ, &size));
+    Output output(screen.otherEnd());
+    RowList const list = {{{"a designator", "ok", "", "", "", "a longer comment"}}};
+    WriteTable(RowsOf(list), {.color = ColorMode::never}, {}, output);
+    output.Flush();
+    EXPECT_EQ(34u, WidestLine(screen.Read()));
+}
+
+TEST_F(TableRowsTest, ShowsChosenColumnsInTheirOrder) {
+    EXPECT_EQ("RESULT  DESIGNATOR\n"
+              "r       a\n",
+              Table({Named("a", "r")}, {.columns = {1, 0}}));
+}
+
+TEST_F(TableRowsTest, SortsRowsByColumn) {
+    RowList const list = {Named("b-10", "x", "100"), Named("b-9", "y", "20"), Named("a", "x", "3")};
+    EXPECT_EQ("DESIGNATOR\na\nb-9\nb-10\n", Table(list, {.columns = {0}, .sortField = 0}));
+    EXPECT_EQ("DESIGNATOR\na\nb-9\nb-10\n", Table(list, {.columns = {0}, .sortField = 3}));
+    EXPECT_EQ("DESIGNATOR\nb-10\na\nb-9\n", Table(list, {.columns = {0}, .sortField = 1}));
+}
+
+TEST_F(TableRowsTest, ShowsOnlyChosenResults) {
+    RowList const list = {Named("a", "x"), Named("b", "y"), Named("c", "z")};
+    EXPECT_EQ("DESIGNATOR\na\nc\n", Table(list, {.columns = {0}, .shownResults = {"z", "x"}}));
+    EXPECT_EQ("No rows with these results.\n", Table(list, {.shownResults = {"w"}}));
+}
+
+TEST_F(TableRowsTest, AcceptedResultsAreGreenAndOthersRed) {
+    EXPECT_EQ("RESULT  DESIGNATOR\n"
+              "\x1b[32mok\x1b[0m      a\n"
+              "\x1b[31mbad\x1b[0m     b\n",
+              Table({Named("a", "ok"), Named("b", "bad")},
+                    {.columns = {1, 0}, .color = ColorMode::always}, {"ok"}));
+}
+
+TEST_F(TableRowsTest, EachResultHasItsColorWithoutAcceptedOnes) {
+    EXPECT_EQ("RESULT\n\x1b[36mx\x1b[0m\n\x1b[33my\x1b[0m\n\x1b[36mx\x1b[0m\n",
+              Table({Named("a", "x"), Named("b", "y"), Named("c", "x")},
+                    {.columns = {1}, .color = ColorMode::always}));
+}
+
+bool IsColored(ColorMode mode) {
+    Terminal const screen;
+    Output output(screen.otherEnd());
+    RowList const list = {Named("a", "r")};
+    WriteTable(RowsOf(list), {.color = mode}, {}, output);
+    output.Flush();
+    return screen.Read().find('\x1b') != std::string::npos;
+}
+
+TEST_F(TableRowsTest, AutomaticColorIsForTerminalsThatWantIt) {
+    EXPECT_TRUE(IsColored(ColorMode::automatic));
+    EXPECT_FALSE(IsColored(ColorMode::never));
+    EXPECT_EQ(std::string::npos, Table({Named("a", "r")}).find('\x1b'));
+    {
+        EnvironmentVariable const noColor("NO_COLOR", "1");
+        EXPECT_FALSE(IsColored(ColorMode::automatic));
+        EXPECT_TRUE(IsColored(ColorMode::always));
+    }
+    EnvironmentVariable const dumb("TERM", "dumb");
+    EXPECT_FALSE(IsColored(ColorMode::automatic));
 }
 
 } // namespace

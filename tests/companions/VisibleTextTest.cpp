@@ -130,11 +130,4 @@ TEST(VisibleTextTest, AnyTwoBytesBecomeHarmless) {
         }
 }
 
-TEST(VisibleTextTest, ColumnsAreCharacters) {
-    EXPECT_EQ(0u, CountColumns(""));
-    EXPECT_EQ(5u, CountColumns("plain"));
-    EXPECT_EQ(2u, CountColumns("\xC2\xB5s"));
-    EXPECT_EQ(3u, CountColumns("\xE2\x82\xAC\xF0\x9F\x98\x80!"));
-}
-
 } // namespace

@@ -1,0 +1,138 @@
+// compliance-query compared with compliance-doctor where an evaluation cannot be opened: for each
+// kind of directory entry at each path that the lock needs, the exit status is the one that follows
+// from the findings. No agent runs, so nothing is published.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/EntryKinds.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/PrivateMachine.h"
+#include "tests/support/ScriptedAgent.h"
+#include "tests/system/RecordLock.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+constexpr int lockRefused = -6;
+
+class ComparedPrograms {
+public:
+    explicit ComparedPrograms(bool isUser) : asUser(isUser) {}
+
+    // The program's document on standard output.
+    Json DocumentOfDoctor() const { return Json::parse(Run({doctor, "--json"}).output); }
+    Json DocumentOfQuery() const {
+        ProgramResult const result = Run({query, "-d", "--json"});
+        Json const document = Json::parse(result.output);
+        EXPECT_EQ(ExitStatus::Exited(document.at("exitStatus")), result.status);
+        return document;
+    }
+
+private:
+    ProgramResult Run(std::vector<std::string> const& command) const {
+        return RunProgram(command, {.prepare = [this] {
+                              if (asUser)
+                                  PrivateMachine::DropPrivileges();
+                              return true;
+                          }});
+    }
+
+    bool const asUser;
+    std::string const doctor = CopyForEveryone(CC_DOCTOR_PROGRAM);
+    std::string const query = CopyForEveryone(CC_QUERY_PROGRAM);
+};
+
+// The cause of the problem that a check found, or an empty text.
+std::string ProblemOf(std::string const& check, Json const& document) {
+    for (Json const& finding : document.at("checks"))
+        if (finding.at("check") == check && finding.at("verdict") == "problem")
+            return finding.at("cause");
+    return "";
+}
+
+// The status of a refused lock by the findings of the doctor; 0 if they do not explain it.
+int StatusByFindings(Json const& findings) {
+    if (ProblemOf("agent-program", findings) == "agent-missing" ||
+        ProblemOf("request-directory", findings) == "directory-missing")
+        return 3;
+    std::string const lock = ProblemOf("lock", findings);
+    if (lock.starts_with("lock-held"))
+        return 4;
+    return lock.empty() && ProblemOf("request-directory", findings).empty() ? 0 : 7;
+}
+
+// Returns the status of the query.
+int ExpectSameReason(ComparedPrograms const& programs) {
+    Json const document = programs.DocumentOfQuery();
+    Json const findings = programs.DocumentOfDoctor();
+    if (document.at("code") == lockRefused) {
+        EXPECT_EQ(StatusByFindings(findings), document.at("exitStatus")) << document << findings;
+        return document.at("exitStatus");
+    }
+    // The lock was taken; the doctor may call it unsafe.
+    EXPECT_EQ(3, document.at("exitStatus")) << document;
+    EXPECT_NE("", ProblemOf("agent-process", findings)) << findings;
+    return 3;
+}
+
+void CompareAll(std::string const& path, std::vector<Kind> const& kinds, bool hasAgent) {
+    for (bool const asUser : {false, true}) {
+        PrivateMachine::Run([&] {
+            MountForDevices();
+            if (hasAgent)
+                PrivateMachine::InstallAgent();
+            ComparedPrograms const programs(asUser);
+            std::set<int> statuses;
+            for (Kind const& kind : kinds) {
+                SCOPED_TRACE(kind.name + " at " + path + (asUser ? ", user" : ", root"));
+                LayOut();
+                fs::remove_all(path);
+                kind.make(path);
+                statuses.insert(ExpectSameReason(programs));
+            }
+            EXPECT_EQ(hasAgent ? (std::set<int>{3, 7}) : (std::set<int>{3}), statuses);
+        });
+    }
+}
+
+void CompareOnBothMachines(std::string const& path, std::vector<Kind> const& kinds) {
+    for (bool const hasAgent : {false, true})
+        CompareAll(path, kinds, hasAgent);
+}
+
+TEST(QueryAgreementTest, LockFileOfEachKind) {
+    CompareOnBothMachines(ScriptedAgent::lockFile, KindsOfEntries());
+}
+
+TEST(QueryAgreementTest, RequestDirectoryOfEachKind) {
+    CompareOnBothMachines(
+        ScriptedAgent::requestDirectory,
+        KindsOfDirectories({"0000", "0100", "0200", "0400", "0500", "0600", "0300", "0700"}));
+}
+
+TEST(QueryAgreementTest, ParentDirectoryOfEachKind) {
+    CompareOnBothMachines(agentDirectory, KindsOfDirectories({"0000", "0200", "0400"}));
+}
+
+TEST(QueryAgreementTest, HeldLockIsStatus4ForEachUser) {
+    for (bool const asUser : {false, true}) {
+        PrivateMachine::Run([&] {
+            PrivateMachine::InstallAgent();
+            LayOut();
+            ForeignLock const lock;
+            fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+            EXPECT_EQ(4, ExpectSameReason(ComparedPrograms(asUser)));
+        });
+    }
+}
+
+} // namespace

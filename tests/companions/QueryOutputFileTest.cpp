@@ -1,0 +1,188 @@
+// --output: the file has its old content or the new one.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/Query.h"
+#include "tests/support/SmallFileSystem.h"
+#include "tests/torture/KilledTool.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+using Texts = std::vector<std::string>;
+
+std::string ContentOfFile(std::string const& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+constexpr char resultFile[] = "/opt/results/result.json";
+
+void LeaveResult() {
+    fs::create_directories("/opt/results");
+    std::ofstream(std::string(resultFile)) << "old";
+}
+
+template <typename Look>
+void QueryToFile(AgentScript const& script, Texts const& arguments, Look const& look) {
+    PrivateMachine::Run([&] {
+        PrivateMachine::CreateAgentDirectories();
+        LeaveResult();
+        ScriptedAgent const agent(script);
+        Texts all{"-d", "--json", "--output", resultFile};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        ProgramResult const result = RunQuery(all);
+        EXPECT_EQ("", result.output);
+        look(result);
+    });
+}
+
+std::size_t CountResultEntries() {
+    return static_cast<std::size_t>(
+        std::distance(fs::directory_iterator("/opt/results"), fs::directory_iterator()));
+}
+
+TEST(QueryOutputFileTest, FinishedEvaluationReplacesFile) {
+    QueryToFile(FinishingScript(Row(shortRow)), {}, [](ProgramResult const& result) {
+        EXPECT_EQ(ExitStatus::Exited(0), result.status);
+        EXPECT_EQ("d", Json::parse(ContentOfFile(resultFile)).at("rows").at(0).at("designator"));
+        EXPECT_EQ(1u, CountResultEntries());
+    });
+}
+
+TEST(QueryOutputFileTest, OtherResultReplacesFileToo) {
+    QueryToFile(FinishingScript(Row(shortRow)), {"--strict=Pass"}, [](ProgramResult const& result) {
+        EXPECT_EQ(ExitStatus::Exited(10), result.status);
+        EXPECT_EQ(1, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
+    });
+}
+
+TEST(QueryOutputFileTest, FailedEvaluationKeepsFile) {
+    for (AgentScript const& script :
+         {AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()),
+          AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).Answer(CloseAnswer())})
+        QueryToFile(script, {}, [](ProgramResult const& result) {
+            EXPECT_NE(ExitStatus::Exited(0), result.status);
+            EXPECT_EQ("old", ContentOfFile(resultFile));
+            EXPECT_EQ(1u, CountResultEntries());
+        });
+}
+
+TEST(QueryOutputFileTest, FailureReplacesFileWithKeepFailures) {
+    QueryToFile(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()),
+        {"--keep-failures"}, [](ProgramResult const& result) {
+            EXPECT_EQ(ExitStatus::Exited(1), result.status);
+            EXPECT_EQ(5, Json::parse(ContentOfFile(resultFile)).at("agentError"));
+            EXPECT_EQ(1u, CountResultEntries());
+        });
+}
+
+TEST(QueryOutputFileTest, TableAndTsvGoToFileToo) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        LeaveResult();
+        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+        EXPECT_EQ(ExitStatus::Exited(0), RunQuery({"-d", "--tsv", "-o", resultFile}).status);
+        EXPECT_NE(std::string::npos, ContentOfFile(resultFile).find("\nd\tr\t"));
+    });
+}
+
+// Refused before a request is published.
+void ExpectRefusedFile(std::string const& path, std::string const& message) {
+    ScriptedAgent const agent(AgentScript().AwaitRequest());
+    ProgramResult const result = RunQuery({"-d", "-o", path});
+    EXPECT_EQ(ExitStatus::Exited(8), result.status);
+    EXPECT_EQ("compliance-query: " + message + "\n", result.errors);
+    EXPECT_FALSE(fs::exists(ScriptedAgent::lockFile));
+    EXPECT_EQ(0u, agent.Requests().size());
+}
+
+TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        ExpectRefusedFile("/dev/null", "/dev/null is no regular file, so it is not replaced");
+        ExpectRefusedFile("/opt", "/opt is no regular file, so it is not replaced");
+        ExpectRefusedFile("/opt/none/file",
+                          "/opt/none/file could not be replaced: No such file or directory");
+        SmallFileSystem disk("/opt/disk");
+        disk.MakeReadOnly();
+        ExpectRefusedFile("/opt/disk/file",
+                          "/opt/disk/file could not be replaced: Read-only file system");
+    });
+}
+
+TEST(QueryOutputFileTest, FullDiskKeepsFile) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        SmallFileSystem disk("/opt/results");
+        LeaveResult();
+        disk.FillUp();
+        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+        ProgramResult const result = RunQuery({"-d", "--json", "-o", resultFile});
+        EXPECT_EQ(ExitStatus::Exited(8), result.status);
+        EXPECT_EQ("compliance-query: the rows could not be written: No space left on device\n",
+                  result.errors);
+        EXPECT_EQ("old", ContentOfFile(resultFile));
+        EXPECT_EQ(2u, CountResultEntries());
+        agent.AwaitEnd(std::chrono::seconds(1));
+    });
+}
+
+// The steps of the replacement, and the calls like them in the exchange.
+bool MayChangeFiles(Torture::SystemCall const& call) {
+    static std::set<std::string> const names = {"write", "fsync", "rename", "exit_group"};
+    return names.contains(call.name) || call.path.starts_with("/opt/results");
+}
+
+Torture::KillCondition AtChange(std::size_t number) {
+    return [number](Torture::Trace const& trace) {
+        return MayChangeFiles(trace.back()) &&
+               static_cast<std::size_t>(std::ranges::count_if(trace, MayChangeFiles)) == number;
+    };
+}
+
+void RemoveLeftovers() {
+    for (char const* const path : {ScriptedAgent::request, ScriptedAgent::requestTemp,
+                                   ScriptedAgent::response, ScriptedAgent::lockFile})
+        fs::remove(path);
+}
+
+// Returns false if the program made fewer calls.
+bool KillAtChange(std::size_t number, std::set<std::string>& seen) {
+    RemoveLeftovers();
+    LeaveResult();
+    ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+    bool const wasKilled = Torture::RunProgramAndKill(
+                               QueryCommand({"-d", "--json", "-o", resultFile}), AtChange(number))
+                               .wasKilled;
+    std::string const content = ContentOfFile(resultFile);
+    bool const isOld = content == "old";
+    EXPECT_TRUE(isOld || Json::parse(content).at("rowCount") == 1) << number;
+    seen.insert(isOld ? "old" : "new");
+    return wasKilled;
+}
+
+TEST(QueryOutputFileTest, KilledProgramLeavesOldOrNewFile) {
+    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [] {
+        PrivateMachine::CreateAgentDirectories();
+        std::set<std::string> seen;
+        std::size_t number = 1;
+        while (KillAtChange(number, seen))
+            ++number;
+        EXPECT_LT(10u, number);
+        EXPECT_EQ((std::set<std::string>{"old", "new"}), seen);
+    });
+}
+
+} // namespace
