@@ -12,7 +12,7 @@ As a program, one JSON object a row:
 
     python3 compliance.py URL DOC
 
-Exit status: 0 finished, 1 no results, 2 wrong arguments.
+Exit status: 0 finished, 1 no results, 2 wrong arguments, 130 interrupted by Ctrl-C.
 
 One evaluation at a time in a process, and all calls on one thread. After a lock that another
 process held (-6) every further try in this process is refused as well: try again in a new process.
@@ -30,6 +30,25 @@ import time
 # back to the same bytes with the same error handler.
 ENCODING = ("utf-8", "surrogateescape")
 
+# The negative codes of the functions; see libclientcompliance(3).
+CODES = {
+    -1: "the agent is not installed",
+    -2: "the agent is not running",
+    -3: "the agent did not take the request in time",
+    -4: "the agent is not configured",
+    -5: "a request is already waiting for the agent",
+    -6: "another process holds the lock, or the agent is not installed",
+    -7: "the agent's answer can't be read",
+    -8: "no final response is held",
+    -15: "an evaluation is already open in this process",
+    -16: "the exchange with the agent failed",
+    -17: "the request could not be written",
+    -19: "the evaluation failed outside of the exchange",
+    -20: "the row index is not below the row count",
+}
+# Numbers that an agent reports.
+AGENT_ERRORS = {-22: "the agent is not available right now"}
+
 Row = collections.namedtuple(
     "Row", "designator result result_type evaluation_time description comment")
 
@@ -37,8 +56,9 @@ Row = collections.namedtuple(
 class Error(Exception):
     """A negative code of the functions, or the number of an error that the agent reports."""
 
-    def __init__(self, text, number):
-        super().__init__(f"{text}: {number}")
+    def __init__(self, text, number, meanings):
+        meaning = f"{meanings[number]} ({number})" if number in meanings else str(number)
+        super().__init__(f"{text}: {meaning}")
         self.number = number
 
 
@@ -56,9 +76,15 @@ class Evaluation:
 
     def __init__(self, url, doc, flags=0):
         self._library = _load()
-        code = self._library.COMPLIANCE_Open(url.encode(*ENCODING), doc.encode(*ENCODING), flags)
+        try:
+            code = self._library.COMPLIANCE_Open(url.encode(*ENCODING), doc.encode(*ENCODING),
+                                                 flags)
+        except KeyboardInterrupt:
+            # Raised after the call, so the evaluation may be open.
+            self.close()
+            raise
         if code != 0:
-            raise Error("the evaluation could not be opened", code)
+            raise Error("the evaluation could not be opened", code, CODES)
 
     def __enter__(self):
         return self
@@ -77,10 +103,10 @@ class Evaluation:
         if state == 1:
             return None
         if state == 2:
-            raise Error("the agent reports an error", error.value)
+            raise Error("the agent reports an error", error.value, AGENT_ERRORS)
         if state == 3:
             return percent.value
-        raise Error("the agent could not be asked", state)
+        raise Error("the agent could not be asked", state, CODES)
 
     def wait(self, progress=lambda percent: None):
         """Polls until the evaluation has finished, and returns its rows."""
@@ -97,7 +123,7 @@ class Evaluation:
         texts = [ctypes.c_char_p() for _ in Row._fields]
         code = self._library.COMPLIANCE_IndexedValue(index, *map(ctypes.byref, texts))
         if code != 0:
-            raise Error("there is no such row", code)
+            raise Error("there is no such row", code, CODES)
         return Row(*(text.value.decode(*ENCODING) for text in texts))
 
 
@@ -111,6 +137,10 @@ def main():
     except Error as error:
         print(f"compliance.py: {error}", file=sys.stderr)
         return 1
+    except KeyboardInterrupt:
+        # The evaluation is closed by now.
+        print("compliance.py: interrupted", file=sys.stderr)
+        return 130
     for row in rows:
         print(json.dumps(row._asdict()))
     return 0

@@ -22,7 +22,6 @@ using Arguments = std::vector<std::string>;
 Arguments const minimal{EXAMPLE_MINIMAL, "url", "doc"};
 Arguments const evaluate{EXAMPLE_EVALUATE, "url", "doc"};
 Arguments const shell{EXAMPLES_DIRECTORY "/evaluate.sh", "url", "doc"};
-Arguments const check{EXAMPLES_DIRECTORY "/check_compliance", "url", "doc"};
 
 std::string const good = Row({"b-001", "Compliant", "t", "1", "d", "c"});
 std::string const bad = Row({"b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", "c"});
@@ -46,11 +45,14 @@ AgentScript EndWith(std::string const& state, std::string const& error) {
     return Script({ProgressAnswer(state, error)});
 }
 
+void CopyTool(std::string const& program, std::string const& name) {
+    fs::create_directories("/opt/tools");
+    fs::copy_file(program, "/opt/tools/" + name, fs::copy_options::overwrite_existing);
+}
+
 // The tool stands on the PATH under its own name, whichever build is tested.
 ProgramOptions WithTool() {
-    fs::create_directories("/opt/tools");
-    fs::copy_file(CC_TOOL_PROGRAM, "/opt/tools/ClientCompliance",
-                  fs::copy_options::overwrite_existing);
+    CopyTool(CC_TOOL_PROGRAM, "ClientCompliance");
     return {.environment = {{"PATH=/opt/tools:/usr/bin:/bin", "LC_ALL=C.UTF-8"}}};
 }
 
@@ -117,20 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "evaluate.sh: no results: the agent did not answer\n"},
         Example{"ShellRefusesRowsThatItCannotTellApart",
                 Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1,
-                "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"},
-        Example{"CheckIsGreenWhereAllResultsAreGood", Finish(good + good), check, 0,
-                "COMPLIANCE OK - 2 rows | rows=2 bad=0\n", ""},
-        Example{"CheckIsRedAndNamesTheOtherRows", Finish(good + bad), check, 2,
-                "COMPLIANCE CRITICAL - 1 of 2 rows: b-002/caf? (Not Compliant) | rows=2 bad=1\n",
-                ""},
-        Example{"CheckTakesTheNamesOfGoodResults",
-                Finish(bad),
-                {check[0], "url", "doc", "Not Compliant"},
-                0,
-                "COMPLIANCE OK - 1 rows | rows=1 bad=0\n",
-                ""},
-        Example{"CheckWarnsWhileTheAgentIsNotAvailable", EndWith("2", "-22"), check, 1,
-                "COMPLIANCE WARNING - the agent is not available right now\n", ""}),
+                "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"}),
     [](auto const& test) { return std::string(test.param.name); });
 
 TEST(ExamplesTest, MinimalTellsTheCodeOfARefusal) {
@@ -175,9 +164,35 @@ SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
 
 TEST(ExamplesTest, PythonTellsTheCodeOfARefusal) {
     PrivateMachine::Run([] {
-        Expect(1, "", "compliance.py: the evaluation could not be opened: -6\n",
+        Expect(1, "",
+               "compliance.py: the evaluation could not be opened: another process holds the lock, "
+               "or the agent is not installed (-6)\n",
                RunProgram(python, WithLibrary()));
     });
+}
+
+SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
+    ScriptedAgent const agent(EndWith("2", "-22"));
+    Expect(
+        1, "",
+        "compliance.py: the agent reports an error: the agent is not available right now (-22)\n",
+        RunProgram(python, WithLibrary()));
+}
+
+// In the opening, and while the agent works.
+SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
+    for (std::size_t const requests : {1, 2}) {
+        ScriptedAgent const agent(
+            Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("3", "0", "8")}));
+        OtherProgram program(python, WithLibrary());
+        agent.AwaitRequests(requests);
+        program.Kill(SIGINT);
+        ProgramResult const result = program.Wait();
+        EXPECT_EQ(ExitStatus::Exited(130), result.status);
+        EXPECT_TRUE(result.errors.ends_with("compliance.py: interrupted\n")) << result.errors;
+        EXPECT_EQ(std::string::npos, result.errors.find("Traceback")) << result.errors;
+        EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
+    }
 }
 
 #endif
@@ -204,34 +219,93 @@ TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
         << result.errors;
 }
 
-SANDBOX_TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {
-    ForeignLock const lock;
-    Expect(1, "COMPLIANCE WARNING - another evaluation is running (-6)\n", "",
-           RunProgram(check, WithTool()));
+#ifdef EXAMPLE_QUERY
+
+struct CheckCase {
+    char const* name;
+    AgentScript script;
+    Arguments goodResults;
+    int status;
+    std::string output;
+};
+
+void PrintTo(CheckCase const& check, std::ostream* out) { *out << check.name; }
+
+class CheckExampleTest : public testing::TestWithParam<CheckCase> {};
+
+ProgramResult RunCheck(Arguments const& goodResults = {}) {
+    CopyTool(EXAMPLE_QUERY, "compliance-query");
+    Arguments command{EXAMPLES_DIRECTORY "/check_compliance", "url", "doc"};
+    command.insert(command.end(), goodResults.begin(), goodResults.end());
+    return RunProgram(command, {.environment = {{"PATH=/opt/tools:/usr/bin:/bin", "CHECK_WAIT=1",
+                                                 "CHECK_SECONDS=6"}}});
 }
 
-TEST(ExamplesTest, CheckKnowsNothingWhereTheLockFileCannotBeOpened) {
-    ExpectRefused(check, 3, "COMPLIANCE UNKNOWN - the lock file can't be opened (-6)\n", "");
+TEST_P(CheckExampleTest, PrintsAndExits) {
+    CheckCase const& check = GetParam();
+    PrivateMachine::RunWithDirectories([&] {
+        ScriptedAgent const agent(check.script);
+        Expect(check.status, "COMPLIANCE " + check.output + "\n", "", RunCheck(check.goodResults));
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ExamplesTest, CheckExampleTest,
+    testing::Values(
+        CheckCase{"AllResultsGood", Finish(good + good), {}, 0, "OK - 2 rows | rows=2"},
+        CheckCase{"OtherRowsNamed",
+                  Finish(good + bad),
+                  {},
+                  2,
+                  "CRITICAL - 1 of 2 rows have a result that --strict does not list: "
+                  "b-002/caf\\xe9 (Not Compliant) | rows=2"},
+        CheckCase{"GoodResultsOfTheCommandLine",
+                  Finish(bad),
+                  {"Compliant", "Not Compliant"},
+                  0,
+                  "OK - 1 rows | rows=1"},
+        CheckCase{"NoRows", Finish(""), {}, 3, "UNKNOWN - no rows to judge"},
+        CheckCase{
+            "ErrorOfTheAgent", EndWith("2", "5"), {}, 3, "UNKNOWN - the agent reports the error 5"},
+        CheckCase{"TooLong",
+                  Script({ProgressAnswer("3"), ProgressAnswer("3"), ProgressAnswer("3")}),
+                  {},
+                  3,
+                  "UNKNOWN - not finished within the time of --timeout"}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+// The agent is asked twice.
+SANDBOX_TEST(ExamplesTest, CheckWarnsWhileTheAgentIsNotAvailable) {
+    AgentScript script = EndWith("2", "-22");
+    ScriptedAgent const agent(
+        script.Answer(OpenAnswer()).Answer(ProgressAnswer("2", "-22")).Answer(CloseAnswer()));
+    Expect(1, "COMPLIANCE WARNING - the agent is not available right now (error -22)\n", "",
+           RunCheck());
+}
+
+SANDBOX_TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {
+    PrivateMachine::InstallAgent();
+    ForeignLock const lock;
+    ProgramResult const result = RunCheck();
+    EXPECT_EQ(ExitStatus::Exited(1), result.status);
+    EXPECT_TRUE(result.output.starts_with(
+        "COMPLIANCE WARNING - the lock was refused: the lock is held by process "))
+        << result.output;
 }
 
 SANDBOX_TEST(ExamplesTest, CheckWarnsWhileARequestIsWaiting) {
     ScriptedAgent const agent;
     fs::create_directory(ScriptedAgent::request);
-    Expect(1, "COMPLIANCE WARNING - a request is waiting for the agent (-5)\n", "",
-           RunProgram(check, WithTool()));
+    Expect(1,
+           "COMPLIANCE WARNING - a request is already waiting for the agent; compliance-doctor "
+           "shows its age (code -5)\n",
+           "", RunCheck());
 }
 
 SANDBOX_TEST(ExamplesTest, CheckKnowsNothingWithoutAnAgent) {
-    Expect(3, "COMPLIANCE UNKNOWN - COMPLIANCE_Open returned error: -1.\n", "",
-           RunProgram(check, WithTool()));
+    Expect(3, "COMPLIANCE UNKNOWN - the agent is not installed (code -1)\n", "", RunCheck());
 }
 
-SANDBOX_TEST(ExamplesTest, CheckEndsAnEvaluationThatTakesTooLong) {
-    ScriptedAgent const agent;
-    ProgramOptions options = WithTool();
-    options.environment->push_back("CHECK_SECONDS=0.5");
-    Expect(3, "COMPLIANCE UNKNOWN - the evaluation did not end by itself (status 124)\n", "",
-           RunProgram(check, options));
-}
+#endif
 
 } // namespace
