@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr char program[] = "compliance-doctor";
+
 constexpr int healthy = 0;
 constexpr int notHealthy = 1;
 constexpr int usage = 2;
@@ -20,17 +22,17 @@ int Examine(bool json) {
         WriteJson(findings, output);
     else
         WriteText(findings, output);
-    output.Flush();
-    return HasProblem(findings) || output.Error() != 0 ? notHealthy : healthy;
+    bool const isComplete = FinishOutput(program, output, "the findings");
+    return HasProblem(findings) || !isComplete ? notHealthy : healthy;
 }
 
 int Run(int count, char const* const* arguments) {
     DoctorCommandLine const commandLine = ParseDoctorCommandLine(count, arguments);
     switch (commandLine.action) {
     case DoctorCommandLine::showHelp:
-        return ShowText(doctorHelp, notHealthy);
+        return ShowText(program, doctorHelp, notHealthy);
     case DoctorCommandLine::showVersion:
-        return ShowText("compliance-doctor " CC_VERSION "\n", notHealthy);
+        return ShowText(program, "compliance-doctor " CC_VERSION "\n", notHealthy);
     default:
         return Examine(commandLine.json);
     }
@@ -39,5 +41,5 @@ int Run(int count, char const* const* arguments) {
 } // namespace
 
 int main(int count, char** arguments) {
-    return RunMain({"compliance-doctor", usage, notHealthy}, [&] { return Run(count, arguments); });
+    return RunMain({program, usage, notHealthy}, [&] { return Run(count, arguments); });
 }

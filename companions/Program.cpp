@@ -1,5 +1,6 @@
 #include "companions/Program.h"
 
+#include <cstring>
 #include <exception>
 
 #include <fcntl.h>
@@ -22,9 +23,16 @@ int RunMain(Program const& program, std::function<int()> const& run) {
     }
 }
 
-int ShowText(std::string_view text, int failureStatus) {
+bool FinishOutput(std::string_view program, Output& output, std::string const& content) {
+    output.Flush();
+    if (output.Error() == 0)
+        return true;
+    WriteMessage(program, content + " could not be written: " + std::strerror(output.Error()));
+    return false;
+}
+
+int ShowText(std::string_view program, std::string_view text, int failureStatus) {
     Output output(STDOUT_FILENO);
     output.Write(text);
-    output.Flush();
-    return output.Error() == 0 ? 0 : failureStatus;
+    return FinishOutput(program, output, "the text") ? 0 : failureStatus;
 }

@@ -2,7 +2,10 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <string_view>
+
+class Output;
 
 struct Program {
     std::string_view name;
@@ -15,5 +18,9 @@ struct Program {
 // `run` returns. Writes a message for a std::exception that `run` throws.
 int RunMain(Program const& program, std::function<int()> const& run);
 
-// Writes the text to standard output. Returns 0, or `failureStatus` if that fails.
-int ShowText(std::string_view text, int failureStatus);
+// Flushes the output. Returns false, with a message that names the content, if not all of it could
+// be written.
+bool FinishOutput(std::string_view program, Output& output, std::string const& content);
+
+// Writes the text to standard output. Returns 0, or `failureStatus` with a message if that fails.
+int ShowText(std::string_view program, std::string_view text, int failureStatus);

@@ -160,11 +160,8 @@ private:
 
     // Returns false, with a message, if the output is not complete.
     bool PublishOutput() {
-        if (output->Error() != 0) {
-            WriteMessage(program, std::string("the rows could not be written: ") +
-                                      std::strerror(output->Error()));
+        if (!FinishOutput(program, *output, "the rows"))
             return false;
-        }
         try {
             if (file)
                 file->Publish();
@@ -241,11 +238,11 @@ int Run(int count, char** arguments) {
     int const failure = Number(QueryExit::outputFailed);
     switch (commandLine.action) {
     case QueryCommandLine::showHelp:
-        return ShowText(QueryHelp(), failure);
+        return ShowText(program, QueryHelp(), failure);
     case QueryCommandLine::showVersion:
-        return ShowText("compliance-query " CC_VERSION "\n", failure);
+        return ShowText(program, "compliance-query " CC_VERSION "\n", failure);
     case QueryCommandLine::explain:
-        return ShowText(ExplainQueryExit(commandLine.status), failure);
+        return ShowText(program, ExplainQueryExit(commandLine.status), failure);
     default:
         return RunQuery(commandLine, arguments);
     }

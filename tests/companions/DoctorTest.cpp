@@ -43,6 +43,16 @@ std::string Survey(std::string const& root) {
     return text;
 }
 
+TEST(DoctorTest, ReportsThatTheFindingsCouldNotBeWritten) {
+    PrivateMachine::Run([] {
+        ProgramResult const result =
+            RunProgram({"/bin/sh", "-c", "exec " CC_DOCTOR_PROGRAM " >/dev/full"});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status);
+        EXPECT_EQ("compliance-doctor: the findings could not be written: No space left on device\n",
+                  result.errors);
+    });
+}
+
 TEST(DoctorTest, HealthyMachineIsStatus0) {
     PrivateMachine::Run([] {
         MakeHealthy();

@@ -4,7 +4,11 @@
 
 #include <stdexcept>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "companions/Arguments.h"
+#include "tests/support/OtherProcess.h"
 
 namespace {
 
@@ -28,8 +32,20 @@ TEST(ProgramTest, ReportsAnyOtherException) {
 
 TEST(ProgramTest, WritesTextToStandardOutput) {
     testing::internal::CaptureStdout();
-    EXPECT_EQ(0, ShowText("help\n", 8));
+    EXPECT_EQ(0, ShowText("some-program", "help\n", 8));
     EXPECT_EQ("help\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(ProgramTest, ReportsThatTextCouldNotBeWritten) {
+    OtherProcess other([] {
+        int const full = open("/dev/full", O_WRONLY);
+        dup2(full, STDOUT_FILENO);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(8, ShowText("some-program", "help\n", 8));
+        EXPECT_EQ("some-program: the text could not be written: No space left on device\n",
+                  testing::internal::GetCapturedStderr());
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 } // namespace

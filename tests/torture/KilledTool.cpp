@@ -10,12 +10,15 @@
 
 #include <sys/ptrace.h>
 #include <sys/syscall.h>
+#include <sys/user.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
+using Torture::FaultCondition;
 using Torture::KillCondition;
+using Torture::KilledRun;
 using Torture::SystemCall;
 using Torture::Trace;
 
@@ -92,8 +95,8 @@ int AwaitStop(pid_t tool) {
 
 class Tracer {
 public:
-    Tracer(pid_t theTool, KillCondition const& theCondition)
-        : tool(theTool), condition(theCondition) {}
+    Tracer(pid_t theTool, KillCondition const& theCondition, FaultCondition const& theErrorOf)
+        : tool(theTool), condition(theCondition), errorOf(theErrorOf) {}
 
     // From the stop behind execve to the end.
     void Run() {
@@ -125,8 +128,11 @@ private:
             Leave(info, trace.back());
     }
 
-    static void Leave(__ptrace_syscall_info const& info, SystemCall& call) {
-        call.succeeded = !info.exit.is_error;
+    void Leave(__ptrace_syscall_info const& info, SystemCall& call) {
+        if (error != 0)
+            SetRegister(&user_regs_struct::rax, -error);
+        call.succeeded = !info.exit.is_error && error == 0;
+        error = 0;
         if (call.succeeded)
             call.result = info.exit.rval;
     }
@@ -136,11 +142,27 @@ private:
         if (condition(trace)) {
             wasKilled = true;
             kill(tool, SIGKILL);
+            return;
         }
+        error = errorOf(trace);
+        if (error != 0)
+            SetRegister(&user_regs_struct::orig_rax, -1);
+    }
+
+    void SetRegister(unsigned long long user_regs_struct::*which, long long value) const {
+        user_regs_struct registers{};
+        if (ptrace(PTRACE_GETREGS, tool, nullptr, &registers) != 0)
+            ThrowSystemError("ptrace");
+        registers.*which = static_cast<unsigned long long>(value);
+        if (ptrace(PTRACE_SETREGS, tool, nullptr, &registers) != 0)
+            ThrowSystemError("ptrace");
     }
 
     pid_t const tool;
     KillCondition const& condition;
+    FaultCondition const& errorOf;
+    // Of the call that is being made.
+    int error = 0;
 };
 
 // The environment of the test, but no leak checker. Of two entries the first counts.
@@ -151,6 +173,18 @@ std::vector<std::string> EnvironmentUnderTrace() {
     for (char** entry = environ; *entry; ++entry)
         all.emplace_back(*entry);
     return all;
+}
+
+KilledRun RunTraced(Arguments const& command, KillCondition const& condition,
+                    FaultCondition const& errorOf) {
+    ProgramOptions const options{.environment = EnvironmentUnderTrace(), .prepare = [] {
+                                     return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
+                                 }};
+    OtherProgram program(command, options);
+    Tracer tracer(program.pid(), condition, errorOf);
+    tracer.Run();
+    ProgramResult const result = program.Wait();
+    return {tracer.trace, tracer.wasKilled, result.status, result.output, result.errors};
 }
 
 } // namespace
@@ -191,14 +225,12 @@ KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition)
 }
 
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition) {
-    ProgramOptions const options{.environment = EnvironmentUnderTrace(), .prepare = [] {
-                                     return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
-                                 }};
-    OtherProgram program(command, options);
-    Tracer tracer(program.pid(), condition);
-    tracer.Run();
-    ProgramResult const result = program.Wait();
-    return {tracer.trace, tracer.wasKilled, result.status, result.output, result.errors};
+    return RunTraced(command, condition, [](Trace const&) { return 0; });
+}
+
+KilledRun RunProgramWithFaults(Arguments const& command, FaultCondition const& errorOf) {
+    return RunTraced(
+        command, [](Trace const&) { return false; }, errorOf);
 }
 
 } // namespace Torture

@@ -63,10 +63,17 @@ struct KilledRun {
     std::string errors;
 };
 
+// Asked at the entry of each call, which is the last one of the trace. Returns the error number that
+// the call fails with, or 0.
+using FaultCondition = std::function<int(Trace const&)>;
+
 // Runs the tool to its end, or to its death. There is no limit of time but that of the machine.
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition);
 // The same for any program, whose path is the first argument. A condition that only returns false
 // can change files between two system calls of the program.
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition);
+// Runs a program, whose path is the first argument, to its end. A call that fails is not made: the
+// kernel gets the number of no call. That works for a program that is linked statically, too.
+KilledRun RunProgramWithFaults(Arguments const& command, FaultCondition const& errorOf);
 
 } // namespace Torture

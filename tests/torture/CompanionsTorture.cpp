@@ -1,0 +1,230 @@
+// compliance-query, compliance-doctor and the stand-in agent, killed at each of their system calls,
+// and with each call failing. A result file is the old or the new one, whole; a response is whole or
+// absent; the lock is free; no other file changes.
+#include <map>
+#include <set>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/Query.h"
+#include "tests/torture/Aftermath.h"
+#include "tests/torture/AtOnce.h"
+#include "tests/torture/ErrorNumbers.h"
+#include "tests/torture/KilledTool.h"
+#include "tests/torture/ToolTest.h"
+
+namespace {
+
+using namespace Torture;
+
+constexpr char results[] = "/opt/results";
+constexpr char resultFile[] = "/opt/results/result.json";
+std::string const oldResult = "the result of yesterday\n";
+
+bool IsNewResult(std::string const& bytes) {
+    auto const document = nlohmann::json::parse(bytes, nullptr, false);
+    return document.is_object() && document.value("outcome", "") == "finished" &&
+           document.at("rows").size() == 1 && bytes.ends_with("}\n");
+}
+
+// What a program is and does when nothing disturbs it.
+struct Subject {
+    char const* name;
+    std::vector<std::string> command;
+    // Called on a machine of its own; `run` runs the command.
+    std::function<KilledRun(std::function<KilledRun()> const& run)> tryOnce;
+};
+
+void PrintTo(Subject const& subject, std::ostream* out) { *out << subject.name; }
+
+// Checks what holds after every run, and returns it.
+KilledRun TryQuery(std::function<KilledRun()> const& run) {
+    fs::create_directory(results);
+    WriteBytes(resultFile, oldResult);
+    WriteBytes("/opt/results/other", "other");
+    ScriptedAgent agent(FinishingScript(Row(shortRow)));
+    KilledRun const result = run();
+    try {
+        agent.Stop();
+    } catch (std::runtime_error const&) {
+        // After a failed write another request replaces the one that the agent is taking.
+    }
+    ExpectFreeLock();
+    ExpectKnownNames();
+    std::string const bytes = ReadBytes(resultFile);
+    bool const isNew = IsNewResult(bytes);
+    EXPECT_TRUE(isNew || bytes == oldResult) << bytes;
+    // Killed behind the rename, it leaves the new one.
+    EXPECT_TRUE(result.wasKilled || isNew == (result.status == ExitStatus::Exited(0)))
+        << result.status;
+    EXPECT_EQ("", result.output);
+    EXPECT_EQ("other", ReadBytes("/opt/results/other"));
+    return result;
+}
+
+KilledRun TryDoctor(std::function<KilledRun()> const& run) {
+    WriteBytes(ScriptedAgent::response, "a response");
+    KilledRun const result = run();
+    EXPECT_EQ("", Requests());
+    EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
+    EXPECT_EQ("a response", ReadBytes(ScriptedAgent::response));
+    auto const isWrite = [](SystemCall const& call) {
+        return call.name.starts_with("write") && !call.succeeded;
+    };
+    bool const isCut = result.wasKilled || std::ranges::any_of(result.trace, isWrite);
+    bool const isWhole = nlohmann::json::accept(result.output);
+    EXPECT_TRUE(isWhole || isCut || result.output.empty()) << result.output;
+    EXPECT_TRUE(isWhole || result.status != ExitStatus::Exited(0)) << result.output;
+    return result;
+}
+
+constexpr char scenarioFile[] = "/opt/scenario";
+
+// Evaluates once, a moment after the start of an agent, and ends the agent.
+constexpr char evaluateAndStop[] =
+    "sleep 0.3; " CC_TOOL_PROGRAM " -c url doc; for process in /proc/[0-9]*; do"
+    " [ \"$(readlink $process/exe)\" != /opt/VeskaClient/bin/VeskaClient ] ||"
+    " kill ${process#/proc/}; done";
+
+KilledRun TryStandIn(std::function<KilledRun()> const& run) {
+    PrivateMachine::InstallAgent(CC_STAND_IN_PROGRAM);
+    WriteBytes(scenarioFile, "row \"d\" \"r\" \"t\" \"1\" \"x\" \"c\"\nfinish\n");
+    KilledRun result;
+    {
+        OtherProgram tool({"/bin/sh", "-c", evaluateAndStop});
+        result = run();
+        tool.Wait();
+    }
+    ExpectFreeLock();
+    std::string const response =
+        fs::exists(ScriptedAgent::response) ? ReadBytes(ScriptedAgent::response) : "";
+    // After a failed write a part of a response is published, as the library does it.
+    EXPECT_TRUE(!result.wasKilled || response == "" ||
+                response.ends_with("</VeskaClientComplianceResponse>"))
+        << response;
+    // A request that waits refuses the next evaluation until the next agent has taken it.
+    fs::remove(ScriptedAgent::request);
+    OtherProgram next({PrivateMachine::agentProgram, scenarioFile});
+    OtherProgram tool({"/bin/sh", "-c", evaluateAndStop});
+    EXPECT_EQ(PrintedOneRow(), tool.Wait().output);
+    return result;
+}
+
+std::vector<Subject> const subjects = {
+    {"Query", QueryCommand({"--json", "--output", resultFile, "url", "doc"}), TryQuery},
+    {"Doctor", {CC_DOCTOR_PROGRAM, "--json"}, TryDoctor},
+    {"StandIn", {PrivateMachine::agentProgram, scenarioFile}, TryStandIn},
+};
+
+// Any program ends when its start fails, by a message of the C library; that is not ours.
+bool IsOfTheStart(std::string const& call) {
+    return std::set<std::string>{"arch_prctl", "set_tid_address", "set_robust_list", "rseq",
+                                 "prlimit64",  "mprotect",        "exit_group"}
+        .contains(call);
+}
+
+std::vector<int> ErrorsOfCall(std::string const& name) {
+    static std::map<std::string, std::string> const others = {
+        {"openat", "open"},        {"newfstatat", "lstat"},     {"fstat", "stat"},
+        {"statx", "lstat"},        {"fcntl", "setlk"},          {"lseek", "seek"},
+        {"writev", "write"},       {"fchmod", "chmod"},         {"unlinkat", "unlink"},
+        {"getdents64", "readdir"}, {"clock_nanosleep", "sleep"}};
+    if (name == "mmap" || name == "brk" || name == "mremap")
+        return {ENOMEM};
+    auto const other = others.find(name);
+    return ErrorsOf(other == others.end() ? name : other->second);
+}
+
+// A call by its number from 1, and the error number that it fails with.
+using Fault = std::pair<std::size_t, int>;
+
+// The calls of a run that nobody disturbs, by their names.
+std::vector<std::string> RecordCalls(Subject const& subject) {
+    std::string const names = RunAtOnce(subject.name, {0}, [&](std::size_t) {
+        KilledRun const run = subject.tryOnce(
+            [&] { return RunProgramAndKill(subject.command, [](Trace const&) { return false; }); });
+        EXPECT_TRUE(run.status == ExitStatus::Exited(0) || subject.name != std::string("Query"));
+        std::string text;
+        for (SystemCall const& call : run.trace)
+            text += call.name + '\n';
+        return text;
+    })[0];
+    std::vector<std::string> calls;
+    std::istringstream lines(names);
+    for (std::string line; std::getline(lines, line);)
+        calls.push_back(line);
+    return calls;
+}
+
+std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
+    std::vector<Fault> faults;
+    for (std::size_t i = 0; i < calls.size(); ++i)
+        if (!IsOfTheStart(calls[i]))
+            for (int const error : ErrorsOfCall(calls[i]))
+                faults.emplace_back(i + 1, error);
+    return faults;
+}
+
+constexpr std::size_t atOnce = 64;
+
+// Calls `tryOne(number)` for every step-th number below the limit.
+void TryEach(char const* what, std::size_t limit, std::size_t step, Cell const& tryOne) {
+    std::vector<std::size_t> numbers;
+    for (std::size_t number = 0; number < limit; number += step)
+        numbers.push_back(number);
+    for (std::size_t done = 0; done < numbers.size() && !testing::Test::HasFailure();
+         done += atOnce) {
+        auto const end = std::min(done + atOnce, numbers.size());
+        RunAtOnce(
+            what,
+            {numbers.begin() + static_cast<long>(done), numbers.begin() + static_cast<long>(end)},
+            tryOne);
+    }
+    CountCells(numbers.size());
+}
+
+void KillAtCalls(Subject const& subject, std::size_t step) {
+    auto const calls = RecordCalls(subject);
+    TryEach("killed at call", calls.size(), step, [&](std::size_t number) {
+        auto const run = [&] {
+            return RunProgramAndKill(subject.command, AtCall(number + 1));
+        };
+        KilledRun const result = subject.tryOnce(run);
+        return NamesOf(result.trace).back();
+    });
+}
+
+void FailCalls(Subject const& subject, std::size_t step) {
+    auto const calls = RecordCalls(subject);
+    auto const faults = FaultsOf(calls);
+    EXPECT_LT(100u, faults.size());
+    TryEach("fault", faults.size(), step, [&](std::size_t number) {
+        auto const [call, error] = faults[number];
+        SCOPED_TRACE(calls[call - 1] + ' ' + strerrorname_np(error) + ' ' + std::to_string(call));
+        KilledRun const result = subject.tryOnce([&, call = call, error = error] {
+            return RunProgramWithFaults(subject.command, [&](Trace const& trace) {
+                return trace.size() == call ? error : 0;
+            });
+        });
+        EXPECT_FALSE(result.status == ExitStatus::Killed(SIGSEGV)) << result.status;
+        EXPECT_TRUE(result.status == ExitStatus::Exited(0) || result.output + result.errors != "");
+        return subject.name;
+    });
+}
+
+class QuickCompanions : public testing::TestWithParam<Subject> {};
+class FullCompanions : public testing::TestWithParam<Subject> {};
+
+TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
+TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
+TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
+TEST_P(FullCompanions, SurviveEveryFault) { FailCalls(GetParam(), 1); }
+
+constexpr auto nameOf = [](auto const& test) {
+    return test.param.name;
+};
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), nameOf);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), nameOf);
+
+} // namespace
