@@ -2,10 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -13,7 +11,6 @@
 
 #include "tests/companions/Query.h"
 #include "tests/support/SmallFileSystem.h"
-#include "tests/torture/KilledTool.h"
 
 namespace {
 
@@ -136,52 +133,6 @@ TEST(QueryOutputFileTest, FullDiskKeepsFile) {
         EXPECT_EQ("old", ContentOfFile(resultFile));
         EXPECT_EQ(2u, CountResultEntries());
         agent.AwaitEnd(std::chrono::seconds(1));
-    });
-}
-
-// The steps of the replacement, and the calls like them in the exchange.
-bool MayChangeFiles(Torture::SystemCall const& call) {
-    static std::set<std::string> const names = {"write", "fsync", "rename", "exit_group"};
-    return names.contains(call.name) || call.path.starts_with("/opt/results");
-}
-
-Torture::KillCondition AtChange(std::size_t number) {
-    return [number](Torture::Trace const& trace) {
-        return MayChangeFiles(trace.back()) &&
-               static_cast<std::size_t>(std::ranges::count_if(trace, MayChangeFiles)) == number;
-    };
-}
-
-void RemoveLeftovers() {
-    for (char const* const path : {ScriptedAgent::request, ScriptedAgent::requestTemp,
-                                   ScriptedAgent::response, ScriptedAgent::lockFile})
-        fs::remove(path);
-}
-
-// Returns false if the program made fewer calls.
-bool KillAtChange(std::size_t number, std::set<std::string>& seen) {
-    RemoveLeftovers();
-    LeaveResult();
-    ScriptedAgent const agent(FinishingScript(Row(shortRow)));
-    bool const wasKilled = Torture::RunProgramAndKill(
-                               QueryCommand({"-d", "--json", "-o", resultFile}), AtChange(number))
-                               .wasKilled;
-    std::string const content = ContentOfFile(resultFile);
-    bool const isOld = content == "old";
-    EXPECT_TRUE(isOld || Json::parse(content).at("rowCount") == 1) << number;
-    seen.insert(isOld ? "old" : "new");
-    return wasKilled;
-}
-
-TEST(QueryOutputFileTest, KilledProgramLeavesOldOrNewFile) {
-    PrivateMachine::Run({.limit = std::chrono::minutes(4)}, [] {
-        PrivateMachine::CreateAgentDirectories();
-        std::set<std::string> seen;
-        std::size_t number = 1;
-        while (KillAtChange(number, seen))
-            ++number;
-        EXPECT_LT(10u, number);
-        EXPECT_EQ((std::set<std::string>{"old", "new"}), seen);
     });
 }
 

@@ -1,6 +1,6 @@
 // compliance-query, compliance-doctor and the stand-in agent, killed at each of their system calls,
-// and with each call failing. A result file is the old or the new one, whole; a response is whole or
-// absent; the lock is free; no other file changes.
+// and with each call failing. A result file is the old or the new one, whole; a response is whole
+// or absent; the lock is free; no other file changes.
 #include <map>
 #include <set>
 #include <utility>
@@ -117,20 +117,13 @@ std::vector<Subject> const subjects = {
     {"StandIn", {PrivateMachine::agentProgram, scenarioFile}, TryStandIn},
 };
 
-// Any program ends when its start fails, by a message of the C library; that is not ours.
-bool IsOfTheStart(std::string const& call) {
-    return std::set<std::string>{"arch_prctl", "set_tid_address", "set_robust_list", "rseq",
-                                 "prlimit64",  "mprotect",        "exit_group"}
-        .contains(call);
-}
-
 std::vector<int> ErrorsOfCall(std::string const& name) {
     static std::map<std::string, std::string> const others = {
         {"openat", "open"},        {"newfstatat", "lstat"},     {"fstat", "stat"},
         {"statx", "lstat"},        {"fcntl", "setlk"},          {"lseek", "seek"},
         {"writev", "write"},       {"fchmod", "chmod"},         {"unlinkat", "unlink"},
         {"getdents64", "readdir"}, {"clock_nanosleep", "sleep"}};
-    if (name == "mmap" || name == "brk" || name == "mremap")
+    if (name == "mmap" || name == "brk")
         return {ENOMEM};
     auto const other = others.find(name);
     return ErrorsOf(other == others.end() ? name : other->second);
@@ -157,49 +150,63 @@ std::vector<std::string> RecordCalls(Subject const& subject) {
     return calls;
 }
 
+// The C library ends a program for which there is no memory at its very start, before main.
+bool IsOfTheStart(std::string const& call) {
+    return call == "brk" || call == "mmap" || call.starts_with("call");
+}
+
 std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
     std::vector<Fault> faults;
-    for (std::size_t i = 0; i < calls.size(); ++i)
-        if (!IsOfTheStart(calls[i]))
-            for (int const error : ErrorsOfCall(calls[i]))
-                faults.emplace_back(i + 1, error);
+    auto const first = std::ranges::find_if_not(calls, IsOfTheStart);
+    for (auto i = static_cast<std::size_t>(first - calls.begin()); i < calls.size(); ++i)
+        for (int const error : ErrorsOfCall(calls[i]))
+            faults.emplace_back(i + 1, error);
     return faults;
 }
 
 constexpr std::size_t atOnce = 64;
 
-// Calls `tryOne(number)` for every step-th number below the limit.
-void TryEach(char const* what, std::size_t limit, std::size_t step, Cell const& tryOne) {
-    std::vector<std::size_t> numbers;
-    for (std::size_t number = 0; number < limit; number += step)
-        numbers.push_back(number);
+// Calls `tryOne(number)` for each of the numbers.
+void TryEach(char const* what, std::vector<std::size_t> const& numbers, Cell const& tryOne) {
     for (std::size_t done = 0; done < numbers.size() && !testing::Test::HasFailure();
          done += atOnce) {
-        auto const end = std::min(done + atOnce, numbers.size());
-        RunAtOnce(
-            what,
-            {numbers.begin() + static_cast<long>(done), numbers.begin() + static_cast<long>(end)},
-            tryOne);
+        auto const first = numbers.begin() + static_cast<long>(done);
+        auto const last = first + static_cast<long>(std::min(atOnce, numbers.size() - done));
+        RunAtOnce(what, {first, last}, tryOne);
     }
     CountCells(numbers.size());
 }
 
+// After these the state on disk may be another one.
+bool IsTelling(std::string const& call) {
+    return std::set<std::string>{"exit_group", "fsync", "rename"}.contains(call);
+}
+
+// At every step-th call, and at all that tell most.
 void KillAtCalls(Subject const& subject, std::size_t step) {
     auto const calls = RecordCalls(subject);
-    TryEach("killed at call", calls.size(), step, [&](std::size_t number) {
-        auto const run = [&] {
-            return RunProgramAndKill(subject.command, AtCall(number + 1));
-        };
-        KilledRun const result = subject.tryOnce(run);
+    std::vector<std::size_t> numbers;
+    for (std::size_t number = 0; number < calls.size(); ++number)
+        if (number % step == 0 || IsTelling(calls[number]))
+            numbers.push_back(number);
+    TryEach("killed at call", numbers, [&](std::size_t number) {
+        KilledRun const result =
+            subject.tryOnce([&] { return RunProgramAndKill(subject.command, AtCall(number + 1)); });
         return NamesOf(result.trace).back();
     });
 }
 
 void FailCalls(Subject const& subject, std::size_t step) {
+#ifdef CC_ADDRESS_SANITIZER
+    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+#endif
     auto const calls = RecordCalls(subject);
     auto const faults = FaultsOf(calls);
     EXPECT_LT(100u, faults.size());
-    TryEach("fault", faults.size(), step, [&](std::size_t number) {
+    std::vector<std::size_t> numbers;
+    for (std::size_t number = 0; number < faults.size(); number += step)
+        numbers.push_back(number);
+    TryEach("fault", numbers, [&](std::size_t number) {
         auto const [call, error] = faults[number];
         SCOPED_TRACE(calls[call - 1] + ' ' + strerrorname_np(error) + ' ' + std::to_string(call));
         KilledRun const result = subject.tryOnce([&, call = call, error = error] {
@@ -217,8 +224,8 @@ class QuickCompanions : public testing::TestWithParam<Subject> {};
 class FullCompanions : public testing::TestWithParam<Subject> {};
 
 TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
-TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
 TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
+TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
 TEST_P(FullCompanions, SurviveEveryFault) { FailCalls(GetParam(), 1); }
 
 constexpr auto nameOf = [](auto const& test) {

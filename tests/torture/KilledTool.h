@@ -63,8 +63,8 @@ struct KilledRun {
     std::string errors;
 };
 
-// Asked at the entry of each call, which is the last one of the trace. Returns the error number that
-// the call fails with, or 0.
+// Asked at the entry of each call, which is the last one of the trace. Returns the error number
+// that the call fails with, or 0.
 using FaultCondition = std::function<int(Trace const&)>;
 
 // Runs the tool to its end, or to its death. There is no limit of time but that of the machine.
