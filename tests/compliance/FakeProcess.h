@@ -19,10 +19,10 @@ struct FakeProcess {
     std::optional<std::string> status = {};
 };
 
-// Lays out "/proc/<directory>", in the place of what was there under that name.
-inline void MakeFakeProcess(std::string const& directory, FakeProcess const& process) {
-    std::string const path = "/proc/" + directory + '/';
-    std::filesystem::remove_all("/proc/" + directory);
+// Lays out "/proc/<place>", in the place of what was there under that name.
+inline void MakeFakeProcess(std::string const& place, FakeProcess const& process) {
+    std::string const path = "/proc/" + place + '/';
+    std::filesystem::remove_all("/proc/" + place);
     std::filesystem::create_directories(path);
     if (process.exe)
         std::filesystem::create_symlink(*process.exe, path + "exe");

@@ -91,21 +91,19 @@ public:
     }
 };
 
-template <class Act>
-Operation OnDisk(std::string const& name, Act act, Stated stated = {}) {
+Operation OnDisk(std::string const& name, std::function<void()> const& act, Stated stated = {}) {
     return Operation(
         name, [] { return Disk(); }, [act](Disk&) { act(); },
         [](Disk const&) { return Disk::Show(); }, std::move(stated));
 }
 
 // Where more than one step is made, what is done stays done; and what else may come of it.
-template <class Act>
-Operation InPartOr(std::vector<std::string> outcomes, std::string const& name, Act act) {
+Operation InPartOr(std::vector<std::string> outcomes, std::string const& name,
+                   std::function<void()> const& act) {
     return OnDisk(name, act, {.state = Stated::Abandoned, .outcomes = std::move(outcomes)});
 }
 
-template <class Act>
-Operation InPart(std::string const& name, Act act) {
+Operation InPart(std::string const& name, std::function<void()> const& act) {
     return InPartOr({}, name, act);
 }
 

@@ -71,29 +71,13 @@ public:
     template <class Make, class Act, class View>
     Operation(std::string itsName, Make make, Act act, View view, Stated whatIsStated = {})
         : name(std::move(itsName)), stated(std::move(whatIsStated)) {
-        using Object = decltype(make());
-        makeObject = [make] {
-            return std::shared_ptr<void>(new Object(make()));
-        };
-        actOn = [act](void* object) {
-            act(*static_cast<Object*>(object));
-        };
-        viewOf = [view](void* object) -> std::string {
-            return view(*static_cast<Object*>(object));
-        };
+        Bind<decltype(make())>(make, act, view);
     }
 
     // One that yields a value, which is shown by `show`.
     template <class Yield, class Show = AsText>
     static Operation Giving(std::string name, Yield yield, Show show = {}, Stated stated = {}) {
-        using Result = std::optional<decltype(yield())>;
-        return Operation(
-            std::move(name), [] { return Result(); },
-            [yield](Result& result) { result.emplace(yield()); },
-            [show](Result const& result) -> std::string {
-                return result.has_value() ? std::string(show(*result)) : "nothing";
-            },
-            std::move(stated));
+        return GivingOf<decltype(yield())>(std::move(name), yield, show, std::move(stated));
     }
 
     // The same, and the constructor, as functions of a name and what is tried.
@@ -111,8 +95,7 @@ public:
     }
 
     // One that yields nothing and changes nothing.
-    template <class Act>
-    static Operation Doing(std::string name, Act act, Stated stated = {}) {
+    static Operation Doing(std::string name, std::function<void()> const& act, Stated stated = {}) {
         return Operation(
             std::move(name), [] { return 0; }, [act](int) { act(); }, [](int) { return ""; },
             std::move(stated));
@@ -122,6 +105,35 @@ public:
     std::size_t FailEach() const;
 
 private:
+    // Instantiated once for each type of object. There are hundreds of operations, and each has
+    // functions of its own, which would be instantiated with all of this.
+    template <class Object>
+    void Bind(std::function<Object()> make, std::function<void(Object&)> act,
+              std::function<std::string(Object&)> view) {
+        makeObject = [make = std::move(make)] {
+            return std::shared_ptr<void>(new Object(make()));
+        };
+        actOn = [act = std::move(act)](void* object) {
+            act(*static_cast<Object*>(object));
+        };
+        viewOf = [view = std::move(view)](void* object) {
+            return view(*static_cast<Object*>(object));
+        };
+    }
+
+    template <class Result>
+    static Operation GivingOf(std::string name, std::function<Result()> yield,
+                              std::function<std::string(Result const&)> show, Stated stated) {
+        using Made = std::optional<Result>;
+        return Operation(
+            std::move(name), [] { return Made(); },
+            [yield = std::move(yield)](Made& made) { made.emplace(yield()); },
+            [show = std::move(show)](Made const& made) {
+                return made.has_value() ? show(*made) : "nothing";
+            },
+            std::move(stated));
+    }
+
     struct Outcome {
         bool failed = false;
         // What was thrown, with its words; empty for nothing.
