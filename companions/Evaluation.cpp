@@ -4,7 +4,6 @@
 #include <exception>
 
 #include "companions/Progress.h"
-#include "companions/ResponseFile.h"
 #include "companions/Rows.h"
 #include "companions/StopSignals.h"
 #include "compliance/Compliance.h"
@@ -90,13 +89,16 @@ bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
 }
 
 // The end by a final answer.
-EvaluationEnd EndByAnswer(int state, int error, bool unchanged, bool allowStale) {
+EvaluationEnd EndByAnswer(int state, int error, ResponseWatch const& response, bool allowStale) {
+    ResponseState const answer = LookAtResponse();
+    bool const unchanged = response.IsUnchanged(answer);
     EvaluationEnd end = {EvaluationEnd::finished};
     if (unchanged && !allowStale)
         end = {EvaluationEnd::stale, state};
     else if (state == stateError)
         end = {EvaluationEnd::agentError, error};
     end.answerUnchanged = unchanged;
+    end.answer = answer;
     return end;
 }
 
@@ -108,7 +110,7 @@ EvaluationEnd Poll(Deadline const& deadline, bool allowStale, Progress& progress
         ResponseWatch const response;
         int const state = COMPLIANCE_Progress(&percent, &error);
         if (state == stateFinished || state == stateError)
-            return EndByAnswer(state, error, response.IsUnchanged(), allowStale);
+            return EndByAnswer(state, error, response, allowStale);
         if (state != stateInProgress)
             return {EvaluationEnd::failed, state};
         progress.Percent(percent);

@@ -5,6 +5,8 @@
 #include <functional>
 #include <optional>
 
+#include "companions/ResponseFile.h"
+
 class Progress;
 struct Rows;
 
@@ -37,6 +39,8 @@ struct EvaluationEnd {
     bool openUnchanged = false;
     bool answerUnchanged = false;
     bool closeUnchanged = false;
+    // The response with the final answer; it does not exist if there was no such answer.
+    ResponseState answer = {};
 };
 
 // Opens an evaluation, polls it once a second until it ends, lets the rows be used, and closes it.

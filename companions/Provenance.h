@@ -21,7 +21,7 @@ struct Provenance {
     timespec end = {};
     // By a clock that nobody sets.
     std::chrono::milliseconds duration{};
-    // The last answer, and whether it was there before the request (see ResponseWatch).
+    // The final answer, and whether it was there before the request (see ResponseWatch).
     ResponseState response = {};
     bool stale = false;
     // Of the agent's program; nothing if it is missing.
@@ -34,7 +34,7 @@ public:
     explicit ProvenanceRecorder(QueryCommandLine const& commandLine);
 
     // Looks at the machine at the end of the evaluation.
-    Provenance Finish(bool stale) const;
+    Provenance Finish(ResponseState const& answer, bool stale) const;
 
 private:
     Provenance known;

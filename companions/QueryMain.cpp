@@ -85,7 +85,7 @@ public:
                 failure = DescribeFailure(end);
             }
         }
-        return Fail(MakeJson(end, failure));
+        return Fail(end, MakeJson(end, failure));
     }
 
 private:
@@ -122,9 +122,9 @@ private:
         case RowFormat::tsv:
             return WriteTsv(rows, *output);
         case RowFormat::json:
-            return WriteJson(rows, recorder.Finish(stale), *output);
+            return WriteJson(rows, recorder.Finish(LookAtResponse(), stale), *output);
         case RowFormat::ndjson:
-            return WriteNdjson(rows, recorder.Finish(stale), *output);
+            return WriteNdjson(rows, recorder.Finish(LookAtResponse(), stale), *output);
         }
     }
 
@@ -193,13 +193,13 @@ private:
     }
 
     // Writes no second document after rows.
-    int Fail(JsonFailure const& failure) {
+    int Fail(EvaluationEnd const& end, JsonFailure const& failure) {
         WriteMessage(program, failure.message);
         bool const asJson =
             commandLine.format == RowFormat::json || commandLine.format == RowFormat::ndjson;
         bool const wanted = file ? commandLine.keepFailures : true;
         if (asJson && wanted && count < 0) {
-            WriteFailure(failure, recorder.Finish(false), *output);
+            WriteFailure(failure, recorder.Finish(end.answer, end.answerUnchanged), *output);
             output->Flush();
             if (file && !PublishOutput())
                 return Number(QueryExit::outputFailed);

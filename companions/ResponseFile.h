@@ -28,7 +28,9 @@ ResponseState LookAtResponse();
 class ResponseWatch {
 public:
     // Construct it before the request. IsUnchanged is called after the answer.
-    bool IsUnchanged() const { return before.exists && before == LookAtResponse(); }
+    bool IsUnchanged(ResponseState const& now = LookAtResponse()) const {
+        return before.exists && before == now;
+    }
 
 private:
     ResponseState const before = LookAtResponse();

@@ -134,6 +134,8 @@ def main():
     try:
         with Evaluation(sys.argv[1], sys.argv[2]) as evaluation:
             rows = evaluation.wait(lambda percent: print(f"{percent}%", file=sys.stderr))
+        for row in rows:
+            print(json.dumps(row._asdict()))
     except Error as error:
         print(f"compliance.py: {error}", file=sys.stderr)
         return 1
@@ -141,8 +143,6 @@ def main():
         # The evaluation is closed by now.
         print("compliance.py: interrupted", file=sys.stderr)
         return 130
-    for row in rows:
-        print(json.dumps(row._asdict()))
     return 0
 
 

@@ -22,7 +22,7 @@ TEST(ProvenanceTest, DescribesRequestUserAndHost) {
     line.url = "http://host/";
     line.document = "Doc";
     line.flags = 5;
-    Provenance const provenance = ProvenanceRecorder(line).Finish(true);
+    Provenance const provenance = ProvenanceRecorder(line).Finish({}, true);
     EXPECT_STREQ("http://host/", provenance.url);
     EXPECT_STREQ("Doc", provenance.document);
     EXPECT_EQ(5u, provenance.flags);
@@ -34,7 +34,7 @@ TEST(ProvenanceTest, DescribesRequestUserAndHost) {
 }
 
 TEST(ProvenanceTest, RequestByDefaultHasNeitherUrlNorDocument) {
-    Provenance const provenance = ProvenanceRecorder(QueryCommandLine()).Finish(false);
+    Provenance const provenance = ProvenanceRecorder(QueryCommandLine()).Finish({}, false);
     EXPECT_EQ(nullptr, provenance.url);
     EXPECT_EQ(nullptr, provenance.document);
     EXPECT_FALSE(provenance.stale);
@@ -43,7 +43,7 @@ TEST(ProvenanceTest, RequestByDefaultHasNeitherUrlNorDocument) {
 TEST(ProvenanceTest, MeasuresTimeFromConstructionToEnd) {
     ProvenanceRecorder const recorder{QueryCommandLine()};
     usleep(50'000);
-    Provenance const provenance = recorder.Finish(false);
+    Provenance const provenance = recorder.Finish({}, false);
     EXPECT_LE(50, provenance.duration.count());
     EXPECT_GT(10'000, provenance.duration.count());
     EXPECT_LE(0.05, Seconds(provenance.end) - Seconds(provenance.start));
@@ -53,15 +53,14 @@ TEST(ProvenanceTest, DescribesFilesOfTheAgent) {
     PrivateMachine::Run([] {
         PrivateMachine::CreateAgentDirectories();
         ProvenanceRecorder const recorder{QueryCommandLine()};
-        EXPECT_FALSE(recorder.Finish(false).agentModified);
-        EXPECT_FALSE(recorder.Finish(false).response.exists);
+        EXPECT_FALSE(recorder.Finish({}, false).agentModified);
         PrivateMachine::InstallAgent();
         std::ofstream(std::string(ScriptedAgent::response)) << "answer";
         struct stat agent {};
         struct stat response {};
         ASSERT_EQ(0, stat(PrivateMachine::agentProgram, &agent));
         ASSERT_EQ(0, stat(ScriptedAgent::response, &response));
-        Provenance const provenance = recorder.Finish(false);
+        Provenance const provenance = recorder.Finish(LookAtResponse(), false);
         ASSERT_TRUE(provenance.agentModified);
         EXPECT_EQ(Seconds(agent.st_mtim), Seconds(*provenance.agentModified));
         EXPECT_EQ(response.st_ino, provenance.response.inode);

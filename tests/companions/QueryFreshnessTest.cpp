@@ -60,6 +60,7 @@ void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
         EXPECT_EQ("stale", document.at("failure"));
         EXPECT_EQ(9, document.at("exitStatus"));
         EXPECT_EQ(message, document.at("message"));
+        EXPECT_EQ(false, document.at("/provenance/response/fresh"_json_pointer));
     });
 }
 
@@ -168,7 +169,8 @@ TEST(QueryFreshnessTest, NamesRequestMachineAndTime) {
 }
 
 TEST(QueryFreshnessTest, FailureHasItToo) {
-    PrivateMachine::Run([] {
+    PrivateMachine::RunWithDirectories([] {
+        LeaveAnswer(Finished(oldRow));
         ProgramResult const result = RunQuery({"--ndjson", "-d"});
         Json const document = Json::parse(result.output);
         EXPECT_EQ("no-agent", document.at("failure"));
