@@ -50,7 +50,7 @@ struct EvaluationEnd {
 // The deadline and the signal are checked between calls to the agent: a call under way is waited
 // for. A signal counts more than all else, a finished evaluation more than the deadline.
 //
-// `useRows` is told whether the rows are those of an answer that was there before its request. The
+// `useRows` gets `stale`: whether the answer with the rows was there before its request. The
 // rows are valid only during the call. An exception of `useRows`, and std::bad_alloc of the C API,
 // leave this function after the close.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,

@@ -134,15 +134,17 @@ Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
 template <class E>
 class Text {
 public:
-    Text(Units<E> const& text, bool isMarked) : units(text), told(isMarked) { units.push_back(0); }
+    Text(Units<E> const& text, bool isMarked) : units(text), marked(isMarked) {
+        units.push_back(0);
+    }
 
     UStringRef<E> Ref() const {
-        return UStringRef<E>(units.data(), units.data() + units.size() - 1, told);
+        return UStringRef<E>(units.data(), units.data() + units.size() - 1, marked);
     }
 
 private:
     Units<E> units;
-    bool const told;
+    bool const marked;
 };
 
 template <class E>

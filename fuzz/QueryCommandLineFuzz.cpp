@@ -64,7 +64,7 @@ private:
         return std::find(names.begin(), names.end(), name) != names.end();
     }
 
-    // Yields how many arguments behind it are its value.
+    // Returns how many arguments after it are its value.
     std::size_t TakeLong(std::string const& text, std::string const* next) {
         std::size_t const equals = text.find('=');
         std::string const name = text.substr(0, equals);
@@ -79,7 +79,7 @@ private:
         return hasValue ? 0 : 1;
     }
 
-    // Yields the same.
+    // Returns 1 if the last letter took the next text as its value, else 0.
     std::size_t TakeLetters(std::string const& text, std::string const* next) {
         for (std::size_t at = 1; at < text.size(); ++at) {
             if (!grammar.letters.contains(text[at]))

@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(
             "ClassPrintsProgressAndRows",
             Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", good + bad)}),
             evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n"},
-        // The object is gone by the time the error is told, and the agent knows.
+        // The evaluation is closed before the error is printed.
         Example{"ClassClosesAfterAnError", EndWith("2", "5"), evaluate, 1, "",
                 "evaluate: the agent reports an error: 5\n"},
         Example{"ShellPrintsALineForEachRow", Finish(good + bad), shell, 0,

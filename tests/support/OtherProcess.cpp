@@ -169,11 +169,11 @@ void Handshake::Tell(std::string const& message) {
 
 std::string Handshake::Await(milliseconds limit) {
     if (!IsReady(descriptor, limit))
-        throw std::runtime_error("The other process told nothing in time.");
+        throw std::runtime_error("The other process sent nothing in time.");
     std::string message(maxMessageSize, '\0');
     ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
     if (length <= 0)
-        throw std::runtime_error("The other process is gone and has told nothing.");
+        throw std::runtime_error("The other process ended and sent nothing.");
     message.resize(static_cast<size_t>(length));
     return message;
 }

@@ -28,7 +28,7 @@ std::string Whole() {
     return atWork + PrintedCount(2) + PrintedRow(LongRowRead()) + PrintedRow(LongRowRead());
 }
 
-// A progress that failed is not told of.
+// The tool prints nothing for a poll that failed.
 bool IsStated(std::string const& output) {
     std::set<std::string> const stated = {
         Whole(), atWork, "", OpenError(-2), OpenError(-6), OpenError(-7), OpenError(-17)};

@@ -74,17 +74,18 @@ public:
         Bind<decltype(make())>(make, act, view);
     }
 
-    // One that yields a value, which is shown by `show`.
-    template <class Yield, class Show = AsText>
-    static Operation Giving(std::string name, Yield yield, Show show = {}, Stated stated = {}) {
-        return GivingOf<decltype(yield())>(std::move(name), yield, show, std::move(stated));
+    // One that returns a value, which `show` makes a text of.
+    template <class Evaluate, class Show = AsText>
+    static Operation Giving(std::string name, Evaluate evaluate, Show show = {},
+                            Stated stated = {}) {
+        return GivingOf<decltype(evaluate())>(std::move(name), evaluate, show, std::move(stated));
     }
 
     // The same, and the constructor, as functions of a name and what is tried.
     template <class Show>
     static auto Giver(Show show, Stated whatIsStated = {}) {
-        return [show, whatIsStated](std::string const& itsName, auto yield) {
-            return Giving(itsName, yield, show, whatIsStated);
+        return [show, whatIsStated](std::string const& itsName, auto evaluate) {
+            return Giving(itsName, evaluate, show, whatIsStated);
         };
     }
     template <class Make, class View>
@@ -94,14 +95,14 @@ public:
         };
     }
 
-    // One that yields nothing and changes nothing.
+    // One that returns nothing and changes nothing.
     static Operation Doing(std::string name, std::function<void()> const& act, Stated stated = {}) {
         return Operation(
             std::move(name), [] { return 0; }, [act](int) { act(); }, [](int) { return ""; },
             std::move(stated));
     }
 
-    // Lets each allocation fail, once and from then on. Yields how many of them failed.
+    // Lets each allocation fail, once and from then on. Returns how many of them failed.
     std::size_t FailEach() const;
 
 private:
@@ -122,12 +123,12 @@ private:
     }
 
     template <class Result>
-    static Operation GivingOf(std::string name, std::function<Result()> yield,
+    static Operation GivingOf(std::string name, std::function<Result()> evaluate,
                               std::function<std::string(Result const&)> show, Stated stated) {
         using Made = std::optional<Result>;
         return Operation(
             std::move(name), [] { return Made(); },
-            [yield = std::move(yield)](Made& made) { made.emplace(yield()); },
+            [evaluate = std::move(evaluate)](Made& made) { made.emplace(evaluate()); },
             [show = std::move(show)](Made const& made) {
                 return made.has_value() ? show(*made) : "nothing";
             },

@@ -23,7 +23,7 @@ constexpr int untouched = 4711;
 using Outcomes = std::set<std::string>;
 
 // What a call has given, as text.
-std::string Told(int code, Lines const& given = {}) {
+std::string Describe(int code, Lines const& given = {}) {
     std::string text = " = " + std::to_string(code);
     for (std::string const& value : given)
         text += " [" + value + ']';
@@ -40,12 +40,12 @@ int LowestFreeDescriptor() {
 // the real library with real files.
 class Story {
 public:
-    Story(unsigned long long number, bool foreignLocks, Outcomes& told)
+    Story(unsigned long long number, bool foreignLocks, Outcomes& allOutcomes)
         : seed(number),
           hasForeignLocks(foreignLocks),
           random(number),
           stage(random, foreignLocks),
-          outcomes(told) {}
+          outcomes(allOutcomes) {}
 
     void Tell() {
         for (unsigned long long left = 4 + random.Below(20); left != 0 && !isOver; --left)
@@ -82,27 +82,33 @@ private:
         unsigned int const flags =
             random.Chance(90) ? static_cast<unsigned int>(random.Below(16)) : 4294967295u;
         Compare(
-            "Open", [&] { return Told(stage.model.Open(url, doc, flags)); },
-            [&] { return Told(COMPLIANCE_Open(url, doc, flags)); });
+            "Open", [&] { return Describe(stage.model.Open(url, doc, flags)); },
+            [&] { return Describe(COMPLIANCE_Open(url, doc, flags)); });
     }
 
     void Progress() {
-        auto const told = [](auto const& call) {
+        auto const describeProgress = [](auto const& call) {
             int percent = untouched;
             int error = untouched;
             int const code = call(percent, error);
-            return Told(code, {std::to_string(percent), std::to_string(error)});
+            return Describe(code, {std::to_string(percent), std::to_string(error)});
         };
         Compare(
             "Progress",
-            [&] { return told([&](auto&... values) { return stage.model.Progress(values...); }); },
-            [&] { return told([](auto&... values) { return COMPLIANCE_Progress(&values...); }); });
+            [&] {
+                return describeProgress(
+                    [&](auto&... values) { return stage.model.Progress(values...); });
+            },
+            [&] {
+                return describeProgress(
+                    [](auto&... values) { return COMPLIANCE_Progress(&values...); });
+            });
     }
 
     void ResultCount() {
         Compare(
-            "ResultCount", [&] { return Told(stage.model.ResultCount()); },
-            [] { return Told(COMPLIANCE_ResultCount()); });
+            "ResultCount", [&] { return Describe(stage.model.ResultCount()); },
+            [] { return Describe(COMPLIANCE_ResultCount()); });
     }
 
     void IndexedValue() {
@@ -114,7 +120,7 @@ private:
                 RowTexts row;
                 row.fill("-");
                 int const code = stage.model.IndexedValue(index, row);
-                return Told(code, {row.begin(), row.end()});
+                return Describe(code, {row.begin(), row.end()});
             },
             [&] {
                 std::array<char const*, 6> row;
@@ -124,7 +130,7 @@ private:
                 Lines const texts(row.begin(), row.end());
                 if (code == 0)
                     handedOut.emplace_back(row, texts);
-                return Told(code, texts);
+                return Describe(code, texts);
             });
     }
 
@@ -134,8 +140,8 @@ private:
             EXPECT_EQ(texts, Lines(pointers.begin(), pointers.end())) << "seed " << seed;
         handedOut.clear();
         Compare(
-            "Close", [&] { return Told(stage.model.Close()); },
-            [] { return Told(COMPLIANCE_Close()); });
+            "Close", [&] { return Describe(stage.model.Close()); },
+            [] { return Describe(COMPLIANCE_Close()); });
     }
 
     void Pause() {
@@ -189,8 +195,8 @@ private:
     bool isOver = false;
 };
 
-// A process that was refused the lock is refused for good, so it has but one story, whose outcomes
-// are not told.
+// A process that was refused the lock is refused for good, so it has only one story, and its
+// outcomes stay in it.
 void TellStory(unsigned long long seed, Outcomes& outcomes) {
     if (seed % 50 != 49)
         return Story(seed, false, outcomes).Tell();

@@ -73,7 +73,7 @@ Entries WhatStands() {
 }
 
 void ExpectAfter(Entries expected) {
-    // What is not told of is as it was.
+    // Other entries are as they were.
     expected.emplace(lockFile, emptyFile);
     expected.emplace(elsewhere, Entry::File("not yours"));
     EXPECT_EQ(expected, WhatStands());

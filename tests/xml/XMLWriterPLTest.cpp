@@ -230,7 +230,7 @@ TEST(XMLWriterPLTest, EmptyAttributeListIsEmpty) {
     EXPECT_FALSE(XMLWriterPL::emptyAttributeList.IsNext());
 }
 
-// Deliberate: the receiver is not told that a document is incomplete.
+// Deliberate: the receiver gets no sign that a document is incomplete.
 TEST(XMLWriterPLTest, DestructorWritesNothing) {
     RecordingLineReceiver receiver;
     {
