@@ -46,4 +46,18 @@ TEST(QuickKilledTool, CallAtWhoseEntryItIsKilledIsNotMade) {
     CountCells(6);
 }
 
+#ifndef CC_ADDRESS_SANITIZER // Its runtime opens files, too.
+TEST(QuickKilledTool, CallThatFailsIsNotMadeAndHasTheError) {
+    PrivateMachine::RunWithDirectories([] {
+        KilledRun const run =
+            RunProgramWithFaults({CC_TOOL_PROGRAM, "-c", "url", "doc"}, [](Trace const& trace) {
+                return trace.back().path.ends_with("/lockfile") ? EACCES : 0;
+            });
+        EXPECT_EQ(OpenError(-6), run.output);
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        EXPECT_EQ("", Requests());
+    });
+}
+#endif
+
 } // namespace
