@@ -81,20 +81,51 @@ KilledRun TryDoctor(std::function<KilledRun()> const& run) {
 
 constexpr char scenarioFile[] = "/opt/scenario";
 
-// Evaluates once, a moment after the start of an agent, and ends the agent.
-constexpr char evaluateAndStop[] =
-    "sleep 0.3; " CC_TOOL_PROGRAM " -c url doc; for process in /proc/[0-9]*; do"
-    " [ \"$(readlink $process/exe)\" != /opt/VeskaClient/bin/VeskaClient ] ||"
-    " kill ${process#/proc/}; done";
+// Tells that the agent has ended, perhaps before it was seen.
+constexpr char agentEnded[] = "/opt/ended";
+
+// The process of the agent; 0 if there is none. A process that has ended leads to no program.
+pid_t FindAgent() {
+    for (auto const& entry : fs::directory_iterator("/proc")) {
+        std::error_code error;
+        if (fs::read_symlink(entry.path() / "exe", error) == PrivateMachine::agentProgram)
+            return std::stoi(entry.path().filename());
+    }
+    return 0;
+}
+
+// Evaluates as soon as an agent runs, for as long as it runs and no longer than the limit. Then
+// ends the agent, and returns what the tool printed.
+std::string EvaluateAndStop(std::chrono::seconds limit) {
+    constexpr auto pause = std::chrono::milliseconds(10);
+    while (FindAgent() == 0) {
+        if (fs::exists(agentEnded))
+            return "";
+        std::this_thread::sleep_for(pause);
+    }
+    pid_t const agent = FindAgent();
+    OtherProgram tool({CC_TOOL_PROGRAM, "-c", "url", "doc"});
+    auto const end = std::chrono::steady_clock::now() + limit;
+    while (tool.IsRunning() && FindAgent() != 0 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(pause);
+    if (tool.IsRunning())
+        tool.Kill(SIGKILL);
+    if (agent != 0)
+        kill(agent, SIGTERM);
+    return tool.Wait().output;
+}
 
 KilledRun TryStandIn(std::function<KilledRun()> const& run) {
     PrivateMachine::InstallAgent(CC_STAND_IN_PROGRAM);
     WriteBytes(scenarioFile, "row \"d\" \"r\" \"t\" \"1\" \"x\" \"c\"\nfinish\n");
     KilledRun result;
     {
-        OtherProgram tool({"/bin/sh", "-c", evaluateAndStop});
+        // An agent whose write failed leaves the request alone, and the tool waits in vain.
+        OtherProcess evaluation([] { EvaluateAndStop(std::chrono::seconds(10)); });
         result = run();
-        tool.Wait();
+        WriteBytes(agentEnded, "");
+        evaluation.Wait();
+        fs::remove(agentEnded);
     }
     ExpectFreeLock();
     std::string const response =
@@ -106,8 +137,7 @@ KilledRun TryStandIn(std::function<KilledRun()> const& run) {
     // A request that waits refuses the next evaluation until the next agent has taken it.
     fs::remove(ScriptedAgent::request);
     OtherProgram next({PrivateMachine::agentProgram, scenarioFile});
-    OtherProgram tool({"/bin/sh", "-c", evaluateAndStop});
-    EXPECT_EQ(PrintedOneRow(), tool.Wait().output);
+    EXPECT_EQ(PrintedOneRow(), EvaluateAndStop(std::chrono::seconds(60)));
     return result;
 }
 
