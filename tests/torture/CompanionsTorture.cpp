@@ -97,21 +97,20 @@ pid_t FindAgent() {
 // Evaluates as soon as an agent runs, for as long as it runs and no longer than the limit. Then
 // ends the agent, and returns what the tool printed.
 std::string EvaluateAndStop(std::chrono::seconds limit) {
-    constexpr auto pause = std::chrono::milliseconds(10);
-    while (FindAgent() == 0) {
+    constexpr auto pause = std::chrono::milliseconds(50);
+    pid_t agent = 0;
+    while ((agent = FindAgent()) == 0) {
         if (fs::exists(agentEnded))
             return "";
         std::this_thread::sleep_for(pause);
     }
-    pid_t const agent = FindAgent();
     OtherProgram tool({CC_TOOL_PROGRAM, "-c", "url", "doc"});
     auto const end = std::chrono::steady_clock::now() + limit;
     while (tool.IsRunning() && FindAgent() != 0 && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(pause);
     if (tool.IsRunning())
         tool.Kill(SIGKILL);
-    if (agent != 0)
-        kill(agent, SIGTERM);
+    kill(agent, SIGTERM);
     return tool.Wait().output;
 }
 
