@@ -103,18 +103,24 @@ function(register_cases target prefix label filter)
                        PROPERTIES TIMEOUT 300 LABELS ${label} ${cost})
 endfunction()
 
-# add_project_tests(<folder> SOURCES <source>... [USES <library>...] [LABEL <label>] [LONG <case>...])
+# add_project_tests(<folder> SOURCES <source>... [USES <library>...] [LABEL <label>] [LONG <case>...]
+#                   [REPETITIVE])
 #
 # The label is `unit` or `system`, by default `unit`. The cases that match a pattern of LONG take a
-# second or more, and get the label `stress`.
+# second or more, and get the label `stress`. REPETITIVE tests do something a million times: under
+# sanitizers that takes longer than to optimize them.
 function(add_project_tests name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "SOURCES;USES;LONG")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "REPETITIVE" "LABEL" "SOURCES;USES;LONG")
   if(NOT arg_LABEL)
     set(arg_LABEL unit)
   endif()
   add_executable(${name}_tests ${arg_SOURCES})
   target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support project_warnings)
-  compile_as_test(${name}_tests)
+  if(CC_SANITIZE AND arg_REPETITIVE)
+    set_target_properties(${name}_tests PROPERTIES UNITY_BUILD ON)
+  else()
+    compile_as_test(${name}_tests)
+  endif()
   list(JOIN arg_LONG ":" long)
   register_cases(${name}_tests ${name}/ ${arg_LABEL} "*-${long}")
   if(long)
