@@ -5,9 +5,17 @@
 
 #include <pwd.h>
 
+namespace {
+
+// Not the type of std::fclose, whose attributes a compiler ignores there with a warning.
+struct CloseFile {
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
+};
+
+} // namespace
+
 std::string UserName(uid_t user, char const* file) {
-    std::unique_ptr<std::FILE, decltype(&std::fclose)> const entries(std::fopen(file, "re"),
-                                                                     &std::fclose);
+    std::unique_ptr<std::FILE, CloseFile> const entries(std::fopen(file, "re"));
     if (entries != nullptr)
         // cppcheck-suppress fgetpwentCalled ; the companions have one thread
         while (passwd const* const entry = fgetpwent(entries.get()))
