@@ -69,23 +69,64 @@ std::size_t EditDistance(std::string_view from, std::string_view to) {
     return row.back();
 }
 
-// "; did you mean --json?", or nothing if no long option is similar.
-std::string Suggest(std::span<OptionRule const> rules, std::string const& argument) {
+// "--a, --b or --c".
+std::string JoinWithOr(std::vector<std::string> const& names) {
+    std::string text;
+    for (std::size_t index = 0; index < names.size(); ++index)
+        text += (index == 0 ? "" : index + 1 == names.size() ? " or " : ", ") + names[index];
+    return text;
+}
+
+// The long name that the argument resembles: without a value, and with the second dash.
+std::string IntendedName(std::string const& argument) {
     std::string const name = argument.substr(0, argument.find('='));
-    // More differences make a word that nobody mistypes, and a long argument costs time.
-    constexpr std::size_t maxDistance = 2;
-    constexpr std::size_t maxLength = 32;
-    if (!name.starts_with("--") || name.size() > maxLength)
-        return "";
-    // A letter without a name is too short to be meant.
+    bool const isLong = name.starts_with("--");
+    return isLong || !name.starts_with("-") || name.size() <= 2 ? name : "-" + name;
+}
+
+std::vector<std::string> NamesThatBeginWith(std::span<OptionRule const> rules,
+                                            std::string const& text) {
+    std::vector<std::string> names;
+    for (OptionRule const& rule : rules)
+        if (std::string_view(rule.name).starts_with(text))
+            names.emplace_back(rule.name);
+    return names;
+}
+
+// The name that is most similar, or nothing.
+std::vector<std::string> SimilarNames(std::span<OptionRule const> rules, std::string const& text) {
+    // A word with more differences is not a typing error.
+    std::size_t const letters = text.size() - 2;
+    std::size_t const maxDistance = std::min<std::size_t>(2, (letters + 1) / 2);
     auto const distance = [&](OptionRule const& rule) {
-        bool const hasName = std::string_view(rule.name).starts_with("--");
-        return hasName ? EditDistance(name, rule.name) : maxLength;
+        bool const isLong = std::string_view(rule.name).starts_with("--");
+        return isLong ? EditDistance(text, rule.name) : maxDistance + 1;
     };
     auto const best = std::ranges::min_element(rules, {}, distance);
     if (best == rules.end() || distance(*best) > maxDistance)
+        return {};
+    return {best->name};
+}
+
+// "; did you mean --json?", or nothing if no long option is similar.
+std::string Suggest(std::span<OptionRule const> rules, std::string const& argument) {
+    // A long argument costs time.
+    constexpr std::size_t maxLength = 32;
+    std::string const text = IntendedName(argument);
+    if (!text.starts_with("--") || text.size() <= 2 || text.size() > maxLength)
         return "";
-    return std::string("; did you mean ") + best->name + "?";
+    std::vector<std::string> names = NamesThatBeginWith(rules, text);
+    if (names.empty())
+        names = SimilarNames(rules, text);
+    return names.empty() ? "" : "; did you mean " + JoinWithOr(names) + "?";
+}
+
+// Whether the argument is the name of a long option that lacks a dash. getopt_long takes "-output"
+// as the letter o with the value "utput".
+bool LacksDash(std::span<OptionRule const> rules, std::string const& argument) {
+    std::string const name = argument.substr(0, argument.find('='));
+    return !name.starts_with("--") &&
+           std::ranges::find(rules, "-" + name, &OptionRule::name) != rules.end();
 }
 
 [[noreturn]] void RefuseUnknown(std::span<OptionRule const> rules, std::string const& argument) {
@@ -135,7 +176,7 @@ void Arguments::Add(std::span<OptionRule const> rules, int code, std::string con
     if (code == '?' || code == ':')
         Refuse(rules, argument, code);
     OptionRule const& rule = *FindRule(rules, code);
-    if (IsAbbreviated(argument, rule))
+    if (IsAbbreviated(argument, rule) || LacksDash(rules, argument))
         RefuseUnknown(rules, argument);
     values[rule.name].push_back(rule.accepted ? optarg : "");
 }

@@ -24,8 +24,8 @@ struct OptionRule {
 };
 
 // Options may come before, between and after the operands, as "--name VALUE" or "--name=VALUE"; all
-// arguments after "--" are operands. An option may be repeated. Names are not abbreviated. Not
-// thread-safe, because getopt_long(3) is not.
+// arguments after "--" are operands. An option may be repeated. Names are not abbreviated, and the
+// name of a long option with one dash is refused. Not thread-safe, because getopt_long(3) is not.
 class Arguments {
 public:
     // Messages use the names of the operands. Throws CommandLineError for an option that has no

@@ -121,19 +121,55 @@ TEST(ArgumentsTest, OtherTextAfterADashIsAnUnknownOption) {
 
 TEST(ArgumentsTest, AbbreviatedNameIsAnUnknownOption) {
     std::string const unknown = "' is no option of this program; --help shows those accepted";
-    for (std::string const text : {"--h", "--=a"})
-        EXPECT_EQ("'" + text + unknown, Refusal({text}));
-    for (std::string const text : {"--lis", "--lis=a"})
+    EXPECT_EQ("'--=a" + unknown, Refusal({"--=a"}));
+    for (std::string const text : {"--l", "--lis", "--lis=a"})
         EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
-    EXPECT_EQ("'--hel=yes" + unknown + "; did you mean --help?", Refusal({"--hel=yes"}));
+    EXPECT_EQ("'--h=yes" + unknown + "; did you mean --help?", Refusal({"--h=yes"}));
 }
 
 TEST(ArgumentsTest, SuggestsSimilarOption) {
     std::string const unknown = "' is no option of this program; --help shows those accepted";
     for (std::string const text : {"--lits", "--lst", "--listt", "--List", "--liist=a,b"})
         EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
-    for (std::string const text : {"--table", "-list", "--l", "-", "--listings"})
+    for (std::string const text : {"--table", "--x", "-l", "-", "--listings"})
         EXPECT_EQ(std::string::npos, Refusal({text, "", "", ""}).find("did you mean")) << text;
+}
+
+TEST(ArgumentsTest, SuggestsLongOptionForOneDash) {
+    for (std::string const text : {"-list", "-list=a", "-lis", "-lits"})
+        EXPECT_EQ("'" + text +
+                      "' is no option of this program; --help shows those accepted; did you mean "
+                      "--list?",
+                  Refusal({text}));
+}
+
+constexpr std::array similarRules = {
+    OptionRule{"--time"},
+    OptionRule{"--output", "a file", 'o'},
+    OptionRule{"--tint"},
+    OptionRule{"--tip"},
+};
+
+std::string RefusalOfSimilar(char const* text) {
+    std::array<char const*, 2> const texts = {"program", text};
+    try {
+        Arguments(similarRules, operandNames, 2, texts.data());
+    } catch (CommandLineError const& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(ArgumentsTest, SuggestsAllOptionsThatBeginWithTheText) {
+    EXPECT_TRUE(RefusalOfSimilar("--ti").ends_with("; did you mean --time, --tint or --tip?"));
+    EXPECT_TRUE(RefusalOfSimilar("--tim").ends_with("; did you mean --time?"));
+}
+
+// getopt_long would take it as the letter o with the value "utput".
+TEST(ArgumentsTest, RefusesLongNameWithOneDash) {
+    for (char const* const text : {"-output", "-output=x"})
+        EXPECT_TRUE(RefusalOfSimilar(text).ends_with("; did you mean --output?"));
+    EXPECT_EQ("accepted", RefusalOfSimilar("-outputs"));
 }
 
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
