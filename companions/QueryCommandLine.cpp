@@ -8,6 +8,8 @@
 #include <string_view>
 
 #include "companions/Arguments.h"
+#include "companions/QueryExit.h"
+#include "companions/ResultFile.h"
 #include "companions/Rows.h"
 #include "compliance/Compliance.h"
 
@@ -30,7 +32,7 @@ constexpr std::array optionRules = {
     OptionRule{"--sort", columnNames},
     OptionRule{"--only", "a list of results with commas between"},
     OptionRule{"--color", "auto, always or never"},
-    OptionRule{"--output", "the name of a file", 'o'},
+    OptionRule{"--output", "a regular file, or a new name in a directory that exists", 'o'},
     OptionRule{"--keep-failures"},
     OptionRule{"--quiet", nullptr, 'q'},
     OptionRule{"-d", nullptr, 'd'},
@@ -58,21 +60,39 @@ constexpr std::array flagNames = {
     FlagName{"hint", COMPLIANCE_FLAG_ACTIONHINT},
 };
 
-[[noreturn]] void RefuseValue(std::string_view option, std::string const& value) {
+// `reason` is a verb with its complement, such as "has 'a' twice".
+[[noreturn]] void RefuseValue(std::string_view option, std::string const& value,
+                              std::string const& reason = "is not accepted") {
     auto const rule = std::ranges::find(optionRules, option, &OptionRule::name);
-    throw CommandLineError(std::string(option) + ": '" + value +
-                           "' is not accepted; accepted: " + rule->accepted);
+    throw CommandLineError(std::string(option) + ": '" + value + "' " + reason +
+                           "; accepted: " + rule->accepted);
 }
 
-std::vector<std::string> SplitAtCommas(std::string const& list) {
-    std::vector<std::string> parts(1);
-    for (char const c : list) {
-        if (c == ',')
-            parts.emplace_back();
-        else
-            parts.back() += c;
+std::string TrimSpaces(std::string const& text) {
+    std::size_t const start = text.find_first_not_of(" \t");
+    std::size_t const end = text.find_last_not_of(" \t");
+    return start == std::string::npos ? "" : text.substr(start, end - start + 1);
+}
+
+bool Contains(std::vector<std::string> const& texts, std::string const& text) {
+    return std::ranges::find(texts, text) != texts.end();
+}
+
+// The entries of a list with commas between. An empty entry is rather an unset variable of a script
+// than a name, and a repeated one is a typing error.
+std::vector<std::string> ParseList(char const* option, std::string const& list) {
+    std::vector<std::string> entries;
+    for (std::size_t start = 0; start <= list.size();) {
+        std::size_t const comma = std::min(list.find(',', start), list.size());
+        std::string const entry = TrimSpaces(list.substr(start, comma - start));
+        if (entry.empty())
+            RefuseValue(option, list, "has an empty entry");
+        if (Contains(entries, entry))
+            RefuseValue(option, list, "has '" + entry + "' twice");
+        entries.push_back(entry);
+        start = comma + 1;
     }
-    return parts;
+    return entries;
 }
 
 // The whole text as a decimal number; nothing for any other text.
@@ -99,29 +119,17 @@ unsigned int ParseFlag(std::string const& text) {
 unsigned int ParseFlags(std::vector<std::string> const& lists) {
     unsigned int flags = 0;
     for (std::string const& list : lists)
-        for (std::string const& part : SplitAtCommas(list))
-            flags |= ParseFlag(part);
+        for (std::string const& entry : ParseList("--flags", list))
+            flags |= ParseFlag(entry);
     return flags;
 }
 
-std::string TrimSpaces(std::string const& text) {
-    std::size_t const start = text.find_first_not_of(" \t");
-    std::size_t const end = text.find_last_not_of(" \t");
-    return start == std::string::npos ? "" : text.substr(start, end - start + 1);
-}
-
-// An empty text in a longer list is a result like any other; a list that is empty altogether is
-// rather an unset variable of a script.
 std::vector<std::string> ParseResults(char const* option, std::vector<std::string> const& lists) {
     std::vector<std::string> results;
-    for (std::string const& list : lists) {
-        if (TrimSpaces(list).empty())
-            RefuseValue(option, list);
-        for (std::string const& part : SplitAtCommas(list))
-            if (std::string result = TrimSpaces(part);
-                std::ranges::find(results, result) == results.end())
-                results.push_back(std::move(result));
-    }
+    for (std::string const& list : lists)
+        for (std::string const& entry : ParseList(option, list))
+            if (!Contains(results, entry))
+                results.push_back(entry);
     return results;
 }
 
@@ -137,47 +145,43 @@ long long TakeUnit(std::string_view& text) {
     return 1;
 }
 
-std::optional<std::chrono::seconds> ParseDuration(char const* option,
-                                                  std::vector<std::string> const& values) {
-    if (values.empty())
-        return {};
+std::chrono::seconds ParseDuration(char const* option, std::string const& value) {
     constexpr long long maxSeconds = std::numeric_limits<std::int32_t>::max();
-    std::string_view text = values.back();
+    std::string_view text = value;
     long long const unit = TakeUnit(text);
     std::optional<long long> const number = ParseNumber(text);
     if (!number || *number < 1 || *number > maxSeconds / unit)
-        RefuseValue(option, values.back());
+        RefuseValue(option, value);
     return std::chrono::seconds(*number * unit);
 }
 
-std::optional<std::string> ParseOutputFile(std::vector<std::string> const& values) {
-    if (values.empty())
-        return {};
-    if (values.back().empty())
-        RefuseValue("--output", values.back());
-    return values.back();
+std::string ParseOutputFile(char const* option, std::string const& path) {
+    std::string const reason = ReasonAgainstResultFile(path);
+    if (!reason.empty())
+        RefuseValue(option, path, reason);
+    return path;
 }
 
-ProgressStyle ParseProgress(std::vector<std::string> const& values) {
-    if (values.empty() || values.back() == "auto")
+ProgressStyle ParseProgress(char const* option, std::string const& value) {
+    if (value == "auto")
         return ProgressStyle::automatic;
-    if (values.back() == "bar")
+    if (value == "bar")
         return ProgressStyle::bar;
-    if (values.back() == "lines")
+    if (value == "lines")
         return ProgressStyle::lines;
-    if (values.back() == "none")
+    if (value == "none")
         return ProgressStyle::none;
-    RefuseValue("--progress", values.back());
+    RefuseValue(option, value);
 }
 
-ColorMode ParseColor(std::vector<std::string> const& values) {
-    if (values.empty() || values.back() == "auto")
+ColorMode ParseColor(char const* option, std::string const& value) {
+    if (value == "auto")
         return ColorMode::automatic;
-    if (values.back() == "always")
+    if (value == "always")
         return ColorMode::always;
-    if (values.back() == "never")
+    if (value == "never")
         return ColorMode::never;
-    RefuseValue("--color", values.back());
+    RefuseValue(option, value);
 }
 
 std::size_t ParseField(char const* option, std::string const& name) {
@@ -187,17 +191,33 @@ std::size_t ParseField(char const* option, std::string const& name) {
     return static_cast<std::size_t>(found - rowFieldNames.begin());
 }
 
+// Stores the last value of the option, if there is one. `parse(option, value)` refuses each value
+// that is not accepted.
+template <typename Parse, typename Target>
+void ReadLast(Arguments const& arguments, char const* option, Parse const& parse, Target& target) {
+    for (std::string const& value : arguments.Values(option))
+        target = parse(option, value);
+}
+
+std::vector<std::size_t> ParseColumns(std::vector<std::string> const& lists) {
+    std::vector<std::size_t> columns;
+    for (std::string const& list : lists)
+        for (std::string const& name : ParseList("--columns", list)) {
+            std::size_t const field = ParseField("--columns", name);
+            if (std::ranges::find(columns, field) != columns.end())
+                RefuseValue("--columns", list, "has '" + name + "' a second time");
+            columns.push_back(field);
+        }
+    return columns;
+}
+
 TableOptions ParseTable(Arguments const& arguments) {
     TableOptions table;
     if (arguments.Has("--columns"))
-        table.columns.clear();
-    for (std::string const& list : arguments.Values("--columns"))
-        for (std::string const& name : SplitAtCommas(list))
-            table.columns.push_back(ParseField("--columns", TrimSpaces(name)));
-    if (arguments.Has("--sort"))
-        table.sortField = ParseField("--sort", arguments.Values("--sort").back());
+        table.columns = ParseColumns(arguments.Values("--columns"));
+    ReadLast(arguments, "--sort", ParseField, table.sortField);
     table.shownResults = ParseResults("--only", arguments.Values("--only"));
-    table.color = ParseColor(arguments.Values("--color"));
+    ReadLast(arguments, "--color", ParseColor, table.color);
     return table;
 }
 
@@ -236,7 +256,7 @@ void RefuseWithout(Arguments const& arguments, char const* option, char const* o
         throw CommandLineError(std::string(option) + ": accepted beside " + other + " only");
 }
 
-void ReadEvaluation(Arguments const& arguments, QueryCommandLine& result) {
+void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
     RefuseWithout(arguments, "--allow-empty", "--strict");
     RefuseWithout(arguments, "--keep-failures", "--output");
     result.format = ChooseFormat(arguments);
@@ -253,11 +273,27 @@ void ReadEvaluation(Arguments const& arguments, QueryCommandLine& result) {
     result.allowEmpty = arguments.Has("--allow-empty");
     result.flags = ParseFlags(arguments.Values("--flags"));
     result.acceptedResults = ParseResults("--strict", arguments.Values("--strict"));
-    result.timeout = ParseDuration("--timeout", arguments.Values("--timeout"));
-    result.wait = ParseDuration("--wait", arguments.Values("--wait"));
-    result.outputFile = ParseOutputFile(arguments.Values("--output"));
-    result.progress = ParseProgress(arguments.Values("--progress"));
+    ReadLast(arguments, "--timeout", ParseDuration, result.timeout);
+    ReadLast(arguments, "--wait", ParseDuration, result.wait);
+    ReadLast(arguments, "--output", ParseOutputFile, result.outputFile);
+    ReadLast(arguments, "--progress", ParseProgress, result.progress);
+}
+
+void ReadEvaluation(Arguments const& arguments, QueryCommandLine& result) {
+    ReadOptions(arguments, result);
     ReadOperands(arguments, result);
+}
+
+std::string ParseStatus(char const* option, std::string const& text) {
+    if (!IsQueryExit(text))
+        RefuseValue(option, text);
+    return text;
+}
+
+void ReadExplanation(Arguments const& arguments, QueryCommandLine& result) {
+    ReadOptions(arguments, result);
+    result.action = QueryCommandLine::explain;
+    ReadLast(arguments, "--explain", ParseStatus, result.status);
 }
 
 } // namespace
@@ -270,8 +306,7 @@ QueryCommandLine ParseQueryCommandLine(int count, char const* const* argumentTex
     else if (arguments.Has("--version"))
         result.action = QueryCommandLine::showVersion;
     else if (arguments.Has("--explain"))
-        result = {.action = QueryCommandLine::explain,
-                  .status = arguments.Values("--explain").back()};
+        ReadExplanation(arguments, result);
     else
         ReadEvaluation(arguments, result);
     return result;

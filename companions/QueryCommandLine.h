@@ -29,7 +29,7 @@ struct QueryCommandLine {
     // Whether a failed evaluation replaces the file too.
     bool keepFailures = false;
     bool allowStale = false;
-    // The results that --strict accepts, each one once; none means that it was not given.
+    // The results that --strict accepts, each one once; none without --strict.
     std::vector<std::string> acceptedResults = {};
     // Whether --strict accepts an evaluation without rows.
     bool allowEmpty = false;
@@ -42,8 +42,8 @@ struct QueryCommandLine {
     std::string status = {};
 };
 
-// Reads the arguments of main. --help, --version and --explain make all other arguments irrelevant,
-// as long as each one is known. Throws CommandLineError.
+// Reads the arguments of main. --help and --version make the values of all other options
+// irrelevant, and --explain makes the operands irrelevant. Throws CommandLineError.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // What --help shows.

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "companions/Arguments.h"
 #include "companions/LockRefusal.h"
 #include "compliance/Compliance.h"
 
@@ -119,14 +118,12 @@ std::string ListQueryExits() {
     return lines;
 }
 
+bool IsQueryExit(std::string const& status) { return FindStatus(status) != nullptr; }
+
 std::string ExplainQueryExit(std::string const& status) {
-    QueryExitFacts const* const facts = FindStatus(status);
-    if (facts == nullptr)
-        throw CommandLineError("--explain: '" + status +
-                               "' is not accepted; accepted: 0 to 11, 129, 130 or 143");
-    return status + " (" + std::string(facts->word) + "): " + std::string(facts->summary) +
-           "\nCause: " + std::string(facts->cause) + "\nRemedy: " + std::string(facts->remedy) +
-           "\n";
+    QueryExitFacts const& facts = *FindStatus(status);
+    return status + " (" + std::string(facts.word) + "): " + std::string(facts.summary) +
+           "\nCause: " + std::string(facts.cause) + "\nRemedy: " + std::string(facts.remedy) + "\n";
 }
 
 QueryFailure DescribeCode(int code) {

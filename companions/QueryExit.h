@@ -42,8 +42,12 @@ QueryExitFacts const& FactsOf(QueryExit status);
 // Returns the table as lines of --help.
 std::string ListQueryExits();
 
-// Returns cause and remedy of an exit status, in lines. Throws CommandLineError if `status` is the
-// text of no exit status.
+// Whether the text is the number of an exit status.
+bool IsQueryExit(std::string const& status);
+
+// Returns cause and remedy of an exit status, in lines.
+//
+// REQUIRES: IsQueryExit(status).
 std::string ExplainQueryExit(std::string const& status);
 
 struct QueryFailure {

@@ -13,11 +13,31 @@
 namespace {
 
 [[noreturn]] void Fail(std::string const& path, char const* action) {
-    throw ResultFileError(path + " could not be " + action + ": " + std::strerror(errno));
+    throw ResultFileError("'" + path + "' could not be " + action + ": " + std::strerror(errno));
+}
+
+std::string DirectoryOf(std::string const& path) {
+    std::size_t const slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+// REQUIRES: stat(2) failed for the path, and errno has its error.
+std::string ReasonAgainstNewFile(std::string const& path) {
+    struct stat facts {};
+    if (errno == ENAMETOOLONG)
+        return "is too long";
+    if (lstat(path.c_str(), &facts) == 0)
+        return "is a symbolic link without a target";
+    bool const isMissing = errno == ENOENT || errno == ENOTDIR;
+    bool const hasDirectory = stat(DirectoryOf(path).c_str(), &facts) == 0 && !path.ends_with('/');
+    return isMissing && !hasDirectory ? "is in no directory that exists" : "";
 }
 
 // The target of a symbolic link, or the path itself.
 std::string ResolveTarget(std::string const& path) {
+    std::string const reason = ReasonAgainstResultFile(path);
+    if (!reason.empty())
+        throw ResultFileError("'" + path + "' " + reason);
     struct stat facts {};
     if (lstat(path.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode))
         return path;
@@ -28,12 +48,6 @@ std::string ResolveTarget(std::string const& path) {
     return target.get();
 }
 
-void RefuseOtherKinds(std::string const& path) {
-    struct stat facts {};
-    if (stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode))
-        throw ResultFileError(path + " is no regular file, so it is not replaced");
-}
-
 mode_t ModeOfNewFile() {
     mode_t const mask = umask(0);
     umask(mask);
@@ -42,9 +56,7 @@ mode_t ModeOfNewFile() {
 
 // A rename is on the disk once its directory is.
 void FlushDirectoryOf(std::string const& path) {
-    std::size_t const slash = path.rfind('/');
-    std::string const directory = slash == std::string::npos ? "." : path.substr(0, slash + 1);
-    int const descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    int const descriptor = open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)
         return;
     fsync(descriptor);
@@ -53,9 +65,19 @@ void FlushDirectoryOf(std::string const& path) {
 
 } // namespace
 
+std::string ReasonAgainstResultFile(std::string const& path) {
+    if (path.empty())
+        return "is empty";
+    struct stat facts {};
+    if (stat(path.c_str(), &facts) != 0)
+        return ReasonAgainstNewFile(path);
+    if (S_ISDIR(facts.st_mode))
+        return "is a directory";
+    return S_ISREG(facts.st_mode) ? "" : "is no regular file";
+}
+
 ResultFile::ResultFile(std::string const& path)
     : target(ResolveTarget(path)), temporary(target + ".XXXXXX") {
-    RefuseOtherKinds(target);
     descriptor = mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0)
         Fail(target, "replaced");

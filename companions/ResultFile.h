@@ -4,11 +4,14 @@
 #include <stdexcept>
 #include <string>
 
-// One line, without the program's name: what failed, and the system's reason.
+// One line, without the program's name: the path, what failed, and the reason.
 class ResultFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// Returns why no result file can have this path, such as "is a directory"; nothing if one can.
+std::string ReasonAgainstResultFile(std::string const& path);
 
 // A temporary file in the directory of a file that it will replace. Where the path is a symbolic
 // link, the target is replaced. The mode is 0666 less the umask.
@@ -17,8 +20,8 @@ public:
 // that of the file with a dot and six characters added.
 class ResultFile {
 public:
-    // Creates the temporary file. Throws ResultFileError, also if the path names an entry that is
-    // no regular file: a device or a directory is not replaced.
+    // Creates the temporary file. Throws ResultFileError, also if there is a reason against the
+    // path: a device or a directory is not replaced.
     explicit ResultFile(std::string const& path);
     // Removes the temporary file unless it was published.
     ~ResultFile();

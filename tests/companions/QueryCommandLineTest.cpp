@@ -65,16 +65,18 @@ TEST(QueryCommandLineTest, FlagsByNameAddUp) {
     EXPECT_EQ(4u, Parse({"-d", "--flags", "idle"}).flags);
     EXPECT_EQ(8u, Parse({"-d", "--flags", "hint"}).flags);
     EXPECT_EQ(15u, Parse({"-d", "--flags=hint,idle,all,gather"}).flags);
-    EXPECT_EQ(5u, Parse({"-d", "--flags=gather,gather", "--flags=idle"}).flags);
+    EXPECT_EQ(5u, Parse({"-d", "--flags=gather", "--flags=gather,idle"}).flags);
+    EXPECT_EQ(3u, Parse({"-d", "--flags", " gather ,\tall"}).flags);
 }
 
 TEST(QueryCommandLineTest, AcceptedResultsAddUp) {
     EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
               Parse({"-d", "--strict", "Compliant,Not Applicable"}).acceptedResults);
     EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
-              Parse({"-d", "--strict", " Compliant ,\tNot Applicable,Compliant"}).acceptedResults);
+              Parse({"-d", "--strict", " Compliant ,\tNot Applicable"}).acceptedResults);
     EXPECT_TRUE(Parse({"-d", "--strict=a", "--allow-empty"}).allowEmpty);
-    EXPECT_EQ((Texts{"a", "", "b"}), Parse({"-d", "--strict=a,", "--strict=b"}).acceptedResults);
+    EXPECT_EQ((Texts{"a", "b", "c"}),
+              Parse({"-d", "--strict=a,b", "--strict=c,a"}).acceptedResults);
 }
 
 TEST(QueryCommandLineTest, TimeoutInSecondsTheLastOneCounts) {
@@ -104,8 +106,51 @@ TEST(QueryCommandLineTest, RefusalNamesTheArgumentAndTheAcceptedValues) {
               Refusal({"-d", "doc"}));
     EXPECT_EQ("more than one output format; accepted: one of --table, --tsv, --json and --ndjson",
               Refusal({"-d", "--json", "--tsv"}));
-    EXPECT_EQ("--strict: '' is not accepted; accepted: a list of results with commas between",
-              Refusal({"-d", "--strict="}));
+}
+
+struct ListOption {
+    char const* name;
+    char const* entry;
+    char const* accepted;
+};
+
+constexpr ListOption listOptions[] = {
+    {"--strict", "Good", "a list of results with commas between"},
+    {"--only", "Good", "a list of results with commas between"},
+    {"--flags", "all", "gather, all, idle or hint, with commas between, or a number from 0 to 15"},
+    {"--columns", "result",
+     "designator, result, resultType, evaluationTime, description or comment"},
+};
+
+TEST(QueryCommandLineTest, RefusesEmptyEntriesOfLists) {
+    for (ListOption const& option : listOptions) {
+        std::string const entry = option.entry;
+        for (std::string const& list : {std::string(), std::string(" "), std::string(","),
+                                        entry + ",", "," + entry, entry + ", ," + entry})
+            EXPECT_EQ(std::string(option.name) + ": '" + list +
+                          "' has an empty entry; accepted: " + option.accepted,
+                      Refusal({"-d", option.name, list}));
+    }
+}
+
+TEST(QueryCommandLineTest, RefusesRepeatedEntriesOfLists) {
+    for (ListOption const& option : listOptions) {
+        std::string const list = std::string(option.entry) + ", " + option.entry;
+        EXPECT_EQ(std::string(option.name) + ": '" + list + "' has '" + option.entry +
+                      "' twice; accepted: " + option.accepted,
+                  Refusal({"-d", option.name, list}));
+    }
+    EXPECT_EQ("--columns: 'result' has 'result' a second time; accepted: designator, result, "
+              "resultType, evaluationTime, description or comment",
+              Refusal({"-d", "--columns=result", "--columns=result"}));
+}
+
+// A value that a later one replaces is a mistake all the same.
+TEST(QueryCommandLineTest, RefusesWrongValueBeforeRightOne) {
+    for (auto const& [option, right] :
+         {std::pair{"--timeout", "5"}, std::pair{"--wait", "5"}, std::pair{"--progress", "bar"},
+          std::pair{"--color", "never"}, std::pair{"--sort", "result"}, std::pair{"-o", "file"}})
+        EXPECT_NE("accepted", Refusal({"-d", option, "/dev/null", option, right})) << option;
 }
 
 TEST(QueryCommandLineTest, FlagsByNumber) {
@@ -115,8 +160,7 @@ TEST(QueryCommandLineTest, FlagsByNumber) {
 }
 
 TEST(QueryCommandLineTest, RefusesOtherFlags) {
-    for (std::string const name :
-         {"", "Gather", "16", "-1", "1 ", "0x1", "+1", "gather ", "gatherall"})
+    for (std::string const name : {"Gather", "16", "-1", "1 2", "0x1", "+1", "gatherall"})
         EXPECT_EQ(
             "--flags: '" + name +
                 "' is not accepted; accepted: gather, all, idle or hint, with commas between, "
@@ -149,8 +193,10 @@ TEST(QueryCommandLineTest, OutputFile) {
     EXPECT_FALSE(Parse({"-d", "-o", "b"}).keepFailures);
     EXPECT_TRUE(Parse({"-d", "-o", "b", "--json", "--keep-failures"}).keepFailures);
     EXPECT_TRUE(Parse({"-d", "-o", "b", "--ndjson", "--keep-failures"}).keepFailures);
-    EXPECT_EQ("--output: '' is not accepted; accepted: the name of a file",
-              Refusal({"-d", "--output="}));
+    EXPECT_EQ(
+        "--output: '/dev/null' is no regular file; accepted: a regular file, or a new name in "
+        "a directory that exists",
+        Refusal({"-d", "--output=/dev/null"}));
 }
 
 TEST(QueryCommandLineTest, RefusesOptionsWithoutEffect) {
@@ -178,10 +224,7 @@ TEST(QueryCommandLineTest, RefusesOtherTableOptions) {
         "' is not accepted; accepted: designator, result, resultType, evaluationTime, description "
         "or comment";
     EXPECT_EQ("--columns: 'time" + fields, Refusal({"-d", "--columns=result,time"}));
-    EXPECT_EQ("--columns: '" + fields, Refusal({"-d", "--columns="}));
     EXPECT_EQ("--sort: 'Result" + fields, Refusal({"-d", "--sort=Result"}));
-    EXPECT_EQ("--only: ' ' is not accepted; accepted: a list of results with commas between",
-              Refusal({"-d", "--only", " "}));
     EXPECT_EQ("--color: 'yes' is not accepted; accepted: auto, always or never",
               Refusal({"-d", "--color=yes"}));
     for (std::string const option : {"--columns", "--sort", "--only", "--color"})
@@ -199,6 +242,25 @@ TEST(QueryCommandLineTest, ExplainsStatus) {
     QueryCommandLine const line = Parse({"--explain", "9"});
     EXPECT_EQ(QueryCommandLine::explain, line.action);
     EXPECT_EQ("9", line.status);
+    EXPECT_EQ("9", Parse({"--explain=9", "--json", "--timeout=5m", "url"}).status);
+}
+
+TEST(QueryCommandLineTest, RefusesOtherStatuses) {
+    for (std::string const text : {"", "12", "128", "x"})
+        EXPECT_EQ("--explain: '" + text + "' is not accepted; accepted: 0 to 11, 129, 130 or 143",
+                  Refusal({"--explain", text}));
+}
+
+TEST(QueryCommandLineTest, RefusesWrongValuesBesideExplain) {
+    for (Texts wrong : {Texts{"--timeout=soon"}, Texts{"--strict=,"}, Texts{"--output=/dev/null"},
+                        Texts{"--json", "--tsv"}, Texts{"--allow-empty"}}) {
+        wrong.emplace_back("-d");
+        std::string const refusal = Refusal(wrong);
+        wrong.back() = "--explain=9";
+        EXPECT_EQ(refusal, Refusal(wrong));
+        EXPECT_NE("accepted", refusal);
+    }
+    EXPECT_NE("accepted", Refusal({"--explain=12", "--explain=9"}));
 }
 
 TEST(QueryCommandLineTest, OtherProgressIsRefused) {

@@ -90,25 +90,44 @@ TEST_F(ResultFileTest, ReplacesTargetOfLink) {
     EXPECT_EQ("new", ContentOf(target));
 }
 
+std::string Quoted(std::string const& text) { return "'" + text + "'"; }
+
+void ExpectRefused(std::string const& path, std::string const& reason) {
+    EXPECT_EQ(reason, ReasonAgainstResultFile(path));
+    EXPECT_EQ(Quoted(path) + " " + reason, Refusal(path));
+}
+
 TEST_F(ResultFileTest, RefusesDanglingLink) {
     fs::create_symlink("nowhere", path);
-    EXPECT_EQ(path + " could not be resolved: No such file or directory", Refusal(path));
+    ExpectRefused(path, "is a symbolic link without a target");
 }
 
 TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
-    std::string const reason = " is no regular file, so it is not replaced";
-    EXPECT_EQ(directory.path() + reason, Refusal(directory.path()));
-    EXPECT_EQ("/dev/null" + reason, Refusal("/dev/null"));
+    ExpectRefused(directory.path(), "is a directory");
+    ExpectRefused("/dev/null", "is no regular file");
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
-    EXPECT_EQ(path + reason, Refusal(path));
+    ExpectRefused(path, "is no regular file");
     std::string const link = path + ".link";
     fs::create_symlink("/dev/null", link);
-    EXPECT_EQ("/dev/null" + reason, Refusal(link));
+    ExpectRefused(link, "is no regular file");
 }
 
-TEST_F(ResultFileTest, RefusesMissingDirectory) {
-    std::string const missing = directory.path() + "/missing/result";
-    EXPECT_EQ(missing + " could not be replaced: No such file or directory", Refusal(missing));
+TEST_F(ResultFileTest, RefusesPathsThatNameNoFile) {
+    std::string const reason = "is in no directory that exists";
+    for (std::string const name : {"missing/result", "missing/"})
+        ExpectRefused(directory.path() + "/" + name, reason);
+    Replace(path, "text");
+    ExpectRefused(path + "/result", reason);
+    ExpectRefused(path + "/", reason);
+    ExpectRefused("", "is empty");
+    ExpectRefused(std::string(300, 'x'), "is too long");
+}
+
+TEST_F(ResultFileTest, AcceptsFilesAndNewNames) {
+    EXPECT_EQ("", ReasonAgainstResultFile(path));
+    Replace(path, "text");
+    EXPECT_EQ("", ReasonAgainstResultFile(path));
+    EXPECT_EQ("", ReasonAgainstResultFile("new"));
 }
 
 TEST_F(ResultFileTest, PathWithoutDirectoryIsInTheWorkingDirectory) {
@@ -126,7 +145,7 @@ TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
         std::string const path = disk / "result";
         Replace(path, "old");
         disk.MakeReadOnly();
-        EXPECT_EQ(path + " could not be replaced: Read-only file system", Refusal(path));
+        EXPECT_EQ(Quoted(path) + " could not be replaced: Read-only file system", Refusal(path));
         EXPECT_EQ("old", ContentOf(path));
     });
 }
