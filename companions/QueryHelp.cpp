@@ -52,7 +52,7 @@ constexpr char textBeforeStatuses[] =
     "  --wait TIME         try again during this time if another evaluation runs, a request waits, or\n"
     "                      the agent is not available right now. --timeout includes this time\n"
     "  --progress WHEN     bar, lines, none, or auto (the default): a bar if standard error is a terminal\n"
-    "  -q, --quiet         no progress and no notes, only errors\n"
+    "  -q, --quiet         no progress and no notes; the reason of an exit status other than 0 stays\n"
     "  --explain STATUS    show the cause of an exit status, and a remedy\n"
     "  -h, --help          show this help\n"
     "  -V, --version       show the version\n"

@@ -25,11 +25,24 @@ constexpr char program[] = "compliance-query";
 
 int Number(QueryExit status) { return static_cast<int>(status); }
 
-std::string Join(std::vector<std::string> const& texts) {
+std::string QuoteAll(std::vector<std::string> const& texts) {
     std::string all;
     for (std::string const& text : texts)
-        all += (all.empty() ? "" : ", ") + text;
+        all += (all.empty() ? "'" : ", '") + text + "'";
     return all;
+}
+
+std::string DescribeOthers(ResultCheck const& check, long long count) {
+    std::string text = std::to_string(check.others) + " of " + std::to_string(count) +
+                       " rows have a result that --strict does not list: ";
+    for (auto const& [designator, result] : check.firstOthers)
+        text += "'" + designator + "' ('" + result + "'), ";
+    text.resize(text.size() - 2);
+    return text + (check.others > check.firstOthers.size() ? ", ..." : "");
+}
+
+std::string DescribeFileError(ResultFileError const& error) {
+    return std::string("--output: ") + error.what();
 }
 
 constexpr char staleAnswer[] =
@@ -106,8 +119,6 @@ private:
     }
 
     void UseRows(Rows const& rows, bool stale) {
-        if (stale)
-            Note(staleAnswer);
         WriteRows(rows, stale);
         output->Flush();
         count = rows.count;
@@ -129,6 +140,8 @@ private:
     }
 
     void NoteAnswers(EvaluationEnd const& end) const {
+        if (end.answerUnchanged && end.what != EvaluationEnd::stale)
+            Note(staleAnswer);
         constexpr char old[] = " was there before; the agent may have left it";
         if (end.openUnchanged)
             Note(std::string("the answer to the opening request") + old);
@@ -145,16 +158,14 @@ private:
         if (commandLine.acceptedResults.empty())
             return Number(QueryExit::finished);
         if (!check.unused.empty())
-            Note("--strict lists results that no row has: " + Join(check.unused));
+            Note("--strict lists results that no row has: " + QuoteAll(check.unused));
         if (count == 0 && !commandLine.allowEmpty) {
-            Note("no rows to judge");
+            WriteMessage(program, "no rows to judge");
             return Number(QueryExit::noRows);
         }
         if (check.others == 0)
             return Number(QueryExit::finished);
-        Note(std::to_string(check.others) + " of " + std::to_string(count) +
-             " rows have a result that --strict does not list: " + Join(check.firstOthers) +
-             (check.others > check.firstOthers.size() ? ", ..." : ""));
+        WriteMessage(program, DescribeOthers(check, count));
         return Number(QueryExit::otherResult);
     }
 
@@ -167,7 +178,7 @@ private:
                 file->Publish();
             return true;
         } catch (ResultFileError const& error) {
-            WriteMessage(program, error.what());
+            WriteMessage(program, DescribeFileError(error));
             return false;
         }
     }
@@ -228,7 +239,7 @@ int RunQuery(QueryCommandLine const& commandLine, char** arguments) {
     try {
         return Query(commandLine, arguments).Run();
     } catch (ResultFileError const& error) {
-        WriteMessage(program, error.what());
+        WriteMessage(program, DescribeFileError(error));
         return Number(QueryExit::outputFailed);
     }
 }

@@ -6,10 +6,6 @@ namespace {
 
 constexpr std::size_t maxFirstOthers = 3;
 
-std::string Describe(Row const& row) {
-    return std::string(row[designatorField]) + " (" + std::string(row[resultField]) + ")";
-}
-
 } // namespace
 
 ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accepted) {
@@ -23,7 +19,7 @@ ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accep
         } else {
             ++result.others;
             if (result.firstOthers.size() < maxFirstOthers)
-                result.firstOthers.push_back(Describe(row));
+                result.firstOthers.emplace_back(row[designatorField], row[resultField]);
         }
     }
     for (std::size_t index = 0; index < accepted.size(); ++index)

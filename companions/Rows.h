@@ -7,6 +7,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class Output;
@@ -30,8 +31,8 @@ struct Rows {
 struct ResultCheck {
     // How many rows have a result that is not accepted.
     unsigned int others = 0;
-    // The first of them, at most three, as "DESIGNATOR (RESULT)".
-    std::vector<std::string> firstOthers = {};
+    // Designator and result of the first of them, at most three.
+    std::vector<std::pair<std::string, std::string>> firstOthers = {};
     // Accepted results that no row has.
     std::vector<std::string> unused = {};
 };

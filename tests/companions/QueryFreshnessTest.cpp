@@ -94,6 +94,15 @@ TEST(QueryFreshnessTest, SilentAgentIsAcceptedWithAllowStale) {
         });
 }
 
+TEST(QueryFreshnessTest, AcceptedStaleErrorIsNotedToo) {
+    QueryWithOldAnswer(SilentAgent(), ProgressAnswer("2", "5"), {"-d", "--json", "--allow-stale"},
+                       [](ProgramResult const& result) {
+                           EXPECT_EQ(ExitStatus::Exited(1), result.status);
+                           EXPECT_NE(std::string::npos,
+                                     result.errors.find(std::string(stale) + "\n"));
+                       });
+}
+
 // The same bytes in a new file are an answer.
 TEST(QueryFreshnessTest, RepeatedAnswerIsFresh) {
     QueryWithOldAnswer(

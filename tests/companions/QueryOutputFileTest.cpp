@@ -96,11 +96,11 @@ TEST(QueryOutputFileTest, TableAndTsvGoToFileToo) {
 }
 
 // Refused before a request is published.
-void ExpectRefusedFile(std::string const& path, std::string const& message) {
+void ExpectRefusedFile(std::string const& path, int status, std::string const& reason) {
     ScriptedAgent const agent(AgentScript().AwaitRequest());
     ProgramResult const result = RunQuery({"-d", "-o", path});
-    EXPECT_EQ(ExitStatus::Exited(8), result.status);
-    EXPECT_EQ("compliance-query: " + message + "\n", result.errors);
+    EXPECT_EQ(ExitStatus::Exited(status), result.status);
+    EXPECT_EQ("compliance-query: --output: '" + path + "' " + reason + "\n", result.errors);
     EXPECT_FALSE(fs::exists(ScriptedAgent::lockFile));
     EXPECT_EQ(0u, agent.Requests().size());
 }
@@ -108,14 +108,24 @@ void ExpectRefusedFile(std::string const& path, std::string const& message) {
 TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
     PrivateMachine::Run([] {
         PrivateMachine::CreateAgentDirectories();
-        ExpectRefusedFile("/dev/null", "/dev/null is no regular file, so it is not replaced");
-        ExpectRefusedFile("/opt", "/opt is no regular file, so it is not replaced");
-        ExpectRefusedFile("/opt/none/file",
-                          "/opt/none/file could not be replaced: No such file or directory");
+        std::string const accepted =
+            "; accepted: a regular file, or a new name in a directory that exists";
+        ExpectRefusedFile("/dev/null", 2, "is no regular file" + accepted);
+        ExpectRefusedFile("/opt", 2, "is a directory" + accepted);
+        ExpectRefusedFile("/opt/none/file", 2, "is in no directory that exists" + accepted);
+        ExpectRefusedFile("", 2, "is empty" + accepted);
         SmallFileSystem disk("/opt/disk");
         disk.MakeReadOnly();
-        ExpectRefusedFile("/opt/disk/file",
-                          "/opt/disk/file could not be replaced: Read-only file system");
+        ExpectRefusedFile("/opt/disk/file", 8, "could not be replaced: Read-only file system");
+    });
+}
+
+TEST(QueryOutputFileTest, NoRowsReplaceFileToo) {
+    QueryToFile(FinishingScript(""), {"--strict=Pass", "-q"}, [](ProgramResult const& result) {
+        EXPECT_EQ(ExitStatus::Exited(11), result.status);
+        EXPECT_EQ("compliance-query: no rows to judge\n", result.errors);
+        EXPECT_EQ(0, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
+        EXPECT_EQ(1u, CountResultEntries());
     });
 }
 

@@ -31,7 +31,7 @@ TEST(QueryStrictTest, AcceptedResultsAreStatus0) {
 
 TEST(QueryStrictTest, NoRowsAreStatus11UnlessAllowed) {
     ExpectStrict("", {"--strict=Compliant"}, 11,
-                 "compliance-query: --strict lists results that no row has: Compliant\n"
+                 "compliance-query: --strict lists results that no row has: 'Compliant'\n"
                  "compliance-query: no rows to judge\n");
     ExpectStrict("", {"--strict=Compliant", "--allow-empty", "-q"}, 0, "");
     ExpectStrict("", {}, 0, "");
@@ -40,7 +40,7 @@ TEST(QueryStrictTest, NoRowsAreStatus11UnlessAllowed) {
 TEST(QueryStrictTest, OtherResultIsStatus10) {
     ExpectStrict(TwoRows(), {"--strict=Compliant"}, 10,
                  "compliance-query: 1 of 2 rows have a result that --strict does not list: "
-                 "b\\xb5 (Not)\n");
+                 "'b\\xb5' ('Not')\n");
 }
 
 TEST(QueryStrictTest, NamesFirstOtherRowsAndUnusedResults) {
@@ -48,9 +48,17 @@ TEST(QueryStrictTest, NamesFirstOtherRowsAndUnusedResults) {
     for (char const* const name : {"a", "b", "c", "d"})
         rows += Row({name, "Not", "", "", "", ""});
     ExpectStrict(rows, {"--strict=Compliant,Passed"}, 10,
-                 "compliance-query: --strict lists results that no row has: Passed\n"
+                 "compliance-query: --strict lists results that no row has: 'Passed'\n"
                  "compliance-query: 4 of 5 rows have a result that --strict does not list: "
-                 "a (Not), b (Not), c (Not), ...\n");
+                 "'a' ('Not'), 'b' ('Not'), 'c' ('Not'), ...\n");
+}
+
+// An exit status is always explained.
+TEST(QueryStrictTest, QuietKeepsTheReason) {
+    ExpectStrict("", {"--strict=Compliant", "-q"}, 11, "compliance-query: no rows to judge\n");
+    ExpectStrict(TwoRows(), {"--strict=Not,Passed", "-q"}, 10,
+                 "compliance-query: 1 of 2 rows have a result that --strict does not list: "
+                 "'baseline-001' ('Compliant')\n");
 }
 
 } // namespace

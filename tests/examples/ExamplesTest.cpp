@@ -258,7 +258,7 @@ INSTANTIATE_TEST_SUITE_P(
                   {},
                   2,
                   "CRITICAL - 1 of 2 rows have a result that --strict does not list: "
-                  "b-002/caf\\xe9 (Not Compliant) | rows=2"},
+                  "'b-002/caf\\xe9' ('Not Compliant') | rows=2"},
         CheckCase{"GoodResultsOfTheCommandLine",
                   Finish(bad),
                   {"Compliant", "Not Compliant"},
