@@ -28,7 +28,7 @@ constexpr char textBeforeStatuses[] =
     "The table:\n"
     "  --columns LIST      the columns in this order: designator, result, resultType, evaluationTime,\n"
     "                      description, comment\n"
-    "  --sort COLUMN       sort the rows by this column; digits count by their value\n"
+    "  --sort COLUMN       sort the rows by this column; numbers by their value\n"
     "  --only LIST         show only rows with these results; --strict still judges all\n"
     "  --color WHEN        colour results: always, never, or auto (the default): on a terminal. With\n"
     "                      --strict green is accepted and red is not\n"

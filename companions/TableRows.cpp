@@ -7,11 +7,10 @@
 #include <numeric>
 #include <string_view>
 
-#include <string.h>
-
 #include "companions/DisplayWidth.h"
 #include "companions/Output.h"
 #include "companions/Rows.h"
+#include "companions/TextOrder.h"
 #include "companions/VisibleText.h"
 
 namespace {
@@ -78,8 +77,8 @@ std::vector<unsigned int> SelectRows(Rows const& rows, TableOptions const& optio
         });
     if (options.sortField)
         std::ranges::stable_sort(selected, [&](unsigned int left, unsigned int right) {
-            return strverscmp(std::string(rows.get(left)[*options.sortField]).c_str(),
-                              std::string(rows.get(right)[*options.sortField]).c_str()) < 0;
+            return CompareTexts(rows.get(left)[*options.sortField],
+                                rows.get(right)[*options.sortField]) < 0;
         });
     return selected;
 }

@@ -29,9 +29,10 @@ struct TableOptions {
 // A column is as wide as its longest text (DisplayWidth.h). On a terminal, or if the environment
 // variable COLUMNS has a number, the widest columns are narrowed until the table fits: to the width
 // of their headings, or to four where that is not enough. Longer texts are wrapped within their
-// column, at spaces where possible.
+// column, at spaces where possible. No column is narrower than four, because wrapped text would be
+// unreadable. So six columns take at least 34, and a narrower terminal breaks the lines itself.
 //
-// Rows are sorted by bytes, but digits by the value of their number (strverscmp(3)).
+// Rows are sorted by CompareTexts (TextOrder.h); equal ones keep their order.
 //
 // With colours a result is green if it is one of `acceptedResults`, and red otherwise. If that list
 // is empty, each result has a colour of its own, as far as there are colours.

@@ -108,6 +108,17 @@ TEST_F(TableRowsTest, FitsAnyWidthFromThirtyFour) {
     }
 }
 
+TEST_F(TableRowsTest, NoColumnIsNarrowerThanFour) {
+    RowList const list = {Named("designator", "Compliant")};
+    EnvironmentVariable const narrow("COLUMNS", "10");
+    std::string const smallest = Table(list, {.columns = {0, 1}});
+    EXPECT_EQ("DESI  RESU\nGNAT  LT\nOR\ndesi  Comp\ngnat  lian\nor    t\n", smallest);
+    for (char const* const width : {"9", "4", "1"}) {
+        EnvironmentVariable const narrower("COLUMNS", width);
+        EXPECT_EQ(smallest, Table(list, {.columns = {0, 1}})) << width;
+    }
+}
+
 TEST_F(TableRowsTest, InvalidColumnsAreIgnored) {
     RowList const list = {Named(std::string_view("a designator of many words"), "r")};
     std::string const whole = Table(list);
@@ -139,6 +150,9 @@ TEST_F(TableRowsTest, SortsRowsByColumn) {
     EXPECT_EQ("DESIGNATOR\na\nb-9\nb-10\n", Table(list, {.columns = {0}, .sortField = 0}));
     EXPECT_EQ("DESIGNATOR\na\nb-9\nb-10\n", Table(list, {.columns = {0}, .sortField = 3}));
     EXPECT_EQ("DESIGNATOR\nb-10\na\nb-9\n", Table(list, {.columns = {0}, .sortField = 1}));
+    RowList const numbers = {Named("a", "", "0100"), Named("b", "", "99"), Named("c", "", "-5"),
+                             Named("d", "", "-10")};
+    EXPECT_EQ("DESIGNATOR\nd\nc\nb\na\n", Table(numbers, {.columns = {0}, .sortField = 3}));
 }
 
 TEST_F(TableRowsTest, ShowsOnlyChosenResults) {
