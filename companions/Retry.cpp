@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "companions/StopSignals.h"
@@ -28,6 +29,8 @@ struct State {
     long long deadline = 0;
     // See HoldStopSignals.
     long long heldSignals = 0;
+    // That of the process (comm of proc(5)).
+    std::string name = {};
 };
 
 std::optional<State> ParseState(std::string_view text) {
@@ -38,9 +41,9 @@ std::optional<State> ParseState(std::string_view text) {
         auto const [rest, error] = std::from_chars(position, end, number);
         if (error != std::errc() || rest == end)
             return {};
-        position = rest + 1;
+        position = std::min(rest + 1, end);
     }
-    return State{numbers[0], numbers[1], numbers[2], numbers[3], numbers[4]};
+    return State{numbers[0], numbers[1], numbers[2], numbers[3], numbers[4], {position, end}};
 }
 
 std::string Format(State const& state) {
@@ -48,7 +51,13 @@ std::string Format(State const& state) {
     for (long long const number :
          {state.processId, state.attempt, state.waitEnd, state.deadline, state.heldSignals})
         text += std::to_string(number) + ' ';
-    return text;
+    return text + state.name;
+}
+
+std::string NameOfProcess() {
+    std::array<char, 17> name{};
+    prctl(PR_GET_NAME, name.data());
+    return name.data();
 }
 
 std::optional<State> TakeState() {
@@ -83,6 +92,8 @@ Retry::Retry(std::optional<seconds> wait, std::optional<seconds> timeout)
         waitEnd = Clock::time_point(nanoseconds(state->waitEnd));
     if (timeout)
         deadline = Clock::time_point(nanoseconds(state->deadline));
+    // The execution of /proc/self/exe has made it "exe".
+    prctl(PR_SET_NAME, state->name.c_str());
     ReleaseStopSignals(static_cast<unsigned int>(state->heldSignals));
 }
 
@@ -101,7 +112,8 @@ std::optional<milliseconds> Retry::Pause() const {
 void Retry::Execute(char* const* arguments) {
     unsigned int const held = HoldStopSignals();
     if (StopSignal() == 0) {
-        State const state = {getpid(), attempt + 1, Count(waitEnd), Count(deadline), held};
+        State const state = {getpid(),        attempt + 1, Count(waitEnd),
+                             Count(deadline), held,        NameOfProcess()};
         setenv(variable, Format(state).c_str(), 1);
         execv("/proc/self/exe", arguments);
     }

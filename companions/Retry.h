@@ -5,7 +5,8 @@
 #include <optional>
 
 // A refused lock stays refused for the life of a process, so each further attempt executes the
-// program again, with the same process id and the same arguments. The environment variable
+// program again, with the same process id, name and arguments. It executes /proc/self/exe, so the
+// file of the program may have been replaced or removed since. The environment variable
 // COMPLIANCE_QUERY_ATTEMPT carries the state; it names its process, so no other process uses it.
 class Retry {
 public:

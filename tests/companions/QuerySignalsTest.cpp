@@ -6,11 +6,13 @@
 #include <vector>
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/Query.h"
+#include "tests/companions/Terminal.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -76,6 +78,27 @@ TEST(QuerySignalsTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
         EXPECT_EQ(ExitStatus::Exited(143), program.Wait(std::chrono::seconds(30)).status);
         agent.AwaitEnd(std::chrono::seconds(1));
         EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
+    });
+}
+
+// The terminal is full, because nobody reads it.
+TEST(QuerySignalsTest, CtrlCDuringTheRowsClosesTheEvaluation) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        ScriptedAgent agent(FinishingScript(ManyRows()));
+        Terminal const screen;
+        OtherProgram program(QueryCommand({"-d", "--progress=none"}), {.prepare = [&] {
+                                 return setsid() > 0 &&
+                                        ioctl(screen.otherEnd(), TIOCSCTTY, 0) == 0 &&
+                                        dup2(screen.otherEnd(), STDOUT_FILENO) == STDOUT_FILENO;
+                             }});
+        screen.AwaitText(std::chrono::seconds(30));
+        screen.Type("\x03");
+        EXPECT_EQ(ExitStatus::Exited(130), program.Wait(std::chrono::seconds(30)).status);
+        EXPECT_EQ("compliance-query: ended early by SIGINT\n", program.Errors());
+        agent.AwaitEnd(std::chrono::seconds(1));
+        EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
+        EXPECT_FALSE(IsLocked());
     });
 }
 

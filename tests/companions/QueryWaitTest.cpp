@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -84,6 +85,63 @@ TEST(WaitTest, RetriesWhileTheAgentIsNotAvailable) {
                   result.errors);
         EXPECT_EQ(6u, agent.Requests().size());
         EXPECT_EQ("finished", Json::parse(result.output).at("outcome"));
+    });
+}
+
+std::string UtcNow() {
+    std::time_t const now = std::time(nullptr);
+    char text[20] = {};
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", std::gmtime(&now));
+    return text;
+}
+
+TEST(WaitTest, StartAndDurationAreThoseOfTheLastAttempt) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        ScriptedAgent const agent(Finishing());
+        std::optional<ForeignLock> lock(std::in_place);
+        Clock::time_point const firstStart = Clock::now();
+        OtherProgram program(QueryCommand({"-d", "--json", "--wait=1m"}),
+                             {.environment = Texts{"TZ=UTC"}});
+        AwaitNote(program, "; trying again in 2 s\n");
+        std::string const pause = UtcNow();
+        lock.reset();
+        Json const provenance = Json::parse(program.Wait().output).at("provenance");
+        EXPECT_LE(pause, provenance.at("start").get<std::string>());
+        std::chrono::duration<double> const whole = Clock::now() - firstStart;
+        EXPECT_GT(whole.count() - 2.5, provenance.at("durationSeconds").get<double>());
+    });
+}
+
+std::string NameOf(OtherProgram const& program) {
+    std::ifstream file("/proc/" + std::to_string(program.pid()) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+void ExpectNameAfterRetry(std::string const& path, std::string const& name) {
+    ForeignLock const lock;
+    OtherProgram program({path, "-d", "--wait=1h"});
+    AwaitNote(program, "; trying again in 1 s\n");
+    EXPECT_EQ(name, NameOf(program));
+    fs::remove(path);
+    AwaitNote(program, "; trying again in 2 s\n");
+    EXPECT_EQ(name, NameOf(program));
+    program.Kill(SIGTERM);
+    EXPECT_EQ(ExitStatus::Exited(143), program.Wait(seconds(5)).status);
+}
+
+// The system cuts names at 15 bytes.
+TEST(WaitTest, KeepsNameOfProcessThoughProgramIsRemoved) {
+    PrivateMachine::Run([] {
+        PrivateMachine::CreateAgentDirectories();
+        PrivateMachine::InstallAgent();
+        for (auto const& [path, name] : {std::pair{"/opt/compliance-query", "compliance-quer"},
+                                         std::pair{"/opt/a name", "a name"}}) {
+            fs::copy_file(CC_QUERY_PROGRAM, path);
+            ExpectNameAfterRetry(path, name);
+        }
     });
 }
 

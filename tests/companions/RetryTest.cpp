@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include "tests/companions/Terminal.h"
@@ -23,7 +24,7 @@ std::string In(seconds time) {
 
 std::string Attempt(int number, seconds wait, seconds timeout, pid_t process = getpid()) {
     return std::to_string(process) + ' ' + std::to_string(number) + ' ' + In(wait) + ' ' +
-           In(timeout) + " 0 ";
+           In(timeout) + " 0 companion tests";
 }
 
 std::optional<milliseconds> PauseAfter(std::string const& state, seconds wait) {
@@ -52,6 +53,13 @@ TEST(RetryTest, PauseEndsWithTheWait) {
     EXPECT_GE(seconds(3), *pause);
     EXPECT_LT(seconds(2), *pause);
     EXPECT_EQ(std::nullopt, PauseAfter(Attempt(2, seconds(0), seconds(100)), seconds(100)));
+}
+
+TEST(RetryTest, ProcessHasItsFormerName) {
+    PauseAfter(Attempt(2, seconds(100), seconds(0)), seconds(1));
+    char name[17] = {};
+    ASSERT_EQ(0, prctl(PR_GET_NAME, name));
+    EXPECT_STREQ("companion tests", name);
 }
 
 TEST(RetryTest, PauseEndsWithTheTimeout) {

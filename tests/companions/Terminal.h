@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
@@ -38,6 +39,19 @@ public:
     // The end that a program takes for its terminal.
     int otherEnd() const { return programEnd; }
     int file() const { return plainFile; }
+
+    // What a user types: "\x03" is Ctrl-C.
+    void Type(std::string const& keys) const {
+        if (write(ownEnd, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
+            throw std::runtime_error("the keys can't be typed");
+    }
+
+    // Waits until something has been written to the terminal, and leaves it there.
+    void AwaitText(std::chrono::milliseconds limit) const {
+        pollfd waiting{ownEnd, POLLIN, 0};
+        if (poll(&waiting, 1, static_cast<int>(limit.count())) != 1)
+            throw std::runtime_error("nothing is written to the terminal");
+    }
 
     // All that has been written to the terminal so far.
     std::string Read() const {
