@@ -12,8 +12,8 @@ class FileFacts;
 
 enum class Verdict {
     ok,
-    note,    // worth knowing, but no evaluation fails by it
-    problem, // an evaluation by this user fails by it, or is not safe
+    note,    // worth knowing, but no evaluation fails because of it
+    problem, // an evaluation by this user fails because of it, or is not safe
     skipped  // could not be checked, because of a problem that another finding reports
 };
 

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "companions/Arguments.h"
+#include "companions/Rows.h"
 
 namespace {
 
@@ -230,6 +231,16 @@ TEST(QueryCommandLineTest, RefusesOtherTableOptions) {
     for (std::string const option : {"--columns", "--sort", "--only", "--color"})
         EXPECT_EQ(option + ": accepted with the table only",
                   Refusal({"-d", "--json", option, "result"}));
+}
+
+// The names of the fields are in several texts.
+TEST(QueryCommandLineTest, EachFieldIsAColumnThatHelpAndRefusalName) {
+    std::string const refusal = Refusal({"-d", "--columns=x"});
+    for (std::string const field : rowFieldNames) {
+        EXPECT_EQ(1u, Parse({"-d", "--columns", field}).table.columns.size());
+        EXPECT_NE(std::string::npos, refusal.find(field)) << field;
+        EXPECT_NE(std::string::npos, QueryHelp().find(field)) << field;
+    }
 }
 
 TEST(QueryCommandLineTest, ShortOptions) {
