@@ -1,4 +1,4 @@
-"""The tool as a whole process, from its start to its end, for scripts/bench.
+"""The tool and compliance-query as whole processes, from start to end, for scripts/bench.
 
 It runs on a private machine (namespaces with empty file systems in memory, as scripts/demo makes
 them), with an agent that answers at once for the exchange and with none for the rest. So "-d" gets
@@ -9,12 +9,18 @@ as far as the lock and the question whether the agent is installed.
     peak_mib                  the most memory that was resident, read when all its work is done
     file_mib                  the size of the program's file
     processor_ms              processor time of a whole "-c", user and system; its sleeps take none
+    instructions              executed by "compliance-query --version", by valgrind
+    processor_over_tool       processor time of "compliance-query --json", divided by that of the tool
+                              for the same 100,000 rows; median of pairs
+    memory_over_tool          the same for the most memory that was resident
 """
 
+import contextlib
 import fcntl
 import json
 import os
 import pathlib
+import re
 import shutil
 import statistics
 import subprocess
@@ -28,7 +34,8 @@ REFUSED = "COMPLIANCE_Open returned error: "
 COMMANDS = {"start-usage": ([], 255, "Usage: "), "start-no-agent": (["-d"], 0, REFUSED)}
 EXCHANGE = ["-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Baseline.xml"]
 AGENT = pathlib.Path("/opt/VeskaClient/bin/VeskaClient")
-SCENARIO = 'row "baseline-001" "Compliant" "pass/fail" "1523" "At least 14 characters" ""\nfinish\n'
+ROW = 'row "baseline-001" "Compliant" "pass/fail" "1523" "At least 14 characters" ""\n'
+MANY_ROWS = 100_000
 
 
 def figures(build):
@@ -79,8 +86,8 @@ def peak_mib(command):
     return int(status.split("VmHWM:")[1].split()[0]) * 1024 / MIB
 
 
-def processor_ms(command, answer):
-    """Of the tool alone: the agent is another process."""
+def usage_of(command, answer):
+    """What the process alone used: the agent is another process."""
     reading, writing = os.pipe()
     child = os.posix_spawn(command[0], command, os.environ,
                            file_actions=[(os.POSIX_SPAWN_DUP2, writing, 1)])
@@ -88,18 +95,42 @@ def processor_ms(command, answer):
     with os.fdopen(reading, "rb") as output:
         text = output.read()
     _, status, usage = os.wait4(child, 0)
-    assert status == 0 and answer in text, text
+    assert status == 0 and answer in text, text[:1000]
+    return usage
+
+
+def processor_ms(usage):
     return (usage.ru_utime + usage.ru_stime) * 1000
 
 
-def start_agent(program):
-    AGENT.parent.mkdir(parents=True)
+def instructions(command):
+    done = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", *command],
+                          capture_output=True, text=True, check=True)
+    return int(re.search(r"Collected : (\d+)", done.stderr)[1])
+
+
+def query_over_tool(tool, query):
+    """The stand-in agent answers both with the same rows."""
+    pairs = [(usage_of([query, "--json", *EXCHANGE[1:]], b"baseline-001"),
+              usage_of([tool, *EXCHANGE], b"baseline-001")) for _ in range(EXCHANGES)]
+    return {"processor_over_tool": statistics.median(processor_ms(ours) / processor_ms(theirs)
+                                                     for ours, theirs in pairs),
+            "memory_over_tool": statistics.median(ours.ru_maxrss / theirs.ru_maxrss
+                                                  for ours, theirs in pairs)}
+
+
+@contextlib.contextmanager
+def running_agent(program, rows):
+    AGENT.parent.mkdir(parents=True, exist_ok=True)
     shutil.copy(program, AGENT)
     scenario = pathlib.Path("/opt/scenario")
-    scenario.write_text(SCENARIO, encoding="utf-8")
-    agent = subprocess.Popen([AGENT, scenario], stdout=subprocess.PIPE, text=True)
-    assert "ready" in agent.stdout.readline()
-    return agent
+    scenario.write_text(ROW * rows + "finish\n", encoding="utf-8")
+    with subprocess.Popen([AGENT, scenario], stdout=subprocess.PIPE, text=True) as agent:
+        assert "ready" in agent.stdout.readline()
+        try:
+            yield
+        finally:
+            agent.terminate()
 
 
 def measure_inside(build):
@@ -116,10 +147,16 @@ def measure_inside(build):
         found[name] = {"wall_over_minimal": wall_over_minimal(command, minimal),
                        "system_calls_before_work": system_calls_before_work(command),
                        "peak_mib": peak_mib(command)}
-    agent = start_agent(build / "demo/VeskaClient")
-    times = [processor_ms([tool, *EXCHANGE], b"baseline-001") for _ in range(EXCHANGES)]
-    agent.terminate()
+    agent = build / "demo/VeskaClient"
+    with running_agent(agent, 1):
+        times = [processor_ms(usage_of([tool, *EXCHANGE], b"baseline-001"))
+                 for _ in range(EXCHANGES)]
     found["exchange"] = {"processor_ms": statistics.median(times)}
+    query = str(build / "companions/compliance-query")
+    found["query-file"] = {"file_mib": os.path.getsize(query) / MIB}
+    found["query-version"] = {"instructions": instructions([query, "--version"])}
+    with running_agent(agent, MANY_ROWS):
+        found["query-json-100000"] = query_over_tool(tool, query)
     return found
 
 
