@@ -5,6 +5,7 @@ include(CMakePackageConfigHelpers)
 
 set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/clientcompliance)
 set(libexec ${CMAKE_INSTALL_LIBEXECDIR}/clientcompliance)
+set(CC_PLUGINS lib/nagios/plugins CACHE STRING "Where the plugins of monitoring systems go")
 set(CC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
     "Where the completions of zsh go")
 set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ClientCompliance)
@@ -101,6 +102,22 @@ install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario
   DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT demo)
 install_completions(demo VeskaClient)
 install_found(demo ${CMAKE_INSTALL_MANDIR}/man1 docs/man/VeskaClient.1)
+
+# monitoring: a package of its own, because it needs Python.
+set(python ${CMAKE_INSTALL_DATADIR}/clientcompliance/python)
+set(monitoring ${PROJECT_SOURCE_DIR}/integrations/monitoring)
+set(stored_result ${PROJECT_SOURCE_DIR}/integrations/ansible/plugins/module_utils/stored_result.py)
+file(RELATIVE_PATH python_from_plugins /${CC_PLUGINS} /${python})
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${monitoring}/check_compliance)
+file(READ ${monitoring}/check_compliance plugin)
+string(REPLACE "../ansible/plugins/module_utils" ${python_from_plugins} plugin "${plugin}")
+file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/check_compliance "${plugin}")
+install(PROGRAMS ${CMAKE_CURRENT_BINARY_DIR}/check_compliance
+  DESTINATION ${CC_PLUGINS} COMPONENT monitoring)
+install(FILES ${stored_result} DESTINATION ${python} COMPONENT monitoring)
+install(FILES ${monitoring}/icinga2-compliance.conf RENAME compliance.conf
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/icinga2/include/plugins-contrib.d COMPONENT monitoring)
+install_found(monitoring ${CMAKE_INSTALL_MANDIR}/man1 docs/man/check_compliance.1)
 
 # documentation
 file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs

@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_VENDOR "The ClientCompliance authors")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
-set(CPACK_COMPONENTS_ALL tool library development demo documentation licence)
+set(CPACK_COMPONENTS_ALL tool library development demo monitoring documentation licence)
 if(TARGET compliance-query)
   list(APPEND CPACK_COMPONENTS_ALL companions)
 endif()
@@ -20,6 +20,8 @@ set(CPACK_RPM_PACKAGE_RELEASE 1)
 # The directories that every system has already.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5 /usr/share/man/man7
+  /usr/lib64/nagios /usr/lib64/nagios/plugins
+  /usr/share/icinga2 /usr/share/icinga2/include /usr/share/icinga2/include/plugins-contrib.d
   /usr/libexec /usr/lib64/pkgconfig /usr/lib64/cmake
   /usr/share/bash-completion /usr/share/bash-completion/completions
   /usr/share/zsh /usr/share/zsh/site-functions
@@ -46,9 +48,12 @@ rpm_package(development libclientcompliance-devel "Compliance evaluations, files
   "libclientcompliance1 ${same_version}")
 rpm_package(demo clientcompliance-demo "A stand-in for the endpoint agent"
   "clientcompliance-license ${same_version}")
+rpm_package(monitoring clientcompliance-monitoring "A check of compliance for monitoring systems"
+  "clientcompliance-license ${same_version}, python3, python3-nagiosplugin\nRecommends: clientcompliance-companions")
 rpm_package(documentation clientcompliance-doc "Documentation of compliance evaluations"
   "clientcompliance-license ${same_version}")
 rpm_package(licence clientcompliance-license "The licence of ClientCompliance")
+set(CPACK_RPM_MONITORING_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_DOCUMENTATION_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_LICENCE_PACKAGE_ARCHITECTURE noarch)
 include(CPack)

@@ -13,7 +13,8 @@ from support import BUILD, CC, SOURCE, VERSION, links_of_documents, on_private_m
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
 NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
-         "clientcompliance-doc", "libclientcompliance-dev", "libclientcompliance1"]
+         "clientcompliance-doc", "clientcompliance-monitoring",
+         "libclientcompliance-dev", "libclientcompliance1"]
 CONSUMERS = SOURCE / "tests/packaging/consumers"
 
 # One whole request to the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
@@ -42,7 +43,7 @@ def field(name, wanted):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_six_of_the_project_s_version(self):
+    def test_are_of_the_project_s_version(self):
         found = sorted(path.name.split("_")[0] for path in PACKAGES.glob("*.deb"))
         self.assertEqual(found, NAMES)
         for name in NAMES:

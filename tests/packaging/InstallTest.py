@@ -67,6 +67,13 @@ class InstallTest(unittest.TestCase):
             self.assertTrue(wanted, kind)
             self.assertLessEqual(wanted, {path.name for path in (share / place).iterdir()})
 
+    def test_has_the_monitoring_plugin_with_the_module_that_it_imports(self):
+        plugin = PREFIX / "lib/nagios/plugins/check_compliance"
+        self.assertTrue(os.access(plugin, os.X_OK))
+        (place,) = re.findall(r'"(\.\./.*)"', plugin.read_text(encoding="utf-8"))
+        self.assertTrue((plugin.parent / place / "stored_result.py").is_file(), place)
+        self.assertTrue((PREFIX / "share/icinga2/include/plugins-contrib.d/compliance.conf").is_file())
+
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
     def test_has_the_companions_with_their_schemas_and_completions(self):
         found = set(files_below(PREFIX))
@@ -143,6 +150,10 @@ class VersionTest(unittest.TestCase):
     def test_is_the_project_s_own_for_pkg_config(self):
         pc = (library_directory() / "pkgconfig/clientcompliance.pc").read_text(encoding="utf-8")
         self.assertIn(f"\nVersion: {VERSION}\n", pc)
+
+    def test_is_the_one_of_the_monitoring_plugin(self):
+        self.assertEqual(self.first_version_in("integrations/monitoring/check_compliance",
+                                               r'^VERSION = "(.*)"'), VERSION)
 
     def test_is_the_newest_of_both_change_logs(self):
         self.assertEqual(self.first_version_in("CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"), VERSION)

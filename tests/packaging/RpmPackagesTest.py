@@ -10,7 +10,8 @@ from support import SOURCE, VERSION, links_of_documents, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
-         "clientcompliance-doc", "clientcompliance-license", "libclientcompliance-devel",
+         "clientcompliance-doc", "clientcompliance-license", "clientcompliance-monitoring",
+         "libclientcompliance-devel",
          "libclientcompliance1"]
 
 
@@ -19,7 +20,7 @@ def query(path, *arguments):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_seven_of_the_project_s_version_and_licence(self):
+    def test_are_of_the_project_s_version_and_licence(self):
         found = {query(path, "--queryformat", "%{NAME} %{VERSION} %{LICENSE}")
                  for path in PACKAGES.glob("*.rpm")}
         self.assertEqual(found, {f"{name} {VERSION} MIT" for name in NAMES})

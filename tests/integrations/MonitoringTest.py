@@ -1,0 +1,342 @@
+#!/usr/bin/python3
+"""check_compliance on stored results, with a real agent, and started by Icinga."""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
+from results import failed, finished, row, write  # noqa: E402
+from support import SOURCE, VERSION, on_private_machine  # noqa: E402
+
+INTEGRATION = SOURCE / "integrations/monitoring"
+CHECK = INTEGRATION / "check_compliance"
+OK, WARNING, CRITICAL, UNKNOWN = range(4)
+NAMES = ["OK", "WARNING", "CRITICAL", "UNKNOWN"]
+
+
+def rows(good, bad):
+    return [row("Compliant")] * good + [row("Not Compliant", f"bad {n}") for n in range(bad)]
+
+
+class CheckTest(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
+        self.result = self.scratch / "result.json"
+
+    def check(self, *arguments, **environment):
+        return subprocess.run([CHECK, *map(str, arguments)], stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, encoding="utf-8", timeout=60,
+                              env={**os.environ, **environment})
+
+    def expect(self, state, *arguments, path=None):
+        """The text behind the state of the one line of output."""
+        made = self.check("--result", path or self.result, "--strict", "Compliant", *arguments)
+        self.assertEqual((made.returncode, made.stderr), (state, ""), made.stdout)
+        head = f"COMPLIANCE {NAMES[state]} - "
+        self.assertTrue(made.stdout.startswith(head) and made.stdout.endswith("\n"), made.stdout)
+        self.assertEqual(made.stdout.count("\n"), 1, made.stdout)
+        return made.stdout.removeprefix(head).removesuffix("\n")
+
+
+class ThresholdsTest(CheckTest):
+    def test_number_of_bad_rows_decides_the_state(self):
+        for bad, ranges, state in (
+                (0, [], OK), (1, [], CRITICAL),
+                (2, ["-w", "1", "-c", "3"], WARNING), (1, ["-w", "1", "-c", "3"], OK),
+                (4, ["-w", "1", "-c", "3"], CRITICAL), (4, ["-c", "10"], OK),
+                (1, ["-c", "@1:2"], CRITICAL), (3, ["-c", "@1:2"], OK),
+                (0, ["-w", "1:", "-c", "9"], WARNING), (7, ["-c", "~:7"], OK)):
+            write(self.result, finished(rows(2, bad)))
+            with self.subTest(bad=bad, ranges=ranges):
+                self.assertIn(f"{bad} of {bad + 2} rows", self.expect(state, *ranges))
+
+    def test_performance_data_have_thresholds_and_limits(self):
+        write(self.result, finished(rows(3, 1), age=120))
+        _, data = self.expect(WARNING, "-w", "0", "-c", "5").split(" | ")
+        found = dict(item.split("=") for item in data.split())
+        self.assertEqual(found["bad"], "1;0;5;0;4")
+        self.assertEqual(found["rows"], "4;;;0")
+        self.assertRegex(found["age"], r"^12\ds;;;0$")
+
+    def test_several_lists_of_good_results_are_combined(self):
+        write(self.result, finished([row("A"), row("B"), row("C")]))
+        self.assertEqual(self.expect(OK, "--strict", "A, B", "-s", "C").split(" | ")[0],
+                         "0 of 3 rows are bad")
+
+    def test_results_are_compared_byte_by_byte(self):
+        write(self.result, finished([row("caf\\xe9", resultBase64="Y2Fm6Q==")]))
+        self.expect(CRITICAL, "--strict", "caf\\xe9")
+        self.expect(OK, "--strict", os.fsdecode(b"caf\xe9"))
+
+    def test_verbose_lists_the_bad_rows(self):
+        write(self.result, finished(rows(0, 5)))
+        made = self.check("-v", "--result", self.result, "-s", "Compliant")
+        self.assertEqual(made.returncode, CRITICAL)
+        for number in range(5):
+            self.assertIn(f"'bad {number}' is 'Not Compliant'", made.stdout.splitlines())
+
+
+class SilenceTest(CheckTest):
+    def expect_no_result(self, reason, *arguments, path=None):
+        self.assertIn(reason, self.expect(UNKNOWN, *arguments, path=path))
+        self.assertIn(reason, self.expect(CRITICAL, *arguments, "--no-result", "critical", path=path))
+
+    def test_result_without_rows_is_never_OK(self):
+        write(self.result, finished([]))
+        self.expect_no_result("no rows", "-c", "5")
+
+    def test_old_result_is_never_OK(self):
+        write(self.result, finished(rows(1, 0), age=27 * 3600))
+        self.expect_no_result("27 h old")
+        self.expect(OK, "--max-age", "28h")
+        self.expect_no_result("27 h old", "--max-age", "90000")
+
+    def test_result_from_the_future_is_never_OK(self):
+        write(self.result, finished(rows(1, 0), age=-600))
+        self.expect_no_result("from the future")
+
+    def test_failed_evaluation_is_never_OK(self):
+        write(self.result, failed())
+        self.expect_no_result("the agent is not running (no-agent, exit status 3)")
+
+    def test_answer_from_before_the_request_is_never_OK(self):
+        write(self.result, finished(rows(1, 0), fresh=False))
+        self.expect_no_result("before the request")
+
+    def test_result_without_provenance_is_never_OK(self):
+        document = finished(rows(1, 0))
+        del document["provenance"]
+        write(self.result, document)
+        self.expect_no_result("'provenance'")
+
+    def test_unusable_file_is_never_OK(self):
+        good = json.dumps(finished(rows(1, 0))).encode()
+        for data, reason in ((good[:-1], "not JSON"), (b"", "not JSON"), (b"[]", "an object"),
+                             (good.replace(b'"rowCount": 1', b'"rowCount": 2'), "2 rows"),
+                             (good.replace(b'"schemaVersion": 1', b'"schemaVersion": 3'), "to be 1"),
+                             (good.replace(b"a row", b"\xff"), "not UTF-8"),
+                             (b"[" * 100000, "nested too deeply")):
+            self.result.write_bytes(data)
+            with self.subTest(reason=reason):
+                self.expect_no_result(reason)
+        self.expect_no_result("No such file", path=self.scratch / "missing")
+        os.mkfifo(self.scratch / "fifo")
+        self.expect_no_result("not a regular file", path=self.scratch / "fifo")
+
+
+class DirectoryTest(CheckTest):
+    def test_newest_result_by_its_own_time_decides(self):
+        write(self.scratch / "b.json", finished(rows(1, 0), age=7200))
+        write(self.scratch / "a.json", finished(rows(0, 1), age=3600))
+        os.utime(self.scratch / "a.json", (0, 0))
+        self.expect(CRITICAL, path=self.scratch)
+        write(self.scratch / "a.json", failed(age=3600))
+        self.assertIn("no-agent", self.expect(UNKNOWN, path=self.scratch))
+
+    def test_damaged_newest_file_is_not_hidden_by_an_older_one(self):
+        write(self.scratch / "a.json", finished(rows(1, 0), age=7200))
+        (self.scratch / "b.json").write_text("{", encoding="utf-8")
+        self.assertIn("b.json: not JSON", self.expect(UNKNOWN, path=self.scratch))
+        os.utime(self.scratch / "b.json", (0, 0))
+        self.expect(OK, path=self.scratch)
+
+    def test_directory_without_results_is_never_OK(self):
+        (self.scratch / ".hidden.json").write_text("{}", encoding="utf-8")
+        (self.scratch / "result.json.AbCdEf").write_text("{}", encoding="utf-8")
+        self.assertIn("no result", self.expect(UNKNOWN, path=self.scratch))
+
+    def test_results_of_two_hosts_are_refused(self):
+        write(self.scratch / "a.json", finished(rows(0, 1), host="one", age=9))
+        write(self.scratch / "b.json", finished(rows(1, 0), host="two"))
+        self.assertIn("several hosts", self.expect(UNKNOWN, path=self.scratch))
+
+
+class OutputTest(CheckTest):
+    HOSTILE = "x | bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041`$(id)'\""
+
+    def test_texts_of_rows_stay_within_one_printable_line(self):
+        write(self.result, finished([row(self.HOSTILE, self.HOSTILE)]))
+        text = self.expect(CRITICAL)
+        self.assertEqual(text.count("|"), 1)
+        self.assertTrue(text.isprintable(), text)
+        self.assertIn(r"x \x7c bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041", text)
+
+    def test_reasons_stay_within_one_short_printable_line(self):
+        document = failed()
+        document["message"] = self.HOSTILE * 100
+        write(self.result, document)
+        text = self.expect(UNKNOWN)
+        self.assertNotIn("|", text)
+        self.assertTrue(text.isprintable(), text)
+        self.assertLess(len(text), 2000)
+
+    def test_long_texts_and_many_rows_are_cut(self):
+        write(self.result, finished([row("r" * 5000, "d" * 5000)] * 50))
+        self.assertLess(len(self.expect(CRITICAL)), 1000)
+
+    def test_any_locale_can_show_the_texts(self):
+        write(self.result, finished([row("d\u00e9faut \u4e2d")]))
+        for locale in ("C", "POSIX", "C.UTF-8"):
+            made = self.check("-r", self.result, "-s", "x", LC_ALL=locale, PYTHONIOENCODING="ascii",
+                              PYTHONCOERCECLOCALE="0")
+            self.assertEqual((made.returncode, made.stderr), (CRITICAL, ""))
+            self.assertIn(r"d\xe9faut \u4e2d", made.stdout)
+
+
+class CommandLineTest(CheckTest):
+    def test_invalid_command_line_is_UNKNOWN_and_one_line(self):
+        for arguments, reason in (
+                ([], "--strict"), (["-s", "a"], "URL DOC"), (["-s", "a", "url"], "URL DOC"),
+                (["-s", "a", "-d", "-r", "x"], "URL DOC"), (["-s", "a,", "-d"], "empty name"),
+                (["-s", "a", "-d", "-w", "x"], "not a range"), (["-s", "a", "-d", "-c", ""], "range"),
+                (["-s", "a", "-d", "-t", "1d"], "not a time"), (["-s", "a", "-d", "-t", "0"], "1 or"),
+                (["-s", "a", "-r", "x", "--wait", "1"], "--wait"), (["--x|\n"], "--strict"),
+                (["-s", "a", "-d", "--x|\n"], r"--x\x7c\n")):
+            made = self.check(*arguments)
+            with self.subTest(arguments=arguments):
+                self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
+                self.assertRegex(made.stdout, r"^COMPLIANCE UNKNOWN - check_compliance: [^\n|]*\n$")
+                self.assertIn(reason, made.stdout)
+
+    def test_help_and_version_are_UNKNOWN(self):
+        made = self.check("-V")
+        self.assertEqual((made.returncode, made.stdout, made.stderr),
+                         (UNKNOWN, f"check_compliance (ClientCompliance) {VERSION}\n", ""))
+        made = self.check("-h")
+        self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
+        self.assertTrue(made.stdout.startswith("usage: check_compliance"))
+
+
+SCENARIO = """
+mkdir -p /opt/VeskaClient/bin /opt/bin
+cp "$1" /opt/VeskaClient/bin/VeskaClient
+cp "$2" /opt/bin/compliance-query
+printf '%b' "$4" >/opt/scenario
+if [ "$4" ]; then
+    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
+    until grep -q ready /opt/says; do sleep 0.1; done
+fi
+check=$3
+shift 4
+PATH=/opt/bin:$PATH
+"""
+JUDGE = SCENARIO + 'status=0; "$check" "$@" || status=$?; echo "status $status"\n'
+
+
+class EvaluationTest(CheckTest):
+    def evaluate(self, scenario, *arguments, script=JUDGE):
+        return on_private_machine(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK,
+                                  scenario, "-s", "Compliant", *arguments)
+
+    def test_rows_of_the_agent_decide(self):
+        scenario = 'row "a" "Compliant" "" "" "" ""\nrow "b" "Bad" "" "" "" ""\nfinish\n'
+        output = self.evaluate(scenario, "-w", "1", "-c", "1", "http://example.com/", "Baseline.xml")
+        self.assertRegex(output, r"^COMPLIANCE OK - 1 of 2 rows is bad \| .*bad=1;1;1;0;2.*\nstatus 0\n$")
+        output = self.evaluate(scenario, "-d", "--flags", "gather,idle", "--wait", "1")
+        self.assertRegex(output, r"^COMPLIANCE CRITICAL - .*: 'b' is 'Bad' \| .*\nstatus 2\n$")
+
+    def test_machine_without_an_agent_is_UNKNOWN_with_the_reason(self):
+        output = self.evaluate("", "-d")
+        self.assertRegex(output, r"^COMPLIANCE UNKNOWN - .*not installed.*exit status 3\)\nstatus 3\n$")
+
+    def test_unreadable_answer_is_CRITICAL_by_option(self):
+        output = self.evaluate("garbage\n", "-d", "--no-result", "critical")
+        self.assertRegex(output, r"^COMPLIANCE CRITICAL - .*bad-answer.*\nstatus 2\n$")
+
+    def test_invalid_value_of_compliance_query_is_UNKNOWN(self):
+        output = self.evaluate("", "-d", "--flags", "nonsense")
+        self.assertRegex(output, r"^COMPLIANCE UNKNOWN - .*nonsense.*exit status 2\)\nstatus 3\n$")
+
+    def test_missing_compliance_query_is_UNKNOWN(self):
+        made = self.check("-d", "-s", "a", PATH="/nonexistent")
+        self.assertEqual((made.returncode, made.stdout),
+                         (UNKNOWN, "COMPLIANCE UNKNOWN - compliance-query is not installed\n"))
+
+    def test_timeout_ends_the_check_and_then_the_evaluation(self):
+        start = time.monotonic()
+        output = self.evaluate("progress 10\n", "-d", "-t", "3",
+                               script=JUDGE + "date +%s\nwhile pgrep -x compliance-quer >/opt/pid; "
+                                              "do sleep 0.1; done; grep -c Close /opt/says\n")
+        self.assertRegex(output,
+                         r"^COMPLIANCE UNKNOWN - no result within 3 s\nstatus 3\n\d+\n[1-9]\d*\n$")
+        self.assertLess(time.monotonic() - start, 40)
+
+    def test_SIGTERM_ends_the_evaluation(self):
+        script = SCENARIO + ('"$check" "$@" >/opt/out & sleep 2; kill $!; wait $! || echo "status $?"\n'
+                             "cat /opt/out\nwhile pgrep -x compliance-quer >/opt/pid; "
+                             "do sleep 0.1; done; grep -c Close /opt/says\n")
+        output = self.evaluate("progress 10\n", "-d", script=script)
+        self.assertRegex(output, r"^status 3\nCOMPLIANCE UNKNOWN - ended by signal 15\n[1-9]\d*\n$")
+
+
+# Runs Icinga until it has executed the check once. $1: the CheckCommand, $2: the plugin directory.
+ICINGA = """
+mkdir -m 777 /opt/state
+cat >/opt/icinga.conf <<END
+const PluginDir = "$2"
+include "$1"
+object CheckerComponent "checker" {}
+object FileLogger "log" {
+  severity = "debug"
+  path = "/opt/state/log"
+}
+object Host "host" {
+  check_command = "compliance"
+  check_interval = 1s
+  $3
+}
+END
+directories=
+for name in Data Cache Log InitRun Spool; do directories="$directories -D${name}Dir=/opt/state"; done
+icinga2 daemon -c /opt/icinga.conf $directories >/opt/out 2>&1 &
+for second in $(seq 300); do
+    ! grep -q 'terminated with exit code' /opt/state/log 2>/dev/null || break
+    sleep 0.2
+done
+cat /opt/out
+grep notice/Process /opt/state/log
+"""
+
+
+class IcingaTest(unittest.TestCase):
+    def run_check(self, variables):
+        with tempfile.TemporaryDirectory() as scratch:
+            plugin = pathlib.Path(scratch) / "check_compliance"
+            plugin.write_text("#!/bin/sh\nexit 2\n", encoding="utf-8")
+            plugin.chmod(0o755)
+            os.chmod(scratch, 0o755)
+            return on_private_machine(ICINGA, INTEGRATION / "icinga2-compliance.conf", scratch,
+                                      "\n".join(f"vars.compliance_{name} = {value}"
+                                                for name, value in variables.items()))
+
+    def test_Icinga_calls_the_plugin_with_every_option(self):
+        output = self.run_check({"strict": '"A,B"', "warning": '"1"', "critical": '"2"',
+                                 "flags": '"gather"', "wait": '"1m"', "timeout": '"90"',
+                                 "no_result": '"critical"', "url": '"http://x/"',
+                                 "document": '"D d.xml"'})
+        (line, *_) = [line for line in output.splitlines() if "Running command" in line]
+        for words in ("'--strict' 'A,B'", "'--warning' '1'", "'--critical' '2'", "'--wait' '1m'",
+                      "'--flags' 'gather'", "'--timeout' '90'", "'--no-result' 'critical'",
+                      "'http://x/' 'D d.xml'"):
+            self.assertIn(words, line)
+        self.assertIn("terminated with exit code 2", output)
+
+    def test_Icinga_calls_the_plugin_for_a_stored_result(self):
+        output = self.run_check({"strict": '"A"', "result": '"/r"', "max_age": '"1h"'})
+        self.assertRegex(output, r"'--max-age' '1h' '--result' '/r' '--strict' 'A'")
+
+    def test_Icinga_calls_the_plugin_for_the_default(self):
+        output = self.run_check({"strict": '"A"', "default": "true"})
+        self.assertRegex(output, r"'--strict' 'A' '-d'|'-d' '--strict' 'A'")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
