@@ -119,6 +119,11 @@ install(FILES ${monitoring}/icinga2-compliance.conf RENAME compliance.conf
   DESTINATION ${CMAKE_INSTALL_DATADIR}/icinga2/include/plugins-contrib.d COMPONENT monitoring)
 install_found(monitoring ${CMAKE_INSTALL_MANDIR}/man1 docs/man/check_compliance.1)
 
+# ansible: a package of its own, for the controller.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/integrations/ansible/
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/ansible/collections/ansible_collections/clientcompliance/fleet
+  COMPONENT ansible PATTERN __pycache__ EXCLUDE)
+
 # documentation
 file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
   ${PROJECT_SOURCE_DIR}/docs/[a-z]*.md)

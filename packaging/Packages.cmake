@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_VENDOR "The ClientCompliance authors")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
-set(CPACK_COMPONENTS_ALL tool library development demo monitoring documentation licence)
+set(CPACK_COMPONENTS_ALL tool library development demo monitoring ansible documentation licence)
 if(TARGET compliance-query)
   list(APPEND CPACK_COMPONENTS_ALL companions)
 endif()
@@ -21,6 +21,8 @@ set(CPACK_RPM_PACKAGE_RELEASE 1)
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5 /usr/share/man/man7
   /usr/lib64/nagios /usr/lib64/nagios/plugins
+  /usr/share/ansible /usr/share/ansible/collections
+  /usr/share/ansible/collections/ansible_collections
   /usr/share/icinga2 /usr/share/icinga2/include /usr/share/icinga2/include/plugins-contrib.d
   /usr/libexec /usr/lib64/pkgconfig /usr/lib64/cmake
   /usr/share/bash-completion /usr/share/bash-completion/completions
@@ -50,10 +52,13 @@ rpm_package(demo clientcompliance-demo "A stand-in for the endpoint agent"
   "clientcompliance-license ${same_version}")
 rpm_package(monitoring clientcompliance-monitoring "A check of compliance for monitoring systems"
   "clientcompliance-license ${same_version}, python3, python3-nagiosplugin\nRecommends: clientcompliance-companions")
+rpm_package(ansible clientcompliance-ansible "Compliance evaluations on many hosts by Ansible"
+  "clientcompliance-license ${same_version}, ansible-core >= 2.14")
 rpm_package(documentation clientcompliance-doc "Documentation of compliance evaluations"
   "clientcompliance-license ${same_version}")
 rpm_package(licence clientcompliance-license "The licence of ClientCompliance")
 set(CPACK_RPM_MONITORING_PACKAGE_ARCHITECTURE noarch)
+set(CPACK_RPM_ANSIBLE_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_DOCUMENTATION_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_LICENCE_PACKAGE_ARCHITECTURE noarch)
 include(CPack)

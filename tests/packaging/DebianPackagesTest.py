@@ -12,7 +12,8 @@ from support import BUILD, CC, SOURCE, VERSION, links_of_documents, on_private_m
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
-NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
+NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
+         "clientcompliance-demo",
          "clientcompliance-doc", "clientcompliance-monitoring",
          "libclientcompliance-dev", "libclientcompliance1"]
 CONSUMERS = SOURCE / "tests/packaging/consumers"

@@ -74,6 +74,13 @@ class InstallTest(unittest.TestCase):
         self.assertTrue((plugin.parent / place / "stored_result.py").is_file(), place)
         self.assertTrue((PREFIX / "share/icinga2/include/plugins-contrib.d/compliance.conf").is_file())
 
+    def test_has_the_whole_Ansible_collection(self):
+        collection = PREFIX / "share/ansible/collections/ansible_collections/clientcompliance/fleet"
+        source = SOURCE / "integrations/ansible"
+        self.assertEqual([name for name in files_below(source) if "__pycache__" not in name],
+                         files_below(collection))
+        self.assertIn("plugins/modules/evaluate.py", files_below(collection))
+
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
     def test_has_the_companions_with_their_schemas_and_completions(self):
         found = set(files_below(PREFIX))
@@ -154,6 +161,10 @@ class VersionTest(unittest.TestCase):
     def test_is_the_one_of_the_monitoring_plugin(self):
         self.assertEqual(self.first_version_in("integrations/monitoring/check_compliance",
                                                r'^VERSION = "(.*)"'), VERSION)
+
+    def test_is_the_one_of_the_Ansible_collection(self):
+        self.assertEqual(self.first_version_in("integrations/ansible/galaxy.yml",
+                                               r"^version: (.*)"), VERSION)
 
     def test_is_the_newest_of_both_change_logs(self):
         self.assertEqual(self.first_version_in("CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"), VERSION)

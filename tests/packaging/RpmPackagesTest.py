@@ -9,7 +9,8 @@ import unittest
 from support import SOURCE, VERSION, links_of_documents, on_private_machine, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
-NAMES = ["clientcompliance", "clientcompliance-companions", "clientcompliance-demo",
+NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
+         "clientcompliance-demo",
          "clientcompliance-doc", "clientcompliance-license", "clientcompliance-monitoring",
          "libclientcompliance-devel",
          "libclientcompliance1"]

@@ -1,0 +1,123 @@
+#!/usr/bin/python
+# SPDX-License-Identifier: MIT
+
+from __future__ import absolute_import, division, print_function
+
+__metaclass__ = type
+
+DOCUMENTATION = r"""
+---
+module: collect
+short_description: Store the compliance result of a host on the controller
+version_added: 1.0.0
+description:
+  - Runs M(clientcompliance.fleet.evaluate) on the managed host and stores the result in a directory
+    of the controller, as C(DIRECTORY/HOST/TIME.json).
+  - HOST is the name of the inventory, and TIME the end of the evaluation in UTC.
+  - The result of a failed evaluation, and one that is not fresh, is stored too. Then the module
+    fails with the reason.
+  - Rows are not returned, so that a run over many hosts needs little memory.
+options:
+  directory:
+    description:
+      - The directory on the controller. It is created if it is missing.
+    type: path
+    required: true
+  keep:
+    description:
+      - The number of results to keep for each host. Older ones are removed. 0 keeps all.
+    type: int
+    default: 31
+  url:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: str
+  document:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: str
+  default:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: bool
+    default: false
+  path:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: path
+  max_age:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: str
+    default: 26h
+  flags:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: list
+    elements: str
+    choices: [gather, all, idle, hint]
+    default: []
+  timeout:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: str
+    default: 10m
+  wait:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: str
+  good:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: list
+    elements: str
+  allow_empty:
+    description: See M(clientcompliance.fleet.evaluate).
+    type: bool
+    default: false
+attributes:
+  check_mode:
+    description: Evaluates or reads, and stores nothing.
+    support: full
+  diff_mode:
+    description: There is no difference to show.
+    support: none
+  platform:
+    description: The systems of the managed hosts.
+    platforms: linux
+    support: full
+seealso:
+  - module: clientcompliance.fleet.evaluate
+author:
+  - The ClientCompliance authors (@clientcompliance)
+"""
+
+EXAMPLES = r"""
+- name: Collect the newest stored result of each host
+  clientcompliance.fleet.collect:
+    directory: /srv/compliance
+    path: /var/lib/compliance-evaluate/nightly
+"""
+
+RETURN = r"""
+file:
+  description: The file on the controller.
+  returned: if compliance-query wrote a document
+  type: str
+  sample: /srv/compliance/web1/20260131T023104.512Z.json
+row_count:
+  description: The number of rows.
+  returned: if there is a result, fresh or not
+  type: int
+  sample: 4
+age_seconds:
+  description: The seconds since the end of the evaluation; negative for a result from the future.
+  returned: if compliance-query wrote a document
+  type: int
+  sample: 3600
+exit_status:
+  description: The exit status of compliance-query.
+  returned: if an evaluation failed
+  type: int
+  sample: 3
+failure:
+  description: The exit status as a word.
+  returned: if an evaluation failed
+  type: str
+  sample: no-agent
+explanation:
+  description: Cause and remedy, by C(compliance-query --explain).
+  returned: if an evaluation failed
+  type: str
+"""

@@ -1,0 +1,300 @@
+#!/usr/bin/python
+# SPDX-License-Identifier: MIT
+
+from __future__ import absolute_import, division, print_function
+
+__metaclass__ = type
+
+DOCUMENTATION = r"""
+---
+module: evaluate
+short_description: Evaluate a compliance document, or read a stored result
+version_added: 1.0.0
+description:
+  - Evaluates a compliance document by C(compliance-query) on the managed host, or reads a result
+    that C(compliance-query --json) has stored there.
+  - Changes nothing on the managed host, also without check mode.
+  - Fails if there is no fresh result, with the reason, and if a row has a result outside of I(good).
+options:
+  url:
+    description:
+      - The gather URL of the site. Requires I(document).
+    type: str
+  document:
+    description:
+      - The document to evaluate. Requires I(url).
+    type: str
+  default:
+    description:
+      - Evaluate what the agent evaluates by default.
+    type: bool
+    default: false
+  path:
+    description:
+      - A stored result, or a directory of stored results C(*.json) of one host and document.
+      - Of a directory the result whose evaluation ended last is read. A file that cannot be used
+        counts with its modification time.
+    type: path
+  max_age:
+    description:
+      - With I(path), an older result is not fresh, such as C(26h).
+      - A number of seconds, or a number with the unit C(s), C(m) or C(h).
+      - A result from the future is not fresh either. Clocks may differ by one minute.
+    type: str
+    default: 26h
+  flags:
+    description:
+      - How to evaluate.
+    type: list
+    elements: str
+    choices: [gather, all, idle, hint]
+    default: []
+  timeout:
+    description:
+      - Give up if the evaluation is not finished by then. See C(--timeout) of compliance-query(1).
+    type: str
+    default: 10m
+  wait:
+    description:
+      - Try again during this time if another evaluation runs or the agent is not available right
+        now. See C(--wait) of compliance-query(1).
+    type: str
+  good:
+    description:
+      - The good results. The module fails if a row has another result.
+      - They are compared byte by byte. Without this option every result is accepted.
+    type: list
+    elements: str
+  allow_empty:
+    description:
+      - Accept a result without rows.
+    type: bool
+    default: false
+requirements:
+  - compliance-query on the managed host, except with I(path)
+  - Python 3.6 on the managed host
+attributes:
+  check_mode:
+    description: Evaluates or reads in check mode too, because neither changes the host.
+    support: full
+  diff_mode:
+    description: There is no difference to show.
+    support: none
+  platform:
+    description: The systems that the module runs on.
+    platforms: linux
+    support: full
+seealso:
+  - module: clientcompliance.fleet.collect
+author:
+  - The ClientCompliance authors (@clientcompliance)
+"""
+
+EXAMPLES = r"""
+- name: Evaluate a document, and fail unless every row is good
+  clientcompliance.fleet.evaluate:
+    url: http://example.com:52311/cgi-bin/qzgather.exe/actionsite
+    document: Baseline.xml
+    flags: [gather]
+    good: [Compliant, Not Applicable]
+
+- name: Read the newest result that the nightly evaluation has stored
+  clientcompliance.fleet.evaluate:
+    path: /var/lib/compliance-evaluate/nightly
+    max_age: 26h
+  register: nightly
+
+- name: Show the rows that are not compliant
+  ansible.builtin.debug:
+    msg: "{{ nightly.rows | rejectattr('result', 'equalto', 'Compliant') | map(attribute='designator') }}"
+"""
+
+RETURN = r"""
+rows:
+  description: The rows of the result.
+  returned: if there is a result, fresh or not
+  type: list
+  elements: dict
+  contains:
+    designator:
+      description: The designator of the row.
+      type: str
+    result:
+      description: The result of the row.
+      type: str
+    resultType:
+      description: The type of the result.
+      type: str
+    evaluationTime:
+      description: The duration of the evaluation of the row, as the agent wrote it.
+      type: str
+    description:
+      description: The description of the row.
+      type: str
+    comment:
+      description: The comment of the row.
+      type: str
+  sample: [{designator: a, result: Compliant, resultType: "", evaluationTime: "15", description: "",
+            comment: ""}]
+row_count:
+  description: The number of rows.
+  returned: if there is a result, fresh or not
+  type: int
+  sample: 1
+bad_rows:
+  description: The rows with a result outside of I(good).
+  returned: if there is a fresh result, with I(good)
+  type: list
+  elements: dict
+provenance:
+  description:
+    - Where, when and how the result was made, such as C(host), C(url), C(document), C(start),
+      C(end), C(durationSeconds) and C(results), the number of rows with each result.
+  returned: if compliance-query wrote a document
+  type: dict
+  sample: {host: web1, end: "2026-01-31T02:31:04.512+00:00", results: {Compliant: 1}}
+head:
+  description: The other members of the document of compliance-query, for the module collect.
+  returned: if compliance-query wrote a document
+  type: dict
+  sample: {schemaVersion: 1, outcome: finished, rowCount: 1}
+source:
+  description: The file of the stored result.
+  returned: with I(path), if there is a result
+  type: str
+age_seconds:
+  description: The seconds since the end of the evaluation; negative for a result from the future.
+  returned: if compliance-query wrote a document
+  type: int
+  sample: 3600
+exit_status:
+  description: The exit status of compliance-query.
+  returned: if an evaluation failed
+  type: int
+  sample: 3
+failure:
+  description: The exit status as a word.
+  returned: if an evaluation failed
+  type: str
+  sample: no-agent
+explanation:
+  description: Cause and remedy, by C(compliance-query --explain).
+  returned: if compliance-query failed
+  type: str
+  sample: |-
+    3 (no-agent): the agent is not installed, not running or not configured
+    Cause: The agent's program, its directories or its process are missing.
+    Remedy: Install or start the agent; compliance-doctor shows what is missing.
+"""
+
+from ansible.module_utils.basic import AnsibleModule
+from ansible_collections.clientcompliance.fleet.plugins.module_utils import stored_result
+
+ARGUMENTS = {
+    "url": {"type": "str"},
+    "document": {"type": "str"},
+    "default": {"type": "bool", "default": False},
+    "path": {"type": "path"},
+    "max_age": {"type": "str", "default": "26h"},
+    "flags": {"type": "list", "elements": "str", "default": [],
+              "choices": ["gather", "all", "idle", "hint"]},
+    "timeout": {"type": "str", "default": "10m"},
+    "wait": {"type": "str"},
+    "good": {"type": "list", "elements": "str"},
+    "allow_empty": {"type": "bool", "default": False},
+}
+MAX_NAMED_ROWS = 3
+
+
+def query_command(parameters):
+    command = ["compliance-query", "--json", "--quiet", "--timeout", parameters["timeout"]]
+    command += ["--flags", ",".join(parameters["flags"])] if parameters["flags"] else []
+    command += ["--wait", parameters["wait"]] if parameters["wait"] else []
+    if parameters["default"]:
+        return command + ["-d"]
+    return command + ["--", parameters["url"], parameters["document"]]
+
+
+def last_line(messages):
+    lines = [line for line in messages.decode("utf-8", "replace").splitlines() if line.strip()]
+    return lines[-1] if lines else "compliance-query wrote no message"
+
+
+def explain(module, status):
+    failed, text, _ = module.run_command(["compliance-query", "--explain", str(status)])
+    return {} if failed else {"explanation": text.strip()}
+
+
+def evaluate(module):
+    """The document of a new evaluation. Fails the module if compliance-query wrote none."""
+    if module.get_bin_path("compliance-query") is None:
+        module.fail_json(msg="compliance-query is not installed; the package is "
+                             "clientcompliance-companions")
+    status, output, messages = module.run_command(query_command(module.params), encoding=None)
+    if not output:
+        module.fail_json(msg="{0} (exit status {1})".format(last_line(messages), status),
+                         exit_status=status, **explain(module, status))
+    return stored_result.parse_document(output)
+
+
+def members(document):
+    """The document as return values."""
+    head = {name: value for name, value in document.items() if name not in ("provenance", "rows")}
+    found = {"head": head, "provenance": document["provenance"],
+             "age_seconds": int(stored_result.age_seconds(document))}
+    if document["outcome"] == "finished":
+        found.update(rows=document["rows"], row_count=len(document["rows"]))
+    else:
+        found.update(exit_status=document["exitStatus"], failure=document["failure"])
+    return found
+
+
+def check_rows(module, document, found):
+    good = module.params["good"]
+    if not document["rows"] and not module.params["allow_empty"]:
+        module.fail_json(msg="the result has no rows", **found)
+    if good is None:
+        return
+    bad = found["bad_rows"] = stored_result.bad_rows(document, good)
+    if bad:
+        named = ", ".join("'{0}' is '{1}'".format(row["designator"], row["result"])
+                          for row in bad[:MAX_NAMED_ROWS])
+        more = ", ..." if len(bad) > MAX_NAMED_ROWS else ""
+        module.fail_json(msg="{0} of {1} rows have a result outside of good: {2}{3}".format(
+            len(bad), len(document["rows"]), named, more), **found)
+
+
+def run(module, max_age):
+    found = {}
+    try:
+        if module.params["path"] is not None:
+            path, document = stored_result.newest_result(module.params["path"])
+            found["source"] = path
+        else:
+            document, max_age = evaluate(module), None
+        found.update(members(document))
+        stored_result.check_fresh(document, max_age)
+    except stored_result.ResultError as error:
+        if "exit_status" in found and "source" not in found:
+            found.update(explain(module, found["exit_status"]))
+        module.fail_json(msg=str(error), **found)
+    check_rows(module, document, found)
+    module.exit_json(changed=False, **found)
+
+
+def main():
+    module = AnsibleModule(ARGUMENTS, supports_check_mode=True,
+                           required_together=[("url", "document")])
+    ways = [module.params["url"] is not None, module.params["default"],
+            module.params["path"] is not None]
+    if ways.count(True) != 1:
+        module.fail_json(msg="expected one of: url and document; default: true; path")
+    try:
+        max_age = stored_result.parse_seconds(module.params["max_age"])
+    except ValueError as error:
+        module.fail_json(msg="max_age: {0}".format(error))
+    run(module, max_age)
+
+
+if __name__ == "__main__":
+    main()

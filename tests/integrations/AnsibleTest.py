@@ -1,0 +1,330 @@
+#!/usr/bin/python3
+"""The Ansible collection, by the real Ansible over SSH to a fleet of sandboxes."""
+
+import json
+import os
+import pathlib
+import re
+import resource
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
+from fleet import Fleet, write_stored_fleet  # noqa: E402
+from results import failed, finished, row, write  # noqa: E402
+from support import SOURCE  # noqa: E402
+
+COLLECTION = "clientcompliance.fleet"
+GOOD = 'row "one" "Compliant" "" "" "" ""\n'
+BAD = 'row "two" "Not Compliant" "" "" "" ""\n'
+MARK = "/opt/templated"
+TEMPLATE = "{{ lookup('pipe', 'touch " + MARK + "') }}"
+SCENARIOS = {
+    "web1": GOOD + GOOD + "finish\n",
+    "web2": GOOD + BAD + "finish\n",
+    "web3": f'row "{TEMPLATE}" "{{{{ 7 * 7 }}}}" "" "" "" ""\nfinish\n',
+    "web4": 'row "caf\\xE9" "caf\\xE9" "" "" "" ""\nfinish\n',
+    "web5": "progress 50\n" + GOOD + "finish\n",
+    "broken": "garbage\n",
+    "hung": "open silence\nprogress 1\n",
+    "missing": None,
+}
+REASONS = {
+    "broken": r"the agent's answer can't be read .*\(bad-answer, exit status 6\)",
+    "hung": r"the agent did not take the request in time .*\(time-out, exit status 5\)",
+    "missing": r"the agent is not installed.*\(no-agent, exit status 3\)",
+}
+EVALUATE = ["-e", "fleet_url=http://example.com/", "-e", "fleet_document=Baseline.xml"]
+# The report half of the playbook needs programs that a build may not have yet.
+PROGRAMS = [name for name in ("compliance-report", "compliance-diff")
+            if (pathlib.Path(os.environ["CC_QUERY"]).parent / name).exists()]
+HAS_REPORT = len(PROGRAMS) == 2
+
+
+class AnsibleTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.scratch = pathlib.Path(scratch.name)
+        build = cls.run_program("ansible-galaxy", "collection", "build", SOURCE / "integrations/ansible",
+                                "--output-path", cls.scratch)
+        assert build.returncode == 0, build.stderr
+        (archive,) = cls.scratch.glob("*.tar.gz")
+        install = cls.run_program("ansible-galaxy", "collection", "install", archive, "--offline",
+                                  "-p", cls.scratch / "collections")
+        assert install.returncode == 0, install.stderr
+
+    @classmethod
+    def run_program(cls, *command, timeout=280, **environment):
+        path = f"{pathlib.Path(os.environ['CC_QUERY']).parent}:{os.environ['PATH']}"
+        return subprocess.run(
+            list(map(str, command)), stdin=subprocess.DEVNULL, capture_output=True, text=True,
+            timeout=timeout, cwd=cls.scratch,
+            env={"PATH": path, "HOME": str(cls.scratch), "LC_ALL": "C.UTF-8",
+                 "ANSIBLE_COLLECTIONS_PATH": str(cls.scratch / "collections"),
+                 "ANSIBLE_SSH_ARGS": "-o ControlMaster=no", "ANSIBLE_FORKS": "9",
+                 "ANSIBLE_NOCOWS": "1", "ANSIBLE_PIPELINING": "1", "ANSIBLE_LOCALHOST_WARNING": "False", **environment})
+
+
+class FleetTest(AnsibleTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.fleet = Fleet(cls.scratch, SCENARIOS)
+        cls.addClassCleanup(cls.fleet.stop)
+
+    def call(self, hosts, module, arguments, *more):
+        """The return values of the module by host."""
+        made = self.run_program("ansible", "-o", "-i", self.scratch / "hosts", hosts, "-m",
+                                f"{COLLECTION}.{module}" if "." not in module else module,
+                                "-a", arguments, *more)
+        found = re.findall(r"(?m)^(\w+) \| [A-Z!]+:? *=> (\{.*\})$", made.stdout)
+        self.assertTrue(found, made.stdout + made.stderr)
+        return {host: json.loads(text) for host, text in found}
+
+    def report(self, directory, *more):
+        tags = [] if HAS_REPORT else ["--tags", "collect"]
+        return self.run_program("ansible-playbook", "-i", self.scratch / "hosts",
+                                f"{COLLECTION}.report", "-e", f"fleet_directory={directory}",
+                                "-e", '{"fleet_good": ["Compliant"]}', *tags, *more)
+
+    def is_templated(self, host):
+        return self.call(host, "ansible.builtin.stat", f"path={MARK}")[host]["stat"]["exists"] or \
+            os.path.exists(MARK)
+
+    def remove_request(self):
+        """The hung agent leaves its request, which would refuse the next evaluation."""
+        self.call("hung", "ansible.builtin.file",
+                  "path=/var/opt/VeskaClient/RequestDir/request.xml state=absent")
+
+    def store(self, host, document):
+        file = write(self.scratch / "stored.json", document)
+        self.call(host, "ansible.builtin.copy", f"src={file} dest=/opt/stored.json")
+
+    def test_report_names_the_hosts_without_a_result_and_their_reasons(self):
+        self.remove_request()
+        made = self.report(self.scratch / "fleet", *EVALUATE)
+        self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
+        message = made.stdout[made.stdout.index("TASK [Name the hosts"):].replace("\\n", "\n")
+        self.assertIn("4 of 9 hosts have no fresh result", message)
+        for host, reason in REASONS.items():
+            self.assertRegex(message, rf"(?m)^{host}: the evaluation failed: {reason}")
+        self.assertRegex(message, r"(?m)^gone: .*Connection refused")
+        self.assertNotIn("web", message.split("PLAY RECAP")[0])
+
+        stored = {path.parent.name: json.loads(path.read_text(encoding="utf-8"))
+                  for path in (self.scratch / "fleet/results").glob("*/*.json")}
+        self.assertEqual(set(stored), set(SCENARIOS))
+        for host, document in stored.items():
+            self.assertEqual(document["provenance"]["host"], host)
+            self.assertEqual(document["outcome"], "failed" if host in REASONS else "finished")
+        self.assertEqual(stored["web4"]["rows"][0]["resultBase64"], "Y2Fm6Q==")
+        self.assertEqual((self.scratch / "fleet/hosts").read_text().split(),
+                         sorted([*SCENARIOS, "gone"]))
+        self.assertFalse(self.is_templated("web3"))
+
+    @unittest.skipUnless(HAS_REPORT, "compliance-report and compliance-diff are not built")
+    def test_report_is_rendered_with_every_expected_host(self):
+        self.report(self.scratch / "rendered", *EVALUATE)
+        page = (self.scratch / "rendered/report.html").read_text(encoding="utf-8")
+        for host in [*SCENARIOS, "gone"]:
+            self.assertIn(host, page)
+        self.assertTrue((self.scratch / "rendered/regressions.txt").is_file())
+
+    def test_hosts_with_results_let_the_run_succeed(self):
+        made = self.report(self.scratch / "some", *EVALUATE, "-e", "fleet_hosts=web1,web3")
+        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+        self.assertFalse(self.is_templated("web3"))
+
+    def test_evaluate_returns_rows_and_provenance_and_changes_nothing(self):
+        found = self.call("web1,web3,web5", "evaluate", "default=true", "--check")
+        for host, values in found.items():
+            self.assertFalse(values["changed"])
+            self.assertEqual(values["provenance"]["host"], host)
+            self.assertEqual(values["row_count"], len(values["rows"]))
+        self.assertEqual([one["designator"] for one in found["web1"]["rows"]], ["one", "one"])
+        self.assertEqual(found["web3"]["rows"][0]["designator"], TEMPLATE)
+
+    def test_evaluate_gives_reason_and_explanation_of_each_failure(self):
+        self.remove_request()
+        found = self.call("broken,hung,missing", "evaluate", "default=true")
+        for host, status, word in (("broken", 6, "bad-answer"), ("hung", 5, "time-out"),
+                                   ("missing", 3, "no-agent")):
+            values = found[host]
+            self.assertRegex(values["msg"], REASONS[host])
+            self.assertEqual((values["exit_status"], values["failure"]), (status, word))
+            self.assertRegex(values["explanation"],
+                             rf"^{status} \({word}\): .*\nCause: .*\nRemedy: .*")
+
+    def test_evaluate_fails_on_results_outside_of_the_list(self):
+        found = self.call("web1,web2", "evaluate", '{"default": true, "good": ["Compliant"]}')
+        self.assertNotIn("failed", found["web1"])
+        self.assertEqual(found["web2"]["msg"], "1 of 2 rows have a result outside of good: "
+                                               "'two' is 'Not Compliant'")
+        self.assertEqual([one["designator"] for one in found["web2"]["bad_rows"]], ["two"])
+        self.assertEqual(found["web2"]["row_count"], 2)
+
+    def test_evaluate_refuses_wrong_options(self):
+        for arguments, reason in (("", "expected one of"), ("default=true path=/x", "expected one of"),
+                                  ("url=x", "document"), ("path=/x max_age=1d", "max_age: '1d'"),
+                                  ("default=true timeout=x", "--timeout"),
+                                  ("default=true flags=x", "flags")):
+            with self.subTest(arguments=arguments):
+                self.assertIn(reason, self.call("web1", "evaluate", arguments)["web1"]["msg"])
+
+    def test_evaluate_reads_a_stored_result_that_is_fresh(self):
+        self.store("web1", finished([row("Compliant")], host="web1", age=3600))
+        values = self.call("web1", "evaluate", "path=/opt/stored.json")["web1"]
+        self.assertEqual((values["source"], values["row_count"]), ("/opt/stored.json", 1))
+        self.assertLessEqual(3600, values["age_seconds"])
+        values = self.call("web1", "evaluate", "path=/opt/stored.json max_age=59m")["web1"]
+        self.assertRegex(values["msg"], "the result is 60 m old, more than 59 m")
+        self.assertEqual(values["row_count"], 1)
+
+    def test_evaluate_fails_without_a_fresh_stored_result(self):
+        for document, reason in ((failed(), "not running"), (finished([]), "no rows"),
+                                 (finished([row("x")], fresh=False), "before the request"),
+                                 (finished([row("x")], age=-900), "from the future")):
+            self.store("web1", document)
+            with self.subTest(reason=reason):
+                self.assertIn(reason, self.call("web1", "evaluate", "path=/opt/stored.json")["web1"]["msg"])
+        values = self.call("web1", "evaluate", "path=/opt/none")["web1"]
+        self.assertEqual(values["msg"], "/opt/none: No such file or directory")
+
+    def test_messages_of_hosts_are_not_templated(self):
+        document = failed(host="web1")
+        document["message"] = TEMPLATE
+        self.store("web1", document)
+        made = self.report(self.scratch / "hostile", "-e", "fleet_hosts=web1",
+                           "-e", "fleet_path=/opt/stored.json")
+        self.assertEqual(made.returncode, 2)
+        self.assertEqual(made.stdout.count("touch " + MARK), 2, made.stdout)
+        self.assertFalse(self.is_templated("web1"))
+
+    def test_role_writes_the_configuration_and_enables_the_timer(self):
+        systemctl = write(self.scratch / "systemctl.json", {}).with_name("systemctl")
+        systemctl.write_text(SYSTEMCTL, encoding="utf-8")
+        self.call("web1", "ansible.builtin.copy",
+                  f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
+        play = self.scratch / "role.yml"
+        play.write_text(ROLE, encoding="utf-8")
+        check = {} if has_check_config() else {"agent_compliance_check": False}
+        command = ["ansible-playbook", "-i", self.scratch / "hosts", play, "-e", json.dumps(check)]
+        made = self.run_program(*command)
+        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+        again = self.run_program(*command)
+        self.assertRegex(again.stdout, r"web1 +: ok=\d+ +changed=0 ")
+        text = self.run_program(
+            "ansible", "-i", self.scratch / "hosts", "web1", "-m", "ansible.builtin.command",
+            "-a", "cat /etc/clientcompliance/nightly.conf /run/systemctl.log").stdout
+        for line in ("URL=http://example.com/a b", "DOCUMENT=R&D baseline.xml", "FLAGS=gather,idle",
+                     "GOOD=Compliant,Not Applicable", "KEEP=7",
+                     "enable compliance-evaluate@nightly.timer",
+                     "start compliance-evaluate@nightly.timer"):
+            self.assertIn(line, text.splitlines())
+        self.assertFalse(os.path.exists("/etc/clientcompliance/nightly.conf"), "not in the sandbox")
+
+
+# Keeps the state of units in /run, and logs what changes it.
+SYSTEMCTL = r"""#!/bin/sh
+state() { [ -e "/run/unit.$1" ]; }
+for name; do :; done
+case " $* " in
+*" show "*) echo "LoadState=loaded"; state start && echo ActiveState=active || echo ActiveState=inactive ;;
+*" is-enabled "*) state enable && echo enabled || { echo disabled; exit 1; } ;;
+*" enable "* | *" start "*) echo "$1 $name" >>/run/systemctl.log; : >"/run/unit.$1" ;;
+esac
+"""
+
+ROLE = f"""
+- hosts: web1
+  gather_facts: false
+  roles:
+    - role: {COLLECTION}.agent_compliance
+      agent_compliance_packages: []
+      agent_compliance_instances:
+        - name: nightly
+          url: http://example.com/a b
+          document: R&D baseline.xml
+          flags: [gather, idle]
+          good: [Compliant, Not Applicable]
+          keep: 7
+"""
+
+
+def has_check_config():
+    text = subprocess.run([os.environ["CC_QUERY"], "--help"], capture_output=True, text=True).stdout
+    return "--check-config" in text
+
+
+class DocumentationTest(AnsibleTest):
+    def documented(self, name, kind="module"):
+        made = self.run_program("ansible-doc", "-j", "-t", kind, f"{COLLECTION}.{name}")
+        self.assertEqual((made.returncode, made.stderr), (0, ""))
+        return json.loads(made.stdout)[f"{COLLECTION}.{name}"]
+
+    def test_every_option_is_documented_with_its_default(self):
+        sys.path.insert(0, str(self.scratch / "collections"))
+        from ansible_collections.clientcompliance.fleet.plugins.modules import evaluate
+        options = self.documented("evaluate")["doc"]["options"]
+        self.assertEqual(set(options), set(evaluate.ARGUMENTS))
+        for name, option in options.items():
+            self.assertTrue(option["description"])
+            for fact in ("type", "default", "elements", "choices"):
+                self.assertEqual(option.get(fact), evaluate.ARGUMENTS[name].get(fact), (name, fact))
+
+    def test_collect_takes_the_options_of_evaluate(self):
+        evaluate = self.documented("evaluate")["doc"]["options"]
+        collect = self.documented("collect")["doc"]["options"]
+        self.assertEqual(set(collect) - set(evaluate), {"directory", "keep"})
+        for name, option in evaluate.items():
+            for fact in ("type", "default", "elements", "choices"):
+                self.assertEqual(option.get(fact), collect[name].get(fact), (name, fact))
+
+    def test_examples_and_return_values_are_documented(self):
+        for name in ("evaluate", "collect"):
+            page = self.documented(name)
+            self.assertIn(f"{COLLECTION}.{name}:", page["examples"])
+            for value in page["return"].values():
+                self.assertTrue(value["description"] and value["returned"] and value["type"])
+
+    def test_role_options_are_documented(self):
+        page = self.documented("agent_compliance", "role")
+        defaults = (SOURCE / "integrations/ansible/roles/agent_compliance/defaults/main.yml").read_text()
+        self.assertEqual(set(page["entry_points"]["main"]["options"]),
+                         set(re.findall(r"(?m)^(\w+):", defaults)))
+
+
+class LargeFleetTest(AnsibleTest):
+    """Stored results of CC_FLEET_HOSTS hosts, reached without SSH."""
+
+    def test_results_of_every_host_are_collected_once_and_pruned(self):
+        hosts = int(os.environ.get("CC_FLEET_HOSTS", "12"))
+        write_stored_fleet(self.scratch / "stored", hosts)
+        command = ["ansible-playbook", "-i", self.scratch / "stored/hosts", f"{COLLECTION}.report",
+                   "-e", f"fleet_directory={self.scratch}/fleet", "-e", "fleet_keep=1",
+                   "-e", '{"fleet_good": ["Compliant"]}']
+        start = time.monotonic()
+        made = self.run_program(*command, *([] if HAS_REPORT else ["--tags", "collect"]),
+                                timeout=7200, ANSIBLE_FORKS="8")
+        self.assertEqual(made.returncode, 0, made.stdout[-3000:] + made.stderr)
+        print(f"{hosts} hosts: {time.monotonic() - start:.0f} s, largest process "
+              f"{resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024} MiB", file=sys.stderr)
+        collected = sorted((self.scratch / "fleet/results").glob("*/*.json"))
+        self.assertEqual([path.parent.name for path in collected],
+                         [f"host{number:05}" for number in range(hosts)])
+        for path in collected[:10]:
+            newest = json.loads((self.scratch / "stored" / path.parent.name / "night1.json").read_text())
+            self.assertEqual(json.loads(path.read_text()), newest)
+
+
+if __name__ == "__main__":
+    for program in ("ansible-playbook", "ssh", "/usr/sbin/sshd", "ssh-keygen"):
+        if shutil.which(program) is None:
+            sys.exit(f"AnsibleTest.py: {program} is missing; scripts/setup consumers installs it")
+    unittest.main(verbosity=2)
