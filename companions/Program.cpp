@@ -1,24 +1,67 @@
 #include "companions/Program.h"
 
+#include <array>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <new>
 
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include "companions/Arguments.h"
 #include "companions/Output.h"
 #include "compliance/StandardDescriptors.h"
 
-int RunMain(Program const& program, std::function<int()> const& run) {
-    OpenClosedStandardDescriptors(O_RDONLY);
+namespace {
+
+iovec Part(std::string_view text) { return {const_cast<char*>(text.data()), text.size()}; }
+
+// WriteMessage would allocate memory.
+void ReportExhaustedMemory(std::string_view program) {
+    std::array const parts = {Part(program), Part(": out of memory\n")};
+    [[maybe_unused]] ssize_t const written =
+        writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
+}
+
+Program const* running = nullptr;
+
+// For std::bad_alloc out of a destructor: that of a JSON value allocates memory. After any other
+// exception the process aborts, as it does by default.
+void EndAfterException() {
+    try {
+        std::rethrow_exception(std::current_exception());
+    } catch (std::bad_alloc const&) {
+        ReportExhaustedMemory(running->name);
+        std::exit(running->failureStatus);
+    }
+}
+
+int RunAndReport(Program const& program, std::function<int()> const& run) {
     try {
         return run();
+    } catch (std::bad_alloc const&) {
+        throw;
     } catch (CommandLineError const& error) {
         WriteMessage(program.name, error.what());
         return program.usageStatus;
     } catch (std::exception const& error) {
         WriteMessage(program.name, error.what());
+        return program.failureStatus;
+    }
+}
+
+} // namespace
+
+int RunMain(Program const& program, std::function<int()> const& run) {
+    OpenClosedStandardDescriptors(O_RDONLY);
+    running = &program;
+    std::set_terminate(EndAfterException);
+    try {
+        return RunAndReport(program, run);
+    } catch (std::bad_alloc const&) {
+        ReportExhaustedMemory(program.name);
         return program.failureStatus;
     }
 }

@@ -15,7 +15,8 @@ struct Program {
 };
 
 // Opens the closed standard descriptors (StandardDescriptors.h) and returns the exit status that
-// `run` returns. Writes a message for a std::exception that `run` throws.
+// `run` returns. Writes a message for a std::exception that `run` throws; that for std::bad_alloc
+// takes no memory.
 int RunMain(Program const& program, std::function<int()> const& run);
 
 // Flushes the output. Returns false, with a message that names the content, if not all of it could

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -28,6 +29,27 @@ TEST(ProgramTest, ReportsAnyOtherException) {
     testing::internal::CaptureStderr();
     EXPECT_EQ(7, RunMain(program, []() -> int { throw std::runtime_error("no memory\a"); }));
     EXPECT_EQ("some-program: no memory\\x07\n", testing::internal::GetCapturedStderr());
+}
+
+TEST(ProgramTest, ReportsExhaustedMemory) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(7, RunMain(program, []() -> int { throw std::bad_alloc(); }));
+    EXPECT_EQ("some-program: out of memory\n", testing::internal::GetCapturedStderr());
+}
+
+struct AllocatesAtItsEnd {
+    ~AllocatesAtItsEnd() { Allocate(); }
+    static void Allocate() { throw std::bad_alloc(); }
+};
+
+TEST(ProgramTest, ReportsMemoryExhaustedInADestructor) {
+    OtherProcess other([] {
+        RunMain(program, [] {
+            AllocatesAtItsEnd const object;
+            return 0;
+        });
+    });
+    EXPECT_EQ(ExitStatus::Exited(7), other.Wait());
 }
 
 TEST(ProgramTest, WritesTextToStandardOutput) {

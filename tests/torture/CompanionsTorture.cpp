@@ -1,6 +1,7 @@
 // compliance-query, compliance-doctor and the stand-in agent, killed at each of their system calls,
-// and with each call failing. A result file is the old or the new one, whole; a response is whole
-// or absent; the lock is free; no other file changes.
+// and with each call failing; the first two also with each of their allocations failing. A result
+// file is the old or the new one, whole; a response is whole or absent; the lock is free; no other
+// file changes.
 #include <map>
 #include <set>
 #include <utility>
@@ -32,6 +33,8 @@ bool IsNewResult(std::string const& bytes) {
 struct Subject {
     char const* name;
     std::vector<std::string> command;
+    // The same program, linked dynamically; null if there is none.
+    char const* dynamicProgram;
     // Called on a machine of its own; `run` runs the command.
     std::function<KilledRun(std::function<KilledRun()> const& run)> tryOnce;
 };
@@ -141,9 +144,10 @@ KilledRun TryStandIn(std::function<KilledRun()> const& run) {
 }
 
 std::vector<Subject> const subjects = {
-    {"Query", QueryCommand({"--json", "--output", resultFile, "url", "doc"}), TryQuery},
-    {"Doctor", {CC_DOCTOR_PROGRAM, "--json"}, TryDoctor},
-    {"StandIn", {PrivateMachine::agentProgram, scenarioFile}, TryStandIn},
+    {"Query", QueryCommand({"--json", "--output", resultFile, "url", "doc"}), CC_DYNAMIC_QUERY,
+     TryQuery},
+    {"Doctor", {CC_DOCTOR_PROGRAM, "--json"}, CC_DYNAMIC_DOCTOR, TryDoctor},
+    {"StandIn", {PrivateMachine::agentProgram, scenarioFile}, nullptr, TryStandIn},
 };
 
 std::vector<int> ErrorsOfCall(std::string const& name) {
@@ -256,11 +260,71 @@ TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); 
 TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
 TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
 TEST_P(FullCompanions, SurviveEveryFault) { FailCalls(GetParam(), 1); }
-
 constexpr auto nameOf = [](auto const& test) {
     return test.param.name;
 };
 INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), nameOf);
 INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), nameOf);
+
+#ifdef CC_FAILING_MALLOC_LIBRARY
+
+constexpr char allocationFailed[] = "failed";
+
+// Returns whether the program made as many allocations.
+std::string FailAllocation(Subject const& subject, std::string const& which) {
+    constexpr char failureMark[] = "/opt/failed";
+    SCOPED_TRACE("allocation " + which);
+    std::vector<std::string> command = subject.command;
+    command[0] = subject.dynamicProgram;
+    KilledRun const result = subject.tryOnce([&] {
+        ProgramResult const run =
+            RunProgram(command, {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY,
+                                                  "CC_FAILING_MALLOC=" + which}}});
+        return KilledRun{{}, false, run.status, run.output, run.errors};
+    });
+    EXPECT_EQ(0, result.status.signal) << result.errors;
+    EXPECT_TRUE(result.status == ExitStatus::Exited(0) || result.output + result.errors != "");
+    return fs::exists(failureMark) ? allocationFailed : "none failed";
+}
+
+// Every step-th allocation fails, alone or with all that follow.
+void FailAllocations(Subject const& subject, std::size_t step, std::string const& suffix) {
+    std::size_t cells = 0;
+    for (bool isLast = false; !isLast && !testing::Test::HasFailure();) {
+        std::vector<std::size_t> numbers;
+        for (std::size_t i = 0; i < atOnce; ++i)
+            numbers.push_back(1 + (cells + i) * step);
+        auto const words = RunAtOnce("allocation", numbers, [&](std::size_t number) {
+            return FailAllocation(subject, std::to_string(number) + suffix);
+        });
+        auto const failed = std::ranges::count(words, allocationFailed);
+        isLast = failed < static_cast<long>(atOnce);
+        cells += static_cast<std::size_t>(failed);
+    }
+    EXPECT_LT(0u, cells);
+    CountCells(cells);
+}
+
+class QuickCompanionAllocations : public testing::TestWithParam<Subject> {};
+class FullCompanionAllocations : public testing::TestWithParam<Subject> {};
+
+TEST_P(QuickCompanionAllocations, SomeFailOnce) { FailAllocations(GetParam(), 11, ""); }
+TEST_P(QuickCompanionAllocations, SomeFailFromThenOn) { FailAllocations(GetParam(), 11, "+"); }
+TEST_P(FullCompanionAllocations, EachFailsOnce) { FailAllocations(GetParam(), 1, ""); }
+TEST_P(FullCompanionAllocations, EachFailsFromThenOn) { FailAllocations(GetParam(), 1, "+"); }
+
+std::vector<Subject> DynamicSubjects() {
+    std::vector<Subject> dynamic = subjects;
+    std::erase_if(dynamic,
+                  [](Subject const& subject) { return subject.dynamicProgram == nullptr; });
+    return dynamic;
+}
+
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
+                         nameOf);
+
+#endif
 
 } // namespace
