@@ -26,7 +26,7 @@ ExceptionPL::ExceptionPL(ExceptionPL const& other) : DebuggableException(other) 
 
 ExceptionPL& ExceptionPL::operator=(ExceptionPL const& other) {
     if (this != &other) {
-        delete[] message; // GCOVR_EXCL_BR_LINE: never null
+        delete[] message;
         message = nullptr;
         Construct(CountedText(other.message));
     }

@@ -96,6 +96,7 @@ public:
         __m128i const eights = _mm_set_epi64x(static_cast<long long>(value % Detail::tenTo8),
                                               static_cast<long long>(value / Detail::tenTo8));
 
+        // GCOVR_EXCL_BR_START: the calls never throw
         // x * 3518437209 >> 45 is x / 10,000 for 32 bits.
         __m128i quotients = _mm_srli_epi64(_mm_mul_epu32(eights, lanes32(3518437209)), 45);
         __m128i rests = _mm_sub_epi32(eights, _mm_mul_epu32(quotients, lanes32(10000)));
@@ -110,6 +111,7 @@ public:
         quotients = _mm_mulhi_epu16(twos, lanes16(6554));
         rests = _mm_sub_epi16(twos, _mm_mullo_epi16(quotients, lanes16(10)));
         digits = _mm_or_si128(quotients, _mm_slli_epi16(rests, 8));
+        // GCOVR_EXCL_BR_STOP
     }
 
     // The first eight, as a word of values.

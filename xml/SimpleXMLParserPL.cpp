@@ -249,7 +249,6 @@ char const* SimpleXMLParserPL::EndOfSectionOpening(char const* from, char const*
 }
 
 void SimpleXMLParserPL::OpenSection() {
-    elementName.clear();
     previousCharacter = 0;
     earlierCharacter = 0;
     TransitionFrom(InElementName, InCData);

@@ -65,7 +65,7 @@ public:
 
     // NUL-terminated; owned by the location, until it is changed. The bytes end at the first NUL.
     char const* Text() const { return text; }
-    ConstData Bytes() const { return ConstData(text); }
+    ConstData Bytes() const { return ConstData(text); } // GCOVR_EXCL_BR_LINE: no throw
     bool IsEmpty() const { return *text == '\0'; }
 
     // The same bytes as Bytes. See files/EncodedNames.h.

@@ -146,16 +146,20 @@ TEST(ExceptionPLTest, FailedAllocationInAConstructorPassesThrough) {
 
 // Deliberate: the old text is released first, so nothing is left to show. Nothing is freed twice.
 TEST(ExceptionPLTest, FailedAssignmentLeavesNoText) {
-    ExceptionPL error("old");
     ExceptionPL const source("new");
-    {
+    ExceptionPL error("old");
+    auto const failToAssign = [&] {
         FailingAllocation const failing(1);
         EXPECT_THROW(error = source, std::bad_alloc);
-    }
+    };
+    failToAssign();
     EXPECT_EQ(nullptr, error.what());
     EXPECT_STREQ("", ExceptionPL(error).what());
     error = source;
     EXPECT_STREQ("new", error.what());
+    // The destructor accepts an object without text, too.
+    failToAssign();
+    EXPECT_EQ(nullptr, error.what());
 }
 
 } // namespace

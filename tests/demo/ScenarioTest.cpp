@@ -65,6 +65,10 @@ TEST(ScenarioTest, RowsBelongToTheNextFinish) {
 TEST(ScenarioTest, EscapesGiveAnyByte) {
     Scenario const scenario = Parse("row \"\\xe9\\xFF\\n\\r\\t\\\\\" 2 3 4 5 6\nfinish\n");
     EXPECT_EQ("\xE9\xFF\n\r\t\\", scenario.progress[0].response[0].designator);
+    EXPECT_EQ("\x01\x9A\xAF\xFA\x10", Parse("row \"\\x01\\x9a\\xAF\\xfA\\x10\" 2 3 4 5 6\nfinish\n")
+                                          .progress[0]
+                                          .response[0]
+                                          .designator);
 }
 
 TEST(ScenarioTest, DelayAsFirstStatementHoldsForOpen) {
@@ -114,7 +118,6 @@ TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
         {"row 1 2 3 4 5 6\"", "file:1: a quote inside a word without quotes"},
         {"row 1 2 3 4 5 \"\\q\"",
          "file:1: an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"},
-        {"row 1 2 3 4 5 \"\\xg0\"", "file:1: \\x wants two hexadecimal digits"},
         {"row 1 2 3 4 5 \"\\x00\"", "file:1: \\x00 can't be carried: texts end at a zero byte"},
         {"row 1 2 3 4 5 \"\\x1", "file:1: the closing quote is missing"},
         {"finish\nrow 1 2 3 4 5 6\n", "file:2: rows without a 'finish' behind them"},
@@ -123,6 +126,11 @@ TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
     };
     for (Case const& one : cases)
         EXPECT_EQ(one.mistake, MistakeIn(one.text)) << one.text;
+    // The neighbours of the hexadecimal digits, as the first digit and as the second one.
+    for (char const* const digits : {"/0", ":0", "@0", "G0", "`0", "g0", "0/", "0:", "0g"})
+        EXPECT_EQ("file:1: \\x wants two hexadecimal digits",
+                  MistakeIn(std::string("row 1 2 3 4 5 \"\\x") + digits + '"'))
+            << digits;
     EXPECT_EQ("file:2: a zero byte", MistakeIn(std::string("finish\nprogress \0 1", 19)));
 }
 

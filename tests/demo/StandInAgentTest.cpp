@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -45,11 +46,21 @@ public:
             std::make_unique<OtherProgram>(std::vector<std::string>{agentProgram, scenarioFile});
         EXPECT_TRUE(Says("VeskaClient: ready\n"));
     }
+    // An agent whose test does not stop it must still be able to.
+    ~StandIn() {
+        if (program->IsRunning()) {
+            EXPECT_EQ(ExitStatus::Exited(0), Stop().status);
+        }
+    }
+    StandIn(StandIn const&) = delete;
+    StandIn& operator=(StandIn const&) = delete;
 
     // Whether the text comes, or is there.
     bool Says(std::string const& text) {
-        return Await([&] { return program->Output().find(text) != std::string::npos; });
+        return Await([&] { return Output().find(text) != std::string::npos; });
     }
+
+    std::string Output() const { return program->Output(); }
 
     ProgramResult Stop(int signal = SIGTERM) {
         program->Kill(signal);
@@ -149,6 +160,17 @@ SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
         ProgramResult const result = RunStandIn(arguments);
         EXPECT_EQ(ExitStatus::Exited(2), result.status);
         EXPECT_EQ(usage, result.errors);
+    }
+}
+
+TEST(StandInAgentTest, FailsIfInformationCannotBeWritten) {
+    for (char const* const option : {"--help", "--version"}) {
+        auto const writeToFullDisk = [] {
+            return dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO) >= 0;
+        };
+        ProgramResult const result =
+            RunProgram({VESKA_CLIENT, option}, {.prepare = writeToFullDisk});
+        EXPECT_EQ(ExitStatus::Exited(1), result.status) << option;
     }
 }
 
@@ -335,6 +357,27 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace
     EXPECT_EQ(ProgressAnswerOf(3, 0, 7), AnswerTo("Progress"));
 }
 
+// The last digit of the time, and its seconds.
+SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsANewOne) {
+    StandIn agent("silence\nsilence\nprogress 7\n");
+    std::string const leftAlone = "VeskaClient: left alone\n";
+    Publish(RequestOf("Progress"));
+    EXPECT_TRUE(agent.Says(leftAlone));
+    struct stat stats {};
+    EXPECT_EQ(0, stat(requestFile, &stats));
+    timespec times[2] = {stats.st_atim, stats.st_mtim};
+    times[1].tv_nsec ^= 1;
+    EXPECT_EQ(0, utimensat(AT_FDCWD, requestFile, times, 0));
+    EXPECT_TRUE(Await([&] {
+        std::string const output = agent.Output();
+        return output.find(leftAlone) != output.rfind(leftAlone);
+    }));
+    --times[1].tv_sec;
+    EXPECT_EQ(0, utimensat(AT_FDCWD, requestFile, times, 0));
+    EXPECT_TRUE(IsTaken());
+    EXPECT_EQ(ProgressAnswerOf(3, 0, 7), ReadWholeFile(responseFile));
+}
+
 SANDBOX_TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
     StandIn agent("progress 1\ndelay 700\nprogress 2\n");
     AnswerTo("Progress");
@@ -368,6 +411,14 @@ SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
     EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
     std::string const output = agent.Stop().output;
     EXPECT_EQ(output.find("no request\n"), output.rfind("no request\n"));
+}
+
+SANDBOX_TEST(StandInAgentTest, GarbageThatCannotBeWrittenLeavesTheRequest) {
+    StandIn agent("open garbage\nfinish\n");
+    std::filesystem::remove(responseDirectory);
+    Publish(RequestOf("Open"));
+    EXPECT_TRUE(agent.Says(responseTemporary));
+    EXPECT_TRUE(Exists(requestFile));
 }
 
 SANDBOX_TEST(StandInAgentTest, AnswerThatCannotBeWrittenIsToldAndTheRequestStays) {

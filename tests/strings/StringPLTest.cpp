@@ -91,6 +91,7 @@ TEST(StringPLTest, SetStringLengthChangesOnlyTheLength) {
     EXPECT_EQ(3, string.GetLength());
     EXPECT_STREQ("hello", string); // Deliberate: no NUL is written.
     EXPECT_EQ(-1, string.Find("lo", 0));
+    EXPECT_EQ(1, string.Find("el", 0));
     EXPECT_EQ(-1, string.FindNoCase("LO", 0));
     EXPECT_EQ(-1, string.Find('o', 0));
     EXPECT_EQ(2, string.ReverseFind('l', 0));
