@@ -10,8 +10,9 @@
 
 namespace Simd {
 
-// Transcodes what is available and has room, except for the last few units, up to an ill-formed
-// sequence or to 16 units of equal value in both encodings. Exists for each pair of different
+// Transcodes 16 bytes of the source at a time, up to an ill-formed sequence or to 16 units of equal
+// value in both encodings. Each time needs room for 28 bytes if the source is UTF-16 and the target
+// UTF-8, for 16 units if either is UTF-8, and otherwise for 8 units. Exists for each pair of different
 // units. The target attribute stands at the first declaration; otherwise GCC does not inline into
 // the definition. REQUIRES: Uses(Level::ssse3).
 template <class To, class From>

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "simd/Cpu.h"
+#include "simd/UtfMixed.h"
 #include "simd/UtfSequences.h"
 
 namespace {
@@ -65,5 +67,41 @@ TEST(UtfTest, ReadsOneSequenceOrReportsItIncomplete) {
               Simd::UtfSequences<unsigned short>::Read(utf16, 1).form);
     EXPECT_EQ(0x1F600u, Simd::UtfSequences<unsigned short>::Read(utf16, 2).value);
 }
+
+#if SIMD_X86
+
+// A step takes 16 bytes of the source. It stores whole vectors, so it needs more room than its
+// result may have. The text is one step.
+template <class To, class From>
+void ExpectStepWithRoom(std::basic_string<From> const& text, int room, int written) {
+    ASSERT_EQ(16u, text.size() * sizeof(From));
+    std::basic_string<To> target(64, 0);
+    auto const transcode = [&](std::size_t available, int units) {
+        return Simd::TranscodeMixed(text.data(), static_cast<std::ptrdiff_t>(available),
+                                    target.data(), units);
+    };
+    EXPECT_EQ(text.size(), transcode(text.size(), room).read);
+    EXPECT_EQ(written, transcode(text.size(), room).written);
+    EXPECT_EQ(0, transcode(text.size(), room - 1).read);
+    EXPECT_EQ(0, transcode(text.size() - 1, room).read);
+}
+
+TEST(UtfTest, MixedSequencesNeedRoomForWholeVectors) {
+    if (Simd::BestLevel() < Simd::Level::ssse3)
+        GTEST_SKIP() << "the processor has no SSSE3";
+    Utf8 utf8{'a'};
+    for (int i = 0; i < 5; ++i)
+        utf8 += Utf8{0xE2, 0x82, 0xAC};
+    Utf16 const utf16(8, 0x20AC);
+    Utf32 const utf32(4, 0x1F600);
+    ExpectStepWithRoom<unsigned short>(utf8, 16, 6);
+    ExpectStepWithRoom<unsigned int>(utf8, 16, 6);
+    ExpectStepWithRoom<unsigned char>(utf16, 28, 24);
+    ExpectStepWithRoom<unsigned int>(utf16, 8, 8);
+    ExpectStepWithRoom<unsigned char>(utf32, 16, 16);
+    ExpectStepWithRoom<unsigned short>(utf32, 8, 8);
+}
+
+#endif
 
 } // namespace
