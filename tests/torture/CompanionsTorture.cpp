@@ -183,17 +183,20 @@ std::vector<std::string> RecordCalls(Subject const& subject) {
     return calls;
 }
 
-// The C library ends a program for which there is no memory at its very start, before main.
 bool IsOfTheStart(std::string const& call) {
     return call == "brk" || call == "mmap" || call.starts_with("call");
 }
 
+// Without the calls that are made first, and without brk until the relocated data is protected: the
+// C library ends or crashes a program for which there is no memory before main.
 std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
     std::vector<Fault> faults;
     auto const first = std::ranges::find_if_not(calls, IsOfTheStart);
-    for (auto i = static_cast<std::size_t>(first - calls.begin()); i < calls.size(); ++i)
-        for (int const error : ErrorsOfCall(calls[i]))
-            faults.emplace_back(i + 1, error);
+    auto const isProtected = std::ranges::find(calls, "mprotect");
+    for (auto call = first; call != calls.end(); ++call)
+        if (*call != "brk" || call > isProtected)
+            for (int const error : ErrorsOfCall(*call))
+                faults.emplace_back(call - calls.begin() + 1, error);
     return faults;
 }
 
