@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "companions/QueryValues.h"
 #include "companions/TableRows.h"
 
 enum class RowFormat { table, tsv, json, ndjson };
-enum class ProgressStyle { automatic, bar, lines, none };
 
 struct QueryCommandLine {
     enum Action { evaluate, showHelp, showVersion, explain };
