@@ -34,16 +34,32 @@ TEST(ParseDigitsTest, RejectsNumbersThatDoNotFit) {
     EXPECT_EQ(std::nullopt, Parsed<16>("10000000000000000"));
 }
 
-TEST(ParseDigitsTest, RejectsTextsThatAreNoNumber) {
-    for (char const* const text : {"", "x", "1 ", "12345678901234567:", "-1"})
-        EXPECT_EQ(std::nullopt, Parsed<10>(text)) << text;
-    for (char const* const text : {"", "g", "1234567@", "12345678901234g"})
-        EXPECT_EQ(std::nullopt, Parsed<16>(text)) << text;
+// 0...01 is a number, and none with another byte at any place.
+template <unsigned base>
+void ExpectOnlyDigits(std::string const& otherBytes) {
+    EXPECT_EQ(std::nullopt, Parsed<base>(""));
+    for (std::size_t length = 1; length <= 24; ++length) {
+        std::string text(length, '0');
+        text.back() = '1';
+        EXPECT_EQ(1, Parsed<base>(text)) << length;
+        for (std::size_t place = 0; place < length; ++place)
+            for (char const other : otherBytes) {
+                std::string changed = text;
+                changed[place] = other;
+                EXPECT_EQ(std::nullopt, Parsed<base>(changed)) << changed;
+            }
+    }
+}
+
+TEST(ParseDigitsTest, RejectsOtherBytesThanDigits) {
+    ExpectOnlyDigits<10>(std::string("/:-+ a\xB0\0", 8));
+    ExpectOnlyDigits<16>(std::string("/:@G`g-+ x\xB0\0", 12));
 }
 
 TEST(ParseDigitsTest, RejectsMoreThan24Digits) {
     EXPECT_EQ(1, Parsed<10>(std::string(23, '0') + '1'));
     EXPECT_EQ(std::nullopt, Parsed<10>(std::string(24, '0') + '1'));
+    EXPECT_EQ(std::nullopt, Parsed<16>(std::string(24, '0') + '1'));
 }
 
 } // namespace
