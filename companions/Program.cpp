@@ -32,7 +32,7 @@ Program const* running = nullptr;
 void EndAfterException() {
     try {
         std::rethrow_exception(std::current_exception());
-    } catch (std::bad_alloc const&) {
+    } catch (std::bad_alloc const&) { // GCOVR_EXCL_BR_LINE: after any other, it aborts
         ReportExhaustedMemory(running->name);
         std::exit(running->failureStatus);
     }
@@ -46,7 +46,7 @@ int RunAndReport(Program const& program, std::function<int()> const& run) {
     } catch (CommandLineError const& error) {
         WriteMessage(program.name, error.what());
         return program.usageStatus;
-    } catch (std::exception const& error) {
+    } catch (std::exception const& error) { // GCOVR_EXCL_BR_LINE: there is no other
         WriteMessage(program.name, error.what());
         return program.failureStatus;
     }
@@ -60,7 +60,7 @@ int RunMain(Program const& program, std::function<int()> const& run) {
     std::set_terminate(EndAfterException);
     try {
         return RunAndReport(program, run);
-    } catch (std::bad_alloc const&) {
+    } catch (std::bad_alloc const&) { // GCOVR_EXCL_BR_LINE: there is no other
         ReportExhaustedMemory(program.name);
         return program.failureStatus;
     }

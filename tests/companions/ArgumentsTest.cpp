@@ -172,6 +172,19 @@ TEST(ArgumentsTest, RefusesLongNameWithOneDash) {
     EXPECT_EQ("accepted", RefusalOfSimilar("-outputs"));
 }
 
+TEST(ArgumentsTest, SuggestsNothingForLongWordsOrWithoutRules) {
+    std::string const longWord = "--" + std::string(31, 'l');
+    EXPECT_EQ(std::string::npos, Refusal({longWord}).find("did you mean"));
+    std::array<char const*, 2> const texts = {"program", "--list"};
+    try {
+        Arguments({}, {}, 2, texts.data());
+        FAIL();
+    } catch (CommandLineError const& error) {
+        EXPECT_STREQ("'--list' is no option of this program; --help shows those accepted",
+                     error.what());
+    }
+}
+
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
     std::array<char const*, 2> const texts = {"program", "one"};
     try {

@@ -50,6 +50,14 @@ TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
     });
 }
 
+TEST(DoctorLockTest, HolderThatHasEndedHasNoName) {
+    OtherProcess ended([] {});
+    ended.Wait();
+    Finding const finding = CheckLock({LockState::held, ended.pid()});
+    EXPECT_EQ("the lock is held by process " + std::to_string(ended.pid()), finding.message);
+    EXPECT_EQ("lock-held", finding.cause);
+}
+
 TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
     PrivateMachine::Run([] {
         CreateAgentDirectories();

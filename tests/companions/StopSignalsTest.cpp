@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <functional>
+#include <string>
 #include <utility>
 
 #include <fcntl.h>
@@ -12,12 +13,17 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "companions/Output.h"
 #include "tests/support/OtherProcess.h"
 
 namespace {
 
 // Raised at the begin of the next ppoll, before it waits.
 int signalBeforeWait = 0;
+// The next ppoll with a descriptor says at once that it is ready.
+bool isFalselyReady = false;
+// Called in the next ppoll without a descriptor.
+std::function<void()> duringPause;
 
 } // namespace
 
@@ -26,6 +32,10 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, timespec const* limit,
                      sigset_t const* mask) {
     if (signalBeforeWait != 0)
         raise(std::exchange(signalBeforeWait, 0));
+    if (count == 0 && duringPause)
+        std::exchange(duringPause, nullptr)();
+    if (count != 0 && std::exchange(isFalselyReady, false))
+        return 1;
     timespec rest = limit == nullptr ? timespec() : *limit;
     return static_cast<int>(syscall(SYS_ppoll, descriptors, count,
                                     limit == nullptr ? nullptr : &rest, mask, _NSIG / 8));
@@ -114,6 +124,14 @@ public:
 
     int end() const { return ends[1]; }
 
+    // Reads all that it holds.
+    std::string Read() const {
+        std::string text;
+        for (char byte; read(ends[0], &byte, 1) == 1;)
+            text += byte;
+        return text;
+    }
+
 private:
     int ends[2]{};
 };
@@ -125,6 +143,23 @@ TEST(StopSignalsTest, StopJustBeforeTheWaitForAReaderEndsIt) {
         EXPECT_FALSE(AwaitWritable(full.end()));
         EXPECT_EQ(SIGHUP, StopSignal());
         EXPECT_FALSE(AwaitWritable(full.end()));
+    });
+}
+
+// Another process may have filled the pipe since. There is a pause before the write is repeated.
+TEST(StopSignalsTest, OutputIsWrittenAfterAFalseReadiness) {
+    ExpectToEnd([] {
+        FullPipe const full;
+        Output output(full.end());
+        isFalselyReady = true;
+        duringPause = [&] {
+            full.Read();
+        };
+        output.Write("text");
+        output.Flush();
+        EXPECT_EQ(0, output.Error());
+        EXPECT_EQ("text", full.Read());
+        EXPECT_EQ(nullptr, duringPause) << "there was a pause";
     });
 }
 
