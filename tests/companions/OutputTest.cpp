@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <string>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -253,6 +255,25 @@ TEST(OutputTest, FileThatExceedsTheSizeLimitIsAnError) {
         EXPECT_EQ(EFBIG, output.Error());
         EXPECT_EQ(std::string(100, 'x'), screen.ReadFile());
     });
+}
+
+TEST(OutputTest, WidthIsThatOfTheEnvironmentOrTheTerminal) {
+    constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
+    Terminal const screen;
+    Output const output(screen.otherEnd());
+    auto const widthWith = [&](char const* columns, unsigned short width) {
+        winsize const size{24, width, 0, 0};
+        EXPECT_EQ(0, ioctl(screen.otherEnd(), TIOCSWINSZ, &size));
+        EnvironmentVariable const variable("COLUMNS", columns);
+        return output.Width();
+    };
+    EXPECT_EQ(1u, widthWith("", 1));
+    EXPECT_EQ(none, widthWith("", 0));
+    EXPECT_EQ(7u, widthWith("7", 80));
+    for (char const* const columns : {"0", "7x", "x", "-1"})
+        EXPECT_EQ(80u, widthWith(columns, 80)) << columns;
+    EnvironmentVariable const variable("COLUMNS", "");
+    EXPECT_EQ(none, Output(screen.file()).Width());
 }
 
 } // namespace
