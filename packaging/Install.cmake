@@ -117,6 +117,7 @@ install(PROGRAMS ${CMAKE_CURRENT_BINARY_DIR}/check_compliance
 install(FILES ${stored_result} DESTINATION ${python} COMPONENT monitoring)
 install(FILES ${monitoring}/icinga2-compliance.conf RENAME compliance.conf
   DESTINATION ${CMAKE_INSTALL_DATADIR}/icinga2/include/plugins-contrib.d COMPONENT monitoring)
+install_completions(monitoring check_compliance)
 install_found(monitoring ${CMAKE_INSTALL_MANDIR}/man1 docs/man/check_compliance.1)
 
 # ansible: a package of its own, for the controller.

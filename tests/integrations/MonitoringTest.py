@@ -4,6 +4,7 @@
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -212,6 +213,44 @@ class CommandLineTest(CheckTest):
         made = self.check("-h")
         self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
         self.assertTrue(made.stdout.startswith("usage: check_compliance"))
+
+
+COMPLETE = """
+source "$1" && shift
+COMP_WORDS=(check_compliance "$@") COMP_CWORD=$#
+_check_compliance
+[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' "${COMPREPLY[@]}"
+"""
+
+
+class CompletionsTest(CheckTest):
+    def long_options(self):
+        """The options that the help describes, without the short form of one that has both."""
+        lines = self.check("-h").stdout.splitlines()
+        found = re.findall(r"(?m)^  (?:-\w(?: [A-Z]+)?, )?(--?[a-z-]+)", "\n".join(lines))
+        self.assertGreater(len(found), 10)
+        return set(found)
+
+    def offered(self, *words):
+        script = SOURCE / "completions/bash/check_compliance"
+        made = subprocess.run(["bash", "-c", COMPLETE, "bash", script, *words], capture_output=True,
+                              text=True, timeout=60)
+        self.assertEqual((made.returncode, made.stderr), (0, ""))
+        return set(made.stdout.split())
+
+    def test_bash_offers_every_option_of_the_help_once(self):
+        self.assertEqual(self.offered("-"), self.long_options())
+        self.assertEqual(self.offered("-d", "-s", "x", "-"),
+                         self.long_options() - {"-d", "--strict"})
+        self.assertEqual(self.offered("--no-result", ""), {"unknown", "critical"})
+        self.assertEqual(self.offered("-w", ""), set())
+
+    def test_zsh_and_fish_know_every_option_of_the_help(self):
+        zsh = (SOURCE / "completions/zsh/_check_compliance").read_text(encoding="utf-8")
+        fish = (SOURCE / "completions/fish/check_compliance.fish").read_text(encoding="utf-8")
+        self.assertEqual(set(re.findall(r"--[a-z-]+", zsh)) | {"-d"}, self.long_options())
+        self.assertEqual({"--" + name for name in re.findall(r" -l ([a-z-]+)", fish)} | {"-d"},
+                         self.long_options())
 
 
 SCENARIO = """

@@ -72,6 +72,7 @@ class InstallTest(unittest.TestCase):
         self.assertTrue(os.access(plugin, os.X_OK))
         (place,) = re.findall(r'"(\.\./.*)"', plugin.read_text(encoding="utf-8"))
         self.assertTrue((plugin.parent / place / "stored_result.py").is_file(), place)
+        self.assertTrue((PREFIX / "share/bash-completion/completions/check_compliance").is_file())
         self.assertTrue((PREFIX / "share/icinga2/include/plugins-contrib.d/compliance.conf").is_file())
 
     def test_has_the_whole_Ansible_collection(self):
