@@ -12,7 +12,6 @@
 #include "tests/support/PrivateMachine.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
 
 namespace {
 
@@ -45,14 +44,11 @@ AgentScript EndWith(std::string const& state, std::string const& error) {
     return Script({ProgressAnswer(state, error)});
 }
 
-void CopyTool(std::string const& program, std::string const& name) {
-    fs::create_directories("/opt/tools");
-    fs::copy_file(program, "/opt/tools/" + name, fs::copy_options::overwrite_existing);
-}
-
 // The tool stands on the PATH under its own name, whichever build is tested.
 ProgramOptions WithTool() {
-    CopyTool(CC_TOOL_PROGRAM, "ClientCompliance");
+    fs::create_directories("/opt/tools");
+    fs::copy_file(CC_TOOL_PROGRAM, "/opt/tools/ClientCompliance",
+                  fs::copy_options::overwrite_existing);
     return {.environment = {{"PATH=/opt/tools:/usr/bin:/bin", "LC_ALL=C.UTF-8"}}};
 }
 
@@ -218,94 +214,5 @@ TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
         "\nevaluate.sh: no results: the tool did not end by itself (status 127)\n"))
         << result.errors;
 }
-
-#ifdef EXAMPLE_QUERY
-
-struct CheckCase {
-    char const* name;
-    AgentScript script;
-    Arguments goodResults;
-    int status;
-    std::string output;
-};
-
-void PrintTo(CheckCase const& check, std::ostream* out) { *out << check.name; }
-
-class CheckExampleTest : public testing::TestWithParam<CheckCase> {};
-
-ProgramResult RunCheck(Arguments const& goodResults = {}) {
-    CopyTool(EXAMPLE_QUERY, "compliance-query");
-    Arguments command{EXAMPLES_DIRECTORY "/check_compliance", "url", "doc"};
-    command.insert(command.end(), goodResults.begin(), goodResults.end());
-    return RunProgram(command, {.environment = {{"PATH=/opt/tools:/usr/bin:/bin", "CHECK_WAIT=1",
-                                                 "CHECK_SECONDS=6"}}});
-}
-
-TEST_P(CheckExampleTest, PrintsAndExits) {
-    CheckCase const& check = GetParam();
-    PrivateMachine::RunWithDirectories([&] {
-        ScriptedAgent const agent(check.script);
-        Expect(check.status, "COMPLIANCE " + check.output + "\n", "", RunCheck(check.goodResults));
-    });
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ExamplesTest, CheckExampleTest,
-    testing::Values(
-        CheckCase{"AllResultsGood", Finish(good + good), {}, 0, "OK - 2 rows | rows=2"},
-        CheckCase{"OtherRowsNamed",
-                  Finish(good + bad),
-                  {},
-                  2,
-                  "CRITICAL - 1 of 2 rows have a result that --strict does not list: "
-                  "'b-002/caf\\xe9' ('Not Compliant') | rows=2"},
-        CheckCase{"GoodResultsOfTheCommandLine",
-                  Finish(bad),
-                  {"Compliant", "Not Compliant"},
-                  0,
-                  "OK - 1 rows | rows=1"},
-        CheckCase{"NoRows", Finish(""), {}, 3, "UNKNOWN - no rows to judge"},
-        CheckCase{
-            "ErrorOfTheAgent", EndWith("2", "5"), {}, 3, "UNKNOWN - the agent reports the error 5"},
-        CheckCase{"TooLong",
-                  Script({ProgressAnswer("3"), ProgressAnswer("3"), ProgressAnswer("3")}),
-                  {},
-                  3,
-                  "UNKNOWN - not finished within the time of --timeout"}),
-    [](auto const& test) { return std::string(test.param.name); });
-
-// The agent is asked twice.
-SANDBOX_TEST(ExamplesTest, CheckWarnsWhileTheAgentIsNotAvailable) {
-    AgentScript script = EndWith("2", "-22");
-    ScriptedAgent const agent(
-        script.Answer(OpenAnswer()).Answer(ProgressAnswer("2", "-22")).Answer(CloseAnswer()));
-    Expect(1, "COMPLIANCE WARNING - the agent is not available right now (error -22)\n", "",
-           RunCheck());
-}
-
-SANDBOX_TEST(ExamplesTest, CheckWarnsWhileAnotherEvaluationRuns) {
-    PrivateMachine::InstallAgent();
-    ForeignLock const lock;
-    ProgramResult const result = RunCheck();
-    EXPECT_EQ(ExitStatus::Exited(1), result.status);
-    EXPECT_TRUE(result.output.starts_with(
-        "COMPLIANCE WARNING - the lock was refused: the lock is held by process "))
-        << result.output;
-}
-
-SANDBOX_TEST(ExamplesTest, CheckWarnsWhileARequestIsWaiting) {
-    ScriptedAgent const agent;
-    fs::create_directory(ScriptedAgent::request);
-    Expect(1,
-           "COMPLIANCE WARNING - a request is already waiting for the agent; compliance-doctor "
-           "shows its age (code -5)\n",
-           "", RunCheck());
-}
-
-SANDBOX_TEST(ExamplesTest, CheckKnowsNothingWithoutAnAgent) {
-    Expect(3, "COMPLIANCE UNKNOWN - the agent is not installed (code -1)\n", "", RunCheck());
-}
-
-#endif
 
 } // namespace

@@ -1,4 +1,3 @@
-#!/usr/bin/python
 # SPDX-License-Identifier: MIT
 
 from __future__ import absolute_import, division, print_function
