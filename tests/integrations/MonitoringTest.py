@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """check_compliance on stored results, with a real agent, and started by Icinga."""
 
+import datetime
 import json
 import os
 import pathlib
@@ -11,7 +12,7 @@ import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
-from results import failed, finished, row, write  # noqa: E402
+from results import failed, finished, row, time_text, write  # noqa: E402
 from support import SOURCE, VERSION, on_private_machine  # noqa: E402
 
 INTEGRATION = SOURCE / "integrations/monitoring"
@@ -98,6 +99,14 @@ class SilenceTest(CheckTest):
         self.expect_no_result("27 h old")
         self.expect(OK, "--max-age", "28h")
         self.expect_no_result("27 h old", "--max-age", "90000")
+
+    def test_age_does_not_depend_on_the_time_zone(self):
+        for minutes in (-210, 0, 570):
+            zone = datetime.timezone(datetime.timedelta(minutes=minutes))
+            document = finished(rows(1, 0))
+            document["provenance"]["end"] = time_text(7200, zone)
+            write(self.result, document)
+            self.assertRegex(self.expect(OK, "--max-age", "3h"), r"age=720\ds")
 
     def test_result_from_the_future_is_never_OK(self):
         write(self.result, finished(rows(1, 0), age=-600))

@@ -4,9 +4,9 @@ import datetime
 import json
 
 
-def time_text(age=0):
+def time_text(age=0, zone=None):
     """The time so many seconds ago, as compliance-query writes times."""
-    time = datetime.datetime.now().astimezone() - datetime.timedelta(seconds=age)
+    time = datetime.datetime.now().astimezone(zone) - datetime.timedelta(seconds=age)
     return time.isoformat(timespec="milliseconds")
 
 
