@@ -1,10 +1,10 @@
 #include "companions/JsonRows.h"
 
 #include <algorithm>
-#include <cstdint>
 
 #include <nlohmann/json.hpp>
 
+#include "companions/JsonText.h"
 #include "companions/Output.h"
 #include "companions/Rows.h"
 #include "companions/Timestamp.h"
@@ -15,14 +15,6 @@
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-// Adds the text, and its exact bytes if it is not UTF-8.
-void AddText(Json& object, std::string const& name, std::string_view text) {
-    bool const exact = IsUtf8(text);
-    object[name] = exact ? std::string(text) : MakeReadable(text);
-    if (!exact)
-        object[name + "Base64"] = EncodeBase64(text);
-}
 
 void AddTextOrNull(Json& object, std::string const& name, char const* text) {
     if (text == nullptr)
@@ -116,17 +108,6 @@ Json MakeHead(Rows const& rows, Provenance const& provenance) {
     return head;
 }
 
-constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// Appends the four characters for one to three bytes.
-void AppendGroup(std::string& text, std::string_view group) {
-    std::uint32_t bits = 0;
-    for (std::size_t index = 0; index < 3; ++index)
-        bits = bits << 8 | (index < group.size() ? static_cast<unsigned char>(group[index]) : 0U);
-    for (std::size_t index = 0; index < 4; ++index)
-        text += index <= group.size() ? alphabet[bits >> (18 - 6 * index) & 63] : '=';
-}
-
 } // namespace
 
 void WriteJson(Rows const& rows, Provenance const& provenance, Output& output) {
@@ -161,12 +142,4 @@ void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Outp
     AddText(object, "message", failure.message);
     object["provenance"] = MakeProvenance(provenance);
     output.Write(Dump(object, output) + "\n");
-}
-
-std::string EncodeBase64(std::string_view bytes) {
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (; !bytes.empty(); bytes.remove_prefix(std::min<std::size_t>(3, bytes.size())))
-        AppendGroup(text, bytes.substr(0, 3));
-    return text;
 }

@@ -40,6 +40,3 @@ void WriteNdjson(Rows const& rows, Provenance const& provenance, Output& output)
 
 // The object that is written instead if there are no rows, on one line.
 void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Output& output);
-
-// Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.
-std::string EncodeBase64(std::string_view bytes);

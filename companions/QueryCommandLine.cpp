@@ -37,52 +37,25 @@ constexpr std::array optionRules = {
 };
 constexpr std::array<char const*, 2> operandNames = {"URL", "DOC"};
 
-[[noreturn]] void RefuseValue(std::string_view option, std::string const& problem) {
-    auto const rule = std::ranges::find(optionRules, option, &OptionRule::name);
-    throw CommandLineError(std::string(option) + ": " + problem + "; accepted: " + rule->accepted);
-}
-
-template <typename Parse>
-auto ParseValue(char const* option, std::string const& value, Parse const& parse) {
-    try {
-        return parse(value);
-    } catch (ValueError const& error) {
-        RefuseValue(option, error.what());
-    }
-}
-
-// Stores the last value of the option, if there is one. An earlier one is parsed too, because a
-// wrong value is a mistake in any place.
 template <typename Parse, typename Target>
 void ReadLast(Arguments const& arguments, char const* option, Parse const& parse, Target& target) {
-    for (std::string const& value : arguments.Values(option))
-        target = ParseValue(option, value, parse);
-}
-
-// Several options of this name are combined.
-std::vector<std::string> ReadResults(Arguments const& arguments, char const* option) {
-    std::vector<std::string> results;
-    for (std::string const& list : arguments.Values(option))
-        for (std::string const& result : ParseValue(option, list, ParseResults))
-            if (std::ranges::find(results, result) == results.end())
-                results.push_back(result);
-    return results;
+    ReadLast(optionRules, arguments, option, parse, target);
 }
 
 unsigned int ReadFlags(Arguments const& arguments) {
     unsigned int flags = 0;
     for (std::string const& list : arguments.Values("--flags"))
-        flags |= ParseValue("--flags", list, ParseFlags);
+        flags |= ParseOption(optionRules, "--flags", list, ParseFlags);
     return flags;
 }
 
 std::vector<std::size_t> ReadColumns(Arguments const& arguments) {
     std::vector<std::size_t> columns;
     for (std::string const& list : arguments.Values("--columns"))
-        for (std::size_t const field : ParseValue("--columns", list, ParseFields)) {
+        for (std::size_t const field : ParseOption(optionRules, "--columns", list, ParseFields)) {
             if (std::ranges::find(columns, field) != columns.end())
-                RefuseValue("--columns",
-                            "'" + list + "' has '" + rowFieldNames[field] + "' a second time");
+                RefuseOption(optionRules, "--columns",
+                             "'" + list + "' has '" + rowFieldNames[field] + "' a second time");
             columns.push_back(field);
         }
     return columns;
@@ -93,7 +66,7 @@ TableOptions ParseTable(Arguments const& arguments) {
     if (arguments.Has("--columns"))
         table.columns = ReadColumns(arguments);
     ReadLast(arguments, "--sort", ParseField, table.sortField);
-    table.shownResults = ReadResults(arguments, "--only");
+    table.shownResults = ReadResults(optionRules, arguments, "--only");
     ReadLast(arguments, "--color", ParseColor, table.color);
     return table;
 }
@@ -149,7 +122,7 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
     result.allowStale = arguments.Has("--allow-stale");
     result.allowEmpty = arguments.Has("--allow-empty");
     result.flags = ReadFlags(arguments);
-    result.acceptedResults = ReadResults(arguments, "--strict");
+    result.acceptedResults = ReadResults(optionRules, arguments, "--strict");
     ReadLast(arguments, "--timeout", ParseDuration, result.timeout);
     ReadLast(arguments, "--wait", ParseDuration, result.wait);
     ReadLast(arguments, "--output", ParseFile, result.outputFile);

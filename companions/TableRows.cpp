@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <map>
 #include <numeric>
 #include <string_view>
 
+#include "companions/Color.h"
 #include "companions/DisplayWidth.h"
 #include "companions/Output.h"
 #include "companions/Rows.h"
@@ -22,26 +22,11 @@ constexpr Row unicodeHeadings = {"DESIGNATOR",       "RESULT",      "TYPE",
 constexpr Row asciiHeadings = {"DESIGNATOR", "RESULT",      "TYPE",
                                "TIME (us)",  "DESCRIPTION", "COMMENT"};
 
-constexpr std::string_view green = "\x1b[32m";
-constexpr std::string_view red = "\x1b[31m";
-constexpr std::string_view noColor = "\x1b[0m";
 // Neither green nor red, which judge.
 constexpr std::array<std::string_view, 4> neutralColors = {"\x1b[36m", "\x1b[33m", "\x1b[35m",
                                                            "\x1b[34m"};
 
 using Widths = std::vector<std::size_t>;
-
-bool IsSetAndNotEmpty(char const* name) {
-    char const* const value = std::getenv(name);
-    return value != nullptr && *value != '\0';
-}
-
-bool UsesColor(ColorMode mode, Output const& output) {
-    if (mode != ColorMode::automatic)
-        return mode == ColorMode::always;
-    return output.IsTerminal() && !IsSetAndNotEmpty("NO_COLOR") && IsSetAndNotEmpty("TERM") &&
-           std::string_view(std::getenv("TERM")) != "dumb";
-}
 
 // The colour of each result.
 class Colors {

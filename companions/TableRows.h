@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "companions/Color.h"
+
 class Output;
 struct Rows;
-
-enum class ColorMode { automatic, always, never };
 
 struct TableOptions {
     // Fields of a row, in the order of the columns.
@@ -18,7 +18,6 @@ struct TableOptions {
     std::optional<std::size_t> sortField = {};
     // The results of the rows that are shown; none means all rows.
     std::vector<std::string> shownResults = {};
-    // Automatic: on a terminal, unless NO_COLOR is set or TERM is "dumb".
     ColorMode color = ColorMode::automatic;
 };
 

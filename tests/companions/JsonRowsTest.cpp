@@ -202,27 +202,4 @@ TEST(JsonRowsTest, FailureHasWhatIsKnownOfIt) {
                      .contains("results"));
 }
 
-// RFC 4648, section 10.
-TEST(JsonRowsTest, EncodesTheTestVectorsOfTheBase64Standard) {
-    EXPECT_EQ("", EncodeBase64(""));
-    EXPECT_EQ("Zg==", EncodeBase64("f"));
-    EXPECT_EQ("Zm8=", EncodeBase64("fo"));
-    EXPECT_EQ("Zm9v", EncodeBase64("foo"));
-    EXPECT_EQ("Zm9vYg==", EncodeBase64("foob"));
-    EXPECT_EQ("Zm9vYmE=", EncodeBase64("fooba"));
-    EXPECT_EQ("Zm9vYmFy", EncodeBase64("foobar"));
-}
-
-TEST(JsonRowsTest, EncodesHighBytesAndTheWholeAlphabet) {
-    EXPECT_EQ("////", EncodeBase64("\xFF\xFF\xFF"));
-    EXPECT_EQ("+/+/", EncodeBase64("\xFB\xFF\xBF"));
-    EXPECT_EQ(
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/",
-        EncodeBase64(std::string_view("\x00\x10\x83\x10\x51\x87\x20\x92\x8b\x30\xd3\x8f\x41\x14"
-                                      "\x93\x51\x55\x97\x61\x96\x9b\x71\xd7\x9f\x82\x18\xa3\x92"
-                                      "\x59\xa7\xa2\x9a\xab\xb2\xdb\xaf\xc3\x1c\xb3\xd3\x5d\xb7"
-                                      "\xe3\x9e\xbb\xf3\xdf\xbf",
-                                      48)));
-}
-
 } // namespace

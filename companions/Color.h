@@ -1,0 +1,16 @@
+// Colours on a terminal.
+#pragma once
+
+#include <string_view>
+
+class Output;
+
+// Automatic: on a terminal, unless NO_COLOR is set or TERM is "dumb".
+enum class ColorMode { automatic, always, never };
+
+bool UsesColor(ColorMode mode, Output const& output);
+
+inline constexpr std::string_view green = "\x1b[32m";
+inline constexpr std::string_view yellow = "\x1b[33m";
+inline constexpr std::string_view red = "\x1b[31m";
+inline constexpr std::string_view noColor = "\x1b[0m";

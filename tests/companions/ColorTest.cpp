@@ -1,0 +1,32 @@
+#include "companions/Color.h"
+
+#include <gtest/gtest.h>
+
+#include "companions/Output.h"
+#include "tests/companions/Terminal.h"
+
+namespace {
+
+bool ColorsTerminal(ColorMode mode) {
+    Terminal const screen;
+    return UsesColor(mode, Output(screen.otherEnd()));
+}
+
+TEST(ColorTest, AutomaticIsForTerminalsThatWantIt) {
+    EnvironmentVariable const terminal("TERM", "xterm");
+    EXPECT_TRUE(ColorsTerminal(ColorMode::automatic));
+    EnvironmentVariable const emptyOne("NO_COLOR", "");
+    EXPECT_TRUE(ColorsTerminal(ColorMode::automatic));
+    EnvironmentVariable const noColor("NO_COLOR", "1");
+    EXPECT_FALSE(ColorsTerminal(ColorMode::automatic));
+    EXPECT_TRUE(ColorsTerminal(ColorMode::always));
+}
+
+TEST(ColorTest, AutomaticIsNotForDumbTerminals) {
+    EnvironmentVariable const dumb("TERM", "dumb");
+    EXPECT_FALSE(ColorsTerminal(ColorMode::automatic));
+    EXPECT_TRUE(ColorsTerminal(ColorMode::always));
+    EXPECT_FALSE(ColorsTerminal(ColorMode::never));
+}
+
+} // namespace
