@@ -1,6 +1,9 @@
 #include "companions/Timestamp.h"
 
+#include <algorithm>
 #include <array>
+#include <charconv>
+#include <utility>
 
 namespace {
 
@@ -9,7 +12,90 @@ std::string Format(char const* format, tm const& time) {
     return {text.data(), std::strftime(text.data(), text.size(), format, &time)};
 }
 
+// Removes a number of so many digits from the front of the text. Returns nothing if there is none,
+// or if it is not between the limits.
+std::optional<int> TakeNumber(std::string_view& text, std::size_t digits, int min, int max) {
+    std::string_view const number = text.substr(0, digits);
+    if (number.size() < digits || number.find_first_not_of("0123456789") != std::string_view::npos)
+        return {};
+    int value = 0;
+    std::from_chars(number.data(), number.data() + number.size(), value);
+    text.remove_prefix(digits);
+    return value < min || value > max ? std::nullopt : std::optional(value);
+}
+
+bool TakeOne(std::string_view& text, std::string_view accepted) {
+    if (text.empty() || accepted.find(text.front()) == std::string_view::npos)
+        return false;
+    text.remove_prefix(1);
+    return true;
+}
+
+// The date and the time of day as if they were UTC.
+std::optional<time_t> TakeDateTime(std::string_view& text) {
+    auto const year = TakeNumber(text, 4, 0, 9999);
+    bool separated = TakeOne(text, "-");
+    auto const month = TakeNumber(text, 2, 1, 12);
+    separated = TakeOne(text, "-") && separated;
+    auto const day = TakeNumber(text, 2, 1, 31);
+    separated = TakeOne(text, "Tt") && separated;
+    auto const hour = TakeNumber(text, 2, 0, 23);
+    separated = TakeOne(text, ":") && separated;
+    auto const minute = TakeNumber(text, 2, 0, 59);
+    separated = TakeOne(text, ":") && separated;
+    auto const second = TakeNumber(text, 2, 0, 60);
+    if (!year || !month || !day || !hour || !minute || !second || !separated)
+        return {};
+    tm parts{};
+    parts.tm_year = *year - 1900;
+    parts.tm_mon = *month - 1;
+    parts.tm_mday = *day;
+    parts.tm_hour = *hour;
+    parts.tm_min = *minute;
+    parts.tm_sec = *second;
+    time_t const time = timegm(&parts);
+    // timegm(3) turns 30 February into 1 or 2 March.
+    return parts.tm_mon == *month - 1 || *second == 60 ? std::optional(time) : std::nullopt;
+}
+
+// Nanoseconds; 0 if there is no fraction.
+std::optional<long> TakeFraction(std::string_view& text) {
+    if (!TakeOne(text, "."))
+        return 0;
+    std::size_t const length = std::min(text.find_first_not_of("0123456789"), text.size());
+    if (length == 0)
+        return {};
+    std::string digits(text.substr(0, length));
+    text.remove_prefix(length);
+    digits.resize(9, '0');
+    return std::stol(digits);
+}
+
+// Seconds east of UTC.
+std::optional<int> TakeOffset(std::string_view& text) {
+    if (TakeOne(text, "Zz"))
+        return 0;
+    bool const isWest = text.starts_with('-');
+    if (!TakeOne(text, "+-"))
+        return {};
+    auto const hours = TakeNumber(text, 2, 0, 23);
+    bool const separated = TakeOne(text, ":");
+    auto const minutes = TakeNumber(text, 2, 0, 59);
+    if (!hours || !minutes || !separated)
+        return {};
+    return (*hours * 60 + *minutes) * (isWest ? -60 : 60);
+}
+
 } // namespace
+
+std::optional<timespec> ParseTimestamp(std::string_view text) {
+    std::optional<time_t> const local = TakeDateTime(text);
+    std::optional<long> const nanoseconds = local ? TakeFraction(text) : std::nullopt;
+    std::optional<int> const offset = nanoseconds ? TakeOffset(text) : std::nullopt;
+    if (!offset || !text.empty())
+        return {};
+    return timespec{*local - *offset, *nanoseconds};
+}
 
 std::string FormatTimestamp(timespec const& time) {
     tm local{};
@@ -24,4 +110,8 @@ timespec CurrentTime() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     return now;
+}
+
+bool IsBefore(timespec const& first, timespec const& second) {
+    return std::pair(first.tv_sec, first.tv_nsec) < std::pair(second.tv_sec, second.tv_nsec);
 }

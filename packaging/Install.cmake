@@ -58,9 +58,9 @@ install_found(tool ${CMAKE_INSTALL_MANDIR}/man7 docs/man/*.7)
 
 # companions: apart from the tool, since they need the system's C++ library.
 if(TARGET compliance-query)
-  harden(compliance-query compliance-doctor)
-  install(TARGETS compliance-query compliance-doctor RUNTIME COMPONENT companions)
-  install_completions(companions compliance-query compliance-doctor)
+  harden(${companion_programs})
+  install(TARGETS ${companion_programs} RUNTIME COMPONENT companions)
+  install_completions(companions ${companion_programs})
   install_found(companions ${CMAKE_INSTALL_MANDIR}/man1 docs/man/compliance-*.1)
   install_found(companions ${CMAKE_INSTALL_DATADIR}/clientcompliance companions/schema/*.json)
 endif()

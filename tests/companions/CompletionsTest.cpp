@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "companions/DiffCommandLine.h"
 #include "companions/DoctorCommandLine.h"
 #include "companions/QueryCommandLine.h"
 #include "tests/support/OtherProcess.h"
@@ -64,6 +65,7 @@ Words With(Words words, std::string const& one) {
 TEST(CompletionsTest, BashOffersEveryOptionThatTheHelpTells) {
     EXPECT_EQ(With(OptionsIn(QueryHelp()), "-d"), Offered("compliance-query", {"-"}));
     EXPECT_EQ(OptionsIn(doctorHelp), Offered("compliance-doctor", {""}));
+    EXPECT_EQ(OptionsIn(diffHelp), Offered("compliance-diff", {"-"}));
     EXPECT_EQ((Words{"--table", "--tsv", "--timeout"}),
               Offered("compliance-query", {"url", "--t"}));
     EXPECT_EQ(Words{"--json"}, Offered("compliance-doctor", {"--j"}));
@@ -89,6 +91,9 @@ TEST(CompletionsTest, BashOffersValues) {
     EXPECT_EQ((Words{"result,resultType"}), Offered("compliance-query", {"--columns", "result,r"}));
     EXPECT_EQ((Words{"129"}), Offered("compliance-query", {"--explain", "12"}));
     EXPECT_EQ((Words{"README.md"}), Offered("compliance-query", {"-o", "READ"}));
+    EXPECT_EQ((Words{"README.md"}), Offered("compliance-diff", {"--json", "READ"}));
+    EXPECT_EQ((Words{"always", "auto"}), Offered("compliance-diff", {"--color", "=", "a"}));
+    EXPECT_EQ(Words(), Offered("compliance-diff", {"--regressions", "READ"}));
 }
 
 TEST(CompletionsTest, BashOffersNoOptionTwice) {
@@ -121,6 +126,7 @@ TEST(CompletionsTest, BashOffersScenariosToTheStandInAgent) {
 // Their words are declared and can be read off the file: "--name", or "-l name".
 TEST(CompletionsTest, OtherShellsHaveTheSameOptions) {
     for (auto const& [command, help] : {std::pair{"compliance-query", QueryHelp()},
+                                        std::pair{"compliance-diff", std::string(diffHelp)},
                                         std::pair{"compliance-doctor", std::string(doctorHelp)}}) {
         EXPECT_EQ(OptionsIn(help), OptionsIn(ReadText(root + "/zsh/_" + command)));
         EXPECT_EQ(OptionsIn(help),
@@ -139,7 +145,7 @@ void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
         ++files;
     }
-    EXPECT_EQ(4, files);
+    EXPECT_EQ(5, files);
 }
 
 TEST(CompletionsTest, BashReadsThem) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }

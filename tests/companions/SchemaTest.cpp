@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "companions/Diff.h"
 #include "companions/Doctor.h"
 #include "companions/DoctorReport.h"
 #include "companions/JsonRows.h"
@@ -22,6 +23,7 @@ using Json = nlohmann::json;
 constexpr char query[] = CC_SCHEMAS "/compliance-query.schema.json";
 // The documents must stay valid for readers of the first version.
 constexpr char firstVersion[] = CC_TEST_DATA "/compliance-query.schema.1.json";
+constexpr char diff[] = CC_SCHEMAS "/compliance-diff.schema.json";
 constexpr char doctor[] = CC_SCHEMAS "/compliance-doctor.schema.json";
 
 class SchemaTest : public testing::Test {
@@ -158,6 +160,41 @@ TEST_F(SchemaTest, SchemaOfTheDoctorRefusesWhatIsNone) {
     document["checks"][0]["verdict"] = "note";
     document["checks"][0].erase("cause");
     ExpectInvalid(document, doctor);
+}
+
+// A row of each kind, with texts that are not UTF-8; the new result has no provenance.
+std::string DiffDocument(std::vector<std::string> const& goodResults) {
+    DiffSide before{"old\xFF"};
+    before.result.provenance.emplace();
+    before.result.provenance->host = "\xFF";
+    before.rows = {{"a", "Pass", "", "", "", "\xFF"}, {"b", "Pass"}, {"b", "Pass"}};
+    DiffSide after{"new"};
+    after.rows = {{"a", "Fail", "", "", "", "\xFF"}, {"\xFF", "Pass"}};
+    Difference const difference = CompareRows(before.rows, after.rows);
+    return OutputOf(
+        [&](Output& output) { WriteDiffJson(difference, before, after, goodResults, output); });
+}
+
+TEST_F(SchemaTest, DifferencesOfResults) {
+    ExpectValid(DiffDocument({}), diff);
+    ExpectValid(DiffDocument({"Pass"}), diff);
+}
+
+TEST_F(SchemaTest, SchemaOfADifferenceRefusesWhatIsNone) {
+    Json const valid = Json::parse(DiffDocument({}));
+    for (auto const& member : valid.items()) {
+        Json document = valid;
+        document.erase(member.key());
+        ExpectInvalid(document, diff);
+    }
+    for (auto const& [pointer, value] :
+         {std::pair{"/schemaVersion", Json(2)}, std::pair{"/removed/0/comment", Json(1)},
+          std::pair{"/changed/0/fields", Json::array()}, std::pair{"/old/provenance", Json(1)},
+          std::pair{"/regressions", Json("Pass")}}) {
+        Json document = valid;
+        document[Json::json_pointer(pointer)] = value;
+        ExpectInvalid(document, diff);
+    }
 }
 
 } // namespace

@@ -25,4 +25,40 @@ TEST(TimestampTest, FormatsTimesBefore1970) {
     EXPECT_EQ("1969-12-31T23:59:59.500+00:00", FormatIn("UTC0", {-1, 500'000'000}));
 }
 
+TEST(TimestampTest, ReadsWhatItFormats) {
+    for (char const* const zone : {"UTC0", "CET-1", "NST3:30"})
+        for (time_t const second : {time_t{-1}, time_t{0}, morning, time_t{4102444800}}) {
+            timespec const time{second, 125'000'000};
+            std::optional<timespec> const read = ParseTimestamp(FormatIn(zone, time));
+            ASSERT_TRUE(read);
+            EXPECT_EQ(time.tv_sec, read->tv_sec);
+            EXPECT_EQ(time.tv_nsec, read->tv_nsec);
+        }
+}
+
+TEST(TimestampTest, ReadsOtherFormsOfTheStandard) {
+    EXPECT_EQ(morning, ParseTimestamp("2026-03-01T08:30:00Z")->tv_sec);
+    EXPECT_EQ(morning, ParseTimestamp("2026-03-01t08:30:00z")->tv_sec);
+    EXPECT_EQ(123'456'789, ParseTimestamp("2026-03-01T08:30:00.1234567899Z")->tv_nsec);
+    EXPECT_TRUE(ParseTimestamp("2016-12-31T23:59:60Z"));
+    EXPECT_TRUE(ParseTimestamp("2024-02-29T00:00:00Z"));
+}
+
+TEST(TimestampTest, RefusesTextsThatAreNoTime) {
+    for (char const* const text :
+         {"", "2026-03-01", "2026-03-01T08:30:00", "2026-03-01 08:30:00Z", "2026-3-1T08:30:00Z",
+          "2026-13-01T08:30:00Z", "2026-00-01T08:30:00Z", "2026-02-29T08:30:00Z",
+          "2026-03-01T24:30:00Z", "2026-03-01T08:60:00Z", "2026-03-01T08:30:61Z",
+          "2026-03-01T08:30:00.Z", "2026-03-01T08:30:00+1", "2026-03-01T08:30:00+25:00",
+          "2026-03-01T08:30:00Zx", "+026-03-01T08:30:00Z", "2026-03-01T08:30:00 01:00"})
+        EXPECT_FALSE(ParseTimestamp(text)) << text;
+}
+
+TEST(TimestampTest, OrdersTimes) {
+    EXPECT_TRUE(IsBefore({1, 5}, {2, 0}));
+    EXPECT_TRUE(IsBefore({1, 5}, {1, 6}));
+    EXPECT_FALSE(IsBefore({1, 5}, {1, 5}));
+    EXPECT_FALSE(IsBefore({2, 0}, {1, 5}));
+}
+
 } // namespace

@@ -88,7 +88,8 @@ class PackagesTest(unittest.TestCase):
                      if line and not line.startswith("#")]
         self.assertEqual(overrides,
                          [f"shared-library-lacks-prerequisites [usr/bin/{name}]"
-                          for name in ("compliance-doctor", "compliance-query", "ClientCompliance")])
+                          for name in ("compliance-diff", "compliance-doctor", "compliance-query",
+                                       "ClientCompliance")])
 
 
 class ScratchRootTest(unittest.TestCase):

@@ -1,0 +1,483 @@
+#include "companions/StoredResult.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "companions/JsonText.h"
+#include "companions/Timestamp.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::string_view base64Suffix = "Base64";
+
+// The bytes of a file in chunks, and the place of the next one.
+class Source {
+public:
+    Source(std::string const& thePath, StoredKind kind) : path(thePath) {
+        // A FIFO that is refused below must not block.
+        int const flags = kind == StoredKind::regularFile ? O_NONBLOCK : 0;
+        descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | flags);
+        if (descriptor < 0)
+            Fail(std::string("could not be opened: ") + std::strerror(errno));
+        struct stat facts {};
+        if (kind == StoredKind::regularFile && fstat(descriptor, &facts) == 0 &&
+            !S_ISREG(facts.st_mode)) {
+            close(descriptor);
+            Fail("expected a regular file");
+        }
+    }
+    ~Source() { close(descriptor); }
+    Source(Source const&) = delete;
+    Source& operator=(Source const&) = delete;
+
+    bool IsAtEnd() {
+        if (next == size)
+            Fill();
+        return size == 0;
+    }
+    // REQUIRES: not at the end.
+    char Peek() const { return buffer[next]; }
+    void Skip() {
+        ++column;
+        if (buffer[next++] == '\n') {
+            ++line;
+            column = 1;
+        }
+    }
+
+    [[noreturn]] void Refuse(std::string const& expectation) const {
+        throw StoredResultError(path + ":" + std::to_string(line) + ":" + std::to_string(column) +
+                                ": " + expectation);
+    }
+    [[noreturn]] void Fail(std::string const& reason) const {
+        throw StoredResultError(path + ": " + reason);
+    }
+
+private:
+    void Fill() {
+        ssize_t count = 0;
+        do
+            count = read(descriptor, buffer.data(), buffer.size());
+        while (count < 0 && errno == EINTR);
+        if (count < 0)
+            Fail(std::string("could not be read: ") + std::strerror(errno));
+        next = 0;
+        size = static_cast<std::size_t>(count);
+        total += size;
+        if (total > maxStoredBytes)
+            Fail("expected at most " + std::to_string(maxStoredBytes) + " bytes");
+    }
+
+    std::string const& path;
+    int descriptor;
+    std::size_t next = 0;
+    std::size_t size = 0;
+    std::size_t total = 0;
+    std::size_t line = 1;
+    std::size_t column = 1;
+    std::array<char, 64 * 1024> buffer;
+};
+
+// The bytes of a source, for the parser. Null is the end.
+class SourceIterator {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = char const*;
+    using reference = char;
+
+    explicit SourceIterator(Source* theSource) : source(theSource) {}
+    char operator*() const { return source->Peek(); }
+    SourceIterator& operator++() {
+        source->Skip();
+        return *this;
+    }
+    // REQUIRES: the other is the end.
+    bool operator!=(SourceIterator const&) const { return !source->IsAtEnd(); }
+
+private:
+    Source* source;
+};
+
+// Collects the members of a document by their path ("provenance/host"), and rows.
+class DocumentHandler : public nlohmann::json_sax<Json> {
+public:
+    DocumentHandler(Source& theSource, std::function<void(StoredRow&&)> const& theUseRow)
+        : source(theSource), useRow(theUseRow) {}
+
+    // From now on each document is a row.
+    void ExpectRows() { state = State::betweenRows; }
+
+    bool null() override { return TakeFact(nullptr); }
+    bool boolean(bool value) override { return TakeFact(value); }
+    bool number_integer(number_integer_t value) override { return TakeFact(value); }
+    bool number_unsigned(number_unsigned_t value) override { return TakeFact(value); }
+    bool number_float(number_float_t value, string_t const&) override { return TakeFact(value); }
+    bool binary(binary_t&) override { return false; }
+
+    bool string(string_t& value) override {
+        if (!IsInRow())
+            return TakeFact(std::move(value));
+        if (field < row.size())
+            SetField(field, std::move(value));
+        else if (field < 2 * row.size())
+            SetBytes(field - row.size(), value);
+        return true;
+    }
+
+    bool start_object(std::size_t) override {
+        Enter();
+        if (state == State::betweenRows)
+            state = State::inRow;
+        return true;
+    }
+
+    bool end_object() override {
+        if (IsInRow())
+            FinishRow();
+        return Leave();
+    }
+
+    bool key(string_t& name) override {
+        if (IsInRow())
+            field = FieldOf(name);
+        else
+            keys.back() = std::move(name);
+        return true;
+    }
+
+    bool start_array(std::size_t) override {
+        if (state == State::head && depth == 0)
+            source.Refuse("expected an object");
+        if (state == State::betweenRows)
+            source.Refuse("expected a row");
+        bool const hasRows = Path() == "rows";
+        Enter();
+        if (hasRows) {
+            state = State::betweenRows;
+            rowDepth = depth + 1;
+        }
+        return true;
+    }
+
+    bool end_array() override {
+        if (state == State::betweenRows)
+            state = State::head;
+        return Leave();
+    }
+
+    bool parse_error(std::size_t, std::string const&,
+                     nlohmann::detail::exception const& error) override {
+        // cppcheck-suppress missingReturn ; Refuse does not return
+        source.Refuse("expected JSON: " + ReasonOf(error.what()));
+    }
+
+    Json const* Find(std::string const& path) const {
+        auto const found = facts.find(path);
+        return found == facts.end() || found->second.is_null() ? nullptr : &found->second;
+    }
+
+    bool HasRowArray() const { return rowDepth > 1; }
+    std::size_t RowCount() const { return rowCount; }
+
+private:
+    enum class State { head, betweenRows, inRow };
+
+    bool IsInRow() const { return state == State::inRow && depth == rowDepth; }
+
+    void Enter() {
+        if (IsInRow() && field < 2 * row.size())
+            source.Refuse("expected a string as \"" + NameOf(field) + "\"");
+        if (++depth > maxStoredDepth)
+            source.Refuse("expected at most " + std::to_string(maxStoredDepth) + " levels");
+        keys.emplace_back();
+    }
+
+    bool Leave() {
+        --depth;
+        keys.pop_back();
+        return true;
+    }
+
+    // "provenance/host" for the member that is read; empty outside of objects.
+    std::string Path() const {
+        std::string path = keys.empty() ? "" : keys.front();
+        for (std::size_t index = 1; index < keys.size(); ++index)
+            path += "/" + keys[index];
+        return path;
+    }
+
+    bool TakeFact(Json value) {
+        if (state == State::head && depth == 0)
+            source.Refuse("expected an object");
+        if (state == State::betweenRows)
+            source.Refuse("expected a row");
+        if (IsInRow() && field < 2 * row.size())
+            source.Refuse("expected a string as \"" + NameOf(field) + "\"");
+        if (state == State::head)
+            AddFact(Path(), std::move(value));
+        return true;
+    }
+
+    // Skips members that no reader here uses: a document may have very many of them.
+    void AddFact(std::string const& path, Json value);
+
+    static std::string NameOf(std::size_t field) {
+        return field < rowFieldNames.size()
+                   ? rowFieldNames[field]
+                   : rowFieldNames[field - rowFieldNames.size()] + std::string(base64Suffix);
+    }
+
+    // The index of a field, that of its bytes behind all of these, or more for other names.
+    static std::size_t FieldOf(std::string_view name) {
+        bool const isBase64 = name.ends_with(base64Suffix);
+        if (isBase64)
+            name.remove_suffix(base64Suffix.size());
+        auto const found = std::ranges::find(rowFieldNames, name);
+        if (found == rowFieldNames.end())
+            return 2 * rowFieldNames.size();
+        return static_cast<std::size_t>(found - rowFieldNames.begin()) +
+               (isBase64 ? rowFieldNames.size() : 0);
+    }
+
+    void SetField(std::size_t index, std::string&& value) {
+        seen |= 1U << index;
+        if ((exact >> index & 1) == 0)
+            row[index] = std::move(value);
+    }
+
+    void SetBytes(std::size_t index, std::string const& base64) {
+        std::optional<std::string> bytes = DecodeBase64(base64);
+        if (!bytes)
+            source.Refuse("expected base64 as \"" + NameOf(index + row.size()) + "\"");
+        exact |= 1U << index;
+        row[index] = std::move(*bytes);
+    }
+
+    void FinishRow() {
+        for (std::size_t index = 0; index < row.size(); ++index)
+            if ((seen >> index & 1) == 0)
+                source.Refuse(std::string("expected the member \"") + rowFieldNames[index] +
+                              "\" in the row");
+        useRow(std::move(row));
+        row = {};
+        seen = exact = 0;
+        ++rowCount;
+        state = State::betweenRows;
+    }
+
+    // The parser's reason without the text that it read, which may be long.
+    static std::string ReasonOf(std::string reason) {
+        std::size_t const start = reason.find(" - ");
+        if (start == std::string::npos)
+            return "a number is out of range";
+        reason.erase(0, start + 3);
+        return reason.substr(0, reason.find("; last read"));
+    }
+
+    Source& source;
+    std::function<void(StoredRow&&)> const& useRow;
+    State state = State::head;
+    std::size_t depth = 0;
+    // The depth within a row: that of a document of its own, or that in the array of rows.
+    std::size_t rowDepth = 1;
+    std::vector<std::string> keys;
+    std::map<std::string, Json> facts;
+    StoredRow row;
+    // The field that is read, and the fields that the row has, as bits.
+    std::size_t field = 0;
+    unsigned int seen = 0;
+    unsigned int exact = 0;
+    std::size_t rowCount = 0;
+};
+
+enum class FactType { text, number, boolean, time };
+
+struct Fact {
+    std::string_view path;
+    // cppcheck-suppress unusedStructMember ; it is read through an iterator
+    FactType type;
+    bool mayBeNull = false;
+};
+
+constexpr std::array knownFacts = {
+    Fact{"schemaVersion", FactType::number},
+    Fact{"outcome", FactType::text},
+    Fact{"rowCount", FactType::number},
+    Fact{"exitStatus", FactType::number},
+    Fact{"failure", FactType::text},
+    Fact{"message", FactType::text},
+    Fact{"provenance/url", FactType::text, true},
+    Fact{"provenance/urlBase64", FactType::text},
+    Fact{"provenance/document", FactType::text, true},
+    Fact{"provenance/documentBase64", FactType::text},
+    Fact{"provenance/host", FactType::text},
+    Fact{"provenance/hostBase64", FactType::text},
+    Fact{"provenance/start", FactType::time},
+    Fact{"provenance/end", FactType::time},
+    Fact{"provenance/response/fresh", FactType::boolean},
+    Fact{"provenance/agent/modified", FactType::time, true},
+};
+
+bool HasType(Json const& value, FactType type) {
+    switch (type) {
+    case FactType::text:
+        return value.is_string();
+    case FactType::number:
+        return value.is_number_integer();
+    case FactType::boolean:
+        return value.is_boolean();
+    default:
+        return value.is_string() && ParseTimestamp(value.get_ref<std::string const&>());
+    }
+}
+
+std::string DescribeType(FactType type) {
+    constexpr std::array words = {"a string", "an integer", "true or false", "a time (RFC 3339)"};
+    return words[static_cast<std::size_t>(type)];
+}
+
+void DocumentHandler::AddFact(std::string const& path, Json value) {
+    auto const known = std::ranges::find(knownFacts, path, &Fact::path);
+    if (known == knownFacts.end())
+        return;
+    if (!(value.is_null() && known->mayBeNull) && !HasType(value, known->type))
+        source.Refuse("expected " + DescribeType(known->type) + " as \"" + path + "\"");
+    facts[path] = std::move(value);
+}
+
+// What the documents of a file consist of, once they are read.
+class StoredDocument {
+public:
+    StoredDocument(DocumentHandler const& theHandler, Source const& theSource)
+        : handler(theHandler), source(theSource) {}
+
+    bool IsFinished() const { return RequiredText("outcome") == "finished"; }
+
+    // Refuses what is no result before anything else of it is read.
+    void Check() const {
+        if (Integer("schemaVersion") != 1)
+            source.Refuse("expected \"schemaVersion\": 1");
+        if (!IsFinished() && RequiredText("outcome") != "failed")
+            source.Refuse("expected \"finished\" or \"failed\" as \"outcome\"");
+    }
+
+    StoredResult Make() const {
+        StoredResult result;
+        result.finished = IsFinished();
+        result.rowCount = handler.RowCount();
+        if (result.finished) {
+            if (Integer("rowCount") != static_cast<std::int64_t>(result.rowCount))
+                source.Refuse("expected " + std::to_string(Integer("rowCount")) + " rows, not " +
+                              std::to_string(result.rowCount));
+        } else {
+            result.exitStatus = static_cast<int>(Integer("exitStatus"));
+            result.failure = Text("failure").value_or("");
+            result.message = RequiredText("message");
+        }
+        if (handler.Find("provenance/host") != nullptr)
+            result.provenance = MakeProvenance();
+        return result;
+    }
+
+private:
+    StoredProvenance MakeProvenance() const {
+        StoredProvenance provenance;
+        provenance.url = Text("provenance/url");
+        provenance.document = Text("provenance/document");
+        provenance.host = RequiredText("provenance/host");
+        provenance.start = RequiredTime("provenance/start");
+        provenance.end = RequiredTime("provenance/end");
+        Json const* const fresh = handler.Find("provenance/response/fresh");
+        provenance.stale = fresh != nullptr && !fresh->get<bool>();
+        if (handler.Find("provenance/agent/modified") != nullptr)
+            provenance.agentModified = RequiredTime("provenance/agent/modified");
+        return provenance;
+    }
+
+    Json const& Require(std::string const& path) const {
+        Json const* const found = handler.Find(path);
+        if (found == nullptr)
+            source.Refuse("expected the member \"" + path + "\" of a result of compliance-query");
+        return *found;
+    }
+
+    std::int64_t Integer(std::string const& path) const {
+        return Require(path).get<std::int64_t>();
+    }
+
+    // The exact bytes.
+    std::optional<std::string> Text(std::string const& path) const {
+        if (Json const* const base64 = handler.Find(path + std::string(base64Suffix))) {
+            std::optional<std::string> bytes = DecodeBase64(base64->get_ref<std::string const&>());
+            if (!bytes)
+                source.Refuse("expected base64 as \"" + path + std::string(base64Suffix) + "\"");
+            return bytes;
+        }
+        Json const* const text = handler.Find(path);
+        return text == nullptr ? std::nullopt : std::optional(text->get<std::string>());
+    }
+
+    std::string RequiredText(std::string const& path) const {
+        Require(path);
+        return *Text(path);
+    }
+
+    StoredTime RequiredTime(std::string const& path) const {
+        std::string const text = RequiredText(path);
+        return {text, *ParseTimestamp(text)};
+    }
+
+    DocumentHandler const& handler;
+    Source const& source;
+};
+
+// Skips whitespace. Returns whether something follows.
+bool HasMore(Source& source) {
+    while (!source.IsAtEnd() &&
+           std::string_view(" \t\r\n").find(source.Peek()) != std::string_view::npos)
+        source.Skip();
+    return !source.IsAtEnd();
+}
+
+void Parse(Source& source, DocumentHandler& handler) {
+    // What follows the document is left in the source.
+    constexpr bool strict = false;
+    Json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
+                    nlohmann::detail::input_format_t::json, strict);
+}
+
+} // namespace
+
+StoredResult ReadStoredResult(std::string const& path, StoredKind kind,
+                              std::function<void(StoredRow&&)> const& useRow) {
+    Source source(path, kind);
+    DocumentHandler handler(source, useRow);
+    StoredDocument const document(handler, source);
+    Parse(source, handler);
+    document.Check();
+    if (document.IsFinished() && !handler.HasRowArray()) {
+        handler.ExpectRows();
+        while (HasMore(source))
+            Parse(source, handler);
+    }
+    if (HasMore(source))
+        source.Refuse("expected the end of the file");
+    return document.Make();
+}

@@ -1,0 +1,70 @@
+// The real compliance-diff.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/companions/StoredResults.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+ProgramResult RunDiff(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), CC_DIFF_PROGRAM);
+    return RunProgram(arguments);
+}
+
+class DiffProgramTest : public testing::Test {
+protected:
+    std::string Store(std::string const& name, RowList const& rows) const {
+        return WriteFile(directory / name, ResultText(rows));
+    }
+
+    TemporaryDirectory const directory;
+    std::string const passed = Store("passed.json", {ResultRow("d", "Pass")});
+    std::string const failed = Store("failed.json", {ResultRow("d", "Fail")});
+};
+
+TEST_F(DiffProgramTest, ExitStatusesAreThoseOfDiff) {
+    EXPECT_EQ(ExitStatus::Exited(0), RunDiff({passed, passed}).status);
+    ProgramResult const different = RunDiff({passed, failed});
+    EXPECT_EQ(ExitStatus::Exited(1), different.status);
+    EXPECT_NE(std::string::npos, different.output.find("\n~ d\n    result: 'Pass' -> 'Fail'\n"));
+    ProgramResult const trouble = RunDiff({passed, directory / "none.json"});
+    EXPECT_EQ(ExitStatus::Exited(2), trouble.status);
+    EXPECT_EQ("compliance-diff: " + directory / "none.json" +
+                  ": could not be opened: No such file or directory\n",
+              trouble.errors);
+    EXPECT_EQ("", trouble.output);
+    EXPECT_EQ(ExitStatus::Exited(2), RunDiff({passed}).status);
+}
+
+TEST_F(DiffProgramTest, OnlyRegressionsCountWithRegressions) {
+    EXPECT_EQ(ExitStatus::Exited(1), RunDiff({"--regressions=Pass", passed, failed}).status);
+    EXPECT_EQ(ExitStatus::Exited(0), RunDiff({"--regressions=Pass", failed, passed}).status);
+    EXPECT_EQ(ExitStatus::Exited(0), RunDiff({"--regressions=Pass,Fail", passed, failed}).status);
+}
+
+TEST_F(DiffProgramTest, ReadsAPipe) {
+    std::string const command =
+        "cat '" + failed + "' | '" CC_DIFF_PROGRAM "' '" + passed + "' /dev/stdin";
+    EXPECT_EQ(ExitStatus::Exited(1), RunProgram({"/bin/sh", "-c", command}).status);
+}
+
+TEST_F(DiffProgramTest, OutputThatCannotBeWrittenIsTrouble) {
+    std::string const command =
+        "'" CC_DIFF_PROGRAM "' '" + passed + "' '" + failed + "' >/dev/full";
+    ProgramResult const result = RunProgram({"/bin/sh", "-c", command});
+    EXPECT_EQ(ExitStatus::Exited(2), result.status);
+    EXPECT_EQ("compliance-diff: the difference could not be written: No space left on device\n",
+              result.errors);
+}
+
+TEST_F(DiffProgramTest, ShowsHelpAndVersion) {
+    EXPECT_TRUE(
+        RunDiff({"--help"}).output.starts_with("Usage: compliance-diff [OPTION]... OLD NEW\n"));
+    EXPECT_EQ("compliance-diff " CC_VERSION "\n", RunDiff({"--version"}).output);
+}
+
+} // namespace

@@ -1,0 +1,34 @@
+// The programs that read results, on results of the real compliance-query.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/Query.h"
+
+namespace {
+
+// Evaluates on this machine and stores the result.
+void StoreResult(std::string const& rows, std::string const& file, std::string const& format) {
+    ScriptedAgent const agent(FinishingScript(rows));
+    ASSERT_EQ(ExitStatus::Exited(0), RunQuery({"-d", format, "-o", file}).status);
+    agent.AwaitEnd(std::chrono::seconds(1));
+}
+
+SANDBOX_TEST(ResultReadersTest, DiffReadsBothFormatsOfTheQuery) {
+    StoreResult(TwoRows(), "/opt/old.json", "--json");
+    StoreResult(Row(shortRow), "/opt/new.json", "--ndjson");
+    EXPECT_EQ(ExitStatus::Exited(0),
+              RunProgram({CC_DIFF_PROGRAM, "/opt/old.json", "/opt/old.json"}).status);
+    ProgramResult const result =
+        RunProgram({CC_DIFF_PROGRAM, "--json", "/opt/old.json", "/opt/new.json"});
+    EXPECT_EQ(ExitStatus::Exited(1), result.status) << result.errors;
+    nlohmann::json const document = nlohmann::json::parse(result.output);
+    EXPECT_EQ(2, document.at("old").at("rowCount"));
+    EXPECT_EQ(1, document.at("new").at("rowCount"));
+    EXPECT_EQ(document.at("old").at("provenance").at("host"),
+              document.at("new").at("provenance").at("host"));
+}
+
+} // namespace
