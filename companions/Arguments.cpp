@@ -163,7 +163,9 @@ Arguments::Arguments(std::span<OptionRule const> rules, std::span<char const* co
         Add(rules, code, arguments[index]);
     }
     operands.insert(operands.end(), arguments + optind, arguments + count);
-    if (operands.size() > operandNames.size())
+    bool const isRepeated =
+        !operandNames.empty() && std::string_view(operandNames.back()).ends_with("...");
+    if (operands.size() > operandNames.size() && !isRepeated)
         throw CommandLineError("'" + operands[operandNames.size()] +
                                "' is one operand too many; accepted: " + Join(operandNames));
 }

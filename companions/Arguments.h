@@ -28,7 +28,8 @@ struct OptionRule {
 // name of a long option with one dash is refused. Not thread-safe, because getopt_long(3) is not.
 class Arguments {
 public:
-    // Messages use the names of the operands. Throws CommandLineError for an option that has no
+    // Messages use the names of the operands. If the last name ends with "...", there may be more.
+    // Throws CommandLineError for an option that has no
     // rule, a missing or unwanted value, and a surplus operand. The caller checks that no operand
     // is missing.
     Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,

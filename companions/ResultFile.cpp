@@ -76,12 +76,18 @@ std::string ReasonAgainstResultFile(std::string const& path) {
     return S_ISREG(facts.st_mode) ? "" : "is no regular file";
 }
 
-ResultFile::ResultFile(std::string const& path)
+ResultFile::ResultFile(std::string const& path, std::optional<mode_t> mode)
     : target(ResolveTarget(path)), temporary(target + ".XXXXXX") {
     descriptor = mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0)
         Fail(target, "replaced");
-    static_cast<void>(fchmod(descriptor, ModeOfNewFile()));
+    if (fchmod(descriptor, mode.value_or(ModeOfNewFile())) != 0 && mode) {
+        int const reason = errno;
+        close(descriptor);
+        unlink(temporary.c_str());
+        errno = reason;
+        Fail(target, "given its mode");
+    }
 }
 
 ResultFile::~ResultFile() {

@@ -1,8 +1,11 @@
 // A file that has either its old content or the new one, whole.
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
+
+#include <sys/types.h>
 
 // One line, without the program's name: the path, what failed, and the reason.
 class ResultFileError : public std::runtime_error {
@@ -14,15 +17,16 @@ public:
 std::string ReasonAgainstResultFile(std::string const& path);
 
 // A temporary file in the directory of a file that it will replace. Where the path is a symbolic
-// link, the target is replaced. The mode is 0666 less the umask.
+// link, the target is replaced. The mode is 0666 less the umask unless the caller chooses another
+// one.
 //
 // A process that is killed leaves either file whole, and possibly the temporary file, whose name is
 // that of the file with a dot and six characters added.
 class ResultFile {
 public:
-    // Creates the temporary file. Throws ResultFileError, also if there is a reason against the
-    // path: a device or a directory is not replaced.
-    explicit ResultFile(std::string const& path);
+    // Creates the temporary file, with the mode if there is one. Throws ResultFileError, also if
+    // the path names an entry that is no regular file: a device or a directory is not replaced.
+    explicit ResultFile(std::string const& path, std::optional<mode_t> mode = {});
     // Removes the temporary file unless it was published.
     ~ResultFile();
     ResultFile(ResultFile const&) = delete;

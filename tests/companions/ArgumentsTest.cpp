@@ -195,4 +195,12 @@ TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
     }
 }
 
+TEST(ArgumentsTest, LastOperandMayBeRepeated) {
+    constexpr std::array<char const*, 2> repeated = {"ONE", "FILE..."};
+    std::array<char const*, 5> const texts = {"program", "a", "b", "-x", "c"};
+    Arguments const arguments(rules, repeated, static_cast<int>(texts.size()), texts.data());
+    EXPECT_EQ((Texts{"a", "b", "c"}), arguments.Operands());
+    EXPECT_TRUE(arguments.Has("-x"));
+}
+
 } // namespace

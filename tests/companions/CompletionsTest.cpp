@@ -11,6 +11,7 @@
 #include "companions/DiffCommandLine.h"
 #include "companions/DoctorCommandLine.h"
 #include "companions/QueryCommandLine.h"
+#include "companions/ReportCommandLine.h"
 #include "tests/support/OtherProcess.h"
 
 namespace {
@@ -66,6 +67,7 @@ TEST(CompletionsTest, BashOffersEveryOptionThatTheHelpTells) {
     EXPECT_EQ(With(OptionsIn(QueryHelp()), "-d"), Offered("compliance-query", {"-"}));
     EXPECT_EQ(OptionsIn(doctorHelp), Offered("compliance-doctor", {""}));
     EXPECT_EQ(OptionsIn(diffHelp), Offered("compliance-diff", {"-"}));
+    EXPECT_EQ(OptionsIn(reportHelp), Offered("compliance-report", {"-"}));
     EXPECT_EQ((Words{"--table", "--tsv", "--timeout"}),
               Offered("compliance-query", {"url", "--t"}));
     EXPECT_EQ(Words{"--json"}, Offered("compliance-doctor", {"--j"}));
@@ -94,6 +96,8 @@ TEST(CompletionsTest, BashOffersValues) {
     EXPECT_EQ((Words{"README.md"}), Offered("compliance-diff", {"--json", "READ"}));
     EXPECT_EQ((Words{"always", "auto"}), Offered("compliance-diff", {"--color", "=", "a"}));
     EXPECT_EQ(Words(), Offered("compliance-diff", {"--regressions", "READ"}));
+    EXPECT_EQ((Words{"README.md"}), Offered("compliance-report", {"--html", "=", "READ"}));
+    EXPECT_EQ(Words(), Offered("compliance-report", {"--strict", "READ"}));
 }
 
 TEST(CompletionsTest, BashOffersNoOptionTwice) {
@@ -127,7 +131,8 @@ TEST(CompletionsTest, BashOffersScenariosToTheStandInAgent) {
 TEST(CompletionsTest, OtherShellsHaveTheSameOptions) {
     for (auto const& [command, help] : {std::pair{"compliance-query", QueryHelp()},
                                         std::pair{"compliance-diff", std::string(diffHelp)},
-                                        std::pair{"compliance-doctor", std::string(doctorHelp)}}) {
+                                        std::pair{"compliance-doctor", std::string(doctorHelp)},
+                                        std::pair{"compliance-report", std::string(reportHelp)}}) {
         EXPECT_EQ(OptionsIn(help), OptionsIn(ReadText(root + "/zsh/_" + command)));
         EXPECT_EQ(OptionsIn(help),
                   OptionsIn(ReadText(root + "/fish/" + command + ".fish"), " -l "));
@@ -145,7 +150,7 @@ void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
         ++files;
     }
-    EXPECT_EQ(5, files);
+    EXPECT_EQ(6, files);
 }
 
 TEST(CompletionsTest, BashReadsThem) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }

@@ -150,4 +150,14 @@ TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
     });
 }
 
+TEST_F(ResultFileTest, ChosenModeDoesNotDependOnTheUmask) {
+    mode_t const mask = umask(0777);
+    ResultFile file(path, 0604);
+    umask(mask);
+    file.Publish();
+    struct stat facts {};
+    ASSERT_EQ(0, stat(path.c_str(), &facts));
+    EXPECT_EQ(0604u, facts.st_mode & 07777);
+}
+
 } // namespace

@@ -1,6 +1,7 @@
 // The programs that read results, on results of the real compliance-query.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 
 #include <nlohmann/json.hpp>
@@ -11,6 +12,7 @@ namespace {
 
 // Evaluates on this machine and stores the result.
 void StoreResult(std::string const& rows, std::string const& file, std::string const& format) {
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
     ScriptedAgent const agent(FinishingScript(rows));
     ASSERT_EQ(ExitStatus::Exited(0), RunQuery({"-d", format, "-o", file}).status);
     agent.AwaitEnd(std::chrono::seconds(1));
@@ -29,6 +31,21 @@ SANDBOX_TEST(ResultReadersTest, DiffReadsBothFormatsOfTheQuery) {
     EXPECT_EQ(1, document.at("new").at("rowCount"));
     EXPECT_EQ(document.at("old").at("provenance").at("host"),
               document.at("new").at("provenance").at("host"));
+}
+
+SANDBOX_TEST(ResultReadersTest, ReportReadsBothFormatsOfTheQuery) {
+    StoreResult(TwoRows(), "/opt/results/old.json", "--json");
+    StoreResult(Row(shortRow), "/opt/results/new.json", "--ndjson");
+    ProgramResult const result =
+        RunProgram({CC_REPORT_PROGRAM, "--strict=none", "--json=-", "/opt/results"});
+    EXPECT_EQ(ExitStatus::Exited(10), result.status) << result.errors;
+    nlohmann::json const document = nlohmann::json::parse(result.output);
+    ASSERT_EQ(1u, document.at("entries").size());
+    nlohmann::json const& newest = document.at("entries").at(0).at("result");
+    EXPECT_EQ("/opt/results/new.json", newest.at("file"));
+    EXPECT_EQ(1, newest.at("rows"));
+    EXPECT_EQ(1, newest.at("olderResults"));
+    EXPECT_LT(newest.at("ageSeconds"), 60);
 }
 
 } // namespace

@@ -13,6 +13,7 @@
 #include "companions/DoctorReport.h"
 #include "companions/JsonRows.h"
 #include "companions/QueryExit.h"
+#include "companions/ReportFormats.h"
 #include "tests/companions/RowList.h"
 #include "tests/support/OtherProcess.h"
 
@@ -24,6 +25,7 @@ constexpr char query[] = CC_SCHEMAS "/compliance-query.schema.json";
 // The documents must stay valid for readers of the first version.
 constexpr char firstVersion[] = CC_TEST_DATA "/compliance-query.schema.1.json";
 constexpr char diff[] = CC_SCHEMAS "/compliance-diff.schema.json";
+constexpr char reportSchema[] = CC_SCHEMAS "/compliance-report.schema.json";
 constexpr char doctor[] = CC_SCHEMAS "/compliance-doctor.schema.json";
 
 class SchemaTest : public testing::Test {
@@ -194,6 +196,48 @@ TEST_F(SchemaTest, SchemaOfADifferenceRefusesWhatIsNone) {
         Json document = valid;
         document[Json::json_pointer(pointer)] = value;
         ExpectInvalid(document, diff);
+    }
+}
+
+// A host of each kind, with texts that are not UTF-8.
+std::string ReportDocument() {
+    ReportEntry result{.host = "\xFF", .hasResult = true, .file = "\xFF"};
+    result.result.provenance = StoredProvenance{.url = "\xFF", .host = "\xFF"};
+    result.result.message = "\xFF";
+    result.results = {{"\xFF", 2}, {"Pass", 1}};
+    for (std::size_t index = 1; index < conditionCount; ++index)
+        result.conditions.push_back(static_cast<Condition>(index));
+    ReportEntry missing{.host = "silent"};
+    missing.conditions = {Condition::missing};
+    Report report;
+    report.options.acceptedResults = {"\xFF"};
+    report.options.maxAge = std::chrono::hours(1);
+    report.entries = {missing, result};
+    report.problems = {{"\xFF", "\xFF: no"}};
+    return OutputOf([&](Output& output) {
+        std::unique_ptr<ReportWriter> const writer = MakeSummaryWriter(report, output);
+        for (ReportEntry const& entry : report.entries)
+            writer->Add(entry, {});
+        writer->Finish();
+    });
+}
+
+TEST_F(SchemaTest, ReportsOfAFleet) { ExpectValid(ReportDocument(), reportSchema); }
+
+TEST_F(SchemaTest, SchemaOfAReportRefusesWhatIsNone) {
+    Json const valid = Json::parse(ReportDocument());
+    for (auto const& member : valid.items()) {
+        Json document = valid;
+        document.erase(member.key());
+        ExpectInvalid(document, reportSchema);
+    }
+    for (auto const& [pointer, value] :
+         {std::pair{"/entries/0/conditions/0", Json("other")},
+          std::pair{"/entries/1/result/rows", Json(-1)}, std::pair{"/entries/1/host", Json(1)},
+          std::pair{"/problems/0/reason", Json(nullptr)}, std::pair{"/totals/good", Json("x")}}) {
+        Json document = valid;
+        document[Json::json_pointer(pointer)] = value;
+        ExpectInvalid(document, reportSchema);
     }
 }
 

@@ -89,7 +89,7 @@ class PackagesTest(unittest.TestCase):
         self.assertEqual(overrides,
                          [f"shared-library-lacks-prerequisites [usr/bin/{name}]"
                           for name in ("compliance-diff", "compliance-doctor", "compliance-query",
-                                       "ClientCompliance")])
+                                       "compliance-report", "ClientCompliance")])
 
 
 class ScratchRootTest(unittest.TestCase):
@@ -138,7 +138,8 @@ class ReproducibilityTest(unittest.TestCase):
         (built,) = TREE.glob("obj-*")
         self.assertNotEqual(built, BUILD)
         for name in ("tool/ClientCompliance", "demo/VeskaClient", "companions/compliance-query",
-                     "companions/compliance-doctor",
+                     "companions/compliance-diff", "companions/compliance-doctor",
+                     "companions/compliance-report",
                      f"packaging/libclientcompliance.so.{VERSION}",
                      "packaging/libclientcompliance.a"):
             self.assertEqual((built / name).read_bytes(), (BUILD / name).read_bytes(), name)

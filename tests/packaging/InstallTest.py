@@ -85,7 +85,7 @@ class InstallTest(unittest.TestCase):
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
     def test_has_the_companions_with_their_schemas_and_completions(self):
         found = set(files_below(PREFIX))
-        for name in ("compliance-query", "compliance-doctor", "compliance-diff"):
+        for name in ("compliance-diff", "compliance-doctor", "compliance-query", "compliance-report"):
             for path in (f"bin/{name}", f"share/clientcompliance/{name}.schema.json",
                          f"share/bash-completion/completions/{name}",
                          f"share/zsh/site-functions/_{name}",

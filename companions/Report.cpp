@@ -1,0 +1,258 @@
+#include "companions/Report.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <set>
+#include <tuple>
+#include <utility>
+
+#include "companions/Timestamp.h"
+
+namespace {
+
+struct ConditionFacts {
+    char const* name;
+    char const* words;
+};
+
+constexpr std::array<ConditionFacts, conditionCount> conditionFacts = {{
+    {"missing", "no result"},
+    {"two-machines", "two machines"},
+    {"failed", "failed"},
+    {"stale", "stale answer"},
+    {"too-old", "too old"},
+    {"from-future", "from the future"},
+    {"no-rows", "no rows"},
+    {"not-expected", "not expected"},
+}};
+
+constexpr std::size_t maxResultNameLength = 100;
+
+std::int64_t NanosecondsOf(timespec const& time) {
+    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+void CountResult(ReportEntry& entry, std::string const& result) {
+    auto const found = entry.results.find(result);
+    if (found != entry.results.end())
+        ++found->second;
+    else if (entry.results.size() < maxResultNames && result.size() <= maxResultNameLength)
+        entry.results.emplace(result, 1);
+    else
+        ++entry.otherRows;
+}
+
+// A later result is newer. For copies and equal times the choice only has to be the same whatever
+// the order of the files is.
+bool IsNewer(ReportEntry const& entry, ReportEntry const& other) {
+    StoredProvenance const& one = *entry.result.provenance;
+    StoredProvenance const& two = *other.result.provenance;
+    if (NanosecondsOf(one.start.time) != NanosecondsOf(two.start.time))
+        return IsBefore(two.start.time, one.start.time);
+    return std::pair(NanosecondsOf(one.end.time), other.file) >
+           std::pair(NanosecondsOf(two.end.time), entry.file);
+}
+
+// The rank of an entry in the report.
+std::size_t RankOf(ReportEntry const& entry) {
+    if (!entry.conditions.empty())
+        return static_cast<std::size_t>(entry.conditions.front());
+    return conditionCount + (entry.failingRows > 0 ? 0 : 1);
+}
+
+auto OrderOf(ReportEntry const& entry) {
+    static StoredProvenance const none;
+    StoredProvenance const& known = entry.hasResult ? *entry.result.provenance : none;
+    return std::tuple(RankOf(entry), std::cref(entry.host).get(), known.url, known.document);
+}
+
+bool Lists(std::vector<std::string> const& list, std::string const& text) {
+    return std::ranges::binary_search(list, text);
+}
+
+std::string Hours(std::int64_t age) { return std::to_string(age / 3600) + " h"; }
+
+} // namespace
+
+char const* NameOf(Condition condition) {
+    return conditionFacts[static_cast<std::size_t>(condition)].name;
+}
+
+char const* WordsOf(Condition condition) {
+    return conditionFacts[static_cast<std::size_t>(condition)].words;
+}
+
+std::string Describe(ReportEntry const& entry, Condition condition) {
+    switch (condition) {
+    case Condition::missing:
+        return "the host is expected, and there is no result of it";
+    case Condition::twoMachines:
+        return "two machines use this host name: evaluations overlap, or the agent's program "
+               "alternates";
+    case Condition::failed:
+        return "the newest evaluation failed with exit status " +
+               std::to_string(entry.result.exitStatus) + ": " + entry.result.message;
+    case Condition::stale:
+        return "the agent's answer was there before the request";
+    case Condition::tooOld:
+        return "the newest result is " + Hours(entry.age) + " old";
+    case Condition::fromFuture:
+        return "the newest result ended at " + entry.result.provenance->end.text +
+               ", which is in the future";
+    case Condition::noRows:
+        return "the evaluation finished without a row";
+    default:
+        return "the host is not among those that are expected";
+    }
+}
+
+bool Report::IsAccepted(std::string const& result) const {
+    return std::ranges::find(options.acceptedResults, result) != options.acceptedResults.end();
+}
+
+ReportBuilder::ReportBuilder(ReportOptions const& options) {
+    report.options = options;
+    if (report.options.expectedHosts)
+        std::ranges::sort(*report.options.expectedHosts);
+}
+
+void ReportBuilder::Read(std::string const& file) {
+    ReportEntry entry;
+    entry.file = file;
+    entry.hasResult = true;
+    try {
+        entry.result = ReadStoredResult(file, StoredKind::regularFile, [&](StoredRow&& row) {
+            CountResult(entry, row[resultField]);
+            entry.failingRows += report.IsAccepted(row[resultField]) ? 0 : 1;
+        });
+    } catch (StoredResultError const& error) {
+        AddProblem({file, error.what()});
+        return;
+    }
+    if (!entry.result.provenance) {
+        AddProblem({file, file + ": expected a result with provenance; its host and time are "
+                                 "unknown"});
+        return;
+    }
+    ++report.readFiles;
+    Add(std::move(entry));
+}
+
+void ReportBuilder::Add(ReportEntry&& entry) {
+    StoredProvenance const& known = *entry.result.provenance;
+    entry.host = known.host;
+    if (entry.result.finished)
+        intervalsOfHosts[known.host].push_back(
+            {NanosecondsOf(known.start.time), NanosecondsOf(known.end.time),
+             known.agentModified ? NanosecondsOf(known.agentModified->time) : -1});
+    Key const key(known.host, known.url, known.document);
+    auto const [found, isFirst] = newest.try_emplace(key);
+    if (isFirst) {
+        found->second = std::move(entry);
+        return;
+    }
+    std::size_t const older = found->second.olderResults + 1;
+    if (IsNewer(entry, found->second))
+        found->second = std::move(entry);
+    found->second.olderResults = older;
+}
+
+// One machine makes one evaluation at a time, under its lock. Its agent's program changes with
+// updates, and does not return to an earlier state after another one. Copies of a result count
+// once.
+bool ReportBuilder::HasTwoMachines(std::vector<Interval>& intervals) {
+    std::ranges::sort(intervals);
+    intervals.erase(std::unique(intervals.begin(), intervals.end()), intervals.end());
+    std::int64_t end = std::numeric_limits<std::int64_t>::min();
+    std::int64_t agent = -1;
+    std::set<std::int64_t> earlierAgents;
+    for (Interval const& interval : intervals) {
+        if (interval.start < end)
+            return true;
+        end = interval.end;
+        if (interval.agentModified == agent || interval.agentModified == -1)
+            continue;
+        if (!earlierAgents.insert(interval.agentModified).second)
+            return true;
+        agent = interval.agentModified;
+    }
+    return false;
+}
+
+void ReportBuilder::AddMissingHosts() {
+    if (!report.options.expectedHosts)
+        return;
+    std::set<std::string, std::less<>> present;
+    for (ReportEntry const& entry : report.entries)
+        present.insert(entry.host);
+    for (std::string const& host : *report.options.expectedHosts)
+        if (present.insert(host).second)
+            report.entries.push_back({.host = host});
+}
+
+void ReportBuilder::Judge(ReportEntry& entry) {
+    auto const add = [&entry](bool applies, Condition condition) {
+        if (applies)
+            entry.conditions.push_back(condition);
+    };
+    add(!entry.hasResult, Condition::missing);
+    if (!entry.hasResult)
+        return;
+    ReportOptions const& options = report.options;
+    StoredProvenance const& known = *entry.result.provenance;
+    bool const isFinished = entry.result.finished;
+    entry.age = static_cast<std::int64_t>(options.now.tv_sec) - known.end.time.tv_sec;
+    add(HasTwoMachines(intervalsOfHosts[entry.host]), Condition::twoMachines);
+    bool const isStaleFailure = !isFinished && entry.result.failure == "stale";
+    add(!isFinished && !isStaleFailure, Condition::failed);
+    add(isStaleFailure || (isFinished && known.stale), Condition::stale);
+    add(options.maxAge && entry.age > options.maxAge->count(), Condition::tooOld);
+    add(entry.age < -maxClockDifference.count(), Condition::fromFuture);
+    add(isFinished && entry.result.rowCount == 0 && !options.allowEmpty, Condition::noRows);
+    add(options.expectedHosts && !Lists(*options.expectedHosts, entry.host),
+        Condition::notExpected);
+}
+
+void ReportBuilder::Total(ReportEntry const& entry) {
+    ReportTotals& totals = report.totals;
+    totals.rows += entry.result.rowCount;
+    totals.failingRows += entry.failingRows;
+    totals.otherRows += entry.otherRows;
+    for (auto const& [result, count] : entry.results) {
+        if (totals.results.contains(result) || totals.results.size() < maxResultNames)
+            totals.results[result] += count;
+        else
+            totals.otherRows += count;
+    }
+    for (Condition const condition : entry.conditions)
+        ++totals.conditions[static_cast<std::size_t>(condition)];
+    if (!entry.conditions.empty())
+        ++totals.attention;
+    else
+        ++(entry.failingRows > 0 ? totals.failing : totals.good);
+}
+
+Report ReportBuilder::Finish() {
+    for (auto& [key, entry] : newest)
+        report.entries.push_back(std::move(entry));
+    newest.clear();
+    AddMissingHosts();
+    for (ReportEntry& entry : report.entries)
+        Judge(entry);
+    std::ranges::sort(report.entries, {}, OrderOf);
+    std::ranges::sort(report.problems);
+    for (ReportEntry const& entry : report.entries)
+        Total(entry);
+    return std::move(report);
+}
+
+std::vector<StoredRow> ReadRows(ReportEntry const& entry) {
+    std::vector<StoredRow> rows;
+    StoredResult const result =
+        ReadStoredResult(entry.file, StoredKind::regularFile,
+                         [&rows](StoredRow&& row) { rows.push_back(std::move(row)); });
+    if (result.provenance != entry.result.provenance || result.rowCount != entry.result.rowCount)
+        throw StoredResultError(entry.file + ": another result replaced it during the report");
+    return rows;
+}

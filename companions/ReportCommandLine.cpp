@@ -1,0 +1,135 @@
+#include "companions/ReportCommandLine.h"
+
+#include <algorithm>
+#include <array>
+
+#include "companions/Arguments.h"
+#include "companions/OptionValues.h"
+
+namespace {
+
+constexpr char acceptedOutputs[] = "the name of a file, or - for standard output";
+
+constexpr std::array reportOptionRules = {
+    OptionRule{"--help", nullptr, 'h'},
+    OptionRule{"--version", nullptr, 'V'},
+    OptionRule{"--strict", acceptedResultLists},
+    OptionRule{"--allow-empty"},
+    OptionRule{"--hosts", "the name of a file"},
+    OptionRule{"--max-age", acceptedDurations},
+    OptionRule{"--html", acceptedOutputs},
+    OptionRule{"--csv", acceptedOutputs},
+    OptionRule{"--junit", acceptedOutputs},
+    OptionRule{"--markdown", acceptedOutputs},
+    OptionRule{"--json", acceptedOutputs},
+    OptionRule{"--mode", "an octal mode from 400 to 777"},
+    OptionRule{"--quiet", nullptr, 'q'},
+};
+constexpr std::array<char const*, 1> reportOperandNames = {"FILE|DIRECTORY..."};
+
+struct FormatOption {
+    char const* name;
+    ReportFormat format;
+};
+
+constexpr std::array<FormatOption, reportFormatCount> formatOptions = {{
+    {"--html", ReportFormat::html},
+    {"--csv", ReportFormat::csv},
+    {"--junit", ReportFormat::junit},
+    {"--markdown", ReportFormat::markdown},
+    {"--json", ReportFormat::json},
+}};
+
+std::vector<ReportOutput> ParseOutputs(Arguments const& arguments) {
+    std::vector<ReportOutput> outputs;
+    for (FormatOption const& option : formatOptions)
+        for (std::string const& file : arguments.Values(option.name)) {
+            if (file.empty())
+                RefuseOptionValue(reportOptionRules, option.name, file);
+            if (std::ranges::find(outputs, file, &ReportOutput::file) != outputs.end())
+                throw CommandLineError(std::string(option.name) + ": '" + file +
+                                       "' is the output of another option");
+            outputs.push_back({option.format, file});
+        }
+    if (outputs.empty())
+        throw CommandLineError("no output; accepted: one or more of --html, --csv, --junit, "
+                               "--markdown and --json");
+    return outputs;
+}
+
+mode_t ParseMode(Arguments const& arguments, mode_t otherwise) {
+    if (!arguments.Has("--mode"))
+        return otherwise;
+    std::string const& text = arguments.Values("--mode").back();
+    bool const isOctal = (text.size() == 3 || (text.size() == 4 && text.starts_with('0'))) &&
+                         text.find_first_not_of("01234567") == std::string::npos;
+    mode_t const mode = isOctal ? static_cast<mode_t>(std::stoul(text, nullptr, 8)) : 0;
+    if ((mode & 0400) == 0)
+        RefuseOptionValue(reportOptionRules, "--mode", text);
+    return mode;
+}
+
+} // namespace
+
+ReportCommandLine ParseReportCommandLine(int count, char const* const* argumentTexts) {
+    Arguments const arguments(reportOptionRules, reportOperandNames, count, argumentTexts);
+    if (arguments.Has("--help"))
+        return {.action = ReportCommandLine::showHelp};
+    if (arguments.Has("--version"))
+        return {.action = ReportCommandLine::showVersion};
+    ReportCommandLine result;
+    result.options.acceptedResults = ParseResults(reportOptionRules, arguments, "--strict");
+    if (result.options.acceptedResults.empty())
+        throw CommandLineError("--strict is missing; accepted: the results that are good, " +
+                               std::string(acceptedResultLists));
+    result.options.allowEmpty = arguments.Has("--allow-empty");
+    result.options.maxAge = ParseDuration(reportOptionRules, arguments, "--max-age");
+    if (arguments.Has("--hosts"))
+        result.hostsFile = arguments.Values("--hosts").back();
+    result.outputs = ParseOutputs(arguments);
+    result.mode = ParseMode(arguments, result.mode);
+    result.quiet = arguments.Has("--quiet");
+    result.files = arguments.Operands();
+    if (result.files.empty())
+        throw CommandLineError("FILE is missing; accepted: files and directories with results");
+    return result;
+}
+
+// clang-format off
+char const reportHelp[] =
+    "Usage: compliance-report --strict LIST [OPTION]... FILE|DIRECTORY...\n"
+    "\n"
+    "Reads results of many hosts and nights, which compliance-query wrote as JSON, and writes reports.\n"
+    "The newest result of each host and document counts. Hosts that need attention come first: without a\n"
+    "result, two machines under one name, failed, stale, too old, from the future, without rows.\n"
+    "\n"
+    "Which rows are good, and which hosts are expected:\n"
+    "  --strict LIST       the results that are good, with commas between; all others are failing rows.\n"
+    "                      The results of several --strict are combined\n"
+    "  --allow-empty       a result without rows needs no attention\n"
+    "  --hosts FILE        the hosts that are expected, one name on each line; '#' begins a comment\n"
+    "  --max-age TIME      a result that ended earlier is too old (90, 90s, 5m, 36h)\n"
+    "\n"
+    "Output, at least one; FILE may be - for standard output:\n"
+    "  --html FILE         a page that loads nothing, with at most 5,000 failing rows\n"
+    "  --csv FILE          all rows (RFC 4180); fields that a spreadsheet would calculate begin with '\n"
+    "  --junit FILE        test suites: a host each, with its rows as test cases\n"
+    "  --markdown FILE     tables of hosts that need attention and of failing rows\n"
+    "  --json FILE         the counts of each host; they follow compliance-report.schema.json\n"
+    "  --mode MODE         the mode of these files, whatever the umask is (640)\n"
+    "\n"
+    "Options:\n"
+    "  -q, --quiet         no progress and no notes, only errors\n"
+    "  -h, --help          show this help\n"
+    "  -V, --version       show the version\n"
+    "\n"
+    "Exit status:\n"
+    "    0  every host has a good result\n"
+    "    1  a file is no result of a known host, so the reports are not complete\n"
+    "    2  the command line or the file of --hosts is invalid\n"
+    "    8  a report could not be written\n"
+    "   10  a row has a result that is not in the list\n"
+    "   12  a host needs attention, or there is no result at all\n"
+    "  128 + n  ended early by the signal n\n"
+    "Of several the first one counts: 8, 1, 12, 10.\n";
+// clang-format on

@@ -1,0 +1,119 @@
+#include "companions/ReportFormats.h"
+
+#include <array>
+
+#include "companions/Output.h"
+#include "companions/VisibleText.h"
+
+namespace {
+
+// Which kind of thing a line of the file is about.
+constexpr char problemKind[] = "file";
+constexpr char hostKind[] = "host";
+constexpr char rowKind[] = "row";
+
+using Fields = std::vector<std::string>;
+
+std::string Join(std::vector<Condition> const& conditions) {
+    std::string names;
+    for (Condition const condition : conditions)
+        names += std::string(names.empty() ? "" : " ") + NameOf(condition);
+    return names;
+}
+
+// A spreadsheet calculates a field that begins with one of these characters; after an apostrophe it
+// does not. An apostrophe at the start of a text gets another one, so a reader can remove it.
+bool NeedsApostrophe(std::string const& text) {
+    return !text.empty() && std::string_view("=+-@\t\r'").find(text[0]) != std::string_view::npos;
+}
+
+class CsvWriter : public ReportWriter {
+public:
+    CsvWriter(Report const& theReport, Output& theOutput) : report(theReport), output(theOutput) {
+        Fields names = {"kind", "host",      "url",  "document", "start",
+                        "end",  "condition", "good", "file"};
+        names.insert(names.end(), rowFieldNames.begin(), rowFieldNames.end());
+        WriteLine(names);
+    }
+
+    bool WantsRows(ReportEntry const&) const override { return true; }
+
+    // A host without rows has a line too, so that none is silent.
+    void Add(ReportEntry const& entry, std::vector<StoredRow> const& rows) override {
+        if (rows.empty() || !entry.conditions.empty())
+            WriteLine(HeadOf(hostKind, entry, ""));
+        for (StoredRow const& row : rows) {
+            Fields fields =
+                HeadOf(rowKind, entry, report.IsAccepted(row[resultField]) ? "yes" : "no");
+            fields.insert(fields.end(), row.begin(), row.end());
+            WriteLine(fields);
+        }
+    }
+
+    void Finish() override {
+        for (ReportProblem const& problem : report.problems) {
+            Fields fields(columns);
+            fields[0] = problemKind;
+            fields[8] = problem.file;
+            fields[columns - 1] = problem.reason;
+            WriteLine(fields);
+        }
+    }
+
+private:
+    static constexpr std::size_t columns = 9 + rowFieldNames.size();
+
+    static Fields HeadOf(char const* kind, ReportEntry const& entry, char const* good) {
+        StoredProvenance const known =
+            entry.result.provenance.value_or(StoredProvenance{.host = entry.host});
+        return {kind,
+                known.host,
+                known.url.value_or(""),
+                known.document.value_or(""),
+                known.start.text,
+                known.end.text,
+                Join(entry.conditions),
+                good,
+                entry.file};
+    }
+
+    void WriteLine(Fields fields) {
+        fields.resize(columns);
+        std::string line;
+        for (std::string const& field : fields) {
+            line += line.empty() ? "\"" : ",\"";
+            AppendField(line, field);
+            line += '"';
+        }
+        output.Write(line + "\r\n");
+    }
+
+    // NUL bytes and ill-formed bytes, which readers of CSV refuse, are shown as escapes. On a
+    // terminal others are, too.
+    void AppendField(std::string& line, std::string const& field) const {
+        if (NeedsApostrophe(field))
+            line += '\'';
+        if (IsPlain(field, "\"")) {
+            line += field;
+            return;
+        }
+        std::string const text =
+            output.IsTerminal() ? MakeVisible(field, output.Characters()) : MakeReadable(field);
+        for (char const c : text)
+            if (c == '"')
+                line += "\"\"";
+            else if (c == '\0')
+                line += "\\x00";
+            else
+                line += c;
+    }
+
+    Report const& report;
+    Output& output;
+};
+
+} // namespace
+
+std::unique_ptr<ReportWriter> MakeCsvWriter(Report const& report, Output& output) {
+    return std::make_unique<CsvWriter>(report, output);
+}

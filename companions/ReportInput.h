@@ -1,0 +1,23 @@
+// The files that a report reads.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "companions/Report.h"
+
+struct ReportFiles {
+    // Sorted, each once.
+    std::vector<std::string> paths = {};
+    std::vector<ReportProblem> problems = {};
+};
+
+// Lists files as they are, and below directories all entries but directories. Entries whose names
+// begin with a dot are skipped, and so are temporary files of compliance-query --output. Symbolic
+// links to directories below a directory are not followed.
+ReportFiles ListReportFiles(std::vector<std::string> const& operands);
+
+// Returns the names in a file, one on each line. Spaces around a name, empty lines and lines that
+// begin with '#' are skipped. Throws CommandLineError if the file cannot be read, for a name with
+// spaces or control characters or of more than 255 bytes, and if there is no name.
+std::vector<std::string> ReadHosts(std::string const& file);

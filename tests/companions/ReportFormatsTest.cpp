@@ -1,0 +1,147 @@
+#include "companions/ReportFormats.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/StoredResults.h"
+
+namespace {
+
+using ReportJson = nlohmann::json;
+
+ReportEntry EntryOf(char const* host, std::size_t rows, std::size_t failing) {
+    ReportEntry entry{.host = host, .hasResult = true, .file = std::string(host) + ".json"};
+    entry.result.finished = true;
+    entry.result.rowCount = rows;
+    entry.result.provenance = StoredProvenance{.url = "u", .document = "Doc.xml", .host = host};
+    entry.result.provenance->start.text = "2026-03-01T08:30:00.000+00:00";
+    entry.result.provenance->end.text = "2026-03-01T08:31:00.000+00:00";
+    entry.age = 7200;
+    entry.failingRows = failing;
+    entry.results = {{"Fail", static_cast<unsigned int>(failing)}};
+    return entry;
+}
+
+StoredRow FailingRow(std::string const& comment) { return {"d", "Fail", "t", "17", "e", comment}; }
+
+// A report of one host whose rows all fail.
+std::string Format(ReportFormat format, std::vector<StoredRow> const& rows,
+                   ReportEntry entry = EntryOf("web1", 0, 0)) {
+    Report report;
+    report.options.acceptedResults = {"Pass"};
+    entry.result.rowCount = entry.failingRows = rows.size();
+    report.entries.push_back(entry);
+    report.totals.failingRows = report.totals.rows = rows.size();
+    return OutputOf([&](Output& output) {
+        std::unique_ptr<ReportWriter> const writer = MakeReportWriter(format, report, output);
+        writer->Add(report.entries[0], rows);
+        writer->Finish();
+    });
+}
+
+std::size_t Count(std::string const& text, std::string const& part) {
+    std::size_t count = 0;
+    for (std::size_t place = text.find(part); place != text.npos;
+         place = text.find(part, place + 1))
+        ++count;
+    return count;
+}
+
+bool Has(std::string const& text, std::string const& part) { return Count(text, part) > 0; }
+
+TEST(ReportFormatsTest, MarkupIsEscaped) {
+    EXPECT_EQ("plain text", EscapeMarkup("plain text"));
+    EXPECT_EQ("&#60;b a=&#34;1&#34; c=&#39;2&#39;&#62;&#38;amp;",
+              EscapeMarkup("<b a=\"1\" c='2'>&amp;"));
+    EXPECT_EQ("\\x1b\\x00\\n\\u202e\\xff\\ufffe\\uffff",
+              EscapeMarkup(std::string("\x1b\0\n\xE2\x80\xAE\xFF\xEF\xBF\xBE\xEF\xBF\xBF", 13)));
+    EXPECT_EQ("caf\xC3\xA9", EscapeMarkup("caf\xC3\xA9"));
+}
+
+TEST(ReportFormatsTest, MarkdownIsEscaped) {
+    EXPECT_EQ("plain text, v1.0-2", EscapeMarkdown("plain text, v1.0-2"));
+    EXPECT_EQ("&#91;a&#93;(b) &#124; &#42;&#42;c&#42;&#42; &#60;i&#62; &#96;d&#96; &#92;n",
+              EscapeMarkdown("[a](b) | **c** <i> `d` \n"));
+    EXPECT_EQ("http&#58;//x www&#46;y", EscapeMarkdown("http://x www.y"));
+}
+
+TEST(ReportFormatsTest, LongTextsAreCutBetweenCharacters) {
+    EXPECT_EQ(std::string(1000, 'a'), Shorten(std::string(1000, 'a')));
+    EXPECT_EQ(std::string(1000, 'a') + "... (5 more bytes)", Shorten(std::string(1005, 'a')));
+    EXPECT_EQ(std::string(999, 'a') + "... (2 more bytes)",
+              Shorten(std::string(999, 'a') + "\xC3\xA9"));
+}
+
+TEST(ReportFormatsTest, AgesHaveUnits) {
+    EXPECT_EQ("0 min", FormatAge(59));
+    EXPECT_EQ("59 min", FormatAge(3599));
+    EXPECT_EQ("1 h", FormatAge(3600));
+    EXPECT_EQ("47 h", FormatAge(48 * 3600 - 1));
+    EXPECT_EQ("2 d 1 h", FormatAge(49 * 3600));
+    EXPECT_EQ("in 2 min", FormatAge(-120));
+}
+
+TEST(ReportFormatsTest, PageHasAtMost5000FailingRowsAndSaysSo) {
+    std::vector<StoredRow> rows(maxHtmlRows, FailingRow("unique-comment"));
+    std::string const full = Format(ReportFormat::html, rows);
+    EXPECT_EQ(5000u, Count(full, "unique-comment"));
+    EXPECT_FALSE(Has(full, "more; the CSV report"));
+    rows.resize(maxHtmlRows + 7, FailingRow("unique-comment"));
+    std::string const cut = Format(ReportFormat::html, rows);
+    EXPECT_EQ(5000u, Count(cut, "unique-comment"));
+    EXPECT_TRUE(Has(cut, "There are 7 more; the CSV report has all rows."));
+}
+
+TEST(ReportFormatsTest, PageWithoutResultsSaysSo) {
+    Report const report;
+    std::string const page = OutputOf(
+        [&](Output& output) { MakeReportWriter(ReportFormat::html, report, output)->Finish(); });
+    EXPECT_TRUE(Has(page, "There is no result."));
+}
+
+TEST(ReportFormatsTest, EveryFormatEscapesHostileTexts) {
+    ReportEntry entry = EntryOf("<host>", 1, 1);
+    entry.conditions = {Condition::failed};
+    entry.result.message = "<message>";
+    for (ReportFormat const format :
+         {ReportFormat::html, ReportFormat::junit, ReportFormat::markdown}) {
+        std::string const text = Format(format, {FailingRow("<comment>\x1b")}, entry);
+        EXPECT_TRUE(Has(text, "&#60;host&#62;"));
+        EXPECT_TRUE(Has(text, "&#60;comment&#62;"));
+        EXPECT_FALSE(Has(text, "<host>") || Has(text, "<comment>") || Has(text, "<message>"));
+        EXPECT_FALSE(Has(text, "\x1b"));
+    }
+}
+
+TEST(ReportFormatsTest, CsvHasQuotesAndApostrophes) {
+    std::string const text =
+        Format(ReportFormat::csv, {{"=1+1", "say \"x\"", "+t", "-5", "@d", "'quoted"}});
+    EXPECT_TRUE(Has(text, "\r\n\"row\",\"web1\",\"u\",\"Doc.xml\","));
+    EXPECT_TRUE(text.ends_with("\"web1.json\",\"'=1+1\",\"say \"\"x\"\"\",\"'+t\",\"'-5\",\"'@d\","
+                               "\"''quoted\"\r\n"));
+    EXPECT_TRUE(Has(Format(ReportFormat::csv, {FailingRow(std::string("a\0\xFF\nb", 5))}),
+                    "\"a\\x00\\xff\nb\""));
+}
+
+TEST(ReportFormatsTest, CsvHasALineForHostsWithoutRows) {
+    ReportEntry missing{.host = "silent"};
+    missing.conditions = {Condition::missing};
+    EXPECT_TRUE(Has(Format(ReportFormat::csv, {}, missing),
+                    "\r\n\"host\",\"silent\",\"\",\"\",\"\",\"\",\"missing\","));
+}
+
+TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
+    ReportEntry entry = EntryOf("web\xFF", 3, 1);
+    entry.conditions = {Condition::tooOld, Condition::notExpected};
+    ReportJson const document =
+        ReportJson::parse(Format(ReportFormat::json, {FailingRow(""), FailingRow("")}, entry));
+    ReportJson const& first = document.at("entries").at(0);
+    EXPECT_EQ("web\\xff", first.at("host"));
+    EXPECT_EQ("d2Vi/w==", first.at("hostBase64"));
+    EXPECT_EQ((ReportJson{"too-old", "not-expected"}), first.at("conditions"));
+    EXPECT_EQ(2, first.at("result").at("failingRows"));
+    EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
+}
+
+} // namespace

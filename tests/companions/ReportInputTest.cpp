@@ -1,0 +1,73 @@
+#include "companions/ReportInput.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "companions/Arguments.h"
+#include "tests/companions/StoredResults.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+class ReportInputTest : public testing::Test {
+protected:
+    std::string HostsRefusal(std::string const& text) const {
+        try {
+            ReadHosts(WriteFile(directory / "hosts", text));
+        } catch (CommandLineError const& error) {
+            std::string const message = error.what();
+            std::string const start = "--hosts: " + directory / "hosts" + ":";
+            EXPECT_TRUE(message.starts_with(start)) << message;
+            return message.substr(start.size());
+        }
+        return "accepted";
+    }
+
+    TemporaryDirectory const directory;
+};
+
+TEST_F(ReportInputTest, DirectoryStandsForAllFilesBelow) {
+    WriteFile(directory / "b.json", "");
+    WriteFile(directory / "a/deep/er", "");
+    WriteFile(directory / "a/README", "");
+    WriteFile(directory / ".hidden", "");
+    WriteFile(directory / ".git/x.json", "");
+    WriteFile(directory / "b.json.a1B2c3", "");
+    WriteFile(directory / "b.ndjson.a1B2c3", "");
+    std::filesystem::create_directory_symlink(directory.path(), directory / "a/loop");
+    std::filesystem::create_symlink("none", directory / "dangling");
+    ReportFiles const files = ListReportFiles({directory.path()});
+    EXPECT_EQ((std::vector<std::string>{directory / "a/README", directory / "a/deep/er",
+                                        directory / "b.json", directory / "dangling"}),
+              files.paths);
+    EXPECT_EQ(0u, files.problems.size());
+}
+
+TEST_F(ReportInputTest, FilesAreListedOnceAndSorted) {
+    std::string const file = WriteFile(directory / "x/.named", "");
+    WriteFile(directory / "x/a", "");
+    EXPECT_EQ((std::vector<std::string>{"none", file, directory / "x/a"}).size(),
+              ListReportFiles({"none", file, directory / "x", directory / "x", file}).paths.size());
+    EXPECT_EQ((std::vector<std::string>{file, directory / "x/a"}),
+              ListReportFiles({directory / "x", file}).paths);
+}
+
+TEST_F(ReportInputTest, ReadsHostNames) {
+    EXPECT_EQ((std::vector<std::string>{"web1", "db.example.com"}),
+              ReadHosts(WriteFile(directory / "hosts",
+                                  "# All.\n\n  web1\t\n#web2\r\ndb.example.com\r\n")));
+}
+
+TEST_F(ReportInputTest, RefusesOtherHostFiles) {
+    EXPECT_EQ("2: expected one host name of at most 255 bytes", HostsRefusal("a\nb c\n"));
+    EXPECT_EQ("1: expected one host name of at most 255 bytes", HostsRefusal("a\x1b[2J\n"));
+    EXPECT_EQ("1: expected one host name of at most 255 bytes",
+              HostsRefusal(std::string(256, 'a')));
+    EXPECT_EQ("accepted", HostsRefusal(std::string(255, 'a')));
+    EXPECT_EQ(" expected a host name on each line", HostsRefusal("# none\n"));
+    EXPECT_THROW(ReadHosts(directory / "none"), CommandLineError);
+    EXPECT_THROW(ReadHosts(directory.path()), CommandLineError);
+}
+
+} // namespace

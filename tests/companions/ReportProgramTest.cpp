@@ -1,0 +1,185 @@
+// The real compliance-report.
+#include <gtest/gtest.h>
+
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/StoredResults.h"
+#include "tests/companions/Terminal.h"
+#include "tests/support/OtherProcess.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+using ReportJson = nlohmann::json;
+
+class ReportProgramTest : public testing::Test {
+protected:
+    // A result of an hour ago.
+    void Store(char const* host, RowList const& rows) const {
+        Provenance const provenance = ProvenanceOf(host, std::time(nullptr) - 3600);
+        WriteFile(directory / "results/" + host + ".json", ResultText(rows, provenance));
+    }
+
+    ProgramResult Report(std::vector<std::string> arguments,
+                         ProgramOptions const& options = {}) const {
+        arguments.insert(arguments.begin(), {CC_REPORT_PROGRAM, "--strict=Pass"});
+        arguments.push_back(directory / "results");
+        return RunProgram(arguments, options);
+    }
+
+    ExitStatus StatusOf(std::vector<std::string> arguments) const {
+        arguments.emplace_back("--json=-");
+        return Report(arguments).status;
+    }
+
+    TemporaryDirectory const directory;
+};
+
+TEST_F(ReportProgramTest, ExitStatusTellsTheWorst) {
+    Store("good", {ResultRow("d", "Pass")});
+    EXPECT_EQ(ExitStatus::Exited(0), StatusOf({}));
+    Store("bad", {ResultRow("d", "Fail")});
+    EXPECT_EQ(ExitStatus::Exited(10), StatusOf({}));
+    EXPECT_EQ(ExitStatus::Exited(0), StatusOf({"--strict=Fail"}));
+    EXPECT_EQ(ExitStatus::Exited(12), StatusOf({"--max-age=30m"}));
+    std::string const hosts = WriteFile(directory / "hosts", "good\nbad\nsilent\n");
+    EXPECT_EQ(ExitStatus::Exited(12), StatusOf({"--hosts", hosts}));
+    WriteFile(directory / "results/foreign", "x");
+    EXPECT_EQ(ExitStatus::Exited(1), StatusOf({"--hosts", hosts}));
+    EXPECT_EQ(ExitStatus::Exited(2), StatusOf({"--hosts", directory / "none"}));
+    EXPECT_EQ(ExitStatus::Exited(8), Report({"--json", directory / "none/x"}).status);
+}
+
+TEST_F(ReportProgramTest, NoResultAtAllIsNotGood) {
+    std::filesystem::create_directory(directory / "results");
+    EXPECT_EQ(ExitStatus::Exited(12), StatusOf({}));
+}
+
+TEST_F(ReportProgramTest, FileThatIsNoResultIsReportedAndTheRestIsRead) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const foreign = WriteFile(directory / "results/foreign", "\x1b[2J");
+    ProgramResult const result = Report({"--json=-"});
+    EXPECT_EQ("compliance-report: " + foreign + ":1:2: expected JSON: invalid literal\n",
+              result.errors);
+    ReportJson const document = ReportJson::parse(result.output);
+    EXPECT_EQ("good", document.at("entries").at(0).at("host"));
+    EXPECT_EQ(foreign, document.at("problems").at(0).at("file"));
+}
+
+TEST_F(ReportProgramTest, DirectoryThatCannotBeReadIsReported) {
+    namespace fs = std::filesystem;
+    Store("good", {ResultRow("d", "Pass")});
+    fs::create_directory(directory / "results/closed");
+    fs::permissions(directory / "results/closed", fs::perms::none);
+    fs::permissions(directory.path(), fs::perms(0755));
+    ProgramOptions options;
+    options.prepare = [] {
+        return geteuid() != 0 || setuid(65534) == 0;
+    };
+    ProgramResult const result = Report({"--json=-"}, options);
+    EXPECT_EQ(ExitStatus::Exited(1), result.status);
+    EXPECT_EQ("compliance-report: " + directory / "results/closed" +
+                  ": could not be read: Permission denied\n",
+              result.errors);
+    EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
+}
+
+TEST_F(ReportProgramTest, ReportsHaveTheirModeWhateverTheUmask) {
+    Store("good", {ResultRow("d", "Pass")});
+    for (auto const& [option, mode] : {std::pair{"--quiet", 0640u}, std::pair{"--mode=644", 0644u},
+                                       std::pair{"--mode=0600", 0600u}})
+        for (mode_t const mask : {0777u, 0u}) {
+            std::string const file = directory / "report.html";
+            ProgramOptions options;
+            options.prepare = [mask] {
+                umask(mask);
+                return true;
+            };
+            EXPECT_EQ(ExitStatus::Exited(0), Report({"--html", file, option}, options).status);
+            struct stat facts {};
+            ASSERT_EQ(0, stat(file.c_str(), &facts));
+            EXPECT_EQ(mode, facts.st_mode & 07777);
+        }
+}
+
+TEST_F(ReportProgramTest, OutputThatCannotBeWrittenIsReported) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const command =
+        "'" CC_REPORT_PROGRAM "' --strict=Pass --csv=- '" + directory / "results" + "' >/dev/full";
+    ProgramResult const result = RunProgram({"/bin/sh", "-c", command});
+    EXPECT_EQ(ExitStatus::Exited(8), result.status);
+    EXPECT_EQ("compliance-report: the report could not be written: No space left on device\n",
+              result.errors);
+}
+
+TEST_F(ReportProgramTest, EveryFormatPutsSilenceFirst) {
+    Store("a-bad", {ResultRow("d", "Fail")});
+    Store("b-good", {ResultRow("d", "Pass")});
+    Store("c-empty", {});
+    std::string const hosts = WriteFile(directory / "hosts", "a-bad\nb-good\nc-empty\nz-silent\n");
+    for (char const* const option : {"--html", "--csv", "--junit", "--markdown", "--json"}) {
+        ProgramResult const result = Report({"--hosts", hosts, option, "-"});
+        EXPECT_EQ(ExitStatus::Exited(12), result.status) << option;
+        std::size_t const silent = result.output.find("z-silent");
+        std::size_t const empty = result.output.find("c-empty");
+        std::size_t const bad = result.output.find("a-bad");
+        EXPECT_LT(silent, empty) << option;
+        EXPECT_LT(empty, bad) << option;
+        EXPECT_NE(std::string::npos, bad) << option;
+    }
+}
+
+TEST_F(ReportProgramTest, ProgressGoesToATerminalOnly) {
+    Store("good", {ResultRow("d", "Pass")});
+    EXPECT_EQ("", Report({"--json=-"}).errors);
+    EnvironmentVariable const type("TERM", "xterm");
+    for (bool const isQuiet : {false, true}) {
+        Terminal const screen;
+        ProgramOptions options;
+        options.prepare = [&screen] {
+            return dup2(screen.otherEnd(), STDERR_FILENO) >= 0;
+        };
+        Report({"--json=-", isQuiet ? "--quiet" : "--allow-empty"}, options);
+        EXPECT_EQ(isQuiet, screen.Read().empty());
+    }
+}
+
+TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
+    std::string const old = WriteFile(directory / "report.json", "old");
+    for (int number = 0; number < 2000; ++number)
+        Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});
+    OtherProgram program(
+        {CC_REPORT_PROGRAM, "--strict=Pass", "--json", old, directory / "results"});
+    // Its temporary file shows that it has started to catch signals.
+    auto const entries = [&] {
+        return std::distance(std::filesystem::directory_iterator(directory.path()),
+                             std::filesystem::directory_iterator());
+    };
+    while (entries() < 3 && program.IsRunning())
+        usleep(100);
+    program.Kill(SIGTERM);
+    ProgramResult const result = program.Wait();
+    EXPECT_EQ(ExitStatus::Exited(128 + SIGTERM), result.status);
+    EXPECT_EQ("compliance-report: ended early by SIGTERM\n", result.errors);
+    EXPECT_EQ("old", ReadFile(old));
+    EXPECT_EQ(2, entries());
+}
+
+TEST_F(ReportProgramTest, ShowsHelpAndVersion) {
+    EXPECT_TRUE(RunProgram({CC_REPORT_PROGRAM, "--help"})
+                    .output.starts_with("Usage: compliance-report --strict LIST [OPTION]..."));
+    EXPECT_EQ("compliance-report " CC_VERSION "\n",
+              RunProgram({CC_REPORT_PROGRAM, "--version"}).output);
+}
+
+} // namespace

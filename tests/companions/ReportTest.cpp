@@ -1,0 +1,264 @@
+#include "companions/Report.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "tests/companions/StoredResults.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+using StateTexts = std::vector<std::string>;
+
+// "HOST: CONDITIONS"
+std::string StateText(ReportEntry const& entry) {
+    std::string state = entry.host + ":";
+    for (Condition const condition : entry.conditions)
+        state += std::string(" ") + NameOf(condition);
+    return state;
+}
+
+class ReportTest : public testing::Test {
+protected:
+    ReportTest() {
+        options.acceptedResults = {"Pass"};
+        options.now = {resultTime + 3600, 0};
+    }
+
+    std::string Store(std::string const& name, Provenance const& provenance,
+                      RowList const& rows = {ResultRow("d", "Pass")}) {
+        return Keep(name, ResultText(rows, provenance));
+    }
+
+    std::string StoreFailure(std::string const& name, Provenance const& provenance,
+                             JsonFailure const& failure) {
+        return Keep(name,
+                    OutputOf([&](Output& output) { WriteFailure(failure, provenance, output); }));
+    }
+
+    std::string Keep(std::string const& name, std::string const& text) {
+        files.push_back(WriteFile(directory / name, text));
+        return files.back();
+    }
+
+    Report Make() const {
+        ReportBuilder builder(options);
+        for (std::string const& file : files)
+            builder.Read(file);
+        return builder.Finish();
+    }
+
+    std::vector<std::string> States() const {
+        std::vector<std::string> states;
+        for (Report const report = Make(); ReportEntry const& entry : report.entries)
+            states.push_back(StateText(entry));
+        return states;
+    }
+
+    TemporaryDirectory const directory;
+    ReportOptions options;
+    std::vector<std::string> files;
+};
+
+TEST_F(ReportTest, CountsRowsByResult) {
+    Store("a", ProvenanceOf("web1"),
+          {ResultRow("1", "Pass"), ResultRow("2", "Fail"), ResultRow("3", "Pass")});
+    Store("b", ProvenanceOf("web2"));
+    Report const report = Make();
+    ASSERT_EQ(2u, report.entries.size());
+    EXPECT_EQ("web1", report.entries[0].host);
+    EXPECT_EQ(1u, report.entries[0].failingRows);
+    EXPECT_EQ((ResultCounts{{"Fail", 1}, {"Pass", 2}}), report.entries[0].results);
+    EXPECT_EQ(3590, report.entries[0].age);
+    EXPECT_EQ(4u, report.totals.rows);
+    EXPECT_EQ(1u, report.totals.failingRows);
+    EXPECT_EQ(1u, report.totals.failing);
+    EXPECT_EQ(1u, report.totals.good);
+    EXPECT_EQ(0u, report.totals.attention);
+}
+
+TEST_F(ReportTest, NewestResultOfHostAndDocumentCounts) {
+    Store("new", ProvenanceOf("web1", resultTime), {ResultRow("d", "Fail")});
+    Store("old", ProvenanceOf("web1", resultTime - 86400));
+    Store("older", ProvenanceOf("web1", resultTime - 2 * 86400));
+    Provenance other = ProvenanceOf("web1", resultTime - 3600);
+    other.document = "Other.xml";
+    Store("other", other);
+    Report const report = Make();
+    ASSERT_EQ(2u, report.entries.size());
+    EXPECT_EQ(directory / "new", report.entries[0].file);
+    EXPECT_EQ(2u, report.entries[0].olderResults);
+    EXPECT_EQ("Other.xml", report.entries[1].result.provenance->document);
+    EXPECT_EQ(0u, report.entries[1].olderResults);
+}
+
+TEST_F(ReportTest, NewerFailureHidesAnOlderSuccess) {
+    Store("old", ProvenanceOf("web1", resultTime - 86400));
+    StoreFailure("new", ProvenanceOf("web1"), {5, "time-out", -3, {}, "not taken"});
+    EXPECT_EQ((StateTexts{"web1: failed"}), States());
+    Report const report = Make();
+    EXPECT_EQ("the newest evaluation failed with exit status 5: not taken",
+              Describe(report.entries[0], Condition::failed));
+}
+
+TEST_F(ReportTest, ExpectedHostWithoutAResultComesFirst) {
+    options.expectedHosts = {"web2", "silent", "web1", "silent"};
+    Store("a", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
+    Store("b", ProvenanceOf("web2"));
+    EXPECT_EQ((StateTexts{"silent: missing", "web1:", "web2:"}), States());
+}
+
+TEST_F(ReportTest, HostThatIsNotExpectedIsReported) {
+    options.expectedHosts = {"web1"};
+    Store("a", ProvenanceOf("web1"));
+    Store("b", ProvenanceOf("web2"));
+    EXPECT_EQ((StateTexts{"web2: not-expected", "web1:"}), States());
+}
+
+TEST_F(ReportTest, AgeIsThatOfTheReadersClock) {
+    options.maxAge = std::chrono::hours(1);
+    Store("a", ProvenanceOf("limit", resultTime - 10));
+    Store("b", ProvenanceOf("old", resultTime - 11));
+    Store("c", ProvenanceOf("tolerated", resultTime + 3600 + 50));
+    Store("d", ProvenanceOf("future", resultTime + 3600 + 51));
+    EXPECT_EQ((StateTexts{"old: too-old", "future: from-future", "limit:", "tolerated:"}),
+              States());
+}
+
+TEST_F(ReportTest, StaleAnswersAreReported) {
+    Provenance stale = ProvenanceOf("web1");
+    stale.stale = true;
+    Store("a", stale);
+    StoreFailure("b", ProvenanceOf("web2"), {9, "stale", {}, {}, "stale"});
+    EXPECT_EQ((StateTexts{"web1: stale", "web2: stale"}), States());
+}
+
+TEST_F(ReportTest, ResultWithoutRowsIsReportedUnlessAllowed) {
+    Store("a", ProvenanceOf("web1"), {});
+    EXPECT_EQ((StateTexts{"web1: no-rows"}), States());
+    options.allowEmpty = true;
+    EXPECT_EQ((StateTexts{"web1:"}), States());
+}
+
+TEST_F(ReportTest, OverlappingEvaluationsAreTwoMachines) {
+    Store("a", ProvenanceOf("web1", resultTime));
+    Store("b", ProvenanceOf("web1", resultTime + 9));
+    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+    files.pop_back();
+    Store("c", ProvenanceOf("web1", resultTime + 10));
+    EXPECT_EQ((StateTexts{"web1:"}), States());
+}
+
+TEST_F(ReportTest, RefusedEvaluationsMayOverlap) {
+    Store("a", ProvenanceOf("web1", resultTime));
+    StoreFailure("b", ProvenanceOf("web1", resultTime - 5), {4, "busy", -6, {}, "refused"});
+    EXPECT_EQ((StateTexts{"web1:"}), States());
+}
+
+TEST_F(ReportTest, AgentProgramThatAlternatesIsTwoMachines) {
+    auto const store = [&](int night, time_t agent) {
+        Provenance provenance = ProvenanceOf("web1", resultTime + night * 100);
+        provenance.agentModified = timespec{agent, 0};
+        Store("night" + std::to_string(night), provenance);
+    };
+    store(1, 5);
+    store(2, 5);
+    store(3, 6);
+    EXPECT_EQ((StateTexts{"web1:"}), States());
+    store(4, 5);
+    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+}
+
+TEST_F(ReportTest, CopiesOfAResultAreOneMachine) {
+    Store("a", ProvenanceOf("web1"));
+    Store("copy", ProvenanceOf("web1"));
+    EXPECT_EQ((StateTexts{"web1:"}), States());
+    EXPECT_EQ(1u, Make().entries[0].olderResults);
+}
+
+TEST_F(ReportTest, AllConditionsOfAHostAreNamedInOrder) {
+    options.maxAge = std::chrono::hours(1);
+    options.expectedHosts = {"other"};
+    Provenance provenance = ProvenanceOf("web1", resultTime - 86400);
+    provenance.stale = true;
+    Store("a", provenance, {});
+    EXPECT_EQ((StateTexts{"other: missing", "web1: stale too-old no-rows not-expected"}), States());
+}
+
+TEST_F(ReportTest, FilesThatAreNoResultAreListed) {
+    std::string const foreign = Keep("b", "{}");
+    std::string const old =
+        Keep("a", R"({"schemaVersion":1,"outcome":"finished","rowCount":0,"rows":[]})");
+    Store("c", ProvenanceOf("web1"));
+    Report const report = Make();
+    EXPECT_EQ(1u, report.readFiles);
+    EXPECT_EQ(1u, report.entries.size());
+    ASSERT_EQ(2u, report.problems.size());
+    EXPECT_EQ(old + ": expected a result with provenance; its host and time are unknown",
+              report.problems[0].reason);
+    EXPECT_EQ(foreign + ":1:3: expected the member \"schemaVersion\" of a result of "
+                        "compliance-query",
+              report.problems[1].reason);
+}
+
+TEST_F(ReportTest, ManyDifferentResultsTakeBoundedMemory) {
+    std::vector<std::string> results;
+    RowList rows;
+    for (int index = 0; index < 100; ++index)
+        results.push_back("r" + std::to_string(index));
+    results.push_back(std::string(101, 'x'));
+    for (std::string const& result : results)
+        rows.push_back(ResultRow("d", result));
+    Store("a", ProvenanceOf("web1"), rows);
+    Report const report = Make();
+    EXPECT_EQ(maxResultNames, report.entries[0].results.size());
+    EXPECT_EQ(101 - maxResultNames, report.entries[0].otherRows);
+    EXPECT_EQ(101u, report.entries[0].failingRows);
+    EXPECT_EQ(101 - maxResultNames, report.totals.otherRows);
+}
+
+TEST_F(ReportTest, ReadsRowsAgainUnlessTheResultWasReplaced) {
+    Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
+    Report const report = Make();
+    EXPECT_EQ("y", ReadRows(report.entries[0]).at(1)[designatorField]);
+    WriteFile(directory / "a", ResultText({ResultRow("z", "Pass"), ResultRow("z", "Pass")},
+                                          ProvenanceOf("web1", resultTime + 1)));
+    EXPECT_THROW(ReadRows(report.entries[0]), StoredResultError);
+}
+
+// All that a report says of an entry.
+std::string Fingerprint(Report const& report) {
+    std::string text = std::to_string(report.totals.rows);
+    for (ReportEntry const& entry : report.entries)
+        text +=
+            "|" + entry.host + entry.file + std::to_string(entry.olderResults) + StateText(entry);
+    for (ReportProblem const& problem : report.problems)
+        text += "|" + problem.reason;
+    return text;
+}
+
+TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
+    options.expectedHosts = {"h0", "h1", "h2", "h3", "h4"};
+    options.maxAge = std::chrono::hours(30);
+    std::mt19937 random(4);
+    for (int index = 0; index < 40; ++index) {
+        std::string const host = "h" + std::to_string(random() % 4);
+        Provenance provenance =
+            ProvenanceOf(host.c_str(), resultTime - static_cast<time_t>(random() % 20) * 7200);
+        provenance.document = random() % 2 ? "A" : nullptr;
+        provenance.stale = random() % 5 == 0;
+        Store("f" + std::to_string(index), provenance,
+              RowList(random() % 3, ResultRow("d", random() % 2 ? "Pass" : "Fail")));
+    }
+    Keep("foreign", "[]");
+    Keep("broken", "{");
+    std::string const expected = Fingerprint(Make());
+    for (int round = 0; round < 20; ++round) {
+        std::ranges::shuffle(files, random);
+        EXPECT_EQ(expected, Fingerprint(Make()));
+    }
+}
+
+} // namespace
