@@ -31,9 +31,9 @@ struct ReportOutput {
 };
 
 struct ReportCommandLine {
-    enum Action { write, showHelp, showVersion };
+    enum Action { writeReports, showHelp, showVersion };
 
-    Action action = write;
+    Action action = writeReports;
     // Without the hosts and the time.
     ReportOptions options = {};
     std::optional<std::string> hostsFile = {};

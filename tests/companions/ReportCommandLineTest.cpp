@@ -23,7 +23,7 @@ std::string ReportRefusal(std::vector<char const*> const& texts) {
 TEST(ReportCommandLineTest, FilesAndOutputs) {
     ReportCommandLine const line =
         ParseReport({"a", "--strict", "Pass,N/A", "--html=x.html", "b", "--json", "-", "c"});
-    EXPECT_EQ(ReportCommandLine::write, line.action);
+    EXPECT_EQ(ReportCommandLine::writeReports, line.action);
     EXPECT_EQ((std::vector<std::string>{"a", "b", "c"}), line.files);
     EXPECT_EQ((std::vector<std::string>{"Pass", "N/A"}), line.options.acceptedResults);
     ASSERT_EQ(2u, line.outputs.size());
