@@ -11,8 +11,8 @@ constexpr std::array diffOptionRules = {
     OptionRule{"--help", nullptr, 'h'},
     OptionRule{"--version", nullptr, 'V'},
     OptionRule{"--json"},
-    OptionRule{"--regressions", acceptedResultLists},
-    OptionRule{"--color", acceptedColorModes},
+    OptionRule{"--regressions", acceptedResults},
+    OptionRule{"--color", acceptedColor},
 };
 constexpr std::array<char const*, 2> diffOperandNames = {"OLD", "NEW"};
 
@@ -26,8 +26,8 @@ DiffCommandLine ParseDiffCommandLine(int count, char const* const* argumentTexts
         return {.action = DiffCommandLine::showVersion};
     DiffCommandLine result;
     result.json = arguments.Has("--json");
-    result.color = ParseColor(diffOptionRules, arguments);
-    result.goodResults = ParseResults(diffOptionRules, arguments, "--regressions");
+    ReadLast(diffOptionRules, arguments, "--color", ParseColor, result.color);
+    result.goodResults = ReadResults(diffOptionRules, arguments, "--regressions");
     if (result.json && arguments.Has("--color"))
         throw CommandLineError("--color: accepted without --json only");
     std::vector<std::string> const& operands = arguments.Operands();

@@ -136,7 +136,7 @@ void ReadEvaluation(Arguments const& arguments, QueryCommandLine& result) {
 
 std::string ParseStatus(std::string const& text) {
     if (!IsQueryExit(text))
-        throw ValueError("'" + text + "' is not accepted");
+        throw ValueError(text);
     return text;
 }
 

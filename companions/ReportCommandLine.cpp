@@ -8,15 +8,16 @@
 
 namespace {
 
-constexpr char acceptedOutputs[] = "the name of a file, or - for standard output";
+constexpr char acceptedOutputs[] =
+    "a regular file, a new name in a directory that exists, or - for standard output";
 
 constexpr std::array reportOptionRules = {
     OptionRule{"--help", nullptr, 'h'},
     OptionRule{"--version", nullptr, 'V'},
-    OptionRule{"--strict", acceptedResultLists},
+    OptionRule{"--strict", acceptedResults},
     OptionRule{"--allow-empty"},
     OptionRule{"--hosts", "the name of a file"},
-    OptionRule{"--max-age", acceptedDurations},
+    OptionRule{"--max-age", acceptedDuration},
     OptionRule{"--html", acceptedOutputs},
     OptionRule{"--csv", acceptedOutputs},
     OptionRule{"--junit", acceptedOutputs},
@@ -40,12 +41,13 @@ constexpr std::array<FormatOption, reportFormatCount> formatOptions = {{
     {"--json", ReportFormat::json},
 }};
 
+std::string ParseOutput(std::string const& file) { return file == "-" ? file : ParseFile(file); }
+
 std::vector<ReportOutput> ParseOutputs(Arguments const& arguments) {
     std::vector<ReportOutput> outputs;
     for (FormatOption const& option : formatOptions)
         for (std::string const& file : arguments.Values(option.name)) {
-            if (file.empty())
-                RefuseOptionValue(reportOptionRules, option.name, file);
+            ParseOption(reportOptionRules, option.name, file, ParseOutput);
             if (std::ranges::find(outputs, file, &ReportOutput::file) != outputs.end())
                 throw CommandLineError(std::string(option.name) + ": '" + file +
                                        "' is the output of another option");
@@ -57,15 +59,12 @@ std::vector<ReportOutput> ParseOutputs(Arguments const& arguments) {
     return outputs;
 }
 
-mode_t ParseMode(Arguments const& arguments, mode_t otherwise) {
-    if (!arguments.Has("--mode"))
-        return otherwise;
-    std::string const& text = arguments.Values("--mode").back();
+mode_t ParseMode(std::string const& text) {
     bool const isOctal = (text.size() == 3 || (text.size() == 4 && text.starts_with('0'))) &&
                          text.find_first_not_of("01234567") == std::string::npos;
     mode_t const mode = isOctal ? static_cast<mode_t>(std::stoul(text, nullptr, 8)) : 0;
     if ((mode & 0400) == 0)
-        RefuseOptionValue(reportOptionRules, "--mode", text);
+        throw ValueError(text);
     return mode;
 }
 
@@ -78,16 +77,16 @@ ReportCommandLine ParseReportCommandLine(int count, char const* const* argumentT
     if (arguments.Has("--version"))
         return {.action = ReportCommandLine::showVersion};
     ReportCommandLine result;
-    result.options.acceptedResults = ParseResults(reportOptionRules, arguments, "--strict");
+    result.options.acceptedResults = ReadResults(reportOptionRules, arguments, "--strict");
     if (result.options.acceptedResults.empty())
         throw CommandLineError("--strict is missing; accepted: the results that are good, " +
-                               std::string(acceptedResultLists));
+                               std::string(acceptedResults));
     result.options.allowEmpty = arguments.Has("--allow-empty");
-    result.options.maxAge = ParseDuration(reportOptionRules, arguments, "--max-age");
+    ReadLast(reportOptionRules, arguments, "--max-age", ParseDuration, result.options.maxAge);
     if (arguments.Has("--hosts"))
         result.hostsFile = arguments.Values("--hosts").back();
     result.outputs = ParseOutputs(arguments);
-    result.mode = ParseMode(arguments, result.mode);
+    ReadLast(reportOptionRules, arguments, "--mode", ParseMode, result.mode);
     result.quiet = arguments.Has("--quiet");
     result.files = arguments.Operands();
     if (result.files.empty())

@@ -47,8 +47,9 @@ TEST(DiffCommandLineTest, RefusesOtherCommandLines) {
     EXPECT_EQ("'c' is one operand too many; accepted: OLD NEW", DiffRefusal({"a", "b", "c"}));
     EXPECT_EQ("--color: accepted without --json only",
               DiffRefusal({"--json", "--color=always", "a", "b"}));
-    EXPECT_EQ("--regressions: '' is not accepted; accepted: a list of results with commas between",
-              DiffRefusal({"--regressions=", "a", "b"}));
+    EXPECT_EQ(
+        "--regressions: '' has an empty entry; accepted: a list of results with commas between",
+        DiffRefusal({"--regressions=", "a", "b"}));
 }
 
 } // namespace

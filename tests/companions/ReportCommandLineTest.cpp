@@ -63,8 +63,14 @@ TEST(ReportCommandLineTest, RefusesOtherCommandLines) {
               ReportRefusal({"--strict=P", "--html=x"}));
     EXPECT_EQ("--csv: 'x' is the output of another option",
               ReportRefusal({"--strict=P", "--html=x", "--csv=x", "f"}));
-    EXPECT_EQ("--html: '' is not accepted; accepted: the name of a file, or - for standard output",
-              ReportRefusal({"--strict=P", "--html=", "f"}));
+    EXPECT_EQ(
+        "--html: '' is empty; accepted: a regular file, a new name in a directory that exists, "
+        "or - for standard output",
+        ReportRefusal({"--strict=P", "--html=", "f"}));
+    EXPECT_EQ(
+        "--html: '/' is a directory; accepted: a regular file, a new name in a directory that "
+        "exists, or - for standard output",
+        ReportRefusal({"--strict=P", "--html=/", "f"}));
     for (char const* const mode : {"--mode=", "--mode=8", "--mode=648", "--mode=1640",
                                    "--mode=06440", "--mode=-644", "--mode=240", "--mode=rw"})
         EXPECT_NE(std::string::npos,
