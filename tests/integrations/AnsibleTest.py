@@ -223,11 +223,24 @@ class FleetTest(AnsibleTest):
             "ansible", "-i", self.scratch / "hosts", "web1", "-m", "ansible.builtin.command",
             "-a", "cat /etc/clientcompliance/nightly.conf /run/systemctl.log").stdout
         for line in ("URL=http://example.com/a b", "DOCUMENT=R&D baseline.xml", "FLAGS=gather,idle",
-                     "GOOD=Compliant,Not Applicable", "KEEP=7",
+                     "GOOD_RESULTS=Compliant,Not Applicable", "KEEP_RESULTS=7",
                      "enable compliance-evaluate@nightly.timer",
                      "start compliance-evaluate@nightly.timer"):
             self.assertIn(line, text.splitlines())
         self.assertFalse(os.path.exists("/etc/clientcompliance/nightly.conf"), "not in the sandbox")
+
+    def test_role_refuses_what_a_configuration_cannot_hold(self):
+        play = self.scratch / "role.yml"
+        for wrong in ("name: ../x", 'url: "x\\ty"', "document: 'a\"b'", "good: []", "good: ['a,b']",
+                      "good: ['a\\b']"):
+            key = wrong.split(":")[0]
+            text = re.sub(rf"(?m)^( +(?:- )?){key}: .*$", lambda match: match[1] + wrong, ROLE)
+            play.write_text(text, encoding="utf-8")
+            made = self.run_program("ansible-playbook", "-i", self.scratch / "hosts", play)
+            with self.subTest(wrong=wrong):
+                self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
+                self.assertIn("expected a name of letters", made.stdout)
+                self.assertNotIn("Write the configuration", made.stdout)
 
 
 # Keeps the state of units in /run, and logs what changes it.
@@ -303,18 +316,23 @@ class DocumentationTest(AnsibleTest):
 class LargeFleetTest(AnsibleTest):
     """Stored results of CC_FLEET_HOSTS hosts, reached without SSH."""
 
-    def test_results_of_every_host_are_collected_once_and_pruned(self):
+    def run_large(self, *command):
+        made = self.run_program(*command, timeout=7200, ANSIBLE_FORKS="8")
+        self.assertEqual(made.returncode, 0, made.stdout[-3000:] + made.stderr)
+
+    def test_newest_result_of_every_host_is_kept(self):
         hosts = int(os.environ.get("CC_FLEET_HOSTS", "12"))
         write_stored_fleet(self.scratch / "stored", hosts)
         command = ["ansible-playbook", "-i", self.scratch / "stored/hosts", f"{COLLECTION}.report",
                    "-e", f"fleet_directory={self.scratch}/fleet", "-e", "fleet_keep=1",
                    "-e", '{"fleet_good": ["Compliant"]}']
+        command += [] if HAS_REPORT else ["--tags", "collect"]
         start = time.monotonic()
-        made = self.run_program(*command, *([] if HAS_REPORT else ["--tags", "collect"]),
-                                timeout=7200, ANSIBLE_FORKS="8")
-        self.assertEqual(made.returncode, 0, made.stdout[-3000:] + made.stderr)
+        self.run_large(*command, "-e", "fleet_max_age=48h", "-e",
+                       f"fleet_path={self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json")
         print(f"{hosts} hosts: {time.monotonic() - start:.0f} s, largest process "
               f"{resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024} MiB", file=sys.stderr)
+        self.run_large(*command)
         collected = sorted((self.scratch / "fleet/results").glob("*/*.json"))
         self.assertEqual([path.parent.name for path in collected],
                          [f"host{number:05}" for number in range(hosts)])
