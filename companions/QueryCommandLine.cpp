@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "companions/Arguments.h"
+#include "companions/QueryConfig.h"
 #include "companions/QueryExit.h"
 #include "companions/QueryValues.h"
 #include "companions/Rows.h"
@@ -27,6 +28,8 @@ constexpr std::array optionRules = {
     OptionRule{"--keep-failures"},
     OptionRule{"--quiet", nullptr, 'q'},
     OptionRule{"-d", nullptr, 'd'},
+    OptionRule{"--config", acceptedConfigName},
+    OptionRule{"--check-config", acceptedConfigName},
     OptionRule{"--flags", acceptedFlags},
     OptionRule{"--strict", acceptedResults},
     OptionRule{"--allow-empty"},
@@ -85,17 +88,23 @@ RowFormat ChooseFormat(Arguments const& arguments) {
     return chosen.empty() ? RowFormat::table : chosen.front();
 }
 
+constexpr char acceptedRequests[] = "; accepted: URL and DOC, -d, or --config NAME";
+
 void ReadOperands(Arguments const& arguments, QueryCommandLine& result) {
     std::vector<std::string> const& operands = arguments.Operands();
-    if (arguments.Has("-d")) {
+    bool const hasConfig = arguments.Has("--config");
+    if (hasConfig && arguments.Has("-d"))
+        throw CommandLineError(std::string("-d is not accepted beside --config") +
+                               acceptedRequests);
+    if (hasConfig || arguments.Has("-d")) {
         if (!operands.empty())
-            throw CommandLineError("'" + operands.front() +
-                                   "' is not accepted beside -d; accepted: URL and DOC, or -d");
+            throw CommandLineError("'" + operands.front() + "' is not accepted beside " +
+                                   (hasConfig ? "--config" : "-d") + acceptedRequests);
         return;
     }
     if (operands.size() < operandNames.size())
-        throw CommandLineError(std::string(operandNames[operands.size()]) +
-                               " is missing; accepted: URL and DOC, or -d");
+        throw CommandLineError(std::string(operandNames[operands.size()]) + " is missing" +
+                               acceptedRequests);
     result.url = operands[0];
     result.document = operands[1];
 }
@@ -106,8 +115,17 @@ void RefuseWithout(Arguments const& arguments, char const* option, char const* o
         throw CommandLineError(std::string(option) + ": accepted beside " + other + " only");
 }
 
+void UseConfig(std::string const& name, QueryCommandLine& result) {
+    QueryConfig const config = ReadQueryConfig(QueryConfigPath(name));
+    if (!config.mistakes.empty())
+        throw CommandLineError(config.mistakes.front());
+    result.url = config.url;
+    result.document = config.document;
+    result.flags = config.flags;
+    result.acceptedResults = config.goodResults;
+}
+
 void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
-    RefuseWithout(arguments, "--allow-empty", "--strict");
     RefuseWithout(arguments, "--keep-failures", "--output");
     result.format = ChooseFormat(arguments);
     for (char const* const option : {"--columns", "--sort", "--only", "--color"})
@@ -121,8 +139,12 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
         throw CommandLineError("--keep-failures: accepted beside --json and --ndjson only");
     result.allowStale = arguments.Has("--allow-stale");
     result.allowEmpty = arguments.Has("--allow-empty");
-    result.flags = ReadFlags(arguments);
-    result.acceptedResults = ReadResults(optionRules, arguments, "--strict");
+    if (arguments.Has("--flags"))
+        result.flags = ReadFlags(arguments);
+    if (arguments.Has("--strict"))
+        result.acceptedResults = ReadResults(optionRules, arguments, "--strict");
+    if (result.allowEmpty && result.acceptedResults.empty())
+        RefuseWithout(arguments, "--allow-empty", "--strict");
     ReadLast(arguments, "--timeout", ParseDuration, result.timeout);
     ReadLast(arguments, "--wait", ParseDuration, result.wait);
     ReadLast(arguments, "--output", ParseFile, result.outputFile);
@@ -130,6 +152,8 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
 }
 
 void ReadEvaluation(Arguments const& arguments, QueryCommandLine& result) {
+    for (std::string const& name : arguments.Values("--config"))
+        UseConfig(ParseOption(optionRules, "--config", name, ParseConfigName), result);
     ReadOptions(arguments, result);
     ReadOperands(arguments, result);
 }
@@ -146,6 +170,12 @@ void ReadExplanation(Arguments const& arguments, QueryCommandLine& result) {
     ReadLast(arguments, "--explain", ParseStatus, result.status);
 }
 
+void ReadCheck(Arguments const& arguments, QueryCommandLine& result) {
+    ReadOptions(arguments, result);
+    result.action = QueryCommandLine::checkConfig;
+    ReadLast(arguments, "--check-config", ParseConfigName, result.config);
+}
+
 } // namespace
 
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* argumentTexts) {
@@ -157,6 +187,8 @@ QueryCommandLine ParseQueryCommandLine(int count, char const* const* argumentTex
         result.action = QueryCommandLine::showVersion;
     else if (arguments.Has("--explain"))
         ReadExplanation(arguments, result);
+    else if (arguments.Has("--check-config"))
+        ReadCheck(arguments, result);
     else
         ReadEvaluation(arguments, result);
     return result;

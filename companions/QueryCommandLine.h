@@ -12,7 +12,7 @@
 enum class RowFormat { table, tsv, json, ndjson };
 
 struct QueryCommandLine {
-    enum Action { evaluate, showHelp, showVersion, explain };
+    enum Action { evaluate, showHelp, showVersion, explain, checkConfig };
 
     Action action = evaluate;
     RowFormat format = RowFormat::table;
@@ -35,6 +35,8 @@ struct QueryCommandLine {
     bool allowEmpty = false;
     // The sum of the COMPLIANCE_FLAG_ values.
     unsigned int flags = 0;
+    // The value of --check-config.
+    std::string config = {};
     // Both absent with -d.
     std::optional<std::string> url = {};
     std::optional<std::string> document = {};
@@ -43,7 +45,8 @@ struct QueryCommandLine {
 };
 
 // Reads the arguments of main. --help and --version make the values of all other options
-// irrelevant, and --explain makes the operands irrelevant. Throws CommandLineError.
+// irrelevant; --explain and --check-config make the operands irrelevant. Options replace the values
+// of the file of --config. Throws CommandLineError, also with the first mistake in that file.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // What --help shows.

@@ -8,6 +8,8 @@ namespace {
 constexpr char textBeforeStatuses[] =
     "Usage: compliance-query [OPTION]... URL DOC\n"
     "       compliance-query [OPTION]... -d\n"
+    "       compliance-query [OPTION]... --config NAME\n"
+    "       compliance-query --check-config NAME\n"
     "       compliance-query --explain STATUS\n"
     "\n"
     "Asks the endpoint agent on this machine to evaluate a compliance document, and writes the result\n"
@@ -17,6 +19,9 @@ constexpr char textBeforeStatuses[] =
     "  URL                 site gather URL that the agent is subscribed to\n"
     "  DOC                 name of the compliance document\n"
     "  -d                  neither of them: what the agent evaluates by default\n"
+    "  --config NAME       URL, DOC, --flags and --strict of /etc/clientcompliance/NAME.conf\n"
+    "  --check-config NAME\n"
+    "                      list the mistakes in that file\n"
     "\n"
     "Output format, one of:\n"
     "  --table             a table, fitted to the terminal or to COLUMNS (the default)\n"

@@ -13,6 +13,7 @@
 #include "companions/Program.h"
 #include "companions/Progress.h"
 #include "companions/QueryCommandLine.h"
+#include "companions/QueryConfig.h"
 #include "companions/QueryExit.h"
 #include "companions/ResultFile.h"
 #include "companions/Retry.h"
@@ -244,6 +245,13 @@ int RunQuery(QueryCommandLine const& commandLine, char** arguments) {
     }
 }
 
+int CheckConfig(std::string const& name) {
+    std::vector<std::string> const mistakes = ReadQueryConfig(QueryConfigPath(name)).mistakes;
+    for (std::string const& mistake : mistakes)
+        WriteMessage(program, mistake);
+    return Number(mistakes.empty() ? QueryExit::finished : QueryExit::usage);
+}
+
 int Run(int count, char** arguments) {
     QueryCommandLine const commandLine = ParseQueryCommandLine(count, arguments);
     int const failure = Number(QueryExit::outputFailed);
@@ -254,6 +262,8 @@ int Run(int count, char** arguments) {
         return ShowText(program, "compliance-query " CC_VERSION "\n", failure);
     case QueryCommandLine::explain:
         return ShowText(program, ExplainQueryExit(commandLine.status), failure);
+    case QueryCommandLine::checkConfig:
+        return CheckConfig(commandLine.config);
     default:
         return RunQuery(commandLine, arguments);
     }

@@ -13,7 +13,7 @@ end
 function __compliance_query_lacks
     set --local words (commandline -opc)
     set --local with_value --columns --sort --only --color -o --output --flags --strict --timeout \
-        --wait --progress --explain
+        --wait --progress --explain --config --check-config
     contains -- "$words[-1]" $with_value; and set --erase words[-1]
     for word in $words
         contains -- (string replace -r '=.*' '' -- $word) $argv; and return 1
@@ -21,10 +21,18 @@ function __compliance_query_lacks
     return 0
 end
 
+function __compliance_query_configs
+    for file in /etc/clientcompliance/*.conf
+        string replace -r '.*/(.*)\.conf$' '$1' -- $file
+    end
+end
+
 set --local columns designator result resultType evaluationTime description comment
 
 complete -c compliance-query -f
 complete -c compliance-query -s d -n '__compliance_query_lacks -d' -d 'What the agent evaluates by default'
+complete -c compliance-query -l config -n '__compliance_query_lacks --config' -x -a '(__compliance_query_configs)' -d 'Use a configuration file'
+complete -c compliance-query -l check-config -n '__compliance_query_lacks --check-config' -x -a '(__compliance_query_configs)' -d 'List the mistakes in a configuration file'
 complete -c compliance-query -l table -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Columns for people'
 complete -c compliance-query -l tsv -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Tab-separated values'
 complete -c compliance-query -l json -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'One JSON document'

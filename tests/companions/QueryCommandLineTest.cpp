@@ -101,9 +101,9 @@ TEST(QueryCommandLineTest, HelpAndVersionCountWhateverElseIsThere) {
 }
 
 TEST(QueryCommandLineTest, RefusalNamesTheArgumentAndTheAcceptedValues) {
-    EXPECT_EQ("URL is missing; accepted: URL and DOC, or -d", Refusal({}));
-    EXPECT_EQ("DOC is missing; accepted: URL and DOC, or -d", Refusal({"url"}));
-    EXPECT_EQ("'doc' is not accepted beside -d; accepted: URL and DOC, or -d",
+    EXPECT_EQ("URL is missing; accepted: URL and DOC, -d, or --config NAME", Refusal({}));
+    EXPECT_EQ("DOC is missing; accepted: URL and DOC, -d, or --config NAME", Refusal({"url"}));
+    EXPECT_EQ("'doc' is not accepted beside -d; accepted: URL and DOC, -d, or --config NAME",
               Refusal({"-d", "doc"}));
     EXPECT_EQ("more than one output format; accepted: one of --table, --tsv, --json and --ndjson",
               Refusal({"-d", "--json", "--tsv"}));
@@ -254,6 +254,21 @@ TEST(QueryCommandLineTest, ExplainsStatus) {
     EXPECT_EQ(QueryCommandLine::explain, line.action);
     EXPECT_EQ("9", line.status);
     EXPECT_EQ("9", Parse({"--explain=9", "--json", "--timeout=5m", "url"}).status);
+}
+
+TEST(QueryCommandLineTest, RefusesOtherConfigurations) {
+    for (std::string const option : {"--config", "--check-config"})
+        EXPECT_EQ(option + ": 'a/b' is not accepted; accepted: NAME of a file "
+                           "/etc/clientcompliance/NAME.conf",
+                  Refusal({option, "a/b"}));
+    EXPECT_EQ("/etc/clientcompliance/no such name.conf: cannot be read: No such file or directory",
+              Refusal({"--config", "no such name"}));
+}
+
+TEST(QueryCommandLineTest, ChecksConfigurationByName) {
+    QueryCommandLine const line = Parse({"--check-config", "night"});
+    EXPECT_EQ(QueryCommandLine::checkConfig, line.action);
+    EXPECT_EQ("night", line.config);
 }
 
 TEST(QueryCommandLineTest, RefusesOtherStatuses) {

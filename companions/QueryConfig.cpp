@@ -1,0 +1,211 @@
+#include "companions/QueryConfig.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <map>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "companions/QueryValues.h"
+
+namespace {
+
+constexpr std::size_t maxFileSize = 64 * 1024;
+constexpr std::size_t maxNameLength = 100;
+constexpr long long maxKeptResults = 10'000;
+
+// A mistake in one line. The text does not name the file and the line.
+class ConfigError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+long long ParseKeptResults(std::string const& text) {
+    std::optional<long long> const number = ParseNumber(text);
+    if (!number || *number < 1 || *number > maxKeptResults)
+        throw ValueError(text);
+    return *number;
+}
+
+struct Setting {
+    char const* key;
+    char const* accepted;
+    void (*store)(QueryConfig& config, std::string const& value);
+};
+
+constexpr std::array settings = {
+    Setting{"URL", "the site gather URL",
+            [](QueryConfig& config, std::string const& value) {
+                config.url = value;
+            }},
+    Setting{"DOCUMENT", "the name of the compliance document",
+            [](QueryConfig& config, std::string const& value) {
+                config.document = value;
+            }},
+    Setting{"FLAGS", acceptedFlags,
+            [](QueryConfig& config, std::string const& value) {
+                config.flags = ParseFlags(value);
+            }},
+    Setting{"GOOD_RESULTS", acceptedResults,
+            [](QueryConfig& config, std::string const& value) {
+                config.goodResults = ParseList(value);
+            }},
+    Setting{"KEEP_RESULTS", "a number from 1 to 10000",
+            [](QueryConfig& config, std::string const& value) {
+                config.keptResults = ParseKeptResults(value);
+            }},
+};
+
+std::string ListKeys() {
+    std::string keys;
+    for (Setting const& setting : settings)
+        keys += (keys.empty() ? "" : ", ") + std::string(setting.key);
+    return keys;
+}
+
+// The value without the quotes around it.
+std::string Unquote(std::string const& text) {
+    bool const isQuoted =
+        text.size() > 1 && (text[0] == '"' || text[0] == '\'') && text.back() == text[0];
+    return isQuoted ? text.substr(1, text.size() - 2) : text;
+}
+
+bool IsControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }
+
+void CheckCharacters(Setting const& setting, std::string const& value) {
+    char const* problem = nullptr;
+    if (value.empty())
+        problem = "' is empty";
+    else if (value.find_first_of("\"'\\") != std::string::npos)
+        problem = "' has a quote or a backslash";
+    else if (std::ranges::any_of(value, IsControl))
+        problem = "' has a control character";
+    if (problem != nullptr)
+        throw ConfigError(std::string(setting.key) + ": '" + value + problem +
+                          "; accepted: " + setting.accepted);
+}
+
+class Reader {
+public:
+    explicit Reader(std::string const& thePath) : path(thePath) {}
+
+    QueryConfig Read(std::string_view content) {
+        for (; !content.empty(); ++line) {
+            std::size_t const end = std::min(content.find('\n'), content.size());
+            ReadLine(TrimSpaces(content.substr(0, end)));
+            content.remove_prefix(std::min(end + 1, content.size()));
+        }
+        RequireBoth("URL", "DOCUMENT");
+        RequireBoth("DOCUMENT", "URL");
+        return config;
+    }
+
+private:
+    void ReadLine(std::string const& text) {
+        if (text.empty() || text[0] == '#' || text[0] == ';')
+            return;
+        try {
+            ReadSetting(text);
+        } catch (ConfigError const& error) {
+            AddMistake(line, error.what());
+        }
+    }
+
+    void ReadSetting(std::string const& text) {
+        std::size_t const equals = text.find('=');
+        if (equals == std::string::npos)
+            throw ConfigError("'" + text + "' has no '='; accepted: KEY=VALUE, or # and a comment");
+        std::string const key = TrimSpaces(text.substr(0, equals));
+        auto const setting = std::ranges::find(settings, std::string_view(key), &Setting::key);
+        if (setting == settings.end())
+            throw ConfigError("'" + key + "' is no key; accepted: " + ListKeys());
+        if (auto const [former, isNew] = lines.emplace(key, line); !isNew)
+            throw ConfigError(key + ": accepted once; it is also in line " +
+                              std::to_string(former->second));
+        std::string const value = Unquote(TrimSpaces(text.substr(equals + 1)));
+        CheckCharacters(*setting, value);
+        Store(*setting, value);
+    }
+
+    void Store(Setting const& setting, std::string const& value) {
+        try {
+            setting.store(config, value);
+        } catch (ValueError const& error) {
+            throw ConfigError(std::string(setting.key) + ": " + error.what() +
+                              "; accepted: " + setting.accepted);
+        }
+    }
+
+    void RequireBoth(char const* key, char const* other) {
+        if (lines.contains(key) && !lines.contains(other))
+            AddMistake(lines[key], std::string(key) + ": accepted beside " + other + " only");
+    }
+
+    void AddMistake(int where, std::string const& text) {
+        config.mistakes.push_back(path + ":" + std::to_string(where) + ": " + text);
+    }
+
+    std::string const path;
+    int line = 1;
+    // Where each key is set.
+    std::map<std::string, int> lines;
+    QueryConfig config;
+};
+
+// Reads at most one byte more than a file may have. Returns nothing, with errno set, on failure.
+std::optional<std::string> ReadContent(int descriptor) {
+    std::string content(maxFileSize + 1, '\0');
+    std::size_t length = 0;
+    while (length < content.size()) {
+        ssize_t const count = read(descriptor, content.data() + length, content.size() - length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return {};
+        if (count == 0)
+            break;
+        length += static_cast<std::size_t>(count);
+    }
+    content.resize(length);
+    return content;
+}
+
+QueryConfig ReadFile(std::string const& path, int descriptor) {
+    struct stat facts {};
+    if (fstat(descriptor, &facts) == 0 && !S_ISREG(facts.st_mode))
+        return {.mistakes = {path + ": is no regular file"}};
+    std::optional<std::string> const content = ReadContent(descriptor);
+    if (!content)
+        return {.mistakes = {path + ": cannot be read: " + std::strerror(errno)}};
+    if (content->size() > maxFileSize)
+        return {.mistakes = {path + ": is too large; accepted: at most 65536 bytes"}};
+    return Reader(path).Read(*content);
+}
+
+} // namespace
+
+std::string QueryConfigPath(std::string const& name) {
+    return "/etc/clientcompliance/" + name + ".conf";
+}
+
+std::string ParseConfigName(std::string const& name) {
+    bool const isFileName = !name.empty() && name.size() <= maxNameLength && name[0] != '.' &&
+                            name.find('/') == std::string::npos;
+    if (!isFileName)
+        throw ValueError(name);
+    return name;
+}
+
+QueryConfig ReadQueryConfig(std::string const& path) {
+    // The open of a FIFO would wait for a writer.
+    int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0)
+        return {.mistakes = {path + ": cannot be read: " + std::strerror(errno)}};
+    QueryConfig config = ReadFile(path, descriptor);
+    close(descriptor);
+    return config;
+}

@@ -1,0 +1,127 @@
+#include "companions/QueryConfig.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include <sys/stat.h>
+
+#include "companions/QueryValues.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class QueryConfigTest : public testing::Test {
+protected:
+    QueryConfig Read(std::string const& content) const {
+        std::ofstream(path) << content;
+        return ReadQueryConfig(path);
+    }
+
+    // The mistakes without the path of the file.
+    Texts Mistakes(std::string const& content) const {
+        Texts mistakes = Read(content).mistakes;
+        for (std::string& mistake : mistakes) {
+            EXPECT_TRUE(mistake.starts_with(path + ":")) << mistake;
+            mistake.erase(0, path.size() + 1);
+        }
+        return mistakes;
+    }
+
+    TemporaryDirectory const directory;
+    std::string const path = directory.path() + "/x.conf";
+};
+
+TEST_F(QueryConfigTest, AllKeys) {
+    QueryConfig const config = Read("# The nightly evaluation.\n"
+                                    "; Another comment\n"
+                                    "\n"
+                                    "URL=http://host:52311/cgi-bin/a?b=c#d\n"
+                                    "  DOCUMENT = \"R&D baseline.xml\" \n"
+                                    "FLAGS='gather, idle'\n"
+                                    "GOOD_RESULTS=Compliant,Not Applicable\n"
+                                    "KEEP_RESULTS=30");
+    EXPECT_EQ(Texts(), config.mistakes);
+    EXPECT_EQ("http://host:52311/cgi-bin/a?b=c#d", config.url);
+    EXPECT_EQ("R&D baseline.xml", config.document);
+    EXPECT_EQ(5u, config.flags);
+    EXPECT_EQ((Texts{"Compliant", "Not Applicable"}), config.goodResults);
+    EXPECT_EQ(30, config.keptResults);
+}
+
+TEST_F(QueryConfigTest, EmptyFileIsARequestByDefault) {
+    QueryConfig const config = Read("");
+    EXPECT_EQ(Texts(), config.mistakes);
+    EXPECT_EQ(std::nullopt, config.url);
+    EXPECT_EQ(std::nullopt, config.document);
+    EXPECT_EQ(0u, config.flags);
+    EXPECT_EQ(Texts(), config.goodResults);
+    EXPECT_EQ(std::nullopt, config.keptResults);
+}
+
+TEST_F(QueryConfigTest, EachMistakeHasItsLine) {
+    EXPECT_EQ((Texts{"1: 'URI' is no key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
+                     "KEEP_RESULTS",
+                     "2: FLAGS: 'fast' is not accepted; accepted: gather, all, idle or hint, with "
+                     "commas between, or a number from 0 to 15",
+                     "4: 'DOCUMENT' has no '='; accepted: KEY=VALUE, or # and a comment",
+                     "5: GOOD_RESULTS: 'a,' has an empty entry; accepted: a list of results with "
+                     "commas between",
+                     "6: KEEP_RESULTS: '0' is not accepted; accepted: a number from 1 to 10000"}),
+              Mistakes("URI=x\nFLAGS=fast\n\nDOCUMENT\nGOOD_RESULTS=a,\nKEEP_RESULTS=0\n"));
+}
+
+TEST_F(QueryConfigTest, RepeatedKeyIsAMistake) {
+    EXPECT_EQ(Texts{"3: FLAGS: accepted once; it is also in line 1"},
+              Mistakes("FLAGS=all\n\nFLAGS=all\n"));
+}
+
+TEST_F(QueryConfigTest, UrlAndDocumentNeedEachOther) {
+    EXPECT_EQ(Texts{"2: URL: accepted beside DOCUMENT only"}, Mistakes("#\nURL=x\n"));
+    EXPECT_EQ(Texts{"1: DOCUMENT: accepted beside URL only"}, Mistakes("DOCUMENT=x\n"));
+}
+
+TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {
+    std::string const accepted = "; accepted: the site gather URL";
+    for (std::string const value : {"a\"b", "it's", "\"a", "a\\b", "a\\"})
+        EXPECT_EQ("1: URL: '" + value + "' has a quote or a backslash" + accepted,
+                  Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
+    EXPECT_EQ("1: URL: 'a\r' has a control character" + accepted,
+              Mistakes("URL=a\r\nDOCUMENT=x\n").at(0));
+    for (std::string const value : {"", "  ", "\"\"", "''"})
+        EXPECT_EQ("1: URL: '' is empty" + accepted,
+                  Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
+}
+
+TEST_F(QueryConfigTest, KeptResultsAreANumberInItsLimits) {
+    EXPECT_EQ(1, Read("KEEP_RESULTS=1").keptResults);
+    EXPECT_EQ(10'000, Read("KEEP_RESULTS=10000").keptResults);
+    for (std::string const value : {"10001", "-1", "many"})
+        EXPECT_EQ(1u, Mistakes("KEEP_RESULTS=" + value).size()) << value;
+}
+
+TEST_F(QueryConfigTest, RefusesOtherFiles) {
+    EXPECT_EQ(Texts{path + ": cannot be read: No such file or directory"},
+              ReadQueryConfig(path).mistakes);
+    EXPECT_EQ(Texts{directory.path() + ": is no regular file"},
+              ReadQueryConfig(directory.path()).mistakes);
+    ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
+    EXPECT_EQ(Texts{path + ": is no regular file"}, ReadQueryConfig(path).mistakes);
+    std::filesystem::remove(path);
+    EXPECT_EQ(Texts(), Mistakes("#" + std::string(65'535, 'x')));
+    EXPECT_EQ(Texts{" is too large; accepted: at most 65536 bytes"},
+              Mistakes("#" + std::string(65'536, 'x')));
+}
+
+TEST(QueryConfigNameTest, NamesAFileOfTheDirectory) {
+    EXPECT_EQ("/etc/clientcompliance/night.conf", QueryConfigPath("night"));
+    EXPECT_EQ("web-1@x", ParseConfigName("web-1@x"));
+    for (std::string const& name : {std::string(), std::string("a/b"), std::string("../x"),
+                                    std::string(".x"), std::string(101, 'x')})
+        EXPECT_THROW(ParseConfigName(name), ValueError) << name;
+}
+
+} // namespace
