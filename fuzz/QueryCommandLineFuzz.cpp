@@ -1,10 +1,13 @@
 // The command lines of compliance-query and compliance-doctor against their grammar.
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "companions/Arguments.h"
@@ -81,6 +84,10 @@ private:
 
     // Returns 1 if the last letter took the next text as its value, else 0.
     std::size_t TakeLetters(std::string const& text, std::string const* next) {
+        // A long name with one dash is a mistake, though it may be letters.
+        std::string const longName = "-" + text.substr(0, text.find('='));
+        if (IsIn(grammar.flags, longName) || IsIn(grammar.options, longName))
+            throw Refused();
         for (std::size_t at = 1; at < text.size(); ++at) {
             if (!grammar.letters.contains(text[at]))
                 throw Refused();
@@ -103,16 +110,25 @@ private:
     std::map<std::string, Texts> found;
 };
 
-Texts SplitAtCommas(Texts const& lists) {
-    Texts parts;
-    for (std::string list : lists) {
-        for (std::size_t comma; (comma = list.find(',')) != std::string::npos;) {
-            parts.push_back(list.substr(0, comma));
-            list.erase(0, comma + 1);
-        }
-        parts.push_back(list);
+std::string Trimmed(std::string text) {
+    text.erase(0, std::min(text.find_first_not_of(" \t"), text.size()));
+    while (text.ends_with(' ') || text.ends_with('\t'))
+        text.pop_back();
+    return text;
+}
+
+// The entries of one list; none is empty, none is there twice.
+Texts EntriesOf(std::string list) {
+    Texts entries;
+    list += ',';
+    for (std::size_t comma; (comma = list.find(',')) != std::string::npos;) {
+        entries.push_back(Trimmed(list.substr(0, comma)));
+        list.erase(0, comma + 1);
     }
-    return parts;
+    std::set<std::string> const all(entries.begin(), entries.end());
+    if (all.contains("") || all.size() < entries.size())
+        throw Refused();
+    return entries;
 }
 
 // Digits as a number of at most 10 digits.
@@ -125,62 +141,53 @@ long long NumberOf(std::string digits) {
     return std::stoll(digits);
 }
 
-unsigned int FlagsOf(Texts const& parts) {
+unsigned int FlagsOf(Texts const& lists) {
     std::map<std::string, unsigned int> const values = {
         {"gather", 1}, {"all", 2}, {"idle", 4}, {"hint", 8}};
     unsigned int flags = 0;
-    for (std::string const& part : parts) {
-        long long const value = values.contains(part) ? values.at(part) : NumberOf(part);
-        if (value > 15)
-            throw Refused();
-        flags |= static_cast<unsigned int>(value);
-    }
+    for (std::string const& list : lists)
+        for (std::string const& entry : EntriesOf(list)) {
+            long long const value = values.contains(entry) ? values.at(entry) : NumberOf(entry);
+            if (value > 15)
+                throw Refused();
+            flags |= static_cast<unsigned int>(value);
+        }
     return flags;
 }
 
 // From 1 to 2147483647 seconds.
 std::string SecondsOf(Texts const& values) {
-    if (values.empty())
-        return "none";
-    std::string text = values.back();
+    std::string last = "none";
     std::map<char, long long> const units = {{'s', 1}, {'m', 60}, {'h', 3600}};
-    long long unit = 1;
-    if (!text.empty() && units.contains(text.back())) {
-        unit = units.at(text.back());
-        text.pop_back();
+    for (std::string text : values) {
+        long long unit = 1;
+        if (!text.empty() && units.contains(text.back())) {
+            unit = units.at(text.back());
+            text.pop_back();
+        }
+        long long const seconds = NumberOf(text) * unit;
+        if (seconds < 1 || seconds > 2147483647)
+            throw Refused();
+        last = std::to_string(seconds);
     }
-    long long const seconds = NumberOf(text) * unit;
-    if (seconds < 1 || seconds > 2147483647)
-        throw Refused();
-    return std::to_string(seconds);
+    return last;
 }
 
-// One of the words, the first one by default.
+// The last value, if each is one of the words; the first word by default.
 std::string WordOf(Texts const& values, Texts const& words) {
-    std::string const word = values.empty() ? words.front() : values.back();
-    if (std::find(words.begin(), words.end(), word) == words.end())
-        throw Refused();
-    return word;
-}
-
-std::string Trimmed(std::string text) {
-    text.erase(0, std::min(text.find_first_not_of(" \t"), text.size()));
-    while (text.ends_with(' ') || text.ends_with('\t'))
-        text.pop_back();
-    return text;
+    for (std::string const& value : values)
+        if (std::find(words.begin(), words.end(), value) == words.end())
+            throw Refused();
+    return values.empty() ? words.front() : values.back();
 }
 
 // Each result once, with a mark in front.
 Texts ResultsOf(std::string const& mark, Texts const& lists) {
     Texts results;
-    for (std::string const& list : lists) {
-        if (Trimmed(list).empty())
-            throw Refused();
-        for (std::string const& part : SplitAtCommas({list}))
-            if (std::string const result = mark + Trimmed(part);
-                std::find(results.begin(), results.end(), result) == results.end())
-                results.push_back(result);
-    }
+    for (std::string const& list : lists)
+        for (std::string const& entry : EntriesOf(list))
+            if (std::find(results.begin(), results.end(), mark + entry) == results.end())
+                results.push_back(mark + entry);
     return results;
 }
 
@@ -208,39 +215,44 @@ Outcome TableOf(PlainArguments const& arguments) {
         if (arguments.Has(name) && FormatOf(arguments) != "--table")
             throw Refused();
     std::string fields;
-    for (std::string const& name : SplitAtCommas(arguments.Values("--columns")))
-        fields += FieldOf(Trimmed(name));
-    Texts const sort = arguments.Values("--sort");
-    return {arguments.Has("--columns") ? fields : "012345",
-            sort.empty() ? "unsorted" : FieldOf(sort.back()),
+    for (std::string const& list : arguments.Values("--columns"))
+        for (std::string const& entry : EntriesOf(list)) {
+            if (fields.find(FieldOf(entry)) != std::string::npos)
+                throw Refused();
+            fields += FieldOf(entry);
+        }
+    std::string sort = "unsorted";
+    for (std::string const& name : arguments.Values("--sort"))
+        sort = FieldOf(name);
+    return {arguments.Has("--columns") ? fields : "012345", sort,
             WordOf(arguments.Values("--color"), {"auto", "always", "never"})};
+}
+
+// Whether there is a regular file, or room for one in a directory.
+bool CanBeFile(std::filesystem::path const& path) {
+    std::error_code error;
+    std::filesystem::file_status const status = std::filesystem::status(path, error);
+    if (std::filesystem::exists(status) || path.empty())
+        return std::filesystem::is_regular_file(status);
+    if (error == std::errc::filename_too_long || std::filesystem::is_symlink(path, error))
+        return false;
+    std::filesystem::path const parent = path.parent_path();
+    return path.has_filename() &&
+           std::filesystem::is_directory(parent.empty() ? "." : parent, error);
 }
 
 std::string OutputOf(PlainArguments const& arguments) {
     Texts const files = arguments.Values("--output");
     std::string const format = FormatOf(arguments);
     bool const keeps = arguments.Has("--keep-failures");
-    if ((!files.empty() && files.back().empty()) ||
+    if (!std::all_of(files.begin(), files.end(), CanBeFile) ||
         (keeps && (files.empty() || (format != "--json" && format != "--ndjson"))))
         throw Refused();
     return (keeps ? "keep " : "") + (files.empty() ? "none" : "file " + files.back());
 }
 
-Outcome QueryPlainly(Texts const& texts) {
-    static Grammar const grammar = {
-        {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
-         "--keep-failures", "--allow-empty", "--allow-stale"},
-        {"--flags", "--strict", "--timeout", "--progress", "--explain", "--columns", "--sort",
-         "--only", "--color", "--output", "--wait"},
-        {{'h', "--help"}, {'V', "--version"}, {'q', "--quiet"}, {'d', "-d"}, {'o', "--output"}},
-        2};
-    PlainArguments const arguments(grammar, texts);
-    if (arguments.Has("--help"))
-        return {"help"};
-    if (arguments.Has("--version"))
-        return {"version"};
-    if (arguments.Has("--explain"))
-        return {"explain", arguments.Values("--explain").back()};
+// What options say, apart from the action.
+Outcome OptionsOf(PlainArguments const& arguments) {
     if (arguments.Has("--allow-empty") && !arguments.Has("--strict"))
         throw Refused();
     Outcome line = {"evaluate",
@@ -248,18 +260,50 @@ Outcome QueryPlainly(Texts const& texts) {
                     arguments.Has("--quiet") ? "quiet" : "",
                     arguments.Has("--allow-stale") ? "stale" : "",
                     arguments.Has("--allow-empty") ? "empty" : "",
-                    std::to_string(FlagsOf(SplitAtCommas(arguments.Values("--flags")))),
+                    std::to_string(FlagsOf(arguments.Values("--flags"))),
                     SecondsOf(arguments.Values("--timeout")),
                     SecondsOf(arguments.Values("--wait")),
                     OutputOf(arguments),
                     WordOf(arguments.Values("--progress"), {"auto", "bar", "lines", "none"})};
-    if (arguments.operands.size() != (arguments.Has("-d") ? 0 : 2))
-        throw Refused();
     for (Texts const& more :
          {TableOf(arguments), ResultsOf("only ", arguments.Values("--only")), arguments.operands,
           ResultsOf("strict ", arguments.Values("--strict"))})
         line.insert(line.end(), more.begin(), more.end());
     return line;
+}
+
+Outcome CheckOf(Texts const& names) {
+    for (std::string const& name : names)
+        if (name.empty() || name.size() > 100 || name.starts_with('.') ||
+            name.find('/') != std::string::npos)
+            throw Refused();
+    return {"check", names.back()};
+}
+
+// There is no file of a configuration.
+Outcome QueryPlainly(Texts const& texts) {
+    static Grammar const grammar = {
+        {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
+         "--keep-failures", "--allow-empty", "--allow-stale"},
+        {"--flags", "--strict", "--timeout", "--progress", "--explain", "--columns", "--sort",
+         "--only", "--color", "--output", "--wait", "--config", "--check-config"},
+        {{'h', "--help"}, {'V', "--version"}, {'q', "--quiet"}, {'d', "-d"}, {'o', "--output"}},
+        2};
+    PlainArguments const arguments(grammar, texts);
+    if (arguments.Has("--help"))
+        return {"help"};
+    if (arguments.Has("--version"))
+        return {"version"};
+    Outcome const options = OptionsOf(arguments);
+    if (arguments.Has("--explain"))
+        return {"explain",
+                WordOf(arguments.Values("--explain"), {"0", "1", "2", "3", "4", "5", "6", "7", "8",
+                                                       "9", "10", "11", "129", "130", "143"})};
+    if (arguments.Has("--check-config"))
+        return CheckOf(arguments.Values("--check-config"));
+    if (arguments.Has("--config") || arguments.operands.size() != (arguments.Has("-d") ? 0 : 2))
+        throw Refused();
+    return options;
 }
 
 Outcome DoctorPlainly(Texts const& texts) {
@@ -319,6 +363,8 @@ Outcome Query(Texts const& texts) {
         return {"version"};
     case QueryCommandLine::explain:
         return {"explain", line.status};
+    case QueryCommandLine::checkConfig:
+        return {"check", line.config};
     default:
         return DescribeEvaluation(line);
     }

@@ -8,7 +8,7 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-constexpr std::array rules = {
+constexpr std::array exampleRules = {
     OptionRule{"--help", nullptr, 'h'},
     OptionRule{"-x", nullptr, 'x'},
     OptionRule{"--list", "words"},
@@ -19,7 +19,8 @@ Arguments Read(Texts const& texts) {
     std::vector<char const*> pointers{"program"};
     for (std::string const& text : texts)
         pointers.push_back(text.c_str());
-    return Arguments(rules, operandNames, static_cast<int>(pointers.size()), pointers.data());
+    return Arguments(exampleRules, operandNames, static_cast<int>(pointers.size()),
+                     pointers.data());
 }
 
 std::string Refusal(Texts const& texts) {
@@ -33,7 +34,7 @@ std::string Refusal(Texts const& texts) {
 
 TEST(ArgumentsTest, NothingAtAll) {
     char const* const end = nullptr;
-    Arguments const none(rules, operandNames, 0, &end);
+    Arguments const none(exampleRules, operandNames, 0, &end);
     EXPECT_FALSE(none.Has("--help"));
     EXPECT_EQ(Texts(), none.Operands());
     EXPECT_EQ(Texts(), Read({}).Operands());
@@ -188,7 +189,7 @@ TEST(ArgumentsTest, SuggestsNothingForLongWordsOrWithoutRules) {
 TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
     std::array<char const*, 2> const texts = {"program", "one"};
     try {
-        Arguments(rules, {}, 2, texts.data());
+        Arguments(exampleRules, {}, 2, texts.data());
         FAIL();
     } catch (CommandLineError const& error) {
         EXPECT_STREQ("'one' is one operand too many; accepted: none", error.what());
@@ -198,7 +199,7 @@ TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
 TEST(ArgumentsTest, LastOperandMayBeRepeated) {
     constexpr std::array<char const*, 2> repeated = {"ONE", "FILE..."};
     std::array<char const*, 5> const texts = {"program", "a", "b", "-x", "c"};
-    Arguments const arguments(rules, repeated, static_cast<int>(texts.size()), texts.data());
+    Arguments const arguments(exampleRules, repeated, static_cast<int>(texts.size()), texts.data());
     EXPECT_EQ((Texts{"a", "b", "c"}), arguments.Operands());
     EXPECT_TRUE(arguments.Has("-x"));
 }

@@ -150,7 +150,7 @@ void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
         ++files;
     }
-    EXPECT_EQ(6, files);
+    EXPECT_EQ(7, files);
 }
 
 TEST(CompletionsTest, BashReadsThem) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }

@@ -58,9 +58,9 @@ protected:
     }
 };
 
-RowList const rows = {{{"a", "b", "c", "1", "e", "f"}},
-                      {{"\xFF", "\xFF\xFE", "\xFF\xFE\xFD", "\xB5", "\x80 text", "\xC2"}},
-                      {{"", "", "", "", "", ""}}};
+RowList const exampleRows = {{{"a", "b", "c", "1", "e", "f"}},
+                             {{"\xFF", "\xFF\xFE", "\xFF\xFE\xFD", "\xB5", "\x80 text", "\xC2"}},
+                             {{"", "", "", "", "", ""}}};
 
 Provenance FullProvenance() {
     Provenance provenance;
@@ -73,7 +73,8 @@ Provenance FullProvenance() {
 }
 
 std::string QueryDocument() {
-    return OutputOf([](Output& output) { WriteJson(RowsOf(rows), FullProvenance(), output); });
+    return OutputOf(
+        [](Output& output) { WriteJson(RowsOf(exampleRows), FullProvenance(), output); });
 }
 
 std::string FailureDocument(JsonFailure const& failure) {
