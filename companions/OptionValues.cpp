@@ -47,8 +47,8 @@ std::optional<long long> ParseNumber(std::string_view text) {
     return number;
 }
 
-// An empty entry is rather an unset variable of a script than a name, and a repeated one is a typing
-// error.
+// An empty entry is rather an unset variable of a script than a name, and a repeated one is a
+// mistake.
 std::vector<std::string> ParseList(std::string const& list) {
     std::vector<std::string> entries;
     for (std::size_t start = 0; start <= list.size();) {
