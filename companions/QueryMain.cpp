@@ -37,7 +37,7 @@ std::string DescribeOthers(ResultCheck const& check, long long count) {
     std::string text = std::to_string(check.others) + " of " + std::to_string(count) +
                        " rows have a result that --strict does not list: ";
     for (auto const& [designator, result] : check.firstOthers)
-        text += "'" + designator + "' ('" + result + "'), ";
+        text.append("'").append(designator).append("' ('").append(result).append("'), ");
     text.resize(text.size() - 2);
     return text + (check.others > check.firstOthers.size() ? ", ..." : "");
 }
