@@ -18,6 +18,36 @@ Arguments With(std::vector<char const*> texts) {
     return Arguments(testedRules, {}, static_cast<int>(texts.size()), texts.data());
 }
 
+template <typename Parse>
+std::string ReasonToRefuse(Parse const& parse, std::string const& value) {
+    try {
+        parse(value);
+    } catch (ValueError const& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+TEST(OptionValuesTest, SpacesAndTabsAreTrimmed) {
+    EXPECT_EQ("a b", TrimSpaces(" \ta b\t "));
+    EXPECT_EQ("", TrimSpaces(" \t"));
+    EXPECT_EQ("\n", TrimSpaces("\n"));
+}
+
+TEST(OptionValuesTest, NumbersAreDigitsOnly) {
+    EXPECT_EQ(0, ParseNumber("0"));
+    EXPECT_EQ(9223372036854775807, ParseNumber("9223372036854775807"));
+    for (char const* const text : {"", "-0", "-1", "+1", " 1", "1 ", "1x", "9223372036854775808"})
+        EXPECT_EQ(std::nullopt, ParseNumber(text)) << text;
+}
+
+TEST(OptionValuesTest, RefusalsHaveTheValueAndTheReason) {
+    EXPECT_EQ("'a,,b' has an empty entry", ReasonToRefuse(ParseList, "a,,b"));
+    EXPECT_EQ("'a,b,a' has 'a' twice", ReasonToRefuse(ParseList, "a,b,a"));
+    EXPECT_EQ("'5d' is not accepted", ReasonToRefuse(ParseDuration, "5d"));
+    EXPECT_EQ("'/dev/null' is no regular file", ReasonToRefuse(ParseFile, "/dev/null"));
+}
+
 TEST(OptionValuesTest, ResultsOfSeveralOptionsAreCombined) {
     EXPECT_EQ(
         (std::vector<std::string>{"a b", "c", "d"}),
