@@ -26,6 +26,7 @@ constexpr std::array optionRules = {
     OptionRule{"--color", acceptedColor},
     OptionRule{"--output", acceptedFile, 'o'},
     OptionRule{"--keep-failures"},
+    OptionRule{"--prometheus", acceptedFile},
     OptionRule{"--quiet", nullptr, 'q'},
     OptionRule{"-d", nullptr, 'd'},
     OptionRule{"--config", acceptedConfigName},
@@ -116,6 +117,7 @@ void RefuseWithout(Arguments const& arguments, char const* option, char const* o
 }
 
 void UseConfig(std::string const& name, QueryCommandLine& result) {
+    result.config = name;
     QueryConfig const config = ReadQueryConfig(QueryConfigPath(name));
     if (!config.mistakes.empty())
         throw CommandLineError(config.mistakes.front());
@@ -148,6 +150,7 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
     ReadLast(arguments, "--timeout", ParseDuration, result.timeout);
     ReadLast(arguments, "--wait", ParseDuration, result.wait);
     ReadLast(arguments, "--output", ParseFile, result.outputFile);
+    ReadLast(arguments, "--prometheus", ParseFile, result.metricsFile);
     ReadLast(arguments, "--progress", ParseProgress, result.progress);
 }
 

@@ -26,6 +26,8 @@ struct QueryCommandLine {
     std::optional<std::chrono::seconds> wait = {};
     // The file to replace; nothing for standard output.
     std::optional<std::string> outputFile = {};
+    // The file of metrics to replace.
+    std::optional<std::string> metricsFile = {};
     // Whether a failed evaluation replaces the file too.
     bool keepFailures = false;
     bool allowStale = false;
@@ -35,7 +37,7 @@ struct QueryCommandLine {
     bool allowEmpty = false;
     // The sum of the COMPLIANCE_FLAG_ values.
     unsigned int flags = 0;
-    // The value of --check-config.
+    // The value of --config or --check-config.
     std::string config = {};
     // Both absent with -d.
     std::optional<std::string> url = {};

@@ -9,6 +9,7 @@
 
 #include "companions/Evaluation.h"
 #include "companions/JsonRows.h"
+#include "companions/Metrics.h"
 #include "companions/Output.h"
 #include "companions/Program.h"
 #include "companions/Progress.h"
@@ -42,8 +43,8 @@ std::string DescribeOthers(ResultCheck const& check, long long count) {
     return text + (check.others > check.firstOthers.size() ? ", ..." : "");
 }
 
-std::string DescribeFileError(ResultFileError const& error) {
-    return std::string("--output: ") + error.what();
+std::string DescribeFileError(char const* option, ResultFileError const& error) {
+    return std::string(option) + ": " + error.what();
 }
 
 constexpr char staleAnswer[] =
@@ -82,13 +83,29 @@ public:
     Query(QueryCommandLine const& theCommandLine, char** theArguments)
         : commandLine(theCommandLine),
           arguments(theArguments),
-          retry(commandLine.wait, commandLine.timeout) {
-        OpenOutput();
-    }
+          retry(commandLine.wait, commandLine.timeout) {}
 
     int Run() {
+        int const status = RunWithOutput();
+        return !commandLine.metricsFile || ReplaceMetrics(status) ? status
+                                                                  : Number(QueryExit::outputFailed);
+    }
+
+private:
+    int RunWithOutput() {
+        try {
+            OpenOutput();
+            return RunEvaluation();
+        } catch (ResultFileError const& error) {
+            WriteMessage(program, DescribeFileError("--output", error));
+            return Number(QueryExit::outputFailed);
+        }
+    }
+
+    int RunEvaluation() {
         EvaluationEnd end = EvaluateRequest();
         NoteAnswers(end);
+        answerWasOld = end.answerUnchanged;
         if (end.what == EvaluationEnd::finished)
             return StatusOfRows();
         QueryFailure failure = DescribeFailure(end);
@@ -102,7 +119,6 @@ public:
         return Fail(end, MakeJson(end, failure));
     }
 
-private:
     void OpenOutput() {
         if (commandLine.outputFile)
             file.emplace(*commandLine.outputFile);
@@ -125,6 +141,33 @@ private:
         count = rows.count;
         if (!commandLine.acceptedResults.empty())
             check = CheckResults(rows, commandLine.acceptedResults);
+        if (commandLine.metricsFile)
+            results = CountResults(rows);
+    }
+
+    Metrics MakeMetrics(int status) const {
+        Provenance const provenance = recorder.Finish({}, answerWasOld);
+        Metrics metrics = {.document = commandLine.document.value_or(""),
+                           .config = commandLine.config,
+                           .exitStatus = status,
+                           .stale = answerWasOld,
+                           .start = provenance.start,
+                           .duration = provenance.duration,
+                           .results = results};
+        if (results && !commandLine.acceptedResults.empty())
+            metrics.failing = check.others;
+        return metrics;
+    }
+
+    // Returns false, with a message, if the file has its old content.
+    bool ReplaceMetrics(int status) const {
+        try {
+            WriteMetrics(*commandLine.metricsFile, MakeMetrics(status));
+            return true;
+        } catch (ResultFileError const& error) {
+            WriteMessage(program, DescribeFileError("--prometheus", error));
+            return false;
+        }
     }
 
     void WriteRows(Rows const& rows, bool stale) {
@@ -179,7 +222,7 @@ private:
                 file->Publish();
             return true;
         } catch (ResultFileError const& error) {
-            WriteMessage(program, DescribeFileError(error));
+            WriteMessage(program, DescribeFileError("--output", error));
             return false;
         }
     }
@@ -230,6 +273,9 @@ private:
     ProvenanceRecorder const recorder{commandLine};
     std::optional<ResultFile> file;
     std::optional<Output> output;
+    bool answerWasOld = false;
+    // Of the rows, if metrics are wanted.
+    std::optional<ResultCounts> results;
     // Of the rows that were written; -1 as long as none were.
     long long count = -1;
     ResultCheck check;
@@ -237,12 +283,7 @@ private:
 
 int RunQuery(QueryCommandLine const& commandLine, char** arguments) {
     CatchStopSignals();
-    try {
-        return Query(commandLine, arguments).Run();
-    } catch (ResultFileError const& error) {
-        WriteMessage(program, DescribeFileError(error));
-        return Number(QueryExit::outputFailed);
-    }
+    return Query(commandLine, arguments).Run();
 }
 
 int CheckConfig(std::string const& name) {

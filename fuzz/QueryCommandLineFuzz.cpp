@@ -248,7 +248,11 @@ std::string OutputOf(PlainArguments const& arguments) {
     if (!std::all_of(files.begin(), files.end(), CanBeFile) ||
         (keeps && (files.empty() || (format != "--json" && format != "--ndjson"))))
         throw Refused();
-    return (keeps ? "keep " : "") + (files.empty() ? "none" : "file " + files.back());
+    Texts const metrics = arguments.Values("--prometheus");
+    if (!std::all_of(metrics.begin(), metrics.end(), CanBeFile))
+        throw Refused();
+    return (keeps ? "keep " : "") + (files.empty() ? "none" : "file " + files.back()) +
+           (metrics.empty() ? "" : " metrics " + metrics.back());
 }
 
 // What options say, apart from the action.
@@ -286,7 +290,7 @@ Outcome QueryPlainly(Texts const& texts) {
         {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
          "--keep-failures", "--allow-empty", "--allow-stale"},
         {"--flags", "--strict", "--timeout", "--progress", "--explain", "--columns", "--sort",
-         "--only", "--color", "--output", "--wait", "--config", "--check-config"},
+         "--only", "--color", "--output", "--wait", "--config", "--check-config", "--prometheus"},
         {{'h', "--help"}, {'V', "--version"}, {'q', "--quiet"}, {'d', "-d"}, {'o', "--output"}},
         2};
     PlainArguments const arguments(grammar, texts);
@@ -337,7 +341,8 @@ Outcome DescribeEvaluation(QueryCommandLine const& line) {
                    Describe(line.timeout),
                    Describe(line.wait),
                    (line.keepFailures ? "keep " : "") +
-                       (line.outputFile ? "file " + *line.outputFile : "none"),
+                       (line.outputFile ? "file " + *line.outputFile : "none") +
+                       (line.metricsFile ? " metrics " + *line.metricsFile : ""),
                    styles[static_cast<int>(line.progress)]};
     std::string fields;
     for (std::size_t const field : line.table.columns)

@@ -13,7 +13,7 @@ end
 function __compliance_query_lacks
     set --local words (commandline -opc)
     set --local with_value --columns --sort --only --color -o --output --flags --strict --timeout \
-        --wait --progress --explain --config --check-config
+        --wait --progress --explain --config --check-config --prometheus
     contains -- "$words[-1]" $with_value; and set --erase words[-1]
     for word in $words
         contains -- (string replace -r '=.*' '' -- $word) $argv; and return 1
@@ -43,6 +43,7 @@ complete -c compliance-query -l only -n '__compliance_query_lacks --only' -x -d 
 complete -c compliance-query -l color -n '__compliance_query_lacks --color' -x -a 'auto always never' -d 'Colour of the results'
 complete -c compliance-query -s o -l output -n '__compliance_query_lacks -o --output' -r -F -d 'Replace a file'
 complete -c compliance-query -l keep-failures -n '__compliance_query_lacks --keep-failures' -d 'Replace the file after a failure too'
+complete -c compliance-query -l prometheus -n '__compliance_query_lacks --prometheus' -r -F -d 'Replace a file by metrics'
 complete -c compliance-query -l flags -n '__compliance_query_lacks --flags' -x -a '(__compliance_query_list gather all idle hint)' -d 'How to evaluate'
 complete -c compliance-query -l strict -n '__compliance_query_lacks --strict' -x -d 'Results that are accepted'
 complete -c compliance-query -l allow-empty -n '__compliance_query_lacks --allow-empty' -d 'Accept an evaluation without rows'

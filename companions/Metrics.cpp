@@ -1,0 +1,171 @@
+#include "companions/Metrics.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "companions/Output.h"
+#include "companions/ResultFile.h"
+#include "companions/VisibleText.h"
+
+namespace {
+
+constexpr std::size_t maxResults = 20;
+constexpr std::size_t maxResultSize = 100;
+constexpr std::size_t maxFormerSize = 64 * 1024;
+constexpr char others[] = "other";
+
+// Well-formed UTF-8 with the three escapes of the format.
+std::string EscapeLabel(std::string_view value) {
+    std::string escaped;
+    for (char const c : MakeReadable(value)) {
+        if (c == '\n')
+            escaped += "\\n";
+        else if (c == '"' || c == '\\')
+            escaped.append(1, '\\').append(1, c);
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
+std::string FormatSeconds(std::chrono::milliseconds time) {
+    std::string const thousandths = std::to_string(1000 + time.count() % 1000);
+    return std::to_string(time.count() / 1000) + "." + thousandths.substr(1);
+}
+
+std::string FormatTime(timespec const& time) {
+    return FormatSeconds(std::chrono::milliseconds(time.tv_sec * 1000 + time.tv_nsec / 1'000'000));
+}
+
+ResultCounts LimitResults(ResultCounts const& results) {
+    std::vector<std::pair<std::string, unsigned int>> byCount(results.begin(), results.end());
+    std::ranges::stable_sort(byCount, std::greater(), &decltype(byCount)::value_type::second);
+    ResultCounts limited;
+    std::size_t used = 0;
+    for (auto const& [result, count] : byCount) {
+        bool const isUsed = result.size() <= maxResultSize && used < maxResults;
+        limited[isUsed ? MakeReadable(result) : others] += count;
+        used += isUsed ? 1 : 0;
+    }
+    return limited;
+}
+
+// Whether the text is the end of a sample: possibly another label, a brace and a number.
+bool IsEndOfSample(std::string_view text) {
+    std::size_t const space = text.rfind(' ');
+    if (space == std::string_view::npos || space == 0 || text[space - 1] != '}')
+        return false;
+    std::string_view const number = text.substr(space + 1);
+    double value = 0;
+    auto const [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
+    return error == std::errc() && end == number.data() + number.size();
+}
+
+class Writer {
+public:
+    Writer(Metrics const& metrics, std::string_view theFormer)
+        : labels("{document=\"" + EscapeLabel(metrics.document) + "\",config=\"" +
+                 EscapeLabel(metrics.config) + "\""),
+          former(theFormer) {}
+
+    void Describe(std::string const& name, std::string const& help) {
+        text.append("# HELP ").append(name).append(" ").append(help).append("\n");
+        text.append("# TYPE ").append(name).append(" gauge\n");
+    }
+
+    void Add(std::string const& name, std::string const& value, std::string const& label = "") {
+        text.append(name).append(labels).append(label).append("} ").append(value).append("\n");
+    }
+
+    void AddOne(std::string const& name, std::string const& help, std::string const& value) {
+        Describe(name, help);
+        Add(name, value);
+    }
+
+    // Adds the values of this name and these labels that the former text has.
+    void Keep(std::string const& name, std::string const& help) {
+        Describe(name, help);
+        std::string const begin = name + labels;
+        for (std::string_view rest = former; !rest.empty();) {
+            std::string_view const line = rest.substr(0, rest.find('\n'));
+            rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+            if (line.starts_with(begin) && IsEndOfSample(line.substr(begin.size())))
+                text.append(line).append("\n");
+        }
+    }
+
+    std::string const& Text() const { return text; }
+
+private:
+    std::string const labels;
+    std::string_view const former;
+    std::string text;
+};
+
+constexpr char rowsName[] = "clientcompliance_rows";
+constexpr char rowsHelp[] = "Rows of the last evaluation that gave rows, by result.";
+constexpr char failingName[] = "clientcompliance_failing_rows";
+constexpr char failingHelp[] = "Rows of that evaluation whose result --strict does not list.";
+constexpr char successName[] = "clientcompliance_last_success_timestamp_seconds";
+constexpr char successHelp[] = "Start of the last evaluation that gave rows of a new answer.";
+
+void AddRows(Writer& writer, Metrics const& metrics) {
+    writer.Describe(rowsName, rowsHelp);
+    for (auto const& [result, count] : LimitResults(*metrics.results))
+        writer.Add(rowsName, std::to_string(count), ",result=\"" + EscapeLabel(result) + "\"");
+    writer.Describe(failingName, failingHelp);
+    if (metrics.failing)
+        writer.Add(failingName, std::to_string(*metrics.failing));
+}
+
+// The text of the file, or nothing if it can't be read or is too large for metrics.
+std::string ReadFormer(std::string const& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string text(maxFormerSize + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return text.size() > maxFormerSize ? "" : text;
+}
+
+} // namespace
+
+std::string FormatMetrics(Metrics const& metrics, std::string_view former) {
+    Writer writer(metrics, former);
+    writer.AddOne("clientcompliance_exit_status", "Exit status of the last run.",
+                  std::to_string(metrics.exitStatus));
+    writer.AddOne("clientcompliance_stale", "1 if the agent left its earlier answer.",
+                  metrics.stale ? "1" : "0");
+    writer.AddOne("clientcompliance_last_run_timestamp_seconds", "Start of the last run.",
+                  FormatTime(metrics.start));
+    writer.AddOne("clientcompliance_duration_seconds", "Duration of the last run.",
+                  FormatSeconds(metrics.duration));
+    if (metrics.results && !metrics.stale)
+        writer.AddOne(successName, successHelp, FormatTime(metrics.start));
+    else
+        writer.Keep(successName, successHelp);
+    if (metrics.results) {
+        AddRows(writer, metrics);
+    } else {
+        writer.Keep(rowsName, rowsHelp);
+        writer.Keep(failingName, failingHelp);
+    }
+    return writer.Text();
+}
+
+void WriteMetrics(std::string const& path, Metrics const& metrics) {
+    constexpr mode_t readableByAll = 0644;
+    std::string const text = FormatMetrics(metrics, ReadFormer(path));
+    ResultFile file(path, readableByAll);
+    Output output(file.Descriptor());
+    output.Write(text);
+    output.Flush();
+    if (output.Error() != 0)
+        throw ResultFileError("'" + path +
+                              "' could not be written: " + std::strerror(output.Error()));
+    file.Publish();
+}

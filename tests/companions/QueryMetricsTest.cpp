@@ -1,0 +1,74 @@
+// --prometheus: the file has the metrics of the run, whatever its end.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "tests/companions/Query.h"
+
+namespace {
+
+using testing::HasSubstr;
+using Texts = std::vector<std::string>;
+
+constexpr char metricsFile[] = "/opt/compliance.prom";
+
+std::string MetricsText() {
+    std::ifstream file(metricsFile);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Texts WithMetrics(Texts arguments) {
+    arguments.insert(arguments.begin(), {"--quiet", "--prometheus", metricsFile});
+    return arguments;
+}
+
+TEST(QueryMetricsTest, FinishedRunHasRowsAndTimes) {
+    Query(WithMetrics({"--strict", "r", "url", "doc"}), FinishingScript(Row(shortRow)),
+          [](ProgramResult const& result, auto const&) {
+              EXPECT_EQ(ExitStatus::Exited(0), result.status);
+              std::string const text = MetricsText();
+              std::string const labels = "{document=\"doc\",config=\"\"";
+              EXPECT_THAT(text, HasSubstr("clientcompliance_rows" + labels + ",result=\"r\"} 1\n"));
+              EXPECT_THAT(text, HasSubstr("clientcompliance_failing_rows" + labels + "} 0\n"));
+              EXPECT_THAT(text, HasSubstr("clientcompliance_exit_status" + labels + "} 0\n"));
+              EXPECT_THAT(text, HasSubstr("\nclientcompliance_last_success_timestamp_seconds{"));
+          });
+}
+
+TEST(QueryMetricsTest, FailedRunKeepsTheRowsOfTheLastOne) {
+    PrivateMachine::RunWithDirectories([] {
+        {
+            ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+            RunQuery(WithMetrics({"-d", "--strict", "other"}));
+        }
+        EXPECT_THAT(MetricsText(), HasSubstr("failing_rows{document=\"\",config=\"\"} 1\n"));
+        EXPECT_EQ(ExitStatus::Exited(3), RunQuery(WithMetrics({"-d"})).status);
+        std::string const text = MetricsText();
+        EXPECT_THAT(text, HasSubstr("exit_status{document=\"\",config=\"\"} 3\n"));
+        EXPECT_THAT(text, HasSubstr("failing_rows{document=\"\",config=\"\"} 1\n"));
+        EXPECT_THAT(text, HasSubstr("result=\"r\"} 1\n"));
+    });
+}
+
+TEST(QueryMetricsTest, FailureOfTheOutputIsTheStatus) {
+    Query(WithMetrics({"--output", "/proc/result", "url", "doc"}), {},
+          [](ProgramResult const& result, auto const&) {
+              EXPECT_EQ(ExitStatus::Exited(8), result.status);
+              EXPECT_THAT(MetricsText(),
+                          HasSubstr("exit_status{document=\"doc\",config=\"\"} 8\n"));
+          });
+}
+
+TEST(QueryMetricsTest, FileThatCannotBeReplacedIsFailureOfTheOutput) {
+    Query({"--prometheus", "/proc/metrics", "url", "doc"}, FinishingScript(Row(shortRow)),
+          [](ProgramResult const& result, auto const&) {
+              EXPECT_EQ(ExitStatus::Exited(8), result.status);
+              EXPECT_THAT(result.errors,
+                          HasSubstr("compliance-query: --prometheus: '/proc/metrics' "));
+              EXPECT_NE("", result.output);
+          });
+}
+
+} // namespace
