@@ -96,6 +96,15 @@ install(
     ${CMAKE_CURRENT_BINARY_DIR}/ClientComplianceConfigVersion.cmake
   DESTINATION ${config_directory} COMPONENT development)
 
+# companions: rules and a dashboard, which need nothing but the metrics of compliance-query.
+if(TARGET compliance-query)
+  install(
+    FILES
+      ${PROJECT_SOURCE_DIR}/integrations/prometheus/clientcompliance.rules.yml
+      ${PROJECT_SOURCE_DIR}/integrations/prometheus/clientcompliance.dashboard.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT companions)
+endif()
+
 # demo: away from the PATH, where its name would be taken for the agent's.
 install(TARGETS VeskaClient RUNTIME DESTINATION ${libexec} COMPONENT demo)
 install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario

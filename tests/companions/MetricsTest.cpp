@@ -135,7 +135,7 @@ TEST(MetricsTest, RowsOfRareAndLongResultsAreSummed) {
 
 TEST(MetricsTest, FileIsReadableByAllAndReplaced) {
     TemporaryDirectory const directory;
-    std::string const path = directory.path() / "metrics.prom";
+    std::string const path = directory / "metrics.prom";
     mode_t const mask = umask(077);
     WriteMetrics(path, FinishedMetrics());
     WriteMetrics(path, FailedMetrics());
@@ -145,7 +145,7 @@ TEST(MetricsTest, FileIsReadableByAllAndReplaced) {
     EXPECT_EQ(0644u, facts.st_mode & 07777);
     EXPECT_EQ(FormatMetrics(FailedMetrics(), FormatMetrics(FinishedMetrics(), "")),
               (std::stringstream() << std::ifstream(path).rdbuf()).str());
-    EXPECT_THROW(WriteMetrics(directory.path() / "missing/metrics.prom", FailedMetrics()),
+    EXPECT_THROW(WriteMetrics(directory / "missing/metrics.prom", FailedMetrics()),
                  ResultFileError);
 }
 

@@ -85,6 +85,8 @@ class InstallTest(unittest.TestCase):
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
     def test_has_the_companions_with_their_schemas_and_completions(self):
         found = set(files_below(PREFIX))
+        for name in ("clientcompliance.rules.yml", "clientcompliance.dashboard.json"):
+            self.assertIn(f"share/clientcompliance/{name}", found)
         for name in ("compliance-diff", "compliance-doctor", "compliance-query", "compliance-report"):
             for path in (f"bin/{name}", f"share/clientcompliance/{name}.schema.json",
                          f"share/bash-completion/completions/{name}",
