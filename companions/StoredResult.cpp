@@ -21,7 +21,7 @@
 
 namespace {
 
-using Json = nlohmann::json;
+using PlainJson = nlohmann::json;
 
 constexpr std::string_view base64Suffix = "Base64";
 
@@ -116,7 +116,7 @@ private:
 };
 
 // Collects the members of a document by their path ("provenance/host"), and rows.
-class DocumentHandler : public nlohmann::json_sax<Json> {
+class DocumentHandler : public nlohmann::json_sax<PlainJson> {
 public:
     DocumentHandler(Source& theSource, std::function<void(StoredRow&&)> const& theUseRow)
         : source(theSource), useRow(theUseRow) {}
@@ -188,7 +188,7 @@ public:
         source.Refuse("expected JSON: " + ReasonOf(error.what()));
     }
 
-    Json const* Find(std::string const& path) const {
+    PlainJson const* Find(std::string const& path) const {
         auto const found = facts.find(path);
         return found == facts.end() || found->second.is_null() ? nullptr : &found->second;
     }
@@ -223,7 +223,7 @@ private:
         return path;
     }
 
-    bool TakeFact(Json value) {
+    bool TakeFact(PlainJson value) {
         if (state == State::head && depth == 0)
             source.Refuse("expected an object");
         if (state == State::betweenRows)
@@ -236,7 +236,7 @@ private:
     }
 
     // Skips members that no reader here uses: a document may have very many of them.
-    void AddFact(std::string const& path, Json value);
+    void AddFact(std::string const& path, PlainJson value);
 
     static std::string NameOf(std::size_t field) {
         return field < rowFieldNames.size()
@@ -298,7 +298,7 @@ private:
     // The depth within a row: that of a document of its own, or that in the array of rows.
     std::size_t rowDepth = 1;
     std::vector<std::string> keys;
-    std::map<std::string, Json> facts;
+    std::map<std::string, PlainJson> facts;
     StoredRow row;
     // The field that is read, and the fields that the row has, as bits.
     std::size_t field = 0;
@@ -335,7 +335,7 @@ constexpr std::array knownFacts = {
     Fact{"provenance/agent/modified", FactType::time, true},
 };
 
-bool HasType(Json const& value, FactType type) {
+bool HasType(PlainJson const& value, FactType type) {
     switch (type) {
     case FactType::text:
         return value.is_string();
@@ -353,7 +353,7 @@ std::string DescribeType(FactType type) {
     return words[static_cast<std::size_t>(type)];
 }
 
-void DocumentHandler::AddFact(std::string const& path, Json value) {
+void DocumentHandler::AddFact(std::string const& path, PlainJson value) {
     auto const known = std::ranges::find(knownFacts, path, &Fact::path);
     if (known == knownFacts.end())
         return;
@@ -404,15 +404,15 @@ private:
         provenance.host = RequiredText("provenance/host");
         provenance.start = RequiredTime("provenance/start");
         provenance.end = RequiredTime("provenance/end");
-        Json const* const fresh = handler.Find("provenance/response/fresh");
+        PlainJson const* const fresh = handler.Find("provenance/response/fresh");
         provenance.stale = fresh != nullptr && !fresh->get<bool>();
         if (handler.Find("provenance/agent/modified") != nullptr)
             provenance.agentModified = RequiredTime("provenance/agent/modified");
         return provenance;
     }
 
-    Json const& Require(std::string const& path) const {
-        Json const* const found = handler.Find(path);
+    PlainJson const& Require(std::string const& path) const {
+        PlainJson const* const found = handler.Find(path);
         if (found == nullptr)
             source.Refuse("expected the member \"" + path + "\" of a result of compliance-query");
         return *found;
@@ -424,13 +424,13 @@ private:
 
     // The exact bytes.
     std::optional<std::string> Text(std::string const& path) const {
-        if (Json const* const base64 = handler.Find(path + std::string(base64Suffix))) {
+        if (PlainJson const* const base64 = handler.Find(path + std::string(base64Suffix))) {
             std::optional<std::string> bytes = DecodeBase64(base64->get_ref<std::string const&>());
             if (!bytes)
                 source.Refuse("expected base64 as \"" + path + std::string(base64Suffix) + "\"");
             return bytes;
         }
-        Json const* const text = handler.Find(path);
+        PlainJson const* const text = handler.Find(path);
         return text == nullptr ? std::nullopt : std::optional(text->get<std::string>());
     }
 
@@ -459,8 +459,8 @@ bool HasMore(Source& source) {
 void Parse(Source& source, DocumentHandler& handler) {
     // What follows the document is left in the source.
     constexpr bool strict = false;
-    Json::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
-                    nlohmann::detail::input_format_t::json, strict);
+    PlainJson::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
+                         nlohmann::detail::input_format_t::json, strict);
 }
 
 } // namespace
