@@ -296,7 +296,7 @@ class DocumentationTest(AnsibleTest):
         collect = self.documented("collect")["doc"]["options"]
         self.assertEqual(set(collect) - set(evaluate), {"directory", "keep"})
         for name, option in evaluate.items():
-            for fact in ("type", "default", "elements", "choices"):
+            for fact in ("description", "type", "default", "elements", "choices"):
                 self.assertEqual(option.get(fact), collect[name].get(fact), (name, fact))
 
     def test_examples_and_return_values_are_documented(self):

@@ -27,44 +27,6 @@ options:
       - The number of results to keep for each host. Older ones are removed. 0 keeps all.
     type: int
     default: 31
-  url:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: str
-  document:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: str
-  default:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: bool
-    default: false
-  path:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: path
-  max_age:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: str
-    default: 26h
-  flags:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: list
-    elements: str
-    choices: [gather, all, idle, hint]
-    default: []
-  timeout:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: str
-    default: 10m
-  wait:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: str
-  good:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: list
-    elements: str
-  allow_empty:
-    description: See M(clientcompliance.fleet.evaluate).
-    type: bool
-    default: false
 attributes:
   check_mode:
     description: Evaluates or reads, and stores nothing.
@@ -76,6 +38,8 @@ attributes:
     description: The systems of the managed hosts.
     platforms: linux
     support: full
+extends_documentation_fragment:
+  - clientcompliance.fleet.evaluation
 seealso:
   - module: clientcompliance.fleet.evaluate
 author:

@@ -14,61 +14,6 @@ description:
     that C(compliance-query --json) has stored there.
   - Changes nothing on the managed host, also without check mode.
   - Fails if there is no fresh result, with the reason, and if a row has a result outside of I(good).
-options:
-  url:
-    description:
-      - The gather URL of the site. Requires I(document).
-    type: str
-  document:
-    description:
-      - The document to evaluate. Requires I(url).
-    type: str
-  default:
-    description:
-      - Evaluate what the agent evaluates by default.
-    type: bool
-    default: false
-  path:
-    description:
-      - A stored result, or a directory of stored results C(*.json) of one host and document.
-      - Of a directory the result whose evaluation ended last is read. A file that cannot be used
-        counts with its modification time.
-    type: path
-  max_age:
-    description:
-      - With I(path), an older result is not fresh, such as C(26h).
-      - A number of seconds, or a number with the unit C(s), C(m) or C(h).
-      - A result from the future is not fresh either. Clocks may differ by one minute.
-    type: str
-    default: 26h
-  flags:
-    description:
-      - How to evaluate.
-    type: list
-    elements: str
-    choices: [gather, all, idle, hint]
-    default: []
-  timeout:
-    description:
-      - Give up if the evaluation is not finished by then. See C(--timeout) of compliance-query(1).
-    type: str
-    default: 10m
-  wait:
-    description:
-      - Try again during this time if another evaluation runs or the agent is not available right
-        now. See C(--wait) of compliance-query(1).
-    type: str
-  good:
-    description:
-      - The good results. The module fails if a row has another result.
-      - They are compared byte by byte. Without this option every result is accepted.
-    type: list
-    elements: str
-  allow_empty:
-    description:
-      - Accept a result without rows.
-    type: bool
-    default: false
 requirements:
   - compliance-query on the managed host, except with I(path)
   - Python 3.6 on the managed host
@@ -83,6 +28,8 @@ attributes:
     description: The systems that the module runs on.
     platforms: linux
     support: full
+extends_documentation_fragment:
+  - clientcompliance.fleet.evaluation
 seealso:
   - module: clientcompliance.fleet.collect
 author:
