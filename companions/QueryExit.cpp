@@ -85,9 +85,9 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "the request could not be written, or another error",
      "This user may lack rights, the disk may be full, or memory ran out.",
      "Read the message on standard error, and run compliance-doctor as the same user."},
-    {QueryExit::outputFailed, "output-failed", "the rows could not be written",
-     "Standard output or the file of --output does not take the rows.",
-     "Free space, or choose another place. The file of --output has its former content."},
+    {QueryExit::outputFailed, "output-failed", "the rows or the metrics could not be written",
+     "Standard output, or the file of --output or --prometheus, could not be written.",
+     "Free space, or choose another place. A file has its former content."},
     {QueryExit::stale, "stale", "the answer was there before the request",
      "The agent took the request, but the answer on disk is that of an earlier request. It says "
      "nothing about the machine of today.",
