@@ -43,6 +43,21 @@ TEST(QueryConfigFileTest, EvaluatesAsTheFileDescribes) {
     });
 }
 
+TEST(QueryConfigFileTest, MetricsHaveItsName) {
+    PrivateMachine::RunWithDirectories([] {
+        ConfigurationDirectory const directory;
+        directory.Write("night.conf", goodConfig);
+        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+        RunQuery({"--config", "night", "--prometheus", "/opt/night.prom"});
+        std::ifstream file("/opt/night.prom");
+        std::string const text{std::istreambuf_iterator<char>(file), {}};
+        EXPECT_NE(
+            std::string::npos,
+            text.find("\nclientcompliance_failing_rows{document=\"Doc\",config=\"night\"} 1\n"))
+            << text;
+    });
+}
+
 TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
     PrivateMachine::RunWithDirectories([] {
         ConfigurationDirectory const directory;

@@ -64,6 +64,33 @@ void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
     });
 }
 
+constexpr char metricsOfStale[] = "/opt/stale.prom";
+
+void ExpectMetricsOfStaleAnswer(Texts const& arguments) {
+    Texts all{"-d", "--quiet", "--prometheus", metricsOfStale};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    PrivateMachine::RunWithDirectories([&] {
+        LeaveAnswer(Finished(oldRow));
+        ScriptedAgent const agent(SilentAgent());
+        RunQuery(all);
+        std::ifstream file(metricsOfStale);
+        std::string const text{std::istreambuf_iterator<char>(file), {}};
+        EXPECT_NE(std::string::npos, text.find("_stale{document=\"\",config=\"\"} 1\n")) << text;
+        EXPECT_EQ(std::string::npos, text.find("\nclientcompliance_last_success")) << text;
+        bool const hasRows = text.find("result=\"Compliant\"} 1\n") != std::string::npos;
+        EXPECT_EQ(!arguments.empty(), hasRows) << text;
+        std::string const status = arguments.empty() ? "9" : "0";
+        EXPECT_NE(std::string::npos,
+                  text.find("_exit_status{document=\"\",config=\"\"} " + status + "\n"))
+            << text;
+    });
+}
+
+TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNoSuccess) {
+    ExpectMetricsOfStaleAnswer({});
+    ExpectMetricsOfStaleAnswer({"--allow-stale"});
+}
+
 TEST(QueryFreshnessTest, SilentAgentMakesOldRowsStale) {
     ExpectStale(SilentAgent(), Finished(oldRow));
 }
