@@ -77,7 +77,7 @@ function(compile_as_test target)
   compile_plainly(${target})
   if(CC_QUICK_TESTS)
     target_precompile_headers(${target} REUSE_FROM test_headers)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 6)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
   endif()
 endfunction()
 

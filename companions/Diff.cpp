@@ -43,8 +43,8 @@ void Match(std::vector<std::size_t> const& oldOnes, std::vector<std::size_t> con
     }
 }
 
-bool Contains(std::vector<std::string> const& list, std::string const& text) {
-    return std::ranges::find(list, text) != list.end();
+bool IsGood(StoredRow const& row, std::vector<std::string> const& goodResults) {
+    return std::ranges::find(goodResults, row[resultField]) != goodResults.end();
 }
 
 std::string TextOr(std::optional<std::string> const& text, char const* other) {
@@ -114,13 +114,13 @@ void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide c
                      std::vector<std::string> const& goodResults) {
     difference.missing =
         static_cast<std::size_t>(std::ranges::count_if(difference.removed, [&](std::size_t row) {
-            return Contains(goodResults, oldSide.rows[row][resultField]);
+            return IsGood(oldSide.rows[row], goodResults);
         }));
     difference.removed.clear();
     difference.added.clear();
     std::erase_if(difference.changed, [&](auto const& rows) {
-        return !Contains(goodResults, oldSide.rows[rows.first][resultField]) ||
-               Contains(goodResults, newSide.rows[rows.second][resultField]);
+        return !IsGood(oldSide.rows[rows.first], goodResults) ||
+               IsGood(newSide.rows[rows.second], goodResults);
     });
 }
 

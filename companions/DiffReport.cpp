@@ -53,13 +53,6 @@ private:
     Output& output;
 };
 
-void AddTextOrNull(Json& object, std::string const& name, std::optional<std::string> const& text) {
-    if (text)
-        AddText(object, name, *text);
-    else
-        object[name] = nullptr;
-}
-
 // The provenance is null in a document of version 1.
 Json MakeSide(DiffSide const& side) {
     Json object = Json::object();

@@ -8,19 +8,14 @@
 #include "companions/Output.h"
 #include "companions/Rows.h"
 #include "companions/Timestamp.h"
-#include "companions/Utf8.h"
-#include "companions/VisibleText.h"
 #include "compliance/AgentPaths.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
 
-void AddTextOrNull(Json& object, std::string const& name, char const* text) {
-    if (text == nullptr)
-        object[name] = nullptr;
-    else
-        AddText(object, name, text);
+std::optional<std::string_view> Optional(char const* text) {
+    return text == nullptr ? std::nullopt : std::optional<std::string_view>(text);
 }
 
 std::string Dump(Json const& value, Output const& output) {
@@ -30,7 +25,7 @@ std::string Dump(Json const& value, Output const& output) {
 }
 
 // Whether JSON has the text as it is, between quotes.
-bool IsPlain(std::string_view text) {
+bool IsPlainInJson(std::string_view text) {
     return std::ranges::all_of(
         text, [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
@@ -38,7 +33,7 @@ bool IsPlain(std::string_view text) {
 // Appends `"name":"text"`. Most texts are plain, and a Json object costs more than all else.
 void AppendMember(std::string& object, char const* name, std::string_view text,
                   Output const& output) {
-    if (IsPlain(text)) {
+    if (IsPlainInJson(text)) {
         object.append("\"").append(name).append("\":\"").append(text).append("\"");
         return;
     }
@@ -74,20 +69,10 @@ Json MakeAgent(Provenance const& provenance) {
     return agent;
 }
 
-// Texts that are not UTF-8 may become equal; their numbers are added up.
-Json MakeCounts(ResultCounts const& counts) {
-    Json object = Json::object();
-    for (auto const& [result, count] : counts) {
-        std::string const name = IsUtf8(result) ? result : MakeReadable(result);
-        object[name] = object.value(name, 0U) + count;
-    }
-    return object;
-}
-
 Json MakeProvenance(Provenance const& provenance) {
     Json object = {{"schemaVersion", jsonSchemaVersion}, {"programVersion", CC_VERSION}};
-    AddTextOrNull(object, "url", provenance.url);
-    AddTextOrNull(object, "document", provenance.document);
+    AddTextOrNull(object, "url", Optional(provenance.url));
+    AddTextOrNull(object, "document", Optional(provenance.document));
     object["flags"] = provenance.flags;
     AddText(object, "host", provenance.host);
     object["userId"] = provenance.userId;

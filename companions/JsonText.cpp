@@ -47,6 +47,23 @@ void AddText(nlohmann::ordered_json& object, std::string const& name, std::strin
         object[name + "Base64"] = EncodeBase64(text);
 }
 
+void AddTextOrNull(nlohmann::ordered_json& object, std::string const& name,
+                   std::optional<std::string_view> text) {
+    if (text)
+        AddText(object, name, *text);
+    else
+        object[name] = nullptr;
+}
+
+nlohmann::ordered_json MakeCounts(ResultCounts const& counts) {
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    for (auto const& [result, count] : counts) {
+        std::string const name = MakeReadable(result);
+        object[name] = object.value(name, 0U) + count;
+    }
+    return object;
+}
+
 std::string EncodeBase64(std::string_view bytes) {
     std::string text;
     text.reserve((bytes.size() + 2) / 3 * 4);

@@ -11,22 +11,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-void AddTextOrNull(Json& object, std::string const& name, std::optional<std::string> const& text) {
-    if (text)
-        AddText(object, name, *text);
-    else
-        object[name] = nullptr;
-}
-
-Json MakeCounts(ResultCounts const& counts) {
-    Json object = Json::object();
-    for (auto const& [result, count] : counts) {
-        std::string const name = MakeReadable(result);
-        object[name] = object.value(name, 0U) + count;
-    }
-    return object;
-}
-
 Json MakeConditions(ReportTotals const& totals) {
     Json object = Json::object();
     for (std::size_t index = 0; index < conditionCount; ++index)

@@ -28,8 +28,8 @@ using std::string;
 using Name = std::optional<string>;
 
 // The results of ProcessIdToName: the name, the parent, the real and the effective user.
-using Answer = std::tuple<Name, long long, long long, long long>;
-Answer const nothing{nullopt, -1, -1, -1};
+using Facts = std::tuple<Name, long long, long long, long long>;
+Facts const nothing{nullopt, -1, -1, -1};
 
 constexpr unsigned int usualCapacity = 1024;
 
@@ -45,7 +45,7 @@ Name TextFrom(unsigned int capacity, Store store) {
     return text;
 }
 
-Answer Ask(unsigned int process, unsigned int capacity = usualCapacity) {
+Facts Ask(unsigned int process, unsigned int capacity = usualCapacity) {
     long long parent = 0;
     long long realUser = 0;
     long long effectiveUser = 0;
@@ -68,7 +68,7 @@ Name NameOfFake(FakeProcess const& process, unsigned int capacity = usualCapacit
     return NameOf(77, capacity);
 }
 
-Answer AskFake(string const& status) {
+Facts AskFake(string const& status) {
     MakeFakeProcess("77", {.exe = "/a/b", .status = status});
     return Ask(77);
 }
@@ -79,7 +79,7 @@ unsigned int Id(pid_t process) { return static_cast<unsigned int>(process); }
 
 TEST(ProcessNamesTest, ReadsThisProcess) {
     string const program = fs::read_symlink("/proc/self/exe").string();
-    Answer const expected{fs::path(program).filename().string(), getppid(), getuid(), geteuid()};
+    Facts const expected{fs::path(program).filename().string(), getppid(), getuid(), geteuid()};
     long const open = CountOpenDescriptors();
     EXPECT_EQ(expected, Ask(Id(getpid())));
     EXPECT_EQ(program, PathOf(Id(getpid())));
@@ -94,7 +94,7 @@ TEST(ProcessNamesTest, ReadsThisProcess) {
 // Deliberate: the system appends a mark to the link, and the mark belongs to the name.
 SANDBOX_TEST(ProcessNamesTest, RemovedProgramHasAnotherName) {
     OtherProgram const agent(PrivateMachine::InstallIdleAgent());
-    EXPECT_EQ((Answer{"VeskaClient", getpid(), 0, 0}), Ask(Id(agent.pid())));
+    EXPECT_EQ((Facts{"VeskaClient", getpid(), 0, 0}), Ask(Id(agent.pid())));
     EXPECT_EQ(PrivateMachine::agentProgram, PathOf(Id(agent.pid())));
     fs::remove(PrivateMachine::agentProgram);
     EXPECT_EQ("VeskaClient (deleted)", NameOf(Id(agent.pid())));
@@ -125,7 +125,7 @@ Name NameForOtherUser(char const* commandName) {
         PrivateMachine::DropPrivileges();
         EXPECT_EQ(nullopt, PathOf(Id(target.pid())));
         Name const name = NameOf(Id(target.pid()));
-        EXPECT_EQ((Answer{name, 2, 0, 0}), Ask(Id(target.pid())));
+        EXPECT_EQ((Facts{name, 2, 0, 0}), Ask(Id(target.pid())));
         line.Tell(name ? '+' + *name : "-");
     });
     string const told = prober.Await();
@@ -246,13 +246,13 @@ SANDBOX_TEST_WITH(ProcessNamesTest, StatHasTheNameInItsFirstParentheses, emptyPr
 
 SANDBOX_TEST_WITH(ProcessNamesTest, FilesAreReadIndependentlyOfEachOther, emptyProc) {
     MakeFakeProcess("77", {.exe = "/a/b"});
-    EXPECT_EQ((Answer{"b", -1, -1, -1}), Ask(77));
+    EXPECT_EQ((Facts{"b", -1, -1, -1}), Ask(77));
     fs::create_directory("/proc/77/status");
-    EXPECT_EQ((Answer{"b", -1, -1, -1}), Ask(77));
+    EXPECT_EQ((Facts{"b", -1, -1, -1}), Ask(77));
     MakeFakeProcess("77", {.status = "Name:\tx\nPPid:\t5\nUid:\t6\t7\t8\t9\n"});
-    EXPECT_EQ((Answer{nullopt, 5, 6, 7}), Ask(77));
+    EXPECT_EQ((Facts{nullopt, 5, 6, 7}), Ask(77));
     fs::create_directory("/proc/77/stat");
-    EXPECT_EQ((Answer{nullopt, 5, 6, 7}), Ask(77));
+    EXPECT_EQ((Facts{nullopt, 5, 6, 7}), Ask(77));
 }
 
 // The parent is sign-extended, the users are zero-extended.
@@ -293,12 +293,12 @@ SANDBOX_TEST_WITH(ProcessNamesTest, StatusHasTheNumbersBehindItsLabels, emptyPro
         {"\nUid:\t-1\t-2147483648\n", -1, 4294967295, 2147483648},
     };
     for (auto const& [status, parent, realUser, effectiveUser] : cases)
-        EXPECT_EQ((Answer{"b", parent, realUser, effectiveUser}), AskFake(status)) << status;
+        EXPECT_EQ((Facts{"b", parent, realUser, effectiveUser}), AskFake(status)) << status;
 }
 
 SANDBOX_TEST_WITH(ProcessNamesTest, AnyWhitespaceIsSkippedBeforeTheNumbers, emptyProc) {
     for (string const space : {"", " ", "\t", "\t\t  ", "\n", " \v\f\r\n"})
-        EXPECT_EQ((Answer{"b", 5, 6, -7 + (1LL << 32)}),
+        EXPECT_EQ((Facts{"b", 5, 6, -7 + (1LL << 32)}),
                   AskFake("\nPPid:" + space + "5\nUid:" + space + "6" + space + "-7"))
             << space;
 }

@@ -130,7 +130,7 @@ public:
 };
 
 Operations OfWriters() {
-    using List = XMLWriterPL::AttributeList;
+    using Attributes = XMLWriterPL::AttributeList;
     static StringPL const name = longName;
     static StringPL const badName = "1 is no name";
     auto const onWriting = [](bool begun) {
@@ -148,7 +148,7 @@ Operations OfWriters() {
             writing(CC_TRY_ON(it.writer.BeginElement(longName, it.list))),
             writing(CC_TRY_ON(it.writer.BeginElement(name, it.list))),
             writing(CC_TRY_ON(it.writer.BeginElement(badName, it.list))),
-            writing(CC_TRY_ON(List bad; bad.Append({badName, name});
+            writing(CC_TRY_ON(Attributes bad; bad.Append({badName, name});
                               it.writer.BeginElement(name, bad))),
             writing(CC_TRY_ON(it.writer.BeginElement("b", it.list); it.writer.EndElement();
                               it.writer.BeginElement(name, it.list))),

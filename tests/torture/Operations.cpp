@@ -17,7 +17,7 @@ namespace {
 constexpr std::size_t maxAllocations = 20'000;
 constexpr std::size_t none = ~std::size_t{0};
 
-constexpr char const* outOfMemory = "std::bad_alloc: std::bad_alloc";
+constexpr char const* badAlloc = "std::bad_alloc: std::bad_alloc";
 
 std::string NameOfPresentException() {
     int status = 0;
@@ -81,7 +81,7 @@ void Operation::CheckSecondTry(void* object) const {
 
 void Operation::CheckThrown(std::string const& thrown) const {
     bool const isStated =
-        (thrown == outOfMemory && stated.tellsOfMemory) || thrown == calmThrown ||
+        (thrown == badAlloc && stated.tellsOfMemory) || thrown == calmThrown ||
         std::any_of(stated.outcomes.begin(), stated.outcomes.end(), [&](std::string const& other) {
             return other.empty() ? thrown.empty() : thrown.starts_with(other);
         });
