@@ -125,6 +125,7 @@ void UseConfig(std::string const& name, QueryCommandLine& result) {
     result.document = config.document;
     result.flags = config.flags;
     result.acceptedResults = config.goodResults;
+    result.acceptedBy = "GOOD_RESULTS";
 }
 
 void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
@@ -143,8 +144,10 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
     result.allowEmpty = arguments.Has("--allow-empty");
     if (arguments.Has("--flags"))
         result.flags = ReadFlags(arguments);
-    if (arguments.Has("--strict"))
+    if (arguments.Has("--strict")) {
         result.acceptedResults = ReadResults(optionRules, arguments, "--strict");
+        result.acceptedBy = "--strict";
+    }
     if (result.allowEmpty && result.acceptedResults.empty())
         RefuseWithout(arguments, "--allow-empty", "--strict");
     ReadLast(arguments, "--timeout", ParseDuration, result.timeout);

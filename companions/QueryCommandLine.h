@@ -31,8 +31,10 @@ struct QueryCommandLine {
     // Whether a failed evaluation replaces the file too.
     bool keepFailures = false;
     bool allowStale = false;
-    // The results that --strict accepts, each one once; none without --strict.
+    // The good results, each one once; none if all are accepted.
     std::vector<std::string> acceptedResults = {};
+    // The option or the key of the configuration that lists them.
+    char const* acceptedBy = "--strict";
     // Whether --strict accepts an evaluation without rows.
     bool allowEmpty = false;
     // The sum of the COMPLIANCE_FLAG_ values.

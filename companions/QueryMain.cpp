@@ -34,9 +34,9 @@ std::string QuoteAll(std::vector<std::string> const& texts) {
     return all;
 }
 
-std::string DescribeOthers(ResultCheck const& check, long long count) {
+std::string DescribeOthers(ResultCheck const& check, long long count, char const* acceptedBy) {
     std::string text = std::to_string(check.others) + " of " + std::to_string(count) +
-                       " rows have a result that --strict does not list: ";
+                       " rows have a result that " + acceptedBy + " does not list: ";
     for (auto const& [designator, result] : check.firstOthers)
         text.append("'").append(designator).append("' ('").append(result).append("'), ");
     text.resize(text.size() - 2);
@@ -202,14 +202,15 @@ private:
         if (commandLine.acceptedResults.empty())
             return Number(QueryExit::finished);
         if (!check.unused.empty())
-            Note("--strict lists results that no row has: " + QuoteAll(check.unused));
+            Note(commandLine.acceptedBy + std::string(" lists results that no row has: ") +
+                 QuoteAll(check.unused));
         if (count == 0 && !commandLine.allowEmpty) {
             WriteMessage(program, "no rows to judge");
             return Number(QueryExit::noRows);
         }
         if (check.others == 0)
             return Number(QueryExit::finished);
-        WriteMessage(program, DescribeOthers(check, count));
+        WriteMessage(program, DescribeOthers(check, count, commandLine.acceptedBy));
         return Number(QueryExit::otherResult);
     }
 

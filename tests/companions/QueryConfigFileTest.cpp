@@ -58,6 +58,24 @@ TEST(QueryConfigFileTest, MetricsHaveItsName) {
     });
 }
 
+TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
+    PrivateMachine::RunWithDirectories([] {
+        ConfigurationDirectory const directory;
+        directory.Write("night.conf", goodConfig);
+        auto const expected = [](std::string const& source) {
+            return "compliance-query: " + source + " lists results that no row has: 'Pass'\n" +
+                   "compliance-query: 1 of 1 rows have a result that " + source +
+                   " does not list: 'd' ('r')\n";
+        };
+        auto const errors = [](std::vector<std::string> const& arguments) {
+            ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+            return RunQuery(arguments).errors;
+        };
+        EXPECT_EQ(expected("GOOD_RESULTS"), errors({"--config=night"}));
+        EXPECT_EQ(expected("--strict"), errors({"--config=night", "--strict=Pass"}));
+    });
+}
+
 TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
     PrivateMachine::RunWithDirectories([] {
         ConfigurationDirectory const directory;
