@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::array doctorOptionRules = {
     OptionRule{"--help", nullptr, 'h'},
-    OptionRule{"--version"},
+    OptionRule{"--version", nullptr, 'V'},
     OptionRule{"--json"},
 };
 
@@ -57,9 +57,9 @@ char const doctorHelp[] =
     "                           or is a link\n"
     "\n"
     "Options:\n"
-    "  --json       one JSON document; it follows compliance-doctor.schema.json\n"
-    "  -h, --help   show this help\n"
-    "  --version    show the version\n"
+    "  --json         one JSON document; it follows compliance-doctor.schema.json\n"
+    "  -h, --help     show this help\n"
+    "  -V, --version  show the version\n"
     "\n"
     "Exit status:\n"
     "    0  no problem found\n"

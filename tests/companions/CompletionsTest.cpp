@@ -109,6 +109,7 @@ TEST(CompletionsTest, BashOffersNoOptionTwice) {
     EXPECT_EQ(Words{}, Offered("compliance-query", {"-h", "--he"}));
     EXPECT_EQ((Words{"--help", "--version"}), Offered("compliance-doctor", {"--json", ""}));
     EXPECT_EQ(Words{}, Offered("compliance-doctor", {"-h", "--he"}));
+    EXPECT_EQ(Words{}, Offered("compliance-doctor", {"-V", "--ve"}));
 }
 
 TEST(CompletionsTest, BashFollowsTheFixedFormOfTheTool) {

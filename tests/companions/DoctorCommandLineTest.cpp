@@ -25,6 +25,7 @@ TEST(DoctorCommandLineTest, HelpAndVersion) {
     EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"-h"}).action);
     EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"--version", "--help"}).action);
     EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"--version", "--json"}).action);
+    EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"-V"}).action);
 }
 
 TEST(DoctorCommandLineTest, AnythingElseIsRefused) {
