@@ -1,6 +1,12 @@
 "use strict";
 for (const tools of document.querySelectorAll(".tools")) tools.hidden = false;
 
+// Host names wrap behind their dots.
+for (const host of document.querySelectorAll("tbody th")) {
+  const parts = host.textContent.split(/(?<=\.)/);
+  host.replaceChildren(...parts.flatMap((part) => [part, document.createElement("wbr")]));
+}
+
 // Filters: a row is shown if it has all words.
 for (const input of document.querySelectorAll("input[data-table]")) {
   const rows = [...document.getElementById(input.dataset.table).tBodies[0].rows];

@@ -39,6 +39,7 @@ HOSTILE = [
     "[link](javascript:run) **bold** | cell <javascript:run> `code`",
     "=cmd|' /C calc'!A0", "+1", "-1", "@SUM(1)", "'quoted",
 ]
+LONG_HOST = "application-server-0001.datacenter1.europe.internal.servers.example.com"
 
 
 def provenance(host, document):
@@ -75,6 +76,7 @@ def setUpModule():
     for number, text in enumerate(HOSTILE):
         (results / f"host{number}.json").write_text(
             result(text, [{**ROWS[0], "result": text}], document=text), encoding="utf-8")
+    (results / "long.json").write_text(result(LONG_HOST, ROWS[:1]), encoding="utf-8")
     (results / "failed.json").write_text(failure("web2"), encoding="utf-8")
     (results / "<b class=injected>.json").write_text("{}", encoding="utf-8")
     (directory / "hosts").write_text("web1\nweb2\nsilent\n")
@@ -298,6 +300,19 @@ class ChromiumTest(unittest.TestCase):
                       self.browser.value(f"{shown}.map(r => r.cells[5].textContent).join()").split(",")]
             self.assertGreater(len(set(counts)), 1)
             self.assertTrue(all(compare(a, b) for a, b in zip(counts, counts[1:])), counts)
+
+    def test_host_name_wraps_behind_its_dots_only(self):
+        for width in (1200, 380):
+            self.browser.open(self.page, width)
+            lines = self.browser.value(
+                "const host = [...document.querySelectorAll('#hosts-table tbody th')]"
+                f".find(cell => cell.textContent === '{LONG_HOST}');"
+                "const range = document.createRange();"
+                "const lines = node => (range.selectNodeContents(node),"
+                " new Set([...range.getClientRects()].map(box => box.top)).size);"
+                "[lines(host), ...[...host.childNodes].filter(node => node.data).map(lines)]")
+            self.assertGreater(lines[0], 1)
+            self.assertEqual(set(lines[1:]), {1}, lines)
 
     def test_can_be_read_without_script(self):
         self.browser.open(self.page, 1200, script=False)
