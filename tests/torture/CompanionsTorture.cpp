@@ -256,6 +256,28 @@ void FailCalls(Subject const& subject, std::size_t step) {
     });
 }
 
+// The mode of metrics is part of their contract: node_exporter must be able to read them.
+TEST(QuickCompanionFaults, MetricsThatCannotGetTheirModeAreNotReplaced) {
+#ifdef CC_ADDRESS_SANITIZER
+    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+#endif
+    PrivateMachine::RunWithDirectories([] {
+        fs::create_directory(results);
+        std::string const metrics = std::string(results) + "/compliance.prom";
+        WriteBytes(metrics, "old\n");
+        ScriptedAgent agent(FinishingScript(Row(shortRow)));
+        KilledRun const run = RunProgramWithFaults(
+            QueryCommand({"--quiet", "--tsv", "--prometheus", metrics, "url", "doc"}),
+            [](Trace const& trace) { return trace.back().name == "fchmod" ? EPERM : 0; });
+        EXPECT_EQ(ExitStatus::Exited(8), run.status);
+        EXPECT_EQ("compliance-query: --prometheus: '" + metrics +
+                      "' could not be given its mode: Operation not permitted\n",
+                  run.errors);
+        EXPECT_EQ("old\n", ReadBytes(metrics));
+        EXPECT_EQ(1, std::distance(fs::directory_iterator(results), fs::directory_iterator()));
+    });
+}
+
 class QuickCompanions : public testing::TestWithParam<Subject> {};
 class FullCompanions : public testing::TestWithParam<Subject> {};
 
