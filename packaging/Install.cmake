@@ -134,6 +134,24 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/integrations/ansible/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ansible/collections/ansible_collections/clientcompliance/fleet
   COMPONENT ansible PATTERN __pycache__ EXCLUDE)
 
+# systemd: a package of its own, because it creates a user. Units name absolute paths, so these are
+# right for the configured prefix only.
+if(TARGET compliance-query)
+  set(systemd ${PROJECT_SOURCE_DIR}/integrations/systemd)
+  set(program_directory ${CMAKE_INSTALL_FULL_LIBEXECDIR}/clientcompliance)
+  file(RELATIVE_PATH query_from_libexec ${program_directory}
+    ${CMAKE_INSTALL_FULL_BINDIR}/compliance-query)
+  configure_file(${systemd}/compliance-evaluate.in compliance-evaluate @ONLY)
+  configure_file(${systemd}/compliance-evaluate@.service.in compliance-evaluate@.service @ONLY)
+  install(PROGRAMS ${CMAKE_CURRENT_BINARY_DIR}/compliance-evaluate
+    DESTINATION ${libexec} COMPONENT systemd)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/compliance-evaluate@.service
+    ${systemd}/compliance-evaluate@.timer DESTINATION lib/systemd/system COMPONENT systemd)
+  install(FILES ${systemd}/sysusers.conf RENAME clientcompliance.conf
+    DESTINATION lib/sysusers.d COMPONENT systemd)
+  install_found(systemd ${CMAKE_INSTALL_MANDIR}/man8 docs/man/*.8)
+endif()
+
 # documentation
 file(GLOB pages CONFIGURE_DEPENDS RELATIVE ${PROJECT_SOURCE_DIR}/docs
   ${PROJECT_SOURCE_DIR}/docs/[a-z]*.md)

@@ -8,7 +8,7 @@ set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_COMPONENTS_ALL tool library development demo monitoring ansible documentation licence)
 if(TARGET compliance-query)
-  list(APPEND CPACK_COMPONENTS_ALL companions)
+  list(APPEND CPACK_COMPONENTS_ALL companions systemd)
 endif()
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
@@ -20,6 +20,7 @@ set(CPACK_RPM_PACKAGE_RELEASE 1)
 # The directories that every system has already.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5 /usr/share/man/man7
+  /usr/share/man/man8 /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d
   /usr/lib64/nagios /usr/lib64/nagios/plugins
   /usr/share/ansible /usr/share/ansible/collections
   /usr/share/ansible/collections/ansible_collections
@@ -54,11 +55,15 @@ rpm_package(monitoring clientcompliance-monitoring "A check of compliance for mo
   "clientcompliance-license ${same_version}, python3, python3-nagiosplugin\nRecommends: clientcompliance-companions")
 rpm_package(ansible clientcompliance-ansible "Compliance evaluations on many hosts by Ansible"
   "clientcompliance-license ${same_version}, ansible-core >= 2.14")
+# The triggers of systemd, and RPM itself since 4.19, create the user.
+rpm_package(systemd clientcompliance-systemd "Compliance evaluations every night by systemd"
+  "clientcompliance-license ${same_version}, clientcompliance-companions ${same_version}, systemd")
 rpm_package(documentation clientcompliance-doc "Documentation of compliance evaluations"
   "clientcompliance-license ${same_version}")
 rpm_package(licence clientcompliance-license "The licence of ClientCompliance")
 set(CPACK_RPM_MONITORING_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_ANSIBLE_PACKAGE_ARCHITECTURE noarch)
+set(CPACK_RPM_SYSTEMD_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_DOCUMENTATION_PACKAGE_ARCHITECTURE noarch)
 set(CPACK_RPM_LICENCE_PACKAGE_ARCHITECTURE noarch)
 include(CPack)

@@ -83,6 +83,16 @@ class InstallTest(unittest.TestCase):
         self.assertIn("plugins/modules/evaluate.py", files_below(collection))
 
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
+    def test_has_the_units_with_the_program_that_they_start(self):
+        found = set(files_below(PREFIX))
+        for name in ("compliance-evaluate@.service", "compliance-evaluate@.timer"):
+            self.assertIn(f"lib/systemd/system/{name}", found)
+        self.assertIn("lib/sysusers.d/clientcompliance.conf", found)
+        program = PREFIX / "libexec/clientcompliance/compliance-evaluate"
+        (query,) = re.findall(r'"\$\{0%/\*\}(.*?)"', program.read_text(encoding="utf-8"))
+        self.assertTrue(os.access(str(program.parent) + query, os.X_OK), query)
+
+    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
     def test_has_the_companions_with_their_schemas_and_completions(self):
         found = set(files_below(PREFIX))
         for name in ("clientcompliance.rules.yml", "clientcompliance.dashboard.json"):

@@ -11,7 +11,7 @@ from support import SOURCE, VERSION, links_of_documents, on_private_machine, run
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
          "clientcompliance-demo",
-         "clientcompliance-doc", "clientcompliance-license", "clientcompliance-monitoring",
+         "clientcompliance-doc", "clientcompliance-license", "clientcompliance-monitoring", "clientcompliance-systemd",
          "libclientcompliance-devel",
          "libclientcompliance1"]
 

@@ -1,0 +1,235 @@
+#!/usr/bin/python3
+"""The units compliance-evaluate@.service and .timer, run by the real systemd with an agent."""
+
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
+from systemd_sandbox import run_under_systemd, staged  # noqa: E402
+
+SERVICE = "compliance-evaluate@nightly.service"
+TIMER = "compliance-evaluate@nightly.timer"
+GOOD = 'row "a" "Compliant" "" "" "" ""\n'
+BAD = 'row "b" "Bad" "" "" "" ""\n'
+CONFIG = """
+URL=http://example.com/
+DOCUMENT="Base & line.xml"
+GOOD_RESULTS=Compliant
+KEEP_RESULTS='2'
+"""
+# The functions of each script.
+START = r"""
+requests=/var/opt/VeskaClient/RequestDir
+results=/var/lib/compliance-evaluate/nightly
+
+start_agent() {  # $1: scenario
+    mkdir -p /opt/VeskaClient/bin
+    cp /usr/local/libexec/clientcompliance/VeskaClient /opt/VeskaClient/bin/
+    printf '%s' "$1" >/opt/scenario
+    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
+    until grep -qs ready /opt/says; do sleep 0.1; done
+}
+grant() {
+    chgrp -R compliance $requests
+    chmod -R g+rwX $requests
+}
+store() {  # $1: file, $2: outcome
+    install -d -o compliance-evaluate -g compliance-evaluate -m 750 $results
+    printf '{"schemaVersion":1,"outcome":"%s"}\n' "$2" >"$results/$1"
+}
+start() {
+    if systemctl start compliance-evaluate@nightly.service 2>/opt/errors; then
+        echo success
+    else
+        echo "failure, status $(systemctl show -P ExecMainStatus compliance-evaluate@nightly.service)"
+    fi
+}
+"""
+
+
+def setUpModule():
+    global stage
+    stage = pathlib.Path(tempfile.mkdtemp(prefix="cc-systemd-"))
+    staged(stage, "systemd", "companions", "demo")
+
+
+def tearDownModule():
+    shutil.rmtree(stage)
+
+
+class UnitFilesTest(unittest.TestCase):
+    def run_analyze(self, *arguments):
+        made = subprocess.run(["systemd-analyze", *arguments], capture_output=True, text=True,
+                              timeout=60, env={**os.environ, "SYSTEMD_UNIT_PATH": str(self.units) + ":"})
+        return made
+
+    def setUp(self):
+        (service,) = stage.glob("**/compliance-evaluate@.service")
+        (program,) = stage.glob("**/compliance-evaluate")
+        self.units = stage / "units"
+        self.units.mkdir()
+        self.addCleanup(shutil.rmtree, self.units)
+        shutil.copy(service.with_suffix(".timer"), self.units)
+        text = service.read_text(encoding="utf-8")
+        started = re.search(r"(?m)^ExecStart=(\S+) %i$", text)[1]
+        self.assertEqual(stage / started[1:], program)
+        # verify looks for the program.
+        (self.units / service.name).write_text(text.replace(started, str(program)), encoding="utf-8")
+
+    def test_systemd_has_no_complaint(self):
+        made = self.run_analyze("verify", "--man=no", self.units / SERVICE, self.units / TIMER)
+        self.assertEqual((made.returncode, made.stdout, made.stderr), (0, "", ""))
+
+    def test_exposure_is_below_2(self):
+        made = self.run_analyze("security", "--offline=true", "--no-pager", "--threshold=19",
+                                self.units / "compliance-evaluate@.service")
+        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+        (exposure,) = re.findall(r"Overall exposure level .*: ([\d.]+) ", made.stdout)
+        self.assertLess(float(exposure), 2.0)
+
+
+class ServiceTest(unittest.TestCase):
+    def run_service(self, script, scenario=GOOD + "finish\n", config=CONFIG):
+        configure = "mkdir -p /etc/clientcompliance\n" + (
+            f"cat >/etc/clientcompliance/nightly.conf <<'END'{config}END\n" if config else "")
+        agent = f"start_agent '{scenario}'\n" if scenario else ""
+        return run_under_systemd(stage, START + configure + agent + script)
+
+    def test_run_stores_result_and_metrics_and_prints_one_line(self):
+        output = self.run_service("""
+            grant; touch /run/mark; sleep 0.1
+            start
+            find /etc /opt /usr /var /tmp -newer /run/mark -type f ! -path /opt/says \\
+                -printf '%p %m %u:%g\\n' | sort
+            stat -c '%a %U:%G' $results /var/cache/compliance-evaluate
+            echo '--'; cat /run/journal; echo '--'; cat $results/*.json
+        """)
+        facts, journal, result = output.split("--\n")
+        user = "compliance-evaluate:compliance-evaluate"
+        self.assertRegex(facts, rf"""^success
+/opt/errors 644 root:root
+/var/cache/compliance-evaluate/nightly.prom 644 {user}
+/var/lib/compliance-evaluate/nightly/\d{{8}}T\d{{6}}Z\.json 644 {user}
+/var/opt/VeskaClient/RequestDir/lockfile 644 {user}
+/var/opt/VeskaClient/ResponseDir/response.xml 644 root:root
+750 {user}
+755 {user}
+$""")
+        self.assertEqual(journal, "nightly: Base & line.xml: 1 rows, 0 not good\n")
+        document = json.loads(result)
+        self.assertEqual((document["outcome"], document["provenance"]["document"]),
+                         ("finished", "Base & line.xml"))
+        self.assertEqual([row["designator"] for row in document["rows"]], ["a"])
+
+    def test_rows_that_are_not_good_fail_the_unit_only_by_a_setting(self):
+        output = self.run_service("""
+            grant; start; cat /run/journal
+            mkdir /run/systemd/system/compliance-evaluate@.service.d
+            printf '[Service]\\nSuccessExitStatus=\\n' \\
+                >/run/systemd/system/compliance-evaluate@.service.d/status.conf
+            systemctl daemon-reload; start
+        """, scenario=GOOD + BAD + "finish\n")
+        self.assertEqual(output, "success\nnightly: Base & line.xml: exit status 10: 1 of 2 rows have a "
+                                 "result that GOOD_RESULTS does not list: 'b' ('Bad')\n"
+                                 "failure, status 10\n")
+
+    def test_failed_evaluation_keeps_older_results_and_its_status(self):
+        output = self.run_service("""
+            grant
+            for day in 01 02; do store 202601${day}T000000Z.json finished; done
+            for day in 03 04; do store 202601${day}T000000Z.json failed; done
+            start
+            cat /run/journal; cd $results; ls | cut -c1-4,7,8; grep -h failed * | tail -n 1
+        """, scenario="garbage\n")
+        head, result = output.rsplit("\n", 2)[:2]
+        self.assertEqual(json.loads(result)["exitStatus"], 6)
+        lines = head.splitlines()
+        self.assertEqual(lines[0], "failure, status 6")
+        self.assertRegex(lines[1], r"^nightly: Base & line\.xml: exit status 6: the agent's answer "
+                                   r"can't be read \(code -7\)$")
+        self.assertEqual(lines[2:5], ["202601", "202602", "202604"])
+        self.assertEqual(len(lines), 6)
+
+    def test_oldest_results_of_each_kind_are_removed(self):
+        output = self.run_service("""
+            grant
+            for day in 01 03 05; do store 202601${day}T000000Z.json finished; done
+            for day in 02 04 06; do store 202601${day}T000000Z.json failed; done
+            store notes.json finished; store 20260101T000000Z.json.AbCdEf finished
+            start; cd $results; ls 20260* notes*
+        """)
+        self.assertEqual(output.split(),
+                         ["success", "20260104T000000Z.json", "20260105T000000Z.json", "20260106T000000Z.json",
+                          "notes.json"])
+
+    def test_31_results_are_kept_by_default(self):
+        output = self.run_service("""
+            grant
+            for day in $(seq 10 45); do store 202601${day}T000000Z.json finished; done
+            start; ls $results | wc -l
+        """, config="\n")
+        self.assertEqual(output, "success\n31\n")
+
+    def test_missing_configuration_is_one_line_and_writes_nothing(self):
+        output = self.run_service("grant; start; cat /run/journal; ls $results", config=None)
+        self.assertEqual(output, "failure, status 2\n"
+                                 "nightly: exit status 2: /etc/clientcompliance/nightly.conf: "
+                                 "cannot be read: No such file or directory\n")
+
+    def test_configuration_does_not_reach_shell_or_environment(self):
+        output = self.run_service("""
+            grant; store 20260101T000000Z.json finished
+            start; cat /run/journal; ls $results; ls /tmp/abused 2>/dev/null || true
+        """, config="\nPATH=/tmp\nKEEP_RESULTS=$(touch /tmp/abused)\n")
+        self.assertEqual(
+            output, "failure, status 2\n"
+            "nightly: exit status 2: /etc/clientcompliance/nightly.conf:1: 'PATH' is no key; "
+            "accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, KEEP_RESULTS\n20260101T000000Z.json\n")
+
+    def test_missing_right_is_named(self):
+        output = self.run_service("touch $requests/lockfile; start; cat /run/journal")
+        self.assertRegex(output, r"^failure, status 7\nnightly: .* exit status 7: .*may not write to .*lockfile")
+
+    def test_missing_directories_of_the_agent_start_nothing(self):
+        output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
+        self.assertEqual(output, f"failure, status 0\nAssertion failed on job for {SERVICE}.\n")
+
+    def test_stop_closes_the_evaluation_and_prints_the_line(self):
+        output = self.run_service("""
+            grant
+            systemctl start --no-block compliance-evaluate@nightly.service
+            until grep -q Progress /opt/says; do sleep 0.1; done
+            systemctl stop compliance-evaluate@nightly.service
+            grep -c Close /opt/says; cat /run/journal
+        """, scenario="progress 50\n" + GOOD + "finish\n")
+        self.assertRegex(output, r"^1\nnightly: Base & line\.xml: exit status 143: .*\n$")
+
+    def test_timer_starts_within_its_window_and_after_a_missed_run(self):
+        output = self.run_service(f"""
+            systemctl is-enabled {SERVICE} {TIMER} || true
+            systemctl enable --quiet {TIMER}
+            next() {{
+                date -d "$(systemctl show -P NextElapseUSecRealtime {TIMER})" "$1"
+            }}
+            systemctl start {TIMER}; next +%H%M
+            systemctl stop {TIMER}
+            mkdir -p /var/lib/systemd/timers
+            touch -d '3 days ago' /var/lib/systemd/timers/stamp-{TIMER}
+            systemctl start {TIMER}
+            echo $(($(next +%s) - $(date +%s)))
+        """)
+        lines = output.splitlines()
+        self.assertEqual(lines[:2], ["static", "disabled"])
+        self.assertTrue("0230" <= lines[2] <= "0315", lines)
+        self.assertLessEqual(int(lines[3]), 45 * 60)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
