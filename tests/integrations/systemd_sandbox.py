@@ -27,7 +27,7 @@ for place in /etc /usr; do
     mount -t overlay none "$place" \
         -o "lowerdir=$place,upperdir=/run/changes$place,workdir=/run/work$place"
 done
-for place in /opt /var/opt /var/lib /var/cache /root; do
+for place in /opt /srv /var/opt /var/lib /var/cache /root; do
     mount -t tmpfs -o mode=755 none "$place"
 done
 for place in /tmp /var/tmp; do mount -t tmpfs -o mode=1777 none "$place"; done
