@@ -39,6 +39,16 @@ endif()
 
 include(Hardening)
 
+option(CC_UNITY "Compile several sources at once, except those of the shipped tool and library" ON)
+
+# compile_at_once(<target>): several sources are one translation unit, so that what they share is
+# compiled once. Their names in anonymous namespaces must differ.
+function(compile_at_once target)
+  if(CC_UNITY)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+  endif()
+endfunction()
+
 # add_project_library(<folder> SOURCES <source>... [USES <folder>...])
 #
 # Includes are always written from the root of the repository, so that is the one include directory.
@@ -52,15 +62,13 @@ function(add_project_library name)
   # Inline variables as weak symbols like any other: the static library can't hide GNU's unique ones.
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   harden(${name})
-  # What is not for shipping is compiled several sources at once, like the tests.
   if(CC_SANITIZE)
-    set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    compile_at_once(${name})
   endif()
 endfunction()
 
-# Optimizing the tests, and compiling each of their sources alone, takes more than half of the build
-# time. The product is optimized in either case.
-option(CC_QUICK_TESTS "Compile the tests without optimization, several sources at once" ON)
+# Optimizing the tests takes a third of the build time. The product is optimized in either case.
+option(CC_QUICK_TESTS "Compile the tests without optimization, with a precompiled header" ON)
 
 # compile_plainly(<target>)
 function(compile_plainly target)
@@ -70,14 +78,11 @@ function(compile_plainly target)
 endfunction()
 
 # compile_as_test(<target>)
-#
-# Several sources of a test program are one translation unit, so that each template of GoogleTest is
-# instantiated once for all of them. Their helpers in anonymous namespaces need different names.
 function(compile_as_test target)
   compile_plainly(${target})
+  compile_at_once(${target})
   if(CC_QUICK_TESTS)
     target_precompile_headers(${target} REUSE_FROM test_headers)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
   endif()
 endfunction()
 
@@ -117,7 +122,7 @@ function(add_project_tests name)
   add_executable(${name}_tests ${arg_SOURCES})
   target_link_libraries(${name}_tests PRIVATE ${arg_USES} test_support project_warnings)
   if(CC_SANITIZE AND arg_REPETITIVE)
-    set_target_properties(${name}_tests PROPERTIES UNITY_BUILD ON)
+    compile_at_once(${name}_tests)
   else()
     compile_as_test(${name}_tests)
   endif()

@@ -7,7 +7,7 @@ import subprocess
 import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
-BUILD = pathlib.Path(os.environ.get("CC_BUILD", SOURCE / "build/test"))
+BUILD = pathlib.Path(os.environ.get("CC_BUILD", SOURCE / "build/release"))
 PREFIX = pathlib.Path(os.environ.get("CC_PREFIX", BUILD / "tests/packaging/prefix"))
 VERSION = os.environ.get("CC_VERSION", "")
 CC = os.environ.get("CC", "cc")
