@@ -1,0 +1,75 @@
+#!/usr/bin/python3
+"""The files for git, editors and hooks."""
+
+import json
+import pathlib
+import re
+import shutil
+import tempfile
+import unittest
+
+import yaml
+
+from support import SOURCE, must, project_files, scratch_repository
+
+
+def read(name):
+    return (SOURCE / name).read_text(encoding="utf-8")
+
+
+class AttributesTest(unittest.TestCase):
+    def test_keep_each_byte_with_automatic_line_ends(self):
+        names = sorted(project_files())
+        self.assertIn("fuzz/corpus/Response/finished", names)
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        root = pathlib.Path(scratch.name)
+        (root / "first").mkdir()
+        scratch_repository(root / "first", names)
+        must("git", "add", "--force", ".", directory=root / "first")
+        must("git", "commit", "--quiet", "--message=All", directory=root / "first")
+        must("git", "clone", "--quiet", "--config", "core.autocrlf=true", "first", "second",
+             directory=root)
+        changed = [name for name in names
+                   if (root / "second" / name).read_bytes() != (SOURCE / name).read_bytes()]
+        self.assertEqual(changed, [])
+
+
+class ClangdTest(unittest.TestCase):
+    def setUp(self):
+        self.fragments = list(yaml.safe_load_all(read(".clangd")))
+
+    def test_reads_the_build_folder_of_a_preset(self):
+        if not (SOURCE / "CMakePresets.json").exists():
+            self.skipTest("CMakePresets.json does not exist")
+        presets = json.loads(read("CMakePresets.json"))["configurePresets"]
+        folders = set()
+        for preset in presets:
+            if not preset.get("hidden"):
+                folder = next((p["binaryDir"] for p in (preset, *presets) if "binaryDir" in p), "")
+                folders.add(folder.replace("${sourceDir}/", "")
+                            .replace("${presetName}", preset["name"]))
+        self.assertIn(self.fragments[0]["CompileFlags"]["CompilationDatabase"], folders)
+
+    def test_removes_only_options_that_the_build_uses(self):
+        text = "".join(read(name) for name in project_files()
+                       if name.endswith((".cmake", "CMakeLists.txt")))
+        for option in self.fragments[0]["CompileFlags"]["Remove"]:
+            self.assertRegex(text, re.escape(option) + r"\b")
+
+
+class HooksTest(unittest.TestCase):
+    def test_run_installed_programs_without_network(self):
+        repositories = yaml.safe_load(read(".pre-commit-config.yaml"))["repos"]
+        self.assertEqual([each["repo"] for each in repositories], ["local"])
+        for hook in repositories[0]["hooks"]:
+            self.assertEqual(hook["language"], "system")
+            program = hook["entry"].split()[0]
+            if "/" in program:
+                self.assertTrue(shutil.which(SOURCE / program), program)
+            else:
+                self.assertRegex(read("scripts/setup"), rf"(?m)^{re.escape(program)} ")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,47 @@
+#!/usr/bin/python3
+"""The hooks before a commit, run by pre-commit in a scratch repository."""
+
+import pathlib
+import tempfile
+import unittest
+
+from support import must, run, scratch_repository
+
+FORMATTED = "int main() { return 0; }\n"
+
+
+class FormatHookTest(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.root = pathlib.Path(scratch.name)
+        scratch_repository(self.root, [".clang-format", ".pre-commit-config.yaml"])
+        # scripts/check examines a whole tree of the project.
+        self.environment = {"SKIP": "check", "PRE_COMMIT_HOME": str(self.root / ".git/cache")}
+        must("pre-commit", "install", directory=self.root, **self.environment)
+
+    def commit(self, name, text):
+        (self.root / name).write_text(text, encoding="utf-8")
+        must("git", "add", name, directory=self.root)
+        return run("git", "commit", "--message=Change", directory=self.root, **self.environment)
+
+    def test_commits_a_formatted_source(self):
+        result = self.commit("main.cpp", FORMATTED)
+        self.assertEqual(result.returncode, 0, result.stdout)
+
+    def test_refuses_and_formats_a_badly_formatted_source(self):
+        for name in ("main.cpp", "main.h", "main.c"):
+            with self.subTest(name=name):
+                result = self.commit(name, "int main( ){return 0 ;}\n")
+                self.assertNotEqual(result.returncode, 0)
+                self.assertIn("format of C and C++ sources", result.stdout)
+                self.assertEqual((self.root / name).read_text(encoding="utf-8"), FORMATTED)
+                must("git", "rm", "--quiet", "--force", name, directory=self.root)
+
+    def test_leaves_other_files_alone(self):
+        result = self.commit("notes.md", "int main( ){return 0 ;}\n")
+        self.assertEqual(result.returncode, 0, result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
