@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The files for git, editors and hooks."""
+"""The files for git, editors and hooks, and the answers to the criteria of best practices."""
 
 import json
 import pathlib
@@ -69,6 +69,18 @@ class HooksTest(unittest.TestCase):
                 self.assertTrue(shutil.which(SOURCE / program), program)
             else:
                 self.assertRegex(read("scripts/setup"), rf"(?m)^{re.escape(program)} ")
+
+
+class BestPracticesTest(unittest.TestCase):
+    def test_have_evidence_or_a_reason_for_each_criterion(self):
+        rows = re.findall(r"(?m)^\| `(\w+)` \| (.*?) \| (.*) \|$", read("docs/best-practices.md"))
+        self.assertEqual(len(rows), len({criterion for criterion, _, _ in rows}))
+        # The passing level has 67 criteria, and silver has 48 more.
+        self.assertEqual(len(rows), 67 + 48)
+        for criterion, status, text in rows:
+            with self.subTest(criterion=criterion):
+                self.assertIn(status, ("met", "not met", "not applicable"))
+                self.assertTrue("](" in text if status == "met" else text)
 
 
 if __name__ == "__main__":
