@@ -13,7 +13,11 @@ endif()
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_MAIN_COMPONENT tool)
-set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none")
+# With SOURCE_DATE_EPOCH the same sources give the same bytes at any time, on any machine.
+set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none
+%global use_source_date_epoch_as_buildtime 1
+%global clamp_mtime_to_source_date_epoch 1
+%global _buildhost localhost")
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE MIT)
 set(CPACK_RPM_PACKAGE_RELEASE 1)
