@@ -1,0 +1,67 @@
+#!/usr/bin/python3
+"""The presets of CMake: each can be configured, and scripts take their options from them."""
+
+import json
+import pathlib
+import shutil
+import tempfile
+import unittest
+
+from support import SOURCE, must
+
+PRESETS = json.loads((SOURCE / "CMakePresets.json").read_text(encoding="utf-8"))
+NEEDED = ["release", "debug", "asan", "coverage", "scalar", "bench", "fuzz"]
+
+
+def names(kind):
+    return [preset["name"] for preset in PRESETS[kind] if not preset.get("hidden")]
+
+
+class PresetsTest(unittest.TestCase):
+    def test_are_there_to_configure_build_and_test(self):
+        for kind in ("configurePresets", "buildPresets", "testPresets"):
+            self.assertLessEqual(set(NEEDED), set(names(kind)), kind)
+
+    def test_are_listed_by_cmake(self):
+        for kind in ("configure", "build", "test"):
+            listed = must("cmake", f"--list-presets={kind}", directory=SOURCE)
+            for name in names(f"{kind}Presets"):
+                self.assertIn(f'"{name}"', listed, kind)
+
+    def test_can_be_configured_and_have_compile_commands(self):
+        for name in names("configurePresets"):
+            with self.subTest(name), tempfile.TemporaryDirectory() as build:
+                # Without a compiler cache, which would be part of the commands.
+                must("cmake", "--preset", name, "-B", build, directory=SOURCE,
+                     CMAKE_CXX_COMPILER_LAUNCHER="", CMAKE_C_COMPILER_LAUNCHER="")
+                cache = (pathlib.Path(build) / "CMakeCache.txt").read_text(encoding="utf-8")
+                if name not in ("bench", "fuzz", "analyze"):
+                    self.assertIn("BUILD_TESTING:BOOL=ON", cache)
+                commands = json.loads((pathlib.Path(build) / "compile_commands.json")
+                                      .read_text(encoding="utf-8"))
+                files = {command["file"] for command in commands}
+                self.assertIn(str(SOURCE / "tool/main.cpp"), files)
+
+    def test_of_debugging_has_a_compile_command_for_each_source(self):
+        with tempfile.TemporaryDirectory() as build:
+            must("cmake", "--preset", "debug", "-B", build, directory=SOURCE)
+            commands = json.loads((pathlib.Path(build) / "compile_commands.json")
+                                  .read_text(encoding="utf-8"))
+        files = {command["file"] for command in commands}
+        for source in SOURCE.glob("tests/*/*Test.cpp"):
+            self.assertIn(str(source), files)
+
+
+class ScriptsTest(unittest.TestCase):
+    def test_take_the_kind_of_build_from_a_preset(self):
+        for script in [SOURCE / ".ci/run", *(SOURCE / "scripts").iterdir()]:
+            if script.is_file():
+                text = script.read_text(encoding="utf-8")
+                self.assertNotIn("-DCMAKE_BUILD_TYPE", text, script.name)
+                self.assertNotIn("-DCC_SANITIZE", text, script.name)
+
+
+if __name__ == "__main__":
+    if shutil.which("clang++-14") is None:
+        raise SystemExit("PresetsTest needs clang-14 (scripts/setup ci)")
+    unittest.main()
