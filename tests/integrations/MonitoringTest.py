@@ -54,7 +54,9 @@ class ThresholdsTest(CheckTest):
                 (2, ["-w", "1", "-c", "3"], WARNING), (1, ["-w", "1", "-c", "3"], OK),
                 (4, ["-w", "1", "-c", "3"], CRITICAL), (4, ["-c", "10"], OK),
                 (1, ["-c", "@1:2"], CRITICAL), (3, ["-c", "@1:2"], OK),
-                (0, ["-w", "1:", "-c", "9"], WARNING), (7, ["-c", "~:7"], OK)):
+                (0, ["-w", "1:", "-c", "9"], WARNING), (7, ["-c", "~:7"], OK),
+                (0, ["-w", "-5:", "-c", "-3:-1"], CRITICAL), (9, ["-c", "-5:"], OK),
+                (0, ["--warning", "-5:-1", "--critical=-5:"], WARNING)):
             write(self.result, finished(rows(2, bad)))
             with self.subTest(bad=bad, ranges=ranges):
                 self.assertIn(f"{bad} of {bad + 2} rows", self.expect(state, *ranges))
@@ -191,6 +193,34 @@ class OutputTest(CheckTest):
         write(self.result, finished([row("r" * 5000, "d" * 5000)] * 50))
         self.assertLess(len(self.expect(CRITICAL)), 1000)
 
+    def test_every_character_that_a_terminal_hides_is_escaped(self):
+        header = (SOURCE / "companions/HiddenCharacters.h").read_text(encoding="utf-8")
+        ranges = [(int(first, 16), int(last, 16)) for first, last in
+                  re.findall(r"CodePointRange\{(0x\w+), (0x\w+)\}", header)]
+        self.assertGreater(len(ranges), 20)
+        hidden = "".join(chr(code) for first, last in ranges for code in range(first, last + 1))
+        write(self.result, finished([row("Bad", hidden[start:start + 50])
+                                     for start in range(0, len(hidden), 50)]))
+        lines = self.check("-v", "-r", self.result, "-s", "Compliant").stdout.split("\n")
+        self.assertEqual(len([line for line in lines if "is 'Bad'" in line[1:]]), -(-len(hidden) // 50) + 1)
+        self.assertEqual(set("".join(lines)) & set(hidden), set())
+
+    def test_output_that_cannot_be_written_is_UNKNOWN(self):
+        write(self.result, finished(rows(0, 10000)))
+        reader, pipe = os.pipe()
+        os.close(reader)
+        outputs = {"closed pipe": pipe, "full disk": os.open("/dev/full", os.O_WRONLY), "closed": None}
+        for name, output in outputs.items():
+            for option in ("-h", "-V", "--wrong", "-v", "--no-result=critical"):
+                made = subprocess.run(
+                    ["sh", "-c", 'exec "$@"' + (" >&-" if output is None else ""), "sh", CHECK,
+                     "-r", self.result, "-s", "Compliant", option], stdin=subprocess.DEVNULL,
+                    stdout=output, stderr=subprocess.PIPE, text=True, timeout=60)
+                with self.subTest(output=name, option=option):
+                    self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
+            if output is not None:
+                os.close(output)
+
     def test_any_locale_can_show_the_texts(self):
         write(self.result, finished([row("d\u00e9faut \u4e2d")]))
         for locale in ("C", "POSIX", "C.UTF-8"):
@@ -206,14 +236,27 @@ class CommandLineTest(CheckTest):
                 ([], "--strict"), (["-s", "a"], "URL DOC"), (["-s", "a", "url"], "URL DOC"),
                 (["-s", "a", "-d", "-r", "x"], "URL DOC"), (["-s", "a,", "-d"], "empty name"),
                 (["-s", "a", "-d", "-w", "x"], "not a range"), (["-s", "a", "-d", "-c", ""], "range"),
-                (["-s", "a", "-d", "-t", "1d"], "not a time"), (["-s", "a", "-d", "-t", "0"], "1 or"),
+                (["-s", "a", "-d", "-c", "1_000"], "range"), (["-s", "a", "-d", "-c", "\u0665"], "range"),
+                (["-s", "a", "-d", "-c", "1e3"], "range"), (["-s", "a", "-d", "-c", "5:1"], "range"),
+                (["-s", "a", "-d", "-w", "-5x"], "range"), (["-s", "a", "-d", "-w", "-d"], "--warning"),
+                (["-s", "a", "-d", "-t", "1d"], "not a time"), (["-s", "a", "-d", "-t", "0"], "not a time"),
+                (["-s", "a", "-d", "-t", "999999999h"], "not a time"),
+                (["-s", "a", "-r", "x", "--max-age", "0"], "not a time"),
+                (["-s", "a", "-d", "--max-age", "1h"], "--max-age is for --result"),
+                (["-s", "a,b,a", "-d"], "twice"), (["-s", "a", "-r", ""], "expected a file or"),
                 (["-s", "a", "-r", "x", "--wait", "1"], "--wait"), (["--x|\n"], "--strict"),
+                (["-s", "a", "-r", "x", "--flags", ""], "--flags"),
                 (["-s", "a", "-d", "--x|\n"], r"--x\x7c\n")):
             made = self.check(*arguments)
             with self.subTest(arguments=arguments):
                 self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
                 self.assertRegex(made.stdout, r"^COMPLIANCE UNKNOWN - check_compliance: [^\n|]*\n$")
                 self.assertIn(reason, made.stdout)
+
+    def test_operands_after_the_double_dash_are_not_joined(self):
+        made = self.check("-s", "a", "-d", "--", "-w", "-5")
+        self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
+        self.assertIn("expected either URL DOC", made.stdout)
 
     def test_help_and_version_are_UNKNOWN(self):
         made = self.check("-V")

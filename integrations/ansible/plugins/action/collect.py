@@ -5,7 +5,6 @@ from __future__ import absolute_import, division, print_function
 
 __metaclass__ = type
 
-import datetime
 import json
 import os
 import re
@@ -16,13 +15,12 @@ from ansible.plugins.action import ActionBase
 from ansible_collections.clientcompliance.fleet.plugins.module_utils import stored_result
 
 FILE_MODE = 0o640
-STORED_NAME = re.compile(r"[0-9]{8}T[0-9]{6}\.[0-9]{3}Z\.json\Z")
 NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")
 
 
 def file_name(document):
-    end = stored_result.end_of(document).astimezone(datetime.timezone.utc)
-    return end.strftime("%Y%m%dT%H%M%S.") + "{0:03d}Z.json".format(end.microsecond // 1000)
+    """By the start, so that the order of the names is that of the results."""
+    return stored_result.utc_text(stored_result.order_of(document)[0]) + ".json"
 
 
 def publish(path, document):
@@ -42,8 +40,7 @@ def publish(path, document):
 
 
 def prune(directory, keep):
-    names = sorted(filter(STORED_NAME.match, os.listdir(directory)))
-    for name in names[:-keep] if keep else []:
+    for name in stored_result.collected_names(directory)[:-keep] if keep else []:
         os.unlink(os.path.join(directory, name))
 
 

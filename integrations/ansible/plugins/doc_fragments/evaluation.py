@@ -25,13 +25,13 @@ options:
   path:
     description:
       - A stored result, or a directory of stored results C(*.json) of one host and document.
-      - Of a directory the result whose evaluation ended last is read. A file that cannot be used
-        counts with its modification time.
+      - Of a directory the result whose evaluation started last is read; of several the one that
+        ended last. A file that cannot be used counts with its modification time.
     type: path
   max_age:
     description:
       - With I(path), an older result is not fresh, such as C(26h).
-      - A number of seconds, or a number with the unit C(s), C(m) or C(h).
+      - A number of seconds, at least 1, or a number with the unit C(s), C(m) or C(h).
       - A result from the future is not fresh either. Clocks may differ by one minute.
     type: str
     default: 26h
@@ -55,7 +55,8 @@ options:
   good:
     description:
       - The good results. The module fails if a row has another result.
-      - They are compared byte by byte. Without this option every result is accepted.
+      - They are compared byte by byte, in UTF-8. No result may be in the list twice.
+      - Without this option every result is accepted.
     type: list
     elements: str
   allow_empty:

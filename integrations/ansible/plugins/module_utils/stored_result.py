@@ -1,7 +1,9 @@
 """Results that compliance-query has written: reading, age, and rows with other results.
 
 check_compliance and the Ansible collection share this file. It needs Python 3.6 and nothing else.
-A text that comes from a row or from a file is untrusted; who prints it escapes it.
+It accepts the documents, times and lists that compliance-report accepts, and is stricter in these
+cases: provenance is required, a finished result has a response, and no object has a member twice.
+A text that comes from a row or from a file is untrusted; visible() escapes it.
 """
 
 from __future__ import absolute_import, division, print_function
@@ -14,6 +16,8 @@ import json
 import os
 import re
 import stat
+import time
+import unicodedata
 
 __metaclass__ = type
 
@@ -21,8 +25,25 @@ SCHEMA_VERSION = 1
 MAX_RESULT_BYTES = 256 * 1024 * 1024
 # Clocks of two machines may differ by this much before a result counts as one from the future.
 MAX_CLOCK_DIFFERENCE_SECONDS = 60
+SUBJECT_MEMBERS = ("host", "url", "document")
 ROW_MEMBERS = ("designator", "result", "resultType", "evaluationTime", "description", "comment")
 SECONDS_OF_UNIT = {"": 1, "s": 1, "m": 60, "h": 3600}
+MAX_SECONDS = 2 ** 31 - 1
+MAX_NAME_CHARACTERS = 60
+NANOSECONDS = 10 ** 9
+EPOCH = datetime.date(1970, 1, 1).toordinal()
+YEARS_OF_CALENDAR = 400  # After these the Gregorian calendar repeats.
+DAYS_OF_CALENDAR = 146097
+COLLECTED_NAME = re.compile(r"[0-9]{8}T[0-9]{6}\.[0-9]{3}Z\.json\Z")
+# Control, format, surrogate, private and unassigned characters, and separators beside the space.
+HIDDEN_CATEGORIES = ("C", "Zl", "Zp")
+# Characters of other categories with the property Default_Ignorable_Code_Point.
+IGNORABLE = re.compile("[\u034f\u115f\u1160\u17b4\u17b5\u180b-\u180f\u3164\ufe00-\ufe0f\uffa0"
+                       "\U000e0100-\U000e01ef]")
+BYTE_ORDER_MARK = b"\xef\xbb\xbf"
+SPACE = re.compile(r"[ \t\r\n]*")
+TIME = re.compile(r"([0-9]{4})-([0-9]{2})-([0-9]{2})[Tt]([01][0-9]|2[0-3]):([0-5][0-9]):"
+                  r"([0-5][0-9]|60)(?:\.([0-9]+))?(?:[Zz]|([+-])([01][0-9]|2[0-3]):([0-5][0-9]))\Z")
 
 Stored = collections.namedtuple("Stored", "path document")
 
@@ -31,33 +52,74 @@ class ResultError(Exception):
     """There is no result, or it cannot be used. The message names the file and the reason."""
 
 
+def _is_hidden(character):
+    return (unicodedata.category(character).startswith(HIDDEN_CATEGORIES)
+            or IGNORABLE.match(character) is not None)
+
+
+def visible(text):
+    """The text in one line, with an escape for each control character and invisible character."""
+    return "".join(character.encode("unicode_escape").decode("ascii") if _is_hidden(character)
+                   else character for character in text)
+
+
 def parse_seconds(text):
-    """The seconds of a time such as 90, 90s, 15m or 26h. Raises ValueError."""
-    match = re.match(r"([0-9]{1,9})([smh]?)\Z", str(text))
-    if not match:
-        raise ValueError("'{0}' is not a time; expected a number with s, m or h, such as 26h"
-                         .format(text))
-    return int(match.group(1)) * SECONDS_OF_UNIT[match.group(2)]
+    """The seconds of a time such as 90, 90s, 15m or 26h, at least one. Raises ValueError."""
+    match = re.match(r"0*([0-9]{1,10})([smh]?)\Z", str(text))
+    seconds = int(match.group(1)) * SECONDS_OF_UNIT[match.group(2)] if match else 0
+    if not 1 <= seconds <= MAX_SECONDS:
+        raise ValueError("'{0}' is not a time; expected 1 to {1} seconds, or a number with s, m or h, "
+                         "such as 26h".format(text, MAX_SECONDS))
+    return seconds
+
+
+def check_repeated(names):
+    """Raises ValueError if a name is in the list twice."""
+    for place, name in enumerate(names):
+        if name in names[:place]:
+            raise ValueError("'{0}' is in the list twice".format(name))
 
 
 def split_list(text):
     """The names of a list with commas between; spaces around them are ignored. Raises ValueError."""
-    names = [name.strip(" ") for name in text.split(",")]
+    names = [name.strip(" \t") for name in text.split(",")]
     if "" in names:
         raise ValueError("'{0}' has an empty name; expected results with commas between"
                          .format(text))
+    check_repeated(names)
     return names
 
 
+def _days(year, month, day):
+    """The days since 1970, of any year from 0 on. Raises ValueError."""
+    if year == 0:  # A year of RFC 3339, but not of datetime.
+        return datetime.date(YEARS_OF_CALENDAR, month, day).toordinal() - DAYS_OF_CALENDAR - EPOCH
+    return datetime.date(year, month, day).toordinal() - EPOCH
+
+
 def parse_time(text):
-    """The aware time of an RFC 3339 text as compliance-query writes it. Raises ValueError."""
-    match = re.match(r"([0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}\.[0-9]{3})"
-                     r"([+-])([0-9]{2}):([0-9]{2})\Z", text)
+    """The nanoseconds since 1970 of a time of RFC 3339. Raises ValueError.
+
+    Further digits are dropped. The number may be outside of the years that datetime can represent.
+    """
+    match = TIME.match(text)
     if not match:
         raise ValueError("'{0}' is not a time".format(text))
-    offset = datetime.timedelta(hours=int(match.group(3)), minutes=int(match.group(4)))
-    zone = datetime.timezone(-offset if match.group(2) == "-" else offset)
-    return datetime.datetime.strptime(match.group(1), "%Y-%m-%dT%H:%M:%S.%f").replace(tzinfo=zone)
+    year, month, day, hour, minute, second = map(int, match.group(1, 2, 3, 4, 5, 6))
+    fraction, sign, hours, minutes = match.group(7, 8, 9, 10)
+    offset = (int(hours) * 60 + int(minutes)) * (-60 if sign == "-" else 60) if sign else 0
+    seconds = _days(year, month, day) * 86400 + hour * 3600 + minute * 60 + second - offset
+    return seconds * NANOSECONDS + int((fraction or "")[:9].ljust(9, "0"))
+
+
+def utc_text(nanoseconds):
+    """Such as 20260131T023104.512Z. Raises ResultError for a time outside of the years 1 to 9999."""
+    milliseconds = nanoseconds // 10 ** 6
+    try:
+        moment = datetime.datetime(1970, 1, 1) + datetime.timedelta(milliseconds=milliseconds)
+    except OverflowError:
+        raise ResultError("a time is outside of the years 1 to 9999")
+    return moment.isoformat(timespec="milliseconds").replace("-", "").replace(":", "") + "Z"
 
 
 def _expect(condition, expectation):
@@ -75,13 +137,28 @@ def _check_row(row, number):
                 "base64 in 'resultBase64' of row {0}".format(number))
 
 
+def _is_integer(value):
+    return isinstance(value, int) and not isinstance(value, bool)
+
+
+def _check_time(provenance, name):
+    try:
+        parse_time(provenance[name])
+    except (KeyError, TypeError, ValueError):
+        _expect(False, "a time 'provenance.{0}'".format(name))
+
+
 def _check_provenance(provenance):
     _expect(isinstance(provenance, dict), "an object 'provenance'; version 1 has none")
     _expect(isinstance(provenance.get("host"), str), "a text 'provenance.host'")
-    try:
-        parse_time(provenance["end"])
-    except (KeyError, TypeError, ValueError):
-        _expect(False, "a time 'provenance.end'")
+    for name in SUBJECT_MEMBERS:
+        _expect(isinstance(provenance.get(name), (str, type(None))),
+                "a text or null 'provenance.{0}'".format(name))
+        if name + "Base64" in provenance:
+            _expect(_decoded(provenance[name + "Base64"]) is not None,
+                    "base64 in 'provenance.{0}Base64'".format(name))
+    _check_time(provenance, "start")
+    _check_time(provenance, "end")
     response = provenance.get("response")
     _expect(response is None or isinstance(response, dict) and
             isinstance(response.get("fresh"), bool), "an object or null 'provenance.response'")
@@ -91,33 +168,69 @@ def _check_outcome(document):
     if document.get("outcome") == "failed":
         for member in ("failure", "message"):
             _expect(isinstance(document.get(member), str), "a text '{0}'".format(member))
-        _expect(isinstance(document.get("exitStatus"), int), "a number 'exitStatus'")
+        _expect(_is_integer(document.get("exitStatus")), "a number 'exitStatus'")
         return
     _expect(document.get("outcome") == "finished", "'outcome' to be 'finished' or 'failed'")
     _expect(document["provenance"].get("response") is not None,
             "an object 'provenance.response' of a finished evaluation")
-    rows = document.get("rows")
+    rows, count = document.get("rows"), document.get("rowCount")
     _expect(isinstance(rows, list), "an array 'rows'")
     for number, row in enumerate(rows, 1):
         _check_row(row, number)
-    _expect(document.get("rowCount") == len(rows),
-            "{0} rows, as 'rowCount' says, and found {1}".format(document.get("rowCount"),
-                                                                 len(rows)))
+    _expect(_is_integer(count), "a number 'rowCount'")
+    _expect(count == len(rows),
+            "{0} rows, as 'rowCount' says, and found {1}".format(count, len(rows)))
+
+
+def _object(pairs):
+    """The members of a JSON object. Which of two equal ones counts would depend on the reader."""
+    members = dict(pairs)
+    if len(members) < len(pairs):
+        names = sorted(name for name, _ in pairs)
+        name = next(one for one, other in zip(names, names[1:]) if one == other)
+        raise ResultError("not a result of compliance-query: the member '{0}' is there twice"
+                          .format(name[:MAX_NAME_CHARACTERS]))
+    return members
+
+
+def _refuse_constant(name):
+    raise ValueError("{0} is not a number".format(name))
+
+
+def _decode_values(text):
+    """The JSON values of the text, with whitespace between."""
+    decoder = json.JSONDecoder(object_pairs_hook=_object, parse_constant=_refuse_constant)
+    place, values = SPACE.match(text).end(), []
+    while place < len(text) or not values:
+        value, end = decoder.raw_decode(text, place)
+        values.append(value)
+        place = SPACE.match(text, end).end()
+    return values
+
+
+def _decode_document(data):
+    """The document of --json, or the one that the lines of --ndjson amount to."""
+    text = data[len(BYTE_ORDER_MARK):] if data.startswith(BYTE_ORDER_MARK) else data
+    document, *rows = _decode_values(text.decode("utf-8"))
+    json.dumps([document, rows], ensure_ascii=False).encode("utf-8")
+    _expect(isinstance(document, dict), "an object")
+    has_lines = document.get("outcome") == "finished" and "rows" not in document
+    _expect(has_lines or not rows, "the end of the file behind the object")
+    return dict(document, rows=rows) if has_lines else document
 
 
 def parse_document(data):
-    """The document of compliance-query --json in these bytes. Raises ResultError."""
+    """The document of compliance-query --json or --ndjson in these bytes. Raises ResultError."""
     try:
-        document = json.loads(data.decode("utf-8"))
-        json.dumps(document, ensure_ascii=False).encode("utf-8")
+        document = _decode_document(data)
     except UnicodeError as error:
         raise ResultError("not UTF-8: {0}".format(error.reason))
     except ValueError as error:
         raise ResultError("not JSON: {0}".format(error))
     except RecursionError:
         raise ResultError("not a result of compliance-query: nested too deeply")
-    _expect(isinstance(document, dict), "an object")
-    _expect(document.get("schemaVersion") == SCHEMA_VERSION,
+    version = document.get("schemaVersion")
+    _expect(_is_integer(version) and version == SCHEMA_VERSION,
             "'schemaVersion' to be {0}".format(SCHEMA_VERSION))
     _check_provenance(document.get("provenance"))
     _check_outcome(document)
@@ -148,30 +261,36 @@ def read_file(path):
         raise ResultError("{0}: {1}".format(path, error))
 
 
-def end_of(document):
-    return parse_time(document["provenance"]["end"])
+def order_of(document):
+    """The newest of several results has the greatest value: it started last."""
+    provenance = document["provenance"]
+    return parse_time(provenance["start"]), parse_time(provenance["end"])
 
 
 def _modification_time(path):
     try:
-        seconds = os.lstat(path).st_mtime
+        return int(os.lstat(path).st_mtime) * NANOSECONDS
     except OSError:
-        seconds = 0
-    return datetime.datetime.fromtimestamp(seconds, datetime.timezone.utc)
+        return 0
 
 
 def _read_candidate(path):
-    """Its time, and the document or the error. An unusable file has its modification time."""
+    """Its order, and the document or the error. An unusable file has its modification time."""
     try:
         document = read_file(path)
-        return end_of(document), document
+        return order_of(document), document
     except ResultError as error:
-        return _modification_time(path), error
+        return (_modification_time(path),) * 2, error
 
 
-def _subject(document):
-    provenance = document["provenance"]
-    return [provenance.get(name) for name in ("host", "url", "document")]
+def subject_of(document):
+    """The host, the site and the document of a result, as bytes or None."""
+    return tuple(_exact_bytes(document["provenance"], name) for name in SUBJECT_MEMBERS)
+
+
+def collected_names(directory):
+    """The names of the results that the module collect has stored there, the newest last."""
+    return sorted(filter(COLLECTED_NAME.match, os.listdir(directory)))
 
 
 def newest_in(directory):
@@ -188,14 +307,14 @@ def newest_in(directory):
         raise ResultError("{0}: {1}".format(directory, error.strerror))
     if not names:
         raise ResultError("{0}: no result; expected a file *.json".format(directory))
-    newest, newest_time, subjects = None, None, []
+    newest, newest_order, subjects = None, None, set()
     for name in names:
         path = os.path.join(directory, name)
-        time, candidate = _read_candidate(path)
-        if not isinstance(candidate, ResultError) and _subject(candidate) not in subjects:
-            subjects.append(_subject(candidate))
-        if newest is None or time >= newest_time:
-            newest, newest_time = Stored(path, candidate), time
+        order, candidate = _read_candidate(path)
+        if not isinstance(candidate, ResultError):
+            subjects.add(subject_of(candidate))
+        if newest is None or order >= newest_order:
+            newest, newest_order = Stored(path, candidate), order
     if isinstance(newest.document, ResultError):
         raise newest.document
     if len(subjects) > 1:
@@ -209,9 +328,9 @@ def newest_result(path):
     return newest_in(path) if os.path.isdir(path) else Stored(path, read_file(path))
 
 
-def age_seconds(document, now=None):
+def age_seconds(document):
     """Seconds since the end of the evaluation; negative for a result from the future."""
-    return ((now or datetime.datetime.now(datetime.timezone.utc)) - end_of(document)).total_seconds()
+    return time.time() - parse_time(document["provenance"]["end"]) / NANOSECONDS
 
 
 def format_seconds(seconds):
@@ -221,7 +340,7 @@ def format_seconds(seconds):
     return "{0} s".format(int(seconds))
 
 
-def check_fresh(document, max_age=None, now=None):
+def check_fresh(document, max_age=None):
     """Raises ResultError unless the document has rows of a fresh evaluation.
 
     max_age is in seconds; without it the age does not matter.
@@ -233,7 +352,7 @@ def check_fresh(document, max_age=None, now=None):
         raise ResultError("the agent's answer was there before the request")
     if max_age is None:
         return
-    age = age_seconds(document, now)
+    age = age_seconds(document)
     if age < -MAX_CLOCK_DIFFERENCE_SECONDS:
         raise ResultError("the result is from the future: by {0}".format(format_seconds(-age)))
     if age > max_age:
@@ -248,13 +367,15 @@ def _decoded(text):
         return None
 
 
-def _result_bytes(row):
-    if "resultBase64" in row:
-        return _decoded(row["resultBase64"])
-    return row["result"].encode("utf-8")
+def _exact_bytes(members, name):
+    """The bytes of a text, which are in base64 beside it if they are not UTF-8; None for null."""
+    if name + "Base64" in members:
+        return _decoded(members[name + "Base64"])
+    text = members.get(name)
+    return None if text is None else text.encode("utf-8")
 
 
 def bad_rows(document, good):
-    """The rows whose result is none of the good ones; compared byte by byte."""
-    accepted = {os.fsencode(name) for name in good}
-    return [row for row in document["rows"] if _result_bytes(row) not in accepted]
+    """The rows whose result is none of the good ones, which are bytes."""
+    accepted = set(good)
+    return [row for row in document["rows"] if _exact_bytes(row, "result") not in accepted]

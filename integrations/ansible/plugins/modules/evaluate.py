@@ -201,7 +201,9 @@ def check_rows(module, document, found):
         module.fail_json(msg="the result has no rows", **found)
     if good is None:
         return
-    bad = found["bad_rows"] = stored_result.bad_rows(document, good)
+    # A name with a lone surrogate is the name of no result, but has to be encoded.
+    bad = found["bad_rows"] = stored_result.bad_rows(
+        document, [name.encode("utf-8", "surrogatepass") for name in good])
     if bad:
         named = ", ".join("'{0}' is '{1}'".format(row["designator"], row["result"])
                           for row in bad[:MAX_NAMED_ROWS])
@@ -228,6 +230,14 @@ def run(module, max_age):
     module.exit_json(changed=False, **found)
 
 
+def checked(module, option, function):
+    """What the function returns for the value of the option. Fails the module on ValueError."""
+    try:
+        return function(module.params[option])
+    except ValueError as error:
+        module.fail_json(msg="{0}: {1}".format(option, error))
+
+
 def main():
     module = AnsibleModule(ARGUMENTS, supports_check_mode=True,
                            required_together=[("url", "document")])
@@ -235,11 +245,8 @@ def main():
             module.params["path"] is not None]
     if ways.count(True) != 1:
         module.fail_json(msg="expected one of: url and document; default: true; path")
-    try:
-        max_age = stored_result.parse_seconds(module.params["max_age"])
-    except ValueError as error:
-        module.fail_json(msg="max_age: {0}".format(error))
-    run(module, max_age)
+    checked(module, "good", lambda names: stored_result.check_repeated(names or []))
+    run(module, checked(module, "max_age", stored_result.parse_seconds))
 
 
 if __name__ == "__main__":
