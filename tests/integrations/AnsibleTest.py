@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """The Ansible collection, by the real Ansible over SSH to a fleet of sandboxes."""
 
+import base64
 import json
 import os
 import pathlib
@@ -39,10 +40,6 @@ REASONS = {
     "missing": r"the agent is not installed.*\(no-agent, exit status 3\)",
 }
 EVALUATE = ["-e", "fleet_url=http://example.com/", "-e", "fleet_document=Baseline.xml"]
-# The report half of the playbook needs programs that a build may not have yet.
-PROGRAMS = [name for name in ("compliance-report", "compliance-diff")
-            if (pathlib.Path(os.environ["CC_QUERY"]).parent / name).exists()]
-HAS_REPORT = len(PROGRAMS) == 2
 
 
 class AnsibleTest(unittest.TestCase):
@@ -88,10 +85,9 @@ class FleetTest(AnsibleTest):
         return {host: json.loads(text) for host, text in found}
 
     def report(self, directory, *more):
-        tags = [] if HAS_REPORT else ["--tags", "collect"]
         return self.run_program("ansible-playbook", "-i", self.scratch / "hosts",
                                 f"{COLLECTION}.report", "-e", f"fleet_directory={directory}",
-                                "-e", '{"fleet_good": ["Compliant"]}', *tags, *more)
+                                "-e", '{"fleet_good": ["Compliant"]}', *more)
 
     def is_templated(self, host):
         return self.call(host, "ansible.builtin.stat", f"path={MARK}")[host]["stat"]["exists"] or \
@@ -128,13 +124,13 @@ class FleetTest(AnsibleTest):
                          sorted([*SCENARIOS, "gone"]))
         self.assertFalse(self.is_templated("web3"))
 
-    @unittest.skipUnless(HAS_REPORT, "compliance-report and compliance-diff are not built")
     def test_report_is_rendered_with_every_expected_host(self):
         self.report(self.scratch / "rendered", *EVALUATE)
         page = (self.scratch / "rendered/report.html").read_text(encoding="utf-8")
         for host in [*SCENARIOS, "gone"]:
             self.assertIn(host, page)
-        self.assertTrue((self.scratch / "rendered/regressions.txt").is_file())
+        text = (self.scratch / "rendered/regressions.txt").read_text(encoding="utf-8")
+        self.assertEqual([line.split(":")[0] for line in text.splitlines()], sorted(REASONS))
 
     def test_hosts_with_results_let_the_run_succeed(self):
         made = self.report(self.scratch / "some", *EVALUATE, "-e", "fleet_hosts=web1,web3")
@@ -213,8 +209,7 @@ class FleetTest(AnsibleTest):
                   f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
         play = self.scratch / "role.yml"
         play.write_text(ROLE, encoding="utf-8")
-        check = {} if has_check_config() else {"agent_compliance_check": False}
-        command = ["ansible-playbook", "-i", self.scratch / "hosts", play, "-e", json.dumps(check)]
+        command = ["ansible-playbook", "-i", self.scratch / "hosts", play]
         made = self.run_program(*command)
         self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
         again = self.run_program(*command)
@@ -270,11 +265,6 @@ ROLE = f"""
 """
 
 
-def has_check_config():
-    text = subprocess.run([os.environ["CC_QUERY"], "--help"], capture_output=True, text=True).stdout
-    return "--check-config" in text
-
-
 class DocumentationTest(AnsibleTest):
     def documented(self, name, kind="module"):
         made = self.run_program("ansible-doc", "-j", "-t", kind, f"{COLLECTION}.{name}")
@@ -283,24 +273,25 @@ class DocumentationTest(AnsibleTest):
 
     def test_every_option_is_documented_with_its_default(self):
         sys.path.insert(0, str(self.scratch / "collections"))
-        from ansible_collections.clientcompliance.fleet.plugins.modules import evaluate
-        options = self.documented("evaluate")["doc"]["options"]
-        self.assertEqual(set(options), set(evaluate.ARGUMENTS))
-        for name, option in options.items():
-            self.assertTrue(option["description"])
-            for fact in ("type", "default", "elements", "choices"):
-                self.assertEqual(option.get(fact), evaluate.ARGUMENTS[name].get(fact), (name, fact))
+        from ansible_collections.clientcompliance.fleet.plugins.modules import evaluate, regressions
+        for module in (evaluate, regressions):
+            options = self.documented(module.__name__.split(".")[-1])["doc"]["options"]
+            self.assertEqual(set(options), set(module.ARGUMENTS))
+            for name, option in options.items():
+                self.assertTrue(option["description"])
+                for fact in ("type", "default", "elements", "choices"):
+                    self.assertEqual(option.get(fact), module.ARGUMENTS[name].get(fact), (name, fact))
 
     def test_collect_takes_the_options_of_evaluate(self):
         evaluate = self.documented("evaluate")["doc"]["options"]
         collect = self.documented("collect")["doc"]["options"]
-        self.assertEqual(set(collect) - set(evaluate), {"directory", "keep"})
+        self.assertEqual(set(collect) - set(evaluate), {"directory", "keep", "node_name"})
         for name, option in evaluate.items():
             for fact in ("description", "type", "default", "elements", "choices"):
                 self.assertEqual(option.get(fact), collect[name].get(fact), (name, fact))
 
     def test_examples_and_return_values_are_documented(self):
-        for name in ("evaluate", "collect"):
+        for name in ("evaluate", "collect", "regressions"):
             page = self.documented(name)
             self.assertIn(f"{COLLECTION}.{name}:", page["examples"])
             for value in page["return"].values():
@@ -311,6 +302,197 @@ class DocumentationTest(AnsibleTest):
         defaults = (SOURCE / "integrations/ansible/roles/agent_compliance/defaults/main.yml").read_text()
         self.assertEqual(set(page["entry_points"]["main"]["options"]),
                          set(re.findall(r"(?m)^(\w+):", defaults)))
+
+
+BECOME = """#!/bin/sh
+echo become >>{0}
+while [ "$1" != /bin/sh ]; do shift; done
+exec "$@"
+"""
+
+
+class LocalFleetTest(AnsibleTest):
+    """The playbook with stored results, reached without SSH."""
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.directory = pathlib.Path(scratch.name)
+        self.fleet = self.directory / "fleet"
+
+    def write_inventory(self, hosts, *variables):
+        (self.directory / "hosts").write_text("\n".join([
+            *hosts, "[all:vars]", "ansible_connection=local",
+            "ansible_python_interpreter=/usr/bin/python3",
+            f"fleet_path={self.directory}/stored/{{{{ inventory_hostname }}}}.json", *variables]))
+
+    def store(self, host, document):
+        write(self.directory / f"stored/{host}.json", document)
+
+    def put(self, host, night, document):
+        """A collected result of so many nights ago."""
+        name = time.strftime("%Y%m%dT%H%M%S.000Z.json", time.gmtime(time.time() - 86400 * night))
+        return write(self.fleet / f"results/{host}/{name}", document)
+
+    def report(self, status, *more, **environment):
+        made = self.run_program("ansible-playbook", "-i", self.directory / "hosts",
+                                f"{COLLECTION}.report", "-e", f"fleet_directory={self.fleet}",
+                                "-e", '{"fleet_good": ["Compliant"]}', *more, **environment)
+        self.assertEqual(made.returncode, status, made.stdout + made.stderr)
+        return re.sub(r"(?<!\\)\\n", "\n", made.stdout)
+
+    def regressions(self):
+        return (self.fleet / "regressions.txt").read_text(encoding="utf-8")
+
+    def stored_hosts(self):
+        return {path.parent.name: json.loads(path.read_text())["provenance"]["host"]
+                for path in (self.fleet / "results").glob("*/*.json")}
+
+    def test_result_of_another_host_is_not_stored(self):
+        self.write_inventory(["web1", "web2", "web3"])
+        self.store("web1", finished([row("Compliant")], host="web1"))
+        self.store("web2", finished([row("Bad")], host="web1"))
+        document = finished([row("Bad")], host="web3")
+        document["provenance"]["hostBase64"] = base64.b64encode(b"web1").decode()
+        self.store("web3", document)
+        output = self.report(2)
+        for host in ("web2", "web3"):
+            self.assertRegex(output, rf"(?m)^{host}: the result was not stored: it is of the host "
+                                     rf"'web1', expected '{host}'; node_name sets another name")
+        self.assertEqual(self.stored_hosts(), {"web1": "web1"})
+
+    def test_host_with_another_node_name_is_reported_by_it(self):
+        self.write_inventory(["web1", "web2"], "fleet_node_name={{ inventory_hostname }}.example.com")
+        for host in ("web1", "web2"):
+            self.store(host, finished([row("Compliant")], host=f"{host}.example.com"))
+        self.report(0)
+        self.assertEqual(self.stored_hosts(), {"web1": "web1.example.com", "web2": "web2.example.com"})
+        self.assertEqual((self.fleet / "hosts").read_text(), "web1.example.com\nweb2.example.com\n")
+        entries = json.loads((self.fleet / "report.json").read_text())["entries"]
+        self.assertEqual([(entry["host"], entry["conditions"]) for entry in entries],
+                         [("web1.example.com", []), ("web2.example.com", [])])
+        output = self.report(2, "-e", "fleet_node_name=web1.example.com")
+        self.assertIn("expected another fleet_node_name for each host", output)
+
+    def test_hosts_and_files_that_the_report_complains_of_are_named(self):
+        self.write_inventory(["web1"])
+        self.store("web1", finished([row("Compliant")], host="web1"))
+        self.put("former", 0, finished([row("Compliant")], host="former"))
+        self.put("web1", 2, {})
+        output = self.report(2)
+        self.assertRegex(output, r"(?m)^ *former: not-expected$")
+        self.assertRegex(output, r'(?m)^ */.*/results/web1/.*json:1:\d+: expected the member')
+        self.assertNotIn("fresh result", output)
+
+    def test_hostile_names_of_hosts_are_not_templated(self):
+        mark = self.directory / "templated"
+        text = "{{ lookup('pipe', 'touch " + str(mark) + "') }}"
+        self.write_inventory(["web1", "web3"])
+        self.store("web1", finished([row("Compliant")], host=text + "\nweb2: fine"))
+        self.put("other", 0, finished([row("Compliant")], host=text))
+        document = failed(host="web3")
+        document["message"] = text + "\nweb2: fine"
+        self.store("web3", document)
+        output = self.report(2)
+        self.assertGreater(output[output.index("[Name the hosts"):].count(str(mark)), 2, output)
+        self.assertNotRegex(output[output.index("[Name the hosts"):], "(?m)^web2: fine")
+        self.assertFalse(mark.exists())
+
+    def test_hostile_times_are_refused_in_one_line(self):
+        self.write_inventory(["web1", "web2"])
+        for host, text in (("web1", "0001-01-01T00:00:00.000+10:00"), ("web2", "9999-12-31T23:59:59-01:00")):
+            document = finished([row("Compliant")], host=host)
+            document["provenance"].update(start=text, end=text)
+            self.store(host, document)
+        output = self.report(2, "--tags", "collect", "-e", "fleet_max_age=590000h")
+        for host in ("web1", "web2"):
+            self.assertRegex(output, rf"(?m)^{host}: the result was not stored: a time is outside of")
+        self.assertNotIn("Traceback", output)
+
+    def test_regressions_are_those_since_the_night_before(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 1, finished([row("Compliant", "password"), row("Bad", "telnet")],
+                                     host="web1", age=86400))
+        self.store("web1", finished([row("Bad", "password"), row("Bad", "telnet")], host="web1"))
+        self.report(0)
+        self.assertRegex(self.regressions(), r"(?s)web1.*~ password.*Compliant.*Bad")
+        self.assertNotIn("telnet", self.regressions())
+
+    def test_regressions_of_an_earlier_night_are_not_reported_again(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 7, finished([row("Compliant")], host="web1", age=7 * 86400))
+        self.put("web1", 6, finished([row("Bad")], host="web1", age=6 * 86400))
+        self.store("web1", failed(host="web1"))
+        self.report(2)
+        self.assertRegex(self.regressions(), "^web1: not compared: the evaluation failed: .*\n$")
+        self.write_inventory(["web1"], "fleet_path=/nonexistent")
+        shutil.rmtree(self.fleet)
+        self.put("web1", 7, finished([row("Compliant")], host="web1", age=7 * 86400))
+        self.put("web1", 6, finished([row("Bad")], host="web1", age=6 * 86400))
+        self.report(2)
+        self.assertEqual(self.regressions(),
+                         "web1: not compared: the result is 144 h old, more than 26 h\n")
+
+    def test_only_results_of_one_document_are_compared(self):
+        self.write_inventory(["web1", "web2"])
+        self.put("web2", 3, finished([row("Compliant")], host="web2", age=3 * 86400))
+        for host in ("web1", "web2"):
+            other = finished([row("Compliant")], host=host, age=86400)
+            other["provenance"]["document"] = "Other.xml"
+            self.put(host, 1, other)
+            self.store(host, finished([row("Bad")], host=host))
+        self.report(0)
+        self.assertEqual(re.findall(r"(?m)^\+\+\+ .*/results/(\w+)/", self.regressions()), ["web2"])
+        self.assertIn("web1: not compared: there is no earlier fresh result of this document",
+                      self.regressions().splitlines())
+
+    def test_damaged_results_make_the_run_fail(self):
+        self.write_inventory(["web1"])
+        damaged = self.put("web1", 1, {})
+        damaged.write_text(json.dumps(finished([row("Compliant")], host="web1"))[:300])
+        self.store("web1", finished([row("Bad")], host="web1"))
+        output = self.report(2)
+        self.assertRegex(output, rf"(?m)^ *web1: not compared: {damaged}: not JSON")
+        self.assertRegex(self.regressions(), rf"^web1: not compared: {damaged}: not JSON.*\n$")
+
+    def test_files_have_one_mode_whatever_the_umask_is(self):
+        self.write_inventory(["web1"])
+        self.store("web1", finished([row("Compliant")], host="web1"))
+        for mask in (0, 0o077):
+            former = os.umask(mask)
+            try:
+                self.report(0)
+            finally:
+                os.umask(former)
+            modes = {str(path.relative_to(self.directory)).split("/Z")[0]: path.stat().st_mode & 0o777
+                     for path in [self.fleet, *self.fleet.rglob("*")]}
+            self.assertEqual(len(modes), 8)
+            for name, mode in modes.items():
+                is_directory = (self.directory / name).is_dir()
+                self.assertEqual(oct(mode), oct(0o750 if is_directory else 0o640), name)
+            shutil.rmtree(self.fleet)
+
+    def test_become_is_for_the_hosts_only(self):
+        self.write_inventory(["web1"])
+        self.store("web1", finished([row("Compliant")], host="web1"))
+        log = self.directory / "log"
+        sudo = self.directory / "sudo"
+        sudo.write_text(BECOME.format(log))
+        sudo.chmod(0o755)
+        self.report(0, "--become", ANSIBLE_BECOME_EXE=str(sudo), ANSIBLE_BECOME_ALLOW_SAME_USER="1")
+        self.assertEqual(log.read_text(), "become\n")
+
+    def test_evaluate_compares_UTF_8_in_every_locale(self):
+        module = self.scratch / "collections/ansible_collections/clientcompliance/fleet/plugins/modules/evaluate.py"
+        self.store("web1", finished([row("d\u00e9faut")], host="web1"))
+        for good, failed_ in (("d\u00e9faut", None), ("d\ufffdfaut", True), ("\ud800", True)):
+            arguments = {"path": str(self.directory / "stored/web1.json"), "good": [good]}
+            (self.directory / "arguments.json").write_text(json.dumps({"ANSIBLE_MODULE_ARGS": arguments}))
+            made = self.run_program(
+                "/usr/bin/python3", module, self.directory / "arguments.json",
+                LC_ALL="C", PYTHONUTF8="0", PYTHONCOERCECLOCALE="0",
+                PYTHONPATH=str(self.scratch / "collections"))
+            self.assertEqual(json.loads(made.stdout).get("failed"), failed_, made.stdout + made.stderr)
 
 
 class LargeFleetTest(AnsibleTest):
@@ -326,7 +508,6 @@ class LargeFleetTest(AnsibleTest):
         command = ["ansible-playbook", "-i", self.scratch / "stored/hosts", f"{COLLECTION}.report",
                    "-e", f"fleet_directory={self.scratch}/fleet", "-e", "fleet_keep=1",
                    "-e", '{"fleet_good": ["Compliant"]}']
-        command += [] if HAS_REPORT else ["--tags", "collect"]
         start = time.monotonic()
         self.run_large(*command, "-e", "fleet_max_age=48h", "-e",
                        f"fleet_path={self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json")

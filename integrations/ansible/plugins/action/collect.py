@@ -8,13 +8,12 @@ __metaclass__ = type
 import json
 import os
 import re
-import tempfile
 
 from ansible.errors import AnsibleActionFail
 from ansible.plugins.action import ActionBase
-from ansible_collections.clientcompliance.fleet.plugins.module_utils import stored_result
+from ansible_collections.clientcompliance.fleet.plugins.module_utils import published_file, stored_result
 
-FILE_MODE = 0o640
+MAX_NAME_CHARACTERS = 255
 NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")
 
 
@@ -23,20 +22,15 @@ def file_name(document):
     return stored_result.utc_text(stored_result.order_of(document)[0]) + ".json"
 
 
-def publish(path, document):
-    """Writes a temporary file, which then replaces the path."""
-    os.makedirs(os.path.dirname(path), mode=0o750, exist_ok=True)
-    descriptor, temporary = tempfile.mkstemp(prefix=".", dir=os.path.dirname(path))
-    try:
-        with os.fdopen(descriptor, "w", encoding="utf-8") as file:
-            json.dump(document, file, ensure_ascii=False)
-            os.fchmod(file.fileno(), FILE_MODE)
-            file.flush()
-            os.fsync(file.fileno())
-        os.rename(temporary, path)
-    except BaseException:
-        os.unlink(temporary)
-        raise
+def returned_document(result):
+    """The document in the return values of the module. Raises ResultError: a host may return anything."""
+    head = result.get("head")
+    if not isinstance(head, dict):
+        raise stored_result.ResultError("the host returned no document")
+    document = dict(head, provenance=result["provenance"])
+    if "rows" in result:
+        document["rows"] = result["rows"]
+    return stored_result.parse_document(json.dumps(document).encode("utf-8"))
 
 
 def prune(directory, keep):
@@ -51,10 +45,17 @@ class ActionModule(ActionBase):
         super().run(tmp, task_vars)
         arguments = dict(self._task.args)
         directory, keep = self._own_arguments(arguments)
+        host = task_vars["inventory_hostname"]
+        node_name = str(arguments.pop("node_name", None) or host)
+        if host.startswith(".") or "/" in host:  # Reports skip a directory whose name has a dot there.
+            raise AnsibleActionFail("'{0}' cannot be the name of a directory".format(host))
         result = self._execute_module("clientcompliance.fleet.evaluate", arguments,
                                       task_vars=task_vars)
         if "provenance" in result:
-            self._store(result, directory, task_vars["inventory_hostname"], keep)
+            try:
+                self._store(result, os.path.join(directory, host), node_name, keep)
+            except (OSError, stored_result.ResultError) as error:
+                result.update(failed=True, msg="the result was not stored: {0}".format(error))
         for name in NOT_RETURNED:
             result.pop(name, None)
         return result
@@ -65,21 +66,19 @@ class ActionModule(ActionBase):
             raise AnsibleActionFail("missing required arguments: directory")
         if not re.match(r"[0-9]{1,6}\Z", str(keep)):
             raise AnsibleActionFail("keep: '{0}' is not a number of results".format(keep))
-        return os.path.expanduser(directory), int(keep)
+        return os.path.abspath(os.path.expanduser(directory)), int(keep)
 
-    def _store(self, result, directory, host, keep):
-        if host in (".", "..") or "/" in host:
-            raise AnsibleActionFail("'{0}' cannot be the name of a directory".format(host))
-        directory = os.path.join(directory, host)
-        document = dict(result["head"], provenance=result["provenance"])
-        if "rows" in result:
-            document["rows"] = result["rows"]
-        try:
-            stored_result.parse_document(json.dumps(document).encode("utf-8"))
-            result["file"] = os.path.join(directory, file_name(document))
-            result["changed"] = not os.path.exists(result["file"])
-            if result["changed"] and not self._play_context.check_mode:
-                publish(result["file"], document)
-                prune(directory, keep)
-        except (OSError, stored_result.ResultError) as error:
-            raise AnsibleActionFail("the result could not be stored: {0}".format(error))
+    def _store(self, result, directory, node_name, keep):
+        document = returned_document(result)
+        found = stored_result.subject_of(document)[0]
+        if found != node_name.encode("utf-8"):
+            raise stored_result.ResultError(
+                "it is of the host '{0}', expected '{1}'; node_name sets another name".format(
+                    stored_result.visible(found.decode("utf-8", "backslashreplace"))[:MAX_NAME_CHARACTERS],
+                    node_name))
+        result["file"] = os.path.join(directory, file_name(document))
+        result["changed"] = not os.path.exists(result["file"])
+        if result["changed"] and not self._play_context.check_mode:
+            data = json.dumps(document, ensure_ascii=False).encode("utf-8")
+            published_file.publish(result["file"], data)
+            prune(directory, keep)

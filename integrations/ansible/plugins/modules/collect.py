@@ -12,7 +12,9 @@ version_added: 1.0.0
 description:
   - Runs M(clientcompliance.fleet.evaluate) on the managed host and stores the result in a directory
     of the controller, as C(DIRECTORY/HOST/TIME.json).
-  - HOST is the name of the inventory, and TIME the end of the evaluation in UTC.
+  - HOST is the name of the inventory, and TIME the start of the evaluation in UTC.
+  - A result that carries the name of another host is not stored, because reports would count it for
+    that host. Then the module fails with both names.
   - The result of a failed evaluation, and one that is not fresh, is stored too. Then the module
     fails with the reason.
   - Rows are not returned, so that a run over many hosts needs little memory.
@@ -20,8 +22,14 @@ options:
   directory:
     description:
       - The directory on the controller. It is created if it is missing.
+      - Created directories have the mode 0750, and files 0640, whatever the umask is.
     type: path
     required: true
+  node_name:
+    description:
+      - The name that the host itself has in its results, which is that of C(uname -n).
+      - The default is the name in the inventory.
+    type: str
   keep:
     description:
       - The number of results to keep for each host. Older ones are removed. 0 keeps all.
@@ -56,7 +64,7 @@ EXAMPLES = r"""
 RETURN = r"""
 file:
   description: The file on the controller.
-  returned: if compliance-query wrote a document
+  returned: if a result was stored, now or before
   type: str
   sample: /srv/compliance/web1/20260131T023104.512Z.json
 row_count:
