@@ -102,6 +102,12 @@ class FleetTest(AnsibleTest):
         file = write(self.scratch / "stored.json", document)
         self.call(host, "ansible.builtin.copy", f"src={file} dest=/opt/stored.json")
 
+    def copy_systemctl(self, host):
+        systemctl = self.scratch / "systemctl"
+        systemctl.write_text(SYSTEMCTL, encoding="utf-8")
+        self.call(host, "ansible.builtin.copy",
+                  f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
+
     def test_report_names_the_hosts_without_a_result_and_their_reasons(self):
         self.remove_request()
         made = self.report(self.scratch / "fleet", *EVALUATE)
@@ -203,10 +209,7 @@ class FleetTest(AnsibleTest):
         self.assertFalse(self.is_templated("web1"))
 
     def test_role_writes_the_configuration_and_enables_the_timer(self):
-        systemctl = write(self.scratch / "systemctl.json", {}).with_name("systemctl")
-        systemctl.write_text(SYSTEMCTL, encoding="utf-8")
-        self.call("web1", "ansible.builtin.copy",
-                  f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
+        self.copy_systemctl("web1")
         play = self.scratch / "role.yml"
         play.write_text(ROLE, encoding="utf-8")
         command = ["ansible-playbook", "-i", self.scratch / "hosts", play]
@@ -223,6 +226,22 @@ class FleetTest(AnsibleTest):
                      "start compliance-evaluate@nightly.timer"):
             self.assertIn(line, text.splitlines())
         self.assertFalse(os.path.exists("/etc/clientcompliance/nightly.conf"), "not in the sandbox")
+
+    def test_role_keeps_a_configuration_if_the_new_one_is_invalid(self):
+        self.copy_systemctl("web5")
+        play = self.scratch / "invalid.yml"
+        command = ["ansible-playbook", "-i", self.scratch / "hosts", play]
+        for keep, status in (("7", 0), ("20000", 2)):
+            play.write_text(ROLE.replace("hosts: web1", "hosts: web5").replace("keep: 7", f"keep: {keep}"),
+                            encoding="utf-8")
+            made = self.run_program(*command)
+            self.assertEqual(made.returncode, status, made.stdout + made.stderr)
+        self.assertIn("nightly.new.conf:6: KEEP_RESULTS: '20000'", made.stdout)
+        text = self.run_program(
+            "ansible", "-i", self.scratch / "hosts", "web5", "-m", "ansible.builtin.shell",
+            "-a", "ls /etc/clientcompliance; cat /etc/clientcompliance/nightly.conf").stdout
+        self.assertRegex(text, "(?m)^KEEP_RESULTS=7$")
+        self.assertNotIn("new", text)
 
     def test_role_refuses_what_a_configuration_cannot_hold(self):
         play = self.scratch / "role.yml"
