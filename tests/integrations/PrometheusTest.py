@@ -89,6 +89,31 @@ class DashboardTest(unittest.TestCase):
             self.assertIn(f"SUCCESS: {len(self.expressions)} rules found",
                           run("promtool", "check", "rules", rules.name))
 
+    def test_panels_count_machines_and_each_configuration(self):
+        def series(name, config, value):
+            return {"series": f'clientcompliance_{name}{{instance="web1",document="",config="{config}"}}',
+                    "values": f"{value}x10"}
+
+        values = [series("last_run_timestamp_seconds", config, 0) for config in ("a", "b", "c")]
+        values += [series("exit_status", config, status) for config, status in
+                   (("a", 10), ("b", 3), ("c", 3))]
+        values += [series("failing_rows", "a", 2), series("last_success_timestamp_seconds", "a", 0)]
+        counts = ["Machines without a fresh result", "Machines whose last evaluation failed",
+                  "Machines with failing rows", "Machines that report"]
+        tests = []
+        for panel in self.panels:
+            for selected, wanted in ((".*", 1), ("none", None)):
+                if panel["title"] in counts:
+                    expression = panel["targets"][0]["expr"].replace("$config", selected)
+                    tests.append({"expr": re.sub(r"\$\w+", ".*", expression), "eval_time": "5m",
+                                  "exp_samples": [{"labels": "{}", "value": wanted}] if wanted else []})
+        self.assertEqual(len(tests), 2 * len(counts))
+        document = {"tests": [{"interval": "1m", "input_series": values, "promql_expr_test": tests}]}
+        with tempfile.NamedTemporaryFile("w", suffix=".yml") as file:
+            json.dump(document, file)
+            file.flush()
+            self.assertIn("SUCCESS", run("promtool", "test", "rules", file.name))
+
     def test_panels_have_numbers_of_their_own_and_do_not_overlap(self):
         cells = [(x, y) for panel in self.panels for place in [panel["gridPos"]]
                  for x in range(place["x"], place["x"] + place["w"])
