@@ -113,7 +113,7 @@ class StaticLibraryTest(Consumers):
 
     def check_with(self, *flags):
         program = self.scratch / "program"
-        run(CXX, "-std=c++20", *flags, f"-I{PREFIX}/include/compliance",
+        run(CXX, "-std=c++20", *flags, f"-I{PREFIX}/include",
             CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp", "-o", program,
             library_directory() / "libclientcompliance.a")
         self.check_cpp(program)

@@ -135,8 +135,12 @@ class ScratchRootTest(unittest.TestCase):
 
     def test_serves_a_program_in_C_through_pkg_config(self):
         environment = {**os.environ, "PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig")}
-        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "clientcompliance",
-                                env=environment))
+        command = ("pkg-config", "--cflags", "--libs", "clientcompliance")
+        self.assertEqual(run(*command, env=environment).split(), ["-lclientcompliance"])
+        # As for another system, whose root is this directory.
+        environment |= {"PKG_CONFIG_SYSROOT_DIR": str(self.root), "PKG_CONFIG_ALLOW_SYSTEM_CFLAGS": "1",
+                        "PKG_CONFIG_ALLOW_SYSTEM_LIBS": "1"}
+        flags = shlex.split(run(*command, env=environment))
         program = self.root / "program"
         run(CC, CONSUMERS / "InC.c", "-o", program, *flags)
         output = on_private_machine('"$1"', program,

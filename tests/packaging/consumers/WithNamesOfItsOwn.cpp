@@ -6,7 +6,7 @@
 #include <cstring>
 #include <new>
 
-#include <Compliance.h>
+#include <compliance/Compliance.h>
 
 #include "OwnNames.h"
 
