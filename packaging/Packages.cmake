@@ -34,12 +34,36 @@ set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/zsh /usr/share/zsh/site-functions
   /usr/share/fish /usr/share/fish/vendor_completions.d)
 
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/debian/control)
+file(READ ${PROJECT_SOURCE_DIR}/debian/control control)
+
+# describe_like_debian(<package> <variable>): the long description of a package for Debian.
+function(describe_like_debian package variable)
+  string(FIND "${control}" "\nPackage: ${package}\n" begin)
+  string(SUBSTRING "${control}" ${begin} -1 text)
+  string(FIND "${text}" "\nDescription: " begin)
+  string(SUBSTRING "${text}" ${begin} -1 text)
+  string(REGEX REPLACE "^\nDescription: [^\n]*\n" "\n" text "${text}")
+  string(FIND "${text}\n\n" "\n\n" end)
+  string(SUBSTRING "${text}" 0 ${end} text)
+  string(REPLACE "\n " "\n" text "${text}")
+  string(REPLACE "\n.\n" "\n\n" text "${text}")
+  string(STRIP "${text}" text)
+  set(${variable} "${text}" PARENT_SCOPE)
+endfunction()
+
 # rpm_package(<component> <package> <summary> [<what it requires>])
 function(rpm_package component package summary)
   string(TOUPPER ${component} name)
+  string(REGEX REPLACE "-devel$" "-dev" debian_package ${package})
+  if(component STREQUAL licence)
+    set(description "The conditions under which the other packages may be used.")
+  else()
+    describe_like_debian(${debian_package} description)
+  endif()
   set(CPACK_RPM_${name}_PACKAGE_NAME ${package} PARENT_SCOPE)
   set(CPACK_RPM_${name}_PACKAGE_SUMMARY ${summary} PARENT_SCOPE)
-  set(CPACK_RPM_${name}_PACKAGE_DESCRIPTION "${summary}." PARENT_SCOPE)
+  set(CPACK_RPM_${name}_PACKAGE_DESCRIPTION "${description}" PARENT_SCOPE)
   set(CPACK_RPM_${name}_PACKAGE_REQUIRES "${ARGN}" PARENT_SCOPE)
 endfunction()
 

@@ -32,6 +32,14 @@ class PackagesTest(unittest.TestCase):
                 self.assertTrue(name.startswith("/usr/"), f"{path.name}: {name}")
                 self.assertGreater(name.count("/"), 2, f"{path.name}: {name}")
 
+    def test_have_a_description_that_says_more_than_the_summary(self):
+        for path in PACKAGES.glob("*.rpm"):
+            summary = query(path, "--queryformat", "%{SUMMARY}")
+            description = query(path, "--queryformat", "%{DESCRIPTION}")
+            self.assertGreater(len(description), len(summary) + 10, path.name)
+            self.assertNotIn(summary, description)
+            self.assertNotRegex(description, r"(?m)^(Package|Description|Depends):| \.$")
+
     def test_recommend_the_companions_of_the_tool(self):
         (tool,) = PACKAGES.glob(f"clientcompliance-{VERSION}-*.rpm")
         self.assertEqual(query(tool, "--recommends").split(), ["clientcompliance-companions"])
