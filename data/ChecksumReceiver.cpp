@@ -30,7 +30,7 @@ std::uint32_t const* ChecksumReceiver::MakeTable() {
     if (std::memcmp(sharedTable, Simd::crc32Table.data(), sizeof(sharedTable)) == 0)
         return sharedTable;
     for (std::size_t byte = 0; byte < 256; ++byte) {
-        // cppcheck-suppress duplicateConditionalAssign ; what is right already is not written
+        // cppcheck-suppress duplicateConditionalAssign ; correct words are not written
         if (sharedTable[byte] != Simd::crc32Table[byte])
             sharedTable[byte] = Simd::crc32Table[byte];
     }

@@ -8,8 +8,8 @@
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
-// The caller takes the final complement. Value() is the register, ~Value() the
-// published CRC: 0xFC891918 for the bytes 123456789.
+// Value() returns the CRC register. The published CRC is its complement, ~Value(): 0xFC891918 for
+// the bytes 123456789.
 class ChecksumReceiver : public DataReceiver {
 public:
     ChecksumReceiver();
@@ -24,8 +24,8 @@ public:
     std::uint32_t Value() const { return value; }
 
     // Return the CRC table of 256 words, in static storage. Each call, and so each constructor,
-    // sets all words that do not yet have their value. The others are not written, so other threads
-    // may read them at the same time.
+    // writes the words that are not yet correct and no others. So other threads can read correct
+    // words at the same time.
     static std::uint32_t const* MakeTable();
     static std::uint32_t const* Table();
 

@@ -20,8 +20,8 @@ class ConstData : public ConstArrayOf<unsigned char> {
 public:
     using ConstArrayOf<unsigned char>::ConstArrayOf;
 
-    // The first overload takes a NUL-terminated string, without its NUL. It stops at an embedded
-    // NUL, also of a string literal; the literals operator""_bytes below keep theirs.
+    // The first overload takes a NUL-terminated string, without its NUL. The range ends at the
+    // first NUL, even in a string literal; operator""_bytes below keeps embedded NULs.
     // REQUIRES: `text` is not null.
     ConstData(char const* text) : ConstData(text, std::strlen(text)) {}
     ConstData(char const* first, char const* last) : ConstArrayOf(Bytes(first), Bytes(last)) {}
@@ -54,15 +54,15 @@ public:
 
     // Returns the parts between the matches of `separator`, as views of the same bytes. With
     // `trim`, each part loses its leading and trailing whitespace (see TrimAsciiWhitespace in
-    // Ascii.h). Without `keepEmpty`, empty parts are dropped. The separators are found before
-    // anything is trimmed. Defined in Ascii.cpp.
+    // Ascii.h). Without `keepEmpty`, empty parts are dropped. The separators are found before the
+    // parts are trimmed. Defined in Ascii.cpp.
     //
-    // If `separator` is empty or longer than the range, the whole range is the one
-    // part, even if it is empty.
+    // If `separator` is empty or longer than the range, the result has one part: the whole range,
+    // even if it is empty.
     std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
 
-    // Copies from the start as many bytes as both ranges hold, and returns the rest of the source.
-    // The ranges may overlap. Defined in Buffer.cpp.
+    // Copies from the start as many bytes as both ranges hold, and returns the bytes of the source
+    // that were not copied. The ranges may overlap. Defined in Buffer.cpp.
     ConstData operator>>(Data target) const;
 
 private:
@@ -95,8 +95,8 @@ struct ByteLiteral {
     unsigned char bytes[size] = {};
 };
 
-// Returns the bytes of a literal, embedded NULs included, without the terminating NUL:
-// "a\0b"_bytes has three. A constant expression over static storage.
+// Returns the bytes of a literal, including embedded NULs, without the terminating NUL:
+// "a\0b"_bytes has three bytes. A constant expression; the bytes are in static storage.
 template <ByteLiteral literal>
 constexpr ConstData operator""_bytes() {
     return ConstData(literal.bytes, sizeof(literal.bytes) - 1);

@@ -2,8 +2,8 @@
 //
 // A rope owns neither the array of views nor the bytes. The array is usually on the caller's stack:
 //
-//     ConstData const pieces[] = {"<", name, ">"};
-//     receiver.Receive(ConstDataRopeReference(pieces));
+//     ConstData const parts[] = {"<", name, ">"};
+//     receiver.Receive(ConstDataRopeReference(parts));
 //     receiver.Receive(ConstDataRope{"<", name, ">"}); // the same in one expression
 #pragma once
 

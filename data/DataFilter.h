@@ -10,11 +10,11 @@ class Data;
 // The output is independent of how the stream is split into buffers.
 //
 // Progress: each call of the first operator() consumes at least one byte while there is room. A
-// filter may hold bytes back between calls. At the end of the stream, Flush is called with an empty
-// buffer until Flushed returns true.
+// filter may hold bytes back between calls. At the end of the stream, the caller calls Flush with
+// an empty buffer until Flushed returns true.
 //
-// A derived class that overrides operator() un-hides the other overloads by
-// `using DataFilter::operator();`.
+// A derived class that overrides operator() needs `using DataFilter::operator();`, because the
+// override hides the other overloads.
 class DataFilter {
 public:
     virtual ~DataFilter();

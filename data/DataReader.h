@@ -9,8 +9,8 @@ class Data;
 // The reader ended before a range was full.
 class NoMoreData : public DebuggableException {};
 
-// A source of bytes. A derived class that overrides one operator>> un-hides the other by
-// `using DataReader::operator>>;`.
+// A source of bytes. A derived class that overrides one operator>> needs `using
+// DataReader::operator>>;`, because the override hides the other overload.
 class DataReader {
 public:
     virtual ~DataReader();
@@ -23,7 +23,7 @@ public:
     // fit. Returns the reader.
     virtual DataReader& operator>>(Buffer& target) = 0;
 
-    // Fills the whole range. Throws NoMoreData if the reader finishes before; the bytes read so far
+    // Fills the whole range. Throws NoMoreData if the reader finishes first; the bytes read so far
     // stay in the range. Always succeeds for an empty range. Returns the reader.
     virtual DataReader& operator>>(Data target);
 

@@ -84,7 +84,7 @@ void HeaderMaker::PassText(ConstData& rest) {
     rest.begin = rest.end;
 }
 
-// A full buffer may hold a truncated name, so the field is dropped.
+// If the buffer is full, the name may be truncated, so the field is dropped.
 void HeaderMaker::BeginField() {
     if (fieldName.IsFull()) {
         fieldReceiver = &DataReceiver::Ignore();

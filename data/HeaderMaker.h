@@ -21,7 +21,7 @@ struct AsciiSet;
 // - A line without a colon is dropped, with its continuation lines.
 // - A name has at most 47 bytes. A field with a longer name is dropped.
 //
-// Calls ReceiveHeaderField and ReceiveHeaderFieldEnd of the receiver only. MessageMaker calls the
+// Calls only ReceiveHeaderField and ReceiveHeaderFieldEnd of the receiver. MessageMaker calls the
 // other operations. Values are passed on as views; nothing is allocated.
 //
 // REQUIRES: bound to a receiver before the first Receive.

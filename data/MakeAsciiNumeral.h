@@ -27,7 +27,7 @@ using Holder = ConstDataWithCapacity<maxDigits<Integer> + (std::is_signed_v<Inte
 template <class Integer>
 using Magnitude = std::conditional_t<sizeof(Integer) == 8, std::uint64_t, std::uint32_t>;
 
-// With `padding` 1, and with any padding.
+// Format a value with `padding` 1, and with any other padding.
 template <class Integer>
 Holder<Integer> MakeUnpadded(Magnitude<Integer> magnitude, bool negative);
 template <class Integer>
