@@ -117,7 +117,7 @@ StringPL& StringPL::operator=(StringPL const& source) {
     return *this;
 }
 
-// The shared block already has the only length that it can be given, so it is never written.
+// The length of the shared block is always 0, so the shared block is never written.
 void StringPL::SetStringLength(unsigned int length) {
     if (Length() != length)
         GetHeader().length = length;
@@ -222,12 +222,12 @@ void StringPL::Replace(char const* search, char const* replacement) {
 }
 
 void StringPL::ReplaceNoCase(char const* search, char const* replacement) {
-    // Copies, since the arguments may be parts of the text that is about to go.
+    // Copies, because the arguments may be parts of this string, which each match replaces.
     StringPL const wanted(search);
     StringPL const inserted(replacement);
     if (wanted.IsEmpty())
         return;
-    // The lengths are added without a sign, so that no sum overflows.
+    // Adds the lengths as unsigned numbers, so no sum overflows.
     auto const behind = [](int match, StringPL const& text) {
         return static_cast<int>(static_cast<std::uint32_t>(match) + text.Length());
     };

@@ -45,10 +45,10 @@ public:
     // Copies the length, and the characters up to their first NUL; the rest are NULs.
     StringPL(StringPL const& source) : characters(NewText(source.characters, source.Length())) {}
 
-    // Takes the block with its capacity and leaves the source empty. So a growing vector does not
+    // Takes the block with its capacity and leaves the source empty, so a growing vector does not
     // copy its strings.
     //
-    // Deliberate: there is no move assignment, so that assignment makes the capacity exact.
+    // Deliberate: there is no move assignment, because assignment makes the capacity exact.
     StringPL(StringPL&& source) noexcept : characters(source.characters) {
         source.characters = EmptyText();
     }

@@ -130,7 +130,7 @@ public:
     void StripLeadingAndTrailingWhite();
 
     // Appends the parts of `text` between separators to `items`, at most `maxItems`, and returns
-    // their number. Parts may be empty, also behind a separator at the end. The rest of `text` is
+    // their number. Parts may be empty, even behind a separator at the end. The rest of `text` is
     // dropped. A null or empty `text` has no parts. With `strip`, each part loses its leading and
     // trailing whitespace.
     //
