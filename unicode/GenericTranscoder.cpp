@@ -15,7 +15,8 @@ std::size_t Room(BufferOf<Unit> const& buffer) {
     return static_cast<std::size_t>(buffer.end - buffer.begin) - buffer.count;
 }
 
-// Appends to the buffer what fits of the units, and returns the first unit that was not read.
+// Transcodes as many sequences as the buffer has room for, and appends them. Returns the first code
+// unit that was not read. Throws InvalidTextEncoding for an ill-formed sequence.
 template <class Target, class Source>
 Source const* AppendTranscoded(Source const* begin, Source const* end, BufferOf<Target>& buffer) {
     Simd::UtfProgress const progress = Simd::Transcode(begin, static_cast<std::size_t>(end - begin),
@@ -66,8 +67,8 @@ void GenericTranscoder<Target, Source>::ReceiveEnd() {
     target->ReceiveEnd();
 }
 
-// Completes the sequence whose first `held` units are pending, or holds what there is of it.
-// Returns the first unit of the chunk after it.
+// Completes the sequence whose first `held` code units are pending, or holds its code units if it
+// is still incomplete. Returns the first code unit of the chunk behind the sequence.
 template <class Target, class Source>
 requires TranscodedPair<Target, Source>
 auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<SourceUnit> units,
@@ -77,7 +78,7 @@ auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<
     SourceUnit* const chunk = std::copy_n(pending, held, sequence);
     std::size_t const added = std::min<std::size_t>(4 - held, units.Length());
     SourceUnit const* const end = std::copy_n(units.begin, added, chunk);
-    // With room for one sequence of any length, one is all that is read.
+    // Reads at most one sequence, because `one` has room for one only.
     BufferOf<TargetUnit> one(ArrayOf<TargetUnit>(buffer.begin, Simd::maxUtfUnits<TargetUnit>));
     SourceUnit const* const next = AppendTranscoded<TargetUnit, SourceUnit>(sequence, end, one);
     // GCOVR_EXCL_BR_STOP

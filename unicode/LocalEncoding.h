@@ -41,8 +41,8 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 // InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
 // also behind a NUL.
 //
-// Text that cannot be transcoded to UTF-8 throws InvalidTextEncoding; a lone surrogate
-// in UTF-16 or UTF-32 does. UTF-8 is validated by its transcoding to UTF-32, which accepts encoded
+// Text that cannot be transcoded to UTF-8 throws InvalidTextEncoding, for example a lone surrogate
+// in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts encoded
 // surrogates; those are passed to the locale.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text);

@@ -1,4 +1,4 @@
-// An owner of a pointer with a disposer, for the way of a buffer from the allocator to its string.
+// An owner of a pointer with a disposer. Owns a buffer from its allocation until a string takes it.
 //
 // Allocate returns an Owned, which is filled and then moved into the string. If anything throws in
 // between, the Owned frees the buffer.
