@@ -1,4 +1,4 @@
-// Appends text up to the first byte of a small set; the parser reads tokens by it.
+// Appends text up to the first byte of a small set. The parser uses it to read tokens.
 #pragma once
 
 #include <bit>

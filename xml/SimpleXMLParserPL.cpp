@@ -22,11 +22,11 @@ void AppendWithoutNuls(std::string& target, char const* from, char const* end) {
     }
 }
 
-// The byte that a hexadecimal reference stands for is the low 8 bits of its number, unless the
-// number is greater than 255.
+// Sets `byte` to the low 8 bits of a hexadecimal number. Returns false if the number is greater
+// than 255.
 //
-// Deliberate: strtol reads it, with all that it accepts, and the result is cut to 32 bits first, so
-// that a huge number or a negative one gives a byte too.
+// Deliberate: accepts everything that strtol accepts, and truncates the result to 32 bits before
+// the comparison. So a huge or a negative number can also result in a byte.
 bool DecodeReference(char const* digits, char& byte) {
     int const number = static_cast<int>(std::strtol(digits, nullptr, 16));
     byte = static_cast<char>(number);
@@ -55,8 +55,8 @@ void SimpleXMLParserPL::Parse(std::string const& text) {
     ParseRange(text.data(), text.data() + text.size());
 }
 
-// Each operation below knows the state that it is called in, and passes it: the compiler then lays
-// out its transitions without a branch on the state, which saves 6 % of the instructions.
+// Each operation below passes the state in which it is called, so the compiler generates its
+// transitions without a branch on the state. This saves 6 % of the instructions.
 inline void SimpleXMLParserPL::TransitionFrom(State current, State next) {
     Leave(current, next);
     Enter(next);
@@ -127,8 +127,8 @@ inline void SimpleXMLParserPL::Enter(State next) {
     }
 }
 
-// This operation and the next two, in which a document spends its time, are laid into the loop of
-// ParseRange: for short runs a call costs as much as the work.
+// This operation and the next two take most of the time of a parse. They are inline in the loop of
+// ParseRange, because a call costs as much as the work on a short run.
 inline char const* SimpleXMLParserPL::ReadCharacterData(char const* from, char const* end) {
     char const* const stop = AppendUntil<64>(characterData, from, end, '<', '&');
     if (stop == end)
@@ -173,7 +173,7 @@ inline char const* SimpleXMLParserPL::ReadElementName(char const* from, char con
     return stop + 1;
 }
 
-// Whether the name that goes on with `next` begins as a CDATA section does. Hardly any other does.
+// True if the name, whose next byte is `next`, may begin a CDATA section. Few names do.
 inline bool SimpleXMLParserPL::MayOpenSection(char next) const {
     return (elementName.empty() ? next : elementName.front()) == sectionOpening.front();
 }
@@ -235,8 +235,8 @@ char const* SimpleXMLParserPL::ReadEscape(char const* from, char const* end, Sta
     return stop + 1;
 }
 
-// Where a section begins in a run of name bytes, or null. The bytes of its opening may have come in
-// several runs, with a dropped dash between them.
+// Returns the end of the opening of a CDATA section, or null if the name and the bytes from `from`
+// on do not form one. The opening may arrive in several runs, with a dropped dash between them.
 char const* SimpleXMLParserPL::EndOfSectionOpening(char const* from, char const* end) const {
     std::size_t const known = elementName.size();
     if (known >= sectionOpening.size())
@@ -323,7 +323,7 @@ char const* SimpleXMLParserPL::ReadCData(char const* from, char const* end) {
     return stop + 1;
 }
 
-// Whether the two bytes before `stop` are "]]". Those before `from` are the two that wait.
+// True if the two bytes before `stop` are "]]". Those before `from` are the two bytes held back.
 bool SimpleXMLParserPL::SectionEndsHere(char const* from, char const* stop) const {
     char const previous = stop - from >= 1 ? stop[-1] : previousCharacter;
     char const earlier = stop - from >= 2   ? stop[-2]
@@ -332,8 +332,8 @@ bool SimpleXMLParserPL::SectionEndsHere(char const* from, char const* stop) cons
     return previous == ']' && earlier == ']';
 }
 
-// Moves bytes through the two places in which the last ones wait. A NUL among them is dropped,
-// since it stands for an empty place.
+// Holds back the last two bytes and appends the bytes before them to the text. NUL bytes are
+// dropped, because a NUL marks an empty place among the two.
 void SimpleXMLParserPL::TakeSectionBytes(char const* from, char const* end) {
     if (end - from >= 2) {
         char const waiting[] = {earlierCharacter, previousCharacter};
@@ -365,8 +365,8 @@ void SimpleXMLParserPL::DeliverTag() {
         handler->StartElement(elementName, attributePointers);
 }
 
-// Readies the entry behind the complete ones. One is always ready, and so the last is not
-// delivered.
+// Clears the entry behind the complete attributes, which the next attribute fills. DeliverTag does
+// not report this entry.
 void SimpleXMLParserPL::PrepareAttribute() {
     if (attributeStorage.size() <= attributeCount)
         attributeStorage.resize(attributeCount + std::size_t{1});
@@ -390,7 +390,8 @@ std::string const& SimpleXMLParserPL::DecodeEscapeString() {
         return ampersand;
     if (escapeString == "&quot;")
         return quote;
-    // The first byte is no ampersand where a handler has refused the event of another reference.
+    // Compares from the second byte on. The first byte is not an ampersand if the handler threw at
+    // the previous reference: the string then begins with the byte of that reference.
     bool const isReference = escapeString.compare(1, 2, "#x") == 0;
     char byte;
     if (isReference && DecodeReference(escapeString.c_str() + 3, byte))

@@ -34,7 +34,7 @@
 //   one with no semicolon lasts until the next semicolon, over tags and quotes.
 //
 // Error handling: no input is an error. Exceptions of the handler and std::bad_alloc pass through
-// Parse; the rest of the chunk is lost, and the parser keeps the state that it was about to leave.
+// Parse; the rest of the chunk is lost, and the parser stays in the state that it was leaving.
 class SimpleXMLParserPL : public XMLHandler {
 public:
     // Reports the events to its own virtual functions, which a derived class overrides.
@@ -111,7 +111,8 @@ private:
 
     State currentState = InCharacterData;
 
-    // Transitions set these four, the two pointers and the two counters before they are read.
+    // Transitions set these four characters, and the two pointers and two counters below, before
+    // they are read.
     char currentCharacter;  // the byte that caused the transition
     char previousCharacter; // in a CDATA section: the last byte and the one before it, held back
     char earlierCharacter;  // because they may belong to "]]>"; 0 for none
@@ -123,9 +124,9 @@ private:
 
     std::vector<XMLAttribute const*> attributePointers;
     std::vector<XMLAttribute> attributeStorage; // reused from tag to tag, never shrunk
-    std::string* currentAttributeName;          // both in the entry that is being filled
+    std::string* currentAttributeName;          // both in the current entry
     std::string* currentAttributeValue;
-    unsigned int attributeCount; // the complete ones of the current tag
+    unsigned int attributeCount; // complete attributes of the current tag
 
     int dashCount; // in a name or a comment; at most 2
     XMLHandler* handler;
