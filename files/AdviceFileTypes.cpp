@@ -12,7 +12,7 @@ struct Row {
     TarvikFileType type;
 };
 
-// Searched from the first row on; there before any initialiser asks.
+// In the order of the search. Constant-initialized, so initializers of other files can use it.
 constinit Row const table[] = {
     {cRESERVED_FILE_EXTENSION_SITE_DEFINITION, AdviceFileTypes::Masthead()},
     {cRESERVED_FILE_EXTENSION_ADVICE_POOL, AdviceFileTypes::Pool()},
@@ -29,7 +29,7 @@ constinit Row const table[] = {
     {cRESERVED_FILE_EXTENSION_PROFILE, AdviceFileTypes::Profile()},
 };
 
-// Back to the last dot, or to the first byte, which may be anything.
+// Returns the last dot and the bytes behind it, or the whole name if it has no dot.
 ConstData ExtensionOf(ConstData name) {
     if (name.IsEmpty())
         return name;
@@ -57,7 +57,7 @@ char const* AdviceFileTypes::ExtensionOfType(TarvikFileType type) {
     return cRESERVED_FILENAME_UIAPP;
 }
 
-// The bytes of a name are terminated, so the extension is too.
+// The name is NUL-terminated, so the extension is, too.
 TarvikFileType UnixPlatform::FileName::ExtensionType() const {
     return AdviceFileTypes::TypeOfExtension(
         reinterpret_cast<char const*>(ExtensionOf(Bytes()).begin));

@@ -1,4 +1,4 @@
-// The kinds of file that the library knows, and the extensions that go with them.
+// The file types that the library knows, and their extensions.
 #pragma once
 
 enum TarvikFileType : int {
@@ -33,16 +33,16 @@ constexpr TarvikFileType Profile() { return TarvikFileTypeProfile; }
 constexpr TarvikFileType Preferences() { return TarvikFileTypePreferences; }
 constexpr TarvikFileType Miscellany() { return TarvikFileTypeMiscellany; }
 
-// The kind that goes with an extension, its dot included, by strcasecmp(3); Miscellany if there is
-// none. REQUIRES: `extension` is not null.
+// Returns the type with this extension, including the dot, or Miscellany. Case-insensitive, by
+// strcasecmp(3). REQUIRES: `extension` is not null.
 //
-// Three kinds have the empty extension, and the first of them, Site, is the one found.
+// Three types have the empty extension. The function returns the first of them, Site.
 TarvikFileType TypeOfExtension(char const* extension);
 
-// The first extension of the kind, with its dot. Static storage.
+// Returns the first extension of the type, including the dot, in static storage.
 //
-// Miscellany and numbers that are no kind give "XVeskaClientUI", so that a loop over
-// the files of that kind looks for names that end in it.
+// Returns "XVeskaClientUI" for Miscellany and for numbers that are not a type. So a loop over the
+// files of such a type delivers the names that end in it.
 char const* ExtensionOfType(TarvikFileType type);
 
 } // namespace AdviceFileTypes

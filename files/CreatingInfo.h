@@ -1,17 +1,17 @@
-// How a file or a directory is to be created.
+// Permissions for new files and directories.
 #pragma once
 
 #include <cstdint>
 
-// The permission bits for mkdir(2), which takes the umask of the process away from them.
+// The permission bits for mkdir(2), from which the system removes the umask of the process.
 struct DirectoryCreatingInfo {
     std::uint32_t permissions = 0777;
 };
 
-// The permission bits of a file, set as they are, whatever the umask.
+// The permission bits of a file, set exactly, without the umask.
 //
-// `systemDefault` is not set at all. The file keeps what the system gave it, which is
-// these bits less the umask.
+// With `systemDefault`, no permissions are set: the file keeps those that the system gave it, 0666
+// without the umask.
 struct FileCreatingInfo {
     static constexpr std::uint32_t systemDefault = 0666;
 

@@ -7,20 +7,20 @@
 
 class FileWritingPath;
 
-// Writes the stream into an open file, chunk by chunk as it comes; each Start begins again at the
-// bound position. The path stays open at the end, and a file that was longer keeps its tail.
+// Writes the stream to an open file, chunk by chunk without buffering. Each Start begins again at
+// the bound position. The path stays open at the end. If the file was longer, its tail is kept.
 //
-// Error handling: as for FileWriter; the flush as FileWritingPath::Flush.
+// Error handling: like FileWriter; the flush like FileWritingPath::Flush.
 class FileDataSink : private DataReceiver {
 public:
-    // Whether ReceiveEnd waits until the data is on the disk. Every value but the first means no.
+    // Whether ReceiveEnd waits until the data is on disk. Every value except the first means no.
     enum FlushMode : int { FlushOnEnd, NoFlushOnEnd };
 
     FileDataSink() = default;
     explicit FileDataSink(FlushMode flushMode);
 
-    // The only way to the stage: binds it to the path, which must be open from Start to ReceiveEnd
-    // and outlive them, and to the offset of the stream's first byte.
+    // Binds the stage to the path and to the offset of the stream's first byte. Returns its
+    // receiver. REQUIRES: the path is open from Start to ReceiveEnd and outlives both.
     DataReceiver& operator()(FileWritingPath const& newPath, unsigned long long position);
 
 private:

@@ -6,7 +6,7 @@
 #include "data/MakeAsciiNumeral.h"
 #include "files/FileLocation.h"
 
-// What stands behind an error, so that the object that is thrown stays small.
+// The contents of an error, on the heap to keep the exception object small.
 struct FileIOErrorDetails {
     FileIOErrorDetails(int theCode, ConstData first, ConstData second)
         : code(theCode), firstName(MakeString(first)), secondName(MakeString(second)) {}
@@ -49,7 +49,7 @@ FileIOError::FileIOError(FileLocation const& first, FileLocation const& second, 
 FileIOError::FileIOError(FileIOError const& other)
     : FileIOError(other.details->firstName, other.details->secondName, other.details->code) {}
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): value by value, so itself is no danger
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): memberwise, so it is safe
 FileIOError& FileIOError::operator=(FileIOError const& other) {
     details->code = other.details->code;
     details->firstName = other.details->firstName;
@@ -88,7 +88,7 @@ char const* FileIOError::what() const noexcept {
 std::string MakeErrorString(unsigned int errorNumber) {
     std::string const numeral = MakeString(MakeAsciiDecimalNumeral(errorNumber, 1));
     char buffer[256];
-    // The GNU form, which yields the text and seldom uses the buffer.
+    // The GNU variant returns the text, and usually does not use the buffer.
     char const* const words = strerror_r(static_cast<int>(errorNumber), buffer, sizeof(buffer));
     if (words == nullptr)
         return "Unknown error: " + numeral;

@@ -1,7 +1,7 @@
-// Every failure that concerns a file on disk.
+// Exceptions for failed operations on files.
 //
-// All classes derive from FileIOError directly and add nothing but their type. An operation's own
-// refusal has the code 0; where a system call failed, the code is its error number.
+// All classes derive directly from FileIOError and add no members. The code is the error number of
+// the system call that failed, or 0 if the operation itself refused.
 #pragma once
 
 #include <string>
@@ -12,20 +12,22 @@
 class FileLocation;
 struct FileIOErrorDetails;
 
-// An error number and the names of up to two files. One pointer besides the virtual table.
+// An error number and the names of up to two files. Its size is one pointer besides the virtual
+// table.
 //
-// Error handling: the constructors allocate and pass std::bad_alloc on.
+// Error handling: the constructors allocate and may throw std::bad_alloc.
 class FileIOError : public DebuggableException {
 public:
-    // Code 0 stands for: no system error. Names can be empty; a location gives its path.
+    // Code 0 means that no system call failed. Names may be empty; a location is stored as its
+    // path.
     explicit FileIOError(int code);
     FileIOError(ConstData name, int code);
     FileIOError(ConstData first, ConstData second, int code);
     FileIOError(FileLocation const& where, int code);
     FileIOError(FileLocation const& first, FileLocation const& second, int code);
 
-    // The code and the names, not the cached message: a copy makes its own, and what an assignment
-    // changes shows in the next what() only.
+    // Copies the code and the names, but not the cached message. After an assignment, the next
+    // what() returns the new message.
     FileIOError(FileIOError const& other);
     FileIOError& operator=(FileIOError const& other);
 
@@ -33,21 +35,21 @@ public:
 
     int GetCode() const;
 
-    // The type as what() of other exceptions spells it, the names that are not empty, and the
-    // system's words for a code that is not 0:
+    // Returns the type (as what() of other exceptions returns it), the names that are not empty,
+    // and the system's message if the code is not 0:
     //
     //     File error "17FileNotFoundError" on "/x" and "/y": Error: 2: No such file or directory
     std::string MakeErrorMessage() const;
 
-    // The message, made anew and kept until the next what() of this object or its end; the bare
-    // type name if the memory for it is missing.
+    // Returns the message, valid until the next what() of this object or its destruction. Each call
+    // makes it again. Returns only the type name if memory runs out.
     char const* what() const noexcept override;
 
 private:
     FileIOErrorDetails* details;
 };
 
-// Something that must be there is not, or something is there that must not be.
+// A file that must exist does not, or one that must not exist does.
 class FileNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -57,12 +59,12 @@ class FileFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// The destination of a copy, or of an exclusive creation.
+// The destination of a copy or of an exclusive creation already exists.
 class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// By an operation on directories, or on the way to a file.
+// A directory does not exist, or a part of a path is not a directory.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -72,7 +74,7 @@ public:
     using FileIOError::FileIOError;
 };
 
-// A creation was refused for its arguments.
+// An argument of a creation is invalid.
 class DirectoryCreateFailed : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -82,12 +84,12 @@ public:
     using FileIOError::FileIOError;
 };
 
-// A location cannot be used as it is wanted. The empty one never has a name.
+// The location is unsuitable for the operation. EmptyFileLocationError has no name.
 class EmptyFileLocationError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// No "/", hence no parent.
+// A path without "/" has no parent.
 class InvalidFileLocation : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -97,7 +99,7 @@ public:
     using FileIOError::FileIOError;
 };
 
-// The information about an item could not be had when it was needed.
+// An item vanished before it was examined.
 class InvalidStats : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -107,62 +109,65 @@ class FileItemError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A rename failed. Nobody throws it; MoveFile tells why.
+// A rename failed. Never thrown; MoveFile states the reason.
 class FileMoveError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// Code 0 for a file, 1 for a directory, whatever the system said.
+// The code is 0 for a file and 1 for a directory, never an error number.
 class CreateUniqueFileLocationFailed : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
 
-// What the system refused, by its error number.
+// Permission denied (EPERM, EACCES).
 class FilePermissionError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// Out of memory or of descriptors.
+// Out of memory or of file descriptors (ENOMEM, ENFILE, EMFILE).
 class FileResourceError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// Somebody holds it for the moment.
+// The file is temporarily unavailable (EAGAIN).
 class FileLockError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// To those only that write.
+// The disk is full (ENOSPC). Thrown by writing operations only.
 class FileDiskFullError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A stream's position is none that the file can have.
+// The position is not valid for the file (EINVAL). Thrown by readers and writers only.
 class FileSeekError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
 
-// A read stopped short.
+// A read returned fewer bytes than requested.
 class EndOfFileError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// The length of a path was asked for that has nothing open.
+// The length was requested of a path that is not open.
 class FileNotOpenError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
 
-// The code of an EndOfFileError. Deliberate: no system failure, yet one of the system's numbers, so
-// that the message ends in the words that the system has for that number.
+// The code of an EndOfFileError.
+//
+// Deliberate: no system call has failed, but the code is an error number, so the message ends with
+// the system's text for that number.
 inline constexpr int EndOfFileCode = 90;
 
-// "Error: <number>: <the system's words>", or "Unknown error: <number>" if the system has none.
+// Returns "Error: <number>: <system message>", or "Unknown error: <number>" if the system has no
+// message.
 std::string MakeErrorString(unsigned int errorNumber);
 
-// Throws the class that the error number of a free-standing operation means, with `where` and the
-// number. Does nothing for 0, so that it can be called with whatever errno was saved.
-// The table of all mappers stands in files/unix/FileErrorMappers.h.
+// Throws the class for the error number of a function that is not a member of a reader, writer or
+// path, with `where` and the number. Does nothing for 0, so callers can pass a saved errno
+// unchecked. files/unix/FileErrorMappers.h has the table of all mappings.
 void ThrowFileError(FileLocation const& where, int errorNumber);

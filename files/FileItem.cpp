@@ -8,7 +8,7 @@ FileItem::FileItem(FileLocation const& where) { HandleGetError(Fill(where), fals
 
 FileItem::FileItem(UnixPlatform::FileItem const& item) : UnixPlatform::FileItem(item) {}
 
-// The receiver leaves the final complement of the checksum to its user.
+// The receiver does not apply the final complement of the checksum.
 std::uint32_t FileItem::Checksum() const {
     ChecksumReceiver receiver;
     ReadFile(Location(), receiver, 0);

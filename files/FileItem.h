@@ -1,4 +1,4 @@
-// What stands at a location, together with the location itself: the portable form.
+// A location and the state of the file there: the portable class.
 #pragma once
 
 #include <cstdint>
@@ -9,22 +9,22 @@
 class FileLocation;
 class FileRetryLog;
 
-// As the platform's item, whose contract holds, and convertible from it by copying.
+// The contract is that of the base class. Items of the two classes are converted by copying.
 class FileItem : public UnixPlatform::FileItem {
 public:
-    // Nothing there.
+    // An item with no location, in the state StatsNothingThere.
     FileItem() = default;
 
-    // Throws what ThrowFileError does if nothing stands there or a link is broken, normally
+    // Throws like ThrowFileError if nothing exists at `where` or the link is dangling, normally
     // FileNotFoundError.
     explicit FileItem(FileLocation const& where);
     FileItem(UnixPlatform::FileItem const& item);
 
-    // The CRC-32/BZIP2 of the file's bytes (polynomial 0x04C11DB7, most significant bit first).
-    // Reads the whole file; throws what ReadFile throws.
+    // Returns the CRC-32/BZIP2 of the file's bytes (polynomial 0x04C11DB7, most significant bit
+    // first). Reads the whole file; throws like ReadFile.
     std::uint32_t Checksum() const;
 
-    // SetModificationTime under the retries of FileRetry.h, where it is defined. Here no exception
-    // ends the retries early.
+    // Calls SetModificationTime with the retries of FileRetry.h, which defines this function. Every
+    // exception leads to a retry, even EmptyFileLocationError.
     void SetModificationTimeWithRetry(Instant time, FileRetryLog const& log);
 };

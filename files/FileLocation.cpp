@@ -14,7 +14,7 @@ static_assert(sizeof(FileLocation) == sizeof(UnixPlatform::FileLocation),
 
 bool EqualPaths(ConstData left, ConstData right) { return Ascii::EqualIgnoringCase(left, right); }
 
-// The value of decimal digits, without a check.
+// Returns the value of decimal digits without checking them.
 unsigned int ParseDigitsUnchecked(ConstData digits) {
     unsigned int value = 0;
     for (unsigned char const* digit = digits.begin; digit != digits.end; ++digit)

@@ -34,7 +34,7 @@ void FileLoop::Start(FileLocation const& where, TarvikFileType type) {
 FileItem const& FileLoop::operator*() const {
     if (!HasItem())
         throw InvalidIteratorPosition();
-    // Not `slot = Item()`, which would make a FileItem of the item and copy that again.
+    // Not `slot = Item()`, which would convert the item to a temporary FileItem and copy that.
     static_cast<UnixPlatform::FileItem&>(slot) = Item();
     return slot;
 }

@@ -1,4 +1,4 @@
-// The entries of a directory, one after the other: the portable form.
+// Iterates over the entries of a directory: the portable class.
 #pragma once
 
 #include "files/FileItem.h"
@@ -7,28 +7,28 @@
 class FileLocation;
 enum TarvikFileType : int;
 
-// The platform's loop, whose contract holds. The constructors and operations below are never
-// tolerant: such a loop stops at a dangling link with the error of stat(2), normally
-// FileNotFoundError. The inherited `init` can still begin a tolerant loop.
+// The contract is that of the base class. The constructors and operations below start loops that
+// are not tolerant: such a loop stops at a dangling link with the error of stat(2), normally
+// FileNotFoundError. The inherited `init` can start a tolerant loop.
 //
 //     for (FileLoop loop(directory, "*.txt", false); loop.HasItem(); ++loop)
 //         Use(*loop);
 class FileLoop : public UnixPlatform::FileLoop {
 public:
-    // Empty.
+    // An empty loop.
     FileLoop() = default;
 
-    // A null wildcard matches everything. The bool is ignored.
+    // A null wildcard matches every name. The bool is ignored.
     FileLoop(FileLocation const& where, char const* wildcard, bool);
     void Start(FileLocation const& where, char const* wildcard, bool);
     void WildcardStart(FileLocation const& where, char const* wildcard);
 
-    // The names that end in the extension of the kind.
+    // Delivers the names that end in the extension of the type.
     FileLoop(FileLocation const& where, TarvikFileType type);
     void Start(FileLocation const& where, TarvikFileType type);
 
-    // The present entry, in a slot that the next use of these fills anew; `++` leaves it alone.
-    // Throw InvalidIteratorPosition if there is none.
+    // Return the current entry, in a buffer that the next call of these functions overwrites; `++`
+    // does not change it. Throw InvalidIteratorPosition if there is no current entry.
     FileItem const& operator*() const;
     FileItem const* operator->() const;
 

@@ -1,10 +1,11 @@
-// The portable name of a path component. All that it can do stands in files/unix/FileName.h.
+// One component of a path: the portable class. files/unix/FileName.h declares its operations.
 #pragma once
 
 #include "data/DebuggableException.h"
 #include "files/unix/FileName.h"
 
-// Same layout and operations as the platform's name, and convertible from and to it by copying.
+// Has the same layout and operations as its base class; both are converted into each other by
+// copying.
 class FileName : public UnixPlatform::FileName {
 public:
     FileName() = default;
@@ -13,19 +14,19 @@ public:
     using UnixPlatform::FileName::FileName;
 };
 
-// What the operations on names throw. Nothing of it is a FileIOError: no file is concerned.
+// The exceptions of operations on names. None is a FileIOError, because no file is involved.
 //
-// Deliberate: the classes stand beside each other. Who catches IllegalFileName does not catch the
-// other two kinds of illegal name.
+// Deliberate: the three classes of illegal names are not derived from each other, so a handler for
+// IllegalFileName does not catch the other two.
 
-// A "/" in the name; also a cut that leaves nothing, a combination that grows too long, and a name
-// without the digits that were asked for.
+// A "/" in the name; an operation whose result would be empty; a concatenation that is too long; or
+// a name without the required digits.
 class IllegalFileName : public DebuggableException {};
 
-// Empty, or longer than 255 bytes.
+// The name is empty or longer than 255 bytes.
 class IllegalFileNameLength : public DebuggableException {};
 
-// "." or "..".
+// The name is "." or "..".
 class IllegalFileNameReserved : public DebuggableException {};
 
 class ExtensionDoesNotMatch : public DebuggableException {};

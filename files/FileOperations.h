@@ -1,16 +1,16 @@
-// Whole-file operations: create, delete, copy, move, and the forms that first clear the way.
+// Whole-file operations: create, delete, copy and move, and variants that first remove the target.
 //
-// Each asks what stands at a location and then acts; between the two another process can change it.
-// A symbolic link counts as what it points at, and a "broken link" is one whose target can't be
-// reached. There is no clean-up after a failure: what is done stays done.
+// Each operation examines a location and then acts; another process can change the location in
+// between. A symbolic link counts as its target; a dangling link is one whose target cannot be
+// reached. Nothing is undone after a failure.
 //
-// Error handling: all throw EmptyFileLocationError for an empty location, but where told. A refusal
-// of the operation's own has the code 0 and names the location; what the system refuses goes to
-// ThrowFileError (FileErrors.h). Moves throw InvalidStats, without a name, if an entry vanishes
-// between two looks.
+// Error handling: all throw EmptyFileLocationError for an empty location, unless stated otherwise.
+// If an operation refuses by itself, the exception has the code 0 and names the location. Failed
+// system calls throw by ThrowFileError (FileErrors.h). Moves throw InvalidStats, without a name, if
+// an entry vanishes between two examinations.
 //
-// Operations on trees stand in FileTrees.h, forms with retries in FileRetry.h, and the platform's
-// own forms in files/unix/FileOperations.h.
+// FileTrees.h declares operations on trees, FileRetry.h variants with retries, and
+// files/unix/FileOperations.h the platform's variants.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -18,68 +18,71 @@
 class FileLocation;
 
 // Creates an empty file, and sets its permissions unless they are the system's default. Throws
-// FileFoundError if anything stands there. If the permissions are refused, the file stays.
+// FileFoundError if anything exists there. If setting the permissions fails, the file stays.
 void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 
-// Creates a directory, with the permissions less the umask. Throws DirectoryFoundError if anything
-// stands there. The second form: 0777.
+// Create a directory with the permissions of `info`, or 0777, without the umask. Throw
+// DirectoryFoundError if anything exists there.
 void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
 void CreateDirectoryForUserAppAccess(FileLocation const& location);
 
-// Creates the directory if nothing stands there; a directory is left as it is. Throws
-// FileFoundError for anything else, a broken link too. Creates no parents.
+// Creates the directory if nothing exists there; does nothing if there is a directory. Throws
+// FileFoundError for anything else, including a dangling link. Does not create parents.
 void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info);
 
-// Removes the entry by unlink(2), whatever it is; a directory is left to the system's refusal.
+// Removes the directory entry by unlink(2), whatever its type; the system refuses a directory.
 void DeleteFile(FileLocation const& location);
 
-// Removes an empty directory. Throws DirectoryNotFoundError for anything that is no directory; one
-// that is not empty, and a link to one, is refused by the system.
+// Removes an empty directory. Throws DirectoryNotFoundError for anything that is not a directory.
+// The system refuses a directory that is not empty, and a symbolic link to one.
 void DeleteDirectory(FileLocation const& location);
 
-// Removes a regular file or an empty directory. A broken link, a device, a socket and a
-// pipe stay, without an error; so does nothing at all.
+// Removes a regular file or an empty directory. Does nothing, without an error, for a dangling
+// link, a device, a socket, a FIFO, and if nothing exists there.
 void ForceNonexistence(FileLocation const& location);
 
-// Copies a regular file. Throws FileNotFoundError if `from` is none, and CopyFile throws
-// FileExistsError if anything stands at `to`, where ForceCopyFile first calls ForceNonexistence.
-// The copy gets the permissions of a new file and the time of its writing, and is not flushed to
-// disk. A failed copy leaves what was written.
+// Copy a regular file. Throw FileNotFoundError if `from` is not one. CopyFile throws
+// FileExistsError if anything exists at `to`; ForceCopyFile first calls ForceNonexistence for it.
+// The copy has the permissions and the modification time of a new file, and is not flushed to disk.
+// A failed copy leaves the bytes written so far.
 //
-// A file that gives fewer bytes than the length it claims, as most of /sys do, and one whose length
-// nobody knows (FileReadingPath::Length), are copied to their end, where the copy throws
-// FileReadingLoopEndOfFileError all the same.
+// For two kinds of file the copy is complete, but the functions throw
+// FileReadingLoopEndOfFileError: files that return fewer bytes than their length (most files of
+// /sys), and files of unknown length (FileReadingPath::Length).
 //
-// Where ForceNonexistence leaves something, ForceCopyFile ends in FileExistsError, with
-// the system's code. And it does not see that `from` and `to` are one file, which is then lost.
+// If ForceNonexistence leaves something at `to`, ForceCopyFile throws FileExistsError, with the
+// system's code. ForceCopyFile does not detect that `from` and `to` are the same file, which is
+// then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
-// Renames. A normal return does not prove that the file has moved: see "Deliberate" below.
+// Renames `from` to `to`. A normal return does not prove that the file has moved: see "Deliberate".
 //
-// Throws FileNotFoundError if nothing is at `from` (in the platform's form also for an empty one)
-// and FileFoundError if anything is at `to`. To another file system, a regular file is copied and
-// then deleted, a directory is copied as a tree and then deleted, and anything else stays where it
-// is without an error. A link counts as its target there: a link to a regular file is replaced by
-// a copy of that file; of a link to a directory, the content of the target moves, and then the
-// removal of the link throws.
+// Throws FileNotFoundError if nothing exists at `from` and FileFoundError if anything exists at
+// `to`. The move to another file system depends on `from`:
+// - A regular file is copied and then deleted.
+// - A directory is copied as a tree and then deleted.
+// - A link to a regular file is replaced by a copy of that file.
+// - A link to a directory: the contents of the target move, and then removing the link throws.
+// - Anything else stays where it is, without an error.
 //
-// Deliberate: any other refusal of rename(2) returns normally, and nothing has moved. A caller that
-// has to know examines both locations.
+// Deliberate: if rename(2) fails for another reason, the function returns normally and nothing has
+// moved. A caller that must know examines both locations.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
-// Moves over what stands at `to`, if both are regular files or neither is; a directory at `to` must
-// be empty, and what ForceNonexistence leaves there ends in FileFoundError. Throws
-// FileNotFoundError if nothing stands at `from`, and DirectoryFoundError if they differ in kind.
+// Replaces `to` by `from`, if both are regular files or neither is. A directory at `to` must be
+// empty. If ForceNonexistence leaves something at `to`, throws FileFoundError. Throws
+// FileNotFoundError if nothing exists at `from`, and DirectoryFoundError if only one of the two is
+// a regular file.
 //
-// That error names `from` if it is a directory, and otherwise `to`, whatever that is.
-// And nobody sees that `from` and `to` are one file, which is then lost.
+// DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
+// function does not detect that `from` and `to` are the same file, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
-// Takes the three write permissions away, or gives them. Follows a link.
+// Clears the three write permissions, or sets them. Follows a symbolic link.
 //
-// Giving them also takes away all that the umask forbids, even what was there before.
-// The umask is read by changing it for a moment, for the whole process.
+// Setting them also clears all permissions in the umask, even those that the file had before. The
+// umask is read by changing it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 // Returns the bytes that are free on the file system, including those reserved for the superuser.

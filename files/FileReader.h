@@ -7,42 +7,43 @@
 class FileReadingPath;
 class FileWritingPath;
 
-// A position of its own on a path that it does not own. Every transfer seeks to that position
-// first, so streams on one path do not disturb each other as long as they work in turn.
+// A position in a file. Several streams can use the same path in turn, because each transfer first
+// seeks to the stream's own position. The path is not owned.
 //
-// Error handling: FileIOError by the table's column for readers (a refused position is a
-// FileSeekError), naming the path's location. After an exception the position stands behind the
-// last complete transfer. An interrupted read (EINTR) is not taken up again.
+// Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h,
+// with the path's location as its name. After an exception, the position is behind the last
+// complete transfer. An interrupted read (EINTR) is not retried.
 class FileReader : public DataReader {
 public:
-    // REQUIRES: Start before any other use.
+    // REQUIRES: Start is called before any other operation.
     FileReader() = default;
 
-    // As Start. A writing path is open for reading too.
+    // Call Start. A path opened for writing can also be read.
     FileReader(FileReadingPath const& path, unsigned long long position);
     FileReader(FileWritingPath const& path, unsigned long long position);
 
-    // Reading will begin `position` bytes into the file, which need not be inside it. Throws
-    // FileNotOpenError if nothing is open on the path, which must outlive the reading.
+    // Sets the path and the position, which may be beyond the end of the file. Throws
+    // FileNotOpenError if the path is not open. REQUIRES: the path outlives the reading.
     void Start(FileReadingPath const& path, unsigned long long position);
 
-    // The file's length is asked anew each time, so that a file that grows is followed. Where the
-    // system tells no length (files of /proc), a byte is read and set aside to find out, and the
-    // end, once found, is final until Start.
+    // True if the position is not less than the length of the file, which each call gets again,
+    // because the file may grow. If the length is unknown (files of /proc), the function reads one
+    // byte to find the end; once found, the end is final until Start.
     //
-    // Deliberate: a length that is known is believed. A file that gives less than it claims (most
-    // of /sys) is never finished; who reads it to its end looks for a read that brings nothing.
+    // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
+    // files of /sys) is never finished; its caller must also stop when a read returns no bytes.
     bool Finished() const override;
 
-    // One read(2) for the room in `target`: what comes can be less, and is nothing at the end.
+    // Calls read(2) once for the free space of `target`. It may return fewer bytes; at the end,
+    // none.
     DataReader& operator>>(Buffer& target) override;
 
-    // One read(2) too, so that a short read counts as the end of the file. Unlike other
-    // readers it says so by EndOfFileError, with the bytes that came in `target` and counted in the
-    // position.
+    // Calls read(2) once, so a short read counts as the end of the file. In this case throws
+    // EndOfFileError instead of NoMoreData; the bytes read are in `target`, and the position
+    // includes them.
     DataReader& operator>>(Data target) override;
 
-    // The offset of the next byte. Setting it does not undo that an end was found.
+    // The offset of the next byte. Setting it does not reset an end that was found.
     unsigned long long Position() const { return reader.Position(); }
     void SetPosition(unsigned long long position) { reader.SetPosition(position); }
 

@@ -54,7 +54,7 @@ void FileReadingLoop::Read() {
         throw FileReadingLoopEndOfFileError();
     Buffer target(Data(buffer.begin, std::min<unsigned long long>(buffer.Length(), remaining)));
     reader >> target;
-    // The length can promise more than there is.
+    // The file may have fewer bytes than its length.
     if (target.Written().IsEmpty())
         throw FileReadingLoopEndOfFileError();
     chunk = target.Written();

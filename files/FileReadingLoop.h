@@ -1,4 +1,4 @@
-// A file, or a part of it, as a sequence of chunks in the caller's buffer.
+// Reads a file, or a range of it, as a sequence of chunks in the caller's buffer.
 //
 //     unsigned char bytes[4096];
 //     for (FileReadingLoop loop(Data(bytes), path, 0); loop.Remaining() != 0; ++loop)
@@ -13,45 +13,46 @@
 
 class FileReadingPath;
 
-// The file ended before the range did.
+// The file ended before the end of the range.
 class FileReadingLoopEndOfFileError : public DebuggableException {};
 
-// Delivers exactly the bytes from `start` up to, but without, `stop`, or throws: if the range goes
-// beyond the file, or the file shrinks, FileReadingLoopEndOfFileError follows on the bytes that are
-// there. So it does where a read brings nothing though the length promises more: most files of /sys
-// claim 4,096 bytes and give fewer. A chunk is therefore never empty. Nothing is allocated.
+// Delivers exactly the bytes from `start` to `stop` (exclusive), or throws
+// FileReadingLoopEndOfFileError behind the last byte of the file. It throws if the range extends
+// beyond the file, if the file shrinks, and if a read returns no bytes before the length is
+// reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk is never
+// empty. Nothing is allocated.
 //
-// Deliberate: a file of unknown length has the all-ones value for its length, so that the forms
-// without `stop` deliver all of it and then throw. The same happens where `start` is above `stop`,
-// since the difference wraps around.
+// Deliberate: an unknown length is the all-ones value, so the overloads without `stop` deliver the
+// whole file and then throw. The same happens if `start` is greater than `stop`, because the
+// difference wraps around.
 //
-// Error handling: besides, what FileReader throws.
+// Error handling: also throws like FileReader.
 class FileReadingLoop {
 public:
-    // REQUIRES: the buffer is not empty; Start before any other use.
+    // REQUIRES: the buffer is not empty, and Start is called before any other operation.
     explicit FileReadingLoop(Data bufferForChunks);
 
-    // As the first, and the Start of the same arguments.
+    // Call the Start with the same arguments. REQUIRES: the buffer is not empty.
     FileReadingLoop(Data bufferForChunks, FileReadingPath const& path, unsigned long long start);
     FileReadingLoop(Data bufferForChunks, FileReadingPath const& path, unsigned long long start,
                     unsigned long long stop);
     FileReadingLoop(Data bufferForChunks, FileReadingPath const& path,
                     Range<unsigned long long> range);
 
-    // Reads the first chunk, if there is anything to read. Without `stop`: up to the length that
-    // the file has now. The path must outlive the loop.
+    // Read the first chunk, unless the range is empty. Without `stop`, the range ends at the
+    // current length of the file. REQUIRES: the path outlives the loop.
     void Start(FileReadingPath const& path, unsigned long long start);
     void Start(FileReadingPath const& path, unsigned long long start, unsigned long long stop);
     void Start(FileReadingPath const& path, Range<unsigned long long> range);
 
-    // Reads the next chunk, if anything remains. REQUIRES: Remaining() is not 0.
+    // Reads the next chunk, unless all bytes are delivered. REQUIRES: Remaining() is not 0.
     FileReadingLoop& operator++();
 
-    // The bytes that the last read brought, inside the buffer; one read(2) each, so a chunk can be
-    // shorter than the buffer. Empty before the first read.
+    // Returns the bytes of the last read(2), inside the buffer. A chunk may be shorter than the
+    // buffer. Empty before the first read.
     ConstData Chunk() const { return chunk; }
 
-    // How many bytes are still to be delivered, with those of the present chunk.
+    // Returns the number of bytes to be delivered, including the current chunk.
     unsigned long long Remaining() const { return remaining; }
 
 private:

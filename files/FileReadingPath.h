@@ -1,23 +1,24 @@
 // A file opened for reading.
 //
-// A path owns one descriptor, and can open, measure and close. The bytes are the business of the
-// streams, FileReader and FileReadingLoop, which point to a path. One thread; streams on the same
-// path share the descriptor's position and are safe in turn, since each seeks before it transfers.
+// A path owns a file descriptor and opens, measures and closes it. Streams (FileReader,
+// FileReadingLoop) point to a path and read its bytes. Not thread-safe. Several streams can use a
+// path in turn, because each seeks before a transfer.
 #pragma once
 
 #include "files/FileLocation.h"
 #include "files/unix/FileReadingPath.h"
 
-// Error handling: a failure of the system becomes the class of FileIOError that its number means to
-// this object, with the number as code. An interrupted call (EINTR) is a failure like any other.
+// Error handling: a failed system call throws the class of FileIOError in the column "reading path"
+// of files/unix/FileErrorMappers.h, with the error number as its code. An interrupted call (EINTR)
+// is a failure and is not retried.
 class FileReadingPath : public UnixPlatform::FileReadingPath {
 public:
-    // Nothing open.
+    // Not open.
     FileReadingPath() = default;
-    // As OpenExisting.
+    // Calls OpenExisting.
     explicit FileReadingPath(FileLocation const& where);
 
-    // The contract is that of the base class. The form on locations of the platform stays visible.
+    // The contract is that of the base class, whose overload stays visible.
     void OpenExisting(FileLocation const& where);
     using UnixPlatform::FileReadingPath::OpenExisting;
 };

@@ -10,9 +10,9 @@
 namespace {
 
 constexpr unsigned int maxAttempts = 8;
-constexpr unsigned int firstPause = 16; // milliseconds; each further one is twice as long
+constexpr unsigned int firstPause = 16; // milliseconds; each further pause is twice as long
 
-// What the log records about an operation.
+// The arguments for the log.
 struct Call {
     char const* name;
     FileLocation const* first;
@@ -26,7 +26,7 @@ void Retry(Operation const& operation, Call const& call, FileRetryLog const& log
     for (unsigned int attempt = 1;; ++attempt, pause *= 2) {
         try {
             operation();
-            // GCOVR_EXCL_BR_START: not every instance of the template comes to the call
+            // GCOVR_EXCL_BR_START: not every instance of the template reaches the call
             if (attempt > 1)
                 log.LogRetrySuccess(call.name, call.first, call.second, attempt);
             // GCOVR_EXCL_BR_STOP

@@ -18,11 +18,11 @@ namespace {
 
 using UnixPlatform::UnixFileInfo;
 
-// The lengths of `path` and its parents, from the path itself up to and without the first one at
-// which something stands. Throws FileFoundError if that is no directory.
+// Returns the lengths of `path` and its parents that do not exist, longest first, up to the first
+// one that exists. Throws FileFoundError if that is not a directory.
 //
-// The path is cut in place on the way up: a path of many components, of which the system would
-// examine none, must cost no copy for each of them.
+// Truncates one string in place, because a path of many components would otherwise be copied for
+// each of them.
 std::vector<std::size_t> MissingLevels(FileLocation const& location) {
     std::vector<std::size_t> missing;
     std::string path = MakeString(location.Bytes());
@@ -41,7 +41,7 @@ std::vector<std::size_t> MissingLevels(FileLocation const& location) {
     }
 }
 
-// One directory whose copying is under way.
+// A directory that is being copied.
 struct CopyLevel {
     CopyLevel(FileLocation const& from, FileLocation const& to)
         : target(to), loop(from, nullptr, false) {}
@@ -68,13 +68,14 @@ void EnterDirectory(CopyLevels& levels, FileLocation const& from, FileLocation c
     levels.emplace_back(from, to);
 }
 
-// Copies the present entry of the innermost level, or enters it. Whether it was entered.
+// Copies the current entry of the innermost level, or enters it if it is a directory. Returns true
+// if it was entered.
 bool CopyEntry(CopyLevels& levels) {
     CopyLevel& level = levels.back();
     FileItem const& entry = *level.loop;
     FileLocation const from(entry.Location());
     FileLocation const to(level.target, FileName(from.Name()));
-    // GCOVR_EXCL_START: the loop throws at an entry that has gone, so that none comes to here
+    // GCOVR_EXCL_START: the loop throws at an entry that has vanished
     if (entry.IsNothingThere())
         throw FileItemError(from, 0);
     // GCOVR_EXCL_STOP
@@ -99,8 +100,8 @@ void CreateDirectoryTree(FileLocation const& location) {
                                 DirectoryCreatingInfo{0777});
 }
 
-// A stack of levels in place of a recursion: directories can be nested as deep as a path is long. A
-// loop is stepped on only when the copy of its entry is complete, since the step may throw.
+// Uses a stack of levels instead of recursion, because only the length of a path limits the depth
+// of directories. A loop advances only after the copy of its entry, because advancing may throw.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to) {
     from.RequireNonEmpty();
     to.RequireNonEmpty();

@@ -1,46 +1,45 @@
 // Operations on whole directory trees.
 //
-// Trees are walked by FileLoop, in its order and with its strictness: a broken link stops the walk
-// with the error of the system's stat, normally FileNotFoundError, and what came before it in the
-// order is done by then. A walk needs no stack as deep as the tree. There is no clean-up after a
-// failure.
+// Trees are walked by FileLoop, in its order. A dangling link stops the walk with the error of
+// stat(2), normally FileNotFoundError; the entries before it have been processed by then. Nothing
+// is recursive, so only memory limits the depth of a tree. Nothing is undone after a failure.
 //
-// Error handling: EmptyFileLocationError for an empty location, and otherwise as the operations of
-// FileOperations.h throw.
+// Error handling: EmptyFileLocationError for an empty location; otherwise the exceptions of
+// FileOperations.h.
 #pragma once
 
 class FileLocation;
 
-// Creates the directory and all parents that are missing, with the permissions 0777 less the umask.
-// Throws FileFoundError, with its location, if anything but a directory stands on the way. A
-// relative path that meets no directory on its way up ends in InvalidFileLocation.
+// Creates the directory and all missing parents, with the permissions 0777 without the umask.
+// Throws FileFoundError, with the location, if anything other than a directory is in the way.
+// Throws InvalidFileLocation for a relative path without an existing directory.
 void CreateDirectoryTree(FileLocation const& location);
 
-// Copies all entries of `from` to `to`, whose tree is created where it is missing: directories by
-// their contents, and anything else by CopyFileWithRetry, which a link to a regular file passes as
-// a copy of its target. Throws DirectoryNotFoundError if `from` is no directory, and InvalidStats,
-// without a name, if it vanishes meanwhile.
+// Copies all entries of `from` to `to`, and creates the tree of `to` if it is missing. Directories
+// are copied with their contents, all other entries by CopyFileWithRetry; a link to a regular file
+// becomes a copy of its target. Throws DirectoryNotFoundError if `from` is not a directory, and
+// InvalidStats, without a name, if it vanishes during the call.
 //
-// What can't be copied ends the copy after its retries: a file that exists at `to` (nothing is
-// overwritten), a socket, a device, a FIFO. A full disk is reported as FileExistsError: the first
-// attempt leaves a part of the file, and the next ones find it there.
+// An entry that cannot be copied ends the copy after its retries: a file that already exists at
+// `to` (nothing is overwritten), a socket, a device, a FIFO. A full disk is reported as
+// FileExistsError, because the first attempt leaves a partial file, which the next attempts find.
 //
-// A `to` inside of `from` is found by the walk and copied into itself, until the system refuses the
-// length of the path.
+// If `to` is inside `from`, the walk reaches it and copies it into itself until the path is too
+// long.
 //
-// A symbolic link to a directory is skipped in silence. And a directory that can't be
-// listed, be it for lack of memory, is copied as if it were empty.
+// Symbolic links to directories are skipped without an error. A directory that cannot be listed,
+// even for lack of memory, is copied as an empty one.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 
-// Remove a directory with all that is in it, or only what is in it. Throw DirectoryNotFoundError if
-// nothing stands there; a regular file at `location` is not removed, and the first form throws for
-// it too.
+// Remove a directory with its contents, or only the contents. Throw DirectoryNotFoundError if
+// nothing exists at `location`. A regular file is not removed: DeleteRecursive throws
+// DirectoryNotFoundError, DeleteContents does nothing.
 //
-// Deliberate: a symbolic link to a directory counts as one. What is in its target is removed, and
-// then the removal of the link itself throws.
+// Deliberate: a symbolic link to a directory counts as a directory. The contents of its target are
+// removed; then DeleteRecursive throws, because it cannot remove the link.
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);
 
-// The same, where nothing is no error.
+// Like the functions above, but do nothing if nothing exists at `location`.
 void ForceDeleteRecursive(FileLocation const& location);
 void ForceDeleteContents(FileLocation const& location);

@@ -6,30 +6,30 @@
 
 class FileWritingPath;
 
-// A position of its own on a path that it does not own. Every transfer seeks to that position
-// first, so streams on one path do not disturb each other as long as they work in turn. Nothing is
-// held back: when the operator returns, the system has the bytes.
+// A position in a file. Several streams can use the same path in turn, because each transfer first
+// seeks to the stream's own position. The path is not owned. Nothing is buffered: when the operator
+// returns, the system has the bytes.
 //
-// Error handling: FileIOError by the table's column for writers (a full disk is a
-// FileDiskFullError, a refused position a FileSeekError), naming no file. After an exception the
-// position counts what was written before. An interrupted write (EINTR) is not taken up again.
+// Error handling: FileIOError according to the column "writer" of files/unix/FileErrorMappers.h,
+// without a name. After an exception, the position includes the bytes already written. An
+// interrupted write (EINTR) is not retried.
 class FileWriter : public DataWriter {
 public:
-    // Writing begins behind the last byte that the file has at that moment.
+    // Selects the current end of the file as the start position.
     struct WritePositionEndOfFile {};
 
-    // REQUIRES: Start before any other use.
+    // REQUIRES: Start is called before any other operation.
     FileWriter() = default;
 
-    // As Start.
+    // The first overload calls Start; the second one starts at the end of the file.
     FileWriter(FileWritingPath const& path, unsigned long long position);
     FileWriter(FileWritingPath const& path, WritePositionEndOfFile);
 
-    // Writing will begin `position` bytes into the file; a gap reads as zeros. The path must
-    // outlive the writing.
+    // Sets the path and the position. Writing beyond the end leaves a gap that reads as zeros.
+    // REQUIRES: the path outlives the writing.
     void Start(FileWritingPath const& path, unsigned long long position);
 
-    // Writes all of it, in as many steps as the system takes.
+    // Writes all bytes, in as many calls of write(2) as needed.
     DataWriter& operator<<(ConstData data) override;
 
 private:

@@ -1,8 +1,8 @@
-// A file opened for writing, and for reading too.
+// A file opened for reading and writing.
 //
-// A path owns one descriptor, and can open, flush and close. The bytes are the business of the
-// streams, FileWriter and FileDataSink, which point to a path. Nothing here writes behind the
-// caller's back: what was written reaches the disk by a Flush alone, a close does not wait for it.
+// A path owns a file descriptor and opens, flushes and closes it. Streams (FileWriter,
+// FileDataSink) point to a path and write its bytes. Only Flush waits until the data is on disk;
+// Close does not.
 #pragma once
 
 #include "files/FileLocation.h"
@@ -10,33 +10,34 @@
 
 class FileRetryLog;
 
-// Error handling: error numbers become exceptions by the column "writing path" of the table in
-// files/unix/FileErrorMappers.h, and in Length and Close by the column "reading path". Only a
-// failure to open names the file; the operations on an open path name none.
+// Error handling: a failed system call throws according to the column "writing path" of
+// files/unix/FileErrorMappers.h, in Length and Close according to the column "reading path". The
+// exception has the name of the file only if opening it failed.
 class FileWritingPath : public UnixPlatform::FileWritingPath {
 public:
-    // What a constructor does with a file that is there, and with one that is not.
+    // Select whether the constructor accepts an existing file and whether it creates a missing one.
     struct OpenExistingFile {};
     struct OpenExistingFileOrNewFile {};
     struct OpenNewFile {};
     struct OpenNewFileOrAsNewFile {};
 
-    // Nothing open.
+    // Not open.
     FileWritingPath() = default;
 
-    // Each opens as the operation of the tag's name does; without a tag, as OpenExisting.
+    // Each calls the operation named like its tag; the one without a tag calls OpenExisting.
     explicit FileWritingPath(FileLocation const& where);
     FileWritingPath(FileLocation const& where, OpenExistingFile);
     FileWritingPath(FileLocation const& where, OpenExistingFileOrNewFile);
     FileWritingPath(FileLocation const& where, OpenNewFile);
     FileWritingPath(FileLocation const& where, OpenNewFileOrAsNewFile);
 
-    // What is still open is closed first. The descriptor is closed on exec.
+    // Open for reading and writing. A file that is still open is closed first. The file descriptor
+    // is close-on-exec.
     //
-    //                      a file is there           none is there
-    //   OpenExisting       opened, kept              FileNotFoundError
+    //                      if the file exists        if it does not exist
+    //   OpenExisting       opened, kept              throws FileNotFoundError
     //   OpenExistingOrNew  opened, kept              created
-    //   OpenNew            FileExistsError           created
+    //   OpenNew            throws FileExistsError    created
     //   OpenNewOrAsNew     truncated                 created
     void OpenExisting(FileLocation const& where);
     void OpenExistingOrNew(FileLocation const& where);
@@ -48,8 +49,8 @@ public:
     using UnixPlatform::FileWritingPath::OpenNew;
     using UnixPlatform::FileWritingPath::OpenNewOrAsNew;
 
-    // FlushOnBrokenFilesystems under the retries of files/FileRetry.h, where it is defined. Here no
-    // exception ends the retries early. `where` is only what the log is told.
+    // Calls FlushOnBrokenFilesystems with the retries of files/FileRetry.h, which defines this
+    // function. Every exception leads to a retry. `where` is only passed to the log.
     void FlushOnBrokenFilesystemsWithRetry(FileLocation const& where,
                                            FileRetryLog const& log) const;
 };

@@ -1,10 +1,10 @@
-// A moment in time, as file systems and the exchange count it.
+// A point in time.
 #pragma once
 
 #include <compare>
 #include <cstdint>
 
-// Microseconds from the epoch of the file system's times; negative before it.
+// Microseconds since the epoch of the file system's times; negative before it.
 struct Instant {
     constexpr Instant() = default;
     explicit constexpr Instant(std::int64_t count) : microseconds(count) {}

@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t chunkSize = 4096;
 
-// `stop` is one offset or none.
+// `stop` is one offset, or is absent.
 template <class... Stop>
 void ReadBytes(FileLocation const& where, DataReceiver& receiver, unsigned long long start,
                Stop... stop) {

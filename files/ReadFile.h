@@ -1,5 +1,5 @@
-// A whole file, or a part of it, pushed through a receiver. Nothing is allocated: the bytes pass
-// through 4,096 bytes of stack.
+// Reads a whole file, or a range of it, into a receiver. Nothing is allocated: the bytes pass
+// through a buffer of 4,096 bytes on the stack.
 #pragma once
 
 #include "data/ArrayOf.h"
@@ -10,23 +10,25 @@ class FileReader;
 class LineReceiver;
 class MessageReceiver;
 
-// Pushes a whole stream: what the file has of the range, from Start to ReceiveEnd. A range that
-// goes beyond the file ends with the file, that is also where a read brings nothing though the
-// length promises more. The reader is left behind the last byte read, which can lie beyond the
-// range. Throws what FileReader throws.
+// Sends the bytes of the range to `receiver` as a whole stream, from Start to ReceiveEnd. The
+// stream ends early at the end of the file, and if a read returns no bytes before the length is
+// reached. The reader's position is then behind the last byte read, which may be beyond the range.
+// Throws like FileReader.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);
 
-// Pushes a whole stream: the file from the offset `start` to its end, or up to `stop`. Lines and
-// messages are made by LineMaker and MessageMaker on the way.
+// Send the file from the offset `start` to its end, or up to `stop`, as a whole stream. The
+// overloads for lines and messages use LineMaker and MessageMaker.
 //
-// The receiver is started before the file is opened, so that a file that is missing reaches it as a
-// start without an end. Positions given to a receiver of lines or messages count from the first
-// byte read, also if `start` is not 0. A failing close goes unnoticed.
+// The receiver is started before the file is opened, so a missing file results in a Start without a
+// ReceiveEnd. Positions in lines and messages count from the first byte read, even if `start` is
+// not 0. A failed close is ignored.
 //
-// Throws what the opening of a FileReadingPath and a FileReadingLoop throw; unlike ReadFileRange,
-// that makes a range beyond the end of the file, an unknown length without `stop`, or a file that
-// gives less than its length promises, a FileReadingLoopEndOfFileError behind the last byte.
+// Throw like FileReadingPath::OpenExisting and FileReadingLoop. Unlike ReadFileRange, they throw
+// FileReadingLoopEndOfFileError behind the last byte:
+// - if the range extends beyond the file,
+// - if the length is unknown and there is no `stop`,
+// - if the file returns fewer bytes than its length.
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start);
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start,
               unsigned long long stop);

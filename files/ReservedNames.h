@@ -1,6 +1,6 @@
-// The names and extensions that the agent's world of files has given a meaning.
+// The file names and extensions that have a meaning for the agent.
 //
-// An extension has its dot. Three kinds of file have the empty one.
+// An extension includes its dot. Three file types have the empty extension.
 #pragma once
 
 inline constexpr char const* cRESERVED_FILE_EXTENSION_SITE_DEFINITION = ".qvm";

@@ -1,4 +1,4 @@
-// Copies of files: the declarations stand in files/unix/FileOperations.h.
+// Copies of files. See files/unix/FileOperations.h.
 #include "files/unix/FileOperations.h"
 
 #include <cstddef>
@@ -23,7 +23,8 @@ void CopyBytes(FileReadingPath const& source, FileWritingPath const& target) {
         writer << loop.Chunk();
 }
 
-// Deliberate: sets the time in memory only. On disk the copy keeps the time of its writing.
+// Deliberate: sets the time in memory only. On disk, the copy keeps the time at which it was
+// written.
 void CopyModificationTime(UnixPlatform::FileLocation const& from,
                           UnixPlatform::FileLocation const& to) {
     UnixPlatform::UnixFileInfo const source(from);
@@ -31,7 +32,7 @@ void CopyModificationTime(UnixPlatform::FileLocation const& from,
     target.SetModificationTime(source.ModificationTime());
 }
 
-// Refuses a target that exists by now.
+// Throws if the target exists by now.
 void CopyFileContents(UnixPlatform::FileLocation const& from,
                       UnixPlatform::FileLocation const& to) {
     FileWritingPath target(to, FileWritingPath::OpenNewFile());

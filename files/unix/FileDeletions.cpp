@@ -1,4 +1,4 @@
-// Deletions of trees: the declarations stand in files/unix/FileOperations.h.
+// Deletion of trees. See files/unix/FileOperations.h.
 #include "files/unix/FileOperations.h"
 
 #include <list>
@@ -12,7 +12,7 @@ namespace UnixPlatform {
 
 namespace {
 
-// One directory whose content is being deleted.
+// A directory whose contents are being deleted.
 struct Level {
     explicit Level(FileLocation const& where) : directory(where), loop(where, false, nullptr) {}
 
@@ -20,9 +20,9 @@ struct Level {
     FileLoop loop;
 };
 
-// Deletes what the loop stands at, unless that is a directory. Whether it is one.
+// Deletes the entry unless it is a directory. Returns true if it is a directory.
 bool DeleteUnlessDirectory(FileItem const& entry) {
-    // GCOVR_EXCL_START: the loop throws at an entry that has gone, so that none comes to here
+    // GCOVR_EXCL_START: the loop throws at an entry that has vanished
     if (entry.IsNothingThere())
         return false;
     // GCOVR_EXCL_STOP
@@ -32,8 +32,8 @@ bool DeleteUnlessDirectory(FileItem const& entry) {
     return false;
 }
 
-// A stack of levels in place of a recursion: directories can be nested as deep as a path is long. A
-// directory goes when the last of its entries is gone.
+// Uses a stack of levels instead of recursion, because only the length of a path limits the depth
+// of directories. A directory is removed after the last of its entries.
 void DeleteTreeContents(FileLocation const& where) {
     std::list<Level> levels;
     levels.emplace_back(where);

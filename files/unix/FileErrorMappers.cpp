@@ -17,7 +17,7 @@ void ThrowSeekError(FileLocation const& where, int errorNumber) {
         throw FileSeekError(where, errorNumber);
 }
 
-// What only the two that write know.
+// The errors of both writing columns.
 void ThrowWritingError(FileLocation const& where, int errorNumber) {
     switch (errorNumber) {
     case EEXIST:
@@ -27,7 +27,7 @@ void ThrowWritingError(FileLocation const& where, int errorNumber) {
     }
 }
 
-// What all but the reader have in common.
+// The errors of all columns except the reader's.
 void ThrowCommonError(FileLocation const& where, int errorNumber) {
     ThrowPermissionError(where, errorNumber);
     switch (errorNumber) {

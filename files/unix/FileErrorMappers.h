@@ -1,9 +1,9 @@
-// From error numbers to the classes of files/FileErrors.h, for each kind of caller.
+// Maps error numbers to the exceptions of files/FileErrors.h.
 //
-// The mappers differ on purpose: the same number means something else to a reader, to a writer and
-// to a free-standing operation. Numbers without a class, listed or not, give the plain FileIOError.
+// Deliberate: there are five mappings, because a number has a different meaning for a reader, a
+// writer and other functions. All other numbers throw FileIOError.
 //
-//  Error number          Class                   operation  reading  writing  reader  writer
+//  Error number          Class                   function   reading  writing  reader  writer
 //                                                           path     path
 //  EPERM EACCES          FilePermissionError     x          x        x        x       x
 //  ENOENT                FileNotFoundError       x          x        x                x
@@ -14,14 +14,17 @@
 //  EINVAL                FileSeekError                                        x       x
 //  ENOSPC                FileDiskFullError                           x                x
 //  EndOfFileCode         EndOfFileError                                       x
+//
+// The column "function" is ThrowFileError (files/FileErrors.h), for functions that use no open
+// path.
 #pragma once
 
 namespace UnixPlatform {
 
 class FileLocation;
 
-// What the ThrowError members of FileReadingPath, FileWritingPath, FileReader and FileWriter do.
-// Each throws, with the path of `where` and the number, and returns for 0.
+// Implement the ThrowError members of FileReadingPath, FileWritingPath, FileReader and FileWriter.
+// Each throws with the path of `where` and the number, and returns for 0.
 void ThrowReadingPathError(FileLocation const& where, int errorNumber);
 void ThrowWritingPathError(FileLocation const& where, int errorNumber);
 void ThrowReaderError(FileLocation const& where, int errorNumber);

@@ -48,7 +48,7 @@ bool FileItem::MustReportError(bool tolerant) const { return !(IsBrokenLink() &&
 bool FileItem::HandleTryToGetError(bool tolerant) const { return !MustReportError(tolerant); }
 
 void FileItem::HandleGetError(int error, bool tolerant) const {
-    // The normal case is spared the copy of the location.
+    // Copies the location only if there is an error.
     if (error != 0 && MustReportError(tolerant))
         ThrowFileError(location, error); // GCOVR_EXCL_BR_LINE: always throws
 }

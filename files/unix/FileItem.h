@@ -1,4 +1,4 @@
-// What stands at a location, together with the location itself.
+// A location and the state of the file there.
 #pragma once
 
 #include "files/Instant.h"
@@ -7,36 +7,36 @@
 
 namespace UnixPlatform {
 
-// An item can be filled from anything; what can't be examined is then either reported or, as far as
-// `tolerant` allows, kept as it is.
+// An item can be filled from any location. If the file cannot be examined, the Handle functions
+// throw or, with `tolerant`, accept the item.
 //
-// Fill an item by Fill only. The inherited Set examines another path and leaves Location as it was,
-// so that SetModificationTime would change the file of the old location.
+// Fill an item by Fill only. The inherited Set examines another path without changing Location, so
+// SetModificationTime would change the file at the old location.
 class FileItem : public UnixFileInfo {
 public:
     FileItem() = default;
 
-    // The file system's times need no correction here, and nothing is rounded, not even
-    // to the whole seconds that it keeps.
+    // On this platform, return 0 and `time`: times need no correction, and are not rounded to the
+    // whole seconds that an item stores.
     static Instant GetTimeBias();
     static Instant RoundToFileSystem(Instant time);
 
-    // Fill the item from the location, or from the entry `name` below it; 0 or the error number.
-    // The second throws EmptyFileLocationError if `parent` is empty.
+    // Fill the item from the location, or from the entry `name` below it. Return 0 or the error
+    // number. The second overload throws EmptyFileLocationError if `parent` is empty.
     int Fill(FileLocation const& where);
     int Fill(FileLocation const& parent, FileName const& name);
 
-    // A broken link is tolerable, nothing else is.
+    // False if the link is dangling and `tolerant` is set, otherwise true.
     bool MustReportError(bool tolerant) const;
-    // The opposite of it.
+    // Returns the negation of MustReportError.
     bool HandleTryToGetError(bool tolerant) const;
-    // Throws what ThrowFileError does, if it must be reported; an `error` of 0 never is.
+    // Throws like ThrowFileError if `error` is not 0 and MustReportError is true.
     void HandleGetError(int error, bool tolerant) const;
 
-    // Sets the time on disk and in this object, in whole seconds; the access time stays as this
-    // object knows it. Throws InvalidStats if nothing was there when the item was filled,
-    // FileNotFoundError for ENOENT, FilePermissionError for EACCES, and the plain FileIOError
-    // otherwise, also for EPERM.
+    // Sets the modification time in this object and on disk, in whole seconds. Also sets the access
+    // time on disk, to that of this object. Throws InvalidStats if the item has the state
+    // StatsNothingThere, FileNotFoundError for ENOENT, FilePermissionError for EACCES, otherwise
+    // FileIOError, even for EPERM. If only setting it on disk fails, this object has the new time.
     void SetModificationTime(Instant time);
 
     FileLocation const& Location() const { return location; }

@@ -15,7 +15,7 @@ namespace {
 
 char const* Characters(ConstData data) { return reinterpret_cast<char const*>(data.begin); }
 
-// Without the slashes at the end, as long as `least` bytes remain.
+// Returns the path without its trailing slashes, but with at least `least` bytes.
 ConstData WithoutTrailingSlashes(ConstData path, std::size_t least) {
     while (path.Length() > least && path.end[-1] == '/')
         --path.end;
@@ -28,8 +28,8 @@ bool IsRootPath(ConstData path) { return path == "/"_bytes; }
 
 FileLocation::FileLocation(FileLocation const& other) : FileLocation() { *this = other; }
 
-// cppcheck-suppress operatorEqVarError ; a long text leaves the bytes in the object unused
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SetFullPathName knows its own text
+// cppcheck-suppress operatorEqVarError ; `inside` is unused if the text is long
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SetFullPathName accepts its own text
 FileLocation& FileLocation::operator=(FileLocation const& other) {
     SetFullPathName(other.text, static_cast<unsigned int>(std::strlen(other.text)));
     return *this;
@@ -43,7 +43,7 @@ void FileLocation::Release() {
     length = 0;
 }
 
-// Takes the text in `block`, which is `inside` or a block for this object to own.
+// Takes ownership of `block`, which holds the new text, unless it is `inside`.
 void FileLocation::Adopt(char* block, unsigned int newLength) {
     static_assert(sizeof(FileLocation) == 144 && insideSize == 128,
                   "a pointer, 128 bytes inside, and the length");
@@ -80,7 +80,7 @@ void FileLocation::Set(FileLocation const& parent, ConstData const& name) {
 
     char* const target = stored < insideSize ? inside : new char[stored + 1];
     char* const tailPlace = target + base.Length() + (name[0] == '/' ? 0 : 1);
-    // The tail first: where the pieces stand in this path themselves, that leaves the base whole.
+    // Moves the tail first: if both arguments are parts of this path, the base is not overwritten.
     if (!tail.IsEmpty())
         std::memmove(tailPlace, tail.begin, tail.Length());
     tailPlace[tail.Length()] = '\0';

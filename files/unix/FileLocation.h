@@ -1,8 +1,8 @@
-// A path as a value, with the arithmetic of paths.
+// A path as a value, with operations on paths.
 //
-// The bytes are in the encoding of the locale. A path of up to 127 bytes stands inside the object;
-// a longer one has a block of its own. Copies are real copies. Nothing here asks the disk, but
-// IsReadOnly.
+// The bytes are in the encoding of the locale. A path of up to 127 bytes is stored inside the
+// object, a longer one in a block that the object owns. Copies are deep. Only IsReadOnly accesses
+// the file system.
 #pragma once
 
 #include "data/ConstData.h"
@@ -11,15 +11,15 @@
 
 namespace UnixPlatform {
 
-// Where a file stands, or might stand.
+// The path of a file, which need not exist.
 //
-// The empty location is legal and means no location; most operations on files refuse it. The root
-// is exactly "/". A relative path is legal too, but one without any "/" has no parent.
+// The empty location means that there is no location; most operations on files reject it. The root
+// is exactly "/". Relative paths are allowed, but a path without "/" has no parent.
 //
-// Nothing is normalised: "." and ".." and doubled slashes are kept, and the path is the text that
-// was given, less its trailing slashes. It ends at its first NUL.
+// Paths are not normalized: ".", ".." and repeated slashes are kept, except slashes at the end. A
+// path ends at its first NUL.
 //
-// Error handling: EmptyFileLocationError, RootHasNoParent and InvalidFileLocation, as told below;
+// Error handling: EmptyFileLocationError, RootHasNoParent and InvalidFileLocation, as stated below;
 // std::length_error for a path of 4 GiB and more.
 class FileLocation {
 public:
@@ -28,51 +28,51 @@ public:
     FileLocation& operator=(FileLocation const& other);
     ~FileLocation() { Release(); }
 
-    // Replaces the path by `path`, less all trailing slashes as long as one byte remains: "///"
-    // gives the root. Length 0 gives the empty location. `path` may be a part of this path.
+    // Replaces the path by `path` without its trailing slashes, but keeps at least one byte: "///"
+    // becomes the root. Length 0 makes the empty location. `path` may be a part of this path.
     //
-    // Deliberate: with Text() itself as `path` nothing changes, whatever `pathLength` is. So this
+    // Deliberate: if `path` is Text(), nothing changes, whatever `pathLength` is. So this function
     // never truncates the path in place.
     void SetFullPathName(char const* path, unsigned int pathLength);
 
-    // Replaces the path by `name`, less its trailing slashes, below `parent`. `name` may hold
-    // several components, and none is validated; an empty one gives a copy of `parent`. Both may be
-    // parts of this path. Throws EmptyFileLocationError if `parent` is empty.
+    // Replaces the path by `parent`, a slash and `name`, without trailing slashes. `name` may have
+    // several components, which are not validated; if it is empty, the path is a copy of `parent`.
+    // Both arguments may be parts of this path. Throws EmptyFileLocationError if `parent` is empty.
     //
-    // Deliberate: a "/" is put between the two unless `name` begins with one, and nobody looks at
-    // the end of `parent`. So the child x of the root is "//x", whose parent is the root again.
+    // Deliberate: the slash is added unless `name` begins with one; the end of `parent` is not
+    // examined. So the child x of the root is "//x", whose parent is the root again.
     void Set(FileLocation const& parent, ConstData const& name);
 
-    // Set(*this, path) in a new location. REQUIRES: `path` is not null.
+    // Returns a new location, set by Set(*this, path). REQUIRES: `path` is not null.
     FileLocation Relative(char const* path) const;
 
-    // All in front of the last "/" and of the slashes before it; the root, if that is the first
-    // byte. Throws EmptyFileLocationError if the location is empty; RootHasNoParent for the root,
-    // and InvalidFileLocation for a path without a "/", each with the path as its name.
+    // Returns the path up to its last "/", without trailing slashes, or the root if only slashes
+    // remain. Throws EmptyFileLocationError if the location is empty, RootHasNoParent for the root,
+    // and InvalidFileLocation for a path without "/". The last two have the path as their name.
     FileLocation Parent() const;
 
-    // What follows the last "/", through FileName::Set and with its exceptions: the root has no
-    // name. Empty for an empty location.
+    // Returns the bytes behind the last "/", with the exceptions of FileName::Set; so it throws for
+    // the root. Returns the empty name for the empty location.
     FileName Name() const;
 
     // Throws EmptyFileLocationError if the location is empty.
     bool IsRoot() const;
 
-    // Whether the system forbids this process to write there: access(2) fails with EACCES or EROFS.
-    // Any other failure goes to ThrowFileError, and EmptyFileLocationError if the location is
-    // empty. Defined with the operations on files.
+    // True if this process may not write there: access(2) fails with EACCES or EROFS. Other
+    // failures throw like ThrowFileError. Throws EmptyFileLocationError if the location is empty.
+    // Defined in FileOperations.cpp.
     bool IsReadOnly() const;
 
-    // NUL-terminated; owned by the location, until it is changed. The bytes end at the first NUL.
+    // The path, NUL-terminated; valid until the location changes. Bytes ends at the first NUL.
     char const* Text() const { return text; }
     ConstData Bytes() const { return ConstData(text); } // GCOVR_EXCL_BR_LINE: no throw
     bool IsEmpty() const { return *text == '\0'; }
 
-    // The same bytes as Bytes. See files/EncodedNames.h.
+    // Returns the same bytes as Bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> Local8BitPath() const;
 
-    // This is one more than the path has bytes where Set got a name that begins with a
-    // "/", until the location is copied: a copy measures the path anew. Use Bytes to measure it.
+    // Returns the stored length. Use Bytes to measure the path: if Set got a name that begins with
+    // "/", the stored length is greater by one, until the location is copied.
     unsigned int StoredLength() const { return length; }
 
 private:
@@ -86,17 +86,18 @@ private:
     unsigned int length = 0;
 };
 
-// What Parent keeps of a path, as a part of that path, so that a climb of many steps copies
-// nothing. Throws as Parent does.
+// Returns the path of Parent as a view of `path`, so a loop over all ancestors copies nothing.
+// Throws like Parent.
 ConstData ParentPath(ConstData path);
 
-// See the portable form.
+// See files/FileLocation.h.
 char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location);
 
 } // namespace UnixPlatform
 
-// Splits `pattern` in front of its last component, if that holds a "*" or a "?", and yields the
-// pointer to the component; otherwise the directory part is all of `pattern`, and the result is
-// null. The directory part takes its "/" along; it is empty if there is none. A wildcard further
-// left makes no difference. Throws EmptyFileLocationError if `pattern` is null or empty.
+// Splits `pattern` before its last component, if that has a "*" or a "?", and returns a pointer to
+// the component. Otherwise sets `directoryPart` to the whole pattern and returns null.
+//
+// The directory part includes its "/"; it is empty if there is none. Wildcards in other components
+// are ordinary bytes. Throws EmptyFileLocationError if `pattern` is null or empty.
 char const* MakeFileLocationWithWildcardUnix(char const* pattern, ConstData& directoryPart);

@@ -19,7 +19,7 @@ bool Matches(dirent const* entry, char const* wildcard) {
     return wildcard == nullptr || UnixPlatform::MatchWildcard(entry->d_name, wildcard);
 }
 
-// What scandir(3) has made, owned.
+// Owns the result of scandir(3).
 struct Entries {
     Entries(UnixPlatform::FileLocation const& directory,
             UnixPlatform::FileLoop::Selector selector) {
@@ -29,9 +29,9 @@ struct Entries {
     Entries(Entries const&) = delete;
     Entries& operator=(Entries const&) = delete;
 
-    // Frees what does not match, which leaves a null, so that nothing is matched twice. Yields how
-    // many are kept.
-    // NOLINTNEXTLINE(readability-make-member-function-const): changes what the list points at
+    // Frees the entries that do not match and replaces them by null, so that each is matched once.
+    // Returns the number kept.
+    // NOLINTNEXTLINE(readability-make-member-function-const): changes the listed entries
     int DropOthers(char const* wildcard) {
         int kept = 0;
         for (int i = 0; i < count; ++i) {
@@ -43,7 +43,7 @@ struct Entries {
         return kept;
     }
 
-    // NOLINTNEXTLINE(readability-make-member-function-const): changes what the list points at
+    // NOLINTNEXTLINE(readability-make-member-function-const): changes the listed entries
     void MoveKeptTo(dirent** target) {
         for (int i = 0; i < count; ++i) {
             if (list[i] != nullptr)
@@ -52,7 +52,7 @@ struct Entries {
     }
 
     dirent** list = nullptr;
-    // Negative if the directory can't be listed.
+    // Negative if the directory cannot be listed.
     int count = -1;
 };
 
@@ -104,7 +104,7 @@ void FileLoop::BuildNameList(Selector selector, char const* wildcard) {
     if (kept == 0)
         return;
     auto** const names =
-        // NOLINTNEXTLINE(bugprone-sizeof-expression): a list of pointers, as scandir makes it
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): a list of pointers, as scandir allocates it
         static_cast<dirent**>(std::malloc(static_cast<std::size_t>(kept) * sizeof(dirent*)));
     if (names == nullptr)
         throw std::bad_alloc();
@@ -116,7 +116,7 @@ void FileLoop::BuildNameList(Selector selector, char const* wildcard) {
 void FileLoop::SetLoopItem(bool tolerateBrokenLinks) {
     if (!HasItem())
         return;
-    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): as many were moved there as were kept
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage): the list has `count` entries
     FileName const name(list[index]->d_name);
     int const error = item.Fill(directory, name);
     item.HandleGetError(error, tolerateBrokenLinks);

@@ -1,4 +1,4 @@
-// The entries of a directory, one after the other, in a fixed order.
+// Iterates over the entries of a directory, in a fixed order.
 #pragma once
 
 #include "data/DebuggableException.h"
@@ -9,54 +9,55 @@ struct dirent;
 
 namespace UnixPlatform {
 
-// A snapshot of the names in a directory, taken at the start, without "." and "..", in the order of
-// alphasort(3), that is of the locale's collation. Each is examined when the loop comes to it.
+// A snapshot of the names in a directory, taken at the start, without "." and "..". The order is
+// that of alphasort(3), which is the collation of the locale. Each entry is examined when the loop
+// reaches it.
 //
 //     for (FileLoop loop(directory, false, nullptr); loop.HasItem(); ++loop)
 //         Use(loop.Item());
 //
-// With a wildcard only the names that it matches are delivered; FileName::MatchesWildCard tells
-// how. A tolerant loop delivers broken links, any other stops at one.
+// A wildcard selects the names that match it (see FileName::MatchesWildCard). A tolerant loop
+// delivers dangling links; any other loop stops at one.
 //
-// Error handling: a directory that is missing or can't be read gives an empty loop. An entry that
-// can't be examined throws what ThrowFileError does, from the start or from the step that comes to
-// it; the loop then stands at that entry and can be stepped on. std::bad_alloc for lack of memory.
+// Error handling: a directory that does not exist or cannot be read results in an empty loop. An
+// entry that cannot be examined throws like ThrowFileError, from the start or from `++`. The loop
+// is then at that entry, and `++` continues it. Throws std::bad_alloc if memory runs out.
 class FileLoop {
 public:
     class Error : public DebuggableException {};
-    // There is no present entry.
+    // There is no current entry.
     class InvalidIteratorPosition : public Error {};
 
-    // Empty.
+    // An empty loop.
     FileLoop() = default;
-    // Through init.
+    // Calls init.
     FileLoop(FileLocation const& where, bool tolerateBrokenLinks, char const* wildcard);
     virtual ~FileLoop();
     FileLoop(FileLoop const&) = delete;
     FileLoop& operator=(FileLoop const&) = delete;
 
-    // Begin anew; what the loop held is released. A null wildcard matches everything. If it throws,
-    // init leaves the loop empty, and Start leaves it at the entry.
+    // Start again, and free the previous list. A null wildcard matches every name. If examining an
+    // entry throws, init leaves the loop empty, and Start leaves it at the entry.
     void init(FileLocation const& where, bool tolerateBrokenLinks, char const* wildcard);
     void Start(FileLocation const& where, bool tolerateBrokenLinks, char const* wildcard);
 
-    // Does nothing without a present entry.
+    // Does nothing if there is no current entry.
     FileLoop& operator++();
 
     bool HasItem() const { return index < count; }
 
-    // What was learnt of the present entry; the last one's without one.
+    // Returns the current entry, or the one examined last if there is no current entry.
     FileItem const& Item() const { return item; }
 
-    // The steps of Start. A selector takes each entry and yields whether it belongs to the loop.
+    // The steps of Start. A selector returns nonzero for the entries that the loop delivers.
     using Selector = int (*)(dirent const*);
     void DoScanDirectory(Selector selector, char const* wildcard, bool tolerateBrokenLinks);
-    // Lists the directory of the last Start anew; examines nothing.
+    // Lists the directory of the last Start again, without examining entries.
     void BuildNameList(Selector selector, char const* wildcard);
-    // Examines the present entry, if there is one. Throws what FileName::Set throws for its name,
-    // and what ThrowFileError throws if it can't be examined.
+    // Examines the current entry, if there is one. Throws like FileName::Set for its name, and like
+    // ThrowFileError if it cannot be examined.
     void SetLoopItem(bool tolerateBrokenLinks);
-    // Gives back what scandir(3) made: the entries and their array.
+    // Frees the entries and the array that scandir(3) allocated.
     static void EmptyScandirList(dirent** entries, int entryCount);
 
 private:

@@ -1,7 +1,8 @@
-// Moves: the declarations stand in files/unix/FileOperations.h.
+// Moves. See files/unix/FileOperations.h.
 //
-// A directory that moves to another file system is copied as a tree, a tree is copied with retries,
-// and the family of the retries has one for moves. The ring is closed here, and in no header.
+// Moves, tree copies and retries depend on each other: a directory that moves to another file
+// system is copied as a tree, tree copies retry each file, and retries include moves. The headers
+// have no circular dependency; only the sources do.
 #include "files/unix/FileOperations.h"
 
 #include <cerrno>
@@ -16,7 +17,7 @@ namespace UnixPlatform {
 
 namespace {
 
-// The info of a location that existed a moment ago.
+// Returns the info of a location that existed a moment ago. Throws InvalidStats if it has vanished.
 UnixFileInfo InfoOfExisting(FileLocation const& location) {
     UnixFileInfo const info(location);
     if (info.IsNothingThere())
@@ -24,8 +25,7 @@ UnixFileInfo InfoOfExisting(FileLocation const& location) {
     return info;
 }
 
-// An entry that is neither a regular file nor a directory is not moved, without an
-// error.
+// Does nothing, without an error, for an entry that is neither a regular file nor a directory.
 void MoveToOtherFileSystem(FileLocation const& from, FileLocation const& to) {
     if (InfoOfExisting(from).IsRegularFile()) {
         CopyFile(from, to);
@@ -41,7 +41,7 @@ void MoveToOtherFileSystem(FileLocation const& from, FileLocation const& to) {
 void MoveFile(FileLocation const& from, FileLocation const& to) {
     if (UnixFileInfo(from).IsNothingThere())
         throw FileNotFoundError(from, 0);
-    // At an empty `from` there was nothing.
+    // Not reached if `from` is empty, because nothing exists there.
     if (to.IsEmpty())
         throw EmptyFileLocationError(0);
     if (!UnixFileInfo(to).IsNothingThere())
@@ -51,8 +51,8 @@ void MoveFile(FileLocation const& from, FileLocation const& to) {
     if (errno == EXDEV)
         MoveToOtherFileSystem(from, to);
     else
-        // Deliberate: made and not thrown. Callers have come to rely on a refused rename being
-        // silent; a caller that must know looks at `to`.
+        // Deliberate: constructed but not thrown. Callers depend on a failed rename returning
+        // normally; a caller that must know examines `to`.
         // NOLINTNEXTLINE(bugprone-throw-keyword-missing): see above
         static_cast<void>(FileMoveError(from, to, errno));
 }

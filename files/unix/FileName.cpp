@@ -19,7 +19,7 @@ bool IsReserved(char const* name, unsigned int length) {
     return name[0] == '.' && (length == 1 || (length == 2 && name[1] == '.'));
 }
 
-// How far in front of the first "/" the bytes are legal.
+// Returns the number of bytes before the first "/".
 unsigned int LegalLength(char const* name, unsigned int length) {
     auto const* const slash = static_cast<char const*>(std::memchr(name, '/', length));
     return slash == nullptr ? length : static_cast<unsigned int>(slash - name);
@@ -30,7 +30,7 @@ bool AreEqual(ConstData left, ConstData right, bool ignoreCase) {
 }
 
 FileName Combine(ConstData first, ConstData second) {
-    // A part that is too long for a name is too long for a combination as well.
+    // Truncation does not matter: a part that is too long makes the result too long as well.
     auto const cut = [](ConstData part) {
         return static_cast<unsigned int>(std::min<std::size_t>(part.Length(), maxNameLength));
     };
@@ -46,7 +46,7 @@ FileName::FileName(ConstData name) : FileName() {
     Set(reinterpret_cast<char const*>(name.begin), static_cast<unsigned int>(name.Length()));
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SafeSet knows its own text
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): SafeSet accepts its own text
 FileName& FileName::operator=(FileName const& other) {
     SafeSet(other.text, other.length);
     return *this;
@@ -58,7 +58,7 @@ void FileName::Release() {
     text = inside;
 }
 
-// Takes the new length, with the first `count` bytes of it from `source` and NULs behind them.
+// Stores the first `count` bytes of `source` and NULs up to the new length.
 void FileName::Store(char const* source, unsigned int count, unsigned int newLength) {
     static_assert(sizeof(FileName) == 40 && insideSize == 24,
                   "a pointer, 24 bytes inside, and the length");

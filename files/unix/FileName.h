@@ -1,8 +1,8 @@
-// One component of a path, as a value of its own.
+// One component of a path, as a value.
 //
-// The bytes are in the encoding of the locale, as the file system has them. A name of up to 23
-// bytes stands inside the object, so that a walk through a directory allocates nothing for it; a
-// longer one has a block of its own. Copies are real copies.
+// The bytes are in the encoding of the locale, as in the file system. A name of up to 23 bytes is
+// stored inside the object, so listing a directory allocates nothing for it. A longer name is in a
+// block that the object owns. Copies are deep.
 #pragma once
 
 #include "data/ConstData.h"
@@ -12,87 +12,87 @@ enum TarvikFileType : int;
 
 namespace UnixPlatform {
 
-// A name of a file, without any directory.
+// The name of a file, without a directory.
 //
-// What Set has accepted has 1 to 255 bytes, no "/" among them, and is neither "." nor "..". All
-// other bytes are legal, control characters and NUL too. An empty name can exist all the same (by
-// default, from SafeSet or from BaseName), and SafeSet and what stands on it (the joining by +)
-// promise nothing at all.
+// Set accepts 1 to 255 bytes without "/", except "." and "..". All other bytes are valid, even
+// control characters and NUL. Other names can result from the default constructor (the empty name),
+// and from SafeSet, BaseName and operator+, which validate nothing.
 //
 // Error handling: IllegalFileNameLength, IllegalFileNameReserved and IllegalFileName from Set;
-// IllegalFileName, ExtensionDoesNotMatch and PrefixDoesNotMatch from what cuts a name.
+// IllegalFileName, ExtensionDoesNotMatch and PrefixDoesNotMatch from operations that return a part.
 //
-// REQUIRES, where a text comes without a length: it is not null, and ends with a NUL.
+// REQUIRES: text that is passed without a length is not null, and NUL-terminated.
 class FileName {
 public:
     FileName() { inside[0] = '\0'; }
 
-    // Through Set.
+    // Calls Set.
     // GCOVR_EXCL_BR_START: of the called constructor, in objects that never call it
     explicit FileName(char const* name) : FileName(ConstData(name)) {}
     // GCOVR_EXCL_BR_STOP
     explicit FileName(ConstData name);
 
-    // Through Set, in the encoding of the locale. See files/EncodedNames.h.
+    // Converts the name to the encoding of the locale and calls Set. See files/EncodedNames.h.
     explicit FileName(UStringRef<UTF8> const& name);
 
     FileName(FileName const& other) { SafeSet(other.text, other.length); }
     FileName& operator=(FileName const& other);
     ~FileName() { Release(); }
 
-    // Tests, in this order: the length, the reserved names, the bytes. When it finds a "/", the
-    // name already has the new length and the bytes before that "/": it is not to be used further.
-    // `name` may be a part of this name.
+    // Checks, in this order: the length, the reserved names, the bytes. If it finds a "/", the name
+    // is left with the new length and the bytes before the "/"; do not use it any further. `name`
+    // may be a part of this name.
     void Set(char const* name, unsigned int nameLength);
 
-    // Stores without any test. `name` may be a part of this name.
+    // Stores the bytes without validating them. `name` may be a part of this name.
     void SafeSet(char const* name, unsigned int nameLength);
 
-    // The second name behind the first. The result is stored through SafeSet: it can hold a "/", be
-    // reserved, or be empty.
+    // Returns the concatenation, stored by SafeSet: it may contain a "/", be reserved, or be empty.
     //
-    // Deliberate: it takes at most 254 bytes, one less than Set, and throws IllegalFileName (not
-    // IllegalFileNameLength) beyond that.
+    // Deliberate: throws IllegalFileName (not IllegalFileNameLength) if the result is longer than
+    // 254 bytes, one less than the limit of Set.
     static FileName CombineNames(char const* first, unsigned int firstLength, char const* second,
                                  unsigned int secondLength);
 
-    // NUL-terminated; owned by the name, until it is changed.
+    // NUL-terminated; valid until the name changes.
     char const* Text() const { return text; }
     unsigned int Length() const { return length; }
     ConstData Bytes() const { return ConstData(text, length); }
     bool IsEmpty() const { return length == 0; }
 
-    // The bytes as they stand, and their text. See files/EncodedNames.h.
+    // Return a view of the bytes, and the bytes converted to UTF-8. See files/EncodedNames.h.
     UStringRef<Local8Bit> MakeLocal8BitRef() const;
     AutoUString<UTF8> MakeUTF8String() const;
 
-    // Byte by byte, or by Ascii::CompareLowercase if `ignoreCase`.
+    // Compare byte by byte, or by Ascii::CompareLowercase if `ignoreCase` is set.
     bool HasSuffix(char const* suffix, bool ignoreCase) const;
     bool HasPrefix(char const* prefix, bool ignoreCase) const;
 
-    // A suffix that begins with a dot, or has one in front of it: "report.txt" has the extensions
-    // ".txt" and "txt", "reporttxt" and "txt" have neither.
+    // True if the name has a suffix that begins with a dot or has one before it: "report.txt" has
+    // the extensions ".txt" and "txt", "reporttxt" and "txt" have neither.
     bool HasExtension(char const* extension, bool ignoreCase) const;
 
-    // Whether `pattern` matches the whole name; MatchWildcard tells how. Case matters.
+    // True if `pattern` matches the whole name (see MatchWildcard). Case-sensitive.
     bool MatchesWildCard(char const* pattern) const;
 
-    // The digits 0 to 9 at the start. Throws IllegalFileName if there are none.
+    // Returns the digits 0 to 9 at the start. Throws IllegalFileName if there are none.
     FileName PrefixDigits() const;
 
-    // The name less as many bytes as `extension` has: "a.txt" less ".txt" is "a", and less "txt" it
-    // is "a.", with its dot. Throws ExtensionDoesNotMatch if HasExtension is false, and
-    // IllegalFileName if nothing would be left.
+    // Returns the name without its last bytes, as many as `extension` has: "a.txt" without ".txt"
+    // is "a", without "txt" it is "a.", with its dot. Throws ExtensionDoesNotMatch if HasExtension
+    // is false, and IllegalFileName if the result would be empty.
     FileName NameBeforeExtension(char const* extension, bool ignoreCase) const;
 
-    // Throws PrefixDoesNotMatch if HasPrefix is false, and IllegalFileName if nothing is left.
+    // Throws PrefixDoesNotMatch if HasPrefix is false, and IllegalFileName if the result would be
+    // empty.
     FileName NameAfterPrefix(char const* prefix, bool ignoreCase) const;
 
-    // All in front of the last dot; the whole name if it has none. Empty for ".profile".
+    // Returns the bytes before the last dot, or the whole name if it has no dot. Empty for
+    // ".profile".
     FileName BaseName() const;
 
-    // The kind of file that goes with the last dot and what follows it, whatever the case of its
-    // letters; the whole name is looked up if it has no dot. Defined with the table of extensions.
+    // Returns the type for the extension, which is the last dot and the bytes behind it, or the
+    // whole name if it has no dot. Case-insensitive. Defined in AdviceFileTypes.cpp.
     TarvikFileType ExtensionType() const;
 
 private:
@@ -107,7 +107,7 @@ private:
     unsigned int length = 0;
 };
 
-// Through CombineNames. The names keep their case, and no separator is put between them.
+// Concatenate by CombineNames. Case is kept, and no separator is added.
 FileName operator+(ConstData const& first, FileName const& second);
 FileName operator+(char const* first, FileName const& second);
 FileName operator+(FileName const& first, ConstData const& second);

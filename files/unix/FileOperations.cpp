@@ -15,14 +15,14 @@ namespace {
 
 constexpr mode_t allWriteBits = 0222;
 
-// Throws what errno means. It is read first: the portable location that the error takes is made on
-// the way, and may allocate.
+// Throws the exception for errno. Reads errno first, because the conversion of the location may
+// change it.
 void ThrowSystemError(UnixPlatform::FileLocation const& location) {
     int const error = errno;
     ThrowFileError(location, error); // GCOVR_EXCL_BR_LINE: always throws
 }
 
-// For a system call that returns 0 or fails.
+// For system calls that return 0 on success.
 void ThrowIfFailed(int result, UnixPlatform::FileLocation const& location) {
     if (result != 0)
         ThrowSystemError(location);
@@ -45,7 +45,7 @@ void MakeDirectory(UnixPlatform::FileLocation const& location, DirectoryCreating
     ThrowIfFailed(mkdir(location.Text(), info.permissions), location);
 }
 
-// The system tells the umask only to who sets it.
+// The umask can only be read by setting it.
 mode_t ReadUmask() {
     mode_t const mask = umask(0);
     umask(mask);
@@ -122,8 +122,8 @@ bool FileLocation::IsReadOnly() const {
     return true;
 }
 
-// f_bfree, not f_bavail: the superuser's blocks count. Multiplied unsigned, since the product of a
-// huge file system may be more than a signed number holds, which is told as -1.
+// Uses f_bfree, not f_bavail, to include the superuser's blocks. Multiplies as unsigned, because
+// the product for a huge file system may exceed a signed number; the result is then -1.
 long long CalculateFreeSpace(FileLocation const& location) {
     struct statvfs stats;
     if (statvfs(location.Text(), &stats) != 0)

@@ -1,7 +1,6 @@
-// The work behind the operations of files/FileOperations.h and files/FileTrees.h.
+// The implementation of files/FileOperations.h and files/FileTrees.h, whose contracts apply.
 //
-// The contract stands there. What differs: an empty location is not refused beforehand, and gives
-// what is told here.
+// The difference: an empty location is not rejected first, and has the result stated here.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -10,36 +9,36 @@ namespace UnixPlatform {
 
 class FileLocation;
 
-// Empty location: FileCreateFailed and DirectoryCreateFailed, code 0.
+// Empty location: FileCreateFailed and DirectoryCreateFailed, with the code 0.
 void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
 
 // Empty location: EmptyFileLocationError.
 void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info);
 
-// Empty location: FileNotFoundError, code 0.
+// Empty location: FileNotFoundError, with the code 0.
 void DeleteFile(FileLocation const& location);
 
-// Empty location: as for anything that is no directory.
+// Empty location: DirectoryNotFoundError, as for anything that is not a directory.
 void DeleteDirectory(FileLocation const& location);
 
-// Empty location: nothing, as where nothing stands.
+// Empty location: does nothing, as if nothing exists there.
 void ForceNonexistence(FileLocation const& location);
 
 // Empty location: EmptyFileLocationError.
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);
 
-// Empty location: FileNotFoundError, with the code 0 for `from` and the system's for `to`.
+// Empty location: FileNotFoundError, with the code 0 for `from` and the system's code for `to`.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
-// Empty location: for `from` FileNotFoundError, code 0; for `to` EmptyFileLocationError, if
-// something stands at `from`.
+// Empty location: FileNotFoundError with the code 0 for `from`; EmptyFileLocationError for `to`, if
+// something exists at `from`.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
-// Empty location: nothing happens.
+// Empty location: does nothing.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 long long CalculateFreeSpace(FileLocation const& location);

@@ -38,7 +38,7 @@ UnixPlatform::FileReader& UnixPlatform::FileReader::operator>>(Buffer& target) {
     return *this;
 }
 
-// The byte is never delivered: since the position stays, the next read brings it again.
+// The byte is read again by the next read, because the position does not change.
 bool UnixPlatform::FileReader::FindByteAtPosition() const {
     auto const descriptor = path->descriptor;
     peeked = Seek64(descriptor, position, SEEK_SET) != -1 && read(descriptor, &peekByte, 1) == 1;

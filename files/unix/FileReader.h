@@ -1,5 +1,4 @@
-// A position on an open file, from which bytes are read, on the system's side. See
-// files/FileReader.h.
+// A position in a file from which bytes are read: the implementation of files/FileReader.h.
 #pragma once
 
 #include "data/Buffer.h"
@@ -11,37 +10,39 @@ namespace UnixPlatform {
 class FileLocation;
 class FileReadingPath;
 
-// What the portable class of this name promises holds here, with the path given to Start.
+// The contract is that of the class of the same name in files/FileReader.h. Exceptions name the
+// location of the path passed to Start.
 class FileReader {
 public:
-    // REQUIRES, for all that follows: Start was called; the path lives as long as it is read.
+    // REQUIRES: Start is called before any other operation, and the path outlives the reading.
     FileReader() = default;
 
-    // Throws FileNotOpenError if nothing is open on the path.
+    // Throws FileNotOpenError if the path is not open.
     void Start(FileReadingPath const& newPath, unsigned long long newPosition);
 
-    // A byte is left at the position. The length is asked anew each time, so that a file that grows
-    // is followed. Where the length is unknown, a byte is read and set aside to find out; once
-    // there was none, the answer stays false until Start.
+    // True if the position is less than the length of the file, which each call gets again, because
+    // the file may grow. If the length is unknown, reads one byte to find the end. Once no byte was
+    // read, the result is false until Start.
     bool Unfinished() const;
 
-    // Reads once, for all of `target`; an empty one is left alone. What came counts, also if that
-    // was too little: then EndOfFileError is thrown, with no second read.
+    // Reads the whole range by one read(2); does nothing if it is empty. If fewer bytes are read,
+    // throws EndOfFileError; the position includes these bytes.
     FileReader& operator>>(Data target);
 
-    // Reads once, as much as `target` has room for, or less; nothing at the end of the file.
+    // Calls read(2) once for the free space of `target`. It may return fewer bytes; at the end,
+    // none.
     FileReader& operator>>(Buffer& target);
 
-    // The offset of the next byte. Setting it does not bring back a file of unknown
-    // length that has been found at its end.
+    // The offset of the next byte. Setting it does not reset the end of a file of unknown length
+    // that was found.
     unsigned long long Position() const { return position; }
     void SetPosition(unsigned long long newPosition) { position = newPosition; }
 
-    // What the path's Length was at Start.
+    // Returns the Length of the path at the time of Start.
     unsigned long long LengthAtStart() const { return lengthAtStart; }
 
-    // Throws what the number means to a reader, naming `where`; returns for 0. EndOfFileCode is one
-    // of the numbers. The table stands in files/unix/FileErrorMappers.h.
+    // Throws the exception for the number in the column "reader" of files/unix/FileErrorMappers.h,
+    // which includes EndOfFileCode, with the name `where`. Returns for 0.
     void ThrowError(FileLocation const& where, int errorNumber) const;
 
 private:

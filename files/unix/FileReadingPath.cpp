@@ -14,8 +14,8 @@
 
 namespace {
 
-// The kernel's log: a read of it waits for what is not there yet. There before any initialiser
-// opens a file.
+// The kernel's log: reading it blocks until the next message. A constant expression, so
+// initializers of other files can open files.
 constexpr ConstData kernelLog = "/proc/kmsg"_bytes;
 
 } // namespace
@@ -28,7 +28,7 @@ UnixPlatform::FileReadingPath::~FileReadingPath() {
     try {
         Close();
     } catch (...) {
-        // A destructor has nobody to report to; who wants to know calls Close before.
+        // A destructor cannot report the error. A caller that needs it calls Close first.
     }
 }
 

@@ -1,4 +1,4 @@
-// One open descriptor on a file, on the system's side. See files/FileReadingPath.h.
+// The file descriptor of a file opened for reading: the implementation of files/FileReadingPath.h.
 #pragma once
 
 #include "files/unix/FileLocation.h"
@@ -8,44 +8,45 @@ namespace UnixPlatform {
 class FileReader;
 class FileWriter;
 
-// What the portable class of this name promises holds here, on locations of the platform.
+// The contract is that of the class of the same name in files/FileReadingPath.h.
 class FileReadingPath {
 public:
-    // Nothing open.
+    // Not open.
     FileReadingPath() = default;
     explicit FileReadingPath(FileLocation const& where);
 
-    // Closes; what the close has to report is lost. It flushes nothing.
+    // Closes the file without flushing it. An error of close(2) is ignored.
     virtual ~FileReadingPath();
 
     FileReadingPath(FileReadingPath const&) = delete;
     FileReadingPath& operator=(FileReadingPath const&) = delete;
 
-    // Records `where`, also when the open fails; later failures name it. The descriptor is closed
-    // on exec.
+    // Stores `where`, even if the open fails; later exceptions name it. The file descriptor is
+    // close-on-exec.
     //
-    // Deliberate: an open descriptor is not closed first, it is lost. And the text "/proc/kmsg", in
-    // any case of letters, is refused with a plain FileIOError of code 0 before anything is opened,
-    // since a read of it would wait for the kernel's next message; other names of that file are
-    // not known here.
+    // Deliberate: a file that is already open is not closed, and its file descriptor leaks. The
+    // path "/proc/kmsg" (case-insensitive) throws FileIOError with the code 0 before anything is
+    // opened, because reading it would block until the next message of the kernel. Other paths of
+    // that file are not detected.
     virtual void OpenExisting(FileLocation const& where);
 
-    // What Length yields for a file whose length nobody knows.
+    // The result of Length for a file whose length is unknown.
     static constexpr unsigned long long unknownLength = ~0ULL;
 
-    // In bytes, asked of the system anew; unknownLength if the system refuses to seek to the end,
-    // as it does for many files of /proc. From then on this object answers so without asking,
-    // whatever it opens. The descriptor's position is kept.
+    // Returns the current length in bytes, or unknownLength if seeking to the end fails with
+    // EINVAL, as for many files of /proc. From then on the object always returns unknownLength,
+    // whatever it opens. The position of the file descriptor does not change.
     //
-    // Throws FileNotOpenError (code 0) if nothing is open; what else fails goes to ThrowError.
+    // Throws FileNotOpenError (code 0) if the path is not open; other failures throw like
+    // ThrowError.
     unsigned long long Length() const;
 
-    // Harmless if nothing is open. The descriptor counts as gone also when close(2) fails, which
-    // goes to ThrowError of this class.
+    // Does nothing if the path is not open. If close(2) fails, the path is not open either, and the
+    // function throws like ThrowError of this class.
     void Close();
 
-    // Throws what the number means to an opened file, naming `where`; returns for 0. The table
-    // stands in files/unix/FileErrorMappers.h.
+    // Throws the exception for the number in the column "reading path" of
+    // files/unix/FileErrorMappers.h, with the name `where`. Returns for 0.
     void ThrowError(FileLocation const& where, int errorNumber) const;
 
 protected:

@@ -1,40 +1,40 @@
-// What stands at a path, as the system tells it.
+// The state of a path: whether something exists there, its type, and its stat records.
 #pragma once
 
 #include <cstdint>
 #include <sys/stat.h>
 
 enum FileStatsState : std::int32_t {
-    StatsValid = 0,            // an entry that is no symbolic link
-    StatsValidThroughLink = 1, // a symbolic link with a target that can be reached
-    StatsBrokenLink = 2,       // a symbolic link whose target can't be reached
-    StatsNothingThere = 3,     // nothing, or nothing that can be examined
+    StatsValid = 0,            // a directory entry that is not a symbolic link
+    StatsValidThroughLink = 1, // a symbolic link whose target can be reached
+    StatsBrokenLink = 2,       // a dangling link: a symbolic link whose target cannot be reached
+    StatsNothingThere = 3,     // nothing exists there, or it cannot be examined
 };
 
-// The state of a path, and what lstat(2) and stat(2) tell of it. Type tests look at the target, so
-// a link counts as what it points at.
+// The state of a path and the results of lstat(2) and stat(2). Type tests examine the target, so a
+// link counts as its target.
 class FileStats {
 public:
-    // Nothing there.
+    // The state StatsNothingThere.
     FileStats() = default;
 
-    // Fills the object by lstat(2) and, for a link, stat(2). Yields 0 or the error number of the
-    // one that failed, which is that of the target for a broken link.
+    // Fills the object by lstat(2) and, for a symbolic link, stat(2). Returns 0 or the error number
+    // of the call that failed: for a dangling link, that of stat(2).
     int get(char const* path);
 
     FileStatsState State() const { return state; }
     bool IsNothingThere() const { return state == StatsNothingThere; }
     bool IsBrokenLink() const { return state == StatsBrokenLink; }
 
-    // False where there is no target to look at.
+    // False if there is no target.
     bool IsDirectory() const { return HasType(S_IFDIR); }
     bool IsRegularFile() const { return HasType(S_IFREG); }
 
-    // What stat(2) tells; all zero for a broken link and where nothing is.
+    // The result of stat(2); all zero for a dangling link and if nothing exists at the path.
     struct stat const& Target() const {
         return target;
     }
-    // What lstat(2) tells; all zero where nothing is.
+    // The result of lstat(2); all zero if nothing exists at the path.
     struct stat const& Link() const {
         return link;
     }

@@ -1,5 +1,4 @@
-// A position on an open file, at which bytes are written, on the system's side. See
-// files/FileWriter.h.
+// A position in a file at which bytes are written: the implementation of files/FileWriter.h.
 #pragma once
 
 #include "data/ConstData.h"
@@ -9,24 +8,25 @@ namespace UnixPlatform {
 class FileLocation;
 class FileWritingPath;
 
-// What the portable class of this name promises holds here, with the path given to Start.
+// The contract is that of the class of the same name in files/FileWriter.h. Exceptions have no
+// name, because a path opened for writing does not store its location.
 class FileWriter {
 public:
-    // REQUIRES, for all that follows: Start was called; the path lives as long as it is written.
+    // REQUIRES: Start is called before any other operation, and the path outlives the writing.
     FileWriter() = default;
     FileWriter(FileWritingPath const& newPath, unsigned long long newPosition);
 
     void Start(FileWritingPath const& newPath, unsigned long long newPosition);
 
-    // The offset of the next byte: after a failure, behind what was written before it.
+    // The offset of the next byte; after a failure, behind the bytes already written.
     unsigned long long Position() const { return position; }
     void SetPosition(unsigned long long newPosition) { position = newPosition; }
 
-    // Writes all of it, in as many steps as the system takes; empty data is left alone.
+    // Writes all bytes, in as many calls of write(2) as needed; does nothing if there are none.
     FileWriter& operator<<(ConstData data);
 
-    // Throws what the number means to a writer, naming `where`; returns for 0. The table stands in
-    // files/unix/FileErrorMappers.h.
+    // Throws the exception for the number in the column "writer" of files/unix/FileErrorMappers.h,
+    // with the name `where`. Returns for 0.
     void ThrowError(FileLocation const& where, int errorNumber) const;
 
 private:

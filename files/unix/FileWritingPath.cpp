@@ -38,7 +38,7 @@ void UnixPlatform::FileWritingPath::FlushOnBrokenFilesystems() const { Flush(); 
 
 void UnixPlatform::FileWritingPath::Open(FileLocation const& where, int flags) {
     Close();
-    // The system looks at the mode only if the flags let it create a file.
+    // The system uses the mode only with O_CREAT.
     descriptor = open(where.Text(), flags, 0666);
     if (descriptor == -1)
         ThrowError(where, errno);

@@ -1,37 +1,40 @@
-// One open descriptor on a file to be written, on the system's side. See files/FileWritingPath.h.
+// The file descriptor of a file opened for writing: the implementation of files/FileWritingPath.h.
 #pragma once
 
 #include "files/unix/FileReadingPath.h"
 
 namespace UnixPlatform {
 
-// What the portable class of this name promises holds here, on locations of the platform.
+// The contract is that of the class of the same name in files/FileWritingPath.h.
 //
-// Deliberate: no open of this class records its location. A failed open names the file, what fails
-// later (Flush, SetLength, the writes) names none.
+// Deliberate: this class does not store its location. An exception of an open names the file;
+// exceptions of other operations (Flush, SetLength, writing) have no name.
 class FileWritingPath : public FileReadingPath {
 public:
-    // All four close what is still open first, and open for reading and writing; the mode of a new
-    // file is 0666 less the umask. The descriptor is closed on exec. A failure leaves nothing open.
+    // Open for reading and writing. They first close a file that is still open. A new file has the
+    // permissions 0666 without the umask. The file descriptor is close-on-exec. After a failure,
+    // the path is not open.
     void OpenExisting(FileLocation const& where) override;
     void OpenExistingOrNew(FileLocation const& where);
     void OpenNew(FileLocation const& where);
     void OpenNewOrAsNew(FileLocation const& where);
 
-    // Deliberate, and kept for those who count on it: this is not a resize. If the file is shorter
-    // than `length`, `length` - 1, cut to 32 bits, goes to the system as the whence of a seek by 0
-    // (so 1, 2 and 3 mean the start, the present position and the end, and most else is refused),
-    // and one zero byte is written where that leads. Otherwise the file is truncated to the length
-    // that it has: it does not shrink.
+    // Deliberate: this function does not set the length, and callers depend on that.
+    // - If the file is shorter than `length`, calls lseek with offset 0 and, as its whence,
+    //   `length` - 1 truncated to 32 bits. Then writes one zero byte at the resulting position. So
+    //   the lengths 1, 2 and 3 mean the start, the current position and the end; most other values
+    //   are refused.
+    // - Otherwise the file is truncated to its current length, so it does not become shorter.
     void SetLength(unsigned long long length);
 
-    // Waits until the data is on the disk: fsync(2).
+    // Waits until the data is on disk: fsync(2).
     void Flush() const;
 
-    // The flush for file systems on which Flush is not enough. Here there is nothing to add to it.
+    // The flush for file systems where Flush is not sufficient. On this platform, the same as
+    // Flush.
     void FlushOnBrokenFilesystems() const;
 
-    // As in the base class, by the column "writing path" of files/unix/FileErrorMappers.h. The
+    // Like the base class, with the column "writing path" of files/unix/FileErrorMappers.h. The
     // inherited Length and Close use the column "reading path".
     void ThrowError(FileLocation const& where, int errorNumber) const;
 

@@ -1,7 +1,7 @@
-// The system's seek, with arguments that hold any offset.
+// lseek(2) with arguments that hold any offset.
 #pragma once
 
-// lseek64(2): returns the new offset from the start of the file, or -1 with errno set. The system
-// takes `offset` as signed: with SEEK_CUR the all-ones value is one byte back, with SEEK_SET it is
-// refused. `whence` is not tested.
+// Calls lseek64(2). Returns the new offset from the start of the file, or -1 with errno set. The
+// system takes `offset` as signed: with SEEK_CUR the all-ones value moves back by one byte, with
+// SEEK_SET it is refused. `whence` is not checked.
 long long Seek64(unsigned int descriptor, unsigned long long offset, unsigned int whence);

@@ -14,13 +14,13 @@ namespace UnixPlatform {
 
 namespace {
 
-// Also the code of the failure.
+// The values are also the codes of the exceptions.
 enum class Kind : int { file = 0, directory = 1 };
 
 constexpr char uniquePart[] = "/XXXXXX";
 constexpr std::size_t bufferSize = 4096;
 
-// The limit for directory and prefix together. A longer text is refused, not truncated.
+// The maximum length of directory and prefix together. Longer text is rejected, not truncated.
 constexpr std::size_t maxStemLength = 4087;
 static_assert(maxStemLength + sizeof(uniquePart) <= bufferSize,
               "the longest name fits with its NUL");
@@ -31,7 +31,8 @@ char* Append(char* target, ConstData text) {
     return target + text.Length();
 }
 
-// Puts the name in place of the last six bytes. False if the system refuses.
+// Creates the file or directory, and replaces the last six bytes of `name` by its unique suffix.
+// Returns false if the system call fails.
 bool Create(char* name, Kind kind) {
     if (kind == Kind::directory)
         return mkdtemp(name) != nullptr;

@@ -1,6 +1,6 @@
-// The work behind files/TemporaryLocations.h.
+// The implementation of files/TemporaryLocations.h, whose contract applies.
 //
-// The contract stands there. What differs: the directory of a unique name is not tested beforehand.
+// The difference: the directory of a unique name is not checked first.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@ class FileLocation;
 FileLocation TemporaryFileDirLocation();
 FileLocation UISessionDefaultDirectory(std::string const& user);
 
-// An empty directory means the root, where few may create anything: the name then is
-// "/", the prefix and the six characters.
+// An empty directory means the root, where few users may create files. The path is then "/", the
+// prefix and the six characters.
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
 FileLocation CreateUniqueDirLocation(FileLocation const& directory, char const* prefix);
 

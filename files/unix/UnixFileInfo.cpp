@@ -6,7 +6,7 @@
 
 namespace {
 
-// Unsigned, since a file system may hold a time that wraps here.
+// Multiplies as unsigned, because a file system may have a time for which the product wraps.
 Instant InstantOfSeconds(time_t seconds) {
     return Instant(static_cast<std::int64_t>(static_cast<std::uint64_t>(seconds) *
                                              std::uint64_t{microsecondsPerSecond}));

@@ -1,4 +1,4 @@
-// What stands at a location, with its times.
+// The state of a file, with its times.
 #pragma once
 
 #include "files/Instant.h"
@@ -12,25 +12,27 @@ class UnixFileInfo : public FileStats {
 public:
     UnixFileInfo() = default;
 
-    // Filled from the location; what the system refuses shows as the state.
+    // Fills the object from the location; a failed system call results in the state
+    // StatsNothingThere or StatsBrokenLink.
     explicit UnixFileInfo(FileLocation const& location);
 
-    // FileStats::get with the location's text.
+    // Calls FileStats::get with the location's text.
     int Set(FileLocation const& location);
 
-    // Of the target, in whole seconds.
+    // Return the times of the target, in whole seconds.
     Instant AccessTime() const;
     Instant ModificationTime() const;
 
-    // Changes this object only, never the disk. What is less than a second is cut off.
+    // Changes this object only, not the disk. Truncates the time to whole seconds.
     void SetModificationTime(Instant const& time);
 };
 
-// Whether all that is known is the same, state and both records. Deliberate: two infos of nothing
-// are not equal.
+// True if state, stat record and lstat record are equal.
+//
+// Deliberate: two objects in the state StatsNothingThere are not equal.
 bool operator==(UnixFileInfo const& left, UnixFileInfo const& right);
 
-// The times of the file system and an Instant are the same number.
+// Return the argument: the times of the file system are Instants.
 Instant FileTimeToInstant(Instant time);
 Instant InstantToFileTime(Instant time);
 

@@ -9,12 +9,12 @@ namespace UnixPlatform {
 
 namespace {
 
-// For a name and the end of a pattern: at each position of the name, and behind its last byte,
-// whether that end of the pattern matches all that follows. Growing the end by one character needs
-// nothing but this row, which is what keeps hostile patterns harmless.
+// For each position in the name, including its end: whether the pattern's suffix processed so far
+// matches the rest of the name from there on. Each step extends the suffix by one character and
+// needs only this row, so the time is at most proportional to the product of the lengths.
 class MatchRow {
 public:
-    // For the empty pattern.
+    // Starts with the empty suffix.
     explicit MatchRow(ConstData subject) : name(subject) {
         if (name.Length() >= inside.size()) {
             outside.resize(name.Length() + 1);
@@ -25,16 +25,18 @@ public:
 
     bool AtStart() const { return matches[0]; }
 
-    // A byte or "?" in front.
+    // Puts a byte or "?" in front of the suffix.
     void PrependCharacter(char character) {
         for (std::size_t i = 0; i < name.Length(); ++i)
             matches[i] = matches[i + 1] && (character == '?' || IsAt(i, character));
         matches[name.Length()] = false;
     }
 
-    // "*" in front. On a "*" of the name it is a byte like any other. As a wildcard it leaves at
-    // least the last byte to what follows, and takes all if nothing follows; behind the last byte
-    // it stands for nothing.
+    // Puts "*" in front of the suffix.
+    // - At a "*" of the name, it matches only that byte.
+    // - At any other byte it is a wildcard. It matches all remaining bytes if it is the last
+    //   character of the pattern; otherwise it leaves at least the last byte to the suffix.
+    // - At the end of the name, it matches no bytes.
     void PrependStar(bool isLastOfPattern) {
         bool any = isLastOfPattern;
         bool next = matches[name.Length()];
@@ -52,7 +54,7 @@ private:
     }
 
     ConstData name;
-    // A name in a directory has at most 255 bytes.
+    // A file name has at most 255 bytes.
     std::array<unsigned char, 256> inside{};
     std::vector<unsigned char> outside;
     unsigned char* matches = inside.data();

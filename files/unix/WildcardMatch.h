@@ -1,18 +1,18 @@
-// Patterns over the names of files.
+// Wildcard patterns for file names.
 #pragma once
 
 #include "data/ConstData.h"
 
 namespace UnixPlatform {
 
-// Whether the pattern, a NUL-terminated text, matches all of the name. "*" stands for any run of
-// bytes, the empty one too, "?" for any one byte, and every other byte for itself.
+// True if the NUL-terminated pattern matches the whole name. "*" matches any number of bytes, even
+// none, "?" any one byte, and every other byte itself.
 //
-// Deliberate: a "*" of the pattern that meets a "*" of the name stands for just that one byte. So
-// "*" matches "ab" and "*", but not "*a".
+// Deliberate: a "*" of the pattern that is compared with a "*" of the name matches only that byte.
+// So "*" matches "ab" and "*", but not "*a".
 //
-// The time is that of the lengths multiplied, at worst, whatever the pattern. A name of up to 255
-// bytes costs no allocation.
+// The time is at most proportional to the product of the lengths, for every pattern. A name of up
+// to 255 bytes needs no allocation.
 bool MatchWildcard(ConstData name, char const* pattern);
 
 } // namespace UnixPlatform
