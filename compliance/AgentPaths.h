@@ -1,4 +1,4 @@
-// The agent's paths and the name of its process. docs/exchange.md describes what they are for.
+// The paths and the process name of the agent. docs/exchange.md describes their use.
 #pragma once
 
 #include <string_view>
@@ -18,7 +18,7 @@ constexpr char responseDirectory[] = "/var/opt/VeskaClient/ResponseDir";
 constexpr char response[] = "/var/opt/VeskaClient/ResponseDir/response.xml";
 constexpr char temporaryResponse[] = "/var/opt/VeskaClient/ResponseDir/responseTemp.xml";
 
-// The last component of an absolute path.
+// Returns the last component of an absolute path.
 constexpr char const* NameIn(char const* path) {
     return path + std::string_view(path).rfind('/') + 1;
 }

@@ -1,23 +1,23 @@
-// Checks for the agent, made before a request is written. They read the file system only.
+// Checks whether the agent is available, before a request is written. They only read the file
+// system.
 //
-// Root and any other user run the same code. No process is signalled. Any file or process with the
-// agent's name counts as the agent.
+// The checks are the same for root and for other users. They send no signals. Every file or process
+// with the agent's name counts as the agent.
 #pragma once
 
 namespace UnixPlatform {
 
-// Returns 0 if AgentPaths::program exists and -1 if not; note the sense. An entry of any type and
-// mode counts, except for a dangling link.
+// Returns 0 if AgentPaths::program exists, otherwise -1. A directory entry of any type and mode
+// counts, except a dangling link.
 int IsInstalled();
 
-// Returns whether a process has the agent's name. Stops at the first match. Throws nothing but
-// std::bad_alloc.
+// True if a process has the agent's name. Stops at the first match. Throws only std::bad_alloc.
 bool IsRunning();
 
-// Returns whether the process has exactly the agent's name (ProcessNames.h defines the name).
+// True if the name of the process, as ProcessNames.h defines it, is exactly the agent's name.
 bool HasAgentName(unsigned int processId);
 
-// Always true: on this platform there is nothing to configure.
+// Always true: on this platform, the agent needs no configuration.
 bool IsConfigured();
 
 } // namespace UnixPlatform

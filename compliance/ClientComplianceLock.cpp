@@ -7,7 +7,7 @@ namespace {
 
 // The lock while it is held, otherwise null.
 InterProcessLock* iLock = nullptr;
-// Once set, Lock refuses for the rest of the process.
+// If true, Lock returns false for the rest of the process.
 bool iLockIsRefused = false;
 
 void Destroy() {
@@ -22,7 +22,7 @@ ClientComplianceLock& ClientComplianceLock::The() {
     return instance;
 }
 
-// A lock that was held until the process exits is not taken again.
+// A lock that is held when the process exits cannot be acquired again.
 ClientComplianceLock::~ClientComplianceLock() {
     if (!iLock)
         return;

@@ -1,14 +1,14 @@
-// The lock that keeps evaluations apart: one at a time on a machine.
+// The lock that allows one evaluation at a time on a machine.
 //
-// The request and the response have one fixed path each, so an evaluation holds the lock on
-// AgentPaths::lockFile from its first access to its last. The directory is the agent's and must
-// exist; the file is created at first use, and stays.
+// The request and the response have fixed paths, so an evaluation holds a lock on
+// AgentPaths::lockFile from its first to its last access. The agent creates the directory. The
+// first Lock creates the file, which is never removed.
 #pragma once
 
-// The single instance. Not thread-safe, and no lock between the threads of a process.
+// A singleton. Not thread-safe; does not exclude other threads of the process.
 class ClientComplianceLock {
 public:
-    // Built on first use, destroyed at the normal exit of the process.
+    // Returns the instance, which exists from the first call until the process exits normally.
     static ClientComplianceLock& The();
 
     // Releases the lock if it is held.
@@ -17,17 +17,18 @@ public:
     ClientComplianceLock(ClientComplianceLock const&) = delete;
     ClientComplianceLock& operator=(ClientComplianceLock const&) = delete;
 
-    // Takes the lock and returns whether it is held now. Does not wait, and never throws: a missing
-    // directory, missing rights and a lock held by another process all return false.
+    // Acquires the lock. Returns true if it is now held. Does not wait and never throws: returns
+    // false if the directory does not exist, if access is denied, or if another process holds the
+    // lock.
     //
-    // While this process holds the lock, a further call returns false and changes nothing.
+    // If this process already holds the lock, returns false and keeps it.
     //
-    // Deliberate: after another process was found to hold the lock, every later call in this
-    // process returns false without a system call, also when the lock is free by then. After a
-    // failure to open the file a later call tries again.
+    // Deliberate: if another process holds the lock, all later calls in this process return false
+    // without a system call, even if the lock is free by then. If opening the file failed, the next
+    // call tries again.
     bool Lock() noexcept;
 
-    // Releases the lock. Does nothing while it is not held.
+    // Releases the lock. Does nothing if it is not held.
     void Unlock() noexcept;
 
 private:

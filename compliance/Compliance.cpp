@@ -17,8 +17,8 @@ void ReleaseLock() {
     ClientComplianceLock::The().Unlock();
 }
 
-// Whether the agent can be asked now: 0, or the code of the first thing that stands against it. A
-// positive result of the first check is good enough to skip the others.
+// Returns 0 if the agent can be called, otherwise the code of the first check that fails. If
+// IsInstalled returns a positive result, the other checks are skipped.
 int CheckAgent() {
     int const installed = UnixPlatform::IsInstalled();
     if (installed != 0)
@@ -32,7 +32,7 @@ int CheckAgent() {
     return 0;
 }
 
-// Asks the agent for its progress, into iResponse: what the exchange returned.
+// Requests the progress from the agent, into iResponse. Returns the result of the exchange.
 int ExchangeProgress() {
     try {
         ClientComplianceRequest request = CreateComplianceRequestProgress();

@@ -1,35 +1,35 @@
 /*
- * The programming interface to the endpoint agent on this machine: five functions with which a
- * caller opens one compliance evaluation, polls it, reads the result rows and closes it.
+ * The C API to the endpoint agent on this machine: five functions that open a compliance
+ * evaluation, poll it, return the result rows and close it.
  *
  * Compiles as C (C89 and later) and as C++. Conventions:
  *
  *  1. Calling order: one COMPLIANCE_Open; COMPLIANCE_Progress as long as it returns 3; after 1,
- *     COMPLIANCE_ResultCount and COMPLIANCE_IndexedValue as often as wanted; one COMPLIANCE_Close.
+ *     any number of COMPLIANCE_ResultCount and COMPLIANCE_IndexedValue; one COMPLIANCE_Close.
  *     If COMPLIANCE_Open returns a negative code, nothing is open and no COMPLIANCE_Close is
  *     needed. If it returns 0 or throws std::bad_alloc (see 8), COMPLIANCE_Close must follow,
  *     whatever COMPLIANCE_Progress returns: only COMPLIANCE_Close releases the lock.
  *  2. Codes: each function describes 0 and its positive values; every negative value is one of the
  *     COMPLIANCE_ERROR_ numbers below. Nothing is logged and no text is printed.
- *  3. Texts are bytes up to a NUL, in no particular encoding. What is passed in is only read, and
- *     only during the call. The texts that COMPLIANCE_IndexedValue stores belong to the interface,
- *     stay valid until COMPLIANCE_Close, and must not be freed.
- *  4. Null: `url` and `doc` may be null, which counts as empty text. The pointers through which
- *     results are stored must not be null.
+ *  3. Strings are NUL-terminated bytes in an unspecified encoding. Arguments are only read, and
+ *     only during the call. The strings that COMPLIANCE_IndexedValue stores belong to the library,
+ *     are valid until COMPLIANCE_Close, and must not be freed.
+ *  4. Null: `url` and `doc` may be null, which counts as the empty string. The pointers through
+ *     which results are stored must not be null.
  *  5. Time: an exchange with the agent sleeps at least one second and at most about ten while it
- *     waits for the answer. Failures to write the request are retried for up to about six more. A
- *     handled signal ends the current sleep early. COMPLIANCE_Open, COMPLIANCE_Progress and
- *     COMPLIANCE_Close make one exchange each. A call that refuses without one does not sleep
+ *     waits for the response. A failed write of the request is retried for up to about six more
+ *     seconds. A handled signal ends the current sleep early. COMPLIANCE_Open, COMPLIANCE_Progress
+ *     and COMPLIANCE_Close make one exchange each. A call that fails without one does not sleep
  *     (COMPLIANCE_ERROR_NOT_INSTALLED, _NOT_RUNNING, _REQUEST_PENDING, _LOCK, _ALREADY_OPEN), and
  *     neither does COMPLIANCE_Progress after it has returned 1.
- *  6. One thread, one evaluation at a time in a process. Nothing here is guarded: a program with
- *     threads calls all five functions from one of them. That thread needs a stack of at least
+ *  6. Not thread-safe; one evaluation at a time in a process. A program with several threads must
+ *     call all five functions from the same one. That thread needs a stack of at least
  *     128 KiB. Thread cancellation is not supported: a thread that is cancelled during a call
  *     aborts the process. See libclientcompliance(3).
  *  7. The lock between processes is a POSIX record lock on
- *     "/var/opt/VeskaClient/RequestDir/lockfile". The system drops such a lock as soon as the
- *     process closes any descriptor of that file, so a host program must not open and close the
- *     lock file itself. A host that closes all its descriptors during an evaluation loses the lock
+ *     "/var/opt/VeskaClient/RequestDir/lockfile". The system releases such a lock when the process
+ *     closes any file descriptor of that file, so a host program must not open and close the lock
+ *     file itself. A host that closes all its descriptors during an evaluation loses the lock
  *     without an error, and COMPLIANCE_Close may then close a descriptor of the host. See
  *     libclientcompliance(3). A child made by fork does not hold the lock and must not call the
  *     functions for the evaluation that its parent has open.
@@ -40,7 +40,7 @@
 #ifndef COMPLIANCE_COMPLIANCE_H
 #define COMPLIANCE_COMPLIANCE_H
 
-/* Flags of COMPLIANCE_Open, to be added up. They travel to the agent uninterpreted. */
+/* Flags of COMPLIANCE_Open, combined by addition. The agent receives the sum unchanged. */
 #define COMPLIANCE_FLAG_GATHER 1         /* gather all sites */
 #define COMPLIANCE_FLAG_EVALUATE_ALL 2   /* evaluate all pellars */
 #define COMPLIANCE_FLAG_IDLE_CPU_USAGE 4 /* use the idle CPU resource level */
@@ -52,11 +52,11 @@
 /* The agent's executable does not exist. From COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_NOT_INSTALLED (-1)
 
-/* No process with the agent's name runs. From COMPLIANCE_Open. */
+/* No process has the agent's name. From COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_NOT_RUNNING (-2)
 
-/* The agent did not take the request within 10 seconds. The request stays on disk, so the next
-   COMPLIANCE_Open returns COMPLIANCE_ERROR_REQUEST_PENDING until the agent takes it. */
+/* The agent did not remove the request within 10 seconds. The request stays on disk, so the next
+   COMPLIANCE_Open returns COMPLIANCE_ERROR_REQUEST_PENDING until the agent removes it. */
 #define COMPLIANCE_ERROR_NO_PICKUP (-3)
 
 /* The agent is not configured. Never returned: on this platform the check always passes. */
@@ -67,27 +67,27 @@
 #define COMPLIANCE_ERROR_REQUEST_PENDING (-5)
 
 /* From COMPLIANCE_Open: the lock could not be taken, because the lock file could not be opened or
-   created, or because another process holds it. After a refusal by another holder every further
-   COMPLIANCE_Open in this process returns this code too, even once the lock is free. If the lock
+   created, or because another process holds it. If another process held it, every later
+   COMPLIANCE_Open in this process returns this code, too, even when the lock is free. If the lock
    file could not be opened, the next call tries again.
    From COMPLIANCE_Progress and COMPLIANCE_Close: nothing is open. */
 #define COMPLIANCE_ERROR_LOCK (-6)
 
-/* The agent took the request, but no response could be read within the time limit.
+/* The agent removed the request, but no response could be read within the timeout.
    From COMPLIANCE_Progress also: the response has a progress state other than 1, 2 and 3. */
 #define COMPLIANCE_ERROR_BAD_RESPONSE (-7)
 
-/* No final response is held yet. From COMPLIANCE_ResultCount and COMPLIANCE_IndexedValue. */
+/* The evaluation has not finished yet. From COMPLIANCE_ResultCount and COMPLIANCE_IndexedValue. */
 #define COMPLIANCE_ERROR_NO_RESULTS (-8)
 
 /* An evaluation is already open in this process. It stays open. From COMPLIANCE_Open. */
 #define COMPLIANCE_ERROR_ALREADY_OPEN (-15)
 
-/* The exchange failed other than in writing the request or reading the response. The request stays
-   on disk if it was written. */
+/* The exchange failed, but not in writing the request or reading the response. The request stays on
+   disk if it was written. */
 #define COMPLIANCE_ERROR_EXCHANGE (-16)
 
-/* The request could not be written. An unfinished request may have been published all the same. The
+/* The request could not be written. An incomplete request may have been published; the
    next COMPLIANCE_Open then returns COMPLIANCE_ERROR_REQUEST_PENDING. */
 #define COMPLIANCE_ERROR_REQUEST_WRITE (-17)
 
@@ -105,12 +105,12 @@ extern "C" {
 #endif
 
 /*
- * Opens an evaluation of the document `doc` of the site `url` and hands it to the agent. Takes the
- * lock, then checks, in this order, whether the agent is installed, running and configured, and
- * whether a request is waiting; each refusal releases the lock. Returns 0, with the lock held, or a
- * negative code, with nothing open.
+ * Opens an evaluation of the document `doc` of the site `url`: sends an Open request to the agent
+ * and waits for the response. Before that, acquires the lock and checks, in this order, whether the
+ * agent is installed, running and configured, and whether a request is waiting. Returns 0, with the
+ * lock held, or a negative code, with the lock released and nothing open.
  *
- * The content of the agent's answer is not examined: 0 means that there was one.
+ * The result 0 means that the agent has responded. The contents of the response are not examined.
  *
  * Throws std::bad_alloc if memory is exhausted before the exchange begins. The lock is then held,
  * and COMPLIANCE_Close must be called to release it.
@@ -118,33 +118,33 @@ extern "C" {
 int COMPLIANCE_Open(char const* url, char const* doc, unsigned int flags);
 
 /*
- * Asks the agent for the progress of the evaluation. Returns
+ * Requests the progress of the evaluation from the agent. Returns
  *   1  finished: the rows can be read, and further calls return 1 at once without an exchange;
- *   2  the agent reports an error: its number is stored through `error`. The number -22 means that
- *      the agent is not available right now;
- *   3  in progress: the agent's percentage is stored through `percent` unchanged;
- *   or a negative code, after which the caller may ask again.
- * Only the variable that belongs to the returned value is written.
+ *   2  the agent reports an error: its number is stored in `*error`. The number -22 means that the
+ *      agent is currently not available;
+ *   3  in progress: the agent's percentage is stored in `*percent` unchanged;
+ *   or a negative code, after which the caller may call the function again.
+ * Writes no other variable than the one named for the result.
  */
 int COMPLIANCE_Progress(int* percent, int* error);
 
-/* The number of result rows, or COMPLIANCE_ERROR_NO_RESULTS before COMPLIANCE_Progress returned 1.
- */
+/* Returns the number of result rows, or COMPLIANCE_ERROR_NO_RESULTS until COMPLIANCE_Progress has
+   returned 1. */
 int COMPLIANCE_ResultCount(void);
 
 /*
- * Stores the six texts of the row `index`, counted from 0. They are the agent's bytes, unchanged;
- * by custom `evaluationTime` is a number of microseconds. Returns 0, COMPLIANCE_ERROR_NO_RESULTS or
- * COMPLIANCE_ERROR_BAD_INDEX; at a negative code nothing is stored.
+ * Stores pointers to the six strings of the row `index`, counted from 0. They are the agent's
+ * bytes, unchanged; by convention `evaluationTime` is a number of microseconds. Returns 0,
+ * COMPLIANCE_ERROR_NO_RESULTS or COMPLIANCE_ERROR_BAD_INDEX; stores nothing with a negative code.
  */
 int COMPLIANCE_IndexedValue(unsigned int index, char const** designator, char const** result,
                             char const** resultType, char const** evaluationTime,
                             char const** description, char const** comment);
 
 /*
- * Tells the agent that the evaluation is over. Releases the lock and the rows, also if the exchange
- * fails; then the negative code describes this last exchange. Does nothing and returns
- * COMPLIANCE_ERROR_LOCK if nothing is open.
+ * Closes the evaluation: sends a Close request to the agent, and releases the lock and the rows,
+ * even if the exchange fails. Returns 0, or the negative code of this exchange. Does nothing and
+ * returns COMPLIANCE_ERROR_LOCK if nothing is open.
  */
 int COMPLIANCE_Close(void);
 

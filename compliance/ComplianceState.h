@@ -1,16 +1,19 @@
-// The state of the five COMPLIANCE_ functions, for their source and for tests.
+// The state of the five COMPLIANCE_ functions, for their implementation and for tests.
 //
-// Closed: both flags false. Open: iOwnLock. Finished: both, with the rows in iResponse. Plain
-// variables without a guard: the interface is for one thread.
+// - Closed: both flags are false.
+// - Open: only iOwnLock is true.
+// - Finished: both flags are true, and iResponse has the rows.
+//
+// Not thread-safe.
 #pragma once
 
 #include "compliance/ClientCompliance.h"
 
-// This process holds the exchange lock through a successful COMPLIANCE_Open.
+// True while this process holds the exchange lock, from COMPLIANCE_Open to COMPLIANCE_Close.
 extern bool iOwnLock;
 
-// COMPLIANCE_Progress has seen the final state; the results are in iResponse.
+// True if COMPLIANCE_Progress has received the final state. The results are in iResponse.
 extern bool iHaveResponse;
 
-// The one response that outlives a call: the last progress answer and, in the end, the rows.
+// The last response to COMPLIANCE_Progress; after the final one, the rows.
 extern ClientComplianceResponse iResponse;

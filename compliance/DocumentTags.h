@@ -1,6 +1,6 @@
-// Element names (xTag) and fixed texts (xDat) of the two documents.
+// Element names (xTag) and fixed texts (xDat) of the request and the response document.
 //
-// ClientCompliance.h has the texts of the three types.
+// ClientCompliance.h declares the texts of the three types.
 #pragma once
 
 extern char const* const xTagClientComplianceRequestDocRoot;

@@ -1,4 +1,4 @@
-// Writing, publishing and parsing of the request and the response document.
+// Writes, publishes and parses the request and the response document.
 #pragma once
 
 #include <string>
@@ -14,11 +14,11 @@ class FileLocation;
 class FileReadingPath;
 class XMLTreeParserPL;
 
-// Writes an XML document to a file: CR LF lines, one tab for each open element.
+// Writes an XML document to a file, with CR LF line breaks and one tab for each open element.
 //
-// Calling sequence: the constructor creates or truncates the file and begins the root; the elements
-// follow; End closes the root, flushes the file to disk and closes it. A document without End stays
-// unfinished on disk. All members throw the errors of the file layer.
+// Calling sequence: the constructor creates or truncates the file and begins the root; then the
+// elements; End closes the root, flushes the file to disk and closes it. Without End, the document
+// on disk is incomplete. All members throw like the file layer.
 class ExchangeDocument {
 public:
     ExchangeDocument(FileLocation const& file, char const* root, char const* versionName,
@@ -27,7 +27,7 @@ public:
     void BeginElement(char const* name);
     void EndElement();
 
-    // Writes an element with text only, on one line. An empty text leaves the two tags.
+    // Writes an element with text, on one line. An empty text leaves the start and the end tag.
     void WriteElement(char const* name, ConstData text);
 
     void End();
@@ -39,25 +39,25 @@ private:
     XMLWriterPL writer;
 };
 
-// Where a document is written, and where it is published. Refers to both locations, which must
-// outlive it.
+// The path where a document is written and the path where it is published. REQUIRES: both locations
+// outlive this object.
 struct DocumentLocations {
     FileLocation const& temporary;
     FileLocation const& published;
 };
 
-// Renames the temporary document to the published name, with retries; replaces an existing file.
-// Throws FileIOError.
+// Renames the temporary document to the published path, with retries; replaces an existing file.
+// Throws FileIOError, except if rename(2) fails (see MoveFile).
 void PublishDocument(DocumentLocations const& locations);
 
-// Publishes the temporary document as it is, finished or not; removes it if that fails. Throws only
-// the error of the removal.
+// Publishes the temporary document, even if it is incomplete. Removes it if that fails. Throws only
+// if the removal fails.
 void PublishPartialOrRemove(DocumentLocations const& locations);
 
-// Writes a document by `write()` and publishes it. Returns false after any failure.
+// Writes a document by `write()` and publishes it. Returns false after a failure.
 //
-// Deliberate: after a failure the unfinished document is published, or removed if that fails too.
-// The other side thereby learns that there was a document.
+// Deliberate: after a failure, publishes the incomplete document, or removes it if that fails, too.
+// So the reader detects that a document was written.
 template <typename Write>
 bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     try {
@@ -70,11 +70,12 @@ bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     return false;
 }
 
-// Parses the file to its end. It stays open.
+// Parses the file to its end. Does not close it.
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser);
 
-// Returns the text of a type in both documents, or an empty string for an unknown value.
+// Returns the text of a type in both documents, or the empty string for an unknown value.
 char const* TypeText(ClientComplianceType type);
 
-// Stores the type with exactly that text. Returns false, and leaves `type` as it was, without one.
+// Stores the type with exactly this text and returns true. If there is none, returns false and
+// leaves `type` unchanged.
 bool ParseType(std::string const& text, ClientComplianceType& type);

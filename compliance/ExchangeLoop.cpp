@@ -10,9 +10,9 @@
 
 namespace {
 
-// The schedule of the wait, in milliseconds. Each sleep is twice the one before, and the last one
-// is shortened to the limit: 1,000, 2,000, 4,000 and 3,000. After each the answer is checked, so
-// about 1, 3, 7 and 10 seconds after the request was published.
+// The schedule of the wait, in milliseconds. Each sleep is twice as long as the one before, and the
+// last one ends at the limit: 1,000, 2,000, 4,000 and 3,000. After each sleep, the exchange checks
+// for a response: about 1, 3, 7 and 10 seconds after the request was published.
 constexpr unsigned int firstSleep = 1000;
 constexpr unsigned int maxWait = 10000;
 
@@ -25,7 +25,7 @@ bool Publish(ClientComplianceRequest const& request) {
     }
 }
 
-// All failures are treated alike: there is no answer yet, and the next check may find one.
+// All failures have the same meaning: there is no response yet, and the next check may find one.
 bool ReadAnswer(ClientComplianceResponse& response) {
     try {
         response = ClientComplianceResponseIORead();
@@ -35,7 +35,7 @@ bool ReadAnswer(ClientComplianceResponse& response) {
     }
 }
 
-// Checks for an answer. The last check is made at the limit itself.
+// Checks for a response. The last check is at the limit.
 int AwaitAnswer(ClientComplianceResponse& response) {
     unsigned int waited = 0;
     unsigned int step = firstSleep;

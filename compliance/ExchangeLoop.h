@@ -1,24 +1,27 @@
-// One exchange with the agent: publish a request, wait until it is taken, read the answer.
+// One exchange with the agent: publishes a request, waits for the agent to remove it, and reads the
+// response.
 //
-// There are no sockets and no signals: the agent acknowledges a request by removing request.xml. It
-// has published response.xml by then.
+// The agent acknowledges a request by removing request.xml, after it has published response.xml. No
+// sockets or signals are used.
 #pragma once
 
 struct ClientComplianceRequest;
 struct ClientComplianceResponse;
 
-// Runs one exchange. The response is first overwritten with an empty one of the request's type, and
-// at success with the agent's.
+// Runs one exchange. First overwrites `response` with an empty one of the request's type; on
+// success, overwrites that with the agent's response.
 //
-// Returns 0 when an answer was read, otherwise a COMPLIANCE_ERROR_ code: NO_PICKUP, the request was
-// not taken in time; BAD_RESPONSE, it was taken but no answer could be read in time; REQUEST_WRITE,
-// the request could not be written; EXCHANGE, anything else. No exception leaves it.
+// Returns 0, or one of these COMPLIANCE_ERROR_ codes:
+// - NO_PICKUP: the agent did not remove the request in time.
+// - BAD_RESPONSE: the agent removed the request, but no response could be read in time.
+// - REQUEST_WRITE: the request could not be written.
+// - EXCHANGE: any other failure.
 //
-// Sleeps between 1 and 10 seconds while it waits for the answer. Retries of a failing write come on
-// top, up to about 6 seconds; after REQUEST_WRITE they are the only sleep.
+// Throws nothing. Sleeps between 1 and 10 seconds while waiting for the response. Retries of a
+// failed write take up to about 6 more seconds; with REQUEST_WRITE they are the only sleep.
 //
-// Deliberate: any answer is accepted. It holds nothing that ties it to this request, so an answer
-// of another type, or one left over from an earlier exchange, can't be recognized.
+// Deliberate: any response is accepted. A response does not identify its request, so a response of
+// another type or from an earlier exchange cannot be detected.
 //
-// REQUIRES: the exchange lock is held by the caller.
+// REQUIRES: the caller holds the exchange lock.
 int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response);

@@ -10,7 +10,7 @@ StringPL Format(Numeral const& numeral) {
     BufferWithCapacity<64> text;
     ConstBuffer digits{ConstData(numeral)};
     text << digits;
-    // A full buffer has no room for the terminating zero.
+    // A full buffer has no room for the terminating NUL.
     // GCOVR_EXCL_START: numbers of 32 bits have at most 11 characters
     if (text.position == text.end)
         throw DataOverflow();

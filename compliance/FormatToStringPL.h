@@ -1,9 +1,9 @@
-// The numbers of both documents as text.
+// Formats the numbers of the documents.
 #pragma once
 
 #include "strings/StringPL.h"
 
-// The decimal numeral of the value: a minus sign in front of a negative one, no other sign, no
-// leading zeros. Throws DataOverflow if it would not fit in 63 characters, which no value does.
+// Returns the decimal numeral without leading zeros, and with a minus sign if the value is
+// negative. Throws DataOverflow if it is longer than 63 characters, which never happens.
 StringPL FormatToStringPL(int value);
 StringPL FormatToStringPL(unsigned int value);

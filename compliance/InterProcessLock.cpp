@@ -7,7 +7,8 @@ namespace {
 
 constexpr mode_t readAndWriteForAll = 0666;
 
-// Changes the record of the whole file to the given type, without waiting.
+// Sets the record lock of the whole file to the given type, without waiting. Returns true on
+// success.
 bool SetRecord(int fd, short type) {
     struct flock record {};
     record.l_type = type;

@@ -22,11 +22,11 @@ struct CloseDirectory {
 };
 using DirectoryPtr = std::unique_ptr<DIR, CloseDirectory>;
 
-// Reads the next entry into the storage. Returns null at the end and after an error.
+// Reads the next entry into `storage`. Returns null at the end and after an error.
 dirent* ReadEntry(DIR* directory, dirent& storage) {
     dirent* entry = nullptr;
-    // Deprecated because a name may not fit into the storage. Here it fits: a name on Linux has at
-    // most 255 bytes, the C library refuses a longer one, and dirent has room for 256.
+    // Deprecated because a name may not fit into the storage. On Linux it fits: a name has at most
+    // 255 bytes, the C library refuses longer ones, and dirent has room for 256.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     int const error = readdir_r(directory, &storage, &entry);
@@ -41,7 +41,7 @@ bool IsDirectoryInProc(char const* name) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// The number at the start of the name must not be 0, which stands for no number too.
+// A name that begins with 0 is not a process, because strtol also returns 0 if there is no number.
 bool IsProcess(char const* name) {
     return std::strtol(name, nullptr, 10) != 0 && IsDirectoryInProc(name);
 }
@@ -49,7 +49,7 @@ bool IsProcess(char const* name) {
 constexpr size_t headSize = 512;
 constexpr size_t procPathSize = 40;
 
-// "/proc/<id>/<leaf>"
+// The path "/proc/<id>/<leaf>".
 class ProcPath {
 public:
     ProcPath(unsigned int processId, char const* leaf) {
@@ -62,8 +62,7 @@ private:
     std::array<char, procPathSize> text;
 };
 
-// Reads the first 511 bytes of a file and puts a zero behind them. What can't be opened or read is
-// empty.
+// Returns the first 511 bytes of a file, NUL-terminated. Empty if the file cannot be read.
 char const* ReadHead(ProcPath const& path, char (&head)[headSize]) {
     size_t length = 0;
     if (int const fd = open(path.c_str(), O_RDONLY | O_CLOEXEC); fd >= 0) {
@@ -75,19 +74,20 @@ char const* ReadHead(ProcPath const& path, char (&head)[headSize]) {
     return head;
 }
 
-// Reads the link to the program of a process. What can't be read is empty.
+// Returns the target of the link to the program of a process. Empty if it cannot be read.
 std::string_view ReadTarget(unsigned int processId, char* target, size_t size) {
     ssize_t const length = readlink(ProcPath(processId, "exe").c_str(), target, size);
     return {target, length > 0 ? static_cast<size_t>(length) : 0};
 }
 
-// Without the directories before the last component, unless the only slash stands in front.
+// Returns the last component, or the whole text if its only slash is the first byte.
 std::string_view WithoutDirectories(std::string_view target) {
     size_t const slash = target.rfind('/');
     return slash == std::string_view::npos || slash == 0 ? target : target.substr(slash + 1);
 }
 
-// The text between the first "(" and the first ")", or nothing. The ")" may also stand in front.
+// Returns the text between the first "(" and the first ")". Empty if there is none, and if the
+// first ")" is before the first "(".
 std::string_view BetweenParentheses(char const* text) {
     char const* const open = std::strchr(text, '(');
     char const* const close = std::strchr(text, ')');
@@ -96,17 +96,18 @@ std::string_view BetweenParentheses(char const* text) {
     return {open + 1, static_cast<size_t>(close - open) - 1};
 }
 
-// A number as scanf's "%d" reads it, after any white space; moves the text behind it.
+// Parses a number like scanf's "%d", after any whitespace, and moves `text` behind it. Returns
+// false if there is none.
 bool ReadInt(char const*& text, int& number) {
     char* end = nullptr;
-    // Too large a number is cut to its low bits.
+    // A number that is too large is truncated to its low bits.
     number = static_cast<int>(std::strtol(text, &end, 10));
     bool const found = end != text;
     text = end;
     return found;
 }
 
-// The text after the first occurrence of the label, or null.
+// Returns the text behind the first occurrence of the label, or null.
 char const* FindValueAfter(char const* text, char const* label) {
     char const* const found = std::strstr(text, label);
     return found ? found + std::strlen(label) : nullptr;
@@ -129,7 +130,7 @@ void ReadUsers(char const* status, long long& realUserId, long long& effectiveUs
     }
 }
 
-// Copies the text and a zero if both fit and there is a text at all.
+// Copies the text and a NUL. Returns false if they do not fit or the text is empty.
 bool CopyOut(std::string_view text, char* result, unsigned int capacity) {
     if (text.empty() || text.size() >= capacity)
         return false;

@@ -30,7 +30,7 @@ FileLocation TemporaryLocation() {
     return FileLocation(RequestDirectory(), AgentPaths::NameIn(AgentPaths::temporaryRequest));
 }
 
-// A type outside the known ones gets no elements at all.
+// An unknown type has no elements.
 void WriteElements(ExchangeDocument& document, ClientComplianceRequest const& request) {
     ConstData const type = TypeText(request.type);
     if (type.Length() == 0)
@@ -63,7 +63,7 @@ bool ParseDocument(FileLocation const& file, XMLTreeParserPL& parser) {
     }
 }
 
-// The fields of the children that were read. The texts belong to the tree.
+// The fields that were parsed. The texts belong to the tree.
 struct RequestFields {
     ClientComplianceType type = ClientComplianceProgress;
     char const* url = "";

@@ -1,36 +1,36 @@
-// request.xml: the request from the tool to the agent.
+// Reads and writes request.xml, the request from the tool to the agent.
 //
-// One fixed path (AgentPaths.h), published by rename under the exchange lock. The agent removes the
-// document to acknowledge it. The same code serves both sides: the tool writes and checks, the
-// agent's side reads and releases. docs/exchange.md specifies the format. The directory is the
-// agent's; nothing here creates it.
+// The path is fixed (AgentPaths.h). The document is published by rename while the exchange lock is
+// held. The agent acknowledges it by removing it. The tool writes the document and checks whether
+// it exists; the agent's side reads and removes it. docs/exchange.md specifies the format. The
+// agent creates the directory.
 #pragma once
 
 struct ClientComplianceRequest;
 
-// Writes the request to requestTemp.xml, flushes it to disk and moves it to request.xml, so that
-// the agent never sees half of it; a document of that name is replaced.
+// Publishes the request: writes requestTemp.xml, flushes it to disk and renames it to request.xml,
+// replacing an existing document.
 //
-// Throws ClientComplianceRequestIOWriteFailure after any failure. The temporary
-// document, finished or not, is then published, or removed if that fails too. If the removal fails,
-// its error is thrown instead. Each rename and the removal are retried for two seconds if they keep
-// failing.
+// Throws ClientComplianceRequestIOWriteFailure after a failure. The temporary document, even if it
+// is incomplete, is then published, or removed if that fails, too. If the removal fails, its
+// exception is thrown instead. The renames and the removal are each retried for two seconds.
+//
+// Deliberate: a failed rename(2) is not reported, and the temporary document stays (see MoveFile).
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request);
 
-// Returns whether an entry of any type has the document's path. An entry that can't be examined
+// True if a directory entry of any type has the document's path. An entry that cannot be examined
 // counts as absent.
 bool ClientComplianceRequestExists();
 
-// Fills the record from the document, which stays. Returns false, and leaves the record as it was,
-// if there is no document or it can't be read as a request.
+// Reads the document into `request`. Returns false and leaves `request` unchanged if there is no
+// document or it is not a valid request.
 //
-// Accepts more than is ever written: the children in any order, the last of repeated ones, unknown
-// ones passed over. A document without a usable type counts as a Progress request. Texts end at
-// their first zero byte.
+// Children may be in any order; the last of repeated ones counts, and unknown ones are ignored. A
+// document without a known type is a Progress request. Texts end at their first NUL.
 bool ClientComplianceRequestIORead(ClientComplianceRequest& request);
 
-// Removes the document, with retries; an absent one is no error. Throws FileIOError.
+// Removes the document, with retries. Does nothing if there is none. Throws FileIOError.
 void ClientComplianceRequestIORelease();
 
-// Deliberate: true at once, whatever the argument; on this platform nothing waits for a request.
+// Deliberate: returns true at once. On this platform, nothing waits for a request.
 bool ClientComplianceRequestIOWait(unsigned int milliseconds);

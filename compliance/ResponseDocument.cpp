@@ -60,7 +60,7 @@ void WriteDocument(FileLocation const& file, ClientComplianceResponse const& res
 // NOLINTNEXTLINE(cert-err34-c): a text that is no number counts as 0, on purpose
 int NumberOf(XMLElementPL const& element) { return std::atoi(element.GetText().c_str()); }
 
-// The text of the last child with that name, empty without one. It belongs to the tree.
+// Returns the text of the last child with this name, or the empty string. It belongs to the tree.
 char const* ChildText(XMLElementPL const& element, char const* name) {
     char const* text = "";
     for (XMLElementPL const& child : element.GetElementList()) {
@@ -77,7 +77,7 @@ void ParseItem(XMLElementPL const& element, ClientComplianceResponse& response) 
         ChildText(element, xTagResponseDescription), ChildText(element, xTagResponseComment));
 }
 
-// Returns whether the child has a known type.
+// Returns true if the child is a type element with a known type.
 bool ParseChild(XMLElementPL const& child, ClientComplianceResponse& response) {
     std::string const& name = child.GetName();
     if (name == xTagClientComplianceResponseItem)

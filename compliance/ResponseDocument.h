@@ -1,36 +1,38 @@
-// response.xml: the agent's answer to a request.
+// Reads and writes response.xml, the agent's response to a request.
 //
-// One fixed path (AgentPaths.h), published by rename. The same code serves both sides: the tool
-// reads, the agent's side writes and releases; the tool never removes an answer. docs/exchange.md
-// specifies the format. The directory is the agent's; nothing here creates it.
+// The path is fixed (AgentPaths.h). The document is published by rename. The tool reads the
+// document; the agent's side writes and removes it. The tool never removes it. docs/exchange.md
+// specifies the format. The agent creates the directory.
 #pragma once
 
 #include "compliance/ClientCompliance.h"
 
 class XMLTreeParserPL;
 
-// Writes the response to responseTemp.xml, flushes it to disk and moves it to response.xml.
+// Publishes the response: writes responseTemp.xml, flushes it to disk and renames it to
+// response.xml.
 //
-// Throws ClientComplianceResponseIOWriteFailure after any failure; the temporary document is
-// then handled as by ClientComplianceRequestIOWrite.
+// Throws ClientComplianceResponseIOWriteFailure after a failure. The temporary document is then
+// handled as by ClientComplianceRequestIOWrite, and a failed rename(2) is not reported either.
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
-// Reads the document into a new record.
+// Reads the document and returns the response.
 //
-// Throws FileNotFoundError when there is none, ClientComplianceResponseReadFailure when it ends
-// inside an element or holds none, ClientComplianceResponseBadDocumentType when its root has
-// another name, ClientComplianceResponseTypeFailure when it has no known type, and the other errors
-// of the file layer.
+// Throws:
+// - FileNotFoundError if there is no document
+// - ClientComplianceResponseReadFailure if it ends inside an element or has no root
+// - ClientComplianceResponseBadDocumentType if its root has another name
+// - ClientComplianceResponseTypeFailure if it has no known type
+// - the other exceptions of the file layer
 //
-// Accepts more than is ever written: the children in any order, the last usable one of repeated
-// ones, unknown ones passed over, progress elements under any type. A row's missing texts are
-// empty. Texts end at their first zero byte. Numbers are read by the rules of atoi, so text that is
-// no number counts as 0.
+// Children may be in any order, the last valid one of repeated ones counts, and unknown ones are
+// ignored. Progress elements are accepted with every type. Missing texts of a row are empty. Texts
+// end at their first NUL. Numbers are parsed by atoi, so text that is not a number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
 
-// Returns the record in a document that was parsed to its end. Throws as
-// ClientComplianceResponseIORead does, except for the file errors.
+// Returns the response in a parsed document. Throws like ClientComplianceResponseIORead, except for
+// the exceptions of the file layer.
 ClientComplianceResponse ResponseFromTree(XMLTreeParserPL const& document);
 
-// Removes the document, with retries; an absent one is no error. Throws FileIOError.
+// Removes the document, with retries. Does nothing if there is none. Throws FileIOError.
 void ClientComplianceResponseIORelease();

@@ -1,15 +1,16 @@
-// The standard file descriptors of a program that was started with some of them closed.
+// The standard file descriptors of a program that is started with some of them closed.
 #pragma once
 
 #include <fcntl.h>
 #include <unistd.h>
 
-// Opens /dev/null on each of the file descriptors 0 to 2 that is closed, with the access mode
-// O_RDONLY or O_RDWR. A file opened later would otherwise get the number of standard output or
-// standard error, and the output would go to that file. Without /dev/null the root directory is
-// opened instead, which can't be written to.
+// Opens /dev/null on any of the file descriptors 0 to 2 that is closed, with the access mode
+// O_RDONLY or O_RDWR. Otherwise a file opened later would get the number of standard output or
+// standard error, and the output would be written to that file. If /dev/null cannot be opened, the
+// root directory is opened instead, which cannot be written to.
 //
-// With O_RDONLY a write to such a descriptor fails with EBADF; with O_RDWR /dev/null discards it.
+// With O_RDONLY, writing to such a file descriptor fails with EBADF. With O_RDWR, /dev/null
+// discards the output.
 inline void OpenClosedStandardDescriptors(int accessMode) {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", accessMode) == -1)
