@@ -26,8 +26,8 @@ bool ReadCommandLine(int count, char const* const* arguments, CommandLine& comma
     return commandLine.flags <= maxFlags;
 }
 
-// Deliberate: "0 to 7" and the flag 8 stand side by side, and the folder has backslashes. The text
-// is what users' scripts and notes know.
+// Deliberate: the text says "0 to 7" although there is a flag 8, and the path has backslashes.
+// Users' scripts and notes depend on this text.
 //
 // clang-format off
 void PrintUsageMessage() {

@@ -7,7 +7,7 @@
 
 namespace {
 
-// What the agent says when it can't evaluate anything at the moment.
+// The agent's error number for "currently not available".
 constexpr int agentNotAvailable = -22;
 
 void PrintRow(unsigned int index) {
@@ -25,8 +25,7 @@ void PrintRow(unsigned int index) {
     std::printf("    Designator: %s\n", designator);
     std::printf("        Result: %s\n", result);
     std::printf("   Result Type: %s\n", resultType);
-    // The micro sign is the one byte B5 whatever the locale: the labels are no text of the
-    // locale's.
+    // The micro sign is always the byte B5: labels are not in the encoding of the locale.
     std::printf("Eval Time (\xB5"
                 "s): %s\n",
                 evaluationTime);

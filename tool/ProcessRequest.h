@@ -1,8 +1,8 @@
-// One compliance request from open to close, with its output.
+// Runs one compliance request and prints its results.
 #pragma once
 
-// Runs one request and prints its outcome on standard output. `url` and `doc` may be null. Returns
-// when the evaluation is over, however long the agent goes on reporting progress.
+// Opens a request, waits for its end, closes it, and prints the results on standard output. `url`
+// and `doc` may be null. Waits without a limit, as long as the agent reports progress.
 //
-// Deliberate: a time-out, an unreadable answer and a lost lock while polling print nothing.
+// Deliberate: prints nothing if polling fails by a timeout, an unreadable response or a lost lock.
 void ProcessRequest(char const* url, char const* doc, unsigned int flags);

@@ -1,4 +1,5 @@
-// ClientCompliance: asks the endpoint agent on this machine to evaluate a compliance document.
+// ClientCompliance: requests the evaluation of a compliance document from the agent on this
+// machine.
 #include <fcntl.h>
 
 #include "compliance/StandardDescriptors.h"
