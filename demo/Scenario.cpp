@@ -8,7 +8,7 @@
 
 namespace {
 
-// A mistake without its line.
+// An error without its line number.
 struct Mistake {
     std::string reason;
 };
@@ -25,8 +25,8 @@ int HexValue(char c) {
     return -1;
 }
 
-// Splits one line into words. A word in double quotes may contain spaces, and a backslash in it
-// begins one of \" \\ \n \r \t \xHH. Throws Mistake.
+// Splits a line into words. A word in double quotes may contain spaces and these escape sequences:
+// \" \\ \n \r \t \xHH. Throws Mistake.
 class WordSplitter {
 public:
     explicit WordSplitter(std::string const& text) : line(text) {}
@@ -67,7 +67,7 @@ private:
         return word;
     }
 
-    // The byte at the position, which moves on.
+    // Returns the byte at the position and advances the position.
     char Next() {
         if (position == line.size())
             throw Mistake{"the closing quote is missing"};
@@ -118,7 +118,7 @@ Number ParseNumber(std::string const& word) {
     return value;
 }
 
-// Builds a scenario from statements, in their order.
+// Builds a scenario from its statements, in order.
 class ScenarioBuilder {
 public:
     void Statement(std::vector<std::string> const& words) {
@@ -230,7 +230,7 @@ private:
     bool rowsWaiting = false;
     bool openSeen = false;
     bool closeSeen = false;
-    // Whether no statement came before.
+    // True until the first statement.
     bool isFirst = true;
     unsigned int delay = 0;
 };

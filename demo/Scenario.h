@@ -1,7 +1,7 @@
-// The behaviour of the stand-in agent, described by a small text file.
+// A scenario: a text file that specifies the behaviour of the stand-in agent.
 //
-// One statement a line; a "#" at the start of a line begins a comment. Words are separated by
-// spaces or tabs. README.md in this folder lists the statements.
+// A line has one statement; a line that begins with "#" is a comment. Words are separated by spaces
+// or tabs. README.md in this folder lists the statements.
 #pragma once
 
 #include <stdexcept>
@@ -10,13 +10,13 @@
 
 #include "compliance/ClientCompliance.h"
 
-// How one request is handled.
+// The handling of one request.
 struct ScenarioStep {
     enum Kind {
-        Answer,  // publish `response`, then take the request
-        Garbage, // publish a document that can't be read, then take the request
-        Vanish,  // take the request and publish nothing
-        Silence, // leave the request alone
+        Answer,  // publish `response`, then remove the request
+        Garbage, // publish a document that cannot be read, then remove the request
+        Vanish,  // remove the request and publish nothing
+        Silence, // do nothing
     };
 
     Kind kind = Answer;
@@ -30,11 +30,11 @@ struct Scenario {
     ScenarioStep close{.response = ClientComplianceResponse(ClientComplianceClose)};
 };
 
-// A mistake in the text: "NAME:LINE: REASON".
+// An error in the text: "NAME:LINE: REASON".
 class ScenarioError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Reads a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first
-// mistake; a scenario without any statement for Progress requests is one.
+// Parses a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first error;
+// a scenario without a statement for Progress requests is an error.
 Scenario ParseScenario(std::string const& text, std::string const& name);

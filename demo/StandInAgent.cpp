@@ -83,8 +83,8 @@ void StandInAgent::Serve() {
     std::printf("VeskaClient: stopped\n");
 }
 
-// A request that is left alone keeps its inode and time; one that the tool publishes over it
-// differs in one of them.
+// A request that was not removed keeps its inode and time. If the tool replaces it, one of them
+// differs.
 std::optional<StandInAgent::Identity> StandInAgent::Look() {
     struct stat stats;
     if (lstat(AgentPaths::request, &stats) != 0)
@@ -131,7 +131,8 @@ ScenarioStep const& StandInAgent::NextStep(ClientComplianceType type) {
     return scenario.progress[step];
 }
 
-// The answer is published before the request is taken: once the request is gone, the tool reads.
+// Publishes the response before it removes the request, because the tool reads the response once
+// the request is removed.
 void StandInAgent::HandleStep(ScenarioStep const& step, ClientComplianceType type) {
     Sleep(step.delay);
     if (stop != 0)
@@ -161,7 +162,7 @@ void StandInAgent::HandleStep(ScenarioStep const& step, ClientComplianceType typ
     ClientComplianceRequestIORelease();
 }
 
-// Sleeps in short intervals: a signal just before a sleep does not end that sleep.
+// Sleeps in short intervals, because a signal just before a sleep does not end that sleep.
 void StandInAgent::Sleep(unsigned int milliseconds) const {
     while (milliseconds > 0 && stop == 0) {
         unsigned int const interval = std::min(milliseconds, pollInterval);

@@ -1,4 +1,4 @@
-// The agent's side of the exchange: takes requests, and answers them by a scenario.
+// The agent's side of the exchange: reads requests and publishes responses according to a scenario.
 #pragma once
 
 #include <csignal>
@@ -8,26 +8,27 @@
 
 #include "demo/Scenario.h"
 
-// Returns the id of another process with the agent's name, or 0. On a real host a second process of
-// that name would count as the agent.
+// Returns the id of another process with the agent's name, or 0. On a real host, a second process
+// with this name would count as the agent.
 pid_t OtherAgent();
 
-// Serves requests until `stop` is not 0. One evaluation after the other: an Open request begins the
-// scenario anew.
+// Serves requests until `stop` is not 0. Evaluations are served one at a time: an Open request
+// restarts the scenario.
 class StandInAgent {
 public:
     StandInAgent(Scenario const& scenario, volatile std::sig_atomic_t const& stop);
 
-    // Creates the two directories of the exchange if they are missing, then serves. Prints each
-    // request and action on standard output. Throws what the file layer throws while it creates the
-    // directories.
+    // Creates the two directories of the exchange if they do not exist, then serves requests.
+    // Prints each request and action on standard output. Throws like the file layer if creating a
+    // directory fails.
     //
-    // A request that can't be handled is reported and left alone. A request whose delay is not over
-    // when the stop comes is left alone too. One that is replaced during its delay gets no answer.
+    // A request that cannot be handled is reported and not removed. A request is not removed either
+    // if serving stops during its delay. A request that is replaced during its delay gets no
+    // response.
     void Serve();
 
 private:
-    // Distinguishes one request document from the next of the same name.
+    // Distinguishes request documents that have the same path.
     struct Identity {
         ino_t inode = 0;
         time_t seconds = 0;
@@ -46,6 +47,6 @@ private:
     Scenario const& scenario;
     volatile std::sig_atomic_t const& stop;
     std::size_t progressStep = 0;
-    Identity present; // the request in hand
-    Identity left;    // the request left alone
+    Identity present; // the current request
+    Identity left;    // the last request that was not removed
 };

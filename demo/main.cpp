@@ -1,4 +1,4 @@
-// VeskaClient, the stand-in agent: answers compliance requests as a scenario file tells.
+// VeskaClient, the stand-in agent: responds to compliance requests according to a scenario file.
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -49,13 +49,13 @@ int Serve(Scenario const& scenario) {
         return 1;
     }
     CatchStopSignals();
-    // So that who watches through a pipe sees each line as it comes.
+    // Line-buffered, to show each line at once if the output is a pipe.
     static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ));
     StandInAgent(scenario, stop).Serve();
     return 0;
 }
 
-// Null if the arguments ask for something else.
+// Returns the text for --help or --version, or null for other arguments.
 char const* InformationFor(int count, char** arguments) {
     if (count == 2 && std::strcmp(arguments[1], "--help") == 0)
         return usage;
