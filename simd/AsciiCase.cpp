@@ -16,8 +16,8 @@ namespace Simd {
 
 namespace {
 
-// Two bytes count as equal if they are, or if they differ in the case bit alone and the left one is
-// a letter. The vector forms apply this to all bytes at once.
+// Two bytes match if they are equal, or if they differ only in the case bit and the left one is a
+// letter. The vector code applies this to all bytes at once.
 constexpr unsigned char caseBit = 0x20;
 
 constexpr bool AreEqual(unsigned char left, unsigned char right) {
@@ -41,26 +41,27 @@ namespace {
 
 constexpr std::size_t wordSize = sizeof(std::uint64_t);
 
-// Zero if all bytes are equal; otherwise the lowest set bit is in the first byte that is not. For
-// "aB-" beside "Ab_" the letters are 80 80 00 and the differences 20 20 72, so 00 00 72 remain.
+// Returns zero if all bytes match; otherwise the lowest set bit is in the first byte that does not.
+// For "aB-" and "Ab_" the letters are 80 80 00 and the differences 20 20 72, so 00 00 72 remains.
 std::uint64_t DifferenceOfWords(std::uint64_t left, std::uint64_t right) {
-    // The top bit of each byte says whether its other bits, which cannot carry, are a letter.
+    // The top bit of each byte is set if its other bits, which cannot carry, are a letter.
     std::uint64_t const lower = (left | InAllBytes(caseBit)) & InAllBytes(0x7F);
     std::uint64_t const letters = (lower + InAllBytes(0x80 - 'a')) &
                                   ~(lower + InAllBytes(0x80 - 'z' - 1)) & ~left & InAllBytes(0x80);
     return (left ^ right) & ~(letters >> 2);
 }
 
-// The bytes of 16 that are letters: 0xFF, otherwise 0. The comparison is signed, so the letters are
-// moved to the bottom of the range: 'a' and 'A' to -128, 'z' and 'Z' to -103, '@' to 127.
+// Returns 0xFF for each of 16 bytes that is a letter, otherwise 0. The comparison is signed, so the
+// letters are moved to the bottom of the range: 'a' and 'A' to -128, 'z' and 'Z' to -103, '@' to
+// 127.
 Vectors::Vector LettersOf16(Vectors::Vector bytes) {
     using namespace Vectors;
     Vector const moved = _mm_sub_epi8(Or(bytes, All8(caseBit)), All8('a' - 0x80));
     return _mm_cmpgt_epi8(All8(26 - 0x80), moved);
 }
 
-// One bit for each of 16 bytes, set if they are not equal. "aB-" beside "Ab_" gives the differences
-// 20 20 72, of which the letters allow 20 20 00, so the third bit is set.
+// Returns one bit for each of 16 bytes, set if they do not match. "aB-" and "Ab_" have the
+// differences 20 20 72, of which the letters allow 20 20 00, so the third bit is set.
 unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
     using namespace Vectors;
     Vector const a = Load(left);
@@ -69,8 +70,8 @@ unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
     return MaskOf8(_mm_cmpeq_epi8(difference, allowed)) ^ 0xFFFF;
 }
 
-// The bits in which 32 bytes differ, without the case bits of letters: "aB-" beside "Ab_" gives
-// 00 00 72.
+// Returns the bits in which 32 bytes differ, without the case bits of letters: 00 00 72 for "aB-"
+// and "Ab_".
 SIMD_TARGET_AVX2 inline __m256i UnequalOf32(unsigned char const* left, unsigned char const* right) {
     __m256i const a = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(left));
     __m256i const b = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(right));
@@ -86,7 +87,7 @@ SIMD_TARGET_AVX2 inline unsigned DifferenceOf32(unsigned char const* left,
     return ~static_cast<unsigned>(_mm256_movemask_epi8(equal));
 }
 
-// One branch for four vectors.
+// Compares four vectors with one branch.
 SIMD_TARGET_AVX2 inline bool AreEqual128(unsigned char const* left, unsigned char const* right) {
     __m256i unequal = UnequalOf32(left, right);
     for (int i = 32; i < 128; i += 32)
@@ -94,7 +95,7 @@ SIMD_TARGET_AVX2 inline bool AreEqual128(unsigned char const* left, unsigned cha
     return _mm256_testz_si256(unequal, unequal) != 0;
 }
 
-// 32 to 64 bytes in two vectors, which may overlap.
+// Compares 32 to 64 bytes as two vectors, which may overlap.
 SIMD_TARGET_AVX2 inline bool AreEqual32To64(unsigned char const* left, unsigned char const* right,
                                             std::size_t length) {
     __m256i const unequal = _mm256_or_si256(UnequalOf32(left, right),
@@ -102,7 +103,7 @@ SIMD_TARGET_AVX2 inline bool AreEqual32To64(unsigned char const* left, unsigned 
     return _mm256_testz_si256(unequal, unequal) != 0;
 }
 
-// For texts shorter than two words.
+// For texts of at most two words.
 std::size_t CommonPrefixByWords(unsigned char const* left, unsigned char const* right,
                                 std::size_t length) {
     if (length < wordSize)
@@ -116,8 +117,8 @@ std::size_t CommonPrefixByWords(unsigned char const* left, unsigned char const* 
 
 } // namespace
 
-// In both forms below, the bytes after the last full vector are compared together with bytes before
-// them, which are known to be equal.
+// Both functions below compare the bytes behind the last full vector together with bytes before
+// them, which are known to match.
 
 std::size_t CommonPrefixSse2(unsigned char const* left, unsigned char const* right,
                              std::size_t length) {

@@ -1,15 +1,15 @@
-// Case-insensitive comparison: bytes that are equal, or the same letter of ASCII in either case.
+// Case-insensitive comparison of ASCII text: a letter equals the same letter of the other case.
 #pragma once
 
 #include <cstddef>
 
 namespace Simd {
 
-// Returns the length of the longest common prefix of two texts of `length` bytes each. The pointers
-// may be null if `length` is 0.
+// Returns the length of the longest common prefix of two texts with `length` bytes each. The
+// pointers may be null if `length` is 0.
 std::size_t CommonPrefix(unsigned char const* left, unsigned char const* right, std::size_t length);
 
-// Byte by byte.
+// Compares byte by byte.
 std::size_t CommonPrefixScalar(unsigned char const* left, unsigned char const* right,
                                std::size_t length);
 

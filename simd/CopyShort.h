@@ -1,4 +1,4 @@
-// Copies of a few bytes, without a call and without a loop.
+// Copies a few bytes without a call and without a loop.
 #pragma once
 
 #include <cstddef>

@@ -18,7 +18,7 @@ struct Answer {
     unsigned int edx = 0;
 };
 
-// All zero where the processor has no answer.
+// All zero if the processor has no such leaf.
 Answer Ask(unsigned int leaf) {
     Answer answer;
     __get_cpuid_count(leaf, 0, &answer.eax, &answer.ebx, &answer.ecx, &answer.edx);

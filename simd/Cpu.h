@@ -1,10 +1,10 @@
-// The instruction sets of the processor, and which of them the kernels use.
+// The instruction sets of the processor, and the ones that kernels use.
 #pragma once
 
 #include <atomic>
 
-// 1 in a build with vector kernels, 0 where the scalar references are the only form: with
-// -DCC_SIMD=OFF, and on any processor but x86-64.
+// 1 if the build has SIMD kernels. 0 if it has only the scalar references: with -DCC_SIMD=OFF, and
+// on every processor except x86-64.
 #if defined(__SSE2__) && !defined(CC_NO_SIMD)
 #define SIMD_X86 1
 #else
@@ -17,18 +17,19 @@
 
 namespace Simd {
 
-// Each level includes those before it.
+// Each level includes the previous ones.
 enum class Level : unsigned char {
     scalar, // plain C++
     sse2,   // every x86-64 processor
     ssse3,  // SSSE3, POPCNT and PCLMULQDQ
-    avx2,   // AVX2, in the processor and in the system, which has to save the wide registers
+    avx2,   // AVX2, if the system saves the wide registers
 };
 
-// The level that needs no question. Kernels of this level are inline and cannot be switched off.
+// The level that every processor of the build has. Kernels of this level are inline and always
+// used.
 inline constexpr Level baseline = SIMD_X86 ? Level::sse2 : Level::scalar;
 
-// The highest level of this processor in this build. The processor is asked anew at each call.
+// Returns the highest level of this processor in this build. Each call queries the processor.
 Level BestLevel();
 
 namespace Detail {
@@ -36,17 +37,17 @@ namespace Detail {
 inline constexpr unsigned char unknownLevel = 0xFF;
 extern std::atomic<unsigned char> usedLevel;
 
-// Asks the processor, and keeps the answer. Concurrent calls keep the same one.
+// Queries the processor and stores the result. Concurrent calls store the same one.
 [[gnu::cold]] unsigned char FindUsedLevel();
 
 } // namespace Detail
 
-// Whether kernels may use `level`: it is at most the best level, or the pinned one. The first call
-// asks the processor; later calls cost one load. Thread-safe.
+// True if kernels may use `level`: it is at most the pinned level, or BestLevel() if none is
+// pinned. The first call queries the processor; later calls cost one load. Thread-safe.
 //
-// Deliberate: not __builtin_cpu_supports, which asks the processor before `main` of every program
-// that links it. On a virtual machine each such question goes to the host, and all of them took a
-// tenth of the run time of a program as short as the tool.
+// Deliberate: not __builtin_cpu_supports, which queries the processor before `main` in every
+// program that links it. On a virtual machine, the hypervisor handles each query. The queries took
+// a tenth of the run time of a program as short as the tool.
 inline bool Uses(Level level) {
     if (level <= baseline)
         return true;
@@ -56,8 +57,8 @@ inline bool Uses(Level level) {
     return static_cast<unsigned char>(level) <= used;
 }
 
-// Pins the level for the lifetime of this object, for tests and benchmarks. Concerns all threads,
-// and is not for use while another thread runs a kernel.
+// Pins the level for the lifetime of this object, for tests and benchmarks. Affects all threads.
+// REQUIRES: no other thread runs a kernel at construction or destruction.
 class PinnedLevel {
 public:
     // REQUIRES: `level` is from `baseline` to BestLevel().

@@ -14,14 +14,14 @@ namespace {
 
 constexpr std::uint32_t polynomial = 0x04C11DB7;
 
-// `value` times x^bits, modulo the polynomial.
+// Returns `value` times x^bits, modulo the polynomial.
 constexpr std::uint32_t Shift(std::uint32_t value, int bits) {
     for (int bit = 0; bit < bits; ++bit)
         value = (value << 1) ^ ((value >> 31) != 0 ? polynomial : 0);
     return value;
 }
 
-// slices[n][byte] is what `byte` contributes to the register when n more bytes have followed it.
+// slices[n][byte] is the contribution of `byte` to the register after n more bytes.
 using Slices = std::array<std::array<std::uint32_t, 256>, 16>;
 
 constexpr Slices MakeSlices() {
@@ -43,7 +43,7 @@ std::uint32_t LoadBigEndian(unsigned char const* bytes) {
            std::uint32_t{bytes[2]} << 8 | std::uint32_t{bytes[3]};
 }
 
-// What four bytes contribute when `following` more bytes have followed them.
+// Returns the contribution of four bytes after `following` more bytes.
 std::uint32_t SliceOf(std::uint32_t word, std::size_t following) {
     return slices[following + 3][word >> 24] ^ slices[following + 2][word >> 16 & 0xFF] ^
            slices[following + 1][word >> 8 & 0xFF] ^ slices[following][word & 0xFF];
@@ -74,23 +74,23 @@ std::uint32_t Crc32Sliced(std::uint32_t value, unsigned char const* bytes, std::
 
 namespace {
 
-// A block as a polynomial: its first byte becomes the highest coefficients. The bytes 00 01 ... 0F
-// in memory give the lanes 0F 0E ... 00, lowest first.
+// Loads a block as a polynomial: its first byte becomes the highest coefficients. The bytes 00 01
+// ... 0F in memory result in the lanes 0F 0E ... 00, lowest first.
 SIMD_TARGET_SSSE3 inline __m128i LoadBlock(unsigned char const* bytes) {
     __m128i const reversal = _mm_set_epi8(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
     return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes)), reversal);
 }
 
-// Moves `block` on by the distance whose powers are in `powers`, onto `next`: the same modulo the
-// polynomial, with fewer bits. In lanes of 64 bits, the block A B is A + B * x^64; the powers
-// x^bits and x^(bits + 64) make it A * x^bits + B * x^(bits + 64).
+// Moves `block` forward by the distance of `powers` and adds it to `next`. The result is equal
+// modulo the polynomial, with fewer bits. In lanes of 64 bits, the block A B is A + B * x^64; with
+// the powers x^bits and x^(bits + 64) it becomes A * x^bits + B * x^(bits + 64).
 SIMD_TARGET_SSSE3 inline __m128i Fold(__m128i block, __m128i powers, __m128i next) {
     __m128i const high = _mm_clmulepi64_si128(block, powers, 0x11);
     __m128i const low = _mm_clmulepi64_si128(block, powers, 0x00);
     return _mm_xor_si128(_mm_xor_si128(high, low), next);
 }
 
-// x^(bits + 64) and x^bits modulo the polynomial, for the two halves of a block.
+// Returns x^(bits + 64) and x^bits modulo the polynomial, for the two halves of a block.
 template <int bits>
 SIMD_TARGET_SSSE3 inline __m128i Powers() {
     constexpr std::uint32_t low = Shift(1, bits);
@@ -98,14 +98,14 @@ SIMD_TARGET_SSSE3 inline __m128i Powers() {
     return _mm_set_epi64x(high, low);
 }
 
-// REQUIRES: `length` is at least 64. Returns the register after the whole blocks of 64 bytes.
+// Returns the register after the whole blocks of 64 bytes. REQUIRES: `length` is at least 64.
 SIMD_TARGET_SSSE3 std::uint32_t FoldBlocks(std::uint32_t value, unsigned char const* bytes,
                                            std::size_t length) {
     __m128i const stride = Powers<512>();
     __m128i lanes[4];
     for (int lane = 0; lane < 4; ++lane)
         lanes[lane] = LoadBlock(bytes + 16 * lane);
-    // The register joins the first four bytes, which are in the highest lane of 32 bits.
+    // Adds the register to the first four bytes, which are in the highest lane of 32 bits.
     lanes[0] = _mm_xor_si128(lanes[0], _mm_set_epi32(static_cast<int>(value), 0, 0, 0));
     for (std::size_t done = 64; length - done >= 64; done += 64)
         for (int lane = 0; lane < 4; ++lane)

@@ -1,8 +1,8 @@
-// CRC-32 with the polynomial 0x04C11DB7, most significant bit first: the register of CRC-32/BZIP2
-// without its initial value and its final complement.
+// CRC-32 with the polynomial 0x04C11DB7, most significant bit first: the register of CRC-32/BZIP2,
+// without the initial value and the final complement.
 //
-// Each function returns the register after the `length` bytes have followed `value`. The pointer
-// may be null if `length` is 0.
+// Each function returns the register after `length` bytes, starting from the register `value`. The
+// pointer may be null if `length` is 0.
 #pragma once
 
 #include <array>
@@ -11,19 +11,19 @@
 
 namespace Simd {
 
-// The register after one byte: (value << 8) ^ crc32Table[byte ^ (value >> 24)].
+// Updates the register for one byte: (value << 8) ^ crc32Table[byte ^ (value >> 24)].
 extern std::array<std::uint32_t, 256> const& crc32Table;
 
-// Byte by byte.
+// Processes byte by byte.
 std::uint32_t Crc32Scalar(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
-// Sixteen bytes at a time by sixteen tables; portable.
+// Processes sixteen bytes at a time with sixteen tables. Portable.
 std::uint32_t Crc32Sliced(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
-// 64 bytes at a time by carry-less multiplication. REQUIRES: Uses(Level::ssse3).
+// Processes 64 bytes at a time by carry-less multiplication. REQUIRES: Uses(Level::ssse3).
 std::uint32_t Crc32Folded(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
-// The fastest of these for this processor and length.
+// Calls the fastest of these functions for this processor and length.
 std::uint32_t Crc32(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
 } // namespace Simd

@@ -1,7 +1,7 @@
-// The first byte of a small set, 16 bytes at a time with SSE2.
+// Finds the first byte of a small set, 16 bytes at a time with SSE2.
 //
-// `wanted` are one to four bytes of type char. They are template parameters in number only; the
-// compiler keeps each as a vector constant.
+// `wanted` is one to four bytes of type char. Only their number is a template parameter; the
+// compiler keeps each byte as a vector constant.
 #pragma once
 
 #include <bit>
@@ -12,7 +12,7 @@
 
 namespace Simd {
 
-// The first byte of [from, end) that is one of `wanted`, or `end`.
+// Returns the first byte of [from, end) that is one of `wanted`, or `end`.
 template <class... Bytes>
 char const* FindByteScalar(char const* from, char const* end, Bytes... wanted) {
     while (from != end && ((*from != wanted) && ...))
@@ -20,7 +20,7 @@ char const* FindByteScalar(char const* from, char const* end, Bytes... wanted) {
     return from;
 }
 
-// The same; a byte of 0x80 or above counts as wanted too.
+// Like FindByteScalar, but every byte of 0x80 and above also matches.
 template <class... Bytes>
 char const* FindByteOrHighScalar(char const* from, char const* end, Bytes... wanted) {
     while (from != end && static_cast<signed char>(*from) >= 0 && ((*from != wanted) && ...))
@@ -28,7 +28,8 @@ char const* FindByteOrHighScalar(char const* from, char const* end, Bytes... wan
     return from;
 }
 
-// Bit i is set if from[i] is one of `wanted`, for the first `size` bytes: 16, 32, 48 or 64.
+// Returns a mask for the first `size` bytes (16, 32, 48 or 64): bit i is set if from[i] is one of
+// `wanted`.
 template <int size, class... Bytes>
 std::uint64_t MatchMaskScalar(char const* from, Bytes... wanted) {
     std::uint64_t mask = 0;
@@ -43,7 +44,7 @@ namespace Detail {
 
 using namespace Vectors;
 
-// 0xFF in each byte that is one of `wanted`, otherwise 0.
+// Returns 0xFF in each byte that is one of `wanted`, otherwise 0.
 template <class... Bytes>
 Vector Matches(Vector bytes, Bytes... wanted) {
     Vector found = Zero();
@@ -51,12 +52,12 @@ Vector Matches(Vector bytes, Bytes... wanted) {
     return found;
 }
 
-// The first byte of [from, end) whose top bit `mark` sets, or `end`. `findInFew` searches fewer
-// than 8 bytes.
+// Returns the first byte of [from, end) whose top bit `mark` sets, or `end`. `findInFew` searches
+// fewer than 8 bytes.
 //
-// The last vector ends at `end`, and begins with bytes that are known not to match. 8 to 15 bytes
-// are one vector, of the first and of the last 8: for 11 bytes "abcdefghijk" the lanes are
-// "abcdefgh" "defghijk", so lane 9 is the byte 9 - 16 + 11 = 4.
+// The last vector ends at `end` and begins with bytes that are known not to match. 8 to 15 bytes
+// are searched as one vector of the first and the last 8 bytes: for 11 bytes "abcdefghijk" the
+// lanes are "abcdefgh" "defghijk", so lane 9 is the byte 9 - 16 + 11 = 4.
 template <class Mark, class FindInFew>
 char const* FindMarked(char const* from, char const* end, Mark mark, FindInFew findInFew) {
     if (end - from < 8)

@@ -43,7 +43,7 @@ namespace {
 
 constexpr std::size_t blockSize = 16;
 
-// 0xFF in each of 16 bytes that is one of the variants.
+// Returns 0xFF for each of 16 bytes that is one of the variants, otherwise 0.
 Vectors::Vector Matches(char const* bytes, CaseVariants const& variants) {
     using namespace Vectors;
     Vector const block = Load(bytes);
@@ -51,19 +51,19 @@ Vectors::Vector Matches(char const* bytes, CaseVariants const& variants) {
               _mm_cmpeq_epi8(block, _mm_set1_epi8(variants.other)));
 }
 
-// Compares the pattern only at places whose first and last byte match. For "ab" in "xaybab." the
-// first byte matches at the places 1 and 4, the last one, read one byte further on, at 2 and 4; so
+// Compares the pattern only at positions whose first and last byte match. For "ab" in "xaybab." the
+// first byte matches at the positions 1 and 4; the last byte, read one byte further, at 2 and 4. So
 // 4 is the only candidate.
 //
-// (The variants come by reference: a processor waits where bytes that were just stored one by one
-// are loaded as one word to be passed.)
+// The variants are passed by reference. By value, the processor would load bytes that were just
+// stored one by one as one word, which stalls it.
 class BlockSearch {
 public:
     BlockSearch(Pattern const& thePattern, CaseVariants const& theFirst,
                 CaseVariants const& theLast)
         : pattern(thePattern), first(theFirst), last(theLast) {}
 
-    // REQUIRES: at least `blockSize` places.
+    // REQUIRES: at least `blockSize` positions.
     char const* Find(char const* from, char const* end) const {
         constexpr std::size_t four = 4 * blockSize;
         for (; static_cast<std::size_t>(end - from) >= four; from += four)
@@ -74,7 +74,7 @@ public:
         for (; static_cast<std::size_t>(end - from) >= blockSize; from += blockSize)
             if (char const* const match = FindInBlock(from))
                 return match;
-        // The last places are searched together with places before them.
+        // Searches the last positions together with positions before them.
         return from == end ? nullptr : FindInBlock(end - blockSize);
     }
 
@@ -83,7 +83,7 @@ private:
         return Vectors::And(Matches(place, first), Matches(place + (pattern.length - 1), last));
     }
 
-    // Of four blocks, with one branch.
+    // Tests four blocks with one branch.
     bool HasCandidate(char const* from) const {
         using namespace Vectors;
         char const* const half = from + 2 * blockSize;

@@ -1,7 +1,7 @@
-// Digits of integers, several at a time.
+// Formats integers as digits, several digits at a time.
 //
-// A word of digits has the first digit in its lowest byte, so it is stored as text, and shifting it
-// to the right drops leading zeros.
+// A word of digits has the first digit in its lowest byte. So storing the word writes text, and
+// shifting it to the right removes leading zeros.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@
 
 namespace Simd {
 
-// The characters of the values 0 to 99, two each: "00" to "99".
+// The texts of the values 0 to 99, two bytes each: "00" to "99".
 inline constexpr std::array<char, 200> digitPairs = [] {
     std::array<char, 200> made{};
     for (unsigned value = 0; value < 100; ++value) {
@@ -28,25 +28,25 @@ inline constexpr std::array<char, 200> digitPairs = [] {
     return made;
 }();
 
-// StoreSixteenDigits writes values below this one.
+// The exclusive limit for values of StoreSixteenDigits.
 inline constexpr std::uint64_t tenTo16 = 10000000000000000;
 
 namespace Detail {
 
 inline constexpr std::uint32_t tenTo8 = 100000000;
 
-// Eight '0' characters; or-ed to eight digits, it makes them characters.
+// Eight '0' characters. An OR with eight digits results in their characters.
 inline constexpr std::uint64_t asciiZeros = InAllBytes('0');
 
-// Returns the number of leading zeros. REQUIRES: not all digits are zero. (The top bit, which no
-// digit has, tells the compiler that the word is not 0.)
+// Returns the number of leading zeros. REQUIRES: not all digits are zero. (The code sets the top
+// bit, which no digit has, so the compiler knows that the word is not 0.)
 constexpr unsigned CountLeadingZeros(std::uint64_t digits) {
     return static_cast<unsigned>(std::countr_zero(digits | std::uint64_t{1} << 63)) / 8;
 }
 
 } // namespace Detail
 
-// The eight digits of a value below 100,000,000, as the values of bytes.
+// Returns the eight digits of a value below 100,000,000, one in each byte, as numbers.
 constexpr std::uint64_t EightDigitsScalar(std::uint32_t value) {
     std::uint64_t digits = 0;
     for (int i = 0; i < 8; ++i, value /= 10)
@@ -54,10 +54,10 @@ constexpr std::uint64_t EightDigitsScalar(std::uint32_t value) {
     return digits;
 }
 
-// The value is split in halves, three times, each time in all lanes of the word at once. The
-// factors stand for the division of a lane: x * 10486 >> 20 is x / 100 for x < 10,000, and
-// x * 103 >> 10 is x / 10 for x < 100. A quotient goes to the lower half of its lane, and the
-// remainder to the upper one, in one multiplication: (x - 10 * q << 8) + q is (x << 8) - 2559 * q.
+// Splits the value in halves three times, each time in all lanes of the word at once.
+// Multiplications replace the divisions of a lane: x * 10486 >> 20 is x / 100 for x < 10,000, and x
+// * 103 >> 10 is x / 10 for x < 100. One multiplication puts the quotient into the lower half of
+// its lane and the remainder into the upper half: (x - 10 * q << 8) + q is (x << 8) - 2559 * q.
 //
 // For 12345678 the lanes, lowest first, are: 1234 5678, then 12 34 56 78, then 1 2 3 4 5 6 7 8.
 constexpr std::uint64_t EightDigits(std::uint32_t value) {
@@ -70,7 +70,7 @@ constexpr std::uint64_t EightDigits(std::uint32_t value) {
     return join(twos, (twos * 103 >> 10) & 0x000F000F000F000F, 8, 10);
 }
 
-// Sixteen digits of a value below 10,000,000,000,000,000, as characters.
+// Stores the sixteen digits of a value below 10,000,000,000,000,000, as characters.
 inline void StoreSixteenDigitsScalar(void* to, std::uint64_t value) {
     char text[16];
     for (int i = 15; i >= 0; --i, value /= 10)
@@ -114,10 +114,10 @@ public:
         // GCOVR_EXCL_BR_STOP
     }
 
-    // The first eight, as a word of values.
+    // Returns the first eight digits as a word of numbers.
     std::uint64_t First() const { return static_cast<std::uint64_t>(_mm_cvtsi128_si64(digits)); }
 
-    // Store the characters of all sixteen, or of the last eight.
+    // Store the characters of all sixteen digits, or of the last eight.
     void Store(void* to) const { _mm_storeu_si128(static_cast<__m128i*>(to), Characters()); }
     void StoreLast(void* to) const {
         __m128i const characters = Characters();
@@ -142,8 +142,9 @@ inline void StoreSixteenDigits(void* to, std::uint64_t value) {
 
 // ---- Decimal text without leading zeros; "0" for zero
 //
-// Each writes the digits from `to` on and returns their number. FormatDecimal may write more bytes
-// than that: four for a value below 10,000, otherwise up to eight or as many as there are digits.
+// Each function writes the digits at `to` and returns their number. FormatDecimal may overwrite
+// bytes behind them: up to four bytes in total for a value below 10,000, otherwise up to eight
+// bytes or the number of digits.
 
 inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
     unsigned count = 1;
@@ -173,8 +174,8 @@ inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
 
 namespace Detail {
 
-// Stores eight digits without their leading zeros, and returns how many remain. Writes eight bytes:
-// "12345" and three NULs for 0 0 0 1 2 3 4 5.
+// Stores eight digits without their leading zeros, and returns the number of the others. Writes
+// eight bytes: "12345" and three NULs for 0 0 0 1 2 3 4 5.
 // REQUIRES: not all digits are zero.
 inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
     unsigned const leading = CountLeadingZeros(digits);
@@ -184,7 +185,7 @@ inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits
 
 } // namespace Detail
 
-// `Value` is std::uint32_t or std::uint64_t. REQUIRES: room for ten digits, or for twenty.
+// `Value` is std::uint32_t or std::uint64_t. REQUIRES: room for ten or twenty digits.
 template <class Value>
 inline unsigned FormatDecimal(unsigned char* to, Value value) {
     using namespace Detail;
@@ -208,8 +209,8 @@ inline unsigned FormatDecimal(unsigned char* to, Value value) {
     }
 }
 
-// The same text, ending before `end`; returns its first character. Writes up to 24 bytes before
-// `end`, zeros in front of the digits. REQUIRES: `value` is at least 10,000.
+// Writes the same text with its end at `end`, and returns its first character. Overwrites up to 24
+// bytes before `end`, with zeros before the digits. REQUIRES: `value` is at least 10,000.
 inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
     using namespace Detail;
     if (value < tenTo8) {
@@ -248,9 +249,9 @@ inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
 
 // ---- Hexadecimal text
 
-// The characters of eight hexadecimal digits, lower-case, as a word: each digit moves to a byte of
-// its own, and those above 9 go on to the letters. For 0x12AB34CD the lanes, lowest first, are:
-// 34CD 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the bytes are reversed at the end.
+// Returns eight lower-case hexadecimal digits as a word of characters. Each digit moves to its own
+// byte, and those above 9 are mapped to letters. For 0x12AB34CD the lanes, lowest first, are: 34CD
+// 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the last step reverses the bytes.
 constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
     std::uint64_t digits = value;
     digits = (digits << 16 | digits) & 0x0000FFFF0000FFFF;
@@ -260,7 +261,7 @@ constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
     return __builtin_bswap64(digits + Detail::asciiZeros + letters * ('a' - '0' - 10));
 }
 
-// Writes the last `count` hexadecimal digits of the value, and up to eight bytes in all.
+// Writes the last `count` hexadecimal digits of the value. Overwrites up to eight bytes in total.
 // REQUIRES: `count` is at most 16.
 inline void FormatHexScalar(unsigned char* to, std::uint64_t value, unsigned count) {
     for (unsigned i = count; i != 0; value >>= 4)

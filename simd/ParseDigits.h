@@ -1,4 +1,4 @@
-// Numerals of digits alone, eight characters at a time.
+// Parses text that consists of digits only, eight characters at a time.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ namespace Simd {
 
 namespace Detail {
 
-// The value of one hexadecimal digit of either case; 16 for any other byte.
+// The value of a hexadecimal digit of either case; 16 for any other byte.
 inline constexpr std::array<unsigned char, 256> hexDigitValues = [] {
     std::array<unsigned char, 256> made{};
     made.fill(16);
@@ -28,7 +28,7 @@ inline constexpr std::array<unsigned char, 256> hexDigitValues = [] {
     return made;
 }();
 
-// The value of one digit; `base` or more for any other byte.
+// Returns the value of a digit; `base` or more for any other byte.
 template <unsigned base>
 constexpr unsigned DigitValue(unsigned char byte) {
     static_assert(base == 10 || base == 16);
@@ -40,9 +40,9 @@ constexpr unsigned DigitValue(unsigned char byte) {
 
 } // namespace Detail
 
-// Reads a whole text of digits in base 10 or 16, in either case. Returns false, and leaves any
-// number in `value`, if the text is empty, has another byte, or does not fit 64 bits.
-// Of a text of more than 24 characters, false may also come for one that fits.
+// Parses a text of digits in base 10 or 16; letters may have either case. Returns false, and leaves
+// `value` unspecified, if the text is empty, has another byte, or does not fit 64 bits. For a text
+// of more than 24 characters, may return false even if the value fits.
 template <unsigned base>
 bool ParseDigitsScalar(unsigned char const* text, std::size_t length, std::uint64_t& value) {
     value = 0;
@@ -66,26 +66,26 @@ struct Halves {
     std::uint64_t last;
 };
 
-// Eight characters in a word, the first one in the lowest byte, each exclusive-ored with '0': a
-// byte of 0 is the digit 0, so leading zeros cost nothing.
+// Eight characters in a word, the first one in the lowest byte, each XORed with '0'. The digit 0 is
+// then a byte of 0, so leading zeros need no extra work.
 //
-// NonDigitMask sets the top bit of some byte if a character is no digit, and of none if all are.
-// ParseDigitsUnchecked REQUIRES that all are digits.
+// NonDigitMask sets the top bit of at least one byte if any character is not a digit, otherwise of
+// none. ParseDigitsUnchecked REQUIRES that all characters are digits.
 template <unsigned base>
 struct DigitWord;
 
 template <>
 struct DigitWord<10> {
-    // 0x76 carries a byte from 10 on into its top bit, and from 0x8A on into the next byte, which
-    // then makes no difference.
+    // Adding 0x76 carries a byte of 10 or more into its top bit. A byte of 0x8A or more also
+    // carries into the next byte, which then does not matter.
     static std::uint64_t NonDigitMask(std::uint64_t word) {
         return (word + InAllBytes(0x76)) | word;
     }
 
-    // Neighbours are joined three times: digits to pairs, and pairs to fours and to the whole in
-    // one multiplication for each half of them. For the digits 1 2 3 4 5 6 7 8 the pairs in every
-    // other byte are 12 34 56 78; the first sum is 12 * 1000000 + 56 * 100 and the second
-    // 34 * 10000 + 78, both in the upper 32 bits.
+    // Joins adjacent numbers three times: digits to pairs, and pairs to fours and to the whole
+    // value, in one multiplication for each half of the pairs. For the digits 1 2 3 4 5 6 7 8 the
+    // pairs in every other byte are 12 34 56 78. The first sum is 12 * 1000000 + 56 * 100 and the
+    // second 34 * 10000 + 78, both in the upper 32 bits.
     static std::uint64_t ParseDigitsUnchecked(std::uint64_t word) {
         std::uint64_t const pairs = word * 10 + (word >> 8);
         constexpr std::uint64_t everyOtherPair = 0x000000FF000000FF;
@@ -94,8 +94,8 @@ struct DigitWord<10> {
         return (first + second) >> 32;
     }
 
-    // The same for two words. The lanes of 1234567887654321, lowest first: the digits, then
-    // 12 34 56 78 87 65 43 21, then 1234 5678 8765 4321, then 12345678 87654321.
+    // The same for two words. The lanes of 1234567887654321, lowest first: the digits, then 12 34
+    // 56 78 87 65 43 21, then 1234 5678 8765 4321, then 12345678 87654321.
     static Halves ParseDigitsUnchecked(std::uint64_t first, std::uint64_t last) {
         __m128i const digits =
             _mm_set_epi64x(static_cast<long long>(last), static_cast<long long>(first));
@@ -112,22 +112,23 @@ struct DigitWord<10> {
 
 template <>
 struct DigitWord<16> {
-    // Sets the top bit of each byte that is `bound` or more. REQUIRES: no byte has its top bit set.
+    // Sets the top bit of each byte that is at least `bound`. REQUIRES: no byte has its top bit
+    // set.
     static std::uint64_t NotBelow(std::uint64_t word, unsigned char bound) {
         return word + InAllBytes(static_cast<unsigned char>(0x80 - bound));
     }
 
     static std::uint64_t NonDigitMask(std::uint64_t word) {
-        // The exclusive or has inverted the case bit. "9aG" is 09 51 77: the last two are 10 or
-        // more, and of these the first is a letter.
+        // The XOR has inverted the case bit. "9aG" is 09 51 77: the last two are 10 or more, and of
+        // these the first is a letter.
         std::uint64_t const upper = word | InAllBytes(0x20);
         std::uint64_t const letters = NotBelow(upper, 'A' ^ '0') & ~NotBelow(upper, 'G' ^ '0');
         std::uint64_t const failed = NotBelow(word, 10) & ~letters;
         return failed | word;
     }
 
-    // The letters have bit 6, and 9 added to their low four bits is their value. For "12ab34CD"
-    // the digits 1 2 A B 3 4 C D become 12 AB 34 CD, then 12AB 34CD, then 12AB34CD.
+    // Letters have bit 6, and their value is 9 plus their low four bits. For "12ab34CD" the digits
+    // 1 2 A B 3 4 C D become 12 AB 34 CD, then 12AB 34CD, then 12AB34CD.
     static std::uint64_t ParseDigitsUnchecked(std::uint64_t word) {
         std::uint64_t const letters = word >> 6 & InAllBytes(1);
         std::uint64_t const digits = (word & InAllBytes(0x0F)) + letters * 9;
@@ -159,15 +160,16 @@ inline std::uint64_t LoadDigits(unsigned char const* from) {
     return LoadWord<std::uint64_t>(from) ^ InAllBytes('0');
 }
 
-// The `count` characters before `end`, with zeros in front of them. REQUIRES: `count` is 1 to 8,
-// and there are 8 characters before `end`. With 2 characters, 23456789 becomes 0 0 0 0 0 0 8 9.
+// Returns the last `count` characters before `end` as a word, with zeros in front. REQUIRES:
+// `count` is 1 to 8, and there are 8 characters before `end`. With `count` 2, 23456789 becomes 0 0
+// 0 0 0 0 8 9.
 inline std::uint64_t LoadLastDigits(unsigned char const* end, std::size_t count) {
     std::uint64_t const kept = ~std::uint64_t{0} << (wordLength - count) * 8;
     return LoadDigits(end - wordLength) & kept;
 }
 
-// 4 to 8 characters, with zeros in front of them: two halves, which overlap. For "12345" these are
-// 0 0 0 1 2 3 4 0 and 0 0 0 0 2 3 4 5.
+// Returns 4 to 8 characters as a word, with zeros in front, from two halves that may overlap. For
+// "12345" these are 0 0 0 1 2 3 4 0 and 0 0 0 0 2 3 4 5.
 inline std::uint64_t LoadFewDigits(unsigned char const* text, std::size_t length) {
     constexpr auto asciiZero4 = static_cast<std::uint32_t>(InAllBytes('0'));
     std::uint32_t const first = LoadWord<std::uint32_t>(text) ^ asciiZero4;
@@ -228,7 +230,7 @@ template <unsigned base>
 
 } // namespace Detail
 
-// Inlined, because a reader of numerals takes a third longer with a call.
+// Inlined, because parsing numerals takes a third longer with a call.
 template <unsigned base>
 [[gnu::always_inline]] inline bool ParseDigits(unsigned char const* text, std::size_t length,
                                                std::uint64_t& value) {

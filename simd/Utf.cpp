@@ -9,7 +9,7 @@ namespace Simd {
 
 namespace {
 
-// A place in the source and one in the target. Each operation moves both on.
+// A position in the source and one in the target. Each operation advances both.
 template <class To, class From>
 class Cursor {
 public:
@@ -30,7 +30,7 @@ public:
     }
 
 #if SIMD_X86
-    // Leaves what is too short for whole blocks.
+    // Leaves a rest that is too short for whole blocks.
     void TranscodeBlocks() {
         bool const hasShuffles = Uses(Level::ssse3);
         CopyEqualUnits();
@@ -45,12 +45,13 @@ public:
 #endif
 
 private:
-    // The room is that in front of `full`.
+    // `room` is counted from the target to `full`.
     bool Has(std::ptrdiff_t units, std::ptrdiff_t room) const {
         return sourceEnd - position >= units && full - target >= room;
     }
 
-    // Returns whether there was a whole well-formed sequence, and room for the longest one.
+    // Returns true if it has transcoded a sequence: there was a complete well-formed one, and room
+    // for the longest one.
     bool TranscodeSequence() {
         if (!Has(1, 1))
             return false;
@@ -77,7 +78,8 @@ private:
             return *position < 0x10000 && !IsSurrogate(*position);
     }
 
-    // A whole block advances by a constant, so the next one does not wait for the mask of this one.
+    // A whole block advances by a constant, so the next one does not depend on the mask of this
+    // one.
     void CopyEqualUnits() {
         while (Has(16, 16) && NextUnitIsEqual()) {
             unsigned const others = UtfBlocks::CopyUnits<To, From>(position, target);
@@ -90,8 +92,8 @@ private:
         }
     }
 
-    // Begins with a unit that is not equal in both encodings. A run of long sequences has a faster
-    // function of its own.
+    // The next code unit differs in the two encodings, because the caller has called
+    // CopyEqualUnits. Runs of long sequences have their own, faster function.
     UtfBlocks::BlockProgress TranscodeBlock(bool hasShuffles) const {
         UtfBlocks::BlockProgress const run = TranscodeLongSequences();
         if (run.isWhole || !hasShuffles)
@@ -101,7 +103,7 @@ private:
         return mixed.read != 0 ? mixed : run;
     }
 
-    // Where a block made no progress, the next one would hardly do better.
+    // Transcodes several sequences, because the next block would probably not make progress either.
     bool TranscodeFewSequences() {
         for (int count = 0; count < 8; ++count)
             if (!TranscodeSequence())
@@ -120,7 +122,7 @@ private:
     From const* position;
     From const* const sourceEnd;
     To* target;
-    To* const full; // from here on there is no room for the longest sequence
+    To* const full; // from here on, the longest sequence does not fit
     bool isIllFormed = false;
 };
 

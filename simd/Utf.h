@@ -1,22 +1,23 @@
-// Transcoding between UTF-8, UTF-16 and UTF-32.
+// Transcodes between UTF-8, UTF-16 and UTF-32.
 //
-// An encoding is named by its code unit: unsigned char, unsigned short, unsigned int. Byte order is
-// that of the host.
+// The type of the code unit selects the encoding: unsigned char, unsigned short, unsigned int. Byte
+// order is the host's.
 //
-// What is accepted besides well-formed text is fixed, and differs from the Unicode Standard
-// (chapter 3.9):
-// - From UTF-8, overlong forms are read as their value. Sequences of four bytes are not tested for
-//   their range. Encoded surrogates are ill-formed for UTF-16, and accepted for UTF-32. A sequence
-//   is judged when four bytes are available: until then it is unfinished, unless it is whole.
-// - From UTF-16, a surrogate of either kind begins a pair, which is judged with its second unit.
-// - From UTF-32, surrogates and values of 0x110000 and more are ill-formed.
+// Deliberate: besides well-formed text, some ill-formed sequences are accepted, contrary to the
+// Unicode Standard, chapter 3.9:
+// - From UTF-8: overlong sequences are decoded. Four-byte sequences are not checked for their
+//   range. Encoded surrogates are ill-formed for UTF-16 and accepted for UTF-32. A sequence that is
+//   not complete is unfinished until four bytes are available; then it is ill-formed.
+// - From UTF-16: a surrogate of either kind starts a pair, which is checked when its second code
+//   unit is available.
+// - From UTF-32: surrogates and values of 0x110000 and more are ill-formed.
 #pragma once
 
 #include <cstddef>
 
 namespace Simd {
 
-// The units of the longest sequence.
+// The number of code units in the longest sequence.
 template <class Unit>
 inline constexpr unsigned maxUtfUnits = 4 / sizeof(Unit);
 
@@ -26,11 +27,11 @@ struct UtfProgress {
     bool isIllFormed = false; // the sequence after what was read is ill-formed
 };
 
-// Transcodes sequences until the source is used up, the target has room for fewer than
-// maxUtfUnits<To> units, or the next sequence is unfinished or ill-formed. Units of the target
-// after the written ones are unspecified.
+// Transcodes sequences until the source is empty, the target has room for fewer than
+// maxUtfUnits<To> code units, or the next sequence is unfinished or ill-formed. The target behind
+// the code units written is unspecified.
 //
-// Exists for each pair of different units.
+// Exists for each pair of different code units.
 template <class To, class From>
 UtfProgress Transcode(From const* from, std::size_t available, To* to, std::size_t room);
 

@@ -1,7 +1,7 @@
-// No branch depends on the text: each unit of the source becomes, in a lane of its own, the units
-// that end with it. A shuffle from a table then moves the lanes that hold units to the left. A lane
-// sees the units before it, and finds ill-formed sequences in the same way; those are left to the
-// scalar code.
+// No branch depends on the text. Each code unit of the source has its own lane, which receives the
+// code units of the target that end with it. A shuffle from a table then moves the lanes that hold
+// output to the left. A lane can access the code units before it, and so also detects ill-formed
+// sequences, which are left to the scalar code.
 #include "simd/UtfMixed.h"
 
 #if SIMD_X86
@@ -21,7 +21,7 @@ namespace {
 using namespace Vectors;
 using UtfBlocks::BlockProgress;
 
-// ---- Tables of shuffles: for each byte of the result, its place in the source vector
+// ---- Tables of shuffles: for each byte of the result, its index in the source vector
 
 struct alignas(16) Shuffle {
     unsigned char from[16];
@@ -45,8 +45,8 @@ constexpr auto leftShuffles16 = MakeLeftShuffles<2>();
 constexpr auto leftShuffles32 = MakeLeftShuffles<4>();
 
 // For the lengths of four sequences, moves the last 1 to 4 bytes of each lane of 32 bits to the
-// left. The length of sequence i, less one, is in the bits i (1) and i + 4 (2). For the lengths 1 3
-// 1 2 the index is 0b0010'1000 and the entry begins with 3 5 6 7 11 14 15.
+// left. The bits i (value 1) and i + 4 (value 2) hold the length of sequence i, minus one. For the
+// lengths 1 3 1 2 the index is 0b0010'1000 and the entry begins with 3 5 6 7 11 14 15.
 constexpr auto MakeTailShuffles() {
     std::array<Shuffle, 256> shuffles{};
     for (std::size_t lengths = 0; lengths < 256; ++lengths) {
@@ -66,7 +66,7 @@ SIMD_TARGET_SSSE3 inline Vector Shuffled(Vector lanes, Shuffle const& shuffle) {
     return _mm_shuffle_epi8(lanes, _mm_load_si128(reinterpret_cast<Vector const*>(shuffle.from)));
 }
 
-// Write 16 bytes, and return the end of the lanes whose bit is set, or of the tails.
+// Write 16 bytes. Return the end of the selected lanes, or of the tails.
 SIMD_TARGET_SSSE3 inline unsigned short* CompressLeft(unsigned short* to, Vector lanes,
                                                       unsigned mask) {
     Store(to, Shuffled(lanes, leftShuffles16[mask]));
@@ -82,19 +82,19 @@ SIMD_TARGET_SSSE3 inline unsigned char* CompressTailsLeft(unsigned char* to, Vec
     return to + 4 + std::popcount(lengths) + std::popcount(lengths >> 4);
 }
 
-// For each byte, the one `bytes` before it; the first ones come from the vector before.
+// Returns for each byte the one that is `bytes` before it; the first ones are from `vectorBefore`.
 // Preceding<1> of A B C .. after .. X Y Z is Z A B ...
 template <int bytes>
 SIMD_TARGET_SSSE3 inline Vector Preceding(Vector lanes, Vector vectorBefore) {
     return _mm_alignr_epi8(lanes, vectorBefore, 16 - bytes);
 }
 
-// ---- One class for each source
+// ---- One class for each source encoding
 //
-// Transcode reads `step` units, those after the ones of the call before. It writes up to `room`
-// units, and moves `to` to the end of those that count. It returns false, and changes nothing, if a
-// sequence is ill-formed. The last units may begin a sequence that is not whole: UnfinishedUnits
-// returns their number, and PartialOutputUnits how many units were written for them already.
+// Transcode reads the next `step` code units. It writes up to `room` code units and moves `to` to
+// the end of those that count. It returns false, and changes nothing, if a sequence is ill-formed.
+// The last code units may begin an incomplete sequence: UnfinishedUnits returns their number, and
+// PartialOutputUnits the number of code units already written for them.
 
 template <class To, class From>
 class Shuffler;
@@ -113,7 +113,7 @@ public:
         return true;
     }
 
-    // The sequences are well-formed, so the lead byte tells the length.
+    // The sequences are well-formed, so the lead byte determines the length.
     static int UnfinishedUnits(unsigned char const* begin, unsigned char const* end) {
         for (int count = 1; count <= 3 && count <= end - begin; ++count)
             if (end[-count] >= 0xC0)
@@ -128,8 +128,8 @@ public:
 private:
     static int LengthByLead(unsigned char lead) { return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4; }
 
-    // The bytes, and those one, two and three before them. For "a\u20AC": 61 E2 82 AC in `zero` are
-    // above .. 61 E2 82 in `one` and .. .. 61 E2 in `two`, so the lane of AC sees all of its
+    // The bytes, and those one, two and three before them. For "a\u20AC": below 61 E2 82 AC in
+    // `zero` are .. 61 E2 82 in `one` and .. .. 61 E2 in `two`, so the lane of AC has its whole
     // sequence.
     struct Bytes {
         SIMD_TARGET_SSSE3 Bytes(Vector bytes, Vector before)
@@ -138,8 +138,8 @@ private:
               two(Preceding<2>(bytes, before)),
               three(Preceding<3>(bytes, before)) {}
 
-        // Marks a byte where a trailing byte is missing or unexpected, a byte that cannot begin a
-        // sequence and, for UTF-16, the second byte of an encoded surrogate.
+        // Marks a byte if a trailing byte is missing or unexpected, if it cannot begin a sequence
+        // and, for UTF-16, if it is the second byte of an encoded surrogate.
         Vector Errors() const {
             Vector const found = Or(Xor(Is8(zero, 0xC0, 0x80), Expected()), AtLeast8(zero, 0xF8));
             if constexpr (sizeof(To) == 2)
@@ -147,16 +147,16 @@ private:
             return found;
         }
 
-        // Where a trailing byte is due.
+        // Marks the positions that need a trailing byte.
         Vector Expected() const { return Or(AtLeast8(one, 0xC0), EndsThreeOrFour()); }
         Vector EndsThreeOrFour() const { return Or(AtLeast8(two, 0xE0), AtLeast8(three, 0xF0)); }
 
         Vector zero, one, two, three;
     };
 
-    // In lanes of 16 bits, the lower half of the code point that ends at each byte, without the
-    // marks of lead and trailing bytes. At the AC of E2 82 AC: low is 2C | 02 << 6, cut to the byte
-    // AC; high is 02 >> 2 | 2 << 4, the byte 20; together 20AC.
+    // Returns, in lanes of 16 bits, the lower half of the code point that ends at each byte,
+    // without the marker bits of lead and trailing bytes. At the AC of E2 82 AC: low is 2C | 02 <<
+    // 6, truncated to the byte AC; high is 02 >> 2 | 2 << 4, the byte 20; together 20AC.
     static TwoVectors LowerHalves(Bytes const& bytes) {
         Vector const middle = And(bytes.one, bytes.Expected());
         Vector const top = And(bytes.two, bytes.EndsThreeOrFour());
@@ -165,8 +165,8 @@ private:
         return Join8(low, high);
     }
 
-    // A lane counts unless its byte is a lead byte or the second byte of three or four: for
-    // 61 E2 82 AC the lanes are 0061 .. .. 20AC, which become 0061 20AC.
+    // A lane counts unless its byte is a lead byte or the second byte of three or four: for 61 E2
+    // 82 AC the lanes are 0061 .. .. 20AC, which become 0061 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Bytes const& bytes) {
         TwoVectors units = LowerHalves(bytes);
         if (MaskOf8(Or(AtLeast8(bytes.two, 0xF0), AtLeast8(bytes.three, 0xF0))) != 0)
@@ -176,8 +176,8 @@ private:
         return CompressLeft(to, units.second, ~mask >> 8 & 0xFF);
     }
 
-    // The high surrogate is made of the first three bytes, in the lane of the third. At the 98 of
-    // F0 9F 98 80: 1F << 2 | 1 is the offset 7D, and 7D - 40 | D800 is D83D.
+    // The high surrogate consists of bits of the first three bytes, and is in the lane of the
+    // third. At the 98 of F0 9F 98 80: 1F << 2 | 1 is the offset 7D, and 7D - 40 | D800 is D83D.
     static TwoVectors WithPairs(TwoVectors units, Bytes const& bytes) {
         TwoVectors const offsets =
             Join8(Or(Left16(bytes.one, 0x3F3F, 2), Right16(bytes.zero, 4, 0x0303)),
@@ -194,7 +194,7 @@ private:
     }
 
     // The lane of the last byte counts. At the 80 of F0 9F 98 80: 0 << 2 | 1 is the upper half 1,
-    // which is joined to the lower half F600.
+    // which is joined with the lower half F600.
     SIMD_TARGET_SSSE3 static unsigned int* Write(unsigned int* to, Bytes const& bytes) {
         Vector const upper = And(AtLeast8(bytes.three, 0xF0),
                                  Or(Left16(bytes.three, 0x0707, 2), Right16(bytes.two, 4, 0x0303)));
@@ -237,9 +237,9 @@ private:
     static Vector AreHigh(Vector units) { return Is16(units, 0xFC00, 0xD800); }
     static Vector AreLow(Vector units) { return Is16(units, 0xFC00, 0xDC00); }
 
-    // Each unit has a lane of 32 bits, of which the last one, two or three bytes count. For 0041
-    // 00E9 20AC the lanes are .. .. .. 41, .. .. C3 A9 and .. E2 82 AC, which become
-    // 41 C3 A9 E2 82 AC.
+    // Each code unit has a lane of 32 bits, of which the last one, two or three bytes count. For
+    // 0041 00E9 20AC the lanes are .. .. .. 41, .. .. C3 A9 and .. E2 82 AC, which become 41 C3 A9
+    // E2 82 AC.
     SIMD_TARGET_SSSE3 static unsigned char* Write(unsigned char* to, Vector units,
                                                   Vector unitsBefore) {
         Vector const one = Is16(units, 0xFF80, 0), oneOrTwo = Is16(units, 0xF800, 0);
@@ -256,8 +256,8 @@ private:
         return CompressTailsLeft(to, lanes.second, (lengths >> 4 & 0x0F) | (lengths >> 8 & 0xF0));
     }
 
-    // The first two bytes of four at a high surrogate, the last two at a low one: D83D DE00 gives
-    // the lanes 9FF0 8098, which are F0 9F 98 80 in memory.
+    // Returns the first two bytes of four at a high surrogate, the last two at a low one: D83D DE00
+    // becomes the lanes 9FF0 8098, which are F0 9F 98 80 in memory.
     static Vector HalvesOfFour(Vector units, Vector unitsBefore) {
         Vector const offset = Add16(units, 0x40);
         Vector const first = Or(Right16(offset, 8, 0x07), Left16(offset, 0xFC, 6), All16(0x80F0));
@@ -304,8 +304,8 @@ private:
         return Is32(Subtract32(values, 0x10000), 0xFFF00000, 0);
     }
 
-    // Each lane has the bytes of its sequence, last byte highest: for 1F600 the bytes F0 9F 98 80,
-    // for E9 the bytes .. .. C3 A9.
+    // Each lane has the bytes of its sequence, the last byte in the highest byte: for 1F600 the
+    // bytes F0 9F 98 80, for E9 the bytes .. .. C3 A9.
     SIMD_TARGET_SSSE3 static unsigned char* Write(unsigned char* to, Vector values) {
         Vector const one = Is32(values, 0xFFFFFF80, 0), oneOrTwo = Is32(values, 0xFFFFF800, 0);
         Vector const four = AreSupplementary(values);
@@ -314,13 +314,13 @@ private:
         Vector const sequences = Or(Or(Left32(values, 0x3F, 24), Left32(values, 0xFC0, 10)),
                                     Right32(values, 4, 0x3F00), Right32(values, 18, 0x07), leads);
         Vector const lanes = Select(one, Left32(values, 0x7F, 24), sequences);
-        // The lengths in two bits: two and four bytes set the first, three and four the second.
+        // The lengths as two bits: two and four bytes set the first, three and four the second.
         unsigned const even = MaskOf32(Or(AndNot(oneOrTwo, one), four));
         return CompressTailsLeft(to, lanes, even | (MaskOf32(oneOrTwo) ^ 0xF) << 4);
     }
 
-    // Each lane has a pair, or one unit and a half that does not count: for 1F600 20AC the lanes of
-    // 16 bits are D83D DE00 20AC 0000, which become D83D DE00 20AC.
+    // Each lane has a pair, or one code unit and a half that does not count: for 1F600 20AC the
+    // lanes of 16 bits are D83D DE00 20AC 0000, which become D83D DE00 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Vector values) {
         Vector const four = AreSupplementary(values);
         Vector const pairs = Or(Right32(Subtract32(values, 0x10000), 10, 0x3FF),

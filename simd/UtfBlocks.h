@@ -1,7 +1,7 @@
-// Sequences of one kind, several at a time with SSE2.
+// Transcodes several sequences of one kind at a time, with SSE2.
 //
-// Each function transcodes sequences from the first one on, up to one that is not of its kind. It
-// may read units after those, and write units after the ones that count: its comment says how many.
+// Each function transcodes the sequences before the first one of another kind. It may read code
+// units behind them, and write code units behind those that count, as its comment states.
 #pragma once
 
 #include "simd/Vectors.h"
@@ -16,14 +16,15 @@ namespace Simd::UtfBlocks {
 
 using namespace Vectors;
 
-// The units that a function has transcoded.
+// The number of code units that a function has transcoded.
 struct BlockProgress {
     int read, written;
     bool isWhole = false; // as many as the function can transcode at once
 };
 
-// The sequences before the first set bit of `others`, or `count` if there is none. That case has a
-// branch of its own, so the next block does not wait for the mask of this one.
+// Returns the progress for the sequences before the first set bit of `others`, or for `count` of
+// them if no bit is set. The second case has its own branch, so the next block does not depend on
+// this mask.
 template <int count, int sourceUnits, int targetUnits>
 BlockProgress ProgressBefore(unsigned others) {
     if (others == 0) [[likely]]
@@ -32,7 +33,7 @@ BlockProgress ProgressBefore(unsigned others) {
     return {whole * sourceUnits, whole * targetUnits};
 }
 
-// ---- Units of equal value in both encodings: ASCII, or between UTF-16 and UTF-32 the basic plane
+// ---- Code units with equal values in both encodings: ASCII; between UTF-16 and UTF-32, the BMP
 
 inline TwoVectors LoadUnits(unsigned char const* from) { return Widen8(Load(from)); }
 inline TwoVectors LoadUnits(unsigned short const* from) { return {Load(from), Load(from + 8)}; }
@@ -53,12 +54,12 @@ inline void StoreUnits(unsigned int* to, TwoVectors units) {
     Store(to + 12, second.second);
 }
 
-// Which of 8 units do not fit 16 bits.
+// Returns all ones for each of 8 code units that does not fit 16 bits.
 inline Vector AreWide(unsigned int const* from) noexcept {
     return Not(NarrowFound32(Is32(Load(from), 0xFFFF0000, 0), Is32(Load(from + 4), 0xFFFF0000, 0)));
 }
 
-// One bit for each of 16 units whose value is not a unit of the target.
+// Returns one bit for each of 16 code units, set if its value is not a code unit of the target.
 template <class To, class From>
 unsigned Differing(From const* from, TwoVectors units) {
     if constexpr (std::is_same_v<From, unsigned char>)
@@ -73,13 +74,14 @@ unsigned Differing(From const* from, TwoVectors units) {
     return MaskOf16(found);
 }
 
-// Whether all of 16 units have equal values in both encodings.
+// True if 16 code units have equal values in both encodings.
 template <class To, class From>
 bool AreEqual(From const* from) {
     return Differing<To, From>(from, LoadUnits(from)) == 0;
 }
 
-// Reads and writes 16 units; returns one bit for each whose value is not a unit of the target.
+// Copies 16 code units. Returns one bit for each, set if its value is not a code unit of the
+// target.
 template <class To, class From>
 unsigned CopyUnits(From const* from, To* to) {
     TwoVectors const units = LoadUnits(from);
@@ -89,22 +91,23 @@ unsigned CopyUnits(From const* from, To* to) {
 
 // ---- Supplementary code points, which take four bytes in each encoding
 
-// Four code points, and one bit for each that is not supplementary.
+// Four code points, and one bit for each, set if it is not supplementary.
 struct FourValues {
     Vector values;
     unsigned others;
 };
 
 inline FourValues LoadSupplementary(unsigned char const* from) {
-    // F0 9F 98 80 in memory is the lane 80989FF0: the lead byte is the lowest. Its bits move to
-    // 0 << 18, 1F << 12, 18 << 6 and 0, together 1F600.
+    // F0 9F 98 80 in memory is the lane 80989FF0: the lead byte is the lowest. Its bits move to 0
+    // << 18, 1F << 12, 18 << 6 and 0, which is 1F600.
     Vector const bytes = Load(from);
     return {Or(Left32(bytes, 0x07, 18), Left32(bytes, 0x3F00, 4), Right32(bytes, 10, 0xFC0),
                Right32(bytes, 24, 0x3F)),
             MaskOf32(Is32(bytes, 0xC0C0C0F8, 0x808080F0)) ^ 0xF};
 }
 inline FourValues LoadSupplementary(unsigned short const* from) {
-    // D83D DE00 in memory is the lane DE00D83D: 3D << 10 and 200 are F600, and 10000 makes 1F600.
+    // D83D DE00 in memory is the lane DE00D83D: 3D << 10 and 200 are F600; adding 10000 results in
+    // 1F600.
     Vector const pairs = Load(from);
     Vector const offsets = Or(Left32(pairs, 0x3FF, 10), Right32(pairs, 16, 0x3FF));
     return {Add32(offsets, 0x10000), MaskOf32(Is32(pairs, 0xFC00FC00, 0xDC00D800)) ^ 0xF};
@@ -115,19 +118,19 @@ inline FourValues LoadSupplementary(unsigned int const* from) {
 }
 
 inline void StoreSupplementary(unsigned char* to, Vector values) {
-    // 1F600 gives 0, 1F, 18 and 0 in the bytes of the lane 80989FF0, lowest first.
+    // 1F600 results in 0, 1F, 18 and 0 in the bytes of the lane 80989FF0, lowest first.
     Vector const bytes = Or(Right32(values, 18, 0x07), Right32(values, 4, 0x3F00),
                             Left32(values, 0xFC0, 10), Left32(values, 0x3F, 24));
     Store(to, Or(bytes, All32(0x808080F0)));
 }
 inline void StoreSupplementary(unsigned short* to, Vector values) {
-    // 1F600 gives D800 | 3D below and DC00 | 200 above: the lane DE00D83D.
+    // 1F600 results in D800 | 3D below and DC00 | 200 above: the lane DE00D83D.
     Vector const high = Right32(Subtract32(values, 0x10000), 10, 0xFFFF);
     Store(to, Or(high, Left32(values, 0x3FF, 16), All32(0xDC00D800)));
 }
 inline void StoreSupplementary(unsigned int* to, Vector values) { Store(to, values); }
 
-// Up to 4 code points. Reads and writes 16 bytes.
+// Transcodes up to 4 code points. Reads and writes 16 bytes.
 template <class To, class From>
 BlockProgress TranscodeSupplementary(From const* from, To* to) {
     constexpr int sourceUnits = 4 / sizeof(*from), targetUnits = 4 / sizeof(*to);
@@ -138,11 +141,11 @@ BlockProgress TranscodeSupplementary(From const* from, To* to) {
 
 // ---- From UTF-8
 
-// Up to 4 sequences of three bytes; for UTF-16, an encoded surrogate ends them. Reads 13 bytes and
-// writes 4 units.
+// Decodes up to 4 sequences of three bytes, for UTF-16 only those before an encoded surrogate.
+// Reads 13 bytes and writes 4 code units.
 //
-// Each lane of 32 bits gets one sequence and the byte after it: E2 82 AC xx is the lane xxAC82E2,
-// whose bits move to 2 << 12, 02 << 6 and 2C, together 20AC.
+// Each lane of 32 bits has one sequence and the byte behind it: E2 82 AC xx is the lane xxAC82E2,
+// whose bits move to 2 << 12, 02 << 6 and 2C, which is 20AC.
 template <class Unit>
 BlockProgress DecodeTriples(unsigned char const* from, Unit* to) {
     Vector const low = _mm_unpacklo_epi32(LoadQuarter(from), LoadQuarter(from + 3));

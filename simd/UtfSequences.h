@@ -1,7 +1,7 @@
-// One sequence of code units in UTF-8, UTF-16 or UTF-32: what the transcoders read and write, unit
-// by unit. A pair of encodings is the reader of one and the writer of the other.
+// Reads and writes one sequence of code units in UTF-8, UTF-16 or UTF-32. A transcoding uses the
+// reader of one encoding and the writer of another.
 //
-// The encodings are named by their code units: unsigned char, unsigned short, unsigned int.
+// The type of the code unit selects the encoding: unsigned char, unsigned short, unsigned int.
 #pragma once
 
 #include <cstddef>
@@ -10,10 +10,10 @@
 
 namespace Simd {
 
-// A sequence as it was read.
+// The result of reading a sequence.
 //
-// The form of the source goes along with the value, because the target is written by the form: an
-// overlong UTF-8 sequence of four bytes becomes two units of UTF-16, whatever its value.
+// Stores the form of the sequence beside the value, because the form determines the output: an
+// overlong UTF-8 sequence of four bytes becomes two code units of UTF-16, whatever its value.
 struct UtfSequence {
     enum Form : unsigned char {
         unfinished, // all available units belong to it, and at least one more is needed
@@ -31,16 +31,16 @@ constexpr bool IsSurrogate(std::uint32_t value) { return (value & 0xFFFFF800) ==
 constexpr bool IsHighSurrogate(std::uint32_t unit) { return (unit & 0xFFFFFC00) == 0xD800; }
 constexpr bool IsLowSurrogate(std::uint32_t unit) { return (unit & 0xFFFFFC00) == 0xDC00; }
 
-// Read takes the `available` units from `unit` on, at least one. With maxUtfUnits<Unit> of them the
-// result is never unfinished. Write takes a whole sequence, and a target with room for
-// maxUtfUnits<Unit> units, and returns the end of what it wrote.
+// Read parses a sequence from `available` code units, at least one. With maxUtfUnits<Unit> code
+// units, the result is never unfinished. Write takes a complete sequence and a target with room for
+// maxUtfUnits<Unit> code units. It returns the end of its output.
 template <class Unit>
 struct UtfSequences;
 
 template <>
 struct UtfSequences<unsigned char> {
-    // The bytes are compared as one number. Missing bytes are 0, which no trailing byte is, so a
-    // sequence that matches is whole.
+    // Compares the bytes as one number. Missing bytes are 0, which is not a trailing byte, so a
+    // sequence that matches is complete.
     static constexpr UtfSequence Read(unsigned char const* unit, std::size_t available) {
         std::uint32_t const bytes = FourBytes(unit, available);
         if (bytes < 0x80000000)
@@ -98,7 +98,8 @@ private:
 
 template <>
 struct UtfSequences<unsigned short> {
-    // Deliberate: a low surrogate begins a pair too, which is ill-formed with the next unit.
+    // Deliberate: a low surrogate also starts a pair; the pair is ill-formed once its second code
+    // unit is available.
     static constexpr UtfSequence Read(unsigned short const* unit, std::size_t available) {
         std::uint32_t const first = unit[0];
         if (!IsSurrogate(first))
@@ -112,8 +113,8 @@ struct UtfSequences<unsigned short> {
         return {UtfSequence::supplementary, 2, value};
     }
 
-    // Deliberate: a value outside of 0x10000 to 0x10FFFF gives two units that are no surrogate
-    // pair; the arithmetic is that of 16 bits.
+    // Deliberate: computes with 16 bits, so a value outside of 0x10000 to 0x10FFFF results in two
+    // code units that are not a surrogate pair.
     static constexpr unsigned short* Write(unsigned short* target, UtfSequence sequence) {
         std::uint32_t const value = sequence.value;
         if (sequence.form == UtfSequence::supplementary) {
@@ -143,8 +144,8 @@ struct UtfSequences<unsigned int> {
     }
 };
 
-// Reads a sequence that is to be written in units `To`. An encoded surrogate of UTF-8 is ill-formed
-// for UTF-16, which cannot hold it; for UTF-32 it is not.
+// Reads a sequence to be written as `To`. An encoded surrogate in UTF-8 is ill-formed for UTF-16,
+// which cannot represent it, but not for UTF-32.
 template <class To, class From>
 constexpr UtfSequence ReadUtfSequence(From const* unit, std::size_t available) {
     UtfSequence sequence = UtfSequences<From>::Read(unit, available);

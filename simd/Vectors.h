@@ -1,7 +1,7 @@
-// Vectors of 16 bytes in SSE2, by what the transcoders do with them.
+// Vectors of 16 bytes in SSE2, with the operations of the transcoders.
 //
-// A name ends in the width of the lanes: 8, 16 or 32 bits. The first lane is the lowest, so a
-// loaded vector has the first unit of a text in its first lane. Lanes in comments are written first
+// The number in a name is the width of the lanes: 8, 16 or 32 bits. The first lane is the lowest,
+// so a loaded vector has the first code unit of the text in its first lane. Comments list the first
 // lane first.
 #pragma once
 
@@ -26,7 +26,8 @@ inline Vector All8(unsigned value) { return _mm_set1_epi8(static_cast<char>(valu
 inline Vector All16(unsigned value) { return _mm_set1_epi16(static_cast<short>(value)); }
 inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(value)); }
 
-// Whole vectors, halves and quarters, at any address. The rest of a loaded vector is zero.
+// Load and store whole vectors, halves and quarters, at any address. The rest of a loaded vector is
+// zero.
 inline Vector Load(void const* from) noexcept {
     return _mm_loadu_si128(static_cast<Vector const*>(from));
 }
@@ -45,12 +46,12 @@ inline Vector Or(Vector a, Vector b, Vector c, Vector d) { return Or(Or(a, b), O
 inline Vector Xor(Vector a, Vector b) { return _mm_xor_si128(a, b); }
 inline Vector Not(Vector found) { return Xor(found, All8(0xFF)); }
 
-// Lanes of `ifFound` where `found` is all ones, lanes of `otherwise` where it is zero.
+// Returns the lanes of `ifFound` where `found` is all ones, and of `otherwise` where it is zero.
 inline Vector Select(Vector found, Vector ifFound, Vector otherwise) {
     return Or(And(ifFound, found), AndNot(otherwise, found));
 }
 
-// All ones in the lanes whose bits under `mask` are `value`, zero in the others.
+// Returns all ones in the lanes whose bits under `mask` are `value`, zero in the others.
 inline Vector Is8(Vector lanes, unsigned mask, unsigned value) {
     return _mm_cmpeq_epi8(And(lanes, All8(mask)), All8(value));
 }
@@ -61,12 +62,12 @@ inline Vector Is32(Vector lanes, unsigned mask, unsigned value) {
     return _mm_cmpeq_epi32(And(lanes, All32(mask)), All32(value));
 }
 
-// All ones in the lanes that are at least `value`, unsigned.
+// Returns all ones in the lanes that are at least `value`, unsigned.
 inline Vector AtLeast8(Vector lanes, unsigned value) {
     return _mm_cmpeq_epi8(_mm_max_epu8(lanes, All8(value)), lanes);
 }
 
-// One bit for each lane of all ones; bit 0 is the first lane.
+// Return one bit for each lane that is all ones; bit 0 is the first lane.
 inline unsigned MaskOf8(Vector found) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(found));
 }
@@ -77,7 +78,7 @@ inline unsigned MaskOf32(Vector found) {
     return static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(found)));
 }
 
-// The bits under `mask`, shifted to the left.
+// Return the bits under `mask`, shifted to the left.
 inline Vector Left16(Vector lanes, unsigned mask, int count) {
     return _mm_slli_epi16(And(lanes, All16(mask)), count);
 }
@@ -85,7 +86,7 @@ inline Vector Left32(Vector lanes, unsigned mask, int count) {
     return _mm_slli_epi32(And(lanes, All32(mask)), count);
 }
 
-// Shifted to the right, then the bits under `mask`.
+// Shift to the right, then return the bits under `mask`.
 inline Vector Right16(Vector lanes, int count, unsigned mask) {
     return And(_mm_srli_epi16(lanes, count), All16(mask));
 }
@@ -93,8 +94,8 @@ inline Vector Right32(Vector lanes, int count, unsigned mask) {
     return And(_mm_srli_epi32(lanes, count), All32(mask));
 }
 
-// Lanes twice as wide, from their lower and their upper halves: Join8 of A B .. and C D .. gives
-// CA DB .. in lanes of 16 bits.
+// Join the lanes of two vectors to lanes twice as wide, from the lower and the upper halves: Join8
+// of A B .. and C D .. is CA DB .. in lanes of 16 bits.
 inline TwoVectors Join8(Vector lower, Vector upper) {
     return {_mm_unpacklo_epi8(lower, upper), _mm_unpackhi_epi8(lower, upper)};
 }
@@ -104,8 +105,8 @@ inline TwoVectors Join16(Vector lower, Vector upper) {
 inline TwoVectors Widen8(Vector lanes) { return Join8(lanes, Zero()); }
 inline TwoVectors Widen16(Vector lanes) { return Join16(lanes, Zero()); }
 
-// Lanes half as wide, of the lower halves: 0041 00E9 .. becomes 41 E9 ... REQUIRES for Narrow16:
-// all lanes are below 0x100.
+// Return lanes half as wide, with the lower halves: 0041 00E9 .. becomes 41 E9 ... REQUIRES for
+// Narrow16: all lanes are below 0x100.
 inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
 inline Vector Narrow32(Vector first, Vector second) {
     // The instruction saturates signed values, so each lower half is sign-extended first: 0001ABCD
@@ -114,7 +115,7 @@ inline Vector Narrow32(Vector first, Vector second) {
                            _mm_srai_epi32(_mm_slli_epi32(second, 16), 16));
 }
 
-// Two vectors of lanes that are all ones or zero, in lanes of 16 bits.
+// Returns two vectors whose lanes are all ones or zero, in lanes of 16 bits.
 inline Vector NarrowFound32(Vector first, Vector second) { return _mm_packs_epi32(first, second); }
 
 inline Vector Add16(Vector lanes, unsigned value) { return _mm_add_epi16(lanes, All16(value)); }
