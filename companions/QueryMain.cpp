@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "companions/Evaluation.h"
+#include "companions/FileIdentity.h"
 #include "companions/JsonRows.h"
 #include "companions/Metrics.h"
 #include "companions/Output.h"
@@ -282,7 +283,17 @@ private:
     ResultCheck check;
 };
 
+// Before anything is sent.
+void RefuseSharedOutputs(QueryCommandLine const& commandLine) {
+    if (!commandLine.metricsFile)
+        return;
+    NamedFile const rows = commandLine.outputFile ? NamedFile{"--output", *commandLine.outputFile}
+                                                  : NamedFile{"standard output", "-"};
+    RefuseSharedFiles({rows, {"--prometheus", *commandLine.metricsFile}}, {});
+}
+
 int RunQuery(QueryCommandLine const& commandLine, char** arguments) {
+    RefuseSharedOutputs(commandLine);
     CatchStopSignals();
     return Query(commandLine, arguments).Run();
 }

@@ -70,6 +70,10 @@ mode_t ParseMode(std::string const& text) {
 
 } // namespace
 
+char const* NameOf(ReportFormat format) {
+    return std::ranges::find(formatOptions, format, &FormatOption::format)->name;
+}
+
 ReportCommandLine ParseReportCommandLine(int count, char const* const* argumentTexts) {
     Arguments const arguments(reportOptionRules, reportOperandNames, count, argumentTexts);
     if (arguments.Has("--help"))
@@ -125,7 +129,7 @@ char const reportHelp[] =
     "Exit status:\n"
     "    0  every host has a good result\n"
     "    1  a file is no result of a known host, so the reports are not complete\n"
-    "    2  the command line or the file of --hosts is invalid\n"
+    "    2  the command line or the file of --hosts is invalid, or a report would replace an input\n"
     "    8  a report could not be written\n"
     "   10  a row has a result that is not in the list\n"
     "   12  a host needs attention, or there is no result at all\n"

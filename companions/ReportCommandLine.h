@@ -24,6 +24,9 @@ enum class ReportExit {
 enum class ReportFormat { html, csv, junit, markdown, json };
 constexpr std::size_t reportFormatCount = 5;
 
+// The option of a format, such as "--html".
+char const* NameOf(ReportFormat format);
+
 struct ReportOutput {
     ReportFormat format;
     // "-" is standard output.

@@ -6,10 +6,14 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
+#include <set>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "companions/Arguments.h"
+#include "companions/FileIdentity.h"
 #include "companions/OptionValues.h"
 
 namespace {
@@ -20,33 +24,67 @@ constexpr std::size_t maxHostNameLength = 255;
 
 bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 
-// The names that ResultFile gives to its temporary files.
-bool IsTemporary(std::string_view name) {
+// The name of the file whose temporary file (ResultFile.h) may have this name, or an empty string.
+std::string_view TargetOfTemporary(std::string_view name) {
     constexpr std::size_t suffixLength = 7;
-    if (name.size() <= suffixLength || name[name.size() - suffixLength] != '.')
-        return false;
-    name.remove_suffix(suffixLength);
-    return name.ends_with(".json") || name.ends_with(".ndjson");
+    bool const hasSuffix = name.size() > suffixLength && name[name.size() - suffixLength] == '.';
+    return hasSuffix ? name.substr(0, name.size() - suffixLength) : "";
 }
 
-void ListDirectory(std::string const& directory, ReportFiles& files) {
-    std::error_code error;
-    fs::directory_iterator entries(directory, error);
-    while (!error && entries != fs::directory_iterator()) {
-        std::string const name = entries->path().filename();
+bool IsTemporaryResult(std::string_view name) {
+    std::string_view const target = TargetOfTemporary(name);
+    return target.ends_with(".json") || target.ends_with(".ndjson");
+}
+
+class Lister {
+public:
+    explicit Lister(std::vector<std::string> const& outputPaths) {
+        for (std::string const& path : outputPaths)
+            if (std::optional<FileIdentity> const identity = IdentifyOutput(path))
+                outputs.insert(*identity);
+    }
+
+    ReportFiles files = {};
+
+    void ListDirectory(std::string const& directory) {
+        std::error_code error;
+        fs::directory_iterator entries(directory, error);
+        while (!error && entries != fs::directory_iterator()) {
+            ListEntry(*entries);
+            entries.increment(error);
+        }
+        if (error)
+            files.problems.push_back(
+                {directory, directory + ": could not be read: " + error.message()});
+    }
+
+private:
+    void ListEntry(fs::directory_entry const& entry) {
+        std::string const name = entry.path().filename();
         std::error_code ignored;
         if (IsHidden(name))
-            ;
-        else if (entries->is_directory(ignored) && !entries->is_symlink(ignored))
-            ListDirectory(entries->path(), files);
-        else if (!entries->is_directory(ignored) && !IsTemporary(name))
-            files.paths.push_back(entries->path());
-        entries.increment(error);
+            return;
+        if (!entry.is_directory(ignored)) {
+            if (!IsTemporaryResult(name) && !IsOutput(entry.path()))
+                files.paths.push_back(entry.path());
+        } else if (!entry.is_symlink(ignored)) {
+            ListDirectory(entry.path());
+        }
     }
-    if (error)
-        files.problems.push_back(
-            {directory, directory + ": could not be read: " + error.message()});
-}
+
+    bool IsOutput(std::string const& path) const {
+        return !outputs.empty() &&
+               (Contains(path) || Contains(std::string(TargetOfTemporary(path))));
+    }
+
+    bool Contains(std::string const& path) const {
+        std::optional<FileIdentity> const identity =
+            path.empty() ? std::nullopt : IdentifyFile(path);
+        return identity && outputs.contains(*identity);
+    }
+
+    std::set<FileIdentity> outputs;
+};
 
 bool IsHostName(std::string const& name) {
     return name.size() <= maxHostNameLength && std::ranges::none_of(name, [](char c) {
@@ -57,18 +95,20 @@ bool IsHostName(std::string const& name) {
 
 } // namespace
 
-ReportFiles ListReportFiles(std::vector<std::string> const& operands) {
-    ReportFiles files;
+ReportFiles ListReportFiles(std::vector<std::string> const& operands,
+                            std::vector<std::string> const& outputs) {
+    Lister lister(outputs);
     for (std::string const& operand : operands) {
         std::error_code ignored;
         if (fs::is_directory(operand, ignored))
-            ListDirectory(operand, files);
+            lister.ListDirectory(operand);
         else
-            files.paths.push_back(operand);
+            lister.files.paths.push_back(operand);
     }
-    std::ranges::sort(files.paths);
-    files.paths.erase(std::unique(files.paths.begin(), files.paths.end()), files.paths.end());
-    return files;
+    std::vector<std::string>& paths = lister.files.paths;
+    std::ranges::sort(paths);
+    paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
+    return std::move(lister.files);
 }
 
 std::vector<std::string> ReadHosts(std::string const& file) {

@@ -15,7 +15,11 @@ struct ReportFiles {
 // Lists files as they are, and below directories all entries but directories. Entries whose names
 // begin with a dot are skipped, and so are temporary files of compliance-query --output. Symbolic
 // links to directories below a directory are not followed.
-ReportFiles ListReportFiles(std::vector<std::string> const& operands);
+//
+// Below directories the outputs of the report and their temporary files are skipped too: the report
+// of an earlier run is no result.
+ReportFiles ListReportFiles(std::vector<std::string> const& operands,
+                            std::vector<std::string> const& outputs = {});
 
 // Returns the names in a file, one on each line. Spaces around a name, empty lines and lines that
 // begin with '#' are skipped. Throws CommandLineError if the file cannot be read, for a name with

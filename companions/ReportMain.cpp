@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include "companions/FileIdentity.h"
 #include "companions/Output.h"
 #include "companions/Program.h"
 #include "companions/Progress.h"
@@ -80,17 +81,37 @@ private:
     int shown = -1;
 };
 
-Report ReadResults(ReportCommandLine const& commandLine, std::vector<std::string> const& files,
-                   std::vector<ReportProblem> const& problems) {
+// Throws CommandLineError. Nothing is written before.
+ReportOptions MakeOptions(ReportCommandLine const& commandLine) {
+    std::vector<NamedFile> outputs;
+    for (ReportOutput const& output : commandLine.outputs)
+        outputs.push_back({NameOf(output.format), output.file});
+    std::vector<NamedFile> inputs;
+    for (std::string const& file : commandLine.files)
+        inputs.push_back({"FILE", file});
+    if (commandLine.hostsFile)
+        inputs.push_back({"--hosts", *commandLine.hostsFile});
+    RefuseSharedFiles(outputs, inputs);
     ReportOptions options = commandLine.options;
     options.now = CurrentTime();
     if (commandLine.hostsFile)
         options.expectedHosts = ReadHosts(*commandLine.hostsFile);
+    return options;
+}
+
+ReportFiles ListFiles(ReportCommandLine const& commandLine) {
+    std::vector<std::string> outputs;
+    for (ReportOutput const& output : commandLine.outputs)
+        outputs.push_back(output.file);
+    return ListReportFiles(commandLine.files, outputs);
+}
+
+Report ReadResults(ReportOptions const& options, ReportFiles const& files, bool quiet) {
     ReportBuilder builder(options);
-    for (ReportProblem const& problem : problems)
+    for (ReportProblem const& problem : files.problems)
         builder.AddProblem(problem);
-    Steps steps(commandLine.quiet, files.size());
-    for (std::string const& file : files) {
+    Steps steps(quiet, files.paths.size());
+    for (std::string const& file : files.paths) {
         steps.Next();
         builder.Read(file);
     }
@@ -126,11 +147,13 @@ ReportExit Judge(Report const& report) {
 }
 
 int WriteReports(ReportCommandLine const& commandLine) {
+    ReportOptions const options = MakeOptions(commandLine);
+    // Before there are temporary files.
+    ReportFiles const files = ListFiles(commandLine);
     std::vector<std::unique_ptr<Target>> targets;
     for (ReportOutput const& output : commandLine.outputs)
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));
-    ReportFiles const files = ListReportFiles(commandLine.files);
-    Report report = ReadResults(commandLine, files.paths, files.problems);
+    Report report = ReadResults(options, files, commandLine.quiet);
     for (auto const& target : targets)
         target->Start(report);
     WriteEntries(report, targets, commandLine.quiet);

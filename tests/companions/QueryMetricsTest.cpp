@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -69,6 +70,28 @@ TEST(QueryMetricsTest, FileThatCannotBeReplacedIsFailureOfTheOutput) {
                           HasSubstr("compliance-query: --prometheus: '/proc/metrics' "));
               EXPECT_NE("", result.output);
           });
+}
+
+TEST(QueryMetricsTest, FileOfTheRowsIsRefusedAndNothingIsSent) {
+    PrivateMachine::RunWithDirectories([] {
+        ScriptedAgent const agent(AgentScript().AwaitRequest());
+        std::ofstream(metricsFile) << "old";
+        std::filesystem::create_symlink(metricsFile, "/opt/link");
+        for (Texts const& arguments : {Texts{"--output", metricsFile},
+                                       {"--output", "/opt/link"},
+                                       {"--output", "/opt/../opt/compliance.prom"}}) {
+            Texts all = WithMetrics(arguments);
+            all.insert(all.end(), {"url", "doc"});
+            EXPECT_EQ(ExitStatus::Exited(2), RunQuery(all).status);
+        }
+        std::string const command = std::string("'" CC_QUERY_PROGRAM "' --prometheus ") +
+                                    metricsFile + " -d >>" + metricsFile;
+        EXPECT_EQ("compliance-query: --prometheus '/opt/compliance.prom' and standard output '-' "
+                  "are the same file; accepted: a file of its own for each output\n",
+                  RunProgram({"/bin/sh", "-c", command}).errors);
+        EXPECT_EQ("old", MetricsText());
+        EXPECT_EQ(0u, agent.Requests().size());
+    });
 }
 
 } // namespace

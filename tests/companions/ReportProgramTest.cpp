@@ -94,6 +94,51 @@ TEST_F(ReportProgramTest, DirectoryThatCannotBeReadIsReported) {
     EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
 }
 
+TEST_F(ReportProgramTest, OutputThatIsAnotherFileOfTheCommandIsRefused) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const result = directory / "results/good.json";
+    std::string const content = ReadFile(result);
+    std::string const hosts = WriteFile(directory / "hosts", "good\n");
+    std::string const link = directory / "link";
+    std::filesystem::create_symlink(result, link);
+    for (std::vector<std::string> const& arguments :
+         {std::vector<std::string>{"--json", result, result},
+          {"--json", link, result},
+          {"--hosts", hosts, "--json", hosts},
+          {"--csv", result, "--json", link},
+          {"--csv", directory / "new", "--json", directory / "results/../new"}}) {
+        EXPECT_EQ(ExitStatus::Exited(2), Report(arguments).status) << arguments[1];
+        EXPECT_EQ(content, ReadFile(result));
+        EXPECT_EQ("good\n", ReadFile(hosts));
+        EXPECT_FALSE(std::filesystem::exists(directory / "new"));
+    }
+    std::string const message = Report({"--json", link, result}).errors;
+    EXPECT_EQ("compliance-report: FILE '" + result + "' and --json '" + link +
+                  "' are the same file; accepted: a file of its own for each output\n",
+              message);
+}
+
+TEST_F(ReportProgramTest, StandardOutputThatIsAnInputIsRefused) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const result = directory / "results/good.json";
+    std::string const content = ReadFile(result);
+    std::string const command =
+        "'" CC_REPORT_PROGRAM "' --strict=Pass --json=- '" + result + "' >>'" + result + "'";
+    EXPECT_EQ(ExitStatus::Exited(2), RunProgram({"/bin/sh", "-c", command}).status);
+    EXPECT_EQ(content, ReadFile(result));
+}
+
+TEST_F(ReportProgramTest, OwnOutputsInTheDirectoryAreNotRead) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const page = directory / "results/report.html";
+    WriteFile(page + ".a1B2c3", "the page of a program that was killed");
+    for (int night = 0; night < 2; ++night) {
+        ProgramResult const result = Report({"--html", page, "--csv", directory / "results/rows"});
+        EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
+        EXPECT_NE(std::string::npos, ReadFile(page).find("1 files read"));
+    }
+}
+
 TEST_F(ReportProgramTest, ReportsHaveTheirModeWhateverTheUmask) {
     Store("good", {ResultRow("d", "Pass")});
     for (auto const& [option, mode] : {std::pair{"--quiet", 0640u}, std::pair{"--mode=644", 0644u},

@@ -1,0 +1,44 @@
+#include "companions/FileIdentity.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "companions/Arguments.h"
+#include "tests/companions/StoredResults.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+class FileIdentityTest : public testing::Test {
+protected:
+    TemporaryDirectory const directory;
+    std::string const file = WriteFile(directory / "a", "");
+};
+
+TEST_F(FileIdentityTest, DoesNotDependOnHowThePathIsWritten) {
+    std::filesystem::create_symlink("a", directory / "link");
+    std::filesystem::create_hard_link(file, directory / "hard");
+    ASSERT_TRUE(IdentifyFile(file));
+    for (std::string const& path : {directory / "./a", directory / "link", directory / "hard"})
+        EXPECT_EQ(IdentifyFile(file), IdentifyFile(path)) << path;
+    EXPECT_NE(IdentifyFile(file), IdentifyFile(WriteFile(directory / "b", "")));
+}
+
+TEST_F(FileIdentityTest, NewFileIsItsNameInItsDirectory) {
+    ASSERT_TRUE(IdentifyFile(directory / "new"));
+    EXPECT_EQ(IdentifyFile(directory / "new"), IdentifyFile(directory / ".//new"));
+    EXPECT_NE(IdentifyFile(directory / "new"), IdentifyFile(directory / "other"));
+    EXPECT_NE(IdentifyFile(directory / "new"), IdentifyFile(directory.path()));
+    EXPECT_EQ(IdentifyFile("new"), IdentifyFile("./new"));
+    EXPECT_EQ(std::nullopt, IdentifyFile(directory / "missing/new"));
+    EXPECT_EQ(std::nullopt, IdentifyFile(directory / "missing/"));
+}
+
+TEST_F(FileIdentityTest, InputsMayBeTheSameFile) {
+    EXPECT_NO_THROW(
+        RefuseSharedFiles({{"--json", directory / "out"}}, {{"FILE", file}, {"FILE", file}}));
+    EXPECT_THROW(RefuseSharedFiles({{"--json", file}}, {{"FILE", file}}), CommandLineError);
+}
+
+} // namespace
