@@ -40,3 +40,18 @@ ResultCounts CountResults(Rows const& rows) {
     }
     return counts;
 }
+
+std::size_t KeepMostFrequent(ResultCounts& results, std::size_t max) {
+    std::vector<std::pair<std::string, unsigned int>> byCount(results.begin(), results.end());
+    std::ranges::stable_sort(byCount, std::greater(), &decltype(byCount)::value_type::second);
+    std::size_t removed = 0;
+    for (std::size_t index = max; index < byCount.size(); ++index) {
+        removed += byCount[index].second;
+        results.erase(byCount[index].first);
+    }
+    return removed;
+}
+
+std::string FormatRowCount(std::size_t count) {
+    return std::to_string(count) + (count == 1 ? " row" : " rows");
+}

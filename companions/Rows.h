@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
@@ -43,6 +44,13 @@ ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accep
 // The number of rows with each result, in the order of the results.
 using ResultCounts = std::map<std::string, unsigned int, std::less<>>;
 ResultCounts CountResults(Rows const& rows);
+
+// Keeps the results with the most rows, and of equal ones the first. Returns the number of rows of
+// those that it removes.
+std::size_t KeepMostFrequent(ResultCounts& results, std::size_t max);
+
+// Returns "1 row" or "2 rows".
+std::string FormatRowCount(std::size_t count);
 
 // Writes tab-separated values: a line of the field names, then a line for each row. In the texts a
 // tab is written as "\t", a line feed as "\n", a carriage return as "\r" and a backslash as "\\";

@@ -6,7 +6,9 @@
 #include <cstring>
 #include <iterator>
 #include <map>
+#include <set>
 #include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -25,6 +27,10 @@ using PlainJson = nlohmann::json;
 
 constexpr std::string_view base64Suffix = "Base64";
 
+FileState MakeState(struct stat const& facts) {
+    return {facts.st_dev, facts.st_ino, facts.st_size, facts.st_mtim};
+}
+
 // The bytes of a file in chunks, and the place of the next one.
 class Source {
 public:
@@ -35,8 +41,9 @@ public:
         if (descriptor < 0)
             Fail(std::string("could not be opened: ") + std::strerror(errno));
         struct stat facts {};
-        if (kind == StoredKind::regularFile && fstat(descriptor, &facts) == 0 &&
-            !S_ISREG(facts.st_mode)) {
+        fstat(descriptor, &facts);
+        state = MakeState(facts);
+        if (kind == StoredKind::regularFile && !S_ISREG(facts.st_mode)) {
             close(descriptor);
             Fail("expected a regular file");
         }
@@ -50,6 +57,10 @@ public:
             Fill();
         return size == 0;
     }
+    FileState const& State() const { return state; }
+    // The next value may be as long as the limit.
+    void StartValue() { valueStart = total - (size - next); }
+
     // REQUIRES: not at the end.
     char Peek() const { return buffer[next]; }
     void Skip() {
@@ -70,6 +81,8 @@ public:
 
 private:
     void Fill() {
+        if (total - valueStart > maxStoredTextBytes)
+            Refuse("expected a text of at most " + std::to_string(maxStoredTextBytes) + " bytes");
         ssize_t count = 0;
         do
             count = read(descriptor, buffer.data(), buffer.size());
@@ -88,6 +101,8 @@ private:
     std::size_t next = 0;
     std::size_t size = 0;
     std::size_t total = 0;
+    std::size_t valueStart = 0;
+    FileState state;
     std::size_t line = 1;
     std::size_t column = 1;
     std::array<char, 64 * 1024> buffer;
@@ -132,6 +147,7 @@ public:
     bool binary(binary_t&) override { return false; }
 
     bool string(string_t& value) override {
+        source.StartValue();
         if (!IsInRow())
             return TakeFact(std::move(value));
         if (field < row.size())
@@ -142,6 +158,7 @@ public:
     }
 
     bool start_object(std::size_t) override {
+        RefuseAsRows();
         Enter();
         if (state == State::betweenRows)
             state = State::inRow;
@@ -155,10 +172,11 @@ public:
     }
 
     bool key(string_t& name) override {
+        source.StartValue();
         if (IsInRow())
             field = FieldOf(name);
         else
-            keys.back() = std::move(name);
+            StartMember(std::move(name));
         return true;
     }
 
@@ -195,13 +213,33 @@ public:
 
     bool HasRowArray() const { return rowDepth > 1; }
     std::size_t RowCount() const { return rowCount; }
+    std::size_t RowDigest() const { return rowDigest; }
 
 private:
     enum class State { head, betweenRows, inRow };
 
+    // A name with a slash is no part of a path that is read.
+    void StartMember(std::string&& name) {
+        keys.back() = name.find('/') == std::string::npos ? std::move(name) : "";
+        if (state != State::head)
+            return;
+        std::string const path = Path();
+        if (IsRead(path) && !seenPaths.insert(path).second)
+            source.Refuse("expected the member \"" + path + "\" once");
+    }
+
+    // Whether the path is that of a fact, of an object around it, or of the rows.
+    static bool IsRead(std::string const& path);
+
+    void RefuseAsRows() const {
+        if (state == State::head && Path() == "rows")
+            source.Refuse("expected an array as \"rows\"");
+    }
+
     bool IsInRow() const { return state == State::inRow && depth == rowDepth; }
 
     void Enter() {
+        source.StartValue();
         if (IsInRow() && field < 2 * row.size())
             source.Refuse("expected a string as \"" + NameOf(field) + "\"");
         if (++depth > maxStoredDepth)
@@ -210,6 +248,7 @@ private:
     }
 
     bool Leave() {
+        source.StartValue();
         --depth;
         keys.pop_back();
         return true;
@@ -224,6 +263,8 @@ private:
     }
 
     bool TakeFact(PlainJson value) {
+        source.StartValue();
+        RefuseAsRows();
         if (state == State::head && depth == 0)
             source.Refuse("expected an object");
         if (state == State::betweenRows)
@@ -256,8 +297,15 @@ private:
                (isBase64 ? rowFieldNames.size() : 0);
     }
 
+    // Sets the bit of a field.
+    void NoteField(unsigned int& fields, std::size_t index, std::size_t name) {
+        if ((fields >> index & 1) != 0)
+            source.Refuse("expected the member \"" + NameOf(name) + "\" once in the row");
+        fields |= 1U << index;
+    }
+
     void SetField(std::size_t index, std::string&& value) {
-        seen |= 1U << index;
+        NoteField(seen, index, index);
         if ((exact >> index & 1) == 0)
             row[index] = std::move(value);
     }
@@ -266,7 +314,7 @@ private:
         std::optional<std::string> bytes = DecodeBase64(base64);
         if (!bytes)
             source.Refuse("expected base64 as \"" + NameOf(index + row.size()) + "\"");
-        exact |= 1U << index;
+        NoteField(exact, index, index + row.size());
         row[index] = std::move(*bytes);
     }
 
@@ -275,6 +323,8 @@ private:
             if ((seen >> index & 1) == 0)
                 source.Refuse(std::string("expected the member \"") + rowFieldNames[index] +
                               "\" in the row");
+        for (std::string const& text : row)
+            rowDigest = MixHash(rowDigest, text);
         useRow(std::move(row));
         row = {};
         seen = exact = 0;
@@ -299,15 +349,18 @@ private:
     std::size_t rowDepth = 1;
     std::vector<std::string> keys;
     std::map<std::string, PlainJson> facts;
+    // Of the members that are read.
+    std::set<std::string> seenPaths;
     StoredRow row;
     // The field that is read, and the fields that the row has, as bits.
     std::size_t field = 0;
     unsigned int seen = 0;
     unsigned int exact = 0;
     std::size_t rowCount = 0;
+    std::size_t rowDigest = 0;
 };
 
-enum class FactType { text, number, boolean, time };
+enum class FactType { text, version, count, status, boolean, time };
 
 struct Fact {
     std::string_view path;
@@ -317,10 +370,10 @@ struct Fact {
 };
 
 constexpr std::array knownFacts = {
-    Fact{"schemaVersion", FactType::number},
+    Fact{"schemaVersion", FactType::version},
     Fact{"outcome", FactType::text},
-    Fact{"rowCount", FactType::number},
-    Fact{"exitStatus", FactType::number},
+    Fact{"rowCount", FactType::count},
+    Fact{"exitStatus", FactType::status},
     Fact{"failure", FactType::text},
     Fact{"message", FactType::text},
     Fact{"provenance/url", FactType::text, true},
@@ -335,22 +388,43 @@ constexpr std::array knownFacts = {
     Fact{"provenance/agent/modified", FactType::time, true},
 };
 
+bool IsUpTo(PlainJson const& value, std::uint64_t limit) {
+    return value.is_number_unsigned() && value.get<std::uint64_t>() <= limit;
+}
+
 bool HasType(PlainJson const& value, FactType type) {
+    constexpr std::uint64_t maxStatus = 255;
     switch (type) {
     case FactType::text:
-        return value.is_string();
-    case FactType::number:
+        return value.is_string() &&
+               value.get_ref<std::string const&>().size() <= maxStoredFactBytes;
+    case FactType::version:
         return value.is_number_integer();
+    case FactType::count:
+        return IsUpTo(value, maxStoredBytes);
+    case FactType::status:
+        return IsUpTo(value, maxStatus);
     case FactType::boolean:
         return value.is_boolean();
     default:
-        return value.is_string() && ParseTimestamp(value.get_ref<std::string const&>());
+        return HasType(value, FactType::text) &&
+               ParseTimestamp(value.get_ref<std::string const&>());
     }
 }
 
 std::string DescribeType(FactType type) {
-    constexpr std::array words = {"a string", "an integer", "true or false", "a time (RFC 3339)"};
+    constexpr std::array words = {
+        "a string of at most 4096 bytes", "an integer",    "a number of rows",
+        "an integer from 0 to 255",       "true or false", "a time (RFC 3339)"};
+    static_assert(maxStoredFactBytes == 4096);
     return words[static_cast<std::size_t>(type)];
+}
+
+bool DocumentHandler::IsRead(std::string const& path) {
+    return path == "rows" || std::ranges::any_of(knownFacts, [&path](Fact const& fact) {
+               return fact.path.starts_with(path) &&
+                      (fact.path.size() == path.size() || fact.path[path.size()] == '/');
+           });
 }
 
 void DocumentHandler::AddFact(std::string const& path, PlainJson value) {
@@ -372,7 +446,7 @@ public:
 
     // Refuses what is no result before anything else of it is read.
     void Check() const {
-        if (Integer("schemaVersion") != 1)
+        if (Require("schemaVersion") != 1)
             source.Refuse("expected \"schemaVersion\": 1");
         if (!IsFinished() && RequiredText("outcome") != "failed")
             source.Refuse("expected \"finished\" or \"failed\" as \"outcome\"");
@@ -382,12 +456,15 @@ public:
         StoredResult result;
         result.finished = IsFinished();
         result.rowCount = handler.RowCount();
+        result.rowDigest = handler.RowDigest();
+        result.state = source.State();
         if (result.finished) {
-            if (Integer("rowCount") != static_cast<std::int64_t>(result.rowCount))
-                source.Refuse("expected " + std::to_string(Integer("rowCount")) + " rows, not " +
+            auto const expected = Require("rowCount").get<std::size_t>();
+            if (expected != result.rowCount)
+                source.Refuse("expected " + FormatRowCount(expected) + ", not " +
                               std::to_string(result.rowCount));
         } else {
-            result.exitStatus = static_cast<int>(Integer("exitStatus"));
+            result.exitStatus = Require("exitStatus").get<int>();
             result.failure = Text("failure").value_or("");
             result.message = RequiredText("message");
         }
@@ -405,7 +482,7 @@ private:
         provenance.start = RequiredTime("provenance/start");
         provenance.end = RequiredTime("provenance/end");
         PlainJson const* const fresh = handler.Find("provenance/response/fresh");
-        provenance.stale = fresh != nullptr && !fresh->get<bool>();
+        provenance.stale = fresh == nullptr ? IsFinished() : !fresh->get<bool>();
         if (handler.Find("provenance/agent/modified") != nullptr)
             provenance.agentModified = RequiredTime("provenance/agent/modified");
         return provenance;
@@ -416,10 +493,6 @@ private:
         if (found == nullptr)
             source.Refuse("expected the member \"" + path + "\" of a result of compliance-query");
         return *found;
-    }
-
-    std::int64_t Integer(std::string const& path) const {
-        return Require(path).get<std::int64_t>();
     }
 
     // The exact bytes.
@@ -464,6 +537,24 @@ void Parse(Source& source, DocumentHandler& handler) {
 }
 
 } // namespace
+
+bool FileState::operator==(FileState const& other) const {
+    return std::tie(device, inode, size, modified.tv_sec, modified.tv_nsec) ==
+           std::tie(other.device, other.inode, other.size, other.modified.tv_sec,
+                    other.modified.tv_nsec);
+}
+
+FileState StateOfFile(std::string const& path) {
+    struct stat facts {};
+    if (stat(path.c_str(), &facts) != 0)
+        throw StoredResultError(path + ": could not be opened: " + std::strerror(errno));
+    return MakeState(facts);
+}
+
+std::size_t MixHash(std::size_t hash, std::string_view text) {
+    constexpr std::size_t oddFactor = 0x9E3779B97F4A7C15;
+    return (hash ^ std::hash<std::string_view>()(text)) * oddFactor + 1;
+}
 
 StoredResult ReadStoredResult(std::string const& path, StoredKind kind,
                               std::function<void(StoredRow&&)> const& useRow) {

@@ -170,8 +170,16 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
           std::tuple{"/rows/1/commentBase64", StoredJson("=x"), "base64 as \"commentBase64\""},
           std::tuple{"/rows/1", StoredJson(5), "a row"},
           std::tuple{"/rows/1", StoredJson{1, 2}, "a row"},
-          std::tuple{"/rowCount", StoredJson(1), "1 rows, not 2"},
-          std::tuple{"/provenance/host", StoredJson(5), "a string as \"provenance/host\""},
+          std::tuple{"/rowCount", StoredJson(1), "1 row, not 2"},
+          std::tuple{"/provenance/host", StoredJson(5),
+                     "a string of at most 4096 bytes as \"provenance/host\""},
+          std::tuple{"/provenance/host", StoredJson(std::string(4097, 'h')),
+                     "a string of at most 4096 bytes as \"provenance/host\""},
+          std::tuple{"/rowCount", StoredJson(true), "a number of rows as \"rowCount\""},
+          std::tuple{"/rowCount", StoredJson(-1), "a number of rows as \"rowCount\""},
+          std::tuple{"/rowCount", StoredJson(UINT64_MAX), "a number of rows as \"rowCount\""},
+          std::tuple{"/rows", StoredJson(nullptr), "an array as \"rows\""},
+          std::tuple{"/rows", StoredJson{{"a", 1}}, "an array as \"rows\""},
           std::tuple{"/provenance/start", StoredJson("now"),
                      "a time (RFC 3339) as \"provenance/start\""},
           std::tuple{"/provenance/response/fresh", StoredJson("no"),
@@ -179,6 +187,62 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
         std::string const refusal = Refusal(Changed(pointer, value));
         EXPECT_TRUE(refusal.ends_with(std::string(": expected ") + expectation)) << refusal;
     }
+}
+
+TEST_F(StoredResultTest, ExitStatusIsAByte) {
+    auto const failure = [](std::string const& status) {
+        return R"({"schemaVersion":1,"outcome":"failed","message":"m","exitStatus":)" + status +
+               "}";
+    };
+    EXPECT_EQ(255, Read(failure("255")).exitStatus);
+    for (std::string const status : {"256", "-1", "99999999999999", "4294967300"})
+        EXPECT_TRUE(Refusal(failure(status))
+                        .ends_with(": expected an integer from 0 to 255 as \"exitStatus\""))
+            << status;
+}
+
+TEST_F(StoredResultTest, RefusesMembersThatAreRepeated) {
+    std::string const text = ResultText({storedList[0]});
+    for (auto const& [member, path] :
+         {std::pair{R"("outcome":"finished")", "outcome"}, std::pair{R"("rows":[])", "rows"},
+          std::pair{R"("provenance":{})", "provenance"},
+          std::pair{R"("rowCount":1)", "rowCount"}}) {
+        std::string const refusal = Refusal("{" + std::string(member) + "," + text.substr(1));
+        EXPECT_TRUE(refusal.ends_with(std::string(": expected the member \"") + path + "\" once"))
+            << refusal;
+    }
+    std::string repeated = text;
+    repeated.insert(repeated.find("\"host\""), "\"host\":\"other\",");
+    EXPECT_TRUE(Refusal(repeated).ends_with(": expected the member \"provenance/host\" once"));
+    repeated = text;
+    repeated.insert(repeated.find("\"comment\""), "\"comment\":\"other\",");
+    EXPECT_TRUE(Refusal(repeated).ends_with(": expected the member \"comment\" once in the row"));
+}
+
+TEST_F(StoredResultTest, NameWithASlashIsNoPath) {
+    StoredJson document = StoredJson::parse(ResultText({storedList[0]}));
+    document["provenance"].erase("host");
+    document["provenance/host"] = "web1";
+    EXPECT_EQ(std::nullopt, Read(document.dump()).provenance);
+}
+
+TEST_F(StoredResultTest, UnknownFreshnessIsStale) {
+    StoredJson document = StoredJson::parse(ResultText({storedList[0]}));
+    document["provenance"]["response"] = nullptr;
+    EXPECT_TRUE(Read(document.dump()).provenance->stale);
+    document["provenance"].erase("response");
+    EXPECT_TRUE(Read(document.dump()).provenance->stale);
+}
+
+TEST_F(StoredResultTest, LengthOfOneTextIsLimited) {
+    auto const textWith = [](std::size_t length) {
+        std::string const comment(length, 'x');
+        return ResultText({ResultRow("d", "Pass", comment), ResultRow("e", "Pass", comment)});
+    };
+    EXPECT_EQ("accepted", Refusal(textWith(maxStoredTextBytes - 1000)));
+    // The limit is checked for chunks.
+    std::string const refusal = Refusal(textWith(maxStoredTextBytes + 100'000));
+    EXPECT_TRUE(refusal.ends_with(": expected a text of at most 1048576 bytes")) << refusal;
 }
 
 TEST_F(StoredResultTest, RefusesRowsWithoutAField) {
