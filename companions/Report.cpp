@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <limits>
+#include <functional>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -29,15 +29,38 @@ constexpr std::array<ConditionFacts, conditionCount> conditionFacts = {{
 
 constexpr std::size_t maxResultNameLength = 100;
 
-std::int64_t NanosecondsOf(timespec const& time) {
-    return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+std::pair<time_t, long> MomentOf(StoredTime const& time) {
+    return {time.time.tv_sec, time.time.tv_nsec};
+}
+
+// Equal for copies of a result.
+std::size_t DigestOf(StoredResult const& result) {
+    StoredProvenance const& known = *result.provenance;
+    std::size_t digest = result.rowDigest;
+    for (std::string const& text :
+         {known.url.value_or(""), known.document.value_or(""), known.host, known.start.text,
+          known.end.text, known.agentModified.value_or(StoredTime{}).text, result.failure,
+          result.message, std::to_string(result.exitStatus), std::to_string(result.rowCount),
+          std::string(result.finished ? "finished" : "failed") + (known.stale ? ", stale" : "")})
+        digest = MixHash(digest, text);
+    return digest;
+}
+
+// The reason why no host of the report can have this result; empty for others.
+std::string ReasonAgainst(StoredResult const& result) {
+    if (!result.provenance)
+        return "expected a result with provenance; its host and time are unknown";
+    std::size_t const length = result.provenance->host.size();
+    if (length == 0 || length > maxHostNameLength)
+        return "expected a host name of 1 to " + std::to_string(maxHostNameLength) + " bytes";
+    return "";
 }
 
 void CountResult(ReportEntry& entry, std::string const& result) {
     auto const found = entry.results.find(result);
     if (found != entry.results.end())
         ++found->second;
-    else if (entry.results.size() < maxResultNames && result.size() <= maxResultNameLength)
+    else if (entry.results.size() < maxCountedResults && result.size() <= maxResultNameLength)
         entry.results.emplace(result, 1);
     else
         ++entry.otherRows;
@@ -48,10 +71,8 @@ void CountResult(ReportEntry& entry, std::string const& result) {
 bool IsNewer(ReportEntry const& entry, ReportEntry const& other) {
     StoredProvenance const& one = *entry.result.provenance;
     StoredProvenance const& two = *other.result.provenance;
-    if (NanosecondsOf(one.start.time) != NanosecondsOf(two.start.time))
-        return IsBefore(two.start.time, one.start.time);
-    return std::pair(NanosecondsOf(one.end.time), other.file) >
-           std::pair(NanosecondsOf(two.end.time), entry.file);
+    return std::tuple(MomentOf(one.start), MomentOf(one.end), std::cref(other.file).get()) >
+           std::tuple(MomentOf(two.start), MomentOf(two.end), std::cref(entry.file).get());
 }
 
 // The rank of an entry in the report.
@@ -70,8 +91,6 @@ auto OrderOf(ReportEntry const& entry) {
 bool Lists(std::vector<std::string> const& list, std::string const& text) {
     return std::ranges::binary_search(list, text);
 }
-
-std::string Hours(std::int64_t age) { return std::to_string(age / 3600) + " h"; }
 
 } // namespace
 
@@ -94,9 +113,9 @@ std::string Describe(ReportEntry const& entry, Condition condition) {
         return "the newest evaluation failed with exit status " +
                std::to_string(entry.result.exitStatus) + ": " + entry.result.message;
     case Condition::stale:
-        return "the agent's answer was there before the request";
+        return "the agent's answer was there before the request, or it is unknown whether it was";
     case Condition::tooOld:
-        return "the newest result is " + Hours(entry.age) + " old";
+        return "the newest result is " + FormatAge(entry.age) + " old";
     case Condition::fromFuture:
         return "the newest result ended at " + entry.result.provenance->end.text +
                ", which is in the future";
@@ -130,11 +149,12 @@ void ReportBuilder::Read(std::string const& file) {
         AddProblem({file, error.what()});
         return;
     }
-    if (!entry.result.provenance) {
-        AddProblem({file, file + ": expected a result with provenance; its host and time are "
-                                 "unknown"});
+    std::string const reason = ReasonAgainst(entry.result);
+    if (!reason.empty()) {
+        AddProblem({file, file + ": " + reason});
         return;
     }
+    entry.otherRows += KeepMostFrequent(entry.results, maxResultNames);
     ++report.readFiles;
     Add(std::move(entry));
 }
@@ -142,20 +162,18 @@ void ReportBuilder::Read(std::string const& file) {
 void ReportBuilder::Add(ReportEntry&& entry) {
     StoredProvenance const& known = *entry.result.provenance;
     entry.host = known.host;
-    if (entry.result.finished)
-        intervalsOfHosts[known.host].push_back(
-            {NanosecondsOf(known.start.time), NanosecondsOf(known.end.time),
-             known.agentModified ? NanosecondsOf(known.agentModified->time) : -1});
-    Key const key(known.host, known.url, known.document);
-    auto const [found, isFirst] = newest.try_emplace(key);
-    if (isFirst) {
-        found->second = std::move(entry);
-        return;
+    std::size_t const digest = DigestOf(entry.result);
+    if (entry.result.finished) {
+        Interval interval{MomentOf(known.start), MomentOf(known.end), {}, digest};
+        if (known.agentModified)
+            interval.agentModified = MomentOf(*known.agentModified);
+        intervalsOfHosts[known.host].push_back(interval);
     }
-    std::size_t const older = found->second.olderResults + 1;
-    if (IsNewer(entry, found->second))
+    Key const key(known.host, known.url, known.document);
+    digests[key].insert(digest);
+    auto const [found, isFirst] = newest.try_emplace(key);
+    if (isFirst || IsNewer(entry, found->second))
         found->second = std::move(entry);
-    found->second.olderResults = older;
 }
 
 // One machine makes one evaluation at a time, under its lock. Its agent's program changes with
@@ -164,18 +182,24 @@ void ReportBuilder::Add(ReportEntry&& entry) {
 bool ReportBuilder::HasTwoMachines(std::vector<Interval>& intervals) {
     std::ranges::sort(intervals);
     intervals.erase(std::unique(intervals.begin(), intervals.end()), intervals.end());
-    std::int64_t end = std::numeric_limits<std::int64_t>::min();
-    std::int64_t agent = -1;
-    std::set<std::int64_t> earlierAgents;
+    for (std::size_t index = 1; index < intervals.size(); ++index) {
+        Interval const& former = intervals[index - 1];
+        Moment const start = intervals[index].start;
+        if (start < former.end || start == former.start)
+            return true;
+    }
+    return ReturnsToEarlierAgent(intervals);
+}
+
+bool ReportBuilder::ReturnsToEarlierAgent(std::vector<Interval> const& intervals) {
+    Moment const* agent = nullptr;
+    std::set<Moment> earlierAgents;
     for (Interval const& interval : intervals) {
-        if (interval.start < end)
-            return true;
-        end = interval.end;
-        if (interval.agentModified == agent || interval.agentModified == -1)
+        if (!interval.agentModified || (agent != nullptr && *agent == *interval.agentModified))
             continue;
-        if (!earlierAgents.insert(interval.agentModified).second)
+        agent = &*interval.agentModified;
+        if (!earlierAgents.insert(*agent).second)
             return true;
-        agent = interval.agentModified;
     }
     return false;
 }
@@ -219,12 +243,8 @@ void ReportBuilder::Total(ReportEntry const& entry) {
     totals.rows += entry.result.rowCount;
     totals.failingRows += entry.failingRows;
     totals.otherRows += entry.otherRows;
-    for (auto const& [result, count] : entry.results) {
-        if (totals.results.contains(result) || totals.results.size() < maxResultNames)
-            totals.results[result] += count;
-        else
-            totals.otherRows += count;
-    }
+    for (auto const& [result, count] : entry.results)
+        totals.results[result] += count;
     for (Condition const condition : entry.conditions)
         ++totals.conditions[static_cast<std::size_t>(condition)];
     if (!entry.conditions.empty())
@@ -234,8 +254,10 @@ void ReportBuilder::Total(ReportEntry const& entry) {
 }
 
 Report ReportBuilder::Finish() {
-    for (auto& [key, entry] : newest)
+    for (auto& [key, entry] : newest) {
+        entry.olderResults = digests[key].size() - 1;
         report.entries.push_back(std::move(entry));
+    }
     newest.clear();
     AddMissingHosts();
     for (ReportEntry& entry : report.entries)
@@ -244,15 +266,18 @@ Report ReportBuilder::Finish() {
     std::ranges::sort(report.problems);
     for (ReportEntry const& entry : report.entries)
         Total(entry);
+    report.totals.otherRows += KeepMostFrequent(report.totals.results, maxResultNames);
     return std::move(report);
 }
 
-std::vector<StoredRow> ReadRows(ReportEntry const& entry) {
-    std::vector<StoredRow> rows;
-    StoredResult const result =
-        ReadStoredResult(entry.file, StoredKind::regularFile,
-                         [&rows](StoredRow&& row) { rows.push_back(std::move(row)); });
-    if (result.provenance != entry.result.provenance || result.rowCount != entry.result.rowCount)
-        throw StoredResultError(entry.file + ": another result replaced it during the report");
-    return rows;
+void ReadRows(ReportEntry const& entry, std::function<void(StoredRow&&)> const& useRow) {
+    StoredResult const& known = entry.result;
+    auto const require = [&entry](bool isUnchanged) {
+        if (!isUnchanged)
+            throw StoredResultError(entry.file + ": expected no change during the report");
+    };
+    require(StateOfFile(entry.file) == known.state);
+    StoredResult const result = ReadStoredResult(entry.file, StoredKind::regularFile, useRow);
+    require(result.state == known.state && result.provenance == known.provenance &&
+            result.rowCount == known.rowCount && result.rowDigest == known.rowDigest);
 }

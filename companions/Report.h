@@ -1,13 +1,17 @@
-// What the results of many hosts and nights amount to.
+// The state of many hosts, computed from their results of many nights.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "companions/Rows.h"
@@ -18,7 +22,7 @@ enum class Condition {
     missing,     // the host is expected, and there is no result of it
     twoMachines, // two machines use this host name
     failed,      // the newest evaluation failed
-    stale,       // its answer was there before its request
+    stale,       // its answer was there before its request, or may have been
     tooOld,      // it ended before the maximum age
     fromFuture,  // it ended after the reader's clock
     noRows,      // it finished without a row
@@ -32,8 +36,12 @@ char const* WordsOf(Condition condition);
 
 // A result from the future is one that is later than this. Clocks of machines differ a little.
 constexpr std::chrono::seconds maxClockDifference(60);
-// Different results that are counted by name for each host. Rows with others are counted together.
+// Results that are counted by name for each host and in total, those with the most rows. Rows with
+// others are counted together.
 constexpr std::size_t maxResultNames = 16;
+// Different results of a file that are counted until the most frequent ones are chosen.
+constexpr std::size_t maxCountedResults = 1'000;
+constexpr std::size_t maxHostNameLength = 255;
 
 struct ReportOptions {
     std::vector<std::string> acceptedResults = {};
@@ -58,7 +66,7 @@ struct ReportEntry {
     ResultCounts results = {};
     // Rows with results beyond maxResultNames.
     std::size_t otherRows = 0;
-    // Results that are older.
+    // Results that are older, without copies.
     std::size_t olderResults = 0;
     // In their order, each once.
     std::vector<Condition> conditions = {};
@@ -118,26 +126,35 @@ private:
     // Host, URL and document.
     using Key = std::tuple<std::string, std::optional<std::string>, std::optional<std::string>>;
 
-    // A finished evaluation, for what several of a host tell about the machine. In nanoseconds.
+    // Seconds and nanoseconds.
+    using Moment = std::pair<time_t, long>;
+
+    // A finished evaluation. Several of one host show whether it is one machine.
     struct Interval {
-        std::int64_t start;
-        std::int64_t end;
-        std::int64_t agentModified;
+        Moment start;
+        Moment end;
+        std::optional<Moment> agentModified;
+        // Of the content of the result.
+        std::size_t digest;
 
         auto operator<=>(Interval const&) const = default;
     };
 
     void Add(ReportEntry&& entry);
     static bool HasTwoMachines(std::vector<Interval>& intervals);
+    // REQUIRES: the intervals are sorted.
+    static bool ReturnsToEarlierAgent(std::vector<Interval> const& intervals);
     void AddMissingHosts();
     void Judge(ReportEntry& entry);
     void Total(ReportEntry const& entry);
 
     Report report;
     std::map<Key, ReportEntry> newest;
+    // Of the content of each result.
+    std::map<Key, std::set<std::size_t>> digests;
     std::map<std::string, std::vector<Interval>> intervalsOfHosts;
 };
 
-// Reads the rows of an entry again. Throws StoredResultError, also if the file has another result
-// by now.
-std::vector<StoredRow> ReadRows(ReportEntry const& entry);
+// Reads the rows of an entry again. Throws StoredResultError, also if the file changed since. That
+// may be after the last row.
+void ReadRows(ReportEntry const& entry, std::function<void(StoredRow&&)> const& useRow);

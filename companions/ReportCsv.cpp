@@ -38,16 +38,23 @@ public:
 
     bool WantsRows(ReportEntry const&) const override { return true; }
 
-    // A host without rows has a line too, so that none is silent.
-    void Add(ReportEntry const& entry, std::vector<StoredRow> const& rows) override {
-        if (rows.empty() || !entry.conditions.empty())
+    void StartEntry(ReportEntry const& entry) override {
+        hasLine = !entry.conditions.empty();
+        if (hasLine)
             WriteLine(HeadOf(hostKind, entry, ""));
-        for (StoredRow const& row : rows) {
-            Fields fields =
-                HeadOf(rowKind, entry, report.IsAccepted(row[resultField]) ? "yes" : "no");
-            fields.insert(fields.end(), row.begin(), row.end());
-            WriteLine(fields);
-        }
+    }
+
+    void AddRow(ReportEntry const& entry, StoredRow const& row) override {
+        Fields fields = HeadOf(rowKind, entry, report.IsAccepted(row[resultField]) ? "yes" : "no");
+        fields.insert(fields.end(), row.begin(), row.end());
+        WriteLine(fields);
+        hasLine = true;
+    }
+
+    // A host without rows has a line too, so that none is silent.
+    void EndEntry(ReportEntry const& entry) override {
+        if (!hasLine)
+            WriteLine(HeadOf(hostKind, entry, ""));
     }
 
     void Finish() override {
@@ -110,6 +117,8 @@ private:
 
     Report const& report;
     Output& output;
+    // Whether the entry has a line.
+    bool hasLine = false;
 };
 
 } // namespace

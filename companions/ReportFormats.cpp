@@ -80,18 +80,6 @@ std::string Shorten(std::string const& text) {
     return text.substr(0, length) + "... (" + std::to_string(text.size() - length) + " more bytes)";
 }
 
-std::string FormatAge(std::int64_t seconds) {
-    if (seconds < 0)
-        return "in " + FormatAge(-seconds);
-    std::int64_t const minutes = seconds / 60;
-    std::int64_t const hours = minutes / 60;
-    if (hours == 0)
-        return std::to_string(minutes) + " min";
-    if (hours < 48)
-        return std::to_string(hours) + " h";
-    return std::to_string(hours / 24) + " d " + std::to_string(hours % 24) + " h";
-}
-
 std::string NameOfEntry(ReportEntry const& entry) {
     bool const hasDocument = entry.hasResult && entry.result.provenance->document;
     return hasDocument ? entry.host + " (" + *entry.result.provenance->document + ")" : entry.host;

@@ -19,10 +19,12 @@ constexpr int reportSchemaVersion = 1;
 constexpr std::size_t maxHtmlRows = 5'000;
 constexpr std::size_t maxMarkdownRows = 1'000;
 constexpr std::size_t maxMarkdownHosts = 1'000;
+// In HTML, in Markdown and on standard error.
+constexpr std::size_t maxShownProblems = 1'000;
 // Longer texts are cut in HTML and Markdown.
 constexpr std::size_t maxShownBytes = 1'000;
 
-// A format that gets the entries of a report one by one, in their order.
+// A format that gets the entries of a report one by one, in their order, and the rows of each.
 class ReportWriter {
 public:
     ReportWriter() = default;
@@ -30,9 +32,13 @@ public:
     ReportWriter(ReportWriter const&) = delete;
     ReportWriter& operator=(ReportWriter const&) = delete;
 
-    // Whether Add needs the rows of an entry that has some.
+    // Whether the format needs the rows of an entry that has some.
     virtual bool WantsRows(ReportEntry const& entry) const = 0;
-    virtual void Add(ReportEntry const& entry, std::vector<StoredRow> const& rows) = 0;
+    virtual void StartEntry(ReportEntry const& entry) = 0;
+    // Each row of the entry, or fewer if the file changed. A format may get rows that it does not
+    // want.
+    virtual void AddRow(ReportEntry const& entry, StoredRow const& row) = 0;
+    virtual void EndEntry(ReportEntry const& entry) = 0;
     // After the last entry. The report may have more problems than before.
     virtual void Finish() = 0;
 };
@@ -61,9 +67,6 @@ std::string EscapeMarkdown(std::string const& text);
 // Returns the text, or its start and how many bytes follow.
 std::string Shorten(std::string const& text);
 
-// Returns "5 min", "3 h" or "2 d 4 h"; "in 5 min" for a negative number of seconds.
-std::string FormatAge(std::int64_t seconds);
-
 // Returns "host", or "host (document)".
 std::string NameOfEntry(ReportEntry const& entry);
 
@@ -73,5 +76,6 @@ extern char const styleSheet[];
 extern char const scriptText[];
 extern char const markdownTemplate[];
 extern char const suiteTemplate[];
+extern char const caseTemplate[];
 extern char const styleSheetSha256[];
 extern char const scriptTextSha256[];

@@ -20,8 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t maxHostNameLength = 255;
-
 bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 
 // The name of the file whose temporary file (ResultFile.h) may have this name, or an empty string.

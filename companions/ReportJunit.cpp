@@ -18,31 +18,29 @@ std::string SecondsOf(std::string const& evaluationTime) {
 class JunitWriter : public ReportWriter {
 public:
     JunitWriter(Report const& theReport, Output& theOutput)
-        : report(theReport), output(theOutput), suite(suiteTemplate) {
+        : report(theReport), output(theOutput), suite(suiteTemplate), testCase(caseTemplate) {
         suite.set_custom_escape(EscapeMarkup);
+        testCase.set_custom_escape(EscapeMarkup);
         output.Write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n");
     }
 
     bool WantsRows(ReportEntry const&) const override { return true; }
 
-    void Add(ReportEntry const& entry, std::vector<StoredRow> const& rows) override {
-        Mustache::data problems(Mustache::data::type::list);
-        for (Condition const condition : entry.conditions)
-            problems.push_back(
-                MakeProblem("evaluation", NameOf(condition), Describe(entry, condition)));
-        Mustache::data cases(Mustache::data::type::list);
-        std::size_t failures = 0;
-        for (StoredRow const& row : rows) {
-            bool const failed = !report.IsAccepted(row[resultField]);
-            failures += failed ? 1 : 0;
-            cases.push_back(MakeCase(row, failed));
-        }
-        Mustache::data data;
+    void StartEntry(ReportEntry const&) override { isOpen = false; }
+
+    void AddRow(ReportEntry const& entry, StoredRow const& row) override {
+        if (!isOpen)
+            StartSuite(entry, entry.result.rowCount, entry.failingRows);
+        Mustache::data data = MakeCase(row, !report.IsAccepted(row[resultField]));
         data.set("suite", NameOfEntry(entry));
-        data.set("host", entry.host);
-        if (entry.hasResult)
-            data.set("timestamp", entry.result.provenance->start.text);
-        WriteSuite(data, problems, entry.conditions.size(), cases, rows.size(), failures);
+        Render(testCase, data);
+    }
+
+    // The suite of a file that is gone has no rows.
+    void EndEntry(ReportEntry const& entry) override {
+        if (!isOpen)
+            StartSuite(entry, 0, 0);
+        output.Write(endOfSuite);
     }
 
     void Finish() override {
@@ -53,13 +51,15 @@ public:
             Mustache::data data;
             data.set("suite", "compliance-report");
             data.set("host", "");
-            WriteSuite(data, problems, report.problems.size(),
-                       Mustache::data(Mustache::data::type::list), 0, 0);
+            WriteHead(data, problems, report.problems.size(), 0, 0);
+            output.Write(endOfSuite);
         }
         output.Write("</testsuites>\n");
     }
 
 private:
+    static constexpr char endOfSuite[] = "  </testsuite>\n";
+
     static Mustache::data MakeProblem(std::string const& name, std::string const& type,
                                       std::string const& message) {
         Mustache::data problem;
@@ -82,19 +82,39 @@ private:
         return data;
     }
 
-    void WriteSuite(Mustache::data& data, Mustache::data const& problems, std::size_t errors,
-                    Mustache::data const& cases, std::size_t tests, std::size_t failures) {
-        data.set("tests", std::to_string(tests + errors));
+    void StartSuite(ReportEntry const& entry, std::size_t rows, std::size_t failures) {
+        isOpen = true;
+        Mustache::data problems(Mustache::data::type::list);
+        for (Condition const condition : entry.conditions)
+            problems.push_back(
+                MakeProblem("evaluation", NameOf(condition), Describe(entry, condition)));
+        Mustache::data data;
+        data.set("suite", NameOfEntry(entry));
+        data.set("host", entry.host);
+        if (entry.hasResult)
+            data.set("timestamp", entry.result.provenance->start.text);
+        WriteHead(data, problems, entry.conditions.size(), rows, failures);
+    }
+
+    void WriteHead(Mustache::data& data, Mustache::data const& problems, std::size_t errors,
+                   std::size_t rows, std::size_t failures) {
+        data.set("tests", std::to_string(rows + errors));
         data.set("failures", std::to_string(failures));
         data.set("errors", std::to_string(errors));
         data.set("problems", problems);
-        data.set("cases", cases);
-        suite.render(data, [this](std::string const& text) { output.Write(text); });
+        Render(suite, data);
+    }
+
+    void Render(Mustache::mustache& part, Mustache::data const& data) {
+        part.render(data, [this](std::string const& text) { output.Write(text); });
     }
 
     Report const& report;
     Output& output;
     Mustache::mustache suite;
+    Mustache::mustache testCase;
+    // Whether the suite of the entry has begun.
+    bool isOpen = false;
 };
 
 } // namespace

@@ -1,4 +1,5 @@
 // compliance-report: turns the results of many hosts and nights into reports.
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,11 @@ struct Stopped {
     int signal;
 };
 
+void ThrowIfStopped() {
+    if (StopSignal() != 0)
+        throw Stopped{StopSignal()};
+}
+
 // One output of the command line.
 class Target {
 public:
@@ -41,14 +47,22 @@ public:
     void Start(Report const& report) { writer = MakeReportWriter(format, report, *output); }
     ReportWriter& Writer() { return *writer; }
 
-    // Returns false, with a message, if the output is not complete.
+    // Returns false, with a message, if the output is not complete. Throws Stopped; a stop signal
+    // ends the wait for a slow reader.
     bool Publish() {
         writer->Finish();
+        output->Flush();
+        ThrowIfStopped();
         if (!FinishOutput(program, *output, name))
             return false;
-        if (file)
-            file->Publish();
-        return true;
+        try {
+            if (file)
+                file->Publish();
+            return true;
+        } catch (ResultFileError const& error) {
+            WriteMessage(program, error.what());
+            return false;
+        }
     }
 
 private:
@@ -59,25 +73,37 @@ private:
     std::unique_ptr<ReportWriter> writer;
 };
 
-// Shows the share of the work that is done, and looks at stop signals.
+// Shows the share of the work that is done, and looks at stop signals. Each of the two passes, over
+// files and over entries, is half of the work.
 class Steps {
 public:
-    Steps(bool isQuiet, std::size_t theCount)
-        : progress(isQuiet ? ProgressStyle::none : ProgressStyle::automatic), count(theCount) {}
+    explicit Steps(bool isQuiet)
+        : progress(isQuiet ? ProgressStyle::none : ProgressStyle::automatic) {}
+
+    void StartPass(std::size_t theCount) {
+        percentBefore = passes++ * percentOfPass;
+        count = theCount;
+        done = 0;
+    }
 
     void Next() {
-        if (StopSignal() != 0)
-            throw Stopped{StopSignal()};
-        auto const percent = static_cast<int>(done++ * 100 / count);
+        ThrowIfStopped();
+        int const percent = percentBefore + static_cast<int>(done++ * percentOfPass / count);
         if (percent != shown)
             progress.Percent(percent);
         shown = percent;
     }
 
+    void Clear() { progress.Clear(); }
+
 private:
+    static constexpr int percentOfPass = 50;
+
     Progress progress;
-    std::size_t const count;
+    std::size_t count = 0;
     std::size_t done = 0;
+    int passes = 0;
+    int percentBefore = 0;
     int shown = -1;
 };
 
@@ -106,11 +132,11 @@ ReportFiles ListFiles(ReportCommandLine const& commandLine) {
     return ListReportFiles(commandLine.files, outputs);
 }
 
-Report ReadResults(ReportOptions const& options, ReportFiles const& files, bool quiet) {
+Report ReadResults(ReportOptions const& options, ReportFiles const& files, Steps& steps) {
     ReportBuilder builder(options);
     for (ReportProblem const& problem : files.problems)
         builder.AddProblem(problem);
-    Steps steps(quiet, files.paths.size());
+    steps.StartPass(files.paths.size());
     for (std::string const& file : files.paths) {
         steps.Next();
         builder.Read(file);
@@ -118,24 +144,51 @@ Report ReadResults(ReportOptions const& options, ReportFiles const& files, bool 
     return builder.Finish();
 }
 
+using Targets = std::vector<std::unique_ptr<Target>>;
+
 // Reads the rows again where a format shows them: rows of all hosts would not fit into memory.
-void WriteEntries(Report& report, std::vector<std::unique_ptr<Target>> const& targets, bool quiet) {
-    Steps steps(quiet, report.entries.size());
+void WriteRows(Report& report, ReportEntry const& entry, Targets const& targets) {
+    bool const isWanted = std::ranges::any_of(
+        targets, [&entry](auto const& target) { return target->Writer().WantsRows(entry); });
+    if (!isWanted || entry.result.rowCount == 0)
+        return;
+    try {
+        ReadRows(entry, [&](StoredRow const& row) {
+            for (auto const& target : targets)
+                target->Writer().AddRow(entry, row);
+        });
+    } catch (StoredResultError const& error) {
+        report.problems.push_back({entry.file, error.what()});
+    }
+}
+
+void WriteEntries(Report& report, Targets const& targets, Steps& steps) {
+    steps.StartPass(report.entries.size());
     for (ReportEntry const& entry : report.entries) {
         steps.Next();
-        bool isWanted = false;
         for (auto const& target : targets)
-            isWanted = isWanted || target->Writer().WantsRows(entry);
-        std::vector<StoredRow> rows;
-        if (isWanted && entry.result.rowCount > 0)
-            try {
-                rows = ReadRows(entry);
-            } catch (StoredResultError const& error) {
-                report.problems.push_back({entry.file, error.what()});
-            }
+            target->Writer().StartEntry(entry);
+        WriteRows(report, entry, targets);
         for (auto const& target : targets)
-            target->Writer().Add(entry, rows);
+            target->Writer().EndEntry(entry);
     }
+}
+
+// Publishes as many as possible. Returns whether all are complete.
+bool PublishAll(Targets const& targets) {
+    bool isComplete = true;
+    for (auto const& target : targets)
+        isComplete = target->Publish() && isComplete;
+    return isComplete;
+}
+
+void ListProblems(std::vector<ReportProblem> const& problems) {
+    std::size_t const shown = std::min(problems.size(), maxShownProblems);
+    for (std::size_t index = 0; index < shown; ++index)
+        WriteMessage(program, Shorten(problems[index].reason));
+    if (shown < problems.size())
+        WriteMessage(program, "and " + std::to_string(problems.size() - shown) +
+                                  " more files that were not read");
 }
 
 ReportExit Judge(Report const& report) {
@@ -150,18 +203,17 @@ int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
     // Before there are temporary files.
     ReportFiles const files = ListFiles(commandLine);
-    std::vector<std::unique_ptr<Target>> targets;
+    Targets targets;
     for (ReportOutput const& output : commandLine.outputs)
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));
-    Report report = ReadResults(options, files, commandLine.quiet);
+    Steps steps(commandLine.quiet);
+    Report report = ReadResults(options, files, steps);
     for (auto const& target : targets)
         target->Start(report);
-    WriteEntries(report, targets, commandLine.quiet);
-    bool isComplete = true;
-    for (auto const& target : targets)
-        isComplete = target->Publish() && isComplete;
-    for (ReportProblem const& problem : report.problems)
-        WriteMessage(program, problem.reason);
+    WriteEntries(report, targets, steps);
+    steps.Clear();
+    bool const isComplete = PublishAll(targets);
+    ListProblems(report.problems);
     return Number(isComplete ? Judge(report) : ReportExit::outputFailed);
 }
 

@@ -88,6 +88,11 @@ void SetOptional(Mustache::data& data, char const* name, std::string const& text
         data.set(name, text);
 }
 
+// How many things are not shown; nothing for 0.
+void SetMore(Mustache::data& data, char const* name, std::size_t count) {
+    SetOptional(data, name, count > 0 ? std::to_string(count) : "");
+}
+
 Mustache::data MakeHost(ReportEntry const& entry, std::size_t rank) {
     std::size_t const rows = entry.result.rowCount;
     Mustache::data data;
@@ -145,16 +150,20 @@ public:
         return entry.failingRows > 0 && shownRows < limits.rows;
     }
 
-    void Add(ReportEntry const& entry, std::vector<StoredRow> const& rows) override {
+    void StartEntry(ReportEntry const& entry) override {
         bool const isGood = entry.conditions.empty() && entry.failingRows == 0;
         if (!isGood || limits.showsGoodHosts)
             AddHost(entry);
-        for (StoredRow const& row : rows)
-            if (shownRows < limits.rows && !report.IsAccepted(row[resultField])) {
-                failingList.push_back(MakeFailingRow(entry, row));
-                ++shownRows;
-            }
     }
+
+    void AddRow(ReportEntry const& entry, StoredRow const& row) override {
+        if (shownRows < limits.rows && !report.IsAccepted(row[resultField])) {
+            failingList.push_back(MakeFailingRow(entry, row));
+            ++shownRows;
+        }
+    }
+
+    void EndEntry(ReportEntry const&) override {}
 
     void Finish() override {
         Mustache::data data;
@@ -163,14 +172,13 @@ public:
         SetProblems(data);
         data.set("hosts", hosts);
         data.set("hasHosts", shownHosts > 0);
-        data.set("moreHosts",
-                 moreHosts > 0 ? Mustache::data(std::to_string(moreHosts)) : Mustache::data(false));
+        SetMore(data, "moreHosts", moreHosts);
         data.set("failingList", failingList);
         data.set("hasFailing", shownRows > 0);
         SetCount(data, "shownRows", shownRows);
-        std::size_t const moreRows = report.totals.failingRows - shownRows;
-        data.set("moreRows",
-                 moreRows > 0 ? Mustache::data(std::to_string(moreRows)) : Mustache::data(false));
+        // A file that changed may have more failing rows than before.
+        std::size_t const failingRows = std::max(report.totals.failingRows, shownRows);
+        SetMore(data, "moreRows", failingRows - shownRows);
         page.render(data, [this](std::string const& text) { output.Write(text); });
     }
 
@@ -238,18 +246,27 @@ private:
             data.set("kind", report.IsAccepted(result) ? "good" : "bad");
             list.push_back(data);
         }
+        if (report.totals.otherRows > 0) {
+            Mustache::data data;
+            SetCount(data, "count", report.totals.otherRows);
+            data.set("result", "others");
+            data.set("kind", "calm");
+            list.push_back(data);
+        }
         return list;
     }
 
     void SetProblems(Mustache::data& data) const {
         Mustache::data list = MakeList();
-        for (ReportProblem const& problem : report.problems) {
+        std::size_t const shown = std::min(report.problems.size(), maxShownProblems);
+        for (std::size_t index = 0; index < shown; ++index) {
             Mustache::data item;
-            item.set("reason", Shorten(problem.reason));
+            item.set("reason", Shorten(report.problems[index].reason));
             list.push_back(item);
         }
         data.set("problems", list);
-        data.set("hasProblems", !report.problems.empty());
+        data.set("hasProblems", shown > 0);
+        SetMore(data, "moreProblems", report.problems.size() - shown);
     }
 
     PageLimits const limits;

@@ -86,10 +86,13 @@ public:
 
     bool WantsRows(ReportEntry const&) const override { return false; }
 
-    void Add(ReportEntry const& entry, std::vector<StoredRow> const&) override {
+    void StartEntry(ReportEntry const& entry) override {
         output.Write((isFirst ? "\n" : ",\n") + Dump(MakeEntry(entry)));
         isFirst = false;
     }
+
+    void AddRow(ReportEntry const&, StoredRow const&) override {}
+    void EndEntry(ReportEntry const&) override {}
 
     void Finish() override {
         Json problems = Json::array();

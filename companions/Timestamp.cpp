@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <utility>
 
 namespace {
@@ -46,6 +47,11 @@ std::optional<time_t> TakeDateTime(std::string_view& text) {
     auto const second = TakeNumber(text, 2, 0, 60);
     if (!year || !month || !day || !hour || !minute || !second || !separated)
         return {};
+    std::chrono::year_month_day const date{std::chrono::year(*year),
+                                           std::chrono::month(static_cast<unsigned int>(*month)),
+                                           std::chrono::day(static_cast<unsigned int>(*day))};
+    if (!date.ok())
+        return {};
     tm parts{};
     parts.tm_year = *year - 1900;
     parts.tm_mon = *month - 1;
@@ -53,9 +59,7 @@ std::optional<time_t> TakeDateTime(std::string_view& text) {
     parts.tm_hour = *hour;
     parts.tm_min = *minute;
     parts.tm_sec = *second;
-    time_t const time = timegm(&parts);
-    // timegm(3) turns 30 February into 1 or 2 March.
-    return parts.tm_mon == *month - 1 || *second == 60 ? std::optional(time) : std::nullopt;
+    return timegm(&parts);
 }
 
 // Nanoseconds; 0 if there is no fraction.
@@ -104,6 +108,20 @@ std::string FormatTimestamp(timespec const& time) {
     std::string const offset = Format("%z", local); // "+0100"
     return Format("%Y-%m-%dT%H:%M:%S", local) + "." + thousandths + offset.substr(0, 3) + ":" +
            offset.substr(3);
+}
+
+std::string FormatAge(std::int64_t seconds) {
+    if (seconds < 0)
+        return "in " + FormatAge(-seconds);
+    if (seconds < 60)
+        return std::to_string(seconds) + " s";
+    std::int64_t const minutes = seconds / 60;
+    std::int64_t const hours = minutes / 60;
+    if (hours == 0)
+        return std::to_string(minutes) + " min";
+    if (hours < 48)
+        return std::to_string(hours) + " h";
+    return std::to_string(hours / 24) + " d " + std::to_string(hours % 24) + " h";
 }
 
 timespec CurrentTime() {

@@ -1,6 +1,7 @@
 // Points in time as text.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -13,6 +14,9 @@ std::string FormatTimestamp(timespec const& time);
 // Returns the point in time of a text of RFC 3339; nothing for any other text. Digits beyond
 // nanoseconds are dropped.
 std::optional<timespec> ParseTimestamp(std::string_view text);
+
+// Returns "45 s", "5 min", "3 h" or "2 d 4 h"; "in 5 min" for a negative number of seconds.
+std::string FormatAge(std::int64_t seconds);
 
 // Returns the current time of the system's clock.
 timespec CurrentTime();

@@ -1,13 +1,18 @@
 // The real compliance-report.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <ctime>
 #include <filesystem>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +21,7 @@
 #include "tests/companions/StoredResults.h"
 #include "tests/companions/Terminal.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -218,6 +224,133 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     EXPECT_EQ("compliance-report: ended early by SIGTERM\n", result.errors);
     EXPECT_EQ("old", ReadFile(old));
     EXPECT_EQ(2, entries());
+}
+
+TEST_F(ReportProgramTest, ProgressNeverGoesBack) {
+    for (int number = 0; number < 10; ++number)
+        Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});
+    EnvironmentVariable const type("TERM", "xterm");
+    Terminal const screen;
+    ProgramOptions options;
+    options.prepare = [&screen] {
+        return dup2(screen.otherEnd(), STDERR_FILENO) >= 0;
+    };
+    Report({"--csv=-"}, options);
+    std::string const text = screen.Read();
+    std::vector<int> percents;
+    for (std::size_t place = text.find("] "); place != text.npos;
+         place = text.find("] ", place + 1))
+        percents.push_back(std::stoi(text.substr(place + 2)));
+    EXPECT_TRUE(std::ranges::is_sorted(percents));
+    EXPECT_EQ(20u, percents.size());
+    EXPECT_EQ(0, percents.at(0));
+}
+
+// A program whose standard output is a pipe that nobody reads yet.
+class BlockedReport {
+public:
+    explicit BlockedReport(std::vector<std::string> const& arguments) {
+        if (pipe2(ends, O_CLOEXEC) != 0)
+            throw std::runtime_error("no pipe");
+        ProgramOptions options;
+        options.prepare = [this] {
+            return dup2(ends[1], STDOUT_FILENO) >= 0;
+        };
+        program.emplace(arguments, options);
+        close(ends[1]);
+        while (FillLevel() < PIPE_BUF && program->IsRunning())
+            usleep(1000);
+    }
+    ~BlockedReport() { close(ends[0]); }
+    BlockedReport(BlockedReport const&) = delete;
+    BlockedReport& operator=(BlockedReport const&) = delete;
+
+    OtherProgram& Program() { return *program; }
+
+    ProgramResult ReadAll() {
+        char buffer[4096];
+        while (read(ends[0], buffer, sizeof buffer) > 0)
+            ;
+        return program->Wait();
+    }
+
+private:
+    int FillLevel() const {
+        int bytes = 0;
+        ioctl(ends[0], FIONREAD, &bytes);
+        return bytes;
+    }
+
+    int ends[2] = {-1, -1};
+    std::optional<OtherProgram> program;
+};
+
+TEST_F(ReportProgramTest, StopSignalEndsABlockedWrite) {
+    Store("good", RowList(5000, ResultRow("d", "Pass")));
+    for (std::string const format : {"--csv=-", "--junit=-"}) {
+        BlockedReport report({CC_REPORT_PROGRAM, "--strict=Pass", format, directory / "results"});
+        report.Program().Kill(SIGINT);
+        ProgramResult const result = report.Program().Wait();
+        EXPECT_EQ(ExitStatus::Exited(128 + SIGINT), result.status);
+        EXPECT_EQ("compliance-report: ended early by SIGINT\n", result.errors);
+    }
+}
+
+TEST_F(ReportProgramTest, FailureOfOneReportDoesNotAffectTheOthers) {
+    for (int number = 0; number < 500; ++number)
+        Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});
+    std::string const foreign = WriteFile(directory / "results/foreign", "x");
+    std::filesystem::create_directory(directory / "gone");
+    BlockedReport report({CC_REPORT_PROGRAM, "--strict=Pass", "--html=-", "--csv",
+                          directory / "gone/csv", "--json", directory / "kept.json",
+                          directory / "results"});
+    std::filesystem::remove_all(directory / "gone");
+    ProgramResult const result = report.ReadAll();
+    EXPECT_EQ(ExitStatus::Exited(8), result.status);
+    EXPECT_TRUE(std::filesystem::exists(directory / "kept.json"));
+    EXPECT_EQ("compliance-report: '" + directory / "gone/csv" +
+                  "' could not be replaced: No such file or directory\ncompliance-report: " +
+                  foreign + ":1:2: expected JSON: invalid literal\n",
+              result.errors);
+}
+
+// The shadow memory of a sanitizer is beyond any limit.
+#ifdef CC_ADDRESS_SANITIZER
+std::vector<std::pair<int, rlim_t>> const smallMemory;
+#else
+std::vector<std::pair<int, rlim_t>> const smallMemory = {{RLIMIT_AS, 32 << 20}};
+#endif
+
+TEST_F(ReportProgramTest, RowsOfAFileAreNotInMemory) {
+    Store("large", RowList(200'000, ResultRow("d", "Fail")));
+    ProgramOptions options;
+    options.limits = smallMemory;
+    for (std::string const format : {"--csv", "--junit", "--html"})
+        EXPECT_EQ(ExitStatus::Exited(10), Report({format, directory / "out"}, options).status);
+}
+
+TEST_F(ReportProgramTest, TooLongTextIsAProblemOfItsFile) {
+    std::string const comment(40 << 20, 'x');
+    Store("long", {ResultRow("d", "Fail", comment)});
+    Store("good", {ResultRow("d", "Pass")});
+    ProgramOptions options;
+    options.limits = smallMemory;
+    ProgramResult const result = Report({"--json=-"}, options);
+    EXPECT_EQ(ExitStatus::Exited(1), result.status) << result.errors;
+    EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
+    EXPECT_NE(std::string::npos,
+              result.errors.find(": expected a text of at most 1048576 bytes\n"));
+}
+
+TEST_F(ReportProgramTest, ManyProblemsAreCounted) {
+    for (int number = 0; number < 1005; ++number)
+        WriteFile(directory / "results/" + std::to_string(number), "x");
+    ProgramResult const result = Report({"--markdown=-"});
+    EXPECT_EQ(1001, std::ranges::count(result.errors, '\n'));
+    EXPECT_TRUE(result.errors.ends_with("compliance-report: and 5 more files that were not "
+                                        "read\n"));
+    EXPECT_NE(std::string::npos, result.output.find("There are 5 more such files."));
+    EXPECT_NE(std::string::npos, Report({"--html=-"}).output.find("There are 5 more such files"));
 }
 
 TEST_F(ReportProgramTest, ShowsHelpAndVersion) {

@@ -20,6 +20,13 @@ std::string StateText(ReportEntry const& entry) {
     return state;
 }
 
+// Of the rows of an entry, read again.
+std::vector<std::string> Designators(ReportEntry const& entry) {
+    std::vector<std::string> designators;
+    ReadRows(entry, [&](StoredRow const& row) { designators.push_back(row[designatorField]); });
+    return designators;
+}
+
 class ReportTest : public testing::Test {
 protected:
     ReportTest() {
@@ -175,7 +182,42 @@ TEST_F(ReportTest, CopiesOfAResultAreOneMachine) {
     Store("a", ProvenanceOf("web1"));
     Store("copy", ProvenanceOf("web1"));
     EXPECT_EQ((StateTexts{"web1:"}), States());
+    EXPECT_EQ(0u, Make().entries[0].olderResults);
+    Store("older", ProvenanceOf("web1", resultTime - 86400));
+    Store("copy of older", ProvenanceOf("web1", resultTime - 86400));
     EXPECT_EQ(1u, Make().entries[0].olderResults);
+}
+
+TEST_F(ReportTest, OtherRowsAtTheSameTimeAreTwoMachines) {
+    Store("good", ProvenanceOf("web1"));
+    Store("bad", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
+    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+}
+
+TEST_F(ReportTest, ResultOutsideTheRangeOfNanosecondsIsRead) {
+    for (char const* const year : {"0001", "9999"}) {
+        std::string text = ResultText({ResultRow("d", "Pass")});
+        for (char const* const name : {"\"start\":\"", "\"end\":\""})
+            text.replace(text.find(name) + std::string(name).size(), 4, year);
+        Keep(year, text);
+    }
+    EXPECT_EQ((StateTexts{"web1: from-future"}), States());
+}
+
+TEST_F(ReportTest, AgeOfOldResultHasItsUnit) {
+    options.maxAge = std::chrono::minutes(10);
+    Store("a", ProvenanceOf("web1", resultTime + 3600 - 1810));
+    EXPECT_EQ("the newest result is 30 min old", Describe(Make().entries.at(0), Condition::tooOld));
+}
+
+TEST_F(ReportTest, ResultOfNoHostIsListed) {
+    for (std::string const& host : {std::string(), std::string(256, 'h')}) {
+        std::string const file = Store("a", ProvenanceOf(host.c_str()));
+        Report const report = Make();
+        EXPECT_EQ(0u, report.entries.size());
+        EXPECT_EQ(file + ": expected a host name of 1 to 255 bytes", report.problems.at(0).reason);
+        files.clear();
+    }
 }
 
 TEST_F(ReportTest, AllConditionsOfAHostAreNamedInOrder) {
@@ -219,13 +261,38 @@ TEST_F(ReportTest, ManyDifferentResultsTakeBoundedMemory) {
     EXPECT_EQ(101 - maxResultNames, report.totals.otherRows);
 }
 
+TEST_F(ReportTest, MostFrequentResultsAreCountedByName) {
+    RowList rows;
+    std::vector<std::string> rare;
+    for (int index = 0; index < 20; ++index)
+        rare.push_back("a" + std::to_string(index));
+    for (std::string const& result : rare)
+        rows.push_back(ResultRow("d", result));
+    Store("odd", ProvenanceOf("a-odd"), rows);
+    Store("usual", ProvenanceOf("usual"), RowList(5, ResultRow("d", "Pass")));
+    Report const report = Make();
+    EXPECT_EQ(maxResultNames, report.totals.results.size());
+    EXPECT_EQ(5u, report.totals.results.at("Pass"));
+    std::size_t sum = report.totals.otherRows;
+    for (auto const& [result, count] : report.totals.results)
+        sum += count;
+    EXPECT_EQ(report.totals.rows, sum);
+}
+
+TEST_F(ReportTest, FileThatIsOverwrittenDuringTheReportIsNotUsed) {
+    std::string const file = Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass")});
+    Report const report = Make();
+    WriteFile(file, ResultText({ResultRow("y", "Pass")}, ProvenanceOf("web1")));
+    EXPECT_THROW(Designators(report.entries[0]), StoredResultError);
+}
+
 TEST_F(ReportTest, ReadsRowsAgainUnlessTheResultWasReplaced) {
     Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
     Report const report = Make();
-    EXPECT_EQ("y", ReadRows(report.entries[0]).at(1)[designatorField]);
+    EXPECT_EQ((StateTexts{"x", "y"}), Designators(report.entries[0]));
     WriteFile(directory / "a", ResultText({ResultRow("z", "Pass"), ResultRow("z", "Pass")},
                                           ProvenanceOf("web1", resultTime + 1)));
-    EXPECT_THROW(ReadRows(report.entries[0]), StoredResultError);
+    EXPECT_THROW(Designators(report.entries[0]), StoredResultError);
 }
 
 // All that a report says of an entry.

@@ -48,9 +48,10 @@ TEST(TimestampTest, RefusesTextsThatAreNoTime) {
     for (char const* const text :
          {"", "2026-03-01", "2026-03-01T08:30:00", "2026-03-01 08:30:00Z", "2026-3-1T08:30:00Z",
           "2026-13-01T08:30:00Z", "2026-00-01T08:30:00Z", "2026-02-29T08:30:00Z",
-          "2026-03-01T24:30:00Z", "2026-03-01T08:60:00Z", "2026-03-01T08:30:61Z",
-          "2026-03-01T08:30:00.Z", "2026-03-01T08:30:00+1", "2026-03-01T08:30:00+25:00",
-          "2026-03-01T08:30:00Zx", "+026-03-01T08:30:00Z", "2026-03-01T08:30:00 01:00"})
+          "2026-02-30T23:59:60Z", "2026-03-01T24:30:00Z", "2026-03-01T08:60:00Z",
+          "2026-03-01T08:30:61Z", "2026-03-01T08:30:00.Z", "2026-03-01T08:30:00+1",
+          "2026-03-01T08:30:00+25:00", "2026-03-01T08:30:00Zx", "+026-03-01T08:30:00Z",
+          "2026-03-01T08:30:00 01:00"})
         EXPECT_FALSE(ParseTimestamp(text)) << text;
 }
 
@@ -59,6 +60,16 @@ TEST(TimestampTest, OrdersTimes) {
     EXPECT_TRUE(IsBefore({1, 5}, {1, 6}));
     EXPECT_FALSE(IsBefore({1, 5}, {1, 5}));
     EXPECT_FALSE(IsBefore({2, 0}, {1, 5}));
+}
+
+TEST(TimestampTest, AgesHaveUnits) {
+    EXPECT_EQ("59 s", FormatAge(59));
+    EXPECT_EQ("1 min", FormatAge(60));
+    EXPECT_EQ("59 min", FormatAge(3599));
+    EXPECT_EQ("1 h", FormatAge(3600));
+    EXPECT_EQ("47 h", FormatAge(48 * 3600 - 1));
+    EXPECT_EQ("2 d 1 h", FormatAge(49 * 3600));
+    EXPECT_EQ("in 2 min", FormatAge(-120));
 }
 
 } // namespace
