@@ -1,15 +1,16 @@
 #include "companions/Metrics.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <utility>
 #include <vector>
 
 #include "companions/Output.h"
 #include "companions/ResultFile.h"
+#include "companions/Utf8.h"
 #include "companions/VisibleText.h"
 
 namespace {
@@ -55,15 +56,45 @@ ResultCounts LimitResults(ResultCounts const& results) {
     return limited;
 }
 
-// Whether the text is the end of a sample: possibly another label, a brace and a number.
-bool IsEndOfSample(std::string_view text) {
-    std::size_t const space = text.rfind(' ');
-    if (space == std::string_view::npos || space == 0 || text[space - 1] != '}')
-        return false;
-    std::string_view const number = text.substr(space + 1);
-    double value = 0;
-    auto const [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
-    return error == std::errc() && end == number.data() + number.size();
+constexpr std::string_view resultLabel = ",result=\"";
+
+bool TakePrefix(std::string_view& text, std::string_view prefix) {
+    bool const hasPrefix = text.starts_with(prefix);
+    text.remove_prefix(hasPrefix ? prefix.size() : 0);
+    return hasPrefix;
+}
+
+// Removes what EscapeLabel returns and a quote from the front of the text.
+bool TakeLabelEnd(std::string_view& text) {
+    for (std::size_t index = 0; index < text.size(); ++index)
+        if (text[index] == '"') {
+            bool const isUtf8 = IsUtf8(text.substr(0, index));
+            text.remove_prefix(index + 1);
+            return isUtf8;
+        } else if (text[index] == '\\') {
+            ++index;
+            if (index == text.size() ||
+                std::string_view("n\"\\").find(text[index]) == std::string_view::npos)
+                return false;
+        }
+    return false;
+}
+
+// Digits, possibly with a point and more digits.
+bool IsValue(std::string_view text) {
+    std::size_t const point = std::min(text.find('.'), text.size());
+    auto const areDigits = [](std::string_view digits) {
+        return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
+    };
+    return areDigits(text.substr(0, point)) &&
+           (point == text.size() || areDigits(text.substr(point + 1)));
+}
+
+// Whether the text is the end of a sample as Writer::Add writes it: after the labels that all
+// samples have.
+bool IsEndOfSample(std::string_view text, bool hasResult) {
+    return (!hasResult || (TakePrefix(text, resultLabel) && TakeLabelEnd(text))) &&
+           TakePrefix(text, "} ") && IsValue(text);
 }
 
 class Writer {
@@ -87,14 +118,16 @@ public:
         Add(name, value);
     }
 
-    // Adds the values of this name and these labels that the former text has.
-    void Keep(std::string const& name, std::string const& help) {
+    // Adds the values of this name and these labels that the former text has, each sample once.
+    void Keep(std::string const& name, std::string const& help, bool hasResult = false) {
         Describe(name, help);
         std::string const begin = name + labels;
+        std::set<std::string_view> kept;
         for (std::string_view rest = former; !rest.empty();) {
             std::string_view const line = rest.substr(0, rest.find('\n'));
             rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-            if (line.starts_with(begin) && IsEndOfSample(line.substr(begin.size())))
+            if (line.starts_with(begin) && IsEndOfSample(line.substr(begin.size()), hasResult) &&
+                kept.insert(line.substr(0, line.rfind(' '))).second)
                 text.append(line).append("\n");
         }
     }
@@ -108,16 +141,17 @@ private:
 };
 
 constexpr char rowsName[] = "clientcompliance_rows";
-constexpr char rowsHelp[] = "Rows of the last evaluation that gave rows, by result.";
+constexpr char rowsHelp[] = "Rows of the last evaluation that finished, by result.";
 constexpr char failingName[] = "clientcompliance_failing_rows";
 constexpr char failingHelp[] = "Rows of that evaluation whose result --strict does not list.";
 constexpr char successName[] = "clientcompliance_last_success_timestamp_seconds";
-constexpr char successHelp[] = "Start of the last evaluation that gave rows of a new answer.";
+constexpr char successHelp[] = "Start of the last evaluation that finished with a new answer.";
 
 void AddRows(Writer& writer, Metrics const& metrics) {
     writer.Describe(rowsName, rowsHelp);
     for (auto const& [result, count] : LimitResults(*metrics.results))
-        writer.Add(rowsName, std::to_string(count), ",result=\"" + EscapeLabel(result) + "\"");
+        writer.Add(rowsName, std::to_string(count),
+                   std::string(resultLabel) + EscapeLabel(result) + "\"");
     writer.Describe(failingName, failingHelp);
     if (metrics.failing)
         writer.Add(failingName, std::to_string(*metrics.failing));
@@ -140,9 +174,11 @@ std::string FormatMetrics(Metrics const& metrics, std::string_view former) {
                   std::to_string(metrics.exitStatus));
     writer.AddOne("clientcompliance_stale", "1 if the agent left its earlier answer.",
                   metrics.stale ? "1" : "0");
-    writer.AddOne("clientcompliance_last_run_timestamp_seconds", "Start of the last run.",
+    writer.AddOne("clientcompliance_last_run_timestamp_seconds",
+                  "Start of the last run, with --wait of its last attempt.",
                   FormatTime(metrics.start));
-    writer.AddOne("clientcompliance_duration_seconds", "Duration of the last run.",
+    writer.AddOne("clientcompliance_duration_seconds",
+                  "Duration of the last run, with --wait of its last attempt.",
                   FormatSeconds(metrics.duration));
     if (metrics.results && !metrics.stale)
         writer.AddOne(successName, successHelp, FormatTime(metrics.start));
@@ -151,7 +187,7 @@ std::string FormatMetrics(Metrics const& metrics, std::string_view former) {
     if (metrics.results) {
         AddRows(writer, metrics);
     } else {
-        writer.Keep(rowsName, rowsHelp);
+        writer.Keep(rowsName, rowsHelp, true);
         writer.Keep(failingName, failingHelp);
     }
     return writer.Text();

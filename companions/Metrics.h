@@ -20,7 +20,7 @@ struct Metrics {
     bool stale = false;
     timespec start = {};
     std::chrono::milliseconds duration{};
-    // The number of rows with each result; nothing if the evaluation gave no rows.
+    // The number of rows with each result; nothing if the evaluation did not finish.
     std::optional<ResultCounts> results = {};
     // The number of rows with another result than those of --strict; nothing without --strict.
     std::optional<unsigned int> failing = {};
@@ -31,7 +31,7 @@ struct Metrics {
 //
 // `former` is the text of the metrics before, possibly empty. An evaluation without rows keeps its
 // rows and the time of its last success, if the labels are the same: a failed run must not end the
-// alert for failing rows.
+// alert for failing rows. Lines that this function cannot have written are not kept.
 //
 // At most 20 results have a value of their own, those with most rows. The rows of the others are
 // summed as "other", and so are those whose result has more than 100 bytes. Ill-formed bytes are

@@ -90,8 +90,19 @@ TEST(MetricsTest, KeepsNothingOfOtherLabelsOrDamagedLines) {
     other.config = "nightly";
     EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), FormatMetrics(other, "")));
     std::string const begin = "clientcompliance_rows{document=\"D\",config=\"\"";
-    for (std::string const damaged : {"", "}", "} ", "} x", "} 1 2", " 1", "} 1x", "}1"})
+    for (std::string const damaged :
+         {"", "}", "} ", "} x", "} 1 2", " 1", "} 1x", "}1", "} 1", ",result=\"x\"} NaN",
+          ",result=\"x\"} -1", ",result=\"x\"} 1e5", ",result=\"x\"} 1.", ",evil} 1",
+          ",result=\"x\",result=\"y\"} 1", ",result=\"a\"b\"} 1", ",result=\"\\x\"} 1",
+          ",result=\"\\\"} 1", ",result=\"\xff\"} 1"})
         EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), begin + damaged + "\n")) << damaged;
+}
+
+TEST(MetricsTest, KeepsEachSampleOnce) {
+    std::string const sample = R"(clientcompliance_rows{document="D",config="",result="a\"b\\"} )";
+    std::string const text = FormatMetrics(FailedMetrics(), sample + "1\n" + sample + "2\n");
+    EXPECT_THAT(text, HasSubstr(sample + "1\n"));
+    EXPECT_THAT(text, Not(HasSubstr(sample + "2\n")));
 }
 
 TEST(MetricsTest, OldAnswerIsNoSuccess) {

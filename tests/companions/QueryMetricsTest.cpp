@@ -1,4 +1,4 @@
-// --prometheus: the file has the metrics of the run, whatever its end.
+// --prometheus: the file has the metrics of the run, also if it fails.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
