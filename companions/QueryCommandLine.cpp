@@ -170,13 +170,27 @@ std::string ParseStatus(std::string const& text) {
     return text;
 }
 
+// --explain and --check-config send no request, so what describes one is a mistake beside them.
+void RefuseRequest(Arguments const& arguments, std::string const& option) {
+    for (char const* const other : {"-d", "--config", "--check-config"})
+        if (other != option && arguments.Has(other))
+            throw CommandLineError(std::string(other) + ": not accepted beside " + option);
+    if (!arguments.Operands().empty())
+        throw CommandLineError("'" + arguments.Operands().front() + "' is not accepted beside " +
+                               option);
+    if (arguments.Values(option).size() > 1)
+        throw CommandLineError(option + ": accepted once");
+}
+
 void ReadExplanation(Arguments const& arguments, QueryCommandLine& result) {
+    RefuseRequest(arguments, "--explain");
     ReadOptions(arguments, result);
     result.action = QueryCommandLine::explain;
     ReadLast(arguments, "--explain", ParseStatus, result.status);
 }
 
 void ReadCheck(Arguments const& arguments, QueryCommandLine& result) {
+    RefuseRequest(arguments, "--check-config");
     ReadOptions(arguments, result);
     result.action = QueryCommandLine::checkConfig;
     ReadLast(arguments, "--check-config", ParseConfigName, result.config);

@@ -49,8 +49,8 @@ struct QueryCommandLine {
 };
 
 // Reads the arguments of main. --help and --version make the values of all other options
-// irrelevant; --explain and --check-config make the operands irrelevant. Options replace the values
-// of the file of --config. Throws CommandLineError, also with the first mistake in that file.
+// irrelevant; --explain and --check-config accept no operands. Options replace the values of the
+// file of --config. Throws CommandLineError, also with the first mistake in that file.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // What --help shows.

@@ -11,11 +11,17 @@
 #include <unistd.h>
 
 #include "companions/QueryValues.h"
+#include "companions/Utf8.h"
+#include "companions/VisibleText.h"
 
 namespace {
 
 constexpr std::size_t maxFileSize = 64 * 1024;
 constexpr std::size_t maxNameLength = 100;
+constexpr std::size_t maxValueLength = 4096;
+// Of a text in a message.
+constexpr std::size_t maxShownLength = 100;
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr long long maxKeptResults = 10'000;
 
 // A mistake in one line. The text does not name the file and the line.
@@ -76,16 +82,28 @@ std::string Unquote(std::string const& text) {
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }
 
-void CheckCharacters(Setting const& setting, std::string const& value) {
-    char const* problem = nullptr;
+// The start of the text in quotes, with escapes: it may be a NUL character or a damaged file.
+std::string Quote(std::string const& text) {
+    std::string const end = text.size() > maxShownLength ? "...'" : "'";
+    return "'" + MakeVisible(text.substr(0, maxShownLength)) + end;
+}
+
+// Why systemd or this reader cannot use the value; nothing if both can.
+char const* ProblemOf(std::string const& value) {
     if (value.empty())
-        problem = "' is empty";
-    else if (value.find_first_of("\"'\\") != std::string::npos)
-        problem = "' has a quote or a backslash";
-    else if (std::ranges::any_of(value, IsControl))
-        problem = "' has a control character";
-    if (problem != nullptr)
-        throw ConfigError(std::string(setting.key) + ": '" + value + problem +
+        return " is empty";
+    if (value.size() > maxValueLength)
+        return " has more than 4096 bytes";
+    if (value.find_first_of("\"'\\") != std::string::npos)
+        return " has a quote or a backslash";
+    if (std::ranges::any_of(value, IsControl))
+        return " has a control character";
+    return IsUtf8(value) ? nullptr : " is not UTF-8";
+}
+
+void CheckCharacters(Setting const& setting, std::string const& value) {
+    if (char const* const problem = ProblemOf(value))
+        throw ConfigError(std::string(setting.key) + ": " + Quote(value) + problem +
                           "; accepted: " + setting.accepted);
 }
 
@@ -94,6 +112,10 @@ public:
     explicit Reader(std::string const& thePath) : path(thePath) {}
 
     QueryConfig Read(std::string_view content) {
+        if (content.starts_with(byteOrderMark)) {
+            AddMistake(line, "begins with a byte order mark; accepted: UTF-8 without one");
+            content.remove_prefix(byteOrderMark.size());
+        }
         for (; !content.empty(); ++line) {
             std::size_t const end = std::min(content.find('\n'), content.size());
             ReadLine(TrimSpaces(content.substr(0, end)));
@@ -106,23 +128,32 @@ public:
 
 private:
     void ReadLine(std::string const& text) {
-        if (text.empty() || text[0] == '#' || text[0] == ';')
+        if (text.empty())
             return;
         try {
-            ReadSetting(text);
+            if (text[0] == '#' || text[0] == ';')
+                CheckComment(text);
+            else
+                ReadSetting(text);
         } catch (ConfigError const& error) {
             AddMistake(line, error.what());
         }
     }
 
+    static void CheckComment(std::string const& text) {
+        if (text.ends_with('\\') || text.ends_with("\\\r"))
+            throw ConfigError("the comment ends with a backslash, after which systemd skips the "
+                              "next line; accepted: a comment that does not");
+    }
+
     void ReadSetting(std::string const& text) {
         std::size_t const equals = text.find('=');
         if (equals == std::string::npos)
-            throw ConfigError("'" + text + "' has no '='; accepted: KEY=VALUE, or # and a comment");
+            throw ConfigError(Quote(text) + " has no '='; accepted: KEY=VALUE, or # and a comment");
         std::string const key = TrimSpaces(text.substr(0, equals));
         auto const setting = std::ranges::find(settings, std::string_view(key), &Setting::key);
         if (setting == settings.end())
-            throw ConfigError("'" + key + "' is no key; accepted: " + ListKeys());
+            throw ConfigError(Quote(key) + " is no key; accepted: " + ListKeys());
         if (auto const [former, isNew] = lines.emplace(key, line); !isNew)
             throw ConfigError(key + ": accepted once; it is also in line " +
                               std::to_string(former->second));
@@ -177,12 +208,12 @@ std::optional<std::string> ReadContent(int descriptor) {
 QueryConfig ReadFile(std::string const& path, int descriptor) {
     struct stat facts {};
     if (fstat(descriptor, &facts) == 0 && !S_ISREG(facts.st_mode))
-        return {.mistakes = {path + ": is no regular file"}};
+        return {.mistakes = {path + ": not a regular file"}};
     std::optional<std::string> const content = ReadContent(descriptor);
     if (!content)
         return {.mistakes = {path + ": cannot be read: " + std::strerror(errno)}};
     if (content->size() > maxFileSize)
-        return {.mistakes = {path + ": is too large; accepted: at most 65536 bytes"}};
+        return {.mistakes = {path + ": too large; accepted: at most 65536 bytes"}};
     return Reader(path).Read(*content);
 }
 

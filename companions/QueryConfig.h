@@ -29,8 +29,9 @@ struct QueryConfig {
 
 // Reads a file of lines KEY=VALUE. A line that begins with '#' or ';', and an empty line, are
 // comments. Spaces around the key and the value are ignored, and so is a pair of quotes around the
-// value. systemd reads the same values from it (EnvironmentFile= of systemd.exec(5)): what it would
-// interpret, a quote or a backslash within a value, is a mistake.
+// value. systemd reads the same values from it (EnvironmentFile= of systemd.exec(5)). What it would
+// interpret or refuse is a mistake: a quote or a backslash within a value, a comment that ends with
+// a backslash, a byte order mark, a value that is not UTF-8. A value has at most 4096 bytes.
 //
 // The keys are URL, DOCUMENT, FLAGS, GOOD_RESULTS and KEEP_RESULTS; each one is optional, but URL
 // and DOCUMENT need each other.

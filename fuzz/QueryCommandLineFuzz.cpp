@@ -276,6 +276,14 @@ Outcome OptionsOf(PlainArguments const& arguments) {
     return line;
 }
 
+// An action that sends no request accepts nothing that describes one.
+void RefuseRequest(PlainArguments const& arguments, std::string const& action) {
+    bool const hasOther = action == "--explain" && arguments.Has("--check-config");
+    if (arguments.Has("-d") || arguments.Has("--config") || hasOther ||
+        !arguments.operands.empty() || arguments.Values(action).size() > 1)
+        throw Refused();
+}
+
 Outcome CheckOf(Texts const& names) {
     for (std::string const& name : names)
         if (name.empty() || name.size() > 100 || name.starts_with('.') ||
@@ -299,12 +307,16 @@ Outcome QueryPlainly(Texts const& texts) {
     if (arguments.Has("--version"))
         return {"version"};
     Outcome const options = OptionsOf(arguments);
-    if (arguments.Has("--explain"))
+    if (arguments.Has("--explain")) {
+        RefuseRequest(arguments, "--explain");
         return {"explain",
                 WordOf(arguments.Values("--explain"), {"0", "1", "2", "3", "4", "5", "6", "7", "8",
                                                        "9", "10", "11", "129", "130", "143"})};
-    if (arguments.Has("--check-config"))
+    }
+    if (arguments.Has("--check-config")) {
+        RefuseRequest(arguments, "--check-config");
         return CheckOf(arguments.Values("--check-config"));
+    }
     if (arguments.Has("--config") || arguments.operands.size() != (arguments.Has("-d") ? 0 : 2))
         throw Refused();
     return options;

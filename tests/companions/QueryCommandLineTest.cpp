@@ -253,7 +253,7 @@ TEST(QueryCommandLineTest, ExplainsStatus) {
     QueryCommandLine const line = Parse({"--explain", "9"});
     EXPECT_EQ(QueryCommandLine::explain, line.action);
     EXPECT_EQ("9", line.status);
-    EXPECT_EQ("9", Parse({"--explain=9", "--json", "--timeout=5m", "url"}).status);
+    EXPECT_EQ("9", Parse({"--explain=9", "--json", "--timeout=5m"}).status);
 }
 
 TEST(QueryCommandLineTest, RefusesOtherConfigurations) {
@@ -269,6 +269,19 @@ TEST(QueryCommandLineTest, ChecksConfigurationByName) {
     QueryCommandLine const line = Parse({"--check-config", "night"});
     EXPECT_EQ(QueryCommandLine::checkConfig, line.action);
     EXPECT_EQ("night", line.config);
+}
+
+TEST(QueryCommandLineTest, ExplanationAndCheckAcceptNoRequest) {
+    EXPECT_EQ("'foo' is not accepted beside --explain", Refusal({"--explain", "3", "foo", "bar"}));
+    EXPECT_EQ("'url' is not accepted beside --check-config",
+              Refusal({"--check-config", "n", "url", "doc"}));
+    EXPECT_EQ("--config: not accepted beside --check-config",
+              Refusal({"--check-config", "n", "--config", "other"}));
+    EXPECT_EQ("-d: not accepted beside --explain", Refusal({"--explain", "3", "-d"}));
+    EXPECT_EQ("--check-config: not accepted beside --explain",
+              Refusal({"--explain", "3", "--check-config", "n"}));
+    EXPECT_EQ("--check-config: accepted once",
+              Refusal({"--check-config", "a", "--check-config", "b"}));
 }
 
 TEST(QueryCommandLineTest, RefusesOtherStatuses) {

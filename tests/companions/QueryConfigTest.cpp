@@ -89,11 +89,36 @@ TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {
     for (std::string const value : {"a\"b", "it's", "\"a", "a\\b", "a\\"})
         EXPECT_EQ("1: URL: '" + value + "' has a quote or a backslash" + accepted,
                   Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
-    EXPECT_EQ("1: URL: 'a\r' has a control character" + accepted,
+    EXPECT_EQ("1: URL: 'a\\r' has a control character" + accepted,
               Mistakes("URL=a\r\nDOCUMENT=x\n").at(0));
     for (std::string const value : {"", "  ", "\"\"", "''"})
         EXPECT_EQ("1: URL: '' is empty" + accepted,
                   Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
+}
+
+TEST_F(QueryConfigTest, RefusesTextThatSystemdReadsInAnotherWay) {
+    std::string const accepted = "; accepted: the site gather URL";
+    EXPECT_EQ("1: URL: 'a\\x00b' has a control character" + accepted,
+              Mistakes(std::string("URL=a\0b\nDOCUMENT=x\n", 17)).at(0));
+    EXPECT_EQ("1: URL: 'a\\xff' is not UTF-8" + accepted,
+              Mistakes("URL=a\xff\nDOCUMENT=x\n").at(0));
+    EXPECT_EQ(Texts{"1: begins with a byte order mark; accepted: UTF-8 without one"},
+              Mistakes("\xEF\xBB\xBFURL=a\nDOCUMENT=x\n"));
+    for (std::string const comment : {"# a \\", "; a\\\\", "#\\\r"})
+        EXPECT_EQ(Texts{"1: the comment ends with a backslash, after which systemd skips the next "
+                        "line; accepted: a comment that does not"},
+                  Mistakes(comment + "\nFLAGS=all\n"))
+            << comment;
+}
+
+TEST_F(QueryConfigTest, MessagesAreShort) {
+    std::string const longText(60'000, 'x');
+    for (std::string const& content :
+         {longText, longText + "=1", "URL=" + longText, "GOOD_RESULTS=," + longText}) {
+        Texts const mistakes = Mistakes(content);
+        EXPECT_LT(mistakes.at(0).size(), 300u);
+        EXPECT_NE(std::string::npos, mistakes.at(0).find("accepted: "));
+    }
 }
 
 TEST_F(QueryConfigTest, KeptResultsAreANumberInItsLimits) {
@@ -106,13 +131,13 @@ TEST_F(QueryConfigTest, KeptResultsAreANumberInItsLimits) {
 TEST_F(QueryConfigTest, RefusesOtherFiles) {
     EXPECT_EQ(Texts{path + ": cannot be read: No such file or directory"},
               ReadQueryConfig(path).mistakes);
-    EXPECT_EQ(Texts{directory.path() + ": is no regular file"},
+    EXPECT_EQ(Texts{directory.path() + ": not a regular file"},
               ReadQueryConfig(directory.path()).mistakes);
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
-    EXPECT_EQ(Texts{path + ": is no regular file"}, ReadQueryConfig(path).mistakes);
+    EXPECT_EQ(Texts{path + ": not a regular file"}, ReadQueryConfig(path).mistakes);
     std::filesystem::remove(path);
     EXPECT_EQ(Texts(), Mistakes("#" + std::string(65'535, 'x')));
-    EXPECT_EQ(Texts{" is too large; accepted: at most 65536 bytes"},
+    EXPECT_EQ(Texts{" too large; accepted: at most 65536 bytes"},
               Mistakes("#" + std::string(65'536, 'x')));
 }
 
