@@ -88,11 +88,26 @@ auto OrderOf(ReportEntry const& entry) {
     return std::tuple(RankOf(entry), std::cref(entry.host).get(), known.url, known.document);
 }
 
-bool Lists(std::vector<std::string> const& list, std::string const& text) {
-    return std::ranges::binary_search(list, text);
+bool Lists(std::vector<std::string> const& hosts, std::string const& host) {
+    return std::ranges::binary_search(hosts, FoldHostName(host), {}, FoldHostName);
+}
+
+void SortHosts(std::vector<std::string>& hosts) {
+    std::ranges::stable_sort(hosts, {}, FoldHostName);
+    auto const areEqual = [](std::string const& one, std::string const& two) {
+        return FoldHostName(one) == FoldHostName(two);
+    };
+    hosts.erase(std::unique(hosts.begin(), hosts.end(), areEqual), hosts.end());
 }
 
 } // namespace
+
+std::string FoldHostName(std::string name) {
+    std::ranges::transform(name, name.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return name;
+}
 
 char const* NameOf(Condition condition) {
     return conditionFacts[static_cast<std::size_t>(condition)].name;
@@ -133,7 +148,7 @@ bool Report::IsAccepted(std::string const& result) const {
 ReportBuilder::ReportBuilder(ReportOptions const& options) {
     report.options = options;
     if (report.options.expectedHosts)
-        std::ranges::sort(*report.options.expectedHosts);
+        SortHosts(*report.options.expectedHosts);
 }
 
 void ReportBuilder::Read(std::string const& file) {
@@ -167,9 +182,9 @@ void ReportBuilder::Add(ReportEntry&& entry) {
         Interval interval{MomentOf(known.start), MomentOf(known.end), {}, digest};
         if (known.agentModified)
             interval.agentModified = MomentOf(*known.agentModified);
-        intervalsOfHosts[known.host].push_back(interval);
+        intervalsOfHosts[FoldHostName(known.host)].push_back(interval);
     }
-    Key const key(known.host, known.url, known.document);
+    Key const key(FoldHostName(known.host), known.url, known.document);
     digests[key].insert(digest);
     auto const [found, isFirst] = newest.try_emplace(key);
     if (isFirst || IsNewer(entry, found->second))
@@ -209,9 +224,9 @@ void ReportBuilder::AddMissingHosts() {
         return;
     std::set<std::string, std::less<>> present;
     for (ReportEntry const& entry : report.entries)
-        present.insert(entry.host);
+        present.insert(FoldHostName(entry.host));
     for (std::string const& host : *report.options.expectedHosts)
-        if (present.insert(host).second)
+        if (!present.contains(FoldHostName(host)))
             report.entries.push_back({.host = host});
 }
 
@@ -227,7 +242,7 @@ void ReportBuilder::Judge(ReportEntry& entry) {
     StoredProvenance const& known = *entry.result.provenance;
     bool const isFinished = entry.result.finished;
     entry.age = static_cast<std::int64_t>(options.now.tv_sec) - known.end.time.tv_sec;
-    add(HasTwoMachines(intervalsOfHosts[entry.host]), Condition::twoMachines);
+    add(HasTwoMachines(intervalsOfHosts[FoldHostName(entry.host)]), Condition::twoMachines);
     bool const isStaleFailure = !isFinished && entry.result.failure == "stale";
     add(!isFinished && !isStaleFailure, Condition::failed);
     add(isStaleFailure || (isFinished && known.stale), Condition::stale);

@@ -43,11 +43,15 @@ constexpr std::size_t maxResultNames = 16;
 constexpr std::size_t maxCountedResults = 1'000;
 constexpr std::size_t maxHostNameLength = 255;
 
+// Returns the name in lower case. Host names are compared case-insensitively, as DNS does: in ASCII
+// only (RFC 4343).
+std::string FoldHostName(std::string name);
+
 struct ReportOptions {
     std::vector<std::string> acceptedResults = {};
     bool allowEmpty = false;
     std::optional<std::chrono::seconds> maxAge = {};
-    // Nothing if no machines are named as expected.
+    // Nothing if no machines are named as expected. A repeated name counts once.
     std::optional<std::vector<std::string>> expectedHosts = {};
     // The reader's clock.
     timespec now = {};
@@ -123,7 +127,7 @@ public:
     Report Finish();
 
 private:
-    // Host, URL and document.
+    // Folded host, URL and document.
     using Key = std::tuple<std::string, std::optional<std::string>, std::optional<std::string>>;
 
     // Seconds and nanoseconds.
@@ -152,7 +156,7 @@ private:
     std::map<Key, ReportEntry> newest;
     // Of the content of each result.
     std::map<Key, std::set<std::size_t>> digests;
-    std::map<std::string, std::vector<Interval>> intervalsOfHosts;
+    std::map<std::string, std::vector<Interval>> intervalsOfHosts; // by folded name
 };
 
 // Reads the rows of an entry again. Throws StoredResultError, also if the file changed since. That

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -91,6 +92,23 @@ bool IsHostName(std::string const& name) {
            });
 }
 
+CommandLineError HostsError(std::string const& file, std::string const& problem) {
+    return CommandLineError("--hosts: " + file + problem);
+}
+
+// Without the byte order mark.
+std::string ReadHostsText(std::string const& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+        throw HostsError(file, std::string(" could not be opened: ") + std::strerror(errno));
+    std::string text(maxHostsBytes + 1, '\0');
+    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(stream.gcount()));
+    if (text.size() > maxHostsBytes)
+        throw HostsError(file, ": expected at most " + std::to_string(maxHostsBytes) + " bytes");
+    return text.substr(text.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+}
+
 } // namespace
 
 ReportFiles ListReportFiles(std::vector<std::string> const& operands,
@@ -110,10 +128,7 @@ ReportFiles ListReportFiles(std::vector<std::string> const& operands,
 }
 
 std::vector<std::string> ReadHosts(std::string const& file) {
-    std::ifstream lines(file);
-    if (!lines)
-        throw CommandLineError("--hosts: " + file +
-                               " could not be opened: " + std::strerror(errno));
+    std::istringstream lines(ReadHostsText(file));
     std::vector<std::string> hosts;
     std::string line;
     for (std::size_t number = 1; std::getline(lines, line); ++number) {
@@ -123,11 +138,11 @@ std::vector<std::string> ReadHosts(std::string const& file) {
         if (name.empty() || name.starts_with('#'))
             continue;
         if (!IsHostName(name))
-            throw CommandLineError("--hosts: " + file + ":" + std::to_string(number) +
-                                   ": expected one host name of at most 255 bytes");
+            throw HostsError(file, ":" + std::to_string(number) +
+                                       ": expected one host name of at most 255 bytes");
         hosts.push_back(name);
     }
-    if (lines.bad() || hosts.empty())
-        throw CommandLineError("--hosts: " + file + ": expected a host name on each line");
+    if (hosts.empty())
+        throw HostsError(file, ": expected a host name on each line");
     return hosts;
 }

@@ -21,7 +21,10 @@ struct ReportFiles {
 ReportFiles ListReportFiles(std::vector<std::string> const& operands,
                             std::vector<std::string> const& outputs = {});
 
-// Returns the names in a file, one on each line. Spaces around a name, empty lines and lines that
-// begin with '#' are skipped. Throws CommandLineError if the file cannot be read, for a name with
-// spaces or control characters or of more than 255 bytes, and if there is no name.
+constexpr std::size_t maxHostsBytes = std::size_t{16} << 20;
+
+// Returns the names in a file, one on each line. A byte order mark, spaces around a name, empty
+// lines and lines that begin with '#' are skipped. Throws CommandLineError if the file cannot be
+// read or is larger than the limit, for a name with spaces or control characters or of more than
+// 255 bytes, and if there is no name.
 std::vector<std::string> ReadHosts(std::string const& file);

@@ -199,6 +199,17 @@ ReportExit Judge(Report const& report) {
     return report.totals.failingRows > 0 ? ReportExit::otherResult : ReportExit::good;
 }
 
+// The report has each expected host once.
+void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
+    if (!options.expectedHosts)
+        return;
+    std::size_t const repeated =
+        options.expectedHosts->size() - report.options.expectedHosts->size();
+    if (repeated > 0)
+        WriteMessage(program,
+                     "--hosts: repeated names, which count once: " + std::to_string(repeated));
+}
+
 int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
     // Before there are temporary files.
@@ -208,6 +219,8 @@ int WriteReports(ReportCommandLine const& commandLine) {
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));
     Steps steps(commandLine.quiet);
     Report report = ReadResults(options, files, steps);
+    if (!commandLine.quiet)
+        NoteRepeatedHosts(options, report);
     for (auto const& target : targets)
         target->Start(report);
     WriteEntries(report, targets, steps);

@@ -59,6 +59,11 @@ TEST_F(ReportInputTest, ReadsHostNames) {
                                   "# All.\n\n  web1\t\n#web2\r\ndb.example.com\r\n")));
 }
 
+TEST_F(ReportInputTest, SkipsByteOrderMarkOfHosts) {
+    EXPECT_EQ((std::vector<std::string>{"web1"}),
+              ReadHosts(WriteFile(directory / "hosts", "\xEF\xBB\xBFweb1\n")));
+}
+
 TEST_F(ReportInputTest, RefusesOtherHostFiles) {
     EXPECT_EQ("2: expected one host name of at most 255 bytes", HostsRefusal("a\nb c\n"));
     EXPECT_EQ("1: expected one host name of at most 255 bytes", HostsRefusal("a\x1b[2J\n"));
@@ -66,6 +71,10 @@ TEST_F(ReportInputTest, RefusesOtherHostFiles) {
               HostsRefusal(std::string(256, 'a')));
     EXPECT_EQ("accepted", HostsRefusal(std::string(255, 'a')));
     EXPECT_EQ(" expected a host name on each line", HostsRefusal("# none\n"));
+    EXPECT_EQ("1: expected one host name of at most 255 bytes", HostsRefusal("web3 # comment\n"));
+    EXPECT_EQ(" expected at most 16777216 bytes",
+              HostsRefusal(std::string(maxHostsBytes + 1, '\n')));
+    EXPECT_THROW(ReadHosts("/dev/zero"), CommandLineError);
     EXPECT_THROW(ReadHosts(directory / "none"), CommandLineError);
     EXPECT_THROW(ReadHosts(directory.path()), CommandLineError);
 }

@@ -226,6 +226,15 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     EXPECT_EQ(2, entries());
 }
 
+TEST_F(ReportProgramTest, RepeatedHostsAreANoteAndCountOnce) {
+    Store("good", {ResultRow("d", "Pass")});
+    std::string const hosts = WriteFile(directory / "hosts", "good\nGOOD\ngood\n");
+    ProgramResult const result = Report({"--hosts", hosts, "--json=-"});
+    EXPECT_EQ("compliance-report: --hosts: repeated names, which count once: 2\n", result.errors);
+    EXPECT_EQ(1, ReportJson::parse(result.output).at("options").at("expectedHosts"));
+    EXPECT_EQ("", Report({"--hosts", hosts, "--json=-", "--quiet"}).errors);
+}
+
 TEST_F(ReportProgramTest, ProgressNeverGoesBack) {
     for (int number = 0; number < 10; ++number)
         Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});

@@ -117,6 +117,14 @@ TEST_F(ReportTest, ExpectedHostWithoutAResultComesFirst) {
     EXPECT_EQ((StateTexts{"silent: missing", "web1:", "web2:"}), States());
 }
 
+TEST_F(ReportTest, CaseOfHostNamesDoesNotMatter) {
+    options.expectedHosts = {"WEB1", "web1", "Db"};
+    Store("old", ProvenanceOf("web1", resultTime - 100), {ResultRow("d", "Fail")});
+    Store("new", ProvenanceOf("Web1"));
+    EXPECT_EQ((StateTexts{"Db: missing", "Web1:"}), States());
+    EXPECT_EQ(2u, Make().options.expectedHosts->size());
+}
+
 TEST_F(ReportTest, HostThatIsNotExpectedIsReported) {
     options.expectedHosts = {"web1"};
     Store("a", ProvenanceOf("web1"));
