@@ -1,16 +1,20 @@
 #include "companions/ResultFile.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <filesystem>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
+
+constexpr char temporarySuffix[] = ".XXXXXX";
 
 [[noreturn]] void Fail(std::string const& path, char const* action) {
     throw ResultFileError("'" + path + "' could not be " + action + ": " + std::strerror(errno));
@@ -19,6 +23,49 @@ namespace {
 std::string DirectoryOf(std::string const& path) {
     std::size_t const slash = path.rfind('/');
     return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+std::string NameOf(std::string const& path) { return path.substr(path.rfind('/') + 1); }
+
+// Where all users may create entries, another user's link could make this program replace any file.
+// The kernel has the same rule (fs.protected_symlinks of proc(5)), but the setting may be off, and
+// it does not apply to readlink(2).
+bool IsForeignLink(std::string const& path, struct stat const& link) {
+    struct stat directory {};
+    bool const isShared = stat(DirectoryOf(path).c_str(), &directory) == 0 &&
+                          (directory.st_mode & S_ISVTX) != 0 && (directory.st_mode & S_IWOTH) != 0;
+    return isShared && link.st_uid != geteuid() && link.st_uid != directory.st_uid;
+}
+
+// The path behind a chain of symbolic links, and why it is not followed.
+struct Target {
+    std::string path;
+    std::string reason = {};
+};
+
+Target FollowLinks(std::string path) {
+    constexpr int maxLinks = 40;
+    for (int count = 0; count < maxLinks; ++count) {
+        struct stat facts {};
+        if (lstat(path.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode))
+            return {path};
+        if (IsForeignLink(path, facts))
+            return {path, "is a symbolic link of another user in a directory that is writable by "
+                          "all"};
+        std::error_code ignored;
+        path = std::filesystem::path(path).parent_path() /
+               std::filesystem::read_symlink(path, ignored);
+    }
+    return {path, "has too many symbolic links"};
+}
+
+// Why the temporary file of this path cannot exist.
+std::string ReasonAgainstTarget(std::string const& path) {
+    constexpr std::size_t maxNameLength = NAME_MAX - (sizeof temporarySuffix - 1);
+    Target const target = FollowLinks(path);
+    if (!target.reason.empty())
+        return target.reason;
+    return NameOf(target.path).size() > maxNameLength ? "is too long" : "";
 }
 
 // REQUIRES: stat(2) failed for the path, and errno has its error.
@@ -30,22 +77,18 @@ std::string ReasonAgainstNewFile(std::string const& path) {
         return "is a symbolic link without a target";
     bool const isMissing = errno == ENOENT || errno == ENOTDIR;
     bool const hasDirectory = stat(DirectoryOf(path).c_str(), &facts) == 0 && !path.ends_with('/');
-    return isMissing && !hasDirectory ? "is in no directory that exists" : "";
+    return isMissing && !hasDirectory ? "is in no directory that exists"
+                                      : ReasonAgainstTarget(path);
 }
 
-// The target of a symbolic link, or the path itself.
+// The target of symbolic links, or the path itself.
 std::string ResolveTarget(std::string const& path) {
     std::string const reason = ReasonAgainstResultFile(path);
-    if (!reason.empty())
-        throw ResultFileError("'" + path + "' " + reason);
-    struct stat facts {};
-    if (lstat(path.c_str(), &facts) != 0 || !S_ISLNK(facts.st_mode))
-        return path;
-    std::unique_ptr<char, decltype(&std::free)> const target(realpath(path.c_str(), nullptr),
-                                                             std::free);
-    if (target == nullptr)
-        Fail(path, "resolved");
-    return target.get();
+    // Not the links that were checked above: they may be others by now.
+    Target const target = FollowLinks(path);
+    if (!reason.empty() || !target.reason.empty())
+        throw ResultFileError("'" + path + "' " + (reason.empty() ? target.reason : reason));
+    return target.path;
 }
 
 mode_t ModeOfNewFile() {
@@ -73,11 +116,11 @@ std::string ReasonAgainstResultFile(std::string const& path) {
         return ReasonAgainstNewFile(path);
     if (S_ISDIR(facts.st_mode))
         return "is a directory";
-    return S_ISREG(facts.st_mode) ? "" : "is no regular file";
+    return S_ISREG(facts.st_mode) ? ReasonAgainstTarget(path) : "is no regular file";
 }
 
 ResultFile::ResultFile(std::string const& path, std::optional<mode_t> mode)
-    : target(ResolveTarget(path)), temporary(target + ".XXXXXX") {
+    : target(ResolveTarget(path)), temporary(target + temporarySuffix) {
     descriptor = mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0)
         Fail(target, "replaced");

@@ -17,8 +17,9 @@ public:
 std::string ReasonAgainstResultFile(std::string const& path);
 
 // A temporary file in the directory of a file that it will replace. Where the path is a symbolic
-// link, the target is replaced. The mode is 0666 less the umask unless the caller chooses another
-// one.
+// link, the target is replaced. A link of another user in a sticky directory that is writable by
+// all is refused, unless the owner of the directory owns it. The mode is 0666 less the
+// umask unless the caller chooses another one.
 //
 // A process that is killed leaves either file whole, and possibly the temporary file, whose name is
 // that of the file with a dot and six characters added.

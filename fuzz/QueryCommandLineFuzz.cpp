@@ -230,6 +230,9 @@ Outcome TableOf(PlainArguments const& arguments) {
 
 // Whether there is a regular file, or room for one in a directory.
 bool CanBeFile(std::filesystem::path const& path) {
+    // The name of the temporary file has 7 bytes more.
+    if (path.filename().native().size() > 248)
+        return false;
     std::error_code error;
     std::filesystem::file_status const status = std::filesystem::status(path, error);
     if (std::filesystem::exists(status) || path.empty())

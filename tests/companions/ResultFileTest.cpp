@@ -90,6 +90,52 @@ TEST_F(ResultFileTest, ReplacesTargetOfLink) {
     EXPECT_EQ("new", ContentOf(target));
 }
 
+// A directory that all users may write to, with a link of this owner to a file outside.
+struct SharedDirectory {
+    SharedDirectory(std::string const& path, uid_t directoryOwner, uid_t linkOwner)
+        : victim(path + ".victim"), link(path + "/link") {
+        fs::create_directory(path);
+        Replace(victim, "old");
+        fs::create_symlink(victim, link);
+        isReady = chown(path.c_str(), directoryOwner, 0) == 0 &&
+                  lchown(link.c_str(), linkOwner, 0) == 0 && chmod(path.c_str(), 01777) == 0;
+    }
+
+    std::string const victim;
+    std::string const link;
+    bool isReady = false;
+};
+
+constexpr uid_t firstUser = 65533;
+constexpr uid_t secondUser = 65534;
+
+TEST_F(ResultFileTest, RefusesLinkOfAnotherUserInASharedDirectory) {
+    SharedDirectory const shared(path, geteuid(), secondUser);
+    if (!shared.isReady)
+        GTEST_SKIP() << "cannot create an entry of another user";
+    std::string const reason =
+        "is a symbolic link of another user in a directory that is writable by all";
+    EXPECT_EQ(reason, ReasonAgainstResultFile(shared.link));
+    fs::create_symlink(shared.link, path + ".chain");
+    EXPECT_EQ(reason, ReasonAgainstResultFile(path + ".chain"));
+    EXPECT_THROW(ResultFile(path + ".chain"), ResultFileError);
+    EXPECT_EQ("old", ContentOf(shared.victim));
+    // Without the sticky bit anybody can replace entries anyway.
+    ASSERT_EQ(0, chmod(path.c_str(), 0777));
+    EXPECT_EQ("", ReasonAgainstResultFile(shared.link));
+}
+
+TEST_F(ResultFileTest, FollowsLinkOfTheOwnerOfASharedDirectory) {
+    SharedDirectory const shared(path, firstUser, firstUser);
+    if (!shared.isReady)
+        GTEST_SKIP() << "cannot create an entry of another user";
+    Replace(shared.link, "new");
+    EXPECT_EQ("new", ContentOf(shared.victim));
+    ASSERT_EQ(0, lchown(shared.link.c_str(), geteuid(), 0));
+    Replace(shared.link, "newer");
+    EXPECT_EQ("newer", ContentOf(shared.victim));
+}
+
 std::string Quoted(std::string const& text) { return "'" + text + "'"; }
 
 void ExpectRefused(std::string const& path, std::string const& reason) {
@@ -121,6 +167,9 @@ TEST_F(ResultFileTest, RefusesPathsThatNameNoFile) {
     ExpectRefused(path + "/", reason);
     ExpectRefused("", "is empty");
     ExpectRefused(std::string(300, 'x'), "is too long");
+    // The temporary file has 7 bytes more.
+    ExpectRefused(directory.path() + "/" + std::string(249, 'x'), "is too long");
+    Replace(directory.path() + "/" + std::string(248, 'x'), "text");
 }
 
 TEST_F(ResultFileTest, AcceptsFilesAndNewNames) {
