@@ -1,6 +1,8 @@
 #include "companions/ReportFormats.h"
 
+#include <algorithm>
 #include <array>
+#include <string_view>
 
 #include "companions/Output.h"
 #include "companions/VisibleText.h"
@@ -21,10 +23,19 @@ std::string Join(std::vector<Condition> const& conditions) {
     return names;
 }
 
-// A spreadsheet calculates a field that begins with one of these characters; after an apostrophe it
-// does not. An apostrophe at the start of a text gets another one, so a reader can remove it.
-bool NeedsApostrophe(std::string const& text) {
-    return !text.empty() && std::string_view("=+-@\t\r'").find(text[0]) != std::string_view::npos;
+// The characters with which a formula begins. The last four are full-width forms.
+constexpr std::array<std::string_view, 8> formulaStarts = {
+    "=", "+", "-", "@", "\xEF\xBC\x9D", "\xEF\xBC\x8B", "\xEF\xBC\x8D", "\xEF\xBC\xA0"};
+
+// A spreadsheet calculates a formula, possibly behind whitespace; after an apostrophe it does not.
+// An apostrophe at the start of a text gets another one, so a reader can remove it.
+bool NeedsApostrophe(std::string_view text) {
+    if (text.empty() || std::string_view("\t\r\n'").find(text[0]) != std::string_view::npos)
+        return !text.empty();
+    std::string_view const rest =
+        text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    return std::ranges::any_of(formulaStarts,
+                               [rest](std::string_view start) { return rest.starts_with(start); });
 }
 
 class CsvWriter : public ReportWriter {

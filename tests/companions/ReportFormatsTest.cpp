@@ -114,6 +114,16 @@ TEST(ReportFormatsTest, CsvHasQuotesAndApostrophes) {
     EXPECT_TRUE(Has(text, "\r\n\"row\",\"web1\",\"u\",\"Doc.xml\","));
     EXPECT_TRUE(text.ends_with("\"web1.json\",\"'=1+1\",\"say \"\"x\"\"\",\"'+t\",\"'-5\",\"'@d\","
                                "\"''quoted\"\r\n"));
+    for (std::string const start :
+         {"=", "+", "-", "@", "\t", "\r", "\n", "'", " =", "  +", " \n-", "\xEF\xBC\x9D",
+          "\xEF\xBC\x8B", "\xEF\xBC\x8D", "\xEF\xBC\xA0", " \xEF\xBC\x9D"})
+        EXPECT_TRUE(
+            Has(Format(ReportFormat::csv, {FailingRow(start + "1")}), "\"'" + start + "1\"\r\n"))
+            << start;
+    for (std::string const harmless : {" 1", "1=1", "  ", "", "\xEF\xBC\x90"})
+        EXPECT_TRUE(
+            Format(ReportFormat::csv, {FailingRow(harmless)}).ends_with("\"" + harmless + "\"\r\n"))
+            << harmless;
     EXPECT_TRUE(Has(Format(ReportFormat::csv, {FailingRow(std::string("a\0\xFF\nb", 5))}),
                     "\"a\\x00\\xff\nb\""));
 }
