@@ -130,9 +130,10 @@ std::vector<std::string> DescribeSides(Difference const& difference, DiffSide co
     std::vector<std::string> notes;
     NoteProvenance(oldSide, newSide, notes);
     for (EqualDesignators const& equal : difference.equalDesignators)
-        notes.push_back("designator '" + equal.designator + "': " + std::to_string(equal.oldCount) +
-                        " rows in OLD and " + std::to_string(equal.newCount) +
-                        " in NEW, matched in their order");
+        notes.push_back(
+            "designator '" + equal.designator + "': " + FormatRowCount(equal.oldCount) +
+            " in OLD and " + FormatRowCount(equal.newCount) + " in NEW" +
+            (equal.oldCount > 0 && equal.newCount > 0 ? ", which match in their order" : ""));
     if (difference.missing > 0)
         notes.push_back("rows of OLD with a result of --regressions that are missing in NEW: " +
                         std::to_string(difference.missing));

@@ -71,7 +71,7 @@ set(same_version "= ${PROJECT_VERSION}-${CPACK_RPM_PACKAGE_RELEASE}")
 # CPack has no variable for "Recommends", so the tag follows on a line of its own.
 rpm_package(tool clientcompliance "Compliance evaluations from the command line"
   "clientcompliance-license ${same_version}\nRecommends: clientcompliance-companions")
-rpm_package(companions clientcompliance-companions "Compliance evaluations for scripts and for eyes"
+rpm_package(companions clientcompliance-companions "Compliance evaluations for scripts and people"
   "clientcompliance-license ${same_version}")
 rpm_package(library libclientcompliance1 "Compliance evaluations, the shared library"
   "clientcompliance-license ${same_version}")

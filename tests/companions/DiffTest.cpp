@@ -84,8 +84,17 @@ TEST(DiffTest, EqualDesignatorsMatchInTheirOrder) {
     EXPECT_EQ(std::string(diffHead) + "- d (3)\n~ d\n    result: '2' -> '5'\n", sides.Text());
     EXPECT_EQ(
         std::vector<std::string>{
-            "designator 'd': 3 rows in OLD and 2 in NEW, matched in their order"},
+            "designator 'd': 3 rows in OLD and 2 rows in NEW, which match in their order"},
         sides.Notes());
+}
+
+TEST(DiffTest, EqualDesignatorsOfOneSideHaveNoMatch) {
+    Sides const sides({ResultRow("d", "1"), ResultRow("d", "2"), ResultRow("e", "1")},
+                      {ResultRow("e", "1"), ResultRow("e", "1")});
+    EXPECT_EQ((std::vector<std::string>{
+                  "designator 'd': 2 rows in OLD and 0 rows in NEW",
+                  "designator 'e': 1 row in OLD and 2 rows in NEW, which match in their order"}),
+              sides.Notes());
 }
 
 TEST(DiffTest, TextsAreVisible) {
@@ -117,7 +126,7 @@ TEST(DiffTest, RegressionsAreRowsWhoseResultLeftTheList) {
         DescribeSides(difference, sides.oldSide, sides.newSide));
 }
 
-TEST(DiffTest, NotesTellWhatTheResultsDoNotShare) {
+TEST(DiffTest, NotesDescribeWhatTheResultsDoNotShare) {
     Sides sides({}, {});
     EXPECT_EQ(0u, sides.Notes().size());
     sides.newSide.result.provenance->host = "web2";

@@ -51,7 +51,7 @@ protected:
     TemporaryDirectory const directory;
 };
 
-TEST_F(ReportProgramTest, ExitStatusTellsTheWorst) {
+TEST_F(ReportProgramTest, ExitStatusIsThatOfTheWorstFinding) {
     Store("good", {ResultRow("d", "Pass")});
     EXPECT_EQ(ExitStatus::Exited(0), StatusOf({}));
     Store("bad", {ResultRow("d", "Fail")});
@@ -141,7 +141,7 @@ TEST_F(ReportProgramTest, OwnOutputsInTheDirectoryAreNotRead) {
     for (int night = 0; night < 2; ++night) {
         ProgramResult const result = Report({"--html", page, "--csv", directory / "results/rows"});
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
-        EXPECT_NE(std::string::npos, ReadFile(page).find("1 files read"));
+        EXPECT_NE(std::string::npos, ReadFile(page).find("Files read: 1."));
     }
 }
 
