@@ -76,6 +76,20 @@ TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
     });
 }
 
+TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
+    PrivateMachine::RunWithDirectories([] {
+        ConfigurationDirectory const directory;
+        directory.Write("bad.conf", "FLAGS=fast\n");
+        for (std::string const name : {"bad", "missing"}) {
+            std::ofstream("/opt/night.prom") << "old";
+            EXPECT_EQ(ExitStatus::Exited(2),
+                      RunQuery({"--config", name, "--prometheus", "/opt/night.prom"}).status);
+            std::ifstream file("/opt/night.prom");
+            EXPECT_EQ("old", std::string(std::istreambuf_iterator<char>(file), {}));
+        }
+    });
+}
+
 TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
     PrivateMachine::RunWithDirectories([] {
         ConfigurationDirectory const directory;
