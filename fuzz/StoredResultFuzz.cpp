@@ -1,0 +1,109 @@
+// Results in files, as compliance-diff and compliance-report read them, beside the whole document
+// of the JSON library. The first byte places the text at a border of the chunks that are read.
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "companions/StoredResult.h"
+#include "fuzz/Fuzz.h"
+
+namespace {
+
+using Json = nlohmann::json;
+using Rows = std::vector<StoredRow>;
+
+constexpr std::size_t chunkSize = std::size_t{64} << 10;
+
+// A file in memory.
+class TextFile {
+public:
+    explicit TextFile(std::string_view text) : descriptor(memfd_create("result", MFD_CLOEXEC)) {
+        Fuzz::Require(write(descriptor, text.data(), text.size()) ==
+                          static_cast<ssize_t>(text.size()),
+                      "A file in memory can be written.");
+    }
+    ~TextFile() { close(descriptor); }
+    TextFile(TextFile const&) = delete;
+    TextFile& operator=(TextFile const&) = delete;
+
+    std::string Path() const { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+private:
+    int const descriptor;
+};
+
+struct Reading {
+    StoredResult result = {};
+    Rows rows = {};
+
+    bool operator==(Reading const& other) const {
+        return result.finished == other.result.finished &&
+               result.exitStatus == other.result.exitStatus &&
+               result.failure == other.result.failure && result.message == other.result.message &&
+               result.rowCount == other.result.rowCount &&
+               result.provenance == other.result.provenance && rows == other.rows;
+    }
+};
+
+// Nothing if the text is refused.
+std::optional<Reading> Read(std::string_view text) {
+    TextFile const file(text);
+    Reading reading;
+    try {
+        reading.result =
+            ReadStoredResult(file.Path(), StoredKind::regularFile, [&reading](StoredRow&& row) {
+                reading.rows.push_back(std::move(row));
+            });
+    } catch (StoredResultError const&) {
+        return {};
+    }
+    return reading;
+}
+
+// What JSON says of the field: its text, unless the exact bytes are beside it.
+void RequireField(Json const& row, std::string const& name, std::string const& field) {
+    Fuzz::Require(row.contains(name) && row[name].is_string(), "Each field is a text.");
+    if (!row.contains(name + "Base64"))
+        Fuzz::Require(row[name] == field, "A field is its text in JSON.");
+}
+
+void RequireRows(Json const& array, Rows const& rows) {
+    Fuzz::Require(array.is_array() && array.size() == rows.size(), "Each element is a row.");
+    for (std::size_t index = 0; index < rows.size(); ++index)
+        for (std::size_t field = 0; field < rowFieldNames.size(); ++field)
+            RequireField(array[index], rowFieldNames[field], rows[index][field]);
+}
+
+void RequireSame(std::string_view text, Reading const& reading) {
+    Fuzz::Require(reading.rows.size() == reading.result.rowCount, "Each row is counted.");
+    Json const document = Json::parse(text, nullptr, false);
+    if (!document.is_object())
+        return; // JSON lines
+    Fuzz::Require(document["schemaVersion"] == 1, "The version is known.");
+    Fuzz::Require((document["outcome"] == "finished") == reading.result.finished,
+                  "The outcome is that of the document.");
+    if (document.contains("rows"))
+        RequireRows(document["rows"], reading.rows);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::size_t const before = input.Byte();
+    std::string_view const text = input.Rest();
+    std::optional<Reading> const reading = Read(text);
+    if (reading)
+        RequireSame(text, *reading);
+    bool const hasMark = text.starts_with("\xEF\xBB\xBF");
+    if (!hasMark)
+        Fuzz::Require(reading == Read(std::string(chunkSize - before, ' ').append(text)),
+                      "Where a chunk ends makes no difference.");
+    return 0;
+}
