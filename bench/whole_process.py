@@ -1,6 +1,6 @@
 """The tool and compliance-query as whole processes, from start to end, for scripts/bench.
 
-It runs on a private machine (namespaces with empty file systems in memory, as scripts/demo makes
+It runs in a sandbox (namespaces with empty file systems in memory, as scripts/demo makes
 them), with an agent that answers at once for the exchange and with none for the rest. So "-d" gets
 as far as the lock and the question whether the agent is installed.
 

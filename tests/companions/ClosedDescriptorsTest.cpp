@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
@@ -19,7 +19,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
+using Sandbox::CreateAgentDirectories;
 
 std::string const finished = OneRowAnswer();
 
@@ -49,10 +49,10 @@ protected:
 
     static void OnAMachine(std::function<void()> const& body) {
         bool const hasDevNull = std::get<1>(GetParam());
-        PrivateMachine::Options options;
+        Sandbox::Options options;
         if (!hasDevNull)
             options.emptyPlaces = {"/dev"};
-        PrivateMachine::Run(options, [&] {
+        Sandbox::Run(options, [&] {
             ASSERT_EQ(hasDevNull, fs::exists("/dev/null"));
             CreateAgentDirectories();
             body();

@@ -11,9 +11,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::agentProgram;
-using PrivateMachine::InstallAgent;
-using PrivateMachine::Proc;
+using Sandbox::agentProgram;
+using Sandbox::InstallAgent;
+using Sandbox::Proc;
 
 void ExpectProcess(OtherProgram const& program, Finding const& finding) {
     EXPECT_EQ(std::optional<long>(program.pid()), finding.processId);
@@ -32,14 +32,14 @@ void AwaitZombie(pid_t process) {
 }
 
 TEST(DoctorAgentTest, ProgramIsInstalled) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         ExpectOk(agentProgram, CheckAgentProgram());
     });
 }
 
 TEST(DoctorAgentTest, ProgramIsMissing) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectProblem("agent-missing", agentProgram, CheckAgentProgram());
         fs::create_directories("/opt/VeskaClient/bin");
         fs::create_symlink("nothing", agentProgram);
@@ -48,7 +48,7 @@ TEST(DoctorAgentTest, ProgramIsMissing) {
 }
 
 TEST(DoctorAgentTest, WhatStandsInItsPlaceIsNoProgram) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         fs::create_directories(agentProgram);
         ExpectProblem("agent-not-a-program", "mode 0755", CheckAgentProgram());
         fs::remove(agentProgram);
@@ -59,7 +59,7 @@ TEST(DoctorAgentTest, WhatStandsInItsPlaceIsNoProgram) {
 }
 
 TEST(DoctorAgentTest, ProgramIsOutOfReach) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         fs::permissions("/opt/VeskaClient", fs::perms::none);
         WithoutRights(
@@ -68,7 +68,7 @@ TEST(DoctorAgentTest, ProgramIsOutOfReach) {
 }
 
 TEST(DoctorAgentTest, AgentRuns) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "60"});
         Finding const finding = CheckAgentProcess();
@@ -79,7 +79,7 @@ TEST(DoctorAgentTest, AgentRuns) {
 }
 
 TEST(DoctorAgentTest, NothingRuns) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         ExpectProblem("agent-not-running", "", CheckAgentProcess());
         OtherProgram const other({"/bin/sleep", "60"});
@@ -88,7 +88,7 @@ TEST(DoctorAgentTest, NothingRuns) {
 }
 
 TEST(DoctorAgentTest, OnlyAZombieIsLeft) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "0"});
         AwaitZombie(agent.pid());
@@ -99,7 +99,7 @@ TEST(DoctorAgentTest, OnlyAZombieIsLeft) {
 }
 
 TEST(DoctorAgentTest, ProgramWasRemovedOrReplacedUnderIt) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "60"});
         fs::remove(agentProgram);
@@ -113,7 +113,7 @@ TEST(DoctorAgentTest, ProgramWasRemovedOrReplacedUnderIt) {
 }
 
 TEST(DoctorAgentTest, OtherProgramOfTheName) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         InstallAgent();
         fs::copy_file("/bin/sleep", "/opt/VeskaClient/VeskaClient");
         OtherProgram const other({"/opt/VeskaClient/VeskaClient", "60"});
@@ -125,7 +125,7 @@ TEST(DoctorAgentTest, OtherProgramOfTheName) {
 
 // Another user's process hides its program.
 TEST(DoctorAgentTest, OnlyTheNameOfTheCommandCanBeSeen) {
-    PrivateMachine::Run({.proc = Proc::empty}, [] {
+    Sandbox::Run({.proc = Proc::empty}, [] {
         MakeFakeProcess("77", {.stat = "77 (VeskaClient) S 1 77"});
         Finding const finding = CheckAgentProcess();
         ExpectFinding(Verdict::note, "agent-by-command-name", "process 77 ", finding);
@@ -134,7 +134,7 @@ TEST(DoctorAgentTest, OnlyTheNameOfTheCommandCanBeSeen) {
 }
 
 TEST(DoctorAgentTest, BetterEvidenceCountsMore) {
-    PrivateMachine::Run({.proc = Proc::empty}, [] {
+    Sandbox::Run({.proc = Proc::empty}, [] {
         InstallAgent();
         MakeFakeProcess("5", {.stat = "5 (VeskaClient) Z 1"});
         ExpectProblem("agent-zombie", "process 5 ", CheckAgentProcess());
@@ -153,7 +153,7 @@ TEST(DoctorAgentTest, BetterEvidenceCountsMore) {
 
 // The order in which /proc lists processes does not matter.
 TEST(DoctorAgentTest, OfTwoAlikeTheLowerProcessIdIsReported) {
-    PrivateMachine::Run({.proc = Proc::empty}, [] {
+    Sandbox::Run({.proc = Proc::empty}, [] {
         InstallAgent();
         for (char const* const id : {"6", "5", "7"}) {
             MakeFakeProcess(id, {.exe = agentProgram});
@@ -164,7 +164,7 @@ TEST(DoctorAgentTest, OfTwoAlikeTheLowerProcessIdIsReported) {
 }
 
 TEST(DoctorAgentTest, NamesThatAreMerelyLikeIt) {
-    PrivateMachine::Run({.proc = Proc::empty}, [] {
+    Sandbox::Run({.proc = Proc::empty}, [] {
         MakeFakeProcess("5", {.exe = "/bin/veskaclient"});
         MakeFakeProcess("6", {.exe = "/bin/VeskaClientX"});
         MakeFakeProcess("7", {.stat = "7 (VeskaClient ) S 1"});
@@ -175,8 +175,8 @@ TEST(DoctorAgentTest, NamesThatAreMerelyLikeIt) {
 
 TEST(DoctorAgentTest, MachineWithoutProc) {
     for (Proc const proc : {Proc::empty, Proc::none})
-        PrivateMachine::Run({.proc = proc},
-                            [] { ExpectProblem("no-proc", "/proc", CheckAgentProcess()); });
+        Sandbox::Run({.proc = proc},
+                     [] { ExpectProblem("no-proc", "/proc", CheckAgentProcess()); });
 }
 
 } // namespace

@@ -12,9 +12,9 @@
 #include <unistd.h>
 
 #include "tests/companions/EntryKinds.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/stress/PreloadedProgram.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Tool.h"
-#include "tests/torture/PreloadedProgram.h"
 
 namespace {
 
@@ -26,7 +26,7 @@ public:
     explicit Programs(bool asUser) {
         prepare = [asUser] {
             if (asUser)
-                PrivateMachine::DropPrivileges();
+                Sandbox::DropPrivileges();
             return true;
         };
     }
@@ -72,9 +72,9 @@ void ExpectAgreement(Programs const& programs, std::string const& check, bool is
 
 void TryAll(std::string const& path, std::string const& check, std::vector<Kind> const& kinds) {
     for (bool const asUser : {false, true}) {
-        PrivateMachine::Run([&] {
+        Sandbox::Run([&] {
             MountForDevices();
-            PrivateMachine::CreateAgentDirectories();
+            Sandbox::CreateAgentDirectories();
             PlayedAgent const agent(UsualAnswers());
             Programs const programs(asUser);
             for (Kind const& kind : kinds) {
@@ -129,8 +129,8 @@ bool GiveStickyDirectoryToGroup() {
 }
 
 TEST(DoctorAgreementTest, FileOfRootInStickyDirectory) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         PlayedAgent const agent(UsualAnswers());
         Programs const programs(true);
         struct {
@@ -163,7 +163,7 @@ std::size_t FindCallOfLstat(std::string const& path) {
 }
 
 TEST(DoctorAgreementTest, EntryThatCannotBeExaminedIsProblem) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         LayOut();
         struct {
             char const* path;

@@ -9,7 +9,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
+using Sandbox::CreateAgentDirectories;
 
 constexpr char agentDirectory[] = "/var/opt/VeskaClient";
 constexpr char requests[] = "/var/opt/VeskaClient/RequestDir";
@@ -22,7 +22,7 @@ void CreateDirectories(unsigned int mode) {
 }
 
 TEST(DoctorDirectoriesTest, AllIsInOrder) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(0750);
         ExpectOk(requests, CheckRequestDirectory());
         ExpectOk(responses, CheckResponseDirectory());
@@ -33,7 +33,7 @@ TEST(DoctorDirectoriesTest, AllIsInOrder) {
 }
 
 TEST(DoctorDirectoriesTest, Missing) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectProblem("directory-missing", requests, CheckRequestDirectory());
         ExpectProblem("directory-missing", responses, CheckResponseDirectory());
         EXPECT_EQ(Verdict::skipped, CheckModesOfRequestDirectory().verdict);
@@ -43,7 +43,7 @@ TEST(DoctorDirectoriesTest, Missing) {
 }
 
 TEST(DoctorDirectoriesTest, SomethingElseStandsThere) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         fs::create_directories(agentDirectory);
         std::ofstream(std::string(requests)) << "file";
         fs::create_symlink("/dev/null", responses);
@@ -53,7 +53,7 @@ TEST(DoctorDirectoriesTest, SomethingElseStandsThere) {
 }
 
 TEST(DoctorDirectoriesTest, OutOfReach) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(0777);
         fs::permissions(agentDirectory, fs::perms::none);
         WithoutRights([] {
@@ -64,7 +64,7 @@ TEST(DoctorDirectoriesTest, OutOfReach) {
 }
 
 TEST(DoctorDirectoriesTest, NotWritableIsToldWithOwnerAndMode) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(0555);
         WithoutRights([] {
             ExpectProblem("no-write-permission", "owned by user root and group 0, mode 0555",
@@ -76,7 +76,7 @@ TEST(DoctorDirectoriesTest, NotWritableIsToldWithOwnerAndMode) {
 }
 
 TEST(DoctorDirectoriesTest, NotReadableIsToldWithOwnerAndMode) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(0666);
         WithoutRights([] {
             ExpectProblem("no-write-permission", "mode 0666", CheckRequestDirectory());
@@ -87,7 +87,7 @@ TEST(DoctorDirectoriesTest, NotReadableIsToldWithOwnerAndMode) {
 }
 
 TEST(DoctorDirectoriesTest, EverybodyMayReplaceTheDocumentsOfOthers) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(0777);
         ExpectProblem("unsafe-mode", "mode 0777", CheckModesOfRequestDirectory());
         ExpectProblem("unsafe-mode", "mode 0777", CheckModesOfResponseDirectory());
@@ -97,7 +97,7 @@ TEST(DoctorDirectoriesTest, EverybodyMayReplaceTheDocumentsOfOthers) {
 }
 
 TEST(DoctorDirectoriesTest, EverybodyMayAddDocumentsWhereItIsSticky) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateDirectories(01777);
         ExpectFinding(Verdict::note, "open-to-others", "mode 1777", CheckModesOfRequestDirectory());
         ExpectFinding(Verdict::note, "open-to-others", "mode 1777",
@@ -106,7 +106,7 @@ TEST(DoctorDirectoriesTest, EverybodyMayAddDocumentsWhereItIsSticky) {
 }
 
 TEST(DoctorDirectoriesTest, GroupIsSafe) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         for (unsigned int const mode : {01775u, 0775u, 0770u}) {
             CreateDirectories(mode);
             ExpectOk("mode ", CheckModesOfRequestDirectory());
@@ -116,7 +116,7 @@ TEST(DoctorDirectoriesTest, GroupIsSafe) {
 }
 
 TEST(DoctorDirectoriesTest, MountedReadOnly) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests);
         disk.MakeReadOnly();
@@ -125,7 +125,7 @@ TEST(DoctorDirectoriesTest, MountedReadOnly) {
 }
 
 TEST(DoctorDirectoriesTest, DiskIsFull) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests);
         ExpectOk(requests, CheckSpace());
@@ -147,7 +147,7 @@ TEST(DoctorDirectoriesTest, OnlyRootHasRoomInReservedBlocks) {
 }
 
 TEST(DoctorDirectoriesTest, NoMoreFilesFitOnTheDisk) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests, {.inodes = 2});
         ExpectOk(requests, CheckSpace());

@@ -15,7 +15,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
+using Sandbox::CreateAgentDirectories;
 
 constexpr char const* request = ScriptedAgent::request;
 constexpr char const* temporary = ScriptedAgent::requestTemp;
@@ -42,7 +42,7 @@ void ExpectAge(std::chrono::seconds age, Finding const& finding) {
 }
 
 TEST(DoctorDocumentsTest, NothingLiesAbout) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectOk("no request", ExamineRequest());
         CreateAgentDirectories();
         ExpectOk("no request", ExamineRequest());
@@ -52,7 +52,7 @@ TEST(DoctorDocumentsTest, NothingLiesAbout) {
 }
 
 TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(request, std::chrono::hours(75));
         Finding const finding = ExamineRequest();
         ExpectProblem("request-stale", "3 days old, owned by user root", finding);
@@ -62,14 +62,14 @@ TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
 }
 
 TEST(DoctorDocumentsTest, RequestOfTheFutureIsStaleToo) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(request, std::chrono::hours(-5));
         ExpectProblem("request-stale", "dated in the future", ExamineRequest());
     });
 }
 
 TEST(DoctorDocumentsTest, RequestBesideAHeldLockIsUnderWay) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(request, std::chrono::hours(1));
         ForeignLock lock;
         Finding const finding = ExamineRequest();
@@ -80,7 +80,7 @@ TEST(DoctorDocumentsTest, RequestBesideAHeldLockIsUnderWay) {
 
 // A user who may not read the lock file can't find out whether it is locked.
 TEST(DoctorDocumentsTest, RequestBesideAnUnreadableLockIsNotStale) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(request);
         std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
         fs::permissions(ScriptedAgent::lockFile, fs::perms::none);
@@ -93,7 +93,7 @@ TEST(DoctorDocumentsTest, RequestBesideAnUnreadableLockIsNotStale) {
 }
 
 TEST(DoctorDocumentsTest, RequestThatChangedBesideAFreeLock) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         FileFacts const absent(request);
         Create(request);
@@ -110,7 +110,7 @@ TEST(DoctorDocumentsTest, RequestThatChangedBesideAFreeLock) {
 }
 
 TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(request);
         ExpectProblem("request-not-a-file", request, ExamineRequest());
@@ -119,7 +119,7 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
 
 // A link that leads nowhere keeps evaluations off as well.
 TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("nowhere", request);
         ExpectProblem("request-not-a-file", request, ExamineRequest());
@@ -127,7 +127,7 @@ TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
 }
 
 TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(temporary);
         fs::permissions(temporary, fs::perms(0444));
         ExpectOk("overwritten", CheckTemporaryRequest());
@@ -140,7 +140,7 @@ TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
 
 // The tool opens it for reading and writing.
 TEST(DoctorDocumentsTest, TemporaryRequestThatCantBeRead) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(temporary);
         fs::permissions(temporary, fs::perms(0222));
         WithoutRights([] {
@@ -150,7 +150,7 @@ TEST(DoctorDocumentsTest, TemporaryRequestThatCantBeRead) {
 }
 
 TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(temporary);
         ExpectProblem("temporary-request-not-a-file", temporary, CheckTemporaryRequest());
@@ -159,7 +159,7 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
 
 // What is written through a planted link is lost, whether or not the link leads anywhere.
 TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("target", temporary);
         ExpectProblem("temporary-request-link", temporary, CheckTemporaryRequest());
@@ -169,7 +169,7 @@ TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
 }
 
 TEST(DoctorDocumentsTest, LinkInThePlaceOfTheResponse) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("target", response);
         ExpectProblem("response-link", response, CheckResponse());
@@ -179,7 +179,7 @@ TEST(DoctorDocumentsTest, LinkInThePlaceOfTheResponse) {
 }
 
 TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(response, std::chrono::hours(30));
         Finding const finding = CheckResponse();
         ExpectFinding(Verdict::note, "response-old", "30 hours old", finding);
@@ -190,14 +190,14 @@ TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
 }
 
 TEST(DoctorDocumentsTest, OldResponseAsksForNothing) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(response, std::chrono::hours(30));
         EXPECT_EQ("", CheckResponse().remedy);
     });
 }
 
 TEST(DoctorDocumentsTest, ResponseTooLargeForMemory) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(response);
         fs::resize_file(response, maxResponseBytes);
         EXPECT_NE(Verdict::problem, CheckResponse().verdict);
@@ -210,7 +210,7 @@ TEST(DoctorDocumentsTest, ResponseTooLargeForMemory) {
 
 // The oldest date that a file can have.
 TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(response);
         constexpr auto oldest = std::numeric_limits<time_t>::min();
         timespec const times[] = {{oldest, 0}, {oldest, 0}};
@@ -224,7 +224,7 @@ TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
 }
 
 TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(response);
         fs::permissions(response, fs::perms::none);
         WithoutRights([] {
@@ -235,7 +235,7 @@ TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
 }
 
 TEST(DoctorDocumentsTest, FifoInThePlaceOfTheResponse) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         ASSERT_EQ(0, mkfifo(response, 0666));
         ExpectProblem("response-not-a-file", response, CheckResponse());
@@ -243,7 +243,7 @@ TEST(DoctorDocumentsTest, FifoInThePlaceOfTheResponse) {
 }
 
 TEST(DoctorDocumentsTest, OutOfReach) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Create(request);
         Create(temporary);
         Create(response);

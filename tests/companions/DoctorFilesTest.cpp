@@ -59,7 +59,7 @@ TEST(DoctorFilesTest, WhatStandsThere) {
 }
 
 TEST(DoctorFilesTest, EntryIsTheSameUntilItsInodeChanges) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         constexpr char const* path = "/opt/file";
         std::ofstream(std::string(path)) << "one";
         FileFacts const before(path);
@@ -102,7 +102,7 @@ bool IsKept() {
 }
 
 TEST(DoctorFilesTest, StickyDirectoryKeepsFilesOfOthersFromUsers) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         for (StickyCase const& test :
              {StickyCase{0, 0, 01777, true}, StickyCase{0, 0, 0777, false},
               StickyCase{userId, 0, 01777, false}, StickyCase{0, userId, 01777, false},

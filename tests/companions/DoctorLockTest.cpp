@@ -12,7 +12,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::CreateAgentDirectories;
+using Sandbox::CreateAgentDirectories;
 
 constexpr char const* lockFile = ScriptedAgent::lockFile;
 
@@ -25,7 +25,7 @@ void CreateLockFile(unsigned int mode) {
 }
 
 TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         ExpectOk("nobody", Check());
         EXPECT_FALSE(fs::exists(lockFile));
@@ -33,7 +33,7 @@ TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
 }
 
 TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, Check());
         fs::create_directories("/var/opt/VeskaClient");
         std::ofstream(std::string(ScriptedAgent::requestDirectory)) << "file";
@@ -42,7 +42,7 @@ TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
 }
 
 TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0600);
         ExpectOk("free", Check());
         EXPECT_EQ(LockState::none, AskForLock().what);
@@ -59,7 +59,7 @@ TEST(DoctorLockTest, HolderThatHasEndedHasNoName) {
 }
 
 TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::path const target = fs::path(lockFile).parent_path() / "target";
         fs::create_symlink("target", lockFile);
@@ -71,7 +71,7 @@ TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
 }
 
 TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         OtherProcess holder([](Handshake& line) {
             struct flock lock {};
@@ -93,7 +93,7 @@ TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
 
 // A lock for reading on a part of the file keeps a writer off the whole of it.
 TEST(DoctorLockTest, HeldInPartAndForReading) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         ForeignLock lock(F_RDLCK, 4711, 1);
         ExpectProblem("lock-held", "held by process ", Check());
@@ -101,7 +101,7 @@ TEST(DoctorLockTest, HeldInPartAndForReading) {
 }
 
 TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0444);
         ForeignLock lock;
         WithoutRights([] { ExpectProblem("lock-held", "held by process ", Check()); });
@@ -109,7 +109,7 @@ TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
 }
 
 TEST(DoctorLockTest, HeldThroughAnOpenFile) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         int const file = OpenLockFile();
         struct flock lock {};
@@ -121,7 +121,7 @@ TEST(DoctorLockTest, HeldThroughAnOpenFile) {
 }
 
 TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0444);
         WithoutRights([] {
             ExpectProblem("lock-not-writable", "owned by user root and group 0, mode 0444",
@@ -131,7 +131,7 @@ TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
 }
 
 TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0222);
         WithoutRights([] {
             ExpectProblem("lock-not-readable", "not known", Check());
@@ -142,7 +142,7 @@ TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
 
 // A fifo would keep the one waiting who opens it.
 TEST(DoctorLockTest, SomethingElseStandsThere) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(lockFile);
         ExpectProblem("lock-not-a-file", lockFile, Check());
@@ -153,7 +153,7 @@ TEST(DoctorLockTest, SomethingElseStandsThere) {
 }
 
 TEST(DoctorLockTest, OutOfReach) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0666);
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
         WithoutRights([] { EXPECT_EQ(Verdict::skipped, Check().verdict); });
@@ -177,7 +177,7 @@ bool GiveLockFileToAnotherUser() {
 }
 
 TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0666);
         if (!GiveLockFileToAnotherUser())
             return;
@@ -195,7 +195,7 @@ TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
 }
 
 TEST(DoctorLockTest, SettingTellsHowFarTheProtectionGoes) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateLockFile(0666);
         if (!GiveLockFileToAnotherUser())
             return;

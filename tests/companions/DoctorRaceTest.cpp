@@ -10,9 +10,9 @@
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/stress/KilledTool.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
-#include "tests/torture/KilledTool.h"
 
 namespace {
 
@@ -22,23 +22,23 @@ using Json = nlohmann::json;
 constexpr char const* request = ScriptedAgent::request;
 constexpr char const* lockFile = ScriptedAgent::lockFile;
 
-bool OpensLockFile(Torture::SystemCall const& call) {
+bool OpensLockFile(Stress::SystemCall const& call) {
     return call.name == "openat" && call.path == lockFile;
 }
 
-bool OpensLockFileNext(Torture::Trace const& trace) { return OpensLockFile(trace.back()); }
+bool OpensLockFileNext(Stress::Trace const& trace) { return OpensLockFile(trace.back()); }
 
 // The doctor has asked for the lock, and closes the file.
-bool HasAskedForLock(Torture::Trace const& trace) {
+bool HasAskedForLock(Stress::Trace const& trace) {
     return trace.size() >= 3 && trace.back().name == "close" &&
            trace[trace.size() - 2].name == "fcntl" && OpensLockFile(trace[trace.size() - 3]);
 }
 
 // Runs the doctor and makes the change at the first system call for which `isDue` returns true.
-Json RunWithChange(Torture::KillCondition const& isDue, std::function<void()> const& change) {
+Json RunWithChange(Stress::KillCondition const& isDue, std::function<void()> const& change) {
     bool isChanged = false;
-    Torture::KilledRun const run =
-        Torture::RunProgramAndKill({CC_DOCTOR_PROGRAM, "--json"}, [&](Torture::Trace const& trace) {
+    Stress::KilledRun const run =
+        Stress::RunProgramAndKill({CC_DOCTOR_PROGRAM, "--json"}, [&](Stress::Trace const& trace) {
             if (!isChanged && isDue(trace)) {
                 isChanged = true;
                 change();
@@ -57,7 +57,7 @@ Json FindingOf(std::string const& check, Json const& document) {
 }
 
 void LayOutExchange() {
-    PrivateMachine::CreateAgentDirectories();
+    Sandbox::CreateAgentDirectories();
     WriteBytes(lockFile, "");
     WriteBytes(request, "left over");
 }
@@ -71,7 +71,7 @@ std::unique_ptr<ForeignLock> BeginEvaluation() {
 }
 
 TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         LayOutExchange();
         std::unique_ptr<ForeignLock> evaluation;
         Json const document =
@@ -84,7 +84,7 @@ TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
 }
 
 TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         LayOutExchange();
         std::unique_ptr<ForeignLock> evaluation;
         Json const document =
@@ -96,7 +96,7 @@ TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
 
 // A FIFO would block a call of open that waits for a writer.
 TEST(DoctorRaceTest, DoesNotWaitForFifoThatReplacesLockFile) {
-    PrivateMachine::Run({.limit = std::chrono::seconds(20)}, [] {
+    Sandbox::Run({.limit = std::chrono::seconds(20)}, [] {
         LayOutExchange();
         Json const document = RunWithChange(OpensLockFileNext, [] {
             fs::remove(lockFile);

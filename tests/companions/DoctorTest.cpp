@@ -10,16 +10,16 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
-using PrivateMachine::agentProgram;
-using PrivateMachine::CreateAgentDirectories;
-using PrivateMachine::InstallAgent;
+using Sandbox::agentProgram;
+using Sandbox::CreateAgentDirectories;
+using Sandbox::InstallAgent;
 
 ProgramResult RunIt(std::vector<std::string> arguments, ProgramOptions const& options = {}) {
     arguments.insert(arguments.begin(), CC_DOCTOR_PROGRAM);
@@ -44,7 +44,7 @@ std::string Survey(std::string const& root) {
 }
 
 TEST(DoctorTest, ReportsThatTheFindingsCouldNotBeWritten) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ProgramResult const result =
             RunProgram({"/bin/sh", "-c", "exec " CC_DOCTOR_PROGRAM " >/dev/full"});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
@@ -54,7 +54,7 @@ TEST(DoctorTest, ReportsThatTheFindingsCouldNotBeWritten) {
 }
 
 TEST(DoctorTest, HealthyMachineIsStatus0) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});
         ProgramResult const result = RunIt({});
@@ -82,7 +82,7 @@ TEST(DoctorTest, HealthyMachineIsStatus0) {
 }
 
 TEST(DoctorTest, BareMachineIsStatus1) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ProgramResult const result = RunIt({"--json"});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
         Json const document = Json::parse(result.output);
@@ -97,7 +97,7 @@ TEST(DoctorTest, BareMachineIsStatus1) {
 }
 
 TEST(DoctorTest, HolderOfTheLockIsNamed) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});
         ForeignLock lock;
@@ -112,7 +112,7 @@ TEST(DoctorTest, HolderOfTheLockIsNamed) {
 
 // As from a container that shares the directory with the host.
 TEST(DoctorTest, HolderOfTheLockInAnotherNamespaceIsToldWithoutANumber) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgentDirectories();
         ForeignLock lock;
         ProgramResult const result =
@@ -125,7 +125,7 @@ TEST(DoctorTest, HolderOfTheLockInAnotherNamespaceIsToldWithoutANumber) {
 }
 
 TEST(DoctorTest, NothingIsChanged) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         RunIt({});
         EXPECT_EQ("", Survey("/opt") + Survey("/var/opt"));
         MakeHealthy();
@@ -152,7 +152,7 @@ TEST(DoctorTest, BadCommandLineIsStatus2) {
 }
 
 TEST(DoctorTest, FindingsThatCantBeWrittenAreStatus1) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});
         EXPECT_EQ(ExitStatus::Exited(1), RunIt({}, {.closedDescriptors = {1}}).status);

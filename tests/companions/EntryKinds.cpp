@@ -8,7 +8,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 
 namespace {
@@ -83,7 +83,7 @@ std::vector<Kind> KindsOfEntries() {
 void LayOut() {
     fs::remove_all(agentDirectory);
     fs::remove_all("/opt/simulation");
-    PrivateMachine::CreateAgentDirectories();
+    Sandbox::CreateAgentDirectories();
     for (char const* const path :
          {agentDirectory, ScriptedAgent::requestDirectory, responseDirectory}) {
         GiveToUser(path);

@@ -1,6 +1,6 @@
 // Kinds of directory entries, and the directories of the exchange in which tests place them.
 //
-// For the body of a PrivateMachine.
+// For the body of a Sandbox.
 #pragma once
 
 #include <functional>
@@ -11,7 +11,7 @@
 
 #include "tests/support/Entries.h"
 
-// The user whose evaluations are tried (see PrivateMachine::DropPrivileges).
+// The user whose evaluations are tried (see Sandbox::DropPrivileges).
 constexpr uid_t userId = 65534;
 constexpr char const* agentDirectory = "/var/opt/VeskaClient";
 constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";

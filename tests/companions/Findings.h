@@ -7,7 +7,7 @@
 
 #include "companions/Doctor.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 inline void ExpectFinding(Verdict verdict, std::string const& cause, std::string const& words,
                           Finding const& finding) {
@@ -28,11 +28,11 @@ inline void ExpectOk(std::string const& words, Finding const& finding) {
     ExpectFinding(Verdict::ok, "", words, finding);
 }
 
-// The body as a user without rights, on a private machine.
+// The body as a user without rights, in a sandbox.
 template <typename Body>
 void WithoutRights(Body const& body) {
     OtherProcess other([&] {
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         body();
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());

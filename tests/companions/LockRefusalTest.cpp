@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -13,8 +13,8 @@ namespace {
 namespace fs = std::filesystem;
 
 void CreateAgent() {
-    PrivateMachine::CreateAgentDirectories();
-    PrivateMachine::InstallAgent();
+    Sandbox::CreateAgentDirectories();
+    Sandbox::InstallAgent();
 }
 
 void ExpectRefused(QueryExit status, bool isTemporary, std::string const& message) {
@@ -25,16 +25,16 @@ void ExpectRefused(QueryExit status, bool isTemporary, std::string const& messag
 }
 
 TEST(LockRefusalTest, MissingAgentIsNotInstalled) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectRefused(QueryExit::noAgent, false,
                       "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");
-        PrivateMachine::InstallAgent();
+        Sandbox::InstallAgent();
         ExpectRefused(QueryExit::noAgent, false, "/var/opt/VeskaClient/RequestDir is missing");
     });
 }
 
 TEST(LockRefusalTest, HeldLockIsTemporary) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgent();
         ForeignLock const lock;
         ExpectRefused(QueryExit::busy, true, "the lock is held by process ");
@@ -43,19 +43,19 @@ TEST(LockRefusalTest, HeldLockIsTemporary) {
 
 // Also where this user cannot write to the directory, which an existing lock file does not need.
 TEST(LockRefusalTest, LockThatIsFreeByNowIsTemporary) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgent();
         ExpectRefused(QueryExit::busy, true, "has released it by now");
         std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
         fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         ExpectRefused(QueryExit::busy, true, "has released it by now");
     });
 }
 
 TEST(LockRefusalTest, LockFileThatUserCannotUseIsExchangeFailure) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgent();
         fs::create_directory(ScriptedAgent::lockFile);
         ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::lockFile);
@@ -63,10 +63,10 @@ TEST(LockRefusalTest, LockFileThatUserCannotUseIsExchangeFailure) {
 }
 
 TEST(LockRefusalTest, DirectoryThatUserCannotUseIsExchangeFailure) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         CreateAgent();
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::requestDirectory);
     });
 }

@@ -19,7 +19,7 @@
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -150,7 +150,7 @@ TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForATerminal) {
 }
 
 TEST(OutputTest, StopEndsTheWaitForAPipeThatCantBeReopened) {
-    PrivateMachine::Run({.proc = PrivateMachine::Proc::none}, [] {
+    Sandbox::Run({.proc = Sandbox::Proc::none}, [] {
         ExpectToEnd([] {
             int ends[2];
             ASSERT_EQ(0, pipe(ends));

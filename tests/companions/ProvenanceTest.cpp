@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "companions/QueryCommandLine.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 
 namespace {
@@ -50,15 +50,15 @@ TEST(ProvenanceTest, MeasuresTimeFromConstructionToEnd) {
 }
 
 TEST(ProvenanceTest, DescribesFilesOfTheAgent) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ProvenanceRecorder const recorder{QueryCommandLine()};
         EXPECT_FALSE(recorder.Finish({}, false).agentModified);
-        PrivateMachine::InstallAgent();
+        Sandbox::InstallAgent();
         std::ofstream(std::string(ScriptedAgent::response)) << "answer";
         struct stat agent {};
         struct stat response {};
-        ASSERT_EQ(0, stat(PrivateMachine::agentProgram, &agent));
+        ASSERT_EQ(0, stat(Sandbox::agentProgram, &agent));
         ASSERT_EQ(0, stat(ScriptedAgent::response, &response));
         Provenance const provenance = recorder.Finish(LookAtResponse(), false);
         ASSERT_TRUE(provenance.agentModified);

@@ -1,4 +1,4 @@
-// The real compliance-query against a scripted agent, for the body of a PrivateMachine.
+// The real compliance-query against a scripted agent, for the body of a Sandbox.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 
@@ -41,7 +41,7 @@ nlohmann::json DocumentOf(ProgramResult const& result);
 // Runs an evaluation on a machine of its own, and calls `look(result, requests)` there.
 template <typename Look>
 void Query(std::vector<std::string> const& arguments, AgentScript const& script, Look const& look) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         ScriptedAgent const agent(script);
         ProgramResult const result = RunQuery(arguments);
         agent.AwaitEnd(std::chrono::seconds(1));

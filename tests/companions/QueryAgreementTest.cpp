@@ -13,7 +13,7 @@
 
 #include "tests/companions/EntryKinds.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/RecordLock.h"
 
@@ -41,7 +41,7 @@ private:
     ProgramResult Run(std::vector<std::string> const& command) const {
         return RunProgram(command, {.prepare = [this] {
                               if (asUser)
-                                  PrivateMachine::DropPrivileges();
+                                  Sandbox::DropPrivileges();
                               return true;
                           }});
     }
@@ -86,10 +86,10 @@ int ExpectSameReason(ComparedPrograms const& programs) {
 
 void CompareAll(std::string const& path, std::vector<Kind> const& kinds, bool hasAgent) {
     for (bool const asUser : {false, true}) {
-        PrivateMachine::Run([&] {
+        Sandbox::Run([&] {
             MountForDevices();
             if (hasAgent)
-                PrivateMachine::InstallAgent();
+                Sandbox::InstallAgent();
             ComparedPrograms const programs(asUser);
             std::set<int> statuses;
             for (Kind const& kind : kinds) {
@@ -125,8 +125,8 @@ TEST(QueryAgreementTest, ParentDirectoryOfEachKind) {
 
 TEST(QueryAgreementTest, HeldLockIsStatus4ForEachUser) {
     for (bool const asUser : {false, true}) {
-        PrivateMachine::Run([&] {
-            PrivateMachine::InstallAgent();
+        Sandbox::Run([&] {
+            Sandbox::InstallAgent();
             LayOut();
             ForeignLock const lock;
             fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));

@@ -30,7 +30,7 @@ constexpr char goodConfig[] = "URL=http://host/\nDOCUMENT=Doc\nFLAGS=gather,idle
                               "GOOD_RESULTS=Pass\nKEEP_RESULTS=3\n";
 
 TEST(QueryConfigFileTest, EvaluatesAsTheFileDescribes) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
@@ -44,7 +44,7 @@ TEST(QueryConfigFileTest, EvaluatesAsTheFileDescribes) {
 }
 
 TEST(QueryConfigFileTest, MetricsHaveItsName) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
@@ -59,7 +59,7 @@ TEST(QueryConfigFileTest, MetricsHaveItsName) {
 }
 
 TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);
         auto const expected = [](std::string const& source) {
@@ -77,7 +77,7 @@ TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
 }
 
 TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("bad.conf", "FLAGS=fast\n");
         for (std::string const name : {"bad", "missing"}) {
@@ -91,7 +91,7 @@ TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
 }
 
 TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
@@ -103,7 +103,7 @@ TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
 }
 
 TEST(QueryConfigFileTest, MistakesAreListedAndNothingIsSent) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("bad.conf", "URI=x\nFLAGS=fast\n");
         directory.Write("good.conf", goodConfig);

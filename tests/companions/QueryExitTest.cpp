@@ -7,7 +7,7 @@
 #include <set>
 #include <sstream>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -33,10 +33,10 @@ TEST(QueryExitTest, UnusedCodeIsFailedExchange) {
 }
 
 TEST(QueryExitTest, RefusedLockIsExamined) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         EXPECT_EQ(QueryExit::noAgent, StatusOf(-6));
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock const lock;
         EXPECT_EQ(QueryExit::busy, StatusOf(-6));
         EXPECT_TRUE(DescribeCode(-6).message.ends_with(" (code -6)"));

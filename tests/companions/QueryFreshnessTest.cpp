@@ -37,8 +37,8 @@ void LeaveAnswer(std::string const& bytes) {
 template <typename Look>
 void QueryWithOldAnswer(AgentScript const& script, std::string const& oldAnswer,
                         Texts const& arguments, Look const& look) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([&] {
+        Sandbox::CreateAgentDirectories();
         if (!oldAnswer.empty())
             LeaveAnswer(oldAnswer);
         ScriptedAgent const agent(script);
@@ -69,7 +69,7 @@ constexpr char metricsOfStale[] = "/opt/stale.prom";
 void ExpectMetricsOfStaleAnswer(Texts const& arguments) {
     Texts all{"-d", "--quiet", "--prometheus", metricsOfStale};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         LeaveAnswer(Finished(oldRow));
         ScriptedAgent const agent(SilentAgent());
         RunQuery(all);
@@ -174,8 +174,8 @@ TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
 }
 
 TEST(QueryFreshnessTest, NamesRequestMachineAndTime) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(
             FinishingScript(newRow + newRow + Row({"x", "Not", "", "", "", ""})));
         ProgramResult const result = RunQuery({"--json", "--flags=5", "http://host/", "Doc"},
@@ -205,7 +205,7 @@ TEST(QueryFreshnessTest, NamesRequestMachineAndTime) {
 }
 
 TEST(QueryFreshnessTest, FailureHasItToo) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         LeaveAnswer(Finished(oldRow));
         ProgramResult const result = RunQuery({"--ndjson", "-d"});
         Json const document = Json::parse(result.output);

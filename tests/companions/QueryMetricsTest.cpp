@@ -39,7 +39,7 @@ TEST(QueryMetricsTest, FinishedRunHasRowsAndTimes) {
 }
 
 TEST(QueryMetricsTest, FailedRunKeepsTheRowsOfTheLastOne) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         {
             ScriptedAgent const agent(FinishingScript(Row(shortRow)));
             RunQuery(WithMetrics({"-d", "--strict", "other"}));
@@ -73,7 +73,7 @@ TEST(QueryMetricsTest, FileThatCannotBeReplacedIsFailureOfTheOutput) {
 }
 
 TEST(QueryMetricsTest, FileOfTheRowsIsRefusedAndNothingIsSent) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ScriptedAgent const agent(AgentScript().AwaitRequest());
         std::ofstream(metricsFile) << "old";
         std::filesystem::create_symlink(metricsFile, "/opt/link");

@@ -32,8 +32,8 @@ void LeaveResult() {
 
 template <typename Look>
 void QueryToFile(AgentScript const& script, Texts const& arguments, Look const& look) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([&] {
+        Sandbox::CreateAgentDirectories();
         LeaveResult();
         ScriptedAgent const agent(script);
         Texts all{"-d", "--json", "--output", resultFile};
@@ -86,8 +86,8 @@ TEST(QueryOutputFileTest, FailureReplacesFileWithKeepFailures) {
 }
 
 TEST(QueryOutputFileTest, TableAndTsvGoToFileToo) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         LeaveResult();
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
         EXPECT_EQ(ExitStatus::Exited(0), RunQuery({"-d", "--tsv", "-o", resultFile}).status);
@@ -106,8 +106,8 @@ void ExpectRefusedFile(std::string const& path, int status, std::string const& r
 }
 
 TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         std::string const accepted =
             "; accepted: a regular file, or a new name in a directory that exists";
         ExpectRefusedFile("/dev/null", 2, "is no regular file" + accepted);
@@ -130,8 +130,8 @@ TEST(QueryOutputFileTest, NoRowsReplaceFileToo) {
 }
 
 TEST(QueryOutputFileTest, FullDiskKeepsFile) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         SmallFileSystem disk("/opt/results");
         LeaveResult();
         disk.FillUp();

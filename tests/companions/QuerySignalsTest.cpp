@@ -19,8 +19,8 @@ namespace {
 
 // In the exchange after the first percentage; the agent goes on answering.
 void ExpectStopBy(int signal, int status, char const* name) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([&] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(
             QueryScript({ProgressAnswer("3", "0", "10"), ProgressAnswer("3", "0", "20")}));
         OtherProgram program(QueryCommand({"-d", "--json"}));
@@ -44,8 +44,8 @@ TEST(QuerySignalsTest, FirstSignalClosesTheEvaluation) {
 }
 
 TEST(QuerySignalsTest, SignalDuringTheCloseAddsNoSecondDocument) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(AgentScript()
                                 .Answer(OpenAnswer())
                                 .Answer(Finished(TwoRows()))
@@ -64,8 +64,8 @@ TEST(QuerySignalsTest, SignalDuringTheCloseAddsNoSecondDocument) {
 }
 
 TEST(QuerySignalsTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(FinishingScript(ManyRows()));
         int ends[2];
         ASSERT_EQ(0, pipe(ends));
@@ -83,8 +83,8 @@ TEST(QuerySignalsTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
 
 // The terminal is full, because nobody reads it.
 TEST(QuerySignalsTest, CtrlCDuringTheRowsClosesTheEvaluation) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(FinishingScript(ManyRows()));
         Terminal const screen;
         OtherProgram program(QueryCommand({"-d", "--progress=none"}), {.prepare = [&] {
@@ -103,8 +103,8 @@ TEST(QuerySignalsTest, CtrlCDuringTheRowsClosesTheEvaluation) {
 }
 
 TEST(QuerySignalsTest, SecondSignalEndsAtOnce) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
         OtherProgram program(QueryCommand({"-d"}));
         agent.AwaitRequests(2);

@@ -26,7 +26,7 @@ using Texts = std::vector<std::string>;
 // One message, and nothing on standard output.
 void ExpectRefusal(int status, std::string const& message, Texts const& arguments,
                    std::function<void()> const& prepare) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         prepare();
         ProgramResult const result = RunQuery(arguments);
         EXPECT_EQ(ExitStatus::Exited(status), result.status);
@@ -95,17 +95,17 @@ TEST(QueryStatusTest, BadCommandLineIsStatus2AndAsksNobody) {
         2,
         "--timeout: 'soon' is not accepted; accepted: a time from 1 second to 2147483647 seconds, "
         "such as 90, 90s, 5m or 2h",
-        {"--timeout=soon", "-d"}, PrivateMachine::CreateAgentDirectories);
+        {"--timeout=soon", "-d"}, Sandbox::CreateAgentDirectories);
     ExpectRefusal(2, "'--\\x1b[31m' is no option of this program; --help shows those accepted",
-                  {"--\x1b[31m"}, PrivateMachine::CreateAgentDirectories);
+                  {"--\x1b[31m"}, Sandbox::CreateAgentDirectories);
 }
 
 TEST(QueryStatusTest, NoAgentIsStatus3) {
     ExpectRefusal(3, "the agent is not installed (code -1)", {"-d"},
-                  PrivateMachine::CreateAgentDirectories);
+                  Sandbox::CreateAgentDirectories);
     ExpectRefusal(3, "the agent is not running (code -2)", {"-d"}, [] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
     });
 }
 
@@ -117,13 +117,13 @@ TEST(QueryStatusTest, MachineWithoutDirectoriesIsStatus3) {
     ExpectRefusal(3,
                   "the agent is not installed: /var/opt/VeskaClient/RequestDir is missing "
                   "(code -6)",
-                  {"-d"}, [] { PrivateMachine::InstallAgent(); });
+                  {"-d"}, [] { Sandbox::InstallAgent(); });
 }
 
 TEST(QueryStatusTest, HeldLockIsStatus4) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock lock;
         ProgramResult const result = RunQuery({"--json", "-d"});
         EXPECT_EQ(ExitStatus::Exited(4), result.status);
@@ -139,8 +139,8 @@ TEST(QueryStatusTest, HeldLockIsStatus4) {
 }
 
 TEST(QueryStatusTest, WaitingRequestIsStatus4) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent;
         std::ofstream(ScriptedAgent::request) << "waiting";
         ProgramResult const result = RunQuery({"-d"});
@@ -152,8 +152,8 @@ TEST(QueryStatusTest, WaitingRequestIsStatus4) {
 }
 
 TEST(QueryStatusTest, RequestThatNobodyTakesIsStatus5) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(AgentScript().AwaitRequest());
         ProgramResult const result = RunQuery({"-d"});
         EXPECT_EQ(ExitStatus::Exited(5), result.status);
@@ -176,8 +176,8 @@ TEST(QueryStatusTest, TimeoutIsStatus5) {
 }
 
 TEST(QueryStatusTest, RequestThatCantBeWrittenIsStatus7) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent;
         fs::create_directory(ScriptedAgent::requestTemp);
         ProgramResult const result = RunQuery({"-d"});
@@ -190,8 +190,8 @@ TEST(QueryStatusTest, RequestThatCantBeWrittenIsStatus7) {
 
 // The evaluation is closed all the same.
 void ExpectOutputFailure(std::string const& reason, ProgramOptions const& options) {
-    PrivateMachine::Run([&] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([&] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(FinishingScript(TwoRows()));
         ProgramResult const result = RunQuery({"--tsv", "-d"}, options);
         EXPECT_EQ(ExitStatus::Exited(8), result.status);
@@ -214,8 +214,8 @@ TEST(QueryStatusTest, RowsThatCantBeWrittenAreStatus8) {
 }
 
 TEST(QueryStatusTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(FinishingScript(ManyRows()));
         ProgramResult const result =
             RunQuery({"-d", "--json"}, {.limits = {{RLIMIT_FSIZE, 100'000}}});

@@ -16,8 +16,8 @@ using Texts = std::vector<std::string>;
 
 // Rows and bar on the same terminal: the bar is gone when the rows come.
 TEST(QueryTerminalTest, BarOnATerminal) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(QueryScript({ProgressAnswer("3", "0", "50"), Finished()}));
         Terminal screen;
         ProgramResult const result = RunQuery({"-d"}, {.prepare = [&] {
@@ -39,7 +39,7 @@ TEST(QueryTerminalTest, BarOnATerminal) {
 
 void ExpectTableOnTerminal(std::string const& locale, std::string const& label,
                            std::string const& designator) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         std::string const longWords = "one two three four five six";
         ScriptedAgent const agent(FinishingScript(
             Row({"caf&#xc3;&#xa9;", "Good", "", "7", longWords, ""}) +

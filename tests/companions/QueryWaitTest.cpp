@@ -41,8 +41,8 @@ void AwaitNote(OtherProgram const& program, std::string const& text) {
 }
 
 TEST(WaitTest, RetriesUntilTheLockIsReleased) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(Finishing());
         std::optional<ForeignLock> lock(std::in_place);
         OtherProgram program(QueryCommand({"-d", "--tsv", "--wait=1m"}));
@@ -58,8 +58,8 @@ TEST(WaitTest, RetriesUntilTheLockIsReleased) {
 
 // The process id stays, so the program is still the child that the test started.
 TEST(WaitTest, RetriesUntilTheRequestIsTaken) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         std::ofstream(std::string(ScriptedAgent::request)) << "waiting";
         // The agent sees the waiting request too.
         ScriptedAgent const agent(
@@ -72,8 +72,8 @@ TEST(WaitTest, RetriesUntilTheRequestIsTaken) {
 }
 
 TEST(WaitTest, RetriesWhileTheAgentIsNotAvailable) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(Finishing(AgentScript()
                                                 .Answer(OpenAnswer())
                                                 .Answer(ProgressAnswer("2", "-22"))
@@ -96,8 +96,8 @@ std::string UtcNow() {
 }
 
 TEST(WaitTest, StartAndDurationAreThoseOfTheLastAttempt) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(Finishing());
         std::optional<ForeignLock> lock(std::in_place);
         Clock::time_point const firstStart = Clock::now();
@@ -134,9 +134,9 @@ void ExpectNameAfterRetry(std::string const& path, std::string const& name) {
 
 // The system cuts names at 15 bytes.
 TEST(WaitTest, KeepsNameOfProcessThoughProgramIsRemoved) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         for (auto const& [path, name] : {std::pair{"/opt/compliance-query", "compliance-quer"},
                                          std::pair{"/opt/a name", "a name"}}) {
             fs::copy_file(CC_QUERY_PROGRAM, path);
@@ -146,9 +146,9 @@ TEST(WaitTest, KeepsNameOfProcessThoughProgramIsRemoved) {
 }
 
 TEST(WaitTest, OtherFailuresAreFinal) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         EXPECT_EQ(ExitStatus::Exited(3), RunQuery({"-d", "--wait=60"}).status);
-        PrivateMachine::CreateAgentDirectories();
+        Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(AgentScript()
                                       .Answer(OpenAnswer())
                                       .Answer(ProgressAnswer("2", "5"))
@@ -160,9 +160,9 @@ TEST(WaitTest, OtherFailuresAreFinal) {
 }
 
 TEST(WaitTest, FailureIsReportedWhenTheWaitIsOver) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock const lock;
         Clock::time_point const start = Clock::now();
         ProgramResult const result = RunQuery({"-d", "--json", "--wait=2"});
@@ -173,9 +173,9 @@ TEST(WaitTest, FailureIsReportedWhenTheWaitIsOver) {
 }
 
 TEST(WaitTest, TimeoutLimitsTheWait) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock const lock;
         Clock::time_point const start = Clock::now();
         ProgramResult const result = RunQuery({"-d", "--json", "--wait=60", "--timeout=2"});
@@ -187,9 +187,9 @@ TEST(WaitTest, TimeoutLimitsTheWait) {
 }
 
 TEST(WaitTest, SignalEndsTheWait) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock const lock;
         OtherProgram program(QueryCommand({"-d", "--json", "--wait=1h"}));
         AwaitNote(program, "again in 2 s\n");
@@ -201,9 +201,9 @@ TEST(WaitTest, SignalEndsTheWait) {
 }
 
 TEST(WaitTest, TemporaryFilesOfAttemptsAreRemoved) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         fs::create_directory("/opt/results");
         ForeignLock const lock;
         EXPECT_EQ(ExitStatus::Exited(4),
@@ -213,9 +213,9 @@ TEST(WaitTest, TemporaryFilesOfAttemptsAreRemoved) {
 }
 
 TEST(WaitTest, QuietWaitsWithoutNotes) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
-        PrivateMachine::InstallAgent();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
+        Sandbox::InstallAgent();
         ForeignLock const lock;
         ProgramResult const result = RunQuery({"-d", "-q", "--wait=1"});
         EXPECT_EQ(std::string::npos, result.errors.find("trying again"));

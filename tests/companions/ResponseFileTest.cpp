@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 
 namespace {
@@ -35,17 +35,17 @@ bool IsNew(Change const& change) {
 void AwaitClockOfFiles() { usleep(20'000); }
 
 TEST(ResponseFileTest, AnswerThatStaysIsUnchanged) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         Publish("old");
         EXPECT_FALSE(IsNew([] { std::ifstream(response).get(); }));
     });
 }
 
 TEST(ResponseFileTest, MissingAnswerIsNeverUnchanged) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         EXPECT_TRUE(IsNew([] {}));
-        PrivateMachine::CreateAgentDirectories();
+        Sandbox::CreateAgentDirectories();
         EXPECT_TRUE(IsNew([] {}));
         EXPECT_TRUE(IsNew([] { Publish("first"); }));
         EXPECT_TRUE(IsNew([] { fs::remove(response); }));
@@ -53,8 +53,8 @@ TEST(ResponseFileTest, MissingAnswerIsNeverUnchanged) {
 }
 
 TEST(ResponseFileTest, DetectsEachWayToReplaceAnAnswer) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         Publish("old");
         AwaitClockOfFiles();
         EXPECT_TRUE(IsNew([] { Publish("old"); }));
@@ -67,8 +67,8 @@ TEST(ResponseFileTest, DetectsEachWayToReplaceAnAnswer) {
 
 // An agent that copies an old answer with its times.
 TEST(ResponseFileTest, DetectsChangeThatRestoresModificationTime) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         Publish("old");
         AwaitClockOfFiles();
         EXPECT_TRUE(IsNew([] {
@@ -82,8 +82,8 @@ TEST(ResponseFileTest, DetectsChangeThatRestoresModificationTime) {
 }
 
 TEST(ResponseFileTest, LooksAtLinkAndNotAtItsTarget) {
-    PrivateMachine::Run([] {
-        PrivateMachine::CreateAgentDirectories();
+    Sandbox::Run([] {
+        Sandbox::CreateAgentDirectories();
         std::ofstream("/var/opt/target") << "old";
         fs::create_symlink("/var/opt/target", response);
         EXPECT_FALSE(IsNew([] { std::ofstream("/var/opt/target") << "newer"; }));

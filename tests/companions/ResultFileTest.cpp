@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -189,7 +189,7 @@ TEST_F(ResultFileTest, PathWithoutDirectoryIsInTheWorkingDirectory) {
 }
 
 TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         SmallFileSystem disk("/opt/disk");
         std::string const path = disk / "result";
         Replace(path, "old");

@@ -18,12 +18,12 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::agentProgram;
+using Sandbox::agentProgram;
 using std::string;
 using UnixPlatform::IsInstalled;
 using UnixPlatform::IsRunning;
@@ -33,7 +33,7 @@ string const agentDirectory = fs::path(agentProgram).parent_path().string();
 // Returns what the function returns to a user without any rights.
 bool IsTrueForOtherUser(std::function<bool()> const& function) {
     OtherProcess other([&](Handshake& line) {
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         line.Tell(function() ? "yes" : "no");
     });
     return other.Await() == "yes";
@@ -63,7 +63,7 @@ SANDBOX_TEST(AgentPresenceTest, AnyEntryButADanglingLinkCountsAsInstalled) {
 }
 
 SANDBOX_TEST(AgentPresenceTest, UnreachableAgentIsNotInstalled) {
-    PrivateMachine::InstallAgent();
+    Sandbox::InstallAgent();
     fs::permissions(agentDirectory, fs::perms(0600));
     EXPECT_EQ(0, IsInstalled());
     EXPECT_EQ(-1, IsInstalledForOtherUser());
@@ -76,7 +76,7 @@ SANDBOX_TEST(AgentPresenceTest, UnreachableAgentIsNotInstalled) {
 
 // The last search is the one among many processes.
 SANDBOX_TEST(AgentPresenceTest, RunsFromItsStartToItsEnd) {
-    PrivateMachine::InstallAgent();
+    Sandbox::InstallAgent();
     for (int i = 0; i < 200; ++i)
         if (fork() == 0) {
             pause();
@@ -94,7 +94,7 @@ SANDBOX_TEST(AgentPresenceTest, RunsFromItsStartToItsEnd) {
         // Deliberate: the name now ends in " (deleted)".
         fs::remove(agentProgram);
         EXPECT_FALSE(IsRunning());
-        PrivateMachine::InstallAgent();
+        Sandbox::InstallAgent();
     }
     EXPECT_FALSE(IsRunning());
 }
@@ -135,7 +135,7 @@ SANDBOX_TEST_WITH(AgentPresenceTest, ProcessesWithoutUsableNameAreSkipped, empty
 }
 
 SANDBOX_TEST_WITH(AgentPresenceTest, NothingRunsWithoutProc, noProc) {
-    OtherProgram const agent(PrivateMachine::InstallIdleAgent());
+    OtherProgram const agent(Sandbox::InstallIdleAgent());
     EXPECT_FALSE(IsRunning());
     EXPECT_TRUE(UnixPlatform::IsConfigured()) << "always";
 }
@@ -143,7 +143,7 @@ SANDBOX_TEST_WITH(AgentPresenceTest, NothingRunsWithoutProc, noProc) {
 // Resources
 
 SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
-    OtherProgram const running(PrivateMachine::InstallIdleAgent());
+    OtherProgram const running(Sandbox::InstallIdleAgent());
     EXPECT_TRUE(IsRunning());
     long const before = CountOpenDescriptors();
     {
@@ -155,7 +155,7 @@ SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
 }
 
 SANDBOX_TEST(AgentPresenceTest, NothingRunsWithoutAFreeDescriptor) {
-    OtherProgram const running(PrivateMachine::InstallIdleAgent());
+    OtherProgram const running(Sandbox::InstallIdleAgent());
     int const next = ExchangeFiles::NextDescriptor();
     rlimit usual{};
     ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &usual));
@@ -168,7 +168,7 @@ SANDBOX_TEST(AgentPresenceTest, NothingRunsWithoutAFreeDescriptor) {
 
 // The paths of real processes fit into the object, so only a long name needs memory.
 TEST(AgentPresenceTest, SearchDoesNotAllocate) {
-    PrivateMachine::Run([] { EXPECT_EQ(0U, AllocationsOf(IsRunning)); });
+    Sandbox::Run([] { EXPECT_EQ(0U, AllocationsOf(IsRunning)); });
 }
 
 SANDBOX_TEST_WITH(AgentPresenceTest, ExhaustedMemoryIsThrownWithTheDirectoryClosed, emptyProc) {

@@ -14,7 +14,7 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 // The state of the lock belongs to the process, so each case has a sandbox.
@@ -99,7 +99,7 @@ SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotForGood) {
     fs::remove(ExchangeFiles::requestDirectory);
     EXPECT_FALSE(Lock());
     EXPECT_FALSE(fs::exists(ExchangeFiles::requestDirectory));
-    PrivateMachine::CreateAgentDirectories();
+    Sandbox::CreateAgentDirectories();
     fs::create_directory(lockFile);
     EXPECT_FALSE(Lock());
     fs::remove(lockFile);
@@ -117,7 +117,7 @@ SANDBOX_TEST(ClientComplianceLockTest, MissingRightsAreNotForGood) {
     WriteWholeFile(lockFile, "");
     fs::permissions(lockFile, fs::perms(0444));
     OtherProcess ordinary([](Handshake& line) {
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_FALSE(Lock());
         line.Tell();
         line.Await();

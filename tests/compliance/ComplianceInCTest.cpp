@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 

@@ -59,7 +59,7 @@ Document const documents[] = {{requestDirectory, requestFile, requestTemporary, 
 
 void ForEachDocument(void (*body)(Document const&)) {
     for (Document const& document : documents)
-        PrivateMachine::RunWithDirectories([&] { body(document); });
+        Sandbox::RunWithDirectories([&] { body(document); });
 }
 
 struct stat StatusOf(string const& path) {

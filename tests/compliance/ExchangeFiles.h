@@ -9,7 +9,7 @@
 #include <unistd.h>
 
 #include "tests/files/Files.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace ExchangeFiles {
 

@@ -1,4 +1,4 @@
-// Processes that are mere files, for a private machine with an empty /proc.
+// Processes that are mere files, for a sandbox with an empty /proc.
 #pragma once
 
 #include <filesystem>
@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
-inline PrivateMachine::Options const emptyProc{.proc = PrivateMachine::Proc::empty};
-inline PrivateMachine::Options const noProc{.proc = PrivateMachine::Proc::none};
+inline Sandbox::Options const emptyProc{.proc = Sandbox::Proc::empty};
+inline Sandbox::Options const noProc{.proc = Sandbox::Proc::none};
 
 // What is left out does not exist.
 struct FakeProcess {

@@ -10,7 +10,7 @@
 
 #include "compliance/Compliance.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"

@@ -13,7 +13,7 @@
 
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/system/RecordLock.h"
 
@@ -72,11 +72,11 @@ TEST_F(InterProcessLockTest, ThrowsIfTheFileCannotBeOpenedAndLeavesNoDescriptor)
 }
 
 TEST_F(InterProcessLockTest, ThrowsIfTheFileMayNotBeWritten) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         WriteWholeFile("/opt/lockfile", "");
         fs::permissions("/opt/lockfile", fs::perms(0444));
         fs::permissions("/opt", fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_THROW(InterProcessLock("/opt/lockfile"), InterProcessLockCreateError);
         EXPECT_THROW(InterProcessLock("/opt/other"), InterProcessLockCreateError);
     });

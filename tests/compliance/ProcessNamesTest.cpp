@@ -18,7 +18,7 @@
 #include "tests/compliance/FakeProcess.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -93,10 +93,10 @@ TEST(ProcessNamesTest, ReadsThisProcess) {
 
 // Deliberate: the system appends a mark to the link, and the mark belongs to the name.
 SANDBOX_TEST(ProcessNamesTest, RemovedProgramHasAnotherName) {
-    OtherProgram const agent(PrivateMachine::InstallIdleAgent());
+    OtherProgram const agent(Sandbox::InstallIdleAgent());
     EXPECT_EQ((Facts{"VeskaClient", getpid(), 0, 0}), Ask(Id(agent.pid())));
-    EXPECT_EQ(PrivateMachine::agentProgram, PathOf(Id(agent.pid())));
-    fs::remove(PrivateMachine::agentProgram);
+    EXPECT_EQ(Sandbox::agentProgram, PathOf(Id(agent.pid())));
+    fs::remove(Sandbox::agentProgram);
     EXPECT_EQ("VeskaClient (deleted)", NameOf(Id(agent.pid())));
 }
 
@@ -122,7 +122,7 @@ Name NameForOtherUser(char const* commandName) {
     target.Tell();
     target.Await();
     OtherProcess prober([&](Handshake& line) {
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ(nullopt, PathOf(Id(target.pid())));
         Name const name = NameOf(Id(target.pid()));
         EXPECT_EQ((Facts{name, 2, 0, 0}), Ask(Id(target.pid())));
@@ -317,8 +317,8 @@ SANDBOX_TEST_WITH(ProcessNamesTest, OnlyTheFirst511BytesOfStatusCount, emptyProc
 
 TEST(ProcessNamesTest, WhetherPathsWorkIsFoundOutOnce) {
     string const self = "2"; // the body of a sandbox
-    PrivateMachine::Run([] { EXPECT_TRUE(ProcessIdToPathWorks()); });
-    PrivateMachine::Run(emptyProc, [&] {
+    Sandbox::Run([] { EXPECT_TRUE(ProcessIdToPathWorks()); });
+    Sandbox::Run(emptyProc, [&] {
         EXPECT_FALSE(ProcessIdToPathWorks());
         MakeFakeProcess(self, {.exe = "/a/b"});
         EXPECT_FALSE(ProcessIdToPathWorks());
@@ -326,7 +326,7 @@ TEST(ProcessNamesTest, WhetherPathsWorkIsFoundOutOnce) {
         forked.Wait();
     });
     for (size_t const length : {4, 1023, 1024})
-        PrivateMachine::Run(emptyProc, [&] {
+        Sandbox::Run(emptyProc, [&] {
             MakeFakeProcess(self, {.exe = string(length, 'p')});
             EXPECT_EQ(length < 1024, ProcessIdToPathWorks());
             fs::remove_all("/proc/" + self);

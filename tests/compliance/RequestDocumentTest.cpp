@@ -9,7 +9,7 @@
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/Records.h"
 #include "tests/files/Entries.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 
 namespace {
@@ -165,7 +165,7 @@ SANDBOX_TEST(RequestDocumentTest, AnyEntryOfTheNameExists) {
 SANDBOX_TEST(RequestDocumentTest, EntryThatCannotBeExaminedCountsAsAbsent) {
     WriteWholeFile(requestFile, "");
     std::filesystem::permissions(requestDirectory, std::filesystem::perms::none);
-    PrivateMachine::DropPrivileges();
+    Sandbox::DropPrivileges();
     EXPECT_FALSE(ClientComplianceRequestExists());
 }
 

@@ -11,7 +11,7 @@
 #include "tests/compliance/Records.h"
 #include "tests/files/Entries.h"
 #include "tests/support/OpenDescriptors.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 
 namespace {

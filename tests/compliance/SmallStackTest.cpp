@@ -15,7 +15,7 @@
 
 #include "compliance/Compliance.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 
@@ -118,7 +118,7 @@ protected:
 class SmallStackTest : public HardenedBuildTest, public testing::WithParamInterface<std::size_t> {};
 
 TEST_P(SmallStackTest, SucceedsOrEndsInTheGuardPage) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         StackAboveCanary const stack(GetParam() * KiB);
         ExitStatus const end = EvaluateOn(stack);
         EXPECT_TRUE(end == ExitStatus::Exited(0) || end == ExitStatus::Killed(SIGSEGV)) << end;
@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(KiB, SmallStackTest, testing::Range<std::size_t>(32, 96
                          testing::PrintToStringParamName());
 
 TEST_F(HardenedBuildTest, SucceedsOnTheDocumentedStackSize) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         StackAboveCanary const stack(documentedStackSize);
         EXPECT_EQ(ExitStatus::Exited(0), EvaluateOn(stack));
         EXPECT_EQ(0u, stack.ChangedBytesOfCanary());

@@ -1,4 +1,4 @@
-// The stand-in agent as a program, on private machines: requests are raw bytes put under its nose,
+// The stand-in agent as a program, in sandboxes: requests are raw bytes put under its nose,
 // and at the end the real tool.
 #include <gtest/gtest.h>
 
@@ -16,13 +16,13 @@
 
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 
 namespace {
 
 using namespace ExchangeFiles;
-using PrivateMachine::agentProgram;
+using Sandbox::agentProgram;
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
@@ -40,7 +40,7 @@ bool Await(std::function<bool()> const& condition, milliseconds limit = millisec
 class StandIn {
 public:
     explicit StandIn(std::string const& scenario) {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
+        Sandbox::InstallAgent(VESKA_CLIENT);
         WriteWholeFile(scenarioFile, scenario);
         program =
             std::make_unique<OtherProgram>(std::vector<std::string>{agentProgram, scenarioFile});
@@ -113,8 +113,8 @@ ProgramResult RunWithScenario(std::string const& scenario) {
 }
 
 TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
+    Sandbox::Run([] {
+        Sandbox::InstallAgent(VESKA_CLIENT);
         ProgramResult const result = RunWithScenario("# fine\nfinish\nprogress x\n");
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
         EXPECT_EQ("", result.output);
@@ -127,7 +127,7 @@ TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
 }
 
 SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
-    PrivateMachine::InstallAgent(VESKA_CLIENT);
+    Sandbox::InstallAgent(VESKA_CLIENT);
     for (std::string const name : {"/opt/missing", "/opt"}) {
         ProgramResult const result = RunStandIn({name});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
@@ -139,8 +139,8 @@ SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
 }
 
 TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent(VESKA_CLIENT);
+    Sandbox::Run([] {
+        Sandbox::InstallAgent(VESKA_CLIENT);
         WriteWholeFile(scenarioFile, "finish\n");
         for (char const* const file : {scenarioFile, DEMO_SCENARIO}) {
             ProgramResult const result = RunStandIn({"--check", file});
@@ -152,7 +152,7 @@ TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
 }
 
 SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
-    PrivateMachine::InstallAgent(VESKA_CLIENT);
+    Sandbox::InstallAgent(VESKA_CLIENT);
     std::string const usage = RunStandIn({"--help"}).output;
     EXPECT_TRUE(usage.starts_with("Usage: VeskaClient SCENARIO\n"));
     for (std::vector<std::string> const& arguments :
@@ -182,7 +182,7 @@ TEST(StandInAgentTest, VersionIsThatOfTheProject) {
 }
 
 TEST(StandInAgentTest, MakesTheDirectoriesWhereTheyAreMissing) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         StandIn agent("finish\n");
         EXPECT_TRUE(std::filesystem::is_directory(requestDirectory));
         EXPECT_TRUE(std::filesystem::is_directory(responseDirectory));
@@ -217,8 +217,8 @@ SANDBOX_TEST(StandInAgentTest, StopsWhileAFifoInThePlaceOfTheRequestBlocksIt) {
 }
 
 TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
-    PrivateMachine::Run([] {
-        PrivateMachine::InstallAgent("/bin/sleep");
+    Sandbox::Run([] {
+        Sandbox::InstallAgent("/bin/sleep");
         OtherProgram const other({agentProgram, "1000"});
         std::filesystem::create_directory("/opt/second");
         std::filesystem::copy_file(VESKA_CLIENT, "/opt/second/VeskaClient");

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 #include "tests/system/Documents.h"
 
@@ -62,7 +62,7 @@ void Expect(int status, std::string const& output, std::string const& errors,
 // On a machine that has never had an agent.
 void ExpectRefused(Arguments const& command, int status, std::string const& output,
                    std::string const& errors) {
-    PrivateMachine::Run([&] { Expect(status, output, errors, RunProgram(command, WithTool())); });
+    Sandbox::Run([&] { Expect(status, output, errors, RunProgram(command, WithTool())); });
 }
 
 struct Example {
@@ -80,7 +80,7 @@ class ExampleTest : public testing::TestWithParam<Example> {};
 
 TEST_P(ExampleTest, PrintsAndExits) {
     Example const& example = GetParam();
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         ScriptedAgent const agent(example.script);
         Expect(example.status, example.output, example.errors,
                RunProgram(example.command, WithTool()));
@@ -159,7 +159,7 @@ SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
 }
 
 TEST(ExamplesTest, PythonTellsTheCodeOfARefusal) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         Expect(1, "",
                "compliance.py: the evaluation could not be opened: another process holds the lock, "
                "or the agent is not installed (-6)\n",

@@ -149,10 +149,10 @@ TEST_F(FileItemTest, RefusedTimesHaveAMappingOfTheirOwn) {
                 throw FilePermissionError(file, error);
             throw FileIOError(file, error);
         });
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         fs::permissions(directory.path(), fs::perms(0755));
         fs::permissions(name, fs::perms(0444));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         if (StatsOf().st_uid == getuid())
             GTEST_SKIP() << "the machine knows no second user";
         EXPECT_EQ("FileIOError EPERM" + on, Thrown([&] { item.SetModificationTime(Instant(0)); }));

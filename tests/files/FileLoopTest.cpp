@@ -137,18 +137,18 @@ TEST_F(FileLoopTest, DirectoryThatCannotBeListedIsAnEmptyLoop) {
         EXPECT_FALSE(loop.HasItem()) << where.Text();
         EXPECT_FALSE((++loop).HasItem());
     }
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         fs::permissions(directory.path(), fs::perms(0111));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_FALSE(Loop(here, false, nullptr).HasItem());
     });
 }
 
 TEST_F(FileLoopTest, ReportsEntriesThatMayNotBeExamined) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         Make({"a", "b"});
         fs::permissions(directory.path(), fs::perms(0444));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ("FilePermissionError EACCES" + On(directory / "a"),
                   Thrown([&] { Loop(here, true, nullptr); }));
         Loop loop;

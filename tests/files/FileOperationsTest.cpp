@@ -158,7 +158,7 @@ TEST_F(FileOperationsTest, CreationThatTheSystemRefusesHasItsReason) {
         expect("FileIOError EROFS");
         disk.MakeWritable();
         fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         expect("FilePermissionError EACCES");
     });
 }
@@ -255,7 +255,7 @@ TEST_F(FileOperationsTest, DeletionThatTheSystemRefusesHasItsReason) {
         expect("FileIOError EROFS");
         disk.MakeWritable();
         fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         expect("FilePermissionError EACCES");
     });
 }

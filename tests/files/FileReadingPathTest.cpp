@@ -74,10 +74,10 @@ TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndLeavesNothingOpen) {
 }
 
 TEST_F(FileReadingPathTest, FileOutOfReachIsAPermissionError) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         chmod(directory.path().c_str(), 0755);
         chmod(name.c_str(), 0);
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ("FilePermissionError EACCES" + on, Thrown([&] { FileReadingPath{file}; }));
     });
 }

@@ -25,7 +25,7 @@
 #include "tests/files/Thrown.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
 
@@ -43,7 +43,7 @@ inline std::string Text(UnixPlatform::FileLocation const& location) { return loc
 // Runs the body with a file system of its own, open to everybody, in a sandbox.
 inline void OnDisk(SmallFileSystemOptions const& options,
                    std::function<void(SmallFileSystem&)> const& body) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         SmallFileSystem disk("/opt/disk", options);
         body(disk);
     });
@@ -51,7 +51,7 @@ inline void OnDisk(SmallFileSystemOptions const& options,
 
 // Runs the body in a sandbox whose /tmp is empty, and removed at the end.
 inline void WithEmptyTmp(std::function<void()> const& body) {
-    PrivateMachine::Run({.emptyPlaces = {"/tmp"}}, body);
+    Sandbox::Run({.emptyPlaces = {"/tmp"}}, body);
 }
 
 // Expects that each error number of a failing call reaches the mapper, once and unchanged: what the

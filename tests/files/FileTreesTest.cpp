@@ -108,14 +108,14 @@ TEST_F(FileTreesTest, TreeThatTheSystemRefusesKeepsTheLevelsAbove) {
     OnDisk({.inodes = 2}, [](SmallFileSystem& disk) {
         EXPECT_EQ("FileIOError ENOSPC" + On(disk / "a/b"), TreeThrows(disk / "a/b/c"));
         fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ("FilePermissionError EACCES" + On(disk / "x"), TreeThrows(disk / "x/y"));
     });
 }
 
 // A recursion would need a level of the stack for each of 100,000 components.
 TEST_F(FileTreesTest, HugePathFailsAtTheSystemsLimitWithoutADeepStack) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         std::string const path = DeepPath("/opt/deep", "/a", 200'000);
         std::string const last = DeepPath("/opt/deep", "/a", maxPathLength);
         RunOnSmallStack(smallStack, [&] {
@@ -129,7 +129,7 @@ TEST_F(FileTreesTest, HugePathFailsAtTheSystemsLimitWithoutADeepStack) {
 }
 
 TEST_F(FileTreesTest, DeepTreeIsCopiedAndDeletedWithoutADeepStack) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         // 580 levels: deep enough to fill the stack, and soon done.
         std::string const deepest = DeepPath("", "/abcdef", maxPathLength - 14);
         fs::create_directories("/opt/from" + deepest);
@@ -259,7 +259,7 @@ TEST_F(FileTreesTest, DirectoryThatCannotBeReadIsCopiedAsAnEmptyOne) {
         fs::create_directory(disk / "from");
         MakeEntry(disk / "from/closed", "full directory");
         fs::permissions(disk / "from/closed", fs::perms(0));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         CopyDirectoryContents(At(disk / "from"), At(disk / "to"));
         EXPECT_EQ(DescribeTree(disk / "to"), (Tree{{"closed", "directory"}}));
     });
@@ -282,7 +282,7 @@ TEST_F(FileTreesTest, FullDiskEndsTheCopyWithWhatIsDone) {
 
 // Deliberate: the copy is found by the walk, as long as the system takes the path.
 TEST_F(FileTreesTest, CopyIntoItselfEndsAtTheLongestPath) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         std::string const name(250, 'x');
         fs::create_directory("/opt/from");
         std::string const last = DeepPath("/opt/from", "/" + name, maxPathLength) + "/" + name;

@@ -260,7 +260,7 @@ TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas
         EXPECT_LT(0u, failures);
         EXPECT_EQ(failures + 1, EntriesIn("/tmp")) << "what was created stays";
         fs::permissions("/tmp", fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
         EXPECT_EQ("/before", Text(result));
     });

@@ -13,7 +13,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from results import failed, finished, row, time_text, write  # noqa: E402
-from support import SOURCE, VERSION, on_private_machine  # noqa: E402
+from support import SOURCE, VERSION, in_sandbox  # noqa: E402
 
 INTEGRATION = SOURCE / "integrations/monitoring"
 CHECK = INTEGRATION / "check_compliance"
@@ -323,7 +323,7 @@ JUDGE = SCENARIO + 'status=0; "$check" "$@" || status=$?; echo "status $status"\
 
 class EvaluationTest(CheckTest):
     def evaluate(self, scenario, *arguments, script=JUDGE):
-        return on_private_machine(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK,
+        return in_sandbox(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK,
                                   scenario, "-s", "Compliant", *arguments)
 
     def test_rows_of_the_agent_decide(self):
@@ -403,7 +403,7 @@ class IcingaTest(unittest.TestCase):
             plugin.write_text("#!/bin/sh\nexit 2\n", encoding="utf-8")
             plugin.chmod(0o755)
             os.chmod(scratch, 0o755)
-            return on_private_machine(ICINGA, INTEGRATION / "icinga2-compliance.conf", scratch,
+            return in_sandbox(ICINGA, INTEGRATION / "icinga2-compliance.conf", scratch,
                                       "\n".join(f"vars.compliance_{name} = {value}"
                                                 for name, value in variables.items()))
 

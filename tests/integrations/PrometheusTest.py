@@ -17,7 +17,7 @@ import urllib.parse
 import urllib.request
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
-from support import SOURCE, on_private_machine, run  # noqa: E402
+from support import SOURCE, in_sandbox, run  # noqa: E402
 
 HERE = pathlib.Path(__file__).resolve().parent
 INTEGRATION = SOURCE / "integrations/prometheus"
@@ -132,7 +132,7 @@ class PrometheusTest(unittest.TestCase):
         self.metrics = self.textfile / "compliance.prom"
 
     def evaluate(self, scenario, *arguments):
-        on_private_machine(EVALUATE, os.environ["CC_AGENT"], os.environ["CC_QUERY"], scenario,
+        in_sandbox(EVALUATE, os.environ["CC_AGENT"], os.environ["CC_QUERY"], scenario,
                            "--prometheus", self.metrics, *arguments,
                            "http://example.com/", "Baseline.xml")
 

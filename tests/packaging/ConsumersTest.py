@@ -7,7 +7,7 @@ import shlex
 import tempfile
 import unittest
 
-from support import CC, CXX, PREFIX, library_directory, on_private_machine, run
+from support import CC, CXX, PREFIX, library_directory, in_sandbox, run
 
 CONSUMERS = pathlib.Path(__file__).resolve().parent / "consumers"
 
@@ -36,7 +36,7 @@ class Consumers(unittest.TestCase):
         return shlex.split(run("pkg-config", *arguments, "clientcompliance", env=environment))
 
     def output_of(self, program, script='"$1"'):
-        return on_private_machine(script, program, env={**os.environ, **self.environment})
+        return in_sandbox(script, program, env={**os.environ, **self.environment})
 
     def check_c(self, program):
         self.assertEqual(self.output_of(program), IN_C)

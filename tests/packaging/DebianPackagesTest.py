@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support import BUILD, CC, SOURCE, VERSION, links_of_documents, on_private_machine, run
+from support import BUILD, CC, SOURCE, VERSION, links_of_documents, in_sandbox, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
@@ -119,11 +119,11 @@ class ScratchRootTest(unittest.TestCase):
             self.lib / "libclientcompliance.so.1", self.lib / "libclientcompliance.a")
 
     def test_has_a_tool_that_runs_where_no_agent_is(self):
-        output = on_private_machine('"$1" -d', self.root / "usr/bin/ClientCompliance")
+        output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
 
     def test_has_a_stand_in_agent_that_the_tool_gets_its_rows_from(self):
-        output = on_private_machine(TRIAL, self.root / "usr/bin/ClientCompliance",
+        output = in_sandbox(TRIAL, self.root / "usr/bin/ClientCompliance",
                                     self.root / "usr/libexec/clientcompliance/VeskaClient",
                                     self.root / "usr/share/clientcompliance/demo.scenario")
         self.assertIn("\nCOMPLIANCE_ResultCount is 4.\n    Designator: ", output)
@@ -143,7 +143,7 @@ class ScratchRootTest(unittest.TestCase):
         flags = shlex.split(run(*command, env=environment))
         program = self.root / "program"
         run(CC, CONSUMERS / "InC.c", "-o", program, *flags)
-        output = on_private_machine('"$1"', program,
+        output = in_sandbox('"$1"', program,
                                     env={**os.environ, "LD_LIBRARY_PATH": str(self.lib)})
         self.assertTrue(output.startswith("open -6\n"), output)
 

@@ -8,7 +8,7 @@ import tempfile
 import unittest
 
 from support import (BUILD, CC, CXX, PREFIX, SOURCE, VERSION, install, library_directory,
-                     links_of_documents, on_private_machine, run)
+                     links_of_documents, in_sandbox, run)
 
 
 def files_below(directory):
@@ -132,7 +132,7 @@ class InstallTest(unittest.TestCase):
 
 class ToolTest(unittest.TestCase):
     def test_runs_where_no_agent_was_ever_installed(self):
-        output = on_private_machine('"$1" -d; echo "status $?"', PREFIX / "bin/ClientCompliance")
+        output = in_sandbox('"$1" -d; echo "status $?"', PREFIX / "bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\nstatus 0\n")
 
     def test_needs_no_other_file(self):

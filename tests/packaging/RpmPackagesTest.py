@@ -6,7 +6,7 @@ import pathlib
 import tempfile
 import unittest
 
-from support import SOURCE, VERSION, links_of_documents, on_private_machine, run
+from support import SOURCE, VERSION, links_of_documents, in_sandbox, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
@@ -70,7 +70,7 @@ class ScratchRootTest(unittest.TestCase):
         self.assertEqual(dead, [])
 
     def test_has_a_tool_that_runs_where_no_agent_is(self):
-        output = on_private_machine('"$1" -d', self.root / "usr/bin/ClientCompliance")
+        output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
 
 

@@ -1,4 +1,4 @@
-"""What the packaging tests share: where things are, running programs, a private machine."""
+"""What the packaging tests share: where things are, running programs, a sandbox."""
 
 import os
 import pathlib
@@ -53,17 +53,17 @@ EMPTY = "mount -t tmpfs none /opt && mount -t tmpfs none /var/opt"
 
 
 def machine():
-    """The words that begin a command on a private machine, or a skipped test without one."""
+    """The words that begin a command in a sandbox, or a skipped test without one."""
     for more in ([], ["--user", "--map-root-user"]):
         words = MACHINE + more
         if subprocess.run([*words, "sh", "-c", EMPTY], capture_output=True).returncode == 0:
             return words
-    message = "This host forbids the namespaces of a private machine: nothing is proved here."
+    message = "This host forbids the namespaces of a sandbox: nothing is proved here."
     if os.environ.get("CI"):
         raise AssertionError(message)
     raise unittest.SkipTest(message)
 
 
-def on_private_machine(script, *arguments, **options):
+def in_sandbox(script, *arguments, **options):
     """The output of a shell script that sees an empty /opt and /var/opt and its own processes."""
     return run(*machine(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)

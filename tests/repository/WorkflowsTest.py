@@ -52,7 +52,7 @@ def known_words(script):
     """The arguments that the head of a script or its usage text names, and what it lists."""
     if script == "scripts/fuzz":
         return set(os.listdir(SOURCE / "fuzz/corpus"))
-    if script == "scripts/torture":
+    if script == "scripts/stress":
         listed = subprocess.run([SOURCE / script, "--list"], check=True, capture_output=True,
                                 text=True, timeout=60).stdout
         return {line.split()[0] for line in listed.splitlines()}
@@ -83,7 +83,7 @@ class StepsTest(unittest.TestCase):
 
     def test_run_all_targets_and_all_sections_each_week(self):
         weekly = dict(workflows())["weekly.yml"]["jobs"]
-        for job, script in (("fuzz", "scripts/fuzz"), ("stress", "scripts/torture")):
+        for job, script in (("fuzz", "scripts/fuzz"), ("stress", "scripts/stress")):
             (values,) = weekly[job]["strategy"]["matrix"].values()
             self.assertEqual(sorted(values), sorted(known_words(script)))
 

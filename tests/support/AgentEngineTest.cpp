@@ -13,7 +13,7 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/Entries.h"
 #include "tests/support/FailingAllocation.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <ostream>
 #include <stdexcept>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
 
 namespace {
@@ -121,7 +121,7 @@ Entries ReadFromDisk() {
         entries[fs::path(requestDirectory) / entry.path().filename()] = EntryOnDisk(entry.path());
     for (auto const& entry : fs::directory_iterator(directoryOfResponses))
         entries[entry.path()] = EntryOnDisk(entry.path());
-    for (char const* const path : {Entry::elsewhere, PrivateMachine::agentProgram, agentLink})
+    for (char const* const path : {Entry::elsewhere, Sandbox::agentProgram, agentLink})
         ReadInto(entries, path);
     return entries;
 }

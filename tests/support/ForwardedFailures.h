@@ -2,7 +2,7 @@
 //
 // A check that fails in a forked child would only mark the child's copy of the test. Here it is
 // sent up the line and made again in the parent, with its file, line and text. Used by OtherProcess
-// and PrivateMachine; a test has no need of it.
+// and Sandbox; a test has no need of it.
 #pragma once
 
 #include <gtest/gtest.h>

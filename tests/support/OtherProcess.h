@@ -1,6 +1,6 @@
 // Processes beside the one that runs a test: a forked body, or a program.
 //
-// All of it works inside a PrivateMachine and outside, as any user. What goes wrong in the support
+// All of it works inside a Sandbox and outside, as any user. What goes wrong in the support
 // itself (a time limit, a failed fork or exec) is a std::runtime_error, which gtest and the bodies
 // turn into a failure, so a test never hangs. No process outlives the object that made it.
 #pragma once

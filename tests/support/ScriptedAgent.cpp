@@ -10,7 +10,7 @@
 
 #include "tests/support/Entries.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -68,8 +68,8 @@ AgentRecord::AgentRecord(std::string_view text) {
 }
 
 ScriptedAgent::ScriptedAgent(AgentScript const& script) : steps(script.size()) {
-    PrivateMachine::InstallAgent(CC_SCRIPTED_AGENT_PROGRAM);
-    program = std::make_unique<OtherProgram>(std::vector<std::string>{PrivateMachine::agentProgram},
+    Sandbox::InstallAgent(CC_SCRIPTED_AGENT_PROGRAM);
+    program = std::make_unique<OtherProgram>(std::vector<std::string>{Sandbox::agentProgram},
                                              ProgramOptions{.input = script.text()});
 }
 

@@ -49,7 +49,7 @@ struct AgentRecord {
 
 // The agent as a process: installs its program and starts it; killed with the object.
 //
-// REQUIRES: the body of a PrivateMachine with the agent's directories.
+// REQUIRES: the body of a Sandbox with the agent's directories.
 class ScriptedAgent {
 public:
     static constexpr char const* requestDirectory = "/var/opt/VeskaClient/RequestDir";

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ SANDBOX_TEST(ScriptedAgentTest, ProcessOfTheNamePlaysTheScriptInRealTime) {
     ScriptedAgent agent(
         AgentScript().AwaitRequest().PauseUntil(milliseconds(150)).RemoveRequest().AwaitRequest());
     // The machine, this body and the agent.
-    EXPECT_EQ(PrivateMachine::agentProgram, fs::read_symlink("/proc/3/exe"));
+    EXPECT_EQ(Sandbox::agentProgram, fs::read_symlink("/proc/3/exe"));
     PublishFile(ScriptedAgent::request, "first");
     EXPECT_EQ("first", agent.AwaitRequests(1)[0].bytes);
     agent.AwaitSteps(3);

@@ -1,7 +1,7 @@
-// A tmpfs of a given size inside a private machine: full disks, read-only disks, and a second file
+// A tmpfs of a given size inside a sandbox: full disks, read-only disks, and a second file
 // system to move files to.
 //
-// REQUIRES: the body of a PrivateMachine that has not dropped its privileges.
+// REQUIRES: the body of a Sandbox that has not dropped its privileges.
 #pragma once
 
 #include <cerrno>

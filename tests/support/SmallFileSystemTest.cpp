@@ -6,7 +6,7 @@
 
 #include <fcntl.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
@@ -78,7 +78,7 @@ SANDBOX_TEST(LockTest, DescriptorIsNotHandedToOtherPrograms) {
 // What it left is a whole request, and in the way of the next tool. No signal is caught.
 TEST(LockTest, RequestOfAToolThatASignalEndedStays) {
     for (int const signal : {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1}) {
-        PrivateMachine::RunWithDirectories([&] {
+        Sandbox::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
             Tool tool(request);
             agent.AwaitEnd();

@@ -7,7 +7,7 @@
 
 #include <sys/resource.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/Sanitizers.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "tests/support/Entries.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
@@ -18,7 +18,7 @@
 namespace {
 
 namespace fs = std::filesystem;
-using PrivateMachine::agentProgram;
+using Sandbox::agentProgram;
 
 void ExpectRefusal(int code, Arguments const& arguments = {"-c", "url", "doc"}) {
     ToolRun const run = RunTool(arguments);
@@ -36,11 +36,11 @@ void ExpectRefusalWithoutRights(int code) {
 // -6: the lock could not be taken.
 
 TEST(RefusalsTest, LockFileThatCannotBeOpened) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ExpectRefusal(-6);
         EXPECT_TRUE(fs::is_empty("/var/opt"));
     });
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         fs::create_directory(ScriptedAgent::lockFile);
         ExpectRefusal(-6);
         fs::remove_all(ScriptedAgent::requestDirectory);
@@ -132,7 +132,7 @@ void PrintTo(NamedEntry const& named, std::ostream* out) { *out << named.name; }
 class RefusingEntryTest : public testing::TestWithParam<NamedEntry> {};
 
 TEST_P(RefusingEntryTest, CountsAsInstalledIfItStats) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         fs::create_directories("/opt/VeskaClient/bin");
         Place(GetParam(), agentProgram);
         ExpectRefusal(GetParam().stats ? -2 : -1);
@@ -140,7 +140,7 @@ TEST_P(RefusingEntryTest, CountsAsInstalledIfItStats) {
 }
 
 TEST_P(RefusingEntryTest, CountsAsWaitingRequest) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         ScriptedAgent agent;
         Place(GetParam(), ScriptedAgent::request);
         ExpectRefusal(-5);

@@ -8,7 +8,7 @@
 
 #include <sys/stat.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
 
@@ -23,7 +23,7 @@ struct Command {
 
 // Publishing takes no time, so the tool is killed as soon as its first request has been seen.
 void ExpectOpenRequests(std::vector<Command> const& commands) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         AgentScript script;
         for (size_t i = 0; i < commands.size(); ++i)
             script.AwaitRequest().RemoveRequest();
@@ -122,7 +122,7 @@ TEST(RequestBytesTest, EveryByteButNulInLongArguments) {
 
 TEST(RequestBytesTest, FilesHaveTheModeOfTheUmask) {
     for (mode_t const mask : {0, 022, 077}) {
-        PrivateMachine::RunWithDirectories([&] {
+        Sandbox::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
             Tool tool({"-d"}, {.prepare = [&] {
                           umask(mask);

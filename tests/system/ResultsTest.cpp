@@ -9,7 +9,7 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
 
@@ -25,7 +25,7 @@ std::string ProgressOfState(std::string const& state) {
 
 // An evaluation with these answers to its polls. A close is sent, and the exit status is 0.
 void ExpectOutput(std::string const& output, Answers const& answers) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         auto const evaluation = Evaluate(WholeEvaluation(answers));
         EXPECT_EQ(output, evaluation.tool.output);
         EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);

@@ -12,7 +12,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
 
@@ -78,15 +78,15 @@ protected:
 };
 
 TEST_P(ClosedDescriptorsTest, AreHeldByDevNull) {
-    PrivateMachine::RunWithDirectories([] { ExpectHeldBy("/dev/null"); });
+    Sandbox::RunWithDirectories([] { ExpectHeldBy("/dev/null"); });
 }
 
 TEST_P(ClosedDescriptorsTest, AreHeldByTheRootDirectoryWithoutDevNull) {
-    PrivateMachine::RunWithDirectories([] { ExpectHeldBy("/"); }, {.emptyPlaces = {"/dev"}});
+    Sandbox::RunWithDirectories([] { ExpectHeldBy("/"); }, {.emptyPlaces = {"/dev"}});
 }
 
 TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ToolRun const refused = RunTool({"-d"}, Options());
         EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : OpenError(-6), refused.output);
         EXPECT_EQ(ExitStatus::Exited(0), refused.status);
@@ -109,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
 TEST(StandardDescriptorsTest, FailingOutputChangesNeitherTheExchangeNorTheStatus) {
     for (auto const& options :
          {WithOutputTo("/dev/full", O_WRONLY), WithOutputTo("/dev/null", O_RDONLY)}) {
-        PrivateMachine::RunWithDirectories([&] {
+        Sandbox::RunWithDirectories([&] {
             EXPECT_EQ(ExitStatus::Exited(255), RunTool({}, options).status);
             EXPECT_EQ(ExitStatus::Exited(0), RunTool({"-d"}, options).status);
             ScriptedAgent agent(TwoPolls());

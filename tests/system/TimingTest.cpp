@@ -15,7 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
 
@@ -65,7 +65,7 @@ class AnsweredTest : public testing::TestWithParam<Answered> {};
 
 TEST_P(AnsweredTest, AtTheLook) {
     Answered const& test = GetParam();
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         AgentScript script = test.script;
         auto const evaluation = Evaluate(script.Answer(finishedWithoutRows).Answer(CloseAnswer()));
         EXPECT_EQ(noRows, evaluation.tool.output);
@@ -187,7 +187,7 @@ SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
 class UnreadableResponseTest : public testing::TestWithParam<char const*> {};
 
 TEST_P(UnreadableResponseTest, GivesMinus7) {
-    PrivateMachine::RunWithDirectories([] {
+    Sandbox::RunWithDirectories([] {
         std::string const what = GetParam();
         if (what == "Garbage")
             WriteBytes(ScriptedAgent::response, "garbage");

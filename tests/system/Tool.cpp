@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -29,7 +29,7 @@ std::string CopyForEveryone() {
 }
 
 bool GiveUpRights() {
-    PrivateMachine::DropPrivileges();
+    Sandbox::DropPrivileges();
     return true;
 }
 
@@ -61,7 +61,7 @@ ToolRun RunToolWithoutRights(Arguments const& arguments) {
 }
 
 Evaluation Evaluate(AgentScript const& script, Arguments const& arguments) {
-    PrivateMachine::CreateAgentDirectories();
+    Sandbox::CreateAgentDirectories();
     ScriptedAgent const agent(script);
     ToolRun const run = RunTool(arguments);
     agent.AwaitEnd(std::chrono::seconds(1));

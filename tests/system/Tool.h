@@ -1,6 +1,6 @@
 // The real program, run as its users run it.
 //
-// For the body of a PrivateMachine. Whatever a test is about, the tool must not write to standard
+// For the body of a Sandbox. Whatever a test is about, the tool must not write to standard
 // error; that is checked with every run.
 #pragma once
 

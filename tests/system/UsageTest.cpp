@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/Tool.h"
 
 namespace {
@@ -56,7 +56,7 @@ void ExpectForEach(std::vector<Arguments> const& commands, std::string const& ou
 
 // Also that nothing is touched: a request would create the lock file first.
 void ExpectUsage(std::vector<Arguments> const& commands) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         ExpectForEach(commands, usage, 255);
         EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
     });
@@ -64,7 +64,7 @@ void ExpectUsage(std::vector<Arguments> const& commands) {
 
 // Without the agent's directories every request is refused at once.
 void ExpectRequest(std::vector<Arguments> const& commands) {
-    PrivateMachine::Run([&] { ExpectForEach(commands, OpenError(-6), 0); });
+    Sandbox::Run([&] { ExpectForEach(commands, OpenError(-6), 0); });
 }
 
 TEST(UsageTest, OneArgumentIsTheSwitchD) {
@@ -106,7 +106,7 @@ TEST(UsageTest, FlagsAreFrom0To15) {
 }
 
 TEST(UsageTest, NameOfTheProgramIsFixed) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
         ProgramResult const result = RunProgram({"/opt/other-name"});
         EXPECT_EQ(usage, result.output);
@@ -115,7 +115,7 @@ TEST(UsageTest, NameOfTheProgramIsFixed) {
 }
 
 TEST(UsageTest, EnvironmentAndInputChangeNothing) {
-    PrivateMachine::Run([] {
+    Sandbox::Run([] {
         ToolRun const run =
             RunTool({"-h"}, {.input = "-d\n",
                              .environment = {{"LC_ALL=de_DE.UTF-8", "POSIXLY_CORRECT=1"}}});

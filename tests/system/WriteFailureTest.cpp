@@ -15,7 +15,7 @@
 #include <unistd.h>
 
 #include "tests/support/Entries.h"
-#include "tests/support/PrivateMachine.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/system/Documents.h"
 #include "tests/system/RecordLock.h"
@@ -48,7 +48,7 @@ std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
 
 // A user without rights needs a lock file that everybody may write, and a mode of the directory.
 void OnMachineForEveryone(int directoryMode, std::function<void()> const& body) {
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         WriteBytes(ScriptedAgent::lockFile, "");
         fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(directoryMode));
@@ -143,7 +143,7 @@ class TemporaryEntryTest : public testing::TestWithParam<std::pair<char const*, 
 
 TEST_P(TemporaryEntryTest, BecomesTheRequest) {
     Entry const& entry = GetParam().second;
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         PlaceOnDisk(ScriptedAgent::requestTemp, entry);
         ScriptedAgent agent;
         ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
@@ -189,7 +189,7 @@ class InTheWayTest : public testing::TestWithParam<InTheWay> {};
 
 TEST_P(InTheWayTest, FailsSilentlyAfterTheRetries) {
     InTheWay const& test = GetParam();
-    PrivateMachine::RunWithDirectories([&] {
+    Sandbox::RunWithDirectories([&] {
         AgentScript script = UntilTheSleepBetweenPolls();
         AddSteps(script, ScriptedAgent::request, test.request);
         AddSteps(script, ScriptedAgent::requestTemp, test.temporary);

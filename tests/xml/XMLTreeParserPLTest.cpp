@@ -131,7 +131,7 @@ TEST(XMLTreeParserPLTest, FailedAllocationLeavesAValidTree) {
     EXPECT_GT(failures, 10u);
 }
 
-// The torture section Documents goes to a hundred times the depth, and of the attributes.
+// The stress section Documents goes to a hundred times the depth, and of the attributes.
 TEST(XMLTreeParserPLTest, ReadsDeepDocumentWithoutRecursion) {
     OnSmallStack([] {
         unsigned int const depth = 50'000;

@@ -144,12 +144,12 @@ TEST_F(FileCopiesTest, SourceThatCannotBeReadLeavesAnEmptyTarget) {
     OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
         WriteWholeFile(disk / "from", "content");
         fs::permissions(disk / "from", fs::perms(0));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ("FilePermissionError EACCES" + On(disk / "from"),
                   Thrown([&] { CopyFile(At(disk / "from"), At(disk / "to")); }));
         EXPECT_EQ(DescribeEntry(disk / "to"), "file ");
     });
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         if (!fs::is_regular_file("/proc/kmsg"))
             GTEST_SKIP() << "this system has no /proc/kmsg";
         ExpectBoth("FileIOError" + On("/proc/kmsg"), "/proc/kmsg", "file ");

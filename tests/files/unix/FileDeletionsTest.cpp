@@ -152,7 +152,7 @@ TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
         disk.MakeWritable();
         fs::permissions(disk / "tree", fs::perms(0555));
         fs::permissions(disk / "closed", fs::perms(0333));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         expect("FilePermissionError EACCES");
         // A directory that cannot be read fails at its removal only.
         EXPECT_NO_THROW(DeleteContents(At(disk / "closed")));

@@ -14,7 +14,7 @@ namespace {
 // the source and the destination.
 void AcrossFileSystems(
     std::function<void(std::string const& from, std::string const& to)> const& body) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         for (bool const back : {false, true}) {
             SmallFileSystem const one("/opt/one");
             SmallFileSystem const other("/opt/other");

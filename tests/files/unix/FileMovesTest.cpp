@@ -89,7 +89,7 @@ TEST_F(FileMovesTest, RefusedRenameReturnsAndMovesNothing) {
         EXPECT_NO_THROW(MoveFile(At(disk / "file"), At(disk / "to")));
         disk.MakeWritable();
         fs::permissions(disk.path(), fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_NO_THROW(MoveFile(At(disk / "file"), At(disk / "to")));
         EXPECT_EQ(DescribeTree(disk.path()), (Tree{{"file", "file content"}}));
     });
@@ -102,7 +102,7 @@ TEST_F(FileMovesTest, RefusedForcedMoveHasRemovedItsDestination) {
         MakeEntry(disk / "closed/from", "file");
         MakeEntry(disk / "to", "file");
         fs::permissions(disk / "closed", fs::perms(0555));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_NO_THROW(ForceMoveFile(At(disk / "closed/from"), At(disk / "to")));
         EXPECT_EQ(DescribeTree(disk.path()),
                   (Tree{{"closed", "directory"}, {"closed/from", "file content"}}));

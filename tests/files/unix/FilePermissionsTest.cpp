@@ -66,7 +66,7 @@ TEST_F(FilePermissionsTest, IsReadOnlyTellsWhetherThisProcessMayWrite) {
         disk.MakeWritable();
         struct stat stats = {};
         ASSERT_EQ(stat(link.c_str(), &stats), 0);
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_TRUE(At(link).IsReadOnly());
         EXPECT_FALSE(At("/dev/null").IsReadOnly());
         if (stats.st_uid == getuid())

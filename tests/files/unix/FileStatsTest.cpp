@@ -81,12 +81,12 @@ TEST_F(FileStatsTest, NothingIsThereThatCannotBeExamined) {
 }
 
 TEST_F(FileStatsTest, NothingIsThereThatIsOutOfReach) {
-    PrivateMachine::Run([&] {
+    Sandbox::Run([&] {
         MakeEntry(directory / "closed", "full directory");
         fs::create_symlink("closed/inside", directory / "link");
         fs::permissions(directory / "closed", fs::perms(0));
         fs::permissions(directory.path(), fs::perms(0755));
-        PrivateMachine::DropPrivileges();
+        Sandbox::DropPrivileges();
         EXPECT_EQ(Get("closed/inside"), EACCES);
         EXPECT_EQ(stats.State(), StatsNothingThere);
         EXPECT_EQ(Get("link"), EACCES);

@@ -1,0 +1,89 @@
+#include "tests/stress/Aftermath.h"
+
+#include <sstream>
+
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+// Each of the names in the listing is one of those that are known.
+void ExpectNamesAmong(std::string const& known, std::string const& listing) {
+    std::istringstream names(listing);
+    for (std::string name; names >> name;)
+        EXPECT_NE(std::string::npos, known.find(' ' + name + ' ')) << listing;
+}
+
+void ExpectRefusedByTheRequest() {
+    ScriptedAgent const silent;
+    std::string const request = ReadBytes(ScriptedAgent::request);
+    ToolRun const run = RunTool({"-c", "url", "doc"});
+    EXPECT_EQ(OpenError(-5), run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_EQ(request, ReadBytes(ScriptedAgent::request));
+}
+
+} // namespace
+
+namespace Stress {
+
+void ExpectFreeLock() {
+    int const file = open(ScriptedAgent::lockFile, O_RDWR | O_CLOEXEC);
+    if (file < 0) {
+        EXPECT_EQ(ENOENT, errno) << "the lock file can't be opened";
+        return;
+    }
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    EXPECT_EQ(0, fcntl(file, F_SETLK, &lock)) << "the lock is still held";
+    close(file);
+}
+
+void ExpectWholeRequest() {
+    std::string const whole[] = {OpenRequest("url", "doc", "0"), progressRequest, closeRequest};
+    Entry const request = EntryOnDisk(ScriptedAgent::request);
+    EXPECT_TRUE(request == Entry() || std::ranges::count(whole, request.bytes) == 1)
+        << "request.xml: " << request;
+    std::string const temporary = EntryOnDisk(ScriptedAgent::requestTemp).bytes;
+    EXPECT_TRUE(std::ranges::any_of(whole, [&](auto& all) { return all.starts_with(temporary); }))
+        << "requestTemp.xml: " << temporary;
+}
+
+void ExpectKnownNames() {
+    ExpectNamesAmong(" RequestDir ResponseDir ", ListDirectory("/var/opt/VeskaClient"));
+    ExpectNamesAmong(" lockfile request.xml requestTemp.xml ", Requests());
+    ExpectNamesAmong(" response.xml ", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
+}
+
+void ExpectResponseOf(ScriptedAgent const& agent) {
+    WrittenFile last;
+    for (WrittenFile const& file : agent.Written())
+        if (file.path == ScriptedAgent::response)
+            last = file;
+    EXPECT_EQ(last, FileOnDisk(ScriptedAgent::response));
+}
+
+void ExpectBeginning(std::string const& whole, std::string const& printed) {
+    EXPECT_EQ(whole.substr(0, printed.size()), printed);
+}
+
+void ExpectNextRun() {
+    AgentScript script;
+    if (EntryOnDisk(ScriptedAgent::request) != Entry()) {
+        ExpectRefusedByTheRequest();
+        script.AwaitRequest().RemoveRequest();
+    }
+    size_t const taken = script.size();
+    script.Answer(OpenAnswer()).Answer(OneRowAnswer()).Answer(CloseAnswer());
+    ScriptedAgent const agent(script);
+    agent.AwaitSteps(taken);
+    ToolRun const run = RunTool({"-c", "url", "doc"});
+    EXPECT_EQ(PrintedOneRow(), run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    agent.AwaitEnd(std::chrono::seconds(5));
+    EXPECT_EQ("lockfile ", Requests());
+    ExpectResponseOf(agent);
+    ExpectFreeLock();
+}
+
+} // namespace Stress

@@ -1,0 +1,42 @@
+#include "tests/stress/AgentWhileSleeping.h"
+
+#include <unistd.h>
+
+#include "tests/support/Sandbox.h"
+
+namespace {
+
+Stress::AgentWhileSleeping* active = nullptr;
+std::size_t sleeps = 0;
+
+} // namespace
+
+namespace Stress {
+
+AgentWhileSleeping::AgentWhileSleeping(AgentScript const& theScript)
+    : script(theScript.text()), process(Sandbox::InstallIdleAgent()) {
+    Restart();
+    active = this;
+}
+
+AgentWhileSleeping::~AgentWhileSleeping() { active = nullptr; }
+
+void AgentWhileSleeping::Restart() { engine.emplace().Play(script); }
+
+std::size_t AgentWhileSleeping::SleepCount() { return sleeps; }
+
+// The agent looks once in each sleep.
+void AgentWhileSleeping::Sleep(unsigned int seconds) {
+    sleeps += seconds != 0;
+    if (active && seconds != 0)
+        active->engine->Advance(static_cast<AgentEngine::Nanoseconds>(sleeps));
+}
+
+} // namespace Stress
+
+extern "C" unsigned int sleep(unsigned int seconds) {
+    Stress::AgentWhileSleeping::Sleep(seconds);
+    return 0;
+}
+
+extern "C" int usleep(useconds_t) { return 0; }

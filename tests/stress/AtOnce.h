@@ -1,0 +1,66 @@
+// Test cases in sandboxes of their own, many of them at once.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/support/OtherProcess.h"
+#include "tests/support/Sandbox.h"
+
+namespace Stress {
+
+// Runs one test case in the body of a sandbox that has the agent's directories, and returns a
+// few words on it for the caller.
+using TestCase = std::function<std::string(std::size_t)>;
+
+// What RunAtOnce gives for a test case that broke off, of which it has told already.
+constexpr char brokenOff[] = "broken off";
+
+// Runs the test cases of these numbers in parallel and waits for all of them. A failure of one is a
+// failure of the test, with `what` and the number. Returns their words, in order.
+inline std::vector<std::string> RunAtOnce(std::string const& what,
+                                          std::vector<std::size_t> const& numbers,
+                                          TestCase const& testCase) {
+    constexpr auto limit = std::chrono::seconds(120);
+    std::vector<std::unique_ptr<OtherProcess>> machines;
+    for (std::size_t const number : numbers)
+        machines.push_back(std::make_unique<OtherProcess>([&, number](Handshake& line) {
+            SCOPED_TRACE(what + ' ' + std::to_string(number));
+            Sandbox::Run({.limit = limit}, [&] {
+                Sandbox::CreateAgentDirectories();
+                line.Tell(testCase(number));
+            });
+        }));
+    std::vector<std::string> words;
+    for (auto const& machine : machines) {
+        machine->Wait(limit + std::chrono::seconds(20));
+        try {
+            words.push_back(machine->Await());
+        } catch (std::exception const&) {
+            words.push_back(brokenOff);
+        }
+    }
+    return words;
+}
+
+// Whether the environment variable STRESS_CASE names a test case to have it again.
+inline bool IsOneCaseSelected() { return std::getenv("STRESS_CASE") != nullptr; }
+
+// Numbers from `first` on, so many; or only the one that is wanted, if it is one of them.
+inline std::vector<std::size_t> TestCases(std::size_t first, std::size_t number) {
+    char const* const wanted = std::getenv("STRESS_CASE");
+    std::vector<std::size_t> testCases;
+    for (std::size_t testCase = first; testCase < first + number; ++testCase)
+        if (!wanted || std::to_string(testCase) == wanted)
+            testCases.push_back(testCase);
+    return testCases;
+}
+
+} // namespace Stress

@@ -1,0 +1,355 @@
+// compliance-query, compliance-doctor and the stand-in agent, killed at each of their system calls,
+// and with each call failing; the first two also with each of their allocations failing. A result
+// file is the old or the new one, whole; a response is whole or absent; the lock is free; no other
+// file changes.
+#include <map>
+#include <set>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/companions/Query.h"
+#include "tests/stress/Aftermath.h"
+#include "tests/stress/AtOnce.h"
+#include "tests/stress/ErrorNumbers.h"
+#include "tests/stress/KilledTool.h"
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+
+constexpr char results[] = "/opt/results";
+constexpr char resultFile[] = "/opt/results/result.json";
+std::string const oldResult = "the result of yesterday\n";
+
+bool IsNewResult(std::string const& bytes) {
+    auto const document = nlohmann::json::parse(bytes, nullptr, false);
+    return document.is_object() && document.value("outcome", "") == "finished" &&
+           document.at("rows").size() == 1 && bytes.ends_with("}\n");
+}
+
+// What a program is and does when nothing disturbs it.
+struct Subject {
+    char const* name;
+    std::vector<std::string> command;
+    // The same program, linked dynamically; null if there is none.
+    char const* dynamicProgram;
+    // Called on a machine of its own; `run` runs the command.
+    std::function<KilledRun(std::function<KilledRun()> const& run)> tryOnce;
+};
+
+void PrintTo(Subject const& subject, std::ostream* out) { *out << subject.name; }
+
+// Checks what holds after every run, and returns it.
+KilledRun TryQuery(std::function<KilledRun()> const& run) {
+    fs::create_directory(results);
+    WriteBytes(resultFile, oldResult);
+    WriteBytes("/opt/results/other", "other");
+    ScriptedAgent agent(FinishingScript(Row(shortRow)));
+    KilledRun const result = run();
+    try {
+        agent.Stop();
+    } catch (std::runtime_error const&) {
+        // After a failed write another request replaces the one that the agent is taking.
+    }
+    ExpectFreeLock();
+    ExpectKnownNames();
+    std::string const bytes = ReadBytes(resultFile);
+    bool const isNew = IsNewResult(bytes);
+    EXPECT_TRUE(isNew || bytes == oldResult) << bytes;
+    // Killed behind the rename, it leaves the new one.
+    EXPECT_TRUE(result.wasKilled || isNew == (result.status == ExitStatus::Exited(0)))
+        << result.status;
+    EXPECT_EQ("", result.output);
+    EXPECT_EQ("other", ReadBytes("/opt/results/other"));
+    return result;
+}
+
+KilledRun TryDoctor(std::function<KilledRun()> const& run) {
+    WriteBytes(ScriptedAgent::response, "a response");
+    KilledRun const result = run();
+    EXPECT_EQ("", Requests());
+    EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
+    EXPECT_EQ("a response", ReadBytes(ScriptedAgent::response));
+    auto const isWrite = [](SystemCall const& call) {
+        return call.name.starts_with("write") && !call.succeeded;
+    };
+    bool const isCut = result.wasKilled || std::ranges::any_of(result.trace, isWrite);
+    bool const isWhole = nlohmann::json::accept(result.output);
+    EXPECT_TRUE(isWhole || isCut || result.output.empty()) << result.output;
+    EXPECT_TRUE(isWhole || result.status != ExitStatus::Exited(0)) << result.output;
+    return result;
+}
+
+constexpr char scenarioFile[] = "/opt/scenario";
+
+// Tells that the agent has ended, perhaps before it was seen.
+constexpr char agentEnded[] = "/opt/ended";
+
+// The process of the agent; 0 if there is none. A process that has ended leads to no program.
+pid_t FindAgent() {
+    for (auto const& entry : fs::directory_iterator("/proc")) {
+        std::error_code error;
+        if (fs::read_symlink(entry.path() / "exe", error) == Sandbox::agentProgram)
+            return std::stoi(entry.path().filename());
+    }
+    return 0;
+}
+
+// Evaluates as soon as an agent runs, for as long as it runs and no longer than the limit. Then
+// ends the agent, and returns what the tool printed.
+std::string EvaluateAndStop(std::chrono::seconds limit) {
+    constexpr auto pause = std::chrono::milliseconds(50);
+    pid_t agent = 0;
+    while ((agent = FindAgent()) == 0) {
+        if (fs::exists(agentEnded))
+            return "";
+        std::this_thread::sleep_for(pause);
+    }
+    OtherProgram tool({CC_TOOL_PROGRAM, "-c", "url", "doc"});
+    auto const end = std::chrono::steady_clock::now() + limit;
+    while (tool.IsRunning() && FindAgent() != 0 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(pause);
+    if (tool.IsRunning())
+        tool.Kill(SIGKILL);
+    kill(agent, SIGTERM);
+    return tool.Wait().output;
+}
+
+KilledRun TryStandIn(std::function<KilledRun()> const& run) {
+    Sandbox::InstallAgent(CC_STAND_IN_PROGRAM);
+    WriteBytes(scenarioFile, "row \"d\" \"r\" \"t\" \"1\" \"x\" \"c\"\nfinish\n");
+    KilledRun result;
+    {
+        // An agent whose write failed leaves the request alone, and the tool waits in vain.
+        OtherProcess evaluation([] { EvaluateAndStop(std::chrono::seconds(10)); });
+        result = run();
+        WriteBytes(agentEnded, "");
+        evaluation.Wait();
+        fs::remove(agentEnded);
+    }
+    ExpectFreeLock();
+    std::string const response =
+        fs::exists(ScriptedAgent::response) ? ReadBytes(ScriptedAgent::response) : "";
+    // After a failed write a part of a response is published, as the library does it.
+    EXPECT_TRUE(!result.wasKilled || response == "" ||
+                response.ends_with("</VeskaClientComplianceResponse>"))
+        << response;
+    // A request that waits refuses the next evaluation until the next agent has taken it.
+    fs::remove(ScriptedAgent::request);
+    OtherProgram next({Sandbox::agentProgram, scenarioFile});
+    EXPECT_EQ(PrintedOneRow(), EvaluateAndStop(std::chrono::seconds(60)));
+    return result;
+}
+
+std::vector<Subject> const subjects = {
+    {"Query", QueryCommand({"--json", "--output", resultFile, "url", "doc"}), CC_DYNAMIC_QUERY,
+     TryQuery},
+    {"Doctor", {CC_DOCTOR_PROGRAM, "--json"}, CC_DYNAMIC_DOCTOR, TryDoctor},
+    {"StandIn", {Sandbox::agentProgram, scenarioFile}, nullptr, TryStandIn},
+};
+
+std::vector<int> ErrorsOfCall(std::string const& name) {
+    static std::map<std::string, std::string> const others = {
+        {"openat", "open"},        {"newfstatat", "lstat"},     {"fstat", "stat"},
+        {"statx", "lstat"},        {"fcntl", "setlk"},          {"lseek", "seek"},
+        {"writev", "write"},       {"fchmod", "chmod"},         {"unlinkat", "unlink"},
+        {"getdents64", "readdir"}, {"clock_nanosleep", "sleep"}};
+    if (name == "mmap" || name == "brk")
+        return {ENOMEM};
+    auto const other = others.find(name);
+    return ErrorsOf(other == others.end() ? name : other->second);
+}
+
+// A call by its number from 1, and the error number that it fails with.
+using Fault = std::pair<std::size_t, int>;
+
+// The calls of a run that nobody disturbs, by their names.
+std::vector<std::string> RecordCalls(Subject const& subject) {
+    std::string const names = RunAtOnce(subject.name, {0}, [&](std::size_t) {
+        KilledRun const run = subject.tryOnce(
+            [&] { return RunProgramAndKill(subject.command, [](Trace const&) { return false; }); });
+        EXPECT_TRUE(run.status == ExitStatus::Exited(0) || subject.name != std::string("Query"));
+        std::string text;
+        for (SystemCall const& call : run.trace)
+            text += call.name + '\n';
+        return text;
+    })[0];
+    std::vector<std::string> calls;
+    std::istringstream lines(names);
+    for (std::string line; std::getline(lines, line);)
+        calls.push_back(line);
+    return calls;
+}
+
+bool IsOfTheStart(std::string const& call) {
+    return call == "brk" || call == "mmap" || call.starts_with("call");
+}
+
+// Without the calls that are made first, and without brk until the relocated data is protected: the
+// C library ends or crashes a program for which there is no memory before main.
+std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
+    std::vector<Fault> faults;
+    auto const first = std::ranges::find_if_not(calls, IsOfTheStart);
+    auto const isProtected = std::ranges::find(calls, "mprotect");
+    for (auto call = first; call != calls.end(); ++call)
+        if (*call != "brk" || call > isProtected)
+            for (int const error : ErrorsOfCall(*call))
+                faults.emplace_back(call - calls.begin() + 1, error);
+    return faults;
+}
+
+constexpr std::size_t atOnce = 64;
+
+// Calls `tryOne(number)` for each of the numbers.
+void TryEach(char const* what, std::vector<std::size_t> const& numbers, TestCase const& tryOne) {
+    for (std::size_t done = 0; done < numbers.size() && !testing::Test::HasFailure();
+         done += atOnce) {
+        auto const first = numbers.begin() + static_cast<long>(done);
+        auto const last = first + static_cast<long>(std::min(atOnce, numbers.size() - done));
+        RunAtOnce(what, {first, last}, tryOne);
+    }
+    CountTestCases(numbers.size());
+}
+
+// After these the state on disk may be another one.
+bool IsTelling(std::string const& call) {
+    return std::set<std::string>{"exit_group", "fsync", "rename"}.contains(call);
+}
+
+// At every step-th call, and at all that tell most.
+void KillAtCalls(Subject const& subject, std::size_t step) {
+    auto const calls = RecordCalls(subject);
+    std::vector<std::size_t> numbers;
+    for (std::size_t number = 0; number < calls.size(); ++number)
+        if (number % step == 0 || IsTelling(calls[number]))
+            numbers.push_back(number);
+    TryEach("killed at call", numbers, [&](std::size_t number) {
+        KilledRun const result =
+            subject.tryOnce([&] { return RunProgramAndKill(subject.command, AtCall(number + 1)); });
+        return NamesOf(result.trace).back();
+    });
+}
+
+void FailCalls(Subject const& subject, std::size_t step) {
+#ifdef CC_ADDRESS_SANITIZER
+    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+#endif
+    auto const calls = RecordCalls(subject);
+    auto const faults = FaultsOf(calls);
+    EXPECT_LT(100u, faults.size());
+    std::vector<std::size_t> numbers;
+    for (std::size_t number = 0; number < faults.size(); number += step)
+        numbers.push_back(number);
+    TryEach("fault", numbers, [&](std::size_t number) {
+        auto const [call, error] = faults[number];
+        SCOPED_TRACE(calls[call - 1] + ' ' + strerrorname_np(error) + ' ' + std::to_string(call));
+        KilledRun const result = subject.tryOnce([&, call = call, error = error] {
+            return RunProgramWithFaults(subject.command, [&](Trace const& trace) {
+                return trace.size() == call ? error : 0;
+            });
+        });
+        EXPECT_FALSE(result.status == ExitStatus::Killed(SIGSEGV)) << result.status;
+        EXPECT_TRUE(result.status == ExitStatus::Exited(0) || result.output + result.errors != "");
+        return subject.name;
+    });
+}
+
+// The mode of metrics is part of their contract: node_exporter must be able to read them.
+TEST(QuickCompanionFaults, MetricsThatCannotGetTheirModeAreNotReplaced) {
+#ifdef CC_ADDRESS_SANITIZER
+    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+#endif
+    Sandbox::RunWithDirectories([] {
+        fs::create_directory(results);
+        std::string const metrics = std::string(results) + "/compliance.prom";
+        WriteBytes(metrics, "old\n");
+        ScriptedAgent agent(FinishingScript(Row(shortRow)));
+        KilledRun const run = RunProgramWithFaults(
+            QueryCommand({"--quiet", "--tsv", "--prometheus", metrics, "url", "doc"}),
+            [](Trace const& trace) { return trace.back().name == "fchmod" ? EPERM : 0; });
+        EXPECT_EQ(ExitStatus::Exited(8), run.status);
+        EXPECT_EQ("compliance-query: --prometheus: '" + metrics +
+                      "' could not be given its mode: Operation not permitted\n",
+                  run.errors);
+        EXPECT_EQ("old\n", ReadBytes(metrics));
+        EXPECT_EQ(1, std::distance(fs::directory_iterator(results), fs::directory_iterator()));
+    });
+}
+
+class QuickCompanions : public testing::TestWithParam<Subject> {};
+class FullCompanions : public testing::TestWithParam<Subject> {};
+
+TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
+TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
+TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
+TEST_P(FullCompanions, SurviveEveryFault) { FailCalls(GetParam(), 1); }
+constexpr auto nameOf = [](auto const& test) {
+    return test.param.name;
+};
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), nameOf);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), nameOf);
+
+#ifdef CC_FAILING_MALLOC_LIBRARY
+
+constexpr char allocationFailed[] = "failed";
+
+// Returns whether the program made as many allocations.
+std::string FailAllocation(Subject const& subject, std::string const& which) {
+    constexpr char failureMark[] = "/opt/failed";
+    SCOPED_TRACE("allocation " + which);
+    std::vector<std::string> command = subject.command;
+    command[0] = subject.dynamicProgram;
+    KilledRun const result = subject.tryOnce([&] {
+        ProgramResult const run =
+            RunProgram(command, {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY,
+                                                  "CC_FAILING_MALLOC=" + which}}});
+        return KilledRun{{}, false, run.status, run.output, run.errors};
+    });
+    EXPECT_EQ(0, result.status.signal) << result.errors;
+    EXPECT_TRUE(result.status == ExitStatus::Exited(0) || result.output + result.errors != "");
+    return fs::exists(failureMark) ? allocationFailed : "none failed";
+}
+
+// Every step-th allocation fails, alone or with all that follow.
+void FailAllocations(Subject const& subject, std::size_t step, std::string const& suffix) {
+    std::size_t testCases = 0;
+    for (bool isLast = false; !isLast && !testing::Test::HasFailure();) {
+        std::vector<std::size_t> numbers;
+        for (std::size_t i = 0; i < atOnce; ++i)
+            numbers.push_back(1 + (testCases + i) * step);
+        auto const words = RunAtOnce("allocation", numbers, [&](std::size_t number) {
+            return FailAllocation(subject, std::to_string(number) + suffix);
+        });
+        auto const failed = std::ranges::count(words, allocationFailed);
+        isLast = failed < static_cast<long>(atOnce);
+        testCases += static_cast<std::size_t>(failed);
+    }
+    EXPECT_LT(0u, testCases);
+    CountTestCases(testCases);
+}
+
+class QuickCompanionAllocations : public testing::TestWithParam<Subject> {};
+class FullCompanionAllocations : public testing::TestWithParam<Subject> {};
+
+TEST_P(QuickCompanionAllocations, SomeFailOnce) { FailAllocations(GetParam(), 11, ""); }
+TEST_P(QuickCompanionAllocations, SomeFailFromThenOn) { FailAllocations(GetParam(), 11, "+"); }
+TEST_P(FullCompanionAllocations, EachFailsOnce) { FailAllocations(GetParam(), 1, ""); }
+TEST_P(FullCompanionAllocations, EachFailsFromThenOn) { FailAllocations(GetParam(), 1, "+"); }
+
+std::vector<Subject> DynamicSubjects() {
+    std::vector<Subject> dynamic = subjects;
+    std::erase_if(dynamic,
+                  [](Subject const& subject) { return subject.dynamicProgram == nullptr; });
+    return dynamic;
+}
+
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
+                         nameOf);
+
+#endif
+
+} // namespace

@@ -1,0 +1,119 @@
+// Many tools on one lock: exactly one of them is heard and served, all others are refused at once.
+#include <sys/stat.h>
+
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+
+// Many tools behind a gate that opens for all of them at once.
+class Crowd {
+public:
+    explicit Crowd(size_t number) {
+        if (mkfifo(gate, 0666) != 0 || (opener = open(gate, O_RDWR | O_CLOEXEC)) < 0)
+            throw std::runtime_error("can't make a gate");
+        for (size_t i = 0; i < number; ++i)
+            tools.push_back(std::make_unique<OtherProgram>(BehindTheGate()));
+        for (auto const& tool : tools)
+            while (tool->Output() != ready)
+                usleep(1000);
+    }
+    ~Crowd() { unlink(gate); }
+    Crowd(Crowd const&) = delete;
+    Crowd& operator=(Crowd const&) = delete;
+
+    // All of them read from the gate, and see its end.
+    void Release() { close(opener); }
+
+    std::vector<std::unique_ptr<OtherProgram>> tools;
+    static constexpr char const* ready = "ready\n";
+
+private:
+    static std::vector<std::string> BehindTheGate() {
+        return {"/bin/sh", "-c",
+                "exec 3</opt/gate; echo ready; read nothing <&3; exec 3<&-; exec \"$0\" -c url doc",
+                CC_TOOL_PROGRAM};
+    }
+
+    static constexpr char const* gate = "/opt/gate";
+    int opener = -1;
+};
+
+using Heard = std::vector<OtherProgram*>;
+
+// The one that has the lock keeps it, since nobody answers; all the others end before it.
+Heard AwaitRefusals(Crowd const& crowd) {
+    Heard heard;
+    for (auto const& tool : crowd.tools) {
+        if (AskWhoLocks().l_pid == tool->pid()) {
+            heard.push_back(tool.get());
+            continue;
+        }
+        ProgramResult const run = tool->Wait(std::chrono::seconds(8));
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        EXPECT_EQ(Crowd::ready + OpenError(-6), run.output);
+        EXPECT_EQ("", run.errors);
+    }
+    return heard;
+}
+
+// The one is answered at last, and comes to its end as if it had been alone.
+void ExpectAnswered(OtherProgram& tool) {
+    ScriptedAgent const agent(
+        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
+    ProgramResult const run = tool.Wait();
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_EQ(std::string(Crowd::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
+    EXPECT_EQ("lockfile ", Requests());
+}
+
+// The agent holds the first request and sees no other, until all but its sender have ended.
+void Round(size_t number, bool isLast) {
+    std::filesystem::remove(ScriptedAgent::request);
+    auto agent = std::make_unique<ScriptedAgent>(AgentScript().AwaitRequest().AwaitRequest());
+    Crowd crowd(number);
+    crowd.Release();
+    agent->AwaitRequests(1);
+    Heard const heard = AwaitRefusals(crowd);
+    ASSERT_EQ(1u, heard.size());
+    EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("lockfile request.xml ", Requests());
+    EXPECT_EQ(1u, agent->Requests().size());
+    agent.reset();
+    if (isLast)
+        ExpectAnswered(*heard[0]);
+    else
+        heard[0]->Kill(SIGKILL);
+    heard[0]->Wait();
+    EXPECT_FALSE(IsLocked());
+}
+
+void Rounds(size_t rounds, size_t tools) {
+    Sandbox::Run({.limit = std::chrono::minutes(4)}, [=] {
+        Sandbox::CreateAgentDirectories();
+        for (size_t round = 0; round < rounds && !testing::Test::HasFailure(); ++round) {
+            SCOPED_TRACE("round " + std::to_string(round) + " of " + std::to_string(tools));
+            Round(tools, round + 1 == rounds);
+        }
+    });
+    CountTestCases(rounds);
+}
+
+TEST(QuickContention, OneOfTwoIsHeard) { Rounds(3, 2); }
+
+TEST(QuickContention, OneOfEightIsHeard) { Rounds(1, 8); }
+
+// Ten rounds at a time, so that a run that was broken off goes on where it stood.
+class FullContention : public testing::TestWithParam<std::tuple<size_t, int>> {};
+
+TEST_P(FullContention, OneIsHeard) { Rounds(10, std::get<size_t>(GetParam())); }
+
+INSTANTIATE_TEST_SUITE_P(FullHundredRounds, FullContention,
+                         testing::Combine(testing::Values<size_t>(2, 8, 64), testing::Range(0, 10)),
+                         [](auto const& test) {
+                             return std::to_string(std::get<size_t>(test.param)) + "Tools" +
+                                    std::to_string(std::get<int>(test.param));
+                         });
+
+} // namespace

@@ -1,0 +1,343 @@
+// What counts as a running agent: names and states of processes, and what the tool makes of each.
+//
+// A request waits in all of these, so a tool that finds an agent says -5, and one that does not -2.
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+
+#include "tests/compliance/FakeProcess.h"
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+using Sandbox::agentProgram;
+using Sandbox::Proc;
+
+std::string const found = "COMPLIANCE_Open returned error: -5.\n";
+std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
+
+// An agent that is installed and does not run, and a request that waits.
+void LayOutProcesses() {
+    Sandbox::CreateAgentDirectories();
+    Sandbox::InstallAgent();
+    fs::create_directory("/opt/other");
+    WriteBytes(ScriptedAgent::lockFile, "");
+    fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+    WriteBytes(ScriptedAgent::request, "waiting");
+}
+
+void Expect(std::string const& expected, ToolRun const& run = RunTool({"-d"})) {
+    EXPECT_EQ(expected, run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+}
+
+void ExpectWithoutRights(std::string const& expected) {
+    Expect(expected, RunToolWithoutRights({"-d"}));
+}
+
+std::unique_ptr<OtherProgram> Start(std::string const& program) {
+    fs::copy_file("/bin/sleep", program, fs::copy_options::overwrite_existing);
+    return std::make_unique<OtherProgram>(std::vector<std::string>{program, "1000"});
+}
+
+using Names = std::vector<std::string>;
+
+// By the last component of the link to the program, for whoever may read it.
+TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
+    Names const others = {
+        "VeskaClien",      "eskaClient",         "VeskaClient2",          "2VeskaClient",
+        "veskaclient",     "VESKACLIENT",        "VeskaClient ",          " VeskaClient",
+        "(VeskaClient)",   "VeskaClient)",       "VeskaClient (deleted)", "VeskaClient\n",
+        "\nVeskaClient",   "Veska\nClient",      "VeskaClient\xe9",       "\xff\xfe",
+        "VeskaClient2345", std::string(255, 'V')};
+    Sandbox::Run([&] {
+        LayOutProcesses();
+        for (std::string const& name : others) {
+            SCOPED_TRACE(name);
+            auto const process = Start("/opt/other/" + name);
+            Expect(notFound);
+        }
+        auto const process = Start("/opt/other/VeskaClient");
+        Expect(found);
+    });
+    CountTestCases(others.size() + 1);
+}
+
+// A process whose program the tool may not look at, under this command name.
+class Stranger {
+public:
+    explicit Stranger(std::string const& name)
+        : process([&](Handshake& line) {
+              prctl(PR_SET_NAME, name.c_str());
+              prctl(PR_SET_DUMPABLE, 0);
+              line.Tell();
+              pause();
+          }) {
+        process.Await();
+    }
+
+private:
+    OtherProcess process;
+};
+
+// By the command name between the first parentheses, for all others.
+TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
+    // Deliberate: the name ends at the first parenthesis. The system keeps 15 bytes of it.
+    Names const same = {"VeskaClient", "VeskaClient)", "VeskaClient)xy", "VeskaClient)2345678"};
+    Names const others = {"VeskaClien",    "xVeskaClient",    "veskaclient",      "VeskaClient ",
+                          "(VeskaClient",  "(VeskaClient)",   ")VeskaClient",     "VeskaClient\n",
+                          "Veska\nClient", "\n(VeskaClient)", "VeskaClient\xe9",  "\x80\xff",
+                          "a/VeskaClient", "VeskaClient2345", "12345VeskaClient", ""};
+    Sandbox::Run([&] {
+        LayOutProcesses();
+        for (std::string const& name : others) {
+            SCOPED_TRACE(name);
+            Stranger const stranger(name);
+            ExpectWithoutRights(notFound);
+        }
+        for (std::string const& name : same) {
+            SCOPED_TRACE(name);
+            Stranger const stranger(name);
+            ExpectWithoutRights(found);
+            // Who may read the link sees another program.
+            Expect(notFound);
+        }
+    });
+    CountTestCases(others.size() + same.size());
+}
+
+// States
+
+struct StateCase {
+    char const* name;
+    std::function<void()> body;
+};
+
+void Kill(OtherProgram& process, int signal) {
+    process.Kill(signal);
+    siginfo_t info{};
+    waitid(P_PID, static_cast<id_t>(process.pid()), &info, WEXITED | WSTOPPED | WNOWAIT);
+}
+
+std::vector<StateCase> States() {
+    return {
+        {"running",
+         [] {
+             auto const agent = Start(agentProgram);
+             Expect(found);
+             ExpectWithoutRights(found);
+         }},
+        {"stopped",
+         [] {
+             auto const agent = Start(agentProgram);
+             Kill(*agent, SIGSTOP);
+             Expect(found);
+         }},
+        // Deliberate: a dead process has its command name until somebody reaps it.
+        {"zombie",
+         [] {
+             auto const agent = Start(agentProgram);
+             Kill(*agent, SIGKILL);
+             Expect(found);
+             ExpectWithoutRights(found);
+         }},
+        {"reaped",
+         [] {
+             Start(agentProgram)->Kill(SIGKILL);
+             Expect(notFound);
+         }},
+        // Deliberate: the system marks the link.
+        {"program removed",
+         [] {
+             auto const agent = Start(agentProgram);
+             fs::remove(agentProgram);
+             Sandbox::InstallAgent();
+             Expect(notFound);
+         }},
+        {"program renamed",
+         [] {
+             auto const agent = Start(agentProgram);
+             fs::rename(agentProgram, "/opt/VeskaClient/bin/old");
+             Sandbox::InstallAgent();
+             Expect(notFound);
+         }},
+        {"other program renamed to it",
+         [] {
+             auto const other = Start("/opt/other/daemon");
+             fs::rename("/opt/other/daemon", "/opt/other/VeskaClient");
+             Expect(found);
+         }},
+        {"link of the name to another program",
+         [] {
+             fs::create_symlink("/bin/sleep", "/opt/other/VeskaClient");
+             OtherProgram const other({"/opt/other/VeskaClient", "1000"});
+             Expect(notFound);
+         }},
+        {"agent by a link of another name",
+         [] {
+             fs::create_symlink(agentProgram, "/opt/other/daemon");
+             OtherProgram const agent({"/opt/other/daemon", "1000"});
+             Expect(found);
+         }},
+        {"script of the name",
+         [] {
+             WriteBytes("/opt/other/VeskaClient", "#!/bin/sh\nread nothing <>/opt/never\n");
+             fs::permissions("/opt/other/VeskaClient", fs::perms(0755));
+             ASSERT_EQ(0, mkfifo("/opt/never", 0666));
+             OtherProgram const script({"/opt/other/VeskaClient"});
+             Expect(notFound);
+         }},
+        {"thread of the name",
+         [] {
+             OtherProcess process([](Handshake& line) {
+                 std::thread thread([&] {
+                     prctl(PR_SET_NAME, "VeskaClient");
+                     prctl(PR_SET_DUMPABLE, 0);
+                     line.Tell();
+                     pause();
+                 });
+                 thread.join();
+             });
+             process.Await();
+             ExpectWithoutRights(notFound);
+         }},
+        // Deliberate: a process that is merely named like the agent counts, the tool too.
+        {"the tool under the name",
+         [] {
+             fs::copy_file(CC_TOOL_PROGRAM, "/opt/other/VeskaClient");
+             EXPECT_EQ(found, RunProgram({"/opt/other/VeskaClient", "-d"}).output);
+         }},
+        {"behind 50 others",
+         [] {
+             std::vector<std::unique_ptr<OtherProgram>> others;
+             for (int i = 0; i < 50; ++i)
+                 others.push_back(Start("/opt/other/daemon" + std::to_string(i)));
+             Expect(notFound);
+             auto const agent = Start(agentProgram);
+             Expect(found);
+         }},
+    };
+}
+
+TEST(QuickProcesses, StateOfTheProcess) {
+    for (StateCase const& testCase : States()) {
+        SCOPED_TRACE(testCase.name);
+        Sandbox::Run([&] {
+            LayOutProcesses();
+            testCase.body();
+        });
+    }
+    CountTestCases(States().size());
+}
+
+// /proc as it may be
+
+// Deliberate: what the tool may not see does not run.
+TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
+    // Mode 2 hides the processes of other users, mode 4 those that the reader may not trace.
+    for (char const* const mode : {"hidepid=2", "hidepid=4"})
+        Sandbox::Run([mode] {
+            SCOPED_TRACE(mode);
+            LayOutProcesses();
+            Stranger const agent("VeskaClient");
+            ExpectWithoutRights(found);
+            ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, mode));
+            ExpectWithoutRights(notFound);
+        });
+}
+
+// The runtime of a sanitizer needs /proc itself.
+#ifndef CC_ADDRESS_SANITIZER
+
+TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
+    for (Proc const proc : {Proc::none, Proc::empty})
+        Sandbox::Run({.proc = proc}, [] {
+            LayOutProcesses();
+            auto const agent = Start(agentProgram);
+            Expect(notFound);
+        });
+    CountTestCases(2);
+}
+
+// What the system can show of a process, as files.
+TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
+    struct FakeCase {
+        char const* name;
+        FakeProcess process;
+        std::string expected;
+    };
+    std::vector<FakeCase> const testCases = {
+        {"vanished behind the listing", {}, notFound},
+        {"vanished behind its link", {.exe = agentProgram}, found},
+        {"thread of the kernel", {.stat = "7 (kworker/0:1-events) I", .status = "x"}, notFound},
+        {"thread of the kernel with the name", {.stat = "7 (VeskaClient) S 2"}, found},
+        {"link of nothing but a slash", {.exe = "/"}, notFound},
+        {"program right below the root", {.exe = "/VeskaClient"}, notFound},
+        {"link that ends in a slash", {.exe = "a/VeskaClient/"}, notFound},
+        {"deleted program", {.exe = "/opt/VeskaClient/bin/VeskaClient (deleted)"}, notFound},
+        {"empty stat", {.stat = ""}, notFound},
+        {"stat without an end", {.stat = "7 (VeskaClient"}, notFound},
+        {"stat of zero bytes", {.stat = std::string(600, '\0')}, notFound},
+        {"stat with the end first", {.stat = "7 ) (VeskaClient)"}, notFound},
+        {"stat with a long name", {.stat = "7 (" + std::string(600, 'V') + ") S"}, notFound},
+        {"status of garbage", {.exe = agentProgram, .status = "\nPPid:\nUid:\tx"}, found},
+    };
+    Sandbox::Run({.proc = Proc::empty}, [&] {
+        LayOutProcesses();
+        for (FakeCase const& testCase : testCases) {
+            SCOPED_TRACE(testCase.name);
+            MakeFakeProcess("7", testCase.process);
+            Expect(testCase.expected);
+        }
+    });
+    CountTestCases(testCases.size());
+}
+
+#endif
+
+// Processes that come and go while /proc is walked: children that end at once, as many after
+// another as the system makes, until this process is killed.
+void ComeAndGo(char const* name) {
+    prctl(PR_SET_NAME, name);
+    signal(SIGCHLD, SIG_IGN);
+    for (;;) {
+        pid_t const child = fork();
+        if (child == 0)
+            _exit(0);
+        waitpid(child, nullptr, 0);
+    }
+}
+
+void TryAmongVanishing(int rounds) {
+    Sandbox::Run({.limit = std::chrono::minutes(4)}, [=] {
+        LayOutProcesses();
+        {
+            OtherProcess const others([] { ComeAndGo("other"); });
+            for (int round = 0; round < rounds; ++round)
+                Expect(notFound);
+        }
+        // A dead one with the agent's command name may be met before it is reaped, or not.
+        OtherProcess const others([] { ComeAndGo("VeskaClient"); });
+        for (int round = 0; round < rounds; ++round) {
+            ToolRun const run = RunTool({"-d"});
+            EXPECT_TRUE(run.output == found || run.output == notFound) << run.output;
+            EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        }
+    });
+    CountTestCases(2 * static_cast<size_t>(rounds));
+}
+
+TEST(QuickProcesses, VanishWhileTheyAreRead) { TryAmongVanishing(10); }
+
+class FullVanishing : public testing::TestWithParam<int> {};
+
+TEST_P(FullVanishing, WhileTheyAreRead) { TryAmongVanishing(100); }
+
+INSTANTIATE_TEST_SUITE_P(FullTenTimes, FullVanishing, testing::Range(0, 10));
+
+} // namespace

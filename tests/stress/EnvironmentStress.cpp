@@ -1,0 +1,268 @@
+// Every kind of entry under the four fixed names, as data: what the tool prints, and which entries
+// remain. Some of it is ugly, and deliberate; docs/exchange.md has it as a table.
+#include <ostream>
+
+#include <sys/mount.h>
+
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+
+std::string const lockFile = ScriptedAgent::lockFile;
+std::string const request = ScriptedAgent::request;
+std::string const temporary = ScriptedAgent::requestTemp;
+std::string const response = ScriptedAgent::response;
+std::string const elsewhere = Entry::elsewhere;
+
+// A link into a directory that is there, to a file that is not.
+constexpr char const* creatable = "/opt/simulation/creatable";
+
+struct NamedEntry : Entry {
+    char const* name;
+};
+
+NamedEntry const someFile = {Entry::File("something"), "file"};
+NamedEntry const directory = {{Entry::directory}, "directory"};
+NamedEntry const fullDirectory = {{Entry::fullDirectory}, "full_directory"};
+NamedEntry const fifo = {{Entry::fifo}, "fifo"};
+NamedEntry const unixSocket = {{Entry::unixSocket}, "socket"};
+NamedEntry const device = {{Entry::device}, "device"};
+NamedEntry const link = {Entry::Link(elsewhere), "link"};
+NamedEntry const brokenLink = {Entry::Link(Entry::nowhere), "broken_link"};
+NamedEntry const creatableLink = {Entry::Link(creatable), "link_that_can_be_made_good"};
+Entry const emptyFile = Entry::File("");
+
+// What the tool prints for a good evaluation without rows.
+std::string const good = "COMPLIANCE_ResultCount is 0.\n";
+// The same whose first poll finds it under way.
+std::string const half = "COMPLIANCE_Progress 50% completed.\n";
+
+struct TestCase {
+    std::string path;
+    NamedEntry entry;
+    std::string output;
+    // Beside the lock file: all that stands there at the end.
+    Entries after;
+};
+
+void PrintTo(TestCase const& testCase, std::ostream* out) {
+    *out << testCase.entry.name << " under " << testCase.path;
+}
+
+// On a file system where a device works, for whoever may make one.
+void LayOut() {
+    mount("tmpfs", "/var/opt", "tmpfs", 0, nullptr);
+    mount("tmpfs", "/opt", "tmpfs", 0, nullptr);
+    Sandbox::CreateAgentDirectories();
+    fs::create_directories("/opt/simulation");
+    WriteBytes(elsewhere, "not yours");
+}
+
+// The exchange's directories, and what links point at; of the directories themselves nothing.
+Entries WhatStands() {
+    Entries entries = ReadFromDisk();
+    std::erase_if(entries, [](auto const& entry) {
+        return entry.first == ScriptedAgent::requestDirectory ||
+               entry.first.starts_with("/proc/") || entry.first == Sandbox::agentProgram;
+    });
+    if (fs::exists(creatable))
+        entries[creatable] = EntryOnDisk(creatable);
+    return entries;
+}
+
+void ExpectAfter(Entries expected) {
+    // Other entries are as they were.
+    expected.emplace(lockFile, emptyFile);
+    expected.emplace(elsewhere, Entry::File("not yours"));
+    EXPECT_EQ(expected, WhatStands());
+}
+
+AgentScript GoodAnswers() {
+    return AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer());
+}
+
+void ExpectRun(TestCase const& testCase, ToolRun const& run) {
+    EXPECT_EQ(testCase.output, run.output);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectAfter(testCase.after);
+}
+
+// Each entry is there from the start. An agent that answers would take what is published.
+void TryAll(std::vector<TestCase> const& testCases) {
+    for (TestCase const& testCase : testCases) {
+        SCOPED_TRACE(testing::PrintToString(testCase));
+        Sandbox::Run([&] {
+            LayOut();
+            PlaceOnDisk(testCase.path, testCase.entry);
+            ScriptedAgent agent(testCase.output == good ? GoodAnswers() : AgentScript());
+            ExpectRun(testCase, RunTool({"-d"}));
+        });
+    }
+    CountTestCases(testCases.size());
+}
+
+Entries const closed = {{response, Entry::File(CloseAnswer())}};
+
+// The end of an evaluation that succeeds, with these entries.
+Entries Closed(Entries entries = {}) {
+    entries.insert(closed.begin(), closed.end());
+    return entries;
+}
+
+// What can be opened for writing is a lock, and nothing is ever written to it.
+TEST(QuickEntries, LockFileIsWhateverOpensForWriting) {
+    std::vector<TestCase> testCases = {
+        {lockFile, creatableLink, good,
+         Closed({{lockFile, creatableLink}, {creatable, emptyFile}})}};
+    for (NamedEntry const& entry : {someFile, fifo, device, link})
+        testCases.push_back({lockFile, entry, good, Closed({{lockFile, entry}})});
+    for (NamedEntry const& entry : {directory, fullDirectory, unixSocket, brokenLink})
+        testCases.push_back({lockFile, entry, OpenError(-6), {{lockFile, entry}}});
+    TryAll(testCases);
+}
+
+// Deliberate: nobody looks whether the file that is locked still has its name.
+TEST(QuickEntries, LockFileThatIsReplacedKeepsNobodyOff) {
+    Sandbox::Run([] {
+        LayOut();
+        ScriptedAgent agent(
+            AgentScript().Answer(OpenAnswer()).AwaitRequest().Respond(ProgressAnswer("1")));
+        Tool first({"-d"});
+        agent.AwaitEnd();
+        EXPECT_EQ(OpenError(-6), RunTool({"-d"}).output);
+        fs::remove(lockFile);
+        EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
+    });
+}
+
+TEST(QuickEntries, AnythingUnderTheRequestIsAWaitingOne) {
+    std::vector<TestCase> testCases;
+    for (NamedEntry const& entry : {someFile, directory, fullDirectory, fifo, unixSocket, device,
+                                    link, brokenLink, creatableLink})
+        testCases.push_back({request, entry, OpenError(-5), {{request, entry}}});
+    TryAll(testCases);
+}
+
+// Deliberate: what can't be written is published all the same, whatever it is; and opening it
+// follows a link.
+TEST(QuickEntries, EntryAtTheTemporaryDocumentIsWrittenThroughOrPublished) {
+    Entry const written = Entry::File(OpenRequest("", "", "0"));
+    std::vector<TestCase> testCases = {
+        {temporary, someFile, good, closed},
+        {temporary, link, good, Closed({{elsewhere, written}})},
+        {temporary, creatableLink, good, Closed({{creatable, written}})}};
+    for (NamedEntry const& entry : {directory, fullDirectory, fifo, unixSocket, device, brokenLink})
+        testCases.push_back({temporary, entry, OpenError(-17), {{request, entry}}});
+    TryAll(testCases);
+}
+
+class FullEntries : public testing::TestWithParam<TestCase> {};
+
+std::string CaseName(testing::TestParamInfo<TestCase> const& info) {
+    return fs::path(info.param.path).stem().string() + "_" + info.param.entry.name;
+}
+
+// The response: a file, or a link to one, or there is none.
+
+std::vector<TestCase> ResponseCases() {
+    NamedEntry const linked = {Entry::Link(creatable), "link_to_a_response"};
+    NamedEntry const strange = {Entry::Link(elsewhere), "link_to_something_else"};
+    std::vector<TestCase> testCases = {
+        {response, linked, good, Closed({{creatable, Entry::File(OpenAnswer())}})}};
+    for (NamedEntry const& entry : {someFile, directory, fullDirectory, unixSocket, device, strange,
+                                    brokenLink, creatableLink})
+        testCases.push_back({response, entry, OpenError(-7), {{response, entry}}});
+    return testCases;
+}
+
+class FullResponses : public FullEntries {};
+
+TEST_P(FullResponses, IsReadOrTriedUntilTheLimit) {
+    TestCase const& testCase = GetParam();
+    Sandbox::Run([&] {
+        LayOut();
+        if (testCase.output == good)
+            WriteBytes(creatable, OpenAnswer());
+        PlaceOnDisk(response, testCase.entry);
+        ScriptedAgent agent(AgentScript()
+                                .AwaitRequest()
+                                .RemoveRequest()
+                                .Answer(ProgressAnswer("1"))
+                                .Answer(CloseAnswer()));
+        ExpectRun(testCase, RunTool({"-d"}));
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(FullCases, FullResponses, testing::ValuesIn(ResponseCases()), CaseName);
+
+// Deliberate: the one wait without a limit. It ends with a writer.
+TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
+    Sandbox::Run([] {
+        LayOut();
+        PlaceOnDisk(response, fifo);
+        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
+        Tool tool({"-d"});
+        agent.AwaitEnd();
+        sleep(15);
+        EXPECT_TRUE(IsLocked());
+        EXPECT_EQ("", tool.Output());
+        // Each of the four looks opens it.
+        int const writer = open(response.c_str(), O_RDWR | O_CLOEXEC);
+        ASSERT_LE(0, writer);
+        EXPECT_EQ(OpenError(-7), tool.Wait().output);
+        close(writer);
+        ExpectAfter({{response, fifo}});
+    });
+}
+
+// What appears while an evaluation is open, in the sleep between two polls. The poll that meets it
+// and the close behind it say nothing.
+
+std::vector<TestCase> LaterCases() {
+    Entry const answer = Entry::File(ProgressAnswer("3", "0", "50"));
+    Entry const written = Entry::File(progressRequest);
+    std::vector<TestCase> testCases = {
+        {request, creatableLink, half, {{request, creatableLink}, {response, answer}}},
+        {request, link, half + good, closed},
+        {temporary, link, half + good, Closed({{elsewhere, written}})},
+        {lockFile, directory, half + good, Closed({{lockFile, directory}})},
+        {lockFile, link, half + good, Closed({{lockFile, link}})}};
+    // Under the request what is no file stays there, and keeps the close off as well. Under the
+    // temporary document it is published, and then keeps the close off.
+    for (std::string const& path : {request, temporary}) {
+        testCases.push_back({path, someFile, half + good, closed});
+        for (NamedEntry const& entry :
+             {fullDirectory, directory, fifo, unixSocket, device, brokenLink})
+            testCases.push_back({path, entry, half, {{request, entry}, {response, answer}}});
+    }
+    return testCases;
+}
+
+class FullLaterEntries : public FullEntries {};
+
+TEST_P(FullLaterEntries, MeetTheNextPollAndTheClose) {
+    TestCase const& testCase = GetParam();
+    Sandbox::Run([&] {
+        LayOut();
+        AgentScript script;
+        script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
+        // What stands under the request is a request to the agent as well.
+        if (testCase.path == request)
+            script.AwaitRequest();
+        if (testCase.output != half)
+            script.Answer(ProgressAnswer("1")).Answer(CloseAnswer());
+        ScriptedAgent agent(script);
+        Tool tool({"-d"});
+        agent.AwaitRequests(2);
+        // The first poll ends a second after its request, and the next one comes a second later.
+        usleep(1'500'000);
+        PlaceOnDisk(testCase.path, testCase.entry);
+        ExpectRun(testCase, tool.Wait());
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(FullCases, FullLaterEntries, testing::ValuesIn(LaterCases()), CaseName);
+
+} // namespace

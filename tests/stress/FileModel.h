@@ -1,0 +1,61 @@
+// The files of the exchange in the reference model, and what the file layer does to them.
+//
+// Shares no code with the product. Time is a number here: it passes in Sleep alone, and then the
+// agent may act.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/stress/CallTrace.h"
+#include "tests/support/Entries.h"
+
+class FileModel {
+public:
+    // What a look at a path finds; a link counts as its target.
+    enum class Seen { nothing, file, directory, other, brokenLink };
+
+    Entries entries;
+    // In microseconds.
+    unsigned long long now = 0;
+    // The foretold calls so far, as CallTrace has them.
+    std::vector<std::string> calls;
+    // The calls of the real program, which tell where an error was injected. Not how many calls of
+    // a kind the program makes between two foretold ones.
+    CallTrace trace;
+    // How often a request was put in its place.
+    unsigned int published = 0;
+    // The agent's part, when a sleep begins and when time has passed.
+    std::function<void()> notice;
+    std::function<void()> act;
+
+    // Whether a call of this name on this object fails by injection between the foretold calls.
+    bool IsHit(std::string const& name, std::string const& object) const;
+
+    Seen Look(std::string const& path) const;
+    // As Look, but nothing where the call fails by injection.
+    Seen LookOrMiss(std::string const& path) const;
+    // Opens the lock file for reading and writing, and creates it if it is missing.
+    bool OpenLockFile();
+    // None if the document cannot be read.
+    std::optional<std::string> Read(std::string const& path);
+    // Writes a request and moves it into its place. Returns whether that succeeded.
+    bool Publish(std::string const& request);
+    void Sleep(unsigned int milliseconds);
+    void Pass(std::string const& call, unsigned long long microseconds);
+
+private:
+    Entry const* At(std::string const& path) const;
+    int Call(std::string const& text);
+    bool Open(std::string const& path, bool empties);
+    bool Write(std::string const& path, std::string const& bytes);
+    bool Move(std::string const& from, std::string const& to);
+    bool Copy(std::string const& from, std::string const& to);
+    bool ForceMove(std::string const& from, std::string const& to);
+    bool ForceNonexistence(std::string const& path);
+    bool Retry(std::function<bool()> const& operation);
+    bool IsReadHit(std::string const& object) const;
+    std::size_t BytesWritten(std::string const& object) const;
+};

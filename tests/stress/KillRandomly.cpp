@@ -1,0 +1,165 @@
+// A tool that is killed from outside at any time, while the agent's behaviour is random. The seed
+// of a test case decides on the agent and on the time; STRESS_CASE=<seed> repeats one.
+#include <thread>
+
+#include "tests/stress/Aftermath.h"
+#include "tests/stress/AtOnce.h"
+#include "tests/stress/Random.h"
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+using std::chrono::milliseconds;
+
+// What the agent does, when the tool is killed, and what it would have printed in the end.
+struct Course {
+    AgentScript script;
+    std::string output;
+    std::chrono::microseconds killedAfter{0};
+    // Nothing more is answered.
+    bool isSilent = false;
+};
+
+// One request is answered well in the end, in one of several ways. A response is only ever behind a
+// request that still stands, so that an older one is never taken for it.
+AgentScript& AnswerSomehow(AgentScript& script, Random& random, std::string const& answer) {
+    auto const pause = milliseconds(random.Below(2500));
+    script.AwaitRequest();
+    switch (random.Below(8)) {
+    case 0:
+        return script.PauseUntil(pause).Respond(answer).RemoveRequest();
+    case 1:
+        return script.Respond(answer).PauseUntil(pause).RemoveRequest();
+    case 2:
+        return script.Respond("garbage").RemoveRequest().PauseUntil(pause).Respond(answer);
+    case 3:
+        return script.Respond(answer).PutRequest(progressRequest).PauseUntil(pause).RemoveRequest();
+    case 4:
+        return script.Respond(answer.substr(0, answer.size() / 2)).Respond(answer).RemoveRequest();
+    default:
+        return script.Respond(answer).RemoveRequest();
+    }
+}
+
+// False if this request and all after it are left alone.
+bool IsAnswered(Course& course, Random& random, std::string const& answer) {
+    course.isSilent = course.isSilent || random.Below(24) == 0;
+    if (!course.isSilent)
+        AnswerSomehow(course.script, random, answer);
+    return !course.isSilent;
+}
+
+// Whole rows, so many.
+void FinishWithRows(Course& course, Random& random, size_t number) {
+    std::string rows;
+    std::string lines = PrintedCount(number);
+    for (size_t i = 0; i < number; ++i) {
+        RowTexts row = shortRow;
+        row[5] = std::string(random.Below(2000), 'c');
+        rows += Row(row);
+        lines += PrintedRow(row);
+    }
+    if (IsAnswered(course, random, ProgressAnswer("1", "0", "100", rows)))
+        course.output += lines;
+}
+
+void FinishWithError(Course& course, Random& random) {
+    std::string const error = std::to_string(random.Below(100));
+    if (IsAnswered(course, random, ProgressAnswer("2", error)))
+        course.output += PrintedError(error);
+}
+
+void Poll(Course& course, Random& random) {
+    for (size_t left = random.Below(3); left > 0 && !course.isSilent; --left) {
+        std::string const percent = std::to_string(random.Below(101));
+        if (IsAnswered(course, random, ProgressAnswer("3", "0", percent)))
+            course.output += PrintedPercent(percent);
+    }
+    if (course.isSilent)
+        return;
+    if (random.Below(4) == 0)
+        FinishWithError(course, random);
+    else
+        FinishWithRows(course, random, random.Below(4));
+}
+
+// The tool works for some milliseconds at its start and behind each second of sleep: two thirds of
+// the times are such moments.
+std::chrono::microseconds SomeTime(Random& random) {
+    auto const microseconds = [&](size_t limit) {
+        return std::chrono::microseconds(random.Below(limit));
+    };
+    switch (random.Below(3)) {
+    case 0:
+        return microseconds(7'000'000);
+    case 1:
+        return std::chrono::seconds(random.Below(7)) + microseconds(25'000);
+    default:
+        return microseconds(8'000);
+    }
+}
+
+Course CourseOf(size_t seed) {
+    Random random(seed);
+    Course course;
+    course.killedAfter = SomeTime(random);
+    if (IsAnswered(course, random, OpenAnswer())) {
+        Poll(course, random);
+        IsAnswered(course, random, CloseAnswer());
+    } else {
+        course.output = OpenError(-3);
+    }
+    return course;
+}
+
+// Returns how the tool ended, and what of it stayed.
+std::string KillSomeTime(size_t seed) {
+    Course const course = CourseOf(seed);
+    ScriptedAgent agent(course.script);
+    Tool tool({"-c", "url", "doc"});
+    std::this_thread::sleep_for(course.killedAfter);
+    tool.Kill(SIGKILL);
+    ToolRun const run = tool.Wait();
+    ExpectFreeLock();
+    agent.Stop();
+    if (run.status == ExitStatus::Killed(SIGKILL)) {
+        ExpectBeginning(course.output, run.output);
+    } else {
+        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        EXPECT_EQ(course.output, run.output);
+    }
+    ExpectKnownNames();
+    ExpectWholeRequest();
+    ExpectResponseOf(agent);
+    std::string words = run.status == ExitStatus::Killed(SIGKILL) ? "killed" : "ended";
+    words += FileOnDisk(ScriptedAgent::request).inode ? " request" : "";
+    words += FileOnDisk(ScriptedAgent::requestTemp).inode ? " temporary" : "";
+    ExpectNextRun();
+    return words;
+}
+
+void KillRandomly(size_t firstSeed, size_t number) {
+    auto const seeds = TestCases(firstSeed, number);
+    auto const ends = RunAtOnce("seed", seeds, KillSomeTime);
+    CountTestCases(seeds.size());
+    for (char const* const word : {"killed", "request", "temporary"})
+        testing::Test::RecordProperty(
+            word, std::to_string(std::count_if(ends.begin(), ends.end(), [&](auto const& end) {
+                return end.find(word) != std::string::npos;
+            })));
+}
+
+constexpr size_t atOnce = 64;
+
+class FullKillRandomly : public testing::TestWithParam<size_t> {};
+
+TEST_P(FullKillRandomly, AtAnyTime) { KillRandomly(GetParam(), atOnce); }
+
+INSTANTIATE_TEST_SUITE_P(FullSeeds, FullKillRandomly,
+                         testing::Range<size_t>(0, 32 * atOnce, atOnce),
+                         [](auto const& test) { return "From" + std::to_string(test.param); });
+
+TEST(QuickKillRandomly, AtAnyTime) { KillRandomly(1'000'000, 3); }
+
+} // namespace

@@ -1,0 +1,35 @@
+// An evaluation whose texts are all too long for the small string optimization.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/AgentScript.h"
+#include "tests/system/Documents.h"
+
+namespace Stress {
+
+constexpr char url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
+constexpr char doc[] = "A document with a name that is long enough.xml";
+
+inline std::string FinishedAnswer() {
+    return ProgressAnswer("1", "0", "100", Row(longRow) + Row(longRow));
+}
+
+// An agent that answers each request by its type: every second progress request, from the first
+// one on, with 40 %, and the others with two rows.
+inline AgentScript ServingAgent() {
+    return AgentScript().Serve(OpenAnswer(), {ProgressAnswer("3", "0", "40"), FinishedAnswer()},
+                               CloseAnswer());
+}
+
+// The bytes are the start of one of the three requests of such an evaluation.
+inline void ExpectPartOfRequest(std::string const& bytes) {
+    EXPECT_TRUE(OpenRequest(url, doc, "7").starts_with(bytes) ||
+                std::string(progressRequest).starts_with(bytes) ||
+                std::string(closeRequest).starts_with(bytes))
+        << bytes;
+}
+
+} // namespace Stress

@@ -1,0 +1,171 @@
+#include "tests/stress/RandomDocuments.h"
+
+#include <utility>
+#include <vector>
+
+#include "tests/system/Documents.h"
+
+namespace {
+
+// A text and what it is read as.
+struct Text {
+    std::string written;
+    std::string read;
+};
+
+struct Number {
+    Number(char const* text, int value) : written(text), read(value) {}
+
+    char const* written;
+    int read;
+};
+
+Number AnyNumber(Random& random) {
+    return random.Pick({Number("1", 1), Number("2", 2), Number("3", 3), Number("0", 0),
+                        Number("4", 4), Number("-1", -1), Number("-22", -22), Number("3abc", 3),
+                        Number(" 2", 2), Number("+3", 3), Number("", 0), Number("x", 0),
+                        Number("0x1", 0), Number("007", 7), Number("2147483647", 2147483647),
+                        Number("-2147483648", -2147483647 - 1)});
+}
+
+// Mostly as an agent should, and now and then one that the tool can't know.
+Number AnyState(Random& random) {
+    if (random.Chance(8))
+        return AnyNumber(random);
+    return random.Pick<Number>({{"3", 3}, {"3", 3}, {"3", 3}, {"1", 1}, {"1", 1}, {"2", 2}});
+}
+
+Text AnyText(Random& random) {
+    Text text;
+    for (auto left = random.Below(4); left != 0; --left) {
+        static constexpr char const* pieces[][2] = {
+            {"plain", "plain"},   {" ", " "},       {"&amp;", "&"},     {"&lt;", "<"},
+            {"&gt;", ">"},        {"&quot;", "\""}, {"&#xe9;", "\xe9"}, {"\xc3\xa9", "\xc3\xa9"},
+            {"&apos;", "&apos;"}, {"\r\n", "\r\n"}, {"100%", "100%"},   {"%s", "%s"}};
+        auto const& piece = pieces[random.Below(std::size(pieces))];
+        text.written += piece[0];
+        text.read += piece[1];
+    }
+    if (random.Below(200) == 0) {
+        // More than is read at once.
+        text.written.append(70'000, 'x');
+        text.read.append(70'000, 'x');
+    }
+    return text;
+}
+
+std::string AnyRow(Random& random, RowTexts& row) {
+    static constexpr char const* names[] = {"Designator",     "Result",      "ResultType",
+                                            "EvaluationTime", "Description", "Comment"};
+    std::vector<std::string> children;
+    for (size_t i = 0; i < row.size(); ++i) {
+        if (random.Chance(5))
+            continue;
+        Text const text = AnyText(random);
+        children.push_back(Element(names[i], text.written));
+        row[i] = text.read;
+    }
+    if (random.Chance(10))
+        children.push_back(Element("Other", "text"));
+    if (random.Chance(10))
+        random.Shuffle(children);
+    std::string content = random.Chance(50) ? "\r\n\t\t" : "";
+    for (std::string const& child : children)
+        content += child;
+    return Element("ResponseItem", content);
+}
+
+std::string AnyType(Random& random) {
+    return Element("ResponseType", random.Pick({"Open", "Close", "Progress"}));
+}
+
+// The children of the root in the order in which they count.
+class Children {
+public:
+    Children(Random& choices, ExchangeModel::Answer& meaning) : random(choices), says(meaning) {
+        AddProgress();
+        for (unsigned long long rows = random.Chance(60) ? 0 : random.Below(5); rows != 0; --rows) {
+            says.rows.emplace_back();
+            children.push_back(AnyRow(random, says.rows.back()));
+        }
+        AddNoise();
+    }
+
+    std::string Join() const {
+        std::string text;
+        for (std::string const& child : children)
+            text += "\t" + child + "\r\n";
+        return text;
+    }
+
+private:
+    void AddProgress() {
+        for (unsigned long long times = random.Chance(90) ? 1 : random.Below(3); times != 0;
+             --times)
+            Add("ResponseProgressState", AnyState(random), says.state);
+        if (random.Chance(70))
+            Add("ResponseProgressError", AnyNumber(random), says.error);
+        if (random.Chance(70))
+            Add("ResponseProgressPercent", AnyNumber(random), says.percent);
+    }
+
+    void Add(char const* name, Number number, int& told) {
+        children.push_back(Element(name, number.written));
+        told = number.read;
+    }
+
+    // At any place: the type, which must be there once, and what means nothing.
+    void AddNoise() {
+        Insert(AnyType(random), random.Chance(80));
+        if (random.Chance(15))
+            Insert(random.Pick<std::string>(
+                       {Element("ResponseType", "open"), Element("ResponseType", ""),
+                        Element("Other", Element("ResponseProgressState", "1")), "<!-- a note -->",
+                        "text", AnyType(random)}),
+                   false);
+    }
+
+    void Insert(std::string const& child, bool first) {
+        auto const place = first ? 0 : random.Below(children.size() + 1);
+        children.insert(children.begin() + static_cast<std::ptrdiff_t>(place), child);
+    }
+
+    Random& random;
+    ExchangeModel::Answer& says;
+    std::vector<std::string> children;
+};
+
+} // namespace
+
+RandomAnswer MakeRandomAnswer(Random& random) {
+    RandomAnswer answer;
+    answer.bytes = Response(Children(random, answer.says).Join());
+    if (random.Chance(5))
+        answer.bytes += "\r\n";
+    return answer;
+}
+
+std::string MakeGarbage(Random& random) {
+    if (random.Chance(60)) {
+        // No part of a document is one: its root is closed by its last byte.
+        RandomAnswer const answer = MakeRandomAnswer(random);
+        size_t const end = answer.bytes.rfind('>');
+        return answer.bytes.substr(0, random.Below(end + 1));
+    }
+    if (random.Chance(30)) {
+        std::string noise(random.Below(5000), ' ');
+        for (char& byte : noise)
+            byte = static_cast<char>(random.Below(256));
+        // Without a tag there is no element.
+        for (char& byte : noise)
+            byte = byte == '<' ? '>' : byte;
+        return noise;
+    }
+    return random.Pick<std::string>({"", "garbage", Response(""), progressRequest, closeRequest,
+                                     Response("<ResponseProgressState>1</ResponseProgressState>"),
+                                     Response("<ResponseType>open</ResponseType>"),
+                                     Response("<ResponseType> Open</ResponseType>"),
+                                     Response("<x/><ResponseType>Open</ResponseType>"),
+                                     "<Other><ResponseType>Open</ResponseType></Other>",
+                                     std::string(1000, '\0')});
+}

@@ -1,0 +1,212 @@
+// Real conditions in whole grids: missing directories, every mode of the two directories and of the
+// files in them, and no file descriptors left.
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include "tests/stress/PreloadedProgram.h"
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+
+// Directories that are missing.
+
+void TryMissing(bool requests, bool responses, bool program) {
+    SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
+                 (responses ? " responses" : "") + (program ? " program" : ""));
+    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent::Reset();
+    if (requests)
+        fs::remove_all(ScriptedAgent::requestDirectory);
+    if (responses)
+        fs::remove_all(responseDirectory);
+    if (program)
+        fs::remove_all("/opt/VeskaClient");
+    ExpectPrinted(requests    ? OpenError(-6)
+                  : program   ? OpenError(-1)
+                  : responses ? OpenError(-7)
+                              : UsualOutput(),
+                  RunPreloaded(DynamicTool(), {}));
+    // None is made.
+    EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
+    EXPECT_EQ(responses, !fs::exists(responseDirectory));
+}
+
+TEST(QuickMissingDirectories, InEveryCombination) {
+    Sandbox::Run([] {
+        for (int which = 0; which < 8; ++which)
+            TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
+    });
+    CountTestCases(8);
+}
+
+// Rights, for a user who has none but these.
+
+// Not everybody can reach the place where things are built.
+std::string CopyForEveryone(std::string const& program) {
+    std::string const copy = "/opt/" + fs::path(program).filename().string();
+    if (!fs::exists(copy)) {
+        fs::copy_file(program, copy);
+        fs::permissions(copy, fs::perms(0755));
+    }
+    return copy;
+}
+
+ProgramResult RunWithoutRights() {
+    auto command = DynamicTool();
+    command[0] = CopyForEveryone(command[0]);
+    ProgramOptions options = PreloadedOptions({});
+    options.environment->push_back("LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS));
+    options.environment->erase(options.environment->begin());
+    options.prepare = [] {
+        Sandbox::DropPrivileges();
+        return true;
+    };
+    return RunProgram(command, options);
+}
+
+// The same for owner, group and others, whoever the user is.
+void SetModeForAll(std::string const& path, unsigned int bits) {
+    ASSERT_EQ(0, chmod(path.c_str(), bits << 6 | bits << 3 | bits));
+}
+
+constexpr unsigned int mayRead = 4;
+constexpr unsigned int mayWrite = 2;
+constexpr unsigned int mayEnter = 1;
+constexpr int notThere = -1;
+
+void TryRightsToRequests(unsigned int directory, int lockFile) {
+    SCOPED_TRACE("directory " + std::to_string(directory) + ", lock file " +
+                 std::to_string(lockFile));
+    SetModeForAll(ScriptedAgent::requestDirectory, 7);
+    PlayedAgent::Reset();
+    if (lockFile != notThere) {
+        WriteBytes(ScriptedAgent::lockFile, "");
+        SetModeForAll(ScriptedAgent::lockFile, static_cast<unsigned int>(lockFile));
+    }
+    SetModeForAll(ScriptedAgent::requestDirectory, directory);
+    bool const canEnter = (directory & mayEnter) != 0;
+    bool const canCreate = canEnter && (directory & mayWrite) != 0;
+    bool const canLock =
+        lockFile == notThere ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
+    ExpectPrinted(!canLock     ? OpenError(-6)
+                  : !canCreate ? OpenError(-17)
+                               : UsualOutput(),
+                  RunWithoutRights());
+    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Requests());
+}
+
+TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
+    Sandbox::Run([] {
+        PlayedAgent const agent(UsualAnswers());
+        for (unsigned int directory = 0; directory <= 7; ++directory)
+            for (int const lockFile : {notThere, 0, 2, 4, 6})
+                TryRightsToRequests(directory, lockFile);
+    });
+    CountTestCases(40);
+}
+
+// The agent is played with the same rights: where it can't publish, the old answer counts.
+void TryRightsToResponses(unsigned int directory, unsigned int response) {
+    SCOPED_TRACE("directory " + std::to_string(directory) + ", response " +
+                 std::to_string(response));
+    SetModeForAll(responseDirectory, 7);
+    PlayedAgent::Reset();
+    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    SetModeForAll(ScriptedAgent::response, response);
+    SetModeForAll(responseDirectory, directory);
+    bool const canEnter = (directory & mayEnter) != 0;
+    bool const canPublish = canEnter && (directory & mayWrite) != 0;
+    bool const canRead = canEnter && (response & mayRead) != 0;
+    ExpectPrinted(canPublish ? UsualOutput()
+                  : canRead  ? PrintedError("5")
+                             : OpenError(-7),
+                  RunWithoutRights());
+    EXPECT_EQ("lockfile ", Requests());
+}
+
+TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
+    Sandbox::Run([] {
+        PlayedAgent const agent(UsualAnswers());
+        for (unsigned int directory = 0; directory <= 7; ++directory)
+            for (unsigned int const response : {0U, 2U, 4U, 6U})
+                TryRightsToResponses(directory, response);
+    });
+    CountTestCases(32);
+}
+
+// In a directory where everybody may remove only what is his, the request of another stays. Each
+// exchange tries twice to replace it, and removes its temporary document.
+SANDBOX_TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
+    ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
+    ScriptedAgent const agent(AgentScript()
+                                  .Answer(OpenAnswer())
+                                  .Answer(ProgressAnswer("3", "0", "50"))
+                                  .PauseUntil(std::chrono::milliseconds(1400))
+                                  .PutRequest("foreign"));
+    if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
+        GTEST_SKIP() << "This machine knows one user only.";
+    ToolRun const run = RunToolWithoutRights({"-d"});
+    ExpectPrinted(PrintedPercent("50"), run);
+    EXPECT_LE(3000 + 4 * 2032, run.took.count());
+    EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("lockfile request.xml ", Requests());
+}
+
+// No descriptors left. The lock file takes the first one, the walk through /proc the next; where
+// the link to a program may be read that is all, else the name takes one more. The request and the
+// response use those of the walk.
+
+#ifndef CC_ADDRESS_SANITIZER // Starts the shipped program, which needs none to be loaded.
+
+constexpr int forTheLock = 4;
+constexpr int forTheWalk = 5;
+
+void TryDescriptors(int limit, bool withRights) {
+    Sandbox::RunWithDirectories([=] {
+        SCOPED_TRACE(std::to_string(limit) + " descriptors");
+        ScriptedAgent const agent(AgentScript()
+                                      .Answer(OpenAnswer())
+                                      .Answer(ProgressAnswer("2", "5"))
+                                      .Answer(CloseAnswer()));
+        std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
+        ProgramOptions options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
+        options.prepare = [=] {
+            if (!withRights)
+                Sandbox::DropPrivileges();
+            return true;
+        };
+        int const forTheProbe = withRights ? forTheWalk : forTheWalk + 1;
+        ExpectPrinted(limit < forTheLock    ? OpenError(-6)
+                      : limit < forTheProbe ? OpenError(-2)
+                                            : PrintedError("5"),
+                      RunProgram({program, "-c", "url", "doc"}, options));
+        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, agent.Requests().size());
+        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Requests());
+    });
+}
+
+TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
+    for (int limit = 0; limit < forTheWalk; ++limit)
+        TryDescriptors(limit, true);
+    TryDescriptors(forTheWalk, false);
+    CountTestCases(6);
+}
+
+class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};
+
+TEST_P(FullDescriptors, GiveTheStatedOutcome) {
+    TryDescriptors(std::get<int>(GetParam()), std::get<bool>(GetParam()));
+}
+
+INSTANTIATE_TEST_SUITE_P(FullLimits, FullDescriptors,
+                         testing::Combine(testing::Range(0, 17), testing::Bool()),
+                         [](auto const& test) {
+                             return std::to_string(std::get<int>(test.param)) +
+                                    (std::get<bool>(test.param) ? "WithRights" : "WithoutRights");
+                         });
+
+#endif
+
+} // namespace

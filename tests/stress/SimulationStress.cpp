@@ -1,0 +1,295 @@
+// Random callers and random agents in simulated time, compared with the reference model.
+//
+// SIMULATION_SEED=n makes a case run that seed alone.
+#include <array>
+#include <cstdlib>
+#include <functional>
+#include <set>
+#include <utility>
+
+#include "compliance/Compliance.h"
+#include "tests/stress/PreloadedProgram.h"
+#include "tests/stress/Stage.h"
+#include "tests/stress/ToolTest.h"
+#include "tests/support/SmallFileSystem.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr int untouched = 4711;
+
+// What has happened in stories, as "Open = -5".
+using Outcomes = std::set<std::string>;
+
+// What a call has given, as text.
+std::string Describe(int code, Lines const& given = {}) {
+    std::string text = " = " + std::to_string(code);
+    for (std::string const& value : given)
+        text += " [" + value + ']';
+    return text;
+}
+
+int LowestFreeDescriptor() {
+    int const lowest = open("/", O_RDONLY | O_CLOEXEC);
+    close(lowest);
+    return lowest;
+}
+
+// A caller of the five functions and an agent, both random, call by call on the model and then on
+// the real library with real files.
+class Story {
+public:
+    Story(unsigned long long number, bool foreignLocks, Outcomes& allOutcomes)
+        : seed(number),
+          hasForeignLocks(foreignLocks),
+          random(number),
+          stage(random, foreignLocks),
+          outcomes(allOutcomes) {}
+
+    void Tell() {
+        for (unsigned long long left = 4 + random.Below(20); left != 0 && !isOver; --left)
+            NextCall();
+        if (stage.model.IsOpen() && !isOver)
+            Close();
+        EXPECT_EQ(descriptors, LowestFreeDescriptor()) << "seed " << seed << " lost a descriptor";
+    }
+
+private:
+    // Mostly what a caller should do, and anything at any time.
+    void NextCall() {
+        if (random.Chance(80))
+            return SensibleCall();
+        static constexpr void (Story::*calls[])() = {
+            &Story::Open,  &Story::Progress, &Story::ResultCount,       &Story::IndexedValue,
+            &Story::Close, &Story::Pause,    &Story::ChangeForeignLock, &Story::ChangeForeignLock};
+        (this->*calls[random.Below(hasForeignLocks ? 8 : 6)])();
+    }
+
+    void SensibleCall() {
+        if (!stage.model.IsOpen())
+            return random.Chance(70) ? Open() : Pause();
+        if (stage.model.ResultCount() < 0)
+            return random.Chance(90) ? Progress() : Pause();
+        if (random.Chance(20))
+            return Close();
+        return random.Chance(30) ? ResultCount() : IndexedValue();
+    }
+
+    void Open() {
+        char const* const url = random.Pick<char const*>({nullptr, "", "http://a?b&c", "\xe9<>"});
+        char const* const doc = random.Pick<char const*>({nullptr, "", "doc.xml", "a\r\nb\x80"});
+        unsigned int const flags =
+            random.Chance(90) ? static_cast<unsigned int>(random.Below(16)) : 4294967295u;
+        Compare(
+            "Open", [&] { return Describe(stage.model.Open(url, doc, flags)); },
+            [&] { return Describe(COMPLIANCE_Open(url, doc, flags)); });
+    }
+
+    void Progress() {
+        auto const describeProgress = [](auto const& call) {
+            int percent = untouched;
+            int error = untouched;
+            int const code = call(percent, error);
+            return Describe(code, {std::to_string(percent), std::to_string(error)});
+        };
+        Compare(
+            "Progress",
+            [&] {
+                return describeProgress(
+                    [&](auto&... values) { return stage.model.Progress(values...); });
+            },
+            [&] {
+                return describeProgress(
+                    [](auto&... values) { return COMPLIANCE_Progress(&values...); });
+            });
+    }
+
+    void ResultCount() {
+        Compare(
+            "ResultCount", [&] { return Describe(stage.model.ResultCount()); },
+            [] { return Describe(COMPLIANCE_ResultCount()); });
+    }
+
+    void IndexedValue() {
+        unsigned int const index =
+            random.Chance(90) ? static_cast<unsigned int>(random.Below(6)) : 4294967295u;
+        Compare(
+            "IndexedValue",
+            [&] {
+                RowTexts row;
+                row.fill("-");
+                int const code = stage.model.IndexedValue(index, row);
+                return Describe(code, {row.begin(), row.end()});
+            },
+            [&] {
+                std::array<char const*, 6> row;
+                row.fill("-");
+                int const code = COMPLIANCE_IndexedValue(index, &row[0], &row[1], &row[2], &row[3],
+                                                         &row[4], &row[5]);
+                Lines const texts(row.begin(), row.end());
+                if (code == 0)
+                    handedOut.emplace_back(row, texts);
+                return Describe(code, texts);
+            });
+    }
+
+    void Close() {
+        // Until now, all texts have been good.
+        for (auto const& [pointers, texts] : handedOut)
+            EXPECT_EQ(texts, Lines(pointers.begin(), pointers.end())) << "seed " << seed;
+        handedOut.clear();
+        Compare(
+            "Close", [&] { return Describe(stage.model.Close()); },
+            [] { return Describe(COMPLIANCE_Close()); });
+    }
+
+    void Pause() {
+        unsigned long long const length = random.Below(4'000'000);
+        stage.agent.Notice();
+        Compare(
+            "pause", [&] { return stage.files.Pass("pause", length), std::string(); },
+            [&] {
+                return stage.Pass(length), SystemCalls::Active()->Record({"pause", {}, {}}), "";
+            });
+    }
+
+    // Somebody else begins or ends an evaluation.
+    void ChangeForeignLock() {
+        if (foreign)
+            foreign.reset();
+        else if (!stage.model.IsOpen() &&
+                 stage.files.entries.contains(ScriptedAgent::requestDirectory))
+            foreign = std::make_unique<ForeignLock>();
+        stage.model.isLockedElsewhere = foreign != nullptr;
+        if (foreign)
+            stage.files.entries[ScriptedAgent::lockFile] = Entry::File("");
+    }
+
+    template <class Model, class Real>
+    void Compare(std::string const& name, Model const& ofModel, Real const& ofReal) {
+        stage.files.calls.clear();
+        std::string const expected = ofModel();
+        stage.Repeat();
+        SimulatedTime const time(stage);
+        std::string const actual = ofReal();
+        outcomes.insert(name + expected.substr(0, expected.find(" [")));
+        transcript += "    " + name + expected + " at " + std::to_string(stage.files.now) + '\n';
+        SystemCalls::Pause const pause;
+        std::string const difference = Difference(stage, expected, actual, CallTrace(time.Calls()));
+        isOver = !difference.empty();
+        if (isOver)
+            ADD_FAILURE() << "SIMULATION_SEED=" << seed << "\n  the calls:\n"
+                          << transcript << difference;
+    }
+
+    unsigned long long const seed;
+    bool const hasForeignLocks;
+    Random random;
+    Stage stage;
+    Outcomes& outcomes;
+    int const descriptors = LowestFreeDescriptor();
+    std::unique_ptr<ForeignLock> foreign;
+    std::vector<std::pair<std::array<char const*, 6>, Lines>> handedOut;
+    std::string transcript;
+    bool isOver = false;
+};
+
+// A process that was refused the lock is refused for good, so it has only one story, and its
+// outcomes stay in it.
+void TellStory(unsigned long long seed, Outcomes& outcomes) {
+    if (seed % 50 != 49)
+        return Story(seed, false, outcomes).Tell();
+    OtherProcess process([&] { Story(seed, true, outcomes).Tell(); });
+    process.Wait();
+}
+
+using Tale = std::function<void(unsigned long long seed)>;
+
+// Tells the seeds one after the other, up to the first that fails.
+void TellSeeds(unsigned long long first, unsigned long long number, Tale const& tell) {
+    if (char const* const wanted = std::getenv("SIMULATION_SEED")) {
+        first = std::strtoull(wanted, nullptr, 10);
+        number = 1;
+    }
+    Sandbox::Run({.limit = std::chrono::minutes(10)}, [&] {
+        SmallFileSystem const proc("/proc");
+        for (auto seed = first; seed != first + number && !testing::Test::HasFailure(); ++seed)
+            tell(seed);
+    });
+    Stress::CountTestCases(number);
+}
+
+constexpr unsigned long long seedsOfACase = 1000;
+// A sanitizer makes each of them many times as long.
+#ifdef CC_ADDRESS_SANITIZER
+constexpr unsigned long long quickSeeds = 50;
+#else
+constexpr unsigned long long quickSeeds = 350;
+#endif
+
+class FullSimulation : public testing::TestWithParam<unsigned long long> {};
+
+// Also what the stories are worth: they come to every end that there is.
+TEST(QuickSimulation, FirstStoriesReachEveryOutcome) {
+    Outcomes outcomes;
+    TellSeeds(0, 150, [&](unsigned long long seed) {
+        TellStory(seed, outcomes);
+        if (seed != 149)
+            return;
+        for (char const* const wanted :
+             {"Open = 0",          "Open = -1",          "Open = -2",        "Open = -3",
+              "Open = -5",         "Open = -6",          "Open = -7",        "Open = -15",
+              "Open = -17",        "Progress = 1",       "Progress = 2",     "Progress = 3",
+              "Progress = -3",     "Progress = -6",      "Progress = -7",    "Progress = -17",
+              "ResultCount = 0",   "ResultCount = 1",    "ResultCount = -8", "IndexedValue = 0",
+              "IndexedValue = -8", "IndexedValue = -20", "Close = 0",        "Close = -3",
+              "Close = -6",        "Close = -7",         "Close = -17"})
+            EXPECT_EQ(1u, outcomes.count(wanted)) << wanted;
+    });
+}
+
+TEST(QuickSimulation, InterfaceKeepsWhatTheModelSays) {
+    Outcomes outcomes;
+    TellSeeds(150, quickSeeds, [&](unsigned long long seed) { TellStory(seed, outcomes); });
+}
+
+TEST_P(FullSimulation, InterfaceKeepsWhatTheModelSays) {
+    Outcomes outcomes;
+    TellSeeds(GetParam() * seedsOfACase, seedsOfACase,
+              [&](unsigned long long seed) { TellStory(seed, outcomes); });
+}
+
+INSTANTIATE_TEST_SUITE_P(FullHundredThousandSeeds, FullSimulation, testing::Range(0ull, 100ull));
+
+// The tool, linked dynamically so that simulated time can be preloaded. The runtime of a sanitizer
+// needs the /proc that is replaced here.
+#ifndef CC_ADDRESS_SANITIZER
+
+void RunTool(unsigned long long seed) {
+    Random random(seed);
+    Stage stage(random, false);
+    std::string const expected = stage.model.RunTool("url", "d&c", 7);
+    PlayedAgent::WriteScript(stage.NextScript());
+    ProgramResult const run =
+        RunPreloaded({CC_DYNAMIC_TOOL, "-c", "url", "d&c", "7"}, {.actsAlways = true});
+    EXPECT_EQ(ExitStatus::Exited(0), run.status) << "SIMULATION_SEED=" << seed;
+    EXPECT_EQ("", run.errors) << "SIMULATION_SEED=" << seed;
+    std::string const difference =
+        Difference(stage, expected, run.output, CallTrace(LoggedCalls()));
+    EXPECT_EQ("", difference) << "SIMULATION_SEED=" << seed << '\n' << difference;
+}
+
+class FullSimulatedTool : public testing::TestWithParam<unsigned long long> {};
+
+TEST(QuickSimulation, ToolPrintsWhatTheModelSays) { TellSeeds(0, 100, RunTool); }
+
+TEST_P(FullSimulatedTool, PrintsWhatTheModelSays) {
+    TellSeeds(GetParam() * seedsOfACase, seedsOfACase, RunTool);
+}
+
+INSTANTIATE_TEST_SUITE_P(FullTenThousandSeeds, FullSimulatedTool, testing::Range(0ull, 10ull));
+
+#endif
+
+} // namespace

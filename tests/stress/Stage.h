@@ -1,0 +1,54 @@
+// The model with a random agent, and real files on which an AgentEngine repeats the agent's acts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/files/RecordedSleeps.h"
+#include "tests/files/SystemCalls.h"
+#include "tests/stress/CallTrace.h"
+#include "tests/stress/ExchangeModel.h"
+#include "tests/stress/FileModel.h"
+#include "tests/stress/Random.h"
+#include "tests/stress/RandomAgent.h"
+#include "tests/support/AgentEngine.h"
+
+// REQUIRES: a sandbox with a /proc made of files.
+class Stage {
+public:
+    // The agent has laid out the first files, in the model and on disk.
+    Stage(Random& random, bool sparesLockFile);
+
+    // The script of what the agent has done in the model since the last call.
+    std::string const& NextScript();
+    // The engine repeats that on the real files, while time passes there.
+    void Repeat() { engine.Play(NextScript()); }
+    void Pass(unsigned long long microseconds);
+
+    FileModel files;
+    ExchangeModel model;
+    RandomAgent agent;
+
+private:
+    AgentEngine engine;
+    unsigned long long now = 0;
+    std::size_t repeated = 0;
+    std::string script;
+};
+
+// From its construction to its destruction no sleep takes time, and calls are recorded.
+class SimulatedTime {
+public:
+    explicit SimulatedTime(Stage& stage);
+
+    std::vector<LoggedCall> const& Calls() const { return logged; }
+
+private:
+    std::vector<LoggedCall> logged;
+    SystemCalls calls;
+    RecordedSleeps sleeps;
+};
+
+// The difference between the model and the real thing, or an empty string.
+std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
+                       CallTrace const& trace);

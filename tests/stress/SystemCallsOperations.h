@@ -1,0 +1,179 @@
+// The operations that make system calls, and what can come of a failing call. Data, written from
+// the contracts, for SystemCallsStress.cpp.
+//
+// The table says nothing about how often or in which order an operation makes its calls.
+#pragma once
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "files/FileLocation.h"
+#include "tests/files/Files.h"
+
+// Who maps an error number to a class, each in its own way.
+enum class Mapper { freeStanding, readingPath, writingPath, reader, writer, times };
+
+// What an operation comes to. Names are relative to the directory of the test.
+struct Outcome {
+    enum Kind { goesOn, maps, throws, gives };
+
+    Kind kind = goesOn;
+    Mapper mapper = Mapper::freeStanding;
+    // The class that is thrown, with the name of its code if it has one; or the result.
+    std::string text = {};
+    // What the error names, if anything.
+    std::string name = {};
+};
+
+// As without the fault. The one outcome that need not happen.
+inline Outcome const goesOn;
+
+// A file error of the class that the mapper gives the number, with the number as its code.
+inline Outcome Maps(Mapper mapper, std::string const& name = {}) {
+    return {Outcome::maps, mapper, {}, name};
+}
+
+inline Outcome Throws(std::string const& error, std::string const& name = {}) {
+    return {Outcome::throws, {}, error, name};
+}
+
+// Returns normally, with another result than usual; in the form of Operation::result.
+inline Outcome Gives(std::string const& result) { return {Outcome::gives, {}, result}; }
+
+using Outcomes = std::vector<Outcome>;
+
+// All that can come of a failure of one kind of call.
+struct CallFailure {
+    // The name of the call and what follows it in the record of SystemCalls, as far as it matters.
+    std::string call;
+    // If it fails once, at any of its occurrences.
+    Outcomes once;
+    // What comes, beside those of any fault of the same call, if all further ones fail too.
+    Outcomes lasting = {};
+    // For this number alone, in place of the row for all others.
+    int error = 0;
+};
+
+using CallFailures = std::vector<CallFailure>;
+
+inline CallFailures operator+(CallFailures left, CallFailures const& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+// Has a constructor, because an aggregate is not one argument of a list.
+struct Operation {
+    using Run = std::function<std::string(FileLocation const&, FileLocation const&)>;
+
+    Operation(std::string itsName, void (*itsPreparation)(std::string const&), Run itself,
+              std::string itsResult, CallFailures itsFailures, int errorOfRenames = 0)
+        : name(std::move(itsName)),
+          prepare(itsPreparation),
+          run(std::move(itself)),
+          result(std::move(itsResult)),
+          failures(std::move(itsFailures)),
+          renameError(errorOfRenames) {}
+
+    std::string name;
+    // Makes what the operation needs in the directory of the test.
+    void (*prepare)(std::string const& directory);
+    // Takes "from" and "to" in that directory. Returns what the operation returned, if anything.
+    Run run;
+    // What `run` returns without a fault, a semicolon, and all entries of the directory then,
+    // sorted, each with a space in front.
+    std::string result;
+    CallFailures failures;
+    // Thrown by each rename, which is not to be tried: the two are on different file systems.
+    int renameError;
+};
+
+// An operation on "from", or from there to "to", with or without a result.
+template <class Run>
+auto Calling(Run run) {
+    return [run](FileLocation const& from, FileLocation const& to) -> std::string {
+        if constexpr (std::is_invocable_v<Run, FileLocation const&>) {
+            run(from);
+            return {};
+        } else if constexpr (std::is_same_v<decltype(run(from, to)), std::string>) {
+            return run(from, to);
+        } else {
+            run(from, to);
+            return {};
+        }
+    };
+}
+
+// The same from an expression of `from` and `to`.
+#define CC_CALLING(...)                                                              \
+    Calling([]([[maybe_unused]] auto const& from, [[maybe_unused]] auto const& to) { \
+        return __VA_ARGS__;                                                          \
+    })
+
+// The parts of the table.
+std::vector<Operation> OpenFiles();
+std::vector<Operation> Streams();
+std::vector<Operation> Creations();
+std::vector<Operation> Deletions();
+std::vector<Operation> CopiesAndMoves();
+std::vector<Operation> Trees();
+std::vector<Operation> Items();
+std::vector<Operation> LockAndProbe();
+
+// Preparations.
+
+inline void MakeNothing(std::string const&) {}
+
+inline void MakeFile(std::string const& directory) {
+    WriteWholeFile(directory + "/from", "content");
+}
+
+inline void MakeEmptyFile(std::string const& directory) { WriteWholeFile(directory + "/from", ""); }
+
+inline void MakeBoth(std::string const& directory) {
+    MakeFile(directory);
+    WriteWholeFile(directory + "/to", "old");
+}
+
+inline void MakeEmptyDirectory(std::string const& directory) {
+    std::filesystem::create_directory(directory + "/from");
+}
+
+inline void MakeTree(std::string const& directory) {
+    MakeEmptyDirectory(directory);
+    WriteWholeFile(directory + "/from/a", "content");
+}
+
+inline void MakeDeepTree(std::string const& directory) {
+    MakeTree(directory);
+    std::filesystem::create_directory(directory + "/from/b");
+}
+
+// Outcomes and failures that many share.
+
+inline Outcome const endOfLoop = Throws("FileReadingLoopEndOfFileError");
+inline Outcome const noFrom = Throws("FileNotFoundError", "from");
+inline Outcome const noDirectory = Throws("DirectoryNotFoundError", "from");
+inline Outcome const vanished = Throws("InvalidStats");
+inline Outcome const notEmpty = Throws("FileIOError ENOTEMPTY", "from");
+// A parent that is not seen is looked for up to the root, which exists.
+inline Outcome const rootIsThere = Throws("FileIOError EEXIST", "/");
+inline Outcome const freeFrom = Maps(Mapper::freeStanding, "from");
+inline Outcome const freeTo = Maps(Mapper::freeStanding, "to");
+inline Outcome const readingFrom = Maps(Mapper::readingPath, "from");
+inline Outcome const readerFrom = Maps(Mapper::reader, "from");
+
+// An open path that its destructor closes.
+inline CallFailures Opened(Mapper mapper) {
+    return {{"open", {Maps(mapper, "from")}}, {"setfd", {goesOn}}, {"close", {goesOn}}};
+}
+
+// A seek to the end that fails with EINVAL makes the length unknown.
+inline CallFailures Sought(Outcomes const& outcomes, Outcomes const& unknown) {
+    Outcomes both = outcomes;
+    both.insert(both.end(), unknown.begin(), unknown.end());
+    return {{"seek", outcomes}, {"seek", both, {}, EINVAL}};
+}

@@ -1,0 +1,110 @@
+// The tool as a whole, each of its allocations failing, also those that the C library makes for it.
+#include <iostream>
+#include <set>
+
+#include "tests/stress/LongEvaluation.h"
+#include "tests/stress/ToolTest.h"
+
+namespace {
+
+using namespace Stress;
+
+char const failureMark[] = "/opt/failed";
+
+// Which allocation fails, as the preloaded library reads it; empty for none.
+ProgramResult RunWithFailing(std::string const& which) {
+    fs::remove(failureMark);
+    fs::remove(ScriptedAgent::response);
+    return RunProgram(
+        {CC_DYNAMIC_TOOL, "-c", url, doc, "7"},
+        {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY, "CC_FAILING_MALLOC=" + which,
+                          "CC_AGENT_SCRIPT=" + ServingAgent().text()}}});
+}
+
+std::string const atWork = PrintedPercent("40");
+
+// What is printed of an evaluation that succeeds.
+std::string Whole() {
+    return atWork + PrintedCount(2) + PrintedRow(LongRowRead()) + PrintedRow(LongRowRead());
+}
+
+// The tool prints nothing for a poll that failed.
+bool IsStated(std::string const& output) {
+    std::set<std::string> const stated = {
+        Whole(), atWork, "", OpenError(-2), OpenError(-6), OpenError(-7), OpenError(-17)};
+    return stated.contains(output);
+}
+
+// A request is there only where one was not written whole: then it is a part of one of ours.
+void ExpectOwnFilesOnly() {
+    std::string const names = Requests();
+    if (names == "lockfile request.xml ") {
+        ExpectPartOfRequest(ReadBytes(ScriptedAgent::request));
+    } else {
+        EXPECT_TRUE(names == "lockfile " || names.empty()) << names;
+    }
+    EXPECT_FALSE(fs::exists("/var/opt/VeskaClient/ResponseDir/response.xml.agent"));
+    EXPECT_FALSE(IsLocked());
+}
+
+// Only out of COMPLIANCE_Open, which lets it out: before any request was answered.
+void ExpectEndByBadAlloc(ProgramResult const& run) {
+    EXPECT_EQ(ExitStatus::Killed(SIGABRT), run.status);
+    EXPECT_EQ("", run.output);
+    EXPECT_NE(std::string::npos, run.errors.find("bad_alloc")) << run.errors;
+    EXPECT_EQ("lockfile ", Requests());
+    EXPECT_FALSE(fs::exists(ScriptedAgent::response));
+}
+
+void ExpectStated(ProgramResult const& run) {
+    if (run.status != ExitStatus::Exited(0))
+        return ExpectEndByBadAlloc(run);
+    EXPECT_EQ("", run.errors);
+    EXPECT_TRUE(IsStated(run.output)) << run.output;
+}
+
+// A request that was left behind stands in the way, as ever.
+void ExpectNextRunSucceeds() {
+    if (fs::exists(ScriptedAgent::request)) {
+        EXPECT_EQ(OpenError(-5), RunWithFailing("").output);
+        fs::remove(ScriptedAgent::request);
+    }
+    EXPECT_EQ(Whole(), RunWithFailing("").output);
+}
+
+// Whether it failed, that is whether the tool asks for so many.
+bool Fail(std::size_t n, bool fromThenOn) {
+    std::string const which = std::to_string(n) + (fromThenOn ? "+" : "");
+    SCOPED_TRACE("allocation " + which);
+    ProgramResult const run = RunWithFailing(which);
+    bool const failed = fs::exists(failureMark);
+    ExpectStated(run);
+    ExpectOwnFilesOnly();
+    if (run.output != Whole() || fs::exists(ScriptedAgent::request))
+        ExpectNextRunSucceeds();
+    return failed;
+}
+
+// Every `step`-th allocation, from `first` on.
+void FailFrom(std::size_t first, std::size_t step, bool fromThenOn) {
+    CountTestCasesInSandbox({.limit = std::chrono::minutes(4)}, [&] {
+        OtherProgram const agent(Sandbox::InstallIdleAgent());
+        EXPECT_EQ(Whole(), RunWithFailing("").output);
+        std::size_t failures = 0;
+        for (std::size_t n = first; !testing::Test::HasFailure() && Fail(n, fromThenOn); n += step)
+            ++failures;
+        std::cout << failures << " allocations failed\n";
+        EXPECT_LT(0u, failures);
+        return failures;
+    });
+}
+
+TEST(QuickToolAllocations, SomeFailOnce) { FailFrom(1, 11, false); }
+
+TEST(QuickToolAllocations, SomeFailFromThenOn) { FailFrom(2, 11, true); }
+
+TEST(FullToolAllocations, EachFailsOnce) { FailFrom(1, 1, false); }
+
+TEST(FullToolAllocations, EachFailsFromThenOn) { FailFrom(1, 1, true); }
+
+} // namespace
