@@ -59,7 +59,7 @@ void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
         EXPECT_EQ("failed", document.at("outcome"));
         EXPECT_EQ("stale", document.at("failure"));
         EXPECT_EQ(9, document.at("exitStatus"));
-        EXPECT_EQ(message, document.at("message"));
+        EXPECT_EQ(message, document.at("message").get<std::string>());
         EXPECT_EQ(false, document.at("/provenance/response/fresh"_json_pointer));
     });
 }
