@@ -79,7 +79,7 @@ TEST_F(ReportProgramTest, FileThatIsNoResultIsReportedAndTheRestIsRead) {
               result.errors);
     ReportJson const document = ReportJson::parse(result.output);
     EXPECT_EQ("good", document.at("entries").at(0).at("host"));
-    EXPECT_EQ(foreign, document.at("problems").at(0).at("file"));
+    EXPECT_EQ(foreign, document.at("problems").at(0).at("file").get<std::string>());
 }
 
 TEST_F(ReportProgramTest, DirectoryThatCannotBeReadIsReported) {
