@@ -38,7 +38,7 @@ ConstDataRope(Pieces const&...) -> ConstDataRope<sizeof...(Pieces)>;
 std::uint64_t TotalLength(ConstDataRopeReference rope);
 
 // Copy the bytes in order until the target is full. The first operator returns the unwritten rest
-// of the target; the second one advances `position` and returns `target`.
+// of the target; the second one advances the position of the buffer and returns the buffer.
 //
 // Bytes that do not fit are dropped without an error. TotalLength returns the size that
 // holds all of them.

@@ -19,7 +19,7 @@ public:
     virtual bool Finished() const = 0;
     virtual bool Unfinished() const;
 
-    // Writes available bytes to `target` and advances its `position`. May write fewer bytes than
+    // Writes available bytes to `target` and advances its position. May write fewer bytes than
     // fit. Returns the reader.
     virtual DataReader& operator>>(Buffer& target) = 0;
 

@@ -5,7 +5,7 @@
 
 // True if tolower and toupper change the letters A to Z and a to z and no other byte: in the C
 // locale and in most UTF-8 locales, but not in the Turkish one, where "i" has no upper case of one
-// byte. The operations of `Ascii` are then equivalent to the C library's, and faster.
+// byte. The operations of data/Ascii.h are then equivalent to the C library's, and faster.
 bool LettersAreAscii();
 
 // Returns the first position where strncasecmp finds `pattern` in `text`, or null; `text` itself
