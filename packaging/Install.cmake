@@ -173,7 +173,7 @@ install_page(SECURITY.md SECURITY.md)
 install_page(demo/README.md stand-in-agent.md)
 install_page(examples/README.md examples/README.md)
 install_found(documentation ${CMAKE_INSTALL_DOCDIR} docs/*.svg)
-install_found(documentation ${CMAKE_INSTALL_DOCDIR}/diagrams docs/diagrams/*)
+install_found(documentation ${CMAKE_INSTALL_DOCDIR}/diagrams docs/diagrams/*.svg)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation USE_SOURCE_PERMISSIONS
   PATTERN README.md EXCLUDE)

@@ -58,7 +58,7 @@ class InstallTest(unittest.TestCase):
     def test_has_every_document_example_diagram_and_completion(self):
         share = PREFIX / "share"
         for kind, place in (("docs/[a-z]*.md", "doc/clientcompliance"),
-                            ("docs/diagrams/*", "doc/clientcompliance/diagrams"),
+                            ("docs/diagrams/*.svg", "doc/clientcompliance/diagrams"),
                             ("examples/*", "doc/clientcompliance/examples"),
                             ("completions/bash/C*", "bash-completion/completions"),
                             ("completions/zsh/_C*", "zsh/site-functions"),
