@@ -19,7 +19,7 @@ from mkdocs.structure.toc import get_toc
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 INDEX = "docs/README.md"
 API = "api/index.html"
-API_SECTION = "Integrators"
+BEFORE_API = "COMPLIANCE_Close(3)"
 PICTURES = ("docs/*.svg", "docs/diagrams/*.svg")
 # Parts of the theme that an English site does not load.
 UNUSED = re.compile(r"assets/javascripts/lunr/|sitemap\.xml|.*\.map$")
@@ -62,10 +62,12 @@ def on_config(config):
     for heading, words, link in re.findall(r"(?m)^## (.*)|^- \[(.*?)\]\(([^)]*)\)",
                                            (ROOT / INDEX).read_text(encoding="utf-8")):
         if heading:
-            pages = [{"API reference": API}] if heading == API_SECTION else []
+            pages = []
             config.nav.append({heading: pages})
         else:
             pages.append({words: target_of(INDEX, link)})
+            if words == BEFORE_API:
+                pages.append({"API reference": API})
     return config
 
 
