@@ -177,6 +177,14 @@ install_found(documentation ${CMAKE_INSTALL_DOCDIR}/diagrams docs/diagrams/*.svg
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation USE_SOURCE_PERMISSIONS
   PATTERN README.md EXCLUDE)
+option(CC_SITE "Build and install the documentation site (scripts/setup docs)" OFF)
+if(CC_SITE)
+  set(site ${CMAKE_CURRENT_BINARY_DIR}/site)
+  add_custom_target(site ALL
+    COMMAND ${CMAKE_COMMAND} -E env PYTHONDONTWRITEBYTECODE=1 mkdocs --quiet build --site-dir ${site}
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} COMMENT "Building the documentation site" VERBATIM)
+  install(DIRECTORY ${site}/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT documentation)
+endif()
 
 # licence: a component of its own, since distributions have their own place for it.
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)

@@ -20,6 +20,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 INDEX = "docs/README.md"
 API = "api/index.html"
 BEFORE_API = "COMPLIANCE_Close(3)"
+# Doxygen writes further pictures and scripts, which its pages do not use without scripts.
+API_FILES = ("api.css", "closed.png")
 PICTURES = ("docs/*.svg", "docs/diagrams/*.svg")
 # Parts of the theme that an English site does not load.
 UNUSED = re.compile(r"assets/javascripts/lunr/|sitemap\.xml|.*\.map$")
@@ -89,7 +91,8 @@ def on_files(files, config):
     theme = [file for file in files if not UNUSED.match(file.src_uri)
              and file.abs_src_path != posixpath.join(config.docs_dir, file.src_uri)]
     api = [File(f"api/{path.name}", config.doxygen.name, config.site_dir, False)
-           for path in sorted(pathlib.Path(config.doxygen.name, "api").iterdir())]
+           for path in sorted(pathlib.Path(config.doxygen.name, "api").iterdir())
+           if path.suffix == ".html" or path.name in API_FILES]
     return Files([*theme, *api, *(ProjectFile(name, config) for name in dict.fromkeys(names))])
 
 

@@ -8,7 +8,8 @@ import subprocess
 import tempfile
 import unittest
 
-from support import BUILD, CC, SOURCE, VERSION, links_of_documents, in_sandbox, run
+from support import (BUILD, CC, SOURCE, VERSION, in_sandbox, links_of_documents, missing_of_site,
+                     run)
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
@@ -132,6 +133,9 @@ class ScratchRootTest(unittest.TestCase):
         found, dead = links_of_documents(self.root / "usr")
         self.assertGreater(len(found), 15)
         self.assertEqual(dead, [])
+
+    def test_has_the_documentation_site(self):
+        self.assertEqual(missing_of_site(self.root / "usr"), [])
 
     def test_serves_a_program_in_C_through_pkg_config(self):
         environment = {**os.environ, "PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig")}

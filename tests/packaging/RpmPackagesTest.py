@@ -6,7 +6,7 @@ import pathlib
 import tempfile
 import unittest
 
-from support import SOURCE, VERSION, links_of_documents, in_sandbox, run
+from support import SOURCE, VERSION, in_sandbox, links_of_documents, missing_of_site, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
@@ -68,6 +68,9 @@ class ScratchRootTest(unittest.TestCase):
         found, dead = links_of_documents(self.root / "usr")
         self.assertGreater(len(found), 15)
         self.assertEqual(dead, [])
+
+    def test_has_the_documentation_site(self):
+        self.assertEqual(missing_of_site(self.root / "usr"), [])
 
     def test_has_a_tool_that_runs_where_no_agent_is(self):
         output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")

@@ -42,6 +42,14 @@ def links_of_documents(prefix):
     return found, dead
 
 
+def missing_of_site(prefix):
+    """The files that an installed site needs and does not have."""
+    wanted = ["index.html", "style.css", "search/search_index.json", "api/Compliance_8h.html",
+              *(f"man/{page.name}.html" for page in (SOURCE / "docs/man").iterdir())]
+    return [name for name in wanted
+            if not (prefix / "share/doc/clientcompliance/html" / name).is_file()]
+
+
 def library_directory(prefix=PREFIX):
     (shared,) = prefix.glob("**/libclientcompliance.so")
     return shared.parent
