@@ -2,7 +2,7 @@
 # The first one describes the file. A comment before an empty line belongs to no declaration, and
 # marks for other tools are no documentation.
 s{\A/\*}{/** \@file};
-s{^#pragma once}{/// \@file}m;
 s{^/\*(?!\*)((?:(?!\*/).)*\*/\n)(?!\n)}{/**$1}gms;
 s{^(#define .*\S) +/\*}{$1 /**<}gm;
 s{^(?: *//[^\n]*\n)++(?!\n)}{$& =~ s,^( *)//(?!.*(?:NOLINT|cppcheck|GCOVR))(?= |$),$1///,gmr}gme;
+s{^#pragma once}{/// \@file}m;

@@ -96,6 +96,17 @@ class FilesTest(unittest.TestCase):
         for function in ("Open", "Progress", "ResultCount", "IndexedValue", "Close"):
             self.assertIn(f"COMPLIANCE_{function}()", reference)
 
+    def test_reference_has_the_comments_of_headers(self):
+        for header, pattern in (("data/Numeral.h", r"// (.*)\n#pragma"),
+                                ("data/Numeral.h", r"// (The text is inside the object)"),
+                                ("compliance/Compliance.h", r"/\* (gather all sites) \*/"),
+                                ("compliance/Compliance.h", r"/\* (No process has .*?) From")):
+            comment = re.search(pattern, (SOURCE / header).read_text(encoding="utf-8"))[1]
+            name = posixpath.basename(header).replace(".h", "_8h.html")
+            texts = [(site / "api" / page).read_text(encoding="utf-8")
+                     for page in (name, "class" + name.replace("_8h", "")) if f"api/{page}" in pages]
+            self.assertTrue(any(comment in text for text in texts), comment)
+
     def test_loads_nothing_from_other_hosts(self):
         for name, page in pages.items():
             for address in page.loaded:
