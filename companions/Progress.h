@@ -10,7 +10,7 @@
 // "compliance-query: TEXT". Failures to write are ignored.
 class Progress {
 public:
-    // `automatic` means a bar if standard error is a terminal, and otherwise none.
+    // ProgressStyle::automatic selects a bar if standard error is a terminal, otherwise none.
     explicit Progress(ProgressStyle style);
     // Removes the bar.
     ~Progress();

@@ -9,7 +9,7 @@ enum TarvikFileType : int;
 
 // The contract is that of the base class. The constructors and operations below start loops that
 // are not tolerant: such a loop stops at a dangling link with the error of stat(2), normally
-// FileNotFoundError. The inherited `init` can start a tolerant loop.
+// FileNotFoundError. `UnixPlatform::FileLoop::init` can start a tolerant loop.
 //
 //     for (FileLoop loop(directory, "*.txt", false); loop.HasItem(); ++loop)
 //         Use(*loop);
