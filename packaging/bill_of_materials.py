@@ -1,7 +1,7 @@
 """The bill of materials of a release, in SPDX 2.3: bill_of_materials.py FOLDER NAME COMMIT
 
 FOLDER has the source archive NAME.tar.gz and the packages. Lists the files of the archive, the
-packages, and the libraries that the static programs contain. scripts/release sets SOURCE_DATE_EPOCH.
+packages, and the libraries and scripts of others that they contain. scripts/release sets SOURCE_DATE_EPOCH.
 """
 
 import datetime
@@ -23,10 +23,13 @@ C_LIBRARY = ("libc.a", "LGPL-2.1-or-later")
 CPP_LIBRARY = ("libstdc++.a", "GPL-3.0-or-later WITH GCC-exception-3.1")
 JSON_LIBRARY = ("/usr/include/nlohmann/json.hpp", "MIT")
 MUSTACHE_LIBRARY = ("/usr/include/kainjow/mustache.hpp", "BSL-1.0")
+THEME = ("/usr/share/mkdocs/themes/material/base.html", "MIT")
 STATICALLY_LINKED = {
     "clientcompliance": [C_LIBRARY, CPP_LIBRARY],
     "clientcompliance-companions": [C_LIBRARY, CPP_LIBRARY, JSON_LIBRARY, MUSTACHE_LIBRARY],
 }
+# The site includes style sheets and scripts of its theme.
+CONTAINED = {"clientcompliance-doc": [THEME]}
 
 
 def checksums(content, *algorithms):
@@ -96,10 +99,11 @@ def bill(folder, name, commit):
                                          checksums=checksums(path.read_bytes(), "SHA256"),
                                          primaryPackagePurpose="INSTALL")
         links.append((identifier, "GENERATED_FROM", "SPDXRef-Source"))
-        for linked in STATICALLY_LINKED.get(package, []):
-            part = library(*linked)
-            packages[part["SPDXID"]] = part
-            links.append((identifier, "STATIC_LINK", part["SPDXID"]))
+        for kind, parts in (("STATIC_LINK", STATICALLY_LINKED), ("CONTAINS", CONTAINED)):
+            for file in parts.get(package, []):
+                part = library(*file)
+                packages[part["SPDXID"]] = part
+                links.append((identifier, kind, part["SPDXID"]))
     links += [("SPDXRef-DOCUMENT", "DESCRIBES", identifier) for identifier in packages
               if not identifier.startswith("SPDXRef-Library-")]
     time = datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]),

@@ -12,6 +12,8 @@ import unittest
 
 from support import ENVIRONMENT, SOURCE, must, project_files, run, scratch_repository
 
+THEME = pathlib.Path("/usr/share/mkdocs/themes/material")
+
 
 class ReleaseTest(unittest.TestCase):
     def setUp(self):
@@ -76,6 +78,8 @@ class BillOfMaterialsTest(ReleaseTest):
              "--output=../clientcompliance-1.2.3.tar.gz", "HEAD", directory=self.project)
         self.packages = ["clientcompliance-companions_1.2.3_amd64.deb",
                          "libclientcompliance1-1.2.3-1.x86_64.rpm"]
+        if THEME.exists():
+            self.packages.append("clientcompliance-doc_1.2.3_all.deb")
         for name in self.packages:
             (self.root / name).touch()
         made = subprocess.run(
@@ -120,15 +124,22 @@ class BillOfMaterialsTest(ReleaseTest):
         links = {kind: {(each["spdxElementId"], each["relatedSpdxElement"])
                         for each in self.bill["relationships"] if each["relationshipType"] == kind}
                  for kind in ("STATIC_LINK", "GENERATED_FROM")}
-        companions, shared = (self.package("packageFileName", name)["SPDXID"]
-                              for name in self.packages)
+        companions, shared, *others = (self.package("packageFileName", name)["SPDXID"]
+                                       for name in self.packages)
         self.assertEqual({one for one, _ in links["STATIC_LINK"]}, {companions})
         self.assertEqual({"MIT", "BSL-1.0", "LGPL-2.1-or-later",
                           "GPL-3.0-or-later WITH GCC-exception-3.1"},
                          {self.package("SPDXID", other)["licenseDeclared"]
                           for _, other in links["STATIC_LINK"]})
-        self.assertEqual(links["GENERATED_FROM"], {(companions, "SPDXRef-Source"),
-                                                   (shared, "SPDXRef-Source")})
+        self.assertEqual(links["GENERATED_FROM"], {(package, "SPDXRef-Source")
+                                                   for package in (companions, shared, *others)})
+
+    @unittest.skipUnless(THEME.exists(), "without the theme of the site (scripts/setup docs)")
+    def test_lists_the_theme_that_the_site_contains(self):
+        (part,) = [each["relatedSpdxElement"] for each in self.bill["relationships"]
+                   if each["spdxElementId"] == "SPDXRef-Package-clientcompliance-doc-deb"
+                   and each["relationshipType"] == "CONTAINS"]
+        self.assertEqual(self.package("SPDXID", part)["name"], "mkdocs-material")
 
     def test_relates_known_elements_with_unique_names(self):
         known = [each["SPDXID"] for each in (self.bill, *self.bill["packages"], *self.bill["files"])]
