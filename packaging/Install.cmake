@@ -1,5 +1,5 @@
-# What is installed where, by component. Programs beside the tool, manual pages, completions and
-# examples are taken from their folders as they are found there.
+# Installed files and their paths, by component. All manual pages, completions and examples of their
+# folders are installed.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -28,9 +28,9 @@ function(install_completions component)
   endforeach()
 endfunction()
 
-# install_page(<page> <name>): a page of the documentation, by the name that it has where it is
-# installed. Other things stand beside it there than in the source: links are turned to them, manual
-# pages and schemas are named, and of what is not installed there remain the words of the link.
+# install_page(<page> <name>): a page of the documentation, under its installed name. Links lead to
+# installed files. A link to a manual page or schema becomes its name, and a link to a file that is
+# not installed becomes plain text.
 function(install_page page name)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${page})
   cmake_path(GET name PARENT_PATH directory)
