@@ -58,7 +58,7 @@ QueryExitFacts const* FindStatus(std::string const& text) {
 } // namespace
 
 constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
-    {QueryExit::finished, "finished", "finished; the rows were written",
+    {QueryExit::finished, "finished", "the evaluation finished, and the rows were written",
      "The agent evaluated the document and the rows were written.", "None is needed."},
     {QueryExit::agentError, "agent-error", "the agent reports an error",
      "The agent took the request and reports an error number. -22 means that it is not available "
@@ -75,14 +75,14 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "Try again later (--wait TIME); compliance-doctor shows the process or the age of the "
      "request."},
     {QueryExit::timeOut, "time-out",
-     "the agent did not take a request in time, or --timeout is over",
+     "the agent did not take a request in time, or --timeout expired",
      "The agent is slow, or stopped without removing its process.",
      "Allow more time (--timeout), or restart the agent if it takes no request."},
-    {QueryExit::badAnswer, "bad-answer", "the agent's answer can't be read",
+    {QueryExit::badAnswer, "bad-answer", "the agent's answer cannot be read",
      "The answer is missing, not complete, or no XML of the expected form.",
      "Run compliance-doctor, and see the agent's log."},
     {QueryExit::exchangeFailed, "exchange-failed",
-     "the request could not be written, or another error",
+     "the request could not be written, or another error occurred",
      "This user may lack rights, the disk may be full, or memory ran out.",
      "Read the message on standard error, and run compliance-doctor as the same user."},
     {QueryExit::outputFailed, "output-failed", "the rows or the metrics could not be written",
@@ -96,10 +96,10 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "with --strict: a row has a result that is not in the list",
      "The evaluation finished, and at least one row has another result.",
      "See the rows; the message names the first ones."},
-    {QueryExit::noRows, "no-rows", "with --strict: there are no rows to judge",
+    {QueryExit::noRows, "no-rows", "with --strict: there are no rows",
      "The evaluation finished without a row, so it proves nothing.",
      "Check the name of the document, or accept this by --allow-empty."},
-    {QueryExit::stopped, "signal", "ended early by the signal n",
+    {QueryExit::stopped, "signal", "ended early by signal n",
      "SIGHUP (129), SIGINT (130) or SIGTERM (143) ended the evaluation, and it was closed.",
      "Run it again."},
 }};

@@ -13,12 +13,28 @@ namespace {
 
 volatile std::sig_atomic_t stop = 0;
 
+// clang-format off
 constexpr char usage[] =
     "Usage: VeskaClient SCENARIO\n"
     "       VeskaClient --check SCENARIO\n"
     "       VeskaClient --help | --version\n"
-    "  Stands in for the endpoint agent and answers compliance requests as the file SCENARIO\n"
-    "  tells, until SIGTERM or SIGINT. --check only looks for mistakes in the file.\n";
+    "\n"
+    "Stands in for the endpoint agent: answers compliance requests as the file\n"
+    "SCENARIO describes, until SIGTERM or SIGINT.\n"
+    "\n"
+    "Options:\n"
+    "  --check               check the scenario, and exit\n"
+    "  --help                show this help\n"
+    "  --version             show the version\n"
+    "\n"
+    "Exit statuses:\n"
+    "    0  SIGTERM or SIGINT stopped the program, or the check found no error\n"
+    "    1  the scenario is invalid, another process has the name of the agent, or a\n"
+    "       directory cannot be created\n"
+    "    2  the command line is invalid\n"
+    "\n"
+    "Manual page: VeskaClient(1)\n";
+// clang-format on
 
 void CatchStopSignals() {
     struct sigaction action {};

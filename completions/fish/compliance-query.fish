@@ -1,6 +1,6 @@
 # Completion of compliance-query for fish.
 
-# Names for the last part of a list with commas: those that the list does not have yet.
+# The names for the last part of a list with commas: those that the list does not have yet.
 function __compliance_query_list
     set --local token (commandline -ct | string replace -r '^--[a-z]+=' '')
     set --local before (string match -r '.*,' -- $token)
@@ -30,9 +30,9 @@ end
 set --local columns designator result resultType evaluationTime description comment
 
 complete -c compliance-query -f
-complete -c compliance-query -s d -n '__compliance_query_lacks -d' -d 'What the agent evaluates by default'
+complete -c compliance-query -s d -n '__compliance_query_lacks -d' -d 'Evaluate the default of the agent'
 complete -c compliance-query -l config -n '__compliance_query_lacks --config' -x -a '(__compliance_query_configs)' -d 'Use a configuration file'
-complete -c compliance-query -l check-config -n '__compliance_query_lacks --check-config' -x -a '(__compliance_query_configs)' -d 'List the mistakes in a configuration file'
+complete -c compliance-query -l check-config -n '__compliance_query_lacks --check-config' -x -a '(__compliance_query_configs)' -d 'List the errors in a configuration file'
 complete -c compliance-query -l table -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Columns for people'
 complete -c compliance-query -l tsv -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'Tab-separated values'
 complete -c compliance-query -l json -n '__compliance_query_lacks --table --tsv --json --ndjson' -d 'One JSON document'
@@ -43,13 +43,13 @@ complete -c compliance-query -l only -n '__compliance_query_lacks --only' -x -d 
 complete -c compliance-query -l color -n '__compliance_query_lacks --color' -x -a 'auto always never' -d 'Colour of the results'
 complete -c compliance-query -s o -l output -n '__compliance_query_lacks -o --output' -r -F -d 'Replace a file'
 complete -c compliance-query -l keep-failures -n '__compliance_query_lacks --keep-failures' -d 'Replace the file after a failure too'
-complete -c compliance-query -l prometheus -n '__compliance_query_lacks --prometheus' -r -F -d 'Replace a file by metrics'
+complete -c compliance-query -l prometheus -n '__compliance_query_lacks --prometheus' -r -F -d 'Replace a file with metrics'
 complete -c compliance-query -l flags -n '__compliance_query_lacks --flags' -x -a '(__compliance_query_list gather all idle hint)' -d 'How to evaluate'
 complete -c compliance-query -l strict -n '__compliance_query_lacks --strict' -x -d 'Results that are accepted'
 complete -c compliance-query -l allow-empty -n '__compliance_query_lacks --allow-empty' -d 'Accept an evaluation without rows'
-complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that was there before'
-complete -c compliance-query -l timeout -n '__compliance_query_lacks --timeout' -x -d 'Give up after this time'
-complete -c compliance-query -l wait -n '__compliance_query_lacks --wait' -x -d 'Try again during this time'
+complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that was there before the request'
+complete -c compliance-query -l timeout -n '__compliance_query_lacks --timeout' -x -d 'Fail after this time'
+complete -c compliance-query -l wait -n '__compliance_query_lacks --wait' -x -d 'Retry during this time'
 complete -c compliance-query -l progress -n '__compliance_query_lacks --progress' -x -a 'auto bar lines none' -d 'How progress is shown'
 complete -c compliance-query -s q -l quiet -n '__compliance_query_lacks -q --quiet' -d 'No progress and no notes'
 complete -c compliance-query -l explain -n '__compliance_query_lacks --explain' -x -a '(seq 0 11) 129 130 143' -d 'Explain an exit status'

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "companions/Arguments.h"
 #include "companions/Rows.h"
 
@@ -305,12 +303,6 @@ TEST(QueryCommandLineTest, RefusesWrongValuesBesideExplain) {
 TEST(QueryCommandLineTest, OtherProgressIsRefused) {
     EXPECT_EQ("--progress: 'dots' is not accepted; accepted: auto, bar, lines or none",
               Refusal({"-d", "--progress=dots"}));
-}
-
-TEST(QueryCommandLineTest, HelpStaysWithinAHundredColumns) {
-    std::istringstream lines(QueryHelp());
-    for (std::string line; std::getline(lines, line);)
-        EXPECT_GE(100u, line.size()) << line;
 }
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -100,23 +98,6 @@ TEST(QueryExitTest, KnowsExitStatuses) {
         EXPECT_TRUE(IsQueryExit(text)) << text;
     for (std::string const text : {"", "12", "128", "-1", "03", "x", "1 ", "137"})
         EXPECT_FALSE(IsQueryExit(text)) << text;
-}
-
-// The lines "status  summary" below the heading.
-TEST(QueryExitTest, ManualPageHasTheTable) {
-    std::ifstream file(CC_MANUALS "/compliance-query.1");
-    std::string const page{std::istreambuf_iterator<char>(file), {}};
-    std::string const section = page.substr(page.find(".Sh EXIT STATUS"));
-    std::string listed;
-    std::regex const item("\\.It (.*)\n(.*)\n");
-    for (std::sregex_iterator at(section.begin(), section.end(), item), end; at != end; ++at) {
-        std::string const name = (*at)[1];
-        listed += std::string(name.size() < 5 ? 5 - name.size() : 2, ' ') + name + "  " +
-                  (*at)[2].str() + "\n";
-        if (name == "128 + n")
-            break;
-    }
-    EXPECT_EQ(ListQueryExits(), std::regex_replace(listed, std::regex("\\.\n"), "\n"));
 }
 
 } // namespace
