@@ -19,14 +19,15 @@ options:
     type: str
   default:
     description:
-      - Evaluate what the agent evaluates by default.
+      - Send no URL and no document. The agent evaluates its default.
     type: bool
     default: false
   path:
     description:
       - A stored result, or a directory of stored results C(*.json) of one host and document.
-      - Of a directory the result whose evaluation started last is read; of several the one that
-        ended last. A file that cannot be used counts with its modification time.
+      - In a directory, the result that started last is read. If several started at the same time,
+        the one that ended last is read. A file that cannot be used counts with its modification
+        time.
     type: path
   max_age:
     description:
@@ -37,26 +38,26 @@ options:
     default: 26h
   flags:
     description:
-      - How to evaluate.
+      - The flags of the request. See C(--flags) of compliance-query(1).
     type: list
     elements: str
     choices: [gather, all, idle, hint]
     default: []
   timeout:
     description:
-      - Give up if the evaluation is not finished by then. See C(--timeout) of compliance-query(1).
+      - Fail if the evaluation takes longer. See C(--timeout) of compliance-query(1).
     type: str
     default: 10m
   wait:
     description:
-      - Try again during this time if another evaluation runs or the agent is not available right
-        now. See C(--wait) of compliance-query(1).
+      - Retry during this time if another evaluation runs, if a request is waiting, or if the agent
+        is not available. See C(--wait) of compliance-query(1).
     type: str
   good:
     description:
       - The good results. The module fails if a row has another result.
-      - They are compared byte by byte, in UTF-8. No result may be in the list twice.
-      - Without this option every result is accepted.
+      - They are compared byte by byte, in UTF-8. Repeated entries are refused.
+      - Without this option, every result is accepted.
     type: list
     elements: str
   allow_empty:

@@ -12,22 +12,22 @@ version_added: 1.0.0
 description:
   - Runs M(clientcompliance.fleet.evaluate) on the managed host and stores the result in a directory
     of the controller, as C(DIRECTORY/HOST/TIME.json).
-  - HOST is the name of the inventory, and TIME the start of the evaluation in UTC.
-  - A result that carries the name of another host is not stored, because reports would count it for
-    that host. Then the module fails with both names.
-  - The result of a failed evaluation, and one that is not fresh, is stored too. Then the module
+  - HOST is the name in the inventory, and TIME the start of the evaluation in UTC.
+  - A result with the name of another host is not stored, because reports would count it for that
+    host. The module then fails with both names.
+  - The result of a failed evaluation, and one that is not fresh, is stored too. The module then
     fails with the reason.
-  - Rows are not returned, so that a run over many hosts needs little memory.
+  - The module does not return the rows, because they would need much memory for many hosts.
 options:
   directory:
     description:
       - The directory on the controller. It is created if it is missing.
-      - Created directories have the mode 0750, and files 0640, whatever the umask is.
+      - Created directories have the mode 0750, and files 0640, independent of the umask.
     type: path
     required: true
   node_name:
     description:
-      - The name that the host itself has in its results, which is that of C(uname -n).
+      - The name of the host in its results, as C(uname -n) prints it.
       - The default is the name in the inventory.
     type: str
   keep:

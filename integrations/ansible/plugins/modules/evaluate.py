@@ -10,10 +10,11 @@ module: evaluate
 short_description: Evaluate a compliance document, or read a stored result
 version_added: 1.0.0
 description:
-  - Evaluates a compliance document by C(compliance-query) on the managed host, or reads a result
-    that C(compliance-query --json) has stored there.
-  - Changes nothing on the managed host, also without check mode.
-  - Fails if there is no fresh result, with the reason, and if a row has a result outside of I(good).
+  - Evaluates a compliance document with C(compliance-query) on the managed host, or reads a result
+    that C(compliance-query --json) stored there.
+  - Changes nothing on the managed host, even without check mode.
+  - Fails with the reason if there is no fresh result, or if a row has a result that is not in
+    I(good).
 requirements:
   - compliance-query on the managed host, except with I(path)
   - Python 3.6 on the managed host
@@ -44,7 +45,7 @@ EXAMPLES = r"""
     flags: [gather]
     good: [Compliant, Not Applicable]
 
-- name: Read the newest result that the nightly evaluation has stored
+- name: Read the newest result of the nightly evaluation
   clientcompliance.fleet.evaluate:
     path: /var/lib/compliance-evaluate/nightly
     max_age: 26h
@@ -88,7 +89,7 @@ row_count:
   type: int
   sample: 1
 bad_rows:
-  description: The rows with a result outside of I(good).
+  description: The rows with a result that is not in I(good).
   returned: if there is a fresh result, with I(good)
   type: list
   elements: dict

@@ -10,11 +10,12 @@ module: regressions
 short_description: Find the rows of collected results that are no longer good
 version_added: 1.0.0
 description:
-  - Compares the newest result of each host with the one before, by C(compliance-diff), and writes the
-    rows that are no longer good to a file.
-  - Only the newest result counts. If it is not fresh, the host is not compared, so that the
-    regressions of an earlier night are not reported as new.
-  - The result before is the newest one of a finished evaluation of the same document and site.
+  - Compares the newest result of each host with the previous one, with C(compliance-diff). Writes
+    the rows that are no longer good to a file.
+  - If the newest result is not fresh, the host is not compared, because old regressions must not be
+    reported as new.
+  - The previous result is the newest earlier one of a finished evaluation of the same document and
+    site.
 requirements:
   - compliance-diff
 options:
@@ -26,7 +27,7 @@ options:
   dest:
     description:
       - The file for the regressions. It has a line for each host that was not compared.
-      - It has the mode 0640, whatever the umask is.
+      - It has the mode 0640, independent of the umask.
     type: path
     required: true
   good:
@@ -37,7 +38,7 @@ options:
     required: true
   max_age:
     description:
-      - A newest result that is older is not fresh, such as C(26h).
+      - If the newest result is older, such as C(26h), it is not fresh.
     type: str
     default: 26h
 attributes:
