@@ -33,12 +33,12 @@ public:
 
     std::vector<std::string> Split() {
         if (line.find('\0') != std::string::npos)
-            throw Mistake{"a zero byte"};
+            throw Mistake{"a NUL byte"};
         std::vector<std::string> words;
         for (SkipSpaces(); position < line.size(); SkipSpaces()) {
             words.push_back(line[position] == '"' ? QuotedWord() : PlainWord());
             if (position < line.size() && !IsSpace(line[position]))
-                throw Mistake{"a blank is missing between two words"};
+                throw Mistake{"a space is missing between two words"};
         }
         return words;
     }
@@ -53,7 +53,7 @@ private:
         std::size_t const start = position;
         while (position < line.size() && !IsSpace(line[position])) {
             if (line[position] == '"')
-                throw Mistake{"a quote inside a word without quotes"};
+                throw Mistake{"an unquoted word contains a quote"};
             ++position;
         }
         return line.substr(start, position - start);
@@ -89,7 +89,7 @@ private:
         case 'x':
             return HexEscape();
         default:
-            throw Mistake{"an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"};
+            throw Mistake{"unknown escape; expected \\\" \\\\ \\n \\r \\t \\xHH"};
         }
     }
 
@@ -97,9 +97,9 @@ private:
         int const high = HexValue(Next());
         int const low = HexValue(Next());
         if (high < 0 || low < 0)
-            throw Mistake{"\\x wants two hexadecimal digits"};
+            throw Mistake{"\\x needs two hexadecimal digits"};
         if (high == 0 && low == 0)
-            throw Mistake{"\\x00 can't be carried: texts end at a zero byte"};
+            throw Mistake{"\\x00 is not accepted: texts end at a NUL byte"};
         return static_cast<char>(high * 16 + low);
     }
 
@@ -113,8 +113,8 @@ Number ParseNumber(std::string const& word) {
     Number value{};
     auto const [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     if (error != std::errc() || end != word.data() + word.size())
-        throw Mistake{"'" + word + "' is no number from " + std::to_string(Limits::min()) + " to " +
-                      std::to_string(Limits::max())};
+        throw Mistake{"'" + word + "' is not a number from " + std::to_string(Limits::min()) +
+                      " to " + std::to_string(Limits::max())};
     return value;
 }
 
@@ -138,9 +138,9 @@ public:
 
     Scenario Finish() {
         if (scenario.progress.empty())
-            throw Mistake{"nothing tells how a Progress request is dealt with"};
+            throw Mistake{"no statement answers a Progress request"};
         if (rowsWaiting)
-            throw Mistake{"rows without a 'finish' behind them"};
+            throw Mistake{"no 'finish' follows the rows"};
         return std::move(scenario);
     }
 
@@ -149,9 +149,8 @@ private:
         std::size_t const wanted = count - 1;
         std::size_t const given = words.size() - 1;
         if (given != wanted)
-            throw Mistake{"'" + words[0] + "' wants " + std::to_string(wanted) +
-                          (wanted == 1 ? " word" : " words") + " behind it, not " +
-                          std::to_string(given)};
+            throw Mistake{"'" + words[0] + "' needs " + std::to_string(wanted) +
+                          (wanted == 1 ? " value" : " values") + ", not " + std::to_string(given)};
     }
 
     void Delay(std::vector<std::string> const& words) {
@@ -171,11 +170,11 @@ private:
     void SetHandling(ScenarioStep& step, bool& seen, std::vector<std::string> const& words) const {
         ExpectWords(words, 2);
         if (seen)
-            throw Mistake{"'" + words[0] + "' stands twice"};
+            throw Mistake{"'" + words[0] + "' is repeated"};
         seen = true;
         step.delay = delay;
         if (words[1] != "answer" && !SetUnanswered(step, words[1]))
-            throw Mistake{"'" + words[1] + "' is none of answer, garbage, vanish, silence"};
+            throw Mistake{"'" + words[1] + "' is not answer, garbage, vanish or silence"};
     }
 
     void Progress(std::vector<std::string> const& words) {

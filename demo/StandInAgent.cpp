@@ -104,7 +104,7 @@ void StandInAgent::HandleRequest() {
     try {
         ClientComplianceRequest request = CreateComplianceRequestProgress();
         if (!ClientComplianceRequestIORead(request)) {
-            std::printf("VeskaClient: something under the request's name that is no request\n");
+            std::printf("VeskaClient: request.xml is not a request\n");
             left = present;
             return;
         }
@@ -138,12 +138,12 @@ void StandInAgent::HandleStep(ScenarioStep const& step, ClientComplianceType typ
     if (stop != 0)
         return;
     if (Look() != present) {
-        std::printf("VeskaClient: gone, or another in its place\n");
+        std::printf("VeskaClient: the request was removed or replaced\n");
         return;
     }
     switch (step.kind) { // GCOVR_EXCL_BR_LINE: there is no other kind
     case ScenarioStep::Silence:
-        std::printf("VeskaClient: left alone\n");
+        std::printf("VeskaClient: ignored\n");
         left = present;
         return;
     case ScenarioStep::Answer:

@@ -51,16 +51,14 @@ Scenario LoadScenario(char const* name) {
     for (char c; file.get(c);)
         text += c;
     if (!file.is_open() || file.bad())
-        throw ScenarioError(std::string(name) + ": can't be read");
+        throw ScenarioError(std::string(name) + ": cannot be read");
     return ParseScenario(text, name);
 }
 
 int Serve(Scenario const& scenario) {
     if (pid_t const other = OtherAgent()) {
         static_cast<void>(std::fprintf(
-            stderr,
-            "VeskaClient: process %d carries the agent's name; a second one would be taken "
-            "for the agent too\n",
+            stderr, "VeskaClient: process %d has the name of the agent; stop it first\n",
             static_cast<int>(other)));
         return 1;
     }

@@ -103,35 +103,35 @@ TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
         char const* mistake;
     };
     Case const cases[] = {
-        {"", "file:1: nothing tells how a Progress request is dealt with"},
+        {"", "file:1: no statement answers a Progress request"},
         {"finish\nhello", "file:2: unknown statement 'hello'"},
-        {"progress", "file:1: 'progress' wants 1 word behind it, not 0"},
-        {"progress 1 2", "file:1: 'progress' wants 1 word behind it, not 2"},
-        {"progress x", "file:1: 'x' is no number from -2147483648 to 2147483647"},
-        {"progress 5x", "file:1: '5x' is no number from -2147483648 to 2147483647"},
-        {"progress 2147483648", "file:1: '2147483648' is no number from -2147483648 to 2147483647"},
-        {"delay -1", "file:1: '-1' is no number from 0 to 4294967295"},
-        {"finish now", "file:1: 'finish' wants 0 words behind it, not 1"},
-        {"row 1 2 3 4 5", "file:1: 'row' wants 6 words behind it, not 5"},
+        {"progress", "file:1: 'progress' needs 1 value, not 0"},
+        {"progress 1 2", "file:1: 'progress' needs 1 value, not 2"},
+        {"progress x", "file:1: 'x' is not a number from -2147483648 to 2147483647"},
+        {"progress 5x", "file:1: '5x' is not a number from -2147483648 to 2147483647"},
+        {"progress 2147483648",
+         "file:1: '2147483648' is not a number from -2147483648 to 2147483647"},
+        {"delay -1", "file:1: '-1' is not a number from 0 to 4294967295"},
+        {"finish now", "file:1: 'finish' needs 0 values, not 1"},
+        {"row 1 2 3 4 5", "file:1: 'row' needs 6 values, not 5"},
         {"row 1 2 3 4 5 \"6", "file:1: the closing quote is missing"},
-        {"row 1 2 3 4 5 \"6\"7", "file:1: a blank is missing between two words"},
-        {"row 1 2 3 4 5 6\"", "file:1: a quote inside a word without quotes"},
-        {"row 1 2 3 4 5 \"\\q\"",
-         "file:1: an unknown escape; known are \\\" \\\\ \\n \\r \\t \\xHH"},
-        {"row 1 2 3 4 5 \"\\x00\"", "file:1: \\x00 can't be carried: texts end at a zero byte"},
+        {"row 1 2 3 4 5 \"6\"7", "file:1: a space is missing between two words"},
+        {"row 1 2 3 4 5 6\"", "file:1: an unquoted word contains a quote"},
+        {"row 1 2 3 4 5 \"\\q\"", "file:1: unknown escape; expected \\\" \\\\ \\n \\r \\t \\xHH"},
+        {"row 1 2 3 4 5 \"\\x00\"", "file:1: \\x00 is not accepted: texts end at a NUL byte"},
         {"row 1 2 3 4 5 \"\\x1", "file:1: the closing quote is missing"},
-        {"finish\nrow 1 2 3 4 5 6\n", "file:2: rows without a 'finish' behind them"},
-        {"open never", "file:1: 'never' is none of answer, garbage, vanish, silence"},
-        {"open answer\nopen answer", "file:2: 'open' stands twice"},
+        {"finish\nrow 1 2 3 4 5 6\n", "file:2: no 'finish' follows the rows"},
+        {"open never", "file:1: 'never' is not answer, garbage, vanish or silence"},
+        {"open answer\nopen answer", "file:2: 'open' is repeated"},
     };
     for (Case const& one : cases)
         EXPECT_EQ(one.mistake, MistakeIn(one.text)) << one.text;
     // The neighbours of the hexadecimal digits, as the first digit and as the second one.
     for (char const* const digits : {"/0", ":0", "@0", "G0", "`0", "g0", "0/", "0:", "0g"})
-        EXPECT_EQ("file:1: \\x wants two hexadecimal digits",
+        EXPECT_EQ("file:1: \\x needs two hexadecimal digits",
                   MistakeIn(std::string("row 1 2 3 4 5 \"\\x") + digits + '"'))
             << digits;
-    EXPECT_EQ("file:2: a zero byte", MistakeIn(std::string("finish\nprogress \0 1", 19)));
+    EXPECT_EQ("file:2: a NUL byte", MistakeIn(std::string("finish\nprogress \0 1", 19)));
 }
 
 } // namespace

@@ -118,7 +118,7 @@ TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
         ProgramResult const result = RunWithScenario("# fine\nfinish\nprogress x\n");
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
         EXPECT_EQ("", result.output);
-        EXPECT_EQ("VeskaClient: /opt/test.scenario:3: 'x' is no number from -2147483648 to "
+        EXPECT_EQ("VeskaClient: /opt/test.scenario:3: 'x' is not a number from -2147483648 to "
                   "2147483647\n",
                   result.errors);
         EXPECT_FALSE(Exists("/var/opt/VeskaClient")) << "nothing is begun";
@@ -131,10 +131,9 @@ SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
     for (std::string const name : {"/opt/missing", "/opt"}) {
         ProgramResult const result = RunStandIn({name});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
-        EXPECT_EQ("VeskaClient: " + name + ": can't be read\n", result.errors);
+        EXPECT_EQ("VeskaClient: " + name + ": cannot be read\n", result.errors);
     }
-    EXPECT_EQ("VeskaClient: /opt/test.scenario:1: nothing tells how a Progress request is "
-              "dealt with\n",
+    EXPECT_EQ("VeskaClient: /opt/test.scenario:1: no statement answers a Progress request\n",
               RunWithScenario("").errors);
 }
 
@@ -227,7 +226,7 @@ TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
         EXPECT_EQ("", result.output);
         EXPECT_EQ("VeskaClient: process " + std::to_string(other.pid()) +
-                      " carries the agent's name; a second one would be taken for the agent too\n",
+                      " has the name of the agent; stop it first\n",
                   result.errors);
         EXPECT_FALSE(Exists("/var/opt/VeskaClient"));
         // A look at a file harms nobody.
@@ -350,7 +349,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace
     StandIn agent("silence\nprogress 7\n");
     std::string const request = RequestOf("Progress");
     Publish(request);
-    EXPECT_TRUE(agent.Says("VeskaClient: left alone\n"));
+    EXPECT_TRUE(agent.Says("VeskaClient: ignored\n"));
     usleep(200000);
     EXPECT_EQ(request, ReadWholeFile(requestFile));
     EXPECT_FALSE(Exists(responseFile));
@@ -360,7 +359,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace
 // The last digit of the time, and its seconds.
 SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsANewOne) {
     StandIn agent("silence\nsilence\nprogress 7\n");
-    std::string const leftAlone = "VeskaClient: left alone\n";
+    std::string const leftAlone = "VeskaClient: ignored\n";
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(agent.Says(leftAlone));
     struct stat stats {};
@@ -399,18 +398,18 @@ SANDBOX_TEST(StandInAgentTest, RequestThatComesDuringADelayIsDealtWithInPlaceOfT
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(agent.Says("VeskaClient: a request:\n"));
     EXPECT_EQ(AnswerOfType("Close"), AnswerTo("Close"));
-    EXPECT_TRUE(agent.Says("VeskaClient: gone, or another in its place\n"));
+    EXPECT_TRUE(agent.Says("VeskaClient: the request was removed or replaced\n"));
 }
 
 SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
     StandIn agent("finish\n");
     Publish("no request");
-    EXPECT_TRUE(agent.Says("that is no request\n"));
+    EXPECT_TRUE(agent.Says("request.xml is not a request\n"));
     usleep(200000);
     EXPECT_EQ("no request", ReadWholeFile(requestFile));
     EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
     std::string const output = agent.Stop().output;
-    EXPECT_EQ(output.find("no request\n"), output.rfind("no request\n"));
+    EXPECT_EQ(output.find("not a request\n"), output.rfind("not a request\n"));
 }
 
 SANDBOX_TEST(StandInAgentTest, GarbageThatCannotBeWrittenLeavesTheRequest) {
