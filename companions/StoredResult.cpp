@@ -26,6 +26,8 @@ namespace {
 using PlainJson = nlohmann::json;
 
 constexpr std::string_view base64Suffix = "Base64";
+// The identifier of json.exception.out_of_range.406.
+constexpr int numberOutOfRange = 406;
 
 FileState MakeState(struct stat const& facts) {
     return {facts.st_dev, facts.st_ino, facts.st_size, facts.st_mtim};
@@ -203,7 +205,7 @@ public:
     bool parse_error(std::size_t, std::string const&,
                      nlohmann::detail::exception const& error) override {
         // cppcheck-suppress missingReturn ; Refuse does not return
-        source.Refuse("expected JSON: " + ReasonOf(error.what()));
+        source.Refuse("expected JSON: " + ReasonOf(error));
     }
 
     PlainJson const* Find(std::string const& path) const {
@@ -333,10 +335,14 @@ private:
     }
 
     // The parser's reason without the text that it read, which may be long.
-    static std::string ReasonOf(std::string reason) {
-        std::size_t const start = reason.find(" - ");
-        if (start == std::string::npos)
+    static std::string ReasonOf(nlohmann::detail::exception const& error) {
+        if (error.id == numberOutOfRange)
             return "a number is out of range";
+        std::string reason = error.what();
+        std::size_t const start = reason.find(" - ");
+        // From 3.11, the library describes empty input in other words.
+        if (start == std::string::npos)
+            return "unexpected end of input; expected '[', '{', or a literal";
         reason.erase(0, start + 3);
         return reason.substr(0, reason.find("; last read"));
     }

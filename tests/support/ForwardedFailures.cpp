@@ -170,7 +170,7 @@ void ForwardedFailures::Interpret(char const* packet, size_t length) {
     size_t const fileAt = rest.find(' ') + 1;
     size_t const messageAt = std::min(rest.find('\n', fileAt), rest.size() - 1) + 1;
     std::string const file(rest.substr(fileAt, messageAt - 1 - fileAt));
-    std::string const message(rest.substr(messageAt));
+    std::string const message(WithoutLastNewline(rest.substr(messageAt)));
     if (*packet == skipKind)
         return SkipHere(message);
     failed = true;
@@ -178,6 +178,10 @@ void ForwardedFailures::Interpret(char const* packet, size_t length) {
         FailHere(file.c_str(), line, message);
     else
         ADD_FAILURE_AT(file.c_str(), line) << message;
+}
+
+std::string_view WithoutLastNewline(std::string_view message) {
+    return message.substr(0, message.size() - (message.ends_with('\n') ? 1 : 0));
 }
 
 void ReportForkedException(char const* what) {

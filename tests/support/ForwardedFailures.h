@@ -8,7 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
 #include <utility>
+
+// From version 1.15, GoogleTest ends the message of a failure with a newline. It would get another
+// one each time that the failure is reported again.
+std::string_view WithoutLastNewline(std::string_view message);
 
 // The two ends of a line of packets, above the descriptors that tests count or close.
 std::pair<int, int> MakeLine();

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/ForwardedFailures.h"
+
 // The failures and skips of the body. They do not fail the test.
 template <class Body>
 std::vector<testing::TestPartResult> ReportedResults(Body const& body) {
@@ -27,6 +29,6 @@ template <class Body>
 std::string ReportedMessages(Body const& body) {
     std::string messages;
     for (auto const& result : ReportedResults(body))
-        messages += std::string(result.message()) + '|';
+        messages += std::string(WithoutLastNewline(result.message())) + '|';
     return messages;
 }
