@@ -49,7 +49,7 @@ def ratios_as_svg(rows):
         parts.append(text(end, top + 14, f"{row['ratio']:.2f}"))
         if row["goal"]:
             parts.append(line(place(row["goal"]), top + 1, top + 20, "#000", 2))
-    foot = ("Processor time of the peer / ours, median of the rounds, logarithmic. "
+    foot = ("Processor time of the other library / ours, median of the rounds, logarithmic. "
             "Black mark: the goal.")
     parts.append(text(LEFT, bottom + 18, foot, color="#666"))
     size = f'width="{LEFT + WIDTH + 60}" height="{bottom + 28}"'
