@@ -64,13 +64,20 @@ class RenewTest(unittest.TestCase):
         self.assertIn("| old one |", page)
         self.assertIn("| new two --option |", page)
 
-    def test_keeps_the_table_of_a_command_that_fails(self):
-        self.write_command("one", f"{ONE}; exit 1")
+    def test_keeps_the_table_of_a_command_that_prints_none(self):
+        self.write_command("one", "echo progress; exit 1")
         done = run("scripts/figures", directory=self.root)
         self.assertEqual(done.returncode, 1)
         page = self.page.read_text(encoding="utf-8")
         self.assertIn("| old one |", page)
         self.assertIn("| new two --option |", page)
+
+    def test_renews_the_table_of_a_failed_command_and_exits_with_1(self):
+        self.write_command("one", f"{ONE}; exit 3")
+        done = run("scripts/figures", directory=self.root)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("scripts/one exited with 3", done.stdout)
+        self.assertIn("| new one |", self.page.read_text(encoding="utf-8"))
 
     def test_rejects_a_word_that_no_command_contains(self):
         done = run("scripts/figures", "three", directory=self.root)
