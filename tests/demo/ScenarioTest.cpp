@@ -17,7 +17,7 @@ std::string MistakeIn(std::string const& text) {
     return "none";
 }
 
-TEST(ScenarioTest, OpenAndCloseAreAnsweredWithoutBeingTold) {
+TEST(ScenarioTest, AnswersOpenAndCloseByDefault) {
     Scenario const scenario = Parse("finish\n");
     EXPECT_EQ(ScenarioStep::Answer, scenario.open.kind);
     EXPECT_EQ(ClientComplianceOpen, scenario.open.response.type);
@@ -26,7 +26,7 @@ TEST(ScenarioTest, OpenAndCloseAreAnsweredWithoutBeingTold) {
     EXPECT_EQ(0U, scenario.open.delay);
 }
 
-TEST(ScenarioTest, ProgressStatementsKeepTheirOrder) {
+TEST(ScenarioTest, KeepsOrderOfProgressStatements) {
     Scenario const scenario =
         Parse("progress 25\nprogress 100\nerror -22\nstate 4\ngarbage\nvanish\nsilence\nfinish");
     ASSERT_EQ(8U, scenario.progress.size());
@@ -45,7 +45,7 @@ TEST(ScenarioTest, ProgressStatementsKeepTheirOrder) {
         EXPECT_EQ(ClientComplianceProgress, step.response.type);
 }
 
-TEST(ScenarioTest, RowsBelongToTheNextFinish) {
+TEST(ScenarioTest, AddsRowsToTheNextFinish) {
     Scenario const scenario = Parse("row \"a b\" r t 12 \"\" \"say \\\"x\\\"\"\nrow 1 2 3 4 5 6\n"
                                     "finish\nrow x x x x x x\nfinish\nfinish\n");
     ASSERT_EQ(3U, scenario.progress.size());
@@ -62,7 +62,7 @@ TEST(ScenarioTest, RowsBelongToTheNextFinish) {
     EXPECT_EQ(0U, scenario.progress[2].response.GetComplianceCount());
 }
 
-TEST(ScenarioTest, EscapesGiveAnyByte) {
+TEST(ScenarioTest, EscapesRepresentAnyByte) {
     Scenario const scenario = Parse("row \"\\xe9\\xFF\\n\\r\\t\\\\\" 2 3 4 5 6\nfinish\n");
     EXPECT_EQ("\xE9\xFF\n\r\t\\", scenario.progress[0].response[0].designator);
     EXPECT_EQ("\x01\x9A\xAF\xFA\x10", Parse("row \"\\x01\\x9a\\xAF\\xfA\\x10\" 2 3 4 5 6\nfinish\n")
@@ -71,13 +71,13 @@ TEST(ScenarioTest, EscapesGiveAnyByte) {
                                           .designator);
 }
 
-TEST(ScenarioTest, DelayAsFirstStatementHoldsForOpen) {
+TEST(ScenarioTest, DelayAsFirstStatementAppliesToOpen) {
     EXPECT_EQ(250U, Parse("# comment\n\ndelay 250\nprogress 1").open.delay);
     EXPECT_EQ(5U, Parse("delay 250\ndelay 5\nopen answer\nprogress 1").open.delay);
     EXPECT_EQ(0U, Parse("progress 1\ndelay 250\nprogress 2").open.delay);
 }
 
-TEST(ScenarioTest, DelayHoldsFromItsLineOn) {
+TEST(ScenarioTest, DelayAppliesToLaterLines) {
     Scenario const scenario =
         Parse("progress 1\ndelay 250\nopen answer\nprogress 2\ndelay 0\nfinish");
     EXPECT_EQ(0U, scenario.progress[0].delay);
@@ -86,18 +86,18 @@ TEST(ScenarioTest, DelayHoldsFromItsLineOn) {
     EXPECT_EQ(0U, scenario.progress[2].delay);
 }
 
-TEST(ScenarioTest, OpenAndCloseCanGoWrong) {
+TEST(ScenarioTest, OpenAndCloseCanFail) {
     Scenario const scenario = Parse("open silence\nclose garbage\nfinish");
     EXPECT_EQ(ScenarioStep::Silence, scenario.open.kind);
     EXPECT_EQ(ScenarioStep::Garbage, scenario.close.kind);
     EXPECT_EQ(ScenarioStep::Vanish, Parse("open vanish\nfinish").open.kind);
 }
 
-TEST(ScenarioTest, CommentsBlankLinesAndForeignLineEndsAreFine) {
+TEST(ScenarioTest, AcceptsCommentsEmptyLinesAndCrLf) {
     EXPECT_EQ(1U, Parse("# comment \"\r\n\r\n \t finish \r\n").progress.size());
 }
 
-TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
+TEST(ScenarioTest, ReportsLineAndReasonOfEachError) {
     struct Case {
         char const* text;
         char const* mistake;
@@ -126,7 +126,7 @@ TEST(ScenarioTest, EachMistakeIsToldWithItsLineAndReason) {
     };
     for (Case const& one : cases)
         EXPECT_EQ(one.mistake, MistakeIn(one.text)) << one.text;
-    // The neighbours of the hexadecimal digits, as the first digit and as the second one.
+    // The characters next to the hexadecimal digits in ASCII, as the first and as the second digit.
     for (char const* const digits : {"/0", ":0", "@0", "G0", "`0", "g0", "0/", "0:", "0g"})
         EXPECT_EQ("file:1: \\x needs two hexadecimal digits",
                   MistakeIn(std::string("row 1 2 3 4 5 \"\\x") + digits + '"'))

@@ -1,5 +1,5 @@
-// The stand-in agent as a program, in sandboxes: requests are raw bytes put under its nose,
-// and at the end the real tool.
+// The stand-in agent as a program, in sandboxes: with requests as raw bytes, and with the real
+// tool.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -28,7 +28,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char scenarioFile[] = "/opt/test.scenario";
 
-// Waits for a condition that comes soon.
+// Waits for a condition, for a short time.
 bool Await(std::function<bool()> const& condition, milliseconds limit = milliseconds(10000)) {
     for (auto const end = Clock::now() + limit; Clock::now() < end; usleep(1000))
         if (condition())
@@ -36,7 +36,7 @@ bool Await(std::function<bool()> const& condition, milliseconds limit = millisec
     return condition();
 }
 
-// The stand-in, installed and serving from the constructor on.
+// The stand-in agent, installed and started by the constructor.
 class StandIn {
 public:
     explicit StandIn(std::string const& scenario) {
@@ -46,7 +46,7 @@ public:
             std::make_unique<OtherProgram>(std::vector<std::string>{agentProgram, scenarioFile});
         EXPECT_TRUE(Says("VeskaClient: ready\n"));
     }
-    // An agent whose test does not stop it must still be able to.
+    // Stops the agent if the test does not.
     ~StandIn() {
         if (program->IsRunning()) {
             EXPECT_EQ(ExitStatus::Exited(0), Stop().status);
@@ -55,7 +55,7 @@ public:
     StandIn(StandIn const&) = delete;
     StandIn& operator=(StandIn const&) = delete;
 
-    // Whether the text comes, or is there.
+    // Waits until the output contains the text.
     bool Says(std::string const& text) {
         return Await([&] { return Output().find(text) != std::string::npos; });
     }
@@ -84,7 +84,7 @@ std::string ProgressAnswerOf(int state, int error, int percent, std::string cons
                           rows);
 }
 
-// As the tool does it: whole under the final name, over what is there.
+// As the tool does it: a complete document that replaces an existing one.
 void Publish(std::string const& bytes) {
     WriteWholeFile(requestTemporary, bytes);
     EXPECT_EQ(0, rename(requestTemporary, requestFile));
@@ -94,7 +94,7 @@ bool IsTaken() {
     return Await([] { return !Exists(requestFile); });
 }
 
-// What the request is answered with.
+// The answer to the request.
 std::string AnswerTo(std::string const& type) {
     unlink(responseFile);
     Publish(RequestOf(type));
@@ -112,7 +112,7 @@ ProgramResult RunWithScenario(std::string const& scenario) {
     return RunStandIn({scenarioFile});
 }
 
-TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
+TEST(StandInAgentTest, ReportsFileLineAndReasonOfAScenarioError) {
     Sandbox::Run([] {
         Sandbox::InstallAgent(VESKA_CLIENT);
         ProgramResult const result = RunWithScenario("# fine\nfinish\nprogress x\n");
@@ -126,7 +126,7 @@ TEST(StandInAgentTest, MistakeInTheScenarioIsToldWithFileLineAndReason) {
     });
 }
 
-SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
+SANDBOX_TEST(StandInAgentTest, ReportsUnreadableScenario) {
     Sandbox::InstallAgent(VESKA_CLIENT);
     for (std::string const name : {"/opt/missing", "/opt"}) {
         ProgramResult const result = RunStandIn({name});
@@ -137,7 +137,7 @@ SANDBOX_TEST(StandInAgentTest, ScenarioThatCannotBeReadIsTold) {
               RunWithScenario("").errors);
 }
 
-TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
+TEST(StandInAgentTest, CheckOfAValidScenarioHasNoEffect) {
     Sandbox::Run([] {
         Sandbox::InstallAgent(VESKA_CLIENT);
         WriteWholeFile(scenarioFile, "finish\n");
@@ -150,7 +150,7 @@ TEST(StandInAgentTest, CheckOfAGoodScenarioSaysAndDoesNothing) {
     });
 }
 
-SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
+SANDBOX_TEST(StandInAgentTest, PrintsUsageForOtherArguments) {
     Sandbox::InstallAgent(VESKA_CLIENT);
     std::string const usage = RunStandIn({"--help"}).output;
     EXPECT_TRUE(usage.starts_with("Usage: VeskaClient SCENARIO\n"));
@@ -162,7 +162,7 @@ SANDBOX_TEST(StandInAgentTest, OtherArgumentsGiveTheUsage) {
     }
 }
 
-TEST(StandInAgentTest, FailsIfInformationCannotBeWritten) {
+TEST(StandInAgentTest, FailsIfStandardOutputFails) {
     for (char const* const option : {"--help", "--version"}) {
         auto const writeToFullDisk = [] {
             return dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO) >= 0;
@@ -173,14 +173,14 @@ TEST(StandInAgentTest, FailsIfInformationCannotBeWritten) {
     }
 }
 
-TEST(StandInAgentTest, VersionIsThatOfTheProject) {
+TEST(StandInAgentTest, PrintsVersionOfTheProject) {
     ProgramResult const result = RunProgram({VESKA_CLIENT, "--version"});
     EXPECT_EQ(ExitStatus::Exited(0), result.status);
     EXPECT_EQ("VeskaClient (stand-in agent) " CC_VERSION "\n", result.output);
     EXPECT_EQ("", result.errors);
 }
 
-TEST(StandInAgentTest, MakesTheDirectoriesWhereTheyAreMissing) {
+TEST(StandInAgentTest, CreatesMissingDirectories) {
     Sandbox::Run([] {
         StandIn agent("finish\n");
         EXPECT_TRUE(std::filesystem::is_directory(requestDirectory));
@@ -188,7 +188,7 @@ TEST(StandInAgentTest, MakesTheDirectoriesWhereTheyAreMissing) {
     });
 }
 
-SANDBOX_TEST(StandInAgentTest, StopsOnEitherSignal) {
+SANDBOX_TEST(StandInAgentTest, StopsOnSigintAndSigterm) {
     for (int const signal : {SIGTERM, SIGINT}) {
         StandIn agent("finish\n");
         ProgramResult const result = agent.Stop(signal);
@@ -198,7 +198,7 @@ SANDBOX_TEST(StandInAgentTest, StopsOnEitherSignal) {
     }
 }
 
-SANDBOX_TEST(StandInAgentTest, StopsInTheMiddleOfADelayAndLeavesTheRequestAlone) {
+SANDBOX_TEST(StandInAgentTest, StopsDuringADelayAndLeavesTheRequest) {
     StandIn agent("delay 60000\nopen answer\nfinish\n");
     Publish(RequestOf("Open"));
     ASSERT_TRUE(Await([] { return Exists(requestFile); }));
@@ -208,14 +208,14 @@ SANDBOX_TEST(StandInAgentTest, StopsInTheMiddleOfADelayAndLeavesTheRequestAlone)
     EXPECT_FALSE(Exists(responseFile));
 }
 
-SANDBOX_TEST(StandInAgentTest, StopsWhileAFifoInThePlaceOfTheRequestBlocksIt) {
+SANDBOX_TEST(StandInAgentTest, StopsWhileAFifoAtTheRequestBlocksIt) {
     StandIn agent("finish\n");
     ASSERT_EQ(0, mkfifo(requestFile, 0600));
     usleep(200000);
     EXPECT_EQ(ExitStatus::Exited(0), agent.Stop().status);
 }
 
-TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
+TEST(StandInAgentTest, RefusesToStartIfAProcessHasItsName) {
     Sandbox::Run([] {
         Sandbox::InstallAgent("/bin/sleep");
         OtherProgram const other({agentProgram, "1000"});
@@ -229,13 +229,13 @@ TEST(StandInAgentTest, RefusesToStartBesideAProcessOfItsName) {
                       " has the name of the agent; stop it first\n",
                   result.errors);
         EXPECT_FALSE(Exists("/var/opt/VeskaClient"));
-        // A look at a file harms nobody.
+        // Reading a file has no side effect.
         EXPECT_EQ(ExitStatus::Exited(0),
                   RunProgram({"/opt/second/VeskaClient", "--check", scenarioFile}).status);
     });
 }
 
-SANDBOX_TEST(StandInAgentTest, RefusesToStartTwiceAndTheFirstGoesOn) {
+SANDBOX_TEST(StandInAgentTest, RefusesASecondInstanceAndTheFirstContinues) {
     StandIn agent("finish\n");
     ProgramResult const second = RunStandIn({scenarioFile});
     EXPECT_EQ(ExitStatus::Exited(1), second.status);
@@ -243,11 +243,11 @@ SANDBOX_TEST(StandInAgentTest, RefusesToStartTwiceAndTheFirstGoesOn) {
     EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
 }
 
-SANDBOX_TEST(StandInAgentTest, EachRequestIsAnsweredInItsTurn) {
+SANDBOX_TEST(StandInAgentTest, AnswersRequestsInOrder) {
     StandIn agent("progress 40\nerror -22\nstate 4\nrow a \"b&c\" \"\\xe9\" d \"\" f\nfinish\n");
     std::string const finished =
         ProgressAnswerOf(1, 0, 100, Row({"a", "b&amp;c", "&#xe9;", "d", "", "f"}));
-    // Each Open begins anew, and the last answer repeats.
+    // Each Open request restarts the scenario, and its last answer repeats.
     for (int evaluation = 0; evaluation < 2; ++evaluation) {
         EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
         EXPECT_EQ(ProgressAnswerOf(3, 0, 40), AnswerTo("Progress"));
@@ -259,7 +259,7 @@ SANDBOX_TEST(StandInAgentTest, EachRequestIsAnsweredInItsTurn) {
     }
 }
 
-SANDBOX_TEST(StandInAgentTest, ShowsTheRequestAsItCame) {
+SANDBOX_TEST(StandInAgentTest, PrintsTheRequest) {
     StandIn agent("finish\n");
     Publish("<VeskaClientComplianceRequest>\r\n\t<RequestType>Open</RequestType>\r\n"
             "\t<RequestURL>a&amp;b</RequestURL>\r\n</VeskaClientComplianceRequest>");
@@ -275,7 +275,7 @@ SANDBOX_TEST(StandInAgentTest, ShowsTheRequestAsItCame) {
               agent.Stop().output);
 }
 
-// What happens to the two final names, in the order in which it happens.
+// The events at the two final paths, in order.
 class WatchedSteps {
 public:
     WatchedSteps() : watch(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
@@ -286,7 +286,7 @@ public:
     WatchedSteps(WatchedSteps const&) = delete;
     WatchedSteps& operator=(WatchedSteps const&) = delete;
 
-    // Waits until there are so many.
+    // Waits until there are this many.
     std::vector<std::string> AwaitSteps(std::size_t count) {
         EXPECT_TRUE(Await([&] {
             ReadEvents();
@@ -311,7 +311,7 @@ private:
     std::vector<std::string> steps;
 };
 
-SANDBOX_TEST(StandInAgentTest, PublishesTheAnswerBeforeItTakesTheRequest) {
+SANDBOX_TEST(StandInAgentTest, PublishesTheResponseBeforeItTakesTheRequest) {
     StandIn agent("garbage\nfinish\n");
     for (char const* const type : {"Open", "Progress", "Progress", "Close"}) {
         unlink(responseFile);
@@ -323,7 +323,7 @@ SANDBOX_TEST(StandInAgentTest, PublishesTheAnswerBeforeItTakesTheRequest) {
     }
 }
 
-SANDBOX_TEST(StandInAgentTest, GarbageIsPublishedAndCannotBeRead) {
+SANDBOX_TEST(StandInAgentTest, PublishesGarbageThatTheToolCannotRead) {
     StandIn agent("open garbage\nclose garbage\ngarbage\n");
     for (char const* const type : {"Open", "Progress", "Close"}) {
         std::string const answer = AnswerTo(type);
@@ -334,7 +334,7 @@ SANDBOX_TEST(StandInAgentTest, GarbageIsPublishedAndCannotBeRead) {
     EXPECT_FALSE(Exists(responseTemporary));
 }
 
-SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndLeavesAnOldAnswerAsItIs) {
+SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndKeepsAnOldResponse) {
     StandIn agent("open vanish\nvanish\n");
     EXPECT_EQ("", AnswerTo("Open"));
     EXPECT_FALSE(Exists(responseFile));
@@ -345,7 +345,7 @@ SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndLeavesAnOldAnswerAsItIs) 
     EXPECT_TRUE(agent.Says("VeskaClient: taken without an answer\n"));
 }
 
-SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace) {
+SANDBOX_TEST(StandInAgentTest, SilenceLeavesOneRequestAndAnswersTheNext) {
     StandIn agent("silence\nprogress 7\n");
     std::string const request = RequestOf("Progress");
     Publish(request);
@@ -357,7 +357,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesTheRequestButNotTheNextOneInItsPlace
 }
 
 // The last digit of the time, and its seconds.
-SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsANewOne) {
+SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsNew) {
     StandIn agent("silence\nsilence\nprogress 7\n");
     std::string const leftAlone = "VeskaClient: ignored\n";
     Publish(RequestOf("Progress"));
@@ -377,7 +377,7 @@ SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsANewOne) {
     EXPECT_EQ(ProgressAnswerOf(3, 0, 7), ReadWholeFile(responseFile));
 }
 
-SANDBOX_TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
+SANDBOX_TEST(StandInAgentTest, DelaysTheAnswer) {
     StandIn agent("progress 1\ndelay 700\nprogress 2\n");
     AnswerTo("Progress");
     auto const start = Clock::now();
@@ -385,7 +385,7 @@ SANDBOX_TEST(StandInAgentTest, DelayHoldsTheAnswerBack) {
     EXPECT_LE(milliseconds(700), Clock::now() - start);
 }
 
-SANDBOX_TEST(StandInAgentTest, DelayAsFirstStatementHoldsTheAnswerToOpenBack) {
+SANDBOX_TEST(StandInAgentTest, DelayAsFirstStatementDelaysTheAnswerToOpen) {
     StandIn agent("delay 700\nprogress 1\n");
     auto const start = Clock::now();
     EXPECT_EQ(OpenAnswer(), AnswerTo("Open"));
@@ -393,7 +393,7 @@ SANDBOX_TEST(StandInAgentTest, DelayAsFirstStatementHoldsTheAnswerToOpenBack) {
 }
 
 // As when the tool gives up on a slow agent and closes.
-SANDBOX_TEST(StandInAgentTest, RequestThatComesDuringADelayIsDealtWithInPlaceOfTheFirst) {
+SANDBOX_TEST(StandInAgentTest, RequestDuringADelayReplacesTheFirst) {
     StandIn agent("close answer\ndelay 500\nfinish\n");
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(agent.Says("VeskaClient: a request:\n"));
@@ -401,7 +401,7 @@ SANDBOX_TEST(StandInAgentTest, RequestThatComesDuringADelayIsDealtWithInPlaceOfT
     EXPECT_TRUE(agent.Says("VeskaClient: the request was removed or replaced\n"));
 }
 
-SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
+SANDBOX_TEST(StandInAgentTest, ReportsInvalidRequestOnceAndLeavesIt) {
     StandIn agent("finish\n");
     Publish("no request");
     EXPECT_TRUE(agent.Says("request.xml is not a request\n"));
@@ -412,7 +412,7 @@ SANDBOX_TEST(StandInAgentTest, WhatIsNoRequestIsToldOnceAndStays) {
     EXPECT_EQ(output.find("not a request\n"), output.rfind("not a request\n"));
 }
 
-SANDBOX_TEST(StandInAgentTest, GarbageThatCannotBeWrittenLeavesTheRequest) {
+SANDBOX_TEST(StandInAgentTest, LeavesTheRequestIfGarbageCannotBeWritten) {
     StandIn agent("open garbage\nfinish\n");
     std::filesystem::remove(responseDirectory);
     Publish(RequestOf("Open"));
@@ -420,7 +420,7 @@ SANDBOX_TEST(StandInAgentTest, GarbageThatCannotBeWrittenLeavesTheRequest) {
     EXPECT_TRUE(Exists(requestFile));
 }
 
-SANDBOX_TEST(StandInAgentTest, AnswerThatCannotBeWrittenIsToldAndTheRequestStays) {
+SANDBOX_TEST(StandInAgentTest, ReportsFailedResponseAndLeavesTheRequest) {
     StandIn agent("finish\n");
     std::filesystem::remove(responseDirectory);
     Publish(RequestOf("Open"));
@@ -428,7 +428,7 @@ SANDBOX_TEST(StandInAgentTest, AnswerThatCannotBeWrittenIsToldAndTheRequestStays
     EXPECT_TRUE(Exists(requestFile));
 }
 
-SANDBOX_TEST(StandInAgentTest, RealToolGetsItsRows) {
+SANDBOX_TEST(StandInAgentTest, RealToolPrintsTheRows) {
     StandIn agent("delay 50\nprogress 40\n"
                   "row one \"R&D <x>\" pass/fail 1523 \"caf\\xE9\" \"\"\nfinish\n");
     ProgramResult const tool =

@@ -1,5 +1,5 @@
-// The examples as their readers would run them: built against the header and the library, or found
-// beside the tool on the PATH, on a machine with a scripted agent.
+// The examples as users run them: built with the header and the library, or with the tool in PATH,
+// in a sandbox with a scripted agent.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -44,7 +44,7 @@ AgentScript EndWith(std::string const& state, std::string const& error) {
     return Script({ProgressAnswer(state, error)});
 }
 
-// The tool stands on the PATH under its own name, whichever build is tested.
+// The tool is in PATH with its own name, whichever build is tested.
 ProgramOptions WithTool() {
     fs::create_directories("/opt/tools");
     fs::copy_file(CC_TOOL_PROGRAM, "/opt/tools/ClientCompliance",
@@ -59,7 +59,7 @@ void Expect(int status, std::string const& output, std::string const& errors,
     EXPECT_EQ(errors, result.errors);
 }
 
-// On a machine that has never had an agent.
+// In a sandbox that has never had an agent.
 void ExpectRefused(Arguments const& command, int status, std::string const& output,
                    std::string const& errors) {
     Sandbox::Run([&] { Expect(status, output, errors, RunProgram(command, WithTool())); });
@@ -93,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Example{"MinimalPrintsTheRows", Finish(good + bad), minimal, 0,
                 "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", ""},
-        Example{"MinimalTellsTheErrorOfTheAgent", EndWith("2", "-22"), minimal, 1, "",
+        Example{"MinimalPrintsErrorOfTheAgent", EndWith("2", "-22"), minimal, 1, "",
                 "minimal: the agent reports the error -22\n"},
         Example{"TimedPrintsTheRows", Finish(good), Timed("20"), 0, "b-001: Compliant\n", ""},
         Example{"TimedGivesUpAndClosesInGoodOrder", Script({ProgressAnswer("3", "0", "7")}),
@@ -108,9 +108,9 @@ INSTANTIATE_TEST_SUITE_P(
         Example{"ShellPrintsALineForEachRow", Finish(good + bad), shell, 0,
                 "Compliant\tb-001\nNot Compliant\tb-002|caf\xE9\n", ""},
         Example{"ShellPrintsNothingForNoRows", Finish(""), shell, 0, "", ""},
-        Example{"ShellTellsTheErrorOfTheAgent", EndWith("2", "-22"), shell, 1, "",
+        Example{"ShellPrintsErrorOfTheAgent", EndWith("2", "-22"), shell, 1, "",
                 "evaluate.sh: no results: Client reports not available right now.\n"},
-        // The tool itself says nothing here, and ends with 0.
+        // The tool itself prints nothing here, and exits with 0.
         Example{"ShellNoticesSilence", EndWith("4", "0"), shell, 1, "",
                 "evaluate.sh: no results: the agent did not answer\n"},
         Example{"ShellRefusesRowsThatItCannotTellApart",
@@ -118,12 +118,12 @@ INSTANTIATE_TEST_SUITE_P(
                 "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"}),
     [](auto const& test) { return std::string(test.param.name); });
 
-TEST(ExamplesTest, MinimalTellsTheCodeOfARefusal) {
+TEST(ExamplesTest, MinimalPrintsErrorCodeOfOpen) {
     ExpectRefused(minimal, 1, "", "minimal: the evaluation could not be opened: -6\n");
 }
 
-// The signal comes in the middle of the opening, and shortens nothing.
-SANDBOX_TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
+// The signal arrives during Open, and does not shorten it.
+SANDBOX_TEST(ExamplesTest, TimedEndsBySignalAfterClose) {
     ScriptedAgent const agent(Script({ProgressAnswer("3", "0", "7")}));
     OtherProgram program(Timed("20"));
     agent.AwaitRequests(1);
@@ -135,7 +135,7 @@ SANDBOX_TEST(ExamplesTest, TimedEndsBySignalBehindTheClose) {
     EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
 }
 
-TEST(ExamplesTest, ClassTellsTheCodeOfARefusal) {
+TEST(ExamplesTest, ClassPrintsErrorCodeOfOpen) {
     ExpectRefused(evaluate, 1, "", "evaluate: the evaluation could not be opened: -6\n");
 }
 
@@ -147,7 +147,7 @@ ProgramOptions WithLibrary() {
     return {.environment = {{"LD_LIBRARY_PATH=" EXAMPLE_LIBRARY, "PYTHONDONTWRITEBYTECODE=1"}}};
 }
 
-SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
+SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndExactRows) {
     ScriptedAgent const agent(
         Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", bad)}));
     Expect(0,
@@ -158,7 +158,7 @@ SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndRowsByteForByte) {
     agent.AwaitEnd(std::chrono::seconds(1));
 }
 
-TEST(ExamplesTest, PythonTellsTheCodeOfARefusal) {
+TEST(ExamplesTest, PythonPrintsErrorCodeOfOpen) {
     Sandbox::Run([] {
         Expect(1, "",
                "compliance.py: the evaluation could not be opened: another process holds the lock, "
@@ -175,7 +175,7 @@ SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
         RunProgram(python, WithLibrary()));
 }
 
-// In the opening, and while the agent works.
+// During Open, and while the agent works.
 SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
     for (std::size_t const requests : {1, 2}) {
         ScriptedAgent const agent(
@@ -193,20 +193,20 @@ SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
 
 #endif
 
-TEST(ExamplesTest, ShellTellsTheCodeOfARefusal) {
+TEST(ExamplesTest, ShellPrintsErrorCodeOfOpen) {
     ExpectRefused(shell, 1, "", "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
 }
 
-// The tool refuses them with its usage text, which is no result.
-TEST(ExamplesTest, ShellRefusesArgumentsThatTheToolRefuses) {
+// The tool rejects them with its usage text, which is not a result.
+TEST(ExamplesTest, ShellRejectsArgumentsThatTheToolRejects) {
     std::string const usage =
         "usage: evaluate.sh URL DOC [FLAGS]; the flags are a number from 0 to 15\n";
     ExpectRefused({shell.front(), "url", "doc", "16"}, 2, "", usage);
     ExpectRefused({shell.front(), "url"}, 2, "", usage);
 }
 
-// The shell has a word of its own about that before.
-TEST(ExamplesTest, ShellTellsOfAToolThatIsNotThere) {
+// The shell prints its own message first.
+TEST(ExamplesTest, ShellReportsMissingTool) {
     ProgramResult const result = RunProgram(shell, {.environment = {{"PATH=/usr/bin:/bin"}}});
     EXPECT_EQ(ExitStatus::Exited(1), result.status);
     EXPECT_EQ("", result.output);

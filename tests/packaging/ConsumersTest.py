@@ -11,7 +11,7 @@ from support import CC, CXX, PREFIX, library_directory, in_sandbox, run
 
 CONSUMERS = pathlib.Path(__file__).resolve().parent / "consumers"
 
-# No agent was ever installed: the lock can't be made, so nothing is open.
+# No agent was ever installed: the lock cannot be created, so no evaluation is open.
 IN_C = "open -6\nprogress -6 77 77\ncount -8\nclose -6\n"
 WITH_OWN_NAMES = """caught our file before
 caught out_of_range after 1
@@ -55,10 +55,10 @@ class FindPackageTest(Consumers):
             f"-DCMAKE_PREFIX_PATH={PREFIX}", f"-DCMAKE_C_COMPILER={CC}",
             f"-DCMAKE_CXX_COMPILER={CXX}")
         run("cmake", "--build", self.scratch)
-        # What it was linked with is found without a hint, too.
+        # The program also finds its library without a hint.
         self.environment = {}
 
-    def test_serves_programs_in_C_and_in_Cpp_with_either_library(self):
+    def test_builds_c_and_cpp_programs_with_either_library(self):
         self.check_c(self.scratch / "c_shared")
         self.check_c(self.scratch / "c_static")
         self.check_cpp(self.scratch / "cpp_shared")
@@ -79,28 +79,28 @@ class FindPackageRefusalsTest(Consumers):
             f"-DCMAKE_PREFIX_PATH={PREFIX}")
         return (self.scratch / "found").read_text(encoding="utf-8")
 
-    def test_takes_its_own_major_version_alone(self):
+    def test_accepts_only_its_major_version(self):
         self.assertEqual(self.find("1.0"), "yes")
         self.assertEqual(self.find("2.0"), "no")
 
-    def test_has_no_component_but_the_two_libraries(self):
+    def test_has_only_the_two_library_components(self):
         self.assertEqual(self.find("COMPONENTS static"), "yes")
         self.assertEqual(self.find("COMPONENTS foundation"), "no")
 
 
 class PkgConfigTest(Consumers):
-    def test_serves_a_program_in_C(self):
+    def test_builds_a_c_program(self):
         program = self.scratch / "program"
         run(CC, CONSUMERS / "InC.c", "-o", program, *self.pkg_config("--cflags", "--libs"))
         self.check_c(program)
 
-    def test_serves_a_program_in_C_without_any_shared_library(self):
+    def test_builds_a_c_program_without_shared_libraries(self):
         program = self.scratch / "program"
         run(CC, "-static", CONSUMERS / "InC.c", "-o", program,
             *self.pkg_config("--static", "--cflags", "--libs"))
         self.check_c(program)
 
-    def test_serves_a_program_with_names_of_its_own_in_Cpp(self):
+    def test_builds_a_cpp_program_with_the_library_s_names(self):
         program = self.scratch / "program"
         run(CXX, "-std=c++20", CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp",
             "-o", program, *self.pkg_config("--cflags", "--libs"))
@@ -108,8 +108,7 @@ class PkgConfigTest(Consumers):
 
 
 class StaticLibraryTest(Consumers):
-    """Templates and inline functions are where a program and a library get in each other's way, and
-    what the linker sees of them depends on how the program is compiled."""
+    """Equal names of templates and inline functions could collide, depending on compiler flags."""
 
     def check_with(self, *flags):
         program = self.scratch / "program"
@@ -118,13 +117,13 @@ class StaticLibraryTest(Consumers):
             library_directory() / "libclientcompliance.a")
         self.check_cpp(program)
 
-    def test_stays_apart_from_templates_that_are_not_inlined(self):
+    def test_does_not_collide_with_templates(self):
         self.check_with("-O0")
 
-    def test_stays_apart_from_an_optimised_program_without_unused_functions(self):
+    def test_does_not_collide_after_garbage_collection(self):
         self.check_with("-O2", "-ffunction-sections", "-Wl,--gc-sections")
 
-    def test_stands_in_a_program_that_is_not_position_independent(self):
+    def test_links_into_position_dependent_program(self):
         self.check_with("-O1", "-no-pie", "-fno-pie")
 
 

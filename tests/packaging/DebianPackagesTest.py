@@ -19,8 +19,8 @@ NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-compa
          "libclientcompliance-dev", "libclientcompliance1"]
 CONSUMERS = SOURCE / "tests/packaging/consumers"
 
-# One whole request to the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
-TRIAL = """
+# A whole evaluation with the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
+EVALUATE = """
 mkdir -p /opt/VeskaClient/bin
 cp "$2" /opt/VeskaClient/bin/
 /opt/VeskaClient/bin/VeskaClient "$3" >/opt/says &
@@ -45,23 +45,23 @@ def field(name, wanted):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_of_the_project_s_version(self):
+    def test_have_the_version_of_the_project(self):
         found = sorted(path.name.split("_")[0] for path in PACKAGES.glob("*.deb"))
         self.assertEqual(found, NAMES)
         for name in NAMES:
             self.assertEqual(field(name, "Version"), VERSION)
 
-    def test_own_nothing_of_the_agent_and_nothing_outside_of_usr(self):
+    def test_own_only_files_in_usr(self):
         for name in NAMES:
             for path in contents(name):
                 self.assertTrue(path == "/" or path.startswith("/usr/"), f"{name}: {path}")
 
     def commands(self, script):
-        """What a script runs, without its conditions."""
+        """The commands of a script, without its conditions."""
         lines = map(str.strip, script.read_text(encoding="utf-8").splitlines())
         return [line for line in lines if line and not line.startswith(("#", "if ", "fi", "set -e"))]
 
-    def test_run_nothing_when_installed_but_create_the_user(self):
+    def test_only_create_the_user_when_installed(self):
         for name in NAMES:
             with tempfile.TemporaryDirectory() as directory:
                 run("dpkg-deb", "--control", package(name), directory)
@@ -75,7 +75,7 @@ class PackagesTest(unittest.TestCase):
                 else:
                     self.assertEqual(scripts, set())
 
-    def test_need_of_the_machine_what_they_are_linked_with(self):
+    def test_depend_on_the_libraries_that_they_use(self):
         for name in ("clientcompliance", "clientcompliance-companions"):
             self.assertEqual(field(name, "Depends"), "", "its programs are static")
         self.assertEqual(field("clientcompliance", "Recommends"), "clientcompliance-companions")
@@ -94,7 +94,7 @@ class PackagesTest(unittest.TestCase):
                                 capture_output=True, text=True)
         self.assertEqual((result.returncode, result.stdout), (0, ""), result.stderr)
 
-    def test_override_one_verdict_of_lintian_alone(self):
+    def test_override_only_one_tag_of_lintian(self):
         overrides = [line for path in sorted((SOURCE / "debian").glob("*lintian-overrides"))
                      for line in path.read_text(encoding="utf-8").splitlines()
                      if line and not line.startswith("#")]
@@ -114,22 +114,22 @@ class ScratchRootTest(unittest.TestCase):
             run("dpkg-deb", "--extract", package(name), cls.root)
         (cls.lib,) = (path.parent for path in cls.root.glob("usr/lib/*/libclientcompliance.so"))
 
-    def test_holds_what_is_hardened(self):
+    def test_contains_hardened_programs(self):
         run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",
             self.root / "usr/libexec/clientcompliance/VeskaClient",
             self.lib / "libclientcompliance.so.1", self.lib / "libclientcompliance.a")
 
-    def test_has_a_tool_that_runs_where_no_agent_is(self):
+    def test_contains_a_tool_that_runs_without_agent(self):
         output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
 
-    def test_has_a_stand_in_agent_that_the_tool_gets_its_rows_from(self):
-        output = in_sandbox(TRIAL, self.root / "usr/bin/ClientCompliance",
+    def test_contains_a_stand_in_agent_that_answers(self):
+        output = in_sandbox(EVALUATE, self.root / "usr/bin/ClientCompliance",
                                     self.root / "usr/libexec/clientcompliance/VeskaClient",
                                     self.root / "usr/share/clientcompliance/demo.scenario")
         self.assertIn("\nCOMPLIANCE_ResultCount is 4.\n    Designator: ", output)
 
-    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+    def test_contains_the_targets_of_all_links(self):
         found, dead = links_of_documents(self.root / "usr")
         self.assertGreater(len(found), 15)
         self.assertEqual(dead, [])
@@ -137,11 +137,11 @@ class ScratchRootTest(unittest.TestCase):
     def test_has_the_documentation_site(self):
         self.assertEqual(missing_of_site(self.root / "usr"), [])
 
-    def test_serves_a_program_in_C_through_pkg_config(self):
+    def test_builds_a_c_program_with_pkg_config(self):
         environment = {**os.environ, "PKG_CONFIG_LIBDIR": str(self.lib / "pkgconfig")}
         command = ("pkg-config", "--cflags", "--libs", "clientcompliance")
         self.assertEqual(run(*command, env=environment).split(), ["-lclientcompliance"])
-        # As for another system, whose root is this directory.
+        # As in a cross build whose root is this directory.
         environment |= {"PKG_CONFIG_SYSROOT_DIR": str(self.root), "PKG_CONFIG_ALLOW_SYSTEM_CFLAGS": "1",
                         "PKG_CONFIG_ALLOW_SYSTEM_LIBS": "1"}
         flags = shlex.split(run(*command, env=environment))
@@ -153,7 +153,7 @@ class ScratchRootTest(unittest.TestCase):
 
 
 class ReproducibilityTest(unittest.TestCase):
-    def test_two_builds_in_different_directories_give_the_same_bytes(self):
+    def test_builds_in_two_directories_have_the_same_bytes(self):
         (built,) = TREE.glob("obj-*")
         self.assertNotEqual(built, BUILD)
         for name in ("tool/ClientCompliance", "demo/VeskaClient", "companions/compliance-query",

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""scripts/check-hardening accepts what ships, and nothing that lacks a part of it."""
+"""scripts/check-hardening accepts the shipped files, and no file that lacks a protection."""
 
 import os
 import pathlib
@@ -32,8 +32,8 @@ def check(*paths):
 
 
 @unittest.skipUnless(os.environ.get("CC_HARDENED"), "of a hardened build only")
-class WhatShipsTest(unittest.TestCase):
-    def test_is_hardened(self):
+class ShippedFilesTest(unittest.TestCase):
+    def test_are_hardened(self):
         programs = [path for path in (*PREFIX.glob("bin/*"), *PREFIX.glob("libexec/*/*"))
                     if path.read_bytes().startswith(b"\x7fELF")]
         self.assertGreaterEqual(len(programs), 2)
@@ -41,24 +41,24 @@ class WhatShipsTest(unittest.TestCase):
                        library_directory() / "libclientcompliance.a")
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
-    def test_is_made_of_hardened_objects(self):
-        """The tool has no names left to tell its guarded frames by."""
+    def test_consist_of_hardened_objects(self):
+        """The tool is stripped, so the guarded frames are only detectable in its objects."""
         folders = ("tool", "compliance", "xml", "files", "strings", "unicode", "data")
         result = check(*(BUILD / folder / f"lib{folder}.a" for folder in folders))
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
-    def test_uses_the_checked_functions_of_the_C_library(self):
+    def test_use_the_checked_functions_of_the_c_library(self):
         undefined = run("nm", "-D", "--undefined-only",
                         library_directory() / "libclientcompliance.so")
         self.assertIn("__vsnprintf_chk", undefined)
         if os.environ.get("CC_FORTIFY_LEVEL") == "3":
             self.assertIn("__memcpy_chk", undefined)
-        # The tool itself has no names left, but its objects do.
+        # The tool is stripped, but its objects are not.
         for folder, name in (("strings", "__vsnprintf_chk"), ("compliance", "__snprintf_chk"),
                              ("tool", "__printf_chk")):
             self.assertIn(name, run("nm", "--undefined-only", BUILD / folder / f"lib{folder}.a"))
 
-    def test_checks_the_preconditions_of_the_Cpp_library(self):
+    def test_check_the_preconditions_of_the_cpp_library(self):
         self.assertIn("__glibcxx_assert_fail", run("nm", "-D", "--undefined-only",
                                                    library_directory() / "libclientcompliance.so"))
 
@@ -81,35 +81,35 @@ class CheckTest(unittest.TestCase):
     def test_accepts_a_hardened_program(self):
         self.assertEqual(self.flaws(*HARDENED), [])
 
-    def test_sees_a_program_at_a_fixed_address(self):
+    def test_rejects_a_fixed_address(self):
         self.assertEqual(self.flaws(*HARDENED, "-no-pie", "-fno-pie"), ["not position independent"])
 
-    def test_sees_late_binding(self):
+    def test_rejects_lazy_binding(self):
         self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,lazy"),
                          ["names are bound late (no full RELRO)"])
 
-    def test_sees_data_that_stays_writable(self):
+    def test_rejects_writable_relocations(self):
         self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,norelro"),
                          ["no data is made read-only after the start (RELRO)"])
 
-    def test_sees_an_executable_stack(self):
+    def test_rejects_an_executable_stack(self):
         self.assertEqual(self.flaws(*HARDENED, "-Wl,-z,execstack"), ["the stack is executable"])
 
-    def test_sees_a_run_path(self):
+    def test_rejects_a_run_path(self):
         self.assertEqual(self.flaws(*HARDENED, "-Wl,-rpath,/usr/lib"), ["a run path"])
 
-    def test_sees_code_that_can_be_written(self):
+    def test_rejects_writable_code(self):
         self.assertEqual(self.flaws(*HARDENED, "-DWRITABLE_CODE"),
                          ["memory that is writable and executable"])
 
-    def test_sees_an_exported_function_without_its_mark(self):
+    def test_rejects_an_export_without_branch_target(self):
         library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
         self.assertEqual(self.flaws(*library, "-fcf-protection"), [])
         self.assertEqual(sorted(self.flaws(*library, "-fcf-protection=none")),
                          ["Length is not marked for control-flow protection",
                           "main is not marked for control-flow protection"])
 
-    def test_sees_an_object_without_guards_or_marks(self):
+    def test_rejects_an_object_without_protections(self):
         object_file = ["-c", "-O2", "-fstack-protector-strong", "-fcf-protection"]
         self.assertEqual(self.flaws(*object_file), [])
         self.assertEqual(self.flaws(*object_file, "-fno-stack-protector"),
@@ -117,13 +117,13 @@ class CheckTest(unittest.TestCase):
         self.assertEqual(self.flaws(*object_file, "-fcf-protection=none"),
                          ["an object is not marked for control-flow protection"])
 
-    def test_sees_an_object_that_asks_for_an_executable_stack(self):
+    def test_rejects_an_object_with_executable_stack(self):
         out = self.scratch / "out.o"
         run(CC, self.source, "-o", out, "-c", "-O2", "-fstack-protector-strong", "-fcf-protection")
         run("objcopy", "--set-section-flags", ".note.GNU-stack=code,contents,readonly", out)
         self.assertEqual(check(out).stdout, f"{out}: an object asks for an executable stack\n")
 
-    def test_sees_a_large_frame_that_is_not_probed(self):
+    def test_rejects_a_large_frame_without_probes(self):
         library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
         object_file = ["-c", "-fstack-protector-strong"]
         for kind in (HARDENED, ["-O2", "-fcf-protection", *library],
@@ -136,13 +136,13 @@ class CheckTest(unittest.TestCase):
                 for flaw in found:
                     self.assertRegex(flaw, r"^a stack frame of \d+ bytes is not probed$")
 
-    def test_sees_a_static_program_without_probed_frames(self):
+    def test_rejects_a_static_program_without_probes(self):
         static = [*HARDENED, "-static-pie", "-DFRAME=65568"]
         self.assertEqual(self.flaws(*static), [])
         self.assertEqual(self.flaws(*static, "-fno-stack-clash-protection"),
                          ["no stack frame is probed"])
 
-    def test_refuses_what_is_no_program(self):
+    def test_rejects_other_files(self):
         result = check(self.source)
         self.assertEqual((result.returncode, result.stdout),
                          (1, f"{self.source}: no program, library or object\n"))

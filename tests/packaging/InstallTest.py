@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What `cmake --install` puts where."""
+"""The files and paths of `cmake --install`."""
 
 import os
 import pathlib
@@ -17,7 +17,7 @@ def files_below(directory):
 
 
 class InstallTest(unittest.TestCase):
-    def test_has_the_programs_libraries_and_files_of_the_interface(self):
+    def test_has_the_programs_libraries_and_header(self):
         found = set(files_below(PREFIX))
         lib = library_directory().relative_to(PREFIX)
         for name in ("bin/ClientCompliance", "include/compliance/Compliance.h",
@@ -32,7 +32,7 @@ class InstallTest(unittest.TestCase):
                      "share/doc/clientcompliance/exchange.md"):
             self.assertIn(name, found)
 
-    def test_keeps_the_stand_in_agent_out_of_the_path(self):
+    def test_has_the_stand_in_agent_outside_of_path(self):
         named_so = [path for path in PREFIX.rglob("VeskaClient") if os.access(path, os.X_OK)]
         self.assertEqual(named_so, [PREFIX / "libexec/clientcompliance/VeskaClient"])
 
@@ -48,7 +48,7 @@ class InstallTest(unittest.TestCase):
                              page.read_bytes())
         self.assertEqual(len(list(PREFIX.glob("share/man/*/*"))), len(pages))
 
-    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+    def test_has_the_targets_of_all_links(self):
         found, dead = links_of_documents(PREFIX)
         self.assertGreater(len(found), 15)
         self.assertEqual(dead, [])
@@ -67,7 +67,7 @@ class InstallTest(unittest.TestCase):
             self.assertTrue(wanted, kind)
             self.assertLessEqual(wanted, {path.name for path in (share / place).iterdir()})
 
-    def test_has_the_monitoring_plugin_with_the_module_that_it_imports(self):
+    def test_has_the_monitoring_plugin_and_its_module(self):
         plugin = PREFIX / "lib/nagios/plugins/check_compliance"
         self.assertTrue(os.access(plugin, os.X_OK))
         (place,) = re.findall(r'"(\.\./.*)"', plugin.read_text(encoding="utf-8"))
@@ -75,7 +75,7 @@ class InstallTest(unittest.TestCase):
         self.assertTrue((PREFIX / "share/bash-completion/completions/check_compliance").is_file())
         self.assertTrue((PREFIX / "share/icinga2/include/plugins-contrib.d/compliance.conf").is_file())
 
-    def test_has_the_whole_Ansible_collection(self):
+    def test_has_the_complete_ansible_collection(self):
         collection = PREFIX / "share/ansible/collections/ansible_collections/clientcompliance/fleet"
         source = SOURCE / "integrations/ansible"
         self.assertEqual([name for name in files_below(source) if "__pycache__" not in name],
@@ -83,7 +83,7 @@ class InstallTest(unittest.TestCase):
         self.assertIn("plugins/modules/evaluate.py", files_below(collection))
 
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
-    def test_has_the_units_with_the_program_that_they_start(self):
+    def test_has_the_units_and_their_program(self):
         found = set(files_below(PREFIX))
         for name in ("compliance-evaluate@.service", "compliance-evaluate@.timer"):
             self.assertIn(f"lib/systemd/system/{name}", found)
@@ -93,7 +93,7 @@ class InstallTest(unittest.TestCase):
         self.assertTrue(os.access(str(program.parent) + query, os.X_OK), query)
 
     @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
-    def test_has_the_companions_with_their_schemas_and_completions(self):
+    def test_has_the_companions_schemas_and_completions(self):
         found = set(files_below(PREFIX))
         for name in ("clientcompliance.rules.yml", "clientcompliance.dashboard.json"):
             self.assertIn(f"share/clientcompliance/{name}", found)
@@ -104,13 +104,13 @@ class InstallTest(unittest.TestCase):
                          f"share/fish/vendor_completions.d/{name}.fish"):
                 self.assertIn(path, found)
 
-    def test_goes_below_a_scratch_root_with_DESTDIR_and_owns_nothing_of_the_agent(self):
+    def test_installs_below_destdir_without_agent_files(self):
         with tempfile.TemporaryDirectory() as root:
             install("/usr", DESTDIR=root)
             self.assertEqual(os.listdir(root), ["usr"])
             self.assertEqual(files_below(pathlib.Path(root) / "usr"), files_below(PREFIX))
 
-    def test_links_each_name_of_the_shared_library_to_the_next(self):
+    def test_links_the_names_of_the_shared_library(self):
         lib = library_directory()
         self.assertEqual(os.readlink(lib / "libclientcompliance.so"), "libclientcompliance.so.1")
         self.assertEqual(os.readlink(lib / "libclientcompliance.so.1"),
@@ -118,11 +118,11 @@ class InstallTest(unittest.TestCase):
         dynamic = run("readelf", "-dW", lib / "libclientcompliance.so")
         self.assertIn("Library soname: [libclientcompliance.so.1]", dynamic)
 
-    def test_installs_what_was_built_byte_for_byte(self):
+    def test_is_the_built_program(self):
         self.assertEqual((PREFIX / "bin/ClientCompliance").read_bytes(),
                          (BUILD / "tool/ClientCompliance").read_bytes())
 
-    def test_names_no_place_of_the_machine_that_built_it(self):
+    def test_contains_no_path_of_the_build(self):
         for name in ("bin/ClientCompliance", "libexec/clientcompliance/VeskaClient"):
             self.assertNotIn(os.fsencode(SOURCE), (PREFIX / name).read_bytes())
         for path in (*library_directory().glob("libclientcompliance.*"),
@@ -131,16 +131,16 @@ class InstallTest(unittest.TestCase):
 
 
 class ToolTest(unittest.TestCase):
-    def test_runs_where_no_agent_was_ever_installed(self):
+    def test_runs_without_an_agent(self):
         output = in_sandbox('"$1" -d; echo "status $?"', PREFIX / "bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\nstatus 0\n")
 
-    def test_needs_no_other_file(self):
+    def test_is_static(self):
         self.assertNotIn("NEEDED", run("readelf", "-dW", PREFIX / "bin/ClientCompliance"))
         self.assertNotIn("INTERP", run("readelf", "-lW", PREFIX / "bin/ClientCompliance"))
 
     @unittest.skipUnless(os.environ.get("CC_BUILD_TYPE") == "Release", "of a release build only")
-    def test_has_at_most_1_1_MiB(self):
+    def test_has_at_most_1_1_mib(self):
         self.assertLessEqual((PREFIX / "bin/ClientCompliance").stat().st_size, 1.1 * 1024 * 1024)
 
 
@@ -153,11 +153,11 @@ class HeaderTest(unittest.TestCase):
             run(compiler, "-x", language, f"-std={standard}", "-pedantic-errors", "-Wall",
                 "-Wextra", "-Werror", "-fsyntax-only", f"-I{PREFIX}/include", source)
 
-    def test_compiles_alone_as_every_C(self):
+    def test_compiles_alone_in_every_c_standard(self):
         for standard in ("c89", "c99", "c11", "c17"):
             self.compile_alone(CC, "c", standard)
 
-    def test_compiles_alone_as_every_Cpp(self):
+    def test_compiles_alone_in_every_cpp_standard(self):
         for standard in ("c++98", "c++11", "c++17", "c++20"):
             self.compile_alone(CXX, "c++", standard)
 
@@ -167,19 +167,19 @@ class VersionTest(unittest.TestCase):
         text = (SOURCE / name).read_text(encoding="utf-8")
         return re.search(pattern, text, re.M).group(1)
 
-    def test_is_the_project_s_own_for_pkg_config(self):
+    def test_matches_pkg_config(self):
         pc = (library_directory() / "pkgconfig/clientcompliance.pc").read_text(encoding="utf-8")
         self.assertIn(f"\nVersion: {VERSION}\n", pc)
 
-    def test_is_the_one_of_the_monitoring_plugin(self):
+    def test_matches_the_monitoring_plugin(self):
         self.assertEqual(self.first_version_in("integrations/monitoring/check_compliance",
                                                r'^VERSION = "(.*)"'), VERSION)
 
-    def test_is_the_one_of_the_Ansible_collection(self):
+    def test_matches_the_ansible_collection(self):
         self.assertEqual(self.first_version_in("integrations/ansible/galaxy.yml",
                                                r"^version: (.*)"), VERSION)
 
-    def test_is_the_newest_of_both_change_logs(self):
+    def test_matches_both_changelogs(self):
         self.assertEqual(self.first_version_in("CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"), VERSION)
         self.assertEqual(self.first_version_in("debian/changelog", r"^clientcompliance \((.*?)\)"),
                          VERSION)

@@ -21,18 +21,18 @@ def query(path, *arguments):
 
 
 class PackagesTest(unittest.TestCase):
-    def test_are_of_the_project_s_version_and_licence(self):
+    def test_have_the_version_and_licence_of_the_project(self):
         found = {query(path, "--queryformat", "%{NAME} %{VERSION} %{LICENSE}")
                  for path in PACKAGES.glob("*.rpm")}
         self.assertEqual(found, {f"{name} {VERSION} MIT" for name in NAMES})
 
-    def test_own_nothing_of_the_agent_and_no_directory_of_the_system(self):
+    def test_own_no_directory_of_agent_or_system(self):
         for path in PACKAGES.glob("*.rpm"):
             for name in query(path, "--list").splitlines():
                 self.assertTrue(name.startswith("/usr/"), f"{path.name}: {name}")
                 self.assertGreater(name.count("/"), 2, f"{path.name}: {name}")
 
-    def test_have_a_description_that_says_more_than_the_summary(self):
+    def test_have_a_description_beyond_the_summary(self):
         for path in PACKAGES.glob("*.rpm"):
             summary = query(path, "--queryformat", "%{SUMMARY}")
             description = query(path, "--queryformat", "%{DESCRIPTION}")
@@ -44,7 +44,7 @@ class PackagesTest(unittest.TestCase):
         (tool,) = PACKAGES.glob(f"clientcompliance-{VERSION}-*.rpm")
         self.assertEqual(query(tool, "--recommends").split(), ["clientcompliance-companions"])
 
-    def test_have_no_scripts_that_run_at_their_installation(self):
+    def test_have_no_installation_scripts(self):
         for path in PACKAGES.glob("*.rpm"):
             self.assertEqual(query(path, "--scripts"), "")
 
@@ -58,13 +58,13 @@ class ScratchRootTest(unittest.TestCase):
         for path in PACKAGES.glob("*.rpm"):
             run("sh", "-c", 'rpm2cpio "$1" | cpio -id --quiet', "sh", path, cwd=cls.root)
 
-    def test_holds_what_is_hardened(self):
+    def test_contains_hardened_programs(self):
         run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",
             self.root / "usr/libexec/clientcompliance/VeskaClient",
             self.root / "usr/lib64/libclientcompliance.so.1",
             self.root / "usr/lib64/libclientcompliance.a")
 
-    def test_has_documents_whose_links_lead_to_what_is_installed(self):
+    def test_contains_the_targets_of_all_links(self):
         found, dead = links_of_documents(self.root / "usr")
         self.assertGreater(len(found), 15)
         self.assertEqual(dead, [])
@@ -72,7 +72,7 @@ class ScratchRootTest(unittest.TestCase):
     def test_has_the_documentation_site(self):
         self.assertEqual(missing_of_site(self.root / "usr"), [])
 
-    def test_has_a_tool_that_runs_where_no_agent_is(self):
+    def test_contains_a_tool_that_runs_without_agent(self):
         output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")
         self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")
 

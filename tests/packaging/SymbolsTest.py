@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Which names the two libraries show to the programs that link them."""
+"""The exported names of the two libraries."""
 
 import unittest
 
@@ -11,32 +11,32 @@ INTERFACE = ["COMPLIANCE_Close", "COMPLIANCE_IndexedValue", "COMPLIANCE_Open",
 
 
 def symbols(*arguments):
-    """Kind and name of each symbol that nm lists, by name."""
+    """The kind and name of each symbol in the output of nm, sorted by name."""
     lines = (line.split() for line in run("nm", *arguments).splitlines())
     found = [(words[-2], words[-1]) for words in lines if len(words) >= 2]
     return sorted(found, key=lambda symbol: symbol[1])
 
 
 class SymbolsTest(unittest.TestCase):
-    def test_the_list_of_exports_is_the_interface_with_the_two_variables_of_its_state(self):
+    def test_list_has_the_c_api_and_its_two_variables(self):
         self.assertEqual(EXPORTS, INTERFACE + ["iHaveResponse", "iOwnLock"])
 
-    def test_the_shared_library_exports_that_list_and_nothing_else(self):
+    def test_shared_library_exports_exactly_the_list(self):
         found = symbols("-D", "--defined-only", library_directory() / "libclientcompliance.so")
         self.assertEqual([name for _, name in found], EXPORTS)
 
-    def test_the_static_library_is_one_object(self):
+    def test_static_library_is_one_object(self):
         archive = library_directory() / "libclientcompliance.a"
         self.assertEqual(run("ar", "t", archive), "clientcompliance.o\n")
 
-    def test_the_static_library_shows_that_list_and_nothing_else(self):
+    def test_static_library_exports_exactly_the_list(self):
         archive = library_directory() / "libclientcompliance.a"
         every = symbols("--defined-only", archive)
         seen = [name for kind, name in every if not kind.islower() or kind in "uvw"]
         self.assertEqual(seen, EXPORTS)
         self.assertGreater(len(every), 500, "the foundation library is inside")
 
-    def test_the_static_library_has_no_groups_that_a_linker_tells_by_name(self):
+    def test_static_library_has_no_comdat_groups(self):
         archive = library_directory() / "libclientcompliance.a"
         self.assertIn("no section groups", run("readelf", "--section-groups", archive))
 

@@ -1,4 +1,4 @@
-"""What the packaging tests share: where things are, running programs, a sandbox."""
+"""Shared by the packaging tests: paths, running programs, a sandbox."""
 
 import os
 import pathlib
@@ -15,12 +15,12 @@ CXX = os.environ.get("CXX", "c++")
 
 
 def run(*command, **options):
-    """The output of a command that must succeed."""
+    """Returns the output of a command that must succeed."""
     result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL,
                             capture_output=True, text=True, errors="replace", timeout=200,
                             **options)
     if result.returncode != 0:
-        raise AssertionError(f"{' '.join(map(str, command))} gave {result.returncode}:\n"
+        raise AssertionError(f"{' '.join(map(str, command))} exited with {result.returncode}:\n"
                              f"{result.stdout}{result.stderr}")
     return result.stdout
 
@@ -30,7 +30,7 @@ def install(prefix, **environment):
 
 
 def links_of_documents(prefix):
-    """Page and target of each link between the installed documents, and those that lead nowhere."""
+    """Returns page and target of each link between installed documents, and the dangling links."""
     found = []
     for page in sorted((prefix / "share/doc/clientcompliance").rglob("*.md")):
         text = re.sub("`[^`]*`", "", page.read_text(encoding="utf-8"))
@@ -55,23 +55,23 @@ def library_directory(prefix=PREFIX):
     return shared.parent
 
 
-MACHINE = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
+SANDBOX = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
            "--propagation", "private"]
 EMPTY = "mount -t tmpfs none /opt && mount -t tmpfs none /var/opt"
 
 
-def machine():
-    """The words that begin a command in a sandbox, or a skipped test without one."""
+def sandbox():
+    """Returns the command prefix of a sandbox. Skips the test where namespaces are forbidden."""
     for more in ([], ["--user", "--map-root-user"]):
-        words = MACHINE + more
+        words = SANDBOX + more
         if subprocess.run([*words, "sh", "-c", EMPTY], capture_output=True).returncode == 0:
             return words
-    message = "This host forbids the namespaces of a sandbox: nothing is proved here."
+    message = "This host forbids the namespaces of a sandbox."
     if os.environ.get("CI"):
         raise AssertionError(message)
     raise unittest.SkipTest(message)
 
 
 def in_sandbox(script, *arguments, **options):
-    """The output of a shell script that sees an empty /opt and /var/opt and its own processes."""
-    return run(*machine(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)
+    """Returns the output of a shell script with an empty /opt and /var/opt and own processes."""
+    return run(*sandbox(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)

@@ -18,7 +18,7 @@ def read(name):
 
 
 class AttributesTest(unittest.TestCase):
-    def test_keep_each_byte_with_automatic_line_ends(self):
+    def test_preserve_bytes_with_automatic_line_ends(self):
         names = sorted(project_files())
         self.assertIn("fuzz/corpus/Response/finished", names)
         scratch = tempfile.TemporaryDirectory()
@@ -39,7 +39,7 @@ class ClangdTest(unittest.TestCase):
     def setUp(self):
         self.fragments = list(yaml.safe_load_all(read(".clangd")))
 
-    def test_reads_the_build_folder_of_a_preset(self):
+    def test_uses_the_build_folder_of_a_preset(self):
         if not (SOURCE / "CMakePresets.json").exists():
             self.skipTest("CMakePresets.json does not exist")
         presets = json.loads(read("CMakePresets.json"))["configurePresets"]
@@ -51,7 +51,7 @@ class ClangdTest(unittest.TestCase):
                             .replace("${presetName}", preset["name"]))
         self.assertIn(self.fragments[0]["CompileFlags"]["CompilationDatabase"], folders)
 
-    def test_removes_only_options_that_the_build_uses(self):
+    def test_removes_only_existing_options(self):
         text = "".join(read(name) for name in project_files()
                        if name.endswith((".cmake", "CMakeLists.txt")))
         for option in self.fragments[0]["CompileFlags"]["Remove"]:
@@ -59,7 +59,7 @@ class ClangdTest(unittest.TestCase):
 
 
 class HooksTest(unittest.TestCase):
-    def test_run_installed_programs_without_network(self):
+    def test_run_installed_programs_offline(self):
         repositories = yaml.safe_load(read(".pre-commit-config.yaml"))["repos"]
         self.assertEqual([each["repo"] for each in repositories], ["local"])
         for hook in repositories[0]["hooks"]:

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The hooks before a commit, run by pre-commit in a scratch repository."""
+"""The pre-commit hooks, in a scratch repository."""
 
 import pathlib
 import tempfile
@@ -16,7 +16,7 @@ class FormatHookTest(unittest.TestCase):
         self.addCleanup(scratch.cleanup)
         self.root = pathlib.Path(scratch.name)
         scratch_repository(self.root, [".clang-format", ".pre-commit-config.yaml"])
-        # scripts/check examines a whole tree of the project.
+        # scripts/check needs the whole tree of the project.
         self.environment = {"SKIP": "check", "PRE_COMMIT_HOME": str(self.root / ".git/cache")}
         must("pre-commit", "install", directory=self.root, **self.environment)
 
@@ -29,7 +29,7 @@ class FormatHookTest(unittest.TestCase):
         result = self.commit("main.cpp", FORMATTED)
         self.assertEqual(result.returncode, 0, result.stdout)
 
-    def test_refuses_and_formats_a_badly_formatted_source(self):
+    def test_rejects_and_formats_an_unformatted_source(self):
         for name in ("main.cpp", "main.h", "main.c"):
             with self.subTest(name=name):
                 result = self.commit(name, "int main( ){return 0 ;}\n")
@@ -38,7 +38,7 @@ class FormatHookTest(unittest.TestCase):
                 self.assertEqual((self.root / name).read_text(encoding="utf-8"), FORMATTED)
                 must("git", "rm", "--quiet", "--force", name, directory=self.root)
 
-    def test_leaves_other_files_alone(self):
+    def test_does_not_change_other_files(self):
         result = self.commit("notes.md", "int main( ){return 0 ;}\n")
         self.assertEqual(result.returncode, 0, result.stdout)
 

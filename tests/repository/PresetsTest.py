@@ -18,7 +18,7 @@ def names(kind):
 
 
 class PresetsTest(unittest.TestCase):
-    def test_are_there_to_configure_build_and_test(self):
+    def test_exist_for_configure_build_and_test(self):
         for kind in ("configurePresets", "buildPresets", "testPresets"):
             self.assertLessEqual(set(NEEDED), set(names(kind)), kind)
 
@@ -28,10 +28,10 @@ class PresetsTest(unittest.TestCase):
             for name in names(f"{kind}Presets"):
                 self.assertIn(f'"{name}"', listed, kind)
 
-    def test_can_be_configured_and_have_compile_commands(self):
+    def test_configure_with_compile_commands(self):
         for name in names("configurePresets"):
             with self.subTest(name), tempfile.TemporaryDirectory() as build:
-                # Without a compiler cache, which would be part of the commands.
+                # A compiler cache would be part of the commands.
                 must("cmake", "--preset", name, "-B", build, directory=SOURCE,
                      CMAKE_CXX_COMPILER_LAUNCHER="", CMAKE_C_COMPILER_LAUNCHER="")
                 cache = (pathlib.Path(build) / "CMakeCache.txt").read_text(encoding="utf-8")
@@ -42,7 +42,7 @@ class PresetsTest(unittest.TestCase):
                 files = {command["file"] for command in commands}
                 self.assertIn(str(SOURCE / "tool/main.cpp"), files)
 
-    def test_of_debugging_has_a_compile_command_for_each_source(self):
+    def test_debug_has_a_compile_command_for_each_source(self):
         with tempfile.TemporaryDirectory() as build:
             must("cmake", "--preset", "debug", "-B", build, directory=SOURCE)
             commands = json.loads((pathlib.Path(build) / "compile_commands.json")
@@ -53,7 +53,7 @@ class PresetsTest(unittest.TestCase):
 
 
 class ScriptsTest(unittest.TestCase):
-    def test_take_the_kind_of_build_from_a_preset(self):
+    def test_use_the_build_type_of_a_preset(self):
         for script in [SOURCE / ".ci/run", *(SOURCE / "scripts").iterdir()]:
             if script.is_file():
                 text = script.read_text(encoding="utf-8")

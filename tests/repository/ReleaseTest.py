@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""scripts/release: what it refuses, its bill of materials, and that it is reproducible."""
+"""scripts/release: rejected inputs, the bill of materials, and reproducibility."""
 
 import hashlib
 import itertools
@@ -40,35 +40,35 @@ class RefusalsTest(ReleaseTest):
         self.assertFalse((self.project / "build/release").exists())
         return result.stdout
 
-    def test_of_a_changed_file(self):
+    def test_rejects_a_changed_file(self):
         with (self.project / "CHANGELOG.md").open("a", encoding="utf-8") as file:
             file.write("\n")
         self.assertIn("the working tree has changes", self.refusal())
 
-    def test_of_a_file_that_is_not_committed(self):
+    def test_rejects_an_untracked_file(self):
         (self.project / "new").touch()
         self.assertIn("the working tree has changes", self.refusal())
 
-    def test_of_a_version_that_the_change_log_lacks(self):
+    def test_rejects_a_version_without_changelog_entry(self):
         path = self.project / "CMakeLists.txt"
         text = path.read_text(encoding="utf-8")
         path.write_text(text.replace("VERSION 1", "VERSION 99", 1), encoding="utf-8")
         must("git", "commit", "--all", "--message=New version", directory=self.project)
         self.assertRegex(self.refusal(), r"no entry for 99[0-9.]+ in CHANGELOG\.md")
 
-    def test_of_a_folder_that_is_not_empty(self):
+    def test_rejects_a_folder_that_is_not_empty(self):
         folder = self.root / "folder"
         folder.mkdir()
         (folder / "precious").write_text("precious", encoding="utf-8")
         self.assertIn("is not empty", self.refusal(folder))
         self.assertEqual((folder / "precious").read_text(encoding="utf-8"), "precious")
 
-    def test_of_options(self):
+    def test_rejects_options(self):
         self.assertIn("usage: scripts/release", self.refusal("--help"))
 
 
 class BillOfMaterialsTest(ReleaseTest):
-    """The bill of an archive of three files and of two packages that are empty."""
+    """The bill of materials of an archive of three files and of two empty packages."""
 
     def setUp(self):
         super().setUp()
@@ -92,10 +92,10 @@ class BillOfMaterialsTest(ReleaseTest):
         (found,) = [each for each in self.bill["packages"] if each.get(key) == value]
         return found
 
-    def test_has_the_time_of_the_commit(self):
+    def test_has_the_commit_time(self):
         self.assertEqual(self.bill["creationInfo"]["created"], "2001-09-09T01:46:40Z")
 
-    def test_lists_each_file_of_the_archive_with_its_sums(self):
+    def test_lists_files_of_the_archive_with_checksums(self):
         listed = {file["fileName"]: {sum["algorithm"]: sum["checksumValue"]
                                      for sum in file["checksums"]} for file in self.bill["files"]}
         expected = {}
@@ -104,23 +104,23 @@ class BillOfMaterialsTest(ReleaseTest):
             expected[f"./{name}"] = {"SHA1": hashlib.sha1(content).hexdigest(),
                                      "SHA256": hashlib.sha256(content).hexdigest()}
         self.assertEqual(listed, expected)
-        # SPDX 2.3, 7.9: the SHA-1 of the sorted SHA-1 sums in a row.
+        # SPDX 2.3, 7.9: the SHA-1 of the concatenated sorted SHA-1 sums.
         code = hashlib.sha1("".join(sorted(sums["SHA1"] for sums in expected.values())).encode())
         self.assertEqual(self.package("SPDXID", "SPDXRef-Source")["packageVerificationCode"],
                          {"packageVerificationCodeValue": code.hexdigest()})
 
-    def test_has_the_licence_that_a_file_names(self):
+    def test_has_the_licence_of_each_file(self):
         named = {file["fileName"]: file["licenseInfoInFiles"] for file in self.bill["files"]}
         self.assertEqual(named[f"./{self.names[2]}"], ["MIT"])
         self.assertEqual(named["./LICENSE"], ["NONE"])
 
-    def test_lists_the_packages_with_their_sums(self):
+    def test_lists_the_packages_with_checksums(self):
         nothing = hashlib.sha256(b"").hexdigest()
         for name in self.packages:
             self.assertEqual(self.package("packageFileName", name)["checksums"],
                              [{"algorithm": "SHA256", "checksumValue": nothing}])
 
-    def test_lists_the_libraries_in_static_programs_only(self):
+    def test_lists_libraries_of_static_programs_only(self):
         links = {kind: {(each["spdxElementId"], each["relatedSpdxElement"])
                         for each in self.bill["relationships"] if each["relationshipType"] == kind}
                  for kind in ("STATIC_LINK", "GENERATED_FROM")}
@@ -141,7 +141,7 @@ class BillOfMaterialsTest(ReleaseTest):
                    and each["relationshipType"] == "CONTAINS"]
         self.assertEqual(self.package("SPDXID", part)["name"], "mkdocs-material")
 
-    def test_relates_known_elements_with_unique_names(self):
+    def test_relates_existing_elements_with_unique_names(self):
         known = [each["SPDXID"] for each in (self.bill, *self.bill["packages"], *self.bill["files"])]
         self.assertEqual(len(known), len(set(known)))
         related = itertools.chain.from_iterable(
@@ -150,7 +150,7 @@ class BillOfMaterialsTest(ReleaseTest):
 
 
 class ReproducibilityTest(ReleaseTest):
-    """Builds all packages twice, so it is not among the tests by default."""
+    """Builds all packages twice, so it is not among the regular tests."""
 
     def release(self, name):
         must("git", "clone", "--quiet", "project", name, directory=self.root)

@@ -17,7 +17,7 @@ PRESETS = SOURCE / "CMakePresets.json"
 
 
 class SyntaxTest(unittest.TestCase):
-    def test_of_every_yaml_file_satisfies_yamllint(self):
+    def test_every_yaml_file_satisfies_yamllint(self):
         names = [name for name in project_files() if name.endswith((".yml", ".yaml", ".clangd"))]
         rules = "{extends: relaxed, rules: {line-length: disable}}"
         result = subprocess.run(["yamllint", "--strict", "--format=parsable", "-d", rules, *names],
@@ -37,7 +37,7 @@ def jobs():
 
 
 def commands(job):
-    """The command of each step, once for each combination of the matrix."""
+    """Yields the command of each step, once for each combination of the matrix."""
     matrix = job.get("strategy", {}).get("matrix", {})
     for step in job["steps"]:
         for values in itertools.product(*matrix.values()):
@@ -49,7 +49,7 @@ def commands(job):
 
 
 def known_words(script):
-    """The arguments that the head of a script or its usage text names, and what it lists."""
+    """Returns the arguments in the usage text of a script, and those that it lists."""
     if script == "scripts/fuzz":
         return set(os.listdir(SOURCE / "fuzz/corpus"))
     if script == "scripts/stress":
@@ -62,7 +62,7 @@ def known_words(script):
 
 
 class StepsTest(unittest.TestCase):
-    def test_call_scripts_with_arguments_that_they_know(self):
+    def test_call_scripts_with_valid_arguments(self):
         for job, content in jobs():
             for command in commands(content):
                 with self.subTest(job=job, command=command):
@@ -81,23 +81,23 @@ class StepsTest(unittest.TestCase):
         presets = json.loads(PRESETS.read_text(encoding="utf-8"))["configurePresets"]
         self.assertLessEqual(selected, {preset["name"] for preset in presets})
 
-    def test_run_all_targets_and_all_sections_each_week(self):
+    def test_run_all_targets_and_sections_each_week(self):
         weekly = dict(workflows())["weekly.yml"]["jobs"]
         for job, script in (("fuzz", "scripts/fuzz"), ("stress", "scripts/stress")):
             (values,) = weekly[job]["strategy"]["matrix"].values()
             self.assertEqual(sorted(values), sorted(known_words(script)))
 
 
-class RightsTest(unittest.TestCase):
-    def test_are_limited_to_reading(self):
+class PermissionsTest(unittest.TestCase):
+    def test_are_read_only(self):
         for name, content in workflows():
             self.assertEqual(content["permissions"], {"contents": "read"}, name)
 
-    def test_end_at_a_time_limit_for_each_job(self):
+    def test_every_job_has_a_timeout(self):
         for name, job in jobs():
             self.assertGreater(job["timeout-minutes"], 0, name)
 
-    def test_extend_to_pinned_actions_of_the_host_only(self):
+    def test_use_pinned_actions_of_the_host_only(self):
         used = {step["uses"] for _, job in jobs() for step in job["steps"] if "uses" in step}
         self.assertTrue(used)
         for action in used:

@@ -1,4 +1,4 @@
-"""What the tests of the repository share: its files, and scratch repositories."""
+"""Shared by the tests of the repository: its files, and scratch repositories."""
 
 import os
 import pathlib
@@ -7,7 +7,7 @@ import subprocess
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 
-# No configuration of the user or the system, so that the files of the repository decide alone.
+# Without the configuration of the user and the system, to test only the files of the repository.
 ENVIRONMENT = {
     **{name: value for name, value in os.environ.items() if not name.startswith("GIT_")},
     "GIT_CONFIG_GLOBAL": "/dev/null", "GIT_CONFIG_NOSYSTEM": "1",
@@ -24,7 +24,7 @@ def run(*command, directory, **more):
 
 
 def must(*command, directory, **more):
-    """The output of a command that must succeed."""
+    """Returns the output of a command that must succeed."""
     result = run(*command, directory=directory, **more)
     if result.returncode != 0:
         raise AssertionError(f"{' '.join(map(str, command))} exited with {result.returncode}:\n"
@@ -33,7 +33,7 @@ def must(*command, directory, **more):
 
 
 def project_files():
-    """The files of the project, from the root. Works without git as well, in a source archive."""
+    """Yields the files of the project, from the root. Works without git, in a source archive."""
     for directory, folders, names in os.walk(SOURCE):
         here = pathlib.Path(directory).relative_to(SOURCE)
         folders[:] = [name for name in folders if name not in GENERATED

@@ -7,7 +7,7 @@ namespace {
 
 using Stress::AdversarialDocument;
 
-// A response that says that all is done, up to where the rows stand.
+// The start of a response of a finished evaluation, up to the rows.
 std::string const begun =
     "<?xml version=\"1.0\"?>\r\n<VeskaClientComplianceResponse Version=\"1.0\">"
     "<ResponseType>Progress</ResponseType><ResponseProgressState>1</ResponseProgressState>";
@@ -23,8 +23,8 @@ constexpr char const* brokenOff = "ClientComplianceResponseReadFailure";
 constexpr std::size_t million = 1'000'000;
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
 
-// An element takes 176 bytes, with what the allocator adds, and the place of each open one 8, of
-// which there are thrice as many while the list of them doubles.
+// An element takes 176 bytes, including the overhead of the allocator. Each open element takes 8
+// more in a list, which needs 24 while it doubles.
 constexpr double ofElement = 176;
 constexpr double ofOpenElement = ofElement + 3 * 8;
 
@@ -33,7 +33,7 @@ AdversarialDocument Refused(AdversarialDocument document, char const* exception)
     return document;
 }
 
-// All units are in one description. `textOfUnit` bytes are read for each.
+// All units are in one description, which has `textOfUnit` bytes of text for each.
 AdversarialDocument OfText(char const* name, std::string const& unit, std::size_t textOfUnit,
                            std::size_t full = million) {
     AdversarialDocument document = {name, textBegun, unit, textEnded, full};
@@ -72,7 +72,7 @@ std::vector<AdversarialDocument> MakeDocuments() {
     };
 }
 
-// In long pieces.
+// In large chunks.
 void PutRepeatedly(std::ostream& out, std::string const& unit, std::size_t n) {
     constexpr std::size_t unitsOfPiece = 4096;
     std::string piece;
@@ -105,7 +105,7 @@ void AdversarialDocument::Write(std::string const& path, std::size_t n) const {
     PutRepeatedly(file, unitBehind, n);
     file << tail << std::flush;
     if (!file)
-        throw std::runtime_error("can't write a document");
+        throw std::runtime_error("cannot write a document");
 }
 
 std::vector<AdversarialDocument> const& AdversarialDocuments() {
@@ -117,7 +117,7 @@ AdversarialDocument const& AdversarialDocumentOf(std::string const& name) {
     for (AdversarialDocument const& document : AdversarialDocuments())
         if (name == document.name)
             return document;
-    throw std::logic_error("no such document");
+    throw std::logic_error("unknown document");
 }
 
 } // namespace Stress

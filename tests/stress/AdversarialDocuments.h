@@ -1,4 +1,4 @@
-// Responses that are hostile by their size: one thing again and again.
+// Responses of adversarial size: one construct, repeated many times.
 #pragma once
 
 #include <cstddef>
@@ -15,27 +15,27 @@ struct AdversarialDocument {
     std::string tail = {};
     // The number of units at full size.
     std::size_t full = 0;
-    // The most memory that reading it may take for each unit, and in any case; no promise for 0.
+    // The maximum memory for reading it: for each unit, and the rest. 0 means no limit.
     double maxBytes = 0;
     std::size_t spare = std::size_t{1} << 20;
     std::string unitBehind = {};
-    // The rows of the record and the bytes of text in them, both for each unit and in any case; or
-    // the name of the exception.
+    // The rows of the record and the bytes of their texts: for each unit, and the rest. Or the name
+    // of the exception.
     std::size_t rowsOfUnit = 0;
     std::size_t textOfUnit = 0;
     std::size_t rows = 0;
     std::string refusal = {};
 
     std::size_t Bytes(std::size_t n) const;
-    // What DocumentReader says of it.
+    // The outcome that DocumentReader prints.
     std::string Outcome(std::size_t n) const;
     void Write(std::string const& path, std::size_t n) const;
 };
 
-// Each kind there is.
+// All documents.
 std::vector<AdversarialDocument> const& AdversarialDocuments();
 
-// That of the name.
+// Returns the document with this name.
 AdversarialDocument const& AdversarialDocumentOf(std::string const& name);
 
 } // namespace Stress

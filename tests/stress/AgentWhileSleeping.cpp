@@ -25,7 +25,7 @@ void AgentWhileSleeping::Restart() { engine.emplace().Play(script); }
 
 std::size_t AgentWhileSleeping::SleepCount() { return sleeps; }
 
-// The agent looks once in each sleep.
+// The agent acts once in each sleep.
 void AgentWhileSleeping::Sleep(unsigned int seconds) {
     sleeps += seconds != 0;
     if (active && seconds != 0)

@@ -1,7 +1,7 @@
-// An agent in the process of the product, which plays its script whenever the product sleeps.
+// An agent in the process of the product, which plays its script while the product sleeps.
 //
-// A program that links the source has sleep(3) and usleep(3) replaced: no sleep takes any time.
-// Nothing here allocates memory, so a test that counts allocations sees those of the product alone.
+// A program that links this source has its own sleep(3) and usleep(3), which return immediately.
+// They allocate no memory, so a test that counts allocations counts only those of the product.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,8 @@
 
 namespace Stress {
 
-// From its construction to its destruction; one at a time. With a process of the agent's name.
+// Active from its construction to its destruction; one at a time. It also starts a process with the
+// agent's name.
 //
 // REQUIRES: a sandbox with the agent's directories.
 class AgentWhileSleeping {
@@ -23,11 +24,11 @@ public:
     AgentWhileSleeping(AgentWhileSleeping const&) = delete;
     AgentWhileSleeping& operator=(AgentWhileSleeping const&) = delete;
 
-    // Plays the script from its start again.
+    // Restarts the script.
     void Restart();
 
-    // How many sleeps of whole seconds this process has made, that is those of an exchange and not
-    // those between retries.
+    // The number of sleeps of whole seconds of this process. Retries sleep for less, so only the
+    // sleeps of an exchange count.
     static std::size_t SleepCount();
     static void Sleep(unsigned int seconds);
 

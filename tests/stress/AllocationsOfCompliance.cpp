@@ -61,8 +61,7 @@ Operations OfRecords() {
     };
 }
 
-// The two directories of the agent, with a request and a response in them; then an object to work
-// on.
+// Creates a request and a response, and then the object.
 template <class Object>
 auto WithDocuments(Object make) {
     return [make] {
@@ -96,13 +95,14 @@ Operations OfDocuments() {
         return result.first ? RecordText()(result.second) : std::string("none");
     };
     return {
-        // What was written is published, whole or not.
+        // The part that was written is published.
         Operation("ClientComplianceRequestIOWrite", WithDocuments(Nothing),
                   [](int) { ClientComplianceRequestIOWrite(request); }, ShowDirectories,
-                  {.outcomes = {"ClientComplianceRequestIOWriteFailure"}, .tellsOfMemory = false}),
-        Operation("ClientComplianceResponseIOWrite", WithDocuments(Nothing),
-                  [](int) { ClientComplianceResponseIOWrite(response); }, ShowDirectories,
-                  {.outcomes = {"ClientComplianceResponseIOWriteFailure"}, .tellsOfMemory = false}),
+                  {.outcomes = {"ClientComplianceRequestIOWriteFailure"}, .throwsBadAlloc = false}),
+        Operation(
+            "ClientComplianceResponseIOWrite", WithDocuments(Nothing),
+            [](int) { ClientComplianceResponseIOWrite(response); }, ShowDirectories,
+            {.outcomes = {"ClientComplianceResponseIOWriteFailure"}, .throwsBadAlloc = false}),
         Operation("ClientComplianceRequestIORead", WithDocuments([] {
                       return std::make_pair(false, CreateComplianceRequestClose());
                   }),
@@ -127,7 +127,7 @@ Operations OfDocuments() {
     };
 }
 
-// They answer, and tell nothing of memory.
+// They return a result and do not throw std::bad_alloc.
 Operations OfExchange() {
     static ClientComplianceRequest const open = CreateComplianceRequestOpen(url, doc, 7);
     auto const show = [](bool result) {
@@ -141,9 +141,9 @@ Operations OfExchange() {
                 ClientComplianceLock::The().Unlock();
                 return std::to_string(locked);
             },
-            {.outcomes = {""}, .tellsOfMemory = false}),
+            {.outcomes = {""}, .throwsBadAlloc = false}),
         Operation::Giving(CC_TRY(UnixPlatform::IsRunning()), show,
-                          {.state = Stated::Abandoned, .outcomes = {""}, .tellsOfMemory = false}),
+                          {.state = Stated::Abandoned, .outcomes = {""}, .throwsBadAlloc = false}),
         Operation(
             "ClientComplianceIO", [] { return std::make_pair(1, Response()); },
             [](auto& result) {
@@ -153,12 +153,12 @@ Operations OfExchange() {
             [](auto const& result) {
                 return std::to_string(result.first) + RecordText()(result.second);
             },
-            {.state = Stated::AnyValue, .outcomes = {""}, .tellsOfMemory = false}),
+            {.state = Stated::AnyValue, .outcomes = {""}, .throwsBadAlloc = false}),
     };
 }
 
 TEST(QuickAllocations, OfCompliance) {
-    TestOnEmptyMachine([] {
+    TestInSandbox([] {
         AgentWhileSleeping const agent(ServingAgent());
         return FailEachOf("compliance", Join({OfRecords(), OfDocuments(), OfExchange()}));
     });

@@ -70,7 +70,7 @@ Operations OfExceptions() {
             },
             [](auto& pair) { pair.second.emplace(pair.first); },
             [](auto const& pair) { return DataText()(pair.second ? *pair.second : pair.first); }),
-        // The old text goes first, so without memory for the new one there is none.
+        // The old text is released first, so it is lost if there is no memory for the new one.
         Operation(
             "ExceptionPL::operator=",
             [] { return std::pair<ExceptionPL, ExceptionPL>(dataText, otherData); },

@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace Stress;
 
-// What no FileName and no FileLocation holds inside.
+// Longer than the internal storage of FileName and FileLocation.
 char const otherFile[] = "17 is aNameThatIsLongEnough.txt";
 std::string const longDirectory = "/tmp/" + std::string(140, 'd');
 // Another file system.
@@ -39,7 +39,7 @@ struct ItemText : AsText {
     std::string operator()(FileItem const& item) const {
         return item.Location().Text() + std::string(item.IsRegularFile() ? " file" : " other");
     }
-    // All items of a loop by their names.
+    // The names of all items of a loop.
     std::string operator()(std::unique_ptr<FileLoop> const& loop) const {
         std::string shown;
         for (; loop->HasItem(); ++*loop)
@@ -50,7 +50,7 @@ struct ItemText : AsText {
 
 auto const givingItem = Operation::Giver(ItemText());
 
-// Made once, so that it is the operations alone that ask for memory.
+// Created once, so that only the operations allocate memory.
 FileLocation const& Place(std::string const& directory, char const* name) {
     static std::map<std::string, FileLocation, std::less<>> made[2];
     auto& places = made[&directory == &elsewhere];
@@ -64,7 +64,7 @@ FileLocation const& Here(char const* name) { return Place(longDirectory, name); 
 
 FileLocation const& There(char const* name) { return Place(elsewhere, name); }
 
-// Two file systems, laid out anew, and their content as text.
+// Two file systems with new content, and their content as text.
 class Disk {
 public:
     Disk() {
@@ -97,7 +97,7 @@ Operation OnDisk(std::string const& name, std::function<void()> const& act, Stat
         [](Disk const&) { return Disk::Show(); }, std::move(stated));
 }
 
-// Where more than one step is made, what is done stays done; and what else may come of it.
+// An operation of several steps keeps the completed ones. `outcomes` lists further outcomes.
 Operation InPartOr(std::vector<std::string> outcomes, std::string const& name,
                    std::function<void()> const& act) {
     return OnDisk(name, act, {.state = Stated::Abandoned, .outcomes = std::move(outcomes)});
@@ -107,7 +107,7 @@ Operation InPart(std::string const& name, std::function<void()> const& act) {
     return InPartOr({}, name, act);
 }
 
-// The C library's own memory: the system's answer is then ENOMEM.
+// The C library's own allocations. They fail with ENOMEM.
 Stated const noResource = {.outcomes = {"FileResourceError"}};
 
 FileRetryLog const noLog;
@@ -136,13 +136,12 @@ Operations OfSingleFiles() {
     };
 }
 
-// Without memory for the names of a directory it counts as empty, and then the system refuses to
-// remove it.
+// Without memory for its names a directory counts as empty, and the system refuses to remove it.
 Operations OfTrees() {
     return {
         InPart(CC_TRY(CreateDirectoryTree(Here("a/b/c")))),
         OnDisk(CC_TRY(CreateDirectoryTree(Here("file/b")))),
-        // A directory that can't be listed is copied as if it were empty.
+        // A directory that cannot be listed is copied as an empty one.
         InPartOr({"", "FileExistsError"},
                  CC_TRY(CopyDirectoryContents(Here("tree"), Here("copy")))),
         OnDisk(CC_TRY(CopyDirectoryContents(Here("file"), Here("copy")))),
@@ -157,7 +156,7 @@ Operations OfTrees() {
     };
 }
 
-// Each failure is a reason to try again, so one alone is seldom seen.
+// Each failure is retried, so a single one is rarely visible.
 Operations OfRetries() {
     return {
         OnDisk(CC_TRY(CreateFileWithRetry(Here("file"), {}, noLog))),
@@ -221,12 +220,12 @@ Operations OfFileStreams() {
     };
 }
 
-// A directory that can't be listed for lack of memory gives an empty loop, like any that can't be.
+// A directory that cannot be listed, here for lack of memory, gives an empty loop.
 Operations OfDirectories() {
     static FileLocation const directory = MakeFileLocation(longDirectory.c_str());
     auto const giving =
         Operation::Giver(ItemText(), {.state = Stated::Abandoned, .outcomes = {""}});
-    // On a loop that is made before.
+    // On an existing loop.
     auto const giveStarted = [&](std::string const& what, auto start) {
         return giving(what, [start] {
             auto loop = std::make_unique<FileLoop>();
@@ -268,8 +267,8 @@ Operations OfItems() {
     };
 }
 
-// The name of what was created is the system's choice, so it is removed. What could not be told of
-// for lack of memory stays.
+// The system chooses the name of the new entry, so it is removed. An entry whose name could not be
+// returned for lack of memory remains.
 template <class Create>
 Operation Creating(std::string const& name, Create create) {
     return InPartOr({"CreateUniqueFileLocationFailed"}, name,
@@ -286,7 +285,7 @@ Operations OfTemporaries() {
         Creating(CC_TRY(CreateUniqueFileLocation(prefix.c_str()))),
         Creating(CC_TRY(CreateUniqueFileLocationWithHint(Here("file"), "a"))),
         InPart(CC_TRY(LocationForTemporaryFile(Here("file")))),
-        // False, with the location as it was.
+        // Returns false and leaves the location unchanged.
         InPartOr({""}, "MakeTemporaryFileLocation",
                  [] {
                      FileLocation made;
@@ -297,7 +296,7 @@ Operations OfTemporaries() {
 }
 
 TEST(QuickAllocations, OfFiles) {
-    TestOnEmptyMachine([] {
+    TestInSandbox([] {
         return FailEachOf("files",
                           Join({OfSingleFiles(), OfTrees(), OfRetries(), OfOpenFiles(),
                                 OfFileStreams(), OfDirectories(), OfItems(), OfTemporaries()}));

@@ -17,7 +17,7 @@ namespace {
 
 using namespace Stress;
 
-// What no FileName and no FileLocation holds inside.
+// Longer than the internal storage of FileName and FileLocation.
 char const longFileName[] = "17 is aNameThatIsLongEnough.txt";
 std::string const longPath = "/tmp/" + std::string(140, 'd');
 
@@ -121,7 +121,7 @@ Operations OfErrors() {
         Operation::Changer([] { return FileIOError(ConstData(longFileName), 5); },
                            NameText())(CC_TRY_ON(it = error), {.state = Stated::AnyValue}),
         named(CC_TRY(error.MakeErrorMessage())),
-        // Without memory for the message, the bare name of the type.
+        // Without memory for the message: the name of the type.
         Operation(
             "FileIOError::what", [] { return std::make_pair(error, std::string(200, ' ')); },
             [](auto& pair) {

@@ -50,12 +50,12 @@ Operations OfStringPL() {
         changing(CC_TRY_ON(it.Format("%s, %100d", otherText, 5)),
                  {.state = Stated::Shown, .shown = "0 "}),
         changing(CC_TRY_ON(it.Replace(",", " and"))),
-        // What was replaced before stays replaced, and is not searched again.
+        // Earlier replacements remain, and are not searched again.
         changing(CC_TRY_ON(it.ReplaceNoCase("T", " and")), {.state = Stated::AnyValue}),
     };
 }
 
-// Longer than what fits into the object.
+// Longer than the internal storage of the object.
 std::string const longText = "Long, " + std::string(150, 'x') + ", text";
 std::string const longOther = "Other, " + std::string(170, 'y') + ", text";
 std::string const longWhite = "\t " + longText + " \n";
@@ -79,7 +79,7 @@ Operations OfStringy() {
         givingString(CC_TRY(constant.SubstringAfterLastSeparator('L'))),
         givingString(CC_TRY(constant + 'c')),
         givingString(CC_TRY(constant + constantOther)),
-        // The old array goes first.
+        // The old array is released first.
         changing(CC_TRY_ON(it = constantOther), {.state = Stated::Shown, .shown = "0 "}),
         changing(CC_TRY_ON(it = longOther.c_str())),
         changing(CC_TRY_ON(it += 'c')),
@@ -93,7 +93,7 @@ Operations OfStringy() {
 Operations OfStringyInPlace() {
     auto const white = Operation::Changer([] { return Stringy(longWhite); }, StringText());
     auto const items = Operation::Changer([] { return std::vector<Stringy>(); }, StringText());
-    // What is left is assigned, and an assignment frees the old array first.
+    // The remaining text is assigned, and an assignment first releases the old array.
     Stated const mayBecomeNull = {.state = Stated::Lost, .shown = "0 "};
     return {
         white(CC_TRY_ON(it.TrimLeft()), mayBecomeNull),
@@ -104,7 +104,7 @@ Operations OfStringyInPlace() {
     };
 }
 
-// A text is made a Stringy before it is compared, on either side.
+// The text on either side is converted to a Stringy first.
 template <class Relation>
 Operations OfRelation(std::string const& sign, Relation relation) {
     static Stringy const constant(longText);
@@ -124,7 +124,7 @@ struct ListText {
     }
 };
 
-// Neither copied nor moved, so it is held.
+// Neither copyable nor movable, so a pointer holds it.
 std::unique_ptr<List> FilledList() {
     auto list = std::make_unique<List>();
     list->Append(shortText);

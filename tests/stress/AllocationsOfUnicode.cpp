@@ -41,7 +41,7 @@ struct UnitText {
 
 auto const givingUnits = Operation::Giver(UnitText());
 
-// Forty letters, in units of any kind.
+// Forty letters, in code units of any type.
 template <class E>
 UStringRef<E> Text() {
     struct Units {
@@ -55,7 +55,7 @@ UStringRef<E> Text() {
     return UStringRef<E>(text.units, text.units + 40);
 }
 
-// An act on a builder of that room, which holds three units. What it held is still held.
+// Acts on a builder with space for three code units. Its content is preserved.
 template <class E, class Act>
 Operation OnBuilder(std::string const& name, std::size_t room, Act act) {
     using Builder = std::unique_ptr<UStringBuilder<E>>;

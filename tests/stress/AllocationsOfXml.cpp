@@ -12,7 +12,7 @@ namespace {
 
 using namespace Stress;
 
-// Names, values and texts that no std::string holds inside.
+// Names, values and texts that are too long for the small string optimization.
 char const longName[] = "anElementWithALongEnoughName";
 char const longValue[] = "A text that is long enough to be stored apart";
 std::string const document =
@@ -25,7 +25,7 @@ std::string const document =
 char const otherDocument[] = "<r><b><c></c></b><d></d><anElementMoreThanThereWere>"
                              "A text that is long enough to be stored apart</x><e></e></r>";
 
-// Takes the events and asks for nothing.
+// Takes the events and allocates nothing.
 class CountedEvents : public XMLHandler {
 public:
     void StartElement(std::string const&, std::vector<XMLAttribute const*> const&) override {
@@ -54,7 +54,7 @@ std::size_t CountEvents(Input const&... input) {
     return events.count;
 }
 
-// The tree can be read after a failure, and takes over another document.
+// After a failure the tree can be read, and can take another document.
 void ReadOtherDocument(XMLTreeParserPL& tree) {
     tree.Reset();
     tree.StartElement(longName, {});
@@ -112,7 +112,7 @@ Operations OfElements() {
     };
 }
 
-// A writer at work, and what it has written.
+// A writer in use, and its output.
 class Writing {
 public:
     explicit Writing(bool begun) : writer(lines("|", collector(text)), 0) {

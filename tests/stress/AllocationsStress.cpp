@@ -1,5 +1,5 @@
-// The five functions, one after the other, each allocation of the whole failing, once and from then
-// on. AllocationsOf*.cpp do the same for single operations.
+// An evaluation through the C API in which each allocation fails, once and together with all later
+// ones. AllocationsOf*.cpp do the same for single operations.
 #include <array>
 #include <cstdio>
 #include <iostream>
@@ -19,10 +19,10 @@ using Stress::AgentWhileSleeping;
 using Stress::doc;
 using Stress::url;
 
-// Made before any allocation fails.
+// Created before any allocation fails.
 RowTexts const expectedRow = LongRowRead();
 
-// Instead of a code: std::bad_alloc came out.
+// Stands for a std::bad_alloc that propagated, in place of a code.
 constexpr int outOfMemory = -100;
 constexpr int notCalled = -101;
 
@@ -31,7 +31,7 @@ struct TimedCode {
     std::size_t sleeps = 0;
 };
 
-// What the calls of one evaluation returned.
+// The results of the calls of one evaluation.
 struct Evaluated {
     TimedCode open;
     TimedCode progress[2];
@@ -81,7 +81,7 @@ Evaluated Evaluate(std::size_t n, FailingAllocation::Extent extent) {
     return result;
 }
 
-// The rows go, and their array with them, which the interface keeps for the next ones.
+// Releases the rows and their array, which the C API keeps for the next rows.
 void ForgetRows() { iResponse = ClientComplianceResponse(ClientComplianceProgress); }
 
 void ExpectUndisturbed(Evaluated const& result) {
@@ -94,8 +94,8 @@ void ExpectUndisturbed(Evaluated const& result) {
     EXPECT_TRUE(result.rowsAreRight);
 }
 
-// Four looks are made, and none finds an answer that can be read; or the request is not written,
-// and nobody waits.
+// There are four polls without a response that can be read; or the request is not written, and
+// there is no wait.
 void ExpectCodeOfExchange(TimedCode const& timed) {
     if (timed.code == COMPLIANCE_ERROR_BAD_RESPONSE)
         EXPECT_EQ(4u, timed.sleeps);
@@ -105,11 +105,11 @@ void ExpectCodeOfExchange(TimedCode const& timed) {
         ADD_FAILURE() << "code " << timed.code << " after " << timed.sleeps << " sleeps";
 }
 
-// Without memory for the list of the processes no agent is seen.
+// Without memory for the list of processes, no agent is found.
 void ExpectStatedOpen(TimedCode const& open) {
     if (open.code == 0)
         return;
-    EXPECT_EQ(open.code == outOfMemory, iOwnLock) << "the state that it had reached";
+    EXPECT_EQ(open.code == outOfMemory, iOwnLock) << "the reached state";
     if (open.code == outOfMemory || open.code == COMPLIANCE_ERROR_LOCK ||
         open.code == COMPLIANCE_ERROR_NOT_RUNNING)
         EXPECT_EQ(0u, open.sleeps);
@@ -130,7 +130,7 @@ void ExpectStatedPolls(Evaluated const& result) {
         ExpectCodeOfExchange(result.close);
 }
 
-// A request that was not written whole is published as far as it goes.
+// A request that was written in part is published in part.
 void ExpectOwnFilesOnly(bool writeFailed) {
     std::string const names = ListDirectory(ScriptedAgent::requestDirectory);
     if (names == "lockfile request.xml " || names == "request.xml ") {
@@ -176,7 +176,7 @@ bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent ex
 }
 
 TEST(QuickAllocations, OfAnExchange) {
-    Stress::TestOnEmptyMachine([] {
+    Stress::TestInSandbox([] {
         AgentWhileSleeping agent(Stress::ServingAgent());
         ExpectUndisturbed(Evaluate(~std::size_t{0}, FailingAllocation::Once));
         ForgetRows();

@@ -1,7 +1,7 @@
-// compliance-query, compliance-doctor and the stand-in agent, killed at each of their system calls,
-// and with each call failing; the first two also with each of their allocations failing. A result
-// file is the old or the new one, whole; a response is whole or absent; the lock is free; no other
-// file changes.
+// compliance-query, compliance-doctor and the stand-in agent: killed at each system call, and with
+// each call failing. The first two also with each allocation failing. Invariants: a result file is
+// the complete old or new file; a response is complete or absent; the lock is free; no other file
+// changes.
 #include <map>
 #include <set>
 #include <utility>
@@ -9,10 +9,10 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/Query.h"
-#include "tests/stress/Aftermath.h"
-#include "tests/stress/AtOnce.h"
 #include "tests/stress/ErrorNumbers.h"
+#include "tests/stress/Invariants.h"
 #include "tests/stress/KilledTool.h"
+#include "tests/stress/ParallelCases.h"
 #include "tests/stress/ToolTest.h"
 
 namespace {
@@ -29,19 +29,19 @@ bool IsNewResult(std::string const& bytes) {
            document.at("rows").size() == 1 && bytes.ends_with("}\n");
 }
 
-// What a program is and does when nothing disturbs it.
+// A program, and its outcome without interference.
 struct Subject {
     char const* name;
     std::vector<std::string> command;
-    // The same program, linked dynamically; null if there is none.
+    // The same program, dynamically linked; null if there is none.
     char const* dynamicProgram;
-    // Called on a machine of its own; `run` runs the command.
+    // Called in a sandbox; `run` runs the command.
     std::function<KilledRun(std::function<KilledRun()> const& run)> tryOnce;
 };
 
 void PrintTo(Subject const& subject, std::ostream* out) { *out << subject.name; }
 
-// Checks what holds after every run, and returns it.
+// Checks what must hold after every run, and returns it.
 KilledRun TryQuery(std::function<KilledRun()> const& run) {
     fs::create_directory(results);
     WriteBytes(resultFile, oldResult);
@@ -58,7 +58,7 @@ KilledRun TryQuery(std::function<KilledRun()> const& run) {
     std::string const bytes = ReadBytes(resultFile);
     bool const isNew = IsNewResult(bytes);
     EXPECT_TRUE(isNew || bytes == oldResult) << bytes;
-    // Killed behind the rename, it leaves the new one.
+    // If it is killed after the rename, the file is the new one.
     EXPECT_TRUE(result.wasKilled || isNew == (result.status == ExitStatus::Exited(0)))
         << result.status;
     EXPECT_EQ("", result.output);
@@ -84,10 +84,11 @@ KilledRun TryDoctor(std::function<KilledRun()> const& run) {
 
 constexpr char scenarioFile[] = "/opt/scenario";
 
-// Tells that the agent has ended, perhaps before it was seen.
+// Reports that the agent has ended, perhaps before it was seen.
 constexpr char agentEnded[] = "/opt/ended";
 
-// The process of the agent; 0 if there is none. A process that has ended leads to no program.
+// The process id of the agent; 0 if there is none. The link of a process that has ended is
+// dangling.
 pid_t FindAgent() {
     for (auto const& entry : fs::directory_iterator("/proc")) {
         std::error_code error;
@@ -97,8 +98,8 @@ pid_t FindAgent() {
     return 0;
 }
 
-// Evaluates as soon as an agent runs, for as long as it runs and no longer than the limit. Then
-// ends the agent, and returns what the tool printed.
+// Evaluates as soon as an agent runs, until it ends or the timeout expires. Then ends the agent,
+// and returns the output of the tool.
 std::string EvaluateAndStop(std::chrono::seconds limit) {
     constexpr auto pause = std::chrono::milliseconds(50);
     pid_t agent = 0;
@@ -122,7 +123,7 @@ KilledRun TryStandIn(std::function<KilledRun()> const& run) {
     WriteBytes(scenarioFile, "row \"d\" \"r\" \"t\" \"1\" \"x\" \"c\"\nfinish\n");
     KilledRun result;
     {
-        // An agent whose write failed leaves the request alone, and the tool waits in vain.
+        // An agent that fails to write leaves the request, and the tool times out.
         OtherProcess evaluation([] { EvaluateAndStop(std::chrono::seconds(10)); });
         result = run();
         WriteBytes(agentEnded, "");
@@ -132,11 +133,11 @@ KilledRun TryStandIn(std::function<KilledRun()> const& run) {
     ExpectFreeLock();
     std::string const response =
         fs::exists(ScriptedAgent::response) ? ReadBytes(ScriptedAgent::response) : "";
-    // After a failed write a part of a response is published, as the library does it.
+    // After a failed write a part of a response is published, as in the library.
     EXPECT_TRUE(!result.wasKilled || response == "" ||
                 response.ends_with("</VeskaClientComplianceResponse>"))
         << response;
-    // A request that waits refuses the next evaluation until the next agent has taken it.
+    // A pending request refuses the next evaluation until the next agent takes it.
     fs::remove(ScriptedAgent::request);
     OtherProgram next({Sandbox::agentProgram, scenarioFile});
     EXPECT_EQ(PrintedOneRow(), EvaluateAndStop(std::chrono::seconds(60)));
@@ -162,12 +163,12 @@ std::vector<int> ErrorsOfCall(std::string const& name) {
     return ErrorsOf(other == others.end() ? name : other->second);
 }
 
-// A call by its number from 1, and the error number that it fails with.
+// A call by its number from 1, and its injected error number.
 using Fault = std::pair<std::size_t, int>;
 
-// The calls of a run that nobody disturbs, by their names.
+// The names of the calls of a run without interference.
 std::vector<std::string> RecordCalls(Subject const& subject) {
-    std::string const names = RunAtOnce(subject.name, {0}, [&](std::size_t) {
+    std::string const names = RunInParallel(subject.name, {0}, [&](std::size_t) {
         KilledRun const run = subject.tryOnce(
             [&] { return RunProgramAndKill(subject.command, [](Trace const&) { return false; }); });
         EXPECT_TRUE(run.status == ExitStatus::Exited(0) || subject.name != std::string("Query"));
@@ -187,8 +188,8 @@ bool IsOfTheStart(std::string const& call) {
     return call == "brk" || call == "mmap" || call.starts_with("call");
 }
 
-// Without the calls that are made first, and without brk until the relocated data is protected: the
-// C library ends or crashes a program for which there is no memory before main.
+// Omits the first calls, and brk until the relocated data is protected: the C library ends or
+// crashes a program that has no memory before main.
 std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
     std::vector<Fault> faults;
     auto const first = std::ranges::find_if_not(calls, IsOfTheStart);
@@ -200,25 +201,25 @@ std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
     return faults;
 }
 
-constexpr std::size_t atOnce = 64;
+constexpr std::size_t maxParallel = 64;
 
 // Calls `tryOne(number)` for each of the numbers.
 void TryEach(char const* what, std::vector<std::size_t> const& numbers, TestCase const& tryOne) {
     for (std::size_t done = 0; done < numbers.size() && !testing::Test::HasFailure();
-         done += atOnce) {
+         done += maxParallel) {
         auto const first = numbers.begin() + static_cast<long>(done);
-        auto const last = first + static_cast<long>(std::min(atOnce, numbers.size() - done));
-        RunAtOnce(what, {first, last}, tryOne);
+        auto const last = first + static_cast<long>(std::min(maxParallel, numbers.size() - done));
+        RunInParallel(what, {first, last}, tryOne);
     }
     CountTestCases(numbers.size());
 }
 
-// After these the state on disk may be another one.
+// The calls that can change the state on disk.
 bool IsTelling(std::string const& call) {
     return std::set<std::string>{"exit_group", "fsync", "rename"}.contains(call);
 }
 
-// At every step-th call, and at all that tell most.
+// Each step-th call, and all calls that can change the state on disk.
 void KillAtCalls(Subject const& subject, std::size_t step) {
     auto const calls = RecordCalls(subject);
     std::vector<std::size_t> numbers;
@@ -234,7 +235,7 @@ void KillAtCalls(Subject const& subject, std::size_t step) {
 
 void FailCalls(Subject const& subject, std::size_t step) {
 #ifdef CC_ADDRESS_SANITIZER
-    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+    GTEST_SKIP() << "the runtime of the sanitizer exits when one of its calls fails";
 #endif
     auto const calls = RecordCalls(subject);
     auto const faults = FaultsOf(calls);
@@ -256,10 +257,10 @@ void FailCalls(Subject const& subject, std::size_t step) {
     });
 }
 
-// The mode of metrics is part of their contract: node_exporter must be able to read them.
-TEST(QuickCompanionFaults, MetricsThatCannotGetTheirModeAreNotReplaced) {
+// The mode of the metrics file is part of its contract: node_exporter must be able to read it.
+TEST(QuickCompanionFaults, KeepsOldMetricsIfTheModeCannotBeSet) {
 #ifdef CC_ADDRESS_SANITIZER
-    GTEST_SKIP() << "the runtime of the sanitizer ends when a call of its own fails";
+    GTEST_SKIP() << "the runtime of the sanitizer exits when one of its calls fails";
 #endif
     Sandbox::RunWithDirectories([] {
         fs::create_directory(results);
@@ -283,8 +284,8 @@ class FullCompanions : public testing::TestWithParam<Subject> {};
 
 TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
 TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
-TEST_P(QuickCompanions, SurviveSomeFaults) { FailCalls(GetParam(), 83); }
-TEST_P(FullCompanions, SurviveEveryFault) { FailCalls(GetParam(), 1); }
+TEST_P(QuickCompanions, SurviveSomeFailingCalls) { FailCalls(GetParam(), 83); }
+TEST_P(FullCompanions, SurviveEveryFailingCall) { FailCalls(GetParam(), 1); }
 constexpr auto nameOf = [](auto const& test) {
     return test.param.name;
 };
@@ -295,7 +296,7 @@ INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), name
 
 constexpr char allocationFailed[] = "failed";
 
-// Returns whether the program made as many allocations.
+// Returns whether the program made that many allocations.
 std::string FailAllocation(Subject const& subject, std::string const& which) {
     constexpr char failureMark[] = "/opt/failed";
     SCOPED_TRACE("allocation " + which);
@@ -312,18 +313,18 @@ std::string FailAllocation(Subject const& subject, std::string const& which) {
     return fs::exists(failureMark) ? allocationFailed : "none failed";
 }
 
-// Every step-th allocation fails, alone or with all that follow.
+// Each step-th allocation fails, alone or together with all later ones.
 void FailAllocations(Subject const& subject, std::size_t step, std::string const& suffix) {
     std::size_t testCases = 0;
     for (bool isLast = false; !isLast && !testing::Test::HasFailure();) {
         std::vector<std::size_t> numbers;
-        for (std::size_t i = 0; i < atOnce; ++i)
+        for (std::size_t i = 0; i < maxParallel; ++i)
             numbers.push_back(1 + (testCases + i) * step);
-        auto const words = RunAtOnce("allocation", numbers, [&](std::size_t number) {
+        auto const words = RunInParallel("allocation", numbers, [&](std::size_t number) {
             return FailAllocation(subject, std::to_string(number) + suffix);
         });
         auto const failed = std::ranges::count(words, allocationFailed);
-        isLast = failed < static_cast<long>(atOnce);
+        isLast = failed < static_cast<long>(maxParallel);
         testCases += static_cast<std::size_t>(failed);
     }
     EXPECT_LT(0u, testCases);

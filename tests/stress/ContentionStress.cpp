@@ -1,4 +1,4 @@
-// Many tools on one lock: exactly one of them is heard and served, all others are refused at once.
+// Many tools compete for one lock: exactly one runs, and all others fail immediately.
 #include <sys/stat.h>
 
 #include "tests/stress/ToolTest.h"
@@ -7,12 +7,12 @@ namespace {
 
 using namespace Stress;
 
-// Many tools behind a gate that opens for all of them at once.
+// Many tools that start at the same time, when a gate opens.
 class Crowd {
 public:
     explicit Crowd(size_t number) {
         if (mkfifo(gate, 0666) != 0 || (opener = open(gate, O_RDWR | O_CLOEXEC)) < 0)
-            throw std::runtime_error("can't make a gate");
+            throw std::runtime_error("cannot make a gate");
         for (size_t i = 0; i < number; ++i)
             tools.push_back(std::make_unique<OtherProgram>(BehindTheGate()));
         for (auto const& tool : tools)
@@ -23,7 +23,7 @@ public:
     Crowd(Crowd const&) = delete;
     Crowd& operator=(Crowd const&) = delete;
 
-    // All of them read from the gate, and see its end.
+    // All of them read from the gate until it is closed.
     void Release() { close(opener); }
 
     std::vector<std::unique_ptr<OtherProgram>> tools;
@@ -42,7 +42,7 @@ private:
 
 using Heard = std::vector<OtherProgram*>;
 
-// The one that has the lock keeps it, since nobody answers; all the others end before it.
+// The owner of the lock keeps it, because nobody answers. All others end first.
 Heard AwaitRefusals(Crowd const& crowd) {
     Heard heard;
     for (auto const& tool : crowd.tools) {
@@ -58,7 +58,7 @@ Heard AwaitRefusals(Crowd const& crowd) {
     return heard;
 }
 
-// The one is answered at last, and comes to its end as if it had been alone.
+// Then the owner is answered, and completes as if it had been alone.
 void ExpectAnswered(OtherProgram& tool) {
     ScriptedAgent const agent(
         AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
@@ -68,7 +68,7 @@ void ExpectAnswered(OtherProgram& tool) {
     EXPECT_EQ("lockfile ", Requests());
 }
 
-// The agent holds the first request and sees no other, until all but its sender have ended.
+// The agent answers no request until all tools but one have ended.
 void Round(size_t number, bool isLast) {
     std::filesystem::remove(ScriptedAgent::request);
     auto agent = std::make_unique<ScriptedAgent>(AgentScript().AwaitRequest().AwaitRequest());
@@ -100,14 +100,14 @@ void Rounds(size_t rounds, size_t tools) {
     CountTestCases(rounds);
 }
 
-TEST(QuickContention, OneOfTwoIsHeard) { Rounds(3, 2); }
+TEST(QuickContention, OneOfTwoToolsRuns) { Rounds(3, 2); }
 
-TEST(QuickContention, OneOfEightIsHeard) { Rounds(1, 8); }
+TEST(QuickContention, OneOfEightToolsRuns) { Rounds(1, 8); }
 
-// Ten rounds at a time, so that a run that was broken off goes on where it stood.
+// Ten rounds at a time, so an interrupted run can resume.
 class FullContention : public testing::TestWithParam<std::tuple<size_t, int>> {};
 
-TEST_P(FullContention, OneIsHeard) { Rounds(10, std::get<size_t>(GetParam())); }
+TEST_P(FullContention, OneToolRuns) { Rounds(10, std::get<size_t>(GetParam())); }
 
 INSTANTIATE_TEST_SUITE_P(FullHundredRounds, FullContention,
                          testing::Combine(testing::Values<size_t>(2, 8, 64), testing::Range(0, 10)),

@@ -1,10 +1,10 @@
-// DocumentReader FILE...: moves each file to the place of the response, reads it as the tool does,
-// and says of each on three lines what came of it, the most memory that was held beyond what was
-// held at the start, in KiB, and the number of the process that has read it.
+// DocumentReader FILE...: publishes each file as the response and reads it with the product's
+// reader. Prints three lines for each: the outcome, the additional peak memory in KiB, and the id
+// of the process that has read it.
 //
-// DocumentReader --arena FILE...: takes memory from one block and gives none back. Then what is
-// executed is the product's own: the allocator of the C library tidies up in bursts, which would
-// show in a comparison of two sizes.
+// DocumentReader --arena FILE...: allocates from one block and releases nothing. Then only the
+// product executes instructions: the allocator of the C library works in bursts, which would
+// distort a comparison of two sizes.
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -90,10 +90,10 @@ void operator delete(void* block) noexcept {
 
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
-// Everything executed for one document happens in here, so that it can be counted.
+// All instructions of one document are executed here, so they can be counted.
 extern "C" [[gnu::noinline]] void MeasuredRun(std::string* outcome) { *outcome = Read(); }
 
-// One file, in a process of its own, so that none finds what another has left in the allocator.
+// One file, in its own process, so the allocator has no leftovers of other files.
 int ReadInChild(char const* file) {
     long const before = Status("VmRSS:");
     if (std::rename(file, "/var/opt/VeskaClient/ResponseDir/response.xml") != 0)

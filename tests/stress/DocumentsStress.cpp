@@ -1,5 +1,4 @@
-// Responses of hostile size and shape: the stated code, memory within its bounds, and a cost that
-// grows no faster than the document.
+// Responses of adversarial size and shape: the documented result, limited memory, and linear cost.
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -24,17 +23,17 @@ using namespace Stress;
 constexpr std::size_t gibibyte = std::size_t{1} << 30;
 constexpr std::size_t kibibyte = 1024;
 
-// What a program holds before it reads anything.
+// The memory of a program before it reads anything.
 constexpr std::size_t ofProgram = 4096 * kibibyte;
 
-std::size_t MemoryOfMachine() {
+std::size_t PhysicalMemory() {
     return static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
            static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
 Sandbox::Options const fourMinutes = {.limit = std::chrono::minutes(4)};
 
-// What DocumentReader prints of a document.
+// The output of DocumentReader for a document.
 struct Reading {
     std::string outcome;
     std::size_t kibibytes = 0;
@@ -62,7 +61,7 @@ void ExpectMemoryWithin(AdversarialDocument const& document, std::size_t n, std:
 #endif
 }
 
-// Through the reader of responses, in a program of its own, on a small stack.
+// Reads it in a program with a small stack.
 void ReadInProgram(AdversarialDocument const& document, std::size_t n) {
     Sandbox::Run(fourMinutes, [&] {
         Sandbox::CreateAgentDirectories();
@@ -86,7 +85,7 @@ std::string NameOf(testing::TestParamInfo<AdversarialDocument> const& test) {
     return test.param.name;
 }
 
-TEST(QuickDocuments, OfAHundredthAreReadInBounds) {
+TEST(QuickDocuments, ReadAHundredthOfTheSizeWithinLimits) {
     for (AdversarialDocument const& document : AdversarialDocuments())
         ReadInProgram(document, document.full / 100);
     CountTestCases(AdversarialDocuments().size());
@@ -95,13 +94,13 @@ TEST(QuickDocuments, OfAHundredthAreReadInBounds) {
 class FullDocuments : public DocumentOf {
 protected:
     void SetUp() override {
-        if (MemoryOfMachine() < 8 * gibibyte)
-            GTEST_SKIP() << "FULL SIZES NEED 8 GiB OF MEMORY, and this machine has "
-                         << MemoryOfMachine() / gibibyte;
+        if (PhysicalMemory() < 8 * gibibyte)
+            GTEST_SKIP() << "full sizes need 8 GiB of memory, and this computer has "
+                         << PhysicalMemory() / gibibyte;
     }
 };
 
-TEST_P(FullDocuments, IsReadInBounds) { ReadInProgram(GetParam(), GetParam().full); }
+TEST_P(FullDocuments, IsReadWithinLimits) { ReadInProgram(GetParam(), GetParam().full); }
 
 INSTANTIATE_TEST_SUITE_P(FullSize, FullDocuments, testing::ValuesIn(AdversarialDocuments()),
                          NameOf);
@@ -111,10 +110,10 @@ bool WriteToNothing() {
     return nothing >= 0 && dup2(nothing, STDOUT_FILENO) >= 0;
 }
 
-// An agent that takes the requests away leaves the old response as the answer to each of them.
+// The agent only takes requests, so the old response answers all of them.
 class FullDocumentsOfTool : public FullDocuments {};
 
-TEST_P(FullDocumentsOfTool, IsReadInBounds) {
+TEST_P(FullDocumentsOfTool, IsReadWithinLimits) {
     AdversarialDocument const& document = GetParam();
     Sandbox::Run(fourMinutes, [&] {
         Sandbox::CreateAgentDirectories();
@@ -129,7 +128,7 @@ TEST_P(FullDocumentsOfTool, IsReadInBounds) {
                        std::chrono::minutes(3));
         EXPECT_EQ(ExitStatus::Exited(0), run.status);
         EXPECT_EQ("", run.errors);
-        // The open was answered, the progress and the close came.
+        // The Open request was answered; the Progress and Close requests were sent.
         EXPECT_EQ(3u, agent.Requests().size());
         rusage usage{};
         getrusage(RUSAGE_CHILDREN, &usage);
@@ -146,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(FullSize, FullDocumentsOfTool,
                                          AdversarialDocumentOf("Escapes")),
                          NameOf);
 
-// What a prefix gives: by the exchange, too, which makes all its looks.
+// The outcome of a prefix, also after all polls of an exchange.
 void ExpectBrokenOff(std::string const& prefix) {
     SCOPED_TRACE("the first " + std::to_string(prefix.size()) + " bytes");
     WriteBytes(ScriptedAgent::response, prefix);
@@ -158,7 +157,7 @@ void ExpectBrokenOff(std::string const& prefix) {
     EXPECT_EQ(prefix, ReadBytes(ScriptedAgent::response));
 }
 
-TEST(QuickDocuments, EveryPrefixOfAResponseIsBrokenOff) {
+TEST(QuickDocuments, RejectsEveryPrefixOfAResponse) {
     std::size_t prefixes = 0;
     std::string const documents[] = {OpenAnswer(), ProgressAnswer("3", "0", "40"),
                                      FinishedAnswer()};
@@ -179,7 +178,7 @@ TEST(QuickDocuments, EveryPrefixOfAResponseIsBrokenOff) {
     CountTestCases(prefixes);
 }
 
-TEST(QuickDocuments, EveryPrefixOfARequestIsNone) {
+TEST(QuickDocuments, RejectsEveryPrefixOfARequest) {
     std::string const whole = OpenRequest("http://x/&amp;&#xc3;", "doc", "7");
     Sandbox::RunWithDirectories([&] {
         ClientComplianceRequest request = CreateComplianceRequestClose();
@@ -213,7 +212,7 @@ std::vector<double> CountInstructions(std::vector<std::string> const& files) {
                                         CC_DOCUMENT_READER,
                                         "--arena"};
     command.insert(command.end(), files.begin(), files.end());
-    // Names are looked up at the start, and not within what is counted.
+    // Symbols are resolved at the start, outside of the counted part.
     ProgramResult const run =
         RunProgram(command, {.environment = {{"LD_BIND_NOW=1"}}}, std::chrono::minutes(3));
     EXPECT_EQ(ExitStatus::Exited(0), run.status) << run.errors;
@@ -223,14 +222,14 @@ std::vector<double> CountInstructions(std::vector<std::string> const& files) {
     return counts;
 }
 
-// Units of one byte cost so little each that there must be more of them; and they are to fill many
-// of the chunks in which a document is read.
+// Single-byte units are so cheap that many are needed, and they have to fill many chunks of the
+// reader.
 std::size_t UnitsOf(AdversarialDocument const& document, std::size_t bytes) {
     std::size_t const ofUnit = document.Bytes(1) - document.Bytes(0);
     return ofUnit == 1 ? 16 * bytes : bytes / ofUnit;
 }
 
-// Documents of so many bytes, and of twice as many.
+// Documents of this size, and of twice this size.
 void ExpectLinearCost(std::vector<AdversarialDocument> const& documents, std::size_t bytes) {
     Sandbox::Run(fourMinutes, [&] {
         Sandbox::CreateAgentDirectories();
@@ -246,21 +245,21 @@ void ExpectLinearCost(std::vector<AdversarialDocument> const& documents, std::si
             double const ratio = counts[2 * i + 1] / counts[2 * i];
             std::cout << documents[i].name << ": "
                       << counts[2 * i] / static_cast<double>(UnitsOf(documents[i], bytes))
-                      << " instructions a unit, twice the size: " << ratio << " times as many\n";
-            EXPECT_GT(counts[2 * i], 100'000) << documents[i].name << ": too few to tell";
+                      << " instructions for each unit, ratio at twice the size: " << ratio << '\n';
+            EXPECT_GT(counts[2 * i], 100'000) << documents[i].name << ": too few to compare";
             EXPECT_LT(ratio, 2.1) << documents[i].name;
         }
     });
 }
 
-TEST(QuickDocuments, CostGrowsAsTheDocumentDoes) {
+TEST(QuickDocuments, CostIsLinearInSize) {
     ExpectLinearCost(AdversarialDocuments(), 40 * kibibyte);
     CountTestCases(AdversarialDocuments().size());
 }
 
 class FullCost : public DocumentOf {};
 
-TEST_P(FullCost, GrowsAsTheDocumentDoes) { ExpectLinearCost({GetParam()}, 1280 * kibibyte); }
+TEST_P(FullCost, IsLinearInSize) { ExpectLinearCost({GetParam()}, 1280 * kibibyte); }
 
 INSTANTIATE_TEST_SUITE_P(FullSize, FullCost, testing::ValuesIn(AdversarialDocuments()), NameOf);
 

@@ -1,6 +1,6 @@
-// What counts as a running agent: names and states of processes, and what the tool makes of each.
+// Which processes count as a running agent, by name and state.
 //
-// A request waits in all of these, so a tool that finds an agent says -5, and one that does not -2.
+// In every test a request is pending: a tool that finds an agent prints -5, and otherwise -2.
 #include <fstream>
 #include <functional>
 #include <thread>
@@ -21,7 +21,7 @@ using Sandbox::Proc;
 std::string const found = "COMPLIANCE_Open returned error: -5.\n";
 std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
 
-// An agent that is installed and does not run, and a request that waits.
+// An installed agent that does not run, and a pending request.
 void LayOutProcesses() {
     Sandbox::CreateAgentDirectories();
     Sandbox::InstallAgent();
@@ -36,7 +36,7 @@ void Expect(std::string const& expected, ToolRun const& run = RunTool({"-d"})) {
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-void ExpectWithoutRights(std::string const& expected) {
+void ExpectUnprivileged(std::string const& expected) {
     Expect(expected, RunToolWithoutRights({"-d"}));
 }
 
@@ -47,8 +47,8 @@ std::unique_ptr<OtherProgram> Start(std::string const& program) {
 
 using Names = std::vector<std::string>;
 
-// By the last component of the link to the program, for whoever may read it.
-TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
+// By the last component of the link to the program, if it can be read.
+TEST(QuickProcesses, ComparesWholeNameOfReadableProgram) {
     Names const others = {
         "VeskaClien",      "eskaClient",         "VeskaClient2",          "2VeskaClient",
         "veskaclient",     "VESKACLIENT",        "VeskaClient ",          " VeskaClient",
@@ -68,7 +68,7 @@ TEST(QuickProcesses, LastComponentOfTheProgramIsComparedWhole) {
     CountTestCases(others.size() + 1);
 }
 
-// A process whose program the tool may not look at, under this command name.
+// A process whose program the tool cannot read, with this command name.
 class Stranger {
 public:
     explicit Stranger(std::string const& name)
@@ -86,8 +86,8 @@ private:
 };
 
 // By the command name between the first parentheses, for all others.
-TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
-    // Deliberate: the name ends at the first parenthesis. The system keeps 15 bytes of it.
+TEST(QuickProcesses, ComparesWholeCommandNameOfUnreadableProgram) {
+    // Deliberate: the name ends at the first closing parenthesis. The system keeps 15 bytes of it.
     Names const same = {"VeskaClient", "VeskaClient)", "VeskaClient)xy", "VeskaClient)2345678"};
     Names const others = {"VeskaClien",    "xVeskaClient",    "veskaclient",      "VeskaClient ",
                           "(VeskaClient",  "(VeskaClient)",   ")VeskaClient",     "VeskaClient\n",
@@ -98,13 +98,13 @@ TEST(QuickProcesses, CommandNameOfAStrangerIsComparedWhole) {
         for (std::string const& name : others) {
             SCOPED_TRACE(name);
             Stranger const stranger(name);
-            ExpectWithoutRights(notFound);
+            ExpectUnprivileged(notFound);
         }
         for (std::string const& name : same) {
             SCOPED_TRACE(name);
             Stranger const stranger(name);
-            ExpectWithoutRights(found);
-            // Who may read the link sees another program.
+            ExpectUnprivileged(found);
+            // If the link can be read, the program has another name.
             Expect(notFound);
         }
     });
@@ -130,7 +130,7 @@ std::vector<StateCase> States() {
          [] {
              auto const agent = Start(agentProgram);
              Expect(found);
-             ExpectWithoutRights(found);
+             ExpectUnprivileged(found);
          }},
         {"stopped",
          [] {
@@ -138,20 +138,20 @@ std::vector<StateCase> States() {
              Kill(*agent, SIGSTOP);
              Expect(found);
          }},
-        // Deliberate: a dead process has its command name until somebody reaps it.
+        // Deliberate: a zombie keeps its command name until it is reaped.
         {"zombie",
          [] {
              auto const agent = Start(agentProgram);
              Kill(*agent, SIGKILL);
              Expect(found);
-             ExpectWithoutRights(found);
+             ExpectUnprivileged(found);
          }},
         {"reaped",
          [] {
              Start(agentProgram)->Kill(SIGKILL);
              Expect(notFound);
          }},
-        // Deliberate: the system marks the link.
+        // Deliberate: the system appends a mark to the link.
         {"program removed",
          [] {
              auto const agent = Start(agentProgram);
@@ -204,9 +204,9 @@ std::vector<StateCase> States() {
                  thread.join();
              });
              process.Await();
-             ExpectWithoutRights(notFound);
+             ExpectUnprivileged(notFound);
          }},
-        // Deliberate: a process that is merely named like the agent counts, the tool too.
+        // Deliberate: any process with the agent's name counts, even the tool.
         {"the tool under the name",
          [] {
              fs::copy_file(CC_TOOL_PROGRAM, "/opt/other/VeskaClient");
@@ -224,7 +224,7 @@ std::vector<StateCase> States() {
     };
 }
 
-TEST(QuickProcesses, StateOfTheProcess) {
+TEST(QuickProcesses, CountsAgentInAnyProcessState) {
     for (StateCase const& testCase : States()) {
         SCOPED_TRACE(testCase.name);
         Sandbox::Run([&] {
@@ -235,26 +235,26 @@ TEST(QuickProcesses, StateOfTheProcess) {
     CountTestCases(States().size());
 }
 
-// /proc as it may be
+// Variants of /proc.
 
-// Deliberate: what the tool may not see does not run.
-TEST(QuickProcesses, AgentBehindHiddenProcIsNotFound) {
+// Deliberate: a process that the tool cannot see does not run.
+TEST(QuickProcesses, DoesNotFindAgentHiddenInProc) {
     // Mode 2 hides the processes of other users, mode 4 those that the reader may not trace.
     for (char const* const mode : {"hidepid=2", "hidepid=4"})
         Sandbox::Run([mode] {
             SCOPED_TRACE(mode);
             LayOutProcesses();
             Stranger const agent("VeskaClient");
-            ExpectWithoutRights(found);
+            ExpectUnprivileged(found);
             ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, mode));
-            ExpectWithoutRights(notFound);
+            ExpectUnprivileged(notFound);
         });
 }
 
 // The runtime of a sanitizer needs /proc itself.
 #ifndef CC_ADDRESS_SANITIZER
 
-TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
+TEST(QuickProcesses, FindsNoAgentWithoutProc) {
     for (Proc const proc : {Proc::none, Proc::empty})
         Sandbox::Run({.proc = proc}, [] {
             LayOutProcesses();
@@ -265,7 +265,7 @@ TEST(QuickProcesses, MachineWithoutProcHasNoAgent) {
 }
 
 // What the system can show of a process, as files.
-TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
+TEST(QuickProcesses, HandlesIncompleteProcEntries) {
     struct FakeCase {
         char const* name;
         FakeProcess process;
@@ -300,8 +300,8 @@ TEST(QuickProcesses, ProcessesThatShowLittleOfThemselves) {
 
 #endif
 
-// Processes that come and go while /proc is walked: children that end at once, as many after
-// another as the system makes, until this process is killed.
+// Processes that appear and disappear while /proc is read: child processes that end immediately,
+// one after the other, until this process is killed.
 void ComeAndGo(char const* name) {
     prctl(PR_SET_NAME, name);
     signal(SIGCHLD, SIG_IGN);
@@ -313,7 +313,7 @@ void ComeAndGo(char const* name) {
     }
 }
 
-void TryAmongVanishing(int rounds) {
+void TryAmongShortLived(int rounds) {
     Sandbox::Run({.limit = std::chrono::minutes(4)}, [=] {
         LayOutProcesses();
         {
@@ -321,7 +321,7 @@ void TryAmongVanishing(int rounds) {
             for (int round = 0; round < rounds; ++round)
                 Expect(notFound);
         }
-        // A dead one with the agent's command name may be met before it is reaped, or not.
+        // A zombie with the agent's command name may or may not be found before it is reaped.
         OtherProcess const others([] { ComeAndGo("VeskaClient"); });
         for (int round = 0; round < rounds; ++round) {
             ToolRun const run = RunTool({"-d"});
@@ -332,12 +332,12 @@ void TryAmongVanishing(int rounds) {
     CountTestCases(2 * static_cast<size_t>(rounds));
 }
 
-TEST(QuickProcesses, VanishWhileTheyAreRead) { TryAmongVanishing(10); }
+TEST(QuickProcesses, EndWhileTheyAreRead) { TryAmongShortLived(10); }
 
-class FullVanishing : public testing::TestWithParam<int> {};
+class FullShortLivedProcesses : public testing::TestWithParam<int> {};
 
-TEST_P(FullVanishing, WhileTheyAreRead) { TryAmongVanishing(100); }
+TEST_P(FullShortLivedProcesses, WhileTheyAreRead) { TryAmongShortLived(100); }
 
-INSTANTIATE_TEST_SUITE_P(FullTenTimes, FullVanishing, testing::Range(0, 10));
+INSTANTIATE_TEST_SUITE_P(FullTenTimes, FullShortLivedProcesses, testing::Range(0, 10));
 
 } // namespace

@@ -1,5 +1,5 @@
-// Every kind of entry under the four fixed names, as data: what the tool prints, and which entries
-// remain. Some of it is ugly, and deliberate; docs/exchange.md has it as a table.
+// Every kind of entry at the four fixed paths, as data: the output of the tool, and the remaining
+// entries. docs/exchange.md has the same as a table. Surprising outcomes are deliberate.
 #include <ostream>
 
 #include <sys/mount.h>
@@ -16,7 +16,7 @@ std::string const temporary = ScriptedAgent::requestTemp;
 std::string const response = ScriptedAgent::response;
 std::string const elsewhere = Entry::elsewhere;
 
-// A link into a directory that is there, to a file that is not.
+// A link to a missing file in an existing directory.
 constexpr char const* creatable = "/opt/simulation/creatable";
 
 struct NamedEntry : Entry {
@@ -34,16 +34,16 @@ NamedEntry const brokenLink = {Entry::Link(Entry::nowhere), "broken_link"};
 NamedEntry const creatableLink = {Entry::Link(creatable), "link_that_can_be_made_good"};
 Entry const emptyFile = Entry::File("");
 
-// What the tool prints for a good evaluation without rows.
+// The output of a successful evaluation without rows.
 std::string const good = "COMPLIANCE_ResultCount is 0.\n";
-// The same whose first poll finds it under way.
+// The same, whose first poll finds it in progress.
 std::string const half = "COMPLIANCE_Progress 50% completed.\n";
 
 struct TestCase {
     std::string path;
     NamedEntry entry;
     std::string output;
-    // Beside the lock file: all that stands there at the end.
+    // All entries at the end, except the lock file.
     Entries after;
 };
 
@@ -51,7 +51,7 @@ void PrintTo(TestCase const& testCase, std::ostream* out) {
     *out << testCase.entry.name << " under " << testCase.path;
 }
 
-// On a file system where a device works, for whoever may make one.
+// On a file system where devices work, if the process may create one.
 void LayOut() {
     mount("tmpfs", "/var/opt", "tmpfs", 0, nullptr);
     mount("tmpfs", "/opt", "tmpfs", 0, nullptr);
@@ -60,7 +60,8 @@ void LayOut() {
     WriteBytes(elsewhere, "not yours");
 }
 
-// The exchange's directories, and what links point at; of the directories themselves nothing.
+// The directories of the exchange, and the targets of links. The directories themselves are left
+// out.
 Entries WhatStands() {
     Entries entries = ReadFromDisk();
     std::erase_if(entries, [](auto const& entry) {
@@ -73,7 +74,7 @@ Entries WhatStands() {
 }
 
 void ExpectAfter(Entries expected) {
-    // Other entries are as they were.
+    // Other entries are unchanged.
     expected.emplace(lockFile, emptyFile);
     expected.emplace(elsewhere, Entry::File("not yours"));
     EXPECT_EQ(expected, WhatStands());
@@ -89,7 +90,7 @@ void ExpectRun(TestCase const& testCase, ToolRun const& run) {
     ExpectAfter(testCase.after);
 }
 
-// Each entry is there from the start. An agent that answers would take what is published.
+// Each entry exists from the start. An agent that answers takes published requests.
 void TryAll(std::vector<TestCase> const& testCases) {
     for (TestCase const& testCase : testCases) {
         SCOPED_TRACE(testing::PrintToString(testCase));
@@ -105,14 +106,14 @@ void TryAll(std::vector<TestCase> const& testCases) {
 
 Entries const closed = {{response, Entry::File(CloseAnswer())}};
 
-// The end of an evaluation that succeeds, with these entries.
+// The entries after an evaluation that succeeds.
 Entries Closed(Entries entries = {}) {
     entries.insert(closed.begin(), closed.end());
     return entries;
 }
 
-// What can be opened for writing is a lock, and nothing is ever written to it.
-TEST(QuickEntries, LockFileIsWhateverOpensForWriting) {
+// Any entry that can be opened for writing can be locked. Nothing is written to it.
+TEST(QuickEntries, LocksAnyWritableEntry) {
     std::vector<TestCase> testCases = {
         {lockFile, creatableLink, good,
          Closed({{lockFile, creatableLink}, {creatable, emptyFile}})}};
@@ -123,8 +124,8 @@ TEST(QuickEntries, LockFileIsWhateverOpensForWriting) {
     TryAll(testCases);
 }
 
-// Deliberate: nobody looks whether the file that is locked still has its name.
-TEST(QuickEntries, LockFileThatIsReplacedKeepsNobodyOff) {
+// Deliberate: nothing checks that the locked file still has its name.
+TEST(QuickEntries, ReplacedLockFileLocksNobodyOut) {
     Sandbox::Run([] {
         LayOut();
         ScriptedAgent agent(
@@ -137,7 +138,7 @@ TEST(QuickEntries, LockFileThatIsReplacedKeepsNobodyOff) {
     });
 }
 
-TEST(QuickEntries, AnythingUnderTheRequestIsAWaitingOne) {
+TEST(QuickEntries, AnyEntryAtTheRequestIsPending) {
     std::vector<TestCase> testCases;
     for (NamedEntry const& entry : {someFile, directory, fullDirectory, fifo, unixSocket, device,
                                     link, brokenLink, creatableLink})
@@ -145,9 +146,9 @@ TEST(QuickEntries, AnythingUnderTheRequestIsAWaitingOne) {
     TryAll(testCases);
 }
 
-// Deliberate: what can't be written is published all the same, whatever it is; and opening it
-// follows a link.
-TEST(QuickEntries, EntryAtTheTemporaryDocumentIsWrittenThroughOrPublished) {
+// Deliberate: an entry that cannot be written is published nevertheless, and opening it follows a
+// link.
+TEST(QuickEntries, TemporaryEntryIsWrittenThroughOrPublished) {
     Entry const written = Entry::File(OpenRequest("", "", "0"));
     std::vector<TestCase> testCases = {
         {temporary, someFile, good, closed},
@@ -164,7 +165,7 @@ std::string CaseName(testing::TestParamInfo<TestCase> const& info) {
     return fs::path(info.param.path).stem().string() + "_" + info.param.entry.name;
 }
 
-// The response: a file, or a link to one, or there is none.
+// The response is a file or a link to one; otherwise there is none.
 
 std::vector<TestCase> ResponseCases() {
     NamedEntry const linked = {Entry::Link(creatable), "link_to_a_response"};
@@ -179,7 +180,7 @@ std::vector<TestCase> ResponseCases() {
 
 class FullResponses : public FullEntries {};
 
-TEST_P(FullResponses, IsReadOrTriedUntilTheLimit) {
+TEST_P(FullResponses, IsReadOrPolledUntilTheTimeout) {
     TestCase const& testCase = GetParam();
     Sandbox::Run([&] {
         LayOut();
@@ -197,8 +198,8 @@ TEST_P(FullResponses, IsReadOrTriedUntilTheLimit) {
 
 INSTANTIATE_TEST_SUITE_P(FullCases, FullResponses, testing::ValuesIn(ResponseCases()), CaseName);
 
-// Deliberate: the one wait without a limit. It ends with a writer.
-TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
+// Deliberate: the only wait without a timeout. It ends with a writer.
+TEST(FullEntries, FifoAtTheResponseBlocksUntilItHasAWriter) {
     Sandbox::Run([] {
         LayOut();
         PlaceOnDisk(response, fifo);
@@ -208,7 +209,7 @@ TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
         sleep(15);
         EXPECT_TRUE(IsLocked());
         EXPECT_EQ("", tool.Output());
-        // Each of the four looks opens it.
+        // Each of the four polls opens it.
         int const writer = open(response.c_str(), O_RDWR | O_CLOEXEC);
         ASSERT_LE(0, writer);
         EXPECT_EQ(OpenError(-7), tool.Wait().output);
@@ -217,8 +218,8 @@ TEST(FullEntries, FifoUnderTheResponseHoldsTheToolUntilSomebodyOpensIt) {
     });
 }
 
-// What appears while an evaluation is open, in the sleep between two polls. The poll that meets it
-// and the close behind it say nothing.
+// The entry appears while an evaluation is open, in the sleep between two polls. The poll and the
+// Close request that find it print nothing.
 
 std::vector<TestCase> LaterCases() {
     Entry const answer = Entry::File(ProgressAnswer("3", "0", "50"));
@@ -229,8 +230,8 @@ std::vector<TestCase> LaterCases() {
         {temporary, link, half + good, Closed({{elsewhere, written}})},
         {lockFile, directory, half + good, Closed({{lockFile, directory}})},
         {lockFile, link, half + good, Closed({{lockFile, link}})}};
-    // Under the request what is no file stays there, and keeps the close off as well. Under the
-    // temporary document it is published, and then keeps the close off.
+    // At the request, an entry other than a file remains and also obstructs the Close request. At
+    // the temporary document it is published, and then obstructs the Close request.
     for (std::string const& path : {request, temporary}) {
         testCases.push_back({path, someFile, half + good, closed});
         for (NamedEntry const& entry :
@@ -242,13 +243,13 @@ std::vector<TestCase> LaterCases() {
 
 class FullLaterEntries : public FullEntries {};
 
-TEST_P(FullLaterEntries, MeetTheNextPollAndTheClose) {
+TEST_P(FullLaterEntries, AffectTheNextPollAndTheClose) {
     TestCase const& testCase = GetParam();
     Sandbox::Run([&] {
         LayOut();
         AgentScript script;
         script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
-        // What stands under the request is a request to the agent as well.
+        // Any entry at the request is a request for the agent.
         if (testCase.path == request)
             script.AwaitRequest();
         if (testCase.output != half)
@@ -256,7 +257,8 @@ TEST_P(FullLaterEntries, MeetTheNextPollAndTheClose) {
         ScriptedAgent agent(script);
         Tool tool({"-d"});
         agent.AwaitRequests(2);
-        // The first poll ends a second after its request, and the next one comes a second later.
+        // The first poll ends one second after its request, and the next one starts one second
+        // later.
         usleep(1'500'000);
         PlaceOnDisk(testCase.path, testCase.entry);
         ExpectRun(testCase, tool.Wait());

@@ -1,4 +1,4 @@
-// Which error numbers each system call gives, by its manual page.
+// The error numbers of each system call, from its manual page.
 #pragma once
 
 #include <cerrno>
@@ -7,12 +7,13 @@
 #include <vector>
 
 struct CallErrors {
-    // The name that SystemCalls and the shim know the call by.
+    // The name of the call in SystemCalls and in the preloaded library.
     std::string_view call;
     std::vector<int> errors;
 };
 
-// One row a call. Where a page refers to another ("or any error from open(2)"), those stand here.
+// One row for each call. Errors of a page that another one refers to ("or any error from open(2)")
+// are included.
 inline std::vector<CallErrors> const& ErrorNumbers() {
     static std::vector<int> const openErrors = {
         EACCES, EBADF,  EBUSY,   EDQUOT,     EEXIST,       EFAULT, EFBIG,   EOVERFLOW,  EINTR,
@@ -68,7 +69,7 @@ inline std::vector<CallErrors> const& ErrorNumbers() {
         {"fopen", openErrors},
         {"mkstemp", openErrors},
         {"mkdtemp", mkdirErrors},
-        // By nanosleep(2), of which these two are made; the results are looked at by nobody.
+        // Both call nanosleep(2). Their results are ignored.
         {"sleep", {EINTR}},
         {"usleep", {EINTR, EINVAL}},
     };

@@ -13,7 +13,8 @@ int ExchangeModel::Open(char const* url, char const* doc, unsigned int flags) {
     return code;
 }
 
-// Who was refused once is refused for good; a lock file that can't be opened is tried afresh.
+// A process that was refused the lock once is always refused. A lock file that cannot be opened is
+// opened again.
 bool ExchangeModel::Lock() {
     if (isRefusedForGood || !files.OpenLockFile())
         return false;
@@ -132,7 +133,7 @@ std::string ExchangeModel::RunTool(char const* url, char const* doc, unsigned in
     return output;
 }
 
-std::string ExchangeModel::RunInterface(char const* url, char const* doc, unsigned int flags) {
+std::string ExchangeModel::RunCApi(char const* url, char const* doc, unsigned int flags) {
     int const opened = Open(url, doc, flags);
     std::string output = "open " + std::to_string(opened) + '\n';
     int state = opened == 0 ? 3 : 0;

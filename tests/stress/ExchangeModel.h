@@ -1,5 +1,5 @@
-// The reference model of an exchange: what the five functions return and what the tool prints. It
-// shares no code or constant with the product.
+// The reference model of an exchange: the results of the C API and the output of the tool. Shares
+// no code or constant with the product.
 #pragma once
 
 #include <map>
@@ -11,7 +11,7 @@
 
 class ExchangeModel {
 public:
-    // What a response says.
+    // The content of a response.
     struct Answer {
         int state = 2;
         int error = 0;
@@ -21,9 +21,9 @@ public:
 
     explicit ExchangeModel(FileModel& below) : files(below) {}
 
-    // All the documents that can be read, by their bytes.
+    // All documents that can be read, by their bytes.
     std::map<std::string, Answer> answers;
-    // Whether another process has the lock.
+    // Whether another process holds the lock.
     bool isLockedElsewhere = false;
     // The agent's process as /proc names it, for a trace with injected errors.
     std::string agentProcess;
@@ -37,11 +37,12 @@ public:
     bool IsOpen() const { return isOpen; }
     bool HasWriteFailed() const { return hasWriteFailed; }
 
-    // One run of the tool, and what it prints.
+    // Runs the tool once. Returns its output.
     std::string RunTool(char const* url, char const* doc, unsigned int flags);
-    // The same for InterfaceProgram.
-    std::string RunInterface(char const* url, char const* doc, unsigned int flags);
-    // More polls than any evaluation that ends makes. Then a run ends without its close.
+    // The same for CApiProgram.
+    std::string RunCApi(char const* url, char const* doc, unsigned int flags);
+    // More polls than any evaluation that terminates makes. Then a run ends without its Close
+    // request.
     static constexpr int maxPolls = 20;
 
 private:

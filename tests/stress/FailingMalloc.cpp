@@ -1,5 +1,5 @@
-// The memory that the product asks for without operator new, by itself or through the C library,
-// fails in its turn, too. A program that links this is linked with --wrap for each of these.
+// Fails the allocations that do not use operator new, of the product or of the C library. A program
+// that links this source uses --wrap for each of these functions.
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>

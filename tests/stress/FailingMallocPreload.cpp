@@ -1,12 +1,11 @@
-// For LD_PRELOAD: makes allocations of a program fail, and plays an agent while it sleeps.
+// For LD_PRELOAD: fails allocations of a program, and plays an agent while it sleeps.
 //
-// Allocations are counted from the time when its libraries are initialized. This is not part of
-// SystemCalls.cpp, which itself allocates memory for what it records.
+// Allocations are counted after the initialization of the libraries. This is separate from
+// SystemCalls.cpp, which allocates memory for its log.
 //
-//   CC_FAILING_MALLOC  "7" lets the seventh allocation fail, "7+" also all later ones. The file
-//                      "/opt/failed" then exists.
-//   CC_AGENT_SCRIPT    the text of an AgentScript. Without it no agent is played, and sleeps take
-//                      their time.
+// CC_FAILING_MALLOC is the number of the allocation that fails; with a "+" ("7+") all later ones
+// fail too. If it fails, the file "/opt/failed" exists. CC_AGENT_SCRIPT is the text of an
+// AgentScript. Without it there is no agent, and sleeps take their time.
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>

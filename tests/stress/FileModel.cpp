@@ -14,7 +14,7 @@ std::string ObjectOf(std::string const& path) { return path.substr(path.rfind('/
 
 } // namespace
 
-// Records a foretold call and returns the error that it fails with by injection, or 0.
+// Records a predicted call. Returns its injected error, or 0.
 int FileModel::Call(std::string const& text) {
     calls.push_back(text);
     return trace.ErrorOf(calls.size() - 1);
@@ -27,8 +27,8 @@ bool FileModel::IsHit(std::string const& name, std::string const& object) const 
     });
 }
 
-// A seek to the end that fails with EINVAL makes the length of the file unknown. Once its length is
-// known, one such failure does no harm; else the end of the file is an error.
+// A seek to the end that fails with EINVAL makes the length of the file unknown. If the length was
+// known before, one such failure has no effect; otherwise the end of the file is an error.
 bool FileModel::IsReadHit(std::string const& object) const {
     bool isLengthKnown = false;
     unsigned int harmless = 0;
@@ -47,7 +47,7 @@ bool FileModel::IsReadHit(std::string const& object) const {
     return false;
 }
 
-// What the writes that did not fail have moved.
+// The bytes of the writes that succeeded.
 std::size_t FileModel::BytesWritten(std::string const& object) const {
     std::size_t bytes = 0;
     for (LoggedCall const& call : trace.OthersBefore(calls.size()))
@@ -56,7 +56,7 @@ std::size_t FileModel::BytesWritten(std::string const& object) const {
     return bytes;
 }
 
-// Null where there is no entry, or where nobody can get because the directory is away.
+// Null where there is no entry, or where the directory is missing.
 Entry const* FileModel::At(std::string const& path) const {
     std::string const directory = ScriptedAgent::requestDirectory;
     if (path.starts_with(directory + '/') && !entries.contains(directory))
@@ -87,7 +87,7 @@ bool FileModel::Open(std::string const& path, bool empties) {
     Entry const* const entry = At(path);
     std::string const& target = entry && entry->kind == Entry::symbolicLink ? entry->bytes : path;
     Entry const* const found = At(target);
-    // A missing file can be created where its directory exists.
+    // A missing file can be created in an existing directory.
     bool const opens =
         found ? found->kind == Entry::file : target != Entry::nowhere && CanBeMade(target, entries);
     if (!opens || error != 0)
@@ -106,7 +106,7 @@ std::optional<std::string> FileModel::Read(std::string const& path) {
     if (!entry || entry->kind == Entry::unixSocket || error != 0)
         return std::nullopt;
     Call("setfd 1");
-    // A directory opens, but cannot be read.
+    // A directory can be opened, but not read.
     if (entry->kind != Entry::file || IsReadHit(ObjectOf(path)))
         return std::nullopt;
     return entry->bytes;
@@ -126,7 +126,7 @@ bool FileModel::Write(std::string const& path, std::string const& bytes) {
     return Call("fsync") == 0 && !IsHit("close", object);
 }
 
-// Deliberate: a refused rename counts as done, except between file systems.
+// Deliberate: a refused rename counts as successful, except between file systems.
 bool FileModel::Move(std::string const& from, std::string const& to) {
     if (Look(from) == Seen::nothing || Look(to) != Seen::nothing)
         return false;
@@ -141,7 +141,7 @@ bool FileModel::Move(std::string const& from, std::string const& to) {
     return true;
 }
 
-// Each failure leaves what is already copied.
+// Each failure keeps the bytes that are already copied.
 bool FileModel::Copy(std::string const& from, std::string const& to) {
     std::string const source = ObjectOf(from);
     std::string const target = ObjectOf(to);
@@ -210,7 +210,7 @@ bool FileModel::Publish(std::string const& bytes) {
     };
     if (Write(temporary, bytes) && Retry(move))
         return true;
-    // What is there by now is published all the same.
+    // The bytes written so far are published nevertheless.
     if (!Retry(move))
         Retry([this] { return ForceNonexistence(temporary); });
     return false;

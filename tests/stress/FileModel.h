@@ -1,7 +1,7 @@
-// The files of the exchange in the reference model, and what the file layer does to them.
+// The files of the exchange in the reference model, and the operations of the file layer on them.
 //
-// Shares no code with the product. Time is a number here: it passes in Sleep alone, and then the
-// agent may act.
+// Shares no code with the product. Time is a number, which advances only in Sleep; then the agent
+// may act.
 #pragma once
 
 #include <functional>
@@ -14,34 +14,34 @@
 
 class FileModel {
 public:
-    // What a look at a path finds; a link counts as its target.
+    // The entry at a path; a link is followed.
     enum class Seen { nothing, file, directory, other, brokenLink };
 
     Entries entries;
     // In microseconds.
     unsigned long long now = 0;
-    // The foretold calls so far, as CallTrace has them.
+    // The predicted calls so far, in the form of CallTrace.
     std::vector<std::string> calls;
-    // The calls of the real program, which tell where an error was injected. Not how many calls of
-    // a kind the program makes between two foretold ones.
+    // The calls of the real program, which specify where an error was injected. Not how many calls
+    // of a kind it makes between two predicted ones.
     CallTrace trace;
-    // How often a request was put in its place.
+    // The number of published requests.
     unsigned int published = 0;
-    // The agent's part, when a sleep begins and when time has passed.
+    // The agent: called when a sleep begins, and when time has passed.
     std::function<void()> notice;
     std::function<void()> act;
 
-    // Whether a call of this name on this object fails by injection between the foretold calls.
+    // Whether a call of this name on this object fails by injection between the predicted calls.
     bool IsHit(std::string const& name, std::string const& object) const;
 
     Seen Look(std::string const& path) const;
-    // As Look, but nothing where the call fails by injection.
+    // As Look, but nothing if the call fails by injection.
     Seen LookOrMiss(std::string const& path) const;
     // Opens the lock file for reading and writing, and creates it if it is missing.
     bool OpenLockFile();
-    // None if the document cannot be read.
+    // Empty if the document cannot be read.
     std::optional<std::string> Read(std::string const& path);
-    // Writes a request and moves it into its place. Returns whether that succeeded.
+    // Writes a request and publishes it. Returns whether that succeeded.
     bool Publish(std::string const& request);
     void Sleep(unsigned int milliseconds);
     void Pass(std::string const& call, unsigned long long microseconds);

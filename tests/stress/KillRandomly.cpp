@@ -1,9 +1,9 @@
-// A tool that is killed from outside at any time, while the agent's behaviour is random. The seed
-// of a test case decides on the agent and on the time; STRESS_CASE=<seed> repeats one.
+// A tool that is killed from outside at a random time, while the agent's behaviour is random. The
+// seed of a test case determines both; STRESS_CASE=<seed> repeats one.
 #include <thread>
 
-#include "tests/stress/Aftermath.h"
-#include "tests/stress/AtOnce.h"
+#include "tests/stress/Invariants.h"
+#include "tests/stress/ParallelCases.h"
 #include "tests/stress/Random.h"
 #include "tests/stress/ToolTest.h"
 
@@ -12,17 +12,17 @@ namespace {
 using namespace Stress;
 using std::chrono::milliseconds;
 
-// What the agent does, when the tool is killed, and what it would have printed in the end.
+// The behaviour of the agent, the time of the kill, and the output of a complete run.
 struct Course {
     AgentScript script;
     std::string output;
     std::chrono::microseconds killedAfter{0};
-    // Nothing more is answered.
+    // No more answers.
     bool isSilent = false;
 };
 
-// One request is answered well in the end, in one of several ways. A response is only ever behind a
-// request that still stands, so that an older one is never taken for it.
+// One request receives a good answer in one of several ways. A response always follows a request
+// that is pending, so an older one is never read for it.
 AgentScript& AnswerSomehow(AgentScript& script, Random& random, std::string const& answer) {
     auto const pause = milliseconds(random.Below(2500));
     script.AwaitRequest();
@@ -42,7 +42,7 @@ AgentScript& AnswerSomehow(AgentScript& script, Random& random, std::string cons
     }
 }
 
-// False if this request and all after it are left alone.
+// False if this request and all later ones are ignored.
 bool IsAnswered(Course& course, Random& random, std::string const& answer) {
     course.isSilent = course.isSilent || random.Below(24) == 0;
     if (!course.isSilent)
@@ -50,7 +50,7 @@ bool IsAnswered(Course& course, Random& random, std::string const& answer) {
     return !course.isSilent;
 }
 
-// Whole rows, so many.
+// Complete rows.
 void FinishWithRows(Course& course, Random& random, size_t number) {
     std::string rows;
     std::string lines = PrintedCount(number);
@@ -84,8 +84,8 @@ void Poll(Course& course, Random& random) {
         FinishWithRows(course, random, random.Below(4));
 }
 
-// The tool works for some milliseconds at its start and behind each second of sleep: two thirds of
-// the times are such moments.
+// The tool works for some milliseconds at its start and after each second of sleep. Two thirds of
+// the kills are at these times.
 std::chrono::microseconds SomeTime(Random& random) {
     auto const microseconds = [&](size_t limit) {
         return std::chrono::microseconds(random.Below(limit));
@@ -113,7 +113,7 @@ Course CourseOf(size_t seed) {
     return course;
 }
 
-// Returns how the tool ended, and what of it stayed.
+// Returns the exit status of the tool, and the remaining files.
 std::string KillSomeTime(size_t seed) {
     Course const course = CourseOf(seed);
     ScriptedAgent agent(course.script);
@@ -141,7 +141,7 @@ std::string KillSomeTime(size_t seed) {
 
 void KillRandomly(size_t firstSeed, size_t number) {
     auto const seeds = TestCases(firstSeed, number);
-    auto const ends = RunAtOnce("seed", seeds, KillSomeTime);
+    auto const ends = RunInParallel("seed", seeds, KillSomeTime);
     CountTestCases(seeds.size());
     for (char const* const word : {"killed", "request", "temporary"})
         testing::Test::RecordProperty(
@@ -150,14 +150,14 @@ void KillRandomly(size_t firstSeed, size_t number) {
             })));
 }
 
-constexpr size_t atOnce = 64;
+constexpr size_t maxParallel = 64;
 
 class FullKillRandomly : public testing::TestWithParam<size_t> {};
 
-TEST_P(FullKillRandomly, AtAnyTime) { KillRandomly(GetParam(), atOnce); }
+TEST_P(FullKillRandomly, AtAnyTime) { KillRandomly(GetParam(), maxParallel); }
 
 INSTANTIATE_TEST_SUITE_P(FullSeeds, FullKillRandomly,
-                         testing::Range<size_t>(0, 32 * atOnce, atOnce),
+                         testing::Range<size_t>(0, 32 * maxParallel, maxParallel),
                          [](auto const& test) { return "From" + std::to_string(test.param); });
 
 TEST(QuickKillRandomly, AtAnyTime) { KillRandomly(1'000'000, 3); }

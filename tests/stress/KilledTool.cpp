@@ -25,13 +25,13 @@ using Stress::Trace;
 struct KnownCall {
     long number;
     char const* name;
-    // Which argument is a path; -1 for none.
+    // The index of the argument that is a path; -1 if there is none.
     int path;
 };
 
 #define CC_CALL(name, path) \
     { SYS_##name, #name, path }
-// The calls that say something of the exchange.
+// The calls that concern the exchange.
 constexpr KnownCall knownCalls[] = {CC_CALL(access, 0),
                                     CC_CALL(brk, -1),
                                     CC_CALL(fchmod, -1),
@@ -72,7 +72,7 @@ constexpr KnownCall knownCalls[] = {CC_CALL(access, 0),
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-// The text at an address of the tool, up to its zero byte, or as far as it can be read.
+// The text at an address of the tool, up to its NUL byte, or as far as it can be read.
 std::string TextAt(pid_t tool, unsigned long long address) {
     std::string text;
     for (;; address += sizeof(long)) {
@@ -103,8 +103,7 @@ SystemCall MakeCall(pid_t tool, __ptrace_syscall_info const& info) {
 constexpr int callStop = SIGTRAP | 0x80;
 constexpr int ended = 0;
 
-// Waits until the tool stops. Returns the signal of the stop, or that the tool has ended; its end
-// is left for its owner to reap.
+// Waits until the tool stops. Returns the signal, or that the tool has ended; the caller reaps it.
 int AwaitStop(pid_t tool) {
     siginfo_t info{};
     while (waitid(P_PID, static_cast<id_t>(tool), &info, WEXITED | WSTOPPED | WNOWAIT) != 0)
@@ -121,7 +120,7 @@ public:
     Tracer(pid_t theTool, KillCondition const& theCondition, FaultCondition const& theErrorOf)
         : tool(theTool), condition(theCondition), errorOf(theErrorOf) {}
 
-    // From the stop behind execve to the end.
+    // From the stop after execve to the end.
     void Run() {
         AwaitStop(tool);
         if (ptrace(PTRACE_SETOPTIONS, tool, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL))
@@ -184,11 +183,11 @@ private:
     pid_t const tool;
     KillCondition const& condition;
     FaultCondition const& errorOf;
-    // Of the call that is being made.
+    // Of the current call.
     int error = 0;
 };
 
-// The environment of the test, but no leak checker. Of two entries the first counts.
+// The environment of the test without the leak checker. Of two entries the first one counts.
 std::vector<std::string> EnvironmentUnderTrace() {
     char const* const options = std::getenv("ASAN_OPTIONS");
     std::vector<std::string> all = {"ASAN_OPTIONS=" + std::string(options ? options : "") +

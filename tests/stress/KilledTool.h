@@ -1,10 +1,9 @@
-// The real tool, killed at the entry of one of its system calls.
+// Runs the real tool under ptrace, and kills it at the entry of one of its system calls.
 //
-// It runs under ptrace. Where a condition says so, SIGKILL is sent at the entry of a call; a
-// process that is killed there leaves the call undone. A loop over the number of the call therefore
-// covers every point at which the file system can see the tool die.
+// SIGKILL is sent at the entry of a call, so that call is not made. A loop over the number of the
+// call therefore covers every point at which the file system can observe the death of the tool.
 //
-// REQUIRES: a sandbox. Leaks are not looked for: LeakSanitizer is a tracer itself.
+// REQUIRES: a sandbox. The leak checker is off, because LeakSanitizer is a tracer itself.
 #pragma once
 
 #include <cstddef>
@@ -18,44 +17,44 @@
 namespace Stress {
 
 struct SystemCall {
-    // As its manual page has it; "call999" for one without a name here.
+    // As in its manual page; "call999" for a call without a name here.
     std::string name;
-    // The path that it is given, or the first of two; empty if it takes none.
+    // Its path argument, or the first of two; empty if it has none.
     std::string path;
-    // False for one that failed, and for one that was not made since the tool was killed.
+    // False if it failed, or was not made because the tool was killed.
     bool succeeded = false;
-    // The first argument, which is the descriptor of `write`, `fsync` and `close`.
+    // The first argument, which is the file descriptor of `write`, `fsync` and `close`.
     unsigned long long argument = 0;
-    // What it returned, which is the descriptor of `openat`. Set if it succeeded.
+    // The return value, which is the file descriptor of `openat`. Set if the call succeeded.
     long long result = 0;
 };
 
-// The calls of a run, from the first one behind the execve of the tool.
+// The calls of a run, from the first one after the execve of the tool.
 using Trace = std::vector<SystemCall>;
 
-// The calls as "rename#2", the second call of that name.
+// The calls as "rename#2": the second call of that name.
 std::vector<std::string> NamesOf(Trace const& trace);
 
-// Asked at the entry of each call, which is the last one of the trace.
+// Called at the entry of each call, which is the last one of the trace.
 using KillCondition = std::function<bool(Trace const&)>;
 
-// At the call of this number, from 1.
+// At the call with this number, from 1.
 KillCondition AtCall(std::size_t number);
 
-// A call by what it is about, which is the same for any compiler and under a sanitizer.
+// A call by its subject, which is the same for any compiler and with a sanitizer.
 struct Place {
     std::string name;
     // The end of its path.
     std::string path;
-    // Which one of these.
+    // Its occurrence, from 1.
     std::size_t occurrence = 1;
-    // So many calls behind it.
+    // The number of calls after it.
     std::size_t later = 0;
 };
 KillCondition AtPlace(Place const& place);
 
 struct KilledRun {
-    // If it was killed, the last call was not made.
+    // If the tool was killed, the last call was not made.
     Trace trace;
     bool wasKilled = false;
     ExitStatus status;
@@ -63,17 +62,17 @@ struct KilledRun {
     std::string errors;
 };
 
-// Asked at the entry of each call, which is the last one of the trace. Returns the error number
+// Called at the entry of each call, which is the last one of the trace. Returns the error number
 // that the call fails with, or 0.
 using FaultCondition = std::function<int(Trace const&)>;
 
-// Runs the tool to its end, or to its death. There is no limit of time but that of the machine.
+// Runs the tool until it ends or is killed. The only timeout is that of the sandbox.
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition);
-// The same for any program, whose path is the first argument. A condition that only returns false
+// The same for any program, whose path is the first argument. A condition that always returns false
 // can change files between two system calls of the program.
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition);
-// Runs a program, whose path is the first argument, to its end. A call that fails is not made: the
-// kernel gets the number of no call. That works for a program that is linked statically, too.
+// Runs a program to its end. The first argument is its path. A call that fails is not made: its
+// number is replaced by an invalid one. This also works for a static program.
 KilledRun RunProgramWithFaults(Arguments const& command, FaultCondition const& errorOf);
 
 } // namespace Stress

@@ -1,4 +1,4 @@
-// That the tool dies where it is said, and that the points have the right names.
+// The tool is killed at the specified call, and the calls have the right names.
 #include "tests/stress/KilledTool.h"
 
 #include "tests/stress/ToolTest.h"
@@ -7,7 +7,7 @@ namespace {
 
 using namespace Stress;
 
-TEST(QuickKilledTool, PlacesAreFoundByPathOccurrenceAndDistance) {
+TEST(QuickKilledTool, FindsCallsByPathOccurrenceAndDistance) {
     Trace const trace{{"open", "/a/x", true}, {"read", "", true}, {"open", "/b/x", true}};
     EXPECT_EQ(std::vector<std::string>({"open#1", "read#1", "open#2"}), NamesOf(trace));
     for (Place const& place : {Place{"open", "/x", 2}, {"open", "b/x"}, {"open", "/x", 1, 2}})
@@ -16,8 +16,8 @@ TEST(QuickKilledTool, PlacesAreFoundByPathOccurrenceAndDistance) {
         EXPECT_FALSE(AtPlace(place)(trace)) << place.path << place.later;
 }
 
-// Without an agent: the lock, one look, and -1.
-TEST(QuickKilledTool, CallAtWhoseEntryItIsKilledIsNotMade) {
+// Without an agent: the lock, one check, and -1.
+TEST(QuickKilledTool, CallIsNotMadeIfKilledAtItsEntry) {
     Sandbox::RunWithDirectories([] {
         auto const runUntil = [](KillCondition const& condition) {
             return RunAndKill({"-c", "url", "doc"}, condition);
@@ -46,8 +46,8 @@ TEST(QuickKilledTool, CallAtWhoseEntryItIsKilledIsNotMade) {
     CountTestCases(6);
 }
 
-#ifndef CC_ADDRESS_SANITIZER // Its runtime opens files, too.
-TEST(QuickKilledTool, CallThatFailsIsNotMadeAndHasTheError) {
+#ifndef CC_ADDRESS_SANITIZER // Its runtime also opens files.
+TEST(QuickKilledTool, FailingCallIsNotMadeAndSetsErrno) {
     Sandbox::RunWithDirectories([] {
         KilledRun const run =
             RunProgramWithFaults({CC_TOOL_PROGRAM, "-c", "url", "doc"}, [](Trace const& trace) {

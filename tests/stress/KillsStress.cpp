@@ -1,12 +1,12 @@
-// A tool that is killed at any of its system calls leaves the exchange as the next one needs it.
+// A tool that is killed at any system call leaves a state in which the next evaluation works.
 #include <iterator>
 #include <ostream>
 #include <set>
 #include <sstream>
 
-#include "tests/stress/Aftermath.h"
-#include "tests/stress/AtOnce.h"
+#include "tests/stress/Invariants.h"
 #include "tests/stress/KilledTool.h"
+#include "tests/stress/ParallelCases.h"
 #include "tests/stress/ToolTest.h"
 
 namespace {
@@ -16,13 +16,13 @@ using namespace Stress;
 // More calls than any run makes.
 constexpr size_t never = 100'000;
 
-// An agent, and what it makes of the first so many requests, also if the tool is dead by then.
+// An agent that serves a number of requests, even if the tool is dead.
 struct Scenario {
     char const* name;
     AgentScript script;
     std::string output;
-    // By the number of requests it has seen: how many of its steps it gets done, and whether there
-    // is a request when it has.
+    // The number of requests it has seen determines how many steps it completes, and whether there
+    // is a request at the end.
     std::vector<size_t> steps;
     std::vector<bool> requestStays;
     bool agentRuns = true;
@@ -30,14 +30,14 @@ struct Scenario {
 
 void PrintTo(Scenario const& scenario, std::ostream* out) { *out << scenario.name; }
 
-// The result is long, so that it is printed by more than one call.
+// The result is long, so more than one call prints it.
 RowTexts LongerRow() {
     RowTexts row = shortRow;
     row[4] = std::string(9000, 'x');
     return row;
 }
 
-// Open, two polls and close, all answered at once.
+// Open, two polls and Close, all answered immediately.
 Scenario const answered = {"Answered",
                            AgentScript()
                                .Answer(OpenAnswer())
@@ -48,16 +48,16 @@ Scenario const answered = {"Answered",
                            {0, 3, 6, 9, 12},
                            {false, false, false, false, false}};
 
-// The agent runs, and never takes the Open request. There is an answer from earlier times.
+// The agent runs, and never takes the Open request. There is an old response.
 Scenario const neverTaken = {
     "NeverTaken", AgentScript().Respond(CloseAnswer()), OpenError(-3), {1, 1}, {false, true}};
 
-// The agent is there, and does not run.
+// The agent is installed and does not run.
 Scenario const notRunning = {
     "NotRunning", AgentScript().Respond(CloseAnswer()), OpenError(-2), {1}, {false}, false};
 
-// The agent answers the Open request and sees no other. The Progress request is not taken in its
-// ten seconds, and then the Close request replaces it: removes it, and moves into its place.
+// The agent answers only the Open request. The Progress request is not taken in its ten seconds,
+// and then the Close request replaces it by removal and rename.
 Scenario const pollReplacedByClose = {
     "PollReplacedByClose",
     AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest(),
@@ -65,7 +65,7 @@ Scenario const pollReplacedByClose = {
     {0, 3, 4, 5},
     {false, false, true, true}};
 
-// The agent puts a request back in the second of sleep behind a poll, and the next Progress request
+// The agent puts a request back during the sleep after a poll, and the next Progress request
 // replaces it.
 Scenario const putBackReplacedByPoll = {"PutBackReplacedByPoll",
                                         AgentScript()
@@ -89,7 +89,7 @@ bool Publishes(SystemCall const& call) {
 bool Removes(SystemCall const& call) { return IsDone(call, "unlink", ScriptedAgent::request); }
 bool Opens(SystemCall const& call) { return IsDone(call, "openat", ScriptedAgent::requestTemp); }
 
-// Whether the last that the tool did of these two was the first one.
+// Whether the last of these two actions of the tool was the first one.
 bool WasLast(Trace const& trace, bool (*first)(SystemCall const&),
              bool (*second)(SystemCall const&)) {
     for (auto call = trace.rbegin(); call != trace.rend(); ++call)
@@ -98,8 +98,8 @@ bool WasLast(Trace const& trace, bool (*first)(SystemCall const&),
     return false;
 }
 
-// Counts the requests that were published with everything that was written to them on disk, by an
-// fsync of the same file descriptor. The others are failures.
+// Counts the published requests whose bytes were all flushed to disk by an fsync of the same file
+// descriptor. Fails for the others.
 size_t CountFlushedRequests(Trace const& trace) {
     long long descriptor = -1;
     bool isOnDisk = false;
@@ -121,14 +121,14 @@ size_t CountFlushedRequests(Trace const& trace) {
     return published;
 }
 
-// Which documents there are follows from what the tool had done by then.
+// The remaining documents follow from the completed calls of the tool.
 void ExpectDocumentsOf(Trace const& trace, bool requestStays) {
     bool const removed = WasLast(trace, Removes, Publishes);
     bool const unpublished = WasLast(trace, Opens, Publishes);
     std::string const found = Requests();
     EXPECT_EQ(requestStays && !removed, found.find("request.xml ") != std::string::npos) << found;
     EXPECT_EQ(unpublished, found.find("requestTemp.xml ") != std::string::npos) << found;
-    // Between the two halves of a replacement all of the new request is there.
+    // Between the two steps of a replacement the new request is complete.
     if (removed && unpublished && !WasLast(trace, Opens, Removes)) {
         std::string const temporary = ReadBytes(ScriptedAgent::requestTemp);
         EXPECT_TRUE(temporary == closeRequest || temporary == progressRequest) << temporary;
@@ -149,8 +149,8 @@ void Prepare(Scenario const& scenario, ScriptedAgent& agent) {
         agent.Stop();
 }
 
-// Runs the scenario up to the point and checks what is left. Returns the name of the point, or
-// nothing but a blank if the tool came to its end before it.
+// Runs the scenario up to the point and checks the invariants. Returns the name of the point, or a
+// space if the tool ended first.
 std::string KillAt(Scenario const& scenario, KillCondition const& condition) {
     ScriptedAgent agent(scenario.script);
     Prepare(scenario, agent);
@@ -177,7 +177,7 @@ std::string KillAt(Scenario const& scenario, KillCondition const& condition) {
     return run.wasKilled ? NamesOf(run.trace).back() : " ";
 }
 
-// The points of a run that nobody disturbs.
+// The points of a run without kills.
 std::set<std::string> RecordPoints(Scenario const& scenario) {
     auto const record = [&](size_t) {
         ScriptedAgent agent(scenario.script);
@@ -189,22 +189,22 @@ std::set<std::string> RecordPoints(Scenario const& scenario) {
             text += name + ' ';
         return text;
     };
-    std::istringstream words(RunAtOnce(scenario.name, {0}, record)[0]);
+    std::istringstream words(RunInParallel(scenario.name, {0}, record)[0]);
     return {std::istream_iterator<std::string>(words), {}};
 }
 
 class FullKills : public testing::TestWithParam<Scenario> {};
 
-// The run that makes fewer calls ends the loop, so no point is left out. That each point of a
-// recorded run was hit is shown beside it.
+// The run that makes fewer calls ends the loop, so no point is omitted. The test also verifies that
+// each point of a recorded run was reached.
 TEST_P(FullKills, AtEveryCall) {
-    constexpr size_t atOnce = 64;
+    constexpr size_t maxParallel = 64;
     Scenario const& scenario = GetParam();
     auto const kill = [&](size_t number) {
         return KillAt(scenario, AtCall(number));
     };
     if (IsOneCaseSelected()) {
-        RunAtOnce("call", TestCases(1, never), kill);
+        RunInParallel("call", TestCases(1, never), kill);
         return;
     }
     auto const recorded = RecordPoints(scenario);
@@ -212,8 +212,8 @@ TEST_P(FullKills, AtEveryCall) {
         return;
     std::set<std::string> hit;
     size_t testCases = 0;
-    for (bool isThrough = false; !isThrough && !HasFailure(); testCases += atOnce) {
-        auto const names = RunAtOnce("call", TestCases(testCases + 1, atOnce), kill);
+    for (bool isThrough = false; !isThrough && !HasFailure(); testCases += maxParallel) {
+        auto const names = RunInParallel("call", TestCases(testCases + 1, maxParallel), kill);
         hit.insert(names.begin(), names.end());
         isThrough = hit.contains(" ");
     }
@@ -228,9 +228,9 @@ INSTANTIATE_TEST_SUITE_P(FullKills, FullKills,
                                          putBackReplacedByPoll),
                          [](auto const& test) { return test.param.name; });
 
-// The points between which the state on disk changes, all at once.
+// The points between which the state on disk changes, in parallel.
 void KillAtPlaces(Scenario const& scenario, std::vector<Place> const& places) {
-    auto const names = RunAtOnce("place", TestCases(0, places.size()), [&](size_t number) {
+    auto const names = RunInParallel("place", TestCases(0, places.size()), [&](size_t number) {
         return KillAt(scenario, AtPlace(places[number]));
     });
     if (testing::Test::IsSkipped())
@@ -247,7 +247,7 @@ SANDBOX_TEST(QuickKills, RequestIsFlushedToDiskBeforeItIsPublished) {
     EXPECT_EQ(4u, CountFlushedRequests(RunAndKill({"-c", "url", "doc"}, AtCall(never)).trace));
 }
 
-TEST(QuickKills, AtTellingPointsOfAnEvaluation) {
+TEST(QuickKills, AtCallsThatChangeTheStateOnDisk) {
     KillAtPlaces(answered, {{"openat", "/lockfile"},
                             {"openat", "/lockfile", 1, 2},
                             {"openat", "/requestTemp.xml"},
@@ -259,12 +259,12 @@ TEST(QuickKills, AtTellingPointsOfAnEvaluation) {
                             {"exit_group", ""}});
 }
 
-TEST(QuickKills, BetweenTheHalvesOfAReplacement) {
+TEST(QuickKills, BetweenTheStepsOfAReplacement) {
     KillAtPlaces(pollReplacedByClose,
                  {{"unlink", "/request.xml"}, {"rename", "/requestTemp.xml", 3}});
 }
 
-TEST(QuickKills, WithTheRequestNeverTaken) {
+TEST(QuickKills, WhenTheRequestIsNeverTaken) {
     KillAtPlaces(neverTaken, {{"rename", "/requestTemp.xml"}, {"clock_nanosleep", ""}});
 }
 

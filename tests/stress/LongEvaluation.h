@@ -17,8 +17,7 @@ inline std::string FinishedAnswer() {
     return ProgressAnswer("1", "0", "100", Row(longRow) + Row(longRow));
 }
 
-// An agent that answers each request by its type: every second progress request, from the first
-// one on, with 40 %, and the others with two rows.
+// An agent that answers each request by its type. Progress requests get 40 % and two rows in turn.
 inline AgentScript ServingAgent() {
     return AgentScript().Serve(OpenAnswer(), {ProgressAnswer("3", "0", "40"), FinishedAnswer()},
                                CloseAnswer());

@@ -13,7 +13,7 @@
 
 namespace {
 
-// More than any operation here asks for: an operation that always needs one more would not end.
+// More than any operation here needs. Detects an operation that does not terminate.
 constexpr std::size_t maxAllocations = 20'000;
 constexpr std::size_t none = ~std::size_t{0};
 
@@ -40,7 +40,7 @@ std::string Describe(std::exception_ptr const& thrown) {
     }
 }
 
-// The number that the next descriptor would get.
+// The number that the next file descriptor would get.
 int NextDescriptor() {
     int const next = dup(STDERR_FILENO);
     close(next);
@@ -70,34 +70,34 @@ Operation::Outcome Operation::Run(void* object, std::size_t n,
 
 void Operation::RunUndisturbed() const {
     std::shared_ptr<void> const object = makeObject();
-    calmThrown = Run(object.get(), none, FailingAllocation::Once).thrown;
-    calmView = viewOf(object.get());
+    usualThrown = Run(object.get(), none, FailingAllocation::Once).thrown;
+    usualView = viewOf(object.get());
 }
 
 void Operation::CheckSecondTry(void* object) const {
-    EXPECT_EQ(calmThrown, Run(object, none, FailingAllocation::Once).thrown);
-    EXPECT_EQ(calmView, viewOf(object));
+    EXPECT_EQ(usualThrown, Run(object, none, FailingAllocation::Once).thrown);
+    EXPECT_EQ(usualView, viewOf(object));
 }
 
 void Operation::CheckThrown(std::string const& thrown) const {
     bool const isStated =
-        (thrown == badAlloc && stated.tellsOfMemory) || thrown == calmThrown ||
+        (thrown == badAlloc && stated.throwsBadAlloc) || thrown == usualThrown ||
         std::any_of(stated.outcomes.begin(), stated.outcomes.end(), [&](std::string const& other) {
             return other.empty() ? thrown.empty() : thrown.starts_with(other);
         });
     EXPECT_TRUE(isStated) << "threw " << (thrown.empty() ? "nothing" : thrown);
 }
 
-// What has come to the same end as ever must have done the same as ever, unless it may also end so
-// without having done it.
+// If the result is the expected one, the state must be the expected one too, unless the operation
+// may also return without an effect.
 void Operation::CheckView(std::string const& before, std::string const& thrown,
                           std::string const& view) const {
     bool const mayDoNothing =
         std::find(stated.outcomes.begin(), stated.outcomes.end(), "") != stated.outcomes.end();
-    if (thrown == calmThrown && !mayDoNothing) {
-        EXPECT_EQ(calmView, view);
+    if (thrown == usualThrown && !mayDoNothing) {
+        EXPECT_EQ(usualView, view);
     } else if (stated.state == Stated::Unchanged) {
-        EXPECT_TRUE(view == before || view == calmView) << "was " << before << "\nand is " << view;
+        EXPECT_TRUE(view == before || view == usualView) << "was " << before << "\nand is " << view;
     } else if (stated.state == Stated::Shown) {
         EXPECT_EQ(stated.shown, view);
     } else if (stated.state == Stated::Lost) {
@@ -110,8 +110,8 @@ bool Operation::Fail(std::size_t n, FailingAllocation::Extent extent) const {
     std::string const before = viewOf(object.get());
     Outcome const outcome = Run(object.get(), n, extent);
     if (!outcome.failed) {
-        EXPECT_EQ(calmThrown, outcome.thrown);
-        EXPECT_EQ(calmView, viewOf(object.get()));
+        EXPECT_EQ(usualThrown, outcome.thrown);
+        EXPECT_EQ(usualView, viewOf(object.get()));
         return false;
     }
     CheckThrown(outcome.thrown);
@@ -134,12 +134,12 @@ FailEachAllocation(std::string const& name,
         for (bool failed = true; failed && !testing::Test::HasFailure(); n += failed) {
             SCOPED_TRACE(
                 name + ", allocation " + std::to_string(n) +
-                (extent == FailingAllocation::Once ? " fails" : " and all behind it fail"));
+                (extent == FailingAllocation::Once ? " fails" : " and all later ones fail"));
             int const descriptor = NextDescriptor();
             AllocationCounter const counter;
             failed = fail(n, extent);
-            EXPECT_EQ(0, counter.Held()) << "blocks are lost, or were released twice";
-            EXPECT_EQ(descriptor, NextDescriptor()) << "a descriptor is lost";
+            EXPECT_EQ(0, counter.Held()) << "blocks leaked, or were released twice";
+            EXPECT_EQ(descriptor, NextDescriptor()) << "a file descriptor leaked";
             EXPECT_LT(n, maxAllocations) << "does not end";
         }
         failures += n - 1;
@@ -170,7 +170,7 @@ std::size_t FailEachOf(std::string const& folder, Operations const& operations) 
     return failures;
 }
 
-void TestOnEmptyMachine(std::function<std::size_t()> const& body) {
+void TestInSandbox(std::function<std::size_t()> const& body) {
     CountTestCasesInSandbox({.emptyPlaces = {"/tmp"}}, body);
 }
 

@@ -1,4 +1,4 @@
-// Operations of the product, each tried with every one of its allocations failing.
+// Operations of the product, repeated with each of their allocations failing.
 #pragma once
 
 #include <cstddef>
@@ -16,25 +16,25 @@
 
 namespace Stress {
 
-// What a header states of an object when memory was missing for an operation on it.
+// The documented state of an object after an operation on it ran out of memory.
 struct Stated {
-    // The object is as it was, is as `shown` tells, or has any value, and the operation succeeds on
-    // it then; or it is as it was or as `shown` tells, and is given a value before all else; or it
-    // may be ended only.
+    // Unchanged: as before. Shown: `shown`. AnyValue: unspecified, but the operation can be
+    // repeated. Lost: as before or `shown`; it must be assigned before it is used. Abandoned: it
+    // can only be destroyed.
     enum State { Unchanged, Shown, AnyValue, Lost, Abandoned };
 
     State state = Unchanged;
     std::string shown = {};
-    // Beside std::bad_alloc, and what comes when nothing is missing: other exceptions (by the start
-    // of their names), or "" for an ordinary return.
+    // Outcomes other than std::bad_alloc and the expected one: exceptions, by the start of their
+    // names, or "" for a normal return.
     std::vector<std::string> outcomes = {};
-    // Whether std::bad_alloc may come out of it.
-    bool tellsOfMemory = true;
+    // Whether it may throw std::bad_alloc.
+    bool throwsBadAlloc = true;
 };
 
-// Lets the first, the second ... allocation fail, once and from then on, until `fail` requests
-// fewer. `fail` returns whether one has failed; it must leave no block and no descriptor behind.
-// Returns how many failed.
+// Fails the first, the second ... allocation, once and together with all later ones, until `fail`
+// makes fewer. `fail` returns whether an allocation failed. It must not leak a block or a file
+// descriptor. Returns the number of failed allocations.
 std::size_t
 FailEachAllocation(std::string const& name,
                    std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail);
@@ -55,7 +55,7 @@ struct AsText {
     std::string operator()(std::exception const& error) const { return error.what(); }
 };
 
-// The texts of the items, each with a "|" after it.
+// The texts of the items, each followed by "|".
 template <class Items, class Text>
 std::string JoinTexts(Items const& items, Text const& text) {
     std::string all;
@@ -64,24 +64,24 @@ std::string JoinTexts(Items const& items, Text const& text) {
     return all;
 }
 
-// An operation under its name, on an object that is made anew for each trial.
+// A named operation on an object that is constructed for each run.
 class Operation {
 public:
-    // `act(object)` is what is tried; `view(object)` shows all that can be seen of the object.
+    // `act(object)` is the tested operation; `view(object)` returns the visible state as text.
     template <class Make, class Act, class View>
     Operation(std::string itsName, Make make, Act act, View view, Stated whatIsStated = {})
         : name(std::move(itsName)), stated(std::move(whatIsStated)) {
         Bind<decltype(make())>(make, act, view);
     }
 
-    // One that returns a value, which `show` makes a text of.
+    // An operation that returns a value, which `show` converts to text.
     template <class Evaluate, class Show = AsText>
     static Operation Giving(std::string name, Evaluate evaluate, Show show = {},
                             Stated stated = {}) {
         return GivingOf<decltype(evaluate())>(std::move(name), evaluate, show, std::move(stated));
     }
 
-    // The same, and the constructor, as functions of a name and what is tried.
+    // Factories of the same, for operations that share the other arguments.
     template <class Show>
     static auto Giver(Show show, Stated whatIsStated = {}) {
         return [show, whatIsStated](std::string const& itsName, auto evaluate) {
@@ -95,19 +95,19 @@ public:
         };
     }
 
-    // One that returns nothing and changes nothing.
+    // An operation that returns nothing and changes nothing.
     static Operation Doing(std::string name, std::function<void()> const& act, Stated stated = {}) {
         return Operation(
             std::move(name), [] { return 0; }, [act](int) { act(); }, [](int) { return ""; },
             std::move(stated));
     }
 
-    // Lets each allocation fail, once and from then on. Returns how many of them failed.
+    // Fails each allocation, once and together with all later ones. Returns the number of failures.
     std::size_t FailEach() const;
 
 private:
-    // Instantiated once for each type of object. There are hundreds of operations, and each has
-    // functions of its own, which would be instantiated with all of this.
+    // Instantiated once for each type of object. Hundreds of operations have their own functions,
+    // which would otherwise instantiate all of this.
     template <class Object>
     void Bind(std::function<Object()> make, std::function<void(Object&)> act,
               std::function<std::string(Object&)> view) {
@@ -137,7 +137,7 @@ private:
 
     struct Outcome {
         bool failed = false;
-        // What was thrown, with its words; empty for nothing.
+        // The exception with its message; empty if there was none.
         std::string thrown;
     };
 
@@ -154,19 +154,19 @@ private:
     std::function<std::shared_ptr<void>()> makeObject;
     std::function<void(void*)> actOn;
     std::function<std::string(void*)> viewOf;
-    // What an undisturbed run gives.
-    mutable std::string calmThrown;
-    mutable std::string calmView;
+    // The result of a run without failures.
+    mutable std::string usualThrown;
+    mutable std::string usualView;
 };
 
 using Operations = std::vector<Operation>;
 
 Operations Join(std::vector<Operations> const& parts);
 
-// Lets each allocation of each operation fail. Prints and returns how many failed.
+// Fails each allocation of each operation. Prints and returns the number of failures.
 std::size_t FailEachOf(std::string const& folder, Operations const& operations);
-// Runs a body that returns how many allocations failed, in a sandbox with the agent's directories
-// and an empty "/tmp".
-void TestOnEmptyMachine(std::function<std::size_t()> const& body);
+// Runs a body that returns the number of failed allocations, in a sandbox with the agent's
+// directories and an empty "/tmp".
+void TestInSandbox(std::function<std::size_t()> const& body);
 
 } // namespace Stress

@@ -1,18 +1,22 @@
-// For LD_PRELOAD: records the system calls of a program, lets some fail, and plays an agent in
-// simulated time. PreloadedProgram.h runs programs with it.
+// For LD_PRELOAD: records the system calls of a program, fails some of them, and plays an agent on
+// a simulated clock. PreloadedProgram.h runs programs with it.
 //
-//   FAILING_CALLS  faults, each "NAME ERROR NUMBER once;" or "NAME ERROR NUMBER lasting;": the
-//                  NUMBER-th call of that name (from 1) fails, and all later ones if lasting
-//   CUT_WRITES     "OPENING OFFSET ERROR": of the OPENING-th file that is opened with O_TRUNC, a
-//                  write across the offset is short, and one at the offset fails if ERROR is not 0
-//   CALLS_LOG      the file for the calls, one a line: name, arguments, object and error number,
-//                  separated by tabs
-//   MAX_CALLS      the program exits with this many calls
-//   AGENT_SCRIPT   the file of the agent's script
-//   AGENT_RECORD   the file of its record
-//   AGENT_ACTS     "always", or the agent acts only in sleeps of whole seconds
+// FAILING_CALLS: "NAME ERROR NUMBER once;" or "NAME ERROR NUMBER lasting;", repeated. The NUMBER-th
+// call of that name (from 1) fails, and all later ones if lasting.
 //
-// No sleep takes any time. The library is built without sanitizers, because it is initialized
+// CUT_WRITES: "OPENING OFFSET ERROR". Of the OPENING-th file that is opened with O_TRUNC, a write
+// across the offset is short, and one at the offset fails if ERROR is not 0.
+//
+// CALLS_LOG: the file for the calls, one a line: name, arguments, object and error number,
+// separated by tabs.
+//
+// MAX_CALLS: the program exits at this number of calls.
+//
+// AGENT_SCRIPT, AGENT_RECORD: the files of the agent's script and record.
+//
+// AGENT_ACTS: "always", or the agent acts only in sleeps of whole seconds.
+//
+// Sleeps return immediately. The library is built without sanitizers, because it is initialized
 // before their runtime.
 #include <cerrno>
 #include <cstdio>
@@ -92,7 +96,7 @@ private:
     std::string object;
 };
 
-// A file descriptor above those that the program gets.
+// A file descriptor above those of the program.
 int OpenRecord(std::string const& path) {
     if (path.empty())
         return -1;
@@ -173,7 +177,7 @@ int Ask(char const* name, std::string const& path) {
 
 } // namespace
 
-// These two are only here: the tests of the file layer do not want them in their logs.
+// These two are only here, because the tests of the file layer do not record them.
 extern "C" {
 
 DIR* opendir(char const* path) {

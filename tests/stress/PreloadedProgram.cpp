@@ -23,7 +23,7 @@ std::string FaultsText(std::vector<Fault> const& faults) {
     return text;
 }
 
-// Programs of other users write there, too.
+// Programs of other users write to the same directory.
 void MakeDirectory() {
     fs::path const directory = fs::path(agentScript).parent_path();
     fs::create_directory(directory);
@@ -73,7 +73,7 @@ ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions opt
     MakeDirectory();
     options.environment = {
         "LD_PRELOAD=" CC_FAILING_CALLS,
-        // The order is intended.
+        // Deliberate: this library is loaded before the runtime of a sanitizer.
         "ASAN_OPTIONS=verify_asan_link_order=0", "FAILING_CALLS=" + FaultsText(preloading.faults),
         "CUT_WRITES=" + preloading.cutWrites, "MAX_CALLS=" + std::to_string(preloading.maxCalls),
         std::string("CALLS_LOG=") + callsLog,

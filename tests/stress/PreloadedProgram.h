@@ -1,6 +1,6 @@
-// Programs that run with Preload.cpp between them and the system, beside an agent that it plays.
+// Runs programs with the preloaded library of Preload.cpp, beside an agent that it plays.
 //
-// For the body of a sandbox.
+// REQUIRES: the body of a sandbox.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
 
-// A call that fails; see Preload.cpp.
+// An injected failure; see Preload.cpp.
 struct Fault {
     std::string call;
     int error = 0;
@@ -24,7 +24,7 @@ struct Preloading {
     std::vector<Fault> faults = {};
     std::string cutWrites = {};
     bool withAgent = true;
-    // The program exits with this many calls; 0 means no limit.
+    // The program exits at this number of calls; 0 means no limit.
     std::size_t maxCalls = 0;
     bool actsAlways = false;
 };
@@ -33,14 +33,14 @@ struct Preloading {
 // with Preload.cpp play.
 class PlayedAgent {
 public:
-    // Answers the first requests with these bytes, and records some more requests.
+    // Answers the first requests with these bytes, and records further requests.
     explicit PlayedAgent(std::vector<std::string> const& answers);
 
     static void WriteScript(std::string const& script);
 
-    // Removes what an evaluation has left, also the lock file.
+    // Removes all files of an evaluation, including the lock file.
     static void Reset();
-    // The requests that it has seen since.
+    // The requests since then.
     static std::vector<std::string> Seen();
     // Its process as /proc names it.
     std::string Process() const { return std::to_string(program.pid()); }
@@ -52,14 +52,14 @@ private:
 // The command line of a usual evaluation by the dynamically linked tool.
 std::vector<std::string> DynamicTool(std::string const& url = "url");
 
-// Runs a program to its end, at most for a minute. With `prepare` as in ProgramOptions.
+// Runs a program to its end, with a timeout of a minute. `prepare` is that of ProgramOptions.
 ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading const& preloading,
                            ProgramOptions options = {});
 
 // As RunPreloaded, but does not wait.
 ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options = {});
 
-// The calls that the last program has made.
+// The calls of the last program.
 std::vector<LoggedCall> LoggedCalls();
 
 // The content of a file, or nothing if there is none.
@@ -67,6 +67,6 @@ std::optional<std::string> ContentOf(std::string const& path);
 
 // The answers of an agent that is in progress once, and then finished with one row.
 std::vector<std::string> UsualAnswers();
-// What the tool prints of that row, and of all of them.
+// The output of the tool for that row, and for a whole evaluation.
 std::string UsualRows();
 std::string UsualOutput();

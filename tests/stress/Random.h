@@ -1,4 +1,4 @@
-// Numbers that a seed decides: the same with every compiler and library.
+// Random numbers from a seed: the same with every compiler and library.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@ class Random {
 public:
     explicit Random(unsigned long long seed) : engine(seed) {}
 
-    // From 0 to the limit less one.
+    // From 0 to `limit` - 1.
     unsigned long long Below(unsigned long long limit) { return engine() % limit; }
     bool Chance(unsigned int percent) { return Below(100) < percent; }
 

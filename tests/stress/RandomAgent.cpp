@@ -9,7 +9,7 @@
 namespace {
 
 constexpr unsigned long long second = 1'000'000;
-// Later it does nothing, so that every evaluation ends.
+// Later it does nothing, so every evaluation terminates.
 constexpr unsigned long long endOfActs = 300 * second;
 
 std::string const request = ScriptedAgent::request;
@@ -25,7 +25,7 @@ RandomAgent::RandomAgent(Random& choices, FileModel& world, ExchangeModel& reade
     LayOut();
 }
 
-// What stands there at first: mostly all that is needed, and something of an earlier evaluation.
+// The entries at the start: mostly all that an evaluation needs, and files of an earlier one.
 void RandomAgent::LayOut() {
     Execute({0, requestDirectory, {Entry::directory}});
     if (!random.Chance(3))
@@ -72,13 +72,13 @@ void RandomAgent::DoWhatIsDue() {
     }
 }
 
-// Never 0: what is planned for now would be too late for this moment.
+// Never 0: acts at the current time are already done.
 unsigned long long RandomAgent::ShortDelay() { return 1 + random.Below(900'000); }
 
 unsigned long long RandomAgent::Delay() {
     if (random.Chance(40))
         return ShortDelay();
-    // Right before a look, at it, and right behind.
+    // Just before a poll, at it, and just after it.
     if (random.Chance(40)) {
         unsigned long long const look = random.Pick({1, 3, 7, 10}) * second;
         return look - 1 + random.Below(3);
@@ -93,16 +93,16 @@ void RandomAgent::React() {
     unsigned long long const first = random.Chance(75) ? ShortDelay() : Delay();
     unsigned long long const later = first + Delay();
     switch (random.Below(20)) {
-    case 0: // Silence.
+    case 0: // No answer.
         return;
-    case 1: // The request is gone before the answer is there.
+    case 1: // The request is removed before the response.
         Plan(first, request, {});
         return Plan(later, response, Answer());
-    case 2: // No answer: the old one counts, if there is one.
+    case 2: // No response: an old one is read, if any.
         return Plan(first, request, {});
-    case 3: // The answer without the acknowledgement.
+    case 3: // The response, but the request remains.
         return Plan(first, response, Answer());
-    case 4: // Something that is no answer, which may be mended.
+    case 4: // Not a response; a good one may replace it.
     case 5:
         Plan(first, response, Garbage());
         Plan(first, request, {});
@@ -114,7 +114,7 @@ void RandomAgent::React() {
         Plan(first, request, {});
         Plan(later, request, random.Chance(70) ? Entry::File("again") : AnyEntry());
         return Plan(later + Delay(), request, {});
-    case 7: // The answer goes away again.
+    case 7: // The response is removed.
         Plan(first, response, {});
         return Plan(first + ShortDelay(), request, {});
     case 8:
@@ -125,12 +125,12 @@ void RandomAgent::React() {
     }
 }
 
-// Something else than an answer, anywhere.
+// Other acts, on any path.
 void RandomAgent::BehaveOddly() {
     for (unsigned long long times = 1 + random.Below(3); times != 0; --times) {
         unsigned long long const delay = Delay();
         switch (random.Below(10)) {
-        case 0: // The whole directory is out of the way for a while.
+        case 0: // The whole directory is missing for a while.
             Plan(delay, requestDirectory, {});
             Plan(delay + Delay(), requestDirectory, {Entry::directory});
             break;

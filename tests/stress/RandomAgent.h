@@ -1,4 +1,4 @@
-// Random scripts of agents, well-behaved and other ones, in simulated time.
+// Random scripts of agents, well-behaved and others, on a simulated clock.
 #pragma once
 
 #include <string>
@@ -9,19 +9,19 @@
 #include "tests/stress/Random.h"
 #include "tests/support/Entries.h"
 
-// Watches the files of the model and changes them. An AgentEngine then does the same to real files.
+// Observes and changes the files of the model. An AgentEngine then does the same to real files.
 class RandomAgent {
 public:
-    // Does not touch a lock file that another process locks. Adds the responses that can be read to
+    // Does not touch a lock file that another process has locked. Adds the readable responses to
     // the model.
     RandomAgent(Random& choices, FileModel& world, ExchangeModel& reader, bool lockFileIsTaken);
 
-    // In the order of their times. Those of the time 0 lay out the files before the first call.
+    // In the order of their times. The acts at time 0 create the files before the first call.
     std::vector<Act> const& Done() const { return done; }
 
-    // A sleep begins, in which something may be planned.
+    // Called when a sleep begins, in which acts may be planned.
     void Notice();
-    // Does all that is due.
+    // Performs all acts that are due.
     void DoWhatIsDue();
 
 private:

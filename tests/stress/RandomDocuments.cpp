@@ -7,7 +7,7 @@
 
 namespace {
 
-// A text and what it is read as.
+// A text as written, and as read.
 struct Text {
     std::string written;
     std::string read;
@@ -28,7 +28,7 @@ Number AnyNumber(Random& random) {
                         Number("-2147483648", -2147483647 - 1)});
 }
 
-// Mostly as an agent should, and now and then one that the tool can't know.
+// Mostly valid values, sometimes values that the tool does not know.
 Number AnyState(Random& random) {
     if (random.Chance(8))
         return AnyNumber(random);
@@ -47,7 +47,7 @@ Text AnyText(Random& random) {
         text.read += piece[1];
     }
     if (random.Below(200) == 0) {
-        // More than is read at once.
+        // More than the parser reads at once.
         text.written.append(70'000, 'x');
         text.read.append(70'000, 'x');
     }
@@ -79,7 +79,7 @@ std::string AnyType(Random& random) {
     return Element("ResponseType", random.Pick({"Open", "Close", "Progress"}));
 }
 
-// The children of the root in the order in which they count.
+// The children of the root that count, in order.
 class Children {
 public:
     Children(Random& choices, ExchangeModel::Answer& meaning) : random(choices), says(meaning) {
@@ -114,7 +114,7 @@ private:
         told = number.read;
     }
 
-    // At any place: the type, which must be there once, and what means nothing.
+    // In any place: the type, which must occur once, and elements without a meaning.
     void AddNoise() {
         Insert(AnyType(random), random.Chance(80));
         if (random.Chance(15))
@@ -147,7 +147,7 @@ RandomAnswer MakeRandomAnswer(Random& random) {
 
 std::string MakeGarbage(Random& random) {
     if (random.Chance(60)) {
-        // No part of a document is one: its root is closed by its last byte.
+        // No part of a document is a document: its last byte closes the root.
         RandomAnswer const answer = MakeRandomAnswer(random);
         size_t const end = answer.bytes.rfind('>');
         return answer.bytes.substr(0, random.Below(end + 1));

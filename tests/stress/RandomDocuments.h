@@ -1,4 +1,4 @@
-// Random responses that can be read, and what they say.
+// Random responses that can be read, and their content.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@ struct RandomAnswer {
 };
 
 // The children are in any order, repeated or missing, among others without a meaning. Texts and
-// numbers are hard to read.
+// numbers are hard to parse.
 RandomAnswer MakeRandomAnswer(Random& random);
 
-// Bytes that are no response: a part of one, or something else.
+// Bytes that are not a response: a part of one, or others.
 std::string MakeGarbage(Random& random);

@@ -1,5 +1,5 @@
-// Real conditions in whole grids: missing directories, every mode of the two directories and of the
-// files in them, and no file descriptors left.
+// Missing directories, every mode of the two directories and of the files in them, and no file
+// descriptors, in all combinations.
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -9,8 +9,6 @@
 namespace {
 
 using namespace Stress;
-
-// Directories that are missing.
 
 void TryMissing(bool requests, bool responses, bool program) {
     SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
@@ -28,7 +26,7 @@ void TryMissing(bool requests, bool responses, bool program) {
                   : responses ? OpenError(-7)
                               : UsualOutput(),
                   RunPreloaded(DynamicTool(), {}));
-    // None is made.
+    // No directory exists.
     EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
     EXPECT_EQ(responses, !fs::exists(responseDirectory));
 }
@@ -41,9 +39,9 @@ TEST(QuickMissingDirectories, InEveryCombination) {
     CountTestCases(8);
 }
 
-// Rights, for a user who has none but these.
+// Permissions, for a user without privileges.
 
-// Not everybody can reach the place where things are built.
+// Some users cannot access the build folder.
 std::string CopyForEveryone(std::string const& program) {
     std::string const copy = "/opt/" + fs::path(program).filename().string();
     if (!fs::exists(copy)) {
@@ -53,7 +51,7 @@ std::string CopyForEveryone(std::string const& program) {
     return copy;
 }
 
-ProgramResult RunWithoutRights() {
+ProgramResult RunUnprivileged() {
     auto command = DynamicTool();
     command[0] = CopyForEveryone(command[0]);
     ProgramOptions options = PreloadedOptions({});
@@ -66,7 +64,7 @@ ProgramResult RunWithoutRights() {
     return RunProgram(command, options);
 }
 
-// The same for owner, group and others, whoever the user is.
+// The same for owner, group and others, so the user does not matter.
 void SetModeForAll(std::string const& path, unsigned int bits) {
     ASSERT_EQ(0, chmod(path.c_str(), bits << 6 | bits << 3 | bits));
 }
@@ -76,7 +74,7 @@ constexpr unsigned int mayWrite = 2;
 constexpr unsigned int mayEnter = 1;
 constexpr int notThere = -1;
 
-void TryRightsToRequests(unsigned int directory, int lockFile) {
+void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
     SCOPED_TRACE("directory " + std::to_string(directory) + ", lock file " +
                  std::to_string(lockFile));
     SetModeForAll(ScriptedAgent::requestDirectory, 7);
@@ -93,22 +91,22 @@ void TryRightsToRequests(unsigned int directory, int lockFile) {
     ExpectPrinted(!canLock     ? OpenError(-6)
                   : !canCreate ? OpenError(-17)
                                : UsualOutput(),
-                  RunWithoutRights());
+                  RunUnprivileged());
     EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Requests());
 }
 
-TEST(QuickRights, EveryModeOfTheRequestDirectoryAndOfTheLockFile) {
+TEST(QuickPermissions, EveryModeOfTheRequestDirectoryAndLockFile) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
             for (int const lockFile : {notThere, 0, 2, 4, 6})
-                TryRightsToRequests(directory, lockFile);
+                TryPermissionsOfRequests(directory, lockFile);
     });
     CountTestCases(40);
 }
 
-// The agent is played with the same rights: where it can't publish, the old answer counts.
-void TryRightsToResponses(unsigned int directory, unsigned int response) {
+// The agent has the same permissions: if it cannot publish, the old response is read.
+void TryPermissionsOfResponses(unsigned int directory, unsigned int response) {
     SCOPED_TRACE("directory " + std::to_string(directory) + ", response " +
                  std::to_string(response));
     SetModeForAll(responseDirectory, 7);
@@ -122,23 +120,23 @@ void TryRightsToResponses(unsigned int directory, unsigned int response) {
     ExpectPrinted(canPublish ? UsualOutput()
                   : canRead  ? PrintedError("5")
                              : OpenError(-7),
-                  RunWithoutRights());
+                  RunUnprivileged());
     EXPECT_EQ("lockfile ", Requests());
 }
 
-TEST(QuickRights, EveryModeOfTheResponseDirectoryAndOfTheResponse) {
+TEST(QuickPermissions, EveryModeOfTheResponseDirectoryAndResponse) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
             for (unsigned int const response : {0U, 2U, 4U, 6U})
-                TryRightsToResponses(directory, response);
+                TryPermissionsOfResponses(directory, response);
     });
     CountTestCases(32);
 }
 
-// In a directory where everybody may remove only what is his, the request of another stays. Each
-// exchange tries twice to replace it, and removes its temporary document.
-SANDBOX_TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
+// In a sticky directory the request of another user remains. Each exchange tries twice to replace
+// it, and removes its temporary document.
+SANDBOX_TEST(FullPermissions, KeepsRequestOfAnotherUserInStickyDirectory) {
     ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
     ScriptedAgent const agent(AgentScript()
                                   .Answer(OpenAnswer())
@@ -146,7 +144,7 @@ SANDBOX_TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
                                   .PauseUntil(std::chrono::milliseconds(1400))
                                   .PutRequest("foreign"));
     if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
-        GTEST_SKIP() << "This machine knows one user only.";
+        GTEST_SKIP() << "this sandbox has no second user";
     ToolRun const run = RunToolWithoutRights({"-d"});
     ExpectPrinted(PrintedPercent("50"), run);
     EXPECT_LE(3000 + 4 * 2032, run.took.count());
@@ -154,9 +152,9 @@ SANDBOX_TEST(FullRights, RequestOfAnotherThatMayNotBeRemovedStays) {
     EXPECT_EQ("lockfile request.xml ", Requests());
 }
 
-// No descriptors left. The lock file takes the first one, the walk through /proc the next; where
-// the link to a program may be read that is all, else the name takes one more. The request and the
-// response use those of the walk.
+// No file descriptors left. The lock file takes the first one, and reading /proc the next. That
+// suffices if the link to a program can be read; otherwise its command name needs one more. The
+// request and the response reuse these.
 
 #ifndef CC_ADDRESS_SANITIZER // Starts the shipped program, which needs none to be loaded.
 
@@ -177,17 +175,17 @@ void TryDescriptors(int limit, bool withRights) {
                 Sandbox::DropPrivileges();
             return true;
         };
-        int const forTheProbe = withRights ? forTheWalk : forTheWalk + 1;
-        ExpectPrinted(limit < forTheLock    ? OpenError(-6)
-                      : limit < forTheProbe ? OpenError(-2)
-                                            : PrintedError("5"),
+        int const forAgentSearch = withRights ? forTheWalk : forTheWalk + 1;
+        ExpectPrinted(limit < forTheLock       ? OpenError(-6)
+                      : limit < forAgentSearch ? OpenError(-2)
+                                               : PrintedError("5"),
                       RunProgram({program, "-c", "url", "doc"}, options));
-        EXPECT_EQ(limit < forTheProbe ? 0u : 3u, agent.Requests().size());
+        EXPECT_EQ(limit < forAgentSearch ? 0u : 3u, agent.Requests().size());
         EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Requests());
     });
 }
 
-TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
+TEST(QuickDescriptors, TooFewForTheLockOrForProc) {
     for (int limit = 0; limit < forTheWalk; ++limit)
         TryDescriptors(limit, true);
     TryDescriptors(forTheWalk, false);
@@ -196,7 +194,7 @@ TEST(QuickDescriptors, TooFewForTheLockOrForTheWalk) {
 
 class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};
 
-TEST_P(FullDescriptors, GiveTheStatedOutcome) {
+TEST_P(FullDescriptors, GiveTheDocumentedResult) {
     TryDescriptors(std::get<int>(GetParam()), std::get<bool>(GetParam()));
 }
 

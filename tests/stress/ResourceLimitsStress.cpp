@@ -1,5 +1,5 @@
-// Real conditions in whole grids: files cut at every byte, full disks, and file systems that are
-// read-only or others. Single ones of each kind are in tests/system.
+// Short writes at every byte, full disks, and read-only or separate file systems. tests/system has
+// single cases of each kind.
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
@@ -22,27 +22,27 @@ void ExpectOutput(std::string const& output, ProgramResult const& result = RunUs
     EXPECT_FALSE(IsLocked());
 }
 
-// Short writes. The four requests of a usual evaluation are cut in turn.
+// The four requests of a usual evaluation are cut in turn.
 
 std::vector<std::string> const usualRequests = {OpenRequest("url", "doc", "0"), progressRequest,
                                                 progressRequest, closeRequest};
 
-// One of the writes is cut, by an error or by a short write.
+// One write fails or is short.
 ProgramResult RunWithCut(size_t number, size_t offset, int error) {
     PlayedAgent::Reset();
     return RunUsual({.cutWrites = std::to_string(number + 1) + ' ' + std::to_string(offset) + ' ' +
                                   std::to_string(error)});
 }
 
-// A write that is short goes on behind the cut, and nobody sees it.
+// A short write is continued after the cut, with no visible effect.
 void TryShortWrite(size_t number, size_t offset) {
     ExpectOutput(UsualOutput(), RunWithCut(number, offset, 0));
     EXPECT_EQ(usualRequests, PlayedAgent::Seen());
     EXPECT_EQ("lockfile ", Requests());
 }
 
-// Deliberate: the bytes in front of the cut are published. A part of a Progress request is replaced
-// by the Close request before the agent sees it.
+// Deliberate: the bytes before the cut are published. The Close request replaces a part of a
+// Progress request before the agent sees it.
 void TryFullDisk(size_t number, size_t offset) {
     std::string const outputs[] = {OpenError(-17), "", PrintedPercent("50"), UsualOutput()};
     ExpectOutput(outputs[number], RunWithCut(number, offset, ENOSPC));
@@ -92,12 +92,12 @@ TEST_P(FullShortWrites, AtEveryByte) { CountTestCases(CutEvery(GetParam(), 0, 1)
 
 INSTANTIATE_TEST_SUITE_P(FullRequests, FullShortWrites, testing::Range<size_t>(0, 4));
 
-// The same by the limit that the system has for the size of a file, on the shipped program.
+// The same by the system's limit for the size of a file, on the shipped program.
 
 void TryFileSize(size_t limit, bool isIgnored) {
     SCOPED_TRACE("limit " + std::to_string(limit));
     PlayedAgent::Reset();
-    // The output is no file, so the limit does not apply to it.
+    // The output is not a file, so the limit does not apply to it.
     auto const [reader, writer] = MakeLine();
     ProgramOptions options{.limits = {{RLIMIT_FSIZE, limit}}};
     options.prepare = [&, output = writer] {
@@ -143,8 +143,8 @@ TEST(FullFileSizes, EveryLimit) { CountTestCases(TryFileSizes(0, 1)); }
 constexpr size_t page = 4096;
 
 void TryRoom(size_t pages) {
-    SCOPED_TRACE(std::to_string(pages) + " pages of room");
-    // Four pages and a bit.
+    SCOPED_TRACE(std::to_string(pages) + " free pages");
+    // Four pages and some bytes.
     std::string const url(4 * page, 'u');
     std::string const request = OpenRequest(url, "doc", "0");
     PlayedAgent const agent(UsualAnswers());
@@ -165,7 +165,7 @@ void TryRoom(size_t pages) {
     ExpectOutput(OpenError(-5));
 }
 
-TEST(QuickFullDisks, WithEachNumberOfPagesOfRoom) {
+TEST(QuickFullDisks, WithEachNumberOfFreePages) {
     Sandbox::Run([] {
         for (size_t pages = 0; pages <= 7; ++pages)
             TryRoom(pages);
@@ -173,8 +173,8 @@ TEST(QuickFullDisks, WithEachNumberOfPagesOfRoom) {
     CountTestCases(8);
 }
 
-// One is the root of the file system. The lock file is made first, then the request.
-TEST(QuickFullDisks, WithEachNumberOfFilesThatStillFit) {
+// One is the root of the file system. The lock file is created first, then the request.
+TEST(QuickFullDisks, WithEachNumberOfFreeInodes) {
     Sandbox::Run([] {
         for (size_t files = 1; files <= 4; ++files) {
             SCOPED_TRACE(std::to_string(files) + " files");
@@ -190,14 +190,14 @@ TEST(QuickFullDisks, WithEachNumberOfFilesThatStillFit) {
     CountTestCases(4);
 }
 
-// File systems that may only be read, and files that are on other ones.
+// Read-only and separate file systems.
 
 void Bind(std::string const& from, std::string const& to) {
     if (mount(from.c_str(), to.c_str(), nullptr, MS_BIND, nullptr) != 0)
-        throw std::runtime_error("can't bind " + to);
+        throw std::runtime_error("cannot bind " + to);
 }
 
-SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileMayBeWritten) {
+SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileIsWritable) {
     PlayedAgent const agent(UsualAnswers());
     SmallFileSystem disk(ScriptedAgent::requestDirectory);
     WriteBytes(ScriptedAgent::lockFile, "");
@@ -209,8 +209,8 @@ SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileMayBeWritten) {
     EXPECT_EQ("lockfile ", Requests());
 }
 
-// The agent can't publish there, and takes the requests all the same.
-SANDBOX_TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
+// The agent cannot publish there, but takes the requests.
+SANDBOX_TEST(QuickFileSystems, ReadsOldResponseOnReadOnlyFileSystem) {
     PlayedAgent const agent(UsualAnswers());
     SmallFileSystem disk(responseDirectory);
     WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
@@ -220,7 +220,7 @@ SANDBOX_TEST(QuickFileSystems, OldAnswerOnAFileSystemThatMayOnlyBeReadIsTaken) {
     EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
 }
 
-TEST(QuickFileSystems, RequestsAndResponsesOnDifferentOnes) {
+TEST(QuickFileSystems, RequestsAndResponsesOnSeparateFileSystems) {
     Sandbox::Run([] {
         for (char const* const directory : {ScriptedAgent::requestDirectory, responseDirectory}) {
             PlayedAgent const agent(UsualAnswers());
@@ -232,9 +232,9 @@ TEST(QuickFileSystems, RequestsAndResponsesOnDifferentOnes) {
     CountTestCases(2);
 }
 
-// Deliberate: the file of another file system can be written but not be moved. A refused rename
-// counts as done, so the request as taken, and there is no answer.
-SANDBOX_TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
+// Deliberate: the file of another file system can be written, but not renamed. A refused rename
+// counts as successful, so the request counts as taken, and there is no response.
+SANDBOX_TEST(QuickFileSystems, CannotRenameDocumentOfAnotherFileSystem) {
     PlayedAgent const agent(UsualAnswers());
     WriteBytes("/opt/file", "old");
     WriteBytes(ScriptedAgent::requestTemp, "");
@@ -242,13 +242,13 @@ SANDBOX_TEST(QuickFileSystems, TemporaryDocumentFromAnotherOneCanNotBeMoved) {
     ExpectOutput(OpenError(-7));
     EXPECT_EQ(usualRequests[0], ReadBytes("/opt/file"));
     EXPECT_EQ("lockfile requestTemp.xml ", Requests());
-    // An answer that is there is taken for one to this request.
+    // An existing response is read as the answer to this request.
     WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
     ExpectOutput(PrintedError("5"));
     EXPECT_EQ(closeRequest, ReadBytes("/opt/file"));
 }
 
-SANDBOX_TEST(QuickFileSystems, RequestFromAnotherOneWaits) {
+SANDBOX_TEST(QuickFileSystems, RequestOnAnotherFileSystemIsPending) {
     PlayedAgent const agent(UsualAnswers());
     WriteBytes("/opt/file", "old");
     WriteBytes(ScriptedAgent::request, "");

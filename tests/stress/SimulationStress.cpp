@@ -1,6 +1,6 @@
-// Random callers and random agents in simulated time, compared with the reference model.
+// Random callers and random agents on a simulated clock, compared with the reference model.
 //
-// SIMULATION_SEED=n makes a case run that seed alone.
+// SIMULATION_SEED=n makes a test run only that seed.
 #include <array>
 #include <cstdlib>
 #include <functional>
@@ -19,10 +19,10 @@ using Lines = std::vector<std::string>;
 
 constexpr int untouched = 4711;
 
-// What has happened in stories, as "Open = -5".
+// The outcomes of all runs, as "Open = -5".
 using Outcomes = std::set<std::string>;
 
-// What a call has given, as text.
+// The results of a call, as text.
 std::string Describe(int code, Lines const& given = {}) {
     std::string text = " = " + std::to_string(code);
     for (std::string const& value : given)
@@ -36,11 +36,11 @@ int LowestFreeDescriptor() {
     return lowest;
 }
 
-// A caller of the five functions and an agent, both random, call by call on the model and then on
-// the real library with real files.
-class Story {
+// A caller of the C API and an agent, both random. Each call is made on the model, and then on the
+// real library with real files.
+class RandomCaller {
 public:
-    Story(unsigned long long number, bool foreignLocks, Outcomes& allOutcomes)
+    RandomCaller(unsigned long long number, bool foreignLocks, Outcomes& allOutcomes)
         : seed(number),
           hasForeignLocks(foreignLocks),
           random(number),
@@ -52,17 +52,23 @@ public:
             NextCall();
         if (stage.model.IsOpen() && !isOver)
             Close();
-        EXPECT_EQ(descriptors, LowestFreeDescriptor()) << "seed " << seed << " lost a descriptor";
+        EXPECT_EQ(descriptors, LowestFreeDescriptor())
+            << "seed " << seed << " leaked a file descriptor";
     }
 
 private:
-    // Mostly what a caller should do, and anything at any time.
+    // Mostly a valid call; sometimes any call.
     void NextCall() {
         if (random.Chance(80))
             return SensibleCall();
-        static constexpr void (Story::*calls[])() = {
-            &Story::Open,  &Story::Progress, &Story::ResultCount,       &Story::IndexedValue,
-            &Story::Close, &Story::Pause,    &Story::ChangeForeignLock, &Story::ChangeForeignLock};
+        static constexpr void (RandomCaller::*calls[])() = {&RandomCaller::Open,
+                                                            &RandomCaller::Progress,
+                                                            &RandomCaller::ResultCount,
+                                                            &RandomCaller::IndexedValue,
+                                                            &RandomCaller::Close,
+                                                            &RandomCaller::Pause,
+                                                            &RandomCaller::ChangeForeignLock,
+                                                            &RandomCaller::ChangeForeignLock};
         (this->*calls[random.Below(hasForeignLocks ? 8 : 6)])();
     }
 
@@ -135,7 +141,7 @@ private:
     }
 
     void Close() {
-        // Until now, all texts have been good.
+        // All texts have been valid until now.
         for (auto const& [pointers, texts] : handedOut)
             EXPECT_EQ(texts, Lines(pointers.begin(), pointers.end())) << "seed " << seed;
         handedOut.clear();
@@ -154,7 +160,7 @@ private:
             });
     }
 
-    // Somebody else begins or ends an evaluation.
+    // Another process begins or ends an evaluation.
     void ChangeForeignLock() {
         if (foreign)
             foreign.reset();
@@ -195,19 +201,19 @@ private:
     bool isOver = false;
 };
 
-// A process that was refused the lock is refused for good, so it has only one story, and its
-// outcomes stay in it.
-void TellStory(unsigned long long seed, Outcomes& outcomes) {
+// A process that was refused the lock is always refused, so it makes only one run, and its outcomes
+// are not collected.
+void RunRandomly(unsigned long long seed, Outcomes& outcomes) {
     if (seed % 50 != 49)
-        return Story(seed, false, outcomes).Tell();
-    OtherProcess process([&] { Story(seed, true, outcomes).Tell(); });
+        return RandomCaller(seed, false, outcomes).Tell();
+    OtherProcess process([&] { RandomCaller(seed, true, outcomes).Tell(); });
     process.Wait();
 }
 
 using Tale = std::function<void(unsigned long long seed)>;
 
-// Tells the seeds one after the other, up to the first that fails.
-void TellSeeds(unsigned long long first, unsigned long long number, Tale const& tell) {
+// Runs the seeds one after the other, up to the first failure.
+void RunSeeds(unsigned long long first, unsigned long long number, Tale const& tell) {
     if (char const* const wanted = std::getenv("SIMULATION_SEED")) {
         first = std::strtoull(wanted, nullptr, 10);
         number = 1;
@@ -221,7 +227,7 @@ void TellSeeds(unsigned long long first, unsigned long long number, Tale const& 
 }
 
 constexpr unsigned long long seedsOfACase = 1000;
-// A sanitizer makes each of them many times as long.
+// A sanitizer makes each of them much slower.
 #ifdef CC_ADDRESS_SANITIZER
 constexpr unsigned long long quickSeeds = 50;
 #else
@@ -230,11 +236,11 @@ constexpr unsigned long long quickSeeds = 350;
 
 class FullSimulation : public testing::TestWithParam<unsigned long long> {};
 
-// Also what the stories are worth: they come to every end that there is.
-TEST(QuickSimulation, FirstStoriesReachEveryOutcome) {
+// Also verifies the coverage of the runs: they reach every outcome.
+TEST(QuickSimulation, FirstSeedsReachEveryOutcome) {
     Outcomes outcomes;
-    TellSeeds(0, 150, [&](unsigned long long seed) {
-        TellStory(seed, outcomes);
+    RunSeeds(0, 150, [&](unsigned long long seed) {
+        RunRandomly(seed, outcomes);
         if (seed != 149)
             return;
         for (char const* const wanted :
@@ -249,20 +255,20 @@ TEST(QuickSimulation, FirstStoriesReachEveryOutcome) {
     });
 }
 
-TEST(QuickSimulation, InterfaceKeepsWhatTheModelSays) {
+TEST(QuickSimulation, CApiMatchesTheModel) {
     Outcomes outcomes;
-    TellSeeds(150, quickSeeds, [&](unsigned long long seed) { TellStory(seed, outcomes); });
+    RunSeeds(150, quickSeeds, [&](unsigned long long seed) { RunRandomly(seed, outcomes); });
 }
 
-TEST_P(FullSimulation, InterfaceKeepsWhatTheModelSays) {
+TEST_P(FullSimulation, CApiMatchesTheModel) {
     Outcomes outcomes;
-    TellSeeds(GetParam() * seedsOfACase, seedsOfACase,
-              [&](unsigned long long seed) { TellStory(seed, outcomes); });
+    RunSeeds(GetParam() * seedsOfACase, seedsOfACase,
+             [&](unsigned long long seed) { RunRandomly(seed, outcomes); });
 }
 
 INSTANTIATE_TEST_SUITE_P(FullHundredThousandSeeds, FullSimulation, testing::Range(0ull, 100ull));
 
-// The tool, linked dynamically so that simulated time can be preloaded. The runtime of a sanitizer
+// The tool, dynamically linked, so the simulated clock can be preloaded. The runtime of a sanitizer
 // needs the /proc that is replaced here.
 #ifndef CC_ADDRESS_SANITIZER
 
@@ -282,10 +288,10 @@ void RunTool(unsigned long long seed) {
 
 class FullSimulatedTool : public testing::TestWithParam<unsigned long long> {};
 
-TEST(QuickSimulation, ToolPrintsWhatTheModelSays) { TellSeeds(0, 100, RunTool); }
+TEST(QuickSimulation, ToolMatchesTheModel) { RunSeeds(0, 100, RunTool); }
 
-TEST_P(FullSimulatedTool, PrintsWhatTheModelSays) {
-    TellSeeds(GetParam() * seedsOfACase, seedsOfACase, RunTool);
+TEST_P(FullSimulatedTool, MatchesTheModel) {
+    RunSeeds(GetParam() * seedsOfACase, seedsOfACase, RunTool);
 }
 
 INSTANTIATE_TEST_SUITE_P(FullTenThousandSeeds, FullSimulatedTool, testing::Range(0ull, 10ull));

@@ -74,7 +74,7 @@ SimulatedTime::SimulatedTime(Stage& stage)
 std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
                        CallTrace const& trace) {
     Entries const onDisk = ReadFromDisk();
-    bool const isSame = expected == actual && trace.Foretold() == stage.files.calls;
+    bool const isSame = expected == actual && trace.Predicted() == stage.files.calls;
     if (isSame && onDisk == stage.files.entries)
         return "";
     std::ostringstream out;
@@ -83,7 +83,7 @@ std::string Difference(Stage const& stage, std::string const& expected, std::str
         out << "    " << act.when << ' ' << act.path << ": " << act.entry << '\n';
     out << "  expected " << expected << "\n  and got " << actual << '\n';
     Show(out, "expected calls", stage.files.calls);
-    Show(out, "calls", trace.Foretold());
+    Show(out, "calls", trace.Predicted());
     Show(out, "expected files", stage.files.entries);
     Show(out, "files", onDisk);
     return out.str();

@@ -16,12 +16,12 @@
 // REQUIRES: a sandbox with a /proc made of files.
 class Stage {
 public:
-    // The agent has laid out the first files, in the model and on disk.
+    // The agent has created the first files, in the model and on disk.
     Stage(Random& random, bool sparesLockFile);
 
-    // The script of what the agent has done in the model since the last call.
+    // The script of the agent's acts in the model since the last call.
     std::string const& NextScript();
-    // The engine repeats that on the real files, while time passes there.
+    // The engine repeats that script on the real files, while time passes there.
     void Repeat() { engine.Play(NextScript()); }
     void Pass(unsigned long long microseconds);
 
@@ -36,7 +36,7 @@ private:
     std::string script;
 };
 
-// From its construction to its destruction no sleep takes time, and calls are recorded.
+// From its construction to its destruction, sleeps return immediately, and calls are recorded.
 class SimulatedTime {
 public:
     explicit SimulatedTime(Stage& stage);
@@ -49,6 +49,6 @@ private:
     RecordedSleeps sleeps;
 };
 
-// The difference between the model and the real thing, or an empty string.
+// The difference between the model and the real results, or an empty string.
 std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
                        CallTrace const& trace);

@@ -1,13 +1,13 @@
-// Each call that an evaluation makes fails with each error number of its manual page, once and from
-// then on. What the tool prints, what the interface returns, the foretold calls and the files that
-// remain are those of the model, and the invariants hold.
+// Each system call of an evaluation fails with each error number of its manual page, once and
+// together with all later ones. The model predicts the output of the tool, the results of the C
+// API, the calls and the remaining files. The invariants hold.
 #include <cstring>
 #include <map>
 #include <optional>
 
-#include "tests/stress/Aftermath.h"
 #include "tests/stress/ErrorNumbers.h"
 #include "tests/stress/ExchangeModel.h"
+#include "tests/stress/Invariants.h"
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/ToolTest.h"
 
@@ -20,14 +20,14 @@ enum class Program { tool, interface };
 std::vector<std::string> CommandOf(Program program) {
     if (program == Program::tool)
         return {CC_DYNAMIC_TOOL, "-c", "url", "doc", "3"};
-    return {CC_INTERFACE_PROGRAM};
+    return {CC_C_API_PROGRAM};
 }
 
 struct Scenario {
     std::string name;
-    // How many of the usual answers the agent gives.
+    // The number of usual answers that the agent gives.
     size_t answers;
-    // Besides the fault that is tried.
+    // In addition to the tested failure.
     std::vector<Fault> base = {};
 };
 
@@ -43,7 +43,7 @@ std::string NameOf(Fault const& fault) {
            std::to_string(fault.number) + (fault.lasting ? " lasting" : " once");
 }
 
-// The model of an evaluation beside an agent that answers.
+// The model of an evaluation with an agent that answers.
 class Expected {
 public:
     Expected(std::vector<std::string> const& allAnswers, std::string const& agentProcess)
@@ -64,7 +64,7 @@ public:
     std::string Run(Program program, CallTrace const& trace) {
         files.trace = trace;
         return program == Program::tool ? exchange.RunTool("url", "doc", 3)
-                                        : exchange.RunInterface("url", "doc", 3);
+                                        : exchange.RunCApi("url", "doc", 3);
     }
 
     std::optional<std::string> Content(char const* path) const {
@@ -77,7 +77,7 @@ public:
     std::vector<std::string> seen;
 
 private:
-    // As the script does: it looks in sleeps of whole seconds, and sees each request once.
+    // As in the script: it acts in sleeps of whole seconds, and sees each request once.
     void PlayAgent() {
         auto const request = files.entries.find(ScriptedAgent::request);
         bool const isNew = request != files.entries.end() && files.published != lastSeen;
@@ -95,13 +95,13 @@ private:
     unsigned int lastSeen = 0;
 };
 
-// A sandbox with an agent, in which one evaluation after the other is run.
+// A sandbox with an agent, for one evaluation after the other.
 class FaultyRuns {
 public:
     FaultyRuns(Scenario const& theScenario, Program theProgram)
         : scenario(theScenario), program(theProgram), agent(Answers(theScenario)) {}
 
-    // All single faults of an evaluation, by the calls that it makes without any.
+    // All single failures of an evaluation, by its calls without failures.
     std::vector<Fault> AllFaults() const {
         Run(scenario.base);
         std::map<std::string, size_t> counts;
@@ -150,7 +150,7 @@ private:
         if (logged.size() == maxCalls)
             return ExpectEndless(faults, expected, trace);
         EXPECT_EQ(output, result.output);
-        EXPECT_EQ(expected.files.calls, trace.Foretold());
+        EXPECT_EQ(expected.files.calls, trace.Predicted());
         for (char const* const path :
              {ScriptedAgent::requestTemp, ScriptedAgent::request, ScriptedAgent::response})
             EXPECT_EQ(expected.Content(path), ContentOf(path)) << path;
@@ -159,17 +159,17 @@ private:
             ExpectNextRun();
     }
 
-    // See RefusedRenamesAfterProgressNeverEnd. The model gives up after some polls.
+    // See RefusedRenamesAfterProgressNeverTerminate. The model gives up after some polls.
     static void ExpectEndless(std::vector<Fault> const& faults, Expected const& expected,
                               CallTrace const& trace) {
         EXPECT_TRUE(faults[0].lasting && faults[0].call == "rename") << NameOf(faults[0]);
         EXPECT_TRUE(expected.exchange.IsOpen());
-        auto const& foretold = expected.files.calls;
-        auto const [model, real] = std::ranges::mismatch(foretold, trace.Foretold());
-        EXPECT_TRUE(model == foretold.end() || real == trace.Foretold().end());
+        auto const& predicted = expected.files.calls;
+        auto const [model, real] = std::ranges::mismatch(predicted, trace.Predicted());
+        EXPECT_TRUE(model == predicted.end() || real == trace.Predicted().end());
     }
 
-    // Whatever the model says.
+    // Independent of the model.
     static void ExpectInvariants(bool writeFailed) {
         std::string const whole[] = {OpenRequest("url", "doc", "3"), progressRequest, closeRequest};
         if (auto const request = ContentOf(ScriptedAgent::request)) {
@@ -184,7 +184,7 @@ private:
         EXPECT_FALSE(IsLocked());
     }
 
-    // With all files as they were left, and nothing that fails.
+    // With the remaining files, and without failures.
     void ExpectNextRun() {
         bool const isWaiting = ContentOf(ScriptedAgent::request).has_value();
         ProgramResult const next = RunPreloaded(CommandOf(Program::tool), {});
@@ -195,7 +195,7 @@ private:
         EXPECT_FALSE(IsLocked());
     }
 
-    // Many more than any evaluation here that ends.
+    // Many more than any evaluation here that terminates.
     static constexpr size_t maxCalls = 5000;
 
     Scenario const& scenario;
@@ -213,12 +213,11 @@ size_t TryAll(FaultyRuns& runs, std::vector<Fault> const& faults, size_t step) {
     return tried;
 }
 
-// Deliberate: a rename that is refused counts as done, and the request, which is not there, as
-// taken. So the old answer, which says "in progress", is read for as long as every rename is
-// refused.
-SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverEnd) {
+// Deliberate: a refused rename counts as successful, and the missing request as taken. So the old
+// response, which is "in progress", is read as long as every rename is refused.
+SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverTerminate) {
     PlayedAgent const agent(UsualAnswers());
-    // The one of the second poll and all behind it.
+    // The rename of the second poll and all later ones.
     OtherProgram tool(CommandOf(Program::tool),
                       PreloadedOptions({.faults = {{"rename", EACCES, 3, true}}}));
     std::string const line = "COMPLIANCE_Progress 50% completed.\n";
@@ -242,7 +241,7 @@ SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverEnd) {
 
 class QuickExchangeFaults : public testing::TestWithParam<size_t> {};
 
-TEST_P(QuickExchangeFaults, WithoutAnyTheModelForetellsTheCalls) {
+TEST_P(QuickExchangeFaults, ModelPredictsTheCallsWithoutFaults) {
     CountTestCasesInSandbox(twentyMinutes, [&] {
         for (Program const program : {Program::tool, Program::interface})
             FaultyRuns(scenarios[GetParam()], program).TryWithout();
@@ -250,8 +249,8 @@ TEST_P(QuickExchangeFaults, WithoutAnyTheModelForetellsTheCalls) {
     });
 }
 
-// A few of all, with steps that are prime to the lengths of the lists of numbers.
-TEST_P(QuickExchangeFaults, SomeGiveTheStatedCodes) {
+// A sample of all, with steps that are coprime to the lengths of the lists of error numbers.
+TEST_P(QuickExchangeFaults, SomeGiveTheDocumentedResults) {
     CountTestCasesInSandbox(twentyMinutes, [&] {
         FaultyRuns runs(scenarios[GetParam()], Program::interface);
         runs.TryNextRun();
@@ -272,7 +271,7 @@ std::string const calls[] = {"open",     "close",   "setfd",   "setlk",    "seek
 class FullExchangeFaults : public testing::TestWithParam<std::tuple<size_t, Program, std::string>> {
 };
 
-TEST_P(FullExchangeFaults, GiveTheStatedCodes) {
+TEST_P(FullExchangeFaults, GiveTheDocumentedResults) {
     CountTestCasesInSandbox(twentyMinutes, [&] {
         auto const [scenario, program, name] = GetParam();
         FaultyRuns runs(scenarios[scenario], program);

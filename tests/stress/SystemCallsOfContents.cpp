@@ -1,4 +1,4 @@
-// What is read and written: open files and streams.
+// Reading and writing: open files and streams.
 #include "tests/stress/SystemCallsOperations.h"
 
 #include "data/Buffer.h"
@@ -20,7 +20,7 @@ Outcome const readingNone = Maps(Mapper::readingPath);
 CallFailures const forReading = Opened(Mapper::readingPath);
 CallFailures const forWriting = Opened(Mapper::writingPath);
 
-// An opened path whose close is reported.
+// An opened path that reports an error on close.
 CallFailures OpenedAndClosed(Mapper mapper, Outcome const& closed) {
     return {{"open", {Maps(mapper, "from")}}, {"setfd", {goesOn}}, {"close", {closed}}};
 }
@@ -52,7 +52,7 @@ std::vector<Operation> OpenFiles() {
                   CC_CALLING(FileWritingPath(from).FlushOnBrokenFilesystemsWithRetry(
                       from, FileRetryLog())),
                   "; from", forWriting + CallFailures{{"fsync", {goesOn}, {writingNone}}}),
-        // With an unknown length nothing is longer, and the cut to that length is refused.
+        // With an unknown length no length is larger, and truncation to that length is refused.
         Operation("SetLengthThatGrows", MakeEmptyFile,
                   CC_CALLING(FileWritingPath(from).SetLength(1)), "; from",
                   forWriting + CallFailures{{"seek", {writingNone}}, {"write", {writingNone}}}),
@@ -65,7 +65,7 @@ std::vector<Operation> OpenFiles() {
 std::vector<Operation> Streams() {
     Outcomes const soughtForReading = {readingFrom, readerFrom};
     CallFailures const read = forReading + CallFailures{{"read", {readerFrom}}};
-    // Where the end is met unawares.
+    // At an unexpected end.
     CallFailures const readWholly = read + Sought(soughtForReading, {endOfLoop, goesOn});
     Outcome const writerNone = Maps(Mapper::writer);
     CallFailures const written = forWriting + CallFailures{{"write", {writerNone}}};
@@ -85,7 +85,7 @@ std::vector<Operation> Streams() {
                       return MakeString(buffer.Written());
                   }),
                   "content; from", read + Sought(soughtForReading, {goesOn})),
-        // Where the length is unknown, a byte that can't be read is the end.
+        // If the length is unknown, a byte that cannot be read is the end.
         Operation(
             "Unfinished", MakeFile, Calling([](auto& from, auto&) {
                 FileReadingPath const path(from);
@@ -100,7 +100,7 @@ std::vector<Operation> Streams() {
                       FileWriter(path, 0) << ConstData("content");
                   }),
                   "; from", written + CallFailures{{"seek", {writerNone}}}),
-        // The end of a file of unknown length is no position.
+        // The end of a file of unknown length is not a position.
         Operation("WriteAtTheEnd", MakeFile, Calling([](auto& from, auto&) {
                       FileWritingPath const path(from);
                       FileWriter(path, FileWriter::WritePositionEndOfFile()) << ConstData("more");
@@ -130,7 +130,7 @@ std::vector<Operation> Streams() {
                       return text;
                   }),
                   "content; from", readWholly),
-        // Unlike ReadFile it ends with the file, wherever that is.
+        // Unlike ReadFile it ends at the end of the file.
         Operation("ReadFileRange", MakeFile, Calling([](auto& from, auto&) {
                       FileReadingPath const path(from);
                       FileReader reader(path, 0);

@@ -1,4 +1,4 @@
-// What is created, removed, copied and moved.
+// Creating, removing, copying and moving.
 #include "tests/stress/SystemCallsOperations.h"
 
 #include <filesystem>
@@ -24,7 +24,7 @@ auto Retrying(Operation operation) {
     };
 }
 
-// Removes what was made, whose name is the system's choice.
+// Removes the new entry, whose name the system chooses.
 void Remove(FileLocation const& made) { std::filesystem::remove(made.Text()); }
 
 Outcome FreeStanding(std::string const& name) { return Maps(Mapper::freeStanding, name); }
@@ -36,8 +36,8 @@ std::vector<Operation> Creations() {
     return {
         Operation("CreateFile", MakeNothing, CC_CALLING(CreateFile(to, FileCreatingInfo{0600})),
                   "; to", {unseen, {"fopen", {freeTo}}, {"chmod", {freeTo}}}),
-        // Deliberate: the file of the attempt that could not set the permissions is in the way of
-        // the next one.
+        // Deliberate: the file of the attempt that could not set the permissions obstructs the next
+        // attempt.
         Operation(
             "CreateFileWithRetry", MakeNothing,
             CC_CALLING(CreateFileWithRetry(to, FileCreatingInfo{0600}, noLog)), "; to",
@@ -50,7 +50,7 @@ std::vector<Operation> Creations() {
         Operation("ForceDirectoryExistence", MakeNothing,
                   CC_CALLING(ForceDirectoryExistence(to, {})), "; to",
                   {unseen, {"mkdir", {freeTo}}}),
-        // A directory that is not seen is made, and in the way of that.
+        // A directory that is not found is created, and obstructs the operation.
         Operation("ForceDirectoryExistenceOfWhatIsThere", MakeEmptyDirectory,
                   CC_CALLING(ForceDirectoryExistence(from, {})), "; from",
                   {{"lstat", {Throws("FileIOError EEXIST", "from")}}}),
@@ -70,7 +70,7 @@ std::vector<Operation> Creations() {
 
 std::vector<Operation> Deletions() {
     Outcome const allStays = Gives("; from from/a from/b");
-    // An entry that is not seen when it is to go stays, which shows when the directory is to go.
+    // An entry that is not found remains, so removing its directory fails.
     CallFailures const tree = {
         {"scandir from", {notEmpty}},
         {"scandir from/b", {goesOn}},
@@ -92,7 +92,7 @@ std::vector<Operation> Deletions() {
         Operation("DeleteDirectoryWithRetry", MakeEmptyDirectory,
                   Retrying(DeleteDirectoryWithRetry), ";",
                   {{"lstat", {goesOn}, {noDirectory}}, {"rmdir", {goesOn}, {freeFrom}}}),
-        // What is not seen stays, without an error.
+        // An entry that is not found remains, without an error.
         Operation("ForceNonexistence", MakeFile, Calling(ForceNonexistence), ";",
                   {{"lstat", {Gives("; from")}}, {"unlink", {freeFrom}}}),
         Operation("ForceNonexistenceOfADirectory", MakeEmptyDirectory, Calling(ForceNonexistence),
@@ -123,7 +123,7 @@ CallFailures const copied = CallFailures{{"open", {Maps(Mapper::writingPath, "to
                                          {"close", {closedNone, readingFrom}}} +
                             Sought({readingFrom, readerFrom, writerNone}, {endOfLoop, goesOn});
 
-// A copy under retries, to a place where what an attempt has written is in the way of the next one.
+// A copy with retries. The file of an attempt obstructs the next one.
 CallFailures CopiedWithRetry(std::string const& to) {
     Outcome const isThere = Throws("FileExistsError", to);
     return CallFailures{{"open", {isThere, goesOn}, {Maps(Mapper::writingPath, to)}},
@@ -134,8 +134,8 @@ CallFailures CopiedWithRetry(std::string const& to) {
            Sought({isThere}, {goesOn});
 }
 
-// A refused rename counts as done, whatever the number, but for the one that says that the places
-// are on different file systems: then the file is copied.
+// A refused rename counts as successful, whatever the error number, except for different file
+// systems: then the file is copied.
 CallFailures const renamed = {{"rename", {Gives("; from")}}, {"rename", {goesOn}, {}, EXDEV}};
 
 CallFailure const unseenTo = {"lstat to", {goesOn}};
@@ -162,7 +162,7 @@ std::vector<Operation> CopiesAndMoves() {
                       CallFailures{{"lstat from", {noFrom, goesOn}},
                                    {"lstat to", {Throws("FileExistsError EEXIST", "to"), goesOn}},
                                    {"unlink", {freeTo}}}),
-        // Every attempt clears the way first.
+        // Every attempt first removes the target.
         Operation("ForceCopyFileWithRetry", MakeBoth, Retrying(ForceCopyFileWithRetry), "; from to",
                   {{"lstat", {goesOn}, {noFrom}},
                    {"unlink", {goesOn}, {freeTo}},
@@ -197,8 +197,8 @@ std::vector<Operation> Trees() {
                       CallFailures{{"lstat from", {noDirectory, vanished}},
                                    {"scandir", {Gives("; from from/a to")}},
                                    {"lstat from/a", {FreeStanding("from/a"), goesOn}, {noA}}}),
-        // Deliberate: a directory that can't be listed counts as empty. Where that is so for the
-        // copy, but no more for the deletion, the content is lost.
+        // Deliberate: a directory that cannot be listed counts as empty. If the copy cannot list it
+        // but the removal can, the content is lost.
         Operation(
             "MoveDirectoryAcross", MakeTree, Calling(MoveFile), "; to to/a",
             treeCopied +

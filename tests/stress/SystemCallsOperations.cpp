@@ -1,4 +1,4 @@
-// Items, the lock, and what asks for the agent.
+// Items, the lock, and the search for the agent.
 #include "tests/stress/SystemCallsOperations.h"
 
 #include <filesystem>
@@ -22,7 +22,7 @@ std::vector<Operation> Items() {
                       FileItem{to};
                   }),
                   "; from to", {{"lstat", {freeTo}}, {"stat", {freeTo}}}),
-        // The complement of the start value, which is all ones.
+        // The complement of the initial value, which is all ones.
         Operation("Checksum", MakeEmptyFile, CC_CALLING(std::to_string(FileItem(from).Checksum())),
                   "0; from",
                   CallFailures{{"lstat", {freeFrom}}} + Opened(Mapper::readingPath) +
@@ -74,9 +74,9 @@ std::string NameOfThisProcess() {
 
 } // namespace
 
-std::vector<Operation> LockAndProbe() {
+std::vector<Operation> LockAndAgentSearch() {
     std::string const name = program_invocation_short_name;
-    // As the kernel cuts the name of a command.
+    // Truncated as the kernel truncates the name of a command.
     std::string const command = name.substr(0, 15);
     return {
         Operation("InterProcessLock", MakeNothing, Calling([](auto& from, auto&) {
@@ -91,7 +91,7 @@ std::vector<Operation> LockAndProbe() {
                    {"close", {goesOn}}}),
         Operation("ProcessIdToPath", MakeNothing, CC_CALLING(PathOfThisProcess()), "known;",
                   {{"readlink", {Gives("unknown;")}}}),
-        // By the link, without it by the command, which takes three calls more.
+        // By the link; without it by the command name, which takes three more calls.
         Operation("ProcessIdToName", MakeNothing, CC_CALLING(NameOfThisProcess()),
                   name + ", numbers;",
                   {{"readlink", {Gives(command + ", numbers;")}},

@@ -1,7 +1,7 @@
-// The operations that make system calls, and what can come of a failing call. Data, written from
-// the contracts, for SystemCallsStress.cpp.
+// The operations that make system calls, and the outcomes of a failing call. Data, written from the
+// contracts, for SystemCallsStress.cpp.
 //
-// The table says nothing about how often or in which order an operation makes its calls.
+// The table does not specify how often or in which order an operation makes its calls.
 #pragma once
 
 #include <cerrno>
@@ -14,25 +14,25 @@
 #include "files/FileLocation.h"
 #include "tests/files/Files.h"
 
-// Who maps an error number to a class, each in its own way.
+// The mappers of error numbers to classes, each with its own rules.
 enum class Mapper { freeStanding, readingPath, writingPath, reader, writer, times };
 
-// What an operation comes to. Names are relative to the directory of the test.
+// The outcome of an operation. Names are relative to the directory of the test.
 struct Outcome {
     enum Kind { goesOn, maps, throws, gives };
 
     Kind kind = goesOn;
     Mapper mapper = Mapper::freeStanding;
-    // The class that is thrown, with the name of its code if it has one; or the result.
+    // The class of the exception, with the name of its error code if it has one; or the result.
     std::string text = {};
-    // What the error names, if anything.
+    // The paths in the error.
     std::string name = {};
 };
 
-// As without the fault. The one outcome that need not happen.
+// As without a failure. Only this outcome need not occur.
 inline Outcome const goesOn;
 
-// A file error of the class that the mapper gives the number, with the number as its code.
+// A file error of the class to which the mapper maps the number, with the number as its code.
 inline Outcome Maps(Mapper mapper, std::string const& name = {}) {
     return {Outcome::maps, mapper, {}, name};
 }
@@ -41,20 +41,20 @@ inline Outcome Throws(std::string const& error, std::string const& name = {}) {
     return {Outcome::throws, {}, error, name};
 }
 
-// Returns normally, with another result than usual; in the form of Operation::result.
+// A normal return with another result than usual, in the form of Operation::result.
 inline Outcome Gives(std::string const& result) { return {Outcome::gives, {}, result}; }
 
 using Outcomes = std::vector<Outcome>;
 
-// All that can come of a failure of one kind of call.
+// The outcomes of a failure of one kind of call.
 struct CallFailure {
-    // The name of the call and what follows it in the record of SystemCalls, as far as it matters.
+    // The name of the call and the start of the rest of its record, as far as it is relevant.
     std::string call;
-    // If it fails once, at any of its occurrences.
+    // If any one of them fails once.
     Outcomes once;
-    // What comes, beside those of any fault of the same call, if all further ones fail too.
+    // The additional outcomes if all later calls fail too.
     Outcomes lasting = {};
-    // For this number alone, in place of the row for all others.
+    // For this error number alone, in place of the row for all others.
     int error = 0;
 };
 
@@ -79,15 +79,16 @@ struct Operation {
           renameError(errorOfRenames) {}
 
     std::string name;
-    // Makes what the operation needs in the directory of the test.
+    // Prepares the directory of the test.
     void (*prepare)(std::string const& directory);
-    // Takes "from" and "to" in that directory. Returns what the operation returned, if anything.
+    // Takes "from" and "to" in that directory. Returns the result of the operation, if any.
     Run run;
-    // What `run` returns without a fault, a semicolon, and all entries of the directory then,
-    // sorted, each with a space in front.
+    // The result of `run` without a failure, a semicolon, and all entries of the directory then,
+    // sorted, each with a preceding space.
     std::string result;
     CallFailures failures;
-    // Thrown by each rename, which is not to be tried: the two are on different file systems.
+    // Each rename fails with this number, which is not tested itself: the two are on different file
+    // systems.
     int renameError;
 };
 
@@ -121,7 +122,7 @@ std::vector<Operation> Deletions();
 std::vector<Operation> CopiesAndMoves();
 std::vector<Operation> Trees();
 std::vector<Operation> Items();
-std::vector<Operation> LockAndProbe();
+std::vector<Operation> LockAndAgentSearch();
 
 // Preparations.
 
@@ -152,14 +153,14 @@ inline void MakeDeepTree(std::string const& directory) {
     std::filesystem::create_directory(directory + "/from/b");
 }
 
-// Outcomes and failures that many share.
+// Outcomes and failures that several operations share.
 
 inline Outcome const endOfLoop = Throws("FileReadingLoopEndOfFileError");
 inline Outcome const noFrom = Throws("FileNotFoundError", "from");
 inline Outcome const noDirectory = Throws("DirectoryNotFoundError", "from");
 inline Outcome const vanished = Throws("InvalidStats");
 inline Outcome const notEmpty = Throws("FileIOError ENOTEMPTY", "from");
-// A parent that is not seen is looked for up to the root, which exists.
+// A parent that is not found is searched for up to the root, which exists.
 inline Outcome const rootIsThere = Throws("FileIOError EEXIST", "/");
 inline Outcome const freeFrom = Maps(Mapper::freeStanding, "from");
 inline Outcome const freeTo = Maps(Mapper::freeStanding, "to");

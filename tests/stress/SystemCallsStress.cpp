@@ -1,6 +1,7 @@
-// Each call that an operation of the file layer, the lock and the probe makes fails with each
-// number of its manual page, once and from then on: the exact class, names and code, and no
-// descriptor is lost. The calls of whole evaluations are in SystemCallsExchange.cpp.
+// Each system call of an operation of the file layer, the lock and the agent search fails with each
+// error number of its manual page, once and together with all later ones. The test compares class,
+// paths and error code of the exception, and detects lost descriptors. SystemCallsExchange.cpp has
+// the calls of whole evaluations.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -34,14 +35,14 @@ std::vector<Operation> const& Operations() {
     static std::vector<Operation> const all = [] {
         std::vector<Operation> operations;
         for (auto const& some : {OpenFiles(), Streams(), Creations(), Deletions(), CopiesAndMoves(),
-                                 Trees(), Items(), LockAndProbe()})
+                                 Trees(), Items(), LockAndAgentSearch()})
             operations.insert(operations.end(), some.begin(), some.end());
         return operations;
     }();
     return all;
 }
 
-// The class that each mapper gives a number; FileIOError where there is none.
+// The class to which each mapper maps a number; FileIOError by default.
 std::string ClassOf(Mapper mapper, int error) {
     static std::map<int, std::string> const common = {
         {EPERM, "FilePermissionError"},          {EACCES, "FilePermissionError"},
@@ -87,7 +88,7 @@ std::string Listing(std::string const& place) {
     return text;
 }
 
-// The text with paths relative to the place.
+// The text with paths relative to the directory.
 std::string Relative(std::string text, std::string const& place) {
     for (std::size_t at; (at = text.find(place)) != std::string::npos;) {
         bool const isBelow = text[at + place.size()] == '/';
@@ -98,21 +99,21 @@ std::string Relative(std::string text, std::string const& place) {
 
 std::string NameOfCall(std::string const& text) { return text.substr(0, text.find(' ')); }
 
-// What an operation came to, and the calls that it made.
+// The outcome of an operation, and its calls.
 struct Run {
     std::string came;
     std::vector<std::string> calls;
 };
 
-// A source that is removed has left all that it held; but for the content of a directory that could
-// not be listed, which the table tells.
+// If a source was removed, the target has its whole content. The exception, a directory that could
+// not be listed, is in the table.
 void ExpectNothingLost(std::string const& place, bool hadSource) {
     if (hadSource && !fs::exists(place + "/from") && fs::is_regular_file(place + "/to")) {
         EXPECT_EQ("content", ReadWholeFile(place + "/to"));
     }
 }
 
-// Runs the operation in a directory of its own, after `disturb` has arranged for failures.
+// Runs the operation in a new directory, after `disturb` has set up failures.
 Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> const& disturb) {
     TemporaryDirectory const directory;
     std::string const& place = directory.path();
@@ -136,17 +137,17 @@ Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> c
     if (run.came == "nothing")
         run.came = "gives " + result + Listing(place);
     run.came = Relative(run.came, place);
-    EXPECT_EQ(before, CountOpenDescriptors()) << "a descriptor is lost";
+    EXPECT_EQ(before, CountOpenDescriptors()) << "a file descriptor leaked";
     ExpectNothingLost(place, hadSource);
     return run;
 }
 
-// The calls of an operation without a fault.
+// The calls of an operation without a failure.
 std::vector<std::string> CallsOf(Operation const& operation) {
     return RunDisturbed(operation, [](SystemCalls&) {}).calls;
 }
 
-// The row of the table for a call and a number; null if there is none.
+// The row of the table for a call and an error number; null if there is none.
 CallFailure const* RowOf(Operation const& operation, std::string const& call, int error) {
     CallFailure const* found = nullptr;
     for (CallFailure const& row : operation.failures)
@@ -156,7 +157,7 @@ CallFailure const* RowOf(Operation const& operation, std::string const& call, in
     return found;
 }
 
-// The texts of the outcomes; without those that need not happen, if `mandatory`.
+// The texts of the outcomes; if `mandatory`, without those that need not occur.
 Texts TextsOf(Outcomes const& outcomes, int error, Operation const& operation, bool mandatory) {
     Texts texts;
     for (Outcome const& outcome : outcomes)
@@ -165,7 +166,7 @@ Texts TextsOf(Outcomes const& outcomes, int error, Operation const& operation, b
     return texts;
 }
 
-// All that can come of a call and the further ones of its name failing.
+// The outcomes of a call and all later ones of its name failing.
 Texts LastingTextsOf(Operation const& operation, std::string const& name, int error) {
     Texts texts;
     for (CallFailure const& row : operation.failures)
@@ -176,7 +177,7 @@ Texts LastingTextsOf(Operation const& operation, std::string const& name, int er
     return texts;
 }
 
-// One call of an operation that fails.
+// A failing call of an operation.
 struct TestCase {
     std::size_t call;
     int error;
@@ -196,7 +197,7 @@ std::vector<TestCase> CasesOf(Operation const& operation, std::vector<std::strin
     return testCases;
 }
 
-// What came of the failures of one row, for each number, once or lasting.
+// The outcomes of the failures of one row, for each error number, once or lasting.
 using Seen = std::map<std::tuple<CallFailure const*, int, bool>, Texts>;
 
 void Try(Operation const& operation, std::vector<std::string> const& calls,
@@ -204,9 +205,10 @@ void Try(Operation const& operation, std::vector<std::string> const& calls,
     std::string const& call = calls[testCase.call];
     std::string const name = NameOfCall(call);
     SCOPED_TRACE(operation.name + ", call " + std::to_string(testCase.call) + ", " + call + ' ' +
-                 strerrorname_np(testCase.error) + (testCase.lasting ? " from then on" : " once"));
+                 strerrorname_np(testCase.error) +
+                 (testCase.lasting ? " and all later ones" : " once"));
     CallFailure const* const row = RowOf(operation, call, testCase.error);
-    ASSERT_NE(nullptr, row) << "a call that the table does not have";
+    ASSERT_NE(nullptr, row) << "the table lacks this call";
     auto const skip =
         std::count_if(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(testCase.call),
                       [&](std::string const& other) { return NameOfCall(other) == name; });
@@ -222,8 +224,8 @@ void Try(Operation const& operation, std::vector<std::string> const& calls,
     seen[{row, testCase.error, testCase.lasting}].insert(came);
 }
 
-// Each outcome of the table has happened, for each number; but those as without a fault, since a
-// call may not matter.
+// Each outcome of the table has occurred, for each error number. Except outcomes as without a
+// failure: a call may have no effect.
 void ExpectAllSeen(Operation const& operation, Seen const& seen) {
     for (CallFailure const& row : operation.failures)
         for (int const error : ErrorsOf(NameOfCall(row.call)))
@@ -236,18 +238,18 @@ void ExpectAllSeen(Operation const& operation, Seen const& seen) {
                      TextsOf(lasting ? row.lasting : row.once, error, operation, true))
                     EXPECT_THAT(came, testing::Contains(text))
                         << operation.name << ", " << row.call << ' ' << strerrorname_np(error)
-                        << (lasting ? " from then on" : " once");
+                        << (lasting ? " and all later ones" : " once");
             }
 }
 
-TEST(QuickOperations, HaveTheResultOfTheTable) {
+TEST(QuickOperations, HaveTheExpectedResult) {
     for (Operation const& operation : Operations())
         EXPECT_EQ("gives " + operation.result, RunDisturbed(operation, [](SystemCalls&) {}).came)
             << operation.name;
     Stress::CountTestCases(Operations().size());
 }
 
-TEST(QuickOperations, CoverAtLeast150PairsOfACallAndANumber) {
+TEST(QuickOperations, CoverAtLeast150PairsOfCallAndErrorNumber) {
     std::set<std::pair<std::string, int>> pairs;
     for (Operation const& operation : Operations())
         for (std::string const& call : CallsOf(operation)) {
@@ -259,8 +261,9 @@ TEST(QuickOperations, CoverAtLeast150PairsOfACallAndANumber) {
     RecordProperty("pairs", std::to_string(pairs.size()));
 }
 
-// Each call of each operation, once and from then on, with a number that changes from call to call.
-TEST(QuickOperations, ThrowTheExactErrorWhenACallFails) {
+// Each call of each operation, once and lasting, with an error number that varies from call to
+// call.
+TEST(QuickOperations, ThrowTheExactErrorIfACallFails) {
     std::size_t tried = 0;
     for (Operation const& operation : Operations()) {
         auto const calls = CallsOf(operation);
@@ -279,7 +282,7 @@ TEST(QuickOperations, ThrowTheExactErrorWhenACallFails) {
 
 class FullOperations : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(FullOperations, ThrowTheExactErrorWhenACallFails) {
+TEST_P(FullOperations, ThrowTheExactErrorIfACallFails) {
     Operation const& operation = Operations()[GetParam()];
     auto const calls = CallsOf(operation);
     auto const testCases = CasesOf(operation, calls);

@@ -1,4 +1,4 @@
-// The tool as a whole, each of its allocations failing, also those that the C library makes for it.
+// The whole tool with each of its allocations failing, including those of the C library.
 #include <iostream>
 #include <set>
 
@@ -11,7 +11,7 @@ using namespace Stress;
 
 char const failureMark[] = "/opt/failed";
 
-// Which allocation fails, as the preloaded library reads it; empty for none.
+// The failing allocation, in the syntax of the preloaded library; empty for none.
 ProgramResult RunWithFailing(std::string const& which) {
     fs::remove(failureMark);
     fs::remove(ScriptedAgent::response);
@@ -23,7 +23,7 @@ ProgramResult RunWithFailing(std::string const& which) {
 
 std::string const atWork = PrintedPercent("40");
 
-// What is printed of an evaluation that succeeds.
+// The output of a successful evaluation.
 std::string Whole() {
     return atWork + PrintedCount(2) + PrintedRow(LongRowRead()) + PrintedRow(LongRowRead());
 }
@@ -35,7 +35,7 @@ bool IsStated(std::string const& output) {
     return stated.contains(output);
 }
 
-// A request is there only where one was not written whole: then it is a part of one of ours.
+// A request remains only if it was written in part. Then it is a part of one of the expected ones.
 void ExpectOwnFilesOnly() {
     std::string const names = Requests();
     if (names == "lockfile request.xml ") {
@@ -47,7 +47,7 @@ void ExpectOwnFilesOnly() {
     EXPECT_FALSE(IsLocked());
 }
 
-// Only out of COMPLIANCE_Open, which lets it out: before any request was answered.
+// Only COMPLIANCE_Open propagates it, before any request was answered.
 void ExpectEndByBadAlloc(ProgramResult const& run) {
     EXPECT_EQ(ExitStatus::Killed(SIGABRT), run.status);
     EXPECT_EQ("", run.output);
@@ -63,7 +63,7 @@ void ExpectStated(ProgramResult const& run) {
     EXPECT_TRUE(IsStated(run.output)) << run.output;
 }
 
-// A request that was left behind stands in the way, as ever.
+// A remaining request obstructs the next evaluation, as usual.
 void ExpectNextRunSucceeds() {
     if (fs::exists(ScriptedAgent::request)) {
         EXPECT_EQ(OpenError(-5), RunWithFailing("").output);
@@ -72,7 +72,7 @@ void ExpectNextRunSucceeds() {
     EXPECT_EQ(Whole(), RunWithFailing("").output);
 }
 
-// Whether it failed, that is whether the tool asks for so many.
+// Whether it failed, so whether the tool makes that many allocations.
 bool Fail(std::size_t n, bool fromThenOn) {
     std::string const which = std::to_string(n) + (fromThenOn ? "+" : "");
     SCOPED_TRACE("allocation " + which);
@@ -85,7 +85,7 @@ bool Fail(std::size_t n, bool fromThenOn) {
     return failed;
 }
 
-// Every `step`-th allocation, from `first` on.
+// Each `step`-th allocation, from `first` on.
 void FailFrom(std::size_t first, std::size_t step, bool fromThenOn) {
     CountTestCasesInSandbox({.limit = std::chrono::minutes(4)}, [&] {
         OtherProgram const agent(Sandbox::InstallIdleAgent());

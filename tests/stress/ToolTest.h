@@ -37,7 +37,7 @@ inline constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseD
 // The names in the request directory, each followed by a space.
 inline std::string Requests() { return ListDirectory(ScriptedAgent::requestDirectory); }
 
-// The run, of a Tool or an OtherProgram, has printed this and nothing else, and has exited with 0.
+// The run, of a Tool or an OtherProgram, has printed exactly this, and has exited with 0.
 template <class Run>
 void ExpectPrinted(std::string const& output, Run const& run) {
     EXPECT_EQ(output, run.output);

@@ -60,7 +60,7 @@ bool WriteAll(int file, string_view bytes) {
     return true;
 }
 
-// A file that was read into memory of its own; empty if it cannot be read.
+// A file read into memory; empty if it cannot be read.
 class FileContent {
 public:
     explicit FileContent(char const* path) : file(Open(path, O_RDONLY | O_NONBLOCK)) {
@@ -101,7 +101,8 @@ bool Remove(char const* path) { return syscall(SYS_unlink, path) == 0; }
 
 bool Move(char const* from, char const* to) { return syscall(SYS_rename, from, to) == 0; }
 
-// Removes any kind of entry, and with a directory its entry "inside". Nothing to remove is success.
+// Removes any kind of entry, and with a directory its entry "inside". Succeeds if there is no
+// entry.
 bool Clear(string_view name) {
     Path const path(name);
     Path const inside(name, "/inside");
@@ -121,7 +122,7 @@ bool MakeSocket(string_view path) {
     return bound;
 }
 
-// A link replaces the device where the process may not make one.
+// A link replaces the device where the process may not create one.
 bool MakeNullDevice(char const* path) {
     return syscall(SYS_mknod, path, S_IFCHR | 0666, makedev(1, 3)) == 0 ||
            syscall(SYS_symlink, "/dev/null", path) == 0;

@@ -105,7 +105,7 @@ SANDBOX_TEST(AgentEngineTest, ServesRequestsByTheirType) {
     }
 }
 
-SANDBOX_TEST(AgentEngineTest, MakesAndClearsEntriesOfEveryKind) {
+SANDBOX_TEST(AgentEngineTest, CreatesAndRemovesEntriesOfEveryKind) {
     for (Entry const& entry : {Entry{Entry::directory}, Entry{Entry::fullDirectory},
                                Entry{Entry::unixSocket}, Entry{Entry::fifo}, Entry{Entry::device},
                                Entry::Link("target"), Entry::File("bytes"), Entry()}) {

@@ -13,7 +13,8 @@
 // After the last step the agent does nothing.
 class AgentScript {
 public:
-    // Waits for a request other than the last one seen, however that went away, and records it.
+    // Waits for a request other than the last one, even if another process removed that, and
+    // records it.
     AgentScript& AwaitRequest() { return Add("await", {}); }
     // Waits until a time after the request that was last awaited was first seen.
     AgentScript& PauseUntil(std::chrono::nanoseconds sinceRequest) {

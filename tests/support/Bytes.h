@@ -1,4 +1,4 @@
-// Bytes for tests: literals with NULs in them, random texts, and a form that a failure can show.
+// Bytes for tests: literals with embedded NULs, random texts, and a readable form for failures.
 #pragma once
 
 #include <cstddef>
@@ -11,13 +11,13 @@
 #include "data/Buffer.h"
 #include "data/ConstData.h"
 
-// All characters of a literal but the NUL behind it.
+// All characters of a literal except the terminating NUL.
 template <std::size_t size>
 std::string Bytes(char const (&literal)[size]) {
     return std::string(literal, size - 1);
 }
 
-// One string of all bytes, in order.
+// Concatenates all bytes, in order.
 inline std::string EveryByte() {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte)
@@ -25,7 +25,7 @@ inline std::string EveryByte() {
     return bytes;
 }
 
-// `length` bytes drawn from `alphabet`.
+// `length` random bytes of `alphabet`.
 inline std::string RandomBytes(std::mt19937& random, std::size_t length,
                                std::string const& alphabet) {
     std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
@@ -35,7 +35,8 @@ inline std::string RandomBytes(std::mt19937& random, std::size_t length,
     return bytes;
 }
 
-// Printable ASCII as it is, all else, and the backslash, as two hexadecimal digits: a\0D\0Ab.
+// Printable ASCII unchanged; all other bytes, and the backslash, as two hexadecimal digits:
+// a\0D\0Ab.
 inline std::string Shown(ConstData data) {
     std::string text;
     for (std::size_t i = 0; i < data.Length(); ++i) {
@@ -50,7 +51,7 @@ inline std::string Shown(ConstData data) {
     return text;
 }
 
-// What GoogleTest prints for the views. Every test that compares views includes this header.
+// For GoogleTest. Every test that compares views includes this header.
 inline void PrintTo(ConstData const& data, std::ostream* out) {
     *out << '"' << Shown(data) << "\" (" << data.Length() << " bytes)";
 }

@@ -1,4 +1,4 @@
-// A DataReader over bytes in memory that gives a few at a time.
+// A DataReader over bytes in memory that returns a few at a time.
 #pragma once
 
 #include <algorithm>
@@ -12,10 +12,10 @@
 
 class ChunkReader : public DataReader {
 public:
-    // Gives at most `size` bytes for each call.
+    // Returns at most `size` bytes for each call.
     ChunkReader(std::string text, std::size_t size) : bytes(std::move(text)), chunkSize(size) {}
 
-    // Every second call gives nothing, as a reader may.
+    // Every second call returns nothing, as the contract allows.
     void PauseBeforeEachByte() { pauses = true; }
 
     using DataReader::operator>>;

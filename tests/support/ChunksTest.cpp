@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(ChunksTest, EachSplitIsTheWholeInputAndNoTwoAreTheSame) {
+TEST(ChunksTest, EachSplitIsCompleteAndUnique) {
     std::multiset<std::vector<std::string>> seen;
     ForEachSplit("0123456789ABCDE", [&](Chunks const& chunks) {
         std::string whole;

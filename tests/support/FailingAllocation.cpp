@@ -19,7 +19,7 @@ bool CountAndDecide(std::size_t size) {
     return !fails;
 }
 
-// Not by malloc, whose calls by name a program may let fail too.
+// Not by malloc, because a program may replace that and make it fail.
 void* Allocate(std::size_t size, std::size_t alignment) noexcept {
     void* memory = nullptr;
     if (!CountAndDecide(size) || posix_memalign(&memory, alignment, size == 0 ? 1 : size) != 0)

@@ -1,7 +1,7 @@
-// Counts the allocations and releases of a piece of code, or lets an allocation fail.
+// Counts allocations and releases, or makes an allocation fail.
 //
-// A program that links the library `test_allocation` has its global operator new and delete
-// replaced. Only those of the thread that counts, and only through these operators, are seen.
+// A program that links the library `test_allocation` has its own global operator new and delete.
+// Only calls of these operators by the counting thread are counted.
 #pragma once
 
 #include <cstddef>
@@ -12,12 +12,12 @@ public:
     AllocationCounter();
 
     std::size_t Count() const;
-    // The bytes asked for.
+    // The requested bytes.
     std::size_t Bytes() const;
     // Null pointers are not counted.
     std::size_t Releases() const;
-    // What was allocated since the construction and is not released yet; below 0 if more was
-    // released than allocated.
+    // The allocations since the construction that are not yet released. Negative if there were more
+    // releases.
     std::ptrdiff_t Held() const;
 
     struct Counts {
@@ -31,8 +31,8 @@ private:
     Counts const atStart;
 };
 
-// From its construction to its destruction the n-th allocation, counted from 1, throws
-// std::bad_alloc (or yields null, for the forms with std::nothrow). One at a time.
+// From its construction to its destruction the n-th allocation, from 1, throws std::bad_alloc, or
+// returns null for the forms with std::nothrow. One at a time.
 class FailingAllocation {
 public:
     enum Extent { Once, FromThenOn };
@@ -44,8 +44,8 @@ public:
 
     bool HasFailed() const;
 
-    // For what stands in for another allocator: whether its allocation is to fail. It is one of the
-    // n, but no AllocationCounter sees it.
+    // For a replacement of another allocator: whether its allocation must fail. It is one of the n,
+    // but no AllocationCounter counts it.
     static bool MustFail();
 };
 
@@ -56,9 +56,9 @@ std::size_t AllocationsOf(Body body) {
     return counter.Count();
 }
 
-// Runs `body` again and again, with its first, second, third ... allocation failing, until it needs
-// no more allocations than have succeeded. `body` takes the number of the failing allocation and
-// deals with the std::bad_alloc itself. Yields how many different allocations failed.
+// Runs `body` repeatedly, with its first, second, third ... allocation failing, until it succeeds
+// with fewer allocations. `body` takes the number of the failing allocation and handles the
+// std::bad_alloc. Returns the number of failed allocations.
 template <class Body>
 std::size_t ForEachFailingAllocation(Body body) {
     for (std::size_t n = 1;; ++n) {

@@ -28,7 +28,7 @@ TEST(FailingAllocationTest, CountsAllocationsBytesAndReleases) {
     EXPECT_EQ(0u, AllocationsOf([] {}));
 }
 
-TEST(FailingAllocationTest, EveryFormOfNewAndDeleteIsSeen) {
+TEST(FailingAllocationTest, CountsEveryFormOfNewAndDelete) {
     struct alignas(64) Aligned {
         char bytes[64];
     };
@@ -54,7 +54,7 @@ std::vector<bool> Succeed() {
     return succeeded;
 }
 
-TEST(FailingAllocationTest, NthAllocationFailsAloneOrWithAllBehindIt) {
+TEST(FailingAllocationTest, NthAllocationFailsAloneOrWithAllLaterOnes) {
     using Results = std::vector<bool>;
     {
         FailingAllocation const failing(3);
@@ -76,7 +76,7 @@ TEST(FailingAllocationTest, NthAllocationFailsAloneOrWithAllBehindIt) {
     EXPECT_THROW(std::string(100, 'x'), std::bad_alloc);
 }
 
-TEST(FailingAllocationTest, OtherThreadsAreLeftAlone) {
+TEST(FailingAllocationTest, DoesNotAffectOtherThreads) {
     std::size_t size = 0;
     std::thread other([&] { size = std::string(1000, 'x').size(); });
     {

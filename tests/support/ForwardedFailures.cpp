@@ -26,10 +26,10 @@ extern "C" void __gcov_dump();
 namespace {
 
 constexpr size_t maxPacketSize = 65536;
-// Out of the way of tests that count or close the low descriptors.
+// Above the low descriptors, which some tests count or close.
 constexpr int minLineDescriptor = 300;
 
-// The kinds of packets: what is no failure has a letter that no result type has.
+// The kinds of packets. Kinds other than failures have letters that no result type has.
 constexpr char finishedKind = 'f';
 constexpr char unavailableKind = 'u';
 constexpr char fatalKind = 'F';
@@ -46,7 +46,7 @@ public:
     }
 };
 
-// Puts the forwarder in the place of the printer. gtest owns it; a fork inherits it.
+// Replaces the printer by the forwarder. GoogleTest owns it; a fork inherits it.
 Forwarder& InstalledForwarder() {
     static Forwarder* const forwarder = [] {
         auto& listeners = testing::UnitTest::GetInstance()->listeners();
@@ -67,7 +67,7 @@ char KindOf(testing::TestPartResult const& result) {
 // "<line> <file>\n<message>"
 std::string Packed(testing::TestPartResult const& result) {
     std::string_view message = result.message();
-    // Each replay puts this word in front; a failure from two processes deep says it once.
+    // Each replay adds this prefix. A failure that is two processes deep has it only once.
     std::string_view const prefix = "Failed\n";
     if (message.starts_with(prefix))
         message.remove_prefix(prefix.size());
@@ -76,7 +76,7 @@ std::string Packed(testing::TestPartResult const& result) {
     return text.append("\n").append(message);
 }
 
-// Each in a function of its own, since gtest's forms return from where they stand.
+// Each in its own function, because GoogleTest's macros return from it.
 void FailHere(char const* file, int line, std::string const& message) {
     GTEST_FAIL_AT(file, line) << message;
 }
@@ -190,7 +190,7 @@ void ReportForkedException(char const* what) {
 
 void EndForkedBody() {
 #ifdef CC_ADDRESS_SANITIZER
-    // The check traces the threads of the process, and dies if it can't list them.
+    // The check traces the threads of the process, and aborts if it cannot list them.
     if (prctl(PR_GET_DUMPABLE) == 1 && access("/proc/self/task", R_OK) == 0) {
         EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
     }

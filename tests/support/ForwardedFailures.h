@@ -1,8 +1,8 @@
-// A one-way line for the failures of a forked process to the process that runs the test.
+// Sends the failures of a forked process to the process that runs the test.
 //
 // A check that fails in a forked child would only mark the child's copy of the test. Here it is
-// sent up the line and made again in the parent, with its file, line and text. Used by OtherProcess
-// and Sandbox; a test has no need of it.
+// sent to the parent and repeated there, with its file, line and text. For OtherProcess and
+// Sandbox; tests do not use it directly.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,9 +15,9 @@
 // one each time that the failure is reported again.
 std::string_view WithoutLastNewline(std::string_view message);
 
-// The two ends of a line of packets, above the descriptors that tests count or close.
+// The two ends of a socket pair, above the descriptors that tests count or close.
 std::pair<int, int> MakeLine();
-// The descriptor, in that place. Throws if it is none.
+// Moves the descriptor there. Throws if it is invalid.
 int MovedUp(int descriptor);
 
 class ForwardedFailures {
@@ -27,25 +27,25 @@ public:
     ForwardedFailures(ForwardedFailures const&) = delete;
     ForwardedFailures& operator=(ForwardedFailures const&) = delete;
 
-    // After the fork, in the child: from now on what fails goes up this line, in the child and in
-    // all that it forks. Nothing is printed here, since the parent prints it.
+    // Called in the child after the fork. From now on the failures of the child and of all
+    // processes that it forks are sent. They are not printed here, because the parent prints them.
     void BecomeChild();
-    // After the fork, in the parent.
+    // Called in the parent after the fork.
     void BecomeParent();
 
-    // In the child. Failures beyond some 200 kB that nobody has read yet are dropped.
+    // Called in the child. Failures are dropped if about 200 kB are unread.
     void SendFailure(testing::TestPartResult const& failure);
     void SendFailure(std::string const& text);
-    // Something that is no failure: that the body came to its end, or that the machine refused.
+    // Sends a message other than a failure: the body ended, or the system refused a step.
     void SendFinished();
     void SendUnavailable(std::string const& reason);
 
-    // In the parent: readable, or at its end, when there is something to take.
+    // Called in the parent. Readable when Take has something to read, or at the end.
     int descriptor() const { return parentEnd; }
-    // Takes all that has come, without waiting. Returns false at the end of the line, which comes
-    // when the child and all that it forked are gone.
+    // Takes all available failures without waiting. Returns false at the end, when the child and
+    // all processes that it forked have ended.
     bool Take();
-    // What Take has seen so far.
+    // The messages that Take has read so far.
     bool hasFailed() const { return failed; }
     bool isFinished() const { return finished; }
     std::string const& unavailable() const { return refusal; }
@@ -62,11 +62,11 @@ private:
 };
 
 void ReportForkedException(char const* what);
-// Looks for lost memory, and keeps the counts of a build for coverage.
+// Checks for leaks, and writes the counters of a coverage build.
 void EndForkedBody();
 
-// Runs the body of a forked process: an exception that leaves it is a failure, and so is, under the
-// leak sanitizer, memory that it lost.
+// Runs the body of a forked process. An exception that propagates from it is a failure, and so is
+// leaked memory, under the leak sanitizer.
 template <typename Body>
 void RunForkedBody(Body const& body) {
     try {

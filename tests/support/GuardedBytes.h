@@ -1,4 +1,4 @@
-// Memory between two pages that must not be touched.
+// Memory between two inaccessible pages.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-// Room for up to `capacity` bytes. A read or a write outside of it, next to either end, is a fault.
+// Space for up to `capacity` bytes. An access outside of it, next to either end, crashes.
 class GuardedBytes {
 public:
     explicit GuardedBytes(std::size_t capacity)
@@ -25,9 +25,9 @@ public:
     GuardedBytes(GuardedBytes const&) = delete;
     GuardedBytes& operator=(GuardedBytes const&) = delete;
 
-    // Just after the first guard.
+    // Immediately after the first guard page.
     unsigned char* Begin() const { return mapping + page; }
-    // Just before the second guard.
+    // Immediately before the second guard page.
     unsigned char* End() const { return mapping + page + inner; }
 
 private:

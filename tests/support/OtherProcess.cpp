@@ -45,7 +45,7 @@ std::string ReadMemoryFile(int file) {
     return content;
 }
 
-// What is buffered before a fork would be written twice.
+// Buffered output would otherwise be written twice after a fork.
 pid_t FlushAndFork() {
     std::fflush(nullptr);
     pid_t const child = fork();
@@ -54,7 +54,7 @@ pid_t FlushAndFork() {
     return child;
 }
 
-// Whoever waits is gone, then the process is of no use.
+// If the parent ends, the process must end too.
 void DieWithParent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 
 ExitStatus MakeExitStatus(int status) {
@@ -62,7 +62,7 @@ ExitStatus MakeExitStatus(int status) {
                                : ExitStatus::Exited(WEXITSTATUS(status));
 }
 
-// Whether there is something to read, or an end to reap, within the limit.
+// Whether there is a message to read, or a process to reap, before the timeout.
 bool IsReady(int descriptor, milliseconds limit) {
     pollfd waiting{descriptor, POLLIN, 0};
     int ready = 0;
@@ -79,7 +79,7 @@ std::vector<char*> Pointers(std::vector<std::string> const& texts) {
     return pointers;
 }
 
-// The start of a program, in its own process: all that can fail says so with its errno.
+// Starts a program in its own process. Every failure is reported with its errno.
 class ProgramStart {
 public:
     ProgramStart(std::vector<std::string> const& theArguments, ProgramOptions const& theOptions)
@@ -117,7 +117,7 @@ private:
         return true;
     }
 
-    // No descriptor of the test is the program's business.
+    // The program does not inherit file descriptors of the test.
     void CloseDescriptors() const {
         close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
         for (int const descriptor : options.closedDescriptors)
@@ -129,7 +129,7 @@ private:
             if (!options.prepare || options.prepare())
                 return true;
         } catch (std::exception const&) {
-            // The parent throws, with the number below.
+            // The parent throws, with the error number below.
         }
         errno = ECANCELED;
         return false;
@@ -140,7 +140,7 @@ private:
     std::vector<char*> environment;
 };
 
-// Returns 0 when the line closed without a word, as exec does it, or else the errno that came.
+// Returns 0 if the pipe was closed without a message, as by exec, or the errno that was sent.
 int AwaitStart(int line) {
     int error = 0;
     while (recv(line, &error, sizeof error, 0) < 0 && errno == EINTR) {
@@ -247,7 +247,7 @@ std::string OtherProcess::Await(milliseconds limit) {
     try {
         return line->Await(limit);
     } catch (std::runtime_error const&) {
-        // What failed in the body is most often the reason.
+        // A failure in the body is usually the reason.
         failures->Take();
         throw;
     }
@@ -255,7 +255,7 @@ std::string OtherProcess::Await(milliseconds limit) {
 
 ExitStatus OtherProcess::Wait(milliseconds limit) {
     auto const deadline = Clock::now() + limit;
-    // Taken on the way too, so that a body with much to tell never blocks.
+    // Taken while waiting too, so a body with many failures never blocks.
     while (IsRunning() && Clock::now() < deadline) {
         failures->Take();
         std::this_thread::sleep_for(milliseconds(1));

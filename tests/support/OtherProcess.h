@@ -1,8 +1,7 @@
 // Processes beside the one that runs a test: a forked body, or a program.
 //
-// All of it works inside a Sandbox and outside, as any user. What goes wrong in the support
-// itself (a time limit, a failed fork or exec) is a std::runtime_error, which gtest and the bodies
-// turn into a failure, so a test never hangs. No process outlives the object that made it.
+// Works in a Sandbox and outside, as any user. A failure of the support itself (a timeout, a failed
+// fork or exec) is a std::runtime_error, so a test never hangs. No process outlives its object.
 #pragma once
 
 #include <chrono>
@@ -21,7 +20,7 @@ class ForwardedFailures;
 
 // How a process ended: with an exit status, or by a signal.
 struct ExitStatus {
-    // -1 if a signal ended it.
+    // -1 if a signal killed it.
     int code = -1;
     // 0 if it exited.
     int signal = 0;
@@ -34,8 +33,8 @@ struct ExitStatus {
 
 std::ostream& operator<<(std::ostream& out, ExitStatus status);
 
-// One end of a line between two processes. Each Tell is one message for one Await on the other
-// side; messages keep their order and their borders. A message has at most 64 kB.
+// One end of a connection between two processes. Each `Tell` sends one message, which one `Await`
+// of the other side receives. Messages keep their order and boundaries, and have at most 64 kB.
 class Handshake {
 public:
     explicit Handshake(int end);
@@ -43,22 +42,22 @@ public:
     Handshake(Handshake const&) = delete;
     Handshake& operator=(Handshake const&) = delete;
 
-    // A process that is gone hears nothing; that is no error.
+    // Has no effect if the other process has ended.
     void Tell(std::string const& message = "go");
-    // Throws if nothing comes within the limit, or if the other side is gone.
+    // Throws if no message arrives before the timeout, or if the other side has ended.
     std::string Await(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
 private:
     int const descriptor;
 };
 
-// A process of the test, killed and reaped with the object.
+// A process of the test, killed and reaped by the destructor.
 class ChildProcess {
 public:
     ChildProcess(ChildProcess const&) = delete;
     ChildProcess& operator=(ChildProcess const&) = delete;
 
-    // As seen from the process that made this object.
+    // As seen from the process that created this object.
     pid_t pid() const { return child; }
     void Kill(int signal);
     // Does not wait.
@@ -74,23 +73,23 @@ protected:
     std::optional<ExitStatus> ended;
 };
 
-// A body in a process of its own, started by the constructor.
+// A body in its own process, started by the constructor.
 //
-// Checks that fail in the body, skips, and exceptions that leave it are failures of the test, in
-// its words, from the call of Wait (or the destructor) on. The process ends with _exit(0) behind
-// the body, so that nothing of the parent's is destroyed or printed twice; a body that wants a
-// normal exit calls std::exit itself.
+// Failed checks, skips and exceptions of the body are repeated in the test, with their text, by
+// Wait or the destructor. The process ends with _exit(0) after the body, so no object of the parent
+// is destroyed and no output is written twice. A body that needs a normal exit calls std::exit
+// itself.
 class OtherProcess : public ChildProcess {
 public:
     explicit OtherProcess(std::function<void()> const& body);
-    // The body's end of the line is handed to it.
+    // The body takes its end of the connection.
     explicit OtherProcess(std::function<void(Handshake&)> const& body);
     ~OtherProcess();
 
     void Tell(std::string const& message = "go");
     std::string Await(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
-    // Waits for its end, at most so long; then kills it and throws. May be called again.
+    // Waits until it ends. Kills it and throws after the timeout. May be called again.
     ExitStatus Wait(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 private:
@@ -99,18 +98,18 @@ private:
 };
 
 struct ProgramOptions {
-    // What it reads as its standard input.
+    // The bytes of its standard input.
     std::string input = {};
     // The whole environment, as "NAME=value"; none means that of the test.
     std::optional<std::vector<std::string>> environment = {};
     std::string workingDirectory = {};
-    // Those of 0 to 2 that are closed when the program starts. No other is ever open then.
+    // Those of 0 to 2 that are closed when the program starts. No other descriptor is open then.
     std::vector<int> closedDescriptors = {};
-    // For example {RLIMIT_AS, 100 MB}. Soft and hard limit at once.
+    // For example {RLIMIT_AS, 100 MB}. Sets the soft and the hard limit.
     std::vector<std::pair<int, rlim_t>> limits = {};
-    // Runs in the new process, last before the program: for umask, signals, dropped privileges.
-    // It can hand a descriptor on by dup2 or by clearing its close-on-exec flag. Returns false (or
-    // throws) to give up.
+    // Runs in the new process immediately before the program: for umask, signals, dropped
+    // privileges. It can pass a descriptor to the program by dup2 or by clearing its close-on-exec
+    // flag. The start fails if it returns false or throws.
     std::function<bool()> prepare = {};
 };
 
@@ -120,11 +119,11 @@ struct ProgramResult {
     std::string errors;
 };
 
-// A program, started by the constructor. Its standard output and its standard error go to files in
-// memory, so it never blocks on them, and what has come so far can be read at any time.
+// A program, started by the constructor. Its standard output and standard error are files in
+// memory, so writing never blocks, and the output so far can be read at any time.
 class OtherProgram : public ChildProcess {
 public:
-    // The first argument is the path of the program; no search through PATH.
+    // The first argument is the path of the program; PATH is not searched.
     explicit OtherProgram(std::vector<std::string> const& arguments,
                           ProgramOptions const& options = {});
     ~OtherProgram();
@@ -132,7 +131,7 @@ public:
     std::string Output() const;
     std::string Errors() const;
 
-    // Waits for its end, at most so long; then kills it and throws. May be called again.
+    // Waits until it ends. Kills it and throws after the timeout. May be called again.
     ProgramResult Wait(std::chrono::milliseconds limit = std::chrono::seconds(60));
 
 private:

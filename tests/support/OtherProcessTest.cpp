@@ -30,14 +30,14 @@ TEST(OtherProcessTest, BodyRunsInProcessOfItsOwn) {
     EXPECT_EQ(0, here);
 }
 
-TEST(OtherProcessTest, TellsHowTheProcessEnded) {
+TEST(OtherProcessTest, ReportsHowTheProcessEnded) {
     EXPECT_EQ(ExitStatus::Exited(42), OtherProcess([] { std::exit(42); }).Wait());
     OtherProcess killed([] { pause(); });
     killed.Kill(SIGKILL);
     EXPECT_EQ(ExitStatus::Killed(SIGKILL), killed.Wait());
 }
 
-TEST(OtherProcessTest, MessagesKeepOrderAndBordersBothWays) {
+TEST(OtherProcessTest, MessagesKeepOrderAndBoundariesBothWays) {
     OtherProcess echo([](Handshake& line) {
         for (int i = 0; i < 3; ++i)
             line.Tell(std::string("<").append(line.Await()).append(">"));
@@ -50,7 +50,7 @@ TEST(OtherProcessTest, MessagesKeepOrderAndBordersBothWays) {
     EXPECT_EQ("<go>", echo.Await());
 }
 
-TEST(OtherProcessTest, WaitingForProcessThatIsGoneOrSilentThrows) {
+TEST(OtherProcessTest, ThrowsIfProcessHasEndedOrSendsNothing) {
     EXPECT_THROW(OtherProcess([] {}).Await(), std::runtime_error);
     EXPECT_THROW(OtherProcess([] { pause(); }).Await(milliseconds(10)), std::runtime_error);
     EXPECT_THROW(OtherProcess([] { pause(); }).Wait(milliseconds(10)), std::runtime_error);
@@ -62,7 +62,7 @@ TEST(OtherProcessTest, DestructorLeavesNoProcessBehind) {
     EXPECT_EQ(ESRCH, errno);
 }
 
-// What a body reports, in the process that waits for it.
+// The failures of a body, in the process that waits for it.
 std::vector<testing::TestPartResult> ResultsOfBody(void (*body)()) {
     OtherProcess other(body);
     return ReportedResults([&] { EXPECT_EQ(ExitStatus::Exited(0), other.Wait()); });
@@ -73,7 +73,7 @@ void FailTwice() {
     FAIL() << "fatal";
 }
 
-TEST(OtherProcessTest, FailuresAreThoseOfTheSameBodyInThisProcess) {
+TEST(OtherProcessTest, ForwardsFailuresUnchanged) {
     auto const results = ResultsOfBody(FailTwice);
     auto const here = ReportedResults(FailTwice);
     ASSERT_EQ(2u, here.size());
@@ -88,20 +88,20 @@ TEST(OtherProcessTest, FailuresAreThoseOfTheSameBodyInThisProcess) {
     EXPECT_THAT(results[0].message(), HasSubstr("here"));
 }
 
-TEST(OtherProcessTest, FailureOfProcessInTheBodyIsForwardedOnce) {
+TEST(OtherProcessTest, ForwardsFailureOfNestedProcessOnce) {
     auto const results =
         ResultsOfBody([] { OtherProcess([] { ADD_FAILURE() << "deep down"; }).Wait(); });
     ASSERT_EQ(1u, results.size());
     EXPECT_THAT(results[0].message(), HasSubstr("deep down"));
 }
 
-TEST(OtherProcessTest, ExceptionThatLeavesTheBodyIsFailure) {
+TEST(OtherProcessTest, ExceptionOfTheBodyIsAFailure) {
     EXPECT_THAT(ResultsOfBody([] { throw std::runtime_error("out of the body"); }).at(0).message(),
                 HasSubstr("out of the body"));
     EXPECT_THAT(ResultsOfBody([] { throw 1; }).at(0).message(), HasSubstr("no std::exception"));
 }
 
-TEST(OtherProcessTest, BodyWithManyFailuresNeitherBlocksNorPasses) {
+TEST(OtherProcessTest, ManyFailuresNeitherBlockNorPass) {
     EXPECT_FALSE(ResultsOfBody([] {
                      for (int i = 0; i < 3000; ++i)
                          ADD_FAILURE() << std::string(1000, 'x');
@@ -109,9 +109,9 @@ TEST(OtherProcessTest, BodyWithManyFailuresNeitherBlocksNorPasses) {
 }
 
 #ifdef CC_ADDRESS_SANITIZER
-TEST(OtherProcessTest, MemoryLostInTheBodyIsFailure) {
+TEST(OtherProcessTest, LeakInTheBodyIsAFailure) {
     auto const results = ResultsOfBody([] {
-        // Volatile, since a compiler leaves out memory that nobody looks at.
+        // Volatile, because a compiler removes memory that is not used.
         static void* volatile latest;
         for (int i = 0; i < 100; ++i) {
             latest = std::malloc(1000);
@@ -122,7 +122,7 @@ TEST(OtherProcessTest, MemoryLostInTheBodyIsFailure) {
 }
 #endif
 
-TEST(OtherProgramTest, CapturesBothOutputsAndStatusAndMuchOutput) {
+TEST(OtherProgramTest, CapturesLargeOutputErrorsAndStatus) {
     auto const result =
         RunProgram({"/bin/sh", "-c", "head -c 1000000 /dev/zero; echo err >&2; exit 3"});
     EXPECT_EQ(ExitStatus::Exited(3), result.status);
@@ -130,7 +130,7 @@ TEST(OtherProgramTest, CapturesBothOutputsAndStatusAndMuchOutput) {
     EXPECT_EQ("err\n", result.errors);
 }
 
-TEST(OtherProgramTest, StartsAsTheOptionsSay) {
+TEST(OtherProgramTest, AppliesItsOptions) {
     ProgramOptions options;
     options.input = "given";
     options.environment = {{"ONLY=this"}};
@@ -146,9 +146,9 @@ TEST(OtherProgramTest, StartsAsTheOptionsSay) {
     EXPECT_EQ("", RunProgram({"/bin/cat"}).output);
 }
 
-TEST(OtherProgramTest, ClosedDescriptorsAreClosedAndNoOtherIsOpen) {
+TEST(OtherProgramTest, HasOnlyTheSelectedDescriptors) {
     int const ofTheTest = dup(STDERR_FILENO);
-    // ls opens the directory itself, as the lowest that is free.
+    // ls opens the directory itself, with the lowest free descriptor.
     EXPECT_EQ("0\n1\n2\n3\n", RunProgram({"/bin/ls", "/proc/self/fd"}).output);
     EXPECT_EQ("0\n1\n2\n",
               RunProgram({"/bin/ls", "/proc/self/fd"}, {.closedDescriptors = {0}}).output);
@@ -156,7 +156,7 @@ TEST(OtherProgramTest, ClosedDescriptorsAreClosedAndNoOtherIsOpen) {
     close(ofTheTest);
 }
 
-TEST(OtherProgramTest, ProgramThatCannotStartThrows) {
+TEST(OtherProgramTest, ThrowsIfProgramCannotStart) {
     EXPECT_THROW(RunProgram({"/nonexistent/program"}), std::system_error);
     ProgramOptions options{.prepare = [] {
         return false;
@@ -168,7 +168,7 @@ TEST(OtherProgramTest, ProgramThatCannotStartThrows) {
     EXPECT_THROW(RunProgram({"/bin/true"}, options), std::system_error);
 }
 
-TEST(OtherProgramTest, OutputCanBeReadWhileItRuns) {
+TEST(OtherProgramTest, ReturnsOutputWhileItRuns) {
     OtherProgram program({"/bin/sh", "-c", "echo early; exec sleep 1000"});
     while (program.Output().empty())
         usleep(1000);
@@ -179,7 +179,7 @@ TEST(OtherProgramTest, OutputCanBeReadWhileItRuns) {
     EXPECT_FALSE(program.IsRunning());
 }
 
-TEST(OtherProgramTest, ProgramThatDoesNotEndIsKilled) {
+TEST(OtherProgramTest, KillsProgramAfterTheTimeout) {
     OtherProgram program({"/bin/sleep", "1000"});
     EXPECT_THROW(program.Wait(milliseconds(10)), std::runtime_error);
     EXPECT_EQ(-1, kill(program.pid(), 0));

@@ -1,8 +1,9 @@
-// Doubles of the push protocols: each logs the calls as text and fails the test on a wrong order.
+// Doubles of the push protocols: each records the calls as text and fails the test on a wrong
+// order.
 //
-// A log has one line a call: "Start", "Receive abc", "ReceiveLineBreak 1-3", "ReceiveEnd 4". Bytes
-// are shown as by Shown(). Where a stream is cut carries no meaning, so there are two logs: Calls()
-// has every call, Events() joins the texts of neighbouring Receive calls and drops empty ones.
+// A log has one line for each call: "Start", "Receive abc", "ReceiveLineBreak 1-3", "ReceiveEnd 4".
+// Bytes have the form of Shown(). Chunk boundaries have no meaning, so there are two logs: Calls()
+// has every call; Events() joins the texts of adjacent Receive calls and omits empty ones.
 #pragma once
 
 #include <deque>
@@ -20,7 +21,7 @@
 #include "data/MessageReceiver.h"
 #include "tests/support/Bytes.h"
 
-// The two logs. Doubles that belong to one stream share one.
+// The two logs. Doubles of one stream share one.
 class CallLog {
 public:
     void Call(std::string const& call) {
@@ -29,7 +30,7 @@ public:
         events.push_back(call);
     }
 
-    // A call that carries a part of a text: `prefix` names the call.
+    // A call with a part of a text: `prefix` names the call.
     void Text(std::string const& prefix, ConstData data) {
         calls.push_back(prefix + " " + Shown(data));
         if (data.IsEmpty())
@@ -79,7 +80,7 @@ public:
 protected:
     ~RecordedStream() = default;
 
-    // Start may follow anything.
+    // Start may follow any call.
     void LogStart(std::string const& call) {
         open = true;
         log->Call(ownPrefix + call);
@@ -131,8 +132,8 @@ private:
     std::string text;
 };
 
-// Checks beside the order that breaks lie in the stream, one behind the other and behind the text
-// between them.
+// Also checks that line breaks are within the stream, in order, and do not overlap the text between
+// them.
 class RecordingLineReceiver : public LineReceiver, public RecordedStream {
 public:
     RecordingLineReceiver() : RecordedStream("LineReceiver") {}
@@ -161,7 +162,7 @@ public:
         LogEnd(' ' + std::to_string(end));
     }
 
-    // For producers whose positions do not follow the bytes.
+    // For producers whose positions are not those of the bytes.
     void IgnorePositions() { checksPositions = false; }
 
 private:
@@ -169,8 +170,8 @@ private:
     bool checksPositions = true;
 };
 
-// The streams of the fields and of the body log into the same log, as "field Receive hi" and
-// "body Receive hi".
+// The streams of the fields and of the body use the same log, as "field Receive hi" and "body
+// Receive hi".
 class RecordingMessageReceiver : public MessageReceiver, public RecordedStream {
 public:
     RecordingMessageReceiver() : RecordedStream("MessageReceiver", &log) {}

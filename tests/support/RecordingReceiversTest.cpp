@@ -31,7 +31,7 @@ TEST(RecordingReceiversTest, BytesOutsideOfAStreamFailTheTest) {
     EXPECT_NONFATAL_FAILURE(receiver.Receive("a"), "outside of Start and ReceiveEnd");
 }
 
-TEST(RecordingReceiversTest, PositionsThatDoNotFollowTheTextFailTheTest) {
+TEST(RecordingReceiversTest, WrongPositionsFailTheTest) {
     RecordingLineReceiver receiver;
     receiver.Start(10);
     receiver.Receive("ab");
@@ -39,7 +39,7 @@ TEST(RecordingReceiversTest, PositionsThatDoNotFollowTheTextFailTheTest) {
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveEnd(13), "the end at 13");
 }
 
-TEST(RecordingReceiversTest, WrongOrderOfAMessageFailsTheTest) {
+TEST(RecordingReceiversTest, WrongOrderOfCallsFailsTheTest) {
     RecordingMessageReceiver receiver;
     receiver.Start(0);
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderFieldEnd(0), "without its begin");

@@ -1,4 +1,4 @@
-// What a body reports to GoogleTest. For tests of the support itself.
+// The GoogleTest results of a body. For tests of the support itself.
 #pragma once
 
 #include <gtest/gtest-spi.h>
@@ -24,7 +24,7 @@ std::vector<testing::TestPartResult> ReportedResults(Body const& body) {
     return all;
 }
 
-// Their messages, each with a "|" after it.
+// Their messages, each followed by "|".
 template <class Body>
 std::string ReportedMessages(Body const& body) {
     std::string messages;

@@ -33,11 +33,11 @@ namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// How much longer the outermost process waits than the machine itself.
+// The additional time that the outermost process waits.
 constexpr auto graceTime = std::chrono::seconds(10);
 constexpr int setUpFailed = 99;
 
-// A step that this host does not let us take.
+// A step that this host does not permit.
 class Refused : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -92,8 +92,8 @@ void CarryOver(fs::directory_entry const& entry, fs::path const& target) {
     }
 }
 
-// /proc can't be unmounted everywhere, and a mount point is still a directory. So all but /proc is
-// carried over into a new root, which is laid out on top of /proc, where it hides nothing.
+// /proc cannot be unmounted everywhere, and a mount point is a directory. So the new root is built
+// on top of /proc, with all other entries of the old root bound to it.
 void LeaveProcBehind() {
     MountTmpfs("/proc");
     for (auto const& entry : fs::directory_iterator("/"))
@@ -124,7 +124,7 @@ void MountEverything(Sandbox::Options const& options) {
     MountProc(options.proc);
 }
 
-// Runs a part of the set-up; what stops it goes up the line.
+// Runs a part of the set-up. Sends the exception that ends it.
 template <typename Step>
 void SetUpOrExit(ForwardedFailures& line, Step const& step) {
     try {
@@ -143,7 +143,7 @@ pid_t ForkOrExit(ForwardedFailures& line) {
     return child;
 }
 
-// Reaps whatever ends until the body does, or the time is up. Returns whether the body ended.
+// Reaps all processes until the body ends, or the timeout expires. Returns whether the body ended.
 bool ReapUntil(pid_t body, Clock::time_point deadline, sigset_t const& childSignal, int& status) {
     for (;;) {
         pid_t ended = 0;
@@ -171,7 +171,7 @@ std::string DescribeBadEnd(int status) {
            ".";
 }
 
-// Process 1 of the machine.
+// Process 1 of the sandbox.
 [[noreturn]] void BeInit(Sandbox::Options const& options, std::function<void()> const& body,
                          ForwardedFailures& line) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -200,11 +200,11 @@ std::string DescribeBadEnd(int status) {
     _exit(0);
 }
 
-// The process between the test and the machine: its children live in the new namespaces.
+// The process between the test and the sandbox: its children are in the new namespaces.
 [[noreturn]] void Launch(Sandbox::Options const& options, std::function<void()> const& body,
                          ForwardedFailures& line) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // A session of its own, so that a signal to a whole group stays inside.
+    // In its own session, so a signal to a whole group stays inside.
     setsid();
     std::signal(SIGCHLD, SIG_DFL);
     SetUpOrExit(line, [&] { EnterNamespaces(); });
@@ -216,7 +216,7 @@ std::string DescribeBadEnd(int status) {
     _exit(0);
 }
 
-// Returns whether the machine came to its end by itself.
+// Returns whether the sandbox ended by itself.
 bool TakeUntilEnd(ForwardedFailures& line, Clock::time_point deadline) {
     while (line.Take()) {
         auto const left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
@@ -237,7 +237,7 @@ void SkipLoudly(std::string const& reason) {
     GTEST_SKIP() << text;
 }
 
-// Nothing that a later exec could raise again.
+// No later exec can regain privileges.
 void ClearCapabilities() {
     prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
@@ -303,18 +303,19 @@ std::vector<std::string> InstallIdleAgent() {
 
 void DropPrivileges() {
     uid_t const other = 65534;
-    // Who drops the number only must not win the rights of root back by running a program.
+    // A process that drops only the user id must not regain the rights of root by running a
+    // program.
     if (prctl(PR_SET_SECUREBITS, SECBIT_NOROOT | SECBIT_NOROOT_LOCKED) != 0)
         throw std::system_error(errno, std::generic_category(), "securebits");
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-    // Fails with EINVAL where the machine knows no second user.
+    // Fails with EINVAL if the sandbox has no second user.
     if (setresgid(other, other, other) == 0) {
         setgroups(0, nullptr);
         if (setresuid(other, other, other) != 0)
             throw std::system_error(errno, std::generic_category(), "setresuid");
     }
     ClearCapabilities();
-    // As a program has it that an ordinary user starts.
+    // As for a program that an ordinary user starts.
     prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
 }
 

@@ -1,8 +1,8 @@
-// A machine of its own for the body of a test: it sees an empty /opt and /var/opt, its own
-// processes only, and whatever it mounts, and nothing of it is left when the body is done.
+// A sandbox for the body of a test: it has an empty /opt and /var/opt, its own processes and
+// mounts, and leaves nothing on the host.
 //
-// The body runs in a forked process, as root of new mount and process namespaces; who is not root
-// gets a user namespace with them. Dozens can run at once.
+// The body runs in a forked process, as root of new mount and PID namespaces; for other users than
+// root also in a new user namespace. Dozens can run in parallel.
 #pragma once
 
 #include <chrono>
@@ -13,56 +13,56 @@
 namespace Sandbox {
 
 enum class Proc {
-    // /proc of the machine's own processes.
+    // /proc with the processes of the sandbox.
     own,
-    // An empty tmpfs, on which a test can lay out what it likes.
+    // An empty tmpfs, in which a test can create files.
     empty,
-    // There is no /proc at all.
+    // No /proc.
     none
 };
 
 struct Options {
     Proc proc = Proc::own;
-    // For the body and all that it starts; then everything is killed and the test fails.
+    // For the body and all processes that it starts. Then they are killed and the test fails.
     std::chrono::milliseconds limit = std::chrono::seconds(60);
-    // More places with an empty tmpfs, which must exist as directories outside.
+    // More directories with an empty tmpfs, which must exist on the host.
     std::vector<std::string> emptyPlaces = {};
 };
 
-// Runs the body and waits for its end. Checks that fail in it (or in an OtherProcess that it makes)
-// fail the test, in their words; so does an exception, a crash, or an early exit. Everything that
-// the body has started is killed and reaped at the end.
+// Runs the body and waits for its end. Failed checks in it (or in an OtherProcess that it creates)
+// fail the test with their text; so does an exception, a crash, or an early exit. All processes
+// that the body has started are killed and reaped at the end.
 //
-// The body has the descriptors and the memory of the test, but what it writes to memory is lost to
-// the caller. Paths below /opt, /var/opt and emptyPlaces are hidden from it, also to run programs.
-// Its process id is 2; process 1 reaps what is left over.
+// The body has the descriptors and a copy of the memory of the test, so its changes are lost. Paths
+// below /opt, /var/opt and emptyPlaces are hidden from it, also for running programs. Its process
+// id is 2; process 1 reaps orphans.
 //
-// Where namespaces are forbidden the test is skipped with the reason, or fails if the environment
-// variable CI is set; then nothing should stand behind this call but the end of the test.
+// Where namespaces are forbidden, the test is skipped with the reason, or fails if the environment
+// variable CI is set. The call should be the last statement of the test then.
 //
 // REQUIRES: the caller has one thread.
 void Run(Options const& options, std::function<void()> const& body);
 void Run(std::function<void()> const& body);
 
-// The same, and the agent's directories are there.
+// The same, with the agent's directories.
 void RunWithDirectories(std::function<void()> const& body, Options const& options = {});
 
-// The functions below are for the body only. What fails in them is a std::runtime_error.
+// The functions below are for the body only. They throw a std::runtime_error if they fail.
 
 // "/var/opt/VeskaClient/RequestDir" and "/var/opt/VeskaClient/ResponseDir", with the mode 0777.
 void CreateAgentDirectories();
 
-// Puts a program at "/opt/VeskaClient/bin/VeskaClient": a copy of the given one. The default waits
-// for as long as its argument says, in seconds; see OtherProgram for how to run it.
+// Copies the program to "/opt/VeskaClient/bin/VeskaClient". The default program waits for as many
+// seconds as its argument says; see OtherProgram for how to run it.
 void InstallAgent(std::string const& program = "/bin/sleep");
 // Installs the default and returns the command that runs it for an hour.
 std::vector<std::string> InstallIdleAgent();
 constexpr char const* agentProgram = "/opt/VeskaClient/bin/VeskaClient";
 
-// From now on the process and all that it forks or runs have no capability, and no way to get one.
-// Where the machine knows a second user (it was made by root) it becomes that one, 65534. Otherwise
-// the number stays 0 and only the rights go; so a file that must be out of reach needs permissions
-// that shut out its owner too (0444 for a file, 0555 for a directory).
+// Removes all capabilities of the process and its descendants, for good. If the sandbox has a
+// second user (it was created by root), the process becomes that user, 65534. Otherwise the user id
+// stays 0 without privileges, so an inaccessible file needs a mode that excludes its owner too
+// (0444 for a file, 0555 for a directory).
 void DropPrivileges();
 
 } // namespace Sandbox

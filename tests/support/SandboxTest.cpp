@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 using Sandbox::Proc;
 using testing::HasSubstr;
 
-TEST(SandboxTest, HidesPlacesAndLeavesNothingOnTheHost) {
+TEST(SandboxTest, HidesDirectoriesAndLeavesNothingOnTheHost) {
     TemporaryDirectory directory;
     std::ofstream(directory / "file") << "content";
     Sandbox::Run({.emptyPlaces = {directory.path()}}, [&] {
@@ -41,7 +41,7 @@ TEST(SandboxTest, HidesPlacesAndLeavesNothingOnTheHost) {
     EXPECT_FALSE(fs::exists("/var/opt/cc-sandbox-test"));
 }
 
-TEST(SandboxTest, SeesItsOwnProcessesOnly) {
+TEST(SandboxTest, SeesOnlyItsOwnProcesses) {
     Sandbox::Run([] {
         EXPECT_EQ(2, getpid());
         OtherProcess other([] { pause(); });
@@ -67,7 +67,7 @@ TEST(SandboxTest, CanHaveAnEmptyProcOrNone) {
     });
 }
 
-TEST(SandboxTest, EverythingTheBodyStartedIsKilled) {
+TEST(SandboxTest, KillsAllProcessesOfTheBody) {
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
     Sandbox::Run([&] {
@@ -80,13 +80,13 @@ TEST(SandboxTest, EverythingTheBodyStartedIsKilled) {
         }
     });
     close(ends[1]);
-    // The end comes when nobody holds the writing end any more.
+    // The pipe ends when no process has its writing end open.
     char byte = 0;
     EXPECT_EQ(0, read(ends[0], &byte, 1));
     close(ends[0]);
 }
 
-TEST(SandboxTest, OrphansAreReaped) {
+TEST(SandboxTest, ReapsOrphans) {
     Sandbox::Run([] {
         pid_t const child = fork();
         if (child == 0) {
@@ -95,20 +95,20 @@ TEST(SandboxTest, OrphansAreReaped) {
             _exit(0);
         }
         EXPECT_EQ(child, waitpid(child, nullptr, 0));
-        // The grandchild has the next number, and is gone for good once process 1 has reaped it.
+        // The grandchild has the next id, and disappears once process 1 has reaped it.
         for (int i = 0; i < 5000 && kill(child + 1, 0) == 0; ++i)
             usleep(1000);
         EXPECT_EQ(-1, kill(child + 1, 0));
     });
 }
 
-// In a process of its own, which forwards all that is reported in it.
+// In its own process, which forwards all its failures.
 std::string FailuresOfMachine(Sandbox::Options const& options, void (*body)()) {
     OtherProcess other([&] { Sandbox::Run(options, body); });
     return ReportedMessages([&] { other.Wait(); });
 }
 
-TEST(SandboxTest, BodyThatFailsOrDoesNotEndFailsTheTest) {
+TEST(SandboxTest, FailsIfBodyFailsOrDoesNotEnd) {
     // Skips the test where namespaces are forbidden.
     Sandbox::Run([] {});
     if (IsSkipped())
@@ -130,15 +130,15 @@ TEST(SandboxTest, BodyThatFailsOrDoesNotEndFailsTheTest) {
                 HasSubstr("/nonexistent"));
 }
 
-TEST(SandboxTest, SkipOfTheBodyIsSkipOfTheTest) {
+TEST(SandboxTest, SkipInTheBodySkipsTheTest) {
     OtherProcess other([] { Sandbox::Run([] { GTEST_SKIP() << "reason"; }); });
     auto const results = ReportedResults([&] { other.Wait(); });
     ASSERT_EQ(1u, results.size());
     EXPECT_TRUE(results[0].skipped());
 }
 
-// What a host does that forbids namespaces: a process in a changed root may make no user namespace,
-// and without rights no other one.
+// As on a host that forbids namespaces: a process in a changed root cannot create a user namespace,
+// and without privileges no other one.
 TEST(SandboxTest, ForbiddenNamespacesSkipTheTestOrFailItWithCI) {
     for (char const* const ci : {"", "true"})
         Sandbox::Run({.proc = Proc::none}, [ci] {
@@ -167,7 +167,7 @@ std::string CapabilitiesOfPrograms() {
     return RunProgram({"/bin/grep", "CapEff", "/proc/self/status"}).output;
 }
 
-TEST(SandboxTest, DroppedPrivilegesAreGoneForGood) {
+TEST(SandboxTest, DroppedPrivilegesCannotBeRegained) {
     Sandbox::Run([] {
         std::ofstream("/opt/file") << "content";
         fs::permissions("/opt/file", fs::perms(0444));

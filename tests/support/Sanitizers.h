@@ -1,5 +1,5 @@
-// Tells whether AddressSanitizer, with its leak checker, watches this program. g++ and clang say so
-// in ways of their own.
+// Whether this program runs with AddressSanitizer and its leak checker. g++ and clang have
+// different macros.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)

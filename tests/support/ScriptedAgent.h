@@ -22,7 +22,7 @@ struct SeenRequest {
     std::chrono::steady_clock::time_point when;
 };
 
-// What the agent has published: the bytes, and the file that they are in.
+// A published file: its bytes and identity.
 struct WrittenFile {
     std::string path;
     std::string bytes;
@@ -33,10 +33,10 @@ struct WrittenFile {
     bool operator==(WrittenFile const&) const = default;
 };
 
-// The file at the path as it is now; without a path if there is none.
+// The current file at the path; without a path if there is none.
 WrittenFile FileOnDisk(std::string const& path);
 
-// The record of an AgentEngine, as far as its lines are complete.
+// The record of an AgentEngine, up to its last complete line.
 struct AgentRecord {
     explicit AgentRecord(std::string_view text);
 
@@ -47,7 +47,7 @@ struct AgentRecord {
     std::string failure;
 };
 
-// The agent as a process: installs its program and starts it; killed with the object.
+// The agent as a process: installs its program and starts it; killed by the destructor.
 //
 // REQUIRES: the body of a Sandbox with the agent's directories.
 class ScriptedAgent {
@@ -63,20 +63,20 @@ public:
     ScriptedAgent(ScriptedAgent const&) = delete;
     ScriptedAgent& operator=(ScriptedAgent const&) = delete;
 
-    // What it has seen so far.
+    // The requests that it has seen so far.
     std::vector<SeenRequest> Requests() const;
-    // Waits until it has seen so many. Throws if they do not come.
+    // Waits until it has seen this many. Throws after a timeout.
     std::vector<SeenRequest>
     AwaitRequests(size_t number, std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
-    // Waits until so many steps are done, or every one. Throws if that does not come, or if a step
+    // Waits until this many steps are done, or all of them. Throws after a timeout, or if a step
     // failed.
     void AwaitSteps(size_t number,
                     std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
     void AwaitEnd(std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
 
-    // What it has published so far, in order.
+    // The files that it has published so far, in order.
     std::vector<WrittenFile> Written() const;
-    // Ends it when it waits next. Its record is complete then. Throws if a step failed.
+    // Ends it at its next wait. Its record is complete then. Throws if a step failed.
     void Stop();
 
 private:
@@ -84,8 +84,8 @@ private:
     std::unique_ptr<OtherProgram> program;
 };
 
-// The agent as a thread of this process, without a process of its name. It ends with the object,
-// when it waits next.
+// The agent as a thread of this process, without a process of its name. It ends with the object, at
+// its next wait.
 class AgentThread {
 public:
     explicit AgentThread(AgentScript const& script);

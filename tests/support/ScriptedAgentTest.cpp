@@ -20,10 +20,10 @@ void PublishFile(char const* path, std::string const& bytes) {
     fs::rename(std::string(path) + ".new", path);
 }
 
-SANDBOX_TEST(ScriptedAgentTest, ProcessOfTheNamePlaysTheScriptInRealTime) {
+SANDBOX_TEST(ScriptedAgentTest, ProcessPlaysTheScriptInRealTime) {
     ScriptedAgent agent(
         AgentScript().AwaitRequest().PauseUntil(milliseconds(150)).RemoveRequest().AwaitRequest());
-    // The machine, this body and the agent.
+    // Process 1, this body and the agent.
     EXPECT_EQ(Sandbox::agentProgram, fs::read_symlink("/proc/3/exe"));
     PublishFile(ScriptedAgent::request, "first");
     EXPECT_EQ("first", agent.AwaitRequests(1)[0].bytes);

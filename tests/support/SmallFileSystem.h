@@ -1,5 +1,4 @@
-// A tmpfs of a given size inside a sandbox: full disks, read-only disks, and a second file
-// system to move files to.
+// A tmpfs of a given size in a sandbox: full disks, read-only disks, and a second file system.
 //
 // REQUIRES: the body of a Sandbox that has not dropped its privileges.
 #pragma once
@@ -13,9 +12,9 @@
 #include <sys/mount.h>
 
 struct SmallFileSystemOptions {
-    // In bytes, rounded up to pages; one page is the least, since tmpfs takes 0 for no limit.
+    // In bytes, rounded up to pages; at least one page, because 0 means no limit.
     size_t bytes = 1024 * 1024;
-    // Files and directories, with the root of the file system; 0 for no limit.
+    // Files and directories, including the root of the file system; 0 means no limit.
     size_t inodes = 0;
     // The permissions of its root, octal.
     std::string mode = "0755";
@@ -23,7 +22,7 @@ struct SmallFileSystemOptions {
 
 class SmallFileSystem {
 public:
-    // Mounts it at the directory, which is created if need be.
+    // Mounts it at the directory, which is created if necessary.
     explicit SmallFileSystem(std::string const& directory,
                              SmallFileSystemOptions const& options = {})
         : where(directory) {
@@ -46,8 +45,8 @@ public:
     void MakeReadOnly() { Remount(MS_RDONLY); }
     void MakeWritable() { Remount(0); }
 
-    // Writes a file until no page is left. Removing it makes room again. A file whose last page is
-    // not full can still grow to the end of that page.
+    // Fills the file system with a file; removing it frees the space. A file whose last page is not
+    // full can still grow to the end of that page.
     void FillUp(std::string const& name = "filler") {
         std::ofstream file(*this / name, std::ios::binary);
         std::string const page(4096, 'x');

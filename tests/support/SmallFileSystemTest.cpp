@@ -34,7 +34,7 @@ SANDBOX_TEST(SmallFileSystemTest, HasTheGivenSizeAndNumberOfInodes) {
     EXPECT_FALSE(CanWrite(few / "three"));
 }
 
-SANDBOX_TEST(SmallFileSystemTest, TurnsReadOnlyAndBack) {
+SANDBOX_TEST(SmallFileSystemTest, SwitchesToReadOnlyAndBack) {
     SmallFileSystem disk("/opt/disk", {.mode = "0777"});
     EXPECT_EQ(fs::perms::all, fs::status(disk.path()).permissions());
     disk.MakeReadOnly();
@@ -44,7 +44,7 @@ SANDBOX_TEST(SmallFileSystemTest, TurnsReadOnlyAndBack) {
     EXPECT_TRUE(CanWrite(disk / "file"));
 }
 
-SANDBOX_TEST(SmallFileSystemTest, IsAnotherDeviceUntilItGoes) {
+SANDBOX_TEST(SmallFileSystemTest, IsAnotherDeviceUntilUnmounted) {
     EXPECT_TRUE(CanWrite("/opt/file"));
     {
         SmallFileSystem const disk("/opt/disk");

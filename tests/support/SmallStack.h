@@ -1,4 +1,4 @@
-// Runs a body on a stack of a given size: what needs more ends the test with a crash.
+// Runs a body on a stack of a given size. A stack overflow crashes the test.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 #include <pthread.h>
 
-// In a thread of its own. REQUIRES: the body throws nothing.
+// In a separate thread. REQUIRES: the body does not throw.
 template <class Body>
 void RunOnSmallStack(std::size_t bytes, Body const& body) {
     auto const check = [](int error) {

@@ -1,6 +1,6 @@
-// A directory of its own for a test, gone with all its content at the end.
+// A directory for a test, removed with its content at the end.
 //
-// Only the process that made it removes it, so a forked child may end in any way.
+// Only the process that created it removes it, so a forked child may end in any way.
 #pragma once
 
 #include <cerrno>
@@ -14,7 +14,7 @@
 
 class TemporaryDirectory {
 public:
-    // The directory has the mode 0700 and stands in TMPDIR, or else in "/tmp".
+    // The directory has the mode 0700, in TMPDIR or else in "/tmp".
     TemporaryDirectory() {
         char const* const parent = std::getenv("TMPDIR");
         where = std::string(parent && *parent ? parent : "/tmp") + "/cc-test-XXXXXX";
@@ -41,7 +41,7 @@ private:
         std::filesystem::remove_all(where, ignored);
     }
 
-    // Who is not root can't empty a directory that a test has closed to its owner.
+    // An unprivileged user cannot empty a directory that a test has made inaccessible.
     static void OpenUp(std::filesystem::path const& directory) {
         namespace fs = std::filesystem;
         std::error_code ignored;

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(TemporaryDirectoryTest, IsEmptyAndPrivateAndEachHasItsOwn) {
+TEST(TemporaryDirectoryTest, IsEmptyPrivateAndUnique) {
     TemporaryDirectory const one;
     TemporaryDirectory const two;
     EXPECT_NE(one.path(), two.path());
@@ -20,7 +20,7 @@ TEST(TemporaryDirectoryTest, IsEmptyAndPrivateAndEachHasItsOwn) {
     EXPECT_EQ(one.path() + "/x", one / "x");
 }
 
-TEST(TemporaryDirectoryTest, GoesWithClosedContentAndFollowsNoLink) {
+TEST(TemporaryDirectoryTest, RemovesInaccessibleContentAndFollowsNoLink) {
     TemporaryDirectory const other;
     std::ofstream(other / "kept") << "content";
     auto directory = std::make_unique<TemporaryDirectory>();
@@ -31,7 +31,7 @@ TEST(TemporaryDirectoryTest, GoesWithClosedContentAndFollowsNoLink) {
     fs::create_directory_symlink(other.path(), path + "/link");
     fs::permissions(path + "/a/b", fs::perms::none);
     fs::permissions(path + "/a", fs::perms::none);
-    // Not by a child of the process that made it.
+    // Not by a child of the process that created it.
     EXPECT_EQ(ExitStatus::Exited(0), OtherProcess([&] { directory.reset(); }).Wait());
     EXPECT_TRUE(fs::exists(path));
     directory.reset();

@@ -1,8 +1,9 @@
-// Where a virtual function stands in the table of its class, for orders that are promised.
+// The position of a virtual function in the virtual table of its class, for orders that are
+// guaranteed.
 //
 // By the Itanium C++ ABI (2.3), which both compilers follow here, a pointer to a virtual member
-// function holds its offset in the table in bytes, plus one; a pointer to any other one holds an
-// address, which is even.
+// function contains its offset in the table in bytes, plus one. A pointer to another function
+// contains an address, which is even.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +13,7 @@
 
 constexpr std::size_t notVirtual = ~std::size_t{0};
 
-// Counted from 0. A virtual destructor takes two slots, to which there are no pointers.
+// From 0. A virtual destructor takes two slots, to which there are no pointers.
 template <class Member>
 requires std::is_member_function_pointer_v<Member> std::size_t SlotOf(Member member) {
     std::uintptr_t parts[2]; // The function, and the adjustment of `this`.

@@ -1,5 +1,5 @@
-// Zero bytes by the gigabyte, for lengths that do not fit 32 bits. They cost addresses and no
-// memory, but for the page that each read brings in.
+// Gigabytes of NUL bytes, for lengths beyond 32 bits. They use address space, and memory only for
+// the page of each read.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ public:
     ZeroBytes(ZeroBytes const&) = delete;
     ZeroBytes& operator=(ZeroBytes const&) = delete;
 
-    // Null if they are there; otherwise the reason to skip the test.
+    // Null if they are available; otherwise the reason to skip the test.
     char const* WhyNot() const {
         return place == MAP_FAILED ? "the system has no addresses for so many bytes" : nullptr;
     }

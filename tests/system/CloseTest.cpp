@@ -1,4 +1,4 @@
-// A close that fails prints nothing, and changes nothing of what is printed.
+// A Close request that fails prints nothing, and does not change the output.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -28,7 +28,7 @@ void ExpectOneRow(ToolRun const& run, milliseconds least) {
     EXPECT_FALSE(IsLocked());
 }
 
-SANDBOX_TEST(CloseTest, CloseThatIsNotTakenIsSilentAndStays) {
+SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsSilently) {
     ExpectOneRow(Evaluate(UntilClose().AwaitRequest()).tool, seconds(12));
     EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }
@@ -38,8 +38,8 @@ SANDBOX_TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
     EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
-// Whether the agent runs is asked at the opening only.
-SANDBOX_TEST(CloseTest, AgentThatEndsInBetweenIsNotNoticed) {
+// Only Open checks whether the agent runs.
+SANDBOX_TEST(CloseTest, AgentThatEndsMeanwhileIsNotDetected) {
     auto agent = std::make_unique<ScriptedAgent>(UntilClose());
     Tool tool({"-d"});
     agent->AwaitEnd();
@@ -48,7 +48,7 @@ SANDBOX_TEST(CloseTest, AgentThatEndsInBetweenIsNotNoticed) {
     ExpectOneRow(tool.Wait(), seconds(12));
 }
 
-SANDBOX_TEST(CloseTest, ContentOfTheLastAnswerIsIgnored) {
+SANDBOX_TEST(CloseTest, IgnoresContentOfTheLastResponse) {
     ExpectOneRow(Evaluate(UntilClose().Answer(ProgressAnswer("3", "5", "50"))).tool, seconds(3));
 }
 

@@ -1,4 +1,4 @@
-// The documents of the exchange as bytes, written out by hand, and what the tool prints of them.
+// The documents of the exchange as bytes, written by hand, and the output of the tool for them.
 #pragma once
 
 #include <array>
@@ -21,7 +21,7 @@ inline constexpr char closeRequest[] = "<?xml version=\"1.0\"?>\r\n"
                                        "\t<RequestType>Close</RequestType>\r\n"
                                        "</VeskaClientComplianceRequest>";
 
-// A text as it is between the tags.
+// An element with this text.
 inline std::string Escaped(std::string const& text) {
     static constexpr char digits[] = "0123456789abcdef";
     std::string escaped;
@@ -55,7 +55,7 @@ inline std::string Response(std::string const& content) {
            content + "</VeskaClientComplianceResponse>";
 }
 
-// A response that has a type and nothing else.
+// A response with only a type.
 inline std::string AnswerOfType(std::string const& type) {
     return Response('\t' + Element("ResponseType", type) + "\r\n");
 }
@@ -64,7 +64,7 @@ inline std::string OpenAnswer() { return AnswerOfType("Open"); }
 
 inline std::string CloseAnswer() { return AnswerOfType("Close"); }
 
-// Numbers are texts, since an agent may write anything. The rows are at the end.
+// Numbers are texts, because an agent may write any bytes. The rows are at the end.
 inline std::string ProgressAnswer(std::string const& state, std::string const& error = "0",
                                   std::string const& percent = "0", std::string const& rows = "") {
     return Response('\t' + Element("ResponseType", "Progress") + "\r\n\t" +
@@ -73,7 +73,7 @@ inline std::string ProgressAnswer(std::string const& state, std::string const& e
                     Element("ResponseProgressPercent", percent) + "\r\n" + rows);
 }
 
-// A well-behaved agent: answers the opening, each poll and the close.
+// A well-behaved agent: answers Open, each poll and Close.
 inline AgentScript WholeEvaluation(std::vector<std::string> const& polls) {
     AgentScript script;
     script.Answer(OpenAnswer());
@@ -82,7 +82,7 @@ inline AgentScript WholeEvaluation(std::vector<std::string> const& polls) {
     return script.Answer(CloseAnswer());
 }
 
-// The texts of a row: designator, result, type of result, evaluation time, description, comment.
+// The texts of a row: designator, result, result type, evaluation time, description, comment.
 using RowTexts = std::array<std::string, 6>;
 
 // A row whose texts are already escaped.
@@ -95,7 +95,7 @@ inline std::string Row(RowTexts const& texts) {
     return row + "\t</ResponseItem>\r\n";
 }
 
-// What the tool prints for a row.
+// The output of the tool for a row.
 inline std::string PrintedRow(RowTexts const& texts) {
     return "    Designator: " + texts[0] + "\n        Result: " + texts[1] +
            "\n   Result Type: " + texts[2] + "\nEval Time (\xB5s): " + texts[3] +
@@ -114,7 +114,7 @@ inline std::string PrintedError(std::string const& error) {
     return "COMPLIANCE_Progress returned error " + error + ".\n";
 }
 
-// A row for tests of something else, the answer with it, and what the tool prints of that.
+// A row for tests of other subjects, a response with it, and the output of the tool for it.
 inline RowTexts const shortRow = {"d", "r", "t", "1", "x", "c"};
 
 inline std::string OneRowAnswer() { return ProgressAnswer("1", "0", "100", Row(shortRow)); }

@@ -1,4 +1,5 @@
-// The lock file: what it looks like, and that the lock is held from the first check to the close.
+// The lock file: its properties, and that the lock is held from the first check to the end of
+// Close.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -25,7 +26,7 @@ void ExpectNoResults(ToolRun const& run) {
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-SANDBOX_TEST(LockTest, LinkUnderTheNameOfTheLockFileIsFollowed) {
+SANDBOX_TEST(LockTest, FollowsLinkAtTheLockFile) {
     fs::create_symlink("/opt/elsewhere", ScriptedAgent::lockFile);
     EXPECT_EQ(OpenError(-1), RunTool(request).output);
     EXPECT_TRUE(fs::is_regular_file("/opt/elsewhere"));
@@ -33,7 +34,7 @@ SANDBOX_TEST(LockTest, LinkUnderTheNameOfTheLockFileIsFollowed) {
     EXPECT_EQ(OpenError(-6), RunTool(request).output);
 }
 
-SANDBOX_TEST(LockTest, HeldThroughAllExchangesAndSleepsThenFree) {
+SANDBOX_TEST(LockTest, HeldDuringAllExchangesAndSleepsThenFree) {
     ScriptedAgent agent(AgentScript()
                             .Answer(OpenAnswer())
                             .Answer(ProgressAnswer("3"))
@@ -51,7 +52,7 @@ SANDBOX_TEST(LockTest, HeldThroughAllExchangesAndSleepsThenFree) {
     EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
 }
 
-// The poll fails by an unknown state, the close because nothing answers it.
+// The poll fails because of an unknown state, Close because it gets no answer.
 SANDBOX_TEST(LockTest, HeldAfterAFailedPollAndFreeAfterAFailedClose) {
     ScriptedAgent agent(
         AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).AwaitRequest());
@@ -62,7 +63,7 @@ SANDBOX_TEST(LockTest, HeldAfterAFailedPollAndFreeAfterAFailedClose) {
     EXPECT_FALSE(IsLocked());
 }
 
-SANDBOX_TEST(LockTest, DescriptorIsNotHandedToOtherPrograms) {
+SANDBOX_TEST(LockTest, DescriptorIsCloseOnExec) {
     ScriptedAgent agent(AgentScript().AwaitRequest());
     Tool tool(request);
     agent.AwaitEnd();
@@ -75,8 +76,8 @@ SANDBOX_TEST(LockTest, DescriptorIsNotHandedToOtherPrograms) {
     EXPECT_EQ(02000002u, std::stoul(facts.substr(flags + 7), nullptr, 8) & 02000003u);
 }
 
-// What it left is a whole request, and in the way of the next tool. No signal is caught.
-TEST(LockTest, RequestOfAToolThatASignalEndedStays) {
+// The complete request remains and obstructs the next tool. The tool catches no signal.
+TEST(LockTest, RequestOfAKilledToolRemains) {
     for (int const signal : {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1}) {
         Sandbox::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
@@ -93,7 +94,7 @@ TEST(LockTest, RequestOfAToolThatASignalEndedStays) {
     }
 }
 
-SANDBOX_TEST(LockTest, SecondToolIsRefusedAtOnceAndTheFirstGoesOn) {
+SANDBOX_TEST(LockTest, SecondToolFailsAndTheFirstContinues) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
     Tool first(request);
     agent.AwaitRequests(1);
@@ -102,14 +103,14 @@ SANDBOX_TEST(LockTest, SecondToolIsRefusedAtOnceAndTheFirstGoesOn) {
         EXPECT_EQ(OpenError(-6), second.output);
         EXPECT_EQ(ExitStatus::Exited(0), second.status);
         EXPECT_GT(milliseconds(900), second.took);
-        // The end of the one that was refused takes nothing from the one that holds it.
+        // The end of the refused tool does not affect the owner of the lock.
         ExpectWholeFileLockedBy(first.pid());
     }
     ExpectNoResults(first.Wait());
     EXPECT_EQ(3u, agent.Requests().size());
 }
 
-SANDBOX_TEST(LockTest, OfManyToolsAtOnceOneIsHeard) {
+SANDBOX_TEST(LockTest, OneOfManyParallelToolsRuns) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
     std::vector<std::unique_ptr<Tool>> tools;
     for (int i = 0; i < 8; ++i)

@@ -1,4 +1,4 @@
-// What the tool does when memory runs out, and that it needs no more than it should.
+// The tool when memory is exhausted, and its memory consumption.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -20,8 +20,8 @@ namespace fs = std::filesystem;
 constexpr rlim_t kilobyte = 1024;
 [[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
 
-// A stack on which nothing of that depth could be walked by recursion.
-SANDBOX_TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
+// A recursion of that depth would overflow this stack.
+SANDBOX_TEST(MemoryTest, ReadsDeeplyNestedResponseOnSmallStack) {
     std::string nested;
     for (int i = 0; i < 300'000; ++i)
         nested += "<x>";
@@ -33,10 +33,10 @@ SANDBOX_TEST(MemoryTest, DeeplyNestedResponseNeedsNoStack) {
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-// The shadow memory of a sanitizer is beyond any limit.
+// The shadow memory of a sanitizer exceeds any limit.
 #ifndef CC_ADDRESS_SANITIZER
 
-SANDBOX_TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
+SANDBOX_TEST(MemoryTest, ResponseLargerThanMemoryIsABadResponse) {
     WriteBytes(ScriptedAgent::response, Response("<ResponseType>Open</ResponseType><Other>" +
                                                  std::string(32 * megabyte, 'x') + "</Other>"));
     ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
@@ -45,16 +45,16 @@ SANDBOX_TEST(MemoryTest, ResponseBeyondTheMemoryIsABadResponseAndNoCrash) {
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-SANDBOX_TEST(MemoryTest, SmallEvaluationFitsInAFewMegabytes) {
+SANDBOX_TEST(MemoryTest, SmallEvaluationNeedsAFewMegabytes) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
     EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
 }
 
-// The one exception that no code tells of, and the one case in which something is written to
-// standard error: no memory for the request itself. The tool ends by it, without a request, and the
-// lock ends with the tool. Below such a limit the program does not even start.
-SANDBOX_TEST(MemoryTest, NoMemoryForTheRequestEndsTheTool) {
+// The only exception without an error code, and the only case of output to standard error: no
+// memory for the request itself. It terminates the tool without a request, and the lock is free.
+// Below such a limit the program does not even start.
+SANDBOX_TEST(MemoryTest, AbortsWithoutMemoryForTheRequest) {
     std::string const url(100'000, 'u');
     int ended = 0;
     int answered = 0;

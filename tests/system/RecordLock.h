@@ -1,4 +1,4 @@
-// The lock file of the exchange, as another process sees it and locks it.
+// The lock file of the exchange, as another process locks it and queries its locks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,11 +13,11 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
 
-// A range of a file that somebody would like to lock.
+// The range of a file to lock.
 struct WantedLock {
     short type = F_WRLCK;
     off_t start = 0;
-    // 0 means up to the end of the file, however long it becomes.
+    // 0 means to the end of the file, also if the file grows.
     off_t length = 0;
 
     struct flock Record() const {
@@ -64,7 +64,7 @@ inline void ExpectWholeFileLockedBy(pid_t pid, std::string const& path = Scripte
     EXPECT_EQ(0, lock.l_len);
 }
 
-// As AskWhoLocks, asked by another process. This one may hold the lock.
+// As AskWhoLocks, but by another process. This process may hold the lock.
 inline std::optional<struct flock> ForeignView(std::string const& path,
                                                WantedLock const& wanted = {}) {
     OtherProcess probe([&](Handshake& line) {
@@ -80,7 +80,7 @@ inline std::optional<struct flock> ForeignView(std::string const& path,
 inline bool IsLockedForOthers(std::string const& path) { return ForeignView(path).has_value(); }
 
 // Another process that holds a lock, from the construction to Release or the destruction. It
-// creates the file if it is missing.
+// creates the file if necessary.
 class ForeignLock {
 public:
     explicit ForeignLock(std::string const& path, WantedLock const& wanted = {})

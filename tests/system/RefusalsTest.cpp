@@ -1,4 +1,4 @@
-// What keeps a request from being made: the lock, the agent's presence, a waiting request.
+// The conditions that refuse a request: the lock, a missing agent, a pending request.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -33,9 +33,9 @@ void ExpectRefusalWithoutRights(int code) {
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
 }
 
-// -6: the lock could not be taken.
+// -6: the lock is not available.
 
-TEST(RefusalsTest, LockFileThatCannotBeOpened) {
+TEST(RefusalsTest, GivesMinus6IfLockFileCannotBeOpened) {
     Sandbox::Run([] {
         ExpectRefusal(-6);
         EXPECT_TRUE(fs::is_empty("/var/opt"));
@@ -56,7 +56,7 @@ TEST(RefusalsTest, LockFileThatCannotBeOpened) {
     });
 }
 
-SANDBOX_TEST(RefusalsTest, LockOfAnyKindOfAnotherProcessOnAnyByte) {
+SANDBOX_TEST(RefusalsTest, AnyLockOfAnotherProcessRefuses) {
     {
         ForeignLock wholeFile;
         ScriptedAgent agent;
@@ -69,12 +69,12 @@ SANDBOX_TEST(RefusalsTest, LockOfAnyKindOfAnotherProcessOnAnyByte) {
             ForeignLock lock(static_cast<short>(type), start, 1);
             ExpectRefusal(-6);
         }
-    // No lock is left: the next check is reached.
+    // No lock remains: the next check is reached.
     ExpectRefusal(-1);
 }
 
-// The order: lock, installed, running, waiting request. At first all four refuse.
-SANDBOX_TEST(RefusalsTest, OrderIsLockInstalledRunningPending) {
+// The order: lock, installed, running, pending request. At first all four fail.
+SANDBOX_TEST(RefusalsTest, ChecksLockInstalledRunningPendingInOrder) {
     WriteBytes(ScriptedAgent::request, "waiting");
     {
         ForeignLock lock;
@@ -96,7 +96,7 @@ SANDBOX_TEST(RefusalsTest, OrderIsLockInstalledRunningPending) {
 }
 
 // -1 and -5: any entry at the path of the program for which stat succeeds counts as installed. Any
-// entry at the path of the request counts as waiting.
+// entry at the path of the request counts as pending.
 
 struct NamedEntry {
     char const* name;
@@ -104,7 +104,7 @@ struct NamedEntry {
     bool stats;
 };
 
-// "itself" as the target of a link is the path of the link.
+// The target "itself" stands for the path of the link.
 NamedEntry const namedEntries[] = {
     {"File", Entry::File("content"), true},
     {"EmptyFile", Entry::File(""), true},
@@ -131,7 +131,7 @@ void PrintTo(NamedEntry const& named, std::ostream* out) { *out << named.name; }
 
 class RefusingEntryTest : public testing::TestWithParam<NamedEntry> {};
 
-TEST_P(RefusingEntryTest, CountsAsInstalledIfItStats) {
+TEST_P(RefusingEntryTest, CountsAsInstalledIfStatSucceeds) {
     Sandbox::RunWithDirectories([] {
         fs::create_directories("/opt/VeskaClient/bin");
         Place(GetParam(), agentProgram);
@@ -139,7 +139,7 @@ TEST_P(RefusingEntryTest, CountsAsInstalledIfItStats) {
     });
 }
 
-TEST_P(RefusingEntryTest, CountsAsWaitingRequest) {
+TEST_P(RefusingEntryTest, CountsAsPendingRequest) {
     Sandbox::RunWithDirectories([] {
         ScriptedAgent agent;
         Place(GetParam(), ScriptedAgent::request);
@@ -151,16 +151,16 @@ TEST_P(RefusingEntryTest, CountsAsWaitingRequest) {
 INSTANTIATE_TEST_SUITE_P(RefusalsTest, RefusingEntryTest, testing::ValuesIn(namedEntries),
                          [](auto const& test) { return std::string(test.param.name); });
 
-// -2: no process has the agent's name. AgentPresenceTest and ProcessNamesTest have the details.
+// -2: no process has the agent's name. AgentPresenceTest and ProcessNamesTest test the details.
 
-// A process whose command name is the agent's, but which runs another program.
+// A process with the agent's command name that runs another program.
 void BecomeNamesake(Handshake& line) {
     EXPECT_EQ(0, prctl(PR_SET_NAME, "VeskaClient"));
     line.Tell();
     pause();
 }
 
-SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyWhereTheProgramIsUnreadable) {
+SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyIfProgramIsUnreadable) {
     fs::create_directories(agentProgram);
     WriteBytes(ScriptedAgent::request, "");
     ExpectRefusalWithoutRights(-2);
@@ -170,7 +170,7 @@ SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyWhereTheProgramIsUnreadable) {
     ExpectRefusalWithoutRights(-5);
 }
 
-SANDBOX_TEST(RefusalsTest, WaitingRequestIsNeitherRemovedNorOverwritten) {
+SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {
     ScriptedAgent agent;
     WriteBytes(ScriptedAgent::request, "somebody's request");
     WriteBytes(ScriptedAgent::requestTemp, "somebody's half request");

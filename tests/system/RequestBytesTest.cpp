@@ -1,4 +1,4 @@
-// What the agent finds in request.xml, byte for byte.
+// The bytes of request.xml that the agent reads.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -21,7 +21,7 @@ struct Command {
     std::string request;
 };
 
-// Publishing takes no time, so the tool is killed as soon as its first request has been seen.
+// Publishing takes no time, so the tool is killed when its first request has been seen.
 void ExpectOpenRequests(std::vector<Command> const& commands) {
     Sandbox::RunWithDirectories([&] {
         AgentScript script;
@@ -39,12 +39,12 @@ void ExpectOpenRequests(std::vector<Command> const& commands) {
     });
 }
 
-SANDBOX_TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
+SANDBOX_TEST(RequestBytesTest, WritesExactOpenProgressAndClose) {
     auto const evaluation = Evaluate(
         WholeEvaluation({ProgressAnswer("3"), ProgressAnswer("1")}),
         {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
     ASSERT_EQ(4u, evaluation.requests.size());
-    // Spelled out here, so that the shared texts are held against it.
+    // In full, to verify the shared texts.
     EXPECT_EQ("<?xml version=\"1.0\"?>\x0D\x0A"
               "<VeskaClientComplianceRequest Version=\"1.0\">\x0D\x0A"
               "\x09<RequestType>Open</RequestType>\x0D\x0A"
@@ -67,7 +67,7 @@ SANDBOX_TEST(RequestBytesTest, OpenProgressAndCloseInFull) {
               evaluation.requests[3].bytes);
 }
 
-TEST(RequestBytesTest, ArgumentsAreTheTextsOfTheRequest) {
+TEST(RequestBytesTest, WritesArgumentsAsTexts) {
     ExpectOpenRequests(
         {{{"-d"}, OpenRequest("", "", "0")},
          {{"-c", "", ""}, OpenRequest("", "", "0")},
@@ -84,7 +84,7 @@ TEST(RequestBytesTest, ArgumentsAreTheTextsOfTheRequest) {
           OpenRequest("a\nb\r\nc\rd\te", " \x01\x1B ", "0")}});
 }
 
-TEST(RequestBytesTest, FlagsAreReadByTheRulesOfAtoi) {
+TEST(RequestBytesTest, ReadsFlagsLikeAtoi) {
     std::vector<Command> commands;
     for (int flags = 0; flags < 16; ++flags) {
         std::string const numeral = std::to_string(flags);
@@ -107,7 +107,7 @@ TEST(RequestBytesTest, FlagsAreReadByTheRulesOfAtoi) {
     ExpectOpenRequests(commands);
 }
 
-TEST(RequestBytesTest, EveryByteButNulInLongArguments) {
+TEST(RequestBytesTest, WritesEveryByteExceptNulInLongArguments) {
     std::string all;
     for (int byte = 1; byte < 256; ++byte)
         all += static_cast<char>(byte);
@@ -120,7 +120,7 @@ TEST(RequestBytesTest, EveryByteButNulInLongArguments) {
                          OpenRequest(Escaped(longText), Escaped(all + all), "15")}});
 }
 
-TEST(RequestBytesTest, FilesHaveTheModeOfTheUmask) {
+TEST(RequestBytesTest, AppliesUmaskToFiles) {
     for (mode_t const mask : {0, 022, 077}) {
         Sandbox::RunWithDirectories([&] {
             ScriptedAgent agent(AgentScript().AwaitRequest());
@@ -139,8 +139,8 @@ TEST(RequestBytesTest, FilesHaveTheModeOfTheUmask) {
     }
 }
 
-// The link itself becomes the request, and the agent reads through it.
-SANDBOX_TEST(RequestBytesTest, LinkUnderTheNameOfTheTemporaryDocumentIsFollowed) {
+// The link itself becomes the request, and the agent reads its target.
+SANDBOX_TEST(RequestBytesTest, FollowsLinkAtTheTemporaryDocument) {
     WriteBytes("/opt/elsewhere", std::string(10'000, 'x'));
     fs::create_symlink("/opt/elsewhere", ScriptedAgent::requestTemp);
     ScriptedAgent agent(AgentScript().AwaitRequest());
@@ -151,7 +151,7 @@ SANDBOX_TEST(RequestBytesTest, LinkUnderTheNameOfTheTemporaryDocumentIsFollowed)
     EXPECT_EQ("/opt/elsewhere", fs::read_symlink(ScriptedAgent::request));
 }
 
-SANDBOX_TEST(RequestBytesTest, UserWithoutRightsSendsTheSame) {
+SANDBOX_TEST(RequestBytesTest, UnprivilegedUserWritesTheSameRequests) {
     ScriptedAgent agent(AgentScript().AwaitRequest());
     Tool tool = Tool::WithoutRights({"-c", "url", "doc", "3"});
     agent.AwaitEnd();

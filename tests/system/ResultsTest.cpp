@@ -1,4 +1,4 @@
-// What the tool prints of the agent's answers, byte for byte.
+// The bytes that the tool prints for the agent's answers.
 #include <gtest/gtest.h>
 
 #include <ostream>
@@ -23,7 +23,7 @@ std::string ProgressOfState(std::string const& state) {
     return Element("ResponseProgressState", state);
 }
 
-// An evaluation with these answers to its polls. A close is sent, and the exit status is 0.
+// An evaluation with these answers to its polls. Close is sent, and the exit status is 0.
 void ExpectOutput(std::string const& output, Answers const& answers) {
     Sandbox::RunWithDirectories([&] {
         auto const evaluation = Evaluate(WholeEvaluation(answers));
@@ -34,8 +34,8 @@ void ExpectOutput(std::string const& output, Answers const& answers) {
     });
 }
 
-// The whole text of the three rows is written out, since PrintedRow is not tested otherwise.
-TEST(ResultsTest, RowsInTheirOrderByteForByte) {
+// The text of the three rows is in full, because no other test verifies PrintedRow.
+TEST(ResultsTest, PrintsExactRowsInOrder) {
     ExpectOutput("COMPLIANCE_ResultCount is 3.\n"
                  "    Designator: baseline-001\n"
                  "        Result: Compliant\n"
@@ -64,8 +64,8 @@ TEST(ResultsTest, RowsInTheirOrderByteForByte) {
                            Row({"z", "%s%n", "\"t\"", "no number", " blanks  ", "\tlast"}))});
 }
 
-// In the label, whatever the locale, and in what the agent wrote raw or escaped.
-SANDBOX_TEST(ResultsTest, MicroSignIsTheOneByteB5) {
+// In the label, in any locale, and in raw or escaped bytes of the agent.
+SANDBOX_TEST(ResultsTest, PrintsMicroSignAsByteB5) {
     ScriptedAgent agent(
         WholeEvaluation({Finished(Row({"d", "r", "t", "1", "\xB5 &#xb5; &#xB5;", "c"}))}));
     ToolRun const run =
@@ -86,7 +86,7 @@ class OutputTest : public testing::TestWithParam<OutputCase> {};
 
 TEST_P(OutputTest, IsStated) { ExpectOutput(GetParam().output, GetParam().answers); }
 
-// The description of a row: as it is between the tags, and as it is printed.
+// The description of a row: as between the tags, and as printed.
 OutputCase Description(char const* name, std::string const& written, std::string const& printed) {
     auto const with = [](std::string const& description) {
         RowTexts row = shortRow;
@@ -111,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(
         Description("Megabytes", Repeated("&#xfe;texttexttexttext", 100'000),
                     Repeated("\xFEtexttexttexttext", 100'000)),
         Description("RawNul", std::string("before\0behind", 13), "before"),
-        // Deliberate: only four names and hexadecimal bytes are known as escapes.
+        // Deliberate: only four names and hexadecimal bytes are valid escapes.
         Description("UnknownEscapes",
                     "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;",
                     "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"),
@@ -124,7 +124,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "<Designator>d</Designator><Result>r</Result></ResponseItem>" +
                              ProgressOfState("3") + Element("Unknown", ProgressOfState("2")) +
                              ProgressOfState("1") + "<ResponseType>Progress</ResponseType>")}},
-        // Deliberate: neither the type nor its place among the progress elements is compared.
+        // Deliberate: neither the type nor its position among the progress elements is checked.
         OutputCase{"AnswerOfAnotherTypeIsTaken",
                    PrintedOneRow(),
                    {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
@@ -155,7 +155,7 @@ INSTANTIATE_TEST_SUITE_P(
                        PrintedOneRow(),
                    {ProgressAnswer("3", "0", "0"), ProgressAnswer("3", "0", "50"),
                     ProgressAnswer("3", "0", "50"), OneRowAnswer()}},
-        // Printed unchecked; and no value of an answer remains for the next one.
+        // Printed unchecked; the next response starts without values of this one.
         OutputCase{"PercentHasNoRangeAndAnswersAreIndependent",
                    PrintedPercent("-5") + PrintedPercent("2147483647") + PrintedPercent("0") +
                        PrintedError("0"),
@@ -164,8 +164,8 @@ INSTANTIATE_TEST_SUITE_P(
                     AnswerOfType("Progress")}}),
     testing::PrintToStringParamName());
 
-// The tool prints nothing of the answer to the opening request.
-SANDBOX_TEST(ResultsTest, ContentOfTheFirstAnswerIsIgnored) {
+// The tool prints nothing of the answer to Open.
+SANDBOX_TEST(ResultsTest, IgnoresContentOfTheFirstResponse) {
     auto const evaluation = Evaluate(AgentScript()
                                          .Answer(ProgressAnswer("2", "-22", "50", row))
                                          .Answer(Finished(""))
@@ -174,8 +174,8 @@ SANDBOX_TEST(ResultsTest, ContentOfTheFirstAnswerIsIgnored) {
     EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
 }
 
-// With a reader that is no terminal the text comes when the library's buffer is full or at the end.
-SANDBOX_TEST(ResultsTest, OutputIsNotFlushedLineByLine) {
+// If the output is not a terminal, it is written when the library's buffer is full or at the end.
+SANDBOX_TEST(ResultsTest, BuffersOutput) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("3", "0", "10"), Finished("")}));
     Tool tool({"-d"});
     agent.AwaitRequests(4);
@@ -183,8 +183,8 @@ SANDBOX_TEST(ResultsTest, OutputIsNotFlushedLineByLine) {
     EXPECT_EQ(PrintedPercent("10") + PrintedCount(0), tool.Wait().output);
 }
 
-// On a terminal each line comes when it is said.
-SANDBOX_TEST(ResultsTest, OutputToATerminalComesLineByLine) {
+// To a terminal, each line is written immediately.
+SANDBOX_TEST(ResultsTest, FlushesEachLineToATerminal) {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_LE(0, terminal);
     ASSERT_EQ(0, grantpt(terminal));
@@ -196,7 +196,7 @@ SANDBOX_TEST(ResultsTest, OutputToATerminalComesLineByLine) {
                   return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
               }});
     agent.AwaitEnd();
-    // The tool now waits for another answer. A terminal may pass on a line in parts.
+    // The tool now waits for another answer. A terminal may split a line.
     std::string line;
     while (!line.ends_with('\n')) {
         char text[100];

@@ -1,7 +1,7 @@
-// What becomes of the tool where its standard descriptors are closed, full, or cut off.
+// The tool with standard descriptors that are closed, full, or without a reader.
 //
-// A closed one is held by /dev/null before anything is opened. Otherwise the lock file would get
-// its number, and the output would land in the lock file.
+// The tool opens /dev/null on a closed one before any other file. Otherwise the lock file could
+// receive its number, and the output would be written to the lock file.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -24,7 +24,7 @@ std::string const results = PrintedPercent("50") + PrintedOneRow();
 
 AgentScript TwoPolls() { return WholeEvaluation({ProgressAnswer("3", "0", "50"), OneRowAnswer()}); }
 
-// The whole evaluation took place, and no byte of output is in any file.
+// The evaluation was complete, and no file contains output.
 void ExpectExchangeUntouched(ScriptedAgent const& agent) {
     agent.AwaitEnd();
     std::vector<SeenRequest> const requests = agent.Requests();
@@ -45,7 +45,7 @@ ProgramOptions WithOutputTo(char const* path, int mode) {
     }};
 }
 
-// The bits of the parameter say which of the three are closed.
+// The bits of the parameter select the closed descriptors.
 class ClosedDescriptorsTest : public testing::TestWithParam<int> {
 protected:
     static bool IsClosed(int descriptor) { return (GetParam() >> descriptor & 1) != 0; }
@@ -58,7 +58,7 @@ protected:
         return options;
     }
 
-    // Nothing is lost or misplaced in a whole evaluation.
+    // A whole evaluation, with the expected files.
     static void ExpectHeldBy(std::string const& holder) {
         ScriptedAgent agent(TwoPolls());
         Tool tool({"-d"}, Options());
@@ -77,15 +77,15 @@ protected:
     }
 };
 
-TEST_P(ClosedDescriptorsTest, AreHeldByDevNull) {
+TEST_P(ClosedDescriptorsTest, AreReplacedByDevNull) {
     Sandbox::RunWithDirectories([] { ExpectHeldBy("/dev/null"); });
 }
 
-TEST_P(ClosedDescriptorsTest, AreHeldByTheRootDirectoryWithoutDevNull) {
+TEST_P(ClosedDescriptorsTest, AreReplacedByRootDirectoryWithoutDevNull) {
     Sandbox::RunWithDirectories([] { ExpectHeldBy("/"); }, {.emptyPlaces = {"/dev"}});
 }
 
-TEST_P(ClosedDescriptorsTest, StatusesAndTextsOfRefusalsAreTheSame) {
+TEST_P(ClosedDescriptorsTest, DoNotChangeStatusAndTextOfRefusals) {
     Sandbox::Run([] {
         ToolRun const refused = RunTool({"-d"}, Options());
         EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : OpenError(-6), refused.output);
@@ -106,7 +106,7 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
                          });
 
 // Full, or open for reading only.
-TEST(StandardDescriptorsTest, FailingOutputChangesNeitherTheExchangeNorTheStatus) {
+TEST(StandardDescriptorsTest, FailingOutputDoesNotChangeExchangeAndStatus) {
     for (auto const& options :
          {WithOutputTo("/dev/full", O_WRONLY), WithOutputTo("/dev/null", O_RDONLY)}) {
         Sandbox::RunWithDirectories([&] {
@@ -119,8 +119,8 @@ TEST(StandardDescriptorsTest, FailingOutputChangesNeitherTheExchangeNorTheStatus
     }
 }
 
-// More output than the library holds back, so that writing fails in the middle of the rows too.
-SANDBOX_TEST(StandardDescriptorsTest, FullOutputInTheMiddleOfTheRows) {
+// More output than the library buffers, so writing fails in the middle of the rows too.
+SANDBOX_TEST(StandardDescriptorsTest, ContinuesIfOutputIsFullDuringRows) {
     std::string rows;
     for (int i = 0; i < 100; ++i)
         rows += Row({"d", std::string(1000, 'r'), "t", "1", "x", "c"});
@@ -136,14 +136,14 @@ bool WriteToClosedPipe() {
     return pipe2(ends, O_CLOEXEC) == 0 && dup2(ends[1], STDOUT_FILENO) == STDOUT_FILENO;
 }
 
-// Signals keep their defaults. The text and the signal come at the end, after the close.
-SANDBOX_TEST(StandardDescriptorsTest, MissingReaderEndsTheToolAfterTheClose) {
+// Signals keep their defaults. The output and the signal occur at the end, after Close.
+SANDBOX_TEST(StandardDescriptorsTest, SigpipeEndsToolAfterClose) {
     ScriptedAgent agent(TwoPolls());
     EXPECT_EQ(ExitStatus::Killed(SIGPIPE), RunTool({"-d"}, {.prepare = WriteToClosedPipe}).status);
     ExpectExchangeUntouched(agent);
 }
 
-SANDBOX_TEST(StandardDescriptorsTest, IgnoredPipeSignalStaysIgnored) {
+SANDBOX_TEST(StandardDescriptorsTest, KeepsIgnoringSigpipe) {
     ToolRun const run = RunTool({}, {.prepare = [] {
                                     std::signal(SIGPIPE, SIG_IGN);
                                     return WriteToClosedPipe();

@@ -1,7 +1,7 @@
-// When the tool looks: about 1, 3, 7 and 10 seconds after it has published a request.
+// The times of the checks: about 1, 3, 7 and 10 seconds after a request is published.
 //
-// The looks are far apart, so the tolerances are wide; each test proves which look it was that had
-// the answer, by when the next request came.
+// The checks are far apart, so the tolerances are wide. The time of the next request determines
+// which check found the answer.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -26,7 +26,7 @@ using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-// The second of the look that ended an exchange of this length, or -1 if it was none.
+// The second of the check that ended an exchange of this length, or -1 if there is none.
 int LookOf(std::chrono::nanoseconds exchange) {
     for (int const second : {1, 3, 7, 10})
         if (exchange > seconds(second) - milliseconds(300) &&
@@ -35,7 +35,7 @@ int LookOf(std::chrono::nanoseconds exchange) {
     return -1;
 }
 
-// The looks at which the exchanges ended, but for the last one, as the agent saw it.
+// The checks that ended the exchanges, except the last one, as the agent saw it.
 std::vector<int> LooksOf(std::vector<SeenRequest> const& requests) {
     std::vector<int> looks;
     for (size_t i = 1; i < requests.size(); ++i)
@@ -51,8 +51,8 @@ void ExpectTook(milliseconds least, ToolRun const& run) {
 std::string const finishedWithoutRows = ProgressAnswer("1");
 std::string const noRows = PrintedCount(0);
 
-// How an opening exchange goes on, and at which look the tool must find its answer. The rest of the
-// evaluation is answered at once.
+// The course of an Open exchange, and the check that must find its answer. All other requests are
+// answered immediately.
 struct Answered {
     char const* name;
     int second;
@@ -63,7 +63,7 @@ void PrintTo(Answered const& test, std::ostream* out) { *out << test.name; }
 
 class AnsweredTest : public testing::TestWithParam<Answered> {};
 
-TEST_P(AnsweredTest, AtTheLook) {
+TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
     Answered const& test = GetParam();
     Sandbox::RunWithDirectories([&] {
         AgentScript script = test.script;
@@ -80,12 +80,12 @@ AgentScript GoneAfter(milliseconds time) {
     return AgentScript().AwaitRequest().Respond(OpenAnswer()).PauseUntil(time).RemoveRequest();
 }
 
-// A request that is taken at once, and answered after this time.
+// A request that is taken immediately, and answered after this time.
 AgentScript AnsweredAfter(milliseconds time) {
     return AgentScript().AwaitRequest().RemoveRequest().PauseUntil(time).Respond(OpenAnswer());
 }
 
-// An answer that cannot be read at the first look, and a good one in time for another.
+// A response that cannot be read at the first check, and a good one in time for a later check.
 AgentScript MendedAfter(milliseconds time, std::string const& bytes) {
     return AgentScript().Answer(bytes).PauseUntil(time).Respond(OpenAnswer());
 }
@@ -103,7 +103,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Answered{"GarbageAtFirst", 7, MendedAfter(afterSecond, "garbage")},
                     Answered{"ResponseAfterTheRequestIsGone", 3, AnsweredAfter(afterFirst)},
                     Answered{"GoodAfterThreeFailedReads", 10, AnsweredAfter(afterThird)},
-                    // At the second look the response is good, but there is a request.
+                    // At the second check the response is good, but there is a request.
                     Answered{"NothingIsReadWhileARequestIsThere", 7,
                              AnsweredAfter(afterFirst)
                                  .PutRequest("again")
@@ -122,7 +122,7 @@ Answered Unreadable(char const* name, std::string const& bytes) {
     return {name, 3, MendedAfter(afterFirst, bytes)};
 }
 
-// ResponseDocumentTest has all that cannot be read.
+// ResponseDocumentTest tests all responses that cannot be read.
 INSTANTIATE_TEST_SUITE_P(
     UnreadableAtFirst, AnsweredTest,
     testing::Values(Unreadable("Empty", ""), Unreadable("NulBytes", std::string(70'000, '\0')),
@@ -132,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Unreadable("UnknownType", AnswerOfType("open"))),
     [](auto const& test) { return std::string(test.param.name); });
 
-SANDBOX_TEST(TimingTest, PollsComeEveryTwoSeconds) {
+SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
     std::string const inProgress = ProgressAnswer("3");
     auto const evaluation =
         Evaluate(WholeEvaluation({inProgress, inProgress, finishedWithoutRows}));
@@ -146,15 +146,15 @@ SANDBOX_TEST(TimingTest, PollsComeEveryTwoSeconds) {
     ExpectTook(seconds(7), evaluation.tool);
 }
 
-// Exchanges that come to nothing.
+// Exchanges that fail.
 
-SANDBOX_TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
+SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
     WriteBytes(ScriptedAgent::response, "never looked at");
     auto const evaluation = Evaluate(AgentScript().AwaitRequest());
     EXPECT_EQ(OpenError(-3), evaluation.tool.output);
     EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
     ExpectTook(seconds(10), evaluation.tool);
-    // No Close follows, the request stays, and the next one is refused.
+    // There is no Close request, the request remains, and the next evaluation is refused.
     EXPECT_EQ(1u, evaluation.requests.size());
     EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("never looked at", ReadBytes(ScriptedAgent::response));
@@ -162,8 +162,9 @@ SANDBOX_TEST(TimingTest, RequestThatNeverGoesGivesMinus3AfterTenSeconds) {
     EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
 }
 
-// An error while polling is silent. The Close replaces the Progress request that was never taken.
-SANDBOX_TEST(TimingTest, PollsThatAreNeverTakenEndSilently) {
+// An error while polling is silent. The Close request replaces the Progress request that was never
+// taken.
+SANDBOX_TEST(TimingTest, PollsThatAreNotTakenEndSilently) {
     auto const evaluation =
         Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
     EXPECT_EQ("", evaluation.tool.output);
@@ -209,8 +210,9 @@ INSTANTIATE_TEST_SUITE_P(Entries, UnreadableResponseTest,
                                          "WithoutPermission"),
                          [](auto const& test) { return std::string(test.param); });
 
-// The one wait without a limit: opening the fifo at the first look. It is no response then.
-SANDBOX_TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt) {
+// The only wait without a timeout: opening the FIFO at the first check. The response cannot be read
+// then.
+SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
     ASSERT_EQ(0, mkfifo(ScriptedAgent::response, 0666));
     ScriptedAgent agent(AgentScript()
                             .AwaitRequest()
@@ -228,14 +230,14 @@ SANDBOX_TEST(TimingTest, FifoUnderTheNameOfTheResponseBlocksUntilSomebodyOpensIt
     EXPECT_EQ(noRows, tool.Wait().output);
     auto const requests = agent.Requests();
     ASSERT_EQ(3u, requests.size());
-    // The second sleep of 2,000 ms begins when the first look is over.
+    // The second sleep, of 2,000 ms, begins after the first check.
     auto const took = duration_cast<milliseconds>(requests[1].when - requests[0].when);
     EXPECT_LT(4400, took.count());
     EXPECT_GT(6400, took.count());
 }
 
-// Deliberate: nothing ties an answer to its request.
-SANDBOX_TEST(TimingTest, AnswerOfAnEarlierEvaluationIsTakenForAllThree) {
+// Deliberate: nothing relates a response to its request.
+SANDBOX_TEST(TimingTest, ReadsOldResponseForAllThreeRequests) {
     WriteBytes(ScriptedAgent::response, OneRowAnswer());
     AgentScript script;
     for (int exchange = 0; exchange < 3; ++exchange)

@@ -20,7 +20,7 @@ Arguments Command(std::string const& path, Arguments const& arguments) {
     return command;
 }
 
-// Not everybody can reach the place where the tool was built.
+// Some users cannot access the build folder.
 std::string CopyForEveryone() {
     std::string const path = "/opt/ClientCompliance";
     fs::copy_file(CC_TOOL_PROGRAM, path, fs::copy_options::overwrite_existing);

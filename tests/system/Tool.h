@@ -1,7 +1,6 @@
-// The real program, run as its users run it.
+// The real program, as users run it.
 //
-// For the body of a Sandbox. Whatever a test is about, the tool must not write to standard
-// error; that is checked with every run.
+// REQUIRES: the body of a Sandbox. Every run checks that the tool writes nothing to standard error.
 #pragma once
 
 #include <chrono>
@@ -28,7 +27,7 @@ public:
     static Tool WithoutRights(Arguments const& arguments);
 
     pid_t pid() const { return program.pid(); }
-    // What it has printed so far.
+    // The output so far.
     std::string Output() const { return program.Output(); }
     void Kill(int signal) { program.Kill(signal); }
 
@@ -44,21 +43,21 @@ private:
 ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options = {});
 ToolRun RunToolWithoutRights(Arguments const& arguments);
 
-// A tool that has seen an agent and the whole script of that agent.
+// The run of a tool with an agent, and the record of that agent.
 struct Evaluation {
     ToolRun tool;
-    // All that the agent saw.
+    // The requests that the agent has seen.
     std::vector<SeenRequest> requests;
 };
 
-// Creates the agent's directories where they are missing, and runs the tool against an agent that
-// follows the script. Throws if the script has not come to its end when the tool has.
+// Creates missing directories of the agent, and runs the tool with an agent that plays the script.
+// Throws if the script has not ended when the tool has.
 Evaluation Evaluate(AgentScript const& script, Arguments const& arguments = {"-c", "url", "doc"});
 
-// What the tool prints when its first call fails with the code.
+// The output of the tool if its first call fails with the code.
 std::string OpenError(int code);
 
 std::string ReadBytes(std::string const& path);
 void WriteBytes(std::string const& path, std::string const& bytes);
-// The names in a directory, sorted, each followed by a blank.
+// The names in a directory, sorted, each followed by a space.
 std::string ListDirectory(std::string const& path);

@@ -1,4 +1,4 @@
-// The command line: which arguments give the usage text, and which a request.
+// The command line: which arguments are invalid, and which make a request.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 
 namespace {
 
-// Deliberate: "0 to 7" beside the flag 8, and backslashes.
+// Deliberate: "0 to 7" despite the flag 8, and backslashes.
 constexpr char usage[] =
     "Usage: \n"
     "       ClientCompliance -d\n"
@@ -37,7 +37,7 @@ std::vector<Arguments> WithFlags(std::vector<std::string> const& flags) {
     return commands;
 }
 
-// Each of these as the one argument.
+// Each of these as the only argument.
 std::vector<Arguments> Alone(std::vector<std::string> const& texts) {
     std::vector<Arguments> commands;
     for (std::string const& text : texts)
@@ -54,7 +54,7 @@ void ExpectForEach(std::vector<Arguments> const& commands, std::string const& ou
     }
 }
 
-// Also that nothing is touched: a request would create the lock file first.
+// Also verifies that there are no side effects: a request would first create the lock file.
 void ExpectUsage(std::vector<Arguments> const& commands) {
     Sandbox::RunWithDirectories([&] {
         ExpectForEach(commands, usage, 255);
@@ -62,19 +62,19 @@ void ExpectUsage(std::vector<Arguments> const& commands) {
     });
 }
 
-// Without the agent's directories every request is refused at once.
+// Without the agent's directories every request is refused immediately.
 void ExpectRequest(std::vector<Arguments> const& commands) {
     Sandbox::Run([&] { ExpectForEach(commands, OpenError(-6), 0); });
 }
 
-TEST(UsageTest, OneArgumentIsTheSwitchD) {
+TEST(UsageTest, AcceptsOnlySwitchDAsSingleArgument) {
     ExpectRequest({{"-d"}});
     ExpectUsage({{}});
     ExpectUsage(Alone(
         {"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "--d", "-x", "d", "-h", "--help", "/d"}));
 }
 
-TEST(UsageTest, SwitchCHasTwoOrThreeOperands) {
+TEST(UsageTest, SwitchCTakesTwoOrThreeOperands) {
     ExpectRequest({{"-c", "url", "doc"}, {"-c", "", ""}, {"-c", "-c", "-c"}, {"-c", "-d", "%s%n"}});
     ExpectUsage({{"-d", "url"},
                  {"-c", "url"},
@@ -88,7 +88,7 @@ TEST(UsageTest, SwitchCHasTwoOrThreeOperands) {
                  Arguments(1000, "-c")});
 }
 
-TEST(UsageTest, OtherSwitchesHaveNoOperands) {
+TEST(UsageTest, OtherSwitchesTakeNoOperands) {
     ExpectUsage({{"-d", "url", "doc"},
                  {"-C", "url", "doc"},
                  {"-cc", "url", "doc"},
@@ -99,13 +99,13 @@ TEST(UsageTest, OtherSwitchesHaveNoOperands) {
                  {"url", "doc", "0", "-c"}});
 }
 
-// RequestBytesTest has the flags that are accepted.
-TEST(UsageTest, FlagsAreFrom0To15) {
+// RequestBytesTest tests the valid flags.
+TEST(UsageTest, AcceptsFlagsFrom0To15) {
     ExpectUsage(WithFlags(
         {"16", "17", "+16", " 16x", "0016", "-1", "-15", "255", "2147483647", "-2147483648"}));
 }
 
-TEST(UsageTest, NameOfTheProgramIsFixed) {
+TEST(UsageTest, PrintsFixedProgramName) {
     Sandbox::Run([] {
         std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
         ProgramResult const result = RunProgram({"/opt/other-name"});
@@ -114,7 +114,7 @@ TEST(UsageTest, NameOfTheProgramIsFixed) {
     });
 }
 
-TEST(UsageTest, EnvironmentAndInputChangeNothing) {
+TEST(UsageTest, IgnoresEnvironmentAndInput) {
     Sandbox::Run([] {
         ToolRun const run =
             RunTool({"-h"}, {.input = "-d\n",

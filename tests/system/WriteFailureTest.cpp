@@ -1,8 +1,8 @@
-// -17: the request can't be written, or not be moved into its place.
+// -17: the request cannot be written or renamed.
 //
-// A hopeless move, and a hopeless removal, is tried eight times with pauses of 16, 32, ... 1,024
-// ms: 2,032 ms in all. How long the tool takes tells how many of these families it went through;
-// there is no wait for the agent behind a failure.
+// A rename or removal that always fails is tried eight times with pauses of 16, 32, ... 1,024 ms:
+// 2,032 ms in all. The run time of the tool shows the number of such series. There is no wait for
+// the agent after a failure.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -41,12 +41,12 @@ void ExpectFailedOpen(ToolRun const& run, milliseconds pauses) {
     ExpectTook(pauses, run.took);
 }
 
-// What stands under the name of the request from now on keeps the next tool off.
+// The entry at the path of the request refuses the next tool.
 void ExpectNextIsRefused() { EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output); }
 
 std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
 
-// A user without rights needs a lock file that everybody may write, and a mode of the directory.
+// A user without privileges needs a lock file with write permission, and a mode of the directory.
 void OnMachineForEveryone(int directoryMode, std::function<void()> const& body) {
     Sandbox::RunWithDirectories([&] {
         WriteBytes(ScriptedAgent::lockFile, "");
@@ -62,7 +62,7 @@ void MakeTemporary(int mode) {
     fs::permissions(ScriptedAgent::requestTemp, fs::perms(mode));
 }
 
-TEST(WriteFailureTest, NothingCanBeCreatedBesideTheLockFile) {
+TEST(WriteFailureTest, GivesMinus17IfOnlyTheLockFileIsWritable) {
     OnMachineForEveryone(0555, [] {
         Tool tool = Tool::WithoutRights({"-d"});
         while (!IsLocked())
@@ -71,13 +71,13 @@ TEST(WriteFailureTest, NothingCanBeCreatedBesideTheLockFile) {
         ExpectFailedOpen(tool.Wait(), retries);
         EXPECT_FALSE(IsLocked());
         EXPECT_EQ("lockfile ", Listing());
-        // Nothing is in the way of the next one.
+        // Nothing obstructs the next tool.
         ExpectFailedOpen(RunToolWithoutRights({"-d"}), retries);
     });
 }
 
-// Deliberate: what stands in the temporary document is published after a failure.
-TEST(WriteFailureTest, ReadOnlyTemporaryDocumentBecomesTheRequest) {
+// Deliberate: after a failure the existing temporary document is published.
+TEST(WriteFailureTest, PublishesReadOnlyTemporaryDocument) {
     OnMachineForEveryone(0777, [] {
         MakeTemporary(0444);
         ExpectFailedOpen(RunToolWithoutRights({"-d"}), milliseconds(0));
@@ -87,8 +87,9 @@ TEST(WriteFailureTest, ReadOnlyTemporaryDocumentBecomesTheRequest) {
     });
 }
 
-// Deliberate: a refused rename counts as done, so there are no pauses, and nothing is removed.
-TEST(WriteFailureTest, RefusedRenameCountsAsDone) {
+// Deliberate: a refused rename counts as successful, so there are no pauses, and nothing is
+// removed.
+TEST(WriteFailureTest, RefusedRenameCountsAsSuccess) {
     OnMachineForEveryone(0555, [] {
         MakeTemporary(0444);
         ExpectFailedOpen(RunToolWithoutRights({"-d"}), milliseconds(0));
@@ -97,8 +98,8 @@ TEST(WriteFailureTest, RefusedRenameCountsAsDone) {
     });
 }
 
-// Deliberate: the same where the document could be written. The tool takes its request for
-// published and, as it is absent at the first poll, for taken.
+// Deliberate: the same if the document could be written. The request counts as published and,
+// because it is absent at the first poll, as taken.
 TEST(WriteFailureTest, RequestWhoseRenameIsRefusedCountsAsTaken) {
     OnMachineForEveryone(0555, [] {
         MakeTemporary(0666);
@@ -122,8 +123,8 @@ SANDBOX_TEST(WriteFailureTest, FullDiskLeavesAnEmptyRequest) {
     ExpectNextIsRefused();
 }
 
-// The disk is full when the evaluation is already open: both later exchanges fail without a word.
-SANDBOX_TEST(WriteFailureTest, DiskThatIsFullAfterTheOpening) {
+// The disk is full when the evaluation is already open: both later exchanges fail silently.
+SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpen) {
     SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
     ScriptedAgent agent(AgentScript().Answer(OpenAnswer()));
     Tool tool({"-d"});
@@ -137,8 +138,8 @@ SANDBOX_TEST(WriteFailureTest, DiskThatIsFullAfterTheOpening) {
     EXPECT_EQ("filler lockfile request.xml ", Listing());
 }
 
-// An entry at the path of the temporary document that cannot be opened, or has no positions to
-// write at, is moved and becomes the request.
+// An entry at the path of the temporary document that cannot be opened, or that has no positions,
+// is renamed and becomes the request.
 class TemporaryEntryTest : public testing::TestWithParam<std::pair<char const*, Entry>> {};
 
 TEST_P(TemporaryEntryTest, BecomesTheRequest) {
@@ -162,8 +163,8 @@ INSTANTIATE_TEST_SUITE_P(WriteFailureTest, TemporaryEntryTest,
                                          std::pair("Socket", Entry{Entry::unixSocket})),
                          [](auto const& test) { return std::string(test.param.first); });
 
-// In the way of the request itself, which keeps an opening off but not a poll or a close. The agent
-// lays it there in the second of sleep behind a Progress answer.
+// An entry at the path of the request refuses Open, but not a poll or Close. The agent creates it
+// in the second of sleep after a Progress answer.
 
 AgentScript UntilTheSleepBetweenPolls() {
     return AgentScript()
@@ -172,8 +173,8 @@ AgentScript UntilTheSleepBetweenPolls() {
         .PauseUntil(milliseconds(1400));
 }
 
-// What the agent places at the two paths; and how long the poll and the close, which both fail
-// silently, retry, and what remains.
+// The entries that the agent creates at the two paths; the duration of the retries of the poll and
+// Close, which both fail silently; and the remaining entries.
 struct InTheWay {
     char const* name;
     Entry request;
@@ -185,9 +186,9 @@ struct InTheWay {
 
 void PrintTo(InTheWay const& test, std::ostream* out) { *out << test.name; }
 
-class InTheWayTest : public testing::TestWithParam<InTheWay> {};
+class ObstructedRequestTest : public testing::TestWithParam<InTheWay> {};
 
-TEST_P(InTheWayTest, FailsSilentlyAfterTheRetries) {
+TEST_P(ObstructedRequestTest, FailsSilentlyAfterTheRetries) {
     InTheWay const& test = GetParam();
     Sandbox::RunWithDirectories([&] {
         AgentScript script = UntilTheSleepBetweenPolls();
@@ -209,33 +210,33 @@ Entry const fullDirectory{Entry::fullDirectory};
 std::string const requestStays = "lockfile request.xml ";
 
 INSTANTIATE_TEST_SUITE_P(
-    WriteFailureTest, InTheWayTest,
+    WriteFailureTest, ObstructedRequestTest,
     testing::Values(
         InTheWay{"DirectoryIsTriedTwiceAndTheTemporaryDocumentRemoved", emptyDirectory, nothing,
                  2 * retries, 2 * retries, requestStays},
-        // It is no file that could be replaced.
+        // It is not a file, so it cannot be replaced.
         InTheWay{"LinkToNothingStays", Entry::Link(Entry::nowhere), nothing, 2 * retries,
                  2 * retries, requestStays},
-        // The temporary document cannot be written, and what is there replaces an empty directory.
-        // So the poll fails at once, and the close meets the directory.
+        // The temporary document cannot be written, and the existing one replaces an empty
+        // directory. So the poll fails immediately, and Close finds the directory.
         InTheWay{"DirectoryAsTemporaryReplacesAnEmptyOne", emptyDirectory, fullDirectory,
                  milliseconds(0), 2 * retries, ""},
-        // A directory with content is not replaced. The one beside it is removed, being empty.
+        // A directory with content is not replaced. The empty one beside it is removed.
         InTheWay{"EmptyDirectoryAsTemporaryIsRemoved", fullDirectory, emptyDirectory, retries,
                  2 * retries, requestStays},
-        // Neither moved nor removed: each is tried eight times.
+        // Neither renamed nor removed: each is tried eight times.
         InTheWay{"DirectoriesWithContentStay", fullDirectory, fullDirectory, 2 * retries,
                  2 * retries, "lockfile request.xml requestTemp.xml "}),
     [](auto const& test) { return std::string(test.param.name); });
 
-SANDBOX_TEST(WriteFailureTest, RequestDirectoryThatGoesAwayWhileOpen) {
+SANDBOX_TEST(WriteFailureTest, RequestDirectoryIsRenamedDuringEvaluation) {
     std::string const moved = "/var/opt/VeskaClient/Moved";
     ScriptedAgent agent(
         AgentScript().Answer(OpenAnswer()).Move(ScriptedAgent::requestDirectory, moved));
     Tool tool({"-d"});
     agent.AwaitEnd();
     usleep(1'500'000);
-    // The lock is on the file, wherever it is.
+    // The lock belongs to the file, independent of its path.
     ExpectWholeFileLockedBy(tool.pid(), moved + "/lockfile");
     ToolRun const run = tool.Wait();
     EXPECT_EQ("", run.output);

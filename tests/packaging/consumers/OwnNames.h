@@ -1,5 +1,4 @@
-// Classes, templates and functions whose names the foundation library has too, and means
-// something else by.
+// Classes, templates and functions with names of the foundation library, but other meanings.
 #pragma once
 
 #include <memory>
@@ -18,7 +17,7 @@ public:
     long padding[20] = {};
 };
 
-// Thrown here, and the name of an exception there.
+// Thrown here. The library has an exception of this name.
 class DataOverflow : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;

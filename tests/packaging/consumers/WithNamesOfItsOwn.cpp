@@ -1,6 +1,5 @@
-// A C++ program with classes of the same names as the foundation library's, that throws exceptions
-// of its own before and after it uses the interface; and that runs out of memory inside of it, when
-// told so by an argument.
+// A C++ program whose classes have names of the foundation library. It throws its own exceptions
+// before and after it uses the C API. With an argument it runs out of memory in the C API.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

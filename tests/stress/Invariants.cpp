@@ -1,4 +1,4 @@
-#include "tests/stress/Aftermath.h"
+#include "tests/stress/Invariants.h"
 
 #include <sstream>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-// Each of the names in the listing is one of those that are known.
+// Each name of the listing is a known name.
 void ExpectNamesAmong(std::string const& known, std::string const& listing) {
     std::istringstream names(listing);
     for (std::string name; names >> name;)
@@ -29,7 +29,7 @@ namespace Stress {
 void ExpectFreeLock() {
     int const file = open(ScriptedAgent::lockFile, O_RDWR | O_CLOEXEC);
     if (file < 0) {
-        EXPECT_EQ(ENOENT, errno) << "the lock file can't be opened";
+        EXPECT_EQ(ENOENT, errno) << "cannot open the lock file";
         return;
     }
     struct flock lock {};

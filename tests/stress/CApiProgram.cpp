@@ -1,5 +1,5 @@
-// Calls the interface once around, and prints each code that it gives and how many descriptors are
-// open before and after: what the tool keeps to itself.
+// Calls each function of the C API. Prints their return values, and the number of open descriptors
+// before and after: results that the tool does not print.
 #include <cstdio>
 
 #include <fcntl.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-// By a question that nothing else asks, so that a preloaded library may count the other calls.
+// Uses a call that nothing else makes, so a preloaded library can count the other calls.
 int CountDescriptors() {
     int count = 0;
     for (int descriptor = 0; descriptor < 256; ++descriptor)

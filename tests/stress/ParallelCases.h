@@ -1,4 +1,4 @@
-// Test cases in sandboxes of their own, many of them at once.
+// Runs test cases in parallel, each in its own sandbox.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,18 +16,18 @@
 
 namespace Stress {
 
-// Runs one test case in the body of a sandbox that has the agent's directories, and returns a
-// few words on it for the caller.
+// A test case, for the body of a sandbox with the agent's directories. Returns a short text for the
+// caller.
 using TestCase = std::function<std::string(std::size_t)>;
 
-// What RunAtOnce gives for a test case that broke off, of which it has told already.
+// The text of a test case that failed to complete, which is also reported as a failure.
 constexpr char brokenOff[] = "broken off";
 
 // Runs the test cases of these numbers in parallel and waits for all of them. A failure of one is a
 // failure of the test, with `what` and the number. Returns their words, in order.
-inline std::vector<std::string> RunAtOnce(std::string const& what,
-                                          std::vector<std::size_t> const& numbers,
-                                          TestCase const& testCase) {
+inline std::vector<std::string> RunInParallel(std::string const& what,
+                                              std::vector<std::size_t> const& numbers,
+                                              TestCase const& testCase) {
     constexpr auto limit = std::chrono::seconds(120);
     std::vector<std::unique_ptr<OtherProcess>> machines;
     for (std::size_t const number : numbers)
@@ -50,10 +50,10 @@ inline std::vector<std::string> RunAtOnce(std::string const& what,
     return words;
 }
 
-// Whether the environment variable STRESS_CASE names a test case to have it again.
+// Whether the environment variable STRESS_CASE selects a single test case.
 inline bool IsOneCaseSelected() { return std::getenv("STRESS_CASE") != nullptr; }
 
-// Numbers from `first` on, so many; or only the one that is wanted, if it is one of them.
+// The numbers from `first` on; or only the selected one, if it is among them.
 inline std::vector<std::size_t> TestCases(std::size_t first, std::size_t number) {
     char const* const wanted = std::getenv("STRESS_CASE");
     std::vector<std::size_t> testCases;
