@@ -43,7 +43,7 @@ def links_of_documents(prefix):
 
 
 def missing_of_site(prefix):
-    """The files that an installed site needs and does not have."""
+    """Returns the files that are missing in an installed site."""
     wanted = ["index.html", "style.css", "search/search_index.json", "api/Compliance_8h.html",
               *(f"man/{page.name}.html" for page in (SOURCE / "docs/man").iterdir())]
     return [name for name in wanted
@@ -75,3 +75,24 @@ def sandbox():
 def in_sandbox(script, *arguments, **options):
     """Returns the output of a shell script with an empty /opt and /var/opt and own processes."""
     return run(*sandbox(), "sh", "-e", "-c", f"{EMPTY}\n{script}", "sh", *arguments, **options)
+
+
+class UnpackedPackages:
+    """Tests of the packages below `root`, with the libraries in `lib`."""
+
+    def test_contains_hardened_programs(self):
+        run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",
+            self.root / "usr/libexec/clientcompliance/VeskaClient",
+            self.lib / "libclientcompliance.so.1", self.lib / "libclientcompliance.a")
+
+    def test_contains_the_targets_of_all_links(self):
+        found, dead = links_of_documents(self.root / "usr")
+        self.assertGreater(len(found), 15)
+        self.assertEqual(dead, [])
+
+    def test_contains_the_documentation_site(self):
+        self.assertEqual(missing_of_site(self.root / "usr"), [])
+
+    def test_contains_a_tool_that_runs_without_agent(self):
+        output = in_sandbox('"$1" -d', self.root / "usr/bin/ClientCompliance")
+        self.assertEqual(output, "COMPLIANCE_Open returned error: -6.\n")

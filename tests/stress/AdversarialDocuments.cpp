@@ -18,7 +18,7 @@ std::string const row = "<ResponseItem><Designator>d</Designator><Result>r</Resu
                         "<ResultType>t</ResultType><EvaluationTime>1</EvaluationTime>"
                         "<Description>x</Description><Comment>c</Comment></ResponseItem>";
 
-constexpr char const* brokenOff = "ClientComplianceResponseReadFailure";
+constexpr char const* incomplete = "ClientComplianceResponseReadFailure";
 
 constexpr std::size_t million = 1'000'000;
 constexpr std::size_t mebibyte = std::size_t{1} << 20;
@@ -53,7 +53,7 @@ std::vector<AdversarialDocument> MakeDocuments() {
     text.spare = 16 * mebibyte;
     return {
         levels,
-        Refused({"OpenLevels", begun, "<x>", "", 5 * million, ofOpenElement}, brokenOff),
+        Refused({"OpenLevels", begun, "<x>", "", 5 * million, ofOpenElement}, incomplete),
         {"Siblings", begun, "<x></x>", ended, million, ofElement},
         rows,
         {"Attributes", begun + "<x", " a='b'", "></x>" + ended, million, 240},
@@ -65,7 +65,7 @@ std::vector<AdversarialDocument> MakeDocuments() {
         {"EscapesInAnAttribute", begun + "<x a='", "&amp;", "'></x>" + ended, million},
         {"Name", begun + "<", "n", "></x>" + ended, 64 * mebibyte},
         {"Dashes", begun + "<!--", "- -", "-->" + ended, 16 * mebibyte},
-        Refused({"OpenEscape", begun + "&", "x", "", 64 * mebibyte}, brokenOff),
+        Refused({"OpenEscape", begun + "&", "x", "", 64 * mebibyte}, incomplete),
         {"EndTags", begun, "</x>", "", million},
         Refused({"Roots", begun + ended, "<a><b></b></a>", "", million},
                 "ClientComplianceResponseBadDocumentType"),

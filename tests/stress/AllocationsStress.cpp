@@ -84,7 +84,7 @@ Evaluated Evaluate(std::size_t n, FailingAllocation::Extent extent) {
 // Releases the rows and their array, which the C API keeps for the next rows.
 void ForgetRows() { iResponse = ClientComplianceResponse(ClientComplianceProgress); }
 
-void ExpectUndisturbed(Evaluated const& result) {
+void ExpectUsualResult(Evaluated const& result) {
     EXPECT_EQ(0, result.open.code);
     EXPECT_EQ(3, result.progress[0].code);
     EXPECT_EQ(40, result.percent);
@@ -156,14 +156,14 @@ void ExpectNextEvaluationSucceeds() {
     EXPECT_FALSE(iOwnLock);
     EXPECT_EQ(COMPLIANCE_ERROR_LOCK, COMPLIANCE_Close());
     std::remove(ScriptedAgent::request);
-    ExpectUndisturbed(Evaluate(~std::size_t{0}, FailingAllocation::Once));
+    ExpectUsualResult(Evaluate(~std::size_t{0}, FailingAllocation::Once));
 }
 
 bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent extent) {
     agent.Restart();
     Evaluated const result = Evaluate(n, extent);
     if (!result.failed) {
-        ExpectUndisturbed(result);
+        ExpectUsualResult(result);
     } else {
         ExpectStatedOpen(result.open);
         ExpectStatedPolls(result);
@@ -178,7 +178,7 @@ bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent ex
 TEST(QuickAllocations, OfAnExchange) {
     Stress::TestInSandbox([] {
         AgentWhileSleeping agent(Stress::ServingAgent());
-        ExpectUndisturbed(Evaluate(~std::size_t{0}, FailingAllocation::Once));
+        ExpectUsualResult(Evaluate(~std::size_t{0}, FailingAllocation::Once));
         ForgetRows();
         std::size_t const failures = Stress::FailEachAllocation(
             "a whole exchange", [&](auto n, auto extent) { return Fail(agent, n, extent); });

@@ -4,7 +4,6 @@
 // changes.
 #include <map>
 #include <set>
-#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -215,7 +214,7 @@ void TryEach(char const* what, std::vector<std::size_t> const& numbers, TestCase
 }
 
 // The calls that can change the state on disk.
-bool IsTelling(std::string const& call) {
+bool ChangesState(std::string const& call) {
     return std::set<std::string>{"exit_group", "fsync", "rename"}.contains(call);
 }
 
@@ -224,7 +223,7 @@ void KillAtCalls(Subject const& subject, std::size_t step) {
     auto const calls = RecordCalls(subject);
     std::vector<std::size_t> numbers;
     for (std::size_t number = 0; number < calls.size(); ++number)
-        if (number % step == 0 || IsTelling(calls[number]))
+        if (number % step == 0 || ChangesState(calls[number]))
             numbers.push_back(number);
     TryEach("killed at call", numbers, [&](std::size_t number) {
         KilledRun const result =

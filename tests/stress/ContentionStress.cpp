@@ -1,5 +1,4 @@
 // Many tools compete for one lock: exactly one runs, and all others fail immediately.
-#include <sys/stat.h>
 
 #include "tests/stress/ToolTest.h"
 
@@ -8,9 +7,9 @@ namespace {
 using namespace Stress;
 
 // Many tools that start at the same time, when a gate opens.
-class Crowd {
+class Contenders {
 public:
-    explicit Crowd(size_t number) {
+    explicit Contenders(size_t number) {
         if (mkfifo(gate, 0666) != 0 || (opener = open(gate, O_RDWR | O_CLOEXEC)) < 0)
             throw std::runtime_error("cannot make a gate");
         for (size_t i = 0; i < number; ++i)
@@ -19,9 +18,9 @@ public:
             while (tool->Output() != ready)
                 usleep(1000);
     }
-    ~Crowd() { unlink(gate); }
-    Crowd(Crowd const&) = delete;
-    Crowd& operator=(Crowd const&) = delete;
+    ~Contenders() { unlink(gate); }
+    Contenders(Contenders const&) = delete;
+    Contenders& operator=(Contenders const&) = delete;
 
     // All of them read from the gate until it is closed.
     void Release() { close(opener); }
@@ -40,22 +39,22 @@ private:
     int opener = -1;
 };
 
-using Heard = std::vector<OtherProgram*>;
+using Owners = std::vector<OtherProgram*>;
 
 // The owner of the lock keeps it, because nobody answers. All others end first.
-Heard AwaitRefusals(Crowd const& crowd) {
-    Heard heard;
-    for (auto const& tool : crowd.tools) {
+Owners AwaitRefusals(Contenders const& contenders) {
+    Owners owners;
+    for (auto const& tool : contenders.tools) {
         if (AskWhoLocks().l_pid == tool->pid()) {
-            heard.push_back(tool.get());
+            owners.push_back(tool.get());
             continue;
         }
         ProgramResult const run = tool->Wait(std::chrono::seconds(8));
         EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        EXPECT_EQ(Crowd::ready + OpenError(-6), run.output);
+        EXPECT_EQ(Contenders::ready + OpenError(-6), run.output);
         EXPECT_EQ("", run.errors);
     }
-    return heard;
+    return owners;
 }
 
 // Then the owner is answered, and completes as if it had been alone.
@@ -64,7 +63,7 @@ void ExpectAnswered(OtherProgram& tool) {
         AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
     ProgramResult const run = tool.Wait();
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    EXPECT_EQ(std::string(Crowd::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
+    EXPECT_EQ(std::string(Contenders::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
     EXPECT_EQ("lockfile ", Requests());
 }
 
@@ -72,20 +71,20 @@ void ExpectAnswered(OtherProgram& tool) {
 void Round(size_t number, bool isLast) {
     std::filesystem::remove(ScriptedAgent::request);
     auto agent = std::make_unique<ScriptedAgent>(AgentScript().AwaitRequest().AwaitRequest());
-    Crowd crowd(number);
-    crowd.Release();
+    Contenders contenders(number);
+    contenders.Release();
     agent->AwaitRequests(1);
-    Heard const heard = AwaitRefusals(crowd);
-    ASSERT_EQ(1u, heard.size());
+    Owners const owners = AwaitRefusals(contenders);
+    ASSERT_EQ(1u, owners.size());
     EXPECT_EQ(OpenRequest("url", "doc", "0"), ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("lockfile request.xml ", Requests());
     EXPECT_EQ(1u, agent->Requests().size());
     agent.reset();
     if (isLast)
-        ExpectAnswered(*heard[0]);
+        ExpectAnswered(*owners[0]);
     else
-        heard[0]->Kill(SIGKILL);
-    heard[0]->Wait();
+        owners[0]->Kill(SIGKILL);
+    owners[0]->Wait();
     EXPECT_FALSE(IsLocked());
 }
 

@@ -49,7 +49,7 @@ bool IsFromArena(void* block) {
     return arenaEnd != nullptr && block < arenaEnd && block >= arenaEnd - arenaSize;
 }
 
-std::string Tell(ClientComplianceResponse const& response) {
+std::string Describe(ClientComplianceResponse const& response) {
     std::size_t bytes = 0;
     for (auto const& item : response.items)
         bytes += item.designator.size() + item.result.size() + item.resultType.size() +
@@ -60,7 +60,8 @@ std::string Tell(ClientComplianceResponse const& response) {
 
 std::string Read() {
     std::string outcome;
-    std::string const thrown = Thrown([&] { outcome = Tell(ClientComplianceResponseIORead()); });
+    std::string const thrown =
+        Thrown([&] { outcome = Describe(ClientComplianceResponseIORead()); });
     return thrown == "nothing" ? outcome : thrown;
 }
 

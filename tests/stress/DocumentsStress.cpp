@@ -65,7 +65,7 @@ void ExpectMemoryWithin(AdversarialDocument const& document, std::size_t n, std:
 void ReadInProgram(AdversarialDocument const& document, std::size_t n) {
     Sandbox::Run(fourMinutes, [&] {
         Sandbox::CreateAgentDirectories();
-        std::string const path = "/var/opt/VeskaClient/ResponseDir/hostile.xml";
+        std::string const path = "/var/opt/VeskaClient/ResponseDir/adversarial.xml";
         document.Write(path, n);
         EXPECT_EQ(document.Bytes(n), fs::file_size(path));
         ProgramResult const run =
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(FullSize, FullDocumentsOfTool,
                          NameOf);
 
 // The outcome of a prefix, also after all polls of an exchange.
-void ExpectBrokenOff(std::string const& prefix) {
+void ExpectTruncated(std::string const& prefix) {
     SCOPED_TRACE("the first " + std::to_string(prefix.size()) + " bytes");
     WriteBytes(ScriptedAgent::response, prefix);
     EXPECT_THROW(ClientComplianceResponseIORead(), ClientComplianceResponseReadFailure);
@@ -170,7 +170,7 @@ TEST(QuickDocuments, RejectsEveryPrefixOfAResponse) {
         AgentWhileSleeping const agent(script);
         for (std::string const& whole : documents) {
             for (std::size_t size = 0; size < whole.size() && !testing::Test::HasFailure(); ++size)
-                ExpectBrokenOff(whole.substr(0, size));
+                ExpectTruncated(whole.substr(0, size));
             WriteBytes(ScriptedAgent::response, whole);
             EXPECT_NO_THROW(ClientComplianceResponseIORead());
         }

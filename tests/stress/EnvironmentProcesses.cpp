@@ -2,7 +2,6 @@
 //
 // In every test a request is pending: a tool that finds an agent prints -5, and otherwise -2.
 #include <fstream>
-#include <functional>
 #include <thread>
 
 #include <sys/mount.h>
@@ -22,7 +21,7 @@ std::string const found = "COMPLIANCE_Open returned error: -5.\n";
 std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
 
 // An installed agent that does not run, and a pending request.
-void LayOutProcesses() {
+void CreateEnvironment() {
     Sandbox::CreateAgentDirectories();
     Sandbox::InstallAgent();
     fs::create_directory("/opt/other");
@@ -32,12 +31,11 @@ void LayOutProcesses() {
 }
 
 void Expect(std::string const& expected, ToolRun const& run = RunTool({"-d"})) {
-    EXPECT_EQ(expected, run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(expected, run);
 }
 
 void ExpectUnprivileged(std::string const& expected) {
-    Expect(expected, RunToolWithoutRights({"-d"}));
+    Expect(expected, RunToolUnprivileged({"-d"}));
 }
 
 std::unique_ptr<OtherProgram> Start(std::string const& program) {
@@ -56,7 +54,7 @@ TEST(QuickProcesses, ComparesWholeNameOfReadableProgram) {
         "\nVeskaClient",   "Veska\nClient",      "VeskaClient\xe9",       "\xff\xfe",
         "VeskaClient2345", std::string(255, 'V')};
     Sandbox::Run([&] {
-        LayOutProcesses();
+        CreateEnvironment();
         for (std::string const& name : others) {
             SCOPED_TRACE(name);
             auto const process = Start("/opt/other/" + name);
@@ -94,7 +92,7 @@ TEST(QuickProcesses, ComparesWholeCommandNameOfUnreadableProgram) {
                           "Veska\nClient", "\n(VeskaClient)", "VeskaClient\xe9",  "\x80\xff",
                           "a/VeskaClient", "VeskaClient2345", "12345VeskaClient", ""};
     Sandbox::Run([&] {
-        LayOutProcesses();
+        CreateEnvironment();
         for (std::string const& name : others) {
             SCOPED_TRACE(name);
             Stranger const stranger(name);
@@ -228,7 +226,7 @@ TEST(QuickProcesses, CountsAgentInAnyProcessState) {
     for (StateCase const& testCase : States()) {
         SCOPED_TRACE(testCase.name);
         Sandbox::Run([&] {
-            LayOutProcesses();
+            CreateEnvironment();
             testCase.body();
         });
     }
@@ -243,7 +241,7 @@ TEST(QuickProcesses, DoesNotFindAgentHiddenInProc) {
     for (char const* const mode : {"hidepid=2", "hidepid=4"})
         Sandbox::Run([mode] {
             SCOPED_TRACE(mode);
-            LayOutProcesses();
+            CreateEnvironment();
             Stranger const agent("VeskaClient");
             ExpectUnprivileged(found);
             ASSERT_EQ(0, mount("proc", "/proc", "proc", 0, mode));
@@ -257,7 +255,7 @@ TEST(QuickProcesses, DoesNotFindAgentHiddenInProc) {
 TEST(QuickProcesses, FindsNoAgentWithoutProc) {
     for (Proc const proc : {Proc::none, Proc::empty})
         Sandbox::Run({.proc = proc}, [] {
-            LayOutProcesses();
+            CreateEnvironment();
             auto const agent = Start(agentProgram);
             Expect(notFound);
         });
@@ -288,7 +286,7 @@ TEST(QuickProcesses, HandlesIncompleteProcEntries) {
         {"status of garbage", {.exe = agentProgram, .status = "\nPPid:\nUid:\tx"}, found},
     };
     Sandbox::Run({.proc = Proc::empty}, [&] {
-        LayOutProcesses();
+        CreateEnvironment();
         for (FakeCase const& testCase : testCases) {
             SCOPED_TRACE(testCase.name);
             MakeFakeProcess("7", testCase.process);
@@ -315,7 +313,7 @@ void ComeAndGo(char const* name) {
 
 void TryAmongShortLived(int rounds) {
     Sandbox::Run({.limit = std::chrono::minutes(4)}, [=] {
-        LayOutProcesses();
+        CreateEnvironment();
         {
             OtherProcess const others([] { ComeAndGo("other"); });
             for (int round = 0; round < rounds; ++round)

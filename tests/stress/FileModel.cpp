@@ -70,7 +70,7 @@ FileModel::Seen FileModel::Look(std::string const& path) const {
     if (!entry)
         return Seen::nothing;
     if (entry->kind == Entry::symbolicLink)
-        return At(entry->bytes) ? Seen::file : Seen::brokenLink;
+        return At(entry->bytes) ? Seen::file : Seen::danglingLink;
     if (entry->kind == Entry::file)
         return Seen::file;
     return entry->kind == Entry::unixSocket ? Seen::other : Seen::directory;

@@ -15,7 +15,7 @@
 class FileModel {
 public:
     // The entry at a path; a link is followed.
-    enum class Seen { nothing, file, directory, other, brokenLink };
+    enum class Seen { nothing, file, directory, other, danglingLink };
 
     Entries entries;
     // In microseconds.

@@ -17,8 +17,7 @@ void ExpectRefusedByTheRequest() {
     ScriptedAgent const silent;
     std::string const request = ReadBytes(ScriptedAgent::request);
     ToolRun const run = RunTool({"-c", "url", "doc"});
-    EXPECT_EQ(OpenError(-5), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(OpenError(-5), run);
     EXPECT_EQ(request, ReadBytes(ScriptedAgent::request));
 }
 
@@ -78,8 +77,7 @@ void ExpectNextRun() {
     ScriptedAgent const agent(script);
     agent.AwaitSteps(taken);
     ToolRun const run = RunTool({"-c", "url", "doc"});
-    EXPECT_EQ(PrintedOneRow(), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(PrintedOneRow(), run);
     agent.AwaitEnd(std::chrono::seconds(5));
     EXPECT_EQ("lockfile ", Requests());
     ExpectResponseOf(agent);

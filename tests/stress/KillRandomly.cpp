@@ -23,7 +23,7 @@ struct Course {
 
 // One request receives a good answer in one of several ways. A response always follows a request
 // that is pending, so an older one is never read for it.
-AgentScript& AnswerSomehow(AgentScript& script, Random& random, std::string const& answer) {
+AgentScript& AnswerRandomly(AgentScript& script, Random& random, std::string const& answer) {
     auto const pause = milliseconds(random.Below(2500));
     script.AwaitRequest();
     switch (random.Below(8)) {
@@ -46,7 +46,7 @@ AgentScript& AnswerSomehow(AgentScript& script, Random& random, std::string cons
 bool IsAnswered(Course& course, Random& random, std::string const& answer) {
     course.isSilent = course.isSilent || random.Below(24) == 0;
     if (!course.isSilent)
-        AnswerSomehow(course.script, random, answer);
+        AnswerRandomly(course.script, random, answer);
     return !course.isSilent;
 }
 
@@ -86,7 +86,7 @@ void Poll(Course& course, Random& random) {
 
 // The tool works for some milliseconds at its start and after each second of sleep. Two thirds of
 // the kills are at these times.
-std::chrono::microseconds SomeTime(Random& random) {
+std::chrono::microseconds RandomTime(Random& random) {
     auto const microseconds = [&](size_t limit) {
         return std::chrono::microseconds(random.Below(limit));
     };
@@ -103,7 +103,7 @@ std::chrono::microseconds SomeTime(Random& random) {
 Course CourseOf(size_t seed) {
     Random random(seed);
     Course course;
-    course.killedAfter = SomeTime(random);
+    course.killedAfter = RandomTime(random);
     if (IsAnswered(course, random, OpenAnswer())) {
         Poll(course, random);
         IsAnswered(course, random, CloseAnswer());
@@ -114,7 +114,7 @@ Course CourseOf(size_t seed) {
 }
 
 // Returns the exit status of the tool, and the remaining files.
-std::string KillSomeTime(size_t seed) {
+std::string KillAtRandomTime(size_t seed) {
     Course const course = CourseOf(seed);
     ScriptedAgent agent(course.script);
     Tool tool({"-c", "url", "doc"});
@@ -141,7 +141,7 @@ std::string KillSomeTime(size_t seed) {
 
 void KillRandomly(size_t firstSeed, size_t number) {
     auto const seeds = TestCases(firstSeed, number);
-    auto const ends = RunInParallel("seed", seeds, KillSomeTime);
+    auto const ends = RunInParallel("seed", seeds, KillAtRandomTime);
     CountTestCases(seeds.size());
     for (char const* const word : {"killed", "request", "temporary"})
         testing::Test::RecordProperty(

@@ -1,6 +1,5 @@
 // A tool that is killed at any system call leaves a state in which the next evaluation works.
 #include <iterator>
-#include <ostream>
 #include <set>
 #include <sstream>
 

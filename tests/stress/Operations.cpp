@@ -68,7 +68,7 @@ Operation::Outcome Operation::Run(void* object, std::size_t n,
     return outcome;
 }
 
-void Operation::RunUndisturbed() const {
+void Operation::RunWithoutFaults() const {
     std::shared_ptr<void> const object = makeObject();
     usualThrown = Run(object.get(), none, FailingAllocation::Once).thrown;
     usualView = viewOf(object.get());
@@ -149,7 +149,7 @@ FailEachAllocation(std::string const& name,
 }
 
 std::size_t Operation::FailEach() const {
-    RunUndisturbed();
+    RunWithoutFaults();
     return FailEachAllocation(name, [this](auto n, auto extent) { return Fail(n, extent); });
 }
 

@@ -147,7 +147,7 @@ private:
     void CheckView(std::string const& before, std::string const& thrown,
                    std::string const& view) const;
     void CheckSecondTry(void* object) const;
-    void RunUndisturbed() const;
+    void RunWithoutFaults() const;
 
     std::string name;
     Stated stated;

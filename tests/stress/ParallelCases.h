@@ -21,7 +21,7 @@ namespace Stress {
 using TestCase = std::function<std::string(std::size_t)>;
 
 // The text of a test case that failed to complete, which is also reported as a failure.
-constexpr char brokenOff[] = "broken off";
+constexpr char incomplete[] = "incomplete";
 
 // Runs the test cases of these numbers in parallel and waits for all of them. A failure of one is a
 // failure of the test, with `what` and the number. Returns their words, in order.
@@ -44,7 +44,7 @@ inline std::vector<std::string> RunInParallel(std::string const& what,
         try {
             words.push_back(machine->Await());
         } catch (std::exception const&) {
-            words.push_back(brokenOff);
+            words.push_back(incomplete);
         }
     }
     return words;

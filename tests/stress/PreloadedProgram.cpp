@@ -122,4 +122,4 @@ std::vector<std::string> UsualAnswers() {
 
 std::string UsualRows() { return PrintedOneRow(); }
 
-std::string UsualOutput() { return PrintedPercent("50") + UsualRows(); }
+std::string UsualOutput() { return PrintedPercent("50") + PrintedOneRow(); }

@@ -67,6 +67,6 @@ std::optional<std::string> ContentOf(std::string const& path);
 
 // The answers of an agent that is in progress once, and then finished with one row.
 std::vector<std::string> UsualAnswers();
-// The output of the tool for that row, and for a whole evaluation.
+// The output of the tool for that row, and for all of them.
 std::string UsualRows();
 std::string UsualOutput();

@@ -22,11 +22,11 @@ std::string const requestDirectory = ScriptedAgent::requestDirectory;
 RandomAgent::RandomAgent(Random& choices, FileModel& world, ExchangeModel& reader,
                          bool lockFileIsTaken)
     : random(choices), files(world), model(reader), sparesLockFile(lockFileIsTaken) {
-    LayOut();
+    CreateEntries();
 }
 
 // The entries at the start: mostly all that an evaluation needs, and files of an earlier one.
-void RandomAgent::LayOut() {
+void RandomAgent::CreateEntries() {
     Execute({0, requestDirectory, {Entry::directory}});
     if (!random.Chance(3))
         Execute({0, Sandbox::agentProgram, Entry::File("")});
@@ -80,8 +80,8 @@ unsigned long long RandomAgent::Delay() {
         return ShortDelay();
     // Just before a poll, at it, and just after it.
     if (random.Chance(40)) {
-        unsigned long long const look = random.Pick({1, 3, 7, 10}) * second;
-        return look - 1 + random.Below(3);
+        unsigned long long const poll = random.Pick({1, 3, 7, 10}) * second;
+        return poll - 1 + random.Below(3);
     }
     // In the pauses of a retry.
     if (random.Chance(30))

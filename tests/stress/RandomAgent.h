@@ -25,7 +25,7 @@ public:
     void DoWhatIsDue();
 
 private:
-    void LayOut();
+    void CreateEntries();
     void React();
     void BehaveOddly();
     void Plan(unsigned long long delay, std::string const& path, Entry const& entry);

@@ -109,9 +109,9 @@ private:
             Add("ResponseProgressPercent", AnyNumber(random), says.percent);
     }
 
-    void Add(char const* name, Number number, int& told) {
+    void Add(char const* name, Number number, int& value) {
         children.push_back(Element(name, number.written));
-        told = number.read;
+        value = number.read;
     }
 
     // In any place: the type, which must occur once, and elements without a meaning.

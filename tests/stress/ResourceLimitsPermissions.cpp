@@ -1,7 +1,6 @@
 // Missing directories, every mode of the two directories and of the files in them, and no file
 // descriptors, in all combinations.
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/ToolTest.h"
@@ -72,14 +71,14 @@ void SetModeForAll(std::string const& path, unsigned int bits) {
 constexpr unsigned int mayRead = 4;
 constexpr unsigned int mayWrite = 2;
 constexpr unsigned int mayEnter = 1;
-constexpr int notThere = -1;
+constexpr int missing = -1;
 
 void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
     SCOPED_TRACE("directory " + std::to_string(directory) + ", lock file " +
                  std::to_string(lockFile));
     SetModeForAll(ScriptedAgent::requestDirectory, 7);
     PlayedAgent::Reset();
-    if (lockFile != notThere) {
+    if (lockFile != missing) {
         WriteBytes(ScriptedAgent::lockFile, "");
         SetModeForAll(ScriptedAgent::lockFile, static_cast<unsigned int>(lockFile));
     }
@@ -87,19 +86,19 @@ void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
     bool const canEnter = (directory & mayEnter) != 0;
     bool const canCreate = canEnter && (directory & mayWrite) != 0;
     bool const canLock =
-        lockFile == notThere ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
+        lockFile == missing ? canCreate : canEnter && lockFile == (mayRead | mayWrite);
     ExpectPrinted(!canLock     ? OpenError(-6)
                   : !canCreate ? OpenError(-17)
                                : UsualOutput(),
                   RunUnprivileged());
-    EXPECT_EQ(lockFile != notThere || canLock ? "lockfile " : "", Requests());
+    EXPECT_EQ(lockFile != missing || canLock ? "lockfile " : "", Requests());
 }
 
 TEST(QuickPermissions, EveryModeOfTheRequestDirectoryAndLockFile) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
-            for (int const lockFile : {notThere, 0, 2, 4, 6})
+            for (int const lockFile : {missing, 0, 2, 4, 6})
                 TryPermissionsOfRequests(directory, lockFile);
     });
     CountTestCases(40);
@@ -145,7 +144,7 @@ SANDBOX_TEST(FullPermissions, KeepsRequestOfAnotherUserInStickyDirectory) {
                                   .PutRequest("foreign"));
     if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
         GTEST_SKIP() << "this sandbox has no second user";
-    ToolRun const run = RunToolWithoutRights({"-d"});
+    ToolRun const run = RunToolUnprivileged({"-d"});
     ExpectPrinted(PrintedPercent("50"), run);
     EXPECT_LE(3000 + 4 * 2032, run.took.count());
     EXPECT_EQ("foreign", ReadBytes(ScriptedAgent::request));
@@ -158,10 +157,10 @@ SANDBOX_TEST(FullPermissions, KeepsRequestOfAnotherUserInStickyDirectory) {
 
 #ifndef CC_ADDRESS_SANITIZER // Starts the shipped program, which needs none to be loaded.
 
-constexpr int forTheLock = 4;
-constexpr int forTheWalk = 5;
+constexpr int forLock = 4;
+constexpr int forProc = 5;
 
-void TryDescriptors(int limit, bool withRights) {
+void TryDescriptors(int limit, bool privileged) {
     Sandbox::RunWithDirectories([=] {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
         ScriptedAgent const agent(AgentScript()
@@ -171,24 +170,24 @@ void TryDescriptors(int limit, bool withRights) {
         std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
         ProgramOptions options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
         options.prepare = [=] {
-            if (!withRights)
+            if (!privileged)
                 Sandbox::DropPrivileges();
             return true;
         };
-        int const forAgentSearch = withRights ? forTheWalk : forTheWalk + 1;
-        ExpectPrinted(limit < forTheLock       ? OpenError(-6)
+        int const forAgentSearch = privileged ? forProc : forProc + 1;
+        ExpectPrinted(limit < forLock          ? OpenError(-6)
                       : limit < forAgentSearch ? OpenError(-2)
                                                : PrintedError("5"),
                       RunProgram({program, "-c", "url", "doc"}, options));
         EXPECT_EQ(limit < forAgentSearch ? 0u : 3u, agent.Requests().size());
-        EXPECT_EQ(limit < forTheLock ? "" : "lockfile ", Requests());
+        EXPECT_EQ(limit < forLock ? "" : "lockfile ", Requests());
     });
 }
 
 TEST(QuickDescriptors, TooFewForTheLockOrForProc) {
-    for (int limit = 0; limit < forTheWalk; ++limit)
+    for (int limit = 0; limit < forProc; ++limit)
         TryDescriptors(limit, true);
-    TryDescriptors(forTheWalk, false);
+    TryDescriptors(forProc, false);
     CountTestCases(6);
 }
 
@@ -202,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(FullLimits, FullDescriptors,
                          testing::Combine(testing::Range(0, 17), testing::Bool()),
                          [](auto const& test) {
                              return std::to_string(std::get<int>(test.param)) +
-                                    (std::get<bool>(test.param) ? "WithRights" : "WithoutRights");
+                                    (std::get<bool>(test.param) ? "Privileged" : "Unprivileged");
                          });
 
 #endif

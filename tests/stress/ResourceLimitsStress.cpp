@@ -7,7 +7,6 @@
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/ToolTest.h"
 #include "tests/support/ForwardedFailures.h"
-#include "tests/support/SmallFileSystem.h"
 
 namespace {
 
@@ -142,7 +141,7 @@ TEST(FullFileSizes, EveryLimit) { CountTestCases(TryFileSizes(0, 1)); }
 
 constexpr size_t page = 4096;
 
-void TryRoom(size_t pages) {
+void TryFreePages(size_t pages) {
     SCOPED_TRACE(std::to_string(pages) + " free pages");
     // Four pages and some bytes.
     std::string const url(4 * page, 'u');
@@ -168,7 +167,7 @@ void TryRoom(size_t pages) {
 TEST(QuickFullDisks, WithEachNumberOfFreePages) {
     Sandbox::Run([] {
         for (size_t pages = 0; pages <= 7; ++pages)
-            TryRoom(pages);
+            TryFreePages(pages);
     });
     CountTestCases(8);
 }

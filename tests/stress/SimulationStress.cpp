@@ -3,15 +3,12 @@
 // SIMULATION_SEED=n makes a test run only that seed.
 #include <array>
 #include <cstdlib>
-#include <functional>
 #include <set>
-#include <utility>
 
 #include "compliance/Compliance.h"
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/Stage.h"
 #include "tests/stress/ToolTest.h"
-#include "tests/support/SmallFileSystem.h"
 
 namespace {
 
@@ -47,7 +44,7 @@ public:
           stage(random, foreignLocks),
           outcomes(allOutcomes) {}
 
-    void Tell() {
+    void Run() {
         for (unsigned long long left = 4 + random.Below(20); left != 0 && !isOver; --left)
             NextCall();
         if (stage.model.IsOpen() && !isOver)
@@ -60,7 +57,7 @@ private:
     // Mostly a valid call; sometimes any call.
     void NextCall() {
         if (random.Chance(80))
-            return SensibleCall();
+            return ValidCall();
         static constexpr void (RandomCaller::*calls[])() = {&RandomCaller::Open,
                                                             &RandomCaller::Progress,
                                                             &RandomCaller::ResultCount,
@@ -72,7 +69,7 @@ private:
         (this->*calls[random.Below(hasForeignLocks ? 8 : 6)])();
     }
 
-    void SensibleCall() {
+    void ValidCall() {
         if (!stage.model.IsOpen())
             return random.Chance(70) ? Open() : Pause();
         if (stage.model.ResultCount() < 0)
@@ -135,16 +132,16 @@ private:
                                                          &row[4], &row[5]);
                 Lines const texts(row.begin(), row.end());
                 if (code == 0)
-                    handedOut.emplace_back(row, texts);
+                    returnedTexts.emplace_back(row, texts);
                 return Describe(code, texts);
             });
     }
 
     void Close() {
         // All texts have been valid until now.
-        for (auto const& [pointers, texts] : handedOut)
+        for (auto const& [pointers, texts] : returnedTexts)
             EXPECT_EQ(texts, Lines(pointers.begin(), pointers.end())) << "seed " << seed;
-        handedOut.clear();
+        returnedTexts.clear();
         Compare(
             "Close", [&] { return Describe(stage.model.Close()); },
             [] { return Describe(COMPLIANCE_Close()); });
@@ -196,7 +193,7 @@ private:
     Outcomes& outcomes;
     int const descriptors = LowestFreeDescriptor();
     std::unique_ptr<ForeignLock> foreign;
-    std::vector<std::pair<std::array<char const*, 6>, Lines>> handedOut;
+    std::vector<std::pair<std::array<char const*, 6>, Lines>> returnedTexts;
     std::string transcript;
     bool isOver = false;
 };
@@ -205,15 +202,15 @@ private:
 // are not collected.
 void RunRandomly(unsigned long long seed, Outcomes& outcomes) {
     if (seed % 50 != 49)
-        return RandomCaller(seed, false, outcomes).Tell();
-    OtherProcess process([&] { RandomCaller(seed, true, outcomes).Tell(); });
+        return RandomCaller(seed, false, outcomes).Run();
+    OtherProcess process([&] { RandomCaller(seed, true, outcomes).Run(); });
     process.Wait();
 }
 
-using Tale = std::function<void(unsigned long long seed)>;
+using SeedTest = std::function<void(unsigned long long seed)>;
 
 // Runs the seeds one after the other, up to the first failure.
-void RunSeeds(unsigned long long first, unsigned long long number, Tale const& tell) {
+void RunSeeds(unsigned long long first, unsigned long long number, SeedTest const& test) {
     if (char const* const wanted = std::getenv("SIMULATION_SEED")) {
         first = std::strtoull(wanted, nullptr, 10);
         number = 1;
@@ -221,7 +218,7 @@ void RunSeeds(unsigned long long first, unsigned long long number, Tale const& t
     Sandbox::Run({.limit = std::chrono::minutes(10)}, [&] {
         SmallFileSystem const proc("/proc");
         for (auto seed = first; seed != first + number && !testing::Test::HasFailure(); ++seed)
-            tell(seed);
+            test(seed);
     });
     Stress::CountTestCases(number);
 }

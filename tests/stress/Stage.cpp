@@ -78,10 +78,10 @@ std::string Difference(Stage const& stage, std::string const& expected, std::str
     if (isSame && onDisk == stage.files.entries)
         return "";
     std::ostringstream out;
-    out << "  what the agent did:\n";
+    out << "  acts of the agent:\n";
     for (Act const& act : stage.agent.Done())
         out << "    " << act.when << ' ' << act.path << ": " << act.entry << '\n';
-    out << "  expected " << expected << "\n  and got " << actual << '\n';
+    out << "  expected " << expected << "\n  actual " << actual << '\n';
     Show(out, "expected calls", stage.files.calls);
     Show(out, "calls", trace.Predicted());
     Show(out, "expected files", stage.files.entries);

@@ -190,8 +190,7 @@ private:
         ProgramResult const next = RunPreloaded(CommandOf(Program::tool), {});
         Expected expected(Answers(scenario), agent.Process());
         std::string const output = expected.Run(Program::tool, {});
-        EXPECT_EQ(isWaiting ? OpenError(-5) : output, next.output);
-        EXPECT_EQ(ExitStatus::Exited(0), next.status);
+        ExpectPrinted(isWaiting ? OpenError(-5) : output, next);
         EXPECT_FALSE(IsLocked());
     }
 
@@ -292,8 +291,7 @@ INSTANTIATE_TEST_SUITE_P(FullCalls, FullExchangeFaults,
                                           testing::ValuesIn(calls)),
                          [](auto const& test) {
                              return scenarios[std::get<0>(test.param)].name +
-                                    (std::get<1>(test.param) == Program::tool ? "Tool_"
-                                                                              : "Interface_") +
+                                    (std::get<1>(test.param) == Program::tool ? "Tool_" : "CApi_") +
                                     std::get<2>(test.param);
                          });
 

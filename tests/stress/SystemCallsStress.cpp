@@ -101,7 +101,7 @@ std::string NameOfCall(std::string const& text) { return text.substr(0, text.fin
 
 // The outcome of an operation, and its calls.
 struct Run {
-    std::string came;
+    std::string actual;
     std::vector<std::string> calls;
 };
 
@@ -113,8 +113,8 @@ void ExpectNothingLost(std::string const& place, bool hadSource) {
     }
 }
 
-// Runs the operation in a new directory, after `disturb` has set up failures.
-Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> const& disturb) {
+// Runs the operation in a new directory, after `inject` has set up failures.
+Run RunWithFaults(Operation const& operation, std::function<void(SystemCalls&)> const& inject) {
     TemporaryDirectory const directory;
     std::string const& place = directory.path();
     operation.prepare(place);
@@ -129,14 +129,14 @@ Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> c
         SystemCalls calls;
         if (operation.renameError != 0)
             calls.FailFromThenOn("rename", operation.renameError);
-        disturb(calls);
-        run.came = Thrown([&] { result = operation.run(from, to); });
+        inject(calls);
+        run.actual = Thrown([&] { result = operation.run(from, to); });
         for (std::string const& call : calls.Log())
             run.calls.push_back(Relative(call, place));
     }
-    if (run.came == "nothing")
-        run.came = "gives " + result + Listing(place);
-    run.came = Relative(run.came, place);
+    if (run.actual == "nothing")
+        run.actual = "gives " + result + Listing(place);
+    run.actual = Relative(run.actual, place);
     EXPECT_EQ(before, CountOpenDescriptors()) << "a file descriptor leaked";
     ExpectNothingLost(place, hadSource);
     return run;
@@ -144,7 +144,7 @@ Run RunDisturbed(Operation const& operation, std::function<void(SystemCalls&)> c
 
 // The calls of an operation without a failure.
 std::vector<std::string> CallsOf(Operation const& operation) {
-    return RunDisturbed(operation, [](SystemCalls&) {}).calls;
+    return RunWithFaults(operation, [](SystemCalls&) {}).calls;
 }
 
 // The row of the table for a call and an error number; null if there is none.
@@ -212,16 +212,16 @@ void Try(Operation const& operation, std::vector<std::string> const& calls,
     auto const skip =
         std::count_if(calls.begin(), calls.begin() + static_cast<std::ptrdiff_t>(testCase.call),
                       [&](std::string const& other) { return NameOfCall(other) == name; });
-    std::string const came = RunDisturbed(operation, [&](SystemCalls& disturbed) {
-                                 if (testCase.lasting)
-                                     disturbed.FailFromThenOn(name, testCase.error, skip);
-                                 else
-                                     disturbed.Fail(name, testCase.error, skip);
-                             }).came;
+    std::string const actual = RunWithFaults(operation, [&](SystemCalls& injected) {
+                                   if (testCase.lasting)
+                                       injected.FailFromThenOn(name, testCase.error, skip);
+                                   else
+                                       injected.Fail(name, testCase.error, skip);
+                               }).actual;
     Texts const allowed = testCase.lasting ? LastingTextsOf(operation, name, testCase.error)
                                            : TextsOf(row->once, testCase.error, operation, false);
-    EXPECT_THAT(allowed, testing::Contains(came));
-    seen[{row, testCase.error, testCase.lasting}].insert(came);
+    EXPECT_THAT(allowed, testing::Contains(actual));
+    seen[{row, testCase.error, testCase.lasting}].insert(actual);
 }
 
 // Each outcome of the table has occurred, for each error number. Except outcomes as without a
@@ -233,10 +233,10 @@ void ExpectAllSeen(Operation const& operation, Seen const& seen) {
                 if (RowOf(operation, row.call, error) != &row)
                     continue;
                 auto const found = seen.find({&row, error, lasting});
-                Texts const came = found == seen.end() ? Texts() : found->second;
+                Texts const actual = found == seen.end() ? Texts() : found->second;
                 for (std::string const& text :
                      TextsOf(lasting ? row.lasting : row.once, error, operation, true))
-                    EXPECT_THAT(came, testing::Contains(text))
+                    EXPECT_THAT(actual, testing::Contains(text))
                         << operation.name << ", " << row.call << ' ' << strerrorname_np(error)
                         << (lasting ? " and all later ones" : " once");
             }
@@ -244,7 +244,7 @@ void ExpectAllSeen(Operation const& operation, Seen const& seen) {
 
 TEST(QuickOperations, HaveTheExpectedResult) {
     for (Operation const& operation : Operations())
-        EXPECT_EQ("gives " + operation.result, RunDisturbed(operation, [](SystemCalls&) {}).came)
+        EXPECT_EQ("gives " + operation.result, RunWithFaults(operation, [](SystemCalls&) {}).actual)
             << operation.name;
     Stress::CountTestCases(Operations().size());
 }

@@ -109,7 +109,7 @@ void PlaceOnDisk(std::string const& path, Entry const& entry) {
     engine.Play(script.text());
     engine.Advance(0);
     if (engine.Failures() != 0)
-        throw std::runtime_error("can't make " + path);
+        throw std::runtime_error("cannot make " + path);
 }
 
 Entries ReadFromDisk() {

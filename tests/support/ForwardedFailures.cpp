@@ -88,7 +88,8 @@ void SkipHere(std::string const& message) { GTEST_SKIP() << message; }
 int MovedUp(int descriptor) {
     int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
     if (moved < 0)
-        throw std::system_error(errno, std::generic_category(), "a descriptor for the test");
+        throw std::system_error(errno, std::generic_category(),
+                                "cannot duplicate a file descriptor");
     close(descriptor);
     return moved;
 }
@@ -185,14 +186,14 @@ std::string_view WithoutLastNewline(std::string_view message) {
 }
 
 void ReportForkedException(char const* what) {
-    ADD_FAILURE() << "An exception left the body of the process: " << what;
+    ADD_FAILURE() << "the body of the process threw an exception: " << what;
 }
 
 void EndForkedBody() {
 #ifdef CC_ADDRESS_SANITIZER
     // The check traces the threads of the process, and aborts if it cannot list them.
     if (prctl(PR_GET_DUMPABLE) == 1 && access("/proc/self/task", R_OK) == 0) {
-        EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "The process lost memory (see above).";
+        EXPECT_EQ(0, __lsan_do_recoverable_leak_check()) << "the process leaked memory (see above)";
     }
 #endif
 #ifdef CC_COVERAGE

@@ -74,7 +74,7 @@ void RunForkedBody(Body const& body) {
     } catch (std::exception const& caught) {
         ReportForkedException(caught.what());
     } catch (...) {
-        ReportForkedException("something that is no std::exception");
+        ReportForkedException("not a std::exception");
     }
     EndForkedBody();
 }

@@ -162,18 +162,18 @@ Handshake::~Handshake() { close(descriptor); }
 
 void Handshake::Tell(std::string const& message) {
     if (message.empty() || message.size() > maxMessageSize)
-        throw std::runtime_error("A message has 1 to 65536 bytes.");
+        throw std::runtime_error("a message has 1 to 65536 bytes");
     while (send(descriptor, message.data(), message.size(), MSG_NOSIGNAL) < 0 && errno == EINTR) {
     }
 }
 
 std::string Handshake::Await(milliseconds limit) {
     if (!IsReady(descriptor, limit))
-        throw std::runtime_error("The other process sent nothing in time.");
+        throw std::runtime_error("timeout: no message from the other process");
     std::string message(maxMessageSize, '\0');
     ssize_t const length = recv(descriptor, message.data(), message.size(), MSG_DONTWAIT);
     if (length <= 0)
-        throw std::runtime_error("The other process ended and sent nothing.");
+        throw std::runtime_error("the other process ended without a message");
     message.resize(static_cast<size_t>(length));
     return message;
 }
@@ -210,7 +210,7 @@ ExitStatus ChildProcess::WaitUntilEnd(milliseconds limit) {
     }
     if (IsRunning()) {
         KillAndReap();
-        throw std::runtime_error("The other process did not end in time and was killed.");
+        throw std::runtime_error("the other process was killed after the timeout");
     }
     return *ended;
 }

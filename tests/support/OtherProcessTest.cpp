@@ -98,7 +98,7 @@ TEST(OtherProcessTest, ForwardsFailureOfNestedProcessOnce) {
 TEST(OtherProcessTest, ExceptionOfTheBodyIsAFailure) {
     EXPECT_THAT(ResultsOfBody([] { throw std::runtime_error("out of the body"); }).at(0).message(),
                 HasSubstr("out of the body"));
-    EXPECT_THAT(ResultsOfBody([] { throw 1; }).at(0).message(), HasSubstr("no std::exception"));
+    EXPECT_THAT(ResultsOfBody([] { throw 1; }).at(0).message(), HasSubstr("not a std::exception"));
 }
 
 TEST(OtherProcessTest, ManyFailuresNeitherBlockNorPass) {
@@ -118,7 +118,7 @@ TEST(OtherProcessTest, LeakInTheBodyIsAFailure) {
             ASSERT_NE(nullptr, latest);
         }
     });
-    EXPECT_THAT(results.at(0).message(), HasSubstr("lost memory"));
+    EXPECT_THAT(results.at(0).message(), HasSubstr("leaked memory"));
 }
 #endif
 

@@ -151,14 +151,14 @@ public:
     void ReceiveLineBreak(Range<unsigned long long> range) override {
         EXPECT_LE(range.begin, range.end);
         EXPECT_TRUE(!checksPositions || range.begin == position)
-            << "a break at " << range.begin << " behind text up to " << position;
+            << "a line break at " << range.begin << " after text up to " << position;
         position = range.end;
         LogInside("ReceiveLineBreak",
                   ' ' + std::to_string(range.begin) + '-' + std::to_string(range.end));
     }
     void ReceiveEnd(unsigned long long end) override {
         EXPECT_TRUE(!checksPositions || end == position)
-            << "the end at " << end << " behind text up to " << position;
+            << "the end at " << end << " after text up to " << position;
         LogEnd(' ' + std::to_string(end));
     }
 
@@ -184,14 +184,14 @@ public:
 
     DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) override {
         EXPECT_FALSE(fieldOpen) << "a field in a field";
-        EXPECT_FALSE(bodySeen) << "a field behind the body's begin";
+        EXPECT_FALSE(bodySeen) << "a field after the start of the body";
         fieldOpen = true;
         LogInside("ReceiveHeaderField", ' ' + std::to_string(position) + ' ' + Shown(name));
         return fields.emplace_back(log, "field ");
     }
 
     void ReceiveHeaderFieldEnd(unsigned long long position) override {
-        EXPECT_TRUE(fieldOpen) << "the end of a field without its begin";
+        EXPECT_TRUE(fieldOpen) << "the end of a field without its start";
         EXPECT_TRUE(fields.empty() || !fields.back().IsOpen())
             << "ReceiveHeaderFieldEnd before ReceiveEnd on the value's receiver";
         fieldOpen = false;
@@ -199,7 +199,7 @@ public:
     }
 
     LineReceiver& ReceiveBody(unsigned long long position) override {
-        EXPECT_FALSE(fieldOpen) << "the body begins in a field";
+        EXPECT_FALSE(fieldOpen) << "the body starts in a field";
         EXPECT_FALSE(bodySeen) << "two bodies";
         bodySeen = true;
         LogInside("ReceiveBody", ' ' + std::to_string(position));

@@ -35,14 +35,14 @@ TEST(RecordingReceiversTest, WrongPositionsFailTheTest) {
     RecordingLineReceiver receiver;
     receiver.Start(10);
     receiver.Receive("ab");
-    EXPECT_NONFATAL_FAILURE(receiver.ReceiveLineBreak({10, 12}), "a break at 10");
+    EXPECT_NONFATAL_FAILURE(receiver.ReceiveLineBreak({10, 12}), "a line break at 10");
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveEnd(13), "the end at 13");
 }
 
 TEST(RecordingReceiversTest, WrongOrderOfCallsFailsTheTest) {
     RecordingMessageReceiver receiver;
     receiver.Start(0);
-    EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderFieldEnd(0), "without its begin");
+    EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderFieldEnd(0), "without its start");
     DataReceiver& field = receiver.ReceiveHeaderField(0, "a");
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderField(0, "b"), "a field in a field");
     field.Start();

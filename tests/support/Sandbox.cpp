@@ -82,7 +82,7 @@ void MountTmpfs(std::string const& place) {
 }
 
 // One entry of the old root directory, made visible in the new one.
-void CarryOver(fs::directory_entry const& entry, fs::path const& target) {
+void BindEntry(fs::directory_entry const& entry, fs::path const& target) {
     if (entry.is_symlink()) {
         fs::copy_symlink(entry, target);
     } else if (entry.is_directory()) {
@@ -94,11 +94,11 @@ void CarryOver(fs::directory_entry const& entry, fs::path const& target) {
 
 // /proc cannot be unmounted everywhere, and a mount point is a directory. So the new root is built
 // on top of /proc, with all other entries of the old root bound to it.
-void LeaveProcBehind() {
+void BuildRootWithoutProc() {
     MountTmpfs("/proc");
     for (auto const& entry : fs::directory_iterator("/"))
         if (entry.path() != "/proc")
-            CarryOver(entry, "/proc" / entry.path().relative_path());
+            BindEntry(entry, "/proc" / entry.path().relative_path());
     Check(chroot("/proc"), "chroot");
     Check(chdir("/"), "chdir");
 }
@@ -111,11 +111,11 @@ void MountProc(Sandbox::Proc proc) {
     case Sandbox::Proc::empty:
         return MountTmpfs("/proc");
     case Sandbox::Proc::none:
-        return LeaveProcBehind();
+        return BuildRootWithoutProc();
     }
 }
 
-void MountEverything(Sandbox::Options const& options) {
+void MountAll(Sandbox::Options const& options) {
     Check(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), "private propagation");
     MountTmpfs("/opt");
     MountTmpfs("/var/opt");
@@ -132,7 +132,7 @@ void SetUpOrExit(ForwardedFailures& line, Step const& step) {
     } catch (Refused const& caught) {
         line.SendUnavailable(caught.what());
     } catch (std::exception const& caught) {
-        line.SendFailure("The sandbox could not be made: " + std::string(caught.what()));
+        line.SendFailure("cannot create the sandbox: " + std::string(caught.what()));
     }
     _exit(setUpFailed);
 }
@@ -164,19 +164,18 @@ void KillAndReapAll() {
     }
 }
 
-std::string DescribeBadEnd(int status) {
-    return "The body in the sandbox " +
+std::string DescribeFailure(int status) {
+    return "the body in the sandbox " +
            (WIFSIGNALED(status) ? "was killed by signal " + std::to_string(WTERMSIG(status))
-                                : "exited with " + std::to_string(WEXITSTATUS(status))) +
-           ".";
+                                : "exited with " + std::to_string(WEXITSTATUS(status)));
 }
 
 // Process 1 of the sandbox.
-[[noreturn]] void BeInit(Sandbox::Options const& options, std::function<void()> const& body,
-                         ForwardedFailures& line) {
+[[noreturn]] void RunInit(Sandbox::Options const& options, std::function<void()> const& body,
+                          ForwardedFailures& line) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     auto const deadline = Clock::now() + options.limit;
-    SetUpOrExit(line, [&] { MountEverything(options); });
+    SetUpOrExit(line, [&] { MountAll(options); });
     sigset_t childSignal;
     sigset_t oldMask;
     sigemptyset(&childSignal);
@@ -194,9 +193,9 @@ std::string DescribeBadEnd(int status) {
     bool const ended = ReapUntil(child, deadline, childSignal, status);
     KillAndReapAll();
     if (!ended)
-        line.SendFailure("The body in the sandbox did not end in time and was killed.");
+        line.SendFailure("the body in the sandbox was killed after the timeout");
     else if (status != 0)
-        line.SendFailure(DescribeBadEnd(status));
+        line.SendFailure(DescribeFailure(status));
     _exit(0);
 }
 
@@ -210,7 +209,7 @@ std::string DescribeBadEnd(int status) {
     SetUpOrExit(line, [&] { EnterNamespaces(); });
     pid_t const init = ForkOrExit(line);
     if (init == 0)
-        BeInit(options, body, line);
+        RunInit(options, body, line);
     while (waitpid(init, nullptr, 0) < 0 && errno == EINTR) {
     }
     _exit(0);
@@ -228,10 +227,9 @@ bool TakeUntilEnd(ForwardedFailures& line, Clock::time_point deadline) {
     return true;
 }
 
-void SkipLoudly(std::string const& reason) {
+void SkipOrFail(std::string const& reason) {
     char const* const ci = std::getenv("CI");
-    std::string const text = "This host forbids the namespaces of a sandbox (" + reason +
-                             "), so this test can prove NOTHING here.";
+    std::string const text = "this host forbids the namespaces of a sandbox: " + reason;
     if (ci && *ci)
         FAIL() << text;
     GTEST_SKIP() << text;
@@ -277,9 +275,9 @@ void Run(Options const& options, std::function<void()> const& body) {
     }
     line.Take();
     if (!line.unavailable().empty())
-        SkipLoudly(line.unavailable());
+        SkipOrFail(line.unavailable());
     else if (!line.isFinished() && !line.hasFailed())
-        ADD_FAILURE() << "The sandbox ended before its body was done.";
+        ADD_FAILURE() << "the sandbox ended before its body";
 }
 
 void CreateAgentDirectories() {

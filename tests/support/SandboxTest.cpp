@@ -103,7 +103,7 @@ TEST(SandboxTest, ReapsOrphans) {
 }
 
 // In its own process, which forwards all its failures.
-std::string FailuresOfMachine(Sandbox::Options const& options, void (*body)()) {
+std::string FailuresOfSandbox(Sandbox::Options const& options, void (*body)()) {
     OtherProcess other([&] { Sandbox::Run(options, body); });
     return ReportedMessages([&] { other.Wait(); });
 }
@@ -113,20 +113,20 @@ TEST(SandboxTest, FailsIfBodyFailsOrDoesNotEnd) {
     Sandbox::Run([] {});
     if (IsSkipped())
         return;
-    EXPECT_EQ("Failed\nfirst|Failed\nsecond|Failed\ndeep|", FailuresOfMachine({}, [] {
+    EXPECT_EQ("Failed\nfirst|Failed\nsecond|Failed\ndeep|", FailuresOfSandbox({}, [] {
                   ADD_FAILURE() << "first";
                   ADD_FAILURE() << "second";
                   OtherProcess([] { FAIL() << "deep"; }).Wait();
               }));
-    EXPECT_THAT(FailuresOfMachine({}, [] { throw std::runtime_error("thrown"); }),
+    EXPECT_THAT(FailuresOfSandbox({}, [] { throw std::runtime_error("thrown"); }),
                 HasSubstr("thrown"));
-    EXPECT_THAT(FailuresOfMachine({}, [] { kill(getpid(), SIGKILL); }),
+    EXPECT_THAT(FailuresOfSandbox({}, [] { kill(getpid(), SIGKILL); }),
                 HasSubstr("killed by signal 9"));
-    EXPECT_THAT(FailuresOfMachine({}, [] { _exit(5); }), HasSubstr("exited with 5"));
-    EXPECT_THAT(FailuresOfMachine({}, [] { _exit(0); }), HasSubstr("before its body was done"));
-    EXPECT_THAT(FailuresOfMachine({.limit = std::chrono::milliseconds(50)}, [] { pause(); }),
-                HasSubstr("did not end in time"));
-    EXPECT_THAT(FailuresOfMachine({.emptyPlaces = {"/nonexistent"}}, [] {}),
+    EXPECT_THAT(FailuresOfSandbox({}, [] { _exit(5); }), HasSubstr("exited with 5"));
+    EXPECT_THAT(FailuresOfSandbox({}, [] { _exit(0); }), HasSubstr("before its body"));
+    EXPECT_THAT(FailuresOfSandbox({.limit = std::chrono::milliseconds(50)}, [] { pause(); }),
+                HasSubstr("killed after the timeout"));
+    EXPECT_THAT(FailuresOfSandbox({.emptyPlaces = {"/nonexistent"}}, [] {}),
                 HasSubstr("/nonexistent"));
 }
 

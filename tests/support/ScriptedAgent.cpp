@@ -28,7 +28,7 @@ AgentRecord AwaitRecord(OtherProgram const& program, milliseconds limit,
         if (condition(record))
             return record;
         if (Clock::now() > deadline)
-            throw std::runtime_error("the agent stays at " +
+            throw std::runtime_error("timeout: the agent is at " +
                                      std::to_string(record.requests.size()) + " requests and " +
                                      std::to_string(record.stepsDone) + " steps");
         std::this_thread::sleep_for(milliseconds(2));

@@ -11,7 +11,8 @@ template <class Body>
 void RunOnSmallStack(std::size_t bytes, Body const& body) {
     auto const check = [](int error) {
         if (error != 0)
-            throw std::system_error(error, std::generic_category(), "a thread with a small stack");
+            throw std::system_error(error, std::generic_category(),
+                                    "cannot create a thread with a small stack");
     };
     pthread_attr_t attributes;
     check(pthread_attr_init(&attributes));

@@ -1,19 +1,8 @@
 // A Close request that fails prints nothing, and does not change the output.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <filesystem>
-#include <memory>
-#include <string>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -21,8 +10,7 @@ using std::chrono::seconds;
 AgentScript UntilClose() { return AgentScript().Answer(OpenAnswer()).Answer(OneRowAnswer()); }
 
 void ExpectOneRow(ToolRun const& run, milliseconds least) {
-    EXPECT_EQ(PrintedOneRow(), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(PrintedOneRow(), run);
     EXPECT_LE(least.count(), run.took.count());
     EXPECT_GT((least + milliseconds(2500)).count(), run.took.count());
     EXPECT_FALSE(IsLocked());
@@ -35,7 +23,7 @@ SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsSilently) {
 
 SANDBOX_TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
     ExpectOneRow(Evaluate(UntilClose().Answer("garbage")).tool, seconds(12));
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 // Only Open checks whether the agent runs.

@@ -1,30 +1,12 @@
 // The lock file: its properties, and that the lock is held from the first check to the end of
 // Close.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
 Arguments const request = {"-c", "url", "doc"};
-
-void ExpectNoResults(ToolRun const& run) {
-    EXPECT_EQ(PrintedCount(0), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
-}
 
 SANDBOX_TEST(LockTest, FollowsLinkAtTheLockFile) {
     fs::create_symlink("/opt/elsewhere", ScriptedAgent::lockFile);
@@ -49,7 +31,7 @@ SANDBOX_TEST(LockTest, HeldDuringAllExchangesAndSleepsThenFree) {
     }
     EXPECT_EQ(ExitStatus::Exited(0), tool.Wait().status);
     EXPECT_FALSE(IsLocked());
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
 }
 
 // The poll fails because of an unknown state, Close because it gets no answer.
@@ -100,30 +82,12 @@ SANDBOX_TEST(LockTest, SecondToolFailsAndTheFirstContinues) {
     agent.AwaitRequests(1);
     for (int i = 0; i < 3; ++i) {
         ToolRun const second = RunTool(request);
-        EXPECT_EQ(OpenError(-6), second.output);
-        EXPECT_EQ(ExitStatus::Exited(0), second.status);
+        ExpectPrinted(OpenError(-6), second);
         EXPECT_GT(milliseconds(900), second.took);
         // The end of the refused tool does not affect the owner of the lock.
         ExpectWholeFileLockedBy(first.pid());
     }
-    ExpectNoResults(first.Wait());
-    EXPECT_EQ(3u, agent.Requests().size());
-}
-
-SANDBOX_TEST(LockTest, OneOfManyParallelToolsRuns) {
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
-    std::vector<std::unique_ptr<Tool>> tools;
-    for (int i = 0; i < 8; ++i)
-        tools.push_back(std::make_unique<Tool>(request));
-    int refused = 0;
-    int heard = 0;
-    for (auto const& tool : tools) {
-        std::string const output = tool->Wait().output;
-        refused += output == OpenError(-6);
-        heard += output == PrintedCount(0);
-    }
-    EXPECT_EQ(7, refused);
-    EXPECT_EQ(1, heard);
+    ExpectPrinted(PrintedCount(0), first.Wait());
     EXPECT_EQ(3u, agent.Requests().size());
 }
 

@@ -1,21 +1,9 @@
 // The tool when memory is exhausted, and its memory consumption.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <filesystem>
-#include <string>
-
 #include <sys/resource.h>
 
-#include "tests/support/Sandbox.h"
-#include "tests/support/Sanitizers.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr rlim_t kilobyte = 1024;
 [[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
@@ -29,8 +17,7 @@ SANDBOX_TEST(MemoryTest, ReadsDeeplyNestedResponseOnSmallStack) {
         nested += "</x>";
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1", "0", "0", nested)}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_STACK, 512 * kilobyte}}});
-    EXPECT_EQ("COMPLIANCE_ResultCount is 0.\n", run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted("COMPLIANCE_ResultCount is 0.\n", run);
 }
 
 // The shadow memory of a sanitizer exceeds any limit.
@@ -41,8 +28,7 @@ SANDBOX_TEST(MemoryTest, ResponseLargerThanMemoryIsABadResponse) {
                                                  std::string(32 * megabyte, 'x') + "</Other>"));
     ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 24 * megabyte}}});
-    EXPECT_EQ(OpenError(-7), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(OpenError(-7), run);
 }
 
 SANDBOX_TEST(MemoryTest, SmallEvaluationNeedsAFewMegabytes) {
@@ -81,7 +67,7 @@ SANDBOX_TEST(MemoryTest, AbortsWithoutMemoryForTheRequest) {
             EXPECT_EQ("", result.errors) << limit;
         }
         EXPECT_FALSE(IsLocked());
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("lockfile ", Requests());
     }
     EXPECT_LT(0, ended);
     EXPECT_LT(0, answered);

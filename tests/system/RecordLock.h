@@ -33,7 +33,7 @@ struct WantedLock {
 inline int OpenLockFile(std::string const& path = ScriptedAgent::lockFile) {
     int const file = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (file < 0)
-        throw std::runtime_error("can't open " + path);
+        throw std::runtime_error("cannot open " + path);
     return file;
 }
 
@@ -47,7 +47,7 @@ inline struct flock AskWhoLocks(std::string const& path = ScriptedAgent::lockFil
     int const result = fcntl(file, F_GETLK, &record);
     close(file);
     if (result != 0)
-        throw std::runtime_error("can't ask for locks on " + path);
+        throw std::runtime_error("cannot ask for locks on " + path);
     return record;
 }
 
@@ -87,7 +87,7 @@ public:
         : holder([=](Handshake& line) {
               struct flock record = wanted.Record();
               if (fcntl(OpenLockFile(path), F_SETLK, &record) != 0)
-                  throw std::runtime_error("can't lock " + path);
+                  throw std::runtime_error("cannot lock " + path);
               line.Tell();
               line.Await(std::chrono::hours(1));
           }) {

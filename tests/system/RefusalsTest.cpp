@@ -1,36 +1,21 @@
 // The conditions that refuse a request: the lock, a missing agent, a pending request.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <ostream>
-#include <string>
-#include <vector>
-
 #include <sys/prctl.h>
-#include <unistd.h>
 
-#include "tests/support/Entries.h"
-#include "tests/support/Sandbox.h"
-#include "tests/support/SmallFileSystem.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Sandbox::agentProgram;
 
 void ExpectRefusal(int code, Arguments const& arguments = {"-c", "url", "doc"}) {
     ToolRun const run = RunTool(arguments);
-    EXPECT_EQ(OpenError(code), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(OpenError(code), run);
     EXPECT_GT(std::chrono::milliseconds(900), run.took);
 }
 
-void ExpectRefusalWithoutRights(int code) {
-    ToolRun const run = RunToolWithoutRights({"-c", "url", "doc"});
-    EXPECT_EQ(OpenError(code), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+void ExpectRefusalUnprivileged(int code) {
+    ToolRun const run = RunToolUnprivileged({"-c", "url", "doc"});
+    ExpectPrinted(OpenError(code), run);
 }
 
 // -6: the lock is not available.
@@ -61,7 +46,7 @@ SANDBOX_TEST(RefusalsTest, AnyLockOfAnotherProcessRefuses) {
         ForeignLock wholeFile;
         ScriptedAgent agent;
         ExpectRefusal(-6);
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("lockfile ", Requests());
     }
     fs::remove(agentProgram);
     for (int const type : {F_RDLCK, F_WRLCK})
@@ -92,7 +77,7 @@ SANDBOX_TEST(RefusalsTest, ChecksLockInstalledRunningPendingInOrder) {
     }
     ExpectRefusal(-2);
     EXPECT_EQ("waiting", ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile request.xml ", Requests());
 }
 
 // -1 and -5: any entry at the path of the program for which stat succeeds counts as installed. Any
@@ -144,7 +129,7 @@ TEST_P(RefusingEntryTest, CountsAsPendingRequest) {
         ScriptedAgent agent;
         Place(GetParam(), ScriptedAgent::request);
         ExpectRefusal(-5);
-        EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("lockfile request.xml ", Requests());
     });
 }
 
@@ -163,11 +148,11 @@ void BecomeNamesake(Handshake& line) {
 SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyIfProgramIsUnreadable) {
     fs::create_directories(agentProgram);
     WriteBytes(ScriptedAgent::request, "");
-    ExpectRefusalWithoutRights(-2);
+    ExpectRefusalUnprivileged(-2);
     OtherProcess namesake(BecomeNamesake);
     namesake.Await();
     ExpectRefusal(-2);
-    ExpectRefusalWithoutRights(-5);
+    ExpectRefusalUnprivileged(-5);
 }
 
 SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {
@@ -178,7 +163,7 @@ SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {
     ExpectRefusal(-5, {"-d"});
     EXPECT_EQ("somebody's request", ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("somebody's half request", ReadBytes(ScriptedAgent::requestTemp));
-    EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
+    EXPECT_EQ("", ListDirectory(responseDirectory));
 }
 
 } // namespace

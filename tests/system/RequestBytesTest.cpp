@@ -1,20 +1,7 @@
 // The bytes of request.xml that the agent reads.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include <sys/stat.h>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 struct Command {
     Arguments arguments;
@@ -134,7 +121,7 @@ TEST(RequestBytesTest, AppliesUmaskToFiles) {
                 ASSERT_EQ(0, lstat(path, &facts));
                 EXPECT_EQ(S_IFREG | (0666 & ~mask), facts.st_mode) << path;
             }
-            EXPECT_EQ("lockfile request.xml ", ListDirectory(ScriptedAgent::requestDirectory));
+            EXPECT_EQ("lockfile request.xml ", Requests());
         });
     }
 }
@@ -153,7 +140,7 @@ SANDBOX_TEST(RequestBytesTest, FollowsLinkAtTheTemporaryDocument) {
 
 SANDBOX_TEST(RequestBytesTest, UnprivilegedUserWritesTheSameRequests) {
     ScriptedAgent agent(AgentScript().AwaitRequest());
-    Tool tool = Tool::WithoutRights({"-c", "url", "doc", "3"});
+    Tool tool = Tool::Unprivileged({"-c", "url", "doc", "3"});
     agent.AwaitEnd();
     EXPECT_EQ(OpenRequest("url", "doc", "3"), agent.Requests()[0].bytes);
 }

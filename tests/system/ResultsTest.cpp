@@ -1,17 +1,7 @@
 // The bytes that the tool prints for the agent's answers.
-#include <gtest/gtest.h>
-
-#include <ostream>
-#include <string>
-#include <vector>
-
-#include <fcntl.h>
 #include <stdlib.h>
-#include <unistd.h>
 
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
@@ -27,8 +17,7 @@ std::string ProgressOfState(std::string const& state) {
 void ExpectOutput(std::string const& output, Answers const& answers) {
     Sandbox::RunWithDirectories([&] {
         auto const evaluation = Evaluate(WholeEvaluation(answers));
-        EXPECT_EQ(output, evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+        ExpectPrinted(output, evaluation.tool);
         ASSERT_EQ(answers.size() + 2, evaluation.requests.size());
         EXPECT_EQ(closeRequest, evaluation.requests.back().bytes);
     });
@@ -84,7 +73,7 @@ void PrintTo(OutputCase const& test, std::ostream* out) { *out << test.name; }
 
 class OutputTest : public testing::TestWithParam<OutputCase> {};
 
-TEST_P(OutputTest, IsStated) { ExpectOutput(GetParam().output, GetParam().answers); }
+TEST_P(OutputTest, IsPrinted) { ExpectOutput(GetParam().output, GetParam().answers); }
 
 // The description of a row: as between the tags, and as printed.
 OutputCase Description(char const* name, std::string const& written, std::string const& printed) {
@@ -116,7 +105,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;",
                     "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"),
         OutputCase{"NoRows", PrintedCount(0), {Finished("")}},
-        OutputCase{"ChildrenInAnyOrderAndTheLastOfRepeatedOnes",
+        OutputCase{"ChildrenInAnyOrderLastOneCounts",
                    PrintedOneRow(),
                    {Response("<ResponseItem><Comment>c</Comment><Description>first</Description>"
                              "<EvaluationTime>1</EvaluationTime><Other>x</Other>"
@@ -125,10 +114,10 @@ INSTANTIATE_TEST_SUITE_P(
                              ProgressOfState("3") + Element("Unknown", ProgressOfState("2")) +
                              ProgressOfState("1") + "<ResponseType>Progress</ResponseType>")}},
         // Deliberate: neither the type nor its position among the progress elements is checked.
-        OutputCase{"AnswerOfAnotherTypeIsTaken",
+        OutputCase{"AcceptsAnswerOfAnotherType",
                    PrintedOneRow(),
                    {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
-        OutputCase{"UnknownTypeBesideAKnownOneIsIgnored",
+        OutputCase{"IgnoresUnknownTypeBesideAKnownOne",
                    PrintedCount(0),
                    {Response("<ResponseType>Open</ResponseType><ResponseType>open</ResponseType>" +
                              ProgressOfState("1"))}},
@@ -147,7 +136,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutputCase{"ZeroStateIsSilent", "", {ProgressAnswer("0")}},
         OutputCase{"FourStateIsSilent", "", {ProgressAnswer("4", "5", "50", row)}},
         OutputCase{"NoNumberStateIsSilent", "", {ProgressAnswer("finished")}},
-        OutputCase{"ReadByTheRulesOfAtoi",
+        OutputCase{"ReadsNumbersLikeAtoi",
                    PrintedPercent("7") + PrintedCount(0),
                    {ProgressAnswer("3abc", "0", "7%"), ProgressAnswer(" \r\n\t+1.9")}},
         OutputCase{"ProgressLinesRepeat",
@@ -170,8 +159,7 @@ SANDBOX_TEST(ResultsTest, IgnoresContentOfTheFirstResponse) {
                                          .Answer(ProgressAnswer("2", "-22", "50", row))
                                          .Answer(Finished(""))
                                          .Answer(ProgressAnswer("2", "5")));
-    EXPECT_EQ(PrintedCount(0), evaluation.tool.output);
-    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    ExpectPrinted(PrintedCount(0), evaluation.tool);
 }
 
 // If the output is not a terminal, it is written when the library's buffer is full or at the end.

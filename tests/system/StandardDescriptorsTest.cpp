@@ -2,23 +2,9 @@
 //
 // The tool opens /dev/null on a closed one before any other file. Otherwise the lock file could
 // receive its number, and the output would be written to the lock file.
-#include <gtest/gtest.h>
-
-#include <csignal>
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 std::string const results = PrintedPercent("50") + PrintedOneRow();
 
@@ -33,7 +19,7 @@ void ExpectExchangeUntouched(ScriptedAgent const& agent) {
     EXPECT_EQ(progressRequest, requests[1].bytes);
     EXPECT_EQ(progressRequest, requests[2].bytes);
     EXPECT_EQ(closeRequest, requests[3].bytes);
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+    EXPECT_EQ("lockfile ", Requests());
     EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
     EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
 }
@@ -71,8 +57,7 @@ protected:
         EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(descriptors + '3'));
         EXPECT_EQ("0 1 2 3 ", ListDirectory(descriptors));
         ToolRun const run = tool.Wait();
-        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : results, run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectPrinted(IsClosed(STDOUT_FILENO) ? "" : results, run);
         ExpectExchangeUntouched(agent);
     }
 };
@@ -88,8 +73,7 @@ TEST_P(ClosedDescriptorsTest, AreReplacedByRootDirectoryWithoutDevNull) {
 TEST_P(ClosedDescriptorsTest, DoNotChangeStatusAndTextOfRefusals) {
     Sandbox::Run([] {
         ToolRun const refused = RunTool({"-d"}, Options());
-        EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : OpenError(-6), refused.output);
-        EXPECT_EQ(ExitStatus::Exited(0), refused.status);
+        ExpectPrinted(IsClosed(STDOUT_FILENO) ? "" : OpenError(-6), refused);
         ToolRun const usage = RunTool({}, Options());
         EXPECT_EQ(IsClosed(STDOUT_FILENO) ? "" : "Usage: ", usage.output.substr(0, 7));
         EXPECT_EQ(ExitStatus::Exited(255), usage.status);

@@ -2,32 +2,18 @@
 //
 // The checks are far apart, so the tolerances are wide. The time of the next request determines
 // which check found the answer.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <filesystem>
-#include <ostream>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Documents.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 // The second of the check that ended an exchange of this length, or -1 if there is none.
-int LookOf(std::chrono::nanoseconds exchange) {
+int CheckOf(std::chrono::nanoseconds exchange) {
     for (int const second : {1, 3, 7, 10})
         if (exchange > seconds(second) - milliseconds(300) &&
             exchange < seconds(second) + milliseconds(1700))
@@ -36,11 +22,11 @@ int LookOf(std::chrono::nanoseconds exchange) {
 }
 
 // The checks that ended the exchanges, except the last one, as the agent saw it.
-std::vector<int> LooksOf(std::vector<SeenRequest> const& requests) {
-    std::vector<int> looks;
+std::vector<int> ChecksOf(std::vector<SeenRequest> const& requests) {
+    std::vector<int> checks;
     for (size_t i = 1; i < requests.size(); ++i)
-        looks.push_back(LookOf(requests[i].when - requests[i - 1].when));
-    return looks;
+        checks.push_back(CheckOf(requests[i].when - requests[i - 1].when));
+    return checks;
 }
 
 void ExpectTook(milliseconds least, ToolRun const& run) {
@@ -68,9 +54,8 @@ TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
     Sandbox::RunWithDirectories([&] {
         AgentScript script = test.script;
         auto const evaluation = Evaluate(script.Answer(finishedWithoutRows).Answer(CloseAnswer()));
-        EXPECT_EQ(noRows, evaluation.tool.output);
-        EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-        EXPECT_EQ((std::vector<int>{test.second, 1}), LooksOf(evaluation.requests));
+        ExpectPrinted(noRows, evaluation.tool);
+        EXPECT_EQ((std::vector<int>{test.second, 1}), ChecksOf(evaluation.requests));
         ExpectTook(seconds(test.second + 2), evaluation.tool);
     });
 }
@@ -86,7 +71,7 @@ AgentScript AnsweredAfter(milliseconds time) {
 }
 
 // A response that cannot be read at the first check, and a good one in time for a later check.
-AgentScript MendedAfter(milliseconds time, std::string const& bytes) {
+AgentScript RepairedAfter(milliseconds time, std::string const& bytes) {
     return AgentScript().Answer(bytes).PauseUntil(time).Respond(OpenAnswer());
 }
 
@@ -96,20 +81,20 @@ constexpr milliseconds afterThird{8000};
 
 INSTANTIATE_TEST_SUITE_P(
     Looks, AnsweredTest,
-    testing::Values(Answered{"GoneAtOnce", 1, GoneAfter(milliseconds(0))},
+    testing::Values(Answered{"GoneImmediately", 1, GoneAfter(milliseconds(0))},
                     Answered{"GoneAfterTheFirst", 3, GoneAfter(afterFirst)},
                     Answered{"GoneAfterTheSecond", 7, GoneAfter(afterSecond)},
                     Answered{"GoneInTheEighthSecond", 10, GoneAfter(afterThird)},
-                    Answered{"GarbageAtFirst", 7, MendedAfter(afterSecond, "garbage")},
+                    Answered{"GarbageAtFirst", 7, RepairedAfter(afterSecond, "garbage")},
                     Answered{"ResponseAfterTheRequestIsGone", 3, AnsweredAfter(afterFirst)},
                     Answered{"GoodAfterThreeFailedReads", 10, AnsweredAfter(afterThird)},
                     // At the second check the response is good, but there is a request.
-                    Answered{"NothingIsReadWhileARequestIsThere", 7,
+                    Answered{"NothingIsReadWhileARequestIsPending", 7,
                              AnsweredAfter(afterFirst)
                                  .PutRequest("again")
                                  .PauseUntil(milliseconds(4000))
                                  .RemoveRequest()},
-                    Answered{"SwappedRequestIsStillThere", 3,
+                    Answered{"ReplacedRequestIsPending", 3,
                              AgentScript()
                                  .AwaitRequest()
                                  .Respond(OpenAnswer())
@@ -119,14 +104,14 @@ INSTANTIATE_TEST_SUITE_P(
     [](auto const& test) { return std::string(test.param.name); });
 
 Answered Unreadable(char const* name, std::string const& bytes) {
-    return {name, 3, MendedAfter(afterFirst, bytes)};
+    return {name, 3, RepairedAfter(afterFirst, bytes)};
 }
 
 // ResponseDocumentTest tests all responses that cannot be read.
 INSTANTIATE_TEST_SUITE_P(
     UnreadableAtFirst, AnsweredTest,
     testing::Values(Unreadable("Empty", ""), Unreadable("NulBytes", std::string(70'000, '\0')),
-                    Unreadable("BrokenOff", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
+                    Unreadable("Truncated", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
                     Unreadable("OtherRoot", Element("VeskaClientComplianceRequest",
                                                     "<ResponseType>Open</ResponseType>")),
                     Unreadable("UnknownType", AnswerOfType("open"))),
@@ -151,8 +136,7 @@ SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
 SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
     WriteBytes(ScriptedAgent::response, "never looked at");
     auto const evaluation = Evaluate(AgentScript().AwaitRequest());
-    EXPECT_EQ(OpenError(-3), evaluation.tool.output);
-    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    ExpectPrinted(OpenError(-3), evaluation.tool);
     ExpectTook(seconds(10), evaluation.tool);
     // There is no Close request, the request remains, and the next evaluation is refused.
     EXPECT_EQ(1u, evaluation.requests.size());
@@ -167,9 +151,8 @@ SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
 SANDBOX_TEST(TimingTest, PollsThatAreNotTakenEndSilently) {
     auto const evaluation =
         Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
-    EXPECT_EQ("", evaluation.tool.output);
-    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
-    EXPECT_EQ((std::vector<int>{1, 10}), LooksOf(evaluation.requests));
+    ExpectPrinted("", evaluation.tool);
+    EXPECT_EQ((std::vector<int>{1, 10}), ChecksOf(evaluation.requests));
     EXPECT_EQ(closeRequest, evaluation.requests[2].bytes);
     ExpectTook(seconds(21), evaluation.tool);
     EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
@@ -177,11 +160,10 @@ SANDBOX_TEST(TimingTest, PollsThatAreNotTakenEndSilently) {
 
 SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
     auto const evaluation = Evaluate(AgentScript().AwaitRequest().RemoveRequest());
-    EXPECT_EQ(OpenError(-7), evaluation.tool.output);
-    EXPECT_EQ(ExitStatus::Exited(0), evaluation.tool.status);
+    ExpectPrinted(OpenError(-7), evaluation.tool);
     ExpectTook(seconds(10), evaluation.tool);
-    EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-    EXPECT_EQ("", ListDirectory("/var/opt/VeskaClient/ResponseDir"));
+    EXPECT_EQ("lockfile ", Requests());
+    EXPECT_EQ("", ListDirectory(responseDirectory));
 }
 
 // Each for the whole ten seconds.
@@ -201,7 +183,7 @@ TEST_P(UnreadableResponseTest, GivesMinus7) {
         if (what == "WithoutPermission")
             fs::permissions(ScriptedAgent::response, fs::perms::none);
         ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
-        EXPECT_EQ(OpenError(-7), RunToolWithoutRights({"-d"}).output);
+        EXPECT_EQ(OpenError(-7), RunToolUnprivileged({"-d"}).output);
     });
 }
 

@@ -28,7 +28,7 @@ std::string CopyForEveryone() {
     return path;
 }
 
-bool GiveUpRights() {
+bool DropPrivileges() {
     Sandbox::DropPrivileges();
     return true;
 }
@@ -41,8 +41,8 @@ Tool::Tool(Arguments const& arguments, ProgramOptions const& options)
 Tool::Tool(std::string const& path, Arguments const& arguments, ProgramOptions const& options)
     : started(Clock::now()), program(Command(path, arguments), options) {}
 
-Tool Tool::WithoutRights(Arguments const& arguments) {
-    return Tool(CopyForEveryone(), arguments, {.prepare = GiveUpRights});
+Tool Tool::Unprivileged(Arguments const& arguments) {
+    return Tool(CopyForEveryone(), arguments, {.prepare = DropPrivileges});
 }
 
 ToolRun Tool::Wait(milliseconds limit) {
@@ -56,8 +56,8 @@ ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options) {
     return Tool(arguments, options).Wait();
 }
 
-ToolRun RunToolWithoutRights(Arguments const& arguments) {
-    return Tool::WithoutRights(arguments).Wait();
+ToolRun RunToolUnprivileged(Arguments const& arguments) {
+    return Tool::Unprivileged(arguments).Wait();
 }
 
 Evaluation Evaluate(AgentScript const& script, Arguments const& arguments) {
@@ -75,13 +75,13 @@ std::string OpenError(int code) {
 std::string ReadBytes(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file)
-        throw std::runtime_error("can't read " + path);
+        throw std::runtime_error("cannot read " + path);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
 void WriteBytes(std::string const& path, std::string const& bytes) {
     if (!(std::ofstream(path, std::ios::binary) << bytes << std::flush))
-        throw std::runtime_error("can't write " + path);
+        throw std::runtime_error("cannot write " + path);
 }
 
 std::string ListDirectory(std::string const& path) {

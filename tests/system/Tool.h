@@ -24,7 +24,7 @@ class Tool {
 public:
     explicit Tool(Arguments const& arguments, ProgramOptions const& options = {});
     // The same as a user who is not root and has no capability.
-    static Tool WithoutRights(Arguments const& arguments);
+    static Tool Unprivileged(Arguments const& arguments);
 
     pid_t pid() const { return program.pid(); }
     // The output so far.
@@ -41,7 +41,7 @@ private:
 };
 
 ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options = {});
-ToolRun RunToolWithoutRights(Arguments const& arguments);
+ToolRun RunToolUnprivileged(Arguments const& arguments);
 
 // The run of a tool with an agent, and the record of that agent.
 struct Evaluation {

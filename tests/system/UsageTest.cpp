@@ -1,12 +1,5 @@
 // The command line: which arguments are invalid, and which make a request.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-#include <vector>
-
-#include "tests/support/Sandbox.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
@@ -49,8 +42,7 @@ void ExpectForEach(std::vector<Arguments> const& commands, std::string const& ou
     for (Arguments const& arguments : commands) {
         SCOPED_TRACE(testing::PrintToString(arguments));
         ToolRun const run = RunTool(arguments);
-        EXPECT_EQ(output, run.output);
-        EXPECT_EQ(ExitStatus::Exited(status), run.status);
+        ExpectPrinted(output, run, status);
     }
 }
 
@@ -58,7 +50,7 @@ void ExpectForEach(std::vector<Arguments> const& commands, std::string const& ou
 void ExpectUsage(std::vector<Arguments> const& commands) {
     Sandbox::RunWithDirectories([&] {
         ExpectForEach(commands, usage, 255);
-        EXPECT_EQ("", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ("", Requests());
     });
 }
 
@@ -109,8 +101,7 @@ TEST(UsageTest, PrintsFixedProgramName) {
     Sandbox::Run([] {
         std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
         ProgramResult const result = RunProgram({"/opt/other-name"});
-        EXPECT_EQ(usage, result.output);
-        EXPECT_EQ(ExitStatus::Exited(255), result.status);
+        ExpectPrinted(usage, result, 255);
     });
 }
 
@@ -119,8 +110,7 @@ TEST(UsageTest, IgnoresEnvironmentAndInput) {
         ToolRun const run =
             RunTool({"-h"}, {.input = "-d\n",
                              .environment = {{"LC_ALL=de_DE.UTF-8", "POSIXLY_CORRECT=1"}}});
-        EXPECT_EQ(usage, run.output);
-        EXPECT_EQ(ExitStatus::Exited(255), run.status);
+        ExpectPrinted(usage, run, 255);
     });
 }
 

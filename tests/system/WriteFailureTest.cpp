@@ -3,27 +3,10 @@
 // A rename or removal that always fails is tried eight times with pauses of 16, 32, ... 1,024 ms:
 // 2,032 ms in all. The run time of the tool shows the number of such series. There is no wait for
 // the agent after a failure.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <filesystem>
-#include <functional>
-#include <ostream>
-#include <string>
-#include <utility>
-
-#include <unistd.h>
-
-#include "tests/support/Entries.h"
-#include "tests/support/Sandbox.h"
-#include "tests/support/SmallFileSystem.h"
-#include "tests/system/Documents.h"
-#include "tests/system/RecordLock.h"
-#include "tests/system/Tool.h"
+#include "tests/system/ToolTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
 constexpr milliseconds retries{2032};
@@ -36,18 +19,15 @@ void ExpectTook(milliseconds expected, milliseconds took) {
 }
 
 void ExpectFailedOpen(ToolRun const& run, milliseconds pauses) {
-    EXPECT_EQ(OpenError(-17), run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted(OpenError(-17), run);
     ExpectTook(pauses, run.took);
 }
 
 // The entry at the path of the request refuses the next tool.
 void ExpectNextIsRefused() { EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output); }
 
-std::string Listing() { return ListDirectory(ScriptedAgent::requestDirectory); }
-
 // A user without privileges needs a lock file with write permission, and a mode of the directory.
-void OnMachineForEveryone(int directoryMode, std::function<void()> const& body) {
+void InSharedSandbox(int directoryMode, std::function<void()> const& body) {
     Sandbox::RunWithDirectories([&] {
         WriteBytes(ScriptedAgent::lockFile, "");
         fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
@@ -63,26 +43,26 @@ void MakeTemporary(int mode) {
 }
 
 TEST(WriteFailureTest, GivesMinus17IfOnlyTheLockFileIsWritable) {
-    OnMachineForEveryone(0555, [] {
-        Tool tool = Tool::WithoutRights({"-d"});
+    InSharedSandbox(0555, [] {
+        Tool tool = Tool::Unprivileged({"-d"});
         while (!IsLocked())
             usleep(1000);
         ExpectWholeFileLockedBy(tool.pid());
         ExpectFailedOpen(tool.Wait(), retries);
         EXPECT_FALSE(IsLocked());
-        EXPECT_EQ("lockfile ", Listing());
+        EXPECT_EQ("lockfile ", Requests());
         // Nothing obstructs the next tool.
-        ExpectFailedOpen(RunToolWithoutRights({"-d"}), retries);
+        ExpectFailedOpen(RunToolUnprivileged({"-d"}), retries);
     });
 }
 
 // Deliberate: after a failure the existing temporary document is published.
 TEST(WriteFailureTest, PublishesReadOnlyTemporaryDocument) {
-    OnMachineForEveryone(0777, [] {
+    InSharedSandbox(0777, [] {
         MakeTemporary(0444);
-        ExpectFailedOpen(RunToolWithoutRights({"-d"}), milliseconds(0));
+        ExpectFailedOpen(RunToolUnprivileged({"-d"}), milliseconds(0));
         EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
+        EXPECT_EQ("lockfile request.xml ", Requests());
         ExpectNextIsRefused();
     });
 }
@@ -90,37 +70,26 @@ TEST(WriteFailureTest, PublishesReadOnlyTemporaryDocument) {
 // Deliberate: a refused rename counts as successful, so there are no pauses, and nothing is
 // removed.
 TEST(WriteFailureTest, RefusedRenameCountsAsSuccess) {
-    OnMachineForEveryone(0555, [] {
+    InSharedSandbox(0555, [] {
         MakeTemporary(0444);
-        ExpectFailedOpen(RunToolWithoutRights({"-d"}), milliseconds(0));
+        ExpectFailedOpen(RunToolUnprivileged({"-d"}), milliseconds(0));
         EXPECT_EQ("old", ReadBytes(ScriptedAgent::requestTemp));
-        EXPECT_EQ("lockfile requestTemp.xml ", Listing());
+        EXPECT_EQ("lockfile requestTemp.xml ", Requests());
     });
 }
 
 // Deliberate: the same if the document could be written. The request counts as published and,
 // because it is absent at the first poll, as taken.
 TEST(WriteFailureTest, RequestWhoseRenameIsRefusedCountsAsTaken) {
-    OnMachineForEveryone(0555, [] {
+    InSharedSandbox(0555, [] {
         MakeTemporary(0666);
         WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
-        ToolRun const run = RunToolWithoutRights({"-d"});
-        EXPECT_EQ(PrintedError("5"), run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ToolRun const run = RunToolUnprivileged({"-d"});
+        ExpectPrinted(PrintedError("5"), run);
         ExpectTook(milliseconds(3000), run.took);
         EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::requestTemp));
-        EXPECT_EQ("lockfile requestTemp.xml ", Listing());
+        EXPECT_EQ("lockfile requestTemp.xml ", Requests());
     });
-}
-
-SANDBOX_TEST(WriteFailureTest, FullDiskLeavesAnEmptyRequest) {
-    SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
-    disk.FillUp();
-    ScriptedAgent agent;
-    ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-    EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("filler lockfile request.xml ", Listing());
-    ExpectNextIsRefused();
 }
 
 // The disk is full when the evaluation is already open: both later exchanges fail silently.
@@ -131,37 +100,11 @@ SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpen) {
     agent.AwaitEnd();
     disk.FillUp();
     ToolRun const run = tool.Wait();
-    EXPECT_EQ("", run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted("", run);
     ExpectTook(milliseconds(1000), run.took);
     EXPECT_EQ("", ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("filler lockfile request.xml ", Listing());
+    EXPECT_EQ("filler lockfile request.xml ", Requests());
 }
-
-// An entry at the path of the temporary document that cannot be opened, or that has no positions,
-// is renamed and becomes the request.
-class TemporaryEntryTest : public testing::TestWithParam<std::pair<char const*, Entry>> {};
-
-TEST_P(TemporaryEntryTest, BecomesTheRequest) {
-    Entry const& entry = GetParam().second;
-    Sandbox::RunWithDirectories([&] {
-        PlaceOnDisk(ScriptedAgent::requestTemp, entry);
-        ScriptedAgent agent;
-        ExpectFailedOpen(RunTool({"-d"}), milliseconds(0));
-        EXPECT_EQ(entry, EntryOnDisk(ScriptedAgent::request));
-        EXPECT_EQ("lockfile request.xml ", Listing());
-        ExpectNextIsRefused();
-    });
-}
-
-INSTANTIATE_TEST_SUITE_P(WriteFailureTest, TemporaryEntryTest,
-                         testing::Values(std::pair("Directory", Entry{Entry::directory}),
-                                         std::pair("DirectoryWithContent",
-                                                   Entry{Entry::fullDirectory}),
-                                         std::pair("LinkToNothing", Entry::Link(Entry::nowhere)),
-                                         std::pair("Fifo", Entry{Entry::fifo}),
-                                         std::pair("Socket", Entry{Entry::unixSocket})),
-                         [](auto const& test) { return std::string(test.param.first); });
 
 // An entry at the path of the request refuses Open, but not a poll or Close. The agent creates it
 // in the second of sleep after a Progress answer.
@@ -175,7 +118,7 @@ AgentScript UntilTheSleepBetweenPolls() {
 
 // The entries that the agent creates at the two paths; the duration of the retries of the poll and
 // Close, which both fail silently; and the remaining entries.
-struct InTheWay {
+struct Obstruction {
     char const* name;
     Entry request;
     Entry temporary;
@@ -184,23 +127,22 @@ struct InTheWay {
     std::string left;
 };
 
-void PrintTo(InTheWay const& test, std::ostream* out) { *out << test.name; }
+void PrintTo(Obstruction const& test, std::ostream* out) { *out << test.name; }
 
-class ObstructedRequestTest : public testing::TestWithParam<InTheWay> {};
+class ObstructedRequestTest : public testing::TestWithParam<Obstruction> {};
 
 TEST_P(ObstructedRequestTest, FailsSilentlyAfterTheRetries) {
-    InTheWay const& test = GetParam();
+    Obstruction const& test = GetParam();
     Sandbox::RunWithDirectories([&] {
         AgentScript script = UntilTheSleepBetweenPolls();
         AddSteps(script, ScriptedAgent::request, test.request);
         AddSteps(script, ScriptedAgent::requestTemp, test.temporary);
         ToolRun const run = Evaluate(script).tool;
-        EXPECT_EQ(PrintedPercent("50"), run.output);
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
+        ExpectPrinted(PrintedPercent("50"), run);
         ExpectTook(milliseconds(3000) + test.poll + test.close, run.took);
         bool const isReplaced = test.left.empty();
         EXPECT_EQ(isReplaced ? test.temporary : test.request, EntryOnDisk(ScriptedAgent::request));
-        EXPECT_EQ(isReplaced ? "lockfile request.xml " : test.left, Listing());
+        EXPECT_EQ(isReplaced ? "lockfile request.xml " : test.left, Requests());
     });
 }
 
@@ -212,21 +154,21 @@ std::string const requestStays = "lockfile request.xml ";
 INSTANTIATE_TEST_SUITE_P(
     WriteFailureTest, ObstructedRequestTest,
     testing::Values(
-        InTheWay{"DirectoryIsTriedTwiceAndTheTemporaryDocumentRemoved", emptyDirectory, nothing,
-                 2 * retries, 2 * retries, requestStays},
+        Obstruction{"DirectoryIsRetriedTwice", emptyDirectory, nothing, 2 * retries, 2 * retries,
+                    requestStays},
         // It is not a file, so it cannot be replaced.
-        InTheWay{"LinkToNothingStays", Entry::Link(Entry::nowhere), nothing, 2 * retries,
-                 2 * retries, requestStays},
+        Obstruction{"LinkToNothingStays", Entry::Link(Entry::nowhere), nothing, 2 * retries,
+                    2 * retries, requestStays},
         // The temporary document cannot be written, and the existing one replaces an empty
         // directory. So the poll fails immediately, and Close finds the directory.
-        InTheWay{"DirectoryAsTemporaryReplacesAnEmptyOne", emptyDirectory, fullDirectory,
-                 milliseconds(0), 2 * retries, ""},
+        Obstruction{"DirectoryAsTemporaryReplacesAnEmptyOne", emptyDirectory, fullDirectory,
+                    milliseconds(0), 2 * retries, ""},
         // A directory with content is not replaced. The empty one beside it is removed.
-        InTheWay{"EmptyDirectoryAsTemporaryIsRemoved", fullDirectory, emptyDirectory, retries,
-                 2 * retries, requestStays},
+        Obstruction{"EmptyDirectoryAsTemporaryIsRemoved", fullDirectory, emptyDirectory, retries,
+                    2 * retries, requestStays},
         // Neither renamed nor removed: each is tried eight times.
-        InTheWay{"DirectoriesWithContentStay", fullDirectory, fullDirectory, 2 * retries,
-                 2 * retries, "lockfile request.xml requestTemp.xml "}),
+        Obstruction{"DirectoriesWithContentStay", fullDirectory, fullDirectory, 2 * retries,
+                    2 * retries, "lockfile request.xml requestTemp.xml "}),
     [](auto const& test) { return std::string(test.param.name); });
 
 SANDBOX_TEST(WriteFailureTest, RequestDirectoryIsRenamedDuringEvaluation) {
@@ -239,8 +181,7 @@ SANDBOX_TEST(WriteFailureTest, RequestDirectoryIsRenamedDuringEvaluation) {
     // The lock belongs to the file, independent of its path.
     ExpectWholeFileLockedBy(tool.pid(), moved + "/lockfile");
     ToolRun const run = tool.Wait();
-    EXPECT_EQ("", run.output);
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    ExpectPrinted("", run);
     ExpectTook(milliseconds(1000) + 2 * retries, run.took);
     EXPECT_EQ("Moved ResponseDir ", ListDirectory("/var/opt/VeskaClient"));
     EXPECT_FALSE(IsLocked(moved + "/lockfile"));
