@@ -27,21 +27,12 @@ std::string const bad = Row({"b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", 
 
 Arguments Timed(std::string const& seconds) { return {EXAMPLE_TIMED, seconds, "url", "doc"}; }
 
-// An evaluation with these answers to its polls.
-AgentScript Script(std::vector<std::string> const& polls) {
-    AgentScript script;
-    script.Answer(OpenAnswer());
-    for (std::string const& poll : polls)
-        script.Answer(poll);
-    return script.Answer(CloseAnswer());
-}
-
 AgentScript Finish(std::string const& rows) {
-    return Script({ProgressAnswer("1", "0", "100", rows)});
+    return WholeEvaluation({ProgressAnswer("1", "0", "100", rows)});
 }
 
 AgentScript EndWith(std::string const& state, std::string const& error) {
-    return Script({ProgressAnswer(state, error)});
+    return WholeEvaluation({ProgressAnswer(state, error)});
 }
 
 // The tool is in PATH with its own name, whichever build is tested.
@@ -96,24 +87,24 @@ INSTANTIATE_TEST_SUITE_P(
         Example{"MinimalPrintsErrorOfTheAgent", EndWith("2", "-22"), minimal, 1, "",
                 "minimal: the agent reports the error -22\n"},
         Example{"TimedPrintsTheRows", Finish(good), Timed("20"), 0, "b-001: Compliant\n", ""},
-        Example{"TimedGivesUpAndClosesInGoodOrder", Script({ProgressAnswer("3", "0", "7")}),
+        Example{"TimedClosesAfterTheTimeout", WholeEvaluation({ProgressAnswer("3", "0", "7")}),
                 Timed("3"), 3, "", "timed: 7%\ntimed: not finished in 3 seconds\n"},
-        Example{
-            "ClassPrintsProgressAndRows",
-            Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", good + bad)}),
-            evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n"},
+        Example{"ClassPrintsProgressAndRows",
+                WholeEvaluation({ProgressAnswer("3", "0", "7"),
+                                 ProgressAnswer("1", "0", "100", good + bad)}),
+                evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n"},
         // The evaluation is closed before the error is printed.
         Example{"ClassClosesAfterAnError", EndWith("2", "5"), evaluate, 1, "",
                 "evaluate: the agent reports an error: 5\n"},
         Example{"ShellPrintsALineForEachRow", Finish(good + bad), shell, 0,
                 "Compliant\tb-001\nNot Compliant\tb-002|caf\xE9\n", ""},
-        Example{"ShellPrintsNothingForNoRows", Finish(""), shell, 0, "", ""},
+        Example{"ShellPrintsNothingWithoutRows", Finish(""), shell, 0, "", ""},
         Example{"ShellPrintsErrorOfTheAgent", EndWith("2", "-22"), shell, 1, "",
                 "evaluate.sh: no results: Client reports not available right now.\n"},
         // The tool itself prints nothing here, and exits with 0.
-        Example{"ShellNoticesSilence", EndWith("4", "0"), shell, 1, "",
+        Example{"ShellReportsMissingAnswer", EndWith("4", "0"), shell, 1, "",
                 "evaluate.sh: no results: the agent did not answer\n"},
-        Example{"ShellRefusesRowsThatItCannotTellApart",
+        Example{"ShellRejectsAmbiguousRows",
                 Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1,
                 "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"}),
     [](auto const& test) { return std::string(test.param.name); });
@@ -124,7 +115,7 @@ TEST(ExamplesTest, MinimalPrintsErrorCodeOfOpen) {
 
 // The signal arrives during Open, and does not shorten it.
 SANDBOX_TEST(ExamplesTest, TimedEndsBySignalAfterClose) {
-    ScriptedAgent const agent(Script({ProgressAnswer("3", "0", "7")}));
+    ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("3", "0", "7")}));
     OtherProgram program(Timed("20"));
     agent.AwaitRequests(1);
     program.Kill(SIGTERM);
@@ -149,7 +140,7 @@ ProgramOptions WithLibrary() {
 
 SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndExactRows) {
     ScriptedAgent const agent(
-        Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", bad)}));
+        WholeEvaluation({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", bad)}));
     Expect(0,
            "{\"designator\": \"b-002|caf\\udce9\", \"result\": \"Not Compliant\", "
            "\"result_type\": \"t\", \"evaluation_time\": \"1\", \"description\": \"d\", "
@@ -179,7 +170,7 @@ SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
 SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
     for (std::size_t const requests : {1, 2}) {
         ScriptedAgent const agent(
-            Script({ProgressAnswer("3", "0", "7"), ProgressAnswer("3", "0", "8")}));
+            WholeEvaluation({ProgressAnswer("3", "0", "7"), ProgressAnswer("3", "0", "8")}));
         OtherProgram program(python, WithLibrary());
         agent.AwaitRequests(requests);
         program.Kill(SIGINT);

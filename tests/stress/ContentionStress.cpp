@@ -49,21 +49,15 @@ Owners AwaitRefusals(Contenders const& contenders) {
             owners.push_back(tool.get());
             continue;
         }
-        ProgramResult const run = tool->Wait(std::chrono::seconds(8));
-        EXPECT_EQ(ExitStatus::Exited(0), run.status);
-        EXPECT_EQ(Contenders::ready + OpenError(-6), run.output);
-        EXPECT_EQ("", run.errors);
+        ExpectPrinted(Contenders::ready + OpenError(-6), tool->Wait(std::chrono::seconds(8)));
     }
     return owners;
 }
 
 // Then the owner is answered, and completes as if it had been alone.
 void ExpectAnswered(OtherProgram& tool) {
-    ScriptedAgent const agent(
-        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer()));
-    ProgramResult const run = tool.Wait();
-    EXPECT_EQ(ExitStatus::Exited(0), run.status);
-    EXPECT_EQ(std::string(Contenders::ready) + "COMPLIANCE_ResultCount is 0.\n", run.output);
+    ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("1")}));
+    ExpectPrinted(Contenders::ready + PrintedCount(0), tool.Wait());
     EXPECT_EQ("lockfile ", Requests());
 }
 

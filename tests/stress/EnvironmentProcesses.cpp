@@ -17,8 +17,8 @@ using namespace Stress;
 using Sandbox::agentProgram;
 using Sandbox::Proc;
 
-std::string const found = "COMPLIANCE_Open returned error: -5.\n";
-std::string const notFound = "COMPLIANCE_Open returned error: -2.\n";
+std::string const found = OpenError(-5);
+std::string const notFound = OpenError(-2);
 
 // An installed agent that does not run, and a pending request.
 void CreateEnvironment() {

@@ -34,9 +34,9 @@ NamedEntry const creatableLink = {Entry::Link(creatable), "link_to_creatable_fil
 Entry const emptyFile = Entry::File("");
 
 // The output of a successful evaluation without rows.
-std::string const good = "COMPLIANCE_ResultCount is 0.\n";
+std::string const good = PrintedCount(0);
 // The same, whose first poll finds it in progress.
-std::string const half = "COMPLIANCE_Progress 50% completed.\n";
+std::string const half = PrintedPercent("50");
 
 struct TestCase {
     std::string path;
@@ -79,10 +79,6 @@ void ExpectAfter(Entries expected) {
     EXPECT_EQ(expected, CurrentEntries());
 }
 
-AgentScript GoodAnswers() {
-    return AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("1")).Answer(CloseAnswer());
-}
-
 void ExpectRun(TestCase const& testCase, ToolRun const& run) {
     ExpectPrinted(testCase.output, run);
     ExpectAfter(testCase.after);
@@ -95,7 +91,8 @@ void TryAll(std::vector<TestCase> const& testCases) {
         Sandbox::Run([&] {
             CreateDirectories();
             PlaceOnDisk(testCase.path, testCase.entry);
-            ScriptedAgent agent(testCase.output == good ? GoodAnswers() : AgentScript());
+            ScriptedAgent agent(testCase.output == good ? WholeEvaluation({ProgressAnswer("1")})
+                                                        : AgentScript());
             ToolRun const run = RunTool({"-d"});
             ExpectRun(testCase, run);
             // A refusal is immediate, without retries.

@@ -38,11 +38,8 @@ RowTexts LongerRow() {
 
 // Open, two polls and Close, all answered immediately.
 Scenario const answered = {"Answered",
-                           AgentScript()
-                               .Answer(OpenAnswer())
-                               .Answer(ProgressAnswer("3", "0", "50"))
-                               .Answer(ProgressAnswer("1", "0", "100", Row(LongerRow())))
-                               .Answer(CloseAnswer()),
+                           WholeEvaluation({ProgressAnswer("3", "0", "50"),
+                                            ProgressAnswer("1", "0", "100", Row(LongerRow()))}),
                            PrintedPercent("50") + PrintedCount(1) + PrintedRow(LongerRow()),
                            {0, 3, 6, 9, 12},
                            {false, false, false, false, false}};

@@ -163,10 +163,7 @@ constexpr int forProc = 5;
 void TryDescriptors(int limit, bool privileged) {
     Sandbox::RunWithDirectories([=] {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
-        ScriptedAgent const agent(AgentScript()
-                                      .Answer(OpenAnswer())
-                                      .Answer(ProgressAnswer("2", "5"))
-                                      .Answer(CloseAnswer()));
+        ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("2", "5")}));
         std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
         ProgramOptions options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
         options.prepare = [=] {

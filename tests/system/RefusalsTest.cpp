@@ -13,11 +13,6 @@ void ExpectRefusal(int code, Arguments const& arguments = {"-c", "url", "doc"}) 
     EXPECT_GT(std::chrono::milliseconds(900), run.took);
 }
 
-void ExpectRefusalUnprivileged(int code) {
-    ToolRun const run = RunToolUnprivileged({"-c", "url", "doc"});
-    ExpectPrinted(OpenError(code), run);
-}
-
 // -6: the lock is not available.
 
 TEST(RefusalsTest, GivesMinus6IfLockFileCannotBeOpened) {
@@ -148,11 +143,11 @@ void BecomeNamesake(Handshake& line) {
 SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyIfProgramIsUnreadable) {
     fs::create_directories(agentProgram);
     WriteBytes(ScriptedAgent::request, "");
-    ExpectRefusalUnprivileged(-2);
+    ExpectPrinted(OpenError(-2), RunToolUnprivileged({"-d"}));
     OtherProcess namesake(BecomeNamesake);
     namesake.Await();
     ExpectRefusal(-2);
-    ExpectRefusalUnprivileged(-5);
+    ExpectPrinted(OpenError(-5), RunToolUnprivileged({"-d"}));
 }
 
 SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {
