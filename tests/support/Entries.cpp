@@ -26,11 +26,6 @@ std::string Content(std::string const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void ReadInto(Entries& entries, std::string const& path) {
-    if (Entry const entry = EntryOnDisk(path); entry.kind != Entry::nothing)
-        entries[path] = entry;
-}
-
 } // namespace
 
 std::ostream& operator<<(std::ostream& out, Entry const& entry) {
@@ -109,7 +104,7 @@ void PlaceOnDisk(std::string const& path, Entry const& entry) {
     engine.Play(script.text());
     engine.Advance(0);
     if (engine.Failures() != 0)
-        throw std::runtime_error("cannot make " + path);
+        throw std::runtime_error("cannot create " + path);
 }
 
 Entries ReadFromDisk() {
@@ -122,6 +117,7 @@ Entries ReadFromDisk() {
     for (auto const& entry : fs::directory_iterator(directoryOfResponses))
         entries[entry.path()] = EntryOnDisk(entry.path());
     for (char const* const path : {Entry::elsewhere, Sandbox::agentProgram, agentLink})
-        ReadInto(entries, path);
+        if (Entry const entry = EntryOnDisk(path); entry.kind != Entry::nothing)
+            entries[path] = entry;
     return entries;
 }
