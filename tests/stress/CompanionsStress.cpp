@@ -243,9 +243,11 @@ void FailCalls(Subject const& subject, std::size_t step) {
     for (std::size_t number = 0; number < faults.size(); number += step)
         numbers.push_back(number);
     TryEach("fault", numbers, [&](std::size_t number) {
-        auto const [call, error] = faults[number];
+        // No structured binding: a lambda cannot capture its names in clang 14.
+        std::size_t const call = faults[number].first;
+        int const error = faults[number].second;
         SCOPED_TRACE(calls[call - 1] + ' ' + strerrorname_np(error) + ' ' + std::to_string(call));
-        KilledRun const result = subject.tryOnce([&, call = call, error = error] {
+        KilledRun const result = subject.tryOnce([&] {
             return RunProgramWithFaults(subject.command, [&](Trace const& trace) {
                 return trace.size() == call ? error : 0;
             });
