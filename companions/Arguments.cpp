@@ -9,11 +9,12 @@
 
 namespace {
 
-// What getopt_long returns for a long option, plus the index of its rule: no character.
+// getopt_long returns this number plus the index of the rule for a long option. Greater than every
+// character.
 constexpr int firstLongOption = 256;
 
-// '-' makes getopt_long return operands in their place, ':' tells a missing value from an unknown
-// option.
+// '-' makes getopt_long return operands in their order; ':' makes it distinguish a missing value
+// from an unknown option.
 std::string LettersOf(std::span<OptionRule const> rules) {
     std::string letters = "-:";
     for (OptionRule const& rule : rules)
@@ -22,7 +23,7 @@ std::string LettersOf(std::span<OptionRule const> rules) {
     return letters;
 }
 
-// An option that has a letter only has an empty long name, which no argument can use.
+// An option without a long name gets an empty one, which no argument matches.
 std::vector<option> LongOptionsOf(std::span<OptionRule const> rules) {
     std::vector<option> options;
     int code = firstLongOption;
@@ -33,7 +34,7 @@ std::vector<option> LongOptionsOf(std::span<OptionRule const> rules) {
     return options;
 }
 
-// Returns the rule of a letter or of a long option, or null.
+// Returns the rule for a return value of getopt_long, or null.
 OptionRule const* FindRule(std::span<OptionRule const> rules, int code) {
     if (code >= firstLongOption)
         return &rules[static_cast<std::size_t>(code - firstLongOption)];
@@ -41,8 +42,8 @@ OptionRule const* FindRule(std::span<OptionRule const> rules, int code) {
     return rule == rules.end() ? nullptr : &*rule;
 }
 
-// getopt_long also accepts abbreviations of names. A script that uses one would fail once another
-// option begins with the same letters, so they are refused.
+// getopt_long accepts abbreviated names. They are refused, because a script that uses one would
+// fail when another option with the same initial letters is added.
 bool IsAbbreviated(std::string_view argument, OptionRule const& rule) {
     return argument.starts_with("--") && argument.substr(0, argument.find('=')) != rule.name;
 }
@@ -54,7 +55,7 @@ std::string Join(std::span<char const* const> names) {
     return text;
 }
 
-// The number of characters to insert, remove or replace (Levenshtein).
+// Returns the Levenshtein distance. Takes O(from * to) time.
 std::size_t EditDistance(std::string_view from, std::string_view to) {
     std::vector<std::size_t> row(to.size() + 1);
     std::iota(row.begin(), row.end(), std::size_t{0});
@@ -69,7 +70,7 @@ std::size_t EditDistance(std::string_view from, std::string_view to) {
     return row.back();
 }
 
-// "--a, --b or --c".
+// Returns "--a, --b or --c".
 std::string JoinWithOr(std::vector<std::string> const& names) {
     std::string text;
     for (std::size_t index = 0; index < names.size(); ++index)
@@ -77,7 +78,8 @@ std::string JoinWithOr(std::vector<std::string> const& names) {
     return text;
 }
 
-// The long name that the argument resembles: without a value, and with the second dash.
+// Returns the argument without its value and with a second dash, if it has one dash and more than
+// one letter.
 std::string IntendedName(std::string const& argument) {
     std::string const name = argument.substr(0, argument.find('='));
     bool const isLong = name.starts_with("--");
@@ -93,9 +95,9 @@ std::vector<std::string> NamesThatBeginWith(std::span<OptionRule const> rules,
     return names;
 }
 
-// The name that is most similar, or nothing.
+// Returns the most similar long name, or an empty list.
 std::vector<std::string> SimilarNames(std::span<OptionRule const> rules, std::string const& text) {
-    // A word with more differences is not a typing error.
+    // Beyond this distance the argument is another word, not a typing error.
     std::size_t const letters = text.size() - 2;
     std::size_t const maxDistance = std::min<std::size_t>(2, (letters + 1) / 2);
     auto const distance = [&](OptionRule const& rule) {
@@ -108,9 +110,9 @@ std::vector<std::string> SimilarNames(std::span<OptionRule const> rules, std::st
     return {best->name};
 }
 
-// "; did you mean --json?", or nothing if no long option is similar.
+// Returns "; did you mean --json?", or an empty string if no long name is similar.
 std::string Suggest(std::span<OptionRule const> rules, std::string const& argument) {
-    // A long argument costs time.
+    // Limits the time of EditDistance.
     constexpr std::size_t maxLength = 32;
     std::string const text = IntendedName(argument);
     if (!text.starts_with("--") || text.size() <= 2 || text.size() > maxLength)
@@ -121,8 +123,8 @@ std::string Suggest(std::span<OptionRule const> rules, std::string const& argume
     return names.empty() ? "" : "; did you mean " + JoinWithOr(names) + "?";
 }
 
-// Whether the argument is the name of a long option that lacks a dash. getopt_long takes "-output"
-// as the letter o with the value "utput".
+// True for a long name with a single dash. getopt_long parses "-output" as the option -o with the
+// value "utput".
 bool LacksDash(std::span<OptionRule const> rules, std::string const& argument) {
     std::string const name = argument.substr(0, argument.find('='));
     return !name.starts_with("--") &&
@@ -152,10 +154,10 @@ Arguments::Arguments(std::span<OptionRule const> rules, std::span<char const* co
                      int count, char const* const* arguments) {
     std::string const letters = LettersOf(rules);
     std::vector<option> const longOptions = LongOptionsOf(rules);
-    optind = 0; // start anew
-    opterr = 0; // print nothing
+    optind = 0; // Restarts the scan.
+    opterr = 0; // Prints no messages.
     for (int index = 1;; index = optind) {
-        // The operation does not write to the arguments if operands are returned in their place.
+        // The cast is safe: getopt_long permutes the arguments only without '-' in `letters`.
         int const code = getopt_long(count, const_cast<char* const*>(arguments), letters.c_str(),
                                      longOptions.data(), nullptr);
         if (code == -1)

@@ -1,4 +1,4 @@
-// The arguments of a program as options, their values and operands. The caller interprets values.
+// Splits the command line of a program into options, their values, and operands.
 #pragma once
 
 #include <map>
@@ -7,42 +7,48 @@
 #include <string>
 #include <vector>
 
-// An invalid command line. The text is one line, without the program's name: the argument, and what
-// would be accepted. It may hold bytes of the command line, so it is shown as visible text
-// (VisibleText.h).
+// An invalid command line. what() is one line without the program's name: the argument and the
+// accepted values. It may contain arbitrary bytes of the command line. WriteMessage (Output.h)
+// escapes them.
 class CommandLineError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
+// An option that the program accepts.
 struct OptionRule {
-    // "--help", or "-d" for an option that has a letter only.
+    // "--help", or "-d" for an option without a long name.
     char const* name;
-    // The values in words ("a number from 1 to 9"); null for an option that takes none.
+    // Describes the values ("a number from 1 to 9"). Null: the option takes no value.
     char const* accepted = nullptr;
+    // The short name, such as 'd'. NUL: the option has none.
     char letter = '\0';
 };
 
-// Options may come before, between and after the operands, as "--name VALUE" or "--name=VALUE"; all
-// arguments after "--" are operands. An option may be repeated. Names are not abbreviated, and the
-// name of a long option with one dash is refused. Not thread-safe, because getopt_long(3) is not.
+// A parsed command line. Does not interpret values.
+//
+// Syntax: options can precede and follow operands, as "--name VALUE" or "--name=VALUE". All
+// arguments after "--" are operands. An option can be repeated. Abbreviated names are errors, and
+// so is a long name with a single dash.
+//
+// Not thread-safe, because getopt_long(3) is not.
 class Arguments {
 public:
-    // Messages use the names of the operands. If the last name ends with "...", there may be more.
-    // Throws CommandLineError for an option that has no
-    // rule, a missing or unwanted value, and a surplus operand. The caller checks that no operand
-    // is missing.
+    // Error messages contain the operand names. If the last name ends with "...", further operands
+    // are accepted. Throws CommandLineError for an unknown option, a missing or unexpected value,
+    // and an excess operand. Does not check for missing operands.
     Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,
               int count, char const* const* arguments);
 
-    // An option has the name of its rule.
+    // `option` is the name in the option's rule.
     bool Has(std::string const& option) const { return values.contains(option); }
-    // In the order of the command line; none if the option is not there.
+    // Returns the values in the order of the command line: one for each occurrence of the option,
+    // empty if it takes no value.
     std::vector<std::string> const& Values(std::string const& option) const;
     std::vector<std::string> const& Operands() const { return operands; }
 
 private:
-    // Takes what getopt_long returned for an argument.
+    // Stores one argument. `code` is the return value of getopt_long(3).
     void Add(std::span<OptionRule const> rules, int code, std::string const& argument);
 
     std::map<std::string, std::vector<std::string>> values;

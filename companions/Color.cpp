@@ -6,7 +6,7 @@
 
 namespace {
 
-// Empty if it is not set.
+// Returns the value of an environment variable, or an empty string if it is not set.
 std::string_view ReadVariable(char const* name) {
     char const* const value = std::getenv(name);
     return value == nullptr ? "" : value;

@@ -1,4 +1,4 @@
-// Colours on a terminal.
+// Colours of text on a terminal: when to use them, and their escape sequences (ECMA-48).
 #pragma once
 
 #include <string_view>

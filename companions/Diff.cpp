@@ -8,7 +8,7 @@
 
 namespace {
 
-// The indices of the rows with each designator.
+// The indices of the rows for each designator.
 using RowIndex = std::map<std::string_view, std::vector<std::size_t>>;
 
 RowIndex IndexRows(std::vector<StoredRow> const& rows) {

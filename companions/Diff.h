@@ -1,4 +1,4 @@
-// The difference between two results.
+// Compares two stored results row by row, and writes the difference as text or JSON.
 #pragma once
 
 #include <array>
@@ -11,10 +11,10 @@
 
 class Output;
 
-// The schema's version. Members may be added within a version.
+// The version of schema/compliance-diff.schema.json. New members do not change it.
 constexpr int diffSchemaVersion = 1;
 
-// The fields in which a change is a difference: result, description and comment.
+// The indices of the compared fields: result, description and comment.
 constexpr std::array<std::size_t, 3> comparedFields = {resultField, 4, 5};
 
 // A result with its rows in memory.
@@ -24,10 +24,11 @@ struct DiffSide {
     std::vector<StoredRow> rows = {};
 };
 
-// Throws StoredResultError, also for the document of a failed evaluation.
+// Reads a result with all its rows into memory. Throws StoredResultError if the file is not a
+// result, or if its evaluation failed.
 DiffSide ReadDiffSide(std::string const& file);
 
-// A designator that several rows of a side have. `oldCount` and `newCount` are the numbers of rows.
+// A designator that is not unique in at least one result, and its number of rows in each.
 struct EqualDesignators {
     std::string designator;
     std::size_t oldCount;
@@ -35,39 +36,41 @@ struct EqualDesignators {
 };
 
 struct Difference {
-    // Indices of rows, in their order.
+    // Indices of rows, ascending.
     std::vector<std::size_t> removed = {};
     std::vector<std::size_t> added = {};
-    // The index in the old result and in the new one, in the order of the new one.
+    // The indices in the old and in the new result, sorted by the latter.
     std::vector<std::pair<std::size_t, std::size_t>> changed = {};
-    // Set by KeepRegressions: how many removed rows had a result of the list. A row that is missing
-    // has no result, so it is no regression.
+    // Set by KeepRegressions: the number of removed rows whose old result was good. They are not
+    // regressions, because they have no new result.
     std::size_t missing = 0;
-    // In the order of the designators.
+    // Sorted by designator.
     std::vector<EqualDesignators> equalDesignators = {};
 
     bool IsEmpty() const { return removed.empty() && added.empty() && changed.empty(); }
 };
 
-// Rows match by their designator; the n-th row with a designator matches the n-th one of the other
-// result. A row is changed if one of the compared fields differs.
+// Matches rows by designator. If several rows have the same designator, the n-th one matches the
+// n-th one of the other result. A matched row is changed if a compared field differs.
 Difference CompareRows(std::vector<StoredRow> const& oldRows,
                        std::vector<StoredRow> const& newRows);
 
-// Keeps the changed rows whose old result is in the list and whose new result is not.
+// Removes all differences except changed rows whose old result is in `goodResults` and whose new
+// result is not.
 void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide const& newSide,
                      std::vector<std::string> const& goodResults);
 
-// What a reader of the difference has to know about the two results: other hosts or documents, a
-// new result that is older, missing provenance, equal designators. One line each.
+// Returns warnings about the two results, one line each: different hosts or documents, a new result
+// that is older than the old one, missing provenance, designators that are not unique.
 std::vector<std::string> DescribeSides(Difference const& difference, DiffSide const& oldSide,
                                        DiffSide const& newSide);
 
-// Writes nothing if there is no difference. The texts are visible text (VisibleText.h).
+// Writes the difference for people; nothing if there is none. All texts are visible text
+// (VisibleText.h).
 void WriteDiffText(Difference const& difference, DiffSide const& oldSide, DiffSide const& newSide,
                    bool useColor, Output& output);
 
-// Writes one object. `goodResults` are those of --regressions. The schema is
-// schema/compliance-diff.schema.json.
+// Writes the difference as a JSON object. schema/compliance-diff.schema.json specifies it.
+// `goodResults` is the list of --regressions.
 void WriteDiffJson(Difference const& difference, DiffSide const& oldSide, DiffSide const& newSide,
                    std::vector<std::string> const& goodResults, Output& output);

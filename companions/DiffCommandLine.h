@@ -12,15 +12,15 @@ struct DiffCommandLine {
     Action action = compare;
     bool json = false;
     ColorMode color = ColorMode::automatic;
-    // The results of --regressions; none means that it was not used.
+    // The list of --regressions; empty without that option.
     std::vector<std::string> goodResults = {};
     std::string oldFile = {};
     std::string newFile = {};
 };
 
-// Reads the arguments of main. --help and --version make all other arguments irrelevant, as long as
-// each one is known. Throws CommandLineError.
+// Parses the arguments of main. Throws CommandLineError. With --help or --version, values are not
+// checked, and operands may be missing.
 DiffCommandLine ParseDiffCommandLine(int count, char const* const* arguments);
 
-// What --help shows.
+// The output of --help.
 extern char const diffHelp[];

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char program[] = "compliance-diff";
 
-// Those of diff(1).
+// The exit statuses of diff(1).
 constexpr int equal = 0;
 constexpr int different = 1;
 constexpr int trouble = 2;

@@ -13,7 +13,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-// Lines of text, coloured or not.
+// Writes lines of text, with or without colour.
 class DiffText {
 public:
     DiffText(bool useColor, Output& theOutput) : colored(useColor), output(theOutput) {}
@@ -53,7 +53,7 @@ private:
     Output& output;
 };
 
-// The provenance is null in a document of version 1.
+// The member "provenance" is null for a document of version 1.
 Json MakeSide(DiffSide const& side) {
     Json object = Json::object();
     AddText(object, "file", side.file);
@@ -106,7 +106,7 @@ Json MakeEqualDesignators(Difference const& difference) {
     return array;
 }
 
-// Writes `,"NAME":[...]` with a line for each element, so that only one is in memory.
+// Writes `,"NAME":[...]` with a line for each element. Holds only one element in memory.
 template <typename Elements, typename Make>
 void WriteArray(char const* name, Elements const& elements, Make const& make, Output& output) {
     output.Write(std::string(",\n\"") + name + "\":[");

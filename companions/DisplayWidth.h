@@ -6,8 +6,9 @@
 
 #include <locale.h>
 
-// As long as an object lives, the thread uses the locale of the environment for DisplayWidth, or
-// C.UTF-8 if that locale does not use UTF-8. The locale of the process stays as it is.
+// Sets the locale of the calling thread to that of the environment, or to C.UTF-8 if the former
+// does not use UTF-8. The destructor restores the previous locale. The locale of the process does
+// not change.
 class WidthLocale {
 public:
     WidthLocale();
@@ -20,15 +21,16 @@ private:
     locale_t former = nullptr;
 };
 
-// Returns the columns of UTF-8 without control characters, as wcwidth(3) counts them: 0 for a
-// combining character, 2 for a wide one. A character that the locale does not know counts 1, and so
-// does each byte that is not UTF-8.
+// Returns the number of columns of UTF-8 text as wcwidth(3) counts them: 0 for a combining
+// character, 2 for a wide one. A code point unknown to the locale counts as 1, and so does each
+// byte of an ill-formed sequence.
 //
-// REQUIRES: a WidthLocale of this thread.
+// REQUIRES: this thread has a WidthLocale; `text` has no control characters.
 std::size_t DisplayWidth(std::string_view text);
 
-// Returns the length in bytes of the longest prefix of whole characters that takes at most `width`
-// columns, with at least one character. Combining characters stay with the one before.
+// Returns the length in bytes of the longest prefix that takes at most `width` columns. The prefix
+// has at least one character, even if that is wider. Combining characters are not separated from
+// their base character.
 //
-// REQUIRES: the text is not empty, and a WidthLocale of this thread.
+// REQUIRES: this thread has a WidthLocale; `text` is not empty.
 std::size_t PrefixWithin(std::string_view text, std::size_t width);

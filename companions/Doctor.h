@@ -1,4 +1,4 @@
-// The findings and the checks of compliance-doctor. A check changes nothing on the machine.
+// The checks of compliance-doctor and their findings. No check modifies the machine.
 #pragma once
 
 #include <optional>
@@ -12,54 +12,56 @@ class FileFacts;
 
 enum class Verdict {
     ok,
-    note,    // worth knowing, but no evaluation fails because of it
-    problem, // an evaluation by this user fails because of it, or is not safe
-    skipped  // could not be checked, because of a problem that another finding reports
+    note,    // no evaluation fails for this reason
+    problem, // an evaluation by this user fails for this reason, or is unsafe
+    skipped  // not checked, because of a problem that another finding reports
 };
 
-// The names of checks and causes are an interface: programs read them in the JSON.
+// The result of one check. The names of checks and causes are stable: programs read them in the
+// JSON output.
 struct Finding {
     std::string check;
     Verdict verdict = Verdict::ok;
-    // What was found, as one word; empty for ok and skipped.
+    // An identifier of the cause, such as "disk-full"; empty for ok and skipped.
     std::string cause = {};
     std::string message = {};
-    // What to do about it; empty for ok and skipped, and for a note that asks for nothing.
+    // The action that solves the problem; empty for ok and skipped, and for a note without one.
     std::string remedy = {};
-    // Where the cause is a process or a file left over.
+    // The process that is the cause, and the age of the file that is the cause, if any.
     std::optional<long> processId = {};
     std::optional<long long> ageInSeconds = {};
 };
 
 using Findings = std::vector<Finding>;
 
-// Makes all checks below, one finding each, in a fixed order.
+// Performs all checks. Returns one finding for each, in a fixed order.
 Findings ExamineExchange();
 
 // The agent (DoctorAgent.cpp)
 
-// Whether the agent's program exists and is executable.
+// Checks that the agent's program exists and is executable.
 Finding CheckAgentProgram();
-// Whether the agent runs, and how that is known. The exchange counts any process with the agent's
-// name as the agent, also a zombie and another program of that name.
+// Checks that the agent is running. Any process with the agent's name counts, including a zombie
+// and an unrelated program of that name, because the exchange does not distinguish them. The
+// finding describes the process.
 Finding CheckAgentProcess();
 
 // The two directories of the exchange (DoctorDirectories.cpp)
 
-// Whether this user can leave requests there. The lock and the requests are checked only then.
+// Checks that this user can create requests.
 Finding CheckRequestDirectory();
-// Whether this user can read answers there.
+// Checks that this user can read responses.
 Finding CheckResponseDirectory();
-// Whether any user can replace a request or an answer of another one. It is a note if that is
-// possible only while there is none.
+// Check that no user can replace the documents of another user (a problem), or create a document
+// while there is none (a note).
 Finding CheckModesOfRequestDirectory();
 Finding CheckModesOfResponseDirectory();
-// Whether there is room for a request.
+// Checks that the file system of the request directory has free space and inodes.
 Finding CheckSpace();
-// The decision of CheckSpace. Only root may use the blocks that a file system reserves.
+// Implements CheckSpace. Only root can use the reserved blocks of a file system.
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot);
-// The finding for an entry that can't be examined: skipped where the check of its directory reports
-// the reason, otherwise a problem.
+// Returns the finding for a directory entry that cannot be examined: skipped if the check of its
+// directory reports the reason, otherwise a problem.
 //
 // REQUIRES: entry.IsUnexaminable().
 Finding DescribeUnexaminable(char const* check, FileFacts const& entry);
@@ -68,38 +70,39 @@ Finding DescribeUnexaminable(char const* check, FileFacts const& entry);
 
 struct LockState {
     enum What {
-        none,    // also if there is no lock file
-        held,    // by the process below
-        unknown, // the file can't be opened for reading, or is not a regular file
+        none,    // the lock is free, or there is no lock file
+        held,    // `holder` holds it
+        unknown, // the file cannot be opened for reading, or is not a regular file
     };
 
     What what = none;
-    // 0 if the holder lives in a process namespace that this process can't see into, -1 if the lock
-    // belongs to an open file and not to a process.
+    // The process ID. 0: the holder is in another PID namespace. -1: the lock is an open file
+    // description lock, which has no process (fcntl(2)).
     pid_t holder = 0;
 };
 
-// Asks the system which process keeps a writer off the lock file. The file is opened for reading
-// only and is never created; no lock is taken.
+// Returns the state of the lock, by F_GETLK of fcntl(2). Takes no lock, opens the file for reading
+// only, and does not create it.
 //
-// REQUIRES: this process holds no lock on the file, which would be lost.
+// REQUIRES: this process does not hold the lock; closing the file would release it.
 LockState AskForLock();
-// Whether this user could take the lock, as AskForLock returned it.
+// Checks that this user could take the lock. `state` is the result of AskForLock.
 Finding CheckLock(LockState const& state);
 
 // The documents (DoctorDocuments.cpp)
 
-// The tool reads a response into memory, which takes up to four bytes for each of its bytes: 4 GiB
-// at this limit, for millions of rows.
+// The tool reads a response into memory and needs up to 4 bytes for each byte of it: 4 GiB for a
+// response of this size, which has millions of rows.
 constexpr long long maxResponseBytes = 1LL << 30;
 
-// Whether a request is left over, which keeps off all evaluations.
+// Checks that no abandoned request blocks all evaluations.
 //
-// `before` describes the request before AskForLock returned `lock`; the request is examined again
-// here. Where the lock is free, the request is left over only if it did not change in between:
-// otherwise it may belong to an evaluation that began after the lock was examined.
+// REQUIRES: `before` was constructed before AskForLock returned `lock`. If the lock is free and the
+// request has changed since, it may belong to an evaluation that began in between, so it is not
+// reported as abandoned.
 Finding CheckRequest(FileFacts const& before, LockState const& lock);
-// Whether a temporary request is left over that can't be overwritten.
+// Checks that a temporary request, if there is one, can be overwritten.
 Finding CheckTemporaryRequest();
-// An old response is usual; it is a problem if it can't be read, or not into memory.
+// Checks that the response, if there is one, can be read and fits into memory. An old response is a
+// note.
 Finding CheckResponse();

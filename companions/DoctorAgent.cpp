@@ -15,13 +15,13 @@ namespace {
 namespace fs = std::filesystem;
 constexpr std::string_view deletedMark = " (deleted)";
 
-// How a process matches the agent, the best match first.
+// How a process matches the agent, best match first.
 enum class MatchKind {
-    program,      // it runs the agent's program
-    otherProgram, // it runs another program of that name, for example that of a container
-    commandName,  // only the name of its command is visible
-    deleted,      // it runs a program of that name that was removed or replaced
-    zombie,       // it has ended, and its parent has not waited for it
+    program,      // runs the agent's program
+    otherProgram, // runs another program of that name, for example in a container
+    commandName,  // only its command name is visible
+    deleted,      // runs a program of that name that was removed or replaced
+    zombie,       // has terminated, but its parent has not waited for it
     none,
 };
 
@@ -31,7 +31,8 @@ struct Candidate {
     std::string program = {};
 };
 
-// The letter after the name in parentheses; 0 if there is none.
+// Returns the state of the process: the letter after the name in parentheses in /proc/[pid]/stat
+// (proc(5)), or NUL if there is none.
 char StateOf(unsigned int id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/stat", std::ios::binary);
     std::string const facts{std::istreambuf_iterator<char>(file), {}};
@@ -41,7 +42,7 @@ char StateOf(unsigned int id) {
 
 std::string LastComponent(std::string const& path) { return path.substr(path.rfind('/') + 1); }
 
-// For a process whose program is visible.
+// Returns the match of a process whose program is visible.
 Candidate ClassifyByProgram(unsigned int id, std::string const& program) {
     std::string const name = LastComponent(program);
     if (name == AgentPaths::processName) {
@@ -64,14 +65,14 @@ Candidate Classify(unsigned int id) {
     return {StateOf(id) == 'Z' ? MatchKind::zombie : MatchKind::commandName, id};
 }
 
-// Of two matches of the same kind, the one with the lower process id is better.
+// Between two matches of the same kind, the lower process ID is better.
 bool IsBetter(Candidate const& left, Candidate const& right) {
     return left.match < right.match || (left.match == right.match && left.id < right.id);
 }
 
 struct Processes {
     std::size_t count = 0;
-    // The best match.
+    // The best match so far.
     Candidate agent = {};
 };
 
@@ -152,7 +153,7 @@ Finding CheckAgentProgram() {
 
 Finding CheckAgentProcess() {
     Processes const seen = LookForAgent();
-    // This very process is one.
+    // /proc always lists this process, so an empty list means that it cannot be read.
     if (seen.count == 0)
         return {"agent-process", Verdict::problem, "no-proc",
                 "no process can be seen, since /proc is not there", "mount /proc"};

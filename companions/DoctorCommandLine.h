@@ -8,8 +8,8 @@ struct DoctorCommandLine {
     bool json = false;
 };
 
-// Reads the arguments of main. Throws CommandLineError.
+// Parses the arguments of main. Throws CommandLineError.
 DoctorCommandLine ParseDoctorCommandLine(int count, char const* const* arguments);
 
-// What --help shows.
+// The output of --help.
 extern char const doctorHelp[];

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char giveDirectory[] = "install or start the agent, which creates its directories";
 
-// What the two directories have in common. Found to be in order where nothing is found.
+// Checks that a directory of the exchange exists and is reachable.
 Finding CheckExistence(char const* check, FileFacts const& directory) {
     if (directory.IsMissing())
         return {check, Verdict::problem, "directory-missing", directory.Path() + " is missing",
@@ -90,7 +90,7 @@ Finding CheckModesOfResponseDirectory() {
 
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot) {
     fsblkcnt_t const blocks = isRoot ? fileSystem.f_bfree : fileSystem.f_bavail;
-    // f_files is 0 where the number of inodes has no limit.
+    // f_files is 0 if the file system does not limit the number of inodes.
     return blocks != 0 && (fileSystem.f_files == 0 || fileSystem.f_ffree != 0);
 }
 

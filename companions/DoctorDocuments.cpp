@@ -7,10 +7,11 @@
 
 namespace {
 
-// No exchange takes longer than this, so an older response belongs to none that is under way.
+// An exchange waits at most this long for the response, so an older response does not belong to the
+// current exchange.
 constexpr long long maxExchangeSeconds = 10;
 
-// A problem if there is a request now: an evaluation has begun, and others fail until it ends.
+// A problem if there is a request now: other evaluations fail until the one that wrote it ends.
 Finding DescribeChange(FileFacts const& file) {
     return {"request", file.IsAbsent() ? Verdict::note : Verdict::problem, "request-changed",
             file.Path() + " changed while it was examined", "run the doctor again"};

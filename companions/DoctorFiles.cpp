@@ -56,7 +56,7 @@ std::string FileFacts::OwnerAndMode() const {
 std::string FileFacts::Reason() const { return std::strerror(error); }
 
 long long FileFacts::AgeInSeconds() const {
-    // time(2) may be a few milliseconds behind the clock of file times.
+    // Not time(2), which can be a few milliseconds behind the clock of file timestamps.
     return SecondsBetween(facts.st_mtim.tv_sec, CurrentTime().tv_sec);
 }
 
@@ -79,7 +79,7 @@ std::string DescribeAge(long long seconds) {
         return "dated in the future";
     Unit unit = {1, "second"};
     for (Unit const& larger : units) {
-        // Two of a unit, so that little is lost by the rest that is left out.
+        // A unit is used from 2 of it, which limits the error of omitting the remainder.
         if (seconds >= 2 * larger.seconds) {
             unit = larger;
             break;

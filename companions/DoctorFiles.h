@@ -1,4 +1,4 @@
-// Facts about a path, and what this user may do with it. Nothing is opened or changed.
+// The state of a file and the permissions of the current user for it. Opens and modifies nothing.
 #pragma once
 
 #include <optional>
@@ -6,42 +6,47 @@
 
 #include <sys/stat.h>
 
-// A directory entry by lstat(2), and its target by stat(2). The two differ for a symbolic link
-// only: the entry of a dangling link exists, and its target does not.
+// The directory entry at a path (lstat(2)) and its target (stat(2)), both examined once, by the
+// constructor. They differ only for a symbolic link.
 class FileFacts {
 public:
     explicit FileFacts(char const* path);
 
-    // Whether lstat(2) finds no entry.
+    // The directory entry.
+
+    // There is no entry.
     bool IsAbsent() const { return IsNotFound(entryError); }
-    // Whether lstat(2) fails for another reason; nothing is known about the entry then.
+    // lstat(2) failed for another reason.
     bool IsUnexaminable() const { return entryError != 0 && !IsAbsent(); }
     bool IsLink() const { return entryError == 0 && S_ISLNK(entry.st_mode); }
-    // Whether both have the same entry, with the same inode unchanged in between, or both none.
+    // True if the inode and its time of change (st_ctime) are the same, or if neither has an entry.
     bool HasSameEntryAs(FileFacts const& other) const;
 
-    // The target; symbolic links are followed, as the exchange follows them.
+    // The target. The exchange follows symbolic links, too.
+
     bool Exists() const { return error == 0; }
     bool IsMissing() const { return IsNotFound(error); }
     bool IsUnknown() const { return error != 0 && !IsMissing(); }
     bool IsDirectory() const { return Exists() && S_ISDIR(facts.st_mode); }
     bool IsRegularFile() const { return Exists() && S_ISREG(facts.st_mode); }
 
-    // Whether others than owner and group may remove and replace what anybody has put there.
+    // True if all users can remove and replace the entries of this directory: it is writable by
+    // others and not sticky.
     //
     // REQUIRES: Exists().
     bool IsOpenToOthers() const;
 
-    // Of R_OK, W_OK and X_OK: 0, or why the effective user is refused (EACCES, EROFS).
+    // Returns 0 if the effective user has the rights (R_OK, W_OK, X_OK), or the error number of
+    // faccessat(2), such as EACCES or EROFS.
     int Refusal(int rights) const;
 
-    // "owned by user root and group 0, mode 0755"; a user without a name (UserName.h) is a number.
+    // Returns text such as "owned by user root and group 0, mode 0755".
     //
     // REQUIRES: Exists().
     std::string OwnerAndMode() const;
-    // The system's text for the error of lstat(2) or stat(2).
+    // Returns the system's message for the error of lstat(2) or stat(2).
     std::string Reason() const;
-    // Since the last change of its content; negative if that lies in the future. Saturated.
+    // Returns the time since the last modification; negative if that is in the future. Saturates.
     //
     // REQUIRES: Exists().
     long long AgeInSeconds() const;
@@ -61,17 +66,17 @@ private:
     int error = 0;
 };
 
-// `end` - `start`, or the nearest value of the type.
+// Returns `end` - `start`, saturated.
 long long SecondsBetween(long long start, long long end);
 
-// "12 seconds old", "3 days old", or that it is dated in the future.
+// Returns "12 seconds old", "3 days old", or "dated in the future" for a negative number.
 std::string DescribeAge(long long seconds);
 
-// Whether a sticky directory keeps this user from renaming and removing the file: only root and the
-// owners of the file and of the directory may.
+// True if the sticky bit of the directory prevents this user from renaming and removing the file.
+// Root and the owners of the file and of the directory can do both.
 bool IsKeptByStickyDirectory(FileFacts const& file, FileFacts const& directory);
 
-// Whether the system refuses to open an existing file with O_CREAT, although its mode allows it: in
-// a sticky directory that others may write to, the files of other users are protected (the setting
-// fs.protected_regular; see proc(5)). Root is no exception.
+// True if the kernel refuses to open the existing file with O_CREAT, whatever its mode: it is in a
+// sticky directory that others can write to, and belongs neither to this user nor to the owner of
+// the directory (fs.protected_regular of proc(5)). Applies to root, too.
 bool IsProtectedByStickyDirectory(FileFacts const& file, FileFacts const& directory);

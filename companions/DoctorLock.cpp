@@ -41,7 +41,7 @@ Finding DescribeHolder(pid_t holder) {
             "look for a program other than these that has the lock file open (fuser)"};
 }
 
-// Whether the exchange could open the lock file for writing.
+// Checks that the exchange could open the lock file for writing.
 Finding CheckFile(FileFacts const& file) {
     FileFacts const directory(AgentPaths::requestDirectory);
     if (file.IsLink())
@@ -80,7 +80,7 @@ LockState AskForLock() {
         return {LockState::none};
     if (!facts.IsRegularFile())
         return {LockState::unknown};
-    // O_NONBLOCK: a FIFO that has replaced the file would block the call.
+    // O_NONBLOCK: open(2) would block if a FIFO had replaced the file.
     int const file = open(AgentPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
         return {LockState::unknown};

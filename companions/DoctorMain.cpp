@@ -1,4 +1,4 @@
-// compliance-doctor: finds the reason why an evaluation fails on this machine.
+// compliance-doctor: diagnoses why evaluations fail on this machine.
 #include <unistd.h>
 
 #include "companions/Doctor.h"

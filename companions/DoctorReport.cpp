@@ -16,7 +16,7 @@ constexpr std::array<char const*, 4> verdictNames = {"ok", "note", "problem", "s
 
 std::string NameOf(Verdict verdict) { return verdictNames[static_cast<std::size_t>(verdict)]; }
 
-// What the system says of a process may be any bytes.
+// Command names and paths of processes can contain arbitrary bytes.
 Json MakeObject(Finding const& finding) {
     Json object = {{"check", finding.check}, {"verdict", NameOf(finding.verdict)}};
     if (!finding.cause.empty())
@@ -55,6 +55,6 @@ void WriteJson(Findings const& findings, Output& output) {
     Json const document = {{"schemaVersion", doctorSchemaVersion},
                            {"healthy", !HasProblem(findings)},
                            {"checks", checks}};
-    // As plain ASCII on a terminal, which need not use UTF-8.
+    // ASCII only on a terminal, which may not use UTF-8.
     output.Write(document.dump(2, ' ', output.IsTerminal()) + "\n");
 }

@@ -1,17 +1,18 @@
-// Findings as text and as JSON.
+// Writes the findings of compliance-doctor as text and as JSON.
 #pragma once
 
 #include "companions/Doctor.h"
 
 class Output;
 
-// The schema's version. A member, a check or a cause may be added within a version.
+// The version of schema/compliance-doctor.schema.json. New members, checks and causes do not change
+// it.
 constexpr int doctorSchemaVersion = 1;
 
 bool HasProblem(Findings const& findings);
 
-// A line each: "VERDICT CHECK: MESSAGE", and the remedy where there is one.
+// Writes a line "VERDICT CHECK: MESSAGE" for each finding, followed by the remedy if there is one.
 void WriteText(Findings const& findings, Output& output);
 
-// One object. The schema is schema/compliance-doctor.schema.json.
+// Writes one JSON object.
 void WriteJson(Findings const& findings, Output& output);

@@ -24,7 +24,7 @@ public:
 
     bool IsOver() const { return end && Clock::now() >= *end; }
 
-    // Not past the deadline; a stop signal ends it.
+    // Sleeps until the pause or the deadline ends, or a stop signal is received.
     void Sleep(milliseconds pause) const {
         if (end)
             pause = std::min(pause, std::chrono::ceil<milliseconds>(*end - Clock::now()));
@@ -36,7 +36,7 @@ private:
     std::optional<Clock::time_point> const end;
 };
 
-// An evaluation that COMPLIANCE_Open has opened. An exception closes it too.
+// Closes an evaluation that COMPLIANCE_Open has opened, at the latest when it is destroyed.
 class OpenEvaluation {
 public:
     OpenEvaluation() = default;
@@ -53,7 +53,7 @@ public:
     }
 
 private:
-    // The exception that is under way is the one to report.
+    // Called during stack unwinding: the first exception propagates, so others are dropped.
     static void CloseWithoutThrowing() {
         try {
             COMPLIANCE_Close();
@@ -77,7 +77,7 @@ Row GetRow(unsigned int index) {
     return row;
 }
 
-// Returns whether the evaluation stops before the next call to the agent, and stores how it ends.
+// Returns true and sets `end` if the evaluation must stop before the next call of the C API.
 bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
     if (StopSignal() != 0)
         end = {EvaluationEnd::stopped, StopSignal()};
@@ -88,7 +88,7 @@ bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
     return true;
 }
 
-// The end by a final answer.
+// Returns the end of an evaluation for which the agent sent a final answer.
 EvaluationEnd EndByAnswer(int state, int error, ResponseWatch const& response, bool allowStale) {
     ResponseState const answer = LookAtResponse();
     bool const unchanged = response.IsUnchanged(answer);
@@ -119,7 +119,7 @@ EvaluationEnd Poll(Deadline const& deadline, bool allowStale, Progress& progress
     return end;
 }
 
-// The evaluation is open; its end, with the result of the close.
+// REQUIRES: the evaluation is open.
 EvaluationEnd PollAndClose(Deadline const& deadline, bool allowStale, Progress& progress,
                            std::function<void(Rows const&, bool stale)> const& useRows) {
     OpenEvaluation evaluation;

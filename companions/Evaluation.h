@@ -1,4 +1,4 @@
-// One evaluation over the five functions, from open to close.
+// Runs one evaluation through the C API, from COMPLIANCE_Open to COMPLIANCE_Close.
 #pragma once
 
 #include <chrono>
@@ -11,47 +11,46 @@ class Progress;
 struct Rows;
 
 struct EvaluationRequest {
-    // Null for a request by default.
+    // Both null: the request has no URL and no document (-d).
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
     std::optional<std::chrono::steady_clock::time_point> deadline = {};
-    // Whether a final answer that was there before its request counts as an answer.
+    // Accept a stale final answer: a response that was already there before the request.
     bool allowStale = false;
 };
 
 struct EvaluationEnd {
     enum What {
-        finished,   // and the rows have been used
-        agentError, // the number is the agent's
-        failed,     // the number is a negative code of the interface
-        timedOut,   // the deadline of the request is over
-        stopped,    // the number is that of the signal (StopSignals.h)
-        stale,      // the final answer was there before its request; the number is its state
+        finished,   // and `useRows` has returned
+        agentError, // the agent reported the error `number`
+        failed,     // a function of the C API returned the error code `number`
+        timedOut,   // the deadline has passed
+        stopped,    // the stop signal `number` was received (StopSignals.h)
+        stale,      // the final answer was stale; `number` is its state
     };
 
     What what = finished;
     int number = 0;
-    // What became of the last exchange; 0 also where none was owed.
+    // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // Whether the answers to Open, to the last Progress and to Close were there before their
-    // requests (see ResponseWatch). An agent may leave the old answer to Open and Close.
+    // The responses to Open, to the last Progress and to Close did not change (ResponseWatch). An
+    // agent may leave the old response in place for Open and Close.
     bool openUnchanged = false;
     bool answerUnchanged = false;
     bool closeUnchanged = false;
-    // The response with the final answer; it does not exist if there was no such answer.
+    // The file with the final answer. `ResponseState::exists` is false if there was none.
     ResponseState answer = {};
 };
 
-// Opens an evaluation, polls it once a second until it ends, lets the rows be used, and closes it.
-// Whatever ends it early (the limit, a stop signal, an exception), an evaluation that was opened is
-// closed.
+// Opens an evaluation, polls it once a second until it ends, passes the rows to `useRows`, and
+// closes it. Always closes an evaluation that it has opened, including after a timeout, a stop
+// signal or an exception.
 //
-// The deadline and the signal are checked between calls to the agent: a call under way is waited
-// for. A signal counts more than all else, a finished evaluation more than the deadline.
+// Checks the deadline and the signals between calls of the C API, so a running exchange completes
+// first. A signal has precedence over every other end, and a final answer over the deadline.
 //
-// `useRows` gets `stale`: whether the answer with the rows was there before its request. The
-// rows are valid only during the call. An exception of `useRows`, and std::bad_alloc of the C API,
-// leave this function after the close.
+// `useRows` takes the rows, which are valid only during the call, and whether their answer was
+// stale. Exceptions of `useRows`, and std::bad_alloc of the C API, propagate after the close.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
                        std::function<void(Rows const&, bool stale)> const& useRows);

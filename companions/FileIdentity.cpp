@@ -9,7 +9,7 @@
 
 namespace {
 
-// Of a file that exists; `newName` is the name in a directory otherwise.
+// `facts` describes the file, or the directory in which `newName` does not exist yet.
 FileIdentity MakeIdentity(struct stat const& facts, std::string const& newName = "") {
     return {facts.st_dev, facts.st_ino, newName};
 }

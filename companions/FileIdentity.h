@@ -1,4 +1,4 @@
-// Whether two paths name one file, however they are written.
+// Detects different paths that name the same file.
 #pragma once
 
 #include <compare>
@@ -8,29 +8,30 @@
 
 #include <sys/types.h>
 
-// The device and inode of a file. For a file that does not exist, those of its directory, and its
-// name there.
+// The device and inode of a file, or of the directory of a file that does not exist.
 struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;
+    // The name within the directory; empty for an existing file.
     std::string newName = {};
 
     auto operator<=>(FileIdentity const&) const = default;
 };
 
-// Follows symbolic links. Returns nothing for a path that cannot name a file.
+// Returns the identity of a file, following symbolic links. Returns nullopt if neither the file nor
+// its directory exists, or if the path ends with "/" and does not exist.
 std::optional<FileIdentity> IdentifyFile(std::string const& path);
 
-// The same for the path of an output, where "-" is standard output. Returns nothing for a standard
-// output that is no regular file.
+// The same for the path of an output, where "-" is standard output. Returns nullopt if standard
+// output is not a regular file.
 std::optional<FileIdentity> IdentifyOutput(std::string const& path);
 
-// A file of a command line: the option or operand that names it, and its path.
+// A file on the command line: the option or operand that names it, and its path.
 struct NamedFile {
     std::string name;
     std::string path;
 };
 
-// Throws CommandLineError if one of the outputs is also another output or an input. Publishing an
-// output replaces the other file, or one output replaces the other.
+// Throws CommandLineError if an output is the same file as another output or as an input, because
+// publishing the output would replace the other file.
 void RefuseSharedFiles(std::vector<NamedFile> const& outputs, std::vector<NamedFile> const& inputs);

@@ -24,13 +24,14 @@ std::string Dump(Json const& value, Output const& output) {
     return value.dump(onOneLine, ' ', asAscii);
 }
 
-// Whether JSON has the text as it is, between quotes.
+// True if the text needs no escapes in a JSON string.
 bool IsPlainInJson(std::string_view text) {
     return std::ranges::all_of(
         text, [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });
 }
 
-// Appends `"name":"text"`. Most texts are plain, and a Json object costs more than all else.
+// Appends `"name":"text"`. Text without escapes is appended directly, because constructing a Json
+// object would dominate the time.
 void AppendMember(std::string& object, char const* name, std::string_view text,
                   Output const& output) {
     if (IsPlainInJson(text)) {
@@ -84,7 +85,7 @@ Json MakeProvenance(Provenance const& provenance) {
     return object;
 }
 
-// What both formats of rows begin with.
+// Returns the members that precede the rows in both formats.
 Json MakeHead(Rows const& rows, Provenance const& provenance) {
     Json head = {
         {"schemaVersion", jsonReaderVersion}, {"outcome", "finished"}, {"rowCount", rows.count}};

@@ -1,4 +1,5 @@
-// Rows, and failures, as JSON (RFC 8259). The schema is schema/compliance-query.schema.json.
+// Writes rows and failures as JSON (RFC 8259). schema/compliance-query.schema.json specifies the
+// documents.
 #pragma once
 
 #include <optional>
@@ -10,33 +11,31 @@
 class Output;
 struct Rows;
 
-// The version that a reader needs to know, and the version of all members. A member may be added
-// without a new version that a reader needs to know.
+// "schemaVersion" and the version of the schema file. New members change only the latter.
 constexpr int jsonReaderVersion = 1;
 constexpr int jsonSchemaVersion = 2;
 
 struct JsonFailure {
     int exitStatus = 0;
-    // Of the exit status (QueryExitFacts).
+    // The exit status as a word (QueryExitFacts).
     std::string_view word = {};
-    // The negative code of the interface, if it is one.
+    // The error code of the C API, if it failed.
     std::optional<int> code = {};
-    // The number that the agent reports, if it is the agent's error.
+    // The error number of the agent, if it reported an error.
     std::optional<int> agentError = {};
     std::string message = {};
 };
 
-// One object with all rows, a row on each line. The rows are written one by one. On a terminal all
-// characters but the printable ones of ASCII are escaped by their code ("\u001b"), because a
-// terminal may interpret them.
+// Writes one object with all rows, each on a line of its own, row by row. On a terminal, control
+// characters and non-ASCII characters are escaped ("\u001b"), because the terminal may interpret
+// them.
 //
-// A member has the text of its field. If that is not UTF-8, the member has the readable text
-// (VisibleText.h) and a second member, whose name ends with "Base64", has the exact bytes.
+// If a text is not UTF-8, its member has readable text (MakeReadable of VisibleText.h), and a
+// second member, whose name ends with "Base64", has the exact bytes.
 void WriteJson(Rows const& rows, Provenance const& provenance, Output& output);
 
-// A line with the members of WriteJson except the rows, then each row as an object on a line of its
-// own.
+// Writes a line with the members of WriteJson except the rows, then one line for each row.
 void WriteNdjson(Rows const& rows, Provenance const& provenance, Output& output);
 
-// The object that is written instead if there are no rows, on one line.
+// Writes the object for an evaluation without rows, on one line.
 void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Output& output);

@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-// Appends the four characters for one to three bytes.
+// Appends the four base64 characters of one to three bytes.
 void AppendGroup(std::string& text, std::string_view group) {
     std::uint32_t bits = 0;
     for (std::size_t index = 0; index < 3; ++index)
@@ -22,7 +22,7 @@ void AppendGroup(std::string& text, std::string_view group) {
         text += index <= group.size() ? alphabet[bits >> (18 - 6 * index) & 63] : '=';
 }
 
-// Appends the bytes of four characters. Returns false if they are no group of base64.
+// Appends the bytes of four base64 characters. Returns false if these are invalid.
 bool AppendBytes(std::string& bytes, std::string_view group) {
     std::size_t const padding = group.ends_with("==") ? 2 : group.ends_with('=') ? 1 : 0;
     std::uint32_t bits = 0;
@@ -80,7 +80,7 @@ std::optional<std::string> DecodeBase64(std::string_view text) {
     for (std::string_view rest = text; !rest.empty(); rest.remove_prefix(4))
         if (!AppendBytes(bytes, rest.substr(0, 4)))
             return {};
-    // Refuses padding before the end, and bits that no byte has.
+    // Rejects padding before the end, and unused bits that are not 0.
     if (EncodeBase64(bytes) != text)
         return {};
     return bytes;

@@ -1,4 +1,4 @@
-// Texts in JSON that need not be UTF-8.
+// Represents texts that may not be UTF-8 in JSON.
 #pragma once
 
 #include <optional>
@@ -9,20 +9,20 @@
 
 #include "companions/Rows.h"
 
-// Adds a member with the text. If the text is not UTF-8, the member has the readable text
-// (VisibleText.h), and a second member, whose name ends with "Base64", has the exact bytes.
+// Adds a member with the text. If the text is not UTF-8, the member has readable text (MakeReadable
+// of VisibleText.h), and a second member, whose name ends with "Base64", has the exact bytes.
 void AddText(nlohmann::ordered_json& object, std::string const& name, std::string_view text);
 
-// Adds a member with the text, or with null if there is none.
+// The same, but adds a null member for nullopt.
 void AddTextOrNull(nlohmann::ordered_json& object, std::string const& name,
                    std::optional<std::string_view> text);
 
-// Returns an object with the number of rows of each result. Results that are not UTF-8 may have the
-// same readable text; their numbers are added up.
+// Returns an object with the number of rows for each result. The numbers of results with the same
+// readable text are added, which is possible if they are not UTF-8.
 nlohmann::ordered_json MakeCounts(ResultCounts const& counts);
 
 // Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.
 std::string EncodeBase64(std::string_view bytes);
 
-// Decodes what EncodeBase64 returns; nothing for any other text.
+// Decodes the output of EncodeBase64. Returns nullopt for any other text.
 std::optional<std::string> DecodeBase64(std::string_view text);

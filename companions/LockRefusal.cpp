@@ -28,7 +28,7 @@ QueryFailure DescribeLockRefusal() {
         return {QueryExit::busy, MessageOf(finding), true};
     if (finding.verdict == Verdict::problem)
         return {QueryExit::exchangeFailed, MessageOf(finding)};
-    // An existing lock file needs no right to write to its directory.
+    // Write permission for the directory is required only to create the lock file.
     Finding const directory = CheckRequestDirectory();
     if (directory.verdict == Verdict::problem && !FileFacts(AgentPaths::lockFile).Exists())
         return {QueryExit::exchangeFailed, MessageOf(directory)};

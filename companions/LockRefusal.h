@@ -1,11 +1,13 @@
-// Why the exchange refused the lock.
+// Diagnoses COMPLIANCE_ERROR_LOCK.
 #pragma once
 
 #include "companions/QueryExit.h"
 
-// Examines the machine after COMPLIANCE_ERROR_LOCK, which has three causes: the agent or its
-// directory is missing (noAgent), the lock was held (busy), or this user cannot use the lock file
-// (exchangeFailed). A lock that is free by now was held.
+// Examines the machine and returns the cause of COMPLIANCE_ERROR_LOCK:
 //
-// REQUIRES: this process does not hold the lock, which would be lost.
+// - noAgent: the agent's program or the request directory is missing;
+// - exchangeFailed: this user cannot use the lock file;
+// - busy: the lock is held, or was held and is free now.
+//
+// REQUIRES: this process does not hold the lock; the examination would release it.
 QueryFailure DescribeLockRefusal();

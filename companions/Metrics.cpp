@@ -20,7 +20,7 @@ constexpr std::size_t maxResultSize = 100;
 constexpr std::size_t maxFormerSize = 64 * 1024;
 constexpr char others[] = "other";
 
-// Well-formed UTF-8 with the three escapes of the format.
+// Returns readable text with the three escapes of label values: line feed, quote and backslash.
 std::string EscapeLabel(std::string_view value) {
     std::string escaped;
     for (char const c : MakeReadable(value)) {
@@ -64,7 +64,8 @@ bool TakePrefix(std::string_view& text, std::string_view prefix) {
     return hasPrefix;
 }
 
-// Removes what EscapeLabel returns and a quote from the front of the text.
+// Removes an escaped label value and the closing quote from the front of the text. Returns false if
+// EscapeLabel cannot have written the value.
 bool TakeLabelEnd(std::string_view& text) {
     for (std::size_t index = 0; index < text.size(); ++index)
         if (text[index] == '"') {
@@ -80,7 +81,7 @@ bool TakeLabelEnd(std::string_view& text) {
     return false;
 }
 
-// Digits, possibly with a point and more digits.
+// True for digits, optionally followed by a point and digits.
 bool IsValue(std::string_view text) {
     std::size_t const point = std::min(text.find('.'), text.size());
     auto const areDigits = [](std::string_view digits) {
@@ -90,8 +91,7 @@ bool IsValue(std::string_view text) {
            (point == text.size() || areDigits(text.substr(point + 1)));
 }
 
-// Whether the text is the end of a sample as Writer::Add writes it: after the labels that all
-// samples have.
+// True if Writer::Add can have written the text after the name and the common labels.
 bool IsEndOfSample(std::string_view text, bool hasResult) {
     return (!hasResult || (TakePrefix(text, resultLabel) && TakeLabelEnd(text))) &&
            TakePrefix(text, "} ") && IsValue(text);
@@ -118,7 +118,7 @@ public:
         Add(name, value);
     }
 
-    // Adds the values of this name and these labels that the former text has, each sample once.
+    // Copies the samples with this name and the same labels from `former`, without duplicates.
     void Keep(std::string const& name, std::string const& help, bool hasResult = false) {
         Describe(name, help);
         std::string const begin = name + labels;
@@ -158,7 +158,7 @@ void AddRows(Writer& writer, Metrics const& metrics) {
         writer.Add(failingName, std::to_string(*metrics.failing));
 }
 
-// The text of the file, or nothing if it can't be read or is too large for metrics.
+// Returns the content of the file, or an empty string if it cannot be read or exceeds the limit.
 std::string ReadFormer(std::string const& path) {
     std::ifstream file(path, std::ios::binary);
     std::string text(maxFormerSize + 1, '\0');

@@ -1,4 +1,4 @@
-// An evaluation as metrics in the text format of Prometheus (--prometheus), for the textfile
+// Metrics of an evaluation in the text format of Prometheus (--prometheus), for the textfile
 // collector of node_exporter:
 // https://prometheus.io/docs/instrumenting/exposition_formats/#text-based-format
 #pragma once
@@ -12,32 +12,33 @@
 #include "companions/Rows.h"
 
 struct Metrics {
-    // Labels of each value. Empty for a request by default, and without --config.
+    // Labels of all samples. `document` is empty with -d, `config` without --config.
     std::string document = {};
     std::string config = {};
     int exitStatus = 0;
-    // Whether the final answer was there before its request.
+    // The final answer was there before its request.
     bool stale = false;
     timespec start = {};
     std::chrono::milliseconds duration{};
-    // The number of rows with each result; nothing if the evaluation did not finish.
+    // The number of rows for each result; nullopt if the evaluation did not finish.
     std::optional<ResultCounts> results = {};
-    // The number of rows with another result than those of --strict; nothing without --strict.
+    // The number of rows whose result --strict does not accept; nullopt without --strict.
     std::optional<unsigned int> failing = {};
 };
 
-// Returns a line for each value, after lines HELP and TYPE. There are no timestamps, because the
-// collector refuses them; the times are values.
+// Returns all metrics, each with HELP and TYPE lines. Times are values. Samples have no timestamps,
+// because the collector rejects them.
 //
-// `former` is the text of the metrics before, possibly empty. An evaluation without rows keeps its
-// rows and the time of its last success, if the labels are the same: a failed run must not end the
-// alert for failing rows. Lines that this function cannot have written are not kept.
+// `former` is the previous content of the file, possibly empty. If the evaluation did not finish,
+// the samples of rows with the same labels are kept, because a failed run must not end an alert for
+// failing rows. The time of the last success is kept if the evaluation did not finish or is stale.
+// Lines that this function cannot have written are not kept.
 //
-// At most 20 results have a value of their own, those with most rows. The rows of the others are
-// summed as "other", and so are those whose result has more than 100 bytes. Ill-formed bytes are
-// shown as "\xHH".
+// The 20 results with the most rows have samples of their own. The rows with other results, and
+// with results of more than 100 bytes, are counted as "other". Ill-formed bytes are written as
+// "\xHH".
 std::string FormatMetrics(Metrics const& metrics, std::string_view former);
 
-// Replaces the file by the metrics, with the mode 0644 whatever the umask, since the collector is
-// another user. Throws ResultFileError.
+// Replaces the file atomically. Throws ResultFileError. The mode of the file is 0644, whatever the
+// umask is, because the collector runs as another user.
 void WriteMetrics(std::string const& path, Metrics const& metrics);

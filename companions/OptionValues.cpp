@@ -15,7 +15,7 @@ bool Contains(std::vector<std::string> const& texts, std::string const& text) {
     return std::ranges::find(texts, text) != texts.end();
 }
 
-// The seconds of the unit at the end of the text, which is removed.
+// Removes the unit from the end of the text. Returns its number of seconds.
 long long TakeUnit(std::string_view& text) {
     constexpr std::array units = {std::pair{'s', 1}, std::pair{'m', 60}, std::pair{'h', 3600}};
     for (auto const& [letter, unitSeconds] : units) {
@@ -47,8 +47,7 @@ std::optional<long long> ParseNumber(std::string_view text) {
     return number;
 }
 
-// An empty entry is rather an unset variable of a script than a name, and a repeated one is a
-// mistake.
+// An empty entry is probably an unset variable of a script.
 std::vector<std::string> ParseList(std::string const& list) {
     std::vector<std::string> entries;
     for (std::size_t start = 0; start <= list.size();) {

@@ -1,5 +1,4 @@
-// Values of options and settings, from text, and the options that have them. `rules` are those of
-// the program.
+// Parses values of options and settings. Parameters named `rules` are the options of the program.
 #pragma once
 
 #include <chrono>
@@ -13,15 +12,15 @@
 #include "companions/Arguments.h"
 #include "companions/Color.h"
 
-// A value that is not accepted. One line: the value in quotes and what is wrong with it, such as
+// A value that is not accepted. what() is one line: the value in quotes and the reason, such as
 // "'a,,b' has an empty entry".
 class ValueError : public std::runtime_error {
 public:
-    // `reason` is a verb with its complement, such as "has 'a' twice".
+    // `reason` is a predicate, such as "has 'a' twice".
     explicit ValueError(std::string const& value, std::string const& reason = "is not accepted");
 };
 
-// What the functions below accept, in words.
+// Descriptions of the accepted values, for OptionRule::accepted.
 inline constexpr char acceptedResults[] = "a list of results with commas between";
 inline constexpr char acceptedDuration[] =
     "a time from 1 second to 2147483647 seconds, such as 90, 90s, 5m or 2h";
@@ -31,23 +30,24 @@ inline constexpr char acceptedColor[] = "auto, always or never";
 // Removes spaces and tabs at both ends.
 std::string TrimSpaces(std::string_view text);
 
-// The whole text as a decimal number without a sign; nothing for any other text.
+// Parses a decimal number without a sign. Returns nullopt if the text is anything else, or if the
+// number is out of range.
 std::optional<long long> ParseNumber(std::string_view text);
 
-// The others throw ValueError. Entries of lists are trimmed; none is empty or repeated.
+// Throw ValueError. Entries of lists are trimmed; an empty or repeated entry is an error.
 std::vector<std::string> ParseList(std::string const& list);
 std::chrono::seconds ParseDuration(std::string const& value);
 ColorMode ParseColor(std::string const& value);
-// The path of a result file (ResultFile.h), unchanged.
+// Checks that a ResultFile can have this path, and returns it unchanged.
 std::string ParseFile(std::string const& path);
 
-// Throws the CommandLineError of a value that is not accepted; `problem` is the text of a
-// ValueError.
+// Throws the CommandLineError for a value of the option. `problem` is the what() of a ValueError.
 //
 // REQUIRES: a rule has the name `option`.
 [[noreturn]] void RefuseOption(std::span<OptionRule const> rules, std::string_view option,
                                std::string const& problem);
 
+// Returns `parse(value)`. Converts a ValueError to the CommandLineError of the option.
 template <typename Parse>
 auto ParseOption(std::span<OptionRule const> rules, char const* option, std::string const& value,
                  Parse const& parse) {
@@ -58,8 +58,8 @@ auto ParseOption(std::span<OptionRule const> rules, char const* option, std::str
     }
 }
 
-// Stores the last value of the option, if there is one. An earlier one is parsed too, because a
-// wrong value is a mistake in any place.
+// Stores the last value of the option, if there is one. Throws CommandLineError if any of its
+// values is not accepted.
 template <typename Parse, typename Target>
 void ReadLast(std::span<OptionRule const> rules, Arguments const& arguments, char const* option,
               Parse const& parse, Target& target) {
@@ -67,6 +67,6 @@ void ReadLast(std::span<OptionRule const> rules, Arguments const& arguments, cha
         target = ParseOption(rules, option, value, parse);
 }
 
-// Returns the results in all values of the option, each one once.
+// Returns the union of the lists in all values of the option, without duplicates.
 std::vector<std::string> ReadResults(std::span<OptionRule const> rules, Arguments const& arguments,
                                      char const* option);

@@ -34,14 +34,14 @@ bool IsOpenForWriting(int descriptor) {
     return flags >= 0 && (flags & O_ACCMODE) != O_RDONLY;
 }
 
-// The file of a pseudo-terminal master is a multiplexer: to open it again makes another terminal.
+// Reopening a pseudo-terminal master (/dev/ptmx) would create another terminal.
 bool IsPseudoTerminalMaster(int descriptor) {
     std::array<char, 64> name{};
     return ptsname_r(descriptor, name.data(), name.size()) == 0;
 }
 
-// Opens a pipe or a terminal again, with file status flags that belong to this process alone.
-// Returns the descriptor itself for anything else, and where the system does not allow it.
+// Reopens a pipe or a terminal with O_NONBLOCK, because setting that flag on the descriptor would
+// affect other processes. Returns the descriptor itself for other files, and on failure.
 int ReopenWithoutBlocking(int descriptor) {
     bool const isTerminal = isatty(descriptor) == 1 && !IsPseudoTerminalMaster(descriptor);
     bool const isUseful = isTerminal || TypeOf(descriptor) == S_IFIFO;
@@ -55,12 +55,12 @@ int ReopenWithoutBlocking(int descriptor) {
 
 } // namespace
 
-// The locale of the process, by which the library converts text, stays as it is.
+// Does not change the locale of the process, which the library uses to convert text.
 CharacterSet CharacterSetOfLocale() {
     locale_t const locale = newlocale(LC_CTYPE_MASK, "", nullptr);
     if (locale == nullptr)
         return CharacterSet::ascii;
-    // In a static program nl_langinfo_l(3) ignores its locale, but nl_langinfo(3) does not.
+    // Not nl_langinfo_l(3), which ignores its locale in a static program.
     locale_t const former = uselocale(locale);
     bool const isUtf8 = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
     uselocale(former);
@@ -119,7 +119,8 @@ void Output::WriteAll(std::string_view rest) {
     }
 }
 
-// A pipe that is writable takes PIPE_BUF bytes without blocking, even where it was not reopened.
+// A pipe that poll(2) reports as writable accepts PIPE_BUF bytes without blocking, even if it could
+// not be reopened.
 ssize_t Output::WriteSome(std::string_view bytes) const {
     if (!mayBlock)
         return write(target, bytes.data(), bytes.size());
@@ -129,8 +130,8 @@ ssize_t Output::WriteSome(std::string_view bytes) const {
     return -1;
 }
 
-// A terminal may refuse a line feed though poll(2) reports it as writable, and another process may
-// have filled the pipe since.
+// EAGAIN is possible after poll(2): a terminal may refuse a line feed, and another process may have
+// filled the pipe.
 void Output::HandleError(int number) {
     bool const temporary = number == EINTR || (number == EAGAIN && mayBlock);
     if (!temporary)

@@ -9,17 +9,17 @@
 
 #include "companions/VisibleText.h"
 
-// Buffers what is written. Writes the buffer when it is full, and at Flush; a large text is not
-// copied. Not thread-safe.
+// A buffered writer. Writes to the file descriptor when the buffer is full, and in Flush. The
+// destructor does not flush. Not thread-safe.
 //
-// Error handling: the first failure is kept, and whatever is written afterwards is dropped. A stop
-// signal (StopSignals.h) ends the wait for a slow reader, with the failure EINTR, whether it comes
-// before the write or during it. Bytes that need no wait are written after a stop signal too.
+// Error handling: the first error is stored, and all later output is discarded. While a write has
+// to wait for a slow reader, a stop signal (StopSignals.h), received before or during the wait,
+// ends it with the error EINTR. Output that need not wait is written even after a stop signal.
 //
-// The file status flags of the descriptor are never changed, since other processes may share them.
+// Never changes the file status flags of the descriptor, because other processes may share them.
 class Output {
 public:
-    // The descriptor is not closed.
+    // Does not take ownership of the descriptor, which must stay open while the object exists.
     explicit Output(int descriptor);
     ~Output();
     Output(Output const&) = delete;
@@ -27,14 +27,13 @@ public:
 
     void Write(std::string_view bytes);
     void Flush();
-    // 0, or the number of the first error.
+    // Returns the error number of the first error, or 0.
     int Error() const { return error; }
     bool IsTerminal() const { return terminal; }
-    // Returns ascii for a terminal unless the environment names a locale with UTF-8 (LC_ALL,
-    // LC_CTYPE, LANG), and unicode for everything else.
+    // Returns CharacterSetOfLocale() for a terminal, and unicode for everything else.
     CharacterSet Characters() const { return characters; }
-    // Returns the number of columns: that of the environment variable COLUMNS, or of the terminal.
-    // Without either there is no limit, and it returns the largest number.
+    // Returns the number of columns from the environment variable COLUMNS, or else from the
+    // terminal. Returns the maximum of the type if neither is available.
     std::size_t Width() const;
 
 private:
@@ -46,15 +45,16 @@ private:
     bool const terminal;
     CharacterSet const characters;
     bool const mayBlock;
-    // The descriptor itself, or the same file opened again without blocking.
+    // `descriptor`, or a non-blocking descriptor of the same file.
     int const target;
     int error = 0;
     std::string waiting;
 };
 
-// Returns unicode if the environment names a locale with UTF-8 (LC_ALL, LC_CTYPE, LANG).
+// Returns unicode if the locale of the environment (LC_ALL, LC_CTYPE, LANG) uses UTF-8, otherwise
+// ascii.
 CharacterSet CharacterSetOfLocale();
 
-// Writes "PROGRAM: TEXT" and a line feed to standard error at once, with TEXT as visible text
-// (VisibleText.h).
+// Writes "PROGRAM: TEXT" and a line feed to standard error, unbuffered. Converts the text to
+// visible text (VisibleText.h). Ignores errors.
 void WriteMessage(std::string_view program, std::string_view text);

@@ -18,7 +18,7 @@ namespace {
 
 iovec Part(std::string_view text) { return {const_cast<char*>(text.data()), text.size()}; }
 
-// WriteMessage would allocate memory.
+// Not WriteMessage, which allocates memory.
 void ReportExhaustedMemory(std::string_view program) {
     std::array const parts = {Part(program), Part(": out of memory\n")};
     [[maybe_unused]] ssize_t const written =
@@ -27,8 +27,8 @@ void ReportExhaustedMemory(std::string_view program) {
 
 Program const* running = nullptr;
 
-// For std::bad_alloc out of a destructor: that of a JSON value allocates memory. After any other
-// exception the process aborts, as it does by default.
+// The terminate handler. Reports a std::bad_alloc that left a destructor: the destructor of a JSON
+// value allocates memory. Any other exception aborts the process, as without this handler.
 void EndAfterException() {
     try {
         std::rethrow_exception(std::current_exception());

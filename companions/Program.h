@@ -1,4 +1,4 @@
-// The frame of a companion's main function.
+// Shared parts of the companions' main functions.
 #pragma once
 
 #include <functional>
@@ -9,19 +9,20 @@ class Output;
 
 struct Program {
     std::string_view name;
-    // The exit statuses after CommandLineError and after any other std::exception.
+    // The exit statuses for CommandLineError and for any other std::exception.
     int usageStatus;
     int failureStatus;
 };
 
-// Opens the closed standard descriptors (StandardDescriptors.h) and returns the exit status that
-// `run` returns. Writes a message for a std::exception that `run` throws; that for std::bad_alloc
-// takes no memory.
+// Calls `run` and returns its result, the exit status. First opens the standard descriptors that
+// are closed (StandardDescriptors.h). If `run` throws a std::exception, writes a message and
+// returns the exit status for it. Reporting std::bad_alloc allocates no memory.
 int RunMain(Program const& program, std::function<int()> const& run);
 
-// Flushes the output. Returns false, with a message that names the content, if not all of it could
-// be written.
+// Flushes the output. If a write has failed, writes a message that names `content`, and returns
+// false.
 bool FinishOutput(std::string_view program, Output& output, std::string const& content);
 
-// Writes the text to standard output. Returns 0, or `failureStatus` with a message if that fails.
+// Writes the text to standard output. Returns 0. If that fails, writes a message and returns
+// `failureStatus`.
 int ShowText(std::string_view program, std::string_view text, int failureStatus);

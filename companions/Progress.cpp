@@ -11,10 +11,11 @@
 namespace {
 
 constexpr int cells = 30;
-// Back to the first column, and nothing from there to the end of the line.
+// Carriage return, then erase to the end of the line (ECMA-48).
 constexpr std::string_view clearLine = "\r\x1b[K";
 
-// Without escape sequences: longer than the bar with any text, and shorter than a line of 80.
+// Overwrites the line without escape sequences: longer than the bar with its text, and shorter than
+// 80 columns.
 std::string const& BlankLine() {
     static std::string const line = '\r' + std::string(79, ' ') + '\r';
     return line;

@@ -1,13 +1,13 @@
-// Progress of an evaluation, shown on standard error while it runs.
+// Shows the progress of an evaluation on standard error.
 #pragma once
 
 #include <string_view>
 
 #include "companions/QueryCommandLine.h"
 
-// A bar is one line of a terminal, redrawn at each step and removed at the end. It uses no escape
-// sequence if the environment variable TERM is "dumb", empty or absent. Lines are for logs:
-// "compliance-query: TEXT". Failures to write are ignored.
+// Shows progress as a bar or as lines, and ignores write errors. A bar is one line of a terminal,
+// redrawn at each step and removed at the end. It uses no escape sequences if the environment
+// variable TERM is "dumb", empty or not set. Lines are for logs: "compliance-query: TEXT".
 class Progress {
 public:
     // ProgressStyle::automatic selects a bar if standard error is a terminal, otherwise none.
@@ -18,11 +18,11 @@ public:
     Progress& operator=(Progress const&) = delete;
 
     void Opening();
-    // Shows the agent's number unchanged; the bar is limited to 0 to 100.
+    // Shows the number unchanged. The length of the bar is limited to 0 to 100.
     void Percent(int percent);
     void Closing();
 
-    // Removes the bar until it is drawn again. Call it before other output to the terminal.
+    // Removes the bar. Call it before other output to the terminal. The next step redraws the bar.
     void Clear();
 
 private:

@@ -1,4 +1,4 @@
-// Where, when and how a result was made, for results that are collected.
+// Records where, when and how a result was made, for programs that collect results.
 #pragma once
 
 #include <chrono>
@@ -11,7 +11,7 @@
 struct QueryCommandLine;
 
 struct Provenance {
-    // Null for a request by default.
+    // Both null with -d.
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
@@ -19,21 +19,22 @@ struct Provenance {
     unsigned int userId = 0;
     timespec start = {};
     timespec end = {};
-    // By a clock that nobody sets.
+    // By the monotonic clock, unlike `end` - `start`.
     std::chrono::milliseconds duration{};
-    // The final answer, and whether it was there before the request (see ResponseWatch).
+    // The final answer, and whether it is stale (ResponseWatch).
     ResponseState response = {};
     bool stale = false;
-    // Of the agent's program; nothing if it is missing.
+    // The modification time of the agent's program; nullopt if it is missing.
     std::optional<timespec> agentModified = {};
 };
 
-// Measures an evaluation from its construction.
+// Records an evaluation that starts with its construction.
 class ProvenanceRecorder {
 public:
+    // The URL and the document of the results point into `commandLine`.
     explicit ProvenanceRecorder(QueryCommandLine const& commandLine);
 
-    // Looks at the machine at the end of the evaluation.
+    // Call it at the end of the evaluation. Examines the agent's program.
     Provenance Finish(ResponseState const& answer, bool stale) const;
 
 private:

@@ -110,7 +110,7 @@ void ReadOperands(Arguments const& arguments, QueryCommandLine& result) {
     result.document = operands[1];
 }
 
-// Options that change nothing without another one are mistakes.
+// Throws if `option`, which has no effect without `other`, is used without it.
 void RefuseWithout(Arguments const& arguments, char const* option, char const* other) {
     if (arguments.Has(option) && !arguments.Has(other))
         throw CommandLineError(std::string(option) + ": accepted beside " + other + " only");
@@ -170,7 +170,8 @@ std::string ParseStatus(std::string const& text) {
     return text;
 }
 
-// --explain and --check-config send no request, so what describes one is a mistake beside them.
+// Throws if the command line describes a request although `option` (--explain or --check-config)
+// sends none.
 void RefuseRequest(Arguments const& arguments, std::string const& option) {
     for (char const* const other : {"-d", "--config", "--check-config"})
         if (other != option && arguments.Has(other))

@@ -17,41 +17,40 @@ struct QueryCommandLine {
     Action action = evaluate;
     RowFormat format = RowFormat::table;
     ProgressStyle progress = ProgressStyle::automatic;
-    // For the table only.
+    // Applies to RowFormat::table only.
     TableOptions table = {};
-    // No notes beside the results, but errors.
+    // Write errors, but no other messages.
     bool quiet = false;
     std::optional<std::chrono::seconds> timeout = {};
-    // How long to try again after a temporary failure.
+    // The time during which temporary failures are retried.
     std::optional<std::chrono::seconds> wait = {};
-    // The file to replace; nothing for standard output.
+    // nullopt: standard output.
     std::optional<std::string> outputFile = {};
-    // The file of metrics to replace.
     std::optional<std::string> metricsFile = {};
-    // Whether a failed evaluation replaces the file too.
+    // A failed evaluation replaces `outputFile`, too.
     bool keepFailures = false;
     bool allowStale = false;
-    // The good results, each one once; none if all are accepted.
+    // The good results, without duplicates. Empty: all results are good.
     std::vector<std::string> acceptedResults = {};
-    // The option or the key of the configuration that lists them.
+    // The name of the option or configuration key with `acceptedResults`.
     char const* acceptedBy = "--strict";
-    // Whether --strict accepts an evaluation without rows.
+    // Accept an evaluation without rows despite --strict.
     bool allowEmpty = false;
-    // The sum of the COMPLIANCE_FLAG_ values.
+    // The bitwise OR of COMPLIANCE_FLAG_ values.
     unsigned int flags = 0;
     // The value of --config or --check-config.
     std::string config = {};
-    // Both absent with -d.
+    // Both nullopt with -d.
     std::optional<std::string> url = {};
     std::optional<std::string> document = {};
     // The value of --explain.
     std::string status = {};
 };
 
-// Reads the arguments of main. --help and --version make the values of all other options
-// irrelevant; --explain and --check-config accept no operands. Options replace the values of the
-// file of --config. Throws CommandLineError, also with the first mistake in that file.
+// Parses the arguments of main and the configuration file of --config. Options override values of
+// the file. Throws CommandLineError; for an invalid file, with its first mistake. With --help or
+// --version, values are not checked, and operands may be missing.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
-// What --help shows.
+// Returns the output of --help.
 std::string QueryHelp();

@@ -19,12 +19,12 @@ namespace {
 constexpr std::size_t maxFileSize = 64 * 1024;
 constexpr std::size_t maxNameLength = 100;
 constexpr std::size_t maxValueLength = 4096;
-// Of a text in a message.
+// Longer texts are truncated in messages.
 constexpr std::size_t maxShownLength = 100;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 constexpr long long maxKeptResults = 10'000;
 
-// A mistake in one line. The text does not name the file and the line.
+// A mistake in one line. what() does not contain the path and the line number.
 class ConfigError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -73,7 +73,7 @@ std::string ListKeys() {
     return keys;
 }
 
-// The value without the quotes around it.
+// Returns the value without a pair of quotes around it.
 std::string Unquote(std::string const& text) {
     bool const isQuoted =
         text.size() > 1 && (text[0] == '"' || text[0] == '\'') && text.back() == text[0];
@@ -82,13 +82,13 @@ std::string Unquote(std::string const& text) {
 
 bool IsControl(char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7f'; }
 
-// The start of the text in quotes, with escapes: it may be a NUL character or a damaged file.
+// Returns the start of the text in quotes, as visible text, because it can be arbitrary bytes.
 std::string Quote(std::string const& text) {
     std::string const end = text.size() > maxShownLength ? "...'" : "'";
     return "'" + MakeVisible(text.substr(0, maxShownLength)) + end;
 }
 
-// Why systemd or this reader cannot use the value; nothing if both can.
+// Returns why the value is not accepted, or null if it is.
 char const* ProblemOf(std::string const& value) {
     if (value.empty())
         return " is empty";
@@ -182,12 +182,13 @@ private:
 
     std::string const path;
     int line = 1;
-    // Where each key is set.
+    // The line number of each key.
     std::map<std::string, int> lines;
     QueryConfig config;
 };
 
-// Reads at most one byte more than a file may have. Returns nothing, with errno set, on failure.
+// Reads the file, but at most one byte more than the limit. Returns nullopt and sets errno on
+// failure.
 std::optional<std::string> ReadContent(int descriptor) {
     std::string content(maxFileSize + 1, '\0');
     std::size_t length = 0;
@@ -232,7 +233,7 @@ std::string ParseConfigName(std::string const& name) {
 }
 
 QueryConfig ReadQueryConfig(std::string const& path) {
-    // The open of a FIFO would wait for a writer.
+    // O_NONBLOCK: open(2) of a FIFO would wait for a writer.
     int const descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor < 0)
         return {.mistakes = {path + ": cannot be read: " + std::strerror(errno)}};

@@ -47,7 +47,7 @@ std::string NameOfStatus(QueryExit status) {
     return status == QueryExit::stopped ? "128 + n" : std::to_string(static_cast<int>(status));
 }
 
-// Null if there is no such status.
+// Returns the facts of the exit status with this number, or null.
 QueryExitFacts const* FindStatus(std::string const& text) {
     for (QueryExitFacts const& facts : queryExitTable)
         if (text == std::to_string(static_cast<int>(facts.status)))

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-// The statuses are an interface: none changes its meaning. After a stop signal n the status is
+// The exit statuses are stable: none changes its meaning. After a stop signal n the exit status is
 // 128 + n.
 enum class QueryExit {
     finished = 0,
@@ -25,16 +25,16 @@ enum class QueryExit {
 
 struct QueryExitFacts {
     QueryExit status;
-    // For programs: the member "failure" of the JSON document.
+    // The member "failure" of the JSON document.
     std::string_view word;
-    // For --help and the manual page.
+    // The text of --help and of the manual page.
     std::string_view summary;
-    // For --explain.
+    // The text of --explain.
     std::string_view cause;
     std::string_view remedy;
 };
 
-// In the order of the statuses.
+// Sorted by exit status.
 extern std::array<QueryExitFacts, 13> const queryExitTable;
 
 QueryExitFacts const& FactsOf(QueryExit status);
@@ -42,28 +42,28 @@ QueryExitFacts const& FactsOf(QueryExit status);
 // Returns the table as lines of --help.
 std::string ListQueryExits();
 
-// Whether the text is the number of an exit status.
+// True if the text is the number of an exit status.
 bool IsQueryExit(std::string const& status);
 
-// Returns cause and remedy of an exit status, in lines.
+// Returns the text of --explain: summary, cause and remedy, in lines.
 //
 // REQUIRES: IsQueryExit(status).
 std::string ExplainQueryExit(std::string const& status);
 
 struct QueryFailure {
     QueryExit status;
-    // With a remedy where there is one, without a line feed.
+    // One line without a line feed, with a remedy if there is one.
     std::string message;
-    // Whether another attempt a little later may succeed: a request is waiting, another process
-    // holds the lock, or the agent is not available right now.
+    // A retry may succeed: a request is pending, another process holds the lock, or the agent is
+    // temporarily not available.
     bool temporary = false;
 };
 
-// Describes a negative code of the COMPLIANCE_ functions. For a refused lock it examines the
+// Returns the failure for an error code of the C API. For COMPLIANCE_ERROR_LOCK, examines the
 // machine (LockRefusal.h).
 //
-// REQUIRES: this process does not hold the lock, which would be lost.
+// REQUIRES: this process does not hold the lock; the examination would release it.
 QueryFailure DescribeCode(int code);
 
-// Describes an error that the agent reports.
+// Returns the failure for an error number that the agent reports.
 QueryFailure DescribeAgentError(int error);

@@ -1,5 +1,4 @@
-// compliance-query: asks the endpoint agent to evaluate a compliance document, for scripts and for
-// interactive use.
+// compliance-query: has the endpoint agent evaluate a compliance document, and prints the rows.
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -51,7 +50,7 @@ std::string DescribeFileError(char const* option, ResultFileError const& error) 
 constexpr char staleAnswer[] =
     "the agent took the request, but its answer was there before: it belongs to an earlier request";
 
-// Why an evaluation has no rows to judge.
+// Returns the failure for an evaluation without rows.
 QueryFailure DescribeFailure(EvaluationEnd const& end) {
     switch (end.what) {
     case EvaluationEnd::agentError:
@@ -78,7 +77,8 @@ JsonFailure MakeJson(EvaluationEnd const& end, QueryFailure const& failure) {
     return json;
 }
 
-// One attempt, with what outlives the rows.
+// One attempt, from the evaluation to the exit status. Stores the values that are used after the
+// rows are gone.
 class Query {
 public:
     Query(QueryCommandLine const& theCommandLine, char** theArguments)
@@ -160,7 +160,7 @@ private:
         return metrics;
     }
 
-    // Returns false, with a message, if the file has its old content.
+    // If the file cannot be replaced, writes a message and returns false.
     bool ReplaceMetrics(int status) const {
         try {
             WriteMetrics(*commandLine.metricsFile, MakeMetrics(status));
@@ -215,7 +215,7 @@ private:
         return Number(QueryExit::otherResult);
     }
 
-    // Returns false, with a message, if the output is not complete.
+    // If the output is incomplete, writes a message and returns false.
     bool PublishOutput() {
         if (!FinishOutput(program, *output, "the rows"))
             return false;
@@ -229,8 +229,8 @@ private:
         }
     }
 
-    // Executes the program again. Returns if there is no time left, after a stop signal, and with a
-    // longer message if the execution fails.
+    // Sleeps, then executes the program again. Returns if no time is left, after a stop signal, and
+    // if the execution fails; appends the reason for the latter to the message.
     void TryAgain(QueryFailure& failure) {
         std::optional<std::chrono::milliseconds> const pause = retry.Pause();
         if (!pause)
@@ -240,7 +240,7 @@ private:
         SleepUnlessStopped(*pause);
         if (StopSignal() != 0)
             return;
-        // execve(2) skips destructors.
+        // execve(2) runs no destructors, so the temporary file would remain.
         output.reset();
         file.reset();
         retry.Execute(arguments);
@@ -249,7 +249,7 @@ private:
         OpenOutput();
     }
 
-    // Writes no second document after rows.
+    // Writes the message, and a JSON document unless rows have been written.
     int Fail(EvaluationEnd const& end, JsonFailure const& failure) {
         WriteMessage(program, failure.message);
         bool const asJson =
@@ -276,14 +276,14 @@ private:
     std::optional<ResultFile> file;
     std::optional<Output> output;
     bool answerWasOld = false;
-    // Of the rows, if metrics are wanted.
+    // Set only for --prometheus.
     std::optional<ResultCounts> results;
-    // Of the rows that were written; -1 as long as none were.
+    // The number of rows that were written; -1 before.
     long long count = -1;
     ResultCheck check;
 };
 
-// Before anything is sent.
+// Throws CommandLineError. Called before a request is sent.
 void RefuseSharedOutputs(QueryCommandLine const& commandLine) {
     if (!commandLine.metricsFile)
         return;

@@ -1,4 +1,4 @@
-// Values of options and settings that only compliance-query has, from text.
+// Parses values of options and settings that only compliance-query has.
 #pragma once
 
 #include <cstddef>
@@ -9,18 +9,19 @@
 
 enum class ProgressStyle { automatic, bar, lines, none };
 
-// What the functions below accept, in words.
+// Descriptions of the accepted values, for OptionRule::accepted.
 constexpr char acceptedFlags[] =
     "gather, all, idle or hint, with commas between, or a number from 0 to 15";
 constexpr char acceptedProgress[] = "auto, bar, lines or none";
 constexpr char acceptedFields[] =
     "designator, result, resultType, evaluationTime, description or comment";
 
-// All of them throw ValueError. Entries of lists are trimmed; none is empty or repeated.
+// All functions throw ValueError. Entries of lists are trimmed; an empty or repeated entry is an
+// error.
 
-// The sum of the COMPLIANCE_FLAG_ values.
+// Returns the bitwise OR of COMPLIANCE_FLAG_ values.
 unsigned int ParseFlags(std::string const& list);
 ProgressStyle ParseProgress(std::string const& value);
-// The index of a field of a row.
+// Returns the index of a field of a row, by its name.
 std::size_t ParseField(std::string const& name);
 std::vector<std::size_t> ParseFields(std::string const& list);

@@ -33,7 +33,7 @@ std::pair<time_t, long> MomentOf(StoredTime const& time) {
     return {time.time.tv_sec, time.time.tv_nsec};
 }
 
-// Equal for copies of a result.
+// Returns a hash of the whole result, equal for copies.
 std::size_t DigestOf(StoredResult const& result) {
     StoredProvenance const& known = *result.provenance;
     std::size_t digest = result.rowDigest;
@@ -46,7 +46,7 @@ std::size_t DigestOf(StoredResult const& result) {
     return digest;
 }
 
-// The reason why no host of the report can have this result; empty for others.
+// Returns why the result cannot be assigned to a host, or an empty string.
 std::string ReasonAgainst(StoredResult const& result) {
     if (!result.provenance)
         return "expected a result with provenance; its host and time are unknown";
@@ -66,8 +66,7 @@ void CountResult(ReportEntry& entry, std::string const& result) {
         ++entry.otherRows;
 }
 
-// A later result is newer. For copies and equal times the choice only has to be the same whatever
-// the order of the files is.
+// Compares by time. The path breaks ties, so the order in which files are read does not matter.
 bool IsNewer(ReportEntry const& entry, ReportEntry const& other) {
     StoredProvenance const& one = *entry.result.provenance;
     StoredProvenance const& two = *other.result.provenance;
@@ -75,7 +74,7 @@ bool IsNewer(ReportEntry const& entry, ReportEntry const& other) {
            std::tuple(MomentOf(two.start), MomentOf(two.end), std::cref(entry.file).get());
 }
 
-// The rank of an entry in the report.
+// Returns the group of an entry in the order of the report.
 std::size_t RankOf(ReportEntry const& entry) {
     if (!entry.conditions.empty())
         return static_cast<std::size_t>(entry.conditions.front());
@@ -191,9 +190,9 @@ void ReportBuilder::Add(ReportEntry&& entry) {
         found->second = std::move(entry);
 }
 
-// One machine makes one evaluation at a time, under its lock. Its agent's program changes with
-// updates, and does not return to an earlier state after another one. Copies of a result count
-// once.
+// A machine runs one evaluation at a time, because of the lock, so overlapping evaluations come
+// from two machines. So does an agent's program whose modification time returns to an earlier
+// value, because updates do not restore it. Copies of a result count once.
 bool ReportBuilder::HasTwoMachines(std::vector<Interval>& intervals) {
     std::ranges::sort(intervals);
     intervals.erase(std::unique(intervals.begin(), intervals.end()), intervals.end());

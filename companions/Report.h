@@ -1,4 +1,4 @@
-// The state of many hosts, computed from their results of many nights.
+// Computes the state of many hosts from their stored results.
 #pragma once
 
 #include <chrono>
@@ -17,69 +17,69 @@
 #include "companions/Rows.h"
 #include "companions/StoredResult.h"
 
-// Why a host needs attention whatever its rows are, in the order of the report.
+// The reasons why a host needs attention, apart from failing rows. The report sorts hosts in this
+// order.
 enum class Condition {
-    missing,     // the host is expected, and there is no result of it
+    missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
     failed,      // the newest evaluation failed
-    stale,       // its answer was there before its request, or may have been
-    tooOld,      // it ended before the maximum age
-    fromFuture,  // it ended after the reader's clock
-    noRows,      // it finished without a row
-    notExpected, // the host is not among those that are expected
+    stale,       // its answer was there before its request, or this is unknown
+    tooOld,      // it ended more than ReportOptions::maxAge ago
+    fromFuture,  // it ended more than maxClockDifference after ReportOptions::now
+    noRows,      // it finished without rows
+    notExpected, // the host is not one of the expected hosts
 };
 constexpr std::size_t conditionCount = 8;
 
-// A word for programs ("too-old"), and words for people.
+// Return the name for programs ("too-old") and the name for people ("too old").
 char const* NameOf(Condition condition);
 char const* WordsOf(Condition condition);
 
-// A result from the future is one that is later than this. Clocks of machines differ a little.
 constexpr std::chrono::seconds maxClockDifference(60);
-// Results that are counted by name for each host and in total, those with the most rows. Rows with
-// others are counted together.
+// The number of results that are counted by name, for each host and in total: those with the most
+// rows. Rows with other results are counted together.
 constexpr std::size_t maxResultNames = 16;
-// Different results of a file that are counted until the most frequent ones are chosen.
+// The number of different results of a file that are counted before maxResultNames are selected.
 constexpr std::size_t maxCountedResults = 1'000;
 constexpr std::size_t maxHostNameLength = 255;
 
-// Returns the name in lower case. Host names are compared case-insensitively, as DNS does: in ASCII
-// only (RFC 4343).
+// Returns the name in lower case. Host names are case-insensitive, for ASCII letters only
+// (RFC 4343).
 std::string FoldHostName(std::string name);
 
 struct ReportOptions {
     std::vector<std::string> acceptedResults = {};
     bool allowEmpty = false;
     std::optional<std::chrono::seconds> maxAge = {};
-    // Nothing if no machines are named as expected. A repeated name counts once.
+    // nullopt: no hosts are expected. A repeated name counts once.
     std::optional<std::vector<std::string>> expectedHosts = {};
-    // The reader's clock.
+    // The time of the report.
     timespec now = {};
 };
 
 // The newest result of one host and document.
 struct ReportEntry {
     std::string host = {};
-    // False for a host that is missing; the other members are then empty.
+    // False for a missing host. All other members except `host` and `conditions` are then empty.
     bool hasResult = false;
     std::string file = {};
     StoredResult result = {};
-    // Seconds since its end; negative in the future.
+    // Seconds since the end of the evaluation; negative if that is in the future.
     std::int64_t age = 0;
     std::size_t failingRows = 0;
     ResultCounts results = {};
-    // Rows with results beyond maxResultNames.
+    // The number of rows with results that are not in `results`.
     std::size_t otherRows = 0;
-    // Results that are older, without copies.
+    // The number of older results, without copies.
     std::size_t olderResults = 0;
-    // In their order, each once.
+    // Sorted, without duplicates.
     std::vector<Condition> conditions = {};
 };
 
-// A sentence about one of the entry's conditions, without a full stop.
+// Returns a sentence about a condition of the entry, without a full stop.
 std::string Describe(ReportEntry const& entry, Condition condition);
 
-// A file that is no result, or not of a known host. The reason has the name of the file.
+// A file that is not a result, or whose host is unknown. The reason contains the path.
 struct ReportProblem {
     std::string file;
     std::string reason;
@@ -90,9 +90,9 @@ struct ReportProblem {
 struct ReportTotals {
     std::size_t rows = 0;
     std::size_t failingRows = 0;
-    // Entries with a condition.
+    // The number of entries with a condition.
     std::size_t attention = 0;
-    // Entries with failing rows and without a condition, and entries with neither.
+    // The numbers of entries without a condition: with failing rows, and without.
     std::size_t failing = 0;
     std::size_t good = 0;
     std::size_t conditions[conditionCount] = {};
@@ -100,30 +100,30 @@ struct ReportTotals {
     std::size_t otherRows = 0;
 };
 
-// Does not depend on the order in which files were read.
+// Independent of the order in which the files were read.
 struct Report {
     ReportOptions options = {};
-    // Those with a condition first, in the order of their first condition; then those with failing
-    // rows; then the others. Within these by host, URL and document.
+    // Sorted by the first condition, then entries with failing rows, then all others; within each
+    // group by host, URL and document.
     std::vector<ReportEntry> entries = {};
     std::vector<ReportProblem> problems = {};
-    // Files that are results of a known host, copies included.
+    // The number of files that are results of a known host, including copies.
     std::size_t readFiles = 0;
     ReportTotals totals = {};
 
     bool IsAccepted(std::string const& result) const;
 };
 
-// Reads files one by one, and keeps no row.
+// Builds a report from files. Memory does not depend on the number of rows.
 class ReportBuilder {
 public:
     explicit ReportBuilder(ReportOptions const& options);
 
-    // Counts the file as a problem if it is no result.
+    // Reads a result. Adds a problem if the file is not a result of a known host.
     void Read(std::string const& file);
     void AddProblem(ReportProblem const& problem) { report.problems.push_back(problem); }
 
-    // Call it once, at the end.
+    // Returns the report. REQUIRES: this is the last call for this object.
     Report Finish();
 
 private:
@@ -133,12 +133,12 @@ private:
     // Seconds and nanoseconds.
     using Moment = std::pair<time_t, long>;
 
-    // A finished evaluation. Several of one host show whether it is one machine.
+    // The time of a finished evaluation. Those of one host name show whether it is one machine.
     struct Interval {
         Moment start;
         Moment end;
         std::optional<Moment> agentModified;
-        // Of the content of the result.
+        // The digest of the result's content. Equal for copies.
         std::size_t digest;
 
         auto operator<=>(Interval const&) const = default;
@@ -154,11 +154,10 @@ private:
 
     Report report;
     std::map<Key, ReportEntry> newest;
-    // Of the content of each result.
     std::map<Key, std::set<std::size_t>> digests;
     std::map<std::string, std::vector<Interval>> intervalsOfHosts; // by folded name
 };
 
-// Reads the rows of an entry again. Throws StoredResultError, also if the file changed since. That
-// may be after the last row.
+// Reads the rows of an entry from its file again. Throws StoredResultError, possibly after the last
+// row; also if the file has changed since ReportBuilder::Read.
 void ReadRows(ReportEntry const& entry, std::function<void(StoredRow&&)> const& useRow);

@@ -9,8 +9,8 @@
 
 #include "companions/Report.h"
 
-// The statuses are an interface: none changes its meaning. Where they mean the same, they are those
-// of compliance-query (QueryExit.h).
+// The exit statuses are stable: none changes its meaning. Those with the same meaning have the same
+// number as in compliance-query (QueryExit.h).
 enum class ReportExit {
     good = 0,
     unreadable = 1,
@@ -24,12 +24,12 @@ enum class ReportExit {
 enum class ReportFormat { html, csv, junit, markdown, json };
 constexpr std::size_t reportFormatCount = 5;
 
-// The option of a format, such as "--html".
+// Returns the option of a format, such as "--html".
 char const* NameOf(ReportFormat format);
 
 struct ReportOutput {
     ReportFormat format;
-    // "-" is standard output.
+    // "-": standard output.
     std::string file;
 };
 
@@ -37,7 +37,7 @@ struct ReportCommandLine {
     enum Action { writeReports, showHelp, showVersion };
 
     Action action = writeReports;
-    // Without the hosts and the time.
+    // Without `ReportOptions::expectedHosts` and `ReportOptions::now`.
     ReportOptions options = {};
     std::optional<std::string> hostsFile = {};
     std::vector<ReportOutput> outputs = {};
@@ -46,9 +46,9 @@ struct ReportCommandLine {
     std::vector<std::string> files = {};
 };
 
-// Reads the arguments of main. --help and --version make all other arguments irrelevant, as long as
-// each one is known. Throws CommandLineError.
+// Parses the arguments of main. Throws CommandLineError. With --help or --version, values are not
+// checked, and operands may be missing.
 ReportCommandLine ParseReportCommandLine(int count, char const* const* arguments);
 
-// What --help shows.
+// The output of --help.
 extern char const reportHelp[];

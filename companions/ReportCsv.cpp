@@ -9,7 +9,7 @@
 
 namespace {
 
-// Which kind of thing a line of the file is about.
+// The values of the column "kind".
 constexpr char problemKind[] = "file";
 constexpr char hostKind[] = "host";
 constexpr char rowKind[] = "row";
@@ -23,12 +23,13 @@ std::string Join(std::vector<Condition> const& conditions) {
     return names;
 }
 
-// The characters with which a formula begins. The last four are full-width forms.
+// The characters that start a formula. The last four are the fullwidth forms.
 constexpr std::array<std::string_view, 8> formulaStarts = {
     "=", "+", "-", "@", "\xEF\xBC\x9D", "\xEF\xBC\x8B", "\xEF\xBC\x8D", "\xEF\xBC\xA0"};
 
-// A spreadsheet calculates a formula, possibly behind whitespace; after an apostrophe it does not.
-// An apostrophe at the start of a text gets another one, so a reader can remove it.
+// Prevents formula injection: a spreadsheet evaluates text that starts with a formula character,
+// possibly after whitespace, unless an apostrophe precedes it. Text that starts with an apostrophe
+// gets another one, so readers can always remove one.
 bool NeedsApostrophe(std::string_view text) {
     if (text.empty() || std::string_view("\t\r\n'").find(text[0]) != std::string_view::npos)
         return !text.empty();
@@ -62,7 +63,7 @@ public:
         hasLine = true;
     }
 
-    // A host without rows has a line too, so that none is silent.
+    // A host without rows and conditions gets a line, too.
     void EndEntry(ReportEntry const& entry) override {
         if (!hasLine)
             WriteLine(HeadOf(hostKind, entry, ""));
@@ -106,8 +107,8 @@ private:
         output.Write(line + "\r\n");
     }
 
-    // NUL bytes and ill-formed bytes, which readers of CSV refuse, are shown as escapes. On a
-    // terminal others are, too.
+    // Escapes NUL bytes and ill-formed sequences, which CSV readers reject; on a terminal, also
+    // characters that are unsafe to display.
     void AppendField(std::string& line, std::string const& field) const {
         if (NeedsApostrophe(field))
             line += '\'';
@@ -128,7 +129,7 @@ private:
 
     Report const& report;
     Output& output;
-    // Whether the entry has a line.
+    // The entry has a line already.
     bool hasLine = false;
 };
 

@@ -22,7 +22,7 @@ std::string MakeVisibleXml(std::string const& text) {
     return visible;
 }
 
-// As "&#NN;", which is a character and never markup.
+// Replaces special characters by "&#NN;", which is never markup.
 std::string EscapeCharacters(std::string const& text, std::string_view special) {
     std::string escaped;
     escaped.reserve(text.size());
@@ -64,7 +64,7 @@ std::string EscapeMarkup(std::string const& text) {
 
 std::string EscapeMarkdown(std::string const& text) {
     std::string escaped = EscapeCharacters(MakeVisibleXml(text), "&<>\"'`*_[]{}|\\~#@!^$");
-    // Some programs make links of these.
+    // Some Markdown processors make links of these.
     Replace(escaped, "www.", "www&#46;");
     Replace(escaped, "://", "&#58;//");
     return escaped;
@@ -74,7 +74,7 @@ std::string Shorten(std::string const& text) {
     if (text.size() <= maxShownBytes)
         return text;
     std::size_t length = maxShownBytes;
-    // Not within a character.
+    // Does not split a UTF-8 sequence.
     while (length > maxShownBytes - 4 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
         --length;
     return text.substr(0, length) + "... (" + std::to_string(text.size() - length) + " more bytes)";

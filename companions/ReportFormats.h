@@ -1,4 +1,4 @@
-// A report as HTML, Markdown, JUnit, CSV and JSON.
+// Writes a report as HTML, Markdown, JUnit XML, CSV or JSON.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 class Output;
 
-// The schema's version. Members may be added within a version.
+// The version of schema/compliance-report.schema.json. New members do not change it.
 constexpr int reportSchemaVersion = 1;
 
 constexpr std::size_t maxHtmlRows = 5'000;
@@ -21,10 +21,11 @@ constexpr std::size_t maxMarkdownRows = 1'000;
 constexpr std::size_t maxMarkdownHosts = 1'000;
 // In HTML, in Markdown and on standard error.
 constexpr std::size_t maxShownProblems = 1'000;
-// Longer texts are cut in HTML and Markdown.
+// Longer texts are truncated in HTML and Markdown.
 constexpr std::size_t maxShownBytes = 1'000;
 
-// A format that gets the entries of a report one by one, in their order, and the rows of each.
+// Writes a report in one format. The caller passes the entries in the order of the report:
+// StartEntry, AddRow for each row, EndEntry; then Finish. Write errors are errors of the Output.
 class ReportWriter {
 public:
     ReportWriter() = default;
@@ -32,45 +33,45 @@ public:
     ReportWriter(ReportWriter const&) = delete;
     ReportWriter& operator=(ReportWriter const&) = delete;
 
-    // Whether the format needs the rows of an entry that has some.
+    // False if the caller need not pass the rows of the entry.
     virtual bool WantsRows(ReportEntry const& entry) const = 0;
     virtual void StartEntry(ReportEntry const& entry) = 0;
-    // Each row of the entry, or fewer if the file changed. A format may get rows that it does not
-    // want.
+    // The caller may pass rows that the format does not want, and a different number of rows than
+    // in the entry if the file has changed.
     virtual void AddRow(ReportEntry const& entry, StoredRow const& row) = 0;
     virtual void EndEntry(ReportEntry const& entry) = 0;
-    // After the last entry. The report may have more problems than before.
+    // Reads the problems of the report, which may have been added since the construction.
     virtual void Finish() = 0;
 };
 
-// The report outlives the writer.
+// The report and the output must outlive the writer.
 std::unique_ptr<ReportWriter> MakeReportWriter(ReportFormat format, Report const& report,
                                                Output& output);
-// By format; MakeReportWriter calls them. The first one makes HTML and Markdown.
+// Called by MakeReportWriter. The first one is for HTML and Markdown, the last one for JSON.
 std::unique_ptr<ReportWriter> MakePageWriter(ReportFormat format, Report const& report,
                                              Output& output);
 std::unique_ptr<ReportWriter> MakeJunitWriter(Report const& report, Output& output);
 std::unique_ptr<ReportWriter> MakeCsvWriter(Report const& report, Output& output);
 std::unique_ptr<ReportWriter> MakeSummaryWriter(Report const& report, Output& output);
 
-// Whether the text consists of printable characters of ASCII without the special ones. Most texts
-// do, so the formats test this first.
+// True if the text consists of printable ASCII characters that are not in `special`. Such text
+// needs no escapes, so the formats use this as a fast path.
 bool IsPlain(std::string_view text, std::string_view special);
 
-// Returns visible text (VisibleText.h) with the special characters of HTML and XML as entities.
-// U+FFFE and U+FFFF, which XML cannot hold, are escaped too.
+// Returns visible text (VisibleText.h) with character references for the special characters of HTML
+// and XML. Also escapes U+FFFE and U+FFFF, which are not allowed in XML.
 std::string EscapeMarkup(std::string const& text);
 
-// Returns the same for Markdown, in which no character of the text is markup.
+// The same for Markdown: no character of the text has a meaning as markup.
 std::string EscapeMarkdown(std::string const& text);
 
-// Returns the text, or its start and how many bytes follow.
+// Truncates text of more than maxShownBytes, and appends the number of omitted bytes.
 std::string Shorten(std::string const& text);
 
 // Returns "host", or "host (document)".
 std::string NameOfEntry(ReportEntry const& entry);
 
-// The texts of templates/, and the SHA-256 digests of two of them in hexadecimal digits.
+// The files of templates/, and the SHA-256 digests of two of them in hexadecimal.
 extern char const htmlTemplate[];
 extern char const styleSheet[];
 extern char const scriptText[];

@@ -23,7 +23,8 @@ namespace fs = std::filesystem;
 
 bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 
-// The name of the file whose temporary file (ResultFile.h) may have this name, or an empty string.
+// Returns the name of the file whose temporary file (ResultFile.h) could have this name, or an
+// empty string.
 std::string_view TargetOfTemporary(std::string_view name) {
     constexpr std::size_t suffixLength = 7;
     bool const hasSuffix = name.size() > suffixLength && name[name.size() - suffixLength] == '.';
@@ -96,7 +97,7 @@ CommandLineError HostsError(std::string const& file, std::string const& problem)
     return CommandLineError("--hosts: " + file + problem);
 }
 
-// Without the byte order mark.
+// Returns the content of the file without a byte order mark.
 std::string ReadHostsText(std::string const& file) {
     std::ifstream stream(file, std::ios::binary);
     if (!stream)

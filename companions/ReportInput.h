@@ -1,4 +1,4 @@
-// The files that a report reads.
+// Lists the files that a report reads.
 #pragma once
 
 #include <string>
@@ -7,24 +7,27 @@
 #include "companions/Report.h"
 
 struct ReportFiles {
-    // Sorted, each once.
+    // Sorted, without duplicates.
     std::vector<std::string> paths = {};
     std::vector<ReportProblem> problems = {};
 };
 
-// Lists files as they are, and below directories all entries but directories. Entries whose names
-// begin with a dot are skipped, and so are temporary files of compliance-query --output. Symbolic
-// links to directories below a directory are not followed.
+// Returns the operands that are not directories, and all files below those that are. Below a
+// directory, omits:
 //
-// Below directories the outputs of the report and their temporary files are skipped too: the report
-// of an earlier run is no result.
+// - names that begin with a dot;
+// - temporary files of compliance-query --output;
+// - the outputs of the report and their temporary files, which an earlier run may have left;
+// - symbolic links to directories.
+//
+// A directory that cannot be read is a problem.
 ReportFiles ListReportFiles(std::vector<std::string> const& operands,
                             std::vector<std::string> const& outputs = {});
 
 constexpr std::size_t maxHostsBytes = std::size_t{16} << 20;
 
-// Returns the names in a file, one on each line. A byte order mark, spaces around a name, empty
-// lines and lines that begin with '#' are skipped. Throws CommandLineError if the file cannot be
-// read or is larger than the limit, for a name with spaces or control characters or of more than
-// 255 bytes, and if there is no name.
+// Returns the host names in a file, one on each line. Ignores a byte order mark, spaces around a
+// name, empty lines and lines that begin with '#'. Throws CommandLineError if the file cannot be
+// read, has more than maxHostsBytes or has no name; also for a name that has more than 255 bytes,
+// a space or a control character.
 std::vector<std::string> ReadHosts(std::string const& file);

@@ -9,7 +9,8 @@ namespace {
 
 namespace Mustache = kainjow::mustache;
 
-// Seconds; the evaluation time is by custom a number of microseconds.
+// Converts an evaluation time, which is a text with a number of microseconds by convention, to
+// seconds. Returns 0 for any other text.
 std::string SecondsOf(std::string const& evaluationTime) {
     std::optional<long long> const microseconds = ParseNumber(evaluationTime);
     return std::to_string(static_cast<double>(microseconds.value_or(0)) / 1'000'000);
@@ -36,7 +37,7 @@ public:
         Render(testCase, data);
     }
 
-    // The suite of a file that is gone has no rows.
+    // Without a row, the suite has not been started: the result has none, or its file has changed.
     void EndEntry(ReportEntry const& entry) override {
         if (!isOpen)
             StartSuite(entry, 0, 0);
@@ -113,7 +114,7 @@ private:
     Output& output;
     Mustache::mustache suite;
     Mustache::mustache testCase;
-    // Whether the suite of the entry has begun.
+    // The suite of the entry has been started.
     bool isOpen = false;
 };
 

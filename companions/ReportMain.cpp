@@ -1,4 +1,4 @@
-// compliance-report: turns the results of many hosts and nights into reports.
+// compliance-report: reports on the stored results of many hosts.
 #include <algorithm>
 #include <memory>
 #include <optional>
@@ -24,7 +24,7 @@ constexpr char program[] = "compliance-report";
 
 int Number(ReportExit status) { return static_cast<int>(status); }
 
-// Leaves the report after a stop signal.
+// Thrown after a stop signal.
 struct Stopped {
     int signal;
 };
@@ -47,8 +47,8 @@ public:
     void Start(Report const& report) { writer = MakeReportWriter(format, report, *output); }
     ReportWriter& Writer() { return *writer; }
 
-    // Returns false, with a message, if the output is not complete. Throws Stopped; a stop signal
-    // ends the wait for a slow reader.
+    // If the output is incomplete, writes a message and returns false. Throws Stopped, also if a
+    // stop signal ends the wait for a slow reader.
     bool Publish() {
         writer->Finish();
         output->Flush();
@@ -73,8 +73,8 @@ private:
     std::unique_ptr<ReportWriter> writer;
 };
 
-// Shows the share of the work that is done, and looks at stop signals. Each of the two passes, over
-// files and over entries, is half of the work.
+// Shows progress and checks for stop signals. There are two passes, over the files and over the
+// entries; each counts as half of the work.
 class Steps {
 public:
     explicit Steps(bool isQuiet)
@@ -107,7 +107,7 @@ private:
     int shown = -1;
 };
 
-// Throws CommandLineError. Nothing is written before.
+// Throws CommandLineError. Called before any output is created.
 ReportOptions MakeOptions(ReportCommandLine const& commandLine) {
     std::vector<NamedFile> outputs;
     for (ReportOutput const& output : commandLine.outputs)
@@ -146,7 +146,8 @@ Report ReadResults(ReportOptions const& options, ReportFiles const& files, Steps
 
 using Targets = std::vector<std::unique_ptr<Target>>;
 
-// Reads the rows again where a format shows them: rows of all hosts would not fit into memory.
+// Reads the rows of an entry again if a format wants them: the rows of all hosts may not fit into
+// memory.
 void WriteRows(Report& report, ReportEntry const& entry, Targets const& targets) {
     bool const isWanted = std::ranges::any_of(
         targets, [&entry](auto const& target) { return target->Writer().WantsRows(entry); });
@@ -174,7 +175,7 @@ void WriteEntries(Report& report, Targets const& targets, Steps& steps) {
     }
 }
 
-// Publishes as many as possible. Returns whether all are complete.
+// Publishes all targets, even if one fails. Returns true if all are complete.
 bool PublishAll(Targets const& targets) {
     bool isComplete = true;
     for (auto const& target : targets)
@@ -199,7 +200,7 @@ ReportExit Judge(Report const& report) {
     return report.totals.failingRows > 0 ? ReportExit::otherResult : ReportExit::good;
 }
 
-// The report has each expected host once.
+// Writes a message if the list of expected hosts has duplicates.
 void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
     if (!options.expectedHosts)
         return;
@@ -212,7 +213,7 @@ void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
 
 int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
-    // Before there are temporary files.
+    // Before the targets create temporary files, which would be listed.
     ReportFiles const files = ListFiles(commandLine);
     Targets targets;
     for (ReportOutput const& output : commandLine.outputs)

@@ -15,7 +15,7 @@ namespace Mustache = kainjow::mustache;
 
 constexpr char defaultDocument[] = "(the default)";
 
-// A class of the style sheet.
+// Returns a class of report.css.
 char const* KindOf(ReportEntry const& entry) {
     if (!entry.conditions.empty())
         return "alert";
@@ -47,14 +47,14 @@ std::string JoinCounts(ReportEntry const& entry) {
     return text;
 }
 
-// Of 100, with three digits after the point.
+// Returns the percentage with three decimal places.
 std::string Share(std::size_t part, std::size_t whole) {
     std::size_t const thousandths = whole == 0 ? 0 : part * 100'000 / whole;
     std::string const fraction = std::to_string(1000 + thousandths % 1000).substr(1);
     return std::to_string(thousandths / 1000) + "." + fraction;
 }
 
-// The source of a Content-Security-Policy: base64 of the digest.
+// Returns the digest in base64, as a hash source of a Content-Security-Policy has it.
 std::string HashSource(std::string_view hexadecimal) {
     std::string bytes;
     for (std::size_t index = 0; index < hexadecimal.size(); index += 2)
@@ -80,7 +80,7 @@ void SetCount(Mustache::data& data, char const* name, std::size_t count) {
     data.set(name, std::to_string(count));
 }
 
-// A text that is not shown at all if it is empty.
+// Sets a text, or false if it is empty, so that the template omits its section.
 void SetOptional(Mustache::data& data, char const* name, std::string const& text) {
     if (text.empty())
         data.set(name, false);
@@ -88,7 +88,7 @@ void SetOptional(Mustache::data& data, char const* name, std::string const& text
         data.set(name, text);
 }
 
-// How many things are not shown; nothing for 0.
+// Sets the number of omitted items; the template omits the section for 0.
 void SetMore(Mustache::data& data, char const* name, std::size_t count) {
     SetOptional(data, name, count > 0 ? std::to_string(count) : "");
 }
@@ -114,7 +114,7 @@ Mustache::data MakeHost(ReportEntry const& entry, std::size_t rank) {
     data.set("document", entry.hasResult ? Shorten(known.document.value_or(defaultDocument)) : "");
     SetOptional(data, "start", known.start.text);
     data.set("age", entry.hasResult ? FormatAge(entry.age) : "never");
-    // A host that was never evaluated sorts behind all ages.
+    // A host without a result sorts after all ages.
     data.set("ageSeconds", entry.hasResult ? std::to_string(entry.age) : "1e15");
     return data;
 }
@@ -129,11 +129,11 @@ Mustache::data MakeFailingRow(ReportEntry const& entry, StoredRow const& row) {
     return data;
 }
 
-// What a page shows at most.
+// The maximum content of a page.
 struct PageLimits {
     std::size_t rows;
     std::size_t hosts;
-    // Whether hosts without a condition and without a failing row are shown.
+    // Show hosts without a condition and without failing rows, too.
     bool showsGoodHosts;
 };
 
@@ -176,7 +176,7 @@ public:
         data.set("failingList", failingList);
         data.set("hasFailing", shownRows > 0);
         SetCount(data, "shownRows", shownRows);
-        // A file that changed may have more failing rows than before.
+        // A file that has changed may have more failing rows than the totals.
         std::size_t const failingRows = std::max(report.totals.failingRows, shownRows);
         SetMore(data, "moreRows", failingRows - shownRows);
         page.render(data, [this](std::string const& text) { output.Write(text); });

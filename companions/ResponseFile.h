@@ -1,12 +1,12 @@
-// The agent's answer on disk, as evidence of its age.
+// Detects stale responses: responses that the agent wrote before the request.
 #pragma once
 
 #include <ctime>
 
 #include <sys/types.h>
 
-// The entry of the response by lstat(2). An agent that publishes an answer by renaming changes the
-// inode; one that writes into the old file changes the times.
+// The result of lstat(2) for the response. An agent that publishes a response by renaming changes
+// the inode; one that overwrites the file changes the times.
 struct ResponseState {
     bool operator==(ResponseState const& other) const;
 
@@ -20,14 +20,15 @@ struct ResponseState {
 
 ResponseState LookAtResponse();
 
-// Tells whether the answer to a request was there before the request.
+// Compares the response before a request with the response after it. Construct it before the
+// request, and call IsUnchanged after the answer.
 //
-// What cannot be detected: the library reads the response, and the agent replaces it before
-// IsUnchanged looks at it. And an agent that writes the same number of bytes into the same inode
-// twice within the resolution of the file system's clock (about 4 ms).
+// Limitations: a stale response is not detected if the agent replaces it after the library has read
+// it, but before IsUnchanged. A new response is reported as unchanged if it has the same inode and
+// size, and the same times within the resolution of the file system's clock (about 4 ms).
 class ResponseWatch {
 public:
-    // Construct it before the request. IsUnchanged is called after the answer.
+    // True if there was a response before, and it is the same file with the same size and times.
     bool IsUnchanged(ResponseState const& now = LookAtResponse()) const {
         return before.exists && before == now;
     }

@@ -27,9 +27,9 @@ std::string DirectoryOf(std::string const& path) {
 
 std::string NameOf(std::string const& path) { return path.substr(path.rfind('/') + 1); }
 
-// Where all users may create entries, another user's link could make this program replace any file.
-// The kernel has the same rule (fs.protected_symlinks of proc(5)), but the setting may be off, and
-// it does not apply to readlink(2).
+// True for a link with which another user could make this program replace a file elsewhere. The
+// kernel has the same rule (fs.protected_symlinks of proc(5)), but it may be disabled, and does not
+// apply to readlink(2).
 bool IsForeignLink(std::string const& path, struct stat const& link) {
     struct stat directory {};
     bool const isShared = stat(DirectoryOf(path).c_str(), &directory) == 0 &&
@@ -37,7 +37,7 @@ bool IsForeignLink(std::string const& path, struct stat const& link) {
     return isShared && link.st_uid != geteuid() && link.st_uid != directory.st_uid;
 }
 
-// The path behind a chain of symbolic links, and why it is not followed.
+// The end of a chain of symbolic links, and the reason if it must not be followed.
 struct Target {
     std::string path;
     std::string reason = {};
@@ -59,7 +59,7 @@ Target FollowLinks(std::string path) {
     return {path, "has too many symbolic links"};
 }
 
-// Why the temporary file of this path cannot exist.
+// Returns why the file at the path cannot be replaced, or an empty string.
 std::string ReasonAgainstTarget(std::string const& path) {
     constexpr std::size_t maxNameLength = NAME_MAX - (sizeof temporarySuffix - 1);
     Target const target = FollowLinks(path);
@@ -68,6 +68,8 @@ std::string ReasonAgainstTarget(std::string const& path) {
     return NameOf(target.path).size() > maxNameLength ? "is too long" : "";
 }
 
+// Returns why the file cannot be created, or an empty string.
+//
 // REQUIRES: stat(2) failed for the path, and errno has its error.
 std::string ReasonAgainstNewFile(std::string const& path) {
     struct stat facts {};
@@ -81,10 +83,10 @@ std::string ReasonAgainstNewFile(std::string const& path) {
                                       : ReasonAgainstTarget(path);
 }
 
-// The target of symbolic links, or the path itself.
+// Returns the path with its final symbolic links resolved. Throws ResultFileError.
 std::string ResolveTarget(std::string const& path) {
     std::string const reason = ReasonAgainstResultFile(path);
-    // Not the links that were checked above: they may be others by now.
+    // Checked again, because links may have changed since ReasonAgainstResultFile followed them.
     Target const target = FollowLinks(path);
     if (!reason.empty() || !target.reason.empty())
         throw ResultFileError("'" + path + "' " + (reason.empty() ? target.reason : reason));
@@ -97,7 +99,7 @@ mode_t ModeOfNewFile() {
     return 0666 & ~mask;
 }
 
-// A rename is on the disk once its directory is.
+// Makes a rename durable: it is on disk when its directory is. Ignores errors.
 void FlushDirectoryOf(std::string const& path) {
     int const descriptor = open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)

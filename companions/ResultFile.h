@@ -1,4 +1,4 @@
-// A file that has either its old content or the new one, whole.
+// Replaces a file atomically.
 #pragma once
 
 #include <optional>
@@ -7,37 +7,38 @@
 
 #include <sys/types.h>
 
-// One line, without the program's name: the path, what failed, and the reason.
+// what() is one line without the program's name: the path, the operation that failed, the reason.
 class ResultFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// Returns why no result file can have this path, such as "is a directory"; nothing if one can.
+// Returns why a ResultFile cannot have this path, such as "is a directory", or an empty string.
 std::string ReasonAgainstResultFile(std::string const& path);
 
-// A temporary file in the directory of a file that it will replace. Where the path is a symbolic
-// link, the target is replaced. A link of another user in a sticky directory that is writable by
-// all is refused, unless the owner of the directory owns it. The mode is 0666 less the
-// umask unless the caller chooses another one.
+// Publishes a file: the caller writes to a temporary file in the same directory, and Publish
+// renames it to the path. At any time, the path has either the complete old content or the complete
+// new content. If the process is killed, the temporary file may remain. Its name is the name of the
+// file with a dot and six characters appended.
 //
-// A process that is killed leaves either file whole, and possibly the temporary file, whose name is
-// that of the file with a dot and six characters added.
+// If the path is a symbolic link, its target is replaced. A link in a sticky, world-writable
+// directory must be owned by the effective user or by the owner of the directory, like with
+// fs.protected_symlinks (proc(5)).
 class ResultFile {
 public:
-    // Creates the temporary file, with the mode if there is one. Throws ResultFileError, also if
-    // the path names an entry that is no regular file: a device or a directory is not replaced.
+    // Creates the temporary file. Its mode is `mode`, by default 0666 without the umask. Throws
+    // ResultFileError; also if the path exists and is not a regular file.
     explicit ResultFile(std::string const& path, std::optional<mode_t> mode = {});
     // Removes the temporary file unless it was published.
     ~ResultFile();
     ResultFile(ResultFile const&) = delete;
     ResultFile& operator=(ResultFile const&) = delete;
 
-    // For writing. Belongs to this object.
+    // Returns the descriptor of the temporary file, which this object closes.
     int Descriptor() const { return descriptor; }
 
-    // Flushes what was written to the disk, and renames the temporary file. Throws ResultFileError;
-    // the path then has what it had before.
+    // Flushes the temporary file to disk (fsync(2)) and renames it. Throws ResultFileError; the
+    // file at the path is unchanged then.
     void Publish();
 
 private:

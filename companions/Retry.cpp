@@ -24,12 +24,12 @@ constexpr seconds maxPause(10);
 struct State {
     long long processId = 0;
     long long attempt = 0;
-    // On the steady clock, in nanoseconds. The clock goes on when a program is executed.
+    // Nanoseconds of the steady clock, which execve(2) does not reset.
     long long waitEnd = 0;
     long long deadline = 0;
-    // See HoldStopSignals.
+    // The result of HoldStopSignals.
     long long heldSignals = 0;
-    // That of the process (comm of proc(5)).
+    // The name of the process (/proc/[pid]/comm, proc(5)).
     std::string name = {};
 };
 
@@ -92,7 +92,7 @@ Retry::Retry(std::optional<seconds> wait, std::optional<seconds> timeout)
         waitEnd = Clock::time_point(nanoseconds(state->waitEnd));
     if (timeout)
         deadline = Clock::time_point(nanoseconds(state->deadline));
-    // The execution of /proc/self/exe has made it "exe".
+    // The execution of /proc/self/exe has changed the name to "exe".
     prctl(PR_SET_NAME, state->name.c_str());
     ReleaseStopSignals(static_cast<unsigned int>(state->heldSignals));
 }
@@ -102,7 +102,7 @@ std::optional<milliseconds> Retry::Pause() const {
         return {};
     Clock::time_point const end = deadline ? std::min(*waitEnd, *deadline) : *waitEnd;
     auto const left = std::chrono::ceil<milliseconds>(end - Clock::now());
-    // 1, 2, 4, 8 and then 10 seconds.
+    // 1, 2, 4, 8, and then always 10 seconds.
     auto const pause = std::min<milliseconds>(seconds(1LL << std::min(attempt - 1, 4LL)), maxPause);
     if (left.count() <= 0)
         return {};

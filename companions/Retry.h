@@ -1,29 +1,31 @@
-// Further attempts at an evaluation that failed for a temporary reason (--wait).
+// Retries an evaluation that failed for a temporary reason (--wait).
 #pragma once
 
 #include <chrono>
 #include <optional>
 
-// A refused lock stays refused for the life of a process, so each further attempt executes the
-// program again, with the same process id, name and arguments. It executes /proc/self/exe, so the
-// file of the program may have been replaced or removed since. The environment variable
-// COMPLIANCE_QUERY_ATTEMPT carries the state; it names its process, so no other process uses it.
+// The state of the retries of one process. Each retry executes the program again (execve(2)) with
+// the same process ID, name and arguments, because a refused lock stays refused until then. It
+// executes /proc/self/exe, so the file of the program may have been replaced or removed. The
+// environment variable COMPLIANCE_QUERY_ATTEMPT passes the state on; it contains the process ID, so
+// other processes ignore it.
 class Retry {
 public:
     using Clock = std::chrono::steady_clock;
 
-    // Continues with the state of the process's former attempt, which is removed from the
-    // environment, or begins. `wait` and `timeout` are those of the command line.
+    // Takes the values of --wait and --timeout. Restores the state of the previous attempt of this
+    // process, if there is one, and removes it from the environment.
     Retry(std::optional<std::chrono::seconds> wait, std::optional<std::chrono::seconds> timeout);
 
-    // When --timeout is over, counted from the first attempt.
+    // Returns the end of --timeout, which starts with the first attempt.
     std::optional<Clock::time_point> Deadline() const { return deadline; }
 
-    // How long to sleep before the next attempt; nothing if there is no time left for one.
+    // Returns the time to sleep before the next attempt (exponential backoff), or nullopt if there
+    // is no time left.
     std::optional<std::chrono::milliseconds> Pause() const;
 
-    // Executes the program again; a stop signal that comes in the meantime reaches the new program.
-    // Returns after a stop signal, and with errno set if the execution fails.
+    // Executes the program again. A stop signal during the execution is delivered to the new
+    // program. Returns if a stop signal was received before, and sets errno if the execution fails.
     void Execute(char* const* arguments);
 
 private:

@@ -1,5 +1,5 @@
-// The result rows of a finished evaluation, and tab-separated values. TableRows.h and JsonRows.h
-// have the other formats.
+// The result rows of a finished evaluation, and their output as tab-separated values. TableRows.h
+// and JsonRows.h have the other formats.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@
 
 class Output;
 
-// In the order of COMPLIANCE_IndexedValue. JSON and TSV use these names.
+// In the order of COMPLIANCE_IndexedValue. Also the names in JSON and TSV.
 constexpr std::array<char const*, 6> rowFieldNames = {"designator",     "result",      "resultType",
                                                       "evaluationTime", "description", "comment"};
 constexpr std::size_t designatorField = 0;
@@ -21,39 +21,40 @@ constexpr std::size_t resultField = 1;
 
 using Row = std::array<std::string_view, rowFieldNames.size()>;
 
-// Rows are read one by one where they are, and may be read more than once.
+// Random access to rows in the memory of the C API. Valid until COMPLIANCE_Close.
 struct Rows {
     unsigned int count = 0;
-    // REQUIRES: the index is below the count.
+    // REQUIRES: the index is less than `count`.
     std::function<Row(unsigned int)> get = {};
 };
 
-// What --strict finds in the rows.
+// The result of checking rows against --strict.
 struct ResultCheck {
-    // How many rows have a result that is not accepted.
+    // The number of rows whose result is not accepted.
     unsigned int others = 0;
-    // Designator and result of the first of them, at most three.
+    // Designators and results of the first of these rows, at most three.
     std::vector<std::pair<std::string, std::string>> firstOthers = {};
     // Accepted results that no row has.
     std::vector<std::string> unused = {};
 };
 
-// Results are compared byte by byte.
+// Compares results byte by byte.
 ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accepted);
 
-// The number of rows with each result, in the order of the results.
+// The number of rows for each result.
 using ResultCounts = std::map<std::string, unsigned int, std::less<>>;
 ResultCounts CountResults(Rows const& rows);
 
-// Keeps the results with the most rows, and of equal ones the first. Returns the number of rows of
-// those that it removes.
+// Removes all results except the `max` with the most rows. If numbers are equal, keeps those that
+// sort first. Returns the total number of rows of the removed results.
 std::size_t KeepMostFrequent(ResultCounts& results, std::size_t max);
 
 // Returns "1 row" or "2 rows".
 std::string FormatRowCount(std::size_t count);
 
-// Writes tab-separated values: a line of the field names, then a line for each row. In the texts a
-// tab is written as "\t", a line feed as "\n", a carriage return as "\r" and a backslash as "\\";
-// all other bytes are written unchanged. On a terminal the others are visible text (VisibleText.h).
-// Each text can be restored either way.
+// Writes tab-separated values: a line of field names, then a line for each row.
+//
+// In the texts, a tab is written as "\t", a line feed as "\n", a carriage return as "\r" and a
+// backslash as "\\". All other bytes are written unchanged, except on a terminal, where they are
+// converted to visible text (VisibleText.h). The original texts can be restored in both cases.
 void WriteTsv(Rows const& rows, Output& output);

@@ -12,7 +12,8 @@ constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t firstSignal = 0;
 
-// A signal raised in its own handler comes when the handler is done, and then finds the default.
+// A signal raised within its own handler is delivered when the handler returns; its action is the
+// default by then.
 void NoteSignal(int signal) {
     if (firstSignal == 0) {
         firstSignal = signal;
@@ -42,7 +43,7 @@ sigset_t BlockStopSignals() {
     return former;
 }
 
-// Blocks the stop signals as long as it lives.
+// Blocks the stop signals. The destructor restores the signal mask.
 class BlockedStopSignals {
 public:
     BlockedStopSignals() = default;
@@ -56,8 +57,8 @@ private:
     sigset_t const former = BlockStopSignals();
 };
 
-// As ppoll(2), but returns at once after a stop signal. The signals are blocked between the look at
-// the flag and the wait, so none is lost there.
+// Like ppoll(2), but returns immediately after a stop signal. Signals are blocked from the check of
+// the flag until ppoll(2) unblocks them atomically, so none is lost.
 int Wait(pollfd* waiting, nfds_t count, timespec const* limit) {
     constexpr timespec none{};
     BlockedStopSignals const blocked;

@@ -1,30 +1,35 @@
-// SIGINT, SIGTERM and SIGHUP as a request to stop, and waits that such a request ends.
+// Handles SIGINT, SIGTERM and SIGHUP as requests to stop, and waits that they interrupt.
+//
+// Process-wide state; not thread-safe.
 #pragma once
 
 #include <chrono>
 
-// From now on the first SIGINT, SIGTERM or SIGHUP is only recorded; a second one ends the process
-// at once, with the default action. One that is ignored when the program starts stays ignored.
+// Installs the handlers. The first SIGINT, SIGTERM or SIGHUP is only recorded. The second one has
+// its default action and terminates the process. A signal that was ignored before stays ignored.
 //
-// SIGPIPE and SIGXFSZ are ignored: the write fails instead, with EPIPE or EFBIG.
+// Ignores SIGPIPE and SIGXFSZ, so writes fail with EPIPE or EFBIG instead.
 void CatchStopSignals();
 
-// Returns the number of the first stop signal; 0 as long as none came.
+// Returns the number of the first stop signal, or 0 if none has been received.
 int StopSignal();
 
 // Returns "SIGINT", "SIGTERM" or "SIGHUP".
 char const* NameOfStopSignal(int signal);
 
-// Blocks the stop signals. Returns those that were not blocked, as a set: bit n is the signal n.
+// Blocks the stop signals. Returns the set of those that were not blocked before: bit n stands for
+// signal n.
 unsigned int HoldStopSignals();
 
-// Unblocks the signals of a set. One that came in the meantime is delivered before the return.
+// Unblocks the signals of a set that HoldStopSignals returned. Delivers pending ones before it
+// returns.
 void ReleaseStopSignals(unsigned int held);
 
-// The waits below are race-free: a stop signal ends them whenever it comes, before the wait too.
+// The functions below do not wait after a stop signal, and stop waiting when one arrives. They have
+// no race: a signal that arrives just before the wait also ends it.
 
 void SleepUnlessStopped(std::chrono::milliseconds time);
 
-// Waits until poll(2) reports that a write to the file descriptor makes progress or fails. After a
-// stop signal it does not wait, and returns false if the write would have to.
+// Waits until a write to the file descriptor would succeed or fail without blocking (poll(2)).
+// Returns false if a stop signal ended the wait.
 bool AwaitWritable(int descriptor);

@@ -33,11 +33,11 @@ FileState MakeState(struct stat const& facts) {
     return {facts.st_dev, facts.st_ino, facts.st_size, facts.st_mtim};
 }
 
-// The bytes of a file in chunks, and the place of the next one.
+// The bytes of a file, read in chunks, and the position of the next byte.
 class Source {
 public:
     Source(std::string const& thePath, StoredKind kind) : path(thePath) {
-        // A FIFO that is refused below must not block.
+        // O_NONBLOCK: open(2) of a FIFO, which is refused below, would wait for a writer.
         int const flags = kind == StoredKind::regularFile ? O_NONBLOCK : 0;
         descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | flags);
         if (descriptor < 0)
@@ -60,10 +60,10 @@ public:
         return size == 0;
     }
     FileState const& State() const { return state; }
-    // The next value may be as long as the limit.
+    // Restarts the count of bytes that maxStoredTextBytes limits.
     void StartValue() { valueStart = total - (size - next); }
 
-    // REQUIRES: not at the end.
+    // REQUIRES: !IsAtEnd().
     char Peek() const { return buffer[next]; }
     void Skip() {
         ++column;
@@ -110,7 +110,7 @@ private:
     std::array<char, 64 * 1024> buffer;
 };
 
-// The bytes of a source, for the parser. Null is the end.
+// An input iterator over the bytes of a source, for the parser. The end iterator has a null source.
 class SourceIterator {
 public:
     using iterator_category = std::input_iterator_tag;
@@ -125,20 +125,21 @@ public:
         source->Skip();
         return *this;
     }
-    // REQUIRES: the other is the end.
+    // REQUIRES: the argument is the end iterator.
     bool operator!=(SourceIterator const&) const { return !source->IsAtEnd(); }
 
 private:
     Source* source;
 };
 
-// Collects the members of a document by their path ("provenance/host"), and rows.
+// Stores the known members of a document by their path ("provenance/host"), and passes the rows to
+// `useRow`. Refuses values of the wrong type.
 class DocumentHandler : public nlohmann::json_sax<PlainJson> {
 public:
     DocumentHandler(Source& theSource, std::function<void(StoredRow&&)> const& theUseRow)
         : source(theSource), useRow(theUseRow) {}
 
-    // From now on each document is a row.
+    // Parse each further document as a row.
     void ExpectRows() { state = State::betweenRows; }
 
     bool null() override { return TakeFact(nullptr); }
@@ -220,7 +221,7 @@ public:
 private:
     enum class State { head, betweenRows, inRow };
 
-    // A name with a slash is no part of a path that is read.
+    // Replaces a name with a slash by an empty one, because it could look like a known path.
     void StartMember(std::string&& name) {
         keys.back() = name.find('/') == std::string::npos ? std::move(name) : "";
         if (state != State::head)
@@ -230,7 +231,7 @@ private:
             source.Refuse("expected the member \"" + path + "\" once");
     }
 
-    // Whether the path is that of a fact, of an object around it, or of the rows.
+    // True for the path of a known member, of an object that contains one, and of the rows.
     static bool IsRead(std::string const& path);
 
     void RefuseAsRows() const {
@@ -256,7 +257,7 @@ private:
         return true;
     }
 
-    // "provenance/host" for the member that is read; empty outside of objects.
+    // Returns the path of the current member, such as "provenance/host"; empty outside of objects.
     std::string Path() const {
         std::string path = keys.empty() ? "" : keys.front();
         for (std::size_t index = 1; index < keys.size(); ++index)
@@ -278,7 +279,7 @@ private:
         return true;
     }
 
-    // Skips members that no reader here uses: a document may have very many of them.
+    // Stores a known member. Skips all others, which may be numerous.
     void AddFact(std::string const& path, PlainJson value);
 
     static std::string NameOf(std::size_t field) {
@@ -287,7 +288,8 @@ private:
                    : rowFieldNames[field - rowFieldNames.size()] + std::string(base64Suffix);
     }
 
-    // The index of a field, that of its bytes behind all of these, or more for other names.
+    // Returns the index of a field, or for its base64 member the index plus the number of fields.
+    // Returns twice the number of fields for other names.
     static std::size_t FieldOf(std::string_view name) {
         bool const isBase64 = name.ends_with(base64Suffix);
         if (isBase64)
@@ -299,7 +301,7 @@ private:
                (isBase64 ? rowFieldNames.size() : 0);
     }
 
-    // Sets the bit of a field.
+    // Sets the bit of a field. Refuses a repeated member.
     void NoteField(unsigned int& fields, std::size_t index, std::size_t name) {
         if ((fields >> index & 1) != 0)
             source.Refuse("expected the member \"" + NameOf(name) + "\" once in the row");
@@ -334,13 +336,14 @@ private:
         state = State::betweenRows;
     }
 
-    // The parser's reason without the text that it read, which may be long.
+    // Removes the exception's ID and the text that was read last, which may be long, from the
+    // message of the parser.
     static std::string ReasonOf(nlohmann::detail::exception const& error) {
         if (error.id == numberOutOfRange)
             return "a number is out of range";
         std::string reason = error.what();
         std::size_t const start = reason.find(" - ");
-        // From 3.11, the library describes empty input in other words.
+        // Version 3.11 and later describe empty input differently.
         if (start == std::string::npos)
             return "unexpected end of input; expected '[', '{', or a literal";
         reason.erase(0, start + 3);
@@ -351,14 +354,14 @@ private:
     std::function<void(StoredRow&&)> const& useRow;
     State state = State::head;
     std::size_t depth = 0;
-    // The depth within a row: that of a document of its own, or that in the array of rows.
+    // The depth inside a row: 1 for JSON lines, more in the array of rows.
     std::size_t rowDepth = 1;
     std::vector<std::string> keys;
     std::map<std::string, PlainJson> facts;
-    // Of the members that are read.
+    // The paths of the known members so far.
     std::set<std::string> seenPaths;
     StoredRow row;
-    // The field that is read, and the fields that the row has, as bits.
+    // The current field, and bit sets of the fields so far: as text and in base64.
     std::size_t field = 0;
     unsigned int seen = 0;
     unsigned int exact = 0;
@@ -370,7 +373,7 @@ enum class FactType { text, version, count, status, boolean, time };
 
 struct Fact {
     std::string_view path;
-    // cppcheck-suppress unusedStructMember ; it is read through an iterator
+    // cppcheck-suppress unusedStructMember ; read through an iterator
     FactType type;
     bool mayBeNull = false;
 };
@@ -442,7 +445,7 @@ void DocumentHandler::AddFact(std::string const& path, PlainJson value) {
     facts[path] = std::move(value);
 }
 
-// What the documents of a file consist of, once they are read.
+// The members of a document after parsing, checked and converted.
 class StoredDocument {
 public:
     StoredDocument(DocumentHandler const& theHandler, Source const& theSource)
@@ -450,7 +453,7 @@ public:
 
     bool IsFinished() const { return RequiredText("outcome") == "finished"; }
 
-    // Refuses what is no result before anything else of it is read.
+    // Refuses documents that are not results. REQUIRES: called before the other members.
     void Check() const {
         if (Require("schemaVersion") != 1)
             source.Refuse("expected \"schemaVersion\": 1");
@@ -501,7 +504,7 @@ private:
         return *found;
     }
 
-    // The exact bytes.
+    // Returns the exact bytes of a text.
     std::optional<std::string> Text(std::string const& path) const {
         if (PlainJson const* const base64 = handler.Find(path + std::string(base64Suffix))) {
             std::optional<std::string> bytes = DecodeBase64(base64->get_ref<std::string const&>());
@@ -527,7 +530,7 @@ private:
     Source const& source;
 };
 
-// Skips whitespace. Returns whether something follows.
+// Skips whitespace. Returns false at the end.
 bool HasMore(Source& source) {
     while (!source.IsAtEnd() &&
            std::string_view(" \t\r\n").find(source.Peek()) != std::string_view::npos)
@@ -536,7 +539,7 @@ bool HasMore(Source& source) {
 }
 
 void Parse(Source& source, DocumentHandler& handler) {
-    // What follows the document is left in the source.
+    // Leave bytes after the document in the source.
     constexpr bool strict = false;
     PlainJson::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
                          nlohmann::detail::input_format_t::json, strict);

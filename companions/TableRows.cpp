@@ -22,19 +22,19 @@ constexpr Row unicodeHeadings = {"DESIGNATOR",       "RESULT",      "TYPE",
 constexpr Row asciiHeadings = {"DESIGNATOR", "RESULT",      "TYPE",
                                "TIME (us)",  "DESCRIPTION", "COMMENT"};
 
-// Neither green nor red, which judge.
+// Without green and red, which mean good and bad.
 constexpr std::array<std::string_view, 4> neutralColors = {"\x1b[36m", "\x1b[33m", "\x1b[35m",
                                                            "\x1b[34m"};
 
 using Widths = std::vector<std::size_t>;
 
-// The colour of each result.
+// Assigns a colour to each result.
 class Colors {
 public:
     Colors(bool isUsed, std::vector<std::string> const& theAccepted)
         : used(isUsed), accepted(theAccepted) {}
 
-    // Empty for none.
+    // Returns an escape sequence, or an empty string without colours.
     std::string_view Of(std::string_view result) {
         if (!used)
             return {};
@@ -51,7 +51,7 @@ private:
     std::map<std::string, std::string_view, std::less<>> neutral;
 };
 
-// The rows that are shown, in their order.
+// Returns the indices of the shown rows, in the order of the table.
 std::vector<unsigned int> SelectRows(Rows const& rows, TableOptions const& options) {
     std::vector<unsigned int> selected(rows.count);
     std::iota(selected.begin(), selected.end(), 0U);
@@ -68,7 +68,7 @@ std::vector<unsigned int> SelectRows(Rows const& rows, TableOptions const& optio
     return selected;
 }
 
-// The width of each column if no width but the smallest ones is more than `limit`.
+// Reduces widths to `limit`, but not below the smallest width of each column.
 Widths Limit(Widths widths, Widths const& smallest, std::size_t limit) {
     for (std::size_t column = 0; column < widths.size(); ++column)
         widths[column] = std::min(widths[column], std::max(smallest[column], limit));
@@ -79,8 +79,8 @@ std::size_t Sum(Widths const& widths) {
     return std::accumulate(widths.begin(), widths.end(), std::size_t{0});
 }
 
-// Narrows the widest columns until the table fits into `width`, but none below its smallest width.
-// Returns false if it does not fit then.
+// Narrows the widest columns until the table fits into `width`, but not below the smallest width of
+// each column. Returns false if it does not fit then.
 bool Narrow(Widths& widths, Widths const& smallest, std::size_t width) {
     std::size_t const gaps = gap * (widths.size() - 1);
     std::size_t const available = width > gaps ? width - gaps : 0;
@@ -91,13 +91,13 @@ bool Narrow(Widths& widths, Widths const& smallest, std::size_t width) {
         ++limit;
     Widths const wider = Limit(widths, smallest, limit + 1);
     widths = Limit(widths, smallest, limit);
-    // What is left is less than a column for each of them.
+    // Distributes the rest, which is less than one per column.
     for (std::size_t column = 0; column < widths.size() && Sum(widths) < available; ++column)
         widths[column] = wider[column];
     return Sum(widths) <= available;
 }
 
-// Headings are wrapped only if the table does not fit otherwise.
+// Narrows the columns; below the width of their headings only if the table does not fit otherwise.
 void Fit(Widths& widths, Widths const& headings, std::size_t width) {
     Widths narrow = widths;
     if (!Narrow(narrow, headings, width)) {
@@ -107,7 +107,8 @@ void Fit(Widths& widths, Widths const& headings, std::size_t width) {
     widths = narrow;
 }
 
-// Removes a line from the front of the text, and the space at which it is wrapped.
+// Removes one line of at most `width` columns from the front of the text, with the space at which
+// it is wrapped. Returns the line without that space.
 std::string_view TakeLine(std::string_view& text, std::size_t width) {
     if (text.empty())
         return {};
@@ -165,7 +166,7 @@ private:
         while (!std::ranges::all_of(rests, &std::string_view::empty));
     }
 
-    // Takes a line of each text.
+    // Removes one line from each text and writes them side by side.
     void WriteLine(std::vector<std::string_view>& rests, std::string_view resultColor) {
         std::string line;
         std::size_t missing = 0;

@@ -7,7 +7,7 @@ namespace {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// Removes the digits at the front of the text.
+// Removes the digits at the front of the text, and returns them.
 std::string_view TakeDigits(std::string_view& text) {
     auto const end = std::ranges::find_if_not(text, IsDigit);
     std::string_view const digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
@@ -21,7 +21,8 @@ std::string_view WithoutLeadingZeros(std::string_view digits) {
 
 struct Numeral {
     bool isNegative = false;
-    // Without the zeros that change nothing, so they may be empty.
+    // Digits before and after the point, without leading and trailing zeros, respectively. May be
+    // empty.
     std::string_view whole = {};
     std::string_view fraction = {};
 };
@@ -40,12 +41,12 @@ std::optional<Numeral> ParseNumeral(std::string_view text) {
         return {};
     numeral.whole = WithoutLeadingZeros(whole);
     numeral.fraction = fraction.substr(0, fraction.find_last_not_of('0') + 1);
-    // There is no negative zero.
+    // Negative zero equals zero.
     numeral.isNegative &= !numeral.whole.empty() || !numeral.fraction.empty();
     return numeral;
 }
 
-// Compares digits without leading zeros by their value.
+// Compares numbers of any size. REQUIRES: digits without leading zeros.
 std::strong_ordering CompareWhole(std::string_view left, std::string_view right) {
     auto const order = left.size() <=> right.size();
     return order != 0 ? order : left <=> right;
@@ -60,8 +61,8 @@ std::strong_ordering CompareValues(Numeral const& left, Numeral const& right) {
     return left.isNegative ? 0 <=> order : order;
 }
 
-// Digits are contiguous among the bytes, so it does not matter which digit a run begins with when
-// it meets another byte.
+// Compares by bytes, runs of digits by value. Still a total order: all digits compare in the same
+// way with a byte that is not a digit, because their codes are contiguous.
 std::strong_ordering CompareRuns(std::string_view left, std::string_view right) {
     while (!left.empty() && !right.empty()) {
         auto order = static_cast<unsigned char>(left[0]) <=> static_cast<unsigned char>(right[0]);

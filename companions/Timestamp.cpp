@@ -13,8 +13,8 @@ std::string Format(char const* format, tm const& time) {
     return {text.data(), std::strftime(text.data(), text.size(), format, &time)};
 }
 
-// Removes a number of so many digits from the front of the text. Returns nothing if there is none,
-// or if it is not between the limits.
+// Removes a number of exactly `digits` digits from the front of the text. Returns nullopt if there
+// is none, or if it is not in the range.
 std::optional<int> TakeNumber(std::string_view& text, std::size_t digits, int min, int max) {
     std::string_view const number = text.substr(0, digits);
     if (number.size() < digits || number.find_first_not_of("0123456789") != std::string_view::npos)
@@ -32,7 +32,7 @@ bool TakeOne(std::string_view& text, std::string_view accepted) {
     return true;
 }
 
-// The date and the time of day as if they were UTC.
+// Returns the date and the time of day as if they were UTC.
 std::optional<time_t> TakeDateTime(std::string_view& text) {
     auto const year = TakeNumber(text, 4, 0, 9999);
     bool separated = TakeOne(text, "-");
@@ -62,7 +62,7 @@ std::optional<time_t> TakeDateTime(std::string_view& text) {
     return timegm(&parts);
 }
 
-// Nanoseconds; 0 if there is no fraction.
+// Returns nanoseconds; 0 if there is no fraction.
 std::optional<long> TakeFraction(std::string_view& text) {
     if (!TakeOne(text, "."))
         return 0;
@@ -75,7 +75,7 @@ std::optional<long> TakeFraction(std::string_view& text) {
     return std::stol(digits);
 }
 
-// Seconds east of UTC.
+// Returns the seconds east of UTC.
 std::optional<int> TakeOffset(std::string_view& text) {
     if (TakeOne(text, "Zz"))
         return 0;

@@ -1,4 +1,4 @@
-// Points in time as text.
+// Converts points in time to and from text.
 #pragma once
 
 #include <cstdint>
@@ -11,15 +11,15 @@
 // "2026-03-01T09:30:00.125+01:00".
 std::string FormatTimestamp(timespec const& time);
 
-// Returns the point in time of a text of RFC 3339; nothing for any other text. Digits beyond
-// nanoseconds are dropped.
+// Parses a timestamp of RFC 3339, including a leap second. Truncates to nanoseconds. Returns
+// nullopt for any other text.
 std::optional<timespec> ParseTimestamp(std::string_view text);
 
 // Returns "45 s", "5 min", "3 h" or "2 d 4 h"; "in 5 min" for a negative number of seconds.
 std::string FormatAge(std::int64_t seconds);
 
-// Returns the current time of the system's clock.
+// Returns the current time (CLOCK_REALTIME).
 timespec CurrentTime();
 
-// Whether the first time is earlier than the second one.
+// True if the first time is earlier than the second one.
 bool IsBefore(timespec const& first, timespec const& second);

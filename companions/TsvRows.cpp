@@ -22,7 +22,8 @@ void AppendEscaped(std::string& line, std::string_view text) {
     }
 }
 
-// Each backslash stands twice by then, so that those of visible text are told apart.
+// Escapes for TSV first: that doubles all backslashes, so the escapes of MakeVisible, which have a
+// single one, remain unambiguous.
 void AppendVisible(std::string& line, std::string_view text, CharacterSet characters) {
     std::string escaped;
     AppendEscaped(escaped, text);

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Not the type of std::fclose, whose attributes a compiler ignores there with a warning.
+// Not decltype(&std::fclose): the compiler warns that it ignores the attributes of that type.
 struct CloseFile {
     void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
@@ -17,7 +17,7 @@ struct CloseFile {
 std::string UserName(uid_t user, char const* file) {
     std::unique_ptr<std::FILE, CloseFile> const entries(std::fopen(file, "re"));
     if (entries != nullptr)
-        // cppcheck-suppress fgetpwentCalled ; the companions have one thread
+        // cppcheck-suppress fgetpwentCalled ; the companions are single-threaded
         while (passwd const* const entry = fgetpwent(entries.get()))
             if (entry->pw_uid == user)
                 return entry->pw_name;

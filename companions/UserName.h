@@ -1,10 +1,11 @@
-// The names of users, without the name service, which a static program cannot use.
+// Looks up the names of users without the name service (nsswitch.conf(5)), which a static program
+// cannot use.
 #pragma once
 
 #include <string>
 
 #include <sys/types.h>
 
-// Returns the name of the user in a file like /etc/passwd (passwd(5)), or the number if that file
-// does not have it.
+// Returns the name of the user in a file in the format of passwd(5), or the user ID in decimal if
+// the file has no entry or cannot be read.
 std::string UserName(uid_t user, char const* file = "/etc/passwd");

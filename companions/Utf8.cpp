@@ -8,8 +8,8 @@ unsigned char At(std::string_view text, std::size_t index) {
     return static_cast<unsigned char>(text[index]);
 }
 
-// The continuation bytes of a sequence: their number, and the limits of the first one. The limits
-// exclude overlong forms, surrogates and values that are too large.
+// The number of continuation bytes of a sequence, and the range of the first one. The range
+// excludes overlong encodings, surrogates, and values above U+10FFFF (RFC 3629, section 4).
 struct Continuation {
     std::size_t length;
     unsigned char min = 0x80;
@@ -47,7 +47,7 @@ Character DecodeCharacter(std::string_view text) {
         return {};
     if (At(text, 1) < rest.min || At(text, 1) > rest.max)
         return {};
-    // The lead byte has as many leading ones as there are bytes, then a zero.
+    // Clears the length bits of the lead byte: as many ones as the sequence has bytes, then a zero.
     std::uint32_t codePoint = lead & (0x3FU >> rest.length);
     for (std::size_t index = 1; index <= rest.length; ++index) {
         if ((At(text, index) & 0xC0) != 0x80)

@@ -1,4 +1,4 @@
-// UTF-8 (RFC 3629) in bytes that may be ill-formed.
+// Decodes and validates UTF-8 (RFC 3629).
 #pragma once
 
 #include <cstddef>
@@ -6,14 +6,14 @@
 #include <string_view>
 
 struct Character {
-    // In bytes, 1 to 4; 0 if there is no well-formed character.
+    // The number of bytes, 1 to 4; 0 if there is no well-formed sequence.
     std::size_t length = 0;
     std::uint32_t codePoint = 0;
 };
 
-// Decodes the character at the front of the text. There is none at the end of the text, and where
-// the bytes are ill-formed: a stray continuation byte, a truncated sequence, an overlong form, a
-// surrogate, a value above U+10FFFF.
+// Decodes the code point at the front of the text. Returns a length of 0 if the text is empty, or
+// if it starts with an ill-formed sequence: a continuation byte, a truncated sequence, an overlong
+// encoding, a surrogate, or a value above U+10FFFF.
 Character DecodeCharacter(std::string_view text);
 
 bool IsUtf8(std::string_view text);

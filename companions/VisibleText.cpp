@@ -56,8 +56,8 @@ void AppendVisible(std::string& text, std::string_view bytes, std::uint32_t code
         text += bytes;
 }
 
-// Calls `append(text, bytes, codePoint)` for each well-formed character, and appends each other
-// byte as an escape.
+// Calls `append(text, bytes, codePoint)` for each well-formed sequence, and appends an escape for
+// each other byte.
 template <typename Append>
 std::string MakeText(std::string_view bytes, Append const& append) {
     std::string text;

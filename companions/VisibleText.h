@@ -1,21 +1,21 @@
-// Text from other programs, with escapes for bytes that are unsafe to display.
+// Escapes text from untrusted sources, so that it is safe to display.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-// Returns UTF-8 with each byte that belongs to no well-formed character escaped as "\xHH". A
-// backslash is not escaped, so the original can't be restored.
+// Returns "readable text": each byte of an ill-formed UTF-8 sequence is replaced by "\xHH".
+// Backslashes are not escaped, so the original cannot be restored.
 std::string MakeReadable(std::string_view bytes);
 
-// The characters that the reader's terminal can display.
+// The characters that a terminal can display.
 enum class CharacterSet { ascii, unicode };
 
-// The same for a terminal, with more escapes:
+// Returns "visible text": readable text in which these characters are escaped, too:
 //
-// - ASCII control characters: "\t", "\n", "\r", and "\xHH" for the others;
-// - the hidden characters of Unicode (HiddenCharacters.h: controls, format characters such as those
-//   of direction and zero width, fillers, tags): "\uHHHH", above U+FFFF "\UHHHHHHHH";
-// - with CharacterSet::ascii every other character beyond ASCII, in the same form. On a terminal
-//   that does not use UTF-8 the bytes of a harmless character can be a control sequence.
+// - ASCII control characters as "\t", "\n", "\r" or "\xHH";
+// - characters that a terminal does not display (HiddenCharacters.h), such as bidirectional and
+//   zero-width format characters, as "\uHHHH", above U+FFFF as "\UHHHHHHHH";
+// - with CharacterSet::ascii, all other non-ASCII characters in the same way. On a terminal that
+//   does not use UTF-8, their bytes could be a control sequence.
 std::string MakeVisible(std::string_view bytes, CharacterSet characters = CharacterSet::unicode);
