@@ -1,7 +1,7 @@
-// What ProcessesBench runs: ends with 0 if the agent is running and with 1 if not.
+// The program that ProcessesBench measures. The exit status is 0 if the agent is running, else 1.
 //
-//     AskForAgent         asks IsRunning
-//     AskForAgent bare    makes the system calls of IsRunning, and compares the names
+//     AskForAgent         calls IsRunning
+//     AskForAgent bare    makes the same system calls as IsRunning, and compares the names
 #include <cstdio>
 #include <cstring>
 #include <string_view>

@@ -1,8 +1,8 @@
-// One operation, done by ours and by its peers on the same input, timed by Google Benchmark.
+// Benchmarks that compare this project with other libraries on the same input, by Google Benchmark.
 //
-// A subject is a program of its own: Main.cpp and `bench/<Subject>Bench.cpp`, which defines
-// RegisterOperations. A timed run is called "<subject>/<operation>/<who>"; `who` is "ours" or the
-// name of the peer. scripts/bench runs the operations one after the other and compares.
+// Each subject is a program, built from Main.cpp and `bench/<Subject>Bench.cpp`, which defines
+// RegisterOperations. A benchmark is named "<subject>/<operation>/<who>"; `who` is "ours" or the
+// name of a comparison library. scripts/bench runs the operations one by one and compares.
 #pragma once
 
 #include <cstddef>
@@ -17,25 +17,27 @@
 
 #include "data/ConstData.h"
 
-// Defined once a subject: makes its operations. It is called once, before anything is timed.
+// Registers the operations of a subject, which defines this function. Called once, before any
+// timing.
 void RegisterOperations();
 
-// Ends the program with a message: a comparison of different results is worth nothing.
+// Prints a message and exits with status 1. Called if contenders have different results, because
+// their times are not comparable.
 [[noreturn]] void RefuseDifferentAnswers(std::string const& operation, std::string const& who,
                                          std::string const& expected, std::string const& found);
 
-// An operation and those who can do it. `Input` is made at first use, so an operation that is not
-// run costs nothing.
+// An operation and its contenders: implementations that are timed on the same input. The input is
+// created on first use, so an operation that is not run takes no time.
 //
-// Each contender is added as `work`, which takes the input and is timed, and `answer`, which takes
-// the input and gives the result as a text; where `work` itself yields a text or a number it can do
-// for both. Before the first timing all answers are made once and must be equal.
+// A contender has two functions of the input: `work`, which is timed, and `answer`, which returns
+// the result as text. Before the first timing, all answers are computed and must be equal.
 template <class Input>
 class Operation {
 public:
     using MakeInput = std::function<Input const&()>;
 
-    // `byteCount` tells how many bytes one run handles; without it the figures are plain times.
+    // `byteCount` returns the number of bytes that one run processes. Without it, only times are
+    // reported, not speeds.
     Operation(std::string name, MakeInput input,
               std::function<std::size_t(Input const&)> byteCount = {})
         : shared(std::make_shared<Shared>()) {
@@ -44,8 +46,8 @@ public:
         shared->byteCount = std::move(byteCount);
     }
 
-    // A figure of its own beside the time, such as the memory that a result takes; goals.json names
-    // it by `counter`.
+    // Adds a contender. `figure` returns an additional result beside the time, such as the memory
+    // for each byte of input; `counter` is its name in goals.json.
     template <class Work, class Answer>
     void Add(std::string const& who, Work work, Answer answer, std::string const& counter = {},
              std::function<double(Input const&)> figure = {}) {
@@ -65,13 +67,14 @@ public:
         benchmark::RegisterBenchmark((shared->name + "/" + who).c_str(), run);
     }
 
+    // For a `work` that returns text or a number: it is also the answer.
     template <class Work>
     void Add(std::string const& who, Work work) {
         Add(who, work, work);
     }
 
-    // A contender that keeps its own time, where setting up and clearing away is not to count, or
-    // where another process does the work: `work` yields the seconds.
+    // Adds a contender that measures its own time: `work` returns seconds. For work with setup or
+    // cleanup that must not be timed, and for work in another process.
     template <class Answer>
     void AddSelfTimed(std::string const& who, std::function<double(Input const&)> work,
                       Answer answer) {
@@ -141,5 +144,5 @@ private:
     std::shared_ptr<Shared> shared;
 };
 
-// The size of a text as the bytes of an operation on it.
+// The `byteCount` of an operation whose input is text.
 inline std::size_t SizeOf(std::string const& text) { return text.size(); }

@@ -1,5 +1,5 @@
-// Text without regard to case, by ASCII's rules: comparing beside strcasecmp and Boost, mapping
-// beside a loop over tolower and Boost.
+// Case-insensitive comparison of ASCII text, compared with strcasecmp and Boost, and case mapping,
+// compared with a loop over tolower and Boost.
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -21,7 +21,7 @@
 
 namespace {
 
-// Two texts that differ in case, here and there, and in nothing else.
+// Two texts that differ only in the case of some letters.
 struct Pair {
     std::string left;
     std::string right;
@@ -78,7 +78,7 @@ void AddComparisons(std::size_t size) {
     });
 }
 
-// Each writes the mapped text into `target`, which has its size.
+// Write the mapped text to `target`, which has the size of the source.
 
 void LowerOurs(std::string const& source, std::string& target) {
     Ascii::LowerCase(source, Data(target.data(), target.size()));
@@ -121,7 +121,7 @@ void AddMappings(std::size_t size) {
 #endif
 }
 
-// In place, and by the current locale's letters.
+// StringPL::MakeLower: in place, and by the letters of the current locale.
 
 void AddMappingsInPlace(std::size_t size) {
     Operation<Pair> operation(

@@ -1,7 +1,7 @@
-// The checksum of a stream, CRC-32/BZIP2, beside a plain byte table, Boost's and ISA-L's.
+// CRC-32/BZIP2, compared with a byte-wise table, Boost and ISA-L.
 //
-// "ours" is the receiver, which takes what the processor has; the operations named "slicing" take
-// the form for processors without carry-less multiplication.
+// "ours" is ChecksumReceiver, which selects the kernel for the processor. In the operations named
+// "slicing" it is the fallback for processors without carry-less multiplication.
 #include <array>
 #include <cstdint>
 #include <map>
@@ -59,7 +59,7 @@ std::uint32_t ByBoost(std::string const& bytes) {
 #endif
 
 #ifdef PEER_ISAL
-// The one of its CRCs with our polynomial and order of bits; it complements by itself.
+// The CRC of ISA-L with the same polynomial and bit order. It complements the result itself.
 std::uint32_t ByIsal(std::string const& bytes) {
     return crc32_ieee(0, reinterpret_cast<unsigned char const*>(bytes.data()), bytes.size());
 }

@@ -1,5 +1,5 @@
-// Each entry of a directory, in order, with what stands there: FileLoop beside scandir(3) with
-// alphasort(3) and an lstat(2) of each entry.
+// Sorted listing of a directory with the status of each entry: FileLoop, compared with scandir(3),
+// alphasort(3) and lstat(2).
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -22,7 +22,7 @@ struct Entries {
     explicit Entries(std::size_t entryCount) : count(entryCount) {
         Inputs::Numbers numbers(1);
         for (std::size_t i = 0; i < count; ++i) {
-            // The system lists them in no order, so the numbers needn't be mixed.
+            // Ascending numbers suffice, because readdir(3) returns the entries unsorted.
             std::string const name = "baseline-" + std::to_string(i) + ".txt";
             std::ofstream(directory / name) << std::string(numbers.Between(0, 99), 'x');
         }
@@ -32,7 +32,7 @@ struct Entries {
     std::size_t const count;
 };
 
-// Both walks hand the path and the record of each entry to `take`.
+// Both walks call `take` with the path and the status of each entry.
 template <class Take>
 void WalkOurs(Entries const& entries, Take take) {
     FileLocation const where = MakeFileLocation(entries.directory.path().c_str());
@@ -62,7 +62,7 @@ void WalkScandir(Entries const& entries, Take take) {
     std::free(list);
 }
 
-// The bytes of all entries.
+// Returns the total size of all entries.
 template <class Walk>
 std::size_t TotalSize(Entries const& entries, Walk walk) {
     std::size_t total = 0;

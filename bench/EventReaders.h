@@ -1,5 +1,5 @@
-// Push parsers behind one face: Reader::Read(document, receiver) feeds the document in blocks and
-// tells the receiver each event. Names and texts reach it as the parser has them, without a copy.
+// Push parsers with a common interface: Reader::Read(document, receiver) parses the document in
+// blocks and passes each event to the receiver. Names and texts are not copied.
 //
 // A receiver has Start(name), Attribute(name, value), End(name) and Text(text).
 #pragma once
@@ -35,8 +35,8 @@ private:
     std::size_t bytes = 0;
 };
 
-// The events as one text. What conforming parsers may do otherwise is taken out: CR goes, as they
-// read CR LF as LF, and so does text outside of the root.
+// Collects the events as one text. Omits differences between conforming parsers: CR, because they
+// read CR LF as LF, and text outside of the root element.
 class EventLog {
 public:
     void Start(std::string_view name) {
@@ -159,7 +159,7 @@ private:
                       xmlChar const**, int count, int, xmlChar const** attributes) {
         Receiver& receiver = *static_cast<Receiver*>(to);
         receiver.Start(View(name));
-        // Name, prefix, namespace, and where the value begins and ends.
+        // Each attribute: name, prefix, namespace, begin and end of the value.
         for (; count > 0; --count, attributes += 5)
             receiver.Attribute(View(attributes[0]), View(attributes[3], attributes[4]));
     }

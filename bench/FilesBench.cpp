@@ -1,10 +1,10 @@
-// Reading and copying files, beside a bare loop of the same system calls, copy_file_range(2) and
-// cp(1).
+// Reading and copying files, compared with a bare loop of the same system calls,
+// copy_file_range(2) and cp(1).
 //
-// The name of an operation ends in the file system that it worked on: TMPDIR, or else "/dev/shm".
-// The bare loop makes the very calls that ours makes, in their order, with nothing around them; so
-// it tells what the classes cost. What is there of them beyond need (a length is three seeks, and
-// asked for anew before each read) is part of how a file that grows or shrinks is followed.
+// The name of an operation ends with the type of the file system of TMPDIR, by default /dev/shm.
+// The bare loop makes the same system calls as "ours", in the same order, and nothing else, so the
+// ratio is the overhead of the classes. Calls that look redundant (the length takes three lseek(2),
+// before each read) are necessary, because a file may grow or shrink while it is read.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -51,7 +51,7 @@ std::string Content(std::string const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-// A result of a system call that must not be negative.
+// Returns the result of a system call. Throws std::system_error if it is negative.
 template <class Result>
 Result Checked(Result result) {
     if (result < 0)
@@ -72,7 +72,7 @@ off_t LengthBare(int descriptor) {
     return length;
 }
 
-// Both readers hand each chunk to `take`.
+// ReadBare and ReadOurs call `take` with each chunk.
 template <std::size_t chunkSize, class Take>
 void ReadBare(int descriptor, Take take) {
     char chunk[chunkSize];
@@ -103,7 +103,7 @@ void ReadOurs(Files const& files, Take take) {
     path.Close();
 }
 
-// The timed work looks at each chunk, but not at each byte, which is the work of whoever reads.
+// The timed work accesses each chunk, but not its bytes, because only reading is measured.
 struct ChunkCounter {
     void operator()(char const* chunk, std::size_t size) {
         benchmark::DoNotOptimize(chunk);
@@ -180,7 +180,7 @@ void CopyInKernel(Files const& files) {
     Checked(close(source));
 }
 
-// A whole program: its start counts too, and tells on short files.
+// The time includes the start of the program, which dominates for small files.
 double CopyByCp(Files const& files) {
     EndedProgram const ended = RunProgram({"cp", files.source.c_str(), files.target.c_str()});
     if (ended.status != 0)
@@ -194,7 +194,7 @@ double ProcessorSeconds() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
-// Seconds of the copy alone: that the target is removed again does not count.
+// Returns the processor time of the copy in seconds, without the removal of the target.
 template <void (*copy)(Files const&)>
 double Time(Files const& files) {
     double const start = ProcessorSeconds();

@@ -1,7 +1,7 @@
-// One operation of ours or of a peer, for a tool that counts instructions: Gates SUBJECT WHO
+// Runs one operation for scripts/gates, which counts instructions: Gates SUBJECT WHO
 //
-// scripts/gates runs it and counts what is executed inside of `MeasuredRun`. Everything is done
-// once before, so that neither input nor first uses are counted.
+// Only instructions inside of `MeasuredRun` are counted. The operation runs once before, so the
+// creation of the input and other one-time initialization are not counted.
 #include <cstdio>
 #include <cstring>
 
@@ -73,7 +73,7 @@ constexpr Gate gates[] = {
 } // namespace
 
 extern "C" [[gnu::noinline]] std::size_t MeasuredRun(std::size_t (*run)()) {
-    return run() + 1; // no tail call: the run ends inside of this function
+    return run() + 1; // Prevents a tail call, which would leave this function.
 }
 
 int main(int argumentCount, char** arguments) {

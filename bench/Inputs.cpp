@@ -14,7 +14,7 @@ std::string Words(Numbers& numbers, std::size_t size) {
     static constexpr std::string_view letters = "etaoinshrdlucmfwypvbgkjqxz";
     std::string words;
     while (words.size() < size) {
-        // The smaller of two numbers prefers the frequent letters at the front.
+        // The minimum of two numbers favours the frequent letters at the front.
         for (std::size_t left = numbers.Between(2, 9); left > 0 && words.size() < size; --left)
             words += letters[std::min(numbers.Between(0, 25), numbers.Between(0, 25))];
         if (words.size() + 1 < size)
@@ -99,7 +99,7 @@ std::string MakeDocument(Fill fill) {
     return document + "</VeskaClientComplianceResponse>";
 }
 
-// Made once for each key.
+// Returns make() of the first call with this key.
 template <class Key, class Make>
 auto const& Kept(Key const& key, Make make) {
     static std::map<Key, decltype(make())> made;
@@ -136,7 +136,7 @@ char32_t NextCharacter(Numbers& numbers, Script script) {
     switch (script) {
     case Script::Ascii:
         break;
-    case Script::Latin: // about one letter in six has an accent
+    case Script::Latin: // About one letter in six has an accent.
         if (numbers.Between(0, 5) == 0)
             return Letter(numbers, 0xE0, 0xFF);
         break;

@@ -1,4 +1,4 @@
-// The program around a subject.
+// The main program of each subject.
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -11,28 +11,28 @@
 
 namespace {
 
-// The first place where two answers differ, with a little of what stands around it.
+// Returns a part of the answer around the position.
 std::string Excerpt(std::string const& answer, std::size_t place) {
     std::size_t const from = place < 20 ? 0 : place - 20;
     return answer.substr(std::min(from, answer.size()), 80);
 }
 
-// All rounds as one JSON document.
+// Writes all rounds as one JSON document.
 class RoundsReporter : public benchmark::JSONReporter {
 public:
     bool ReportContext(Context const& context) override {
         hasBegun = hasBegun || JSONReporter::ReportContext(context);
         return hasBegun;
     }
-    void Finalize() override {} // That only a round is at its end.
+    void Finalize() override {} // Called after each round, not only after the last one.
     void End() { JSONReporter::Finalize(); }
 
 private:
     bool hasBegun = false;
 };
 
-// Each contender runs once a round, so that the runs of a round stand close together in time. (The
-// library's own repetitions don't: it shuffles those of all contenders together.)
+// Runs each contender once per round, so the runs of a round are close together in time. The
+// repetitions of Google Benchmark are not: it shuffles those of all contenders together.
 void RunRounds(int count) {
     RoundsReporter reporter;
     for (; count > 0; --count)
@@ -56,7 +56,7 @@ void RefuseDifferentAnswers(std::string const& operation, std::string const& who
 
 namespace {
 
-// Removes "--NAME=VALUE" from the arguments and returns VALUE; null without such an argument.
+// Removes "--NAME=VALUE" from the arguments and returns VALUE, or null if there is none.
 char const* TakeOption(std::vector<char*>& arguments, std::string const& name) {
     std::string const prefix = "--" + name + "=";
     auto const found = std::ranges::find_if(
@@ -68,7 +68,8 @@ char const* TakeOption(std::vector<char*>& arguments, std::string const& name) {
     return value;
 }
 
-// "sse2", "ssse3" or "avx2"; the baseline for any other name.
+// Returns the level for "ssse3" or "avx2", limited to that of the processor. Returns the baseline
+// for any other name.
 Simd::Level LevelNamed(std::string_view name) {
     Simd::Level const level = name == "avx2"    ? Simd::Level::avx2
                               : name == "ssse3" ? Simd::Level::ssse3
@@ -78,8 +79,8 @@ Simd::Level LevelNamed(std::string_view name) {
 
 } // namespace
 
-// Besides the options of the library: "--rounds=N" runs N rounds, and "--level=NAME" pins the level
-// of the kernels.
+// Options besides those of Google Benchmark: "--rounds=N" runs N rounds, "--level=NAME" sets the
+// instruction set level of the kernels.
 int main(int count, char** texts) {
     std::vector<char*> arguments(texts, texts + count);
     char const* const rounds = TakeOption(arguments, "rounds");

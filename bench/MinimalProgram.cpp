@@ -1,5 +1,5 @@
-// The least that a static C++ program is, linked as the tool: what bench/whole_process.py holds the
-// tool's start and end against.
+// A minimal C++ program, linked like the tool. bench/whole_process.py compares the start and exit
+// of the tool with it.
 #include <cstdio>
 
 int main() { std::puts("nothing more"); }

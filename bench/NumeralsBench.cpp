@@ -1,7 +1,7 @@
-// Numerals: integers to text and text to integers, beside <charconv> and fmt.
+// Conversion of integers to text and back, compared with <charconv> and fmt.
 //
-// A made numeral is one whole text in an object of its own, which the compiler has to complete: not
-// only its length is asked for.
+// Each numeral is passed to DoNotOptimize, so the compiler cannot omit the digits although only
+// their number is used.
 #include <charconv>
 #include <cstdint>
 #include <map>
@@ -25,7 +25,7 @@ using Numbers = std::vector<std::uint64_t>;
 
 constexpr std::size_t numberCount = 10000;
 
-// Numbers of `least` to `most` digits, each count as often as any other.
+// Returns numbers of `least` to `most` digits; all numbers of digits are equally frequent.
 Numbers NumbersOfDigits(unsigned least, unsigned most, std::uint64_t base = 10) {
     Inputs::Numbers random(least + 100 * most);
     Numbers numbers;
@@ -41,7 +41,7 @@ Numbers NumbersOfDigits(unsigned least, unsigned most, std::uint64_t base = 10) 
     return numbers;
 }
 
-// ---- Integers to text: each makes the text of a value in its constructor.
+// ---- Integers to text. The constructor converts.
 
 struct OurDecimal {
     explicit OurDecimal(std::uint64_t value) : made(MakeAsciiDecimalNumeral64(value, 1)) {}
@@ -130,9 +130,9 @@ void AddHex(std::string const& name, Operation<Numbers>::MakeInput input) {
     AddMaking<OurHex, StandardNumeral<16>, FmtHex>("hex-" + name, input);
 }
 
-// ---- Text to integers.
+// ---- Text to integers
 
-// The texts of numbers, one behind the other with a space between, as they stand in a document.
+// Numerals in one contiguous text, separated by spaces, as in a document.
 struct Texts {
     template <class Maker>
     static Texts Of(Numbers const& numbers) {
@@ -152,15 +152,15 @@ struct Texts {
     }
 
     Texts() = default;
-    Texts(Texts const&) = delete; // The views point into this object's text.
+    Texts(Texts const&) = delete; // `each` refers to `all`.
     Texts& operator=(Texts const&) = delete;
-    Texts(Texts&&) noexcept = default; // A long text stays where it is.
+    Texts(Texts&&) noexcept = default; // Safe: moving a long std::string keeps its buffer.
 
     std::string all;
     std::vector<std::string_view> each;
 };
 
-// Each yields the value, or a number that no text stands for where it can't be read.
+// The value of a text that cannot be read.
 constexpr std::uint64_t unreadable = 0xBAD;
 
 template <NumeralReadResult Read(ConstData, unsigned long long&)>

@@ -1,11 +1,11 @@
-// Is the agent running? Beside pidof(8) and pgrep(1), among 1,000 processes that sleep.
+// Detection of the agent among 1,000 sleeping processes, compared with pidof(8) and pgrep(1).
 //
-// Each run is a process of its own, and its time is the processor time that the system charges it
-// from its start to its end: ours is a program that does nothing but ask (AskForAgent.cpp). The
-// bare loop is a program too: the system calls of ours, without what ours does with their results.
+// Each contender is a program, and its time is the processor time of the whole process. "ours" is a
+// program that only calls IsRunning (AskForAgent.cpp). "bare-loop" makes the same system calls
+// without processing their results.
 //
-// The sleepers live in a process namespace of their own, so that every machine shows the same
-// 1,000, and nothing is left of them when this program ends, however that happens.
+// The sleepers are in a PID namespace of their own, so their number is the same on every machine,
+// and the kernel ends them when this program ends for any reason.
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -32,7 +32,7 @@ void Check(bool succeeded, char const* what) {
         throw std::system_error(errno, std::generic_category(), what);
 }
 
-// Where this process is not root, it becomes root of a user namespace.
+// If this process is not root, it also creates a user namespace, in which it is root.
 void EnterNamespaces() {
     constexpr int wanted = CLONE_NEWNS | CLONE_NEWPID;
     Check(unshare(wanted) == 0 || unshare(wanted | CLONE_NEWUSER) == 0, "unshare");
@@ -44,7 +44,7 @@ void EnterNamespaces() {
         pause();
 }
 
-// The first process of the namespace. When it ends, with its parent, the system ends all others.
+// The init process of the PID namespace. It ends with its parent; the kernel then ends all others.
 [[noreturn]] void BeInit(int ready) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     bool made = mount("proc", "/proc", "proc", 0, nullptr) == 0;
@@ -60,7 +60,8 @@ void EnterNamespaces() {
     Sleep();
 }
 
-// From here on "/proc" has the sleepers, and what this process starts is one of theirs.
+// Starts the sleepers. From then on, /proc lists them, and new children of this process are in
+// their namespace.
 class Sleepers {
 public:
     Sleepers() {
@@ -89,7 +90,7 @@ private:
     pid_t init = -1;
 };
 
-// All of them end with 0 if there is such a process, and with 1 if there is none.
+// Adds a program whose exit status is 0 if the agent is running, else 1.
 void Add(Operation<Sleepers>& operation, std::string const& who,
          std::vector<char const*> const& command) {
     operation.AddSelfTimed(

@@ -1,4 +1,4 @@
-// The response documents that every reader of XML is measured on.
+// The response documents that all XML readers are measured with.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 #include "bench/Inputs.h"
 
-// Calls `add` with the name of an operation and a function that makes its document: for 1, 1,000
+// Calls `add` with the name of an operation and a function that returns its document: for 1, 1,000
 // and 100,000 rows, and for 1,000 rows with escapes.
 template <class Add>
 void ForEachResponseDocument(Add add) {

@@ -1,5 +1,5 @@
-// From a response document to its record: our tree and what reads it, beside expat, whose events go
-// straight into the same record.
+// Parsing a response document into a record: the XML tree and its reader, compared with expat and a
+// handler that fills the same record directly from events.
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -23,7 +23,7 @@ ClientComplianceResponse ReadOurs(std::string const& document) {
     return ResponseFromTree(parser);
 }
 
-// Fills a record from events. The texts of a row are gathered in place, with nothing in between.
+// Fills a record from events. Appends the texts of a row directly to the record.
 class ResponseEvents {
 public:
     void Start(std::string_view name) {

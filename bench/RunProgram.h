@@ -1,4 +1,4 @@
-// Whole programs as contenders: what the system charges one from its start to its end.
+// Runs whole programs as contenders, and measures their processor time.
 #pragma once
 
 #include <cerrno>
@@ -12,11 +12,12 @@
 #include <unistd.h>
 
 struct EndedProgram {
-    int status; // -1 if it did not end by itself.
+    int status; // The exit status, or -1 if a signal ended the program.
     double processorSeconds;
 };
 
-// Runs a program of the PATH, with its output thrown away.
+// Runs a program of the PATH with its standard output redirected to /dev/null, and waits for it.
+// Throws std::system_error if it cannot be started.
 inline EndedProgram RunProgram(std::vector<char const*> command) {
     auto const check = [&](bool succeeded) {
         if (!succeeded)

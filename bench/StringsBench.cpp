@@ -1,5 +1,5 @@
-// The two string classes: growing byte by byte, copying, and searching, beside std::string, Boost's
-// string and the C library.
+// StringPL and Stringy: appending byte by byte, copying and searching, compared with std::string,
+// the string of Boost and the C library.
 #include <cstring>
 #include <map>
 #include <string>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// ---- Growing
+// ---- Appending
 
 void PushOne(StringPL& text, char byte) { text.Append(&byte, 1); }
 void PushOne(Stringy& text, char byte) { text += byte; }
@@ -79,7 +79,7 @@ Texts const& TextsOfSizes(std::size_t least, std::size_t most) {
     return texts;
 }
 
-// The texts once more, as strings of the class that is to copy them.
+// The texts as strings of the class that copies them.
 template <class String>
 struct Sources {
     explicit Sources(Texts const& texts) {
@@ -124,7 +124,7 @@ void AddCopying(std::string const& name, std::size_t least, std::size_t most) {
 
 // ---- Searching
 
-// A text that ends in a word that occurs nowhere else in it, though its beginnings do.
+// A text that ends with the needle. Prefixes of the needle also occur before.
 struct Haystack {
     std::string text;
     StringPL longString;

@@ -1,5 +1,5 @@
-// Turning a text of one Unicode encoding into another, whole and as a stream, beside the C
-// library's iconv, ICU and Boost.
+// Transcoding between UTF-8, UTF-16 and UTF-32, of whole texts and of streams, compared with iconv
+// of the C library, ICU and Boost.
 #include <map>
 #include <string>
 
@@ -29,7 +29,7 @@ Texts const& TextsOf(Inputs::Script script) {
                : made.emplace(script, MakeTexts(Inputs::UnicodeText(script))).first->second;
 }
 
-// The bytes of a result, to compare.
+// Return the bytes of a result, for comparison.
 template <class Character>
 std::string BytesOf(Character const* characters, std::size_t length) {
     return std::string(reinterpret_cast<char const*>(characters), length * sizeof(Character));
@@ -114,9 +114,9 @@ void AddScript(Inputs::Script script, std::string const& name) {
 } // namespace
 
 void RegisterOperations() {
-    // Memory that is freed stays with the process. The results lie around the sizes from which on
-    // the allocator gives it back, and who happens to be above them would mostly wait for new
-    // pages.
+    // Keep freed memory in the process. The sizes of the results are close to the thresholds at
+    // which the allocator returns memory to the system, and contenders above a threshold would
+    // mostly measure the allocation of pages.
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
     AddScript(Inputs::Script::Ascii, "ascii");

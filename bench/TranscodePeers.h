@@ -1,7 +1,7 @@
-// Who turns a text of one Unicode encoding into another: ours and the peers behind one face.
+// Transcoders of this project and of other libraries with a common interface.
 //
-// Each has Whole<Target, Source>(texts), which yields the new text, and Stream<Target,
-// Source>(texts, take), which hands it out in blocks of 4,096 bytes.
+// Whole<Target, Source>(texts) returns the whole text in the target encoding. Stream<Target,
+// Source>(texts, take) calls `take` with each block of up to 4,096 bytes.
 #pragma once
 
 #include <cstddef>
@@ -26,13 +26,13 @@
 #include <unicode/ustring.h>
 #endif
 
-// The characters that stand for the units of an encoding outside of the product.
+// The standard character type for the code units of an encoding.
 template <class E>
 using CharacterOf =
     std::conditional_t<std::is_same_v<E, UTF8>, char,
                        std::conditional_t<std::is_same_v<E, UTF16>, char16_t, char32_t>>;
 
-// One text in the three encodings.
+// The same text in three encodings.
 struct Texts {
     std::string utf8;
     std::u16string utf16;
@@ -49,7 +49,7 @@ struct Texts {
     }
 };
 
-// What a peer fills: room for the longest result, which nobody clears.
+// The output buffer of a comparison library: uninitialized, large enough for any result.
 template <class Target>
 struct Filled {
     using Character = CharacterOf<Target>;
@@ -60,7 +60,7 @@ struct Filled {
     std::size_t length = 0;
 };
 
-// The most units of the target that a text of so many units becomes.
+// Returns the maximum number of code units of the target for `length` code units of the source.
 template <class Target, class Source>
 constexpr std::size_t MaxUnits(std::size_t length) {
     if constexpr (std::is_same_v<Target, UTF8>)
@@ -113,7 +113,7 @@ inline void Require(bool good) {
         throw std::runtime_error("a peer cannot convert");
 }
 
-// The C library's, one for each pair and opened before the first timing.
+// iconv of the C library. The conversion descriptors are opened once, before the first timing.
 struct IconvTranscoding {
     template <class Target, class Source>
     static Filled<Target> Whole(Texts const& texts) {
@@ -131,7 +131,7 @@ struct IconvTranscoding {
         while (from.left > 0) {
             CharacterOf<Target> block[4096 / sizeof(CharacterOf<Target>)];
             Bytes to(block, std::size(block));
-            Convert<Target, Source>(from, to); // Which stops where the block is full.
+            Convert<Target, Source>(from, to); // Stops when the block is full.
             Require(to.left < sizeof(block));
             take(block, static_cast<std::size_t>(to.Position<Target>() - block));
         }
@@ -179,8 +179,8 @@ struct BoostTranscoding {
 #endif
 
 #ifdef PEER_ICU
-// The functions that convert a whole text; between UTF-8 and UTF-32 there are only two of them in a
-// row. And the converters, which convert in blocks.
+// Whole texts: the functions for whole strings; ICU has none between UTF-8 and UTF-32, so these go
+// through UTF-16. Streams: the converters.
 struct IcuTranscoding {
     template <class Target, class Source>
     static Filled<Target> Whole(Texts const& texts) {
@@ -268,7 +268,7 @@ private:
     }
 };
 
-// From UTF-8 to UTF-16 only.
+// UnicodeString of ICU, for UTF-8 to UTF-16 only.
 struct IcuStringTranscoding {
     template <class Target, class Source>
     static icu::UnicodeString Whole(Texts const& texts) {

@@ -1,9 +1,9 @@
-// Parsers that build a tree, behind one face: a Reader is made of a document and frees its tree;
-// Describe gives the tree as a text.
+// Parsers that build a tree, with a common interface: the constructor parses a document, the
+// destructor frees the tree, and Describe writes the tree as text.
 //
-// Described are names, attributes and the texts of elements without children: what stands between
-// children is white space here, which pugixml and tinyxml2 drop. CR is left out, since conforming
-// parsers read CR LF as LF.
+// The text omits differences between the libraries. It has names, attributes and the texts of
+// elements without children, because pugixml and tinyxml2 discard whitespace between elements. It
+// has no CR, because conforming parsers read CR LF as LF.
 #pragma once
 
 #include <string>
@@ -57,7 +57,7 @@ public:
         return !parser.HasOpenElements() && parser.GetRootElement() != nullptr;
     }
 
-    // The tree tells values of attributes, not their names: the documents here have one, Version.
+    // XMLElementPL does not list the names of attributes. The documents have only one, Version.
     void Describe(TreeText& text) const { Describe(*parser.GetRootElement(), text); }
 
 private:
@@ -126,7 +126,7 @@ private:
 #endif
 
 #ifdef PEER_PUGIXML
-// It takes a document in one piece only, and gets it so.
+// Parses the document at once, because pugixml cannot parse chunks.
 class PugixmlTree {
 public:
     explicit PugixmlTree(std::string const& document)
@@ -159,7 +159,7 @@ private:
 #endif
 
 #ifdef PEER_TINYXML2
-// It takes a document in one piece only, and gets it so.
+// Parses the document at once, because tinyxml2 cannot parse chunks.
 class Tinyxml2Tree {
 public:
     explicit Tinyxml2Tree(std::string const& document)

@@ -1,7 +1,7 @@
-// Writers of XML into memory, behind one face: a Writer gives the response document of some rows,
-// or one element for each of some texts.
+// XML writers with a common interface: BeginRoot, Begin, Element, End, and Finish, which returns
+// the document.
 //
-// All write LF and tabs. Only libxml2 ends a document with a line feed; it is taken away.
+// All write LF and indent with tabs. Line feeds at the end of a document are removed.
 #pragma once
 
 #include <string>
@@ -25,7 +25,7 @@
 #include <tinyxml2.h>
 #endif
 
-// What is written, in terms of Begin(root with its version), Element(name, text), Begin(name), End.
+// Writes a response document with these rows.
 template <class Writer>
 void WriteRows(Writer& writer, std::vector<Inputs::Row> const& rows) {
     writer.BeginRoot("VeskaClientComplianceResponse", "Version", "1.0");
@@ -42,6 +42,7 @@ void WriteRows(Writer& writer, std::vector<Inputs::Row> const& rows) {
     }
 }
 
+// Writes a document with one element for each text.
 template <class Writer>
 void WriteTexts(Writer& writer, std::vector<std::string> const& texts) {
     writer.BeginRoot("VeskaClientComplianceResponse", "Version", "1.0");
@@ -106,7 +107,7 @@ public:
         xmlTextWriterFullEndElement(writer);
     }
     void End() { xmlTextWriterFullEndElement(writer); }
-    // A view of its own buffer: it need not copy to a string what others have written into one.
+    // Returns a view of the library's buffer, so that a copy to a string is not timed.
     std::string_view Finish() {
         xmlTextWriterFullEndElement(writer);
         xmlTextWriterEndDocument(writer);
@@ -127,7 +128,7 @@ private:
 #endif
 
 #ifdef PEER_PUGIXML
-// It has no writer, so a tree is built and saved.
+// Builds and saves a tree, because pugixml has no writer.
 class PugixmlWriter {
 public:
     void BeginRoot(char const* name, char const* attribute, char const* value) {
@@ -186,7 +187,7 @@ public:
     }
 
 private:
-    // Four blanks a level otherwise.
+    // Indents with a tab per level. The default is four spaces.
     struct TabPrinter : tinyxml2::XMLPrinter {
         void PrintSpace(int depth) override {
             for (; depth > 0; --depth)

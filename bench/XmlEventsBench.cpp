@@ -1,4 +1,5 @@
-// Reading XML as events: SimpleXMLParserPL beside the push parsers of expat and libxml2 (SAX2).
+// Parsing XML into events: SimpleXMLParserPL, compared with the push parsers of expat and libxml2
+// (SAX2).
 #include <string>
 
 #include "bench/Bench.h"
@@ -8,7 +9,7 @@
 
 namespace {
 
-// The timed work only counts, and so asks of each reader just what it has to do for an event.
+// The timed work only counts events, so the time is that of the parser.
 template <class Reader>
 std::size_t Count(std::string const& document) {
     EventCounter counter;

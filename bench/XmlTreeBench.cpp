@@ -1,5 +1,5 @@
-// Reading XML into a tree, and freeing it: XMLTreeParserPL beside libxml2's push parser, and beside
-// pugixml and tinyxml2, which want the whole document at once.
+// Parsing XML into a tree, and freeing it: XMLTreeParserPL, compared with the push parser of
+// libxml2, and with pugixml and tinyxml2, which parse the whole document at once.
 #include <malloc.h>
 
 #include <string>
@@ -27,7 +27,7 @@ std::size_t HeapInUse() {
     return info.uordblks + info.hblkhd;
 }
 
-// What the tree and its parser take on the heap, for each byte of the document.
+// Returns the heap memory of the tree and its parser, divided by the size of the document.
 template <class Tree>
 double MemoryPerByte(std::string const& document) {
     std::size_t const before = HeapInUse();

@@ -1,4 +1,4 @@
-"""The ratios of scripts/bench as a picture: a bar for each, the goal as a mark across it."""
+"""Draws the ratios of scripts/bench: a bar for each ratio, with a mark for its goal."""
 
 import html
 import math
@@ -24,7 +24,7 @@ def line(x, top, bottom, color, width):
 
 
 def ratios_as_svg(rows):
-    """On a logarithmic scale, since a ratio of 1/2 is as far from 1 as one of 2."""
+    """Uses a logarithmic scale, because ratios of 1/2 and 2 are equally far from 1."""
     shown = [row for row in rows if "ratio" in row]
     values = [row["ratio"] for row in shown] + [row["goal"] for row in shown if row["goal"]] + [1.0]
     low = math.floor(math.log2(min(values)))

@@ -1,18 +1,18 @@
-"""The tool and compliance-query as whole processes, from start to end, for scripts/bench.
+"""Measures the tool and compliance-query as whole processes, for scripts/bench.
 
-It runs in a sandbox (namespaces with empty file systems in memory, as scripts/demo makes
-them), with an agent that answers at once for the exchange and with none for the rest. So "-d" gets
-as far as the lock and the question whether the agent is installed.
+Runs in a sandbox (namespaces with empty file systems in memory, as in scripts/demo). An exchange
+has a stand-in agent that answers immediately. Otherwise there is no agent, so "-d" only takes the
+lock and checks whether the agent is installed.
 
     wall_over_minimal         wall time, divided by that of MinimalProgram; median of many pairs
-    system_calls_before_work  by strace, up to the first on a file of the tool's own
-    peak_mib                  the most memory that was resident, read when all its work is done
-    file_mib                  the size of the program's file
-    processor_ms              processor time of a whole "-c", user and system; its sleeps take none
-    instructions              executed by "compliance-query --version", by valgrind
-    processor_over_tool       processor time of "compliance-query --json", divided by that of the tool
-                              for the same 100,000 rows; median of pairs
-    memory_over_tool          the same for the most memory that was resident
+    system_calls_before_work  number before the first one for the tool's own work, by strace
+    peak_mib                  peak resident memory, read when all work is done
+    file_mib                  size of the executable
+    processor_ms              processor time of a whole "-c", user and system
+    instructions              instructions of "compliance-query --version", by valgrind
+    processor_over_tool       processor time of "compliance-query --json" for 100,000 rows, divided
+                              by that of the tool; median of pairs
+    memory_over_tool          the same for peak resident memory
 """
 
 import contextlib
@@ -39,7 +39,7 @@ MANY_ROWS = 100_000
 
 
 def figures(build):
-    """What was measured: {"start-usage": {counter: value}, "exchange": {counter: value}, ...}."""
+    """Returns {"start-usage": {counter: value}, "exchange": {counter: value}, ...}."""
     machine = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
                "--propagation", "private"]
     if subprocess.run([*machine, "mount", "-t", "tmpfs", "none", "/opt"],
@@ -63,7 +63,7 @@ def wall_over_minimal(command, minimal):
 
 
 def system_calls_before_work(command):
-    """The text and the lock file are the first that the tool itself is there for."""
+    """Counts calls before the first output or the first use of the lock file."""
     traced = subprocess.run(["strace", "-f", "-o", "/opt/trace", *command],
                             stdout=subprocess.DEVNULL)
     assert traced.returncode in (0, 255), traced
@@ -73,7 +73,7 @@ def system_calls_before_work(command):
 
 
 def peak_mib(command):
-    """A full pipe holds the tool at its last line, before its end takes the figure away."""
+    """Blocks the tool at its last line by a full pipe: /proc has no VmHWM after it exits."""
     reading, writing = os.pipe()
     os.write(writing, b"x" * fcntl.fcntl(writing, fcntl.F_GETPIPE_SZ))
     with subprocess.Popen(command, stdout=writing) as child:
@@ -87,7 +87,7 @@ def peak_mib(command):
 
 
 def usage_of(command, answer):
-    """What the process alone used: the agent is another process."""
+    """Returns the rusage of the process, which excludes the agent."""
     reading, writing = os.pipe()
     child = os.posix_spawn(command[0], command, os.environ,
                            file_actions=[(os.POSIX_SPAWN_DUP2, writing, 1)])
@@ -110,7 +110,7 @@ def instructions(command):
 
 
 def query_over_tool(tool, query):
-    """The stand-in agent answers both with the same rows."""
+    """Compares both programs. The stand-in agent sends the same rows to both."""
     pairs = [(usage_of([query, "--json", *EXCHANGE[1:]], b"baseline-001"),
               usage_of([tool, *EXCHANGE], b"baseline-001")) for _ in range(EXCHANGES)]
     return {"processor_over_tool": statistics.median(processor_ms(ours) / processor_ms(theirs)
