@@ -1,4 +1,4 @@
-// Command lines for targets that read one.
+// Command lines for fuzz targets.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace Fuzz {
 
-// At most so many texts as the first byte says, each with its length in front.
+// Reads up to `most` arguments: a byte for their number, then each as Input::Text.
 inline std::vector<std::string> TakeArguments(Input& input, std::size_t most) {
     std::vector<std::string> arguments(input.Byte() % (most + 1));
     for (std::string& argument : arguments)
@@ -17,7 +17,8 @@ inline std::vector<std::string> TakeArguments(Input& input, std::size_t most) {
     return arguments;
 }
 
-// What main gets: pointers to texts, and a null behind them.
+// The parameters of main: a count, and an array of pointers with a terminating null. The arguments
+// must outlive the object.
 class ArgumentVector {
 public:
     explicit ArgumentVector(std::vector<std::string> const& arguments) {

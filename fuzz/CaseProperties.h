@@ -1,5 +1,5 @@
-// Case-insensitive comparison and search, case mapping, and each kernel of these, against letters
-// compared one by one.
+// Compares case-insensitive comparison, search and case mapping, and each of their kernels, with
+// byte-wise reference implementations.
 #pragma once
 
 #include <algorithm>
@@ -29,7 +29,8 @@ inline std::size_t CommonLength(std::string_view left, std::string_view right) {
     return at;
 }
 
-// The ends of the texts as signed bytes, one of them being the NUL.
+// Reference of Ascii::CompareLowercase for NUL-terminated strings: where one string ends, the bytes
+// are compared unmapped, as signed values.
 inline std::int32_t CompareTexts(std::string const& left, std::string const& right) {
     std::size_t const at = CommonLength(left, right);
     if (at < left.size() && at < right.size())
@@ -74,7 +75,7 @@ inline void CompareOrders(std::string const& left, std::string const& right) {
                   "the order of texts with a NUL is that of the bytes");
 }
 
-// Source and target overlap unless `distance` is their length or more.
+// Maps in one buffer, to `distance` bytes behind the source, so source and target may overlap.
 template <class Map>
 void CompareMapping(std::string_view text, void mapText(ConstData, Data), std::size_t distance,
                     Map map) {
@@ -108,7 +109,8 @@ inline void CompareSearch(Fuzz::ExactCopy const& text, std::string const& patter
                   "a pattern of any case is where find finds it");
 }
 
-// The text with the changes that an input tells: how far on, and which bits.
+// Flips bits of the text. The changes are pairs of bytes: a distance from the previous change, and
+// the bits to flip.
 inline std::string Changed(std::string text, std::string const& changes) {
     std::size_t at = 0;
     for (std::size_t i = 0; i + 1 < changes.size(); i += 2) {
@@ -119,8 +121,8 @@ inline std::string Changed(std::string text, std::string const& changes) {
     return text;
 }
 
-// Where the two texts begin in a block, how much one of them is cut, the changes, a pattern, and a
-// text.
+// Input: the alignments of the two texts, the number of bytes to remove from one of them, its
+// changes, a pattern, and the text.
 inline void Check(Fuzz::Input input) {
     std::size_t const shifts = input.Byte();
     std::size_t const cut = input.Byte();

@@ -1,4 +1,5 @@
-// The checksum of a stream, for any split, and each of its fast forms, against one bit at a time.
+// Compares ChecksumReceiver, for any chunk boundaries, and each kernel with a bit-wise reference
+// implementation.
 #pragma once
 
 #include <cstdint>
@@ -40,7 +41,8 @@ inline void CompareStream(std::vector<std::size_t> const& lengths, std::string_v
                   "the checksum of a stream is that of its bits");
 }
 
-// The cuts, four bytes for a register, where in a block of 16 the text begins, and the text.
+// Input: the lengths of the chunks, four bytes for the initial register, the alignment of the text,
+// and the text.
 inline void Check(Fuzz::Input input) {
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     std::uint32_t start = 0;

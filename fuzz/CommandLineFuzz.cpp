@@ -1,4 +1,4 @@
-// The tool's command line against its rules.
+// Compares the parser of the tool's command line with a reference implementation.
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -45,7 +45,7 @@ std::optional<PlainRequest> Read(std::vector<std::string> const& arguments) {
 
 } // namespace
 
-// Arguments, the program's name first; even that may be missing.
+// Input: the arguments, including the program's name. There may be none.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);

@@ -1,8 +1,9 @@
-// Shared by all fuzz targets: reads values from an input, and throws on a difference.
+// Shared code of all fuzz targets: reads values from an input, and throws on a violation.
 //
-// A target compares the product with a model, or checks a property. The exception of a violation
-// ends the process: libFuzzer then keeps the input, and the replay of a corpus fails. Properties in
-// headers are also checked by unit tests, which catch it (fuzz/RandomInputs.h).
+// A target compares the product with a reference implementation, or checks a property. A violation
+// is an exception that terminates the process, so libFuzzer saves the input, and the replay of a
+// corpus fails. Unit tests also check the properties in headers, and catch the exception
+// (RandomInputs.h).
 #pragma once
 
 #include <algorithm>
@@ -13,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-// Each target defines it. Returns 0.
+// Checks one input. Each target defines this function. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size);
 
 namespace Fuzz {
@@ -23,13 +24,14 @@ public:
     using std::logic_error::logic_error;
 };
 
-// `what` is the property that should hold, as a sentence.
+// Throws Violation unless the property holds. `what` states the property as a sentence.
 inline void Require(bool holds, char const* what) {
     if (!holds)
         throw Violation(what);
 }
 
-// Takes values from the front of an input. At its end they are zeros and empty strings.
+// Takes values from the front of an input. Returns zeros and empty strings at its end. The bytes
+// must outlive the object.
 class Input {
 public:
     Input(unsigned char const* data, std::size_t size)
@@ -53,7 +55,7 @@ public:
         return value;
     }
 
-    // A byte for the length, then that many bytes, or all that are left.
+    // Takes a byte for the length, then as many bytes, or all remaining ones if there are fewer.
     std::string Text() {
         std::size_t const wanted = Byte();
         std::size_t const length = std::min(wanted, rest.size());
@@ -68,8 +70,8 @@ private:
     std::string_view rest;
 };
 
-// A copy in memory that ends with it: a sanitizer finds a read beyond the copy or after its end of
-// life. `shift` bytes precede it, to place its begin anywhere in a block of 16.
+// A copy at the end of a heap block: AddressSanitizer detects reads beyond the copy or after its
+// destruction. `shift` is the offset in the block, to test different alignments.
 class ExactCopy {
 public:
     explicit ExactCopy(std::string_view text, std::size_t shift = 0)
@@ -86,8 +88,8 @@ private:
     std::size_t const length;
 };
 
-// The lengths of the chunks into which an input is split (tests/support/Chunks.h): a byte for their
-// number, up to seven, then a byte for each.
+// Takes the lengths of the chunks into which an input is split (tests/support/Chunks.h): a byte for
+// their number, up to seven, then a byte for each.
 inline std::vector<std::size_t> TakeLengths(Input& input) {
     std::vector<std::size_t> lengths(input.Byte() % 8U);
     for (std::size_t& length : lengths)

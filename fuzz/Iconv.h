@@ -1,4 +1,4 @@
-// Text conversion by the C library, as a reference.
+// Text conversion by iconv(3), as a reference.
 #pragma once
 
 #include <cstddef>
@@ -17,11 +17,11 @@ public:
     Iconv(Iconv const&) = delete;
     Iconv& operator=(Iconv const&) = delete;
 
-    // Returns false if iconv rejects the text.
+    // Stores the converted text in `result`. Returns false if iconv rejects the text.
     template <class From, class To>
     bool Convert(std::vector<From> text, std::vector<To>& result) const {
         iconv(converter, nullptr, nullptr, nullptr, nullptr);
-        // No unit becomes more than six bytes or one wide character, and there is room for an end.
+        // Sufficient: a code unit becomes at most six bytes or one wide character.
         result.resize(text.size() * 8 + 8);
         char* from = reinterpret_cast<char*>(text.data());
         std::size_t fromLeft = text.size() * sizeof(From);

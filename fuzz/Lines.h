@@ -1,4 +1,5 @@
-// Lines of a text found by a walk over all of it, and the calls of a LineReceiver as texts.
+// Reference implementation of LineMaker, which scans the whole text, and a receiver that records
+// calls.
 #pragma once
 
 #include <string>
@@ -10,7 +11,7 @@
 #include "fuzz/Fuzz.h"
 #include "tests/support/Chunks.h"
 
-// The calls as texts; what is received in pieces is joined.
+// Records the calls as texts. Joins the chunks of a line.
 class LineCalls : public LineReceiver {
 public:
     void Start(unsigned long long position) override { Add("start " + std::to_string(position)); }
@@ -38,7 +39,7 @@ private:
     std::string text;
 };
 
-// A line by its offsets in the stream; behind the last one there is no break.
+// A line and the offsets of its break in the stream. The last line has an empty break.
 struct PlainLine {
     unsigned long long begin;
     std::string_view text;
@@ -50,7 +51,8 @@ struct PlainLine {
 
 inline bool IsLineBreak(char byte) { return byte == '\r' || byte == '\n'; }
 
-// Two different break bytes side by side are one break. There is always a last line.
+// Splits text into lines. Two adjacent break bytes that differ (CR LF, LF CR) are one break. There
+// is always a last line without a break, possibly empty.
 inline std::vector<PlainLine> PlainLines(std::string_view text, unsigned long long offset) {
     std::vector<PlainLine> lines;
     for (std::size_t from = 0;;) {
@@ -69,7 +71,7 @@ inline std::vector<PlainLine> PlainLines(std::string_view text, unsigned long lo
     }
 }
 
-// What a LineReceiver is to see of lines that stand one behind the other.
+// Returns the expected calls of a LineReceiver for consecutive lines.
 inline std::vector<std::string> PlainCalls(std::vector<PlainLine> const& lines) {
     LineCalls calls;
     calls.Start(lines.front().begin);
@@ -83,7 +85,8 @@ inline std::vector<std::string> PlainCalls(std::vector<PlainLine> const& lines) 
     return calls.all;
 }
 
-// A stream of these chunks, which begins at `offset`, against the lines of the whole text.
+// Compares the calls for a stream of chunks, which starts at `offset`, with those for the whole
+// text.
 inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned long long offset) {
     LineCalls calls;
     LineMaker lines(calls);

@@ -1,6 +1,8 @@
 #include "fuzz/Lines.h"
 
-// The lengths of the chunks, a byte for where the stream begins, and the text.
+// Compares LineMaker, for any chunk boundaries, with a scan of the whole text.
+//
+// Input: the lengths of the chunks, a byte for the start of the stream, and the text.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);

@@ -1,5 +1,6 @@
-// Text to and from the encoding of the locale, against iconv and the reference implementation of
-// the transcoders: in the C locale, in UTF-8 and, if they can be made, in two older encodings.
+// Compares conversions to and from the encoding of the locale with iconv and the reference
+// implementation of the transcoders. Uses the C locale, UTF-8, and two legacy encodings if their
+// locales can be created.
 #pragma once
 
 #include <algorithm>
@@ -28,7 +29,7 @@ struct Outcome {
     Units<E> units;
 };
 
-// A locale, and iconv for its encoding. Both stay to the end.
+// A locale, and the iconv conversions for its encoding. Never freed.
 class Locale {
 public:
     explicit Locale(char const* name) {
@@ -64,7 +65,7 @@ Units<E> UpToZero(Units<E> const& text) {
     return Units<E>(text.begin(), std::find(text.begin(), text.end(), 0));
 }
 
-// By the contract of the transcoders.
+// Converts with the reference implementation of the transcoders.
 template <class Target, class Source>
 Outcome<Target> TranscodePlainly(Units<Source> const& text) {
     if constexpr (std::same_as<Target, Source>) {
@@ -100,7 +101,7 @@ Outcome<E> DecodePlainly(Locale const& locale, Units<Local8Bit> const& text) {
     return TranscodePlainly<E, UTF32>(wide.units);
 }
 
-// UTF-16 and UTF-32 are validated by converting to UTF-8 first.
+// The text is first validated by a conversion to UTF-8.
 template <class E>
 Outcome<Local8Bit> EncodePlainly(Locale const& locale, Units<E> const& text) {
     Outcome<UTF8> const checked = TranscodePlainly<UTF8, E>(text);
@@ -112,7 +113,7 @@ Outcome<Local8Bit> EncodePlainly(Locale const& locale, Units<E> const& text) {
     return FromNativePlainly(locale, wide.units);
 }
 
-// `allocatesNothing`: the empty string has null pointers.
+// `allocatesNothing`: an empty result must have null pointers.
 template <class E, class Convert>
 Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
     try {
@@ -130,7 +131,7 @@ Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
     }
 }
 
-// A copy with a NUL behind it, marked as NUL-terminated or not.
+// A NUL-terminated copy of a text. `isMarked`: its UStringRef is marked as NUL-terminated.
 template <class E>
 class Text {
 public:
@@ -189,9 +190,9 @@ inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMar
                   "wide text to the locale agrees with iconv");
 }
 
-// A locale, a direction, whether the text is marked as NUL-terminated, and the text.
+// Input: a locale, a direction, whether the text is marked as NUL-terminated, and the text.
 inline void Check(Fuzz::Input input) {
-    // Never destroyed, so that the memory of the C library for it is not a leak.
+    // Never destroyed, so that LeakSanitizer does not report the memory of the C library.
     static auto const& locales = *new std::vector<Locale>(MakeLocales());
     Locale const& locale = locales[input.Byte() % locales.size()];
     unsigned int const direction = input.Byte() % 5U;

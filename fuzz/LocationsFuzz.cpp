@@ -1,5 +1,5 @@
-// The arithmetic of locations against std::string: a list of changes, and after each what can be
-// asked of the path.
+// Compares operations on file locations with std::string: applies a list of changes, and compares
+// all queries after each.
 #include <algorithm>
 #include <string>
 
@@ -11,10 +11,10 @@
 
 namespace {
 
-// Past this length nothing is joined, so that joins of joins come to an end.
+// Longer paths are not extended any more.
 constexpr std::size_t longest = 1024;
 
-// Paths end with a NUL; this keeps both sides to the same bytes.
+// Without embedded NULs, because paths are NUL-terminated.
 std::string Text(Fuzz::Input& input) { return input.Text().c_str(); }
 
 std::string WithoutSlashes(std::string path, std::size_t least) {
@@ -167,7 +167,7 @@ private:
         Fuzz::Require(OutcomeOf(ours) == PlainOutcomeOf(plain), what);
     }
 
-    // Both fail alike, and then nothing has changed.
+    // Applies a change to both sides. The outcomes must be equal; a failure changes nothing.
     template <class Ours, class Plain>
     void Both(Ours ours, Plain plain) {
         auto const nothing = [](auto run) {
@@ -185,7 +185,7 @@ private:
         stored = path.size();
     }
 
-    // In place, with a name that lies in the path itself. Without a name nothing changes.
+    // Appends a name that is a part of the path itself. An empty name changes nothing.
     void SetBelowItself(std::size_t place) {
         if (path.size() > longest)
             return;
@@ -198,7 +198,7 @@ private:
             stored = joined;
     }
 
-    // The text from its start on is taken for no change at all.
+    // Assigns the end of the path to itself. The whole path changes nothing.
     void SetToItsEnd(std::size_t place) {
         place = std::min(place, path.size());
         std::string const end = path.substr(place);
@@ -241,7 +241,7 @@ private:
 
 } // namespace
 
-// A path that may be an ancestor, and the changes.
+// Input: a path that may be an ancestor, and the changes.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::string const other = Text(input);

@@ -1,5 +1,4 @@
-// Messages of header fields and a body, for any split of the stream, against the rules applied to
-// whole lines.
+// Compares MessageMaker, for any chunk boundaries, with a reference implementation on whole lines.
 #pragma once
 
 #include <algorithm>
@@ -20,7 +19,7 @@ namespace MessageProperties {
 
 using Events = std::vector<std::string>;
 
-// The value of the field that is open; it may come in pieces, or as nothing at all.
+// Collects the value of the current field, which may have any number of chunks, including none.
 class FieldValue : public DataReceiver {
 public:
     using DataReceiver::Receive;
@@ -78,7 +77,7 @@ inline std::string WithoutLeadingBlanks(std::string_view text) {
     return std::string(text.substr(std::min(text.find_first_not_of(" \t"), text.size())));
 }
 
-// The header, as lines that are not empty.
+// Reference implementation of the header. Takes lines that are not empty.
 class PlainHeader {
 public:
     explicit PlainHeader(Events& target) : events(target) {}
@@ -125,7 +124,7 @@ inline Events ReadPlainly(std::string_view text, unsigned long long offset) {
     auto const isEmpty = [](PlainLine const& line) {
         return line.text.empty();
     };
-    // An empty line at the very end, without a break of its own, begins an empty body as well.
+    // A last line that is empty and has no break also starts an empty body.
     auto const empty = std::find_if(lines.begin(), lines.end(), isEmpty);
     std::for_each(lines.begin(), empty, [&](PlainLine const& line) { header.Take(line); });
     header.Finish();
@@ -139,7 +138,7 @@ inline Events ReadPlainly(std::string_view text, unsigned long long offset) {
     return events;
 }
 
-// A message of these chunks, which begins at `offset`.
+// Compares a message in chunks, in a stream that starts at `offset`.
 inline void Compare(Chunks const& chunks, std::string_view text, unsigned long long offset) {
     MessageEvents events;
     MessageMaker message(events);
@@ -150,7 +149,7 @@ inline void Compare(Chunks const& chunks, std::string_view text, unsigned long l
     Fuzz::Require(events.all == ReadPlainly(text, offset), "a message is that of its lines");
 }
 
-// The lengths of the chunks, a byte for where the stream begins, and the text.
+// Input: the lengths of the chunks, a byte for the start of the stream, and the text.
 inline void Check(Fuzz::Input input) {
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     unsigned long long const offset = input.Byte();

@@ -1,4 +1,4 @@
-// The arithmetic of file names against std::string.
+// Compares operations on file names with std::string.
 #include <algorithm>
 #include <string>
 
@@ -11,7 +11,7 @@ namespace {
 
 std::string TextOf(FileName const& name) { return std::string(name.Text(), name.Length()); }
 
-// Stored without any test, as names are from which a part was cut.
+// Makes a name without validation, as operations that remove a part do.
 FileName Store(std::string const& bytes) {
     FileName name;
     name.SafeSet(bytes.data(), static_cast<unsigned int>(bytes.size()));
@@ -41,7 +41,7 @@ void CompareSet(std::string const& bytes) {
                       "a slash comes to light behind the bytes before it");
 }
 
-// Of the name itself, which may move into the object.
+// Sets a name to a part of itself, which may then fit into the object.
 void CompareParts(std::string const& bytes, std::size_t from) {
     from = std::min(from, bytes.size());
     FileName name = Store(bytes);
@@ -146,7 +146,7 @@ void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCa
 
 } // namespace
 
-// Switches, two parts of a name, and an end or a start to look for.
+// Input: switches, two parts of a name, and a prefix or suffix to search for.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const switches = input.Byte();

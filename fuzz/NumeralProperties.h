@@ -1,4 +1,4 @@
-// Readers and writers of numerals, against std::from_chars and std::to_chars.
+// Compares readers and writers of numerals with std::from_chars and std::to_chars.
 #pragma once
 
 #include <charconv>
@@ -20,7 +20,7 @@ using Signed = long long;
 
 constexpr Unsigned top = std::numeric_limits<Unsigned>::max();
 
-// The value of a text that is a numeral as a whole, by the standard library.
+// The result of std::from_chars.
 struct Parsed {
     Parsed(std::string_view text, int base) {
         auto const result = std::from_chars(text.data(), text.data() + text.size(), value, base);
@@ -30,7 +30,7 @@ struct Parsed {
 
     Unsigned value = 0;
     std::errc error{};
-    std::size_t digits; // how many bytes belong to it
+    std::size_t digits; // The number of bytes that match the pattern.
 };
 
 struct Reading {
@@ -38,7 +38,7 @@ struct Reading {
     Unsigned value;
 };
 
-// The value after a failure is specified by the header of the readers.
+// Returns the expected result and value. data/ReadAsciiNumeral.h specifies the value after errors.
 inline Reading ReadPlainly(std::string_view text, int base, Unsigned untouched) {
     if (text.empty())
         return {NumeralReadInvalid, untouched};
@@ -64,7 +64,7 @@ NumeralReadResult Narrowed(Reading const& reading) {
     return reading.value > std::numeric_limits<Value>::max() ? NumeralReadTooLarge : NumeralReadOK;
 }
 
-// A reader that throws, against one that returns a result.
+// Compares a reader that throws with the result and the value of one that does not.
 template <class Value, class Read>
 void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
     try {
@@ -78,7 +78,7 @@ void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
     }
 }
 
-// `read(text, value)` is the reader of this base, for both widths.
+// `read(text, value)` is the reader for this base, overloaded for 32-bit and 64-bit values.
 template <class Read>
 void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read read) {
     Reading const expected = ReadPlainly(text, base, untouched);
@@ -102,7 +102,7 @@ inline void ReadDecimal(std::string const& text, Unsigned untouched) {
     });
 }
 
-// By the readers that throw and those with a default.
+// Checks the readers that throw and those with a default.
 inline void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
     Reading const wide = ReadPlainly(text, 10, 0);
     NumeralReadResult const result = Narrowed<unsigned int>(wide);
@@ -172,7 +172,7 @@ void ReadSigned(std::string const& text, Value untouched) {
     Fuzz::Require(value == static_cast<Value>(bits), "a signed numeral has its value");
 }
 
-// The sign, if there is one, and at least `padding` digits.
+// Returns the numeral with at least `padding` digits, and a sign if it is negative.
 template <class Value>
 std::string Text(Value value, unsigned int base, unsigned int padding) {
     char buffer[80];
@@ -189,7 +189,7 @@ std::string Text(Value value, unsigned int base, unsigned int padding) {
     return sign + digits;
 }
 
-// Zero without padding has no digits.
+// Checks a function that makes numerals. Zero without padding has no digits.
 template <class Value, class Make>
 void MakePadded(Value value, unsigned int base, unsigned int padding, bool fits, Make make) {
     std::string const expected = value == 0 && padding == 0 ? "" : Text(value, base, padding);
@@ -237,7 +237,7 @@ inline void RenderAll(Unsigned value, unsigned int base, unsigned int padding) {
     Render(static_cast<signed char>(value), base, padding);
 }
 
-// By all readers.
+// Checks all readers.
 inline void ReadAll(std::string const& text, Unsigned untouched) {
     ReadDecimal(text, untouched);
     ReadHex(text, untouched);
@@ -247,7 +247,7 @@ inline void ReadAll(std::string const& text, Unsigned untouched) {
     ReadSigned<int>(text, static_cast<int>(untouched));
 }
 
-// A base, a padding and a value, and behind them the text that is read.
+// Input: a base, a padding, a value to write, and a text to read.
 inline void Check(Fuzz::Input input) {
     unsigned int const base = 2 + input.Byte() % 35U;
     unsigned int const padding = input.Byte() % 65U;

@@ -3,7 +3,7 @@
 
 namespace {
 
-// The readers of UTF-8, against those of ASCII.
+// Compares the readers for UTF-8 with those for ASCII.
 void ReadUTF8(std::string const& text) {
     using namespace NumeralProperties;
     auto const* const bytes = reinterpret_cast<unsigned char const*>(text.data());

@@ -1,4 +1,4 @@
-// What came of an operation on names and locations: its text, or the exception that it ended in.
+// The outcome of an operation on names and locations as text: its result, or its exception.
 #pragma once
 
 #include <string>
@@ -6,7 +6,8 @@
 #include "files/FileErrors.h"
 #include "files/FileName.h"
 
-// A failure is told by the name of its class, and by a file error also with the file it is about.
+// Returns the result as text, or the name of the exception's class; for a file error, also its
+// message.
 template <class Operation>
 std::string OutcomeOf(Operation operation) {
     auto const about = [](char const* type, FileIOError const& error) {
@@ -33,7 +34,7 @@ std::string OutcomeOf(Operation operation) {
     }
 }
 
-// The failure of a model: it has a name, and no more.
+// The exception of a reference implementation. `name` is the outcome.
 struct PlainFailure {
     std::string name;
 };
@@ -47,14 +48,14 @@ std::string PlainOutcomeOf(Operation operation) {
     }
 }
 
-// As OutcomeOf tells a file error without a code.
+// Returns the failure whose outcome equals that of a file error without an error number.
 inline PlainFailure PlainFileError(std::string const& type, std::string const& path) {
     std::string const encoded = std::to_string(type.size()) + type;
     std::string const where = path.empty() ? "" : " on \"" + path + "\"";
     return {type + ": File error \"" + encoded + "\"" + where};
 }
 
-// What a FileName refuses to be.
+// Returns the text. Throws if it is not a valid FileName.
 inline std::string const& RequireFileName(std::string const& text) {
     if (text.empty() || text.size() > 255)
         throw PlainFailure{"IllegalFileNameLength"};

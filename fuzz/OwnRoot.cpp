@@ -16,7 +16,7 @@
 
 namespace {
 
-// Where the directory is mounted; what is below it outside is hidden from this process.
+// The mount point of the private root. It hides the files below it from this process.
 constexpr char const* place = "/var/opt";
 
 int oldRoot = -1;
@@ -39,7 +39,7 @@ int Open(char const* path) {
     return descriptor;
 }
 
-// For who is not root: root of a user namespace, who is the same user outside.
+// For processes without root privileges: maps this user to root of a user namespace.
 void EnterUserNamespace() {
     std::string const user = "0 " + std::to_string(geteuid()) + " 1";
     std::string const group = "0 " + std::to_string(getegid()) + " 1";
@@ -66,7 +66,7 @@ void ChangeRoot(int root) {
 
 } // namespace
 
-// Called before libFuzzer has any thread, which a user namespace could not be made with.
+// Called before libFuzzer starts threads: a multithreaded process cannot create a user namespace.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     workingDirectory = Open(".");
     MountRoot();

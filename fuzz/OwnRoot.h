@@ -1,8 +1,8 @@
-// A root directory of their own for targets whose subject knows files by fixed names.
+// A private root directory for targets whose subject uses files with fixed paths.
 //
-// It is empty at first, lies in memory, and is gone with the process. Linked into a target it is
-// made before the first input. Where the host forbids it, the process ends with the status 77, for
-// which the replay of a corpus counts as skipped; with the status 1 if the variable CI is set.
+// It is a tmpfs that exists only for this process, empty at first. A target that links OwnRoot.cpp
+// creates it before the first input. If the system does not permit that, the process exits with
+// status 77 (the test is skipped), or with status 1 if the environment variable CI is set.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@
 
 namespace Fuzz {
 
-// From its construction to its destruction "/" is that directory. Relative names lead to where they
-// always do, so that libFuzzer keeps an input that fails in there.
+// Changes the root directory to the private one. The destructor restores the former root. Relative
+// paths are not affected, so libFuzzer can save a failing input.
 class OwnRoot {
 public:
     OwnRoot();
@@ -20,7 +20,7 @@ public:
     OwnRoot& operator=(OwnRoot const&) = delete;
 };
 
-// End the process where that cannot be done.
+// Write and read a whole file. Throw Violation on failure.
 void WriteFile(std::string const& path, std::string_view content);
 std::string ReadFile(std::string const& path);
 

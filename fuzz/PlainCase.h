@@ -1,4 +1,4 @@
-// The case of ASCII letters, one byte at a time, and what it means to compare without regard to it.
+// Byte-wise reference implementation of ASCII case mapping and case-insensitive comparison.
 #pragma once
 
 #include <cstddef>
@@ -30,7 +30,8 @@ inline std::string Raised(std::string text) {
     return text;
 }
 
-// The difference of the first mapped bytes that are not equal; then the longer text is greater.
+// Returns the difference of the first mapped bytes that are not equal; if there are none, the order
+// of the lengths: -1, 0 or 1.
 template <class Map>
 std::int32_t Compare(std::string_view left, std::string_view right, Map map) {
     for (std::size_t at = 0; at < left.size() && at < right.size(); ++at)

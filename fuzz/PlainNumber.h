@@ -1,5 +1,5 @@
-// The number at the start of a text, as the C library reads it: white space, a sign, digits up to
-// the first other byte, held at the limits of 64 bits.
+// Reference implementation of strtoll(3) and strtoull(3) for base 10: whitespace, a sign, digits up
+// to the first other byte, saturated at 64 bits.
 #pragma once
 
 #include <cstddef>
@@ -11,14 +11,14 @@ namespace PlainNumber {
 
 __extension__ using Wide = __int128;
 
-// 0 where there is none.
+// Returns the number at the start of the text, or 0 if there is none.
 inline Wide Read(std::string_view text) {
     std::size_t at = text.find_first_not_of(" \t\n\v\f\r");
     bool const negative = at < text.size() && text[at] == '-';
     if (at < text.size() && (text[at] == '-' || text[at] == '+'))
         ++at;
     Wide value = 0;
-    // Beyond 64 bits it does not matter by how much.
+    // Greater values are saturated anyway.
     constexpr Wide enough = Wide{1} << 72;
     for (; at < text.size() && text[at] >= '0' && text[at] <= '9'; ++at)
         if (value < enough)
@@ -33,7 +33,8 @@ inline std::int64_t Signed(std::string_view text) {
     return static_cast<std::int64_t>(value < least ? least : value > most ? most : value);
 }
 
-// A negative number counts up from the top, but for one whose digits are too many.
+// Negates in unsigned arithmetic, like strtoull(3). Returns the maximum if the magnitude is out of
+// range.
 inline std::uint64_t Unsigned(std::string_view text) {
     constexpr Wide most = std::numeric_limits<std::uint64_t>::max();
     Wide const value = Read(text);

@@ -1,4 +1,4 @@
-// A document as a tree, built by the plain XML machine, to compare the tree reader with.
+// Reference implementation of the tree parser: a tree of the events of NaiveXMLMachine.
 #pragma once
 
 #include <list>
@@ -10,7 +10,7 @@
 #include "tests/xml/NaiveXMLMachine.h"
 #include "xml/XMLHandler.h"
 
-// The nodes stand in one list in the order of their start tags, so nothing here needs recursion.
+// Owns the nodes in one list, in the order of their start tags, so the destructor is not recursive.
 class PlainTree : private XMLHandler {
 public:
     struct Node {
@@ -22,7 +22,7 @@ public:
 
     explicit PlainTree(std::string_view document) { NaiveXMLMachine(*this).Parse(document); }
 
-    // The last outermost element, or null.
+    // Returns the last top-level element, or null.
     Node const* Root() const { return root; }
     bool HasOpenElements() const { return !open.empty(); }
 

@@ -1,4 +1,4 @@
-// What is read of processes in "/proc", against the rules with the C library's own scanning.
+// Compares the reader of /proc with a reference implementation that uses sscanf(3).
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -17,7 +17,7 @@
 
 namespace {
 
-// By the name of the directory; what is no directory has no process.
+// The entries of /proc by name. An entry without a process is a regular file.
 using Entries = std::map<std::string, std::optional<FakeProcess>>;
 
 struct Answer {
@@ -95,7 +95,7 @@ bool IsRunningPlainly(Entries const& entries) {
     return false;
 }
 
-// In memory of exactly its capacity, where nothing may change unless there is an answer.
+// Calls `ask` with a buffer of exactly `capacity` bytes, which must be unchanged after a failure.
 template <class Ask>
 std::optional<std::string> TextFrom(unsigned int capacity, Ask ask) {
     std::string const before(capacity, '#');
@@ -127,8 +127,8 @@ void Lay(Entries const& entries) {
     }
 }
 
-// Lays the entries out, asks about the process and whether the agent is running, and takes all
-// away.
+// Creates the entries, queries the process and whether the agent is running, and removes the
+// entries.
 std::pair<Answer, bool> Observe(Entries const& entries, std::uint32_t id, unsigned int capacity) {
     Fuzz::OwnRoot const root;
     std::filesystem::create_directory("/proc");
@@ -139,7 +139,7 @@ std::pair<Answer, bool> Observe(Entries const& entries, std::uint32_t id, unsign
     return observed;
 }
 
-// Up to so many bytes, of a text that is repeated.
+// Returns up to `most` bytes of a repeated text.
 std::string LongText(Fuzz::Input& input, std::size_t most) {
     std::size_t const times = 1 + input.Byte() % 32U;
     std::string const text = input.Text();
@@ -149,7 +149,7 @@ std::string LongText(Fuzz::Input& input, std::size_t most) {
     return all.substr(0, most);
 }
 
-// Two texts with something of a chosen length between.
+// Returns two texts with a filler of variable length between.
 std::string Content(Fuzz::Input& input) {
     std::string const head = input.Text();
     std::size_t const length = input.Byte() * 2U;
@@ -182,7 +182,7 @@ std::string TakeName(Fuzz::Input& input) {
 
 } // namespace
 
-// A capacity, the process that is asked about, and up to four entries with what is in them.
+// Input: a capacity, a process ID, and up to four entries with their contents.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const high = input.Byte();

@@ -1,4 +1,5 @@
-// The command lines of compliance-query and compliance-doctor against their grammar.
+// Compares the parsers of the command lines of compliance-query and compliance-doctor with a
+// reference implementation of their grammar.
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -20,20 +21,20 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// A command line that is refused.
+// Thrown for an invalid command line.
 struct Refused {};
 
-// What a line asks for, as texts; "refused" alone for one that is not understood.
+// The meaning of a command line as texts, or only "refused" for an invalid one.
 using Outcome = Texts;
 
 struct Grammar {
-    std::vector<std::string> flags; // one of a single letter is an option of its own
+    std::vector<std::string> flags; // Options without a value, such as "--json" and "-d".
     std::vector<std::string> options;
     std::map<char, std::string> letters;
     std::size_t operands;
 };
 
-// Options and their values by name, and operands.
+// Splits a command line into options, values and operands.
 class PlainArguments {
 public:
     PlainArguments(Grammar const& theGrammar, Texts const& arguments) : grammar(theGrammar) {
@@ -67,7 +68,7 @@ private:
         return std::find(names.begin(), names.end(), name) != names.end();
     }
 
-    // Returns how many arguments after it are its value.
+    // Returns the number of following arguments that are the value of the option: 0 or 1.
     std::size_t TakeLong(std::string const& text, std::string const* next) {
         std::size_t const equals = text.find('=');
         std::string const name = text.substr(0, equals);
@@ -82,9 +83,9 @@ private:
         return hasValue ? 0 : 1;
     }
 
-    // Returns 1 if the last letter took the next text as its value, else 0.
+    // Returns 1 if the next argument is the value of the last letter, else 0.
     std::size_t TakeLetters(std::string const& text, std::string const* next) {
-        // A long name with one dash is a mistake, though it may be letters.
+        // A long name with a single dash is an error, even if all its letters are options.
         std::string const longName = "-" + text.substr(0, text.find('='));
         if (IsIn(grammar.flags, longName) || IsIn(grammar.options, longName))
             throw Refused();
@@ -117,7 +118,7 @@ std::string Trimmed(std::string text) {
     return text;
 }
 
-// The entries of one list; none is empty, none is there twice.
+// Returns the entries of a list. Empty and repeated entries are errors.
 Texts EntriesOf(std::string list) {
     Texts entries;
     list += ',';
@@ -131,7 +132,7 @@ Texts EntriesOf(std::string list) {
     return entries;
 }
 
-// Digits as a number of at most 10 digits.
+// Returns a decimal number of at most 10 digits, without leading zeros.
 long long NumberOf(std::string digits) {
     if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos)
         throw Refused();
@@ -155,7 +156,7 @@ unsigned int FlagsOf(Texts const& lists) {
     return flags;
 }
 
-// From 1 to 2147483647 seconds.
+// Returns the last duration as seconds, or "none". Valid durations have 1 to 2147483647 seconds.
 std::string SecondsOf(Texts const& values) {
     std::string last = "none";
     std::map<char, long long> const units = {{'s', 1}, {'m', 60}, {'h', 3600}};
@@ -173,7 +174,7 @@ std::string SecondsOf(Texts const& values) {
     return last;
 }
 
-// The last value, if each is one of the words; the first word by default.
+// Returns the last value, or by default the first word. Each value must be one of the words.
 std::string WordOf(Texts const& values, Texts const& words) {
     for (std::string const& value : values)
         if (std::find(words.begin(), words.end(), value) == words.end())
@@ -181,7 +182,7 @@ std::string WordOf(Texts const& values, Texts const& words) {
     return values.empty() ? words.front() : values.back();
 }
 
-// Each result once, with a mark in front.
+// Returns the results of all lists without duplicates, each prefixed with the mark.
 Texts ResultsOf(std::string const& mark, Texts const& lists) {
     Texts results;
     for (std::string const& list : lists)
@@ -209,7 +210,7 @@ std::string FormatOf(PlainArguments const& arguments) {
     return format.empty() ? "--table" : format;
 }
 
-// Fields by number, and what else the table has.
+// Returns the columns as digits, the sort field and the colour mode.
 Outcome TableOf(PlainArguments const& arguments) {
     for (char const* const name : {"--columns", "--sort", "--only", "--color"})
         if (arguments.Has(name) && FormatOf(arguments) != "--table")
@@ -228,9 +229,9 @@ Outcome TableOf(PlainArguments const& arguments) {
             WordOf(arguments.Values("--color"), {"auto", "always", "never"})};
 }
 
-// Whether there is a regular file, or room for one in a directory.
+// True if the path is a regular file, or if one could be created there.
 bool CanBeFile(std::filesystem::path const& path) {
-    // The name of the temporary file has 7 bytes more.
+    // The name of the temporary file is 7 bytes longer.
     if (path.filename().native().size() > 248)
         return false;
     std::error_code error;
@@ -258,7 +259,7 @@ std::string OutputOf(PlainArguments const& arguments) {
            (metrics.empty() ? "" : " metrics " + metrics.back());
 }
 
-// What options say, apart from the action.
+// Returns the meaning of all options except those that select an action.
 Outcome OptionsOf(PlainArguments const& arguments) {
     if (arguments.Has("--allow-empty") && !arguments.Has("--strict"))
         throw Refused();
@@ -279,7 +280,7 @@ Outcome OptionsOf(PlainArguments const& arguments) {
     return line;
 }
 
-// An action that sends no request accepts nothing that describes one.
+// Throws if the command line describes a request although its action sends none.
 void RefuseRequest(PlainArguments const& arguments, std::string const& action) {
     bool const hasOther = action == "--explain" && arguments.Has("--check-config");
     if (arguments.Has("-d") || arguments.Has("--config") || hasOther ||
@@ -295,7 +296,7 @@ Outcome CheckOf(Texts const& names) {
     return {"check", names.back()};
 }
 
-// There is no file of a configuration.
+// --config is always an error, because there is no configuration file.
 Outcome QueryPlainly(Texts const& texts) {
     static Grammar const grammar = {
         {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
@@ -413,7 +414,7 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
 
 } // namespace
 
-// Arguments, the program's name first; even that may be missing.
+// Input: the arguments, including the program's name. There may be none.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     Texts const arguments = Fuzz::TakeArguments(input, 9);

@@ -1,4 +1,4 @@
-// Checks a property of a fuzz target in a unit test, on random inputs.
+// Checks a property of a fuzz target in a unit test, with random inputs.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 #include "fuzz/Fuzz.h"
 #include "tests/support/Bytes.h"
 
-// Calls `property`. A violation fails the test, with the description of the input.
+// Calls `property`. A violation fails the test, with the input in the message.
 template <class Property>
 void ExpectHolds(std::string const& input, Property property) {
     try {
@@ -20,9 +20,9 @@ void ExpectHolds(std::string const& input, Property property) {
     }
 }
 
-// Calls `property` with `rounds` inputs of up to `maxLength` bytes. Half of the bytes are less than
-// 16, so that lengths and choices are often small; most of the others are from `alphabet`. Stops at
-// the first violation.
+// Calls `property` with `rounds` inputs of up to `maxLength` bytes, until the first violation. Half
+// of the bytes are less than 16, so lengths and choices are often small; most others are from
+// `alphabet`.
 template <class Property>
 void ForRandomInputs(unsigned int seed, int rounds, std::size_t maxLength,
                      std::string const& alphabet, Property property) {

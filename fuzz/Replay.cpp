@@ -1,6 +1,6 @@
-// Gives a target each file of its corpus, without libFuzzer: <program> DIRECTORY
+// Runs a fuzz target on each file of its corpus, without libFuzzer: <program> DIRECTORY
 //
-// A difference ends the process in the target itself. An empty corpus is a failure too.
+// A violation terminates the process. The exit status is 1 if the corpus is empty.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -9,7 +9,7 @@
 
 #include "fuzz/Fuzz.h"
 
-// What a target may define: a step before the first input.
+// Optional: a target may define it. Called before the first input.
 extern "C" [[gnu::weak]] int LLVMFuzzerInitialize(int* count, char*** arguments);
 
 namespace {

@@ -1,5 +1,5 @@
-// Requests, as files: the bytes that are written, against the layout written down plainly, and what
-// is read from those or from any other bytes, against the same document read plainly.
+// Compares the writer and the reader of request documents with reference implementations. The
+// reader also takes arbitrary bytes.
 #include <cstdio>
 #include <filesystem>
 #include <optional>
@@ -18,7 +18,7 @@ namespace {
 constexpr char const* directory = "/var/opt/VeskaClient/RequestDir";
 constexpr char const* requestFile = "/var/opt/VeskaClient/RequestDir/request.xml";
 
-// The fields as texts; none for a document that is no request.
+// The fields of a request as texts; empty for a document that is not a request.
 using Outcome = std::vector<std::string>;
 
 Outcome FieldsOf(ClientComplianceRequest const& request) {
@@ -111,7 +111,7 @@ bool IsAlone() {
     return std::distance(begin(entries), end(entries)) == 1;
 }
 
-// `put` lets a request appear.
+// Performs an exchange in a private root directory. `put` creates the request.
 template <class Put>
 Exchange ExchangeOf(Put put) {
     Fuzz::OwnRoot const root;
@@ -145,8 +145,8 @@ void CompareWriting(ClientComplianceRequest const& request) {
 
 } // namespace
 
-// A byte that tells the type of a request that is written, with its flags and texts, or that the
-// rest is a document to be read.
+// Input: a byte for the type of a request to write, then its flags and texts; or a byte that
+// selects reading, then a document.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const kind = input.Byte() % 8U;

@@ -1,4 +1,5 @@
-// The reader of responses, for any split, against the same document read plainly.
+// Compares the reader of response documents, for any chunk boundaries, with a reference
+// implementation.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -13,12 +14,12 @@
 
 namespace {
 
-// What came of a document: the exception's letter, or the record as texts.
+// The record as texts, or one text for an exception.
 using Outcome = std::vector<std::string>;
 
 std::string UpToZero(std::string const& text) { return text.c_str(); }
 
-// Cut to 32 bits.
+// Returns the number truncated to 32 bits.
 std::string NumberOf(std::string const& text) {
     return std::to_string(static_cast<std::int32_t>(PlainNumber::Signed(UpToZero(text))));
 }

@@ -1,5 +1,5 @@
-// The rows of compliance-query as TSV and JSON, and as visible text: what was written gives back
-// the bytes of each field, whatever they are.
+// Round trip of the rows of compliance-query through TSV and JSON, for arbitrary bytes, and the
+// properties of readable and visible text.
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -24,11 +24,12 @@ unsigned int ByteAt(std::string_view text, std::size_t at) {
 }
 
 struct Character {
-    std::size_t length; // 0 where the text begins with none
+    std::size_t length; // 0 for an ill-formed sequence.
     std::uint32_t value;
 };
 
-// By the number of leading ones; then all that has a shorter form, or is no character, is dropped.
+// Reference UTF-8 decoder: computes the value first, then rejects overlong encodings, surrogates
+// and values out of range.
 Character CharacterAt(std::string_view text) {
     std::uint32_t const lead = ByteAt(text, 0);
     if (lead < 0x80)
@@ -50,7 +51,7 @@ Character CharacterAt(std::string_view text) {
     return isGood ? Character{length, value} : Character{0, 0};
 }
 
-// Each byte that belongs to no character as an escape.
+// Reference of MakeReadable.
 std::string Readable(std::string_view text) {
     std::string readable;
     while (!text.empty()) {
@@ -63,7 +64,7 @@ std::string Readable(std::string_view text) {
     return readable;
 }
 
-// Every other text has a byte to escape.
+// True for well-formed UTF-8.
 bool IsText(std::string_view text) { return Readable(text) == text; }
 
 std::string FromBase64(std::string const& text) {
@@ -172,7 +173,7 @@ void CompareVisible(std::string_view text) {
 
 } // namespace
 
-// Texts, each with its length in front, six to a row.
+// Input: texts with length prefixes, six for each row.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<Texts> fields;

@@ -1,4 +1,4 @@
-// ConstData's searching and splitting, and trimming, against std::string and plain loops.
+// Compares searching and splitting of ConstData, and trimming, with std::string.
 #pragma once
 
 #include <string>
@@ -18,7 +18,8 @@ inline std::string Trimmed(std::string const& text) {
     return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
-// What lies between the occurrences; a text shorter than its separator, or without one, is kept.
+// Reference of ConstData::Split. If the separator is empty or longer than the text, returns the
+// whole text.
 inline std::vector<std::string> SplitPlainly(std::string const& text, std::string const& separator,
                                              bool trim, bool keepEmpty) {
     auto const shaped = [&](std::string const& piece) {
@@ -72,7 +73,7 @@ inline void CompareTrim(std::string const& text) {
                   "white space goes at the front");
 }
 
-// A byte of switches, a separator and a text.
+// Input: a byte of switches, a separator, and the text.
 inline void Check(Fuzz::Input input) {
     unsigned int const switches = input.Byte();
     std::string const separator = input.Text();

@@ -1,5 +1,7 @@
-// Results in files, as compliance-diff and compliance-report read them, beside the whole document
-// of the JSON library. The first byte places the text at a border of the chunks that are read.
+// Compares the reader of stored results with a JSON library that parses the whole document, and
+// checks that chunk boundaries do not matter.
+//
+// Input: a byte that determines the position of the first chunk boundary, and the document.
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,7 +53,7 @@ struct Reading {
     }
 };
 
-// Nothing if the text is refused.
+// Returns nullopt if the text is not a result.
 std::optional<Reading> Read(std::string_view text) {
     TextFile const file(text);
     Reading reading;
@@ -66,7 +68,7 @@ std::optional<Reading> Read(std::string_view text) {
     return reading;
 }
 
-// What JSON says of the field: its text, unless the exact bytes are beside it.
+// A field equals its JSON member, unless the exact bytes are in a second member.
 void RequireField(Json const& row, std::string const& name, std::string const& field) {
     Fuzz::Require(row.contains(name) && row[name].is_string(), "Each field is a text.");
     if (!row.contains(name + "Base64"))
@@ -84,7 +86,7 @@ void RequireSame(std::string_view text, Reading const& reading) {
     Fuzz::Require(reading.rows.size() == reading.result.rowCount, "Each row is counted.");
     Json const document = Json::parse(text, nullptr, false);
     if (!document.is_object())
-        return; // JSON lines
+        return; // JSON lines.
     Fuzz::Require(document["schemaVersion"] == 1, "The version is known.");
     Fuzz::Require((document["outcome"] == "finished") == reading.result.finished,
                   "The outcome is that of the document.");

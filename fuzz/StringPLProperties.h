@@ -1,5 +1,5 @@
-// StringPL against a model of its bytes and its capacity: a list of changes, with all results of
-// the other operations compared after each.
+// Compares StringPL with a model of its bytes and its capacity: applies a list of changes, and
+// compares the results of all other operations after each.
 #pragma once
 
 #include <algorithm>
@@ -14,12 +14,12 @@
 
 namespace StringPLProperties {
 
-// Beyond this length nothing is appended or replaced, so that the text stays short.
+// Longer texts are not extended any more.
 constexpr std::size_t maxLength = 4096;
 
 inline std::string UpToNul(std::string const& text) { return text.c_str(); }
 
-// The bytes that a copy has: those behind the first NUL become NULs.
+// Returns the bytes of a copy up to the first NUL. The bytes after it become NULs in a copy.
 inline std::string Copied(std::string text) {
     text.resize(std::min(text.find('\0'), text.size()));
     return text;
@@ -53,7 +53,7 @@ struct Model {
         while (capacity < text.size() + 2)
             capacity *= 2;
     }
-    // Returns whether there was a match.
+    // Returns true if there was a match.
     bool Replace(std::string const& search, std::string const& replacement, bool ignoresCase) {
         auto const folded = [&](std::string const& bytes) {
             return ignoresCase ? PlainCase::Lowered(bytes) : bytes;
@@ -310,7 +310,7 @@ private:
     Model model;
 };
 
-// A pattern to search for, a number for positions and counts, and the changes.
+// Input: a pattern to search for, a number for positions and counts, and the changes.
 inline void Check(Fuzz::Input input) {
     std::string const pattern = UpToNul(input.Text());
     int number = input.Byte();

@@ -1,5 +1,5 @@
-// Stringy against a model of its bytes: a list of changes, with all results of the other operations
-// compared after each.
+// Compares Stringy with a model of its bytes: applies a list of changes, and compares the results
+// of all other operations after each.
 #pragma once
 
 #include <algorithm>
@@ -12,10 +12,10 @@
 
 namespace StringyProperties {
 
-// Beyond this length nothing is appended.
+// Longer texts are not extended any more.
 constexpr std::size_t maxLength = 2048;
 
-// The null string and the empty string differ, although both have no bytes.
+// The null string and the empty string are different states, although both have no bytes.
 struct Model {
     bool isNull = true;
     std::string text;
@@ -38,7 +38,7 @@ inline std::string Trimmed(std::string const& text) {
     return text.substr(first, text.find_last_not_of(white) - first + 1);
 }
 
-// The null string alone does not equal itself.
+// Only the null string is not equal to itself.
 inline bool Is(Stringy const& ours, Model const& model) {
     return ours.GetLength() == model.text.size() &&
            std::string(ours, ours.GetLength()) == model.text &&
@@ -46,7 +46,7 @@ inline bool Is(Stringy const& ours, Model const& model) {
            ours.EqualIgnoringCase(ours) == !model.isNull;
 }
 
-// An empty part is the null string.
+// An empty part must be the null string.
 inline bool IsPart(Stringy const& ours, std::string const& part) {
     return Is(ours, {part.empty(), part});
 }
@@ -117,8 +117,8 @@ private:
         }
     }
 
-    // Its own pointer changes nothing, and embedded NULs stay. The null string returns "", and
-    // becomes the empty string.
+    // Assigning its own pointer changes nothing and keeps embedded NULs, except that the null
+    // string, whose pointer is that of "", becomes the empty string.
     void AssignOwnBytes(std::size_t from) {
         from = std::min(from, model.text.size());
         ours = static_cast<char const*>(ours) + from;
@@ -147,7 +147,7 @@ private:
         }
     }
 
-    // All bytes or the last ones, which are in the array that an append frees.
+    // Appends all or the last bytes of the string, which are in the array that the append frees.
     void AppendOwnPart(std::size_t from) {
         if (from == 0) {
             ours += ours;
@@ -193,7 +193,7 @@ private:
             model.text.erase(0, first);
     }
 
-    // Whitespace before an embedded NUL makes the null string.
+    // Whitespace followed by an embedded NUL results in the null string.
     void Strip() {
         std::size_t const first = model.text.find_first_not_of(white);
         if (first == std::string::npos || model.text[first] == '\0')
@@ -259,7 +259,7 @@ private:
                       "a text has a string as its start in any case");
     }
 
-    // Of the text, from `start` on; both may be negative.
+    // Returns up to `count` bytes from `start`; both may be negative, which means 0.
     std::string Part(int start, int count) const {
         auto const from = static_cast<std::size_t>(std::max(start, 0));
         if (from > model.text.size())
@@ -296,7 +296,7 @@ private:
     Model model;
 };
 
-// If the separator is NUL, the NULs of `text` and the terminating one end the items.
+// If the separator is NUL, items end at each NUL of `text` and at its terminating NUL.
 inline void CompareSplit(std::string const& text, char separator, unsigned int maximum,
                          bool strip) {
     std::vector<std::string> expected;
@@ -332,7 +332,7 @@ inline void CompareNumbers(unsigned long long number) {
                   "a number has the digits of to_string");
 }
 
-// A number for positions and counts, switches, another text, and the changes.
+// Input: a number for positions and counts, switches, another text, and the changes.
 inline void Check(Fuzz::Input input) {
     CompareNumbers(Fuzz::Input(input).Number64());
     int const number = static_cast<signed char>(input.Byte());

@@ -1,5 +1,5 @@
-// The six transcoders, for any split, against a reference implementation, and against iconv if it
-// accepts the text.
+// Compares the six transcoders, for any chunk boundaries, with a reference implementation, and with
+// iconv if it accepts the text.
 #include <cstring>
 #include <vector>
 

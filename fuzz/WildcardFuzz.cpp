@@ -1,4 +1,4 @@
-// The wildcard matcher, against the rule with all its branches.
+// Compares the wildcard matcher with a recursive reference implementation.
 #include <algorithm>
 #include <string>
 #include <string_view>
@@ -8,7 +8,8 @@
 
 namespace {
 
-// Exponential in the stars of a pattern, so they are few. A star that meets a star is that byte.
+// Takes exponential time in the number of stars, which is limited. A star of the pattern that meets
+// a star of the name matches only that byte.
 bool MatchByTheRule(std::string_view name, std::string_view pattern) {
     if (pattern.empty())
         return name.empty();
@@ -31,7 +32,7 @@ constexpr std::size_t longest = 24;
 
 } // namespace
 
-// A pattern and a name.
+// Input: a pattern and a name.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::string const given = input.Text();

@@ -1,4 +1,5 @@
-// The XML reader: for any split the same events, and those of the rules written down plainly.
+// Compares the events of the XML parser, for any chunk boundaries, with those of a simple state
+// machine.
 #include <string>
 #include <vector>
 

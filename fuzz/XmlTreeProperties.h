@@ -1,4 +1,4 @@
-// The tree parser, for any split, against a tree of the events of the reference parser.
+// Compares the tree parser, for any chunk boundaries, with a tree of the reference parser's events.
 #pragma once
 
 #include <string>
@@ -55,7 +55,7 @@ inline void CompareTrees(XMLElementPL const& root, PlainTree::Node const& plainR
     }
 }
 
-// The parser's tree, root and open elements against the model.
+// Compares the root, the open elements, the tree and a copy of the tree.
 inline void Compare(XMLTreeParserPL const& parser, PlainTree const& plain) {
     Fuzz::Require(parser.HasOpenElements() == plain.HasOpenElements(), "elements are open or not");
     Fuzz::Require((parser.GetRootElement() == nullptr) == (plain.Root() == nullptr),

@@ -1,7 +1,7 @@
 // Round trip of the XML writer and the parser.
 //
-// The input is a list of calls. Line breaks are written as nothing, and tabs are not compared if
-// the writer indents with them; all other bytes must be read back.
+// The input is a list of calls of the writer. Line breaks of the format are omitted, and tabs are
+// not compared if the writer indents with tabs. All other bytes must be read back.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,7 @@ namespace XmlWriteReadProperties {
 
 using Attributes = std::vector<XMLAttribute>;
 
-// Each event as a text with lengths in front; all text between two tags in one.
+// Records each event as text with length prefixes. Joins all text between two tags.
 class Events {
 public:
     explicit Events(bool keepsTabs) : withTabs(keepsTabs) {}
@@ -96,7 +96,8 @@ inline std::string Without(std::string text, char byte) {
 
 inline std::string TextWithoutZeros(Fuzz::Input& input) { return Without(input.Text(), '\0'); }
 
-// The reader takes a dash in a start tag's name for the beginning of a comment.
+// Without dashes, because the parser treats one in the name of a start tag as the start of a
+// comment.
 inline std::string ElementName(Fuzz::Input& input) { return Without(TextWithoutZeros(input), '-'); }
 
 class Document {
@@ -127,7 +128,7 @@ public:
             WriteSection(TextWithoutZeros(input));
             break;
         default:
-            // Thinned dashes may still leave two, which could end the comment early.
+            // Without dashes: the writer removes some, but two could remain and end the comment.
             writer.WriteComment(StringPL(Without(TextWithoutZeros(input), '-').c_str()));
             break;
         }
