@@ -1,15 +1,15 @@
-# The targets of a folder: one library and one test program. The build options.
+# Build options, and functions that define the targets of a folder: a library and a test program.
 
 option(CC_WERROR "Treat warnings as errors" OFF)
 set(CC_SANITIZE "" CACHE STRING "Sanitizers to build with, for example address,undefined")
-option(CC_COVERAGE "Count which lines and branches run (g++), for scripts/coverage" OFF)
-option(CC_FUZZ "Build the fuzz targets, and all else as they need it: clang with sanitizers" OFF)
+option(CC_COVERAGE "Measure line and branch coverage (g++), for scripts/coverage" OFF)
+option(CC_FUZZ "Build the fuzz targets, and everything else with sanitizers (clang)" OFF)
 if(CC_FUZZ)
   set(CC_SANITIZE address,undefined,fuzzer-no-link)
 endif()
 
-# The warnings for all code of the project. They are not in the interface of the libraries, so a test
-# can relax them.
+# The warnings for all code of the project. Each target links them privately, so tests can relax
+# them.
 add_library(project_warnings INTERFACE)
 target_compile_options(project_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Woverloaded-virtual -Wimplicit-fallthrough -Wcast-qual
@@ -22,15 +22,15 @@ if(CC_SANITIZE)
   add_link_options(-fsanitize=${CC_SANITIZE})
 endif()
 
-# Without optimization: each condition is a branch of its own, and no function is inlined. The guards
-# of static locals would count as branches that only a second thread could take.
+# Without optimization, because it merges branches and inlines functions. Without thread-safe
+# statics, because their guards have branches that only a second thread can take.
 if(CC_COVERAGE)
   add_compile_options(--coverage -O0 -g1 $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
   add_link_options(--coverage)
   add_compile_definitions(CC_COVERAGE=1)
 endif()
 
-# An instrumented build is not for shipping: it is dynamic, not hardened, and not installed.
+# An instrumented build is dynamically linked, not hardened and not installed.
 if(CC_SANITIZE OR CC_COVERAGE)
   set(CC_INSTRUMENTED ON)
 else()
@@ -39,10 +39,10 @@ endif()
 
 include(Hardening)
 
-option(CC_UNITY "Compile several sources at once, except those of the shipped tool and library" ON)
+option(CC_UNITY "Use unity builds, except for the shipped tool and library" ON)
 
-# compile_at_once(<target>): several sources are one translation unit, so that what they share is
-# compiled once. Their names in anonymous namespaces must differ.
+# compile_at_once(<target>): makes the target a unity build, which parses shared headers less often.
+# Names in anonymous namespaces of its sources must differ.
 function(compile_at_once target)
   if(CC_UNITY)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
@@ -51,15 +51,16 @@ endfunction()
 
 # add_project_library(<folder> SOURCES <source>... [USES <folder>...])
 #
-# Includes are always written from the root of the repository, so that is the one include directory.
+# The root of the repository is the only include directory.
 function(add_project_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES")
   add_library(${name} STATIC ${arg_SOURCES})
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PUBLIC ${arg_USES} PRIVATE $<BUILD_INTERFACE:project_warnings>)
-  # Intended narrowing has a cast.
+  # Intended narrowing conversions have a cast.
   target_compile_options(${name} PRIVATE -Wconversion -Wno-sign-conversion)
-  # Inline variables as weak symbols like any other: the static library can't hide GNU's unique ones.
+  # Emits inline variables as weak symbols: the static library cannot hide those of GNU's unique
+  # binding.
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   harden(${name})
   if(CC_SANITIZE)
@@ -67,17 +68,17 @@ function(add_project_library name)
   endif()
 endfunction()
 
-# Optimizing the tests takes a third of the build time. The product is optimized in either case.
+# Optimizing the tests takes a third of the build time. All other code is always optimized.
 option(CC_QUICK_TESTS "Compile the tests without optimization, with a precompiled header" ON)
 
-# compile_plainly(<target>)
+# compile_plainly(<target>): compiles without optimization if CC_QUICK_TESTS or CC_SANITIZE is set.
 function(compile_plainly target)
   if(CC_QUICK_TESTS OR CC_SANITIZE)
     target_compile_options(${target} PRIVATE -O0)
   endif()
 endfunction()
 
-# compile_as_test(<target>)
+# compile_as_test(<target>): applies CC_QUICK_TESTS and CC_UNITY.
 function(compile_as_test target)
   compile_plainly(${target})
   compile_at_once(${target})
@@ -86,12 +87,12 @@ function(compile_as_test target)
   endif()
 endfunction()
 
-# register_cases(<target> <prefix> <label> <filter>): the cases of a program of GoogleTest that match
-# the filter, each as a test of ctest with this label.
+# register_cases(<target> <prefix> <label> <filter>): registers the test cases of a GoogleTest
+# program that match the filter as tests of ctest with this label.
 #
-# ctest runs each case in a process of its own, so cases run in parallel, those that wait for a clock
-# first. With sanitizers the start of a process costs more than most cases of `unit`, so these run in
-# one process.
+# ctest runs each test case in a process of its own, in parallel, and starts those that wait for the
+# clock first. With sanitizers, starting a process takes longer than most `unit` test cases, so
+# these run in one process.
 function(register_cases target prefix label filter)
   if(CC_SANITIZE AND label STREQUAL unit)
     add_test(NAME ${prefix}unit COMMAND ${target} --gtest_filter=${filter})
@@ -111,9 +112,9 @@ endfunction()
 # add_project_tests(<folder> SOURCES <source>... [USES <library>...] [LABEL <label>] [LONG <case>...]
 #                   [REPETITIVE])
 #
-# The label is `unit` or `system`, by default `unit`. The cases that match a pattern of LONG take a
-# second or more, and get the label `stress`. REPETITIVE tests do something a million times: under
-# sanitizers that takes longer than to optimize them.
+# The label is `unit` (default) or `system`. Test cases that match a pattern of LONG take a second
+# or more; they have the label `stress`. REPETITIVE tests have long loops, so with sanitizers they
+# are compiled with optimization.
 function(add_project_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "REPETITIVE" "LABEL" "SOURCES;USES;LONG")
   if(NOT arg_LABEL)
