@@ -1,6 +1,6 @@
-// The five functions as a class: an evaluation is open as long as its object lives.
+// A C++17 class for the C API: the constructor opens an evaluation, the destructor closes it.
 //
-// C++17. One object at a time in a process, and all of it on one thread.
+// Not thread-safe. A process can have only one object at a time.
 #pragma once
 
 #include <compliance/Compliance.h>
@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-// A negative code of the functions, or the number of an error that the agent reports.
+// A failed evaluation. `number` is the error code of the C API, or the error number of the agent.
 class EvaluationError : public std::runtime_error {
 public:
     EvaluationError(std::string const& what, int theNumber)
@@ -31,22 +31,22 @@ struct EvaluationRow {
 
 class Evaluation {
 public:
-    // Opens the evaluation; takes a second or more. Throws EvaluationError.
+    // Opens the evaluation; blocks for a second or more. Throws EvaluationError.
     Evaluation(std::string const& url, std::string const& doc, unsigned int flags = 0) {
         int const code = Open(url.c_str(), doc.c_str(), flags);
         if (code != 0)
             throw EvaluationError("the evaluation could not be opened", code);
     }
 
-    // Closes it; takes a second or more. What becomes of that exchange is nobody's concern here:
-    // the lock is released in any case.
+    // Closes the evaluation; blocks for a second or more. Releases the lock even if the exchange
+    // with the agent fails, so its result is ignored.
     ~Evaluation() { COMPLIANCE_Close(); }
 
     Evaluation(Evaluation const&) = delete;
     Evaluation& operator=(Evaluation const&) = delete;
 
-    // Asks the agent once; takes a second or more. Returns its percentage, or nothing when the
-    // evaluation has finished. Throws EvaluationError; after that one may go on asking.
+    // Asks the agent for its progress; blocks for a second or more. Returns the percentage, or
+    // nullopt if the evaluation has finished. Throws EvaluationError; can be called again after it.
     std::optional<int> Poll() {
         int percent = 0;
         int error = 0;
@@ -62,7 +62,8 @@ public:
         }
     }
 
-    // Copies of all rows, so that they outlive the evaluation; none before it has finished.
+    // Returns copies of all rows, which can outlive the evaluation. Empty before the evaluation has
+    // finished.
     std::vector<EvaluationRow> Rows() const {
         std::vector<EvaluationRow> rows;
         int const count = COMPLIANCE_ResultCount();
@@ -72,8 +73,7 @@ public:
     }
 
 private:
-    // Memory that is exhausted before the exchange is the one failure that comes as an exception,
-    // and it may leave the lock taken.
+    // COMPLIANCE_Open throws if memory is exhausted before the exchange. It holds the lock then.
     static int Open(char const* url, char const* doc, unsigned int flags) {
         try {
             return COMPLIANCE_Open(url, doc, flags);

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The five functions from Python, by ctypes over libclientcompliance.so.1.
+"""Evaluates a compliance document from Python, by ctypes and libclientcompliance.so.1.
 
 As a module:
 
@@ -8,16 +8,16 @@ As a module:
         for row in evaluation.wait():
             print(row.designator, row.result)
 
-As a program, one JSON object a row:
+As a program, which prints one JSON object for each row:
 
     python3 compliance.py URL DOC
 
 Exit status: 0 finished, 1 no results, 2 wrong arguments, 130 interrupted by Ctrl-C.
 
-One evaluation at a time in a process, and all calls on one thread. After a lock that another
-process held (-6) every further try in this process is refused as well: try again in a new process.
-A signal with a handler, so Ctrl-C too, cuts short the wait of the call that it meets, and is heard
-behind it.
+Not thread-safe; one evaluation at a time in a process. After error code -6 (another process holds
+the lock), all further attempts of this process fail with -6, so retry in a new process. A signal
+with a handler, including Ctrl-C, interrupts the sleep of the current call, which may fail for this
+reason. Python runs the handler after the call.
 """
 
 import collections
@@ -26,11 +26,11 @@ import json
 import sys
 import time
 
-# The texts are bytes in no particular encoding. What is no UTF-8 comes as lone surrogates, and goes
-# back to the same bytes with the same error handler.
+# Texts are bytes of an unspecified encoding. The error handler converts bytes that are not UTF-8 to
+# lone surrogates, and back to the same bytes.
 ENCODING = ("utf-8", "surrogateescape")
 
-# The negative codes of the functions; see libclientcompliance(3).
+# The error codes of the C API; see libclientcompliance(3).
 CODES = {
     -1: "the agent is not installed",
     -2: "the agent is not running",
@@ -46,7 +46,7 @@ CODES = {
     -19: "the evaluation failed outside of the exchange",
     -20: "the row index is not below the row count",
 }
-# Numbers that an agent reports.
+# Error numbers of the agent.
 AGENT_ERRORS = {-22: "the agent is not available right now"}
 
 Row = collections.namedtuple(
@@ -54,7 +54,7 @@ Row = collections.namedtuple(
 
 
 class Error(Exception):
-    """A negative code of the functions, or the number of an error that the agent reports."""
+    """A failed evaluation. `number` is an error code of the C API, or an error number of the agent."""
 
     def __init__(self, text, number, meanings):
         meaning = f"{meanings[number]} ({number})" if number in meanings else str(number)
@@ -72,7 +72,7 @@ def _load():
 
 
 class Evaluation:
-    """Open from the constructor to close(), or as long as the `with` lasts."""
+    """An evaluation: the constructor opens it; close() or the end of a `with` block closes it."""
 
     def __init__(self, url, doc, flags=0):
         self._library = _load()
@@ -93,11 +93,11 @@ class Evaluation:
         self.close()
 
     def close(self):
-        """Tells the agent, and releases the lock in any case."""
+        """Closes the evaluation. Releases the lock even if the exchange with the agent fails."""
         self._library.COMPLIANCE_Close()
 
     def poll(self):
-        """Asks the agent once: its percentage, or None when the evaluation has finished."""
+        """Asks the agent for its progress. Returns the percentage, or None if it has finished."""
         percent, error = ctypes.c_int(), ctypes.c_int()
         state = self._library.COMPLIANCE_Progress(ctypes.byref(percent), ctypes.byref(error))
         if state == 1:
@@ -116,7 +116,7 @@ class Evaluation:
         return self.rows()
 
     def rows(self):
-        """Copies of all rows; none before the evaluation has finished."""
+        """Returns copies of all rows; an empty list before the evaluation has finished."""
         return [self._row(index) for index in range(max(0, self._library.COMPLIANCE_ResultCount()))]
 
     def _row(self, index):
@@ -140,7 +140,7 @@ def main():
         print(f"compliance.py: {error}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:
-        # The evaluation is closed by now.
+        # The `with` statement has closed the evaluation.
         print("compliance.py: interrupted", file=sys.stderr)
         return 130
     return 0

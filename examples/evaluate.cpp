@@ -1,5 +1,5 @@
-// A whole evaluation with the class of Evaluation.h: progress to standard error, rows to standard
-// output.
+// Runs an evaluation with the class of Evaluation.h. Prints progress to standard error and the rows
+// to standard output.
 //
 //     c++ -std=c++17 -o evaluate evaluate.cpp $(pkg-config --cflags --libs clientcompliance)
 //     ./evaluate URL DOC
@@ -30,7 +30,8 @@ int main(int count, char** arguments) {
         return 2;
     }
     try {
-        // The evaluation is closed before the rows are printed, so a slow reader holds nobody up.
+        // Closes the evaluation before printing, so that a slow reader does not delay the release
+        // of the lock.
         for (EvaluationRow const& row : Evaluate(arguments[1], arguments[2]))
             std::cout << row.designator << ": " << row.result << '\n';
         return std::cout.flush() ? 0 : 1;

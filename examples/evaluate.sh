@@ -1,16 +1,18 @@
 #!/bin/sh
-# An evaluation by the text output of the tool: one line a row, RESULT, a tab, DESIGNATOR.
+# Runs an evaluation with the tool, and prints a line for each row: RESULT, a tab, DESIGNATOR.
 #
 #     evaluate.sh URL DOC [FLAGS]
 #
 # Exit status: 0 finished, 1 no results, 2 wrong arguments.
 #
-# The limits of the text output, which a program with the library does not have:
-#  - The tool ends with 0 whatever happened. Only the line with the count says that it has finished.
-#  - A failed poll says nothing at all, so there is no reason to tell.
-#  - A value may hold line ends, and so a line that looks like a label. The rows are therefore
-#    counted and held against the number that the tool says; where they differ, nothing is printed.
-#  - The byte 0xB5 in a label, and whatever the agent wrote, is no UTF-8: hence LC_ALL=C.
+# Limitations of the text output, which programs with the library do not have:
+#  - The exit status of the tool is 0 even after a failure. Only the line with the number of rows
+#    shows that the evaluation has finished.
+#  - The tool prints no reason if a poll fails.
+#  - A text can contain line breaks, and thus a line that looks like a label. Therefore, the script
+#    compares the number of rows with that of the tool. If they differ, it prints no rows.
+#  - One label has the byte 0xB5, and texts can be arbitrary bytes, so the output is not UTF-8. The
+#    script sets LC_ALL=C.
 set -eu
 
 misused() {
@@ -36,7 +38,7 @@ esac
 case "$output" in
 *"COMPLIANCE_ResultCount is "*) ;;
 *)
-    # The last line tells what there is to tell: a code, an error of the agent, or how far it came.
+    # The last line has an error code, the error of the agent, or the last percentage.
     last=$(printf '%s\n' "$output" | tail -n 1)
     echo "evaluate.sh: no results: ${last:-the agent did not answer}" >&2
     exit 1

@@ -1,5 +1,5 @@
 /*
- * The shortest whole evaluation: opens it, waits, prints a line for each row, closes it.
+ * The minimal evaluation: opens it, polls until it ends, prints a line for each row, closes it.
  *
  *     cc -o minimal minimal.c $(pkg-config --cflags --libs clientcompliance)
  *     ./minimal URL DOC
@@ -31,7 +31,7 @@ int main(int count, char** arguments) {
 
     code = COMPLIANCE_Open(arguments[1], arguments[2], 0);
     if (code != 0) {
-        /* Nothing is open, so nothing is to be closed. */
+        /* The evaluation is not open, so it must not be closed. */
         fprintf(stderr, "minimal: the evaluation could not be opened: %d\n", code);
         return 1;
     }
@@ -45,7 +45,7 @@ int main(int count, char** arguments) {
     else
         fprintf(stderr, "minimal: the agent could not be asked: %d\n", state);
 
-    /* Owed whatever came of it. The rows are gone behind it. */
+    /* Required even after a failure. Invalidates the texts of the rows. */
     COMPLIANCE_Close();
     return state == 1 ? 0 : 1;
 }

@@ -1,19 +1,19 @@
 /*
- * An evaluation with a time limit, that SIGINT and SIGTERM end in good order.
+ * An evaluation with a timeout. SIGINT and SIGTERM close it before they end the program.
  *
  *     cc -o timed timed.c $(pkg-config --cflags --libs clientcompliance)
  *     ./timed SECONDS URL DOC
  *
- * Three things are worth copying:
+ * Techniques:
  *
- *  - The signals are blocked while a function runs, and taken between two polls. A handler in the
- *    middle of a function would cut short its wait for the agent, and it would give up too early.
- *  - Whatever ends the evaluation, COMPLIANCE_Close tells the agent. So an end may take as long as
- *    a call that is under way and the close together: seldom above 2 seconds, 20 if the agent
+ *  - Signals are blocked during calls of the C API, and accepted between polls. A signal handler
+ *    would interrupt the sleep of a call, which would then fail too early.
+ *  - COMPLIANCE_Close is called in any case, to inform the agent. Therefore, the end can take as
+ *    long as the current call and the close together: usually up to 2 seconds, or 20 if the agent
  *    hangs.
- *  - The limit is looked at between the calls, on a clock that nobody sets.
+ *  - The timeout is checked between calls, using the monotonic clock.
  *
- * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 the time is over; or by the signal.
+ * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 timeout; or terminated by the signal.
  */
 #define _POSIX_C_SOURCE 200809L
 
@@ -32,7 +32,7 @@ static double now(void) {
     return (double)time.tv_sec + (double)time.tv_nsec / 1e9;
 }
 
-/* Waits a second. Returns the signal that came meanwhile, or before, and 0 if none did. */
+/* Waits for a second or until a signal is pending. Returns the signal, or 0. */
 static int wait_a_second(sigset_t const* signals) {
     struct timespec const second = {1, 0};
     int const signal = sigtimedwait(signals, NULL, &second);
@@ -48,11 +48,11 @@ static int print_rows(void) {
                                     &description, &comment) == 0)
             printf("%s: %s\n", designator, result);
     }
-    /* Output that is lost is a failure too. */
+    /* Lost output is a failure, too. */
     return fflush(stdout) == 0 ? finished : failed;
 }
 
-/* Polls until there is an end of some kind. A signal that ends it is stored. */
+/* Polls until the evaluation ends. Returns the exit status. Stores a signal that ends it. */
 static int poll_until(double end, sigset_t const* signals, int* by_signal) {
     for (;;) {
         int percent = 0;
@@ -75,7 +75,7 @@ static int poll_until(double end, sigset_t const* signals, int* by_signal) {
     }
 }
 
-/* Ends as if the signal had not been blocked, so that a shell sees what happened. */
+/* Terminates the process by the signal, so that a shell sees the cause. */
 static void end_by(int signal, sigset_t const* signals) {
     raise(signal);
     sigprocmask(SIG_UNBLOCK, signals, NULL);
@@ -97,7 +97,7 @@ int main(int count, char** arguments) {
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     sigprocmask(SIG_BLOCK, &signals, NULL);
-    /* A reader that goes away must not end the program in front of the close. */
+    /* A closed pipe must not terminate the program before COMPLIANCE_Close. */
     signal(SIGPIPE, SIG_IGN);
 
     code = COMPLIANCE_Open(arguments[2], arguments[3], COMPLIANCE_FLAG_EVALUATE_ALL);
