@@ -10,17 +10,17 @@
 #include "data/Ascii.h"
 #include "data/Buffer.h"
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 #include "simd/AsciiCase.h"
 #include "simd/Cpu.h"
 #include "strings/LocaleCase.h"
 
 namespace CaseProperties {
 
-using PlainCase::Lower;
-using PlainCase::Lowered;
-using PlainCase::Raised;
-using PlainCase::Upper;
+using ReferenceCase::Lower;
+using ReferenceCase::Lowered;
+using ReferenceCase::Raised;
+using ReferenceCase::Upper;
 
 inline std::size_t CommonLength(std::string_view left, std::string_view right) {
     std::size_t at = 0;
@@ -58,10 +58,10 @@ inline void CompareRuns(Fuzz::ExactCopy const& left, Fuzz::ExactCopy const& righ
 
 inline void CompareOrders(std::string const& left, std::string const& right) {
     Fuzz::Require(Ascii::CompareLowercase(ConstData(left), ConstData(right)) ==
-                      PlainCase::Compare(left, right, Lower),
+                      ReferenceCase::Compare(left, right, Lower),
                   "the order in lower case is that of the bytes");
     Fuzz::Require(Ascii::CompareUppercase(ConstData(left), ConstData(right)) ==
-                      PlainCase::Compare(left, right, Upper),
+                      ReferenceCase::Compare(left, right, Upper),
                   "the order in upper case is that of the bytes");
     Fuzz::Require(Ascii::EqualIgnoringCase(ConstData(left), ConstData(right)) ==
                       (Lowered(left) == Lowered(right)),

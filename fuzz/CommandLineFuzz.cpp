@@ -6,41 +6,41 @@
 
 #include "fuzz/Arguments.h"
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainNumber.h"
+#include "fuzz/ReferenceNumber.h"
 #include "tool/CommandLine.h"
 
 namespace {
 
-struct PlainRequest {
-    bool operator==(PlainRequest const&) const = default;
+struct ReferenceRequest {
+    bool operator==(ReferenceRequest const&) const = default;
 
     std::optional<std::string> url;
     std::optional<std::string> doc;
     std::uint32_t flags = 0;
 };
 
-std::optional<PlainRequest> ReadPlainly(std::vector<std::string> const& arguments) {
+std::optional<ReferenceRequest> ReferenceRead(std::vector<std::string> const& arguments) {
     if (arguments.size() == 2 && arguments[1] == "-d")
-        return PlainRequest();
+        return ReferenceRequest();
     if (arguments.size() < 4 || arguments.size() > 5 || arguments[1] != "-c")
         return {};
-    std::int64_t const number = arguments.size() == 5 ? PlainNumber::Signed(arguments[4]) : 0;
+    std::int64_t const number = arguments.size() == 5 ? ReferenceNumber::Signed(arguments[4]) : 0;
     auto const flags = static_cast<std::uint32_t>(number);
     if (flags > 15)
         return {};
-    return PlainRequest{arguments[2], arguments[3], flags};
+    return ReferenceRequest{arguments[2], arguments[3], flags};
 }
 
 std::optional<std::string> Text(char const* text) {
     return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
-std::optional<PlainRequest> Read(std::vector<std::string> const& arguments) {
+std::optional<ReferenceRequest> Read(std::vector<std::string> const& arguments) {
     Fuzz::ArgumentVector const vector(arguments);
     CommandLine commandLine{"left", "over", 99};
     if (!ReadCommandLine(vector.Count(), vector.Arguments(), commandLine))
         return {};
-    return PlainRequest{Text(commandLine.url), Text(commandLine.doc), commandLine.flags};
+    return ReferenceRequest{Text(commandLine.url), Text(commandLine.doc), commandLine.flags};
 }
 
 } // namespace
@@ -49,7 +49,7 @@ std::optional<PlainRequest> Read(std::vector<std::string> const& arguments) {
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);
-    Fuzz::Require(Read(arguments) == ReadPlainly(arguments),
+    Fuzz::Require(Read(arguments) == ReferenceRead(arguments),
                   "a command line asks for what its arguments say");
     return 0;
 }

@@ -40,7 +40,7 @@ private:
 };
 
 // A line and the offsets of its break in the stream. The last line has an empty break.
-struct PlainLine {
+struct ReferenceLine {
     unsigned long long begin;
     std::string_view text;
     unsigned long long breakBegin;
@@ -53,8 +53,8 @@ inline bool IsLineBreak(char byte) { return byte == '\r' || byte == '\n'; }
 
 // Splits text into lines. Two adjacent break bytes that differ (CR LF, LF CR) are one break. There
 // is always a last line without a break, possibly empty.
-inline std::vector<PlainLine> PlainLines(std::string_view text, unsigned long long offset) {
-    std::vector<PlainLine> lines;
+inline std::vector<ReferenceLine> ReferenceLines(std::string_view text, unsigned long long offset) {
+    std::vector<ReferenceLine> lines;
     for (std::size_t from = 0;;) {
         std::size_t at = from;
         while (at < text.size() && !IsLineBreak(text[at]))
@@ -72,10 +72,10 @@ inline std::vector<PlainLine> PlainLines(std::string_view text, unsigned long lo
 }
 
 // Returns the expected calls of a LineReceiver for consecutive lines.
-inline std::vector<std::string> PlainCalls(std::vector<PlainLine> const& lines) {
+inline std::vector<std::string> ReferenceCalls(std::vector<ReferenceLine> const& lines) {
     LineCalls calls;
     calls.Start(lines.front().begin);
-    for (PlainLine const& line : lines) {
+    for (ReferenceLine const& line : lines) {
         if (!line.text.empty())
             calls.Receive(ConstData(line.text));
         if (line.HasBreak())
@@ -93,6 +93,6 @@ inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned l
     lines.Start(offset);
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
-    Fuzz::Require(calls.all == PlainCalls(PlainLines(text, offset)),
+    Fuzz::Require(calls.all == ReferenceCalls(ReferenceLines(text, offset)),
                   "lines and breaks are those of the whole text");
 }

@@ -67,7 +67,7 @@ Units<E> UpToZero(Units<E> const& text) {
 
 // Converts with the reference implementation of the transcoders.
 template <class Target, class Source>
-Outcome<Target> TranscodePlainly(Units<Source> const& text) {
+Outcome<Target> ReferenceTranscode(Units<Source> const& text) {
     if constexpr (std::same_as<Target, Source>) {
         return {"", text};
     } else {
@@ -79,14 +79,14 @@ Outcome<Target> TranscodePlainly(Units<Source> const& text) {
     }
 }
 
-inline Outcome<UTF32> ToNativePlainly(Locale const& locale, Units<Local8Bit> const& text) {
+inline Outcome<UTF32> ReferenceToNative(Locale const& locale, Units<Local8Bit> const& text) {
     Units<UTF32> wide;
     if (!locale.Decoder().Convert(UpToZero<Local8Bit>(text), wide))
         return {"not decoded", {}};
     return {"", wide};
 }
 
-inline Outcome<Local8Bit> FromNativePlainly(Locale const& locale, Units<UTF32> const& text) {
+inline Outcome<Local8Bit> ReferenceFromNative(Locale const& locale, Units<UTF32> const& text) {
     Units<Local8Bit> bytes;
     if (!locale.Encoder().Convert(UpToZero<UTF32>(text), bytes))
         return {"not encoded", {}};
@@ -94,23 +94,23 @@ inline Outcome<Local8Bit> FromNativePlainly(Locale const& locale, Units<UTF32> c
 }
 
 template <class E>
-Outcome<E> DecodePlainly(Locale const& locale, Units<Local8Bit> const& text) {
-    Outcome<UTF32> const wide = ToNativePlainly(locale, text);
+Outcome<E> ReferenceDecode(Locale const& locale, Units<Local8Bit> const& text) {
+    Outcome<UTF32> const wide = ReferenceToNative(locale, text);
     if (!wide.failure.empty())
         return {wide.failure, {}};
-    return TranscodePlainly<E, UTF32>(wide.units);
+    return ReferenceTranscode<E, UTF32>(wide.units);
 }
 
 // The text is first validated by a conversion to UTF-8.
 template <class E>
-Outcome<Local8Bit> EncodePlainly(Locale const& locale, Units<E> const& text) {
-    Outcome<UTF8> const checked = TranscodePlainly<UTF8, E>(text);
+Outcome<Local8Bit> ReferenceEncode(Locale const& locale, Units<E> const& text) {
+    Outcome<UTF8> const checked = ReferenceTranscode<UTF8, E>(text);
     if (!checked.failure.empty())
         return {checked.failure, {}};
-    Outcome<UTF32> const wide = TranscodePlainly<UTF32, E>(text);
+    Outcome<UTF32> const wide = ReferenceTranscode<UTF32, E>(text);
     if (!wide.failure.empty())
         return {wide.failure, {}};
-    return FromNativePlainly(locale, wide.units);
+    return ReferenceFromNative(locale, wide.units);
 }
 
 // `allocatesNothing`: an empty result must have null pointers.
@@ -161,15 +161,15 @@ inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool i
     Units<Local8Bit> const units = UnitsIn<Local8Bit>(bytes);
     Text<Local8Bit> const text(units, isMarked);
     bool const holds = OutcomeOf<UTF32>([&] { return ToNativeUnicode(text.Ref()); }, false) ==
-                           ToNativePlainly(locale, units) &&
+                           ReferenceToNative(locale, units) &&
                        OutcomeOf<UTF8>([&] { return ToUTF8(text.Ref()); }, true) ==
-                           DecodePlainly<UTF8>(locale, units) &&
+                           ReferenceDecode<UTF8>(locale, units) &&
                        OutcomeOf<UTF16>([&] { return ToUTF16(text.Ref()); }, true) ==
-                           DecodePlainly<UTF16>(locale, units) &&
+                           ReferenceDecode<UTF16>(locale, units) &&
                        OutcomeOf<UTF32>([&] { return ToUTF32(text.Ref()); }, true) ==
-                           DecodePlainly<UTF32>(locale, units) &&
+                           ReferenceDecode<UTF32>(locale, units) &&
                        OutcomeOf<UTF8>([&] { return Transcode<UTF8>(text.Ref()); }, true) ==
-                           DecodePlainly<UTF8>(locale, units);
+                           ReferenceDecode<UTF8>(locale, units);
     Fuzz::Require(holds, "text from the locale agrees with iconv");
 }
 
@@ -178,7 +178,7 @@ void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked
     Units<E> const units = UnitsIn<E>(bytes);
     Text<E> const text(units, isMarked);
     Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); },
-                                       false) == EncodePlainly<E>(locale, units),
+                                       false) == ReferenceEncode<E>(locale, units),
                   "text to the locale agrees with iconv");
 }
 
@@ -186,7 +186,7 @@ inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMar
     Units<UTF32> const units = UnitsIn<UTF32>(bytes);
     Text<UTF32> const text(units, isMarked);
     Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
-                                       false) == FromNativePlainly(locale, units),
+                                       false) == ReferenceFromNative(locale, units),
                   "wide text to the locale agrees with iconv");
 }
 

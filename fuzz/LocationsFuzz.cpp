@@ -7,7 +7,7 @@
 #include "files/FileLocation.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/Outcome.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 
 namespace {
 
@@ -25,7 +25,7 @@ std::string WithoutSlashes(std::string path, std::size_t least) {
 
 void RequirePath(std::string const& path) {
     if (path.empty())
-        throw PlainFileError("EmptyFileLocationError", "");
+        throw ReferenceFileError("EmptyFileLocationError", "");
 }
 
 std::string Join(std::string const& parent, std::string const& name) {
@@ -38,10 +38,10 @@ std::string Join(std::string const& parent, std::string const& name) {
 std::string ParentOf(std::string const& path) {
     RequirePath(path);
     if (path == "/")
-        throw PlainFileError("RootHasNoParent", path);
+        throw ReferenceFileError("RootHasNoParent", path);
     std::size_t const slash = path.rfind('/');
     if (slash == std::string::npos)
-        throw PlainFileError("InvalidFileLocation", path);
+        throw ReferenceFileError("InvalidFileLocation", path);
     return WithoutSlashes(path.substr(0, std::max<std::size_t>(slash, 1)), 1);
 }
 
@@ -54,12 +54,12 @@ std::string NameOf(std::string const& path) {
 }
 
 bool EqualPaths(std::string const& left, std::string const& right) {
-    return PlainCase::Lowered(left) == PlainCase::Lowered(right);
+    return ReferenceCase::Lowered(left) == ReferenceCase::Lowered(right);
 }
 
 char const* Answer(bool yes) { return yes ? "yes" : "no"; }
 
-char const* ClimbPlainly(std::string const& ancestor, std::string path) {
+char const* ReferenceClimb(std::string const& ancestor, std::string path) {
     RequirePath(ancestor);
     RequirePath(path);
     while (!EqualPaths(path, ancestor)) {
@@ -73,7 +73,7 @@ char const* ClimbPlainly(std::string const& ancestor, std::string path) {
 std::string DateOf(std::string const& path) {
     std::string const name = NameOf(path);
     if (name.size() < 9)
-        throw PlainFailure{"IllegalFileName"};
+        throw ReferenceFailure{"IllegalFileName"};
     std::string date;
     for (std::size_t at : {0, 4, 6}) {
         long long value = 0;
@@ -162,21 +162,21 @@ private:
         return static_cast<unsigned int>(text.size());
     }
 
-    template <class Ours, class Plain>
-    static void Is(Ours ours, Plain plain, char const* what) {
-        Fuzz::Require(OutcomeOf(ours) == PlainOutcomeOf(plain), what);
+    template <class Ours, class Reference>
+    static void Is(Ours ours, Reference reference, char const* what) {
+        Fuzz::Require(OutcomeOf(ours) == ReferenceOutcomeOf(reference), what);
     }
 
     // Applies a change to both sides. The outcomes must be equal; a failure changes nothing.
-    template <class Ours, class Plain>
-    void Both(Ours ours, Plain plain) {
+    template <class Ours, class Reference>
+    void Both(Ours ours, Reference reference) {
         auto const nothing = [](auto run) {
             return [run] {
                 run();
                 return "";
             };
         };
-        Fuzz::Require(OutcomeOf(nothing(ours)) == PlainOutcomeOf(nothing(plain)),
+        Fuzz::Require(OutcomeOf(nothing(ours)) == ReferenceOutcomeOf(nothing(reference)),
                       "an operation fails as its rules say");
     }
 
@@ -222,14 +222,15 @@ private:
 
     void CompareDescent(std::string const& other) const {
         FileLocation const ancestor = MakeFileLocation(other.c_str());
-        std::string const plainAncestor = WithoutSlashes(other, 1);
+        std::string const referenceAncestor = WithoutSlashes(other, 1);
         Is([&] { return Answer(EqualOrDescendant(ancestor, location)); },
-           [&] { return ClimbPlainly(plainAncestor, path); }, "a climb leads to the ancestor");
+           [&] { return ReferenceClimb(referenceAncestor, path); },
+           "a climb leads to the ancestor");
         Is([&] { return Answer(IsDescendant(ancestor, location)); },
            [&] {
-               if (!plainAncestor.empty() && EqualPaths(plainAncestor, path))
+               if (!referenceAncestor.empty() && EqualPaths(referenceAncestor, path))
                    return Answer(false);
-               return ClimbPlainly(plainAncestor, path);
+               return ReferenceClimb(referenceAncestor, path);
            },
            "a descendant is below its ancestor");
     }

@@ -12,7 +12,7 @@
 #include "data/MessageReceiver.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/Lines.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 #include "tests/support/Chunks.h"
 
 namespace MessageProperties {
@@ -73,18 +73,18 @@ private:
     LineCalls body;
 };
 
-inline std::string WithoutLeadingBlanks(std::string_view text) {
+inline std::string WithoutLeadingSpaces(std::string_view text) {
     return std::string(text.substr(std::min(text.find_first_not_of(" \t"), text.size())));
 }
 
 // Reference implementation of the header. Takes lines that are not empty.
-class PlainHeader {
+class ReferenceHeader {
 public:
-    explicit PlainHeader(Events& target) : events(target) {}
+    explicit ReferenceHeader(Events& target) : events(target) {}
 
-    void Take(PlainLine const& line) {
+    void Take(ReferenceLine const& line) {
         if (line.text[0] == ' ' || line.text[0] == '\t')
-            value += ' ' + WithoutLeadingBlanks(line.text);
+            value += ' ' + WithoutLeadingSpaces(line.text);
         else
             Begin(line);
         end = line.breakBegin;
@@ -97,15 +97,16 @@ public:
     }
 
 private:
-    void Begin(PlainLine const& line) {
+    void Begin(ReferenceLine const& line) {
         Finish();
         std::size_t const colon = line.text.find(':');
         if (colon == std::string_view::npos || colon > maxNameLength)
             return;
         isOpen = true;
-        value = WithoutLeadingBlanks(line.text.substr(colon + 1));
-        events.push_back("field " + PlainCase::Lowered(std::string(line.text.substr(0, colon))) +
-                         " at " + std::to_string(line.begin));
+        value = WithoutLeadingSpaces(line.text.substr(colon + 1));
+        events.push_back("field " +
+                         ReferenceCase::Lowered(std::string(line.text.substr(0, colon))) + " at " +
+                         std::to_string(line.begin));
     }
 
     static constexpr std::size_t maxNameLength = 47;
@@ -116,23 +117,23 @@ private:
     unsigned long long end = 0;
 };
 
-inline Events ReadPlainly(std::string_view text, unsigned long long offset) {
-    std::vector<PlainLine> lines = PlainLines(text, offset);
+inline Events ReferenceRead(std::string_view text, unsigned long long offset) {
+    std::vector<ReferenceLine> lines = ReferenceLines(text, offset);
     Events events{"start at " + std::to_string(offset)};
     unsigned long long const end = offset + text.size();
-    PlainHeader header(events);
-    auto const isEmpty = [](PlainLine const& line) {
+    ReferenceHeader header(events);
+    auto const isEmpty = [](ReferenceLine const& line) {
         return line.text.empty();
     };
     // A last line that is empty and has no break also starts an empty body.
     auto const empty = std::find_if(lines.begin(), lines.end(), isEmpty);
-    std::for_each(lines.begin(), empty, [&](PlainLine const& line) { header.Take(line); });
+    std::for_each(lines.begin(), empty, [&](ReferenceLine const& line) { header.Take(line); });
     header.Finish();
     lines.erase(lines.begin(), empty == lines.end() ? empty : empty + 1);
     if (lines.empty())
         lines.push_back({end, {}, end, end});
     events.push_back("body at " + std::to_string(lines.front().begin));
-    Events const body = PlainCalls(lines);
+    Events const body = ReferenceCalls(lines);
     events.insert(events.end(), body.begin(), body.end());
     events.push_back("end at " + std::to_string(end));
     return events;
@@ -146,7 +147,7 @@ inline void Compare(Chunks const& chunks, std::string_view text, unsigned long l
     lines.Start(offset);
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
-    Fuzz::Require(events.all == ReadPlainly(text, offset), "a message is that of its lines");
+    Fuzz::Require(events.all == ReferenceRead(text, offset), "a message is that of its lines");
 }
 
 // Input: the lengths of the chunks, a byte for the start of the stream, and the text.

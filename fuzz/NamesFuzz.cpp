@@ -5,7 +5,7 @@
 #include "files/FileName.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/Outcome.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 
 namespace {
 
@@ -27,7 +27,7 @@ bool IsStored(FileName const& name, std::string const& expected) {
 
 void CompareSet(std::string const& bytes) {
     Fuzz::Require(OutcomeOf([&] { return TextOf(FileName(ConstData(bytes))); }) ==
-                      PlainOutcomeOf([&] { return RequireFileName(bytes); }),
+                      ReferenceOutcomeOf([&] { return RequireFileName(bytes); }),
                   "a name is what the rules take");
     FileName name = Store("what it was before, and longer than what lies inside");
     std::string const outcome = OutcomeOf([&] {
@@ -57,15 +57,15 @@ void CompareParts(std::string const& bytes, std::size_t from) {
 }
 
 void CompareSums(std::string const& first, std::string const& second) {
-    std::string const expected = PlainOutcomeOf([&] {
+    std::string const expected = ReferenceOutcomeOf([&] {
         if (first.size() + second.size() > 254)
-            throw PlainFailure{"IllegalFileName"};
+            throw ReferenceFailure{"IllegalFileName"};
         return first + second;
     });
     std::string const text = first.c_str();
-    std::string const withText = PlainOutcomeOf([&] {
+    std::string const withText = ReferenceOutcomeOf([&] {
         if (text.size() + second.size() > 254)
-            throw PlainFailure{"IllegalFileName"};
+            throw ReferenceFailure{"IllegalFileName"};
         return text + second;
     });
     FileName const left = Store(first);
@@ -81,9 +81,10 @@ void CompareSums(std::string const& first, std::string const& second) {
                   "so has one with a text");
 }
 
-class Plain {
+class ReferenceName {
 public:
-    Plain(std::string const& bytes, bool ignoresCase) : name(bytes), ignoreCase(ignoresCase) {}
+    ReferenceName(std::string const& bytes, bool ignoresCase)
+        : name(bytes), ignoreCase(ignoresCase) {}
 
     bool HasSuffix(std::string const& suffix) const {
         return Folded(name).ends_with(Folded(suffix));
@@ -96,12 +97,12 @@ public:
     }
     std::string BeforeExtension(std::string const& extension) const {
         if (!HasExtension(extension))
-            throw PlainFailure{"ExtensionDoesNotMatch"};
+            throw ReferenceFailure{"ExtensionDoesNotMatch"};
         return NotEmpty(name.substr(0, name.size() - extension.size()));
     }
     std::string AfterPrefix(std::string const& prefix) const {
         if (!HasPrefix(prefix))
-            throw PlainFailure{"PrefixDoesNotMatch"};
+            throw ReferenceFailure{"PrefixDoesNotMatch"};
         return NotEmpty(name.substr(prefix.size()));
     }
     std::string PrefixDigits() const {
@@ -110,12 +111,12 @@ public:
 
 private:
     std::string Folded(std::string const& text) const {
-        return ignoreCase ? PlainCase::Lowered(text) : text;
+        return ignoreCase ? ReferenceCase::Lowered(text) : text;
     }
 
     static std::string NotEmpty(std::string const& text) {
         if (text.empty())
-            throw PlainFailure{"IllegalFileName"};
+            throw ReferenceFailure{"IllegalFileName"};
         return text;
     }
 
@@ -125,20 +126,22 @@ private:
 
 void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCase) {
     FileName const name = Store(bytes);
-    Plain const plain(bytes, ignoreCase);
+    ReferenceName const reference(bytes, ignoreCase);
     char const* const text = end.c_str();
-    Fuzz::Require(name.HasSuffix(text, ignoreCase) == plain.HasSuffix(end), "a name has its end");
-    Fuzz::Require(name.HasPrefix(text, ignoreCase) == plain.HasPrefix(end), "a name has its start");
-    Fuzz::Require(name.HasExtension(text, ignoreCase) == plain.HasExtension(end),
+    Fuzz::Require(name.HasSuffix(text, ignoreCase) == reference.HasSuffix(end),
+                  "a name has its end");
+    Fuzz::Require(name.HasPrefix(text, ignoreCase) == reference.HasPrefix(end),
+                  "a name has its start");
+    Fuzz::Require(name.HasExtension(text, ignoreCase) == reference.HasExtension(end),
                   "an extension has a dot, its own or in front of it");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameBeforeExtension(text, ignoreCase)); }) ==
-                      PlainOutcomeOf([&] { return plain.BeforeExtension(end); }),
+                      ReferenceOutcomeOf([&] { return reference.BeforeExtension(end); }),
                   "an extension is taken off");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameAfterPrefix(text, ignoreCase)); }) ==
-                      PlainOutcomeOf([&] { return plain.AfterPrefix(end); }),
+                      ReferenceOutcomeOf([&] { return reference.AfterPrefix(end); }),
                   "a prefix is taken off");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.PrefixDigits()); }) ==
-                      PlainOutcomeOf([&] { return plain.PrefixDigits(); }),
+                      ReferenceOutcomeOf([&] { return reference.PrefixDigits(); }),
                   "the digits at the start are found");
     Fuzz::Require(TextOf(name.BaseName()) == bytes.substr(0, bytes.rfind('.')),
                   "a base name ends at the last dot");

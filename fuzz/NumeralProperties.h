@@ -39,7 +39,7 @@ struct Reading {
 };
 
 // Returns the expected result and value. data/ReadAsciiNumeral.h specifies the value after errors.
-inline Reading ReadPlainly(std::string_view text, int base, Unsigned untouched) {
+inline Reading ReferenceRead(std::string_view text, int base, Unsigned untouched) {
     if (text.empty())
         return {NumeralReadInvalid, untouched};
     Unsigned const step = static_cast<Unsigned>(base);
@@ -81,7 +81,7 @@ void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
 // `read(text, value)` is the reader for this base, overloaded for 32-bit and 64-bit values.
 template <class Read>
 void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read read) {
-    Reading const expected = ReadPlainly(text, base, untouched);
+    Reading const expected = ReferenceRead(text, base, untouched);
     Fuzz::ExactCopy const copy(text);
     ConstData const numeral(copy.Begin(), copy.Length());
     Unsigned value = untouched;
@@ -104,7 +104,7 @@ inline void ReadDecimal(std::string const& text, Unsigned untouched) {
 
 // Checks the readers that throw and those with a default.
 inline void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
-    Reading const wide = ReadPlainly(text, 10, 0);
+    Reading const wide = ReferenceRead(text, 10, 0);
     NumeralReadResult const result = Narrowed<unsigned int>(wide);
     auto const narrow = static_cast<unsigned int>(wide.value);
     auto const narrowOther = static_cast<unsigned int>(other);
@@ -119,7 +119,7 @@ inline void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
 }
 
 inline void ReadHexOtherwise(std::string const& text) {
-    Reading const wide = ReadPlainly(text, 16, 0);
+    Reading const wide = ReferenceRead(text, 16, 0);
     ReadOrThrow(wide.result, wide.value, [&] { return ReadAsciiHexNumeral64(text); });
     ReadOrThrow(Narrowed<unsigned int>(wide), static_cast<unsigned int>(wide.value),
                 [&] { return ReadAsciiHexNumeral(text); });
@@ -154,7 +154,7 @@ template <class Value>
 void ReadSigned(std::string const& text, Value untouched) {
     bool const negative = !text.empty() && text[0] == '-';
     bool const hasSign = negative || (!text.empty() && text[0] == '+');
-    Reading const magnitude = ReadPlainly(std::string_view(text).substr(hasSign ? 1 : 0), 10, 0);
+    Reading const magnitude = ReferenceRead(std::string_view(text).substr(hasSign ? 1 : 0), 10, 0);
     Unsigned const limit =
         Unsigned{std::numeric_limits<std::make_unsigned_t<Value>>::max() / 2} + (negative ? 1 : 0);
     NumeralReadResult expected = magnitude.result;

@@ -35,21 +35,21 @@ std::string OutcomeOf(Operation operation) {
 }
 
 // The exception of a reference implementation. `name` is the outcome.
-struct PlainFailure {
+struct ReferenceFailure {
     std::string name;
 };
 
 template <class Operation>
-std::string PlainOutcomeOf(Operation operation) {
+std::string ReferenceOutcomeOf(Operation operation) {
     try {
         return "text " + std::string(operation());
-    } catch (PlainFailure const& failure) {
+    } catch (ReferenceFailure const& failure) {
         return failure.name;
     }
 }
 
 // Returns the failure whose outcome equals that of a file error without an error number.
-inline PlainFailure PlainFileError(std::string const& type, std::string const& path) {
+inline ReferenceFailure ReferenceFileError(std::string const& type, std::string const& path) {
     std::string const encoded = std::to_string(type.size()) + type;
     std::string const where = path.empty() ? "" : " on \"" + path + "\"";
     return {type + ": File error \"" + encoded + "\"" + where};
@@ -58,10 +58,10 @@ inline PlainFailure PlainFileError(std::string const& type, std::string const& p
 // Returns the text. Throws if it is not a valid FileName.
 inline std::string const& RequireFileName(std::string const& text) {
     if (text.empty() || text.size() > 255)
-        throw PlainFailure{"IllegalFileNameLength"};
+        throw ReferenceFailure{"IllegalFileNameLength"};
     if (text == "." || text == "..")
-        throw PlainFailure{"IllegalFileNameReserved"};
+        throw ReferenceFailure{"IllegalFileNameReserved"};
     if (text.find('/') != std::string::npos)
-        throw PlainFailure{"IllegalFileName"};
+        throw ReferenceFailure{"IllegalFileName"};
     return text;
 }

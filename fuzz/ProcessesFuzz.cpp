@@ -12,7 +12,7 @@
 #include "compliance/ProcessNames.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/OwnRoot.h"
-#include "fuzz/PlainNumber.h"
+#include "fuzz/ReferenceNumber.h"
 #include "tests/compliance/FakeProcess.h"
 
 namespace {
@@ -56,7 +56,7 @@ std::optional<std::string> Fitting(std::string const& text, unsigned int capacit
     return text;
 }
 
-Answer AskPlainly(FakeProcess const& process, unsigned int capacity) {
+Answer ReferenceAsk(FakeProcess const& process, unsigned int capacity) {
     Answer answer;
     answer.name = Fitting(NameIn(process), capacity);
     answer.path = Fitting(process.exe.value_or(""), capacity);
@@ -82,15 +82,15 @@ FakeProcess ProcessAt(Entries const& entries, std::uint32_t id) {
     return found == entries.end() ? FakeProcess() : found->second.value_or(FakeProcess());
 }
 
-bool IsAgentPlainly(Entries const& entries, std::string const& directory) {
-    auto const id = static_cast<std::uint32_t>(PlainNumber::Unsigned(directory));
-    return PlainNumber::Signed(directory) != 0 && entries.at(directory).has_value() &&
-           AskPlainly(ProcessAt(entries, id), usualCapacity).name == "VeskaClient";
+bool ReferenceIsAgent(Entries const& entries, std::string const& directory) {
+    auto const id = static_cast<std::uint32_t>(ReferenceNumber::Unsigned(directory));
+    return ReferenceNumber::Signed(directory) != 0 && entries.at(directory).has_value() &&
+           ReferenceAsk(ProcessAt(entries, id), usualCapacity).name == "VeskaClient";
 }
 
-bool IsRunningPlainly(Entries const& entries) {
+bool ReferenceIsRunning(Entries const& entries) {
     for (auto const& entry : entries)
-        if (IsAgentPlainly(entries, entry.first))
+        if (ReferenceIsAgent(entries, entry.first))
             return true;
     return false;
 }
@@ -187,15 +187,15 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const high = input.Byte();
     unsigned int const capacity = (high << 8 | input.Byte()) % 5000U;
-    auto const id = static_cast<std::uint32_t>(PlainNumber::Unsigned(input.Text()));
+    auto const id = static_cast<std::uint32_t>(ReferenceNumber::Unsigned(input.Text()));
     Entries entries;
     for (int i = 0; i < 4 && !input.IsEmpty(); ++i) {
         std::string const name = TakeName(input);
         entries[name] = TakeProcess(input);
     }
     auto const [answer, isRunning] = Observe(entries, id, capacity);
-    Fuzz::Require(answer == AskPlainly(ProcessAt(entries, id), capacity),
+    Fuzz::Require(answer == ReferenceAsk(ProcessAt(entries, id), capacity),
                   "a process has the name, the path and the numbers of its files");
-    Fuzz::Require(isRunning == IsRunningPlainly(entries), "the agent runs under its name");
+    Fuzz::Require(isRunning == ReferenceIsRunning(entries), "the agent runs under its name");
     return 0;
 }

@@ -35,9 +35,9 @@ struct Grammar {
 };
 
 // Splits a command line into options, values and operands.
-class PlainArguments {
+class ReferenceArguments {
 public:
-    PlainArguments(Grammar const& theGrammar, Texts const& arguments) : grammar(theGrammar) {
+    ReferenceArguments(Grammar const& theGrammar, Texts const& arguments) : grammar(theGrammar) {
         for (std::size_t at = 1; at < arguments.size(); ++at) {
             std::string const& text = arguments[at];
             if (onlyOperands || !IsOption(text))
@@ -199,7 +199,7 @@ std::string FieldOf(std::string const& name) {
                           names.begin());
 }
 
-std::string FormatOf(PlainArguments const& arguments) {
+std::string FormatOf(ReferenceArguments const& arguments) {
     std::string format;
     for (char const* const name : {"--table", "--tsv", "--json", "--ndjson"}) {
         if (arguments.Has(name) && !format.empty())
@@ -211,7 +211,7 @@ std::string FormatOf(PlainArguments const& arguments) {
 }
 
 // Returns the columns as digits, the sort field and the colour mode.
-Outcome TableOf(PlainArguments const& arguments) {
+Outcome TableOf(ReferenceArguments const& arguments) {
     for (char const* const name : {"--columns", "--sort", "--only", "--color"})
         if (arguments.Has(name) && FormatOf(arguments) != "--table")
             throw Refused();
@@ -245,7 +245,7 @@ bool CanBeFile(std::filesystem::path const& path) {
            std::filesystem::is_directory(parent.empty() ? "." : parent, error);
 }
 
-std::string OutputOf(PlainArguments const& arguments) {
+std::string OutputOf(ReferenceArguments const& arguments) {
     Texts const files = arguments.Values("--output");
     std::string const format = FormatOf(arguments);
     bool const keeps = arguments.Has("--keep-failures");
@@ -260,7 +260,7 @@ std::string OutputOf(PlainArguments const& arguments) {
 }
 
 // Returns the meaning of all options except those that select an action.
-Outcome OptionsOf(PlainArguments const& arguments) {
+Outcome OptionsOf(ReferenceArguments const& arguments) {
     if (arguments.Has("--allow-empty") && !arguments.Has("--strict"))
         throw Refused();
     Outcome line = {"evaluate",
@@ -281,7 +281,7 @@ Outcome OptionsOf(PlainArguments const& arguments) {
 }
 
 // Throws if the command line describes a request although its action sends none.
-void RefuseRequest(PlainArguments const& arguments, std::string const& action) {
+void RefuseRequest(ReferenceArguments const& arguments, std::string const& action) {
     bool const hasOther = action == "--explain" && arguments.Has("--check-config");
     if (arguments.Has("-d") || arguments.Has("--config") || hasOther ||
         !arguments.operands.empty() || arguments.Values(action).size() > 1)
@@ -297,7 +297,7 @@ Outcome CheckOf(Texts const& names) {
 }
 
 // --config is always an error, because there is no configuration file.
-Outcome QueryPlainly(Texts const& texts) {
+Outcome ReferenceQuery(Texts const& texts) {
     static Grammar const grammar = {
         {"--help", "--version", "--table", "--tsv", "--json", "--ndjson", "--quiet", "-d",
          "--keep-failures", "--allow-empty", "--allow-stale"},
@@ -305,7 +305,7 @@ Outcome QueryPlainly(Texts const& texts) {
          "--only", "--color", "--output", "--wait", "--config", "--check-config", "--prometheus"},
         {{'h', "--help"}, {'V', "--version"}, {'q', "--quiet"}, {'d', "-d"}, {'o', "--output"}},
         2};
-    PlainArguments const arguments(grammar, texts);
+    ReferenceArguments const arguments(grammar, texts);
     if (arguments.Has("--help"))
         return {"help"};
     if (arguments.Has("--version"))
@@ -326,9 +326,9 @@ Outcome QueryPlainly(Texts const& texts) {
     return options;
 }
 
-Outcome DoctorPlainly(Texts const& texts) {
+Outcome ReferenceDoctor(Texts const& texts) {
     static Grammar const grammar = {{"--help", "--version", "--json"}, {}, {{'h', "--help"}}, 0};
-    PlainArguments const arguments(grammar, texts);
+    ReferenceArguments const arguments(grammar, texts);
     char const* const action = arguments.Has("--help")      ? "help"
                                : arguments.Has("--version") ? "version"
                                                             : "diagnose";
@@ -418,9 +418,9 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     Texts const arguments = Fuzz::TakeArguments(input, 9);
-    Fuzz::Require(OutcomeOf(Query, arguments) == OutcomeOf(QueryPlainly, arguments),
+    Fuzz::Require(OutcomeOf(Query, arguments) == OutcomeOf(ReferenceQuery, arguments),
                   "compliance-query does what its arguments say");
-    Fuzz::Require(OutcomeOf(Doctor, arguments) == OutcomeOf(DoctorPlainly, arguments),
+    Fuzz::Require(OutcomeOf(Doctor, arguments) == OutcomeOf(ReferenceDoctor, arguments),
                   "compliance-doctor does what its arguments say");
     return 0;
 }

@@ -10,8 +10,8 @@
 #include "compliance/RequestDocument.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/OwnRoot.h"
-#include "fuzz/PlainNumber.h"
-#include "fuzz/PlainTree.h"
+#include "fuzz/ReferenceNumber.h"
+#include "fuzz/ReferenceTree.h"
 
 namespace {
 
@@ -27,12 +27,12 @@ Outcome FieldsOf(ClientComplianceRequest const& request) {
 
 std::string UpToZero(std::string const& text) { return text.c_str(); }
 
-Outcome ReadPlainly(PlainTree const& document) {
+Outcome ReferenceRead(ReferenceTree const& document) {
     if (document.HasOpenElements() || document.Root() == nullptr ||
         document.Root()->name != "VeskaClientComplianceRequest")
         return {};
     Outcome request{"2", "", "", "0"};
-    for (PlainTree::Node const* child : document.Root()->children) {
+    for (ReferenceTree::Node const* child : document.Root()->children) {
         if (child->name == "RequestType" && child->text == "Open")
             request[0] = "0";
         else if (child->name == "RequestType" && child->text == "Close")
@@ -45,7 +45,7 @@ Outcome ReadPlainly(PlainTree const& document) {
             request[2] = UpToZero(child->text);
         else if (child->name == "RequestFlags")
             request[3] = std::to_string(
-                static_cast<std::uint32_t>(PlainNumber::Unsigned(UpToZero(child->text))));
+                static_cast<std::uint32_t>(ReferenceNumber::Unsigned(UpToZero(child->text))));
     }
     if (request[0] != "0")
         return {request[0], "", "", "0"};
@@ -84,7 +84,7 @@ std::string Line(std::string const& name, std::string const& text) {
     return "\r\n\t<" + name + '>' + Escaped(text) + "</" + name + '>';
 }
 
-std::string WritePlainly(ClientComplianceRequest const& request) {
+std::string ReferenceWrite(ClientComplianceRequest const& request) {
     std::string document = "<?xml version=\"1.0\"?>\r\n"
                            "<VeskaClientComplianceRequest Version=\"1.0\">";
     std::string const end = "</VeskaClientComplianceRequest>";
@@ -125,14 +125,14 @@ Exchange ExchangeOf(Put put) {
 }
 
 void CompareReading(Exchange const& exchange) {
-    Fuzz::Require(exchange.read == ReadPlainly(PlainTree(exchange.written)),
+    Fuzz::Require(exchange.read == ReferenceRead(ReferenceTree(exchange.written)),
                   "the request is that of the document read plainly");
     Fuzz::Require(exchange.isAlone && exchange.isGone, "nothing else is there, and nothing stays");
 }
 
 void CompareWriting(ClientComplianceRequest const& request) {
     Exchange const exchange = ExchangeOf([&] { ClientComplianceRequestIOWrite(request); });
-    Fuzz::Require(exchange.written == WritePlainly(request), "a request has its lines");
+    Fuzz::Require(exchange.written == ReferenceWrite(request), "a request has its lines");
     CompareReading(exchange);
     Outcome expected{"2", "", "", "0"};
     if (request.type == ClientComplianceClose)

@@ -7,8 +7,8 @@
 #include "compliance/ClientCompliance.h"
 #include "compliance/ResponseDocument.h"
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainNumber.h"
-#include "fuzz/PlainTree.h"
+#include "fuzz/ReferenceNumber.h"
+#include "fuzz/ReferenceTree.h"
 #include "tests/support/Chunks.h"
 #include "xml/XMLTreeParserPL.h"
 
@@ -21,18 +21,18 @@ std::string UpToZero(std::string const& text) { return text.c_str(); }
 
 // Returns the number truncated to 32 bits.
 std::string NumberOf(std::string const& text) {
-    return std::to_string(static_cast<std::int32_t>(PlainNumber::Signed(UpToZero(text))));
+    return std::to_string(static_cast<std::int32_t>(ReferenceNumber::Signed(UpToZero(text))));
 }
 
-std::string LastText(PlainTree::Node const& node, char const* name) {
+std::string LastText(ReferenceTree::Node const& node, char const* name) {
     std::string text;
-    for (PlainTree::Node const* child : node.children)
+    for (ReferenceTree::Node const* child : node.children)
         if (child->name == name)
             text = UpToZero(child->text);
     return text;
 }
 
-Outcome ReadPlainly(PlainTree const& document) {
+Outcome ReferenceRead(ReferenceTree const& document) {
     if (document.HasOpenElements() || document.Root() == nullptr)
         return {"broken off"};
     if (document.Root()->name != "VeskaClientComplianceResponse")
@@ -42,7 +42,7 @@ Outcome ReadPlainly(PlainTree const& document) {
     std::string error = "0";
     std::string percent = "0";
     Outcome rows;
-    for (PlainTree::Node const* child : document.Root()->children) {
+    for (ReferenceTree::Node const* child : document.Root()->children) {
         if (child->name == "ResponseType") {
             if (child->text == "Open")
                 type = "0";
@@ -96,7 +96,7 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
-    Fuzz::Require(Read(parser) == ReadPlainly(PlainTree(input.Rest())),
+    Fuzz::Require(Read(parser) == ReferenceRead(ReferenceTree(input.Rest())),
                   "the response is that of the document read plainly");
     return 0;
 }

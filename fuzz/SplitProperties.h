@@ -20,8 +20,8 @@ inline std::string Trimmed(std::string const& text) {
 
 // Reference of ConstData::Split. If the separator is empty or longer than the text, returns the
 // whole text.
-inline std::vector<std::string> SplitPlainly(std::string const& text, std::string const& separator,
-                                             bool trim, bool keepEmpty) {
+inline std::vector<std::string>
+ReferenceSplit(std::string const& text, std::string const& separator, bool trim, bool keepEmpty) {
     auto const shaped = [&](std::string const& piece) {
         return trim ? Trimmed(piece) : piece;
     };
@@ -45,7 +45,7 @@ inline void CompareSplit(std::string const& text, std::string const& separator, 
     std::vector<std::string> pieces;
     for (ConstData piece : ConstData(text).Split(separator, trim, keepEmpty))
         pieces.push_back(MakeString(piece));
-    Fuzz::Require(pieces == SplitPlainly(text, separator, trim, keepEmpty),
+    Fuzz::Require(pieces == ReferenceSplit(text, separator, trim, keepEmpty),
                   "the pieces are those between the separators");
 }
 

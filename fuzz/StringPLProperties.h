@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 #include "strings/StringPL.h"
 
 namespace StringPLProperties {
@@ -56,7 +56,7 @@ struct Model {
     // Returns true if there was a match.
     bool Replace(std::string const& search, std::string const& replacement, bool ignoresCase) {
         auto const folded = [&](std::string const& bytes) {
-            return ignoresCase ? PlainCase::Lowered(bytes) : bytes;
+            return ignoresCase ? ReferenceCase::Lowered(bytes) : bytes;
         };
         std::string const haystack = folded(text);
         std::string const needle = folded(search);
@@ -120,7 +120,7 @@ public:
             break;
         case 5:
             ours.MakeLower();
-            model.text = PlainCase::Lowered(model.text);
+            model.text = ReferenceCase::Lowered(model.text);
             break;
         case 6:
             AppendOwnBytes(input.Byte(), bytes.size());
@@ -134,7 +134,7 @@ public:
             break;
         case 9:
             ours.MakeUpper();
-            model.text = PlainCase::Raised(model.text);
+            model.text = ReferenceCase::Raised(model.text);
             break;
         case 10:
             ReplaceNoCase(text, UpToNul(input.Text()));
@@ -266,8 +266,8 @@ private:
         int const start = static_cast<int>(from);
         int const found = Index(model.text.find(pattern, from));
         Fuzz::Require(ours.Find(pattern.c_str(), start) == found, "Find agrees with find");
-        std::string const lower = PlainCase::Lowered(model.text);
-        int const foundNoCase = Index(lower.find(PlainCase::Lowered(pattern), from));
+        std::string const lower = ReferenceCase::Lowered(model.text);
+        int const foundNoCase = Index(lower.find(ReferenceCase::Lowered(pattern), from));
         Fuzz::Require(ours.FindNoCase(pattern.c_str(), start) == foundNoCase,
                       "FindNoCase agrees with find in lower case");
         if (from == 0)

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 #include "strings/Stringy.h"
 
 namespace StringyProperties {
@@ -78,7 +78,7 @@ inline std::string WithZero(Model const& model) { return model.text + '\0'; }
 inline int OrderNoCase(Model const& left, Model const& right) {
     if (left.isNull || right.isNull)
         return static_cast<int>(right.isNull) - static_cast<int>(left.isNull);
-    return PlainCase::Compare(WithZero(left), WithZero(right), PlainCase::Upper);
+    return ReferenceCase::Compare(WithZero(left), WithZero(right), ReferenceCase::Upper);
 }
 
 class Pair {
@@ -174,8 +174,8 @@ private:
                 ours.MakeLower();
             else
                 ours.MakeUpper();
-            model.text =
-                byte % 2 == 0 ? PlainCase::Lowered(model.text) : PlainCase::Raised(model.text);
+            model.text = byte % 2 == 0 ? ReferenceCase::Lowered(model.text)
+                                       : ReferenceCase::Raised(model.text);
         } else if (byte % 2 == 0) {
             ours.TrimLeft();
             TrimLeft();
@@ -232,8 +232,8 @@ private:
                       "the order in upper case is that of bytes, and null is less than all");
         bool const bothAreThere = !model.isNull && !otherModel.isNull;
         Fuzz::Require(ours.EqualIgnoringCase(other) ==
-                          (bothAreThere &&
-                           PlainCase::Lowered(model.text) == PlainCase::Lowered(otherModel.text)),
+                          (bothAreThere && ReferenceCase::Lowered(model.text) ==
+                                               ReferenceCase::Lowered(otherModel.text)),
                       "texts of any case are equal, and null equals nothing");
     }
 
@@ -250,12 +250,12 @@ private:
             "a text contains what find finds");
         Fuzz::Require(ours.StartsWith(pattern.c_str()) == model.text.starts_with(pattern),
                       "a text has its start");
-        std::string const lower = PlainCase::Lowered(model.text);
+        std::string const lower = ReferenceCase::Lowered(model.text);
         Fuzz::Require(ours.StartsWithIgnoringCase(pattern.c_str()) ==
-                          lower.starts_with(PlainCase::Lowered(pattern)),
+                          lower.starts_with(ReferenceCase::Lowered(pattern)),
                       "a text has its start in any case");
         Fuzz::Require(ours.StartsWithIgnoringCase(Stringy(ConstData(bytes))) ==
-                          lower.starts_with(PlainCase::Lowered(bytes)),
+                          lower.starts_with(ReferenceCase::Lowered(bytes)),
                       "a text has a string as its start in any case");
     }
 

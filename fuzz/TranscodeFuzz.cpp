@@ -25,12 +25,13 @@ char const* IconvName() {
 }
 
 template <class Target, class Source>
-void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& plain) {
-    bool const fails = plain.thrownAt != -1;
+void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& reference) {
+    bool const fails = reference.thrownAt != -1;
     Units<Target> whole;
     try {
         whole = UnitsOf(Transcode<Target>(RefOf<Source>(text)));
-        Fuzz::Require(!fails && whole == plain.units, "a whole text is what the model makes of it");
+        Fuzz::Require(!fails && whole == reference.units,
+                      "a whole text is what the model makes of it");
     } catch (InvalidTextEncoding const&) {
         Fuzz::Require(fails, "what the model takes is no error");
     }
@@ -47,13 +48,13 @@ void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
         std::memcpy(text.data(), bytes.data(), text.size() * sizeof(typename Source::Unit));
 
     std::vector<std::size_t> const chunks = RepeatLengths(lengths, text.size());
-    Naive::Transcoder<Target, Source> plain;
+    Naive::Transcoder<Target, Source> reference;
     RecordedStage<Target, Source> stage;
-    Fuzz::Require(stage.Run(text, chunks) == plain.Run(text, chunks),
+    Fuzz::Require(stage.Run(text, chunks) == reference.Run(text, chunks),
                   "the stream is what the model makes of it");
     Fuzz::Require(!testing::Test::HasFailure(),
                   "the calls come in their order, with no empty chunk");
-    CompareWhole<Target, Source>(text, plain.Run(text, {text.size()}));
+    CompareWhole<Target, Source>(text, reference.Run(text, {text.size()}));
 }
 
 } // namespace

@@ -6,24 +6,24 @@
 #include <vector>
 
 #include "fuzz/Fuzz.h"
-#include "fuzz/PlainCase.h"
-#include "fuzz/PlainTree.h"
+#include "fuzz/ReferenceCase.h"
+#include "fuzz/ReferenceTree.h"
 #include "tests/support/Chunks.h"
 #include "xml/XMLElementPL.h"
 #include "xml/XMLTreeParserPL.h"
 
 namespace XmlTreeProperties {
 
-using PlainCase::Lowered;
+using ReferenceCase::Lowered;
 
-inline std::string const* FindAttribute(PlainTree::Node const& node, std::string const& name) {
+inline std::string const* FindAttribute(ReferenceTree::Node const& node, std::string const& name) {
     for (XMLAttribute const& attribute : node.attributes)
         if (Lowered(attribute.first) == Lowered(name))
             return &attribute.second;
     return nullptr;
 }
 
-inline void CompareAttribute(XMLElementPL const& element, PlainTree::Node const& node,
+inline void CompareAttribute(XMLElementPL const& element, ReferenceTree::Node const& node,
                              std::string const& name) {
     std::string const* const expected = FindAttribute(node, name);
     Fuzz::Require(element.HasAttribute(name) == (expected != nullptr),
@@ -32,7 +32,7 @@ inline void CompareAttribute(XMLElementPL const& element, PlainTree::Node const&
                   "an attribute has its first value");
 }
 
-inline void CompareNode(XMLElementPL const& element, PlainTree::Node const& node) {
+inline void CompareNode(XMLElementPL const& element, ReferenceTree::Node const& node) {
     Fuzz::Require(element.GetName() == node.name, "an element has its name");
     Fuzz::Require(element.GetText() == node.text, "an element has its text");
     Fuzz::Require(element.GetElementList().size() == node.children.size(),
@@ -42,39 +42,40 @@ inline void CompareNode(XMLElementPL const& element, PlainTree::Node const& node
         CompareAttribute(element, node, attribute.first);
 }
 
-inline void CompareTrees(XMLElementPL const& root, PlainTree::Node const& plainRoot) {
-    std::vector<std::pair<XMLElementPL const*, PlainTree::Node const*>> pending{
-        {&root, &plainRoot}};
+inline void CompareTrees(XMLElementPL const& root, ReferenceTree::Node const& referenceRoot) {
+    std::vector<std::pair<XMLElementPL const*, ReferenceTree::Node const*>> pending{
+        {&root, &referenceRoot}};
     while (!pending.empty()) {
         auto const [element, node] = pending.back();
         pending.pop_back();
         CompareNode(*element, *node);
-        auto plainChild = node->children.begin();
+        auto referenceChild = node->children.begin();
         for (XMLElementPL const& child : element->GetElementList())
-            pending.push_back({&child, *plainChild++});
+            pending.push_back({&child, *referenceChild++});
     }
 }
 
 // Compares the root, the open elements, the tree and a copy of the tree.
-inline void Compare(XMLTreeParserPL const& parser, PlainTree const& plain) {
-    Fuzz::Require(parser.HasOpenElements() == plain.HasOpenElements(), "elements are open or not");
-    Fuzz::Require((parser.GetRootElement() == nullptr) == (plain.Root() == nullptr),
+inline void Compare(XMLTreeParserPL const& parser, ReferenceTree const& reference) {
+    Fuzz::Require(parser.HasOpenElements() == reference.HasOpenElements(),
+                  "elements are open or not");
+    Fuzz::Require((parser.GetRootElement() == nullptr) == (reference.Root() == nullptr),
                   "there is a root or not");
-    if (plain.Root() == nullptr)
+    if (reference.Root() == nullptr)
         return;
-    CompareTrees(*parser.GetRootElement(), *plain.Root());
+    CompareTrees(*parser.GetRootElement(), *reference.Root());
     XMLElementPL const copy(*parser.GetRootElement());
-    CompareTrees(copy, *plain.Root());
+    CompareTrees(copy, *reference.Root());
 }
 
 inline void Check(Fuzz::Input input) {
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
-    PlainTree const plain(input.Rest());
+    ReferenceTree const reference(input.Rest());
     XMLTreeParserPL parser;
     SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
-    Compare(parser, plain);
+    Compare(parser, reference);
 }
 
 } // namespace XmlTreeProperties

@@ -15,10 +15,10 @@
 
 namespace {
 
-using PlainCase::Lower;
-using PlainCase::Lowered;
-using PlainCase::Raised;
-using PlainCase::Upper;
+using ReferenceCase::Lower;
+using ReferenceCase::Lowered;
+using ReferenceCase::Raised;
+using ReferenceCase::Upper;
 
 TEST(AsciiCaseTest, CaseTablesMapLettersOnly) {
     for (unsigned byte = 0; byte < 256; ++byte) {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "fuzz/PlainCase.h"
+#include "fuzz/ReferenceCase.h"
 #include "simd/Cpu.h"
 
 namespace {
@@ -50,8 +50,8 @@ TEST(AsciiCaseTest, ComparesEveryPairOfBytes) {
                     std::size_t const i = static_cast<std::size_t>(a + b) % length;
                     left[i] = static_cast<unsigned char>(a);
                     right[i] = static_cast<unsigned char>(b);
-                    std::size_t const expected = PlainCase::Lower(static_cast<char>(a)) ==
-                                                         PlainCase::Lower(static_cast<char>(b))
+                    std::size_t const expected = ReferenceCase::Lower(static_cast<char>(a)) ==
+                                                         ReferenceCase::Lower(static_cast<char>(b))
                                                      ? length
                                                      : i;
                     mismatches += function(left.data(), right.data(), length) != expected;

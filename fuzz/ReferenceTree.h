@@ -11,7 +11,7 @@
 #include "xml/XMLHandler.h"
 
 // Owns the nodes in one list, in the order of their start tags, so the destructor is not recursive.
-class PlainTree : private XMLHandler {
+class ReferenceTree : private XMLHandler {
 public:
     struct Node {
         std::string name;
@@ -20,7 +20,7 @@ public:
         std::vector<Node const*> children;
     };
 
-    explicit PlainTree(std::string_view document) { NaiveXMLMachine(*this).Parse(document); }
+    explicit ReferenceTree(std::string_view document) { NaiveXMLMachine(*this).Parse(document); }
 
     // Returns the last top-level element, or null.
     Node const* Root() const { return root; }

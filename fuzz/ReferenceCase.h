@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace PlainCase {
+namespace ReferenceCase {
 
 inline unsigned char Lower(char byte) {
     bool const isUpper = byte >= 'A' && byte <= 'Z';
@@ -40,4 +40,4 @@ std::int32_t Compare(std::string_view left, std::string_view right, Map map) {
     return left.size() == right.size() ? 0 : left.size() > right.size() ? 1 : -1;
 }
 
-} // namespace PlainCase
+} // namespace ReferenceCase

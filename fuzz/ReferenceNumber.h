@@ -7,7 +7,7 @@
 #include <limits>
 #include <string_view>
 
-namespace PlainNumber {
+namespace ReferenceNumber {
 
 __extension__ using Wide = __int128;
 
@@ -43,4 +43,4 @@ inline std::uint64_t Unsigned(std::string_view text) {
     return static_cast<std::uint64_t>(value);
 }
 
-} // namespace PlainNumber
+} // namespace ReferenceNumber
