@@ -8,7 +8,7 @@
 
 #include <strings.h>
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #endif
@@ -45,7 +45,7 @@ Pair const& PairOf(std::size_t size) {
     return found != made.end() ? found->second : made.emplace(size, MakePair(size)).first->second;
 }
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 bool BoostEqual(Pair const& pair) {
     return boost::algorithm::iequals(pair.left, pair.right, std::locale::classic());
 }
@@ -62,7 +62,7 @@ void AddComparing(std::string const& name, std::size_t size, Ours ours) {
         SizeOfPair);
     operation.Add("ours", ours);
     operation.Add("strcasecmp", StandardEqual);
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     operation.Add("boost", BoostEqual);
 #endif
 }
@@ -89,7 +89,7 @@ void LowerByLoop(std::string const& source, std::string& target) {
                    [](unsigned char byte) { return static_cast<char>(std::tolower(byte)); });
 }
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 void LowerByBoost(std::string const& source, std::string& target) {
     boost::algorithm::to_lower_copy(target.begin(), source, std::locale::classic());
 }
@@ -116,7 +116,7 @@ void AddMappings(std::size_t size) {
         SizeOfPair);
     AddMapping<LowerOurs>(operation, "ours");
     AddMapping<LowerByLoop>(operation, "tolower");
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     AddMapping<LowerByBoost>(operation, "boost");
 #endif
 }

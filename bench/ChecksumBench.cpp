@@ -7,10 +7,10 @@
 #include <map>
 #include <string>
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 #include <boost/crc.hpp>
 #endif
-#ifdef PEER_ISAL
+#ifdef HAVE_ISAL
 #include <isa-l/crc.h>
 #endif
 
@@ -50,7 +50,7 @@ std::uint32_t ByByteTable(std::string const& bytes) {
     return ~value;
 }
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 std::uint32_t ByBoost(std::string const& bytes) {
     boost::crc_optimal<32, 0x04C11DB7, 0xFFFFFFFF, 0xFFFFFFFF, false, false> crc;
     crc.process_bytes(bytes.data(), bytes.size());
@@ -58,7 +58,7 @@ std::uint32_t ByBoost(std::string const& bytes) {
 }
 #endif
 
-#ifdef PEER_ISAL
+#ifdef HAVE_ISAL
 // The CRC of ISA-L with the same polynomial and bit order. It complements the result itself.
 std::uint32_t ByIsal(std::string const& bytes) {
     return crc32_ieee(0, reinterpret_cast<unsigned char const*>(bytes.data()), bytes.size());
@@ -79,10 +79,10 @@ void AddChecksums(std::string const& name, std::uint32_t (*ours)(std::string con
         "Checksum/" + name, [size]() -> auto& { return Bytes(size); }, SizeOf);
     operation.Add("ours", ours);
     operation.Add("byte-table", ByByteTable);
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     operation.Add("boost", ByBoost);
 #endif
-#ifdef PEER_ISAL
+#ifdef HAVE_ISAL
     operation.Add("isal", ByIsal);
 #endif
 }

@@ -12,10 +12,10 @@
 #include "bench/Inputs.h"
 #include "xml/SimpleXMLParserPL.h"
 
-#ifdef PEER_EXPAT
+#ifdef HAVE_EXPAT
 #include <expat.h>
 #endif
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 #include <libxml/parser.h>
 #endif
 
@@ -93,7 +93,7 @@ struct OurEvents {
     }
 };
 
-#ifdef PEER_EXPAT
+#ifdef HAVE_EXPAT
 struct ExpatEvents {
     template <class Receiver>
     static void Read(std::string const& document, Receiver& receiver) {
@@ -127,7 +127,7 @@ private:
 };
 #endif
 
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 struct Libxml2Events {
     template <class Receiver>
     static void Read(std::string const& document, Receiver& receiver) {

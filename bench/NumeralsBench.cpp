@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#ifdef PEER_FMT
+#ifdef HAVE_FMT
 #include <fmt/compile.h>
 #include <fmt/format.h>
 #endif
@@ -73,7 +73,7 @@ struct StandardNumeral {
     char bytes[20];
 };
 
-#ifdef PEER_FMT
+#ifdef HAVE_FMT
 struct FmtDecimal {
     explicit FmtDecimal(std::uint64_t value) : made(value) {}
     std::string_view Text() const { return {made.data(), made.size()}; }
@@ -116,7 +116,7 @@ void AddMaking(std::string const& name, Operation<Numbers>::MakeInput input) {
         operation.Add("fmt", MakeAll<Fmt>, AllTexts<Fmt>);
 }
 
-#ifndef PEER_FMT
+#ifndef HAVE_FMT
 using FmtDecimal = void;
 using FmtHex = void;
 #endif

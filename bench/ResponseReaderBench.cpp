@@ -99,7 +99,7 @@ std::string Describe(std::string const& document) {
 void AddOperation(std::string const& name, std::function<std::string const&()> document) {
     Operation<std::string> operation("ResponseReader/" + name, document, SizeOf);
     operation.Add("ours", Count<ReadOurs>, Describe<ReadOurs>);
-#ifdef PEER_EXPAT
+#ifdef HAVE_EXPAT
     operation.Add("expat", Count<ReadStreaming<ExpatEvents>>, Describe<ReadStreaming<ExpatEvents>>);
 #endif
 }

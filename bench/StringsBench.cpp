@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 #include <boost/algorithm/string/find.hpp>
 #include <boost/container/string.hpp>
 #endif
@@ -21,7 +21,7 @@ namespace {
 void PushOne(StringPL& text, char byte) { text.Append(&byte, 1); }
 void PushOne(Stringy& text, char byte) { text += byte; }
 void PushOne(std::string& text, char byte) { text.push_back(byte); }
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 void PushOne(boost::container::string& text, char byte) { text.push_back(byte); }
 #endif
 
@@ -61,7 +61,7 @@ void AddGrowing(std::string const& name, std::size_t size) {
         });
     operation.Add("ours", Grow<Ours>, Grown<Ours>);
     operation.Add("std", Grow<std::string>, Grown<std::string>);
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     operation.Add("boost", Grow<boost::container::string>, Grown<boost::container::string>);
 #endif
 }
@@ -117,7 +117,7 @@ void AddCopying(std::string const& name, std::size_t least, std::size_t most) {
         [=]() -> auto& { return TextsOfSizes(least, most); });
     AddCopier<Ours>(operation, "ours");
     AddCopier<std::string>(operation, "std");
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     AddCopier<boost::container::string>(operation, "boost");
 #endif
 }
@@ -155,7 +155,7 @@ void AddSearching(std::string const& name, std::size_t size, Ours ours, Library 
         [size]() -> auto& { return HaystackOf(size); }, SizeOfHaystack);
     operation.Add("ours", ours);
     operation.Add(who, library);
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     if (who == "strcasestr")
         operation.Add("boost", [](Haystack const& haystack) {
             return static_cast<int>(

@@ -7,7 +7,7 @@
 
 #include "bench/Bench.h"
 #include "bench/Inputs.h"
-#include "bench/TranscodePeers.h"
+#include "bench/Transcoders.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ std::string BytesOf(std::basic_string<Character> const& text) {
     return BytesOf(text.data(), text.size());
 }
 
-#ifdef PEER_ICU
+#ifdef HAVE_ICU
 std::string BytesOf(icu::UnicodeString const& text) {
     return BytesOf(text.getBuffer(), static_cast<std::size_t>(text.length()));
 }
@@ -91,10 +91,10 @@ void AddPair(std::string const& pair, Inputs::Script script, std::string const& 
     Operation<Texts> stream("Transcode/stream-" + pair + "-" + scriptName, texts, size);
     AddStream<Target, Source, OurTranscoding>(stream, "ours");
     AddStream<Target, Source, IconvTranscoding>(stream, "iconv");
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
     AddWhole<Target, Source, BoostTranscoding>(whole, "boost");
 #endif
-#ifdef PEER_ICU
+#ifdef HAVE_ICU
     AddWhole<Target, Source, IcuTranscoding>(whole, "icu");
     AddStream<Target, Source, IcuTranscoding>(stream, "icu");
     if constexpr (std::is_same_v<Target, UTF16> && std::is_same_v<Source, UTF8>)

@@ -13,14 +13,14 @@
 #include "xml/XMLElementPL.h"
 #include "xml/XMLTreeParserPL.h"
 
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 #include <libxml/parser.h>
 #include <libxml/tree.h>
 #endif
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
 #include <pugixml.hpp>
 #endif
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
 #include <tinyxml2.h>
 #endif
 
@@ -75,7 +75,7 @@ private:
     XMLTreeParserPL parser;
 };
 
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 class Libxml2Tree {
 public:
     explicit Libxml2Tree(std::string const& document)
@@ -125,7 +125,7 @@ private:
 };
 #endif
 
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
 // Parses the document at once, because pugixml cannot parse chunks.
 class PugixmlTree {
 public:
@@ -158,7 +158,7 @@ private:
 };
 #endif
 
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
 // Parses the document at once, because tinyxml2 cannot parse chunks.
 class Tinyxml2Tree {
 public:

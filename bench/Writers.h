@@ -15,13 +15,13 @@
 #include "strings/StringPL.h"
 #include "xml/XMLWriterPL.h"
 
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 #include <libxml/xmlwriter.h>
 #endif
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
 #include <pugixml.hpp>
 #endif
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
 #include <tinyxml2.h>
 #endif
 
@@ -81,7 +81,7 @@ private:
     XMLWriterPL writer;
 };
 
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
 class Libxml2Writer {
 public:
     Libxml2Writer() : buffer(xmlBufferCreate()), writer(xmlNewTextWriterMemory(buffer, 0)) {
@@ -127,7 +127,7 @@ private:
 };
 #endif
 
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
 // Builds and saves a tree, because pugixml has no writer.
 class PugixmlWriter {
 public:
@@ -163,7 +163,7 @@ private:
 };
 #endif
 
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
 class Tinyxml2Writer {
 public:
     void BeginRoot(char const* name, char const* attribute, char const* value) {

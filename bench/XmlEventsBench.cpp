@@ -27,10 +27,10 @@ std::string Log(std::string const& document) {
 void AddOperation(std::string const& name, std::function<std::string const&()> document) {
     Operation<std::string> operation("XmlEvents/" + name, document, SizeOf);
     operation.Add("ours", Count<OurEvents>, Log<OurEvents>);
-#ifdef PEER_EXPAT
+#ifdef HAVE_EXPAT
     operation.Add("expat", Count<ExpatEvents>, Log<ExpatEvents>);
 #endif
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
     operation.Add("libxml2", Count<Libxml2Events>, Log<Libxml2Events>);
 #endif
 }

@@ -43,13 +43,13 @@ void AddContender(Operation<std::string>& operation, std::string const& who) {
 void AddOperation(std::string const& name, std::function<std::string const&()> document) {
     Operation<std::string> operation("XmlTree/" + name, document, SizeOf);
     AddContender<OurTree>(operation, "ours");
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
     AddContender<Libxml2Tree>(operation, "libxml2");
 #endif
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
     AddContender<PugixmlTree>(operation, "pugixml");
 #endif
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
     AddContender<Tinyxml2Tree>(operation, "tinyxml2");
 #endif
 }

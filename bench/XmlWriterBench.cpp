@@ -31,13 +31,13 @@ template <class Input>
 void AddOperation(std::string const& name, std::function<Input const&()> input) {
     Operation<Input> operation("XmlWriter/" + name, input, Size<OurWriter, Input>);
     operation.Add("ours", Size<OurWriter, Input>, Text<OurWriter, Input>);
-#ifdef PEER_LIBXML2
+#ifdef HAVE_LIBXML2
     operation.Add("libxml2", Size<Libxml2Writer, Input>, Text<Libxml2Writer, Input>);
 #endif
-#ifdef PEER_PUGIXML
+#ifdef HAVE_PUGIXML
     operation.Add("pugixml", Size<PugixmlWriter, Input>, Text<PugixmlWriter, Input>);
 #endif
-#ifdef PEER_TINYXML2
+#ifdef HAVE_TINYXML2
     operation.Add("tinyxml2", Size<Tinyxml2Writer, Input>, Text<Tinyxml2Writer, Input>);
 #endif
 }

@@ -17,10 +17,10 @@
 #include "unicode/GenericTranscoder.h"
 #include "unicode/Transcode.h"
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 #include <boost/locale/encoding_utf.hpp>
 #endif
-#ifdef PEER_ICU
+#ifdef HAVE_ICU
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
 #include <unicode/ustring.h>
@@ -110,7 +110,7 @@ private:
 
 inline void Require(bool good) {
     if (!good)
-        throw std::runtime_error("a peer cannot convert");
+        throw std::runtime_error("a comparison library cannot convert the text");
 }
 
 // iconv of the C library. The conversion descriptors are opened once, before the first timing.
@@ -169,7 +169,7 @@ private:
     }
 };
 
-#ifdef PEER_BOOST
+#ifdef HAVE_BOOST
 struct BoostTranscoding {
     template <class Target, class Source>
     static auto Whole(Texts const& texts) {
@@ -178,7 +178,7 @@ struct BoostTranscoding {
 };
 #endif
 
-#ifdef PEER_ICU
+#ifdef HAVE_ICU
 // Whole texts: the functions for whole strings; ICU has none between UTF-8 and UTF-32, so these go
 // through UTF-16. Streams: the converters.
 struct IcuTranscoding {
