@@ -71,8 +71,8 @@ endfunction()
 # Optimizing the tests takes a third of the build time. All other code is always optimized.
 option(CC_QUICK_TESTS "Compile the tests without optimization, with a precompiled header" ON)
 
-# compile_plainly(<target>): compiles without optimization if CC_QUICK_TESTS or CC_SANITIZE is set.
-function(compile_plainly target)
+# compile_unoptimized(<target>): compiles without optimization if CC_QUICK_TESTS or CC_SANITIZE is set.
+function(compile_unoptimized target)
   if(CC_QUICK_TESTS OR CC_SANITIZE)
     target_compile_options(${target} PRIVATE -O0)
   endif()
@@ -80,7 +80,7 @@ endfunction()
 
 # compile_as_test(<target>): applies CC_QUICK_TESTS and CC_UNITY.
 function(compile_as_test target)
-  compile_plainly(${target})
+  compile_unoptimized(${target})
   compile_at_once(${target})
   if(CC_QUICK_TESTS)
     target_precompile_headers(${target} REUSE_FROM test_headers)

@@ -23,7 +23,7 @@
 
 namespace {
 
-using PlainJson = nlohmann::json;
+using ParsedJson = nlohmann::json;
 
 constexpr std::string_view base64Suffix = "Base64";
 // The identifier of json.exception.out_of_range.406.
@@ -134,7 +134,7 @@ private:
 
 // Stores the known members of a document by their path ("provenance/host"), and passes the rows to
 // `useRow`. Refuses values of the wrong type.
-class DocumentHandler : public nlohmann::json_sax<PlainJson> {
+class DocumentHandler : public nlohmann::json_sax<ParsedJson> {
 public:
     DocumentHandler(Source& theSource, std::function<void(StoredRow&&)> const& theUseRow)
         : source(theSource), useRow(theUseRow) {}
@@ -209,7 +209,7 @@ public:
         source.Refuse("expected JSON: " + ReasonOf(error));
     }
 
-    PlainJson const* Find(std::string const& path) const {
+    ParsedJson const* Find(std::string const& path) const {
         auto const found = facts.find(path);
         return found == facts.end() || found->second.is_null() ? nullptr : &found->second;
     }
@@ -265,7 +265,7 @@ private:
         return path;
     }
 
-    bool TakeFact(PlainJson value) {
+    bool TakeFact(ParsedJson value) {
         source.StartValue();
         RefuseAsRows();
         if (state == State::head && depth == 0)
@@ -280,7 +280,7 @@ private:
     }
 
     // Stores a known member. Skips all others, which may be numerous.
-    void AddFact(std::string const& path, PlainJson value);
+    void AddFact(std::string const& path, ParsedJson value);
 
     static std::string NameOf(std::size_t field) {
         return field < rowFieldNames.size()
@@ -357,7 +357,7 @@ private:
     // The depth inside a row: 1 for JSON lines, more in the array of rows.
     std::size_t rowDepth = 1;
     std::vector<std::string> keys;
-    std::map<std::string, PlainJson> facts;
+    std::map<std::string, ParsedJson> facts;
     // The paths of the known members so far.
     std::set<std::string> seenPaths;
     StoredRow row;
@@ -397,11 +397,11 @@ constexpr std::array knownFacts = {
     Fact{"provenance/agent/modified", FactType::time, true},
 };
 
-bool IsUpTo(PlainJson const& value, std::uint64_t limit) {
+bool IsUpTo(ParsedJson const& value, std::uint64_t limit) {
     return value.is_number_unsigned() && value.get<std::uint64_t>() <= limit;
 }
 
-bool HasType(PlainJson const& value, FactType type) {
+bool HasType(ParsedJson const& value, FactType type) {
     constexpr std::uint64_t maxStatus = 255;
     switch (type) {
     case FactType::text:
@@ -436,7 +436,7 @@ bool DocumentHandler::IsRead(std::string const& path) {
            });
 }
 
-void DocumentHandler::AddFact(std::string const& path, PlainJson value) {
+void DocumentHandler::AddFact(std::string const& path, ParsedJson value) {
     auto const known = std::ranges::find(knownFacts, path, &Fact::path);
     if (known == knownFacts.end())
         return;
@@ -490,15 +490,15 @@ private:
         provenance.host = RequiredText("provenance/host");
         provenance.start = RequiredTime("provenance/start");
         provenance.end = RequiredTime("provenance/end");
-        PlainJson const* const fresh = handler.Find("provenance/response/fresh");
+        ParsedJson const* const fresh = handler.Find("provenance/response/fresh");
         provenance.stale = fresh == nullptr ? IsFinished() : !fresh->get<bool>();
         if (handler.Find("provenance/agent/modified") != nullptr)
             provenance.agentModified = RequiredTime("provenance/agent/modified");
         return provenance;
     }
 
-    PlainJson const& Require(std::string const& path) const {
-        PlainJson const* const found = handler.Find(path);
+    ParsedJson const& Require(std::string const& path) const {
+        ParsedJson const* const found = handler.Find(path);
         if (found == nullptr)
             source.Refuse("expected the member \"" + path + "\" of a result of compliance-query");
         return *found;
@@ -506,13 +506,13 @@ private:
 
     // Returns the exact bytes of a text.
     std::optional<std::string> Text(std::string const& path) const {
-        if (PlainJson const* const base64 = handler.Find(path + std::string(base64Suffix))) {
+        if (ParsedJson const* const base64 = handler.Find(path + std::string(base64Suffix))) {
             std::optional<std::string> bytes = DecodeBase64(base64->get_ref<std::string const&>());
             if (!bytes)
                 source.Refuse("expected base64 as \"" + path + std::string(base64Suffix) + "\"");
             return bytes;
         }
-        PlainJson const* const text = handler.Find(path);
+        ParsedJson const* const text = handler.Find(path);
         return text == nullptr ? std::nullopt : std::optional(text->get<std::string>());
     }
 
@@ -541,8 +541,8 @@ bool HasMore(Source& source) {
 void Parse(Source& source, DocumentHandler& handler) {
     // Leave bytes after the document in the source.
     constexpr bool strict = false;
-    PlainJson::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
-                         nlohmann::detail::input_format_t::json, strict);
+    ParsedJson::sax_parse(SourceIterator(&source), SourceIterator(nullptr), &handler,
+                          nlohmann::detail::input_format_t::json, strict);
 }
 
 } // namespace
