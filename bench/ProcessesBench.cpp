@@ -1,7 +1,7 @@
 // Detection of the agent among 1,000 sleeping processes, compared with pidof(8) and pgrep(1).
 //
 // Each contender is a program, and its time is the processor time of the whole process. "ours" is a
-// program that only calls IsRunning (AskForAgent.cpp). "bare-loop" makes the same system calls
+// program that only calls IsRunning (DetectAgent.cpp). "bare-loop" makes the same system calls
 // without processing their results.
 //
 // The sleepers are in a PID namespace of their own, so their number is the same on every machine,
@@ -106,8 +106,8 @@ void RegisterOperations() {
         return sleepers;
     };
     Operation<Sleepers> operation("Processes/among-" + std::to_string(sleeperCount), make);
-    Add(operation, "ours", {ASK_FOR_AGENT});
-    Add(operation, "bare-loop", {ASK_FOR_AGENT, "bare"});
+    Add(operation, "ours", {DETECT_AGENT});
+    Add(operation, "bare-loop", {DETECT_AGENT, "bare"});
     Add(operation, "pidof", {"pidof", "VeskaClient"});
     Add(operation, "pgrep", {"pgrep", "-x", "VeskaClient"});
 }

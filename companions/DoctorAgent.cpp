@@ -76,7 +76,7 @@ struct Processes {
     Candidate agent = {};
 };
 
-Processes LookForAgent() {
+Processes FindAgent() {
     Processes seen;
     AnyProcess([&seen](unsigned int id) {
         ++seen.count;
@@ -152,7 +152,7 @@ Finding CheckAgentProgram() {
 }
 
 Finding CheckAgentProcess() {
-    Processes const seen = LookForAgent();
+    Processes const seen = FindAgent();
     // /proc always lists this process, so an empty list means that it cannot be read.
     if (seen.count == 0)
         return {"agent-process", Verdict::problem, "no-proc",

@@ -16,7 +16,7 @@ using std::chrono::milliseconds;
 constexpr int stateFinished = 1;
 constexpr int stateError = 2;
 constexpr int stateInProgress = 3;
-constexpr milliseconds pauseBetweenPolls = std::chrono::seconds(1);
+constexpr milliseconds pollInterval = std::chrono::seconds(1);
 
 class Deadline {
 public:
@@ -114,7 +114,7 @@ EvaluationEnd Poll(Deadline const& deadline, bool allowStale, Progress& progress
         if (state != stateInProgress)
             return {EvaluationEnd::failed, state};
         progress.Percent(percent);
-        deadline.Sleep(pauseBetweenPolls);
+        deadline.Sleep(pollInterval);
     }
     return end;
 }

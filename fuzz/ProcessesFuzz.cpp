@@ -11,7 +11,7 @@
 #include "compliance/AgentPresence.h"
 #include "compliance/ProcessNames.h"
 #include "fuzz/Fuzz.h"
-#include "fuzz/OwnRoot.h"
+#include "fuzz/PrivateRoot.h"
 #include "fuzz/ReferenceNumber.h"
 #include "tests/compliance/FakeProcess.h"
 
@@ -130,7 +130,7 @@ void Lay(Entries const& entries) {
 // Creates the entries, queries the process and whether the agent is running, and removes the
 // entries.
 std::pair<Answer, bool> Observe(Entries const& entries, std::uint32_t id, unsigned int capacity) {
-    Fuzz::OwnRoot const root;
+    Fuzz::PrivateRoot const root;
     std::filesystem::create_directory("/proc");
     Lay(entries);
     std::pair const observed(Ask(id, capacity), UnixPlatform::IsRunning());

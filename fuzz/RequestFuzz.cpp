@@ -9,7 +9,7 @@
 #include "compliance/ClientCompliance.h"
 #include "compliance/RequestDocument.h"
 #include "fuzz/Fuzz.h"
-#include "fuzz/OwnRoot.h"
+#include "fuzz/PrivateRoot.h"
 #include "fuzz/ReferenceNumber.h"
 #include "fuzz/ReferenceTree.h"
 
@@ -114,7 +114,7 @@ bool IsAlone() {
 // Performs an exchange in a private root directory. `put` creates the request.
 template <class Put>
 Exchange ExchangeOf(Put put) {
-    Fuzz::OwnRoot const root;
+    Fuzz::PrivateRoot const root;
     std::filesystem::create_directories(directory);
     put();
     Exchange exchange{Fuzz::ReadFile(requestFile), Read(), IsAlone(), false};

@@ -1,8 +1,9 @@
 // A private root directory for targets whose subject uses files with fixed paths.
 //
-// It is a tmpfs that exists only for this process, empty at first. A target that links OwnRoot.cpp
-// creates it before the first input. If the system does not permit that, the process exits with
-// status 77 (the test is skipped), or with status 1 if the environment variable CI is set.
+// It is a tmpfs that exists only for this process, empty at first. A target that links
+// PrivateRoot.cpp creates it before the first input. If the system does not permit that, the
+// process exits with status 77 (the test is skipped), or with status 1 if the environment variable
+// CI is set.
 #pragma once
 
 #include <string>
@@ -12,12 +13,12 @@ namespace Fuzz {
 
 // Changes the root directory to the private one. The destructor restores the former root. Relative
 // paths are not affected, so libFuzzer can save a failing input.
-class OwnRoot {
+class PrivateRoot {
 public:
-    OwnRoot();
-    ~OwnRoot();
-    OwnRoot(OwnRoot const&) = delete;
-    OwnRoot& operator=(OwnRoot const&) = delete;
+    PrivateRoot();
+    ~PrivateRoot();
+    PrivateRoot(PrivateRoot const&) = delete;
+    PrivateRoot& operator=(PrivateRoot const&) = delete;
 };
 
 // Write and read a whole file. Throw Violation on failure.

@@ -1,7 +1,7 @@
 // The program that ProcessesBench measures. The exit status is 0 if the agent is running, else 1.
 //
-//     AskForAgent         calls IsRunning
-//     AskForAgent bare    makes the same system calls as IsRunning, and compares the names
+//     DetectAgent         calls IsRunning
+//     DetectAgent bare    makes the same system calls as IsRunning, and compares the names
 #include <cstdio>
 #include <cstring>
 #include <string_view>

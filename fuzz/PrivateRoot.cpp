@@ -1,4 +1,4 @@
-#include "fuzz/OwnRoot.h"
+#include "fuzz/PrivateRoot.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -77,9 +77,9 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 namespace Fuzz {
 
-OwnRoot::OwnRoot() { ChangeRoot(newRoot); }
+PrivateRoot::PrivateRoot() { ChangeRoot(newRoot); }
 
-OwnRoot::~OwnRoot() { ChangeRoot(oldRoot); }
+PrivateRoot::~PrivateRoot() { ChangeRoot(oldRoot); }
 
 void WriteFile(std::string const& path, std::string_view content) {
     std::ofstream stream(path, std::ios::binary);
