@@ -59,20 +59,20 @@ inline void CompareRuns(Fuzz::ExactCopy const& left, Fuzz::ExactCopy const& righ
 inline void CompareOrders(std::string const& left, std::string const& right) {
     Fuzz::Require(Ascii::CompareLowercase(ConstData(left), ConstData(right)) ==
                       ReferenceCase::Compare(left, right, Lower),
-                  "the order in lower case is that of the bytes");
+                  "CompareLowercase orders by the bytes in lower case");
     Fuzz::Require(Ascii::CompareUppercase(ConstData(left), ConstData(right)) ==
                       ReferenceCase::Compare(left, right, Upper),
-                  "the order in upper case is that of the bytes");
+                  "CompareUppercase orders by the bytes in upper case");
     Fuzz::Require(Ascii::EqualIgnoringCase(ConstData(left), ConstData(right)) ==
                       (Lowered(left) == Lowered(right)),
-                  "texts are equal if they are in lower case");
+                  "texts are equal if they are equal in lower case");
     std::string const leftText = left.c_str();
     std::string const rightText = right.c_str();
     Fuzz::ExactCopy const leftCopy(std::string_view(leftText.c_str(), leftText.size() + 1));
     Fuzz::ExactCopy const rightCopy(std::string_view(rightText.c_str(), rightText.size() + 1));
     Fuzz::Require(Ascii::CompareLowercase(leftCopy.Begin(), rightCopy.Begin()) ==
                       CompareTexts(leftText, rightText),
-                  "the order of texts with a NUL is that of the bytes");
+                  "NUL-terminated strings are ordered by bytes");
 }
 
 // Maps in one buffer, to `distance` bytes behind the source, so source and target may overlap.
@@ -86,16 +86,18 @@ void CompareMapping(std::string_view text, void mapText(ConstData, Data), std::s
     mapText(ConstData(ours.data(), length), Data(ours.data() + distance, length));
     for (std::size_t i = 0; i < length; ++i)
         expected[distance + i] = static_cast<char>(map(expected[i]));
-    Fuzz::Require(ours == expected, "a text is mapped as if one byte after the other");
+    Fuzz::Require(ours == expected, "overlapping text is mapped as if byte by byte");
 }
 
 inline void CompareCases(std::string const& text, std::size_t distance) {
     std::string const lower = Lowered(text);
     std::string const upper = Raised(text);
-    Fuzz::Require(Ascii::LowerCase(ConstData(text)) == lower, "lower case is that of the bytes");
-    Fuzz::Require(Ascii::RaiseCase(ConstData(text)) == upper, "upper case is that of the bytes");
-    Fuzz::Require(Ascii::IsLowercase(ConstData(text)) == (text == lower), "a text is lower case");
-    Fuzz::Require(Ascii::IsUppercase(ConstData(text)) == (text == upper), "a text is upper case");
+    Fuzz::Require(Ascii::LowerCase(ConstData(text)) == lower, "LowerCase maps each byte");
+    Fuzz::Require(Ascii::RaiseCase(ConstData(text)) == upper, "RaiseCase maps each byte");
+    Fuzz::Require(Ascii::IsLowercase(ConstData(text)) == (text == lower),
+                  "IsLowercase is true if mapping changes nothing");
+    Fuzz::Require(Ascii::IsUppercase(ConstData(text)) == (text == upper),
+                  "IsUppercase is true if mapping changes nothing");
     CompareMapping(text, Ascii::LowerCase, distance, Lower);
     CompareMapping(text, Ascii::RaiseCase, distance, Upper);
 }
@@ -106,7 +108,7 @@ inline void CompareSearch(Fuzz::ExactCopy const& text, std::string const& patter
     char const* const expected = at == std::string::npos ? nullptr : text.Begin() + at;
     Fuzz::Require(FindCaseInsensitive(text.Begin(), text.Length(), pattern.data(),
                                       pattern.size()) == expected,
-                  "a pattern of any case is where find finds it");
+                  "FindCaseInsensitive agrees with find in lower case");
 }
 
 // Flips bits of the text. The changes are pairs of bytes: a distance from the previous change, and

@@ -28,7 +28,7 @@ void CompareFunction(std::uint32_t start, Fuzz::ExactCopy const& copy, Function 
     auto const* const bytes = reinterpret_cast<unsigned char const*>(copy.Begin());
     Fuzz::Require(function(start, bytes, copy.Length()) ==
                       AdvanceByBits(start, {copy.Begin(), copy.Length()}),
-                  "each function gives what single bits give");
+                  "each kernel agrees with the bit-wise reference");
 }
 
 inline void CompareStream(std::vector<std::size_t> const& lengths, std::string_view text) {
@@ -38,7 +38,7 @@ inline void CompareStream(std::vector<std::size_t> const& lengths, std::string_v
     SplitByLengths(text, lengths).Feed([&](ConstData chunk) { receiver.Receive(chunk); });
     receiver.ReceiveEnd();
     Fuzz::Require(receiver.Value() == AdvanceByBits(0xFFFFFFFF, text),
-                  "the checksum of a stream is that of its bits");
+                  "the checksum of a stream agrees with the bit-wise reference");
 }
 
 // Input: the lengths of the chunks, four bytes for the initial register, the alignment of the text,

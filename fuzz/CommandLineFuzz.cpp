@@ -50,6 +50,6 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);
     Fuzz::Require(Read(arguments) == ReferenceRead(arguments),
-                  "a command line asks for what its arguments say");
+                  "the parsed command line agrees with the reference");
     return 0;
 }

@@ -11,7 +11,7 @@
 class Iconv {
 public:
     Iconv(char const* target, char const* source) : converter(iconv_open(target, source)) {
-        Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv has the encodings");
+        Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv supports the encodings");
     }
     ~Iconv() { iconv_close(converter); }
     Iconv(Iconv const&) = delete;

@@ -16,7 +16,7 @@ class LineCalls : public LineReceiver {
 public:
     void Start(unsigned long long position) override { Add("start " + std::to_string(position)); }
     void Receive(ConstData data) override {
-        Fuzz::Require(!data.IsEmpty(), "no piece is empty");
+        Fuzz::Require(!data.IsEmpty(), "no chunk is empty");
         text += MakeString(data);
     }
     void ReceiveLineBreak(Range<unsigned long long> range) override {
@@ -94,5 +94,5 @@ inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned l
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
     Fuzz::Require(calls.all == ReferenceCalls(ReferenceLines(text, offset)),
-                  "lines and breaks are those of the whole text");
+                  "lines and breaks do not depend on chunk boundaries");
 }

@@ -34,7 +34,7 @@ class Locale {
 public:
     explicit Locale(char const* name) {
         LocaleInForce const inForce(name);
-        Fuzz::Require(inForce.IsThere(), "a locale is there");
+        Fuzz::Require(inForce.IsThere(), "the locale exists");
         char const* const encoding = nl_langinfo(CODESET);
         handle = duplocale(LC_GLOBAL_LOCALE);
         decoder = new Iconv("WCHAR_T", encoding);
@@ -120,7 +120,7 @@ Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
         AutoUString<E> const text = convert();
         Fuzz::Require(text.Begin() == text.End() ? (text.Begin() == nullptr) == allocatesNothing
                                                  : *text.End() == 0,
-                      "a text ends with a NUL, and an empty one has its form");
+                      "a result is NUL-terminated, or null if specified");
         return {"", UnitsOf(text)};
     } catch (UnixPlatform::MultiByteToWideConvertError const&) {
         return {"not decoded", {}};
@@ -170,7 +170,7 @@ inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool i
                            ReferenceDecode<UTF32>(locale, units) &&
                        OutcomeOf<UTF8>([&] { return Transcode<UTF8>(text.Ref()); }, true) ==
                            ReferenceDecode<UTF8>(locale, units);
-    Fuzz::Require(holds, "text from the locale agrees with iconv");
+    Fuzz::Require(holds, "decoding agrees with iconv");
 }
 
 template <class E>
@@ -179,7 +179,7 @@ void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked
     Text<E> const text(units, isMarked);
     Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); },
                                        false) == ReferenceEncode<E>(locale, units),
-                  "text to the locale agrees with iconv");
+                  "encoding agrees with iconv");
 }
 
 inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMarked) {
@@ -187,7 +187,7 @@ inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMar
     Text<UTF32> const text(units, isMarked);
     Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
                                        false) == ReferenceFromNative(locale, units),
-                  "wide text to the locale agrees with iconv");
+                  "encoding of wide text agrees with iconv");
 }
 
 // Input: a locale, a direction, whether the text is marked as NUL-terminated, and the text.

@@ -136,12 +136,14 @@ public:
 
     void Compare(std::string const& other) const {
         Fuzz::Require(location.Text() == path && MakeString(location.Bytes()) == path,
-                      "the path is that of std::string");
-        Fuzz::Require(location.StoredLength() == stored, "the length is that of the last joining");
+                      "the path agrees with std::string");
+        Fuzz::Require(location.StoredLength() == stored,
+                      "the stored length is that of the last change");
         FileLocation const copy(location);
         Fuzz::Require(copy.Text() == path && copy.StoredLength() == path.size(),
-                      "a copy measures the path");
-        Fuzz::Require(location.IsEmpty() == path.empty(), "no text is no location");
+                      "the stored length of a copy is that of the path");
+        Fuzz::Require(location.IsEmpty() == path.empty(),
+                      "a location is empty if its path is empty");
         Fuzz::Require(IsAbsolutePath(location.Text()) == path.starts_with('/'),
                       "an absolute path begins with a slash");
         Is([&] { return MakeString(location.Name().Bytes()); }, [&] { return NameOf(path); },
@@ -153,7 +155,7 @@ public:
            },
            "the root is a slash");
         Is([&] { return ReadDate(location); }, [&] { return DateOf(path); },
-           "a date is the value of eight bytes");
+           "the date agrees with the reference");
         CompareDescent(other);
     }
 
@@ -177,7 +179,7 @@ private:
             };
         };
         Fuzz::Require(OutcomeOf(nothing(ours)) == ReferenceOutcomeOf(nothing(reference)),
-                      "an operation fails as its rules say");
+                      "an operation fails like the reference");
     }
 
     void Take(std::string const& newPath) {
@@ -217,7 +219,7 @@ private:
                  Take(WithoutSlashes(hasWildcard ? pattern.substr(0, component) : pattern, 1));
              });
         Fuzz::Require(wildcard == (hasWildcard ? pattern.c_str() + component : nullptr),
-                      "a pattern begins with the last component");
+                      "the wildcard is the last component");
     }
 
     void CompareDescent(std::string const& other) const {
@@ -225,14 +227,14 @@ private:
         std::string const referenceAncestor = WithoutSlashes(other, 1);
         Is([&] { return Answer(EqualOrDescendant(ancestor, location)); },
            [&] { return ReferenceClimb(referenceAncestor, path); },
-           "a climb leads to the ancestor");
+           "EqualOrDescendant agrees with the reference");
         Is([&] { return Answer(IsDescendant(ancestor, location)); },
            [&] {
                if (!referenceAncestor.empty() && EqualPaths(referenceAncestor, path))
                    return Answer(false);
                return ReferenceClimb(referenceAncestor, path);
            },
-           "a descendant is below its ancestor");
+           "IsDescendant agrees with the reference");
     }
 
     FileLocation location;

@@ -28,7 +28,7 @@ bool IsStored(FileName const& name, std::string const& expected) {
 void CompareSet(std::string const& bytes) {
     Fuzz::Require(OutcomeOf([&] { return TextOf(FileName(ConstData(bytes))); }) ==
                       ReferenceOutcomeOf([&] { return RequireFileName(bytes); }),
-                  "a name is what the rules take");
+                  "a name is accepted if it is valid");
     FileName name = Store("what it was before, and longer than what lies inside");
     std::string const outcome = OutcomeOf([&] {
         name.Set(bytes.data(), static_cast<unsigned int>(bytes.size()));
@@ -38,7 +38,7 @@ void CompareSet(std::string const& bytes) {
     if (outcome == "IllegalFileName")
         Fuzz::Require(name.Length() == bytes.size() &&
                           TextOf(name).substr(0, slash) == bytes.substr(0, slash),
-                      "a slash comes to light behind the bytes before it");
+                      "the bytes before a slash are stored");
 }
 
 // Sets a name to a part of itself, which may then fit into the object.
@@ -46,14 +46,14 @@ void CompareParts(std::string const& bytes, std::size_t from) {
     from = std::min(from, bytes.size());
     FileName name = Store(bytes);
     name.SafeSet(name.Text() + from, name.Length() - static_cast<unsigned int>(from));
-    Fuzz::Require(IsStored(name, bytes.substr(from)), "a name may be set to its own end");
+    Fuzz::Require(IsStored(name, bytes.substr(from)), "a name can be set to its own end");
     FileName start = Store(bytes);
     start.SafeSet(start.Text(), static_cast<unsigned int>(from));
-    Fuzz::Require(IsStored(start, bytes.substr(0, from)), "a name may be set to its own start");
+    Fuzz::Require(IsStored(start, bytes.substr(0, from)), "a name can be set to its own start");
     FileName copy = name;
     copy = start;
     copy = static_cast<FileName const&>(copy);
-    Fuzz::Require(IsStored(copy, bytes.substr(0, from)), "a copy is the same");
+    Fuzz::Require(IsStored(copy, bytes.substr(0, from)), "a copy is equal");
 }
 
 void CompareSums(std::string const& first, std::string const& second) {
@@ -78,7 +78,7 @@ void CompareSums(std::string const& first, std::string const& second) {
                       isSum([&] { return ConstData(first) + right; }),
                   "a combination has at most 254 bytes");
     Fuzz::Require(OutcomeOf([&] { return TextOf(text.c_str() + right); }) == withText,
-                  "so has one with a text");
+                  "a combination with a string has at most 254 bytes");
 }
 
 class ReferenceName {
@@ -129,20 +129,20 @@ void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCa
     ReferenceName const reference(bytes, ignoreCase);
     char const* const text = end.c_str();
     Fuzz::Require(name.HasSuffix(text, ignoreCase) == reference.HasSuffix(end),
-                  "a name has its end");
+                  "HasSuffix agrees with ends_with");
     Fuzz::Require(name.HasPrefix(text, ignoreCase) == reference.HasPrefix(end),
-                  "a name has its start");
+                  "HasPrefix agrees with starts_with");
     Fuzz::Require(name.HasExtension(text, ignoreCase) == reference.HasExtension(end),
-                  "an extension has a dot, its own or in front of it");
+                  "HasExtension adds a missing dot");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameBeforeExtension(text, ignoreCase)); }) ==
                       ReferenceOutcomeOf([&] { return reference.BeforeExtension(end); }),
-                  "an extension is taken off");
+                  "NameBeforeExtension removes the extension");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameAfterPrefix(text, ignoreCase)); }) ==
                       ReferenceOutcomeOf([&] { return reference.AfterPrefix(end); }),
-                  "a prefix is taken off");
+                  "NameAfterPrefix removes the prefix");
     Fuzz::Require(OutcomeOf([&] { return TextOf(name.PrefixDigits()); }) ==
                       ReferenceOutcomeOf([&] { return reference.PrefixDigits(); }),
-                  "the digits at the start are found");
+                  "PrefixDigits returns the digits at the start");
     Fuzz::Require(TextOf(name.BaseName()) == bytes.substr(0, bytes.rfind('.')),
                   "a base name ends at the last dot");
 }

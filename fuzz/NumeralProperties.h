@@ -70,11 +70,12 @@ void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
     try {
         Value const got = read();
         Fuzz::Require(result == NumeralReadOK && got == value,
-                      "a reader that throws has the value");
+                      "a reader that throws returns the value");
     } catch (NotANumeral const&) {
-        Fuzz::Require(result == NumeralReadInvalid, "a good text is a numeral");
+        Fuzz::Require(result == NumeralReadInvalid, "NotANumeral is thrown only for invalid text");
     } catch (NumeralTooLarge const&) {
-        Fuzz::Require(result == NumeralReadTooLarge, "a value that fits is not too large");
+        Fuzz::Require(result == NumeralReadTooLarge,
+                      "NumeralTooLarge is thrown only for large values");
     }
 }
 
@@ -85,15 +86,17 @@ void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read re
     Fuzz::ExactCopy const copy(text);
     ConstData const numeral(copy.Begin(), copy.Length());
     Unsigned value = untouched;
-    Fuzz::Require(read(numeral, value) == expected.result, "a 64-bit numeral has its result");
-    Fuzz::Require(value == expected.value, "a 64-bit numeral has its value");
+    Fuzz::Require(read(numeral, value) == expected.result,
+                  "the 64-bit reader returns the expected result");
+    Fuzz::Require(value == expected.value, "the 64-bit reader stores the expected value");
 
     auto const narrowUntouched = static_cast<unsigned int>(untouched);
     unsigned int narrow = narrowUntouched;
     NumeralReadResult const narrowResult = Narrowed<unsigned int>(expected);
-    Fuzz::Require(read(numeral, narrow) == narrowResult, "a 32-bit numeral has its result");
+    Fuzz::Require(read(numeral, narrow) == narrowResult,
+                  "the 32-bit reader returns the expected result");
     Fuzz::Require(narrow == (narrowResult == NumeralReadOK ? expected.value : narrowUntouched),
-                  "a 32-bit numeral has its value");
+                  "the 32-bit reader stores the expected value");
 }
 
 inline void ReadDecimal(std::string const& text, Unsigned untouched) {
@@ -112,10 +115,10 @@ inline void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
     ReadOrThrow(result, narrow, [&] { return ReadAsciiDecimalNumeral(text); });
     Fuzz::Require(ReadAsciiDecimalNumeral64WithDefault(text, other) ==
                       (wide.result == NumeralReadOK ? wide.value : other),
-                  "a bad 64-bit numeral gives the default");
+                  "an invalid 64-bit numeral results in the default");
     Fuzz::Require(ReadAsciiDecimalNumeral32WithDefault(text, narrowOther) ==
                       (result == NumeralReadOK ? narrow : narrowOther),
-                  "a bad 32-bit numeral gives the default");
+                  "an invalid 32-bit numeral results in the default");
 }
 
 inline void ReadHexOtherwise(std::string const& text) {
@@ -147,7 +150,7 @@ void ReadSignedOtherwise(std::string const& text, NumeralReadResult result, Valu
     else
         withDefault = ReadAsciiSignedDecimalNumeral32WithDefault(text, other);
     Fuzz::Require(withDefault == (result == NumeralReadOK ? value : other),
-                  "a bad signed numeral gives the default");
+                  "an invalid signed numeral results in the default");
 }
 
 template <class Value>
@@ -162,14 +165,14 @@ void ReadSigned(std::string const& text, Value untouched) {
         expected = NumeralReadTooLarge;
     Value value = untouched;
     Fuzz::Require(TryReadAsciiDecimalNumeral(text, value) == expected,
-                  "a signed numeral has its result");
+                  "the signed reader returns the expected result");
     ReadSignedOtherwise(text, expected, value, untouched);
     if (expected != NumeralReadOK) {
-        Fuzz::Require(value == untouched, "a failure leaves the value of a signed numeral");
+        Fuzz::Require(value == untouched, "the signed reader stores nothing after an error");
         return;
     }
     Unsigned const bits = negative ? 0 - magnitude.value : magnitude.value;
-    Fuzz::Require(value == static_cast<Value>(bits), "a signed numeral has its value");
+    Fuzz::Require(value == static_cast<Value>(bits), "the signed reader stores the expected value");
 }
 
 // Returns the numeral with at least `padding` digits, and a sign if it is negative.
@@ -195,10 +198,10 @@ void MakePadded(Value value, unsigned int base, unsigned int padding, bool fits,
     std::string const expected = value == 0 && padding == 0 ? "" : Text(value, base, padding);
     try {
         auto const made = make(value, padding);
-        Fuzz::Require(fits && MakeString(made) == expected, "a made numeral is that of to_chars");
-        Fuzz::Require(made.Text() == expected, "a made numeral ends with a NUL");
+        Fuzz::Require(fits && MakeString(made) == expected, "a numeral agrees with to_chars");
+        Fuzz::Require(made.Text() == expected, "a numeral is NUL-terminated");
     } catch (ConstDataCapacityExceeded const&) {
-        Fuzz::Require(!fits, "a numeral that fits is made");
+        Fuzz::Require(!fits, "ConstDataCapacityExceeded is thrown only if it does not fit");
     }
 }
 
@@ -218,13 +221,13 @@ inline void Make(Unsigned value, unsigned int padding) {
 template <class Value>
 void Render(Value value, unsigned int base, unsigned int padding) {
     Numeral numeral(value, base);
-    Fuzz::Require(MakeString(numeral) == Text(value, base, 1), "a numeral is that of to_chars");
+    Fuzz::Require(MakeString(numeral) == Text(value, base, 1), "Numeral agrees with to_chars");
     numeral.PadTo(padding);
     std::string const expected = Text(value, base, padding);
-    Fuzz::Require(MakeString(numeral) == expected, "a padded numeral is that of to_chars");
+    Fuzz::Require(MakeString(numeral) == expected, "a padded Numeral agrees with to_chars");
     unsigned char const* const counted = numeral;
     Fuzz::Require(std::string(counted + 1, counted + 1 + counted[0]) == expected,
-                  "a numeral behind its length is the same");
+                  "the length-prefixed numeral is equal");
 }
 
 inline void RenderAll(Unsigned value, unsigned int base, unsigned int padding) {

@@ -25,8 +25,8 @@ int workingDirectory = -1;
 
 [[noreturn]] void GiveUp(char const* step) {
     std::fprintf(stderr,
-                 "This host forbids a root directory of our own (%s: %s), so this target "
-                 "can prove NOTHING here.\n",
+                 "fuzz: no private root directory: %s: %s; run with permission to create "
+                 "namespaces\n",
                  step, std::strerror(errno));
     char const* const ci = std::getenv("CI");
     std::_Exit(ci != nullptr && *ci != '\0' ? 1 : 77);
@@ -89,7 +89,7 @@ void WriteFile(std::string const& path, std::string_view content) {
 
 std::string ReadFile(std::string const& path) {
     std::ifstream stream(path, std::ios::binary);
-    Require(stream.good(), "a file is there");
+    Require(stream.good(), "a file exists");
     return std::string(std::istreambuf_iterator<char>(stream), {});
 }
 

@@ -103,7 +103,7 @@ std::optional<std::string> TextFrom(unsigned int capacity, Ask ask) {
     auto* const text = const_cast<char*>(place.Begin());
     if (ask(text))
         return std::string(text);
-    Fuzz::Require(before == std::string(text, capacity), "no answer leaves the place as it was");
+    Fuzz::Require(before == std::string(text, capacity), "a failure leaves the buffer unchanged");
     return {};
 }
 
@@ -195,7 +195,7 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     }
     auto const [answer, isRunning] = Observe(entries, id, capacity);
     Fuzz::Require(answer == ReferenceAsk(ProcessAt(entries, id), capacity),
-                  "a process has the name, the path and the numbers of its files");
-    Fuzz::Require(isRunning == ReferenceIsRunning(entries), "the agent runs under its name");
+                  "name, path and numbers of a process agree with the reference");
+    Fuzz::Require(isRunning == ReferenceIsRunning(entries), "IsRunning agrees with the reference");
     return 0;
 }

@@ -407,7 +407,7 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
     } catch (Refused const&) {
         return {"refused"};
     } catch (CommandLineError const& error) {
-        Fuzz::Require(*error.what() != '\0', "a refusal says why");
+        Fuzz::Require(*error.what() != '\0', "a refusal has a reason");
         return {"refused"};
     }
 }
@@ -419,8 +419,8 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     Texts const arguments = Fuzz::TakeArguments(input, 9);
     Fuzz::Require(OutcomeOf(Query, arguments) == OutcomeOf(ReferenceQuery, arguments),
-                  "compliance-query does what its arguments say");
+                  "the parser of compliance-query agrees with the reference");
     Fuzz::Require(OutcomeOf(Doctor, arguments) == OutcomeOf(ReferenceDoctor, arguments),
-                  "compliance-doctor does what its arguments say");
+                  "the parser of compliance-doctor agrees with the reference");
     return 0;
 }

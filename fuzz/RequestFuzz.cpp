@@ -57,7 +57,7 @@ Outcome Read() {
     if (ClientComplianceRequestIORead(request))
         return FieldsOf(request);
     Fuzz::Require(FieldsOf(request) == Outcome{"0", "as", "before", "7"},
-                  "a record stays as it was where there is no request");
+                  "a record is unchanged if there is no request");
     return {};
 }
 
@@ -118,7 +118,7 @@ Exchange ExchangeOf(Put put) {
     std::filesystem::create_directories(directory);
     put();
     Exchange exchange{Fuzz::ReadFile(requestFile), Read(), IsAlone(), false};
-    Fuzz::Require(ClientComplianceRequestExists(), "a request is there until it is released");
+    Fuzz::Require(ClientComplianceRequestExists(), "a request exists until it is released");
     ClientComplianceRequestIORelease();
     exchange.isGone = !ClientComplianceRequestExists() && Read().empty();
     return exchange;
@@ -126,13 +126,15 @@ Exchange ExchangeOf(Put put) {
 
 void CompareReading(Exchange const& exchange) {
     Fuzz::Require(exchange.read == ReferenceRead(ReferenceTree(exchange.written)),
-                  "the request is that of the document read plainly");
-    Fuzz::Require(exchange.isAlone && exchange.isGone, "nothing else is there, and nothing stays");
+                  "the request agrees with the reference");
+    Fuzz::Require(exchange.isAlone && exchange.isGone,
+                  "the request is the only file, and its release removes it");
 }
 
 void CompareWriting(ClientComplianceRequest const& request) {
     Exchange const exchange = ExchangeOf([&] { ClientComplianceRequestIOWrite(request); });
-    Fuzz::Require(exchange.written == ReferenceWrite(request), "a request has its lines");
+    Fuzz::Require(exchange.written == ReferenceWrite(request),
+                  "the written request agrees with the reference");
     CompareReading(exchange);
     Outcome expected{"2", "", "", "0"};
     if (request.type == ClientComplianceClose)
@@ -140,7 +142,7 @@ void CompareWriting(ClientComplianceRequest const& request) {
     else if (request.type == ClientComplianceOpen)
         expected = {"0", UpToZero(request.url), UpToZero(request.doc),
                     std::to_string(request.flags)};
-    Fuzz::Require(exchange.read == expected, "what was written is read back");
+    Fuzz::Require(exchange.read == expected, "a written request is read back");
 }
 
 } // namespace

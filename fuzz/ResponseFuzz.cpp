@@ -97,6 +97,6 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Fuzz::Require(Read(parser) == ReferenceRead(ReferenceTree(input.Rest())),
-                  "the response is that of the document read plainly");
+                  "the response agrees with the reference");
     return 0;
 }

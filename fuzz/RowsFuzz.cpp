@@ -69,7 +69,7 @@ bool IsText(std::string_view text) { return Readable(text) == text; }
 
 std::string FromBase64(std::string const& text) {
     std::string const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    Fuzz::Require(text.size() % 4 == 0, "base64 comes in groups of four");
+    Fuzz::Require(text.size() % 4 == 0, "base64 has groups of four characters");
     std::string bytes;
     std::uint32_t bits = 0;
     int count = 0;
@@ -88,10 +88,13 @@ void CompareObject(Json const& object, Row const& row) {
     for (std::size_t field = 0; field < row.size(); ++field) {
         std::string const text(row[field]);
         std::string const exactName = std::string(rowFieldNames[field]) + "Base64";
-        Fuzz::Require(object.at(rowFieldNames[field]) == Readable(text), "a field can be read");
+        Fuzz::Require(object.at(rowFieldNames[field]) == Readable(text),
+                      "a field has readable text");
         bool const isText = IsText(text);
-        Fuzz::Require(object.contains(exactName) == !isText, "only what is no text has its bytes");
-        Fuzz::Require(isText || FromBase64(object.at(exactName)) == text, "the bytes come back");
+        Fuzz::Require(object.contains(exactName) == !isText,
+                      "only fields that are not UTF-8 have their bytes");
+        Fuzz::Require(isText || FromBase64(object.at(exactName)) == text,
+                      "the bytes of a field are restored");
     }
 }
 
@@ -110,7 +113,7 @@ void CompareJson(RowList const& list) {
     Provenance const provenance;
     Texts const lines = Split(
         OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), provenance, output); }), '\n');
-    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "a row is a line");
+    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
     Json all = Json::array();
     for (std::size_t row = 0; row < list.size(); ++row) {
         all.push_back(Json::parse(lines[row + 1]));
@@ -143,12 +146,12 @@ std::string Unescaped(std::string const& field) {
 void CompareTsv(RowList const& list) {
     Texts const lines =
         Split(OutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); }), '\n');
-    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "a row is a line");
+    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
     for (std::size_t row = 0; row < list.size(); ++row) {
         Texts const fields = Split(lines[row + 1], '\t');
         Fuzz::Require(fields.size() == list[row].size(), "a line has six fields");
         for (std::size_t field = 0; field < fields.size(); ++field)
-            Fuzz::Require(Unescaped(fields[field]) == list[row][field], "a field comes back");
+            Fuzz::Require(Unescaped(fields[field]) == list[row][field], "a field is restored");
     }
 }
 
@@ -162,11 +165,11 @@ bool MovesNothing(std::uint32_t value) {
 
 void CompareVisible(std::string_view text) {
     std::string const visible = MakeVisible(text);
-    Fuzz::Require(MakeReadable(text) == Readable(text), "readable text escapes what is no text");
+    Fuzz::Require(MakeReadable(text) == Readable(text), "readable text escapes ill-formed bytes");
     for (std::string_view rest = visible; !rest.empty();) {
         Character const character = CharacterAt(rest);
         Fuzz::Require(character.length != 0 && MovesNothing(character.value),
-                      "visible text has nothing that moves a cursor or turns a direction");
+                      "visible text has no control or bidirectional characters");
         rest.remove_prefix(character.length);
     }
 }

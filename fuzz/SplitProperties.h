@@ -46,31 +46,34 @@ inline void CompareSplit(std::string const& text, std::string const& separator, 
     for (ConstData piece : ConstData(text).Split(separator, trim, keepEmpty))
         pieces.push_back(MakeString(piece));
     Fuzz::Require(pieces == ReferenceSplit(text, separator, trim, keepEmpty),
-                  "the pieces are those between the separators");
+                  "Split agrees with the reference");
 }
 
 inline void CompareSearch(std::string const& text, std::string const& pattern) {
     ConstData const range(text);
     std::size_t const at = pattern.empty() ? std::string::npos : text.find(pattern);
-    Fuzz::Require(range.PositionOf(ConstData(pattern)) == at, "a pattern is where find finds it");
+    Fuzz::Require(range.PositionOf(ConstData(pattern)) == at, "PositionOf agrees with find");
     Fuzz::Require(range.Contains(ConstData(pattern)) == (text.find(pattern) != std::string::npos),
-                  "a text contains what find finds");
-    Fuzz::Require(range.StartsWith(pattern) == text.starts_with(pattern), "a text has its start");
-    Fuzz::Require(range.EndsWith(pattern) == text.ends_with(pattern), "a text has its end");
-    Fuzz::Require((range < ConstData(pattern)) == (text < pattern), "the order is that of bytes");
+                  "Contains agrees with find");
+    Fuzz::Require(range.StartsWith(pattern) == text.starts_with(pattern),
+                  "StartsWith agrees with starts_with");
+    Fuzz::Require(range.EndsWith(pattern) == text.ends_with(pattern),
+                  "EndsWith agrees with ends_with");
+    Fuzz::Require((range < ConstData(pattern)) == (text < pattern),
+                  "the order is that of the bytes");
     Fuzz::Require((range == ConstData(pattern)) == (text == pattern), "equal bytes are equal");
 }
 
 inline void CompareTrim(std::string const& text) {
     ConstData const range(text);
     ConstData const trimmed = TrimAsciiWhitespace(range);
-    Fuzz::Require(MakeString(trimmed) == Trimmed(text), "white space goes at both ends");
+    Fuzz::Require(MakeString(trimmed) == Trimmed(text), "TrimAsciiWhitespace trims both ends");
     Fuzz::Require(!trimmed.IsEmpty() || trimmed.begin == range.end,
-                  "a text of white space is trimmed to its end");
+                  "text of whitespace is trimmed to its end");
     std::string const leading = MakeString(TrimLeadingAsciiWhitespace(range));
     Fuzz::Require(text.ends_with(leading) && Trimmed(leading) == Trimmed(text) &&
                       (leading.empty() || Trimmed(leading.substr(0, 1)) == leading.substr(0, 1)),
-                  "white space goes at the front");
+                  "TrimLeadingAsciiWhitespace trims the start");
 }
 
 // Input: a byte of switches, a separator, and the text.

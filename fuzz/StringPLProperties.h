@@ -149,7 +149,7 @@ public:
     }
 
     void Compare(std::string const& pattern, int number) const {
-        Fuzz::Require(Is(ours, model), "text and capacity are those of the model");
+        Fuzz::Require(Is(ours, model), "text and capacity agree with the model");
         Model sum;
         sum.Assign(CopiedWithLength(model.text));
         sum.Append(pattern);
@@ -216,12 +216,12 @@ private:
         if (from != 0)
             model.Assign(Copied(model.text.substr(from)));
         else
-            Fuzz::Require(block == ours.AsChar(), "its own characters do not change a string");
+            Fuzz::Require(block == ours.AsChar(), "assigning its own characters changes nothing");
     }
 
     void CopyOrMove(unsigned int choice) {
         StringPL const copy(ours);
-        Fuzz::Require(IsExactly(copy, CopiedWithLength(model.text)), "a copy has the length");
+        Fuzz::Require(IsExactly(copy, CopiedWithLength(model.text)), "a copy has the same length");
         if (choice % 3 == 0) {
             char const* const block = ours.AsChar();
             StringPL const moved(std::move(ours));
@@ -273,7 +273,7 @@ private:
         if (from == 0)
             Fuzz::Require(ours.Contains(pattern.c_str()) == (found != -1) &&
                               ours.ContainsNoCase(pattern.c_str()) == (foundNoCase != -1),
-                          "a string contains what is found in it");
+                          "Contains agrees with Find");
         char const byte = pattern.c_str()[0];
         Fuzz::Require(ours.Find(byte, start) == Index(model.text.find(byte, from)) &&
                           ours.Contains(byte) == (model.text.find(byte) != std::string::npos),
@@ -294,7 +294,7 @@ private:
         Fuzz::Require(isPart(ours.Left(count), 0, number), "Left agrees with substr");
         Fuzz::Require(isPart(ours.Right(count), length - std::min(number, length), number),
                       "Right agrees with substr");
-        Fuzz::Require(isPart(ours.Mid(0, count), 0, number), "Mid has its count");
+        Fuzz::Require(isPart(ours.Mid(0, count), 0, number), "Mid returns up to count bytes");
         bool const isInside = number <= length;
         Fuzz::Require(isInside ? isPart(ours.Mid(count), number, length) &&
                                      isPart(ours.Mid(count, 3), number, 3)
@@ -303,7 +303,7 @@ private:
                       "Mid agrees with substr");
         Fuzz::Require(number < length ? ours.GetAt(count) == model.text[number]
                                       : IsOutOfBounds([&] { ours.GetAt(count); }),
-                      "a byte is that of the text, without the NUL");
+                      "GetAt agrees with std::string, without the NUL");
     }
 
     StringPL ours;

@@ -94,7 +94,7 @@ public:
     }
 
     void Compare(Model const& other, int number) const {
-        Fuzz::Require(Is(ours, model), "the text is that of std::string");
+        Fuzz::Require(Is(ours, model), "the text agrees with std::string");
         CompareCopies(other);
         CompareOrders(other);
         CompareSearches(other.text);
@@ -204,32 +204,32 @@ private:
 
     void CompareCopies(Model const& other) const {
         Stringy const copy(ours);
-        Fuzz::Require(Is(copy, model), "a copy is the same, null or not");
+        Fuzz::Require(Is(copy, model), "a copy is equal, null or not");
         char const* const text = copy;
         auto const* const object = reinterpret_cast<char const*>(&copy);
         bool const isInside = text >= object && text < object + sizeof(copy);
         Fuzz::Require(isInside == (!model.isNull && model.text.size() < Stringy::smallSize),
-                      "a text of up to 127 bytes lies in the object");
+                      "text of up to 127 bytes is stored in the object");
         Model sum = model;
         sum.Append(other.text);
-        Fuzz::Require(Is(ours + Make(other), sum), "a sum is both texts");
+        Fuzz::Require(Is(ours + Make(other), sum), "a sum is the concatenation");
     }
 
     void CompareOrders(Model const& otherModel) const {
         Stringy const other = Make(otherModel);
         int const order = Order(model, otherModel);
-        Fuzz::Require(Sign(ours.Compare(other)) == order, "the order is that of bytes");
+        Fuzz::Require(Sign(ours.Compare(other)) == order, "the order is that of the bytes");
         Fuzz::Require((ours == other) == (order == 0) && (ours != other) == (order != 0) &&
                           (ours < other) == (order < 0) && (ours <= other) == (order <= 0) &&
                           (ours > other) == (order > 0) && (ours >= other) == (order >= 0),
-                      "the relations rest on the order");
+                      "the relational operators agree with the order");
         char const* const text = other;
         int const textOrder = Order(model, {false, UpToZero(otherModel.text)});
         Fuzz::Require((ours < text) == (textOrder < 0) && (text < ours) == (textOrder > 0) &&
                           (ours == text) == (textOrder == 0) && (text >= ours) == (textOrder <= 0),
-                      "the relations to a text end at its zero");
+                      "the relational operators stop at the NUL of a string");
         Fuzz::Require(ours.CompareNoCase(other) == OrderNoCase(model, otherModel),
-                      "the order in upper case is that of bytes, and null is less than all");
+                      "the order is that of upper case, and null is the least");
         bool const bothAreThere = !model.isNull && !otherModel.isNull;
         Fuzz::Require(ours.EqualIgnoringCase(other) ==
                           (bothAreThere && ReferenceCase::Lowered(model.text) ==
@@ -241,22 +241,22 @@ private:
         std::string const pattern = UpToZero(bytes);
         char const byte = bytes.empty() ? 'a' : bytes[0];
         Fuzz::Require(ours.Find(byte) == static_cast<int>(model.text.find(byte)),
-                      "a byte is where find finds it");
+                      "a byte is found where find finds it");
         Fuzz::Require(ours.FindFromRight(byte) == static_cast<int>(model.text.rfind(byte)),
-                      "a byte from the end is where rfind finds it");
+                      "a byte is found from the end where rfind finds it");
         Fuzz::Require(
             ours.Contains(pattern.c_str()) ==
                 (!model.isNull && UpToZero(model.text).find(pattern) != std::string::npos),
-            "a text contains what find finds");
+            "Contains agrees with find");
         Fuzz::Require(ours.StartsWith(pattern.c_str()) == model.text.starts_with(pattern),
-                      "a text has its start");
+                      "StartsWith agrees with starts_with");
         std::string const lower = ReferenceCase::Lowered(model.text);
         Fuzz::Require(ours.StartsWithIgnoringCase(pattern.c_str()) ==
                           lower.starts_with(ReferenceCase::Lowered(pattern)),
-                      "a text has its start in any case");
+                      "StartsWithIgnoringCase agrees with lower case");
         Fuzz::Require(ours.StartsWithIgnoringCase(Stringy(ConstData(bytes))) ==
                           lower.starts_with(ReferenceCase::Lowered(bytes)),
-                      "a text has a string as its start in any case");
+                      "StartsWithIgnoringCase of a Stringy agrees with lower case");
     }
 
     // Returns up to `count` bytes from `start`; both may be negative, which means 0.
@@ -269,12 +269,14 @@ private:
 
     void CompareParts(int number, char separator) const {
         int const length = static_cast<int>(model.text.size());
-        Fuzz::Require(IsPart(ours.Left(number), Part(0, number)), "the left part is the first");
+        Fuzz::Require(IsPart(ours.Left(number), Part(0, number)), "Left agrees with substr");
         Fuzz::Require(IsPart(ours.Right(number), Part(length - std::max(number, 0), number)),
-                      "the right part is the last");
-        Fuzz::Require(IsPart(ours.Mid(number, 5), Part(number, 5)), "a part is that of substr");
-        Fuzz::Require(IsPart(ours.Mid(3, number), Part(3, number)), "a part has its length");
-        Fuzz::Require(IsPart(ours.Mid(number), Part(number, length)), "a part goes to the end");
+                      "Right agrees with substr");
+        Fuzz::Require(IsPart(ours.Mid(number, 5), Part(number, 5)), "Mid agrees with substr");
+        Fuzz::Require(IsPart(ours.Mid(3, number), Part(3, number)),
+                      "Mid returns up to count bytes");
+        Fuzz::Require(IsPart(ours.Mid(number), Part(number, length)),
+                      "Mid without a count extends to the end");
         std::size_t const last = model.text.rfind(separator);
         std::string const behind =
             last == std::string::npos ? std::string() : model.text.substr(last + 1);
@@ -282,14 +284,14 @@ private:
         bool const endsAtZero = first != std::string::npos && behind[first] == '\0';
         Fuzz::Require(IsPart(ours.SubstringAfterLastSeparator(separator),
                              endsAtZero ? std::string() : Trimmed(behind)),
-                      "what is behind the last separator has no white space around it");
+                      "the part after the last separator is trimmed");
     }
 
     void CompareBytes() const {
         auto const length = static_cast<unsigned int>(model.text.size());
         for (unsigned int i = 0; i <= length; ++i)
-            Fuzz::Require(ours[i] == model.text.c_str()[i], "a byte is that of the text");
-        Fuzz::Require(ours[length + 2] == '\0', "beyond the text there is nothing");
+            Fuzz::Require(ours[i] == model.text.c_str()[i], "operator[] agrees with std::string");
+        Fuzz::Require(ours[length + 2] == '\0', "operator[] returns NUL beyond the text");
     }
 
     Stringy ours;
@@ -320,7 +322,7 @@ inline void CompareSplit(std::string const& text, char separator, unsigned int m
     Fuzz::Require(count == expected.size() && items.size() == expected.size(),
                   "a text has as many items as separators, and one more");
     for (std::size_t i = 0; i < items.size(); ++i)
-        Fuzz::Require(IsPart(items[i], expected[i]), "an item is what lies between separators");
+        Fuzz::Require(IsPart(items[i], expected[i]), "an item is the text between separators");
 }
 
 inline void CompareNumbers(unsigned long long number) {
@@ -329,7 +331,7 @@ inline void CompareNumbers(unsigned long long number) {
     Fuzz::Require(Is(Stringy(number), {false, std::to_string(number)}) &&
                       Is(Stringy(narrow), {false, std::to_string(narrow)}) &&
                       Is(Stringy(signedNarrow), {false, std::to_string(signedNarrow)}),
-                  "a number has the digits of to_string");
+                  "a number agrees with to_string");
 }
 
 // Input: a number for positions and counts, switches, another text, and the changes.

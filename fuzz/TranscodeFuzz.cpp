@@ -30,15 +30,15 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& referenc
     Units<Target> whole;
     try {
         whole = UnitsOf(Transcode<Target>(RefOf<Source>(text)));
-        Fuzz::Require(!fails && whole == reference.units,
-                      "a whole text is what the model makes of it");
+        Fuzz::Require(!fails && whole == reference.units, "a whole text agrees with the reference");
     } catch (InvalidTextEncoding const&) {
-        Fuzz::Require(fails, "what the model takes is no error");
+        Fuzz::Require(fails, "only text that the reference rejects is an error");
     }
     Units<Target> byIconv;
     static Iconv const converter(IconvName<Target>(), IconvName<Source>());
     if (!text.empty() && converter.Convert(text, byIconv))
-        Fuzz::Require(!fails && whole == byIconv, "a proper text is what iconv makes of it");
+        Fuzz::Require(!fails && whole == byIconv,
+                      "text that iconv accepts is converted like by iconv");
 }
 
 template <class Target, class Source>
@@ -51,9 +51,8 @@ void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
     Naive::Transcoder<Target, Source> reference;
     RecordedStage<Target, Source> stage;
     Fuzz::Require(stage.Run(text, chunks) == reference.Run(text, chunks),
-                  "the stream is what the model makes of it");
-    Fuzz::Require(!testing::Test::HasFailure(),
-                  "the calls come in their order, with no empty chunk");
+                  "a stream agrees with the reference");
+    Fuzz::Require(!testing::Test::HasFailure(), "calls are in order, without empty chunks");
     CompareWhole<Target, Source>(text, reference.Run(text, {text.size()}));
 }
 

@@ -42,6 +42,6 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
         return 0;
     Fuzz::Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
                       MatchByTheRule(name, pattern),
-                  "a pattern matches by the rule");
+                  "the matcher agrees with the reference");
     return 0;
 }

@@ -26,17 +26,16 @@ inline std::string const* FindAttribute(ReferenceTree::Node const& node, std::st
 inline void CompareAttribute(XMLElementPL const& element, ReferenceTree::Node const& node,
                              std::string const& name) {
     std::string const* const expected = FindAttribute(node, name);
-    Fuzz::Require(element.HasAttribute(name) == (expected != nullptr),
-                  "the attributes are the same");
+    Fuzz::Require(element.HasAttribute(name) == (expected != nullptr), "the attributes are equal");
     Fuzz::Require(element.GetAttribute(name) == (expected == nullptr ? std::string() : *expected),
-                  "an attribute has its first value");
+                  "a repeated attribute has its first value");
 }
 
 inline void CompareNode(XMLElementPL const& element, ReferenceTree::Node const& node) {
-    Fuzz::Require(element.GetName() == node.name, "an element has its name");
-    Fuzz::Require(element.GetText() == node.text, "an element has its text");
+    Fuzz::Require(element.GetName() == node.name, "the names of elements are equal");
+    Fuzz::Require(element.GetText() == node.text, "the texts of elements are equal");
     Fuzz::Require(element.GetElementList().size() == node.children.size(),
-                  "an element has its children");
+                  "the numbers of children are equal");
     CompareAttribute(element, node, "id");
     for (XMLAttribute const& attribute : node.attributes)
         CompareAttribute(element, node, attribute.first);
@@ -58,9 +57,9 @@ inline void CompareTrees(XMLElementPL const& root, ReferenceTree::Node const& re
 // Compares the root, the open elements, the tree and a copy of the tree.
 inline void Compare(XMLTreeParserPL const& parser, ReferenceTree const& reference) {
     Fuzz::Require(parser.HasOpenElements() == reference.HasOpenElements(),
-                  "elements are open or not");
+                  "open elements agree with the reference");
     Fuzz::Require((parser.GetRootElement() == nullptr) == (reference.Root() == nullptr),
-                  "there is a root or not");
+                  "the root agrees with the reference");
     if (reference.Root() == nullptr)
         return;
     CompareTrees(*parser.GetRootElement(), *reference.Root());

@@ -158,13 +158,14 @@ private:
         std::string const before = bytes;
         try {
             writer.BeginElement(ConstData(name), list);
-            Fuzz::Require(valid, "an invalid name is refused");
+            Fuzz::Require(valid, "an invalid name is rejected");
             Opened(name, attributes);
         } catch (InvalidXMLElementName const&) {
-            Fuzz::Require(!IsValidName(name) && bytes == before, "a valid element name is taken");
+            Fuzz::Require(!IsValidName(name) && bytes == before,
+                          "a valid element name is accepted");
         } catch (InvalidXMLAttributeName const&) {
             Fuzz::Require(!valid && IsValidName(name) && bytes == before,
-                          "a valid attribute name is taken");
+                          "a valid attribute name is accepted");
         }
     }
 
