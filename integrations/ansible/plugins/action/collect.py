@@ -18,12 +18,12 @@ NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")
 
 
 def file_name(document):
-    """By the start, so that the order of the names is that of the results."""
+    """Returns a file name with the start time, so the names sort like the results."""
     return stored_result.utc_text(stored_result.order_of(document)[0]) + ".json"
 
 
 def returned_document(result):
-    """The document in the return values of the module. Raises ResultError: a host may return anything."""
+    """Returns the document in the return values of the module. Raises ResultError if invalid."""
     head = result.get("head")
     if not isinstance(head, dict):
         raise stored_result.ResultError("the host returned no document")

@@ -12,7 +12,7 @@ FILE_MODE = 0o640
 
 
 def make_directories(path):
-    """Makes the directory and its missing parents."""
+    """Creates the directory and its missing parents."""
     if os.path.isdir(path):
         return
     make_directories(os.path.dirname(path))
@@ -20,11 +20,11 @@ def make_directories(path):
         os.mkdir(path)
         os.chmod(path, DIRECTORY_MODE)
     except FileExistsError:
-        pass  # The task of another host made it.
+        pass  # A task of another host has created it.
 
 
 def publish(path, data):
-    """Writes a temporary file, which then replaces the path. REQUIRES: an absolute path."""
+    """Writes a temporary file and renames it to the path. REQUIRES: an absolute path."""
     make_directories(os.path.dirname(path))
     descriptor, temporary = tempfile.mkstemp(prefix=".", dir=os.path.dirname(path))
     try:

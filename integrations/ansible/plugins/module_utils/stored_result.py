@@ -58,13 +58,13 @@ def _is_hidden(character):
 
 
 def visible(text):
-    """The text in one line, with an escape for each control character and invisible character."""
+    """Returns the text with escapes for control characters and invisible characters."""
     return "".join(character.encode("unicode_escape").decode("ascii") if _is_hidden(character)
                    else character for character in text)
 
 
 def parse_seconds(text):
-    """The seconds of a time such as 90, 90s, 15m or 26h, at least one. Raises ValueError."""
+    """Returns the seconds of a duration such as 90, 90s, 15m or 26h. Raises ValueError for 0, too."""
     match = re.match(r"0*([0-9]{1,10})([smh]?)\Z", str(text))
     seconds = int(match.group(1)) * SECONDS_OF_UNIT[match.group(2)] if match else 0
     if not 1 <= seconds <= MAX_SECONDS:
@@ -81,7 +81,7 @@ def check_repeated(names):
 
 
 def split_list(text):
-    """The names of a list with commas between; spaces around them are ignored. Raises ValueError."""
+    """Splits a comma-separated list, and trims the names. Raises ValueError."""
     names = [name.strip(" \t") for name in text.split(",")]
     if "" in names:
         raise ValueError("'{0}' has an empty name; expected results with commas between"
@@ -91,16 +91,16 @@ def split_list(text):
 
 
 def _days(year, month, day):
-    """The days since 1970, of any year from 0 on. Raises ValueError."""
-    if year == 0:  # A year of RFC 3339, but not of datetime.
+    """Returns the days since 1970-01-01. Raises ValueError. Accepts the year 0."""
+    if year == 0:  # Valid in RFC 3339, but not in datetime.
         return datetime.date(YEARS_OF_CALENDAR, month, day).toordinal() - DAYS_OF_CALENDAR - EPOCH
     return datetime.date(year, month, day).toordinal() - EPOCH
 
 
 def parse_time(text):
-    """The nanoseconds since 1970 of a time of RFC 3339. Raises ValueError.
+    """Returns the nanoseconds since 1970 of a timestamp of RFC 3339. Raises ValueError.
 
-    Further digits are dropped. The number may be outside of the years that datetime can represent.
+    Truncates to nanoseconds. The result may be outside of the range of datetime.
     """
     match = TIME.match(text)
     if not match:
@@ -113,7 +113,7 @@ def parse_time(text):
 
 
 def utc_text(nanoseconds):
-    """Such as 20260131T023104.512Z. Raises ResultError for a time outside of the years 1 to 9999."""
+    """Returns text such as 20260131T023104.512Z. Raises ResultError for years beyond 1 to 9999."""
     milliseconds = nanoseconds // 10 ** 6
     try:
         moment = datetime.datetime(1970, 1, 1) + datetime.timedelta(milliseconds=milliseconds)
@@ -183,7 +183,7 @@ def _check_outcome(document):
 
 
 def _object(pairs):
-    """The members of a JSON object. Which of two equal ones counts would depend on the reader."""
+    """Returns the members of a JSON object. Raises ResultError for a repeated member."""
     members = dict(pairs)
     if len(members) < len(pairs):
         names = sorted(name for name, _ in pairs)
@@ -198,7 +198,7 @@ def _refuse_constant(name):
 
 
 def _decode_values(text):
-    """The JSON values of the text, with whitespace between."""
+    """Returns the JSON values of the text, which are separated by whitespace."""
     decoder = json.JSONDecoder(object_pairs_hook=_object, parse_constant=_refuse_constant)
     place, values = SPACE.match(text).end(), []
     while place < len(text) or not values:
@@ -209,7 +209,7 @@ def _decode_values(text):
 
 
 def _decode_document(data):
-    """The document of --json, or the one that the lines of --ndjson amount to."""
+    """Returns the document of --json, or the equivalent of the lines of --ndjson."""
     text = data[len(BYTE_ORDER_MARK):] if data.startswith(BYTE_ORDER_MARK) else data
     document, *rows = _decode_values(text.decode("utf-8"))
     json.dumps([document, rows], ensure_ascii=False).encode("utf-8")
@@ -220,7 +220,7 @@ def _decode_document(data):
 
 
 def parse_document(data):
-    """The document of compliance-query --json or --ndjson in these bytes. Raises ResultError."""
+    """Parses the output of compliance-query --json or --ndjson. Raises ResultError."""
     try:
         document = _decode_document(data)
     except UnicodeError as error:
@@ -238,7 +238,7 @@ def parse_document(data):
 
 
 def _open_regular_file(path):
-    # Without O_NONBLOCK a FIFO would block the open.
+    # O_NONBLOCK: opening a FIFO would wait for a writer.
     descriptor = os.open(path, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC)
     file = os.fdopen(descriptor, "rb")
     if not stat.S_ISREG(os.fstat(descriptor).st_mode):
@@ -248,7 +248,7 @@ def _open_regular_file(path):
 
 
 def read_file(path):
-    """The document of the file. Raises ResultError, with the path in the message."""
+    """Reads and parses a file. Raises ResultError, whose message has the path."""
     try:
         with _open_regular_file(path) as file:
             data = file.read(MAX_RESULT_BYTES + 1)
@@ -262,7 +262,7 @@ def read_file(path):
 
 
 def order_of(document):
-    """The newest of several results has the greatest value: it started last."""
+    """Returns a sort key: the newest result is the one that started last."""
     provenance = document["provenance"]
     return parse_time(provenance["start"]), parse_time(provenance["end"])
 
@@ -275,7 +275,10 @@ def _modification_time(path):
 
 
 def _read_candidate(path):
-    """Its order, and the document or the error. An unusable file has its modification time."""
+    """Returns the sort key of a file, and its document or a ResultError.
+
+    The key of a file that is not a result is its modification time.
+    """
     try:
         document = read_file(path)
         return order_of(document), document
@@ -284,21 +287,21 @@ def _read_candidate(path):
 
 
 def subject_of(document):
-    """The host, the site and the document of a result, as bytes or None."""
+    """Returns the host, the URL and the document of a result, each as bytes or None."""
     return tuple(_exact_bytes(document["provenance"], name) for name in SUBJECT_MEMBERS)
 
 
 def collected_names(directory):
-    """The names of the results that the module collect has stored there, the newest last."""
+    """Returns the names of the results that the module collect has stored, the newest last."""
     return sorted(filter(COLLECTED_NAME.match, os.listdir(directory)))
 
 
 def newest_in(directory):
-    """The newest result among the *.json files of the directory.
+    """Returns the newest result of the *.json files in the directory. Raises ResultError.
 
-    A file that cannot be used counts with its modification time, so that a damaged newest result
-    is not hidden by an older one. Raises ResultError, also for results of several hosts or
-    documents, of which the newest would hide the others.
+    Files that are not results are sorted by modification time, so an older result does not hide a
+    damaged new one. Results of several hosts or documents are an error, because the newest would
+    hide the others.
     """
     try:
         names = sorted(name for name in os.listdir(directory)
@@ -324,12 +327,12 @@ def newest_in(directory):
 
 
 def newest_result(path):
-    """The result of a file, or the newest of a directory. Raises ResultError."""
+    """Returns the result of a file, or the newest one of a directory. Raises ResultError."""
     return newest_in(path) if os.path.isdir(path) else Stored(path, read_file(path))
 
 
 def age_seconds(document):
-    """Seconds since the end of the evaluation; negative for a result from the future."""
+    """Returns the seconds since the end of the evaluation; negative if that is in the future."""
     return time.time() - parse_time(document["provenance"]["end"]) / NANOSECONDS
 
 
@@ -343,7 +346,7 @@ def format_seconds(seconds):
 def check_fresh(document, max_age=None):
     """Raises ResultError unless the document has rows of a fresh evaluation.
 
-    max_age is in seconds; without it the age does not matter.
+    max_age is in seconds; None means no limit.
     """
     if document["outcome"] == "failed":
         raise ResultError("the evaluation failed: {0} ({1}, exit status {2})".format(
@@ -368,7 +371,7 @@ def _decoded(text):
 
 
 def _exact_bytes(members, name):
-    """The bytes of a text, which are in base64 beside it if they are not UTF-8; None for null."""
+    """Returns the exact bytes of a text, from its base64 member if there is one; None for null."""
     if name + "Base64" in members:
         return _decoded(members[name + "Base64"])
     text = members.get(name)
@@ -376,6 +379,6 @@ def _exact_bytes(members, name):
 
 
 def bad_rows(document, good):
-    """The rows whose result is none of the good ones, which are bytes."""
+    """Returns the rows whose result is not in `good`, a list of bytes."""
     accepted = set(good)
     return [row for row in document["rows"] if _exact_bytes(row, "result") not in accepted]

@@ -173,7 +173,7 @@ def explain(module, status):
 
 
 def evaluate(module):
-    """The document of a new evaluation. Fails the module if compliance-query wrote none."""
+    """Runs compliance-query and returns its document. Fails the module if there is none."""
     if module.get_bin_path("compliance-query") is None:
         module.fail_json(msg="compliance-query is not installed; the package is "
                              "clientcompliance-companions")
@@ -232,7 +232,7 @@ def run(module, max_age):
 
 
 def checked(module, option, function):
-    """What the function returns for the value of the option. Fails the module on ValueError."""
+    """Calls the function with the value of the option. Fails the module on ValueError."""
     try:
         return function(module.params[option])
     except ValueError as error:

@@ -101,11 +101,11 @@ MAX_REASON_CHARACTERS = 400
 
 
 class NotCompared(Exception):
-    """There is nothing to compare. The message is the reason."""
+    """The results cannot be compared. The message states the reason."""
 
 
 def result_before(paths, subject):
-    """The newest of the paths with a fresh result of the subject, or None. Raises ResultError."""
+    """Returns the newest path with a fresh result of the subject, or None. Raises ResultError."""
     for path in reversed(paths):
         document = stored_result.read_file(path)
         try:
@@ -118,7 +118,7 @@ def result_before(paths, subject):
 
 
 def find_pair(directory, max_age):
-    """The files to compare, or None on the first night. Raises ResultError and NotCompared."""
+    """Returns the files to compare, or None for a first result. Raises ResultError, NotCompared."""
     paths = [os.path.join(directory, name) for name in stored_result.collected_names(directory)]
     if not paths:
         return None
