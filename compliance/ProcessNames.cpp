@@ -96,7 +96,7 @@ std::string_view BetweenParentheses(char const* text) {
     return {open + 1, static_cast<size_t>(close - open) - 1};
 }
 
-// Parses a number like scanf's "%d", after any whitespace, and moves `text` behind it. Returns
+// Parses a number like scanf's "%d", after any whitespace, and moves `text` past it. Returns
 // false if there is none.
 bool ReadInt(char const*& text, int& number) {
     char* end = nullptr;
@@ -107,7 +107,7 @@ bool ReadInt(char const*& text, int& number) {
     return found;
 }
 
-// Returns the text behind the first occurrence of the label, or null.
+// Returns the text after the first occurrence of the label, or null.
 char const* FindValueAfter(char const* text, char const* label) {
     char const* const found = std::strstr(text, label);
     return found ? found + std::strlen(label) : nullptr;

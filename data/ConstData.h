@@ -45,7 +45,7 @@ public:
     std::uint64_t PositionOf(ConstData pattern) const;
 
     // Returns the offsets of all matches in ascending order. Matches do not overlap: the search
-    // continues behind each match. An empty pattern has no matches.
+    // continues after each match. An empty pattern has no matches.
     std::vector<unsigned long> PositionsOf(ConstData pattern) const;
 
     // True for an empty pattern.

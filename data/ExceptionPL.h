@@ -8,7 +8,7 @@
 //
 // A message taken from a pointer or from another exception ends at its first NUL, and
 // its length is computed modulo 2^32. A range is stored with its embedded NULs; what() ends at the
-// first one, and a copy of the exception drops the bytes behind it.
+// first one, and a copy of the exception drops the bytes after it.
 class ExceptionPL : public DebuggableException {
 public:
     // REQUIRES: `text` is NUL-terminated and not null.

@@ -19,7 +19,7 @@ public:
     explicit BreakFinder(ConstData chunk)
         : end(chunk.end), nextCr(Find(chunk.begin, cr)), nextLf(Find(chunk.begin, lf)) {}
 
-    // Returns the first break at or behind `from`, or the end of the chunk. REQUIRES: `from` does
+    // Returns the first break at or after `from`, or the end of the chunk. REQUIRES: `from` does
     // not decrease.
     unsigned char const* Next(unsigned char const* from) {
         if (nextCr < from)

@@ -29,7 +29,7 @@ constinit Row const table[] = {
     {cRESERVED_FILE_EXTENSION_PROFILE, AdviceFileTypes::Profile()},
 };
 
-// Returns the last dot and the bytes behind it, or the whole name if it has no dot.
+// Returns the last dot and the bytes after it, or the whole name if it has no dot.
 ConstData ExtensionOf(ConstData name) {
     if (name.IsEmpty())
         return name;

@@ -11,7 +11,7 @@ class FileWritingPath;
 // seeks to the stream's own position. The path is not owned.
 //
 // Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h,
-// with the path's location as its name. After an exception, the position is behind the last
+// with the path's location as its name. After an exception, the position is after the last
 // complete transfer. An interrupted read (EINTR) is not retried.
 class FileReader : public DataReader {
 public:

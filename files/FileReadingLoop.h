@@ -17,7 +17,7 @@ class FileReadingPath;
 class FileReadingLoopEndOfFileError : public DebuggableException {};
 
 // Delivers exactly the bytes from `start` to `stop` (exclusive), or throws
-// FileReadingLoopEndOfFileError behind the last byte of the file. It throws if the range extends
+// FileReadingLoopEndOfFileError after the last byte of the file. It throws if the range extends
 // beyond the file, if the file shrinks, and if a read returns no bytes before the length is
 // reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk is never
 // empty. Nothing is allocated.

@@ -12,7 +12,7 @@ class MessageReceiver;
 
 // Sends the bytes of the range to `receiver` as a whole stream, from Start to ReceiveEnd. The
 // stream ends early at the end of the file, and if a read returns no bytes before the length is
-// reached. The reader's position is then behind the last byte read, which may be beyond the range.
+// reached. The reader's position is then after the last byte read, which may be beyond the range.
 // Throws like FileReader.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);
@@ -25,7 +25,7 @@ void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
 // not 0. A failed close is ignored.
 //
 // Throw like FileReadingPath::OpenExisting and FileReadingLoop. Unlike ReadFileRange, they throw
-// FileReadingLoopEndOfFileError behind the last byte:
+// FileReadingLoopEndOfFileError after the last byte:
 // - if the range extends beyond the file,
 // - if the length is unknown and there is no `stop`,
 // - if the file returns fewer bytes than its length.

@@ -75,7 +75,7 @@ inline void CompareOrders(std::string const& left, std::string const& right) {
                   "NUL-terminated strings are ordered by bytes");
 }
 
-// Maps in one buffer, to `distance` bytes behind the source, so source and target may overlap.
+// Maps in one buffer, to `distance` bytes after the source, so source and target may overlap.
 template <class Map>
 void CompareMapping(std::string_view text, void mapText(ConstData, Data), std::size_t distance,
                     Map map) {

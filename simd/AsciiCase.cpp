@@ -117,7 +117,7 @@ std::size_t CommonPrefixByWords(unsigned char const* left, unsigned char const* 
 
 } // namespace
 
-// Both functions below compare the bytes behind the last full vector together with bytes before
+// Both functions below compare the bytes after the last full vector together with bytes before
 // them, which are known to match.
 
 std::size_t CommonPrefixSse2(unsigned char const* left, unsigned char const* right,

@@ -143,7 +143,7 @@ inline void StoreSixteenDigits(void* to, std::uint64_t value) {
 // ---- Decimal text without leading zeros; "0" for zero
 //
 // Each function writes the digits at `to` and returns their number. FormatDecimal may overwrite
-// bytes behind them: up to four bytes in total for a value below 10,000, otherwise up to eight
+// bytes after them: up to four bytes in total for a value below 10,000, otherwise up to eight
 // bytes or the number of digits.
 
 inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {

@@ -28,7 +28,7 @@ struct UtfProgress {
 };
 
 // Transcodes sequences until the source is empty, the target has room for fewer than
-// maxUtfUnits<To> code units, or the next sequence is unfinished or ill-formed. The target behind
+// maxUtfUnits<To> code units, or the next sequence is unfinished or ill-formed. The target after
 // the code units written is unspecified.
 //
 // Exists for each pair of different code units.

@@ -1,7 +1,7 @@
 // Transcodes several sequences of one kind at a time, with SSE2.
 //
 // Each function transcodes the sequences before the first one of another kind. It may read code
-// units behind them, and write code units behind those that count, as its comment states.
+// units after them, and write code units after those that count, as its comment states.
 #pragma once
 
 #include "simd/Vectors.h"
@@ -144,7 +144,7 @@ BlockProgress TranscodeSupplementary(From const* from, To* to) {
 // Decodes up to 4 sequences of three bytes, for UTF-16 only those before an encoded surrogate.
 // Reads 13 bytes and writes 4 code units.
 //
-// Each lane of 32 bits has one sequence and the byte behind it: E2 82 AC xx is the lane xxAC82E2,
+// Each lane of 32 bits has one sequence and the byte after it: E2 82 AC xx is the lane xxAC82E2,
 // whose bits move to 2 << 12, 02 << 6 and 2C, which is 20AC.
 template <class Unit>
 BlockProgress DecodeTriples(unsigned char const* from, Unit* to) {

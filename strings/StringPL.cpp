@@ -42,7 +42,7 @@ void WriteText(char* target, char const* run, std::size_t runLength, std::size_t
 
 // Returns the first match in `from` to `end`, or null. The text may have embedded NULs; strstr is
 // called for each part between them.
-// REQUIRES: `from` is not behind `end`, and there is a NUL at `end` or behind it.
+// REQUIRES: `from` is not after `end`, and there is a NUL at `end` or after it.
 char const* FindRun(char const* from, char const* end, char const* pattern) {
     do {
         if (char const* const match = std::strstr(from, pattern)) {

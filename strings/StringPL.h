@@ -128,7 +128,7 @@ public:
     int FindNoCase(char const* pattern, int start) const;
     int Find(char byte, int start) const;
 
-    // Returns the index of the last match with at least `fromEnd` bytes behind it, or -1. A
+    // Returns the index of the last match with at least `fromEnd` bytes after it, or -1. A
     // negative `fromEnd` is invalid.
     int ReverseFind(char byte, int fromEnd) const;
 

@@ -71,7 +71,7 @@ public:
 
     // Returns 0 for the null string and for an index beyond the NUL.
     //
-    // Deliberate: does not check for GetLength() + 1, which reads the byte behind the NUL.
+    // Deliberate: does not check for GetLength() + 1, which reads the byte after the NUL.
     // REQUIRES: `index` is not GetLength() + 1.
     char operator[](unsigned int index) const {
         return characters == nullptr || index > sizeWithNul ? '\0' : characters[index];
@@ -109,7 +109,7 @@ public:
     Stringy Mid(int start, int count) const;
     Stringy Mid(int start) const;
 
-    // Returns the text behind the last `separator`, without leading and trailing whitespace.
+    // Returns the text after the last `separator`, without leading and trailing whitespace.
     //
     // Without a separator, returns the null string, not the whole string.
     Stringy SubstringAfterLastSeparator(char separator) const;
@@ -130,7 +130,7 @@ public:
     void StripLeadingAndTrailingWhite();
 
     // Appends the parts of `text` between separators to `items`, at most `maxItems`, and returns
-    // their number. Parts may be empty, even behind a separator at the end. The rest of `text` is
+    // their number. Parts may be empty, even after a separator at the end. The rest of `text` is
     // dropped. A null or empty `text` has no parts. With `strip`, each part loses its leading and
     // trailing whitespace.
     //

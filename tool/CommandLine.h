@@ -11,7 +11,7 @@ struct CommandLine {
 // Parses the arguments of main, including the program name. Returns false if they are invalid.
 //
 // Flags that are negative or too large are invalid. Text that is not a number counts as 0, and text
-// behind a number is ignored.
+// after a number is ignored.
 bool ReadCommandLine(int count, char const* const* arguments, CommandLine& commandLine);
 
 // Prints the usage text on standard output. The program name in it is fixed.

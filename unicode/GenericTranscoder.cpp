@@ -68,7 +68,7 @@ void GenericTranscoder<Target, Source>::ReceiveEnd() {
 }
 
 // Completes the sequence whose first `held` code units are pending, or holds its code units if it
-// is still incomplete. Returns the first code unit of the chunk behind the sequence.
+// is still incomplete. Returns the first code unit of the chunk after the sequence.
 template <class Target, class Source>
 requires TranscodedPair<Target, Source>
 auto GenericTranscoder<Target, Source>::Resume(std::uint64_t held, ConstArrayOf<SourceUnit> units,

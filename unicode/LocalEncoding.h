@@ -39,7 +39,7 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 
 // Call Transcode, then FromNativeUnicode; so an empty result is the allocated empty string. Throw
 // InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
-// also behind a NUL.
+// also after a NUL.
 //
 // Text that cannot be transcoded to UTF-8 throws InvalidTextEncoding, for example a lone surrogate
 // in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts encoded

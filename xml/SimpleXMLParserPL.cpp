@@ -365,7 +365,7 @@ void SimpleXMLParserPL::DeliverTag() {
         handler->StartElement(elementName, attributePointers);
 }
 
-// Clears the entry behind the complete attributes, which the next attribute fills. DeliverTag does
+// Clears the entry after the complete attributes, which the next attribute fills. DeliverTag does
 // not report this entry.
 void SimpleXMLParserPL::PrepareAttribute() {
     if (attributeStorage.size() <= attributeCount)

@@ -21,11 +21,11 @@
 // - Text is reported in several calls: one for each run between tags, escapes and CDATA sections,
 //   and one for each escape.
 // - The name of an end tag is all bytes from its slash to ">", including spaces. End tags are not
-//   matched with start tags. "<a/>" is only an end tag; behind a space or an attribute, the slash
+//   matched with start tags. "<a/>" is only an end tag; after a space or an attribute, the slash
 //   is part of an attribute name. So every element needs an end tag.
 // - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
 // - In the name of a start tag, a single dash is dropped, and a second one begins a comment.
-// - A comment ends at a ">" directly behind two or more dashes, not counting the opening ones.
+// - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
 // - "?" before an attribute is skipped. A name that starts with "?" is a processing instruction; a
 //   name such as "!DOCTYPE" is an element.
 // - In a CDATA section, NUL bytes are dropped.

@@ -49,7 +49,7 @@ public:
     // Append a child and return it; its address does not change. The second overload reuses an old
     // child, if there is one.
     //
-    // Deliberate: the first overload appends behind the old children, and while there are any, the
+    // Deliberate: the first overload appends after the old children, and while there are any, the
     // new child counts as one of them: it is reused, or freed by GetElementList.
     XMLElementPL* AddChildElement(XMLElementPL const& child);
     XMLElementPL* AddChildElement(std::string const& childName,

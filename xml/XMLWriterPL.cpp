@@ -59,7 +59,7 @@ char const* CharEnd(ConstData data) { return reinterpret_cast<char const*>(data.
     throw InvalidXMLAttributeName(message.AsChar());
 }
 
-// Iteration over the text of a comment: the second of two dashes is dropped, and the byte behind it
+// Iteration over the text of a comment: the second of two dashes is dropped, and the byte after it
 // is not examined.
 bool IsLeftOut(ConstData comment, std::size_t index) {
     return comment[index] == '-' && comment[index - 1] == '-';

@@ -88,10 +88,10 @@ public:
     // Writes a CDATA section, with a line break like text. REQUIRES: no "]]>" in `text`.
     void WriteCDataString(char const* text);
 
-    // Writes a comment, on a new line except in flat layout. If there is a line feed behind its
+    // Writes a comment, on a new line except in flat layout. If there is a line feed after its
     // first byte, the text is written between two line breaks, in all layouts.
     //
-    // Deliberate: the second of two dashes is dropped and the byte behind it is not examined. So
+    // Deliberate: the second of two dashes is dropped and the byte after it is not examined. So
     // three dashes leave two, and a line feed at that position does not count.
     void WriteComment(StringPL text);
 

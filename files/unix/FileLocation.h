@@ -51,7 +51,7 @@ public:
     // and InvalidFileLocation for a path without "/". The last two have the path as their name.
     FileLocation Parent() const;
 
-    // Returns the bytes behind the last "/", with the exceptions of FileName::Set; so it throws for
+    // Returns the bytes after the last "/", with the exceptions of FileName::Set; so it throws for
     // the root. Returns the empty name for the empty location.
     FileName Name() const;
 

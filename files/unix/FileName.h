@@ -91,7 +91,7 @@ public:
     // ".profile".
     FileName BaseName() const;
 
-    // Returns the type for the extension, which is the last dot and the bytes behind it, or the
+    // Returns the type for the extension, which is the last dot and the bytes after it, or the
     // whole name if it has no dot. Case-insensitive. Defined in AdviceFileTypes.cpp.
     TarvikFileType ExtensionType() const;
 

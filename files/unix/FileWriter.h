@@ -18,7 +18,7 @@ public:
 
     void Start(FileWritingPath const& newPath, unsigned long long newPosition);
 
-    // The offset of the next byte; after a failure, behind the bytes already written.
+    // The offset of the next byte; after a failure, of the first byte that was not written.
     unsigned long long Position() const { return position; }
     void SetPosition(unsigned long long newPosition) { position = newPosition; }
 
