@@ -11,7 +11,7 @@
 class FileLocation;
 
 // Creates the directory and all missing parents, with the permissions 0777 without the umask.
-// Throws FileFoundError, with the location, if anything other than a directory is in the way.
+// Throws FileFoundError, with the location, if the location has anything other than a directory.
 // Throws InvalidFileLocation for a relative path without an existing directory.
 void CreateDirectoryTree(FileLocation const& location);
 

@@ -24,7 +24,7 @@ inline constexpr unsigned maxUtfUnits = 4 / sizeof(Unit);
 struct UtfProgress {
     std::size_t read = 0;
     std::size_t written = 0;
-    bool isIllFormed = false; // the sequence after what was read is ill-formed
+    bool isIllFormed = false; // the sequence after the bytes read is ill-formed
 };
 
 // Transcodes sequences until the source is empty, the target has room for fewer than

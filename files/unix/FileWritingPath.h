@@ -21,7 +21,7 @@ public:
 
     // Deliberate: this function does not set the length, and callers depend on that.
     // - If the file is shorter than `length`, calls lseek with offset 0 and, as its whence,
-    //   `length` - 1 truncated to 32 bits. Then writes one zero byte at the resulting position. So
+    //   `length` - 1 truncated to 32 bits. Then writes one NUL byte at the resulting position. So
     //   the lengths 1, 2 and 3 mean the start, the current position and the end; most other values
     //   are refused.
     // - Otherwise the file is truncated to its current length, so it does not become shorter.

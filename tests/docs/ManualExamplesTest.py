@@ -21,7 +21,7 @@ import unittest
 TESTS = pathlib.Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(TESTS / "packaging"), str(TESTS / "integrations")]
 from results import finished, row, write  # noqa: E402
-from support import EMPTY, SOURCE, machine, run  # noqa: E402
+from support import EMPTY, SOURCE, run, sandbox  # noqa: E402
 from systemd_sandbox import run_under_systemd, staged  # noqa: E402
 
 MANUALS = SOURCE / "docs/man"
@@ -97,7 +97,7 @@ def run_in_sandbox(script, directory):
     library = os.environ["CC_LIBRARY"]
     variables = {"PATH": path, "CPATH": str(SOURCE), "LIBRARY_PATH": library,
                  "LD_LIBRARY_PATH": library}
-    return run(*machine(), "--uts", "bash", "-c", f"set -e\n{EMPTY}\n{START}\n{script}",
+    return run(*sandbox(), "--uts", "bash", "-c", f"set -e\n{EMPTY}\n{START}\n{script}",
                cwd=directory, env={**os.environ, **variables})
 
 
