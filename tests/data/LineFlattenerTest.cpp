@@ -37,18 +37,17 @@ TEST(LineFlattenerTest, ReplacesEveryLineBreakHoweverTheTextIsSplit) {
     } const cases[] = {{LineFlattener::crlf, "a\r\nb\r\n\r\nc"}, {LineFlattener::lf, "a\nb\n\nc"},
                        {LineFlattener::cr, "a\rb\r\rc"},         {LineFlattener::space, "a b  c"},
                        {LineFlattener::nothing, "abc"},          {"<br>", "a<br>b<br><br>c"}};
-    for (auto const& [lineBreak, flattened] : cases)
-        ForEachSplit("a\r\nb\n\r\rc",
-                     [&, lineBreak = lineBreak, flattened = flattened](Chunks const& chunks) {
-                         std::string result;
-                         StringReceiver string;
-                         LineFlattener flattener;
-                         LineMaker lines(flattener(lineBreak, string(result)));
-                         lines.Start();
-                         chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
-                         lines.ReceiveEnd();
-                         EXPECT_EQ(flattened, result);
-                     });
+    for (auto const& row : cases)
+        ForEachSplit("a\r\nb\n\r\rc", [&](Chunks const& chunks) {
+            std::string result;
+            StringReceiver string;
+            LineFlattener flattener;
+            LineMaker lines(flattener(row.lineBreak, string(result)));
+            lines.Start();
+            chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
+            lines.ReceiveEnd();
+            EXPECT_EQ(row.flattened, result);
+        });
 }
 
 TEST(LineFlattenerTest, EachCallBecomesOneCallWithoutPositions) {

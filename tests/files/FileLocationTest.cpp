@@ -167,14 +167,16 @@ TEST(FileLocationTest, ChildHasAValidatedName) {
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), "b").Text());
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), ConstData("b")).Text());
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), FileName("b")).Text());
-    for (auto const& [name, error] : std::vector<std::pair<std::string, std::string>>{
-             {"b/c", "IllegalFileName"},
-             {"..", "IllegalFileNameReserved"},
-             {"", "IllegalFileNameLength"},
-             {std::string(256, 'n'), "IllegalFileNameLength"}}) {
-        EXPECT_EQ(error, PathOrError([&name = name] { return FileLocation(At("/a"), name); }));
-        EXPECT_EQ(error,
-                  PathOrError([&name = name] { return FileLocation(At("/a"), name.c_str()); }));
+    struct {
+        std::string name;
+        char const* error;
+    } const rejected[] = {{"b/c", "IllegalFileName"},
+                          {"..", "IllegalFileNameReserved"},
+                          {"", "IllegalFileNameLength"},
+                          {std::string(256, 'n'), "IllegalFileNameLength"}};
+    for (auto const& row : rejected) {
+        EXPECT_EQ(row.error, PathOrError([&] { return FileLocation(At("/a"), row.name); }));
+        EXPECT_EQ(row.error, PathOrError([&] { return FileLocation(At("/a"), row.name.c_str()); }));
     }
     EXPECT_THROW(FileLocation(At("/a"), ConstData()), IllegalFileNameLength);
     char const* const none = nullptr;

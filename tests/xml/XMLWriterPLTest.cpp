@@ -200,10 +200,9 @@ TEST(XMLWriterPLTest, CommentsAreWrittenWithFewerDashes) {
         {"---\n", "|--\n|"},
         {"-\n-\n", "|-\n-\n|"},
     };
-    for (auto const& [comment, written] : cases)
-        EXPECT_EQ(
-            Flat([&, comment = comment](XMLWriterPL& writer) { writer.WriteComment(comment); }),
-            std::string("<!-- ") + written + " -->");
+    for (auto const& row : cases)
+        EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteComment(row.comment); }),
+                  std::string("<!-- ") + row.written + " -->");
 }
 
 // The contract is stated for a string from which dashes are erased one by one.
