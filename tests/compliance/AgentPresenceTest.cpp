@@ -53,8 +53,8 @@ SANDBOX_TEST(AgentPresenceTest, AnyEntryButADanglingLinkCountsAsInstalled) {
         MakeEntry(agentProgram, kind);
         if (kind == "file")
             fs::permissions(agentProgram, fs::perms::none);
-        EXPECT_EQ(kind == "broken link" ? -1 : 0, IsInstalled()) << kind;
-        EXPECT_EQ(kind == "broken link" ? -1 : 0, IsInstalledForOtherUser()) << kind;
+        EXPECT_EQ(kind == "dangling link" ? -1 : 0, IsInstalled()) << kind;
+        EXPECT_EQ(kind == "dangling link" ? -1 : 0, IsInstalledForOtherUser()) << kind;
         fs::remove_all(agentDirectory);
         fs::create_directories(agentDirectory);
     }

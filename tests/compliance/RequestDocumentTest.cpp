@@ -153,10 +153,10 @@ SANDBOX_TEST(RequestDocumentTest, MalformedDocumentIsUnreadableAndStays) {
 SANDBOX_TEST(RequestDocumentTest, AnyEntryOfTheNameExists) {
     EXPECT_FALSE(ClientComplianceRequestExists());
     ExpectUnreadable("nothing");
-    for (string const kind : {"file", "directory", "broken link", "fifo", "socket"}) {
+    for (string const kind : {"file", "directory", "dangling link", "FIFO", "socket"}) {
         MakeEntry(requestFile, kind);
         EXPECT_TRUE(ClientComplianceRequestExists()) << kind;
-        if (kind != "fifo")
+        if (kind != "FIFO")
             ExpectUnreadable(kind);
         std::filesystem::remove(requestFile);
     }

@@ -171,7 +171,7 @@ SANDBOX_TEST(ResponseDocumentTest, EachFailureHasItsOwnClassAndClosesTheFile) {
 
 // The error of a directory depends on its file system.
 SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNoFileCannotBeRead) {
-    MakeEntry(responseFile, "broken link");
+    MakeEntry(responseFile, "dangling link");
     EXPECT_THROW(ClientComplianceResponseIORead(), FileNotFoundError);
     std::filesystem::remove(responseFile);
     MakeEntry(responseFile, "directory");

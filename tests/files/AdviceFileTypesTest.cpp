@@ -43,8 +43,8 @@ TEST(AdviceFileTypesTest, EachTypeHasItsNumberAndExtension) {
     EXPECT_EQ(Types::HTML(), typeAtStartup);
 }
 
-// Deliberate: the name behind the table is not an extension.
-TEST(AdviceFileTypesTest, LookupIsCaseInsensitiveAndWhole) {
+// Deliberate: the name that follows the table is not an extension.
+TEST(AdviceFileTypesTest, LookupIsCaseInsensitiveAndComparesTheWholeText) {
     EXPECT_EQ(Types::HTML(), Types::TypeOfExtension(".HTML"));
     EXPECT_EQ(Types::Advice(), Types::TypeOfExtension(".Qvf"));
     for (char const* extension :
@@ -52,13 +52,13 @@ TEST(AdviceFileTypesTest, LookupIsCaseInsensitiveAndWhole) {
         EXPECT_EQ(Types::Miscellany(), Types::TypeOfExtension(extension)) << extension;
 }
 
-// Deliberate: the search ends behind the table, where another text is.
-TEST(AdviceFileTypesTest, TypeWithoutARowHasTheTextBehindTheTable) {
+// Deliberate: the search ends after the table, at another text.
+TEST(AdviceFileTypesTest, TypeWithoutARowHasTheTextThatFollowsTheTable) {
     for (int type : {13, 0, 14, -1, INT_MAX, INT_MIN})
         EXPECT_STREQ("XVeskaClientUI", Types::ExtensionOfType(TarvikFileType(type))) << type;
 }
 
-TEST(AdviceFileTypesTest, TypeOfANameGoesWithItsLastDotOrTheWholeName) {
+TEST(AdviceFileTypesTest, TypeOfANameIsFoundByItsExtensionOrTheWholeName) {
     for (auto const& [name, type] :
          std::vector<std::pair<char const*, TarvikFileType>>{{"a.htm", Types::HTML()},
                                                              {"A.B.TXT", Types::Text()},

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(CreatingInfoTest, IsOnePlainNumber) {
+TEST(CreatingInfoTest, HasTheLayoutOfOneNumber) {
     static_assert(sizeof(DirectoryCreatingInfo) == 4 && sizeof(FileCreatingInfo) == 4);
     static_assert(std::is_trivially_copyable_v<DirectoryCreatingInfo>);
     static_assert(std::is_trivially_copyable_v<FileCreatingInfo>);

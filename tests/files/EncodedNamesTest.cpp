@@ -22,7 +22,7 @@ std::string StringOf(AutoUString<UTF8> const& text) {
     return MakeString(EncodingCast<ConstData>(text));
 }
 
-// The text that is made, or what is thrown.
+// The text of the result, or the description of the exception.
 template <class Make>
 std::string StringOrError(Make make) {
     std::string text;
@@ -30,7 +30,7 @@ std::string StringOrError(Make make) {
     return thrown == "nothing" ? text : thrown;
 }
 
-// What the four functions that take UTF-8 make of a text: a name, a location, and two joined names.
+// The results of the four functions that take UTF-8: a name, a location, and two joined names.
 template <class Text>
 Strings MadeOf(Text const& text) {
     return {StringOrError([&] { return FileName(text); }),
@@ -39,7 +39,7 @@ Strings MadeOf(Text const& text) {
             StringOrError([&] { return FileName("a") + text; })};
 }
 
-// The same where the text has other bytes in the locale.
+// The same for a text that has other bytes in the locale.
 Strings MadeOfLocal(std::string const& bytes) { return {bytes, bytes, bytes + "b", "a" + bytes}; }
 
 std::string Utf8Of(std::string const& local) {
@@ -51,18 +51,18 @@ Strings Four(std::string const& text) { return Strings(4, text); }
 std::string const tooWide = "UnixPlatform::WideToMultiByteConvertError";
 std::string const tooLocal = "UnixPlatform::MultiByteToWideConvertError";
 
-// U+00E9 in UTF-8, and in the 8-bit encoding of the made locale.
+// U+00E9 in UTF-8, and in the 8-bit encoding of the test's locale.
 std::string const accented = "\xC3\xA9";
 std::string const accentedInEightBits = "\xE9";
 
-TEST(EncodedNamesTest, WithoutALocaleTextIsAscii) {
+TEST(EncodedNamesTest, TextIsAsciiInTheCLocale) {
     EXPECT_EQ(MadeOfLocal("name.txt"), MadeOf(Utf8("name.txt")));
     EXPECT_EQ("name.txt", Utf8Of("name.txt"));
     EXPECT_EQ(Four(tooWide), MadeOf(Utf8(accented)));
     EXPECT_EQ(tooLocal, Utf8Of(accented));
 }
 
-TEST(EncodedNamesTest, LocaleOfUTF8KeepsTheBytes) {
+TEST(EncodedNamesTest, Utf8LocaleKeepsTheBytes) {
     LocaleInForce const locale("C.UTF-8");
     ASSERT_TRUE(locale.IsThere());
     EXPECT_EQ(MadeOfLocal(accented), MadeOf(Utf8(accented)));
@@ -74,29 +74,29 @@ TEST(EncodedNamesTest, LocaleOfUTF8KeepsTheBytes) {
     EXPECT_EQ(tooLocal, Utf8Of("\xED\xA0\x80"));
 }
 
-TEST(EncodedNamesTest, EightBitLocaleHasBytesOfItsOwn) {
+TEST(EncodedNamesTest, EightBitLocaleConvertsTheBytes) {
     EightBitLocale const locale;
     if (locale.WhyNot() != nullptr)
         GTEST_SKIP() << locale.WhyNot();
     EXPECT_EQ(MadeOfLocal(accentedInEightBits), MadeOf(Utf8(accented)));
     EXPECT_EQ(accented, Utf8Of(accentedInEightBits));
-    // The currency sign gave its byte to the euro sign.
+    // In this encoding, the byte of the currency sign encodes the euro sign.
     EXPECT_EQ(Four(tooWide), MadeOf(Utf8("\xC2\xA4")));
     EXPECT_EQ("\xE2\x82\xAC", Utf8Of("\xA4"));
     std::string longest;
     for (int i = 0; i < 255; ++i)
         longest += accented;
-    EXPECT_EQ(255u, FileName(Utf8(longest)).Length()) << "measured in bytes of the locale";
+    EXPECT_EQ(255u, FileName(Utf8(longest)).Length()) << "the length counts bytes of the locale";
     EXPECT_THROW(FileName{Utf8(longest + accented)}, IllegalFileNameLength);
 }
 
-TEST(EncodedNamesTest, IllFormedTextIsFoundBeforeAnIllegalName) {
+TEST(EncodedNamesTest, IllFormedTextIsReportedBeforeAnIllegalName) {
     EXPECT_EQ(Four("InvalidTextEncoding"), MadeOf(Utf8("/\xC3")));
     EXPECT_EQ(Four(tooWide), MadeOf(Utf8("/" + accented)));
     EXPECT_EQ(Four(tooWide), MadeOf(Utf8(std::string(300, 'a') + accented)));
 }
 
-TEST(EncodedNamesTest, NamesFromTextAreTested) {
+TEST(EncodedNamesTest, NamesFromTextAreValidated) {
     for (std::size_t const length : {0, 256, 100'000})
         EXPECT_THROW(FileName{Utf8(std::string(length, 'a'))}, IllegalFileNameLength);
     EXPECT_EQ(255u, FileName(Utf8(std::string(255, 'a'))).Length());
@@ -105,8 +105,8 @@ TEST(EncodedNamesTest, NamesFromTextAreTested) {
     EXPECT_THROW(FileName{Utf8("a/b")}, IllegalFileName);
 }
 
-// Deliberate: as with all joined names.
-TEST(EncodedNamesTest, JoinedNamesAreMeasuredAndNothingElse) {
+// Deliberate: joined names are not validated otherwise.
+TEST(EncodedNamesTest, JoinedNamesAreValidatedForTheirLengthOnly) {
     EXPECT_EQ("a/b", StringOf(Utf8("a/") + FileName("b")));
     EXPECT_EQ("", StringOf(Utf8("") + FileName()));
     FileName const half(std::string(127, 'a').c_str());
@@ -116,7 +116,7 @@ TEST(EncodedNamesTest, JoinedNamesAreMeasuredAndNothingElse) {
     EXPECT_THROW(Utf8(std::string(100'000, 'b')) + half, IllegalFileName);
 }
 
-TEST(EncodedNamesTest, LocationLosesItsTrailingSlashes) {
+TEST(EncodedNamesTest, LocationDropsTrailingSlashes) {
     std::string const deep = "/" + std::string(5000, 'd');
     for (auto const& [text, path] : std::vector<std::pair<std::string, std::string>>{
              {"/a//", "/a"}, {"///", "/"}, {"", ""}, {deep, deep}})
@@ -124,7 +124,7 @@ TEST(EncodedNamesTest, LocationLosesItsTrailingSlashes) {
     EXPECT_TRUE(MakeFileLocation(UStringRef<UTF8>()).IsEmpty());
 }
 
-// Deliberate.
+// Deliberate: the functions take NUL-terminated strings.
 TEST(EncodedNamesTest, TextEndsAtItsFirstNul) {
     EXPECT_EQ((Strings{"a", "a", "ab", "aa"}), MadeOf(Utf8(Bytes("a\0/"))));
     FileName const name(ConstData(Bytes("a\0b")));
@@ -154,7 +154,7 @@ TEST(EncodedNamesTest, ViewsCopyNothing) {
     EXPECT_EQ(tooLong.Bytes(), EncodingCast<ConstData>(tooLong.Local8BitPath()));
 }
 
-TEST(EncodedNamesTest, EmptyNameHasAnEmptyViewAndNoText) {
+TEST(EncodedNamesTest, EmptyNameHasAnEmptyViewAndANullText) {
     EXPECT_EQ(nullptr, FileName().MakeUTF8String().Begin());
     EXPECT_TRUE(FileName().MakeLocal8BitRef().IsEmpty());
     EXPECT_NE(nullptr, FileName().MakeLocal8BitRef().begin);
@@ -162,8 +162,8 @@ TEST(EncodedNamesTest, EmptyNameHasAnEmptyViewAndNoText) {
     EXPECT_NE(nullptr, FileLocation().Local8BitPath().begin);
 }
 
-// A name that no locale here can decode is as good as any for everything but these forms.
-TEST(EncodedNamesTest, BytesOfANameAreUntouchedElsewhere) {
+// Only the conversion to UTF-8 fails for a name that the locale cannot decode.
+TEST(EncodedNamesTest, UndecodableNamesKeepTheirBytes) {
     std::string const undecodable = "\xFF\xC3(\xED\xA0\x80";
     for (char const* locale : {"C", "C.UTF-8"}) {
         LocaleInForce const inForce(locale);
@@ -177,7 +177,7 @@ TEST(EncodedNamesTest, BytesOfANameAreUntouchedElsewhere) {
     }
 }
 
-TEST(EncodedNamesTest, FailedAllocationIsABadAlloc) {
+TEST(EncodedNamesTest, FailedAllocationThrowsBadAlloc) {
     std::string const longText(200, 'a');
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         std::string const thrown = Thrown([&] {

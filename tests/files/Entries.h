@@ -1,7 +1,5 @@
-// Entries of every kind for the tests of whole-file operations: made, described for comparison, and
-// whole trees of them.
-//
-// Nothing here goes through the code under test.
+// Creates directory entries of every kind and random trees, and describes them for comparison. Does
+// not use the code under test.
 #pragma once
 
 #include <algorithm>
@@ -23,10 +21,11 @@
 #include "tests/files/Files.h"
 #include "tests/support/Bytes.h"
 
-// What MakeEntry makes. The target of a link stands beside it, its name with "-target" behind.
+// The kinds that MakeEntry creates. The target of a link is next to it, with "-target" appended to
+// the name of the link.
 inline std::vector<std::string> const everyKind = {
-    "file",           "directory",   "full directory", "link to file", "link to directory",
-    "link to socket", "broken link", "fifo",           "socket"};
+    "file",           "directory",     "full directory", "link to file", "link to directory",
+    "link to socket", "dangling link", "FIFO",           "socket"};
 
 inline bool IsRegularFileKind(std::string const& kind) {
     return kind == "file" || kind == "link to file";
@@ -58,9 +57,9 @@ inline void MakeEntry(std::string const& path, std::string const& kind) {
     } else if (kind == "full directory") {
         fs::create_directory(path);
         WriteWholeFile(path + "/inside", "content");
-    } else if (kind == "broken link") {
+    } else if (kind == "dangling link") {
         fs::create_symlink(path + "-target", path);
-    } else if (kind == "fifo") {
+    } else if (kind == "FIFO") {
         if (mkfifo(path.c_str(), 0666) != 0)
             throw std::system_error(errno, std::generic_category(), path);
     } else if (kind == "socket") {
@@ -70,8 +69,8 @@ inline void MakeEntry(std::string const& path, std::string const& kind) {
     }
 }
 
-// What stands at a path, links not followed: "nothing", "file <content>", "directory", "link to
-// <target>", "fifo", "socket", "other".
+// Describes the entry at a path without following symbolic links: "nothing", "file <content>",
+// "directory", "link to <target>", "FIFO", "socket", "other".
 inline std::string DescribeEntry(std::string const& path) {
     namespace fs = std::filesystem;
     switch (fs::symlink_status(path).type()) {
@@ -84,7 +83,7 @@ inline std::string DescribeEntry(std::string const& path) {
     case fs::file_type::symlink:
         return "link to " + fs::read_symlink(path).string();
     case fs::file_type::fifo:
-        return "fifo";
+        return "FIFO";
     case fs::file_type::socket:
         return "socket";
     default:
@@ -92,7 +91,7 @@ inline std::string DescribeEntry(std::string const& path) {
     }
 }
 
-// Path below the root to description.
+// Maps the path of each entry, relative to the root, to its description.
 using Tree = std::map<std::string, std::string>;
 
 inline Tree DescribeTree(std::string const& root) {
@@ -110,8 +109,8 @@ inline mode_t ModeOf(std::string const& path) {
     return stats.st_mode & 07777;
 }
 
-// Fills the directory with files, directories and links to `linkTarget`, a file outside. Names and
-// content hold all bytes that they may.
+// Fills the directory with files, directories and links to `linkTarget`, a file outside of it.
+// Names and contents use every byte that they may contain.
 inline void MakeRandomTree(std::mt19937& random, std::string const& root,
                            std::string const& linkTarget, std::size_t entries) {
     namespace fs = std::filesystem;
@@ -135,7 +134,7 @@ inline void MakeRandomTree(std::mt19937& random, std::string const& root,
     }
 }
 
-// What a copy of the tree holds: a file in place of each link to one.
+// The expected copy of the tree: links to files become files.
 inline Tree DescribeTreeThroughLinks(std::string const& root) {
     Tree tree = DescribeTree(root);
     for (auto& [path, description] : tree)

@@ -24,14 +24,14 @@ TEST_F(FileDataSinkTest, WritesTheStreamAtTheBoundPosition) {
     receiver.Start();
     receiver << ConstData("L");
     receiver.ReceiveEnd();
-    EXPECT_EQ(ReadWholeFile(name), "01Lyz56789") << "each start begins there again";
+    EXPECT_EQ(ReadWholeFile(name), "01Lyz56789") << "each stream starts at the same position";
     FileWritingPath const other(Here("other"), FileWritingPath::OpenNewFile());
     StartReceiveAndEnd(sink(other, 0), ConstData("2"));
     EXPECT_EQ(ReadWholeFile(directory / "other"), "2");
     EXPECT_EQ(path.Length(), 10u) << "the path stays open";
 }
 
-TEST_F(FileDataSinkTest, FlushesAtTheEndInOneModeAlone) {
+TEST_F(FileDataSinkTest, FlushesAtTheEndOnlyInFlushMode) {
     EXPECT_EQ(FileDataSink::FlushOnEnd, 0);
     auto const callsOf = [this](FileDataSink sink) {
         DataReceiver& receiver = sink(path, 0);
@@ -50,7 +50,7 @@ TEST_F(FileDataSinkTest, FlushesAtTheEndInOneModeAlone) {
     EXPECT_EQ(ReadWholeFile(name), "ab23456789");
 }
 
-TEST_F(FileDataSinkTest, FailedFlushOrWriteReachesTheCaller) {
+TEST_F(FileDataSinkTest, FailedFlushOrWriteThrows) {
     FileDataSink sink;
     DataReceiver& receiver = sink(path, 0);
     receiver.Start();

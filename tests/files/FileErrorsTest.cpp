@@ -19,7 +19,7 @@ bool systemHasWords = true;
 
 } // namespace
 
-// Found by the linker before the one of the C library, which has words for every number.
+// Replaces the function of the C library, which has a message for every number.
 extern "C" char* strerror_r(int number, char* buffer, std::size_t size) noexcept {
     static auto const next =
         reinterpret_cast<char* (*)(int, char*, std::size_t)>(dlsym(RTLD_NEXT, "strerror_r"));
@@ -30,7 +30,7 @@ namespace {
 
 std::string const longName(300, 'n');
 
-// Constructs the class in each way, and compares the messages.
+// Constructs the class with each constructor, and compares the messages.
 template <class Error>
 void ExpectNamedAs(std::string const& encodedName) {
     static_assert(std::is_base_of_v<FileIOError, Error>);
@@ -49,7 +49,7 @@ void ExpectNamedAs(std::string const& encodedName) {
     }
 }
 
-TEST(FileErrorsTest, EveryClassNamesItself) {
+TEST(FileErrorsTest, MessageContainsTheEncodedClassName) {
     ExpectNamedAs<FileIOError>("11FileIOError");
     ExpectNamedAs<FileNotFoundError>("17FileNotFoundError");
     ExpectNamedAs<FileFoundError>("14FileFoundError");
@@ -90,7 +90,7 @@ TEST(FileErrorsTest, EachPartOfTheMessageIsOptional) {
                 FileMoveError const error(*first ? ConstData(first) : ConstData(),
                                           *second ? ConstData(second) : ConstData(), code);
                 EXPECT_EQ(expected, error.what());
-                EXPECT_EQ(expected, error.what()) << "the second time too";
+                EXPECT_EQ(expected, error.what()) << "the second call returns the same text";
                 EXPECT_EQ(expected, error.MakeErrorMessage());
                 EXPECT_EQ(
                     expected,
@@ -98,7 +98,7 @@ TEST(FileErrorsTest, EachPartOfTheMessageIsOptional) {
             }
 }
 
-TEST(FileErrorsTest, NamesAreCopiedWithTheirNuls) {
+TEST(FileErrorsTest, NamesAreCopiedWithEmbeddedNuls) {
     FileIOError const withNul(Bytes("a\0b"), 0);
     EXPECT_EQ(Bytes("File error \"11FileIOError\" on \"a\0b\""), withNul.MakeErrorMessage());
     EXPECT_STREQ("File error \"11FileIOError\" on \"a", withNul.what());
@@ -115,7 +115,7 @@ TEST(FileErrorsTest, NegativeCodeIsShownAsUnsigned) {
               FileIOError(-1).what());
 }
 
-TEST(FileErrorsTest, CopyHasAMessageOfItsOwn) {
+TEST(FileErrorsTest, CopyHasItsOwnMessage) {
     FileExistsError const original("first", "second", 17);
     char const* const message = original.what();
     try {
@@ -127,10 +127,10 @@ TEST(FileErrorsTest, CopyHasAMessageOfItsOwn) {
     }
     EXPECT_STREQ("File error \"11FileIOError\" on \"first\" and \"second\": Error: 17: File exists",
                  FileIOError(original).what())
-        << "a copy as the base names the base";
+        << "a copy as the base class has the name of the base class";
 }
 
-TEST(FileErrorsTest, AssignmentLeavesTheMessageThatIsMade) {
+TEST(FileErrorsTest, AssignmentKeepsTheMessageAlreadyReturned) {
     FileIOError target(longName, 2);
     char const* const made = target.what();
     std::string const before = made;
@@ -139,7 +139,7 @@ TEST(FileErrorsTest, AssignmentLeavesTheMessageThatIsMade) {
     std::string const after = "File error \"11FileIOError\" on \"first\" and \"second\": "
                               "Error: 17: File exists";
     EXPECT_EQ(after, target.MakeErrorMessage());
-    EXPECT_EQ(before, made) << "MakeErrorMessage does not change what what() keeps";
+    EXPECT_EQ(before, made) << "MakeErrorMessage does not change the text of what()";
     EXPECT_EQ(after, target.what());
     FileIOError const& same = target;
     target = same;
@@ -147,7 +147,7 @@ TEST(FileErrorsTest, AssignmentLeavesTheMessageThatIsMade) {
     EXPECT_EQ(17, target.GetCode());
 }
 
-TEST(FileErrorsTest, WithoutMemoryTheTextIsTheBareTypeName) {
+TEST(FileErrorsTest, WithoutMemoryWhatReturnsTheTypeName) {
     FileNotFoundError const error(ConstData(longName), 2);
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
         std::string_view const text = error.what();
@@ -158,7 +158,7 @@ TEST(FileErrorsTest, WithoutMemoryTheTextIsTheBareTypeName) {
     EXPECT_STREQ("17FileNotFoundError", error.what());
 }
 
-TEST(FileErrorsTest, FailureToConstructPassesThrough) {
+TEST(FileErrorsTest, FailedAllocationInAConstructorThrows) {
     std::size_t thrown = 0;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {
@@ -172,7 +172,7 @@ TEST(FileErrorsTest, FailureToConstructPassesThrough) {
     EXPECT_EQ(failures, thrown);
 }
 
-TEST(FileErrorsTest, ErrorStringHasTheNumberAndTheSystemsWords) {
+TEST(FileErrorsTest, ErrorStringHasTheNumberAndTheMessageOfTheSystem) {
     EXPECT_EQ("Error: 2: No such file or directory", MakeErrorString(2));
     for (unsigned int number = 0; number <= 200; ++number)
         EXPECT_EQ("Error: " + std::to_string(number) + ": " + strerror(static_cast<int>(number)),

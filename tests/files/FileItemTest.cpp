@@ -8,7 +8,7 @@ namespace {
 
 using Item = UnixPlatform::FileItem;
 
-// Lets a test examine any location.
+// Allows a test to examine any location.
 class AnyItem : public Item {
 public:
     AnyItem(FileLocation const& where, bool tolerant) { HandleGetError(Fill(where), tolerant); }
@@ -42,14 +42,14 @@ protected:
     std::string const brokenNotFound = "FileNotFoundError ENOENT" + On(directory / "broken");
 };
 
-TEST_F(FileItemTest, IsNothingWithoutALocationAtFirst) {
+TEST_F(FileItemTest, DefaultItemHasNoLocationAndNoEntry) {
     Item const item;
     EXPECT_TRUE(item.IsNothingThere());
     EXPECT_TRUE(item.Location().IsEmpty());
     EXPECT_EQ(sizeof(FileItem), sizeof(Item));
 }
 
-TEST_F(FileItemTest, TimesOfTheFileSystemAreInstants) {
+TEST_F(FileItemTest, FileSystemTimesEqualInstants) {
     EXPECT_EQ(Item::GetTimeBias(), Instant(0));
     for (std::int64_t count : {INT64_MIN, std::int64_t{-1}, std::int64_t{1'234'567}, INT64_MAX})
         EXPECT_EQ(Item::RoundToFileSystem(Instant(count)), Instant(count));
@@ -63,11 +63,11 @@ TEST_F(FileItemTest, ExaminesALocation) {
     EXPECT_TRUE(FileItem(Here(".")).IsDirectory());
     fs::remove(name);
     FileItem const same(static_cast<Item const&>(item));
-    EXPECT_TRUE(same.IsRegularFile()) << "a copy does not look again";
+    EXPECT_TRUE(same.IsRegularFile()) << "a copy does not examine the file again";
     EXPECT_STREQ(same.Location().Text(), name.c_str());
 }
 
-TEST_F(FileItemTest, RejectsWhatIsMissingOrABrokenLink) {
+TEST_F(FileItemTest, RejectsMissingEntriesAndDanglingLinks) {
     for (auto const& [what, error] : std::vector<std::pair<std::string, std::string>>{
              {"missing", "FileNotFoundError ENOENT"},
              {"broken", "FileNotFoundError ENOENT"},
@@ -87,7 +87,7 @@ TEST_F(FileItemTest, IsFilledFromALocationOrAnEntryBelowOne) {
     EXPECT_TRUE(item.IsBrokenLink());
 }
 
-TEST_F(FileItemTest, OnlyATolerantViewOfABrokenLinkReportsNothing) {
+TEST_F(FileItemTest, OnlyATolerantItemAcceptsADanglingLink) {
     for (std::string const what : {"file", "link", "missing", "broken"})
         for (bool tolerant : {false, true}) {
             AnyItem const item(Here(what));
@@ -117,11 +117,12 @@ TEST_F(FileItemTest, SetsTheModificationTimeAndKeepsTheAccessTime) {
         struct stat const now = StatsOf();
         EXPECT_EQ(now.st_mtim.tv_sec, seconds);
         EXPECT_EQ(now.st_mtim.tv_nsec + now.st_atim.tv_nsec, 0);
-        EXPECT_EQ(now.st_atim.tv_sec, access.microseconds / 1'000'000) << "that of the item";
+        EXPECT_EQ(now.st_atim.tv_sec, access.microseconds / 1'000'000)
+            << "the access time of the item";
     }
 }
 
-TEST_F(FileItemTest, TimeOfNothingCannotBeSet) {
+TEST_F(FileItemTest, SettingTheTimeOfAMissingEntryFails) {
     SystemCalls calls;
     EXPECT_EQ("InvalidStats", Thrown([] { Item().SetModificationTime(Instant(0)); }));
     AnyItem missing(Here("missing"));
@@ -134,11 +135,12 @@ TEST_F(FileItemTest, TimeOfNothingCannotBeSet) {
     fs::remove(name);
     EXPECT_EQ("FileNotFoundError ENOENT" + on,
               Thrown([&] { item.SetModificationTime(Instant(3'000'000)); }));
-    EXPECT_EQ(item.ModificationTime(), Instant(3'000'000)) << "the object has it all the same";
+    EXPECT_EQ(item.ModificationTime(), Instant(3'000'000))
+        << "the object has the time although the call failed";
 }
 
-// Deliberate: the plain class for EPERM too.
-TEST_F(FileItemTest, RefusedTimesHaveAMappingOfTheirOwn) {
+// Deliberate: EPERM maps to FileIOError too.
+TEST_F(FileItemTest, FailedTimeChangesHaveTheirOwnErrorMapping) {
     AnyItem item(file);
     ExpectMapped(
         "utimes", [&] { item.SetModificationTime(Instant(0)); },
@@ -154,12 +156,12 @@ TEST_F(FileItemTest, RefusedTimesHaveAMappingOfTheirOwn) {
         fs::permissions(name, fs::perms(0444));
         Sandbox::DropPrivileges();
         if (StatsOf().st_uid == getuid())
-            GTEST_SKIP() << "the machine knows no second user";
+            GTEST_SKIP() << "the machine has no second user";
         EXPECT_EQ("FileIOError EPERM" + on, Thrown([&] { item.SetModificationTime(Instant(0)); }));
     });
 }
 
-TEST_F(FileItemTest, ChecksumIsThatOfTheBytesNow) {
+TEST_F(FileItemTest, ChecksumIsComputedFromTheCurrentContent) {
     WriteWholeFile(name, "123456789");
     FileItem const item(file);
     EXPECT_EQ(item.Checksum(), 0xFC89'1918u) << "the check value of CRC-32/BZIP2";

@@ -1,4 +1,4 @@
-// The functions on paths that files/FileLocation.h declares beside the class.
+// Tests the path functions that files/FileLocation.h declares outside of the class.
 #include "files/FileLocation.h"
 
 #include <strings.h>
@@ -12,10 +12,10 @@ TEST(FileLocationPathsTest, AbsolutePathBeginsWithASlash) {
     EXPECT_FALSE(IsAbsolutePath("a/b") || IsAbsolutePath("") || IsAbsolutePath(nullptr));
 }
 
-TEST(FileLocationPathsTest, SplitsOffAWildcardInTheLastComponent) {
+TEST(FileLocationPathsTest, SplitsAWildcardOffTheLastComponent) {
     struct Case {
         char const* pattern;
-        // Of the pattern; -1 for no wildcard.
+        // The length of the pattern; -1 for no wildcard.
         int wildcard;
         char const* directory;
         char const* location;
@@ -54,8 +54,9 @@ TEST(FileLocationPathsTest, SplitsOffAWildcardInTheLastComponent) {
     }
 }
 
-// Deliberate: case-insensitive, though the file system is not; and nothing is normalized.
-TEST(FileLocationPathsTest, ComparisonAgreesWithClimbingByParent) {
+// Deliberate: the comparison is case-insensitive, although the file system is not, and paths are
+// not normalized.
+TEST(FileLocationPathsTest, ComparisonAgreesWithRepeatedCallsOfParent) {
     std::string const paths[] = {"/",      "//a",  "/a",     "/A",     "/a/b",  "/a//b",  "/a/b/c",
                                  "//a/b",  "/A/B", "/ab",    "/a/b.c", "/.",    "/..",    "/a/..",
                                  "/a/./b", "///a", "/b/a/b", "/\xE9",  "/\xC9", "/\xE9/x"};
@@ -76,7 +77,7 @@ TEST(FileLocationPathsTest, ComparisonAgreesWithClimbingByParent) {
     }
 }
 
-TEST(FileLocationPathsTest, ComparisonOfARelativePathEndsWithoutAParent) {
+TEST(FileLocationPathsTest, ComparisonThrowsAtTheTopOfARelativePath) {
     EXPECT_TRUE(EqualOrDescendant(At("a"), At("a")));
     EXPECT_TRUE(EqualOrDescendant(At("a"), At("a/b")));
     EXPECT_EQ("InvalidFileLocation" + On("a"),
@@ -84,8 +85,8 @@ TEST(FileLocationPathsTest, ComparisonOfARelativePathEndsWithoutAParent) {
     EXPECT_EQ("InvalidFileLocation" + On("a"), Thrown([] { IsDescendant(At("/x"), At("a")); }));
 }
 
-// Climbing 200,000 steps is no more work than reading the path once.
-TEST(FileLocationPathsTest, ComparesADeepPathAtOnce) {
+// The comparison of a path of 200,000 components takes time linear in its length.
+TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     std::string path;
     for (int i = 0; i < 200'000; ++i)
         path += "/d";
@@ -93,7 +94,7 @@ TEST(FileLocationPathsTest, ComparesADeepPathAtOnce) {
     EXPECT_TRUE(EqualOrDescendant(At("/D"), At(path)));
 }
 
-// The date in the name, or what is thrown.
+// The date in the name, or the description of the exception.
 std::string DateIn(std::string const& path) {
     unsigned int year = 1;
     unsigned int month = 2;
@@ -105,14 +106,15 @@ std::string DateIn(std::string const& path) {
                : std::to_string(year) + '-' + std::to_string(month) + '-' + std::to_string(day);
 }
 
-TEST(FileLocationPathsTest, DateIsInANameOfNineBytesAndMore) {
+TEST(FileLocationPathsTest, DateIsReadFromNamesOfAtLeastNineBytes) {
     EXPECT_EQ("2024-1-31", DateIn("/logs/20240131x"));
     EXPECT_EQ("2024-1-31", DateIn("20240131.log"));
     for (char const* path : {"/logs/20240131", "/logs/x", ""})
         EXPECT_EQ("IllegalFileName", DateIn(path));
     EXPECT_EQ("IllegalFileNameLength", DateIn("/"));
     EXPECT_EQ("IllegalFileNameReserved", DateIn("/20240131x/.."));
-    // Deliberate: any bytes are weighted as digits. 'a' is '0' + 49, ':' '0' + 10, '.' '0' - 2.
+    // Deliberate: the digits are not validated. 'a' counts as '0' + 49, ':' as '0' + 10, '.' as '0'
+    // - 2.
     EXPECT_EQ("9999-99-99", DateIn("999999999"));
     EXPECT_EQ("0-13-45", DateIn("00001345x"));
     EXPECT_EQ(std::to_string(49 * 1111) + "-110-" + std::to_string(0u - 22), DateIn("aaaa::..x"));

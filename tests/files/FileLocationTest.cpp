@@ -16,7 +16,7 @@ using Location = UnixPlatform::FileLocation;
 FileLocation const nowhere;
 constexpr std::size_t fourGiB = std::size_t{1} << 32;
 
-// The platform's location of a text.
+// Returns the platform-level location of a text.
 Location Full(std::string const& path) {
     Location location;
     location.SetFullPathName(path.data(), static_cast<unsigned int>(path.size()));
@@ -29,14 +29,14 @@ Location Joined(Location const& parent, std::string const& name) {
     return location;
 }
 
-// The path that is made, or what is thrown.
+// The resulting path, or the description of the exception.
 std::string PathOrError(std::function<Location()> const& make) {
     std::string path;
     std::string const thrown = Thrown([&] { path = make().Text(); });
     return thrown == "nothing" ? path : thrown;
 }
 
-// The rules once more, on strings.
+// Reference implementation of the path functions on strings.
 std::string Trimmed(std::string path) {
     while (path.size() > 1 && path.back() == '/')
         path.pop_back();
@@ -93,7 +93,7 @@ TEST(FileLocationTest, IsEmptyByDefault) {
     EXPECT_NO_THROW(At("a").RequireNonEmpty());
 }
 
-TEST(FileLocationTest, BothLevelsHaveOneLayoutAndConvertByCopying) {
+TEST(FileLocationTest, BothLevelsShareOneLayoutAndConvertByCopying) {
     static_assert(sizeof(FileLocation) == sizeof(Location));
     static_assert(std::is_convertible_v<Location, FileLocation>);
     Location const parent = At("/a/b").Parent();
@@ -102,7 +102,7 @@ TEST(FileLocationTest, BothLevelsHaveOneLayoutAndConvertByCopying) {
     EXPECT_NE(parent.Text(), portable.Text());
 }
 
-TEST(FileLocationTest, MakersDropTrailingSlashes) {
+TEST(FileLocationTest, FactoriesDropTrailingSlashes) {
     EXPECT_STREQ("/a/b", MakeFileLocation("/a/b///").Text());
     EXPECT_EQ(4u, MakeFileLocation("/a/b///").StoredLength());
     EXPECT_STREQ("/", MakeFileLocation("///").Text());
@@ -116,13 +116,13 @@ TEST(FileLocationTest, MakersDropTrailingSlashes) {
     EXPECT_TRUE(location.IsEmpty());
 }
 
-TEST(FileLocationTest, ParentNameAndRootByTheRule) {
+TEST(FileLocationTest, ParentNameAndRootAgreeWithReference) {
     for (std::string const& text : AllTexts("/a.", 7)) {
         if (text.empty())
             continue;
         std::string const path = Trimmed(text);
         Location const location = Full(text);
-        ASSERT_EQ(path, location.Text()) << "nothing but trailing slashes is normalized";
+        ASSERT_EQ(path, location.Text()) << "only trailing slashes are normalized";
         ASSERT_EQ(path == "/", location.IsRoot());
         ASSERT_EQ(ParentByTheRule(path), PathOrError([&] { return location.Parent(); }));
         ASSERT_EQ(ParentByTheRule(path), PathOrError([&] {
@@ -133,12 +133,13 @@ TEST(FileLocationTest, ParentNameAndRootByTheRule) {
         ASSERT_EQ(NameByTheRule(path), thrown == "nothing" ? name : thrown);
     }
     ConstData const path("/a//b");
-    EXPECT_EQ(path.begin, UnixPlatform::ParentPath(path).begin) << "a part of the path";
+    EXPECT_EQ(path.begin, UnixPlatform::ParentPath(path).begin)
+        << "the result is a view of the path";
     EXPECT_THROW(Full('/' + std::string(256, 'n')).Name(), IllegalFileNameLength);
     EXPECT_EQ(std::string(255, 'n'), Full('/' + std::string(255, 'n')).Name().Text());
 }
 
-TEST(FileLocationTest, JoinsByTheRule) {
+TEST(FileLocationTest, JoinAgreesWithReference) {
     Strings const texts = AllTexts("/a.", 4);
     for (std::string const& parent : texts) {
         if (parent.empty())
@@ -149,7 +150,7 @@ TEST(FileLocationTest, JoinsByTheRule) {
             ASSERT_EQ(expected, Text(Full(parent).Relative(name.c_str())));
         }
     }
-    // Deliberate: the end of the parent is not looked at.
+    // Deliberate: a slash is inserted even if the parent ends with one.
     EXPECT_STREQ("//x", Joined(Full("/"), "x").Text());
     EXPECT_STREQ("//x", FileLocation(At("/"), "x").Text());
     EXPECT_EQ("EmptyFileLocationError", Thrown([] {
@@ -163,7 +164,7 @@ TEST(FileLocationTest, JoinsByTheRule) {
               }));
 }
 
-TEST(FileLocationTest, ChildHasAValidatedName) {
+TEST(FileLocationTest, ChildValidatesItsName) {
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), "b").Text());
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), ConstData("b")).Text());
     EXPECT_STREQ("/a/b", FileLocation(At("/a"), FileName("b")).Text());
@@ -180,16 +181,16 @@ TEST(FileLocationTest, ChildHasAValidatedName) {
     }
     EXPECT_THROW(FileLocation(At("/a"), ConstData()), IllegalFileNameLength);
     char const* const none = nullptr;
-    EXPECT_STREQ("/a", FileLocation(At("/a"), none).Text()) << "a null name gives the parent";
+    EXPECT_STREQ("/a", FileLocation(At("/a"), none).Text()) << "a null name returns the parent";
     EXPECT_TRUE(FileLocation(nowhere, none).IsEmpty());
-    // A name that was not validated is not validated here either.
+    // A FileName is not validated again.
     EXPECT_STREQ("/a", FileLocation(At("/a"), FileName()).Text());
     FileName unchecked;
     unchecked.SafeSet("b/c", 3);
     EXPECT_STREQ("/a/b/c", FileLocation(At("/a"), unchecked).Text());
 }
 
-TEST(FileLocationTest, ChildAndSibling) {
+TEST(FileLocationTest, ReturnsChildAndSibling) {
     EXPECT_STREQ("/a/b", At("/a").Child(At("/x/b").Name()).Text());
     EXPECT_STREQ("//b", At("/a").Sibling(FileName("b")).Text());
     EXPECT_STREQ("/a/c", At("/a/b").Sibling(FileName("c")).Text());
@@ -207,7 +208,7 @@ TEST(FileLocationTest, EndsAtTheFirstNul) {
     EXPECT_TRUE(Full(Bytes("\0/b")).IsEmpty());
 }
 
-// Deliberate: the length counts a slash that was not written, until a copy measures the text.
+// Deliberate: the length includes a slash that is not written. A copy has the length of its text.
 TEST(FileLocationTest, NameWithALeadingSlashStoresALengthOneTooLong) {
     for (std::size_t length : {1, 100, 123, 124, 125, 126, 127, 128, 255}) {
         std::string const name = '/' + std::string(length, 'n');
@@ -225,8 +226,8 @@ TEST(FileLocationTest, NameWithALeadingSlashStoresALengthOneTooLong) {
     }
 }
 
-// Deliberate: not even a shorter length does anything.
-TEST(FileLocationTest, LeavesItsOwnTextFromTheStartAsItIs) {
+// Deliberate: a shorter length has no effect either.
+TEST(FileLocationTest, SetFromTheStartOfItsOwnTextHasNoEffect) {
     for (std::string const& path : {std::string("/a/b"), "/a/" + std::string(200, 'b')}) {
         Location location = Full(path);
         location.SetFullPathName(location.Text(), 2);
@@ -284,7 +285,7 @@ TEST(FileLocationTest, GrowsAndShrinks) {
     }
 }
 
-TEST(FileLocationTest, AllocatesOneBlockFor128BytesAndMore) {
+TEST(FileLocationTest, AllocatesOneBlockForPathsFrom128Bytes) {
     std::string const longestInside = '/' + std::string(124, 'p') + "/x";
     EXPECT_EQ(0u, AllocationsOf([&] {
                   FileLocation const location = Full(longestInside);
@@ -318,7 +319,7 @@ TEST(FileLocationTest, FailedAllocationLeavesTheLocationAsItWas) {
     EXPECT_EQ("/before/" + path, location.Text());
 }
 
-// Cut to 32 bits, three bytes would be left.
+// Truncated to 32 bits, the length would be 3.
 TEST(FileLocationTest, RejectsTextsBeyond32Bits) {
     ZeroBytes const zeros(fourGiB + 3);
     if (zeros.WhyNot() != nullptr)
@@ -331,13 +332,13 @@ TEST(FileLocationTest, RejectsTextsBeyond32Bits) {
     EXPECT_THROW(FileLocation(At("/a"), zeros.Bytes()), IllegalFileNameLength);
     Location location = Full("/before");
     EXPECT_THROW(location.Set(Full("/parent"), zeros.Bytes()), std::length_error);
-    // With the parent's two bytes and the slash it is one too long.
+    // With the two bytes of the parent and the slash, the length exceeds the limit by one.
     EXPECT_THROW(location.Set(Full("/p"), first(fourGiB - 3)), std::length_error);
     EXPECT_STREQ("/before", location.Text());
 }
 
-// The block of the longest path is requested, with its NUL, and refused.
-TEST(FileLocationTest, MeasuresTheLongestPathIn64Bits) {
+// The allocation of the longest path and its NUL is attempted, and fails.
+TEST(FileLocationTest, ComputesTheLengthOfTheLongestPathIn64Bits) {
     ZeroBytes const zeros(fourGiB);
     if (zeros.WhyNot() != nullptr)
         GTEST_SKIP() << zeros.WhyNot();

@@ -31,7 +31,7 @@ protected:
         return MakeString(loop.Item().Location().Name().Bytes());
     }
 
-    // The names from the present entry on.
+    // The names from the current entry on.
     static Strings Names(Loop& loop) {
         Strings names;
         for (; loop.HasItem(); ++loop)
@@ -52,7 +52,7 @@ protected:
     FileLocation const here = At(directory.path());
 };
 
-TEST_F(FileLoopTest, IsEmptyUntilStart) {
+TEST_F(FileLoopTest, IsEmptyBeforeStart) {
     Loop loop;
     EXPECT_FALSE(loop.HasItem());
     EXPECT_TRUE(loop.Item().IsNothingThere());
@@ -63,26 +63,26 @@ TEST_F(FileLoopTest, IsEmptyUntilStart) {
     EXPECT_TRUE(std::has_virtual_destructor_v<Loop>);
 }
 
-TEST_F(FileLoopTest, ErrorsAreNoFileIOErrors) {
+TEST_F(FileLoopTest, LoopErrorsDoNotDeriveFromFileIOError) {
     EXPECT_TRUE((std::is_base_of_v<DebuggableException, Loop::Error>));
     EXPECT_TRUE((std::is_base_of_v<Loop::Error, Loop::InvalidIteratorPosition>));
     EXPECT_FALSE((std::is_base_of_v<FileIOError, Loop::Error>));
     EXPECT_STREQ(Loop::Error().what(), "N12UnixPlatform8FileLoop5ErrorE");
 }
 
-TEST_F(FileLoopTest, DeliversEntriesInTheOrderOfTheLocale) {
+TEST_F(FileLoopTest, ReturnsEntriesInTheOrderOfTheLocale) {
     ASSERT_STREQ(std::setlocale(LC_COLLATE, nullptr), "C");
     std::string const longest(255, 'y');
     Make({"a", "B", "\xC3\xA4", "_", "10", "9", "aa", "a b", "...", "A", ".x", "..y", longest});
     EXPECT_THAT(NamesOf(nullptr), ElementsAre("...", "..y", ".x", "10", "9", "A", "B", "_", "a",
                                               "a b", "aa", longest, "\xC3\xA4"));
     EXPECT_EQ(NamesOf("*"), NamesOf(nullptr));
-    EXPECT_THAT(NamesOf(".*"), ElementsAre("...", "..y", ".x")) << "never \".\" nor \"..\"";
+    EXPECT_THAT(NamesOf(".*"), ElementsAre("...", "..y", ".x")) << "neither \".\" nor \"..\"";
     EXPECT_THAT(NamesOf("."), IsEmpty());
     EXPECT_THAT(NamesOf(".."), IsEmpty());
 }
 
-TEST_F(FileLoopTest, ItemsHaveTheLocationAndWhatIsThere) {
+TEST_F(FileLoopTest, ItemsHaveTheirLocationAndStatus) {
     Make({"file"});
     fs::create_directory(directory / "sub");
     Loop loop(here, false, nullptr);
@@ -95,13 +95,13 @@ TEST_F(FileLoopTest, ItemsHaveTheLocationAndWhatIsThere) {
     EXPECT_STREQ(root.Item().Location().Text(), "//proc");
 }
 
-TEST_F(FileLoopTest, WildcardSelectsWhatItMatches) {
+TEST_F(FileLoopTest, WildcardSelectsMatchingNames) {
     Make({"a.txt", "b.txt", "c.TXT", "txt", "d.txt.bak"});
     EXPECT_THAT(NamesOf("*.txt"), ElementsAre("a.txt", "b.txt"));
     EXPECT_THAT(NamesOf("?.*"), ElementsAre("a.txt", "b.txt", "c.TXT", "d.txt.bak"));
     EXPECT_THAT(NamesOf("txt"), ElementsAre("txt"));
     EXPECT_THAT(NamesOf("*.doc"), IsEmpty());
-    EXPECT_THAT(NamesOf(""), IsEmpty()) << "a pattern too, which no name matches";
+    EXPECT_THAT(NamesOf(""), IsEmpty()) << "no name matches the empty pattern";
     FileLoop loop(here, nullptr, false);
     EXPECT_EQ(Names(loop).size(), 5u);
     loop.Start(here, "?xt", false);
@@ -110,12 +110,13 @@ TEST_F(FileLoopTest, WildcardSelectsWhatItMatches) {
     EXPECT_THAT(Names(loop), ElementsAre("d.txt.bak"));
 }
 
-TEST_F(FileLoopTest, TypeStandsForItsExtension) {
+TEST_F(FileLoopTest, TypeSelectsItsExtension) {
     Make({"a.htm", "b.html", "c.txt", "d.HTM", "e.htm.txt", "XVeskaClientUI", "myXVeskaClientUI"});
     EXPECT_THAT(NamesOf(AdviceFileTypes::HTML()), ElementsAre("a.htm"));
     EXPECT_THAT(NamesOf(AdviceFileTypes::Text()), ElementsAre("c.txt", "e.htm.txt"));
     EXPECT_THAT(NamesOf(AdviceFileTypes::Log()), IsEmpty());
-    // Deliberate: three types have the empty extension, and one has the name of a program.
+    // Deliberate: three types have the empty extension. The extension of one type is the name of a
+    // program.
     for (TarvikFileType type :
          {AdviceFileTypes::Site(), AdviceFileTypes::Preferences(), AdviceFileTypes::Profile()})
         EXPECT_EQ(NamesOf(type).size(), 7u);
@@ -128,7 +129,7 @@ TEST_F(FileLoopTest, TypeStandsForItsExtension) {
     EXPECT_EQ(NotFound("f.txt"), Thrown([&] { NamesOf(AdviceFileTypes::Text()); }));
 }
 
-TEST_F(FileLoopTest, DirectoryThatCannotBeListedIsAnEmptyLoop) {
+TEST_F(FileLoopTest, UnreadableDirectoryIsAnEmptyLoop) {
     Make({"file"});
     fs::create_directory(directory / "empty");
     for (FileLocation const& where :
@@ -144,7 +145,7 @@ TEST_F(FileLoopTest, DirectoryThatCannotBeListedIsAnEmptyLoop) {
     });
 }
 
-TEST_F(FileLoopTest, ReportsEntriesThatMayNotBeExamined) {
+TEST_F(FileLoopTest, ReportsEntriesThatCannotBeExamined) {
     Sandbox::Run([&] {
         Make({"a", "b"});
         fs::permissions(directory.path(), fs::perms(0444));
@@ -158,7 +159,7 @@ TEST_F(FileLoopTest, ReportsEntriesThatMayNotBeExamined) {
     });
 }
 
-TEST_F(FileLoopTest, DeliversABrokenLinkIfToleratedAndReportsItOtherwise) {
+TEST_F(FileLoopTest, ReportsADanglingLinkUnlessTolerated) {
     Make({"a", "c"});
     MakeBroken("b");
     EXPECT_THAT(NamesOf(nullptr), ElementsAre("a", "b", "c"));
@@ -171,7 +172,7 @@ TEST_F(FileLoopTest, DeliversABrokenLinkIfToleratedAndReportsItOtherwise) {
 }
 
 // Deliberate: the last argument is ignored.
-TEST_F(FileLoopTest, PortableLoopReportsEveryBrokenLink) {
+TEST_F(FileLoopTest, PortableLoopReportsEveryDanglingLink) {
     MakeBroken("a");
     Make({"b"});
     for (bool ignored : {false, true}) {
@@ -185,7 +186,7 @@ TEST_F(FileLoopTest, PortableLoopReportsEveryBrokenLink) {
     }
 }
 
-TEST_F(FileLoopTest, FailedStartKeepsTheListButAFailedInitDoesNot) {
+TEST_F(FileLoopTest, FailedStartKeepsTheListAndFailedInitReleasesIt) {
     Make({"b"});
     MakeBroken("a");
     Loop loop;
@@ -197,17 +198,17 @@ TEST_F(FileLoopTest, FailedStartKeepsTheListButAFailedInitDoesNot) {
     EXPECT_TRUE(loop.HasItem());
 }
 
-TEST_F(FileLoopTest, ListIsThatOfTheStart) {
+TEST_F(FileLoopTest, ListIsReadAtStart) {
     Make({"a", "b", "d"});
     Loop loop(here, true, nullptr);
     fs::remove(directory / "b");
     Make({"c"});
     EXPECT_EQ(NotFound("b"), Thrown([&] { ++loop; }));
     EXPECT_TRUE(loop.Item().IsNothingThere());
-    EXPECT_EQ(NameOf(++loop), "d") << "c came too late";
+    EXPECT_EQ(NameOf(++loop), "d") << "c was created after the start";
     EXPECT_FALSE((++loop).HasItem());
     EXPECT_FALSE((++loop).HasItem());
-    EXPECT_EQ(NameOf(loop), "d") << "the item stays that of the last entry";
+    EXPECT_EQ(NameOf(loop), "d") << "the item keeps the last entry";
 }
 
 TEST_F(FileLoopTest, NewStartReplacesTheList) {
@@ -224,7 +225,8 @@ TEST_F(FileLoopTest, NewStartReplacesTheList) {
 
 TEST_F(FileLoopTest, ReleasesItsListAtItsEndOrInTheDestructor) {
     Make({"a", "b", "c"});
-    // By name, as the list has to be; what deletes release is left out.
+    // Counts only calls of free(), which release the list; memory that delete releases is not
+    // counted.
     auto const freed = [counter = AllocationCounter()] {
         return SystemCalls::Freed() - counter.Releases();
     };
@@ -239,10 +241,10 @@ TEST_F(FileLoopTest, ReleasesItsListAtItsEndOrInTheDestructor) {
     }
     EXPECT_EQ(freed() - atFirst, 5u);
     { Loop const loop(here, false, nullptr); }
-    EXPECT_EQ(freed() - atFirst, 10u) << "the destructor releases what is left";
+    EXPECT_EQ(freed() - atFirst, 10u) << "the destructor releases the remaining entries";
 }
 
-TEST_F(FileLoopTest, SelectorChoosesTheEntries) {
+TEST_F(FileLoopTest, SelectorFiltersTheEntries) {
     Make({"a", "bb", "c"});
     Loop loop(here, false, nullptr);
     loop.DoScanDirectory(
@@ -253,12 +255,12 @@ TEST_F(FileLoopTest, SelectorChoosesTheEntries) {
     EXPECT_THAT(Names(loop), ElementsAre("a", "c"));
     loop.BuildNameList([](dirent const*) { return 1; }, nullptr);
     EXPECT_EQ("IllegalFileNameReserved", Thrown([&] { loop.SetLoopItem(false); }));
-    EXPECT_TRUE(loop.HasItem()) << "it stays on the entry";
+    EXPECT_TRUE(loop.HasItem()) << "the loop stays on the entry";
     EXPECT_EQ("IllegalFileNameReserved", Thrown([&] { ++loop; }));
     EXPECT_EQ(NameOf(++loop), "a");
 }
 
-TEST_F(FileLoopTest, ShortPathsAreMadeWithoutAllocation) {
+TEST_F(FileLoopTest, ShortPathsNeedNoAllocation) {
     Make({"a", "b", "c-23-bytes-long-name..."});
     Loop loop(here, false, nullptr);
     EXPECT_EQ(AllocationsOf([&] { ++loop; }), 0u);
@@ -266,7 +268,7 @@ TEST_F(FileLoopTest, ShortPathsAreMadeWithoutAllocation) {
     EXPECT_EQ(NameOf(loop), "c-23-bytes-long-name...");
 }
 
-TEST_F(FileLoopTest, WithoutMemoryForTheListItThrowsAndIsEmpty) {
+TEST_F(FileLoopTest, FailedAllocationOfTheListThrowsAndLeavesItEmpty) {
     Make({"a", "b"});
     Loop loop(here, false, nullptr);
     SystemCalls::FailMalloc();
@@ -276,7 +278,7 @@ TEST_F(FileLoopTest, WithoutMemoryForTheListItThrowsAndIsEmpty) {
     EXPECT_TRUE(loop.HasItem());
 }
 
-TEST_F(FileLoopTest, EndHasNoEntryToReturn) {
+TEST_F(FileLoopTest, DereferenceAtTheEndThrows) {
     Make({"a"});
     std::string const invalid = "UnixPlatform::FileLoop::InvalidIteratorPosition";
     FileLoop loop(here, nullptr, false);
@@ -287,7 +289,7 @@ TEST_F(FileLoopTest, EndHasNoEntryToReturn) {
     EXPECT_EQ(invalid, Thrown([] { *FileLoop(); }));
 }
 
-TEST_F(FileLoopTest, ReturnedItemStaysAcrossAStepUntilTheNextUse) {
+TEST_F(FileLoopTest, ReturnedItemIsValidUntilTheNextUseOfTheLoop) {
     Make({"a", "b"});
     FileLoop loop(here, nullptr, false);
     FileItem const& item = *loop;
@@ -296,7 +298,7 @@ TEST_F(FileLoopTest, ReturnedItemStaysAcrossAStepUntilTheNextUse) {
     EXPECT_EQ(loop.operator->(), &item);
     EXPECT_EQ(Text(item.Location()), directory / "b");
     ++loop;
-    EXPECT_EQ(Text(item.Location()), directory / "b") << "also behind the end";
+    EXPECT_EQ(Text(item.Location()), directory / "b") << "also at the end";
 }
 
 } // namespace

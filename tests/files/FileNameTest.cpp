@@ -22,14 +22,14 @@ Name Combined(std::string const& first, std::string const& second) {
                               static_cast<unsigned int>(second.size()));
 }
 
-// The name that is made, or what is thrown.
+// The resulting name, or the description of the exception.
 std::string Result(std::function<Name()> const& make) {
     std::string text;
     std::string const thrown = Thrown([&] { text = TextOf(make()); });
     return thrown == "nothing" ? text : thrown;
 }
 
-TEST(FileNameTest, IsEmptyByDefaultAndTheSameAtBothLevels) {
+TEST(FileNameTest, DefaultNameIsEmptyAtBothLevels) {
     EXPECT_TRUE(Name().IsEmpty());
     EXPECT_EQ(0u, Name().Length());
     EXPECT_STREQ("", Name().Text());
@@ -47,7 +47,7 @@ TEST(FileNameTest, AcceptsEveryLengthFrom1To255) {
     }
 }
 
-// The length is tested before the bytes.
+// The length is validated before the bytes.
 TEST(FileNameTest, RejectsAnEmptyOrTooLongName) {
     for (std::string const& text :
          {std::string(), std::string(256, 'n'), std::string(255, 'n') + '/'}) {
@@ -64,8 +64,8 @@ TEST(FileNameTest, RejectsAnEmptyOrTooLongName) {
     EXPECT_THROW(Name(""), IllegalFileNameLength);
 }
 
-// Cut to 32 bits, three bytes would be left.
-TEST(FileNameTest, DoesNotCutALengthTo32Bits) {
+// Truncated to 32 bits, the length would be 3.
+TEST(FileNameTest, RejectsLengthsBeyond32Bits) {
     ZeroBytes const zeros((std::size_t{1} << 32) + 3);
     if (zeros.WhyNot() != nullptr)
         GTEST_SKIP() << zeros.WhyNot();
@@ -106,7 +106,7 @@ TEST(FileNameTest, RejectedNameHasTheNewLengthAndTheBytesUpToTheSlash) {
     }
 }
 
-TEST(FileNameTest, ErrorsNameThemselvesAndShareNoBase) {
+TEST(FileNameTest, ErrorsHaveTheirClassNameAndNoCommonBase) {
     static_assert(!std::is_base_of_v<IllegalFileName, IllegalFileNameLength>);
     static_assert(!std::is_base_of_v<IllegalFileName, IllegalFileNameReserved>);
     static_assert(!std::is_base_of_v<IllegalFileName, ExtensionDoesNotMatch>);
@@ -119,7 +119,7 @@ TEST(FileNameTest, ErrorsNameThemselvesAndShareNoBase) {
     EXPECT_STREQ("18PrefixDoesNotMatch", PrefixDoesNotMatch().what());
 }
 
-TEST(FileNameTest, AllocatesOneBlockFor24BytesAndMore) {
+TEST(FileNameTest, AllocatesOneBlockForNamesFrom24Bytes) {
     std::string const longestInside(23, 'n');
     EXPECT_EQ(0u, AllocationsOf([&] {
                   Name const name = Made(longestInside);
@@ -166,7 +166,7 @@ TEST(FileNameTest, GrowsAndShrinks) {
     }
 }
 
-TEST(FileNameTest, SafeSetTestsNothing) {
+TEST(FileNameTest, SafeSetDoesNotValidate) {
     Name name("before");
     for (std::string const& text : {std::string(), std::string("."), std::string(".."),
                                     std::string("a/b"), std::string(1'000, '/')}) {
@@ -197,8 +197,8 @@ TEST(FileNameTest, CanBeSetFromAPartOfItself) {
     EXPECT_EQ(std::string(100, 'n'), TextOf(name));
 }
 
-// Deliberate: one byte less than Set takes, and another exception.
-TEST(FileNameTest, CombinesUpTo254BytesWithoutATest) {
+// Deliberate: the limit is one byte less than that of Set, and the exception is another one.
+TEST(FileNameTest, CombinesUpTo254BytesWithoutOtherValidation) {
     std::string const first(100, 'a');
     EXPECT_EQ(first + std::string(154, 'b'), TextOf(Combined(first, std::string(154, 'b'))));
     EXPECT_EQ(254u, Combined("", std::string(254, 'b')).Length());
@@ -247,15 +247,16 @@ TEST(FileNameTest, HasPrefixesAndSuffixes) {
     }
     EXPECT_TRUE(Name().HasPrefix("", true) && Name().HasSuffix("", false));
     EXPECT_FALSE(Name().HasPrefix("a", true));
-    EXPECT_FALSE(Name("\xE9").HasSuffix("\xC9", true)) << "only letters of ASCII have a case";
+    EXPECT_FALSE(Name("\xE9").HasSuffix("\xC9", true))
+        << "only ASCII letters are compared case-insensitively";
     EXPECT_FALSE(Name("a@").HasSuffix("`", true));
 }
 
-TEST(FileNameTest, ExtensionHasADotInItOrInFrontOfIt) {
+TEST(FileNameTest, ExtensionIncludesOrExcludesItsDot) {
     struct Case {
         std::string name, extension;
         bool ignoresCase;
-        // What stands in front of the extension.
+        // The part before the extension.
         std::string before;
     };
     std::string const none = "ExtensionDoesNotMatch";
@@ -307,7 +308,7 @@ TEST(FileNameTest, BaseNameEndsAtTheLastDot) {
     EXPECT_EQ("", TextOf(Name().BaseName()));
 }
 
-TEST(FileNameTest, PrefixDigitsAreThoseAtTheStart) {
+TEST(FileNameTest, PrefixDigitsAreTheLeadingDigits) {
     EXPECT_EQ("123", TextOf(Name("123abc").PrefixDigits()));
     EXPECT_EQ("0", TextOf(Name("0").PrefixDigits()));
     EXPECT_EQ("9876543210", TextOf(Name("9876543210.1").PrefixDigits()));
@@ -319,7 +320,7 @@ TEST(FileNameTest, PrefixDigitsAreThoseAtTheStart) {
     EXPECT_THROW(Name().PrefixDigits(), IllegalFileName);
 }
 
-TEST(FileNameTest, MatchesWildCardsWithItsWholeText) {
+TEST(FileNameTest, WildcardMatchesTheWholeName) {
     for (char const* pattern : {"a*", "a?c", "abc"})
         EXPECT_TRUE(Name("abc").MatchesWildCard(pattern)) << pattern;
     for (char const* pattern : {"a?", "", "ABC", "*d"})

@@ -24,7 +24,7 @@ void ForceDirectoryAt(FileLocation const& where) { ForceDirectoryExistence(where
 constexpr void (*creations[])(FileLocation const&) = {MakeFileAt, MakeDirectoryAt,
                                                       ForceDirectoryAt};
 
-TEST_F(FileOperationsTest, AllButTwoRefuseAnEmptyLocation) {
+TEST_F(FileOperationsTest, AllButTwoOperationsRejectAnEmptyLocation) {
     MakeEntry(file, "file");
     FileLocation const there = At(file);
     for (auto const& call : std::vector<std::function<void()>>{
@@ -54,7 +54,7 @@ TEST_F(FileOperationsTest, AllButTwoRefuseAnEmptyLocation) {
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
 
-TEST_F(FileOperationsTest, PlatformRefusesAnEmptyLocationInManyWays) {
+TEST_F(FileOperationsTest, PlatformErrorsForAnEmptyLocationDiffer) {
     MakeEntry(file, "file");
     UnixPlatform::FileLocation const there = At(file);
     UnixPlatform::FileLocation const missing = Here("x");
@@ -86,28 +86,28 @@ TEST_F(FileOperationsTest, PlatformRefusesAnEmptyLocationInManyWays) {
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
 
-TEST_F(FileOperationsTest, NewFileIsEmptyAndHasItsPermissions) {
+TEST_F(FileOperationsTest, NewFileIsEmptyAndHasTheRequestedPermissions) {
     for (auto [mask, mode] : {std::pair(0u, 0666u), {022u, 0644u}, {077u, 0600u}, {0777u, 0u}}) {
         Umask const umask(mask);
         std::string const name = "file" + std::to_string(mask);
         CreateFile(Here(name), FileCreatingInfo{0666});
         EXPECT_EQ(DescribeEntry(directory / name), "file ");
-        EXPECT_EQ(ModeOf(directory / name), mode) << "the umask alone decides";
+        EXPECT_EQ(ModeOf(directory / name), mode) << "only the umask changes the mode";
     }
     Umask const umask(0777);
     for (mode_t const mode : {0u, 0400u, 0644u, 0667u, 0777u, 07777u}) {
         std::string const name = "file of mode " + std::to_string(mode);
         CreateFile(Here(name), FileCreatingInfo{mode});
-        EXPECT_EQ(ModeOf(directory / name), mode) << "whatever the umask";
+        EXPECT_EQ(ModeOf(directory / name), mode) << "independent of the umask";
     }
     SystemCalls calls;
     calls.Fail("chmod", EPERM);
     EXPECT_EQ("FilePermissionError EPERM" + On(file),
               Thrown([&] { CreateFile(At(file), FileCreatingInfo{0600}); }));
-    EXPECT_EQ(DescribeEntry(file), "file ") << "the file stays";
+    EXPECT_EQ(DescribeEntry(file), "file ") << "an existing file is kept";
 }
 
-TEST_F(FileOperationsTest, NewDirectoryHasItsPermissionsLessTheUmask) {
+TEST_F(FileOperationsTest, NewDirectoryHasPermissionsReducedByTheUmask) {
     for (auto [mask, wanted, mode] :
          {std::tuple(0u, 0777u, 0777u), {022u, 0777u, 0755u}, {077u, 0750u, 0700u}, {0u, 0u, 0u}}) {
         Umask const umask(mask);
@@ -123,7 +123,7 @@ TEST_F(FileOperationsTest, NewDirectoryHasItsPermissionsLessTheUmask) {
     EXPECT_EQ(DescribeEntry(directory / "app"), "directory");
 }
 
-TEST_F(FileOperationsTest, CreationRefusesWhateverIsThere) {
+TEST_F(FileOperationsTest, CreationFailsIfTheEntryExists) {
     ForEach(everyKind, [&](std::string const& kind) {
         ExpectRefused("FileFoundError", kind, MakeFileAt);
         ExpectRefused("DirectoryFoundError", kind, MakeDirectoryAt);
@@ -140,8 +140,8 @@ TEST_F(FileOperationsTest, CreationRefusesWhateverIsThere) {
     });
 }
 
-// The class for a full disk is for those alone that write.
-TEST_F(FileOperationsTest, CreationThatTheSystemRefusesHasItsReason) {
+// Only functions that write throw the class for a full disk.
+TEST_F(FileOperationsTest, FailedCreationReportsTheErrorOfTheSystem) {
     MakeEntry(file, "file");
     for (auto const& create : creations) {
         ExpectRefused("FileNotFoundError ENOENT", "a/b", create);
@@ -163,8 +163,8 @@ TEST_F(FileOperationsTest, CreationThatTheSystemRefusesHasItsReason) {
     });
 }
 
-// Another process is quicker, between the test and the act.
-TEST_F(FileOperationsTest, ChangeMeanwhileIsLeftToTheSystem) {
+// Another process creates or removes the entry between the check and the operation.
+TEST_F(FileOperationsTest, RaceWithAnotherProcessReportsTheErrorOfTheSystem) {
     SystemCalls calls;
     for (auto const& create : {MakeDirectoryAt, ForceDirectoryAt}) {
         calls.Before("mkdir", [&] { fs::create_directory(file); });
@@ -177,19 +177,19 @@ TEST_F(FileOperationsTest, ChangeMeanwhileIsLeftToTheSystem) {
         EXPECT_EQ("FileNotFoundError ENOENT" + On(file),
                   Thrown([&] { ForceNonexistence(At(file)); }));
     }
-    // Deliberate: a rename is refused silently for this reason too.
+    // Deliberate: a failed rename is ignored in this case too.
     MakeEntry(file, "file");
     calls.Before("rename", [&] { fs::remove(file); });
     EXPECT_NO_THROW(MoveFile(At(file), Here("to")));
     EXPECT_EQ(Everything(), Tree());
 }
 
-// Deliberate: ForceNonexistence leaves what is neither a regular file nor a directory.
-TEST_F(FileOperationsTest, EachDeletionRemovesItsKinds) {
+// Deliberate: ForceNonexistence keeps entries that are neither regular files nor directories.
+TEST_F(FileOperationsTest, EachDeletionRemovesOnlyItsKindsOfEntries) {
     std::string const removed = "removed";
     std::string const notEmpty = "FileIOError ENOTEMPTY";
     std::string const noDirectory = "DirectoryNotFoundError";
-    std::string const linkIsNone = "DirectoryNotFoundError ENOTDIR"; // By the system.
+    std::string const linkIsNone = "DirectoryNotFoundError ENOTDIR"; // An error of the system.
     struct Case {
         std::string kind, deleteFile, deleteDirectory, forceNonexistence;
     };
@@ -200,8 +200,8 @@ TEST_F(FileOperationsTest, EachDeletionRemovesItsKinds) {
                            {"link to file", removed, noDirectory, removed},
                            {"link to directory", removed, linkIsNone, linkIsNone},
                            {"link to socket", removed, noDirectory, "nothing"},
-                           {"broken link", removed, noDirectory, "nothing"},
-                           {"fifo", removed, noDirectory, "nothing"},
+                           {"dangling link", removed, noDirectory, "nothing"},
+                           {"FIFO", removed, noDirectory, "nothing"},
                            {"socket", removed, noDirectory, "nothing"}})
         for (auto const& [remove, expected] :
              std::vector<std::pair<void (*)(FileLocation const&), std::string>>{
@@ -217,7 +217,7 @@ TEST_F(FileOperationsTest, EachDeletionRemovesItsKinds) {
                       Thrown([&run = remove, &path] { run(At(path)); }));
             if (expected == removed)
                 tree.erase(entry.kind);
-            EXPECT_EQ(Everything(), tree) << "the target of a link stays";
+            EXPECT_EQ(Everything(), tree) << "the target of a link is kept";
             Clear();
         }
     ExpectRefused(noDirectory, "missing", DeleteDirectory);
@@ -225,7 +225,7 @@ TEST_F(FileOperationsTest, EachDeletionRemovesItsKinds) {
     EXPECT_NO_THROW(ForceNonexistence(Here("missing")));
 }
 
-TEST_F(FileOperationsTest, ForceNonexistenceLeavesADevice) {
+TEST_F(FileOperationsTest, ForceNonexistenceKeepsADevice) {
     OnDisk({}, [](SmallFileSystem& disk) {
         std::string const device = disk / "device";
         if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
@@ -237,7 +237,7 @@ TEST_F(FileOperationsTest, ForceNonexistenceLeavesADevice) {
     });
 }
 
-TEST_F(FileOperationsTest, DeletionThatTheSystemRefusesHasItsReason) {
+TEST_F(FileOperationsTest, FailedDeletionReportsTheErrorOfTheSystem) {
     MakeEntry(file, "file");
     ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/x", DeleteFile);
     ExpectMapped(

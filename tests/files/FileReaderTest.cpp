@@ -22,7 +22,7 @@ protected:
         reader.Start(status, position);
     }
 
-    // What a transfer to a range and one to a buffer throw.
+    // The exceptions of a transfer to a range and of one to a buffer.
     void ExpectBothThrow(std::string const& expected) {
         Buffer buffer(Data(bytes, 20));
         EXPECT_EQ(expected, Thrown([&] { reader >> buffer; }));
@@ -52,7 +52,7 @@ TEST_F(FileReaderTest, IsASourceForThePipelines) {
     EXPECT_EQ(SlotOf<DataReader& (FileReader::*)(Data)>(&FileReader::operator>>), 5u);
 }
 
-TEST_F(FileReaderTest, UnfinishedIsTheNegationOfTheVirtualFinished) {
+TEST_F(FileReaderTest, UnfinishedNegatesTheVirtualFinished) {
     FileReader source(path, 10);
     EXPECT_TRUE(source.Finished());
     EXPECT_FALSE(source.Unfinished());
@@ -72,7 +72,7 @@ TEST_F(FileReaderTest, NeedsAnOpenPath) {
     EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { reader.Start(path, 0); }));
 }
 
-TEST_F(FileReaderTest, StartKeepsPositionAndLength) {
+TEST_F(FileReaderTest, StartKeepsPositionAndKnownLength) {
     reader.Start(path, 3);
     EXPECT_EQ(reader.Position(), 3u);
     EXPECT_EQ(reader.LengthAtStart(), 10u);
@@ -80,11 +80,11 @@ TEST_F(FileReaderTest, StartKeepsPositionAndLength) {
     EXPECT_EQ(reader.LengthAtStart(), 10u);
 }
 
-TEST_F(FileReaderTest, IsFinishedAtTheLengthThatTheFileHasNow) {
+TEST_F(FileReaderTest, IsFinishedAtTheCurrentLengthOfTheFile) {
     reader.SetPosition(9);
     SystemCalls calls;
     EXPECT_TRUE(reader.Unfinished());
-    EXPECT_EQ(calls.Count("read"), 0u) << "nothing is read where the length is known";
+    EXPECT_EQ(calls.Count("read"), 0u) << "a known length needs no read";
     for (unsigned long long const position : {10, 11, 1000}) {
         reader.SetPosition(position);
         EXPECT_FALSE(reader.Unfinished());
@@ -107,7 +107,7 @@ TEST_F(FileReaderTest, FillsARangeWithOneReadAtItsPosition) {
     EXPECT_EQ(reader.Position(), 8u);
 }
 
-TEST_F(FileReaderTest, LeavesAnEmptyTargetAlone) {
+TEST_F(FileReaderTest, EmptyTargetMakesNoCall) {
     Buffer full(Data(bytes, 4));
     full.position = full.end;
     SystemCalls calls;
@@ -117,9 +117,9 @@ TEST_F(FileReaderTest, LeavesAnEmptyTargetAlone) {
     EXPECT_EQ(reader.Position(), 0u);
 }
 
-// Deliberate: a file has an error of its own for what other readers call NoMoreData, and a short
-// read is taken for the end of the file.
-TEST_F(FileReaderTest, RangeThatOneReadDoesNotFillIsAnEndOfFileError) {
+// Deliberate: the reader throws EndOfFileError, not NoMoreData as other readers do, and takes a
+// short read for the end of the file.
+TEST_F(FileReaderTest, ShortReadIntoARangeThrowsEndOfFileError) {
     SystemCalls calls;
     calls.Limit("read", 3);
     EXPECT_EQ("EndOfFileError EMSGSIZE" + on, Thrown([&] { reader >> Data(bytes, 8); }));
@@ -136,7 +136,7 @@ TEST_F(FileReaderTest, RangeThatOneReadDoesNotFillIsAnEndOfFileError) {
     EXPECT_EQ(ConstData(bytes, 2), ConstData("89"));
 }
 
-TEST_F(FileReaderTest, FillsTheRoomOfABufferAsFarAsOneReadDoes) {
+TEST_F(FileReaderTest, EachCallFillsABufferByOneRead) {
     Buffer buffer(Data(bytes, 8));
     buffer.position += 3;
     SystemCalls calls;
@@ -151,7 +151,7 @@ TEST_F(FileReaderTest, FillsTheRoomOfABufferAsFarAsOneReadDoes) {
     EXPECT_EQ(calls.Count("read 5") + calls.Count("read 1"), 2u);
 }
 
-TEST_F(FileReaderTest, BufferGetsNothingAtTheEndAndBeyond) {
+TEST_F(FileReaderTest, BufferStaysEmptyAtAndBeyondTheEnd) {
     Buffer buffer(Data(bytes, 20));
     for (unsigned long long position : {10ULL, 11ULL, 1ULL << 40}) {
         reader.Start(path, position);
@@ -159,7 +159,7 @@ TEST_F(FileReaderTest, BufferGetsNothingAtTheEndAndBeyond) {
         EXPECT_EQ(buffer.Written().Length(), 0u);
         EXPECT_EQ(reader.Position(), position);
     }
-    // Deliberate: a known length is believed though a read returns nothing.
+    // Deliberate: a known length is not corrected if a read returns no bytes.
     reader.Start(path, 0);
     SystemCalls calls;
     calls.Limit("read", 0);
@@ -168,7 +168,7 @@ TEST_F(FileReaderTest, BufferGetsNothingAtTheEndAndBeyond) {
     EXPECT_TRUE(reader.Unfinished());
 }
 
-TEST_F(FileReaderTest, FailureKeepsThePositionAndGoesToTheReadersMapper) {
+TEST_F(FileReaderTest, FailureKeepsThePositionAndIsMappedForReading) {
     for (std::string const call : {"seek", "read"})
         for (int error = 1; error <= EHWPOISON; ++error) {
             SystemCalls calls;
@@ -184,19 +184,19 @@ TEST_F(FileReaderTest, FailureKeepsThePositionAndGoesToTheReadersMapper) {
     ExpectBothThrow("FileIOError EISDIR" + On(directory.path()));
 }
 
-TEST_F(FileReaderTest, ProbesAnUnknownLengthByAByteThatIsNotDelivered) {
+TEST_F(FileReaderTest, ProbesAnUnknownLengthByReadingOneByteAhead) {
     OpenStatus(0);
     EXPECT_EQ(reader.LengthAtStart(), UnixPlatform::FileReadingPath::unknownLength);
     SystemCalls calls;
     EXPECT_TRUE(reader.Unfinished());
     EXPECT_TRUE(reader.Unfinished());
-    EXPECT_EQ(calls.Count("read"), 1u) << "the byte is there already";
+    EXPECT_EQ(calls.Count("read"), 1u) << "the byte has already been read";
     reader >> Data(bytes, 5);
     EXPECT_EQ(ConstData(bytes, 5), ConstData("Name:"));
     EXPECT_TRUE(reader.Unfinished());
-    EXPECT_EQ(calls.Count("read"), 3u) << "the next byte is another";
+    EXPECT_EQ(calls.Count("read"), 3u) << "the next byte needs another read";
     reader.Start(status, 1 << 20);
-    EXPECT_FALSE(reader.Unfinished()) << "the byte is forgotten";
+    EXPECT_FALSE(reader.Unfinished()) << "the byte is discarded";
 }
 
 TEST_F(FileReaderTest, ReadsAFileOfUnknownLengthToItsEnd) {
@@ -210,14 +210,14 @@ TEST_F(FileReaderTest, EndOfAnUnknownLengthIsFinalUntilStart) {
     EXPECT_FALSE(reader.Unfinished());
     SystemCalls calls;
     EXPECT_FALSE(reader.Unfinished());
-    EXPECT_THAT(calls.Log(), IsEmpty()) << "the system is not asked again";
-    reader.SetPosition(0); // Deliberate: the position is all that this sets.
+    EXPECT_THAT(calls.Log(), IsEmpty()) << "no further system call";
+    reader.SetPosition(0); // Deliberate: the call sets the position only.
     EXPECT_FALSE(reader.Unfinished());
     reader.Start(status, 0);
     EXPECT_TRUE(reader.Unfinished());
 }
 
-TEST_F(FileReaderTest, FailedProbeIsTheEndAndNoFailure) {
+TEST_F(FileReaderTest, FailedProbeCountsAsTheEndOfTheFile) {
     for (std::string const call : {"seek", "read"}) {
         OpenStatus(0);
         SystemCalls calls;

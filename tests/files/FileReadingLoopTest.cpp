@@ -9,7 +9,7 @@ namespace {
 
 class FileReadingLoopTest : public OpenFileTest {
 protected:
-    // The chunks from the first to the last, and what is thrown then.
+    // The chunks in order, and the description of the exception that ends the loop.
     static Strings ChunksOf(FileReadingLoop& loop) {
         Strings chunks;
         std::string const thrown = Thrown([&] {
@@ -49,7 +49,7 @@ protected:
     unsigned char bytes[4] = {};
 };
 
-TEST_F(FileReadingLoopTest, DeliversTheFileInChunksOfTheBuffersSize) {
+TEST_F(FileReadingLoopTest, ReadsTheFileInChunksOfTheBufferSize) {
     FileReadingLoop loop(Data(bytes), path, 0);
     EXPECT_EQ(loop.Remaining(), 10u);
     EXPECT_EQ(loop.Chunk(), ConstData("0123"));
@@ -60,7 +60,7 @@ TEST_F(FileReadingLoopTest, DeliversTheFileInChunksOfTheBuffersSize) {
     EXPECT_EQ(loop.Remaining(), 0u);
 }
 
-TEST_F(FileReadingLoopTest, TakesTheRangeInThreeForms) {
+TEST_F(FileReadingLoopTest, TakesARangeByEachOfThreeOverloads) {
     using Range = ::Range<unsigned long long>;
     EXPECT_THAT(ChunksOfRange(5), ElementsAre("5678", "9"));
     EXPECT_THAT(ChunksOfRange(2, 7), ElementsAre("2345", "6"));
@@ -76,7 +76,7 @@ TEST_F(FileReadingLoopTest, TakesTheRangeInThreeForms) {
     EXPECT_THAT(ChunksOf(loop), ElementsAre("2345", "6"));
 }
 
-TEST_F(FileReadingLoopTest, ReadsNoMoreThanRemains) {
+TEST_F(FileReadingLoopTest, ReadsNoMoreThanTheRemainingBytes) {
     SystemCalls calls;
     EXPECT_THAT(ChunksOfRange(1, 7), ElementsAre("1234", "56"));
     EXPECT_EQ(calls.Count("read 4"), 1u);
@@ -84,7 +84,7 @@ TEST_F(FileReadingLoopTest, ReadsNoMoreThanRemains) {
     EXPECT_EQ(calls.Count("read"), 2u);
 }
 
-TEST_F(FileReadingLoopTest, EmptyRangeReadsNothingAndHasNoChunk) {
+TEST_F(FileReadingLoopTest, EmptyRangeMakesNoReadAndHasNoChunk) {
     FileReadingLoop loop(Data(bytes), path, 0);
     SystemCalls calls;
     for (unsigned long long at : {0, 5, 10, 1000}) {
@@ -99,14 +99,14 @@ TEST_F(FileReadingLoopTest, EmptyRangeReadsNothingAndHasNoChunk) {
     EXPECT_EQ(calls.Count("read"), 0u);
 }
 
-TEST_F(FileReadingLoopTest, RangeBeyondTheFileThrowsBehindTheLastByte) {
+TEST_F(FileReadingLoopTest, RangeBeyondTheFileThrowsAfterTheLastByte) {
     SystemCalls calls;
     FileReadingLoop loop(Data(bytes), path, 3, 12);
     EXPECT_THAT(ChunksOf(loop), ElementsAre("3456", "789", endOfFile));
     EXPECT_EQ(loop.Remaining(), 2u);
     EXPECT_EQ(endOfFile, Thrown([&] { ChunksOfRange(10, 12); }));
     EXPECT_EQ(endOfFile, Thrown([&] { ChunksOfRange(1000, 1001); }));
-    EXPECT_EQ(calls.Count("read"), 2u) << "nothing is read where the length tells the end";
+    EXPECT_EQ(calls.Count("read"), 2u) << "a known length needs no read at the end";
     EXPECT_FALSE((std::is_base_of_v<FileIOError, FileReadingLoopEndOfFileError>));
     EXPECT_TRUE((std::is_base_of_v<DebuggableException, FileReadingLoopEndOfFileError>));
     EXPECT_STREQ(FileReadingLoopEndOfFileError().what(), "29FileReadingLoopEndOfFileError");
@@ -129,14 +129,14 @@ TEST_F(FileReadingLoopTest, ReadsUpToTheLengthAtStart) {
     EXPECT_THAT(ChunksOf(loop), ElementsAre("0123", "45", endOfFile));
 }
 
-TEST_F(FileReadingLoopTest, ShortReadsGiveShortChunks) {
+TEST_F(FileReadingLoopTest, ShortReadsReturnShortChunks) {
     SystemCalls calls;
     calls.Limit("read", 1);
     calls.Limit("read", 3);
     EXPECT_THAT(ChunksOfRange(0), ElementsAre("0", "123", "4567", "89"));
 }
 
-TEST_F(FileReadingLoopTest, ReadOfNoByteIsTheEndOfTheFile) {
+TEST_F(FileReadingLoopTest, ReadOfZeroBytesIsTheEndOfTheFile) {
     SystemCalls calls;
     calls.Limit("read", 0, 1);
     FileReadingLoop loop(Data(bytes), path, 0);
@@ -148,14 +148,14 @@ TEST_F(FileReadingLoopTest, ReadOfNoByteIsTheEndOfTheFile) {
 }
 
 // Deliberate: see the contract.
-TEST_F(FileReadingLoopTest, FileOfUnknownOrTooLongLengthIsDeliveredBeforeTheError) {
+TEST_F(FileReadingLoopTest, UnknownOrExcessiveLengthThrowsAfterTheContent) {
     ExpectWholeContentBeforeTheError("/proc/version");
     if (!fs::exists(fileThatClaimsTooMuch))
         GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
     ExpectWholeContentBeforeTheError(fileThatClaimsTooMuch);
 }
 
-TEST_F(FileReadingLoopTest, FailedReadReachesTheCaller) {
+TEST_F(FileReadingLoopTest, FailedReadThrows) {
     SystemCalls calls;
     calls.Fail("read", EINTR, 1);
     FileReadingLoop loop(Data(bytes), path, 0);
@@ -164,7 +164,7 @@ TEST_F(FileReadingLoopTest, FailedReadReachesTheCaller) {
     EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { loop.Start(path, 0); }));
 }
 
-TEST_F(FileReadingLoopTest, BytesAreIndependentOfTheBuffer) {
+TEST_F(FileReadingLoopTest, BytesAreIndependentOfTheBufferSize) {
     for (unsigned seed = 0; seed < 30; ++seed) {
         std::mt19937 random(seed);
         std::string const text = RandomBytes(random, random() % 500, EveryByte());

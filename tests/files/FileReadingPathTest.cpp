@@ -9,7 +9,7 @@ namespace {
 
 constexpr unsigned long long unknownLength = 0xFFFF'FFFF'FFFF'FFFF;
 
-// Shows the fields.
+// Exposes the fields.
 class ReadingPath : public FileReadingPath {
 public:
     using FileReadingPath::descriptor;
@@ -24,7 +24,7 @@ protected:
     std::string const notFound = "FileNotFoundError ENOENT" + On(directory / "missing");
 };
 
-TEST_F(FileReadingPathTest, HasNothingOpenAtFirst) {
+TEST_F(FileReadingPathTest, DefaultPathIsClosed) {
     ReadingPath const path;
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_FALSE(path.lengthUnknown);
@@ -32,14 +32,14 @@ TEST_F(FileReadingPathTest, HasNothingOpenAtFirst) {
     EXPECT_EQ("FileNotOpenError", Thrown([&] { path.Length(); }));
 }
 
-TEST_F(FileReadingPathTest, IsNotCopiedAndAddsNoField) {
+TEST_F(FileReadingPathTest, IsNotCopyableAndAddsNoField) {
     EXPECT_FALSE(std::is_copy_constructible_v<UnixPlatform::FileReadingPath>);
     EXPECT_FALSE(std::is_copy_assignable_v<UnixPlatform::FileReadingPath>);
     EXPECT_EQ(sizeof(FileReadingPath), sizeof(UnixPlatform::FileReadingPath));
 }
 
-// The first two slots are the destructor's.
-TEST_F(FileReadingPathTest, OnlyOpeningStandsBehindTheDestructor) {
+// The destructor takes the first two slots.
+TEST_F(FileReadingPathTest, OpenIsTheOnlyVirtualFunctionBesideTheDestructor) {
     using UnixPlatform::FileReadingPath;
     EXPECT_EQ(SlotOf(&FileReadingPath::OpenExisting), 2u);
     EXPECT_EQ(SlotOf(&FileReadingPath::Length), notVirtual);
@@ -47,7 +47,7 @@ TEST_F(FileReadingPathTest, OnlyOpeningStandsBehindTheDestructor) {
     EXPECT_EQ(SlotOf(&FileReadingPath::ThrowError), notVirtual);
 }
 
-TEST_F(FileReadingPathTest, OpensForReadingOnlyAndClosesOnExec) {
+TEST_F(FileReadingPathTest, OpensReadOnlyAndCloseOnExec) {
     ReadingPath path;
     SystemCalls calls;
     path.OpenExisting(static_cast<UnixPlatform::FileLocation const&>(file));
@@ -60,7 +60,7 @@ TEST_F(FileReadingPathTest, OpensForReadingOnlyAndClosesOnExec) {
     EXPECT_EQ(FileReadingPath(file).Length(), 10u);
 }
 
-TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndLeavesNothingOpen) {
+TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndStaysClosed) {
     ReadingPath path;
     EXPECT_EQ(notFound, Thrown([&] { path.OpenExisting(missing); }));
     EXPECT_EQ(notFound, Thrown([&] { FileReadingPath{missing}; }));
@@ -73,7 +73,7 @@ TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndLeavesNothingOpen) {
         "open", [&] { FileReadingPath{file}; }, [&](int error) { path.ThrowError(file, error); });
 }
 
-TEST_F(FileReadingPathTest, FileOutOfReachIsAPermissionError) {
+TEST_F(FileReadingPathTest, UnreachableFileThrowsAPermissionError) {
     Sandbox::Run([&] {
         chmod(directory.path().c_str(), 0755);
         chmod(name.c_str(), 0);
@@ -82,7 +82,7 @@ TEST_F(FileReadingPathTest, FileOutOfReachIsAPermissionError) {
     });
 }
 
-TEST_F(FileReadingPathTest, RefusesTheKernelsLogInAnyCase) {
+TEST_F(FileReadingPathTest, RejectsTheKernelLogCaseInsensitively) {
     for (char const* text : {"/proc/kmsg", "/PROC/KMSG", "/Proc/kMsg", "/proc/kmsg/"}) {
         ReadingPath path;
         SystemCalls calls;
@@ -94,18 +94,18 @@ TEST_F(FileReadingPathTest, RefusesTheKernelsLogInAnyCase) {
         EXPECT_STREQ(path.location.Text(), where.Text());
         path.OpenExisting(file);
         EXPECT_THROW(path.OpenExisting(where), FileIOError);
-        EXPECT_EQ(path.Length(), 10u) << "what is open stays open";
+        EXPECT_EQ(path.Length(), 10u) << "the open file stays open";
     }
     for (std::string const text :
          {"//proc/kmsg", "/proc/./kmsg", "/proc/kmsg2", "/proc/kms", "proc/kmsg"}) {
         SystemCalls calls;
-        calls.Fail("open", EIO); // So that the real one is not opened either.
+        calls.Fail("open", EIO); // The real kernel log is not opened either.
         EXPECT_EQ("FileIOError EIO" + On(text), Thrown([&] { FileReadingPath{At(text)}; }));
     }
 }
 
 // Deliberate: see the contract.
-TEST_F(FileReadingPathTest, SecondOpenLosesTheFirstDescriptor) {
+TEST_F(FileReadingPathTest, SecondOpenLeaksTheFirstDescriptor) {
     for (bool const fails : {false, true}) {
         ReadingPath path(file);
         int const first = path.descriptor;
@@ -120,7 +120,7 @@ TEST_F(FileReadingPathTest, SecondOpenLosesTheFirstDescriptor) {
     }
 }
 
-TEST_F(FileReadingPathTest, LengthIsThatOfNowAndKeepsThePosition) {
+TEST_F(FileReadingPathTest, LengthIsTheCurrentOneAndKeepsThePosition) {
     ReadingPath const path(file);
     lseek(path.descriptor, 3, SEEK_SET);
     EXPECT_EQ(path.Length(), 10u);
@@ -139,7 +139,7 @@ TEST_F(FileReadingPathTest, LengthOfAClosedPathNamesTheLastLocation) {
     EXPECT_THAT(calls.Log(), IsEmpty());
 }
 
-TEST_F(FileReadingPathTest, FileThatRefusesToSeekToItsEndHasAnUnknownLength) {
+TEST_F(FileReadingPathTest, FileThatCannotSeekToItsEndHasAnUnknownLength) {
     static_assert(UnixPlatform::FileReadingPath::unknownLength == unknownLength);
     ReadingPath path(At("/proc/self/status"));
     lseek(path.descriptor, 7, SEEK_SET);
@@ -148,14 +148,14 @@ TEST_F(FileReadingPathTest, FileThatRefusesToSeekToItsEndHasAnUnknownLength) {
     EXPECT_EQ(lseek(path.descriptor, 0, SEEK_CUR), 7);
     SystemCalls calls;
     EXPECT_EQ(path.Length(), unknownLength);
-    EXPECT_THAT(calls.Log(), IsEmpty()) << "it stays unknown";
+    EXPECT_THAT(calls.Log(), IsEmpty()) << "the length stays unknown";
     path.Close();
-    EXPECT_EQ(path.Length(), unknownLength) << "also with nothing open";
+    EXPECT_EQ(path.Length(), unknownLength) << "also after closing";
     path.OpenExisting(file);
     EXPECT_EQ(path.Length(), unknownLength) << "also with another file";
 }
 
-TEST_F(FileReadingPathTest, NothingElseMakesALengthUnknown) {
+TEST_F(FileReadingPathTest, OtherFailuresDoNotMakeTheLengthUnknown) {
     SystemCalls calls;
     EXPECT_EQ(FileReadingPath(file).Length(), 10u);
     Strings seeks;
@@ -174,14 +174,14 @@ TEST_F(FileReadingPathTest, NothingElseMakesALengthUnknown) {
 }
 
 TEST_F(FileReadingPathTest, PipeHasNoLength) {
-    MakeEntry(directory / "pipe", "fifo");
+    MakeEntry(directory / "pipe", "FIFO");
     int const other = open((directory / "pipe").c_str(), O_RDWR);
     EXPECT_EQ("FileIOError ESPIPE" + On(directory / "pipe"),
               Thrown([&] { FileReadingPath(Here("pipe")).Length(); }));
     close(other);
 }
 
-TEST_F(FileReadingPathTest, ClosesOnce) {
+TEST_F(FileReadingPathTest, SecondCloseHasNoEffect) {
     ReadingPath path(file);
     path.Close();
     EXPECT_EQ(path.descriptor, -1);
@@ -191,7 +191,7 @@ TEST_F(FileReadingPathTest, ClosesOnce) {
     EXPECT_THAT(calls.Log(), IsEmpty());
 }
 
-TEST_F(FileReadingPathTest, FailedCloseIsReportedAndTheDescriptorIsGone) {
+TEST_F(FileReadingPathTest, FailedCloseIsReportedAndReleasesTheDescriptor) {
     ReadingPath path(file);
     close(path.descriptor);
     EXPECT_EQ("FileIOError EBADF" + on, Thrown([&] { path.Close(); }));
@@ -206,7 +206,7 @@ TEST_F(FileReadingPathTest, FailedCloseIsReportedAndTheDescriptorIsGone) {
     EXPECT_EQ(path.descriptor, -1);
 }
 
-TEST_F(FileReadingPathTest, DestructorClosesAndSwallowsAFailure) {
+TEST_F(FileReadingPathTest, DestructorClosesAndIgnoresAFailure) {
     { FileReadingPath const path(file); }
     EXPECT_THAT(DescriptorsOn(name), IsEmpty());
     SystemCalls calls;

@@ -49,7 +49,7 @@ std::vector<RetriedOperation> const family = {
           [](auto& a, auto&, auto& log) { ForceNonexistenceWithRetry(a, log); }),
 };
 
-// A full directory is refused by every operation as its first location, or a file is.
+// Each operation fails for a full directory as its first location, or for a file.
 TEST_F(FileRetryFamilyTest, EachOperationIsTriedEightTimesAndLoggedByItsName) {
     FileLocation const first = Here("first");
     FileLocation const second = Here("second");
@@ -73,7 +73,7 @@ TEST_F(FileRetryFamilyTest, EachOperationIsTriedEightTimesAndLoggedByItsName) {
     }
 }
 
-TEST_F(FileRetryFamilyTest, NoOperationTriesAnEmptyLocationTwice) {
+TEST_F(FileRetryFamilyTest, NoOperationRetriesAnEmptyLocation) {
     MakeEntry(directory / "file", "file");
     for (RetriedOperation const& operation : family) {
         EXPECT_THROW(operation.run(FileLocation(), Here("file"), log), EmptyFileLocationError);
@@ -84,7 +84,7 @@ TEST_F(FileRetryFamilyTest, NoOperationTriesAnEmptyLocationTwice) {
     ExpectCalm();
 }
 
-TEST_F(FileRetryFamilyTest, EachOperationDoesItsWorkAtOnce) {
+TEST_F(FileRetryFamilyTest, EachOperationSucceedsAtTheFirstAttempt) {
     Umask const umask(02);
     CreateFileWithRetry(Here("a"), FileCreatingInfo{0600}, log);
     CreateDirectoryWithRetry(Here("b"), DirectoryCreatingInfo{0700}, log);
@@ -95,7 +95,7 @@ TEST_F(FileRetryFamilyTest, EachOperationDoesItsWorkAtOnce) {
     EXPECT_EQ(ModeOf(directory / "a"), 0600u);
     EXPECT_EQ(ModeOf(directory / "b"), 0700u);
     EXPECT_EQ(ModeOf(directory / "c"), 0710u);
-    EXPECT_EQ(ModeOf(directory / "d"), 0775u) << "0777 less the umask";
+    EXPECT_EQ(ModeOf(directory / "d"), 0775u) << "0777 reduced by the umask";
     WriteWholeFile(directory / "a", "content");
     CopyFileWithRetry(Here("a"), Here("e"), log);
     ForceCopyFileWithRetry(Here("a"), Here("b"), log);
@@ -108,8 +108,8 @@ TEST_F(FileRetryFamilyTest, EachOperationDoesItsWorkAtOnce) {
     ExpectCalm();
 }
 
-// Deliberate: a refused rename looks like a success.
-TEST_F(FileRetryFamilyTest, RefusedRenameIsNotTriedAgain) {
+// Deliberate: a failed rename is reported as a success.
+TEST_F(FileRetryFamilyTest, FailedRenameIsNotRetried) {
     MakeEntry(directory / "file", "file");
     SystemCalls calls;
     for (auto* const move : {MoveFileWithRetry, ForceMoveFileWithRetry})
@@ -159,8 +159,8 @@ TEST_F(FileRetryFamilyTest, TimeOfAnItemIsLoggedWithACopyOfItsLocation) {
     EXPECT_EQ(FileItem(Here("file")).ModificationTime(), Instant(1'000'000'000));
 }
 
-// Deliberate: nothing ends these two early, not even what ends all others.
-TEST_F(FileRetryFamilyTest, NothingEndsTheAttemptsOfTheTwoMembersAtOnce) {
+// Deliberate: an exception that ends the retries of all other operations does not end these.
+TEST_F(FileRetryFamilyTest, EmptyLocationErrorDoesNotEndTheRetriesOfTwoMembers) {
     MakeEntry(directory / "file", "file");
     FileWritingPath const path(Here("file"));
     FileItem item(Here("file"));

@@ -11,7 +11,7 @@
 
 namespace {
 
-// The operation under retries: runs the test's function with the number of the attempt.
+// An operation to retry: calls the function of the test with the number of the attempt.
 std::function<void(int)> attempt;
 int attempts = 0;
 FileLocation const* givenFirst = nullptr;
@@ -41,7 +41,7 @@ std::function<void(int)> FailingFor(int count) {
 
 class FileRetryTest : public FileTest {
 protected:
-    // What the caller gets.
+    // The exception that the caller receives.
     std::string Run(std::function<void(int)> const& script) {
         attempts = 0;
         log.entries.clear();
@@ -66,7 +66,7 @@ TEST_F(FileRetryTest, LogHasTwoSlotsAndNoDestructor) {
     EXPECT_EQ(SlotOf(&FileRetryLog::LogRetryFailure), 1u);
 }
 
-TEST_F(FileRetryTest, TriesEightTimesWithPausesThatDouble) {
+TEST_F(FileRetryTest, TriesEightTimesAndDoublesThePause) {
     for (int failures = 0; failures <= 8; ++failures) {
         SCOPED_TRACE(failures);
         EXPECT_EQ(failures < 8 ? "nothing" : "FileIOError ENOEXEC", Run(FailingFor(failures)));
@@ -82,7 +82,7 @@ TEST_F(FileRetryTest, TriesEightTimesWithPausesThatDouble) {
     EXPECT_EQ(sleeps.TotalMicroseconds(), 2'032'000u);
 }
 
-TEST_F(FileRetryTest, AnyExceptionIsAReasonToTryAgain) {
+TEST_F(FileRetryTest, RetriesAfterAnyException) {
     auto const expect = [this](std::string const& thrown, std::function<void()> const& fail) {
         EXPECT_EQ(thrown, Run([&](int) { fail(); }));
         EXPECT_EQ(attempts, 8);
@@ -103,13 +103,13 @@ TEST_F(FileRetryTest, AnyExceptionIsAReasonToTryAgain) {
     };
     try {
         RunWithRetry(Scripted, "Scripted", somewhere, log);
-        ADD_FAILURE() << "nothing was thrown";
+        ADD_FAILURE() << "no exception";
     } catch (FileNotFoundError const& error) {
         EXPECT_EQ(&error, last) << "the same object";
     }
 }
 
-TEST_F(FileRetryTest, EmptyLocationEndsTheAttemptsAtOnce) {
+TEST_F(FileRetryTest, EmptyLocationEndsTheRetriesAtOnce) {
     for (int const last : {1, 3, 8}) {
         EXPECT_EQ("EmptyFileLocationError", Run([&](int number) {
                       if (number == last)
@@ -128,8 +128,8 @@ TEST_F(FileRetryTest, EmptyLocationEndsTheAttemptsAtOnce) {
     EXPECT_THAT(log.entries, ElementsAre(success + "2"));
 }
 
-// Deliberate: the operation runs again though it has succeeded.
-TEST_F(FileRetryTest, LogOfSuccessThatThrowsIsAFailedAttempt) {
+// Deliberate: the operation runs again although it succeeded.
+TEST_F(FileRetryTest, ExceptionOfTheSuccessLogIsAFailedAttempt) {
     log.onSuccess = [this] {
         if (log.entries.size() < 3)
             throw FileIOError(ETIME);
@@ -148,7 +148,7 @@ TEST_F(FileRetryTest, LogOfSuccessThatThrowsIsAFailedAttempt) {
     EXPECT_EQ(sleeps.Calls(), allPauses);
 }
 
-TEST_F(FileRetryTest, ExceptionOfTheLogOfFailureReachesTheCaller) {
+TEST_F(FileRetryTest, ExceptionOfTheFailureLogReachesTheCaller) {
     log.onFailure = [] {
         throw EmptyFileLocationError(0);
     };
@@ -157,10 +157,10 @@ TEST_F(FileRetryTest, ExceptionOfTheLogOfFailureReachesTheCaller) {
     log.onFailure = [] {
         EXPECT_EQ("int", Thrown([] { throw 42; }));
     };
-    EXPECT_EQ("FileIOError ENOEXEC", Run(FailingFor(8))) << "unless the log catches it";
+    EXPECT_EQ("FileIOError ENOEXEC", Run(FailingFor(8))) << "the log has caught its own exception";
 }
 
-TEST_F(FileRetryTest, EachFormPassesItsArgumentsOn) {
+TEST_F(FileRetryTest, EachOverloadForwardsItsArguments) {
     DirectoryCreatingInfo const info;
     FileLocation const other = At("/else/where");
     attempt = FailingFor(99);

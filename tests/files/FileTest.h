@@ -1,4 +1,4 @@
-// What most tests of the file layer need: its headers, and a directory to work in.
+// The common includes of the tests of the file layer, and fixtures with a directory.
 #pragma once
 
 #include <cerrno>
@@ -40,7 +40,7 @@ inline FileLocation At(std::string const& path) { return MakeFileLocation(path.c
 
 inline std::string Text(UnixPlatform::FileLocation const& location) { return location.Text(); }
 
-// Runs the body with a file system of its own, open to everybody, in a sandbox.
+// Runs the body in a sandbox with a file system of its own, which all users may write to.
 inline void OnDisk(SmallFileSystemOptions const& options,
                    std::function<void(SmallFileSystem&)> const& body) {
     Sandbox::Run([&] {
@@ -49,13 +49,13 @@ inline void OnDisk(SmallFileSystemOptions const& options,
     });
 }
 
-// Runs the body in a sandbox whose /tmp is empty, and removed at the end.
+// Runs the body in a sandbox whose /tmp is empty at first and discarded at the end.
 inline void WithEmptyTmp(std::function<void()> const& body) {
     Sandbox::Run({.emptyPlaces = {"/tmp"}}, body);
 }
 
-// Expects that each error number of a failing call reaches the mapper, once and unchanged: what the
-// operation throws then is what the mapper throws. A retry of an interrupted call would not throw.
+// Expects that the operation maps each error number of a failing call once and unchanged: it throws
+// the exception that the mapper throws. A retry of an interrupted call would not throw.
 inline void ExpectMapped(std::string const& call, std::function<void()> const& operation,
                          std::function<void(int)> const& mapper, std::size_t skip = 0) {
     for (int error = 1; error <= EHWPOISON; ++error) {
@@ -82,7 +82,7 @@ protected:
     FileLocation Here(std::string const& name) const { return At(directory / name); }
     Tree Everything() const { return DescribeTree(directory.path()); }
 
-    // Expects that the operation throws the error on the entry, and changes nothing.
+    // Expects that the operation throws the error for the entry and changes nothing.
     void ExpectRefused(std::string const& error, std::string const& name,
                        std::function<void(FileLocation const&)> const& operation) const {
         Tree const before = Everything();
@@ -90,14 +90,14 @@ protected:
         EXPECT_EQ(Everything(), before);
     }
 
-    // Removes all that the directory holds.
+    // Removes all entries of the directory.
     void Clear() const {
         for (auto const& entry : fs::directory_iterator(directory.path()))
             fs::remove_all(entry.path());
     }
 
-    // Runs the body for each kind, with an entry of that kind, named after it, in the directory.
-    // The directory is empty afterwards.
+    // Runs the body for each kind, with an entry of that kind and name in the directory. Empties
+    // the directory afterwards.
     void ForEach(Strings const& kinds, std::function<void(std::string const&)> const& body) const {
         for (std::string const& kind : kinds) {
             SCOPED_TRACE(kind);
@@ -110,7 +110,7 @@ protected:
     TemporaryDirectory directory;
 };
 
-// With a file that holds "0123456789".
+// A fixture with a file that contains "0123456789".
 class OpenFileTest : public FileTest {
 protected:
     OpenFileTest() { WriteWholeFile(name, "0123456789"); }

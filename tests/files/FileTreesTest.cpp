@@ -10,10 +10,10 @@
 namespace {
 
 constexpr std::size_t smallStack = 256 * 1024;
-// What the system takes as a path, without the NUL.
+// The longest path that the system accepts, without the NUL.
 constexpr std::size_t maxPathLength = 4095;
 
-// `parent` with as many components below it as the length allows.
+// Appends as many components to `parent` as the length allows.
 std::string DeepPath(std::string const& parent, std::string const& component, std::size_t length) {
     std::string path = parent;
     while (path.size() + component.size() <= length)
@@ -21,14 +21,14 @@ std::string DeepPath(std::string const& parent, std::string const& component, st
     return path;
 }
 
-// What the creation of a tree throws.
+// The exception of the creation of a tree.
 std::string TreeThrows(std::string const& path) {
     return Thrown([&] { CreateDirectoryTree(At(path)); });
 }
 
 class FileTreesTest : public FileTest {
 protected:
-    // What the copy throws.
+    // The exception of the copy.
     std::string CopyThrows() const {
         return Thrown([&] { CopyDirectoryContents(At(from), At(to)); });
     }
@@ -37,7 +37,7 @@ protected:
     std::string const to = directory / "to";
 };
 
-TEST_F(FileTreesTest, EmptyLocationIsRefused) {
+TEST_F(FileTreesTest, RejectsAnEmptyLocation) {
     FileLocation const none;
     for (auto const& call : std::vector<std::function<void()>>{
              [&] { CreateDirectoryTree(none); },
@@ -65,19 +65,19 @@ TEST_F(FileTreesTest, CreatesATreeWithAllItsParents) {
     SystemCalls calls;
     for (std::string const& path : {directory / "a/b", directory / "link", std::string("/")})
         EXPECT_EQ("nothing", TreeThrows(path));
-    EXPECT_EQ(calls.Count("mkdir"), 0u) << "what exists is left as it is";
+    EXPECT_EQ(calls.Count("mkdir"), 0u) << "existing directories are kept";
     EXPECT_EQ(Everything(), before);
 }
 
-// The root is the last to be looked for.
-TEST_F(FileTreesTest, RootThatCannotBeExaminedOnceExists) {
+// The root is examined last.
+TEST_F(FileTreesTest, RootThatCannotBeExaminedCountsAsExisting) {
     SystemCalls calls;
     calls.Fail("lstat", EIO);
     EXPECT_EQ("nothing", TreeThrows("/"));
 }
 
-TEST_F(FileTreesTest, WhatIsOnTheWayOfATreeIsNamed) {
-    ForEach({"file", "link to file", "link to socket", "broken link", "fifo", "socket"},
+TEST_F(FileTreesTest, ErrorNamesTheEntryThatObstructsATree) {
+    ForEach({"file", "link to file", "link to socket", "dangling link", "FIFO", "socket"},
             [&](std::string const& kind) {
                 Tree const before = Everything();
                 for (std::string const below : {"", "/a", "/a/b"})
@@ -87,7 +87,7 @@ TEST_F(FileTreesTest, WhatIsOnTheWayOfATreeIsNamed) {
             });
 }
 
-TEST_F(FileTreesTest, RelativeTreeEndsAtItsFirstComponent) {
+TEST_F(FileTreesTest, RelativePathStopsAtItsFirstComponent) {
     OtherProcess process([&] {
         ASSERT_EQ(chdir(directory.path().c_str()), 0);
         fs::create_directory("here");
@@ -101,7 +101,7 @@ TEST_F(FileTreesTest, RelativeTreeEndsAtItsFirstComponent) {
     EXPECT_EQ(process.Wait(), ExitStatus::Exited(0));
 }
 
-TEST_F(FileTreesTest, TreeThatTheSystemRefusesKeepsTheLevelsAbove) {
+TEST_F(FileTreesTest, FailedTreeCreationKeepsTheUpperLevels) {
     std::string const tooLong = directory / ("a/" + std::string(256, 'x'));
     EXPECT_EQ("DirectoryNotFoundError ENAMETOOLONG" + On(tooLong), TreeThrows(tooLong + "/b"));
     EXPECT_EQ(Everything(), (Tree{{"a", "directory"}}));
@@ -113,8 +113,8 @@ TEST_F(FileTreesTest, TreeThatTheSystemRefusesKeepsTheLevelsAbove) {
     });
 }
 
-// A recursion would need a level of the stack for each of 100,000 components.
-TEST_F(FileTreesTest, HugePathFailsAtTheSystemsLimitWithoutADeepStack) {
+// Recursion would use a stack frame for each of the 100,000 components.
+TEST_F(FileTreesTest, HugePathFailsAtTheLimitOfTheSystemWithoutRecursion) {
     Sandbox::Run([] {
         std::string const path = DeepPath("/opt/deep", "/a", 200'000);
         std::string const last = DeepPath("/opt/deep", "/a", maxPathLength);
@@ -128,9 +128,10 @@ TEST_F(FileTreesTest, HugePathFailsAtTheSystemsLimitWithoutADeepStack) {
     });
 }
 
-TEST_F(FileTreesTest, DeepTreeIsCopiedAndDeletedWithoutADeepStack) {
+TEST_F(FileTreesTest, CopiesAndDeletesADeepTreeWithoutRecursion) {
     Sandbox::Run([] {
-        // 580 levels: deep enough to fill the stack, and soon done.
+        // 580 levels are enough to overflow the stack if the code is recursive, and take little
+        // time.
         std::string const deepest = DeepPath("", "/abcdef", maxPathLength - 14);
         fs::create_directories("/opt/from" + deepest);
         WriteWholeFile("/opt/from" + deepest + "/file", "content");
@@ -160,7 +161,7 @@ TEST_F(FileTreesTest, CopyHasAllFilesAndDirectories) {
     }
 }
 
-TEST_F(FileTreesTest, OnlyADirectoryHasContentsToCopy) {
+TEST_F(FileTreesTest, OnlyDirectoriesCanBeCopiedAsTrees) {
     EXPECT_EQ("DirectoryNotFoundError" + On(from), CopyThrows());
     for (std::string const& kind : everyKind) {
         MakeEntry(from, kind);
@@ -171,9 +172,9 @@ TEST_F(FileTreesTest, OnlyADirectoryHasContentsToCopy) {
     }
 }
 
-// Whenever the directory vanishes, the copy is of an empty one, or it fails before the target is
-// made: as if nothing had been there, or with InvalidStats.
-TEST_F(FileTreesTest, DirectoryThatVanishesHasNoInformation) {
+// The directory vanishes before each call in turn. Either the copy is that of an empty directory,
+// or it fails before it creates the target: as for a missing source, or with InvalidStats.
+TEST_F(FileTreesTest, VanishingDirectoryIsEmptyOrReportedAsMissing) {
     std::set<std::string> seen;
     bool vanished = true;
     for (std::size_t looks = 0; vanished; ++looks) {
@@ -192,7 +193,7 @@ TEST_F(FileTreesTest, DirectoryThatVanishesHasNoInformation) {
                                            "DirectoryNotFoundError" + On(from)}));
 }
 
-TEST_F(FileTreesTest, EntryThatVanishesBeforeItsTurnStopsTheCopy) {
+TEST_F(FileTreesTest, EntryThatVanishesBeforeItIsExaminedStopsTheCopy) {
     MakeEntry(from, "full directory");
     SystemCalls calls;
     calls.Before("scandir", [&] { calls.Before("lstat", [&] { fs::remove(from + "/inside"); }); });
@@ -200,7 +201,7 @@ TEST_F(FileTreesTest, EntryThatVanishesBeforeItsTurnStopsTheCopy) {
     EXPECT_EQ(DescribeEntry(to), "directory");
 }
 
-TEST_F(FileTreesTest, CopyJoinsWhatIsThere) {
+TEST_F(FileTreesTest, CopyMergesIntoAnExistingDirectory) {
     MakeEntry(from, "full directory");
     MakeEntry(from + "/below", "full directory");
     fs::create_directories(to + "/below");
@@ -212,8 +213,8 @@ TEST_F(FileTreesTest, CopyJoinsWhatIsThere) {
                                       {"inside", "file content"}}));
 }
 
-// Files are tried eight times. The loop stops at a broken link, so nothing is tried again.
-TEST_F(FileTreesTest, FailureEndsTheCopyWithWhatIsDone) {
+// Files are tried eight times. A dangling link is not retried, because the loop itself fails.
+TEST_F(FileTreesTest, FailureKeepsThePartCopiedSoFar) {
     struct Case {
         std::string kind, targetKind, error;
         bool isRetried;
@@ -221,10 +222,10 @@ TEST_F(FileTreesTest, FailureEndsTheCopyWithWhatIsDone) {
     for (Case const& failure : std::vector<Case>{
              {"file", "file", "FileExistsError" + On(to + "/b"), true},
              {"directory", "file", "FileFoundError" + On(to + "/b"), false},
-             {"fifo", "", "FileNotFoundError" + On(from + "/b"), true},
+             {"FIFO", "", "FileNotFoundError" + On(from + "/b"), true},
              {"socket", "", "FileNotFoundError" + On(from + "/b"), true},
              {"link to socket", "", "FileNotFoundError" + On(from + "/b"), true},
-             {"broken link", "", "FileNotFoundError ENOENT" + On(from + "/b"), false}}) {
+             {"dangling link", "", "FileNotFoundError ENOENT" + On(from + "/b"), false}}) {
         SCOPED_TRACE(failure.kind);
         fs::create_directory(from);
         fs::create_directory(to);
@@ -244,8 +245,8 @@ TEST_F(FileTreesTest, FailureEndsTheCopyWithWhatIsDone) {
     }
 }
 
-// Deliberate.
-TEST_F(FileTreesTest, LinkToADirectoryIsLeftOutSilently) {
+// Deliberate: the copy has no symbolic links to directories.
+TEST_F(FileTreesTest, LinkToADirectoryIsSilentlyOmitted) {
     fs::create_directory(from);
     MakeEntry(from + "/a", "directory");
     MakeEntry(directory / "outside", "full directory");
@@ -254,7 +255,7 @@ TEST_F(FileTreesTest, LinkToADirectoryIsLeftOutSilently) {
     EXPECT_EQ(DescribeTree(to), (Tree{{"a", "directory"}}));
 }
 
-TEST_F(FileTreesTest, DirectoryThatCannotBeReadIsCopiedAsAnEmptyOne) {
+TEST_F(FileTreesTest, UnreadableDirectoryIsCopiedAsAnEmptyOne) {
     OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
         fs::create_directory(disk / "from");
         MakeEntry(disk / "from/closed", "full directory");
@@ -265,13 +266,13 @@ TEST_F(FileTreesTest, DirectoryThatCannotBeReadIsCopiedAsAnEmptyOne) {
     });
 }
 
-TEST_F(FileTreesTest, FullDiskEndsTheCopyWithWhatIsDone) {
+TEST_F(FileTreesTest, FullDiskKeepsThePartCopiedSoFar) {
     OnDisk({.bytes = 64 * 1024}, [](SmallFileSystem& disk) {
         fs::create_directory("/opt/from");
         WriteWholeFile("/opt/from/a", std::string(40'000, 'x'));
         WriteWholeFile("/opt/from/b", std::string(40'000, 'x'));
         RecordedSleeps const sleeps;
-        // The first attempt left a part of it, which the others find.
+        // The first attempt left a partial file, so the next ones find an existing file.
         EXPECT_EQ("FileExistsError" + On(disk / "b"),
                   Thrown([&] { CopyDirectoryContents(At("/opt/from"), At(disk.path())); }));
         EXPECT_EQ(fs::file_size(disk / "a"), 40'000u);
@@ -280,7 +281,8 @@ TEST_F(FileTreesTest, FullDiskEndsTheCopyWithWhatIsDone) {
     });
 }
 
-// Deliberate: the copy is found by the walk, as long as the system takes the path.
+// Deliberate: the loop finds the copy inside the source and copies it again, up to the longest path
+// of the system.
 TEST_F(FileTreesTest, CopyIntoItselfEndsAtTheLongestPath) {
     Sandbox::Run([] {
         std::string const name(250, 'x');

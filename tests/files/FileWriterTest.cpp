@@ -42,7 +42,7 @@ TEST_F(FileWriterTest, IsADataWriter) {
     EXPECT_FALSE(std::has_virtual_destructor_v<FileWriter>);
 }
 
-TEST_F(FileWriterTest, AppendsAtTheEndOfTheMomentOfBinding) {
+TEST_F(FileWriterTest, AppendsAtTheLengthWhenItIsBound) {
     WriteWholeFile(name, "hello");
     EXPECT_TRUE(std::is_empty_v<FileWriter::WritePositionEndOfFile>);
     FileWriter first(path, FileWriter::WritePositionEndOfFile());
@@ -55,7 +55,7 @@ TEST_F(FileWriterTest, AppendsAtTheEndOfTheMomentOfBinding) {
               Thrown([&] { FileWriter(path, FileWriter::WritePositionEndOfFile()); }));
 }
 
-TEST_F(FileWriterTest, NeitherBindingNorEmptyDataMakesACall) {
+TEST_F(FileWriterTest, BindingAndEmptyDataMakeNoSystemCall) {
     path.Close();
     SystemCalls calls;
     UnixPlatform::FileWriter writer(path, 7);
@@ -79,7 +79,7 @@ TEST_F(FileWriterTest, ContinuesShortWritesWithASeekBeforeEach) {
     EXPECT_EQ(writer.Position(), 11u);
 }
 
-TEST_F(FileWriterTest, PositionCountsWhatWasWrittenBeforeAFailure) {
+TEST_F(FileWriterTest, PositionIncludesTheBytesWrittenBeforeAFailure) {
     UnixPlatform::FileWriter writer;
     for (std::string const call : {"write", "seek"}) {
         path.OpenNewOrAsNew(file);
@@ -99,8 +99,8 @@ TEST_F(FileWriterTest, PositionCountsWhatWasWrittenBeforeAFailure) {
     EXPECT_EQ(writer.Position(), ~0ULL);
 }
 
-TEST_F(FileWriterTest, PipeOrFullDeviceCannotBeWritten) {
-    MakeEntry(directory / "pipe", "fifo");
+TEST_F(FileWriterTest, WritingToAPipeOrAFullDeviceFails) {
+    MakeEntry(directory / "pipe", "FIFO");
     for (auto const& [where, error] : std::vector<std::pair<std::string, std::string>>{
              {directory / "pipe", "FileIOError ESPIPE"},
              {"/dev/full", "FileDiskFullError ENOSPC"}}) {
@@ -113,7 +113,7 @@ TEST_F(FileWriterTest, PipeOrFullDeviceCannotBeWritten) {
         UnixPlatform::FileWriter writer(path, 0);
         std::string const text(3 * 4096, 'x');
         EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { writer << ConstData(text); }));
-        EXPECT_EQ(writer.Position(), 2u * 4096) << "what fits is written";
+        EXPECT_EQ(writer.Position(), 2u * 4096) << "the bytes for which there is space are written";
         EXPECT_EQ(ReadWholeFile(disk / "file"), text.substr(0, 2 * 4096));
     });
 }

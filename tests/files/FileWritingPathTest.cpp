@@ -6,7 +6,7 @@
 
 namespace {
 
-// Shows the fields.
+// Exposes the fields.
 class WritingPath : public FileWritingPath {
 public:
     using FileWritingPath::descriptor;
@@ -19,7 +19,7 @@ struct OpenMode {
     void (UnixPlatform::FileWritingPath::*open)(UnixPlatform::FileLocation const&);
     std::unique_ptr<FileWritingPath> (*construct)(FileLocation const&);
     std::string call;
-    // What becomes of a file that exists, and of one that does not: its content, or the failure.
+    // The results for an existing and a missing file: the content, or the exception.
     std::string existing;
     std::string missing;
 };
@@ -44,7 +44,7 @@ OpenMode const openModes[] = {
 
 class FileWritingPathTest : public OpenFileTest {
 protected:
-    // Runs the body for each mode with a location that the mode can open.
+    // Runs the body for each mode, with a location that this mode can open.
     void ForEachMode(std::function<void(OpenMode const&, FileLocation const&)> const& body) {
         for (OpenMode const& mode : openModes) {
             SCOPED_TRACE(mode.name);
@@ -65,7 +65,7 @@ TEST_F(FileWritingPathTest, AddsNoField) {
                 std::is_empty_v<W::OpenNewFileOrAsNewFile>);
 }
 
-// Deliberate: the location is not recorded; see the contract.
+// Deliberate: the object does not record the location; see the contract.
 TEST_F(FileWritingPathTest, EachModeOpensForReadingAndWriting) {
     ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
         WritingPath path;
@@ -79,7 +79,7 @@ TEST_F(FileWritingPathTest, EachModeOpensForReadingAndWriting) {
     });
 }
 
-TEST_F(FileWritingPathTest, TagChoosesTheModeOfTheConstructor) {
+TEST_F(FileWritingPathTest, TagSelectsTheModeOfTheConstructor) {
     ForEachMode([](OpenMode const& mode, FileLocation const& where) {
         SystemCalls calls;
         mode.construct(where);
@@ -90,7 +90,7 @@ TEST_F(FileWritingPathTest, TagChoosesTheModeOfTheConstructor) {
     EXPECT_EQ(calls.Log().front(), "open RDWR");
 }
 
-TEST_F(FileWritingPathTest, ExistingOrMissingFileIsKeptEmptiedCreatedOrRefused) {
+TEST_F(FileWritingPathTest, EachModeKeepsTruncatesCreatesOrRejectsTheFile) {
     for (OpenMode const& mode : openModes)
         for (bool const exists : {false, true}) {
             SCOPED_TRACE(mode.name);
@@ -111,7 +111,7 @@ TEST_F(FileWritingPathTest, ExistingOrMissingFileIsKeptEmptiedCreatedOrRefused) 
         }
 }
 
-TEST_F(FileWritingPathTest, NewFileHasTheModeThatTheUmaskLeaves) {
+TEST_F(FileWritingPathTest, NewFileHasPermissionsReducedByTheUmask) {
     for (mode_t mask : {0, 022, 077, 0222})
         ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
             Umask const umask(mask);
@@ -123,7 +123,7 @@ TEST_F(FileWritingPathTest, NewFileHasTheModeThatTheUmaskLeaves) {
         });
 }
 
-TEST_F(FileWritingPathTest, FailedOpenGoesToTheWritingMapper) {
+TEST_F(FileWritingPathTest, FailedOpenIsMappedForWriting) {
     std::string const here = On(directory.path());
     for (OpenMode const& mode : openModes) {
         WritingPath path;
@@ -136,7 +136,7 @@ TEST_F(FileWritingPathTest, FailedOpenGoesToTheWritingMapper) {
                                                        : "FileIOError EISDIR") +
                       here,
                   Thrown(open(directory.path())));
-        // The kernel's log is not refused here.
+        // A writing path does not reject the kernel log.
         for (std::string const& where : {name, std::string("/proc/kmsg")})
             ExpectMapped("open", open(where),
                          [&](int error) { path.ThrowError(At(where), error); });
@@ -148,7 +148,7 @@ TEST_F(FileWritingPathTest, FailedOpenGoesToTheWritingMapper) {
     });
 }
 
-TEST_F(FileWritingPathTest, EachOpenClosesWhatIsOpenFirst) {
+TEST_F(FileWritingPathTest, EachOpenFirstClosesTheOpenFile) {
     ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
         FileWritingPath path(file);
         SystemCalls calls;
@@ -159,11 +159,12 @@ TEST_F(FileWritingPathTest, EachOpenClosesWhatIsOpenFirst) {
     FileWritingPath path(file);
     EXPECT_EQ("FileNotFoundError ENOENT" + On(newName),
               Thrown([&] { path.OpenExisting(newFile); }));
-    EXPECT_THAT(DescriptorsOn(name), IsEmpty()) << "also an open that fails";
+    EXPECT_THAT(DescriptorsOn(name), IsEmpty()) << "also if the open fails";
 }
 
-// Deliberate: the close is that of the base, which knows no full disk and no existing file.
-TEST_F(FileWritingPathTest, FailedCloseGoesToTheReadingMapperAndNamesNoFile) {
+// Deliberate: the close is that of the base class, which does not map ENOSPC and EEXIST to classes
+// of their own.
+TEST_F(FileWritingPathTest, FailedCloseIsMappedForReadingWithoutAName) {
     WritingPath path;
     auto const mapper = [](int error) {
         UnixPlatform::FileReadingPath().ThrowError(FileLocation(), error);
@@ -190,14 +191,14 @@ TEST_F(FileWritingPathTest, FailedCloseGoesToTheReadingMapperAndNamesNoFile) {
     EXPECT_FALSE(fs::exists(newName)) << "a failed close stops the open";
 }
 
-TEST_F(FileWritingPathTest, IsReachedThroughTheVirtualOpenOfItsBase) {
+TEST_F(FileWritingPathTest, VirtualOpenOfTheBaseOpensForWriting) {
     WritingPath path;
     static_cast<UnixPlatform::FileReadingPath&>(path).OpenExisting(file);
     EXPECT_EQ(OpenFlagsOf(path.descriptor) & O_ACCMODE, O_RDWR);
 }
 
-// Deliberate: only the open itself knows the name.
-TEST_F(FileWritingPathTest, FlushIsOneFsyncWhoseFailureNamesNoFile) {
+// Deliberate: after the open, the name is not available.
+TEST_F(FileWritingPathTest, FlushIsOneFsyncAndItsErrorHasNoName) {
     FileWritingPath path(file);
     for (auto const flush : {&FileWritingPath::Flush, &FileWritingPath::FlushOnBrokenFilesystems}) {
         SystemCalls calls;
@@ -207,7 +208,7 @@ TEST_F(FileWritingPathTest, FlushIsOneFsyncWhoseFailureNamesNoFile) {
             "fsync", [&] { (path.*flush)(); },
             [&](int error) { path.ThrowError(FileLocation(), error); });
     }
-    MakeEntry(directory / "pipe", "fifo");
+    MakeEntry(directory / "pipe", "FIFO");
     path.OpenExisting(Here("pipe"));
     EXPECT_EQ("FileIOError EINVAL", Thrown([&] { path.Flush(); }));
     EXPECT_EQ("FileIOError EBADF", Thrown([] { FileWritingPath().Flush(); }));
@@ -225,7 +226,7 @@ TEST_F(FileWritingPathTest, NeitherCloseNorTheDestructorFlushes) {
     EXPECT_EQ(calls.Count("close"), 2u);
 }
 
-// All that SetLength does is odd, and deliberate: see the contract.
+// Deliberate: see the contract of SetLength.
 TEST_F(FileWritingPathTest, SetLengthNeverShrinksAndSeeksByTheWantedLength) {
     struct Case {
         std::string before;
@@ -254,11 +255,11 @@ TEST_F(FileWritingPathTest, SetLengthNeverShrinksAndSeeksByTheWantedLength) {
     FileWritingPath path(file);
     SystemCalls calls;
     path.SetLength(2);
-    EXPECT_EQ(calls.Log().back(), "ftruncate 5") << "to the length that it has";
+    EXPECT_EQ(calls.Log().back(), "ftruncate 5") << "to the current length";
     EXPECT_EQ(calls.Count("write"), 0u);
 }
 
-TEST_F(FileWritingPathTest, SetLengthRepeatsUntilTheByteIsTaken) {
+TEST_F(FileWritingPathTest, SetLengthRepeatsUntilTheByteIsWritten) {
     FileWritingPath path(newFile, FileWritingPath::OpenNewFile());
     SystemCalls calls;
     calls.Limit("write", 0);
@@ -268,7 +269,7 @@ TEST_F(FileWritingPathTest, SetLengthRepeatsUntilTheByteIsTaken) {
     EXPECT_EQ(ReadWholeFile(newName), Bytes("\0"));
 }
 
-TEST_F(FileWritingPathTest, FailedSetLengthGoesToTheWritingMapper) {
+TEST_F(FileWritingPathTest, FailedSetLengthIsMappedForWriting) {
     FileWritingPath path(newFile, FileWritingPath::OpenNewFile());
     auto const mapper = [&](int error) {
         path.ThrowError(FileLocation(), error);
@@ -279,7 +280,7 @@ TEST_F(FileWritingPathTest, FailedSetLengthGoesToTheWritingMapper) {
         "ftruncate", [&] { path.SetLength(0); }, mapper);
     path.Close();
     EXPECT_EQ("FileNotOpenError", Thrown([&] { path.SetLength(1); }));
-    // A file of unknown length, which its owner may open for writing without any effect.
+    // A file of unknown length, whose owner may open it for writing without any effect.
     path.OpenExisting(At("/proc/self/timerslack_ns"));
     EXPECT_EQ(path.Length(), UnixPlatform::FileReadingPath::unknownLength);
     SystemCalls calls;

@@ -1,4 +1,4 @@
-// Small files of a test, read and written past the code under test, and the state of descriptors.
+// Reads and writes small files and examines descriptors, without the code under test.
 #pragma once
 
 #include <filesystem>
@@ -18,7 +18,7 @@ inline std::string ReadWholeFile(std::string const& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// The descriptors of this process that are open on the file.
+// The descriptors of this process that refer to the file.
 inline std::set<int> DescriptorsOn(std::string const& path) {
     std::set<int> found;
     for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -29,7 +29,7 @@ inline std::set<int> DescriptorsOn(std::string const& path) {
     return found;
 }
 
-// A file of the system that has the length of a page and a few bytes in it, as most of /sys do.
+// A file of the system whose reported length exceeds its content, as for most files of /sys.
 inline constexpr char const* fileThatClaimsTooMuch = "/sys/devices/system/cpu/online";
 
 inline int OpenFlagsOf(int descriptor) { return fcntl(descriptor, F_GETFL); }

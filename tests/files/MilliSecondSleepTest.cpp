@@ -10,8 +10,8 @@
 
 namespace {
 
-// Deliberate: the rest of less than a second is slept even if it is zero.
-TEST(MilliSecondSleepTest, SleepsWholeSecondsAndThenTheRest) {
+// Deliberate: the remainder is slept even if it is zero.
+TEST(MilliSecondSleepTest, SleepsWholeSecondsAndThenTheRemainder) {
     RecordedSleeps const sleeps;
     for (unsigned int milliseconds : {1u, 999u, 1'016u, 0u, 4'000u, 4'294'967'295u})
         MilliSecondSleep(milliseconds);
@@ -21,7 +21,7 @@ TEST(MilliSecondSleepTest, SleepsWholeSecondsAndThenTheRest) {
                                         "usleep 295000"}));
 }
 
-TEST(MilliSecondSleepTest, ReallyPauses) {
+TEST(MilliSecondSleepTest, BlocksForTheWholeTime) {
     auto const start = std::chrono::steady_clock::now();
     MilliSecondSleep(20);
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));

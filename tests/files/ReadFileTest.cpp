@@ -11,7 +11,7 @@ namespace {
 
 using Offsets = Range<unsigned long long>;
 
-// Keeps the length of each chunk, without an allocation.
+// Records the length of each chunk without allocating.
 class CountingReceiver : public DataReceiver {
 public:
     void Start() override { ++starts; }
@@ -30,7 +30,7 @@ public:
 
 class ReadFileTest : public OpenFileTest {
 protected:
-    // What a receiver gets of a range, and what is thrown then.
+    // The calls that a receiver gets for a range, and the exception.
     Strings CallsOf(std::function<void(DataReceiver&)> const& read) {
         RecordingDataReceiver receiver;
         std::string const thrown = Thrown([&] { read(receiver); });
@@ -57,12 +57,12 @@ protected:
 
 using ReadFileRangeTest = ReadFileTest;
 
-TEST_F(ReadFileTest, PushesTheRangeAsOneStream) {
+TEST_F(ReadFileTest, SendsTheRangeAsOneStream) {
     EXPECT_THAT(CallsOfFile(0), ElementsAre("Start", "Receive 0123456789", "ReceiveEnd"));
     EXPECT_THAT(CallsOfFile(7), ElementsAre("Start", "Receive 789", "ReceiveEnd"));
     EXPECT_THAT(CallsOfFile(2, 5), ElementsAre("Start", "Receive 234", "ReceiveEnd"));
     EXPECT_THAT(CallsOfFile(4, 4), ElementsAre("Start", "ReceiveEnd"));
-    // Deliberate: a start above its stop wraps around.
+    // Deliberate: a start greater than the stop wraps around.
     for (unsigned long long const stop : {20, 2})
         EXPECT_THAT(CallsOfFile(4, stop), ElementsAre("Start", "Receive 456789", endOfFile));
     EXPECT_THAT(CallsOfFile(11), ElementsAre("Start", endOfFile));
@@ -70,8 +70,8 @@ TEST_F(ReadFileTest, PushesTheRangeAsOneStream) {
     EXPECT_THAT(CallsOfFile(0), ElementsAre("Start", "ReceiveEnd"));
 }
 
-// The receiver looks at the system while it is called.
-TEST_F(ReadFileTest, FileIsOpenFromBehindStartToBeforeReceiveEnd) {
+// The receiver lists the open descriptors in each call.
+TEST_F(ReadFileTest, FileIsOpenFromAfterStartUntilBeforeReceiveEnd) {
     struct : DataReceiver {
         void Start() override { atStart = calls.Log().size(); }
         void Receive(ConstData) override {
@@ -90,18 +90,18 @@ TEST_F(ReadFileTest, FileIsOpenFromBehindStartToBeforeReceiveEnd) {
     EXPECT_TRUE(looking.closedAtEnd);
 }
 
-TEST_F(ReadFileTest, FailureIsAStreamWithoutAnEndAndLeavesNothingOpen) {
+TEST_F(ReadFileTest, FailureEndsTheStreamWithoutReceiveEndAndClosesTheFile) {
     std::size_t const before = DescriptorsOn(name).size();
     SystemCalls calls;
     calls.Fail("close", EIO);
     EXPECT_THAT(CallsOfFile(0), ElementsAre("Start", "Receive 0123456789", "ReceiveEnd"))
-        << "a failing close goes unnoticed";
+        << "a failed close is ignored";
     calls.Fail("read", EIO);
     EXPECT_THAT(CallsOfFile(0), ElementsAre("Start", "FileIOError EIO" + on));
     struct : DataReceiver {
         void Start() override {}
         void Receive(ConstData) override { throw 42; }
-        void ReceiveEnd() override { ADD_FAILURE() << "an end behind a failure"; }
+        void ReceiveEnd() override { ADD_FAILURE() << "ReceiveEnd after a failure"; }
     } throwing;
     EXPECT_EQ("int", Thrown([&] { ReadFile(file, throwing, 0); }));
     EXPECT_EQ(before, DescriptorsOn(name).size());
@@ -112,7 +112,7 @@ TEST_F(ReadFileTest, FailureIsAStreamWithoutAnEndAndLeavesNothingOpen) {
                                              On(where)));
 }
 
-TEST_F(ReadFileTest, UnknownOrTooLongLengthIsPushedWholeThenThrows) {
+TEST_F(ReadFileTest, UnknownOrExcessiveLengthThrowsAfterTheContent) {
     for (std::string const where : {"/proc/version", fileThatClaimsTooMuch}) {
         if (!fs::exists(where))
             GTEST_SKIP() << "no " << where;
@@ -120,7 +120,7 @@ TEST_F(ReadFileTest, UnknownOrTooLongLengthIsPushedWholeThenThrows) {
         EXPECT_EQ(endOfFile, Thrown([&] { ReadFile(At(where), receiver, 0); }));
         EXPECT_EQ(receiver.Text(), ReadWholeFile(where));
         EXPECT_TRUE(receiver.IsOpen());
-        // A range ends with the file.
+        // A range ends at the end of the file at the latest.
         FileReadingPath const special(At(where));
         FileReader source(special, 0);
         ReadFileRange(source, Offsets{0, ~0ULL}, receiver);
@@ -129,8 +129,8 @@ TEST_F(ReadFileTest, UnknownOrTooLongLengthIsPushedWholeThenThrows) {
     }
 }
 
-// Deliberate: positions count from the first byte read.
-TEST_F(ReadFileTest, MakesLinesOnTheWay) {
+// Deliberate: positions count from the first byte that is read.
+TEST_F(ReadFileTest, SendsLinesThroughALineMaker) {
     WriteWholeFile(name, "one\r\ntwo\n");
     RecordingLineReceiver lines;
     ReadFile(file, lines, 5);
@@ -140,7 +140,7 @@ TEST_F(ReadFileTest, MakesLinesOnTheWay) {
                                            "ReceiveLineBreak 1-3", "Receive t", "ReceiveEnd 4"));
 }
 
-TEST_F(ReadFileTest, MakesMessagesOnTheWay) {
+TEST_F(ReadFileTest, SendsMessagesThroughAMessageMaker) {
     WriteWholeFile(name, "xxTitle: hi\n\nbody");
     RecordingMessageReceiver message;
     ReadFile(file, message, 2);
@@ -163,7 +163,7 @@ TEST_F(ReadFileTest, MakesMessagesOnTheWay) {
     EXPECT_THAT(noMessage.Calls(), ElementsAre("Start 0"));
 }
 
-TEST_F(ReadFileTest, ReadsChunksOf4096BytesWithoutAnAllocation) {
+TEST_F(ReadFileTest, ReadsChunksOf4096BytesWithoutAllocating) {
     WriteWholeFile(name, std::string(10'000, 'x'));
     CountingReceiver whole;
     EXPECT_EQ(AllocationsOf([&] { ReadFile(file, whole, 0); }), 0u);
@@ -171,11 +171,11 @@ TEST_F(ReadFileTest, ReadsChunksOf4096BytesWithoutAnAllocation) {
     EXPECT_EQ(whole.starts + whole.ends, 2);
     CountingReceiver range;
     EXPECT_EQ(AllocationsOf([&] { ReadFileRange(reader, Offsets{100, 5000}, range); }), 0u);
-    EXPECT_THAT(range.sizes, ElementsAre(4096, 804, 0, 0)) << "the overrun is cut";
-    EXPECT_EQ(reader.Position(), 100u + 2 * 4096) << "behind what it has read";
+    EXPECT_THAT(range.sizes, ElementsAre(4096, 804, 0, 0)) << "the excess bytes are dropped";
+    EXPECT_EQ(reader.Position(), 100u + 2 * 4096) << "after the last byte that was read";
 }
 
-TEST_F(ReadFileRangeTest, PushesThePartFromItsBegin) {
+TEST_F(ReadFileRangeTest, SendsThePartFromItsBegin) {
     EXPECT_THAT(CallsOfRange({2, 6}), ElementsAre("Start", "Receive 2345", "ReceiveEnd"));
     for (Offsets range : {Offsets{4, 4}, Offsets{7, 3}, Offsets{50, 50}}) {
         EXPECT_THAT(CallsOfRange(range), ElementsAre("Start", "ReceiveEnd"));
@@ -183,11 +183,11 @@ TEST_F(ReadFileRangeTest, PushesThePartFromItsBegin) {
     }
 }
 
-TEST_F(ReadFileRangeTest, EndsWithTheFile) {
+TEST_F(ReadFileRangeTest, EndsAtTheEndOfTheFile) {
     SystemCalls calls;
     EXPECT_THAT(CallsOfRange({6, 1000}), ElementsAre("Start", "Receive 6789", "ReceiveEnd"));
     EXPECT_THAT(CallsOfRange({100, 1000}), ElementsAre("Start", "ReceiveEnd"));
-    EXPECT_EQ(calls.Count("read"), 1u) << "nothing is read where the length tells the end";
+    EXPECT_EQ(calls.Count("read"), 1u) << "a known length needs no read at the end";
     calls.Limit("read", 3);
     EXPECT_THAT(CallsOfRange({0, 8}),
                 ElementsAre("Start", "Receive 012", "Receive 34567", "ReceiveEnd"));
@@ -205,7 +205,7 @@ TEST_F(ReadFileRangeTest, EndOfAnUnknownLengthIsFinalUntilStart) {
     EXPECT_THAT(CallsOfRange({0, 5}), ElementsAre("Start", "Receive Linux", "ReceiveEnd"));
 }
 
-TEST_F(ReadFileRangeTest, AnyRangeIsThePartOfTheFile) {
+TEST_F(ReadFileRangeTest, RandomRangesAgreeWithTheContent) {
     for (unsigned seed = 0; seed < 30; ++seed) {
         std::mt19937 random(seed);
         std::string const text = RandomBytes(random, random() % 20'000, EveryByte());

@@ -1,17 +1,16 @@
-// Records the calls of sleep(3) and usleep(3) in place of sleeping.
-//
-// The program that links the source has both functions replaced. Without a recorder they sleep.
+// Replaces sleep(3) and usleep(3) in programs that link the source. With a recorder, calls are
+// recorded instead of executed. Without a recorder, they sleep.
 #pragma once
 
 #include <functional>
 #include <string>
 #include <vector>
 
-// Records from its construction to its destruction. One at a time.
+// Records from construction to destruction. At most one recorder exists at a time.
 class RecordedSleeps {
 public:
-    // What happens in a sleep, with the call and its length in microseconds. Returns whether a
-    // signal interrupts the sleep.
+    // Runs in each sleep, with the call and its length in microseconds. Returns whether a signal
+    // interrupts the sleep.
     using Event = std::function<bool(std::string const& call, unsigned long long microseconds)>;
 
     explicit RecordedSleeps(Event const& during = {});
@@ -19,7 +18,7 @@ public:
     RecordedSleeps(RecordedSleeps const&) = delete;
     RecordedSleeps& operator=(RecordedSleeps const&) = delete;
 
-    // In order, as "sleep 1" and "usleep 500000".
+    // The calls in order, such as "sleep 1" and "usleep 500000".
     std::vector<std::string> const& Calls() const { return calls; }
     unsigned long long TotalMicroseconds() const { return total; }
     void Clear() {

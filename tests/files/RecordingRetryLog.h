@@ -1,4 +1,4 @@
-// What the tests of the retries share: the pauses as RecordedSleeps has them, and a log.
+// The expected pauses of the retries, as RecordedSleeps records them, and a recording log.
 #pragma once
 
 #include <functional>
@@ -15,7 +15,7 @@ inline Strings Pauses(int count) {
     return Strings(allPauses.begin(), allPauses.begin() + (count < 7 ? count : 8));
 }
 
-// Records each call, and then runs the test's own function.
+// Records each call, and then calls the function of the test.
 class RecordingLog : public FileRetryLog {
 public:
     void LogRetrySuccess(char const* operation, FileLocation const* first,

@@ -21,7 +21,7 @@ SystemCalls* active = nullptr;
 bool failsMalloc = false;
 thread_local std::size_t freed = 0;
 
-// The function that the program would have called without us.
+// The function of the C library that the replacement hides.
 template <class Function>
 Function* Next(Function*, char const* name) {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -73,8 +73,8 @@ Call OfDescriptor(char const* name, int descriptor, std::string const& arguments
     return {name, arguments, {}, descriptor};
 }
 
-// Makes the call unless an active recorder lets it fail. `describe` runs only for a recorder, so
-// that nothing is allocated without one.
+// Makes the call unless an active recorder makes it fail. Calls `describe` only for a recorder, so
+// nothing is allocated without one.
 template <class Result, class Describe, class Make>
 Result Intercept(Describe const& describe, Result failure, Make const& make) {
     int const error = active ? active->Record(describe()).error : 0;
@@ -91,7 +91,7 @@ Result InterceptPath(char const* name, Result failure, Function* function, char 
                      [&] { return Next(function, name)(path, rest...); });
 }
 
-// The number of bytes that a transfer may have, or -1 with the error number set.
+// The maximum number of bytes of a transfer, or -1 with errno set.
 ssize_t Transfer(char const* name, int descriptor, std::size_t count) {
     if (!active)
         return static_cast<ssize_t>(count);
@@ -176,8 +176,7 @@ void SystemCalls::Opened(int descriptor, std::string const& path) {
     objects[index] = LastComponent(path);
 }
 
-// The functions that replace those of the system. The linker finds each before the one of the C
-// library.
+// Replacements of the system calls. The linker finds each before the one of the C library.
 extern "C" {
 
 int open(char const* path, int flags, ...) {
@@ -197,7 +196,7 @@ int open(char const* path, int flags, ...) {
     return descriptor;
 }
 
-// It is made also where it fails.
+// The descriptor is closed even if the call is to fail.
 int close(int descriptor) {
     static auto const next = Next(&close, "close");
     int const error = active ? active->Record(OfDescriptor("close", descriptor)).error : 0;
@@ -212,7 +211,7 @@ int fcntl(int descriptor, int command, ...) {
     static auto const next = Next(&fcntl, "fcntl");
     va_list arguments;
     va_start(arguments, command);
-    // All but the flag commands take a pointer, or nothing at all.
+    // All commands except those for flags take a pointer or no argument.
     bool const takesNumber = command == F_SETFD || command == F_SETFL;
     long const argument = takesNumber ? va_arg(arguments, int) : va_arg(arguments, long);
     va_end(arguments);
@@ -336,7 +335,7 @@ char* mkdtemp(char* pattern) noexcept {
                      [&] { return next(pattern); });
 }
 
-// Deprecated, so that its declaration is not named.
+// The declaration is deprecated, so it is not used.
 int readdir_r(DIR* directory, dirent* storage, dirent** entry) {
     static auto const next =
         Next(static_cast<int (*)(DIR*, dirent*, dirent**)>(nullptr), "readdir_r");
@@ -352,7 +351,7 @@ mode_t umask(mode_t mask) noexcept {
     return next(mask);
 }
 
-// The program is linked with --wrap for these two, so that the calls of our own objects come here.
+// --wrap redirects the calls of these two functions to here.
 void* __real_malloc(std::size_t size);
 
 void* __wrap_malloc(std::size_t size) {

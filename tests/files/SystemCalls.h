@@ -1,9 +1,9 @@
-// The system calls of the code under test: recorded, and answered as the test wants.
+// Records the system calls of the code under test, and makes them fail or transfer less.
 //
-// The program that links this has its calls of open, close, fcntl, lseek64, read, write, fsync,
-// ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink, rename,
-// chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp replaced. Without an object of this
-// class they are those of the system. The C library's own use of them is not seen.
+// A program that links this source has its calls of open, close, fcntl, lseek64, read, write,
+// fsync, ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink,
+// rename, chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp replaced. Without an object
+// of this class, the replacements call the system. Calls inside the C library are not recorded.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-// Records from its construction to its destruction. One at a time, one thread.
+// Records from construction to destruction. Not thread-safe; at most one object exists at a time.
 class SystemCalls {
 public:
     SystemCalls();
@@ -20,34 +20,34 @@ public:
     SystemCalls(SystemCalls const&) = delete;
     SystemCalls& operator=(SystemCalls const&) = delete;
 
-    // The calls so far, as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write 3",
-    // "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y", "chmod /x 644",
-    // "umask 22", "readdir", "setlk WRLCK", and all others as "name /x". Descriptors are left out.
+    // The calls so far, such as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write
+    // 3", "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y", "chmod /x
+    // 644", "umask 22", "readdir", "setlk WRLCK"; all others as "name /x". Descriptors are omitted.
     std::vector<std::string> const& Log() const { return log; }
     void Clear() { log.clear(); }
 
-    // How many calls have a text that begins with `name`.
+    // The number of calls whose text begins with `name`.
     std::size_t Count(std::string const& name) const;
 
-    // The next call of that name, after `skip` of them, fails with that error number. It is not
-    // made; but a close is, so that no descriptor is left over.
+    // Makes the next call of that name, after `skip` of them, fail with that error number. The call
+    // is not executed, except for close, so that no descriptor leaks.
     void Fail(std::string const& name, int error, std::size_t skip = 0);
 
-    // As Fail, and all further calls of that name fail too.
+    // As Fail, for all further calls of that name.
     void FailFromThenOn(std::string const& name, int error, std::size_t skip = 0);
 
-    // The next read or write, after `skip` of them, moves at most so many bytes.
+    // Limits the next read or write, after `skip` of them, to that many bytes.
     void Limit(std::string const& name, std::size_t bytes, std::size_t skip = 0);
 
-    // The action runs in front of the next call of that name, after `skip` of them, as if another
-    // process were quicker. Its own calls are not recorded.
+    // Runs the action before the next call of that name, after `skip` of them, to simulate a race
+    // with another process. Calls of the action are not recorded.
     void Before(std::string const& name, std::function<void()> action, std::size_t skip = 0);
 
-    // A call, and how it is answered where none of the above applies.
+    // Decides the outcome of calls to which none of the above applies.
     struct Call {
         std::string name;
         std::string arguments;
-        // The last component of its path or, for a file descriptor, of the path that was opened.
+        // The last component of the path, or of the path that was opened as the file descriptor.
         std::string object;
         int descriptor = -1;
     };
@@ -58,7 +58,7 @@ public:
     using Decision = std::function<Answer(Call const&)>;
     void Decide(Decision const& byTest) { decision = byTest; }
 
-    // While one of these lives, calls go straight on to the system.
+    // Suspends recording during its lifetime.
     class Pause {
     public:
         Pause();
@@ -70,14 +70,14 @@ public:
         SystemCalls* const paused;
     };
 
-    // The next malloc by name (not by new, nor inside the C library) yields null.
+    // The next direct call of malloc (not by new, nor inside the C library) returns null.
     static void FailMalloc();
 
-    // The blocks that this thread has given back by free so far, not inside the C library. Null
-    // pointers are not counted; what delete gives back is, where it goes through free.
+    // The number of blocks that this thread has released by free so far, not inside the C library.
+    // Null pointers are not counted. Blocks released by delete are, if delete calls free.
     static std::size_t Freed();
 
-    // For the functions that replace those of the system.
+    // For the replacement functions.
     static SystemCalls* Active();
     Answer Record(Call call);
     void Opened(int descriptor, std::string const& path);

@@ -16,16 +16,16 @@ namespace {
 
 using testing::MatchesRegex;
 
-// What directory and prefix stay below together.
+// The limit for the length of directory and prefix together.
 constexpr std::size_t maxCombinedLength = 4088;
 
-// A function that makes a unique entry, of both levels and kinds.
+// A function that creates a unique entry: of both levels and of both kinds.
 struct Maker {
     UnixPlatform::FileLocation (*make)(UnixPlatform::FileLocation const&, char const*);
-    // What is made, and its permissions.
+    // The created kind, and its permissions.
     std::string entry;
     mode_t mode;
-    // What a failure throws: the code is the kind.
+    // The exception of a failure. Its code is the kind.
     std::string failure;
 };
 
@@ -50,8 +50,8 @@ std::size_t EntriesIn(std::string const& directory) {
         std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
 }
 
-// What both functions that take a hint throw; otherwise the directory that they use, which is that
-// of a new file and of a free name.
+// The exception of both functions that take a hint, or the directory that they use: that of a new
+// file and of an unused name.
 std::string DirectoryForHint(std::string const& hint) {
     FileLocation made;
     FileLocation name;
@@ -90,7 +90,7 @@ TEST_F(TemporaryLocationsTest, DirectoriesAreIndependentOfTheEnvironment) {
     });
 }
 
-// Without it nothing makes the system look for "/tmp", so that the test sees every lookup fail.
+// Expects that `use` first tries to create a missing /tmp, and throws if that fails.
 void ExpectTmpIsCreated(std::function<void()> const& use) {
     SystemCalls calls;
     calls.FailFromThenOn("lstat", ENOENT);
@@ -100,7 +100,7 @@ void ExpectTmpIsCreated(std::function<void()> const& use) {
     EXPECT_EQ(0u, calls.Count("mkstemp"));
 }
 
-TEST_F(TemporaryLocationsTest, FirstCallAloneCreatesTheTemporaryDirectory) {
+TEST_F(TemporaryLocationsTest, OnlyTheFirstCallCreatesTheTemporaryDirectory) {
     WithEmptyTmp([] {
         ExpectTmpIsCreated([] { UnixPlatform::TemporaryFileDirLocation(); });
         EXPECT_EQ("/tmp", Text(UnixPlatform::TemporaryFileDirLocation())) << "after a failure";
@@ -111,7 +111,7 @@ TEST_F(TemporaryLocationsTest, FirstCallAloneCreatesTheTemporaryDirectory) {
     });
 }
 
-TEST_F(TemporaryLocationsTest, UniqueEntryIsEmptyAndStays) {
+TEST_F(TemporaryLocationsTest, UniqueEntryIsEmptyAndIsKept) {
     fs::create_directory(directory / "below");
     for (Maker const& maker : makers)
         for (char const* const prefix : {static_cast<char const*>(nullptr), "", "pre", "below/x"}) {
@@ -137,8 +137,8 @@ TEST_F(TemporaryLocationsTest, FailureHasTheKindAsItsCode) {
     EXPECT_TRUE(fs::is_empty(directory.path()));
 }
 
-// Deliberate: to the platform's functions an empty directory is the root.
-TEST_F(TemporaryLocationsTest, EmptyLocationIsRefusedBeforeAnyCall) {
+// Deliberate: for the functions of the platform level, an empty directory is the root.
+TEST_F(TemporaryLocationsTest, EmptyLocationIsRejectedBeforeAnyCall) {
     SystemCalls calls;
     FileLocation const none;
     for (auto const& call :
@@ -154,7 +154,7 @@ TEST_F(TemporaryLocationsTest, EmptyLocationIsRefusedBeforeAnyCall) {
     EXPECT_THAT(calls.Log(), ElementsAre("mkstemp /xXXXXXX"));
 }
 
-TEST_F(TemporaryLocationsTest, LongestDirectoryIsServed) {
+TEST_F(TemporaryLocationsTest, LongestDirectoryIsAccepted) {
     std::string deep = directory.path();
     while (deep.size() + 200 < maxCombinedLength - 1)
         deep += '/' + std::string(149, 'd');
@@ -170,8 +170,8 @@ TEST_F(TemporaryLocationsTest, LongestDirectoryIsServed) {
     }
 }
 
-// At each length the system gets the whole text, or is not called at all: nothing is ever cut.
-TEST_F(TemporaryLocationsTest, TextBeyondTheLimitIsRefusedWithoutACall) {
+// At each length, the system gets the whole text or no call. Text is never truncated.
+TEST_F(TemporaryLocationsTest, TextBeyondTheLimitIsRejectedWithoutACall) {
     std::vector<std::pair<std::size_t, std::size_t>> lengths = {{1'000'000, 1'000'000},
                                                                 {1, 1'000'000}};
     for (std::size_t prefix : {0, 1, 7, 100, 4000, 4087, 4088, 4089, 5000, 70'000})
@@ -209,7 +209,7 @@ TEST_F(TemporaryLocationsTest, DirectoryOfAHintIsTheHintOrItsParent) {
     EXPECT_EQ("InvalidFileLocation" + On(name), DirectoryForHint(name));
 }
 
-TEST_F(TemporaryLocationsTest, LocationsWithoutADirectoryAreInTheTemporaryOne) {
+TEST_F(TemporaryLocationsTest, WithoutADirectoryTheTemporaryOneIsUsed) {
     WithEmptyTmp([] {
         EXPECT_THAT(CreateUniqueFileLocation("pre").Text(),
                     MatchesRegex(SixCharacters("/tmp/pre")));
@@ -226,7 +226,7 @@ TEST_F(TemporaryLocationsTest, LocationsWithoutADirectoryAreInTheTemporaryOne) {
     });
 }
 
-TEST_F(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
+TEST_F(TemporaryLocationsTest, CreatedTemporaryFileIsKept) {
     WithEmptyTmp([] {
         for (auto const& [prefix, start] : {std::pair<char const*, char const*>(nullptr, "tarvik"),
                                             {"other", "other"},
@@ -240,7 +240,7 @@ TEST_F(TemporaryLocationsTest, MadeTemporaryFileStaysForTheCaller) {
     });
 }
 
-TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas) {
+TEST_F(TemporaryLocationsTest, FailedCreationKeepsTheResult) {
     WithEmptyTmp([] {
         FileLocation result = At("/before");
         EXPECT_FALSE(MakeTemporaryFileLocation(result, "missing/x"));
@@ -250,7 +250,7 @@ TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas
             calls.Fail("mkstemp", ENOSPC);
             EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
         }
-        // So long that the result needs a block of its own.
+        // This long, the result needs an allocation.
         std::string const prefix(200, 'x');
         std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
             FileLocation made = At("/before");
@@ -258,7 +258,7 @@ TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas
             EXPECT_EQ(isMade, made.Bytes() != "/before"_bytes) << n;
         });
         EXPECT_LT(0u, failures);
-        EXPECT_EQ(failures + 1, EntriesIn("/tmp")) << "what was created stays";
+        EXPECT_EQ(failures + 1, EntriesIn("/tmp")) << "the created file is kept";
         fs::permissions("/tmp", fs::perms(0555));
         Sandbox::DropPrivileges();
         EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
@@ -266,7 +266,7 @@ TEST_F(TemporaryLocationsTest, FailureToMakeATemporaryFileLeavesTheResultAsItWas
     });
 }
 
-// The first use of the temporary directory is part of the race.
+// The threads also race for the first use of the temporary directory.
 TEST_F(TemporaryLocationsTest, ThreadsNeverGetTheSameName) {
     WithEmptyTmp([] {
         constexpr std::size_t threads = 8;
@@ -287,7 +287,7 @@ TEST_F(TemporaryLocationsTest, ThreadsNeverGetTheSameName) {
     });
 }
 
-// Of two entries with the same name there would be one.
+// A duplicate name would leave fewer entries than calls.
 TEST_F(TemporaryLocationsTest, ProcessesNeverGetTheSameName) {
     constexpr std::size_t processes = 8;
     constexpr std::size_t each = 250;

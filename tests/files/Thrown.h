@@ -1,4 +1,4 @@
-// What an operation throws, in one line that a test can compare.
+// Describes the exception of an operation in one line of text to compare.
 #pragma once
 
 #include <cstdlib>
@@ -12,7 +12,7 @@
 
 #include "files/FileErrors.h"
 
-// The part of a message that names a path; empty for no path.
+// The part of a message that names a path; empty for an empty path.
 inline std::string On(std::string const& path) { return path.empty() ? "" : " on \"" + path + '"'; }
 
 inline std::string NameOfClass(std::type_info const& type) {
@@ -21,8 +21,8 @@ inline std::string NameOfClass(std::type_info const& type) {
     return name ? name.get() : type.name();
 }
 
-// The class, the name of the code (none for 0) and the names, as in `FileLockError EAGAIN on "/x"`.
-// Returns the whole message if it is not composed as files/FileErrors.h says.
+// The class, the name of the code (none for 0) and the names, such as `FileLockError EAGAIN on
+// "/x"`. Returns the whole message if its form differs from that in files/FileErrors.h.
 inline std::string Describe(FileIOError const& error) {
     int const code = error.GetCode();
     std::string const message = error.what();
@@ -38,7 +38,7 @@ inline std::string Describe(FileIOError const& error) {
            message.substr(start.size(), message.size() - start.size() - end.size());
 }
 
-// A file error as Describe tells it, the class of any other exception, or "nothing".
+// The text of Describe for a file error, the class of any other exception, or "nothing".
 inline std::string Thrown(std::function<void()> const& body) {
     try {
         body();

@@ -11,7 +11,7 @@ using Copy = void (*)(FileLocation const&, FileLocation const&);
 
 class FileCopiesTest : public FileTest {
 protected:
-    // Runs the body for CopyFile and ForceCopyFile, without a target at first.
+    // Runs the body for CopyFile and ForceCopyFile, at first without a target.
     void ForBoth(std::function<void(Copy)> const& body) const {
         for (Copy copy : {CopyFile, ForceCopyFile}) {
             body(copy);
@@ -19,7 +19,7 @@ protected:
         }
     }
 
-    // What a copy to a new target throws, and how much of it is left.
+    // The exception of a copy to a new target, and the length of the partial target.
     void ExpectResult(Copy copy, std::string const& source, std::string const& error,
                       std::string const& left) const {
         EXPECT_EQ(error, Thrown([&] { copy(At(source), At(to)); }));
@@ -36,7 +36,7 @@ protected:
     std::string const endOfFile = "FileReadingLoopEndOfFileError";
 };
 
-TEST_F(FileCopiesTest, CopyHasTheBytes) {
+TEST_F(FileCopiesTest, CopyHasTheSameBytes) {
     std::mt19937 random(5);
     for (std::size_t const size : {0u, 1u, 4096u, 65'535u, 65'536u, 65'537u, 131'072u, 300'001u}) {
         std::string const content = RandomBytes(random, size, EveryByte());
@@ -49,7 +49,7 @@ TEST_F(FileCopiesTest, CopyHasTheBytes) {
     }
 }
 
-TEST_F(FileCopiesTest, CopiesChunksOf64KiBWithoutAFlush) {
+TEST_F(FileCopiesTest, CopiesChunksOf64KiBWithoutFsync) {
     WriteWholeFile(from, std::string(65'537, 'x'));
     SystemCalls calls;
     CopyFile(At(from), At(to));
@@ -62,8 +62,8 @@ TEST_F(FileCopiesTest, CopiesChunksOf64KiBWithoutAFlush) {
                                  "write 65536", "read 1", "write 1"));
 }
 
-// Deliberate: neither the permissions nor the time is carried over.
-TEST_F(FileCopiesTest, CopyHasThePermissionsOfANewFileAndTheTimeOfItsWriting) {
+// Deliberate: neither the permissions nor the modification time are copied.
+TEST_F(FileCopiesTest, CopyHasDefaultPermissionsAndTheCurrentTime) {
     Umask const umask(027);
     WriteWholeFile(from, "x");
     fs::permissions(from, fs::perms(0755));
@@ -81,7 +81,7 @@ TEST_F(FileCopiesTest, CopyHasThePermissionsOfANewFileAndTheTimeOfItsWriting) {
     EXPECT_EQ(stats.st_mode & 07777, 0755u);
 }
 
-TEST_F(FileCopiesTest, OnlyARegularFileIsCopied) {
+TEST_F(FileCopiesTest, OnlyRegularFilesAreCopied) {
     ForEach(everyKind, [&](std::string const& kind) {
         bool const isCopied = IsRegularFileKind(kind);
         ExpectBoth(isCopied ? "nothing" : "FileNotFoundError" + On(directory / kind),
@@ -92,7 +92,7 @@ TEST_F(FileCopiesTest, OnlyARegularFileIsCopied) {
 }
 
 // Deliberate: the target is removed before the source is opened.
-TEST_F(FileCopiesTest, ForceCopyFileReplacesWhatCanBeRemoved) {
+TEST_F(FileCopiesTest, ForceCopyFileReplacesRemovableEntries) {
     std::map<std::string, std::string> const forced = {
         {"file", "nothing"},
         {"link to file", "nothing"},
@@ -105,23 +105,24 @@ TEST_F(FileCopiesTest, ForceCopyFileReplacesWhatCanBeRemoved) {
         Tree tree = Everything();
         EXPECT_EQ("FileExistsError" + on, Thrown([&] { CopyFile(At(from), Here(kind)); }));
         EXPECT_EQ(Everything(), tree);
-        // What is left of the others is found by the exclusive open.
+        // For the other kinds, the exclusive open fails.
         std::string const error =
             forced.contains(kind) ? forced.at(kind) : "FileExistsError EEXIST";
         EXPECT_EQ(error == "nothing" ? error : error + on,
                   Thrown([&] { ForceCopyFile(At(from), Here(kind)); }));
         if (error == "nothing")
             tree[kind] = "file new";
-        EXPECT_EQ(Everything(), tree) << "the target of a link stays";
+        EXPECT_EQ(Everything(), tree) << "the target of a link is kept";
     });
     WriteWholeFile(from, "content");
     EXPECT_EQ("FileExistsError" + On(from), Thrown([&] { CopyFile(At(from), At(from)); }));
     EXPECT_EQ(DescribeEntry(from), "file content");
     ForceCopyFile(At(from), At(from));
-    EXPECT_EQ(DescribeEntry(from), "file ") << "a file that is copied over itself is lost";
+    EXPECT_EQ(DescribeEntry(from), "file ")
+        << "a file that is copied over itself loses its content";
 }
 
-TEST_F(FileCopiesTest, TargetThatCannotBeMadeHasTheSystemsReason) {
+TEST_F(FileCopiesTest, FailedCreationOfTheTargetReportsTheErrorOfTheSystem) {
     WriteWholeFile(from, "content");
     ForBoth([&](Copy copy) {
         EXPECT_EQ("FileNotFoundError ENOENT" + On(directory / "a/b"),
@@ -139,8 +140,8 @@ TEST_F(FileCopiesTest, TargetThatCannotBeMadeHasTheSystemsReason) {
     });
 }
 
-// The target is made first, and stays.
-TEST_F(FileCopiesTest, SourceThatCannotBeReadLeavesAnEmptyTarget) {
+// The target is created first, and is kept.
+TEST_F(FileCopiesTest, UnreadableSourceLeavesAnEmptyTarget) {
     OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
         WriteWholeFile(disk / "from", "content");
         fs::permissions(disk / "from", fs::perms(0));
@@ -156,8 +157,8 @@ TEST_F(FileCopiesTest, SourceThatCannotBeReadLeavesAnEmptyTarget) {
     });
 }
 
-// A writing path does not know its name when a write fails.
-TEST_F(FileCopiesTest, FullDiskKeepsTheSourceAndAPartOfTheCopy) {
+// A writing path does not store its name, so the error of a failed write names no file.
+TEST_F(FileCopiesTest, FullDiskKeepsTheSourceAndAPartialCopy) {
     std::mt19937 random(6);
     std::string const content = RandomBytes(random, 200'000, EveryByte());
     WriteWholeFile(from, content);
@@ -171,21 +172,21 @@ TEST_F(FileCopiesTest, FullDiskKeepsTheSourceAndAPartOfTheCopy) {
     });
 }
 
-// Deliberate: the copy accepts no end but that of the length.
-TEST_F(FileCopiesTest, FileOfUnknownOrTooLongLengthIsCopiedWholeAndThenFails) {
+// Deliberate: the copy ends at the reported length only.
+TEST_F(FileCopiesTest, UnknownOrExcessiveLengthIsCopiedWholeThenFails) {
     ExpectBoth(endOfFile, "/proc/version", DescribeEntry("/proc/version"));
     WriteWholeFile(from, std::string(100'000, 'x'));
     SystemCalls calls;
     calls.Before("write", [&] { fs::resize_file(from, 10); });
     EXPECT_EQ(endOfFile, Thrown([&] { CopyFile(At(from), At(to)); }));
-    EXPECT_EQ(fs::file_size(to), 65'536u) << "also a file that shrinks";
+    EXPECT_EQ(fs::file_size(to), 65'536u) << "also for a file that shrinks";
     fs::remove(to);
     if (!fs::exists(fileThatClaimsTooMuch))
         GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
     ExpectBoth(endOfFile, fileThatClaimsTooMuch, DescribeEntry(fileThatClaimsTooMuch));
 }
 
-TEST_F(FileCopiesTest, FailureOfEachCallIsReportedAndClosesBothFiles) {
+TEST_F(FileCopiesTest, FailureOfEachCallIsReportedAndBothFilesAreClosed) {
     WriteWholeFile(from, "content");
     struct Failure {
         std::string call;

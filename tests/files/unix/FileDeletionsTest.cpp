@@ -9,7 +9,7 @@ using Delete = void (*)(FileLocation const&);
 
 class FileDeletionsTest : public FileTest {
 protected:
-    // Runs the body for both deletions, each with an empty directory as the tree.
+    // Runs the body for both deletion functions, each with an empty directory as the tree.
     void ForBoth(std::function<void(Delete)> const& body) const {
         for (Delete remove : {DeleteRecursive, DeleteContents}) {
             fs::create_directory(tree);
@@ -25,7 +25,7 @@ protected:
     std::string const tree = directory / "tree";
 };
 
-TEST_F(FileDeletionsTest, NothingOfATreeIsLeftAndNothingElseIsTouched) {
+TEST_F(FileDeletionsTest, RemovesTheWholeTreeAndNothingElse) {
     WriteWholeFile(directory / "outside", "content");
     for (unsigned int seed = 1; seed <= 5; ++seed) {
         std::mt19937 random(seed);
@@ -39,14 +39,14 @@ TEST_F(FileDeletionsTest, NothingOfATreeIsLeftAndNothingElseIsTouched) {
     }
 }
 
-// The last two accept that nothing is there.
-TEST_F(FileDeletionsTest, AnythingButADirectoryIsLeft) {
+// The last two functions accept a missing entry.
+TEST_F(FileDeletionsTest, KeepsEntriesThatAreNotDirectories) {
     std::string const noDirectory = "DirectoryNotFoundError";
     for (Delete remove : {DeleteRecursive, DeleteContents})
         EXPECT_EQ(noDirectory + On(tree), ThrownBy(remove));
     for (Delete remove : {ForceDeleteRecursive, ForceDeleteContents})
         EXPECT_EQ("nothing", ThrownBy(remove));
-    ForEach({"file", "link to file", "link to socket", "broken link", "fifo", "socket"},
+    ForEach({"file", "link to file", "link to socket", "dangling link", "FIFO", "socket"},
             [&](std::string const& kind) {
                 Tree const before = Everything();
                 for (Delete remove : {DeleteRecursive, ForceDeleteRecursive})
@@ -63,12 +63,12 @@ TEST_F(FileDeletionsTest, AnythingButADirectoryIsLeft) {
     EXPECT_EQ(Everything(), Tree());
 }
 
-TEST_F(FileDeletionsTest, BrokenLinkStopsTheDeletionBehindWhatComesBeforeIt) {
+TEST_F(FileDeletionsTest, DanglingLinkStopsTheDeletionAtItsTurn) {
     ForBoth([&](Delete remove) {
         MakeEntry(tree + "/a", "full directory");
         MakeEntry(tree + "/b", "directory");
         MakeEntry(tree + "/b/a", "file");
-        MakeEntry(tree + "/b/broken", "broken link");
+        MakeEntry(tree + "/b/broken", "dangling link");
         MakeEntry(tree + "/c", "file");
         EXPECT_EQ("FileNotFoundError ENOENT" + On(tree + "/b/broken"), ThrownBy(remove));
         EXPECT_EQ(DescribeTree(tree), (Tree{{"b", "directory"},
@@ -77,8 +77,8 @@ TEST_F(FileDeletionsTest, BrokenLinkStopsTheDeletionBehindWhatComesBeforeIt) {
     });
 }
 
-// Deliberate: the deletion of a link's target breaks the link.
-TEST_F(FileDeletionsTest, LinkBehindItsTargetStopsTheDeletion) {
+// Deliberate: the deletion of the target of a link makes the link dangling.
+TEST_F(FileDeletionsTest, LinkThatFollowsItsTargetStopsTheDeletion) {
     fs::create_directory(tree);
     WriteWholeFile(tree + "/a", "content");
     fs::create_symlink("a", tree + "/b");
@@ -88,10 +88,10 @@ TEST_F(FileDeletionsTest, LinkBehindItsTargetStopsTheDeletion) {
     fs::remove(tree + "/b");
     fs::create_symlink("c", tree + "/b");
     DeleteRecursive(At(tree));
-    EXPECT_EQ(Everything(), Tree()) << "the other way round the link goes first";
+    EXPECT_EQ(Everything(), Tree()) << "in the opposite order, the link is removed first";
 }
 
-// Deliberate: a link counts as what it points at.
+// Deliberate: a link counts as its target.
 TEST_F(FileDeletionsTest, LinkToADirectoryIsEmptiedAndThenStopsTheDeletion) {
     MakeEntry(directory / "outside", "full directory");
     fs::create_directory(tree);
@@ -112,8 +112,8 @@ TEST_F(FileDeletionsTest, LinkToADirectoryIsEmptiedAndThenStopsTheDeletion) {
     EXPECT_TRUE(fs::is_empty(tree + "-target"));
 }
 
-// The system follows 40 links and takes the next one as broken.
-TEST_F(FileDeletionsTest, LinkToItsOwnDirectoryEndsAtTheSystemsLimit) {
+// The system follows 40 links and reports an error for the next one.
+TEST_F(FileDeletionsTest, LinkToItsOwnDirectoryStopsAtTheLimitOfTheSystem) {
     fs::create_directory(tree);
     MakeEntry(tree + "/a", "file");
     fs::create_symlink(".", tree + "/link");
@@ -125,8 +125,8 @@ TEST_F(FileDeletionsTest, LinkToItsOwnDirectoryEndsAtTheSystemsLimit) {
     EXPECT_EQ(DescribeTree(tree), (Tree{{"link", "link to ."}, {"z", "file content"}}));
 }
 
-TEST_F(FileDeletionsTest, WhatIsNeitherFileNorDirectoryStaysAndKeepsItsDirectory) {
-    for (std::string const kind : {"fifo", "socket", "link to socket"})
+TEST_F(FileDeletionsTest, SpecialFilesAndTheirDirectoriesAreKept) {
+    for (std::string const kind : {"FIFO", "socket", "link to socket"})
         ForBoth([&](Delete remove) {
             MakeEntry(tree + "/b", kind);
             MakeEntry(tree + "/a", "file");
@@ -138,7 +138,7 @@ TEST_F(FileDeletionsTest, WhatIsNeitherFileNorDirectoryStaysAndKeepsItsDirectory
         });
 }
 
-TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
+TEST_F(FileDeletionsTest, SystemErrorStopsTheDeletion) {
     OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
         MakeEntry(disk / "tree", "full directory");
         MakeEntry(disk / "closed", "full directory");
@@ -154,7 +154,7 @@ TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
         fs::permissions(disk / "closed", fs::perms(0333));
         Sandbox::DropPrivileges();
         expect("FilePermissionError EACCES");
-        // A directory that cannot be read fails at its removal only.
+        // For an unreadable directory, only the removal fails.
         EXPECT_NO_THROW(DeleteContents(At(disk / "closed")));
         EXPECT_EQ("FileIOError ENOTEMPTY" + On(disk / "closed"),
                   Thrown([&] { DeleteRecursive(At(disk / "closed")); }));
@@ -162,8 +162,8 @@ TEST_F(FileDeletionsTest, WhatTheSystemRefusesStopsTheDeletion) {
     });
 }
 
-// An entry that vanishes stops the deletion if the loop is still to examine it, and nothing after.
-TEST_F(FileDeletionsTest, EntryThatVanishesStopsTheDeletionBeforeItsTurnAlone) {
+// A vanished entry stops the deletion if the loop has not examined it yet, and not afterwards.
+TEST_F(FileDeletionsTest, EntryStopsTheDeletionOnlyIfItVanishesUnexamined) {
     ForBoth([&](Delete remove) {
         MakeEntry(tree + "/a", "file");
         MakeEntry(tree + "/b", "file");

@@ -13,8 +13,8 @@ namespace {
 struct MapperCase {
     char const* name;
     void (*throwError)(FileLocation const&, int);
-    // The numbers that have another class than FileIOError. Written with Linux's numbers, so that
-    // they share nothing with the switches under test.
+    // The error numbers whose class is not FileIOError. The table has the numbers of Linux instead
+    // of their names, to be independent of the code under test.
     std::map<int, std::string> classes;
 };
 
@@ -52,7 +52,7 @@ std::vector<MapperCase> Mappers() {
     };
 }
 
-TEST(FileErrorMappersTest, EveryErrorNumberGivesTheClassOfTheTable) {
+TEST(FileErrorMappersTest, EveryErrorNumberMapsToTheClassOfTheTable) {
     FileLocation const where = At("/some/where");
     for (MapperCase const& mapper : Mappers()) {
         SCOPED_TRACE(mapper.name);
@@ -74,12 +74,12 @@ TEST(FileErrorMappersTest, EveryErrorNumberGivesTheClassOfTheTable) {
     }
 }
 
-// Deliberate: 90 is the system's number for a message that is too long.
-TEST(FileErrorMappersTest, EndOfFileHasTheSystemsWordsForItsCode) {
+// Deliberate: 90 is the number of EMSGSIZE, and the message contains the text for it.
+TEST(FileErrorMappersTest, EndOfFileErrorHasTheSystemMessageOfItsCode) {
     EXPECT_EQ(90, EndOfFileCode);
     try {
         UnixPlatform::FileReader().ThrowError(At("/x"), EndOfFileCode);
-        ADD_FAILURE() << "nothing thrown";
+        ADD_FAILURE() << "no exception";
     } catch (EndOfFileError const& error) {
         EXPECT_STREQ("File error \"14EndOfFileError\" on \"/x\": Error: 90: Message too long",
                      error.what());

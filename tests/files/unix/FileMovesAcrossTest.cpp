@@ -10,8 +10,8 @@
 
 namespace {
 
-// Runs the body in two directories of different file systems, in both directions, with the paths of
-// the source and the destination.
+// Runs the body with two directories on different file systems, in both directions, with the paths
+// of the source and the destination.
 void AcrossFileSystems(
     std::function<void(std::string const& from, std::string const& to)> const& body) {
     Sandbox::Run([&] {
@@ -23,15 +23,15 @@ void AcrossFileSystems(
     });
 }
 
-// All that is beside an entry, the entry included.
+// The tree of the parent directory of an entry.
 Tree Beside(std::string const& path) { return DescribeTree(fs::path(path).parent_path()); }
 
-// What the move throws.
+// The exception of the move.
 std::string MoveThrows(std::string const& from, std::string const& to) {
     return Thrown([&] { MoveFile(At(from), At(to)); });
 }
 
-TEST(FileMovesAcrossTest, FileCrossesAsACopy) {
+TEST(FileMovesAcrossTest, FileIsMovedAsACopy) {
     for (auto* const move : {MoveFile, ForceMoveFile})
         AcrossFileSystems([&](std::string const& from, std::string const& to) {
             std::string const content(100'000, 'x');
@@ -53,9 +53,10 @@ TEST(FileMovesAcrossTest, FileCrossesAsACopy) {
         });
 }
 
-// Deliberate: a link counts as what it points at, and all but files and directories stay silently.
-// What a link to a directory points at crosses, and the link cannot be removed as a directory.
-TEST(FileMovesAcrossTest, EachKindCrossesByWhatItPointsAt) {
+// Deliberate: a link counts as its target, and entries that are neither files nor directories are
+// silently kept. The target of a link to a directory is moved. Then the removal of the link as a
+// directory fails.
+TEST(FileMovesAcrossTest, EachKindIsMovedByTheKindOfItsTarget) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         for (std::string const& kind : everyKind) {
             SCOPED_TRACE(kind);
@@ -84,7 +85,7 @@ TEST(FileMovesAcrossTest, EachKindCrossesByWhatItPointsAt) {
         EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(from), MoveThrows(from, to));
         EXPECT_EQ(Beside(to), (Tree{{"to", "directory"}, {"to/inside", "file content"}}));
         EXPECT_TRUE(fs::is_empty(from + "-target"));
-        // A user namespace cannot make devices.
+        // A user namespace cannot create devices.
         std::string const device = from + " device";
         if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
             EXPECT_EQ("nothing", MoveThrows(device, to + " device"));
@@ -104,14 +105,14 @@ TEST(FileMovesAcrossTest, FullOrReadOnlyDiskKeepsTheSource) {
         disk.MakeReadOnly();
         EXPECT_EQ("FileIOError EROFS" + On(disk / "new"), MoveThrows("/opt/from", disk / "new"));
         EXPECT_TRUE(ReadWholeFile("/opt/from") == content);
-        // The copy is complete before the source turns out to stay.
+        // The copy is complete before the removal of the source fails.
         EXPECT_EQ("FileIOError EROFS" + On(disk / "to"), MoveThrows(disk / "to", "/opt/to"));
         EXPECT_EQ(DescribeEntry(disk / "to"), "file ");
         EXPECT_EQ(DescribeEntry("/opt/to"), "file ");
     });
 }
 
-TEST(FileMovesAcrossTest, SourceStaysIfTheCopyCannotBeClosed) {
+TEST(FileMovesAcrossTest, FailedCloseOfTheCopyKeepsTheSource) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         MakeEntry(from, "file");
         SystemCalls calls;
@@ -121,7 +122,7 @@ TEST(FileMovesAcrossTest, SourceStaysIfTheCopyCannotBeClosed) {
     });
 }
 
-TEST(FileMovesAcrossTest, TreeCrossesAsACopy) {
+TEST(FileMovesAcrossTest, TreeIsMovedAsACopy) {
     TemporaryDirectory const directory;
     AcrossFileSystems([&](std::string const& from, std::string const& to) {
         WriteWholeFile(directory / "outside", "of the tree");
@@ -136,10 +137,11 @@ TEST(FileMovesAcrossTest, TreeCrossesAsACopy) {
     });
 }
 
-// A broken link ends the copy at once; an entry that cannot be copied does after eight attempts.
-TEST(FileMovesAcrossTest, TreeThatCannotBeCopiedStaysWhole) {
+// A dangling link stops the copy at once; an entry that cannot be copied stops it after eight
+// attempts.
+TEST(FileMovesAcrossTest, FailedTreeCopyKeepsTheWholeSource) {
     for (auto const& [kind, error] : std::vector<std::pair<std::string, std::string>>{
-             {"broken link", "FileNotFoundError ENOENT"}, {"fifo", "FileNotFoundError"}})
+             {"dangling link", "FileNotFoundError ENOENT"}, {"FIFO", "FileNotFoundError"}})
         AcrossFileSystems(
             [&, &entry = kind, &expected = error](std::string const& from, std::string const& to) {
                 fs::create_directory(from);
@@ -149,14 +151,14 @@ TEST(FileMovesAcrossTest, TreeThatCannotBeCopiedStaysWhole) {
                 Tree const before = Beside(from);
                 RecordedSleeps const sleeps;
                 EXPECT_EQ(expected + On(from + "/b"), MoveThrows(from, to));
-                EXPECT_EQ(sleeps.TotalMicroseconds(), entry == "fifo" ? 2'032'000u : 0u);
+                EXPECT_EQ(sleeps.TotalMicroseconds(), entry == "FIFO" ? 2'032'000u : 0u);
                 EXPECT_EQ(Beside(from), before);
                 EXPECT_EQ(Beside(to), (Tree{{"to", "directory"}, {"to/a", "file content"}}));
             });
 }
 
-// Deliberate: the copy leaves the link out, and the deletion goes through it.
-TEST(FileMovesAcrossTest, LinkToADirectoryInATreeEndsTheMoveWithItsTargetEmptied) {
+// Deliberate: the copy omits the link, and the deletion follows it.
+TEST(FileMovesAcrossTest, LinkInATreeEmptiesItsTargetAndEndsTheMove) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         fs::create_directory(from);
         MakeEntry(from + "-target", "full directory");
@@ -171,9 +173,9 @@ TEST(FileMovesAcrossTest, LinkToADirectoryInATreeEndsTheMoveWithItsTargetEmptied
     });
 }
 
-// Whenever it does: nothing crosses, and the move fails as if nothing had been there, or with
-// InvalidStats, which happens.
-TEST(FileMovesAcrossTest, WhatVanishesAfterTheRenameHasNoInformation) {
+// Independent of the time: nothing is moved, and the move fails as for a missing source, or with
+// InvalidStats. Both outcomes occur.
+TEST(FileMovesAcrossTest, VanishingSourceIsMissingOrHasInvalidStats) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         for (std::string const kind : {"file", "directory"}) {
             std::set<std::string> seen;

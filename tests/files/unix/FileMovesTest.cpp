@@ -18,7 +18,7 @@ protected:
         return stats.st_ino;
     }
 
-    // What a move from `from` to `to` throws.
+    // The exception of a move from `from` to `to`.
     std::string ThrownBy(Move move) const {
         return Thrown([&] { move(At(from), At(to)); });
     }
@@ -27,7 +27,7 @@ protected:
     std::string const to = directory / "to";
 };
 
-TEST_F(FileMovesTest, EveryEntryIsRenamedAsItIs) {
+TEST_F(FileMovesTest, EveryKindOfEntryIsRenamed) {
     for (std::string const& kind : everyKind)
         for (Move move : bothMoves) {
             SCOPED_TRACE(kind);
@@ -45,7 +45,7 @@ TEST_F(FileMovesTest, EveryEntryIsRenamedAsItIs) {
         }
 }
 
-TEST_F(FileMovesTest, NothingCannotBeMoved) {
+TEST_F(FileMovesTest, MissingSourceCannotBeMoved) {
     for (Move move : bothMoves) {
         EXPECT_EQ("FileNotFoundError" + On(from), ThrownBy(move));
         MakeEntry(to, "file");
@@ -55,7 +55,7 @@ TEST_F(FileMovesTest, NothingCannotBeMoved) {
     }
 }
 
-TEST_F(FileMovesTest, MoveFileRefusesAnythingAtItsDestination) {
+TEST_F(FileMovesTest, MoveFileRejectsAnExistingDestination) {
     ForEach(everyKind, [&](std::string const& kind) {
         MakeEntry(from, "file");
         Tree const before = Everything();
@@ -66,8 +66,8 @@ TEST_F(FileMovesTest, MoveFileRefusesAnythingAtItsDestination) {
     });
 }
 
-// Deliberate: a refused rename looks like a success.
-TEST_F(FileMovesTest, RefusedRenameReturnsAndMovesNothing) {
+// Deliberate: a failed rename is reported as a success.
+TEST_F(FileMovesTest, FailedRenameReturnsAndMovesNothing) {
     MakeEntry(from, "full directory");
     MakeEntry(directory / "file", "file");
     Tree const before = Everything();
@@ -95,8 +95,8 @@ TEST_F(FileMovesTest, RefusedRenameReturnsAndMovesNothing) {
     });
 }
 
-// Deliberate: the destination is removed before the rename, whose refusal is silent.
-TEST_F(FileMovesTest, RefusedForcedMoveHasRemovedItsDestination) {
+// Deliberate: the destination is removed before the rename, whose failure is not reported.
+TEST_F(FileMovesTest, FailedForcedMoveHasRemovedItsDestination) {
     OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
         fs::create_directory(disk / "closed");
         MakeEntry(disk / "closed/from", "file");
@@ -112,15 +112,15 @@ TEST_F(FileMovesTest, RefusedForcedMoveHasRemovedItsDestination) {
     EXPECT_EQ(Everything(), Tree()) << "a file that is moved over itself is lost";
 }
 
-// Each side is a regular file or not. Where they differ and `from` is no directory, `to` is named,
-// whatever it is. Where they do not, the destination is removed first, if it can be.
-TEST_F(FileMovesTest, ForcedMoveReplacesWhatIsOfTheSameKind) {
+// Each side is a regular file or not. If they differ and `from` is not a directory, the error names
+// `to`, whatever its kind is. If they agree, the destination is removed first, if it can be.
+TEST_F(FileMovesTest, ForcedMoveReplacesEntriesOfTheSameKind) {
     std::map<std::string, std::string> const left = {
         {"full directory", "FileIOError ENOTEMPTY"},
         {"link to directory", "DirectoryNotFoundError ENOTDIR"},
         {"link to socket", "FileFoundError"},
-        {"broken link", "FileFoundError"},
-        {"fifo", "FileFoundError"},
+        {"dangling link", "FileFoundError"},
+        {"FIFO", "FileFoundError"},
         {"socket", "FileFoundError"}};
     for (std::string const& source : everyKind)
         for (std::string const& target : everyKind) {
@@ -145,8 +145,8 @@ TEST_F(FileMovesTest, ForcedMoveReplacesWhatIsOfTheSameKind) {
         }
 }
 
-// All that a move can come to when a side vanishes before any of the looks at them.
-TEST_F(FileMovesTest, WhatVanishesDuringAForcedMoveHasNoInformation) {
+// Lists every outcome of a move of which one side vanishes before a status call.
+TEST_F(FileMovesTest, VanishingSideOfAForcedMoveHasInvalidStats) {
     for (auto const& [target, victim] : std::vector<std::pair<std::string, std::string>>{
              {"file", from}, {"file", to}, {"directory", from}}) {
         std::set<std::string> seen;
@@ -171,7 +171,7 @@ TEST_F(FileMovesTest, WhatVanishesDuringAForcedMoveHasNoInformation) {
         std::set<std::string> expected = {"InvalidStats"};
         if (victim == from)
             expected.insert("FileNotFoundError" + On(from));
-        if (target == "file") // Just before the rename, which then is refused.
+        if (target == "file") // Just before the rename, which then fails.
             expected.insert("nothing");
         EXPECT_EQ(seen, expected) << target << " at the destination, " << victim << " vanishes";
     }

@@ -1,4 +1,4 @@
-// Permissions and free space.
+// Tests permissions and free space.
 #include <sys/statvfs.h>
 
 #include "files/FileOperations.h"
@@ -11,7 +11,7 @@ protected:
     std::string const file = directory / "file";
 };
 
-// Deliberate: to make a file writable, the umask is taken from all of the mode.
+// Deliberate: to make a file writable, the umask is applied to the whole mode.
 TEST_F(FilePermissionsTest, ReadOnlyClearsTheWriteBitsAndWritableSetsThem) {
     MakeEntry(file, "file");
     for (mode_t const mask : {0u, 022u, 027u, 077u, 0222u, 0777u}) {
@@ -24,7 +24,7 @@ TEST_F(FilePermissionsTest, ReadOnlyClearsTheWriteBitsAndWritableSetsThem) {
             SetFileReadOnly(At(file), false);
             ASSERT_EQ(ModeOf(file), (mode | 0222u) & ~mask);
         }
-        EXPECT_EQ(umask(mask), mask) << "the umask is as before";
+        EXPECT_EQ(umask(mask), mask) << "the umask is restored";
     }
     SystemCalls calls;
     SetFileReadOnly(At(file), true);
@@ -38,7 +38,7 @@ TEST_F(FilePermissionsTest, ReadOnlyFollowsALink) {
         EXPECT_EQ(ModeOf(directory / (kind + "-target")), 0555u);
     });
     MakeEntry(file, "file");
-    MakeEntry(directory / "broken", "broken link");
+    MakeEntry(directory / "broken", "dangling link");
     for (std::string const name : {"broken", "missing"}) {
         for (bool const readOnly : {false, true})
             ExpectRefused("FileNotFoundError ENOENT", name,
@@ -50,7 +50,7 @@ TEST_F(FilePermissionsTest, ReadOnlyFollowsALink) {
                   [](FileLocation const& where) { where.IsReadOnly(); });
 }
 
-TEST_F(FilePermissionsTest, IsReadOnlyTellsWhetherThisProcessMayWrite) {
+TEST_F(FilePermissionsTest, IsReadOnlyReportsWhetherThisProcessMayWrite) {
     OnDisk({}, [](SmallFileSystem& disk) {
         std::string const link = disk / "link";
         MakeEntry(link, "link to file");
@@ -58,7 +58,7 @@ TEST_F(FilePermissionsTest, IsReadOnlyTellsWhetherThisProcessMayWrite) {
             SetFileReadOnly(At(link), true);
         };
         fs::permissions(link, fs::perms(0444));
-        EXPECT_FALSE(At(link).IsReadOnly()) << "the superuser may";
+        EXPECT_FALSE(At(link).IsReadOnly()) << "the superuser may write";
         disk.MakeReadOnly();
         EXPECT_TRUE(At(link).IsReadOnly());
         EXPECT_TRUE(At(disk.path()).IsReadOnly());
@@ -70,12 +70,12 @@ TEST_F(FilePermissionsTest, IsReadOnlyTellsWhetherThisProcessMayWrite) {
         EXPECT_TRUE(At(link).IsReadOnly());
         EXPECT_FALSE(At("/dev/null").IsReadOnly());
         if (stats.st_uid == getuid())
-            GTEST_SKIP() << "the machine knows no second user";
+            GTEST_SKIP() << "the machine has no second user";
         EXPECT_EQ("FilePermissionError EPERM" + On(link), Thrown(makeReadOnly));
     });
 }
 
-TEST_F(FilePermissionsTest, FreeSpaceIsThatOfTheDiskInBytes) {
+TEST_F(FilePermissionsTest, FreeSpaceIsReportedInBytes) {
     OnDisk({.bytes = 1024 * 1024}, [](SmallFileSystem& disk) {
         EXPECT_EQ(CalculateFreeSpace(At(disk.path())), 1024 * 1024);
         WriteWholeFile(disk / "file", std::string(10'000, 'x'));
@@ -83,7 +83,7 @@ TEST_F(FilePermissionsTest, FreeSpaceIsThatOfTheDiskInBytes) {
         disk.FillUp();
         EXPECT_EQ(CalculateFreeSpace(At(disk.path())), 0);
     });
-    // Others may write to that disk meanwhile, so two figures around it must be the same.
+    // Other processes may write to that disk, so the free space before and after must be equal.
     for (int i = 0; i < 1000; ++i) {
         struct statvfs before = {};
         struct statvfs after = {};
@@ -92,15 +92,15 @@ TEST_F(FilePermissionsTest, FreeSpaceIsThatOfTheDiskInBytes) {
         ASSERT_EQ(statvfs("/", &after), 0);
         if (before.f_bfree == after.f_bfree) {
             EXPECT_EQ(free, static_cast<long long>(before.f_bfree * before.f_frsize))
-                << "the superuser's blocks too";
+                << "includes the reserved blocks of the superuser";
             return;
         }
     }
-    FAIL() << "the disk is never still";
+    FAIL() << "the free space of the disk changes all the time";
 }
 
 TEST_F(FilePermissionsTest, UnknownFreeSpaceIsMinusOne) {
-    MakeEntry(directory / "broken", "broken link");
+    MakeEntry(directory / "broken", "dangling link");
     EXPECT_EQ(CalculateFreeSpace(Here("missing")), -1);
     EXPECT_EQ(CalculateFreeSpace(Here("broken")), -1);
     for (auto const& [bytes, expected] :

@@ -19,7 +19,7 @@ protected:
     FileStats stats;
 };
 
-TEST_F(FileStatsTest, HasNothingThereAtFirst) {
+TEST_F(FileStatsTest, DefaultHasNoEntry) {
     EXPECT_EQ(stats.State(), StatsNothingThere);
     EXPECT_TRUE(IsAllZero(stats.Target()));
     EXPECT_TRUE(IsAllZero(stats.Link()));
@@ -30,12 +30,12 @@ TEST_F(FileStatsTest, HasNothingThereAtFirst) {
     EXPECT_GE(sizeof(FileStats), sizeof(int) + 2 * sizeof(struct stat));
 }
 
-TEST_F(FileStatsTest, LinkCountsAsWhatItPointsAt) {
+TEST_F(FileStatsTest, LinkCountsAsItsTarget) {
     for (std::string const& kind : everyKind) {
         SCOPED_TRACE(kind);
         MakeEntry(directory / kind, kind);
         bool const isLink = kind.find("link") != std::string::npos;
-        bool const isBroken = kind == "broken link";
+        bool const isBroken = kind == "dangling link";
         EXPECT_EQ(Get(kind), isBroken ? ENOENT : 0);
         EXPECT_EQ(stats.State(), isBroken ? StatsBrokenLink
                                  : isLink ? StatsValidThroughLink
@@ -52,10 +52,10 @@ TEST_F(FileStatsTest, LinkCountsAsWhatItPointsAt) {
     fs::create_symlink("link to file", directory / "link to link");
     EXPECT_EQ(Get("link to link"), 0);
     EXPECT_TRUE(stats.IsRegularFile());
-    EXPECT_EQ(stats.Link().st_size, 12) << "the length of the link's text";
+    EXPECT_EQ(stats.Link().st_size, 12) << "the length of the text of the link";
 }
 
-TEST_F(FileStatsTest, BrokenLinkHasTheErrorOfItsTarget) {
+TEST_F(FileStatsTest, DanglingLinkHasTheErrorOfItsTarget) {
     MakeEntry(directory / "file", "file");
     fs::create_symlink("ring", directory / "ring");
     fs::create_symlink("file/below", directory / "through");
@@ -65,11 +65,11 @@ TEST_F(FileStatsTest, BrokenLinkHasTheErrorOfItsTarget) {
     }
 }
 
-TEST_F(FileStatsTest, NothingIsThereThatCannotBeExamined) {
+TEST_F(FileStatsTest, EntryThatCannotBeExaminedCountsAsMissing) {
     MakeEntry(directory / "file", "file");
     for (auto const& [name, error] : std::vector<std::pair<std::string, int>>{
              {"missing", ENOENT}, {"file/below", ENOTDIR}, {std::string(256, 'x'), ENAMETOOLONG}}) {
-        EXPECT_EQ(Get("file"), 0); // What was there before must go.
+        EXPECT_EQ(Get("file"), 0); // The result of the previous call must be cleared.
         EXPECT_EQ(Get(name), error);
         EXPECT_EQ(stats.State(), StatsNothingThere);
         EXPECT_TRUE(IsAllZero(stats.Target()));
@@ -80,7 +80,7 @@ TEST_F(FileStatsTest, NothingIsThereThatCannotBeExamined) {
     EXPECT_FALSE(stats.IsDirectory() || stats.IsRegularFile());
 }
 
-TEST_F(FileStatsTest, NothingIsThereThatIsOutOfReach) {
+TEST_F(FileStatsTest, UnreachableEntryCountsAsMissing) {
     Sandbox::Run([&] {
         MakeEntry(directory / "closed", "full directory");
         fs::create_symlink("closed/inside", directory / "link");

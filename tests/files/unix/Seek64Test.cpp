@@ -27,7 +27,7 @@ TEST_F(Seek64Test, ReturnsTheNewOffset) {
     EXPECT_EQ(Seek64(descriptor, beyond32Bits, SEEK_SET), static_cast<long long>(beyond32Bits));
 }
 
-TEST_F(Seek64Test, FailsWithMinusOneAndTheSystemsError) {
+TEST_F(Seek64Test, ReturnsMinusOneAndSetsErrno) {
     ExpectFailure(EINVAL, descriptor, ~0ULL, SEEK_SET);
     ExpectFailure(EINVAL, descriptor, 0, 99);
     ExpectFailure(EBADF, ~0u, 0, SEEK_SET);

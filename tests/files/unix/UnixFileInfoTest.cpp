@@ -47,28 +47,29 @@ TEST_F(UnixFileInfoTest, TimesAreThoseOfTheTargetInWholeSeconds) {
     EXPECT_EQ(UnixFileInfo(missing).ModificationTime(), Instant(0));
 }
 
-TEST_F(UnixFileInfoTest, SettingTheTimeChangesTheObjectOnly) {
+TEST_F(UnixFileInfoTest, SettingTheTimeChangesOnlyTheObject) {
     UnixFileInfo info(file);
     info.SetModificationTime(Instant(5'999'999));
     EXPECT_EQ(info.ModificationTime(), Instant(5'000'000));
     EXPECT_EQ(info.AccessTime(), Instant(1'000'000'000'000'000));
     EXPECT_EQ(UnixFileInfo(file).ModificationTime(), Instant(1'600'000'001'000'000));
-    EXPECT_EQ(info.Link().st_mtim.tv_sec, 1'600'000'001) << "only the target's record changes";
-    info.SetModificationTime(Instant(-1'500'000)); // As a division of integers has it.
+    EXPECT_EQ(info.Link().st_mtim.tv_sec, 1'600'000'001) << "only the record of the target changes";
+    info.SetModificationTime(
+        Instant(-1'500'000)); // Rounded towards zero, as by an integer division.
     EXPECT_EQ(info.ModificationTime(), Instant(-1'000'000));
 }
 
-// Deliberate: nothing is not equal to nothing; see the contract.
-TEST_F(UnixFileInfoTest, EveryPartCountsInAComparison) {
+// Deliberate: objects without an entry are not equal; see the contract.
+TEST_F(UnixFileInfoTest, ComparisonIncludesEveryField) {
     UnixFileInfo const before(file);
     UnixFileInfo const link(Here("link"));
     EXPECT_TRUE(before == UnixFileInfo(file));
     EXPECT_TRUE(link == UnixFileInfo(link));
     EXPECT_FALSE(link == before) << "the state";
-    EXPECT_FALSE(link == UnixFileInfo(Here("other link"))) << "the link's record";
+    EXPECT_FALSE(link == UnixFileInfo(Here("other link"))) << "the record of the link";
     UnixFileInfo changed(file);
     changed.SetModificationTime(Instant(0));
-    EXPECT_FALSE(changed == before) << "the target's record";
+    EXPECT_FALSE(changed == before) << "the record of the target";
     SetTimes(1'000'000'000, 1'600'000'002);
     EXPECT_FALSE(before == UnixFileInfo(file));
     EXPECT_FALSE(UnixFileInfo() == UnixFileInfo());
@@ -76,7 +77,7 @@ TEST_F(UnixFileInfoTest, EveryPartCountsInAComparison) {
     EXPECT_FALSE(UnixFileInfo(missing) == before);
 }
 
-TEST_F(UnixFileInfoTest, FileTimesAndInstantsAreTheSameNumber) {
+TEST_F(UnixFileInfoTest, FileTimesAndInstantsAreEqualNumbers) {
     for (std::int64_t count : {INT64_MIN, std::int64_t{-1}, std::int64_t{0}, INT64_MAX}) {
         EXPECT_EQ(UnixPlatform::FileTimeToInstant(Instant(count)), Instant(count));
         EXPECT_EQ(UnixPlatform::InstantToFileTime(Instant(count)), Instant(count));

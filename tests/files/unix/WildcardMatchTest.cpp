@@ -15,7 +15,7 @@ using UnixPlatform::MatchWildcard;
 
 namespace {
 
-// The rule with all its branches: exponential, and the reference for the product.
+// Exponential reference implementation, which tries every possibility.
 bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
     while (left != 0) {
         if (*pattern == '?' || *pattern == *name) {
@@ -58,16 +58,16 @@ void CompareAll(std::vector<std::string> const& names, std::vector<std::string> 
         }
     }
     EXPECT_EQ(0u, mismatches) << "one of them: " << example;
-    EXPECT_GT(matches, names.size()) << "the comparison saw next to no match";
+    EXPECT_GT(matches, names.size()) << "the comparison has too few matches";
 }
 
-TEST(WildcardMatchTest, AgreesWithTheRuleOnAllShortTexts) {
+TEST(WildcardMatchTest, ShortTextsAgreeWithReference) {
     CompareAll(AllTexts("ab*?", 4), AllTexts("ab*?", 6));
     CompareAll(AllTexts("a*", 8), AllTexts("a*?", 7));
     CompareAll(AllTexts("ab", 9), AllTexts("ab*", 6));
 }
 
-TEST(WildcardMatchTest, AgreesWithTheRuleOnRandomNames) {
+TEST(WildcardMatchTest, RandomNamesAgreeWithReference) {
     std::mt19937 random(20240131);
     for (int round = 0; round < 20'000; ++round) {
         std::string const name = RandomBytes(random, random() % 24, "aab.*\xE9");
@@ -77,21 +77,21 @@ TEST(WildcardMatchTest, AgreesWithTheRuleOnRandomNames) {
     }
 }
 
-TEST(WildcardMatchTest, WildcardsAndBytes) {
+TEST(WildcardMatchTest, MatchesWildcardsAndLiteralBytes) {
     EXPECT_TRUE(MatchWildcard("report.txt", "*.txt"));
     EXPECT_FALSE(MatchWildcard("report.txt.gz", "*.txt"));
     EXPECT_TRUE(MatchWildcard("\xFF", "?"));
-    EXPECT_FALSE(MatchWildcard("A.TXT", "*.txt")) << "case matters";
+    EXPECT_FALSE(MatchWildcard("A.TXT", "*.txt")) << "case-sensitive";
     EXPECT_FALSE(MatchWildcard("a.txt", "*.TXT"));
-    // The end of the pattern is no byte that a NUL in the name could match.
+    // The end of the pattern does not match a NUL in the name.
     EXPECT_FALSE(MatchWildcard(Bytes("a\0b"), "a"));
     EXPECT_FALSE(MatchWildcard(Bytes("\0"), ""));
     EXPECT_TRUE(MatchWildcard(Bytes("a\0b"), "a?b"));
     EXPECT_TRUE(MatchWildcard(Bytes("a\0\0b"), "a*b"));
 }
 
-// Deliberate: a star that meets a star is that one byte and no wildcard any more.
-TEST(WildcardMatchTest, StarOfThePatternTakesOneStarOfTheName) {
+// Deliberate: a star of the pattern that meets a star of the name matches this one byte only.
+TEST(WildcardMatchTest, StarOfThePatternMatchesOneStarOfTheName) {
     EXPECT_TRUE(MatchWildcard("*", "*"));
     EXPECT_FALSE(MatchWildcard("*a", "*"));
     EXPECT_FALSE(MatchWildcard("*ab", "*b"));
@@ -100,8 +100,8 @@ TEST(WildcardMatchTest, StarOfThePatternTakesOneStarOfTheName) {
     EXPECT_TRUE(MatchWildcard("*a", "**"));
 }
 
-// By its branches this would not end in any reasonable time.
-TEST(WildcardMatchTest, AnswersAHostilePatternAtOnce) {
+// The reference implementation would not terminate in a reasonable time.
+TEST(WildcardMatchTest, MatchesAnAdversarialPatternInShortTime) {
     std::string const name(255, 'a');
     EXPECT_FALSE(MatchWildcard(name, "*a*a*a*a*a*a*a*b"));
     std::string stars;
