@@ -35,7 +35,7 @@ TEST(ArrayOfTest, RangesAreHalfOpen) {
     EXPECT_EQ(7, ConstArrayOf<int>(all)[2]);
 }
 
-TEST(ArrayOfTest, BufferOfCountsFromNought) {
+TEST(ArrayOfTest, BufferOfCountsFromZero) {
     unsigned short units[4];
     BufferOf<unsigned short> const buffer{ArrayOf<unsigned short>(units)};
     EXPECT_EQ(units, buffer.begin);
@@ -44,7 +44,7 @@ TEST(ArrayOfTest, BufferOfCountsFromNought) {
     static_assert(sizeof(buffer.count) == 4);
 }
 
-TEST(RangeTest, IsAPlainPairOfNumbers) {
+TEST(RangeTest, IsAPairOfNumbersWithoutOtherMembers) {
     Range<unsigned long long> const range{3, 5};
     EXPECT_EQ(3u, range.begin);
     EXPECT_EQ(5u, range.end);
@@ -52,7 +52,7 @@ TEST(RangeTest, IsAPlainPairOfNumbers) {
     EXPECT_EQ(0u, Range<unsigned long long>().end);
 }
 
-TEST(RangeTest, EqualityIsThatOfBothEnds) {
+TEST(RangeTest, EqualityComparesBothEnds) {
     EXPECT_TRUE((Range<int>{1, 2} == Range<int>{1, 2}));
     EXPECT_FALSE((Range<int>{1, 2} == Range<int>{1, 3}));
     EXPECT_FALSE((Range<int>{0, 2} == Range<int>{1, 2}));

@@ -29,8 +29,7 @@ TEST(AsciiCaseTest, CaseTablesMapLettersOnly) {
     EXPECT_TRUE(Ascii::CaseTablesAreCorrect());
 }
 
-// Texts of every length around the sizes in which runs are handled, of letters and their
-// neighbours.
+// Texts of letters and of the bytes next to them, with lengths around the sizes of the blocks.
 std::vector<std::string> TextsOfManyLengths(unsigned seed) {
     std::mt19937 random(seed);
     std::vector<std::string> texts;
@@ -40,7 +39,7 @@ std::vector<std::string> TextsOfManyLengths(unsigned seed) {
     return texts;
 }
 
-TEST(AsciiCaseTest, EveryFormMapsEachByte) {
+TEST(AsciiCaseTest, EveryOverloadMapsEachByte) {
     for (std::string const& text : TextsOfManyLengths(1)) {
         std::string const raised = Raised(text);
         std::string const lowered = Lowered(text);
@@ -86,14 +85,14 @@ TEST(AsciiCaseTest, OverlappingBytesAreMappedInOrder) {
         }
 }
 
-TEST(AsciiCaseTest, BuffersStopAtTheEndOfEitherSide) {
+TEST(AsciiCaseTest, BuffersStopAtTheEndOfEitherRange) {
     char room[3];
     ConstBuffer source(ConstData("abcde"));
     Buffer target{Data(room)};
     Ascii::RaiseCase(source, target);
     EXPECT_EQ("ABC", MakeString(target.Written()));
     EXPECT_EQ("de", MakeString(source.Left()));
-    Ascii::RaiseCase(source, target); // A full target is a normal end.
+    Ascii::RaiseCase(source, target); // A full target is not an error.
     EXPECT_EQ("de", MakeString(source.Left()));
     target.Reset();
     Ascii::LowerCase(source, target);
@@ -118,7 +117,7 @@ TEST(AsciiCaseTest, OneLetterDecidesTheCaseAtEveryPosition) {
     }
 }
 
-TEST(AsciiCaseTest, EveryPairOfBytesComparesByTheTables) {
+TEST(AsciiCaseTest, EveryPairOfBytesIsComparedByTheTables) {
     for (char const left : EveryByte())
         for (char const right : EveryByte())
             ExpectHolds({left, right}, [&] {
@@ -134,7 +133,7 @@ TEST(AsciiCaseTest, FirstDifferenceDecidesAtEveryPosition) {
             ASSERT_TRUE(Ascii::EqualIgnoringCase(left, right));
             right[i] = 'R';
             if (i + 1 < length)
-                right[i + 1] = 'A'; // It is the first difference that counts.
+                right[i + 1] = 'A'; // The first difference decides.
             ASSERT_FALSE(Ascii::EqualIgnoringCase(left, right)) << i << " of " << length;
             ASSERT_EQ(-1, Ascii::CompareLowercase(ConstData(left), ConstData(right)));
             ASSERT_EQ(1, Ascii::CompareUppercase(right, left));
@@ -154,9 +153,9 @@ TEST(AsciiCaseTest, ComparisonsAgreeWithReference) {
     }
 }
 
-// Deliberate: at the end of a string, the byte of the other is compared unmapped and signed. The
-// positions are around the ends of the blocks that are compared.
-TEST(AsciiCaseTest, LongStringsCompareToTheirEnds) {
+// Deliberate: at the end of a string, the byte of the other one is compared unmapped and signed.
+// The positions are around the ends of the compared blocks.
+TEST(AsciiCaseTest, LongStringsAreComparedToTheirEnds) {
     for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,
                               16257u, 24448u, 30000u}) {
         std::string const left = std::string(place, 'x') + "b" + std::string(200, 'y');
@@ -172,7 +171,7 @@ TEST(AsciiCaseTest, LongStringsCompareToTheirEnds) {
     }
 }
 
-TEST(AsciiCaseTest, OnlyAStringAllocates) {
+TEST(AsciiCaseTest, OnlyTheStringOverloadAllocates) {
     std::string const text(200, 'q');
     std::string target(200, '#');
     EXPECT_EQ(0u, AllocationsOf([&] {

@@ -35,7 +35,7 @@ TEST(AsciiFiltersTest, OutputIsIndependentOfChunks) {
     });
 }
 
-TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndHoldNothingBack) {
+TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndStoreNothing) {
     for (DataFilter* const filter : {static_cast<DataFilter*>(&Ascii::RaiseCase()),
                                      static_cast<DataFilter*>(&Ascii::LowerCase())}) {
         char room[2];
@@ -51,7 +51,7 @@ TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndHoldNothingBack) {
     }
 }
 
-TEST(AsciiFiltersTest, OverloadsOfTheBaseAreVisible) {
+TEST(AsciiFiltersTest, OverloadsOfTheBaseClassAreVisible) {
     char room[3];
     Ascii::RaiseCase()(ConstData("xyz"), Data(room));
     EXPECT_EQ("XYZ", std::string(room, 3));
@@ -60,7 +60,7 @@ TEST(AsciiFiltersTest, OverloadsOfTheBaseAreVisible) {
     EXPECT_EQ("xyz", std::string(room, 3));
 }
 
-TEST(AsciiFiltersTest, OneInstanceOfEachIsShared) {
+TEST(AsciiFiltersTest, EachFilterHasOneSharedInstance) {
     EXPECT_EQ(&Ascii::RaiseCase(), &Ascii::RaiseCase());
     EXPECT_EQ(&Ascii::LowerCase(), &Ascii::LowerCase());
     EXPECT_EQ(sizeof(DataFilter), sizeof(Ascii::CaseRaisingFilter));

@@ -75,7 +75,7 @@ TEST(AsciiTest, HexDigitIsLowercaseForAnyValue) {
     EXPECT_EQ("0123456789abcdefg", digits);
 }
 
-TEST(AsciiTest, HexDigitValueIsTheInverseForEitherCase) {
+TEST(AsciiTest, HexDigitValueIsTheInverseForBothCases) {
     std::string const digits = "0123456789ABCDEFG";
     for (unsigned value = 0; value <= 16; ++value) {
         EXPECT_EQ(value, Ascii::HexDigitValue(Ascii::HexDigit(value)));
@@ -100,7 +100,7 @@ TEST(AsciiSetTest, SpanIncludesBothEnds) {
                     << byte << " in " << int(first) << " to " << int(last);
 }
 
-TEST(AsciiSetTest, MemberIsABitOfItsWord) {
+TEST(AsciiSetTest, MembershipIsOneBitOfAWord) {
     AsciiSet const set{{0x00000001, 0x80000000, 0, 0, 0, 0, 0, 0x00000004}};
     EXPECT_TRUE(set.Contains(0));
     EXPECT_TRUE(set.Contains(63));
@@ -108,7 +108,7 @@ TEST(AsciiSetTest, MemberIsABitOfItsWord) {
     EXPECT_EQ(3u, CountMembers(set));
 }
 
-TEST(AsciiSetTest, UnionAndComplement) {
+TEST(AsciiSetTest, CombinesAndComplementsSets) {
     AsciiSet const set = AsciiSet::Span('a', 'c') | AsciiSet::Only(0xFF);
     EXPECT_EQ(4u, CountMembers(set));
     EXPECT_TRUE(set['b'] && set[0xFF]);
@@ -140,7 +140,7 @@ TEST(AsciiTrimTest, TrimsFourBytesOnly) {
     }
 }
 
-TEST(AsciiTrimTest, EmptyResultIsTheEndOfTheInput) {
+TEST(AsciiTrimTest, EmptyResultIsAtTheEndOfTheInput) {
     for (ConstData const text : {ConstData(" \t \r\n"), ConstData(" "), ConstData("")}) {
         for (ConstData const trimmed :
              {TrimAsciiWhitespace(text), TrimLeadingAsciiWhitespace(text)}) {

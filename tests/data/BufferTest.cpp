@@ -13,7 +13,7 @@ namespace {
 static_assert(!std::is_copy_constructible_v<BufferWithCapacity<8>>);
 static_assert(!std::is_copy_assignable_v<BufferWithCapacity<8>>);
 
-TEST(BufferTest, StandsAtTheBeginOfItsRange) {
+TEST(BufferTest, PositionIsTheBeginOfTheRangeAtFirst) {
     unsigned char bytes[4];
     Buffer const buffer{Data(bytes)};
     EXPECT_EQ(bytes, buffer.position);
@@ -50,10 +50,11 @@ TEST(BufferTest, CopyStopsAtAFullTarget) {
     target.Reset();
     target << source;
     EXPECT_EQ(ConstData("ef"), target.Written());
-    EXPECT_EQ(ConstData("efcd"), ConstData(bytes)) << "what lies behind is left alone";
+    EXPECT_EQ(ConstData("efcd"), ConstData(bytes))
+        << "the bytes after the position are not changed";
 }
 
-TEST(BufferTest, CopyOfNothingDoesNothing) {
+TEST(BufferTest, CopyOfNoBytesHasNoEffect) {
     Buffer target{Data()};
     ConstBuffer source{ConstData()};
     target << source;
@@ -61,7 +62,7 @@ TEST(BufferTest, CopyOfNothingDoesNothing) {
     EXPECT_EQ(nullptr, source.position);
 }
 
-TEST(BufferWithCapacityTest, HoldsItsBytesInside) {
+TEST(BufferWithCapacityTest, StoresItsBytesInTheObject) {
     BufferWithCapacity<48> buffer;
     unsigned char* const object = reinterpret_cast<unsigned char*>(&buffer);
     EXPECT_EQ(48, buffer.end - buffer.start);

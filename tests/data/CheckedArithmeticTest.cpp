@@ -51,13 +51,13 @@ Wide WrapSigned(Wide value) {
     return wrapped > Top<S>() ? wrapped - 2 * (Top<S>() + 1) : wrapped;
 }
 
-// What the first inexact group answers: both bounds are taken modulo the width.
+// The results of the first inexact group: both bounds are taken modulo the width.
 template <typename S, typename U>
 bool WrappingDifferenceOfMixed(U a, S b) {
     return b < 0 ? Wrap<U>(Top<S>() + b) >= a : Wrap<U>(Bottom<S>() + b) <= a;
 }
 
-// What the second inexact group answers.
+// The results of the second inexact group.
 template <typename S, typename U>
 bool WrappingDifferenceOfUnsigned(U a, U b) {
     if (static_cast<Wide>(a) > Top<S>())
@@ -65,7 +65,7 @@ bool WrappingDifferenceOfUnsigned(U a, U b) {
     return WrapSigned<S>(a) >= WrapSigned<S>(static_cast<Wide>(b) + Bottom<S>());
 }
 
-// Collects what disagrees; a loop over all pairs asks for one result at its end.
+// Collects differences, so that a loop over all pairs has one assertion at its end.
 class Mismatches {
 public:
     template <typename A, typename B>
@@ -129,8 +129,8 @@ void CheckAllForms(Mismatches& out, U a, U b) {
     CheckMixedPair(out, static_cast<S>(a), b);
 }
 
-// Every bit pattern within a few steps of a power of two, of zero and of the ends, and the values
-// around the roots and the fractions of the top, where products and quotients turn over.
+// The bit patterns within a few steps of a power of two, of zero and of the limits, and the values
+// around the roots and the fractions of the maximum, at which products and quotients overflow.
 template <typename U>
 std::vector<U> Borders() {
     std::vector<U> borders;
@@ -180,7 +180,7 @@ TEST(CheckedArithmeticTest, LimitsOfWiderTypesAgreeWithWideArithmetic) {
     CheckBorders<unsigned long long>();
 }
 
-// Deliberate: these answers differ from the exact ones.
+// Deliberate: these results differ from the exact ones.
 TEST(CheckedArithmeticTest, SignedDifferenceOfUnsignedOperandWraps) {
     EXPECT_FALSE(CanSubtractSigned(U8{0}, S8{0}));
     EXPECT_TRUE(CanSubtractSigned(U8{200}, S8{0}));
@@ -189,7 +189,7 @@ TEST(CheckedArithmeticTest, SignedDifferenceOfUnsignedOperandWraps) {
     EXPECT_TRUE(CanSubtractSigned(U8{128}, U8{128}));
 }
 
-TEST(CheckedArithmeticTest, AnswersAtCompileTime) {
+TEST(CheckedArithmeticTest, ResultsAreConstantExpressions) {
     static_assert(CanAdd(1u, 2u) && !CanAdd(0xFFFFFFFFu, 1u));
     static_assert(CanMultiply(3LL, -5LL) && !CanMultiply(1LL << 62, 2LL));
     static_assert(!CanSubtractUnsigned(-1, 0u));

@@ -63,7 +63,7 @@ TEST(ChecksumReceiverTest, ValueIsIndependentOfChunks) {
     });
 }
 
-// The lengths at which the fast forms begin and end, at every alignment.
+// The lengths at which the blocks of the fast path begin and end, at every alignment.
 TEST(ChecksumReceiverTest, EveryLengthAgreesWithReference) {
     unsigned const seed = 67;
     std::mt19937 random(seed);
@@ -79,7 +79,7 @@ TEST(ChecksumReceiverTest, EveryLengthAgreesWithReference) {
                                << wrong[0].second;
 }
 
-TEST(ChecksumReceiverTest, TableHasEightStepsOfEachByte) {
+TEST(ChecksumReceiverTest, TableHasTheRemainderOfEachByte) {
     std::uint32_t const* const table = ChecksumReceiver::Table();
     for (std::uint32_t i = 0; i < 256; ++i)
         EXPECT_EQ(ChecksumProperties::AdvanceByBits(0, std::string(1, static_cast<char>(i))),
@@ -98,7 +98,7 @@ TEST(ChecksumReceiverTest, ConstructorRestoresTheSharedTable) {
     EXPECT_EQ(0xB1F740B4u, table[255]);
 }
 
-TEST(ChecksumReceiverTest, FlagIsClearedBeforeMain) {
+TEST(ChecksumReceiverTest, StartupFlagIsClearedBeforeMain) {
     EXPECT_FALSE(ChecksumReceiver::initializeTableAtStartup);
 }
 

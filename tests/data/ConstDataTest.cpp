@@ -23,7 +23,7 @@ using Positions = std::vector<unsigned long>;
 
 int Sign(int number) { return (number > 0) - (number < 0); }
 
-TEST(ConstDataTest, TakesTextsOfTheLanguage) {
+TEST(ConstDataTest, ConstructorsTakeStringsAndLiterals) {
     std::string const string = Bytes("a\0b");
     char const* text = "abc";
     unsigned char const bytes[] = {'a', 'b', 'c'};
@@ -41,7 +41,7 @@ TEST(ConstDataTest, TakesTextsOfTheLanguage) {
     EXPECT_EQ("abc", ConstData(bytes).View());
 }
 
-TEST(ConstDataTest, LiteralOfBytesKeepsItsInnerNuls) {
+TEST(ConstDataTest, LiteralOfBytesKeepsEmbeddedNuls) {
     EXPECT_EQ(ConstData(Bytes("a\0b")), "a\0b"_bytes);
     EXPECT_EQ(3u, "a\0b"_bytes.Length());
     EXPECT_TRUE(""_bytes.IsEmpty());
@@ -129,7 +129,7 @@ TEST(ConstDataTest, SearchesInLinearTime) {
 TEST(ConstDataTest, CopiesAsManyBytesAsBothSidesHold) {
     unsigned char target[] = {'.', '.', '.', '.'};
     EXPECT_EQ(ConstData(), ConstData("abc") >> Data(target));
-    EXPECT_EQ(ConstData("abc."), ConstData(target)) << "the tail of the target is left alone";
+    EXPECT_EQ(ConstData("abc."), ConstData(target)) << "the bytes after the copy are not changed";
     EXPECT_EQ(ConstData("ef"), ConstData("ABCDef") >> Data(target));
     EXPECT_EQ(ConstData("ABCD"), ConstData(target));
 }
@@ -206,7 +206,7 @@ TEST(ConstDataWithCapacityTest, TakesExactlyItsCapacity) {
     EXPECT_STREQ("25ConstDataCapacityExceeded", ConstDataCapacityExceeded().what());
 }
 
-TEST(ConstDataWithCapacityTest, CopiesAreOnTheirOwn) {
+TEST(ConstDataWithCapacityTest, CopiesAreIndependent) {
     ConstDataWithCapacity<4> first(ConstData("abc"));
     ConstDataWithCapacity<4> const second = first;
     first = ConstDataWithCapacity<4>(ConstData("xy"));
@@ -215,7 +215,7 @@ TEST(ConstDataWithCapacityTest, CopiesAreOnTheirOwn) {
     EXPECT_EQ(second.bytes, ConstData(second).begin);
 }
 
-TEST(ConstDataWithCapacityTest, EmbeddedNulsCount) {
+TEST(ConstDataWithCapacityTest, EmbeddedNulsAreCounted) {
     ConstDataWithCapacity<4> const holder("a\0b"_bytes);
     EXPECT_EQ(3u, holder.length);
     EXPECT_EQ("a\0b"_bytes, ConstData(holder));

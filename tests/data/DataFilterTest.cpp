@@ -91,7 +91,7 @@ TEST(DataFilterTest, CopyIsTheIdentity) {
     EXPECT_EQ(ConstData("abc"), ConstData(bytes));
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST(DataFilterTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf<void (DataFilter::*)(ConstBuffer&, Buffer&)>(&DataFilter::operator()));
     EXPECT_EQ(3u, SlotOf(&DataFilter::Flushed));

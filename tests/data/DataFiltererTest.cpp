@@ -55,7 +55,7 @@ private:
     bool holds = false;
 };
 
-// The calls of a receiver behind `filter`, for a stream of these chunks.
+// The calls of a receiver after `filter`, for a stream of these chunks.
 Calls CallsBehind(DataFilter& filter, std::vector<std::string> const& chunks) {
     RecordingDataReceiver receiver;
     DataFilterer filterer;
@@ -103,7 +103,7 @@ private:
     int flushes = 0;
 };
 
-TEST(DataFiltererTest, FlushesWith1024BytesOfRoomUntilFlushed) {
+TEST(DataFiltererTest, FlushesInto1024BytesUntilTheFilterIsFlushed) {
     SlowToFlushFilter filter;
     EXPECT_EQ(Calls({"Start", "Receive ", "Receive " + std::string(1024, 'f'), "ReceiveEnd"}),
               CallsBehind(filter, {}));

@@ -18,7 +18,7 @@ namespace {
 static_assert(sizeof(DataReader) == sizeof(void*) && std::has_virtual_destructor_v<DataReader>);
 static_assert(std::is_base_of_v<DebuggableException, NoMoreData>);
 
-TEST(DataReaderTest, FillsRangeByAnySizeOfChunks) {
+TEST(DataReaderTest, FillsRangeIndependentlyOfTheChunkSize) {
     for (std::size_t chunk = 1; chunk <= 12; ++chunk) {
         ChunkReader reader("0123456789ABCDEF", chunk);
         unsigned char bytes[10];
@@ -39,13 +39,13 @@ TEST(DataReaderTest, StoresBytesBeforeThrowingNoMoreData) {
     EXPECT_EQ(ConstData("0123456789."), ConstData(bytes));
 }
 
-// Says in its own words when it is at its end.
+// Overrides Unfinished in addition to Finished.
 class OwnUnfinishedReader : public DataReader {
 public:
     using DataReader::operator>>;
 
     bool Finished() const override {
-        ADD_FAILURE() << "Unfinished was overridden, and is the one to ask";
+        ADD_FAILURE() << "Finished was called, although Unfinished is overridden";
         return true;
     }
     bool Unfinished() const override { return left != 0; }
@@ -68,7 +68,7 @@ TEST(DataReaderTest, CallsUnfinishedRatherThanFinished) {
     EXPECT_EQ("xxx", ReadReader(other));
 }
 
-TEST(DataReaderTest, ReadsOnWhenACallReturnsNothing) {
+TEST(DataReaderTest, ReadsAgainAfterACallThatReturnsNothing) {
     ChunkReader reader("abc", 1);
     reader.PauseBeforeEachByte();
     unsigned char bytes[3];
@@ -76,7 +76,7 @@ TEST(DataReaderTest, ReadsOnWhenACallReturnsNothing) {
     EXPECT_EQ(ConstData("abc"), ConstData(bytes));
 }
 
-TEST(DataReaderTest, EmptyIsOneFinishedReader) {
+TEST(DataReaderTest, EmptyIsASharedFinishedReader) {
     DataReader& empty = DataReader::Empty();
     EXPECT_EQ(&empty, &DataReader::Empty());
     EXPECT_NE(nullptr, dynamic_cast<EmptyDataReader*>(&empty));
@@ -84,11 +84,11 @@ TEST(DataReaderTest, EmptyIsOneFinishedReader) {
     EXPECT_FALSE(empty.Unfinished());
 }
 
-TEST(DataReaderTest, NoMoreDataIsNamedByItsType) {
+TEST(DataReaderTest, WhatReturnsTheTypeNameOfNoMoreData) {
     EXPECT_STREQ("10NoMoreData", NoMoreData().what());
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST(DataReaderTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&DataReader::Finished));
     EXPECT_EQ(3u, SlotOf(&DataReader::Unfinished));
@@ -96,7 +96,7 @@ TEST(DataReaderTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(5u, SlotOf<DataReader& (DataReader::*)(Data)>(&DataReader::operator>>));
 }
 
-TEST(EmptyDataReaderTest, LeavesABufferUntouched) {
+TEST(EmptyDataReaderTest, LeavesTheBufferUnchanged) {
     EmptyDataReader reader;
     unsigned char bytes[] = {'a'};
     Buffer buffer{Data(bytes)};

@@ -33,7 +33,7 @@ TEST(DataReceiverTest, InsertionReceivesAndReturnsTheReceiver) {
     EXPECT_EQ(Calls({"Start", "Receive ab", "Receive c", "Receive "}), receiver.Calls());
 }
 
-TEST(DataReceiverTest, RopeIsReceivedViewByView) {
+TEST(DataReceiverTest, RopeIsReceivedOneViewAtATime) {
     RecordingDataReceiver receiver;
     receiver.Start();
     receiver.Receive(ConstDataRope{"a", "", "bc"});
@@ -50,7 +50,7 @@ TEST(DataReceiverTest, IgnoreIsASharedReceiver) {
     ignore.ReceiveEnd();
 }
 
-// Behind the one operation of a writer, the destructor takes two slots.
+// The destructor takes the two slots after the one operation of a writer.
 TEST(DataReceiverTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(0u, SlotOf(&DataWriter::operator<<));
     EXPECT_EQ(0u, SlotOf(&DataReceiver::operator<<));

@@ -9,13 +9,13 @@
 #include "data/DataReader.h"
 #include "data/ReadAsciiNumeral.h"
 
-// At global scope, since the encoded name of the type is what these tests read.
+// At global scope, because the tests compare the encoded name of the type.
 class SilentError : public DebuggableException {};
 class MoreSilentError : public SilentError {};
 
 namespace {
 
-TEST(DebuggableExceptionTest, WhatIsTheNameOfTheDynamicType) {
+TEST(DebuggableExceptionTest, WhatReturnsTheNameOfTheDynamicType) {
     EXPECT_STREQ("11SilentError", SilentError().what());
     EXPECT_STREQ("12DataOverflow", DataOverflow().what());
     try {

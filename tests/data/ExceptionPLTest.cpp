@@ -45,13 +45,13 @@ TEST(ExceptionPLTest, EmptyTextIsNotNull) {
     EXPECT_STREQ("", ExceptionPL(ExceptionPL("")).what());
 }
 
-TEST(ExceptionPLTest, StoresTheBytesBehindANul) {
+TEST(ExceptionPLTest, StoresTheBytesAfterANul) {
     ExceptionPL const error("ab\0cd"_bytes);
     EXPECT_STREQ("ab", error.what());
     EXPECT_EQ("ab\0cd"_bytes, ConstData(error.what(), 5));
 }
 
-// Deliberate: a copy is counted up to the first NUL.
+// Deliberate: the length of a copy ends at the first NUL.
 TEST(ExceptionPLTest, CopiesEndAtTheFirstNul) {
     ExceptionPL const error(ConstData(std::string("ab\0", 3) + std::string(60, 'x')));
     AllocationCounter const counter;
@@ -108,7 +108,7 @@ private:
 };
 
 // Deliberate: the length has 32 bits.
-TEST(ExceptionPLTest, TextIsCountedModulo32Bits) {
+TEST(ExceptionPLTest, LengthIsTruncatedTo32Bits) {
     HugeText const huge("ab");
     EXPECT_STREQ("xx", ExceptionPL(huge.Text()).what());
 }
@@ -138,13 +138,14 @@ TEST(ExceptionPLTest, DerivedClassesReturnTheirText) {
     }
 }
 
-TEST(ExceptionPLTest, FailedAllocationInAConstructorPassesThrough) {
+TEST(ExceptionPLTest, FailedAllocationInAConstructorThrows) {
     ExceptionPL const source("text");
     FailingAllocation const failing(1);
     EXPECT_THROW(ExceptionPL copy(source), std::bad_alloc);
 }
 
-// Deliberate: the old text is released first, so nothing is left to show. Nothing is freed twice.
+// Deliberate: the old text is released first, so the text is empty after a failure. No text is
+// freed twice.
 TEST(ExceptionPLTest, FailedAssignmentLeavesNoText) {
     ExceptionPL const source("new");
     ExceptionPL error("old");
@@ -157,7 +158,7 @@ TEST(ExceptionPLTest, FailedAssignmentLeavesNoText) {
     EXPECT_STREQ("", ExceptionPL(error).what());
     error = source;
     EXPECT_STREQ("new", error.what());
-    // The destructor accepts an object without text, too.
+    // The destructor also accepts an object without text.
     failToAssign();
     EXPECT_EQ(nullptr, error.what());
 }

@@ -17,7 +17,7 @@ namespace {
 
 using Calls = std::vector<std::string>;
 
-// The double expects the Start that a MessageMaker sends; a HeaderMaker makes no such call.
+// The mock expects the Start that a MessageMaker sends; a HeaderMaker makes no such call.
 class FieldRecorder : public RecordingMessageReceiver {
 public:
     FieldRecorder() { Start(0); }
@@ -25,7 +25,7 @@ public:
 
 struct Field {
     unsigned position;
-    std::string name; // As Shown shows it, like the value.
+    std::string name; // In the format of Shown, like the value.
     std::string value;
     unsigned end;
 };
@@ -56,7 +56,7 @@ std::vector<HeaderCase> HeaderCases() {
          "junk\nb:1\nno\n go:\nd:2",
          {{5, "b", "1", 8}, {17, "d", "2", 20}}},
         {"continuation of no field", " x: y\na:1", {{6, "a", "1", 9}}},
-        // Deliberate: one byte of the buffer of 48 stays free.
+        // Deliberate: one byte of the 48-byte buffer is never used.
         {"name of 47 bytes", longest + ": v", {{0, std::string(47, 'n'), "v", 50}}},
         {"name of 48 bytes", longest + "N: v\n continued\n", {}},
         {"name of 141 bytes", longest + longest + longest + ": v", {}},
@@ -94,7 +94,7 @@ TEST(HeaderMakerTest, ReportsFieldsHoweverTheHeaderIsSplit) {
     }
 }
 
-TEST(HeaderMakerTest, EmptyValueHasNoReceive) {
+TEST(HeaderMakerTest, EmptyValueMakesNoReceiveCall) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Start(0);
@@ -103,7 +103,7 @@ TEST(HeaderMakerTest, EmptyValueHasNoReceive) {
     EXPECT_EQ(EventsOf({{0, "x-y", "", 4}}), receiver.Calls());
 }
 
-TEST(HeaderMakerTest, EmptyPieceIsNothing) {
+TEST(HeaderMakerTest, EmptyChunkHasNoEffect) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Start(0);
@@ -125,7 +125,7 @@ TEST(HeaderMakerTest, MakesNoOtherCallsOnTheReceiver) {
     EXPECT_EQ(Calls({"Start 0"}), receiver.Calls());
 }
 
-TEST(HeaderMakerTest, NewObjectIsAsAfterStartAtZero) {
+TEST(HeaderMakerTest, NewObjectEqualsOneAfterStartAtZero) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Receive(" continues nothing");
@@ -135,7 +135,7 @@ TEST(HeaderMakerTest, NewObjectIsAsAfterStartAtZero) {
     EXPECT_EQ(EventsOf({{19, "a", "1", 22}}), receiver.Events());
 }
 
-TEST(HeaderMakerTest, StartForgetsOpenFieldAndBeginsLine) {
+TEST(HeaderMakerTest, StartDropsTheOpenFieldAndBeginsALine) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Start(0);

@@ -21,7 +21,7 @@ static_assert(!std::is_convertible_v<LineFlattener*, LineReceiver*>,
 
 using Calls = std::vector<std::string>;
 
-TEST(LineFlattenerTest, HasFiveLineBreaks) {
+TEST(LineFlattenerTest, HasFivePredefinedLineBreaks) {
     EXPECT_EQ(ConstData("\r"), LineFlattener::cr);
     EXPECT_EQ(ConstData("\n"), LineFlattener::lf);
     EXPECT_EQ(ConstData("\r\n"), LineFlattener::crlf);
@@ -63,7 +63,7 @@ TEST(LineFlattenerTest, EachCallBecomesOneCallWithoutPositions) {
               receiver.Calls());
 }
 
-// Deliberate: a missing binding crashes at once.
+// Deliberate: a missing binding is a null pointer dereference.
 TEST(LineFlattenerTest, StreamAfterTheEndNeedsANewBinding) {
     RecordingDataReceiver receiver;
     LineFlattener flattener;

@@ -65,7 +65,7 @@ TEST(LineMakerTest, TextIsAViewOfTheChunk) {
     EXPECT_EQ(chunk.begin + 3, receiver.views[1].begin);
 }
 
-TEST(LineMakerTest, StartResets) {
+TEST(LineMakerTest, StartResetsTheState) {
     RecordingLineReceiver receiver;
     LineMaker maker;
     DataReceiver& stage = maker(receiver);
@@ -118,7 +118,7 @@ TEST(LineMakerTest, ManyLinesWithOneKindOfBreakTakeLinearTime) {
     EXPECT_EQ(1 << 19, counter.breaks);
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST(LineMakerTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&LineReceiver::Start));
     EXPECT_EQ(3u, SlotOf(&LineReceiver::Receive));

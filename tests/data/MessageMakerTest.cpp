@@ -89,7 +89,7 @@ TEST(MessageMakerTest, NextMessageStartsAtAnyOffset) {
         receiver.Calls());
 }
 
-TEST(MessageMakerTest, StartInsideALineForgetsTheLine) {
+TEST(MessageMakerTest, StartInsideALineDropsTheLine) {
     RecordingMessageReceiver receiver;
     MessageMaker maker(receiver);
     maker.Start(0);
@@ -144,7 +144,7 @@ TEST(MessageMakerTest, NamesNearTheLimitAgreeWithReference) {
     }
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST(MessageMakerTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&MessageReceiver::Start));
     EXPECT_EQ(3u, SlotOf(&MessageReceiver::ReceiveHeaderField));

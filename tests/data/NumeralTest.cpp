@@ -102,7 +102,7 @@ void ExpectSigns(T lowest) {
     EXPECT_EQ('+', Numeral::Sign(std::numeric_limits<T>::max()));
 }
 
-TEST(NumeralTest, SignIsThatOfTheValue) {
+TEST(NumeralTest, SignAgreesWithTheValue) {
     ExpectSigns(0u);
     ExpectSigns(0ul);
     ExpectSigns(0ull);

@@ -64,7 +64,7 @@ TEST(ReadAsciiNumeralTest, AgreesWithFromCharsForRandomText) {
     ForRandomInputs(18, 6000, 44, "0123456789", NumeralProperties::Check);
 }
 
-TEST(ReadAsciiNumeralTest, IgnoresDigitsBehindTheText) {
+TEST(ReadAsciiNumeralTest, IgnoresDigitsAfterTheText) {
     std::string const digits = "123456789012345678";
     for (std::size_t length = 1; length < digits.size(); ++length) {
         unsigned long long value = 0;
@@ -74,8 +74,8 @@ TEST(ReadAsciiNumeralTest, IgnoresDigitsBehindTheText) {
     }
 }
 
-// Deliberate: whether another digit fits is tested before the byte is, and a failure of the
-// unsigned 64-bit readers stores the value of the digits before it.
+// Deliberate: the reader checks for overflow before it checks the byte, and the unsigned 64-bit
+// readers store the value of the preceding digits on failure.
 TEST(ReadAsciiNumeralTest, ReportsFirstErrorAndStoresPartialValue) {
     struct {
         char const* text;

@@ -38,7 +38,7 @@ TEST(ReadReaderTest, PassesOnOneChunkOfAtMost4096BytesForEachRead) {
     }
 }
 
-TEST(ReadReaderTest, EmptyReadIsAnEmptyChunk) {
+TEST(ReadReaderTest, EmptyReadSendsAnEmptyChunk) {
     ChunkReader reader("ab", 1);
     reader.PauseBeforeEachByte();
     RecordingDataReceiver receiver;
@@ -52,7 +52,7 @@ TEST(ReadReaderTest, ExceptionOfAReceiverEndsTheStream) {
     public:
         void Start() override {}
         void Receive(ConstData) override { throw NoMoreData(); }
-        void ReceiveEnd() override { ADD_FAILURE() << "ReceiveEnd behind an exception"; }
+        void ReceiveEnd() override { ADD_FAILURE() << "ReceiveEnd after an exception"; }
     };
     ChunkReader reader("abc", 1);
     ThrowingReceiver receiver;
