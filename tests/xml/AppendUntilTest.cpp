@@ -15,13 +15,13 @@ char const* AppendUntilPlainly(std::string& target, char const* from, char const
     return from;
 }
 
-// Lengths around those of a block, with each distance to the end of what can be read.
+// Lengths around the block size, with each distance to the end of the readable memory.
 template <int block>
 unsigned int CountWrongAppends(std::mt19937& random) {
     unsigned int mismatches = 0;
     for (std::size_t length = 0; length <= 150; ++length) {
         for (std::size_t place = 0; place <= length; ++place) {
-            // A block of its own, so that a sanitizer sees a read beyond either end.
+            // A separate allocation, so that a sanitizer detects reads beyond either end.
             auto const bytes = std::make_unique<char[]>(length);
             std::fill_n(bytes.get(), length, 'p');
             if (place < length)
@@ -37,7 +37,7 @@ unsigned int CountWrongAppends(std::mt19937& random) {
     return mismatches;
 }
 
-TEST(AppendUntilTest, AppendsWhatAByteLoopAppends) {
+TEST(AppendUntilTest, AgreesWithAByteLoop) {
     std::mt19937 random(20240502);
     EXPECT_EQ(CountWrongAppends<16>(random), 0u);
     EXPECT_EQ(CountWrongAppends<32>(random), 0u);

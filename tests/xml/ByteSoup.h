@@ -1,11 +1,11 @@
-// Random documents, of every byte that means something to the parser and pieces that mean more.
+// Random documents of single bytes and longer pieces that are significant to the parser.
 #pragma once
 
 #include <random>
 #include <string>
 #include <string_view>
 
-// Some pieces of soup, up to `most` of them, always the same for the same generator.
+// Returns at most `most` pieces. The result depends on the state of the generator only.
 inline std::string MakeByteSoup(std::mt19937& random, unsigned int most) {
     using namespace std::string_view_literals;
     static constexpr std::string_view pieces[] = {

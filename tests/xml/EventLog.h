@@ -1,4 +1,4 @@
-// The events of an XML document as texts, one for each, told apart without doubt.
+// Records the events of an XML document as texts in an unambiguous format, one for each event.
 #pragma once
 
 #include <stdexcept>
@@ -7,11 +7,11 @@
 
 #include "xml/XMLHandler.h"
 
-// For example: S(3)tag(2)id(1)7 for <tag id="7">. Each part has its length in front, so that no
-// byte of a name or a text can be taken for something else.
+// For example: S(3)tag(2)id(1)7 for <tag id="7">. Each part is preceded by its length, so names and
+// texts may contain any byte.
 class EventLog : public XMLHandler {
 public:
-    // What the handler throws instead of taking the event with this number.
+    // The handler throws this instead of recording the event with that number.
     struct Refusal : std::runtime_error {
         Refusal() : std::runtime_error("refused") {}
     };

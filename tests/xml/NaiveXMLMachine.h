@@ -1,6 +1,6 @@
-// The parser's rules once more, one byte after the other, as plainly as they can be written down.
-//
-// It shares no code with the parser, and exists to be compared with it. State by state: what a byte
+// Reference implementation of the parser, which processes one byte at a time. Shares no code with
+// the parser. For each state, it specifies the effect of a byte, of leaving the state and of
+// entering the next one.
 // does, what leaving the state does, what entering the next one does.
 #pragma once
 
@@ -224,8 +224,9 @@ private:
         return escape;
     }
 
-    // The low 32 bits of the number at the start of a text: whitespace, a sign, a prefix, digits up
-    // to the first other byte. The number is limited to the range of 64 bits with a sign first.
+    // Returns the low 32 bits of the number at the start of a text: whitespace, a sign, a prefix,
+    // and digits up to the first other byte. First, the number is limited to the range of signed
+    // 64-bit integers.
     static std::int32_t ReadHexadecimal(std::string_view from) {
         std::size_t at = std::min(from.find_first_not_of(" \t\n\v\f\r"), from.size());
         bool const isNegative = at < from.size() && from[at] == '-';
@@ -242,7 +243,7 @@ private:
         return static_cast<std::int32_t>(isNegative ? 0 - low : low);
     }
 
-    // 16 for a byte that is no digit.
+    // 16 for a byte that is not a digit.
     static unsigned int DigitValue(char byte) {
         std::string_view constexpr digits = "0123456789abcdef0123456789ABCDEF";
         std::size_t const place = digits.find(byte);

@@ -78,10 +78,10 @@ TEST(SimpleXMLParserPLTest, ReportsElementsAndText) {
         {"a&lt;b<", {"C(1)a", "C(1)<", "C(1)b"}},
         {"&lt;&gt;&amp;&quot;<", {"C(1)<", "C(1)>", "C(1)&", "C(1)\""}},
         {"<a>&amp;</a>", {"S(1)a", "C(1)&", "E(1)a"}},
-        // Without a semicolon it swallows tags.
+        // Without a semicolon, the escape includes the tags that follow.
         {"a & b<c></c> d; e<", {"C(2)a ", "C(13)& b<c></c> d;", "C(2) e"}},
         {"&amp<a>", {}},
-        // Text behind the last tag is never reported.
+        // Text after the last tag is never reported.
         {"<a></a>\r\n", {"S(1)a", "E(1)a"}},
         {"text", {}},
         {"<a></a", {"S(1)a"}},
@@ -91,7 +91,8 @@ TEST(SimpleXMLParserPLTest, ReportsElementsAndText) {
 
 TEST(SimpleXMLParserPLTest, ReportsTagsAsWritten) {
     ExpectEvents({
-        // A short empty element is an end tag only; behind whitespace a slash begins an attribute.
+        // A short empty element is reported as an end tag only. After whitespace, a slash begins an
+        // attribute.
         {"<a/>", {"E(1)a"}},
         {"<a/b c>", {"E(4)ab c"}},
         {"<a /><b c='d'>", {"S(1)a(6)/><b c(1)d"}},
@@ -229,7 +230,7 @@ TEST(SimpleXMLParserPLTest, ReferencesAreReadAsByStrtol) {
             EXPECT_EQ(EventsOf(reference), Events{"C(1)" + byte}) << Shown(reference);
 }
 
-TEST(SimpleXMLParserPLTest, ReadsBytesOfSeveralCallsUpToTheirCounts) {
+TEST(SimpleXMLParserPLTest, ReadsEachBufferUpToItsLength) {
     EventLog log;
     SimpleXMLParserPL parser(log);
     parser.Parse(nullptr, 0);
@@ -241,7 +242,7 @@ TEST(SimpleXMLParserPLTest, ReadsBytesOfSeveralCallsUpToTheirCounts) {
     EXPECT_THAT(log.events, ElementsAre("S(1)a", "E(1)a", "S(1)b"));
 }
 
-TEST(SimpleXMLParserPLTest, WithoutHandlerTheParserIsTheHandler) {
+TEST(SimpleXMLParserPLTest, ParserIsItsOwnHandlerByDefault) {
     class Counting : public SimpleXMLParserPL {
     public:
         void StartElement(std::string const&, std::vector<XMLAttribute const*> const&) override {
@@ -285,8 +286,8 @@ TEST(SimpleXMLParserPLTest, EveryShortTextAgreesWithReference) {
     EXPECT_EQ(mismatches, 0u);
 }
 
-// The rest of the chunk is lost, and the machine stays in the state that it was about to leave;
-// what comes afterwards shows it.
+// The parser discards the rest of the chunk, and stays in the state that it was about to leave. The
+// events of the next chunks depend on that state.
 TEST(SimpleXMLParserPLTest, ExceptionOfTheHandlerKeepsTheState) {
     for (unsigned int seed = 1; seed <= 3000; ++seed) {
         std::mt19937 random(seed);
@@ -332,7 +333,7 @@ TEST(SimpleXMLParserPLTest, AllocatesNothingAfterTheFirstTags) {
               0u);
 }
 
-// Whatever allocation fails, the parser stays fit for use.
+// The parser remains usable whichever allocation fails.
 TEST(SimpleXMLParserPLTest, FailedAllocationLeavesTheParserUsable) {
     std::string const document =
         "<element b='a value that does not fit into a small string' c='d' e='f' g='h'>"
@@ -351,8 +352,8 @@ TEST(SimpleXMLParserPLTest, FailedAllocationLeavesTheParserUsable) {
     EXPECT_GT(failures, 10u);
 }
 
-// Deliberate: an attribute was complete before room for the next could be had, so its closing quote
-// counts twice.
+// Deliberate: the attribute was complete before the allocation for the next one failed, so its
+// closing quote is processed twice.
 TEST(SimpleXMLParserPLTest, FailedGrowthOfAttributesIsRetried) {
     EventLog log;
     SimpleXMLParserPL parser(log);
@@ -367,7 +368,7 @@ TEST(SimpleXMLParserPLTest, FailedGrowthOfAttributesIsRetried) {
     EXPECT_THAT(log.events, ElementsAre("S(1)a(1)b(1)c(0)(0)(1)d(1)e"));
 }
 
-// A search that begins anew at each byte would need hours for these.
+// A search that restarts at each byte would take hours.
 TEST(SimpleXMLParserPLTest, ReadsLongRunsInLinearTime) {
     std::string const run(20'000'000, 'x');
     for (std::string const start :
@@ -388,7 +389,7 @@ TEST(SimpleXMLParserPLTest, ReadsLongRunsInLinearTime) {
     }
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST(SimpleXMLParserPLTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&XMLHandler::StartElement));
     EXPECT_EQ(3u, SlotOf(&XMLHandler::EndElement));

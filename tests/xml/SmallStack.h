@@ -1,14 +1,14 @@
-// Runs a piece of code on a stack so small that recursion into a deep tree cannot go unseen.
+// Runs a function on a small stack, which overflows if the function recurses into a deep tree.
 #pragma once
 
 #include <system_error>
 
 #include <pthread.h>
 
-// Returns when `body` has returned, on a thread of its own. `body` throws nothing.
+// Runs `body` in a separate thread and waits for its end. REQUIRES: `body` does not throw.
 //
-// A tree of 50,000 levels would need at least 2 MB for a recursion, and of 5,000 at least 300 KB;
-// on an ordinary stack of 8 MB both would pass.
+// Recursion into a tree of 50,000 levels needs at least 2 MB, and into one of 5,000 at least 300
+// KB. Both would fit into an ordinary stack of 8 MB.
 template <class Body>
 void OnSmallStack(Body body) {
     auto const run = [](void* argument) -> void* {

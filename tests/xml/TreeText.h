@@ -5,8 +5,8 @@
 
 #include "xml/XMLElementPL.h"
 
-// An element does not list its attributes, so only those named by a single letter are shown, in the
-// order of the alphabet.
+// An element cannot list its attributes. Therefore, only attributes with a name of one letter are
+// written, in alphabetical order.
 inline std::string AttributesText(XMLElementPL const& element) {
     std::string list;
     for (char letter = 'a'; letter <= 'z'; ++letter) {

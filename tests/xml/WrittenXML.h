@@ -1,4 +1,5 @@
-// What a writer writes, as a text: whole documents, and what a body writes into a root.
+// Returns the output of a writer as text: of a whole document, or of a function that writes into a
+// root.
 #pragma once
 
 #include <functional>
@@ -27,8 +28,7 @@ public:
     }
 };
 
-// The document with "|" for each break, and what was written by `body` into a root "r" apart from
-// that root's own tags and the declaration.
+// Returns the document that `body` writes, with "|" for each line break.
 inline std::string Document(XMLWriterPL::XMLFormatStyle style,
                             std::function<void(XMLWriterPL&)> const& body) {
     std::string document;
@@ -39,6 +39,7 @@ inline std::string Document(XMLWriterPL::XMLFormatStyle style,
     return document;
 }
 
+// Returns what `body` writes into a root "r", and the end tag of the root.
 inline std::string Inside(XMLWriterPL::XMLFormatStyle style,
                           std::function<void(XMLWriterPL&)> const& body) {
     std::string const document = Document(style, [&](XMLWriterPL& writer) {

@@ -20,7 +20,7 @@ concept CopiesWithoutChildren = requires(Element const& source) {
 };
 static_assert(!CopiesWithoutChildren<XMLElementPL>, "only the class itself has the passkey");
 
-// The list of pointers that the events carry.
+// The list of pointers that the events use.
 class Pointers {
 public:
     Pointers(std::initializer_list<XMLAttribute> list) : attributes(list) {
@@ -36,7 +36,7 @@ private:
 
 Pointers const noPointers{};
 
-// A chain of elements, one in the other.
+// A chain of nested elements.
 std::unique_ptr<XMLElementPL> MakeDeepTree(unsigned int depth) {
     auto root = std::make_unique<XMLElementPL>("r", noPointers);
     XMLElementPL* innermost = root.get();
@@ -66,18 +66,18 @@ TEST(XMLElementPLTest, BothConstructorsCopyNameAndAttributes) {
     }
 }
 
-TEST(XMLElementPLTest, AllocatesExactlyForItsAttributes) {
+TEST(XMLElementPLTest, AllocatesExactlyForItsAttributesAndOneList) {
     Pointers const attributes{{"b", "1"}, {"c", "2"}, {"d", "3"}};
     std::vector<XMLAttribute const*> const& pointers = attributes;
     std::string const name = "a";
     AllocationCounter const counter;
     XMLElementPL const element(name, pointers);
-    // The attributes at once, and the list of children.
+    // One allocation for all attributes, and one for the list of children.
     EXPECT_EQ(counter.Count(), 2u);
     EXPECT_EQ(counter.Bytes(), 3 * sizeof(XMLAttribute) + sizeof(std::list<XMLElementPL>));
 }
 
-TEST(XMLElementPLTest, FindsFirstAttributeOfAnyAsciiCase) {
+TEST(XMLElementPLTest, FindsTheFirstAttributeCaseInsensitively) {
     XMLElementPL const element("a", Pointers{{"id", "7"}, {"\xE9", "high"}, {"ID", "8"}});
     EXPECT_EQ(element.GetAttribute("Id"), "7");
     for (char const* const present : {"ID", "id", "\xE9"})
@@ -149,8 +149,8 @@ TEST(XMLElementPLTest, ReusesOldChildrenInTheirOrder) {
     EXPECT_EQ(TreeText(element), "f{g{h}i[j=k]l}");
 }
 
-// The children that a Reset keeps for reuse are freed when the children are listed.
-TEST(XMLElementPLTest, ShowsOnlyWhatWasAddedSinceReset) {
+// Reset keeps the children for reuse. Listing the children frees them.
+TEST(XMLElementPLTest, ListsOnlyChildrenAddedAfterReset) {
     for (std::size_t before = 0; before <= 3; ++before)
         for (std::size_t after = 0; after <= 3; ++after) {
             XMLElementPL element("a", Pointers{{"b", "1"}, {"c", "2"}});
@@ -188,7 +188,8 @@ TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsReused) {
     EXPECT_EQ(TreeText(element), "c{ef}");
 }
 
-// A cursor into the list of the source would make the copy free what is not its own.
+// A copied cursor would point into the list of the source, and the copy would free memory of the
+// source.
 TEST(XMLElementPLTest, CopyAfterResetEqualsItsSource) {
     for (int reused = 0; reused <= 3; ++reused) {
         auto source = std::make_unique<XMLElementPL>("a", noPointers);
@@ -218,7 +219,7 @@ TEST(XMLElementPLTest, RepeatedResetAllocatesNothing) {
     Pointers const attributes{{"anAttributeWithALongEnoughName", "and with a long enough value"},
                               {"c", "another value of sufficient length"}};
     element.Reset(name, attributes);
-    // The cursor is there already, so nothing at all is new.
+    // The cursor exists already, so no memory is allocated.
     EXPECT_EQ(AllocationsOf([&] { element.Reset(name, attributes); }), 0u);
 }
 

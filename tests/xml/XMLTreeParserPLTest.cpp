@@ -15,7 +15,7 @@
 
 namespace {
 
-// The tree and whether it is complete, as text.
+// The tree as text, and whether it is complete.
 std::string Outcome(XMLTreeParserPL const& parser) {
     if (parser.GetRootElement() == nullptr)
         return "nothing";
@@ -69,7 +69,7 @@ TEST(XMLTreeParserPLTest, ResetClosesElementsAndKeepsTheTree) {
     EXPECT_EQ(Outcome(parser), "c{d}");
 }
 
-// Deliberate: only the open elements are forgotten.
+// Deliberate: Reset forgets only the open elements.
 TEST(XMLTreeParserPLTest, ResetKeepsTheStateAndTheTextOfTheParser) {
     XMLTreeParserPL parser;
     parser.Parse(std::string("<a b='c"));
@@ -90,7 +90,7 @@ TEST(XMLTreeParserPLTest, RepeatedDocumentAllocatesNothing) {
     XMLTreeParserPL parser;
     parser.Parse(document);
     parser.Parse(document);
-    // The second round has made the cursors, which stay until somebody asks for the children.
+    // The second round created the cursors, which exist until the children are listed.
     EXPECT_EQ(AllocationsOf([&] { parser.Parse(document); }), 0u);
 }
 
@@ -110,7 +110,7 @@ TEST(XMLTreeParserPLTest, RandomDocumentsAgreeWithReference) {
     }
 }
 
-// Text that was gathered before the failure may stay gathered, so only what is sure is looked at.
+// The text collected before the failure may be kept, so the test checks only the children.
 TEST(XMLTreeParserPLTest, FailedAllocationLeavesAValidTree) {
     std::string const document =
         "<aRootWithALongEnoughName b='a value that is long enough to be stored apart'>"
@@ -131,7 +131,7 @@ TEST(XMLTreeParserPLTest, FailedAllocationLeavesAValidTree) {
     EXPECT_GT(failures, 10u);
 }
 
-// The stress section Documents goes to a hundred times the depth, and of the attributes.
+// The stress test of documents uses a hundred times the depth and the number of attributes.
 TEST(XMLTreeParserPLTest, ReadsDeepDocumentWithoutRecursion) {
     OnSmallStack([] {
         unsigned int const depth = 50'000;
@@ -148,7 +148,7 @@ TEST(XMLTreeParserPLTest, ReadsDeepDocumentWithoutRecursion) {
     });
 }
 
-// A search for the pool entry, or a list that grew by one, would show in what is asked for.
+// A list that grows by one entry at a time would exceed the limits.
 TEST(XMLTreeParserPLTest, ManyAttributesTakeLinearMemory) {
     unsigned int const count = 10'000;
     XMLTreeParserPL parser;
@@ -157,8 +157,9 @@ TEST(XMLTreeParserPLTest, ManyAttributesTakeLinearMemory) {
     for (unsigned int attribute = 0; attribute < count; ++attribute)
         parser.Parse("b='c' ", 6);
     parser.Parse("d='e'>", 6);
-    // All that was asked for on the way, which is at most twice what is held in the end: a pool of
-    // 64 bytes each and a list of 8, at most half of both spare, and 64 in the tree.
+    // The total of all allocations, at most twice the final memory: 64 bytes for each entry of the
+    // pool and 8 for each entry of the list, each with up to twice the capacity in use, and 64 in
+    // the tree.
     EXPECT_LE(counter.Bytes(), count * std::size_t{4 * 64 + 4 * 8 + 64});
     EXPECT_LE(counter.Count(), 60u);
     ASSERT_NE(parser.GetRootElement(), nullptr);
@@ -166,7 +167,7 @@ TEST(XMLTreeParserPLTest, ManyAttributesTakeLinearMemory) {
     EXPECT_EQ(parser.GetRootElement()->GetAttribute("D"), "e");
 }
 
-// Bytes asked for, for each of many elements without attributes and text.
+// Allocated bytes for each of many elements without attributes and text.
 TEST(XMLTreeParserPLTest, ElementTakesLittleMemory) {
     XMLTreeParserPL parser;
     parser.Parse(std::string("<a>"));

@@ -1,4 +1,4 @@
-// The writer's validation of names, and its attribute lists.
+// Tests the validation of names in the writer, and its attribute lists.
 #include "xml/XMLWriterPL.h"
 
 #include <string>
@@ -96,7 +96,7 @@ TEST(XMLWriterPLNamesTest, InvalidRootIsRejectedAfterTheDeclaration) {
     EXPECT_THAT(receiver.Events(), ElementsAre("Start 0", "Receive <?xml version=\"1.0\"?>"));
 }
 
-// Records at each ResetEnum whether an enumeration was under way. Can throw at one of them.
+// Records at each ResetEnum whether an enumeration was active. Can throw at one of the calls.
 class WatchedAttributes : public Attributes {
 public:
     using Attributes::Attributes;
@@ -109,10 +109,10 @@ public:
     }
 
     mutable std::vector<bool> wasUnderWay;
-    std::size_t refusedReset = 0; // counted from 1; 0 refuses none
+    std::size_t refusedReset = 0; // counted from 1; 0 for no exception
 };
 
-TEST(XMLWriterPLNamesTest, WalksAttributesTwiceAfterCheckingTheName) {
+TEST(XMLWriterPLNamesTest, EnumeratesAttributesTwiceAfterValidatingTheName) {
     for (bool const checks : {true, false}) {
         WatchedAttributes const attributes{{"a", "1"}, {"b", "2"}};
         EXPECT_EQ(Flat([&](XMLWriterPL& writer) {
@@ -129,7 +129,7 @@ TEST(XMLWriterPLNamesTest, WalksAttributesTwiceAfterCheckingTheName) {
     EXPECT_THAT(unwalked.wasUnderWay, ElementsAre());
 }
 
-TEST(XMLWriterPLNamesTest, WritesNothingIfTheFirstWalkThrows) {
+TEST(XMLWriterPLNamesTest, WritesNothingIfTheFirstEnumerationThrows) {
     for (bool const checks : {true, false}) {
         WatchedAttributes attributes{{"a", "1"}};
         attributes.refusedReset = 1;
@@ -143,7 +143,7 @@ TEST(XMLWriterPLNamesTest, WritesNothingIfTheFirstWalkThrows) {
     }
 }
 
-TEST(XMLWriterPLNamesTest, WithoutChecksNamesAreNotEscaped) {
+TEST(XMLWriterPLNamesTest, UncheckedNamesAreNotEscaped) {
     EXPECT_EQ(Flat([](XMLWriterPL& writer) {
                   writer.checkNames = false;
                   writer.BeginElement("1<&\xE9", Attributes{{"a b\"<", "c"}, {"", ""}});

@@ -84,10 +84,10 @@ TEST(XMLWriterPLTest, LaysOutTagsAndContent) {
         {XMLWriterPL::XMLFormatTabbed, "<>.", "|\t<e></e>|</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<<><>>.", "|\t<e>|\t\t<e></e>|\t\t<e></e>|\t</e>|</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<<.", "|\t<e>|\t\t<e></e>|\t</e>|</r>"},
-        // Content continues the line of a start tag or of content.
+        // Content continues the line of a start tag or of other content.
         {XMLWriterPL::XMLFormatTabbed, "tus.", "xx<![CDATA[x]]></r>"},
         {XMLWriterPL::XMLFormatTabbed, "<tuT>.", "|\t<e>xxx</e>|</r>"},
-        // Content behind an end tag starts a line, without tabs. The next content continues it.
+        // Content after an end tag starts a line, without tabs. The next content continues it.
         {XMLWriterPL::XMLFormatTabbed, "<>t.", "|\t<e></e>|x</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<>tu.", "|\t<e></e>|xx</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<>Tu.", "|\t<e></e>|xx</r>"},
@@ -95,7 +95,7 @@ TEST(XMLWriterPLTest, LaysOutTagsAndContent) {
         {XMLWriterPL::XMLFormatTabbed, "<>st.", "|\t<e></e>|<![CDATA[x]]>x</r>"},
         // Deliberate: empty text counts as content.
         {XMLWriterPL::XMLFormatTabbed, "<>00.", "|\t<e></e>|</r>"},
-        // A comment has its own line.
+        // A comment starts and ends a line.
         {XMLWriterPL::XMLFormatTabbed, "ct.", "|<!-- x -->x</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<>cc.", "|\t<e></e>|<!-- x -->|<!-- x --></r>"},
         {XMLWriterPL::XMLFormatTabbed, "c<.", "|<!-- x -->|\t<e></e>|</r>"},
@@ -136,7 +136,7 @@ TEST(XMLWriterPLTest, EscapesEachByteOfEachKindOfText) {
         std::snprintf(reference, sizeof(reference), "&#x%02x;", static_cast<unsigned>(number));
         std::string const inString = number < 0x80 ? common : reference;
         std::string const inAttribute = byte == "\"" ? "&quot;" : common;
-        // Next to plain bytes, and to a run longer than a block.
+        // Next to unescaped bytes, and to a run longer than a block.
         for (std::string const plain : {"", "p", "a plain run of more than sixteen bytes"}) {
             std::string const text = plain + byte + plain + byte;
             EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteString(ConstData(text)); }),
@@ -178,8 +178,8 @@ TEST(XMLWriterPLTest, CDATASectionIsNotEscaped) {
     EXPECT_EQ(Flat([](XMLWriterPL& writer) { writer.WriteCDataString(""); }), "<![CDATA[]]>");
 }
 
-// A line feed behind the first byte puts the comment on its own lines. Deliberate: the byte behind
-// a dash that is dropped is not compared.
+// A line feed after the first byte puts the comment on separate lines. Deliberate: the byte after a
+// dropped dash is not compared.
 TEST(XMLWriterPLTest, CommentsAreWrittenWithFewerDashes) {
     struct {
         char const* comment;
@@ -205,7 +205,7 @@ TEST(XMLWriterPLTest, CommentsAreWrittenWithFewerDashes) {
                   std::string("<!-- ") + row.written + " -->");
 }
 
-// The contract is stated for a string from which dashes are erased one by one.
+// The reference follows the contract: it removes dashes from a string one at a time.
 TEST(XMLWriterPLTest, EveryShortCommentAgreesWithReference) {
     for (unsigned int number = 0; number < 6561; ++number) {
         std::string text;
@@ -229,7 +229,7 @@ TEST(XMLWriterPLTest, EmptyAttributeListIsEmpty) {
     EXPECT_FALSE(XMLWriterPL::emptyAttributeList.IsNext());
 }
 
-// Deliberate: the receiver gets no sign that a document is incomplete.
+// Deliberate: the receiver is not notified that a document is incomplete.
 TEST(XMLWriterPLTest, DestructorWritesNothing) {
     RecordingLineReceiver receiver;
     {
@@ -284,7 +284,7 @@ TEST(XMLWriterPLTest, ExceptionOfTheReceiverKeepsTheState) {
     }
 }
 
-TEST(XMLWriterPLTest, TextIsPassedOnAsViews) {
+TEST(XMLWriterPLTest, TextIsSentAsViews) {
     class Watching : public FullReceiver {
     public:
         explicit Watching(std::string const& argument) : FullReceiver(1000), watched(argument) {}
@@ -344,7 +344,7 @@ TEST(XMLWriterPLTest, EachElementAllocatesItsName) {
               depth + growths);
 }
 
-TEST(XMLWriterPLTest, SiblingsShareTheRoomOfTheirNames) {
+TEST(XMLWriterPLTest, SiblingsReuseTheMemoryOfTheirNames) {
     IgnoringReceiver receiver;
     XMLWriterPL writer(receiver, 2);
     StringPL const longest("aNameThatIsNotSoShort");
@@ -358,7 +358,7 @@ TEST(XMLWriterPLTest, SiblingsShareTheRoomOfTheirNames) {
               2u); // the stack and the name
 }
 
-TEST(XMLWriterPLTest, SiblingsEndWithTheirOwnNames) {
+TEST(XMLWriterPLTest, SiblingsHaveTheirOwnNamesInEndTags) {
     std::string const names[] = {"b", "", "aLongName", std::string("n\0m", 3), "c", "aLongerName"};
     std::string text;
     StringReceiver collector;
@@ -369,7 +369,7 @@ TEST(XMLWriterPLTest, SiblingsEndWithTheirOwnNames) {
     std::string expected = "<?xml version=\"1.0\"?><root>";
     for (std::string const& name : names) {
         writer.BeginElement(ConstData(name), none);
-        // Behind its first NUL a name is kept as NULs.
+        // After its first NUL, a name is stored as NULs.
         std::string const kept = name.size() == 3 ? std::string("n\0\0", 3) : name;
         for (std::string const& inner : {std::string("x"), kept}) {
             writer.BeginElement(ConstData(inner), none);
