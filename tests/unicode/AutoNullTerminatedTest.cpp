@@ -76,7 +76,7 @@ void CheckEmptyView() {
     }
     EXPECT_EQ(0u, counter.Count());
     EXPECT_EQ(0u, counter.Releases());
-    // An empty view with its NUL is passed on like any other.
+    // An empty view with a NUL is not copied either.
     typename E::Unit const nul = 0;
     EXPECT_EQ(&nul, MakeNullTerminatedString(UStringRef<E>(&nul, &nul, true)).Pointer());
 }

@@ -20,7 +20,7 @@ constexpr bool hasOneOwner =
 static_assert(hasOneOwner<UTF8> && hasOneOwner<UTF16> && hasOneOwner<UTF32> &&
               hasOneOwner<Local8Bit>);
 
-// A string converts to views of its own encoding alone.
+// A string converts only to views of its own encoding.
 static_assert(std::is_convertible_v<AutoUString<UTF8> const&, UStringRef<UTF8>>);
 static_assert(!std::is_convertible_v<AutoUString<UTF8> const&, UStringRef<Local8Bit>>);
 static_assert(!std::is_convertible_v<AutoUString<Local8Bit> const&, UStringRef<UTF8>>);
@@ -51,7 +51,7 @@ void CheckMaking() {
     EXPECT_TRUE(view.begin == text.Begin() && view.end == text.End() && view.nullTerminated);
 }
 
-TEST(AutoUStringTest, MakeUStringCopiesUnitsAndAddsANul) {
+TEST(AutoUStringTest, MakeUStringCopiesTheTextAndAddsANul) {
     CheckMaking<UTF8>();
     CheckMaking<UTF16>();
     CheckMaking<UTF32>();
@@ -101,7 +101,7 @@ TEST(AutoUStringTest, SeizeUStringTakesTheBuffer) {
     EXPECT_EQ(1u, counter.Releases());
 }
 
-TEST(AutoUStringTest, SeizeUStringOfANulKeepsTheBuffer) {
+TEST(AutoUStringTest, SeizeUStringOfAnEmptyTextKeepsTheBuffer) {
     OwnedArray<unsigned int> buffer = Allocate<unsigned int>(1);
     unsigned int* const place = buffer.Pointer();
     *place = 0;

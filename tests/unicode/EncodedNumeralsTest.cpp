@@ -41,7 +41,7 @@ TEST(USAsciiStringTest, NumeralConvertsToItsTextWithANul) {
     ExpectText("-005", numeral);
 }
 
-// The text lies in the numeral, so it outlives the conversion, and nothing is allocated for it.
+// The text is stored in the numeral, so it outlives the conversion without an allocation.
 TEST(USAsciiStringTest, TextIsInsideTheNumeral) {
     Numeral const numeral(-1234567890123456789ll, 10);
     AllocationCounter const counter;
@@ -69,7 +69,7 @@ TEST(ReadUTF8NumeralTest, ReadsUpToTheLimitOfItsType) {
     EXPECT_THROW(ReadUTF8DecimalNumeral(Text("4294967296")), NumeralTooLarge);
 }
 
-// Also digits of other scripts: U+0661, U+FF11.
+// Digits of other scripts (U+0661, U+FF11) are invalid, too.
 TEST(ReadUTF8NumeralTest, RejectsInvalidText) {
     for (char const* text : {"", " 1", "-1", "+1", "1x", "0x10", "\xD9\xA1", "1\xEF\xBC\x91"}) {
         EXPECT_THROW(ReadUTF8DecimalNumeral64(Text(text)), NotANumeral) << text;

@@ -23,7 +23,7 @@ static_assert(!std::is_convertible_v<GenericTranscoder<UTF8, UTF16>*, UTextRecei
 static_assert(
     std::is_convertible_v<StreamTranscoder<UTF8, UTF16>*, GenericTranscoder<UTF8, UTF16>*>);
 
-TEST(GenericTranscoderTest, ExceptionIsNamedByItsType) {
+TEST(GenericTranscoderTest, WhatReturnsTheNameOfTheExceptionType) {
     EXPECT_STREQ("19InvalidTextEncoding", InvalidTextEncoding().what());
 }
 
@@ -38,9 +38,9 @@ std::string Result(Units<Source> const& text) {
     return Result<Target, Source>(text, {text.size()});
 }
 
-// Deliberate, all of these. TranscoderContractTest checks the rest of the contract.
+// Deliberate: each of these is accepted. TranscoderContractTest tests the rest of the contract.
 TEST(GenericTranscoderTest, AcceptsSomeIllFormedUTF8) {
-    // Overlong forms.
+    // Overlong sequences.
     EXPECT_EQ("0", (Result<UTF16, UTF8>({0xC0, 0x80})));
     EXPECT_EQ("7F", (Result<UTF32, UTF8>({0xE0, 0x81, 0xBF})));
     EXPECT_EQ("0", (Result<UTF32, UTF8>({0xF0, 0x80, 0x80, 0x80})));
@@ -55,7 +55,7 @@ TEST(GenericTranscoderTest, AcceptsSomeIllFormedUTF8) {
     EXPECT_EQ("41", (Result<UTF32, UTF8>({0xF0, 0x9F, 0x98, 0x41}, {3, 0, 1})));
 }
 
-TEST(GenericTranscoderTest, FindsABadLeadByteAtTheFourthByteOrTheEnd) {
+TEST(GenericTranscoderTest, InvalidLeadByteIsReportedAtTheFourthByteOrTheEnd) {
     EXPECT_EQ(" thrown at 1", (Result<UTF16, UTF8>({0x80, 0x41, 0x42})));
     EXPECT_EQ(" thrown at 3",
               (Result<UTF16, UTF8>({0x80, 0x41, 0x42, 0x43, 0x44}, {1, 1, 1, 1, 1})));
@@ -75,8 +75,8 @@ TEST(GenericTranscoderTest, StartDropsAnIncompleteSequence) {
     EXPECT_TRUE(recorder.outcome.ended);
 }
 
-// Deliberate: a stage that has thrown is between two sequences.
-TEST(GenericTranscoderTest, DropsASequenceThatHasThrown) {
+// Deliberate: after an exception, the stage expects the start of a sequence.
+TEST(GenericTranscoderTest, DropsTheSequenceThatCausedAnException) {
     RecordingTextReceiver<UTF16> recorder;
     StreamTranscoder<UTF16, UTF8> transcoder;
     UTextReceiver<UTF8>& receiver = transcoder(recorder);
@@ -89,7 +89,7 @@ TEST(GenericTranscoderTest, DropsASequenceThatHasThrown) {
     EXPECT_EQ("41", ShownUnits(recorder.outcome.units));
 }
 
-// Takes nothing after the first `calls` calls.
+// Throws after `calls` calls.
 class RefusingReceiver : public UTextReceiver<UTF16> {
 public:
     explicit RefusingReceiver(int calls) : left(calls) {}
@@ -114,7 +114,7 @@ TEST(GenericTranscoderTest, ExceptionOfTheTargetPropagates) {
     EXPECT_THROW(receiver.Receive(units), std::runtime_error);
 }
 
-TEST(GenericTranscoderTest, HoldsNothingAfterAnExceptionOfTheTarget) {
+TEST(GenericTranscoderTest, KeepsNoTextAfterAnExceptionOfTheTarget) {
     RefusingReceiver target(1);
     StreamTranscoder<UTF16, UTF8> transcoder;
     UTextReceiver<UTF8>& receiver = transcoder(target);
@@ -130,10 +130,10 @@ TEST(GenericTranscoderTest, HoldsNothingAfterAnExceptionOfTheTarget) {
     EXPECT_TRUE(target.ended);
 }
 
-// Of runs of every kind, in chunks that split sequences, and of a bad end.
+// Covers runs of every kind, in chunks that split sequences, and an ill-formed end.
 template <class Target, class Source>
 std::size_t AllocationsOfAStage() {
-    UTextReceiver<Target> target; // Drops everything.
+    UTextReceiver<Target> target; // Discards all text.
     StreamTranscoder<Target, Source> transcoder;
     UTextReceiver<Source>& receiver = transcoder(target);
     std::mt19937 random(41);

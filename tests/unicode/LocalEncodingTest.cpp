@@ -21,7 +21,7 @@ namespace {
 using UnixPlatform::MultiByteToWideConvertError;
 using UnixPlatform::WideToMultiByteConvertError;
 
-// The choices of LocalEncodingProperties::Check.
+// The selectors of LocalEncodingProperties::Check.
 constexpr char maxLocales = 4;
 constexpr char decode = 0;
 constexpr char encodeUTF8 = 1;
@@ -29,7 +29,8 @@ constexpr char encodeUTF16 = 2;
 constexpr char encodeUTF32 = 3;
 constexpr char encodeWide = 4;
 
-// Compares a conversion with iconv, in every locale, marked as NUL-terminated and not.
+// Compares a conversion with iconv in every locale, with and without the mark for NUL-terminated
+// text.
 template <class Unit>
 void ExpectAgreement(char direction, std::vector<Unit> const& units) {
     std::string const bytes(reinterpret_cast<char const*>(units.data()),
@@ -57,7 +58,7 @@ TEST(LocalEncodingTest, ShortTextFromTheLocaleAgreesWithIconv) {
         for (unsigned char second : {0x00, 0x28, 0x61, 0x80, 0x9F, 0xA0, 0xBF, 0xC3, 0xFF})
             ExpectDecodingAgrees({static_cast<char>(first), static_cast<char>(second)});
     }
-    // Ill-formed UTF-8, and forms beyond Unicode that the C library may accept.
+    // Ill-formed UTF-8, and sequences beyond Unicode that the C library may accept.
     for (char const* const text :
          {"\xE0\x80\xAF", "\xE2\x28\xA1", "\xED\xA0\x80", "\xED\xBF\xBF", "\xF0\x80\x80\xAF",
           "\xF0\x9F\x98", "\xF0\x9F\x98\x80", "\xF4\x90\x80\x80", "a\xF7\xBF\xBF\xBF",
@@ -77,8 +78,8 @@ TEST(LocalEncodingTest, EveryCharacterToTheLocaleAgreesWithIconv) {
         ExpectAgreement<std::uint32_t>(encodeUTF32, {character});
 }
 
-// Behind a character that no locale but UTF-8 has, and behind a NUL, where the text ends.
-TEST(LocalEncodingTest, ValidatesTextToTheLocaleFirst) {
+// The error follows a character that only UTF-8 can encode, or a NUL, which ends the text.
+TEST(LocalEncodingTest, ValidatesTheWholeTextBeforeConvertingToTheLocale) {
     for (std::uint32_t const before : {0x20ADu, 0u})
         for (std::uint32_t const last : {0x61u, 0xE9u, 0xD800u, 0xDFFFu, 0x110000u, ~0u}) {
             ExpectAgreement<std::uint32_t>(encodeUTF32, {'a', before, last});
@@ -95,7 +96,8 @@ TEST(LocalEncodingTest, ValidatesTextToTheLocaleFirst) {
     EXPECT_THROW(UnixPlatform::ToLocal8Bit(RefOf<UTF32>({0x20AD, 0xD800})), InvalidTextEncoding);
 }
 
-// Deliberate: UTF-8 is validated less than UTF-16 and UTF-32, so the locale rejects this.
+// Deliberate: the validation of UTF-8 accepts surrogates, unlike that of UTF-16 and UTF-32, so the
+// conversion to the locale fails.
 TEST(LocalEncodingTest, LocaleRejectsSurrogatesInUTF8) {
     ExpectAgreement<unsigned char>(encodeUTF8, {0xED, 0xA0, 0x80});
     ExpectAgreement<unsigned char>(encodeUTF8, {0xC0, 0xAF});
@@ -118,7 +120,7 @@ TEST(LocalEncodingTest, EightBitLocaleHasTheEuroSign) {
     EXPECT_THROW(UnixPlatform::ToLocal8Bit(RefOf<UTF32>({0xA4})), WideToMultiByteConvertError);
 }
 
-TEST(LocalEncodingTest, EveryCharacterPassesALocaleOfUTF8) {
+TEST(LocalEncodingTest, Utf8LocaleConvertsEveryCharacter) {
     LocaleInForce const locale("C.UTF-8");
     ASSERT_TRUE(locale.IsThere());
     Units<UTF32> every;
@@ -140,7 +142,7 @@ TEST(LocalEncodingTest, EveryCharacterPassesALocaleOfUTF8) {
     EXPECT_TRUE(every == UnitsOf(UnixPlatform::ToUTF32(RefOf<Local8Bit>(local))));
 }
 
-TEST(LocalEncodingTest, EnvironmentDoesNotSetTheLocale) {
+TEST(LocalEncodingTest, EnvironmentDoesNotChangeTheLocale) {
     setenv("LC_ALL", "C.UTF-8", 1);
     EXPECT_STREQ("ANSI_X3.4-1968", UnixPlatform::IANAEncodingName(Local8Bit()).Text());
     EXPECT_THROW(UnixPlatform::ToUTF8(RefOf<Local8Bit>({'\xC3', '\xA9'})),
@@ -148,7 +150,7 @@ TEST(LocalEncodingTest, EnvironmentDoesNotSetTheLocale) {
     unsetenv("LC_ALL");
 }
 
-TEST(LocalEncodingTest, EncodingHasTheNameOfTheSystem) {
+TEST(LocalEncodingTest, EncodingIsTheCodesetOfTheSystem) {
     LocaleInForce const locale("C.UTF-8");
     ASSERT_TRUE(locale.IsThere());
     auto const name = UnixPlatform::IANAEncodingName(Local8Bit());
@@ -173,7 +175,7 @@ TEST(LocalEncodingTest, RejectsEncodingNameLongerThan48Bytes) {
     }
 }
 
-TEST(LocalEncodingTest, MarkedTextIsReadInPlace) {
+TEST(LocalEncodingTest, NulTerminatedTextIsNotCopied) {
     LocaleInForce const locale("C.UTF-8");
     ASSERT_TRUE(locale.IsThere());
     char const local[] = "\xC3\xA9t\xC3\xA9";
@@ -191,7 +193,8 @@ TEST(LocalEncodingTest, MarkedTextIsReadInPlace) {
     }
 }
 
-// Each of the `expected` allocations fails in turn; the leak check sees what is not freed.
+// Makes each of the `expected` allocations fail in turn. The leak check detects memory that is not
+// freed.
 template <class Convert>
 void ExpectEachFailedAllocationThrows(std::size_t expected, Convert convert) {
     EXPECT_EQ(expected, AllocationsOf(convert));
@@ -207,8 +210,9 @@ void ExpectEachFailedEncodingThrows() {
     ExpectEachFailedAllocationThrows(3, [&] { UnixPlatform::ToLocal8Bit(RefOf<E>(units)); });
 }
 
-// From the locale: the terminated copy, the wide characters, the transcoder's buffer and the
-// result. To it: the transcoder's two, of which one is terminated, and the result.
+// From the locale: the terminated copy, the wide characters, the buffer of the transcoder and the
+// result. To the locale: the two buffers of the transcoder, of which one is terminated, and the
+// result.
 TEST(LocalEncodingTest, FailedAllocationsLeakNothing) {
     Units<Local8Bit> const local{'t', 'e', 'x', 't'};
     auto const text = RefOf<Local8Bit>(local);
@@ -224,7 +228,7 @@ TEST(LocalEncodingTest, FailedAllocationsLeakNothing) {
     ExpectEachFailedEncodingThrows<UTF32>();
 }
 
-TEST(LocalEncodingTest, ExceptionsAreNamedByTheirType) {
+TEST(LocalEncodingTest, WhatReturnsTheNamesOfTheExceptionTypes) {
     EXPECT_STREQ("N12UnixPlatform27MultiByteToWideConvertErrorE",
                  MultiByteToWideConvertError().what());
     EXPECT_STREQ("N12UnixPlatform27WideToMultiByteConvertErrorE",

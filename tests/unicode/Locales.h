@@ -1,4 +1,4 @@
-// Locales for tests: those that the C library has inside, and some that are made for one test.
+// Locales for tests: those that the C library contains, and locales compiled for one test.
 #pragma once
 
 #include <clocale>
@@ -9,7 +9,7 @@
 
 #include "tests/support/TemporaryDirectory.h"
 
-// From its construction to its destruction the encoding of the process is that of the locale.
+// Sets the encoding of the process to that of the locale during its lifetime.
 class LocaleInForce {
 public:
     explicit LocaleInForce(std::string const& name)
@@ -24,10 +24,10 @@ private:
     bool const isThere;
 };
 
-// Locales are found in here, as long as it lives.
+// During its lifetime, the C library searches this directory for locales.
 class MadeLocales {
 public:
-    // Why a test that needs one is skipped.
+    // The reason for skipping tests that need compiled locales.
     static constexpr char const* whyNot =
         "no localedef with its sources here: a locale cannot be made";
 
@@ -36,15 +36,15 @@ public:
     MadeLocales(MadeLocales const&) = delete;
     MadeLocales& operator=(MadeLocales const&) = delete;
 
-    // Compiles a locale of the language from the system's own sources. False if that cannot be done
-    // here. `encoding` is the name or the path of a table of characters.
+    // Compiles a locale of the language from the sources of the system. Returns false if that
+    // fails. `encoding` is the name or the path of a character map.
     bool Make(std::string const& name, std::string const& language,
               std::string const& encoding) const {
         return Succeeds("localedef -c -i " + language + " -f " + encoding + " --no-archive " +
                         directory / name + " >/dev/null 2>&1");
     }
 
-    // A table of characters under another name. Yields its path; empty if that cannot be done here.
+    // Copies a character map under another name. Returns its path, or an empty path if that fails.
     std::string RenamedEncoding(std::string const& encoding, std::string const& newName) const {
         std::string const path = directory / newName;
         std::string const command = "zcat /usr/share/i18n/charmaps/" + encoding +
@@ -59,15 +59,15 @@ private:
     TemporaryDirectory directory;
 };
 
-// An 8-bit locale, made for the test and in force. Its table differs from the first 256 characters
-// of Unicode in eight places, one of them the euro sign at 0xA4.
+// Compiles and sets an 8-bit locale during its lifetime. Its character map differs from the first
+// 256 characters of Unicode in eight places, one of them the euro sign at 0xA4.
 class EightBitLocale {
 public:
     static constexpr char const* encoding = "ISO-8859-15";
 
     EightBitLocale() : made(locales.Make("eight", "de_DE", encoding)), inForce("eight") {}
 
-    // Null if the locale is there, otherwise the reason why a test cannot run in it.
+    // Returns null if the locale is set, and otherwise the reason why it is not available.
     char const* WhyNot() const { return made && inForce.IsThere() ? nullptr : MadeLocales::whyNot; }
 
 private:

@@ -1,4 +1,4 @@
-// A reference implementation of the transcoders: one unit at a time. Shares no code with them.
+// Reference implementation of the transcoders: one code unit at a time. Shares no code with them.
 #pragma once
 
 #include <algorithm>
@@ -17,15 +17,17 @@ namespace Naive {
 inline bool IsTrail(unsigned byte) { return byte >= 0x80 && byte <= 0xBF; }
 inline bool IsSurrogate(unsigned unit) { return unit >= 0xD800 && unit <= 0xDFFF; }
 
-// A decoded sequence. A long one becomes four bytes or a surrogate pair, whatever its value.
+// A decoded sequence. Values of long sequences become four bytes or a surrogate pair without
+// validation.
 struct Character {
     unsigned int value;
     bool isLong;
 };
 
-// Each Decode returns false if another unit has to be read, and throws if the sequence is bad.
+// Each Decode returns false if it needs another code unit, and throws if the sequence is
+// ill-formed.
 
-// A bad sequence is found at its fourth byte.
+// An ill-formed sequence is reported at its fourth byte.
 inline bool Decode(Units<UTF8> const& bytes, Character& character) {
     unsigned const lead = bytes[0];
     std::size_t const length = lead < 0x80   ? 1
@@ -93,8 +95,8 @@ inline void Encode(Character const& character, Units<UTF32>& out) {
     out.push_back(character.value);
 }
 
-// Appends the target's form of a sequence and returns true, or returns false if another unit has to
-// be read. Throws if the sequence is bad.
+// Appends the sequence in the target encoding and returns true, or returns false if it needs
+// another code unit. Throws if the sequence is ill-formed.
 template <class Source, class Target>
 bool Step(std::vector<Source> const& sequence, std::vector<Target>& out) {
     Character character;
@@ -107,7 +109,7 @@ bool Step(std::vector<Source> const& sequence, std::vector<Target>& out) {
     return true;
 }
 
-// The capacity of a block, and the free units below which it is sent.
+// The capacity of a block, and the number of free code units below which a block is sent.
 template <class E>
 struct Block;
 template <>
@@ -123,7 +125,7 @@ struct Block<UTF32> {
     static constexpr std::size_t units = 1024, bound = 1;
 };
 
-// Not a receiver itself: FeedText asks for no more than the three calls.
+// Does not derive from a receiver: FeedText needs only these three functions.
 template <class Target, class Source>
 class Transcoder {
 public:

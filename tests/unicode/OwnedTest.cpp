@@ -12,7 +12,7 @@
 
 namespace {
 
-// Logs what it releases.
+// Records the pointers that it releases.
 struct LoggingDisposer {
     void operator()(int* pointer) const { log->push_back(pointer); }
 
@@ -46,7 +46,7 @@ TEST(OwnedTest, LastOwnerReleasesOnce) {
     EXPECT_EQ(nullptr, OwnedInt().Pointer());
 }
 
-TEST(OwnedTest, AssignmentReleasesTheFormerPointer) {
+TEST(OwnedTest, AssignmentReleasesThePreviousPointer) {
     std::vector<int*> log;
     int a = 0, b = 0;
     {
@@ -90,14 +90,14 @@ void CheckAllocate() {
     EXPECT_EQ(1u, counter.Releases());
 }
 
-TEST(OwnedTest, AllocatesArraysOfEachUnit) {
+TEST(OwnedTest, AllocatesArraysOfEachCodeUnit) {
     CheckAllocate<char>();
     CheckAllocate<unsigned char>();
     CheckAllocate<unsigned short>();
     CheckAllocate<unsigned int>();
 }
 
-TEST(OwnedTest, AllocatesArrayOfNoUnits) {
+TEST(OwnedTest, AllocatesAnEmptyArray) {
     OwnedArray<unsigned short> const array = Allocate<unsigned short>(0);
     EXPECT_NE(nullptr, array.Pointer());
     EXPECT_EQ(0u, array.Disposer().count);
@@ -108,7 +108,7 @@ TEST(OwnedTest, FailedAllocationPropagates) {
         FailingAllocation const failing(1);
         EXPECT_THROW(Allocate<char>(10), std::bad_alloc);
     }
-    // The number of bytes does not fit 64 bits.
+    // The number of bytes exceeds 64 bits.
     EXPECT_THROW(Allocate<unsigned int>(std::numeric_limits<unsigned long>::max() / 4 + 2),
                  std::bad_alloc);
 }

@@ -1,4 +1,4 @@
-// Random well-formed texts with runs of the kinds that real ones have.
+// Random well-formed texts with runs of characters of one kind, as in real texts.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include "tests/unicode/Units.h"
 #include "unicode/Encodings.h"
 
-// A character of one of six kinds: ASCII, Latin, Cyrillic, CJK, emoji, anything.
+// Returns a character of one of six kinds: ASCII, Latin, Cyrillic, CJK, emoji, any.
 inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
     auto const between = [&](unsigned first, unsigned last) {
         return first + random() % (last - first + 1);
@@ -33,7 +33,7 @@ inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
     }
 }
 
-// `length` characters in runs of 1 to 100 of a kind.
+// Returns `length` characters in runs of 1 to 100 of one kind.
 inline Units<UTF32> RandomCharacters(std::mt19937& random, std::size_t length) {
     Units<UTF32> characters;
     while (characters.size() < length) {
@@ -45,7 +45,7 @@ inline Units<UTF32> RandomCharacters(std::mt19937& random, std::size_t length) {
     return characters;
 }
 
-// Characters in an encoding, by the reference implementation.
+// Encodes characters with the reference implementation.
 template <class E>
 Units<E> Encoded(Units<UTF32> const& characters) {
     Units<E> units;

@@ -1,5 +1,5 @@
-// Streams of encoded text for tests: a recording receiver, and what came of a stream cut in a given
-// way.
+// Streams of encoded text for tests: a recording receiver, and the outcome of a stream that is
+// split into given chunks.
 #pragma once
 
 #include <algorithm>
@@ -18,16 +18,16 @@
 #include "unicode/GenericTranscoder.h"
 #include "unicode/UTextReceiver.h"
 
-// What reaches the end of a chain, call by call.
+// Records the calls that reach the end of a chain.
 template <class E>
 struct TextOutcome {
     bool operator==(TextOutcome const&) const = default;
 
-    Units<E> units;                 // All that was received.
-    std::vector<std::size_t> sizes; // Of each Receive call.
+    Units<E> units;                 // The received text.
+    std::vector<std::size_t> sizes; // The length of each Receive call.
     bool ended = false;
-    // The number of the chunk whose Receive threw InvalidTextEncoding, the number of all chunks if
-    // ReceiveEnd did, -1 if nothing was thrown.
+    // The number of the chunk whose Receive threw InvalidTextEncoding; the number of chunks if
+    // ReceiveEnd threw it; -1 without an exception.
     int thrownAt = -1;
 };
 
@@ -41,7 +41,7 @@ std::string ShownOutcome(TextOutcome<E> const& outcome) {
     return text.str();
 }
 
-// Checks the order of the calls, and that nobody sends empty pieces.
+// Expects the correct order of the calls and no empty chunks.
 template <class E>
 class RecordingTextReceiver : public UTextReceiver<E> {
 public:
@@ -72,8 +72,8 @@ private:
 // The lengths of the chunks of a stream.
 using ChunkLengths = std::vector<std::size_t>;
 
-// Runs the text through `receiver`, of which `outcome` is what comes out. Each chunk is a copy of
-// its own in memory of exactly its length, so that a stage that reads past it is found out.
+// Sends the text through `receiver`, whose output `outcome` records. Copies each chunk into an
+// allocation of exactly its length, so that a sanitizer detects reads beyond the chunk.
 template <class Source, class Receiver, class Outcome>
 void FeedText(Receiver& receiver, Outcome& outcome, Units<Source> const& text,
               ChunkLengths const& lengths) {
@@ -95,7 +95,7 @@ void FeedText(Receiver& receiver, Outcome& outcome, Units<Source> const& text,
     }
 }
 
-// A stage with a recorder behind it, to be used again and again.
+// A reusable stage with a recorder as its target.
 template <class Target, class Source>
 class RecordedStage {
 public:
@@ -110,7 +110,7 @@ private:
     StreamTranscoder<Target, Source> transcoder;
 };
 
-// Chunks of `size` units, the last one shorter.
+// Chunks of `size` code units; the last one may be shorter.
 inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
     ChunkLengths lengths(length / size, size);
     if (length % size != 0)
@@ -118,7 +118,7 @@ inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
     return lengths;
 }
 
-// All 2^(length-1) ways to split a text into chunks that are not empty.
+// All 2^(length-1) ways to split a text into nonempty chunks.
 inline std::vector<ChunkLengths> AllSplits(std::size_t length) {
     std::vector<ChunkLengths> splits;
     for (std::size_t cuts = 0; cuts < std::size_t{1} << (length - 1); ++cuts) {

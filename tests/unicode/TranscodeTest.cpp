@@ -35,8 +35,8 @@ TEST(TranscodeTest, CopiesUTF32ToItself) {
     EXPECT_EQ(units, UnitsOf(Transcode<UTF32, UTF32>(RefOf<UTF32>(units))));
 }
 
-// The empty string, text with a NUL and a byte order mark, and text with an error at its end, whose
-// buffer the leak check sees.
+// The empty string, text with an embedded NUL and a byte order mark, and text with an error at its
+// end. The leak check detects a leak of its buffer.
 template <class Target, class Source>
 void CheckViewsAndStrings() {
     Units<UTF32> const characters{0x61, 0, 0xFEFF, 0xE9, 0x20AC, 0x1F600};
@@ -67,8 +67,9 @@ TEST(TranscodeTest, TranscodesViewsAndStrings) {
     CheckViewsAndStrings<UTF32, UTF16>();
 }
 
-// `unit` is one that becomes as many units of the target as one can; `factor` is what the builder
-// is given for each. So it never grows, and the result is an exact allocation.
+// `unit` is a code unit that expands to the maximum number of code units of the target. `factor` is
+// the capacity that the builder has for each code unit, so it never grows, and the result is
+// allocated with its exact length.
 template <class Target, class Source>
 void CheckAllocations(typename Source::Unit unit, std::size_t factor) {
     std::size_t const length = 30000;
@@ -129,7 +130,7 @@ public:
     Units<E> units;
 };
 
-// Whole, and in chunks that split every sequence everywhere.
+// As one chunk, and in chunks that split every sequence at every position.
 template <class Target, class Source>
 void CheckEveryCharacter() {
     Units<Source> const source = EveryCharacterIn<Source>();

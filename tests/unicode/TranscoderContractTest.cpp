@@ -1,6 +1,6 @@
-// Whole stages against the reference implementation: short sequences that tell its rules apart, and
-// long texts. Compares the units, the number and sizes of the calls, and where an exception is
-// thrown.
+// Compares whole stages with the reference implementation: short sequences that cover each of its
+// rules, and long texts. Compares the code units, the number and sizes of the calls, and the
+// position of an exception.
 #include <algorithm>
 #include <cstddef>
 #include <random>
@@ -60,13 +60,13 @@ protected:
             Check(text, lengths);
     }
 
-    // Split at each position, the end included, with an empty chunk in between.
+    // Split at each position including the end, with an empty chunk in between.
     void CheckEmptyChunks(Units<Source> const& text) {
         for (std::size_t position = 1; position <= text.size(); ++position)
             Check(text, {position, 0, text.size() - position});
     }
 
-    // All texts of one of each of `choices`, between `before` and `after`.
+    // All concatenations of `before`, one element of each of `choices`, and `after`.
     void CheckProduct(std::vector<Units<Source>> const& choices, Units<Source> const& before = {},
                       Units<Source> const& after = {}) {
         std::vector<std::size_t> indexes(choices.size());
@@ -107,7 +107,7 @@ TYPED_TEST(TranscoderContractTest, ShortSequencesInEverySplit) {
         auto const every = Range<unsigned char>(0, 0xFF);
         this->CheckProduct({every});
         this->CheckProduct({every, every});
-        // The bytes around which the rules for the second byte and for the others change.
+        // The bytes at which the validity of the second byte and of the further bytes changes.
         Units<UTF8> const seconds{0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF};
         Units<UTF8> const trails{0x7F, 0x80, 0xBF, 0xC0};
         this->CheckProduct({every, seconds, trails});
@@ -149,7 +149,7 @@ TYPED_TEST(TranscoderContractTest, SequencesInsideText) {
     }
 }
 
-// Around the sizes of the blocks, of characters of each length.
+// Lengths around the block sizes, of characters of each length.
 TYPED_TEST(TranscoderContractTest, TextsThatFillBlocks) {
     using E = typename TypeParam::Source;
     for (unsigned int const character : {0x61u, 0xE9u, 0x20ACu, 0x1F600u})

@@ -47,7 +47,7 @@ TEST(UStringBuilderTest, CollectsTheChunksInOrder) {
     CheckCollecting<UTF32>();
 }
 
-TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrWhatIsNeeded) {
+TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrTheRequiredOne) {
     struct {
         std::size_t initial;
         std::vector<std::size_t> chunks;
@@ -74,7 +74,7 @@ TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrWhatIsNeeded) {
     }
 }
 
-TEST(UStringBuilderTest, ReleasesABufferAfterAllocatingTheNext) {
+TEST(UStringBuilderTest, ReleasesABufferAfterAllocatingTheNextOne) {
     AllocationCounter const counter;
     {
         UStringBuilder<UTF16> builder(4);
@@ -93,8 +93,8 @@ TEST(UStringBuilderTest, ReleasesABufferAfterAllocatingTheNext) {
     EXPECT_EQ(counter.Count(), counter.Releases());
 }
 
-// Nothing enforces the order: what comes before Start is kept until then.
-TEST(UStringBuilderTest, StartDropsUnitsReceivedBefore) {
+// The order of calls is not enforced: text received before Start is kept until Start.
+TEST(UStringBuilderTest, StartDropsTextReceivedBefore) {
     UStringBuilder<UTF8> builder(4);
     builder().Receive(ArrayOfUnits(Count<UTF8>(3)));
     EXPECT_EQ(Count<UTF8>(3), UnitsOf(builder.Text()));
@@ -121,9 +121,9 @@ TEST(UStringBuilderTest, FailedAllocationKeepsTheText) {
     EXPECT_EQ(units, UnitsOf(builder.Text()));
 }
 
-// Deliberate: the count of a piece is taken in 32 bits. The piece is a range of addresses, of which
-// only the start is ever looked at.
-TEST(UStringBuilderTest, ChunkLengthIsTakenModulo32Bits) {
+// Deliberate: the length of a chunk is truncated to 32 bits. The chunk is a range of addresses;
+// only its start is read.
+TEST(UStringBuilderTest, ChunkLengthIsTruncatedTo32Bits) {
     ZeroBytes const piece((std::size_t{1} << 32) + 3);
     if (piece.WhyNot() != nullptr)
         GTEST_SKIP() << piece.WhyNot();

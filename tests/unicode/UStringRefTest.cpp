@@ -16,7 +16,7 @@ static_assert(std::is_same_v<Local8Bit::Unit, char>);
 static_assert(std::is_empty_v<UTF8> && std::is_empty_v<UTF16> && std::is_empty_v<UTF32> &&
               std::is_empty_v<Local8Bit>);
 
-// The point of the tags: texts of different encodings do not convert into each other.
+// The tags prevent conversions between texts of different encodings.
 static_assert(!std::is_convertible_v<UStringRef<UTF8>, UStringRef<Local8Bit>>);
 static_assert(!std::is_convertible_v<UStringRef<Local8Bit>, UStringRef<UTF8>>);
 static_assert(!std::is_constructible_v<UStringRef<UTF16>, UStringRef<UTF8>>);
@@ -33,7 +33,7 @@ TEST(UStringRefTest, DefaultIsEmptyAndNotTerminated) {
     EXPECT_EQ(0u, text.Length());
 }
 
-TEST(UStringRefTest, LengthIsInUnits) {
+TEST(UStringRefTest, LengthIsInCodeUnits) {
     unsigned int const units[] = {'a', 0x1F600, 0};
     UStringRef<UTF32> const text(units, units + 2, true);
     EXPECT_EQ(2u, text.Length());

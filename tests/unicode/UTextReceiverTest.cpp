@@ -41,7 +41,7 @@ TEST(UTextReceiverTest, BaseClassIgnoresEverything) {
 
 template <class E>
 void CheckSlots() {
-    // The first two are the destructor's.
+    // The destructor takes the first two slots.
     EXPECT_EQ(2u, SlotOf(&Receiver<E>::Start));
     EXPECT_EQ(3u, SlotOf(&Receiver<E>::Receive));
     EXPECT_EQ(4u, SlotOf(&Receiver<E>::ReceiveEnd));
