@@ -1,4 +1,4 @@
-// A value that counts how many of its kind are alive, and whose copying can be made to throw.
+// A value that counts its living instances, and whose copy constructor can throw.
 #pragma once
 
 struct Counted {

@@ -9,7 +9,7 @@
 
 namespace {
 
-// The items from the cursor on.
+// Returns the items from the cursor on.
 std::vector<int> Rest(ListPL<Counted> const& list) {
     std::vector<int> values;
     while (list.IsNext())
@@ -56,10 +56,10 @@ TEST_F(ListPLTest, EnumeratesItemsInOrderAfterEachReset) {
     }
 }
 
-TEST_F(ListPLTest, EndOfListIsAnExceptionWithAText) {
+TEST_F(ListPLTest, ReadingBeyondTheEndThrowsAnExceptionWithAText) {
     try {
         ListPL<Counted>().GetNext();
-        FAIL() << "returned an item of an empty list";
+        FAIL() << "reading from an empty list did not throw";
     } catch (ExceptionPL const& caught) {
         EXPECT_STREQ("A ListPL iterator walked off the end of the list.", caught.what());
     }
@@ -150,7 +150,7 @@ TEST_F(ListPLTest, FreesAMillionItemsWithoutRecursion) {
     EXPECT_EQ(499999500000LL, sum);
 }
 
-// The first two slots are the destructor's.
+// The destructor takes the first two slots.
 TEST_F(ListPLTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&ListPL<int>::Append));
     EXPECT_EQ(3u, SlotOf(&ListPL<int>::ResetEnum));

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Letters of one byte, and the bytes of random text for a search.
+// One-byte letters, and the bytes of the random texts to search.
 struct LocaleCase {
     char const* language;
     char const* encoding;
@@ -35,7 +35,7 @@ INSTANTIATE_TEST_SUITE_P(Locales, LocaleCaseTest,
                                          LocaleCase{"tr_TR", "ISO-8859-9", false, "iI\xDD\xFD"},
                                          LocaleCase{"tr_TR", "UTF-8", false, "iIjJ\xC4\xB1"}));
 
-TEST(LocaleLettersTest, BothTablesDecide) {
+TEST(LocaleLettersTest, BothCaseTablesAreUsed) {
     OtherCaseTables tables;
     EXPECT_TRUE(LettersAreAscii());
     tables.Upper(0xE4) = 0xC4;
@@ -46,7 +46,7 @@ TEST(LocaleLettersTest, BothTablesDecide) {
     EXPECT_FALSE(LettersAreAscii());
 }
 
-// By strncasecmp at each position.
+// Reference implementation: strncasecmp at each position.
 char const* ReferenceSearch(char const* text, std::size_t length, char const* pattern,
                             std::size_t patternLength) {
     for (std::size_t i = 0; i + patternLength <= length; ++i)
@@ -55,7 +55,7 @@ char const* ReferenceSearch(char const* text, std::size_t length, char const* pa
     return nullptr;
 }
 
-// Where the pattern was found, or -1.
+// The offset of the match, or -1.
 std::ptrdiff_t Fast(std::string const& text, std::string const& pattern) {
     char const* const match =
         FindCaseInsensitive(text.data(), text.size(), pattern.data(), pattern.size());
@@ -68,7 +68,7 @@ std::ptrdiff_t Reference(std::string const& text, std::string const& pattern) {
     return match == nullptr ? -1 : match - text.data();
 }
 
-// Compares both searches for random text of these bytes, and patterns without NULs.
+// Compares both searches on random text of these bytes, with patterns without NULs.
 void ExpectSearchesAgree(std::string const& bytes, unsigned int seed) {
     std::mt19937 random(seed);
     auto const next = [&](std::size_t length) {
@@ -96,7 +96,7 @@ std::string const everyByteButNul = [] {
     return bytes;
 }();
 
-// Every byte against every other, alone and in text that is searched in blocks.
+// Every byte compared with every other one, alone and in text that is searched in blocks.
 void ExpectBytesMatchAsInTheLocale() {
     int wrong = 0;
     for (char pattern : everyByteButNul) {
@@ -126,7 +126,7 @@ TEST(CaseInsensitiveSearchTest, FindsMatchAtEveryPosition) {
     }
 }
 
-TEST(CaseInsensitiveSearchTest, ReadsNothingBehindTheText) {
+TEST(CaseInsensitiveSearchTest, ReadsNothingAfterTheText) {
     for (std::size_t length : {1u, 63u, 64u, 128u, 129u, 200u}) {
         GuardedBytes const memory(length);
         char* const text = reinterpret_cast<char*>(memory.End()) - length;
@@ -159,7 +159,7 @@ TEST_P(LocaleCaseTest, LettersAndSearchesFollowTheLocale) {
     EXPECT_TRUE(LettersAreAscii());
 }
 
-TEST(CaseInsensitiveSearchTest, ThreeBytesMayMatch) {
+TEST(CaseInsensitiveSearchTest, ThreeBytesMayMatchEachOther) {
     OtherCaseTables tables;
     tables.Lower(0xE0) = 'a';
     tables.Lower(0xB5) = 0xB6;
@@ -173,7 +173,7 @@ TEST(CaseInsensitiveSearchTest, ThreeBytesMayMatch) {
             }
         }
     }
-    // Where they stand first, last, both or nowhere in the pattern.
+    // Bytes with variants are first, last, both or neither in the pattern.
     for (std::string const& pattern : {std::string("ax"), std::string("xa"), std::string("axA"),
                                        std::string("xy"), std::string("\xB5y\xB6")}) {
         std::string text(300, '.');

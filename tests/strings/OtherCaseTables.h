@@ -1,4 +1,4 @@
-// Case tables that a test can change entry by entry, in the place of those of the locale.
+// Case tables that a test can change one entry at a time. They replace those of the locale.
 #pragma once
 
 #include <array>
@@ -8,12 +8,12 @@
 
 #include "strings/LocaleCase.h"
 
-// Replaces the tables behind tolower and toupper in this thread, until its destruction. Does not
-// affect the functions themselves. Starts with the tables of the current locale.
+// Replaces the tables of tolower and toupper in this thread during its lifetime. Does not replace
+// the functions themselves. Starts with the tables of the current locale.
 class OtherCaseTables {
 public:
     OtherCaseTables() {
-        // Its first call switches the locale, which would put the locale's tables back.
+        // The first call of LettersAreAscii switches the locale, which would restore its tables.
         LettersAreAscii();
         for (int i = 0; i < entries; ++i) {
             lower[i] = formerLower[i - belowZero];
@@ -35,7 +35,7 @@ public:
     std::int32_t& Upper(unsigned char byte) { return upper[byte + belowZero]; }
 
 private:
-    // The C library's tables begin with the bytes as signed numbers.
+    // The tables of the C library start at index -128.
     static constexpr int belowZero = 128;
     static constexpr int entries = belowZero + 256;
 

@@ -1,4 +1,4 @@
-// A locale made for one test: its letters, and which of them differ in case only.
+// A locale compiled for one test: its letters, and pairs of them that differ only in case.
 #pragma once
 
 #include <cctype>
@@ -11,8 +11,8 @@
 
 #include "tests/support/TemporaryDirectory.h"
 
-// From its construction to its destruction the character types of the process are those of a locale
-// such as ("tr_TR", "ISO-8859-9"), compiled from the system's own sources.
+// Sets the character types of the process during its lifetime to those of a locale such as
+// ("tr_TR", "ISO-8859-9"), compiled from the sources of the system.
 class OtherLocale {
 public:
     OtherLocale(std::string const& language, std::string const& encoding) {
@@ -35,7 +35,7 @@ public:
     OtherLocale(OtherLocale const&) = delete;
     OtherLocale& operator=(OtherLocale const&) = delete;
 
-    // Null if the locale is there, otherwise the reason why a test cannot run in it.
+    // Returns null if the locale is set, and otherwise the reason why it is not available.
     char const* WhyNot() const { return whyNot; }
 
 private:

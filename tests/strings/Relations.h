@@ -1,4 +1,4 @@
-// The eighteen relations of a string class, between two strings and between a string and a text.
+// Tests the eighteen relations of a string class: between two strings, and between string and text.
 #pragma once
 
 #include <functional>
@@ -7,10 +7,10 @@
 
 #include <gtest/gtest.h>
 
-// Texts of all kinds of order: equal, a prefix, another case, a high byte.
+// Texts that differ in length, case and bytes above 127, including equal texts and prefixes.
 inline std::vector<std::string> const relatedTexts{"", "a", "A", "ab", "b", "\xE4"};
 
-// Whether `holds` yields `expected` for the strings and for a text on either side.
+// Expects that `holds` returns `expected` for two strings, and for a text on either side.
 template <class String, class Relation>
 void ExpectRelation(bool expected, std::string const& left, std::string const& right,
                     Relation holds) {
@@ -20,7 +20,7 @@ void ExpectRelation(bool expected, std::string const& left, std::string const& r
     EXPECT_EQ(expected, holds(left.c_str(), rightString)) << "text " << left << ", " << right;
 }
 
-// The relations of std::string, which orders unsigned bytes as strcmp does, are the measure.
+// Compares with the relations of std::string, which orders unsigned bytes as strcmp does.
 template <class String>
 void ExpectRelationsOfBytes() {
     for (std::string const& l : relatedTexts) {

@@ -30,14 +30,14 @@ TEST(PairTest, CopiesAreIndependent) {
     EXPECT_EQ(2, assigned.second);
 }
 
-TEST(PairTest, HasNothingButFirstAndSecond) {
+TEST(PairTest, HasNoMembersExceptFirstAndSecond) {
     Pair<int, int> pair(1, 2);
     EXPECT_EQ(static_cast<void*>(&pair), static_cast<void*>(&pair.first));
     EXPECT_EQ(&pair.first + 1, &pair.second);
     EXPECT_EQ(2 * sizeof(int), sizeof(pair));
 }
 
-// Each test begins with no value alive and ends the same way.
+// No value is alive at the start and the end of each test.
 class NullOrTest : public testing::Test {
 protected:
     NullOrTest() { Counted::StartAfresh(); }
@@ -74,7 +74,7 @@ TEST_F(NullOrTest, AssignmentReplacesNullAndValue) {
         }
 }
 
-TEST_F(NullOrTest, SelfAssignmentDoesNothing) {
+TEST_F(NullOrTest, SelfAssignmentHasNoEffect) {
     NullOr<Counted> target{Counted(1)};
     Counted const* const before = &*target;
     int const copies = Counted::copies;
@@ -84,7 +84,7 @@ TEST_F(NullOrTest, SelfAssignmentDoesNothing) {
     EXPECT_EQ(copies, Counted::copies);
 }
 
-TEST_F(NullOrTest, FailedCopyLeavesTheOldValue) {
+TEST_F(NullOrTest, FailedCopyKeepsTheOldValue) {
     NullOr<Counted> target{Counted(1)};
     Counted const value(2);
     NullOr<Counted> const source{value};
@@ -153,7 +153,7 @@ TEST_F(DuplicatingPtrTest, MakeDuplicatingPtrInitializesTheObject) {
     EXPECT_EQ(1, Counted::alive);
 }
 
-TEST_F(DuplicatingPtrTest, FailedCopyLeavesNothing) {
+TEST_F(DuplicatingPtrTest, FailedCopyLeaksNothing) {
     DuplicatingPtr<Counted> const original(new Counted(3));
     Counted::refuseCopies = true;
     EXPECT_THROW(DuplicatingPtr<Counted>{original}, Counted::CopyRefused);

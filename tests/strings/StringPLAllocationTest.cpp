@@ -1,4 +1,4 @@
-// How often a StringPL allocates, and what is left where an allocation fails.
+// Counts the allocations of a StringPL, and tests its text after a failed allocation.
 #include "strings/StringPL.h"
 
 #include <new>
@@ -11,16 +11,16 @@
 
 namespace {
 
-// Longer than anything that fits in a small object.
+// Longer than a text that fits into a small object.
 char const longText[] = "a text that is so long that no string class would keep it inside itself";
 
-// Lets the first, second, third ... allocation of `operation` on a fresh string fail, and expects
-// the string to have the one text after each failure and the other at the end, when all went well.
+// Makes each allocation of `operation` on a new string fail in turn. Expects that the string
+// contains `failed` after each failure, and `done` after success.
 template <class Operation>
 void ExpectAfterFailure(char const* start, char const* failed, char const* done,
                         Operation operation) {
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
-        // Made anew each time; its own allocation, if any, is the first.
+        // Constructed each time; an allocation of the constructor is the first one.
         StringPL* string = nullptr;
         try {
             string = new StringPL(start);
@@ -32,7 +32,7 @@ void ExpectAfterFailure(char const* start, char const* failed, char const* done,
                 EXPECT_EQ(static_cast<int>(std::string(failed).size()), string->GetLength());
             }
         }
-        // What is left can still be used.
+        // The string remains usable.
         if (string != nullptr) {
             FailingAllocation const none(1000);
             *string += "!";
@@ -93,7 +93,7 @@ TEST(StringPLAllocationTest, CapacityAboveTheLimitAllocatesNothing) {
 }
 
 TEST(StringPLAllocationTest, HighestCapacityIsAllocated) {
-    // 4,294,967,287 bytes are not refused; here it is the memory that gives out.
+    // 4,294,967,287 bytes are within the limit; here, the allocation fails.
     FailingAllocation const failing(1);
     EXPECT_THROW(StringPL("x", 0xFFFFFFF6), std::bad_alloc);
     EXPECT_TRUE(failing.HasFailed());
@@ -142,13 +142,13 @@ TEST(StringPLAllocationTest, FailureKeepsTheText) {
 }
 
 TEST(StringPLAllocationTest, FailedFormatLeavesAnEmptyString) {
-    // Deliberate: it frees the old block first.
+    // Deliberate: Format frees the old block first.
     ExpectAfterFailure("old", "", longText,
                        [](StringPL& string) { string.Format("%s", longText); });
 }
 
 TEST(StringPLAllocationTest, FailedReplaceNoCaseKeepsReplacementsSoFar) {
-    // Deliberate: each occurrence makes the string anew.
+    // Deliberate: each replacement creates a new string.
     bool sawNone = false, sawOne = false;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         StringPL* string = nullptr;

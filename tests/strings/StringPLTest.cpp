@@ -36,10 +36,10 @@ TEST(StringPLTest, RelationsAgreeWithBytes) {
         << "up to the first NUL";
 }
 
-TEST(StringPLTest, ExceptionIsNamedWithoutItsLength) {
+TEST(StringPLTest, WhatReturnsTheExceptionNameWithoutItsLength) {
     try {
         StringPL().GetAt(0);
-        FAIL() << "read beyond the end";
+        FAIL() << "reading beyond the end did not throw";
     } catch (std::exception const& caught) {
         EXPECT_STREQ("StringPLOutOfBoundsException", caught.what());
     }
@@ -57,7 +57,7 @@ TEST(StringPLTest, EmptyStringsShareTheirBlock) {
     }
 }
 
-// Deliberate: the length is the count, even behind a NUL.
+// Deliberate: the length is the count, even if a NUL precedes it.
 TEST(StringPLTest, ConstructorCopiesUpToItsCountOrANul) {
     char source[] = "hello";
     StringPL const string(source);
@@ -69,7 +69,7 @@ TEST(StringPLTest, ConstructorCopiesUpToItsCountOrANul) {
 }
 
 TEST(StringPLTest, RejectsCapacityAboveLimit) {
-    // The header has to fit in 32 bits too, so the limit is 4,294,967,287.
+    // The header has to fit into 32 bits too, so the limit is 4,294,967,287.
     for (unsigned int const count : {0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFF7})
         EXPECT_THROW(StringPL("x", count), StringPLOutOfBoundsException);
     StringPL string("abc");
@@ -112,14 +112,14 @@ TEST(StringPLTest, MakeEmptyRestoresTheLengthOfTheSharedBlock) {
     ExpectText("", 1, StringPL());
 }
 
-TEST(StringPLTest, AppendReadsNothingBehindTheNul) {
+TEST(StringPLTest, AppendReadsNothingAfterTheNul) {
     std::vector<char> const text{'a', 'b', '\0'};
     StringPL string;
     string.Append(text.data(), 6);
     ExpectText(std::string("ab\0\0\0\0", 6), 8, string);
 }
 
-TEST(StringPLTest, FormatLeavesRoomForOneMoreByte) {
+TEST(StringPLTest, FormatReservesOneMoreByte) {
     for (std::size_t length : {0u, 1u, 61u, 62u, 63u, 64u, 125u, 126u, 127u, 254u, 255u, 3000u}) {
         std::string const text(length, 'q');
         unsigned int capacity = 64;
@@ -151,8 +151,8 @@ TEST(StringPLTest, FormatConvertsAllArgumentsInEachPass) {
 }
 
 TEST(StringPLTest, FormatThatCannotConvertLeavesAnEmptyString) {
-    // The C locale does not have this character: each pass fails, and the blocks double until the
-    // limit. They are not touched beyond their start.
+    // The C locale cannot encode this character: each pass fails, and the blocks double up to the
+    // limit. Only their start is written.
     StringPL string("old");
     wchar_t const unknown[] = {0x20AC, 0};
     EXPECT_THROW(string.Format("%ls", unknown), StringPLOutOfBoundsException);
@@ -161,7 +161,7 @@ TEST(StringPLTest, FormatThatCannotConvertLeavesAnEmptyString) {
     ExpectText("x", 2, string);
 }
 
-TEST(StringPLTest, CaseIsThatOfTheCLibraryForEveryByte) {
+TEST(StringPLTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
     std::string all, lower, upper;
     for (int byte = 1; byte < 256; ++byte) {
         all += static_cast<char>(byte);
@@ -177,7 +177,7 @@ TEST(StringPLTest, CaseIsThatOfTheCLibraryForEveryByte) {
     EXPECT_EQ(before, string.AsChar());
 }
 
-TEST(StringPLTest, CaseIsThatOfTheLocale) {
+TEST(StringPLTest, CaseMappingFollowsTheLocale) {
     EXPECT_EQ(-1, StringPL("\xC4pfel").FindNoCase("\xE4P", 0));
     OtherLocale const german("de_DE", "ISO-8859-1");
     if (german.WhyNot() != nullptr)

@@ -1,4 +1,4 @@
-// How often a Stringy allocates, and what is left where an allocation fails.
+// Counts the allocations of a Stringy, and tests its text after a failed allocation.
 #include "strings/Stringy.h"
 
 #include <new>
@@ -12,7 +12,8 @@
 
 namespace {
 
-std::string const longestInside(127, 'a'); // The longestInside text that lies in the object.
+std::string const
+    longestInside(127, 'a'); // The length of the longest text that is stored in the object.
 std::string const shortestHeapText(128, 'b');
 std::string const heapText(300, 'c');
 
@@ -39,7 +40,7 @@ TEST(StringyAllocationTest, TextOfUpTo127BytesAllocatesNothing) {
               }));
 }
 
-// The bytes are not looked at before there is room for them.
+// The bytes are not read before the allocation succeeds.
 TEST(StringyAllocationTest, LongestCountIsAllocated) {
     FailingAllocation const failing(1);
     EXPECT_THROW(Stringy("abc", 0xFFFFFFFE), std::bad_alloc);
@@ -73,8 +74,8 @@ TEST(StringyAllocationTest, AssignedShortTextFreesTheArray) {
     EXPECT_STREQ("abc", string);
 }
 
-// Lets the allocations of `operation` on a fresh string fail one after the other, and expects the
-// text that each failure leaves, and the one when all goes well.
+// Makes each allocation of `operation` on a new string fail in turn. Expects the given text after
+// each failure, and `done` after success.
 template <class Operation>
 void ExpectTexts(std::string const& start, std::vector<std::string> const& failed,
                  std::string const& done, Operation operation) {
@@ -92,12 +93,12 @@ void ExpectTexts(std::string const& start, std::vector<std::string> const& faile
         }
         EXPECT_EQ(n <= failed.size(), hasFailed) << "allocation " << n;
         EXPECT_EQ(hasFailed ? failed[n - 1] : done, Bytes(string)) << "allocation " << n;
-        string += "!"; // What is left can still be used.
+        string += "!"; // The string remains usable.
         EXPECT_EQ((hasFailed ? failed[n - 1] : done) + "!", Bytes(string));
     }
 }
 
-// Deliberate: assignment of a string frees the old array first.
+// Deliberate: the assignment of a string frees the old array first.
 TEST(StringyAllocationTest, OnlyStringAssignmentLosesTheTextOnFailure) {
     Stringy const source(heapText.c_str());
     for (std::string const& old : {std::string("old"), shortestHeapText}) {
@@ -115,8 +116,8 @@ TEST(StringyAllocationTest, OnlyStringAssignmentLosesTheTextOnFailure) {
                 [](Stringy& string) { string += string; });
 }
 
-TEST(StringyAllocationTest, FailedStrippingLeavesTheOldTextOrNull) {
-    // The string that is left is made first, and then assigned.
+TEST(StringyAllocationTest, FailedStrippingKeepsTheOldTextOrLeavesNull) {
+    // The resulting string is constructed first, and then assigned.
     std::string const padded = " " + heapText + " ";
     ExpectTexts(padded, {padded, ""}, heapText,
                 [](Stringy& string) { string.StripLeadingAndTrailingWhite(); });

@@ -28,7 +28,7 @@ bool LiesInside(Stringy const& string) {
     return !before(text, object) && before(text, object + sizeof(string));
 }
 
-// `length` bytes without repetitions of less than 251 bytes.
+// Returns `length` bytes that repeat only after 251 bytes.
 std::string Text(std::size_t length) {
     std::string text;
     for (std::size_t i = 0; i < length; ++i)
@@ -36,7 +36,7 @@ std::string Text(std::size_t length) {
     return text;
 }
 
-// The lengths around the limit between the object and the heap.
+// The lengths around the limit for texts in the object.
 std::size_t const lengths[] = {0, 1, 2, 100, 126, 127, 128, 129, 200, 1000};
 
 TEST(StringyTest, RandomOperationsAgreeWithModel) {
@@ -50,11 +50,11 @@ TEST(StringyTest, RelationsAgreeWithBytes) {
     EXPECT_TRUE(Stringy("") == null && null == Stringy() && null < Stringy("a"));
 }
 
-TEST(StringyTest, ExceptionIsNamedByItsType) {
+TEST(StringyTest, WhatReturnsTheNameOfTheExceptionType) {
     EXPECT_STREQ("20StringyLengthTooLong", StringyLengthTooLong().what());
 }
 
-TEST(StringyTest, TextWithoutBytesIsNull) {
+TEST(StringyTest, EmptyTextIsNull) {
     char const* const null = nullptr;
     unsigned char const* const noBytes = nullptr;
     for (Stringy const& string :
@@ -107,7 +107,7 @@ TEST(StringyTest, AppendsOfAllKindsAddTheirBytes) {
     }
 }
 
-TEST(StringyTest, EmptyTextChangesNothingWhenAppended) {
+TEST(StringyTest, AppendingAnEmptyTextHasNoEffect) {
     for (std::size_t length : lengths) {
         Stringy string(ConstData(Text(length)));
         char const* const before = string;
@@ -122,7 +122,7 @@ TEST(StringyTest, EmptyTextChangesNothingWhenAppended) {
     }
 }
 
-TEST(StringyTest, RejectsCountWithoutRoomForANul) {
+TEST(StringyTest, RejectsCountWithoutSpaceForANul) {
     char const* const text = "abc";
     EXPECT_THROW(Stringy(text, 0xFFFFFFFF), StringyLengthTooLong);
     EXPECT_THROW(Stringy(reinterpret_cast<unsigned char const*>(text), 0xFFFFFFFF),
@@ -149,7 +149,7 @@ TEST(StringyTest, OperationsCanBeChained) {
     EXPECT_STREQ("yabc", a + '\0');
 }
 
-TEST(StringyTest, IndexBeyondTheTextIsNul) {
+TEST(StringyTest, IndexBeyondTheTextReturnsNull) {
     EXPECT_EQ('\0', Stringy("abc")[UINT_MAX]);
     EXPECT_EQ('\0', Stringy()[0]);
     EXPECT_EQ('\0', Stringy()[7]);
@@ -180,7 +180,7 @@ TEST(StringyTest, RangesAreClamped) {
     EXPECT_TRUE(IsNull(string.Mid(INT_MAX)));
 }
 
-TEST(StringyTest, CaseIsThatOfTheCLibraryForEveryByte) {
+TEST(StringyTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
     std::string lower, upper;
     for (int byte = 0; byte < 256; ++byte) {
         lower += static_cast<char>(std::tolower(byte));
@@ -215,7 +215,7 @@ TEST(StringyTest, TrimLeftWithoutWhitespaceKeepsTheArray) {
     EXPECT_EQ(before, static_cast<char const*>(string));
 }
 
-// Deliberate: stripping counts from the start of the vector, which should be empty.
+// Deliberate: stripping starts at index 0 of the vector, so the vector should be empty.
 TEST(StringyTest, SplitAppendsToTheVector) {
     std::vector<Stringy> items{Stringy(" x ")};
     EXPECT_EQ(2u, Stringy::SplitSeparatedStringsIntoArray("a, b", ',', items, 10, false));

@@ -1,11 +1,11 @@
-// What the tests of Stringy ask of a string.
+// Helpers of the tests of Stringy.
 #pragma once
 
 #include <string>
 
 #include "strings/Stringy.h"
 
-// All bytes, those after an embedded NUL too.
+// All bytes, including those after an embedded NUL.
 inline std::string Bytes(Stringy const& string) {
     return std::string(static_cast<char const*>(string), string.GetLength());
 }
