@@ -23,7 +23,8 @@ std::vector<Function> AllFunctions() {
 }
 
 TEST(AsciiCaseTest, ComparesNoBytesBeforeTheTexts) {
-    // Blocks of 32; what one text has behind its first block, the other has in front of it.
+    // In blocks of 32 bytes: the bytes after the first block of one text precede the block in the
+    // other.
     auto const block = [](char letter) {
         return std::string(32, letter);
     };

@@ -26,7 +26,7 @@ TEST(CpuTest, UsesEveryLevelUpToTheBestOne) {
         EXPECT_EQ(level <= Simd::BestLevel(), Simd::Uses(level));
 }
 
-TEST(CpuTest, PinnedLevelHoldsUntilItsObjectEnds) {
+TEST(CpuTest, PinnedLevelEndsWithItsObject) {
     {
         Simd::PinnedLevel const pinned(Simd::baseline);
         EXPECT_TRUE(Simd::Uses(Simd::baseline));
@@ -47,8 +47,8 @@ TEST(CpuTest, PinnedLevelsNest) {
     EXPECT_FALSE(Simd::Uses(Level::avx2));
 }
 
-// In a process of its own, where nothing has asked before.
-TEST(CpuTest, PinningBeforeTheFirstUseIsUndone) {
+// In a separate process, in which the level has not been queried yet.
+TEST(CpuTest, PinningBeforeTheFirstQueryIsUndone) {
     OtherProcess other([] {
         { Simd::PinnedLevel const pinned(Simd::baseline); }
         EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));

@@ -15,7 +15,7 @@ constexpr std::array<std::int32_t, 256> asciiLower = [] {
     return table;
 }();
 
-// The place of "ab", in any case, or -1.
+// The offset of "ab" in any case, or -1.
 std::ptrdiff_t FindAb(std::string const& text) {
     char const* const match = Simd::FindCaseInsensitive(text.data(), text.size(), "ab", 2,
                                                         asciiLower.data(), {'a', 'A'}, {'b', 'B'});

@@ -15,8 +15,8 @@ TEST(FormatDigitsTest, PairsAreTheDigitsOfTheValue) {
     }
 }
 
-// The halves of a value are converted alike, so all groups of four digits in either half, next to
-// the extremes, are all cases.
+// Both halves of a value are converted by the same code. So all groups of four digits in one half,
+// with extreme values in the other, cover all cases.
 template <class Check>
 void ForEachEightDigits(Check check) {
     for (std::uint32_t four = 0; four < 10000; ++four)

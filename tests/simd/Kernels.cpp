@@ -23,7 +23,7 @@ namespace {
 
 using Pieces = std::vector<std::string>;
 
-// Each unit of the bytes.
+// Converts each byte to a code unit.
 Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
     Pieces pieces;
     for (std::size_t at = 0; at < bytes.size(); at += unit)
@@ -33,7 +33,7 @@ Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
 
 char const* Text(unsigned char const* bytes) { return reinterpret_cast<char const*>(bytes); }
 
-// Calls a kernel or a reference with the end of the input, from each position on.
+// Calls a kernel or its reference with the end of the input, from each position on.
 template <class Kernel, class Reference>
 bool AgreeOnEachSuffix(Memory const& memory, Kernel kernel, Reference reference) {
     char const* const end = Text(memory.input) + memory.length;
@@ -94,7 +94,7 @@ bool CommonPrefixAgrees(Memory const& memory, std::mt19937&) {
     return agree(memory.input, memory.second) && agree(memory.second, memory.input);
 }
 
-// A locale with one pair of letters beyond ASCII.
+// A locale with one pair of letters outside of ASCII.
 constexpr std::array<std::int32_t, 256> lowerTable = [] {
     std::array<std::int32_t, 256> table{};
     for (int byte = 0; byte < 256; ++byte)
@@ -170,7 +170,7 @@ std::uint64_t AnyValue(std::mt19937& random) {
     return value * (1 + random() % 9) + random() % 3 - 1;
 }
 
-// Whether `length` bytes at the end of `end` are the digits of the value.
+// Whether the `length` bytes before `end` are the digits of the value.
 bool IsDecimal(unsigned char const* text, std::size_t length, std::uint64_t value) {
     unsigned char expected[20];
     std::size_t const expectedLength = Simd::FormatDecimalScalar(expected, value);
@@ -221,7 +221,7 @@ bool FormatHexAgrees(Memory const& memory, std::mt19937& random) {
     return std::memcmp(to, expected, count) == 0;
 }
 
-// The scalar reference has the same input, and room for as many units.
+// The scalar reference has the same input, and the same capacity in code units.
 template <class To, class From>
 bool TranscodingAgrees(Memory const& memory, std::mt19937& random) {
     auto const* const from = reinterpret_cast<From const*>(memory.input);
@@ -250,8 +250,8 @@ Kernel TranscodeKernel(std::string const& name, Pieces const& pieces) {
     return {name, pieces, sizeof(From), TranscodingAgrees<To, From>};
 }
 
-// Sequences of each length; overlong forms, encoded surrogates and values that are too large, which
-// are accepted in part; and bytes that are out of place.
+// Well-formed sequences of each length; overlong sequences, encoded surrogates and values beyond
+// Unicode, some of which are accepted; and misplaced bytes.
 Pieces const utf8{"a",        "\xC3\xA9",     "\xE2\x82\xAC",     "\xF0\x9F\x98\x80", "z",
                   "\xC1\xBF", "\xED\xA0\x80", "\xF0\x80\x80\x80", "\xF7\xBF\xBF\xBF", "\x80",
                   "\xE2",     "\xFF"};

@@ -1,4 +1,4 @@
-// Every kernel beside its scalar reference, in one table for the property test.
+// A table of every kernel and its scalar reference for the property test.
 #pragma once
 
 #include <cstddef>
@@ -10,30 +10,30 @@
 
 namespace Kernels {
 
-// Two ranges of memory, guarded on both sides.
+// Two memory ranges with guard pages on both sides.
 struct Memory {
     unsigned char* input;
     std::size_t length;
-    // As long as the input, and guarded of its own. Holds the input as well, changed here and
-    // there.
+    // As long as the input, with guard pages of its own. Initially a copy of the input with a few
+    // changes.
     unsigned char* second;
-    // `outputRoom` bytes.
+    // A range of `outputRoom` bytes.
     unsigned char* output;
     std::size_t outputRoom;
 };
 
 struct Kernel {
     std::string name;
-    // What its texts are made of: single units, and whole sequences of them.
+    // The pieces of its texts: single code units and whole sequences.
     std::vector<std::string> pieces;
-    // The size of a unit of the input.
+    // The size of a code unit of the input.
     std::size_t unit = 1;
-    // Runs the kernel at the level that is pinned, and its scalar reference. Returns whether
-    // results and written bytes agree.
+    // Runs the kernel at the pinned level, and its scalar reference. Returns whether results and
+    // written bytes are equal.
     std::function<bool(Memory const&, std::mt19937&)> agrees;
 };
 
-// What a failed test prints.
+// The output of a failed test.
 inline void PrintTo(Kernel const& kernel, std::ostream* out) { *out << kernel.name; }
 
 std::vector<Kernel> const& All();

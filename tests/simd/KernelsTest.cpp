@@ -12,8 +12,8 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/GuardedBytes.h"
 
-// Each kernel at each level of this processor, beside its scalar reference: all lengths up to a few
-// vectors, all alignments, guard pages on both sides, random and adversarial content.
+// Compares each kernel at each level of this processor with its scalar reference: all lengths up to
+// a few vectors, all alignments, guard pages on both sides, random and adversarial content.
 namespace {
 
 using Kernels::Kernel;
@@ -31,8 +31,8 @@ std::vector<Level> AvailableLevels() {
     return levels;
 }
 
-// Exactly `length` bytes: runs of one piece, or any pieces, and now and then a byte of any value.
-// Of the pieces only the first few are taken, as many as come by chance.
+// Returns exactly `length` bytes: runs of one piece or random pieces, sometimes with a random byte.
+// Uses only a random number of the first pieces.
 std::string MakeContent(Kernel const& kernel, std::size_t length, std::mt19937& random) {
     std::size_t const pieces = 1 + random() % kernel.pieces.size();
     std::string content;
@@ -49,7 +49,7 @@ std::string MakeContent(Kernel const& kernel, std::size_t length, std::mt19937& 
     return content;
 }
 
-// The same with a few changes: another case, another byte.
+// Returns the text with a few changes of case or value.
 std::string Change(std::string content, std::mt19937& random) {
     for (char& byte : content)
         if (random() % 3 == 0 && static_cast<unsigned char>((byte | 0x20) - 'a') < 26)
@@ -63,8 +63,8 @@ class KernelRun {
 public:
     explicit KernelRun(Kernel const& theKernel) : kernel(theKernel) {}
 
-    // At the first guard with a gap of `alignment` units, or at the second one. Returns what
-    // failed.
+    // Runs at the first guard page with a gap of `alignment` code units, or at the second one.
+    // Returns a description of the failure.
     std::string Try(std::string const& content, std::size_t alignment, bool atEnd) {
         std::size_t const gap = alignment * kernel.unit;
         unsigned char* const place =
@@ -106,7 +106,7 @@ TEST_P(KernelTest, AgreesWithScalarReferenceAtEveryLevel) {
     }
 }
 
-// One odd piece at each place of a run of each other piece.
+// One different piece at each position of a run of each other piece.
 TEST_P(KernelTest, AgreesForOneOddSequenceAtEveryPosition) {
     Kernel const& kernel = GetParam();
     std::size_t const pieces = std::min<std::size_t>(kernel.pieces.size(), 12);

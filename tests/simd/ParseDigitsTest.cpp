@@ -34,7 +34,7 @@ TEST(ParseDigitsTest, RejectsNumbersThatDoNotFit) {
     EXPECT_EQ(std::nullopt, Parsed<16>("10000000000000000"));
 }
 
-// 0...01 is a number, and none with another byte at any place.
+// 0...01 is a number, but not with another byte at any position.
 template <unsigned base>
 void ExpectOnlyDigits(std::string const& otherBytes) {
     EXPECT_EQ(std::nullopt, Parsed<base>(""));

@@ -22,7 +22,7 @@ using Utf8 = std::basic_string<unsigned char>;
 using Utf16 = std::basic_string<unsigned short>;
 using Utf32 = std::basic_string<unsigned int>;
 
-TEST(UtfTest, StopsWithoutRoomForTheLongestSequence) {
+TEST(UtfTest, StopsWithoutSpaceForTheLongestSequence) {
     for (std::size_t const room : {0u, 1u, 10u}) {
         Utf16 target(room, 0);
         UtfProgress const progress = TranscodeInto(Utf8(40, 'a'), target);
@@ -43,7 +43,7 @@ TEST(UtfTest, LeavesIncompleteSequenceUnread) {
     }
 }
 
-TEST(UtfTest, ReportsIllFormedSequenceAfterWhatWasRead) {
+TEST(UtfTest, ReportsIllFormedSequenceAfterTheConvertedText) {
     for (std::size_t before : {0u, 1u, 15u, 16u, 17u, 40u}) {
         Utf16 const text = Utf16(before, 0x20AC) + Utf16{0xDC00, 0x61};
         Utf8 target(200, 0);
@@ -70,8 +70,8 @@ TEST(UtfTest, ReadsOneSequenceOrReportsItIncomplete) {
 
 #if SIMD_X86
 
-// A step takes 16 bytes of the source. It stores whole vectors, so it needs more room than its
-// result may have. The text is one step.
+// A step converts 16 bytes. It stores whole vectors, so it needs more space than its result. The
+// text is one step.
 template <class To, class From>
 void ExpectStepWithRoom(std::basic_string<From> const& text, int room, int written) {
     ASSERT_EQ(16u, text.size() * sizeof(From));
@@ -86,7 +86,7 @@ void ExpectStepWithRoom(std::basic_string<From> const& text, int room, int writt
     EXPECT_EQ(0, transcode(text.size() - 1, room).read);
 }
 
-TEST(UtfTest, MixedSequencesNeedRoomForWholeVectors) {
+TEST(UtfTest, MixedSequencesNeedSpaceForWholeVectors) {
     if (Simd::BestLevel() < Simd::Level::ssse3)
         GTEST_SKIP() << "the processor has no SSSE3";
     Utf8 utf8{'a'};
