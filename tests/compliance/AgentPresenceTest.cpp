@@ -30,7 +30,7 @@ using UnixPlatform::IsRunning;
 
 string const agentDirectory = fs::path(agentProgram).parent_path().string();
 
-// Returns what the function returns to a user without any rights.
+// Returns the result of the function for a user without privileges.
 bool IsTrueForOtherUser(std::function<bool()> const& function) {
     OtherProcess other([&](Handshake& line) {
         Sandbox::DropPrivileges();
@@ -43,7 +43,7 @@ int IsInstalledForOtherUser() {
     return IsTrueForOtherUser([] { return IsInstalled() == 0; }) ? 0 : -1;
 }
 
-// Installed: 0 means yes
+// Installed: 0 means yes.
 
 SANDBOX_TEST(AgentPresenceTest, AnyEntryButADanglingLinkCountsAsInstalled) {
     EXPECT_EQ(-1, IsInstalled());
@@ -72,9 +72,9 @@ SANDBOX_TEST(AgentPresenceTest, UnreachableAgentIsNotInstalled) {
     EXPECT_EQ(-1, IsInstalled());
 }
 
-// Running, with real processes
+// Running, with real processes.
 
-// The last search is the one among many processes.
+// The last search runs among many processes.
 SANDBOX_TEST(AgentPresenceTest, RunsFromItsStartToItsEnd) {
     Sandbox::InstallAgent();
     for (int i = 0; i < 200; ++i)
@@ -106,14 +106,14 @@ bool IsRunningWith(string const& program) {
     return IsRunning();
 }
 
-SANDBOX_TEST(AgentPresenceTest, OnlyTheWholeNameCounts) {
+SANDBOX_TEST(AgentPresenceTest, OnlyTheWholeNameMatches) {
     EXPECT_TRUE(IsRunningWith("/opt/elsewhere/VeskaClient"));
     for (string const name : {"VeskaClient/other", "a/veskaclient", "a/VESKACLIENT",
                               "a/VeskaClient2", "a/VeskaClien", "a/xVeskaClient"})
         EXPECT_FALSE(IsRunningWith("/opt/" + name)) << name;
 }
 
-// Running, with a /proc of files. ProcessNamesTest has the processes and their names.
+// Running, with a simulated /proc. ProcessNamesTest covers processes and their names.
 
 bool IsRunningAs(FakeProcess const& process) {
     MakeFakeProcess("6", process);
@@ -134,13 +134,13 @@ SANDBOX_TEST_WITH(AgentPresenceTest, ProcessesWithoutUsableNameAreSkipped, empty
     EXPECT_TRUE(IsRunningAs({.exe = "VeskaClient"}));
 }
 
-SANDBOX_TEST_WITH(AgentPresenceTest, NothingRunsWithoutProc, noProc) {
+SANDBOX_TEST_WITH(AgentPresenceTest, AgentIsNotRunningWithoutProc, noProc) {
     OtherProgram const agent(Sandbox::InstallIdleAgent());
     EXPECT_FALSE(IsRunning());
-    EXPECT_TRUE(UnixPlatform::IsConfigured()) << "always";
+    EXPECT_TRUE(UnixPlatform::IsConfigured()) << "always configured";
 }
 
-// Resources
+// Resources.
 
 SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
     OtherProgram const running(Sandbox::InstallIdleAgent());
@@ -154,7 +154,7 @@ SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
     EXPECT_EQ(before, CountOpenDescriptors());
 }
 
-SANDBOX_TEST(AgentPresenceTest, NothingRunsWithoutAFreeDescriptor) {
+SANDBOX_TEST(AgentPresenceTest, AgentIsNotRunningWithoutAFreeDescriptor) {
     OtherProgram const running(Sandbox::InstallIdleAgent());
     int const next = ExchangeFiles::NextDescriptor();
     rlimit usual{};
@@ -166,12 +166,12 @@ SANDBOX_TEST(AgentPresenceTest, NothingRunsWithoutAFreeDescriptor) {
     EXPECT_TRUE(IsRunning());
 }
 
-// The paths of real processes fit into the object, so only a long name needs memory.
+// The paths of real processes are stored in the object; only longer names need an allocation.
 TEST(AgentPresenceTest, SearchDoesNotAllocate) {
     Sandbox::Run([] { EXPECT_EQ(0U, AllocationsOf(IsRunning)); });
 }
 
-SANDBOX_TEST_WITH(AgentPresenceTest, ExhaustedMemoryIsThrownWithTheDirectoryClosed, emptyProc) {
+SANDBOX_TEST_WITH(AgentPresenceTest, ExhaustedMemoryThrowsAndClosesTheDirectory, emptyProc) {
     fs::create_directory("/proc/" + string(255, '1'));
     int const next = ExchangeFiles::NextDescriptor();
     {

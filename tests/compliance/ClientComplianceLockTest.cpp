@@ -32,7 +32,7 @@ bool Lock() { return ClientComplianceLock::The().Lock(); }
 
 void Unlock() { ClientComplianceLock::The().Unlock(); }
 
-SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileAgainAndAgain) {
+SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileRepeatedly) {
     EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The());
     umask(022);
     long const open = CountOpenDescriptors();
@@ -59,7 +59,7 @@ SANDBOX_TEST(ClientComplianceLockTest, SecondLockIsRefusedAndTheFirstStaysHeld) 
     EXPECT_FALSE(IsLockedForOthers(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
+SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockHasNoEffect) {
     Unlock();
     EXPECT_FALSE(fs::exists(lockFile));
     EXPECT_TRUE(Lock());
@@ -68,8 +68,8 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockDoesNothing) {
     EXPECT_TRUE(Lock());
 }
 
-// Deliberate: the refusal is for good, though the lock is free again.
-SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereRefusesThisProcessForGood) {
+// Deliberate: the failure is permanent, although the lock becomes free again.
+SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereFailsPermanently) {
     ForeignLock holder(lockFile);
     long const open = CountOpenDescriptors();
     EXPECT_FALSE(Lock());
@@ -95,7 +95,7 @@ SANDBOX_TEST(ClientComplianceLockTest, RefusedProcessExitsNormally) {
     EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotForGood) {
+SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotPermanent) {
     fs::remove(ExchangeFiles::requestDirectory);
     EXPECT_FALSE(Lock());
     EXPECT_FALSE(fs::exists(ExchangeFiles::requestDirectory));
@@ -113,7 +113,7 @@ SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotForGood) {
     EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, MissingRightsAreNotForGood) {
+SANDBOX_TEST(ClientComplianceLockTest, MissingPermissionIsNotPermanent) {
     WriteWholeFile(lockFile, "");
     fs::permissions(lockFile, fs::perms(0444));
     OtherProcess ordinary([](Handshake& line) {

@@ -36,7 +36,7 @@ TEST(ClientComplianceTest, OnlyOpenRequestsHaveTextsAndFlags) {
               FieldsOf(CreateComplianceRequestProgress()));
 }
 
-TEST(ClientComplianceTest, RowTakesItsTextsInOrderAndNullAsEmpty) {
+TEST(ClientComplianceTest, RowStoresItsTextsInOrderAndNullAsEmpty) {
     EXPECT_EQ((RowTexts{"a", "b", "c", "d", "e", "f"}),
               TextsOf(ClientComplianceResponseItem("a", "b", "c", "d", "e", "f")));
     EXPECT_EQ(RowTexts(), TextsOf(ClientComplianceResponseItem(nullptr, nullptr, nullptr, nullptr,
@@ -48,7 +48,7 @@ TEST(ClientComplianceTest, NewResponseIsInErrorStateZero) {
               FieldsOf(ClientComplianceResponse(ClientComplianceClose)));
 }
 
-TEST(ClientComplianceTest, ResetMakesAnyTypeProgressAndKeepsTheStorage) {
+TEST(ClientComplianceTest, ResetSetsTheTypeProgressAndKeepsTheStorage) {
     ClientComplianceResponse response =
         MakeResponse({ClientComplianceClose, 1, 5, 6, std::vector<RowTexts>(9)});
     auto const capacity = response.items.capacity();
@@ -57,7 +57,7 @@ TEST(ClientComplianceTest, ResetMakesAnyTypeProgressAndKeepsTheStorage) {
     EXPECT_EQ(capacity, response.items.capacity());
 }
 
-TEST(ClientComplianceTest, BothFormsOfAddAppendAtTheEnd) {
+TEST(ClientComplianceTest, BothOverloadsOfAddAppendARow) {
     ClientComplianceResponse response(ClientComplianceProgress);
     response.Add(ClientComplianceResponseItem("1", "2", "3", "4", "5", "6"));
     response.Add("a", nullptr, "c", "d", "e", "f");
@@ -66,7 +66,7 @@ TEST(ClientComplianceTest, BothFormsOfAddAppendAtTheEnd) {
               FieldsOf(response));
 }
 
-TEST(ClientComplianceTest, AddOfAnOwnRowSurvivesTheGrowthOfTheArray) {
+TEST(ClientComplianceTest, AddOfItsOwnRowIsSafeWhenTheArrayGrows) {
     ClientComplianceResponse response(ClientComplianceProgress);
     response.Add("a text that is too long to be held inside a string object", "", "", "", "", "");
     for (int round = 0; round < 20; ++round)
@@ -83,7 +83,7 @@ using ExchangeExceptions =
                    ClientComplianceResponseBadDocumentType, ClientComplianceResponseTypeFailure>;
 TYPED_TEST_SUITE(ExchangeExceptionTest, ExchangeExceptions);
 
-// So only a handler for all exceptions, or for the very class, catches it.
+// Only a handler for all exceptions, or for the class itself, catches it.
 TYPED_TEST(ExchangeExceptionTest, IsEmptyAndHasNoBaseClass) {
     EXPECT_TRUE(std::is_empty_v<TypeParam>);
     EXPECT_FALSE((std::is_base_of_v<std::exception, TypeParam>));

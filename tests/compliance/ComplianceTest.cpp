@@ -1,4 +1,4 @@
-// The rules of the five functions. What they call is replaced. tests/system runs them as a whole.
+// Tests the five functions with replaced callees. tests/system tests them as a whole.
 #include "compliance/Compliance.h"
 
 #include <new>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// What the replaced functions return, and what they were called with.
+// The results of the replaced functions, and the arguments of their calls.
 struct World {
     bool lockIsFree = true;
     int installed = 0;
@@ -31,7 +31,7 @@ struct World {
     bool isLocked = false;
     int exchanges = 0;
     RequestFields request;
-    ResponseFields before; // the response as the exchange found it
+    ResponseFields before; // the response before the exchange
 } world;
 
 } // namespace
@@ -76,7 +76,7 @@ class ComplianceTest : public testing::Test {
 protected:
     ComplianceTest() { world = World(); }
 
-    // The state is that of the process.
+    // The state belongs to the process.
     ~ComplianceTest() override {
         iOwnLock = false;
         iHaveResponse = false;
@@ -94,7 +94,7 @@ protected:
         }
     }
 
-    // Expects the result, and of the two variables only the given changes.
+    // Expects the result, and that only the given variables change.
     static void ExpectProgress(int code, int newPercent = 1234, int newError = 5678) {
         int percent = 1234;
         int error = 5678;
@@ -135,8 +135,8 @@ TEST_F(ComplianceTest, OpenSendsItsArgumentsAndForgetsAnEarlierResult) {
     EXPECT_EQ(RequestFields(ClientComplianceOpen, "", "", 0xFFFFFFFFU), world.request);
 }
 
-// Each subset of the reasons to refuse.
-TEST_F(ComplianceTest, FirstReasonToRefuseIsReturnedWithoutALock) {
+// Each subset of the reasons for a failure.
+TEST_F(ComplianceTest, FirstReasonToFailIsReturnedWithoutALock) {
     struct Reason {
         int code;
         void (*apply)();
@@ -178,7 +178,7 @@ TEST_F(ComplianceTest, FirstReasonToRefuseIsReturnedWithoutALock) {
     }
 }
 
-// The first check and the exchange return no positive number. Only a negative one is a refusal.
+// The first check and the exchange return no positive number. Only a negative number is an error.
 TEST_F(ComplianceTest, OnlyANegativeResultReleasesTheLock) {
     world.running = world.configured = false;
     world.pending = true;
@@ -192,14 +192,14 @@ TEST_F(ComplianceTest, OnlyANegativeResultReleasesTheLock) {
     ExpectState(State::open);
 }
 
-TEST_F(ComplianceTest, SecondOpenIsRefusedAndTheFirstStaysOpen) {
+TEST_F(ComplianceTest, SecondOpenFailsAndTheFirstStaysOpen) {
     Open();
     EXPECT_EQ(COMPLIANCE_ERROR_ALREADY_OPEN, COMPLIANCE_Open("u2", "d2", 0));
     EXPECT_EQ(1, world.exchanges);
     ExpectState(State::open);
 }
 
-// The one exception that a caller can meet.
+// The only exception that a caller may receive.
 TEST_F(ComplianceTest, ExhaustedMemoryBeforeTheExchangeLeavesItOpen) {
     world.presenceThrows = true;
     EXPECT_THROW(COMPLIANCE_Open("u", "d", 0), std::bad_alloc);
@@ -292,7 +292,7 @@ TEST_F(ComplianceTest, RowsAreReturnedWithoutACopy) {
     }
 }
 
-TEST_F(ComplianceTest, IndexIsComparedUnsignedWithTheCount) {
+TEST_F(ComplianceTest, IndexIsComparedAsUnsignedWithTheCount) {
     for (std::size_t const count : {0, 2}) {
         OpenAndFinish(std::vector<RowTexts>(count));
         EXPECT_EQ(static_cast<int>(count), COMPLIANCE_ResultCount());
@@ -304,7 +304,7 @@ TEST_F(ComplianceTest, IndexIsComparedUnsignedWithTheCount) {
     ExpectNoRow(COMPLIANCE_ERROR_BAD_INDEX, 0);
 }
 
-TEST_F(ComplianceTest, CloseSendsItsRequestAndClosesWhateverItReturns) {
+TEST_F(ComplianceTest, CloseSendsItsRequestAndClosesEvenIfItFails) {
     for (int const code : {0, -3, -7, -16, -17}) {
         OpenAndFinish({{}, {}});
         world.exchange = code;

@@ -1,5 +1,5 @@
-// Writing, publishing, reading and removing of the two documents. RequestDocumentTest and
-// ResponseDocumentTest have their bytes.
+// Tests writing, publishing, reading and removing of both documents. RequestDocumentTest and
+// ResponseDocumentTest test their contents.
 #include "compliance/ExchangeDocument.h"
 
 #include <cerrno>
@@ -68,7 +68,7 @@ struct stat StatusOf(string const& path) {
     return status;
 }
 
-// The content after a write without a failure.
+// The content after a successful write.
 string Whole(Document const& document) {
     EXPECT_TRUE(document.write());
     string const bytes = ReadWholeFile(document.file);
@@ -130,7 +130,7 @@ TEST(ExchangeDocumentTest, RetriesAFailedMove) {
 }
 
 // Deliberate: after a failure, the unfinished document is published.
-TEST(ExchangeDocumentTest, FailureOfAnyWritePublishesWhatIsWritten) {
+TEST(ExchangeDocumentTest, FailedWritePublishesTheUnfinishedDocument) {
     ForEachDocument([](Document const& document) {
         string const whole = Whole(document);
         std::size_t failures = 0;
@@ -149,7 +149,7 @@ TEST(ExchangeDocumentTest, FailureOfAnyWritePublishesWhatIsWritten) {
     });
 }
 
-TEST(ExchangeDocumentTest, FailedFlushOrCloseIsReportedThoughItIsWhole) {
+TEST(ExchangeDocumentTest, FailedFlushOrCloseIsReportedForACompleteDocument) {
     ForEachDocument([](Document const& document) {
         string const whole = Whole(document);
         for (char const* const call : {"fsync", "close"}) {
@@ -185,7 +185,7 @@ TEST(ExchangeDocumentTest, FullDiskPublishesAnEmptyDocument) {
     });
 }
 
-// The sum of the sleeps between the attempts of one move.
+// The total of the sleeps of one move with all retries.
 constexpr unsigned long long microsecondsOfRetries = 2'032'000;
 
 TEST(ExchangeDocumentTest, MissingDirectoryFailsAfterTheRetriesOfOneMove) {
@@ -217,8 +217,8 @@ TEST(ExchangeDocumentTest, DirectoryWithTheTemporaryNameIsPublished) {
     });
 }
 
-// A directory that is not empty can't be moved over another, and can't be removed.
-TEST(ExchangeDocumentTest, ErrorOfTheRemovalReplacesTheFailureToWrite) {
+// A nonempty directory cannot replace another directory, and cannot be removed.
+TEST(ExchangeDocumentTest, ErrorOfTheRemovalReplacesTheWriteError) {
     ForEachDocument([](Document const& document) {
         fs::create_directories(document.temporary + "/inside");
         fs::create_directories(document.file + "/inside");
@@ -228,7 +228,7 @@ TEST(ExchangeDocumentTest, ErrorOfTheRemovalReplacesTheFailureToWrite) {
     });
 }
 
-TEST(ExchangeDocumentTest, ReleaseRemovesItAndAllowsItsAbsence) {
+TEST(ExchangeDocumentTest, ReleaseRemovesItAndAcceptsItsAbsence) {
     ForEachDocument([](Document const& document) {
         WriteWholeFile(document.file, "x");
         document.release();
@@ -251,7 +251,7 @@ SANDBOX_TEST(ExchangeDocumentTest, IsReadInChunksOfAtMost65568Bytes) {
         }
 }
 
-// Returns whether the request can be read, and expects that the record keeps its value otherwise.
+// Returns whether the request is readable. Expects that the record keeps its value if it is not.
 bool CanReadRequest() {
     ClientComplianceRequest request = CreateComplianceRequestOpen("old", "", 0);
     bool const isRead = ClientComplianceRequestIORead(request);
@@ -259,7 +259,7 @@ bool CanReadRequest() {
     return isRead;
 }
 
-SANDBOX_TEST(ExchangeDocumentTest, FileThatShrinksWhileItIsReadIsNoDocument) {
+SANDBOX_TEST(ExchangeDocumentTest, FileThatShrinksWhileItIsReadIsUnreadable) {
     WriteRequest();
     WriteResponse();
     SystemCalls system;
@@ -269,7 +269,7 @@ SANDBOX_TEST(ExchangeDocumentTest, FileThatShrinksWhileItIsReadIsNoDocument) {
     EXPECT_THROW(ClientComplianceResponseIORead(), DebuggableException);
 }
 
-SANDBOX_TEST(ExchangeDocumentTest, FailureWhileReadingIsNoDocumentAndClosesIt) {
+SANDBOX_TEST(ExchangeDocumentTest, FailedReadMakesItUnreadableAndClosesIt) {
     WriteRequest();
     WriteResponse();
     EXPECT_TRUE(CanReadRequest());

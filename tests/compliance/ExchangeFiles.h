@@ -1,4 +1,4 @@
-// The files of the exchange, and random texts for them.
+// The files of the exchange, and random texts for their documents.
 #pragma once
 
 #include <filesystem>
@@ -31,7 +31,7 @@ inline int NextDescriptor() {
     return next;
 }
 
-// Of every byte value but 0, with those that the documents escape often enough.
+// Uses all byte values but 0, and more often those that the documents escape.
 inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     static char const special[] = "<>&;\"'\r\n\t#x \xC3\xA9\x80\xFF";
     std::string text(random() % (longest + 1), ' ');
@@ -41,7 +41,8 @@ inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     return text;
 }
 
-// Longer than any buffer on the way; mostly plain bytes, since each escape is a write of its own.
+// Longer than every buffer. Mostly bytes that need no escape, because each escape is a separate
+// write.
 inline std::string LongText(std::mt19937& random) {
     std::string text(60000 + random() % 80000, 'x');
     for (int i = 0; i < 50; ++i)

@@ -1,5 +1,5 @@
-// The schedule and the results of one exchange. The documents and the clock are replaced, so that
-// nothing waits. tests/system runs the real exchange.
+// Tests the schedule and the results of one exchange with replaced documents and a simulated clock.
+// tests/system tests the real exchange.
 #include "compliance/ExchangeLoop.h"
 
 #include <algorithm>
@@ -65,12 +65,12 @@ protected:
     ResponseFields const empty = EmptyResponse(ClientComplianceClose);
 };
 
-// What happens at each poll.
+// The state of the documents at each poll.
 struct Course {
     std::array<bool, 4> requestExists{};
     std::array<bool, 4> isReadable{};
 
-    // Of 8 bits.
+    // The low four bits are requestExists, the next four isReadable.
     explicit Course(unsigned int bits) {
         for (std::size_t poll = 0; poll < 4; ++poll) {
             requestExists[poll] = (bits >> poll & 1) != 0;
@@ -86,7 +86,7 @@ struct Course {
         return code;
     }
 
-    // At the first poll that finds a response, or at the last one.
+    // The time of the first poll that finds a response, or of the last poll.
     unsigned int End() const {
         for (std::size_t poll = 0; poll < 4; ++poll)
             if (!requestExists[poll] && isReadable[poll])
@@ -102,7 +102,7 @@ std::size_t CurrentPoll() {
     return static_cast<std::size_t>(found - pollTimes.begin());
 }
 
-// The type is what the writing of the request or the reading of the response throws.
+// The type of the exception of the write or the read function.
 template <typename Exception>
 class ExchangeFailureTest : public ExchangeLoopTest {};
 
@@ -112,8 +112,9 @@ using Failures =
                    ClientComplianceResponseTypeFailure, std::bad_alloc, int>;
 TYPED_TEST_SUITE(ExchangeFailureTest, Failures);
 
-// The fields of the response are those of the agent. Its type is not compared with the request's.
-TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstResponseThatCanBeRead) {
+// The fields of the response are those that the agent wrote. Its type is not compared with that of
+// the request.
+TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstReadableResponse) {
     ResponseFields const answer{
         ClientComplianceProgress, 3, 1, 2, {{"d", "r", "t", "e", "i", "c"}}};
     for (unsigned int bits = 0; bits < 256; ++bits) {
@@ -135,7 +136,7 @@ TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstResponseThatCanBeRead) {
     EXPECT_EQ(FieldsOf(this->request), FieldsOf(world.written));
 }
 
-TYPED_TEST(ExchangeFailureTest, EndsWithoutASleepIfTheRequestCannotBeWritten) {
+TYPED_TEST(ExchangeFailureTest, EndsWithoutASleepIfTheWriteFails) {
     world.write = [] {
         throw TypeParam();
     };

@@ -1,4 +1,4 @@
-// Processes that are mere files, for a sandbox with an empty /proc.
+// Simulates processes as files, for a sandbox with an empty /proc.
 #pragma once
 
 #include <filesystem>
@@ -11,15 +11,15 @@
 inline Sandbox::Options const emptyProc{.proc = Sandbox::Proc::empty};
 inline Sandbox::Options const noProc{.proc = Sandbox::Proc::none};
 
-// What is left out does not exist.
+// The contents of the files. A file without a value does not exist.
 struct FakeProcess {
-    // The target of the link, which need not exist.
+    // The target of the link; it need not exist.
     std::optional<std::string> exe = {};
     std::optional<std::string> stat = {};
     std::optional<std::string> status = {};
 };
 
-// Lays out "/proc/<place>", in the place of what was there under that name.
+// Creates "/proc/<place>", and replaces an existing directory of that name.
 inline void MakeFakeProcess(std::string const& place, FakeProcess const& process) {
     std::string const path = "/proc/" + place + '/';
     std::filesystem::remove_all("/proc/" + place);

@@ -13,7 +13,7 @@ std::string Text(Number value) {
     return FormatToStringPL(value).AsChar();
 }
 
-TEST(FormatToStringPLTest, NegativeNumbersHaveASignAndPositiveOnesNone) {
+TEST(FormatToStringPLTest, OnlyNegativeNumbersHaveASign) {
     EXPECT_EQ("-22", Text(-22));
     EXPECT_EQ("0", Text(0));
     EXPECT_EQ("15", Text(15U));

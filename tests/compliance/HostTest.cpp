@@ -1,5 +1,5 @@
-// Hosts that evaluate twice, or do what libclientcompliance(3) warns of. The library runs as it
-// ships, without replaced system calls.
+// Tests hosts that evaluate twice, or violate a warning of libclientcompliance(3). Uses the library
+// as shipped, without replaced system calls.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -21,7 +21,7 @@ int Open() { return COMPLIANCE_Open("url", "doc", 0); }
 
 bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
 
-// The agent answers nothing, so the call waits when the thread is cancelled.
+// The agent does not answer, so the thread is cancelled during the wait.
 SANDBOX_TEST(HostTest, CancelledThreadAbortsTheProcess) {
     ScriptedAgent const agent(AgentScript().AwaitRequest());
     OtherProcess host([](Handshake& line) {

@@ -34,7 +34,7 @@ protected:
     std::string const path = directory / "lockfile";
 };
 
-TEST_F(InterProcessLockTest, CreatesAnEmptyFileWithTheModeOfTheUmaskThatStays) {
+TEST_F(InterProcessLockTest, CreatesAnEmptyFileWithTheModeOfTheUmaskAndKeepsIt) {
     for (mode_t const mask : {0U, 022U, 077U}) {
         mode_t const old = umask(mask);
         EXPECT_TRUE(InterProcessLock(path.c_str()).Lock());
@@ -62,7 +62,7 @@ TEST_F(InterProcessLockTest, NeverChangesItsFile) {
     EXPECT_EQ("content of somebody else", ReadWholeFile(path));
 }
 
-TEST_F(InterProcessLockTest, ThrowsIfTheFileCannotBeOpenedAndLeavesNoDescriptor) {
+TEST_F(InterProcessLockTest, ThrowsIfTheFileCannotBeOpenedAndLeaksNoDescriptor) {
     fs::create_symlink(path, path);
     int const next = NextDescriptor();
     for (std::string const& name : {std::string(), path, directory.path(), path + "/missing"}) {
@@ -71,7 +71,7 @@ TEST_F(InterProcessLockTest, ThrowsIfTheFileCannotBeOpenedAndLeavesNoDescriptor)
     }
 }
 
-TEST_F(InterProcessLockTest, ThrowsIfTheFileMayNotBeWritten) {
+TEST_F(InterProcessLockTest, ThrowsIfTheFileIsNotWritable) {
     Sandbox::Run([] {
         WriteWholeFile("/opt/lockfile", "");
         fs::permissions("/opt/lockfile", fs::perms(0444));
@@ -89,12 +89,12 @@ TEST_F(InterProcessLockTest, DescriptorIsReadWriteAndCloseOnExec) {
         EXPECT_EQ(FD_CLOEXEC, fcntl(fd, F_GETFD));
         EXPECT_EQ(O_RDWR, fcntl(fd, F_GETFL) & O_ACCMODE);
         EXPECT_EQ(std::set<int>{fd}, DescriptorsOn(path));
-        EXPECT_FALSE(IsLockedForOthers(path)) << "free at first";
+        EXPECT_FALSE(IsLockedForOthers(path)) << "not locked before Lock";
     }
     EXPECT_EQ(fd, NextDescriptor());
     OtherProcess withoutInput([&] {
         close(0);
-        EXPECT_TRUE(InterProcessLock(path.c_str()).Lock()) << "by the file descriptor 0";
+        EXPECT_TRUE(InterProcessLock(path.c_str()).Lock()) << "with file descriptor 0";
     });
     EXPECT_EQ(ExitStatus::Exited(0), withoutInput.Wait());
 }
@@ -124,7 +124,7 @@ TEST_F(InterProcessLockTest, LocksTheWholeFileForWritingWhateverItsContent) {
     }
 }
 
-TEST_F(InterProcessLockTest, LockHeldElsewhereIsRefusedAtOnceAndKept) {
+TEST_F(InterProcessLockTest, LockHeldElsewhereFailsAtOnceAndIsKept) {
     ForeignLock holder(path);
     InterProcessLock lock(path.c_str());
     EXPECT_FALSE(lock.Lock());
@@ -169,8 +169,8 @@ TEST_F(InterProcessLockTest, LockOfAKilledProcessIsFree) {
     EXPECT_TRUE(InterProcessLock(path.c_str()).Lock());
 }
 
-// Record locks belong to the process, so two objects share one. An Unlock of the first object that
-// calls the system frees the lock of the second.
+// Record locks belong to the process, so two objects share one. If Unlock of the first object calls
+// the system, it releases the lock of the second.
 class TwoLocksTest : public InterProcessLockTest {
 protected:
     // Returns whether an Unlock of the first object leaves the second one locked.
@@ -185,9 +185,9 @@ protected:
     InterProcessLock second{path.c_str()};
 };
 
-TEST_F(TwoLocksTest, UnlockWithoutLockDoesNothing) { EXPECT_TRUE(UnlockDoesNothing()); }
+TEST_F(TwoLocksTest, UnlockWithoutLockHasNoEffect) { EXPECT_TRUE(UnlockDoesNothing()); }
 
-TEST_F(TwoLocksTest, UnlockAfterARefusedLockDoesNothing) {
+TEST_F(TwoLocksTest, UnlockAfterAFailedLockHasNoEffect) {
     EXPECT_TRUE(first.Lock());
     first.Unlock();
     {
@@ -197,8 +197,8 @@ TEST_F(TwoLocksTest, UnlockAfterARefusedLockDoesNothing) {
     EXPECT_TRUE(UnlockDoesNothing());
 }
 
-// Deliberate: the success of the last call counts, be it Lock or Unlock.
-TEST_F(TwoLocksTest, UnlockIsRepeatedAfterASuccessfulOneOnly) {
+// Deliberate: only the result of the last call of Lock or Unlock matters.
+TEST_F(TwoLocksTest, UnlockIsRepeatedOnlyAfterASuccessfulCall) {
     EXPECT_TRUE(first.Lock());
     first.Unlock();
     EXPECT_FALSE(UnlockDoesNothing());

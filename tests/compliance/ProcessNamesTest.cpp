@@ -33,8 +33,8 @@ Facts const nothing{nullopt, -1, -1, -1};
 
 constexpr unsigned int usualCapacity = 1024;
 
-// Calls `store` with a buffer of that capacity. Returns the text that it stores, and expects that
-// it writes nothing else.
+// Calls `store` with a buffer of that capacity. Returns the stored text, and expects that no other
+// bytes are written.
 template <typename Store>
 Name TextFrom(unsigned int capacity, Store store) {
     constexpr char untouched = '\x55';
@@ -75,7 +75,7 @@ Facts AskFake(string const& status) {
 
 unsigned int Id(pid_t process) { return static_cast<unsigned int>(process); }
 
-// Real processes
+// Real processes.
 
 TEST(ProcessNamesTest, ReadsThisProcess) {
     string const program = fs::read_symlink("/proc/self/exe").string();
@@ -91,7 +91,7 @@ TEST(ProcessNamesTest, ReadsThisProcess) {
     EXPECT_EQ(ExitStatus::Exited(0), withoutInput.Wait());
 }
 
-// Deliberate: the system appends a mark to the link, and the mark belongs to the name.
+// Deliberate: the system appends " (deleted)" to the link, and the name includes it.
 SANDBOX_TEST(ProcessNamesTest, RemovedProgramHasAnotherName) {
     OtherProgram const agent(Sandbox::InstallIdleAgent());
     EXPECT_EQ((Facts{"VeskaClient", getpid(), 0, 0}), Ask(Id(agent.pid())));
@@ -107,7 +107,7 @@ SANDBOX_TEST(ProcessNamesTest, MissingProcessHasNoNameAndNoNumbers) {
     }
 }
 
-// The name that another user reads for a process with the given command name.
+// The name of a process with the given command name, as another user reads it.
 Name NameForOtherUser(char const* commandName) {
     OtherProcess target([&](Handshake& line) {
         prctl(PR_SET_NAME, commandName);
@@ -118,7 +118,8 @@ Name NameForOtherUser(char const* commandName) {
         line.Await();
     });
     target.Await();
-    EXPECT_EQ(NameOf(Id(getpid())), NameOf(Id(target.pid()))) << "not the name of the program";
+    EXPECT_EQ(NameOf(Id(getpid())), NameOf(Id(target.pid())))
+        << "the command name instead of the program name";
     target.Tell();
     target.Await();
     OtherProcess prober([&](Handshake& line) {
@@ -133,7 +134,7 @@ Name NameForOtherUser(char const* commandName) {
     return told == "-" ? nullopt : Name(told.substr(1));
 }
 
-SANDBOX_TEST(ProcessNamesTest, UnreadableLinkLeavesTheCommandName) {
+SANDBOX_TEST(ProcessNamesTest, UnreadableLinkReturnsTheCommandName) {
     EXPECT_EQ("VeskaClient", NameForOtherUser("VeskaClient"));
     EXPECT_EQ("a b/c", NameForOtherUser("a b/c"));
     EXPECT_EQ("VeskaClient", NameForOtherUser("VeskaClient)xy"));
@@ -155,15 +156,15 @@ SANDBOX_TEST(ProcessNamesTest, ZombieHasItsCommandNameOnly) {
     EXPECT_EQ(nullopt, PathOf(Id(child)));
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, NothingIsKnownWithoutProc, noProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, NoNamesAreKnownWithoutProc, noProc) {
     EXPECT_EQ(nothing, Ask(Id(getpid())));
     EXPECT_FALSE(ProcessIdToPathWorks());
     EXPECT_FALSE(AnyProcess([](unsigned int) { return true; }));
 }
 
-// The link
+// The link.
 
-// Deliberate: a slash that is the only one and in front stays, so the name is never the agent's.
+// Deliberate: a single slash at the start is kept, so the name never equals that of the agent.
 SANDBOX_TEST_WITH(ProcessNamesTest, NameIsTheLastComponentOfTheLink, emptyProc) {
     struct Case {
         char const* link;
@@ -179,10 +180,10 @@ SANDBOX_TEST_WITH(ProcessNamesTest, NameIsTheLastComponentOfTheLink, emptyProc) 
         EXPECT_EQ(name, NameOfFake({.exe = link, .stat = "77 (other) S"})) << link;
     EXPECT_EQ("stat", NameOfFake({.stat = "77 (stat) S"}));
     fs::create_directory("/proc/77/exe");
-    EXPECT_EQ("stat", NameOf(77)) << "what is no link can't be read as one";
+    EXPECT_EQ("stat", NameOf(77)) << "an entry that is not a link is not read as one";
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, TextHasToFitWithItsNul, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, TextMustFitWithItsNul, emptyProc) {
     string const name(usualCapacity - 1, 'n');
     EXPECT_EQ(name, NameOfFake({.exe = "/a/" + name}));
     EXPECT_EQ(nullopt, NameOfFake({.exe = "/a/" + name + 'n'}));
@@ -205,7 +206,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, LongestLinkOfTheSystemIsRead, emptyProc) {
     EXPECT_EQ(nullopt, NameOfFake({.exe = noSlash}, 4095));
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, EveryProcessIdOf32BitsIsTaken, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, AcceptsEvery32BitProcessId, emptyProc) {
     MakeFakeProcess("0", {.exe = "/a/zero"});
     MakeFakeProcess("4294967295", {.exe = "/a/last"});
     EXPECT_EQ("zero", NameOf(0));
@@ -213,7 +214,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, EveryProcessIdOf32BitsIsTaken, emptyProc) {
     EXPECT_EQ("/a/last", PathOf(4294967295));
 }
 
-// stat
+// The stat file.
 
 SANDBOX_TEST_WITH(ProcessNamesTest, StatHasTheNameInItsFirstParentheses, emptyProc) {
     string const longest(511 - 5, 'n');
@@ -242,7 +243,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, StatHasTheNameInItsFirstParentheses, emptyPr
         EXPECT_EQ(name, NameOfFake({.stat = stat})) << stat;
 }
 
-// status
+// The status file.
 
 SANDBOX_TEST_WITH(ProcessNamesTest, FilesAreReadIndependentlyOfEachOther, emptyProc) {
     MakeFakeProcess("77", {.exe = "/a/b"});
@@ -256,7 +257,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, FilesAreReadIndependentlyOfEachOther, emptyP
 }
 
 // The parent is sign-extended, the users are zero-extended.
-SANDBOX_TEST_WITH(ProcessNamesTest, StatusHasTheNumbersBehindItsLabels, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, StatusNumbersFollowTheirLabels, emptyProc) {
     struct Case {
         char const* status;
         long long parent = -1;
@@ -271,14 +272,14 @@ SANDBOX_TEST_WITH(ProcessNamesTest, StatusHasTheNumbersBehindItsLabels, emptyPro
         {"\nUid:\tx\t7\nPPid:\t5\n", 5},
         {"\nPPid:\tx\nUid:\t6\t7\n", -1, 6, 7},
         {""},
-        // A label is at the start of a line, but not of the first one.
+        // A label is at the start of a line, except the first one.
         {"PPid:\t5\n"},
         {"Uid:\t6\t7\n"},
         {"\n PPid:\t5\n"},
         {"\nTracerPid:\t4\nPPid:\t5\n", 5},
         {"\nPPid:\t4\nPPid:\t5\n", 4},
         {"\nPPid:\tx\nPPid:\t5\n"},
-        // The number ends at the first byte that is no digit.
+        // The number ends at the first byte that is not a digit.
         {"\nPPid:\t5x", 5},
         {"\nPPid:\t+5", 5},
         {"\nPPid:\t+ 5"},
@@ -303,7 +304,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, AnyWhitespaceIsSkippedBeforeTheNumbers, empt
             << space;
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, OnlyTheFirst511BytesOfStatusCount, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, OnlyTheFirst511BytesOfStatusAreRead, emptyProc) {
     string const line = "\nPPid:\t1234";
     for (size_t padding = 499; padding < 513; ++padding) {
         size_t const digits = std::min<size_t>(511 - std::min<size_t>(padding + 7, 511), 4);
@@ -313,9 +314,9 @@ SANDBOX_TEST_WITH(ProcessNamesTest, OnlyTheFirst511BytesOfStatusCount, emptyProc
     }
 }
 
-// Whether paths work is found out once in a process
+// The availability of paths is determined once for each process.
 
-TEST(ProcessNamesTest, WhetherPathsWorkIsFoundOutOnce) {
+TEST(ProcessNamesTest, AvailabilityOfPathsIsDeterminedOnce) {
     string const self = "2"; // the body of a sandbox
     Sandbox::Run([] { EXPECT_TRUE(ProcessIdToPathWorks()); });
     Sandbox::Run(emptyProc, [&] {
@@ -334,7 +335,7 @@ TEST(ProcessNamesTest, WhetherPathsWorkIsFoundOutOnce) {
         });
 }
 
-// All processes
+// All processes.
 
 using Ids = std::vector<unsigned int>;
 
@@ -348,7 +349,8 @@ Ids AllProcesses() {
     return ids;
 }
 
-// Deliberate: the number in front is the process, cut to 32 bits; the rest of the name is not used.
+// Deliberate: the leading number is the process, truncated to 32 bits; the rest of the name is
+// ignored.
 SANDBOX_TEST_WITH(ProcessNamesTest, VisitsEachDirectoryThatBeginsWithANumber, emptyProc) {
     for (string const name :
          {"7", "12", "31x", " 32", "4294967329", "8589934626 and more", "-4294967261", "4294967296",
@@ -361,7 +363,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, VisitsEachDirectoryThatBeginsWithANumber, em
     EXPECT_EQ((Ids{0, 7, 12, 31, 32, 33, 34, 35, 36, 4294967295}), AllProcesses());
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, StopsAtTheFirstProcessThatMatches, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, StopsAtTheFirstMatchingProcess, emptyProc) {
     for (string const name : {"7", "8", "9"})
         fs::create_directory("/proc/" + name);
     int calls = 0;

@@ -1,4 +1,4 @@
-// The records of the exchange as tuples, which gtest compares and prints.
+// The records of the exchange as tuples, which GoogleTest compares and prints.
 #pragma once
 
 #include <array>

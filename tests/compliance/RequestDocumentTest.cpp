@@ -1,4 +1,4 @@
-// The bytes of a request, and what the reader accepts. ExchangeDocumentTest has the rest.
+// Tests the contents of a request, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/RequestDocument.h"
 
 #include <string>
@@ -22,7 +22,7 @@ string WrittenBytes(ClientComplianceRequest const& request) {
     return ReadWholeFile(requestFile);
 }
 
-// A document with these children of the root, and nothing else.
+// A document with a root that has only these children.
 string Request(string const& children) { return Element("VeskaClientComplianceRequest", children); }
 
 SANDBOX_TEST(RequestDocumentTest, RequestIsWrittenInLinesWithoutALastLineEnd) {
@@ -131,14 +131,14 @@ SANDBOX_TEST(RequestDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
     }
 }
 
-// Expects that it can't be read, and that the record keeps its value.
+// Expects that the document is unreadable, and that the record keeps its value.
 void ExpectUnreadable(string const& what) {
     ClientComplianceRequest request = CreateComplianceRequestOpen("old", "old", 77);
     EXPECT_FALSE(ClientComplianceRequestIORead(request)) << what;
     EXPECT_EQ(RequestFields(ClientComplianceOpen, "old", "old", 77), FieldsOf(request)) << what;
 }
 
-SANDBOX_TEST(RequestDocumentTest, MalformedDocumentIsUnreadableAndStays) {
+SANDBOX_TEST(RequestDocumentTest, MalformedDocumentIsUnreadableAndIsKept) {
     for (string const document :
          {"", "no element at all", "<VeskaClientComplianceRequest><RequestType>Open",
           "<VeskaClientComplianceRequest>",
@@ -150,7 +150,7 @@ SANDBOX_TEST(RequestDocumentTest, MalformedDocumentIsUnreadableAndStays) {
     }
 }
 
-SANDBOX_TEST(RequestDocumentTest, AnyEntryOfTheNameExists) {
+SANDBOX_TEST(RequestDocumentTest, AnyEntryOfThatNameCountsAsExisting) {
     EXPECT_FALSE(ClientComplianceRequestExists());
     ExpectUnreadable("nothing");
     for (string const kind : {"file", "directory", "dangling link", "FIFO", "socket"}) {

@@ -1,4 +1,4 @@
-// The bytes of a response, and what the reader accepts. ExchangeDocumentTest has the rest.
+// Tests the contents of a response, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/ResponseDocument.h"
 
 #include <string>
@@ -24,7 +24,7 @@ string WrittenBytes(ClientComplianceResponse const& response) {
     return ReadWholeFile(responseFile);
 }
 
-// A document with these children of the root, and nothing else.
+// A document with a root that has only these children.
 string BareResponse(string const& children) {
     return Element("VeskaClientComplianceResponse", children);
 }
@@ -141,7 +141,7 @@ SANDBOX_TEST(ResponseDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
         EXPECT_EQ(one.expected, FieldsOf(ReadFrom(one.document))) << one.what;
 }
 
-SANDBOX_TEST(ResponseDocumentTest, NumbersAreReadAsFarAsTheyGo) {
+SANDBOX_TEST(ResponseDocumentTest, NumbersEndAtTheFirstOtherByte) {
     for (auto const& [text, value] : std::vector<std::pair<string, int>>{
              {"3abc", 3}, {"abc", 0}, {"", 0}, {" \t-7", -7}, {"+4", 4}, {"0x10", 0}})
         EXPECT_EQ(value, ReadFrom(BareOpenResponse(Element("ResponseProgressState", text))).state)
@@ -170,7 +170,7 @@ SANDBOX_TEST(ResponseDocumentTest, EachFailureHasItsOwnClassAndClosesTheFile) {
 }
 
 // The error of a directory depends on its file system.
-SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNoFileCannotBeRead) {
+SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNotAFileCannotBeRead) {
     MakeEntry(responseFile, "dangling link");
     EXPECT_THROW(ClientComplianceResponseIORead(), FileNotFoundError);
     std::filesystem::remove(responseFile);
@@ -178,7 +178,7 @@ SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNoFileCannotBeRead) {
     EXPECT_THROW(ClientComplianceResponseIORead(), DebuggableException);
 }
 
-SANDBOX_TEST(ResponseDocumentTest, NoPrefixOfAResponseCanBeRead) {
+SANDBOX_TEST(ResponseDocumentTest, NoProperPrefixOfAResponseCanBeRead) {
     string const whole = WrittenBytes(oneRow);
     for (std::size_t length = 0; length < whole.size(); ++length)
         EXPECT_THROW(ReadFrom(whole.substr(0, length)), ClientComplianceResponseReadFailure)

@@ -1,7 +1,7 @@
-// An evaluation in a thread whose stack is too small for it. The process must end in the guard page
-// of that stack: no byte of the memory below the page may change.
+// Runs an evaluation in a thread whose stack is too small for it. The process must terminate at the
+// guard page of that stack: no byte below the guard page may change.
 //
-// A program of its own: it links the libraries as they ship, without replaced system calls.
+// A separate program: it links the libraries as shipped, without replaced system calls.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -30,7 +30,7 @@ void Check(int error) {
         throw std::system_error(error, std::generic_category(), "a stack above a canary");
 }
 
-// From the lowest address on: a canary, a guard page, the stack of a thread. Forked processes share
+// In the order of addresses: a canary, a guard page, the stack of a thread. Forked processes share
 // them.
 class StackAboveCanary {
 public:
@@ -47,7 +47,7 @@ public:
     StackAboveCanary(StackAboveCanary const&) = delete;
     StackAboveCanary& operator=(StackAboveCanary const&) = delete;
 
-    // Runs a function in a thread on this stack and waits for its end.
+    // Runs a function in a thread on this stack, and joins the thread.
     void Run(void* (*function)(void*), void* argument) const {
         pthread_attr_t attributes;
         Check(pthread_attr_init(&attributes));
@@ -91,7 +91,7 @@ void* Evaluate(void* argument) {
     return nullptr;
 }
 
-// Evaluates in a thread of a process of its own. Returns how that process ended.
+// Evaluates in a thread of a separate process. Returns the exit status of that process.
 ExitStatus EvaluateOn(StackAboveCanary const& stack) {
     ScriptedAgent const agent(WholeEvaluation({OneRowAnswer()}));
     OtherProcess host([&] {
@@ -110,14 +110,14 @@ class HardenedBuildTest : public testing::Test {
 protected:
     void SetUp() override {
 #ifndef CC_HARDENED
-        GTEST_SKIP() << "This build is not hardened: it does not probe its stack frames.";
+        GTEST_SKIP() << "this build is not hardened: its functions do not probe their stack frames";
 #endif
     }
 };
 
 class SmallStackTest : public HardenedBuildTest, public testing::WithParamInterface<std::size_t> {};
 
-TEST_P(SmallStackTest, SucceedsOrEndsInTheGuardPage) {
+TEST_P(SmallStackTest, SucceedsOrTerminatesAtTheGuardPage) {
     Sandbox::RunWithDirectories([] {
         StackAboveCanary const stack(GetParam() * KiB);
         ExitStatus const end = EvaluateOn(stack);
