@@ -49,7 +49,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileRepeatedly) {
     EXPECT_EQ(0u, fs::file_size(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, SecondLockIsRefusedAndTheFirstStaysHeld) {
+SANDBOX_TEST(ClientComplianceLockTest, SecondLockFailsAndTheFirstStaysHeld) {
     EXPECT_TRUE(Lock());
     long const open = CountOpenDescriptors();
     EXPECT_FALSE(Lock());
@@ -85,7 +85,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereFailsPermanently) {
     EXPECT_FALSE(fs::exists(lockFile)) << "a later call opens no file";
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, RefusedProcessExitsNormally) {
+SANDBOX_TEST(ClientComplianceLockTest, ProcessWithoutTheLockExitsNormally) {
     ForeignLock const holder(lockFile);
     OtherProcess refused([] {
         EXPECT_FALSE(Lock());

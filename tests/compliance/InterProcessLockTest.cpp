@@ -99,7 +99,7 @@ TEST_F(InterProcessLockTest, DescriptorIsReadWriteAndCloseOnExec) {
     EXPECT_EQ(ExitStatus::Exited(0), withoutInput.Wait());
 }
 
-TEST_F(InterProcessLockTest, LocksTheWholeFileForWritingWhateverItsContent) {
+TEST_F(InterProcessLockTest, LocksTheWholeFileForWritingIndependentOfItsContent) {
     for (std::string const content : {"", "content of somebody else"}) {
         WriteWholeFile(path, content);
         InterProcessLock lock(path.c_str());

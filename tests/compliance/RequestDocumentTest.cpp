@@ -94,7 +94,7 @@ SANDBOX_TEST(RequestDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
     Case const cases[] = {
         {"no children", Request(""), progress},
         {"lower-case type", Request("<RequestType>open</RequestType>"), progress},
-        {"unknown type behind a known one",
+        {"unknown type after a known one",
          Request("<RequestType>Close</RequestType><RequestType>x</RequestType>"), close},
         {"any order, unknown children, the last of repeated ones",
          Request("<RequestFlags>1</RequestFlags><RequestDOC>d</RequestDOC><Other>o</Other>"
@@ -113,7 +113,7 @@ SANDBOX_TEST(RequestDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
         {"flags that are no number",
          Request(open + Element("RequestFlags", "x")),
          {ClientComplianceOpen, "", "", 0}},
-        {"flags with something behind",
+        {"flags followed by other text",
          Request(open + Element("RequestFlags", " 12x")),
          {ClientComplianceOpen, "", "", 12}},
         {"negative flags",

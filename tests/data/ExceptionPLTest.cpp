@@ -116,9 +116,9 @@ TEST(ExceptionPLTest, LengthIsTruncatedTo32Bits) {
 TEST(ExceptionPLTest, ConstructDoesNotFreeTheFormerText) {
     TextError error("before");
     std::unique_ptr<char const[]> const before(error.what());
-    error.Construct("behind");
+    error.Construct("after");
     EXPECT_STREQ("before", before.get());
-    EXPECT_STREQ("behind", error.what());
+    EXPECT_STREQ("after", error.what());
 }
 
 TEST(ExceptionPLTest, SelfAssignmentKeepsTheText) {

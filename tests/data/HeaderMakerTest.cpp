@@ -60,7 +60,7 @@ std::vector<HeaderCase> HeaderCases() {
         {"name of 47 bytes", longest + ": v", {{0, std::string(47, 'n'), "v", 50}}},
         {"name of 48 bytes", longest + "N: v\n continued\n", {}},
         {"name of 141 bytes", longest + longest + longest + ": v", {}},
-        {"field behind a name of 48 bytes", longest + "N: v\nb:1\n 2", {{52, "b", "1 2", 58}}},
+        {"field after a name of 48 bytes", longest + "N: v\nb:1\n 2", {{52, "b", "1 2", 58}}},
         {"field before a name of 48 bytes", "a:1\n" + longest + "N:2\n 3\n", {{0, "a", "1", 3}}},
     };
 }

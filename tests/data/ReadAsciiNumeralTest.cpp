@@ -53,10 +53,10 @@ TEST(ReadAsciiNumeralTest, AgreesWithFromCharsAroundLimits) {
             for (unsigned const base : {10u, 16u})
                 for (char const* before :
                      {"", "0", "00000000", "0000000000000", "+", "-", "-0", " "})
-                    for (char const* behind :
+                    for (char const* after :
                          {"", "0", "1", "5", "6", "9", "f", "x", "00", "5x", " "})
                         ExpectReadersAgree(before + NumeralProperties::Text(value, base, 1) +
-                                           behind);
+                                           after);
 }
 
 TEST(ReadAsciiNumeralTest, AgreesWithFromCharsForRandomText) {

@@ -16,7 +16,7 @@ public:
 };
 
 // CRC-32/BZIP2, bit by bit.
-std::uint32_t PlainChecksum(std::string const& bytes) {
+std::uint32_t ReferenceChecksum(std::string const& bytes) {
     std::uint32_t value = ~0u;
     for (unsigned char const byte : bytes) {
         value ^= std::uint32_t{byte} << 24;
@@ -167,7 +167,7 @@ TEST_F(FileItemTest, ChecksumIsComputedFromTheCurrentContent) {
     EXPECT_EQ(item.Checksum(), 0xFC89'1918u) << "the check value of CRC-32/BZIP2";
     for (std::string const& bytes : {std::string(), EveryByte(), std::string(10'000, '\0')}) {
         WriteWholeFile(name, bytes);
-        EXPECT_EQ(item.Checksum(), PlainChecksum(bytes));
+        EXPECT_EQ(item.Checksum(), ReferenceChecksum(bytes));
     }
     fs::remove(name);
     EXPECT_EQ("FileNotFoundError ENOENT" + on, Thrown([&] { item.Checksum(); }));

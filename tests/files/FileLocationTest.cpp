@@ -43,7 +43,7 @@ std::string Trimmed(std::string path) {
     return path;
 }
 
-std::string ParentByTheRule(std::string const& path) {
+std::string ReferenceParent(std::string const& path) {
     std::size_t const slash = path.rfind('/');
     if (slash == std::string::npos)
         return "InvalidFileLocation" + On(path);
@@ -52,14 +52,14 @@ std::string ParentByTheRule(std::string const& path) {
     return slash == 0 ? "/" : Trimmed(path.substr(0, slash));
 }
 
-std::string NameByTheRule(std::string const& path) {
+std::string ReferenceName(std::string const& path) {
     std::string const name = path.substr(path.rfind('/') + 1);
     if (name.empty())
         return "IllegalFileNameLength";
     return name == "." || name == ".." ? "IllegalFileNameReserved" : name;
 }
 
-std::string JoinedByTheRule(std::string const& parent, std::string name) {
+std::string ReferenceJoin(std::string const& parent, std::string name) {
     if (name.empty())
         return parent;
     std::string const separator = name[0] == '/' ? "" : "/";
@@ -124,13 +124,13 @@ TEST(FileLocationTest, ParentNameAndRootAgreeWithReference) {
         Location const location = Full(text);
         ASSERT_EQ(path, location.Text()) << "only trailing slashes are normalized";
         ASSERT_EQ(path == "/", location.IsRoot());
-        ASSERT_EQ(ParentByTheRule(path), PathOrError([&] { return location.Parent(); }));
-        ASSERT_EQ(ParentByTheRule(path), PathOrError([&] {
+        ASSERT_EQ(ReferenceParent(path), PathOrError([&] { return location.Parent(); }));
+        ASSERT_EQ(ReferenceParent(path), PathOrError([&] {
                       return MakeFileLocation(UnixPlatform::ParentPath(location.Bytes()));
                   }));
         std::string name;
         std::string const thrown = Thrown([&] { name = location.Name().Text(); });
-        ASSERT_EQ(NameByTheRule(path), thrown == "nothing" ? name : thrown);
+        ASSERT_EQ(ReferenceName(path), thrown == "nothing" ? name : thrown);
     }
     ConstData const path("/a//b");
     EXPECT_EQ(path.begin, UnixPlatform::ParentPath(path).begin)
@@ -145,7 +145,7 @@ TEST(FileLocationTest, JoinAgreesWithReference) {
         if (parent.empty())
             continue;
         for (std::string const& name : texts) {
-            std::string const expected = JoinedByTheRule(Trimmed(parent), name);
+            std::string const expected = ReferenceJoin(Trimmed(parent), name);
             ASSERT_EQ(expected, Text(Joined(Full(parent), name))) << parent << " and " << name;
             ASSERT_EQ(expected, Text(Full(parent).Relative(name.c_str())));
         }

@@ -285,7 +285,7 @@ TEST(FileNameTest, ExtensionIncludesOrExcludesItsDot) {
     EXPECT_FALSE(Name().HasExtension("", false));
 }
 
-TEST(FileNameTest, NameAfterPrefix) {
+TEST(FileNameTest, ReturnsTheNameAfterAPrefix) {
     EXPECT_EQ("name", TextOf(Name("prename").NameAfterPrefix("pre", false)));
     EXPECT_EQ("name", TextOf(Name("PREname").NameAfterPrefix("pre", true)));
     EXPECT_EQ("name", TextOf(Name("name").NameAfterPrefix("", true)));

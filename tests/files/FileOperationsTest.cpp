@@ -125,11 +125,11 @@ TEST_F(FileOperationsTest, NewDirectoryHasPermissionsReducedByTheUmask) {
 
 TEST_F(FileOperationsTest, CreationFailsIfTheEntryExists) {
     ForEach(everyKind, [&](std::string const& kind) {
-        ExpectRefused("FileFoundError", kind, MakeFileAt);
-        ExpectRefused("DirectoryFoundError", kind, MakeDirectoryAt);
-        ExpectRefused("DirectoryFoundError", kind, CreateDirectoryForUserAppAccess);
+        ExpectRejected("FileFoundError", kind, MakeFileAt);
+        ExpectRejected("DirectoryFoundError", kind, MakeDirectoryAt);
+        ExpectRejected("DirectoryFoundError", kind, CreateDirectoryForUserAppAccess);
         if (!fs::is_directory(directory / kind)) {
-            ExpectRefused("FileFoundError", kind, ForceDirectoryAt);
+            ExpectRejected("FileFoundError", kind, ForceDirectoryAt);
             return;
         }
         Tree const before = Everything();
@@ -144,9 +144,9 @@ TEST_F(FileOperationsTest, CreationFailsIfTheEntryExists) {
 TEST_F(FileOperationsTest, FailedCreationReportsTheErrorOfTheSystem) {
     MakeEntry(file, "file");
     for (auto const& create : creations) {
-        ExpectRefused("FileNotFoundError ENOENT", "a/b", create);
-        ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/b", create);
-        ExpectRefused("DirectoryNotFoundError ENAMETOOLONG", std::string(256, 'x'), create);
+        ExpectRejected("FileNotFoundError ENOENT", "a/b", create);
+        ExpectRejected("DirectoryNotFoundError ENOTDIR", "file/b", create);
+        ExpectRejected("DirectoryNotFoundError ENAMETOOLONG", std::string(256, 'x'), create);
     }
     OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
         auto const expect = [&](std::string const& error) {
@@ -220,8 +220,8 @@ TEST_F(FileOperationsTest, EachDeletionRemovesOnlyItsKindsOfEntries) {
             EXPECT_EQ(Everything(), tree) << "the target of a link is kept";
             Clear();
         }
-    ExpectRefused(noDirectory, "missing", DeleteDirectory);
-    ExpectRefused("FileNotFoundError ENOENT", "missing", DeleteFile);
+    ExpectRejected(noDirectory, "missing", DeleteDirectory);
+    ExpectRejected("FileNotFoundError ENOENT", "missing", DeleteFile);
     EXPECT_NO_THROW(ForceNonexistence(Here("missing")));
 }
 
@@ -239,7 +239,7 @@ TEST_F(FileOperationsTest, ForceNonexistenceKeepsADevice) {
 
 TEST_F(FileOperationsTest, FailedDeletionReportsTheErrorOfTheSystem) {
     MakeEntry(file, "file");
-    ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/x", DeleteFile);
+    ExpectRejected("DirectoryNotFoundError ENOTDIR", "file/x", DeleteFile);
     ExpectMapped(
         "unlink", [&] { DeleteFile(At(file)); },
         [&](int error) { ThrowFileError(At(file), error); });

@@ -150,9 +150,9 @@ TEST_F(FileReadingLoopTest, ReadOfZeroBytesIsTheEndOfTheFile) {
 // Deliberate: see the contract.
 TEST_F(FileReadingLoopTest, UnknownOrExcessiveLengthThrowsAfterTheContent) {
     ExpectWholeContentBeforeTheError("/proc/version");
-    if (!fs::exists(fileThatClaimsTooMuch))
-        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
-    ExpectWholeContentBeforeTheError(fileThatClaimsTooMuch);
+    if (!fs::exists(fileWithExcessiveLength))
+        GTEST_SKIP() << "no " << fileWithExcessiveLength;
+    ExpectWholeContentBeforeTheError(fileWithExcessiveLength);
 }
 
 TEST_F(FileReadingLoopTest, FailedReadThrows) {

@@ -83,8 +83,8 @@ protected:
     Tree Everything() const { return DescribeTree(directory.path()); }
 
     // Expects that the operation throws the error for the entry and changes nothing.
-    void ExpectRefused(std::string const& error, std::string const& name,
-                       std::function<void(FileLocation const&)> const& operation) const {
+    void ExpectRejected(std::string const& error, std::string const& name,
+                        std::function<void(FileLocation const&)> const& operation) const {
         Tree const before = Everything();
         EXPECT_EQ(error + On(directory / name), Thrown([&] { operation(Here(name)); }));
         EXPECT_EQ(Everything(), before);

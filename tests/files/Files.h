@@ -30,7 +30,7 @@ inline std::set<int> DescriptorsOn(std::string const& path) {
 }
 
 // A file of the system whose reported length exceeds its content, as for most files of /sys.
-inline constexpr char const* fileThatClaimsTooMuch = "/sys/devices/system/cpu/online";
+inline constexpr char const* fileWithExcessiveLength = "/sys/devices/system/cpu/online";
 
 inline int OpenFlagsOf(int descriptor) { return fcntl(descriptor, F_GETFL); }
 

@@ -113,7 +113,7 @@ TEST_F(ReadFileTest, FailureEndsTheStreamWithoutReceiveEndAndClosesTheFile) {
 }
 
 TEST_F(ReadFileTest, UnknownOrExcessiveLengthThrowsAfterTheContent) {
-    for (std::string const where : {"/proc/version", fileThatClaimsTooMuch}) {
+    for (std::string const where : {"/proc/version", fileWithExcessiveLength}) {
         if (!fs::exists(where))
             GTEST_SKIP() << "no " << where;
         RecordingDataReceiver receiver;

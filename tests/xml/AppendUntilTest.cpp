@@ -9,7 +9,7 @@
 namespace {
 
 // Byte by byte.
-char const* AppendUntilPlainly(std::string& target, char const* from, char const* end) {
+char const* ReferenceAppendUntil(std::string& target, char const* from, char const* end) {
     while (from != end && *from != '<' && *from != '&')
         target += *from++;
     return from;
@@ -30,7 +30,7 @@ unsigned int CountWrongAppends(std::mt19937& random) {
             std::string target(random() % 40, 't');
             std::string expected = target;
             mismatches += AppendUntil<block>(target, from, from + length, '<', '&') !=
-                          AppendUntilPlainly(expected, from, from + length);
+                          ReferenceAppendUntil(expected, from, from + length);
             mismatches += target != expected;
         }
     }

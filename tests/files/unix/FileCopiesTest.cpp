@@ -181,9 +181,9 @@ TEST_F(FileCopiesTest, UnknownOrExcessiveLengthIsCopiedWholeThenFails) {
     EXPECT_EQ(endOfFile, Thrown([&] { CopyFile(At(from), At(to)); }));
     EXPECT_EQ(fs::file_size(to), 65'536u) << "also for a file that shrinks";
     fs::remove(to);
-    if (!fs::exists(fileThatClaimsTooMuch))
-        GTEST_SKIP() << "no " << fileThatClaimsTooMuch;
-    ExpectBoth(endOfFile, fileThatClaimsTooMuch, DescribeEntry(fileThatClaimsTooMuch));
+    if (!fs::exists(fileWithExcessiveLength))
+        GTEST_SKIP() << "no " << fileWithExcessiveLength;
+    ExpectBoth(endOfFile, fileWithExcessiveLength, DescribeEntry(fileWithExcessiveLength));
 }
 
 TEST_F(FileCopiesTest, FailureOfEachCallIsReportedAndBothFilesAreClosed) {

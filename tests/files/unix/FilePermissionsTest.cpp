@@ -41,13 +41,13 @@ TEST_F(FilePermissionsTest, ReadOnlyFollowsALink) {
     MakeEntry(directory / "broken", "dangling link");
     for (std::string const name : {"broken", "missing"}) {
         for (bool const readOnly : {false, true})
-            ExpectRefused("FileNotFoundError ENOENT", name,
-                          [&](FileLocation const& where) { SetFileReadOnly(where, readOnly); });
-        ExpectRefused("FileNotFoundError ENOENT", name,
-                      [](FileLocation const& where) { where.IsReadOnly(); });
+            ExpectRejected("FileNotFoundError ENOENT", name,
+                           [&](FileLocation const& where) { SetFileReadOnly(where, readOnly); });
+        ExpectRejected("FileNotFoundError ENOENT", name,
+                       [](FileLocation const& where) { where.IsReadOnly(); });
     }
-    ExpectRefused("DirectoryNotFoundError ENOTDIR", "file/x",
-                  [](FileLocation const& where) { where.IsReadOnly(); });
+    ExpectRejected("DirectoryNotFoundError ENOTDIR", "file/x",
+                   [](FileLocation const& where) { where.IsReadOnly(); });
 }
 
 TEST_F(FilePermissionsTest, IsReadOnlyReportsWhetherThisProcessMayWrite) {

@@ -16,7 +16,7 @@ using UnixPlatform::MatchWildcard;
 namespace {
 
 // Exponential reference implementation, which tries every possibility.
-bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
+bool ReferenceMatch(char const* name, std::size_t left, char const* pattern) {
     while (left != 0) {
         if (*pattern == '?' || *pattern == *name) {
             ++pattern;
@@ -26,7 +26,7 @@ bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
             if (pattern[1] == '\0')
                 return true;
             for (std::size_t taken = 0; taken < left; ++taken) {
-                if (MatchByTheRule(name + taken, left - taken, pattern + 1))
+                if (ReferenceMatch(name + taken, left - taken, pattern + 1))
                     return true;
             }
             return false;
@@ -39,8 +39,8 @@ bool MatchByTheRule(char const* name, std::size_t left, char const* pattern) {
     return *pattern == '\0';
 }
 
-bool MatchByTheRule(std::string const& name, std::string const& pattern) {
-    return MatchByTheRule(name.data(), name.size(), pattern.c_str());
+bool ReferenceMatch(std::string const& name, std::string const& pattern) {
+    return ReferenceMatch(name.data(), name.size(), pattern.c_str());
 }
 
 void CompareAll(std::vector<std::string> const& names, std::vector<std::string> const& patterns) {
@@ -49,7 +49,7 @@ void CompareAll(std::vector<std::string> const& names, std::vector<std::string> 
     std::string example;
     for (std::string const& name : names) {
         for (std::string const& pattern : patterns) {
-            bool const expected = MatchByTheRule(name, pattern);
+            bool const expected = ReferenceMatch(name, pattern);
             matches += expected;
             if (MatchWildcard(name, pattern.c_str()) != expected) {
                 ++mismatches;
@@ -72,7 +72,7 @@ TEST(WildcardMatchTest, RandomNamesAgreeWithReference) {
     for (int round = 0; round < 20'000; ++round) {
         std::string const name = RandomBytes(random, random() % 24, "aab.*\xE9");
         std::string const pattern = RandomBytes(random, random() % 9, "ab.**?\xE9");
-        ASSERT_EQ(MatchByTheRule(name, pattern), MatchWildcard(name, pattern.c_str()))
+        ASSERT_EQ(ReferenceMatch(name, pattern), MatchWildcard(name, pattern.c_str()))
             << name << " against " << pattern;
     }
 }
