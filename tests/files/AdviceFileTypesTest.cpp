@@ -27,7 +27,7 @@ std::vector<TypeRow> Rows() {
             {Types::Profile(), 11, ""},     {Types::Preferences(), 12, ""}};
 }
 
-// The table is built before this.
+// Evaluated during static initialization, after the initialization of the table.
 TarvikFileType const typeAtStartup = Types::TypeOfExtension(".html");
 
 // Deliberate: three types have the empty extension, and a search for it finds the first one.
