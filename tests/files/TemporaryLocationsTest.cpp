@@ -250,7 +250,7 @@ TEST_F(TemporaryLocationsTest, FailedCreationKeepsTheResult) {
             calls.Fail("mkstemp", ENOSPC);
             EXPECT_FALSE(MakeTemporaryFileLocation(result, nullptr));
         }
-        // This long, the result needs an allocation.
+        // A result of this length needs an allocation.
         std::string const prefix(200, 'x');
         std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
             FileLocation made = At("/before");

@@ -173,8 +173,8 @@ TEST(FileMovesAcrossTest, LinkInATreeEmptiesItsTargetAndEndsTheMove) {
     });
 }
 
-// Independent of the time: nothing is moved, and the move fails as for a missing source, or with
-// InvalidStats. Both outcomes occur.
+// At whichever call the source vanishes, nothing is moved. The move fails as for a missing source,
+// or with InvalidStats; both outcomes occur.
 TEST(FileMovesAcrossTest, VanishingSourceIsMissingOrHasInvalidStats) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         for (std::string const kind : {"file", "directory"}) {
