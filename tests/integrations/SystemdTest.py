@@ -10,6 +10,8 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import zoneinfo
+from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from systemd_sandbox import run_under_systemd, staged  # noqa: E402
@@ -27,6 +29,7 @@ KEEP_RESULTS='2'
 # The functions of each script.
 START = r"""
 requests=/var/opt/VeskaClient/RequestDir
+metrics=/var/cache/compliance-evaluate
 results=/var/lib/compliance-evaluate/nightly
 
 start_agent() {  # $1: scenario
@@ -95,6 +98,43 @@ class UnitFilesTest(unittest.TestCase):
         self.assertLess(float(exposure), 2.0)
 
 
+def clock_changes(zone, year):
+    """The days on which clocks of the zone are set forward, with the offsets of both days."""
+    noons = [datetime(year, 1, 1, 12, tzinfo=timezone.utc) + timedelta(day) for day in range(365)]
+    offsets = [noon.astimezone(zone).utcoffset() for noon in noons]
+    return {(noon.date(), before, after)
+            for noon, before, after in zip(noons[1:], offsets, offsets[1:]) if before < after}
+
+
+class TimerTest(unittest.TestCase):
+    # That of check_compliance and of the Ansible collection, without the random delay.
+    MAX_HOURS = 26 - 0.75
+
+    def elapses(self, expression, zone, day):
+        """The runs in UTC from the day before on."""
+        made = subprocess.run(
+            ["systemd-analyze", "calendar", f"--base-time={day - timedelta(1)} 00:00:00",
+             "--iterations=3", expression], capture_output=True, text=True, check=True, timeout=60,
+            env={**os.environ, "TZ": zone})
+        found = re.findall(r"\(in UTC\): \w+ (\S+ \S+) UTC", made.stdout)
+        self.assertEqual(len(found), 3, made.stdout)
+        return list(map(datetime.fromisoformat, found))
+
+    def test_no_clock_change_of_any_zone_skips_a_night(self):
+        (timer,) = stage.glob("**/compliance-evaluate@.timer")
+        (expression,) = re.findall(r"(?m)^OnCalendar=(.*)$", timer.read_text(encoding="utf-8"))
+        zones = {}
+        for name in sorted(zoneinfo.available_timezones()):
+            for change in clock_changes(zoneinfo.ZoneInfo(name), 2026):
+                zones.setdefault(change, name)
+        self.assertIn("Africa/Cairo", zones.values())
+        for (day, *_), name in zones.items():
+            runs = self.elapses(expression, name, day)
+            with self.subTest(zone=name, day=day):
+                for former, run in zip(runs, runs[1:]):
+                    self.assertLessEqual(run - former, timedelta(hours=self.MAX_HOURS))
+
+
 class ServiceTest(unittest.TestCase):
     def run_service(self, script, scenario=GOOD + "finish\n", config=CONFIG):
         configure = "mkdir -p /etc/clientcompliance\n" + (
@@ -122,7 +162,7 @@ class ServiceTest(unittest.TestCase):
 750 {user}
 755 {user}
 $""")
-        self.assertEqual(journal, "nightly: Base & line.xml: 1 rows, 0 not good\n")
+        self.assertEqual(journal, "nightly: Base & line.xml: 1 row, 0 not good\n")
         document = json.loads(result)
         self.assertEqual((document["outcome"], document["provenance"]["document"]),
                          ("finished", "Base & line.xml"))
@@ -163,11 +203,21 @@ $""")
             for day in 01 03 05; do store 202601${day}T000000Z.json finished; done
             for day in 02 04 06; do store 202601${day}T000000Z.json failed; done
             store notes.json finished; store 20260101T000000Z.json.AbCdEf finished
-            start; cd $results; ls 20260* notes*
-        """)
+            install -d -o compliance-evaluate -g compliance-evaluate $metrics
+            touch $metrics/nightly.prom.AbCdEf $metrics/weekly.prom.AbCdEf
+            start; cd $results; ls 20260* notes*; ls $metrics
+        """, config=CONFIG.replace("'2'", "2 "))
         self.assertEqual(output.split(),
                          ["success", "20260104T000000Z.json", "20260105T000000Z.json", "20260106T000000Z.json",
-                          "notes.json"])
+                          "notes.json", "nightly.prom", "weekly.prom.AbCdEf"])
+
+    def test_results_from_the_future_are_the_first_to_be_removed(self):
+        output = self.run_service("""
+            grant
+            for year in 2025 2026 2098 2099; do store ${year}0101T000000Z.json finished; done
+            start; cd $results; cat 202[67]*Z.json | grep -c provenance; ls 20[259][056789]0101*
+        """)
+        self.assertEqual(output.split(), ["success", "1", "20260101T000000Z.json"])
 
     def test_31_results_are_kept_by_default(self):
         output = self.run_service("""
@@ -201,15 +251,66 @@ $""")
         output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
         self.assertEqual(output, f"failure, status 0\nAssertion failed on job for {SERVICE}.\n")
 
-    def test_stop_closes_the_evaluation_and_prints_the_line(self):
+    def test_stop_closes_the_evaluation_and_is_no_failure(self):
         output = self.run_service("""
             grant
             systemctl start --no-block compliance-evaluate@nightly.service
             until grep -q Progress /opt/says; do sleep 0.1; done
             systemctl stop compliance-evaluate@nightly.service
             grep -c Close /opt/says; cat /run/journal
+            systemctl is-failed compliance-evaluate@nightly.service || true
         """, scenario="progress 50\n" + GOOD + "finish\n")
-        self.assertRegex(output, r"^1\nnightly: Base & line\.xml: exit status 143: .*\n$")
+        self.assertRegex(output, r"^1\nnightly: Base & line\.xml: exit status 143: .*\ninactive\n$")
+
+    def test_limits_of_a_run_are_within_that_of_systemd(self):
+        output = self.run_service("""
+            grant
+            systemctl start --no-block compliance-evaluate@nightly.service
+            until grep -q Progress /opt/says; do sleep 0.1; done
+            tr '\\0' ' ' </proc/$(pgrep -x compliance-quer)/cmdline; echo
+            systemctl show -P TimeoutStartUSec compliance-evaluate@nightly.service
+            systemctl stop compliance-evaluate@nightly.service
+        """, scenario="progress 50\n" + GOOD + "finish\n")
+        command, limit = output.splitlines()
+        self.assertIn(" --wait 10m --timeout 25m ", command)
+        self.assertEqual(limit, "30min")
+
+    def test_file_name_is_the_time_in_UTC_in_any_zone(self):
+        output = self.run_service("""
+            ln -sf /usr/share/zoneinfo/Asia/Tokyo /etc/localtime
+            grant; date -u +%Y%m%dT%H; date +%Z; start; date -u +%Y%m%dT%H; ls $results
+        """)
+        before, zone, _, after, name = output.split()
+        self.assertEqual(zone, "JST")
+        self.assertIn(name[:11], (before, after))
+
+    def test_number_of_rows_is_printed_in_any_locale(self):
+        # In one of the three URLs the first 200 bytes of the result end within a character.
+        output = self.run_service("""
+            grant
+            mkdir /run/systemd/system/compliance-evaluate@.service.d
+            printf '[Service]\\nEnvironment=LC_ALL=C.UTF-8\\n' \\
+                >/run/systemd/system/compliance-evaluate@.service.d/locale.conf
+            systemctl daemon-reload
+            for begin in x xx xxx; do
+                sed -i "s|^URL=.*|URL=$begin$(printf '\u4e2d%.0s' $(seq 100))|" \
+                    /etc/clientcompliance/nightly.conf
+                start; sleep 1
+            done
+            cat /run/journal
+        """)
+        self.assertEqual(output, "success\n" * 3 + "nightly: Base & line.xml: 1 row, 0 not good\n" * 3)
+
+    def test_several_messages_are_one_line_of_the_journal(self):
+        output = self.run_service("""
+            grant
+            systemctl start --no-block compliance-evaluate@nightly.service
+            until grep -q Progress /opt/says; do sleep 0.1; done
+            chown root $metrics
+            start; cat /run/journal
+        """, scenario="progress 50\n" + BAD + "finish\n")
+        self.assertRegex(output, r"^failure, status \d+\nnightly: Base & line\.xml: exit status "
+                                 r"\d+: .*GOOD_RESULTS.*nightly\.prom.*\n$")
 
     def test_timer_starts_within_its_window_and_after_a_missed_run(self):
         output = self.run_service(f"""
@@ -227,7 +328,7 @@ $""")
         """)
         lines = output.splitlines()
         self.assertEqual(lines[:2], ["static", "disabled"])
-        self.assertTrue("0230" <= lines[2] <= "0315", lines)
+        self.assertTrue("0430" <= lines[2] <= "0515", lines)
         self.assertLessEqual(int(lines[3]), 45 * 60)
 
 
