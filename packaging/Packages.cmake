@@ -86,6 +86,8 @@ rpm_package(ansible clientcompliance-ansible "Compliance evaluations on many hos
 # The triggers of systemd, and RPM itself since 4.19, create the user.
 rpm_package(systemd clientcompliance-systemd "Compliance evaluations every night by systemd"
   "clientcompliance-license ${same_version}, clientcompliance-companions ${same_version}, systemd")
+set(CPACK_RPM_SYSTEMD_PRE_UNINSTALL_SCRIPT_FILE
+  ${PROJECT_SOURCE_DIR}/debian/clientcompliance-systemd.prerm)
 rpm_package(documentation clientcompliance-doc "Documentation of compliance evaluations"
   "clientcompliance-license ${same_version}")
 rpm_package(licence clientcompliance-license "The licence of ClientCompliance")

@@ -14,6 +14,7 @@ import zoneinfo
 from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
+from support import SOURCE  # noqa: E402
 from systemd_sandbox import run_under_systemd, staged  # noqa: E402
 
 SERVICE = "compliance-evaluate@nightly.service"
@@ -330,6 +331,55 @@ $""")
         self.assertEqual(lines[:2], ["static", "disabled"])
         self.assertTrue("0430" <= lines[2] <= "0515", lines)
         self.assertLessEqual(int(lines[3]), 45 * 60)
+
+
+class MaintainerScriptsTest(unittest.TestCase):
+    """What the packages run at their removal, on a machine with two instances."""
+
+    def run_scripts(self, script):
+        head = f"""
+            prerm() {{ sh {SOURCE}/debian/clientcompliance-systemd.prerm "$@"; }}
+            postrm() {{ sh {SOURCE}/debian/clientcompliance-systemd.postrm "$@"; }}
+            timers='compliance-evaluate@nightly.timer compliance-evaluate@weekly.timer'
+            state() {{ systemctl is-active $timers | xargs; systemctl is-enabled $timers | xargs; }}
+            systemctl enable --now --quiet $timers
+        """
+        return run_under_systemd(stage, START + head + script).splitlines()
+
+    def test_removal_stops_and_disables_every_timer(self):
+        for action in ("remove", "0"):  # As dpkg and as rpm call it.
+            lines = self.run_scripts(f"state; prerm {action} 2>/dev/null; state || true")
+            self.assertEqual(lines, ["active active", "enabled enabled",
+                                     "inactive inactive", "disabled disabled"])
+
+    def test_upgrade_changes_no_timer(self):
+        lines = self.run_scripts("prerm upgrade 1.0.0; prerm 1; state")
+        self.assertEqual(lines, ["active active", "enabled enabled"])
+
+    def test_removal_ends_a_run(self):
+        lines = self.run_scripts("""
+            printf 'GOOD_RESULTS=Compliant\\n' >/etc/clientcompliance/nightly.conf
+            start_agent 'progress 50'; grant
+            systemctl start --no-block compliance-evaluate@nightly.service
+            until grep -q Progress /opt/says; do sleep 0.1; done
+            prerm remove 2>/dev/null
+            systemctl is-active compliance-evaluate@nightly.service || true
+        """.replace("printf", "mkdir -p /etc/clientcompliance; printf", 1))
+        self.assertEqual(lines, ["inactive"])
+
+    def test_only_purge_removes_results_and_metrics(self):
+        lines = self.run_scripts("""
+            store 20260101T000000Z.json finished
+            mkdir -p $metrics; : >$metrics/nightly.prom
+            prerm remove 2>/dev/null; postrm remove
+            ls $results $metrics/nightly.prom
+            postrm purge
+            ls /var/lib /var/cache /var/lib/systemd/timers
+        """)
+        self.assertEqual(lines, ["/var/cache/compliance-evaluate/nightly.prom", "",
+                                 "/var/lib/compliance-evaluate/nightly:", "20260101T000000Z.json",
+                                 "/var/cache:", "", "/var/lib:", "systemd", "",
+                                 "/var/lib/systemd/timers:"])
 
 
 if __name__ == "__main__":

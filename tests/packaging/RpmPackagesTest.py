@@ -6,7 +6,7 @@ import pathlib
 import tempfile
 import unittest
 
-from support import VERSION, UnpackedPackages, run
+from support import SOURCE, VERSION, UnpackedPackages, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
@@ -43,9 +43,12 @@ class PackagesTest(unittest.TestCase):
         (tool,) = PACKAGES.glob(f"clientcompliance-{VERSION}-*.rpm")
         self.assertEqual(query(tool, "--recommends").split(), ["clientcompliance-companions"])
 
-    def test_have_no_installation_scripts(self):
+    def test_have_only_a_script_that_stops_the_timers_at_removal(self):
+        script = (SOURCE / "debian/clientcompliance-systemd.prerm").read_text(encoding="utf-8")
         for path in PACKAGES.glob("*.rpm"):
-            self.assertEqual(query(path, "--scripts"), "")
+            has_script = path.name.startswith("clientcompliance-systemd-")
+            expected = f"preuninstall scriptlet (using /bin/sh):\n{script}" if has_script else ""
+            self.assertEqual(query(path, "--scripts").strip(), expected.strip(), path.name)
 
 
 class ScratchRootTest(UnpackedPackages, unittest.TestCase):
