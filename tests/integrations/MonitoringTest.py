@@ -69,6 +69,10 @@ class ThresholdsTest(CheckTest):
         self.assertEqual(found["rows"], "4;;;0")
         self.assertRegex(found["age"], r"^12\ds;;;0$")
 
+    def test_age_of_a_result_is_never_negative(self):
+        write(self.result, finished(rows(1, 0), age=-30))
+        self.assertIn("age=0s;", self.expect(OK))
+
     def test_several_lists_of_good_results_are_combined(self):
         write(self.result, finished([row("A"), row("B"), row("C")]))
         self.assertEqual(self.expect(OK, "--strict", "A, B", "-s", "C").split(" | ")[0],
@@ -167,7 +171,14 @@ class DirectoryTest(CheckTest):
     def test_results_of_two_hosts_are_refused(self):
         write(self.scratch / "a.json", finished(rows(0, 1), host="one", age=9))
         write(self.scratch / "b.json", finished(rows(1, 0), host="two"))
-        self.assertIn("several hosts", self.expect(UNKNOWN, path=self.scratch))
+        self.assertIn("several hosts or documents: the host is 'two' in b.json and 'one' in a.json;",
+                      self.expect(UNKNOWN, path=self.scratch))
+
+    def test_old_results_of_a_renamed_host_are_ignored(self):
+        write(self.scratch / "a.json", finished(rows(0, 1), host="former", age=27 * 3600))
+        write(self.scratch / "b.json", finished(rows(1, 0), host="renamed"))
+        self.expect(OK, path=self.scratch)
+        self.assertIn("several hosts", self.expect(UNKNOWN, "--max-age", "28h", path=self.scratch))
 
 
 class OutputTest(CheckTest):

@@ -24,10 +24,11 @@ options:
     default: false
   path:
     description:
-      - A stored result, or a directory of stored results C(*.json) of one host and document.
+      - A stored result, or a directory of stored results C(*.json).
       - In a directory, the result that started last is read. If several started at the same time,
-        the one that ended last is read. A file that cannot be used counts with its modification
-        time.
+        the one that ended last is read, then a failed one, then the last file name. A file that
+        cannot be used counts with its modification time.
+      - The results that are not older than I(max_age) must be of one host and document.
     type: path
   max_age:
     description:

@@ -1,8 +1,13 @@
-"""Results that compliance-query has written: reading, age, and rows with other results.
+"""Results of compliance-query: the command, reading, age, and rows with other results.
 
 check_compliance and the Ansible collection share this file. It needs Python 3.6 and nothing else.
-It accepts the documents, times and lists that compliance-report accepts, and is stricter in these
-cases: provenance is required, a finished result has a response, and no object has a member twice.
+It accepts the documents, times and lists that compliance-report accepts, with these exceptions:
+
+- Provenance is required, a finished result has a response, and a failed one has 'failure'.
+- A member that is read is not an array or an object instead of a text.
+- No object has a member twice.
+- Whitespace may have any length, and the limit of a text does not count escapes.
+
 A text that comes from a row or from a file is untrusted; visible() escapes it.
 """
 
@@ -22,7 +27,14 @@ import unicodedata
 __metaclass__ = type
 
 SCHEMA_VERSION = 1
+DEFAULT_MAX_AGE = "26h"
+# The limits of compliance-report.
 MAX_RESULT_BYTES = 256 * 1024 * 1024
+MAX_TEXT_BYTES = 1024 * 1024
+MAX_FACT_BYTES = 4096
+MAX_HOST_BYTES = 255
+MAX_DEPTH = 16
+MAX_EXIT_STATUS = 255
 # Clocks of two machines may differ by this much before a result counts as one from the future.
 MAX_CLOCK_DIFFERENCE_SECONDS = 60
 SUBJECT_MEMBERS = ("host", "url", "document")
@@ -71,6 +83,19 @@ def parse_seconds(text):
         raise ValueError("'{0}' is not a time; expected 1 to {1} seconds, or a number with s, m or h, "
                          "such as 26h".format(text, MAX_SECONDS))
     return seconds
+
+
+def query_command(operands, **options):
+    """Returns the command for an evaluation of the URL and the document, or of the default."""
+    command = ["compliance-query", "--json", "--quiet"]
+    for name, value in options.items():
+        command += ["--" + name, value] if value is not None else []
+    return command + (["--"] + list(operands) if operands else ["-d"])
+
+
+def last_line(messages):
+    lines = [line for line in messages.decode("utf-8", "replace").splitlines() if line.strip()]
+    return lines[-1] if lines else "compliance-query wrote no message"
 
 
 def check_repeated(names):
@@ -127,59 +152,129 @@ def _expect(condition, expectation):
         raise ResultError("not a result of compliance-query: expected " + expectation)
 
 
-def _check_row(row, number):
-    _expect(isinstance(row, dict), "an object as row {0}".format(number))
-    for member in ROW_MEMBERS:
-        _expect(isinstance(row.get(member), str),
-                "a text '{0}' in row {1}".format(member, number))
-    if "resultBase64" in row:
-        _expect(_decoded(row["resultBase64"]) is not None,
-                "base64 in 'resultBase64' of row {0}".format(number))
+def _is_longer(text, limit):
+    """Returns whether the text has more bytes in UTF-8."""
+    return len(text) > limit or 4 * len(text) > limit and len(text.encode("utf-8")) > limit
 
 
 def _is_integer(value):
     return isinstance(value, int) and not isinstance(value, bool)
 
 
-def _check_time(provenance, name):
+def _is_text(value):
+    return isinstance(value, str) and not _is_longer(value, MAX_FACT_BYTES)
+
+
+def _is_text_or_null(value):
+    return value is None or _is_text(value)
+
+
+def _is_base64(value):
+    return _is_text(value) and _decoded(value) is not None
+
+
+def _is_time(value):
     try:
-        parse_time(provenance[name])
-    except (KeyError, TypeError, ValueError):
-        _expect(False, "a time 'provenance.{0}'".format(name))
+        parse_time(value)
+    except (TypeError, ValueError):
+        return False
+    return _is_text(value)
+
+
+def _is_time_or_null(value):
+    return value is None or _is_time(value)
+
+
+def _is_count(value):
+    return _is_integer(value) and 0 <= value <= MAX_RESULT_BYTES
+
+
+def _is_exit_status(value):
+    return _is_integer(value) and 0 <= value <= MAX_EXIT_STATUS
+
+
+TEXT = (_is_text, "a text of at most {0} bytes".format(MAX_FACT_BYTES))
+TEXT_OR_NULL = (_is_text_or_null, TEXT[1] + " or null")
+BASE64 = (_is_base64, "base64")
+TIME_OF_DAY = (_is_time, "a time")
+HEAD_FACTS = {
+    "rowCount": (_is_count, "a number"),
+    "exitStatus": (_is_exit_status, "a number from 0 to {0}".format(MAX_EXIT_STATUS)),
+    "failure": TEXT,
+    "message": TEXT,
+}
+PROVENANCE_FACTS = {
+    "host": TEXT, "url": TEXT_OR_NULL, "document": TEXT_OR_NULL,
+    "hostBase64": BASE64, "urlBase64": BASE64, "documentBase64": BASE64,
+    "start": TIME_OF_DAY, "end": TIME_OF_DAY,
+}
+AGENT_FACTS = {"modified": (_is_time_or_null, "a time or null")}
+
+
+def _check_facts(members, facts, required=(), prefix=""):
+    """Raises ResultError if a member is invalid, or missing and required."""
+    for name, (is_valid, expectation) in facts.items():
+        if name in members or name in required:
+            _expect(is_valid(members.get(name)), "{0} '{1}{2}'".format(expectation, prefix, name))
+
+
+def _check_row(row, number):
+    _expect(isinstance(row, dict), "an object as row {0}".format(number))
+    for member in ROW_MEMBERS:
+        _expect(isinstance(row.get(member), str),
+                "a text '{0}' in row {1}".format(member, number))
+        if member + "Base64" in row:
+            _expect(_decoded(row[member + "Base64"]) is not None,
+                    "base64 in '{0}Base64' of row {1}".format(member, number))
+
+
+def _check_rows(rows):
+    _expect(isinstance(rows, list), "an array 'rows'")
+    for number, row in enumerate(rows, 1):
+        _check_row(row, number)
 
 
 def _check_provenance(provenance):
     _expect(isinstance(provenance, dict), "an object 'provenance'; version 1 has none")
-    _expect(isinstance(provenance.get("host"), str), "a text 'provenance.host'")
-    for name in SUBJECT_MEMBERS:
-        _expect(isinstance(provenance.get(name), (str, type(None))),
-                "a text or null 'provenance.{0}'".format(name))
-        if name + "Base64" in provenance:
-            _expect(_decoded(provenance[name + "Base64"]) is not None,
-                    "base64 in 'provenance.{0}Base64'".format(name))
-    _check_time(provenance, "start")
-    _check_time(provenance, "end")
-    response = provenance.get("response")
+    _check_facts(provenance, PROVENANCE_FACTS, ("host", "start", "end"), "provenance.")
+    _expect(1 <= len(_exact_bytes(provenance, "host")) <= MAX_HOST_BYTES,
+            "a host name of 1 to {0} bytes".format(MAX_HOST_BYTES))
+    agent, response = provenance.get("agent"), provenance.get("response")
+    if isinstance(agent, dict):
+        _check_facts(agent, AGENT_FACTS, (), "provenance.agent.")
     _expect(response is None or isinstance(response, dict) and
             isinstance(response.get("fresh"), bool), "an object or null 'provenance.response'")
 
 
 def _check_outcome(document):
-    if document.get("outcome") == "failed":
-        for member in ("failure", "message"):
-            _expect(isinstance(document.get(member), str), "a text '{0}'".format(member))
-        _expect(_is_integer(document.get("exitStatus")), "a number 'exitStatus'")
+    outcome = document.get("outcome")
+    _expect(outcome in ("finished", "failed"), "'outcome' to be 'finished' or 'failed'")
+    if outcome == "failed":
+        _check_facts(document, HEAD_FACTS, ("exitStatus", "failure", "message"))
+        _check_rows(document.get("rows", []))
         return
-    _expect(document.get("outcome") == "finished", "'outcome' to be 'finished' or 'failed'")
     _expect(document["provenance"].get("response") is not None,
             "an object 'provenance.response' of a finished evaluation")
-    rows, count = document.get("rows"), document.get("rowCount")
-    _expect(isinstance(rows, list), "an array 'rows'")
-    for number, row in enumerate(rows, 1):
-        _check_row(row, number)
-    _expect(_is_integer(count), "a number 'rowCount'")
+    _check_facts(document, HEAD_FACTS, ("rowCount",))
+    rows, count = document.get("rows"), document["rowCount"]
+    _check_rows(rows)
     _expect(count == len(rows),
             "{0} rows, as 'rowCount' says, and found {1}".format(count, len(rows)))
+
+
+def _check_sizes(document):
+    """Raises ResultError for a text that is too long, or too many levels of objects and arrays."""
+    rest = [(document, 1)]
+    while rest:
+        value, depth = rest.pop()
+        if isinstance(value, str):
+            _expect(not _is_longer(value, MAX_TEXT_BYTES),
+                    "texts of at most {0} bytes".format(MAX_TEXT_BYTES))
+        elif isinstance(value, (dict, list)):
+            _expect(depth <= MAX_DEPTH, "at most {0} levels".format(MAX_DEPTH))
+            rest.extend((one, depth + 1) for one in value)
+            if isinstance(value, dict):
+                rest.extend((one, depth + 1) for one in value.values())
 
 
 def _object(pairs):
@@ -197,12 +292,26 @@ def _refuse_constant(name):
     raise ValueError("{0} is not a number".format(name))
 
 
+def _number(text):
+    value = float(text)
+    if value in (float("inf"), float("-inf")):
+        raise ValueError("a number is out of range")
+    return value
+
+
+def _integer(text):
+    # Not the integer 0, because compliance-report refuses -0 as a count.
+    return int(text) if _number(text) or text == "0" else -0.0
+
+
 def _decode_values(text):
     """Returns the JSON values of the text, which are separated by whitespace."""
-    decoder = json.JSONDecoder(object_pairs_hook=_object, parse_constant=_refuse_constant)
+    decoder = json.JSONDecoder(object_pairs_hook=_object, parse_constant=_refuse_constant,
+                               parse_float=_number, parse_int=_integer)
     place, values = SPACE.match(text).end(), []
     while place < len(text) or not values:
         value, end = decoder.raw_decode(text, place)
+        _check_sizes(value)
         values.append(value)
         place = SPACE.match(text, end).end()
     return values
@@ -262,9 +371,13 @@ def read_file(path):
 
 
 def order_of(document):
-    """Returns a sort key: the newest result is the one that started last."""
+    """Returns a sort key: the newest result is the one that started last.
+
+    If the times are equal, a failed result is newer, because the other must not hide it.
+    """
     provenance = document["provenance"]
-    return parse_time(provenance["start"]), parse_time(provenance["end"])
+    return (parse_time(provenance["start"]), parse_time(provenance["end"]),
+            document["outcome"] == "failed")
 
 
 def _modification_time(path):
@@ -283,7 +396,8 @@ def _read_candidate(path):
         document = read_file(path)
         return order_of(document), document
     except ResultError as error:
-        return (_modification_time(path),) * 2, error
+        time_of_file = _modification_time(path)
+        return (time_of_file, time_of_file, True), error
 
 
 def subject_of(document):
@@ -296,39 +410,65 @@ def collected_names(directory):
     return sorted(filter(COLLECTED_NAME.match, os.listdir(directory)))
 
 
-def newest_in(directory):
+def _result_names(directory):
+    try:
+        names = os.listdir(directory)
+    except OSError as error:
+        raise ResultError("{0}: {1}".format(directory, error.strerror))
+    names = sorted(name for name in names if name.endswith(".json") and not name.startswith("."))
+    if not names:
+        raise ResultError("{0}: no result; expected a file *.json".format(directory))
+    return names
+
+
+def _fact_text(fact):
+    if fact is None:
+        return "the default"
+    text = visible(fact.decode("utf-8", "backslashreplace"))
+    end = "..." if len(text) > MAX_NAME_CHARACTERS else ""
+    return "'{0}'{1}".format(text[:MAX_NAME_CHARACTERS], end)
+
+
+def _refuse_subjects(newest, other):
+    """Raises ResultError with the difference of two results."""
+    directory, name = os.path.split(newest.path)
+    other_name = visible(os.path.basename(other.path))
+    subjects = zip(SUBJECT_MEMBERS, subject_of(newest.document), subject_of(other.document))
+    member, fact, other_fact = next(facts for facts in subjects if facts[1] != facts[2])
+    raise ResultError(
+        "{0}: results of several hosts or documents: the {1} is {2} in {3} and {4} in {5}; "
+        "expected one directory for each, or remove {5}".format(
+            directory, member, _fact_text(fact), visible(name), _fact_text(other_fact), other_name))
+
+
+def newest_in(directory, max_age=None):
     """Returns the newest result of the *.json files in the directory. Raises ResultError.
 
     Files that are not results are sorted by modification time, so an older result does not hide a
-    damaged new one. Results of several hosts or documents are an error, because the newest would
-    hide the others.
+    damaged new one. Results of several hosts or documents are an error unless they are older than
+    max_age seconds, because the newest would hide the others.
     """
-    try:
-        names = sorted(name for name in os.listdir(directory)
-                       if name.endswith(".json") and not name.startswith("."))
-    except OSError as error:
-        raise ResultError("{0}: {1}".format(directory, error.strerror))
-    if not names:
-        raise ResultError("{0}: no result; expected a file *.json".format(directory))
-    newest, newest_order, subjects = None, None, set()
-    for name in names:
+    newest, newest_order, of_subject = None, None, {}
+    for name in _result_names(directory):
         path = os.path.join(directory, name)
         order, candidate = _read_candidate(path)
-        if not isinstance(candidate, ResultError):
-            subjects.add(subject_of(candidate))
+        stored = Stored(path, candidate)
+        if not isinstance(candidate, ResultError) and (
+                max_age is None or age_seconds(candidate) <= max_age):
+            of_subject.setdefault(subject_of(candidate), stored)
         if newest is None or order >= newest_order:
-            newest, newest_order = Stored(path, candidate), order
+            newest, newest_order = stored, order
     if isinstance(newest.document, ResultError):
         raise newest.document
-    if len(subjects) > 1:
-        raise ResultError("{0}: results of several hosts or documents; expected one directory for "
-                          "each".format(directory))
+    for subject, other in of_subject.items():
+        if subject != subject_of(newest.document):
+            _refuse_subjects(newest, other)
     return newest
 
 
-def newest_result(path):
+def newest_result(path, max_age=None):
     """Returns the result of a file, or the newest one of a directory. Raises ResultError."""
-    return newest_in(path) if os.path.isdir(path) else Stored(path, read_file(path))
+    return newest_in(path, max_age) if os.path.isdir(path) else Stored(path, read_file(path))
 
 
 def age_seconds(document):
@@ -364,10 +504,13 @@ def check_fresh(document, max_age=None):
 
 
 def _decoded(text):
+    """Returns the bytes of base64, or None if the text is not in its canonical form."""
     try:
-        return base64.b64decode(text.encode("ascii"), validate=True)
+        data = text.encode("ascii")
+        decoded = base64.b64decode(data)
     except (AttributeError, UnicodeError, binascii.Error):
         return None
+    return decoded if base64.b64encode(decoded) == data else None
 
 
 def _exact_bytes(members, name):

@@ -142,7 +142,7 @@ ARGUMENTS = {
     "document": {"type": "str"},
     "default": {"type": "bool", "default": False},
     "path": {"type": "path"},
-    "max_age": {"type": "str", "default": "26h"},
+    "max_age": {"type": "str", "default": stored_result.DEFAULT_MAX_AGE},
     "flags": {"type": "list", "elements": "str", "default": [],
               "choices": ["gather", "all", "idle", "hint"]},
     "timeout": {"type": "str", "default": "10m"},
@@ -154,17 +154,10 @@ MAX_NAMED_ROWS = 3
 
 
 def query_command(parameters):
-    command = ["compliance-query", "--json", "--quiet", "--timeout", parameters["timeout"]]
-    command += ["--flags", ",".join(parameters["flags"])] if parameters["flags"] else []
-    command += ["--wait", parameters["wait"]] if parameters["wait"] else []
-    if parameters["default"]:
-        return command + ["-d"]
-    return command + ["--", parameters["url"], parameters["document"]]
-
-
-def last_line(messages):
-    lines = [line for line in messages.decode("utf-8", "replace").splitlines() if line.strip()]
-    return lines[-1] if lines else "compliance-query wrote no message"
+    operands = None if parameters["default"] else [parameters["url"], parameters["document"]]
+    return stored_result.query_command(
+        operands, flags=",".join(parameters["flags"]) or None, wait=parameters["wait"] or None,
+        timeout=parameters["timeout"])
 
 
 def explain(module, status):
@@ -179,7 +172,7 @@ def evaluate(module):
                              "clientcompliance-companions")
     status, output, messages = module.run_command(query_command(module.params), encoding=None)
     if not output:
-        module.fail_json(msg="{0} (exit status {1})".format(last_line(messages), status),
+        module.fail_json(msg="{0} (exit status {1})".format(stored_result.last_line(messages), status),
                          exit_status=status, **explain(module, status))
     return stored_result.parse_document(output)
 
@@ -217,7 +210,7 @@ def run(module, max_age):
     found = {}
     try:
         if module.params["path"] is not None:
-            path, document = stored_result.newest_result(module.params["path"])
+            path, document = stored_result.newest_result(module.params["path"], max_age)
             found["source"] = path
         else:
             document, max_age = evaluate(module), None

@@ -95,7 +95,7 @@ ARGUMENTS = {
     "directory": {"type": "path", "required": True},
     "dest": {"type": "path", "required": True},
     "good": {"type": "list", "elements": "str", "required": True},
-    "max_age": {"type": "str", "default": "26h"},
+    "max_age": {"type": "str", "default": stored_result.DEFAULT_MAX_AGE},
 }
 MAX_REASON_CHARACTERS = 400
 
