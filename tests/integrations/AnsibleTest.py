@@ -501,6 +501,103 @@ class LocalFleetTest(AnsibleTest):
         self.report(0, "--become", ANSIBLE_BECOME_EXE=str(sudo), ANSIBLE_BECOME_ALLOW_SAME_USER="1")
         self.assertEqual(log.read_text(), "become\n")
 
+    def call(self, host, module, arguments, *more, **environment):
+        """The return values of one module on one host."""
+        made = self.run_program("ansible", "-o", "-i", self.directory / "hosts", host, "-m", module,
+                                "-a", json.dumps(arguments), *more, **environment)
+        (text,) = re.findall(r"(?m)^[\w.]+ \| [A-Z!]+:? *=> (\{.*\})$", made.stdout)
+        return json.loads(text)
+
+    def collect(self, document, *more, host="web1", **arguments):
+        self.store(host, document)
+        return self.call(host, f"{COLLECTION}.collect",
+                         {"directory": str(self.fleet / "results"), **arguments,
+                          "path": str(self.directory / f"stored/{host}.json")}, *more)
+
+    def find_regressions(self, *more, good="Compliant", **environment):
+        return self.call("localhost", f"{COLLECTION}.regressions",
+                         {"directory": str(self.fleet / "results"), "good": good,
+                          "dest": str(self.fleet / "regressions.txt")}, *more, **environment)
+
+    def collected(self, host="web1"):
+        return sorted(path.name for path in (self.fleet / "results" / host).iterdir())
+
+    def test_failed_results_replace_no_result_with_rows(self):
+        self.write_inventory(["web1"])
+        good = self.put("web1", 9, finished([row("Compliant")], host="web1", age=9 * 86400))
+        older = self.put("web1", 10, finished([row("Compliant")], host="web1", age=10 * 86400))
+        bad = [self.put("web1", night, failed(host="web1", age=night * 86400))
+               for night in (3, 2, 1)]
+        name = pathlib.Path(self.collect(failed(host="web1"), keep=2)["file"]).name
+        self.assertEqual(self.collected(), [older.name, good.name, bad[2].name, name])
+        name = pathlib.Path(self.collect(finished([row("Bad")], host="web1"), keep=1)["file"]).name
+        self.assertEqual(len(self.collected()), 2)
+        self.assertIn(name, self.collected())
+
+    def test_results_from_the_future_are_the_first_to_be_removed(self):
+        self.write_inventory(["web1"])
+        former = self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        for night in (-5, -9):
+            self.put("web1", night, finished([row("Compliant")], host="web1", age=night * 86400))
+        name = pathlib.Path(self.collect(finished([row("Bad")], host="web1"), keep=2)["file"]).name
+        self.assertEqual(self.collected(), [former.name, name])
+        # Of a host whose clock is ahead the new result remains.
+        ahead = self.collect(finished([row("Bad")], host="web1", age=-7200), keep=1)
+        self.assertEqual(self.collected(), [pathlib.Path(ahead["file"]).name])
+
+    def test_check_mode_writes_nothing(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        document = finished([row("Bad")], host="web1")
+        values = self.collect(document, "--check", keep=1)
+        self.assertEqual((values["changed"], len(self.collected())), (True, 1))
+        self.collect(document)
+        values = self.find_regressions("--check")
+        self.assertEqual((values["changed"], values["regressed"]), (True, ["web1"]))
+        self.assertFalse((self.fleet / "regressions.txt").exists())
+
+    def test_second_run_changes_nothing(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        document = finished([row("Bad")], host="web1")
+        for is_changed in (True, False):
+            self.assertEqual(self.collect(document)["changed"], is_changed)
+            self.assertEqual(self.find_regressions()["changed"], is_changed)
+
+    def test_host_name_may_contain_dots_but_not_begin_with_one(self):
+        self.write_inventory(["web1.example.com", ".web1"])
+        document = finished([row("Compliant")], host="web1.example.com")
+        self.collect(document, host="web1.example.com")
+        self.assertEqual(len(self.collected("web1.example.com")), 1)
+        made = self.run_program("ansible", "-i", self.directory / "hosts", ".web1", "-m",
+                                f"{COLLECTION}.collect", "-a", f"directory={self.fleet}/results")
+        self.assertIn("'.web1' cannot be the name of a directory", made.stdout)
+        self.assertEqual(os.listdir(self.fleet / "results"), ["web1.example.com"])
+
+    def test_failed_night_between_two_good_ones_is_skipped(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 2, finished([row("Compliant")], host="web1", age=2 * 86400))
+        self.put("web1", 1, failed(host="web1", age=86400))
+        self.collect(finished([row("Bad")], host="web1"))
+        self.assertEqual(self.find_regressions()["regressed"], ["web1"])
+
+    def test_error_of_compliance_diff_is_a_failure_of_the_host(self):
+        self.write_inventory(["web1"])
+        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        self.collect(finished([row("Bad")], host="web1"))
+        values = self.find_regressions(good=["Compliant", "Compliant"])
+        self.assertEqual(values["regressed"], [])
+        self.assertRegex(values["failures"]["web1"], "compliance-diff: .*twice")
+        self.assertRegex(self.regressions(), "^web1: not compared: compliance-diff: .*\n$")
+
+    def test_silent_hosts_are_listed_once(self):
+        self.write_inventory(["web1", "web2"], "fleet_node_name={{ inventory_hostname }}.example.com")
+        self.store("web1", failed(host="web1.example.com"))
+        output = self.report(2)
+        message = output[output.index("[Name the hosts"):].split("PLAY RECAP")[0]
+        self.assertIn("2 of 2 hosts have no fresh result:", message)
+        self.assertEqual(len(re.findall(r"(?m)^ *web1[.:]", message)), 1, message)
+
     def test_evaluate_compares_UTF_8_in_every_locale(self):
         module = self.scratch / "collections/ansible_collections/clientcompliance/fleet/plugins/modules/evaluate.py"
         self.store("web1", finished([row("d\u00e9faut")], host="web1"))

@@ -8,12 +8,16 @@ __metaclass__ = type
 import json
 import os
 import re
+import time
 
 from ansible.errors import AnsibleActionFail
 from ansible.plugins.action import ActionBase
 from ansible_collections.clientcompliance.fleet.plugins.module_utils import published_file, stored_result
 
 MAX_NAME_CHARACTERS = 255
+# The outcome of a stored file is within these, because the version and the outcome come first.
+MAX_HEAD_BYTES = 200
+DEFAULT_KEEP = 31
 NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")
 
 
@@ -27,15 +31,37 @@ def returned_document(result):
     head = result.get("head")
     if not isinstance(head, dict):
         raise stored_result.ResultError("the host returned no document")
-    document = dict(head, provenance=result["provenance"])
+    first = {name: head.get(name) for name in ("schemaVersion", "outcome")}
+    document = dict(first, **dict(head, provenance=result["provenance"]))
     if "rows" in result:
         document["rows"] = result["rows"]
     return stored_result.parse_document(json.dumps(document).encode("utf-8"))
 
 
-def prune(directory, keep):
-    for name in stored_result.collected_names(directory)[:-keep] if keep else []:
-        os.unlink(os.path.join(directory, name))
+def is_failed(path):
+    with open(path, "rb") as file:
+        return b'"outcome": "failed"' in file.read(MAX_HEAD_BYTES)
+
+
+def by_age(directory, kept):
+    """Returns the names of the results: the kept one, then the others, the newest first.
+
+    Names in the future are from a wrong clock and count as the oldest.
+    """
+    now = stored_result.utc_text(time.time_ns())
+    names = [name for name in stored_result.collected_names(directory) if name != kept]
+    return [kept] + sorted(names, key=lambda name: (name <= now, name), reverse=True)
+
+
+def prune(directory, keep, kept):
+    """Removes old results. Counts failed ones separately, so they do not displace others."""
+    counts = {False: 0, True: 0}
+    for name in by_age(directory, kept) if keep else []:
+        path = os.path.join(directory, name)
+        kind = is_failed(path)
+        counts[kind] += 1
+        if counts[kind] > keep:
+            os.unlink(path)
 
 
 class ActionModule(ActionBase):
@@ -61,7 +87,7 @@ class ActionModule(ActionBase):
         return result
 
     def _own_arguments(self, arguments):
-        directory, keep = arguments.pop("directory", None), arguments.pop("keep", 31)
+        directory, keep = arguments.pop("directory", None), arguments.pop("keep", DEFAULT_KEEP)
         if not directory:
             raise AnsibleActionFail("missing required arguments: directory")
         if not re.match(r"[0-9]{1,6}\Z", str(keep)):
@@ -81,4 +107,4 @@ class ActionModule(ActionBase):
         if result["changed"] and not self._play_context.check_mode:
             data = json.dumps(document, ensure_ascii=False).encode("utf-8")
             published_file.publish(result["file"], data)
-            prune(directory, keep)
+            prune(directory, keep, os.path.basename(result["file"]))

@@ -32,7 +32,9 @@ options:
     type: str
   keep:
     description:
-      - The number of results to keep for each host. Older ones are removed. 0 keeps all.
+      - The number of results of finished evaluations to keep for each host, and of failed ones.
+        Older ones are removed. 0 keeps all.
+      - Results from the future, which a wrong clock has left, count as the oldest.
     type: int
     default: 31
 attributes:
