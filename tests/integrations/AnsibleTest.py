@@ -236,7 +236,7 @@ class FleetTest(AnsibleTest):
                             encoding="utf-8")
             made = self.run_program(*command)
             self.assertEqual(made.returncode, status, made.stdout + made.stderr)
-        self.assertIn("nightly.new.conf:6: KEEP_RESULTS: '20000'", made.stdout)
+        self.assertIn("nightly.new.conf:8: KEEP_RESULTS: '20000'", made.stdout)
         text = self.run_program(
             "ansible", "-i", self.scratch / "hosts", "web5", "-m", "ansible.builtin.shell",
             "-a", "ls /etc/clientcompliance; cat /etc/clientcompliance/nightly.conf").stdout
@@ -597,6 +597,19 @@ class LocalFleetTest(AnsibleTest):
         message = output[output.index("[Name the hosts"):].split("PLAY RECAP")[0]
         self.assertIn("2 of 2 hosts have no fresh result:", message)
         self.assertEqual(len(re.findall(r"(?m)^ *web1[.:]", message)), 1, message)
+
+    def test_comment_of_a_configuration_may_have_several_lines(self):
+        self.write_inventory(["web1"])
+        config = self.directory / "ansible.cfg"
+        config.write_text("[defaults]\nansible_managed = Managed by Ansible\n  URL=x\n")
+        template = SOURCE / "integrations/ansible/roles/agent_compliance/templates/instance.conf.j2"
+        written = self.directory / "nightly.conf"
+        self.call("web1", "ansible.builtin.template", {"src": str(template), "dest": str(written)},
+                  "-e", json.dumps({"item": {"name": "nightly", "good": ["Compliant"]}}),
+                  ANSIBLE_CONFIG=str(config))
+        lines = [line for line in written.read_text().splitlines() if not line.startswith("#")]
+        self.assertEqual(lines, ["GOOD_RESULTS=Compliant"])
+        self.assertIn("# Managed by Ansible\n", written.read_text())
 
     def test_evaluate_compares_UTF_8_in_every_locale(self):
         module = self.scratch / "collections/ansible_collections/clientcompliance/fleet/plugins/modules/evaluate.py"
