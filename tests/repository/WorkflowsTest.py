@@ -87,6 +87,11 @@ class StepsTest(unittest.TestCase):
             (values,) = weekly[job]["strategy"]["matrix"].values()
             self.assertEqual(sorted(values), sorted(known_words(script)))
 
+    def test_run_slow_tests_each_week(self):
+        weekly = dict(workflows())["weekly.yml"]["jobs"]
+        self.assertIn("PRESET=ci scripts/test",
+                      [command for job in weekly.values() for command in commands(job)])
+
 
 class PermissionsTest(unittest.TestCase):
     def test_are_read_only(self):
