@@ -186,5 +186,8 @@ if(CC_SITE)
   install(DIRECTORY ${site}/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT documentation)
 endif()
 
-# licence: a component of its own, since distributions have their own place for it.
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)
+# licence: a component of its own, since distributions have their own place for it. Its package, which
+# the others require, has the changes and the security policy too.
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${CMAKE_CURRENT_BINARY_DIR}/pages/CHANGELOG.md
+  ${CMAKE_CURRENT_BINARY_DIR}/pages/SECURITY.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)

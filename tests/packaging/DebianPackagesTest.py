@@ -55,6 +55,16 @@ class PackagesTest(unittest.TestCase):
             for path in contents(name):
                 self.assertTrue(path == "/" or path.startswith("/usr/"), f"{name}: {path}")
 
+    def test_have_the_changes_and_the_security_policy(self):
+        for name in NAMES:
+            place = f"/usr/share/doc/{name.removesuffix('-doc')}/"
+            found = {path.removeprefix(place).removesuffix(".gz") for path in contents(name)}
+            self.assertLessEqual({"CHANGELOG.md", "SECURITY.md"}, found, name)
+
+    def test_have_no_file_in_common(self):
+        files = [path for name in NAMES for path in contents(name) if not path.endswith("/")]
+        self.assertEqual(sorted(files), sorted(set(files)))
+
     def commands(self, script):
         """The commands of a script, without its conditions."""
         lines = map(str.strip, script.read_text(encoding="utf-8").splitlines())

@@ -31,6 +31,11 @@ class PackagesTest(unittest.TestCase):
                 self.assertTrue(name.startswith("/usr/"), f"{path.name}: {name}")
                 self.assertGreater(name.count("/"), 2, f"{path.name}: {name}")
 
+    def test_have_changes_and_security_policy_beside_the_licence(self):
+        (package,) = PACKAGES.glob("clientcompliance-license-*.rpm")
+        self.assertEqual({pathlib.Path(name).name for name in query(package, "--list").splitlines()},
+                         {"clientcompliance", "LICENSE", "CHANGELOG.md", "SECURITY.md"})
+
     def test_have_a_description_beyond_the_summary(self):
         for path in PACKAGES.glob("*.rpm"):
             summary = query(path, "--queryformat", "%{SUMMARY}")
