@@ -218,6 +218,12 @@ bool ReportBuilder::ReturnsToEarlierAgent(std::vector<Interval> const& intervals
     return false;
 }
 
+void ReportBuilder::FindHostsOfTwoMachines() {
+    for (auto& [host, intervals] : intervalsOfHosts)
+        if (HasTwoMachines(intervals))
+            hostsOfTwoMachines.insert(host);
+}
+
 void ReportBuilder::AddMissingHosts() {
     if (!report.options.expectedHosts)
         return;
@@ -241,7 +247,7 @@ void ReportBuilder::Judge(ReportEntry& entry) {
     StoredProvenance const& known = *entry.result.provenance;
     bool const isFinished = entry.result.finished;
     entry.age = static_cast<std::int64_t>(options.now.tv_sec) - known.end.time.tv_sec;
-    add(HasTwoMachines(intervalsOfHosts[FoldHostName(entry.host)]), Condition::twoMachines);
+    add(hostsOfTwoMachines.contains(FoldHostName(entry.host)), Condition::twoMachines);
     bool const isStaleFailure = !isFinished && entry.result.failure == "stale";
     add(!isFinished && !isStaleFailure, Condition::failed);
     add(isStaleFailure || (isFinished && known.stale), Condition::stale);
@@ -273,6 +279,7 @@ Report ReportBuilder::Finish() {
         report.entries.push_back(std::move(entry));
     }
     newest.clear();
+    FindHostsOfTwoMachines();
     AddMissingHosts();
     for (ReportEntry& entry : report.entries)
         Judge(entry);

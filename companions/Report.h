@@ -148,6 +148,7 @@ private:
     static bool HasTwoMachines(std::vector<Interval>& intervals);
     // REQUIRES: the intervals are sorted.
     static bool ReturnsToEarlierAgent(std::vector<Interval> const& intervals);
+    void FindHostsOfTwoMachines();
     void AddMissingHosts();
     void Judge(ReportEntry& entry);
     void Total(ReportEntry const& entry);
@@ -156,6 +157,7 @@ private:
     std::map<Key, ReportEntry> newest;
     std::map<Key, std::set<std::size_t>> digests;
     std::map<std::string, std::vector<Interval>> intervalsOfHosts; // by folded name
+    std::set<std::string> hostsOfTwoMachines;                      // folded names
 };
 
 // Reads the rows of an entry from its file again. Throws StoredResultError, possibly after the last

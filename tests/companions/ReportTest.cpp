@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
+#include <filesystem>
 #include <random>
 
 #include "tests/companions/StoredResults.h"
@@ -334,6 +336,32 @@ TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
         std::ranges::shuffle(files, random);
         EXPECT_EQ(expected, Fingerprint(Make()));
     }
+}
+
+// Returns the processor time that the report needs after it has read these documents of one host.
+std::clock_t TimeToFinish(ReportOptions const& options, std::string const& file,
+                          std::size_t documents) {
+    ReportBuilder builder(options);
+    for (std::size_t index = 0; index < documents; ++index) {
+        Provenance provenance = ProvenanceOf("web1", resultTime - static_cast<time_t>(index) * 100);
+        std::string const document = std::to_string(index);
+        provenance.document = document.c_str();
+        // ext4 flushes a file that is truncated, but not a new one.
+        std::filesystem::remove(file);
+        builder.Read(WriteFile(file, ResultText({}, provenance)));
+    }
+    std::clock_t const start = std::clock();
+    EXPECT_EQ(documents, builder.Finish().entries.size());
+    return std::clock() - start;
+}
+
+TEST_F(ReportTest, TimeGrowsSlowerThanTheSquareOfDocuments) {
+    std::string const file = directory / "result";
+    std::clock_t few = TimeToFinish(options, file, 200);
+    for (int repetition = 0; repetition < 3; ++repetition)
+        few = std::min(few, TimeToFinish(options, file, 200));
+    // Sixteen times as many; the square would be 256 times.
+    EXPECT_LT(TimeToFinish(options, file, 3200), 64 * few);
 }
 
 } // namespace
