@@ -66,12 +66,12 @@ void CountResult(ReportEntry& entry, std::string const& result) {
         ++entry.otherRows;
 }
 
-// Compares by time. The path breaks ties, so the order in which files are read does not matter.
-bool IsNewer(ReportEntry const& entry, ReportEntry const& other) {
-    StoredProvenance const& one = *entry.result.provenance;
-    StoredProvenance const& two = *other.result.provenance;
-    return std::tuple(MomentOf(one.start), MomentOf(one.end), std::cref(other.file).get()) >
-           std::tuple(MomentOf(two.start), MomentOf(two.end), std::cref(entry.file).get());
+// Orders results from older to newer. Of results with equal times a failed one is newer, then the
+// one with the last path, so the order in which files are read does not matter.
+auto RecencyOf(ReportEntry const& entry) {
+    StoredProvenance const& known = *entry.result.provenance;
+    return std::tuple(MomentOf(known.start), MomentOf(known.end), !entry.result.finished,
+                      std::string_view(entry.file));
 }
 
 // Returns the group of an entry in the order of the report.
@@ -186,7 +186,7 @@ void ReportBuilder::Add(ReportEntry&& entry) {
     Key const key(FoldHostName(known.host), known.url, known.document);
     digests[key].insert(digest);
     auto const [found, isFirst] = newest.try_emplace(key);
-    if (isFirst || IsNewer(entry, found->second))
+    if (isFirst || RecencyOf(entry) > RecencyOf(found->second))
         found->second = std::move(entry);
 }
 

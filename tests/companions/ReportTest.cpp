@@ -338,6 +338,21 @@ TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
     }
 }
 
+TEST_F(ReportTest, FailureCountsAmongResultsWithEqualTimes) {
+    for (bool const isFailureFirst : {true, false}) {
+        Store(isFailureFirst ? "b" : "a", ProvenanceOf("web1"));
+        StoreFailure(isFailureFirst ? "a" : "b", ProvenanceOf("web1"), {4, "busy", -6, {}, "m"});
+        EXPECT_EQ((StateTexts{"web1: failed"}), States()) << isFailureFirst;
+        files.clear();
+    }
+}
+
+TEST_F(ReportTest, LastFileNameCountsAmongResultsWithEqualTimes) {
+    for (char const* const name : {"b", "c", "a"})
+        StoreFailure(name, ProvenanceOf("web1"), {4, "busy", -6, {}, name});
+    EXPECT_EQ(directory / "c", Make().entries.at(0).file);
+}
+
 // Returns the processor time that the report needs after it has read these documents of one host.
 std::clock_t TimeToFinish(ReportOptions const& options, std::string const& file,
                           std::size_t documents) {
