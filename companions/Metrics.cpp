@@ -3,10 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <fstream>
-#include <functional>
 #include <set>
-#include <utility>
-#include <vector>
 
 #include "companions/Output.h"
 #include "companions/ResultFile.h"
@@ -16,7 +13,6 @@
 namespace {
 
 constexpr std::size_t maxResults = 20;
-constexpr std::size_t maxResultSize = 100;
 constexpr std::size_t maxFormerSize = 64 * 1024;
 constexpr char others[] = "other";
 
@@ -44,15 +40,19 @@ std::string FormatTime(timespec const& time) {
 }
 
 ResultCounts LimitResults(ResultCounts const& results) {
-    std::vector<std::pair<std::string, unsigned int>> byCount(results.begin(), results.end());
-    std::ranges::stable_sort(byCount, std::greater(), &decltype(byCount)::value_type::second);
+    ResultCounts named;
+    unsigned int otherRows = 0;
+    for (auto const& [result, count] : results)
+        if (result.size() <= maxResultNameLength)
+            named.emplace(result, count);
+        else
+            otherRows += count;
+    otherRows += static_cast<unsigned int>(KeepMostFrequent(named, maxResults));
     ResultCounts limited;
-    std::size_t used = 0;
-    for (auto const& [result, count] : byCount) {
-        bool const isUsed = result.size() <= maxResultSize && used < maxResults;
-        limited[isUsed ? MakeReadable(result) : others] += count;
-        used += isUsed ? 1 : 0;
-    }
+    for (auto const& [result, count] : named)
+        limited[MakeReadable(result)] += count;
+    if (otherRows > 0)
+        limited[others] += otherRows;
     return limited;
 }
 

@@ -27,8 +27,6 @@ constexpr std::array<ConditionFacts, conditionCount> conditionFacts = {{
     {"not-expected", "not expected"},
 }};
 
-constexpr std::size_t maxResultNameLength = 100;
-
 std::pair<time_t, long> MomentOf(StoredTime const& time) {
     return {time.time.tv_sec, time.time.tv_nsec};
 }

@@ -45,6 +45,9 @@ ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accep
 using ResultCounts = std::map<std::string, unsigned int, std::less<>>;
 ResultCounts CountResults(Rows const& rows);
 
+// Reports and metrics do not count longer results by name.
+constexpr std::size_t maxResultNameLength = 100;
+
 // Removes all results except the `max` with the most rows. If numbers are equal, keeps those that
 // sort first. Returns the total number of rows of the removed results.
 std::size_t KeepMostFrequent(ResultCounts& results, std::size_t max);

@@ -3,11 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fstream>
 #include <sstream>
 
 #include <sys/stat.h>
 
 #include "companions/ResultFile.h"
+#include "tests/support/Sandbox.h"
+#include "tests/support/SmallFileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -90,11 +94,27 @@ TEST(MetricsTest, KeepsNothingOfOtherLabelsOrDamagedLines) {
     other.config = "nightly";
     EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), FormatMetrics(other, "")));
     std::string const begin = "clientcompliance_rows{document=\"D\",config=\"\"";
-    for (std::string const damaged :
-         {"", "}", "} ", "} x", "} 1 2", " 1", "} 1x", "}1", "} 1", ",result=\"x\"} NaN",
-          ",result=\"x\"} -1", ",result=\"x\"} 1e5", ",result=\"x\"} 1.", ",evil} 1",
-          ",result=\"x\",result=\"y\"} 1", ",result=\"a\"b\"} 1", ",result=\"\\x\"} 1",
-          ",result=\"\\\"} 1", ",result=\"\xff\"} 1"})
+    for (std::string const damaged : {"",
+                                      "}",
+                                      "} ",
+                                      "} x",
+                                      "} 1 2",
+                                      " 1",
+                                      "} 1x",
+                                      "}1",
+                                      "} 1",
+                                      ",result=\"x\"} NaN",
+                                      ",result=\"x\"} -1",
+                                      ",result=\"x\"} -.5",
+                                      ",result=\"x\"} --1.5",
+                                      ",result=\"x\"} 1e5",
+                                      ",result=\"x\"} 1.",
+                                      ",evil} 1",
+                                      ",result=\"x\",result=\"y\"} 1",
+                                      ",result=\"a\"b\"} 1",
+                                      ",result=\"\\x\"} 1",
+                                      ",result=\"\\\"} 1",
+                                      ",result=\"\xff\"} 1"})
         EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), begin + damaged + "\n")) << damaged;
 }
 
@@ -158,6 +178,41 @@ TEST(MetricsTest, FileIsReadableByAllAndReplaced) {
               (std::stringstream() << std::ifstream(path).rdbuf()).str());
     EXPECT_THROW(WriteMetrics(directory / "missing/metrics.prom", FailedMetrics()),
                  ResultFileError);
+}
+
+TEST(MetricsTest, ResultOf100BytesHasItsOwnValue) {
+    Metrics metrics = FinishedMetrics();
+    metrics.results = ResultCounts{{std::string(100, 'l'), 7}};
+    EXPECT_THAT(FormatMetrics(metrics, ""),
+                HasSubstr(",result=\"" + std::string(100, 'l') + "\"} 7\n"));
+}
+
+TEST(MetricsTest, KeepsNothingOfAFileThatIsTooLarge) {
+    TemporaryDirectory const directory;
+    std::string const path = directory / "metrics.prom";
+    WriteMetrics(path, FinishedMetrics());
+    std::ofstream(path, std::ios::app) << std::string(64 * 1024, '\n');
+    WriteMetrics(path, FailedMetrics());
+    EXPECT_EQ(FormatMetrics(FailedMetrics(), ""),
+              (std::stringstream() << std::ifstream(path).rdbuf()).str());
+}
+
+TEST(MetricsTest, FullDiskKeepsTheFile) {
+    Sandbox::Run([] {
+        SmallFileSystem disk("/opt/disk");
+        std::string const path = disk / "metrics.prom";
+        WriteMetrics(path, FinishedMetrics());
+        disk.FillUp();
+        try {
+            WriteMetrics(path, FailedMetrics());
+            ADD_FAILURE() << "written";
+        } catch (ResultFileError const& error) {
+            EXPECT_EQ("'" + path + "' could not be written: No space left on device",
+                      std::string(error.what()));
+        }
+        EXPECT_EQ(FormatMetrics(FinishedMetrics(), ""),
+                  (std::stringstream() << std::ifstream(path).rdbuf()).str());
+    });
 }
 
 } // namespace

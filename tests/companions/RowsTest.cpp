@@ -51,4 +51,12 @@ TEST(RowsTest, CountsEachResult) {
     EXPECT_EQ(ResultCounts(), CountResults(RowsOf({})));
 }
 
+TEST(RowsTest, KeepsTheMostFrequentResultsAndCountsTheOtherRows) {
+    ResultCounts results{{"a", 2}, {"b", 5}, {"c", 2}, {"d", 3}};
+    EXPECT_EQ(4u, KeepMostFrequent(results, 2));
+    EXPECT_EQ((ResultCounts{{"b", 5}, {"d", 3}}), results);
+    EXPECT_EQ(0u, KeepMostFrequent(results, 2));
+    EXPECT_EQ(2u, results.size());
+}
+
 } // namespace
