@@ -13,7 +13,6 @@
 namespace {
 
 constexpr std::size_t maxResults = 20;
-constexpr std::size_t maxFormerSize = 64 * 1024;
 constexpr char others[] = "other";
 
 // Returns readable text with the three escapes of label values: line feed, quote and backslash.
@@ -97,12 +96,24 @@ bool IsEndOfSample(std::string_view text, bool hasResult) {
            TakePrefix(text, "} ") && IsValue(text);
 }
 
+std::string FormatLabels(Metrics const& metrics) {
+    return "{document=\"" + EscapeLabel(metrics.document) + "\",config=\"" +
+           EscapeLabel(metrics.config) + "\"";
+}
+
+// Returns an upper bound for the size of metrics with these labels.
+std::size_t MaxSizeOf(Metrics const& metrics) {
+    // Those of the results, those of the other rows, and six single ones.
+    constexpr std::size_t maxSamples = maxResults + 7;
+    // The name, the escaped result, the value, and lines HELP and TYPE.
+    constexpr std::size_t maxRestOfSample = 1024;
+    return maxSamples * (FormatLabels(metrics).size() + maxRestOfSample);
+}
+
 class Writer {
 public:
     Writer(Metrics const& metrics, std::string_view theFormer)
-        : labels("{document=\"" + EscapeLabel(metrics.document) + "\",config=\"" +
-                 EscapeLabel(metrics.config) + "\""),
-          former(theFormer) {}
+        : labels(FormatLabels(metrics)), former(theFormer) {}
 
     void Describe(std::string const& name, std::string const& help) {
         text.append("# HELP ").append(name).append(" ").append(help).append("\n");
@@ -159,12 +170,12 @@ void AddRows(Writer& writer, Metrics const& metrics) {
 }
 
 // Returns the content of the file, or an empty string if it cannot be read or exceeds the limit.
-std::string ReadFormer(std::string const& path) {
+std::string ReadFormer(std::string const& path, std::size_t maxSize) {
     std::ifstream file(path, std::ios::binary);
-    std::string text(maxFormerSize + 1, '\0');
+    std::string text(maxSize + 1, '\0');
     file.read(text.data(), static_cast<std::streamsize>(text.size()));
     text.resize(static_cast<std::size_t>(file.gcount()));
-    return text.size() > maxFormerSize ? "" : text;
+    return text.size() > maxSize ? "" : text;
 }
 
 } // namespace
@@ -196,7 +207,7 @@ std::string FormatMetrics(Metrics const& metrics, std::string_view former) {
 
 void WriteMetrics(std::string const& path, Metrics const& metrics) {
     constexpr mode_t readableByAll = 0644;
-    std::string const text = FormatMetrics(metrics, ReadFormer(path));
+    std::string const text = FormatMetrics(metrics, ReadFormer(path, MaxSizeOf(metrics)));
     ResultFile file(path, readableByAll);
     Output output(file.Descriptor());
     output.Write(text);

@@ -187,6 +187,32 @@ TEST(MetricsTest, ResultOf100BytesHasItsOwnValue) {
                 HasSubstr(",result=\"" + std::string(100, 'l') + "\"} 7\n"));
 }
 
+// Metrics with more results than are named, and the longest samples for this byte of the labels.
+Metrics MetricsWithLongLabels(char byte) {
+    Metrics metrics = FinishedMetrics();
+    metrics.document = std::string(4096, byte);
+    metrics.config = std::string(100, byte);
+    metrics.results = ResultCounts();
+    for (char digit = '0'; digit < '0' + 25; ++digit)
+        metrics.results->emplace(std::string(99, byte) + digit, 4'000'000'000);
+    return metrics;
+}
+
+TEST(MetricsTest, FailedRunKeepsRowsWithLongLabels) {
+    TemporaryDirectory const directory;
+    std::string const path = directory / "metrics.prom";
+    for (char const byte : {'d', '"', '\xff'}) {
+        Metrics metrics = MetricsWithLongLabels(byte);
+        WriteMetrics(path, metrics);
+        metrics.results = {};
+        WriteMetrics(path, metrics);
+        std::string const text = (std::stringstream() << std::ifstream(path).rdbuf()).str();
+        std::string const samples = Samples(text);
+        // Four of the run, its last success, 20 results, the others, and the failing rows.
+        EXPECT_EQ(4 + 1 + 20 + 1 + 1, std::ranges::count(samples, '\n')) << byte;
+    }
+}
+
 TEST(MetricsTest, KeepsNothingOfAFileThatIsTooLarge) {
     TemporaryDirectory const directory;
     std::string const path = directory / "metrics.prom";
