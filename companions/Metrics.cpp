@@ -30,8 +30,10 @@ std::string EscapeLabel(std::string_view value) {
 }
 
 std::string FormatSeconds(std::chrono::milliseconds time) {
-    std::string const thousandths = std::to_string(1000 + time.count() % 1000);
-    return std::to_string(time.count() / 1000) + "." + thousandths.substr(1);
+    std::string text = time.count() < 0 ? "-" : "";
+    auto const count = std::chrono::abs(time).count();
+    std::string const thousandths = std::to_string(1000 + count % 1000);
+    return text.append(std::to_string(count / 1000)).append(".").append(thousandths.substr(1));
 }
 
 std::string FormatTime(timespec const& time) {
@@ -80,14 +82,17 @@ bool TakeLabelEnd(std::string_view& text) {
     return false;
 }
 
-// True for digits, optionally followed by a point and digits.
+bool AreDigits(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// True for a count and for a time of FormatSeconds, which can be negative.
 bool IsValue(std::string_view text) {
-    std::size_t const point = std::min(text.find('.'), text.size());
-    auto const areDigits = [](std::string_view digits) {
-        return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
-    };
-    return areDigits(text.substr(0, point)) &&
-           (point == text.size() || areDigits(text.substr(point + 1)));
+    std::size_t const point = text.find('.');
+    if (point == std::string_view::npos)
+        return AreDigits(text);
+    std::size_t const start = text.starts_with('-') ? 1 : 0;
+    return AreDigits(text.substr(start, point - start)) && AreDigits(text.substr(point + 1));
 }
 
 // True if Writer::Add can have written the text after the name and the common labels.

@@ -187,6 +187,22 @@ TEST(MetricsTest, ResultOf100BytesHasItsOwnValue) {
                 HasSubstr(",result=\"" + std::string(100, 'l') + "\"} 7\n"));
 }
 
+TEST(MetricsTest, TimesBefore1970AreNegative) {
+    Metrics metrics = FinishedMetrics();
+    for (auto const& [start, text] :
+         {std::pair{timespec{-1, 500'000'000}, "-0.500"},
+          std::pair{timespec{-2, 750'000'000}, "-1.250"}, std::pair{timespec{-2, 0}, "-2.000"}}) {
+        metrics.start = start;
+        std::string const former = FormatMetrics(metrics, "");
+        std::string const labels = "{document=\"D\",config=\"\"} ";
+        EXPECT_THAT(former, HasSubstr("\nclientcompliance_last_run_timestamp_seconds" + labels +
+                                      text + "\n"));
+        EXPECT_THAT(
+            FormatMetrics(FailedMetrics(), former),
+            HasSubstr("\nclientcompliance_last_success_timestamp_seconds" + labels + text + "\n"));
+    }
+}
+
 // Metrics with more results than are named, and the longest samples for this byte of the labels.
 Metrics MetricsWithLongLabels(char byte) {
     Metrics metrics = FinishedMetrics();
