@@ -40,8 +40,8 @@ std::optional<FileIdentity> IdentifyFile(std::string const& path) {
     return stat(path.c_str(), &facts) == 0 ? MakeIdentity(facts) : IdentifyNewFile(path);
 }
 
-std::optional<FileIdentity> IdentifyOutput(std::string const& path) {
-    return path == "-" ? IdentifyStandardOutput() : IdentifyFile(path);
+std::optional<FileIdentity> IdentifyFile(NamedFile const& file) {
+    return file.isStandardOutput ? IdentifyStandardOutput() : IdentifyFile(file.path);
 }
 
 void RefuseSharedFiles(std::vector<NamedFile> const& outputs,
@@ -55,11 +55,11 @@ void RefuseSharedFiles(std::vector<NamedFile> const& outputs,
                                    "output");
     };
     for (NamedFile const& output : outputs)
-        if (std::optional<FileIdentity> const identity = IdentifyOutput(output.path)) {
+        if (std::optional<FileIdentity> const identity = IdentifyFile(output)) {
             refuseUsed(output, *identity);
             used.emplace(*identity, output);
         }
     for (NamedFile const& input : inputs)
-        if (std::optional<FileIdentity> const identity = IdentifyFile(input.path))
+        if (std::optional<FileIdentity> const identity = IdentifyFile(input))
             refuseUsed(input, *identity);
 }

@@ -22,15 +22,17 @@ struct FileIdentity {
 // its directory exists, or if the path ends with "/" and does not exist.
 std::optional<FileIdentity> IdentifyFile(std::string const& path);
 
-// The same for the path of an output, where "-" is standard output. Returns nullopt if standard
-// output is not a regular file.
-std::optional<FileIdentity> IdentifyOutput(std::string const& path);
-
-// A file on the command line: the option or operand that names it, and its path.
+// A file on the command line: the option or operand that names it, and its path. The path of
+// standard output is only shown.
 struct NamedFile {
     std::string name;
     std::string path;
+    bool isStandardOutput = false;
 };
+
+// The same for a file on the command line. Returns nullopt for standard output unless it is a
+// regular file.
+std::optional<FileIdentity> IdentifyFile(NamedFile const& file);
 
 // Throws CommandLineError if an output is the same file as another output or as an input, because
 // publishing the output would replace the other file.

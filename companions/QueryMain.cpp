@@ -288,7 +288,7 @@ void RefuseSharedOutputs(QueryCommandLine const& commandLine) {
     if (!commandLine.metricsFile)
         return;
     NamedFile const rows = commandLine.outputFile ? NamedFile{"--output", *commandLine.outputFile}
-                                                  : NamedFile{"standard output", "-"};
+                                                  : NamedFile{"standard output", "-", true};
     RefuseSharedFiles({rows, {"--prometheus", *commandLine.metricsFile}}, {});
 }
 

@@ -31,6 +31,8 @@ struct ReportOutput {
     ReportFormat format;
     // "-": standard output.
     std::string file;
+
+    bool IsStandardOutput() const { return file == "-"; }
 };
 
 struct ReportCommandLine {

@@ -38,9 +38,9 @@ bool IsTemporaryResult(std::string_view name) {
 
 class Lister {
 public:
-    explicit Lister(std::vector<std::string> const& outputPaths) {
-        for (std::string const& path : outputPaths)
-            if (std::optional<FileIdentity> const identity = IdentifyOutput(path))
+    explicit Lister(std::vector<NamedFile> const& namedOutputs) {
+        for (NamedFile const& output : namedOutputs)
+            if (std::optional<FileIdentity> const identity = IdentifyFile(output))
                 outputs.insert(*identity);
     }
 
@@ -113,7 +113,7 @@ std::string ReadHostsText(std::string const& file) {
 } // namespace
 
 ReportFiles ListReportFiles(std::vector<std::string> const& operands,
-                            std::vector<std::string> const& outputs) {
+                            std::vector<NamedFile> const& outputs) {
     Lister lister(outputs);
     for (std::string const& operand : operands) {
         std::error_code ignored;

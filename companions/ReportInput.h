@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "companions/FileIdentity.h"
 #include "companions/Report.h"
 
 struct ReportFiles {
@@ -22,7 +23,7 @@ struct ReportFiles {
 //
 // A directory that cannot be read is a problem.
 ReportFiles ListReportFiles(std::vector<std::string> const& operands,
-                            std::vector<std::string> const& outputs = {});
+                            std::vector<NamedFile> const& outputs = {});
 
 constexpr std::size_t maxHostsBytes = std::size_t{16} << 20;
 

@@ -38,10 +38,10 @@ void ThrowIfStopped() {
 class Target {
 public:
     Target(ReportOutput const& theOutput, mode_t mode) : format(theOutput.format) {
-        if (theOutput.file != "-")
+        if (!theOutput.IsStandardOutput())
             file.emplace(theOutput.file, mode);
         output.emplace(file ? file->Descriptor() : STDOUT_FILENO);
-        name = theOutput.file == "-" ? "the report" : theOutput.file;
+        name = theOutput.IsStandardOutput() ? "the report" : theOutput.file;
     }
 
     void Start(Report const& report) { writer = MakeReportWriter(format, report, *output); }
@@ -107,29 +107,26 @@ private:
     int shown = -1;
 };
 
-// Throws CommandLineError. Called before any output is created.
-ReportOptions MakeOptions(ReportCommandLine const& commandLine) {
+std::vector<NamedFile> OutputsOf(ReportCommandLine const& commandLine) {
     std::vector<NamedFile> outputs;
     for (ReportOutput const& output : commandLine.outputs)
-        outputs.push_back({NameOf(output.format), output.file});
+        outputs.push_back({NameOf(output.format), output.file, output.IsStandardOutput()});
+    return outputs;
+}
+
+// Throws CommandLineError. Called before any output is created.
+ReportOptions MakeOptions(ReportCommandLine const& commandLine) {
     std::vector<NamedFile> inputs;
     for (std::string const& file : commandLine.files)
         inputs.push_back({"FILE", file});
     if (commandLine.hostsFile)
         inputs.push_back({"--hosts", *commandLine.hostsFile});
-    RefuseSharedFiles(outputs, inputs);
+    RefuseSharedFiles(OutputsOf(commandLine), inputs);
     ReportOptions options = commandLine.options;
     options.now = CurrentTime();
     if (commandLine.hostsFile)
         options.expectedHosts = ReadHosts(*commandLine.hostsFile);
     return options;
-}
-
-ReportFiles ListFiles(ReportCommandLine const& commandLine) {
-    std::vector<std::string> outputs;
-    for (ReportOutput const& output : commandLine.outputs)
-        outputs.push_back(output.file);
-    return ListReportFiles(commandLine.files, outputs);
 }
 
 Report ReadResults(ReportOptions const& options, ReportFiles const& files, Steps& steps) {
@@ -214,7 +211,7 @@ void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
 int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
     // Before the targets create temporary files, which would be listed.
-    ReportFiles const files = ListFiles(commandLine);
+    ReportFiles const files = ListReportFiles(commandLine.files, OutputsOf(commandLine));
     Targets targets;
     for (ReportOutput const& output : commandLine.outputs)
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));

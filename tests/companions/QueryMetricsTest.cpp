@@ -11,6 +11,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using Texts = std::vector<std::string>;
 
 constexpr char metricsFile[] = "/opt/compliance.prom";
@@ -90,6 +91,42 @@ TEST(QueryMetricsTest, FileOfTheRowsIsRefusedAndNothingIsSent) {
                   "are the same file; accepted: a file of its own for each output\n",
                   RunProgram({"/bin/sh", "-c", command}).errors);
         EXPECT_EQ("old", MetricsText());
+        EXPECT_EQ(0u, agent.Requests().size());
+    });
+}
+
+TEST(QueryMetricsTest, RunWithoutStrictHasNoFailingRows) {
+    Query(WithMetrics({"-d"}), FinishingScript(Row(shortRow)),
+          [](ProgramResult const& result, auto const&) {
+              EXPECT_EQ(ExitStatus::Exited(0), result.status);
+              EXPECT_THAT(MetricsText(), HasSubstr("result=\"r\"} 1\n"));
+              EXPECT_THAT(MetricsText(), Not(HasSubstr("clientcompliance_failing_rows{")));
+          });
+}
+
+// Runs the command in /opt, with these redirections.
+ProgramResult RunInOpt(std::string const& arguments) {
+    return RunProgram(
+        {"/bin/sh", "-c", "cd /opt && exec '" CC_QUERY_PROGRAM "' --quiet -d " + arguments});
+}
+
+TEST(QueryMetricsTest, DashIsAFileAndNotStandardOutput) {
+    Sandbox::RunWithDirectories([] {
+        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
+        EXPECT_EQ(ExitStatus::Exited(0), RunInOpt("--tsv --prometheus - >/opt/rows").status);
+        EXPECT_TRUE(std::filesystem::exists("/opt/-"));
+        EXPECT_NE(0u, std::filesystem::file_size("/opt/rows"));
+    });
+}
+
+TEST(QueryMetricsTest, DashOfTheRowsIsTheSameFileAsItsPath) {
+    Sandbox::RunWithDirectories([] {
+        ScriptedAgent const agent(AgentScript().AwaitRequest());
+        ProgramResult const result = RunInOpt("--json --keep-failures --output - --prometheus ./-");
+        EXPECT_EQ(ExitStatus::Exited(2), result.status);
+        EXPECT_EQ("compliance-query: --prometheus './-' and --output '-' are the same file; "
+                  "accepted: a file of its own for each output\n",
+                  result.errors);
         EXPECT_EQ(0u, agent.Requests().size());
     });
 }

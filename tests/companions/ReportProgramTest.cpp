@@ -349,8 +349,9 @@ TEST_F(ReportProgramTest, TooLongTextIsAProblemOfItsFile) {
     ProgramResult const result = Report({"--json=-"}, options);
     EXPECT_EQ(ExitStatus::Exited(1), result.status) << result.errors;
     EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
-    EXPECT_NE(std::string::npos,
-              result.errors.find(": expected a text of at most 1048576 bytes\n"));
+    EXPECT_NE(
+        std::string::npos,
+        result.errors.find(": expected a text of at most 1048576 bytes\n"));
 }
 
 TEST_F(ReportProgramTest, ManyProblemsAreCounted) {
@@ -369,6 +370,14 @@ TEST_F(ReportProgramTest, ShowsHelpAndVersion) {
                     .output.starts_with("Usage: compliance-report --strict LIST [OPTION]..."));
     EXPECT_EQ("compliance-report " CC_VERSION "\n",
               RunProgram({CC_REPORT_PROGRAM, "--version"}).output);
+}
+
+TEST_F(ReportProgramTest, StandardOutputThatIsNoRegularFileIsNoInput) {
+    std::string const command =
+        "'" CC_REPORT_PROGRAM "' --strict=Pass --json=- /dev/null >/dev/null";
+    ProgramResult const result = RunProgram({"/bin/sh", "-c", command});
+    EXPECT_EQ(ExitStatus::Exited(1), result.status);
+    EXPECT_EQ("compliance-report: /dev/null: expected a regular file\n", result.errors);
 }
 
 } // namespace
