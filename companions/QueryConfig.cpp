@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "companions/FileContent.h"
 #include "companions/QueryValues.h"
 #include "companions/Utf8.h"
 #include "companions/VisibleText.h"
@@ -187,30 +188,11 @@ private:
     QueryConfig config;
 };
 
-// Reads the file, but at most one byte more than the limit. Returns nullopt and sets errno on
-// failure.
-std::optional<std::string> ReadContent(int descriptor) {
-    std::string content(maxFileSize + 1, '\0');
-    std::size_t length = 0;
-    while (length < content.size()) {
-        ssize_t const count = read(descriptor, content.data() + length, content.size() - length);
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count < 0)
-            return {};
-        if (count == 0)
-            break;
-        length += static_cast<std::size_t>(count);
-    }
-    content.resize(length);
-    return content;
-}
-
 QueryConfig ReadFile(std::string const& path, int descriptor) {
     struct stat facts {};
     if (fstat(descriptor, &facts) == 0 && !S_ISREG(facts.st_mode))
         return {.mistakes = {path + ": not a regular file"}};
-    std::optional<std::string> const content = ReadContent(descriptor);
+    std::optional<std::string> const content = ReadContent(descriptor, maxFileSize + 1);
     if (!content)
         return {.mistakes = {path + ": cannot be read: " + std::strerror(errno)}};
     if (content->size() > maxFileSize)

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -13,8 +12,11 @@
 #include <system_error>
 #include <utility>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "companions/Arguments.h"
-#include "companions/FileIdentity.h"
+#include "companions/FileContent.h"
 #include "companions/OptionValues.h"
 
 namespace {
@@ -26,9 +28,9 @@ bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 // Returns the name of the file whose temporary file (ResultFile.h) could have this name, or an
 // empty string.
 std::string_view TargetOfTemporary(std::string_view name) {
-    constexpr std::size_t suffixLength = 7;
-    bool const hasSuffix = name.size() > suffixLength && name[name.size() - suffixLength] == '.';
-    return hasSuffix ? name.substr(0, name.size() - suffixLength) : "";
+    constexpr std::size_t length = 7;
+    bool const hasSuffix = name.size() > length && name[name.size() - length] == '.';
+    return hasSuffix ? name.substr(0, name.size() - length) : "";
 }
 
 bool IsTemporaryResult(std::string_view name) {
@@ -99,15 +101,17 @@ CommandLineError HostsError(std::string const& file, std::string const& problem)
 
 // Returns the content of the file without a byte order mark.
 std::string ReadHostsText(std::string const& file) {
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
+    int const descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
         throw HostsError(file, std::string(" could not be opened: ") + std::strerror(errno));
-    std::string text(maxHostsBytes + 1, '\0');
-    stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-    text.resize(static_cast<std::size_t>(stream.gcount()));
-    if (text.size() > maxHostsBytes)
+    std::optional<std::string> const text = ReadContent(descriptor, maxHostsBytes + 1);
+    int const error = errno;
+    close(descriptor);
+    if (!text)
+        throw HostsError(file, std::string(" could not be read: ") + std::strerror(error));
+    if (text->size() > maxHostsBytes)
         throw HostsError(file, ": expected at most " + std::to_string(maxHostsBytes) + " bytes");
-    return text.substr(text.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+    return text->substr(text->starts_with("\xEF\xBB\xBF") ? 3 : 0);
 }
 
 } // namespace

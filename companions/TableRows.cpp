@@ -196,13 +196,13 @@ private:
 } // namespace
 
 void WriteTable(Rows const& rows, TableOptions const& options,
-                std::vector<std::string> const& acceptedResults, Output& output) {
+                std::vector<std::string> const& accepted, Output& output) {
     if (rows.count == 0)
         return output.Write("No results.\n");
     std::vector<unsigned int> const selected = SelectRows(rows, options);
     if (selected.empty())
         return output.Write("No rows with these results.\n");
     WidthLocale const locale;
-    Colors colors(UsesColor(options.color, output), acceptedResults);
+    Colors colors(UsesColor(options.color, output), accepted);
     Table(rows, options, colors, output).Write(selected);
 }

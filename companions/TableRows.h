@@ -33,7 +33,7 @@ struct TableOptions {
 //
 // Sorting is stable, by CompareTexts (TextOrder.h).
 //
-// Colours: a result is green if it is in `acceptedResults`, otherwise red. If that list is empty,
+// Colours: a result is green if it is in `accepted`, otherwise red. If that list is empty,
 // different results have different colours, which are reused after the fourth.
 void WriteTable(Rows const& rows, TableOptions const& options,
-                std::vector<std::string> const& acceptedResults, Output& output);
+                std::vector<std::string> const& accepted, Output& output);

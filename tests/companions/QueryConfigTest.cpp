@@ -149,4 +149,11 @@ TEST(QueryConfigNameTest, NamesAFileOfTheDirectory) {
         EXPECT_THROW(ParseConfigName(name), ValueError) << name;
 }
 
+TEST_F(QueryConfigTest, ValueHasAtMost4096Bytes) {
+    EXPECT_EQ(Texts(), Mistakes("GOOD_RESULTS=" + std::string(4096, 'r')));
+    EXPECT_EQ(Texts{"1: GOOD_RESULTS: '" + std::string(100, 'r') +
+                    "...' has more than 4096 bytes; accepted: " + acceptedResults},
+              Mistakes("GOOD_RESULTS=" + std::string(4097, 'r')));
+}
+
 } // namespace

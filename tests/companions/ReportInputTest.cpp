@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 #include "companions/Arguments.h"
@@ -77,6 +79,18 @@ TEST_F(ReportInputTest, RefusesOtherHostFiles) {
     EXPECT_THROW(ReadHosts("/dev/zero"), CommandLineError);
     EXPECT_THROW(ReadHosts(directory / "none"), CommandLineError);
     EXPECT_THROW(ReadHosts(directory.path()), CommandLineError);
+}
+
+TEST_F(ReportInputTest, NamesTheErrorOfHostsThatCannotBeRead) {
+    for (auto const& [file, error] :
+         {std::pair{directory.path(), EISDIR}, std::pair{std::string("/proc/self/mem"), EIO}})
+        try {
+            ReadHosts(file);
+            ADD_FAILURE() << file;
+        } catch (CommandLineError const& refusal) {
+            EXPECT_EQ("--hosts: " + file + " could not be read: " + std::strerror(error),
+                      refusal.what());
+        }
 }
 
 } // namespace

@@ -1,0 +1,58 @@
+#include "companions/FileContent.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "tests/companions/StoredResults.h"
+#include "tests/support/TemporaryDirectory.h"
+
+namespace {
+
+class FileContentTest : public testing::Test {
+protected:
+    std::optional<std::string> ReadFirst(std::size_t max) const {
+        int const descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+        std::optional<std::string> content = ReadContent(descriptor, max);
+        close(descriptor);
+        return content;
+    }
+
+    TemporaryDirectory const directory;
+    std::string const file = WriteFile(directory / "file", std::string("a\0b", 3));
+};
+
+TEST_F(FileContentTest, ReturnsAtMostTheLimit) {
+    EXPECT_EQ(std::string("a\0b", 3), ReadFirst(100));
+    EXPECT_EQ(std::string("a\0b", 3), ReadFirst(3));
+    EXPECT_EQ(std::string("a\0", 2), ReadFirst(2));
+    EXPECT_EQ("", ReadFirst(0));
+}
+
+TEST_F(FileContentTest, ReadsAPipeUntilItsEnd) {
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    std::thread writer([&] {
+        for (char const byte : {'x', 'y', 'z'}) {
+            EXPECT_EQ(1, write(ends[1], &byte, 1));
+            usleep(1000);
+        }
+        close(ends[1]);
+    });
+    EXPECT_EQ("xyz", ReadContent(ends[0], 100));
+    writer.join();
+    close(ends[0]);
+}
+
+TEST_F(FileContentTest, FailureSetsErrno) {
+    int const descriptor = open(directory.path().c_str(), O_RDONLY | O_CLOEXEC);
+    EXPECT_EQ(std::nullopt, ReadContent(descriptor, 100));
+    EXPECT_EQ(EISDIR, errno);
+    close(descriptor);
+}
+
+} // namespace
