@@ -18,6 +18,7 @@
 #include "companions/Arguments.h"
 #include "companions/FileContent.h"
 #include "companions/OptionValues.h"
+#include "companions/ResultFile.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 // Returns the name of the file whose temporary file (ResultFile.h) could have this name, or an
 // empty string.
 std::string_view TargetOfTemporary(std::string_view name) {
-    constexpr std::size_t length = 7;
+    constexpr std::size_t length = temporarySuffix.size();
     bool const hasSuffix = name.size() > length && name[name.size() - length] == '.';
     return hasSuffix ? name.substr(0, name.size() - length) : "";
 }

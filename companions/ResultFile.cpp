@@ -14,8 +14,6 @@
 
 namespace {
 
-constexpr char temporarySuffix[] = ".XXXXXX";
-
 [[noreturn]] void Fail(std::string const& path, char const* action) {
     throw ResultFileError("'" + path + "' could not be " + action + ": " + std::strerror(errno));
 }
@@ -61,7 +59,7 @@ Target FollowLinks(std::string path) {
 
 // Returns why the file at the path cannot be replaced, or an empty string.
 std::string ReasonAgainstTarget(std::string const& path) {
-    constexpr std::size_t maxNameLength = NAME_MAX - (sizeof temporarySuffix - 1);
+    constexpr std::size_t maxNameLength = NAME_MAX - temporarySuffix.size();
     Target const target = FollowLinks(path);
     if (!target.reason.empty())
         return target.reason;
@@ -122,7 +120,7 @@ std::string ReasonAgainstResultFile(std::string const& path) {
 }
 
 ResultFile::ResultFile(std::string const& path, std::optional<mode_t> mode)
-    : target(ResolveTarget(path)), temporary(target + temporarySuffix) {
+    : target(ResolveTarget(path)), temporary(target + std::string(temporarySuffix)) {
     descriptor = mkostemp(temporary.data(), O_CLOEXEC);
     if (descriptor < 0)
         Fail(target, "replaced");

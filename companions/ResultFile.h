@@ -4,6 +4,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <sys/types.h>
 
@@ -12,6 +13,9 @@ class ResultFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+// The template (mkostemp(3)) of the suffix of temporary files, which follows the name of the file.
+constexpr std::string_view temporarySuffix = ".XXXXXX";
 
 // Returns why a ResultFile cannot have this path, such as "is a directory", or an empty string.
 std::string ReasonAgainstResultFile(std::string const& path);

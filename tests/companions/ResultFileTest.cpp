@@ -2,11 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
 
 #include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "tests/support/OtherProcess.h"
@@ -207,6 +214,48 @@ TEST_F(ResultFileTest, ChosenModeDoesNotDependOnTheUmask) {
     struct stat facts {};
     ASSERT_EQ(0, stat(path.c_str(), &facts));
     EXPECT_EQ(0604u, facts.st_mode & 07777);
+}
+
+TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
+    Replace(path, "old");
+    ResultFile file(path);
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    // fsync(2) fails for a pipe.
+    ASSERT_EQ(file.Descriptor(), dup2(ends[1], file.Descriptor()));
+    close(ends[0]);
+    close(ends[1]);
+    try {
+        file.Publish();
+        ADD_FAILURE() << "published";
+    } catch (ResultFileError const& error) {
+        EXPECT_EQ(Quoted(path) + " could not be flushed to the disk: Invalid argument",
+                  error.what());
+    }
+    EXPECT_EQ("old", ContentOf(path));
+}
+
+// From now on fchmod(2) fails in this process.
+void RefuseModes() {
+    std::array<sock_filter, 4> filter = {
+        {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fchmod, 0, 1),
+         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
+         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
+    sock_fprog const program{filter.size(), filter.data()};
+    ASSERT_EQ(0, prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
+    ASSERT_EQ(0, prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
+}
+
+TEST_F(ResultFileTest, ModeThatCannotBeSetIsRefusedOnlyIfChosen) {
+    OtherProcess other([&] {
+        RefuseModes();
+        EXPECT_THROW(ResultFile(path, 0644), ResultFileError);
+        EXPECT_EQ(0u, CountEntries(directory.path()));
+        Replace(path, "text");
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    EXPECT_EQ("text", ContentOf(path));
 }
 
 } // namespace
