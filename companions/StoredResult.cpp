@@ -84,7 +84,8 @@ public:
 private:
     void Fill() {
         if (total - valueStart > maxStoredTextBytes)
-            Refuse("expected a text of at most " + std::to_string(maxStoredTextBytes) + " bytes");
+            Refuse("expected a text, number or whitespace of at most " +
+                   std::to_string(maxStoredTextBytes) + " bytes");
         ssize_t count = 0;
         do
             count = read(descriptor, buffer.data(), buffer.size());

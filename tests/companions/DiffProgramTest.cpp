@@ -1,11 +1,13 @@
 // The real compliance-diff.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
 #include "tests/companions/StoredResults.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/Sanitizers.h"
 #include "tests/support/TemporaryDirectory.h"
 
 namespace {
@@ -51,6 +53,19 @@ TEST_F(DiffProgramTest, ReadsAPipe) {
         "cat '" + failed + "' | '" CC_DIFF_PROGRAM "' '" + passed + "' /dev/stdin";
     EXPECT_EQ(ExitStatus::Exited(1), RunProgram({"/bin/sh", "-c", command}).status);
 }
+
+// A sanitizer makes the 256 MiB take minutes.
+#ifndef CC_ADDRESS_SANITIZER
+TEST_F(DiffProgramTest, RefusesDocumentLargerThan256Mebibytes) {
+    std::string const command = "{ printf '{\"new\":[\"\"'; yes ',\"" + std::string(60'000, 'x') +
+                                "\"'; } 2>/dev/null | '" CC_DIFF_PROGRAM "' /dev/stdin '" + passed +
+                                "'";
+    ProgramResult const result =
+        RunProgram({"/bin/sh", "-c", command}, {}, std::chrono::seconds(110));
+    EXPECT_EQ(ExitStatus::Exited(2), result.status);
+    EXPECT_EQ("compliance-diff: /dev/stdin: expected at most 268435456 bytes\n", result.errors);
+}
+#endif
 
 TEST_F(DiffProgramTest, OutputThatCannotBeWrittenIsTrouble) {
     std::string const command =

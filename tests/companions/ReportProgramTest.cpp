@@ -351,7 +351,7 @@ TEST_F(ReportProgramTest, TooLongTextIsAProblemOfItsFile) {
     EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
     EXPECT_NE(
         std::string::npos,
-        result.errors.find(": expected a text of at most 1048576 bytes\n"));
+        result.errors.find(": expected a text, number or whitespace of at most 1048576 bytes\n"));
 }
 
 TEST_F(ReportProgramTest, ManyProblemsAreCounted) {

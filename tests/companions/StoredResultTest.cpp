@@ -3,9 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <thread>
 #include <vector>
 
+#include <pthread.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -242,7 +246,9 @@ TEST_F(StoredResultTest, LengthOfOneTextIsLimited) {
     EXPECT_EQ("accepted", Refusal(textWith(maxStoredTextBytes - 1000)));
     // The limit is checked for chunks.
     std::string const refusal = Refusal(textWith(maxStoredTextBytes + 100'000));
-    EXPECT_TRUE(refusal.ends_with(": expected a text of at most 1048576 bytes")) << refusal;
+    EXPECT_TRUE(
+        refusal.ends_with(": expected a text, number or whitespace of at most 1048576 bytes"))
+        << refusal;
 }
 
 TEST_F(StoredResultTest, RefusesRowsWithoutAField) {
@@ -294,6 +300,41 @@ TEST_F(StoredResultTest, RefusesInputThatHasNoEnd) {
                      "a literal",
                      error.what());
     }
+}
+
+TEST_F(StoredResultTest, LengthOfWhitespaceIsLimited) {
+    std::string const refusal = Refusal("{" + std::string(maxStoredTextBytes + 100'000, ' ') + "}");
+    EXPECT_TRUE(
+        refusal.ends_with(": expected a text, number or whitespace of at most 1048576 bytes"))
+        << refusal;
+}
+
+void IgnoreSignal(int) {}
+
+// The reader's thread gets signals while it waits for the bytes.
+TEST_F(StoredResultTest, SignalDoesNotEndTheRead) {
+    struct sigaction action {};
+    action.sa_handler = IgnoreSignal;
+    struct sigaction former {};
+    ASSERT_EQ(0, sigaction(SIGUSR1, &action, &former));
+    int ends[2];
+    ASSERT_EQ(0, pipe(ends));
+    std::thread writer([&, reader = pthread_self()] {
+        std::string const text = ResultText({storedList[0]});
+        for (char const byte : text) {
+            pthread_kill(reader, SIGUSR1);
+            usleep(100);
+            EXPECT_EQ(1, write(ends[1], &byte, 1));
+        }
+        close(ends[1]);
+    });
+    StoredResult result;
+    EXPECT_NO_THROW(result = ReadStoredResult("/dev/fd/" + std::to_string(ends[0]), StoredKind::any,
+                                              [](StoredRow&&) {}));
+    writer.join();
+    close(ends[0]);
+    sigaction(SIGUSR1, &former, nullptr);
+    EXPECT_EQ(1u, result.rowCount);
 }
 
 } // namespace
