@@ -148,4 +148,16 @@ TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
     EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
 }
 
+TEST(ReportFormatsTest, JunitSuiteOfAVanishedFileHasNoTests) {
+    Report report;
+    report.entries.push_back(EntryOf("web1", 3, 2));
+    std::string const text = OutputOf([&](Output& output) {
+        auto const writer = MakeReportWriter(ReportFormat::junit, report, output);
+        writer->StartEntry(report.entries[0]);
+        writer->EndEntry(report.entries[0]);
+        writer->Finish();
+    });
+    EXPECT_TRUE(Has(text, "tests=\"0\" failures=\"0\" errors=\"0\"")) << text;
+}
+
 } // namespace

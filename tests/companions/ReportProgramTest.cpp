@@ -380,4 +380,17 @@ TEST_F(ReportProgramTest, StandardOutputThatIsNoRegularFileIsNoInput) {
     EXPECT_EQ("compliance-report: /dev/null: expected a regular file\n", result.errors);
 }
 
+// The rows of the first host fill the pipe, so the report has read each file once.
+TEST_F(ReportProgramTest, FileThatChangesDuringTheReportIsAProblem) {
+    Store("a-large", RowList(5000, ResultRow("d", "Pass")));
+    Store("b-changed", {ResultRow("d", "Pass")});
+    BlockedReport report({CC_REPORT_PROGRAM, "--strict=Pass", "--csv=-", directory / "results"});
+    Store("b-changed", {ResultRow("d", "Pass"), ResultRow("e", "Fail")});
+    ProgramResult const result = report.ReadAll();
+    EXPECT_EQ(ExitStatus::Exited(1), result.status);
+    EXPECT_EQ("compliance-report: " + directory / "results/b-changed.json" +
+                  ": expected no change during the report\n",
+              result.errors);
+}
+
 } // namespace

@@ -379,4 +379,45 @@ TEST_F(ReportTest, TimeGrowsSlowerThanTheSquareOfDocuments) {
     EXPECT_LT(TimeToFinish(options, file, 3200), 64 * few);
 }
 
+TEST_F(ReportTest, EvaluationWithoutDurationIsOneOfTwoAtItsStart) {
+    Provenance provenance = ProvenanceOf("web1");
+    provenance.end = provenance.start;
+    Store("a", provenance);
+    Store("b", ProvenanceOf("web1"));
+    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+}
+
+TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNoCopies) {
+    Provenance provenance = ProvenanceOf("web1");
+    Store("fresh", provenance);
+    provenance.stale = true;
+    Store("stale", provenance);
+    EXPECT_EQ((StateTexts{"web1: two-machines stale"}), States());
+    EXPECT_EQ(1u, Make().entries.at(0).olderResults);
+}
+
+TEST_F(ReportTest, AcceptsHostNameOf255Bytes) {
+    std::string const host(255, 'h');
+    Store("a", ProvenanceOf(host.c_str()));
+    EXPECT_EQ((StateTexts{host + ":"}), States());
+}
+
+TEST_F(ReportTest, ResultsBeyondTheFirstThousandAreNotNamed) {
+    options.acceptedResults = {"late"};
+    for (std::size_t const others : {std::size_t{999}, std::size_t{1000}}) {
+        std::vector<std::string> results;
+        for (std::size_t index = 0; index < others; ++index)
+            results.push_back("r" + std::to_string(index));
+        RowList rows;
+        for (std::string const& result : results)
+            rows.push_back(ResultRow("d", result));
+        rows.insert(rows.end(), 5, ResultRow("d", "late"));
+        Store("a", ProvenanceOf("web1"), rows);
+        Report const report = Make();
+        files.clear();
+        EXPECT_EQ(others < 1000, report.entries.at(0).results.contains("late")) << others;
+        EXPECT_EQ(rows.size() - (others < 1000 ? 20 : 16), report.entries.at(0).otherRows);
+    }
+}
+
 } // namespace
