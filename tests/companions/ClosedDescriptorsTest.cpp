@@ -31,7 +31,7 @@ constexpr char progress[] = "compliance-query: asking the agent\n"
 constexpr char outputFailed[] =
     "compliance-query: the rows could not be written: Bad file descriptor\n";
 
-// Each bit of the first parameter closes one file descriptor; the second one tells whether there is
+// Each bit of the first parameter closes one file descriptor; the second one is whether there is
 // a /dev/null.
 class ClosedDescriptorsTest : public testing::TestWithParam<std::tuple<int, bool>> {
 protected:

@@ -42,7 +42,7 @@ TEST(DoctorDirectoriesTest, Missing) {
     });
 }
 
-TEST(DoctorDirectoriesTest, SomethingElseStandsThere) {
+TEST(DoctorDirectoriesTest, DiagnosesAnEntryThatIsNoDirectory) {
     Sandbox::Run([] {
         fs::create_directories(agentDirectory);
         std::ofstream(std::string(requests)) << "file";

@@ -157,7 +157,7 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
     });
 }
 
-// What is written through a planted link is lost, whether or not the link leads anywhere.
+// A document written through a planted link is lost, also if the link is dangling.
 TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
     Sandbox::Run([] {
         CreateAgentDirectories();

@@ -140,8 +140,8 @@ TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
     });
 }
 
-// A fifo would keep the one waiting who opens it.
-TEST(DoctorLockTest, SomethingElseStandsThere) {
+// The open of a FIFO would block.
+TEST(DoctorLockTest, DiagnosesAnEntryThatIsNoLockFile) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(lockFile);

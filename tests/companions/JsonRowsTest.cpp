@@ -163,7 +163,7 @@ TEST(JsonRowsTest, OldAnswerIsNotFresh) {
               Json::parse(JsonText({}, provenance)).at("provenance").at("response").at("fresh"));
 }
 
-TEST(JsonRowsTest, NothingPlaysWithATerminal) {
+TEST(JsonRowsTest, ControlCharactersAreEscapedOnATerminal) {
     RowList const list = {
         {{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\xE2\x80\xAE", "caf\xC3\xA9"}}};
     using Write = void (*)(Rows const&, Provenance const&, Output&);

@@ -23,7 +23,7 @@
 
 namespace {
 
-// The state stands behind the name in parentheses.
+// The state follows the name in parentheses.
 bool IsAsleep(pid_t process) {
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::string const facts{std::istreambuf_iterator<char>(file), {}};

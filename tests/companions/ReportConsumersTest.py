@@ -61,7 +61,7 @@ def failure(host):
 
 
 NAMES = ["designator", "result", "resultType", "evaluationTime", "description", "comment"]
-# Each hostile text in each field.
+# Each adversarial text in each field.
 ROWS = [dict(zip(NAMES, ["plain", "Pass", "type", "17", "text", ""]))] + [
     dict(zip(NAMES, [text if field == index else f"{name}{number}"
                      for index, name in enumerate(NAMES)]))

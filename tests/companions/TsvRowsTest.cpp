@@ -30,8 +30,8 @@ TEST(TsvRowsTest, OtherBytesStandAsTheyAre) {
               Tsv({{{"\x01", "\x1b[m", "\xB5", "\xC2\xB5", "\"q\"", " a "}}}));
 }
 
-// The backslashes of the text itself stand twice, so what is shown can be told from it.
-TEST(TsvRowsTest, NothingPlaysWithATerminal) {
+// Backslashes of the text are doubled, so escapes are unambiguous.
+TEST(TsvRowsTest, ControlCharactersAreEscapedOnATerminal) {
     RowList const list = {{{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\\x1b", "caf\xC3\xA9"}}};
     EnvironmentVariable const locale("LC_ALL", "C.UTF-8");
     Terminal screen;

@@ -64,8 +64,8 @@ TEST(Utf8Test, TextIsUtf8IfAllOfItIs) {
     EXPECT_FALSE(IsUtf8("\xC2\xB5 then \xFF"));
 }
 
-// Against the library that writes the other JSON here, which refuses what is no UTF-8.
-TEST(Utf8Test, AgreesWithAnotherReaderOnAnyFourBytes) {
+// Compares with the JSON library, which rejects ill-formed UTF-8.
+TEST(Utf8Test, AgreesWithTheJsonLibraryOnAnyFourBytes) {
     char const bytes[] = {'a',    '\x7F', '\x80', '\x8F', '\x90', '\x9F', '\xA0', '\xBF', '\xC0',
                           '\xC2', '\xDF', '\xE0', '\xE1', '\xED', '\xEF', '\xF0', '\xF4', '\xFF'};
     for (char const first : bytes)

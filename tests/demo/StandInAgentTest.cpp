@@ -107,8 +107,8 @@ TEST(StandInAgentTest, ReportsFileLineAndReasonOfAScenarioError) {
     Sandbox::Run([] {
         Sandbox::InstallAgent(VESKA_CLIENT);
         WriteWholeFile(scenarioFile, "# fine\nfinish\nprogress x\n");
-        std::string const error =
-            "VeskaClient: /opt/test.scenario:3: 'x' is not a number from -2147483648 to 2147483647\n";
+        std::string const error = "VeskaClient: /opt/test.scenario:3: 'x' is not a number from "
+                                  "-2147483648 to 2147483647\n";
         ExpectResult(1, "", error, RunStandIn({scenarioFile}));
         ExpectResult(1, "", error, RunStandIn({"--check", scenarioFile}));
         EXPECT_FALSE(Exists("/var/opt/VeskaClient"));

@@ -108,7 +108,7 @@ class FleetTest(AnsibleTest):
         self.call(host, "ansible.builtin.copy",
                   f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
 
-    def test_report_names_the_hosts_without_a_result_and_their_reasons(self):
+    def test_report_names_hosts_without_a_result_and_reasons(self):
         self.remove_request()
         made = self.report(self.scratch / "fleet", *EVALUATE)
         self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
@@ -143,7 +143,7 @@ class FleetTest(AnsibleTest):
         self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
         self.assertFalse(self.is_templated("web3"))
 
-    def test_evaluate_returns_rows_and_provenance_and_changes_nothing(self):
+    def test_evaluate_returns_rows_and_provenance_unchanged(self):
         found = self.call("web1,web3,web5", "evaluate", "default=true", "--check")
         for host, values in found.items():
             self.assertFalse(values["changed"])

@@ -67,7 +67,7 @@ BEFORE = {
 }
 # And the expected exit status of those that show something else than success.
 STATUS = {"compliance-report": 10, "compliance-diff": 1, "runuser": 2}
-# What is seen afterwards. node_exporter runs as its own user.
+# Prints the results of the commands. node_exporter runs as its own user.
 AFTER = r"""
 echo "== metrics"
 runuser -u prometheus -- prometheus-node-exporter --collector.disable-defaults --collector.textfile \

@@ -9,7 +9,7 @@ import time
 
 from support import BUILD
 
-# $1: directory with what is installed, $2: bash script.
+# $1: directory with the installed files, $2: bash script.
 #
 # The file system of the machine is read-only. Only stubs of the targets of systemd exist, so that
 # nothing of the machine starts. The control group is one of its own, as a container has it.
