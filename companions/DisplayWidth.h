@@ -6,9 +6,9 @@
 
 #include <locale.h>
 
-// Sets the locale of the calling thread to that of the environment, or to C.UTF-8 if the former
-// does not use UTF-8. The destructor restores the previous locale. The locale of the process does
-// not change.
+// Sets LC_CTYPE of the calling thread to that of the environment, or to C.UTF-8 if the former does
+// not use UTF-8. The other categories become "C". The destructor restores the previous locale. The
+// locale of the process does not change. Has no effect if the locale cannot be created.
 class WidthLocale {
 public:
     WidthLocale();
@@ -28,9 +28,9 @@ private:
 // REQUIRES: this thread has a WidthLocale; `text` has no control characters.
 std::size_t DisplayWidth(std::string_view text);
 
-// Returns the length in bytes of the longest prefix that takes at most `width` columns. The prefix
-// has at least one character, even if that is wider. Combining characters are not separated from
-// their base character.
+// Returns the length in bytes of the longest prefix that takes at most `width` columns, but of at
+// least one character. Combining characters are not separated from their base character, unless
+// that is wider than `width`.
 //
 // REQUIRES: this thread has a WidthLocale; `text` is not empty.
 std::size_t PrefixWithin(std::string_view text, std::size_t width);

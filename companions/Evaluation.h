@@ -11,12 +11,12 @@ class Progress;
 struct Rows;
 
 struct EvaluationRequest {
-    // Both null: the request has no URL and no document (-d).
+    // With -d, both are null: the request has an empty URL and an empty document name.
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
     std::optional<std::chrono::steady_clock::time_point> deadline = {};
-    // Accept a stale final answer: a response that was already there before the request.
+    // Accept a stale final answer: a response that existed before the request and did not change.
     bool allowStale = false;
 };
 
@@ -27,15 +27,15 @@ struct EvaluationEnd {
         failed,     // a function of the C API returned the error code `number`
         timedOut,   // the deadline has passed
         stopped,    // the stop signal `number` was received (StopSignals.h)
-        stale,      // the final answer was stale; `number` is its state
+        stale,      // the final answer was stale; `number` is the state it has, 1 or 2
     };
 
     What what = finished;
     int number = 0;
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // The responses to Open, to the last Progress and to Close did not change (ResponseWatch). An
-    // agent may leave the old response in place for Open and Close.
+    // True if the request of Open, of the last Progress or of Close left the response file
+    // unchanged (ResponseWatch). An agent may leave it unchanged for Open and Close.
     bool openUnchanged = false;
     bool answerUnchanged = false;
     bool closeUnchanged = false;
@@ -43,14 +43,16 @@ struct EvaluationEnd {
     ResponseState answer = {};
 };
 
-// Opens an evaluation, polls it once a second until it ends, passes the rows to `useRows`, and
-// closes it. Always closes an evaluation that it has opened, including after a timeout, a stop
-// signal or an exception.
+// Opens an evaluation, polls it with pauses of one second until it ends, passes the rows to
+// `useRows`, and closes it. After COMPLIANCE_Open has returned 0, always closes the evaluation,
+// including after a timeout, a stop signal or an exception.
 //
 // Checks the deadline and the signals between calls of the C API, so a running exchange completes
 // first. A signal has precedence over every other end, and a final answer over the deadline.
 //
-// `useRows` takes the rows, which are valid only during the call, and whether their answer was
-// stale. Exceptions of `useRows`, and std::bad_alloc of the C API, propagate after the close.
+// `useRows` takes the rows, which are valid only during the call, and whether the answer was stale.
+// Its exceptions, and std::bad_alloc of COMPLIANCE_Progress, propagate after the close. A
+// std::bad_alloc of COMPLIANCE_Open propagates without a close, and the lock is then held until the
+// process exits.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
                        std::function<void(Rows const&, bool stale)> const& useRows);

@@ -1,14 +1,16 @@
-// Checks whether the agent is available, before a request is written. They only read the file
-// system.
+// Checks whether the agent is installed, running and configured. COMPLIANCE_Open calls these
+// functions before it writes a request.
 //
-// The checks are the same for root and for other users. They send no signals. Every file or process
-// with the agent's name counts as the agent.
+// They only read the file system, and send no signals. They do not treat root specially, but may
+// return different results for root, who can search all directories and see all processes. Any
+// directory entry at the program's path counts as the agent, and so does any process with its name.
 #pragma once
 
 namespace UnixPlatform {
 
-// Returns 0 if AgentPaths::program exists, otherwise -1. A directory entry of any type and mode
-// counts, except a dangling link.
+// Returns 0 if stat(2) finds AgentPaths::program, otherwise -1. The file may have any type and
+// mode. A dangling link counts as missing, and so does a file in a directory that the user may not
+// search.
 int IsInstalled();
 
 // True if a process has the agent's name. Stops at the first match. Throws only std::bad_alloc.

@@ -18,7 +18,8 @@ public:
     // Calls OpenExisting.
     explicit FileReadingPath(FileLocation const& where);
 
-    // The contract is that of the base class, whose overload stays visible.
+    // Calls OpenExisting of the base class, which specifies it. The overload of the base stays
+    // visible.
     void OpenExisting(FileLocation const& where);
     using UnixPlatform::FileReadingPath::OpenExisting;
 };

@@ -1,8 +1,8 @@
 // A file opened for reading and writing.
 //
-// A path owns a file descriptor and opens, flushes and closes it. Streams (FileWriter,
-// FileDataSink) point to a path and write its bytes. Only Flush waits until the data is on disk;
-// Close does not.
+// A FileWritingPath owns a file descriptor: it opens, flushes and closes the file. Streams
+// (FileWriter, FileDataSink) point to this object and write the bytes. Only Flush waits until the
+// data is on disk; Close does not.
 #pragma once
 
 #include "files/FileLocation.h"
@@ -10,12 +10,12 @@
 
 class FileRetryLog;
 
-// Error handling: a failed system call throws according to the column "writing path" of
-// files/unix/FileErrorMappers.h, in Length and Close according to the column "reading path". The
-// exception has the name of the file only if opening it failed.
+// Error handling: a failed system call throws the class of FileIOError in the column "writing path"
+// of files/unix/FileErrorMappers.h; Length and Close use the column "reading path". The exception
+// names the file only if open(2) failed.
 class FileWritingPath : public UnixPlatform::FileWritingPath {
 public:
-    // Select whether the constructor accepts an existing file and whether it creates a missing one.
+    // Tags that select the operation of the constructor.
     struct OpenExistingFile {};
     struct OpenExistingFileOrNewFile {};
     struct OpenNewFile {};
@@ -24,7 +24,7 @@ public:
     // Not open.
     FileWritingPath() = default;
 
-    // Each calls the operation named like its tag; the one without a tag calls OpenExisting.
+    // Each calls the operation that corresponds to its tag; without a tag, OpenExisting.
     explicit FileWritingPath(FileLocation const& where);
     FileWritingPath(FileLocation const& where, OpenExistingFile);
     FileWritingPath(FileLocation const& where, OpenExistingFileOrNewFile);
@@ -49,8 +49,8 @@ public:
     using UnixPlatform::FileWritingPath::OpenNew;
     using UnixPlatform::FileWritingPath::OpenNewOrAsNew;
 
-    // Calls FlushOnBrokenFilesystems with the retries of files/FileRetry.h, which defines this
-    // function. Every exception leads to a retry. `where` is only passed to the log.
+    // Calls FlushOnBrokenFilesystems with the retries of files/FileRetry.h. Every exception leads
+    // to a retry. `where` is only passed to the log. Defined in files/FileRetry.cpp.
     void FlushOnBrokenFilesystemsWithRetry(FileLocation const& where,
                                            FileRetryLog const& log) const;
 };

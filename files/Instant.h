@@ -4,7 +4,7 @@
 #include <compare>
 #include <cstdint>
 
-// Microseconds since the epoch of the file system's times; negative before it.
+// Microseconds since the Unix epoch, 1970-01-01 00:00 UTC; negative before it.
 struct Instant {
     constexpr Instant() = default;
     explicit constexpr Instant(std::int64_t count) : microseconds(count) {}
@@ -16,4 +16,4 @@ struct Instant {
 
 inline constexpr std::int64_t microsecondsPerSecond = 1000000;
 
-static_assert(sizeof(Instant) == 8, "an instant is its count");
+static_assert(sizeof(Instant) == 8, "Instant must contain only its count");

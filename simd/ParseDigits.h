@@ -42,7 +42,7 @@ constexpr unsigned DigitValue(unsigned char byte) {
 
 // Parses a text of digits in base 10 or 16; letters may have either case. Returns false, and leaves
 // `value` unspecified, if the text is empty, has another byte, or does not fit 64 bits. For a text
-// of more than 24 characters, may return false even if the value fits.
+// of more than 24 characters, returns false even if the value fits.
 template <unsigned base>
 bool ParseDigitsScalar(unsigned char const* text, std::size_t length, std::uint64_t& value) {
     value = 0;
@@ -77,15 +77,15 @@ struct DigitWord;
 template <>
 struct DigitWord<10> {
     // Adding 0x76 carries a byte of 10 or more into its top bit. A byte of 0x8A or more also
-    // carries into the next byte, which then does not matter.
+    // carries into the next byte. That does not matter, because `word` has the top bit of such a
+    // byte set.
     static std::uint64_t NonDigitMask(std::uint64_t word) {
         return (word + InAllBytes(0x76)) | word;
     }
 
-    // Joins adjacent numbers three times: digits to pairs, and pairs to fours and to the whole
-    // value, in one multiplication for each half of the pairs. For the digits 1 2 3 4 5 6 7 8 the
-    // pairs in every other byte are 12 34 56 78. The first sum is 12 * 1000000 + 56 * 100 and the
-    // second 34 * 10000 + 78, both in the upper 32 bits.
+    // Adds adjacent digits to pairs. Then multiplies each half of the pairs by two weights at once.
+    // For the digits 1 2 3 4 5 6 7 8, every other byte of `pairs` has 12 34 56 78. The upper 32
+    // bits of `first` are 12 * 1000000 + 56 * 100, and those of `second` 34 * 10000 + 78.
     static std::uint64_t ParseDigitsUnchecked(std::uint64_t word) {
         std::uint64_t const pairs = word * 10 + (word >> 8);
         constexpr std::uint64_t everyOtherPair = 0x000000FF000000FF;
@@ -119,8 +119,8 @@ struct DigitWord<16> {
     }
 
     static std::uint64_t NonDigitMask(std::uint64_t word) {
-        // The XOR has inverted the case bit. "9aG" is 09 51 77: the last two are 10 or more, and of
-        // these the first is a letter.
+        // The XOR has inverted the case bit. "9aG" is 09 51 77: the last two are 10 or more, and
+        // only 51 is a hexadecimal letter.
         std::uint64_t const upper = word | InAllBytes(0x20);
         std::uint64_t const letters = NotBelow(upper, 'A' ^ '0') & ~NotBelow(upper, 'G' ^ '0');
         std::uint64_t const failed = NotBelow(word, 10) & ~letters;
@@ -144,7 +144,7 @@ struct DigitWord<16> {
 
 inline constexpr std::size_t wordLength = sizeof(std::uint64_t);
 
-// The powers of the base from 0 to 8.
+// The powers of the base with the exponents 0 to 8.
 template <unsigned base>
 inline constexpr std::array<std::uint64_t, wordLength + 1> powers = [] {
     std::array<std::uint64_t, wordLength + 1> made{};
@@ -230,7 +230,7 @@ template <unsigned base>
 
 } // namespace Detail
 
-// Inlined, because parsing numerals takes a third longer with a call.
+// Like ParseDigitsScalar. Inlined, because a call makes parsing of numerals a third slower.
 template <unsigned base>
 [[gnu::always_inline]] inline bool ParseDigits(unsigned char const* text, std::size_t length,
                                                std::uint64_t& value) {

@@ -11,11 +11,19 @@
 
 namespace Simd {
 
-// Transcodes 16 bytes of the source at a time, until an ill-formed sequence or 16 code units with
-// equal values in both encodings. Each step needs room in the target: 28 bytes from UTF-16 to
-// UTF-8, 16 code units for other pairs with UTF-8, 8 code units for other pairs. Exists for each
-// pair of different code units. The first declaration has the target attribute, because otherwise
-// GCC does not inline into the definition. REQUIRES: Uses(Level::ssse3).
+// Transcodes 16 bytes of the source in each step. Returns the progress, without an incomplete
+// sequence at the end. Stops before a step with an ill-formed sequence, before 16 code units with
+// equal values in both encodings, and if source or target are too short for another step.
+//
+// Room that a step needs in the target:
+// - from UTF-16 to UTF-8: 28 bytes
+// - other pairs with UTF-8: 16 code units
+// - all other pairs: 8 code units
+//
+// Exists for each pair of different code units. The target attribute is on the first declaration,
+// because otherwise GCC does not inline into the definition.
+//
+// REQUIRES: Uses(Level::ssse3).
 template <class To, class From>
 SIMD_TARGET_SSSE3 UtfBlocks::BlockProgress
 TranscodeMixed(From const* from, std::ptrdiff_t available, To* to, std::ptrdiff_t room);

@@ -16,9 +16,12 @@ concept TranscodablePair = (UnicodeEncoding<Target> && UnicodeEncoding<Source> &
                            (std::same_as<Target, UTF8> && std::same_as<Source, Local8Bit>) ||
                            (std::same_as<Target, Local8Bit> && std::same_as<Source, UTF8>);
 
-// Returns the text in the encoding `Target`: Transcode<UTF16>(text). The result of a Unicode
-// encoding is the null string if `text` is empty. GenericTranscoder specifies which ill-formed
-// sequences are accepted. Throws InvalidTextEncoding and std::bad_alloc.
+// Returns the text in the encoding `Target`, for example Transcode<UTF16>(text). If `Target` is a
+// Unicode encoding and `text` is empty, returns the null string. GenericTranscoder specifies which
+// ill-formed sequences are accepted.
+//
+// Throws InvalidTextEncoding and std::bad_alloc; with Local8Bit also the exceptions of
+// LocalEncoding.h.
 //
 // Transcode<UTF32, UTF32> copies without validating.
 template <TextEncoding Target, TextEncoding Source>

@@ -8,7 +8,7 @@ namespace UnixPlatform {
 class FileReader;
 class FileWriter;
 
-// The contract is that of the class of the same name in files/FileReadingPath.h.
+// Errors are specified in files/FileReadingPath.h, and operations here.
 class FileReadingPath {
 public:
     // Not open.
@@ -41,12 +41,12 @@ public:
     // ThrowError.
     unsigned long long Length() const;
 
-    // Does nothing if the path is not open. If close(2) fails, the path is not open either, and the
+    // Does nothing if the path is not open. If close(2) fails, the file counts as closed, and the
     // function throws like ThrowError of this class.
     void Close();
 
-    // Throws the exception for the number in the column "reading path" of
-    // files/unix/FileErrorMappers.h, with the name `where`. Returns for 0.
+    // Throws the exception for `errorNumber` in the column "reading path" of
+    // files/unix/FileErrorMappers.h, with the path of `where`. Returns if `errorNumber` is 0.
     void ThrowError(FileLocation const& where, int errorNumber) const;
 
 protected:

@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -337,9 +338,13 @@ class MaintainerScriptsTest(unittest.TestCase):
     """What the packages run at their removal, on a machine with two instances."""
 
     def run_scripts(self, script):
+        def quoted(name):  # The source tree may be in a directory that the sandbox hides.
+            path = SOURCE / f"debian/clientcompliance-systemd.{name}"
+            return shlex.quote(path.read_text(encoding="utf-8"))
+
         head = f"""
-            prerm() {{ sh {SOURCE}/debian/clientcompliance-systemd.prerm "$@"; }}
-            postrm() {{ sh {SOURCE}/debian/clientcompliance-systemd.postrm "$@"; }}
+            prerm() {{ sh -c {quoted("prerm")} prerm "$@"; }}
+            postrm() {{ sh -c {quoted("postrm")} postrm "$@"; }}
             timers='compliance-evaluate@nightly.timer compliance-evaluate@weekly.timer'
             state() {{ systemctl is-active $timers | xargs; systemctl is-enabled $timers | xargs; }}
             systemctl enable --now --quiet $timers

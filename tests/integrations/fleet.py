@@ -57,7 +57,7 @@ def wait_for(port):
             if probe.connect_ex(("127.0.0.1", port)) == 0:
                 return
         time.sleep(0.1)
-    raise AssertionError(f"no sshd on port {port}")
+    raise AssertionError(f"sshd does not listen on port {port}")
 
 
 class Fleet:

@@ -50,7 +50,7 @@ printf '[Service]\nStandardOutput=append:/run/journal\nStandardError=append:/run
     export PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin HOME=/root
     status=0
     bash -e -c "$2" 2>&1 || status=$?
-    echo "script ended with $status"
+    echo "exit status of the script: $status"
     exec systemctl --force --force poweroff >/dev/null
 } &
 export SYSTEMD_UNIT_PATH=/run/systemd/system:/etc/systemd/system:/usr/local/lib/systemd/system
@@ -103,7 +103,7 @@ def run_under_systemd(stage, script, timeout=120):
         made = subprocess.run([*NAMESPACES, "sh", "-c", BOOT, "sh", stage, script],
                               stdin=subprocess.DEVNULL, capture_output=True, text=True,
                               timeout=timeout, preexec_fn=group.enter)
-    text, end, _ = made.stdout.rpartition("script ended with 0\n")
+    text, end, _ = made.stdout.rpartition("exit status of the script: 0\n")
     if not end:
         raise AssertionError(f"the script failed:\n{made.stdout}{made.stderr}")
     return text

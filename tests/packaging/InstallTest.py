@@ -55,7 +55,7 @@ class InstallTest(unittest.TestCase):
         troubleshooting = PREFIX / "share/doc/clientcompliance/troubleshooting.md"
         self.assertIn("\ncompliance-doctor(1) finds", troubleshooting.read_text(encoding="utf-8"))
 
-    def test_has_every_document_example_diagram_and_completion(self):
+    def test_installs_guides_examples_diagrams_tool_completions(self):
         share = PREFIX / "share"
         for kind, place in (("docs/[a-z]*.md", "doc/clientcompliance"),
                             ("docs/diagrams/*.svg", "doc/clientcompliance/diagrams"),

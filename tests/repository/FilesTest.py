@@ -59,7 +59,7 @@ class ClangdTest(unittest.TestCase):
 
 
 class HooksTest(unittest.TestCase):
-    def test_run_installed_programs_offline(self):
+    def test_hooks_run_only_scripts_and_installed_programs(self):
         repositories = yaml.safe_load(read(".pre-commit-config.yaml"))["repos"]
         self.assertEqual([each["repo"] for each in repositories], ["local"])
         for hook in repositories[0]["hooks"]:

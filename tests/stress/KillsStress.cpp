@@ -243,7 +243,7 @@ SANDBOX_TEST(QuickKills, RequestIsFlushedToDiskBeforeItIsPublished) {
     EXPECT_EQ(4u, CountFlushedRequests(RunAndKill({"-c", "url", "doc"}, AtCall(never)).trace));
 }
 
-TEST(QuickKills, AtCallsThatChangeTheStateOnDisk) {
+TEST(QuickKills, InvariantsHoldAfterKillAtEachStep) {
     KillAtPlaces(answered, {{"openat", "/lockfile"},
                             {"openat", "/lockfile", 1, 2},
                             {"openat", "/requestTemp.xml"},

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstring>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -87,7 +89,7 @@ public:
         : holder([=](Handshake& line) {
               struct flock record = wanted.Record();
               if (fcntl(OpenLockFile(path), F_SETLK, &record) != 0)
-                  throw std::runtime_error("cannot lock " + path);
+                  throw std::runtime_error("cannot lock " + path + ": " + std::strerror(errno));
               line.Tell();
               line.Await(std::chrono::hours(1));
           }) {

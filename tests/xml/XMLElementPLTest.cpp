@@ -136,7 +136,7 @@ TEST(XMLElementPLTest, CopyIsDeep) {
     EXPECT_EQ(TreeText(source), "other");
 }
 
-TEST(XMLElementPLTest, ReusesOldChildrenInTheirOrder) {
+TEST(XMLElementPLTest, ReusesChildrenInOrderAfterReset) {
     XMLElementPL element("a", noPointers);
     XMLElementPL* const first = element.AddChildElement("b", Pointers{{"c", "d"}});
     XMLElementPL* const inner = first->AddChildElement("inner", noPointers);
