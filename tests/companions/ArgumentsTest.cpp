@@ -32,7 +32,7 @@ std::string Refusal(Texts const& texts) {
     return "accepted";
 }
 
-TEST(ArgumentsTest, NothingAtAll) {
+TEST(ArgumentsTest, AcceptsEmptyCommandLine) {
     char const* const end = nullptr;
     Arguments const none(exampleRules, operandNames, 0, &end);
     EXPECT_FALSE(none.Has("--help"));
@@ -48,7 +48,7 @@ TEST(ArgumentsTest, OptionHasItsLastNameAndEachNameIsKnown) {
     EXPECT_FALSE(Read({"-x"}).Has("--help"));
 }
 
-TEST(ArgumentsTest, ValueStandsBehindABlankOrAnEqualsSign) {
+TEST(ArgumentsTest, ValueFollowsASpaceOrAnEqualsSign) {
     EXPECT_EQ(Texts{"a"}, Read({"--list", "a"}).Values("--list"));
     EXPECT_EQ(Texts{"a"}, Read({"--list=a"}).Values("--list"));
     EXPECT_EQ(Texts{"a=b"}, Read({"--list=a=b"}).Values("--list"));
@@ -63,7 +63,7 @@ TEST(ArgumentsTest, ValuesAreTakenAsTheyAre) {
     EXPECT_EQ(Texts{"one"}, Read({"--list=", "one"}).Operands());
 }
 
-TEST(ArgumentsTest, ValueThatLooksLikeAnOptionIsTakenAsItIs) {
+TEST(ArgumentsTest, ValueMayLookLikeAnOption) {
     EXPECT_EQ(Texts{"--list="}, Read({"--list", "--list=", "one"}).Values("--list"));
     EXPECT_EQ(Texts{"-x-"}, Read({"--list", "-x-", "one"}).Values("--list"));
     EXPECT_EQ((Texts{"--", ""}), Read({"--list", "--", "--list=", "one"}).Values("--list"));
@@ -79,18 +79,18 @@ TEST(ArgumentsTest, OptionTakesNoMoreThanOneValue) {
     EXPECT_EQ((Texts{"one", "two"}), Read({"--list", "a", "one", "two"}).Operands());
 }
 
-TEST(ArgumentsTest, OperandsStandAnywhere) {
+TEST(ArgumentsTest, OperandsMayPrecedeOptions) {
     EXPECT_EQ((Texts{"one", "two"}), Read({"one", "-x", "two", "--list=a"}).Operands());
     EXPECT_EQ((Texts{"", "++"}), Read({"", "++"}).Operands());
     EXPECT_EQ((Texts{"[a,b]", "{}"}), Read({"[a,b]", "{}"}).Operands());
 }
 
-TEST(ArgumentsTest, BehindTwoDashesAllAreOperands) {
+TEST(ArgumentsTest, ArgumentsAfterTwoDashesAreOperands) {
     EXPECT_EQ((Texts{"-x", "--list="}), Read({"--", "-x", "--list="}).Operands());
     EXPECT_FALSE(Read({"--", "-x"}).Has("-x"));
 }
 
-TEST(ArgumentsTest, RefusalNamesTheArgumentAndWhatIsAccepted) {
+TEST(ArgumentsTest, RefusalNamesArgumentAndAcceptedValues) {
     EXPECT_EQ("'--other' is no option of this program; --help shows those accepted",
               Refusal({"one", "--other"}));
     EXPECT_EQ("'-o' is no option of this program; --help shows those accepted", Refusal({"-o"}));
@@ -103,7 +103,7 @@ TEST(ArgumentsTest, RefusalNamesTheArgumentAndWhatIsAccepted) {
     EXPECT_EQ("--help: this option takes no value", Refusal({"--help=yes"}));
 }
 
-TEST(ArgumentsTest, WhatStandsBehindALetterIsNoArgumentOfItsOwn) {
+TEST(ArgumentsTest, TextAfterALetterIsPartOfTheSameArgument) {
     for (std::string const letters : {"-x-", "-x--", "-x--help", "-x ", "-x5", "-xh-"})
         EXPECT_EQ("'" + letters + "' is no option of this program; --help shows those accepted",
                   Refusal({letters, "one"}));
@@ -173,7 +173,7 @@ TEST(ArgumentsTest, RefusesLongNameWithOneDash) {
     EXPECT_EQ("accepted", RefusalOfSimilar("-outputs"));
 }
 
-TEST(ArgumentsTest, SuggestsNothingForLongWordsOrWithoutRules) {
+TEST(ArgumentsTest, MakesNoSuggestionForLongWordsOrWithoutRules) {
     std::string const longWord = "--" + std::string(31, 'l');
     EXPECT_EQ(std::string::npos, Refusal({longWord}).find("did you mean"));
     std::array<char const*, 2> const texts = {"program", "--list"};
@@ -186,7 +186,7 @@ TEST(ArgumentsTest, SuggestsNothingForLongWordsOrWithoutRules) {
     }
 }
 
-TEST(ArgumentsTest, ProgramWithoutOperandsSaysSo) {
+TEST(ArgumentsTest, OperandIsRefusedByProgramWithoutOperands) {
     std::array<char const*, 2> const texts = {"program", "one"};
     try {
         Arguments(exampleRules, {}, 2, texts.data());

@@ -42,7 +42,7 @@ TEST(CompletionsTest, BashOffersOptionsThatBeginWithTheWord) {
     EXPECT_EQ(Words{"--json"}, Offered("compliance-doctor", {"--j"}));
 }
 
-TEST(CompletionsTest, BashOffersNothingForOperands) {
+TEST(CompletionsTest, BashCompletesNoOperands) {
     EXPECT_EQ(Words(), Offered("compliance-query", {""}));
     EXPECT_EQ(Words(), Offered("compliance-query", {"--timeout", ""}));
     EXPECT_EQ(Words(), Offered("compliance-query", {"--strict", "-"}));

@@ -126,7 +126,7 @@ TEST(DiffTest, RegressionsAreRowsWhoseResultLeftTheList) {
         DescribeSides(difference, sides.oldSide, sides.newSide));
 }
 
-TEST(DiffTest, NotesDescribeWhatTheResultsDoNotShare) {
+TEST(DiffTest, NotesListDifferencesOfTheProvenance) {
     Sides sides({}, {});
     EXPECT_EQ(0u, sides.Notes().size());
     sides.newSide.result.provenance->host = "web2";

@@ -47,7 +47,7 @@ TEST(DoctorAgentTest, ProgramIsMissing) {
     });
 }
 
-TEST(DoctorAgentTest, WhatStandsInItsPlaceIsNoProgram) {
+TEST(DoctorAgentTest, EntryAtTheProgramsPathIsNoProgram) {
     Sandbox::Run([] {
         fs::create_directories(agentProgram);
         ExpectProblem("agent-not-a-program", "mode 0755", CheckAgentProgram());
@@ -58,7 +58,7 @@ TEST(DoctorAgentTest, WhatStandsInItsPlaceIsNoProgram) {
     });
 }
 
-TEST(DoctorAgentTest, ProgramIsOutOfReach) {
+TEST(DoctorAgentTest, ProgramInAnUnsearchableDirectory) {
     Sandbox::Run([] {
         InstallAgent();
         fs::permissions("/opt/VeskaClient", fs::perms::none);
@@ -78,7 +78,7 @@ TEST(DoctorAgentTest, AgentRuns) {
     });
 }
 
-TEST(DoctorAgentTest, NothingRuns) {
+TEST(DoctorAgentTest, NoProcessRuns) {
     Sandbox::Run([] {
         InstallAgent();
         ExpectProblem("agent-not-running", "", CheckAgentProcess());
@@ -152,7 +152,7 @@ TEST(DoctorAgentTest, BetterEvidenceCountsMore) {
 }
 
 // The order in which /proc lists processes does not matter.
-TEST(DoctorAgentTest, OfTwoAlikeTheLowerProcessIdIsReported) {
+TEST(DoctorAgentTest, ReportsTheLowestProcessId) {
     Sandbox::Run({.proc = Proc::empty}, [] {
         InstallAgent();
         for (char const* const id : {"6", "5", "7"}) {

@@ -52,7 +52,7 @@ TEST(DoctorDirectoriesTest, DiagnosesAnEntryThatIsNoDirectory) {
     });
 }
 
-TEST(DoctorDirectoriesTest, OutOfReach) {
+TEST(DoctorDirectoriesTest, DirectoryInAnUnsearchableDirectory) {
     Sandbox::Run([] {
         CreateDirectories(0777);
         fs::permissions(agentDirectory, fs::perms::none);
@@ -63,7 +63,7 @@ TEST(DoctorDirectoriesTest, OutOfReach) {
     });
 }
 
-TEST(DoctorDirectoriesTest, NotWritableIsToldWithOwnerAndMode) {
+TEST(DoctorDirectoriesTest, UnwritableIsReportedWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateDirectories(0555);
         WithoutRights([] {
@@ -75,7 +75,7 @@ TEST(DoctorDirectoriesTest, NotWritableIsToldWithOwnerAndMode) {
     });
 }
 
-TEST(DoctorDirectoriesTest, NotReadableIsToldWithOwnerAndMode) {
+TEST(DoctorDirectoriesTest, UnreadableIsReportedWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateDirectories(0666);
         WithoutRights([] {

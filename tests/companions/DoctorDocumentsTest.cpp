@@ -41,7 +41,7 @@ void ExpectAge(std::chrono::seconds age, Finding const& finding) {
     EXPECT_GT(age.count() + 60, *finding.ageInSeconds);
 }
 
-TEST(DoctorDocumentsTest, NothingLiesAbout) {
+TEST(DoctorDocumentsTest, NoDocumentsExist) {
     Sandbox::Run([] {
         ExpectOk("no request", ExamineRequest());
         CreateAgentDirectories();
@@ -68,7 +68,7 @@ TEST(DoctorDocumentsTest, RequestOfTheFutureIsStaleToo) {
     });
 }
 
-TEST(DoctorDocumentsTest, RequestBesideAHeldLockIsUnderWay) {
+TEST(DoctorDocumentsTest, RequestWithAHeldLockIsInProgress) {
     Sandbox::Run([] {
         Create(request, std::chrono::hours(1));
         ForeignLock lock;
@@ -189,7 +189,7 @@ TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
     });
 }
 
-TEST(DoctorDocumentsTest, OldResponseAsksForNothing) {
+TEST(DoctorDocumentsTest, OldResponseNeedsNoRemedy) {
     Sandbox::Run([] {
         Create(response, std::chrono::hours(30));
         EXPECT_EQ("", CheckResponse().remedy);
@@ -242,7 +242,7 @@ TEST(DoctorDocumentsTest, FifoInThePlaceOfTheResponse) {
     });
 }
 
-TEST(DoctorDocumentsTest, OutOfReach) {
+TEST(DoctorDocumentsTest, DocumentsInAnUnsearchableDirectory) {
     Sandbox::Run([] {
         Create(request);
         Create(temporary);

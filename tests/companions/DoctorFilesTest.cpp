@@ -46,7 +46,7 @@ TEST(DoctorFilesTest, SecondsBetweenTwoTimesAreSaturated) {
     EXPECT_EQ(0, SecondsBetween(min, min));
 }
 
-TEST(DoctorFilesTest, WhatStandsThere) {
+TEST(DoctorFilesTest, ReportsTheKindOfAnEntry) {
     EXPECT_TRUE(FileFacts("/dev").IsDirectory());
     EXPECT_TRUE(FileFacts("/dev/null").Exists());
     EXPECT_FALSE(FileFacts("/dev/null").IsRegularFile());

@@ -58,7 +58,7 @@ TEST(DoctorLockTest, HolderThatHasEndedHasNoName) {
     EXPECT_EQ("lock-held", finding.cause);
 }
 
-TEST(DoctorLockTest, LinkInThePlaceOfTheLockIsFollowedByNobodyHere) {
+TEST(DoctorLockTest, LinkAtTheLockFileIsNotFollowed) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::path const target = fs::path(lockFile).parent_path() / "target";
@@ -120,7 +120,7 @@ TEST(DoctorLockTest, HeldThroughAnOpenFile) {
     });
 }
 
-TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
+TEST(DoctorLockTest, UnwritableIsReportedWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateLockFile(0444);
         WithoutRights([] {
@@ -130,7 +130,7 @@ TEST(DoctorLockTest, NotWritableIsToldWithOwnerAndMode) {
     });
 }
 
-TEST(DoctorLockTest, NotReadableLeavesOpenWhoHoldsIt) {
+TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
     Sandbox::Run([] {
         CreateLockFile(0222);
         WithoutRights([] {
@@ -152,7 +152,7 @@ TEST(DoctorLockTest, DiagnosesAnEntryThatIsNoLockFile) {
     });
 }
 
-TEST(DoctorLockTest, OutOfReach) {
+TEST(DoctorLockTest, LockFileInAnUnsearchableDirectory) {
     Sandbox::Run([] {
         CreateLockFile(0666);
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
@@ -194,7 +194,7 @@ TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
     });
 }
 
-TEST(DoctorLockTest, SettingTellsHowFarTheProtectionGoes) {
+TEST(DoctorLockTest, ProtectionDependsOnTheSetting) {
     Sandbox::Run([] {
         CreateLockFile(0666);
         if (!GiveLockFileToAnotherUser())

@@ -111,7 +111,7 @@ TEST(DoctorTest, HolderOfTheLockIsNamed) {
 }
 
 // As from a container that shares the directory with the host.
-TEST(DoctorTest, HolderOfTheLockInAnotherNamespaceIsToldWithoutANumber) {
+TEST(DoctorTest, LockHolderInAnotherNamespaceHasNoProcessId) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         ForeignLock lock;

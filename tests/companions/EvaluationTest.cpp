@@ -120,13 +120,13 @@ TEST(EvaluationTest, RowsAreUsedBeforeTheClose) {
     EXPECT_EQ("open(url,doc,11) progress rows close", fake.calls);
 }
 
-TEST(EvaluationTest, ByDefaultNothingIsNamed) {
+TEST(EvaluationTest, RequestsTheDefaultWithoutUrlAndDocument) {
     fake = {};
     RunFake();
     EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
 }
 
-TEST(EvaluationTest, RefusedOpenOwesNoClose) {
+TEST(EvaluationTest, RefusedOpenNeedsNoClose) {
     for (int const code : {-1, -2, -3, -4, -5, -6, -7, -15, -16, -17}) {
         fake = {.open = {code}};
         ExpectEnd(EvaluationEnd::failed, code, 0, RunFake());
@@ -156,7 +156,7 @@ TEST(EvaluationTest, PolledAsLongAsItIsInProgress) {
     EXPECT_EQ("open(null,null,0) progress progress progress rows close", fake.calls);
 }
 
-TEST(EvaluationTest, FailedCloseTakesNothingFromTheRows) {
+TEST(EvaluationTest, RowsAreUsedIfTheCloseFails) {
     fake = {.close = {-3}};
     ExpectEnd(EvaluationEnd::finished, 0, -3, RunFake());
     EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
@@ -173,7 +173,7 @@ TEST(EvaluationTest, RowsAreTheTextsOfTheInterface) {
     EXPECT_EQ(fake.rows, seen);
 }
 
-TEST(EvaluationTest, LimitEndsWhatNeverEnds) {
+TEST(EvaluationTest, DeadlineEndsAnEndlessEvaluation) {
     fake = {.progress = {{3, 50}}};
     ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(std::chrono::seconds(1))}));
     EXPECT_TRUE(fake.calls.ends_with("progress close"));
@@ -184,7 +184,7 @@ TEST(EvaluationTest, FinishedCountsMoreThanTheLimit) {
     ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.deadline = In(std::chrono::seconds(30))}));
 }
 
-TEST(EvaluationTest, SignalWhileOpeningIsFollowedByTheCloseAlone) {
+TEST(EvaluationTest, OnlyACloseFollowsASignalDuringOpen) {
     InAnotherProcess([] {
         fake = {.open = {.signal = SIGTERM}};
         ExpectEnd(EvaluationEnd::stopped, SIGTERM, 0, RunFake());
@@ -192,7 +192,7 @@ TEST(EvaluationTest, SignalWhileOpeningIsFollowedByTheCloseAlone) {
     });
 }
 
-TEST(EvaluationTest, SignalWhileAnOpenFailsOwesNoClose) {
+TEST(EvaluationTest, SignalDuringAFailedOpenNeedsNoClose) {
     InAnotherProcess([] {
         fake = {.open = {.result = -3, .signal = SIGINT}};
         ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
@@ -254,7 +254,7 @@ TEST(EvaluationTest, CloseThatThrowsIsNotRepeated) {
     EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
 }
 
-TEST(EvaluationTest, FailedOpenThatThrowsOwesNoClose) {
+TEST(EvaluationTest, OpenThatThrowsNeedsNoClose) {
     fake = {.open = {.fails = true}};
     EXPECT_THROW(RunFake(), std::bad_alloc);
     EXPECT_EQ("open(null,null,0) ", fake.calls);

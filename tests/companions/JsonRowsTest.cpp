@@ -64,7 +64,7 @@ TEST(JsonRowsTest, DocumentWithoutRows) {
               WithoutProvenance(JsonText({})));
 }
 
-TEST(JsonRowsTest, EveryCharacterComesBack) {
+TEST(JsonRowsTest, EveryCharacterRoundTrips) {
     std::string text;
     for (char c = 1; c != 0x7F; ++c)
         text += c;
@@ -182,7 +182,7 @@ TEST(JsonRowsTest, ControlCharactersAreEscapedOnATerminal) {
     }
 }
 
-TEST(JsonRowsTest, FailureHasWhatIsKnownOfIt) {
+TEST(JsonRowsTest, FailureHasKnownMembersOnly) {
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"outcome", "failed"},
                     {"exitStatus", 4},

@@ -62,7 +62,7 @@ TEST(LockRefusalTest, LockFileThatUserCannotUseIsExchangeFailure) {
     });
 }
 
-TEST(LockRefusalTest, DirectoryThatUserCannotUseIsExchangeFailure) {
+TEST(LockRefusalTest, UnwritableDirectoryWithoutLockFileIsExchangeFailure) {
     Sandbox::Run([] {
         CreateAgent();
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));

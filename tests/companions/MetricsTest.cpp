@@ -85,7 +85,7 @@ TEST(MetricsTest, FailedRunKeepsRowsAndLastSuccess) {
     EXPECT_EQ(text, FormatMetrics(FailedMetrics(), text));
 }
 
-TEST(MetricsTest, KeepsNothingOfOtherLabelsOrDamagedLines) {
+TEST(MetricsTest, IgnoresOtherLabelsAndDamagedLines) {
     std::string const alone = FormatMetrics(FailedMetrics(), "");
     Metrics other = FinishedMetrics();
     other.document = "Other";
@@ -229,7 +229,7 @@ TEST(MetricsTest, FailedRunKeepsRowsWithLongLabels) {
     }
 }
 
-TEST(MetricsTest, KeepsNothingOfAFileThatIsTooLarge) {
+TEST(MetricsTest, IgnoresAFileThatIsTooLarge) {
     TemporaryDirectory const directory;
     std::string const path = directory / "metrics.prom";
     WriteMetrics(path, FinishedMetrics());

@@ -79,7 +79,7 @@ TEST(OptionValuesTest, LastValueCountsAndEachIsParsed) {
         CommandLineError);
 }
 
-TEST(OptionValuesTest, RefusalSaysWhatIsAccepted) {
+TEST(OptionValuesTest, RefusalListsAcceptedValues) {
     try {
         ParseOption(testedRules, "--color", "red", ParseColor);
         ADD_FAILURE() << "accepted";

@@ -43,7 +43,7 @@ TEST(OutputTest, BytesArriveInTheirOrder) {
     EXPECT_EQ(expected, got);
 }
 
-TEST(OutputTest, LargePiecesStandBetweenSmallOnes) {
+TEST(OutputTest, KeepsTheOrderOfLargeAndSmallWrites) {
     std::string expected;
     std::string const got = OutputOf([&](Output& output) {
         for (std::size_t const size : {1, 65'535, 65'536, 3, 200'000, 65'535, 1, 0, 2}) {
@@ -55,7 +55,7 @@ TEST(OutputTest, LargePiecesStandBetweenSmallOnes) {
     EXPECT_TRUE(expected == got);
 }
 
-TEST(OutputTest, ZeroBytesAndNothing) {
+TEST(OutputTest, WritesNulBytesAndEmptyTexts) {
     EXPECT_EQ(std::string("a\0b", 3), OutputOf([](Output& output) {
                   output.Write("");
                   output.Write(std::string_view("a\0b", 3));
@@ -64,7 +64,7 @@ TEST(OutputTest, ZeroBytesAndNothing) {
     EXPECT_EQ("", OutputOf([](Output&) {}));
 }
 
-TEST(OutputTest, TerminalIsToldFromAFile) {
+TEST(OutputTest, DistinguishesATerminalFromAFile) {
     Terminal const screen;
     EXPECT_TRUE(Output(screen.otherEnd()).IsTerminal());
     EXPECT_FALSE(Output(screen.file()).IsTerminal());
@@ -161,7 +161,7 @@ TEST(OutputTest, StopEndsTheWaitForAPipeThatCantBeReopened) {
     });
 }
 
-TEST(OutputTest, WritesAfterAStopWhatNeedsNoWait) {
+TEST(OutputTest, WritesWithoutBlockingAfterAStopSignal) {
     ExpectToEnd([] {
         int ends[2];
         ASSERT_EQ(0, pipe(ends));

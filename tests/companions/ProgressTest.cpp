@@ -51,7 +51,7 @@ TEST(ProgressTest, BarIsDrawnAgainAndAgainAndGoneAtTheEnd) {
               ErrorsOf([] { TellAll(ProgressStyle::bar); }, true));
 }
 
-TEST(ProgressTest, AutomaticIsABarOnATerminalAndNothingElsewhere) {
+TEST(ProgressTest, AutomaticShowsABarOnATerminalOnly) {
     EXPECT_EQ(ErrorsOf([] { TellAll(ProgressStyle::bar); }, true),
               ErrorsOf([] { TellAll(ProgressStyle::automatic); }, true));
     EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::automatic); }, false));
@@ -66,7 +66,7 @@ TEST(ProgressTest, LinesAreForLogs) {
               ErrorsOf([] { TellAll(ProgressStyle::lines); }, false));
 }
 
-TEST(ProgressTest, NoneIsNothingOnATerminalToo) {
+TEST(ProgressTest, NoneShowsNothingOnATerminal) {
     EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::none); }, true));
 }
 

@@ -92,7 +92,7 @@ TEST(QueryCommandLineTest, Progress) {
     EXPECT_TRUE(Parse({"-d", "--quiet"}).quiet);
 }
 
-TEST(QueryCommandLineTest, HelpAndVersionCountWhateverElseIsThere) {
+TEST(QueryCommandLineTest, HelpAndVersionHavePrecedence) {
     EXPECT_EQ(QueryCommandLine::showHelp, Parse({"--help"}).action);
     EXPECT_EQ(QueryCommandLine::showHelp, Parse({"-h", "--version", "--timeout=soon"}).action);
     EXPECT_EQ(QueryCommandLine::showVersion, Parse({"--version", "url"}).action);

@@ -102,7 +102,7 @@ TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
     });
 }
 
-TEST(QueryConfigFileTest, MistakesAreListedAndNothingIsSent) {
+TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
     Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("bad.conf", "URI=x\nFLAGS=fast\n");

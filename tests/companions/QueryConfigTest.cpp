@@ -96,7 +96,7 @@ TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {
                   Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
 }
 
-TEST_F(QueryConfigTest, RefusesTextThatSystemdReadsInAnotherWay) {
+TEST_F(QueryConfigTest, RefusesTextThatSystemdReadsDifferently) {
     std::string const accepted = "; accepted: the site gather URL";
     EXPECT_EQ("1: URL: 'a\\x00b' has a control character" + accepted,
               Mistakes(std::string("URL=a\0b\nDOCUMENT=x\n", 17)).at(0));

@@ -73,7 +73,7 @@ TEST(QueryMetricsTest, FileThatCannotBeReplacedIsFailureOfTheOutput) {
           });
 }
 
-TEST(QueryMetricsTest, FileOfTheRowsIsRefusedAndNothingIsSent) {
+TEST(QueryMetricsTest, FileOfTheRowsIsRefusedBeforeTheRequest) {
     Sandbox::RunWithDirectories([] {
         ScriptedAgent const agent(AgentScript().AwaitRequest());
         std::ofstream(metricsFile) << "old";

@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(Answers, QueryFailureTest,
                                                  {{"code", -7}}}),
                          [](auto const& test) { return std::string(test.param.name); });
 
-TEST(QueryStatusTest, BadCommandLineIsStatus2AndAsksNobody) {
+TEST(QueryStatusTest, InvalidCommandLineIsStatus2WithoutARequest) {
     ExpectRefusal(
         2,
         "--timeout: 'soon' is not accepted; accepted: a time from 1 second to 2147483647 seconds, "

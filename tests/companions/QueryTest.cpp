@@ -104,7 +104,7 @@ TEST(QueryTest, RequestHasTheArgumentsAndTheFlags) {
           });
 }
 
-TEST(QueryTest, RequestByDefaultNamesNothing) {
+TEST(QueryTest, DefaultRequestHasNoUrlAndNoDocument) {
     Query({"-d"}, FinishingScript(""),
           [](ProgramResult const&, std::vector<SeenRequest> const& requests) {
               ASSERT_EQ(3u, requests.size());

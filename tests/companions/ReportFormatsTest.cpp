@@ -76,7 +76,7 @@ TEST(ReportFormatsTest, LongTextsAreCutBetweenCharacters) {
               Shorten(std::string(999, 'a') + "\xC3\xA9"));
 }
 
-TEST(ReportFormatsTest, PageHasAtMost5000FailingRowsAndSaysSo) {
+TEST(ReportFormatsTest, PageNotesItsLimitOf5000FailingRows) {
     std::vector<StoredRow> rows(maxHtmlRows, FailingRow("unique-comment"));
     std::string const full = Format(ReportFormat::html, rows);
     EXPECT_EQ(5000u, Count(full, "unique-comment"));
@@ -87,7 +87,7 @@ TEST(ReportFormatsTest, PageHasAtMost5000FailingRowsAndSaysSo) {
     EXPECT_TRUE(Has(cut, "There are 7 more; the CSV report has all rows."));
 }
 
-TEST(ReportFormatsTest, PageWithoutResultsSaysSo) {
+TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
     Report const report;
     std::string const page = OutputOf(
         [&](Output& output) { MakeReportWriter(ReportFormat::html, report, output)->Finish(); });

@@ -29,7 +29,7 @@ protected:
     TemporaryDirectory const directory;
 };
 
-TEST_F(ReportInputTest, DirectoryStandsForAllFilesBelow) {
+TEST_F(ReportInputTest, DirectoryIncludesAllFilesBelow) {
     WriteFile(directory / "b.json", "");
     WriteFile(directory / "a/deep/er", "");
     WriteFile(directory / "a/README", "");

@@ -145,7 +145,7 @@ TEST_F(ReportProgramTest, OwnOutputsInTheDirectoryAreNotRead) {
     }
 }
 
-TEST_F(ReportProgramTest, ReportsHaveTheirModeWhateverTheUmask) {
+TEST_F(ReportProgramTest, ModeOfReportsDoesNotDependOnTheUmask) {
     Store("good", {ResultRow("d", "Pass")});
     for (auto const& [option, mode] : {std::pair{"--quiet", 0640u}, std::pair{"--mode=644", 0644u},
                                        std::pair{"--mode=0600", 0600u}})
@@ -235,7 +235,7 @@ TEST_F(ReportProgramTest, RepeatedHostsAreANoteAndCountOnce) {
     EXPECT_EQ("", Report({"--hosts", hosts, "--json=-", "--quiet"}).errors);
 }
 
-TEST_F(ReportProgramTest, ProgressNeverGoesBack) {
+TEST_F(ReportProgramTest, ProgressNeverDecreases) {
     for (int number = 0; number < 10; ++number)
         Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});
     EnvironmentVariable const type("TERM", "xterm");

@@ -88,7 +88,7 @@ TEST_F(ReportTest, CountsRowsByResult) {
     EXPECT_EQ(0u, report.totals.attention);
 }
 
-TEST_F(ReportTest, NewestResultOfHostAndDocumentCounts) {
+TEST_F(ReportTest, UsesTheNewestResultOfHostAndDocument) {
     Store("new", ProvenanceOf("web1", resultTime), {ResultRow("d", "Fail")});
     Store("old", ProvenanceOf("web1", resultTime - 86400));
     Store("older", ProvenanceOf("web1", resultTime - 2 * 86400));

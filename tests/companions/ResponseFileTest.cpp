@@ -81,7 +81,7 @@ TEST(ResponseFileTest, DetectsChangeThatRestoresModificationTime) {
     });
 }
 
-TEST(ResponseFileTest, LooksAtLinkAndNotAtItsTarget) {
+TEST(ResponseFileTest, ExaminesTheLinkAndNotItsTarget) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         std::ofstream("/var/opt/target") << "old";

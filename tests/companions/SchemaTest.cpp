@@ -96,7 +96,7 @@ TEST_F(SchemaTest, FailuresOfAQuery) {
     ExpectValidQuery(FailureDocument({143, "signal", {}, {}, "ended early"}));
 }
 
-TEST_F(SchemaTest, SchemaOfAQueryRefusesWhatIsNone) {
+TEST_F(SchemaTest, SchemaOfAQueryRefusesInvalidDocuments) {
     Json const valid = Json::parse(QueryDocument());
     for (char const* const member :
          {"schemaVersion", "outcome", "rowCount", "rows", "provenance"}) {
@@ -148,7 +148,7 @@ TEST_F(SchemaTest, FindingsOfTheDoctor) {
                 doctor);
 }
 
-TEST_F(SchemaTest, SchemaOfTheDoctorRefusesWhatIsNone) {
+TEST_F(SchemaTest, SchemaOfTheDoctorRefusesInvalidDocuments) {
     ExpectInvalid(Json::parse(DoctorDocument({})), doctor);
     Json const valid =
         Json::parse(DoctorDocument({{"lock", Verdict::problem, "held", "held", "wait", 12}}));
@@ -183,7 +183,7 @@ TEST_F(SchemaTest, DifferencesOfResults) {
     ExpectValid(DiffDocument({"Pass"}), diff);
 }
 
-TEST_F(SchemaTest, SchemaOfADifferenceRefusesWhatIsNone) {
+TEST_F(SchemaTest, SchemaOfADifferenceRefusesInvalidDocuments) {
     Json const valid = Json::parse(DiffDocument({}));
     for (auto const& member : valid.items()) {
         Json document = valid;
@@ -231,7 +231,7 @@ TEST_F(SchemaTest, ReportMayHaveNewConditions) {
     ExpectValid(document.dump(), reportSchema);
 }
 
-TEST_F(SchemaTest, SchemaOfAReportRefusesWhatIsNone) {
+TEST_F(SchemaTest, SchemaOfAReportRefusesInvalidDocuments) {
     Json const valid = Json::parse(ReportDocument());
     for (auto const& member : valid.items()) {
         Json document = valid;

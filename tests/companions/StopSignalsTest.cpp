@@ -55,7 +55,7 @@ ExitStatus EndOf(Body const& body) {
     return other.Wait(seconds(20));
 }
 
-TEST(StopSignalsTest, NothingCame) {
+TEST(StopSignalsTest, NoSignalWasReceived) {
     EXPECT_EQ(ExitStatus::Exited(0), EndOf([] { EXPECT_EQ(0, StopSignal()); }));
 }
 
@@ -181,7 +181,7 @@ TEST(StopSignalsTest, SecondStopDuringAWaitEndsTheProcess) {
               }));
 }
 
-TEST(StopSignalsTest, IgnoredOneGoesOnBeingIgnored) {
+TEST(StopSignalsTest, IgnoredSignalStaysIgnored) {
     OtherProcess other([] {
         std::signal(SIGINT, SIG_IGN);
         CatchStopSignals();

@@ -53,7 +53,7 @@ RowList const storedList = {
     {{"", "", "", "", "\"\\\n\t\x01", "\xE2\x80\xAE"}},
 };
 
-TEST_F(StoredResultTest, RestoresWhatTheQueryWrote) {
+TEST_F(StoredResultTest, RoundTripsOutputOfTheQuery) {
     Provenance provenance = ProvenanceOf("web\xFF");
     provenance.document = nullptr;
     for (bool const ndjson : {false, true}) {

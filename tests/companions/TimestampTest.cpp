@@ -25,7 +25,7 @@ TEST(TimestampTest, FormatsTimesBefore1970) {
     EXPECT_EQ("1969-12-31T23:59:59.500+00:00", FormatIn("UTC0", {-1, 500'000'000}));
 }
 
-TEST(TimestampTest, ReadsWhatItFormats) {
+TEST(TimestampTest, RoundTripsTimestamps) {
     for (char const* const zone : {"UTC0", "CET-1", "NST3:30"})
         for (time_t const second : {time_t{-1}, time_t{0}, morning, time_t{4102444800}}) {
             timespec const time{second, 125'000'000};

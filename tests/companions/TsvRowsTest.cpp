@@ -13,7 +13,7 @@ std::string Tsv(RowList const& list) {
 
 std::string const head = "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n";
 
-TEST(TsvRowsTest, NamesStandThereWithoutRowsToo) { EXPECT_EQ(head, Tsv({})); }
+TEST(TsvRowsTest, WritesTheHeaderWithoutRows) { EXPECT_EQ(head, Tsv({})); }
 
 TEST(TsvRowsTest, LineForEachRow) {
     EXPECT_EQ(head + "a\tb\tc\td\te\tf\n\t\t\t\t\t\n",
@@ -25,7 +25,7 @@ TEST(TsvRowsTest, FourBytesAreEscaped) {
               Tsv({{{"\t", "\n", "\r\n", "\\", "\\t", "a\\\tb"}}}));
 }
 
-TEST(TsvRowsTest, OtherBytesStandAsTheyAre) {
+TEST(TsvRowsTest, CopiesOtherBytes) {
     EXPECT_EQ(head + "\x01\t\x1b[m\t\xB5\t\xC2\xB5\t\"q\"\t a \n",
               Tsv({{{"\x01", "\x1b[m", "\xB5", "\xC2\xB5", "\"q\"", " a "}}}));
 }

@@ -26,7 +26,7 @@ std::string Encode(std::uint32_t value) {
     return {byte(0xF0 | value >> 18), more(12), more(6), more(0)};
 }
 
-TEST(Utf8Test, DecodesEveryCodePointAndNothingElse) {
+TEST(Utf8Test, DecodesExactlyTheCodePoints) {
     for (std::uint32_t value = 0; value < 0x120000; ++value) {
         std::string const text = Encode(value);
         bool const isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
@@ -38,7 +38,7 @@ TEST(Utf8Test, DecodesEveryCodePointAndNothingElse) {
     }
 }
 
-TEST(Utf8Test, CharacterThatBreaksOffIsNone) {
+TEST(Utf8Test, RejectsTruncatedSequences) {
     for (std::uint32_t const value : {0xB5u, 0x7FFu, 0x20ACu, 0xFFFFu, 0x1F600u, 0x10FFFFu}) {
         std::string const text = Encode(value);
         EXPECT_EQ(0u, DecodeCharacter("").length);
@@ -49,7 +49,7 @@ TEST(Utf8Test, CharacterThatBreaksOffIsNone) {
     }
 }
 
-TEST(Utf8Test, OverlongFormsAreNone) {
+TEST(Utf8Test, RejectsOverlongSequences) {
     for (std::string const text : {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x9F\xBF",
                                    "\xF0\x80\x80\x80", "\xF0\x8F\xBF\xBF"})
         EXPECT_FALSE(IsUtf8(text));

@@ -69,10 +69,10 @@ TEST(FileLocationPathsTest, ComparisonAgreesWithRepeatedCallsOfParent) {
                     break;
             }
             EXPECT_EQ(expected, EqualOrDescendant(At(ancestor), At(candidate)))
-                << ancestor << " and " << candidate;
+                << "ancestor " << ancestor << ", candidate " << candidate;
             bool const same = strcasecmp(At(ancestor).Text(), At(candidate).Text()) == 0;
             EXPECT_EQ(expected && !same, IsDescendant(At(ancestor), At(candidate)))
-                << ancestor << " and " << candidate;
+                << "ancestor " << ancestor << ", candidate " << candidate;
         }
     }
 }

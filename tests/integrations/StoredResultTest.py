@@ -93,7 +93,7 @@ class SameDocumentsTest(unittest.TestCase):
     def test_both_readers_accept_a_byte_order_mark(self):
         self.expect(True, b"\xef\xbb\xbf" + encoded(FINISHED))
 
-    def test_both_readers_accept_lines_of_ndjson(self):
+    def test_both_readers_accept_only_complete_ndjson(self):
         self.expect(True, encoded(NDJSON, row("Compliant")))
         self.expect(True, encoded({**NDJSON, "rowCount": 0}) + b"\n")
         self.expect(False, encoded(NDJSON))

@@ -255,12 +255,12 @@ TEST(QuickKills, InvariantsHoldAfterKillAtEachStep) {
                             {"exit_group", ""}});
 }
 
-TEST(QuickKills, BetweenTheStepsOfAReplacement) {
+TEST(QuickKills, InvariantsHoldAfterKillDuringReplacement) {
     KillAtPlaces(pollReplacedByClose,
                  {{"unlink", "/request.xml"}, {"rename", "/requestTemp.xml", 3}});
 }
 
-TEST(QuickKills, WhenTheRequestIsNeverTaken) {
+TEST(QuickKills, InvariantsHoldAfterKillWithoutPickup) {
     KillAtPlaces(neverTaken, {{"rename", "/requestTemp.xml"}, {"clock_nanosleep", ""}});
 }
 
