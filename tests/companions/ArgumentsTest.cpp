@@ -40,7 +40,7 @@ TEST(ArgumentsTest, AcceptsEmptyCommandLine) {
     EXPECT_EQ(Texts(), Read({}).Operands());
 }
 
-TEST(ArgumentsTest, OptionHasItsLastNameAndEachNameIsKnown) {
+TEST(ArgumentsTest, RecognizesShortAndLongNamesOfOption) {
     EXPECT_TRUE(Read({"-h"}).Has("--help"));
     EXPECT_TRUE(Read({"--help"}).Has("--help"));
     EXPECT_TRUE(Read({"-x"}).Has("-x"));
@@ -55,7 +55,7 @@ TEST(ArgumentsTest, ValueFollowsASpaceOrAnEqualsSign) {
     EXPECT_EQ(Texts(), Read({"-x"}).Values("--list"));
 }
 
-TEST(ArgumentsTest, ValuesAreTakenAsTheyAre) {
+TEST(ArgumentsTest, DoesNotInterpretValues) {
     for (std::string const value :
          {"", " ", "-", "--help", "-5", "[a,b]", "{}", "a,b", "\"q\"", "\xFF", "%%", "++", "true"})
         EXPECT_EQ(Texts{value}, Read({"--list", value, "one"}).Values("--list")) << value;
@@ -70,7 +70,7 @@ TEST(ArgumentsTest, ValueMayLookLikeAnOption) {
     EXPECT_EQ(Texts{"one"}, Read({"--list", "--", "--list=", "one"}).Operands());
 }
 
-TEST(ArgumentsTest, RepeatedOptionKeepsAllValuesInTheirOrder) {
+TEST(ArgumentsTest, KeepsValuesOfRepeatedOptionInOrder) {
     EXPECT_EQ((Texts{"b", "a", "b"}),
               Read({"--list=b", "--list", "a", "--list=b"}).Values("--list"));
 }
@@ -114,13 +114,13 @@ TEST(ArgumentsTest, SingleDashIsAnOperand) {
     EXPECT_EQ((Texts{"-", "-"}), Read({"-", "-x", "-"}).Operands());
 }
 
-TEST(ArgumentsTest, OtherTextAfterADashIsAnUnknownOption) {
+TEST(ArgumentsTest, RefusesDigitsAndPunctuationAfterDash) {
     for (std::string const text : {"-5", "- ", "-!", "-:", "-?", "---", "--!", "-- "})
         EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
                   Refusal({"one", text}));
 }
 
-TEST(ArgumentsTest, AbbreviatedNameIsAnUnknownOption) {
+TEST(ArgumentsTest, RefusesAbbreviatedName) {
     std::string const unknown = "' is no option of this program; --help shows those accepted";
     EXPECT_EQ("'--=a" + unknown, Refusal({"--=a"}));
     for (std::string const text : {"--l", "--lis", "--lis=a"})

@@ -60,7 +60,7 @@ protected:
     }
 };
 
-TEST_P(ClosedDescriptorsTest, QueryWritesIntoNoFileOfTheExchange) {
+TEST_P(ClosedDescriptorsTest, QueryDoesNotWriteOutputToExchangeFiles) {
     OnAMachine([] {
         ScriptedAgent agent(
             AgentScript().Answer(OpenAnswer()).Answer(finished).Answer(CloseAnswer()));
@@ -83,7 +83,7 @@ TEST_P(ClosedDescriptorsTest, QueryWritesIntoNoFileOfTheExchange) {
     });
 }
 
-TEST_P(ClosedDescriptorsTest, DoctorWritesIntoNoFileOfTheExchange) {
+TEST_P(ClosedDescriptorsTest, DoctorDoesNotWriteOutputToExchangeFiles) {
     OnAMachine([] {
         ScriptedAgent agent;
         // Directories that every user may write to are a problem.

@@ -12,7 +12,7 @@ bool ColorsTerminal(ColorMode mode) {
     return UsesColor(mode, Output(screen.otherEnd()));
 }
 
-TEST(ColorTest, AutomaticIsForTerminalsThatWantIt) {
+TEST(ColorTest, AutomaticModeColorsTerminalsUnlessNoColorIsSet) {
     EnvironmentVariable const terminal("TERM", "xterm");
     EXPECT_TRUE(ColorsTerminal(ColorMode::automatic));
     EnvironmentVariable const emptyOne("NO_COLOR", "");
@@ -22,7 +22,7 @@ TEST(ColorTest, AutomaticIsForTerminalsThatWantIt) {
     EXPECT_TRUE(ColorsTerminal(ColorMode::always));
 }
 
-TEST(ColorTest, AutomaticIsNotForDumbTerminals) {
+TEST(ColorTest, AutomaticModeDoesNotColorDumbTerminals) {
     EnvironmentVariable const dumb("TERM", "dumb");
     EXPECT_FALSE(ColorsTerminal(ColorMode::automatic));
     EXPECT_TRUE(ColorsTerminal(ColorMode::always));

@@ -16,7 +16,7 @@ using Words = std::set<std::string>;
 
 std::string const root = CC_COMPLETIONS;
 
-// What bash offers for the last of the words, which it has split at "=" as it does.
+// Returns the completions of the last word. Bash splits words at "=".
 Words Offered(std::string const& command, std::vector<std::string> const& words) {
     std::string const script = "source \"$1\" && shift\n"
                                "function=$(complete -p \"$1\" | sed 's/.* -F \\([^ ]*\\).*/\\1/')\n"
@@ -48,7 +48,7 @@ TEST(CompletionsTest, BashCompletesNoOperands) {
     EXPECT_EQ(Words(), Offered("compliance-query", {"--strict", "-"}));
 }
 
-TEST(CompletionsTest, BashOffersValues) {
+TEST(CompletionsTest, BashOffersValuesOfOptions) {
     EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
               Offered("compliance-query", {"--progress", ""}));
     EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
@@ -81,7 +81,7 @@ TEST(CompletionsTest, BashOffersNoOptionTwice) {
     EXPECT_EQ(Words{}, Offered("compliance-doctor", {"-V", "--ve"}));
 }
 
-TEST(CompletionsTest, BashFollowsTheFixedFormOfTheTool) {
+TEST(CompletionsTest, BashFollowsThePositionalSyntaxOfTheTool) {
     EXPECT_EQ((Words{"-c", "-d"}), Offered("ClientCompliance", {""}));
     EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", ""}));
     EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", "url", ""}));
@@ -90,7 +90,7 @@ TEST(CompletionsTest, BashFollowsTheFixedFormOfTheTool) {
     EXPECT_EQ(Words(), Offered("ClientCompliance", {"-d", "", "", ""}));
 }
 
-TEST(CompletionsTest, BashOffersScenariosToTheStandInAgent) {
+TEST(CompletionsTest, BashOffersScenarioFilesForTheStandInAgent) {
     EXPECT_EQ((Words{"--check", "--help", "--version"}), Offered("VeskaClient", {"--"}));
     EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"READ"}));
     EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"--check", "READ"}));
@@ -99,7 +99,7 @@ TEST(CompletionsTest, BashOffersScenariosToTheStandInAgent) {
 
 void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const& folder) {
     if (!fs::exists(checker.front()))
-        GTEST_SKIP() << checker.front() << " is missing, so this test can prove NOTHING here.";
+        GTEST_SKIP() << checker.front() << " is missing, so this test is skipped.";
     int files = 0;
     for (auto const& entry : fs::directory_iterator(root + folder)) {
         std::vector<std::string> command = checker;
@@ -111,10 +111,10 @@ void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const
     EXPECT_EQ(7, files);
 }
 
-TEST(CompletionsTest, BashReadsThem) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }
+TEST(CompletionsTest, BashAcceptsTheSyntax) { ExpectGoodSyntax({"/bin/bash", "-n"}, "/bash"); }
 
-TEST(CompletionsTest, ZshReadsThem) { ExpectGoodSyntax({"/bin/zsh", "-n"}, "/zsh"); }
+TEST(CompletionsTest, ZshAcceptsTheSyntax) { ExpectGoodSyntax({"/bin/zsh", "-n"}, "/zsh"); }
 
-TEST(CompletionsTest, FishReadsThem) { ExpectGoodSyntax({"/usr/bin/fish", "-n"}, "/fish"); }
+TEST(CompletionsTest, FishAcceptsTheSyntax) { ExpectGoodSyntax({"/usr/bin/fish", "-n"}, "/fish"); }
 
 } // namespace

@@ -20,7 +20,7 @@ std::string DiffRefusal(std::vector<char const*> const& texts) {
     return "accepted";
 }
 
-TEST(DiffCommandLineTest, TwoFilesAndOptions) {
+TEST(DiffCommandLineTest, ParsesFilesAndOptions) {
     DiffCommandLine const plain = ParseDiff({"old", "new"});
     EXPECT_EQ(DiffCommandLine::compare, plain.action);
     EXPECT_EQ("old", plain.oldFile);
@@ -41,7 +41,7 @@ TEST(DiffCommandLineTest, HelpAndVersionNeedNoFiles) {
     EXPECT_EQ(DiffCommandLine::showVersion, ParseDiff({"-V"}).action);
 }
 
-TEST(DiffCommandLineTest, RefusesOtherCommandLines) {
+TEST(DiffCommandLineTest, RefusesInvalidCommandLines) {
     EXPECT_EQ("OLD is missing; accepted: OLD and NEW", DiffRefusal({}));
     EXPECT_EQ("NEW is missing; accepted: OLD and NEW", DiffRefusal({"old"}));
     EXPECT_EQ("'c' is one operand too many; accepted: OLD NEW", DiffRefusal({"a", "b", "c"}));

@@ -28,7 +28,7 @@ protected:
     std::string const failed = Store("failed.json", {ResultRow("d", "Fail")});
 };
 
-TEST_F(DiffProgramTest, ExitStatusesAreThoseOfDiff) {
+TEST_F(DiffProgramTest, HasTheExitStatusesOfDiff1) {
     EXPECT_EQ(ExitStatus::Exited(0), RunDiff({passed, passed}).status);
     ProgramResult const different = RunDiff({passed, failed});
     EXPECT_EQ(ExitStatus::Exited(1), different.status);
@@ -42,7 +42,7 @@ TEST_F(DiffProgramTest, ExitStatusesAreThoseOfDiff) {
     EXPECT_EQ(ExitStatus::Exited(2), RunDiff({passed}).status);
 }
 
-TEST_F(DiffProgramTest, OnlyRegressionsCountWithRegressions) {
+TEST_F(DiffProgramTest, RegressionsOptionIgnoresOtherDifferences) {
     EXPECT_EQ(ExitStatus::Exited(1), RunDiff({"--regressions=Pass", passed, failed}).status);
     EXPECT_EQ(ExitStatus::Exited(0), RunDiff({"--regressions=Pass", failed, passed}).status);
     EXPECT_EQ(ExitStatus::Exited(0), RunDiff({"--regressions=Pass,Fail", passed, failed}).status);
@@ -67,7 +67,7 @@ TEST_F(DiffProgramTest, RefusesDocumentLargerThan256Mebibytes) {
 }
 #endif
 
-TEST_F(DiffProgramTest, OutputThatCannotBeWrittenIsTrouble) {
+TEST_F(DiffProgramTest, ExitsWith2IfOutputCannotBeWritten) {
     std::string const command =
         "'" CC_DIFF_PROGRAM "' '" + passed + "' '" + failed + "' >/dev/full";
     ProgramResult const result = RunProgram({"/bin/sh", "-c", command});

@@ -66,19 +66,19 @@ TEST(DiffTest, ListsRemovedAddedAndChangedRows) {
               sides.Text());
 }
 
-TEST(DiffTest, OtherFieldsAndTheOrderAreNoDifference) {
+TEST(DiffTest, IgnoresTypeTimeAndOrderOfRows) {
     Sides const sides({{{"a", "r", "t", "1", "d", "c"}}, {{"b", "r", "t", "1", "d", "c"}}},
                       {{{"b", "r", "u", "2", "d", "c"}}, {{"a", "r", "u", "3", "d", "c"}}});
     EXPECT_TRUE(sides.Compare().IsEmpty());
     EXPECT_EQ("", sides.Text());
 }
 
-TEST(DiffTest, DescriptionIsCompared) {
+TEST(DiffTest, ComparesDescriptions) {
     Sides const sides({{{"a", "r", "t", "1", "old", "c"}}}, {{{"a", "r", "t", "1", "new", "c"}}});
     EXPECT_EQ(std::string(diffHead) + "~ a\n    description: 'old' -> 'new'\n", sides.Text());
 }
 
-TEST(DiffTest, EqualDesignatorsMatchInTheirOrder) {
+TEST(DiffTest, MatchesRowsWithEqualDesignatorsInOrder) {
     Sides const sides({ResultRow("d", "1"), ResultRow("d", "2"), ResultRow("d", "3")},
                       {ResultRow("d", "1"), ResultRow("d", "5")});
     EXPECT_EQ(std::string(diffHead) + "- d (3)\n~ d\n    result: '2' -> '5'\n", sides.Text());
@@ -88,7 +88,7 @@ TEST(DiffTest, EqualDesignatorsMatchInTheirOrder) {
         sides.Notes());
 }
 
-TEST(DiffTest, EqualDesignatorsOfOneSideHaveNoMatch) {
+TEST(DiffTest, NotesRepeatedDesignatorsOfOneSide) {
     Sides const sides({ResultRow("d", "1"), ResultRow("d", "2"), ResultRow("e", "1")},
                       {ResultRow("e", "1"), ResultRow("e", "1")});
     EXPECT_EQ((std::vector<std::string>{
@@ -97,12 +97,12 @@ TEST(DiffTest, EqualDesignatorsOfOneSideHaveNoMatch) {
               sides.Notes());
 }
 
-TEST(DiffTest, TextsAreVisible) {
+TEST(DiffTest, EscapesControlCharactersAndIllFormedUtf8) {
     Sides const sides({}, {ResultRow("d\x1b[2J\n\xE2\x80\xAE", "r\xFF")});
     EXPECT_EQ(std::string(diffHead) + "+ d\\x1b[2J\\n\\u202e (r\\xff)\n", sides.Text());
 }
 
-TEST(DiffTest, ColorsMarkWholeLines) {
+TEST(DiffTest, ColorsWholeLines) {
     Sides const sides({ResultRow("a", "r"), ResultRow("c", "r")},
                       {ResultRow("b", "r"), ResultRow("c", "s")});
     EXPECT_EQ(std::string(diffHead) + "\x1b[31m- a (r)\x1b[0m\n\x1b[32m+ b (r)\x1b[0m\n"
@@ -110,7 +110,7 @@ TEST(DiffTest, ColorsMarkWholeLines) {
               sides.Text(true));
 }
 
-TEST(DiffTest, RegressionsAreRowsWhoseResultLeftTheList) {
+TEST(DiffTest, RegressionIsAChangeFromGoodToOtherResult) {
     Sides const sides(
         {ResultRow("worse", "Pass"), ResultRow("better", "Fail"), ResultRow("other", "Pass"),
          ResultRow("gone", "Pass"), ResultRow("comment", "Pass", "a"), ResultRow("bad", "Fail")},
@@ -165,7 +165,7 @@ TEST(DiffTest, DifferenceOfAResultWithItselfIsEmpty) {
     }
 }
 
-TEST(DiffTest, SwappedResultsMirrorTheDifference) {
+TEST(DiffTest, SwappingTheSidesSwapsAddedAndRemovedRows) {
     std::mt19937 random(2);
     for (int round = 0; round < 500; ++round) {
         RowList const a = RandomRows(random);
@@ -182,7 +182,7 @@ TEST(DiffTest, SwappedResultsMirrorTheDifference) {
 }
 
 // Applies the difference to the old rows: removes, replaces, adds. The same rows in another order.
-TEST(DiffTest, DifferenceTurnsTheOldRowsIntoTheNewOnes) {
+TEST(DiffTest, DifferenceAppliedToOldRowsProducesNewRows) {
     std::mt19937 random(3);
     for (int round = 0; round < 500; ++round) {
         Sides const sides(RandomRows(random), RandomRows(random));

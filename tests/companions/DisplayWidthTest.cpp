@@ -33,7 +33,7 @@ TEST_P(DisplayWidthTest, CountsColumnsOfCharacters) {
     EXPECT_EQ(1u, DisplayWidth("\xB5"));
 }
 
-TEST_P(DisplayWidthTest, PrefixEndsBetweenCharacters) {
+TEST_P(DisplayWidthTest, PrefixDoesNotSplitCharacters) {
     EXPECT_EQ(2u, PrefixWithin("abc", 2));
     EXPECT_EQ(3u, PrefixWithin("abc", 9));
     EXPECT_EQ(1u, PrefixWithin(std::string("a") + wide, 2));

@@ -31,14 +31,14 @@ void AwaitZombie(pid_t process) {
     }
 }
 
-TEST(DoctorAgentTest, ProgramIsInstalled) {
+TEST(DoctorAgentTest, AcceptsInstalledProgram) {
     Sandbox::Run([] {
         InstallAgent();
         ExpectOk(agentProgram, CheckAgentProgram());
     });
 }
 
-TEST(DoctorAgentTest, ProgramIsMissing) {
+TEST(DoctorAgentTest, ReportsMissingProgram) {
     Sandbox::Run([] {
         ExpectProblem("agent-missing", agentProgram, CheckAgentProgram());
         fs::create_directories("/opt/VeskaClient/bin");
@@ -67,7 +67,7 @@ TEST(DoctorAgentTest, ProgramInAnUnsearchableDirectory) {
     });
 }
 
-TEST(DoctorAgentTest, AgentRuns) {
+TEST(DoctorAgentTest, FindsProcessOfRunningAgent) {
     Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "60"});
@@ -87,7 +87,7 @@ TEST(DoctorAgentTest, NoProcessRuns) {
     });
 }
 
-TEST(DoctorAgentTest, OnlyAZombieIsLeft) {
+TEST(DoctorAgentTest, ReportsZombieOfAgent) {
     Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "0"});
@@ -98,7 +98,7 @@ TEST(DoctorAgentTest, OnlyAZombieIsLeft) {
     });
 }
 
-TEST(DoctorAgentTest, ProgramWasRemovedOrReplacedUnderIt) {
+TEST(DoctorAgentTest, ReportsRunningAgentWithRemovedOrReplacedProgram) {
     Sandbox::Run([] {
         InstallAgent();
         OtherProgram const agent({agentProgram, "60"});
@@ -112,7 +112,7 @@ TEST(DoctorAgentTest, ProgramWasRemovedOrReplacedUnderIt) {
     });
 }
 
-TEST(DoctorAgentTest, OtherProgramOfTheName) {
+TEST(DoctorAgentTest, NotesProgramWithSameNameInOtherDirectory) {
     Sandbox::Run([] {
         InstallAgent();
         fs::copy_file("/bin/sleep", "/opt/VeskaClient/VeskaClient");
@@ -123,8 +123,8 @@ TEST(DoctorAgentTest, OtherProgramOfTheName) {
     });
 }
 
-// Another user's process hides its program.
-TEST(DoctorAgentTest, OnlyTheNameOfTheCommandCanBeSeen) {
+// The program of another user's process is not visible.
+TEST(DoctorAgentTest, NotesProcessKnownOnlyByItsCommandName) {
     Sandbox::Run({.proc = Proc::empty}, [] {
         MakeFakeProcess("77", {.stat = "77 (VeskaClient) S 1 77"});
         Finding const finding = CheckAgentProcess();
@@ -133,7 +133,7 @@ TEST(DoctorAgentTest, OnlyTheNameOfTheCommandCanBeSeen) {
     });
 }
 
-TEST(DoctorAgentTest, BetterEvidenceCountsMore) {
+TEST(DoctorAgentTest, PrefersProcessWithStrongerEvidence) {
     Sandbox::Run({.proc = Proc::empty}, [] {
         InstallAgent();
         MakeFakeProcess("5", {.stat = "5 (VeskaClient) Z 1"});
@@ -163,7 +163,7 @@ TEST(DoctorAgentTest, ReportsTheLowestProcessId) {
     });
 }
 
-TEST(DoctorAgentTest, NamesThatAreMerelyLikeIt) {
+TEST(DoctorAgentTest, IgnoresProcessesWithSimilarNames) {
     Sandbox::Run({.proc = Proc::empty}, [] {
         MakeFakeProcess("5", {.exe = "/bin/veskaclient"});
         MakeFakeProcess("6", {.exe = "/bin/VeskaClientX"});
@@ -173,7 +173,7 @@ TEST(DoctorAgentTest, NamesThatAreMerelyLikeIt) {
     });
 }
 
-TEST(DoctorAgentTest, MachineWithoutProc) {
+TEST(DoctorAgentTest, ReportsMissingProcFileSystem) {
     for (Proc const proc : {Proc::empty, Proc::none})
         Sandbox::Run({.proc = proc},
                      [] { ExpectProblem("no-proc", "/proc", CheckAgentProcess()); });

@@ -88,34 +88,34 @@ void TryAll(std::string const& path, std::string const& check, std::vector<Kind>
     }
 }
 
-TEST(DoctorAgreementTest, RequestOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtRequestPath) {
     TryAll(ScriptedAgent::request, "request", KindsOfEntries());
 }
 
-TEST(DoctorAgreementTest, TemporaryRequestOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtTemporaryRequestPath) {
     TryAll(ScriptedAgent::requestTemp, "temporary-request", KindsOfEntries());
 }
 
-TEST(DoctorAgreementTest, LockFileOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtLockFilePath) {
     TryAll(ScriptedAgent::lockFile, "lock", KindsOfEntries());
 }
 
-TEST(DoctorAgreementTest, ResponseOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtResponsePath) {
     TryAll(ScriptedAgent::response, "response", KindsOfEntries());
 }
 
-TEST(DoctorAgreementTest, RequestDirectoryOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtRequestDirectoryPath) {
     TryAll(ScriptedAgent::requestDirectory, "request-directory",
            KindsOfDirectories({"0000", "0100", "0200", "0400", "0500", "0600", "0300", "0700"}));
 }
 
 // The agent answers with the rights of the tool's user, who therefore needs the right to write.
-TEST(DoctorAgreementTest, ResponseDirectoryOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtResponseDirectoryPath) {
     TryAll(responseDirectory, "response-directory",
            KindsOfDirectories({"0000", "0200", "0600", "0300", "0700"}));
 }
 
-TEST(DoctorAgreementTest, ParentDirectoryOfEachKind) {
+TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtParentDirectoryPath) {
     TryAll(agentDirectory, "request-directory", KindsOfDirectories({"0000", "0200", "0400"}));
 }
 
@@ -128,7 +128,7 @@ bool GiveStickyDirectoryToGroup() {
     return true;
 }
 
-TEST(DoctorAgreementTest, FileOfRootInStickyDirectory) {
+TEST(DoctorAgreementTest, AgreesOnFilesOfRootInStickyDirectory) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         PlayedAgent const agent(UsualAnswers());
@@ -162,7 +162,7 @@ std::size_t FindCallOfLstat(std::string const& path) {
     throw std::runtime_error("no call of lstat for " + path);
 }
 
-TEST(DoctorAgreementTest, EntryThatCannotBeExaminedIsProblem) {
+TEST(DoctorAgreementTest, ReportsEntryThatCannotBeExamined) {
     Sandbox::Run([] {
         LayOut();
         struct {

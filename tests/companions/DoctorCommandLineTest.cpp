@@ -13,20 +13,20 @@ DoctorCommandLine Parse(std::vector<char const*> texts) {
     return ParseDoctorCommandLine(static_cast<int>(texts.size()), texts.data());
 }
 
-TEST(DoctorCommandLineTest, TextOrJson) {
+TEST(DoctorCommandLineTest, ParsesJsonOption) {
     EXPECT_EQ(DoctorCommandLine::examine, Parse({}).action);
     EXPECT_FALSE(Parse({}).json);
     EXPECT_TRUE(Parse({"--json"}).json);
 }
 
-TEST(DoctorCommandLineTest, HelpAndVersion) {
+TEST(DoctorCommandLineTest, ParsesHelpAndVersion) {
     EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"-h"}).action);
     EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"--version", "--help"}).action);
     EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"--version", "--json"}).action);
     EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"-V"}).action);
 }
 
-TEST(DoctorCommandLineTest, AnythingElseIsRefused) {
+TEST(DoctorCommandLineTest, RefusesOtherArguments) {
     EXPECT_THROW(Parse({"--tsv"}), CommandLineError);
     EXPECT_THROW(Parse({"url"}), CommandLineError);
     EXPECT_THROW(Parse({"--json=no"}), CommandLineError);

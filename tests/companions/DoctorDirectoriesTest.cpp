@@ -21,7 +21,7 @@ void CreateDirectories(unsigned int mode) {
     fs::permissions(responses, fs::perms(mode));
 }
 
-TEST(DoctorDirectoriesTest, AllIsInOrder) {
+TEST(DoctorDirectoriesTest, AcceptsUsableDirectories) {
     Sandbox::Run([] {
         CreateDirectories(0750);
         ExpectOk(requests, CheckRequestDirectory());
@@ -32,7 +32,7 @@ TEST(DoctorDirectoriesTest, AllIsInOrder) {
     });
 }
 
-TEST(DoctorDirectoriesTest, Missing) {
+TEST(DoctorDirectoriesTest, ReportsMissingDirectories) {
     Sandbox::Run([] {
         ExpectProblem("directory-missing", requests, CheckRequestDirectory());
         ExpectProblem("directory-missing", responses, CheckResponseDirectory());
@@ -42,7 +42,7 @@ TEST(DoctorDirectoriesTest, Missing) {
     });
 }
 
-TEST(DoctorDirectoriesTest, DiagnosesAnEntryThatIsNoDirectory) {
+TEST(DoctorDirectoriesTest, ReportsEntriesThatAreNotDirectories) {
     Sandbox::Run([] {
         fs::create_directories(agentDirectory);
         std::ofstream(std::string(requests)) << "file";
@@ -86,7 +86,7 @@ TEST(DoctorDirectoriesTest, UnreadableIsReportedWithOwnerAndMode) {
     });
 }
 
-TEST(DoctorDirectoriesTest, EverybodyMayReplaceTheDocumentsOfOthers) {
+TEST(DoctorDirectoriesTest, ReportsWorldWritableDirectories) {
     Sandbox::Run([] {
         CreateDirectories(0777);
         ExpectProblem("unsafe-mode", "mode 0777", CheckModesOfRequestDirectory());
@@ -96,7 +96,7 @@ TEST(DoctorDirectoriesTest, EverybodyMayReplaceTheDocumentsOfOthers) {
     });
 }
 
-TEST(DoctorDirectoriesTest, EverybodyMayAddDocumentsWhereItIsSticky) {
+TEST(DoctorDirectoriesTest, NotesWorldWritableStickyDirectories) {
     Sandbox::Run([] {
         CreateDirectories(01777);
         ExpectFinding(Verdict::note, "open-to-others", "mode 1777", CheckModesOfRequestDirectory());
@@ -105,7 +105,7 @@ TEST(DoctorDirectoriesTest, EverybodyMayAddDocumentsWhereItIsSticky) {
     });
 }
 
-TEST(DoctorDirectoriesTest, GroupIsSafe) {
+TEST(DoctorDirectoriesTest, AcceptsGroupWritableDirectories) {
     Sandbox::Run([] {
         for (unsigned int const mode : {01775u, 0775u, 0770u}) {
             CreateDirectories(mode);
@@ -115,7 +115,7 @@ TEST(DoctorDirectoriesTest, GroupIsSafe) {
     });
 }
 
-TEST(DoctorDirectoriesTest, MountedReadOnly) {
+TEST(DoctorDirectoriesTest, ReportsReadOnlyFileSystem) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests);
@@ -124,7 +124,7 @@ TEST(DoctorDirectoriesTest, MountedReadOnly) {
     });
 }
 
-TEST(DoctorDirectoriesTest, DiskIsFull) {
+TEST(DoctorDirectoriesTest, ReportsFullDisk) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests);
@@ -134,7 +134,7 @@ TEST(DoctorDirectoriesTest, DiskIsFull) {
     });
 }
 
-TEST(DoctorDirectoriesTest, OnlyRootHasRoomInReservedBlocks) {
+TEST(DoctorDirectoriesTest, OnlyRootCanUseReservedBlocks) {
     struct statvfs fileSystem {};
     fileSystem.f_bfree = 100;
     EXPECT_TRUE(HasRoom(fileSystem, true));
@@ -146,7 +146,7 @@ TEST(DoctorDirectoriesTest, OnlyRootHasRoomInReservedBlocks) {
     EXPECT_FALSE(HasRoom(fileSystem, false));
 }
 
-TEST(DoctorDirectoriesTest, NoMoreFilesFitOnTheDisk) {
+TEST(DoctorDirectoriesTest, ReportsDiskWithoutFreeInodes) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         SmallFileSystem disk(requests, {.inodes = 2});

@@ -51,7 +51,7 @@ TEST(DoctorDocumentsTest, NoDocumentsExist) {
     });
 }
 
-TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
+TEST(DoctorDocumentsTest, ReportsStaleRequestWithAgeAndOwner) {
     Sandbox::Run([] {
         Create(request, std::chrono::hours(75));
         Finding const finding = ExamineRequest();
@@ -61,7 +61,7 @@ TEST(DoctorDocumentsTest, StaleRequestHasItsAgeAndOwner) {
     });
 }
 
-TEST(DoctorDocumentsTest, RequestOfTheFutureIsStaleToo) {
+TEST(DoctorDocumentsTest, ReportsRequestDatedInTheFutureAsStale) {
     Sandbox::Run([] {
         Create(request, std::chrono::hours(-5));
         ExpectProblem("request-stale", "dated in the future", ExamineRequest());
@@ -79,7 +79,7 @@ TEST(DoctorDocumentsTest, RequestWithAHeldLockIsInProgress) {
 }
 
 // A user who may not read the lock file can't find out whether it is locked.
-TEST(DoctorDocumentsTest, RequestBesideAnUnreadableLockIsNotStale) {
+TEST(DoctorDocumentsTest, DoesNotCallRequestStaleIfLockIsUnreadable) {
     Sandbox::Run([] {
         Create(request);
         std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
@@ -92,7 +92,7 @@ TEST(DoctorDocumentsTest, RequestBesideAnUnreadableLockIsNotStale) {
     });
 }
 
-TEST(DoctorDocumentsTest, RequestThatChangedBesideAFreeLock) {
+TEST(DoctorDocumentsTest, ReportsRequestThatChangedWhileLockWasFree) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         FileFacts const absent(request);
@@ -109,7 +109,7 @@ TEST(DoctorDocumentsTest, RequestThatChangedBesideAFreeLock) {
     });
 }
 
-TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
+TEST(DoctorDocumentsTest, ReportsDirectoryAtRequestPath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(request);
@@ -117,8 +117,8 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheRequest) {
     });
 }
 
-// A link that leads nowhere keeps evaluations off as well.
-TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
+// A dangling link blocks evaluations as well.
+TEST(DoctorDocumentsTest, ReportsDanglingLinkAtRequestPath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("nowhere", request);
@@ -126,7 +126,7 @@ TEST(DoctorDocumentsTest, BrokenLinkInThePlaceOfTheRequest) {
     });
 }
 
-TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
+TEST(DoctorDocumentsTest, ReportsTemporaryRequestOnlyIfNotWritable) {
     Sandbox::Run([] {
         Create(temporary);
         fs::permissions(temporary, fs::perms(0444));
@@ -138,8 +138,8 @@ TEST(DoctorDocumentsTest, TemporaryRequestIsOverwrittenWhereThatCanBeDone) {
     });
 }
 
-// The tool opens it for reading and writing.
-TEST(DoctorDocumentsTest, TemporaryRequestThatCantBeRead) {
+// The tool opens the temporary request for reading and writing.
+TEST(DoctorDocumentsTest, ReportsUnreadableTemporaryRequest) {
     Sandbox::Run([] {
         Create(temporary);
         fs::permissions(temporary, fs::perms(0222));
@@ -149,7 +149,7 @@ TEST(DoctorDocumentsTest, TemporaryRequestThatCantBeRead) {
     });
 }
 
-TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
+TEST(DoctorDocumentsTest, ReportsDirectoryAtTemporaryRequestPath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(temporary);
@@ -158,7 +158,7 @@ TEST(DoctorDocumentsTest, SomethingElseInThePlaceOfTheTemporaryRequest) {
 }
 
 // A document written through a planted link is lost, also if the link is dangling.
-TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
+TEST(DoctorDocumentsTest, ReportsLinkAtTemporaryRequestPath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("target", temporary);
@@ -168,7 +168,7 @@ TEST(DoctorDocumentsTest, LinkInThePlaceOfTheTemporaryRequest) {
     });
 }
 
-TEST(DoctorDocumentsTest, LinkInThePlaceOfTheResponse) {
+TEST(DoctorDocumentsTest, ReportsLinkAtResponsePath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_symlink("target", response);
@@ -178,7 +178,7 @@ TEST(DoctorDocumentsTest, LinkInThePlaceOfTheResponse) {
     });
 }
 
-TEST(DoctorDocumentsTest, OldResponseHasItsAge) {
+TEST(DoctorDocumentsTest, NotesOldResponseWithItsAge) {
     Sandbox::Run([] {
         Create(response, std::chrono::hours(30));
         Finding const finding = CheckResponse();
@@ -196,7 +196,7 @@ TEST(DoctorDocumentsTest, OldResponseNeedsNoRemedy) {
     });
 }
 
-TEST(DoctorDocumentsTest, ResponseTooLargeForMemory) {
+TEST(DoctorDocumentsTest, ReportsResponseLargerThanTheLimit) {
     Sandbox::Run([] {
         Create(response);
         fs::resize_file(response, maxResponseBytes);
@@ -209,7 +209,7 @@ TEST(DoctorDocumentsTest, ResponseTooLargeForMemory) {
 }
 
 // The oldest date that a file can have.
-TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
+TEST(DoctorDocumentsTest, SaturatesAgeOfTheOldestPossibleDate) {
     Sandbox::Run([] {
         Create(response);
         constexpr auto oldest = std::numeric_limits<time_t>::min();
@@ -223,7 +223,7 @@ TEST(DoctorDocumentsTest, AgeOfTheOldestDateIsTheGreatest) {
     });
 }
 
-TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
+TEST(DoctorDocumentsTest, ReportsUnreadableResponse) {
     Sandbox::Run([] {
         Create(response);
         fs::permissions(response, fs::perms::none);
@@ -234,7 +234,7 @@ TEST(DoctorDocumentsTest, ResponseThatThisUserMayNotRead) {
     });
 }
 
-TEST(DoctorDocumentsTest, FifoInThePlaceOfTheResponse) {
+TEST(DoctorDocumentsTest, ReportsFifoAtResponsePath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         ASSERT_EQ(0, mkfifo(response, 0666));

@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(DoctorFilesTest, AgeInTheLargestUnitOfWhichThereAreTwo) {
+TEST(DoctorFilesTest, DescribesAgeInTheLargestUnitWithAtLeastTwo) {
     EXPECT_EQ("0 seconds old", DescribeAge(0));
     EXPECT_EQ("1 second old", DescribeAge(1));
     EXPECT_EQ("119 seconds old", DescribeAge(119));
@@ -101,7 +101,7 @@ bool IsKept() {
     return IsKeptByStickyDirectory(FileFacts("/opt/directory/file"), FileFacts("/opt/directory"));
 }
 
-TEST(DoctorFilesTest, StickyDirectoryKeepsFilesOfOthersFromUsers) {
+TEST(DoctorFilesTest, StickyDirectoryProtectsFilesOfOtherUsers) {
     Sandbox::Run([] {
         for (StickyCase const& test :
              {StickyCase{0, 0, 01777, true}, StickyCase{0, 0, 0777, false},

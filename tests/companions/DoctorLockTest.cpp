@@ -24,7 +24,7 @@ void CreateLockFile(unsigned int mode) {
     fs::permissions(lockFile, fs::perms(mode));
 }
 
-TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
+TEST(DoctorLockTest, MissingLockFileIsFreeAndIsNotCreated) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         ExpectOk("nobody", Check());
@@ -32,7 +32,7 @@ TEST(DoctorLockTest, NoLockFileIsFreeAndNoneIsCreated) {
     });
 }
 
-TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
+TEST(DoctorLockTest, SkipsCheckWithoutItsDirectory) {
     Sandbox::Run([] {
         ExpectFinding(Verdict::skipped, "", ScriptedAgent::requestDirectory, Check());
         fs::create_directories("/var/opt/VeskaClient");
@@ -41,7 +41,7 @@ TEST(DoctorLockTest, IsSkippedWithoutItsDirectory) {
     });
 }
 
-TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
+TEST(DoctorLockTest, DoesNotTakeFreeLock) {
     Sandbox::Run([] {
         CreateLockFile(0600);
         ExpectOk("free", Check());
@@ -50,7 +50,7 @@ TEST(DoctorLockTest, FreeAndStillFreeAfterwards) {
     });
 }
 
-TEST(DoctorLockTest, HolderThatHasEndedHasNoName) {
+TEST(DoctorLockTest, OmitsProgramOfHolderThatHasExited) {
     OtherProcess ended([] {});
     ended.Wait();
     Finding const finding = CheckLock({LockState::held, ended.pid()});
@@ -70,7 +70,7 @@ TEST(DoctorLockTest, LinkAtTheLockFileIsNotFollowed) {
     });
 }
 
-TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
+TEST(DoctorLockTest, NamesProcessAndProgramThatHoldTheLock) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         OtherProcess holder([](Handshake& line) {
@@ -91,8 +91,8 @@ TEST(DoctorLockTest, HeldByAProcessThatIsNamed) {
     });
 }
 
-// A lock for reading on a part of the file keeps a writer off the whole of it.
-TEST(DoctorLockTest, HeldInPartAndForReading) {
+// A read lock on a part of the file conflicts with a write lock on the whole file.
+TEST(DoctorLockTest, ReportsReadLockOnPartOfTheFile) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         ForeignLock lock(F_RDLCK, 4711, 1);
@@ -100,7 +100,7 @@ TEST(DoctorLockTest, HeldInPartAndForReading) {
     });
 }
 
-TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
+TEST(DoctorLockTest, ReportsHeldLockIfFileIsReadOnly) {
     Sandbox::Run([] {
         CreateLockFile(0444);
         ForeignLock lock;
@@ -108,7 +108,7 @@ TEST(DoctorLockTest, HeldWhereThisUserMayOnlyRead) {
     });
 }
 
-TEST(DoctorLockTest, HeldThroughAnOpenFile) {
+TEST(DoctorLockTest, ReportsOpenFileDescriptionLock) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         int const file = OpenLockFile();
@@ -141,7 +141,7 @@ TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
 }
 
 // The open of a FIFO would block.
-TEST(DoctorLockTest, DiagnosesAnEntryThatIsNoLockFile) {
+TEST(DoctorLockTest, ReportsDirectoryOrFifoAtLockPath) {
     Sandbox::Run([] {
         CreateAgentDirectories();
         fs::create_directory(lockFile);
@@ -160,15 +160,15 @@ TEST(DoctorLockTest, LockFileInAnUnsearchableDirectory) {
     });
 }
 
-// What the system's setting is on this host does not matter.
+// Replaces the setting of this host in the sandbox.
 void ProtectRegularFiles(char const* setting) {
     std::ofstream("/opt/setting") << setting;
     char const place[] = "/proc/sys/fs/protected_regular";
     if (mount("/opt/setting", place, nullptr, MS_BIND, nullptr) != 0)
-        throw std::runtime_error("can't put a setting in its place");
+        throw std::runtime_error("cannot mount the setting");
 }
 
-// False where the machine knows no second user.
+// Returns false where the sandbox has no second user.
 bool GiveLockFileToAnotherUser() {
     if (chown(lockFile, 65534, 65534) == 0)
         return true;
@@ -176,7 +176,7 @@ bool GiveLockFileToAnotherUser() {
     return false;
 }
 
-TEST(DoctorLockTest, FileOfAnotherUserIsProtectedInAStickyDirectory) {
+TEST(DoctorLockTest, ReportsProtectedLockFileInStickyDirectory) {
     Sandbox::Run([] {
         CreateLockFile(0666);
         if (!GiveLockFileToAnotherUser())

@@ -17,7 +17,7 @@ Findings const findings = {
     {"four", Verdict::skipped, "", "unknown"},
 };
 
-TEST(DoctorReportTest, LineForEachCheckWithTheRemedy) {
+TEST(DoctorReportTest, WritesLineWithRemedyForEachCheck) {
     EXPECT_EQ("ok       one: fine.\n"
               "note     two: so old\\x1b[31m\\xff. Remedy: wait.\n"
               "problem  three: held. Remedy: end it.\n"
@@ -25,7 +25,7 @@ TEST(DoctorReportTest, LineForEachCheckWithTheRemedy) {
               OutputOf([](Output& output) { WriteText(findings, output); }));
 }
 
-TEST(DoctorReportTest, Document) {
+TEST(DoctorReportTest, WritesJsonDocument) {
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"healthy", false},
                     {"checks",
@@ -46,7 +46,7 @@ TEST(DoctorReportTest, Document) {
               Json::parse(OutputOf([](Output& output) { WriteJson(findings, output); })));
 }
 
-TEST(DoctorReportTest, OnlyAProblemIsOne) {
+TEST(DoctorReportTest, NotesAndSkippedChecksAreNotProblems) {
     EXPECT_TRUE(HasProblem(findings));
     EXPECT_FALSE(HasProblem({}));
     EXPECT_FALSE(HasProblem({findings[0], findings[1], findings[3]}));

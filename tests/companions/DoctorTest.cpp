@@ -26,7 +26,7 @@ ProgramResult RunIt(std::vector<std::string> arguments, ProgramOptions const& op
     return RunProgram(arguments, options);
 }
 
-// A machine on which an evaluation can be had.
+// A machine on which an evaluation succeeds.
 void MakeHealthy() {
     CreateAgentDirectories();
     fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0770));
@@ -34,7 +34,7 @@ void MakeHealthy() {
     InstallAgent();
 }
 
-// The whole tree with all modes, as the doctor must leave it.
+// Lists all entries below the path with their modes.
 std::string Survey(std::string const& root) {
     std::string text;
     for (auto const& entry : fs::recursive_directory_iterator(root))
@@ -43,7 +43,7 @@ std::string Survey(std::string const& root) {
     return text;
 }
 
-TEST(DoctorTest, ReportsThatTheFindingsCouldNotBeWritten) {
+TEST(DoctorTest, ReportsFullDiskOfStandardOutput) {
     Sandbox::Run([] {
         ProgramResult const result =
             RunProgram({"/bin/sh", "-c", "exec " CC_DOCTOR_PROGRAM " >/dev/full"});
@@ -53,7 +53,7 @@ TEST(DoctorTest, ReportsThatTheFindingsCouldNotBeWritten) {
     });
 }
 
-TEST(DoctorTest, HealthyMachineIsStatus0) {
+TEST(DoctorTest, ExitsWith0OnHealthyMachine) {
     Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});
@@ -81,7 +81,7 @@ TEST(DoctorTest, HealthyMachineIsStatus0) {
     });
 }
 
-TEST(DoctorTest, BareMachineIsStatus1) {
+TEST(DoctorTest, ExitsWith1OnMachineWithoutAgent) {
     Sandbox::Run([] {
         ProgramResult const result = RunIt({"--json"});
         EXPECT_EQ(ExitStatus::Exited(1), result.status);
@@ -96,7 +96,7 @@ TEST(DoctorTest, BareMachineIsStatus1) {
     });
 }
 
-TEST(DoctorTest, HolderOfTheLockIsNamed) {
+TEST(DoctorTest, ReportsProcessThatHoldsTheLock) {
     Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});
@@ -110,7 +110,7 @@ TEST(DoctorTest, HolderOfTheLockIsNamed) {
     });
 }
 
-// As from a container that shares the directory with the host.
+// Like a container that shares the directory with the host.
 TEST(DoctorTest, LockHolderInAnotherNamespaceHasNoProcessId) {
     Sandbox::Run([] {
         CreateAgentDirectories();
@@ -124,7 +124,7 @@ TEST(DoctorTest, LockHolderInAnotherNamespaceHasNoProcessId) {
     });
 }
 
-TEST(DoctorTest, NothingIsChanged) {
+TEST(DoctorTest, DoesNotChangeFiles) {
     Sandbox::Run([] {
         RunIt({});
         EXPECT_EQ("", Survey("/opt") + Survey("/var/opt"));
@@ -135,14 +135,14 @@ TEST(DoctorTest, NothingIsChanged) {
     });
 }
 
-TEST(DoctorTest, HelpAndVersion) {
+TEST(DoctorTest, ShowsHelpAndVersion) {
     ProgramResult const help = RunIt({"--help"});
     EXPECT_EQ(ExitStatus::Exited(0), help.status);
     EXPECT_TRUE(help.output.starts_with("Usage: compliance-doctor [--json]\n"));
     EXPECT_EQ("compliance-doctor " CC_VERSION "\n", RunIt({"--version"}).output);
 }
 
-TEST(DoctorTest, BadCommandLineIsStatus2) {
+TEST(DoctorTest, ExitsWith2OnInvalidCommandLine) {
     ProgramResult const result = RunIt({"--fix"});
     EXPECT_EQ(ExitStatus::Exited(2), result.status);
     EXPECT_EQ("compliance-doctor: '--fix' is no option of this program; --help shows those "
@@ -151,7 +151,7 @@ TEST(DoctorTest, BadCommandLineIsStatus2) {
     EXPECT_EQ("", result.output);
 }
 
-TEST(DoctorTest, FindingsThatCantBeWrittenAreStatus1) {
+TEST(DoctorTest, ExitsWith1IfStandardOutputIsClosed) {
     Sandbox::Run([] {
         MakeHealthy();
         OtherProgram const agent({agentProgram, "60"});

@@ -17,10 +17,10 @@ namespace fs = std::filesystem;
 
 // Only root can search it.
 constexpr char const* closedDirectory = "/opt/closed";
-// An entry is made here and then renamed, because PlaceOnDisk only hides the request directory.
+// An entry is created here and then renamed, because PlaceOnDisk hides only the request directory.
 constexpr char const* staging = "/var/opt/staging";
 
-// The owner becomes the user whose evaluations are tried, where the sandbox has a second user.
+// Changes the owner to the user who runs the programs, if the sandbox has a second user.
 void GiveToUser(std::string const& path) {
     bool const isGiven = lchown(path.c_str(), userId, userId) == 0;
     ASSERT_TRUE(isGiven || errno == EINVAL) << path;

@@ -11,7 +11,7 @@
 
 #include "tests/support/Entries.h"
 
-// The user whose evaluations are tried (see Sandbox::DropPrivileges).
+// The user who runs the programs (see Sandbox::DropPrivileges).
 constexpr uid_t userId = 65534;
 constexpr char const* agentDirectory = "/var/opt/VeskaClient";
 constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
@@ -30,7 +30,7 @@ std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes);
 
 // Creates the directories of an exchange that has no lock, request or answer yet.
 void LayOut();
-// Makes devices below /var/opt work.
+// Mounts /var/opt so that devices below it can be opened.
 void MountForDevices();
 // Returns the path of a copy, because not every user can reach the directory of the build.
 std::string CopyForEveryone(std::string const& program);

@@ -1,4 +1,4 @@
-// The order of the calls and what ends them, over five functions that do what a test says.
+// Evaluations over scripted replacements of the five functions: the order of the calls, and errors.
 #include "companions/Evaluation.h"
 
 #include <gtest/gtest.h>
@@ -30,7 +30,7 @@ struct Step {
 
 struct Interface {
     Step open = {};
-    // One a call; the last one repeats.
+    // One for each call. The last one repeats.
     std::deque<Step> progress = {{1}};
     Step close = {};
     RowList rows = {};
@@ -104,7 +104,7 @@ void ExpectEnd(EvaluationEnd::What what, int number, int closeCode, EvaluationEn
     EXPECT_EQ(closeCode, end.closeCode);
 }
 
-// The flag of a signal stays for good, so it is set in a process of its own.
+// A recorded signal cannot be cleared, so each test uses its own process.
 template <typename Body>
 void InAnotherProcess(Body const& body) {
     OtherProcess other([&] {
@@ -114,7 +114,7 @@ void InAnotherProcess(Body const& body) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-TEST(EvaluationTest, RowsAreUsedBeforeTheClose) {
+TEST(EvaluationTest, PassesRowsToCallerBeforeClose) {
     fake = {};
     ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({"url", "doc", 11}));
     EXPECT_EQ("open(url,doc,11) progress rows close", fake.calls);
@@ -134,7 +134,7 @@ TEST(EvaluationTest, RefusedOpenNeedsNoClose) {
     }
 }
 
-TEST(EvaluationTest, FailedPollEndsInAClose) {
+TEST(EvaluationTest, ClosesAfterFailedPoll) {
     for (int const code : {-3, -6, -7, -16, -17, -19}) {
         fake = {.progress = {{code}}};
         ExpectEnd(EvaluationEnd::failed, code, 0, RunFake());
@@ -142,7 +142,7 @@ TEST(EvaluationTest, FailedPollEndsInAClose) {
     }
 }
 
-TEST(EvaluationTest, ErrorOfTheAgent) {
+TEST(EvaluationTest, ReturnsErrorOfTheAgent) {
     for (int const error : {-22, 0, 7}) {
         fake = {.progress = {{2, error}}};
         ExpectEnd(EvaluationEnd::agentError, error, 0, RunFake());
@@ -150,7 +150,7 @@ TEST(EvaluationTest, ErrorOfTheAgent) {
     }
 }
 
-TEST(EvaluationTest, PolledAsLongAsItIsInProgress) {
+TEST(EvaluationTest, PollsWhileEvaluationIsInProgress) {
     fake = {.progress = {{3, 10}, {3, -5}, {1}}};
     ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake());
     EXPECT_EQ("open(null,null,0) progress progress progress rows close", fake.calls);
@@ -162,7 +162,7 @@ TEST(EvaluationTest, RowsAreUsedIfTheCloseFails) {
     EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
 }
 
-TEST(EvaluationTest, RowsAreTheTextsOfTheInterface) {
+TEST(EvaluationTest, RowsHaveTheValuesOfTheInterface) {
     fake = {.rows = {{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", "last"}}}};
     Progress progress(ProgressStyle::none);
     RowList seen;
@@ -179,7 +179,7 @@ TEST(EvaluationTest, DeadlineEndsAnEndlessEvaluation) {
     EXPECT_TRUE(fake.calls.ends_with("progress close"));
 }
 
-TEST(EvaluationTest, FinishedCountsMoreThanTheLimit) {
+TEST(EvaluationTest, EvaluationFinishesBeforeTheDeadline) {
     fake = {.progress = {{3, 50}, {1}}};
     ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.deadline = In(std::chrono::seconds(30))}));
 }
@@ -200,7 +200,7 @@ TEST(EvaluationTest, SignalDuringAFailedOpenNeedsNoClose) {
     });
 }
 
-TEST(EvaluationTest, SignalWhilePollingEndsIt) {
+TEST(EvaluationTest, SignalDuringPollEndsEvaluation) {
     InAnotherProcess([] {
         fake = {.progress = {{.result = 3, .signal = SIGINT}}};
         ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
@@ -208,7 +208,7 @@ TEST(EvaluationTest, SignalWhilePollingEndsIt) {
     });
 }
 
-TEST(EvaluationTest, SignalCountsMoreThanFinished) {
+TEST(EvaluationTest, SignalTakesPrecedenceOverFinishedEvaluation) {
     InAnotherProcess([] {
         fake = {.progress = {{.result = 1, .signal = SIGINT}}};
         ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
@@ -216,7 +216,7 @@ TEST(EvaluationTest, SignalCountsMoreThanFinished) {
     });
 }
 
-TEST(EvaluationTest, SignalWhileClosingStillCounts) {
+TEST(EvaluationTest, ReportsSignalDuringClose) {
     InAnotherProcess([] {
         fake = {.close = {.result = -3, .signal = SIGTERM}};
         ExpectEnd(EvaluationEnd::stopped, SIGTERM, -3, RunFake());
@@ -224,7 +224,7 @@ TEST(EvaluationTest, SignalWhileClosingStillCounts) {
     });
 }
 
-TEST(EvaluationTest, ExceptionWhileTheRowsAreUsedClosesIt) {
+TEST(EvaluationTest, ClosesIfCallerThrowsOnRows) {
     fake = {};
     Progress progress(ProgressStyle::none);
     EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
@@ -233,13 +233,13 @@ TEST(EvaluationTest, ExceptionWhileTheRowsAreUsedClosesIt) {
     EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }
 
-TEST(EvaluationTest, ExhaustedMemoryWhilePollingClosesIt) {
+TEST(EvaluationTest, ClosesIfMemoryIsExhaustedDuringPoll) {
     fake = {.progress = {{.fails = true}}};
     EXPECT_THROW(RunFake(), std::bad_alloc);
     EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }
 
-TEST(EvaluationTest, FirstExceptionLeavesWhenTheCloseThrowsToo) {
+TEST(EvaluationTest, RethrowsFirstExceptionIfCloseThrowsToo) {
     fake = {.close = {.fails = true}};
     Progress progress(ProgressStyle::none);
     EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
@@ -248,7 +248,7 @@ TEST(EvaluationTest, FirstExceptionLeavesWhenTheCloseThrowsToo) {
     EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }
 
-TEST(EvaluationTest, CloseThatThrowsIsNotRepeated) {
+TEST(EvaluationTest, DoesNotRepeatCloseThatThrows) {
     fake = {.close = {.fails = true}};
     EXPECT_THROW(RunFake(), std::bad_alloc);
     EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);

@@ -16,7 +16,7 @@ protected:
     std::string const file = WriteFile(directory / "a", "");
 };
 
-TEST_F(FileIdentityTest, DoesNotDependOnHowThePathIsWritten) {
+TEST_F(FileIdentityTest, IdentifiesFileByAnyPathOrLink) {
     std::filesystem::create_symlink("a", directory / "link");
     std::filesystem::create_hard_link(file, directory / "hard");
     ASSERT_TRUE(IdentifyFile(file));
@@ -25,7 +25,7 @@ TEST_F(FileIdentityTest, DoesNotDependOnHowThePathIsWritten) {
     EXPECT_NE(IdentifyFile(file), IdentifyFile(WriteFile(directory / "b", "")));
 }
 
-TEST_F(FileIdentityTest, NewFileIsItsNameInItsDirectory) {
+TEST_F(FileIdentityTest, IdentifiesNewFileByDirectoryAndName) {
     ASSERT_TRUE(IdentifyFile(directory / "new"));
     EXPECT_EQ(IdentifyFile(directory / "new"), IdentifyFile(directory / ".//new"));
     EXPECT_NE(IdentifyFile(directory / "new"), IdentifyFile(directory / "other"));

@@ -1,4 +1,4 @@
-// What a test expects of a finding.
+// Checks of the findings of the doctor.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ inline void ExpectOk(std::string const& words, Finding const& finding) {
     ExpectFinding(Verdict::ok, "", words, finding);
 }
 
-// The body as a user without rights, in a sandbox.
+// Runs the body as an unprivileged user, in a sandbox.
 template <typename Body>
 void WithoutRights(Body const& body) {
     OtherProcess other([&] {

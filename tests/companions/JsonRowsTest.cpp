@@ -35,7 +35,7 @@ Json WithoutProvenance(std::string const& text) {
     return document;
 }
 
-TEST(JsonRowsTest, DocumentWithItsRows) {
+TEST(JsonRowsTest, WritesDocumentWithRows) {
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"outcome", "finished"},
                     {"rowCount", 2},
@@ -56,7 +56,7 @@ TEST(JsonRowsTest, DocumentWithItsRows) {
                   JsonText({{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
 }
 
-TEST(JsonRowsTest, DocumentWithoutRows) {
+TEST(JsonRowsTest, WritesDocumentWithoutRows) {
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"outcome", "finished"},
                     {"rowCount", 0},
@@ -74,7 +74,7 @@ TEST(JsonRowsTest, EveryCharacterRoundTrips) {
     EXPECT_EQ(6u, row.size());
 }
 
-TEST(JsonRowsTest, TextThatIsNoUtf8HasItsExactBytesBesideIt) {
+TEST(JsonRowsTest, AddsBase64OfTextThatIsNotUtf8) {
     Json const row = RowObject({"\xB5", "ok", "\xFF", "1", "caf\xE9 \xC3\xA9", "\\xb5"});
     EXPECT_EQ((Json{{"designator", "\\xb5"},
                     {"designatorBase64", "tQ=="},
@@ -96,7 +96,7 @@ std::vector<Json> ParseLines(std::string const& text) {
     return objects;
 }
 
-TEST(JsonRowsTest, EachRowIsALineOfNdjsonAfterTheHead) {
+TEST(JsonRowsTest, WritesNdjsonLineForHeadAndEachRow) {
     RowList const list = {{{"a\nb", "\xB5", "c", "d", "e", "f"}}, {{"g", "h", "i", "j", "k", "l"}}};
     Json head = Json::parse(JsonText(list));
     head.erase("rows");
@@ -120,7 +120,7 @@ Provenance KnownProvenance() {
     return provenance;
 }
 
-TEST(JsonRowsTest, ProvenanceHasItsMembers) {
+TEST(JsonRowsTest, WritesAllMembersOfProvenance) {
     EnvironmentVariable const zone("TZ", "CET-1");
     tzset();
     RowList const list = {{{"a", "Pass", "", "", "", ""}},
@@ -148,7 +148,7 @@ TEST(JsonRowsTest, ProvenanceHasItsMembers) {
         Json::parse(JsonText(list, KnownProvenance())).at("provenance"));
 }
 
-TEST(JsonRowsTest, AbsentFactsOfProvenanceAreNull) {
+TEST(JsonRowsTest, WritesNullForUnknownProvenance) {
     Json const provenance = Json::parse(JsonText({})).at("provenance");
     for (char const* const member : {"url", "document", "response"})
         EXPECT_TRUE(provenance.at(member).is_null()) << member;
@@ -156,7 +156,7 @@ TEST(JsonRowsTest, AbsentFactsOfProvenanceAreNull) {
     EXPECT_EQ(Json::object(), provenance.at("results"));
 }
 
-TEST(JsonRowsTest, OldAnswerIsNotFresh) {
+TEST(JsonRowsTest, MarksStaleAnswerAsNotFresh) {
     Provenance provenance = KnownProvenance();
     provenance.stale = true;
     EXPECT_EQ(false,

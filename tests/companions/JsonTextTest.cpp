@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(JsonTextTest, TextThatIsNotUtf8HasItsBytesInASecondMember) {
+TEST(JsonTextTest, AddsBase64MemberToTextThatIsNotUtf8) {
     nlohmann::ordered_json object;
     AddText(object, "plain", "caf\xC3\xA9");
     AddText(object, "text", "caf\xE9");
@@ -40,7 +40,7 @@ TEST(JsonTextTest, EncodesHighBytesAndTheWholeAlphabet) {
                                       48)));
 }
 
-TEST(JsonTextTest, DecodesWhatItEncodes) {
+TEST(JsonTextTest, DecodesEncodedBytes) {
     std::string bytes;
     for (int length = 0; length < 300; ++length) {
         EXPECT_EQ(bytes, DecodeBase64(EncodeBase64(bytes)));
@@ -48,7 +48,7 @@ TEST(JsonTextTest, DecodesWhatItEncodes) {
     }
 }
 
-TEST(JsonTextTest, RefusesTextThatIsNoBase64) {
+TEST(JsonTextTest, RefusesInvalidBase64) {
     for (char const* const text : {"A", "AA", "AAA", "AAAA=", "A===", "====", "AA=A", "AA==AAAA",
                                    "AB==", "AAB=", "AAA!", "AA A", "-_-_", "AAAA\n"})
         EXPECT_EQ(std::nullopt, DecodeBase64(text)) << text;

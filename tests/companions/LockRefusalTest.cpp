@@ -24,7 +24,7 @@ void ExpectRefused(QueryExit status, bool isTemporary, std::string const& messag
     EXPECT_NE(std::string::npos, failure.message.find(message)) << failure.message;
 }
 
-TEST(LockRefusalTest, MissingAgentIsNotInstalled) {
+TEST(LockRefusalTest, ReportsThatAgentIsNotInstalled) {
     Sandbox::Run([] {
         ExpectRefused(QueryExit::noAgent, false,
                       "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");
@@ -41,8 +41,8 @@ TEST(LockRefusalTest, HeldLockIsTemporary) {
     });
 }
 
-// Also where this user cannot write to the directory, which an existing lock file does not need.
-TEST(LockRefusalTest, LockThatIsFreeByNowIsTemporary) {
+// Also if the user cannot write to the directory: an existing lock file does not require it.
+TEST(LockRefusalTest, LockReleasedInTheMeantimeIsTemporary) {
     Sandbox::Run([] {
         CreateAgent();
         ExpectRefused(QueryExit::busy, true, "has released it by now");

@@ -44,7 +44,7 @@ std::string Samples(std::string const& text) {
     return samples;
 }
 
-TEST(MetricsTest, FinishedEvaluationHasAllValues) {
+TEST(MetricsTest, FinishedEvaluationHasAllMetrics) {
     EXPECT_EQ("clientcompliance_exit_status{document=\"D\",config=\"\"} 0\n"
               "clientcompliance_stale{document=\"D\",config=\"\"} 0\n"
               "clientcompliance_last_run_timestamp_seconds{document=\"D\",config=\"\"} 1000.250\n"
@@ -57,7 +57,7 @@ TEST(MetricsTest, FinishedEvaluationHasAllValues) {
               Samples(FormatMetrics(FinishedMetrics(), "")));
 }
 
-TEST(MetricsTest, EachNameIsDescribedOnceInEveryFile) {
+TEST(MetricsTest, EachMetricHasOneTypeLineInEveryFile) {
     std::string const finished = FormatMetrics(FinishedMetrics(), "");
     std::string const failed = FormatMetrics(FailedMetrics(), "");
     for (std::string const name :
@@ -118,14 +118,14 @@ TEST(MetricsTest, IgnoresOtherLabelsAndDamagedLines) {
         EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), begin + damaged + "\n")) << damaged;
 }
 
-TEST(MetricsTest, KeepsEachSampleOnce) {
+TEST(MetricsTest, KeepsFirstOfRepeatedSamples) {
     std::string const sample = R"(clientcompliance_rows{document="D",config="",result="a\"b\\"} )";
     std::string const text = FormatMetrics(FailedMetrics(), sample + "1\n" + sample + "2\n");
     EXPECT_THAT(text, HasSubstr(sample + "1\n"));
     EXPECT_THAT(text, Not(HasSubstr(sample + "2\n")));
 }
 
-TEST(MetricsTest, OldAnswerIsNoSuccess) {
+TEST(MetricsTest, StaleAnswerIsNotASuccess) {
     Metrics metrics = FinishedMetrics();
     metrics.stale = true;
     std::string const text = FormatMetrics(metrics, "");
@@ -134,13 +134,13 @@ TEST(MetricsTest, OldAnswerIsNoSuccess) {
     EXPECT_THAT(text, HasSubstr("result=\"Pass\"} 3\n"));
 }
 
-TEST(MetricsTest, WithoutStrictThereAreNoFailingRows) {
+TEST(MetricsTest, OmitsFailingRowsWithoutStrict) {
     Metrics metrics = FinishedMetrics();
     metrics.failing = {};
     EXPECT_THAT(Samples(FormatMetrics(metrics, "")), Not(HasSubstr("failing_rows")));
 }
 
-TEST(MetricsTest, TextsAreEscaped) {
+TEST(MetricsTest, EscapesLabelValues) {
     Metrics metrics = FinishedMetrics();
     metrics.document = "a\"b\\c\nd\xff";
     metrics.results = ResultCounts{{"", 1}, {"\"}\n", 2}};
@@ -164,7 +164,7 @@ TEST(MetricsTest, RowsOfRareAndLongResultsAreSummed) {
     EXPECT_THAT(text, Not(HasSubstr("lll")));
 }
 
-TEST(MetricsTest, FileIsReadableByAllAndReplaced) {
+TEST(MetricsTest, ReplacesFileAndMakesItReadableByAll) {
     TemporaryDirectory const directory;
     std::string const path = directory / "metrics.prom";
     mode_t const mask = umask(077);
@@ -180,7 +180,7 @@ TEST(MetricsTest, FileIsReadableByAllAndReplaced) {
                  ResultFileError);
 }
 
-TEST(MetricsTest, ResultOf100BytesHasItsOwnValue) {
+TEST(MetricsTest, ResultOf100BytesHasItsOwnSample) {
     Metrics metrics = FinishedMetrics();
     metrics.results = ResultCounts{{std::string(100, 'l'), 7}};
     EXPECT_THAT(FormatMetrics(metrics, ""),

@@ -28,27 +28,27 @@ std::string ReasonToRefuse(Parse const& parse, std::string const& value) {
     return "accepted";
 }
 
-TEST(OptionValuesTest, SpacesAndTabsAreTrimmed) {
+TEST(OptionValuesTest, TrimsSpacesAndTabs) {
     EXPECT_EQ("a b", TrimSpaces(" \ta b\t "));
     EXPECT_EQ("", TrimSpaces(" \t"));
     EXPECT_EQ("\n", TrimSpaces("\n"));
 }
 
-TEST(OptionValuesTest, NumbersAreDigitsOnly) {
+TEST(OptionValuesTest, AcceptsOnlyDigitsAsNumber) {
     EXPECT_EQ(0, ParseNumber("0"));
     EXPECT_EQ(9223372036854775807, ParseNumber("9223372036854775807"));
     for (char const* const text : {"", "-0", "-1", "+1", " 1", "1 ", "1x", "9223372036854775808"})
         EXPECT_EQ(std::nullopt, ParseNumber(text)) << text;
 }
 
-TEST(OptionValuesTest, RefusalsHaveTheValueAndTheReason) {
+TEST(OptionValuesTest, RefusalNamesTheValueAndTheReason) {
     EXPECT_EQ("'a,,b' has an empty entry", ReasonToRefuse(ParseList, "a,,b"));
     EXPECT_EQ("'a,b,a' has 'a' twice", ReasonToRefuse(ParseList, "a,b,a"));
     EXPECT_EQ("'5d' is not accepted", ReasonToRefuse(ParseDuration, "5d"));
     EXPECT_EQ("'/dev/null' is no regular file", ReasonToRefuse(ParseFile, "/dev/null"));
 }
 
-TEST(OptionValuesTest, ResultsOfSeveralOptionsAreCombined) {
+TEST(OptionValuesTest, CombinesResultsOfRepeatedOption) {
     EXPECT_EQ(
         (std::vector<std::string>{"a b", "c", "d"}),
         ReadResults(testedRules, With({"--results", " a b ,c", "--results=c,\td"}), "--results"));
@@ -59,7 +59,7 @@ TEST(OptionValuesTest, ResultsOfSeveralOptionsAreCombined) {
             << list;
 }
 
-TEST(OptionValuesTest, DurationsHaveUnits) {
+TEST(OptionValuesTest, AcceptsUnitsOfDurations) {
     EXPECT_EQ(seconds(90), ParseDuration("90"));
     EXPECT_EQ(seconds(90), ParseDuration("90s"));
     EXPECT_EQ(seconds(300), ParseDuration("5m"));
@@ -68,7 +68,7 @@ TEST(OptionValuesTest, DurationsHaveUnits) {
         EXPECT_THROW(ParseDuration(text), ValueError) << text;
 }
 
-TEST(OptionValuesTest, LastValueCountsAndEachIsParsed) {
+TEST(OptionValuesTest, UsesLastValueAndValidatesAll) {
     ColorMode color = ColorMode::automatic;
     ReadLast(testedRules, With({}), "--color", ParseColor, color);
     EXPECT_EQ(ColorMode::automatic, color);

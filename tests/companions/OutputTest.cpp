@@ -31,7 +31,7 @@ bool IsAsleep(pid_t process) {
     return nameEnd != facts.npos && facts.substr(nameEnd, 4) == ") S ";
 }
 
-TEST(OutputTest, BytesArriveInTheirOrder) {
+TEST(OutputTest, PreservesOrderOfSmallWrites) {
     std::string expected;
     std::string const got = OutputOf([&](Output& output) {
         for (int i = 0; i < 50'000; ++i) {
@@ -70,7 +70,7 @@ TEST(OutputTest, DistinguishesATerminalFromAFile) {
     EXPECT_FALSE(Output(screen.file()).IsTerminal());
 }
 
-TEST(OutputTest, FirstFailureIsKeptAndTheRestDropped) {
+TEST(OutputTest, KeepsFirstErrorAndDiscardsLaterWrites) {
     int const full = open("/dev/full", O_WRONLY | O_CLOEXEC);
     ASSERT_LE(0, full);
     Output output(full);
@@ -84,7 +84,7 @@ TEST(OutputTest, FirstFailureIsKeptAndTheRestDropped) {
     EXPECT_EQ(ENOSPC, output.Error());
 }
 
-TEST(OutputTest, ReaderWhoIsGoneIsAnError) {
+TEST(OutputTest, ReportsClosedReadEndOfPipe) {
     OtherProcess other([] {
         CatchStopSignals();
         int ends[2];
@@ -98,7 +98,7 @@ TEST(OutputTest, ReaderWhoIsGoneIsAnError) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-// More than a pipe or a terminal takes, and nobody reads.
+// The text exceeds the buffer of a pipe or a terminal, and nobody reads it.
 void ExpectInterrupted(Output& output) {
     output.Write(std::string(1'000'000, 'x'));
     EXPECT_EQ(EINTR, output.Error());
@@ -112,7 +112,7 @@ void ExpectToEnd(std::function<void()> const& body) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait(std::chrono::seconds(20)));
 }
 
-TEST(OutputTest, StopEndsTheWaitForAReader) {
+TEST(OutputTest, StopSignalEndsWaitForReader) {
     OtherProcess other([](Handshake& line) {
         CatchStopSignals();
         int ends[2];
@@ -129,7 +129,7 @@ TEST(OutputTest, StopEndsTheWaitForAReader) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForAReader) {
+TEST(OutputTest, StopSignalBeforeWriteEndsWaitForReader) {
     ExpectToEnd([] {
         int ends[2];
         ASSERT_EQ(0, pipe(ends));
@@ -140,7 +140,7 @@ TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForAReader) {
 }
 
 // poll(2) reports a terminal as writable though it takes less than a whole write.
-TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForATerminal) {
+TEST(OutputTest, StopSignalBeforeWriteEndsWaitForTerminal) {
     ExpectToEnd([] {
         Terminal const screen;
         Output output(screen.otherEnd());
@@ -149,7 +149,7 @@ TEST(OutputTest, StopBeforeTheWriteEndsTheWaitForATerminal) {
     });
 }
 
-TEST(OutputTest, StopEndsTheWaitForAPipeThatCantBeReopened) {
+TEST(OutputTest, StopSignalEndsWaitForPipeWithoutProc) {
     Sandbox::Run({.proc = Sandbox::Proc::none}, [] {
         ExpectToEnd([] {
             int ends[2];
@@ -175,7 +175,7 @@ TEST(OutputTest, WritesWithoutBlockingAfterAStopSignal) {
     });
 }
 
-TEST(OutputTest, SlowReaderOfAPipeGetsEveryByte) {
+TEST(OutputTest, SlowReaderOfPipeReceivesEveryByte) {
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
     std::string expected;
@@ -199,7 +199,7 @@ TEST(OutputTest, SlowReaderOfAPipeGetsEveryByte) {
     EXPECT_TRUE(expected == got);
 }
 
-TEST(OutputTest, FileStatusFlagsOfTheDescriptorStay) {
+TEST(OutputTest, DoesNotChangeFileStatusFlags) {
     Terminal const screen;
     int ends[2];
     ASSERT_EQ(0, pipe(ends));
@@ -244,7 +244,7 @@ TEST(OutputTest, WriteToAReadOnlyTerminalFails) {
     close(input);
 }
 
-TEST(OutputTest, FileThatExceedsTheSizeLimitIsAnError) {
+TEST(OutputTest, ReportsExceededFileSizeLimit) {
     ExpectToEnd([] {
         Terminal const screen;
         rlimit const limit{100, 100};
@@ -257,7 +257,7 @@ TEST(OutputTest, FileThatExceedsTheSizeLimitIsAnError) {
     });
 }
 
-TEST(OutputTest, WidthIsThatOfTheEnvironmentOrTheTerminal) {
+TEST(OutputTest, WidthIsFromTheEnvironmentOrTheTerminal) {
     constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
     Terminal const screen;
     Output const output(screen.otherEnd());

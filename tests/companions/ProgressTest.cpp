@@ -11,7 +11,7 @@
 
 namespace {
 
-// All that a body writes to standard error, which is a file or a terminal.
+// Returns what a body writes to standard error, which is a file or a terminal.
 template <typename Body>
 std::string ErrorsOf(Body const& body, bool terminal, char const* type = "xterm") {
     EnvironmentVariable const variable("TERM", type);
@@ -45,7 +45,7 @@ std::string Bar(int filled, std::string const& text) {
 
 std::string const gone = "\r\x1b[K";
 
-TEST(ProgressTest, BarIsDrawnAgainAndAgainAndGoneAtTheEnd) {
+TEST(ProgressTest, RedrawsBarAndClearsItAtTheEnd) {
     EXPECT_EQ(Bar(0, "asking the agent") + Bar(0, "0% completed") + Bar(15, "50% completed") +
                   Bar(30, "100% completed") + Bar(30, "closing the evaluation") + gone,
               ErrorsOf([] { TellAll(ProgressStyle::bar); }, true));
@@ -57,7 +57,7 @@ TEST(ProgressTest, AutomaticShowsABarOnATerminalOnly) {
     EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::automatic); }, false));
 }
 
-TEST(ProgressTest, LinesAreForLogs) {
+TEST(ProgressTest, LinesStyleWritesLineForEachStep) {
     EXPECT_EQ("compliance-query: asking the agent\n"
               "compliance-query: 0% completed\n"
               "compliance-query: 50% completed\n"
@@ -70,7 +70,7 @@ TEST(ProgressTest, NoneShowsNothingOnATerminal) {
     EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::none); }, true));
 }
 
-TEST(ProgressTest, BarHasItsLimitsButTheNumberHasNot) {
+TEST(ProgressTest, LimitsBarButNotPercentage) {
     auto const percent = [](int number) {
         return ErrorsOf([&] { Progress(ProgressStyle::bar).Percent(number); }, false);
     };
@@ -83,7 +83,7 @@ TEST(ProgressTest, BarHasItsLimitsButTheNumberHasNot) {
     EXPECT_EQ(Bar(29, "99% completed") + gone, percent(99));
 }
 
-TEST(ProgressTest, ClearedOnceAndOnlyWhereSomethingWasDrawn) {
+TEST(ProgressTest, ClearsDrawnBarOnce) {
     EXPECT_EQ(Bar(0, "asking the agent") + gone, ErrorsOf(
                                                      [] {
                                                          Progress progress(ProgressStyle::bar);

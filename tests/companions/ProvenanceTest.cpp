@@ -33,7 +33,7 @@ TEST(ProvenanceTest, DescribesRequestUserAndHost) {
     EXPECT_EQ(host, provenance.host);
 }
 
-TEST(ProvenanceTest, RequestByDefaultHasNeitherUrlNorDocument) {
+TEST(ProvenanceTest, DefaultRequestHasNeitherUrlNorDocument) {
     Provenance const provenance = ProvenanceRecorder(QueryCommandLine()).Finish({}, false);
     EXPECT_EQ(nullptr, provenance.url);
     EXPECT_EQ(nullptr, provenance.document);

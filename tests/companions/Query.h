@@ -29,7 +29,7 @@ inline AgentScript FinishingScript(std::string const& rows) {
 
 // Two rows, of which the second one has texts that need escapes.
 std::string TwoRows();
-// Far more rows than a pipe or the buffer of the output takes.
+// More rows than fit into a pipe or into the buffer of the output.
 std::string ManyRows();
 
 // The document of a failure, without its provenance.

@@ -109,21 +109,21 @@ void CompareOnBothMachines(std::string const& path, std::vector<Kind> const& kin
         CompareAll(path, kinds, hasAgent);
 }
 
-TEST(QueryAgreementTest, LockFileOfEachKind) {
+TEST(QueryAgreementTest, AgreesOnEachEntryKindAtLockFilePath) {
     CompareOnBothMachines(ScriptedAgent::lockFile, KindsOfEntries());
 }
 
-TEST(QueryAgreementTest, RequestDirectoryOfEachKind) {
+TEST(QueryAgreementTest, AgreesOnEachEntryKindAtRequestDirectoryPath) {
     CompareOnBothMachines(
         ScriptedAgent::requestDirectory,
         KindsOfDirectories({"0000", "0100", "0200", "0400", "0500", "0600", "0300", "0700"}));
 }
 
-TEST(QueryAgreementTest, ParentDirectoryOfEachKind) {
+TEST(QueryAgreementTest, AgreesOnEachEntryKindAtParentDirectoryPath) {
     CompareOnBothMachines(agentDirectory, KindsOfDirectories({"0000", "0200", "0400"}));
 }
 
-TEST(QueryAgreementTest, HeldLockIsStatus4ForEachUser) {
+TEST(QueryAgreementTest, ExitsWith4ForEachUserIfLockIsHeld) {
     for (bool const asUser : {false, true}) {
         Sandbox::Run([&] {
             Sandbox::InstallAgent();

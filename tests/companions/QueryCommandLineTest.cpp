@@ -25,7 +25,7 @@ std::string Refusal(Texts const& texts) {
     return "accepted";
 }
 
-TEST(QueryCommandLineTest, UrlAndDocument) {
+TEST(QueryCommandLineTest, ParsesUrlAndDocument) {
     QueryCommandLine const line = Parse({"http://host/", "Doc.xml"});
     EXPECT_EQ(QueryCommandLine::evaluate, line.action);
     EXPECT_EQ("http://host/", line.url);
@@ -38,19 +38,19 @@ TEST(QueryCommandLineTest, UrlAndDocument) {
     EXPECT_EQ(0u, line.flags);
 }
 
-TEST(QueryCommandLineTest, EmptyUrlAndDocumentAreTextsToo) {
+TEST(QueryCommandLineTest, AcceptsEmptyUrlAndDocument) {
     QueryCommandLine const line = Parse({"", ""});
     EXPECT_EQ("", line.url);
     EXPECT_EQ("", line.document);
 }
 
-TEST(QueryCommandLineTest, ByDefaultThereIsNeither) {
+TEST(QueryCommandLineTest, DefaultRequestHasNeitherUrlNorDocument) {
     QueryCommandLine const line = Parse({"-d"});
     EXPECT_EQ(std::nullopt, line.url);
     EXPECT_EQ(std::nullopt, line.document);
 }
 
-TEST(QueryCommandLineTest, Formats) {
+TEST(QueryCommandLineTest, ParsesOutputFormats) {
     EXPECT_EQ(RowFormat::table, Parse({"-d", "--table"}).format);
     EXPECT_EQ(RowFormat::tsv, Parse({"-d", "--tsv"}).format);
     EXPECT_EQ(RowFormat::json, Parse({"-d", "--json"}).format);
@@ -58,7 +58,7 @@ TEST(QueryCommandLineTest, Formats) {
     EXPECT_EQ(RowFormat::json, Parse({"--json", "-d", "--json"}).format);
 }
 
-TEST(QueryCommandLineTest, FlagsByNameAddUp) {
+TEST(QueryCommandLineTest, CombinesFlagsByName) {
     EXPECT_EQ(1u, Parse({"-d", "--flags", "gather"}).flags);
     EXPECT_EQ(2u, Parse({"-d", "--flags", "all"}).flags);
     EXPECT_EQ(4u, Parse({"-d", "--flags", "idle"}).flags);
@@ -68,7 +68,7 @@ TEST(QueryCommandLineTest, FlagsByNameAddUp) {
     EXPECT_EQ(3u, Parse({"-d", "--flags", " gather ,\tall"}).flags);
 }
 
-TEST(QueryCommandLineTest, AcceptedResultsAddUp) {
+TEST(QueryCommandLineTest, CombinesAcceptedResults) {
     EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
               Parse({"-d", "--strict", "Compliant,Not Applicable"}).acceptedResults);
     EXPECT_EQ((Texts{"Compliant", "Not Applicable"}),
@@ -78,13 +78,13 @@ TEST(QueryCommandLineTest, AcceptedResultsAddUp) {
               Parse({"-d", "--strict=a,b", "--strict=c,a"}).acceptedResults);
 }
 
-TEST(QueryCommandLineTest, TimeoutInSecondsTheLastOneCounts) {
+TEST(QueryCommandLineTest, UsesLastTimeout) {
     EXPECT_EQ(std::chrono::seconds(1), Parse({"-d", "--timeout=1"}).timeout);
     EXPECT_EQ(std::chrono::seconds(2147483647), Parse({"-d", "--timeout=2147483647"}).timeout);
     EXPECT_EQ(std::chrono::seconds(30), Parse({"--timeout=5", "-d", "--timeout", "30"}).timeout);
 }
 
-TEST(QueryCommandLineTest, Progress) {
+TEST(QueryCommandLineTest, ParsesProgressAndQuiet) {
     EXPECT_EQ(ProgressStyle::automatic, Parse({"-d", "--progress=auto"}).progress);
     EXPECT_EQ(ProgressStyle::bar, Parse({"-d", "--progress=bar"}).progress);
     EXPECT_EQ(ProgressStyle::lines, Parse({"-d", "--progress=lines"}).progress);
@@ -144,21 +144,21 @@ TEST(QueryCommandLineTest, RefusesRepeatedEntriesOfLists) {
               Refusal({"-d", "--columns=result", "--columns=result"}));
 }
 
-// A value that a later one replaces is a mistake all the same.
-TEST(QueryCommandLineTest, RefusesWrongValueBeforeRightOne) {
+// Each value is validated, even if a later one replaces it.
+TEST(QueryCommandLineTest, RefusesInvalidValueBeforeValidOne) {
     for (auto const& [option, right] :
          {std::pair{"--timeout", "5"}, std::pair{"--wait", "5"}, std::pair{"--progress", "bar"},
           std::pair{"--color", "never"}, std::pair{"--sort", "result"}, std::pair{"-o", "file"}})
         EXPECT_NE("accepted", Refusal({"-d", option, "/dev/null", option, right})) << option;
 }
 
-TEST(QueryCommandLineTest, FlagsByNumber) {
+TEST(QueryCommandLineTest, ParsesFlagsByNumber) {
     EXPECT_EQ(0u, Parse({"-d", "--flags=0"}).flags);
     EXPECT_EQ(15u, Parse({"-d", "--flags=15"}).flags);
     EXPECT_EQ(6u, Parse({"-d", "--flags=2,idle"}).flags);
 }
 
-TEST(QueryCommandLineTest, RefusesOtherFlags) {
+TEST(QueryCommandLineTest, RefusesInvalidFlags) {
     for (std::string const name : {"Gather", "16", "-1", "1 2", "0x1", "+1", "gatherall"})
         EXPECT_EQ(
             "--flags: '" + name +
@@ -167,7 +167,7 @@ TEST(QueryCommandLineTest, RefusesOtherFlags) {
             Refusal({"-d", "--flags", "all," + name}));
 }
 
-TEST(QueryCommandLineTest, TimesHaveUnits) {
+TEST(QueryCommandLineTest, AcceptsUnitsOfTimes) {
     EXPECT_EQ(std::chrono::seconds(90), Parse({"-d", "--timeout=90s"}).timeout);
     EXPECT_EQ(std::chrono::minutes(5), Parse({"-d", "--timeout=5m"}).timeout);
     EXPECT_EQ(std::chrono::hours(2), Parse({"-d", "--timeout=2h"}).timeout);
@@ -175,7 +175,7 @@ TEST(QueryCommandLineTest, TimesHaveUnits) {
     EXPECT_EQ(std::nullopt, Parse({"-d"}).wait);
 }
 
-TEST(QueryCommandLineTest, RefusesOtherTimes) {
+TEST(QueryCommandLineTest, RefusesInvalidTimes) {
     for (std::string const text :
          {"", "0", "-1", "1.5", "5d", "5S", "s", "5ms", "5 m", " 5", "+5", "0x5", "2147483648",
           "35791395m", "596524h", "99999999999999999999"})
@@ -186,7 +186,7 @@ TEST(QueryCommandLineTest, RefusesOtherTimes) {
                       Refusal({"-d", option, text}));
 }
 
-TEST(QueryCommandLineTest, OutputFile) {
+TEST(QueryCommandLineTest, ParsesOutputFile) {
     EXPECT_EQ(std::nullopt, Parse({"-d"}).outputFile);
     EXPECT_EQ("b", Parse({"-d", "--output", "a", "-o", "b"}).outputFile);
     EXPECT_FALSE(Parse({"-d", "-o", "b"}).keepFailures);
@@ -206,7 +206,7 @@ TEST(QueryCommandLineTest, RefusesOptionsWithoutEffect) {
     EXPECT_EQ("--allow-empty: accepted beside --strict only", Refusal({"-d", "--allow-empty"}));
 }
 
-TEST(QueryCommandLineTest, TableOptions) {
+TEST(QueryCommandLineTest, ParsesTableOptions) {
     TableOptions const table = Parse({"-d", "--columns=result, designator", "--columns", "comment",
                                       "--sort=evaluationTime", "--only=a, b", "--color=never"})
                                    .table;
@@ -218,7 +218,7 @@ TEST(QueryCommandLineTest, TableOptions) {
     EXPECT_EQ(ColorMode::automatic, Parse({"-d"}).table.color);
 }
 
-TEST(QueryCommandLineTest, RefusesOtherTableOptions) {
+TEST(QueryCommandLineTest, RefusesInvalidTableOptions) {
     std::string const fields =
         "' is not accepted; accepted: designator, result, resultType, evaluationTime, description "
         "or comment";
@@ -231,8 +231,8 @@ TEST(QueryCommandLineTest, RefusesOtherTableOptions) {
                   Refusal({"-d", "--json", option, "result"}));
 }
 
-// The names of the fields are in several texts.
-TEST(QueryCommandLineTest, EachFieldIsAColumnThatHelpAndRefusalName) {
+// Several texts contain the names of the fields.
+TEST(QueryCommandLineTest, HelpAndRefusalNameEachColumn) {
     std::string const refusal = Refusal({"-d", "--columns=x"});
     for (std::string const field : rowFieldNames) {
         EXPECT_EQ(1u, Parse({"-d", "--columns", field}).table.columns.size());
@@ -241,20 +241,20 @@ TEST(QueryCommandLineTest, EachFieldIsAColumnThatHelpAndRefusalName) {
     }
 }
 
-TEST(QueryCommandLineTest, ShortOptions) {
+TEST(QueryCommandLineTest, ParsesShortOptions) {
     EXPECT_TRUE(Parse({"-qd"}).quiet);
     EXPECT_EQ("file", Parse({"-qdo", "file"}).outputFile);
     EXPECT_EQ(QueryCommandLine::showVersion, Parse({"-V"}).action);
 }
 
-TEST(QueryCommandLineTest, ExplainsStatus) {
+TEST(QueryCommandLineTest, ParsesStatusToExplain) {
     QueryCommandLine const line = Parse({"--explain", "9"});
     EXPECT_EQ(QueryCommandLine::explain, line.action);
     EXPECT_EQ("9", line.status);
     EXPECT_EQ("9", Parse({"--explain=9", "--json", "--timeout=5m"}).status);
 }
 
-TEST(QueryCommandLineTest, RefusesOtherConfigurations) {
+TEST(QueryCommandLineTest, RefusesInvalidConfigurationNames) {
     for (std::string const option : {"--config", "--check-config"})
         EXPECT_EQ(option + ": 'a/b' is not accepted; accepted: NAME of a file "
                            "/etc/clientcompliance/NAME.conf",
@@ -263,13 +263,13 @@ TEST(QueryCommandLineTest, RefusesOtherConfigurations) {
               Refusal({"--config", "no such name"}));
 }
 
-TEST(QueryCommandLineTest, ChecksConfigurationByName) {
+TEST(QueryCommandLineTest, ParsesNameOfConfigurationToCheck) {
     QueryCommandLine const line = Parse({"--check-config", "night"});
     EXPECT_EQ(QueryCommandLine::checkConfig, line.action);
     EXPECT_EQ("night", line.config);
 }
 
-TEST(QueryCommandLineTest, ExplanationAndCheckAcceptNoRequest) {
+TEST(QueryCommandLineTest, RefusesRequestWithExplainOrCheckConfig) {
     EXPECT_EQ("'foo' is not accepted beside --explain", Refusal({"--explain", "3", "foo", "bar"}));
     EXPECT_EQ("'url' is not accepted beside --check-config",
               Refusal({"--check-config", "n", "url", "doc"}));
@@ -282,13 +282,13 @@ TEST(QueryCommandLineTest, ExplanationAndCheckAcceptNoRequest) {
               Refusal({"--check-config", "a", "--check-config", "b"}));
 }
 
-TEST(QueryCommandLineTest, RefusesOtherStatuses) {
+TEST(QueryCommandLineTest, RefusesUnknownStatusesToExplain) {
     for (std::string const text : {"", "12", "128", "x"})
         EXPECT_EQ("--explain: '" + text + "' is not accepted; accepted: 0 to 11, 129, 130 or 143",
                   Refusal({"--explain", text}));
 }
 
-TEST(QueryCommandLineTest, RefusesWrongValuesBesideExplain) {
+TEST(QueryCommandLineTest, RefusesInvalidValuesWithExplain) {
     for (Texts wrong : {Texts{"--timeout=soon"}, Texts{"--strict=,"}, Texts{"--output=/dev/null"},
                         Texts{"--json", "--tsv"}, Texts{"--allow-empty"}}) {
         wrong.emplace_back("-d");
@@ -300,7 +300,7 @@ TEST(QueryCommandLineTest, RefusesWrongValuesBesideExplain) {
     EXPECT_NE("accepted", Refusal({"--explain=12", "--explain=9"}));
 }
 
-TEST(QueryCommandLineTest, OtherProgressIsRefused) {
+TEST(QueryCommandLineTest, RefusesUnknownProgressStyle) {
     EXPECT_EQ("--progress: 'dots' is not accepted; accepted: auto, bar, lines or none",
               Refusal({"-d", "--progress=dots"}));
 }

@@ -14,7 +14,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-// Hides "/etc" as long as it lives.
+// Hides /etc during its lifetime.
 class ConfigurationDirectory {
 public:
     void Write(std::string const& name, std::string const& content) const {
@@ -29,7 +29,7 @@ private:
 constexpr char goodConfig[] = "URL=http://host/\nDOCUMENT=Doc\nFLAGS=gather,idle\n"
                               "GOOD_RESULTS=Pass\nKEEP_RESULTS=3\n";
 
-TEST(QueryConfigFileTest, EvaluatesAsTheFileDescribes) {
+TEST(QueryConfigFileTest, EvaluatesRequestOfTheFile) {
     Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);
@@ -43,7 +43,7 @@ TEST(QueryConfigFileTest, EvaluatesAsTheFileDescribes) {
     });
 }
 
-TEST(QueryConfigFileTest, MetricsHaveItsName) {
+TEST(QueryConfigFileTest, MetricsHaveNameOfConfiguration) {
     Sandbox::RunWithDirectories([] {
         ConfigurationDirectory const directory;
         directory.Write("night.conf", goodConfig);

@@ -35,7 +35,7 @@ protected:
     std::string const path = directory.path() + "/x.conf";
 };
 
-TEST_F(QueryConfigTest, AllKeys) {
+TEST_F(QueryConfigTest, ReadsAllKeys) {
     QueryConfig const config = Read("# The nightly evaluation.\n"
                                     "; Another comment\n"
                                     "\n"
@@ -52,7 +52,7 @@ TEST_F(QueryConfigTest, AllKeys) {
     EXPECT_EQ(30, config.keptResults);
 }
 
-TEST_F(QueryConfigTest, EmptyFileIsARequestByDefault) {
+TEST_F(QueryConfigTest, EmptyFileIsTheDefaultRequest) {
     QueryConfig const config = Read("");
     EXPECT_EQ(Texts(), config.mistakes);
     EXPECT_EQ(std::nullopt, config.url);
@@ -62,7 +62,7 @@ TEST_F(QueryConfigTest, EmptyFileIsARequestByDefault) {
     EXPECT_EQ(std::nullopt, config.keptResults);
 }
 
-TEST_F(QueryConfigTest, EachMistakeHasItsLine) {
+TEST_F(QueryConfigTest, ReportsLineOfEachMistake) {
     EXPECT_EQ((Texts{"1: 'URI' is no key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
                      "KEEP_RESULTS",
                      "2: FLAGS: 'fast' is not accepted; accepted: gather, all, idle or hint, with "
@@ -74,12 +74,12 @@ TEST_F(QueryConfigTest, EachMistakeHasItsLine) {
               Mistakes("URI=x\nFLAGS=fast\n\nDOCUMENT\nGOOD_RESULTS=a,\nKEEP_RESULTS=0\n"));
 }
 
-TEST_F(QueryConfigTest, RepeatedKeyIsAMistake) {
+TEST_F(QueryConfigTest, RefusesRepeatedKey) {
     EXPECT_EQ(Texts{"3: FLAGS: accepted once; it is also in line 1"},
               Mistakes("FLAGS=all\n\nFLAGS=all\n"));
 }
 
-TEST_F(QueryConfigTest, UrlAndDocumentNeedEachOther) {
+TEST_F(QueryConfigTest, RefusesUrlOrDocumentAlone) {
     EXPECT_EQ(Texts{"2: URL: accepted beside DOCUMENT only"}, Mistakes("#\nURL=x\n"));
     EXPECT_EQ(Texts{"1: DOCUMENT: accepted beside URL only"}, Mistakes("DOCUMENT=x\n"));
 }
@@ -121,14 +121,14 @@ TEST_F(QueryConfigTest, MessagesAreShort) {
     }
 }
 
-TEST_F(QueryConfigTest, KeptResultsAreANumberInItsLimits) {
+TEST_F(QueryConfigTest, LimitsNumberOfKeptResults) {
     EXPECT_EQ(1, Read("KEEP_RESULTS=1").keptResults);
     EXPECT_EQ(10'000, Read("KEEP_RESULTS=10000").keptResults);
     for (std::string const value : {"10001", "-1", "many"})
         EXPECT_EQ(1u, Mistakes("KEEP_RESULTS=" + value).size()) << value;
 }
 
-TEST_F(QueryConfigTest, RefusesOtherFiles) {
+TEST_F(QueryConfigTest, RefusesUnreadableAndTooLargeFiles) {
     EXPECT_EQ(Texts{path + ": cannot be read: No such file or directory"},
               ReadQueryConfig(path).mistakes);
     EXPECT_EQ(Texts{directory.path() + ": not a regular file"},
@@ -141,7 +141,7 @@ TEST_F(QueryConfigTest, RefusesOtherFiles) {
               Mistakes("#" + std::string(65'536, 'x')));
 }
 
-TEST(QueryConfigNameTest, NamesAFileOfTheDirectory) {
+TEST(QueryConfigNameTest, IdentifiesFileInConfigurationDirectory) {
     EXPECT_EQ("/etc/clientcompliance/night.conf", QueryConfigPath("night"));
     EXPECT_EQ("web-1@x", ParseConfigName("web-1@x"));
     for (std::string const& name : {std::string(), std::string("a/b"), std::string("../x"),

@@ -25,7 +25,7 @@ TEST(QueryExitTest, EachCodeHasItsStatus) {
     EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-19));
 }
 
-TEST(QueryExitTest, UnusedCodeIsFailedExchange) {
+TEST(QueryExitTest, UnknownCodeIsFailedExchange) {
     for (int const code : {-8, -9, -18, -20, -21, -22, -1000, 0, 7})
         EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(code)) << code;
 }
@@ -69,8 +69,8 @@ TEST(QueryExitTest, WaitingRequestAndUnavailableAgentAreTemporary) {
     EXPECT_FALSE(DescribeAgentError(22).temporary);
 }
 
-// Scripts know the numbers and the words.
-TEST(QueryExitTest, NumbersAndWordsStay) {
+// Scripts depend on the numbers and the words.
+TEST(QueryExitTest, NumbersAndWordsAreStable) {
     std::ostringstream table;
     for (QueryExitFacts const& facts : queryExitTable)
         table << static_cast<int>(facts.status) << ' ' << facts.word << '\n';

@@ -1,4 +1,4 @@
-// Answers that were there before the request, and where results come from.
+// Stale answers and provenance.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -86,20 +86,20 @@ void ExpectMetricsOfStaleAnswer(Texts const& arguments) {
     });
 }
 
-TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNoSuccess) {
+TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNotASuccess) {
     ExpectMetricsOfStaleAnswer({});
     ExpectMetricsOfStaleAnswer({"--allow-stale"});
 }
 
-TEST(QueryFreshnessTest, SilentAgentMakesOldRowsStale) {
+TEST(QueryFreshnessTest, OldRowsAreStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), Finished(oldRow));
 }
 
-TEST(QueryFreshnessTest, SilentAgentMakesOldErrorStale) {
+TEST(QueryFreshnessTest, OldErrorIsStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), ProgressAnswer("2", "5"));
 }
 
-// The answer to Open is new; the answer to Progress comes after the request is gone.
+// The answer to Open is new. The answer to Progress arrives after the request was removed.
 TEST(QueryFreshnessTest, LateAnswerIsStale) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest();
@@ -108,7 +108,7 @@ TEST(QueryFreshnessTest, LateAnswerIsStale) {
     ExpectStale(script, Finished(oldRow));
 }
 
-TEST(QueryFreshnessTest, SilentAgentIsAcceptedWithAllowStale) {
+TEST(QueryFreshnessTest, AllowStaleAcceptsOldRows) {
     QueryWithOldAnswer(
         SilentAgent(), Finished(oldRow), {"-d", "--json", "--allow-stale"},
         [](ProgramResult const& result) {
@@ -121,7 +121,7 @@ TEST(QueryFreshnessTest, SilentAgentIsAcceptedWithAllowStale) {
         });
 }
 
-TEST(QueryFreshnessTest, AcceptedStaleErrorIsNotedToo) {
+TEST(QueryFreshnessTest, AllowStaleNotesOldError) {
     QueryWithOldAnswer(SilentAgent(), ProgressAnswer("2", "5"), {"-d", "--json", "--allow-stale"},
                        [](ProgramResult const& result) {
                            EXPECT_EQ(ExitStatus::Exited(1), result.status);
@@ -130,7 +130,7 @@ TEST(QueryFreshnessTest, AcceptedStaleErrorIsNotedToo) {
                        });
 }
 
-// The same bytes in a new file are an answer.
+// A new file with the same bytes is a new answer.
 TEST(QueryFreshnessTest, RepeatedAnswerIsFresh) {
     QueryWithOldAnswer(
         FinishingScript(oldRow), Finished(oldRow), {"-d", "--json"},
@@ -161,7 +161,7 @@ TEST(QueryFreshnessTest, UnchangedAnswersToOpenAndCloseAreNotes) {
             });
 }
 
-// An answer "in progress" that stays says that the agent is slow.
+// An unchanged answer "in progress" indicates a slow agent.
 TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
     AgentScript script;
     script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
@@ -173,7 +173,7 @@ TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
     });
 }
 
-TEST(QueryFreshnessTest, NamesRequestMachineAndTime) {
+TEST(QueryFreshnessTest, ProvenanceDescribesRequestHostAndTime) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(
@@ -204,7 +204,7 @@ TEST(QueryFreshnessTest, NamesRequestMachineAndTime) {
     });
 }
 
-TEST(QueryFreshnessTest, FailureHasItToo) {
+TEST(QueryFreshnessTest, FailureHasProvenance) {
     Sandbox::RunWithDirectories([] {
         LeaveAnswer(Finished(oldRow));
         ProgramResult const result = RunQuery({"--ndjson", "-d"});

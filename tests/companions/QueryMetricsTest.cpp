@@ -1,4 +1,4 @@
-// --prometheus: the file has the metrics of the run, also if it fails.
+// --prometheus: the file has the metrics of each run, including failed runs.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,7 +39,7 @@ TEST(QueryMetricsTest, FinishedRunHasRowsAndTimes) {
           });
 }
 
-TEST(QueryMetricsTest, FailedRunKeepsTheRowsOfTheLastOne) {
+TEST(QueryMetricsTest, FailedRunKeepsRowsOfPreviousRun) {
     Sandbox::RunWithDirectories([] {
         {
             ScriptedAgent const agent(FinishingScript(Row(shortRow)));
@@ -54,7 +54,7 @@ TEST(QueryMetricsTest, FailedRunKeepsTheRowsOfTheLastOne) {
     });
 }
 
-TEST(QueryMetricsTest, FailureOfTheOutputIsTheStatus) {
+TEST(QueryMetricsTest, StatusOfOutputFailureIsInMetrics) {
     Query(WithMetrics({"--output", "/proc/result", "url", "doc"}), {},
           [](ProgramResult const& result, auto const&) {
               EXPECT_EQ(ExitStatus::Exited(8), result.status);
@@ -63,7 +63,7 @@ TEST(QueryMetricsTest, FailureOfTheOutputIsTheStatus) {
           });
 }
 
-TEST(QueryMetricsTest, FileThatCannotBeReplacedIsFailureOfTheOutput) {
+TEST(QueryMetricsTest, ExitsWith8IfMetricsFileCannotBeReplaced) {
     Query({"--prometheus", "/proc/metrics", "url", "doc"}, FinishingScript(Row(shortRow)),
           [](ProgramResult const& result, auto const&) {
               EXPECT_EQ(ExitStatus::Exited(8), result.status);
@@ -95,7 +95,7 @@ TEST(QueryMetricsTest, FileOfTheRowsIsRefusedBeforeTheRequest) {
     });
 }
 
-TEST(QueryMetricsTest, RunWithoutStrictHasNoFailingRows) {
+TEST(QueryMetricsTest, OmitsFailingRowsWithoutStrict) {
     Query(WithMetrics({"-d"}), FinishingScript(Row(shortRow)),
           [](ProgramResult const& result, auto const&) {
               EXPECT_EQ(ExitStatus::Exited(0), result.status);
@@ -110,7 +110,7 @@ ProgramResult RunInOpt(std::string const& arguments) {
         {"/bin/sh", "-c", "cd /opt && exec '" CC_QUERY_PROGRAM "' --quiet -d " + arguments});
 }
 
-TEST(QueryMetricsTest, DashIsAFileAndNotStandardOutput) {
+TEST(QueryMetricsTest, DashIsAFileNameAndNotStandardOutput) {
     Sandbox::RunWithDirectories([] {
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
         EXPECT_EQ(ExitStatus::Exited(0), RunInOpt("--tsv --prometheus - >/opt/rows").status);
@@ -119,7 +119,7 @@ TEST(QueryMetricsTest, DashIsAFileAndNotStandardOutput) {
     });
 }
 
-TEST(QueryMetricsTest, DashOfTheRowsIsTheSameFileAsItsPath) {
+TEST(QueryMetricsTest, DashOfOutputOptionIsAFileName) {
     Sandbox::RunWithDirectories([] {
         ScriptedAgent const agent(AgentScript().AwaitRequest());
         ProgramResult const result = RunInOpt("--json --keep-failures --output - --prometheus ./-");

@@ -1,4 +1,4 @@
-// --output: the file has its old content or the new one.
+// --output: the file has either the old or the new content.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -57,7 +57,7 @@ TEST(QueryOutputFileTest, FinishedEvaluationReplacesFile) {
     });
 }
 
-TEST(QueryOutputFileTest, OtherResultReplacesFileToo) {
+TEST(QueryOutputFileTest, ResultThatIsNotAcceptedReplacesFile) {
     QueryToFile(FinishingScript(Row(shortRow)), {"--strict=Pass"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(10), result.status);
         EXPECT_EQ(1, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
@@ -85,7 +85,7 @@ TEST(QueryOutputFileTest, FailureReplacesFileWithKeepFailures) {
         });
 }
 
-TEST(QueryOutputFileTest, TableAndTsvGoToFileToo) {
+TEST(QueryOutputFileTest, WritesTsvToFile) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         LeaveResult();
@@ -120,7 +120,7 @@ TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
     });
 }
 
-TEST(QueryOutputFileTest, NoRowsReplaceFileToo) {
+TEST(QueryOutputFileTest, ResultWithoutRowsReplacesFile) {
     QueryToFile(FinishingScript(""), {"--strict=Pass", "-q"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(11), result.status);
         EXPECT_EQ("compliance-query: no rows to judge\n", result.errors);

@@ -17,7 +17,7 @@
 
 namespace {
 
-// In the exchange after the first percentage; the agent goes on answering.
+// Sends the signal after the first percentage. The agent continues to answer.
 void ExpectStopBy(int signal, int status, char const* name) {
     Sandbox::Run([&] {
         Sandbox::CreateAgentDirectories();
@@ -63,7 +63,7 @@ TEST(QuerySignalsTest, SignalDuringTheCloseAddsNoSecondDocument) {
     });
 }
 
-TEST(QuerySignalsTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
+TEST(QuerySignalsTest, SignalDuringBlockedOutputClosesTheEvaluation) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(FinishingScript(ManyRows()));
@@ -82,7 +82,7 @@ TEST(QuerySignalsTest, SignalClosesTheEvaluationThoughNobodyReadsTheRows) {
 }
 
 // The terminal is full, because nobody reads it.
-TEST(QuerySignalsTest, CtrlCDuringTheRowsClosesTheEvaluation) {
+TEST(QuerySignalsTest, CtrlCDuringOutputOfRowsClosesTheEvaluation) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(FinishingScript(ManyRows()));
@@ -102,7 +102,7 @@ TEST(QuerySignalsTest, CtrlCDuringTheRowsClosesTheEvaluation) {
     });
 }
 
-TEST(QuerySignalsTest, SecondSignalEndsAtOnce) {
+TEST(QuerySignalsTest, SecondSignalEndsTheProgramImmediately) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());

@@ -41,7 +41,7 @@ struct Failure {
     int status;
     char const* word;
     std::string message;
-    // What the document has beside them.
+    // Further members of the document.
     Json more;
 };
 
@@ -49,7 +49,7 @@ void PrintTo(Failure const& failure, std::ostream* out) { *out << failure.name; 
 
 class QueryFailureTest : public testing::TestWithParam<Failure> {};
 
-// The evaluation is closed in any case.
+// The program closes the evaluation in each case.
 TEST_P(QueryFailureTest, HasStatusMessageAndDocument) {
     Failure const& failure = GetParam();
     for (bool const asJson : {true, false}) {
@@ -100,7 +100,7 @@ TEST(QueryStatusTest, InvalidCommandLineIsStatus2WithoutARequest) {
                   {"--\x1b[31m"}, Sandbox::CreateAgentDirectories);
 }
 
-TEST(QueryStatusTest, NoAgentIsStatus3) {
+TEST(QueryStatusTest, ExitsWith3IfAgentIsMissing) {
     ExpectRefusal(3, "the agent is not installed (code -1)", {"-d"},
                   Sandbox::CreateAgentDirectories);
     ExpectRefusal(3, "the agent is not running (code -2)", {"-d"}, [] {
@@ -109,7 +109,7 @@ TEST(QueryStatusTest, NoAgentIsStatus3) {
     });
 }
 
-TEST(QueryStatusTest, MachineWithoutDirectoriesIsStatus3) {
+TEST(QueryStatusTest, ExitsWith3IfDirectoriesAreMissing) {
     ExpectRefusal(3,
                   "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing "
                   "(code -6)",
@@ -120,7 +120,7 @@ TEST(QueryStatusTest, MachineWithoutDirectoriesIsStatus3) {
                   {"-d"}, [] { Sandbox::InstallAgent(); });
 }
 
-TEST(QueryStatusTest, HeldLockIsStatus4) {
+TEST(QueryStatusTest, ExitsWith4IfLockIsHeld) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Sandbox::InstallAgent();
@@ -138,7 +138,7 @@ TEST(QueryStatusTest, HeldLockIsStatus4) {
     });
 }
 
-TEST(QueryStatusTest, WaitingRequestIsStatus4) {
+TEST(QueryStatusTest, ExitsWith4IfRequestIsWaiting) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent;
@@ -151,7 +151,7 @@ TEST(QueryStatusTest, WaitingRequestIsStatus4) {
     });
 }
 
-TEST(QueryStatusTest, RequestThatNobodyTakesIsStatus5) {
+TEST(QueryStatusTest, ExitsWith5IfRequestIsNotTaken) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(AgentScript().AwaitRequest());
@@ -162,8 +162,8 @@ TEST(QueryStatusTest, RequestThatNobodyTakesIsStatus5) {
     });
 }
 
-// Still in progress when the limit is over; the evaluation is closed.
-TEST(QueryStatusTest, TimeoutIsStatus5) {
+// The timeout ends an evaluation in progress, and the program closes it.
+TEST(QueryStatusTest, ExitsWith5AfterTimeout) {
     Query({"--timeout=1", "--json", "-d"}, QueryScript({}),
           [](ProgramResult const& result, auto const& requests) {
               EXPECT_EQ(ExitStatus::Exited(5), result.status);
@@ -175,7 +175,7 @@ TEST(QueryStatusTest, TimeoutIsStatus5) {
           });
 }
 
-TEST(QueryStatusTest, RequestThatCantBeWrittenIsStatus7) {
+TEST(QueryStatusTest, ExitsWith7IfRequestCannotBeWritten) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent;
@@ -188,7 +188,7 @@ TEST(QueryStatusTest, RequestThatCantBeWrittenIsStatus7) {
     });
 }
 
-// The evaluation is closed all the same.
+// The program closes the evaluation nevertheless.
 void ExpectOutputFailure(std::string const& reason, ProgramOptions const& options) {
     Sandbox::Run([&] {
         Sandbox::CreateAgentDirectories();
@@ -201,7 +201,7 @@ void ExpectOutputFailure(std::string const& reason, ProgramOptions const& option
     });
 }
 
-TEST(QueryStatusTest, RowsThatCantBeWrittenAreStatus8) {
+TEST(QueryStatusTest, ExitsWith8IfRowsCannotBeWritten) {
     ExpectOutputFailure("No space left on device", {.prepare = [] {
                             return dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO) >= 0;
                         }});
@@ -213,7 +213,7 @@ TEST(QueryStatusTest, RowsThatCantBeWrittenAreStatus8) {
     ExpectOutputFailure("Bad file descriptor", {.closedDescriptors = {0, 1}});
 }
 
-TEST(QueryStatusTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
+TEST(QueryStatusTest, ExitsWith8IfOutputExceedsFileSizeLimit) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(FinishingScript(ManyRows()));
@@ -227,7 +227,7 @@ TEST(QueryStatusTest, OutputThatExceedsTheFileSizeLimitIsStatus8) {
     });
 }
 
-TEST(QueryStatusTest, HelpThatCantBeWrittenIsStatus8) {
+TEST(QueryStatusTest, ExitsWith8IfHelpCannotBeWritten) {
     EXPECT_EQ(ExitStatus::Exited(8), RunQuery({"--help"}, {.closedDescriptors = {1}}).status);
 }
 

@@ -1,4 +1,4 @@
-// --strict: the judgement of the results.
+// --strict: exit statuses and messages for results that are not accepted.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -23,13 +23,13 @@ void ExpectStrict(std::string const& rows, Texts const& arguments, int status,
     });
 }
 
-TEST(QueryStrictTest, AcceptedResultsAreStatus0) {
+TEST(QueryStrictTest, ExitsWith0IfAllResultsAreAccepted) {
     ExpectStrict(TwoRows(), {"--strict=Compliant,Not"}, 0, "");
     ExpectStrict(TwoRows(), {"--strict", " Not , Compliant "}, 0, "");
     ExpectStrict(TwoRows(), {"--strict=Compliant", "--strict=Not"}, 0, "");
 }
 
-TEST(QueryStrictTest, NoRowsAreStatus11UnlessAllowed) {
+TEST(QueryStrictTest, ExitsWith11WithoutRowsUnlessAllowed) {
     ExpectStrict("", {"--strict=Compliant"}, 11,
                  "compliance-query: --strict lists results that no row has: 'Compliant'\n"
                  "compliance-query: no rows to judge\n");
@@ -37,13 +37,13 @@ TEST(QueryStrictTest, NoRowsAreStatus11UnlessAllowed) {
     ExpectStrict("", {}, 0, "");
 }
 
-TEST(QueryStrictTest, OtherResultIsStatus10) {
+TEST(QueryStrictTest, ExitsWith10IfResultIsNotAccepted) {
     ExpectStrict(TwoRows(), {"--strict=Compliant"}, 10,
                  "compliance-query: 1 of 2 rows have a result that --strict does not list: "
                  "'b\\xb5' ('Not')\n");
 }
 
-TEST(QueryStrictTest, NamesFirstOtherRowsAndUnusedResults) {
+TEST(QueryStrictTest, NamesFirstFailingRowsAndUnusedResults) {
     std::string rows = compliantRow;
     for (char const* const name : {"a", "b", "c", "d"})
         rows += Row({name, "Not", "", "", "", ""});

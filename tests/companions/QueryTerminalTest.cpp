@@ -14,8 +14,8 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-// Rows and bar on the same terminal: the bar is gone when the rows come.
-TEST(QueryTerminalTest, BarOnATerminal) {
+// Rows and bar share a terminal, so the bar is cleared before the rows.
+TEST(QueryTerminalTest, DrawsBarAndClearsItBeforeRows) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent agent(QueryScript({ProgressAnswer("3", "0", "50"), Finished()}));
@@ -65,7 +65,7 @@ TEST(QueryTerminalTest, TableFitsTheTerminal) {
     ExpectTableOnTerminal("C", "TIME (us)", "caf\\u00e9   ");
 }
 
-TEST(QueryTerminalTest, BadOptionIsAsciiOnATerminalThatIsNotUtf8) {
+TEST(QueryTerminalTest, EscapesUnknownOptionUnlessTerminalIsUtf8) {
     for (auto const& [locale, shown] :
          {std::pair{"LC_ALL=C", "\\u00db"}, std::pair{"LC_ALL=C.UTF-8", "\xC3\x9B"}}) {
         Terminal const screen;

@@ -1,4 +1,4 @@
-// What compliance-query writes and asks, from its arguments to the documents of the exchange.
+// Output and requests of compliance-query, for its arguments.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ void ExpectOutput(Texts const& arguments, std::string const& rows, std::string c
 }
 
 // On a pipe the locale changes the label only.
-TEST(QueryTest, Table) {
+TEST(QueryTest, WritesTable) {
     std::string const lines = "baseline-001  Compliant  pass/fail  1523       R&D\n"
                               "b\\xb5         Not        t\\tu       no number  line\\nbreak  "
                               "\\x1b[31m\n";
@@ -38,7 +38,7 @@ TEST(QueryTest, Table) {
     }
 }
 
-TEST(QueryTest, Tsv) {
+TEST(QueryTest, WritesTsv) {
     ExpectOutput({"--tsv", "url", "doc"}, TwoRows(),
                  "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"
                  "baseline-001\tCompliant\tpass/fail\t1523\tR&D\t\n"
@@ -53,7 +53,7 @@ Json const secondRow = {
     {"resultType", "t\tu"},   {"evaluationTime", "no number"}, {"description", "line\nbreak"},
     {"comment", "\x1b[31m"}};
 
-TEST(QueryTest, JsonDocument) {
+TEST(QueryTest, WritesJsonDocument) {
     Query({"--json", "-d"}, FinishingScript(TwoRows()),
           [](ProgramResult const& result, auto const&) {
               EXPECT_EQ((Json{{"schemaVersion", 1},
@@ -65,7 +65,7 @@ TEST(QueryTest, JsonDocument) {
           });
 }
 
-TEST(QueryTest, JsonObjectOnEachLine) {
+TEST(QueryTest, WritesJsonObjectOnEachLine) {
     Query({"--ndjson", "-d"}, FinishingScript(TwoRows()),
           [](ProgramResult const& result, auto const&) {
               std::istringstream lines(result.output);
@@ -80,8 +80,8 @@ TEST(QueryTest, JsonObjectOnEachLine) {
           });
 }
 
-// Far more than fits into one piece of output.
-TEST(QueryTest, ManyRows) {
+// More than fits into the output buffer.
+TEST(QueryTest, WritesManyRows) {
     Query({"--json", "-d"}, FinishingScript(ManyRows()),
           [](ProgramResult const& result, auto const&) {
               Json const document = Json::parse(result.output);
@@ -122,14 +122,14 @@ void ExpectErrorsOfFailedClose(std::string const& errors, std::string const& opt
     });
 }
 
-TEST(QueryTest, CloseThatFailsIsANoteUnlessQuiet) {
+TEST(QueryTest, FailedCloseIsANoteUnlessQuiet) {
     ExpectErrorsOfFailedClose("compliance-query: the agent did not confirm that the evaluation is "
                               "closed (code -3)\n",
                               "--progress=none");
     ExpectErrorsOfFailedClose("", "--quiet");
 }
 
-TEST(QueryTest, LinesOfProgress) {
+TEST(QueryTest, WritesLinesOfProgress) {
     Query({"-d", "--progress=lines"}, QueryScript({ProgressAnswer("3", "0", "40"), Finished()}),
           [](ProgramResult const& result, auto const&) {
               EXPECT_EQ("compliance-query: asking the agent\n"
@@ -140,7 +140,7 @@ TEST(QueryTest, LinesOfProgress) {
           });
 }
 
-TEST(QueryTest, QuietTellsErrorsOnly) {
+TEST(QueryTest, QuietWritesErrorsOnly) {
     Query({"-d", "--quiet", "--progress=lines"},
           QueryScript({ProgressAnswer("3"), ProgressAnswer("2", "7")}),
           [](ProgramResult const& result, auto const&) {

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(QueryValuesTest, FlagsAreNamesAndNumbers) {
+TEST(QueryValuesTest, ParsesFlagsByNameAndNumber) {
     EXPECT_EQ(1u, ParseFlags("gather"));
     EXPECT_EQ(2u, ParseFlags("all"));
     EXPECT_EQ(4u, ParseFlags("idle"));
@@ -18,7 +18,7 @@ TEST(QueryValuesTest, FlagsAreNamesAndNumbers) {
         EXPECT_THROW(ParseFlags(list), ValueError) << list;
 }
 
-TEST(QueryValuesTest, ProgressHasFourStyles) {
+TEST(QueryValuesTest, ParsesProgressStyles) {
     EXPECT_EQ(ProgressStyle::automatic, ParseProgress("auto"));
     EXPECT_EQ(ProgressStyle::bar, ParseProgress("bar"));
     EXPECT_EQ(ProgressStyle::lines, ParseProgress("lines"));
@@ -26,7 +26,7 @@ TEST(QueryValuesTest, ProgressHasFourStyles) {
     EXPECT_THROW(ParseProgress("Bar"), ValueError);
 }
 
-TEST(QueryValuesTest, FieldsAreThoseOfRows) {
+TEST(QueryValuesTest, ParsesNamesOfRowFields) {
     std::string all;
     for (std::size_t field = 0; field < rowFieldNames.size(); ++field) {
         EXPECT_EQ(field, ParseField(rowFieldNames[field]));

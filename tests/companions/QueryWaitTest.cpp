@@ -1,4 +1,4 @@
-// Further attempts of compliance-query with --wait.
+// Retries of compliance-query with --wait.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -37,7 +37,7 @@ void AwaitNote(OtherProgram const& program, std::string const& text) {
             return;
         usleep(10'000);
     }
-    FAIL() << "not written: " << text << "; but: " << program.Errors();
+    FAIL() << "not written: " << text << "; standard error: " << program.Errors();
 }
 
 TEST(WaitTest, RetriesUntilTheLockIsReleased) {
@@ -95,7 +95,7 @@ std::string UtcNow() {
     return text;
 }
 
-TEST(WaitTest, StartAndDurationAreThoseOfTheLastAttempt) {
+TEST(WaitTest, ReportsStartAndDurationOfTheLastRetry) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         ScriptedAgent const agent(Finishing());
@@ -132,8 +132,8 @@ void ExpectNameAfterRetry(std::string const& path, std::string const& name) {
     EXPECT_EQ(ExitStatus::Exited(143), program.Wait(seconds(5)).status);
 }
 
-// The system cuts names at 15 bytes.
-TEST(WaitTest, KeepsNameOfProcessThoughProgramIsRemoved) {
+// The kernel truncates process names to 15 bytes.
+TEST(WaitTest, KeepsNameOfProcessIfProgramIsRemoved) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Sandbox::InstallAgent();
@@ -145,7 +145,7 @@ TEST(WaitTest, KeepsNameOfProcessThoughProgramIsRemoved) {
     });
 }
 
-TEST(WaitTest, OtherFailuresAreFinal) {
+TEST(WaitTest, DoesNotRetryAfterOtherFailures) {
     Sandbox::Run([] {
         EXPECT_EQ(ExitStatus::Exited(3), RunQuery({"-d", "--wait=60"}).status);
         Sandbox::CreateAgentDirectories();
@@ -159,7 +159,7 @@ TEST(WaitTest, OtherFailuresAreFinal) {
     });
 }
 
-TEST(WaitTest, FailureIsReportedWhenTheWaitIsOver) {
+TEST(WaitTest, ReportsFailureAfterTheWait) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Sandbox::InstallAgent();
@@ -200,7 +200,7 @@ TEST(WaitTest, SignalEndsTheWait) {
     });
 }
 
-TEST(WaitTest, TemporaryFilesOfAttemptsAreRemoved) {
+TEST(WaitTest, RemovesTemporaryFilesOfRetries) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Sandbox::InstallAgent();
@@ -212,7 +212,7 @@ TEST(WaitTest, TemporaryFilesOfAttemptsAreRemoved) {
     });
 }
 
-TEST(WaitTest, QuietWaitsWithoutNotes) {
+TEST(WaitTest, QuietRetriesWithoutNotes) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Sandbox::InstallAgent();

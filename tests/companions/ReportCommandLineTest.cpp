@@ -20,7 +20,7 @@ std::string ReportRefusal(std::vector<char const*> const& texts) {
     return "accepted";
 }
 
-TEST(ReportCommandLineTest, FilesAndOutputs) {
+TEST(ReportCommandLineTest, ParsesFilesAndOutputs) {
     ReportCommandLine const line =
         ParseReport({"a", "--strict", "Pass,N/A", "--html=x.html", "b", "--json", "-", "c"});
     EXPECT_EQ(ReportCommandLine::writeReports, line.action);
@@ -36,7 +36,7 @@ TEST(ReportCommandLineTest, FilesAndOutputs) {
     EXPECT_EQ(std::nullopt, line.hostsFile);
 }
 
-TEST(ReportCommandLineTest, OtherOptions) {
+TEST(ReportCommandLineTest, ParsesOtherOptions) {
     ReportCommandLine const line =
         ParseReport({"--strict=P", "--csv=c", "--junit=j", "--markdown=m", "--allow-empty",
                      "--hosts=h", "--max-age=36h", "--mode=0644", "-q", "f"});
@@ -53,7 +53,7 @@ TEST(ReportCommandLineTest, HelpAndVersionNeedNoFiles) {
     EXPECT_EQ(ReportCommandLine::showVersion, ParseReport({"--version"}).action);
 }
 
-TEST(ReportCommandLineTest, RefusesOtherCommandLines) {
+TEST(ReportCommandLineTest, RefusesInvalidCommandLines) {
     EXPECT_EQ("--strict is missing; accepted: the results that are good, a list of results with "
               "commas between",
               ReportRefusal({"--html=x", "f"}));

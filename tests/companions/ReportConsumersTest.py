@@ -98,7 +98,7 @@ def read(name):
 
 
 class CsvTest(unittest.TestCase):
-    def test_restores_all_rows(self):
+    def test_csv_reader_restores_all_rows(self):
         lines = list(csv.DictReader(io.StringIO(read("csv"), newline=""), strict=True))
 
         def restored(text):
@@ -140,7 +140,7 @@ class JunitTest(unittest.TestCase):
 
 
 class Html5libTest(unittest.TestCase):
-    def test_is_well_formed_and_has_no_element_of_a_text(self):
+    def test_is_well_formed_without_elements_from_texts(self):
         parser = html5lib.HTMLParser(strict=False, namespaceHTMLElements=False)
         tree = parser.parse(read("report.html"))
         self.assertEqual(parser.errors, [])
@@ -168,7 +168,7 @@ class Html5libTest(unittest.TestCase):
 
 
 class MarkdownTest(unittest.TestCase):
-    def test_no_text_becomes_markup(self):
+    def test_adversarial_texts_do_not_become_markup(self):
         page = markdown.markdown(read("markdown"), extensions=["tables"])
         tree = html5lib.parseFragment(page, namespaceHTMLElements=False)
         names = {element.tag for element in tree.iter() if isinstance(element.tag, str)}
@@ -193,7 +193,7 @@ class ChromiumTest(unittest.TestCase):
     def setUp(self):
         self.page = directory / "report.html"
 
-    def test_no_script_of_a_text_runs_and_no_element_is_created(self):
+    def test_adversarial_texts_run_no_script_and_create_no_element(self):
         self.browser.open(self.page, 1200)
         self.assertTrue(self.browser.value("document.title").startswith("Compliance report"))
         self.assertEqual(self.browser.value("document.querySelectorAll('.injected, img').length"), 0)
@@ -201,7 +201,7 @@ class ChromiumTest(unittest.TestCase):
         self.assertEqual(self.browser.value(
             "performance.getEntriesByType('resource').length"), 0)
 
-    def test_shows_texts_as_they_are_with_escapes(self):
+    def test_shows_texts_with_escapes(self):
         self.browser.open(self.page, 1200)
         text = self.browser.value("document.body.textContent")
         for hostile in HOSTILE[:7]:
@@ -237,7 +237,7 @@ class ChromiumTest(unittest.TestCase):
             self.assertGreater(len(set(counts)), 1)
             self.assertTrue(all(compare(a, b) for a, b in zip(counts, counts[1:])), counts)
 
-    def test_host_name_wraps_behind_its_dots_only(self):
+    def test_host_name_wraps_only_after_dots(self):
         for width in (1200, 380):
             self.browser.open(self.page, width)
             lines = self.browser.value(
@@ -250,7 +250,7 @@ class ChromiumTest(unittest.TestCase):
             self.assertGreater(lines[0], 1)
             self.assertEqual(set(lines[1:]), {1}, lines)
 
-    def test_can_be_read_without_script(self):
+    def test_is_readable_without_javascript(self):
         self.browser.open(self.page, 1200, script=False)
         self.assertEqual(self.browser.value("document.querySelectorAll('thead button').length"), 0)
         self.assertEqual(self.browser.value("getComputedStyle(document.querySelector('.tools')).display"),

@@ -53,7 +53,7 @@ std::size_t Count(std::string const& text, std::string const& part) {
 
 bool Has(std::string const& text, std::string const& part) { return Count(text, part) > 0; }
 
-TEST(ReportFormatsTest, MarkupIsEscaped) {
+TEST(ReportFormatsTest, EscapesMarkup) {
     EXPECT_EQ("plain text", EscapeMarkup("plain text"));
     EXPECT_EQ("&#60;b a=&#34;1&#34; c=&#39;2&#39;&#62;&#38;amp;",
               EscapeMarkup("<b a=\"1\" c='2'>&amp;"));
@@ -62,14 +62,14 @@ TEST(ReportFormatsTest, MarkupIsEscaped) {
     EXPECT_EQ("caf\xC3\xA9", EscapeMarkup("caf\xC3\xA9"));
 }
 
-TEST(ReportFormatsTest, MarkdownIsEscaped) {
+TEST(ReportFormatsTest, EscapesMarkdown) {
     EXPECT_EQ("plain text, v1.0-2", EscapeMarkdown("plain text, v1.0-2"));
     EXPECT_EQ("&#91;a&#93;(b) &#124; &#42;&#42;c&#42;&#42; &#60;i&#62; &#96;d&#96; &#92;n",
               EscapeMarkdown("[a](b) | **c** <i> `d` \n"));
     EXPECT_EQ("http&#58;//x www&#46;y", EscapeMarkdown("http://x www.y"));
 }
 
-TEST(ReportFormatsTest, LongTextsAreCutBetweenCharacters) {
+TEST(ReportFormatsTest, TruncatesLongTextsBetweenCharacters) {
     EXPECT_EQ(std::string(1000, 'a'), Shorten(std::string(1000, 'a')));
     EXPECT_EQ(std::string(1000, 'a') + "... (5 more bytes)", Shorten(std::string(1005, 'a')));
     EXPECT_EQ(std::string(999, 'a') + "... (2 more bytes)",
@@ -94,7 +94,7 @@ TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
     EXPECT_TRUE(Has(page, "There is no result."));
 }
 
-TEST(ReportFormatsTest, EveryFormatEscapesHostileTexts) {
+TEST(ReportFormatsTest, MarkupFormatsEscapeAdversarialTexts) {
     ReportEntry entry = EntryOf("<host>", 1, 1);
     entry.conditions = {Condition::failed};
     entry.result.message = "<message>";
@@ -108,7 +108,7 @@ TEST(ReportFormatsTest, EveryFormatEscapesHostileTexts) {
     }
 }
 
-TEST(ReportFormatsTest, CsvHasQuotesAndApostrophes) {
+TEST(ReportFormatsTest, CsvQuotesFieldsAndNeutralizesFormulas) {
     std::string const text =
         Format(ReportFormat::csv, {{"=1+1", "say \"x\"", "+t", "-5", "@d", "'quoted"}});
     EXPECT_TRUE(Has(text, "\r\n\"row\",\"web1\",\"u\",\"Doc.xml\","));
@@ -128,7 +128,7 @@ TEST(ReportFormatsTest, CsvHasQuotesAndApostrophes) {
                     "\"a\\x00\\xff\nb\""));
 }
 
-TEST(ReportFormatsTest, CsvHasALineForHostsWithoutRows) {
+TEST(ReportFormatsTest, CsvHasLineForHostWithoutRows) {
     ReportEntry missing{.host = "silent"};
     missing.conditions = {Condition::missing};
     EXPECT_TRUE(Has(Format(ReportFormat::csv, {}, missing),
@@ -148,7 +148,7 @@ TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
     EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
 }
 
-TEST(ReportFormatsTest, JunitSuiteOfAVanishedFileHasNoTests) {
+TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
     Report report;
     report.entries.push_back(EntryOf("web1", 3, 2));
     std::string const text = OutputOf([&](Output& output) {

@@ -66,7 +66,7 @@ TEST_F(ReportInputTest, SkipsByteOrderMarkOfHosts) {
               ReadHosts(WriteFile(directory / "hosts", "\xEF\xBB\xBFweb1\n")));
 }
 
-TEST_F(ReportInputTest, RefusesOtherHostFiles) {
+TEST_F(ReportInputTest, RefusesInvalidHostFiles) {
     EXPECT_EQ("2: expected one host name of at most 255 bytes", HostsRefusal("a\nb c\n"));
     EXPECT_EQ("1: expected one host name of at most 255 bytes", HostsRefusal("a\x1b[2J\n"));
     EXPECT_EQ("1: expected one host name of at most 255 bytes",
@@ -81,7 +81,7 @@ TEST_F(ReportInputTest, RefusesOtherHostFiles) {
     EXPECT_THROW(ReadHosts(directory.path()), CommandLineError);
 }
 
-TEST_F(ReportInputTest, NamesTheErrorOfHostsThatCannotBeRead) {
+TEST_F(ReportInputTest, ReportsErrorIfHostFileCannotBeRead) {
     for (auto const& [file, error] :
          {std::pair{directory.path(), EISDIR}, std::pair{std::string("/proc/self/mem"), EIO}})
         try {

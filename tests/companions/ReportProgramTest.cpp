@@ -51,7 +51,7 @@ protected:
     TemporaryDirectory const directory;
 };
 
-TEST_F(ReportProgramTest, ExitStatusIsThatOfTheWorstFinding) {
+TEST_F(ReportProgramTest, ExitStatusIsThatOfTheMostSevereCondition) {
     Store("good", {ResultRow("d", "Pass")});
     EXPECT_EQ(ExitStatus::Exited(0), StatusOf({}));
     Store("bad", {ResultRow("d", "Fail")});
@@ -66,12 +66,12 @@ TEST_F(ReportProgramTest, ExitStatusIsThatOfTheWorstFinding) {
     EXPECT_EQ(ExitStatus::Exited(8), Report({"--json", "/proc/report"}).status);
 }
 
-TEST_F(ReportProgramTest, NoResultAtAllIsNotGood) {
+TEST_F(ReportProgramTest, ExitsWith12WithoutAnyResult) {
     std::filesystem::create_directory(directory / "results");
     EXPECT_EQ(ExitStatus::Exited(12), StatusOf({}));
 }
 
-TEST_F(ReportProgramTest, FileThatIsNoResultIsReportedAndTheRestIsRead) {
+TEST_F(ReportProgramTest, ReportsInvalidFileAndReadsTheOthers) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const foreign = WriteFile(directory / "results/foreign", "\x1b[2J");
     ProgramResult const result = Report({"--json=-"});
@@ -82,7 +82,7 @@ TEST_F(ReportProgramTest, FileThatIsNoResultIsReportedAndTheRestIsRead) {
     EXPECT_EQ(foreign, document.at("problems").at(0).at("file").get<std::string>());
 }
 
-TEST_F(ReportProgramTest, DirectoryThatCannotBeReadIsReported) {
+TEST_F(ReportProgramTest, ReportsUnreadableDirectory) {
     namespace fs = std::filesystem;
     Store("good", {ResultRow("d", "Pass")});
     fs::create_directory(directory / "results/closed");
@@ -100,7 +100,7 @@ TEST_F(ReportProgramTest, DirectoryThatCannotBeReadIsReported) {
     EXPECT_EQ(1, ReportJson::parse(result.output).at("totals").at("good"));
 }
 
-TEST_F(ReportProgramTest, OutputThatIsAnotherFileOfTheCommandIsRefused) {
+TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const result = directory / "results/good.json";
     std::string const content = ReadFile(result);
@@ -124,7 +124,7 @@ TEST_F(ReportProgramTest, OutputThatIsAnotherFileOfTheCommandIsRefused) {
               message);
 }
 
-TEST_F(ReportProgramTest, StandardOutputThatIsAnInputIsRefused) {
+TEST_F(ReportProgramTest, RefusesStandardOutputThatIsAnInput) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const result = directory / "results/good.json";
     std::string const content = ReadFile(result);
@@ -134,7 +134,7 @@ TEST_F(ReportProgramTest, StandardOutputThatIsAnInputIsRefused) {
     EXPECT_EQ(content, ReadFile(result));
 }
 
-TEST_F(ReportProgramTest, OwnOutputsInTheDirectoryAreNotRead) {
+TEST_F(ReportProgramTest, DoesNotReadItsOwnOutputs) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const page = directory / "results/report.html";
     WriteFile(page + ".a1B2c3", "the page of a program that was killed");
@@ -163,7 +163,7 @@ TEST_F(ReportProgramTest, ModeOfReportsDoesNotDependOnTheUmask) {
         }
 }
 
-TEST_F(ReportProgramTest, OutputThatCannotBeWrittenIsReported) {
+TEST_F(ReportProgramTest, ExitsWith8IfReportCannotBeWritten) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const command =
         "'" CC_REPORT_PROGRAM "' --strict=Pass --csv=- '" + directory / "results" + "' >/dev/full";
@@ -173,7 +173,7 @@ TEST_F(ReportProgramTest, OutputThatCannotBeWrittenIsReported) {
               result.errors);
 }
 
-TEST_F(ReportProgramTest, EveryFormatPutsSilenceFirst) {
+TEST_F(ReportProgramTest, EveryFormatListsMissingHostsFirst) {
     Store("a-bad", {ResultRow("d", "Fail")});
     Store("b-good", {ResultRow("d", "Pass")});
     Store("c-empty", {});
@@ -211,7 +211,7 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
         Store(("host" + std::to_string(number)).c_str(), {ResultRow("d", "Pass")});
     OtherProgram program(
         {CC_REPORT_PROGRAM, "--strict=Pass", "--json", old, directory / "results"});
-    // Its temporary file shows that it has started to catch signals.
+    // The program handles signals before it creates its temporary file.
     auto const entries = [&] {
         return std::distance(std::filesystem::directory_iterator(directory.path()),
                              std::filesystem::directory_iterator());
@@ -226,7 +226,7 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     EXPECT_EQ(2, entries());
 }
 
-TEST_F(ReportProgramTest, RepeatedHostsAreANoteAndCountOnce) {
+TEST_F(ReportProgramTest, RepeatedHostsAreNotedAndCountedOnce) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const hosts = WriteFile(directory / "hosts", "good\nGOOD\ngood\n");
     ProgramResult const result = Report({"--hosts", hosts, "--json=-"});
@@ -332,7 +332,7 @@ constexpr std::size_t manyRows = 200'000;
 std::vector<std::pair<int, rlim_t>> const smallMemory = {{RLIMIT_AS, 32 << 20}};
 #endif
 
-TEST_F(ReportProgramTest, RowsOfAFileAreNotInMemory) {
+TEST_F(ReportProgramTest, DoesNotKeepRowsOfAFileInMemory) {
     Store("large", RowList(manyRows, ResultRow("d", "Fail")));
     ProgramOptions options;
     options.limits = smallMemory;
@@ -340,7 +340,7 @@ TEST_F(ReportProgramTest, RowsOfAFileAreNotInMemory) {
         EXPECT_EQ(ExitStatus::Exited(10), Report({format, directory / "out"}, options).status);
 }
 
-TEST_F(ReportProgramTest, TooLongTextIsAProblemOfItsFile) {
+TEST_F(ReportProgramTest, ReportsFileWithTooLongText) {
     std::string const comment(40 << 20, 'x');
     Store("long", {ResultRow("d", "Fail", comment)});
     Store("good", {ResultRow("d", "Pass")});
@@ -354,7 +354,7 @@ TEST_F(ReportProgramTest, TooLongTextIsAProblemOfItsFile) {
         result.errors.find(": expected a text, number or whitespace of at most 1048576 bytes\n"));
 }
 
-TEST_F(ReportProgramTest, ManyProblemsAreCounted) {
+TEST_F(ReportProgramTest, ListsFirstProblemsAndCountsOthers) {
     for (int number = 0; number < 1005; ++number)
         WriteFile(directory / "results/" + std::to_string(number), "x");
     ProgramResult const result = Report({"--markdown=-"});
@@ -372,7 +372,7 @@ TEST_F(ReportProgramTest, ShowsHelpAndVersion) {
               RunProgram({CC_REPORT_PROGRAM, "--version"}).output);
 }
 
-TEST_F(ReportProgramTest, StandardOutputThatIsNoRegularFileIsNoInput) {
+TEST_F(ReportProgramTest, DeviceAsInputAndOutputIsNotASharedFile) {
     std::string const command =
         "'" CC_REPORT_PROGRAM "' --strict=Pass --json=- /dev/null >/dev/null";
     ProgramResult const result = RunProgram({"/bin/sh", "-c", command});
@@ -381,7 +381,7 @@ TEST_F(ReportProgramTest, StandardOutputThatIsNoRegularFileIsNoInput) {
 }
 
 // The rows of the first host fill the pipe, so the report has read each file once.
-TEST_F(ReportProgramTest, FileThatChangesDuringTheReportIsAProblem) {
+TEST_F(ReportProgramTest, ReportsFileThatChangesDuringTheReport) {
     Store("a-large", RowList(5000, ResultRow("d", "Pass")));
     Store("b-changed", {ResultRow("d", "Pass")});
     BlockedReport report({CC_REPORT_PROGRAM, "--strict=Pass", "--csv=-", directory / "results"});

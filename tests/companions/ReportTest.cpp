@@ -22,7 +22,7 @@ std::string StateText(ReportEntry const& entry) {
     return state;
 }
 
-// Of the rows of an entry, read again.
+// Reads the rows of an entry again and returns their designators.
 std::vector<std::string> Designators(ReportEntry const& entry) {
     std::vector<std::string> designators;
     ReadRows(entry, [&](StoredRow const& row) { designators.push_back(row[designatorField]); });
@@ -119,7 +119,7 @@ TEST_F(ReportTest, ExpectedHostWithoutAResultComesFirst) {
     EXPECT_EQ((StateTexts{"silent: missing", "web1:", "web2:"}), States());
 }
 
-TEST_F(ReportTest, CaseOfHostNamesDoesNotMatter) {
+TEST_F(ReportTest, HostNamesAreCaseInsensitive) {
     options.expectedHosts = {"WEB1", "web1", "Db"};
     Store("old", ProvenanceOf("web1", resultTime - 100), {ResultRow("d", "Fail")});
     Store("new", ProvenanceOf("Web1"));
@@ -127,14 +127,14 @@ TEST_F(ReportTest, CaseOfHostNamesDoesNotMatter) {
     EXPECT_EQ(2u, Make().options.expectedHosts->size());
 }
 
-TEST_F(ReportTest, HostThatIsNotExpectedIsReported) {
+TEST_F(ReportTest, ReportsHostThatIsNotExpected) {
     options.expectedHosts = {"web1"};
     Store("a", ProvenanceOf("web1"));
     Store("b", ProvenanceOf("web2"));
     EXPECT_EQ((StateTexts{"web2: not-expected", "web1:"}), States());
 }
 
-TEST_F(ReportTest, AgeIsThatOfTheReadersClock) {
+TEST_F(ReportTest, AgeIsMeasuredByTheClockOfTheReader) {
     options.maxAge = std::chrono::hours(1);
     Store("a", ProvenanceOf("limit", resultTime - 10));
     Store("b", ProvenanceOf("old", resultTime - 11));
@@ -144,7 +144,7 @@ TEST_F(ReportTest, AgeIsThatOfTheReadersClock) {
               States());
 }
 
-TEST_F(ReportTest, StaleAnswersAreReported) {
+TEST_F(ReportTest, ReportsStaleAnswers) {
     Provenance stale = ProvenanceOf("web1");
     stale.stale = true;
     Store("a", stale);
@@ -152,14 +152,14 @@ TEST_F(ReportTest, StaleAnswersAreReported) {
     EXPECT_EQ((StateTexts{"web1: stale", "web2: stale"}), States());
 }
 
-TEST_F(ReportTest, ResultWithoutRowsIsReportedUnlessAllowed) {
+TEST_F(ReportTest, ReportsResultWithoutRowsUnlessAllowed) {
     Store("a", ProvenanceOf("web1"), {});
     EXPECT_EQ((StateTexts{"web1: no-rows"}), States());
     options.allowEmpty = true;
     EXPECT_EQ((StateTexts{"web1:"}), States());
 }
 
-TEST_F(ReportTest, OverlappingEvaluationsAreTwoMachines) {
+TEST_F(ReportTest, OverlappingEvaluationsIndicateTwoMachines) {
     Store("a", ProvenanceOf("web1", resultTime));
     Store("b", ProvenanceOf("web1", resultTime + 9));
     EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
@@ -174,7 +174,7 @@ TEST_F(ReportTest, RefusedEvaluationsMayOverlap) {
     EXPECT_EQ((StateTexts{"web1:"}), States());
 }
 
-TEST_F(ReportTest, AgentProgramThatAlternatesIsTwoMachines) {
+TEST_F(ReportTest, AlternatingAgentProgramsIndicateTwoMachines) {
     auto const store = [&](int night, time_t agent) {
         Provenance provenance = ProvenanceOf("web1", resultTime + night * 100);
         provenance.agentModified = timespec{agent, 0};
@@ -188,7 +188,7 @@ TEST_F(ReportTest, AgentProgramThatAlternatesIsTwoMachines) {
     EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
 }
 
-TEST_F(ReportTest, CopiesOfAResultAreOneMachine) {
+TEST_F(ReportTest, CopiesOfAResultIndicateOneMachine) {
     Store("a", ProvenanceOf("web1"));
     Store("copy", ProvenanceOf("web1"));
     EXPECT_EQ((StateTexts{"web1:"}), States());
@@ -198,13 +198,13 @@ TEST_F(ReportTest, CopiesOfAResultAreOneMachine) {
     EXPECT_EQ(1u, Make().entries[0].olderResults);
 }
 
-TEST_F(ReportTest, OtherRowsAtTheSameTimeAreTwoMachines) {
+TEST_F(ReportTest, DifferentRowsAtTheSameTimeIndicateTwoMachines) {
     Store("good", ProvenanceOf("web1"));
     Store("bad", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
     EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
 }
 
-TEST_F(ReportTest, ResultOutsideTheRangeOfNanosecondsIsRead) {
+TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {
     for (char const* const year : {"0001", "9999"}) {
         std::string text = ResultText({ResultRow("d", "Pass")});
         for (char const* const name : {"\"start\":\"", "\"end\":\""})
@@ -220,7 +220,7 @@ TEST_F(ReportTest, AgeOfOldResultHasItsUnit) {
     EXPECT_EQ("the newest result is 30 min old", Describe(Make().entries.at(0), Condition::tooOld));
 }
 
-TEST_F(ReportTest, ResultOfNoHostIsListed) {
+TEST_F(ReportTest, ListsResultWithInvalidHostName) {
     for (std::string const& host : {std::string(), std::string(256, 'h')}) {
         std::string const file = Store("a", ProvenanceOf(host.c_str()));
         Report const report = Make();
@@ -230,7 +230,7 @@ TEST_F(ReportTest, ResultOfNoHostIsListed) {
     }
 }
 
-TEST_F(ReportTest, AllConditionsOfAHostAreNamedInOrder) {
+TEST_F(ReportTest, ListsAllConditionsOfAHostInOrder) {
     options.maxAge = std::chrono::hours(1);
     options.expectedHosts = {"other"};
     Provenance provenance = ProvenanceOf("web1", resultTime - 86400);
@@ -239,7 +239,7 @@ TEST_F(ReportTest, AllConditionsOfAHostAreNamedInOrder) {
     EXPECT_EQ((StateTexts{"other: missing", "web1: stale too-old no-rows not-expected"}), States());
 }
 
-TEST_F(ReportTest, FilesThatAreNoResultAreListed) {
+TEST_F(ReportTest, ListsFilesThatAreNotResults) {
     std::string const foreign = Keep("b", "{}");
     std::string const old =
         Keep("a", R"({"schemaVersion":1,"outcome":"finished","rowCount":0,"rows":[]})");
@@ -289,7 +289,7 @@ TEST_F(ReportTest, MostFrequentResultsAreCountedByName) {
     EXPECT_EQ(report.totals.rows, sum);
 }
 
-TEST_F(ReportTest, FileThatIsOverwrittenDuringTheReportIsNotUsed) {
+TEST_F(ReportTest, RefusesFileThatIsOverwrittenDuringTheReport) {
     std::string const file = Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass")});
     Report const report = Make();
     WriteFile(file, ResultText({ResultRow("y", "Pass")}, ProvenanceOf("web1")));
@@ -305,7 +305,7 @@ TEST_F(ReportTest, ReadsRowsAgainUnlessTheResultWasReplaced) {
     EXPECT_THROW(Designators(report.entries[0]), StoredResultError);
 }
 
-// All that a report says of an entry.
+// Returns the content of a report as text, to compare reports.
 std::string Fingerprint(Report const& report) {
     std::string text = std::to_string(report.totals.rows);
     for (ReportEntry const& entry : report.entries)
@@ -338,7 +338,7 @@ TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
     }
 }
 
-TEST_F(ReportTest, FailureCountsAmongResultsWithEqualTimes) {
+TEST_F(ReportTest, UsesFailureAmongResultsWithEqualTimes) {
     for (bool const isFailureFirst : {true, false}) {
         Store(isFailureFirst ? "b" : "a", ProvenanceOf("web1"));
         StoreFailure(isFailureFirst ? "a" : "b", ProvenanceOf("web1"), {4, "busy", -6, {}, "m"});
@@ -347,7 +347,7 @@ TEST_F(ReportTest, FailureCountsAmongResultsWithEqualTimes) {
     }
 }
 
-TEST_F(ReportTest, LastFileNameCountsAmongResultsWithEqualTimes) {
+TEST_F(ReportTest, UsesLastFileNameAmongResultsWithEqualTimes) {
     for (char const* const name : {"b", "c", "a"})
         StoreFailure(name, ProvenanceOf("web1"), {4, "busy", -6, {}, name});
     EXPECT_EQ(directory / "c", Make().entries.at(0).file);
@@ -361,7 +361,7 @@ std::clock_t TimeToFinish(ReportOptions const& options, std::string const& file,
         Provenance provenance = ProvenanceOf("web1", resultTime - static_cast<time_t>(index) * 100);
         std::string const document = std::to_string(index);
         provenance.document = document.c_str();
-        // ext4 flushes a file that is truncated, but not a new one.
+        // Faster than truncation: ext4 flushes a truncated file, but not a new one.
         std::filesystem::remove(file);
         builder.Read(WriteFile(file, ResultText({}, provenance)));
     }
@@ -370,16 +370,16 @@ std::clock_t TimeToFinish(ReportOptions const& options, std::string const& file,
     return std::clock() - start;
 }
 
-TEST_F(ReportTest, TimeGrowsSlowerThanTheSquareOfDocuments) {
+TEST_F(ReportTest, TimeGrowsLessThanQuadraticallyWithDocuments) {
     std::string const file = directory / "result";
     std::clock_t few = TimeToFinish(options, file, 200);
     for (int repetition = 0; repetition < 3; ++repetition)
         few = std::min(few, TimeToFinish(options, file, 200));
-    // Sixteen times as many; the square would be 256 times.
+    // 16 times as many documents. Quadratic time would be 256 times as long.
     EXPECT_LT(TimeToFinish(options, file, 3200), 64 * few);
 }
 
-TEST_F(ReportTest, EvaluationWithoutDurationIsOneOfTwoAtItsStart) {
+TEST_F(ReportTest, ZeroDurationEvaluationOverlapsOneWithSameStart) {
     Provenance provenance = ProvenanceOf("web1");
     provenance.end = provenance.start;
     Store("a", provenance);
@@ -387,7 +387,7 @@ TEST_F(ReportTest, EvaluationWithoutDurationIsOneOfTwoAtItsStart) {
     EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
 }
 
-TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNoCopies) {
+TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNotCopies) {
     Provenance provenance = ProvenanceOf("web1");
     Store("fresh", provenance);
     provenance.stale = true;
@@ -402,7 +402,7 @@ TEST_F(ReportTest, AcceptsHostNameOf255Bytes) {
     EXPECT_EQ((StateTexts{host + ":"}), States());
 }
 
-TEST_F(ReportTest, ResultsBeyondTheFirstThousandAreNotNamed) {
+TEST_F(ReportTest, CountsResultsAfterTheFirstThousandAsOthers) {
     options.acceptedResults = {"late"};
     for (std::size_t const others : {std::size_t{999}, std::size_t{1000}}) {
         std::vector<std::string> results;

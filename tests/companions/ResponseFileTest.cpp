@@ -34,7 +34,7 @@ bool IsNew(Change const& change) {
 // milliseconds.
 void AwaitClockOfFiles() { usleep(20'000); }
 
-TEST(ResponseFileTest, AnswerThatStaysIsUnchanged) {
+TEST(ResponseFileTest, ReadingAnAnswerDoesNotChangeIt) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Publish("old");
@@ -42,7 +42,7 @@ TEST(ResponseFileTest, AnswerThatStaysIsUnchanged) {
     });
 }
 
-TEST(ResponseFileTest, MissingAnswerIsNeverUnchanged) {
+TEST(ResponseFileTest, MissingAnswerCountsAsChanged) {
     Sandbox::Run([] {
         EXPECT_TRUE(IsNew([] {}));
         Sandbox::CreateAgentDirectories();
@@ -52,7 +52,7 @@ TEST(ResponseFileTest, MissingAnswerIsNeverUnchanged) {
     });
 }
 
-TEST(ResponseFileTest, DetectsEachWayToReplaceAnAnswer) {
+TEST(ResponseFileTest, DetectsReplacedOverwrittenAndExtendedAnswer) {
     Sandbox::Run([] {
         Sandbox::CreateAgentDirectories();
         Publish("old");

@@ -165,7 +165,7 @@ TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
     ExpectRefused(link, "is no regular file");
 }
 
-TEST_F(ResultFileTest, RefusesPathsThatNameNoFile) {
+TEST_F(ResultFileTest, RefusesInvalidPaths) {
     std::string const reason = "is in no directory that exists";
     for (std::string const name : {"missing/result", "missing/"})
         ExpectRefused(directory.path() + "/" + name, reason);
@@ -235,7 +235,7 @@ TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
     EXPECT_EQ("old", ContentOf(path));
 }
 
-// From now on fchmod(2) fails in this process.
+// Makes fchmod(2) fail in this process.
 void RefuseModes() {
     std::array<sock_filter, 4> filter = {
         {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),

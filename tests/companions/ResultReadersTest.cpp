@@ -1,4 +1,4 @@
-// The programs that read results, on results of the real compliance-query.
+// The programs that read results, with results of the real compliance-query.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -18,7 +18,7 @@ void StoreResult(std::string const& rows, std::string const& file, std::string c
     agent.AwaitEnd(std::chrono::seconds(1));
 }
 
-SANDBOX_TEST(ResultReadersTest, DiffReadsBothFormatsOfTheQuery) {
+SANDBOX_TEST(ResultReadersTest, DiffReadsJsonAndNdjsonOfTheQuery) {
     StoreResult(TwoRows(), "/opt/old.json", "--json");
     StoreResult(Row(shortRow), "/opt/new.json", "--ndjson");
     EXPECT_EQ(ExitStatus::Exited(0),
@@ -33,7 +33,7 @@ SANDBOX_TEST(ResultReadersTest, DiffReadsBothFormatsOfTheQuery) {
               document.at("new").at("provenance").at("host"));
 }
 
-SANDBOX_TEST(ResultReadersTest, ReportReadsBothFormatsOfTheQuery) {
+SANDBOX_TEST(ResultReadersTest, ReportReadsJsonAndNdjsonOfTheQuery) {
     StoreResult(TwoRows(), "/opt/results/old.json", "--json");
     StoreResult(Row(shortRow), "/opt/results/new.json", "--ndjson");
     ProgramResult const result =

@@ -32,12 +32,12 @@ std::optional<milliseconds> PauseAfter(std::string const& state, seconds wait) {
     return Retry(wait, {}).Pause();
 }
 
-TEST(RetryTest, WithoutWaitThereIsNoPause) {
+TEST(RetryTest, HasNoBackoffWithoutWait) {
     EXPECT_EQ(std::nullopt, Retry({}, {}).Pause());
     EXPECT_EQ(std::nullopt, Retry({}, seconds(100)).Pause());
 }
 
-TEST(RetryTest, PausesGrowToTenSeconds) {
+TEST(RetryTest, BackoffGrowsToTenSeconds) {
     EXPECT_EQ(seconds(1), Retry(seconds(100), {}).Pause());
     seconds const pauses[] = {seconds(1), seconds(2), seconds(4), seconds(8), seconds(10)};
     for (int attempt = 1; attempt <= 5; ++attempt)
@@ -46,7 +46,7 @@ TEST(RetryTest, PausesGrowToTenSeconds) {
     EXPECT_EQ(seconds(10), PauseAfter(Attempt(1'000'000, seconds(100), seconds(0)), seconds(1)));
 }
 
-TEST(RetryTest, PauseEndsWithTheWait) {
+TEST(RetryTest, BackoffEndsWithTheWait) {
     std::optional<milliseconds> const pause =
         PauseAfter(Attempt(5, seconds(3), seconds(0)), seconds(100));
     ASSERT_TRUE(pause);
@@ -55,21 +55,21 @@ TEST(RetryTest, PauseEndsWithTheWait) {
     EXPECT_EQ(std::nullopt, PauseAfter(Attempt(2, seconds(0), seconds(100)), seconds(100)));
 }
 
-TEST(RetryTest, ProcessHasItsFormerName) {
+TEST(RetryTest, RestoresNameOfTheProcess) {
     PauseAfter(Attempt(2, seconds(100), seconds(0)), seconds(1));
     char name[17] = {};
     ASSERT_EQ(0, prctl(PR_GET_NAME, name));
     EXPECT_STREQ("companion tests", name);
 }
 
-TEST(RetryTest, PauseEndsWithTheTimeout) {
+TEST(RetryTest, BackoffEndsWithTheTimeout) {
     EnvironmentVariable const former(attemptVariable, Attempt(5, seconds(100), seconds(2)).c_str());
     std::optional<milliseconds> const pause = Retry(seconds(100), seconds(100)).Pause();
     ASSERT_TRUE(pause);
     EXPECT_GE(seconds(2), *pause);
 }
 
-TEST(RetryTest, DeadlineIsCountedFromTheFirstAttempt) {
+TEST(RetryTest, DeadlineIsMeasuredFromTheFirstTry) {
     EXPECT_EQ(std::nullopt, Retry(seconds(1), {}).Deadline());
     EnvironmentVariable const former(attemptVariable, Attempt(2, seconds(100), seconds(5)).c_str());
     Retry const retry(seconds(100), seconds(60));
@@ -77,18 +77,18 @@ TEST(RetryTest, DeadlineIsCountedFromTheFirstAttempt) {
     EXPECT_GE(steady_clock::now() + seconds(5), *retry.Deadline());
 }
 
-TEST(RetryTest, StateIsRemovedFromTheEnvironment) {
+TEST(RetryTest, RemovesStateFromTheEnvironment) {
     PauseAfter(Attempt(2, seconds(9), seconds(9)), seconds(9));
     EnvironmentVariable const former(attemptVariable, "other");
     Retry const retry({}, {});
     EXPECT_EQ(nullptr, std::getenv(attemptVariable));
 }
 
-TEST(RetryTest, StateOfAnotherProcessIsIgnored) {
+TEST(RetryTest, IgnoresStateOfAnotherProcess) {
     EXPECT_EQ(seconds(1), PauseAfter(Attempt(5, seconds(0), seconds(0), getppid()), seconds(100)));
 }
 
-TEST(RetryTest, InvalidStateIsIgnored) {
+TEST(RetryTest, IgnoresInvalidState) {
     std::string const own = std::to_string(getpid());
     for (std::string const& state :
          {std::string(), own, own + " 5", own + " 5 0 0 0", own + " 0 0 0 0 ", own + " -1 0 0 0 ",
@@ -96,7 +96,7 @@ TEST(RetryTest, InvalidStateIsIgnored) {
         EXPECT_EQ(seconds(1), PauseAfter(state, seconds(100))) << state;
 }
 
-TEST(RetryTest, FailedExecutionReturns) {
+TEST(RetryTest, ReturnsIfExecutionFails) {
     Retry retry(seconds(1), {});
     std::string longArgument(1 << 20, 'x');
     char* arguments[] = {longArgument.data(), nullptr};

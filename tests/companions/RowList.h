@@ -1,4 +1,4 @@
-// Rows that a test lists itself, and what a format makes of them.
+// Rows for the tests of the output formats, and the output of a function.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ inline Rows RowsOf(RowList const& list) {
             }};
 }
 
-// All that a body writes.
+// Returns what a body writes.
 template <typename Body>
 std::string OutputOf(Body const& body) {
     int const file = memfd_create("output", MFD_CLOEXEC);
@@ -28,7 +28,7 @@ std::string OutputOf(Body const& body) {
     output.Flush();
     std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_END)), '\0');
     if (pread(file, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()))
-        text = "the output can't be read back";
+        text = "cannot read the output";
     close(file);
     return text;
 }

@@ -1,4 +1,4 @@
-// What the programs write against the schemas that describe it, by a validator of its own.
+// Validates the output of the programs against their schemas, with python3-jsonschema.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -35,7 +35,7 @@ protected:
             return;
         char const* const ci = std::getenv("CI");
         ASSERT_FALSE(ci && *ci) << "python3-jsonschema is missing";
-        GTEST_SKIP() << "python3-jsonschema is missing, so this test can prove NOTHING here.";
+        GTEST_SKIP() << "python3-jsonschema is missing, so this test is skipped.";
     }
 
     static ProgramResult Validate(std::string const& document, char const* schema) {
@@ -85,12 +85,12 @@ std::string DoctorDocument(Findings const& findings) {
     return OutputOf([&](Output& output) { WriteJson(findings, output); });
 }
 
-TEST_F(SchemaTest, RowsOfAQuery) {
+TEST_F(SchemaTest, AcceptsRowsOfAQuery) {
     ExpectValidQuery(QueryDocument());
     ExpectValidQuery(OutputOf([](Output& output) { WriteJson(RowsOf({}), Provenance(), output); }));
 }
 
-TEST_F(SchemaTest, FailuresOfAQuery) {
+TEST_F(SchemaTest, AcceptsFailuresOfAQuery) {
     ExpectValidQuery(FailureDocument({4, "busy", -6, {}, "refused"}));
     ExpectValidQuery(FailureDocument({1, "agent-error", {}, -22, "not available"}));
     ExpectValidQuery(FailureDocument({143, "signal", {}, {}, "ended early"}));
@@ -128,7 +128,7 @@ TEST_F(SchemaTest, SchemaOfAQueryRefusesInvalidDocuments) {
     ExpectInvalid(Json::parse(FailureDocument({4, "tired", -6, {}, "refused"})), query);
 }
 
-TEST(SchemaOfQueryTest, FailuresAreTheWordsOfTheExitStatuses) {
+TEST(SchemaOfQueryTest, ListsTheWordsOfAllFailureStatuses) {
     std::ifstream file(query);
     Json const schema = Json::parse(file);
     std::set<std::string> words;
@@ -139,7 +139,7 @@ TEST(SchemaOfQueryTest, FailuresAreTheWordsOfTheExitStatuses) {
                          .get<std::set<std::string>>());
 }
 
-TEST_F(SchemaTest, FindingsOfTheDoctor) {
+TEST_F(SchemaTest, AcceptsFindingsOfTheDoctor) {
     ExpectValid(DoctorDocument(ExamineExchange()), doctor);
     ExpectValid(DoctorDocument({{"lock", Verdict::problem, "lock-held", "held", "wait", 12},
                                 {"request", Verdict::note, "old", "old", "wait", {}, -5},
@@ -178,7 +178,7 @@ std::string DiffDocument(std::vector<std::string> const& goodResults) {
         [&](Output& output) { WriteDiffJson(difference, before, after, goodResults, output); });
 }
 
-TEST_F(SchemaTest, DifferencesOfResults) {
+TEST_F(SchemaTest, AcceptsDifferencesOfResults) {
     ExpectValid(DiffDocument({}), diff);
     ExpectValid(DiffDocument({"Pass"}), diff);
 }
@@ -223,9 +223,9 @@ std::string ReportDocument() {
     });
 }
 
-TEST_F(SchemaTest, ReportsOfAFleet) { ExpectValid(ReportDocument(), reportSchema); }
+TEST_F(SchemaTest, AcceptsReportsOfAFleet) { ExpectValid(ReportDocument(), reportSchema); }
 
-TEST_F(SchemaTest, ReportMayHaveNewConditions) {
+TEST_F(SchemaTest, AcceptsNewConditionsInReports) {
     Json document = Json::parse(ReportDocument());
     document["entries"][0]["conditions"][0] = "new";
     ExpectValid(document.dump(), reportSchema);

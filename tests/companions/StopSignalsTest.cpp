@@ -18,16 +18,16 @@
 
 namespace {
 
-// Raised at the begin of the next ppoll, before it waits.
+// Raised at the start of the next ppoll, before it waits.
 int signalBeforeWait = 0;
-// The next ppoll with a descriptor says at once that it is ready.
+// The next ppoll with a file descriptor reports it as ready immediately.
 bool isFalselyReady = false;
 // Called in the next ppoll without a descriptor.
 std::function<void()> duringPause;
 
 } // namespace
 
-// In the place of the C library's.
+// Replaces the function of the C library.
 extern "C" int ppoll(pollfd* descriptors, nfds_t count, timespec const* limit,
                      sigset_t const* mask) {
     if (signalBeforeWait != 0)
@@ -59,7 +59,7 @@ TEST(StopSignalsTest, NoSignalWasReceived) {
     EXPECT_EQ(ExitStatus::Exited(0), EndOf([] { EXPECT_EQ(0, StopSignal()); }));
 }
 
-TEST(StopSignalsTest, FirstOneIsOnlyNoted) {
+TEST(StopSignalsTest, FirstSignalIsRecorded) {
     for (int const signal : {SIGINT, SIGTERM, SIGHUP})
         EXPECT_EQ(ExitStatus::Exited(0), EndOf([&] {
                       raise(signal);
@@ -67,13 +67,13 @@ TEST(StopSignalsTest, FirstOneIsOnlyNoted) {
                   }));
 }
 
-TEST(StopSignalsTest, SecondOneEndsTheProcessBeItTheSameOrTheOther) {
+TEST(StopSignalsTest, SecondSignalOfAnyKindEndsTheProcess) {
     for (int const first : {SIGINT, SIGTERM, SIGHUP})
         for (int const second : {SIGINT, SIGTERM, SIGHUP})
             EXPECT_EQ(ExitStatus::Killed(second), EndOf([&] {
                           raise(first);
                           raise(second);
-                          ADD_FAILURE() << "still there";
+                          ADD_FAILURE() << "the process did not end";
                       }));
 }
 
@@ -81,7 +81,7 @@ void ExpectToEnd(std::function<void()> const& body) {
     EXPECT_EQ(ExitStatus::Exited(0), EndOf(body));
 }
 
-TEST(StopSignalsTest, SleepEndsByAStop) {
+TEST(StopSignalsTest, SignalEndsSleep) {
     OtherProcess other([](Handshake& line) {
         CatchStopSignals();
         line.Tell();
@@ -92,20 +92,20 @@ TEST(StopSignalsTest, SleepEndsByAStop) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait(seconds(30)));
 }
 
-TEST(StopSignalsTest, SleepsAsLongAsItShould) {
+TEST(StopSignalsTest, SleepsForTheWholeDuration) {
     auto const start = std::chrono::steady_clock::now();
     SleepUnlessStopped(std::chrono::milliseconds(1100));
     EXPECT_LE(std::chrono::milliseconds(1100), std::chrono::steady_clock::now() - start);
 }
 
-TEST(StopSignalsTest, NoSleepAfterAStop) {
+TEST(StopSignalsTest, DoesNotSleepAfterSignal) {
     ExpectToEnd([] {
         raise(SIGTERM);
         SleepUnlessStopped(minutes(1));
     });
 }
 
-TEST(StopSignalsTest, StopJustBeforeTheSleepEndsIt) {
+TEST(StopSignalsTest, SignalJustBeforeSleepEndsIt) {
     ExpectToEnd([] {
         signalBeforeWait = SIGTERM;
         SleepUnlessStopped(minutes(1));
@@ -113,7 +113,7 @@ TEST(StopSignalsTest, StopJustBeforeTheSleepEndsIt) {
     });
 }
 
-// A pipe that nobody reads, and that takes no more.
+// A full pipe that nobody reads.
 class FullPipe {
 public:
     FullPipe() {
@@ -124,7 +124,7 @@ public:
 
     int end() const { return ends[1]; }
 
-    // Reads all that it holds.
+    // Returns its content.
     std::string Read() const {
         std::string text;
         for (char byte; read(ends[0], &byte, 1) == 1;)
@@ -136,7 +136,7 @@ private:
     int ends[2]{};
 };
 
-TEST(StopSignalsTest, StopJustBeforeTheWaitForAReaderEndsIt) {
+TEST(StopSignalsTest, SignalJustBeforeWaitForReaderEndsIt) {
     ExpectToEnd([] {
         FullPipe const full;
         signalBeforeWait = SIGHUP;
@@ -146,8 +146,8 @@ TEST(StopSignalsTest, StopJustBeforeTheWaitForAReaderEndsIt) {
     });
 }
 
-// Another process may have filled the pipe since. There is a pause before the write is repeated.
-TEST(StopSignalsTest, OutputIsWrittenAfterAFalseReadiness) {
+// Another process may fill the pipe after ppoll returned. The program waits before it retries.
+TEST(StopSignalsTest, RetriesWriteAfterSpuriousReadiness) {
     ExpectToEnd([] {
         FullPipe const full;
         Output output(full.end());
@@ -159,11 +159,11 @@ TEST(StopSignalsTest, OutputIsWrittenAfterAFalseReadiness) {
         output.Flush();
         EXPECT_EQ(0, output.Error());
         EXPECT_EQ("text", full.Read());
-        EXPECT_EQ(nullptr, duringPause) << "there was a pause";
+        EXPECT_EQ(nullptr, duringPause) << "there was no pause";
     });
 }
 
-TEST(StopSignalsTest, WritableAfterAStopToo) {
+TEST(StopSignalsTest, ReportsWritablePipeAfterSignal) {
     ExpectToEnd([] {
         int ends[2];
         ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
@@ -173,7 +173,7 @@ TEST(StopSignalsTest, WritableAfterAStopToo) {
     });
 }
 
-TEST(StopSignalsTest, SecondStopDuringAWaitEndsTheProcess) {
+TEST(StopSignalsTest, SecondSignalDuringSleepEndsTheProcess) {
     EXPECT_EQ(ExitStatus::Killed(SIGINT), EndOf([] {
                   raise(SIGTERM);
                   signalBeforeWait = SIGINT;
@@ -194,7 +194,7 @@ TEST(StopSignalsTest, IgnoredSignalStaysIgnored) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-TEST(StopSignalsTest, Names) {
+TEST(StopSignalsTest, ReturnsNamesOfSignals) {
     EXPECT_STREQ("SIGINT", NameOfStopSignal(SIGINT));
     EXPECT_STREQ("SIGTERM", NameOfStopSignal(SIGTERM));
     EXPECT_STREQ("SIGHUP", NameOfStopSignal(SIGHUP));

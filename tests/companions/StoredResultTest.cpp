@@ -128,7 +128,7 @@ TEST_F(StoredResultTest, SkipsUnknownMembers) {
     EXPECT_EQ(3u, rows.size());
 }
 
-TEST_F(StoredResultTest, EveryTruncationIsRefused) {
+TEST_F(StoredResultTest, RefusesEveryTruncation) {
     std::string text = ResultText({storedList[0], storedList[1]});
     text.pop_back(); // the line feed
     for (std::size_t length = 0; length < text.size(); ++length)
@@ -143,7 +143,7 @@ TEST_F(StoredResultTest, RefusesNdjsonWithoutItsLastRows) {
     EXPECT_EQ("4:1: expected 3 rows, not 2", Refusal(shorter));
 }
 
-TEST_F(StoredResultTest, RefusalHasThePlaceAndTheExpectation) {
+TEST_F(StoredResultTest, RefusalHasThePositionAndTheExpectation) {
     EXPECT_EQ("1:1: expected JSON: unexpected end of input; expected '[', '{', or a literal",
               Refusal(""));
     EXPECT_EQ("2:3: expected JSON: invalid literal", Refusal("\nnever"));
@@ -193,7 +193,7 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
     }
 }
 
-TEST_F(StoredResultTest, ExitStatusIsAByte) {
+TEST_F(StoredResultTest, RefusesExitStatusAbove255) {
     auto const failure = [](std::string const& status) {
         return R"({"schemaVersion":1,"outcome":"failed","message":"m","exitStatus":)" + status +
                "}";
@@ -205,7 +205,7 @@ TEST_F(StoredResultTest, ExitStatusIsAByte) {
             << status;
 }
 
-TEST_F(StoredResultTest, RefusesMembersThatAreRepeated) {
+TEST_F(StoredResultTest, RefusesRepeatedMembers) {
     std::string const text = ResultText({storedList[0]});
     for (auto const& [member, path] :
          {std::pair{R"("outcome":"finished")", "outcome"}, std::pair{R"("rows":[])", "rows"},
@@ -223,7 +223,7 @@ TEST_F(StoredResultTest, RefusesMembersThatAreRepeated) {
     EXPECT_TRUE(Refusal(repeated).ends_with(": expected the member \"comment\" once in the row"));
 }
 
-TEST_F(StoredResultTest, NameWithASlashIsNoPath) {
+TEST_F(StoredResultTest, NameWithSlashIsNotAPath) {
     StoredJson document = StoredJson::parse(ResultText({storedList[0]}));
     document["provenance"].erase("host");
     document["provenance/host"] = "web1";
@@ -238,7 +238,7 @@ TEST_F(StoredResultTest, UnknownFreshnessIsStale) {
     EXPECT_TRUE(Read(document.dump()).provenance->stale);
 }
 
-TEST_F(StoredResultTest, LengthOfOneTextIsLimited) {
+TEST_F(StoredResultTest, LimitsLengthOfEachText) {
     auto const textWith = [](std::size_t length) {
         std::string const comment(length, 'x');
         return ResultText({ResultRow("d", "Pass", comment), ResultRow("e", "Pass", comment)});
@@ -251,7 +251,7 @@ TEST_F(StoredResultTest, LengthOfOneTextIsLimited) {
         << refusal;
 }
 
-TEST_F(StoredResultTest, RefusesRowsWithoutAField) {
+TEST_F(StoredResultTest, RefusesRowsWithMissingField) {
     for (char const* const name : rowFieldNames) {
         StoredJson document = StoredJson::parse(ResultText({storedList[0]}));
         document["rows"][0].erase(name);
@@ -269,17 +269,17 @@ TEST_F(StoredResultTest, RefusesDeepNesting) {
     EXPECT_EQ("1:2: expected an object", Refusal(std::string(100'000, '[')));
 }
 
-TEST_F(StoredResultTest, RefusesTextBehindTheDocument) {
+TEST_F(StoredResultTest, RefusesTextAfterTheDocument) {
     std::string const text = ResultText({storedList[0]});
     EXPECT_EQ("3:1: expected the end of the file", Refusal(text + "{}"));
     EXPECT_EQ("accepted", Refusal(text + " \r\n\t"));
 }
 
-TEST_F(StoredResultTest, LongTextsOfADamagedFileAreNotInTheMessage) {
+TEST_F(StoredResultTest, RefusalOmitsLongTextsOfDamagedFile) {
     EXPECT_LT(Refusal("{\"schemaVersion\":\"" + std::string(100'000, 'x')).size(), 200u);
 }
 
-TEST_F(StoredResultTest, RefusesEntriesThatAreNoRegularFile) {
+TEST_F(StoredResultTest, RefusesEntriesThatAreNotRegularFiles) {
     std::string const fifo = directory / "fifo";
     ASSERT_EQ(0, mkfifo(fifo.c_str(), 0600));
     for (std::string const& path : {fifo, directory.path(), std::string("/dev/zero")})
@@ -291,7 +291,7 @@ TEST_F(StoredResultTest, RefusesEntriesThatAreNoRegularFile) {
         }
 }
 
-TEST_F(StoredResultTest, RefusesInputThatHasNoEnd) {
+TEST_F(StoredResultTest, RefusesEndlessInput) {
     try {
         ReadStoredResult("/dev/zero", StoredKind::any, [](StoredRow&&) {});
         ADD_FAILURE() << "accepted";
@@ -302,7 +302,7 @@ TEST_F(StoredResultTest, RefusesInputThatHasNoEnd) {
     }
 }
 
-TEST_F(StoredResultTest, LengthOfWhitespaceIsLimited) {
+TEST_F(StoredResultTest, LimitsLengthOfWhitespace) {
     std::string const refusal = Refusal("{" + std::string(maxStoredTextBytes + 100'000, ' ') + "}");
     EXPECT_TRUE(
         refusal.ends_with(": expected a text, number or whitespace of at most 1048576 bytes"))

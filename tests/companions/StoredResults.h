@@ -1,4 +1,4 @@
-// Result documents for tests, made by the writers of compliance-query or by hand.
+// Result documents for tests.
 #pragma once
 
 #include <filesystem>

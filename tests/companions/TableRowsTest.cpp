@@ -34,7 +34,7 @@ Row Named(std::string_view designator, std::string_view result, std::string_view
     return {designator, result, "", time, "", ""};
 }
 
-TEST_F(TableRowsTest, NoRowsAreSaidInWords) { EXPECT_EQ("No results.\n", Table({})); }
+TEST_F(TableRowsTest, StatesThatThereAreNoRows) { EXPECT_EQ("No results.\n", Table({})); }
 
 TEST_F(TableRowsTest, ColumnsAreAsWideAsTheirLongestText) {
     EXPECT_EQ("DESIGNATOR      RESULT  TYPE  TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
@@ -50,13 +50,13 @@ TEST_F(TableRowsTest, ColumnsAreAsWideAsTheirLongestText) {
               Table({{{"a", longText, "t", "", "", ""}}}));
 }
 
-TEST_F(TableRowsTest, WideAndCombiningCharactersAreMeasured) {
+TEST_F(TableRowsTest, MeasuresWideAndCombiningCharacters) {
     EXPECT_EQ(std::string(headings) + "\xE4\xB8\xAD\xE4\xB8\xAD        r\n" +
                   "e\xCC\x81           r\n",
               Table({Named("\xE4\xB8\xAD\xE4\xB8\xAD", "r"), Named("e\xCC\x81", "r")}));
 }
 
-TEST_F(TableRowsTest, ControlCharactersAreEscaped) {
+TEST_F(TableRowsTest, EscapesControlCharacters) {
     EXPECT_EQ("DESIGNATOR  RESULT  TYPE      TIME (\xC2\xB5s)  DESCRIPTION  COMMENT\n"
               "a\\tb        \\n      \\x1b[31m  \\xb5       d            c\n",
               Table({{{"a\tb", "\n", "\x1b[31m", "\xB5", "d", "c"}}}));
@@ -69,7 +69,7 @@ TEST_F(TableRowsTest, LabelsAreAsciiUnlessTheLocaleIsUtf8) {
               Table({Named("a", "r")}));
 }
 
-TEST_F(TableRowsTest, WideTableIsWrappedToColumns) {
+TEST_F(TableRowsTest, WrapsTableToColumnsVariable) {
     EnvironmentVariable const narrow("COLUMNS", "30");
     EXPECT_EQ("DESIGNATOR  RESULT    COMMENT\n"
               "a           ok        a longer\n"
@@ -95,7 +95,7 @@ std::string WithoutSpaces(std::string text) {
     return text;
 }
 
-TEST_F(TableRowsTest, FitsAnyWidthFromThirtyFour) {
+TEST_F(TableRowsTest, FitsEveryWidthOfAtLeast34) {
     std::string const wide = "\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD\xE4\xB8\xAD";
     RowList const list = {{{"a designator of many words", "ok", "type", "123456789012",
                             "without-any-space-in-the-text", wide}}};
@@ -108,7 +108,7 @@ TEST_F(TableRowsTest, FitsAnyWidthFromThirtyFour) {
     }
 }
 
-TEST_F(TableRowsTest, NoColumnIsNarrowerThanFour) {
+TEST_F(TableRowsTest, EachColumnHasAtLeastFourCharacters) {
     RowList const list = {Named("designator", "Compliant")};
     EnvironmentVariable const narrow("COLUMNS", "10");
     std::string const smallest = Table(list, {.columns = {0, 1}});
@@ -119,7 +119,7 @@ TEST_F(TableRowsTest, NoColumnIsNarrowerThanFour) {
     }
 }
 
-TEST_F(TableRowsTest, InvalidColumnsAreIgnored) {
+TEST_F(TableRowsTest, IgnoresInvalidColumnsVariable) {
     RowList const list = {Named(std::string_view("a designator of many words"), "r")};
     std::string const whole = Table(list);
     for (char const* const value : {"", "0", "-1", "10x", "99999999999999999999999"}) {
@@ -169,7 +169,7 @@ TEST_F(TableRowsTest, AcceptedResultsAreGreenAndOthersRed) {
                     {.columns = {1, 0}, .color = ColorMode::always}, {"ok"}));
 }
 
-TEST_F(TableRowsTest, EachResultHasItsColorWithoutAcceptedOnes) {
+TEST_F(TableRowsTest, EachResultHasItsOwnColorWithoutAcceptedOnes) {
     EXPECT_EQ("RESULT\n\x1b[36mx\x1b[0m\n\x1b[33my\x1b[0m\n\x1b[36mx\x1b[0m\n",
               Table({Named("a", "x"), Named("b", "y"), Named("c", "x")},
                     {.columns = {1}, .color = ColorMode::always}));
@@ -184,7 +184,7 @@ bool IsColored(ColorMode mode) {
     return screen.Read().find('\x1b') != std::string::npos;
 }
 
-TEST_F(TableRowsTest, AutomaticColorIsForTerminalsThatWantIt) {
+TEST_F(TableRowsTest, AutomaticModeColorsOnlySuitableTerminals) {
     EXPECT_TRUE(IsColored(ColorMode::automatic));
     EXPECT_FALSE(IsColored(ColorMode::never));
     EXPECT_EQ(std::string::npos, Table({Named("a", "r")}).find('\x1b'));

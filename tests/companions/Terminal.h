@@ -1,4 +1,4 @@
-// A terminal that nobody sits at: a pseudo-terminal, and a plain file to compare it with.
+// A pseudo-terminal, and a regular file to compare with it.
 #pragma once
 
 #include <cerrno>
@@ -19,7 +19,7 @@ class Terminal {
 public:
     Terminal() : plainFile(memfd_create("errors", MFD_CLOEXEC)) {
         if (openpty(&ownEnd, &programEnd, nullptr, nullptr, nullptr) != 0)
-            throw std::runtime_error("no pseudo-terminal is to be had");
+            throw std::runtime_error("cannot open a pseudo-terminal");
         fcntl(ownEnd, F_SETFD, FD_CLOEXEC);
         fcntl(programEnd, F_SETFD, FD_CLOEXEC);
         // Line feeds arrive as they were written.
@@ -36,24 +36,24 @@ public:
     Terminal(Terminal const&) = delete;
     Terminal& operator=(Terminal const&) = delete;
 
-    // The end that a program takes for its terminal.
+    // The file descriptor that a program uses as its terminal.
     int otherEnd() const { return programEnd; }
     int file() const { return plainFile; }
 
-    // What a user types: "\x03" is Ctrl-C.
+    // Simulates typed keys: "\x03" is Ctrl-C.
     void Type(std::string const& keys) const {
         if (write(ownEnd, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
-            throw std::runtime_error("the keys can't be typed");
+            throw std::runtime_error("cannot write the keys to the terminal");
     }
 
-    // Waits until something has been written to the terminal, and leaves it there.
+    // Waits until a program has written to the terminal. Does not read the text.
     void AwaitText(std::chrono::milliseconds limit) const {
         pollfd waiting{ownEnd, POLLIN, 0};
         if (poll(&waiting, 1, static_cast<int>(limit.count())) != 1)
-            throw std::runtime_error("nothing is written to the terminal");
+            throw std::runtime_error("the program wrote nothing to the terminal");
     }
 
-    // All that has been written to the terminal so far.
+    // Returns the text that was written to the terminal since the last call.
     std::string Read() const {
         std::string text;
         char buffer[4096];
@@ -80,7 +80,7 @@ private:
     int const plainFile;
 };
 
-// An environment variable with another value as long as this object lives.
+// Sets an environment variable during the lifetime of the object.
 class EnvironmentVariable {
 public:
     EnvironmentVariable(char const* theName, char const* value) : name(theName) {

@@ -1,4 +1,4 @@
-// What the writers of the companions put on a terminal, by the locale of the environment.
+// Output of the companions on a terminal, for different locales.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -98,8 +98,8 @@ TEST(TerminalCharactersTest, JsonFindingsAreAscii) {
     }
 }
 
-// But the label of the times.
-TEST(TerminalCharactersTest, LocaleChangesNoTextElsewhere) {
+// Except the label of the times.
+TEST(TerminalCharactersTest, LocaleDoesNotChangeTextInFiles) {
     EnvironmentVariable const variable("LC_ALL", "C");
     std::string const table = OutputOf(WriteTableRow);
     EXPECT_NE(std::string::npos, table.find(capitalU)) << table;

@@ -72,7 +72,7 @@ TEST(TextOrderTest, IsATotalOrder) {
 }
 
 // Sixteenths are exact in binary.
-TEST(TextOrderTest, AgreesWithTheValuesOfNumbers) {
+TEST(TextOrderTest, OrdersNumeralsLikeFloatingPointNumbers) {
     std::mt19937 random(2);
     for (int round = 0; round < 100'000; ++round) {
         double const numbers[] = {(static_cast<int>(random() % 4001) - 2000) / 16.0,

@@ -15,12 +15,12 @@ std::string const head = "designator\tresult\tresultType\tevaluationTime\tdescri
 
 TEST(TsvRowsTest, WritesTheHeaderWithoutRows) { EXPECT_EQ(head, Tsv({})); }
 
-TEST(TsvRowsTest, LineForEachRow) {
+TEST(TsvRowsTest, WritesLineForEachRow) {
     EXPECT_EQ(head + "a\tb\tc\td\te\tf\n\t\t\t\t\t\n",
               Tsv({{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", ""}}}));
 }
 
-TEST(TsvRowsTest, FourBytesAreEscaped) {
+TEST(TsvRowsTest, EscapesTabLineFeedReturnAndBackslash) {
     EXPECT_EQ(head + "\\t\t\\n\t\\r\\n\t\\\\\t\\\\t\ta\\\\\\tb\n",
               Tsv({{{"\t", "\n", "\r\n", "\\", "\\t", "a\\\tb"}}}));
 }

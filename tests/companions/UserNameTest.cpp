@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(UserNameTest, IsTheFirstOneOfTheFileOrTheNumber) {
+TEST(UserNameTest, ReturnsFirstMatchingNameOrTheNumber) {
     TemporaryDirectory const directory;
     std::string const file = directory.path() + "/passwd";
     std::ofstream(file) << "root:x:0:0::/root:/bin/sh\n"
@@ -22,7 +22,7 @@ TEST(UserNameTest, IsTheFirstOneOfTheFileOrTheNumber) {
     EXPECT_EQ("4294967294", UserName(4294967294U, file.c_str()));
 }
 
-TEST(UserNameTest, IsTheNumberWithoutAFile) {
+TEST(UserNameTest, ReturnsNumberWithoutFile) {
     EXPECT_EQ("0", UserName(0, "/nowhere/passwd"));
     EXPECT_EQ("0", UserName(0, "/dev/null"));
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-// The encoding of a number as if every number were a character.
+// Encodes any number as UTF-8, also if it is not a code point.
 std::string Encode(std::uint32_t value) {
     auto const byte = [](std::uint32_t bits) {
         return static_cast<char>(bits);
@@ -55,7 +55,7 @@ TEST(Utf8Test, RejectsOverlongSequences) {
         EXPECT_FALSE(IsUtf8(text));
 }
 
-TEST(Utf8Test, TextIsUtf8IfAllOfItIs) {
+TEST(Utf8Test, TextIsUtf8IfAllSequencesAreWellFormed) {
     EXPECT_TRUE(IsUtf8(""));
     EXPECT_TRUE(IsUtf8("plain"));
     EXPECT_TRUE(IsUtf8("\xC2\xB5s \xE2\x82\xAC \xF0\x9F\x98\x80"));

@@ -11,13 +11,13 @@
 
 namespace {
 
-TEST(VisibleTextTest, Utf8IsReadableAsItIs) {
+TEST(VisibleTextTest, ReadableTextKeepsWellFormedUtf8) {
     for (std::string const text : {"", "plain \\ text", "\xC2\xB5s \xE2\x82\xAC \xF0\x9F\x98\x80",
                                    "\t\n\r\x1b[31m", "\xE2\x80\xAE"})
         EXPECT_EQ(text, MakeReadable(text));
 }
 
-TEST(VisibleTextTest, BytesOutOfPlaceAreEscapes) {
+TEST(VisibleTextTest, EscapesIllFormedSequences) {
     EXPECT_EQ("\\xb5s", MakeReadable("\xB5s"));
     EXPECT_EQ("a\\xe2\\x82", MakeReadable("a\xE2\x82"));
     EXPECT_EQ("\\xff\xC2\xB5\\xc2", MakeReadable("\xFF\xC2\xB5\xC2"));
@@ -25,7 +25,7 @@ TEST(VisibleTextTest, BytesOutOfPlaceAreEscapes) {
     EXPECT_EQ("\\xb5s", MakeVisible("\xB5s"));
 }
 
-TEST(VisibleTextTest, ControlCharactersAreVisible) {
+TEST(VisibleTextTest, EscapesControlCharacters) {
     EXPECT_EQ("a\\tb\\nc\\rd", MakeVisible("a\tb\nc\rd"));
     EXPECT_EQ("\\x1b[31mred\\x07\\x7f", MakeVisible("\x1b[31mred\x07\x7f"));
     EXPECT_EQ("\\x00", MakeVisible(std::string_view("\0", 1)));
@@ -34,13 +34,13 @@ TEST(VisibleTextTest, ControlCharactersAreVisible) {
     EXPECT_EQ("\\u2028", MakeVisible("\xE2\x80\xA8"));
 }
 
-TEST(VisibleTextTest, CharactersThatTurnTheDirectionAreVisible) {
+TEST(VisibleTextTest, EscapesBidirectionalControls) {
     EXPECT_EQ("a\\u202eb\\u2066c\\u200f", MakeVisible("a\xE2\x80\xAE"
                                                       "b\xE2\x81\xA6"
                                                       "c\xE2\x80\x8F"));
 }
 
-TEST(VisibleTextTest, OtherTextIsVisibleAsItIs) {
+TEST(VisibleTextTest, VisibleTextKeepsPrintableCharacters) {
     for (std::string const text :
          {"", "plain \\ text", "\xC2\xA0\xC2\xB5s \xE2\x82\xAC", "\xF0\x9F\x98\x80", "\xD7\x90"})
         EXPECT_EQ(text, MakeVisible(text));
@@ -80,7 +80,7 @@ TEST(VisibleTextTest, EscapesEveryAsciiControlCharacter) {
     }
 }
 
-TEST(VisibleTextTest, EscapesTheOtherControlsAsBytesAndCharacters) {
+TEST(VisibleTextTest, EscapesC1ControlsAsBytesAndCharacters) {
     for (std::uint32_t value = 0x80; value <= 0x9F; ++value) {
         EXPECT_EQ(Escape("\\x%02x", value), MakeVisible(std::string(1, static_cast<char>(value))));
         EXPECT_EQ(EscapeOf(value), MakeVisible(Utf8Of(value)));
@@ -99,7 +99,7 @@ TEST(VisibleTextTest, EscapesHiddenCharacters) {
         EXPECT_EQ("a" + EscapeOf(value) + "b", MakeVisible("a" + Utf8Of(value) + "b"));
 }
 
-TEST(VisibleTextTest, NeighboursOfHiddenCharactersStay) {
+TEST(VisibleTextTest, DoesNotEscapeNeighboursOfHiddenCharacters) {
     for (std::uint32_t const value :
          {0xA0,   0xAC,   0xAE,   0x34E,  0x350,   0x606,   0x115E,  0x1161,  0x200A,
           0x2010, 0x2027, 0x202F, 0x205F, 0x2070,  0x3163,  0x3165,  0xFDFF,  0xFE10,
@@ -107,13 +107,13 @@ TEST(VisibleTextTest, NeighboursOfHiddenCharactersStay) {
         EXPECT_EQ(Utf8Of(value), MakeVisible(Utf8Of(value))) << value;
 }
 
-TEST(VisibleTextTest, AsciiReaderGetsAscii) {
+TEST(VisibleTextTest, EscapesNonAsciiCharactersForAscii) {
     std::string const text = "\xC3\x9B\xE2\x82\xAC\xF0\x9F\x98\x80 \xB5 \\";
     EXPECT_EQ("\\u00db\\u20ac\\U0001f600 \\xb5 \\", MakeVisible(text, CharacterSet::ascii));
 }
 
 // For any bytes: well-formed UTF-8 or ASCII, without control bytes.
-TEST(VisibleTextTest, AnyTwoBytesBecomeHarmless) {
+TEST(VisibleTextTest, AnyTwoBytesAreWellFormedWithoutControls) {
     auto const isPlain = [](char c) {
         return c >= 0x20 && c < 0x7F;
     };

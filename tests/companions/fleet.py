@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes results of a made-up fleet: fleet.py DIRECTORY [--hosts N] [--rows N] [--nights N]
+"""Writes results of a simulated fleet: fleet.py DIRECTORY [--hosts N] [--rows N] [--nights N]
 
 DIRECTORY gets a file for each host and night in the form of compliance-query --json, and hosts.txt
 with the names of all hosts and of one that has no result. Every tenth host has failing rows; of the

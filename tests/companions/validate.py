@@ -1,4 +1,4 @@
-"""Holds the JSON document on standard input against a schema: validate.py SCHEMA
+"""Validates the JSON document on standard input against a schema: validate.py SCHEMA
 
 Exit status: 0 valid, 1 not valid (with the reason), 77 if jsonschema is not installed.
 """

@@ -116,7 +116,7 @@ class PageTest(unittest.TestCase):
         self.directory = pathlib.Path(scratch.name)
 
     def check_page(self, page, start="", files=(), run_script=run_in_sandbox):
-        """Runs the sessions of the page. The blocks that are none are files, with these names."""
+        """Runs the sessions of the page. Other blocks are files with these names."""
         found = blocks(page)
         contents = [block for block in found if not is_session(block)]
         self.assertEqual(len(contents), len(files))

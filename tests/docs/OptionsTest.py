@@ -74,7 +74,7 @@ def plain(mdoc):
 
 
 def first_sentence(text):
-    """Without the period, and with a small letter unless the first word is an abbreviation."""
+    """The first sentence without period, in lower case unless it begins with an abbreviation."""
     sentence = re.match(r".*?(?=\.(?: |$)|$)", text).group(0)
     return sentence if re.match(r"[A-Z]{2}", sentence) else sentence[0].lower() + sentence[1:]
 
@@ -89,7 +89,7 @@ class Program:
         return self.accepted_long() | self.accepted_short()
 
     def accepted_long(self):
-        # An abbreviated option is refused with all names that begin so.
+        # The refusal of an abbreviated option lists all names with this prefix.
         names = {name for letter in string.ascii_lowercase for name in re.findall(
             rf"--{letter}[a-z-]*", self.refusal(f"--{letter}").partition("did you mean")[2])}
         return {(name, "takes no value" not in self.refusal(f"{name}=x", "--help"))
@@ -98,7 +98,7 @@ class Program:
     def accepted_short(self):
         names = [f"-{letter}" for letter in string.ascii_letters
                  if "is no option" not in self.refusal(f"-{letter}", "--help")]
-        # Where the letter takes a value, the second letter does not show the help.
+        # If the option takes a value, `h` is its value and does not show the help.
         return {(name, run(self.name, f"{name}h").stdout == "") for name in names}
 
     def refusal(self, *arguments):

@@ -108,7 +108,7 @@ class FleetTest(AnsibleTest):
         self.call(host, "ansible.builtin.copy",
                   f"src={systemctl} dest=/usr/local/bin/systemctl mode=0755")
 
-    def test_report_names_hosts_without_a_result_and_reasons(self):
+    def test_report_lists_missing_hosts_and_reasons_of_failures(self):
         self.remove_request()
         made = self.report(self.scratch / "fleet", *EVALUATE)
         self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
@@ -130,7 +130,7 @@ class FleetTest(AnsibleTest):
                          sorted([*SCENARIOS, "gone"]))
         self.assertFalse(self.is_templated("web3"))
 
-    def test_report_is_rendered_with_every_expected_host(self):
+    def test_report_page_lists_every_expected_host(self):
         self.report(self.scratch / "rendered", *EVALUATE)
         page = (self.scratch / "rendered/report.html").read_text(encoding="utf-8")
         for host in [*SCENARIOS, "gone"]:
@@ -138,7 +138,7 @@ class FleetTest(AnsibleTest):
         text = (self.scratch / "rendered/regressions.txt").read_text(encoding="utf-8")
         self.assertEqual([line.split(":")[0] for line in text.splitlines()], sorted(REASONS))
 
-    def test_hosts_with_results_let_the_run_succeed(self):
+    def test_run_succeeds_if_every_host_has_a_result(self):
         made = self.report(self.scratch / "some", *EVALUATE, "-e", "fleet_hosts=web1,web3")
         self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
         self.assertFalse(self.is_templated("web3"))
@@ -152,7 +152,7 @@ class FleetTest(AnsibleTest):
         self.assertEqual([one["designator"] for one in found["web1"]["rows"]], ["one", "one"])
         self.assertEqual(found["web3"]["rows"][0]["designator"], TEMPLATE)
 
-    def test_evaluate_gives_reason_and_explanation_of_each_failure(self):
+    def test_evaluate_returns_reason_and_explanation_of_failures(self):
         self.remove_request()
         found = self.call("broken,hung,missing", "evaluate", "default=true")
         for host, status, word in (("broken", 6, "bad-answer"), ("hung", 5, "time-out"),
@@ -163,7 +163,7 @@ class FleetTest(AnsibleTest):
             self.assertRegex(values["explanation"],
                              rf"^{status} \({word}\): .*\nCause: .*\nRemedy: .*")
 
-    def test_evaluate_fails_on_results_outside_of_the_list(self):
+    def test_evaluate_fails_on_results_that_are_not_accepted(self):
         found = self.call("web1,web2", "evaluate", '{"default": true, "good": ["Compliant"]}')
         self.assertNotIn("failed", found["web1"])
         self.assertEqual(found["web2"]["msg"], "1 of 2 rows have a result outside of good: "
@@ -171,7 +171,7 @@ class FleetTest(AnsibleTest):
         self.assertEqual([one["designator"] for one in found["web2"]["bad_rows"]], ["two"])
         self.assertEqual(found["web2"]["row_count"], 2)
 
-    def test_evaluate_refuses_wrong_options(self):
+    def test_evaluate_refuses_invalid_options(self):
         for arguments, reason in (("", "expected one of"), ("default=true path=/x", "expected one of"),
                                   ("url=x", "document"), ("path=/x max_age=1d", "max_age: '1d'"),
                                   ("default=true timeout=x", "--timeout"),
@@ -179,7 +179,7 @@ class FleetTest(AnsibleTest):
             with self.subTest(arguments=arguments):
                 self.assertIn(reason, self.call("web1", "evaluate", arguments)["web1"]["msg"])
 
-    def test_evaluate_reads_a_stored_result_that_is_fresh(self):
+    def test_evaluate_reads_a_fresh_stored_result(self):
         self.store("web1", finished([row("Compliant")], host="web1", age=3600))
         values = self.call("web1", "evaluate", "path=/opt/stored.json")["web1"]
         self.assertEqual((values["source"], values["row_count"]), ("/opt/stored.json", 1))
@@ -243,7 +243,7 @@ class FleetTest(AnsibleTest):
         self.assertRegex(text, "(?m)^KEEP_RESULTS=7$")
         self.assertNotIn("new", text)
 
-    def test_role_refuses_what_a_configuration_cannot_hold(self):
+    def test_role_refuses_values_a_configuration_cannot_contain(self):
         play = self.scratch / "role.yml"
         for wrong in ("name: ../x", 'url: "x\\ty"', "document: 'a\"b'", "good: []", "good: ['a,b']",
                       "good: ['a\\b']"):
@@ -257,7 +257,7 @@ class FleetTest(AnsibleTest):
                 self.assertNotIn("Write the configuration", made.stdout)
 
 
-# Keeps the state of units in /run, and logs what changes it.
+# Keeps the state of units in /run, and logs commands that change it.
 SYSTEMCTL = r"""#!/bin/sh
 state() { [ -e "/run/unit.$1" ]; }
 for name; do :; done
@@ -301,7 +301,7 @@ class DocumentationTest(AnsibleTest):
                 for fact in ("type", "default", "elements", "choices"):
                     self.assertEqual(option.get(fact), module.ARGUMENTS[name].get(fact), (name, fact))
 
-    def test_collect_takes_the_options_of_evaluate(self):
+    def test_collect_accepts_the_options_of_evaluate(self):
         evaluate = self.documented("evaluate")["doc"]["options"]
         collect = self.documented("collect")["doc"]["options"]
         self.assertEqual(set(collect) - set(evaluate), {"directory", "keep", "node_name"})
@@ -349,7 +349,7 @@ class LocalFleetTest(AnsibleTest):
         write(self.directory / f"stored/{host}.json", document)
 
     def put(self, host, night, document):
-        """A collected result of so many nights ago."""
+        """Stores a collected result of an earlier night."""
         name = time.strftime("%Y%m%dT%H%M%S.000Z.json", time.gmtime(time.time() - 86400 * night))
         return write(self.fleet / f"results/{host}/{name}", document)
 
@@ -380,7 +380,7 @@ class LocalFleetTest(AnsibleTest):
                                      rf"'web1', expected '{host}'; node_name sets another name")
         self.assertEqual(self.stored_hosts(), {"web1": "web1"})
 
-    def test_host_with_another_node_name_is_reported_by_it(self):
+    def test_host_is_reported_by_its_node_name(self):
         self.write_inventory(["web1", "web2"], "fleet_node_name={{ inventory_hostname }}.example.com")
         for host in ("web1", "web2"):
             self.store(host, finished([row("Compliant")], host=f"{host}.example.com"))
@@ -393,7 +393,7 @@ class LocalFleetTest(AnsibleTest):
         output = self.report(2, "-e", "fleet_node_name=web1.example.com")
         self.assertIn("expected another fleet_node_name for each host", output)
 
-    def test_hosts_and_files_that_the_report_complains_of_are_named(self):
+    def test_run_names_hosts_and_files_with_problems(self):
         self.write_inventory(["web1"])
         self.store("web1", finished([row("Compliant")], host="web1"))
         self.put("former", 0, finished([row("Compliant")], host="former"))
@@ -403,7 +403,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertRegex(output, r'(?m)^ */.*/results/web1/.*json:1:\d+: expected the member')
         self.assertNotIn("fresh result", output)
 
-    def test_hostile_names_of_hosts_are_not_templated(self):
+    def test_adversarial_host_names_are_not_templated(self):
         mark = self.directory / "templated"
         text = "{{ lookup('pipe', 'touch " + str(mark) + "') }}"
         self.write_inventory(["web1", "web3"])
@@ -417,7 +417,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertNotRegex(output[output.index("[Name the hosts"):], "(?m)^web2: fine")
         self.assertFalse(mark.exists())
 
-    def test_hostile_times_are_refused_in_one_line(self):
+    def test_adversarial_times_are_refused_in_one_line(self):
         self.write_inventory(["web1", "web2"])
         for host, text in (("web1", "0001-01-01T00:00:00.000+10:00"), ("web2", "9999-12-31T23:59:59-01:00")):
             document = finished([row("Compliant")], host=host)
@@ -428,7 +428,7 @@ class LocalFleetTest(AnsibleTest):
             self.assertRegex(output, rf"(?m)^{host}: the result was not stored: a time is outside of")
         self.assertNotIn("Traceback", output)
 
-    def test_regressions_are_those_since_the_night_before(self):
+    def test_regressions_are_changes_since_the_previous_night(self):
         self.write_inventory(["web1"])
         self.put("web1", 1, finished([row("Compliant", "password"), row("Bad", "telnet")],
                                      host="web1", age=86400))
@@ -474,7 +474,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertRegex(output, rf"(?m)^ *web1: not compared: {damaged}: not JSON")
         self.assertRegex(self.regressions(), rf"^web1: not compared: {damaged}: not JSON.*\n$")
 
-    def test_files_have_one_mode_whatever_the_umask_is(self):
+    def test_modes_of_files_do_not_depend_on_the_umask(self):
         self.write_inventory(["web1"])
         self.store("web1", finished([row("Compliant")], host="web1"))
         for mask in (0, 0o077):
@@ -491,7 +491,7 @@ class LocalFleetTest(AnsibleTest):
                 self.assertEqual(oct(mode), oct(0o750 if is_directory else 0o640), name)
             shutil.rmtree(self.fleet)
 
-    def test_become_is_for_the_hosts_only(self):
+    def test_become_applies_to_managed_hosts_only(self):
         self.write_inventory(["web1"])
         self.store("web1", finished([row("Compliant")], host="web1"))
         log = self.directory / "log"
@@ -522,7 +522,7 @@ class LocalFleetTest(AnsibleTest):
     def collected(self, host="web1"):
         return sorted(path.name for path in (self.fleet / "results" / host).iterdir())
 
-    def test_failed_results_replace_no_result_with_rows(self):
+    def test_failed_results_do_not_replace_results_with_rows(self):
         self.write_inventory(["web1"])
         good = self.put("web1", 9, finished([row("Compliant")], host="web1", age=9 * 86400))
         older = self.put("web1", 10, finished([row("Compliant")], host="web1", age=10 * 86400))
@@ -534,14 +534,14 @@ class LocalFleetTest(AnsibleTest):
         self.assertEqual(len(self.collected()), 2)
         self.assertIn(name, self.collected())
 
-    def test_results_from_the_future_are_the_first_to_be_removed(self):
+    def test_results_from_the_future_are_removed_first(self):
         self.write_inventory(["web1"])
         former = self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
         for night in (-5, -9):
             self.put("web1", night, finished([row("Compliant")], host="web1", age=night * 86400))
         name = pathlib.Path(self.collect(finished([row("Bad")], host="web1"), keep=2)["file"]).name
         self.assertEqual(self.collected(), [former.name, name])
-        # Of a host whose clock is ahead the new result remains.
+        # If the clock of the host is ahead, the new result remains.
         ahead = self.collect(finished([row("Bad")], host="web1", age=-7200), keep=1)
         self.assertEqual(self.collected(), [pathlib.Path(ahead["file"]).name])
 
@@ -574,14 +574,14 @@ class LocalFleetTest(AnsibleTest):
         self.assertIn("'.web1' cannot be the name of a directory", made.stdout)
         self.assertEqual(os.listdir(self.fleet / "results"), ["web1.example.com"])
 
-    def test_failed_night_between_two_good_ones_is_skipped(self):
+    def test_failed_night_is_skipped_in_the_comparison(self):
         self.write_inventory(["web1"])
         self.put("web1", 2, finished([row("Compliant")], host="web1", age=2 * 86400))
         self.put("web1", 1, failed(host="web1", age=86400))
         self.collect(finished([row("Bad")], host="web1"))
         self.assertEqual(self.find_regressions()["regressed"], ["web1"])
 
-    def test_error_of_compliance_diff_is_a_failure_of_the_host(self):
+    def test_host_fails_if_compliance_diff_fails(self):
         self.write_inventory(["web1"])
         self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
         self.collect(finished([row("Bad")], host="web1"))
@@ -590,7 +590,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertRegex(values["failures"]["web1"], "compliance-diff: .*twice")
         self.assertRegex(self.regressions(), "^web1: not compared: compliance-diff: .*\n$")
 
-    def test_silent_hosts_are_listed_once(self):
+    def test_hosts_without_results_are_listed_once(self):
         self.write_inventory(["web1", "web2"], "fleet_node_name={{ inventory_hostname }}.example.com")
         self.store("web1", failed(host="web1.example.com"))
         output = self.report(2)

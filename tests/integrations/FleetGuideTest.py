@@ -59,13 +59,13 @@ run() {  # $1: command, $2: expected status
     [ "$status" = "$2" ] || { echo "exit status $status"; exit 1; }
 }
 """
-# What happens before a command, by its beginning.
+# Shell commands that run before a command, which is identified by its beginning.
 REPORT = "ansible-playbook -i hosts clientcompliance.fleet.report"
 BEFORE = {
     "compliance-diff": f"next_night {SECOND_NIGHT}",
     REPORT: "run {0} 0; next_night " + THIRD_NIGHT,
 }
-# And the expected exit status of those that show something else than success.
+# The expected exit statuses of the commands that do not exit with 0.
 STATUS = {"compliance-report": 10, "compliance-diff": 1, "runuser": 2}
 # Prints the results of the commands. node_exporter runs as its own user.
 AFTER = r"""
@@ -124,7 +124,7 @@ class FleetGuideTest(unittest.TestCase):
     def output_of(self, beginning):
         return next(text for title, text in self.output.items() if title.startswith(beginning))
 
-    def test_page_has_at_most_15_commands_and_all_were_run_in_order(self):
+    def test_all_of_at_most_15_commands_run_in_order(self):
         self.assertLessEqual(len(COMMANDS), 15)
         self.assertEqual(list(self.output)[:len(COMMANDS)], COMMANDS)
         self.assertEqual(set(FILES), {"/etc/clientcompliance/nightly.conf", "hosts", "nightly.yml"})
@@ -132,7 +132,7 @@ class FleetGuideTest(unittest.TestCase):
     def test_report_of_one_machine_has_its_failing_row(self):
         self.assertRegex(self.output_of("compliance-report --strict"), r"telnet.*Not Compliant")
 
-    def test_difference_of_two_nights_is_the_changed_row(self):
+    def test_diff_of_two_nights_shows_the_changed_row(self):
         self.assertRegex(
             self.output_of("compliance-diff"),
             r"(?s)~ password.*Compliant.*Not Compliant.*~ telnet.*Not Compliant.*Not Applicable")
@@ -148,13 +148,13 @@ class FleetGuideTest(unittest.TestCase):
     def test_timer_is_enabled_and_runs(self):
         self.assertEqual(self.output["timer"], "enabled\nactive\n")
 
-    def test_fleet_report_has_the_machine_and_its_regression(self):
+    def test_fleet_report_lists_the_machine_and_its_regression(self):
         self.assertRegex(self.output["page"], r'<th scope="row">web1</th>')
         regressions = self.output_of("cat /srv/compliance/regressions.txt")
         self.assertIn("~ telnet", regressions)
         self.assertNotIn("~ password", regressions)
 
-    def test_machine_without_a_result_comes_first(self):
+    def test_fleet_report_lists_machine_without_a_result_first(self):
         suites = ElementTree.fromstring(self.output["suites"])
         self.assertEqual([suite.get("name") for suite in suites], ["web2", "web1 (Baseline.xml)"])
         self.assertEqual([suite.get("errors") for suite in suites], ["1", "0"])

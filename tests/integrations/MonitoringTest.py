@@ -38,7 +38,7 @@ class CheckTest(unittest.TestCase):
                               env={**os.environ, **environment})
 
     def expect(self, state, *arguments, path=None):
-        """The text behind the state of the one line of output."""
+        """Returns the text after the state in the only line of output."""
         made = self.check("--result", path or self.result, "--strict", "Compliant", *arguments)
         self.assertEqual((made.returncode, made.stderr), (state, ""), made.stdout)
         head = f"COMPLIANCE {NAMES[state]} - "
@@ -48,7 +48,7 @@ class CheckTest(unittest.TestCase):
 
 
 class ThresholdsTest(CheckTest):
-    def test_number_of_bad_rows_decides_the_state(self):
+    def test_state_depends_on_the_number_of_bad_rows(self):
         for bad, ranges, state in (
                 (0, [], OK), (1, [], CRITICAL),
                 (2, ["-w", "1", "-c", "3"], WARNING), (1, ["-w", "1", "-c", "3"], OK),
@@ -91,7 +91,7 @@ class ThresholdsTest(CheckTest):
             self.assertIn(f"'bad {number}' is 'Not Compliant'", made.stdout.splitlines())
 
 
-class SilenceTest(CheckTest):
+class NoResultTest(CheckTest):
     def expect_no_result(self, reason, *arguments, path=None):
         self.assertIn(reason, self.expect(UNKNOWN, *arguments, path=path))
         self.assertIn(reason, self.expect(CRITICAL, *arguments, "--no-result", "critical", path=path))
@@ -122,7 +122,7 @@ class SilenceTest(CheckTest):
         write(self.result, failed())
         self.expect_no_result("the agent is not running (no-agent, exit status 3)")
 
-    def test_answer_from_before_the_request_is_never_OK(self):
+    def test_stale_answer_is_never_OK(self):
         write(self.result, finished(rows(1, 0), fresh=False))
         self.expect_no_result("before the request")
 
@@ -148,7 +148,7 @@ class SilenceTest(CheckTest):
 
 
 class DirectoryTest(CheckTest):
-    def test_newest_result_by_its_own_time_decides(self):
+    def test_newest_result_by_its_recorded_time_is_used(self):
         write(self.scratch / "b.json", finished(rows(1, 0), age=7200))
         write(self.scratch / "a.json", finished(rows(0, 1), age=3600))
         os.utime(self.scratch / "a.json", (0, 0))
@@ -156,7 +156,7 @@ class DirectoryTest(CheckTest):
         write(self.scratch / "a.json", failed(age=3600))
         self.assertIn("no-agent", self.expect(UNKNOWN, path=self.scratch))
 
-    def test_damaged_newest_file_is_not_hidden_by_an_older_one(self):
+    def test_damaged_newest_file_takes_precedence_over_older_results(self):
         write(self.scratch / "a.json", finished(rows(1, 0), age=7200))
         (self.scratch / "b.json").write_text("{", encoding="utf-8")
         self.assertIn("b.json: not JSON", self.expect(UNKNOWN, path=self.scratch))
@@ -184,14 +184,14 @@ class DirectoryTest(CheckTest):
 class OutputTest(CheckTest):
     HOSTILE = "x | bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041`$(id)'\""
 
-    def test_texts_of_rows_stay_within_one_printable_line(self):
+    def test_texts_of_rows_are_printed_in_one_printable_line(self):
         write(self.result, finished([row(self.HOSTILE, self.HOSTILE)]))
         text = self.expect(CRITICAL)
         self.assertEqual(text.count("|"), 1)
         self.assertTrue(text.isprintable(), text)
         self.assertIn(r"x \x7c bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041", text)
 
-    def test_reasons_stay_within_one_short_printable_line(self):
+    def test_reasons_are_printed_in_one_short_printable_line(self):
         document = failed()
         document["message"] = self.HOSTILE * 100
         write(self.result, document)
@@ -200,7 +200,7 @@ class OutputTest(CheckTest):
         self.assertTrue(text.isprintable(), text)
         self.assertLess(len(text), 2000)
 
-    def test_long_texts_and_many_rows_are_cut(self):
+    def test_long_texts_and_many_rows_are_truncated(self):
         write(self.result, finished([row("r" * 5000, "d" * 5000)] * 50))
         self.assertLess(len(self.expect(CRITICAL)), 1000)
 
@@ -232,7 +232,7 @@ class OutputTest(CheckTest):
             if output is not None:
                 os.close(output)
 
-    def test_any_locale_can_show_the_texts(self):
+    def test_output_is_printable_in_every_locale(self):
         write(self.result, finished([row("d\u00e9faut \u4e2d")]))
         for locale in ("C", "POSIX", "C.UTF-8"):
             made = self.check("-r", self.result, "-s", "x", LC_ALL=locale, PYTHONIOENCODING="ascii",
@@ -242,7 +242,7 @@ class OutputTest(CheckTest):
 
 
 class CommandLineTest(CheckTest):
-    def test_invalid_command_line_is_UNKNOWN_and_one_line(self):
+    def test_invalid_command_line_is_UNKNOWN_with_one_line(self):
         for arguments, reason in (
                 ([], "--strict"), (["-s", "a"], "URL DOC"), (["-s", "a", "url"], "URL DOC"),
                 (["-s", "a", "-d", "-r", "x"], "URL DOC"), (["-s", "a,", "-d"], "empty name"),
@@ -264,7 +264,7 @@ class CommandLineTest(CheckTest):
                 self.assertRegex(made.stdout, r"^COMPLIANCE UNKNOWN - check_compliance: [^\n|]*\n$")
                 self.assertIn(reason, made.stdout)
 
-    def test_operands_after_the_double_dash_are_not_joined(self):
+    def test_arguments_after_double_dash_are_not_joined(self):
         made = self.check("-s", "a", "-d", "--", "-w", "-5")
         self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
         self.assertIn("expected either URL DOC", made.stdout)
@@ -330,7 +330,7 @@ class EvaluationTest(CheckTest):
         return in_sandbox(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK,
                                   scenario, "-s", "Compliant", *arguments)
 
-    def test_rows_of_the_agent_decide(self):
+    def test_state_depends_on_the_rows_of_the_agent(self):
         scenario = 'row "a" "Compliant" "" "" "" ""\nrow "b" "Bad" "" "" "" ""\nfinish\n'
         output = self.evaluate(scenario, "-w", "1", "-c", "1", "http://example.com/", "Baseline.xml")
         self.assertRegex(output, r"^COMPLIANCE OK - 1 of 2 rows is bad \| .*bad=1;1;1;0;2.*\nstatus 0\n$")

@@ -114,7 +114,7 @@ class DashboardTest(unittest.TestCase):
             file.flush()
             self.assertIn("SUCCESS", run("promtool", "test", "rules", file.name))
 
-    def test_panels_have_numbers_of_their_own_and_do_not_overlap(self):
+    def test_panels_have_unique_numbers_and_do_not_overlap(self):
         cells = [(x, y) for panel in self.panels for place in [panel["gridPos"]]
                  for x in range(place["x"], place["x"] + place["w"])
                  for y in range(place["y"], place["y"] + place["h"])]
@@ -177,7 +177,7 @@ class PrometheusTest(unittest.TestCase):
         alerts = json.loads(get(port, "/api/v1/alerts"))["data"]["alerts"]
         return {alert["labels"]["alertname"] for alert in alerts if alert["state"] == "firing"}
 
-    def test_failing_rows_raise_an_alert_which_ends_with_them(self):
+    def test_alert_of_failing_rows_fires_and_resolves(self):
         good = 'row "a" "Compliant" "" "" "" ""\n'
         bad = 'row "b" "Not \\"so\\" compliant" "" "" "" ""\n'
         self.evaluate(good + bad + "finish\n", "--strict", "Compliant")

@@ -81,7 +81,7 @@ class SameDocumentsTest(unittest.TestCase):
             with self.subTest(text=text):
                 self.expect(True, encoded(with_end(text)))
 
-    def test_both_readers_refuse_what_is_no_time(self):
+    def test_both_readers_refuse_invalid_times(self):
         for text in ("", "2026-01-31", "2026-01-31T02:31:04", "2026-01-31 02:31:04Z",
                      "2026-01-31T02:31:04.Z", "2026-02-30T00:00:00Z", "2025-02-29T00:00:00Z",
                      "2026-01-31T24:00:00Z", "2026-01-31T02:31:61Z", "2026-01-31T02:31:04+24:00",
@@ -249,7 +249,7 @@ class NewestTest(unittest.TestCase):
             self.put(name, start, end)
         self.assertEqual(self.newest(), "c")
 
-    def test_of_equal_times_the_failed_one_wins_then_the_last_name(self):
+    def test_failure_then_last_name_is_newest_of_equal_times(self):
         times = ("00:00:03", "00:00:04")
         self.put("a", *times)
         self.put("c", *times)
@@ -267,7 +267,7 @@ class NewestTest(unittest.TestCase):
         os.utime(self.scratch / "b.json", (0, 0), follow_symlinks=False)
         self.assertEqual(self.newest(), "a")
 
-    def test_only_results_within_the_age_have_to_be_of_one_subject(self):
+    def test_only_results_within_the_age_must_have_one_subject(self):
         write(self.scratch / "a.json", finished([row("x")], host="former", age=7200))
         write(self.scratch / "b.json", finished([row("x")], host="web\n1", age=60))
         newest = stored_result.newest_result(str(self.scratch), 3600)
@@ -298,7 +298,7 @@ class AgeTest(unittest.TestCase):
 
 
 class PublishedFileTest(unittest.TestCase):
-    def test_write_error_keeps_the_former_file_and_nothing_else(self):
+    def test_write_error_keeps_old_and_removes_temporary_file(self):
         with tempfile.TemporaryDirectory() as scratch:
             path = os.path.join(scratch, "file")
             published_file.publish(path, b"former")
@@ -309,7 +309,7 @@ class PublishedFileTest(unittest.TestCase):
             self.assertEqual(pathlib.Path(path).read_bytes(), b"former")
 
 
-class HostileTest(unittest.TestCase):
+class AdversarialTest(unittest.TestCase):
     """Every member of a document with every value: which are accepted and usable."""
 
     TIMES = ["0001-01-01T00:00:00.000+10:00", "9999-12-31T23:59:59-23:59", "0000-01-01T00:00:00Z",
@@ -317,7 +317,7 @@ class HostileTest(unittest.TestCase):
     TEXTS = ["", "\x00", "a" * 4000, "~/x", "../../x", *TIMES]
     VALUES = [None, True, 0, -1, 1.5, *TEXTS, [], [[]], {}, {"fresh": 1}]
     ALWAYS_REFUSED = [10 ** 400, float("inf"), "\ud800"]
-    # The accepted values of each member; any for those that are not here.
+    # The accepted values of members. Other members accept any value.
     ACCEPTED = {
         "schemaVersion": [], "outcome": [], "rowCount": [], "rows": [], "provenance": [],
         "host": ["\x00", "~/x", "../../x", *TIMES], "hostBase64": [], "response": [],

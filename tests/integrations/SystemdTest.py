@@ -88,7 +88,7 @@ class UnitFilesTest(unittest.TestCase):
         # verify looks for the program.
         (self.units / service.name).write_text(text.replace(started, str(program)), encoding="utf-8")
 
-    def test_systemd_has_no_complaint(self):
+    def test_systemd_reports_no_problem_in_the_units(self):
         made = self.run_analyze("verify", "--man=no", self.units / SERVICE, self.units / TIMER)
         self.assertEqual((made.returncode, made.stdout, made.stderr), (0, "", ""))
 
@@ -170,7 +170,7 @@ $""")
                          ("finished", "Base & line.xml"))
         self.assertEqual([row["designator"] for row in document["rows"]], ["a"])
 
-    def test_rows_that_are_not_good_fail_the_unit_only_by_a_setting(self):
+    def test_bad_rows_fail_the_unit_only_if_configured(self):
         output = self.run_service("""
             grant; start; cat /run/journal
             mkdir /run/systemd/system/compliance-evaluate@.service.d
@@ -213,7 +213,7 @@ $""")
                          ["success", "20260104T000000Z.json", "20260105T000000Z.json", "20260106T000000Z.json",
                           "notes.json", "nightly.prom", "weekly.prom.AbCdEf"])
 
-    def test_results_from_the_future_are_the_first_to_be_removed(self):
+    def test_results_from_the_future_are_removed_first(self):
         output = self.run_service("""
             grant
             for year in 2025 2026 2098 2099; do store ${year}0101T000000Z.json finished; done
@@ -229,7 +229,7 @@ $""")
         """, config="\n")
         self.assertEqual(output, "success\n31\n")
 
-    def test_missing_configuration_is_one_line_and_writes_nothing(self):
+    def test_missing_configuration_is_one_line_without_a_file(self):
         output = self.run_service("grant; start; cat /run/journal; ls $results", config=None)
         self.assertEqual(output, "failure, status 2\n"
                                  "nightly: exit status 2: /etc/clientcompliance/nightly.conf: "
@@ -245,7 +245,7 @@ $""")
             "nightly: exit status 2: /etc/clientcompliance/nightly.conf:1: 'PATH' is no key; "
             "accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, KEEP_RESULTS\n20260101T000000Z.json\n")
 
-    def test_missing_right_is_named(self):
+    def test_missing_permission_is_reported(self):
         output = self.run_service("touch $requests/lockfile; start; cat /run/journal")
         self.assertRegex(output, r"^failure, status 7\nnightly: .* exit status 7: .*may not write to .*lockfile")
 
@@ -253,7 +253,7 @@ $""")
         output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
         self.assertEqual(output, f"failure, status 0\nAssertion failed on job for {SERVICE}.\n")
 
-    def test_stop_closes_the_evaluation_and_is_no_failure(self):
+    def test_stop_closes_the_evaluation_without_a_failure(self):
         output = self.run_service("""
             grant
             systemctl start --no-block compliance-evaluate@nightly.service
@@ -264,7 +264,7 @@ $""")
         """, scenario="progress 50\n" + GOOD + "finish\n")
         self.assertRegex(output, r"^1\nnightly: Base & line\.xml: exit status 143: .*\ninactive\n$")
 
-    def test_limits_of_a_run_are_within_that_of_systemd(self):
+    def test_limits_of_a_run_are_below_the_limit_of_systemd(self):
         output = self.run_service("""
             grant
             systemctl start --no-block compliance-evaluate@nightly.service
@@ -303,7 +303,7 @@ $""")
         """)
         self.assertEqual(output, "success\n" * 3 + "nightly: Base & line.xml: 1 row, 0 not good\n" * 3)
 
-    def test_several_messages_are_one_line_of_the_journal(self):
+    def test_several_messages_are_joined_to_one_journal_line(self):
         output = self.run_service("""
             grant
             systemctl start --no-block compliance-evaluate@nightly.service
@@ -335,7 +335,7 @@ $""")
 
 
 class MaintainerScriptsTest(unittest.TestCase):
-    """What the packages run at their removal, on a machine with two instances."""
+    """The maintainer scripts of the packages, on a machine with two instances."""
 
     def run_scripts(self, script):
         def quoted(name):  # The source tree may be in a directory that the sandbox hides.
@@ -352,7 +352,7 @@ class MaintainerScriptsTest(unittest.TestCase):
         return run_under_systemd(stage, START + head + script).splitlines()
 
     def test_removal_stops_and_disables_every_timer(self):
-        for action in ("remove", "0"):  # As dpkg and as rpm call it.
+        for action in ("remove", "0"):  # The arguments of dpkg and rpm.
             lines = self.run_scripts(f"state; prerm {action} 2>/dev/null; state || true")
             self.assertEqual(lines, ["active active", "enabled enabled",
                                      "inactive inactive", "disabled disabled"])
@@ -361,7 +361,7 @@ class MaintainerScriptsTest(unittest.TestCase):
         lines = self.run_scripts("prerm upgrade 1.0.0; prerm 1; state")
         self.assertEqual(lines, ["active active", "enabled enabled"])
 
-    def test_removal_ends_a_run(self):
+    def test_removal_stops_a_running_evaluation(self):
         lines = self.run_scripts("""
             printf 'GOOD_RESULTS=Compliant\\n' >/etc/clientcompliance/nightly.conf
             start_agent 'progress 50'; grant

@@ -1,11 +1,11 @@
-"""Results as compliance-query writes them, made for tests."""
+"""Result documents of compliance-query, for tests."""
 
 import datetime
 import json
 
 
 def time_text(age=0, zone=None):
-    """The time so many seconds ago, as compliance-query writes times."""
+    """Returns the time `age` seconds ago, in the format of compliance-query."""
     time = datetime.datetime.now().astimezone(zone) - datetime.timedelta(seconds=age)
     return time.isoformat(timespec="milliseconds")
 
