@@ -43,9 +43,9 @@ def bash_offers(command, word):
 
 def zsh_options(command):
     text = (SOURCE / "completions/zsh" / f"_{command}").read_text(encoding="utf-8")
-    specs = re.findall(r"(?m)^    '(?:\([^)]*\))?(.*)", text)
-    found = [re.findall(r"(--?[\w-]+)([+=]?)(?=[,}\[])", spec.partition("[")[0] + "[")
-             for spec in specs]
+    entries = re.findall(r"(?m)^    '(?:\([^)]*\))?(.*)", text)
+    found = [re.findall(r"(--?[\w-]+)([+=]?)(?=[,}\[])", entry.partition("[")[0] + "[")
+             for entry in entries]
     return names_with_values(pair for options in found for pair in options)
 
 

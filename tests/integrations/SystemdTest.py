@@ -253,26 +253,29 @@ $""")
         output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
         self.assertEqual(output, f"failure, status 0\nAssertion failed on job for {SERVICE}.\n")
 
-    def test_stop_closes_the_evaluation_without_a_failure(self):
-        output = self.run_service("""
+    def run_during_evaluation(self, script, rows=GOOD):
+        """Runs the script while the service polls an evaluation."""
+        start = """
             grant
             systemctl start --no-block compliance-evaluate@nightly.service
             until grep -q Progress /opt/says; do sleep 0.1; done
+        """
+        return self.run_service(start + script, scenario=f"progress 50\n{rows}finish\n")
+
+    def test_stop_closes_the_evaluation_without_a_failure(self):
+        output = self.run_during_evaluation("""
             systemctl stop compliance-evaluate@nightly.service
             grep -c Close /opt/says; cat /run/journal
             systemctl is-failed compliance-evaluate@nightly.service || true
-        """, scenario="progress 50\n" + GOOD + "finish\n")
+        """)
         self.assertRegex(output, r"^1\nnightly: Base & line\.xml: exit status 143: .*\ninactive\n$")
 
     def test_limits_of_a_run_are_below_the_limit_of_systemd(self):
-        output = self.run_service("""
-            grant
-            systemctl start --no-block compliance-evaluate@nightly.service
-            until grep -q Progress /opt/says; do sleep 0.1; done
+        output = self.run_during_evaluation("""
             tr '\\0' ' ' </proc/$(pgrep -x compliance-quer)/cmdline; echo
             systemctl show -P TimeoutStartUSec compliance-evaluate@nightly.service
             systemctl stop compliance-evaluate@nightly.service
-        """, scenario="progress 50\n" + GOOD + "finish\n")
+        """)
         command, limit = output.splitlines()
         self.assertIn(" --wait 10m --timeout 25m ", command)
         self.assertEqual(limit, "30min")
@@ -304,13 +307,10 @@ $""")
         self.assertEqual(output, "success\n" * 3 + "nightly: Base & line.xml: 1 row, 0 not good\n" * 3)
 
     def test_several_messages_are_joined_to_one_journal_line(self):
-        output = self.run_service("""
-            grant
-            systemctl start --no-block compliance-evaluate@nightly.service
-            until grep -q Progress /opt/says; do sleep 0.1; done
+        output = self.run_during_evaluation("""
             chown root $metrics
             start; cat /run/journal
-        """, scenario="progress 50\n" + BAD + "finish\n")
+        """, rows=BAD)
         self.assertRegex(output, r"^failure, status \d+\nnightly: Base & line\.xml: exit status "
                                  r"\d+: .*GOOD_RESULTS.*nightly\.prom.*\n$")
 
