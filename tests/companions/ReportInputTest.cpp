@@ -49,8 +49,8 @@ TEST_F(ReportInputTest, DirectoryIncludesAllFilesBelow) {
 TEST_F(ReportInputTest, FilesAreListedOnceAndSorted) {
     std::string const file = WriteFile(directory / "x/.named", "");
     WriteFile(directory / "x/a", "");
-    EXPECT_EQ((std::vector<std::string>{"none", file, directory / "x/a"}).size(),
-              ListReportFiles({"none", file, directory / "x", directory / "x", file}).paths.size());
+    EXPECT_EQ((std::vector<std::string>{file, directory / "x/a", "none"}),
+              ListReportFiles({"none", file, directory / "x", directory / "x", file}).paths);
     EXPECT_EQ((std::vector<std::string>{file, directory / "x/a"}),
               ListReportFiles({directory / "x", file}).paths);
 }
