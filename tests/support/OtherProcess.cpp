@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <fstream>
 #include <ostream>
 #include <stdexcept>
 #include <system_error>
@@ -178,6 +180,13 @@ std::string Handshake::Await(milliseconds limit) {
     return message;
 }
 
+std::chrono::nanoseconds RunnableTime(std::string const& thread) {
+    std::int64_t running = 0;
+    std::int64_t waiting = 0;
+    std::ifstream("/proc/" + thread + "/schedstat") >> running >> waiting;
+    return std::chrono::nanoseconds(running + waiting);
+}
+
 ChildProcess::~ChildProcess() { KillAndReap(); }
 
 void ChildProcess::Kill(int signal) {
@@ -186,9 +195,13 @@ void ChildProcess::Kill(int signal) {
 }
 
 bool ChildProcess::IsRunning() {
-    int status = 0;
-    if (!ended && waitpid(child, &status, WNOHANG) == child)
-        ended = MakeExitStatus(status);
+    siginfo_t end{};
+    // The files of an ended process in /proc exist until it is reaped.
+    if (!ended && waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+        end.si_pid == child) {
+        runnable = RunnableTime(std::to_string(child));
+        KillAndReap();
+    }
     return !ended.has_value();
 }
 
@@ -301,7 +314,8 @@ std::string OtherProgram::Output() const { return ReadMemoryFile(outputFile); }
 std::string OtherProgram::Errors() const { return ReadMemoryFile(errorsFile); }
 
 ProgramResult OtherProgram::Wait(milliseconds limit) {
-    return {WaitUntilEnd(limit), Output(), Errors()};
+    ExitStatus const status = WaitUntilEnd(limit);
+    return {status, Output(), Errors(), runnable};
 }
 
 ProgramResult RunProgram(std::vector<std::string> const& arguments, ProgramOptions const& options,

@@ -51,6 +51,10 @@ private:
     int const descriptor;
 };
 
+// The time for which a thread has run or waited for a processor: the first two numbers of
+// /proc/THREAD/schedstat (proc(5)). 0 if the kernel does not count them.
+std::chrono::nanoseconds RunnableTime(std::string const& thread);
+
 // A process of the test, killed and reaped by the destructor.
 class ChildProcess {
 public:
@@ -71,6 +75,8 @@ protected:
 
     pid_t child = -1;
     std::optional<ExitStatus> ended;
+    // Of its main thread, after its end.
+    std::chrono::nanoseconds runnable{};
 };
 
 // A body in its own process, started by the constructor.
@@ -117,6 +123,8 @@ struct ProgramResult {
     ExitStatus status;
     std::string output;
     std::string errors;
+    // The RunnableTime of its main thread.
+    std::chrono::nanoseconds runnable;
 };
 
 // A program, started by the constructor. Its standard output and standard error are files in

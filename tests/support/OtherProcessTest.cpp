@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <stdexcept>
 
 #include <sys/stat.h>
@@ -17,6 +18,12 @@ namespace {
 
 using std::chrono::milliseconds;
 using testing::HasSubstr;
+
+std::chrono::nanoseconds ThreadProcessorTime() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 TEST(OtherProcessTest, BodyRunsInProcessOfItsOwn) {
     int here = 0;
@@ -183,6 +190,29 @@ TEST(OtherProgramTest, KillsProgramAfterTheTimeout) {
     OtherProgram program({"/bin/sleep", "1000"});
     EXPECT_THROW(program.Wait(milliseconds(10)), std::runtime_error);
     EXPECT_EQ(-1, kill(program.pid(), 0));
+}
+
+// The time that this thread spends in the loop is the time that the kernel counts.
+TEST(RunnableTimeTest, IncludesTimeOnTheProcessor) {
+    if (access("/proc/self/schedstat", R_OK) != 0)
+        GTEST_SKIP() << "the kernel does not count the time";
+    auto const before = RunnableTime("thread-self");
+    auto const start = ThreadProcessorTime();
+    while (ThreadProcessorTime() - start < milliseconds(50)) {
+    }
+    EXPECT_LE(milliseconds(49), RunnableTime("thread-self") - before);
+}
+
+TEST(RunnableTimeTest, ExcludesSleep) {
+    auto const start = std::chrono::steady_clock::now();
+    ProgramResult const result = RunProgram({"/bin/sleep", "0.3"});
+    EXPECT_LE(milliseconds(300), std::chrono::steady_clock::now() - start - result.runnable);
+}
+
+TEST(RunnableTimeTest, IsCountedUntilTheEndOfAProgram) {
+    if (access("/proc/self/schedstat", R_OK) != 0)
+        GTEST_SKIP() << "the kernel does not count the time";
+    EXPECT_LT(milliseconds(0), RunProgram({"/bin/true"}).runnable);
 }
 
 } // namespace

@@ -83,7 +83,7 @@ SANDBOX_TEST(LockTest, SecondToolFailsAndTheFirstContinues) {
     for (int i = 0; i < 3; ++i) {
         ToolRun const second = RunTool(request);
         ExpectPrinted(OpenError(-6), second);
-        EXPECT_GT(milliseconds(900), second.took);
+        ExpectTook(milliseconds(0), second);
         // The end of the refused tool does not affect the owner of the lock.
         ExpectWholeFileLockedBy(first.pid());
     }

@@ -29,11 +29,6 @@ std::vector<int> ChecksOf(std::vector<SeenRequest> const& requests) {
     return checks;
 }
 
-void ExpectTook(milliseconds least, ToolRun const& run) {
-    EXPECT_LE(least.count() - 5, run.took.count());
-    EXPECT_GT(least.count() + 2500, run.took.count());
-}
-
 std::string const finishedWithoutRows = ProgressAnswer("1");
 std::string const noRows = PrintedCount(0);
 

@@ -12,7 +12,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
+using std::chrono::duration_cast;
 using std::chrono::milliseconds;
+
+constexpr char const* thisThread = "thread-self";
 
 Arguments Command(std::string const& path, Arguments const& arguments) {
     Arguments command{path};
@@ -39,7 +42,9 @@ Tool::Tool(Arguments const& arguments, ProgramOptions const& options)
     : Tool(CC_TOOL_PROGRAM, arguments, options) {}
 
 Tool::Tool(std::string const& path, Arguments const& arguments, ProgramOptions const& options)
-    : started(Clock::now()), program(Command(path, arguments), options) {}
+    : started(Clock::now()),
+      runnableAtStart(RunnableTime(thisThread)),
+      program(Command(path, arguments), options) {}
 
 Tool Tool::Unprivileged(Arguments const& arguments) {
     return Tool(CopyForEveryone(), arguments, {.prepare = DropPrivileges});
@@ -47,9 +52,11 @@ Tool Tool::Unprivileged(Arguments const& arguments) {
 
 ToolRun Tool::Wait(milliseconds limit) {
     ProgramResult const result = program.Wait(limit);
-    auto const took = std::chrono::duration_cast<milliseconds>(Clock::now() - started);
+    auto const took = Clock::now() - started;
+    auto const idle = took - result.runnable - (RunnableTime(thisThread) - runnableAtStart);
     EXPECT_EQ("", result.errors);
-    return {result.status, result.output, took};
+    return {result.status, result.output, duration_cast<milliseconds>(took),
+            duration_cast<milliseconds>(idle)};
 }
 
 ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options) {

@@ -17,6 +17,9 @@ struct ToolRun {
     std::string output;
     // From its start to its end.
     std::chrono::milliseconds took;
+    // The same without the time for which the tool or the test ran or waited for a processor. A
+    // busy machine lengthens `took`, but not this, so it is what an upper limit is compared with.
+    std::chrono::milliseconds idle;
 };
 
 // A tool, started by the constructor.
@@ -37,6 +40,7 @@ private:
     Tool(std::string const& path, Arguments const& arguments, ProgramOptions const& options);
 
     std::chrono::steady_clock::time_point const started;
+    std::chrono::nanoseconds const runnableAtStart;
     OtherProgram program;
 };
 

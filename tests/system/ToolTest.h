@@ -48,3 +48,9 @@ void ExpectPrinted(std::string const& output, Run const& run, int status = 0) {
         EXPECT_EQ("", run.errors);
     }
 }
+
+// The run has taken this long, and not as long as another poll or another series of retries.
+inline void ExpectTook(std::chrono::milliseconds expected, ToolRun const& run) {
+    EXPECT_LE(expected.count(), run.took.count());
+    EXPECT_GT(expected.count() + 950, run.idle.count());
+}
