@@ -41,10 +41,12 @@ namespace {
 
 constexpr std::size_t wordSize = sizeof(std::uint64_t);
 
-// Returns zero if all bytes match; otherwise the lowest set bit is in the first byte that does not.
-// For "aB-" and "Ab_" the letters are 80 80 00 and the differences 20 20 72, so 00 00 72 remains.
+// Returns zero if all bytes match; otherwise the lowest set bit is in the first byte that does not
+// match. For "aB-" and "Ab_" the letters are 80 80 00 and the differences 20 20 72, so 00 00 72
+// remains.
 std::uint64_t DifferenceOfWords(std::uint64_t left, std::uint64_t right) {
-    // The top bit of each byte is set if its other bits, which cannot carry, are a letter.
+    // Sets the top bit of each byte that is a letter. No sum carries into the next byte, because
+    // `lower` has no top bits.
     std::uint64_t const lower = (left | InAllBytes(caseBit)) & InAllBytes(0x7F);
     std::uint64_t const letters = (lower + InAllBytes(0x80 - 'a')) &
                                   ~(lower + InAllBytes(0x80 - 'z' - 1)) & ~left & InAllBytes(0x80);
@@ -103,7 +105,7 @@ SIMD_TARGET_AVX2 inline bool AreEqual32To64(unsigned char const* left, unsigned 
     return _mm256_testz_si256(unequal, unequal) != 0;
 }
 
-// For texts of at most two words.
+// Compares texts of at most two words. The second word may overlap the first one.
 std::size_t CommonPrefixByWords(unsigned char const* left, unsigned char const* right,
                                 std::size_t length) {
     if (length < wordSize)

@@ -1,4 +1,4 @@
-// Copies a few bytes without a call and without a loop.
+// Copies up to 16 bytes without a call or a loop.
 #pragma once
 
 #include <cstddef>
@@ -22,8 +22,8 @@ inline void CopyUpTo16Scalar(char* to, char const* from, std::size_t length) {
 
 namespace Detail {
 
-// Copies the first and the last bytes as one word each. The two words overlap where `length` is
-// less than both: for "abcde" they are "abcd" and "bcde".
+// Copies the first and the last bytes as one word each. The words overlap if `length` is less than
+// two words: for "abcde" they are "abcd" and "bcde".
 template <class Word>
 void CopyEnds(char* to, char const* from, std::size_t length) {
     auto const first = LoadWord<Word>(from);

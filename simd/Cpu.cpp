@@ -18,7 +18,7 @@ struct Answer {
     unsigned int edx = 0;
 };
 
-// All zero if the processor has no such leaf.
+// Returns the registers of the CPUID leaf, subleaf 0; all zero if the processor has no such leaf.
 Answer Ask(unsigned int leaf) {
     Answer answer;
     __get_cpuid_count(leaf, 0, &answer.eax, &answer.ebx, &answer.ecx, &answer.edx);

@@ -1,4 +1,4 @@
-// The instruction sets of the processor, and the ones that kernels use.
+// Instruction set levels: the highest one of the processor, and the one that kernels use.
 #pragma once
 
 #include <atomic>
@@ -11,7 +11,7 @@
 #define SIMD_X86 0
 #endif
 
-// Compile one function for a level above the baseline. REQUIRES: Uses() that level at the call.
+// Compile one function for a level above the baseline. REQUIRES: Uses(level) is true at each call.
 #define SIMD_TARGET_SSSE3 [[gnu::target("ssse3,popcnt,pclmul")]]
 #define SIMD_TARGET_AVX2 [[gnu::target("avx2")]]
 
@@ -22,11 +22,10 @@ enum class Level : unsigned char {
     scalar, // plain C++
     sse2,   // every x86-64 processor
     ssse3,  // SSSE3, POPCNT and PCLMULQDQ
-    avx2,   // AVX2, if the system saves the wide registers
+    avx2,   // AVX2, if the operating system saves the 256-bit registers
 };
 
-// The level that every processor of the build has. Kernels of this level are inline and always
-// used.
+// The level that every processor of the build has. Kernels of this level need no check.
 inline constexpr Level baseline = SIMD_X86 ? Level::sse2 : Level::scalar;
 
 // Returns the highest level of this processor in this build. Each call queries the processor.
@@ -37,7 +36,7 @@ namespace Detail {
 inline constexpr unsigned char unknownLevel = 0xFF;
 extern std::atomic<unsigned char> usedLevel;
 
-// Queries the processor and stores the result. Concurrent calls store the same one.
+// Queries the processor, and stores and returns its level. Concurrent calls store the same level.
 [[gnu::cold]] unsigned char FindUsedLevel();
 
 } // namespace Detail
@@ -58,6 +57,7 @@ inline bool Uses(Level level) {
 }
 
 // Pins the level for the lifetime of this object, for tests and benchmarks. Affects all threads.
+// The destructor restores the previous level.
 // REQUIRES: no other thread runs a kernel at construction or destruction.
 class PinnedLevel {
 public:

@@ -81,16 +81,16 @@ SIMD_TARGET_SSSE3 inline __m128i LoadBlock(unsigned char const* bytes) {
     return _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<__m128i const*>(bytes)), reversal);
 }
 
-// Moves `block` forward by the distance of `powers` and adds it to `next`. The result is equal
-// modulo the polynomial, with fewer bits. In lanes of 64 bits, the block A B is A + B * x^64; with
-// the powers x^bits and x^(bits + 64) it becomes A * x^bits + B * x^(bits + 64).
+// Returns `block` times x^bits plus `next`, where `powers` is Powers<bits>(). The result has 128
+// bits and is congruent to the exact sum modulo the polynomial. In lanes of 64 bits, the block A B
+// is A + B * x^64, so the product is A * x^bits + B * x^(bits + 64).
 SIMD_TARGET_SSSE3 inline __m128i Fold(__m128i block, __m128i powers, __m128i next) {
     __m128i const high = _mm_clmulepi64_si128(block, powers, 0x11);
     __m128i const low = _mm_clmulepi64_si128(block, powers, 0x00);
     return _mm_xor_si128(_mm_xor_si128(high, low), next);
 }
 
-// Returns x^(bits + 64) and x^bits modulo the polynomial, for the two halves of a block.
+// Returns x^bits in the lower half and x^(bits + 64) in the upper half, modulo the polynomial.
 template <int bits>
 SIMD_TARGET_SSSE3 inline __m128i Powers() {
     constexpr std::uint32_t low = Shift(1, bits);
@@ -98,7 +98,7 @@ SIMD_TARGET_SSSE3 inline __m128i Powers() {
     return _mm_set_epi64x(high, low);
 }
 
-// Returns the register after the whole blocks of 64 bytes. REQUIRES: `length` is at least 64.
+// Returns the register after all whole blocks of 64 bytes. REQUIRES: `length` is at least 64.
 SIMD_TARGET_SSSE3 std::uint32_t FoldBlocks(std::uint32_t value, unsigned char const* bytes,
                                            std::size_t length) {
     __m128i const stride = Powers<512>();

@@ -11,7 +11,7 @@
 
 namespace Simd {
 
-// Updates the register for one byte: (value << 8) ^ crc32Table[byte ^ (value >> 24)].
+// The table for one byte: the new register is (value << 8) ^ crc32Table[byte ^ (value >> 24)].
 extern std::array<std::uint32_t, 256> const& crc32Table;
 
 // Processes byte by byte.
@@ -23,7 +23,7 @@ std::uint32_t Crc32Sliced(std::uint32_t value, unsigned char const* bytes, std::
 // Processes 64 bytes at a time by carry-less multiplication. REQUIRES: Uses(Level::ssse3).
 std::uint32_t Crc32Folded(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
-// Calls the fastest of these functions for this processor and length.
+// Calls the fastest of these functions for this processor and length; Crc32Scalar if SIMD_X86 is 0.
 std::uint32_t Crc32(std::uint32_t value, unsigned char const* bytes, std::size_t length);
 
 } // namespace Simd

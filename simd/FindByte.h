@@ -1,7 +1,7 @@
 // Finds the first byte of a small set, 16 bytes at a time with SSE2.
 //
-// `wanted` is one to four bytes of type char. Only their number is a template parameter; the
-// compiler keeps each byte as a vector constant.
+// `wanted` is one to four bytes of type char. Only their number is a template parameter; literals
+// become vector constants by inlining.
 #pragma once
 
 #include <bit>

@@ -9,9 +9,9 @@ namespace Simd {
 namespace {
 
 struct Pattern {
-    bool IsAt(char const* place) const {
+    bool IsAt(char const* position) const {
         for (std::size_t i = 0; i < length; ++i)
-            if (Lower(place[i]) != Lower(text[i]))
+            if (Lower(position[i]) != Lower(text[i]))
                 return false;
         return true;
     }
@@ -23,7 +23,7 @@ struct Pattern {
     std::int32_t const* lower;
 };
 
-char const* FindAtPlaces(char const* from, char const* end, Pattern const& pattern) {
+char const* FindAtPositions(char const* from, char const* end, Pattern const& pattern) {
     for (; from != end; ++from)
         if (pattern.IsAt(from))
             return from;
@@ -34,7 +34,8 @@ char const* FindAtPlaces(char const* from, char const* end, Pattern const& patte
 
 char const* FindCaseInsensitiveScalar(char const* text, std::size_t length, char const* pattern,
                                       std::size_t patternLength, std::int32_t const* lower) {
-    return FindAtPlaces(text, text + (length - patternLength + 1), {pattern, patternLength, lower});
+    return FindAtPositions(text, text + (length - patternLength + 1),
+                           {pattern, patternLength, lower});
 }
 
 #if SIMD_X86
@@ -55,8 +56,8 @@ Vectors::Vector Matches(char const* bytes, CaseVariants const& variants) {
 // first byte matches at the positions 1 and 4; the last byte, read one byte further, at 2 and 4. So
 // 4 is the only candidate.
 //
-// The variants are passed by reference. By value, the processor would load bytes that were just
-// stored one by one as one word, which stalls it.
+// Holds references to the variants. Copies would be stored byte by byte and soon loaded as words,
+// which stalls the processor.
 class BlockSearch {
 public:
     BlockSearch(Pattern const& thePattern, CaseVariants const& theFirst,
@@ -79,8 +80,8 @@ public:
     }
 
 private:
-    Vectors::Vector Candidates(char const* place) const {
-        return Vectors::And(Matches(place, first), Matches(place + (pattern.length - 1), last));
+    Vectors::Vector Candidates(char const* from) const {
+        return Vectors::And(Matches(from, first), Matches(from + (pattern.length - 1), last));
     }
 
     // Tests four blocks with one branch.
@@ -94,9 +95,9 @@ private:
 
     char const* FindInBlock(char const* from) const {
         for (unsigned mask = Vectors::MaskOf8(Candidates(from)); mask != 0; mask &= mask - 1) {
-            char const* const place = from + std::countr_zero(mask);
-            if (pattern.IsAt(place))
-                return place;
+            char const* const position = from + std::countr_zero(mask);
+            if (pattern.IsAt(position))
+                return position;
         }
         return nullptr;
     }
@@ -112,10 +113,10 @@ char const* FindCaseInsensitive(char const* text, std::size_t length, char const
                                 std::size_t patternLength, std::int32_t const* lower,
                                 CaseVariants const& first, CaseVariants const& last) {
     Pattern const wanted{pattern, patternLength, lower};
-    std::size_t const places = length - patternLength + 1;
-    if (places < blockSize)
-        return FindAtPlaces(text, text + places, wanted);
-    return BlockSearch(wanted, first, last).Find(text, text + places);
+    std::size_t const positions = length - patternLength + 1;
+    if (positions < blockSize)
+        return FindAtPositions(text, text + positions, wanted);
+    return BlockSearch(wanted, first, last).Find(text, text + positions);
 }
 
 #else

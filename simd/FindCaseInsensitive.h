@@ -1,4 +1,4 @@
-// Case-insensitive search, with the case table of any single-byte locale.
+// Case-insensitive search, with any table that maps bytes to lower case.
 #pragma once
 
 #include <cstddef>
@@ -6,23 +6,23 @@
 
 namespace Simd {
 
-// A byte and the only other byte that differs from it in case. Both are equal if there is none.
+// A byte and the only other byte that the table maps to the same value. If no other byte does, both
+// members are equal.
 struct CaseVariants {
     char one;
     char other;
 };
 
-// Returns the first position in `text` where `patternLength` bytes equal the pattern after `lower`,
-// a table of 256 values, has mapped each byte; null if there is none. `first` and `last` are the
-// variants of the pattern's first and last byte in that table. They are passed by reference,
-// because packing them into registers costs a short search a tenth of its time. The text may have
-// embedded NULs.
+// Returns the first match of `pattern` in `text`, or null. Bytes match if `lower`, a table of 256
+// values, maps them to the same value. The text may have embedded NULs. `first` and `last` are the
+// variants of the first and the last byte of the pattern. They are passed by reference, because
+// packing them into registers costs a short search a tenth of its time.
 // REQUIRES: 1 <= patternLength <= length.
 char const* FindCaseInsensitive(char const* text, std::size_t length, char const* pattern,
                                 std::size_t patternLength, std::int32_t const* lower,
                                 CaseVariants const& first, CaseVariants const& last);
 
-// The same, position by position, without variants.
+// The same, position by position.
 char const* FindCaseInsensitiveScalar(char const* text, std::size_t length, char const* pattern,
                                       std::size_t patternLength, std::int32_t const* lower);
 

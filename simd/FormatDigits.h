@@ -80,7 +80,8 @@ inline void StoreSixteenDigitsScalar(void* to, std::uint64_t value) {
 
 #if SIMD_X86
 
-// EightDigits on two words at a time: twice as fast as one after the other.
+// Sixteen digits, by EightDigits on two words at a time: twice as fast as one after the other.
+// REQUIRES: the value is below tenTo16.
 //
 // For 1234567887654321 the lanes, lowest first, are: 12345678 87654321, then 1234 5678 8765 4321,
 // then 12 34 56 78 87 65 43 21, then one digit each.
@@ -97,7 +98,7 @@ public:
                                               static_cast<long long>(value / Detail::tenTo8));
 
         // GCOVR_EXCL_BR_START: the calls never throw
-        // x * 3518437209 >> 45 is x / 10,000 for 32 bits.
+        // x * 3518437209 >> 45 is x / 10,000 for x < 2^32.
         __m128i quotients = _mm_srli_epi64(_mm_mul_epu32(eights, lanes32(3518437209)), 45);
         __m128i rests = _mm_sub_epi32(eights, _mm_mul_epu32(quotients, lanes32(10000)));
         __m128i const fours = _mm_or_si128(quotients, _mm_slli_epi64(rests, 32));
@@ -142,9 +143,9 @@ inline void StoreSixteenDigits(void* to, std::uint64_t value) {
 
 // ---- Decimal text without leading zeros; "0" for zero
 //
-// Each function writes the digits at `to` and returns their number. FormatDecimal may overwrite
-// bytes after them: up to four bytes in total for a value below 10,000, otherwise up to eight
-// bytes or the number of digits.
+// The functions write the digits to `to` and return their number; FormatDecimalBefore differs. They
+// may overwrite bytes after the digits: up to four bytes in total for a value below 10,000,
+// otherwise up to eight bytes or the number of digits, whichever is more.
 
 inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
     unsigned count = 1;
@@ -155,10 +156,10 @@ inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
     return count;
 }
 
-// Three and four digits are a word of two pairs: 123 is "0123", shifted to "123".
 #if SIMD_X86
 
-// REQUIRES: `value` is below 10,000; there is room for four bytes.
+// Three and four digits are a word of two pairs: 123 is "0123", shifted to "123". REQUIRES: `value`
+// is below 10,000, and there is room for four bytes.
 inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
     if (value < 100) {
         unsigned const leading = value < 10;
@@ -174,8 +175,8 @@ inline unsigned FormatDecimalUpTo4(unsigned char* to, std::uint32_t value) {
 
 namespace Detail {
 
-// Stores eight digits without their leading zeros, and returns the number of the others. Writes
-// eight bytes: "12345" and three NULs for 0 0 0 1 2 3 4 5.
+// Stores eight digits without leading zeros, and returns the number of digits stored. Writes eight
+// bytes: "12345" and three NULs for 0 0 0 1 2 3 4 5.
 // REQUIRES: not all digits are zero.
 inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits) {
     unsigned const leading = CountLeadingZeros(digits);
@@ -185,7 +186,7 @@ inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits
 
 } // namespace Detail
 
-// `Value` is std::uint32_t or std::uint64_t. REQUIRES: room for ten or twenty digits.
+// `Value` is std::uint32_t, which requires room for ten bytes, or std::uint64_t, for twenty bytes.
 template <class Value>
 inline unsigned FormatDecimal(unsigned char* to, Value value) {
     using namespace Detail;
@@ -209,8 +210,8 @@ inline unsigned FormatDecimal(unsigned char* to, Value value) {
     }
 }
 
-// Writes the same text with its end at `end`, and returns its first character. Overwrites up to 24
-// bytes before `end`, with zeros before the digits. REQUIRES: `value` is at least 10,000.
+// Writes the same text before `end`, and returns a pointer to its first character. May overwrite
+// all 24 bytes before `end`. REQUIRES: `value` is at least 10,000.
 inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
     using namespace Detail;
     if (value < tenTo8) {
@@ -250,7 +251,7 @@ inline char* FormatDecimalBefore(char* end, std::uint64_t value) {
 // ---- Hexadecimal text
 
 // Returns eight lower-case hexadecimal digits as a word of characters. Each digit moves to its own
-// byte, and those above 9 are mapped to letters. For 0x12AB34CD the lanes, lowest first, are: 34CD
+// byte, and digits above 9 are mapped to letters. For 0x12AB34CD the lanes, lowest first, are: 34CD
 // 12AB, then CD 34 AB 12, then D C 4 3 B A 2 1; the last step reverses the bytes.
 constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
     std::uint64_t digits = value;
@@ -261,8 +262,8 @@ constexpr std::uint64_t EightHexDigits(std::uint32_t value) {
     return __builtin_bswap64(digits + Detail::asciiZeros + letters * ('a' - '0' - 10));
 }
 
-// Writes the last `count` hexadecimal digits of the value. Overwrites up to eight bytes in total.
-// REQUIRES: `count` is at most 16.
+// Writes the last `count` hexadecimal digits of the value, with leading zeros, in lower case.
+// FormatHex may overwrite eight bytes even if `count` is less. REQUIRES: `count` is at most 16.
 inline void FormatHexScalar(unsigned char* to, std::uint64_t value, unsigned count) {
     for (unsigned i = count; i != 0; value >>= 4)
         to[--i] = static_cast<unsigned char>("0123456789abcdef"[value & 0xF]);

@@ -40,9 +40,9 @@ constexpr unsigned DigitValue(unsigned char byte) {
 
 } // namespace Detail
 
-// Parses a text of digits in base 10 or 16; letters may have either case. Returns false, and leaves
-// `value` unspecified, if the text is empty, has another byte, or does not fit 64 bits. For a text
-// of more than 24 characters, returns false even if the value fits.
+// Parses a text of digits in base 10 or 16 into `value`; letters may have either case. Returns
+// false, and leaves `value` unspecified, if the text is empty, has another byte or more than 24
+// characters, or if the value does not fit 64 bits.
 template <unsigned base>
 bool ParseDigitsScalar(unsigned char const* text, std::size_t length, std::uint64_t& value) {
     value = 0;
@@ -69,8 +69,9 @@ struct Halves {
 // Eight characters in a word, the first one in the lowest byte, each XORed with '0'. The digit 0 is
 // then a byte of 0, so leading zeros need no extra work.
 //
-// NonDigitMask sets the top bit of at least one byte if any character is not a digit, otherwise of
-// none. ParseDigitsUnchecked REQUIRES that all characters are digits.
+// NonDigitMask returns a word that has the top bit of at least one byte set if any character is not
+// a digit, otherwise of none. ParseDigitsUnchecked returns the value, which is unspecified if any
+// character is not a digit.
 template <unsigned base>
 struct DigitWord;
 
@@ -83,7 +84,7 @@ struct DigitWord<10> {
         return (word + InAllBytes(0x76)) | word;
     }
 
-    // Adds adjacent digits to pairs. Then multiplies each half of the pairs by two weights at once.
+    // Combines adjacent digits into pairs. Each of two multiplications then applies two weights.
     // For the digits 1 2 3 4 5 6 7 8, every other byte of `pairs` has 12 34 56 78. The upper 32
     // bits of `first` are 12 * 1000000 + 56 * 100, and those of `second` 34 * 10000 + 78.
     static std::uint64_t ParseDigitsUnchecked(std::uint64_t word) {
@@ -112,8 +113,8 @@ struct DigitWord<10> {
 
 template <>
 struct DigitWord<16> {
-    // Sets the top bit of each byte that is at least `bound`. REQUIRES: no byte has its top bit
-    // set.
+    // Sets the top bit of each byte that is at least `bound`. The result is unspecified if `word`
+    // has top bits set; NonDigitMask adds these bits itself.
     static std::uint64_t NotBelow(std::uint64_t word, unsigned char bound) {
         return word + InAllBytes(static_cast<unsigned char>(0x80 - bound));
     }

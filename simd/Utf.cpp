@@ -9,7 +9,7 @@ namespace Simd {
 
 namespace {
 
-// A position in the source and one in the target. Each operation advances both.
+// The positions of a transcoding in the source and in the target.
 template <class To, class From>
 class Cursor {
 public:
@@ -30,7 +30,7 @@ public:
     }
 
 #if SIMD_X86
-    // Leaves a rest that is too short for whole blocks.
+    // Stops if the source or the target is too short for a block, or before an ill-formed sequence.
     void TranscodeBlocks() {
         bool const hasShuffles = Uses(Level::ssse3);
         CopyEqualUnits();
@@ -50,8 +50,8 @@ private:
         return sourceEnd - position >= units && full - target >= room;
     }
 
-    // Returns true if it has transcoded a sequence: there was a complete well-formed one, and room
-    // for the longest one.
+    // Transcodes one sequence. Returns false if there is no complete well-formed sequence, or no
+    // room for the longest one.
     bool TranscodeSequence() {
         if (!Has(1, 1))
             return false;
@@ -78,8 +78,8 @@ private:
             return *position < 0x10000 && !IsSurrogate(*position);
     }
 
-    // A whole block advances by a constant, so the next one does not depend on the mask of this
-    // one.
+    // Copies code units with equal values in both encodings, in blocks of 16. Advances by a
+    // constant after a whole block, so that the next block does not depend on this mask.
     void CopyEqualUnits() {
         while (Has(16, 16) && NextUnitIsEqual()) {
             unsigned const others = UtfBlocks::CopyUnits<To, From>(position, target);
@@ -92,8 +92,8 @@ private:
         }
     }
 
-    // The next code unit differs in the two encodings, because the caller has called
-    // CopyEqualUnits. Runs of long sequences have their own, faster function.
+    // Returns the progress of a kernel, without advancing. Long sequences have their own, faster
+    // kernel. REQUIRES: the next code unit differs in the two encodings, as after CopyEqualUnits.
     UtfBlocks::BlockProgress TranscodeBlock(bool hasShuffles) const {
         UtfBlocks::BlockProgress const run = TranscodeLongSequences();
         if (run.isWhole || !hasShuffles)
@@ -103,7 +103,8 @@ private:
         return mixed.read != 0 ? mixed : run;
     }
 
-    // Transcodes several sequences, because the next block would probably not make progress either.
+    // Transcodes eight sequences, because the next block would probably not make progress either.
+    // Returns false if there were fewer.
     bool TranscodeFewSequences() {
         for (int count = 0; count < 8; ++count)
             if (!TranscodeSequence())

@@ -1,7 +1,8 @@
-// No branch depends on the text. Each code unit of the source has its own lane, which receives the
-// code units of the target that end with it. A shuffle from a table then moves the lanes that hold
-// output to the left. A lane can access the code units before it, and so also detects ill-formed
-// sequences, which are left to the scalar code.
+// No branch depends on the lengths of the sequences. Each code unit of the source has its own lane.
+// The lane of the last code unit of a sequence receives the output; four bytes of UTF-8 and
+// surrogate pairs may be divided between two lanes. A shuffle from a table then moves the lanes
+// with output to the left. A lane can access the code units before it, and so also detects
+// ill-formed sequences, which are left to the scalar code.
 #include "simd/UtfMixed.h"
 
 #if SIMD_X86
@@ -66,7 +67,7 @@ SIMD_TARGET_SSSE3 inline Vector Shuffled(Vector lanes, Shuffle const& shuffle) {
     return _mm_shuffle_epi8(lanes, _mm_load_si128(reinterpret_cast<Vector const*>(shuffle.from)));
 }
 
-// Write 16 bytes. Return the end of the selected lanes, or of the tails.
+// Write 16 bytes, of which the first are the selected lanes or the tails. Return the end of these.
 SIMD_TARGET_SSSE3 inline unsigned short* CompressLeft(unsigned short* to, Vector lanes,
                                                       unsigned mask) {
     Store(to, Shuffled(lanes, leftShuffles16[mask]));
@@ -82,7 +83,8 @@ SIMD_TARGET_SSSE3 inline unsigned char* CompressTailsLeft(unsigned char* to, Vec
     return to + 4 + std::popcount(lengths) + std::popcount(lengths >> 4);
 }
 
-// Returns for each byte the one that is `bytes` before it; the first ones are from `vectorBefore`.
+// Returns, for each byte, the byte `bytes` positions before it; the first ones are the last ones of
+// `vectorBefore`.
 // Preceding<1> of A B C .. after .. X Y Z is Z A B ...
 template <int bytes>
 SIMD_TARGET_SSSE3 inline Vector Preceding(Vector lanes, Vector vectorBefore) {
@@ -91,10 +93,11 @@ SIMD_TARGET_SSSE3 inline Vector Preceding(Vector lanes, Vector vectorBefore) {
 
 // ---- One class for each source encoding
 //
-// Transcode reads the next `step` code units. It writes up to `room` code units and moves `to` to
-// the end of those that count. It returns false, and changes nothing, if a sequence is ill-formed.
-// The last code units may begin an incomplete sequence: UnfinishedUnits returns their number, and
-// PartialOutputUnits the number of code units already written for them.
+// Transcode reads the next `step` code units, and moves `to` to the end of its output. It writes up
+// to `room` code units, of which those after the output are unspecified. It returns false, and
+// changes nothing, if a sequence is ill-formed. The last code units may begin an incomplete
+// sequence: UnfinishedUnits returns their number, and PartialOutputUnits the number of code units
+// already written for them.
 
 template <class To, class From>
 class Shuffler;
@@ -128,8 +131,8 @@ public:
 private:
     static int LengthByLead(unsigned char lead) { return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4; }
 
-    // The bytes, and those one, two and three before them. For "a\u20AC": below 61 E2 82 AC in
-    // `zero` are .. 61 E2 82 in `one` and .. .. 61 E2 in `two`, so the lane of AC has its whole
+    // The bytes, and the bytes one, two and three positions before them. For "a\u20AC", `zero` is
+    // 61 E2 82 AC, `one` is .. 61 E2 82 and `two` is .. .. 61 E2, so the lane of AC has its whole
     // sequence.
     struct Bytes {
         SIMD_TARGET_SSSE3 Bytes(Vector bytes, Vector before)
@@ -138,8 +141,8 @@ private:
               two(Preceding<2>(bytes, before)),
               three(Preceding<3>(bytes, before)) {}
 
-        // Marks a byte if a trailing byte is missing or unexpected, if it cannot begin a sequence
-        // and, for UTF-16, if it is the second byte of an encoded surrogate.
+        // Marks each byte at which a trailing byte is missing or unexpected, each byte of F8 or
+        // more and, for UTF-16, the second byte of each encoded surrogate.
         Vector Errors() const {
             Vector const found = Or(Xor(Is8(zero, 0xC0, 0x80), Expected()), AtLeast8(zero, 0xF8));
             if constexpr (sizeof(To) == 2)
@@ -165,8 +168,8 @@ private:
         return Join8(low, high);
     }
 
-    // A lane counts unless its byte is a lead byte or the second byte of three or four: for 61 E2
-    // 82 AC the lanes are 0061 .. .. 20AC, which become 0061 20AC.
+    // A lane has output unless its byte is a lead byte or the second byte of three or four: for 61
+    // E2 82 AC the lanes are 0061 .. .. 20AC, which become 0061 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Bytes const& bytes) {
         TwoVectors units = LowerHalves(bytes);
         if (MaskOf8(Or(AtLeast8(bytes.two, 0xF0), AtLeast8(bytes.three, 0xF0))) != 0)
@@ -193,8 +196,8 @@ private:
         return Select(isHigh, high, Select(isLow, low, units));
     }
 
-    // The lane of the last byte counts. At the 80 of F0 9F 98 80: 0 << 2 | 1 is the upper half 1,
-    // which is joined with the lower half F600.
+    // The lane of the last byte has the output. At the 80 of F0 9F 98 80: 0 << 2 | 1 is the upper
+    // half 1, which is joined with the lower half F600.
     SIMD_TARGET_SSSE3 static unsigned int* Write(unsigned int* to, Bytes const& bytes) {
         Vector const upper = And(AtLeast8(bytes.three, 0xF0),
                                  Or(Left16(bytes.three, 0x0707, 2), Right16(bytes.two, 4, 0x0303)));
@@ -219,7 +222,7 @@ public:
 
     SIMD_TARGET_SSSE3 bool Transcode(unsigned short const* from, To*& to) {
         Vector const units = Load(from), unitsBefore = Preceding<2>(units, before);
-        // A low surrogate must follow each high one, and nothing else.
+        // A code unit must be a low surrogate if the one before it is a high one, and only then.
         if (MaskOf8(Xor(AreLow(units), AreHigh(unitsBefore))) != 0)
             return false;
         before = units;
@@ -237,7 +240,7 @@ private:
     static Vector AreHigh(Vector units) { return Is16(units, 0xFC00, 0xD800); }
     static Vector AreLow(Vector units) { return Is16(units, 0xFC00, 0xDC00); }
 
-    // Each code unit has a lane of 32 bits, of which the last one, two or three bytes count. For
+    // Each code unit has a lane of 32 bits, whose last one, two or three bytes are output. For
     // 0041 00E9 20AC the lanes are .. .. .. 41, .. .. C3 A9 and .. E2 82 AC, which become 41 C3 A9
     // E2 82 AC.
     SIMD_TARGET_SSSE3 static unsigned char* Write(unsigned char* to, Vector units,
@@ -314,13 +317,13 @@ private:
         Vector const sequences = Or(Or(Left32(values, 0x3F, 24), Left32(values, 0xFC0, 10)),
                                     Right32(values, 4, 0x3F00), Right32(values, 18, 0x07), leads);
         Vector const lanes = Select(one, Left32(values, 0x7F, 24), sequences);
-        // The lengths as two bits: two and four bytes set the first, three and four the second.
+        // The lengths minus one: two and four bytes set the first bit, three and four the second.
         unsigned const even = MaskOf32(Or(AndNot(oneOrTwo, one), four));
         return CompressTailsLeft(to, lanes, even | (MaskOf32(oneOrTwo) ^ 0xF) << 4);
     }
 
-    // Each lane has a pair, or one code unit and a half that does not count: for 1F600 20AC the
-    // lanes of 16 bits are D83D DE00 20AC 0000, which become D83D DE00 20AC.
+    // Each lane has a pair, or one code unit and an unused half: for 1F600 20AC the lanes of 16
+    // bits are D83D DE00 20AC 0000, which become D83D DE00 20AC.
     SIMD_TARGET_SSSE3 static unsigned short* Write(unsigned short* to, Vector values) {
         Vector const four = AreSupplementary(values);
         Vector const pairs = Or(Right32(Subtract32(values, 0x10000), 10, 0x3FF),

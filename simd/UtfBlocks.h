@@ -1,7 +1,7 @@
 // Transcodes several sequences of one kind at a time, with SSE2.
 //
 // Each function transcodes the sequences before the first one of another kind. It may read code
-// units after them, and write code units after those that count, as its comment states.
+// units after these sequences, and write code units after its output; its comment states how many.
 #pragma once
 
 #include "simd/Vectors.h"
@@ -16,7 +16,7 @@ namespace Simd::UtfBlocks {
 
 using namespace Vectors;
 
-// The number of code units that a function has transcoded.
+// The numbers of code units that a function has read and written.
 struct BlockProgress {
     int read, written;
     bool isWhole = false; // as many as the function can transcode at once
@@ -59,7 +59,7 @@ inline Vector AreWide(unsigned int const* from) noexcept {
     return Not(NarrowFound32(Is32(Load(from), 0xFFFF0000, 0), Is32(Load(from + 4), 0xFFFF0000, 0)));
 }
 
-// Returns one bit for each of 16 code units, set if its value is not a code unit of the target.
+// Returns one bit for each of 16 code units, set unless its value is equal in both encodings.
 template <class To, class From>
 unsigned Differing(From const* from, TwoVectors units) {
     if constexpr (std::is_same_v<From, unsigned char>)
@@ -80,8 +80,7 @@ bool AreEqual(From const* from) {
     return Differing<To, From>(from, LoadUnits(from)) == 0;
 }
 
-// Copies 16 code units. Returns one bit for each, set if its value is not a code unit of the
-// target.
+// Copies 16 code units. Returns the same bits as Differing.
 template <class To, class From>
 unsigned CopyUnits(From const* from, To* to) {
     TwoVectors const units = LoadUnits(from);

@@ -1,5 +1,4 @@
-// Transcodes sequences of mixed kinds, several code units at a time, with the byte shuffles of
-// SSSE3.
+// Transcodes sequences of different lengths, 16 bytes at a time, with the byte shuffles of SSSE3.
 #pragma once
 
 #include <cstddef>
@@ -11,17 +10,18 @@
 
 namespace Simd {
 
-// Transcodes 16 bytes of the source in each step. Returns the progress, without an incomplete
-// sequence at the end. Stops before a step with an ill-formed sequence, before 16 code units with
-// equal values in both encodings, and if source or target are too short for another step.
+// Transcodes 16 bytes of the source in each step, and returns the progress, which excludes an
+// incomplete sequence at the end. Stops before a step with an ill-formed sequence, before 16 code
+// units with equal values in both encodings, and if the source or the target is too short for
+// another step.
 //
 // Room that a step needs in the target:
 // - from UTF-16 to UTF-8: 28 bytes
 // - other pairs with UTF-8: 16 code units
 // - all other pairs: 8 code units
 //
-// Exists for each pair of different code units. The target attribute is on the first declaration,
-// because otherwise GCC does not inline into the definition.
+// Instantiated for each pair of different code units. The target attribute is on the first
+// declaration, because otherwise GCC does not inline into the definition.
 //
 // REQUIRES: Uses(Level::ssse3).
 template <class To, class From>

@@ -1,7 +1,8 @@
 // Reads and writes one sequence of code units in UTF-8, UTF-16 or UTF-32. A transcoding uses the
 // reader of one encoding and the writer of another.
 //
-// The type of the code unit selects the encoding: unsigned char, unsigned short, unsigned int.
+// The type of the code unit selects the encoding, and some ill-formed sequences are accepted: see
+// Utf.h.
 #pragma once
 
 #include <cstddef>
@@ -16,14 +17,14 @@ namespace Simd {
 // overlong UTF-8 sequence of four bytes becomes two code units of UTF-16, whatever its value.
 struct UtfSequence {
     enum Form : unsigned char {
-        unfinished, // all available units belong to it, and at least one more is needed
+        unfinished, // more code units are needed than are available
         illFormed,
-        basic,         // one unit of UTF-16, up to three of UTF-8
-        supplementary, // a pair in UTF-16, four units in UTF-8
+        basic,         // one code unit of UTF-16, up to three of UTF-8
+        supplementary, // two code units of UTF-16, four of UTF-8
     };
 
     Form form;
-    unsigned char length; // in units of the source
+    unsigned char length; // in code units of the source
     std::uint32_t value;
 };
 
@@ -98,8 +99,7 @@ private:
 
 template <>
 struct UtfSequences<unsigned short> {
-    // Deliberate: a low surrogate also starts a pair; the pair is ill-formed once its second code
-    // unit is available.
+    // Deliberate: a low surrogate is not rejected before the second code unit is available.
     static constexpr UtfSequence Read(unsigned short const* unit, std::size_t available) {
         std::uint32_t const first = unit[0];
         if (!IsSurrogate(first))
@@ -113,8 +113,7 @@ struct UtfSequences<unsigned short> {
         return {UtfSequence::supplementary, 2, value};
     }
 
-    // Deliberate: computes with 16 bits, so a value outside of 0x10000 to 0x10FFFF results in two
-    // code units that are not a surrogate pair.
+    // Deliberate: the arithmetic truncates to 16 bits; see Utf.h for values outside the range.
     static constexpr unsigned short* Write(unsigned short* target, UtfSequence sequence) {
         std::uint32_t const value = sequence.value;
         if (sequence.form == UtfSequence::supplementary) {

@@ -1,4 +1,4 @@
-// Vectors of 16 bytes in SSE2, with the operations of the transcoders.
+// Vectors of 16 bytes in SSE2, with the operations that kernels use.
 //
 // The number in a name is the width of the lanes: 8, 16 or 32 bits. The first lane is the lowest,
 // so a loaded vector has the first code unit of the text in its first lane. Comments list the first
@@ -39,6 +39,7 @@ inline void Store(void* to, Vector value) { _mm_storeu_si128(static_cast<Vector*
 inline void StoreHalf(void* to, Vector value) { _mm_storel_epi64(static_cast<Vector*>(to), value); }
 
 inline Vector And(Vector a, Vector b) { return _mm_and_si128(a, b); }
+// Returns `a` & ~`b`, unlike the instruction, which complements its first operand.
 inline Vector AndNot(Vector a, Vector b) { return _mm_andnot_si128(b, a); }
 inline Vector Or(Vector a, Vector b) noexcept { return _mm_or_si128(a, b); }
 inline Vector Or(Vector a, Vector b, Vector c) { return Or(Or(a, b), c); }
@@ -67,7 +68,7 @@ inline Vector AtLeast8(Vector lanes, unsigned value) {
     return _mm_cmpeq_epi8(_mm_max_epu8(lanes, All8(value)), lanes);
 }
 
-// Return one bit for each lane that is all ones; bit 0 is the first lane.
+// Return one bit for each lane, set if the lane is all ones; bit 0 is the first lane.
 inline unsigned MaskOf8(Vector found) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(found));
 }
@@ -94,8 +95,8 @@ inline Vector Right32(Vector lanes, int count, unsigned mask) {
     return And(_mm_srli_epi32(lanes, count), All32(mask));
 }
 
-// Join the lanes of two vectors to lanes twice as wide, from the lower and the upper halves: Join8
-// of A B .. and C D .. is CA DB .. in lanes of 16 bits.
+// Return lanes twice as wide, whose halves are the lanes of `lower` and `upper`: Join8 of A B ..
+// and C D .. is CA DB .. in lanes of 16 bits.
 inline TwoVectors Join8(Vector lower, Vector upper) {
     return {_mm_unpacklo_epi8(lower, upper), _mm_unpackhi_epi8(lower, upper)};
 }
@@ -105,8 +106,8 @@ inline TwoVectors Join16(Vector lower, Vector upper) {
 inline TwoVectors Widen8(Vector lanes) { return Join8(lanes, Zero()); }
 inline TwoVectors Widen16(Vector lanes) { return Join16(lanes, Zero()); }
 
-// Return lanes half as wide, with the lower halves: 0041 00E9 .. becomes 41 E9 ... REQUIRES for
-// Narrow16: all lanes are below 0x100.
+// Return lanes half as wide, with the lower halves: 0041 00E9 .. becomes 41 E9 ... Narrow16
+// saturates instead: lanes of 0x100 and more become FF or 00.
 inline Vector Narrow16(TwoVectors lanes) { return _mm_packus_epi16(lanes.first, lanes.second); }
 inline Vector Narrow32(Vector first, Vector second) {
     // The instruction saturates signed values, so each lower half is sign-extended first: 0001ABCD
@@ -115,7 +116,7 @@ inline Vector Narrow32(Vector first, Vector second) {
                            _mm_srai_epi32(_mm_slli_epi32(second, 16), 16));
 }
 
-// Returns two vectors whose lanes are all ones or zero, in lanes of 16 bits.
+// Returns the lanes of two vectors, all ones or zero, in lanes of 16 bits.
 inline Vector NarrowFound32(Vector first, Vector second) { return _mm_packs_epi32(first, second); }
 
 inline Vector Add16(Vector lanes, unsigned value) { return _mm_add_epi16(lanes, All16(value)); }
