@@ -36,7 +36,7 @@ public:
     // The number of code units allocated, including the NUL; 0 if the text is borrowed.
     std::uint64_t Count() const { return count; }
 
-    // The empty text of all empty results, in static storage.
+    // Returns an empty string in static storage, always the same one.
     static Unit const* EmptyString();
 
 private:
@@ -45,7 +45,7 @@ private:
 };
 
 // Returns the text with a NUL: borrowed if it is marked as terminated, EmptyString() if it is
-// empty, otherwise an owned copy. A borrowed result is valid as long as `text`. Throws
-// std::bad_alloc.
+// empty, otherwise an owned copy. A borrowed result is valid as long as the code units of `text`.
+// Throws std::bad_alloc.
 template <CEncoding E>
 AutoNullTerminated<typename E::Unit> MakeNullTerminatedString(UStringRef<E> text);

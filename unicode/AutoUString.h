@@ -21,8 +21,8 @@ public:
     // The null string.
     AutoUString() = default;
 
-    // Takes ownership of the buffer, whose last code unit is the NUL. A null buffer or one of no
-    // code units makes the null string. REQUIRES: the caller has written the NUL.
+    // Takes ownership of the buffer. A buffer without code units makes the null string. REQUIRES:
+    // the last code unit is the NUL.
     explicit AutoUString(OwnedArray<Unit> buffer);
 
     AutoUString(AutoUString&& other) noexcept

@@ -1,7 +1,8 @@
 // Text encodings as types, so that UTF-8 cannot be passed as text of the locale.
 //
-// A tag is an empty class: a parameter of text types, and an argument that selects an overload.
-// UTF-16 and UTF-32 are in the byte order of the host. A byte-order mark is an ordinary character.
+// A tag is an empty class: a template argument of text types, and a function argument that selects
+// an overload. UTF-16 and UTF-32 are in the byte order of the host. A byte-order mark is an
+// ordinary code point.
 #pragma once
 
 #include <concepts>

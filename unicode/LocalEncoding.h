@@ -1,7 +1,7 @@
 // Transcodes between the encoding of the current locale and Unicode.
 //
-// Uses mbstowcs and wcstombs in the current LC_CTYPE; wchar_t is taken as UTF-32. Nothing here
-// calls setlocale: in a process that has not called it either, conversions of non-ASCII text throw.
+// Uses mbstowcs and wcstombs with the current LC_CTYPE; wchar_t is taken as UTF-32. A process that
+// has not called setlocale is in the C locale, where conversions of non-ASCII text throw.
 #pragma once
 
 #include "data/ConstData.h"
@@ -23,11 +23,11 @@ class MultiByteToWideConvertError : public DebuggableException {};
 // is longer than 48 bytes.
 ConstDataWithCapacity<48> IANAEncodingName(Local8Bit);
 
-// Convert from and to the wide characters of the platform. Text that is marked as terminated is not
-// copied. Throw MultiByteToWideConvertError and WideToMultiByteConvertError.
+// Convert from and to the wide characters of the platform. Throw MultiByteToWideConvertError and
+// WideToMultiByteConvertError.
 //
-// The text ends at its first NUL, an empty result is the allocated empty string, and
-// wide characters are not checked to be Unicode.
+// The text ends at its first NUL. An empty result is the allocated empty string. Wide characters
+// are not checked to be Unicode. Text that is not marked as terminated is copied first.
 AutoUString<UTF32> ToNativeUnicode(UStringRef<Local8Bit> text);
 AutoUString<Local8Bit> FromNativeUnicode(UStringRef<UTF32> text);
 
@@ -41,9 +41,9 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 // InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
 // also after a NUL.
 //
-// Text that cannot be transcoded to UTF-8 throws InvalidTextEncoding, for example a lone surrogate
-// in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts encoded
-// surrogates; those are passed to the locale.
+// InvalidTextEncoding is thrown for text that cannot be transcoded to UTF-8, for example a lone
+// surrogate in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts
+// encoded surrogates; those are passed to wcstombs.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF32> text);

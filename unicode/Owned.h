@@ -1,7 +1,7 @@
 // An owner of a pointer with a disposer. Owns a buffer from its allocation until a string takes it.
 //
-// Allocate returns an Owned, which is filled and then moved into the string. If anything throws in
-// between, the Owned frees the buffer.
+// Allocate returns an Owned. The caller fills the buffer and moves the Owned into the string. If an
+// exception is thrown before that, the Owned frees the buffer.
 #pragma once
 
 #include <concepts>
@@ -69,7 +69,7 @@ private:
     P pointer{}; // Null if there is nothing to release.
 };
 
-// An array that moves from owner to owner.
+// The owner of an array; the disposer stores the number of elements.
 template <class T>
 using OwnedArray = Owned<T*, DisposeByAllocator<T>>;
 

@@ -17,7 +17,7 @@ concept TranscodablePair = (UnicodeEncoding<Target> && UnicodeEncoding<Source> &
                            (std::same_as<Target, Local8Bit> && std::same_as<Source, UTF8>);
 
 // Returns the text in the encoding `Target`, for example Transcode<UTF16>(text). If `Target` is a
-// Unicode encoding and `text` is empty, returns the null string. GenericTranscoder specifies which
+// Unicode encoding and `text` is empty, returns the null string. simd/Utf.h specifies which
 // ill-formed sequences are accepted.
 //
 // Throws InvalidTextEncoding and std::bad_alloc; with Local8Bit also the exceptions of

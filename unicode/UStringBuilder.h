@@ -8,8 +8,8 @@
 #include "unicode/Owned.h"
 #include "unicode/UTextReceiver.h"
 
-// Start clears the text and allocates the initial capacity, which may be 0. A builder that has to
-// grow doubles its capacity, or allocates the size needed if that is more.
+// Start clears the text and allocates the initial capacity, which may be 0. If the text exceeds the
+// capacity, the capacity doubles, or becomes the size needed if that is more.
 //
 // Error handling: std::bad_alloc passes through Start and Receive; the text is then unchanged.
 template <UnicodeEncoding E>

@@ -6,8 +6,7 @@
 
 // Calling sequence and error handling: see DataReceiver. A chunk boundary may be inside a sequence.
 //
-// No function is pure. The class itself drops everything, and a derived class overrides
-// the functions that it needs.
+// The class itself drops all text. A derived class overrides the functions that it needs.
 template <TextEncoding E>
 class UTextReceiver {
 public:
