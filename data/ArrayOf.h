@@ -57,7 +57,7 @@ public:
     T* end = nullptr;
 };
 
-// An array being filled: the first `count` elements are written.
+// An array being filled: the first `count` elements are written. The elements are not owned.
 template <class T>
 class BufferOf {
 public:

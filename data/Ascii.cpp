@@ -38,8 +38,8 @@ void MapRun(unsigned char const* source, unsigned char* target, std::size_t leng
             target[i] = Map(source[i], mapping);
 }
 
-// Long texts are tested in blocks of this many bytes. The loop over a block has no early exit, so
-// compilers vectorize it.
+// HasLetter tests blocks of this many bytes. The loop over a block has no early exit, so compilers
+// vectorize it.
 constexpr std::size_t blockSize = 32;
 
 constexpr CaseTable MakeTable(unsigned char mapping) {

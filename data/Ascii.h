@@ -1,4 +1,5 @@
-// ASCII byte classes, case mapping, case-insensitive comparison and trimming, in every locale.
+// ASCII byte classes, case mapping, case-insensitive comparison and trimming, independent of the
+// locale.
 //
 // Bytes 0x80 to 0xFF are not letters, and case mapping leaves them unchanged. So every operation is
 // safe on UTF-8 text.
@@ -14,10 +15,9 @@ class Buffer;
 class ConstBuffer;
 class Data;
 
-// A set of byte values: 256 bits, so a test is one load and one bit test. Sets are constant
-// expressions and never change.
+// A set of byte values: 256 bits, so Contains is one load and one bit test.
 struct AsciiSet {
-    // The bytes from `first` to `last`, both included.
+    // Returns the set of the bytes from `first` to `last`, both included.
     static constexpr AsciiSet Span(unsigned char first, unsigned char last) {
         AsciiSet set{};
         for (unsigned byte = first; byte <= last; ++byte)
@@ -87,12 +87,13 @@ constexpr AsciiSet const* Control() { return &Sets::control; }
 constexpr AsciiSet const* Low() { return &Sets::low; }
 constexpr AsciiSet const* High() { return &Sets::high; }
 
-// Deliberate: tab, line feed, carriage return and space, without vertical tab and form feed.
-// Linear whitespace is tab and space.
+// Tab, line feed, carriage return and space. Linear whitespace is tab and space.
+//
+// Deliberate: without vertical tab and form feed, as in XML 1.0 and unlike isspace.
 constexpr AsciiSet const* WhiteSpace() { return &Sets::whiteSpace; }
 constexpr AsciiSet const* LinearWhiteSpace() { return &Sets::linearWhiteSpace; }
 
-// A trailing underscore in the name: with the underscore.
+// A set whose name ends with an underscore also has the underscore.
 constexpr AsciiSet const* Alphabetic() { return &Sets::alphabetic; }
 constexpr AsciiSet const* Alphabetic_() { return &Sets::alphabetic_; }
 constexpr AsciiSet const* Numeric() { return &Sets::numeric; }
@@ -108,16 +109,16 @@ using CaseTable = std::array<unsigned char, 256>;
 extern CaseTable const uppercaseTable;
 extern CaseTable const lowercaseTable;
 
-// Checks both tables entry by entry.
+// True if every entry of both tables is correct.
 bool CaseTablesAreCorrect();
 
-// Returns the lower-case digit of a value. The value is not checked: 16 returns 'g'.
+// Returns the lower-case digit of a value. The value is not checked: HexDigit(16) is 'g'.
 constexpr unsigned char HexDigit(unsigned int value) {
     return static_cast<unsigned char>(value + (value > 9 ? 0x57u : 0x30u));
 }
 
-// Returns the value of a hexadecimal digit of either case. The digit is not checked: 'g' returns
-// 16.
+// Returns the value of a hexadecimal digit of either case. The digit is not checked:
+// HexDigitValue('g') is 16.
 constexpr unsigned int HexDigitValue(unsigned char digit) {
     return digit > '9' ? (digit | 0x20u) - 0x57u : digit - 0x30u;
 }
@@ -135,12 +136,12 @@ void LowerCase(ConstData source, Data target);
 void RaiseCase(ConstBuffer& source, Buffer& target);
 void LowerCase(ConstBuffer& source, Buffer& target);
 
-// True if the mapping would change nothing. Other bytes than letters count as both cases, and so
-// does an empty range.
+// True if LowerCase, or RaiseCase, would change no byte. So an empty range and text without letters
+// are both lower-case and upper-case.
 bool IsLowercase(ConstData text);
 bool IsUppercase(ConstData text);
 
-// Case-insensitive.
+// True if the lengths and the mapped bytes are equal.
 bool EqualIgnoringCase(ConstData left, ConstData right);
 
 // Return the difference of the first unequal mapped bytes, `left` minus `right`. If there are none
@@ -151,13 +152,13 @@ std::int32_t CompareUppercase(ConstData left, ConstData right);
 
 // The same for NUL-terminated strings, except where one string is a prefix of the other.
 //
-// Deliberate: in that case the result is the difference of the next bytes, unmapped, as signed
+// Deliberate: for a prefix, the result is the difference of the next bytes, unmapped, as signed
 // 8-bit values; one of them is the NUL. So "" compared with "\xE9" returns 23.
 std::int32_t CompareLowercase(char const* left, char const* right);
 
 } // namespace Ascii
 
 // Remove the bytes of Ascii::WhiteSpace() from the start, or from both ends. A range of whitespace
-// alone becomes an empty range at the END of the input.
+// alone becomes an empty range at the end of the input.
 ConstData TrimLeadingAsciiWhitespace(ConstData text);
 ConstData TrimAsciiWhitespace(ConstData text);

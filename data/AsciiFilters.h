@@ -1,6 +1,6 @@
 // Case mapping as data filters.
 //
-// A header of its own, so that code which only maps or compares text needs no pipeline.
+// Not in Ascii.h, so that code which only maps or compares text does not include DataFilter.h.
 #pragma once
 
 #include "data/DataFilter.h"

@@ -12,7 +12,7 @@ class Data : public ArrayOf<unsigned char> {
 public:
     using ArrayOf<unsigned char>::ArrayOf;
 
-    // An array is taken whole, with the terminating NUL of a string.
+    // The third overload takes the whole array, including the NUL of a string.
     Data(char* first, char* last) : ArrayOf(Bytes(first), Bytes(last)) {}
     template <std::integral Count>
     Data(char* first, Count length) : ArrayOf(Bytes(first), length) {}
@@ -55,7 +55,8 @@ public:
     unsigned char const* start;
 };
 
-// Copies as many bytes as both sides allow and advances both positions. Returns `target`.
+// Copies bytes until the source is empty or the target is full, and advances both positions. The
+// ranges may overlap. Returns `target`.
 Buffer& operator<<(Buffer& target, ConstBuffer& source);
 
 // A Buffer with its bytes inside the object. Not copyable, because it points into itself.

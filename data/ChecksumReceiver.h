@@ -8,8 +8,8 @@
 #include "data/ConstData.h"
 #include "data/DataReceiver.h"
 
-// Value() returns the CRC register. The published CRC is its complement, ~Value(): 0xFC891918 for
-// the bytes 123456789.
+// Value() returns the CRC register. The CRC-32/BZIP2 is its complement, ~Value(): 0xFC891918 for
+// the bytes "123456789".
 class ChecksumReceiver : public DataReceiver {
 public:
     ChecksumReceiver();
@@ -20,7 +20,7 @@ public:
     void Receive(ConstData data) override;
     void ReceiveEnd() override;
 
-    // The register; 0xFFFFFFFF after construction and after Start.
+    // Returns the register: 0xFFFFFFFF after construction and after Start.
     std::uint32_t Value() const { return value; }
 
     // Return the CRC table of 256 words, in static storage. Each call, and so each constructor,

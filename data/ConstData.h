@@ -30,7 +30,7 @@ public:
     ConstData(std::string const& text) : ConstData(text.data(), text.size()) {}
     ConstData(std::string_view text) : ConstData(text.data(), text.size()) {}
 
-    // The same bytes, for the standard library.
+    // Returns a view of the same bytes for the standard library.
     std::string_view View() const { return {reinterpret_cast<char const*>(begin), Length()}; }
 
     // PositionOf returns this if nothing is found.
@@ -108,8 +108,8 @@ class ConstDataCapacityExceeded : public DebuggableException {};
 template <std::size_t capacity>
 class ConstDataWithCapacity {
 public:
-    // Empty. A caller that fills the object in place sets `length` and writes the bytes and the
-    // NUL. The bytes are not initialized.
+    // Empty; the bytes after the NUL are not initialized. A caller that fills the object in place
+    // sets `length`, and writes the bytes and the NUL.
     ConstDataWithCapacity() : length(0) { bytes[0] = 0; }
 
     // Throws ConstDataCapacityExceeded if `text` is longer than `capacity`.

@@ -22,8 +22,8 @@ public:
     using ConstArrayOf<ConstData>::ConstArrayOf;
 };
 
-// The array of a rope: `ConstDataRope{a, b}` holds two views of anything that converts to
-// ConstData. It owns the views, but not the bytes.
+// The array of a rope: `ConstDataRope{a, b}` converts each argument to a ConstData. It owns these
+// views, but not the bytes.
 template <std::size_t count>
 struct ConstDataRope {
     constexpr operator ConstDataRopeReference() const { return ConstDataRopeReference(pieces); }
@@ -40,8 +40,7 @@ std::uint64_t TotalLength(ConstDataRopeReference rope);
 // Copy the bytes in order until the target is full. The first operator returns the unwritten rest
 // of the target; the second one advances the position of the buffer and returns the buffer.
 //
-// Bytes that do not fit are dropped without an error. TotalLength returns the size that
-// holds all of them.
+// Bytes that do not fit are dropped without an error. TotalLength returns the size needed for all.
 Data operator<<(Data target, ConstDataRopeReference rope);
 Buffer& operator<<(Buffer& target, ConstDataRopeReference rope);
 

@@ -9,9 +9,9 @@ class Data;
 
 // The output is independent of how the stream is split into buffers.
 //
-// Progress: each call of the first operator() consumes at least one byte while there is room. A
-// filter may hold bytes back between calls. At the end of the stream, the caller calls Flush with
-// an empty buffer until Flushed returns true.
+// Progress: each call of the first operator() consumes at least one byte, if there is one and the
+// target has room. A filter may hold bytes back between calls. At the end of the stream, the caller
+// calls Flush, with room in the buffer, until Flushed returns true.
 //
 // A derived class that overrides operator() needs `using DataFilter::operator();`, because the
 // override hides the other overloads.
@@ -29,8 +29,8 @@ public:
     // Writes the bytes held back, until `target` is full. The default does nothing.
     virtual void Flush(Buffer& target);
 
-    // The same on ranges, without reporting how many bytes were consumed or written. Does nothing
-    // if a range is empty.
+    // The same on ranges. The numbers of bytes consumed from a ConstData and written to a Data are
+    // not reported. Does nothing if a range is empty.
     void operator()(ConstData source, Data target);
     void operator()(ConstData source, Buffer& target);
     void operator()(ConstBuffer& source, Data target);

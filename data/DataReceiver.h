@@ -30,7 +30,8 @@ protected:
 // A stage in the middle of a pipeline forwards the protocol. Its Start calls the Start of the next
 // stage. Its ReceiveEnd delivers the bytes still held, then calls the ReceiveEnd of the next stage.
 //
-// A stage that derives privately is bound by its operator(), which returns the receiver.
+// A stage that derives privately from its receiver class has an operator() that binds its target
+// and returns the receiver.
 //
 // Error handling: an exception of a stage passes through all stages before it, and ReceiveEnd is
 // not called. The pipeline is then abandoned, or restarted by Start.

@@ -1,4 +1,4 @@
-// The root of the exceptions of this library, and the exception for results that do not fit.
+// The base class of most exceptions of this library, and the exception for results that do not fit.
 //
 // Most derived classes have no members: a handler recognizes them by their type. They are thrown by
 // value, caught by reference and never stored.

@@ -1,13 +1,13 @@
-// The root of the exceptions that have a message.
+// A base class for exceptions that own a message.
 #pragma once
 
 #include "data/ConstData.h"
 #include "data/DebuggableException.h"
 
-// An exception that owns a copy of its message, which may therefore be a temporary.
+// An exception that owns a copy of its message, so the argument may be a temporary.
 //
-// A message taken from a pointer or from another exception ends at its first NUL, and
-// its length is computed modulo 2^32. A range is stored with its embedded NULs; what() ends at the
+// A message taken from a pointer or from another exception ends at its first NUL, and its length is
+// computed modulo 2^32. A range is stored with its embedded NULs; the text of what() ends at the
 // first one, and a copy of the exception drops the bytes after it.
 class ExceptionPL : public DebuggableException {
 public:

@@ -58,6 +58,6 @@ private:
     // The range of the last line break; both are the start position before the first one.
     unsigned long long lineBreakBegin = 0;
     unsigned long long lineBreakEnd = 0;
-    // ReceiveHeaderField was called, ReceiveHeaderFieldEnd not yet.
+    // True from ReceiveHeaderField to ReceiveHeaderFieldEnd.
     bool fieldOpen = false;
 };

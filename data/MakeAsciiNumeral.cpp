@@ -7,14 +7,14 @@
 
 namespace {
 
-// A value with leading zeros, 32 digits in all.
+// A value as 32 digits, with leading zeros.
 struct PaddedDigits {
     explicit PaddedDigits(std::uint64_t value) {
         Simd::StoreSixteenDigits(text, value / Simd::tenTo16);
         Simd::StoreSixteenDigits(text + 16, value % Simd::tenTo16);
     }
 
-    // 0 for zero.
+    // Returns the number of digits without leading zeros: 0 for the value 0.
     unsigned CountWithoutLeadingZeros() const {
         return static_cast<unsigned>(
             std::end(text) - std::find_if(std::begin(text), std::end(text),

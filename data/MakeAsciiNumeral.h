@@ -5,7 +5,8 @@
 //
 // Deliberate: zero has no digits. With `padding` 0 its text is empty, with 1 it is "0".
 //
-// Each result has room for the longest value. A larger `padding` throws ConstDataCapacityExceeded.
+// Each result has room for the longest value. If `padding` does not fit, the functions throw
+// ConstDataCapacityExceeded.
 #pragma once
 
 #include <cstddef>
@@ -77,6 +78,6 @@ inline ConstDataWithCapacity<11> MakeAsciiSignedDecimalNumeral(int value, unsign
     return DecimalMaking::Make(value, padding);
 }
 
-// Lower-case.
+// The digits are in lower case.
 ConstDataWithCapacity<16> MakeAsciiHexNumeral64(unsigned long long value, unsigned int padding);
 ConstDataWithCapacity<8> MakeAsciiHexNumeral(unsigned int value, unsigned int padding);

@@ -12,7 +12,8 @@ class MessageReceiver;
 // are offsets in the whole stream. A message whose first line is empty has no fields. A message
 // without an empty line has an empty body.
 //
-// Deliberate: a line with an empty chunk of text is not an empty line.
+// Deliberate: a line with an empty chunk of text is not an empty line; LineMaker sends no such
+// chunk.
 //
 // REQUIRES: bound to a receiver before Start.
 class MessageMaker : public LineReceiver {
@@ -33,7 +34,7 @@ public:
 private:
     MessageReceiver* receiver = nullptr;
     HeaderMaker headerMaker;
-    // No Receive since the last line break.
+    // True if Receive was not called since the last line break.
     bool atLineStart = true;
     bool inHeader = true;
     // The receiver of the lines: the header maker, then the receiver of the body.

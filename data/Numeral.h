@@ -8,10 +8,10 @@
 
 class USAsciiString;
 
-// The text is inside the object: what a conversion returns is valid as long as the object. Not
+// The text is inside the object, so the result of a conversion is valid as long as the object. Not
 // copyable, because it points into itself.
 //
-// Sign-magnitude in every base: Numeral(-1, 16) is "-1". Only negative values show a sign.
+// Sign-magnitude in every base: Numeral(-1, 16) is "-1". Only negative values have a sign.
 class Numeral {
 public:
     // REQUIRES: `base` is 2 to 36. (There is no overload for `long`; cast to `long long`.)
@@ -54,8 +54,8 @@ public:
         return static_cast<char>(value + (value < 10 ? 0x30 : 0x57));
     }
 
-    // Insert the digits of `value`, at least one, in front of the existing digits. REQUIRES:
-    // `buffer` has room for them.
+    // Insert the digits of `value`, at least one, in front of the existing digits. REQUIRES: `base`
+    // is 2 to 36, and the total number of digits is within the limits of PadTo.
     void MakeDigits(unsigned int value, unsigned int base);
     void MakeDigits64(unsigned long long value, unsigned int base);
 
@@ -63,8 +63,8 @@ public:
     // is "-005". REQUIRES: `count` is at most 65, and at most 64 for a negative value.
     void PadTo(unsigned int count);
 
-    // Return the text, with the sign of a negative value. Conversions can be repeated, also on a
-    // constant object, and padding may follow.
+    // Return the text, with the sign of a negative value. Conversions can be repeated, and padding
+    // may follow. Not thread-safe, because they write to the object, even to a constant one.
     operator ConstData() const { return ConstData(PutSign(), End()); }
 
     // Returns a Pascal string: a byte with the length, then the text.

@@ -4,9 +4,9 @@
 // only; signed ones may start with '-' or '+'. Any number of leading zeros is allowed. The
 // functions do not allocate, set `errno` or depend on the locale.
 //
-// The first error from left to right is reported. A text is too large at a byte, whatever that byte
-// is, if the value before it times the base does not fit 64 bits. So "18446744073709551615x" is too
-// large, but "1844674407370955161x" is invalid.
+// The first error from left to right is reported. If a value times the base does not fit 64 bits,
+// the next byte makes the text too large, even if that byte is invalid. So "18446744073709551615x"
+// is too large, but "1844674407370955161x" is invalid.
 #pragma once
 
 #include "data/ConstData.h"
@@ -24,14 +24,14 @@ enum NumeralReadResult {
 // On failure, `value` is unchanged, except by the unsigned 64-bit functions.
 //
 // Deliberate: those store the value of the digits before the error, unless the text is empty. If a
-// byte is not a digit, or the last digit does not fit, that value is already multiplied by the
+// byte is not a digit, or a digit does not fit, that value is already multiplied by the
 // base: "12x" stores 120.
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned int& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, long long& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, int& value);
 
-// Case-insensitive.
+// The digits may have either case.
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned int& value);
 
