@@ -15,7 +15,7 @@ public:
     NoMoreItemsException();
 };
 
-// Not a template, so that its code exists once.
+// Throws NoMoreItemsException. Not a member of the template, so that its code exists once.
 [[noreturn]] void ThrowNoMoreItems();
 
 // Calling sequence of an enumeration: ResetEnum, then IsNext and GetNext in turn. All three are
@@ -28,8 +28,8 @@ public:
     ListPL& operator=(ListPL const&) = delete;
     virtual ~ListPL() { MakeEmpty(); }
 
-    // Appends a copy of `item`, in constant time. Returns the copy, which the list owns; its
-    // address is valid until MakeEmpty. The list is unchanged if copying throws.
+    // Appends a copy of `item`, in constant time. Returns the copy, which the list owns until
+    // MakeEmpty or its destruction. The list is unchanged if copying throws.
     //
     // The cursor does not move: an enumeration that has a next item reaches the new one, an
     // enumeration that has ended or was never begun does not.

@@ -36,9 +36,8 @@ std::int32_t const* ClassicLower() {
 
 using Simd::CaseVariants;
 
-// The kernel needs the case variants of two bytes. Where letters are ASCII they cost nothing;
-// elsewhere they cost a scan of the locale's table. From this many positions on, the kernel is
-// faster than the scalar search.
+// From this many positions on, the kernel is faster than the scalar search. The kernel needs the
+// case variants of two bytes. They cost a scan of the locale's table, unless LettersAreAscii().
 constexpr std::size_t minPositionsInAscii = 16;
 constexpr std::size_t minPositionsInLocale = 128;
 

@@ -13,8 +13,8 @@ struct Pair {
 
 // An optional value. Copies are deep.
 //
-// The value is on the heap: an absent value takes the room of a pointer, and `T` may be incomplete
-// where a class with a NullOr member is declared.
+// The value is on the heap, so `T` may be incomplete where a class with a NullOr member is
+// declared.
 template <class T>
 class NullOr {
 public:
@@ -56,8 +56,9 @@ NullOr<T>& NullOr<T>::operator=(NullOr const& source) {
     return *this;
 }
 
-// An owning pointer. Its copy owns a copy of the object. Like a plain pointer, a constant one gives
-// write access. `T` may be incomplete where a class with such a member is declared.
+// An owning pointer. Its copy owns a copy of the object. As with a plain pointer, the object is
+// writable even if the pointer is constant. `T` may be incomplete where a class with such a member
+// is declared.
 template <class T>
 class DuplicatingPtr {
 public:
@@ -87,7 +88,7 @@ private:
     T* object = nullptr;
 };
 
-// Returns the owner of a new value-initialized object.
+// Returns an owner of a new, value-initialized object.
 template <class T>
 DuplicatingPtr<T> MakeDuplicatingPtr() {
     return DuplicatingPtr<T>(new T());

@@ -11,7 +11,7 @@
 
 // An invalid index or count, or a string that would be too long.
 //
-// Deliberate: not derived from DebuggableException; what() returns the name without its length.
+// Deliberate: not derived from DebuggableException; what() returns the plain name of the class.
 class StringPLOutOfBoundsException : public std::exception {
 public:
     char const* what() const noexcept override;
@@ -20,7 +20,7 @@ public:
 // Capacity is in bytes and includes the terminating NUL. Construction, assignment and Replace
 // allocate the exact capacity of the text. operator+=, Append and Format double the capacity as
 // often as needed, and keep it if it is sufficient. All strings of capacity 1 share one static
-// block, so an empty string does not allocate.
+// block, so making an empty string does not allocate.
 //
 // Pointers to the characters are valid until the string changes. Arguments are NUL-terminated
 // strings; only constructors and assignments accept null. An argument may be a part of this string,
@@ -64,25 +64,25 @@ public:
     StringPL& operator=(char const* text);
     StringPL& operator=(StringPL const& source);
 
-    // Never null.
+    // Return the characters, with a NUL at the end. Never null.
     char const* AsChar() const { return characters; }
     operator char const*() const { return characters; }
 
-    // Without the terminating NUL. In constant time.
+    // In bytes, without the terminating NUL. Takes constant time.
     int GetLength() const { return static_cast<int>(Length()); }
     bool IsEmpty() const { return Length() == 0; }
 
-    // The capacity.
+    // Returns the capacity.
     unsigned int GetBufferLength() const { return GetHeader().capacity; }
 
     // Overwrites the stored length and nothing else.
     // REQUIRES: `length` is less than the capacity, and a NUL is at `length`.
     void SetStringLength(unsigned int length);
 
-    // Keeps the capacity.
+    // Removes the text and keeps the capacity.
     void MakeEmpty();
 
-    // An index is invalid if it is negative or not less than the length.
+    // Returns the byte at `index`, which is invalid if it is negative or not less than the length.
     char GetAt(int index) const;
 
     // Appends `text`.
@@ -114,7 +114,7 @@ public:
     // The capacity becomes exact, even if there is no match. Does nothing if `search` is empty.
     void Replace(char const* search, char const* replacement);
 
-    // The same, case-insensitive.
+    // The same, case-insensitive in the current locale.
     //
     // Deliberate: each match reassigns the whole string, so the time is quadratic in the number of
     // matches. Without a match the string keeps its block. If memory runs out, the string keeps the
@@ -167,8 +167,9 @@ private:
 
     static char* EmptyText() { return reinterpret_cast<char*>(&sharedEmpty) + sizeof(Header); }
 
-    // Return the characters of a new block, or of the shared one. NewBlock sets the length 0 and no
-    // characters. NewText copies up to `count` bytes, or up to the first NUL, and adds NULs.
+    // Return the characters of a new block, or of the shared one. NewBlock sets the length to 0 and
+    // writes no characters. NewText copies up to `count` bytes, or up to the first NUL, and adds
+    // NULs.
     static char* NewBlock(std::uint64_t capacity);
     static char* NewText(char const* text, std::uint64_t count);
 
@@ -195,7 +196,7 @@ private:
     char* characters;
 };
 
-// Appending single bytes is common, so it makes no library calls.
+// Inline and without library calls, because appending single bytes is common.
 
 inline void StringPL::AppendByte(char byte) {
     Header& header = GetHeader();

@@ -54,7 +54,7 @@ public:
     // A null pointer makes the null string. The old array is freed after the new one is allocated.
     Stringy& operator=(char const* text);
 
-    // Do nothing for a NUL byte, a null pointer and empty text.
+    // Append the argument. Do nothing for a NUL byte, a null pointer and empty text.
     //
     // Deliberate: appending 127 characters to an empty string allocates, if they are a `char
     // const*` or a Stringy.
@@ -63,13 +63,13 @@ public:
     Stringy& operator+=(Stringy const& source);
     Stringy& operator+=(ConstData const& bytes);
 
-    // Without the NUL; 0 for the null string.
+    // In bytes, without the NUL; 0 for the null string.
     unsigned int GetLength() const { return sizeWithNul == 0 ? 0 : sizeWithNul - 1; }
 
-    // Never null: "" for the null string.
+    // Returns the NUL-terminated text; "" for the null string.
     operator char const*() const { return characters == nullptr ? "" : characters; }
 
-    // Returns 0 for the null string and for an index beyond the NUL.
+    // Returns the byte at `index`; NUL for the null string and for an index beyond the NUL.
     //
     // Deliberate: does not check for GetLength() + 1, which reads the byte after the NUL.
     // REQUIRES: `index` is not GetLength() + 1.
@@ -81,10 +81,8 @@ public:
     int Find(char byte) const;
     int FindFromRight(char byte) const;
 
-    // By strstr.
-    //
-    // The null string contains a null `text` and nothing else. Every other string
-    // returns false for a null `text`.
+    // True if strstr finds `text`. The null string contains a null `text` and nothing else, not
+    // even empty text. No other string contains a null `text`.
     bool Contains(char const* text) const;
 
     // True for a null or empty prefix. The other two are case-insensitive for ASCII letters.
@@ -92,7 +90,8 @@ public:
     bool StartsWithIgnoringCase(char const* prefix) const;
     bool StartsWithIgnoringCase(Stringy const& prefix) const;
 
-    // By strcmp. The null string equals the empty string.
+    // Returns a value less than, equal to or greater than 0, like strcmp. The null string equals
+    // the empty string.
     int Compare(Stringy const& other) const;
 
     // Case-insensitive, by Ascii::CompareUppercase and Ascii::EqualIgnoringCase over all bytes and
@@ -118,14 +117,14 @@ public:
     void MakeLower();
     void MakeUpper();
 
-    // Returns the number of bytes replaced.
+    // Replaces each `byte`, and returns the number of bytes replaced.
     unsigned int Replace(char byte, char replacement);
 
-    // Remove the bytes of Ascii::WhiteSpace(). A string of whitespace alone becomes the null
-    // string. In StripLeadingAndTrailingWhite, so does the empty string, and a string whose first
-    // other byte is an embedded NUL.
+    // Remove the bytes of Ascii::WhiteSpace() from the start, or from both ends. A string of
+    // whitespace alone becomes the null string. StripLeadingAndTrailingWhite also makes the empty
+    // string null, and a string whose first byte after the leading whitespace is an embedded NUL.
     //
-    // If memory runs out, the string is unchanged or null.
+    // If an allocation fails, the string is unchanged or null.
     void TrimLeft();
     void StripLeadingAndTrailingWhite();
 
