@@ -5,9 +5,9 @@ include(CMakePackageConfigHelpers)
 
 set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/clientcompliance)
 set(libexec ${CMAKE_INSTALL_LIBEXECDIR}/clientcompliance)
-set(CC_PLUGINS lib/nagios/plugins CACHE STRING "Where the plugins of monitoring systems go")
+set(CC_PLUGINS lib/nagios/plugins CACHE STRING "Directory for the plugin of monitoring systems")
 set(CC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
-    "Where the completions of zsh go")
+    "Directory for the completions of zsh")
 set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ClientCompliance)
 
 # install_found(<component> <directory> <pattern>...): the files of the source tree by pattern.
