@@ -1,6 +1,6 @@
-# Turns the plain comments of a header into comments of Doxygen: perl -0p docs/api/comments.pl HEADER
-# The first one describes the file. A comment before an empty line belongs to no declaration, and
-# marks for other tools are no documentation.
+# Converts the plain comments of a header to Doxygen comments: perl -0p docs/api/comments.pl HEADER
+# The first comment describes the file. Two kinds of comment remain plain: those before an empty line,
+# because they belong to no declaration, and marks for other tools, such as NOLINT.
 s{\A/\*}{/** \@file};
 s{^/\*(?!\*)((?:(?!\*/).)*\*/\n)(?!\n)}{/**$1}gms;
 s{^(#define .*\S) +/\*}{$1 /**<}gm;

@@ -1,7 +1,7 @@
 """Hooks of MkDocs: the site has the files that docs/README.md links to, the examples and the API.
 
-Markdown pages are used as they are on disk. mandoc renders manual pages, and any other file becomes a
-page with its text. The lists of docs/README.md are the navigation. Doxygen's pages are in api/.
+Markdown files are pages without changes. mandoc renders the manual pages, and any other file becomes
+a page with its text. The lists of docs/README.md are the navigation. The pages of Doxygen are in api/.
 """
 
 import logging
@@ -20,12 +20,13 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 INDEX = "docs/README.md"
 API = "api/index.html"
 BEFORE_API = "COMPLIANCE_Close(3)"
-# Doxygen writes further pictures and scripts, which its pages do not use without scripts.
+# The files of Doxygen that its pages need. The others are scripts, which the site does not have, and
+# pictures for these scripts.
 API_FILES = ("api.css", "closed.png")
 PICTURES = ("docs/*.svg", "docs/diagrams/*.svg")
-# Parts of the theme that an English site does not load.
+# Files of the theme that the site does not load: other languages, the sitemap, source maps.
 UNUSED = re.compile(r"assets/javascripts/lunr/|sitemap\.xml|.*\.map$")
-# Code, which is skipped; or the words, the file and the fragment of a link.
+# Matches code, which on_page_markdown copies, or a link: its words, its file and its fragment.
 LINK = re.compile(r"(?s)```.*?```|`[^`]*`|\[((?:[^][]|\[[^]]*\])*)\]\(([^)\s#:]+)(#[^)\s]*)?\)")
 
 log = logging.getLogger("mkdocs.hooks")
@@ -51,14 +52,14 @@ class ProjectFile(File):
 
 
 def target_of(page, link):
-    """The file that a relative link of a page leads to."""
+    """Returns the path of the file that a relative link of a page leads to."""
     path = posixpath.normpath(posixpath.join(posixpath.dirname(page), link))
     return posixpath.join(path, "README.md") if (ROOT / path).is_dir() else path
 
 
 def on_config(config):
     config.theme.dirs.insert(0, str(ROOT / "docs/site"))
-    # A sitemap needs the address of the site.
+    # No sitemap, because it would need the address of the site.
     config.theme.static_templates.clear()
     config.nav = [{"Start": INDEX}]
     for heading, words, link in re.findall(r"(?m)^## (.*)|^- \[(.*?)\]\(([^)]*)\)",
@@ -116,7 +117,7 @@ def on_page_read_source(page, config):
 
 
 def on_page_markdown(markdown, page, config, files):
-    """Of a link to a file that has no page remain the words."""
+    """Replaces each link to a file without a page by its words."""
     here = page.file.src_uri
 
     def relink(match):
@@ -141,7 +142,7 @@ def on_page_content(html, page, config, files):
         return html
     text = subprocess.run(["mandoc", "-T", "html", "-O", "fragment,man=%N.%S", ROOT / path],
                           check=True, capture_output=True, encoding="utf-8").stdout
-    # The title line and the date. The headings come below that of the page.
+    # Removes the title line and the date, and lowers the headings below that of the page.
     text = re.sub(r'(?s)<table class="(head|foot)">.*?</table>', "", text)
     text = re.sub(r"(</?h)([12])\b", lambda tag: tag[1] + str(int(tag[2]) + 1), text)
 
@@ -157,7 +158,7 @@ def on_page_content(html, page, config, files):
 
 
 def on_post_build(config):
-    """The index of the search as a script, for offline-search.js."""
+    """Writes the search index as a script, for offline-search.js."""
     index = pathlib.Path(config.site_dir, "search/search_index.json").read_text(encoding="utf-8")
     script = pathlib.Path(config.site_dir, "search/search_index.js")
     script.write_text(f"loadSearchIndex({index});\n", encoding="utf-8")

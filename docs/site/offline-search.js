@@ -1,5 +1,6 @@
-// Search in a site that is opened from files. A browser lets such a page neither fetch the index nor
-// start a worker: the index is a script there, and a hidden frame runs the worker's script.
+// Search in a site that is opened from files. Browsers do not permit such a page to fetch the search
+// index or to start a worker. So the index is loaded as a script, and a hidden frame runs the script
+// of the worker.
 if (location.protocol === "file:") {
   const base = new URL(".", document.currentScript.src);
   let loaded;
