@@ -2,8 +2,8 @@
 // functions before it writes a request.
 //
 // They only read the file system, and send no signals. They do not treat root specially, but may
-// return different results for root, who can search all directories and see all processes. Any
-// directory entry at the program's path counts as the agent, and so does any process with its name.
+// return different results for root, who can search all directories and see all processes. They
+// identify the agent only by the path of its program and by the name of its process.
 #pragma once
 
 namespace UnixPlatform {

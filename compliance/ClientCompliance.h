@@ -66,6 +66,7 @@ struct ClientComplianceResponse {
     // becomes ClientComplianceProgress, whatever it was before.
     void Reset();
 
+    // Returns the number of rows.
     unsigned int GetComplianceCount() const;
 
     // Returns the row at `index`, valid until the rows change.
@@ -89,6 +90,6 @@ struct ClientComplianceResponse {
 // Deliberate: they have no base class, so a handler for std::exception does not catch them.
 class ClientComplianceRequestIOWriteFailure {};   // the request could not be published
 class ClientComplianceResponseIOWriteFailure {};  // the response could not be published
-class ClientComplianceResponseReadFailure {};     // ends inside an element, or has no root
-class ClientComplianceResponseBadDocumentType {}; // the root element has another name
-class ClientComplianceResponseTypeFailure {};     // the response type is missing or unknown
+class ClientComplianceResponseReadFailure {};     // the response is incomplete or has no root
+class ClientComplianceResponseBadDocumentType {}; // the root of the response has another name
+class ClientComplianceResponseTypeFailure {};     // the response has no known type

@@ -22,7 +22,7 @@ ClientComplianceLock& ClientComplianceLock::The() {
     return instance;
 }
 
-// A lock that is held when the process exits cannot be acquired again.
+// If the lock is held when the process exits, later calls of Lock return false.
 ClientComplianceLock::~ClientComplianceLock() {
     if (!iLock)
         return;

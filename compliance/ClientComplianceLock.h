@@ -1,8 +1,8 @@
 // The lock that allows one evaluation at a time on a machine.
 //
 // The request and the response have fixed paths, so an evaluation holds a lock on
-// AgentPaths::lockFile from its first to its last access. The agent creates the directory. The
-// first Lock creates the file, which is never removed.
+// AgentPaths::lockFile from its first access to these documents to its last. The agent creates the
+// directory. The first Lock creates the lock file, which is never removed.
 #pragma once
 
 // A singleton. Not thread-safe; does not exclude other threads of the process.
@@ -25,7 +25,7 @@ public:
     //
     // Deliberate: if another process holds the lock, all later calls in this process return false
     // without a system call, even if the lock is free by then. If opening the file failed, the next
-    // call tries again.
+    // call tries again. COMPLIANCE_ERROR_LOCK documents both for callers of the C API.
     bool Lock() noexcept;
 
     // Releases the lock. Does nothing if it is not held.

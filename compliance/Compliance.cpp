@@ -17,8 +17,8 @@ void ReleaseLock() {
     ClientComplianceLock::The().Unlock();
 }
 
-// Returns 0 if the agent can be called, otherwise the code of the first check that fails. If
-// IsInstalled returns a positive result, the other checks are skipped.
+// Returns 0 if an exchange can begin, otherwise the code of the first check that fails. A positive
+// result of IsInstalled, which this platform never returns, skips the other checks.
 int CheckAgent() {
     int const installed = UnixPlatform::IsInstalled();
     if (installed != 0)
@@ -32,7 +32,8 @@ int CheckAgent() {
     return 0;
 }
 
-// Requests the progress from the agent, into iResponse. Returns the result of the exchange.
+// Requests the progress from the agent and stores its response in iResponse. Returns 0 or an error
+// code.
 int ExchangeProgress() {
     try {
         ClientComplianceRequest request = CreateComplianceRequestProgress();

@@ -12,8 +12,8 @@
 // True while this process holds the exchange lock, from COMPLIANCE_Open to COMPLIANCE_Close.
 extern bool iOwnLock;
 
-// True if COMPLIANCE_Progress has received the final state. The results are in iResponse.
+// True from the final response to COMPLIANCE_Close.
 extern bool iHaveResponse;
 
-// The last response to COMPLIANCE_Progress; after the final one, the rows.
+// The last response to a Progress request. Its items are the result rows if iHaveResponse is true.
 extern ClientComplianceResponse iResponse;

@@ -16,9 +16,10 @@ class XMLTreeParserPL;
 
 // Writes an XML document to a file, with CR LF line breaks and one tab for each open element.
 //
-// Calling sequence: the constructor creates or truncates the file and begins the root; then the
-// elements; End closes the root, flushes the file to disk and closes it. Without End, the document
-// on disk is incomplete. All members throw like the file layer.
+// Calling sequence: the constructor creates or truncates the file and writes the start tag of the
+// root. Write the elements, then call End, which writes the end tag of the root, flushes the file
+// to disk and closes it. Without End, the document on disk is incomplete. All members throw the
+// exceptions of FileWritingPath and FileWriter.
 class ExchangeDocument {
 public:
     ExchangeDocument(FileLocation const& file, char const* root, char const* versionName,
@@ -27,7 +28,7 @@ public:
     void BeginElement(char const* name);
     void EndElement();
 
-    // Writes an element with text, on one line. An empty text leaves the start and the end tag.
+    // Writes an element with text, on one line. If the text is empty, writes only the two tags.
     void WriteElement(char const* name, ConstData text);
 
     void End();
@@ -47,17 +48,18 @@ struct DocumentLocations {
 };
 
 // Renames the temporary document to the published path, with retries; replaces an existing file.
-// Throws FileIOError, except if rename(2) fails (see MoveFile).
+// Throws FileIOError, but a failed rename(2) is not reported (see MoveFile).
 void PublishDocument(DocumentLocations const& locations);
 
-// Publishes the temporary document, even if it is incomplete. Removes it if that fails. Throws only
-// if the removal fails.
+// Publishes the temporary document, even if it is incomplete, or removes it if that fails. Throws
+// only if the removal fails.
 void PublishPartialOrRemove(DocumentLocations const& locations);
 
-// Writes a document by `write()` and publishes it. Returns false after a failure.
+// Writes a document by `write()` and publishes it. Returns true on success, and false after a
+// failure. Throws like PublishPartialOrRemove.
 //
-// Deliberate: after a failure, publishes the incomplete document, or removes it if that fails, too.
-// So the reader detects that a document was written.
+// Deliberate: after a failure, calls PublishPartialOrRemove, so the reader can detect that a
+// document was to be written.
 template <typename Write>
 bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     try {
@@ -70,7 +72,7 @@ bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     return false;
 }
 
-// Parses the file to its end. Does not close it.
+// Parses the file from its start to its end. Does not close it. Throws like FileReadingLoop.
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser);
 
 // Returns the text of a type in both documents, or the empty string for an unknown value.

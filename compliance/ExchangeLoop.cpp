@@ -35,7 +35,7 @@ bool ReadAnswer(ClientComplianceResponse& response) {
     }
 }
 
-// Checks for a response. The last check is at the limit.
+// Waits for the response. Returns 0, or the error code of the timeout.
 int AwaitAnswer(ClientComplianceResponse& response) {
     unsigned int waited = 0;
     unsigned int step = firstSleep;

@@ -8,17 +8,17 @@
 struct ClientComplianceRequest;
 struct ClientComplianceResponse;
 
-// Runs one exchange. First overwrites `response` with an empty one of the request's type; on
-// success, overwrites that with the agent's response.
+// Sends `request` to the agent and stores the response in `response`. After a failure, `response`
+// is empty and has the type of the request. Throws nothing.
 //
 // Returns 0, or one of these COMPLIANCE_ERROR_ codes:
-// - NO_PICKUP: the agent did not remove the request in time.
-// - BAD_RESPONSE: the agent removed the request, but no response could be read in time.
-// - REQUEST_WRITE: the request could not be written.
+// - NO_PICKUP: the agent did not remove the request within 10 seconds.
+// - BAD_RESPONSE: the agent removed the request, but no response could be read within 10 seconds.
+// - REQUEST_WRITE: the request could not be written or published.
 // - EXCHANGE: any other failure.
 //
-// Throws nothing. Sleeps between 1 and 10 seconds while waiting for the response. Retries of a
-// failed write take up to about 6 more seconds; with REQUEST_WRITE they are the only sleep.
+// Sleeps between 1 and 10 seconds while waiting for the response. Failed renames and removals are
+// retried for up to about 6 more seconds; with REQUEST_WRITE these are the only sleeps.
 //
 // Deliberate: any response is accepted. A response does not identify its request, so a response of
 // another type or from an earlier exchange cannot be detected.

@@ -1,4 +1,4 @@
-// A record lock on a file, shared between processes.
+// A record lock on a file, which excludes other processes.
 //
 // The existence and the contents of the file have no meaning; it is never read or written. The
 // system releases the lock when its process exits, so there are no stale locks.
@@ -27,16 +27,16 @@ public:
     InterProcessLock& operator=(InterProcessLock const&) = delete;
 
     // Acquires the write lock. Returns true if it is now held. Does not wait: returns false at once
-    // if another process holds the lock.
+    // if another process holds the lock, or if the system call fails for another reason.
     bool Lock();
 
     // Releases the lock. Does nothing unless the last Lock succeeded.
     //
-    // Deliberate: Unlock can be repeated. Each call makes the system call again, until one fails.
+    // Deliberate: a repeated Unlock makes the system call again, until one fails. Releasing a lock
+    // that is not held has no effect.
     void Unlock();
 
 private:
-    // A valid file descriptor.
     int fd;
     // The result of the last system call of Lock or Unlock. Unlock does nothing if it is false.
     bool locked;

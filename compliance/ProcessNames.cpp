@@ -25,8 +25,8 @@ using DirectoryPtr = std::unique_ptr<DIR, CloseDirectory>;
 // Reads the next entry into `storage`. Returns null at the end and after an error.
 dirent* ReadEntry(DIR* directory, dirent& storage) {
     dirent* entry = nullptr;
-    // Deprecated because a name may not fit into the storage. On Linux it fits: a name has at most
-    // 255 bytes, the C library refuses longer ones, and dirent has room for 256.
+    // readdir_r is deprecated, because a name may not fit into the storage. On Linux it fits: a
+    // name has at most 255 bytes, the C library rejects longer ones, and dirent has room for 256.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     int const error = readdir_r(directory, &storage, &entry);

@@ -6,15 +6,13 @@
 
 #include <functional>
 
-// Calls `matches(id)` for the processes in "/proc", in the order of the directory, until it returns
-// true. Returns true if it did, and false otherwise, even if "/proc" cannot be opened. It is
-// unspecified whether processes that start or end during the call are included. The directory is
-// open during the calls of `matches`.
+// Returns true if `matches(id)` returns true for a process in "/proc". Calls `matches` in the order
+// of the directory, up to the first match. Returns false if "/proc" cannot be opened. Throws
+// std::bad_alloc, and the exceptions of `matches`.
 //
-// Every directory whose name begins with a number other than 0 counts as a process. The number is
-// truncated to 32 bits.
-//
-// Throws std::bad_alloc, and the exceptions of `matches`.
+// It is unspecified whether processes that start or end during the call are included. The directory
+// is open during the calls of `matches`. Every directory whose name begins with a number other than
+// 0 counts as a process. The number is truncated to 32 bits.
 bool AnyProcess(std::function<bool(unsigned int id)> const& matches);
 
 // A capacity that is sufficient for every path.
@@ -30,8 +28,8 @@ constexpr unsigned int processNameCapacity = 4096;
 // The three numbers are from "/proc/<id>/status", of which only the first 511 bytes are read. A
 // number that is not found is -1. They are set even if the function returns false.
 //
-// Special cases: a target whose only "/" is its first byte keeps it ("/agent"). A name from "stat"
-// ends at its first ")". A program whose file was removed has the name "agent (deleted)".
+// Special cases: if the only "/" of the target is its first byte, the name includes it ("/agent").
+// If the file of the program was removed, the name ends in " (deleted)".
 //
 // REQUIRES: `name` has room for `capacity` bytes.
 bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,

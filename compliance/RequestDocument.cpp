@@ -30,7 +30,7 @@ FileLocation TemporaryLocation() {
     return FileLocation(RequestDirectory(), AgentPaths::NameIn(AgentPaths::temporaryRequest));
 }
 
-// An unknown type has no elements.
+// Writes nothing for an unknown type.
 void WriteElements(ExchangeDocument& document, ClientComplianceRequest const& request) {
     ConstData const type = TypeText(request.type);
     if (type.Length() == 0)

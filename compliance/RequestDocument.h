@@ -25,8 +25,9 @@ bool ClientComplianceRequestExists();
 // Reads the document into `request`. Returns false and leaves `request` unchanged if there is no
 // document or it is not a valid request.
 //
-// Children may be in any order; the last of repeated ones counts, and unknown ones are ignored. A
-// document without a known type is a Progress request. Texts end at their first NUL.
+// Children may be in any order. Of several with the same name, the last valid one counts. Unknown
+// ones are ignored. A document without a known type is a Progress request. Texts end at their first
+// NUL.
 bool ClientComplianceRequestIORead(ClientComplianceRequest& request);
 
 // Removes the document, with retries. Does nothing if there is none. Throws FileIOError.

@@ -16,18 +16,17 @@ class XMLTreeParserPL;
 // handled as by ClientComplianceRequestIOWrite, and a failed rename(2) is not reported either.
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
-// Reads the document and returns the response.
-//
-// Throws:
+// Reads the document and returns the response. Throws:
 // - FileNotFoundError if there is no document
 // - ClientComplianceResponseReadFailure if it ends inside an element or has no root
 // - ClientComplianceResponseBadDocumentType if its root has another name
 // - ClientComplianceResponseTypeFailure if it has no known type
 // - the other exceptions of the file layer
 //
-// Children may be in any order, the last valid one of repeated ones counts, and unknown ones are
-// ignored. Progress elements are accepted with every type. Missing texts of a row are empty. Texts
-// end at their first NUL. Numbers are parsed by atoi, so text that is not a number counts as 0.
+// Children may be in any order. Of several with the same name, the last valid one counts. Unknown
+// ones are ignored. Progress elements are accepted with every type. Missing texts of a row are
+// empty. Texts end at their first NUL. Numbers are parsed by atoi, so text that is not a number
+// counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
 
 // Returns the response in a parsed document. Throws like ClientComplianceResponseIORead, except for

@@ -1,4 +1,4 @@
-// The standard file descriptors of a program that is started with some of them closed.
+// Opens the standard file descriptors that are closed when a program starts.
 #pragma once
 
 #include <fcntl.h>
