@@ -8,11 +8,11 @@
 
 #include "simd/FindByte.h"
 
-// Appends the bytes before the first match of `wanted` to `target`. Returns the match, or `end`.
-// `block` is the length of most runs, rounded up to 16, 32, 48 or 64.
+// Appends the bytes before the first match of `wanted` (the run) to `target`. Returns the match, or
+// `end`. `block` is the length of most runs, rounded up to 16, 32, 48 or 64.
 //
-// A short run is found in one or two masks of a block. The block is appended whole and truncated,
-// so no branch depends on the length, which would be mispredicted.
+// The first two blocks are searched by a match mask each. A block is appended whole and then
+// truncated to the run, because a branch on the length of the run would often be mispredicted.
 template <int block, class... Bytes>
 inline char const* AppendUntil(std::string& target, char const* from, char const* end,
                                Bytes... wanted) {

@@ -80,7 +80,7 @@ inline void SimpleXMLParserPL::Leave(State current, State next) {
         if (next == InCharacterData)
             DeliverTag();
         break;
-    case InEndElementName: // which nothing but character data follows
+    case InEndElementName: // only InCharacterData follows
         handler->EndElement(elementName);
         break;
     case InAttributeValue:
@@ -127,8 +127,8 @@ inline void SimpleXMLParserPL::Enter(State next) {
     }
 }
 
-// This operation and the next two take most of the time of a parse. They are inline in the loop of
-// ParseRange, because a call costs as much as the work on a short run.
+// ReadCharacterData, ReadElementName and ReadEndElementName take most of the time of a parse. They
+// are inline in the loop of ParseRange, because a call costs as much as the work on a short run.
 inline char const* SimpleXMLParserPL::ReadCharacterData(char const* from, char const* end) {
     char const* const stop = AppendUntil<64>(characterData, from, end, '<', '&');
     if (stop == end)
@@ -236,7 +236,7 @@ char const* SimpleXMLParserPL::ReadEscape(char const* from, char const* end, Sta
 }
 
 // Returns the end of the opening of a CDATA section, or null if the name and the bytes from `from`
-// on do not form one. The opening may arrive in several runs, with a dropped dash between them.
+// on do not form one. A chunk boundary or a dropped dash may split the opening.
 char const* SimpleXMLParserPL::EndOfSectionOpening(char const* from, char const* end) const {
     std::size_t const known = elementName.size();
     if (known >= sectionOpening.size())
@@ -333,7 +333,7 @@ bool SimpleXMLParserPL::SectionEndsHere(char const* from, char const* stop) cons
 }
 
 // Holds back the last two bytes and appends the bytes before them to the text. NUL bytes are
-// dropped, because a NUL marks an empty place among the two.
+// dropped, because 0 means that no byte is held back.
 void SimpleXMLParserPL::TakeSectionBytes(char const* from, char const* end) {
     if (end - from >= 2) {
         char const waiting[] = {earlierCharacter, previousCharacter};

@@ -11,29 +11,30 @@
 
 // Parses a document in chunks. The events are independent of how the input is split.
 //
-// Calling sequence: Parse for each chunk. There is no call for the end of a document: text and tags
-// that are incomplete at the end of the input are not reported, and the handler decides whether the
-// document was complete. Another document may follow one that ended with a tag.
+// Calling sequence: call Parse for each chunk. There is no call for the end of a document: text and
+// tags that are incomplete at the end of the input are not reported, and the handler decides
+// whether the document was complete. Another document may follow one that ended with a tag.
 //
 // Deliberate differences from the XML standard:
 // - Whitespace in a tag is the space alone. Tab, CR and LF are ordinary bytes there and become part
 //   of names. In text, whitespace and line ends are kept unchanged.
 // - Text is reported in several calls: one for each run between tags, escapes and CDATA sections,
 //   and one for each escape.
-// - The name of an end tag is all bytes from its slash to ">", including spaces. End tags are not
-//   matched with start tags. "<a/>" is only an end tag; after a space or an attribute, the slash
-//   is part of an attribute name. So every element needs an end tag.
+// - A slash in the name of a tag makes it an end tag. Its name is the bytes before the slash and
+//   all bytes between the slash and ">", including spaces. End tags are not matched with start
+//   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After a
+//   space or an attribute, a slash is part of an attribute name.
 // - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
 // - In the name of a start tag, a single dash is dropped, and a second one begins a comment.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
-// - "?" before an attribute is skipped. A name that starts with "?" is a processing instruction; a
-//   name such as "!DOCTYPE" is an element.
+// - "?" before an attribute is skipped. A tag whose name begins with "?" is a processing
+//   instruction. A tag with a name such as "!DOCTYPE" is a start tag.
 // - In a CDATA section, NUL bytes are dropped.
 // - Escapes: &lt; &gt; &amp; &quot; and hexadecimal references up to 0xFF, written with a small x.
-//   A reference gives one byte, not a character. Every other escape stays as it was written, and
-//   one with no semicolon lasts until the next semicolon, over tags and quotes.
+//   A reference denotes one byte, not a code point. Every other escape is kept as written. An
+//   escape ends at the next semicolon, even if tags and quotes are before it.
 //
-// Error handling: no input is an error. Exceptions of the handler and std::bad_alloc pass through
+// Error handling: no input is an error. Exceptions of the handler and std::bad_alloc propagate from
 // Parse; the rest of the chunk is lost, and the parser stays in the state that it was leaving.
 class SimpleXMLParserPL : public XMLHandler {
 public:
@@ -48,8 +49,8 @@ public:
 
     ~SimpleXMLParserPL() override;
 
-    // Parse the next chunk. Allocate only while the internal strings are shorter than those of the
-    // document.
+    // Parse the next chunk. The internal strings are reused, so memory is allocated only when they
+    // grow.
     void Parse(char const* bytes, unsigned int count);
     void Parse(std::string const& text);
 
@@ -113,9 +114,11 @@ private:
 
     // Transitions set these four characters, and the two pointers and two counters below, before
     // they are read.
-    char currentCharacter;  // the byte that caused the transition
-    char previousCharacter; // in a CDATA section: the last byte and the one before it, held back
-    char earlierCharacter;  // because they may belong to "]]>"; 0 for none
+    char currentCharacter; // the byte that caused the transition
+    // In a CDATA section: the last byte and the one before it, held back because they may belong to
+    // "]]>". 0 means that there is none.
+    char previousCharacter;
+    char earlierCharacter;
     char attributeQuote;
 
     std::string characterData;
@@ -124,7 +127,7 @@ private:
 
     std::vector<XMLAttribute const*> attributePointers;
     std::vector<XMLAttribute> attributeStorage; // reused from tag to tag, never shrunk
-    std::string* currentAttributeName;          // both in the current entry
+    std::string* currentAttributeName;          // both point into the current entry
     std::string* currentAttributeValue;
     unsigned int attributeCount; // complete attributes of the current tag
 

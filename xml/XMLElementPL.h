@@ -58,7 +58,7 @@ public:
     // Sets the name and the attributes, clears the text, and makes all children old ones.
     void Reset(std::string const& newName, std::vector<XMLAttribute const*> const& newAttributes);
 
-    // A passkey: only XMLElementPL can make one.
+    // A passkey: only XMLElementPL can create one.
     class CopyKey {
         friend class XMLElementPL;
         explicit CopyKey() = default;

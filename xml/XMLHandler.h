@@ -13,22 +13,22 @@ using XMLAttribute = Pair<std::string, std::string>;
 
 // A receiver of events. Names and texts are bytes in the encoding of the document.
 //
-// Error handling: exceptions pass through the parser.
+// Error handling: exceptions propagate to the caller of the parser.
 class XMLHandler {
 public:
     virtual ~XMLHandler() = default;
 
-    // A start tag. Attributes are in document order, including duplicates.
+    // Receives a start tag. Attributes are in document order, including duplicates.
     virtual void StartElement(std::string const& name,
                               std::vector<XMLAttribute const*> const& attributes) = 0;
 
-    // An end tag. There may be no matching start tag.
+    // Receives an end tag. There may be no matching start tag.
     virtual void EndElement(std::string const& name) = 0;
 
-    // Text. The text between two tags may arrive in several calls.
+    // Receives text. The text between two tags may arrive in several calls.
     virtual void Characters(std::string const& text) = 0;
 
-    // A processing instruction or the XML declaration. The name starts with "?".
+    // Receives a processing instruction or the XML declaration. The name begins with "?".
     virtual void DoProcessingInstructionElement(std::string const&,
                                                 std::vector<XMLAttribute const*> const&) {}
 };

@@ -8,8 +8,8 @@
 #include "xml/SimpleXMLParserPL.h"
 #include "xml/XMLElementPL.h"
 
-// Calling sequence: Parse for each chunk, then HasOpenElements and GetRootElement. A document is
-// complete if there is a root and no element is open.
+// Calling sequence: call Parse for each chunk, then HasOpenElements and GetRootElement. A document
+// is complete if there is a root and no element is open.
 //
 // Like its base class, it accepts every input:
 // - An end tag closes the innermost open element, whatever its name, or does nothing if there is
@@ -18,15 +18,15 @@
 // - If there are several outermost elements, each replaces the root, and the last one stays.
 // - Processing instructions and the XML declaration are dropped.
 //
-// The parser owns the tree. References into it are valid as long as the parser, until a Parse or an
-// XMLElementPL::Reset changes the element.
+// The parser owns the tree. References into the tree are valid as long as the parser, until a Parse
+// or an XMLElementPL::Reset changes the element.
 class XMLTreeParserPL : public SimpleXMLParserPL {
 public:
     XMLTreeParserPL();
     ~XMLTreeParserPL() override;
 
     // Clears the stack of open elements, so the next start tag replaces the root. The tree and the
-    // state of the base class do not change: it is meant for use after complete documents.
+    // state of the base class do not change. Call Reset only after a complete document.
     void Reset();
 
     bool HasOpenElements() const { return !elementStack.empty(); }

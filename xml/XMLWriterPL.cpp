@@ -13,7 +13,7 @@ namespace {
 
 using namespace Ascii::Sets;
 
-// Enough tabs for most documents, followed by either opening of a tag.
+// Enough tabs for most documents, followed by "</", which begins with the other opening, "<".
 constexpr std::string_view tabsAndOpening = "\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t</";
 constexpr std::size_t maxTabs = tabsAndOpening.size() - 2;
 
@@ -81,7 +81,7 @@ bool ShowsLineFeed(ConstData comment) {
 
 constinit XMLWriterPL::AttributeList const XMLWriterPL::emptyAttributeList;
 
-// Inline, because a document is many short writes.
+// Inline, because a document consists of many short writes.
 
 inline void XMLWriterPL::Write(ConstData text) { receiver->Receive(text); }
 

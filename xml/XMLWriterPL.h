@@ -27,16 +27,19 @@ class InvalidXMLAttributeName : public ExceptionPL {
 // Calling sequence: BeginDocument; any mix of BeginElement, EndElement and content; EndDocument.
 // The order is not checked, and the destructor writes nothing: an abandoned document is incomplete.
 //
-// The receiver gets views of the arguments, of constants, and of temporaries for escaped bytes.
-// They are valid during the call only. Element names are copied, other arguments are not.
+// The receiver is called with views of the arguments, of constants, and of temporaries for escaped
+// bytes. The views are valid only during this call. The writer copies element names only.
 //
 // Escapes: "<", ">" and "&" are written as &lt; &gt; &amp; in text and attribute values.
-// Deliberate: a double quote is escaped, as &quot;, in attribute values only; a single quote never;
-// bytes from 0x80 on by WriteString only, each as one hexadecimal reference. Control bytes and line
-// feeds are written unchanged.
+// Deliberate: the format of the exchange (docs/exchange.md) depends on these rules:
+// - A double quote is escaped, as &quot;, in attribute values only; a single quote is never
+//   escaped.
+// - Bytes from 0x80 on are escaped in text only, each as one hexadecimal reference, and not by
+//   WriteUTF8String.
+// - Control bytes and line feeds are written unchanged.
 //
-// Error handling: only names are checked, if `checkNames` is set. Exceptions of the receiver pass
-// through, and the writer keeps the state it had at that moment.
+// Error handling: only names are checked, if `checkNames` is set. Exceptions of the receiver
+// propagate, and the writer keeps the state it had at that moment.
 class XMLWriterPL {
 public:
     // Names and values.
@@ -70,9 +73,10 @@ public:
     // end.
     void EndDocument();
 
-    // Throw InvalidXMLElementName or InvalidXMLAttributeName, with nothing written, if `checkNames`
-    // is set and a name is not valid. A name is valid if it begins with an ASCII letter, "_" or
-    // ":", and goes on with these, ASCII digits, ".", "-" and the byte 0xB7.
+    // Write a start tag, on a new line except in flat layout. Throw InvalidXMLElementName or
+    // InvalidXMLAttributeName, with nothing written, if `checkNames` is set and a name is not
+    // valid. A valid name begins with an ASCII letter, "_" or ":". Its other bytes are these, ASCII
+    // digits, ".", "-" and the byte 0xB7.
     void BeginElement(ConstData name, AttributeList const& attributes);
     void BeginElement(char const* name, AttributeList const& attributes);
     void BeginElement(StringPL const& name, AttributeList const& attributes);
@@ -85,17 +89,19 @@ public:
     void WriteString(StringPL const& text);
     void WriteUTF8String(char const* text);
 
-    // Writes a CDATA section, with a line break like text. REQUIRES: no "]]>" in `text`.
+    // Writes a CDATA section, on a new line as by WriteString. REQUIRES: no "]]>" in `text`.
     void WriteCDataString(char const* text);
 
     // Writes a comment, on a new line except in flat layout. If there is a line feed after its
     // first byte, the text is written between two line breaks, in all layouts.
     //
-    // Deliberate: the second of two dashes is dropped and the byte after it is not examined. So
-    // three dashes leave two, and a line feed at that position does not count.
+    // Deliberate: the second of two dashes is dropped, because "--" is not allowed in a comment.
+    // The byte after it is not examined. So three dashes leave two, and a line feed at that
+    // position does not count.
     void WriteComment(StringPL text);
 
-    // Write escaped bytes and nothing else. With `isUTF8`, bytes from 0x80 on are not escaped.
+    // Write the text with escapes, and nothing else. With `isUTF8`, bytes from 0x80 on are not
+    // escaped.
     void WriteCharacterData(ConstData data, bool isUTF8);
     void WriteAttributeValue(ConstData value);
 
