@@ -7,11 +7,11 @@
 //
 // Include this header also for the members that are declared with their classes and defined here:
 // FileName(UStringRef<UTF8>), FileName::MakeLocal8BitRef, FileName::MakeUTF8String and
-// FileLocation::Local8BitPath. The two views copy nothing, are marked as terminated, and are valid
-// until the name or the location changes.
+// FileLocation::Local8BitPath. MakeLocal8BitRef and Local8BitPath return views, which are marked as
+// terminated and valid until the name or the location changes.
 //
 // Error handling: InvalidTextEncoding for ill-formed text (declared in
-// unicode/GenericTranscoder.h); UnixPlatform::WideToMultiByteConvertError for a character that the
+// unicode/GenericTranscoder.h); UnixPlatform::WideToMultiByteConvertError for a code point that the
 // locale cannot encode, and UnixPlatform::MultiByteToWideConvertError for a name that it cannot
 // decode (both declared in unicode/LocalEncoding.h). Names are validated after the conversion.
 //

@@ -8,7 +8,7 @@
 class FileWritingPath;
 
 // Writes the stream to an open file, chunk by chunk without buffering. Each Start begins again at
-// the bound position. The path stays open at the end. If the file was longer, its tail is kept.
+// the bound position. ReceiveEnd does not close the path, and does not truncate a longer file.
 //
 // Error handling: like FileWriter; the flush like FileWritingPath::Flush.
 class FileDataSink : private DataReceiver {

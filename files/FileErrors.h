@@ -1,7 +1,7 @@
 // Exceptions for failed operations on files.
 //
 // All classes derive directly from FileIOError and add no members. The code is the error number of
-// the system call that failed, or 0 if the operation itself refused.
+// the system call that failed, or 0 if none failed, unless a class states otherwise.
 #pragma once
 
 #include <string>
@@ -12,14 +12,12 @@
 class FileLocation;
 struct FileIOErrorDetails;
 
-// An error number and the names of up to two files. Its size is one pointer besides the virtual
-// table.
+// An error number and the names of up to two files. An object is as large as two pointers.
 //
 // Error handling: the constructors allocate and may throw std::bad_alloc.
 class FileIOError : public DebuggableException {
 public:
-    // Code 0 means that no system call failed. Names may be empty; a location is stored as its
-    // path.
+    // Names may be empty; a location is stored as its path.
     explicit FileIOError(int code);
     FileIOError(ConstData name, int code);
     FileIOError(ConstData first, ConstData second, int code);
@@ -49,12 +47,13 @@ private:
     FileIOErrorDetails* details;
 };
 
-// A file that must exist does not, or one that must not exist does.
+// A file that must exist does not exist.
 class FileNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
     FileNotFoundError() : FileIOError(0) {}
 };
+// An entry exists where none, or only a directory, is allowed.
 class FileFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -64,17 +63,19 @@ class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A directory does not exist, or a part of a path is not a directory.
+// A directory does not exist, or a component of a path is not a directory.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// An entry exists at the location of a new directory, or only one of the two locations of
+// ForceMoveFile is a regular file.
 class DirectoryFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
 
-// An argument of a creation is invalid.
+// The location of a new directory or file is empty. Thrown by UnixPlatform functions only.
 class DirectoryCreateFailed : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -84,22 +85,24 @@ public:
     using FileIOError::FileIOError;
 };
 
-// The location is unsuitable for the operation. EmptyFileLocationError has no name.
+// A location is empty. The exception has no name.
 class EmptyFileLocationError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A path without "/" has no parent.
+// The parent of a path without "/" was requested.
 class InvalidFileLocation : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
+// The parent of the root was requested.
 class RootHasNoParent : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
 
-// An item vanished before it was examined.
+// An entry vanished between two examinations, or an item describes no entry. The exception has no
+// name.
 class InvalidStats : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -114,7 +117,8 @@ class FileMoveError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// The code is 0 for a file and 1 for a directory, never an error number.
+// A file or directory with a unique name could not be created. The code is 0 for a file and 1 for a
+// directory, never an error number.
 class CreateUniqueFileLocationFailed : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -146,7 +150,7 @@ public:
     using FileIOError::FileIOError;
 };
 
-// A read returned fewer bytes than requested.
+// A read returned fewer bytes than requested. The code is EndOfFileCode.
 class EndOfFileError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -167,7 +171,7 @@ inline constexpr int EndOfFileCode = 90;
 // message.
 std::string MakeErrorString(unsigned int errorNumber);
 
-// Throws the class for the error number of a function that is not a member of a reader, writer or
-// path, with `where` and the number. Does nothing for 0, so callers can pass a saved errno
-// unchecked. files/unix/FileErrorMappers.h has the table of all mappings.
+// Throws the exception for `errorNumber` in the column "function" of
+// files/unix/FileErrorMappers.h, with the path of `where`. Returns for 0, so callers can pass a
+// saved errno unchecked.
 void ThrowFileError(FileLocation const& where, int errorNumber);

@@ -15,7 +15,7 @@ public:
     // An item with no location, in the state StatsNothingThere.
     FileItem() = default;
 
-    // Throws like ThrowFileError if nothing exists at `where` or the link is dangling, normally
+    // Throws like ThrowFileError if nothing exists at `where` or if it is a dangling link, normally
     // FileNotFoundError.
     explicit FileItem(FileLocation const& where);
     FileItem(UnixPlatform::FileItem const& item);
@@ -24,7 +24,7 @@ public:
     // first). Reads the whole file; throws like ReadFile.
     std::uint32_t Checksum() const;
 
-    // Calls SetModificationTime with the retries of FileRetry.h, which defines this function. Every
-    // exception leads to a retry, even EmptyFileLocationError.
+    // Calls SetModificationTime with the retries of FileRetry.h. Every exception leads to a retry,
+    // even EmptyFileLocationError. Defined in FileRetry.cpp.
     void SetModificationTimeWithRetry(Instant time, FileRetryLog const& log);
 };

@@ -1,8 +1,7 @@
 // A path as a value; every operation on files takes one.
 //
 // files/unix/FileLocation.h declares the operations on paths (Parent, Name, Relative, ...). This
-// class adds validated names, factory functions and comparison. Pass locations by reference, copy
-// to store.
+// header adds validated names, factory functions and comparison.
 #pragma once
 
 #include "data/ConstData.h"

@@ -5,9 +5,9 @@
 // reached. Nothing is undone after a failure.
 //
 // Error handling: all throw EmptyFileLocationError for an empty location, unless stated otherwise.
-// If an operation refuses by itself, the exception has the code 0 and names the location. Failed
-// system calls throw by ThrowFileError (FileErrors.h). Moves throw InvalidStats, without a name, if
-// an entry vanishes between two examinations.
+// A failed system call throws by ThrowFileError (FileErrors.h); other exceptions have the code 0
+// and name the location. Moves throw InvalidStats, without a name, if an entry vanishes between two
+// examinations.
 //
 // FileTrees.h declares operations on trees, FileRetry.h variants with retries, and
 // files/unix/FileOperations.h the platform's variants.
@@ -21,8 +21,8 @@ class FileLocation;
 // FileFoundError if anything exists there. If setting the permissions fails, the file stays.
 void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 
-// Create a directory with the permissions of `info`, or 0777, without the umask. Throw
-// DirectoryFoundError if anything exists there.
+// Create a directory. Its permissions are those of `info`, for the second function 0777, without
+// those in the umask. Throw DirectoryFoundError if anything exists there.
 void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
 void CreateDirectoryForUserAppAccess(FileLocation const& location);
 
@@ -50,9 +50,9 @@ void ForceNonexistence(FileLocation const& location);
 // FileReadingLoopEndOfFileError: files that return fewer bytes than their length (most files of
 // /sys), and files of unknown length (FileReadingPath::Length).
 //
-// If ForceNonexistence leaves something at `to`, ForceCopyFile throws FileExistsError, with the
-// system's code. ForceCopyFile does not detect that `from` and `to` are the same file, which is
-// then lost.
+// If ForceNonexistence does not remove the entry at `to`, ForceCopyFile throws FileExistsError,
+// with the system's code. ForceCopyFile does not detect that `from` and `to` are the same file,
+// which is then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
@@ -66,30 +66,29 @@ void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 // - A link to a directory: the contents of the target move, and then removing the link throws.
 // - Anything else stays where it is, without an error.
 //
-// Deliberate: if rename(2) fails for another reason, the function returns normally and nothing has
-// moved. A caller that must know examines both locations.
+// Deliberate: callers depend on a normal return if rename(2) fails for another reason. Nothing has
+// moved then. A caller that requires the move must examine both locations.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
-// Replaces `to` by `from`, if both are regular files or neither is. A directory at `to` must be
-// empty. If ForceNonexistence leaves something at `to`, throws FileFoundError. Throws
-// FileNotFoundError if nothing exists at `from`, and DirectoryFoundError if only one of the two is
-// a regular file.
+// Moves `from` to `to` like MoveFile, after removing an existing `to` by ForceNonexistence. Throws
+// FileNotFoundError if nothing exists at `from`, DirectoryFoundError if both exist and only one is
+// a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
 //
 // DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
 // function does not detect that `from` and `to` are the same file, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
-// Clears the three write permissions, or sets them. Follows a symbolic link.
+// Clears the three write permissions, or sets them if `readOnly` is false. Follows a symbolic link.
 //
-// Setting them also clears all permissions in the umask, even those that the file had before. The
-// umask is read by changing it for a moment, for the whole process.
+// Setting them also clears all permissions in the umask, even those that the file had before. To
+// read the umask, the function changes it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 // Returns the bytes that are free on the file system, including those reserved for the superuser.
 // Returns -1 if statvfs(2) fails. An empty location is no error.
 //
-// Deliberate: blocks and block size are multiplied in 64 bits. A product of 2^63 or more counts as
-// a failure, and one of 2^64 or more wraps before that.
+// The number of blocks and the block size are multiplied in 64 bits. A product of 2^63 or more
+// counts as a failure, and one of 2^64 or more wraps before that.
 long long CalculateFreeSpace(FileLocation const& location);
 
 // Does nothing on this platform; an empty location is no error.

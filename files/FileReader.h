@@ -26,9 +26,9 @@ public:
     // FileNotOpenError if the path is not open. REQUIRES: the path outlives the reading.
     void Start(FileReadingPath const& path, unsigned long long position);
 
-    // True if the position is not less than the length of the file, which each call gets again,
-    // because the file may grow. If the length is unknown (files of /proc), the function reads one
-    // byte to find the end; once found, the end is final until Start.
+    // True if the position is not less than the length of the file, which each call determines
+    // again, because the file may grow. If the length is unknown (files of /proc), the function
+    // reads one byte to find the end; once found, the end is final until Start.
     //
     // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
     // files of /sys) is never finished; its caller must also stop when a read returns no bytes.
@@ -38,8 +38,8 @@ public:
     // none.
     DataReader& operator>>(Buffer& target) override;
 
-    // Calls read(2) once, so a short read counts as the end of the file. In this case throws
-    // EndOfFileError instead of NoMoreData; the bytes read are in `target`, and the position
+    // Fills `target` by one call of read(2). A short read counts as the end of the file: throws
+    // EndOfFileError, not NoMoreData. The bytes read are then in `target`, and the position
     // includes them.
     DataReader& operator>>(Data target) override;
 

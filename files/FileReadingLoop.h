@@ -17,8 +17,8 @@ class FileReadingPath;
 class FileReadingLoopEndOfFileError : public DebuggableException {};
 
 // Delivers exactly the bytes from `start` to `stop` (exclusive), or throws
-// FileReadingLoopEndOfFileError after the last byte of the file. It throws if the range extends
-// beyond the file, if the file shrinks, and if a read returns no bytes before the length is
+// FileReadingLoopEndOfFileError after the last byte of the file. The loop throws if the range
+// extends beyond the file, if the file shrinks, and if a read returns no bytes before the length is
 // reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk is never
 // empty. Nothing is allocated.
 //

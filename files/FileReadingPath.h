@@ -1,8 +1,8 @@
 // A file opened for reading.
 //
-// A path owns a file descriptor and opens, measures and closes it. Streams (FileReader,
-// FileReadingLoop) point to a path and read its bytes. Not thread-safe. Several streams can use a
-// path in turn, because each seeks before a transfer.
+// A FileReadingPath owns a file descriptor: it opens, measures and closes the file. Streams
+// (FileReader, FileReadingLoop) point to this object and read the bytes. Not thread-safe. Several
+// streams can use a path in turn, because each seeks before a transfer.
 #pragma once
 
 #include "files/FileLocation.h"

@@ -1,11 +1,11 @@
-// Operations on files with up to eight attempts and exponential backoff.
+// Operations on files with up to seven retries and exponential backoff.
 //
-// The pauses between attempts are 16, 32, 64, 128, 256, 512 and 1,024 ms. A permanent failure takes
-// 2,032 ms; then the exception of the last attempt reaches the caller.
+// The backoff is 16, 32, 64, 128, 256, 512 and 1,024 ms, so a permanent failure takes 2,032 ms. The
+// exception of the last attempt then propagates to the caller.
 //
 // Deliberate: every exception leads to a retry, even FileNotFoundError. Only EmptyFileLocationError
-// ends the attempts at once, even if the log throws it. The two members named at the end of this
-// header retry after that exception, too.
+// propagates at once, even if the log throws it. The two members named at the end of this header
+// retry after that exception, too.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -24,11 +24,11 @@ class FileLocation;
 // Deliberate: no virtual destructor. Logs are on the stack and never deleted through this class.
 class FileRetryLog {
 public:
-    // The operation has succeeded at the attempt `attempts`, which is greater than 1.
+    // Called if the operation has succeeded at attempt number `attempts`, which is 2 to 8.
     virtual void LogRetrySuccess(char const* operation, FileLocation const* first,
                                  FileLocation const* second, unsigned int attempts) const;
 
-    // The operation has failed at all 8 attempts.
+    // Called if the operation has failed at all attempts; `attempts` is 8.
     virtual void LogRetryFailure(char const* operation, FileLocation const* first,
                                  FileLocation const* second, unsigned int attempts) const;
 };
@@ -50,7 +50,8 @@ void CreateDirectoryWithRetry(FileLocation const& location, DirectoryCreatingInf
 
 // The second function creates the directory with the permissions 0777 without the umask.
 //
-// Deliberate: the first function passes the name "ForceDirectoryExistenceWithInfo" to the log.
+// Deliberate: the first function passes the name "ForceDirectoryExistenceWithInfo" to the log, so
+// that the log entries of the two functions differ.
 void ForceDirectoryExistenceWithInfoWithRetry(FileLocation const& location,
                                               DirectoryCreatingInfo const& info,
                                               FileRetryLog const& log);
@@ -60,8 +61,7 @@ void CopyFileWithRetry(FileLocation const& from, FileLocation const& to, FileRet
 void ForceCopyFileWithRetry(FileLocation const& from, FileLocation const& to,
                             FileRetryLog const& log);
 
-// If the system refuses a move, MoveFile returns normally (see FileOperations.h), so there is no
-// retry.
+// MoveFile does not report a failed rename(2) (see FileOperations.h), so it is not retried.
 void MoveFileWithRetry(FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
 void ForceMoveFileWithRetry(FileLocation const& from, FileLocation const& to,
                             FileRetryLog const& log);
@@ -70,6 +70,6 @@ void DeleteFileWithRetry(FileLocation const& location, FileRetryLog const& log);
 void DeleteDirectoryWithRetry(FileLocation const& location, FileRetryLog const& log);
 void ForceNonexistenceWithRetry(FileLocation const& location, FileRetryLog const& log);
 
-// Two more functions are members and declared with their classes:
+// Two more functions with retries are members, and declared with their classes:
 // FileWritingPath::FlushOnBrokenFilesystemsWithRetry and FileItem::SetModificationTimeWithRetry.
 // They retry after every exception.

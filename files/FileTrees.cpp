@@ -27,10 +27,10 @@ std::vector<std::size_t> MissingLevels(FileLocation const& location) {
     std::vector<std::size_t> missing;
     std::string path = MakeString(location.Bytes());
     for (;;) {
-        FileStats stands;
-        stands.get(path.c_str());
-        if (!stands.IsNothingThere()) {
-            if (!stands.IsDirectory())
+        FileStats entry;
+        entry.get(path.c_str());
+        if (!entry.IsNothingThere()) {
+            if (!entry.IsDirectory())
                 throw FileFoundError(ConstData(path), 0);
             return missing;
         }
@@ -55,10 +55,10 @@ using CopyLevels = std::list<CopyLevel>;
 void RequireDirectory(FileLocation const& location) {
     if (UnixFileInfo(location).IsNothingThere())
         throw DirectoryNotFoundError(location, 0);
-    UnixFileInfo const stands(location);
-    if (stands.IsNothingThere())
+    UnixFileInfo const entry(location);
+    if (entry.IsNothingThere())
         throw InvalidStats(0);
-    if (!stands.IsDirectory())
+    if (!entry.IsDirectory())
         throw DirectoryNotFoundError(location, 0);
 }
 

@@ -11,11 +11,11 @@
 class FileLocation;
 
 // Creates the directory and all missing parents, with the permissions 0777 without the umask.
-// Throws FileFoundError, with the location, if the location has anything other than a directory.
-// Throws InvalidFileLocation for a relative path without an existing directory.
+// Throws FileFoundError, with the path of the entry, if the location or a parent exists and is not
+// a directory. Throws InvalidFileLocation for a relative path whose first component does not exist.
 void CreateDirectoryTree(FileLocation const& location);
 
-// Copies all entries of `from` to `to`, and creates the tree of `to` if it is missing. Directories
+// Copies all entries of `from` to `to`, which CreateDirectoryTree creates if necessary. Directories
 // are copied with their contents, all other entries by CopyFileWithRetry; a link to a regular file
 // becomes a copy of its target. Throws DirectoryNotFoundError if `from` is not a directory, and
 // InvalidStats, without a name, if it vanishes during the call.

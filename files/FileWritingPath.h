@@ -35,8 +35,8 @@ public:
     // is close-on-exec.
     //
     //                      if the file exists        if it does not exist
-    //   OpenExisting       opened, kept              throws FileNotFoundError
-    //   OpenExistingOrNew  opened, kept              created
+    //   OpenExisting       opened, contents kept     throws FileNotFoundError
+    //   OpenExistingOrNew  opened, contents kept     created
     //   OpenNew            throws FileExistsError    created
     //   OpenNewOrAsNew     truncated                 created
     void OpenExisting(FileLocation const& where);

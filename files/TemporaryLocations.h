@@ -1,14 +1,14 @@
 // The temporary directory, a user's session directory, and files and directories with unique names.
 //
 // mkstemp(3) and mkdtemp(3) create unique names atomically, so concurrent threads and processes
-// never get the same one.
+// never receive the same name.
 #pragma once
 
 #include <string>
 
 class FileLocation;
 
-// Returns "/tmp", whatever the environment. The first call in the process creates the directory if
+// Returns "/tmp", even if TMPDIR is set. The first call in the process creates the directory if
 // it is missing, and throws like CreateDirectoryTree; after an exception, the next call tries
 // again.
 FileLocation TemporaryFileDirLocation();
@@ -38,15 +38,16 @@ FileLocation CreateUniqueFileLocation(char const* prefix);
 // the exceptions of Parent.
 FileLocation CreateUniqueFileLocationWithHint(FileLocation const& hint, char const* prefix);
 
-// Returns an unused name that begins with "temp", in the temporary directory or in the directory
-// that CreateUniqueFileLocationWithHint selects. The function creates the file and removes it
-// again. Throws EmptyFileLocationError if `hint` is empty.
+// Returns a location where nothing exists, with a name that begins with "temp", in the temporary
+// directory or in the directory that CreateUniqueFileLocationWithHint selects. The function creates
+// the file and removes it again. Throws EmptyFileLocationError if `hint` is empty.
 //
 // Another process can take the name before the caller does. A caller that can use an empty file
 // should call the functions above instead.
 FileLocation LocationForTemporaryFile();
 FileLocation LocationForTemporaryFile(FileLocation const& hint);
 
-// Calls CreateUniqueFileLocation(prefix), with "tarvik" in place of a null prefix. Never throws: if
-// the creation fails, returns false and leaves `result` unchanged.
+// Stores the result of CreateUniqueFileLocation(prefix) in `result`, with "tarvik" in place of a
+// null prefix. Returns true on success. Never throws: if the creation fails, returns false and
+// leaves `result` unchanged.
 bool MakeTemporaryFileLocation(FileLocation& result, char const* prefix);

@@ -7,8 +7,8 @@
 
 namespace UnixPlatform {
 
-// An item can be filled from any location. If the file cannot be examined, the Handle functions
-// throw or, with `tolerant`, accept the item.
+// An item can be filled from any location. If Fill returns an error, the Handle functions decide
+// whether to report it: with `tolerant`, a dangling link is not an error.
 //
 // Fill an item by Fill only. The inherited Set examines another path without changing Location, so
 // SetModificationTime would change the file at the old location.
@@ -26,7 +26,7 @@ public:
     int Fill(FileLocation const& where);
     int Fill(FileLocation const& parent, FileName const& name);
 
-    // False if the link is dangling and `tolerant` is set, otherwise true.
+    // False if the item is a dangling link and `tolerant` is set, otherwise true.
     bool MustReportError(bool tolerant) const;
     // Returns the negation of MustReportError.
     bool HandleTryToGetError(bool tolerant) const;

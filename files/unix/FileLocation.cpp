@@ -79,14 +79,14 @@ void FileLocation::Set(FileLocation const& parent, ConstData const& name) {
         throw std::length_error("FileLocation");
 
     char* const target = stored < insideSize ? inside : new char[stored + 1];
-    char* const tailPlace = target + base.Length() + (name[0] == '/' ? 0 : 1);
+    char* const tailStart = target + base.Length() + (name[0] == '/' ? 0 : 1);
     // Moves the tail first: if both arguments are parts of this path, the base is not overwritten.
     if (!tail.IsEmpty())
-        std::memmove(tailPlace, tail.begin, tail.Length());
-    tailPlace[tail.Length()] = '\0';
+        std::memmove(tailStart, tail.begin, tail.Length());
+    tailStart[tail.Length()] = '\0';
     std::memmove(target, base.begin, base.Length());
-    if (tailPlace != target + base.Length())
-        tailPlace[-1] = '/';
+    if (tailStart != target + base.Length())
+        tailStart[-1] = '/';
     Adopt(target, static_cast<unsigned int>(stored));
 }
 

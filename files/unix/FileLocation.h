@@ -55,7 +55,7 @@ public:
     // the root. Returns the empty name for the empty location.
     FileName Name() const;
 
-    // Throws EmptyFileLocationError if the location is empty.
+    // True if the path is exactly "/". Throws EmptyFileLocationError if the location is empty.
     bool IsRoot() const;
 
     // True if this process may not write there: access(2) fails with EACCES or EROFS. Other
@@ -71,8 +71,8 @@ public:
     // Returns the same bytes as Bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> Local8BitPath() const;
 
-    // Returns the stored length. Use Bytes to measure the path: if Set got a name that begins with
-    // "/", the stored length is greater by one, until the location is copied.
+    // Returns the stored length. Use Bytes to measure the path: after Set with a name that begins
+    // with "/", the stored length is greater by one, until the location is copied.
     unsigned int StoredLength() const { return length; }
 
 private:

@@ -36,12 +36,13 @@ public:
     FileLoop(FileLoop const&) = delete;
     FileLoop& operator=(FileLoop const&) = delete;
 
-    // Start again, and free the previous list. A null wildcard matches every name. If examining an
-    // entry throws, init leaves the loop empty, and Start leaves it at the entry.
+    // List the directory `where` and examine the first entry. The previous list is freed. A null
+    // wildcard matches every name. If examining the entry throws, init leaves the loop empty, and
+    // Start leaves it at the entry.
     void init(FileLocation const& where, bool tolerateBrokenLinks, char const* wildcard);
     void Start(FileLocation const& where, bool tolerateBrokenLinks, char const* wildcard);
 
-    // Does nothing if there is no current entry.
+    // Examines the next entry. Does nothing if there is no current entry.
     FileLoop& operator++();
 
     bool HasItem() const { return index < count; }

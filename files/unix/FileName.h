@@ -39,9 +39,9 @@ public:
     FileName& operator=(FileName const& other);
     ~FileName() { Release(); }
 
-    // Checks, in this order: the length, the reserved names, the bytes. If it finds a "/", the name
-    // is left with the new length and the bytes before the "/"; do not use it any further. `name`
-    // may be a part of this name.
+    // Validates and stores the bytes. Checks, in this order: the length, the reserved names, the
+    // bytes. If there is a "/", this name is left with the new length and the bytes before the "/";
+    // do not use it any further. `name` may be a part of this name.
     void Set(char const* name, unsigned int nameLength);
 
     // Stores the bytes without validating them. `name` may be a part of this name.
@@ -68,8 +68,8 @@ public:
     bool HasSuffix(char const* suffix, bool ignoreCase) const;
     bool HasPrefix(char const* prefix, bool ignoreCase) const;
 
-    // True if the name has a suffix that begins with a dot or has one before it: "report.txt" has
-    // the extensions ".txt" and "txt", "reporttxt" and "txt" have neither.
+    // True if the name has the suffix `extension`, with a dot as its first byte or before it:
+    // "report.txt" has the extensions ".txt" and "txt", "reporttxt" and "txt" have neither.
     bool HasExtension(char const* extension, bool ignoreCase) const;
 
     // True if `pattern` matches the whole name (see MatchWildcard). Case-sensitive.
@@ -78,13 +78,13 @@ public:
     // Returns the digits 0 to 9 at the start. Throws IllegalFileName if there are none.
     FileName PrefixDigits() const;
 
-    // Returns the name without its last bytes, as many as `extension` has: "a.txt" without ".txt"
-    // is "a", without "txt" it is "a.", with its dot. Throws ExtensionDoesNotMatch if HasExtension
-    // is false, and IllegalFileName if the result would be empty.
+    // Returns the name without the suffix `extension`: "a.txt" without ".txt" is "a", without "txt"
+    // it is "a.", with its dot. Throws ExtensionDoesNotMatch if HasExtension is false, and
+    // IllegalFileName if the result would be empty.
     FileName NameBeforeExtension(char const* extension, bool ignoreCase) const;
 
-    // Throws PrefixDoesNotMatch if HasPrefix is false, and IllegalFileName if the result would be
-    // empty.
+    // Returns the name without the prefix. Throws PrefixDoesNotMatch if HasPrefix is false, and
+    // IllegalFileName if the result would be empty.
     FileName NameAfterPrefix(char const* prefix, bool ignoreCase) const;
 
     // Returns the bytes before the last dot, or the whole name if it has no dot. Empty for

@@ -76,10 +76,10 @@ void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& 
 
 void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo const& info) {
     RequireNonEmpty(location);
-    UnixFileInfo const stands(location);
-    if (stands.IsNothingThere())
+    UnixFileInfo const entry(location);
+    if (entry.IsNothingThere())
         MakeDirectory(location, info);
-    else if (!stands.IsDirectory())
+    else if (!entry.IsDirectory())
         throw FileFoundError(location, 0);
 }
 
@@ -96,10 +96,10 @@ void DeleteDirectory(FileLocation const& location) {
 }
 
 void ForceNonexistence(FileLocation const& location) {
-    UnixFileInfo const stands(location);
-    if (stands.IsRegularFile())
+    UnixFileInfo const entry(location);
+    if (entry.IsRegularFile())
         DeleteFile(location);
-    else if (stands.IsDirectory())
+    else if (entry.IsDirectory())
         DeleteDirectory(location);
 }
 

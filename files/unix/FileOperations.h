@@ -1,6 +1,7 @@
 // The implementation of files/FileOperations.h and files/FileTrees.h, whose contracts apply.
 //
-// The difference: an empty location is not rejected first, and has the result stated here.
+// Only empty locations differ: the functions do not reject them first, but have the results stated
+// here.
 #pragma once
 
 #include "files/CreatingInfo.h"

@@ -20,12 +20,12 @@ public:
     // Throws FileNotOpenError if the path is not open.
     void Start(FileReadingPath const& newPath, unsigned long long newPosition);
 
-    // True if the position is less than the length of the file, which each call gets again, because
-    // the file may grow. If the length is unknown, reads one byte to find the end. Once no byte was
-    // read, the result is false until Start.
+    // True if the position is less than the length of the file, which each call determines again,
+    // because the file may grow. If the length is unknown, reads one byte to find the end. Once no
+    // byte was read, the result is false until Start.
     bool Unfinished() const;
 
-    // Reads the whole range by one read(2); does nothing if it is empty. If fewer bytes are read,
+    // Fills `target` by one call of read(2); does nothing if it is empty. If fewer bytes are read,
     // throws EndOfFileError; the position includes these bytes.
     FileReader& operator>>(Data target);
 

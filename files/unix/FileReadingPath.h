@@ -21,13 +21,14 @@ public:
     FileReadingPath(FileReadingPath const&) = delete;
     FileReadingPath& operator=(FileReadingPath const&) = delete;
 
-    // Stores `where`, even if the open fails; later exceptions name it. The file descriptor is
-    // close-on-exec.
+    // Opens an existing file for reading. Stores `where`, even if the open fails; later exceptions
+    // name it. The file descriptor is close-on-exec.
     //
-    // Deliberate: a file that is already open is not closed, and its file descriptor leaks. The
-    // path "/proc/kmsg" (case-insensitive) throws FileIOError with the code 0 before anything is
-    // opened, because reading it would block until the next message of the kernel. Other paths of
-    // that file are not detected.
+    // A file that is already open is not closed, and its file descriptor leaks: call Close first.
+    //
+    // Deliberate: the path "/proc/kmsg" (case-insensitive) throws FileIOError with the code 0
+    // before anything is opened, because reading it would block until the next message of the
+    // kernel. Other paths of that file are not detected.
     virtual void OpenExisting(FileLocation const& where);
 
     // The result of Length for a file whose length is unknown.
@@ -41,8 +42,8 @@ public:
     // ThrowError.
     unsigned long long Length() const;
 
-    // Does nothing if the path is not open. If close(2) fails, the file counts as closed, and the
-    // function throws like ThrowError of this class.
+    // Closes the file. Does nothing if the path is not open. If close(2) fails, the file counts as
+    // closed, and the function throws like ThrowError of this class.
     void Close();
 
     // Throws the exception for `errorNumber` in the column "reading path" of

@@ -1,6 +1,5 @@
-// The implementation of files/TemporaryLocations.h, whose contract applies.
-//
-// The difference: the directory of a unique name is not checked first.
+// The implementation of files/TemporaryLocations.h, whose contract applies, except that an empty
+// directory is not rejected.
 #pragma once
 
 #include <string>

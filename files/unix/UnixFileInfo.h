@@ -12,11 +12,10 @@ class UnixFileInfo : public FileStats {
 public:
     UnixFileInfo() = default;
 
-    // Fills the object from the location; a failed system call results in the state
-    // StatsNothingThere or StatsBrokenLink.
+    // Calls Set; a failed system call results in the state StatsNothingThere or StatsBrokenLink.
     explicit UnixFileInfo(FileLocation const& location);
 
-    // Calls FileStats::get with the location's text.
+    // Fills the object by FileStats::get, and returns its result.
     int Set(FileLocation const& location);
 
     // Return the times of the target, in whole seconds.
@@ -29,7 +28,8 @@ public:
 
 // True if state, stat record and lstat record are equal.
 //
-// Deliberate: two objects in the state StatsNothingThere are not equal.
+// Deliberate: two objects in the state StatsNothingThere are not equal, because neither describes a
+// file.
 bool operator==(UnixFileInfo const& left, UnixFileInfo const& right);
 
 // Return the argument: the times of the file system are Instants.
