@@ -18,8 +18,8 @@ bool ReadCommandLine(int count, char const* const* arguments, CommandLine& comma
         return false;
     commandLine.url = arguments[2];
     commandLine.doc = arguments[3];
-    // Unsigned, so that a negative number is refused as too large. Text that is no number counts as
-    // 0 by the rules of atoi.
+    // Unsigned, so that a negative number is rejected as too large. Text that is not a number
+    // counts as 0, by atoi.
     if (count == 5)
         // NOLINTNEXTLINE(cert-err34-c): see above
         commandLine.flags = static_cast<unsigned int>(std::atoi(arguments[4]));

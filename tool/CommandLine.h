@@ -3,7 +3,7 @@
 
 // The parsed arguments. The strings are those of the arguments.
 struct CommandLine {
-    char const* url = nullptr; // null, like `doc`, for a request without them
+    char const* url = nullptr; // null, like `doc`, with the option -d
     char const* doc = nullptr;
     unsigned int flags = 0; // 0 to 15
 };

@@ -17,7 +17,7 @@ void PrintRow(unsigned int index) {
     char const* evaluationTime;
     char const* description;
     char const* comment;
-    // GCOVR_EXCL_START: each row below the count is there, until the evaluation is closed
+    // GCOVR_EXCL_START: each row below the count exists until the evaluation is closed
     if (COMPLIANCE_IndexedValue(index, &designator, &result, &resultType, &evaluationTime,
                                 &description, &comment) != 0)
         return;
@@ -25,7 +25,7 @@ void PrintRow(unsigned int index) {
     std::printf("    Designator: %s\n", designator);
     std::printf("        Result: %s\n", result);
     std::printf("   Result Type: %s\n", resultType);
-    // The micro sign is always the byte B5: labels are not in the encoding of the locale.
+    // The micro sign is always the byte 0xB5: labels do not depend on the locale.
     std::printf("Eval Time (\xB5"
                 "s): %s\n",
                 evaluationTime);

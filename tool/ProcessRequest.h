@@ -1,8 +1,9 @@
-// Runs one compliance request and prints its results.
+// Runs one compliance evaluation and prints its results.
 #pragma once
 
-// Opens a request, waits for its end, closes it, and prints the results on standard output. `url`
-// and `doc` may be null. Waits without a limit, as long as the agent reports progress.
+// Opens an evaluation, polls until it ends, prints the results on standard output, and closes it.
+// `url` and `doc` may be null. There is no timeout as long as the agent reports progress.
 //
-// Deliberate: prints nothing if polling fails by a timeout, an unreadable response or a lost lock.
+// Deliberate: prints nothing if a poll fails, for example by a timeout or an unreadable response.
+// Scripts depend on this output.
 void ProcessRequest(char const* url, char const* doc, unsigned int flags);
