@@ -1,6 +1,6 @@
 // A scenario: a text file that specifies the behaviour of the stand-in agent.
 //
-// A line has one statement; a line that begins with "#" is a comment. Words are separated by spaces
+// A line has one statement. A line that begins with "#" is a comment. Words are separated by spaces
 // or tabs. README.md in this folder lists the statements.
 #pragma once
 

@@ -68,8 +68,8 @@ pid_t OtherAgent() {
     return found;
 }
 
-StandInAgent::StandInAgent(Scenario const& whatToDo, volatile std::sig_atomic_t const& whenToStop)
-    : scenario(whatToDo), stop(whenToStop) {}
+StandInAgent::StandInAgent(Scenario const& theScenario, volatile std::sig_atomic_t const& stopFlag)
+    : scenario(theScenario), stop(stopFlag) {}
 
 void StandInAgent::Serve() {
     CreateDirectoryTree(MakeFileLocation(AgentPaths::requestDirectory));

@@ -19,8 +19,8 @@ public:
     StandInAgent(Scenario const& scenario, volatile std::sig_atomic_t const& stop);
 
     // Creates the two directories of the exchange if they do not exist, then serves requests.
-    // Prints each request and action on standard output. Throws like the file layer if creating a
-    // directory fails.
+    // Prints each request and action on standard output. Throws FileIOError if a directory cannot
+    // be created.
     //
     // A request that cannot be handled is reported and not removed. A request is not removed either
     // if serving stops during its delay. A request that is replaced during its delay gets no
