@@ -31,7 +31,7 @@ struct EvaluationRow {
 
 class Evaluation {
 public:
-    // Opens the evaluation; blocks for a second or more. Throws EvaluationError.
+    // Opens the evaluation; blocks for a second or more. Throws EvaluationError and std::bad_alloc.
     Evaluation(std::string const& url, std::string const& doc, unsigned int flags = 0) {
         int const code = Open(url.c_str(), doc.c_str(), flags);
         if (code != 0)
@@ -45,8 +45,8 @@ public:
     Evaluation(Evaluation const&) = delete;
     Evaluation& operator=(Evaluation const&) = delete;
 
-    // Asks the agent for its progress; blocks for a second or more. Returns the percentage, or
-    // nullopt if the evaluation has finished. Throws EvaluationError; can be called again after it.
+    // Requests the progress from the agent; blocks for a second or more. Returns the percentage, or
+    // nullopt if the evaluation has finished. Throws EvaluationError, and can then be called again.
     std::optional<int> Poll() {
         int percent = 0;
         int error = 0;
@@ -58,7 +58,7 @@ public:
         case 3:
             return percent;
         default:
-            throw EvaluationError("the agent could not be asked", state);
+            throw EvaluationError("the poll failed", state);
         }
     }
 
@@ -73,7 +73,7 @@ public:
     }
 
 private:
-    // COMPLIANCE_Open throws if memory is exhausted before the exchange. It holds the lock then.
+    // COMPLIANCE_Open throws if memory is exhausted before the exchange. The lock is then held.
     static int Open(char const* url, char const* doc, unsigned int flags) {
         try {
             return COMPLIANCE_Open(url, doc, flags);

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Evaluates a compliance document from Python, by ctypes and libclientcompliance.so.1.
+"""Evaluates a compliance document from Python, with ctypes and libclientcompliance.so.1.
 
 As a module:
 
@@ -15,9 +15,9 @@ As a program, which prints one JSON object for each row:
 Exit status: 0 finished, 1 no results, 2 wrong arguments, 130 interrupted by Ctrl-C.
 
 Not thread-safe; one evaluation at a time in a process. After error code -6 (another process holds
-the lock), all further attempts of this process fail with -6, so retry in a new process. A signal
-with a handler, including Ctrl-C, interrupts the sleep of the current call, which may fail for this
-reason. Python runs the handler after the call.
+the lock), each further evaluation of this process fails with -6, so retry in a new process. A
+signal with a handler, including Ctrl-C, interrupts the sleep of the current call, which may fail
+for this reason. Python runs the handler after the call.
 """
 
 import collections
@@ -26,7 +26,7 @@ import json
 import sys
 import time
 
-# Texts are bytes of an unspecified encoding. The error handler converts bytes that are not UTF-8 to
+# Texts are bytes in an unspecified encoding. The error handler converts bytes that are not UTF-8 to
 # lone surrogates, and back to the same bytes.
 ENCODING = ("utf-8", "surrogateescape")
 
@@ -39,7 +39,7 @@ CODES = {
     -5: "a request is already waiting for the agent",
     -6: "another process holds the lock, or the agent is not installed",
     -7: "the agent's answer can't be read",
-    -8: "no final response is held",
+    -8: "the evaluation has not finished",
     -15: "an evaluation is already open in this process",
     -16: "the exchange with the agent failed",
     -17: "the request could not be written",
@@ -97,7 +97,7 @@ class Evaluation:
         self._library.COMPLIANCE_Close()
 
     def poll(self):
-        """Asks the agent for its progress. Returns the percentage, or None if it has finished."""
+        """Requests the progress. Returns the percentage, or None if the evaluation has finished."""
         percent, error = ctypes.c_int(), ctypes.c_int()
         state = self._library.COMPLIANCE_Progress(ctypes.byref(percent), ctypes.byref(error))
         if state == 1:
@@ -106,7 +106,7 @@ class Evaluation:
             raise Error("the agent reports an error", error.value, AGENT_ERRORS)
         if state == 3:
             return percent.value
-        raise Error("the agent could not be asked", state, CODES)
+        raise Error("the poll failed", state, CODES)
 
     def wait(self, progress=lambda percent: None):
         """Polls until the evaluation has finished, and returns its rows."""

@@ -30,7 +30,7 @@ case $status in
 0) ;;
 255) misused ;;
 *)
-    echo "evaluate.sh: no results: the tool did not end by itself (status $status)" >&2
+    echo "evaluate.sh: no results: ClientCompliance failed (exit status $status)" >&2
     exit 1
     ;;
 esac
@@ -40,7 +40,7 @@ case "$output" in
 *)
     # The last line has an error code, the error of the agent, or the last percentage.
     last=$(printf '%s\n' "$output" | tail -n 1)
-    echo "evaluate.sh: no results: ${last:-the agent did not answer}" >&2
+    echo "evaluate.sh: no results: ${last:-a poll failed}" >&2
     exit 1
     ;;
 esac
@@ -51,7 +51,7 @@ printf '%s\n' "$output" | awk '
     /^        Result: / { row[++rows] = substr($0, 17) "\t" designator }
     END {
         if (rows != wanted) {
-            print "evaluate.sh: a value holds line ends; the rows can not be told apart" \
+            print "evaluate.sh: no results: a text contains line breaks, so rows are ambiguous" \
                 >"/dev/stderr"
             exit 1
         }

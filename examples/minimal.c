@@ -1,5 +1,5 @@
 /*
- * The minimal evaluation: opens it, polls until it ends, prints a line for each row, closes it.
+ * Runs a minimal evaluation: opens it, polls until it ends, prints a line for each row, closes it.
  *
  *     cc -o minimal minimal.c $(pkg-config --cflags --libs clientcompliance)
  *     ./minimal URL DOC
@@ -31,7 +31,7 @@ int main(int count, char** arguments) {
 
     code = COMPLIANCE_Open(arguments[1], arguments[2], 0);
     if (code != 0) {
-        /* The evaluation is not open, so it must not be closed. */
+        /* No evaluation is open, so COMPLIANCE_Close is not needed. */
         fprintf(stderr, "minimal: the evaluation could not be opened: %d\n", code);
         return 1;
     }
@@ -43,7 +43,7 @@ int main(int count, char** arguments) {
     else if (state == 2)
         fprintf(stderr, "minimal: the agent reports the error %d\n", error);
     else
-        fprintf(stderr, "minimal: the agent could not be asked: %d\n", state);
+        fprintf(stderr, "minimal: the poll failed: %d\n", state);
 
     /* Required even after a failure. Invalidates the texts of the rows. */
     COMPLIANCE_Close();

@@ -1,5 +1,6 @@
 /*
- * An evaluation with a timeout. SIGINT and SIGTERM close it before they end the program.
+ * Runs an evaluation with a timeout. SIGINT and SIGTERM end the program after the evaluation is
+ * closed.
  *
  *     cc -o timed timed.c $(pkg-config --cflags --libs clientcompliance)
  *     ./timed SECONDS URL DOC
@@ -8,9 +9,8 @@
  *
  *  - Signals are blocked during calls of the C API, and accepted between polls. A signal handler
  *    would interrupt the sleep of a call, which would then fail too early.
- *  - COMPLIANCE_Close is called in any case, to inform the agent. Therefore, the end can take as
- *    long as the current call and the close together: usually up to 2 seconds, or 20 if the agent
- *    hangs.
+ *  - COMPLIANCE_Close is called in any case, to inform the agent. Therefore, the program ends up to
+ *    two calls later than requested: usually up to 2 seconds, or 20 if the agent hangs.
  *  - The timeout is checked between calls, using the monotonic clock.
  *
  * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 timeout; or terminated by the signal.
@@ -52,7 +52,8 @@ static int print_rows(void) {
     return fflush(stdout) == 0 ? finished : failed;
 }
 
-/* Polls until the evaluation ends. Returns the exit status. Stores a signal that ends it. */
+/* Polls until the evaluation ends, the timeout expires or a signal is pending. Returns the exit
+   status, and stores the signal in *by_signal. */
 static int poll_until(double end, sigset_t const* signals, int* by_signal) {
     for (;;) {
         int percent = 0;
@@ -63,7 +64,7 @@ static int poll_until(double end, sigset_t const* signals, int* by_signal) {
         if (state == 2)
             fprintf(stderr, "timed: the agent reports the error %d\n", error);
         else if (state != 3)
-            fprintf(stderr, "timed: the agent could not be asked: %d\n", state);
+            fprintf(stderr, "timed: the poll failed: %d\n", state);
         if (state != 3)
             return failed;
         fprintf(stderr, "timed: %d%%\n", percent);

@@ -102,11 +102,12 @@ INSTANTIATE_TEST_SUITE_P(
         Example{"ShellPrintsErrorOfTheAgent", EndWith("2", "-22"), shell, 1, "",
                 "evaluate.sh: no results: Client reports not available right now.\n"},
         // The tool itself prints nothing here, and exits with 0.
-        Example{"ShellReportsMissingAnswer", EndWith("4", "0"), shell, 1, "",
-                "evaluate.sh: no results: the agent did not answer\n"},
+        Example{"ShellReportsFailedPoll", EndWith("4", "0"), shell, 1, "",
+                "evaluate.sh: no results: a poll failed\n"},
         Example{"ShellRejectsAmbiguousRows",
                 Finish(Row({"d", "r", "t", "1", "x\n        Result: Compliant", "c"})), shell, 1,
-                "", "evaluate.sh: a value holds line ends; the rows can not be told apart\n"}),
+                "",
+                "evaluate.sh: no results: a text contains line breaks, so rows are ambiguous\n"}),
     [](auto const& test) { return std::string(test.param.name); });
 
 TEST(ExamplesTest, MinimalPrintsErrorCodeOfOpen) {
@@ -202,7 +203,7 @@ TEST(ExamplesTest, ShellReportsMissingTool) {
     EXPECT_EQ(ExitStatus::Exited(1), result.status);
     EXPECT_EQ("", result.output);
     EXPECT_TRUE(result.errors.ends_with(
-        "\nevaluate.sh: no results: the tool did not end by itself (status 127)\n"))
+        "\nevaluate.sh: no results: ClientCompliance failed (exit status 127)\n"))
         << result.errors;
 }
 
