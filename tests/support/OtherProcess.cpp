@@ -196,35 +196,40 @@ void ChildProcess::Kill(int signal) {
 
 bool ChildProcess::IsRunning() {
     siginfo_t end{};
-    // The files of an ended process in /proc exist until it is reaped.
     if (!ended && waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT) == 0 &&
-        end.si_pid == child) {
-        runnable = RunnableTime(std::to_string(child));
-        KillAndReap();
-    }
+        end.si_pid == child)
+        Reap();
     return !ended.has_value();
 }
 
-void ChildProcess::KillAndReap() {
+void ChildProcess::Reap() {
+    // The files of an ended process in /proc exist until it is reaped.
+    runnable = RunnableTime(std::to_string(child));
     int status = 0;
-    if (ended)
-        return;
-    kill(child, SIGKILL);
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     ended = MakeExitStatus(status);
 }
 
+void ChildProcess::KillAndReap() {
+    if (ended)
+        return;
+    kill(child, SIGKILL);
+    Reap();
+}
+
 ExitStatus ChildProcess::WaitUntilEnd(milliseconds limit) {
-    if (IsRunning()) {
-        auto const process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
-        IsReady(process, limit);
-        close(process);
-    }
-    if (IsRunning()) {
+    if (!IsRunning())
+        return *ended;
+    auto const process = static_cast<int>(syscall(SYS_pidfd_open, child, 0));
+    bool const hasEnded = IsReady(process, limit);
+    close(process);
+    if (!hasEnded) {
         KillAndReap();
         throw std::runtime_error("the other process was killed after the timeout");
     }
+    // Blocks while the leak checker of an ended process still traces it.
+    Reap();
     return *ended;
 }
 

@@ -70,6 +70,7 @@ public:
 protected:
     ChildProcess() = default;
     ~ChildProcess();
+    void Reap();
     void KillAndReap();
     ExitStatus WaitUntilEnd(std::chrono::milliseconds limit);
 
