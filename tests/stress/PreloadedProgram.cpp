@@ -64,8 +64,8 @@ void PlayedAgent::Reset() {
 
 std::vector<std::string> PlayedAgent::Seen() {
     std::vector<std::string> seen;
-    for (SeenRequest const& request : AgentRecord(ContentOf(agentRecord).value_or("")).requests)
-        seen.push_back(request.bytes);
+    for (SeenRequest const& taken : AgentRecord(ContentOf(agentRecord).value_or("")).requests)
+        seen.push_back(taken.bytes);
     return seen;
 }
 
