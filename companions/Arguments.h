@@ -34,16 +34,19 @@ struct OptionRule {
 // Not thread-safe, because getopt_long(3) is not.
 class Arguments {
 public:
-    // Error messages contain the operand names. If the last name ends with "...", further operands
-    // are accepted. Throws CommandLineError for an unknown option, a missing or unexpected value,
-    // and an excess operand. Does not check for missing operands.
+    // Parses the arguments of main; the first one is the program's name and is skipped. Accepts at
+    // most as many operands as there are names, or any number if the last name ends with "...".
+    // Error messages contain the names.
+    //
+    // Throws CommandLineError for an unknown option, a missing or unexpected value, and an excess
+    // operand. Does not check for missing operands.
     Arguments(std::span<OptionRule const> rules, std::span<char const* const> operandNames,
               int count, char const* const* arguments);
 
-    // `option` is the name in the option's rule.
+    // Returns whether the command line has the option with this name in its rule.
     bool Has(std::string const& option) const { return values.contains(option); }
     // Returns the values in the order of the command line: one for each occurrence of the option,
-    // empty if it takes no value.
+    // an empty string if it takes no value. Returns an empty list without the option.
     std::vector<std::string> const& Values(std::string const& option) const;
     std::vector<std::string> const& Operands() const { return operands; }
 

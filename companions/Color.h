@@ -5,9 +5,11 @@
 
 class Output;
 
-// Automatic: on a terminal, unless NO_COLOR is set or TERM is "dumb".
+// Automatic: on a terminal, unless NO_COLOR is set and not empty, or TERM is "dumb", empty or not
+// set.
 enum class ColorMode { automatic, always, never };
 
+// Returns whether to write escape sequences for colours to the output.
 bool UsesColor(ColorMode mode, Output const& output);
 
 inline constexpr std::string_view green = "\x1b[32m";

@@ -36,10 +36,11 @@ struct EqualDesignators {
 };
 
 struct Difference {
-    // Indices of rows, ascending.
+    // Indices of the rows that only the old result has, and of those that only the new one has;
+    // ascending.
     std::vector<std::size_t> removed = {};
     std::vector<std::size_t> added = {};
-    // The indices in the old and in the new result, sorted by the latter.
+    // Pairs of an index in the old and an index in the new result, sorted by the latter.
     std::vector<std::pair<std::size_t, std::size_t>> changed = {};
     // Set by KeepRegressions: the number of removed rows whose old result was good. They are not
     // regressions, because they have no new result.
@@ -60,8 +61,9 @@ Difference CompareRows(std::vector<StoredRow> const& oldRows,
 void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide const& newSide,
                      std::vector<std::string> const& goodResults);
 
-// Returns warnings about the two results, one line each: different hosts or documents, a new result
-// that is older than the old one, missing provenance, designators that are not unique.
+// Returns a warning for each of these: different hosts, documents or sites, a new result that is
+// older than the old one, a stale answer, missing provenance, a designator that is not unique, and
+// `Difference::missing`.
 std::vector<std::string> DescribeSides(Difference const& difference, DiffSide const& oldSide,
                                        DiffSide const& newSide);
 

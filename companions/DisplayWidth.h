@@ -29,8 +29,8 @@ private:
 std::size_t DisplayWidth(std::string_view text);
 
 // Returns the length in bytes of the longest prefix that takes at most `width` columns, but of at
-// least one character. Combining characters are not separated from their base character, unless
-// that is wider than `width`.
+// least one character. Combining characters are not separated from their base character, unless the
+// base character is wider than `width`.
 //
 // REQUIRES: this thread has a WidthLocale; `text` is not empty.
 std::size_t PrefixWithin(std::string_view text, std::size_t width);

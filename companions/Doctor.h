@@ -58,7 +58,8 @@ Finding CheckModesOfRequestDirectory();
 Finding CheckModesOfResponseDirectory();
 // Checks that the file system of the request directory has free space and inodes.
 Finding CheckSpace();
-// Implements CheckSpace. Only root can use the reserved blocks of a file system.
+// Returns whether a block and an inode are free for the user; for CheckSpace. Only root can use the
+// reserved blocks of a file system.
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot);
 // Returns the finding for a directory entry that cannot be examined: skipped if the check of its
 // directory reports the reason, otherwise a problem.
@@ -101,8 +102,8 @@ constexpr long long maxResponseBytes = 1LL << 30;
 // request has changed since, it may belong to an evaluation that began in between, so it is not
 // reported as abandoned.
 Finding CheckRequest(FileFacts const& before, LockState const& lock);
-// Checks that a temporary request, if there is one, can be overwritten.
+// Checks that a temporary request, if there is one, can be overwritten and renamed.
 Finding CheckTemporaryRequest();
-// Checks that the response, if there is one, can be read and fits into memory. An old response is a
-// note.
+// Checks that the response, if there is one, can be read and has at most maxResponseBytes. An old
+// response is a note.
 Finding CheckResponse();

@@ -79,7 +79,7 @@ std::string DescribeAge(long long seconds) {
         return "dated in the future";
     Unit unit = {1, "second"};
     for (Unit const& larger : units) {
-        // A unit is used from 2 of it, which limits the error of omitting the remainder.
+        // At least 2 of a unit, so the omitted remainder is less than a third of the age.
         if (seconds >= 2 * larger.seconds) {
             unit = larger;
             break;

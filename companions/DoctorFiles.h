@@ -19,7 +19,8 @@ public:
     // lstat(2) failed for another reason.
     bool IsUnexaminable() const { return entryError != 0 && !IsAbsent(); }
     bool IsLink() const { return entryError == 0 && S_ISLNK(entry.st_mode); }
-    // True if the inode and its time of change (st_ctime) are the same, or if neither has an entry.
+    // True if the inode and its time of change (st_ctime) are the same, or if lstat(2) failed for
+    // both with the same error.
     bool HasSameEntryAs(FileFacts const& other) const;
 
     // The target. The exchange follows symbolic links, too.
@@ -76,7 +77,7 @@ std::string DescribeAge(long long seconds);
 // Root and the owners of the file and of the directory can do both.
 bool IsKeptByStickyDirectory(FileFacts const& file, FileFacts const& directory);
 
-// True if the kernel refuses to open the existing file with O_CREAT, whatever its mode: it is in a
-// sticky directory that others can write to, and belongs neither to this user nor to the owner of
-// the directory (fs.protected_regular of proc(5)). Applies to root, too.
+// True if the kernel refuses to open the existing file with O_CREAT, whatever its mode: it belongs
+// neither to this user nor to the owner of its directory, which is sticky and world-writable, or
+// group-writable if fs.protected_regular (proc(5)) is 2. Applies to root, too.
 bool IsProtectedByStickyDirectory(FileFacts const& file, FileFacts const& directory);

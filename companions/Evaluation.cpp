@@ -36,7 +36,7 @@ private:
     std::optional<Clock::time_point> const end;
 };
 
-// Closes an evaluation that COMPLIANCE_Open has opened, at the latest when it is destroyed.
+// An evaluation that COMPLIANCE_Open has opened. The destructor closes it unless Close was called.
 class OpenEvaluation {
 public:
     OpenEvaluation() = default;
@@ -67,7 +67,7 @@ private:
 
 Row GetRow(unsigned int index) {
     std::array<char const*, rowFieldNames.size()> texts{};
-    // NOLINTNEXTLINE(readability-container-data-pointer): the first of six places
+    // NOLINTNEXTLINE(readability-container-data-pointer): the first of six elements
     if (COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3], &texts[4],
                                 &texts[5]) != 0)
         texts.fill("");

@@ -27,7 +27,7 @@ struct EvaluationEnd {
         failed,     // a function of the C API returned the error code `number`
         timedOut,   // the deadline has passed
         stopped,    // the stop signal `number` was received (StopSignals.h)
-        stale,      // the final answer was stale; `number` is the state it has, 1 or 2
+        stale,      // the final answer was stale; `number` is its state, 1 (finished) or 2 (error)
     };
 
     What what = finished;
@@ -43,8 +43,8 @@ struct EvaluationEnd {
     ResponseState answer = {};
 };
 
-// Opens an evaluation, polls it with pauses of one second until it ends, passes the rows to
-// `useRows`, and closes it. After COMPLIANCE_Open has returned 0, always closes the evaluation,
+// Opens an evaluation, polls it until it ends, passes the rows to `useRows`, and closes it. Waits
+// one second between polls. After COMPLIANCE_Open has returned 0, always closes the evaluation,
 // including after a timeout, a stop signal or an exception.
 //
 // Checks the deadline and the signals between calls of the C API, so a running exchange completes

@@ -18,12 +18,12 @@ struct FileIdentity {
     auto operator<=>(FileIdentity const&) const = default;
 };
 
-// Returns the identity of a file, following symbolic links. Returns nullopt if neither the file nor
-// its directory exists, or if the path ends with "/" and does not exist.
+// Returns the identity of a file, following symbolic links. Returns nullopt if stat(2) fails for
+// both the file and its directory, or if it fails for a path that ends with "/".
 std::optional<FileIdentity> IdentifyFile(std::string const& path);
 
-// A file on the command line: the option or operand that names it, and its path. The path of
-// standard output is only shown.
+// A file on the command line: the option or operand that names it, and its path. For standard
+// output, the path is used only in messages.
 struct NamedFile {
     std::string name;
     std::string path;

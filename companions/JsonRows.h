@@ -11,7 +11,8 @@
 class Output;
 struct Rows;
 
-// "schemaVersion" and the version of the schema file. New members change only the latter.
+// The members "schemaVersion" of the document and of its provenance. The latter is the version of
+// the schema file, and the only one that new members change.
 constexpr int jsonReaderVersion = 1;
 constexpr int jsonSchemaVersion = 2;
 

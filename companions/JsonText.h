@@ -17,8 +17,8 @@ void AddText(nlohmann::ordered_json& object, std::string const& name, std::strin
 void AddTextOrNull(nlohmann::ordered_json& object, std::string const& name,
                    std::optional<std::string_view> text);
 
-// Returns an object with the number of rows for each result. The numbers of results with the same
-// readable text are added, which is possible if they are not UTF-8.
+// Returns an object with the number of rows for each result. Adds the numbers of results with the
+// same readable text, which results that are not UTF-8 can have.
 nlohmann::ordered_json MakeCounts(ResultCounts const& counts);
 
 // Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.

@@ -108,7 +108,7 @@ std::string FormatLabels(Metrics const& metrics) {
 
 // Returns an upper bound for the size of metrics with these labels.
 std::size_t MaxSizeOf(Metrics const& metrics) {
-    // Those of the results, those of the other rows, and six single ones.
+    // One for each result, one for all other results, and six metrics with one sample.
     constexpr std::size_t maxSamples = maxResults + 7;
     // The name, the escaped result, the value, and lines HELP and TYPE.
     constexpr std::size_t maxRestOfSample = 1024;

@@ -16,7 +16,7 @@ struct Metrics {
     std::string document = {};
     std::string config = {};
     int exitStatus = 0;
-    // The final answer was there before its request.
+    // The final answer existed before its request.
     bool stale = false;
     timespec start = {};
     std::chrono::milliseconds duration{};
@@ -26,8 +26,8 @@ struct Metrics {
     std::optional<unsigned int> failing = {};
 };
 
-// Returns all metrics, each with HELP and TYPE lines. Times are values. Samples have no timestamps,
-// because the collector rejects them.
+// Returns all metrics, each with HELP and TYPE lines. Times are values of samples, because the
+// collector rejects timestamps.
 //
 // `former` is the previous content of the file, possibly empty. If the evaluation did not finish,
 // the samples of rows with the same labels are kept, because a failed run must not end an alert for

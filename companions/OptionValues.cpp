@@ -47,7 +47,7 @@ std::optional<long long> ParseNumber(std::string_view text) {
     return number;
 }
 
-// An empty entry is probably an unset variable of a script.
+// Refuses an empty entry, because it is probably an unset variable of a script.
 std::vector<std::string> ParseList(std::string const& list) {
     std::vector<std::string> entries;
     for (std::size_t start = 0; start <= list.size();) {

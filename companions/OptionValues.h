@@ -34,14 +34,16 @@ std::string TrimSpaces(std::string_view text);
 // number is out of range.
 std::optional<long long> ParseNumber(std::string_view text);
 
-// Throw ValueError. Entries of lists are trimmed; an empty or repeated entry is an error.
+// Each throws ValueError for a value that is not accepted. ParseList returns the trimmed entries of
+// a comma-separated list; an empty or repeated entry is an error.
 std::vector<std::string> ParseList(std::string const& list);
 std::chrono::seconds ParseDuration(std::string const& value);
 ColorMode ParseColor(std::string const& value);
 // Checks that a ResultFile can have this path, and returns it unchanged.
 std::string ParseFile(std::string const& path);
 
-// Throws the CommandLineError for a value of the option. `problem` is the what() of a ValueError.
+// Throws a CommandLineError with the option, the problem and the accepted values. `problem` is the
+// what() of a ValueError.
 //
 // REQUIRES: a rule has the name `option`.
 [[noreturn]] void RefuseOption(std::span<OptionRule const> rules, std::string_view option,
@@ -58,8 +60,8 @@ auto ParseOption(std::span<OptionRule const> rules, char const* option, std::str
     }
 }
 
-// Stores the last value of the option, if there is one. Throws CommandLineError if any of its
-// values is not accepted.
+// Parses all values of the option, and stores the last one in `target`, which is unchanged without
+// the option. Throws CommandLineError if any value is not accepted.
 template <typename Parse, typename Target>
 void ReadLast(std::span<OptionRule const> rules, Arguments const& arguments, char const* option,
               Parse const& parse, Target& target) {

@@ -14,8 +14,8 @@ constexpr int cells = 30;
 // Carriage return, then erase to the end of the line (ECMA-48).
 constexpr std::string_view clearLine = "\r\x1b[K";
 
-// Overwrites the line without escape sequences: longer than the bar with its text, and shorter than
-// 80 columns.
+// Returns text that clears the line without escape sequences. It is longer than the bar with its
+// text, and shorter than 80 columns.
 std::string const& BlankLine() {
     static std::string const line = '\r' + std::string(79, ' ') + '\r';
     return line;

@@ -18,7 +18,7 @@ public:
     Progress& operator=(Progress const&) = delete;
 
     void Opening();
-    // Shows the number unchanged. The length of the bar is limited to 0 to 100.
+    // Shows the number unchanged. The bar shows the nearest number from 0 to 100.
     void Percent(int percent);
     void Closing();
 

@@ -31,7 +31,7 @@ struct Provenance {
 // Records an evaluation that starts with its construction.
 class ProvenanceRecorder {
 public:
-    // The URL and the document of the results point into `commandLine`.
+    // `url` and `document` of the provenance point into `commandLine`, which must outlive it.
     explicit ProvenanceRecorder(QueryCommandLine const& commandLine);
 
     // Call it at the end of the evaluation. Examines the agent's program.

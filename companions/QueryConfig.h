@@ -20,7 +20,7 @@ struct QueryConfig {
     unsigned int flags = 0;
     // Empty: all results are good.
     std::vector<std::string> goodResults = {};
-    // The number of results to keep, for the program that collects them.
+    // The number of results that compliance-evaluate(8) keeps. Not used by this program.
     std::optional<long long> keptResults = {};
     // One line for each mistake: the path, the line number and the accepted values. The other
     // members are valid only if this list is empty.

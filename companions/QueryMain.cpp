@@ -1,4 +1,4 @@
-// compliance-query: has the endpoint agent evaluate a compliance document, and prints the rows.
+// compliance-query: asks the endpoint agent to evaluate a compliance document, and writes the rows.
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -77,8 +77,8 @@ JsonFailure MakeJson(EvaluationEnd const& end, QueryFailure const& failure) {
     return json;
 }
 
-// One attempt, from the evaluation to the exit status. Stores the values that are used after the
-// rows are gone.
+// One attempt, from the evaluation to the exit status. Stores the values that are needed after the
+// close, when the rows are no longer valid.
 class Query {
 public:
     Query(QueryCommandLine const& theCommandLine, char** theArguments)
@@ -278,7 +278,7 @@ private:
     bool answerWasOld = false;
     // Set only for --prometheus.
     std::optional<ResultCounts> results;
-    // The number of rows that were written; -1 before.
+    // The number of rows that were written; -1 if none have been passed to UseRows.
     long long count = -1;
     ResultCheck check;
 };

@@ -10,7 +10,7 @@ namespace {
 
 struct FlagName {
     std::string_view name;
-    // cppcheck-suppress unusedStructMember ; what std::ranges::find gives is asked for it
+    // cppcheck-suppress unusedStructMember ; read through an iterator
     unsigned int value;
 };
 

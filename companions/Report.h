@@ -23,7 +23,7 @@ enum class Condition {
     missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
     failed,      // the newest evaluation failed
-    stale,       // its answer was there before its request, or this is unknown
+    stale,       // its answer existed before its request, or it is unknown whether it did
     tooOld,      // it ended more than ReportOptions::maxAge ago
     fromFuture,  // it ended more than maxClockDifference after ReportOptions::now
     noRows,      // it finished without rows
@@ -57,7 +57,7 @@ struct ReportOptions {
     timespec now = {};
 };
 
-// The newest result of one host and document.
+// The newest result of one host, URL and document.
 struct ReportEntry {
     std::string host = {};
     // False for a missing host. All other members except `host` and `conditions` are then empty.
@@ -79,7 +79,8 @@ struct ReportEntry {
 // Returns a sentence about a condition of the entry, without a full stop.
 std::string Describe(ReportEntry const& entry, Condition condition);
 
-// A file that is not a result, or whose host is unknown. The reason contains the path.
+// A file that is not the result of a known host or that changed during the report, or a directory
+// that could not be read. The reason contains the path.
 struct ReportProblem {
     std::string file;
     std::string reason;
@@ -100,7 +101,7 @@ struct ReportTotals {
     std::size_t otherRows = 0;
 };
 
-// Independent of the order in which the files were read.
+// The state of all hosts. Does not depend on the order in which the files were read.
 struct Report {
     ReportOptions options = {};
     // Sorted by the first condition, then entries with failing rows, then all others; within each

@@ -21,7 +21,7 @@ constexpr std::size_t maxMarkdownRows = 1'000;
 constexpr std::size_t maxMarkdownHosts = 1'000;
 // In HTML, in Markdown and on standard error.
 constexpr std::size_t maxShownProblems = 1'000;
-// Longer texts are truncated in HTML and Markdown.
+// Longer texts are truncated in HTML, in Markdown and on standard error.
 constexpr std::size_t maxShownBytes = 1'000;
 
 // Writes a report in one format. The caller passes the entries in the order of the report:
@@ -71,7 +71,8 @@ std::string Shorten(std::string const& text);
 // Returns "host", or "host (document)".
 std::string NameOfEntry(ReportEntry const& entry);
 
-// The files of templates/, and the SHA-256 digests of two of them in hexadecimal.
+// The files of templates/, and the SHA-256 digests of the style sheet and of the script in
+// hexadecimal.
 extern char const htmlTemplate[];
 extern char const styleSheet[];
 extern char const scriptText[];

@@ -1,4 +1,4 @@
-// Lists the files that a report reads.
+// Lists the results that a report reads, and reads the list of expected hosts.
 #pragma once
 
 #include <string>

@@ -26,7 +26,7 @@ std::string ReasonAgainstResultFile(std::string const& path);
 // file with a dot and six characters appended.
 //
 // If the path is a symbolic link, its target is replaced. A link in a sticky, world-writable
-// directory must be owned by the effective user or by the owner of the directory, like with
+// directory must be owned by the effective user or by the owner of the directory, as with
 // fs.protected_symlinks (proc(5)).
 class ResultFile {
 public:

@@ -24,8 +24,9 @@ public:
     // is no time left.
     std::optional<std::chrono::milliseconds> Pause() const;
 
-    // Executes the program again. A stop signal during the execution is delivered to the new
-    // program. Returns if a stop signal was received before, and sets errno if the execution fails.
+    // Executes the program again; does not return if that succeeds. Returns if a stop signal was
+    // received before. Returns and sets errno if the execution fails. A stop signal during the
+    // execution is delivered to the new program.
     void Execute(char* const* arguments);
 
 private:

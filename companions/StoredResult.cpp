@@ -344,7 +344,7 @@ private:
             return "a number is out of range";
         std::string reason = error.what();
         std::size_t const start = reason.find(" - ");
-        // Version 3.11 and later describe empty input differently.
+        // nlohmann_json 3.11 and later describe empty input differently.
         if (start == std::string::npos)
             return "unexpected end of input; expected '[', '{', or a literal";
         reason.erase(0, start + 3);
