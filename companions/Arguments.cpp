@@ -133,7 +133,7 @@ bool LacksDash(std::span<OptionRule const> rules, std::string const& argument) {
 
 [[noreturn]] void RefuseUnknown(std::span<OptionRule const> rules, std::string const& argument) {
     throw CommandLineError("'" + argument +
-                           "' is no option of this program; --help shows those accepted" +
+                           "' is not an option of this program; --help lists the options" +
                            Suggest(rules, argument));
 }
 

@@ -29,7 +29,7 @@ DiffCommandLine ParseDiffCommandLine(int count, char const* const* argumentTexts
     ReadLast(diffOptionRules, arguments, "--color", ParseColor, result.color);
     result.goodResults = ReadResults(diffOptionRules, arguments, "--regressions");
     if (result.json && arguments.Has("--color"))
-        throw CommandLineError("--color: accepted without --json only");
+        throw CommandLineError("--color: not accepted with --json");
     std::vector<std::string> const& operands = arguments.Operands();
     if (operands.size() < diffOperandNames.size())
         throw CommandLineError(std::string(diffOperandNames[operands.size()]) +
@@ -57,7 +57,7 @@ char const diffHelp[] =
     "  -h, --help            show this help\n"
     "  -V, --version         show the version\n"
     "\n"
-    "A LIST has commas between its entries.\n"
+    "A LIST is comma-separated.\n"
     "\n"
     "Output lines:\n"
     "  - removed             only OLD has the row\n"

@@ -99,35 +99,35 @@ Finding Describe(Candidate const& agent) {
         return {check,
                 Verdict::note,
                 "agent-elsewhere",
-                process + " carries the agent's name and counts as the agent, but its program " +
-                    agent.program + " is not the one that is installed here",
-                "make sure that it is the agent",
+                process + " has the agent's name and counts as the agent, but its program " +
+                    agent.program + " is not the installed one",
+                "check whether this process is the agent",
                 id};
     case MatchKind::commandName:
         return {check,
                 Verdict::note,
                 "agent-by-command-name",
-                process + " counts as the agent by the name of its command; its program can't be "
-                          "seen by this user",
-                "run the doctor as root to see more",
+                process + " counts as the agent because of its command name; this user cannot see "
+                          "its program file",
+                "run compliance-doctor as root to check the program file",
                 id};
     case MatchKind::deleted:
         return {check,
                 Verdict::problem,
                 "agent-deleted-program",
                 process + " runs " + agent.program +
-                    ", which was removed or replaced since, and does not count as the agent",
+                    ", which was removed or replaced, so the process does not count as the agent",
                 "restart the agent",
                 id};
     case MatchKind::zombie:
         return {check,
                 Verdict::problem,
                 "agent-zombie",
-                process + " counts as the agent, but has ended and only waits for its parent",
+                process + " counts as the agent, but has ended (zombie)",
                 "start the agent",
                 id};
     default:
-        return {check, Verdict::problem, "agent-not-running", "no process carries the agent's name",
+        return {check, Verdict::problem, "agent-not-running", "no process has the agent's name",
                 "start the agent"};
     }
 }
@@ -139,15 +139,15 @@ Finding CheckAgentProgram() {
     FileFacts const program(AgentPaths::program);
     if (program.IsUnknown())
         return {check, Verdict::problem, "agent-unreachable",
-                program.Path() + " can't be reached: " + program.Reason(),
-                "give this user the right to search the directories above it"};
+                program.Path() + " cannot be examined: " + program.Reason(),
+                "give this user search permission for the directories above it"};
     if (program.IsMissing())
         return {check, Verdict::problem, "agent-missing", program.Path() + " is missing",
                 "install the agent"};
     if (!program.IsRegularFile() || (program.Facts().st_mode & 0111) == 0)
         return {check, Verdict::problem, "agent-not-a-program",
-                program.Path() + " can't be run: " + program.OwnerAndMode(),
-                "install the agent again"};
+                program.Path() + " is not an executable file: " + program.OwnerAndMode(),
+                "reinstall the agent"};
     return {check, Verdict::ok, "", program.Path() + " is installed"};
 }
 
@@ -156,6 +156,6 @@ Finding CheckAgentProcess() {
     // /proc always lists this process, so an empty list means that it cannot be read.
     if (seen.count == 0)
         return {"agent-process", Verdict::problem, "no-proc",
-                "no process can be seen, since /proc is not there", "mount /proc"};
+                "/proc is not mounted, so no process is visible", "mount /proc"};
     return Describe(seen.agent);
 }

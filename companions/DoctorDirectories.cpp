@@ -20,29 +20,30 @@ Finding CheckExistence(char const* check, FileFacts const& directory) {
                 giveDirectory};
     if (directory.IsUnknown())
         return {check, Verdict::problem, "directory-unreachable",
-                directory.Path() + " can't be reached: " + directory.Reason(),
-                "give this user the right to search the directories above it"};
+                directory.Path() + " cannot be examined: " + directory.Reason(),
+                "give this user search permission for the directories above it"};
     if (!directory.IsDirectory())
-        return {check, Verdict::problem, "not-a-directory", directory.Path() + " is no directory",
-                "move away what stands there, and start the agent"};
+        return {check, Verdict::problem, "not-a-directory",
+                directory.Path() + " is not a directory",
+                "remove or rename it, and start the agent"};
     return {check};
 }
 
 Finding CheckModes(char const* check, char const* path) {
     FileFacts const directory(path);
     if (!directory.IsDirectory())
-        return {check, Verdict::skipped, "", std::string(path) + " is no directory"};
+        return {check, Verdict::skipped, "", std::string(path) + " is not a directory"};
     constexpr char closeToOthers[] =
-        "take the right to write from others (chmod o-w), and give it to a group";
+        "remove the write permission of other users (chmod o-w), and give it to a group";
     if (directory.IsOpenToOthers())
         return {check, Verdict::problem, "unsafe-mode",
-                std::string(path) +
-                    " lets every user replace the documents of others: " + directory.OwnerAndMode(),
+                std::string(path) + " allows every user to replace documents of others: " +
+                    directory.OwnerAndMode(),
                 closeToOthers};
     if ((directory.Facts().st_mode & S_IWOTH) != 0)
         return {check, Verdict::note, "open-to-others",
-                std::string(path) + " lets every user put a document where none stands: " +
-                    directory.OwnerAndMode(),
+                std::string(path) +
+                    " allows every user to create a missing document: " + directory.OwnerAndMode(),
                 closeToOthers};
     return {check, Verdict::ok, "", std::string(path) + " is " + directory.OwnerAndMode()};
 }
@@ -57,13 +58,15 @@ Finding CheckRequestDirectory() {
     int const refusal = directory.Refusal(W_OK | X_OK);
     if (refusal == EROFS)
         return {finding.check, Verdict::problem, "read-only-file-system",
-                directory.Path() + " lies on a file system that is mounted read-only",
-                "mount it for writing"};
+                directory.Path() + " is on a file system that is mounted read-only",
+                "remount the file system read-write"};
     if (refusal != 0)
         return {finding.check, Verdict::problem, "no-write-permission",
-                "this user may not write to " + directory.Path() + ": " + directory.OwnerAndMode(),
-                "run as a user who may, or give this user's group the right"};
-    finding.message = directory.Path() + " can be written to";
+                "this user cannot create files in " + directory.Path() + ": " +
+                    directory.OwnerAndMode(),
+                "run as a user with write and search permission, or give them to a group of this "
+                "user"};
+    finding.message = directory.Path() + " is writable";
     return finding;
 }
 
@@ -74,9 +77,10 @@ Finding CheckResponseDirectory() {
         return finding;
     if (directory.Refusal(X_OK) != 0)
         return {finding.check, Verdict::problem, "no-read-permission",
-                "this user may not look into " + directory.Path() + ": " + directory.OwnerAndMode(),
-                "run as a user who may, or give this user's group the right"};
-    finding.message = directory.Path() + " can be read";
+                "this user has no search permission for " + directory.Path() + ": " +
+                    directory.OwnerAndMode(),
+                "run as a user with search permission, or give it to a group of this user"};
+    finding.message = directory.Path() + " is accessible";
     return finding;
 }
 
@@ -98,21 +102,21 @@ Finding CheckSpace() {
     struct statvfs facts {};
     if (statvfs(AgentPaths::requestDirectory, &facts) != 0)
         return {"space", Verdict::skipped, "",
-                std::string(AgentPaths::requestDirectory) +
-                    " can't be reached: " + std::strerror(errno)};
+                std::string("the file system of ") + AgentPaths::requestDirectory +
+                    " cannot be examined: " + std::strerror(errno)};
     if (!HasRoom(facts, geteuid() == 0))
         return {"space", Verdict::problem, "disk-full",
-                std::string("no room is left in ") + AgentPaths::requestDirectory,
-                "make room on that file system"};
+                std::string("the file system of ") + AgentPaths::requestDirectory + " is full",
+                "free space and inodes on that file system"};
     return {"space", Verdict::ok, "",
-            std::string("there is room in ") + AgentPaths::requestDirectory};
+            std::string("the file system of ") + AgentPaths::requestDirectory + " has free space"};
 }
 
 Finding DescribeUnexaminable(char const* check, FileFacts const& entry) {
-    std::string const message = entry.Path() + " can't be examined: " + entry.Reason();
+    std::string const message = entry.Path() + " cannot be examined: " + entry.Reason();
     FileFacts const directory(std::filesystem::path(entry.Path()).parent_path().c_str());
     if (directory.Refusal(X_OK) != 0)
         return {check, Verdict::skipped, "", message};
     return {check, Verdict::problem, "entry-unreachable", message,
-            "look for the reason in the system's log"};
+            "look for errors of the file system in the system log"};
 }

@@ -14,7 +14,7 @@ constexpr long long maxExchangeSeconds = 10;
 // A problem if there is a request now: other evaluations fail until the one that wrote it ends.
 Finding DescribeChange(FileFacts const& file) {
     return {"request", file.IsAbsent() ? Verdict::note : Verdict::problem, "request-changed",
-            file.Path() + " changed while it was examined", "run the doctor again"};
+            file.Path() + " changed while it was examined", "run compliance-doctor again"};
 }
 
 Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
@@ -25,24 +25,26 @@ Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
         return {check,
                 Verdict::note,
                 "request-under-way",
-                "a request of the evaluation that holds the lock is waiting: " + facts,
-                "wait for the end of that evaluation",
+                "a request of the evaluation that holds the lock is waiting for the agent: " +
+                    facts,
+                "wait until that evaluation has finished",
                 {},
                 age};
     if (lock == LockState::unknown)
         return {check,
                 Verdict::problem,
                 "request-waiting",
-                "a request is waiting, and it is not known whether an evaluation waits for it: " +
+                "a request is waiting for the agent, and it is unknown whether its evaluation has "
+                "ended: " +
                     facts,
-                "run the doctor as a user who may read the lock file",
+                "run compliance-doctor as a user with read permission for the lock file",
                 {},
                 age};
     return {check,
             Verdict::problem,
             "request-stale",
-            "a request that nobody waits for any more keeps off all evaluations: " + facts,
-            "start the agent, which takes it; or remove " + file.Path(),
+            "a request of an evaluation that has ended blocks all evaluations: " + facts,
+            "start the agent, which takes the request, or remove " + file.Path(),
             {},
             age};
 }
@@ -59,8 +61,8 @@ Finding CheckRequest(FileFacts const& before, LockState const& lock) {
         return {"request", Verdict::ok, "", "no request is waiting"};
     if (!file.IsRegularFile())
         return {"request", Verdict::problem, "request-not-a-file",
-                file.Path() + " is no regular file, and keeps off all evaluations",
-                "move away what stands there"};
+                file.Path() + " is not a regular file, and blocks all evaluations",
+                "remove or rename it"};
     return DescribeWaiting(file, lock.what);
 }
 
@@ -72,26 +74,25 @@ Finding CheckTemporaryRequest() {
         return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "temporary-request-link",
-                file.Path() + " is a symbolic link: the next request is written over the file that "
-                              "it leads to",
-                "remove the link, and see who may write to its directory"};
+                file.Path() + " is a symbolic link: the next request overwrites its target",
+                "remove the link, and check which users can write to its directory"};
     if (file.IsAbsent())
-        return {check, Verdict::ok, "", "no temporary request is in the way"};
+        return {check, Verdict::ok, "", "there is no temporary request"};
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "temporary-request-not-a-file",
-                file.Path() + " is no regular file, and no request can be written",
-                "move away what stands there"};
+                file.Path() + " is not a regular file, so no request can be written",
+                "remove or rename it"};
     if (file.Refusal(R_OK | W_OK) != 0 || IsProtectedByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-writable",
-                "this user may not read and write " + file.Path() +
-                    ", left by an evaluation that broke off: " + file.OwnerAndMode(),
-                "let its owner remove it"};
+                "this user cannot read and write " + file.Path() +
+                    ", which an interrupted evaluation left: " + file.OwnerAndMode(),
+                "remove it as its owner or as root"};
     if (IsKeptByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-movable",
-                "this user may not rename " + file.Path() +
-                    ", since its directory is sticky: " + file.OwnerAndMode(),
-                "let its owner remove it"};
-    return {check, Verdict::ok, "", "a temporary request is left over, and will be overwritten"};
+                "this user cannot rename " + file.Path() +
+                    ", because its directory is sticky: " + file.OwnerAndMode(),
+                "remove it as its owner or as root"};
+    return {check, Verdict::ok, "", "a temporary request exists, and will be overwritten"};
 }
 
 Finding CheckResponse() {
@@ -101,32 +102,33 @@ Finding CheckResponse() {
         return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "response-link",
-                file.Path() + " is a symbolic link: the file that it leads to is read as the "
-                              "agent's answer",
-                "remove the link, and see who may write to its directory"};
+                file.Path() + " is a symbolic link: its target is read as the agent's answer",
+                "remove the link, and check which users can write to its directory"};
     if (file.IsAbsent())
-        return {check, Verdict::ok, "", "no response is there"};
+        return {check, Verdict::ok, "", "there is no response"};
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "response-not-a-file",
-                file.Path() + " is no regular file, and may keep an evaluation waiting for ever",
-                "move away what stands there"};
+                file.Path() + " is not a regular file, and can block an evaluation without limit",
+                "remove or rename it"};
     if (file.Refusal(R_OK) != 0)
         return {check, Verdict::problem, "response-not-readable",
-                "this user may not read " + file.Path() + ": " + file.OwnerAndMode(),
-                "run as a user who may, or set the agent up to let this user read"};
+                "this user cannot read " + file.Path() + ": " + file.OwnerAndMode(),
+                "run as a user with read permission, or configure the agent to give it to this "
+                "user"};
     if (file.Facts().st_size > maxResponseBytes)
         return {check, Verdict::problem, "response-too-large",
                 file.Path() + " has " + std::to_string(file.Facts().st_size) +
                     " bytes, and the tool reads a response into memory",
-                "remove it, and see why the agent wrote it"};
+                "remove it, and look for the reason in the agent's log"};
     long long const age = file.AgeInSeconds();
     if (age >= 0 && age <= maxExchangeSeconds)
-        return {check, Verdict::ok, "", "a new response is there"};
+        return {check, Verdict::ok, "", "there is a new response"};
     return {check,
             Verdict::note,
             "response-old",
-            "the response of an earlier exchange is there, " + DescribeAge(age) +
-                "; should the agent take a request and answer nothing, it counts as the answer",
+            "there is a response of an earlier exchange, " + DescribeAge(age) +
+                "; if the agent takes a request and does not answer, this response counts as the "
+                "answer",
             "",
             {},
             age};

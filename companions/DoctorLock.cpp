@@ -29,16 +29,18 @@ Finding DescribeHolder(pid_t holder) {
                 Verdict::problem,
                 "lock-held",
                 "the lock is held by process " + std::to_string(holder) + NameOf(holder),
-                "wait until that evaluation is over, or end that process",
+                "wait until that evaluation has finished, or terminate that process",
                 holder};
     if (holder == 0)
         return {check, Verdict::problem, "lock-held-in-other-namespace",
-                "the lock is held by a process of another process namespace (a container), which "
-                "can't be seen from here",
-                "look for it from the host or in the containers that share the directory"};
+                "the lock is held by a process in another PID namespace (such as a container), "
+                "which is not visible here",
+                "look for the process on the host and in the containers that share the directory"};
     return {check, Verdict::problem, "lock-held-by-open-file",
-            "the lock is held through an open file, by a process that the system does not name",
-            "look for a program other than these that has the lock file open (fuser)"};
+            "the lock is held through an open file description, for which the system reports no "
+            "process",
+            "list the processes that have the lock file open (fuser), and terminate the one that "
+            "is not an evaluation"};
 }
 
 // Checks that the exchange could open the lock file for writing.
@@ -46,29 +48,30 @@ Finding CheckFile(FileFacts const& file) {
     FileFacts const directory(AgentPaths::requestDirectory);
     if (file.IsLink())
         return {check, Verdict::problem, "lock-link",
-                file.Path() + " is a symbolic link: the lock is taken on the file that it leads "
-                              "to, which is created if it is missing",
-                "remove the link, and see who may write to its directory"};
+                file.Path() + " is a symbolic link: its target is created if it is missing, and "
+                              "locked",
+                "remove the link, and check which users can write to its directory"};
     if (file.IsUnexaminable())
         return DescribeUnexaminable(check, file);
     if (file.IsAbsent() && !directory.IsDirectory())
-        return {check, Verdict::skipped, "", directory.Path() + " is no directory"};
+        return {check, Verdict::skipped, "", directory.Path() + " is not a directory"};
     if (file.IsAbsent())
-        return {check, Verdict::ok, "", "nobody has taken the lock yet"};
+        return {check, Verdict::ok, "", "there is no lock file yet, so the lock is free"};
     if (!file.IsRegularFile())
-        return {check, Verdict::problem, "lock-not-a-file", file.Path() + " is no regular file",
-                "move away what stands there"};
+        return {check, Verdict::problem, "lock-not-a-file", file.Path() + " is not a regular file",
+                "remove or rename it"};
     if (file.Refusal(W_OK) != 0)
         return {check, Verdict::problem, "lock-not-writable",
-                "this user may not write to " + file.Path() + ": " + file.OwnerAndMode(),
-                "run as a user who may, or let its owner give the right (chmod g+w)"};
+                "this user cannot write to " + file.Path() + ": " + file.OwnerAndMode(),
+                "run as a user with write permission, or give it to a group of this user "
+                "(chmod g+w)"};
     if (IsProtectedByStickyDirectory(file, directory))
         return {check, Verdict::problem, "lock-protected",
                 file.Path() +
-                    " belongs to another user in a sticky directory, and the system "
-                    "protects it there (fs.protected_regular): " +
+                    " belongs to another user in a sticky directory, so the kernel refuses to "
+                    "open it (fs.protected_regular): " +
                     file.OwnerAndMode(),
-                "let the directory's owner own the lock file (chown)"};
+                "make the owner of the directory the owner of the lock file (chown)"};
     return {check, Verdict::ok, "", "the lock is free"};
 }
 
@@ -101,8 +104,9 @@ Finding CheckLock(LockState const& state) {
     Finding finding = CheckFile(FileFacts(AgentPaths::lockFile));
     if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
         return {check, Verdict::problem, "lock-not-readable",
-                "this user can't read the lock file, which is opened for reading and writing; it "
-                "is not known whether the lock is held",
-                "run as a user who may, or let its owner give the right (chmod g+r)"};
+                "this user cannot read the lock file, which evaluations open for reading and "
+                "writing; it is unknown whether the lock is held",
+                "run as a user with read permission, or give it to a group of this user "
+                "(chmod g+r)"};
     return finding;
 }

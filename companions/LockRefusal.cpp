@@ -32,5 +32,5 @@ QueryFailure DescribeLockRefusal() {
     Finding const directory = CheckRequestDirectory();
     if (directory.verdict == Verdict::problem && !FileFacts(AgentPaths::lockFile).Exists())
         return {QueryExit::exchangeFailed, MessageOf(directory)};
-    return {QueryExit::busy, "the lock was held by a process that has released it by now", true};
+    return {QueryExit::busy, "the lock was held by a process that has released it since", true};
 }

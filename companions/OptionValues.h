@@ -21,7 +21,7 @@ public:
 };
 
 // Descriptions of the accepted values, for OptionRule::accepted.
-inline constexpr char acceptedResults[] = "a list of results with commas between";
+inline constexpr char acceptedResults[] = "a comma-separated list of results";
 inline constexpr char acceptedDuration[] =
     "a time from 1 second to 2147483647 seconds, such as 90, 90s, 5m or 2h";
 inline constexpr char acceptedFile[] = "a regular file, or a new name in a directory that exists";

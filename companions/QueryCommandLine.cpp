@@ -95,11 +95,10 @@ void ReadOperands(Arguments const& arguments, QueryCommandLine& result) {
     std::vector<std::string> const& operands = arguments.Operands();
     bool const hasConfig = arguments.Has("--config");
     if (hasConfig && arguments.Has("-d"))
-        throw CommandLineError(std::string("-d is not accepted beside --config") +
-                               acceptedRequests);
+        throw CommandLineError(std::string("-d is not accepted with --config") + acceptedRequests);
     if (hasConfig || arguments.Has("-d")) {
         if (!operands.empty())
-            throw CommandLineError("'" + operands.front() + "' is not accepted beside " +
+            throw CommandLineError("'" + operands.front() + "' is not accepted with " +
                                    (hasConfig ? "--config" : "-d") + acceptedRequests);
         return;
     }
@@ -113,7 +112,7 @@ void ReadOperands(Arguments const& arguments, QueryCommandLine& result) {
 // Throws if `option`, which has no effect without `other`, is used without it.
 void RefuseWithout(Arguments const& arguments, char const* option, char const* other) {
     if (arguments.Has(option) && !arguments.Has(other))
-        throw CommandLineError(std::string(option) + ": accepted beside " + other + " only");
+        throw CommandLineError(std::string(option) + ": requires " + other);
 }
 
 void UseConfig(std::string const& name, QueryCommandLine& result) {
@@ -133,13 +132,13 @@ void ReadOptions(Arguments const& arguments, QueryCommandLine& result) {
     result.format = ChooseFormat(arguments);
     for (char const* const option : {"--columns", "--sort", "--only", "--color"})
         if (arguments.Has(option) && result.format != RowFormat::table)
-            throw CommandLineError(std::string(option) + ": accepted with the table only");
+            throw CommandLineError(std::string(option) + ": accepted only with the table");
     result.table = ParseTable(arguments);
     result.quiet = arguments.Has("--quiet");
     result.keepFailures = arguments.Has("--keep-failures");
     if (result.keepFailures && result.format != RowFormat::json &&
         result.format != RowFormat::ndjson)
-        throw CommandLineError("--keep-failures: accepted beside --json and --ndjson only");
+        throw CommandLineError("--keep-failures: requires --json or --ndjson");
     result.allowStale = arguments.Has("--allow-stale");
     result.allowEmpty = arguments.Has("--allow-empty");
     if (arguments.Has("--flags"))
@@ -175,9 +174,9 @@ std::string ParseStatus(std::string const& text) {
 void RefuseRequest(Arguments const& arguments, std::string const& option) {
     for (char const* const other : {"-d", "--config", "--check-config"})
         if (other != option && arguments.Has(other))
-            throw CommandLineError(std::string(other) + ": not accepted beside " + option);
+            throw CommandLineError(std::string(other) + ": not accepted with " + option);
     if (!arguments.Operands().empty())
-        throw CommandLineError("'" + arguments.Operands().front() + "' is not accepted beside " +
+        throw CommandLineError("'" + arguments.Operands().front() + "' is not accepted with " +
                                option);
     if (arguments.Values(option).size() > 1)
         throw CommandLineError(option + ": accepted once");

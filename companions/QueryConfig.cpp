@@ -154,7 +154,7 @@ private:
         std::string const key = TrimSpaces(text.substr(0, equals));
         auto const setting = std::ranges::find(settings, std::string_view(key), &Setting::key);
         if (setting == settings.end())
-            throw ConfigError(Quote(key) + " is no key; accepted: " + ListKeys());
+            throw ConfigError(Quote(key) + " is not a key; accepted: " + ListKeys());
         if (auto const [former, isNew] = lines.emplace(key, line); !isNew)
             throw ConfigError(key + ": accepted once; it is also in line " +
                               std::to_string(former->second));
@@ -174,7 +174,7 @@ private:
 
     void RequireBoth(char const* key, char const* other) {
         if (lines.contains(key) && !lines.contains(other))
-            AddMistake(lines[key], std::string(key) + ": accepted beside " + other + " only");
+            AddMistake(lines[key], std::string(key) + ": requires " + other);
     }
 
     void AddMistake(int where, std::string const& text) {

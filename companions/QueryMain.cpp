@@ -48,7 +48,7 @@ std::string DescribeFileError(char const* option, ResultFileError const& error) 
 }
 
 constexpr char staleAnswer[] =
-    "the agent took the request, but its answer was there before: it belongs to an earlier request";
+    "the agent took the request, but its answer existed before: it belongs to an earlier request";
 
 // Returns the failure for an evaluation without rows.
 QueryFailure DescribeFailure(EvaluationEnd const& end) {
@@ -187,7 +187,7 @@ private:
     void NoteAnswers(EvaluationEnd const& end) const {
         if (end.answerUnchanged && end.what != EvaluationEnd::stale)
             Note(staleAnswer);
-        constexpr char old[] = " was there before; the agent may have left it";
+        constexpr char old[] = " existed before; the agent may not have replaced it";
         if (end.openUnchanged)
             Note(std::string("the answer to the opening request") + old);
         if (end.closeUnchanged)
@@ -206,7 +206,7 @@ private:
             Note(commandLine.acceptedBy + std::string(" lists results that no row has: ") +
                  QuoteAll(check.unused));
         if (count == 0 && !commandLine.allowEmpty) {
-            WriteMessage(program, "no rows to judge");
+            WriteMessage(program, "the evaluation has no rows");
             return Number(QueryExit::noRows);
         }
         if (check.others == 0)

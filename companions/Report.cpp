@@ -117,7 +117,7 @@ char const* WordsOf(Condition condition) {
 std::string Describe(ReportEntry const& entry, Condition condition) {
     switch (condition) {
     case Condition::missing:
-        return "the host is expected, and there is no result of it";
+        return "the host is expected, but has no result";
     case Condition::twoMachines:
         return "two machines use this host name: evaluations overlap, or the agent's program "
                "alternates";
@@ -125,7 +125,7 @@ std::string Describe(ReportEntry const& entry, Condition condition) {
         return "the newest evaluation failed with exit status " +
                std::to_string(entry.result.exitStatus) + ": " + entry.result.message;
     case Condition::stale:
-        return "the agent's answer was there before the request, or it is unknown whether it was";
+        return "the agent's answer existed before the request, or it is unknown whether it did";
     case Condition::tooOld:
         return "the newest result is " + FormatAge(entry.age) + " old";
     case Condition::fromFuture:
@@ -134,7 +134,7 @@ std::string Describe(ReportEntry const& entry, Condition condition) {
     case Condition::noRows:
         return "the evaluation finished without a row";
     default:
-        return "the host is not among those that are expected";
+        return "the host is not one of the expected hosts";
     }
 }
 

@@ -83,7 +83,7 @@ ReportCommandLine ParseReportCommandLine(int count, char const* const* argumentT
     ReportCommandLine result;
     result.options.acceptedResults = ReadResults(reportOptionRules, arguments, "--strict");
     if (result.options.acceptedResults.empty())
-        throw CommandLineError("--strict is missing; accepted: the results that are good, " +
+        throw CommandLineError("--strict is missing; accepted: the good results, " +
                                std::string(acceptedResults));
     result.options.allowEmpty = arguments.Has("--allow-empty");
     ReadLast(reportOptionRules, arguments, "--max-age", ParseDuration, result.options.maxAge);
@@ -107,7 +107,7 @@ char const reportHelp[] =
     "that need attention come first.\n"
     "\n"
     "Good results and expected hosts:\n"
-    "  --strict LIST         the good results, with commas between them (required)\n"
+    "  --strict LIST         the good results, comma-separated (required)\n"
     "  --allow-empty         accept a result without rows\n"
     "  --hosts FILE          the expected hosts, one name on each line\n"
     "  --max-age TIME        a result that ended earlier is too old (90, 90s, 5m, 2h)\n"

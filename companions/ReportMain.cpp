@@ -186,7 +186,7 @@ void ListProblems(std::vector<ReportProblem> const& problems) {
         WriteMessage(program, Shorten(problems[index].reason));
     if (shown < problems.size())
         WriteMessage(program, "and " + std::to_string(problems.size() - shown) +
-                                  " more files that were not read");
+                                  " more files with problems");
 }
 
 ReportExit Judge(Report const& report) {

@@ -116,7 +116,7 @@ std::string ReasonAgainstResultFile(std::string const& path) {
         return ReasonAgainstNewFile(path);
     if (S_ISDIR(facts.st_mode))
         return "is a directory";
-    return S_ISREG(facts.st_mode) ? ReasonAgainstTarget(path) : "is no regular file";
+    return S_ISREG(facts.st_mode) ? ReasonAgainstTarget(path) : "is not a regular file";
 }
 
 ResultFile::ResultFile(std::string const& path, std::optional<mode_t> mode)

@@ -1,13 +1,13 @@
 "use strict";
 for (const tools of document.querySelectorAll(".tools")) tools.hidden = false;
 
-// Host names wrap behind their dots.
+// Host names can wrap after each dot.
 for (const host of document.querySelectorAll("tbody th")) {
   const parts = host.textContent.split(/(?<=\.)/);
   host.replaceChildren(...parts.flatMap((part) => [part, document.createElement("wbr")]));
 }
 
-// Filters: a row is shown if it has all words.
+// Filters: a row is shown if it contains all words of the filter.
 for (const input of document.querySelectorAll("input[data-table]")) {
   const rows = [...document.getElementById(input.dataset.table).tBodies[0].rows];
   const texts = rows.map((row) => row.textContent.toLowerCase());

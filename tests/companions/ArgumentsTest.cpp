@@ -91,10 +91,10 @@ TEST(ArgumentsTest, ArgumentsAfterTwoDashesAreOperands) {
 }
 
 TEST(ArgumentsTest, RefusalNamesArgumentAndAcceptedValues) {
-    EXPECT_EQ("'--other' is no option of this program; --help shows those accepted",
+    EXPECT_EQ("'--other' is not an option of this program; --help lists the options",
               Refusal({"one", "--other"}));
-    EXPECT_EQ("'-o' is no option of this program; --help shows those accepted", Refusal({"-o"}));
-    EXPECT_EQ("'-xo' is no option of this program; --help shows those accepted", Refusal({"-xo"}));
+    EXPECT_EQ("'-o' is not an option of this program; --help lists the options", Refusal({"-o"}));
+    EXPECT_EQ("'-xo' is not an option of this program; --help lists the options", Refusal({"-xo"}));
     EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
               Refusal({"one", "two", "three"}));
     EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
@@ -105,7 +105,7 @@ TEST(ArgumentsTest, RefusalNamesArgumentAndAcceptedValues) {
 
 TEST(ArgumentsTest, TextAfterALetterIsPartOfTheSameArgument) {
     for (std::string const letters : {"-x-", "-x--", "-x--help", "-x ", "-x5", "-xh-"})
-        EXPECT_EQ("'" + letters + "' is no option of this program; --help shows those accepted",
+        EXPECT_EQ("'" + letters + "' is not an option of this program; --help lists the options",
                   Refusal({letters, "one"}));
     EXPECT_EQ((Texts{"-x-", "-x-"}), Read({"--", "-x-", "-x-"}).Operands());
 }
@@ -116,12 +116,12 @@ TEST(ArgumentsTest, SingleDashIsAnOperand) {
 
 TEST(ArgumentsTest, RefusesDigitsAndPunctuationAfterDash) {
     for (std::string const text : {"-5", "- ", "-!", "-:", "-?", "---", "--!", "-- "})
-        EXPECT_EQ("'" + text + "' is no option of this program; --help shows those accepted",
+        EXPECT_EQ("'" + text + "' is not an option of this program; --help lists the options",
                   Refusal({"one", text}));
 }
 
 TEST(ArgumentsTest, RefusesAbbreviatedName) {
-    std::string const unknown = "' is no option of this program; --help shows those accepted";
+    std::string const unknown = "' is not an option of this program; --help lists the options";
     EXPECT_EQ("'--=a" + unknown, Refusal({"--=a"}));
     for (std::string const text : {"--l", "--lis", "--lis=a"})
         EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
@@ -129,7 +129,7 @@ TEST(ArgumentsTest, RefusesAbbreviatedName) {
 }
 
 TEST(ArgumentsTest, SuggestsSimilarOption) {
-    std::string const unknown = "' is no option of this program; --help shows those accepted";
+    std::string const unknown = "' is not an option of this program; --help lists the options";
     for (std::string const text : {"--lits", "--lst", "--listt", "--List", "--liist=a,b"})
         EXPECT_EQ("'" + text + unknown + "; did you mean --list?", Refusal({text}));
     for (std::string const text : {"--table", "--x", "-l", "-", "--listings"})
@@ -139,7 +139,7 @@ TEST(ArgumentsTest, SuggestsSimilarOption) {
 TEST(ArgumentsTest, SuggestsLongOptionForOneDash) {
     for (std::string const text : {"-list", "-list=a", "-lis", "-lits"})
         EXPECT_EQ("'" + text +
-                      "' is no option of this program; --help shows those accepted; did you mean "
+                      "' is not an option of this program; --help lists the options; did you mean "
                       "--list?",
                   Refusal({text}));
 }
@@ -181,7 +181,7 @@ TEST(ArgumentsTest, MakesNoSuggestionForLongWordsOrWithoutRules) {
         Arguments({}, {}, 2, texts.data());
         FAIL();
     } catch (CommandLineError const& error) {
-        EXPECT_STREQ("'--list' is no option of this program; --help shows those accepted",
+        EXPECT_STREQ("'--list' is not an option of this program; --help lists the options",
                      error.what());
     }
 }

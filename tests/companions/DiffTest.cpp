@@ -139,8 +139,8 @@ TEST(DiffTest, NotesListDifferencesOfTheProvenance) {
             "the results are of different hosts: 'web1' and 'web2'",
             "the results are of different documents: 'Doc.xml' and '(the default)'",
             "the results are of different sites: '(the default)' and 'u'", "new is older than old",
-            "new has a stale answer: it was there before its request, or it is unknown whether it "
-            "was"}),
+            "new has a stale answer: it existed before its request, or it is unknown whether it "
+            "did"}),
         sides.Notes());
     sides.oldSide.result.provenance.reset();
     EXPECT_EQ(

@@ -86,7 +86,7 @@ TEST(DoctorDocumentsTest, DoesNotCallRequestStaleIfLockIsUnreadable) {
         fs::permissions(ScriptedAgent::lockFile, fs::perms::none);
         WithoutRights([] {
             Finding const finding = ExamineRequest();
-            ExpectProblem("request-waiting", "not known", finding);
+            ExpectProblem("request-waiting", "unknown", finding);
             EXPECT_EQ(std::string::npos, finding.remedy.find("remove"));
         });
     });

@@ -27,7 +27,7 @@ void CreateLockFile(unsigned int mode) {
 TEST(DoctorLockTest, MissingLockFileIsFreeAndIsNotCreated) {
     Sandbox::Run([] {
         CreateAgentDirectories();
-        ExpectOk("nobody", Check());
+        ExpectOk("there is no lock file", Check());
         EXPECT_FALSE(fs::exists(lockFile));
     });
 }
@@ -134,7 +134,7 @@ TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
     Sandbox::Run([] {
         CreateLockFile(0222);
         WithoutRights([] {
-            ExpectProblem("lock-not-readable", "not known", Check());
+            ExpectProblem("lock-not-readable", "unknown", Check());
             EXPECT_EQ(LockState::unknown, AskForLock().what);
         });
     });

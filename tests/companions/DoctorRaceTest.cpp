@@ -79,7 +79,7 @@ TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
         Json const finding = FindingOf("request", document);
         EXPECT_EQ("request-changed", finding.value("cause", ""));
         EXPECT_EQ("problem", finding.at("verdict"));
-        EXPECT_EQ("run the doctor again", finding.value("remedy", ""));
+        EXPECT_EQ("run compliance-doctor again", finding.value("remedy", ""));
     });
 }
 

@@ -65,18 +65,18 @@ TEST(DoctorTest, ExitsWith0OnHealthyMachine) {
             "ok       agent-process: the agent runs as process " +
                 std::to_string(agent.pid()) +
                 ".\n"
-                "ok       request-directory: /var/opt/VeskaClient/RequestDir can be written "
-                "to.\n"
+                "ok       request-directory: /var/opt/VeskaClient/RequestDir is writable.\n"
                 "ok       request-directory-mode: /var/opt/VeskaClient/RequestDir is owned by "
                 "user root and group 0, mode 0770.\n"
-                "ok       space: there is room in /var/opt/VeskaClient/RequestDir.\n"
-                "ok       lock: nobody has taken the lock yet.\n"
+                "ok       space: the file system of /var/opt/VeskaClient/RequestDir has free "
+                "space.\n"
+                "ok       lock: there is no lock file yet, so the lock is free.\n"
                 "ok       request: no request is waiting.\n"
-                "ok       temporary-request: no temporary request is in the way.\n"
-                "ok       response-directory: /var/opt/VeskaClient/ResponseDir can be read.\n"
+                "ok       temporary-request: there is no temporary request.\n"
+                "ok       response-directory: /var/opt/VeskaClient/ResponseDir is accessible.\n"
                 "ok       response-directory-mode: /var/opt/VeskaClient/ResponseDir is owned "
                 "by user root and group 0, mode 0770.\n"
-                "ok       response: no response is there.\n",
+                "ok       response: there is no response.\n",
             result.output);
     });
 }
@@ -145,8 +145,8 @@ TEST(DoctorTest, ShowsHelpAndVersion) {
 TEST(DoctorTest, ExitsWith2OnInvalidCommandLine) {
     ProgramResult const result = RunIt({"--fix"});
     EXPECT_EQ(ExitStatus::Exited(2), result.status);
-    EXPECT_EQ("compliance-doctor: '--fix' is no option of this program; --help shows those "
-              "accepted\n",
+    EXPECT_EQ("compliance-doctor: '--fix' is not an option of this program; --help lists "
+              "the options\n",
               result.errors);
     EXPECT_EQ("", result.output);
 }

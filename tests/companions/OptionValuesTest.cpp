@@ -45,7 +45,7 @@ TEST(OptionValuesTest, RefusalNamesTheValueAndTheReason) {
     EXPECT_EQ("'a,,b' has an empty entry", ReasonToRefuse(ParseList, "a,,b"));
     EXPECT_EQ("'a,b,a' has 'a' twice", ReasonToRefuse(ParseList, "a,b,a"));
     EXPECT_EQ("'5d' is not accepted", ReasonToRefuse(ParseDuration, "5d"));
-    EXPECT_EQ("'/dev/null' is no regular file", ReasonToRefuse(ParseFile, "/dev/null"));
+    EXPECT_EQ("'/dev/null' is not a regular file", ReasonToRefuse(ParseFile, "/dev/null"));
 }
 
 TEST(OptionValuesTest, CombinesResultsOfRepeatedOption) {

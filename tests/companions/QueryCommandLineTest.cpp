@@ -101,7 +101,7 @@ TEST(QueryCommandLineTest, HelpAndVersionHavePrecedence) {
 TEST(QueryCommandLineTest, RefusalNamesTheArgumentAndTheAcceptedValues) {
     EXPECT_EQ("URL is missing; accepted: URL and DOC, -d, or --config NAME", Refusal({}));
     EXPECT_EQ("DOC is missing; accepted: URL and DOC, -d, or --config NAME", Refusal({"url"}));
-    EXPECT_EQ("'doc' is not accepted beside -d; accepted: URL and DOC, -d, or --config NAME",
+    EXPECT_EQ("'doc' is not accepted with -d; accepted: URL and DOC, -d, or --config NAME",
               Refusal({"-d", "doc"}));
     EXPECT_EQ("more than one output format; accepted: one of --table, --tsv, --json and --ndjson",
               Refusal({"-d", "--json", "--tsv"}));
@@ -114,9 +114,10 @@ struct ListOption {
 };
 
 constexpr ListOption listOptions[] = {
-    {"--strict", "Good", "a list of results with commas between"},
-    {"--only", "Good", "a list of results with commas between"},
-    {"--flags", "all", "gather, all, idle or hint, with commas between, or a number from 0 to 15"},
+    {"--strict", "Good", "a comma-separated list of results"},
+    {"--only", "Good", "a comma-separated list of results"},
+    {"--flags", "all",
+     "a comma-separated list of gather, all, idle or hint, or a number from 0 to 15"},
     {"--columns", "result",
      "designator, result, resultType, evaluationTime, description or comment"},
 };
@@ -160,11 +161,10 @@ TEST(QueryCommandLineTest, ParsesFlagsByNumber) {
 
 TEST(QueryCommandLineTest, RefusesInvalidFlags) {
     for (std::string const name : {"Gather", "16", "-1", "1 2", "0x1", "+1", "gatherall"})
-        EXPECT_EQ(
-            "--flags: '" + name +
-                "' is not accepted; accepted: gather, all, idle or hint, with commas between, "
-                "or a number from 0 to 15",
-            Refusal({"-d", "--flags", "all," + name}));
+        EXPECT_EQ("--flags: '" + name +
+                      "' is not accepted; accepted: a comma-separated list of gather, all, idle or "
+                      "hint, or a number from 0 to 15",
+                  Refusal({"-d", "--flags", "all," + name}));
 }
 
 TEST(QueryCommandLineTest, AcceptsUnitsOfTimes) {
@@ -193,17 +193,16 @@ TEST(QueryCommandLineTest, ParsesOutputFile) {
     EXPECT_TRUE(Parse({"-d", "-o", "b", "--json", "--keep-failures"}).keepFailures);
     EXPECT_TRUE(Parse({"-d", "-o", "b", "--ndjson", "--keep-failures"}).keepFailures);
     EXPECT_EQ(
-        "--output: '/dev/null' is no regular file; accepted: a regular file, or a new name in "
+        "--output: '/dev/null' is not a regular file; accepted: a regular file, or a new name in "
         "a directory that exists",
         Refusal({"-d", "--output=/dev/null"}));
 }
 
 TEST(QueryCommandLineTest, RefusesOptionsWithoutEffect) {
-    EXPECT_EQ("--keep-failures: accepted beside --output only",
-              Refusal({"-d", "--json", "--keep-failures"}));
-    EXPECT_EQ("--keep-failures: accepted beside --json and --ndjson only",
+    EXPECT_EQ("--keep-failures: requires --output", Refusal({"-d", "--json", "--keep-failures"}));
+    EXPECT_EQ("--keep-failures: requires --json or --ndjson",
               Refusal({"-d", "-o", "file", "--keep-failures"}));
-    EXPECT_EQ("--allow-empty: accepted beside --strict only", Refusal({"-d", "--allow-empty"}));
+    EXPECT_EQ("--allow-empty: requires --strict", Refusal({"-d", "--allow-empty"}));
 }
 
 TEST(QueryCommandLineTest, ParsesTableOptions) {
@@ -227,7 +226,7 @@ TEST(QueryCommandLineTest, RefusesInvalidTableOptions) {
     EXPECT_EQ("--color: 'yes' is not accepted; accepted: auto, always or never",
               Refusal({"-d", "--color=yes"}));
     for (std::string const option : {"--columns", "--sort", "--only", "--color"})
-        EXPECT_EQ(option + ": accepted with the table only",
+        EXPECT_EQ(option + ": accepted only with the table",
                   Refusal({"-d", "--json", option, "result"}));
 }
 
@@ -270,13 +269,13 @@ TEST(QueryCommandLineTest, ParsesNameOfConfigurationToCheck) {
 }
 
 TEST(QueryCommandLineTest, RefusesRequestWithExplainOrCheckConfig) {
-    EXPECT_EQ("'foo' is not accepted beside --explain", Refusal({"--explain", "3", "foo", "bar"}));
-    EXPECT_EQ("'url' is not accepted beside --check-config",
+    EXPECT_EQ("'foo' is not accepted with --explain", Refusal({"--explain", "3", "foo", "bar"}));
+    EXPECT_EQ("'url' is not accepted with --check-config",
               Refusal({"--check-config", "n", "url", "doc"}));
-    EXPECT_EQ("--config: not accepted beside --check-config",
+    EXPECT_EQ("--config: not accepted with --check-config",
               Refusal({"--check-config", "n", "--config", "other"}));
-    EXPECT_EQ("-d: not accepted beside --explain", Refusal({"--explain", "3", "-d"}));
-    EXPECT_EQ("--check-config: not accepted beside --explain",
+    EXPECT_EQ("-d: not accepted with --explain", Refusal({"--explain", "3", "-d"}));
+    EXPECT_EQ("--check-config: not accepted with --explain",
               Refusal({"--explain", "3", "--check-config", "n"}));
     EXPECT_EQ("--check-config: accepted once",
               Refusal({"--check-config", "a", "--check-config", "b"}));

@@ -107,12 +107,13 @@ TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
         ConfigurationDirectory const directory;
         directory.Write("bad.conf", "URI=x\nFLAGS=fast\n");
         directory.Write("good.conf", goodConfig);
-        std::string const first = "compliance-query: /etc/clientcompliance/bad.conf:1: 'URI' is no "
-                                  "key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
-                                  "KEEP_RESULTS\n";
+        std::string const first =
+            "compliance-query: /etc/clientcompliance/bad.conf:1: 'URI' is not "
+            "a key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
+            "KEEP_RESULTS\n";
         std::string const second = "compliance-query: /etc/clientcompliance/bad.conf:2: FLAGS: "
-                                   "'fast' is not accepted; accepted: gather, all, idle or hint, "
-                                   "with commas between, or a number from 0 to 15\n";
+                                   "'fast' is not accepted; accepted: a comma-separated list of "
+                                   "gather, all, idle or hint, or a number from 0 to 15\n";
         ScriptedAgent const agent(AgentScript().AwaitRequest());
         ProgramResult const checked = RunQuery({"--check-config", "bad"});
         EXPECT_EQ(ExitStatus::Exited(2), checked.status);

@@ -63,15 +63,16 @@ TEST_F(QueryConfigTest, EmptyFileIsTheDefaultRequest) {
 }
 
 TEST_F(QueryConfigTest, ReportsLineOfEachMistake) {
-    EXPECT_EQ((Texts{"1: 'URI' is no key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
-                     "KEEP_RESULTS",
-                     "2: FLAGS: 'fast' is not accepted; accepted: gather, all, idle or hint, with "
-                     "commas between, or a number from 0 to 15",
-                     "4: 'DOCUMENT' has no '='; accepted: KEY=VALUE, or # and a comment",
-                     "5: GOOD_RESULTS: 'a,' has an empty entry; accepted: a list of results with "
-                     "commas between",
-                     "6: KEEP_RESULTS: '0' is not accepted; accepted: a number from 1 to 10000"}),
-              Mistakes("URI=x\nFLAGS=fast\n\nDOCUMENT\nGOOD_RESULTS=a,\nKEEP_RESULTS=0\n"));
+    EXPECT_EQ(
+        (Texts{"1: 'URI' is not a key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
+               "KEEP_RESULTS",
+               "2: FLAGS: 'fast' is not accepted; accepted: a comma-separated list of gather, "
+               "all, idle or hint, or a number from 0 to 15",
+               "4: 'DOCUMENT' has no '='; accepted: KEY=VALUE, or # and a comment",
+               "5: GOOD_RESULTS: 'a,' has an empty entry; accepted: a comma-separated list "
+               "of results",
+               "6: KEEP_RESULTS: '0' is not accepted; accepted: a number from 1 to 10000"}),
+        Mistakes("URI=x\nFLAGS=fast\n\nDOCUMENT\nGOOD_RESULTS=a,\nKEEP_RESULTS=0\n"));
 }
 
 TEST_F(QueryConfigTest, RefusesRepeatedKey) {
@@ -80,8 +81,8 @@ TEST_F(QueryConfigTest, RefusesRepeatedKey) {
 }
 
 TEST_F(QueryConfigTest, RefusesUrlOrDocumentAlone) {
-    EXPECT_EQ(Texts{"2: URL: accepted beside DOCUMENT only"}, Mistakes("#\nURL=x\n"));
-    EXPECT_EQ(Texts{"1: DOCUMENT: accepted beside URL only"}, Mistakes("DOCUMENT=x\n"));
+    EXPECT_EQ(Texts{"2: URL: requires DOCUMENT"}, Mistakes("#\nURL=x\n"));
+    EXPECT_EQ(Texts{"1: DOCUMENT: requires URL"}, Mistakes("DOCUMENT=x\n"));
 }
 
 TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {

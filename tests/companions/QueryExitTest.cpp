@@ -90,7 +90,7 @@ TEST(QueryExitTest, ExplainsEachStatus) {
                       "\nRemedy: " + std::string(facts.remedy) + "\n",
                   ExplainQueryExit(number));
     }
-    EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the answer was there before"));
+    EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the answer existed before"));
 }
 
 TEST(QueryExitTest, KnowsExitStatuses) {

@@ -47,7 +47,7 @@ void QueryWithOldAnswer(AgentScript const& script, std::string const& oldAnswer,
 }
 
 constexpr char stale[] =
-    "the agent took the request, but its answer was there before: it belongs to an earlier "
+    "the agent took the request, but its answer existed before: it belongs to an earlier "
     "request";
 
 void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
@@ -153,10 +153,10 @@ TEST(QueryFreshnessTest, UnchangedAnswersToOpenAndCloseAreNotes) {
             [&](ProgramResult const& result) {
                 EXPECT_EQ(ExitStatus::Exited(0), result.status);
                 EXPECT_EQ(quiet ? ""
-                                : "compliance-query: the answer to the opening request was there "
-                                  "before; the agent may have left it\n"
-                                  "compliance-query: the answer to the closing request was there "
-                                  "before; the agent may have left it\n",
+                                : "compliance-query: the answer to the opening request existed "
+                                  "before; the agent may not have replaced it\n"
+                                  "compliance-query: the answer to the closing request existed "
+                                  "before; the agent may not have replaced it\n",
                           result.errors);
             });
 }

@@ -110,7 +110,7 @@ TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
         Sandbox::CreateAgentDirectories();
         std::string const accepted =
             "; accepted: a regular file, or a new name in a directory that exists";
-        ExpectRefusedFile("/dev/null", 2, "is no regular file" + accepted);
+        ExpectRefusedFile("/dev/null", 2, "is not a regular file" + accepted);
         ExpectRefusedFile("/opt", 2, "is a directory" + accepted);
         ExpectRefusedFile("/opt/none/file", 2, "is in no directory that exists" + accepted);
         ExpectRefusedFile("", 2, "is empty" + accepted);
@@ -123,7 +123,7 @@ TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
 TEST(QueryOutputFileTest, ResultWithoutRowsReplacesFile) {
     QueryToFile(FinishingScript(""), {"--strict=Pass", "-q"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(11), result.status);
-        EXPECT_EQ("compliance-query: no rows to judge\n", result.errors);
+        EXPECT_EQ("compliance-query: the evaluation has no rows\n", result.errors);
         EXPECT_EQ(0, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
         EXPECT_EQ(1u, CountResultEntries());
     });

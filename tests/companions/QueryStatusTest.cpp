@@ -86,7 +86,7 @@ INSTANTIATE_TEST_SUITE_P(Answers, QueryFailureTest,
                                                  {ProgressAnswer("7")},
                                                  6,
                                                  "bad-answer",
-                                                 "the agent's answer can't be read (code -7)",
+                                                 "the agent's answer cannot be read (code -7)",
                                                  {{"code", -7}}}),
                          [](auto const& test) { return std::string(test.param.name); });
 
@@ -96,7 +96,7 @@ TEST(QueryStatusTest, InvalidCommandLineIsStatus2WithoutARequest) {
         "--timeout: 'soon' is not accepted; accepted: a time from 1 second to 2147483647 seconds, "
         "such as 90, 90s, 5m or 2h",
         {"--timeout=soon", "-d"}, Sandbox::CreateAgentDirectories);
-    ExpectRefusal(2, "'--\\x1b[31m' is no option of this program; --help shows those accepted",
+    ExpectRefusal(2, "'--\\x1b[31m' is not an option of this program; --help lists the options",
                   {"--\x1b[31m"}, Sandbox::CreateAgentDirectories);
 }
 
@@ -234,7 +234,7 @@ TEST(QueryStatusTest, ExitsWith8IfHelpCannotBeWritten) {
 TEST(QueryStatusTest, ExplainShowsCauseAndRemedy) {
     ProgramResult const result = RunQuery({"--explain", "9"});
     EXPECT_EQ(ExitStatus::Exited(0), result.status);
-    EXPECT_TRUE(result.output.starts_with("9 (stale): the answer was there before the request\n"
+    EXPECT_TRUE(result.output.starts_with("9 (stale): the answer existed before the request\n"
                                           "Cause: "));
     EXPECT_NE(std::string::npos, result.output.find("\nRemedy: "));
     ProgramResult const refused = RunQuery({"--explain=12"});

@@ -32,7 +32,7 @@ TEST(QueryStrictTest, ExitsWith0IfAllResultsAreAccepted) {
 TEST(QueryStrictTest, ExitsWith11WithoutRowsUnlessAllowed) {
     ExpectStrict("", {"--strict=Compliant"}, 11,
                  "compliance-query: --strict lists results that no row has: 'Compliant'\n"
-                 "compliance-query: no rows to judge\n");
+                 "compliance-query: the evaluation has no rows\n");
     ExpectStrict("", {"--strict=Compliant", "--allow-empty", "-q"}, 0, "");
     ExpectStrict("", {}, 0, "");
 }
@@ -55,7 +55,8 @@ TEST(QueryStrictTest, NamesFirstFailingRowsAndUnusedResults) {
 
 // An exit status is always explained.
 TEST(QueryStrictTest, QuietKeepsTheReason) {
-    ExpectStrict("", {"--strict=Compliant", "-q"}, 11, "compliance-query: no rows to judge\n");
+    ExpectStrict("", {"--strict=Compliant", "-q"}, 11,
+                 "compliance-query: the evaluation has no rows\n");
     ExpectStrict(TwoRows(), {"--strict=Not,Passed", "-q"}, 10,
                  "compliance-query: 1 of 2 rows have a result that --strict does not list: "
                  "'baseline-001' ('Compliant')\n");

@@ -75,7 +75,7 @@ TEST(QueryTerminalTest, EscapesUnknownOptionUnlessTerminalIsUtf8) {
                              }});
         EXPECT_EQ(ExitStatus::Exited(2), result.status);
         EXPECT_EQ(std::string("compliance-query: '--") + shown +
-                      "' is no option of this program; --help shows those accepted\n",
+                      "' is not an option of this program; --help lists the options\n",
                   screen.Read());
     }
 }

@@ -54,8 +54,8 @@ TEST(ReportCommandLineTest, HelpAndVersionNeedNoFiles) {
 }
 
 TEST(ReportCommandLineTest, RefusesInvalidCommandLines) {
-    EXPECT_EQ("--strict is missing; accepted: the results that are good, a list of results with "
-              "commas between",
+    EXPECT_EQ("--strict is missing; accepted: the good results, a comma-separated list of "
+              "results",
               ReportRefusal({"--html=x", "f"}));
     EXPECT_EQ("no output; accepted: one or more of --html, --csv, --junit, --markdown and --json",
               ReportRefusal({"--strict=P", "f"}));

@@ -157,12 +157,12 @@ TEST_F(ResultFileTest, RefusesDanglingLink) {
 
 TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
     ExpectRefused(directory.path(), "is a directory");
-    ExpectRefused("/dev/null", "is no regular file");
+    ExpectRefused("/dev/null", "is not a regular file");
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
-    ExpectRefused(path, "is no regular file");
+    ExpectRefused(path, "is not a regular file");
     std::string const link = path + ".link";
     fs::create_symlink("/dev/null", link);
-    ExpectRefused(link, "is no regular file");
+    ExpectRefused(link, "is not a regular file");
 }
 
 TEST_F(ResultFileTest, RefusesInvalidPaths) {

@@ -97,7 +97,7 @@ class Program:
 
     def accepted_short(self):
         names = [f"-{letter}" for letter in string.ascii_letters
-                 if "is no option" not in self.refusal(f"-{letter}", "--help")]
+                 if "is not an option" not in self.refusal(f"-{letter}", "--help")]
         # If the option takes a value, `h` is its value and does not show the help.
         return {(name, run(self.name, f"{name}h").stdout == "") for name in names}
 

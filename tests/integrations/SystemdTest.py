@@ -195,7 +195,7 @@ $""")
         lines = head.splitlines()
         self.assertEqual(lines[0], "failure, status 6")
         self.assertRegex(lines[1], r"^nightly: Base & line\.xml: exit status 6: the agent's answer "
-                                   r"can't be read \(code -7\)$")
+                                   r"cannot be read \(code -7\)$")
         self.assertEqual(lines[2:5], ["202601", "202602", "202604"])
         self.assertEqual(len(lines), 6)
 
@@ -242,12 +242,12 @@ $""")
         """, config="\nPATH=/tmp\nKEEP_RESULTS=$(touch /tmp/abused)\n")
         self.assertEqual(
             output, "failure, status 2\n"
-            "nightly: exit status 2: /etc/clientcompliance/nightly.conf:1: 'PATH' is no key; "
+            "nightly: exit status 2: /etc/clientcompliance/nightly.conf:1: 'PATH' is not a key; "
             "accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, KEEP_RESULTS\n20260101T000000Z.json\n")
 
     def test_missing_permission_is_reported(self):
         output = self.run_service("touch $requests/lockfile; start; cat /run/journal")
-        self.assertRegex(output, r"^failure, status 7\nnightly: .* exit status 7: .*may not write to .*lockfile")
+        self.assertRegex(output, r"^failure, status 7\nnightly: .* exit status 7: .*cannot write to .*lockfile")
 
     def test_missing_directories_of_the_agent_start_nothing(self):
         output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
