@@ -166,7 +166,7 @@ class FleetTest(AnsibleTest):
     def test_evaluate_fails_on_results_that_are_not_accepted(self):
         found = self.call("web1,web2", "evaluate", '{"default": true, "good": ["Compliant"]}')
         self.assertNotIn("failed", found["web1"])
-        self.assertEqual(found["web2"]["msg"], "1 of 2 rows have a result outside of good: "
+        self.assertEqual(found["web2"]["msg"], "1 of 2 rows have a result that is not good: "
                                                "'two' is 'Not Compliant'")
         self.assertEqual([one["designator"] for one in found["web2"]["bad_rows"]], ["two"])
         self.assertEqual(found["web2"]["row_count"], 2)
@@ -300,6 +300,16 @@ class DocumentationTest(AnsibleTest):
                 self.assertTrue(option["description"])
                 for fact in ("type", "default", "elements", "choices"):
                     self.assertEqual(option.get(fact), module.ARGUMENTS[name].get(fact), (name, fact))
+
+    def test_repeated_defaults_are_equal(self):
+        collection = SOURCE / "integrations/ansible"
+        plugin = (collection / "plugins/action/collect.py").read_text()
+        tasks = (collection / "playbooks/tasks/report.yml").read_text()
+        options = self.documented("collect")["doc"]["options"]
+        self.assertEqual(re.findall(r"(?m)^DEFAULT_KEEP = (\d+)$", plugin),
+                         [str(options["keep"]["default"])])
+        self.assertEqual(re.findall(r"fleet_max_age \| default\('(\w+)'\)", tasks),
+                         [options["max_age"]["default"]])
 
     def test_collect_accepts_the_options_of_evaluate(self):
         evaluate = self.documented("evaluate")["doc"]["options"]

@@ -15,7 +15,7 @@ from ansible.plugins.action import ActionBase
 from ansible_collections.clientcompliance.fleet.plugins.module_utils import published_file, stored_result
 
 MAX_NAME_CHARACTERS = 255
-# The outcome of a stored file is within these, because the version and the outcome come first.
+# The first bytes of a stored file, which have its outcome: the version and the outcome come first.
 MAX_HEAD_BYTES = 200
 DEFAULT_KEEP = 31
 NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")
@@ -73,7 +73,7 @@ class ActionModule(ActionBase):
         directory, keep = self._own_arguments(arguments)
         host = task_vars["inventory_hostname"]
         node_name = str(arguments.pop("node_name", None) or host)
-        if host.startswith(".") or "/" in host:  # Reports skip a directory whose name has a dot there.
+        if host.startswith(".") or "/" in host:  # Reports skip hidden directories.
             raise AnsibleActionFail("'{0}' cannot be the name of a directory".format(host))
         result = self._execute_module("clientcompliance.fleet.evaluate", arguments,
                                       task_vars=task_vars)

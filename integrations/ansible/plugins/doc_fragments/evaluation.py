@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The options that the modules evaluate and collect have in common."""
+"""The options of several modules."""
 
 from __future__ import absolute_import, division, print_function
 
@@ -29,14 +29,8 @@ options:
         the one that ended last is read, then a failed one, then the last file name. A file that
         cannot be used counts with its modification time.
       - The results that are not older than I(max_age) must be of one host and document.
+      - Without this option, I(max_age) has no effect.
     type: path
-  max_age:
-    description:
-      - With I(path), an older result is not fresh, such as C(26h).
-      - A number of seconds, at least 1, or a number with the unit C(s), C(m) or C(h).
-      - A result from the future is not fresh either. Clocks may differ by one minute.
-    type: str
-    default: 26h
   flags:
     description:
       - The flags of the request. See C(--flags) of compliance-query(1).
@@ -66,4 +60,15 @@ options:
       - Accept a result without rows.
     type: bool
     default: false
+"""
+
+    MAX_AGE = r"""
+options:
+  max_age:
+    description:
+      - An older stored result is not fresh.
+      - A number of seconds, at least 1, or a number with the unit C(s), C(m) or C(h).
+      - A result from the future is not fresh either. Clocks may differ by one minute.
+    type: str
+    default: 26h
 """

@@ -1,14 +1,13 @@
-"""Results of compliance-query: the command, reading, age, and rows with other results.
+"""Runs of compliance-query and their results: command, parsing, age, and rows that are not good.
 
 check_compliance and the Ansible collection share this file. It needs Python 3.6 and nothing else.
 It accepts the documents, times and lists that compliance-report accepts, with these exceptions:
 
-- Provenance is required, a finished result has a response, and a failed one has 'failure'.
-- A member that is read is not an array or an object instead of a text.
-- No object has a member twice.
-- Whitespace may have any length, and the limit of a text does not count escapes.
+- It requires provenance, a response in a finished result, and 'failure' in a failed one.
+- It refuses an array or an object in place of a text, and a repeated member of any object.
+- It does not limit whitespace, and the limit of a text does not count escapes.
 
-A text that comes from a row or from a file is untrusted; visible() escapes it.
+A text of a row or of a file is untrusted; visible() escapes it.
 """
 
 from __future__ import absolute_import, division, print_function
@@ -42,12 +41,16 @@ ROW_MEMBERS = ("designator", "result", "resultType", "evaluationTime", "descript
 SECONDS_OF_UNIT = {"": 1, "s": 1, "m": 60, "h": 3600}
 MAX_SECONDS = 2 ** 31 - 1
 MAX_NAME_CHARACTERS = 60
+# Limits of messages about bad rows and unusable results.
+MAX_NAMED_ROWS = 3
+MAX_REASON_CHARACTERS = 400
 NANOSECONDS = 10 ** 9
 EPOCH = datetime.date(1970, 1, 1).toordinal()
 YEARS_OF_CALENDAR = 400  # After these the Gregorian calendar repeats.
 DAYS_OF_CALENDAR = 146097
 COLLECTED_NAME = re.compile(r"[0-9]{8}T[0-9]{6}\.[0-9]{3}Z\.json\Z")
-# Control, format, surrogate, private and unassigned characters, and separators beside the space.
+# Control, format, surrogate, private and unassigned characters, and separators of lines and
+# paragraphs.
 HIDDEN_CATEGORIES = ("C", "Zl", "Zp")
 # Characters of other categories with the property Default_Ignorable_Code_Point.
 IGNORABLE = re.compile("[\u034f\u115f\u1160\u17b4\u17b5\u180b-\u180f\u3164\ufe00-\ufe0f\uffa0"
@@ -109,7 +112,7 @@ def split_list(text):
     """Splits a comma-separated list, and trims the names. Raises ValueError."""
     names = [name.strip(" \t") for name in text.split(",")]
     if "" in names:
-        raise ValueError("'{0}' has an empty name; expected results with commas between"
+        raise ValueError("'{0}' has an empty name; expected comma-separated results"
                          .format(text))
     check_repeated(names)
     return names
@@ -138,7 +141,7 @@ def parse_time(text):
 
 
 def utc_text(nanoseconds):
-    """Returns text such as 20260131T023104.512Z. Raises ResultError for years beyond 1 to 9999."""
+    """Returns text such as 20260131T023104.512Z. Raises ResultError outside of the years 1 to 9999."""
     milliseconds = nanoseconds // 10 ** 6
     try:
         moment = datetime.datetime(1970, 1, 1) + datetime.timedelta(milliseconds=milliseconds)
@@ -259,7 +262,7 @@ def _check_outcome(document):
     rows, count = document.get("rows"), document["rowCount"]
     _check_rows(rows)
     _expect(count == len(rows),
-            "{0} rows, as 'rowCount' says, and found {1}".format(count, len(rows)))
+            "{0} rows ('rowCount'), and found {1}".format(count, len(rows)))
 
 
 def _check_sizes(document):
@@ -283,7 +286,7 @@ def _object(pairs):
     if len(members) < len(pairs):
         names = sorted(name for name, _ in pairs)
         name = next(one for one, other in zip(names, names[1:]) if one == other)
-        raise ResultError("not a result of compliance-query: the member '{0}' is there twice"
+        raise ResultError("not a result of compliance-query: the member '{0}' is repeated"
                           .format(name[:MAX_NAME_CHARACTERS]))
     return members
 
@@ -324,7 +327,7 @@ def _decode_document(data):
     json.dumps([document, rows], ensure_ascii=False).encode("utf-8")
     _expect(isinstance(document, dict), "an object")
     has_lines = document.get("outcome") == "finished" and "rows" not in document
-    _expect(has_lines or not rows, "the end of the file behind the object")
+    _expect(has_lines or not rows, "the end of the file after the object")
     return dict(document, rows=rows) if has_lines else document
 
 
@@ -492,7 +495,7 @@ def check_fresh(document, max_age=None):
         raise ResultError("the evaluation failed: {0} ({1}, exit status {2})".format(
             document["message"], document["failure"], document["exitStatus"]))
     if not document["provenance"]["response"]["fresh"]:
-        raise ResultError("the agent's answer was there before the request")
+        raise ResultError("the agent's answer existed before the request")
     if max_age is None:
         return
     age = age_seconds(document)

@@ -50,6 +50,7 @@ attributes:
     support: full
 extends_documentation_fragment:
   - clientcompliance.fleet.evaluation
+  - clientcompliance.fleet.evaluation.max_age
 seealso:
   - module: clientcompliance.fleet.evaluate
 author:

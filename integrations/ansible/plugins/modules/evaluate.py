@@ -31,6 +31,7 @@ attributes:
     support: full
 extends_documentation_fragment:
   - clientcompliance.fleet.evaluation
+  - clientcompliance.fleet.evaluation.max_age
 seealso:
   - module: clientcompliance.fleet.collect
 author:
@@ -48,7 +49,6 @@ EXAMPLES = r"""
 - name: Read the newest result of the nightly evaluation
   clientcompliance.fleet.evaluate:
     path: /var/lib/compliance-evaluate/nightly
-    max_age: 26h
   register: nightly
 
 - name: Show the rows that are not compliant
@@ -150,7 +150,6 @@ ARGUMENTS = {
     "good": {"type": "list", "elements": "str"},
     "allow_empty": {"type": "bool", "default": False},
 }
-MAX_NAMED_ROWS = 3
 
 
 def query_command(parameters):
@@ -178,7 +177,7 @@ def evaluate(module):
 
 
 def members(document):
-    """The document as return values."""
+    """Returns the document as return values of the module."""
     head = {name: value for name, value in document.items() if name not in ("provenance", "rows")}
     found = {"head": head, "provenance": document["provenance"],
              "age_seconds": int(stored_result.age_seconds(document))}
@@ -195,14 +194,14 @@ def check_rows(module, document, found):
         module.fail_json(msg="the result has no rows", **found)
     if good is None:
         return
-    # A name with a lone surrogate is the name of no result, but has to be encoded.
+    # "surrogatepass": a lone surrogate matches no result, and must not raise an exception.
     bad = found["bad_rows"] = stored_result.bad_rows(
         document, [name.encode("utf-8", "surrogatepass") for name in good])
     if bad:
         named = ", ".join("'{0}' is '{1}'".format(row["designator"], row["result"])
-                          for row in bad[:MAX_NAMED_ROWS])
-        more = ", ..." if len(bad) > MAX_NAMED_ROWS else ""
-        module.fail_json(msg="{0} of {1} rows have a result outside of good: {2}{3}".format(
+                          for row in bad[:stored_result.MAX_NAMED_ROWS])
+        more = ", ..." if len(bad) > stored_result.MAX_NAMED_ROWS else ""
+        module.fail_json(msg="{0} of {1} rows have a result that is not good: {2}{3}".format(
             len(bad), len(document["rows"]), named, more), **found)
 
 

@@ -36,11 +36,6 @@ options:
     type: list
     elements: str
     required: true
-  max_age:
-    description:
-      - If the newest result is older, such as C(26h), it is not fresh.
-    type: str
-    default: 26h
 attributes:
   check_mode:
     description: Compares, and does not write the file.
@@ -52,6 +47,8 @@ attributes:
     description: The systems that the module runs on.
     platforms: linux
     support: full
+extends_documentation_fragment:
+  - clientcompliance.fleet.evaluation.max_age
 seealso:
   - module: clientcompliance.fleet.collect
 author:
@@ -97,7 +94,6 @@ ARGUMENTS = {
     "good": {"type": "list", "elements": "str", "required": True},
     "max_age": {"type": "str", "default": stored_result.DEFAULT_MAX_AGE},
 }
-MAX_REASON_CHARACTERS = 400
 
 
 class NotCompared(Exception):
@@ -162,7 +158,7 @@ class Comparison(object):
             self.found["regressed"].append(host)
 
     def _add_reason(self, kind, host, reason):
-        self.found[kind][host] = stored_result.visible(reason)[:MAX_REASON_CHARACTERS]
+        self.found[kind][host] = stored_result.visible(reason)[:stored_result.MAX_REASON_CHARACTERS]
         self.text += "{0}: not compared: {1}\n".format(host, self.found[kind][host])
 
 
