@@ -6,7 +6,7 @@ complete -c check_compliance -s r -l result -n 'not __fish_contains_opt -s r res
 complete -c check_compliance -s s -l strict -x -d 'Good results'
 complete -c check_compliance -s w -l warning -n 'not __fish_contains_opt -s w warning' -x -d 'Range of bad rows without a warning'
 complete -c check_compliance -s c -l critical -n 'not __fish_contains_opt -s c critical' -x -d 'Range of bad rows that is not critical'
-complete -c check_compliance -l max-age -n 'not __fish_contains_opt max-age' -x -d 'An older result is not fresh'
+complete -c check_compliance -l max-age -n 'not __fish_contains_opt max-age' -x -d 'Maximum age of a fresh result'
 complete -c check_compliance -l no-result -n 'not __fish_contains_opt no-result' -xa 'unknown critical' -d 'State without a fresh result'
 complete -c check_compliance -l flags -n 'not __fish_contains_opt flags' -xa 'gather all idle hint' -d 'How to evaluate'
 complete -c check_compliance -l wait -n 'not __fish_contains_opt wait' -x -d 'Retry during this time'

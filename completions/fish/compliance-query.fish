@@ -1,6 +1,7 @@
 # Completion of compliance-query for fish.
 
-# The names for the last part of a list with commas: those that the list does not have yet.
+# Completes the last entry of a comma-separated list, with the names that the list does not have
+# yet.
 function __compliance_query_list
     set --local token (commandline -ct | string replace -r '^--[a-z]+=' '')
     set --local before (string match -r '.*,' -- $token)
@@ -9,7 +10,8 @@ function __compliance_query_list
     end
 end
 
-# Whether none of these options is there. One whose value is being completed does not count yet.
+# Returns 0 if the command line has none of these options. Ignores the option whose value is being
+# completed.
 function __compliance_query_lacks
     set --local words (commandline -opc)
     set --local with_value --columns --sort --only --color -o --output --flags --strict --timeout \
@@ -47,7 +49,7 @@ complete -c compliance-query -l prometheus -n '__compliance_query_lacks --promet
 complete -c compliance-query -l flags -n '__compliance_query_lacks --flags' -x -a '(__compliance_query_list gather all idle hint)' -d 'How to evaluate'
 complete -c compliance-query -l strict -n '__compliance_query_lacks --strict' -x -d 'Results that are accepted'
 complete -c compliance-query -l allow-empty -n '__compliance_query_lacks --allow-empty' -d 'Accept an evaluation without rows'
-complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that was there before the request'
+complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that existed before the request'
 complete -c compliance-query -l timeout -n '__compliance_query_lacks --timeout' -x -d 'Fail after this time'
 complete -c compliance-query -l wait -n '__compliance_query_lacks --wait' -x -d 'Retry during this time'
 complete -c compliance-query -l progress -n '__compliance_query_lacks --progress' -x -a 'auto bar lines none' -d 'How progress is shown'
