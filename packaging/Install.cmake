@@ -10,14 +10,16 @@ set(CC_ZSH_COMPLETIONS ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
     "Directory for the completions of zsh")
 set(config_directory ${CMAKE_INSTALL_LIBDIR}/cmake/ClientCompliance)
 
-# install_found(<component> <directory> <pattern>...): the files of the source tree by pattern.
+# install_found(<component> <directory> <pattern>...): installs the files of the source tree that
+# match a pattern.
 function(install_found component directory)
   list(TRANSFORM ARGN PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE patterns)
   file(GLOB found CONFIGURE_DEPENDS ${patterns})
   install(FILES ${found} DESTINATION ${directory} COMPONENT ${component})
 endfunction()
 
-# install_completions(<component> <command>...): those of each shell, where there are any.
+# install_completions(<component> <command>...): installs the completions of the commands for each
+# shell.
 function(install_completions component)
   foreach(command ${ARGN})
     install_found(${component} ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
@@ -28,9 +30,9 @@ function(install_completions component)
   endforeach()
 endfunction()
 
-# install_page(<page> <name>): a page of the documentation, under its installed name. Links lead to
-# installed files. A link to a manual page or schema becomes its name, and a link to a file that is
-# not installed becomes plain text.
+# install_page(<page> <name>): installs a page of the documentation under a name. Changes its links
+# to the paths of installed files. A link to a manual page or schema becomes its name, and a link to
+# a file that is not installed becomes plain text.
 function(install_page page name)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${page})
   cmake_path(GET name PARENT_PATH directory)
@@ -60,7 +62,7 @@ install_found(tool ${CMAKE_INSTALL_MANDIR}/man1 docs/man/ClientCompliance.1)
 install_found(tool ${CMAKE_INSTALL_MANDIR}/man5 docs/man/*.5)
 install_found(tool ${CMAKE_INSTALL_MANDIR}/man7 docs/man/*.7)
 
-# companions: apart from the tool, since they need the system's C++ library.
+# companions: a component of their own, because the tool does not need them.
 if(TARGET compliance-query)
   harden(${companion_programs})
   install(TARGETS ${companion_programs} RUNTIME COMPONENT companions)
@@ -79,8 +81,8 @@ install(FILES ${PROJECT_SOURCE_DIR}/compliance/Compliance.h
 install(FILES ${static_library} DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install_found(development ${CMAKE_INSTALL_MANDIR}/man3 docs/man/*.3)
 
-# Both find the installation by their own path, so that it can be moved as a whole. Only the prefix of
-# the system is absolute: pkg-config omits -I and -L for its directories.
+# The files for pkg-config and CMake have relative paths, so the installation is relocatable. Only
+# the prefix /usr is absolute, because pkg-config omits -I and -L for its directories.
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set(pc_prefix /usr)
 else()
@@ -106,7 +108,7 @@ install(
     ${CMAKE_CURRENT_BINARY_DIR}/ClientComplianceConfigVersion.cmake
   DESTINATION ${config_directory} COMPONENT development)
 
-# companions: rules and a dashboard, which need nothing but the metrics of compliance-query.
+# companions: rules and a dashboard, which need only the metrics of compliance-query.
 if(TARGET compliance-query)
   install(
     FILES
@@ -115,7 +117,8 @@ if(TARGET compliance-query)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT companions)
 endif()
 
-# demo: away from the PATH, where its name would be taken for the agent's.
+# demo: in libexec and not in PATH, because the program of the stand-in has the name of the agent's
+# program, and a user who runs it by name expects the agent.
 install(TARGETS VeskaClient RUNTIME DESTINATION ${libexec} COMPONENT demo)
 install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario
   DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT demo)
@@ -144,8 +147,8 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/integrations/ansible/
   DESTINATION ${CMAKE_INSTALL_DATADIR}/ansible/collections/ansible_collections/clientcompliance/fleet
   COMPONENT ansible PATTERN __pycache__ EXCLUDE)
 
-# systemd: a package of its own, because it creates a user. Units name absolute paths, so these are
-# right for the configured prefix only.
+# systemd: a package of its own, because it creates a user. Units have absolute paths, so they are
+# correct only for the configured prefix.
 if(TARGET compliance-query)
   set(systemd ${PROJECT_SOURCE_DIR}/integrations/systemd)
   set(program_directory ${CMAKE_INSTALL_FULL_LIBEXECDIR}/clientcompliance)
@@ -186,8 +189,8 @@ if(CC_SITE)
   install(DIRECTORY ${site}/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/html COMPONENT documentation)
 endif()
 
-# licence: a component of its own, since distributions have their own place for it. Its package, which
-# the others require, has the changes and the security policy too.
+# licence: a component of its own, because distributions differ in where they install licences. The
+# RPM packages require its package, which also has the changes and the security policy.
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${CMAKE_CURRENT_BINARY_DIR}/pages/CHANGELOG.md
   ${CMAKE_CURRENT_BINARY_DIR}/pages/SECURITY.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence)

@@ -1,5 +1,5 @@
-# libclientcompliance, shared and static: the interface of compliance/Compliance.h. The foundation
-# library is inside, but none of its names is to be seen.
+# libclientcompliance, shared and static, with the interface of compliance/Compliance.h. Both
+# contain the foundation library, but export none of its names.
 set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
 set(version_script ${CMAKE_CURRENT_SOURCE_DIR}/libclientcompliance.map)
 
@@ -19,10 +19,10 @@ set_target_properties(clientcompliance_shared PROPERTIES
   LINKER_LANGUAGE CXX
   LINK_DEPENDS ${version_script})
 
-# One relocatable object with all names but the exported ones made local, so that a program may have
-# its own Buffer or FileName. The groups of templates and inline functions (COMDAT) are dissolved
-# first: a linker tells them by name even where the name is local, and would throw away either our
-# copy or the program's.
+# One relocatable object in which all names except the exported ones are local, because a program
+# may define its own Buffer or FileName. The COMDAT groups of templates and inline functions are
+# removed first: a linker identifies groups by name, even if the name is local, and would discard
+# either the copy of the library or that of the program.
 find_program(CC_GNU_LINKER NAMES ld.bfd ld DOC "The linker that joins the static library" REQUIRED)
 set(static_library ${CMAKE_CURRENT_BINARY_DIR}/libclientcompliance.a)
 set(folders compliance xml files strings unicode data simd)

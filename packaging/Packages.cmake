@@ -1,5 +1,5 @@
-# RPM packages by component, through CPack. `scripts/package rpm` calls it; the packages for Debian
-# stand in debian/.
+# RPM packages of the components, by CPack. `scripts/package rpm` builds them. debian/ has the
+# Debian packages.
 set(CPACK_GENERATOR RPM)
 set(CPACK_PACKAGE_NAME clientcompliance)
 set(CPACK_PACKAGE_VENDOR "The ClientCompliance authors")
@@ -13,7 +13,7 @@ endif()
 
 set(CPACK_RPM_COMPONENT_INSTALL ON)
 set(CPACK_RPM_MAIN_COMPONENT tool)
-# With SOURCE_DATE_EPOCH the same sources give the same bytes at any time, on any machine.
+# With SOURCE_DATE_EPOCH, the packages are reproducible.
 set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none
 %global use_source_date_epoch_as_buildtime 1
 %global clamp_mtime_to_source_date_epoch 1
@@ -21,7 +21,7 @@ set(CPACK_RPM_SPEC_MORE_DEFINE "%define _build_id_links none
 set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
 set(CPACK_RPM_PACKAGE_LICENSE MIT)
 set(CPACK_RPM_PACKAGE_RELEASE 1)
-# The directories that every system has already.
+# Directories that packages of the distribution own.
 set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
   /usr/share/man /usr/share/man/man1 /usr/share/man/man3 /usr/share/man/man5 /usr/share/man/man7
   /usr/share/man/man8 /usr/lib/systemd /usr/lib/systemd/system /usr/lib/sysusers.d
@@ -37,7 +37,8 @@ set(CPACK_RPM_EXCLUDE_FROM_AUTO_FILELIST_ADDITION
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/debian/control)
 file(READ ${PROJECT_SOURCE_DIR}/debian/control control)
 
-# describe_like_debian(<package> <variable>): the long description of a package for Debian.
+# describe_like_debian(<package> <variable>): sets the variable to the long description of the
+# Debian package.
 function(describe_like_debian package variable)
   string(FIND "${control}" "\nPackage: ${package}\n" begin)
   string(SUBSTRING "${control}" ${begin} -1 text)
@@ -52,13 +53,14 @@ function(describe_like_debian package variable)
   set(${variable} "${text}" PARENT_SCOPE)
 endfunction()
 
-# rpm_package(<component> <package> <summary> [<what it requires>])
+# rpm_package(<component> <package> <summary> [<requirements>]): sets the variables of CPack for the
+# package of a component.
 function(rpm_package component package summary)
   string(TOUPPER ${component} name)
   string(REGEX REPLACE "-devel$" "-dev" debian_package ${package})
   if(component STREQUAL licence)
-    set(description "The conditions under which the other packages may be used, the changes of each
-version, and the security policy.")
+    set(description "The licence of the other packages, the changes of each version, and the
+security policy.")
   else()
     describe_like_debian(${debian_package} description)
   endif()

@@ -1,7 +1,8 @@
 """The bill of materials of a release, in SPDX 2.3: bill_of_materials.py FOLDER NAME COMMIT
 
 FOLDER has the source archive NAME.tar.gz and the packages. Lists the files of the archive, the
-packages, and the libraries and scripts of others that they contain. scripts/release sets SOURCE_DATE_EPOCH.
+packages, and the third-party libraries and scripts in them. SOURCE_DATE_EPOCH has the time of the
+bill; scripts/release sets it.
 """
 
 import datetime
@@ -18,7 +19,7 @@ import uuid
 
 AUTHORS = "Organization: The ClientCompliance authors"
 LICENSE = "MIT"
-# A file of the library, and its licence.
+# A file of each library, and its licence.
 C_LIBRARY = ("libc.a", "LGPL-2.1-or-later")
 CPP_LIBRARY = ("libstdc++.a", "GPL-3.0-or-later WITH GCC-exception-3.1")
 JSON_LIBRARY = ("/usr/include/nlohmann/json.hpp", "MIT")
@@ -68,7 +69,7 @@ def source(archive, version, files):
 
 
 def library(file, license_of_library):
-    """The package of the system that has the file."""
+    """Returns the Debian package that the file belongs to, with the licence."""
     def output(*command):
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout.strip()
 
