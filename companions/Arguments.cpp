@@ -169,7 +169,7 @@ Arguments::Arguments(std::span<OptionRule const> rules, std::span<char const* co
         !operandNames.empty() && std::string_view(operandNames.back()).ends_with("...");
     if (operands.size() > operandNames.size() && !isRepeated)
         throw CommandLineError("'" + operands[operandNames.size()] +
-                               "' is one operand too many; accepted: " + Join(operandNames));
+                               "' is an extra operand; accepted: " + Join(operandNames));
 }
 
 void Arguments::Add(std::span<OptionRule const> rules, int code, std::string const& argument) {

@@ -51,8 +51,7 @@ void RefuseSharedFiles(std::vector<NamedFile> const& outputs,
         auto const found = used.find(identity);
         if (found != used.end())
             throw CommandLineError(Quote(file) + " and " + Quote(found->second) +
-                                   " are the same file; accepted: a file of its own for each "
-                                   "output");
+                                   " are the same file; accepted: a separate file for each output");
     };
     for (NamedFile const& output : outputs)
         if (std::optional<FileIdentity> const identity = IdentifyFile(output)) {

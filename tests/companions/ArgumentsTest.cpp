@@ -95,9 +95,8 @@ TEST(ArgumentsTest, RefusalNamesArgumentAndAcceptedValues) {
               Refusal({"one", "--other"}));
     EXPECT_EQ("'-o' is not an option of this program; --help lists the options", Refusal({"-o"}));
     EXPECT_EQ("'-xo' is not an option of this program; --help lists the options", Refusal({"-xo"}));
-    EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
-              Refusal({"one", "two", "three"}));
-    EXPECT_EQ("'three' is one operand too many; accepted: ONE TWO",
+    EXPECT_EQ("'three' is an extra operand; accepted: ONE TWO", Refusal({"one", "two", "three"}));
+    EXPECT_EQ("'three' is an extra operand; accepted: ONE TWO",
               Refusal({"one", "--", "two", "three"}));
     EXPECT_EQ("--list: a value is missing; accepted: words", Refusal({"one", "--list"}));
     EXPECT_EQ("--help: this option takes no value", Refusal({"--help=yes"}));
@@ -192,7 +191,7 @@ TEST(ArgumentsTest, OperandIsRefusedByProgramWithoutOperands) {
         Arguments(exampleRules, {}, 2, texts.data());
         FAIL();
     } catch (CommandLineError const& error) {
-        EXPECT_STREQ("'one' is one operand too many; accepted: none", error.what());
+        EXPECT_STREQ("'one' is an extra operand; accepted: none", error.what());
     }
 }
 

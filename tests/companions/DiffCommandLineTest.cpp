@@ -44,7 +44,7 @@ TEST(DiffCommandLineTest, HelpAndVersionNeedNoFiles) {
 TEST(DiffCommandLineTest, RefusesInvalidCommandLines) {
     EXPECT_EQ("OLD is missing; accepted: OLD and NEW", DiffRefusal({}));
     EXPECT_EQ("NEW is missing; accepted: OLD and NEW", DiffRefusal({"old"}));
-    EXPECT_EQ("'c' is one operand too many; accepted: OLD NEW", DiffRefusal({"a", "b", "c"}));
+    EXPECT_EQ("'c' is an extra operand; accepted: OLD NEW", DiffRefusal({"a", "b", "c"}));
     EXPECT_EQ("--color: not accepted with --json",
               DiffRefusal({"--json", "--color=always", "a", "b"}));
     EXPECT_EQ("--regressions: '' has an empty entry; accepted: a comma-separated list of results",

@@ -88,7 +88,7 @@ TEST(QueryMetricsTest, FileOfTheRowsIsRefusedBeforeTheRequest) {
         std::string const command = std::string("'" CC_QUERY_PROGRAM "' --prometheus ") +
                                     metricsFile + " -d >>" + metricsFile;
         EXPECT_EQ("compliance-query: --prometheus '/opt/compliance.prom' and standard output '-' "
-                  "are the same file; accepted: a file of its own for each output\n",
+                  "are the same file; accepted: a separate file for each output\n",
                   RunProgram({"/bin/sh", "-c", command}).errors);
         EXPECT_EQ("old", MetricsText());
         EXPECT_EQ(0u, agent.Requests().size());
@@ -125,7 +125,7 @@ TEST(QueryMetricsTest, DashOfOutputOptionIsAFileName) {
         ProgramResult const result = RunInOpt("--json --keep-failures --output - --prometheus ./-");
         EXPECT_EQ(ExitStatus::Exited(2), result.status);
         EXPECT_EQ("compliance-query: --prometheus './-' and --output '-' are the same file; "
-                  "accepted: a file of its own for each output\n",
+                  "accepted: a separate file for each output\n",
                   result.errors);
         EXPECT_EQ(0u, agent.Requests().size());
     });

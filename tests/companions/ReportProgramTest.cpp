@@ -120,7 +120,7 @@ TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
     }
     std::string const message = Report({"--json", link, result}).errors;
     EXPECT_EQ("compliance-report: FILE '" + result + "' and --json '" + link +
-                  "' are the same file; accepted: a file of its own for each output\n",
+                  "' are the same file; accepted: a separate file for each output\n",
               message);
 }
 
