@@ -155,7 +155,7 @@ void CopyBare(Files const& files) {
     struct stat stats;
     Checked(lstat(files.source.c_str(), &stats));
     if (lstat(files.target.c_str(), &stats) == 0)
-        throw std::runtime_error("the target is there already");
+        throw std::runtime_error("the target exists already");
     int const target = OpenBare(files.target, O_RDWR | O_CREAT | O_EXCL);
     int const source = OpenBare(files.source, O_RDONLY);
     off_t position = 0;

@@ -74,7 +74,7 @@ public:
             BeInit(ready[1]);
         close(ready[1]);
         char answer = 'n';
-        Check(read(ready[0], &answer, 1) == 1 && answer == 'y', "making the sleepers");
+        Check(read(ready[0], &answer, 1) == 1 && answer == 'y', "starting the sleepers");
         close(ready[0]);
     }
 

@@ -43,13 +43,13 @@ def ratios_as_svg(rows):
         top = 30 + ROW * index
         color = {None: PLAIN, True: MET, False: MISSED}[row["met"]]
         left, right = sorted((place(1.0), place(row["ratio"])))
-        parts.append(text(LEFT - 8, top + 14, f"{row['operation']} : {row['peer']}", "end"))
+        parts.append(text(LEFT - 8, top + 14, f"{row['operation']} : {row['baseline']}", "end"))
         parts.append(bar(left, right, top + 4, color))
         end = max(right, place(row["goal"] or 1.0)) + 6
         parts.append(text(end, top + 14, f"{row['ratio']:.2f}"))
         if row["goal"]:
             parts.append(line(place(row["goal"]), top + 1, top + 20, "#000", 2))
-    foot = ("Processor time of the other library / ours, median of the rounds, logarithmic. "
+    foot = ("Processor time of the baseline / ours, median of the rounds, logarithmic. "
             "Black mark: the goal.")
     parts.append(text(LEFT, bottom + 18, foot, color="#666"))
     size = f'width="{LEFT + WIDTH + 60}" height="{bottom + 28}"'

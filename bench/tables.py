@@ -30,16 +30,17 @@ def name_of(row):
 
 
 def ratio_cells(row):
-    best = " (best)" if row["asked"] == "best" else ""
+    best = " (best)" if row["best"] else ""
     measured = ["not installed", ""]
     if "ratio" in row:
         measured = [f"{row['ratio']:.2f}", f"{row['quartile']:.2f}"]
     goal = "" if row["goal"] is None else f"{row['goal']:g}"
-    return [name_of(row), row["ours"], f"{row['peer']}{best}", *measured, goal, MET[row.get("met")]]
+    baseline = f"{row['baseline']}{best}"
+    return [name_of(row), row["ours"], baseline, *measured, goal, MET[row.get("met")]]
 
 
 def limit_cells(row):
-    name, form, unit = COUNTERS[row["peer"]]
+    name, form, unit = COUNTERS[row["counter"]]
     value, limit = f"{row['value']:{form}}{unit}", f"{row['limit']:,g}{unit}"
     return [name_of(row), name, value, limit, MET[row["met"]]]
 
@@ -50,17 +51,17 @@ def matrix_cell(row):
 
 
 def matrices(rows):
-    """Tables of conversions and scripts: whole texts or streams, compared with one library each."""
+    """Tables of conversions and scripts, one for each baseline and mode (whole texts or streams)."""
     cells = {}
     for row in rows:
         stream, pair, script = MATRIX.fullmatch(row["operation"]).groups()
-        if row["asked"] != "best" and "ratio" in row:
-            key = "streams" if stream else "whole texts", row["peer"]
+        if not row["best"] and "ratio" in row:
+            key = "streams" if stream else "whole texts", row["baseline"]
             cells.setdefault(key, {}).setdefault(pair, {})[script] = matrix_cell(row)
     lines = []
-    for (mode, peer), pairs in sorted(cells.items(), reverse=True):
+    for (mode, baseline), pairs in sorted(cells.items(), reverse=True):
         scripts = list(next(iter(pairs.values())))
-        lines += table([f"{mode}, {peer}", *(f"{script}:" for script in scripts)],
+        lines += table([f"{mode}, {baseline}", *(f"{script}:" for script in scripts)],
                        [[pair, *(found.get(script, "") for script in scripts)]
                         for pair, found in pairs.items()])
     return lines

@@ -103,7 +103,7 @@ class CommandsTest(unittest.TestCase):
 
 class TablesTest(unittest.TestCase):
     def ratio(self, operation, met):
-        return {"operation": operation, "ours": "5 ns", "peer": "icu", "asked": "icu", "goal": 1.5,
+        return {"operation": operation, "ours": "5 ns", "baseline": "icu", "best": False, "goal": 1.5,
                 "ratio": 1.234, "quartile": 1.2, "met": met}
 
     def test_mark_ratios_below_the_goal(self):
@@ -113,7 +113,7 @@ class TablesTest(unittest.TestCase):
         self.assertIn("| b | 5 ns | icu | 1.23 | 1.20 | 1.5 | **no** |", text)
 
     def test_mark_values_above_the_limit(self):
-        row = {"operation": "whole-process/file", "ours": "", "peer": "file_mib", "value": 1.25,
+        row = {"operation": "whole-process/file", "ours": "", "counter": "file_mib", "value": 1.25,
                "limit": 1.1, "met": False}
         self.assertIn("| file | size | 1.25 MiB | 1.1 MiB | **no** |", tables.as_markdown([row]))
 
