@@ -31,7 +31,7 @@ def check(*paths):
     return subprocess.run([CHECK, *map(str, paths)], capture_output=True, text=True)
 
 
-@unittest.skipUnless(os.environ.get("CC_HARDENED"), "of a hardened build only")
+@unittest.skipUnless(os.environ.get("CC_HARDENED"), "the build is not hardened")
 class ShippedFilesTest(unittest.TestCase):
     def test_are_hardened(self):
         programs = [path for path in (*PREFIX.glob("bin/*"), *PREFIX.glob("libexec/*/*"))
@@ -42,7 +42,7 @@ class ShippedFilesTest(unittest.TestCase):
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
     def test_consist_of_hardened_objects(self):
-        """The tool is stripped, so the guarded frames are only detectable in its objects."""
+        """The tool is stripped, so only its objects show the stack protector."""
         folders = ("tool", "compliance", "xml", "files", "strings", "unicode", "data")
         result = check(*(BUILD / folder / f"lib{folder}.a" for folder in folders))
         self.assertEqual((result.stdout, result.returncode), ("", 0))
@@ -84,9 +84,9 @@ class CheckTest(unittest.TestCase):
     def test_rejects_a_program_without_one_protection(self):
         for flags, violation in (
                 (["-no-pie", "-fno-pie"], "not position independent"),
-                (["-Wl,-z,lazy"], "names are bound late (no full RELRO)"),
-                (["-Wl,-z,norelro"], "no data is made read-only after the start (RELRO)"),
-                (["-Wl,-z,execstack"], "the stack is executable"),
+                (["-Wl,-z,lazy"], "lazy binding (no full RELRO)"),
+                (["-Wl,-z,norelro"], "no data becomes read-only after relocation (no RELRO)"),
+                (["-Wl,-z,execstack"], "an executable stack"),
                 (["-Wl,-rpath,/usr/lib"], "a run path"),
                 (["-DWRITABLE_CODE"], "memory that is writable and executable")):
             with self.subTest(violation):
@@ -103,7 +103,7 @@ class CheckTest(unittest.TestCase):
         object_file = ["-c", "-O2", "-fstack-protector-strong", "-fcf-protection"]
         self.assertEqual(self.violations(*object_file), [])
         self.assertEqual(self.violations(*object_file, "-fno-stack-protector"),
-                         ["no stack frame is guarded"])
+                         ["no stack frame has a stack protector"])
         self.assertEqual(self.violations(*object_file, "-fcf-protection=none"),
                          ["an object is not marked for control-flow protection"])
 
@@ -111,7 +111,7 @@ class CheckTest(unittest.TestCase):
         out = self.scratch / "out.o"
         run(CC, self.source, "-o", out, "-c", "-O2", "-fstack-protector-strong", "-fcf-protection")
         run("objcopy", "--set-section-flags", ".note.GNU-stack=code,contents,readonly", out)
-        self.assertEqual(check(out).stdout, f"{out}: an object asks for an executable stack\n")
+        self.assertEqual(check(out).stdout, f"{out}: an object requires an executable stack\n")
 
     def test_rejects_a_large_frame_without_probes(self):
         library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
