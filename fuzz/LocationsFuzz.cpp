@@ -11,7 +11,7 @@
 
 namespace {
 
-// Longer paths are not extended any more.
+// Longer paths are not extended.
 constexpr std::size_t longest = 1024;
 
 // Without embedded NULs, because paths are NUL-terminated.

@@ -14,7 +14,7 @@
 
 namespace StringPLProperties {
 
-// Longer texts are not extended any more.
+// Longer texts are not extended.
 constexpr std::size_t maxLength = 4096;
 
 inline std::string UpToNul(std::string const& text) { return text.c_str(); }

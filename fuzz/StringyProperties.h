@@ -12,7 +12,7 @@
 
 namespace StringyProperties {
 
-// Longer texts are not extended any more.
+// Longer texts are not extended.
 constexpr std::size_t maxLength = 2048;
 
 // The null string and the empty string are different states, although both have no bytes.
