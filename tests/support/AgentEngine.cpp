@@ -18,7 +18,7 @@ namespace {
 using Nanoseconds = AgentEngine::Nanoseconds;
 using std::string_view;
 
-// A NUL-terminated path, with an optional suffix.
+// A NUL-terminated path with an optional suffix.
 struct Path {
     explicit Path(string_view path, string_view suffix = "") {
         if (path.size() + suffix.size() >= sizeof text)
@@ -138,7 +138,7 @@ bool Make(string_view kind, char const* path) {
     return kind == "device" && MakeNullDevice(path);
 }
 
-// The operand at the start of the text, which is removed, or false.
+// Removes the operand at the start of the text. Returns false if there is none.
 bool TakeOperand(string_view& text, string_view& operand) {
     size_t const colon = text.find(':');
     if (colon == string_view::npos)
@@ -184,7 +184,7 @@ void AgentEngine::Advance(Nanoseconds now) {
     }
 }
 
-// Zero if there is no entry.
+// Returns an identity of zeros if there is no entry.
 AgentEngine::Identity AgentEngine::IdentityOfRequest() {
     struct stat facts {};
     return Stat(request, facts) ? Identity{facts.st_ino, TimeOf(facts.st_ctim)} : Identity();
@@ -223,7 +223,7 @@ bool AgentEngine::Run(Step const& step) {
         made = syscall(SYS_symlink, Path(step.operands[1]).text, path.text) == 0;
     if (word == "move")
         made = Move(Path(step.operands[1]).text, path.text);
-    // The agent's own request is not awaited.
+    // A request that the agent itself published is not awaited.
     if (made && step.operands[0] == request)
         lastRequest = IdentityOfRequest();
     return made;
@@ -238,7 +238,7 @@ bool AgentEngine::Await() {
     return content.IsOpen();
 }
 
-// The operands: what to answer to an open, to a close, and to the polls in turn.
+// The operands are the responses to Open, to Close, and to each Progress request in turn.
 bool AgentEngine::Serve(Step const& step) {
     FileContent const content(request);
     string_view answer = step.operands[0];
@@ -270,7 +270,7 @@ void AgentEngine::Finish(Step const& step, bool succeeded) {
     Record({"failed", step.word, step.operands[0], Digits(error)});
 }
 
-// The first of the words is the word of the line.
+// Writes a line of the record. The first word is written as it is, the others as operands.
 void AgentEngine::Record(std::initializer_list<string_view> words) const {
     if (recordFile < 0)
         return;

@@ -1,4 +1,4 @@
-// Plays the script of an agent: file operations on raw bytes, one step after the other.
+// Plays the script of an agent: executes file operations on raw bytes, in order.
 //
 // It shares no code with the product, allocates no memory, and makes its system calls directly.
 // Therefore it can also run inside a program whose allocations or C library calls fail.
@@ -14,8 +14,8 @@
 //
 // The record has the same form. Its lines are
 //
-//   request TIME BYTES                 an awaited request, when it was first seen
-//   wrote PATH BYTES INODE MODIFIED    a published file, with its time of modification
+//   request TIME BYTES                 an awaited request, and when it was first seen
+//   wrote PATH BYTES INODE MODIFIED    a published file, and its modification time
 //   done                               a step is complete
 //   failed WORD PATH ERROR             a step failed; the engine continues with the next one
 //
@@ -26,13 +26,14 @@ public:
     static constexpr char const* request = "/var/opt/VeskaClient/RequestDir/request.xml";
     static constexpr char const* response = "/var/opt/VeskaClient/ResponseDir/response.xml";
 
-    // Appends the record to a file descriptor; -1 means no record.
+    // Appends the record to a file descriptor, which must outlive the engine. -1: no record.
     constexpr explicit AgentEngine(int record = -1) : recordFile(record) {}
 
     // Sets the steps to run. The text must outlive the engine. REQUIRES: HasEnded().
     void Play(std::string_view script) { rest = script; }
 
-    // Runs the steps that are due, in order. Time must not decrease between two calls.
+    // Runs the steps that are due at the time `now`, in order. REQUIRES: `now` is not less than in
+    // the previous call.
     void Advance(Nanoseconds now);
 
     bool HasEnded() const { return rest.empty(); }
@@ -44,11 +45,12 @@ public:
         std::string_view operands[maxOperands];
         int count = 0;
     };
-    // Removes the first line from the text. The step has no word if the line is incomplete.
+    // Removes the first line from the text and returns it. The step has no word if the line is
+    // incomplete.
     static Step TakeStep(std::string_view& text);
 
 private:
-    // Distinguishes two requests, also if both have the same bytes.
+    // Identifies a request, because two requests may have the same bytes.
     struct Identity {
         ino_t number = 0;
         Nanoseconds changed = 0;

@@ -78,7 +78,7 @@ SANDBOX_TEST(AgentEngineTest, DistinguishesEqualRequestsAndIgnoresItsOwn) {
     EXPECT_EQ("last", clock.AdvanceTo(seconds(5)).requests.at(2).bytes);
 }
 
-SANDBOX_TEST(AgentEngineTest, PausesFromTheRequestOnAndUntilATime) {
+SANDBOX_TEST(AgentEngineTest, PausesAfterARequestOrUntilATime) {
     SimulatedClock clock(AgentScript()
                              .AwaitRequest()
                              .PauseUntil(milliseconds(150))

@@ -9,34 +9,34 @@
 
 #include "tests/support/AgentEngine.h"
 
-// The steps of a script, in the order of the calls. Each runs as soon as the previous one is done.
-// After the last step the agent does nothing.
+// A list of steps, in the order of the calls. A step runs when the previous one is complete. After
+// the last step the agent does nothing.
 class AgentScript {
 public:
-    // Waits for a request other than the last one, even if another process removed that, and
-    // records it.
+    // Waits for a request that differs from the last awaited one, and records it.
     AgentScript& AwaitRequest() { return Add("await", {}); }
-    // Waits until a time after the request that was last awaited was first seen.
+    // Waits until this time has passed since the last awaited request was first seen.
     AgentScript& PauseUntil(std::chrono::nanoseconds sinceRequest) {
         return Add("until", {std::to_string(sinceRequest.count())});
     }
-    // Waits until a time of the agent's clock.
+    // Waits until the agent's clock reaches the time.
     AgentScript& WaitUntil(std::chrono::nanoseconds time) {
         return Add("at", {std::to_string(time.count())});
     }
 
-    // Publishes bytes as the response or the request: writes a temporary file beside it and renames
-    // it. A request that the agent itself publishes is not awaited.
+    // Publish bytes as the response or the request: write a temporary file in the same directory
+    // and rename it. AwaitRequest ignores a request of PutRequest.
     AgentScript& Respond(std::string const& bytes) { return Write(AgentEngine::response, bytes); }
     AgentScript& PutRequest(std::string const& bytes) { return Write(AgentEngine::request, bytes); }
     AgentScript& RemoveRequest() { return Add("remove", {AgentEngine::request}); }
     AgentScript& RemoveResponse() { return Add("remove", {AgentEngine::response}); }
 
-    // A well-behaved answer: awaits a request, responds, and only then removes the request.
+    // Awaits a request, publishes the response, and then removes the request, as the agent does.
     AgentScript& Answer(std::string const& bytes) {
         return AwaitRequest().Respond(bytes).RemoveRequest();
     }
-    // Answers every request from now on by its type; progress requests get the polls in turn.
+    // Answers all further requests by their type. `polls` are the responses to Progress requests,
+    // in turn.
     AgentScript& Serve(std::string const& open, std::initializer_list<std::string> polls,
                        std::string const& close) {
         Add("serve", {open, close});
@@ -50,10 +50,10 @@ public:
     AgentScript& Write(std::string const& path, std::string const& bytes) {
         return Add("write", {path, bytes});
     }
-    // Removes an entry of any kind; a directory may contain the entry "inside".
+    // Removes an entry of any kind. A directory must be empty or contain only the entry "inside".
     AgentScript& Clear(std::string const& path) { return Add("clear", {path}); }
     AgentScript& MakeDirectory(std::string const& path) { return Make("directory", path); }
-    // A "directory", "socket", "fifo" or "device".
+    // Creates an entry. `kind` is "directory", "socket", "fifo" or "device".
     AgentScript& Make(std::string const& kind, std::string const& path) {
         return Add("make", {path, kind});
     }
@@ -64,7 +64,7 @@ public:
         return Add("move", {to, from});
     }
 
-    // What an AgentEngine reads.
+    // The script in the format of AgentEngine, and its number of steps.
     std::string const& text() const { return steps; }
     std::size_t size() const { return count; }
 

@@ -11,13 +11,13 @@
 #include "data/Buffer.h"
 #include "data/ConstData.h"
 
-// All characters of a literal except the terminating NUL.
+// Returns all characters of a literal except the terminating NUL.
 template <std::size_t size>
 std::string Bytes(char const (&literal)[size]) {
     return std::string(literal, size - 1);
 }
 
-// Concatenates all bytes, in order.
+// Returns the 256 bytes in ascending order.
 inline std::string EveryByte() {
     std::string bytes;
     for (int byte = 0; byte < 256; ++byte)
@@ -25,7 +25,7 @@ inline std::string EveryByte() {
     return bytes;
 }
 
-// `length` random bytes of `alphabet`.
+// Returns `length` random bytes of `alphabet`.
 inline std::string RandomBytes(std::mt19937& random, std::size_t length,
                                std::string const& alphabet) {
     std::uniform_int_distribution<std::size_t> pick(0, alphabet.size() - 1);
@@ -35,8 +35,8 @@ inline std::string RandomBytes(std::mt19937& random, std::size_t length,
     return bytes;
 }
 
-// Printable ASCII unchanged; all other bytes, and the backslash, as two hexadecimal digits:
-// a\0D\0Ab.
+// Returns the text with a backslash, and all bytes that are not printable ASCII, as a backslash and
+// two hexadecimal digits: a\0D\0Ab.
 inline std::string Shown(ConstData data) {
     std::string text;
     for (std::size_t i = 0; i < data.Length(); ++i) {
@@ -51,7 +51,7 @@ inline std::string Shown(ConstData data) {
     return text;
 }
 
-// For GoogleTest. Every test that compares views includes this header.
+// Called by GoogleTest to print views in failure messages.
 inline void PrintTo(ConstData const& data, std::ostream* out) {
     *out << '"' << Shown(data) << "\" (" << data.Length() << " bytes)";
 }

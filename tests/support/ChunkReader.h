@@ -1,4 +1,4 @@
-// A DataReader over bytes in memory that returns a few at a time.
+// A DataReader of a text in memory that returns a limited number of bytes for each call.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@ public:
     // Returns at most `size` bytes for each call.
     ChunkReader(std::string text, std::size_t size) : bytes(std::move(text)), chunkSize(size) {}
 
-    // Every second call returns nothing, as the contract allows.
+    // From now on, every second call returns no bytes, which the contract of DataReader permits.
     void PauseBeforeEachByte() { pauses = true; }
 
     using DataReader::operator>>;

@@ -1,4 +1,4 @@
-// Splits an input into chunks. A stage must give the same result however its input is split.
+// Splits an input into chunks, to test that results are independent of chunk boundaries.
 #pragma once
 
 #include <algorithm>
@@ -10,15 +10,15 @@
 
 #include "data/ConstData.h"
 
-// One way to split an input, with a description for a test that fails.
+// One way to split an input, and its description for failure messages.
 class Chunks {
 public:
     Chunks(std::string theDescription, std::vector<ConstData> theChunks)
         : description(std::move(theDescription)), chunks(std::move(theChunks)) {}
 
     // Passes each chunk to `receive`, which takes a ConstData. Each call gets a copy in memory of
-    // exactly the chunk's length, which is overwritten and freed after the call. So a sanitizer
-    // finds a read beyond the chunk, and a view of the chunk that is used after the call.
+    // exactly the chunk's length, which is overwritten and freed after the call. Therefore, a
+    // sanitizer detects a read beyond the chunk, and the use of a view of it after the call.
     template <class Receive>
     void Feed(Receive receive) const {
         for (ConstData chunk : chunks) {
@@ -29,7 +29,7 @@ public:
         }
     }
 
-    // The chunks in the memory of the input.
+    // Returns the chunks as views of the input.
     std::vector<ConstData> Views() const { return chunks; }
 
     std::string const& Description() const { return description; }
@@ -39,8 +39,8 @@ private:
     std::vector<ConstData> chunks;
 };
 
-// The lengths of the chunks of `total` units: those of `lengths`, repeated as often as needed. If
-// none of them is above 0, there is one chunk.
+// Returns `lengths`, repeated and truncated to a sum of `total`. Returns `total` alone if no length
+// is above 0.
 inline std::vector<std::size_t> RepeatLengths(std::vector<std::size_t> const& lengths,
                                               std::size_t total) {
     if (std::all_of(lengths.begin(), lengths.end(), [](std::size_t length) { return length == 0; }))
@@ -72,7 +72,7 @@ inline Chunks SplitAt(ConstData input, std::size_t offset) {
     return SplitByLengths(input, {offset, input.Length() - offset});
 }
 
-// Byte by byte, with an empty chunk before and after each.
+// Splits into single bytes, with an empty chunk before and after each.
 inline Chunks SplitWithEmptyChunks(ConstData input) {
     std::vector<ConstData> chunks{ConstData(input.begin, input.begin)};
     for (unsigned char const* byte = input.begin; byte != input.end; ++byte) {

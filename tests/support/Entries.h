@@ -1,4 +1,4 @@
-// The kinds of entries at the paths of the exchange, in memory and on the real disk.
+// Directory entries at the paths of the exchange, as values and on disk.
 #pragma once
 
 #include <iosfwd>
@@ -8,12 +8,12 @@
 #include "tests/support/AgentScript.h"
 
 struct Entry {
-    // A device is that of /dev/null, or a link to it where the process may not create one.
+    // `device` is that of /dev/null, or a link to /dev/null if the process may not create devices.
     enum Kind { nothing, file, directory, fullDirectory, symbolicLink, unixSocket, fifo, device };
 
     Kind kind = nothing;
-    // The content of a file. Or the target of a link, which at a path of the exchange is one of the
-    // two below.
+    // The content of a file, or the target of a link. At a path of the exchange, the target is
+    // `elsewhere` or `nowhere`.
     std::string bytes = {};
 
     bool operator==(Entry const&) const = default;
@@ -21,7 +21,7 @@ struct Entry {
     static Entry File(std::string const& bytes) { return {file, bytes}; }
     static Entry Link(std::string const& target) { return {symbolicLink, target}; }
 
-    // A file outside of the exchange, or no entry yet.
+    // The path of a file outside of the exchange, which may not exist.
     static constexpr char const* elsewhere = "/opt/simulation/elsewhere";
     // A path whose directory does not exist.
     static constexpr char const* nowhere = "/nowhere/at/all";
@@ -29,18 +29,18 @@ struct Entry {
 
 std::ostream& operator<<(std::ostream& out, Entry const& entry);
 
-// By path; a missing entry is not included. The request directory has its own entry: if that is
-// missing, so are all entries in it.
+// The existing entries by their paths. The request directory has an entry, too; without it, no
+// entry in the directory exists.
 using Entries = std::map<std::string, Entry>;
 
-// The link that identifies the agent's process, in a /proc made of files.
+// The link to the program of the agent's process in a simulated /proc.
 constexpr char const* agentLink = "/proc/7/exe";
 
-// Whether the directory of the path exists.
+// Returns whether the parent directory of the path exists.
 bool CanBeMade(std::string const& path, Entries const& entries);
 
-// An act of the agent at a time in microseconds: replaces the entry at the path. Has no effect
-// below a directory that does not exist.
+// A replacement of the entry at a path by the agent, at a time in microseconds. It has no effect if
+// the parent directory does not exist.
 struct Act {
     unsigned long long when = 0;
     std::string path;
@@ -48,12 +48,12 @@ struct Act {
 };
 
 void Do(Act const& act, Entries& entries);
-// The steps that create the entry where there is none.
+// Adds the steps that create the entry at a path without an entry.
 void AddSteps(AgentScript& script, std::string const& path, Entry const& entry);
-// The act as steps of an agent. Some of them fail if the act has no effect.
+// Returns the steps that perform the act. Some of them fail if the act has no effect.
 AgentScript ScriptOf(Act const& act);
 
-// The real files.
+// Create and read the files on disk.
 void PlaceOnDisk(std::string const& path, Entry const& entry);
 Entry EntryOnDisk(std::string const& path);
 Entries ReadFromDisk();

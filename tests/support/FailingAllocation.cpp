@@ -6,7 +6,7 @@
 namespace {
 
 thread_local AllocationCounter::Counts counts;
-// The number of allocations up to the one that fails; 0 for none.
+// The number of allocations up to and including the one that fails; 0 if none fails.
 thread_local std::size_t untilFailure = 0;
 thread_local FailingAllocation::Extent extentOfFailure = FailingAllocation::Once;
 thread_local bool failed = false;
@@ -19,7 +19,7 @@ bool CountAndDecide(std::size_t size) {
     return !fails;
 }
 
-// Not by malloc, because a program may replace that and make it fail.
+// Does not use malloc, because a program may replace it and make it fail.
 void* Allocate(std::size_t size, std::size_t alignment) noexcept {
     void* memory = nullptr;
     if (!CountAndDecide(size) || posix_memalign(&memory, alignment, size == 0 ? 1 : size) != 0)

@@ -6,18 +6,17 @@
 
 #include <cstddef>
 
-// Counts from its construction on. Counters may nest.
+// Counts from its construction to the call of a member. Counters may nest.
 class AllocationCounter {
 public:
     AllocationCounter();
 
     std::size_t Count() const;
-    // The requested bytes.
+    // The sum of the requested sizes, in bytes.
     std::size_t Bytes() const;
-    // Null pointers are not counted.
+    // Deletes of null pointers are not counted.
     std::size_t Releases() const;
-    // The allocations since the construction that are not yet released. Negative if there were more
-    // releases.
+    // The number of allocations minus the number of releases since the construction.
     std::ptrdiff_t Held() const;
 
     struct Counts {
@@ -31,8 +30,9 @@ private:
     Counts const atStart;
 };
 
-// From its construction to its destruction the n-th allocation, from 1, throws std::bad_alloc, or
-// returns null for the forms with std::nothrow. One at a time.
+// During its lifetime, the n-th allocation of this thread, counted from 1, throws std::bad_alloc;
+// the forms with std::nothrow return null. With FromThenOn, all later allocations fail, too. At
+// most one object exists at a time.
 class FailingAllocation {
 public:
     enum Extent { Once, FromThenOn };
@@ -44,11 +44,12 @@ public:
 
     bool HasFailed() const;
 
-    // For a replacement of another allocator: whether its allocation must fail. It is one of the n,
-    // but no AllocationCounter counts it.
+    // Called by a replacement of another allocator for each allocation. Returns whether it must
+    // fail. The call counts as one of the n, but not for an AllocationCounter.
     static bool MustFail();
 };
 
+// Returns the number of allocations of `body`.
 template <class Body>
 std::size_t AllocationsOf(Body body) {
     AllocationCounter const counter;

@@ -43,7 +43,7 @@ TEST(FailingAllocationTest, CountsEveryFormOfNewAndDelete) {
     EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(aligned.get()) % 64);
 }
 
-// Whether each of five allocations succeeds, the third one by another allocator.
+// Returns whether each of five allocations succeeds. The third one is that of another allocator.
 std::vector<bool> Succeed() {
     std::vector<bool> succeeded(5);
     for (std::size_t i = 0; i < 5; ++i) {

@@ -26,10 +26,10 @@ extern "C" void __gcov_dump();
 namespace {
 
 constexpr size_t maxPacketSize = 65536;
-// Above the low descriptors, which some tests count or close.
+// Above the descriptors that tests count or close.
 constexpr int minLineDescriptor = 300;
 
-// The kinds of packets. Kinds other than failures have letters that no result type has.
+// The kinds of packets.
 constexpr char finishedKind = 'f';
 constexpr char unavailableKind = 'u';
 constexpr char fatalKind = 'F';
@@ -67,7 +67,8 @@ char KindOf(testing::TestPartResult const& result) {
 // "<line> <file>\n<message>"
 std::string Packed(testing::TestPartResult const& result) {
     std::string_view message = result.message();
-    // Each replay adds this prefix. A failure that is two processes deep has it only once.
+    // Each report adds this prefix. It is removed, so a failure that is forwarded twice has it
+    // once.
     std::string_view const prefix = "Failed\n";
     if (message.starts_with(prefix))
         message.remove_prefix(prefix.size());
@@ -76,7 +77,7 @@ std::string Packed(testing::TestPartResult const& result) {
     return text.append("\n").append(message);
 }
 
-// Each in its own function, because GoogleTest's macros return from it.
+// Separate functions, because the macros of GoogleTest return from their function.
 void FailHere(char const* file, int line, std::string const& message) {
     GTEST_FAIL_AT(file, line) << message;
 }

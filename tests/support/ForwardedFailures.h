@@ -1,8 +1,8 @@
-// Sends the failures of a forked process to the process that runs the test.
+// Forwards the failures of a forked process to the process that runs the test.
 //
-// A check that fails in a forked child would only mark the child's copy of the test. Here it is
-// sent to the parent and repeated there, with its file, line and text. For OtherProcess and
-// Sandbox; tests do not use it directly.
+// A failed check in a forked child only marks the child's copy of the test. Therefore, it is sent
+// to the parent, which reports it with its file, line and text. Used by OtherProcess and Sandbox,
+// not by tests.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,13 +11,14 @@
 #include <string_view>
 #include <utility>
 
-// From version 1.15, GoogleTest ends the message of a failure with a newline. It would get another
-// one each time that the failure is reported again.
+// Returns the message without a newline at its end. GoogleTest appends one from version 1.15 on,
+// each time that a failure is reported.
 std::string_view WithoutLastNewline(std::string_view message);
 
-// The two ends of a socket pair, above the descriptors that tests count or close.
+// Returns the two ends of a new socket pair, at descriptors above those that tests count or close.
 std::pair<int, int> MakeLine();
-// Moves the descriptor there. Throws if it is invalid.
+// Moves a descriptor above those that tests count or close, and returns the new one. Throws if it
+// is invalid.
 int MovedUp(int descriptor);
 
 class ForwardedFailures {
@@ -27,25 +28,26 @@ public:
     ForwardedFailures(ForwardedFailures const&) = delete;
     ForwardedFailures& operator=(ForwardedFailures const&) = delete;
 
-    // Called in the child after the fork. From now on the failures of the child and of all
-    // processes that it forks are sent. They are not printed here, because the parent prints them.
+    // Called in the child after the fork. From now on, failures of the child and of all processes
+    // that it forks are sent, and only the parent prints them.
     void BecomeChild();
     // Called in the parent after the fork.
     void BecomeParent();
 
-    // Called in the child. Failures are dropped if about 200 kB are unread.
+    // Called in the child. Drops the failure if about 200 kB are unread.
     void SendFailure(testing::TestPartResult const& failure);
     void SendFailure(std::string const& text);
-    // Sends a message other than a failure: the body ended, or the system refused a step.
+    // Called in the child when the body has ended, or the system does not permit a step.
     void SendFinished();
     void SendUnavailable(std::string const& reason);
 
-    // Called in the parent. Readable when Take has something to read, or at the end.
+    // Called in the parent. The descriptor is readable if Take has messages to read, or at the end.
     int descriptor() const { return parentEnd; }
-    // Takes all available failures without waiting. Returns false at the end, when the child and
+    // Reads and reports all available failures without waiting. Returns false after the child and
     // all processes that it forked have ended.
     bool Take();
-    // The messages that Take has read so far.
+    // The messages that Take has read so far: a failure, SendFinished, and the reason of
+    // SendUnavailable.
     bool hasFailed() const { return failed; }
     bool isFinished() const { return finished; }
     std::string const& unavailable() const { return refusal; }
@@ -62,11 +64,11 @@ private:
 };
 
 void ReportForkedException(char const* what);
-// Checks for leaks, and writes the counters of a coverage build.
+// Checks for memory leaks, and writes the counters of a coverage build.
 void EndForkedBody();
 
-// Runs the body of a forked process. An exception that propagates from it is a failure, and so is
-// leaked memory, under the leak sanitizer.
+// Runs the body of a forked process. Reports an exception that propagates from it and, with
+// LeakSanitizer, leaked memory as a failure.
 template <typename Body>
 void RunForkedBody(Body const& body) {
     try {

@@ -7,7 +7,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-// Space for up to `capacity` bytes. An access outside of it, next to either end, crashes.
+// At least `capacity` writable bytes. An access to the page before or after them crashes.
 class GuardedBytes {
 public:
     explicit GuardedBytes(std::size_t capacity)
@@ -25,9 +25,9 @@ public:
     GuardedBytes(GuardedBytes const&) = delete;
     GuardedBytes& operator=(GuardedBytes const&) = delete;
 
-    // Immediately after the first guard page.
+    // The first byte, immediately after the first guard page.
     unsigned char* Begin() const { return mapping + page; }
-    // Immediately before the second guard page.
+    // The end, at the second guard page.
     unsigned char* End() const { return mapping + page + inner; }
 
 private:

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <iterator>
 
-// Includes the one that the count itself uses, each time.
+// Returns the number of open descriptors, including the one that the function itself uses.
 inline long CountOpenDescriptors() {
     std::filesystem::directory_iterator const entries("/proc/self/fd");
     return std::distance(begin(entries), end(entries));

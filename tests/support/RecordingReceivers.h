@@ -1,9 +1,8 @@
-// Doubles of the push protocols: each records the calls as text and fails the test on a wrong
-// order.
+// Receivers that record their calls as text, and fail the test if the order of the calls is wrong.
 //
 // A log has one line for each call: "Start", "Receive abc", "ReceiveLineBreak 1-3", "ReceiveEnd 4".
-// Bytes have the form of Shown(). Chunk boundaries have no meaning, so there are two logs: Calls()
-// has every call; Events() joins the texts of adjacent Receive calls and omits empty ones.
+// Bytes have the format of Shown(). Calls() returns every call. Events() is independent of chunk
+// boundaries: it joins the texts of adjacent Receive calls and omits empty ones.
 #pragma once
 
 #include <deque>
@@ -21,7 +20,7 @@
 #include "data/MessageReceiver.h"
 #include "tests/support/Bytes.h"
 
-// The two logs. Doubles of one stream share one.
+// The calls and the events of one or more receivers.
 class CallLog {
 public:
     void Call(std::string const& call) {
@@ -30,7 +29,7 @@ public:
         events.push_back(call);
     }
 
-    // A call with a part of a text: `prefix` names the call.
+    // Records a Receive call. `prefix` is the name of the call.
     void Text(std::string const& prefix, ConstData data) {
         calls.push_back(prefix + " " + Shown(data));
         if (data.IsEmpty())
@@ -62,7 +61,7 @@ private:
     std::string text;
 };
 
-// Whether a stream is between its Start and its ReceiveEnd, and its log.
+// The log of a receiver, and whether its stream is open (after Start, before ReceiveEnd).
 class RecordedStream {
 public:
     explicit RecordedStream(std::string itsName, CallLog* sharedLog = nullptr,
@@ -80,7 +79,7 @@ public:
 protected:
     ~RecordedStream() = default;
 
-    // Start may follow any call.
+    // Start is allowed after any call.
     void LogStart(std::string const& call) {
         open = true;
         log->Call(ownPrefix + call);
@@ -132,8 +131,8 @@ private:
     std::string text;
 };
 
-// Also checks that line breaks are within the stream, in order, and do not overlap the text between
-// them.
+// Also checks that each line break begins at the end of the preceding text, and that the stream
+// ends at the end of the last one.
 class RecordingLineReceiver : public LineReceiver, public RecordedStream {
 public:
     RecordingLineReceiver() : RecordedStream("LineReceiver") {}
@@ -162,7 +161,7 @@ public:
         LogEnd(' ' + std::to_string(end));
     }
 
-    // For producers whose positions are not those of the bytes.
+    // For producers whose positions are not offsets in the stream.
     void IgnorePositions() { checksPositions = false; }
 
 private:
@@ -170,8 +169,8 @@ private:
     bool checksPositions = true;
 };
 
-// The streams of the fields and of the body use the same log, as "field Receive hi" and "body
-// Receive hi".
+// Calls on the receivers of fields and of the body are in the same log, as "field Receive hi" and
+// "body Receive hi".
 class RecordingMessageReceiver : public MessageReceiver, public RecordedStream {
 public:
     RecordingMessageReceiver() : RecordedStream("MessageReceiver", &log) {}
@@ -183,15 +182,15 @@ public:
     }
 
     DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) override {
-        EXPECT_FALSE(fieldOpen) << "a field in a field";
-        EXPECT_FALSE(bodySeen) << "a field after the start of the body";
+        EXPECT_FALSE(fieldOpen) << "a field starts in a field";
+        EXPECT_FALSE(bodySeen) << "a field starts after the body";
         fieldOpen = true;
         LogInside("ReceiveHeaderField", ' ' + std::to_string(position) + ' ' + Shown(name));
         return fields.emplace_back(log, "field ");
     }
 
     void ReceiveHeaderFieldEnd(unsigned long long position) override {
-        EXPECT_TRUE(fieldOpen) << "the end of a field without its start";
+        EXPECT_TRUE(fieldOpen) << "a field ends without its start";
         EXPECT_TRUE(fields.empty() || !fields.back().IsOpen())
             << "ReceiveHeaderFieldEnd before ReceiveEnd on the value's receiver";
         fieldOpen = false;
@@ -200,7 +199,7 @@ public:
 
     LineReceiver& ReceiveBody(unsigned long long position) override {
         EXPECT_FALSE(fieldOpen) << "the body starts in a field";
-        EXPECT_FALSE(bodySeen) << "two bodies";
+        EXPECT_FALSE(bodySeen) << "a second body";
         bodySeen = true;
         LogInside("ReceiveBody", ' ' + std::to_string(position));
         return body;

@@ -44,7 +44,7 @@ TEST(RecordingReceiversTest, WrongOrderOfCallsFailsTheTest) {
     receiver.Start(0);
     EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderFieldEnd(0), "without its start");
     DataReceiver& field = receiver.ReceiveHeaderField(0, "a");
-    EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderField(0, "b"), "a field in a field");
+    EXPECT_NONFATAL_FAILURE(receiver.ReceiveHeaderField(0, "b"), "a field starts in a field");
     field.Start();
     field.ReceiveEnd();
     receiver.ReceiveHeaderFieldEnd(3);

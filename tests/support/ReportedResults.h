@@ -1,4 +1,4 @@
-// The GoogleTest results of a body. For tests of the support itself.
+// The GoogleTest results of a function, for tests of the test support.
 #pragma once
 
 #include <gtest/gtest-spi.h>
@@ -9,7 +9,7 @@
 
 #include "tests/support/ForwardedFailures.h"
 
-// The failures and skips of the body. They do not fail the test.
+// Runs the body. Returns its failures and skips, which do not fail the test.
 template <class Body>
 std::vector<testing::TestPartResult> ReportedResults(Body const& body) {
     testing::TestPartResultArray results;
@@ -24,7 +24,7 @@ std::vector<testing::TestPartResult> ReportedResults(Body const& body) {
     return all;
 }
 
-// Their messages, each followed by "|".
+// Returns the messages of these results, each followed by "|".
 template <class Body>
 std::string ReportedMessages(Body const& body) {
     std::string messages;

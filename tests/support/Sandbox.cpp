@@ -37,7 +37,7 @@ using std::chrono::milliseconds;
 constexpr auto graceTime = std::chrono::seconds(10);
 constexpr int setUpFailed = 99;
 
-// A step that this host does not permit.
+// Thrown for a step that this host does not permit.
 class Refused : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -81,7 +81,7 @@ void MountTmpfs(std::string const& place) {
     Check(mount("tmpfs", place.c_str(), "tmpfs", MS_NOSUID | MS_NODEV, "mode=0755"), place);
 }
 
-// One entry of the old root directory, made visible in the new one.
+// Makes an entry of the old root directory visible in the new one.
 void BindEntry(fs::directory_entry const& entry, fs::path const& target) {
     if (entry.is_symlink()) {
         fs::copy_symlink(entry, target);
@@ -92,8 +92,8 @@ void BindEntry(fs::directory_entry const& entry, fs::path const& target) {
     }
 }
 
-// /proc cannot be unmounted everywhere, and a mount point is a directory. So the new root is built
-// on top of /proc, with all other entries of the old root bound to it.
+// Builds a root directory without /proc: a tmpfs mounted on /proc, with bind mounts of all other
+// entries of the old root. Not every host permits unmounting /proc.
 void BuildRootWithoutProc() {
     MountTmpfs("/proc");
     for (auto const& entry : fs::directory_iterator("/"))
@@ -124,7 +124,7 @@ void MountAll(Sandbox::Options const& options) {
     MountProc(options.proc);
 }
 
-// Runs a part of the set-up. Sends the exception that ends it.
+// Runs a step of the setup. Sends its exception to the test and exits.
 template <typename Step>
 void SetUpOrExit(ForwardedFailures& line, Step const& step) {
     try {
@@ -203,7 +203,7 @@ std::string DescribeFailure(int status) {
 [[noreturn]] void Launch(Sandbox::Options const& options, std::function<void()> const& body,
                          ForwardedFailures& line) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // In its own session, so a signal to a whole group stays inside.
+    // In its own session, so a signal to the process group does not reach the test.
     setsid();
     std::signal(SIGCHLD, SIG_DFL);
     SetUpOrExit(line, [&] { EnterNamespaces(); });
@@ -215,7 +215,7 @@ std::string DescribeFailure(int status) {
     _exit(0);
 }
 
-// Returns whether the sandbox ended by itself.
+// Forwards failures until the sandbox ends or the deadline expires. Returns whether it ended.
 bool TakeUntilEnd(ForwardedFailures& line, Clock::time_point deadline) {
     while (line.Take()) {
         auto const left = std::chrono::duration_cast<milliseconds>(deadline - Clock::now());
@@ -235,7 +235,7 @@ void SkipOrFail(std::string const& reason) {
     GTEST_SKIP() << text;
 }
 
-// No later exec can regain privileges.
+// Removes capabilities so that no later exec can regain them.
 void ClearCapabilities() {
     prctl(PR_CAP_AMBIENT, PR_CAP_AMBIENT_CLEAR_ALL, 0, 0, 0);
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
@@ -301,8 +301,7 @@ std::vector<std::string> InstallIdleAgent() {
 
 void DropPrivileges() {
     uid_t const other = 65534;
-    // A process that drops only the user id must not regain the rights of root by running a
-    // program.
+    // A process whose user ID stays 0 must not regain privileges by executing a program.
     if (prctl(PR_SET_SECUREBITS, SECBIT_NOROOT | SECBIT_NOROOT_LOCKED) != 0)
         throw std::system_error(errno, std::generic_category(), "securebits");
     prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
@@ -313,7 +312,7 @@ void DropPrivileges() {
             throw std::system_error(errno, std::generic_category(), "setresuid");
     }
     ClearCapabilities();
-    // As for a program that an ordinary user starts.
+    // The change of the user ID cleared this flag, which is set for a program that a user starts.
     prctl(PR_SET_DUMPABLE, 1, 0, 0, 0);
 }
 

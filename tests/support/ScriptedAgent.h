@@ -1,7 +1,7 @@
-// An agent for tests: a process named VeskaClient, or a thread, that plays an AgentScript.
+// Scripted agents for tests: a process named VeskaClient, or a thread, plays an AgentScript.
 //
-// It reads and writes raw bytes and shares no code with the product. It records the requests that
-// it sees, with times of the monotonic clock, and the files that it publishes.
+// The agents read and write raw bytes and share no code with the product. They record the requests
+// that they see, with times of the monotonic clock, and the files that they publish.
 #pragma once
 
 #include <atomic>
@@ -33,7 +33,7 @@ struct WrittenFile {
     bool operator==(WrittenFile const&) const = default;
 };
 
-// The current file at the path; without a path if there is none.
+// Returns the file at the path, or an empty record if there is none.
 WrittenFile FileOnDisk(std::string const& path);
 
 // The record of an AgentEngine, up to its last complete line.
@@ -43,11 +43,12 @@ struct AgentRecord {
     std::vector<SeenRequest> requests;
     std::vector<WrittenFile> written;
     std::size_t stepsDone = 0;
-    // Of the first step that failed: its word, its path and the reason.
+    // The word, the path and the error of the first step that failed; empty if none failed.
     std::string failure;
 };
 
-// The agent as a process: installs its program and starts it; killed by the destructor.
+// The agent as a process. The constructor installs and starts its program, and the destructor kills
+// it.
 //
 // REQUIRES: the body of a Sandbox with the agent's directories.
 class ScriptedAgent {
@@ -63,20 +64,20 @@ public:
     ScriptedAgent(ScriptedAgent const&) = delete;
     ScriptedAgent& operator=(ScriptedAgent const&) = delete;
 
-    // The requests that it has seen so far.
+    // Returns the requests that the agent has seen so far.
     std::vector<SeenRequest> Requests() const;
-    // Waits until it has seen this many. Throws after a timeout.
+    // Waits until the agent has seen `number` requests, and returns them. Throws after the
+    // timeout, or if a step failed.
     std::vector<SeenRequest>
     AwaitRequests(size_t number, std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
-    // Waits until this many steps are done, or all of them. Throws after a timeout, or if a step
-    // failed.
+    // Wait until `number` steps or all steps are complete. Throw like AwaitRequests.
     void AwaitSteps(size_t number,
                     std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
     void AwaitEnd(std::chrono::milliseconds limit = std::chrono::seconds(30)) const;
 
-    // The files that it has published so far, in order.
+    // Returns the files that the agent has published so far, in order.
     std::vector<WrittenFile> Written() const;
-    // Ends it at its next wait. Its record is complete then. Throws if a step failed.
+    // Stops the agent at its next wait and completes its record. Throws if a step failed.
     void Stop();
 
 private:
@@ -84,8 +85,8 @@ private:
     std::unique_ptr<OtherProgram> program;
 };
 
-// The agent as a thread of this process, without a process of its name. It ends with the object, at
-// its next wait.
+// The agent as a thread of this process, for tests without a process of its name. The destructor
+// stops it at its next wait.
 class AgentThread {
 public:
     explicit AgentThread(AgentScript const& script);

@@ -1,5 +1,5 @@
 // The program of ScriptedAgent: plays the script on its standard input and writes its record to
-// standard output. SIGTERM ends it at its next wait. It shares no code with the product.
+// standard output. SIGTERM stops it at its next wait. It shares no code with the product.
 #include <csignal>
 #include <iostream>
 #include <iterator>

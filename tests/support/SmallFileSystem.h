@@ -1,4 +1,5 @@
-// A tmpfs of a given size in a sandbox: full disks, read-only disks, and a second file system.
+// A tmpfs of a given size in a sandbox, to test full disks, read-only disks and moves between file
+// systems.
 //
 // REQUIRES: the body of a Sandbox that has not dropped its privileges.
 #pragma once
@@ -12,17 +13,18 @@
 #include <sys/mount.h>
 
 struct SmallFileSystemOptions {
-    // In bytes, rounded up to pages; at least one page, because 0 means no limit.
+    // The size in bytes, rounded up to whole pages; 0 means no limit.
     size_t bytes = 1024 * 1024;
-    // Files and directories, including the root of the file system; 0 means no limit.
+    // The maximum number of files and directories, including the root; 0 means no limit.
     size_t inodes = 0;
-    // The permissions of its root, octal.
+    // The octal mode of the root directory.
     std::string mode = "0755";
 };
 
 class SmallFileSystem {
 public:
-    // Mounts it at the directory, which is created if necessary.
+    // Mounts the file system at the directory, which is created if missing. Throws
+    // std::system_error on failure, like the members below.
     explicit SmallFileSystem(std::string const& directory,
                              SmallFileSystemOptions const& options = {})
         : where(directory) {
@@ -41,12 +43,12 @@ public:
     std::string const& path() const { return where; }
     std::string operator/(std::string const& name) const { return where + '/' + name; }
 
-    // Fails with EBUSY while a file is open for writing.
+    // Throws with the code EBUSY while a file is open for writing.
     void MakeReadOnly() { Remount(MS_RDONLY); }
     void MakeWritable() { Remount(0); }
 
-    // Fills the file system with a file; removing it frees the space. A file whose last page is not
-    // full can still grow to the end of that page.
+    // Fills the file system with a file, whose removal frees the space. Other files can still grow
+    // to the end of their last page.
     void FillUp(std::string const& name = "filler") {
         std::ofstream file(*this / name, std::ios::binary);
         std::string const page(4096, 'x');

@@ -1,4 +1,4 @@
-// Runs a body on a stack of a given size. A stack overflow crashes the test.
+// Runs a function on a small stack, on which deep recursion crashes the test.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,8 @@
 
 #include <pthread.h>
 
-// In a separate thread. REQUIRES: the body does not throw.
+// Runs the body in a thread with a stack of this size, and waits for its end. REQUIRES: the body
+// does not throw.
 template <class Body>
 void RunOnSmallStack(std::size_t bytes, Body const& body) {
     auto const check = [](int error) {

@@ -1,6 +1,6 @@
 // A directory for a test, removed with its content at the end.
 //
-// Only the process that created it removes it, so a forked child may end in any way.
+// The destructor has no effect in a forked child.
 #pragma once
 
 #include <cerrno>
@@ -14,7 +14,7 @@
 
 class TemporaryDirectory {
 public:
-    // The directory has the mode 0700, in TMPDIR or else in "/tmp".
+    // Creates the directory with mode 0700 in TMPDIR, by default "/tmp". Throws std::system_error.
     TemporaryDirectory() {
         char const* const parent = std::getenv("TMPDIR");
         where = std::string(parent && *parent ? parent : "/tmp") + "/cc-test-XXXXXX";
@@ -30,7 +30,7 @@ public:
     TemporaryDirectory(TemporaryDirectory const&) = delete;
     TemporaryDirectory& operator=(TemporaryDirectory const&) = delete;
 
-    // Without a "/" at its end.
+    // The path, without a slash at its end.
     std::string const& path() const { return where; }
     std::string operator/(std::string const& name) const { return where + '/' + name; }
 
@@ -41,7 +41,7 @@ private:
         std::filesystem::remove_all(where, ignored);
     }
 
-    // An unprivileged user cannot empty a directory that a test has made inaccessible.
+    // Makes directories accessible, because only root can empty inaccessible ones.
     static void OpenUp(std::filesystem::path const& directory) {
         namespace fs = std::filesystem;
         std::error_code ignored;

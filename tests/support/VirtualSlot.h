@@ -1,9 +1,9 @@
-// The position of a virtual function in the virtual table of its class, for orders that are
-// guaranteed.
+// The slot of a virtual function in the virtual table of its class, to test that the order of
+// virtual functions does not change.
 //
-// By the Itanium C++ ABI (2.3), which both compilers follow here, a pointer to a virtual member
-// function contains its offset in the table in bytes, plus one. A pointer to another function
-// contains an address, which is even.
+// In the Itanium C++ ABI (section 2.3), a pointer to a virtual member function contains its offset
+// in the table in bytes, plus one. A pointer to another member function contains an address, which
+// is even.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 constexpr std::size_t notVirtual = ~std::size_t{0};
 
-// From 0. A virtual destructor takes two slots, to which there are no pointers.
+// Returns the slot, counted from 0, or `notVirtual`. A virtual destructor takes two slots.
 template <class Member>
 requires std::is_member_function_pointer_v<Member> std::size_t SlotOf(Member member) {
     std::uintptr_t parts[2]; // The function, and the adjustment of `this`.

@@ -16,7 +16,7 @@ struct Derived : First {
     virtual void Three() {}
 };
 
-TEST(VirtualSlotTest, CountsInDeclarationOrderAndDestructorTwice) {
+TEST(VirtualSlotTest, SlotsFollowDeclarationsAndDestructorTakesTwo) {
     EXPECT_EQ(0u, SlotOf(&First::One));
     EXPECT_EQ(3u, SlotOf(&First::Two));
     EXPECT_EQ(3u, SlotOf(&Derived::Two));

@@ -1,5 +1,5 @@
-// Gigabytes of NUL bytes, for lengths beyond 32 bits. They use address space, and memory only for
-// the page of each read.
+// Gigabytes of NUL bytes, to test lengths beyond 32 bits. They use address space only; pages take
+// memory when they are read.
 #pragma once
 
 #include <cstddef>
@@ -21,9 +21,9 @@ public:
     ZeroBytes(ZeroBytes const&) = delete;
     ZeroBytes& operator=(ZeroBytes const&) = delete;
 
-    // Null if they are available; otherwise the reason to skip the test.
+    // Returns null if the bytes are available, and otherwise the reason for skipping the test.
     char const* WhyNot() const {
-        return place == MAP_FAILED ? "the system has no addresses for so many bytes" : nullptr;
+        return place == MAP_FAILED ? "not enough address space" : nullptr;
     }
 
     ConstData Bytes() const { return ConstData(static_cast<unsigned char const*>(place), length); }
