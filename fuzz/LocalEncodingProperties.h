@@ -33,8 +33,8 @@ struct Outcome {
 class Locale {
 public:
     explicit Locale(char const* name) {
-        LocaleInForce const inForce(name);
-        Fuzz::Require(inForce.IsThere(), "the locale exists");
+        ScopedLocale const scope(name);
+        Fuzz::Require(scope.IsSet(), "the locale exists");
         char const* const encoding = nl_langinfo(CODESET);
         handle = duplocale(LC_GLOBAL_LOCALE);
         decoder = new Iconv("WCHAR_T", encoding);
@@ -52,7 +52,7 @@ private:
 };
 
 inline std::vector<Locale> MakeLocales() {
-    MadeLocales const made;
+    CompiledLocales const made;
     std::vector<Locale> locales{Locale("C"), Locale("C.UTF-8")};
     for (char const* const encoding : {"ISO-8859-15", "EUC-JP"})
         if (made.Make(encoding, "POSIX", encoding))

@@ -35,7 +35,7 @@ TEST(AsciiFiltersTest, OutputIsIndependentOfChunks) {
     });
 }
 
-TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndStoreNothing) {
+TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndBufferNothing) {
     for (DataFilter* const filter : {static_cast<DataFilter*>(&Ascii::RaiseCase()),
                                      static_cast<DataFilter*>(&Ascii::LowerCase())}) {
         char room[2];

@@ -68,7 +68,7 @@ TEST(AsciiTest, EachSetIsOneConstantObject) {
                   !(*Ascii::HexDigits())['g']);
 }
 
-TEST(AsciiTest, HexDigitIsLowercaseForAnyValue) {
+TEST(AsciiTest, HexDigitIsLowercaseWithoutRangeCheck) {
     std::string digits;
     for (unsigned value = 0; value <= 16; ++value)
         digits.push_back(static_cast<char>(Ascii::HexDigit(value)));
@@ -127,7 +127,7 @@ TEST(AsciiTrimTest, TrimsAtTheEndsOnly) {
     EXPECT_EQ("a b\t c \n", LeadingTrimmed(" \t\r\na b\t c \n"));
 }
 
-TEST(AsciiTrimTest, TrimsFourBytesOnly) {
+TEST(AsciiTrimTest, TrimsOnlyTabLineFeedReturnAndSpace) {
     for (unsigned byte = 0; byte < 256; ++byte) {
         std::string const character(1, static_cast<char>(byte));
         bool const isTrimmed = byte == 9 || byte == 10 || byte == 13 || byte == 32;

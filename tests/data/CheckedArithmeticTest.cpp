@@ -9,8 +9,8 @@
 
 namespace {
 
-// Wide enough to hold every sum, difference and product of 64-bit operands exactly, except the
-// product of two unsigned ones, which ProductFits divides instead.
+// Wide represents every sum, difference and product of 64-bit operands exactly, except the product
+// of two unsigned operands, for which ProductFits uses UnsignedWide.
 __extension__ typedef __int128 Wide;
 __extension__ typedef unsigned __int128 UnsignedWide;
 
@@ -37,27 +37,27 @@ bool ProductFits(T a, T b) {
         return static_cast<UnsignedWide>(a) * b <= static_cast<UnsignedWide>(Top<T>());
 }
 
-// The value modulo the width of U, as U reads it.
+// The value converted to the unsigned type U, modulo 2 to the power of its width.
 template <typename U>
 Wide Wrap(Wide value) {
     Wide const modulus = Top<U>() + 1;
     return ((value % modulus) + modulus) % modulus;
 }
 
-// The value modulo the width of S, as S reads it.
+// The value converted to the signed type S, modulo 2 to the power of its width.
 template <typename S>
 Wide WrapSigned(Wide value) {
     Wide const wrapped = Wrap<std::make_unsigned_t<S>>(value);
     return wrapped > Top<S>() ? wrapped - 2 * (Top<S>() + 1) : wrapped;
 }
 
-// The results of the first inexact group: both bounds are taken modulo the width.
+// CanSubtractSigned(a, b) of an unsigned and a signed operand: the bounds wrap.
 template <typename S, typename U>
 bool WrappingDifferenceOfMixed(U a, S b) {
     return b < 0 ? Wrap<U>(Top<S>() + b) >= a : Wrap<U>(Bottom<S>() + b) <= a;
 }
 
-// The results of the second inexact group.
+// CanSubtractSigned(a, b) of two unsigned operands: the bounds wrap.
 template <typename S, typename U>
 bool WrappingDifferenceOfUnsigned(U a, U b) {
     if (static_cast<Wide>(a) > Top<S>())

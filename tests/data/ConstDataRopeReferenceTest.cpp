@@ -16,7 +16,7 @@ namespace {
 
 ConstData const words[] = {"one", "", "two", "three"};
 
-TEST(ConstDataRopeReferenceTest, IsMadeFromAnArrayOrAList) {
+TEST(ConstDataRopeReferenceTest, IsConstructedFromAnArrayOrAList) {
     EXPECT_EQ("onetwothree", MakeString(ConstDataRopeReference(words)));
     EXPECT_EQ("onetwo", MakeString(ConstDataRopeReference(words, 3)));
     EXPECT_EQ("two", MakeString(ConstDataRopeReference(words + 2, words + 3)));
@@ -75,7 +75,7 @@ TEST(ConstDataRopeReferenceTest, WritesIntoABufferFromItsPosition) {
     EXPECT_TRUE(buffer.IsFull());
 }
 
-TEST(ConstDataRopeReferenceTest, WritingNothingLeavesTheTarget) {
+TEST(ConstDataRopeReferenceTest, WritingNoBytesLeavesTheTargetUnchanged) {
     unsigned char target[] = "..";
     EXPECT_EQ(target, (Data(target, 2) << ConstDataRopeReference()).begin);
     EXPECT_EQ(nullptr, (Data() << ConstDataRopeReference(words)).begin);

@@ -54,7 +54,7 @@ TEST(DataFilterTest, EmptyRangesAreNotFiltered) {
     EXPECT_EQ(2, filter.calls);
 }
 
-// Deliberate: a full buffer still gets a call, an empty source none.
+// Deliberate: the filter is called for a full buffer, but not for an empty source.
 TEST(DataFilterTest, EmptyRangeIsNotFilteredIntoABuffer) {
     CountingFilter filter;
     unsigned char bytes[2];
@@ -69,7 +69,7 @@ TEST(DataFilterTest, EmptyRangeIsNotFilteredIntoABuffer) {
     EXPECT_EQ(3, filter.calls);
 }
 
-// Deliberate: a spent source still gets a call, an empty target none.
+// Deliberate: the filter is called for a source at its end, but not for an empty target.
 TEST(DataFilterTest, BufferIsNotFilteredIntoAnEmptyRange) {
     CountingFilter filter;
     unsigned char bytes[2];

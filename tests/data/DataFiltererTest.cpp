@@ -20,7 +20,7 @@
 namespace {
 
 static_assert(!std::is_convertible_v<DataFilterer*, DataReceiver*>,
-              "only the binding call yields the interface");
+              "only the binding call returns the interface");
 
 using Calls = std::vector<std::string>;
 

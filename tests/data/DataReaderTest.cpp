@@ -68,7 +68,7 @@ TEST(DataReaderTest, CallsUnfinishedRatherThanFinished) {
     EXPECT_EQ("xxx", ReadReader(other));
 }
 
-TEST(DataReaderTest, ReadsAgainAfterACallThatReturnsNothing) {
+TEST(DataReaderTest, ReadsAgainAfterAReadOfNoBytes) {
     ChunkReader reader("abc", 1);
     reader.PauseBeforeEachByte();
     unsigned char bytes[3];

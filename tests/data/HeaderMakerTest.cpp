@@ -115,7 +115,7 @@ TEST(HeaderMakerTest, EmptyChunkHasNoEffect) {
               receiver.Calls());
 }
 
-TEST(HeaderMakerTest, MakesNoOtherCallsOnTheReceiver) {
+TEST(HeaderMakerTest, ForwardsNoStartLineBreakOrEnd) {
     FieldRecorder receiver;
     HeaderMaker maker;
     LineReceiver& lines = maker(receiver);
@@ -125,7 +125,7 @@ TEST(HeaderMakerTest, MakesNoOtherCallsOnTheReceiver) {
     EXPECT_EQ(Calls({"Start 0"}), receiver.Calls());
 }
 
-TEST(HeaderMakerTest, NewObjectEqualsOneAfterStartAtZero) {
+TEST(HeaderMakerTest, NewMakerBehavesAsAfterStartAtZero) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Receive(" continues nothing");

@@ -17,7 +17,7 @@
 namespace {
 
 static_assert(!std::is_convertible_v<LineFlattener*, LineReceiver*>,
-              "only the binding call yields the interface");
+              "only the binding call returns the interface");
 
 using Calls = std::vector<std::string>;
 
@@ -64,7 +64,7 @@ TEST(LineFlattenerTest, EachCallBecomesOneCallWithoutPositions) {
 }
 
 // Deliberate: a missing binding is a null pointer dereference.
-TEST(LineFlattenerTest, StreamAfterTheEndNeedsANewBinding) {
+TEST(LineFlattenerTest, StartWithoutABindingCrashes) {
     RecordingDataReceiver receiver;
     LineFlattener flattener;
     LineReceiver& lines = flattener(LineFlattener::lf, receiver);

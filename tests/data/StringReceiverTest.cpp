@@ -12,7 +12,7 @@
 namespace {
 
 static_assert(!std::is_convertible_v<StringReceiver*, DataReceiver*>,
-              "only the binding call yields the interface");
+              "only the binding call returns the interface");
 
 TEST(StringReceiverTest, CollectsTheChunks) {
     ForEachSplit(EveryByte(), [](Chunks const& chunks) {
@@ -26,7 +26,7 @@ TEST(StringReceiverTest, CollectsTheChunks) {
     });
 }
 
-TEST(StringReceiverTest, StartClearsTheStringItIsBoundTo) {
+TEST(StringReceiverTest, StartClearsTheBoundString) {
     std::string first = "before";
     std::string second = "before";
     StringReceiver receiver;

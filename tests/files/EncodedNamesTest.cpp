@@ -63,8 +63,8 @@ TEST(EncodedNamesTest, TextIsAsciiInTheCLocale) {
 }
 
 TEST(EncodedNamesTest, Utf8LocaleKeepsTheBytes) {
-    LocaleInForce const locale("C.UTF-8");
-    ASSERT_TRUE(locale.IsThere());
+    ScopedLocale const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsSet());
     EXPECT_EQ(MadeOfLocal(accented), MadeOf(Utf8(accented)));
     EXPECT_EQ(accented, Utf8Of(accented));
     AutoUString<UTF8> const owned = FileName(accented.c_str()).MakeUTF8String();
@@ -166,8 +166,8 @@ TEST(EncodedNamesTest, EmptyNameHasAnEmptyViewAndANullText) {
 TEST(EncodedNamesTest, UndecodableNamesKeepTheirBytes) {
     std::string const undecodable = "\xFF\xC3(\xED\xA0\x80";
     for (char const* locale : {"C", "C.UTF-8"}) {
-        LocaleInForce const inForce(locale);
-        ASSERT_TRUE(inForce.IsThere());
+        ScopedLocale const scope(locale);
+        ASSERT_TRUE(scope.IsSet());
         TemporaryDirectory const directory;
         FileLocation const parent = At(directory.path());
         CreateFile(parent.Child(FileName(undecodable.c_str())), FileCreatingInfo());

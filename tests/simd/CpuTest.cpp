@@ -37,7 +37,7 @@ TEST(CpuTest, PinnedLevelEndsWithItsObject) {
 
 TEST(CpuTest, PinnedLevelsNest) {
     if (Simd::BestLevel() < Level::avx2)
-        GTEST_SKIP() << "this processor has too few levels";
+        GTEST_SKIP() << "the processor has no AVX2";
     Simd::PinnedLevel const outer(Level::ssse3);
     {
         Simd::PinnedLevel const inner(Simd::baseline);
@@ -48,7 +48,7 @@ TEST(CpuTest, PinnedLevelsNest) {
 }
 
 // In a separate process, in which the level has not been queried yet.
-TEST(CpuTest, PinningBeforeTheFirstQueryIsUndone) {
+TEST(CpuTest, PinBeforeTheFirstQueryEndsWithItsObject) {
     OtherProcess other([] {
         { Simd::PinnedLevel const pinned(Simd::baseline); }
         EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));

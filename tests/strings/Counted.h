@@ -14,7 +14,7 @@ struct Counted {
     Counted& operator=(Counted const&) = delete;
     ~Counted() { --alive; }
 
-    static void StartAfresh() {
+    static void Reset() {
         alive = copies = 0;
         refuseCopies = false;
     }

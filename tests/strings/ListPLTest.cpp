@@ -31,7 +31,7 @@ using Values = std::vector<int>;
 
 class ListPLTest : public testing::Test {
 protected:
-    ListPLTest() { Counted::StartAfresh(); }
+    ListPLTest() { Counted::Reset(); }
     ~ListPLTest() override { EXPECT_EQ(0, Counted::alive); }
 };
 

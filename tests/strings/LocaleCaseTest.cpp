@@ -35,7 +35,7 @@ INSTANTIATE_TEST_SUITE_P(Locales, LocaleCaseTest,
                                          LocaleCase{"tr_TR", "ISO-8859-9", false, "iI\xDD\xFD"},
                                          LocaleCase{"tr_TR", "UTF-8", false, "iIjJ\xC4\xB1"}));
 
-TEST(LocaleLettersTest, BothCaseTablesAreUsed) {
+TEST(LocaleLettersTest, LettersDependOnBothCaseTables) {
     OtherCaseTables tables;
     EXPECT_TRUE(LettersAreAscii());
     tables.Upper(0xE4) = 0xC4;

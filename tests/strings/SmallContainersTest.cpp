@@ -40,7 +40,7 @@ TEST(PairTest, HasNoMembersExceptFirstAndSecond) {
 // No value is alive at the start and the end of each test.
 class NullOrTest : public testing::Test {
 protected:
-    NullOrTest() { Counted::StartAfresh(); }
+    NullOrTest() { Counted::Reset(); }
     ~NullOrTest() override { EXPECT_EQ(0, Counted::alive); }
 };
 
@@ -106,7 +106,7 @@ struct Family {
 
 class DuplicatingPtrTest : public testing::Test {
 protected:
-    DuplicatingPtrTest() { Counted::StartAfresh(); }
+    DuplicatingPtrTest() { Counted::Reset(); }
     ~DuplicatingPtrTest() override { EXPECT_EQ(0, Counted::alive); }
 };
 

@@ -162,7 +162,7 @@ TEST(StringyTest, NullContainsOnlyNull) {
     EXPECT_FALSE(Stringy("").Contains(nullptr));
 }
 
-TEST(StringyTest, StartsWithNull) {
+TEST(StringyTest, EveryStringStartsWithNull) {
     for (Stringy const& string : {Stringy(), Stringy(""), Stringy("abc")}) {
         EXPECT_TRUE(string.StartsWith(nullptr));
         EXPECT_TRUE(string.StartsWithIgnoringCase(static_cast<char const*>(nullptr)));

@@ -121,8 +121,8 @@ TEST(LocalEncodingTest, EightBitLocaleHasTheEuroSign) {
 }
 
 TEST(LocalEncodingTest, Utf8LocaleConvertsEveryCharacter) {
-    LocaleInForce const locale("C.UTF-8");
-    ASSERT_TRUE(locale.IsThere());
+    ScopedLocale const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsSet());
     Units<UTF32> every;
     for (std::uint32_t character = 1; character < 0x110000; ++character)
         if (!Naive::IsSurrogate(character))
@@ -151,22 +151,22 @@ TEST(LocalEncodingTest, EnvironmentDoesNotChangeTheLocale) {
 }
 
 TEST(LocalEncodingTest, EncodingIsTheCodesetOfTheSystem) {
-    LocaleInForce const locale("C.UTF-8");
-    ASSERT_TRUE(locale.IsThere());
+    ScopedLocale const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsSet());
     auto const name = UnixPlatform::IANAEncodingName(Local8Bit());
     EXPECT_STREQ("UTF-8", name.Text());
     EXPECT_EQ(5u, name.length);
 }
 
 TEST(LocalEncodingTest, RejectsEncodingNameLongerThan48Bytes) {
-    MadeLocales const locales;
+    CompiledLocales const locales;
     for (std::size_t length : {48, 49}) {
         std::string const longName(length, 'N');
         std::string const table = locales.RenamedEncoding(EightBitLocale::encoding, longName);
         if (table.empty() || !locales.Make("of" + longName, "de_DE", table))
-            GTEST_SKIP() << MadeLocales::whyNot;
-        LocaleInForce const locale("of" + longName);
-        ASSERT_TRUE(locale.IsThere());
+            GTEST_SKIP() << CompiledLocales::whyNot;
+        ScopedLocale const locale("of" + longName);
+        ASSERT_TRUE(locale.IsSet());
         if (length == 48) {
             EXPECT_EQ(longName, UnixPlatform::IANAEncodingName(Local8Bit()).Text());
         } else {
@@ -176,8 +176,8 @@ TEST(LocalEncodingTest, RejectsEncodingNameLongerThan48Bytes) {
 }
 
 TEST(LocalEncodingTest, NulTerminatedTextIsNotCopied) {
-    LocaleInForce const locale("C.UTF-8");
-    ASSERT_TRUE(locale.IsThere());
+    ScopedLocale const locale("C.UTF-8");
+    ASSERT_TRUE(locale.IsSet());
     char const local[] = "\xC3\xA9t\xC3\xA9";
     std::uint32_t const wide[] = {0xE9, 't', 0xE9, 0};
     for (bool terminated : {false, true}) {

@@ -9,32 +9,32 @@
 
 #include "tests/support/TemporaryDirectory.h"
 
-// Sets the encoding of the process to that of the locale during its lifetime.
-class LocaleInForce {
+// Sets the character types of the process (LC_CTYPE) to those of a locale during its lifetime. The
+// locale is not set if it does not exist.
+class ScopedLocale {
 public:
-    explicit LocaleInForce(std::string const& name)
-        : isThere(std::setlocale(LC_CTYPE, name.c_str()) != nullptr) {}
-    ~LocaleInForce() { std::setlocale(LC_CTYPE, "C"); }
-    LocaleInForce(LocaleInForce const&) = delete;
-    LocaleInForce& operator=(LocaleInForce const&) = delete;
+    explicit ScopedLocale(std::string const& name)
+        : isSet(std::setlocale(LC_CTYPE, name.c_str()) != nullptr) {}
+    ~ScopedLocale() { std::setlocale(LC_CTYPE, "C"); }
+    ScopedLocale(ScopedLocale const&) = delete;
+    ScopedLocale& operator=(ScopedLocale const&) = delete;
 
-    bool IsThere() const { return isThere; }
+    bool IsSet() const { return isSet; }
 
 private:
-    bool const isThere;
+    bool const isSet;
 };
 
-// During its lifetime, the C library searches this directory for locales.
-class MadeLocales {
+// Compiles locales. During the lifetime of the object, the C library finds them by their names.
+class CompiledLocales {
 public:
     // The reason for skipping tests that need compiled locales.
-    static constexpr char const* whyNot =
-        "no localedef with its sources here: a locale cannot be made";
+    static constexpr char const* whyNot = "localedef or its sources are not installed";
 
-    MadeLocales() { setenv("LOCPATH", directory.path().c_str(), 1); }
-    ~MadeLocales() { unsetenv("LOCPATH"); }
-    MadeLocales(MadeLocales const&) = delete;
-    MadeLocales& operator=(MadeLocales const&) = delete;
+    CompiledLocales() { setenv("LOCPATH", directory.path().c_str(), 1); }
+    ~CompiledLocales() { unsetenv("LOCPATH"); }
+    CompiledLocales(CompiledLocales const&) = delete;
+    CompiledLocales& operator=(CompiledLocales const&) = delete;
 
     // Compiles a locale of the language from the sources of the system. Returns false if that
     // fails. `encoding` is the name or the path of a character map.
@@ -59,19 +59,29 @@ private:
     TemporaryDirectory directory;
 };
 
-// Compiles and sets an 8-bit locale during its lifetime. Its character map differs from the first
-// 256 characters of Unicode in eight places, one of them the euro sign at 0xA4.
-class EightBitLocale {
+// Compiles a locale such as ("tr_TR", "ISO-8859-9") and sets it during its lifetime.
+class CompiledLocale {
+public:
+    CompiledLocale(std::string const& language, std::string const& encoding)
+        : made(locales.Make(language + '.' + encoding, language, encoding)),
+          locale(language + '.' + encoding) {}
+
+    // Returns null if the locale is set, and otherwise the reason why it is not available.
+    char const* WhyNot() const {
+        return made && locale.IsSet() ? nullptr : CompiledLocales::whyNot;
+    }
+
+private:
+    CompiledLocales locales;
+    bool const made;
+    ScopedLocale locale;
+};
+
+// A locale with an 8-bit encoding that differs from the first 256 characters of Unicode in eight
+// places, one of them the euro sign at 0xA4.
+class EightBitLocale : public CompiledLocale {
 public:
     static constexpr char const* encoding = "ISO-8859-15";
 
-    EightBitLocale() : made(locales.Make("eight", "de_DE", encoding)), inForce("eight") {}
-
-    // Returns null if the locale is set, and otherwise the reason why it is not available.
-    char const* WhyNot() const { return made && inForce.IsThere() ? nullptr : MadeLocales::whyNot; }
-
-private:
-    MadeLocales locales;
-    bool const made;
-    LocaleInForce inForce;
+    EightBitLocale() : CompiledLocale("de_DE", encoding) {}
 };

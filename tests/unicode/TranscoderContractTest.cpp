@@ -102,7 +102,7 @@ std::vector<Unit> Range(unsigned first, unsigned last) {
 
 TYPED_TEST_SUITE(TranscoderContractTest, Pairs);
 
-TYPED_TEST(TranscoderContractTest, ShortSequencesInEverySplit) {
+TYPED_TEST(TranscoderContractTest, ShortSequencesAgreeWithReference) {
     if constexpr (std::is_same_v<typename TypeParam::Source, UTF8>) {
         auto const every = Range<unsigned char>(0, 0xFF);
         this->CheckProduct({every});
@@ -137,7 +137,7 @@ TYPED_TEST(TranscoderContractTest, ShortSequencesInEverySplit) {
     }
 }
 
-TYPED_TEST(TranscoderContractTest, SequencesInsideText) {
+TYPED_TEST(TranscoderContractTest, SequencesInTextAgreeWithReference) {
     if constexpr (std::is_same_v<typename TypeParam::Source, UTF8>) {
         Units<UTF8> const leads{0x7F, 0x80, 0xBF, 0xC0, 0xC3, 0xDF, 0xE0, 0xE2, 0xEC, 0xED,
                                 0xEE, 0xEF, 0xF0, 0xF3, 0xF4, 0xF5, 0xF7, 0xF8, 0xFC, 0xFF};
@@ -150,7 +150,7 @@ TYPED_TEST(TranscoderContractTest, SequencesInsideText) {
 }
 
 // Lengths around the block sizes, of characters of each length.
-TYPED_TEST(TranscoderContractTest, TextsThatFillBlocks) {
+TYPED_TEST(TranscoderContractTest, TextsNearBlockSizesAgreeWithReference) {
     using E = typename TypeParam::Source;
     for (unsigned int const character : {0x61u, 0xE9u, 0x20ACu, 0x1F600u})
         for (std::size_t const size : {1024u, 1365u, 2048u, 4096u, 8192u})
@@ -178,7 +178,7 @@ ChunkLengths RandomChunks(std::mt19937& random, std::size_t length) {
     return lengths;
 }
 
-TYPED_TEST(TranscoderContractTest, RandomTextsInRandomChunks) {
+TYPED_TEST(TranscoderContractTest, RandomTextsAgreeWithReference) {
     using E = typename TypeParam::Source;
     std::mt19937 random(1);
     int thrown = 0;

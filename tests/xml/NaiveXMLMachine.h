@@ -1,7 +1,6 @@
 // Reference implementation of the parser, which processes one byte at a time. Shares no code with
 // the parser. For each state, it specifies the effect of a byte, of leaving the state and of
 // entering the next one.
-// does, what leaving the state does, what entering the next one does.
 #pragma once
 
 #include <algorithm>

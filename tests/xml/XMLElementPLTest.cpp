@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
-#include "tests/xml/SmallStack.h"
+#include "tests/support/SmallStack.h"
 #include "tests/xml/TreeText.h"
 
 namespace {
@@ -52,6 +52,7 @@ unsigned int DepthOf(XMLElementPL const& root) {
     return depth;
 }
 
+// Recursion into a tree of this depth needs at least 2 MB of stack, and into a tenth of it 300 KB.
 unsigned int const deep = 50'000;
 
 TEST(XMLElementPLTest, BothConstructorsCopyNameAndAttributes) {
@@ -224,7 +225,7 @@ TEST(XMLElementPLTest, RepeatedResetAllocatesNothing) {
 }
 
 TEST(XMLElementPLTest, CopiesAndFreesDeepTreeWithoutRecursion) {
-    OnSmallStack([] {
+    RunOnSmallStack(128 * 1024, [] {
         std::unique_ptr<XMLElementPL> const source = MakeDeepTree(deep);
         XMLElementPL outer("outer", noPointers);
         outer.AddChildElement(*source);
@@ -237,7 +238,7 @@ TEST(XMLElementPLTest, CopiesAndFreesDeepTreeWithoutRecursion) {
 }
 
 TEST(XMLElementPLTest, FreesWideTreeOfDeepOnesWithoutRecursion) {
-    OnSmallStack([] {
+    RunOnSmallStack(128 * 1024, [] {
         XMLElementPL outer("outer", noPointers);
         for (int count = 0; count < 10; ++count)
             outer.AddChildElement(*MakeDeepTree(deep / 10));

@@ -9,8 +9,8 @@
 #include "fuzz/XmlTreeProperties.h"
 #include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
+#include "tests/support/SmallStack.h"
 #include "tests/xml/ByteSoup.h"
-#include "tests/xml/SmallStack.h"
 #include "tests/xml/TreeText.h"
 
 namespace {
@@ -133,7 +133,8 @@ TEST(XMLTreeParserPLTest, FailedAllocationLeavesAValidTree) {
 
 // The stress test of documents uses a hundred times the depth and the number of attributes.
 TEST(XMLTreeParserPLTest, ReadsDeepDocumentWithoutRecursion) {
-    OnSmallStack([] {
+    RunOnSmallStack(128 * 1024, [] {
+        // Recursion into a tree of this depth needs at least 2 MB of stack.
         unsigned int const depth = 50'000;
         XMLTreeParserPL parser;
         std::string const tags = "<a><a><a><a><a><a><a><a><a><a>";

@@ -47,8 +47,9 @@ TEST(XMLWriterPLTest, EncodingIsNotEscaped) {
               "<?xml version=\"1.0\" encoding=\"x&\"y\"?><a></a>");
 }
 
-// Writes a document by one letter for each call: "<" and ">" begin and end an element; t, u, s and
-// c write text, UTF-8 text, a CDATA section and a comment of "x"; "." ends the document.
+// Writes a document by one character for each call: "<" and ">" begin and end an element, and "."
+// ends the document. "t", "T", "u", "s" and "c" write "x" as a ConstData, a StringPL, UTF-8 text, a
+// CDATA section and a comment; "0" writes empty text.
 std::string Written(Style style, std::string const& calls) {
     return Inside(style, [&](XMLWriterPL& writer) {
         for (char const call : calls) {
