@@ -140,7 +140,7 @@ SANDBOX_TEST(ClientComplianceLockTest, MissingPermissionIsNotPermanent) {
 Handshake* exitLine = nullptr;
 
 // Registered before the first use of the lock, so it runs after the instance was destroyed.
-void PauseBehindTheDestructor() {
+void PauseAfterTheDestructor() {
     exitLine->Tell(Lock() ? "locked again" : "at exit");
     exitLine->Await();
 }
@@ -148,7 +148,7 @@ void PauseBehindTheDestructor() {
 SANDBOX_TEST(ClientComplianceLockTest, IsReleasedByTheNormalExit) {
     OtherProcess holder([](Handshake& line) {
         exitLine = &line;
-        std::atexit(PauseBehindTheDestructor);
+        std::atexit(PauseAfterTheDestructor);
         EXPECT_TRUE(Lock());
         line.Tell("locked");
         line.Await();

@@ -1,6 +1,6 @@
-/* A whole evaluation by the interface from C89: that the header compiles is half of the test. The
-   agent must finish at the first poll with the one row "d", "r", "t", "e", "i", "c". Returns 0 if
-   each call has its documented result, otherwise the number of the call. */
+/* Evaluates a document through the C API, in C89; also tests that the header compiles. The agent
+   must finish at the first poll with the row "d", "r", "t", "e", "i", "c". Returns 0 if each call
+   has its documented result, otherwise the number of the first call that has another one. */
 #include "compliance/Compliance.h"
 
 #include <string.h>

@@ -15,7 +15,7 @@
 
 namespace {
 
-bool systemHasWords = true;
+bool systemHasMessages = true;
 
 } // namespace
 
@@ -23,7 +23,7 @@ bool systemHasWords = true;
 extern "C" char* strerror_r(int number, char* buffer, std::size_t size) noexcept {
     static auto const next =
         reinterpret_cast<char* (*)(int, char*, std::size_t)>(dlsym(RTLD_NEXT, "strerror_r"));
-    return systemHasWords ? next(number, buffer, size) : nullptr;
+    return systemHasMessages ? next(number, buffer, size) : nullptr;
 }
 
 namespace {
@@ -177,10 +177,10 @@ TEST(FileErrorsTest, ErrorStringHasTheNumberAndTheMessageOfTheSystem) {
     for (unsigned int number = 0; number <= 200; ++number)
         EXPECT_EQ("Error: " + std::to_string(number) + ": " + strerror(static_cast<int>(number)),
                   MakeErrorString(number));
-    systemHasWords = false;
+    systemHasMessages = false;
     std::string const text = MakeErrorString(2);
     std::string const message = FileIOError("/x", 12345).what();
-    systemHasWords = true;
+    systemHasMessages = true;
     EXPECT_EQ("Unknown error: 2", text);
     EXPECT_EQ("File error \"11FileIOError\" on \"/x\": Unknown error: 12345", message);
 }

@@ -229,7 +229,7 @@ TEST_F(FileOperationsTest, ForceNonexistenceKeepsADevice) {
     OnDisk({}, [](SmallFileSystem& disk) {
         std::string const device = disk / "device";
         if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-            GTEST_SKIP() << "a user namespace cannot make devices";
+            GTEST_SKIP() << "a user namespace cannot create devices";
         EXPECT_NO_THROW(ForceNonexistence(At(device)));
         EXPECT_EQ(DescribeEntry(device), "other");
         DeleteFile(At(device));

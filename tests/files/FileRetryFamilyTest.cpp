@@ -9,7 +9,7 @@ namespace {
 
 class FileRetryFamilyTest : public FileTest {
 protected:
-    void ExpectCalm() {
+    void ExpectNoRetry() {
         EXPECT_THAT(log.entries, IsEmpty());
         EXPECT_THAT(sleeps.Calls(), IsEmpty());
     }
@@ -81,7 +81,7 @@ TEST_F(FileRetryFamilyTest, NoOperationRetriesAnEmptyLocation) {
             EXPECT_THROW(operation.run(Here("file"), FileLocation(), log), EmptyFileLocationError);
         }
     }
-    ExpectCalm();
+    ExpectNoRetry();
 }
 
 TEST_F(FileRetryFamilyTest, EachOperationSucceedsAtTheFirstAttempt) {
@@ -105,7 +105,7 @@ TEST_F(FileRetryFamilyTest, EachOperationSucceedsAtTheFirstAttempt) {
     DeleteDirectoryWithRetry(Here("c"), log);
     ForceNonexistenceWithRetry(Here("d"), log);
     EXPECT_EQ(Everything(), (Tree{{"f", "file content"}}));
-    ExpectCalm();
+    ExpectNoRetry();
 }
 
 // Deliberate: a failed rename is reported as a success.
@@ -116,7 +116,7 @@ TEST_F(FileRetryFamilyTest, FailedRenameIsNotRetried) {
         EXPECT_NO_THROW(move(Here("file"), Here("missing/to"), log));
     EXPECT_EQ(calls.Count("rename"), 2u);
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
-    ExpectCalm();
+    ExpectNoRetry();
 }
 
 TEST_F(FileRetryFamilyTest, FlushIsTriedEightTimesAndLoggedWithTheLocation) {
@@ -125,7 +125,7 @@ TEST_F(FileRetryFamilyTest, FlushIsTriedEightTimesAndLoggedWithTheLocation) {
     SystemCalls calls;
     path.FlushOnBrokenFilesystemsWithRetry(somewhere, log);
     EXPECT_THAT(calls.Log(), ElementsAre("fsync"));
-    ExpectCalm();
+    ExpectNoRetry();
     calls.FailFromThenOn("fsync", EIO);
     EXPECT_EQ("FileIOError EIO",
               Thrown([&] { path.FlushOnBrokenFilesystemsWithRetry(somewhere, log); }));

@@ -70,7 +70,7 @@ TEST_F(ReadFileTest, SendsTheRangeAsOneStream) {
     EXPECT_THAT(CallsOfFile(0), ElementsAre("Start", "ReceiveEnd"));
 }
 
-// The receiver lists the open descriptors in each call.
+// The receiver checks in each call whether the file was opened and closed.
 TEST_F(ReadFileTest, FileIsOpenFromAfterStartUntilBeforeReceiveEnd) {
     struct : DataReceiver {
         void Start() override { atStart = calls.Log().size(); }
