@@ -2,11 +2,11 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "tests/companions/Findings.h"
 #include "tests/compliance/FakeProcess.h"
+#include "tests/files/Files.h"
 
 namespace {
 
@@ -23,12 +23,9 @@ void ExpectProcess(OtherProgram const& program, Finding const& finding) {
 }
 
 void AwaitZombie(pid_t process) {
-    std::string facts;
-    while (facts.find(") Z ") == std::string::npos) {
-        std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-        facts.assign(std::istreambuf_iterator<char>(file), {});
+    std::string const file = "/proc/" + std::to_string(process) + "/stat";
+    while (ReadWholeFile(file).find(") Z ") == std::string::npos)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
 }
 
 TEST(DoctorAgentTest, AcceptsInstalledProgram) {
@@ -47,7 +44,7 @@ TEST(DoctorAgentTest, ReportsMissingProgram) {
     });
 }
 
-TEST(DoctorAgentTest, EntryAtTheProgramsPathIsNoProgram) {
+TEST(DoctorAgentTest, ReportsEntryThatIsNotAProgram) {
     Sandbox::Run([] {
         fs::create_directories(agentProgram);
         ExpectProblem("agent-not-a-program", "mode 0755", CheckAgentProgram());
@@ -58,7 +55,7 @@ TEST(DoctorAgentTest, EntryAtTheProgramsPathIsNoProgram) {
     });
 }
 
-TEST(DoctorAgentTest, ProgramInAnUnsearchableDirectory) {
+TEST(DoctorAgentTest, ReportsProgramInUnsearchableDirectory) {
     Sandbox::Run([] {
         InstallAgent();
         fs::permissions("/opt/VeskaClient", fs::perms::none);
@@ -78,7 +75,7 @@ TEST(DoctorAgentTest, FindsProcessOfRunningAgent) {
     });
 }
 
-TEST(DoctorAgentTest, NoProcessRuns) {
+TEST(DoctorAgentTest, ReportsThatNoProcessRuns) {
     Sandbox::Run([] {
         InstallAgent();
         ExpectProblem("agent-not-running", "", CheckAgentProcess());

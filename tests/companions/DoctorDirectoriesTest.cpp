@@ -52,7 +52,7 @@ TEST(DoctorDirectoriesTest, ReportsEntriesThatAreNotDirectories) {
     });
 }
 
-TEST(DoctorDirectoriesTest, DirectoryInAnUnsearchableDirectory) {
+TEST(DoctorDirectoriesTest, ReportsDirectoryInUnsearchableDirectory) {
     Sandbox::Run([] {
         CreateDirectories(0777);
         fs::permissions(agentDirectory, fs::perms::none);
@@ -63,7 +63,7 @@ TEST(DoctorDirectoriesTest, DirectoryInAnUnsearchableDirectory) {
     });
 }
 
-TEST(DoctorDirectoriesTest, UnwritableIsReportedWithOwnerAndMode) {
+TEST(DoctorDirectoriesTest, ReportsUnwritableDirectoryWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateDirectories(0555);
         WithoutRights([] {
@@ -75,7 +75,7 @@ TEST(DoctorDirectoriesTest, UnwritableIsReportedWithOwnerAndMode) {
     });
 }
 
-TEST(DoctorDirectoriesTest, UnreadableIsReportedWithOwnerAndMode) {
+TEST(DoctorDirectoriesTest, ReportsUnreadableDirectoryWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateDirectories(0666);
         WithoutRights([] {

@@ -21,7 +21,7 @@ constexpr char const* request = ScriptedAgent::request;
 constexpr char const* temporary = ScriptedAgent::requestTemp;
 constexpr char const* response = ScriptedAgent::response;
 
-// Nothing happens between the examination of the request and that of the lock.
+// Nothing changes between the examination of the request and that of the lock.
 Finding ExamineRequest() {
     FileFacts const before(request);
     LockState const lock = AskForLock();
@@ -41,7 +41,7 @@ void ExpectAge(std::chrono::seconds age, Finding const& finding) {
     EXPECT_GT(age.count() + 60, *finding.ageInSeconds);
 }
 
-TEST(DoctorDocumentsTest, NoDocumentsExist) {
+TEST(DoctorDocumentsTest, AcceptsAbsentDocuments) {
     Sandbox::Run([] {
         ExpectOk("no request", ExamineRequest());
         CreateAgentDirectories();
@@ -242,7 +242,7 @@ TEST(DoctorDocumentsTest, ReportsFifoAtResponsePath) {
     });
 }
 
-TEST(DoctorDocumentsTest, DocumentsInAnUnsearchableDirectory) {
+TEST(DoctorDocumentsTest, SkipsDocumentsInUnsearchableDirectory) {
     Sandbox::Run([] {
         Create(request);
         Create(temporary);

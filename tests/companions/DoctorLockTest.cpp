@@ -120,7 +120,7 @@ TEST(DoctorLockTest, ReportsOpenFileDescriptionLock) {
     });
 }
 
-TEST(DoctorLockTest, UnwritableIsReportedWithOwnerAndMode) {
+TEST(DoctorLockTest, ReportsUnwritableLockFileWithOwnerAndMode) {
     Sandbox::Run([] {
         CreateLockFile(0444);
         WithoutRights([] {
@@ -152,7 +152,7 @@ TEST(DoctorLockTest, ReportsDirectoryOrFifoAtLockPath) {
     });
 }
 
-TEST(DoctorLockTest, LockFileInAnUnsearchableDirectory) {
+TEST(DoctorLockTest, SkipsLockFileInUnsearchableDirectory) {
     Sandbox::Run([] {
         CreateLockFile(0666);
         fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
@@ -194,7 +194,7 @@ TEST(DoctorLockTest, ReportsProtectedLockFileInStickyDirectory) {
     });
 }
 
-TEST(DoctorLockTest, ProtectionDependsOnTheSetting) {
+TEST(DoctorLockTest, ProtectionDependsOnTheSystemSetting) {
     Sandbox::Run([] {
         CreateLockFile(0666);
         if (!GiveLockFileToAnotherUser())

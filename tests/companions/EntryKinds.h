@@ -11,7 +11,7 @@
 
 #include "tests/support/Entries.h"
 
-// The user who runs the programs (see Sandbox::DropPrivileges).
+// The ID of the user who runs the programs; see Sandbox::DropPrivileges.
 constexpr uid_t userId = 65534;
 constexpr char const* agentDirectory = "/var/opt/VeskaClient";
 constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
@@ -23,12 +23,13 @@ struct Kind {
     bool isHealthy = false;
 };
 
-// For a path that names a file.
+// Returns the kinds of entries for the path of a file.
 std::vector<Kind> KindsOfEntries();
-// For a path that names a directory, with the modes in octal digits.
+// Returns the kinds of entries for the path of a directory, including directories with these octal
+// modes.
 std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes);
 
-// Creates the directories of an exchange that has no lock, request or answer yet.
+// Creates the directories of the exchange, without files.
 void LayOut();
 // Mounts /var/opt so that devices below it can be opened.
 void MountForDevices();

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 
 #include "companions/ResultFile.h"
+#include "tests/files/Files.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
@@ -175,7 +176,7 @@ TEST(MetricsTest, ReplacesFileAndMakesItReadableByAll) {
     ASSERT_EQ(0, stat(path.c_str(), &facts));
     EXPECT_EQ(0644u, facts.st_mode & 07777);
     EXPECT_EQ(FormatMetrics(FailedMetrics(), FormatMetrics(FinishedMetrics(), "")),
-              (std::stringstream() << std::ifstream(path).rdbuf()).str());
+              ReadWholeFile(path));
     EXPECT_THROW(WriteMetrics(directory / "missing/metrics.prom", FailedMetrics()),
                  ResultFileError);
 }
@@ -222,7 +223,7 @@ TEST(MetricsTest, FailedRunKeepsRowsWithLongLabels) {
         WriteMetrics(path, metrics);
         metrics.results = {};
         WriteMetrics(path, metrics);
-        std::string const text = (std::stringstream() << std::ifstream(path).rdbuf()).str();
+        std::string const text = ReadWholeFile(path);
         std::string const samples = Samples(text);
         // Four of the run, its last success, 20 results, the others, and the failing rows.
         EXPECT_EQ(4 + 1 + 20 + 1 + 1, std::ranges::count(samples, '\n')) << byte;
@@ -235,8 +236,7 @@ TEST(MetricsTest, IgnoresAFileThatIsTooLarge) {
     WriteMetrics(path, FinishedMetrics());
     std::ofstream(path, std::ios::app) << std::string(64 * 1024, '\n');
     WriteMetrics(path, FailedMetrics());
-    EXPECT_EQ(FormatMetrics(FailedMetrics(), ""),
-              (std::stringstream() << std::ifstream(path).rdbuf()).str());
+    EXPECT_EQ(FormatMetrics(FailedMetrics(), ""), ReadWholeFile(path));
 }
 
 TEST(MetricsTest, FullDiskKeepsTheFile) {
@@ -252,8 +252,7 @@ TEST(MetricsTest, FullDiskKeepsTheFile) {
             EXPECT_EQ("'" + path + "' could not be written: No space left on device",
                       std::string(error.what()));
         }
-        EXPECT_EQ(FormatMetrics(FinishedMetrics(), ""),
-                  (std::stringstream() << std::ifstream(path).rdbuf()).str());
+        EXPECT_EQ(FormatMetrics(FinishedMetrics(), ""), ReadWholeFile(path));
     });
 }
 

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <functional>
 #include <limits>
 #include <string>
@@ -18,6 +17,7 @@
 #include "companions/StopSignals.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
+#include "tests/files/Files.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 
@@ -25,8 +25,7 @@ namespace {
 
 // The state follows the name in parentheses.
 bool IsAsleep(pid_t process) {
-    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-    std::string const facts{std::istreambuf_iterator<char>(file), {}};
+    std::string const facts = ReadWholeFile("/proc/" + std::to_string(process) + "/stat");
     std::size_t const nameEnd = facts.rfind(')');
     return nameEnd != facts.npos && facts.substr(nameEnd, 4) == ") S ";
 }

@@ -29,7 +29,7 @@ std::string ErrorsOf(Body const& body, bool terminal, char const* type = "xterm"
     return text;
 }
 
-void TellAll(ProgressStyle style) {
+void ShowAll(ProgressStyle style) {
     Progress progress(style);
     progress.Opening();
     progress.Percent(0);
@@ -48,13 +48,13 @@ std::string const gone = "\r\x1b[K";
 TEST(ProgressTest, RedrawsBarAndClearsItAtTheEnd) {
     EXPECT_EQ(Bar(0, "asking the agent") + Bar(0, "0% completed") + Bar(15, "50% completed") +
                   Bar(30, "100% completed") + Bar(30, "closing the evaluation") + gone,
-              ErrorsOf([] { TellAll(ProgressStyle::bar); }, true));
+              ErrorsOf([] { ShowAll(ProgressStyle::bar); }, true));
 }
 
 TEST(ProgressTest, AutomaticShowsABarOnATerminalOnly) {
-    EXPECT_EQ(ErrorsOf([] { TellAll(ProgressStyle::bar); }, true),
-              ErrorsOf([] { TellAll(ProgressStyle::automatic); }, true));
-    EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::automatic); }, false));
+    EXPECT_EQ(ErrorsOf([] { ShowAll(ProgressStyle::bar); }, true),
+              ErrorsOf([] { ShowAll(ProgressStyle::automatic); }, true));
+    EXPECT_EQ("", ErrorsOf([] { ShowAll(ProgressStyle::automatic); }, false));
 }
 
 TEST(ProgressTest, LinesStyleWritesLineForEachStep) {
@@ -63,11 +63,11 @@ TEST(ProgressTest, LinesStyleWritesLineForEachStep) {
               "compliance-query: 50% completed\n"
               "compliance-query: 100% completed\n"
               "compliance-query: closing the evaluation\n",
-              ErrorsOf([] { TellAll(ProgressStyle::lines); }, false));
+              ErrorsOf([] { ShowAll(ProgressStyle::lines); }, false));
 }
 
 TEST(ProgressTest, NoneShowsNothingOnATerminal) {
-    EXPECT_EQ("", ErrorsOf([] { TellAll(ProgressStyle::none); }, true));
+    EXPECT_EQ("", ErrorsOf([] { ShowAll(ProgressStyle::none); }, true));
 }
 
 TEST(ProgressTest, LimitsBarButNotPercentage) {

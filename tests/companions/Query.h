@@ -16,35 +16,36 @@ std::vector<std::string> QueryCommand(std::vector<std::string> const& arguments)
 ProgramResult RunQuery(std::vector<std::string> const& arguments,
                        ProgramOptions const& options = {});
 
-// Answers Open, then Progress with each of these, then Close.
+// Returns the script of an agent that answers Open, each Progress request in turn, and Close.
 AgentScript QueryScript(std::vector<std::string> const& progressAnswers);
 
-// The answer to Progress that ends an evaluation with these rows.
+// Returns the answer to Progress that ends an evaluation with these rows.
 std::string Finished(std::string const& rows = "");
 
-// An evaluation that finishes with these rows.
+// Returns the script of an agent whose evaluation ends with these rows.
 inline AgentScript FinishingScript(std::string const& rows) {
     return QueryScript({Finished(rows)});
 }
 
-// Two rows, of which the second one has texts that need escapes.
+// Returns two rows. The second one has texts that need escapes.
 std::string TwoRows();
-// More rows than fit into a pipe or into the buffer of the output.
+// Returns more rows than fit into a pipe or into the buffer of Output.
 std::string ManyRows();
 
-// The document of a failure, without its provenance.
+// Returns the document of a failure without its provenance.
 nlohmann::json FailureOf(int status, std::string const& word, std::string const& message);
 
-// The document on standard output without its provenance, which must be there.
+// Returns the document on standard output without its provenance. Fails if it has none.
 nlohmann::json DocumentOf(ProgramResult const& result);
 
-// Runs an evaluation on a machine of its own, and calls `look(result, requests)` there.
-template <typename Look>
-void Query(std::vector<std::string> const& arguments, AgentScript const& script, Look const& look) {
+// Runs an evaluation in a sandbox, and calls `check(result, requests)` there.
+template <typename Check>
+void Query(std::vector<std::string> const& arguments, AgentScript const& script,
+           Check const& check) {
     Sandbox::RunWithDirectories([&] {
         ScriptedAgent const agent(script);
         ProgramResult const result = RunQuery(arguments);
         agent.AwaitEnd(std::chrono::seconds(1));
-        look(result, agent.Requests());
+        check(result, agent.Requests());
     });
 }

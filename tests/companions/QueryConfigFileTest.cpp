@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/Query.h"
+#include "tests/files/Files.h"
 #include "tests/support/SmallFileSystem.h"
 
 namespace {
@@ -49,8 +50,7 @@ TEST(QueryConfigFileTest, MetricsHaveNameOfConfiguration) {
         directory.Write("night.conf", goodConfig);
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
         RunQuery({"--config", "night", "--prometheus", "/opt/night.prom"});
-        std::ifstream file("/opt/night.prom");
-        std::string const text{std::istreambuf_iterator<char>(file), {}};
+        std::string const text = ReadWholeFile("/opt/night.prom");
         EXPECT_NE(
             std::string::npos,
             text.find("\nclientcompliance_failing_rows{document=\"Doc\",config=\"night\"} 1\n"))
@@ -84,8 +84,7 @@ TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
             std::ofstream("/opt/night.prom") << "old";
             EXPECT_EQ(ExitStatus::Exited(2),
                       RunQuery({"--config", name, "--prometheus", "/opt/night.prom"}).status);
-            std::ifstream file("/opt/night.prom");
-            EXPECT_EQ("old", std::string(std::istreambuf_iterator<char>(file), {}));
+            EXPECT_EQ("old", ReadWholeFile("/opt/night.prom"));
         }
     });
 }

@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/Query.h"
+#include "tests/files/Files.h"
 
 namespace {
 
@@ -73,8 +74,7 @@ void ExpectMetricsOfStaleAnswer(Texts const& arguments) {
         LeaveAnswer(Finished(oldRow));
         ScriptedAgent const agent(SilentAgent());
         RunQuery(all);
-        std::ifstream file(metricsOfStale);
-        std::string const text{std::istreambuf_iterator<char>(file), {}};
+        std::string const text = ReadWholeFile(metricsOfStale);
         EXPECT_NE(std::string::npos, text.find("_stale{document=\"\",config=\"\"} 1\n")) << text;
         EXPECT_EQ(std::string::npos, text.find("\nclientcompliance_last_success")) << text;
         bool const hasRows = text.find("result=\"Compliant\"} 1\n") != std::string::npos;

@@ -4,9 +4,9 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "tests/companions/Query.h"
+#include "tests/files/Files.h"
 
 namespace {
 
@@ -16,10 +16,7 @@ using Texts = std::vector<std::string>;
 
 constexpr char metricsFile[] = "/opt/compliance.prom";
 
-std::string MetricsText() {
-    std::ifstream file(metricsFile);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+std::string MetricsText() { return ReadWholeFile(metricsFile); }
 
 Texts WithMetrics(Texts arguments) {
     arguments.insert(arguments.begin(), {"--quiet", "--prometheus", metricsFile});

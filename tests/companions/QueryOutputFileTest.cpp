@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "tests/companions/Query.h"
+#include "tests/files/Files.h"
 #include "tests/support/SmallFileSystem.h"
 
 namespace {
@@ -17,11 +18,6 @@ namespace {
 namespace fs = std::filesystem;
 using Json = nlohmann::json;
 using Texts = std::vector<std::string>;
-
-std::string ContentOfFile(std::string const& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 constexpr char resultFile[] = "/opt/results/result.json";
 
@@ -52,7 +48,7 @@ std::size_t CountResultEntries() {
 TEST(QueryOutputFileTest, FinishedEvaluationReplacesFile) {
     QueryToFile(FinishingScript(Row(shortRow)), {}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
-        EXPECT_EQ("d", Json::parse(ContentOfFile(resultFile)).at("rows").at(0).at("designator"));
+        EXPECT_EQ("d", Json::parse(ReadWholeFile(resultFile)).at("rows").at(0).at("designator"));
         EXPECT_EQ(1u, CountResultEntries());
     });
 }
@@ -60,7 +56,7 @@ TEST(QueryOutputFileTest, FinishedEvaluationReplacesFile) {
 TEST(QueryOutputFileTest, ResultThatIsNotAcceptedReplacesFile) {
     QueryToFile(FinishingScript(Row(shortRow)), {"--strict=Pass"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(10), result.status);
-        EXPECT_EQ(1, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
+        EXPECT_EQ(1, Json::parse(ReadWholeFile(resultFile)).at("rowCount"));
     });
 }
 
@@ -70,7 +66,7 @@ TEST(QueryOutputFileTest, FailedEvaluationKeepsFile) {
           AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).Answer(CloseAnswer())})
         QueryToFile(script, {}, [](ProgramResult const& result) {
             EXPECT_NE(ExitStatus::Exited(0), result.status);
-            EXPECT_EQ("old", ContentOfFile(resultFile));
+            EXPECT_EQ("old", ReadWholeFile(resultFile));
             EXPECT_EQ(1u, CountResultEntries());
         });
 }
@@ -80,7 +76,7 @@ TEST(QueryOutputFileTest, FailureReplacesFileWithKeepFailures) {
         AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("2", "5")).Answer(CloseAnswer()),
         {"--keep-failures"}, [](ProgramResult const& result) {
             EXPECT_EQ(ExitStatus::Exited(1), result.status);
-            EXPECT_EQ(5, Json::parse(ContentOfFile(resultFile)).at("agentError"));
+            EXPECT_EQ(5, Json::parse(ReadWholeFile(resultFile)).at("agentError"));
             EXPECT_EQ(1u, CountResultEntries());
         });
 }
@@ -91,7 +87,7 @@ TEST(QueryOutputFileTest, WritesTsvToFile) {
         LeaveResult();
         ScriptedAgent const agent(FinishingScript(Row(shortRow)));
         EXPECT_EQ(ExitStatus::Exited(0), RunQuery({"-d", "--tsv", "-o", resultFile}).status);
-        EXPECT_NE(std::string::npos, ContentOfFile(resultFile).find("\nd\tr\t"));
+        EXPECT_NE(std::string::npos, ReadWholeFile(resultFile).find("\nd\tr\t"));
     });
 }
 
@@ -123,8 +119,9 @@ TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
 TEST(QueryOutputFileTest, ResultWithoutRowsReplacesFile) {
     QueryToFile(FinishingScript(""), {"--strict=Pass", "-q"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(11), result.status);
-        EXPECT_EQ("compliance-query: the evaluation has no rows\n", result.errors);
-        EXPECT_EQ(0, Json::parse(ContentOfFile(resultFile)).at("rowCount"));
+        EXPECT_EQ("compliance-query: the evaluation has no rows
+", result.errors);
+        EXPECT_EQ(0, Json::parse(ReadWholeFile(resultFile)).at("rowCount"));
         EXPECT_EQ(1u, CountResultEntries());
     });
 }
@@ -140,7 +137,7 @@ TEST(QueryOutputFileTest, FullDiskKeepsFile) {
         EXPECT_EQ(ExitStatus::Exited(8), result.status);
         EXPECT_EQ("compliance-query: the rows could not be written: No space left on device\n",
                   result.errors);
-        EXPECT_EQ("old", ContentOfFile(resultFile));
+        EXPECT_EQ("old", ReadWholeFile(resultFile));
         EXPECT_EQ(2u, CountResultEntries());
         agent.AwaitEnd(std::chrono::seconds(1));
     });

@@ -103,7 +103,7 @@ TEST_F(ReportProgramTest, ReportsUnreadableDirectory) {
 TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const result = directory / "results/good.json";
-    std::string const content = ReadFile(result);
+    std::string const content = ReadWholeFile(result);
     std::string const hosts = WriteFile(directory / "hosts", "good\n");
     std::string const link = directory / "link";
     std::filesystem::create_symlink(result, link);
@@ -114,8 +114,8 @@ TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
           {"--csv", result, "--json", link},
           {"--csv", directory / "new", "--json", directory / "results/../new"}}) {
         EXPECT_EQ(ExitStatus::Exited(2), Report(arguments).status) << arguments[1];
-        EXPECT_EQ(content, ReadFile(result));
-        EXPECT_EQ("good\n", ReadFile(hosts));
+        EXPECT_EQ(content, ReadWholeFile(result));
+        EXPECT_EQ("good\n", ReadWholeFile(hosts));
         EXPECT_FALSE(std::filesystem::exists(directory / "new"));
     }
     std::string const message = Report({"--json", link, result}).errors;
@@ -127,11 +127,11 @@ TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
 TEST_F(ReportProgramTest, RefusesStandardOutputThatIsAnInput) {
     Store("good", {ResultRow("d", "Pass")});
     std::string const result = directory / "results/good.json";
-    std::string const content = ReadFile(result);
+    std::string const content = ReadWholeFile(result);
     std::string const command =
         "'" CC_REPORT_PROGRAM "' --strict=Pass --json=- '" + result + "' >>'" + result + "'";
     EXPECT_EQ(ExitStatus::Exited(2), RunProgram({"/bin/sh", "-c", command}).status);
-    EXPECT_EQ(content, ReadFile(result));
+    EXPECT_EQ(content, ReadWholeFile(result));
 }
 
 TEST_F(ReportProgramTest, DoesNotReadItsOwnOutputs) {
@@ -141,7 +141,7 @@ TEST_F(ReportProgramTest, DoesNotReadItsOwnOutputs) {
     for (int night = 0; night < 2; ++night) {
         ProgramResult const result = Report({"--html", page, "--csv", directory / "results/rows"});
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
-        EXPECT_NE(std::string::npos, ReadFile(page).find("Files read: 1."));
+        EXPECT_NE(std::string::npos, ReadWholeFile(page).find("Files read: 1."));
     }
 }
 
@@ -222,7 +222,7 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     ProgramResult const result = program.Wait();
     EXPECT_EQ(ExitStatus::Exited(128 + SIGTERM), result.status);
     EXPECT_EQ("compliance-report: ended early by SIGTERM\n", result.errors);
-    EXPECT_EQ("old", ReadFile(old));
+    EXPECT_EQ("old", ReadWholeFile(old));
     EXPECT_EQ(2, entries());
 }
 

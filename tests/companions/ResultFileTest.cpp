@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 
 #include <fcntl.h>
 #include <linux/filter.h>
@@ -16,6 +15,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "tests/files/Files.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
@@ -24,11 +24,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string ContentOf(std::string const& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 void WriteTo(ResultFile const& file, std::string const& text) {
     ASSERT_EQ(static_cast<ssize_t>(text.size()),
@@ -63,9 +58,9 @@ protected:
 
 TEST_F(ResultFileTest, CreatesAndReplacesFile) {
     Replace(path, "first");
-    EXPECT_EQ("first", ContentOf(path));
+    EXPECT_EQ("first", ReadWholeFile(path));
     Replace(path, "2nd");
-    EXPECT_EQ("2nd", ContentOf(path));
+    EXPECT_EQ("2nd", ReadWholeFile(path));
     EXPECT_EQ(1u, CountEntries(directory.path()));
 }
 
@@ -74,9 +69,9 @@ TEST_F(ResultFileTest, ChangesNothingUnlessPublished) {
     {
         ResultFile const file(path);
         WriteTo(file, "new");
-        EXPECT_EQ("old", ContentOf(path));
+        EXPECT_EQ("old", ReadWholeFile(path));
     }
-    EXPECT_EQ("old", ContentOf(path));
+    EXPECT_EQ("old", ReadWholeFile(path));
     EXPECT_EQ(1u, CountEntries(directory.path()));
 }
 
@@ -94,7 +89,7 @@ TEST_F(ResultFileTest, ReplacesTargetOfLink) {
     fs::create_symlink("elsewhere/target", path);
     Replace(path, "new");
     EXPECT_TRUE(fs::is_symlink(path));
-    EXPECT_EQ("new", ContentOf(target));
+    EXPECT_EQ("new", ReadWholeFile(target));
 }
 
 // A directory that all users may write to, with a link of this owner to a file outside.
@@ -126,7 +121,7 @@ TEST_F(ResultFileTest, RefusesLinkOfAnotherUserInASharedDirectory) {
     fs::create_symlink(shared.link, path + ".chain");
     EXPECT_EQ(reason, ReasonAgainstResultFile(path + ".chain"));
     EXPECT_THROW(ResultFile(path + ".chain"), ResultFileError);
-    EXPECT_EQ("old", ContentOf(shared.victim));
+    EXPECT_EQ("old", ReadWholeFile(shared.victim));
     // Without the sticky bit anybody can replace entries anyway.
     ASSERT_EQ(0, chmod(path.c_str(), 0777));
     EXPECT_EQ("", ReasonAgainstResultFile(shared.link));
@@ -137,10 +132,10 @@ TEST_F(ResultFileTest, FollowsLinkOfTheOwnerOfASharedDirectory) {
     if (!shared.isReady)
         GTEST_SKIP() << "cannot create an entry of another user";
     Replace(shared.link, "new");
-    EXPECT_EQ("new", ContentOf(shared.victim));
+    EXPECT_EQ("new", ReadWholeFile(shared.victim));
     ASSERT_EQ(0, lchown(shared.link.c_str(), geteuid(), 0));
     Replace(shared.link, "newer");
-    EXPECT_EQ("newer", ContentOf(shared.victim));
+    EXPECT_EQ("newer", ReadWholeFile(shared.victim));
 }
 
 std::string Quoted(std::string const& text) { return "'" + text + "'"; }
@@ -192,7 +187,7 @@ TEST_F(ResultFileTest, PathWithoutDirectoryIsInTheWorkingDirectory) {
         Replace("plain", "text");
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-    EXPECT_EQ("text", ContentOf(directory.path() + "/plain"));
+    EXPECT_EQ("text", ReadWholeFile(directory.path() + "/plain"));
 }
 
 TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
@@ -202,7 +197,7 @@ TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
         Replace(path, "old");
         disk.MakeReadOnly();
         EXPECT_EQ(Quoted(path) + " could not be replaced: Read-only file system", Refusal(path));
-        EXPECT_EQ("old", ContentOf(path));
+        EXPECT_EQ("old", ReadWholeFile(path));
     });
 }
 
@@ -232,7 +227,7 @@ TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
         EXPECT_EQ(Quoted(path) + " could not be flushed to the disk: Invalid argument",
                   error.what());
     }
-    EXPECT_EQ("old", ContentOf(path));
+    EXPECT_EQ("old", ReadWholeFile(path));
 }
 
 // Makes fchmod(2) fail in this process.
@@ -255,7 +250,7 @@ TEST_F(ResultFileTest, ModeThatCannotBeSetIsRefusedOnlyIfChosen) {
         Replace(path, "text");
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-    EXPECT_EQ("text", ContentOf(path));
+    EXPECT_EQ("text", ReadWholeFile(path));
 }
 
 } // namespace

@@ -12,14 +12,14 @@
 
 using RowList = std::vector<Row>;
 
-// REQUIRES: the list outlives the result.
+// Returns the rows of the list, which must outlive the result.
 inline Rows RowsOf(RowList const& list) {
     return {static_cast<unsigned int>(list.size()), [&list](unsigned int index) {
                 return list[index];
             }};
 }
 
-// Returns what a body writes.
+// Returns the output of the body, which takes an Output.
 template <typename Body>
 std::string OutputOf(Body const& body) {
     int const file = memfd_create("output", MFD_CLOEXEC);

@@ -55,7 +55,7 @@ ExitStatus EndOf(Body const& body) {
     return other.Wait(seconds(20));
 }
 
-TEST(StopSignalsTest, NoSignalWasReceived) {
+TEST(StopSignalsTest, NoSignalIsRecordedAtFirst) {
     EXPECT_EQ(ExitStatus::Exited(0), EndOf([] { EXPECT_EQ(0, StopSignal()); }));
 }
 

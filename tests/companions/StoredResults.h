@@ -2,13 +2,13 @@
 #pragma once
 
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 
 #include "companions/JsonRows.h"
 #include "companions/Timestamp.h"
 #include "tests/companions/RowList.h"
+#include "tests/files/Files.h"
 
 // 2026-03-01 08:30:00 UTC.
 constexpr time_t resultTime = 1772353800;
@@ -30,15 +30,11 @@ inline std::string ResultText(RowList const& rows,
     return OutputOf([&](Output& output) { WriteJson(RowsOf(rows), provenance, output); });
 }
 
+// Writes a file and creates its missing parent directories. Returns the path.
 inline std::string WriteFile(std::string const& path, std::string const& text) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << text;
+    WriteWholeFile(path, text);
     return path;
-}
-
-inline std::string ReadFile(std::string const& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // A row with this designator, result and comment.
