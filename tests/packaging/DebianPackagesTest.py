@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The packages for Debian that `scripts/package --check deb` has built, below a scratch root."""
+"""The Debian packages that `scripts/package --check deb` has built, below a scratch root."""
 
 import os
 import pathlib

@@ -82,7 +82,7 @@ class InstallTest(unittest.TestCase):
                          files_below(collection))
         self.assertIn("plugins/modules/evaluate.py", files_below(collection))
 
-    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
+    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "the companions are not built")
     def test_has_the_units_and_their_program(self):
         found = set(files_below(PREFIX))
         for name in ("compliance-evaluate@.service", "compliance-evaluate@.timer"):
@@ -92,7 +92,7 @@ class InstallTest(unittest.TestCase):
         (query,) = re.findall(r'"\$\{0%/\*\}(.*?)"', program.read_text(encoding="utf-8"))
         self.assertTrue(os.access(str(program.parent) + query, os.X_OK), query)
 
-    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "of companions only")
+    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "the companions are not built")
     def test_has_the_companions_schemas_and_completions(self):
         found = set(files_below(PREFIX))
         for name in ("clientcompliance.rules.yml", "clientcompliance.dashboard.json"):
@@ -139,7 +139,7 @@ class ToolTest(unittest.TestCase):
         self.assertNotIn("NEEDED", run("readelf", "-dW", PREFIX / "bin/ClientCompliance"))
         self.assertNotIn("INTERP", run("readelf", "-lW", PREFIX / "bin/ClientCompliance"))
 
-    @unittest.skipUnless(os.environ.get("CC_BUILD_TYPE") == "Release", "of a release build only")
+    @unittest.skipUnless(os.environ.get("CC_BUILD_TYPE") == "Release", "this is not a release build")
     def test_has_at_most_1_1_mib(self):
         self.assertLessEqual((PREFIX / "bin/ClientCompliance").stat().st_size, 1.1 * 1024 * 1024)
 

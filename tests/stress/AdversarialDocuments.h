@@ -7,7 +7,7 @@
 
 namespace Stress {
 
-// The bytes `head`, then `unit` n times, `unitBehind` n times, and `tail`.
+// A document of the bytes `head`, n times `unit`, n times `unitBehind`, and `tail`.
 struct AdversarialDocument {
     char const* name = nullptr;
     std::string head = {};
@@ -15,7 +15,8 @@ struct AdversarialDocument {
     std::string tail = {};
     // The number of units at full size.
     std::size_t full = 0;
-    // The maximum memory for reading it: for each unit, and the rest. 0 means no limit.
+    // The maximum memory for reading the document, in bytes: for each unit, and for the rest. 0
+    // means no limit.
     double maxBytes = 0;
     std::size_t spare = std::size_t{1} << 20;
     std::string unitBehind = {};
@@ -32,7 +33,7 @@ struct AdversarialDocument {
     void Write(std::string const& path, std::size_t n) const;
 };
 
-// All documents.
+// Returns all documents.
 std::vector<AdversarialDocument> const& AdversarialDocuments();
 
 // Returns the document with this name.

@@ -1,7 +1,7 @@
 // An agent in the process of the product, which plays its script while the product sleeps.
 //
 // A program that links this source has its own sleep(3) and usleep(3), which return immediately.
-// They allocate no memory, so a test that counts allocations counts only those of the product.
+// They allocate no memory, so an AllocationCounter counts only the allocations of the product.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace Stress {
 
-// Active from its construction to its destruction; one at a time. It also starts a process with the
-// agent's name.
+// Plays the script from its construction to its destruction. Also runs a process with the agent's
+// name. At most one object exists at a time.
 //
 // REQUIRES: a sandbox with the agent's directories.
 class AgentWhileSleeping {

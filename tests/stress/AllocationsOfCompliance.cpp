@@ -157,7 +157,7 @@ Operations OfExchange() {
     };
 }
 
-TEST(QuickAllocations, OfCompliance) {
+TEST(QuickAllocations, FailuresInComplianceHaveDocumentedOutcomes) {
     TestInSandbox([] {
         AgentWhileSleeping const agent(ServingAgent());
         return FailEachOf("compliance", Join({OfRecords(), OfDocuments(), OfExchange()}));

@@ -80,7 +80,7 @@ Operations OfExceptions() {
     };
 }
 
-TEST(QuickAllocations, OfData) {
+TEST(QuickAllocations, FailuresInDataHaveDocumentedOutcomes) {
     CountTestCases(FailEachOf("data", Join({OfText(), OfExceptions()})));
 }
 

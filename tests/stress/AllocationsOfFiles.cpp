@@ -295,7 +295,7 @@ Operations OfTemporaries() {
     };
 }
 
-TEST(QuickAllocations, OfFiles) {
+TEST(QuickAllocations, FailuresInFilesHaveDocumentedOutcomes) {
     TestInSandbox([] {
         return FailEachOf("files",
                           Join({OfSingleFiles(), OfTrees(), OfRetries(), OfOpenFiles(),

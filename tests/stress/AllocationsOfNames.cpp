@@ -139,7 +139,7 @@ Operations OfErrors() {
     };
 }
 
-TEST(QuickAllocations, OfNames) {
+TEST(QuickAllocations, FailuresInNamesHaveDocumentedOutcomes) {
     CountTestCases(FailEachOf("names", Join({OfNames(), OfLocations(), OfErrors()})));
 }
 

@@ -157,7 +157,7 @@ Operations OfContainers() {
     };
 }
 
-TEST(QuickAllocations, OfStrings) {
+TEST(QuickAllocations, FailuresInStringsHaveDocumentedOutcomes) {
     CountTestCases(FailEachOf(
         "strings",
         Join({OfStringPL(), OfStringy(), OfStringyInPlace(), OfRelation("==", std::equal_to()),

@@ -120,7 +120,7 @@ Operations OfTranscoding() {
     };
 }
 
-TEST(QuickAllocations, OfUnicode) {
+TEST(QuickAllocations, FailuresInUnicodeHaveDocumentedOutcomes) {
     CountTestCases(
         FailEachOf("unicode", Join({OfUnicodeStrings(), OfTranscoding(), OnBuilders<UTF8>("UTF8"),
                                     OnBuilders<UTF16>("UTF16"), OnBuilders<UTF32>("UTF32")})));

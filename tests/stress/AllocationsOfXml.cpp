@@ -158,7 +158,7 @@ Operations OfWriters() {
     };
 }
 
-TEST(QuickAllocations, OfXml) {
+TEST(QuickAllocations, FailuresInXmlHaveDocumentedOutcomes) {
     CountTestCases(FailEachOf("xml", Join({OfParsers(), OfElements(), OfWriters()})));
 }
 

@@ -22,7 +22,7 @@ using Stress::url;
 // Created before any allocation fails.
 RowTexts const expectedRow = LongRowRead();
 
-// Stands for a std::bad_alloc that propagated, in place of a code.
+// The value for a std::bad_alloc that propagated instead of an error code.
 constexpr int outOfMemory = -100;
 constexpr int notCalled = -101;
 
@@ -94,8 +94,8 @@ void ExpectUsualResult(Evaluated const& result) {
     EXPECT_TRUE(result.rowsAreRight);
 }
 
-// There are four polls without a response that can be read; or the request is not written, and
-// there is no wait.
+// Either the exchange polls four times without a readable response, or the request is not written
+// and the exchange does not sleep.
 void ExpectCodeOfExchange(TimedCode const& timed) {
     if (timed.code == COMPLIANCE_ERROR_BAD_RESPONSE)
         EXPECT_EQ(4u, timed.sleeps);
@@ -175,7 +175,7 @@ bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent ex
     return result.failed;
 }
 
-TEST(QuickAllocations, OfAnExchange) {
+TEST(QuickAllocations, FailuresInAnExchangeHaveDocumentedResults) {
     Stress::TestInSandbox([] {
         AgentWhileSleeping agent(Stress::ServingAgent());
         ExpectUsualResult(Evaluate(~std::size_t{0}, FailingAllocation::Once));

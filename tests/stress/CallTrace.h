@@ -10,7 +10,7 @@ struct LoggedCall {
     std::string arguments;
     // The last component of the path.
     std::string object;
-    // The error that was injected, or 0.
+    // The injected error number, or 0.
     int error = 0;
 };
 
@@ -35,9 +35,9 @@ public:
     }
 
     std::vector<std::string> const& Predicted() const { return predicted; }
-    // The injected error of the predicted call with this index (from 0), or 0.
+    // Returns the injected error number of the predicted call with this index (from 0), or 0.
     int ErrorOf(std::size_t number) const { return number < errors.size() ? errors[number] : 0; }
-    // The other calls before the predicted call with this index.
+    // Returns the other calls before the predicted call with this index.
     std::vector<LoggedCall> const& OthersBefore(std::size_t number) const {
         static std::vector<LoggedCall> const none;
         return number < others.size() ? others[number] : none;

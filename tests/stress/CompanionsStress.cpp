@@ -28,7 +28,7 @@ bool IsNewResult(std::string const& bytes) {
            document.at("rows").size() == 1 && bytes.ends_with("}\n");
 }
 
-// A program, and its outcome without interference.
+// A program, and its outcome without fault injection.
 struct Subject {
     char const* name;
     std::vector<std::string> command;
@@ -165,7 +165,7 @@ std::vector<int> ErrorsOfCall(std::string const& name) {
 // A call by its number from 1, and its injected error number.
 using Fault = std::pair<std::size_t, int>;
 
-// The names of the calls of a run without interference.
+// Returns the names of the calls of a run without fault injection.
 std::vector<std::string> RecordCalls(Subject const& subject) {
     std::string const names = RunInParallel(subject.name, {0}, [&](std::size_t) {
         KilledRun const run = subject.tryOnce(
@@ -283,10 +283,10 @@ TEST(QuickCompanionFaults, KeepsOldMetricsIfTheModeCannotBeSet) {
 class QuickCompanions : public testing::TestWithParam<Subject> {};
 class FullCompanions : public testing::TestWithParam<Subject> {};
 
-TEST_P(QuickCompanions, SurviveAKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
-TEST_P(FullCompanions, SurviveAKillAtEveryCall) { KillAtCalls(GetParam(), 1); }
-TEST_P(QuickCompanions, SurviveSomeFailingCalls) { FailCalls(GetParam(), 83); }
-TEST_P(FullCompanions, SurviveEveryFailingCall) { FailCalls(GetParam(), 1); }
+TEST_P(QuickCompanions, InvariantsHoldAfterKillAtSomeCalls) { KillAtCalls(GetParam(), 17); }
+TEST_P(FullCompanions, InvariantsHoldAfterKillAtEachCall) { KillAtCalls(GetParam(), 1); }
+TEST_P(QuickCompanions, InvariantsHoldAfterSomeFailingCalls) { FailCalls(GetParam(), 83); }
+TEST_P(FullCompanions, InvariantsHoldAfterEachFailingCall) { FailCalls(GetParam(), 1); }
 constexpr auto nameOf = [](auto const& test) {
     return test.param.name;
 };
@@ -335,10 +335,18 @@ void FailAllocations(Subject const& subject, std::size_t step, std::string const
 class QuickCompanionAllocations : public testing::TestWithParam<Subject> {};
 class FullCompanionAllocations : public testing::TestWithParam<Subject> {};
 
-TEST_P(QuickCompanionAllocations, SomeFailOnce) { FailAllocations(GetParam(), 11, ""); }
-TEST_P(QuickCompanionAllocations, SomeFailFromThenOn) { FailAllocations(GetParam(), 11, "+"); }
-TEST_P(FullCompanionAllocations, EachFailsOnce) { FailAllocations(GetParam(), 1, ""); }
-TEST_P(FullCompanionAllocations, EachFailsFromThenOn) { FailAllocations(GetParam(), 1, "+"); }
+TEST_P(QuickCompanionAllocations, InvariantsHoldIfSomeFailOnce) {
+    FailAllocations(GetParam(), 11, "");
+}
+TEST_P(QuickCompanionAllocations, InvariantsHoldIfSomeFailFromThenOn) {
+    FailAllocations(GetParam(), 11, "+");
+}
+TEST_P(FullCompanionAllocations, InvariantsHoldIfEachFailsOnce) {
+    FailAllocations(GetParam(), 1, "");
+}
+TEST_P(FullCompanionAllocations, InvariantsHoldIfEachFailsFromThenOn) {
+    FailAllocations(GetParam(), 1, "+");
+}
 
 std::vector<Subject> DynamicSubjects() {
     std::vector<Subject> dynamic = subjects;

@@ -203,7 +203,7 @@ double InstructionsOf(std::string const& process) {
     throw std::runtime_error("no instructions were counted");
 }
 
-// For each document, in the order of the files.
+// Returns the instructions for each file, in order.
 std::vector<double> CountInstructions(std::vector<std::string> const& files) {
     std::vector<std::string> command = {"/usr/bin/valgrind",
                                         "--tool=callgrind",
@@ -229,7 +229,7 @@ std::size_t UnitsOf(AdversarialDocument const& document, std::size_t bytes) {
     return ofUnit == 1 ? 16 * bytes : bytes / ofUnit;
 }
 
-// Documents of this size, and of twice this size.
+// Compares documents of this size with documents of twice this size.
 void ExpectLinearCost(std::vector<AdversarialDocument> const& documents, std::size_t bytes) {
     Sandbox::Run(fourMinutes, [&] {
         Sandbox::CreateAgentDirectories();

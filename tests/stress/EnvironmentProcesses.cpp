@@ -1,4 +1,4 @@
-// Which processes count as a running agent, by name and state.
+// Detection of the agent's process, by name and state.
 //
 // In every test a request is pending: a tool that finds an agent prints -5, and otherwise -2.
 #include <fstream>
@@ -45,7 +45,7 @@ std::unique_ptr<OtherProgram> Start(std::string const& program) {
 
 using Names = std::vector<std::string>;
 
-// By the last component of the link to the program, if it can be read.
+// The name is the last component of the link to the program, if it can be read.
 TEST(QuickProcesses, ComparesWholeNameOfReadableProgram) {
     Names const others = {
         "VeskaClien",      "eskaClient",         "VeskaClient2",          "2VeskaClient",
@@ -83,7 +83,7 @@ private:
     OtherProcess process;
 };
 
-// By the command name between the first parentheses, for all others.
+// For all other processes, the name is the command name between the first parentheses.
 TEST(QuickProcesses, ComparesWholeCommandNameOfUnreadableProgram) {
     // Deliberate: the name ends at the first closing parenthesis. The system keeps 15 bytes of it.
     Names const same = {"VeskaClient", "VeskaClient)", "VeskaClient)xy", "VeskaClient)2345678"};
@@ -262,7 +262,7 @@ TEST(QuickProcesses, FindsNoAgentWithoutProc) {
     CountTestCases(2);
 }
 
-// What the system can show of a process, as files.
+// /proc is simulated by files.
 TEST(QuickProcesses, HandlesIncompleteProcEntries) {
     struct FakeCase {
         char const* name;
@@ -330,11 +330,11 @@ void TryAmongShortLived(int rounds) {
     CountTestCases(2 * static_cast<size_t>(rounds));
 }
 
-TEST(QuickProcesses, EndWhileTheyAreRead) { TryAmongShortLived(10); }
+TEST(QuickProcesses, ToleratesProcessesThatEndWhileTheyAreRead) { TryAmongShortLived(10); }
 
 class FullShortLivedProcesses : public testing::TestWithParam<int> {};
 
-TEST_P(FullShortLivedProcesses, WhileTheyAreRead) { TryAmongShortLived(100); }
+TEST_P(FullShortLivedProcesses, AreToleratedWhileTheyAreRead) { TryAmongShortLived(100); }
 
 INSTANTIATE_TEST_SUITE_P(FullTenTimes, FullShortLivedProcesses, testing::Range(0, 10));
 

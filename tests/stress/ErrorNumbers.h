@@ -76,7 +76,7 @@ inline std::vector<CallErrors> const& ErrorNumbers() {
     return table;
 }
 
-// Empty for a call without a row.
+// Returns an empty list for a call without a row.
 inline std::vector<int> const& ErrorsOf(std::string_view call) {
     static std::vector<int> const none;
     for (CallErrors const& row : ErrorNumbers())

@@ -21,7 +21,7 @@ public:
 
     explicit ExchangeModel(FileModel& below) : files(below) {}
 
-    // All documents that can be read, by their bytes.
+    // The contents of all readable documents, by their bytes.
     std::map<std::string, Answer> answers;
     // Whether another process holds the lock.
     bool isLockedElsewhere = false;
@@ -39,7 +39,7 @@ public:
 
     // Runs the tool once. Returns its output.
     std::string RunTool(char const* url, char const* doc, unsigned int flags);
-    // The same for CApiProgram.
+    // As RunTool, for CApiProgram.
     std::string RunCApi(char const* url, char const* doc, unsigned int flags);
     // More polls than any evaluation that terminates makes. Then a run ends without its Close
     // request.

@@ -18,20 +18,21 @@ public:
     enum class Seen { nothing, file, directory, other, danglingLink };
 
     Entries entries;
-    // In microseconds.
+    // The time in microseconds.
     unsigned long long now = 0;
-    // The predicted calls so far, in the form of CallTrace.
+    // The predicted calls so far, in the format of CallTrace.
     std::vector<std::string> calls;
     // The calls of the real program, which specify where an error was injected. Not how many calls
     // of a kind it makes between two predicted ones.
     CallTrace trace;
     // The number of published requests.
     unsigned int published = 0;
-    // The agent: called when a sleep begins, and when time has passed.
+    // Called for the agent when a sleep begins, and when time has passed.
     std::function<void()> notice;
     std::function<void()> act;
 
-    // Whether a call of this name on this object fails by injection between the predicted calls.
+    // Returns whether a call of this name on this object fails by injection between the predicted
+    // calls.
     bool IsHit(std::string const& name, std::string const& object) const;
 
     Seen Look(std::string const& path) const;
@@ -39,7 +40,7 @@ public:
     Seen LookOrMiss(std::string const& path) const;
     // Opens the lock file for reading and writing, and creates it if it is missing.
     bool OpenLockFile();
-    // Empty if the document cannot be read.
+    // Returns nullopt if the document cannot be read.
     std::optional<std::string> Read(std::string const& path);
     // Writes a request and publishes it. Returns whether that succeeded.
     bool Publish(std::string const& request);

@@ -10,7 +10,7 @@
 
 namespace Stress {
 
-// I2: a new process can lock the whole file immediately.
+// I2: a new process can lock the whole lock file immediately.
 void ExpectFreeLock();
 
 // I1: the request is absent or one of the three complete documents. The temporary document is

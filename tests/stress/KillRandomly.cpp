@@ -42,7 +42,7 @@ AgentScript& AnswerRandomly(AgentScript& script, Random& random, std::string con
     }
 }
 
-// False if this request and all later ones are ignored.
+// Returns false if the agent ignores this request and all later ones.
 bool IsAnswered(Course& course, Random& random, std::string const& answer) {
     course.isSilent = course.isSilent || random.Below(24) == 0;
     if (!course.isSilent)
@@ -154,12 +154,12 @@ constexpr size_t maxParallel = 64;
 
 class FullKillRandomly : public testing::TestWithParam<size_t> {};
 
-TEST_P(FullKillRandomly, AtAnyTime) { KillRandomly(GetParam(), maxParallel); }
+TEST_P(FullKillRandomly, InvariantsHoldAtAnyTime) { KillRandomly(GetParam(), maxParallel); }
 
 INSTANTIATE_TEST_SUITE_P(FullSeeds, FullKillRandomly,
                          testing::Range<size_t>(0, 32 * maxParallel, maxParallel),
                          [](auto const& test) { return "From" + std::to_string(test.param); });
 
-TEST(QuickKillRandomly, AtAnyTime) { KillRandomly(1'000'000, 3); }
+TEST(QuickKillRandomly, InvariantsHoldAtAnyTime) { KillRandomly(1'000'000, 3); }
 
 } // namespace

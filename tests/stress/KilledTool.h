@@ -17,11 +17,11 @@
 namespace Stress {
 
 struct SystemCall {
-    // As in its manual page; "call999" for a call without a name here.
+    // The name of the manual page, or "call999" for a call without a name in the table.
     std::string name;
-    // Its path argument, or the first of two; empty if it has none.
+    // The first path argument; empty if there is none.
     std::string path;
-    // False if it failed, or was not made because the tool was killed.
+    // False if the call failed, or was not made because the tool was killed.
     bool succeeded = false;
     // The first argument, which is the file descriptor of `write`, `fsync` and `close`.
     unsigned long long argument = 0;
@@ -32,23 +32,24 @@ struct SystemCall {
 // The calls of a run, from the first one after the execve of the tool.
 using Trace = std::vector<SystemCall>;
 
-// The calls as "rename#2": the second call of that name.
+// Returns the names with their occurrences, such as "rename#2" for the second call of rename.
 std::vector<std::string> NamesOf(Trace const& trace);
 
-// Called at the entry of each call, which is the last one of the trace.
+// Called at the entry of each call, which is the last one of the trace. Returns whether to kill the
+// tool.
 using KillCondition = std::function<bool(Trace const&)>;
 
-// At the call with this number, from 1.
+// Returns a condition for the call with this number, counted from 1.
 KillCondition AtCall(std::size_t number);
 
 // A call by its subject, which is the same for any compiler and with a sanitizer.
 struct Place {
     std::string name;
-    // The end of its path.
+    // The end of the path of the call.
     std::string path;
-    // Its occurrence, from 1.
+    // The occurrence of the call, counted from 1.
     std::size_t occurrence = 1;
-    // The number of calls after it.
+    // The number of calls between this call and the place.
     std::size_t later = 0;
 };
 KillCondition AtPlace(Place const& place);
@@ -68,7 +69,7 @@ using FaultCondition = std::function<int(Trace const&)>;
 
 // Runs the tool until it ends or is killed. The only timeout is that of the sandbox.
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition);
-// The same for any program, whose path is the first argument. A condition that always returns false
+// As RunAndKill, for any program. The first word is its path. A condition that always returns false
 // can change files between two system calls of the program.
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition);
 // Runs a program to its end. The first argument is its path. A call that fails is not made: its

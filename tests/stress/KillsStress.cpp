@@ -193,7 +193,7 @@ class FullKills : public testing::TestWithParam<Scenario> {};
 
 // The run that makes fewer calls ends the loop, so no point is omitted. The test also verifies that
 // each point of a recorded run was reached.
-TEST_P(FullKills, AtEveryCall) {
+TEST_P(FullKills, InvariantsHoldAfterKillAtEachCall) {
     constexpr size_t maxParallel = 64;
     Scenario const& scenario = GetParam();
     auto const kill = [&](size_t number) {

@@ -17,13 +17,14 @@ inline std::string FinishedAnswer() {
     return ProgressAnswer("1", "0", "100", Row(longRow) + Row(longRow));
 }
 
-// An agent that answers each request by its type. Progress requests get 40 % and two rows in turn.
+// Returns the script of an agent that answers each request by its type. Progress requests get 40 %
+// and two rows in turn.
 inline AgentScript ServingAgent() {
     return AgentScript().Serve(OpenAnswer(), {ProgressAnswer("3", "0", "40"), FinishedAnswer()},
                                CloseAnswer());
 }
 
-// The bytes are the start of one of the three requests of such an evaluation.
+// Expects that the bytes are the start of one of the three requests of such an evaluation.
 inline void ExpectPartOfRequest(std::string const& bytes) {
     EXPECT_TRUE(OpenRequest(url, doc, "7").starts_with(bytes) ||
                 std::string(progressRequest).starts_with(bytes) ||

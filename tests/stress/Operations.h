@@ -1,4 +1,4 @@
-// Operations of the product, repeated with each of their allocations failing.
+// Runs operations of the product with each of their allocations failing.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 
 namespace Stress {
 
-// The documented state of an object after an operation on it ran out of memory.
+// The documented state of an object after an operation on it failed for lack of memory.
 struct Stated {
     // Unchanged: as before. Shown: `shown`. AnyValue: unspecified, but the operation can be
     // repeated. Lost: as before or `shown`; it must be assigned before it is used. Abandoned: it
@@ -55,7 +55,7 @@ struct AsText {
     std::string operator()(std::exception const& error) const { return error.what(); }
 };
 
-// The texts of the items, each followed by "|".
+// Returns the texts of the items, each followed by "|".
 template <class Items, class Text>
 std::string JoinTexts(Items const& items, Text const& text) {
     std::string all;
@@ -74,14 +74,14 @@ public:
         Bind<decltype(make())>(make, act, view);
     }
 
-    // An operation that returns a value, which `show` converts to text.
+    // For an operation that returns a value, which `show` converts to text.
     template <class Evaluate, class Show = AsText>
     static Operation Giving(std::string name, Evaluate evaluate, Show show = {},
                             Stated stated = {}) {
         return GivingOf<decltype(evaluate())>(std::move(name), evaluate, show, std::move(stated));
     }
 
-    // Factories of the same, for operations that share the other arguments.
+    // Return factories of operations that share the other arguments.
     template <class Show>
     static auto Giver(Show show, Stated whatIsStated = {}) {
         return [show, whatIsStated](std::string const& itsName, auto evaluate) {
@@ -95,7 +95,7 @@ public:
         };
     }
 
-    // An operation that returns nothing and changes nothing.
+    // For an operation that returns nothing and changes nothing.
     static Operation Doing(std::string name, std::function<void()> const& act, Stated stated = {}) {
         return Operation(
             std::move(name), [] { return 0; }, [act](int) { act(); }, [](int) { return ""; },
@@ -137,7 +137,7 @@ private:
 
     struct Outcome {
         bool failed = false;
-        // The exception with its message; empty if there was none.
+        // The exception of the last run with its message; empty if there was none.
         std::string thrown;
     };
 

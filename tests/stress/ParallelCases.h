@@ -20,11 +20,11 @@ namespace Stress {
 // caller.
 using TestCase = std::function<std::string(std::size_t)>;
 
-// The text of a test case that failed to complete, which is also reported as a failure.
+// The result of a test case that did not complete, which is also reported as a failure.
 constexpr char incomplete[] = "incomplete";
 
 // Runs the test cases of these numbers in parallel and waits for all of them. A failure of one is a
-// failure of the test, with `what` and the number. Returns their words, in order.
+// failure of the test, with `what` and the number. Returns their texts, in order.
 inline std::vector<std::string> RunInParallel(std::string const& what,
                                               std::vector<std::size_t> const& numbers,
                                               TestCase const& testCase) {
@@ -50,10 +50,10 @@ inline std::vector<std::string> RunInParallel(std::string const& what,
     return words;
 }
 
-// Whether the environment variable STRESS_CASE selects a single test case.
+// Returns whether the environment variable STRESS_CASE selects a single test case.
 inline bool IsOneCaseSelected() { return std::getenv("STRESS_CASE") != nullptr; }
 
-// The numbers from `first` on; or only the selected one, if it is among them.
+// Returns `number` numbers from `first` on, or only the selected one if it is among them.
 inline std::vector<std::size_t> TestCases(std::size_t first, std::size_t number) {
     char const* const wanted = std::getenv("STRESS_CASE");
     std::vector<std::size_t> testCases;

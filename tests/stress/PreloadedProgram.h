@@ -1,4 +1,4 @@
-// Runs programs with the preloaded library of Preload.cpp, beside an agent that it plays.
+// Runs programs with the preloaded library of Preload.cpp, which also plays an agent.
 //
 // REQUIRES: the body of a sandbox.
 #pragma once
@@ -15,7 +15,7 @@
 struct Fault {
     std::string call;
     int error = 0;
-    // From 1.
+    // Counted from 1.
     std::size_t number = 1;
     bool lasting = false;
 };
@@ -29,8 +29,8 @@ struct Preloading {
     bool actsAlways = false;
 };
 
-// The agent's directories, its program, an idle process of its name, and the script that programs
-// with Preload.cpp play.
+// Creates the agent's directories and program, an idle process of its name, and the script that
+// Preload.cpp plays.
 class PlayedAgent {
 public:
     // Answers the first requests with these bytes, and records further requests.
@@ -40,16 +40,16 @@ public:
 
     // Removes all files of an evaluation, including the lock file.
     static void Reset();
-    // The requests since then.
+    // Returns the requests since the construction or the last Reset.
     static std::vector<std::string> Seen();
-    // Its process as /proc names it.
+    // Returns the ID of the agent's process as text.
     std::string Process() const { return std::to_string(program.pid()); }
 
 private:
     OtherProgram const program;
 };
 
-// The command line of a usual evaluation by the dynamically linked tool.
+// Returns the command line of a usual evaluation by the dynamically linked tool.
 std::vector<std::string> DynamicTool(std::string const& url = "url");
 
 // Runs a program to its end, with a timeout of a minute. `prepare` is that of ProgramOptions.
@@ -59,14 +59,14 @@ ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading
 // As RunPreloaded, but does not wait.
 ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options = {});
 
-// The calls of the last program.
+// Returns the calls of the last program.
 std::vector<LoggedCall> LoggedCalls();
 
-// The content of a file, or nothing if there is none.
+// Returns the content of a file, or nullopt if it does not exist.
 std::optional<std::string> ContentOf(std::string const& path);
 
-// The answers of an agent that is in progress once, and then finished with one row.
+// Returns answers to an evaluation: in progress once, then finished with one row.
 std::vector<std::string> UsualAnswers();
-// The output of the tool for that row, and for all of them.
+// Return the output of the tool for that row, and for all these answers.
 std::string UsualRows();
 std::string UsualOutput();

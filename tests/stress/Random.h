@@ -10,7 +10,7 @@ class Random {
 public:
     explicit Random(unsigned long long seed) : engine(seed) {}
 
-    // From 0 to `limit` - 1.
+    // Returns a number from 0 to `limit` - 1.
     unsigned long long Below(unsigned long long limit) { return engine() % limit; }
     bool Chance(unsigned int percent) { return Below(100) < percent; }
 

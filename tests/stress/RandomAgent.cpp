@@ -9,7 +9,7 @@
 namespace {
 
 constexpr unsigned long long second = 1'000'000;
-// Later it does nothing, so every evaluation terminates.
+// After this time the agent does nothing, so every evaluation terminates.
 constexpr unsigned long long endOfActs = 300 * second;
 
 std::string const request = ScriptedAgent::request;
@@ -25,7 +25,7 @@ RandomAgent::RandomAgent(Random& choices, FileModel& world, ExchangeModel& reade
     CreateEntries();
 }
 
-// The entries at the start: mostly all that an evaluation needs, and files of an earlier one.
+// Creates the initial entries: mostly all that an evaluation needs, and files of an earlier one.
 void RandomAgent::CreateEntries() {
     Execute({0, requestDirectory, {Entry::directory}});
     if (!random.Chance(3))
@@ -125,7 +125,7 @@ void RandomAgent::React() {
     }
 }
 
-// Other acts, on any path.
+// Performs acts that violate the protocol, on any path.
 void RandomAgent::BehaveOddly() {
     for (unsigned long long times = 1 + random.Below(3); times != 0; --times) {
         unsigned long long const delay = Delay();

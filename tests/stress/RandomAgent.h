@@ -1,4 +1,4 @@
-// Random scripts of agents, well-behaved and others, on a simulated clock.
+// A randomized agent on a simulated clock, which may violate the protocol.
 #pragma once
 
 #include <string>
@@ -16,7 +16,8 @@ public:
     // the model.
     RandomAgent(Random& choices, FileModel& world, ExchangeModel& reader, bool lockFileIsTaken);
 
-    // In the order of their times. The acts at time 0 create the files before the first call.
+    // Returns the acts in the order of their times. Those at time 0 create the files before the
+    // first call.
     std::vector<Act> const& Done() const { return done; }
 
     // Called when a sleep begins, in which acts may be planned.

@@ -1,4 +1,4 @@
-// Random responses that can be read, and their content.
+// Random readable responses with their content, and random bytes that are not a response.
 #pragma once
 
 #include <string>
@@ -15,5 +15,5 @@ struct RandomAnswer {
 // numbers are hard to parse.
 RandomAnswer MakeRandomAnswer(Random& random);
 
-// Bytes that are not a response: a part of one, or others.
+// Returns bytes that are not a response: a part of a response, or other bytes.
 std::string MakeGarbage(Random& random);

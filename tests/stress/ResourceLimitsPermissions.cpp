@@ -30,7 +30,7 @@ void TryMissing(bool requests, bool responses, bool program) {
     EXPECT_EQ(responses, !fs::exists(responseDirectory));
 }
 
-TEST(QuickMissingDirectories, InEveryCombination) {
+TEST(QuickMissingDirectories, EachCombinationGivesItsErrorCode) {
     Sandbox::Run([] {
         for (int which = 0; which < 8; ++which)
             TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
@@ -94,7 +94,7 @@ void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
     EXPECT_EQ(lockFile != missing || canLock ? "lockfile " : "", Requests());
 }
 
-TEST(QuickPermissions, EveryModeOfTheRequestDirectoryAndLockFile) {
+TEST(QuickPermissions, EachModeOfRequestDirectoryAndLockFileGivesItsCode) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
@@ -123,7 +123,7 @@ void TryPermissionsOfResponses(unsigned int directory, unsigned int response) {
     EXPECT_EQ("lockfile ", Requests());
 }
 
-TEST(QuickPermissions, EveryModeOfTheResponseDirectoryAndResponse) {
+TEST(QuickPermissions, EachModeOfResponseDirectoryAndFileGivesItsCode) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
@@ -181,7 +181,7 @@ void TryDescriptors(int limit, bool privileged) {
     });
 }
 
-TEST(QuickDescriptors, TooFewForTheLockOrForProc) {
+TEST(QuickDescriptors, TooFewForLockGiveMinus6AndForProcMinus2) {
     for (int limit = 0; limit < forProc; ++limit)
         TryDescriptors(limit, true);
     TryDescriptors(forProc, false);

@@ -78,7 +78,7 @@ size_t CutEvery(size_t number, size_t first, size_t step) {
     return 2 * ((request.size() - first + step - 1) / step);
 }
 
-TEST(QuickShortWrites, AtSomeBytesOfEachRequest) {
+TEST(QuickShortWrites, AreContinuedUnlessTheDiskIsFull) {
     size_t testCases = 0;
     for (size_t number = 0; number < usualRequests.size(); ++number)
         testCases += CutEvery(number, number * 5, 97);
@@ -87,7 +87,9 @@ TEST(QuickShortWrites, AtSomeBytesOfEachRequest) {
 
 class FullShortWrites : public testing::TestWithParam<size_t> {};
 
-TEST_P(FullShortWrites, AtEveryByte) { CountTestCases(CutEvery(GetParam(), 0, 1)); }
+TEST_P(FullShortWrites, AreContinuedUnlessTheDiskIsFull) {
+    CountTestCases(CutEvery(GetParam(), 0, 1));
+}
 
 INSTANTIATE_TEST_SUITE_P(FullRequests, FullShortWrites, testing::Range<size_t>(0, 4));
 
@@ -133,9 +135,9 @@ size_t TryFileSizes(size_t first, size_t step) {
     return (size - first + step - 1) / step + 1;
 }
 
-TEST(QuickFileSizes, SomeLimits) { CountTestCases(TryFileSizes(7, 83)); }
+TEST(QuickFileSizes, SomeLimitsTruncateTheRequest) { CountTestCases(TryFileSizes(7, 83)); }
 
-TEST(FullFileSizes, EveryLimit) { CountTestCases(TryFileSizes(0, 1)); }
+TEST(FullFileSizes, EachLimitTruncatesTheRequest) { CountTestCases(TryFileSizes(0, 1)); }
 
 // Full disks.
 
@@ -164,7 +166,7 @@ void TryFreePages(size_t pages) {
     ExpectOutput(OpenError(-5));
 }
 
-TEST(QuickFullDisks, WithEachNumberOfFreePages) {
+TEST(QuickFullDisks, FreePagesDetermineThePublishedPart) {
     Sandbox::Run([] {
         for (size_t pages = 0; pages <= 7; ++pages)
             TryFreePages(pages);
@@ -173,7 +175,7 @@ TEST(QuickFullDisks, WithEachNumberOfFreePages) {
 }
 
 // One is the root of the file system. The lock file is created first, then the request.
-TEST(QuickFullDisks, WithEachNumberOfFreeInodes) {
+TEST(QuickFullDisks, FreeInodesDetermineTheErrorCode) {
     Sandbox::Run([] {
         for (size_t files = 1; files <= 4; ++files) {
             SCOPED_TRACE(std::to_string(files) + " files");

@@ -1,4 +1,5 @@
-// The model with a random agent, and real files on which an AgentEngine repeats the agent's acts.
+// Compares the model with real files, on which an AgentEngine repeats the acts of the model's
+// agent.
 #pragma once
 
 #include <string>
@@ -16,12 +17,12 @@
 // REQUIRES: a sandbox with a /proc made of files.
 class Stage {
 public:
-    // The agent has created the first files, in the model and on disk.
+    // Creates the initial files of the agent, in the model and on disk.
     Stage(Random& random, bool sparesLockFile);
 
-    // The script of the agent's acts in the model since the last call.
+    // Returns the script of the agent's acts in the model since the last call.
     std::string const& NextScript();
-    // The engine repeats that script on the real files, while time passes there.
+    // Makes the engine play that script on the real files.
     void Repeat() { engine.Play(NextScript()); }
     void Pass(unsigned long long microseconds);
 
@@ -49,6 +50,6 @@ private:
     RecordedSleeps sleeps;
 };
 
-// The difference between the model and the real results, or an empty string.
+// Returns the differences between the model and the real results, or an empty string.
 std::string Difference(Stage const& stage, std::string const& expected, std::string const& actual,
                        CallTrace const& trace);

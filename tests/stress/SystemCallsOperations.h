@@ -29,7 +29,7 @@ struct Outcome {
     std::string name = {};
 };
 
-// As without a failure. Only this outcome need not occur.
+// The result is that of a run without a failure. Only this outcome need not occur.
 inline Outcome const goesOn;
 
 // A file error of the class to which the mapper maps the number, with the number as its code.
@@ -50,11 +50,11 @@ using Outcomes = std::vector<Outcome>;
 struct CallFailure {
     // The name of the call and the start of the rest of its record, as far as it is relevant.
     std::string call;
-    // If any one of them fails once.
+    // The outcomes if any one of these calls fails once.
     Outcomes once;
     // The additional outcomes if all later calls fail too.
     Outcomes lasting = {};
-    // For this error number alone, in place of the row for all others.
+    // If not 0, the row applies to this error number only, instead of the row for all others.
     int error = 0;
 };
 
@@ -114,7 +114,7 @@ auto Calling(Run run) {
         return __VA_ARGS__;                                                          \
     })
 
-// The parts of the table.
+// The tables of operations.
 std::vector<Operation> OpenFiles();
 std::vector<Operation> Streams();
 std::vector<Operation> Creations();

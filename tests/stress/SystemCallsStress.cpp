@@ -224,8 +224,8 @@ void Try(Operation const& operation, std::vector<std::string> const& calls,
     seen[{row, testCase.error, testCase.lasting}].insert(actual);
 }
 
-// Each outcome of the table has occurred, for each error number. Except outcomes as without a
-// failure: a call may have no effect.
+// Expects that each outcome of the table has occurred for each error number, except outcomes that
+// equal those without a failure: a failing call may have no effect.
 void ExpectAllSeen(Operation const& operation, Seen const& seen) {
     for (CallFailure const& row : operation.failures)
         for (int const error : ErrorsOf(NameOfCall(row.call)))

@@ -72,7 +72,7 @@ void ExpectNextRunSucceeds() {
     EXPECT_EQ(Whole(), RunWithFailing("").output);
 }
 
-// Whether it failed, so whether the tool makes that many allocations.
+// Returns whether an allocation failed: false if the tool makes fewer than n.
 bool Fail(std::size_t n, bool fromThenOn) {
     std::string const which = std::to_string(n) + (fromThenOn ? "+" : "");
     SCOPED_TRACE("allocation " + which);
@@ -99,12 +99,12 @@ void FailFrom(std::size_t first, std::size_t step, bool fromThenOn) {
     });
 }
 
-TEST(QuickToolAllocations, SomeFailOnce) { FailFrom(1, 11, false); }
+TEST(QuickToolAllocations, OutcomeIsDocumentedIfSomeFailOnce) { FailFrom(1, 11, false); }
 
-TEST(QuickToolAllocations, SomeFailFromThenOn) { FailFrom(2, 11, true); }
+TEST(QuickToolAllocations, OutcomeIsDocumentedIfSomeFailFromThenOn) { FailFrom(2, 11, true); }
 
-TEST(FullToolAllocations, EachFailsOnce) { FailFrom(1, 1, false); }
+TEST(FullToolAllocations, OutcomeIsDocumentedIfEachFailsOnce) { FailFrom(1, 1, false); }
 
-TEST(FullToolAllocations, EachFailsFromThenOn) { FailFrom(1, 1, true); }
+TEST(FullToolAllocations, OutcomeIsDocumentedIfEachFailsFromThenOn) { FailFrom(1, 1, true); }
 
 } // namespace
