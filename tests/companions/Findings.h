@@ -9,6 +9,8 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 
+// Expects the words within the message, and a remedy exactly if the finding has a cause. A note may
+// have either.
 inline void ExpectFinding(Verdict verdict, std::string const& cause, std::string const& words,
                           Finding const& finding) {
     EXPECT_EQ(verdict, finding.verdict) << finding.message;

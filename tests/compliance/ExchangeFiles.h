@@ -24,14 +24,14 @@ inline bool Exists(std::string const& path) {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
 }
 
-// The file descriptor that the next open returns.
+// Returns the file descriptor that the next open will return.
 inline int NextDescriptor() {
     int const next = open("/dev/null", O_RDONLY);
     close(next);
     return next;
 }
 
-// Uses all byte values but 0, and more often those that the documents escape.
+// Returns a text with any byte values but 0, and more often those that the documents escape.
 inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     static char const special[] = "<>&;\"'\r\n\t#x \xC3\xA9\x80\xFF";
     std::string text(random() % (longest + 1), ' ');
@@ -41,8 +41,8 @@ inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     return text;
 }
 
-// Longer than every buffer. Mostly bytes that need no escape, because each escape is a separate
-// write.
+// Returns a text that is longer than every buffer. Most bytes need no escape, because each escape
+// is a separate write.
 inline std::string LongText(std::mt19937& random) {
     std::string text(60000 + random() % 80000, 'x');
     for (int i = 0; i < 50; ++i)

@@ -37,7 +37,7 @@ inline ResponseFields FieldsOf(ClientComplianceResponse const& response) {
     return {response.type, response.state, response.error, response.percent, rows};
 }
 
-// A response without progress elements and rows.
+// Returns the fields of a response without progress elements and rows.
 inline ResponseFields EmptyResponse(ClientComplianceType type) { return {type, 2, 0, 0, {}}; }
 
 inline ClientComplianceResponse MakeResponse(ResponseFields const& fields) {

@@ -69,8 +69,8 @@ inline void MakeEntry(std::string const& path, std::string const& kind) {
     }
 }
 
-// Describes the entry at a path without following symbolic links: "nothing", "file <content>",
-// "directory", "link to <target>", "FIFO", "socket", "other".
+// Returns a description of the entry at a path, without following symbolic links: "nothing", "file
+// <content>", "directory", "link to <target>", "FIFO", "socket", "other".
 inline std::string DescribeEntry(std::string const& path) {
     namespace fs = std::filesystem;
     switch (fs::symlink_status(path).type()) {
@@ -134,7 +134,7 @@ inline void MakeRandomTree(std::mt19937& random, std::string const& root,
     }
 }
 
-// The expected copy of the tree: links to files become files.
+// Returns the expected description of a copy of the tree, in which links to files become files.
 inline Tree DescribeTreeThroughLinks(std::string const& root) {
     Tree tree = DescribeTree(root);
     for (auto& [path, description] : tree)

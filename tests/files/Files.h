@@ -18,7 +18,7 @@ inline std::string ReadWholeFile(std::string const& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-// The descriptors of this process that refer to the file.
+// Returns the file descriptors of this process that refer to the file.
 inline std::set<int> DescriptorsOn(std::string const& path) {
     std::set<int> found;
     for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
@@ -32,6 +32,7 @@ inline std::set<int> DescriptorsOn(std::string const& path) {
 // A file of the system whose reported length exceeds its content, as for most files of /sys.
 inline constexpr char const* fileWithExcessiveLength = "/sys/devices/system/cpu/online";
 
+// Returns the access mode and the status flags.
 inline int OpenFlagsOf(int descriptor) { return fcntl(descriptor, F_GETFL); }
 
 inline bool IsClosedOnExec(int descriptor) { return fcntl(descriptor, F_GETFD) & FD_CLOEXEC; }

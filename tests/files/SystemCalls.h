@@ -4,6 +4,7 @@
 // fsync, ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink,
 // rename, chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp replaced. Without an object
 // of this class, the replacements call the system. Calls inside the C library are not recorded.
+// The linker needs the option --wrap for malloc and free (see SystemCalls.cpp).
 #pragma once
 
 #include <cstddef>
@@ -20,20 +21,21 @@ public:
     SystemCalls(SystemCalls const&) = delete;
     SystemCalls& operator=(SystemCalls const&) = delete;
 
-    // The calls so far, such as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10", "write
-    // 3", "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y", "chmod /x
-    // 644", "umask 22", "readdir", "setlk WRLCK"; all others as "name /x". Descriptors are omitted.
+    // Returns the calls so far, such as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10",
+    // "write 3", "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y",
+    // "chmod /x 644", "umask 22", "readdir", "setlk WRLCK"; all others as "name /x". Descriptors
+    // are omitted.
     std::vector<std::string> const& Log() const { return log; }
     void Clear() { log.clear(); }
 
-    // The number of calls whose text begins with `name`.
+    // Returns the number of calls whose text begins with `name`.
     std::size_t Count(std::string const& name) const;
 
     // Makes the next call of that name, after `skip` of them, fail with that error number. The call
     // is not executed, except for close, so that no descriptor leaks.
     void Fail(std::string const& name, int error, std::size_t skip = 0);
 
-    // As Fail, for all further calls of that name.
+    // As Fail, but all further calls of that name fail.
     void FailFromThenOn(std::string const& name, int error, std::size_t skip = 0);
 
     // Limits the next read or write, after `skip` of them, to that many bytes.
@@ -70,11 +72,11 @@ public:
         SystemCalls* const paused;
     };
 
-    // The next direct call of malloc (not by new, nor inside the C library) returns null.
+    // Makes the next direct call of malloc (not by new, nor inside the C library) return null.
     static void FailMalloc();
 
-    // The number of blocks that this thread has released by free so far, not inside the C library.
-    // Null pointers are not counted. Blocks released by delete are, if delete calls free.
+    // Returns the number of blocks that this thread has released by free, except inside the C
+    // library. Null pointers are not counted. Blocks released by delete are, if delete calls free.
     static std::size_t Freed();
 
     // For the replacement functions.

@@ -12,7 +12,7 @@
 
 #include "files/FileErrors.h"
 
-// The part of a message that names a path; empty for an empty path.
+// Returns the part of a message that names the path: nothing for an empty path.
 inline std::string On(std::string const& path) { return path.empty() ? "" : " on \"" + path + '"'; }
 
 inline std::string NameOfClass(std::type_info const& type) {
@@ -21,8 +21,8 @@ inline std::string NameOfClass(std::type_info const& type) {
     return name ? name.get() : type.name();
 }
 
-// The class, the name of the code (none for 0) and the names, such as `FileLockError EAGAIN on
-// "/x"`. Returns the whole message if its form differs from that in files/FileErrors.h.
+// Returns the class, the name of the code (none for 0) and the paths, such as `FileLockError EAGAIN
+// on "/x"`, or "malformed: " and the message if its form differs from that in files/FileErrors.h.
 inline std::string Describe(FileIOError const& error) {
     int const code = error.GetCode();
     std::string const message = error.what();
@@ -38,7 +38,8 @@ inline std::string Describe(FileIOError const& error) {
            message.substr(start.size(), message.size() - start.size() - end.size());
 }
 
-// The text of Describe for a file error, the class of any other exception, or "nothing".
+// Runs the body. Returns the text of Describe for a file error, the class of any other exception,
+// or "nothing" without an exception.
 inline std::string Thrown(std::function<void()> const& body) {
     try {
         body();

@@ -5,12 +5,12 @@
 
 #include "strings/Stringy.h"
 
-// All bytes, including those after an embedded NUL.
+// Returns all bytes, including those after an embedded NUL.
 inline std::string Bytes(Stringy const& string) {
     return std::string(static_cast<char const*>(string), string.GetLength());
 }
 
-// Only a null string is not equal to itself.
+// Returns whether the string is null: only then it differs from itself.
 inline bool IsNull(Stringy const& string) {
     return string.GetLength() == 0 && !string.EqualIgnoringCase(string);
 }

@@ -110,7 +110,7 @@ private:
     StreamTranscoder<Target, Source> transcoder;
 };
 
-// Chunks of `size` code units; the last one may be shorter.
+// Returns chunks of `size` code units; the last one may be shorter.
 inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
     ChunkLengths lengths(length / size, size);
     if (length % size != 0)
@@ -118,7 +118,7 @@ inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
     return lengths;
 }
 
-// All 2^(length-1) ways to split a text into nonempty chunks.
+// Returns all 2^(length-1) ways to split a text of `length` > 0 code units into nonempty chunks.
 inline std::vector<ChunkLengths> AllSplits(std::size_t length) {
     std::vector<ChunkLengths> splits;
     for (std::size_t cuts = 0; cuts < std::size_t{1} << (length - 1); ++cuts) {

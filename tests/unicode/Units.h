@@ -14,7 +14,7 @@
 template <class E>
 using Units = std::vector<typename E::Unit>;
 
-// The code units of an array, a view or a string.
+// Return the code units of an array, a view or a string.
 template <class Unit>
 std::vector<Unit> UnitsOf(ConstArrayOf<Unit> units) {
     return std::vector<Unit>(units.begin, units.end);
@@ -28,7 +28,7 @@ Units<E> UnitsOf(AutoUString<E> const& text) {
     return UnitsOf(static_cast<UStringRef<E>>(text));
 }
 
-// Views of the code units, which must outlive the views.
+// Return views of the code units, which must outlive the views.
 template <class E>
 UStringRef<E> RefOf(Units<E> const& units) {
     return UStringRef<E>(units.data(), units.data() + units.size());
@@ -38,7 +38,7 @@ ConstArrayOf<Unit> ArrayOfUnits(std::vector<Unit> const& units) {
     return ConstArrayOf<Unit>(units.data(), units.size());
 }
 
-// Hexadecimal, with spaces between the code units.
+// Returns the code units in hexadecimal, with spaces between them.
 template <class Unit>
 std::string ShownUnits(std::vector<Unit> const& units) {
     std::string text;

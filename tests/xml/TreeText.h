@@ -1,4 +1,4 @@
-// A tree on one line, for tests: name[b=1,c=2]"text"{children}, with empty parts left out.
+// Writes a tree in one line, for tests: name[b=1,c=2]"text"{children}, with empty parts left out.
 #pragma once
 
 #include <string>

@@ -1,5 +1,4 @@
-// Returns the output of a writer as text: of a whole document, or of a function that writes into a
-// root.
+// Returns the output of a writer as text: a whole document, or the content of its root.
 #pragma once
 
 #include <functional>
@@ -52,6 +51,7 @@ inline std::string Inside(XMLWriterPL::XMLFormatStyle style,
     return document.substr(begin.size());
 }
 
+// As Inside, with a fixed style.
 inline std::string Flat(std::function<void(XMLWriterPL&)> const& body) {
     return Inside(XMLWriterPL::XMLFormatFlat, body);
 }
