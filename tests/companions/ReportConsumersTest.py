@@ -25,9 +25,9 @@ from browser import Browser
 
 REPORT = os.environ["CC_REPORT"]
 
-# Markup, quotes, template tags, and characters that are invisible, change the direction or control a
-# terminal. Each would be seen if it were not escaped: as an element, an attribute or a run script.
-HOSTILE = [
+# Markup, quotes, template tags, and characters that are invisible, change the direction or control
+# a terminal. Without escapes, markup would become an element, an attribute or a run script.
+ADVERSARIAL = [
     "<script>document.title='run'</script>",
     "<img src=x onerror=\"document.title='run'\">",
     "\"><svg onload=document.title='run'><b class=injected>",
@@ -44,7 +44,7 @@ LONG_HOST = "application-server-0001.datacenter1.europe.internal.servers.example
 
 
 def provenance(host, document):
-    return {"host": host, "url": HOSTILE[0], "document": document,
+    return {"host": host, "url": ADVERSARIAL[0], "document": document,
             "start": "2026-03-01T08:30:00.000+00:00", "end": "2026-03-01T08:31:00.000+00:00",
             "response": {"fresh": True}, "agent": {"modified": None}}
 
@@ -56,8 +56,8 @@ def result(host, rows, document="Doc.xml"):
 
 def failure(host):
     return json.dumps({"schemaVersion": 1, "outcome": "failed", "exitStatus": 7,
-                       "failure": HOSTILE[1], "message": " ".join(HOSTILE),
-                       "provenance": provenance(host, HOSTILE[2])})
+                       "failure": ADVERSARIAL[1], "message": " ".join(ADVERSARIAL),
+                       "provenance": provenance(host, ADVERSARIAL[2])})
 
 
 NAMES = ["designator", "result", "resultType", "evaluationTime", "description", "comment"]
@@ -65,7 +65,7 @@ NAMES = ["designator", "result", "resultType", "evaluationTime", "description", 
 ROWS = [dict(zip(NAMES, ["plain", "Pass", "type", "17", "text", ""]))] + [
     dict(zip(NAMES, [text if field == index else f"{name}{number}"
                      for index, name in enumerate(NAMES)]))
-    for field in range(len(NAMES)) for number, text in enumerate(HOSTILE)]
+    for field in range(len(NAMES)) for number, text in enumerate(ADVERSARIAL)]
 
 
 def setUpModule():
@@ -74,7 +74,7 @@ def setUpModule():
     results = directory / "results"
     results.mkdir()
     (results / "rows.json").write_text(result("web1", ROWS), encoding="utf-8")
-    for number, text in enumerate(HOSTILE):
+    for number, text in enumerate(ADVERSARIAL):
         (results / f"host{number}.json").write_text(
             result(text, [{**ROWS[0], "result": text}], document=text), encoding="utf-8")
     (results / "long.json").write_text(result(LONG_HOST, ROWS[:1]), encoding="utf-8")
@@ -152,7 +152,7 @@ class Html5libTest(unittest.TestCase):
                 self.assertFalse(str(name).startswith("on"), element)
                 self.assertNotIn(name, ("src", "href", "action", "style"))
         rows = tree.findall(".//table[@id='rows-table']/tbody/tr")
-        self.assertEqual(len(rows), sum(row["result"] != "Pass" for row in ROWS) + len(HOSTILE))
+        self.assertEqual(len(rows), sum(row["result"] != "Pass" for row in ROWS) + len(ADVERSARIAL))
 
     def test_labels_every_control_and_heading(self):
         tree = html5lib.parse(read("report.html"), namespaceHTMLElements=False)
@@ -177,7 +177,7 @@ class MarkdownTest(unittest.TestCase):
         for row in tree.findall(".//tr"):
             self.assertIn(len(row), (2, 4, 6))
         text = "".join(tree.itertext())
-        self.assertIn(HOSTILE[0], text)
+        self.assertIn(ADVERSARIAL[0], text)
         self.assertIn("[link](javascript:run) **bold** | cell", text)
 
 
@@ -204,8 +204,8 @@ class ChromiumTest(unittest.TestCase):
     def test_shows_texts_with_escapes(self):
         self.browser.open(self.page, 1200)
         text = self.browser.value("document.body.textContent")
-        for hostile in HOSTILE[:7]:
-            self.assertIn(hostile, text)
+        for adversarial in ADVERSARIAL[:7]:
+            self.assertIn(adversarial, text)
         self.assertIn("\\u202egnp.exe\\u2066\\u200b\\x00\\x1b[2J\\x07\\t\\r\\n", text)
         for character in "\u202e\u2066\u200b\u001b\u0007\ufffe":
             self.assertNotIn(character, text)

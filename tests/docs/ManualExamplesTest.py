@@ -22,7 +22,7 @@ TESTS = pathlib.Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(TESTS / "packaging"), str(TESTS / "integrations")]
 from results import finished, row, write  # noqa: E402
 from support import EMPTY, SOURCE, run, sandbox  # noqa: E402
-from systemd_sandbox import run_under_systemd, staged  # noqa: E402
+from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 MANUALS = SOURCE / "docs/man"
 ONE_ROW = 'row "baseline-001" "Compliant" "pass/fail" "1523" "At least 14 characters" ""\nfinish\n'
@@ -57,13 +57,13 @@ status=0 reports=$(mktemp -d)
 
 
 def unescaped(text):
-    """A literal line of mdoc(7) as a reader sees it."""
+    """Returns a literal line of mdoc(7) as it is displayed."""
     known = {r"\e": "\\", r"\-": "-", r"\(aq": "'", r"\&": ""}
     return re.sub(r"\\(?:\(..|.)", lambda match: known[match.group(0)], text)
 
 
 def blocks(page):
-    """The literal blocks of the section EXAMPLES."""
+    """Returns the literal blocks of the section EXAMPLES."""
     text = (MANUALS / page).read_text(encoding="utf-8")
     section = re.search(r"(?ms)^\.Sh EXAMPLES\n(.*?)^\.Sh ", text)
     found = re.findall(r"(?ms)^\.Dl (.*?)$|^\.Bd -literal[^\n]*\n(.*?)^\.Ed", section.group(1))
@@ -80,7 +80,7 @@ def is_complete(command):
 
 
 def commands(session):
-    """Pairs of a command and its output, which is None if the session shows none."""
+    """Yields each command and its output, or None if the session shows no output."""
     lines = session.split("\n")
     while lines:
         command = lines.pop(0)[2:]
@@ -102,7 +102,7 @@ def run_in_sandbox(script, directory):
 
 
 def reports(output):
-    """Status and output of each command."""
+    """Yields the status and output of each command."""
     for status, text in re.findall(r"(?m)^== (\d+) (.*)", output):
         yield int(status), base64.b64decode(text).decode("latin-1")
 
@@ -201,7 +201,7 @@ class ServiceTest(PageTest):
     def test_compliance_evaluate(self):
         stage = pathlib.Path(tempfile.mkdtemp(prefix="cc-examples-"))
         self.addCleanup(shutil.rmtree, stage)
-        staged(stage, "systemd", "companions", "demo")
+        stage_components(stage, "systemd", "companions", "demo")
         start = START.replace("mount -t tmpfs none /var/lib\n", "") + f"""
             PATH=$PATH:/usr/local/libexec/clientcompliance
             start_agent {shlex.quote(ROWS)}

@@ -29,12 +29,12 @@ def run(*command):
 
 
 def names_with_values(pairs):
-    """The set of (name, whether the option takes a value)."""
+    """Returns the set of (name, whether the option takes a value)."""
     return {(name, bool(value)) for name, value in pairs if name}
 
 
 def bash_offers(command, word):
-    """The options that bash completes. Of two names of one option it offers the long one."""
+    """Returns the options that bash completes: the long name of an option that has both."""
     made = run("bash", "-c", COMPLETE, "bash", SOURCE / "completions/bash" / command, command, word)
     if (made.returncode, made.stderr) != (0, ""):
         raise AssertionError(made.stderr)
@@ -65,7 +65,7 @@ def manual_section(page, heading):
 
 
 def plain(mdoc):
-    """The text of lines with macros that name an option or a value."""
+    """Returns the text of lines without the macros that mark an option or a value."""
     words = []
     for line in mdoc.splitlines():
         line = re.sub(r"\bFl ", "-", line.removeprefix(".")) if line.startswith(".") else line
@@ -74,7 +74,7 @@ def plain(mdoc):
 
 
 def first_sentence(text):
-    """The first sentence without period, in lower case unless it begins with an abbreviation."""
+    """Returns the first sentence without period, in lower case except for an abbreviation."""
     sentence = re.match(r".*?(?=\.(?: |$)|$)", text).group(0)
     return sentence if re.match(r"[A-Z]{2}", sentence) else sentence[0].lower() + sentence[1:]
 
@@ -85,11 +85,11 @@ class Program:
         self.help = run(name, "--help").stdout
 
     def accepted(self):
-        """The options that a companion accepts, found by its refusals."""
+        """Returns the options that a companion accepts, as derived from its error messages."""
         return self.accepted_long() | self.accepted_short()
 
     def accepted_long(self):
-        # The refusal of an abbreviated option lists all names with this prefix.
+        # The message about an abbreviated option lists all names with this prefix.
         names = {name for letter in string.ascii_lowercase for name in re.findall(
             rf"--{letter}[a-z-]*", self.refusal(f"--{letter}").partition("did you mean")[2])}
         return {(name, "takes no value" not in self.refusal(f"{name}=x", "--help"))
@@ -127,7 +127,7 @@ class Program:
 
 
 def long_or_only(options, program):
-    """The names that bash offers: not the short one of an option that has both."""
+    """Returns the names without the short name of an option that has both."""
     both = set(re.findall(r"(?m)^  (-\w)(?: [A-Z]+)?, --", program.help))
     return {name for name, _ in options} - both
 
@@ -159,7 +159,7 @@ class OptionsTest(ProgramTest):
         self.check_program(program, accepted)
         return program
 
-    def test_compliance_query(self):
+    def test_help_manual_completions_of_compliance_query_agree(self):
         program = self.check_companion("compliance-query")
         statuses = [status for status in program.statuses_in_help() if status.isdigit()]
         explained = [*statuses, "129", "130", "143"]
@@ -168,23 +168,23 @@ class OptionsTest(ProgramTest):
         zsh = (SOURCE / "completions/zsh/_compliance-query").read_text(encoding="utf-8")
         self.assertIn(f"status:({' '.join(explained)})", zsh)
 
-    def test_compliance_report(self):
+    def test_help_manual_completions_of_compliance_report_agree(self):
         self.check_companion("compliance-report")
 
-    def test_compliance_diff(self):
+    def test_help_manual_completions_of_compliance_diff_agree(self):
         self.check_companion("compliance-diff")
 
-    def test_compliance_doctor(self):
+    def test_help_manual_completions_of_compliance_doctor_agree(self):
         self.check_companion("compliance-doctor")
 
-    def test_stand_in_agent(self):
+    def test_help_manual_completions_of_stand_in_agent_agree(self):
         source = (SOURCE / "demo/main.cpp").read_text(encoding="utf-8")
         names = re.findall(r'strcmp\(arguments\[1\], "(--[a-z]+)"\)', source)
         self.assertEqual(len(names), 3)
         self.check_program(Program("VeskaClient", "VeskaClient.1"),
                            {(name, False) for name in names})
 
-    def test_tool(self):
+    def test_help_manual_completions_of_tool_agree(self):
         usage = run("ClientCompliance", "--help").stdout
         accepted = set(re.findall(r"ClientCompliance (-\w)\b", usage))
         self.assertEqual(accepted, {"-c", "-d"})
@@ -196,7 +196,7 @@ class OptionsTest(ProgramTest):
 
 
 class PluginTest(ProgramTest):
-    def test_check_compliance(self):
+    def test_help_manual_completions_of_check_compliance_agree(self):
         source = (SOURCE / "integrations/monitoring/check_compliance").read_text(encoding="utf-8")
         calls = re.findall(r'\badd\(("-[^)]*)', source)
         accepted = {(name, "metavar=" in call) for call in calls

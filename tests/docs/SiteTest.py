@@ -139,7 +139,7 @@ class BrowserTest(unittest.TestCase):
         cls.addClassCleanup(cls.browser.close)
 
     def found(self, start, words):
-        """The addresses of the search results."""
+        """Returns the addresses of the search results."""
         self.browser.open(f"{start}/index.html?q={words}", 1200)
         for _ in range(200):
             links = self.browser.value("[...document.querySelectorAll('.md-search-result__link')]"

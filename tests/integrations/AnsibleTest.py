@@ -76,7 +76,7 @@ class FleetTest(AnsibleTest):
         cls.addClassCleanup(cls.fleet.stop)
 
     def call(self, hosts, module, arguments, *more):
-        """The return values of the module by host."""
+        """Returns the return values of the module, by host."""
         made = self.run_program("ansible", "-o", "-i", self.scratch / "hosts", hosts, "-m",
                                 f"{COLLECTION}.{module}" if "." not in module else module,
                                 "-a", arguments, *more)
@@ -94,7 +94,7 @@ class FleetTest(AnsibleTest):
             os.path.exists(MARK)
 
     def remove_request(self):
-        """The hung agent leaves its request, which would refuse the next evaluation."""
+        """Removes the request of the hung agent, with which the next evaluation would fail."""
         self.call("hung", "ansible.builtin.file",
                   "path=/var/opt/VeskaClient/RequestDir/request.xml state=absent")
 
@@ -202,7 +202,7 @@ class FleetTest(AnsibleTest):
         document = failed(host="web1")
         document["message"] = TEMPLATE
         self.store("web1", document)
-        made = self.report(self.scratch / "hostile", "-e", "fleet_hosts=web1",
+        made = self.report(self.scratch / "adversarial", "-e", "fleet_hosts=web1",
                            "-e", "fleet_path=/opt/stored.json")
         self.assertEqual(made.returncode, 2)
         self.assertEqual(made.stdout.count("touch " + MARK), 2, made.stdout)
@@ -512,7 +512,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertEqual(log.read_text(), "become\n")
 
     def call(self, host, module, arguments, *more, **environment):
-        """The return values of one module on one host."""
+        """Returns the return values of one module on one host."""
         made = self.run_program("ansible", "-o", "-i", self.directory / "hosts", host, "-m", module,
                                 "-a", json.dumps(arguments), *more, **environment)
         (text,) = re.findall(r"(?m)^[\w.]+ \| [A-Z!]+:? *=> (\{.*\})$", made.stdout)

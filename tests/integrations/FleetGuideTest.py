@@ -16,7 +16,7 @@ from xml.etree import ElementTree
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from support import SOURCE  # noqa: E402
-from systemd_sandbox import run_under_systemd, staged  # noqa: E402
+from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 PAGE = (SOURCE / "docs/fleet.md").read_text(encoding="utf-8")
 COMMANDS = [command for block in re.findall(r"(?ms)^```sh\n(.*?)^```", PAGE)
@@ -106,7 +106,7 @@ class FleetGuideTest(unittest.TestCase):
     def setUpClass(cls):
         stage = pathlib.Path(tempfile.mkdtemp(prefix="cc-fleet-"))
         cls.addClassCleanup(shutil.rmtree, stage)
-        staged(stage, "systemd", "companions", "demo", "monitoring", "ansible")
+        stage_components(stage, "systemd", "companions", "demo", "monitoring", "ansible")
         files = {**FILES, "hosts": INVENTORY}
         lines = [START, f"start_agent {FIRST_NIGHT}",
                  *(file_script(path, content) for path, content in files.items())]
@@ -124,7 +124,7 @@ class FleetGuideTest(unittest.TestCase):
     def output_of(self, beginning):
         return next(text for title, text in self.output.items() if title.startswith(beginning))
 
-    def test_all_of_at_most_15_commands_run_in_order(self):
+    def test_runs_all_of_its_at_most_15_commands_in_order(self):
         self.assertLessEqual(len(COMMANDS), 15)
         self.assertEqual(list(self.output)[:len(COMMANDS)], COMMANDS)
         self.assertEqual(set(FILES), {"/etc/clientcompliance/nightly.conf", "hosts", "nightly.yml"})

@@ -182,10 +182,10 @@ class DirectoryTest(CheckTest):
 
 
 class OutputTest(CheckTest):
-    HOSTILE = "x | bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041`$(id)'\""
+    ADVERSARIAL = "x | bad=0\n\r\t\x1b[2J\x7f\x9b\u202e\u200b\u2028\U000e0041`$(id)'\""
 
     def test_texts_of_rows_are_printed_in_one_printable_line(self):
-        write(self.result, finished([row(self.HOSTILE, self.HOSTILE)]))
+        write(self.result, finished([row(self.ADVERSARIAL, self.ADVERSARIAL)]))
         text = self.expect(CRITICAL)
         self.assertEqual(text.count("|"), 1)
         self.assertTrue(text.isprintable(), text)
@@ -193,7 +193,7 @@ class OutputTest(CheckTest):
 
     def test_reasons_are_printed_in_one_short_printable_line(self):
         document = failed()
-        document["message"] = self.HOSTILE * 100
+        document["message"] = self.ADVERSARIAL * 100
         write(self.result, document)
         text = self.expect(UNKNOWN)
         self.assertNotIn("|", text)
@@ -288,7 +288,7 @@ _check_compliance
 
 class CompletionsTest(CheckTest):
     def long_options(self):
-        """The options that the help describes, without the short form of one that has both."""
+        """Returns the options in the help, without the short form of one that has both."""
         lines = self.check("-h").stdout.splitlines()
         found = re.findall(r"(?m)^  (?:-\w(?: [A-Z]+)?, )?(--?[a-z-]+)", "\n".join(lines))
         self.assertGreater(len(found), 10)

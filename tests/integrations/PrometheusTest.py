@@ -51,7 +51,7 @@ def get(port, path):
 
 
 def until(condition):
-    """What the condition gives once it is true."""
+    """Waits until the condition is true, and returns its value."""
     end = time.monotonic() + LIMIT
     while time.monotonic() < end:
         with contextlib.suppress(urllib.error.URLError, ConnectionError):
@@ -168,7 +168,7 @@ class PrometheusTest(unittest.TestCase):
         return port
 
     def value(self, port, expression):
-        """The one value of an expression, if it has one."""
+        """Returns the value of an expression, or None unless it has exactly one."""
         query = urllib.parse.urlencode({"query": expression})
         result = json.loads(get(port, f"/api/v1/query?{query}"))["data"]["result"]
         return float(result[0]["value"][1]) if len(result) == 1 else None

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The reader of stored results in Python, beside that of compliance-report."""
+"""The reader of stored results in Python, compared with that of compliance-report."""
 
 import base64
 import copy
@@ -327,7 +327,7 @@ class AdversarialTest(unittest.TestCase):
                           "response": [None]}
 
     def use(self, document):
-        """Does what the adapters do with a document that was accepted."""
+        """Performs the operations of the adapters on an accepted document."""
         stored_result.subject_of(document)
         for start in stored_result.order_of(document)[:2]:
             try:

@@ -16,7 +16,7 @@ from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from support import SOURCE  # noqa: E402
-from systemd_sandbox import run_under_systemd, staged  # noqa: E402
+from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 SERVICE = "compliance-evaluate@nightly.service"
 TIMER = "compliance-evaluate@nightly.timer"
@@ -62,7 +62,7 @@ start() {
 def setUpModule():
     global stage
     stage = pathlib.Path(tempfile.mkdtemp(prefix="cc-systemd-"))
-    staged(stage, "systemd", "companions", "demo")
+    stage_components(stage, "systemd", "companions", "demo")
 
 
 def tearDownModule():
@@ -101,7 +101,7 @@ class UnitFilesTest(unittest.TestCase):
 
 
 def clock_changes(zone, year):
-    """The days on which clocks of the zone are set forward, with the offsets of both days."""
+    """Returns the days on which clocks of the zone are set forward, and the offsets around each."""
     noons = [datetime(year, 1, 1, 12, tzinfo=timezone.utc) + timedelta(day) for day in range(365)]
     offsets = [noon.astimezone(zone).utcoffset() for noon in noons]
     return {(noon.date(), before, after)
@@ -113,7 +113,7 @@ class TimerTest(unittest.TestCase):
     MAX_HOURS = 26 - 0.75
 
     def elapses(self, expression, zone, day):
-        """The runs in UTC from the day before on."""
+        """Returns the first runs after the start of the previous day, in UTC."""
         made = subprocess.run(
             ["systemd-analyze", "calendar", f"--base-time={day - timedelta(1)} 00:00:00",
              "--iterations=3", expression], capture_output=True, text=True, check=True, timeout=60,
@@ -229,7 +229,7 @@ $""")
         """, config="\n")
         self.assertEqual(output, "success\n31\n")
 
-    def test_missing_configuration_is_one_line_without_a_file(self):
+    def test_missing_configuration_is_reported_in_one_line(self):
         output = self.run_service("grant; start; cat /run/journal; ls $results", config=None)
         self.assertEqual(output, "failure, status 2\n"
                                  "nightly: exit status 2: /etc/clientcompliance/nightly.conf: "
@@ -249,7 +249,7 @@ $""")
         output = self.run_service("touch $requests/lockfile; start; cat /run/journal")
         self.assertRegex(output, r"^failure, status 7\nnightly: .* exit status 7: .*cannot write to .*lockfile")
 
-    def test_missing_directories_of_the_agent_start_nothing(self):
+    def test_does_not_start_without_directories_of_the_agent(self):
         output = self.run_service("start; cat /opt/errors /run/journal; ls /var/lib", scenario=None)
         self.assertEqual(output, f"failure, status 0\nAssertion failed on job for {SERVICE}.\n")
 

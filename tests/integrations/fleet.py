@@ -115,7 +115,7 @@ ansible_ssh_common_args=-F none -o UserKnownHostsFile={self.directory}/known_hos
 
 
 def write_stored_fleet(directory, hosts, nights=2, rows=100):
-    """Stored results of many hosts, and an inventory that reaches them without SSH."""
+    """Writes stored results of many hosts, and an inventory with local connections."""
     directory = pathlib.Path(directory)
     names = [f"host{number:05}" for number in range(hosts)]
     for number, name in enumerate(names):

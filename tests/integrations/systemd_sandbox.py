@@ -61,15 +61,15 @@ NAMESPACES = ["unshare", "--mount", "--pid", "--ipc", "--uts", "--net", "--cgrou
               "--kill-child"]
 
 
-def staged(directory, *components):
-    """The files of the components, below the directory as below a root."""
+def stage_components(directory, *components):
+    """Installs the files of the components below the directory, as below a root."""
     for component in components:
         subprocess.run(["cmake", "--install", BUILD, "--component", component], check=True,
                        capture_output=True, env={**os.environ, "DESTDIR": str(directory)})
 
 
 class ControlGroup:
-    """A new control group, which is removed with all below it."""
+    """Creates a control group. Kills its processes and removes its subtree at exit."""
 
     def __enter__(self):
         mounts = [line.split() for line in pathlib.Path("/proc/mounts").read_text().splitlines()]
@@ -96,7 +96,7 @@ class ControlGroup:
 
 
 def run_under_systemd(stage, script, timeout=120):
-    """The output of a bash script, which must succeed, beside a running systemd."""
+    """Returns the output of a bash script, which must succeed, under a running systemd."""
     if os.geteuid() != 0:
         raise AssertionError("systemd needs root; run this test as root")
     with ControlGroup() as group:

@@ -66,7 +66,7 @@ class PackagesTest(unittest.TestCase):
         self.assertEqual(sorted(files), sorted(set(files)))
 
     def commands(self, script):
-        """The commands of a script, without its conditions."""
+        """Returns the commands of a script, without its conditions."""
         lines = map(str.strip, script.read_text(encoding="utf-8").splitlines())
         return [line for line in lines if line and not line.startswith(("#", "if ", "fi", "set -e"))]
 

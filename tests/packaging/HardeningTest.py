@@ -42,7 +42,7 @@ class ShippedFilesTest(unittest.TestCase):
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
     def test_consist_of_hardened_objects(self):
-        """The tool is stripped, so only its objects show the stack protector."""
+        """Checks the objects, because the stripped tool does not show the stack protector."""
         folders = ("tool", "compliance", "xml", "files", "strings", "unicode", "data")
         result = check(*(BUILD / folder / f"lib{folder}.a" for folder in folders))
         self.assertEqual((result.stdout, result.returncode), ("", 0))

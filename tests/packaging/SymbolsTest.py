@@ -11,7 +11,7 @@ INTERFACE = ["COMPLIANCE_Close", "COMPLIANCE_IndexedValue", "COMPLIANCE_Open",
 
 
 def symbols(*arguments):
-    """The kind and name of each symbol in the output of nm, sorted by name."""
+    """Returns the type and name of each symbol in the output of nm, sorted by name."""
     lines = (line.split() for line in run("nm", *arguments).splitlines())
     found = [(words[-2], words[-1]) for words in lines if len(words) >= 2]
     return sorted(found, key=lambda symbol: symbol[1])
