@@ -119,8 +119,7 @@ TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
 TEST(QueryOutputFileTest, ResultWithoutRowsReplacesFile) {
     QueryToFile(FinishingScript(""), {"--strict=Pass", "-q"}, [](ProgramResult const& result) {
         EXPECT_EQ(ExitStatus::Exited(11), result.status);
-        EXPECT_EQ("compliance-query: the evaluation has no rows
-", result.errors);
+        EXPECT_EQ("compliance-query: the evaluation has no rows\n", result.errors);
         EXPECT_EQ(0, Json::parse(ReadWholeFile(resultFile)).at("rowCount"));
         EXPECT_EQ(1u, CountResultEntries());
     });
