@@ -100,7 +100,7 @@ class FilesTest(unittest.TestCase):
         for header, pattern in (("data/Numeral.h", r"// (.*)\n#pragma"),
                                 ("data/Numeral.h", r"// (The text is inside the object)"),
                                 ("compliance/Compliance.h", r"/\* (gather all sites) \*/"),
-                                ("compliance/Compliance.h", r"/\* (No process has .*?) From")):
+                                ("compliance/Compliance.h", r"/\* (The agent did not remove .*?) The")):
             comment = re.search(pattern, (SOURCE / header).read_text(encoding="utf-8"))[1]
             name = posixpath.basename(header).replace(".h", "_8h.html")
             texts = [(site / "api" / page).read_text(encoding="utf-8")
