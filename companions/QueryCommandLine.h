@@ -40,7 +40,7 @@ struct QueryCommandLine {
     unsigned int flags = 0;
     // The value of --config or --check-config.
     std::string config = {};
-    // Both nullopt with -d.
+    // Both nullopt for the default document (-d, or a configuration file without URL).
     std::optional<std::string> url = {};
     std::optional<std::string> document = {};
     // The value of --explain.

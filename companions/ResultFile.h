@@ -30,7 +30,7 @@ std::string ReasonAgainstResultFile(std::string const& path);
 // fs.protected_symlinks (proc(5)).
 class ResultFile {
 public:
-    // Creates the temporary file. Its mode is `mode`, by default 0666 without the umask. Throws
+    // Creates the temporary file. Its mode is `mode`, by default 0666 less the umask. Throws
     // ResultFileError; also if the path exists and is not a regular file.
     explicit ResultFile(std::string const& path, std::optional<mode_t> mode = {});
     // Removes the temporary file unless it was published.

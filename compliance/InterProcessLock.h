@@ -15,7 +15,7 @@ class InterProcessLockCreateError {};
 class InterProcessLock {
 public:
     // Opens the file for reading and writing, and creates it if it does not exist, with the mode
-    // 0666 without the umask. Does not create its directory. The file descriptor is close-on-exec.
+    // 0666 less the umask. Does not create its directory. The file descriptor is close-on-exec.
     // The file is never removed.
     //
     // Throws InterProcessLockCreateError.

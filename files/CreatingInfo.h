@@ -8,10 +8,10 @@ struct DirectoryCreatingInfo {
     std::uint32_t permissions = 0777;
 };
 
-// The permission bits of a file, set exactly, without the umask.
+// The permission bits of a file, set exactly; the umask does not apply.
 //
 // With `systemDefault`, no permissions are set: the file keeps those that the system gave it, 0666
-// without the umask.
+// less the umask.
 struct FileCreatingInfo {
     static constexpr std::uint32_t systemDefault = 0666;
 

@@ -48,7 +48,7 @@ void CreateFileWithRetry(FileLocation const& location, FileCreatingInfo const& i
 void CreateDirectoryWithRetry(FileLocation const& location, DirectoryCreatingInfo const& info,
                               FileRetryLog const& log);
 
-// The second function creates the directory with the permissions 0777 without the umask.
+// The second function creates the directory with the permissions 0777 less the umask.
 //
 // Deliberate: the first function passes the name "ForceDirectoryExistenceWithInfo" to the log, so
 // that the log entries of the two functions differ.

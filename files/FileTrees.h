@@ -10,7 +10,7 @@
 
 class FileLocation;
 
-// Creates the directory and all missing parents, with the permissions 0777 without the umask.
+// Creates the directory and all missing parents, with the permissions 0777 less the umask.
 // Throws FileFoundError, with the path of the entry, if the location or a parent exists and is not
 // a directory. Throws InvalidFileLocation for a relative path whose first component does not exist.
 void CreateDirectoryTree(FileLocation const& location);
@@ -35,8 +35,11 @@ void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 // nothing exists at `location`. A regular file is not removed: DeleteRecursive throws
 // DirectoryNotFoundError, DeleteContents does nothing.
 //
-// Deliberate: a symbolic link to a directory counts as a directory. The contents of its target are
-// removed; then DeleteRecursive throws, because it cannot remove the link.
+// Devices, sockets, FIFOs and links to them are not removed. Removing their directory then throws.
+//
+// Deliberate: a symbolic link to a directory counts as a directory, also inside the tree. The
+// contents of its target are removed; then removing the link throws. DeleteContents does not remove
+// `location` itself, so it accepts such a link there.
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);
 

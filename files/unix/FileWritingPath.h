@@ -12,7 +12,7 @@ namespace UnixPlatform {
 class FileWritingPath : public FileReadingPath {
 public:
     // Open for reading and writing. They first close a file that is still open. A new file has the
-    // permissions 0666 without the umask. The file descriptor is close-on-exec. After a failure,
+    // permissions 0666 less the umask. The file descriptor is close-on-exec. After a failure,
     // the path is not open.
     void OpenExisting(FileLocation const& where) override;
     void OpenExistingOrNew(FileLocation const& where);

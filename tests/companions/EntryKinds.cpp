@@ -10,6 +10,7 @@
 
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
+#include "tests/system/Tool.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-// Encodes any number as UTF-8, also if it is not a code point.
+// Encodes any number as UTF-8, also if it is not a Unicode scalar value.
 std::string Encode(std::uint32_t value) {
     auto const byte = [](std::uint32_t bits) {
         return static_cast<char>(bits);
@@ -26,7 +26,7 @@ std::string Encode(std::uint32_t value) {
     return {byte(0xF0 | value >> 18), more(12), more(6), more(0)};
 }
 
-TEST(Utf8Test, DecodesExactlyTheCodePoints) {
+TEST(Utf8Test, DecodesExactlyTheScalarValues) {
     for (std::uint32_t value = 0; value < 0x120000; ++value) {
         std::string const text = Encode(value);
         bool const isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);

@@ -74,8 +74,9 @@ TEST(ReadAsciiNumeralTest, IgnoresDigitsAfterTheText) {
     }
 }
 
-// Deliberate: the reader checks for overflow before it checks the byte, and the unsigned 64-bit
-// readers store the value of the preceding digits on failure.
+// Deliberate: the reader multiplies by the base before it checks the byte, so overflow is reported
+// first. On failure, the unsigned 64-bit readers store the value of the preceding digits,
+// multiplied by the base unless that overflows. Empty text stores nothing.
 TEST(ReadAsciiNumeralTest, ReportsFirstErrorAndStoresPartialValue) {
     struct {
         char const* text;

@@ -54,7 +54,7 @@ TEST(StringyTest, WhatReturnsTheNameOfTheExceptionType) {
     EXPECT_STREQ("20StringyLengthTooLong", StringyLengthTooLong().what());
 }
 
-TEST(StringyTest, EmptyTextIsNull) {
+TEST(StringyTest, NullPointerOrZeroCountMakesTheNullString) {
     char const* const null = nullptr;
     unsigned char const* const noBytes = nullptr;
     for (Stringy const& string :

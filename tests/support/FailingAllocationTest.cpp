@@ -28,17 +28,22 @@ TEST(FailingAllocationTest, CountsAllocationsBytesAndReleases) {
     EXPECT_EQ(0u, AllocationsOf([] {}));
 }
 
-TEST(FailingAllocationTest, CountsEveryFormOfNewAndDelete) {
+TEST(FailingAllocationTest, CountsEveryFormOfNew) {
     struct alignas(64) Aligned {
         char bytes[64];
     };
     AllocationCounter const counter;
+    auto const alignment = std::align_val_t(64);
     ::operator delete(::operator new(1));
     ::operator delete[](::operator new[](0));
     ::operator delete(::operator new(1, std::nothrow), std::nothrow);
-    ::operator delete(::operator new(8, std::align_val_t(64)), std::align_val_t(64));
-    EXPECT_EQ(4u, counter.Count());
-    EXPECT_EQ(4u, counter.Releases());
+    ::operator delete[](::operator new[](1, std::nothrow), std::nothrow);
+    ::operator delete(::operator new(8, alignment), alignment);
+    ::operator delete[](::operator new[](8, alignment), alignment);
+    ::operator delete(::operator new(8, alignment, std::nothrow), alignment, std::nothrow);
+    ::operator delete[](::operator new[](8, alignment, std::nothrow), alignment, std::nothrow);
+    EXPECT_EQ(8u, counter.Count());
+    EXPECT_EQ(8u, counter.Releases());
     auto const aligned = std::make_unique<Aligned>();
     EXPECT_EQ(0u, reinterpret_cast<std::uintptr_t>(aligned.get()) % 64);
 }
