@@ -8,6 +8,7 @@
 #include <ctime>
 #include <stdexcept>
 
+#include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -190,6 +191,24 @@ TEST(OtherProgramTest, KillsProgramAfterTheTimeout) {
     OtherProgram program({"/bin/sleep", "1000"});
     EXPECT_THROW(program.Wait(milliseconds(10)), std::runtime_error);
     EXPECT_EQ(-1, kill(program.pid(), 0));
+}
+
+// The parent cannot reap an ended process until its tracer, such as a leak checker, ends too.
+TEST(OtherProgramTest, WaitsForTheTracerOfAnEndedProgram) {
+    OtherProgram program({"/bin/sleep", "1000"});
+    OtherProcess tracer([&](Handshake& line) {
+        bool const isTracing = ptrace(PTRACE_SEIZE, program.pid(), nullptr, nullptr) == 0;
+        line.Tell(isTracing ? "traces" : "refused");
+        line.Await();
+        usleep(300'000);
+    });
+    bool const isTraced = tracer.Await() == "traces";
+    program.Kill(SIGKILL);
+    tracer.Tell();
+    EXPECT_EQ(ExitStatus::Killed(SIGKILL), program.Wait().status);
+    EXPECT_EQ(ExitStatus::Exited(0), tracer.Wait());
+    if (!isTraced)
+        GTEST_SKIP() << "the system does not permit tracing";
 }
 
 // The time that this thread spends in the loop is the time that the kernel counts.
