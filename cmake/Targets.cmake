@@ -105,7 +105,7 @@ endif()
 #
 # ctest runs each test case in a process of its own, in parallel, and starts those that wait for the
 # clock first. With sanitizers, starting a process takes longer than most `unit` test cases, so
-# these run in one process.
+# these run in one process, which starts before all others because it may take a minute.
 function(register_cases target prefix label filter)
   if(CC_SANITIZE AND label STREQUAL unit)
     add_test(NAME ${prefix}unit COMMAND ${target} --gtest_filter=${filter})

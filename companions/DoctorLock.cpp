@@ -39,8 +39,8 @@ Finding DescribeHolder(pid_t holder) {
     return {check, Verdict::problem, "lock-held-by-open-file",
             "the lock is held through an open file description, for which the system reports no "
             "process",
-            "list the processes that have the lock file open (fuser), and terminate the one that "
-            "is not an evaluation"};
+            "list the processes that have the lock file open (fuser), and look for a program that "
+            "makes no evaluation"};
 }
 
 // Checks that the exchange could open the lock file for writing.

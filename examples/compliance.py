@@ -38,7 +38,7 @@ CODES = {
     -4: "the agent is not configured",
     -5: "a request is already waiting for the agent",
     -6: "another process holds the lock, or the agent is not installed",
-    -7: "the agent's answer can't be read",
+    -7: "the agent's answer cannot be read",
     -8: "the evaluation has not finished",
     -15: "an evaluation is already open in this process",
     -16: "the exchange with the agent failed",

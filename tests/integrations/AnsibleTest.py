@@ -305,7 +305,11 @@ class DocumentationTest(AnsibleTest):
         collection = SOURCE / "integrations/ansible"
         plugin = (collection / "plugins/action/collect.py").read_text()
         tasks = (collection / "playbooks/tasks/report.yml").read_text()
+        readme = (collection / "README.md").read_text()
         options = self.documented("collect")["doc"]["options"]
+        self.assertEqual(re.findall(r"`fleet_(max_age|keep)` .*; default `?(\w+)", readme),
+                         [("max_age", options["max_age"]["default"]),
+                          ("keep", str(options["keep"]["default"]))])
         self.assertEqual(re.findall(r"(?m)^DEFAULT_KEEP = (\d+)$", plugin),
                          [str(options["keep"]["default"])])
         self.assertEqual(re.findall(r"fleet_max_age \| default\('(\w+)'\)", tasks),
