@@ -370,11 +370,11 @@ TEST(StandInAgentTest, ReportsFailedResponseAndLeavesTheRequest) {
     for (auto const& [scenario, message] :
          {std::pair("open garbage\nfinish\n", responseTemporary),
           {"finish\n", "VeskaClient: the response could not be written\n"}})
-        Sandbox::RunWithDirectories([scenario = scenario, message = message] {
-            StandIn agent(scenario);
+        Sandbox::RunWithDirectories([script = scenario, expected = message] {
+            StandIn agent(script);
             std::filesystem::remove(responseDirectory);
             Publish(RequestOf("Open"));
-            EXPECT_TRUE(agent.Says(message));
+            EXPECT_TRUE(agent.Says(expected));
             EXPECT_TRUE(Exists(requestFile));
         });
 }
