@@ -1,4 +1,5 @@
-// The state of a file and the permissions of the current user for it. Opens and modifies nothing.
+// The state of a file and the permissions of the current user for it. Does not open the file, and
+// modifies nothing.
 #pragma once
 
 #include <optional>
@@ -26,7 +27,9 @@ public:
     // The target. The exchange follows symbolic links, too.
 
     bool Exists() const { return error == 0; }
+    // There is no target: the entry is absent, or it is a dangling link.
     bool IsMissing() const { return IsNotFound(error); }
+    // lstat(2) or stat(2) failed for another reason, for example a loop of symbolic links.
     bool IsUnknown() const { return error != 0 && !IsMissing(); }
     bool IsDirectory() const { return Exists() && S_ISDIR(facts.st_mode); }
     bool IsRegularFile() const { return Exists() && S_ISREG(facts.st_mode); }
@@ -77,7 +80,8 @@ std::string DescribeAge(long long seconds);
 // Root and the owners of the file and of the directory can do both.
 bool IsKeptByStickyDirectory(FileFacts const& file, FileFacts const& directory);
 
-// True if the kernel refuses to open the existing file with O_CREAT, whatever its mode: it belongs
-// neither to this user nor to the owner of its directory, which is sticky and world-writable, or
-// group-writable if fs.protected_regular (proc(5)) is 2. Applies to root, too.
+// True if the kernel refuses to open the existing file with O_CREAT, whatever its mode
+// (fs.protected_regular in proc(5)). The file then belongs neither to this user nor to the owner of
+// its directory. The directory is sticky, and either world-writable with the setting 1 or 2, or
+// group-writable with the setting 2. Applies to root, too.
 bool IsProtectedByStickyDirectory(FileFacts const& file, FileFacts const& directory);

@@ -33,7 +33,7 @@ struct ClientComplianceRequest {
     ClientComplianceType type = ClientComplianceProgress;
     std::string url;         // the site's gather URL; empty except in an Open request
     std::string doc;         // the compliance document's name; empty except in an Open request
-    std::uint32_t flags = 0; // a sum of COMPLIANCE_FLAG_ values; 0 except in an Open request
+    std::uint32_t flags = 0; // bitwise OR of COMPLIANCE_FLAG_ values; 0 except in an Open request
 };
 
 // Returns a request to open an evaluation. A null `url` or `doc` counts as the empty string.

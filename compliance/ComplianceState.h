@@ -12,7 +12,7 @@
 // True while this process holds the exchange lock, from COMPLIANCE_Open to COMPLIANCE_Close.
 extern bool iOwnLock;
 
-// True from the final response to COMPLIANCE_Close.
+// True from a response with the state ClientComplianceStateFinished to COMPLIANCE_Close.
 extern bool iHaveResponse;
 
 // The last response to a Progress request. Its items are the result rows if iHaveResponse is true.

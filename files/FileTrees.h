@@ -2,7 +2,8 @@
 //
 // Trees are walked by FileLoop, in its order. A dangling link stops the walk with the error of
 // stat(2), normally FileNotFoundError; the entries before it have been processed by then. Nothing
-// is recursive, so only memory limits the depth of a tree. Nothing is undone after a failure.
+// is recursive, so only the length of a path (PATH_MAX) limits the depth of a tree. Nothing is
+// undone after a failure.
 //
 // Error handling: EmptyFileLocationError for an empty location; otherwise the exceptions of
 // FileOperations.h.

@@ -42,7 +42,7 @@ constexpr unsigned DigitValue(unsigned char byte) {
 
 // Parses a text of digits in base 10 or 16 into `value`; letters may have either case. Returns
 // false, and leaves `value` unspecified, if the text is empty, has another byte or more than 24
-// characters, or if the value does not fit 64 bits.
+// characters, or if the value does not fit into 64 bits.
 template <unsigned base>
 bool ParseDigitsScalar(unsigned char const* text, std::size_t length, std::uint64_t& value) {
     value = 0;
@@ -161,9 +161,10 @@ inline std::uint64_t LoadDigits(unsigned char const* from) {
     return LoadWord<std::uint64_t>(from) ^ InAllBytes('0');
 }
 
-// Returns the last `count` characters before `end` as a word, with zeros in front. REQUIRES:
-// `count` is 1 to 8, and there are 8 characters before `end`. With `count` 2, 23456789 becomes 0 0
-// 0 0 0 0 8 9.
+// Returns the last `count` characters before `end` as a word, with zeros in front. With `count` 2,
+// 23456789 becomes 0 0 0 0 0 0 8 9.
+//
+// REQUIRES: `count` is 1 to 8, and there are 8 characters before `end`.
 inline std::uint64_t LoadLastDigits(unsigned char const* end, std::size_t count) {
     std::uint64_t const kept = ~std::uint64_t{0} << (wordLength - count) * 8;
     return LoadDigits(end - wordLength) & kept;

@@ -38,8 +38,8 @@ requires std::is_pointer_v<To> && std::is_pointer_v<From> To Reinterpret(From po
     return reinterpret_cast<To>(pointer);
 }
 
-// Returns a view of a NUL-terminated string in the locale's encoding. A null pointer returns an
-// empty view that is not marked as terminated.
+// Returns a view of a NUL-terminated string in the locale's encoding. For a null pointer, returns
+// an empty view that is not marked as terminated.
 template <std::same_as<UStringRef<Local8Bit>> To, std::same_as<char> From = char>
 To EncodingCast(From const* text) {
     if (text == nullptr)

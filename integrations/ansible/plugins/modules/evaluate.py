@@ -13,8 +13,8 @@ description:
   - Evaluates a compliance document with C(compliance-query) on the managed host, or reads a result
     that C(compliance-query --json) stored there.
   - Changes nothing on the managed host, even without check mode.
-  - Fails with the reason if there is no fresh result, or if a row has a result that is not in
-    I(good).
+  - Fails with the reason if there is no fresh result, if the result has no rows and I(allow_empty)
+    is false, or if a row has a result that is not in I(good).
 requirements:
   - compliance-query on the managed host, except with I(path)
   - Python 3.6 on the managed host
@@ -191,7 +191,7 @@ def members(document):
 def check_rows(module, document, found):
     good = module.params["good"]
     if not document["rows"] and not module.params["allow_empty"]:
-        module.fail_json(msg="the result has no rows", **found)
+        module.fail_json(msg="the result has no rows; allow_empty accepts it", **found)
     if good is None:
         return
     # "surrogatepass": a lone surrogate matches no result, and must not raise an exception.
