@@ -1,5 +1,5 @@
-# cmake -D FOLDER=<build folder> -P CreateCounters.cmake: creates the files for the counters of g++,
-# empty and writable for all, because some tests run programs as other users.
+# cmake -D FOLDER=<build folder> -P CreateCounters.cmake: creates empty files for the counters of
+# g++ (*.gcda). All users may write them, because some tests run programs as other users.
 file(GLOB_RECURSE notes ${FOLDER}/*.gcno)
 foreach(note IN LISTS notes)
   string(REGEX REPLACE "gcno$" "gcda" counters ${note})

@@ -2,7 +2,7 @@
 # directory. scripts/check-hardening verifies the hardening of the installed files.
 #
 # Builds with sanitizers or coverage are not hardened, because sanitizers perform the same checks.
-option(CC_HARDENING "Harden the tool and the libraries" ON)
+option(CC_HARDENING "Harden the shipped programs and libraries" ON)
 
 include(CheckCXXSourceCompiles)
 include(CheckLinkerFlag)

@@ -62,8 +62,8 @@ function(add_project_library name)
   target_link_libraries(${name} PUBLIC ${arg_USES} PRIVATE $<BUILD_INTERFACE:project_warnings>)
   # Intended narrowing conversions have a cast.
   target_compile_options(${name} PRIVATE -Wconversion -Wno-sign-conversion)
-  # Emits inline variables as weak symbols: the static library cannot hide those of GNU's unique
-  # binding.
+  # Emits inline variables as weak symbols, because the static library cannot hide symbols with
+  # GNU's unique binding.
   target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>)
   harden(${name})
   if(CC_SANITIZE)
@@ -71,7 +71,7 @@ function(add_project_library name)
   endif()
 endfunction()
 
-# Optimizing the tests takes a third of the build time. All other code is always optimized.
+# Optimizing the tests takes a third of the build time. Does not affect the code that they test.
 option(CC_QUICK_TESTS "Compile the tests without optimization, with a precompiled header" ON)
 
 # compile_unoptimized(<target>): compiles without optimization if CC_QUICK_TESTS or CC_SANITIZE is set.
@@ -90,8 +90,8 @@ function(compile_as_test target)
   endif()
 endfunction()
 
-# scripts/test runs 16 tests at once for each processor, because most of them wait for the clock. Each
-# test that computes instead counts as eight, so that it does not delay the others.
+# scripts/test runs 16 tests at once for each processor, because most of them wait for the clock. A
+# test that computes instead counts as eight, so it does not delay the others.
 set(computing PROCESSORS 8)
 
 # AddressSanitizer keeps 256 MB of freed memory by default. Page faults for it take half of the time

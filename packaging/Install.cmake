@@ -1,5 +1,5 @@
-# Installed files and their paths, by component. All manual pages, completions and examples of their
-# folders are installed.
+# Installed files and their paths, by component. Installs all manual pages, completions and examples
+# in the folders for them.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
