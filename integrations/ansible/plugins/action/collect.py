@@ -15,7 +15,7 @@ from ansible.plugins.action import ActionBase
 from ansible_collections.clientcompliance.fleet.plugins.module_utils import published_file, stored_result
 
 MAX_NAME_CHARACTERS = 255
-# The first bytes of a stored file, which have its outcome: the version and the outcome come first.
+# The first bytes of a stored file. They have the outcome, which follows the version.
 MAX_HEAD_BYTES = 200
 DEFAULT_KEEP = 31
 NOT_RETURNED = ("head", "rows", "bad_rows", "provenance", "invocation")

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-"""The options of several modules."""
+"""Options that several modules share."""
 
 from __future__ import absolute_import, division, print_function
 

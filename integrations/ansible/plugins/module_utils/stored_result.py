@@ -5,7 +5,7 @@ It accepts the documents, times and lists that compliance-report accepts, with t
 
 - It requires provenance, a response in a finished result, and 'failure' in a failed one.
 - It refuses an array or an object in place of a text, and a repeated member of any object.
-- It does not limit whitespace, and the limit of a text does not count escapes.
+- It does not limit whitespace. The limit of a text applies to the decoded text.
 
 A text of a row or of a file is untrusted; visible() escapes it.
 """

@@ -17,7 +17,7 @@ description:
     host. The module then fails with both names.
   - The result of a failed evaluation, and one that is not fresh, is stored too. The module then
     fails with the reason.
-  - The module does not return the rows, because they would need much memory for many hosts.
+  - The module does not return the rows, because the rows of many hosts would need much memory.
 options:
   directory:
     description:
@@ -91,7 +91,7 @@ failure:
   type: str
   sample: no-agent
 explanation:
-  description: Cause and remedy, by C(compliance-query --explain).
-  returned: if an evaluation failed
+  description: The cause and the remedy, as C(compliance-query --explain) prints them.
+  returned: if compliance-query failed
   type: str
 """

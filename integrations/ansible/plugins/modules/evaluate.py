@@ -125,7 +125,7 @@ failure:
   type: str
   sample: no-agent
 explanation:
-  description: Cause and remedy, by C(compliance-query --explain).
+  description: The cause and the remedy, as C(compliance-query --explain) prints them.
   returned: if compliance-query failed
   type: str
   sample: |-

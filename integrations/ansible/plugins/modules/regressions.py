@@ -72,12 +72,15 @@ regressed:
   elements: str
   sample: [web1]
 not_compared:
-  description: The reason for each host whose newest result is not fresh, or the first of its document.
+  description:
+    - The reason for each host that was not compared, because its newest result is not fresh, or
+      because it has no earlier fresh result of the same document.
+    - A host with a single fresh result has no reason here.
   returned: always
   type: dict
   sample: {web2: "the result is 50 h old, more than 26 h"}
 failures:
-  description: The reason for each host with a file that is no result.
+  description: The reason for each host with results that cannot be read or compared.
   returned: always
   type: dict
   sample: {web3: "/srv/compliance/results/web3/20260131T023104.512Z.json: not JSON"}
