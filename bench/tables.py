@@ -19,7 +19,7 @@ MET = {None: "", True: "yes", False: "**no**"}
 
 
 def table(head, rows):
-    """Lines of a table. A column is aligned to the right if its name ends in a colon."""
+    """Returns the lines of a table. A column is right-aligned if its name ends in a colon."""
     rule = "|".join("--:" if name.endswith(":") else "---" for name in head)
     names = [name.removesuffix(":") for name in head]
     return [f"| {' | '.join(names)} |", f"|{rule}|", *(f"| {' | '.join(row)} |" for row in rows), ""]
@@ -51,7 +51,7 @@ def matrix_cell(row):
 
 
 def matrices(rows):
-    """Tables of conversions and scripts, one for each baseline and mode (whole texts or streams)."""
+    """Returns tables of conversions and scripts, one for each baseline and mode."""
     cells = {}
     for row in rows:
         stream, pair, script = MATRIX.fullmatch(row["operation"]).groups()

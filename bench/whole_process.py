@@ -63,7 +63,7 @@ def wall_over_minimal(command, minimal):
 
 
 def system_calls_before_work(command):
-    """Counts calls before the first output or the first use of the lock file."""
+    """Returns the number of calls before the first output or the first use of the lock file."""
     traced = subprocess.run(["strace", "-f", "-o", "/opt/trace", *command],
                             stdout=subprocess.DEVNULL)
     assert traced.returncode in (0, 255), traced
@@ -73,7 +73,7 @@ def system_calls_before_work(command):
 
 
 def peak_mib(command):
-    """Blocks the tool at its last line by a full pipe: /proc has no VmHWM after it exits."""
+    """Blocks the output of the tool by a full pipe, because /proc has no VmHWM after its exit."""
     reading, writing = os.pipe()
     os.write(writing, b"x" * fcntl.fcntl(writing, fcntl.F_GETPIPE_SZ))
     with subprocess.Popen(command, stdout=writing) as child:

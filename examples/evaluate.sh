@@ -5,7 +5,7 @@
 #
 # Exit status: 0 finished, 1 no results, 2 wrong arguments.
 #
-# Limitations of the text output, which programs with the library do not have:
+# Limitations of the text output, which do not apply to programs that use the library:
 #  - The exit status of the tool is 0 even after a failure. Only the line with the number of rows
 #    shows that the evaluation has finished.
 #  - The tool prints no reason if a poll fails.

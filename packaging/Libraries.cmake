@@ -19,7 +19,7 @@ set_target_properties(clientcompliance_shared PROPERTIES
   LINKER_LANGUAGE CXX
   LINK_DEPENDS ${version_script})
 
-# One relocatable object in which all names except the exported ones are local, because a program
+# Links one relocatable object in which only the exported names are global, because a program
 # may define its own Buffer or FileName. The COMDAT groups of templates and inline functions are
 # removed first: a linker identifies groups by name, even if the name is local, and would discard
 # either the copy of the library or that of the program.

@@ -1,8 +1,8 @@
 """The bill of materials of a release, in SPDX 2.3: bill_of_materials.py FOLDER NAME COMMIT
 
 FOLDER has the source archive NAME.tar.gz and the packages. Lists the files of the archive, the
-packages, and the third-party libraries and scripts in them. SOURCE_DATE_EPOCH has the time of the
-bill; scripts/release sets it.
+packages, and the third-party libraries and scripts in them. SOURCE_DATE_EPOCH is the creation time
+of the bill; scripts/release sets it.
 """
 
 import datetime
@@ -69,7 +69,7 @@ def source(archive, version, files):
 
 
 def library(file, license_of_library):
-    """Returns the Debian package that the file belongs to, with the licence."""
+    """Describes the Debian package that contains the file, with the licence of the library."""
     def output(*command):
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout.strip()
 

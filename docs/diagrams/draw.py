@@ -30,7 +30,7 @@ def draw(source):
     svg = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     view = re.search(r'viewBox="[^"]*"', svg)[0]
     drawing = svg[svg.index(">", svg.index("<svg")) + 1:]
-    # Titles would be tooltips with the names of the source; the page is the background.
+    # Removes titles, which browsers show as tooltips, and backgrounds, which the page has.
     drawing = re.sub(r"(?s)<!--.*?-->\n?|<title>.*?</title>\n?", "", drawing)
     drawing = re.sub(r'<polygon fill="white"[^>]*/>\n', "", drawing)
     drawing = re.sub(r' (id|font-family|textLength)="[^"]*"', "", drawing)
