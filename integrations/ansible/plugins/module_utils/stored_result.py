@@ -238,7 +238,8 @@ def _check_rows(rows):
 
 
 def _check_provenance(provenance):
-    _expect(isinstance(provenance, dict), "an object 'provenance'; version 1 has none")
+    _expect(isinstance(provenance, dict),
+            "an object 'provenance'; documents of schema version 1 have none")
     _check_facts(provenance, PROVENANCE_FACTS, ("host", "start", "end"), "provenance.")
     _expect(1 <= len(_exact_bytes(provenance, "host")) <= MAX_HOST_BYTES,
             "a host name of 1 to {0} bytes".format(MAX_HOST_BYTES))

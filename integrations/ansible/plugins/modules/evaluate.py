@@ -95,7 +95,7 @@ bad_rows:
   elements: dict
 provenance:
   description:
-    - Where, when and how the result was made, such as C(host), C(url), C(document), C(start),
+    - The facts of the evaluation, such as C(host), C(url), C(document), C(start),
       C(end), C(durationSeconds) and C(results), the number of rows with each result.
   returned: if compliance-query wrote a document
   type: dict
