@@ -1,4 +1,4 @@
-// Copies up to 16 bytes without a call or a loop.
+// Copies up to 16 bytes, on x86-64 without a call or a loop.
 #pragma once
 
 #include <cstddef>

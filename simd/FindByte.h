@@ -55,9 +55,9 @@ Vector Matches(Vector bytes, Bytes... wanted) {
 // Returns the first byte of [from, end) whose top bit `mark` sets, or `end`. `findInFew` searches
 // fewer than 8 bytes.
 //
-// The last vector ends at `end` and begins with bytes that are known not to match. 8 to 15 bytes
-// are searched as one vector of the first and the last 8 bytes: for 11 bytes "abcdefghijk" the
-// lanes are "abcdefgh" "defghijk", so lane 9 is the byte 9 - 16 + 11 = 4.
+// The last vector ends at `end`. Its bytes before `from`, if any, are known not to match. 8 to 15
+// bytes are searched as one vector of the first and the last 8 bytes: for 11 bytes "abcdefghijk"
+// the lanes are "abcdefgh" "defghijk", so lane 9 is the byte 9 - 16 + 11 = 4.
 template <class Mark, class FindInFew>
 char const* FindMarked(char const* from, char const* end, Mark mark, FindInFew findInFew) {
     if (end - from < 8)

@@ -1,8 +1,8 @@
-// No branch depends on the lengths of the sequences. Each code unit of the source has its own lane.
-// The lane of the last code unit of a sequence receives the output; four bytes of UTF-8 and
-// surrogate pairs may be divided between two lanes. A shuffle from a table then moves the lanes
-// with output to the left. A lane can access the code units before it, and so also detects
-// ill-formed sequences, which are left to the scalar code.
+// The only branches that depend on the lengths of the sequences skip the code for surrogate pairs.
+// Each code unit of the source has its own lane. The lane of the last code unit of a sequence
+// receives the output; four bytes of UTF-8 and surrogate pairs may be divided between two lanes. A
+// shuffle from a table then moves the lanes with output to the left. A lane can access the code
+// units before it, and so also detects ill-formed sequences, which are left to the scalar code.
 #include "simd/UtfMixed.h"
 
 #if SIMD_X86
@@ -28,7 +28,7 @@ struct alignas(16) Shuffle {
     unsigned char from[16];
 };
 
-// For each mask, moves the lanes of `size` bytes whose bit is set to the left. For lanes of 2 bytes
+// For each mask, moves to the left the lanes of `size` bytes whose bit is set. For lanes of 2 bytes
 // and the mask 0b00001010 the entry begins with 2 3 6 7: the lanes A B C D .. become B D ...
 template <int size>
 constexpr auto MakeLeftShuffles() {

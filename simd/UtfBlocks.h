@@ -34,6 +34,7 @@ BlockProgress ProgressBefore(unsigned others) {
 }
 
 // ---- Code units with equal values in both encodings: ASCII; between UTF-16 and UTF-32, the BMP
+// without surrogates
 
 inline TwoVectors LoadUnits(unsigned char const* from) { return Widen8(Load(from)); }
 inline TwoVectors LoadUnits(unsigned short const* from) { return {Load(from), Load(from + 8)}; }

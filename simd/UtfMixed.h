@@ -11,9 +11,9 @@
 namespace Simd {
 
 // Transcodes 16 bytes of the source in each step, and returns the progress, which excludes an
-// incomplete sequence at the end. Stops before a step with an ill-formed sequence, before 16 code
-// units with equal values in both encodings, and if the source or the target is too short for
-// another step.
+// incomplete sequence at the end. Stops before a step with an ill-formed sequence, and if the
+// source or the target is too short for another step. Also stops before a block of 16 code units,
+// counted from `from`, whose values are equal in both encodings.
 //
 // Room that a step needs in the target:
 // - from UTF-16 to UTF-8: 28 bytes

@@ -26,8 +26,8 @@ inline Vector All8(unsigned value) { return _mm_set1_epi8(static_cast<char>(valu
 inline Vector All16(unsigned value) { return _mm_set1_epi16(static_cast<short>(value)); }
 inline Vector All32(unsigned value) { return _mm_set1_epi32(static_cast<int>(value)); }
 
-// Load and store whole vectors, halves and quarters, at any address. The rest of a loaded vector is
-// zero.
+// Load and store whole vectors and halves, and load quarters, at any address. The rest of a loaded
+// vector is zero.
 inline Vector Load(void const* from) noexcept {
     return _mm_loadu_si128(static_cast<Vector const*>(from));
 }
