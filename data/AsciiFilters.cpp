@@ -7,7 +7,7 @@ namespace Ascii {
 
 namespace {
 
-// Constructs both instances before `main`, before a second thread can exist.
+// Constructs both instances before `main`, so no later call constructs one.
 [[maybe_unused]] bool const madeAtStartup = [] {
     LowerCase();
     RaiseCase();

@@ -1,10 +1,11 @@
 // Predicates that return true if the exact result of an integer operation fits the result type.
 //
 // The result type is the type of the operands; for ...Signed, the signed type of their width; for
-// ...Unsigned, the unsigned one. No predicate throws or overflows.
+// ...Unsigned, the unsigned one. No predicate throws or overflows. CanOverflowWithAdd returns the
+// opposite, and the overloads marked "Deliberate:" are not exact.
 //
-// Both operands have the same width: 8, 16, 32 or 64 bits. Other types (char, bool, long, size_t)
-// and mixed widths do not compile, because an implicit conversion could change the value.
+// Both operands have the same width: 8, 16, 32 or 64 bits. Mixed widths do not compile, because an
+// implicit conversion could change the value. Neither do other types (char, bool, long, size_t).
 #pragma once
 
 #include <concepts>
@@ -83,8 +84,8 @@ constexpr bool CanSubtractSigned(S a, U b) {
     return static_cast<S>(static_cast<U>(b + CheckedBounds::signedMin<U>)) <= a;
 }
 
-// Deliberate: these two overloads, which take an unsigned minuend, are not exact: their bounds wrap
-// around in the unsigned type. In 8 bits, the first one returns false for 0 - 0 and true for
+// Deliberate: the next two overloads, which take an unsigned minuend, are not exact: their bounds
+// wrap around in the unsigned type. In 8 bits, the first one returns false for 0 - 0 and true for
 // 200 - 0; the second one returns false for 200 - 100. These results are part of the contract.
 template <typename U, typename S>
 requires CheckedPair<S, U>

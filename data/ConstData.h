@@ -58,7 +58,7 @@ public:
     // parts are trimmed. Defined in Ascii.cpp.
     //
     // If `separator` is empty or longer than the range, the result has one part: the whole range,
-    // even if it is empty.
+    // trimmed if `trim` is true, even if it is empty.
     std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
 
     // Copies from the start as many bytes as both ranges hold, and returns the bytes of the source
@@ -71,7 +71,7 @@ private:
     }
 };
 
-// Compare the bytes, as unsigned values. A range that is a prefix of another one is less.
+// Compare the bytes, as unsigned values. A range that is a prefix of a longer one is less.
 bool operator==(ConstData const& left, ConstData const& right);
 bool operator<(ConstData const& left, ConstData const& right);
 

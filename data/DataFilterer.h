@@ -9,12 +9,14 @@
 class ConstDataRopeReference;
 class DataFilter;
 
-// Passes on one chunk of at most 1024 bytes, possibly empty, for each call of the filter.
+// Passes on one chunk of at most 1024 bytes, possibly empty, for each call of the filter. Start
+// does not reset the filter: after an abandoned stream, it still has the bytes that it holds back.
 //
 // REQUIRES: bound before Start.
 class DataFilterer : private DataReceiver {
 public:
-    // Binds the stage: its input goes through `dataFilter` to `receiver`. Returns its receiver.
+    // Binds the stage: its input goes through `dataFilter` to `receiver`. Returns the receiver of
+    // this stage.
     DataReceiver& operator()(DataReceiver& receiver, DataFilter& dataFilter);
 
 private:

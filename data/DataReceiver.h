@@ -31,7 +31,7 @@ protected:
 // stage. Its ReceiveEnd delivers the bytes still held, then calls the ReceiveEnd of the next stage.
 //
 // A stage that derives privately from its receiver class has an operator() that binds its target
-// and returns the receiver.
+// and returns the stage as a receiver.
 //
 // Error handling: an exception of a stage passes through all stages before it, and ReceiveEnd is
 // not called. The pipeline is then abandoned, or restarted by Start.

@@ -22,7 +22,7 @@ public:
 
     ~ExceptionPL() override;
 
-    // Returns the message, NUL-terminated; valid as long as the exception.
+    // Returns the message, NUL-terminated; valid until the exception is destroyed or assigned to.
     char const* what() const noexcept override;
 
 protected:

@@ -15,9 +15,10 @@ struct AsciiSet;
 //
 // - The name is the text before the first colon of the line, in lower case. It is not trimmed: a
 //   space before the colon stays. A line that starts with a colon has an empty name.
-// - The value loses its leading tabs and spaces, and keeps trailing ones.
+// - The value loses the tabs and spaces after the colon, and keeps trailing ones.
 // - A line that starts with a tab or a space continues the previous field: one space replaces the
-//   line break and the leading whitespace. Without a previous field it is dropped.
+//   line break and the leading whitespace, even if the value was empty so far. Without a previous
+//   field the line is dropped.
 // - A line without a colon is dropped, with its continuation lines.
 // - A name has at most 47 bytes. A field with a longer name is dropped.
 //
@@ -30,7 +31,7 @@ public:
     HeaderMaker();
     explicit HeaderMaker(MessageReceiver& messageReceiver);
 
-    // Binds the stage, like the constructor. Returns its receiver.
+    // Binds the stage, like the constructor. Returns the receiver of this stage.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;

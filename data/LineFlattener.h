@@ -19,8 +19,8 @@ public:
     static ConstData const space;
     static ConstData const nothing;
 
-    // Binds the stage for one stream. Returns its receiver. REQUIRES: the bytes of `newLineBreak`
-    // stay valid until ReceiveEnd.
+    // Binds the stage for one stream. Returns the receiver of this stage. REQUIRES: the bytes of
+    // `newLineBreak` stay valid until ReceiveEnd.
     LineReceiver& operator()(ConstData newLineBreak, DataReceiver& receiver);
 
 private:

@@ -18,7 +18,7 @@ public:
     LineMaker() = default;
     explicit LineMaker(LineReceiver& receiver) : target(&receiver) {}
 
-    // Binds the stage, like the constructor. Returns its receiver.
+    // Binds the stage, like the constructor. Returns the receiver of this stage.
     DataReceiver& operator()(LineReceiver& receiver);
 
     using DataReceiver::Receive;

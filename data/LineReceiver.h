@@ -1,6 +1,7 @@
 // The push protocol for lines: chunks of text, and the line breaks between them.
 //
-// All positions are offsets in the stream.
+// All positions are offsets in the whole stream, of which the lines may be a part (the body of a
+// message, a part of a file).
 #pragma once
 
 #include "data/ArrayOf.h"
@@ -17,7 +18,7 @@ class LineReceiver {
 public:
     virtual ~LineReceiver() = default;
 
-    // `position` is the offset of the stream's first byte.
+    // `position` is the offset of the first byte.
     virtual void Start(unsigned long long position) = 0;
 
     // `data` is text of the current line without line breaks, valid during the call only.
@@ -26,6 +27,6 @@ public:
     // `range` is the position of the line break.
     virtual void ReceiveLineBreak(Range<unsigned long long> range) = 0;
 
-    // `position` is the end of the stream.
+    // `position` is the offset after the last byte.
     virtual void ReceiveEnd(unsigned long long position) = 0;
 };

@@ -23,7 +23,7 @@ public:
     explicit MessageMaker(MessageReceiver& messageReceiver) : receiver(&messageReceiver) {}
     // GCOVR_EXCL_BR_STOP
 
-    // Binds the stage, like the constructor. Returns its receiver.
+    // Binds the stage, like the constructor. Returns the receiver of this stage.
     LineReceiver& operator()(MessageReceiver& messageReceiver);
 
     void Start(unsigned long long position) override;

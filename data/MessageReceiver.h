@@ -30,7 +30,8 @@ public:
     // does not own it.
     virtual DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) = 0;
 
-    // The field ended at `position`, before the line break that ended it.
+    // The field ended at `position`: the start of the line break that ended it, or the end of the
+    // stream.
     virtual void ReceiveHeaderFieldEnd(unsigned long long position) = 0;
 
     // The body begins at `position`. Returns the receiver of its lines, which must live until

@@ -1,4 +1,4 @@
-// Formats an integer in any base, without allocation.
+// Formats an integer in any base from 2 to 36, without allocation.
 #pragma once
 
 #include <cstring>
@@ -112,7 +112,7 @@ private:
     char* digits = buffer + bufferSize; // The first digit; the last one ends the buffer.
     char sign;
     bool signWanted;
-    // Not initialized: only the bytes from `digits` on are read. The last byte is for the NUL of a
+    // Not initialized: only bytes that were written are read. The last byte is for the NUL of a
     // USAsciiString.
     mutable char buffer[bufferSize + 1];
 };

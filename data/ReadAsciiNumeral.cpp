@@ -38,7 +38,8 @@ template <unsigned base>
     return NumeralReadOK;
 }
 
-// A text that the kernel rejects is parsed again to find the error.
+// A text that the kernel rejects is parsed again, to find the error. The kernel also rejects every
+// text of more than 24 characters, even if most of them are leading zeros.
 template <unsigned base>
 inline NumeralReadResult ReadUnsigned(ConstData text, Value& value) {
     if (text.IsEmpty())

@@ -6,7 +6,8 @@
 //
 // The first error from left to right is reported. If a value times the base does not fit into 64
 // bits, the next byte makes the text too large, even if that byte is invalid. So
-// "18446744073709551615x" is too large, but "1844674407370955161x" is invalid.
+// "18446744073709551615x" is too large, but "1844674407370955161x" is invalid. The range of a
+// narrower or signed type is checked last: for `unsigned int`, "4294967296x" is invalid.
 #pragma once
 
 #include "data/ConstData.h"
@@ -17,7 +18,7 @@ class NumeralTooLarge : public DebuggableException {};
 
 enum NumeralReadResult {
     NumeralReadOK,
-    NumeralReadInvalid,  // The text is empty or has an invalid byte.
+    NumeralReadInvalid,  // The text has no digit or an invalid byte.
     NumeralReadTooLarge, // The value does not fit the result type.
 };
 

@@ -12,7 +12,7 @@ namespace {
 
 // Fast path for short runs: appends a block of constant size, overwrites it with the run and erases
 // the rest. (resize would also compile code that grows the string.) XMLWriterPL, whose runs are a
-// few bytes, executes 0.89 of the instructions.
+// few bytes, executes 0.89 of the instructions that it executes with append alone.
 void Append(std::string& target, std::string_view run) {
     static constexpr std::size_t block = 16;
     static constexpr char room[block] = {};

@@ -11,7 +11,7 @@
 // REQUIRES: bound to a string before Start.
 class StringReceiver : private DataReceiver {
 public:
-    // Binds the stage to the string to fill. Returns its receiver.
+    // Binds the stage to the string to fill. Returns the receiver of this stage.
     DataReceiver& operator()(std::string& string);
 
 private:
