@@ -22,9 +22,11 @@ public:
 // often as needed, and keep it if it is sufficient. All strings of capacity 1 share one static
 // block, so making an empty string does not allocate.
 //
-// Pointers to the characters are valid until the string changes. Arguments are NUL-terminated
-// strings; only constructors and assignments accept null. An argument may be a part of this string,
-// unless stated otherwise.
+// Pointers to the characters are valid until the string changes or is destroyed. Arguments are
+// NUL-terminated strings, except those with a count; only constructors and assignments accept null.
+// An argument may be a part of this string, unless stated otherwise.
+//
+// Lengths and indexes are returned as `int`: from 2^31 on they are negative.
 //
 // Error handling: StringPLOutOfBoundsException if an index or a count is invalid, as specified
 // below, or if the capacity would exceed 4,294,967,287 bytes. A string keeps its value if an
@@ -59,6 +61,7 @@ public:
     }
 
     // The old text is freed after the new one is allocated. A null pointer counts as empty.
+    // Self-assignment changes nothing.
     //
     // Deliberate: an assigned string ends at the first NUL of its source, unlike a copy.
     StringPL& operator=(char const* text);
@@ -101,7 +104,7 @@ public:
     //
     // If it throws, the string is empty. A conversion that fails (a wide character that the locale
     // cannot encode) throws StringPLOutOfBoundsException after the capacity has doubled to its
-    // limit.
+    // limit, or std::bad_alloc if memory runs out before.
     //
     // REQUIRES: no argument points into this string.
     [[gnu::format(printf, 2, 3)]] void Format(char const* format, ...);
@@ -117,8 +120,8 @@ public:
     // The same, case-insensitive in the current locale.
     //
     // Deliberate: each match reassigns the whole string, so the time is quadratic in the number of
-    // matches. Without a match the string keeps its block. If memory runs out, the string keeps the
-    // replacements made so far.
+    // matches, and a string with embedded NULs then ends at the first one. Without a match the
+    // string keeps its block. If it throws, the string keeps the replacements made so far.
     void ReplaceNoCase(char const* search, char const* replacement);
 
     // Return the index of the first match at or after `start`, or -1. An empty pattern matches at
@@ -137,7 +140,8 @@ public:
     bool ContainsNoCase(char const* pattern) const { return FindNoCase(pattern, 0) != -1; }
 
     // Return at most `count` bytes from `start` on. A `start` is invalid if it is negative or
-    // beyond the end, a `count` if it is negative.
+    // beyond the end, a `count` if it is negative. In every substring, the bytes after an embedded
+    // NUL become NULs.
     StringPL Mid(int start, int count) const;
     StringPL Mid(int start) const;
 
@@ -196,7 +200,7 @@ private:
     char* characters;
 };
 
-// Inline and without library calls, because appending single bytes is common.
+// Inline, and without library calls for a single byte, because appending single bytes is common.
 
 inline void StringPL::AppendByte(char byte) {
     Header& header = GetHeader();

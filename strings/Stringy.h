@@ -15,7 +15,7 @@ class StringyLengthTooLong : public DebuggableException {};
 
 // There are two empty strings: the null string (made without text) and the empty string (made from
 // ""). They are equal, except in case-insensitive comparisons. Embedded NULs are kept, but
-// comparisons and searches for text end at the first NUL.
+// case-sensitive comparisons and Contains end at the first NUL.
 //
 // Pointers to the characters are valid until the string changes or is destroyed. An argument may be
 // a part of this string.
@@ -29,7 +29,8 @@ public:
     // The maximum size of text inside the object, including the NUL.
     static constexpr unsigned int smallSize = 128;
 
-    // A null pointer or a count of 0 makes the null string.
+    // A null `text`, a count of 0 and an empty range make the null string. REQUIRES: `bytes` points
+    // to `count` bytes.
     Stringy() noexcept {}
     Stringy(char const* text);
     Stringy(char const* bytes, unsigned int count);
@@ -91,7 +92,7 @@ public:
     bool StartsWithIgnoringCase(Stringy const& prefix) const;
 
     // Returns a value less than, equal to or greater than 0, like strcmp. The null string equals
-    // the empty string.
+    // the empty string; both are less than every other string, even one that begins with a NUL.
     int Compare(Stringy const& other) const;
 
     // Case-insensitive, by Ascii::CompareUppercase and Ascii::EqualIgnoringCase over all bytes and

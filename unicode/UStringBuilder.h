@@ -23,7 +23,7 @@ public:
     UStringBuilder(UStringBuilder const&) = delete;
     UStringBuilder& operator=(UStringBuilder const&) = delete;
 
-    // Returns its receiver.
+    // Returns the receiver of this stage.
     UTextReceiver<E>& operator()() { return *this; }
 
     // Returns the text received since Start, not NUL-terminated. Valid until the next call of the
