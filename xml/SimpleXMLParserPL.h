@@ -16,10 +16,11 @@
 // whether the document was complete. Another document may follow one that ended with a tag.
 //
 // Deliberate differences from the XML standard:
-// - Whitespace in a tag is the space alone. Tab, CR and LF are ordinary bytes there and become part
-//   of names. In text, whitespace and line ends are kept unchanged.
-// - Text is reported in several calls: one for each run between tags, escapes and CDATA sections,
-//   and one for each escape.
+// - Whitespace in a tag is the space alone; spaces before its name are skipped. Tab, CR and LF are
+//   ordinary bytes there and become part of names. In text, whitespace and line ends are kept
+//   unchanged.
+// - Text is reported in several calls: one for each run between tags, comments and escapes, one for
+//   each CDATA section, and one for each escape.
 // - A slash in the name of a tag makes it an end tag. Its name is the bytes before the slash and
 //   all bytes between the slash and ">", including spaces. End tags are not matched with start
 //   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After a
@@ -31,8 +32,9 @@
 //   instruction. A tag with a name such as "!DOCTYPE" is a start tag.
 // - In a CDATA section, NUL bytes are dropped.
 // - Escapes: &lt; &gt; &amp; &quot; and hexadecimal references up to 0xFF, written with a small x.
-//   A reference denotes one byte, not a code point. Every other escape is kept as written. An
-//   escape ends at the next semicolon, even if tags and quotes are before it.
+//   A reference denotes one byte, not a code point. Its digits are read by strtol: bytes after them
+//   are ignored, and a reference without digits is a NUL byte. Every other escape is kept as
+//   written. An escape ends at the next semicolon, even if tags and quotes are before it.
 //
 // Error handling: no input is an error. Exceptions of the handler and std::bad_alloc propagate from
 // Parse; the rest of the chunk is lost, and the parser stays in the state that it was leaving.

@@ -19,7 +19,7 @@
 // - Processing instructions and the XML declaration are dropped.
 //
 // The parser owns the tree. References into the tree are valid as long as the parser, until a Parse
-// or an XMLElementPL::Reset changes the element.
+// or an XMLElementPL::Reset changes the element or an element that contains it.
 class XMLTreeParserPL : public SimpleXMLParserPL {
 public:
     XMLTreeParserPL();

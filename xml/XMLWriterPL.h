@@ -1,6 +1,7 @@
 // Writes an XML document to a LineReceiver, and tracks the open elements.
 //
-// SimpleXMLParserPL can parse the output: every element gets an end tag. Not thread-safe.
+// SimpleXMLParserPL can parse the output: every element gets an end tag. xml/README.md lists the
+// differences after such a round trip. Not thread-safe.
 #pragma once
 
 #include <cstdint>
@@ -27,8 +28,10 @@ class InvalidXMLAttributeName : public ExceptionPL {
 // Calling sequence: BeginDocument; any mix of BeginElement, EndElement and content; EndDocument.
 // The order is not checked, and the destructor writes nothing: an abandoned document is incomplete.
 //
-// The receiver is called with views of the arguments, of constants, and of temporaries for escaped
-// bytes. The views are valid only during this call. The writer copies element names only.
+// The receiver is called with views of the arguments, of constants, of the copied element names,
+// and of temporaries for escaped bytes. The views are valid only during the call. The writer copies
+// element names only. All positions that it passes are 0. Line feeds in the arguments are passed as
+// text, not as line breaks.
 //
 // Escapes: "<", ">" and "&" are written as &lt; &gt; &amp; in text and attribute values.
 // Deliberate: the format of the exchange (docs/exchange.md) depends on these rules:
@@ -47,8 +50,8 @@ public:
 
     // The layouts of a document.
     enum : std::uint32_t {
-        // A line break and one tab for each open element before each start tag, and before an end
-        // tag that follows an end tag.
+        // A line break and one tab for each enclosing element before each start tag, and before an
+        // end tag that follows an end tag.
         XMLFormatTabbed = 0,
         XMLFormatLined = 1, // the same without tabs
         XMLFormatFlat = 2   // line breaks only in comments with a line feed; also for higher values
@@ -59,13 +62,15 @@ public:
         std::uint32_t number;
     };
 
-    // For elements without attributes.
+    // For elements without attributes. Not thread-safe, like every ListPL: writers in different
+    // threads need lists of their own.
     static AttributeList const emptyAttributeList;
 
     XMLWriterPL(LineReceiver& lineReceiver, XMLFormatStyle const& formatStyle);
 
     // Starts the receiver, and writes the XML declaration and the root's start tag. The name of the
-    // encoding is written unescaped; nothing is transcoded.
+    // encoding is written unescaped; nothing is transcoded. Throws like BeginElement, but after the
+    // declaration is written.
     void BeginDocument(StringPL const& rootName, AttributeList const& attributes,
                        NullOr<StringPL> const& encoding);
 
@@ -96,8 +101,8 @@ public:
     // first byte, the text is written between two line breaks, in all layouts.
     //
     // Deliberate: the second of two dashes is dropped, because "--" is not allowed in a comment.
-    // The byte after it is not examined. So three dashes leave two, and a line feed at that
-    // position does not count.
+    // The byte after it is not examined. So three dashes leave two, which end the comment if ">"
+    // follows, and a line feed at that position does not count.
     void WriteComment(StringPL text);
 
     // Write the text with escapes, and nothing else. With `isUTF8`, bytes from 0x80 on are not
