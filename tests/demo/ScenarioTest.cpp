@@ -1,7 +1,5 @@
 #include "demo/Scenario.h"
 
-#include <limits>
-
 #include <gtest/gtest.h>
 
 namespace {

@@ -1,8 +1,6 @@
 // The stand-in agent as a program, in sandboxes: with requests as raw bytes, and with the real
 // tool.
-#include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 
 #include <sys/inotify.h>

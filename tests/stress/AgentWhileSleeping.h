@@ -4,10 +4,6 @@
 // They allocate no memory, so an AllocationCounter counts only the allocations of the product.
 #pragma once
 
-#include <cstddef>
-#include <optional>
-#include <string>
-
 #include "tests/support/AgentScript.h"
 #include "tests/support/OtherProcess.h"
 

@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <filesystem>
-#include <map>
 
 #include "data/DataReceiver.h"
 #include "files/AdviceFileTypes.h"

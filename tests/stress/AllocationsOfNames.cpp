@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 
 #include "files/EncodedNames.h"
 #include "files/FileErrors.h"

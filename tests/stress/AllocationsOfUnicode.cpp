@@ -1,5 +1,3 @@
-#include <cstdint>
-
 #include "data/Numeral.h"
 #include "tests/stress/Operations.h"
 #include "tests/stress/TestCases.h"

@@ -1,6 +1,5 @@
 // An evaluation through the C API in which each allocation fails, once and together with all later
 // ones. AllocationsOf*.cpp do the same for single operations.
-#include <array>
 #include <cstdio>
 #include <iostream>
 #include <new>

@@ -1,7 +1,6 @@
 // The recorded system calls of a program, for comparison with the model.
 #pragma once
 
-#include <cstddef>
 #include <string>
 #include <vector>
 

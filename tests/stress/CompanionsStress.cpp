@@ -2,7 +2,6 @@
 // each call failing. The first two also with each allocation failing. Invariants: a result file is
 // the complete old or new file; a response is complete or absent; the lock is free; no other file
 // changes.
-#include <map>
 #include <set>
 
 #include <nlohmann/json.hpp>

@@ -5,13 +5,9 @@
 // DocumentReader --arena FILE...: allocates from one block and releases nothing. Then only the
 // product executes instructions: the allocator of the C library works in bursts, which would
 // distort a comparison of two sizes.
-#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <new>
-#include <string>
 #include <utility>
 
 #include <sys/mman.h>

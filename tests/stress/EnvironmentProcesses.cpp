@@ -1,10 +1,7 @@
 // Detection of the agent's process, by name and state.
 //
 // In every test a request is pending: a tool that finds an agent prints -5, and otherwise -2.
-#include <fstream>
-#include <thread>
 
-#include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 

@@ -1,8 +1,6 @@
 // Every kind of entry at the four fixed paths, as data: the output of the tool, and the remaining
 // entries. docs/exchange.md has the same as a table. Surprising outcomes are deliberate.
 
-#include <sys/mount.h>
-
 #include "tests/stress/ToolTest.h"
 
 namespace {

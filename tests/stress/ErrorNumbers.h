@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <string>
-#include <string_view>
 #include <vector>
 
 struct CallErrors {

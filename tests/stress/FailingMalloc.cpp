@@ -1,7 +1,6 @@
 // Fails the allocations that do not use operator new, of the product or of the C library. A program
 // that links this source uses --wrap for each of these functions.
 #include <cerrno>
-#include <cstddef>
 #include <cstdio>
 
 #include <dirent.h>

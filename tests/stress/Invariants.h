@@ -4,8 +4,6 @@
 // REQUIRES: the body of a Sandbox; the requests are those of `-c url doc`.
 #pragma once
 
-#include <string>
-
 #include "tests/support/ScriptedAgent.h"
 
 namespace Stress {

@@ -6,11 +6,6 @@
 // REQUIRES: a sandbox. The leak checker is off, because LeakSanitizer is a tracer itself.
 #pragma once
 
-#include <cstddef>
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "tests/support/OtherProcess.h"
 #include "tests/system/Tool.h"
 

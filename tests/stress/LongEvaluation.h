@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "tests/support/AgentScript.h"
 #include "tests/system/Documents.h"
 

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <iostream>
 
 #include <cxxabi.h>
-#include <unistd.h>
 
 #include "tests/stress/TestCases.h"
 #include "tests/support/Sandbox.h"

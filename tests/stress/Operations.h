@@ -1,14 +1,8 @@
 // Runs operations of the product with each of their allocations failing.
 #pragma once
 
-#include <cstddef>
 #include <exception>
-#include <functional>
-#include <memory>
 #include <optional>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 

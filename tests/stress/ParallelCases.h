@@ -1,15 +1,7 @@
 // Runs test cases in parallel, each in its own sandbox.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <cstddef>
 #include <cstdlib>
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"

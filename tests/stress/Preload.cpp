@@ -23,8 +23,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <string>
-#include <vector>
 
 #include <dirent.h>
 #include <dlfcn.h>

@@ -3,10 +3,6 @@
 // REQUIRES: the body of a sandbox.
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "tests/stress/CallTrace.h"
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"

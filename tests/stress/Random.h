@@ -1,7 +1,6 @@
 // Random numbers from a seed: the same with every compiler and library.
 #pragma once
 
-#include <cstddef>
 #include <initializer_list>
 #include <random>
 #include <vector>

@@ -1,7 +1,5 @@
 // Short writes at every byte, full disks, and read-only or separate file systems. tests/system has
 // single cases of each kind.
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 
 #include "tests/stress/PreloadedProgram.h"

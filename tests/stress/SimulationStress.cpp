@@ -1,7 +1,6 @@
 // Random callers and random agents on a simulated clock, compared with the reference model.
 //
 // SIMULATION_SEED=n makes a test run only that seed.
-#include <array>
 #include <cstdlib>
 #include <set>
 

@@ -1,8 +1,6 @@
 // Creating, removing, copying and moving.
 #include "tests/stress/SystemCallsOperations.h"
 
-#include <filesystem>
-
 #include "files/FileLoop.h"
 #include "files/FileOperations.h"
 #include "files/FileRetry.h"

@@ -1,8 +1,6 @@
 // Items, the lock, and the search for the agent.
 #include "tests/stress/SystemCallsOperations.h"
 
-#include <filesystem>
-
 #include <unistd.h>
 
 #include "compliance/InterProcessLock.h"

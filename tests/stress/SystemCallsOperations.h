@@ -5,11 +5,8 @@
 #pragma once
 
 #include <cerrno>
-#include <filesystem>
 #include <functional>
-#include <string>
 #include <type_traits>
-#include <vector>
 
 #include "files/FileLocation.h"
 #include "tests/files/Files.h"

@@ -2,19 +2,9 @@
 // error number of its manual page, once and together with all later ones. The test compares class,
 // paths and error code of the exception, and detects lost descriptors. SystemCallsExchange.cpp has
 // the calls of whole evaluations.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstddef>
-#include <cstring>
-#include <filesystem>
 #include <map>
-#include <set>
-#include <string>
-#include <tuple>
-#include <vector>
 
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"

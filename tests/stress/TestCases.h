@@ -1,9 +1,6 @@
 // The number of test cases, which scripts/stress counts.
 #pragma once
 
-#include <cstddef>
-
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 

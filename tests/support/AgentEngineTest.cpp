@@ -1,10 +1,7 @@
 #include "tests/support/AgentEngine.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
-#include <string>
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -2,10 +2,7 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
-#include <initializer_list>
 #include <string>
-#include <string_view>
 
 #include "tests/support/AgentEngine.h"
 

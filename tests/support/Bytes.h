@@ -1,11 +1,9 @@
 // Bytes for tests: literals with embedded NULs, random texts, and a readable form for failures.
 #pragma once
 
-#include <cstddef>
 #include <cstdio>
 #include <ostream>
 #include <random>
-#include <string>
 #include <string_view>
 
 #include "data/Buffer.h"

@@ -2,9 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
-#include <string>
-#include <utility>
 
 #include "data/Buffer.h"
 #include "data/ConstData.h"

@@ -2,11 +2,7 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "data/ConstData.h"
 

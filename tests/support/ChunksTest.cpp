@@ -1,10 +1,6 @@
 #include "tests/support/Chunks.h"
 
 #include <set>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/ForEachSplit.h"
 

@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <ostream>
 #include <stdexcept>
 
 #include "tests/support/Sandbox.h"

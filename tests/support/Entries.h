@@ -1,9 +1,7 @@
 // Directory entries at the paths of the exchange, as values and on disk.
 #pragma once
 
-#include <iosfwd>
 #include <map>
-#include <string>
 
 #include "tests/support/AgentScript.h"
 

@@ -1,11 +1,7 @@
 #include "tests/support/FailingAllocation.h"
 
-#include <cstdint>
-#include <memory>
 #include <new>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,6 @@
 // Runs a test for many ways to split an input into chunks.
 #pragma once
 
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "tests/support/Bytes.h"

@@ -4,9 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <string_view>
 #include <system_error>
-#include <tuple>
 
 #include <fcntl.h>
 #include <sys/prctl.h>

@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <string_view>
-#include <utility>
 
 // Returns the message without a newline at its end. GoogleTest appends one from version 1.15 on,
 // each time that a failure is reported.

@@ -2,10 +2,8 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <cstdio>
 #include <fstream>
-#include <ostream>
 #include <stdexcept>
 #include <system_error>
 #include <thread>

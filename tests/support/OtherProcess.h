@@ -6,11 +6,9 @@
 
 #include <chrono>
 #include <functional>
-#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <sys/resource.h>

@@ -1,7 +1,6 @@
 #include "tests/support/OtherProcess.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <csignal>
 #include <cstdlib>

@@ -6,10 +6,6 @@
 #pragma once
 
 #include <deque>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,6 @@
 #include "tests/support/RecordingReceivers.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest-spi.h>
-#include <gtest/gtest.h>
 
 namespace {
 

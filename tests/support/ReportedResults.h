@@ -2,10 +2,6 @@
 #pragma once
 
 #include <gtest/gtest-spi.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 #include "tests/support/ForwardedFailures.h"
 

@@ -10,7 +10,6 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <system_error>
 
 #include <fcntl.h>
 #include <grp.h>

@@ -6,9 +6,8 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
-#include <string>
-#include <vector>
+
+#include <gmock/gmock.h>
 
 namespace Sandbox {
 

@@ -1,18 +1,12 @@
 #include "tests/support/Sandbox.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ReportedResults.h"

@@ -5,11 +5,7 @@
 #pragma once
 
 #include <atomic>
-#include <chrono>
-#include <cstddef>
 #include <memory>
-#include <string>
-#include <string_view>
 #include <thread>
 #include <vector>
 

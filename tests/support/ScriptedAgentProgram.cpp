@@ -3,7 +3,6 @@
 #include <csignal>
 #include <iostream>
 #include <iterator>
-#include <string>
 
 #include <time.h>
 #include <unistd.h>

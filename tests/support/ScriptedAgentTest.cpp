@@ -1,12 +1,8 @@
 #include "tests/support/ScriptedAgent.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
-#include <string>
-#include <thread>
 
 #include "tests/support/Sandbox.h"
 

@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <system_error>
 
 #include <sys/mount.h>
 

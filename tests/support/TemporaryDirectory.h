@@ -6,8 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
-#include <string>
-#include <system_error>
 
 #include <stdlib.h>
 #include <unistd.h>

@@ -2,8 +2,6 @@
 // memory when they are read.
 #pragma once
 
-#include <cstddef>
-
 #include <sys/mman.h>
 
 #include "data/ConstData.h"

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <string>
 #include <vector>
 
 #include "tests/support/AgentScript.h"

@@ -1,5 +1,4 @@
 // The tool when memory is exhausted, and its memory consumption.
-#include <sys/resource.h>
 
 #include "tests/system/ToolTest.h"
 

@@ -5,9 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <optional>
 #include <stdexcept>
-#include <string>
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,7 +1,5 @@
 #include "tests/system/Tool.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>

@@ -3,10 +3,6 @@
 // REQUIRES: the body of a Sandbox. Every run checks that the tool writes nothing to standard error.
 #pragma once
 
-#include <chrono>
-#include <string>
-#include <vector>
-
 #include "tests/support/OtherProcess.h"
 #include "tests/support/ScriptedAgent.h"
 

@@ -1,27 +1,10 @@
 // The common includes and checks of the tests that run the real tool.
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <cstddef>
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <ostream>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "tests/support/Entries.h"
 #include "tests/support/Sandbox.h"
