@@ -28,6 +28,13 @@ bool Await(std::function<bool()> const& condition, milliseconds limit = millisec
     return condition();
 }
 
+// Installs the stand-in agent and its scenario. Returns the command that runs it.
+std::vector<std::string> Install(std::string const& scenario) {
+    Sandbox::InstallAgent(VESKA_CLIENT);
+    WriteWholeFile(scenarioFile, scenario);
+    return {agentProgram, scenarioFile};
+}
+
 // The stand-in agent, installed and started by the constructor.
 class StandIn {
 public:
@@ -56,12 +63,6 @@ public:
     pid_t pid() const { return program.pid(); }
 
 private:
-    static std::vector<std::string> Install(std::string const& scenario) {
-        Sandbox::InstallAgent(VESKA_CLIENT);
-        WriteWholeFile(scenarioFile, scenario);
-        return {agentProgram, scenarioFile};
-    }
-
     OtherProgram program;
 };
 
@@ -103,8 +104,7 @@ void ExpectResult(int status, std::string const& output, std::string const& erro
 
 TEST(StandInAgentTest, ReportsFileLineAndReasonOfAScenarioError) {
     Sandbox::Run([] {
-        Sandbox::InstallAgent(VESKA_CLIENT);
-        WriteWholeFile(scenarioFile, "# fine\nfinish\nprogress x\n");
+        Install("# fine\nfinish\nprogress x\n");
         std::string const error = "VeskaClient: /opt/test.scenario:3: 'x' is not a number from "
                                   "-2147483648 to 2147483647\n";
         ExpectResult(1, "", error, RunStandIn({scenarioFile}));
@@ -114,10 +114,9 @@ TEST(StandInAgentTest, ReportsFileLineAndReasonOfAScenarioError) {
 }
 
 SANDBOX_TEST(StandInAgentTest, ReportsUnreadableScenario) {
-    Sandbox::InstallAgent(VESKA_CLIENT);
+    Install("");
     for (std::string const name : {"/opt/missing", "/opt"})
         ExpectResult(1, "", "VeskaClient: " + name + ": cannot be read\n", RunStandIn({name}));
-    WriteWholeFile(scenarioFile, "");
     ExpectResult(1, "",
                  "VeskaClient: /opt/test.scenario:1: no statement answers a Progress request\n",
                  RunStandIn({scenarioFile}));
@@ -125,8 +124,7 @@ SANDBOX_TEST(StandInAgentTest, ReportsUnreadableScenario) {
 
 TEST(StandInAgentTest, CheckOfAValidScenarioHasNoEffect) {
     Sandbox::Run([] {
-        Sandbox::InstallAgent(VESKA_CLIENT);
-        WriteWholeFile(scenarioFile, "finish\n");
+        Install("finish\n");
         for (char const* const file : {scenarioFile, DEMO_SCENARIO})
             ExpectResult(0, "", "", RunStandIn({"--check", file}));
         EXPECT_FALSE(Exists("/var/opt/VeskaClient"));

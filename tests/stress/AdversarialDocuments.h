@@ -3,10 +3,7 @@
 
 #include <fstream>
 #include <stdexcept>
-#include <string>
 #include <vector>
-
-namespace Stress {
 
 // A document of the bytes `head`, n times `unit`, n times `unitBehind`, and `tail`.
 struct AdversarialDocument {
@@ -120,5 +117,3 @@ inline std::vector<AdversarialDocument> const& AdversarialDocuments() {
     }();
     return all;
 }
-
-} // namespace Stress

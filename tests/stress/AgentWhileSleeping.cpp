@@ -6,12 +6,10 @@
 
 namespace {
 
-Stress::AgentWhileSleeping* active = nullptr;
+AgentWhileSleeping* active = nullptr;
 std::size_t sleeps = 0;
 
 } // namespace
-
-namespace Stress {
 
 AgentWhileSleeping::AgentWhileSleeping(AgentScript const& theScript)
     : script(theScript.text()), process(Sandbox::InstallIdleAgent()) {
@@ -32,10 +30,8 @@ void AgentWhileSleeping::Sleep(unsigned int seconds) {
         active->engine->Advance(static_cast<AgentEngine::Nanoseconds>(sleeps));
 }
 
-} // namespace Stress
-
 extern "C" unsigned int sleep(unsigned int seconds) {
-    Stress::AgentWhileSleeping::Sleep(seconds);
+    AgentWhileSleeping::Sleep(seconds);
     return 0;
 }
 

@@ -7,8 +7,6 @@
 #include "tests/support/AgentScript.h"
 #include "tests/support/OtherProcess.h"
 
-namespace Stress {
-
 // Plays the script from its construction to its destruction. Also runs a process with the agent's
 // name. At most one object exists at a time.
 //
@@ -33,5 +31,3 @@ private:
     std::optional<AgentEngine> engine;
     OtherProgram const process;
 };
-
-} // namespace Stress

@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <filesystem>
 
 #include "data/DataReceiver.h"
 #include "files/AdviceFileTypes.h"
@@ -22,9 +21,6 @@
 #include "tests/system/Tool.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using namespace Stress;
 
 // Longer than the internal storage of FileName and FileLocation.
 char const otherFile[] = "17 is aNameThatIsLongEnough.txt";

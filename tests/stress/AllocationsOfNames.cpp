@@ -1,7 +1,3 @@
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-
 #include "files/EncodedNames.h"
 #include "files/FileErrors.h"
 #include "files/FileLocation.h"
@@ -13,8 +9,6 @@
 #include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 // Longer than the internal storage of FileName and FileLocation.
 char const longFileName[] = "17 is aNameThatIsLongEnough.txt";

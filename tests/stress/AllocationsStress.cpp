@@ -1,7 +1,6 @@
 // An evaluation through the C API in which each allocation fails, once and together with all later
 // ones. AllocationsOf*.cpp do the same for single operations.
 #include <cstdio>
-#include <iostream>
 #include <new>
 
 #include "compliance/Compliance.h"
@@ -9,14 +8,10 @@
 #include "tests/stress/AgentWhileSleeping.h"
 #include "tests/stress/LongEvaluation.h"
 #include "tests/stress/Operations.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 #include "tests/support/FailingAllocation.h"
 
 namespace {
-
-using Stress::AgentWhileSleeping;
-using Stress::doc;
-using Stress::url;
 
 // Created before any allocation fails.
 RowTexts const expectedRow = LongRowRead();
@@ -133,7 +128,7 @@ void ExpectStatedPolls(Evaluated const& result) {
 void ExpectOwnFilesOnly(bool writeFailed) {
     std::string const names = ListDirectory(ScriptedAgent::requestDirectory);
     if (names == "lockfile request.xml " || names == "request.xml ") {
-        Stress::ExpectPartOfRequest(ReadBytes(ScriptedAgent::request));
+        ExpectPartOfRequest(ReadBytes(ScriptedAgent::request));
         EXPECT_TRUE(writeFailed);
     } else {
         EXPECT_TRUE(names == "lockfile " || names.empty()) << names;
@@ -175,11 +170,11 @@ bool Fail(AgentWhileSleeping& agent, std::size_t n, FailingAllocation::Extent ex
 }
 
 TEST(QuickAllocations, FailuresInAnExchangeHaveDocumentedResults) {
-    Stress::TestInSandbox([] {
-        AgentWhileSleeping agent(Stress::ServingAgent());
+    TestInSandbox([] {
+        AgentWhileSleeping agent(ServingAgent());
         ExpectUsualResult(Evaluate(~std::size_t{0}, FailingAllocation::Once));
         ForgetRows();
-        std::size_t const failures = Stress::FailEachAllocation(
+        std::size_t const failures = FailEachAllocation(
             "a whole exchange", [&](auto n, auto extent) { return Fail(agent, n, extent); });
         std::cout << "a whole exchange: " << failures << " allocations failed\n";
         return failures;

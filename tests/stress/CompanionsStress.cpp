@@ -11,7 +11,7 @@
 #include "tests/stress/Invariants.h"
 #include "tests/stress/KilledTool.h"
 #include "tests/stress/ParallelCases.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
 
@@ -175,22 +175,17 @@ std::vector<std::string> RecordCalls(Subject const& subject) {
             text += call.name + '\n';
         return text;
     })[0];
-    std::vector<std::string> calls;
-    std::istringstream lines(names);
-    for (std::string line; std::getline(lines, line);)
-        calls.push_back(line);
-    return calls;
-}
-
-bool IsOfTheStart(std::string const& call) {
-    return call == "brk" || call == "mmap" || call.starts_with("call");
+    std::istringstream words(names);
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 // Omits the first calls, and brk until the relocated data is protected: the C library ends or
 // crashes a program that has no memory before main.
 std::vector<Fault> FaultsOf(std::vector<std::string> const& calls) {
     std::vector<Fault> faults;
-    auto const first = std::ranges::find_if_not(calls, IsOfTheStart);
+    auto const first = std::ranges::find_if_not(calls, [](std::string const& call) {
+        return call == "brk" || call == "mmap" || call.starts_with("call");
+    });
     auto const isProtected = std::ranges::find(calls, "mprotect");
     for (auto call = first; call != calls.end(); ++call)
         if (*call != "brk" || call > isProtected)
@@ -212,17 +207,13 @@ void TryEach(char const* what, std::vector<std::size_t> const& numbers, TestCase
     CountTestCases(numbers.size());
 }
 
-// The calls that can change the state on disk.
-bool ChangesState(std::string const& call) {
-    return std::set<std::string>{"exit_group", "fsync", "rename"}.contains(call);
-}
-
 // Each step-th call, and all calls that can change the state on disk.
 void KillAtCalls(Subject const& subject, std::size_t step) {
+    std::set<std::string> const changes = {"exit_group", "fsync", "rename"};
     auto const calls = RecordCalls(subject);
     std::vector<std::size_t> numbers;
     for (std::size_t number = 0; number < calls.size(); ++number)
-        if (number % step == 0 || ChangesState(calls[number]))
+        if (number % step == 0 || changes.contains(calls[number]))
             numbers.push_back(number);
     TryEach("killed at call", numbers, [&](std::size_t number) {
         KilledRun const result =
@@ -286,11 +277,8 @@ TEST_P(QuickCompanions, InvariantsHoldAfterKillAtSomeCalls) { KillAtCalls(GetPar
 TEST_P(FullCompanions, InvariantsHoldAfterKillAtEachCall) { KillAtCalls(GetParam(), 1); }
 TEST_P(QuickCompanions, InvariantsHoldAfterSomeFailingCalls) { FailCalls(GetParam(), 83); }
 TEST_P(FullCompanions, InvariantsHoldAfterEachFailingCall) { FailCalls(GetParam(), 1); }
-constexpr auto nameOf = [](auto const& test) {
-    return test.param.name;
-};
-INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), nameOf);
-INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), nameOf);
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), NameOfRow);
 
 #ifdef CC_FAILING_MALLOC_LIBRARY
 
@@ -347,17 +335,10 @@ TEST_P(FullCompanionAllocations, InvariantsHoldIfEachFailsFromThenOn) {
     FailAllocations(GetParam(), 1, "+");
 }
 
-std::vector<Subject> DynamicSubjects() {
-    std::vector<Subject> dynamic = subjects;
-    std::erase_if(dynamic,
-                  [](Subject const& subject) { return subject.dynamicProgram == nullptr; });
-    return dynamic;
-}
-
-INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
-                         nameOf);
-INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, testing::ValuesIn(DynamicSubjects()),
-                         nameOf);
+// The stand-in agent, the last one, is not among them.
+auto const dynamicSubjects = testing::ValuesIn(subjects.begin(), subjects.end() - 1);
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, dynamicSubjects, NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, dynamicSubjects, NameOfRow);
 
 #endif
 

@@ -1,10 +1,8 @@
 // Many tools compete for one lock: exactly one runs, and all others fail immediately.
 
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 // Many tools that start at the same time, when a gate opens.
 class Contenders {

@@ -12,11 +12,9 @@
 #include "tests/stress/AdversarialDocuments.h"
 #include "tests/stress/AgentWhileSleeping.h"
 #include "tests/stress/LongEvaluation.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 constexpr std::size_t gibibyte = std::size_t{1} << 30;
 constexpr std::size_t kibibyte = 1024;
@@ -144,8 +142,7 @@ TEST_P(FullDocumentsOfTool, IsReadWithinLimits) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(FullSize, FullDocumentsOfTool,
-                         testing::ValuesIn(DocumentsOfTool()),
+INSTANTIATE_TEST_SUITE_P(FullSize, FullDocumentsOfTool, testing::ValuesIn(DocumentsOfTool()),
                          NameOf);
 
 // The outcome of a prefix, also after all polls of an exchange.

@@ -1,11 +1,9 @@
 // Every kind of entry at the four fixed paths, as data: the output of the tool, and the remaining
 // entries. docs/exchange.md has the same as a table. Surprising outcomes are deliberate.
 
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 std::string const lockFile = ScriptedAgent::lockFile;
 std::string const request = ScriptedAgent::request;

@@ -4,11 +4,10 @@
 #include "tests/stress/Invariants.h"
 #include "tests/stress/ParallelCases.h"
 #include "tests/stress/Random.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
 
-using namespace Stress;
 using std::chrono::milliseconds;
 
 // The behaviour of the agent, the time of the kill, and the output of a complete run.

@@ -1,7 +1,7 @@
 // The tool is killed at the specified call, and the calls have the right names.
 #include "tests/stress/KilledTool.h"
 
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
 

@@ -1,12 +1,11 @@
 // A tool that is killed at any system call leaves a state in which the next evaluation works.
 #include <iterator>
 #include <set>
-#include <sstream>
 
 #include "tests/stress/Invariants.h"
 #include "tests/stress/KilledTool.h"
 #include "tests/stress/ParallelCases.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
 
@@ -222,7 +221,7 @@ TEST_P(FullKills, InvariantsHoldAfterKillAtEachCall) {
 INSTANTIATE_TEST_SUITE_P(FullKills, FullKills,
                          testing::Values(answered, notRunning, neverTaken, pollReplacedByClose,
                                          putBackReplacedByPoll),
-                         [](auto const& test) { return test.param.name; });
+                         NameOfRow);
 
 // The points between which the state on disk changes, in parallel.
 void KillAtPlaces(Scenario const& scenario, std::vector<Place> const& places) {

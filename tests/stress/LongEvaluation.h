@@ -6,8 +6,6 @@
 #include "tests/support/AgentScript.h"
 #include "tests/system/Documents.h"
 
-namespace Stress {
-
 constexpr char url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
 constexpr char doc[] = "A document with a name that is long enough.xml";
 
@@ -29,5 +27,3 @@ inline void ExpectPartOfRequest(std::string const& bytes) {
                 std::string(closeRequest).starts_with(bytes))
         << bytes;
 }
-
-} // namespace Stress

@@ -2,13 +2,12 @@
 #pragma once
 
 #include <exception>
-#include <optional>
+#include <iostream>
 
-#include <gtest/gtest.h>
+#include <cxxabi.h>
 
+#include "tests/stress/TestCases.h"
 #include "tests/support/FailingAllocation.h"
-
-namespace Stress {
 
 // The documented state of an object after an operation on it failed for lack of memory.
 struct Stated {
@@ -26,12 +25,63 @@ struct Stated {
     bool throwsBadAlloc = true;
 };
 
+// More than any operation here needs. Detects an operation that does not terminate.
+constexpr std::size_t maxAllocations = 20'000;
+constexpr std::size_t none = ~std::size_t{0};
+
+inline std::string NameOfPresentException() {
+    int status = 0;
+    std::unique_ptr<char, void (*)(void*)> const name(
+        abi::__cxa_demangle(abi::__cxa_current_exception_type()->name(), nullptr, nullptr, &status),
+        &std::free);
+    return name.get();
+}
+
+inline std::string Describe(std::exception_ptr const& thrown) {
+    if (thrown == nullptr)
+        return "";
+    try {
+        std::rethrow_exception(thrown);
+    } catch (std::exception const& error) {
+        char const* const words = error.what();
+        return NameOfPresentException() + ": " + (words == nullptr ? "null" : words);
+    } catch (...) {
+        return NameOfPresentException();
+    }
+}
+
+// The number that the next file descriptor would get.
+inline int NextDescriptor() {
+    int const next = dup(STDERR_FILENO);
+    close(next);
+    return next;
+}
+
 // Fails the first, the second ... allocation, once and together with all later ones, until `fail`
 // makes fewer. `fail` returns whether an allocation failed. It must not leak a block or a file
 // descriptor. Returns the number of failed allocations.
-std::size_t
+inline std::size_t
 FailEachAllocation(std::string const& name,
-                   std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail);
+                   std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail) {
+    std::size_t failures = 0;
+    for (auto const extent : {FailingAllocation::Once, FailingAllocation::FromThenOn}) {
+        std::size_t n = 1;
+        for (bool failed = true; failed && !testing::Test::HasFailure(); n += failed) {
+            SCOPED_TRACE(
+                name + ", allocation " + std::to_string(n) +
+                (extent == FailingAllocation::Once ? " fails" : " and all later ones fail"));
+            int const descriptor = NextDescriptor();
+            AllocationCounter const counter;
+            failed = fail(n, extent);
+            EXPECT_EQ(0, counter.Held()) << "blocks leaked, or were released twice";
+            EXPECT_EQ(descriptor, NextDescriptor()) << "a file descriptor leaked";
+            EXPECT_LT(n, maxAllocations) << "does not end";
+        }
+        failures += n - 1;
+    }
+    EXPECT_LT(0u, failures) << name << " requests no memory";
+    return failures;
+}
 
 // An expression or, for an object `it`, a statement: its text as a name, and a function.
 #define CC_TRY(...)         \
@@ -46,7 +96,9 @@ FailEachAllocation(std::string const& name,
 struct AsText {
     std::string operator()(std::string const& text) const { return text; }
     std::string operator()(std::size_t number) const { return std::to_string(number); }
-    std::string operator()(std::exception const& error) const { return error.what(); }
+    std::string operator()(std::exception const& error) const {
+        return error.what() == nullptr ? "null" : error.what();
+    }
 };
 
 // Returns the texts of the items, each followed by "|".
@@ -97,7 +149,10 @@ public:
     }
 
     // Fails each allocation, once and together with all later ones. Returns the number of failures.
-    std::size_t FailEach() const;
+    std::size_t FailEach() const {
+        RunWithoutFaults();
+        return FailEachAllocation(name, [this](auto n, auto extent) { return Fail(n, extent); });
+    }
 
 private:
     // Instantiated once for each type of object. Hundreds of operations have their own functions,
@@ -135,13 +190,81 @@ private:
         std::string thrown;
     };
 
-    Outcome Run(void* object, std::size_t n, FailingAllocation::Extent extent) const;
-    bool Fail(std::size_t n, FailingAllocation::Extent extent) const;
-    void CheckThrown(std::string const& thrown) const;
+    Outcome Run(void* object, std::size_t n, FailingAllocation::Extent extent) const {
+        Outcome outcome;
+        std::exception_ptr thrown;
+        {
+            FailingAllocation const failing(n, extent);
+            try {
+                actOn(object);
+            } catch (...) {
+                thrown = std::current_exception();
+            }
+            outcome.failed = failing.HasFailed();
+        }
+        outcome.thrown = Describe(thrown);
+        return outcome;
+    }
+
+    bool Fail(std::size_t n, FailingAllocation::Extent extent) const {
+        std::shared_ptr<void> object = makeObject();
+        std::string const before = viewOf(object.get());
+        Outcome const outcome = Run(object.get(), n, extent);
+        if (!outcome.failed) {
+            EXPECT_EQ(usualThrown, outcome.thrown);
+            EXPECT_EQ(usualView, viewOf(object.get()));
+            return false;
+        }
+        CheckThrown(outcome.thrown);
+        if (stated.state != Stated::Abandoned)
+            CheckView(before, outcome.thrown, viewOf(object.get()));
+        if (stated.state == Stated::Abandoned || stated.state == Stated::Lost) {
+            object = nullptr;
+            object = makeObject();
+        }
+        CheckSecondTry(object.get());
+        return true;
+    }
+
+    void CheckThrown(std::string const& thrown) const {
+        bool const isStated =
+            (thrown == "std::bad_alloc: std::bad_alloc" && stated.throwsBadAlloc) ||
+            thrown == usualThrown ||
+            std::any_of(stated.outcomes.begin(), stated.outcomes.end(),
+                        [&](std::string const& other) {
+                            return other.empty() ? thrown.empty() : thrown.starts_with(other);
+                        });
+        EXPECT_TRUE(isStated) << "threw " << (thrown.empty() ? "nothing" : thrown);
+    }
+
+    // If the result is the expected one, the state must be the expected one too, unless the operation
+    // may also return without an effect.
     void CheckView(std::string const& before, std::string const& thrown,
-                   std::string const& view) const;
-    void CheckSecondTry(void* object) const;
-    void RunWithoutFaults() const;
+                   std::string const& view) const {
+        bool const mayDoNothing =
+            std::find(stated.outcomes.begin(), stated.outcomes.end(), "") != stated.outcomes.end();
+        if (thrown == usualThrown && !mayDoNothing) {
+            EXPECT_EQ(usualView, view);
+        } else if (stated.state == Stated::Unchanged) {
+            EXPECT_TRUE(view == before || view == usualView)
+                << "was " << before << "\nand is " << view;
+        } else if (stated.state == Stated::Shown) {
+            EXPECT_EQ(stated.shown, view);
+        } else if (stated.state == Stated::Lost) {
+            EXPECT_TRUE(view == before || view == stated.shown) << view;
+        }
+    }
+
+    void CheckSecondTry(void* object) const {
+        EXPECT_EQ(usualThrown, Run(object, none, FailingAllocation::Once).thrown);
+        EXPECT_EQ(usualView, viewOf(object));
+    }
+
+    void RunWithoutFaults() const {
+        std::shared_ptr<void> const object = makeObject();
+        usualThrown = Run(object.get(), none, FailingAllocation::Once).thrown;
+        usualView = viewOf(object.get());
+    }
 
     std::string name;
     Stated stated;
@@ -155,12 +278,26 @@ private:
 
 using Operations = std::vector<Operation>;
 
-Operations Join(std::vector<Operations> const& parts);
+inline Operations Join(std::vector<Operations> const& parts) {
+    Operations all;
+    for (Operations const& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
 
 // Fails each allocation of each operation. Prints and returns the number of failures.
-std::size_t FailEachOf(std::string const& folder, Operations const& operations);
+inline std::size_t FailEachOf(std::string const& folder, Operations const& operations) {
+    std::size_t failures = 0;
+    for (Operation const& operation : operations)
+        if (!testing::Test::HasFailure())
+            failures += operation.FailEach();
+    std::cout << folder << ": " << operations.size() << " operations, " << failures
+              << " allocations failed\n";
+    return failures;
+}
+
 // Runs a body that returns the number of failed allocations, in a sandbox with the agent's
 // directories and an empty "/tmp".
-void TestInSandbox(std::function<std::size_t()> const& body);
-
-} // namespace Stress
+inline void TestInSandbox(std::function<std::size_t()> const& body) {
+    CountTestCasesInSandbox({.emptyPlaces = {"/tmp"}}, body);
+}

@@ -6,8 +6,6 @@
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 
-namespace Stress {
-
 // A test case, for the body of a sandbox with the agent's directories. Returns a short text for the
 // caller.
 using TestCase = std::function<std::string(std::size_t)>;
@@ -54,5 +52,3 @@ inline std::vector<std::size_t> TestCases(std::size_t first, std::size_t number)
             testCases.push_back(testCase);
     return testCases;
 }
-
-} // namespace Stress

@@ -3,9 +3,10 @@
 // REQUIRES: the body of a sandbox.
 #pragma once
 
+#include <sstream>
+
 #include "tests/stress/CallTrace.h"
-#include "tests/support/OtherProcess.h"
-#include "tests/support/ScriptedAgent.h"
+#include "tests/stress/TestCases.h"
 
 // An injected failure; see Preload.cpp.
 struct Fault {
@@ -25,44 +26,121 @@ struct Preloading {
     bool actsAlways = false;
 };
 
+inline constexpr char const* callsLog = "/opt/preload/calls";
+inline constexpr char const* agentScript = "/opt/preload/script";
+inline constexpr char const* agentRecord = "/opt/preload/record";
+
+// Programs of other users write to the same directory.
+inline void MakePreloadDirectory() {
+    fs::create_directory("/opt/preload");
+    fs::permissions("/opt/preload", fs::perms::all);
+}
+
+// Returns the content of a file, or nullopt if it does not exist.
+inline std::optional<std::string> ContentOf(std::string const& path) {
+    if (!fs::exists(fs::symlink_status(path)))
+        return std::nullopt;
+    return ReadBytes(path);
+}
+
 // Creates the agent's directories and program, an idle process of its name, and the script that
 // Preload.cpp plays.
 class PlayedAgent {
 public:
     // Answers the first requests with these bytes, and records further requests.
-    explicit PlayedAgent(std::vector<std::string> const& answers);
+    explicit PlayedAgent(std::vector<std::string> const& answers) {
+        AgentScript script;
+        for (std::string const& answer : answers)
+            script.Answer(answer);
+        for (int more = 0; more < 20; ++more)
+            script.AwaitRequest();
+        WriteScript(script.text());
+    }
 
-    static void WriteScript(std::string const& script);
+    static void WriteScript(std::string const& script) {
+        MakePreloadDirectory();
+        WriteBytes(agentScript, script);
+    }
 
     // Removes all files of an evaluation, including the lock file.
-    static void Reset();
+    static void Reset() {
+        for (char const* const path :
+             {ScriptedAgent::request, ScriptedAgent::requestTemp, ScriptedAgent::lockFile,
+              ScriptedAgent::response, callsLog, agentRecord})
+            fs::remove(path);
+    }
+
     // Returns the requests since the construction or the last Reset.
-    static std::vector<std::string> Seen();
+    static std::vector<std::string> Seen() {
+        return BytesOf(AgentRecord(ContentOf(agentRecord).value_or("")).requests);
+    }
+
     // Returns the ID of the agent's process as text.
     std::string Process() const { return std::to_string(program.pid()); }
 
 private:
-    OtherProgram const program;
+    static std::vector<std::string> Install() {
+        Sandbox::CreateAgentDirectories();
+        return Sandbox::InstallIdleAgent();
+    }
+
+    OtherProgram const program{Install()};
 };
 
 // Returns the command line of a usual evaluation by the dynamically linked tool.
-std::vector<std::string> DynamicTool(std::string const& url = "url");
+inline std::vector<std::string> DynamicTool(std::string const& url = "url") {
+    return {CC_DYNAMIC_TOOL, "-c", url, "doc"};
+}
 
-// Runs a program to its end, with a timeout of a minute. `prepare` is that of ProgramOptions.
-ProgramResult RunPreloaded(std::vector<std::string> const& arguments, Preloading const& preloading,
-                           ProgramOptions options = {});
+// Options of a program with the preloaded library. `prepare` is that of ProgramOptions.
+inline ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options = {}) {
+    MakePreloadDirectory();
+    std::string faults;
+    for (Fault const& fault : preloading.faults)
+        faults += fault.call + ' ' + std::to_string(fault.error) + ' ' +
+                  std::to_string(fault.number) + (fault.lasting ? " lasting;" : " once;");
+    options.environment = {"LD_PRELOAD=" CC_FAILING_CALLS,
+                           // Deliberate: this library is loaded before the runtime of a sanitizer.
+                           "ASAN_OPTIONS=verify_asan_link_order=0", "FAILING_CALLS=" + faults,
+                           "CUT_WRITES=" + preloading.cutWrites,
+                           "MAX_CALLS=" + std::to_string(preloading.maxCalls),
+                           std::string("CALLS_LOG=") + callsLog,
+                           std::string("AGENT_SCRIPT=") + (preloading.withAgent ? agentScript : ""),
+                           std::string("AGENT_RECORD=") + agentRecord,
+                           preloading.actsAlways ? "AGENT_ACTS=always" : "AGENT_ACTS="};
+    return options;
+}
 
-// As RunPreloaded, but does not wait.
-ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOptions options = {});
+// Runs a program to its end, with a timeout of a minute.
+inline ProgramResult RunPreloaded(std::vector<std::string> const& arguments,
+                                  Preloading const& preloading, ProgramOptions options = {}) {
+    fs::remove(callsLog);
+    return RunProgram(arguments, PreloadedOptions(preloading, std::move(options)));
+}
 
 // Returns the calls of the last program.
-std::vector<LoggedCall> LoggedCalls();
-
-// Returns the content of a file, or nullopt if it does not exist.
-std::optional<std::string> ContentOf(std::string const& path);
+inline std::vector<LoggedCall> LoggedCalls() {
+    std::vector<LoggedCall> calls;
+    std::istringstream lines(ContentOf(callsLog).value_or(""));
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        LoggedCall call;
+        std::string error;
+        std::getline(fields, call.name, '\t');
+        std::getline(fields, call.arguments, '\t');
+        std::getline(fields, call.object, '\t');
+        std::getline(fields, error);
+        call.error = std::stoi(error);
+        calls.push_back(call);
+    }
+    return calls;
+}
 
 // Returns answers to an evaluation: in progress once, then finished with one row.
-std::vector<std::string> UsualAnswers();
+inline std::vector<std::string> UsualAnswers() {
+    return {OpenAnswer(), ProgressAnswer("3", "0", "50"), OneRowAnswer(), CloseAnswer()};
+}
+
 // Return the output of the tool for that row, and for all these answers.
-std::string UsualRows();
-std::string UsualOutput();
+inline std::string UsualRows() { return PrintedOneRow(); }
+inline std::string UsualOutput() { return PrintedPercent("50") + PrintedOneRow(); }

@@ -2,11 +2,9 @@
 // descriptors, in all combinations.
 
 #include "tests/stress/PreloadedProgram.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 void TryMissing(bool requests, bool responses, bool program) {
     SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
@@ -39,26 +37,11 @@ TEST(QuickMissingDirectories, EachCombinationGivesItsErrorCode) {
 
 // Permissions, for a user without privileges.
 
-// Some users cannot access the build folder.
-std::string CopyForEveryone(std::string const& program) {
-    std::string const copy = "/opt/" + fs::path(program).filename().string();
-    if (!fs::exists(copy)) {
-        fs::copy_file(program, copy);
-        fs::permissions(copy, fs::perms(0755));
-    }
-    return copy;
-}
-
 ProgramResult RunUnprivileged() {
     auto command = DynamicTool();
     command[0] = CopyForEveryone(command[0]);
-    ProgramOptions options = PreloadedOptions({});
-    options.environment->push_back("LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS));
-    options.environment->erase(options.environment->begin());
-    options.prepare = [] {
-        Sandbox::DropPrivileges();
-        return true;
-    };
+    ProgramOptions options = Unprivileged(PreloadedOptions({}));
+    options.environment->front() = "LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS);
     return RunProgram(command, options);
 }
 
@@ -164,17 +147,13 @@ void TryDescriptors(int limit, bool privileged) {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
         ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("2", "5")}));
         std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
-        ProgramOptions options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
-        options.prepare = [=] {
-            if (!privileged)
-                Sandbox::DropPrivileges();
-            return true;
-        };
+        ProgramOptions const options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
         int const forAgentSearch = privileged ? forProc : forProc + 1;
         ExpectPrinted(limit < forLock          ? OpenError(-6)
                       : limit < forAgentSearch ? OpenError(-2)
                                                : PrintedError("5"),
-                      RunProgram({program, "-c", "url", "doc"}, options));
+                      RunProgram({program, "-c", "url", "doc"},
+                                 privileged ? options : Unprivileged(options)));
         EXPECT_EQ(limit < forAgentSearch ? 0u : 3u, agent.Requests().size());
         EXPECT_EQ(limit < forLock ? "" : "lockfile ", Requests());
     });

@@ -3,12 +3,10 @@
 #include <sys/socket.h>
 
 #include "tests/stress/PreloadedProgram.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 #include "tests/support/ForwardedFailures.h"
 
 namespace {
-
-using namespace Stress;
 
 ProgramResult RunUsual(Preloading const& preloading = {}) {
     return RunPreloaded(DynamicTool(), preloading);

@@ -7,7 +7,7 @@
 #include "compliance/Compliance.h"
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/Stage.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
 
@@ -31,6 +31,28 @@ int LowestFreeDescriptor() {
     close(lowest);
     return lowest;
 }
+
+// The C API with the members of the model.
+struct RealApi {
+    static int Open(char const* url, char const* doc, unsigned int flags) {
+        return COMPLIANCE_Open(url, doc, flags);
+    }
+    static int Progress(int& percent, int& error) { return COMPLIANCE_Progress(&percent, &error); }
+    static int ResultCount() { return COMPLIANCE_ResultCount(); }
+    static int Close() { return COMPLIANCE_Close(); }
+    int IndexedValue(unsigned int index, RowTexts& row) {
+        std::array<char const*, 6> texts;
+        texts.fill("-");
+        int const code = COMPLIANCE_IndexedValue(index, &texts[0], &texts[1], &texts[2], &texts[3],
+                                                 &texts[4], &texts[5]);
+        std::ranges::copy(texts, row.begin());
+        if (code == 0)
+            returnedTexts.emplace_back(texts, row);
+        return code;
+    }
+
+    std::vector<std::pair<std::array<char const*, 6>, RowTexts>> returnedTexts;
+};
 
 // A caller of the C API and an agent, both random. Each call is made on the model, and then on the
 // real library with real files.
@@ -83,67 +105,46 @@ private:
         char const* const doc = random.Pick<char const*>({nullptr, "", "doc.xml", "a\r\nb\x80"});
         unsigned int const flags =
             random.Chance(90) ? static_cast<unsigned int>(random.Below(16)) : 4294967295u;
-        Compare(
-            "Open", [&] { return Describe(stage.model.Open(url, doc, flags)); },
-            [&] { return Describe(COMPLIANCE_Open(url, doc, flags)); });
+        CompareCall("Open", [=](auto& api) { return Describe(api.Open(url, doc, flags)); });
     }
 
     void Progress() {
-        auto const describeProgress = [](auto const& call) {
+        CompareCall("Progress", [](auto& api) {
             int percent = untouched;
             int error = untouched;
-            int const code = call(percent, error);
+            int const code = api.Progress(percent, error);
             return Describe(code, {std::to_string(percent), std::to_string(error)});
-        };
-        Compare(
-            "Progress",
-            [&] {
-                return describeProgress(
-                    [&](auto&... values) { return stage.model.Progress(values...); });
-            },
-            [&] {
-                return describeProgress(
-                    [](auto&... values) { return COMPLIANCE_Progress(&values...); });
-            });
+        });
     }
 
     void ResultCount() {
-        Compare(
-            "ResultCount", [&] { return Describe(stage.model.ResultCount()); },
-            [] { return Describe(COMPLIANCE_ResultCount()); });
+        CompareCall("ResultCount", [](auto& api) { return Describe(api.ResultCount()); });
     }
 
     void IndexedValue() {
         unsigned int const index =
             random.Chance(90) ? static_cast<unsigned int>(random.Below(6)) : 4294967295u;
-        Compare(
-            "IndexedValue",
-            [&] {
-                RowTexts row;
-                row.fill("-");
-                int const code = stage.model.IndexedValue(index, row);
-                return Describe(code, {row.begin(), row.end()});
-            },
-            [&] {
-                std::array<char const*, 6> row;
-                row.fill("-");
-                int const code = COMPLIANCE_IndexedValue(index, &row[0], &row[1], &row[2], &row[3],
-                                                         &row[4], &row[5]);
-                Lines const texts(row.begin(), row.end());
-                if (code == 0)
-                    returnedTexts.emplace_back(row, texts);
-                return Describe(code, texts);
-            });
+        CompareCall("IndexedValue", [=](auto& api) {
+            RowTexts row;
+            row.fill("-");
+            int const code = api.IndexedValue(index, row);
+            return Describe(code, {row.begin(), row.end()});
+        });
     }
 
     void Close() {
         // All texts have been valid until now.
-        for (auto const& [pointers, texts] : returnedTexts)
-            EXPECT_EQ(texts, Lines(pointers.begin(), pointers.end())) << "seed " << seed;
-        returnedTexts.clear();
+        for (auto const& [pointers, texts] : real.returnedTexts)
+            EXPECT_TRUE(std::ranges::equal(texts, pointers)) << "seed " << seed;
+        real.returnedTexts.clear();
+        CompareCall("Close", [](auto& api) { return Describe(api.Close()); });
+    }
+
+    // `call` takes the model or the real C API.
+    template <class Call>
+    void CompareCall(std::string const& name, Call const& call) {
         Compare(
-            "Close", [&] { return Describe(stage.model.Close()); },
-            [] { return Describe(COMPLIANCE_Close()); });
+            name, [&] { return call(stage.model); }, [&] { return call(real); });
     }
 
     void Pause() {
@@ -192,7 +193,7 @@ private:
     Outcomes& outcomes;
     int const descriptors = LowestFreeDescriptor();
     std::unique_ptr<ForeignLock> foreign;
-    std::vector<std::pair<std::array<char const*, 6>, Lines>> returnedTexts;
+    RealApi real;
     std::string transcript;
     bool isOver = false;
 };
@@ -219,7 +220,7 @@ void RunSeeds(unsigned long long first, unsigned long long number, SeedTest cons
         for (auto seed = first; seed != first + number && !testing::Test::HasFailure(); ++seed)
             test(seed);
     });
-    Stress::CountTestCases(number);
+    CountTestCases(number);
 }
 
 constexpr unsigned long long seedsOfACase = 1000;

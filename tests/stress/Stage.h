@@ -2,7 +2,6 @@
 // agent.
 #pragma once
 
-#include <filesystem>
 #include <sstream>
 
 #include "tests/files/RecordedSleeps.h"

@@ -6,11 +6,9 @@
 #include "tests/stress/ExchangeModel.h"
 #include "tests/stress/Invariants.h"
 #include "tests/stress/PreloadedProgram.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 enum class Program { tool, interface };
 

@@ -3,9 +3,6 @@
 // paths and error code of the exception, and detects lost descriptors. SystemCallsExchange.cpp has
 // the calls of whole evaluations.
 
-#include <algorithm>
-#include <map>
-
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"
 #include "tests/files/Thrown.h"
@@ -236,7 +233,7 @@ TEST(QuickOperations, HaveTheExpectedResult) {
     for (Operation const& operation : Operations())
         EXPECT_EQ("gives " + operation.result, RunWithFaults(operation, [](SystemCalls&) {}).actual)
             << operation.name;
-    Stress::CountTestCases(Operations().size());
+    CountTestCases(Operations().size());
 }
 
 TEST(QuickOperations, CoverAtLeast150PairsOfCallAndErrorNumber) {
@@ -267,7 +264,7 @@ TEST(QuickOperations, ThrowTheExactErrorIfACallFails) {
             ++tried;
         }
     }
-    Stress::CountTestCases(tried);
+    CountTestCases(tried);
 }
 
 class FullOperations : public testing::TestWithParam<std::size_t> {};
@@ -280,7 +277,7 @@ TEST_P(FullOperations, ThrowTheExactErrorIfACallFails) {
     for (TestCase const& testCase : testCases)
         Try(operation, calls, testCase, seen);
     ExpectAllSeen(operation, seen);
-    Stress::CountTestCases(testCases.size());
+    CountTestCases(testCases.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(FullTable, FullOperations,

@@ -2,11 +2,8 @@
 #pragma once
 
 #include <sys/mman.h>
-#include <unistd.h>
 
-#include "tests/support/Sandbox.h"
-
-namespace Stress {
+#include "tests/system/ToolTest.h"
 
 // Records the number of test cases (points, seeds, allocations ...) of the current test. A test
 // that does not call it counts as one. REQUIRES: once for each test, and not in the body of a
@@ -33,5 +30,3 @@ void CountTestCasesInSandbox(Sandbox::Options const& options, Body const& body) 
     close(file);
     CountTestCases(testCases);
 }
-
-} // namespace Stress

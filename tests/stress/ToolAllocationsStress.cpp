@@ -3,11 +3,9 @@
 #include <set>
 
 #include "tests/stress/LongEvaluation.h"
-#include "tests/stress/ToolTest.h"
+#include "tests/stress/TestCases.h"
 
 namespace {
-
-using namespace Stress;
 
 char const failureMark[] = "/opt/failed";
 

@@ -1,6 +1,5 @@
 #include "tests/support/AgentEngine.h"
 
-#include <filesystem>
 #include <fstream>
 
 #include <sys/mman.h>
@@ -15,7 +14,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 

@@ -1,7 +1,6 @@
 #include "tests/support/Entries.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -10,8 +9,6 @@
 #include "tests/support/ScriptedAgent.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr char const* requestDirectory = ScriptedAgent::requestDirectory;
 constexpr char const* hiddenDirectory = "/var/opt/VeskaClient/Hidden";

@@ -6,8 +6,11 @@
 #pragma once
 
 #include <chrono>
+#include <filesystem>
 
 #include <gmock/gmock.h>
+
+namespace fs = std::filesystem;
 
 namespace Sandbox {
 

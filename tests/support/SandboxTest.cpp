@@ -14,7 +14,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using Sandbox::Proc;
 using testing::HasSubstr;
 

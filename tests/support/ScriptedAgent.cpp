@@ -37,6 +37,13 @@ AgentRecord AwaitRecord(OtherProgram const& program, milliseconds limit,
 
 } // namespace
 
+std::vector<std::string> BytesOf(std::vector<SeenRequest> const& requests) {
+    std::vector<std::string> bytes;
+    for (SeenRequest const& request : requests)
+        bytes.push_back(request.bytes);
+    return bytes;
+}
+
 WrittenFile FileOnDisk(std::string const& path) {
     struct stat facts {};
     if (lstat(path.c_str(), &facts) != 0)

@@ -18,6 +18,8 @@ struct SeenRequest {
     std::chrono::steady_clock::time_point when;
 };
 
+std::vector<std::string> BytesOf(std::vector<SeenRequest> const& requests);
+
 // A published file: its bytes and identity.
 struct WrittenFile {
     std::string path;

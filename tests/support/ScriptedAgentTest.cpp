@@ -1,6 +1,5 @@
 #include "tests/support/ScriptedAgent.h"
 
-#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 
@@ -8,7 +7,6 @@
 
 namespace {
 
-namespace fs = std::filesystem;
 using std::chrono::milliseconds;
 
 void PublishFile(char const* path, std::string const& bytes) {

@@ -8,14 +8,6 @@ using std::chrono::milliseconds;
 
 Arguments const request = {"-c", "url", "doc"};
 
-SANDBOX_TEST(LockTest, FollowsLinkAtTheLockFile) {
-    fs::create_symlink("/opt/elsewhere", ScriptedAgent::lockFile);
-    EXPECT_EQ(OpenError(-1), RunTool(request).output);
-    EXPECT_TRUE(fs::is_regular_file("/opt/elsewhere"));
-    ForeignLock lock;
-    EXPECT_EQ(OpenError(-6), RunTool(request).output);
-}
-
 SANDBOX_TEST(LockTest, HeldDuringAllExchangesAndSleepsThenFree) {
     ScriptedAgent agent(AgentScript()
                             .Answer(OpenAnswer())
@@ -45,19 +37,6 @@ SANDBOX_TEST(LockTest, HeldAfterAFailedPollAndFreeAfterAFailedClose) {
     EXPECT_FALSE(IsLocked());
 }
 
-SANDBOX_TEST(LockTest, DescriptorIsCloseOnExec) {
-    ScriptedAgent agent(AgentScript().AwaitRequest());
-    Tool tool(request);
-    agent.AwaitEnd();
-    std::string const process = "/proc/" + std::to_string(tool.pid());
-    EXPECT_EQ(ScriptedAgent::lockFile, fs::read_symlink(process + "/fd/3"));
-    std::string const facts = ReadBytes(process + "/fdinfo/3");
-    size_t const flags = facts.find("flags:\t");
-    ASSERT_NE(std::string::npos, flags);
-    // Close-on-exec, and open for reading and writing.
-    EXPECT_EQ(02000002u, std::stoul(facts.substr(flags + 7), nullptr, 8) & 02000003u);
-}
-
 // The complete request remains and obstructs the next tool. The tool catches no signal.
 TEST(LockTest, RequestOfAKilledToolRemains) {
     for (int const signal : {SIGKILL, SIGTERM, SIGINT, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1}) {
@@ -74,21 +53,6 @@ TEST(LockTest, RequestOfAKilledToolRemains) {
             EXPECT_EQ(OpenError(-5), RunTool(request).output);
         });
     }
-}
-
-SANDBOX_TEST(LockTest, SecondToolFailsAndTheFirstContinues) {
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
-    Tool first(request);
-    agent.AwaitRequests(1);
-    for (int i = 0; i < 3; ++i) {
-        ToolRun const second = RunTool(request);
-        ExpectPrinted(OpenError(-6), second);
-        ExpectTook(milliseconds(0), second);
-        // The end of the refused tool does not affect the owner of the lock.
-        ExpectWholeFileLockedBy(first.pid());
-    }
-    ExpectPrinted(PrintedCount(0), first.Wait());
-    EXPECT_EQ(3u, agent.Requests().size());
 }
 
 } // namespace

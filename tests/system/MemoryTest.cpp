@@ -1,26 +1,13 @@
 // The tool when memory is exhausted, and its memory consumption.
-
 #include "tests/system/ToolTest.h"
 
 namespace {
 
-constexpr rlim_t kilobyte = 1024;
-[[maybe_unused]] constexpr rlim_t megabyte = 1024 * kilobyte;
-
-// A recursion of that depth would overflow this stack.
-SANDBOX_TEST(MemoryTest, ReadsDeeplyNestedResponseOnSmallStack) {
-    std::string nested;
-    for (int i = 0; i < 300'000; ++i)
-        nested += "<x>";
-    for (int i = 0; i < 300'000; ++i)
-        nested += "</x>";
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1", "0", "0", nested)}));
-    ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_STACK, 512 * kilobyte}}});
-    ExpectPrinted(PrintedCount(0), run);
-}
-
 // The shadow memory of a sanitizer exceeds any limit.
 #ifndef CC_ADDRESS_SANITIZER
+
+constexpr rlim_t kilobyte = 1024;
+constexpr rlim_t megabyte = 1024 * kilobyte;
 
 SANDBOX_TEST(MemoryTest, ResponseLargerThanMemoryIsABadResponse) {
     WriteBytes(ScriptedAgent::response, Response("<ResponseType>Open</ResponseType><Other>" +
@@ -52,18 +39,17 @@ SANDBOX_TEST(MemoryTest, AbortsWithoutMemoryForTheRequest) {
         } catch (std::system_error const&) {
             continue;
         }
+        SCOPED_TRACE(limit);
         if (!fs::exists(ScriptedAgent::lockFile)) {
-            EXPECT_NE(ExitStatus::Exited(0), result.status) << limit;
-            EXPECT_EQ("", result.output) << limit;
+            EXPECT_NE(ExitStatus::Exited(0), result.status);
+            EXPECT_EQ("", result.output);
         } else if (result.status == ExitStatus::Killed(SIGABRT)) {
             ++ended;
-            EXPECT_EQ("", result.output) << limit;
-            EXPECT_EQ("terminate called", result.errors.substr(0, 16)) << limit;
+            EXPECT_EQ("", result.output);
+            EXPECT_THAT(result.errors, testing::StartsWith("terminate called"));
         } else {
             ++answered;
-            EXPECT_EQ(ExitStatus::Exited(0), result.status) << limit;
-            EXPECT_EQ(OpenError(-1), result.output) << limit;
-            EXPECT_EQ("", result.errors) << limit;
+            ExpectPrinted(OpenError(-1), result);
         }
         EXPECT_FALSE(IsLocked());
         EXPECT_EQ("lockfile ", Requests());

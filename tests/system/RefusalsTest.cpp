@@ -1,6 +1,4 @@
 // The conditions that refuse a request: the lock, a missing agent, a pending request.
-#include <sys/prctl.h>
-
 #include "tests/system/ToolTest.h"
 
 namespace {
@@ -73,81 +71,6 @@ SANDBOX_TEST(RefusalsTest, ChecksLockInstalledRunningPendingInOrder) {
     ExpectRefusal(-2);
     EXPECT_EQ("waiting", ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("lockfile request.xml ", Requests());
-}
-
-// -1 and -5: any entry at the path of the program for which stat succeeds counts as installed. Any
-// entry at the path of the request counts as pending.
-
-struct NamedEntry {
-    char const* name;
-    Entry entry;
-    bool stats;
-};
-
-// The target "itself" stands for the path of the link.
-NamedEntry const namedEntries[] = {
-    {"File", Entry::File("content"), true},
-    {"EmptyFile", Entry::File(""), true},
-    {"ClosedFile", Entry::File("closed"), true},
-    {"Directory", {Entry::directory}, true},
-    {"Fifo", {Entry::fifo}, true},
-    {"Socket", {Entry::unixSocket}, true},
-    {"LinkToFile", Entry::Link("/bin/sh"), true},
-    {"LinkToDirectory", Entry::Link("/"), true},
-    {"LinkToDevice", Entry::Link("/dev/null"), true},
-    {"LinkToNothing", Entry::Link(Entry::nowhere), false},
-    {"LinkToItself", Entry::Link("itself"), false},
-    {"LinkThroughFile", Entry::Link("/bin/sh/below"), false},
-};
-
-void Place(NamedEntry const& named, std::string const& path) {
-    bool const isLoop = named.entry.bytes == "itself";
-    PlaceOnDisk(path, isLoop ? Entry::Link(path) : named.entry);
-    if (named.entry.bytes == "closed")
-        fs::permissions(path, fs::perms::none);
-}
-
-void PrintTo(NamedEntry const& named, std::ostream* out) { *out << named.name; }
-
-class RefusingEntryTest : public testing::TestWithParam<NamedEntry> {};
-
-TEST_P(RefusingEntryTest, CountsAsInstalledIfStatSucceeds) {
-    Sandbox::RunWithDirectories([] {
-        fs::create_directories("/opt/VeskaClient/bin");
-        Place(GetParam(), agentProgram);
-        ExpectRefusal(GetParam().stats ? -2 : -1);
-    });
-}
-
-TEST_P(RefusingEntryTest, CountsAsPendingRequest) {
-    Sandbox::RunWithDirectories([] {
-        ScriptedAgent agent;
-        Place(GetParam(), ScriptedAgent::request);
-        ExpectRefusal(-5);
-        EXPECT_EQ("lockfile request.xml ", Requests());
-    });
-}
-
-INSTANTIATE_TEST_SUITE_P(RefusalsTest, RefusingEntryTest, testing::ValuesIn(namedEntries),
-                         [](auto const& test) { return std::string(test.param.name); });
-
-// -2: no process has the agent's name. AgentPresenceTest and ProcessNamesTest test the details.
-
-// A process with the agent's command name that runs another program.
-void BecomeNamesake(Handshake& line) {
-    EXPECT_EQ(0, prctl(PR_SET_NAME, "VeskaClient"));
-    line.Tell();
-    pause();
-}
-
-SANDBOX_TEST(RefusalsTest, CommandNameCountsOnlyIfProgramIsUnreadable) {
-    fs::create_directories(agentProgram);
-    WriteBytes(ScriptedAgent::request, "");
-    ExpectPrinted(OpenError(-2), RunToolUnprivileged({"-d"}));
-    OtherProcess namesake(BecomeNamesake);
-    namesake.Await();
-    ExpectRefusal(-2);
-    ExpectPrinted(OpenError(-5), RunToolUnprivileged({"-d"}));
 }
 
 SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {

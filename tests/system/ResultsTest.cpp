@@ -85,13 +85,6 @@ OutputCase Description(char const* name, std::string const& written, std::string
     return {name, PrintedCount(1) + PrintedRow(with(printed)), {Finished(Row(with(written)))}};
 }
 
-std::string Repeated(std::string const& text, int times) {
-    std::string repeated;
-    for (int i = 0; i < times; ++i)
-        repeated += text;
-    return repeated;
-}
-
 std::string const row = Row(shortRow);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -151,7 +144,7 @@ INSTANTIATE_TEST_SUITE_P(
                    {ProgressAnswer("3", "-22", "-5", row), ProgressAnswer("3", "0", "2147483647"),
                     Response("<ResponseType>Progress</ResponseType>" + ProgressOfState("3")),
                     AnswerOfType("Progress")}}),
-    testing::PrintToStringParamName());
+    NameOfRow);
 
 // The tool prints nothing of the answer to Open.
 SANDBOX_TEST(ResultsTest, IgnoresContentOfTheFirstResponse) {

@@ -13,12 +13,9 @@ AgentScript TwoPolls() { return WholeEvaluation({ProgressAnswer("3", "0", "50"),
 // The evaluation was complete, and no file contains output.
 void ExpectExchangeUntouched(ScriptedAgent const& agent) {
     agent.AwaitEnd();
-    std::vector<SeenRequest> const requests = agent.Requests();
-    ASSERT_EQ(4u, requests.size());
-    EXPECT_EQ(OpenRequest("", "", "0"), requests[0].bytes);
-    EXPECT_EQ(progressRequest, requests[1].bytes);
-    EXPECT_EQ(progressRequest, requests[2].bytes);
-    EXPECT_EQ(closeRequest, requests[3].bytes);
+    EXPECT_THAT(BytesOf(agent.Requests()),
+                testing::ElementsAre(OpenRequest("", "", "0"), progressRequest, progressRequest,
+                                     closeRequest));
     EXPECT_EQ("lockfile ", Requests());
     EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
     EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
@@ -128,11 +125,10 @@ SANDBOX_TEST(StandardDescriptorsTest, SigpipeEndsToolAfterClose) {
 }
 
 SANDBOX_TEST(StandardDescriptorsTest, KeepsIgnoringSigpipe) {
-    ToolRun const run = RunTool({}, {.prepare = [] {
-                                    std::signal(SIGPIPE, SIG_IGN);
-                                    return WriteToClosedPipe();
-                                }});
-    EXPECT_EQ(ExitStatus::Exited(255), run.status);
+    ProgramOptions const options{.prepare = [] {
+        return std::signal(SIGPIPE, SIG_IGN) != SIG_ERR && WriteToClosedPipe();
+    }};
+    EXPECT_EQ(ExitStatus::Exited(255), RunTool({}, options).status);
 }
 
 SANDBOX_TEST(StandardDescriptorsTest, InputIsNeverRead) {

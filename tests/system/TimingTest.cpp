@@ -29,7 +29,6 @@ std::vector<int> ChecksOf(std::vector<SeenRequest> const& requests) {
 }
 
 std::string const finishedWithoutRows = ProgressAnswer("1");
-std::string const noRows = PrintedCount(0);
 
 // The course of an Open exchange, and the check that must find its answer. All other requests are
 // answered immediately.
@@ -48,7 +47,7 @@ TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
     Sandbox::RunWithDirectories([&] {
         AgentScript script = test.script;
         auto const evaluation = Evaluate(script.Answer(finishedWithoutRows).Answer(CloseAnswer()));
-        ExpectPrinted(noRows, evaluation.tool);
+        ExpectPrinted(PrintedCount(0), evaluation.tool);
         EXPECT_EQ((std::vector<int>{test.second, 1}), ChecksOf(evaluation.requests));
         ExpectTook(seconds(test.second + 2), evaluation.tool);
     });
@@ -95,21 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  .PutRequest("another")
                                  .PauseUntil(afterFirst)
                                  .RemoveRequest()}),
-    [](auto const& test) { return std::string(test.param.name); });
-
-Answered Unreadable(char const* name, std::string const& bytes) {
-    return {name, 3, RepairedAfter(afterFirst, bytes)};
-}
-
-// ResponseDocumentTest tests all responses that cannot be read.
-INSTANTIATE_TEST_SUITE_P(
-    UnreadableAtFirst, AnsweredTest,
-    testing::Values(Unreadable("Empty", ""), Unreadable("NulBytes", std::string(70'000, '\0')),
-                    Unreadable("Truncated", OpenAnswer().substr(0, OpenAnswer().size() - 1)),
-                    Unreadable("OtherRoot", Element("VeskaClientComplianceRequest",
-                                                    "<ResponseType>Open</ResponseType>")),
-                    Unreadable("UnknownType", AnswerOfType("open"))),
-    [](auto const& test) { return std::string(test.param.name); });
+    NameOfRow);
 
 SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
     std::string const inProgress = ProgressAnswer("3");
@@ -160,32 +145,6 @@ SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
     EXPECT_EQ("", ListDirectory(responseDirectory));
 }
 
-// Each for the whole ten seconds.
-class UnreadableResponseTest : public testing::TestWithParam<char const*> {};
-
-TEST_P(UnreadableResponseTest, GivesMinus7) {
-    Sandbox::RunWithDirectories([] {
-        std::string const what = GetParam();
-        if (what == "Garbage")
-            WriteBytes(ScriptedAgent::response, "garbage");
-        else if (what == "Directory")
-            fs::create_directory(ScriptedAgent::response);
-        else if (what == "NoDirectory")
-            fs::remove("/var/opt/VeskaClient/ResponseDir");
-        else
-            WriteBytes(ScriptedAgent::response, OpenAnswer());
-        if (what == "WithoutPermission")
-            fs::permissions(ScriptedAgent::response, fs::perms::none);
-        ScriptedAgent agent(AgentScript().AwaitRequest().RemoveRequest());
-        EXPECT_EQ(OpenError(-7), RunToolUnprivileged({"-d"}).output);
-    });
-}
-
-INSTANTIATE_TEST_SUITE_P(Entries, UnreadableResponseTest,
-                         testing::Values("Garbage", "Directory", "NoDirectory",
-                                         "WithoutPermission"),
-                         [](auto const& test) { return std::string(test.param); });
-
 // The only wait without a timeout: opening the FIFO at the first check. The response cannot be read
 // then.
 SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
@@ -203,25 +162,13 @@ SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
     fs::remove(ScriptedAgent::response);
     WriteBytes(ScriptedAgent::response, OpenAnswer());
     close(fifo);
-    EXPECT_EQ(noRows, tool.Wait().output);
+    EXPECT_EQ(PrintedCount(0), tool.Wait().output);
     auto const requests = agent.Requests();
     ASSERT_EQ(3u, requests.size());
     // The second sleep, of 2,000 ms, begins after the first check.
     auto const took = duration_cast<milliseconds>(requests[1].when - requests[0].when);
     EXPECT_LT(4400, took.count());
     EXPECT_GT(6400, took.count());
-}
-
-// Deliberate: nothing relates a response to its request.
-SANDBOX_TEST(TimingTest, ReadsOldResponseForAllThreeRequests) {
-    WriteBytes(ScriptedAgent::response, OneRowAnswer());
-    AgentScript script;
-    for (int exchange = 0; exchange < 3; ++exchange)
-        script.AwaitRequest().RemoveRequest();
-    auto const evaluation = Evaluate(script);
-    EXPECT_EQ(PrintedOneRow(), evaluation.tool.output);
-    ExpectTook(seconds(3), evaluation.tool);
-    EXPECT_EQ(OneRowAnswer(), ReadBytes(ScriptedAgent::response));
 }
 
 } // namespace

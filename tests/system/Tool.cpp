@@ -1,14 +1,12 @@
 #include "tests/system/Tool.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 #include "tests/support/Sandbox.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 using std::chrono::duration_cast;
 using std::chrono::milliseconds;
@@ -21,20 +19,22 @@ Arguments Command(std::string const& path, Arguments const& arguments) {
     return command;
 }
 
-// Some users cannot access the build folder.
-std::string CopyForEveryone() {
-    std::string const path = "/opt/ClientCompliance";
-    fs::copy_file(CC_TOOL_PROGRAM, path, fs::copy_options::overwrite_existing);
-    fs::permissions(path, fs::perms(0755));
-    return path;
-}
-
-bool DropPrivileges() {
-    Sandbox::DropPrivileges();
-    return true;
-}
-
 } // namespace
+
+std::string CopyForEveryone(std::string const& program) {
+    std::string const copy = "/opt/" + fs::path(program).filename().string();
+    fs::copy_file(program, copy, fs::copy_options::skip_existing);
+    fs::permissions(copy, fs::perms(0755));
+    return copy;
+}
+
+ProgramOptions Unprivileged(ProgramOptions options) {
+    options.prepare = [] {
+        Sandbox::DropPrivileges();
+        return true;
+    };
+    return options;
+}
 
 Tool::Tool(Arguments const& arguments, ProgramOptions const& options)
     : Tool(CC_TOOL_PROGRAM, arguments, options) {}
@@ -45,7 +45,7 @@ Tool::Tool(std::string const& path, Arguments const& arguments, ProgramOptions c
       program(Command(path, arguments), options) {}
 
 Tool Tool::Unprivileged(Arguments const& arguments) {
-    return Tool(CopyForEveryone(), arguments, {.prepare = DropPrivileges});
+    return Tool(CopyForEveryone(CC_TOOL_PROGRAM), arguments, ::Unprivileged());
 }
 
 ToolRun Tool::Wait(milliseconds limit) {

@@ -40,6 +40,11 @@ private:
     OtherProgram program;
 };
 
+// A copy of the program that all users can access, unlike the build folder.
+std::string CopyForEveryone(std::string const& program);
+// Options of a program that a user without privileges runs.
+ProgramOptions Unprivileged(ProgramOptions options = {});
+
 ToolRun RunTool(Arguments const& arguments, ProgramOptions const& options = {});
 ToolRun RunToolUnprivileged(Arguments const& arguments);
 

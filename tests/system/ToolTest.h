@@ -15,9 +15,19 @@
 #include "tests/system/RecordLock.h"
 #include "tests/system/Tool.h"
 
-namespace fs = std::filesystem;
+// The name of a test of a table whose rows have names.
+inline constexpr auto NameOfRow = [](auto const& test) {
+    return std::string(test.param.name);
+};
 
 inline constexpr char const* responseDirectory = "/var/opt/VeskaClient/ResponseDir";
+
+inline std::string Repeated(std::string const& text, int times) {
+    std::string repeated;
+    for (int i = 0; i < times; ++i)
+        repeated += text;
+    return repeated;
+}
 
 // The names in the request directory, each followed by a space.
 inline std::string Requests() { return ListDirectory(ScriptedAgent::requestDirectory); }

@@ -22,27 +22,19 @@ constexpr char usage[] =
     "          = 4 - COMPLIANCE_FLAG_IDLE_CPU_USAGE - use IDLE cpu resource level.\n"
     "          = 8 - COMPLIANCE_FLAG_ACTIONHINT     - treat <doc> arg as action id hint.\n";
 
-// Requests with each of these as the numeric flags.
-std::vector<Arguments> WithFlags(std::vector<std::string> const& flags) {
+// Commands that begin with `start`, each with another last argument.
+std::vector<Arguments> WithLast(Arguments start, std::vector<std::string> const& lastOnes) {
     std::vector<Arguments> commands;
-    for (std::string const& text : flags)
-        commands.push_back({"-c", "url", "doc", text});
-    return commands;
-}
-
-// Each of these as the only argument.
-std::vector<Arguments> Alone(std::vector<std::string> const& texts) {
-    std::vector<Arguments> commands;
-    for (std::string const& text : texts)
-        commands.push_back({text});
+    start.emplace_back();
+    for (std::string const& last : lastOnes)
+        commands.emplace_back(start).back() = last;
     return commands;
 }
 
 void ExpectForEach(std::vector<Arguments> const& commands, std::string const& output, int status) {
     for (Arguments const& arguments : commands) {
         SCOPED_TRACE(testing::PrintToString(arguments));
-        ToolRun const run = RunTool(arguments);
-        ExpectPrinted(output, run, status);
+        ExpectPrinted(output, RunTool(arguments), status);
     }
 }
 
@@ -62,8 +54,8 @@ void ExpectRequest(std::vector<Arguments> const& commands) {
 TEST(UsageTest, AcceptsOnlySwitchDAsSingleArgument) {
     ExpectRequest({{"-d"}});
     ExpectUsage({{}});
-    ExpectUsage(Alone(
-        {"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "--d", "-x", "d", "-h", "--help", "/d"}));
+    ExpectUsage(WithLast({}, {"-c", "", "-", "--", "-D", "-d ", " -d", "-dd", "--d", "-x", "d",
+                              "-h", "--help", "/d"}));
 }
 
 TEST(UsageTest, SwitchCTakesTwoOrThreeOperands) {
@@ -93,24 +85,21 @@ TEST(UsageTest, OtherSwitchesTakeNoOperands) {
 
 // RequestBytesTest tests the valid flags.
 TEST(UsageTest, AcceptsFlagsFrom0To15) {
-    ExpectUsage(WithFlags(
-        {"16", "17", "+16", " 16x", "0016", "-1", "-15", "255", "2147483647", "-2147483648"}));
+    ExpectUsage(WithLast({"-c", "url", "doc"}, {"16", "17", "+16", " 16x", "0016", "-1", "-15",
+                                                "255", "2147483647", "-2147483648"}));
 }
 
 TEST(UsageTest, PrintsFixedProgramName) {
     Sandbox::Run([] {
         std::filesystem::create_symlink(CC_TOOL_PROGRAM, "/opt/other-name");
-        ProgramResult const result = RunProgram({"/opt/other-name"});
-        ExpectPrinted(usage, result, 255);
+        ExpectPrinted(usage, RunProgram({"/opt/other-name"}), 255);
     });
 }
 
 TEST(UsageTest, IgnoresEnvironmentAndInput) {
     Sandbox::Run([] {
-        ToolRun const run =
-            RunTool({"-h"}, {.input = "-d\n",
-                             .environment = {{"LC_ALL=de_DE.UTF-8", "POSIXLY_CORRECT=1"}}});
-        ExpectPrinted(usage, run, 255);
+        std::vector<std::string> const environment = {"LC_ALL=de_DE.UTF-8", "POSIXLY_CORRECT=1"};
+        ExpectPrinted(usage, RunTool({"-h"}, {.input = "-d\n", .environment = environment}), 255);
     });
 }
 
