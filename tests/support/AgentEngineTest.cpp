@@ -85,21 +85,6 @@ SANDBOX_TEST(AgentEngineTest, PausesAfterARequestOrUntilATime) {
         EXPECT_EQ(steps, clock.AdvanceTo(milliseconds(time)).stepsDone) << time;
 }
 
-SANDBOX_TEST(AgentEngineTest, ServesRequestsByTheirType) {
-    SimulatedClock clock(AgentScript().Serve("opened", {"poll 1", "poll 2"}, "closed"));
-    int second = 0;
-    for (auto const& [type, answer] : {std::pair("Open", "opened"),
-                                       {"Progress", "poll 1"},
-                                       {"Progress", "poll 2"},
-                                       {"Close", "closed"},
-                                       {"Progress", "poll 1"}}) {
-        PublishRequest("<RequestType>" + std::string(type) + "</RequestType>");
-        clock.AdvanceTo(seconds(++second));
-        EXPECT_EQ(answer, Response());
-        EXPECT_FALSE(fs::exists(ScriptedAgent::request));
-    }
-}
-
 SANDBOX_TEST(AgentEngineTest, CreatesAndRemovesEntriesOfEveryKind) {
     for (Entry const& entry : {Entry{Entry::directory}, Entry{Entry::fullDirectory},
                                Entry{Entry::unixSocket}, Entry{Entry::fifo}, Entry{Entry::device},
@@ -116,19 +101,6 @@ SANDBOX_TEST(AgentEngineTest, CreatesAndRemovesEntriesOfEveryKind) {
     EXPECT_TRUE(fs::is_directory("/opt/b"));
     EXPECT_FALSE(fs::exists("/opt/a"));
     EXPECT_FALSE(fs::exists(ScriptedAgent::response));
-}
-
-SANDBOX_TEST(AgentEngineTest, RecordsTheFilesThatItPublishes) {
-    auto const written =
-        SimulatedClock(AgentScript().Respond("first").PutRequest("").Respond("second"))
-            .AdvanceTo(seconds(1))
-            .written;
-    ASSERT_EQ(3u, written.size());
-    EXPECT_EQ("first", written[0].bytes);
-    EXPECT_EQ(ScriptedAgent::request, written[1].path);
-    EXPECT_EQ("", written[1].bytes);
-    EXPECT_EQ(FileOnDisk(ScriptedAgent::response), written[2]);
-    EXPECT_EQ("second", written[2].bytes);
 }
 
 SANDBOX_TEST(AgentEngineTest, RecordsAFailedStepAndContinues) {

@@ -22,6 +22,25 @@ std::string Content(std::string const& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+// Adds the steps that create the entry at a path without an entry.
+void AddSteps(AgentScript& script, std::string const& path, Entry const& entry) {
+    switch (entry.kind) {
+    case Entry::nothing:
+        break;
+    case Entry::file:
+        script.Write(path, entry.bytes);
+        break;
+    case Entry::symbolicLink:
+        script.MakeLink(entry.bytes, path);
+        break;
+    case Entry::fullDirectory:
+        script.MakeDirectory(path).MakeDirectory(path + "/inside");
+        break;
+    default:
+        script.Make(kindNames[entry.kind], path);
+    }
+}
+
 } // namespace
 
 std::ostream& operator<<(std::ostream& out, Entry const& entry) {
@@ -62,24 +81,6 @@ void Do(Act const& act, Entries& entries) {
         entries.erase(act.path);
     else
         entries[act.path] = act.entry;
-}
-
-void AddSteps(AgentScript& script, std::string const& path, Entry const& entry) {
-    switch (entry.kind) {
-    case Entry::nothing:
-        break;
-    case Entry::file:
-        script.Write(path, entry.bytes);
-        break;
-    case Entry::symbolicLink:
-        script.MakeLink(entry.bytes, path);
-        break;
-    case Entry::fullDirectory:
-        script.MakeDirectory(path).MakeDirectory(path + "/inside");
-        break;
-    default:
-        script.Make(kindNames[entry.kind], path);
-    }
 }
 
 AgentScript ScriptOf(Act const& act) {

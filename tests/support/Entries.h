@@ -46,8 +46,6 @@ struct Act {
 };
 
 void Do(Act const& act, Entries& entries);
-// Adds the steps that create the entry at a path without an entry.
-void AddSteps(AgentScript& script, std::string const& path, Entry const& entry);
 // Returns the steps that perform the act. Some of them fail if the act has no effect.
 AgentScript ScriptOf(Act const& act);
 

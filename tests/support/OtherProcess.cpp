@@ -89,9 +89,19 @@ public:
                                              : std::vector<char*>()) {}
 
     void Run(int input, int output, int errors) {
-        if (!Redirect(input, output, errors) || !EnterDirectory() || !SetLimits())
+        if (dup2(input, 0) < 0 || dup2(output, 1) < 0 || dup2(errors, 2) < 0)
             return;
-        CloseDescriptors();
+        if (!options.workingDirectory.empty() && chdir(options.workingDirectory.c_str()) != 0)
+            return;
+        for (auto const& [resource, limit] : options.limits) {
+            rlimit const both{limit, limit};
+            if (setrlimit(static_cast<__rlimit_resource>(resource), &both) != 0)
+                return;
+        }
+        // The program does not inherit file descriptors of the test.
+        close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
+        for (int const descriptor : options.closedDescriptors)
+            close(descriptor);
         if (!Prepare())
             return;
         DieWithParent();
@@ -100,30 +110,6 @@ public:
     }
 
 private:
-    static bool Redirect(int input, int output, int errors) {
-        return dup2(input, 0) == 0 && dup2(output, 1) == 1 && dup2(errors, 2) == 2;
-    }
-
-    bool EnterDirectory() const {
-        return options.workingDirectory.empty() || chdir(options.workingDirectory.c_str()) == 0;
-    }
-
-    bool SetLimits() const {
-        for (auto const& [resource, limit] : options.limits) {
-            rlimit const both{limit, limit};
-            if (setrlimit(static_cast<__rlimit_resource>(resource), &both) != 0)
-                return false;
-        }
-        return true;
-    }
-
-    // The program does not inherit file descriptors of the test.
-    void CloseDescriptors() const {
-        close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);
-        for (int const descriptor : options.closedDescriptors)
-            close(descriptor);
-    }
-
     bool Prepare() const {
         try {
             if (!options.prepare || options.prepare())

@@ -121,6 +121,11 @@ void MountAll(Sandbox::Options const& options) {
     MountProc(options.proc);
 }
 
+void Reap(pid_t process) {
+    while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+    }
+}
+
 // Runs a step of the setup. Sends its exception to the test and exits.
 template <typename Step>
 void SetUpOrExit(ForwardedFailures& line, Step const& step) {
@@ -207,8 +212,7 @@ std::string DescribeFailure(int status) {
     pid_t const init = ForkOrExit(line);
     if (init == 0)
         RunInit(options, body, line);
-    while (waitpid(init, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    Reap(init);
     _exit(0);
 }
 
@@ -268,8 +272,7 @@ void Run(Options const& options, std::function<void()> const& body) {
     bool const endedByItself = TakeUntilEnd(line, Clock::now() + options.limit + graceTime);
     if (!endedByItself)
         kill(launcher, SIGKILL);
-    while (waitpid(launcher, nullptr, 0) < 0 && errno == EINTR) {
-    }
+    Reap(launcher);
     line.Take();
     if (!line.unavailable().empty())
         SkipOrFail(line.unavailable());

@@ -34,17 +34,15 @@ TEST(SandboxTest, HidesDirectoriesAndLeavesNothingOnTheHost) {
     EXPECT_FALSE(fs::exists("/var/opt/cc-sandbox-test"));
 }
 
-TEST(SandboxTest, SeesOnlyItsOwnProcesses) {
-    Sandbox::Run([] {
-        EXPECT_EQ(2, getpid());
-        OtherProcess other([] { pause(); });
-        EXPECT_EQ(3, other.pid());
-        std::string numbers;
-        for (auto const& entry : fs::directory_iterator("/proc"))
-            if (std::string const name = entry.path().filename(); std::isdigit(name[0]))
-                numbers += name + ' ';
-        EXPECT_EQ("1 2 3 ", numbers);
-    });
+SANDBOX_TEST(SandboxTest, SeesOnlyItsOwnProcesses) {
+    EXPECT_EQ(2, getpid());
+    OtherProcess other([] { pause(); });
+    EXPECT_EQ(3, other.pid());
+    std::string numbers;
+    for (auto const& entry : fs::directory_iterator("/proc"))
+        if (std::string const name = entry.path().filename(); std::isdigit(name[0]))
+            numbers += name + ' ';
+    EXPECT_EQ("1 2 3 ", numbers);
 }
 
 TEST(SandboxTest, CanHaveAnEmptyProcOrNone) {
@@ -79,20 +77,18 @@ TEST(SandboxTest, KillsAllProcessesOfTheBody) {
     close(ends[0]);
 }
 
-TEST(SandboxTest, ReapsOrphans) {
-    Sandbox::Run([] {
-        pid_t const child = fork();
-        if (child == 0) {
-            if (fork() == 0)
-                usleep(1000);
-            _exit(0);
-        }
-        EXPECT_EQ(child, waitpid(child, nullptr, 0));
-        // The grandchild has the next id, and disappears once process 1 has reaped it.
-        for (int i = 0; i < 5000 && kill(child + 1, 0) == 0; ++i)
+SANDBOX_TEST(SandboxTest, ReapsOrphans) {
+    pid_t const child = fork();
+    if (child == 0) {
+        if (fork() == 0)
             usleep(1000);
-        EXPECT_EQ(-1, kill(child + 1, 0));
-    });
+        _exit(0);
+    }
+    EXPECT_EQ(child, waitpid(child, nullptr, 0));
+    // The grandchild has the next id, and disappears once process 1 has reaped it.
+    for (int i = 0; i < 5000 && kill(child + 1, 0) == 0; ++i)
+        usleep(1000);
+    EXPECT_EQ(-1, kill(child + 1, 0));
 }
 
 // In its own process, which forwards all its failures.
@@ -160,21 +156,19 @@ std::string CapabilitiesOfPrograms() {
     return RunProgram({"/bin/grep", "CapEff", "/proc/self/status"}).output;
 }
 
-TEST(SandboxTest, DroppedPrivilegesCannotBeRegained) {
-    Sandbox::Run([] {
-        std::ofstream("/opt/file") << "content";
-        fs::permissions("/opt/file", fs::perms(0444));
-        fs::create_directory("/opt/closed");
-        fs::permissions("/opt/closed", fs::perms(0555));
-        EXPECT_NE("CapEff:\t0000000000000000\n", CapabilitiesOfPrograms());
-        Sandbox::DropPrivileges();
-        EXPECT_EQ("CapEff:\t0000000000000000\n", CapabilitiesOfPrograms());
-        EXPECT_EQ(-1, open("/opt/file", O_WRONLY));
-        EXPECT_EQ(EACCES, errno);
-        EXPECT_EQ(-1, mkdir("/opt/closed/directory", 0777));
-        EXPECT_EQ(EACCES, errno);
-        EXPECT_NE(ExitStatus::Exited(0), RunProgram({"/bin/sh", "-c", "echo > /opt/file"}).status);
-    });
+SANDBOX_TEST(SandboxTest, DroppedPrivilegesCannotBeRegained) {
+    std::ofstream("/opt/file") << "content";
+    fs::permissions("/opt/file", fs::perms(0444));
+    fs::create_directory("/opt/closed");
+    fs::permissions("/opt/closed", fs::perms(0555));
+    EXPECT_NE("CapEff:\t0000000000000000\n", CapabilitiesOfPrograms());
+    Sandbox::DropPrivileges();
+    EXPECT_EQ("CapEff:\t0000000000000000\n", CapabilitiesOfPrograms());
+    EXPECT_EQ(-1, open("/opt/file", O_WRONLY));
+    EXPECT_EQ(EACCES, errno);
+    EXPECT_EQ(-1, mkdir("/opt/closed/directory", 0777));
+    EXPECT_EQ(EACCES, errno);
+    EXPECT_NE(ExitStatus::Exited(0), RunProgram({"/bin/sh", "-c", "echo > /opt/file"}).status);
 }
 
 } // namespace

@@ -19,11 +19,6 @@ SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsSilently) {
     EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }
 
-SANDBOX_TEST(CloseTest, CloseWithAnUnreadableAnswerIsSilent) {
-    ExpectOneRow(Evaluate(UntilClose().Answer("garbage")).tool, seconds(12));
-    EXPECT_EQ("lockfile ", Requests());
-}
-
 // Only Open checks whether the agent runs.
 SANDBOX_TEST(CloseTest, AgentThatEndsMeanwhileIsNotDetected) {
     auto agent = std::make_unique<ScriptedAgent>(UntilClose());

@@ -11,29 +11,6 @@ void ExpectRefusal(int code, Arguments const& arguments = {"-c", "url", "doc"}) 
     ExpectTook(std::chrono::milliseconds(0), run);
 }
 
-// -6: the lock is not available.
-
-TEST(RefusalsTest, GivesMinus6IfLockFileCannotBeOpened) {
-    Sandbox::Run([] {
-        ExpectRefusal(-6);
-        EXPECT_TRUE(fs::is_empty("/var/opt"));
-    });
-    Sandbox::RunWithDirectories([] {
-        fs::create_directory(ScriptedAgent::lockFile);
-        ExpectRefusal(-6);
-        fs::remove_all(ScriptedAgent::requestDirectory);
-        ExpectRefusal(-6, {"-d"});
-        EXPECT_EQ("ResponseDir ", ListDirectory("/var/opt/VeskaClient"));
-        WriteBytes(ScriptedAgent::requestDirectory, "");
-        ExpectRefusal(-6);
-        fs::remove(ScriptedAgent::requestDirectory);
-        SmallFileSystem disk(ScriptedAgent::requestDirectory);
-        WriteBytes(ScriptedAgent::lockFile, "");
-        disk.MakeReadOnly();
-        ExpectRefusal(-6);
-    });
-}
-
 SANDBOX_TEST(RefusalsTest, AnyLockOfAnotherProcessRefuses) {
     {
         ForeignLock wholeFile;
@@ -71,17 +48,6 @@ SANDBOX_TEST(RefusalsTest, ChecksLockInstalledRunningPendingInOrder) {
     ExpectRefusal(-2);
     EXPECT_EQ("waiting", ReadBytes(ScriptedAgent::request));
     EXPECT_EQ("lockfile request.xml ", Requests());
-}
-
-SANDBOX_TEST(RefusalsTest, KeepsPendingRequest) {
-    ScriptedAgent agent;
-    WriteBytes(ScriptedAgent::request, "somebody's request");
-    WriteBytes(ScriptedAgent::requestTemp, "somebody's half request");
-    ExpectRefusal(-5);
-    ExpectRefusal(-5, {"-d"});
-    EXPECT_EQ("somebody's request", ReadBytes(ScriptedAgent::request));
-    EXPECT_EQ("somebody's half request", ReadBytes(ScriptedAgent::requestTemp));
-    EXPECT_EQ("", ListDirectory(responseDirectory));
 }
 
 } // namespace

@@ -98,22 +98,10 @@ INSTANTIATE_TEST_SUITE_P(
                     "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;",
                     "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"),
         OutputCase{"NoRows", PrintedCount(0), {Finished("")}},
-        OutputCase{"ChildrenInAnyOrderLastOneCounts",
-                   PrintedOneRow(),
-                   {Response("<ResponseItem><Comment>c</Comment><Description>first</Description>"
-                             "<EvaluationTime>1</EvaluationTime><Other>x</Other>"
-                             "<Description>x</Description><ResultType>t</ResultType>"
-                             "<Designator>d</Designator><Result>r</Result></ResponseItem>" +
-                             ProgressOfState("3") + Element("Unknown", ProgressOfState("2")) +
-                             ProgressOfState("1") + "<ResponseType>Progress</ResponseType>")}},
         // Deliberate: neither the type nor its position among the progress elements is checked.
         OutputCase{"AcceptsAnswerOfAnotherType",
                    PrintedOneRow(),
                    {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
-        OutputCase{"IgnoresUnknownTypeBesideAKnownOne",
-                   PrintedCount(0),
-                   {Response("<ResponseType>Open</ResponseType><ResponseType>open</ResponseType>" +
-                             ProgressOfState("1"))}},
         OutputCase{"Error", PrintedError("5"), {ProgressAnswer("2", "5")}},
         OutputCase{"ErrorZero", PrintedError("0"), {ProgressAnswer("2", "0")}},
         OutputCase{
@@ -145,15 +133,6 @@ INSTANTIATE_TEST_SUITE_P(
                     Response("<ResponseType>Progress</ResponseType>" + ProgressOfState("3")),
                     AnswerOfType("Progress")}}),
     NameOfRow);
-
-// The tool prints nothing of the answer to Open.
-SANDBOX_TEST(ResultsTest, IgnoresContentOfTheFirstResponse) {
-    auto const evaluation = Evaluate(AgentScript()
-                                         .Answer(ProgressAnswer("2", "-22", "50", row))
-                                         .Answer(Finished(""))
-                                         .Answer(ProgressAnswer("2", "5")));
-    ExpectPrinted(PrintedCount(0), evaluation.tool);
-}
 
 // If the output is not a terminal, it is written when the library's buffer is full or at the end.
 SANDBOX_TEST(ResultsTest, BuffersOutput) {
