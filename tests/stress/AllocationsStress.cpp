@@ -126,7 +126,7 @@ void ExpectStatedPolls(Evaluated const& result) {
 
 // A request that was written in part is published in part.
 void ExpectOwnFilesOnly(bool writeFailed) {
-    std::string const names = ListDirectory(ScriptedAgent::requestDirectory);
+    std::string const names = Requests();
     if (names == "lockfile request.xml " || names == "request.xml ") {
         ExpectPartOfRequest(ReadBytes(ScriptedAgent::request));
         EXPECT_TRUE(writeFailed);
@@ -136,11 +136,8 @@ void ExpectOwnFilesOnly(bool writeFailed) {
 }
 
 bool HasWriteFailed(Evaluated const& result) {
-    for (TimedCode const& timed :
-         {result.open, result.progress[0], result.progress[1], result.close})
-        if (timed.code == COMPLIANCE_ERROR_REQUEST_WRITE)
-            return true;
-    return false;
+    auto const timed = {result.open, result.progress[0], result.progress[1], result.close};
+    return std::ranges::count(timed, COMPLIANCE_ERROR_REQUEST_WRITE, &TimedCode::code) != 0;
 }
 
 void ExpectNextEvaluationSucceeds() {

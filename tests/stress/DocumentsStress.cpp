@@ -27,7 +27,9 @@ std::size_t PhysicalMemory() {
            static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-Sandbox::Options const fourMinutes = {.limit = std::chrono::minutes(4)};
+void InFourMinutes(std::function<void()> const& body) {
+    Sandbox::RunWithDirectories(body, {.limit = std::chrono::minutes(4)});
+}
 
 // The output of DocumentReader for a document.
 struct Reading {
@@ -59,8 +61,7 @@ void ExpectMemoryWithin(AdversarialDocument const& document, std::size_t n, std:
 
 // Reads it in a program with a small stack.
 void ReadInProgram(AdversarialDocument const& document, std::size_t n) {
-    Sandbox::Run(fourMinutes, [&] {
-        Sandbox::CreateAgentDirectories();
+    InFourMinutes([&] {
         std::string const path = "/var/opt/VeskaClient/ResponseDir/adversarial.xml";
         document.Write(path, n);
         EXPECT_EQ(document.Bytes(n), fs::file_size(path));
@@ -120,8 +121,7 @@ class FullDocumentsOfTool : public FullDocuments {};
 
 TEST_P(FullDocumentsOfTool, IsReadWithinLimits) {
     AdversarialDocument const& document = GetParam();
-    Sandbox::Run(fourMinutes, [&] {
-        Sandbox::CreateAgentDirectories();
+    InFourMinutes([&] {
         document.Write(ScriptedAgent::response, document.full);
         AgentScript script;
         for (int i = 0; i < 3; ++i)
@@ -231,8 +231,7 @@ std::size_t UnitsOf(AdversarialDocument const& document, std::size_t bytes) {
 
 // Compares documents of this size with documents of twice this size.
 void ExpectLinearCost(std::vector<AdversarialDocument> const& documents, std::size_t bytes) {
-    Sandbox::Run(fourMinutes, [&] {
-        Sandbox::CreateAgentDirectories();
+    InFourMinutes([&] {
         std::vector<std::string> files;
         for (AdversarialDocument const& document : documents)
             for (std::size_t const times : {1, 2}) {

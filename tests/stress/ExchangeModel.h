@@ -125,8 +125,8 @@ public:
     static constexpr int maxPolls = 20;
 
 private:
-    // A process that was refused the lock once is always refused. A lock file that cannot be opened is
-    // opened again.
+    // A process that was refused the lock once is always refused. A lock file that cannot be opened
+    // is opened again.
     bool Lock() {
         if (isRefusedForGood || !files.OpenLockFile())
             return false;

@@ -235,8 +235,8 @@ private:
         return true;
     }
 
-    // A seek to the end that fails with EINVAL makes the length of the file unknown. If the length was
-    // known before, one such failure has no effect; otherwise the end of the file is an error.
+    // A seek to the end that fails with EINVAL makes the length of the file unknown. If the length
+    // was known before, one such failure has no effect; otherwise the end of the file is an error.
     bool IsReadHit(std::string const& object) const {
         bool isLengthKnown = false;
         unsigned int harmless = 0;

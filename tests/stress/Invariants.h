@@ -18,8 +18,7 @@ inline void ExpectNamesAmong(std::string const& known, std::string const& listin
 inline void ExpectRefusedByTheRequest() {
     ScriptedAgent const silent;
     std::string const request = ReadBytes(ScriptedAgent::request);
-    ToolRun const run = RunTool({"-c", "url", "doc"});
-    ExpectPrinted(OpenError(-5), run);
+    ExpectPrinted(OpenError(-5), RunTool({"-c", "url", "doc"}));
     EXPECT_EQ(request, ReadBytes(ScriptedAgent::request));
 }
 
@@ -30,9 +29,7 @@ inline void ExpectFreeLock() {
         EXPECT_EQ(ENOENT, errno) << "cannot open the lock file";
         return;
     }
-    struct flock lock {};
-    lock.l_type = F_WRLCK;
-    lock.l_whence = SEEK_SET;
+    struct flock lock = WantedLock().Record();
     EXPECT_EQ(0, fcntl(file, F_SETLK, &lock)) << "the lock is still held";
     close(file);
 }
@@ -83,8 +80,7 @@ inline void ExpectNextRun() {
     script.Answer(OpenAnswer()).Answer(OneRowAnswer()).Answer(CloseAnswer());
     ScriptedAgent const agent(script);
     agent.AwaitSteps(taken);
-    ToolRun const run = RunTool({"-c", "url", "doc"});
-    ExpectPrinted(PrintedOneRow(), run);
+    ExpectPrinted(PrintedOneRow(), RunTool({"-c", "url", "doc"}));
     agent.AwaitEnd(std::chrono::seconds(5));
     EXPECT_EQ("lockfile ", Requests());
     ExpectResponseOf(agent);

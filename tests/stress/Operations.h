@@ -4,8 +4,7 @@
 #include <exception>
 #include <iostream>
 
-#include <cxxabi.h>
-
+#include "tests/files/Thrown.h"
 #include "tests/stress/TestCases.h"
 #include "tests/support/FailingAllocation.h"
 
@@ -29,13 +28,13 @@ struct Stated {
 constexpr std::size_t maxAllocations = 20'000;
 constexpr std::size_t none = ~std::size_t{0};
 
-inline std::string NameOfPresentException() {
-    int status = 0;
-    std::unique_ptr<char, void (*)(void*)> const name(
-        abi::__cxa_demangle(abi::__cxa_current_exception_type()->name(), nullptr, nullptr, &status),
-        &std::free);
-    return name.get();
-}
+struct AsText {
+    std::string operator()(std::string const& text) const { return text; }
+    std::string operator()(std::size_t number) const { return std::to_string(number); }
+    std::string operator()(std::exception const& error) const {
+        return error.what() == nullptr ? "null" : error.what();
+    }
+};
 
 inline std::string Describe(std::exception_ptr const& thrown) {
     if (thrown == nullptr)
@@ -43,10 +42,9 @@ inline std::string Describe(std::exception_ptr const& thrown) {
     try {
         std::rethrow_exception(thrown);
     } catch (std::exception const& error) {
-        char const* const words = error.what();
-        return NameOfPresentException() + ": " + (words == nullptr ? "null" : words);
+        return NameOfClass(typeid(error)) + ": " + AsText()(error);
     } catch (...) {
-        return NameOfPresentException();
+        return NameOfClass(*abi::__cxa_current_exception_type());
     }
 }
 
@@ -92,14 +90,6 @@ FailEachAllocation(std::string const& name,
     (#__VA_ARGS__), [](auto& it) { \
         __VA_ARGS__;               \
     }
-
-struct AsText {
-    std::string operator()(std::string const& text) const { return text; }
-    std::string operator()(std::size_t number) const { return std::to_string(number); }
-    std::string operator()(std::exception const& error) const {
-        return error.what() == nullptr ? "null" : error.what();
-    }
-};
 
 // Returns the texts of the items, each followed by "|".
 template <class Items, class Text>
@@ -222,7 +212,8 @@ private:
             object = nullptr;
             object = makeObject();
         }
-        CheckSecondTry(object.get());
+        EXPECT_EQ(usualThrown, Run(object.get(), none, FailingAllocation::Once).thrown);
+        EXPECT_EQ(usualView, viewOf(object.get()));
         return true;
     }
 
@@ -237,8 +228,8 @@ private:
         EXPECT_TRUE(isStated) << "threw " << (thrown.empty() ? "nothing" : thrown);
     }
 
-    // If the result is the expected one, the state must be the expected one too, unless the operation
-    // may also return without an effect.
+    // If the result is the expected one, the state must be the expected one too, unless the
+    // operation may also return without an effect.
     void CheckView(std::string const& before, std::string const& thrown,
                    std::string const& view) const {
         bool const mayDoNothing =
@@ -253,11 +244,6 @@ private:
         } else if (stated.state == Stated::Lost) {
             EXPECT_TRUE(view == before || view == stated.shown) << view;
         }
-    }
-
-    void CheckSecondTry(void* object) const {
-        EXPECT_EQ(usualThrown, Run(object, none, FailingAllocation::Once).thrown);
-        EXPECT_EQ(usualView, viewOf(object));
     }
 
     void RunWithoutFaults() const {

@@ -23,10 +23,7 @@ inline std::vector<std::string> RunInParallel(std::string const& what,
     for (std::size_t const number : numbers)
         machines.push_back(std::make_unique<OtherProcess>([&, number](Handshake& line) {
             SCOPED_TRACE(what + ' ' + std::to_string(number));
-            Sandbox::Run({.limit = limit}, [&] {
-                Sandbox::CreateAgentDirectories();
-                line.Tell(testCase(number));
-            });
+            Sandbox::RunWithDirectories([&] { line.Tell(testCase(number)); }, {.limit = limit});
         }));
     std::vector<std::string> words;
     for (auto const& machine : machines) {

@@ -124,14 +124,10 @@ inline std::vector<LoggedCall> LoggedCalls() {
     std::istringstream lines(ContentOf(callsLog).value_or(""));
     for (std::string line; std::getline(lines, line);) {
         std::istringstream fields(line);
-        LoggedCall call;
-        std::string error;
-        std::getline(fields, call.name, '\t');
-        std::getline(fields, call.arguments, '\t');
-        std::getline(fields, call.object, '\t');
-        std::getline(fields, error);
-        call.error = std::stoi(error);
-        calls.push_back(call);
+        std::array<std::string, 4> texts;
+        for (std::string& text : texts)
+            std::getline(fields, text, '\t');
+        calls.push_back({texts[0], texts[1], texts[2], std::stoi(texts[3])});
     }
     return calls;
 }

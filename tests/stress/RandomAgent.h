@@ -50,7 +50,8 @@ private:
     static constexpr char const* response = ScriptedAgent::response;
     static constexpr char const* requestDirectory = ScriptedAgent::requestDirectory;
 
-    // Creates the initial entries: mostly all that an evaluation needs, and files of an earlier one.
+    // Creates the initial entries: mostly all that an evaluation needs, and files of an earlier
+    // one.
     void CreateEntries() {
         Execute({0, requestDirectory, {Entry::directory}});
         if (!random.Chance(3))

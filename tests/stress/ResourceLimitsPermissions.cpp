@@ -168,9 +168,7 @@ TEST(QuickDescriptors, TooFewForLockGiveMinus6AndForProcMinus2) {
 
 class FullDescriptors : public testing::TestWithParam<std::tuple<int, bool>> {};
 
-TEST_P(FullDescriptors, GiveTheDocumentedResult) {
-    TryDescriptors(std::get<int>(GetParam()), std::get<bool>(GetParam()));
-}
+TEST_P(FullDescriptors, GiveTheDocumentedResult) { std::apply(TryDescriptors, GetParam()); }
 
 INSTANTIATE_TEST_SUITE_P(FullLimits, FullDescriptors,
                          testing::Combine(testing::Range(0, 17), testing::Bool()),

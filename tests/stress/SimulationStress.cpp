@@ -240,15 +240,16 @@ TEST(QuickSimulation, FirstSeedsReachEveryOutcome) {
         RunRandomly(seed, outcomes);
         if (seed != 149)
             return;
-        for (char const* const wanted :
-             {"Open = 0",          "Open = -1",          "Open = -2",        "Open = -3",
-              "Open = -5",         "Open = -6",          "Open = -7",        "Open = -15",
-              "Open = -17",        "Progress = 1",       "Progress = 2",     "Progress = 3",
-              "Progress = -3",     "Progress = -6",      "Progress = -7",    "Progress = -17",
-              "ResultCount = 0",   "ResultCount = 1",    "ResultCount = -8", "IndexedValue = 0",
-              "IndexedValue = -8", "IndexedValue = -20", "Close = 0",        "Close = -3",
-              "Close = -6",        "Close = -7",         "Close = -17"})
-            EXPECT_EQ(1u, outcomes.count(wanted)) << wanted;
+        EXPECT_THAT(
+            outcomes,
+            testing::IsSupersetOf(
+                {"Open = 0",          "Open = -1",          "Open = -2",        "Open = -3",
+                 "Open = -5",         "Open = -6",          "Open = -7",        "Open = -15",
+                 "Open = -17",        "Progress = 1",       "Progress = 2",     "Progress = 3",
+                 "Progress = -3",     "Progress = -6",      "Progress = -7",    "Progress = -17",
+                 "ResultCount = 0",   "ResultCount = 1",    "ResultCount = -8", "IndexedValue = 0",
+                 "IndexedValue = -8", "IndexedValue = -20", "Close = 0",        "Close = -3",
+                 "Close = -6",        "Close = -7",         "Close = -17"}));
     });
 }
 

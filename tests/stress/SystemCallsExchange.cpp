@@ -223,8 +223,7 @@ SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverTerminate) {
     EXPECT_TRUE(tool.IsRunning());
     tool.Kill(SIGKILL);
     tool.Wait();
-    for (size_t at = 0; at + line.size() <= output.size(); at += line.size())
-        ASSERT_EQ(line, output.substr(at, line.size()));
+    ExpectBeginning(Repeated(line, static_cast<int>(output.size() / line.size() + 1)), output);
     EXPECT_EQ(2u, PlayedAgent::Seen().size());
     EXPECT_TRUE(std::string(progressRequest)
                     .starts_with(ContentOf(ScriptedAgent::requestTemp).value_or("none")));

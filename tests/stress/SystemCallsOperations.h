@@ -5,41 +5,46 @@
 #pragma once
 
 #include <cerrno>
+#include <cstring>
 #include <functional>
 #include <type_traits>
 
 #include "files/FileLocation.h"
 #include "tests/files/Files.h"
+#include "tests/files/Thrown.h"
 
 // The mappers of error numbers to classes, each with its own rules.
 enum class Mapper { freeStanding, readingPath, writingPath, reader, writer, times };
 
-// The outcome of an operation. Names are relative to the directory of the test.
-struct Outcome {
-    enum Kind { goesOn, maps, throws, gives };
-
-    Kind kind = goesOn;
-    Mapper mapper = Mapper::freeStanding;
-    // The class of the exception, with the name of its error code if it has one; or the result.
-    std::string text = {};
-    // The paths in the error.
-    std::string name = {};
-};
-
-// The result is that of a run without a failure. Only this outcome need not occur.
+// The outcome of an operation as text, for an error number. Names are relative to the directory of
+// the test. None means that the result is that of a run without a failure. Only this outcome need
+// not occur.
+using Outcome = std::function<std::string(int error)>;
 inline Outcome const goesOn;
+
+// The class to which a mapper maps a number; FileIOError by default.
+std::string ClassOf(Mapper mapper, int error);
 
 // A file error of the class to which the mapper maps the number, with the number as its code.
 inline Outcome Maps(Mapper mapper, std::string const& name = {}) {
-    return {Outcome::maps, mapper, {}, name};
+    return [=](int error) {
+        return ClassOf(mapper, error) + ' ' + strerrorname_np(error) + On(name);
+    };
 }
 
+// The class of the exception, with the name of its error code if it has one.
 inline Outcome Throws(std::string const& error, std::string const& name = {}) {
-    return {Outcome::throws, {}, error, name};
+    return [=](int) {
+        return error + On(name);
+    };
 }
 
 // A normal return with another result than usual, in the form of Operation::result.
-inline Outcome Gives(std::string const& result) { return {Outcome::gives, {}, result}; }
+inline Outcome Gives(std::string const& result) {
+    return [=](int) {
+        return "gives " + result;
+    };
+}
 
 using Outcomes = std::vector<Outcome>;
 

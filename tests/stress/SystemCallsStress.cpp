@@ -12,24 +12,6 @@
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/TemporaryDirectory.h"
 
-namespace {
-
-namespace fs = std::filesystem;
-
-using Texts = std::set<std::string>;
-
-std::vector<Operation> const& Operations() {
-    static std::vector<Operation> const all = [] {
-        std::vector<Operation> operations;
-        for (auto const& some : {OpenFiles(), Streams(), Creations(), Deletions(), CopiesAndMoves(),
-                                 Trees(), Items(), LockAndAgentSearch()})
-            operations.insert(operations.end(), some.begin(), some.end());
-        return operations;
-    }();
-    return all;
-}
-
-// The class to which each mapper maps a number; FileIOError by default.
 std::string ClassOf(Mapper mapper, int error) {
     static std::map<int, std::string> const common = {
         {EPERM, "FilePermissionError"},          {EACCES, "FilePermissionError"},
@@ -51,18 +33,25 @@ std::string ClassOf(Mapper mapper, int error) {
     return isKnown ? common.at(error) : "FileIOError";
 }
 
+namespace {
+
+namespace fs = std::filesystem;
+
+using Texts = std::set<std::string>;
+
+std::vector<Operation> const& Operations() {
+    static std::vector<Operation> const all = [] {
+        std::vector<Operation> operations;
+        for (auto const& some : {OpenFiles(), Streams(), Creations(), Deletions(), CopiesAndMoves(),
+                                 Trees(), Items(), LockAndAgentSearch()})
+            operations.insert(operations.end(), some.begin(), some.end());
+        return operations;
+    }();
+    return all;
+}
+
 std::string TextOf(Outcome const& outcome, int error, Operation const& operation) {
-    switch (outcome.kind) {
-    case Outcome::goesOn:
-        return "gives " + operation.result;
-    case Outcome::gives:
-        return "gives " + outcome.text;
-    case Outcome::maps:
-        return ClassOf(outcome.mapper, error) + ' ' + strerrorname_np(error) + On(outcome.name);
-    case Outcome::throws:
-        break;
-    }
-    return outcome.text + On(outcome.name);
+    return outcome ? outcome(error) : "gives " + operation.result;
 }
 
 std::string Listing(std::string const& place) {
@@ -101,7 +90,9 @@ void ExpectNothingLost(std::string const& place, bool hadSource) {
 }
 
 // Runs the operation in a new directory, after `inject` has set up failures.
-Run RunWithFaults(Operation const& operation, std::function<void(SystemCalls&)> const& inject) {
+Run RunWithFaults(
+    Operation const& operation,
+    std::function<void(SystemCalls&)> const& inject = [](SystemCalls&) {}) {
     TemporaryDirectory const directory;
     std::string const& place = directory.path();
     operation.prepare(place);
@@ -129,11 +120,6 @@ Run RunWithFaults(Operation const& operation, std::function<void(SystemCalls&)> 
     return run;
 }
 
-// The calls of an operation without a failure.
-std::vector<std::string> CallsOf(Operation const& operation) {
-    return RunWithFaults(operation, [](SystemCalls&) {}).calls;
-}
-
 // The row of the table for a call and an error number; null if there is none.
 CallFailure const* RowOf(Operation const& operation, std::string const& call, int error) {
     CallFailure const* found = nullptr;
@@ -148,7 +134,7 @@ CallFailure const* RowOf(Operation const& operation, std::string const& call, in
 Texts TextsOf(Outcomes const& outcomes, int error, Operation const& operation, bool mandatory) {
     Texts texts;
     for (Outcome const& outcome : outcomes)
-        if (!mandatory || outcome.kind != Outcome::goesOn)
+        if (!mandatory || outcome)
             texts.insert(TextOf(outcome, error, operation));
     return texts;
 }
@@ -231,15 +217,14 @@ void ExpectAllSeen(Operation const& operation, Seen const& seen) {
 
 TEST(QuickOperations, HaveTheExpectedResult) {
     for (Operation const& operation : Operations())
-        EXPECT_EQ("gives " + operation.result, RunWithFaults(operation, [](SystemCalls&) {}).actual)
-            << operation.name;
+        EXPECT_EQ("gives " + operation.result, RunWithFaults(operation).actual) << operation.name;
     CountTestCases(Operations().size());
 }
 
 TEST(QuickOperations, CoverAtLeast150PairsOfCallAndErrorNumber) {
     std::set<std::pair<std::string, int>> pairs;
     for (Operation const& operation : Operations())
-        for (std::string const& call : CallsOf(operation)) {
+        for (std::string const& call : RunWithFaults(operation).calls) {
             EXPECT_FALSE(ErrorsOf(NameOfCall(call)).empty()) << call;
             for (int const error : ErrorsOf(NameOfCall(call)))
                 pairs.insert({NameOfCall(call), error});
@@ -253,7 +238,7 @@ TEST(QuickOperations, CoverAtLeast150PairsOfCallAndErrorNumber) {
 TEST(QuickOperations, ThrowTheExactErrorIfACallFails) {
     std::size_t tried = 0;
     for (Operation const& operation : Operations()) {
-        auto const calls = CallsOf(operation);
+        auto const calls = RunWithFaults(operation).calls;
         auto const testCases = CasesOf(operation, calls);
         Seen seen;
         for (std::size_t i = 0; i < testCases.size() && !HasFailure(); ++i) {
@@ -271,7 +256,7 @@ class FullOperations : public testing::TestWithParam<std::size_t> {};
 
 TEST_P(FullOperations, ThrowTheExactErrorIfACallFails) {
     Operation const& operation = Operations()[GetParam()];
-    auto const calls = CallsOf(operation);
+    auto const calls = RunWithFaults(operation).calls;
     auto const testCases = CasesOf(operation, calls);
     Seen seen;
     for (TestCase const& testCase : testCases)
