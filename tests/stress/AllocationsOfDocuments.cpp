@@ -249,15 +249,16 @@ Operations OfDocuments() {
     auto const showResult = [](auto const& result) {
         return result.first ? RecordText()(result.second) : std::string("none");
     };
+    // The part that was written is published.
+    auto const writing = [](std::string const& name, void (*write)(int)) {
+        return Operation(name, WithDocuments(Nothing), write, ShowDirectories,
+                         {.outcomes = {name + "Failure"}, .throwsBadAlloc = false});
+    };
     return {
-        // The part that was written is published.
-        Operation("ClientComplianceRequestIOWrite", WithDocuments(Nothing),
-                  [](int) { ClientComplianceRequestIOWrite(request); }, ShowDirectories,
-                  {.outcomes = {"ClientComplianceRequestIOWriteFailure"}, .throwsBadAlloc = false}),
-        Operation(
-            "ClientComplianceResponseIOWrite", WithDocuments(Nothing),
-            [](int) { ClientComplianceResponseIOWrite(response); }, ShowDirectories,
-            {.outcomes = {"ClientComplianceResponseIOWriteFailure"}, .throwsBadAlloc = false}),
+        writing("ClientComplianceRequestIOWrite",
+                [](int) { ClientComplianceRequestIOWrite(request); }),
+        writing("ClientComplianceResponseIOWrite",
+                [](int) { ClientComplianceResponseIOWrite(response); }),
         Operation("ClientComplianceRequestIORead", WithDocuments([] {
                       return std::make_pair(false, CreateComplianceRequestClose());
                   }),

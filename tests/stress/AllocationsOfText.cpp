@@ -1,3 +1,5 @@
+#include <numeric>
+
 #include "data/Ascii.h"
 #include "data/AsciiFilters.h"
 #include "data/ConstData.h"
@@ -264,18 +266,15 @@ struct UnitText {
 
 auto const givingUnits = Operation::Giver(UnitText());
 
-// Forty letters, in code units of any type.
+// Forty ASCII characters, in code units of any type.
 template <class E>
 UStringRef<E> Text() {
-    struct Units {
-        Units() {
-            for (unsigned int i = 0; i < 40; ++i)
-                units[i] = static_cast<typename E::Unit>('a' + i % 26);
-        }
-        typename E::Unit units[40];
-    };
-    static Units const text;
-    return UStringRef<E>(text.units, text.units + 40);
+    static auto const units = [] {
+        std::array<typename E::Unit, 40> all;
+        std::iota(all.begin(), all.end(), static_cast<typename E::Unit>('A'));
+        return all;
+    }();
+    return UStringRef<E>(units.data(), units.data() + units.size());
 }
 
 // Acts on a builder with space for three code units. Its content is preserved.
@@ -299,11 +298,10 @@ Operation OnBuilder(std::string const& name, std::size_t room, Act act) {
 
 template <class E>
 Operations OnBuilders(std::string const& encoding) {
-    return {OnBuilder<E>(encoding + " Receive", 3,
-                         [](auto& receiver) {
-                             receiver.Receive(
-                                 ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
-                         }),
+    auto const receive = [](auto& receiver) {
+        receiver.Receive(ConstArrayOf<typename E::Unit>(Text<E>().begin, 20ul));
+    };
+    return {OnBuilder<E>(encoding + " Receive", 3, receive),
             OnBuilder<E>(encoding + " Start", 50, [](auto& receiver) { receiver.Start(E()); })};
 }
 

@@ -32,40 +32,16 @@ struct KnownCall {
 #define CC_CALL(name, path) \
     { SYS_##name, #name, path }
 // The calls that concern the exchange.
-constexpr KnownCall knownCalls[] = {CC_CALL(access, 0),
-                                    CC_CALL(brk, -1),
-                                    CC_CALL(fchmod, -1),
-                                    CC_CALL(fstat, -1),
-                                    CC_CALL(mmap, -1),
-                                    CC_CALL(chmod, 0),
-                                    CC_CALL(clock_nanosleep, -1),
-                                    CC_CALL(close, -1),
-                                    CC_CALL(exit_group, -1),
-                                    CC_CALL(fcntl, -1),
-                                    CC_CALL(fsync, -1),
-                                    CC_CALL(ftruncate, -1),
-                                    CC_CALL(getdents64, -1),
-                                    CC_CALL(link, 0),
-                                    CC_CALL(lseek, -1),
-                                    CC_CALL(lstat, 0),
-                                    CC_CALL(mkdir, 0),
-                                    CC_CALL(newfstatat, 1),
-                                    CC_CALL(open, 0),
-                                    CC_CALL(openat, 1),
-                                    CC_CALL(pwrite64, -1),
-                                    CC_CALL(read, -1),
-                                    CC_CALL(readlink, 0),
-                                    CC_CALL(rename, 0),
-                                    CC_CALL(renameat, 1),
-                                    CC_CALL(renameat2, 1),
-                                    CC_CALL(rmdir, 0),
-                                    CC_CALL(stat, 0),
-                                    CC_CALL(statx, 1),
-                                    CC_CALL(unlink, 0),
-                                    CC_CALL(unlinkat, 1),
-                                    CC_CALL(utimensat, 1),
-                                    CC_CALL(write, -1),
-                                    CC_CALL(writev, -1)};
+constexpr KnownCall knownCalls[] = {
+    CC_CALL(clock_nanosleep, -1), CC_CALL(renameat, 1), CC_CALL(lseek, -1), CC_CALL(read, -1),
+    CC_CALL(exit_group, -1),      CC_CALL(unlinkat, 1), CC_CALL(openat, 1), CC_CALL(rmdir, 0),
+    CC_CALL(getdents64, -1),      CC_CALL(fchmod, -1),  CC_CALL(rename, 0), CC_CALL(statx, 1),
+    CC_CALL(ftruncate, -1),       CC_CALL(writev, -1),  CC_CALL(unlink, 0), CC_CALL(brk, -1),
+    CC_CALL(newfstatat, 1),       CC_CALL(access, 0),   CC_CALL(write, -1), CC_CALL(link, 0),
+    CC_CALL(pwrite64, -1),        CC_CALL(fstat, -1),   CC_CALL(mmap, -1),  CC_CALL(open, 0),
+    CC_CALL(renameat2, 1),        CC_CALL(close, -1),   CC_CALL(chmod, 0),  CC_CALL(stat, 0),
+    CC_CALL(utimensat, 1),        CC_CALL(fcntl, -1),   CC_CALL(lstat, 0),  CC_CALL(readlink, 0),
+    CC_CALL(fsync, -1),           CC_CALL(mkdir, 0)};
 #undef CC_CALL
 
 [[noreturn]] void ThrowSystemError(char const* what) {

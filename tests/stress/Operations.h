@@ -1,7 +1,6 @@
 // Runs operations of the product with each of their allocations failing.
 #pragma once
 
-#include <exception>
 #include <iostream>
 
 #include "tests/files/Thrown.h"

@@ -6,7 +6,9 @@
 #include <sstream>
 
 #include "tests/stress/CallTrace.h"
-#include "tests/stress/TestCases.h"
+#include "tests/support/Sandbox.h"
+#include "tests/system/Documents.h"
+#include "tests/system/Tool.h"
 
 // An injected failure; see Preload.cpp.
 struct Fault {

@@ -39,9 +39,9 @@ TEST(QuickMissingDirectories, EachCombinationGivesItsErrorCode) {
 
 ProgramResult RunUnprivileged() {
     auto command = DynamicTool();
-    command[0] = CopyForEveryone(command[0]);
+    command[0] = AccessibleCopy(command[0]);
     ProgramOptions options = Unprivileged(PreloadedOptions({}));
-    options.environment->front() = "LD_PRELOAD=" + CopyForEveryone(CC_FAILING_CALLS);
+    options.environment->front() = "LD_PRELOAD=" + AccessibleCopy(CC_FAILING_CALLS);
     return RunProgram(command, options);
 }
 
@@ -146,7 +146,7 @@ void TryDescriptors(int limit, bool privileged) {
     Sandbox::RunWithDirectories([=] {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
         ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("2", "5")}));
-        std::string const program = CopyForEveryone(CC_TOOL_PROGRAM);
+        std::string const program = AccessibleCopy(CC_TOOL_PROGRAM);
         ProgramOptions const options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
         int const forAgentSearch = privileged ? forProc : forProc + 1;
         ExpectPrinted(limit < forLock          ? OpenError(-6)

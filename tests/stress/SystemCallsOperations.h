@@ -5,8 +5,6 @@
 #pragma once
 
 #include <cerrno>
-#include <cstring>
-#include <functional>
 #include <type_traits>
 
 #include "files/FileLocation.h"

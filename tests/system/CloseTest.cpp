@@ -19,16 +19,6 @@ SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsSilently) {
     EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }
 
-// Only Open checks whether the agent runs.
-SANDBOX_TEST(CloseTest, AgentThatEndsMeanwhileIsNotDetected) {
-    auto agent = std::make_unique<ScriptedAgent>(UntilClose());
-    Tool tool({"-d"});
-    agent->AwaitEnd();
-    agent.reset();
-    fs::remove_all("/opt/VeskaClient");
-    ExpectOneRow(tool.Wait(), seconds(12));
-}
-
 SANDBOX_TEST(CloseTest, IgnoresContentOfTheLastResponse) {
     ExpectOneRow(Evaluate(UntilClose().Answer(ProgressAnswer("3", "5", "50"))).tool, seconds(3));
 }

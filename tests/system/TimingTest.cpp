@@ -20,14 +20,6 @@ int CheckOf(std::chrono::nanoseconds exchange) {
     return -1;
 }
 
-// The checks that ended the exchanges, except the last one, as the agent saw it.
-std::vector<int> ChecksOf(std::vector<SeenRequest> const& requests) {
-    std::vector<int> checks;
-    for (size_t i = 1; i < requests.size(); ++i)
-        checks.push_back(CheckOf(requests[i].when - requests[i - 1].when));
-    return checks;
-}
-
 std::string const finishedWithoutRows = ProgressAnswer("1");
 
 // The check that must find the answer to an Open request, which is taken after this time. All other
@@ -53,7 +45,10 @@ TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
                                              .Answer(finishedWithoutRows)
                                              .Answer(CloseAnswer()));
         ExpectPrinted(PrintedCount(0), evaluation.tool);
-        EXPECT_EQ((std::vector<int>{test.second, 1}), ChecksOf(evaluation.requests));
+        auto const& requests = evaluation.requests;
+        ASSERT_EQ(3u, requests.size());
+        EXPECT_EQ(test.second, CheckOf(requests[1].when - requests[0].when));
+        EXPECT_EQ(1, CheckOf(requests[2].when - requests[1].when));
         ExpectTook(seconds(test.second + 2), evaluation.tool);
     });
 }
@@ -79,8 +74,6 @@ SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
     ExpectTook(seconds(7), evaluation.tool);
 }
 
-// Exchanges that fail.
-
 SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
     WriteBytes(ScriptedAgent::response, "never looked at");
     auto const evaluation = Evaluate(AgentScript().AwaitRequest());
@@ -92,26 +85,6 @@ SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
     EXPECT_EQ("never looked at", ReadBytes(ScriptedAgent::response));
     ScriptedAgent agent;
     EXPECT_EQ(OpenError(-5), RunTool({"-d"}).output);
-}
-
-// An error while polling is silent. The Close request replaces the Progress request that was never
-// taken.
-SANDBOX_TEST(TimingTest, PollsThatAreNotTakenEndSilently) {
-    auto const evaluation =
-        Evaluate(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
-    ExpectPrinted("", evaluation.tool);
-    EXPECT_EQ((std::vector<int>{1, 10}), ChecksOf(evaluation.requests));
-    EXPECT_EQ(closeRequest, evaluation.requests[2].bytes);
-    ExpectTook(seconds(21), evaluation.tool);
-    EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
-}
-
-SANDBOX_TEST(TimingTest, NoResponseGivesMinus7AfterTenSeconds) {
-    auto const evaluation = Evaluate(AgentScript().AwaitRequest().RemoveRequest());
-    ExpectPrinted(OpenError(-7), evaluation.tool);
-    ExpectTook(seconds(10), evaluation.tool);
-    EXPECT_EQ("lockfile ", Requests());
-    EXPECT_EQ("", ListDirectory(responseDirectory));
 }
 
 // The only wait without a timeout: opening the FIFO at the first check. The response cannot be read

@@ -21,7 +21,7 @@ Arguments Command(std::string const& path, Arguments const& arguments) {
 
 } // namespace
 
-std::string CopyForEveryone(std::string const& program) {
+std::string AccessibleCopy(std::string const& program) {
     std::string const copy = "/opt/" + fs::path(program).filename().string();
     fs::copy_file(program, copy, fs::copy_options::skip_existing);
     fs::permissions(copy, fs::perms(0755));
@@ -45,7 +45,7 @@ Tool::Tool(std::string const& path, Arguments const& arguments, ProgramOptions c
       program(Command(path, arguments), options) {}
 
 Tool Tool::Unprivileged(Arguments const& arguments) {
-    return Tool(CopyForEveryone(CC_TOOL_PROGRAM), arguments, ::Unprivileged());
+    return Tool(AccessibleCopy(CC_TOOL_PROGRAM), arguments, ::Unprivileged());
 }
 
 ToolRun Tool::Wait(milliseconds limit) {

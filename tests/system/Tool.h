@@ -41,7 +41,7 @@ private:
 };
 
 // A copy of the program that all users can access, unlike the build folder.
-std::string CopyForEveryone(std::string const& program);
+std::string AccessibleCopy(std::string const& program);
 // Options of a program that a user without privileges runs.
 ProgramOptions Unprivileged(ProgramOptions options = {});
 
