@@ -1,6 +1,5 @@
 // The stand-in agent as a program, in sandboxes: with requests as raw bytes, and with the real
 // tool.
-
 #include <csignal>
 
 #include <sys/inotify.h>

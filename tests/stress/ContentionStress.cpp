@@ -1,5 +1,4 @@
 // Many tools compete for one lock: exactly one runs, and all others fail immediately.
-
 #include "tests/stress/TestCases.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // Detection of the agent's process, by name and state.
 //
 // In every test a request is pending: a tool that finds an agent prints -5, and otherwise -2.
-
 #include <sys/prctl.h>
 #include <sys/wait.h>
 

@@ -1,6 +1,5 @@
 // Every kind of entry at the four fixed paths, as data: the output of the tool, and the remaining
 // entries. docs/exchange.md has the same as a table. Surprising outcomes are deliberate.
-
 #include "tests/stress/TestCases.h"
 
 namespace {

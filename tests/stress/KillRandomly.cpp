@@ -1,6 +1,5 @@
 // A tool that is killed from outside at a random time, while the agent's behaviour is random. The
 // seed of a test case determines both; STRESS_CASE=<seed> repeats one.
-
 #include "tests/stress/Invariants.h"
 #include "tests/stress/ParallelCases.h"
 #include "tests/stress/Random.h"

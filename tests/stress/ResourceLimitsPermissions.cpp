@@ -1,6 +1,5 @@
 // Missing directories, every mode of the two directories and of the files in them, and no file
 // descriptors, in all combinations.
-
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/TestCases.h"
 

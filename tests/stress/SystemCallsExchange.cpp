@@ -1,7 +1,6 @@
 // Each system call of an evaluation fails with each error number of its manual page, once and
 // together with all later ones. The model predicts the output of the tool, the results of the C
 // API, the calls and the remaining files. The invariants hold.
-
 #include "tests/stress/ErrorNumbers.h"
 #include "tests/stress/ExchangeModel.h"
 #include "tests/stress/Invariants.h"

@@ -2,7 +2,6 @@
 // error number of its manual page, once and together with all later ones. The test compares class,
 // paths and error code of the exception, and detects lost descriptors. SystemCallsExchange.cpp has
 // the calls of whole evaluations.
-
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"
 #include "tests/files/Thrown.h"

@@ -1,5 +1,4 @@
-// The lock file: its properties, and that the lock is held from the first check to the end of
-// Close.
+// The lock is held from the first check to the end of Close, or to the end of the tool.
 #include "tests/system/ToolTest.h"
 
 namespace {

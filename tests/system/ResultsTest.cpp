@@ -88,7 +88,7 @@ OutputCase Description(char const* name, std::string const& written, std::string
 std::string const row = Row(shortRow);
 
 INSTANTIATE_TEST_SUITE_P(
-    Answers, OutputTest,
+    ResultsTest, OutputTest,
     testing::Values(
         Description("Megabytes", Repeated("&#xfe;texttexttexttext", 100'000),
                     Repeated("\xFEtexttexttexttext", 100'000)),

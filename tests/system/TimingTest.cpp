@@ -2,7 +2,6 @@
 //
 // The checks are far apart, so the tolerances are wide. The time of the next request determines
 // which check found the answer.
-
 #include "tests/system/ToolTest.h"
 
 namespace {
