@@ -25,12 +25,10 @@ std::vector<Function> AllFunctions() {
 TEST(AsciiCaseTest, ComparesNoBytesBeforeTheTexts) {
     // In blocks of 32 bytes: the bytes after the first block of one text precede the block in the
     // other.
-    auto const block = [](char letter) {
-        return std::string(32, letter);
-    };
-    std::string const left = block('a') + block('b') + block('c') + block('d');
-    std::string const front = block('d') + block('c') + block('b');
-    std::string const right = front + block('a') + block('x') + block('y') + block('z');
+    std::string const a(32, 'a'), b(32, 'b'), c(32, 'c'), d(32, 'd');
+    std::string const left = a + b + c + d;
+    std::string const front = d + c + b;
+    std::string const right = front + a + std::string(96, 'x');
     for (Function function : AllFunctions()) {
         auto const* const one = reinterpret_cast<unsigned char const*>(left.data());
         auto const* const other =
@@ -44,20 +42,16 @@ TEST(AsciiCaseTest, ComparesEveryPairOfBytes) {
     for (Function function : AllFunctions())
         for (std::size_t length : {1, 8, 13, 16, 32, 67}) {
             unsigned mismatches = 0;
-            std::vector<unsigned char> left(length, 'q');
-            std::vector<unsigned char> right(length, 'Q');
             for (int a = 0; a < 256; ++a)
                 for (int b = 0; b < 256; ++b) {
+                    std::vector<unsigned char> left(length, 'q'), right(length, 'Q');
                     std::size_t const i = static_cast<std::size_t>(a + b) % length;
                     left[i] = static_cast<unsigned char>(a);
                     right[i] = static_cast<unsigned char>(b);
-                    std::size_t const expected = ReferenceCase::Lower(static_cast<char>(a)) ==
-                                                         ReferenceCase::Lower(static_cast<char>(b))
-                                                     ? length
-                                                     : i;
-                    mismatches += function(left.data(), right.data(), length) != expected;
-                    left[i] = 'q';
-                    right[i] = 'Q';
+                    bool const alike = ReferenceCase::Lower(static_cast<char>(a)) ==
+                                       ReferenceCase::Lower(static_cast<char>(b));
+                    mismatches +=
+                        function(left.data(), right.data(), length) != (alike ? length : i);
                 }
             EXPECT_EQ(0u, mismatches) << length;
         }

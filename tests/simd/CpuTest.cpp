@@ -26,15 +26,6 @@ TEST(CpuTest, UsesEveryLevelUpToTheBestOne) {
         EXPECT_EQ(level <= Simd::BestLevel(), Simd::Uses(level));
 }
 
-TEST(CpuTest, PinnedLevelEndsWithItsObject) {
-    {
-        Simd::PinnedLevel const pinned(Simd::baseline);
-        EXPECT_TRUE(Simd::Uses(Simd::baseline));
-        EXPECT_FALSE(Simd::Uses(Level::avx2));
-    }
-    EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
-}
-
 TEST(CpuTest, PinnedLevelsNest) {
     if (Simd::BestLevel() < Level::avx2)
         GTEST_SKIP() << "the processor has no AVX2";
@@ -48,9 +39,13 @@ TEST(CpuTest, PinnedLevelsNest) {
 }
 
 // In a separate process, in which the level has not been queried yet.
-TEST(CpuTest, PinBeforeTheFirstQueryEndsWithItsObject) {
+TEST(CpuTest, PinnedLevelEndsWithItsObject) {
     OtherProcess other([] {
-        { Simd::PinnedLevel const pinned(Simd::baseline); }
+        {
+            Simd::PinnedLevel const pinned(Simd::baseline);
+            EXPECT_TRUE(Simd::Uses(Simd::baseline));
+            EXPECT_FALSE(Simd::Uses(Level::avx2));
+        }
         EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());

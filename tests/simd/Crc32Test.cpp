@@ -1,14 +1,9 @@
 #include "simd/Crc32.h"
 
-#include <cstdint>
-#include <random>
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "fuzz/ChecksumProperties.h"
-#include "simd/Cpu.h"
-#include "tests/support/Bytes.h"
+#include "fuzz/RandomInputs.h"
 
 namespace {
 
@@ -20,21 +15,7 @@ TEST(Crc32Test, TableHasTheStepOfEachByte) {
 }
 
 TEST(Crc32Test, EveryFunctionAgreesWithReference) {
-    std::mt19937 random(70);
-    for (std::size_t length = 0; length < 900; length += 1 + length / 100) {
-        std::string const text = RandomBytes(random, length, EveryByte());
-        auto const* const bytes = reinterpret_cast<unsigned char const*>(text.data());
-        auto const start = static_cast<std::uint32_t>(random());
-        std::uint32_t const expected = ChecksumProperties::AdvanceByBits(start, text);
-        EXPECT_EQ(expected, Simd::Crc32(start, bytes, length)) << length;
-        EXPECT_EQ(expected, Simd::Crc32Scalar(start, bytes, length)) << length;
-        EXPECT_EQ(expected, Simd::Crc32Sliced(start, bytes, length)) << length;
-#if SIMD_X86
-        if (Simd::Uses(Simd::Level::ssse3)) {
-            EXPECT_EQ(expected, Simd::Crc32Folded(start, bytes, length)) << length;
-        }
-#endif
-    }
+    ForRandomInputs(70, 400, 900, EveryByte(), ChecksumProperties::Check);
 }
 
 TEST(Crc32Test, AcceptsNullPointerWithNoBytes) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -34,18 +35,13 @@ TEST(FormatDigitsTest, EightDigitsAgreeWithReference) {
     EXPECT_EQ(0u, mismatches);
 }
 
-std::string SixteenDigitsOf(std::uint64_t value) {
-    char text[17];
-    std::snprintf(text, sizeof(text), "%016llu", static_cast<unsigned long long>(value));
-    return text;
-}
-
 TEST(FormatDigitsTest, SixteenDigitsAgreeWithSnprintf) {
     unsigned mismatches = 0;
-    auto const check = [&](std::uint64_t first, std::uint64_t last) {
-        char text[16];
+    auto const check = [&](unsigned long long first, unsigned long long last) {
+        char text[16], expected[17];
         Simd::StoreSixteenDigits(text, first * 100000000 + last);
-        mismatches += SixteenDigitsOf(first * 100000000 + last) != std::string(text, 16);
+        std::snprintf(expected, sizeof(expected), "%08llu%08llu", first, last);
+        mismatches += std::string_view(expected) != std::string_view(text, 16);
     };
     ForEachEightDigits([&](std::uint32_t eight) {
         for (std::uint32_t const other : {0u, 99999999u}) {
