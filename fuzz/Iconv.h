@@ -13,6 +13,12 @@ public:
     Iconv(char const* target, char const* source) : converter(iconv_open(target, source)) {
         Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv supports the encodings");
     }
+    // The name of a Unicode encoding.
+    template <class E>
+    static char const* Name() {
+        constexpr std::size_t size = sizeof(typename E::Unit);
+        return size == 1 ? "UTF-8" : size == 2 ? "UTF-16LE" : "UTF-32LE";
+    }
     ~Iconv() { iconv_close(converter); }
     Iconv(Iconv const&) = delete;
     Iconv& operator=(Iconv const&) = delete;

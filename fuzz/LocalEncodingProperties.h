@@ -4,7 +4,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -147,14 +146,6 @@ private:
     Units<E> units;
     bool const marked;
 };
-
-template <class E>
-Units<E> UnitsIn(std::string_view bytes) {
-    Units<E> units(bytes.size() / sizeof(typename E::Unit));
-    if (!units.empty())
-        std::memcpy(units.data(), bytes.data(), units.size() * sizeof(typename E::Unit));
-    return units;
-}
 
 inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool isMarked) {
     using namespace UnixPlatform;

@@ -1,8 +1,5 @@
 // Compares the six transcoders, for any chunk boundaries, with a reference implementation, and with
 // iconv if it accepts the text.
-#include <cstring>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "fuzz/Fuzz.h"
@@ -13,16 +10,6 @@
 #include "unicode/Transcode.h"
 
 namespace {
-
-template <class E>
-char const* IconvName() {
-    if constexpr (std::same_as<E, UTF8>)
-        return "UTF-8";
-    else if constexpr (std::same_as<E, UTF16>)
-        return "UTF-16LE";
-    else
-        return "UTF-32LE";
-}
 
 template <class Target, class Source>
 void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& reference) {
@@ -35,7 +22,7 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& referenc
         Fuzz::Require(fails, "only text that the reference rejects is an error");
     }
     Units<Target> byIconv;
-    static Iconv const converter(IconvName<Target>(), IconvName<Source>());
+    static Iconv const converter(Iconv::Name<Target>(), Iconv::Name<Source>());
     if (!text.empty() && converter.Convert(text, byIconv))
         Fuzz::Require(!fails && whole == byIconv,
                       "text that iconv accepts is converted like by iconv");
@@ -43,10 +30,7 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& referenc
 
 template <class Target, class Source>
 void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
-    Units<Source> text(bytes.size() / sizeof(typename Source::Unit));
-    if (!text.empty())
-        std::memcpy(text.data(), bytes.data(), text.size() * sizeof(typename Source::Unit));
-
+    Units<Source> const text = UnitsIn<Source>(bytes);
     std::vector<std::size_t> const chunks = RepeatLengths(lengths, text.size());
     Naive::Transcoder<Target, Source> reference;
     RecordedStage<Target, Source> stage;
@@ -62,10 +46,10 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     unsigned int const pair = input.Byte() % 6U;
     std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
-    using Comparison = void (*)(std::vector<std::size_t> const&, std::string_view);
-    constexpr Comparison comparisons[] = {Compare<UTF16, UTF8>, Compare<UTF32, UTF8>,
-                                          Compare<UTF8, UTF16>, Compare<UTF32, UTF16>,
-                                          Compare<UTF8, UTF32>, Compare<UTF16, UTF32>};
-    comparisons[pair](lengths, input.Rest());
+    unsigned int number = 0;
+    ForEachTranscoder([&]<class Target, class Source>(Target, Source) {
+        if (number++ == pair)
+            Compare<Target, Source>(lengths, input.Rest());
+    });
     return 0;
 }

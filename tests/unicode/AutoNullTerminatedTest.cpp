@@ -19,79 +19,62 @@ constexpr bool pointerHasOneOwner =
     std::is_nothrow_move_assignable_v<AutoNullTerminated<Unit>>;
 static_assert(pointerHasOneOwner<char> && pointerHasOneOwner<unsigned int>);
 
-template <class E>
-void CheckTerminatedView() {
-    typename E::Unit const units[] = {'a', 'b', 0};
-    AllocationCounter const counter;
-    {
-        auto const text = MakeNullTerminatedString(UStringRef<E>(units, units + 2, true));
-        EXPECT_EQ(units, text.Pointer());
-        EXPECT_EQ(0u, text.Count());
-    }
-    EXPECT_EQ(0u, counter.Count());
-    EXPECT_EQ(0u, counter.Releases());
+template <class Body>
+void ForEachCEncoding(Body body) {
+    body(Local8Bit());
+    body(UTF32());
 }
 
-template <class E>
-void CheckOtherView() {
-    using Unit = typename E::Unit;
-    Unit const units[] = {'a', 0, 'b', 'x'};
-    AllocationCounter const counter;
-    auto const text = MakeNullTerminatedString(UStringRef<E>(units, units + 3));
-    EXPECT_EQ(1u, counter.Count());
-    EXPECT_EQ(4 * sizeof(Unit), counter.Bytes());
-    EXPECT_NE(units, text.Pointer());
-    EXPECT_EQ(4u, text.Count());
-    EXPECT_EQ((std::vector<Unit>{'a', 0, 'b', 0}),
-              std::vector<Unit>(text.Pointer(), text.Pointer() + 4));
-}
-
-template <class E>
-void CheckCopyIsReleased() {
-    typename E::Unit const units[] = {'a'};
-    AllocationCounter const counter;
-    {
-        auto const first = MakeNullTerminatedString(UStringRef<E>(units, units + 1));
-        auto second = MakeNullTerminatedString(UStringRef<E>(units, units + 1));
-        EXPECT_EQ(0u, counter.Releases());
-        second = AutoNullTerminated<typename E::Unit>(units);
-        EXPECT_EQ(1u, counter.Releases());
-    }
-    EXPECT_EQ(2u, counter.Releases());
-}
-
-template <class E>
-void CheckEmptyView() {
-    using Text = AutoNullTerminated<typename E::Unit>;
-    typename E::Unit const unit = 'x';
-    AllocationCounter const counter;
-    {
-        Text const fromNull = MakeNullTerminatedString(UStringRef<E>());
-        Text const fromEmpty = MakeNullTerminatedString(UStringRef<E>(&unit, &unit));
-        for (Text const* text : {&fromNull, &fromEmpty}) {
-            EXPECT_EQ(Text::EmptyString(), text->Pointer());
-            EXPECT_EQ(0u, *text->Pointer());
-            EXPECT_EQ(0u, text->Count());
+TEST(AutoNullTerminatedTest, DoesNotCopyTerminatedViews) {
+    ForEachCEncoding([]<class E>(E) {
+        typename E::Unit const units[] = {'a', 'b', 0};
+        AllocationCounter const counter;
+        {
+            auto const text = MakeNullTerminatedString(UStringRef<E>(units, units + 2, true));
+            EXPECT_EQ(units, text.Pointer());
+            EXPECT_EQ(0u, text.Count());
         }
-    }
-    EXPECT_EQ(0u, counter.Count());
-    EXPECT_EQ(0u, counter.Releases());
-    // An empty view with a NUL is not copied either.
-    typename E::Unit const nul = 0;
-    EXPECT_EQ(&nul, MakeNullTerminatedString(UStringRef<E>(&nul, &nul, true)).Pointer());
+        // An empty view with a NUL is not copied either.
+        EXPECT_EQ(units + 2,
+                  MakeNullTerminatedString(UStringRef<E>(units + 2, units + 2, true)).Pointer());
+        EXPECT_EQ(0u, counter.Count() + counter.Releases());
+    });
 }
 
-template <class E>
-void CheckViews() {
-    CheckTerminatedView<E>();
-    CheckOtherView<E>();
-    CheckCopyIsReleased<E>();
-    CheckEmptyView<E>();
+TEST(AutoNullTerminatedTest, CopiesOtherViewsUntilTheirEnd) {
+    ForEachCEncoding([]<class E>(E) {
+        Units<E> const units{'a', 0, 'b', 'x'};
+        UStringRef<E> const view(units.data(), units.data() + 3);
+        AllocationCounter const counter;
+        {
+            auto const text = MakeNullTerminatedString(view);
+            EXPECT_EQ(1u, counter.Count());
+            EXPECT_EQ(4 * sizeof(typename E::Unit), counter.Bytes());
+            EXPECT_NE(units.data(), text.Pointer());
+            ASSERT_EQ(4u, text.Count());
+            EXPECT_EQ((Units<E>{'a', 0, 'b', 0}), Units<E>(text.Pointer(), text.Pointer() + 4));
+            auto other = MakeNullTerminatedString(view);
+            AllocationCounter const ofAssignment;
+            other = AutoNullTerminated<typename E::Unit>(units.data());
+            EXPECT_EQ(1u, ofAssignment.Releases());
+        }
+        EXPECT_EQ(0, counter.Held());
+    });
 }
 
-TEST(AutoNullTerminatedTest, CopiesOnlyViewsWithoutNul) {
-    CheckViews<Local8Bit>();
-    CheckViews<UTF32>();
+TEST(AutoNullTerminatedTest, EmptyViewsShareOneNul) {
+    ForEachCEncoding([]<class E>(E) {
+        using Text = AutoNullTerminated<typename E::Unit>;
+        typename E::Unit const unit = 'x';
+        AllocationCounter const counter;
+        for (UStringRef<E> const& view : {UStringRef<E>(), UStringRef<E>(&unit, &unit)}) {
+            Text const text = MakeNullTerminatedString(view);
+            EXPECT_EQ(Text::EmptyString(), text.Pointer());
+            EXPECT_EQ(0u, *text.Pointer());
+            EXPECT_EQ(0u, text.Count());
+        }
+        EXPECT_EQ(0u, counter.Count() + counter.Releases());
+    });
 }
 
 TEST(AutoNullTerminatedTest, BothEmptyStringsAreTerminated) {

@@ -35,44 +35,32 @@ void ExpectNull(AutoUString<E> const& text) {
     EXPECT_FALSE(static_cast<UStringRef<E>>(text).nullTerminated);
 }
 
-template <class E>
-void CheckMaking() {
-    using Unit = typename E::Unit;
-    Units<E> const units{'a', static_cast<Unit>(0xFFFFFFFF), 0, 'b'};
-    AllocationCounter const counter;
-    AutoUString<E> const text = MakeUString(units.data(), units.data() + 4, E());
-    EXPECT_EQ(1u, counter.Count());
-    EXPECT_EQ(5 * sizeof(Unit), counter.Bytes());
-    EXPECT_EQ(units, UnitsOf(text));
-    EXPECT_EQ(4u, text.Length());
-    EXPECT_EQ(0u, *text.End());
-    EXPECT_NE(units.data(), text.Begin());
-    UStringRef<E> const view = text;
-    EXPECT_TRUE(view.begin == text.Begin() && view.end == text.End() && view.nullTerminated);
-}
-
 TEST(AutoUStringTest, MakeUStringCopiesTheTextAndAddsANul) {
-    CheckMaking<UTF8>();
-    CheckMaking<UTF16>();
-    CheckMaking<UTF32>();
-}
-
-template <class E>
-void CheckEmpty() {
-    typename E::Unit const unit = 'x';
-    AllocationCounter const counter;
-    AutoUString<E> const fromNull = MakeUString<E>(nullptr, nullptr, E());
-    AutoUString<E> const fromEmpty = MakeUString(&unit, &unit, E());
-    EXPECT_EQ(0u, counter.Count());
-    ExpectNull(fromNull);
-    ExpectNull(fromEmpty);
-    ExpectNull(AutoUString<E>());
+    ForEachUnicode([]<class E>(E) {
+        using Unit = typename E::Unit;
+        Units<E> const units{'a', static_cast<Unit>(0xFFFFFFFF), 0, 'b'};
+        AllocationCounter const counter;
+        AutoUString<E> const text = MakeUString(units.data(), units.data() + 4, E());
+        EXPECT_EQ(1u, counter.Count());
+        EXPECT_EQ(5 * sizeof(Unit), counter.Bytes());
+        EXPECT_EQ(units, UnitsOf(text));
+        EXPECT_EQ(4u, text.Length());
+        EXPECT_EQ(Unit{0}, *text.End());
+        EXPECT_NE(units.data(), text.Begin());
+        UStringRef<E> const view = text;
+        EXPECT_TRUE(view.begin == text.Begin() && view.end == text.End() && view.nullTerminated);
+    });
 }
 
 TEST(AutoUStringTest, EmptyRangesHaveNullPointers) {
-    CheckEmpty<UTF8>();
-    CheckEmpty<UTF16>();
-    CheckEmpty<UTF32>();
+    ForEachUnicode([]<class E>(E) {
+        typename E::Unit const unit = 'x';
+        AllocationCounter const counter;
+        ExpectNull(MakeUString<E>(nullptr, nullptr, E()));
+        ExpectNull(MakeUString(&unit, &unit, E()));
+        ExpectNull(AutoUString<E>());
+        EXPECT_EQ(0u, counter.Count());
+    });
     ExpectNull(SeizeUString(OwnedArray<char>(), Local8Bit()));
     ExpectNull(SeizeUString(Allocate<unsigned int>(0), UTF32()));
     AutoUString<UTF8> const empty = MakeUString<UTF8>(nullptr, nullptr, UTF8());
@@ -82,17 +70,14 @@ TEST(AutoUStringTest, EmptyRangesHaveNullPointers) {
 TEST(AutoUStringTest, SeizeUStringTakesTheBuffer) {
     AllocationCounter const counter;
     {
-        AutoUString<Local8Bit> text;
-        {
-            OwnedArray<char> buffer = Allocate<char>(3);
-            char* const place = buffer.Pointer();
-            std::memcpy(place, "hi", 3);
-            text = SeizeUString(std::move(buffer), Local8Bit());
-            EXPECT_EQ(nullptr, buffer.Pointer());
-            EXPECT_EQ(0u, buffer.Disposer().count);
-            EXPECT_EQ(place, text.Begin());
-            EXPECT_EQ(place + 2, text.End());
-        }
+        OwnedArray<char> buffer = Allocate<char>(3);
+        char* const place = buffer.Pointer();
+        std::memcpy(place, "hi", 3);
+        AutoUString<Local8Bit> text = SeizeUString(std::move(buffer), Local8Bit());
+        EXPECT_EQ(nullptr, buffer.Pointer());
+        EXPECT_EQ(0u, buffer.Disposer().count);
+        EXPECT_EQ(place, text.Begin());
+        EXPECT_EQ(place + 2, text.End());
         AutoUString<Local8Bit> const last(std::move(text));
         EXPECT_EQ(0u, counter.Releases());
         EXPECT_EQ(ConstData("hi"), (EncodingCast<ConstData, Local8Bit>(last)));

@@ -2,15 +2,9 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <utility>
-#include <vector>
 
-#include "data/ArrayOf.h"
 #include "tests/unicode/TextStreams.h"
-#include "tests/unicode/Units.h"
-#include "unicode/Encodings.h"
-#include "unicode/GenericTranscoder.h"
 
 namespace Naive {
 
@@ -111,19 +105,9 @@ bool Step(std::vector<Source> const& sequence, std::vector<Target>& out) {
 
 // The capacity of a block, and the number of free code units below which a block is sent.
 template <class E>
-struct Block;
-template <>
-struct Block<UTF8> {
-    static constexpr std::size_t units = 4096, bound = 4;
-};
-template <>
-struct Block<UTF16> {
-    static constexpr std::size_t units = 2048, bound = 2;
-};
-template <>
-struct Block<UTF32> {
-    static constexpr std::size_t units = 1024, bound = 1;
-};
+constexpr std::size_t blockBound = 4 / sizeof(typename E::Unit);
+template <class E>
+constexpr std::size_t blockSize = 1024 * blockBound<E>;
 
 // Does not derive from a receiver: FeedText needs only these three functions.
 template <class Target, class Source>
@@ -139,7 +123,7 @@ public:
         Units<Target> block;
         std::size_t next = 0;
         while (next < chunk.Length()) {
-            if (Block<Target>::units - block.size() < Block<Target>::bound)
+            if (blockSize<Target> - block.size() < blockBound<Target>)
                 Send(block);
             bool done = false;
             while (!done && next < chunk.Length()) {

@@ -1,5 +1,6 @@
 #include "unicode/Owned.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <type_traits>
@@ -9,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
+#include "tests/unicode/Units.h"
 
 namespace {
 
@@ -73,28 +75,21 @@ TEST(OwnedTest, ReleaseEndsTheOwnership) {
     EXPECT_TRUE(log.empty());
 }
 
-template <class T>
-void CheckAllocate() {
-    AllocationCounter const counter;
-    {
-        char hint[16];
-        OwnedArray<T> const array = Allocate<T>(1000, hint);
-        EXPECT_EQ(1u, counter.Count());
-        EXPECT_EQ(1000 * sizeof(T), counter.Bytes());
-        EXPECT_EQ(1000u, array.Disposer().count);
-        for (int i = 0; i < 1000; ++i)
-            array.Pointer()[i] = static_cast<T>(i);
-        EXPECT_EQ(static_cast<T>(999), array.Pointer()[999]);
-        EXPECT_EQ(0u, counter.Releases());
-    }
-    EXPECT_EQ(1u, counter.Releases());
-}
-
 TEST(OwnedTest, AllocatesArraysOfEachCodeUnit) {
-    CheckAllocate<char>();
-    CheckAllocate<unsigned char>();
-    CheckAllocate<unsigned short>();
-    CheckAllocate<unsigned int>();
+    ForEachEncoding([]<class E>(E) {
+        using Unit = typename E::Unit;
+        AllocationCounter const counter;
+        {
+            char hint[16];
+            OwnedArray<Unit> const array = Allocate<Unit>(1000, hint);
+            EXPECT_EQ(1u, counter.Count());
+            EXPECT_EQ(1000 * sizeof(Unit), counter.Bytes());
+            EXPECT_EQ(1000u, array.Disposer().count);
+            std::fill_n(array.Pointer(), 1000, Unit{'x'});
+            EXPECT_EQ(0u, counter.Releases());
+        }
+        EXPECT_EQ(1u, counter.Releases());
+    });
 }
 
 TEST(OwnedTest, AllocatesAnEmptyArray) {

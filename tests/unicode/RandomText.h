@@ -1,12 +1,9 @@
 // Random well-formed texts with runs of characters of one kind, as in real texts.
 #pragma once
 
-#include <cstddef>
 #include <random>
 
 #include "tests/unicode/NaiveTranscoder.h"
-#include "tests/unicode/Units.h"
-#include "unicode/Encodings.h"
 
 // Returns a character of one of six kinds: ASCII, Latin, Cyrillic, CJK, emoji, any.
 inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
@@ -24,13 +21,11 @@ inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
         return between(0x4E00, 0x9FFF);
     case 4:
         return between(0x1F300, 0x1F6FF);
-    default:
-        for (;;) {
-            unsigned const value = random() % (random() % 2 == 0 ? 0x10000 : 0x110000);
-            if (!Naive::IsSurrogate(value))
-                return value;
-        }
     }
+    unsigned value = 0xD800;
+    while (Naive::IsSurrogate(value))
+        value = random() % (random() % 2 == 0 ? 0x10000 : 0x110000);
+    return value;
 }
 
 // Returns `length` characters in runs of 1 to 100 of one kind.

@@ -3,20 +3,15 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "data/ArrayOf.h"
 #include "tests/unicode/Units.h"
-#include "unicode/Encodings.h"
 #include "unicode/GenericTranscoder.h"
-#include "unicode/UTextReceiver.h"
 
 // Records the calls that reach the end of a chain.
 template <class E>
@@ -47,10 +42,7 @@ class RecordingTextReceiver : public UTextReceiver<E> {
 public:
     void Start(E) override {
         isOpen = true;
-        outcome.units.clear();
-        outcome.sizes.clear();
-        outcome.ended = false;
-        outcome.thrownAt = -1;
+        outcome = {};
     }
     void Receive(ConstArrayOf<typename E::Unit> units) override {
         EXPECT_TRUE(isOpen && !units.IsEmpty());
@@ -103,20 +95,11 @@ public:
         FeedText<Source>(transcoder(recorder), recorder.outcome, text, lengths);
         return recorder.outcome;
     }
-    TextOutcome<Target> const& Run(Units<Source> const& text) { return Run(text, {text.size()}); }
 
 private:
     RecordingTextReceiver<Target> recorder;
     StreamTranscoder<Target, Source> transcoder;
 };
-
-// Returns chunks of `size` code units; the last one may be shorter.
-inline ChunkLengths ChunksOf(std::size_t size, std::size_t length) {
-    ChunkLengths lengths(length / size, size);
-    if (length % size != 0)
-        lengths.push_back(length % size);
-    return lengths;
-}
 
 // Returns all 2^(length-1) ways to split a text of `length` > 0 code units into nonempty chunks.
 inline std::vector<ChunkLengths> AllSplits(std::size_t length) {
@@ -124,10 +107,7 @@ inline std::vector<ChunkLengths> AllSplits(std::size_t length) {
     for (std::size_t cuts = 0; cuts < std::size_t{1} << (length - 1); ++cuts) {
         ChunkLengths lengths{1};
         for (std::size_t place = 0; place + 1 < length; ++place)
-            if ((cuts >> place & 1) != 0)
-                lengths.push_back(1);
-            else
-                ++lengths.back();
+            (cuts >> place & 1) != 0 ? lengths.push_back(1) : void(++lengths.back());
         splits.push_back(lengths);
     }
     return splits;

@@ -1,12 +1,9 @@
 #include "unicode/Transcode.h"
 
-#include <algorithm>
-#include <string>
-#include <type_traits>
-
 #include <gtest/gtest.h>
 
 #include "fuzz/Iconv.h"
+#include "tests/support/Chunks.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/unicode/RandomText.h"
 #include "tests/unicode/TextStreams.h"
@@ -37,34 +34,26 @@ TEST(TranscodeTest, CopiesUTF32ToItself) {
 
 // The empty string, text with an embedded NUL and a byte order mark, and text with an error at its
 // end. The leak check detects a leak of its buffer.
-template <class Target, class Source>
-void CheckViewsAndStrings() {
-    Units<UTF32> const characters{0x61, 0, 0xFEFF, 0xE9, 0x20AC, 0x1F600};
-    Units<Source> text = Encoded<Source>(characters);
-    AutoUString<Source> const owned = MakeUString(text.data(), text.data() + text.size(), Source());
-    AutoUString<Target> const result = Transcode<Target, Source>(RefOf<Source>(text));
-    EXPECT_EQ(Encoded<Target>(characters), UnitsOf(result));
-    EXPECT_EQ(Encoded<Target>(characters), UnitsOf(Transcode<Target, Source>(owned)));
-    EXPECT_EQ(0u, *result.End());
-
-    typename Source::Unit const nul = 0;
-    for (UStringRef<Source> const& empty :
-         {UStringRef<Source>(), UStringRef<Source>(&nul, &nul, true)})
-        EXPECT_EQ(nullptr, (Transcode<Target, Source>(empty).Begin()));
-    EXPECT_EQ(nullptr, (Transcode<Target, Source>(AutoUString<Source>()).Begin()));
-
-    text.resize(10000, 0x61);
-    text.push_back(static_cast<typename Source::Unit>(0xFFFFD8C3));
-    EXPECT_THROW((Transcode<Target, Source>(RefOf<Source>(text))), InvalidTextEncoding);
-}
-
 TEST(TranscodeTest, TranscodesViewsAndStrings) {
-    CheckViewsAndStrings<UTF8, UTF16>();
-    CheckViewsAndStrings<UTF8, UTF32>();
-    CheckViewsAndStrings<UTF16, UTF8>();
-    CheckViewsAndStrings<UTF16, UTF32>();
-    CheckViewsAndStrings<UTF32, UTF8>();
-    CheckViewsAndStrings<UTF32, UTF16>();
+    ForEachTranscoder([]<class Target, class Source>(Target, Source) {
+        Units<UTF32> const characters{0x61, 0, 0xFEFF, 0xE9, 0x20AC, 0x1F600};
+        Units<Source> text = Encoded<Source>(characters);
+        auto const owned = MakeUString(text.data(), text.data() + text.size(), Source());
+        AutoUString<Target> const result = Transcode<Target, Source>(RefOf<Source>(text));
+        EXPECT_EQ(Encoded<Target>(characters), UnitsOf(result));
+        EXPECT_EQ(Encoded<Target>(characters), UnitsOf(Transcode<Target, Source>(owned)));
+        EXPECT_EQ(0u, *result.End());
+
+        typename Source::Unit const nul = 0;
+        for (UStringRef<Source> const& empty :
+             {UStringRef<Source>(), UStringRef<Source>(&nul, &nul, true)})
+            EXPECT_EQ(nullptr, (Transcode<Target, Source>(empty).Begin()));
+        EXPECT_EQ(nullptr, (Transcode<Target, Source>(AutoUString<Source>()).Begin()));
+
+        text.resize(10000, 0x61);
+        text.push_back(static_cast<typename Source::Unit>(0xFFFFD8C3));
+        EXPECT_THROW((Transcode<Target, Source>(RefOf<Source>(text))), InvalidTextEncoding);
+    });
 }
 
 // `unit` is a code unit that expands to the maximum number of code units of the target. `factor` is
@@ -102,62 +91,30 @@ TEST(TranscodeTest, FailedAllocationsPropagate) {
     EXPECT_EQ(2u, failures);
 }
 
-Units<UTF32> EveryCharacter() {
+template <class E>
+Units<E> EveryCharacterIn() {
     Units<UTF32> characters;
     for (unsigned int value = 0; value < 0x110000; ++value)
         if (value < 0xD800 || value > 0xDFFF)
             characters.push_back(value);
-    return characters;
-}
-
-template <class E>
-Units<E> EveryCharacterIn() {
-    if constexpr (std::is_same_v<E, UTF32>)
-        return EveryCharacter();
     Units<E> units;
-    char const* const encoding = std::is_same_v<E, UTF8> ? "UTF-8" : "UTF-16LE";
-    EXPECT_TRUE(Iconv(encoding, "UTF-32LE").Convert(EveryCharacter(), units));
+    EXPECT_TRUE(Iconv(Iconv::Name<E>(), "UTF-32LE").Convert(characters, units));
     return units;
 }
 
-template <class E>
-class Collector : public UTextReceiver<E> {
-public:
-    void Receive(ConstArrayOf<typename E::Unit> piece) override {
-        units.insert(units.end(), piece.begin, piece.end);
-    }
-
-    Units<E> units;
-};
-
 // As one chunk, and in chunks that split every sequence at every position.
-template <class Target, class Source>
-void CheckEveryCharacter() {
-    Units<Source> const source = EveryCharacterIn<Source>();
-    Units<Target> const expected = EveryCharacterIn<Target>();
-    ASSERT_LT(0x10F7FFu, source.size());
-    ASSERT_LT(0x10F7FFu, expected.size());
-    EXPECT_TRUE(UnitsOf(Transcode<Target, Source>(RefOf<Source>(source))) == expected);
-    for (std::size_t size : {1, 3}) {
-        Collector<Target> collector;
-        collector.units.reserve(expected.size());
-        StreamTranscoder<Target, Source> transcoder;
-        UTextReceiver<Source>& receiver = transcoder(collector);
-        receiver.Start(Source());
-        for (std::size_t place = 0; place < source.size(); place += size)
-            receiver.Receive(ConstArrayOf<typename Source::Unit>(
-                source.data() + place, std::min(size, source.size() - place)));
-        receiver.ReceiveEnd();
-        EXPECT_TRUE(collector.units == expected) << "in chunks of " << size;
-    }
+TEST(TranscodeTest, EveryCharacterAgreesWithIconv) {
+    ForEachTranscoder([]<class Target, class Source>(Target, Source) {
+        Units<Source> const source = EveryCharacterIn<Source>();
+        Units<Target> const expected = EveryCharacterIn<Target>();
+        ASSERT_LT(0x10F7FFu, source.size());
+        ASSERT_LT(0x10F7FFu, expected.size());
+        RecordedStage<Target, Source> stage;
+        EXPECT_TRUE(UnitsOf(Transcode<Target, Source>(RefOf<Source>(source))) == expected);
+        for (std::size_t size : {1, 3})
+            EXPECT_TRUE(stage.Run(source, RepeatLengths({size}, source.size())).units == expected)
+                << "in chunks of " << size;
+    });
 }
 
-TEST(TranscodeTest, EveryCharacterAgreesWithIconv) {
-    CheckEveryCharacter<UTF16, UTF8>();
-    CheckEveryCharacter<UTF32, UTF8>();
-    CheckEveryCharacter<UTF8, UTF16>();
-    CheckEveryCharacter<UTF32, UTF16>();
-    CheckEveryCharacter<UTF8, UTF32>();
-    CheckEveryCharacter<UTF16, UTF32>();
-}
 } // namespace

@@ -2,10 +2,9 @@
 // rules, and long texts. Compares the code units, the number and sizes of the calls, and the
 // position of an exception.
 #include <algorithm>
-#include <cstddef>
+#include <numeric>
 #include <random>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -45,23 +44,17 @@ protected:
         TextOutcome<Target> const& actual = stage.Run(text, lengths);
         TextOutcome<Target> const& expected = reference.Run(text, lengths);
         if (actual != expected && mismatches.size() <= 2000)
-            mismatches +=
-                ShownUnits(Units<Source>(
-                    text.begin(),
-                    text.begin() + static_cast<long>(std::min<std::size_t>(text.size(), 40)))) +
-                " in " + std::to_string(lengths.size()) + " chunks is " +
-                ShownOutcome(actual).substr(0, 200) + " instead of " +
-                ShownOutcome(expected).substr(0, 200) + "\n";
+            mismatches += ShownUnits(text).substr(0, 200) + " in " +
+                          std::to_string(lengths.size()) + " chunks is " +
+                          ShownOutcome(actual).substr(0, 200) + " instead of " +
+                          ShownOutcome(expected).substr(0, 200) + "\n";
         return actual.thrownAt >= 0;
     }
 
-    void CheckAllSplits(Units<Source> const& text) {
+    // All ways to split, and each position including the end with an empty chunk in between.
+    void CheckSplits(Units<Source> const& text) {
         for (ChunkLengths const& lengths : AllSplits(text.size()))
             Check(text, lengths);
-    }
-
-    // Split at each position including the end, with an empty chunk in between.
-    void CheckEmptyChunks(Units<Source> const& text) {
         for (std::size_t position = 1; position <= text.size(); ++position)
             Check(text, {position, 0, text.size() - position});
     }
@@ -75,8 +68,7 @@ protected:
             for (std::size_t i = 0; i < choices.size(); ++i)
                 text.push_back(choices[i][indexes[i]]);
             text.insert(text.end(), after.begin(), after.end());
-            CheckAllSplits(text);
-            CheckEmptyChunks(text);
+            CheckSplits(text);
             for (changed = 0; changed < choices.size(); ++changed) {
                 if (++indexes[changed] < choices[changed].size())
                     break;
@@ -94,9 +86,8 @@ private:
 
 template <class Unit>
 std::vector<Unit> Range(unsigned first, unsigned last) {
-    std::vector<Unit> units;
-    for (unsigned unit = first; unit <= last; ++unit)
-        units.push_back(static_cast<Unit>(unit));
+    std::vector<Unit> units(last - first + 1);
+    std::iota(units.begin(), units.end(), static_cast<Unit>(first));
     return units;
 }
 
@@ -184,8 +175,7 @@ TYPED_TEST(TranscoderContractTest, RandomTextsAgreeWithReference) {
     int thrown = 0;
     for (int round = 0; round < 300; ++round) {
         Units<E> text = RandomText<E>(random, random() % 6000);
-        bool const isSpoilt = round % 2 != 0 && !text.empty();
-        for (int spoilt = 0; isSpoilt && spoilt < 3; ++spoilt)
+        for (int spoilt = 0; round % 2 != 0 && !text.empty() && spoilt < 3; ++spoilt)
             text[random() % text.size()] = static_cast<typename E::Unit>(random() >> random() % 24);
         bool const isWhole = random() % 2 == 0;
         thrown += this->Check(text, isWhole ? ChunkLengths{text.size()}

@@ -27,24 +27,19 @@ Units<E> Count(std::size_t length) {
     return units;
 }
 
-template <class E>
-void CheckCollecting() {
-    UStringBuilder<E> builder(20);
-    UTextReceiver<E>& receiver = builder();
-    receiver.Start(E());
-    Units<E> const units = Count<E>(12);
-    receiver.Receive(ConstArrayOf<typename E::Unit>(units.data(), 5));
-    receiver.Receive(ConstArrayOf<typename E::Unit>());
-    receiver.Receive(ConstArrayOf<typename E::Unit>(units.data() + 5, 7));
-    receiver.ReceiveEnd();
-    EXPECT_EQ(units, UnitsOf(builder.Text()));
-    EXPECT_EQ(20u, builder.Capacity());
-}
-
 TEST(UStringBuilderTest, CollectsTheChunksInOrder) {
-    CheckCollecting<UTF8>();
-    CheckCollecting<UTF16>();
-    CheckCollecting<UTF32>();
+    ForEachUnicode([]<class E>(E) {
+        UStringBuilder<E> builder(20);
+        UTextReceiver<E>& receiver = builder();
+        receiver.Start(E());
+        Units<E> const units = Count<E>(12);
+        receiver.Receive(ConstArrayOf<typename E::Unit>(units.data(), 5));
+        receiver.Receive(ConstArrayOf<typename E::Unit>());
+        receiver.Receive(ConstArrayOf<typename E::Unit>(units.data() + 5, 7));
+        receiver.ReceiveEnd();
+        EXPECT_EQ(units, UnitsOf(builder.Text()));
+        EXPECT_EQ(20u, builder.Capacity());
+    });
 }
 
 TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrTheRequiredOne) {
@@ -107,14 +102,11 @@ TEST(UStringBuilderTest, StartDropsTextReceivedBefore) {
 TEST(UStringBuilderTest, FailedAllocationKeepsTheText) {
     UStringBuilder<UTF32> builder(4);
     builder().Start(UTF32());
-    builder().Receive(ArrayOfUnits(Count<UTF32>(4)));
     Units<UTF32> const units = Count<UTF32>(4);
+    builder().Receive(ArrayOfUnits(units));
     {
-        FailingAllocation const failing(1);
+        FailingAllocation const failing(1, FailingAllocation::FromThenOn);
         EXPECT_THROW(builder().Receive(ArrayOfUnits(units)), std::bad_alloc);
-    }
-    {
-        FailingAllocation const failing(1);
         EXPECT_THROW(builder().Start(UTF32()), std::bad_alloc);
     }
     EXPECT_EQ(4u, builder.Capacity());

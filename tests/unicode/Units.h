@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstdio>
-#include <initializer_list>
+#include <cstring>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "data/ArrayOf.h"
@@ -28,6 +29,15 @@ Units<E> UnitsOf(AutoUString<E> const& text) {
     return UnitsOf(static_cast<UStringRef<E>>(text));
 }
 
+// Returns the code units that the bytes contain.
+template <class E>
+Units<E> UnitsIn(std::string_view bytes) {
+    Units<E> units(bytes.size() / sizeof(typename E::Unit));
+    if (!units.empty())
+        std::memcpy(units.data(), bytes.data(), units.size() * sizeof(typename E::Unit));
+    return units;
+}
+
 // Return views of the code units, which must outlive the views.
 template <class E>
 UStringRef<E> RefOf(Units<E> const& units) {
@@ -36,6 +46,32 @@ UStringRef<E> RefOf(Units<E> const& units) {
 template <class Unit>
 ConstArrayOf<Unit> ArrayOfUnits(std::vector<Unit> const& units) {
     return ConstArrayOf<Unit>(units.data(), units.size());
+}
+
+// Calls `body` with each Unicode encoding.
+template <class Body>
+void ForEachUnicode(Body body) {
+    body(UTF8());
+    body(UTF16());
+    body(UTF32());
+}
+
+// Calls `body` with each encoding.
+template <class Body>
+void ForEachEncoding(Body body) {
+    ForEachUnicode(body);
+    body(Local8Bit());
+}
+
+// Calls `body` with the target and the source of each transcoder.
+template <class Body>
+void ForEachTranscoder(Body body) {
+    body(UTF16(), UTF8());
+    body(UTF32(), UTF8());
+    body(UTF8(), UTF16());
+    body(UTF32(), UTF16());
+    body(UTF8(), UTF32());
+    body(UTF16(), UTF32());
 }
 
 // Returns the code units in hexadecimal, with spaces between them.
