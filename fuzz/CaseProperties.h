@@ -47,32 +47,32 @@ inline void CompareRuns(Fuzz::ExactCopy const& left, Fuzz::ExactCopy const& righ
     auto const agrees = [&](auto function) {
         return function(one, other, length) == expected;
     };
-    Fuzz::Require(agrees(Simd::CommonPrefix), "the dispatched kernel finds the first difference");
-    Fuzz::Require(agrees(Simd::CommonPrefixScalar), "the scalar reference finds it");
+    Require(agrees(Simd::CommonPrefix), "the dispatched kernel finds the first difference");
+    Require(agrees(Simd::CommonPrefixScalar), "the scalar reference finds it");
 #if SIMD_X86
-    Fuzz::Require(agrees(Simd::CommonPrefixSse2), "the kernel of SSE2 finds it");
-    Fuzz::Require(!Simd::Uses(Simd::Level::avx2) || agrees(Simd::CommonPrefixAvx2),
-                  "the kernel of AVX2 finds it");
+    Require(agrees(Simd::CommonPrefixSse2), "the kernel of SSE2 finds it");
+    Require(!Simd::Uses(Simd::Level::avx2) || agrees(Simd::CommonPrefixAvx2),
+            "the kernel of AVX2 finds it");
 #endif
 }
 
 inline void CompareOrders(std::string const& left, std::string const& right) {
-    Fuzz::Require(Ascii::CompareLowercase(ConstData(left), ConstData(right)) ==
-                      ReferenceCase::Compare(left, right, Lower),
-                  "CompareLowercase orders by the bytes in lower case");
-    Fuzz::Require(Ascii::CompareUppercase(ConstData(left), ConstData(right)) ==
-                      ReferenceCase::Compare(left, right, Upper),
-                  "CompareUppercase orders by the bytes in upper case");
-    Fuzz::Require(Ascii::EqualIgnoringCase(ConstData(left), ConstData(right)) ==
-                      (Lowered(left) == Lowered(right)),
-                  "texts are equal if they are equal in lower case");
+    Require(Ascii::CompareLowercase(ConstData(left), ConstData(right)) ==
+                ReferenceCase::Compare(left, right, Lower),
+            "CompareLowercase orders by the bytes in lower case");
+    Require(Ascii::CompareUppercase(ConstData(left), ConstData(right)) ==
+                ReferenceCase::Compare(left, right, Upper),
+            "CompareUppercase orders by the bytes in upper case");
+    Require(Ascii::EqualIgnoringCase(ConstData(left), ConstData(right)) ==
+                (Lowered(left) == Lowered(right)),
+            "texts are equal if they are equal in lower case");
     std::string const leftText = left.c_str();
     std::string const rightText = right.c_str();
     Fuzz::ExactCopy const leftCopy(std::string_view(leftText.c_str(), leftText.size() + 1));
     Fuzz::ExactCopy const rightCopy(std::string_view(rightText.c_str(), rightText.size() + 1));
-    Fuzz::Require(Ascii::CompareLowercase(leftCopy.Begin(), rightCopy.Begin()) ==
-                      CompareTexts(leftText, rightText),
-                  "NUL-terminated strings are ordered by bytes");
+    Require(Ascii::CompareLowercase(leftCopy.Begin(), rightCopy.Begin()) ==
+                CompareTexts(leftText, rightText),
+            "NUL-terminated strings are ordered by bytes");
 }
 
 // Maps in one buffer, to `distance` bytes after the source, so source and target may overlap.
@@ -86,18 +86,18 @@ void CompareMapping(std::string_view text, void mapText(ConstData, Data), std::s
     mapText(ConstData(ours.data(), length), Data(ours.data() + distance, length));
     for (std::size_t i = 0; i < length; ++i)
         expected[distance + i] = static_cast<char>(map(expected[i]));
-    Fuzz::Require(ours == expected, "overlapping text is mapped as if byte by byte");
+    Require(ours == expected, "overlapping text is mapped as if byte by byte");
 }
 
 inline void CompareCases(std::string const& text, std::size_t distance) {
     std::string const lower = Lowered(text);
     std::string const upper = Raised(text);
-    Fuzz::Require(Ascii::LowerCase(ConstData(text)) == lower, "LowerCase maps each byte");
-    Fuzz::Require(Ascii::RaiseCase(ConstData(text)) == upper, "RaiseCase maps each byte");
-    Fuzz::Require(Ascii::IsLowercase(ConstData(text)) == (text == lower),
-                  "IsLowercase is true if mapping changes nothing");
-    Fuzz::Require(Ascii::IsUppercase(ConstData(text)) == (text == upper),
-                  "IsUppercase is true if mapping changes nothing");
+    Require(Ascii::LowerCase(ConstData(text)) == lower, "LowerCase maps each byte");
+    Require(Ascii::RaiseCase(ConstData(text)) == upper, "RaiseCase maps each byte");
+    Require(Ascii::IsLowercase(ConstData(text)) == (text == lower),
+            "IsLowercase is true if mapping changes nothing");
+    Require(Ascii::IsUppercase(ConstData(text)) == (text == upper),
+            "IsUppercase is true if mapping changes nothing");
     CompareMapping(text, Ascii::LowerCase, distance, Lower);
     CompareMapping(text, Ascii::RaiseCase, distance, Upper);
 }
@@ -106,9 +106,9 @@ inline void CompareSearch(Fuzz::ExactCopy const& text, std::string const& patter
     std::string const lower = Lowered(std::string(text.Begin(), text.Length()));
     std::size_t const at = lower.find(Lowered(pattern));
     char const* const expected = at == std::string::npos ? nullptr : text.Begin() + at;
-    Fuzz::Require(FindCaseInsensitive(text.Begin(), text.Length(), pattern.data(),
-                                      pattern.size()) == expected,
-                  "FindCaseInsensitive agrees with find in lower case");
+    Require(FindCaseInsensitive(text.Begin(), text.Length(), pattern.data(), pattern.size()) ==
+                expected,
+            "FindCaseInsensitive agrees with find in lower case");
 }
 
 // Flips bits of the text. The changes are pairs of bytes: a distance from the previous change, and

@@ -26,9 +26,9 @@ inline std::uint32_t AdvanceByBits(std::uint32_t value, std::string_view bytes) 
 template <class Function>
 void CompareFunction(std::uint32_t start, Fuzz::ExactCopy const& copy, Function function) {
     auto const* const bytes = reinterpret_cast<unsigned char const*>(copy.Begin());
-    Fuzz::Require(function(start, bytes, copy.Length()) ==
-                      AdvanceByBits(start, {copy.Begin(), copy.Length()}),
-                  "each kernel agrees with the bit-wise reference");
+    Require(function(start, bytes, copy.Length()) ==
+                AdvanceByBits(start, {copy.Begin(), copy.Length()}),
+            "each kernel agrees with the bit-wise reference");
 }
 
 inline void CompareStream(std::vector<std::size_t> const& lengths, std::string_view text) {
@@ -37,8 +37,8 @@ inline void CompareStream(std::vector<std::size_t> const& lengths, std::string_v
     receiver.Start();
     SplitByLengths(text, lengths).Feed([&](ConstData chunk) { receiver.Receive(chunk); });
     receiver.ReceiveEnd();
-    Fuzz::Require(receiver.Value() == AdvanceByBits(0xFFFFFFFF, text),
-                  "the checksum of a stream agrees with the bit-wise reference");
+    Require(receiver.Value() == AdvanceByBits(0xFFFFFFFF, text),
+            "the checksum of a stream agrees with the bit-wise reference");
 }
 
 // Input: the lengths of the chunks, four bytes for the initial register, the alignment of the text,

@@ -49,7 +49,7 @@ std::optional<ReferenceRequest> Read(std::vector<std::string> const& arguments) 
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);
-    Fuzz::Require(Read(arguments) == ReferenceRead(arguments),
-                  "the parsed command line agrees with the reference");
+    Require(Read(arguments) == ReferenceRead(arguments),
+            "the parsed command line agrees with the reference");
     return 0;
 }

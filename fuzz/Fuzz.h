@@ -30,6 +30,17 @@ inline void Require(bool holds, char const* what) {
         throw Violation(what);
 }
 
+// Returns the bytes up to the first NUL.
+inline std::string UpToNul(std::string_view text) {
+    return std::string(text.substr(0, text.find('\0')));
+}
+
+// Returns a text without the whitespace at both ends.
+inline std::string Trimmed(std::string const& text, char const* white = " \t\r\n") {
+    std::size_t const first = std::min(text.find_first_not_of(white), text.size());
+    return text.substr(first, text.find_last_not_of(white) + 1 - first);
+}
+
 // Takes values from the front of an input. Returns zeros and empty strings at its end. The bytes
 // must outlive the object.
 class Input {
@@ -98,3 +109,5 @@ inline std::vector<std::size_t> TakeLengths(Input& input) {
 }
 
 } // namespace Fuzz
+
+using Fuzz::Require;

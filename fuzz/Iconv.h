@@ -11,7 +11,7 @@
 class Iconv {
 public:
     Iconv(char const* target, char const* source) : converter(iconv_open(target, source)) {
-        Fuzz::Require(converter != reinterpret_cast<iconv_t>(-1), "iconv supports the encodings");
+        Require(converter != reinterpret_cast<iconv_t>(-1), "iconv supports the encodings");
     }
     // The name of a Unicode encoding.
     template <class E>

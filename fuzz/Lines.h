@@ -16,7 +16,7 @@ class LineCalls : public LineReceiver {
 public:
     void Start(unsigned long long position) override { Add("start " + std::to_string(position)); }
     void Receive(ConstData data) override {
-        Fuzz::Require(!data.IsEmpty(), "no chunk is empty");
+        Require(!data.IsEmpty(), "no chunk is empty");
         text += MakeString(data);
     }
     void ReceiveLineBreak(Range<unsigned long long> range) override {
@@ -93,6 +93,6 @@ inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned l
     lines.Start(offset);
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
-    Fuzz::Require(calls.all == ReferenceCalls(ReferenceLines(text, offset)),
-                  "lines and breaks do not depend on chunk boundaries");
+    Require(calls.all == ReferenceCalls(ReferenceLines(text, offset)),
+            "lines and breaks do not depend on chunk boundaries");
 }

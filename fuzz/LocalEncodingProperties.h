@@ -33,7 +33,7 @@ class Locale {
 public:
     explicit Locale(char const* name) {
         ScopedLocale const scope(name);
-        Fuzz::Require(scope.IsSet(), "the locale exists");
+        Require(scope.IsSet(), "the locale exists");
         char const* const encoding = nl_langinfo(CODESET);
         handle = duplocale(LC_GLOBAL_LOCALE);
         decoder = new Iconv("WCHAR_T", encoding);
@@ -117,9 +117,9 @@ template <class E, class Convert>
 Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
     try {
         AutoUString<E> const text = convert();
-        Fuzz::Require(text.Begin() == text.End() ? (text.Begin() == nullptr) == allocatesNothing
-                                                 : *text.End() == 0,
-                      "a result is NUL-terminated, or null if specified");
+        Require(text.Begin() == text.End() ? (text.Begin() == nullptr) == allocatesNothing
+                                           : *text.End() == 0,
+                "a result is NUL-terminated, or null if specified");
         return {"", UnitsOf(text)};
     } catch (UnixPlatform::MultiByteToWideConvertError const&) {
         return {"not decoded", {}};
@@ -161,24 +161,24 @@ inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool i
                            ReferenceDecode<UTF32>(locale, units) &&
                        OutcomeOf<UTF8>([&] { return Transcode<UTF8>(text.Ref()); }, true) ==
                            ReferenceDecode<UTF8>(locale, units);
-    Fuzz::Require(holds, "decoding agrees with iconv");
+    Require(holds, "decoding agrees with iconv");
 }
 
 template <class E>
 void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked) {
     Units<E> const units = UnitsIn<E>(bytes);
     Text<E> const text(units, isMarked);
-    Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); },
-                                       false) == ReferenceEncode<E>(locale, units),
-                  "encoding agrees with iconv");
+    Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); }, false) ==
+                ReferenceEncode<E>(locale, units),
+            "encoding agrees with iconv");
 }
 
 inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMarked) {
     Units<UTF32> const units = UnitsIn<UTF32>(bytes);
     Text<UTF32> const text(units, isMarked);
-    Fuzz::Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
-                                       false) == ReferenceFromNative(locale, units),
-                  "encoding of wide text agrees with iconv");
+    Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
+                                 false) == ReferenceFromNative(locale, units),
+            "encoding of wide text agrees with iconv");
 }
 
 // Input: a locale, a direction, whether the text is marked as NUL-terminated, and the text.

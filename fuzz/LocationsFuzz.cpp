@@ -14,9 +14,6 @@ namespace {
 // Longer paths are not extended.
 constexpr std::size_t longest = 1024;
 
-// Without embedded NULs, because paths are NUL-terminated.
-std::string Text(Fuzz::Input& input) { return input.Text().c_str(); }
-
 std::string WithoutSlashes(std::string path, std::size_t least) {
     while (path.size() > least && path.back() == '/')
         path.pop_back();
@@ -45,10 +42,6 @@ std::string ParentOf(std::string const& path) {
     return WithoutSlashes(path.substr(0, std::max<std::size_t>(slash, 1)), 1);
 }
 
-std::string SiblingOf(std::string const& path, std::string const& name) {
-    return Join(ParentOf(path), name);
-}
-
 std::string NameOf(std::string const& path) {
     return path.empty() ? path : RequireFileName(path.substr(path.rfind('/') + 1));
 }
@@ -75,19 +68,17 @@ std::string DateOf(std::string const& path) {
     if (name.size() < 9)
         throw ReferenceFailure{"IllegalFileName"};
     std::string date;
-    for (std::size_t at : {0, 4, 6}) {
-        long long value = 0;
-        for (std::size_t end = at == 0 ? 4 : at + 2; at < end; ++at)
-            value = value * 10 + static_cast<unsigned char>(name[at]) - '0';
-        date += ' ' + std::to_string(static_cast<unsigned int>(value));
+    for (auto const& [at, end] : {std::pair(0U, 4U), std::pair(4U, 6U), std::pair(6U, 8U)}) {
+        unsigned int value = 0;
+        for (unsigned char const digit : name.substr(at, end - at))
+            value = value * 10 + digit - '0';
+        date += ' ' + std::to_string(value);
     }
     return date;
 }
 
 std::string ReadDate(FileLocation const& location) {
-    unsigned int year = 0;
-    unsigned int month = 0;
-    unsigned int day = 0;
+    unsigned int year = 0, month = 0, day = 0;
     GetDateFromNameInFileLocation(location, year, month, day);
     return ' ' + std::to_string(year) + ' ' + std::to_string(month) + ' ' + std::to_string(day);
 }
@@ -97,63 +88,47 @@ public:
     void Change(Fuzz::Input& input) {
         unsigned int const change = input.Byte() % 9U;
         std::size_t const place = input.Byte();
-        std::string const text = path.size() > longest ? std::string() : Text(input);
-        switch (change) {
-        case 0:
+        std::string const text =
+            path.size() > longest ? std::string() : Fuzz::UpToNul(input.Text());
+        if (change == 0)
             Both([&] { location.SetFullPathName(text.data(), Length(text)); },
                  [&] { Take(WithoutSlashes(text, 1)); });
-            break;
-        case 1:
+        else if (change == 1)
             Both([&] { location = MakeRelativeFileLocation(location, text.c_str()); },
                  [&] { Take(Join(path, text)); });
-            break;
-        case 2:
+        else if (change == 2)
             Both([&] { location = location.Parent(); }, [&] { Take(ParentOf(path)); });
-            break;
-        case 3:
+        else if (change == 3)
             Both([&] { location = FileLocation(location, text.c_str()); },
                  [&] { Take(Join(path, RequireFileName(text))); });
-            break;
-        case 4:
+        else if (change == 4)
             Both([&] { location = location.Sibling(FileName(text.c_str())); },
-                 [&] { Take(SiblingOf(path, RequireFileName(text))); });
-            break;
-        case 5:
+                 [&] { Take(Join(ParentOf(path), RequireFileName(text))); });
+        else if (change == 5)
             SetBelowItself(place);
-            break;
-        case 6:
+        else if (change == 6)
             SetToItsEnd(place);
-            break;
-        case 7:
+        else if (change == 7)
             Both([&] { location = location.Child(FileName(text.c_str())); },
                  [&] { Take(Join(path, RequireFileName(text))); });
-            break;
-        default:
+        else
             SplitPattern(text);
-            break;
-        }
     }
 
     void Compare(std::string const& other) const {
-        Fuzz::Require(location.Text() == path && MakeString(location.Bytes()) == path,
-                      "the path agrees with std::string");
-        Fuzz::Require(location.StoredLength() == stored,
-                      "the stored length is that of the last change");
+        Require(location.Text() == path && MakeString(location.Bytes()) == path,
+                "the path agrees with std::string");
+        Require(location.StoredLength() == stored, "the stored length is that of the last change");
         FileLocation const copy(location);
-        Fuzz::Require(copy.Text() == path && copy.StoredLength() == path.size(),
-                      "the stored length of a copy is that of the path");
-        Fuzz::Require(location.IsEmpty() == path.empty(),
-                      "a location is empty if its path is empty");
-        Fuzz::Require(IsAbsolutePath(location.Text()) == path.starts_with('/'),
-                      "an absolute path begins with a slash");
+        Require(copy.Text() == path && copy.StoredLength() == path.size(),
+                "the stored length of a copy is that of the path");
+        Require(location.IsEmpty() == path.empty(), "a location is empty if its path is empty");
+        Require(IsAbsolutePath(location.Text()) == path.starts_with('/'),
+                "an absolute path begins with a slash");
         Is([&] { return MakeString(location.Name().Bytes()); }, [&] { return NameOf(path); },
            "the name is the last component");
         Is([&] { return Answer(location.IsRoot()); },
-           [&] {
-               RequirePath(path);
-               return Answer(path == "/");
-           },
-           "the root is a slash");
+           [&] { return RequirePath(path), Answer(path == "/"); }, "the root is a slash");
         Is([&] { return ReadDate(location); }, [&] { return DateOf(path); },
            "the date agrees with the reference");
         CompareDescent(other);
@@ -166,7 +141,7 @@ private:
 
     template <class Ours, class Reference>
     static void Is(Ours ours, Reference reference, char const* what) {
-        Fuzz::Require(OutcomeOf(ours) == ReferenceOutcomeOf(reference), what);
+        Require(OutcomeOf(ours) == ReferenceOutcomeOf(reference), what);
     }
 
     // Applies a change to both sides. The outcomes must be equal; a failure changes nothing.
@@ -178,8 +153,8 @@ private:
                 return "";
             };
         };
-        Fuzz::Require(OutcomeOf(nothing(ours)) == ReferenceOutcomeOf(nothing(reference)),
-                      "an operation fails like the reference");
+        Require(OutcomeOf(nothing(ours)) == ReferenceOutcomeOf(nothing(reference)),
+                "an operation fails like the reference");
     }
 
     void Take(std::string const& newPath) {
@@ -218,8 +193,8 @@ private:
                  RequirePath(pattern);
                  Take(WithoutSlashes(hasWildcard ? pattern.substr(0, component) : pattern, 1));
              });
-        Fuzz::Require(wildcard == (hasWildcard ? pattern.c_str() + component : nullptr),
-                      "the wildcard is the last component");
+        Require(wildcard == (hasWildcard ? pattern.c_str() + component : nullptr),
+                "the wildcard is the last component");
     }
 
     void CompareDescent(std::string const& other) const {
@@ -247,7 +222,7 @@ private:
 // Input: a path that may be an ancestor, and the changes.
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
-    std::string const other = Text(input);
+    std::string const other = Fuzz::UpToNul(input.Text());
     Pair pair;
     for (int changes = 0; changes < 32 && !input.IsEmpty(); ++changes) {
         pair.Change(input);

@@ -25,16 +25,16 @@ public:
     using DataReceiver::Receive;
 
     void Start() override {
-        Fuzz::Require(!isOpen, "a value is started once");
+        Require(!isOpen, "a value is started once");
         isOpen = true;
         text.clear();
     }
     void Receive(ConstData data) override {
-        Fuzz::Require(isOpen, "chunks of a value are between its start and its end");
+        Require(isOpen, "chunks of a value are between its start and its end");
         text += MakeString(data);
     }
     void ReceiveEnd() override {
-        Fuzz::Require(isOpen, "a value is ended once");
+        Require(isOpen, "a value is ended once");
         isOpen = false;
     }
 
@@ -50,7 +50,7 @@ public:
         return value;
     }
     void ReceiveHeaderFieldEnd(unsigned long long position) override {
-        Fuzz::Require(!value.isOpen, "the value ends before its field");
+        Require(!value.isOpen, "the value ends before its field");
         Add("value " + value.text, position);
     }
     LineReceiver& ReceiveBody(unsigned long long position) override {
@@ -147,7 +147,7 @@ inline void Compare(Chunks const& chunks, std::string_view text, unsigned long l
     lines.Start(offset);
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
-    Fuzz::Require(events.all == ReferenceRead(text, offset), "a message agrees with the reference");
+    Require(events.all == ReferenceRead(text, offset), "a message agrees with the reference");
 }
 
 // Input: the lengths of the chunks, a byte for the start of the stream, and the text.

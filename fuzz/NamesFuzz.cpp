@@ -26,9 +26,9 @@ bool IsStored(FileName const& name, std::string const& expected) {
 }
 
 void CompareSet(std::string const& bytes) {
-    Fuzz::Require(OutcomeOf([&] { return TextOf(FileName(ConstData(bytes))); }) ==
-                      ReferenceOutcomeOf([&] { return RequireFileName(bytes); }),
-                  "a name is accepted if it is valid");
+    Require(OutcomeOf([&] { return TextOf(FileName(ConstData(bytes))); }) ==
+                ReferenceOutcomeOf([&] { return RequireFileName(bytes); }),
+            "a name is accepted if it is valid");
     FileName name = Store("what it was before, and longer than what lies inside");
     std::string const outcome = OutcomeOf([&] {
         name.Set(bytes.data(), static_cast<unsigned int>(bytes.size()));
@@ -36,9 +36,9 @@ void CompareSet(std::string const& bytes) {
     });
     std::size_t const slash = bytes.find('/');
     if (outcome == "IllegalFileName")
-        Fuzz::Require(name.Length() == bytes.size() &&
-                          TextOf(name).substr(0, slash) == bytes.substr(0, slash),
-                      "the bytes before a slash are stored");
+        Require(name.Length() == bytes.size() &&
+                    TextOf(name).substr(0, slash) == bytes.substr(0, slash),
+                "the bytes before a slash are stored");
 }
 
 // Sets a name to a part of itself, which may then fit into the object.
@@ -46,39 +46,32 @@ void CompareParts(std::string const& bytes, std::size_t from) {
     from = std::min(from, bytes.size());
     FileName name = Store(bytes);
     name.SafeSet(name.Text() + from, name.Length() - static_cast<unsigned int>(from));
-    Fuzz::Require(IsStored(name, bytes.substr(from)), "a name can be set to its own end");
+    Require(IsStored(name, bytes.substr(from)), "a name can be set to its own end");
     FileName start = Store(bytes);
     start.SafeSet(start.Text(), static_cast<unsigned int>(from));
-    Fuzz::Require(IsStored(start, bytes.substr(0, from)), "a name can be set to its own start");
+    Require(IsStored(start, bytes.substr(0, from)), "a name can be set to its own start");
     FileName copy = name;
     copy = start;
     copy = static_cast<FileName const&>(copy);
-    Fuzz::Require(IsStored(copy, bytes.substr(0, from)), "a copy is equal");
+    Require(IsStored(copy, bytes.substr(0, from)), "a copy is equal");
 }
 
 void CompareSums(std::string const& first, std::string const& second) {
-    std::string const expected = ReferenceOutcomeOf([&] {
-        if (first.size() + second.size() > 254)
-            throw ReferenceFailure{"IllegalFileName"};
-        return first + second;
-    });
-    std::string const text = first.c_str();
-    std::string const withText = ReferenceOutcomeOf([&] {
-        if (text.size() + second.size() > 254)
-            throw ReferenceFailure{"IllegalFileName"};
-        return text + second;
-    });
+    auto const reference = [&](std::string const& start) {
+        return start.size() + second.size() > 254 ? "IllegalFileName" : "text " + start + second;
+    };
+    std::string const text = Fuzz::UpToNul(first);
     FileName const left = Store(first);
     FileName const right = Store(second);
     auto const isSum = [&](auto sum) {
-        return OutcomeOf([&] { return TextOf(sum()); }) == expected;
+        return OutcomeOf([&] { return TextOf(sum()); }) == reference(first);
     };
-    Fuzz::Require(isSum([&] { return left + right; }) &&
-                      isSum([&] { return left + ConstData(second); }) &&
-                      isSum([&] { return ConstData(first) + right; }),
-                  "a combination has at most 254 bytes");
-    Fuzz::Require(OutcomeOf([&] { return TextOf(text.c_str() + right); }) == withText,
-                  "a combination with a string has at most 254 bytes");
+    Require(isSum([&] { return left + right; }) &&
+                isSum([&] { return left + ConstData(second); }) &&
+                isSum([&] { return ConstData(first) + right; }),
+            "a combination has at most 254 bytes");
+    Require(OutcomeOf([&] { return TextOf(text.c_str() + right); }) == reference(text),
+            "a combination with a string has at most 254 bytes");
 }
 
 class ReferenceName {
@@ -128,23 +121,23 @@ void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCa
     FileName const name = Store(bytes);
     ReferenceName const reference(bytes, ignoreCase);
     char const* const text = end.c_str();
-    Fuzz::Require(name.HasSuffix(text, ignoreCase) == reference.HasSuffix(end),
-                  "HasSuffix agrees with ends_with");
-    Fuzz::Require(name.HasPrefix(text, ignoreCase) == reference.HasPrefix(end),
-                  "HasPrefix agrees with starts_with");
-    Fuzz::Require(name.HasExtension(text, ignoreCase) == reference.HasExtension(end),
-                  "HasExtension adds a missing dot");
-    Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameBeforeExtension(text, ignoreCase)); }) ==
-                      ReferenceOutcomeOf([&] { return reference.BeforeExtension(end); }),
-                  "NameBeforeExtension removes the extension");
-    Fuzz::Require(OutcomeOf([&] { return TextOf(name.NameAfterPrefix(text, ignoreCase)); }) ==
-                      ReferenceOutcomeOf([&] { return reference.AfterPrefix(end); }),
-                  "NameAfterPrefix removes the prefix");
-    Fuzz::Require(OutcomeOf([&] { return TextOf(name.PrefixDigits()); }) ==
-                      ReferenceOutcomeOf([&] { return reference.PrefixDigits(); }),
-                  "PrefixDigits returns the digits at the start");
-    Fuzz::Require(TextOf(name.BaseName()) == bytes.substr(0, bytes.rfind('.')),
-                  "a base name ends at the last dot");
+    Require(name.HasSuffix(text, ignoreCase) == reference.HasSuffix(end),
+            "HasSuffix agrees with ends_with");
+    Require(name.HasPrefix(text, ignoreCase) == reference.HasPrefix(end),
+            "HasPrefix agrees with starts_with");
+    Require(name.HasExtension(text, ignoreCase) == reference.HasExtension(end),
+            "HasExtension adds a missing dot");
+    Require(OutcomeOf([&] { return TextOf(name.NameBeforeExtension(text, ignoreCase)); }) ==
+                ReferenceOutcomeOf([&] { return reference.BeforeExtension(end); }),
+            "NameBeforeExtension removes the extension");
+    Require(OutcomeOf([&] { return TextOf(name.NameAfterPrefix(text, ignoreCase)); }) ==
+                ReferenceOutcomeOf([&] { return reference.AfterPrefix(end); }),
+            "NameAfterPrefix removes the prefix");
+    Require(OutcomeOf([&] { return TextOf(name.PrefixDigits()); }) ==
+                ReferenceOutcomeOf([&] { return reference.PrefixDigits(); }),
+            "PrefixDigits returns the digits at the start");
+    Require(TextOf(name.BaseName()) == bytes.substr(0, bytes.rfind('.')),
+            "a base name ends at the last dot");
 }
 
 } // namespace

@@ -69,13 +69,11 @@ template <class Value, class Read>
 void ReadOrThrow(NumeralReadResult result, Value value, Read read) {
     try {
         Value const got = read();
-        Fuzz::Require(result == NumeralReadOK && got == value,
-                      "a reader that throws returns the value");
+        Require(result == NumeralReadOK && got == value, "a reader that throws returns the value");
     } catch (NotANumeral const&) {
-        Fuzz::Require(result == NumeralReadInvalid, "NotANumeral is thrown only for invalid text");
+        Require(result == NumeralReadInvalid, "NotANumeral is thrown only for invalid text");
     } catch (NumeralTooLarge const&) {
-        Fuzz::Require(result == NumeralReadTooLarge,
-                      "NumeralTooLarge is thrown only for large values");
+        Require(result == NumeralReadTooLarge, "NumeralTooLarge is thrown only for large values");
     }
 }
 
@@ -86,17 +84,16 @@ void ReadUnsigned(std::string const& text, int base, Unsigned untouched, Read re
     Fuzz::ExactCopy const copy(text);
     ConstData const numeral(copy.Begin(), copy.Length());
     Unsigned value = untouched;
-    Fuzz::Require(read(numeral, value) == expected.result,
-                  "the 64-bit reader returns the expected result");
-    Fuzz::Require(value == expected.value, "the 64-bit reader stores the expected value");
+    Require(read(numeral, value) == expected.result,
+            "the 64-bit reader returns the expected result");
+    Require(value == expected.value, "the 64-bit reader stores the expected value");
 
     auto const narrowUntouched = static_cast<unsigned int>(untouched);
     unsigned int narrow = narrowUntouched;
     NumeralReadResult const narrowResult = Narrowed<unsigned int>(expected);
-    Fuzz::Require(read(numeral, narrow) == narrowResult,
-                  "the 32-bit reader returns the expected result");
-    Fuzz::Require(narrow == (narrowResult == NumeralReadOK ? expected.value : narrowUntouched),
-                  "the 32-bit reader stores the expected value");
+    Require(read(numeral, narrow) == narrowResult, "the 32-bit reader returns the expected result");
+    Require(narrow == (narrowResult == NumeralReadOK ? expected.value : narrowUntouched),
+            "the 32-bit reader stores the expected value");
 }
 
 inline void ReadDecimal(std::string const& text, Unsigned untouched) {
@@ -113,12 +110,12 @@ inline void ReadDecimalOtherwise(std::string const& text, Unsigned other) {
     auto const narrowOther = static_cast<unsigned int>(other);
     ReadOrThrow(wide.result, wide.value, [&] { return ReadAsciiDecimalNumeral64(text); });
     ReadOrThrow(result, narrow, [&] { return ReadAsciiDecimalNumeral(text); });
-    Fuzz::Require(ReadAsciiDecimalNumeral64WithDefault(text, other) ==
-                      (wide.result == NumeralReadOK ? wide.value : other),
-                  "an invalid 64-bit numeral results in the default");
-    Fuzz::Require(ReadAsciiDecimalNumeral32WithDefault(text, narrowOther) ==
-                      (result == NumeralReadOK ? narrow : narrowOther),
-                  "an invalid 32-bit numeral results in the default");
+    Require(ReadAsciiDecimalNumeral64WithDefault(text, other) ==
+                (wide.result == NumeralReadOK ? wide.value : other),
+            "an invalid 64-bit numeral results in the default");
+    Require(ReadAsciiDecimalNumeral32WithDefault(text, narrowOther) ==
+                (result == NumeralReadOK ? narrow : narrowOther),
+            "an invalid 32-bit numeral results in the default");
 }
 
 inline void ReadHexOtherwise(std::string const& text) {
@@ -134,23 +131,16 @@ inline void ReadHex(std::string const& text, Unsigned untouched) {
     });
 }
 
-template <class Value>
-void ReadSignedOtherwise(std::string const& text, NumeralReadResult result, Value value,
-                         Value other) {
-    constexpr bool isWide = sizeof(Value) == sizeof(Signed);
-    ReadOrThrow(result, value, [&]() -> Value {
-        if constexpr (isWide)
-            return ReadAsciiSignedDecimalNumeral64(text);
-        else
-            return ReadAsciiSignedDecimalNumeral(text);
-    });
-    Value withDefault;
-    if constexpr (isWide)
-        withDefault = ReadAsciiSignedDecimalNumeral64WithDefault(text, other);
-    else
-        withDefault = ReadAsciiSignedDecimalNumeral32WithDefault(text, other);
-    Fuzz::Require(withDefault == (result == NumeralReadOK ? value : other),
-                  "an invalid signed numeral results in the default");
+// Each calls the reader that throws, or the one with a default.
+inline int Read(std::string const& text, int) { return ReadAsciiSignedDecimalNumeral(text); }
+inline Signed Read(std::string const& text, Signed) {
+    return ReadAsciiSignedDecimalNumeral64(text);
+}
+inline int ReadWithDefault(std::string const& text, int other) {
+    return ReadAsciiSignedDecimalNumeral32WithDefault(text, other);
+}
+inline Signed ReadWithDefault(std::string const& text, Signed other) {
+    return ReadAsciiSignedDecimalNumeral64WithDefault(text, other);
 }
 
 template <class Value>
@@ -164,15 +154,17 @@ void ReadSigned(std::string const& text, Value untouched) {
     if (expected == NumeralReadOK && magnitude.value > limit)
         expected = NumeralReadTooLarge;
     Value value = untouched;
-    Fuzz::Require(TryReadAsciiDecimalNumeral(text, value) == expected,
-                  "the signed reader returns the expected result");
-    ReadSignedOtherwise(text, expected, value, untouched);
+    Require(TryReadAsciiDecimalNumeral(text, value) == expected,
+            "the signed reader returns the expected result");
+    ReadOrThrow(expected, value, [&] { return Read(text, untouched); });
+    Require(ReadWithDefault(text, untouched) == value,
+            "an invalid signed numeral results in the default");
     if (expected != NumeralReadOK) {
-        Fuzz::Require(value == untouched, "the signed reader stores nothing after an error");
+        Require(value == untouched, "the signed reader stores nothing after an error");
         return;
     }
     Unsigned const bits = negative ? 0 - magnitude.value : magnitude.value;
-    Fuzz::Require(value == static_cast<Value>(bits), "the signed reader stores the expected value");
+    Require(value == static_cast<Value>(bits), "the signed reader stores the expected value");
 }
 
 // Returns the numeral with at least `padding` digits, and a sign if it is negative.
@@ -198,10 +190,10 @@ void MakePadded(Value value, unsigned int base, unsigned int padding, bool fits,
     std::string const expected = value == 0 && padding == 0 ? "" : Text(value, base, padding);
     try {
         auto const made = make(value, padding);
-        Fuzz::Require(fits && MakeString(made) == expected, "a numeral agrees with to_chars");
-        Fuzz::Require(made.Text() == expected, "a numeral is NUL-terminated");
+        Require(fits && MakeString(made) == expected, "a numeral agrees with to_chars");
+        Require(made.Text() == expected, "a numeral is NUL-terminated");
     } catch (ConstDataCapacityExceeded const&) {
-        Fuzz::Require(!fits, "ConstDataCapacityExceeded is thrown only if it does not fit");
+        Require(!fits, "ConstDataCapacityExceeded is thrown only if it does not fit");
     }
 }
 
@@ -221,13 +213,13 @@ inline void Make(Unsigned value, unsigned int padding) {
 template <class Value>
 void Render(Value value, unsigned int base, unsigned int padding) {
     Numeral numeral(value, base);
-    Fuzz::Require(MakeString(numeral) == Text(value, base, 1), "Numeral agrees with to_chars");
+    Require(MakeString(numeral) == Text(value, base, 1), "Numeral agrees with to_chars");
     numeral.PadTo(padding);
     std::string const expected = Text(value, base, padding);
-    Fuzz::Require(MakeString(numeral) == expected, "a padded Numeral agrees with to_chars");
+    Require(MakeString(numeral) == expected, "a padded Numeral agrees with to_chars");
     unsigned char const* const counted = numeral;
-    Fuzz::Require(std::string(counted + 1, counted + 1 + counted[0]) == expected,
-                  "the length-prefixed numeral is equal");
+    Require(std::string(counted + 1, counted + 1 + counted[0]) == expected,
+            "the length-prefixed numeral is equal");
 }
 
 inline void RenderAll(Unsigned value, unsigned int base, unsigned int padding) {

@@ -34,7 +34,7 @@ std::string OutcomeOf(Operation operation) {
     }
 }
 
-// The exception of a reference implementation. `name` is the outcome.
+// The exception of a reference implementation. `name` is the expected result of OutcomeOf.
 struct ReferenceFailure {
     std::string name;
 };

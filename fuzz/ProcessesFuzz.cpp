@@ -103,7 +103,7 @@ std::optional<std::string> TextFrom(unsigned int capacity, Ask ask) {
     auto* const text = const_cast<char*>(place.Begin());
     if (ask(text))
         return std::string(text);
-    Fuzz::Require(before == std::string(text, capacity), "a failure leaves the buffer unchanged");
+    Require(before == std::string(text, capacity), "a failure leaves the buffer unchanged");
     return {};
 }
 
@@ -194,8 +194,8 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
         entries[name] = TakeProcess(input);
     }
     auto const [answer, isRunning] = Observe(entries, id, capacity);
-    Fuzz::Require(answer == ReferenceAsk(ProcessAt(entries, id), capacity),
-                  "name, path and numbers of a process agree with the reference");
-    Fuzz::Require(isRunning == ReferenceIsRunning(entries), "IsRunning agrees with the reference");
+    Require(answer == ReferenceAsk(ProcessAt(entries, id), capacity),
+            "name, path and numbers of a process agree with the reference");
+    Require(isRunning == ReferenceIsRunning(entries), "IsRunning agrees with the reference");
     return 0;
 }

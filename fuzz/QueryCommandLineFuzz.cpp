@@ -28,8 +28,8 @@ struct Refused {};
 using Outcome = Texts;
 
 struct Grammar {
-    std::vector<std::string> flags; // Options without a value, such as "--json" and "-d".
-    std::vector<std::string> options;
+    std::set<std::string> flags; // Options without a value, such as "--json" and "-d".
+    std::set<std::string> options;
     std::map<char, std::string> letters;
     std::size_t operands;
 };
@@ -40,68 +40,61 @@ public:
     ReferenceArguments(Grammar const& theGrammar, Texts const& arguments) : grammar(theGrammar) {
         for (std::size_t at = 1; at < arguments.size(); ++at) {
             std::string const& text = arguments[at];
-            if (onlyOperands || !IsOption(text))
+            std::string const* const next =
+                at + 1 < arguments.size() ? &arguments[at + 1] : nullptr;
+            if (onlyOperands || text.size() < 2 || text[0] != '-')
                 operands.push_back(text);
             else if (text == "--")
                 onlyOperands = true;
-            else if (text.starts_with("--"))
-                at += TakeLong(text, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr);
             else
-                at += TakeLetters(text, at + 1 < arguments.size() ? &arguments[at + 1] : nullptr);
+                at += text.starts_with("--") ? TakeLong(text, next) : TakeLetters(text, next);
         }
         if (operands.size() > grammar.operands)
             throw Refused();
     }
 
     bool Has(std::string const& name) const { return found.contains(name); }
-    Texts Values(std::string const& name) const {
-        auto const values = found.find(name);
-        return values == found.end() ? Texts() : values->second;
-    }
+    Texts Values(std::string const& name) const { return Has(name) ? found.at(name) : Texts(); }
 
     Texts operands;
 
 private:
-    static bool IsOption(std::string const& text) { return text.size() > 1 && text[0] == '-'; }
-
-    static bool IsIn(std::vector<std::string> const& names, std::string const& name) {
-        return std::find(names.begin(), names.end(), name) != names.end();
+    // Each returns the number of following arguments that are the value of the option: 0 or 1.
+    std::size_t TakeValue(std::string const& name, std::optional<std::string> const& attached,
+                          std::string const* next) {
+        if (!attached && next == nullptr)
+            throw Refused();
+        found[name].push_back(attached ? *attached : *next);
+        return attached ? 0 : 1;
     }
 
-    // Returns the number of following arguments that are the value of the option: 0 or 1.
     std::size_t TakeLong(std::string const& text, std::string const* next) {
         std::size_t const equals = text.find('=');
         std::string const name = text.substr(0, equals);
-        bool const hasValue = equals != std::string::npos;
-        if (IsIn(grammar.flags, name) && !hasValue) {
-            found[name];
-            return 0;
-        }
-        if (!IsIn(grammar.options, name) || (!hasValue && next == nullptr))
+        if (grammar.options.contains(name))
+            return TakeValue(name,
+                             equals == std::string::npos ? std::optional<std::string>()
+                                                         : text.substr(equals + 1),
+                             next);
+        if (!grammar.flags.contains(text))
             throw Refused();
-        found[name].push_back(hasValue ? text.substr(equals + 1) : *next);
-        return hasValue ? 0 : 1;
+        found[text];
+        return 0;
     }
 
-    // Returns 1 if the next argument is the value of the last letter, else 0.
     std::size_t TakeLetters(std::string const& text, std::string const* next) {
         // A long name with a single dash is an error, even if all its letters are options.
         std::string const longName = "-" + text.substr(0, text.find('='));
-        if (IsIn(grammar.flags, longName) || IsIn(grammar.options, longName))
+        if (grammar.flags.contains(longName) || grammar.options.contains(longName))
             throw Refused();
         for (std::size_t at = 1; at < text.size(); ++at) {
             if (!grammar.letters.contains(text[at]))
                 throw Refused();
             std::string const& name = grammar.letters.at(text[at]);
-            bool const takesValue = IsIn(grammar.options, name);
             std::string const rest = text.substr(at + 1);
-            if (takesValue && rest.empty() && next == nullptr)
-                throw Refused();
+            if (grammar.options.contains(name))
+                return TakeValue(name, rest.empty() ? std::optional<std::string>() : rest, next);
             found[name];
-            if (takesValue)
-                found[name].push_back(rest.empty() ? *next : rest);
-            if (takesValue)
-                return rest.empty() ? 1 : 0;
         }
         return 0;
     }
@@ -111,19 +104,12 @@ private:
     std::map<std::string, Texts> found;
 };
 
-std::string Trimmed(std::string text) {
-    text.erase(0, std::min(text.find_first_not_of(" \t"), text.size()));
-    while (text.ends_with(' ') || text.ends_with('\t'))
-        text.pop_back();
-    return text;
-}
-
 // Returns the entries of a list. Empty and repeated entries are errors.
 Texts EntriesOf(std::string list) {
     Texts entries;
     list += ',';
     for (std::size_t comma; (comma = list.find(',')) != std::string::npos;) {
-        entries.push_back(Trimmed(list.substr(0, comma)));
+        entries.push_back(Fuzz::Trimmed(list.substr(0, comma), " \t"));
         list.erase(0, comma + 1);
     }
     std::set<std::string> const all(entries.begin(), entries.end());
@@ -142,17 +128,15 @@ long long NumberOf(std::string digits) {
     return std::stoll(digits);
 }
 
-unsigned int FlagsOf(Texts const& lists) {
-    std::map<std::string, unsigned int> const values = {
+long long FlagsOf(Texts const& lists) {
+    std::map<std::string, long long> const values = {
         {"gather", 1}, {"all", 2}, {"idle", 4}, {"hint", 8}};
-    unsigned int flags = 0;
+    long long flags = 0;
     for (std::string const& list : lists)
-        for (std::string const& entry : EntriesOf(list)) {
-            long long const value = values.contains(entry) ? values.at(entry) : NumberOf(entry);
-            if (value > 15)
-                throw Refused();
-            flags |= static_cast<unsigned int>(value);
-        }
+        for (std::string const& entry : EntriesOf(list))
+            flags |= values.contains(entry) ? values.at(entry) : NumberOf(entry);
+    if (flags > 15)
+        throw Refused();
     return flags;
 }
 
@@ -377,18 +361,13 @@ Outcome DescribeEvaluation(QueryCommandLine const& line) {
 Outcome Query(Texts const& texts) {
     Fuzz::ArgumentVector const vector(texts);
     QueryCommandLine const line = ParseQueryCommandLine(vector.Count(), vector.Arguments());
-    switch (line.action) {
-    case QueryCommandLine::showHelp:
-        return {"help"};
-    case QueryCommandLine::showVersion:
-        return {"version"};
-    case QueryCommandLine::explain:
+    if (line.action == QueryCommandLine::explain)
         return {"explain", line.status};
-    case QueryCommandLine::checkConfig:
+    if (line.action == QueryCommandLine::checkConfig)
         return {"check", line.config};
-    default:
-        return DescribeEvaluation(line);
-    }
+    return line.action == QueryCommandLine::showHelp      ? Outcome{"help"}
+           : line.action == QueryCommandLine::showVersion ? Outcome{"version"}
+                                                          : DescribeEvaluation(line);
 }
 
 Outcome Doctor(Texts const& texts) {
@@ -407,7 +386,7 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
     } catch (Refused const&) {
         return {"refused"};
     } catch (CommandLineError const& error) {
-        Fuzz::Require(*error.what() != '\0', "a refusal has a reason");
+        Require(*error.what() != '\0', "a refusal has a reason");
         return {"refused"};
     }
 }
@@ -418,9 +397,9 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
 int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     Fuzz::Input input(data, size);
     Texts const arguments = Fuzz::TakeArguments(input, 9);
-    Fuzz::Require(OutcomeOf(Query, arguments) == OutcomeOf(ReferenceQuery, arguments),
-                  "the parser of compliance-query agrees with the reference");
-    Fuzz::Require(OutcomeOf(Doctor, arguments) == OutcomeOf(ReferenceDoctor, arguments),
-                  "the parser of compliance-doctor agrees with the reference");
+    Require(OutcomeOf(Query, arguments) == OutcomeOf(ReferenceQuery, arguments),
+            "the parser of compliance-query agrees with the reference");
+    Require(OutcomeOf(Doctor, arguments) == OutcomeOf(ReferenceDoctor, arguments),
+            "the parser of compliance-doctor agrees with the reference");
     return 0;
 }

@@ -30,6 +30,8 @@ inline std::string Raised(std::string text) {
     return text;
 }
 
+inline int Sign(int number) { return (number > 0) - (number < 0); }
+
 // Returns the difference of the first mapped bytes that are not equal; if there are none, the order
 // of the lengths: -1, 0 or 1.
 template <class Map>
@@ -37,7 +39,8 @@ std::int32_t Compare(std::string_view left, std::string_view right, Map map) {
     for (std::size_t at = 0; at < left.size() && at < right.size(); ++at)
         if (map(left[at]) != map(right[at]))
             return map(left[at]) - map(right[at]);
-    return left.size() == right.size() ? 0 : left.size() > right.size() ? 1 : -1;
+    return static_cast<int>(left.size() > right.size()) -
+           static_cast<int>(left.size() < right.size());
 }
 
 } // namespace ReferenceCase

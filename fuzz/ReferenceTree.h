@@ -10,6 +10,11 @@
 #include "tests/xml/NaiveXMLMachine.h"
 #include "xml/XMLHandler.h"
 
+// Returns the number of a type of requests and responses, or `other` for another text.
+inline std::string TypeOf(std::string const& text, std::string const& other) {
+    return text == "Open" ? "0" : text == "Close" ? "1" : text == "Progress" ? "2" : other;
+}
+
 // Owns the nodes in one list, in the order of their start tags, so the destructor is not recursive.
 class ReferenceTree : private XMLHandler {
 public:

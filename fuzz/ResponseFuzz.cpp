@@ -1,6 +1,7 @@
 // Compares the reader of response documents, for any chunk boundaries, with a reference
 // implementation.
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -17,18 +18,18 @@ namespace {
 // The record as texts, or one text for an exception.
 using Outcome = std::vector<std::string>;
 
-std::string UpToZero(std::string const& text) { return text.c_str(); }
+using Fuzz::UpToNul;
 
 // Returns the number truncated to 32 bits.
 std::string NumberOf(std::string const& text) {
-    return std::to_string(static_cast<std::int32_t>(ReferenceNumber::Signed(UpToZero(text))));
+    return std::to_string(static_cast<std::int32_t>(ReferenceNumber::Signed(text)));
 }
 
 std::string LastText(ReferenceTree::Node const& node, char const* name) {
     std::string text;
     for (ReferenceTree::Node const* child : node.children)
         if (child->name == name)
-            text = UpToZero(child->text);
+            text = UpToNul(child->text);
     return text;
 }
 
@@ -37,36 +38,21 @@ Outcome ReferenceRead(ReferenceTree const& document) {
         return {"broken off"};
     if (document.Root()->name != "VeskaClientComplianceResponse")
         return {"other root"};
-    char const* type = nullptr;
-    std::string state = "2";
-    std::string error = "0";
-    std::string percent = "0";
-    Outcome rows;
+    Outcome all{"", "2", "0", "0"};
+    std::map<std::string, std::size_t> const fields{
+        {"ResponseProgressState", 1}, {"ResponseProgressError", 2}, {"ResponseProgressPercent", 3}};
     for (ReferenceTree::Node const* child : document.Root()->children) {
         if (child->name == "ResponseType") {
-            if (child->text == "Open")
-                type = "0";
-            else if (child->text == "Close")
-                type = "1";
-            else if (child->text == "Progress")
-                type = "2";
-        } else if (child->name == "ResponseProgressState") {
-            state = NumberOf(child->text);
-        } else if (child->name == "ResponseProgressError") {
-            error = NumberOf(child->text);
-        } else if (child->name == "ResponseProgressPercent") {
-            percent = NumberOf(child->text);
+            all[0] = TypeOf(child->text, all[0]);
+        } else if (fields.contains(child->name)) {
+            all[fields.at(child->name)] = NumberOf(child->text);
         } else if (child->name == "ResponseItem") {
             for (char const* name :
                  {"Designator", "Result", "ResultType", "EvaluationTime", "Description", "Comment"})
-                rows.push_back(LastText(*child, name));
+                all.push_back(LastText(*child, name));
         }
     }
-    if (type == nullptr)
-        return {"no type"};
-    Outcome all{type, state, error, percent};
-    all.insert(all.end(), rows.begin(), rows.end());
-    return all;
+    return all[0].empty() ? Outcome{"no type"} : all;
 }
 
 Outcome Read(XMLTreeParserPL const& document) {
@@ -96,7 +82,7 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
-    Fuzz::Require(Read(parser) == ReferenceRead(ReferenceTree(input.Rest())),
-                  "the response agrees with the reference");
+    Require(Read(parser) == ReferenceRead(ReferenceTree(input.Rest())),
+            "the response agrees with the reference");
     return 0;
 }

@@ -69,7 +69,7 @@ bool IsText(std::string_view text) { return Readable(text) == text; }
 
 std::string FromBase64(std::string const& text) {
     std::string const alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    Fuzz::Require(text.size() % 4 == 0, "base64 has groups of four characters");
+    Require(text.size() % 4 == 0, "base64 has groups of four characters");
     std::string bytes;
     std::uint32_t bits = 0;
     int count = 0;
@@ -88,13 +88,12 @@ void CompareObject(Json const& object, Row const& row) {
     for (std::size_t field = 0; field < row.size(); ++field) {
         std::string const text(row[field]);
         std::string const exactName = std::string(rowFieldNames[field]) + "Base64";
-        Fuzz::Require(object.at(rowFieldNames[field]) == Readable(text),
-                      "a field has readable text");
+        Require(object.at(rowFieldNames[field]) == Readable(text), "a field has readable text");
         bool const isText = IsText(text);
-        Fuzz::Require(object.contains(exactName) == !isText,
-                      "only fields that are not UTF-8 have their bytes");
-        Fuzz::Require(isText || FromBase64(object.at(exactName)) == text,
-                      "the bytes of a field are restored");
+        Require(object.contains(exactName) == !isText,
+                "only fields that are not UTF-8 have their bytes");
+        Require(isText || FromBase64(object.at(exactName)) == text,
+                "the bytes of a field are restored");
     }
 }
 
@@ -113,7 +112,7 @@ void CompareJson(RowList const& list) {
     Provenance const provenance;
     Texts const lines = Split(
         OutputOf([&](Output& output) { WriteNdjson(RowsOf(list), provenance, output); }), '\n');
-    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
+    Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
     Json all = Json::array();
     for (std::size_t row = 0; row < list.size(); ++row) {
         all.push_back(Json::parse(lines[row + 1]));
@@ -121,12 +120,12 @@ void CompareJson(RowList const& list) {
     }
     Json const document =
         Json::parse(OutputOf([&](Output& output) { WriteJson(RowsOf(list), provenance, output); }));
-    Fuzz::Require(document.at("rows") == all && document.at("rowCount") == list.size(),
-                  "the document has the same rows");
+    Require(document.at("rows") == all && document.at("rowCount") == list.size(),
+            "the document has the same rows");
     std::size_t counted = 0;
     for (Json const& count : document.at("provenance").at("results"))
         counted += count.get<std::size_t>();
-    Fuzz::Require(counted == list.size(), "each row is counted once");
+    Require(counted == list.size(), "each row is counted once");
 }
 
 std::string Unescaped(std::string const& field) {
@@ -137,7 +136,7 @@ std::string Unescaped(std::string const& field) {
             continue;
         }
         std::size_t const which = std::string("tnr\\").find(field[++at]);
-        Fuzz::Require(which != std::string::npos, "an escape is one of four");
+        Require(which != std::string::npos, "an escape is one of four");
         text += "\t\n\r\\"[which];
     }
     return text;
@@ -146,12 +145,12 @@ std::string Unescaped(std::string const& field) {
 void CompareTsv(RowList const& list) {
     Texts const lines =
         Split(OutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); }), '\n');
-    Fuzz::Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
+    Require(lines.size() == list.size() + 2 && lines.back().empty(), "each row is a line");
     for (std::size_t row = 0; row < list.size(); ++row) {
         Texts const fields = Split(lines[row + 1], '\t');
-        Fuzz::Require(fields.size() == list[row].size(), "a line has six fields");
+        Require(fields.size() == list[row].size(), "a line has six fields");
         for (std::size_t field = 0; field < fields.size(); ++field)
-            Fuzz::Require(Unescaped(fields[field]) == list[row][field], "a field is restored");
+            Require(Unescaped(fields[field]) == list[row][field], "a field is restored");
     }
 }
 
@@ -165,11 +164,11 @@ bool MovesNothing(std::uint32_t value) {
 
 void CompareVisible(std::string_view text) {
     std::string const visible = MakeVisible(text);
-    Fuzz::Require(MakeReadable(text) == Readable(text), "readable text escapes ill-formed bytes");
+    Require(MakeReadable(text) == Readable(text), "readable text escapes ill-formed bytes");
     for (std::string_view rest = visible; !rest.empty();) {
         Character const character = CharacterAt(rest);
-        Fuzz::Require(character.length != 0 && MovesNothing(character.value),
-                      "visible text has no control or bidirectional characters");
+        Require(character.length != 0 && MovesNothing(character.value),
+                "visible text has no control or bidirectional characters");
         rest.remove_prefix(character.length);
     }
 }

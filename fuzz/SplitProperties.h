@@ -11,12 +11,7 @@
 
 namespace SplitProperties {
 
-inline std::string Trimmed(std::string const& text) {
-    std::size_t const first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos)
-        return std::string();
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
+using Fuzz::Trimmed;
 
 // Reference of ConstData::Split. If the separator is empty or longer than the text, returns the
 // whole text.
@@ -45,35 +40,33 @@ inline void CompareSplit(std::string const& text, std::string const& separator, 
     std::vector<std::string> pieces;
     for (ConstData piece : ConstData(text).Split(separator, trim, keepEmpty))
         pieces.push_back(MakeString(piece));
-    Fuzz::Require(pieces == ReferenceSplit(text, separator, trim, keepEmpty),
-                  "Split agrees with the reference");
+    Require(pieces == ReferenceSplit(text, separator, trim, keepEmpty),
+            "Split agrees with the reference");
 }
 
 inline void CompareSearch(std::string const& text, std::string const& pattern) {
     ConstData const range(text);
     std::size_t const at = pattern.empty() ? std::string::npos : text.find(pattern);
-    Fuzz::Require(range.PositionOf(ConstData(pattern)) == at, "PositionOf agrees with find");
-    Fuzz::Require(range.Contains(ConstData(pattern)) == (text.find(pattern) != std::string::npos),
-                  "Contains agrees with find");
-    Fuzz::Require(range.StartsWith(pattern) == text.starts_with(pattern),
-                  "StartsWith agrees with starts_with");
-    Fuzz::Require(range.EndsWith(pattern) == text.ends_with(pattern),
-                  "EndsWith agrees with ends_with");
-    Fuzz::Require((range < ConstData(pattern)) == (text < pattern),
-                  "the order is that of the bytes");
-    Fuzz::Require((range == ConstData(pattern)) == (text == pattern), "equal bytes are equal");
+    Require(range.PositionOf(ConstData(pattern)) == at, "PositionOf agrees with find");
+    Require(range.Contains(ConstData(pattern)) == (text.find(pattern) != std::string::npos),
+            "Contains agrees with find");
+    Require(range.StartsWith(pattern) == text.starts_with(pattern),
+            "StartsWith agrees with starts_with");
+    Require(range.EndsWith(pattern) == text.ends_with(pattern), "EndsWith agrees with ends_with");
+    Require((range < ConstData(pattern)) == (text < pattern), "the order is that of the bytes");
+    Require((range == ConstData(pattern)) == (text == pattern), "equal bytes are equal");
 }
 
 inline void CompareTrim(std::string const& text) {
     ConstData const range(text);
     ConstData const trimmed = TrimAsciiWhitespace(range);
-    Fuzz::Require(MakeString(trimmed) == Trimmed(text), "TrimAsciiWhitespace trims both ends");
-    Fuzz::Require(!trimmed.IsEmpty() || trimmed.begin == range.end,
-                  "text of whitespace is trimmed to its end");
+    Require(MakeString(trimmed) == Trimmed(text), "TrimAsciiWhitespace trims both ends");
+    Require(!trimmed.IsEmpty() || trimmed.begin == range.end,
+            "text of whitespace is trimmed to its end");
     std::string const leading = MakeString(TrimLeadingAsciiWhitespace(range));
-    Fuzz::Require(text.ends_with(leading) && Trimmed(leading) == Trimmed(text) &&
-                      (leading.empty() || Trimmed(leading.substr(0, 1)) == leading.substr(0, 1)),
-                  "TrimLeadingAsciiWhitespace trims the start");
+    Require(text.ends_with(leading) && Trimmed(leading) == Trimmed(text) &&
+                (leading.empty() || Trimmed(leading.substr(0, 1)) == leading.substr(0, 1)),
+            "TrimLeadingAsciiWhitespace trims the start");
 }
 
 // Input: a byte of switches, a separator, and the text.

@@ -26,9 +26,8 @@ constexpr std::size_t chunkSize = std::size_t{64} << 10;
 class TextFile {
 public:
     explicit TextFile(std::string_view text) : descriptor(memfd_create("result", MFD_CLOEXEC)) {
-        Fuzz::Require(write(descriptor, text.data(), text.size()) ==
-                          static_cast<ssize_t>(text.size()),
-                      "a file in memory can be written");
+        Require(write(descriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size()),
+                "a file in memory can be written");
     }
     ~TextFile() { close(descriptor); }
     TextFile(TextFile const&) = delete;
@@ -70,26 +69,26 @@ std::optional<Reading> Read(std::string_view text) {
 
 // A field equals its JSON member, unless the exact bytes are in a second member.
 void RequireField(Json const& row, std::string const& name, std::string const& field) {
-    Fuzz::Require(row.contains(name) && row[name].is_string(), "each field is a string");
+    Require(row.contains(name) && row[name].is_string(), "each field is a string");
     if (!row.contains(name + "Base64"))
-        Fuzz::Require(row[name] == field, "a field equals its JSON string");
+        Require(row[name] == field, "a field equals its JSON string");
 }
 
 void RequireRows(Json const& array, Rows const& rows) {
-    Fuzz::Require(array.is_array() && array.size() == rows.size(), "each element is a row");
+    Require(array.is_array() && array.size() == rows.size(), "each element is a row");
     for (std::size_t index = 0; index < rows.size(); ++index)
         for (std::size_t field = 0; field < rowFieldNames.size(); ++field)
             RequireField(array[index], rowFieldNames[field], rows[index][field]);
 }
 
 void RequireSame(std::string_view text, Reading const& reading) {
-    Fuzz::Require(reading.rows.size() == reading.result.rowCount, "each row is counted");
+    Require(reading.rows.size() == reading.result.rowCount, "each row is counted");
     Json const document = Json::parse(text, nullptr, false);
     if (!document.is_object())
         return; // JSON lines.
-    Fuzz::Require(document["schemaVersion"] == 1, "the version is 1");
-    Fuzz::Require((document["outcome"] == "finished") == reading.result.finished,
-                  "the outcome agrees with the document");
+    Require(document["schemaVersion"] == 1, "the version is 1");
+    Require((document["outcome"] == "finished") == reading.result.finished,
+            "the outcome agrees with the document");
     if (document.contains("rows"))
         RequireRows(document["rows"], reading.rows);
 }
@@ -105,7 +104,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
         RequireSame(text, *reading);
     bool const hasMark = text.starts_with("\xEF\xBB\xBF");
     if (!hasMark)
-        Fuzz::Require(reading == Read(std::string(chunkSize - before, ' ').append(text)),
-                      "the result does not depend on chunk boundaries");
+        Require(reading == Read(std::string(chunkSize - before, ' ').append(text)),
+                "the result does not depend on chunk boundaries");
     return 0;
 }

@@ -17,16 +17,11 @@ namespace StringPLProperties {
 // Longer texts are not extended.
 constexpr std::size_t maxLength = 4096;
 
-inline std::string UpToNul(std::string const& text) { return text.c_str(); }
+using Fuzz::UpToNul;
 
-// Returns the bytes of a copy up to the first NUL. The bytes after it become NULs in a copy.
-inline std::string Copied(std::string text) {
-    text.resize(std::min(text.find('\0'), text.size()));
-    return text;
-}
-
+// A copy has NULs after the first NUL.
 inline std::string CopiedWithLength(std::string const& text) {
-    std::string copy = Copied(text);
+    std::string copy = UpToNul(text);
     copy.resize(text.size());
     return copy;
 }
@@ -35,7 +30,7 @@ inline int Index(std::size_t position) {
     return position == std::string::npos ? -1 : static_cast<int>(position);
 }
 
-inline int Sign(int number) { return (number > 0) - (number < 0); }
+using ReferenceCase::Sign;
 
 struct Model {
     std::string text;
@@ -98,62 +93,48 @@ public:
         unsigned int const change = input.Byte() % 13U;
         std::string const bytes = model.text.size() > maxLength ? std::string() : input.Text();
         std::string const text = UpToNul(bytes);
-        switch (change) {
-        case 0:
+        if (change == 0) {
             ours = text.c_str();
             model.Assign(text);
-            break;
-        case 1:
+        } else if (change == 1) {
             ours += text.c_str();
             model.Append(text);
-            break;
-        case 2:
+        } else if (change == 2) {
             ours.Append(text.c_str(), static_cast<unsigned int>(text.size()));
             model.Append(text);
-            break;
-        case 3:
+        } else if (change == 3) {
             ours.Format("%s-%d%s", text.c_str(), 7, text.c_str());
             model.Format(text + "-7" + text);
-            break;
-        case 4:
+        } else if (change == 4) {
             Replace(text, UpToNul(input.Text()));
-            break;
-        case 5:
+        } else if (change == 5) {
             ours.MakeLower();
             model.text = ReferenceCase::Lowered(model.text);
-            break;
-        case 6:
+        } else if (change == 6) {
             AppendOwnBytes(input.Byte(), bytes.size());
-            break;
-        case 7:
+        } else if (change == 7) {
             ours.MakeEmpty();
             model.text.clear();
-            break;
-        case 8:
+        } else if (change == 8) {
             AppendCounted(text, input.Byte());
-            break;
-        case 9:
+        } else if (change == 9) {
             ours.MakeUpper();
             model.text = ReferenceCase::Raised(model.text);
-            break;
-        case 10:
+        } else if (change == 10) {
             ReplaceNoCase(text, UpToNul(input.Text()));
-            break;
-        case 11:
+        } else if (change == 11) {
             AssignOwnBytes(input.Byte());
-            break;
-        default:
+        } else {
             CopyOrMove(input.Byte());
-            break;
         }
     }
 
     void Compare(std::string const& pattern, int number) const {
-        Fuzz::Require(Is(ours, model), "text and capacity agree with the model");
+        Require(Is(ours, model), "text and capacity agree with the model");
         Model sum;
         sum.Assign(CopiedWithLength(model.text));
         sum.Append(pattern);
-        Fuzz::Require(Is(ours + pattern.c_str(), sum), "a sum is a copy with the text appended");
+        Require(Is(ours + pattern.c_str(), sum), "a sum is a copy with the text appended");
         CompareOrder(pattern);
         if (number < 0)
             RequireOutOfBounds(pattern, number);
@@ -183,7 +164,7 @@ private:
         if (!search.empty() && model.Replace(search, replacement, true))
             model.capacity = model.text.size() + 1;
         else
-            Fuzz::Require(block == ours.AsChar(), "without a match the string keeps its block");
+            Require(block == ours.AsChar(), "without a match the string keeps its block");
     }
 
     void AppendCounted(std::string const& text, std::size_t count) {
@@ -199,7 +180,7 @@ private:
         if (model.text.size() > maxLength)
             return;
         from = std::min(from, model.text.size());
-        std::string added = Copied(model.text.substr(from));
+        std::string added = UpToNul(model.text.substr(from));
         if (count == 0) {
             ours += ours.AsChar() + from;
         } else {
@@ -214,75 +195,75 @@ private:
         char const* const block = ours.AsChar();
         ours = ours.AsChar() + from;
         if (from != 0)
-            model.Assign(Copied(model.text.substr(from)));
+            model.Assign(UpToNul(model.text.substr(from)));
         else
-            Fuzz::Require(block == ours.AsChar(), "assigning its own characters changes nothing");
+            Require(block == ours.AsChar(), "assigning its own characters changes nothing");
     }
 
     void CopyOrMove(unsigned int choice) {
         StringPL const copy(ours);
-        Fuzz::Require(IsExactly(copy, CopiedWithLength(model.text)), "a copy has the same length");
+        Require(IsExactly(copy, CopiedWithLength(model.text)), "a copy has the same length");
         if (choice % 3 == 0) {
             char const* const block = ours.AsChar();
             StringPL const moved(std::move(ours));
-            Fuzz::Require(moved.AsChar() == block && Is(moved, model) && Is(ours, Model()),
-                          "a moved string takes the block and leaves an empty string");
+            Require(moved.AsChar() == block && Is(moved, model) && Is(ours, Model()),
+                    "a moved string takes the block and leaves an empty string");
             ours = moved;
-            model.Assign(Copied(model.text));
+            model.Assign(UpToNul(model.text));
         } else if (choice % 3 == 1) {
             ours = copy;
-            model.Assign(Copied(model.text));
+            model.Assign(UpToNul(model.text));
         } else {
             ours = static_cast<StringPL const&>(ours);
         }
     }
 
     void CompareOrder(std::string const& pattern) const {
-        std::string const text = Copied(model.text);
-        Fuzz::Require(Sign(ours.Compare(pattern.c_str())) == Sign(text.compare(pattern)) &&
-                          ours.Equals(pattern.c_str()) == (text == pattern),
-                      "the order is that of bytes up to the first NUL");
+        std::string const text = UpToNul(model.text);
+        Require(Sign(ours.Compare(pattern.c_str())) == Sign(text.compare(pattern)) &&
+                    ours.Equals(pattern.c_str()) == (text == pattern),
+                "the order is that of bytes up to the first NUL");
         int const order = strcasecmp(text.c_str(), pattern.c_str());
-        Fuzz::Require(Sign(ours.CompareNoCase(pattern.c_str())) == Sign(order) &&
-                          ours.EqualsIgnoringCase(pattern.c_str()) == (order == 0),
-                      "the case-insensitive order is that of strcasecmp");
+        Require(Sign(ours.CompareNoCase(pattern.c_str())) == Sign(order) &&
+                    ours.EqualsIgnoringCase(pattern.c_str()) == (order == 0),
+                "the case-insensitive order is that of strcasecmp");
     }
 
     void RequireOutOfBounds(std::string const& pattern, int number) const {
-        Fuzz::Require(IsOutOfBounds([&] { ours.Find(pattern.c_str(), number); }) &&
-                          IsOutOfBounds([&] { ours.FindNoCase(pattern.c_str(), number); }) &&
-                          IsOutOfBounds([&] { ours.Find('a', number); }) &&
-                          IsOutOfBounds([&] { ours.ReverseFind('a', number); }) &&
-                          IsOutOfBounds([&] { ours.Mid(number); }) &&
-                          IsOutOfBounds([&] { ours.Mid(number, 1); }) &&
-                          IsOutOfBounds([&] { ours.Mid(0, number); }) &&
-                          IsOutOfBounds([&] { ours.Left(number); }) &&
-                          IsOutOfBounds([&] { ours.Right(number); }) &&
-                          IsOutOfBounds([&] { ours.GetAt(number); }),
-                      "negative numbers are out of bounds");
+        Require(IsOutOfBounds([&] { ours.Find(pattern.c_str(), number); }) &&
+                    IsOutOfBounds([&] { ours.FindNoCase(pattern.c_str(), number); }) &&
+                    IsOutOfBounds([&] { ours.Find('a', number); }) &&
+                    IsOutOfBounds([&] { ours.ReverseFind('a', number); }) &&
+                    IsOutOfBounds([&] { ours.Mid(number); }) &&
+                    IsOutOfBounds([&] { ours.Mid(number, 1); }) &&
+                    IsOutOfBounds([&] { ours.Mid(0, number); }) &&
+                    IsOutOfBounds([&] { ours.Left(number); }) &&
+                    IsOutOfBounds([&] { ours.Right(number); }) &&
+                    IsOutOfBounds([&] { ours.GetAt(number); }),
+                "negative numbers are out of bounds");
     }
 
     void CompareSearches(std::string const& pattern, std::size_t from) const {
         int const start = static_cast<int>(from);
         int const found = Index(model.text.find(pattern, from));
-        Fuzz::Require(ours.Find(pattern.c_str(), start) == found, "Find agrees with find");
+        Require(ours.Find(pattern.c_str(), start) == found, "Find agrees with find");
         std::string const lower = ReferenceCase::Lowered(model.text);
         int const foundNoCase = Index(lower.find(ReferenceCase::Lowered(pattern), from));
-        Fuzz::Require(ours.FindNoCase(pattern.c_str(), start) == foundNoCase,
-                      "FindNoCase agrees with find in lower case");
+        Require(ours.FindNoCase(pattern.c_str(), start) == foundNoCase,
+                "FindNoCase agrees with find in lower case");
         if (from == 0)
-            Fuzz::Require(ours.Contains(pattern.c_str()) == (found != -1) &&
-                              ours.ContainsNoCase(pattern.c_str()) == (foundNoCase != -1),
-                          "Contains agrees with Find");
+            Require(ours.Contains(pattern.c_str()) == (found != -1) &&
+                        ours.ContainsNoCase(pattern.c_str()) == (foundNoCase != -1),
+                    "Contains agrees with Find");
         char const byte = pattern.c_str()[0];
-        Fuzz::Require(ours.Find(byte, start) == Index(model.text.find(byte, from)) &&
-                          ours.Contains(byte) == (model.text.find(byte) != std::string::npos),
-                      "Find of a byte agrees with find");
-        Fuzz::Require(ours.ReverseFind(byte, start) ==
-                          (from < model.text.size()
-                               ? Index(model.text.rfind(byte, model.text.size() - from - 1))
-                               : -1),
-                      "ReverseFind agrees with rfind");
+        Require(ours.Find(byte, start) == Index(model.text.find(byte, from)) &&
+                    ours.Contains(byte) == (model.text.find(byte) != std::string::npos),
+                "Find of a byte agrees with find");
+        Require(ours.ReverseFind(byte, start) ==
+                    (from < model.text.size()
+                         ? Index(model.text.rfind(byte, model.text.size() - from - 1))
+                         : -1),
+                "ReverseFind agrees with rfind");
     }
 
     void CompareParts(std::size_t number) const {
@@ -291,19 +272,19 @@ private:
         auto const isPart = [&](StringPL const& part, std::size_t from, std::size_t size) {
             return IsExactly(part, CopiedWithLength(model.text.substr(from, size)));
         };
-        Fuzz::Require(isPart(ours.Left(count), 0, number), "Left agrees with substr");
-        Fuzz::Require(isPart(ours.Right(count), length - std::min(number, length), number),
-                      "Right agrees with substr");
-        Fuzz::Require(isPart(ours.Mid(0, count), 0, number), "Mid returns up to count bytes");
+        Require(isPart(ours.Left(count), 0, number), "Left agrees with substr");
+        Require(isPart(ours.Right(count), length - std::min(number, length), number),
+                "Right agrees with substr");
+        Require(isPart(ours.Mid(0, count), 0, number), "Mid returns up to count bytes");
         bool const isInside = number <= length;
-        Fuzz::Require(isInside ? isPart(ours.Mid(count), number, length) &&
-                                     isPart(ours.Mid(count, 3), number, 3)
-                               : IsOutOfBounds([&] { ours.Mid(count); }) &&
-                                     IsOutOfBounds([&] { ours.Mid(count, 0); }),
-                      "Mid agrees with substr");
-        Fuzz::Require(number < length ? ours.GetAt(count) == model.text[number]
-                                      : IsOutOfBounds([&] { ours.GetAt(count); }),
-                      "GetAt agrees with std::string, without the NUL");
+        Require(isInside ? isPart(ours.Mid(count), number, length) &&
+                               isPart(ours.Mid(count, 3), number, 3)
+                         : IsOutOfBounds([&] { ours.Mid(count); }) &&
+                               IsOutOfBounds([&] { ours.Mid(count, 0); }),
+                "Mid agrees with substr");
+        Require(number < length ? ours.GetAt(count) == model.text[number]
+                                : IsOutOfBounds([&] { ours.GetAt(count); }),
+                "GetAt agrees with std::string, without the NUL");
     }
 
     StringPL ours;

@@ -27,16 +27,11 @@ struct Model {
     }
 };
 
+using Fuzz::Trimmed;
+using Fuzz::UpToNul;
+using ReferenceCase::Sign;
+
 constexpr char white[] = " \t\n\r";
-
-inline std::string UpToZero(std::string const& text) { return text.c_str(); }
-
-inline std::string Trimmed(std::string const& text) {
-    std::size_t const first = text.find_first_not_of(white);
-    if (first == std::string::npos)
-        return std::string();
-    return text.substr(first, text.find_last_not_of(white) - first + 1);
-}
 
 // Only the null string is not equal to itself.
 inline bool Is(Stringy const& ours, Model const& model) {
@@ -65,20 +60,16 @@ inline Model Operand(Fuzz::Input& input) {
     return operand;
 }
 
-inline int Sign(int number) { return number < 0 ? -1 : number > 0 ? 1 : 0; }
-
 inline int Order(Model const& left, Model const& right) {
     if (left.text.empty() || right.text.empty())
         return static_cast<int>(right.text.empty()) - static_cast<int>(left.text.empty());
-    return Sign(UpToZero(left.text).compare(UpToZero(right.text)));
+    return Sign(UpToNul(left.text).compare(UpToNul(right.text)));
 }
-
-inline std::string WithZero(Model const& model) { return model.text + '\0'; }
 
 inline int OrderNoCase(Model const& left, Model const& right) {
     if (left.isNull || right.isNull)
         return static_cast<int>(right.isNull) - static_cast<int>(left.isNull);
-    return ReferenceCase::Compare(WithZero(left), WithZero(right), ReferenceCase::Upper);
+    return ReferenceCase::Compare(left.text + '\0', right.text + '\0', ReferenceCase::Upper);
 }
 
 class Pair {
@@ -94,7 +85,7 @@ public:
     }
 
     void Compare(Model const& other, int number) const {
-        Fuzz::Require(Is(ours, model), "the text agrees with std::string");
+        Require(Is(ours, model), "the text agrees with std::string");
         CompareCopies(other);
         CompareOrders(other);
         CompareSearches(other.text);
@@ -106,7 +97,7 @@ private:
     void Assign(unsigned int change, Model const& source) {
         if (change == 0) {
             ours = source.isNull ? nullptr : source.text.c_str();
-            model = {source.isNull, UpToZero(source.text)};
+            model = {source.isNull, UpToNul(source.text)};
         } else if (change == 1) {
             ours = static_cast<Stringy const&>(ours);
         } else if (change == 2) {
@@ -124,7 +115,7 @@ private:
         ours = static_cast<char const*>(ours) + from;
         model.isNull = false;
         if (from != 0)
-            model.text = UpToZero(model.text.substr(from));
+            model.text = UpToNul(model.text.substr(from));
     }
 
     void Append(unsigned int change, Fuzz::Input& input) {
@@ -138,7 +129,7 @@ private:
                 model.Append(std::string(1, byte));
         } else if (change == 8) {
             ours += operand.isNull ? nullptr : operand.text.c_str();
-            model.Append(UpToZero(operand.text));
+            model.Append(UpToNul(operand.text));
         } else if (change == 9) {
             ours += Make(operand);
             model.Append(operand.text);
@@ -167,8 +158,7 @@ private:
             char const from = static_cast<char>(byte);
             auto const count = std::count(model.text.begin(), model.text.end(), from);
             std::replace(model.text.begin(), model.text.end(), from, static_cast<char>(other));
-            Fuzz::Require(ours.Replace(from, static_cast<char>(other)) == count,
-                          "each byte is replaced");
+            Require(ours.Replace(from, static_cast<char>(other)) == count, "each byte is replaced");
         } else if (change == 12) {
             if (byte % 2 == 0)
                 ours.MakeLower();
@@ -204,59 +194,58 @@ private:
 
     void CompareCopies(Model const& other) const {
         Stringy const copy(ours);
-        Fuzz::Require(Is(copy, model), "a copy is equal, null or not");
+        Require(Is(copy, model), "a copy is equal, null or not");
         char const* const text = copy;
         auto const* const object = reinterpret_cast<char const*>(&copy);
         bool const isInside = text >= object && text < object + sizeof(copy);
-        Fuzz::Require(isInside == (!model.isNull && model.text.size() < Stringy::smallSize),
-                      "text of up to 127 bytes is stored in the object");
+        Require(isInside == (!model.isNull && model.text.size() < Stringy::smallSize),
+                "text of up to 127 bytes is stored in the object");
         Model sum = model;
         sum.Append(other.text);
-        Fuzz::Require(Is(ours + Make(other), sum), "a sum is the concatenation");
+        Require(Is(ours + Make(other), sum), "a sum is the concatenation");
     }
 
     void CompareOrders(Model const& otherModel) const {
         Stringy const other = Make(otherModel);
         int const order = Order(model, otherModel);
-        Fuzz::Require(Sign(ours.Compare(other)) == order, "the order is that of the bytes");
-        Fuzz::Require((ours == other) == (order == 0) && (ours != other) == (order != 0) &&
-                          (ours < other) == (order < 0) && (ours <= other) == (order <= 0) &&
-                          (ours > other) == (order > 0) && (ours >= other) == (order >= 0),
-                      "the relational operators agree with the order");
+        Require(Sign(ours.Compare(other)) == order, "the order is that of the bytes");
+        Require((ours == other) == (order == 0) && (ours != other) == (order != 0) &&
+                    (ours < other) == (order < 0) && (ours <= other) == (order <= 0) &&
+                    (ours > other) == (order > 0) && (ours >= other) == (order >= 0),
+                "the relational operators agree with the order");
         char const* const text = other;
-        int const textOrder = Order(model, {false, UpToZero(otherModel.text)});
-        Fuzz::Require((ours < text) == (textOrder < 0) && (text < ours) == (textOrder > 0) &&
-                          (ours == text) == (textOrder == 0) && (text >= ours) == (textOrder <= 0),
-                      "the relational operators stop at the NUL of a string");
-        Fuzz::Require(ours.CompareNoCase(other) == OrderNoCase(model, otherModel),
-                      "the order is that of upper case, and null is the least");
+        int const textOrder = Order(model, {false, UpToNul(otherModel.text)});
+        Require((ours < text) == (textOrder < 0) && (text < ours) == (textOrder > 0) &&
+                    (ours == text) == (textOrder == 0) && (text >= ours) == (textOrder <= 0),
+                "the relational operators stop at the NUL of a string");
+        Require(ours.CompareNoCase(other) == OrderNoCase(model, otherModel),
+                "the order is that of upper case, and null is the least");
         bool const bothAreThere = !model.isNull && !otherModel.isNull;
-        Fuzz::Require(ours.EqualIgnoringCase(other) ==
-                          (bothAreThere && ReferenceCase::Lowered(model.text) ==
-                                               ReferenceCase::Lowered(otherModel.text)),
-                      "texts of any case are equal, and null equals nothing");
+        Require(ours.EqualIgnoringCase(other) ==
+                    (bothAreThere &&
+                     ReferenceCase::Lowered(model.text) == ReferenceCase::Lowered(otherModel.text)),
+                "texts of any case are equal, and null equals nothing");
     }
 
     void CompareSearches(std::string const& bytes) const {
-        std::string const pattern = UpToZero(bytes);
+        std::string const pattern = UpToNul(bytes);
         char const byte = bytes.empty() ? 'a' : bytes[0];
-        Fuzz::Require(ours.Find(byte) == static_cast<int>(model.text.find(byte)),
-                      "a byte is found where find finds it");
-        Fuzz::Require(ours.FindFromRight(byte) == static_cast<int>(model.text.rfind(byte)),
-                      "a byte is found from the end where rfind finds it");
-        Fuzz::Require(
-            ours.Contains(pattern.c_str()) ==
-                (!model.isNull && UpToZero(model.text).find(pattern) != std::string::npos),
-            "Contains agrees with find");
-        Fuzz::Require(ours.StartsWith(pattern.c_str()) == model.text.starts_with(pattern),
-                      "StartsWith agrees with starts_with");
+        Require(ours.Find(byte) == static_cast<int>(model.text.find(byte)),
+                "a byte is found where find finds it");
+        Require(ours.FindFromRight(byte) == static_cast<int>(model.text.rfind(byte)),
+                "a byte is found from the end where rfind finds it");
+        Require(ours.Contains(pattern.c_str()) ==
+                    (!model.isNull && UpToNul(model.text).find(pattern) != std::string::npos),
+                "Contains agrees with find");
+        Require(ours.StartsWith(pattern.c_str()) == model.text.starts_with(pattern),
+                "StartsWith agrees with starts_with");
         std::string const lower = ReferenceCase::Lowered(model.text);
-        Fuzz::Require(ours.StartsWithIgnoringCase(pattern.c_str()) ==
-                          lower.starts_with(ReferenceCase::Lowered(pattern)),
-                      "StartsWithIgnoringCase agrees with lower case");
-        Fuzz::Require(ours.StartsWithIgnoringCase(Stringy(ConstData(bytes))) ==
-                          lower.starts_with(ReferenceCase::Lowered(bytes)),
-                      "StartsWithIgnoringCase of a Stringy agrees with lower case");
+        Require(ours.StartsWithIgnoringCase(pattern.c_str()) ==
+                    lower.starts_with(ReferenceCase::Lowered(pattern)),
+                "StartsWithIgnoringCase agrees with lower case");
+        Require(ours.StartsWithIgnoringCase(Stringy(ConstData(bytes))) ==
+                    lower.starts_with(ReferenceCase::Lowered(bytes)),
+                "StartsWithIgnoringCase of a Stringy agrees with lower case");
     }
 
     // Returns up to `count` bytes from `start`; both may be negative, which means 0.
@@ -269,29 +258,28 @@ private:
 
     void CompareParts(int number, char separator) const {
         int const length = static_cast<int>(model.text.size());
-        Fuzz::Require(IsPart(ours.Left(number), Part(0, number)), "Left agrees with substr");
-        Fuzz::Require(IsPart(ours.Right(number), Part(length - std::max(number, 0), number)),
-                      "Right agrees with substr");
-        Fuzz::Require(IsPart(ours.Mid(number, 5), Part(number, 5)), "Mid agrees with substr");
-        Fuzz::Require(IsPart(ours.Mid(3, number), Part(3, number)),
-                      "Mid returns up to count bytes");
-        Fuzz::Require(IsPart(ours.Mid(number), Part(number, length)),
-                      "Mid without a count extends to the end");
+        Require(IsPart(ours.Left(number), Part(0, number)), "Left agrees with substr");
+        Require(IsPart(ours.Right(number), Part(length - std::max(number, 0), number)),
+                "Right agrees with substr");
+        Require(IsPart(ours.Mid(number, 5), Part(number, 5)), "Mid agrees with substr");
+        Require(IsPart(ours.Mid(3, number), Part(3, number)), "Mid returns up to count bytes");
+        Require(IsPart(ours.Mid(number), Part(number, length)),
+                "Mid without a count extends to the end");
         std::size_t const last = model.text.rfind(separator);
         std::string const behind =
             last == std::string::npos ? std::string() : model.text.substr(last + 1);
         std::size_t const first = behind.find_first_not_of(white);
         bool const endsAtZero = first != std::string::npos && behind[first] == '\0';
-        Fuzz::Require(IsPart(ours.SubstringAfterLastSeparator(separator),
-                             endsAtZero ? std::string() : Trimmed(behind)),
-                      "the part after the last separator is trimmed");
+        Require(IsPart(ours.SubstringAfterLastSeparator(separator),
+                       endsAtZero ? std::string() : Trimmed(behind)),
+                "the part after the last separator is trimmed");
     }
 
     void CompareBytes() const {
         auto const length = static_cast<unsigned int>(model.text.size());
         for (unsigned int i = 0; i <= length; ++i)
-            Fuzz::Require(ours[i] == model.text.c_str()[i], "operator[] agrees with std::string");
-        Fuzz::Require(ours[length + 2] == '\0', "operator[] returns NUL beyond the text");
+            Require(ours[i] == model.text.c_str()[i], "operator[] agrees with std::string");
+        Require(ours[length + 2] == '\0', "operator[] returns NUL beyond the text");
     }
 
     Stringy ours;
@@ -302,8 +290,8 @@ private:
 inline void CompareSplit(std::string const& text, char separator, unsigned int maximum,
                          bool strip) {
     std::vector<std::string> expected;
-    std::string rest = separator == '\0' ? text : UpToZero(text);
-    if (UpToZero(text).empty())
+    std::string rest = separator == '\0' ? text : UpToNul(text);
+    if (UpToNul(text).empty())
         maximum = 0;
     else if (separator == '\0')
         maximum = std::min(
@@ -319,19 +307,19 @@ inline void CompareSplit(std::string const& text, char separator, unsigned int m
     std::vector<Stringy> items;
     unsigned int const count =
         Stringy::SplitSeparatedStringsIntoArray(text.c_str(), separator, items, maximum, strip);
-    Fuzz::Require(count == expected.size() && items.size() == expected.size(),
-                  "a text has as many items as separators, and one more");
+    Require(count == expected.size() && items.size() == expected.size(),
+            "a text has as many items as separators, and one more");
     for (std::size_t i = 0; i < items.size(); ++i)
-        Fuzz::Require(IsPart(items[i], expected[i]), "an item is the text between separators");
+        Require(IsPart(items[i], expected[i]), "an item is the text between separators");
 }
 
 inline void CompareNumbers(unsigned long long number) {
     auto const narrow = static_cast<unsigned int>(number);
     auto const signedNarrow = static_cast<int>(narrow);
-    Fuzz::Require(Is(Stringy(number), {false, std::to_string(number)}) &&
-                      Is(Stringy(narrow), {false, std::to_string(narrow)}) &&
-                      Is(Stringy(signedNarrow), {false, std::to_string(signedNarrow)}),
-                  "a number agrees with to_string");
+    Require(Is(Stringy(number), {false, std::to_string(number)}) &&
+                Is(Stringy(narrow), {false, std::to_string(narrow)}) &&
+                Is(Stringy(signedNarrow), {false, std::to_string(signedNarrow)}),
+            "a number agrees with to_string");
 }
 
 // Input: a number for positions and counts, switches, another text, and the changes.

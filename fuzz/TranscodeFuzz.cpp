@@ -17,15 +17,14 @@ void CompareWhole(Units<Source> const& text, TextOutcome<Target> const& referenc
     Units<Target> whole;
     try {
         whole = UnitsOf(Transcode<Target>(RefOf<Source>(text)));
-        Fuzz::Require(!fails && whole == reference.units, "a whole text agrees with the reference");
+        Require(!fails && whole == reference.units, "a whole text agrees with the reference");
     } catch (InvalidTextEncoding const&) {
-        Fuzz::Require(fails, "only text that the reference rejects is an error");
+        Require(fails, "only text that the reference rejects is an error");
     }
     Units<Target> byIconv;
     static Iconv const converter(Iconv::Name<Target>(), Iconv::Name<Source>());
     if (!text.empty() && converter.Convert(text, byIconv))
-        Fuzz::Require(!fails && whole == byIconv,
-                      "text that iconv accepts is converted like by iconv");
+        Require(!fails && whole == byIconv, "text that iconv accepts is converted like by iconv");
 }
 
 template <class Target, class Source>
@@ -34,9 +33,9 @@ void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
     std::vector<std::size_t> const chunks = RepeatLengths(lengths, text.size());
     Naive::Transcoder<Target, Source> reference;
     RecordedStage<Target, Source> stage;
-    Fuzz::Require(stage.Run(text, chunks) == reference.Run(text, chunks),
-                  "a stream agrees with the reference");
-    Fuzz::Require(!testing::Test::HasFailure(), "calls are in order, without empty chunks");
+    Require(stage.Run(text, chunks) == reference.Run(text, chunks),
+            "a stream agrees with the reference");
+    Require(!testing::Test::HasFailure(), "calls are in order, without empty chunks");
     CompareWhole<Target, Source>(text, reference.Run(text, {text.size()}));
 }
 

@@ -40,8 +40,8 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     std::string const name(input.Rest().substr(0, longest));
     if (std::count(pattern.begin(), pattern.end(), '*') > static_cast<long>(maxStars))
         return 0;
-    Fuzz::Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
-                      MatchByTheRule(name, pattern),
-                  "the matcher agrees with the reference");
+    Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
+                MatchByTheRule(name, pattern),
+            "the matcher agrees with the reference");
     return 0;
 }

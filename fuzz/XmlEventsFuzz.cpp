@@ -18,13 +18,13 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
 
     EventLog whole;
     SimpleXMLParserPL(whole).Parse(std::string(input.Rest()));
-    Fuzz::Require(whole.events == reference.events, "the events agree with the reference");
+    Require(whole.events == reference.events, "the events agree with the reference");
 
     EventLog cut;
     SimpleXMLParserPL parser(cut);
     SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
-    Fuzz::Require(cut.events == reference.events, "the events do not depend on chunk boundaries");
+    Require(cut.events == reference.events, "the events do not depend on chunk boundaries");
     return 0;
 }

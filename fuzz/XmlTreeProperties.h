@@ -26,16 +26,16 @@ inline std::string const* FindAttribute(ReferenceTree::Node const& node, std::st
 inline void CompareAttribute(XMLElementPL const& element, ReferenceTree::Node const& node,
                              std::string const& name) {
     std::string const* const expected = FindAttribute(node, name);
-    Fuzz::Require(element.HasAttribute(name) == (expected != nullptr), "the attributes are equal");
-    Fuzz::Require(element.GetAttribute(name) == (expected == nullptr ? std::string() : *expected),
-                  "a repeated attribute has its first value");
+    Require(element.HasAttribute(name) == (expected != nullptr), "the attributes are equal");
+    Require(element.GetAttribute(name) == (expected == nullptr ? std::string() : *expected),
+            "a repeated attribute has its first value");
 }
 
 inline void CompareNode(XMLElementPL const& element, ReferenceTree::Node const& node) {
-    Fuzz::Require(element.GetName() == node.name, "the names of elements are equal");
-    Fuzz::Require(element.GetText() == node.text, "the texts of elements are equal");
-    Fuzz::Require(element.GetElementList().size() == node.children.size(),
-                  "the numbers of children are equal");
+    Require(element.GetName() == node.name, "the names of elements are equal");
+    Require(element.GetText() == node.text, "the texts of elements are equal");
+    Require(element.GetElementList().size() == node.children.size(),
+            "the numbers of children are equal");
     CompareAttribute(element, node, "id");
     for (XMLAttribute const& attribute : node.attributes)
         CompareAttribute(element, node, attribute.first);
@@ -56,10 +56,10 @@ inline void CompareTrees(XMLElementPL const& root, ReferenceTree::Node const& re
 
 // Compares the root, the open elements, the tree and a copy of the tree.
 inline void Compare(XMLTreeParserPL const& parser, ReferenceTree const& reference) {
-    Fuzz::Require(parser.HasOpenElements() == reference.HasOpenElements(),
-                  "open elements agree with the reference");
-    Fuzz::Require((parser.GetRootElement() == nullptr) == (reference.Root() == nullptr),
-                  "the root agrees with the reference");
+    Require(parser.HasOpenElements() == reference.HasOpenElements(),
+            "open elements agree with the reference");
+    Require((parser.GetRootElement() == nullptr) == (reference.Root() == nullptr),
+            "the root agrees with the reference");
     if (reference.Root() == nullptr)
         return;
     CompareTrees(*parser.GetRootElement(), *reference.Root());

@@ -42,7 +42,7 @@ public:
 private:
     void FlushText() {
         if (!withTabs)
-            text.erase(std::remove(text.begin(), text.end(), '\t'), text.end());
+            std::erase(text, '\t');
         if (!text.empty())
             all.push_back("text " + text);
         text.clear();
@@ -90,15 +90,11 @@ inline bool IsValidName(std::string const& name) {
 }
 
 inline std::string Without(std::string text, char byte) {
-    text.erase(std::remove(text.begin(), text.end(), byte), text.end());
+    std::erase(text, byte);
     return text;
 }
 
 inline std::string TextWithoutZeros(Fuzz::Input& input) { return Without(input.Text(), '\0'); }
-
-// Without dashes, because the parser treats one in the name of a start tag as the start of a
-// comment.
-inline std::string ElementName(Fuzz::Input& input) { return Without(TextWithoutZeros(input), '-'); }
 
 class Document {
 public:
@@ -111,27 +107,20 @@ public:
     }
 
     void Call(Fuzz::Input& input) {
-        switch (input.Byte() % 6) {
-        case 0:
+        unsigned int const call = input.Byte() % 6U;
+        if (call == 0)
             Begin(input);
-            break;
-        case 1:
+        else if (call == 1)
             End();
-            break;
-        case 2:
+        else if (call == 2)
             WriteText(input.Text());
-            break;
-        case 3:
+        else if (call == 3)
             WriteUTF8(TextWithoutZeros(input));
-            break;
-        case 4:
+        else if (call == 4)
             WriteSection(TextWithoutZeros(input));
-            break;
-        default:
+        else
             // Without dashes: the writer removes some, but two could remain and end the comment.
             writer.WriteComment(StringPL(Without(TextWithoutZeros(input), '-').c_str()));
-            break;
-        }
     }
 
     std::string const& Finish() {
@@ -143,7 +132,9 @@ public:
 
 private:
     void Begin(Fuzz::Input& input) {
-        std::string const name = ElementName(input);
+        // Without dashes, because the parser treats one in the name of a start tag as the start of
+        // a comment.
+        std::string const name = Without(TextWithoutZeros(input), '-');
         Attributes attributes(input.Byte() % 4U);
         for (XMLAttribute& attribute : attributes) {
             attribute.first = TextWithoutZeros(input);
@@ -158,14 +149,13 @@ private:
         std::string const before = bytes;
         try {
             writer.BeginElement(ConstData(name), list);
-            Fuzz::Require(valid, "an invalid name is rejected");
+            Require(valid, "an invalid name is rejected");
             Opened(name, attributes);
         } catch (InvalidXMLElementName const&) {
-            Fuzz::Require(!IsValidName(name) && bytes == before,
-                          "a valid element name is accepted");
+            Require(!IsValidName(name) && bytes == before, "a valid element name is accepted");
         } catch (InvalidXMLAttributeName const&) {
-            Fuzz::Require(!valid && IsValidName(name) && bytes == before,
-                          "a valid attribute name is accepted");
+            Require(!valid && IsValidName(name) && bytes == before,
+                    "a valid attribute name is accepted");
         }
     }
 
@@ -219,7 +209,7 @@ inline void Check(Fuzz::Input input) {
     Events read(keepsTabs);
     ReadEvents handler(read);
     SimpleXMLParserPL(handler).Parse(document.Finish());
-    Fuzz::Require(read.All() == expected.All(), "a written document is read back");
+    Require(read.All() == expected.All(), "a written document is read back");
 }
 
 } // namespace XmlWriteReadProperties

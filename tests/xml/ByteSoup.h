@@ -62,8 +62,7 @@ inline std::string MakeByteSoup(std::mt19937& random, unsigned int most) {
         "some text that is longer than a step of the search"sv,
         "<a-name-with-dashes>"sv,
         "<averylongnameofanelement>"sv,
-        "]]]>"sv,
-    };
+        "]]]>"sv};
     std::uniform_int_distribution<std::size_t> anyPiece(0, std::size(pieces) - 1);
     std::uniform_int_distribution<unsigned int> anyCount(0, most);
     std::string soup;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,41 +40,28 @@ private:
         current = byte;
         switch (state) {
         case State::Text:
-            TakeText(byte);
-            break;
+            return TakeText(byte);
         case State::TextEscape:
-            TakeEscape(byte, State::Text);
-            break;
+            return TakeEscape(byte, State::Text);
         case State::StartName:
-            TakeStartName(byte);
-            break;
+            return TakeStartName(byte);
         case State::EndName:
-            byte == '>' ? Go(State::Text) : name.push_back(byte);
-            break;
+            return byte == '>' ? Go(State::Text) : name.push_back(byte);
         case State::Between:
-            TakeBetween(byte);
-            break;
+            return TakeBetween(byte);
         case State::AttributeName:
-            byte == '=' ? Go(State::BeforeValue) : pool[index].first.push_back(byte);
-            break;
+            return byte == '=' ? Go(State::BeforeValue) : pool[index].first.push_back(byte);
         case State::BeforeValue:
-            if (byte == '"' || byte == '\'') {
-                quote = byte;
-                Go(State::Value);
-            }
-            break;
+            quote = byte;
+            return byte == '"' || byte == '\'' ? Go(State::Value) : void();
         case State::Value:
-            TakeValue(byte);
-            break;
+            return TakeValue(byte);
         case State::ValueEscape:
-            TakeEscape(byte, State::Value);
-            break;
+            return TakeEscape(byte, State::Value);
         case State::Comment:
-            TakeComment(byte);
-            break;
+            return TakeComment(byte);
         case State::Section:
-            TakeSection(byte);
-            break;
+            return TakeSection(byte);
         }
     }
 
@@ -87,40 +75,35 @@ private:
     }
 
     void TakeEscape(char byte, State outer) {
+        escape.push_back(byte);
         if (byte == ';')
             Go(outer);
-        else
-            escape.push_back(byte);
     }
 
     void TakeStartName(char byte) {
-        if (byte == ' ' && name.empty())
-            return;
         if (byte == ' ') {
-            Go(State::Between);
+            if (!name.empty())
+                Go(State::Between);
         } else if (byte == '/') {
             Go(State::EndName);
         } else if (byte == '>') {
             Go(State::Text);
         } else if (byte == '-') {
-            dashes = dashes + 1;
-            if (dashes >= 2)
+            if (++dashes >= 2)
                 Go(State::Comment);
         } else {
             name.push_back(byte);
             if (name == "![CDATA[") {
                 name.clear();
-                previous = 0;
-                earlier = 0;
+                previous = earlier = 0;
                 Go(State::Section);
             }
         }
     }
 
     void TakeBetween(char byte) {
-        if (byte == ' ' || byte == '?')
-            return;
-        Go(byte == '>' ? State::Text : State::AttributeName);
+        if (byte != ' ' && byte != '?')
+            Go(byte == '>' ? State::Text : State::AttributeName);
     }
 
     void TakeValue(char byte) {
@@ -133,12 +116,10 @@ private:
     }
 
     void TakeComment(char byte) {
-        if (byte == '-')
-            dashes = dashes + 1;
-        else if (byte == '>' && dashes >= 2)
+        if (byte == '>' && dashes >= 2)
             Go(State::Text);
         else
-            dashes = 0;
+            dashes = byte == '-' ? dashes + 1 : 0;
     }
 
     void TakeSection(char byte) {
@@ -163,10 +144,8 @@ private:
             handler.Characters(text);
             text.clear();
         }
-        if (state == State::TextEscape) {
-            escape.push_back(';');
+        if (state == State::TextEscape)
             handler.Characters(Decode());
-        }
         if ((state == State::StartName || state == State::Between) && next == State::Text) {
             std::vector<XMLAttribute const*> list;
             for (std::size_t i = 0; i < count; ++i)
@@ -180,10 +159,8 @@ private:
             handler.EndElement(name);
         if (state == State::Value && next != State::ValueEscape)
             count = count + 1;
-        if (state == State::ValueEscape) {
-            escape.push_back(';');
+        if (state == State::ValueEscape)
             pool.at(index).second += Decode();
-        }
     }
 
     void Enter(State next) {
@@ -207,14 +184,10 @@ private:
     }
 
     std::string Decode() {
-        if (escape == "&lt;")
-            return "<";
-        if (escape == "&gt;")
-            return ">";
-        if (escape == "&amp;")
-            return "&";
-        if (escape == "&quot;")
-            return "\"";
+        static std::map<std::string, std::string> const names{
+            {"&lt;", "<"}, {"&gt;", ">"}, {"&amp;", "&"}, {"&quot;", "\""}};
+        if (names.contains(escape))
+            return names.at(escape);
         if (escape.size() >= 3 && escape[1] == '#' && escape[2] == 'x') {
             std::int32_t const number = ReadHexadecimal(std::string_view(escape).substr(3));
             if (number <= 255)

@@ -170,23 +170,20 @@ TEST(XMLElementPLTest, ListsOnlyChildrenAddedAfterReset) {
         }
 }
 
-// Deliberate: a child appended by value comes after the old children and is freed with them.
-TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsFreedWithThem) {
-    XMLElementPL element("a", noPointers);
-    element.AddChildElement("b", noPointers);
-    element.Reset("c", noPointers);
-    element.AddChildElement(XMLElementPL("d", noPointers));
-    EXPECT_EQ(TreeText(element), "c");
-}
-
-TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsReused) {
-    XMLElementPL element("a", noPointers);
-    XMLElementPL const* const old = element.AddChildElement("b", noPointers);
-    element.Reset("c", noPointers);
-    XMLElementPL const* const appended = element.AddChildElement(XMLElementPL("d", noPointers));
-    EXPECT_EQ(element.AddChildElement("e", noPointers), old);
-    EXPECT_EQ(element.AddChildElement("f", noPointers), appended);
-    EXPECT_EQ(TreeText(element), "c{ef}");
+// Deliberate: a child appended by value comes after the old children, and is reused or freed with
+// them.
+TEST(XMLElementPLTest, ChildAppendedAfterOldChildrenIsOneOfThem) {
+    for (bool const isReused : {false, true}) {
+        XMLElementPL element("a", noPointers);
+        XMLElementPL const* const old = element.AddChildElement("b", noPointers);
+        element.Reset("c", noPointers);
+        XMLElementPL const* const appended = element.AddChildElement(XMLElementPL("d", noPointers));
+        if (isReused) {
+            EXPECT_EQ(element.AddChildElement("e", noPointers), old);
+            EXPECT_EQ(element.AddChildElement("f", noPointers), appended);
+        }
+        EXPECT_EQ(TreeText(element), isReused ? "c{ef}" : "c");
+    }
 }
 
 // A copied cursor would point into the list of the source, and the copy would free memory of the
@@ -198,10 +195,8 @@ TEST(XMLElementPLTest, CopyAfterResetEqualsItsSource) {
             source->AddChildElement(name, noPointers);
         source->Reset("e", noPointers);
         std::string expected;
-        for (int count = 0; count < reused; ++count) {
-            source->AddChildElement("f", noPointers);
-            expected += "f";
-        }
+        for (int count = 0; count < reused; ++count)
+            expected += source->AddChildElement("f", noPointers)->GetName();
         XMLElementPL outer("outer", noPointers);
         outer.AddChildElement(*source);
         XMLElementPL untouched(outer);

@@ -126,38 +126,38 @@ TEST(XMLWriterPLTest, RandomDocumentsAreReadBack) {
 TEST(XMLWriterPLTest, EscapesEachByteOfEachKindOfText) {
     for (int number = 0; number < 256; ++number) {
         std::string const byte(1, static_cast<char>(number));
-        std::string common = byte;
-        if (byte == "<")
-            common = "&lt;";
-        if (byte == ">")
-            common = "&gt;";
-        if (byte == "&")
-            common = "&amp;";
+        std::string const common = byte == "<"   ? "&lt;"
+                                   : byte == ">" ? "&gt;"
+                                   : byte == "&" ? "&amp;"
+                                                 : byte;
         char reference[8];
         std::snprintf(reference, sizeof(reference), "&#x%02x;", static_cast<unsigned>(number));
         std::string const inString = number < 0x80 ? common : reference;
         std::string const inAttribute = byte == "\"" ? "&quot;" : common;
         // Next to unescaped bytes, and to a run longer than a block.
         for (std::string const plain : {"", "p", "a plain run of more than sixteen bytes"}) {
-            std::string const text = plain + byte + plain + byte;
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteString(ConstData(text)); }),
-                      plain + inString + plain + inString);
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteCharacterData(text, false); }),
-                      plain + inString + plain + inString);
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteCharacterData(text, true); }),
-                      plain + common + plain + common);
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteAttributeValue(text); }),
-                      plain + inAttribute + plain + inAttribute);
+            auto const twice = [&](std::string const& piece) {
+                return plain + piece + plain + piece;
+            };
+            std::string const text = twice(byte);
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteString(ConstData(text)); }),
+                      twice(inString));
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteCharacterData(text, false); }),
+                      twice(inString));
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteCharacterData(text, true); }),
+                      twice(common));
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteAttributeValue(text); }),
+                      twice(inAttribute));
             if (number == 0)
                 continue;
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteString(MakeStringPL(text)); }),
-                      plain + inString + plain + inString);
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) { writer.WriteUTF8String(text.c_str()); }),
-                      plain + common + plain + common);
-            EXPECT_EQ(Flat([&](XMLWriterPL& writer) {
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteString(MakeStringPL(text)); }),
+                      twice(inString));
+            EXPECT_EQ(Flat([&](auto& writer) { writer.WriteUTF8String(text.c_str()); }),
+                      twice(common));
+            EXPECT_EQ(Flat([&](auto& writer) {
                           writer.BeginElement("a", Attributes{{"b", text}});
                       }),
-                      "<a b=\"" + plain + inAttribute + plain + inAttribute + "\">");
+                      "<a b=\"" + twice(inAttribute) + "\">");
         }
     }
 }
@@ -241,6 +241,13 @@ TEST(XMLWriterPLTest, DestructorWritesNothing) {
     EXPECT_TRUE(receiver.IsOpen());
 }
 
+struct IgnoringReceiver : LineReceiver {
+    void Start(unsigned long long) override {}
+    void Receive(ConstData) override {}
+    void ReceiveLineBreak(Range<unsigned long long>) override {}
+    void ReceiveEnd(unsigned long long) override {}
+};
+
 // Accepts a number of calls, and throws at the next one.
 class FullReceiver : public LineReceiver {
 public:
@@ -286,9 +293,8 @@ TEST(XMLWriterPLTest, ExceptionOfTheReceiverKeepsTheState) {
 }
 
 TEST(XMLWriterPLTest, TextIsSentAsViews) {
-    class Watching : public FullReceiver {
-    public:
-        explicit Watching(std::string const& argument) : FullReceiver(1000), watched(argument) {}
+    struct Watching : IgnoringReceiver {
+        explicit Watching(std::string const& argument) : watched(argument) {}
         void Receive(ConstData data) override {
             char const* const begin = reinterpret_cast<char const*>(data.begin);
             if (begin >= watched.data() && begin < watched.data() + watched.size())
@@ -308,14 +314,6 @@ TEST(XMLWriterPLTest, TextIsSentAsViews) {
     EXPECT_THAT(receiver.runs,
                 ElementsAre("a long enough run of text", "another one ", " the last of \xE9 them"));
 }
-
-class IgnoringReceiver : public LineReceiver {
-public:
-    void Start(unsigned long long) override {}
-    void Receive(ConstData) override {}
-    void ReceiveLineBreak(Range<unsigned long long>) override {}
-    void ReceiveEnd(unsigned long long) override {}
-};
 
 TEST(XMLWriterPLTest, TextAllocatesNothing) {
     IgnoringReceiver receiver;
