@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "tests/strings/Counted.h"
 #include "tests/support/VirtualSlot.h"
@@ -27,13 +27,8 @@ void Fill(ListPL<Counted>& list, int from, int to) {
         list.Append(Counted(value));
 }
 
+using ListPLTest = CountedTest;
 using Values = std::vector<int>;
-
-class ListPLTest : public testing::Test {
-protected:
-    ListPLTest() { Counted::Reset(); }
-    ~ListPLTest() override { EXPECT_EQ(0, Counted::alive); }
-};
 
 void ExpectEnd(ListPL<Counted> const& list) {
     EXPECT_FALSE(list.IsNext());
@@ -57,12 +52,9 @@ TEST_F(ListPLTest, EnumeratesItemsInOrderAfterEachReset) {
 }
 
 TEST_F(ListPLTest, ReadingBeyondTheEndThrowsAnExceptionWithAText) {
-    try {
-        ListPL<Counted>().GetNext();
-        FAIL() << "reading from an empty list did not throw";
-    } catch (ExceptionPL const& caught) {
-        EXPECT_STREQ("A ListPL iterator walked off the end of the list.", caught.what());
-    }
+    EXPECT_THAT(
+        [] { ListPL<Counted>().GetNext(); },
+        testing::ThrowsMessage<ExceptionPL>("A ListPL iterator walked off the end of the list."));
 }
 
 TEST_F(ListPLTest, AppendReturnsTheStoredCopy) {
@@ -104,17 +96,13 @@ TEST_F(ListPLTest, MakeEmptyFreesItemsAndEndsEnumeration) {
 TEST_F(ListPLTest, FailedCopyLeavesTheListUnchanged) {
     ListPL<Counted> list;
     Counted const item(9);
-    Counted::refuseCopies = true;
-    EXPECT_THROW(list.Append(item), Counted::CopyRefused);
-    EXPECT_EQ(Values{}, Walk(list));
-    Counted::refuseCopies = false;
-    Fill(list, 1, 2);
-    Counted::refuseCopies = true;
-    EXPECT_THROW(list.Append(item), Counted::CopyRefused);
-    EXPECT_EQ((Values{1, 2}), Walk(list));
-    Counted::refuseCopies = false;
-    Fill(list, 3, 3);
-    EXPECT_EQ((Values{1, 2, 3}), Walk(list));
+    for (Values const& values : {Values{}, Values{1}, Values{1, 2}}) {
+        Counted::refuseCopies = true;
+        EXPECT_THROW(list.Append(item), Counted::CopyRefused);
+        EXPECT_EQ(values, Walk(list));
+        Counted::refuseCopies = false;
+        list.Append(Counted(static_cast<int>(values.size()) + 1));
+    }
 }
 
 TEST_F(ListPLTest, AppendResetAndDestructorAreVirtual) {

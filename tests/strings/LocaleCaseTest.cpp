@@ -10,6 +10,7 @@
 
 #include "tests/strings/OtherCaseTables.h"
 #include "tests/strings/OtherLocale.h"
+#include "tests/support/Bytes.h"
 #include "tests/support/GuardedBytes.h"
 
 namespace {
@@ -46,15 +47,6 @@ TEST(LocaleLettersTest, LettersDependOnBothCaseTables) {
     EXPECT_FALSE(LettersAreAscii());
 }
 
-// Reference implementation: strncasecmp at each position.
-char const* ReferenceSearch(char const* text, std::size_t length, char const* pattern,
-                            std::size_t patternLength) {
-    for (std::size_t i = 0; i + patternLength <= length; ++i)
-        if (strncasecmp(text + i, pattern, patternLength) == 0)
-            return text + i;
-    return nullptr;
-}
-
 // The offset of the match, or -1.
 std::ptrdiff_t Fast(std::string const& text, std::string const& pattern) {
     char const* const match =
@@ -62,25 +54,21 @@ std::ptrdiff_t Fast(std::string const& text, std::string const& pattern) {
     return match == nullptr ? -1 : match - text.data();
 }
 
+// Reference implementation: strncasecmp at each position.
 std::ptrdiff_t Reference(std::string const& text, std::string const& pattern) {
-    char const* const match =
-        ReferenceSearch(text.data(), text.size(), pattern.data(), pattern.size());
-    return match == nullptr ? -1 : match - text.data();
+    for (std::size_t at = 0; at + pattern.size() <= text.size(); ++at)
+        if (strncasecmp(text.data() + at, pattern.data(), pattern.size()) == 0)
+            return static_cast<std::ptrdiff_t>(at);
+    return -1;
 }
 
 // Compares both searches on random text of these bytes, with patterns without NULs.
 void ExpectSearchesAgree(std::string const& bytes, unsigned int seed) {
     std::mt19937 random(seed);
-    auto const next = [&](std::size_t length) {
-        std::string result(length, ' ');
-        for (char& c : result)
-            c = bytes[random() % bytes.size()];
-        return result;
-    };
     int matches = 0;
     for (int round = 0; round < 4000; ++round) {
-        std::string const text = next(random() % 400);
-        std::string pattern = next(random() % 7);
+        std::string const text = RandomBytes(random, random() % 400, bytes);
+        std::string pattern = RandomBytes(random, random() % 7, bytes);
         std::erase(pattern, '\0');
         std::ptrdiff_t const expected = Reference(text, pattern);
         matches += expected > 0;
@@ -89,12 +77,7 @@ void ExpectSearchesAgree(std::string const& bytes, unsigned int seed) {
     EXPECT_LT(0, matches);
 }
 
-std::string const everyByteButNul = [] {
-    std::string bytes;
-    for (int byte = 1; byte < 256; ++byte)
-        bytes += static_cast<char>(byte);
-    return bytes;
-}();
+std::string const everyByteButNul = EveryByte().substr(1);
 
 // Every byte compared with every other one, alone and in text that is searched in blocks.
 void ExpectBytesMatchAsInTheLocale() {
@@ -164,18 +147,14 @@ TEST(CaseInsensitiveSearchTest, ThreeBytesMayMatchEachOther) {
     tables.Lower(0xE0) = 'a';
     tables.Lower(0xB5) = 0xB6;
     tables.Lower(0xFE) = 0xFF;
-    for (std::string const& variants :
-         {std::string("aA\xE0"), std::string("\xB5\xB6"), std::string("\xFE\xFF")}) {
-        for (char pattern : variants) {
+    for (std::string const variants : {"aA\xE0", "\xB5\xB6", "\xFE\xFF"})
+        for (char pattern : variants)
             for (char byte : everyByteButNul) {
                 std::ptrdiff_t const expected = variants.find(byte) == std::string::npos ? -1 : 200;
                 ASSERT_EQ(expected, Fast(std::string(200, '\0') + byte, std::string(1, pattern)));
             }
-        }
-    }
     // Bytes with variants are first, last, both or neither in the pattern.
-    for (std::string const& pattern : {std::string("ax"), std::string("xa"), std::string("axA"),
-                                       std::string("xy"), std::string("\xB5y\xB6")}) {
+    for (std::string const pattern : {"ax", "xa", "axA", "xy", "\xB5y\xB6"}) {
         std::string text(300, '.');
         EXPECT_EQ(-1, Fast(text, pattern));
         text += pattern;

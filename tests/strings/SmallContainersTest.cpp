@@ -37,12 +37,7 @@ TEST(PairTest, HasNoMembersExceptFirstAndSecond) {
     EXPECT_EQ(2 * sizeof(int), sizeof(pair));
 }
 
-// No value is alive at the start and the end of each test.
-class NullOrTest : public testing::Test {
-protected:
-    NullOrTest() { Counted::Reset(); }
-    ~NullOrTest() override { EXPECT_EQ(0, Counted::alive); }
-};
+using NullOrTest = CountedTest;
 
 TEST_F(NullOrTest, CopiesHoldTheirOwnValues) {
     Counted value(7);
@@ -104,11 +99,7 @@ struct Family {
     DuplicatingPtr<std::list<Family>> children;
 };
 
-class DuplicatingPtrTest : public testing::Test {
-protected:
-    DuplicatingPtrTest() { Counted::Reset(); }
-    ~DuplicatingPtrTest() override { EXPECT_EQ(0, Counted::alive); }
-};
+using DuplicatingPtrTest = CountedTest;
 
 TEST_F(DuplicatingPtrTest, OwnsItsObjectAndCopiesIt) {
     Counted* const object = new Counted(3);

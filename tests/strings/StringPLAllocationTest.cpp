@@ -1,7 +1,9 @@
 // Counts the allocations of a StringPL, and tests its text after a failed allocation.
 #include "strings/StringPL.h"
 
+#include <cstring>
 #include <new>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,24 +23,20 @@ void ExpectAfterFailure(char const* start, char const* failed, char const* done,
                         Operation operation) {
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t n) {
         // Constructed each time; an allocation of the constructor is the first one.
-        StringPL* string = nullptr;
+        std::optional<StringPL> string;
         try {
-            string = new StringPL(start);
+            string.emplace(start);
             operation(*string);
             EXPECT_STREQ(done, *string);
         } catch (std::bad_alloc const&) {
-            if (string != nullptr) {
-                EXPECT_STREQ(failed, *string) << "with allocation " << n << " failing";
-                EXPECT_EQ(static_cast<int>(std::string(failed).size()), string->GetLength());
-            }
+            if (!string)
+                return;
+            EXPECT_STREQ(failed, *string) << "with allocation " << n << " failing";
+            EXPECT_EQ(static_cast<int>(std::strlen(failed)), string->GetLength());
         }
-        // The string remains usable.
-        if (string != nullptr) {
-            FailingAllocation const none(1000);
-            *string += "!";
-            EXPECT_TRUE(string->Contains('!'));
-        }
-        delete string;
+        FailingAllocation const none(1000);
+        *string += "!";
+        EXPECT_TRUE(string->Contains('!')) << "the string remains usable";
     });
     EXPECT_LT(0u, failures);
 }
@@ -81,19 +79,21 @@ TEST(StringPLAllocationTest, GrowingVectorCopiesNoText) {
     EXPECT_EQ(block, strings.front().AsChar());
 }
 
-TEST(StringPLAllocationTest, CapacityAboveTheLimitAllocatesNothing) {
+TEST(StringPLAllocationTest, RejectsCapacityAboveLimitBeforeAllocating) {
     StringPL string("abc");
     EXPECT_EQ(0u, AllocationsOf([&] {
-                  EXPECT_THROW(StringPL("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
-                  EXPECT_THROW(StringPL("x", 0xFFFFFFF7), StringPLOutOfBoundsException);
-                  EXPECT_THROW(string.Append("x", 0xFFFFFFFF), StringPLOutOfBoundsException);
-                  EXPECT_THROW(string.Append("x", 0x80000000), StringPLOutOfBoundsException);
+                  // The header has to fit into 32 bits too, so the limit is 4,294,967,287.
+                  for (unsigned int const count : {0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFF7})
+                      EXPECT_THROW(StringPL("x", count), StringPLOutOfBoundsException);
+                  // The second text would fit, but the capacity doubles.
+                  for (unsigned int const count : {0xFFFFFFFF, 0x80000000})
+                      EXPECT_THROW(string.Append("x", count), StringPLOutOfBoundsException);
               }));
     EXPECT_STREQ("abc", string);
+    EXPECT_EQ(4u, string.GetBufferLength());
 }
 
 TEST(StringPLAllocationTest, HighestCapacityIsAllocated) {
-    // 4,294,967,287 bytes are within the limit; here, the allocation fails.
     FailingAllocation const failing(1);
     EXPECT_THROW(StringPL("x", 0xFFFFFFF6), std::bad_alloc);
     EXPECT_TRUE(failing.HasFailed());
@@ -151,17 +151,16 @@ TEST(StringPLAllocationTest, FailedReplaceNoCaseKeepsReplacementsSoFar) {
     // Deliberate: each replacement creates a new string.
     bool sawNone = false, sawOne = false;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
-        StringPL* string = nullptr;
+        std::optional<StringPL> string;
         try {
-            string = new StringPL("aXbx");
+            string.emplace("aXbx");
             string->ReplaceNoCase("x", "--");
             EXPECT_STREQ("a--b--", *string);
         } catch (std::bad_alloc const&) {
-            sawNone |= string != nullptr && *string == "aXbx";
-            sawOne |= string != nullptr && *string == "a--bx";
-            EXPECT_TRUE(string == nullptr || *string == "aXbx" || *string == "a--bx");
+            sawNone |= string && *string == "aXbx";
+            sawOne |= string && *string == "a--bx";
+            EXPECT_TRUE(!string || *string == "aXbx" || *string == "a--bx");
         }
-        delete string;
     });
     EXPECT_LT(0u, failures);
     EXPECT_TRUE(sawNone);

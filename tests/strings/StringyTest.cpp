@@ -1,6 +1,5 @@
 #include "strings/Stringy.h"
 
-#include <cctype>
 #include <climits>
 #include <functional>
 #include <string>
@@ -178,20 +177,6 @@ TEST(StringyTest, RangesAreClamped) {
     EXPECT_STREQ("hello", string.Mid(INT_MIN));
     EXPECT_TRUE(IsNull(string.Mid(INT_MIN, INT_MIN)));
     EXPECT_TRUE(IsNull(string.Mid(INT_MAX)));
-}
-
-TEST(StringyTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
-    std::string lower, upper;
-    for (int byte = 0; byte < 256; ++byte) {
-        lower += static_cast<char>(std::tolower(byte));
-        upper += static_cast<char>(std::toupper(byte));
-    }
-    Stringy string{ConstData(EveryByte())};
-    string.MakeLower();
-    EXPECT_EQ(lower, Bytes(string));
-    string = Stringy(ConstData(EveryByte()));
-    string.MakeUpper();
-    EXPECT_EQ(upper, Bytes(string));
 }
 
 TEST(StringyTest, OnlyCaseMappingFollowsTheLocale) {
