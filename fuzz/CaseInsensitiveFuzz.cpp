@@ -1,6 +1,3 @@
 #include "fuzz/CaseProperties.h"
 
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    CaseProperties::Check(Fuzz::Input(data, size));
-    return 0;
-}
+void Fuzz::Check(Input input) { CaseProperties::Check(input); }

@@ -1,6 +1,3 @@
 #include "fuzz/MessageProperties.h"
 
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    MessageProperties::Check(Fuzz::Input(data, size));
-    return 0;
-}
+void Fuzz::Check(Input input) { MessageProperties::Check(input); }

@@ -143,8 +143,7 @@ void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCa
 } // namespace
 
 // Input: switches, two parts of a name, and a prefix or suffix to search for.
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    Fuzz::Input input(data, size);
+void Fuzz::Check(Input input) {
     unsigned int const switches = input.Byte();
     std::string const first = input.Text();
     std::string const second = input.Text();
@@ -154,5 +153,4 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     CompareParts(first, switches);
     CompareSums(first, second);
     CompareEnds(first, end, (switches & 1) != 0);
-    return 0;
 }

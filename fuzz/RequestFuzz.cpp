@@ -127,16 +127,14 @@ void CompareWriting(ClientComplianceRequest const& request) {
 
 // Input: a byte for the type of a request to write, then its flags and texts; or a byte that
 // selects reading, then a document.
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    Fuzz::Input input(data, size);
+void Fuzz::Check(Input input) {
     unsigned int const kind = input.Byte() % 8U;
     if (kind >= 5) {
-        ExchangeOf([&] { Fuzz::WriteFile(requestFile, input.Rest()); });
-        return 0;
+        ExchangeOf([&] { WriteFile(requestFile, input.Rest()); });
+        return;
     }
     auto const flags = static_cast<std::uint32_t>(input.Number64());
     std::string const url = input.Text();
     CompareWriting({static_cast<ClientComplianceType>(static_cast<int>(kind) - 1), url,
                     std::string(input.Rest()), flags});
-    return 0;
 }

@@ -176,8 +176,7 @@ void CompareVisible(std::string_view text) {
 } // namespace
 
 // Input: texts with length prefixes, six for each row.
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    Fuzz::Input input(data, size);
+void Fuzz::Check(Input input) {
     std::vector<Texts> fields;
     for (int rows = 0; rows < 6 && !input.IsEmpty(); ++rows) {
         fields.emplace_back();
@@ -192,5 +191,4 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
     }
     CompareJson(list);
     CompareTsv(list);
-    return 0;
 }

@@ -95,8 +95,7 @@ void RequireSame(std::string_view text, Reading const& reading) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    Fuzz::Input input(data, size);
+void Fuzz::Check(Input input) {
     std::size_t const before = input.Byte();
     std::string_view const text = input.Rest();
     std::optional<Reading> const reading = Read(text);
@@ -106,5 +105,4 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t siz
     if (!hasMark)
         Require(reading == Read(std::string(chunkSize - before, ' ').append(text)),
                 "the result does not depend on chunk boundaries");
-    return 0;
 }

@@ -9,9 +9,8 @@
 #include "tests/xml/NaiveXMLMachine.h"
 #include "xml/SimpleXMLParserPL.h"
 
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    Fuzz::Input input(data, size);
-    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
+void Fuzz::Check(Input input) {
+    std::vector<std::size_t> const lengths = TakeLengths(input);
 
     EventLog reference;
     NaiveXMLMachine(reference).Parse(input.Rest());
@@ -26,5 +25,4 @@ int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Require(cut.events == reference.events, "the events do not depend on chunk boundaries");
-    return 0;
 }

@@ -1,6 +1,3 @@
 #include "fuzz/XmlTreeProperties.h"
 
-int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
-    XmlTreeProperties::Check(Fuzz::Input(data, size));
-    return 0;
-}
+void Fuzz::Check(Input input) { XmlTreeProperties::Check(input); }
