@@ -21,7 +21,7 @@ import unittest
 TESTS = pathlib.Path(__file__).resolve().parent.parent
 sys.path[:0] = [str(TESTS / "packaging"), str(TESTS / "integrations")]
 from results import finished, row, write  # noqa: E402
-from support import EMPTY, SOURCE, run, sandbox  # noqa: E402
+from support import EMPTY, SOURCE, START_AGENT, ScratchTest, run, sandbox  # noqa: E402
 from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 MANUALS = SOURCE / "docs/man"
@@ -32,16 +32,10 @@ row "b-003" "Not Compliant" "" "" "" ""
 finish
 """
 # The system that the pages describe: host, agent and directories of results.
-START = r"""
+START = START_AGENT + r"""
 hostname web1.example.com
 mount -t tmpfs none /var/lib
 mkdir -p /opt/VeskaClient/bin /var/lib/compliance
-start_agent() {  # $1: scenario
-    cp "$(command -v VeskaClient)" /opt/VeskaClient/bin/
-    printf '%s' "$1" >/opt/scenario
-    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
-    until grep -q ready /opt/says; do sleep 0.1; done
-}
 """
 # Runs a command after one with the status $status, and reports its status and output.
 RUN = r"""
@@ -107,13 +101,8 @@ def reports(output):
         yield int(status), base64.b64decode(text).decode("latin-1")
 
 
-class PageTest(unittest.TestCase):
+class PageTest(ScratchTest):
     maxDiff = None
-
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.directory = pathlib.Path(scratch.name)
 
     def check_page(self, page, start="", files=(), run_script=run_in_sandbox):
         """Runs the sessions of the page. Other blocks are files with these names."""
@@ -121,10 +110,10 @@ class PageTest(unittest.TestCase):
         contents = [block for block in found if not is_session(block)]
         self.assertEqual(len(contents), len(files))
         for name, content in zip(files, contents):
-            (self.directory / name).write_text(content + "\n", encoding="utf-8")
+            (self.scratch / name).write_text(content + "\n", encoding="utf-8")
         expected = [pair for block in found if is_session(block) for pair in commands(block)]
         script = [start, "set +e", RUN, *(f"run {shlex.quote(command)}" for command, _ in expected)]
-        made = list(reports(run_script("\n".join(script), self.directory)))
+        made = list(reports(run_script("\n".join(script), self.scratch)))
         self.assertEqual(len(made), len(expected))
         self.check_commands(expected, made)
 
@@ -171,24 +160,24 @@ class ExamplesTest(PageTest):
 
     def test_compliance_diff(self):
         rows = [row("Compliant", "b-001"), row("Compliant", "b-002"), row("Compliant", "b-003")]
-        write(self.directory / "yesterday.json", finished(rows, host="web1.example.com", age=86400))
+        write(self.scratch / "yesterday.json", finished(rows, host="web1.example.com", age=86400))
         today = [row("Compliant", "b-001"), row("Not Compliant", "b-002")]
-        write(self.directory / "today.json", finished(today, host="web1.example.com"))
+        write(self.scratch / "today.json", finished(today, host="web1.example.com"))
         scenario = "".join(f'row "{one["designator"]}" "{one["result"]}" "" "" "" ""\n'
                            for one in today)
         self.check_page("compliance-diff.1", f"start_agent {shlex.quote(scenario + 'finish')}")
 
     def test_compliance_report(self):
         rows = [row("Compliant", "b-001"), row("Not Compliant", "b-002")]
-        write(self.directory / "results/web1.json", finished(rows, host="web1.example.com"))
-        (self.directory / "hosts.txt").write_text("web1.example.com\nweb2.example.com\n")
+        write(self.scratch / "results/web1.json", finished(rows, host="web1.example.com"))
+        (self.scratch / "hosts.txt").write_text("web1.example.com\nweb2.example.com\n")
         self.check_page("compliance-report.1")
 
 
 class PluginTest(PageTest):
     def test_check_compliance(self):
         rows = [row("Compliant"), row("Compliant"), row("Not Applicable")]
-        write(self.directory / "nightly/result.json", finished(rows, age=120))
+        write(self.scratch / "nightly/result.json", finished(rows, age=120))
         # The service of Icinga is not run.
         self.check_page("check_compliance.1", f"""
             mkdir /var/lib/compliance-evaluate

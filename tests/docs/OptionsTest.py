@@ -168,14 +168,10 @@ class OptionsTest(ProgramTest):
         zsh = (SOURCE / "completions/zsh/_compliance-query").read_text(encoding="utf-8")
         self.assertIn(f"status:({' '.join(explained)})", zsh)
 
-    def test_help_manual_completions_of_compliance_report_agree(self):
-        self.check_companion("compliance-report")
-
-    def test_help_manual_completions_of_compliance_diff_agree(self):
-        self.check_companion("compliance-diff")
-
-    def test_help_manual_completions_of_compliance_doctor_agree(self):
-        self.check_companion("compliance-doctor")
+    def test_help_manual_completions_of_other_companions_agree(self):
+        for name in ("compliance-report", "compliance-diff", "compliance-doctor"):
+            with self.subTest(name=name):
+                self.check_companion(name)
 
     def test_help_manual_completions_of_stand_in_agent_agree(self):
         source = (SOURCE / "demo/main.cpp").read_text(encoding="utf-8")

@@ -15,7 +15,7 @@ import unittest
 from xml.etree import ElementTree
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
-from support import SOURCE  # noqa: E402
+from support import SOURCE, START_AGENT  # noqa: E402
 from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 PAGE = (SOURCE / "docs/fleet.md").read_text(encoding="utf-8")
@@ -30,25 +30,18 @@ ROWS = 'row "password" "{}" "" "" "" ""\nrow "telnet" "{}" "" "" "" ""\nfinish\n
 FIRST_NIGHT = shlex.quote(ROWS.format("Compliant", "Not Compliant"))
 SECOND_NIGHT = shlex.quote(ROWS.format("Not Compliant", "Not Applicable"))
 THIRD_NIGHT = shlex.quote(ROWS.format("Compliant", "Not Compliant"))
-START = r"""
+START = START_AGENT + r"""
 hostname web1
+stand_in=/usr/local/libexec/clientcompliance/VeskaClient
 id -u nagios >/dev/null 2>&1 || useradd --system nagios
 cp -R /usr/local/lib/nagios /usr/lib/
 cp -R /usr/local/share/ansible /usr/local/share/clientcompliance /usr/share/
-mkdir -p /etc/clientcompliance /opt/VeskaClient/bin /var/lib/prometheus/node-exporter /root/fleet
-cp /usr/local/libexec/clientcompliance/VeskaClient /opt/VeskaClient/bin/
+mkdir -p /etc/clientcompliance /var/lib/prometheus/node-exporter /root/fleet
 cd /root/fleet
-start_agent() {
-    printf '%s' "$1" >/opt/scenario
-    : >/opt/says
-    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
-    agent=$!
-    until grep -q ready /opt/says; do sleep 0.1; done
-}
 next_night() {  # $1: scenario
     kill $agent
     wait $agent || true
-    start_agent "$1"
+    start_agent "$1" $stand_in
     systemctl start compliance-evaluate@nightly.service
 }
 run() {  # $1: command, $2: expected status
@@ -108,7 +101,7 @@ class FleetGuideTest(unittest.TestCase):
         cls.addClassCleanup(shutil.rmtree, stage)
         stage_components(stage, "systemd", "companions", "demo", "monitoring", "ansible")
         files = {**FILES, "hosts": INVENTORY}
-        lines = [START, f"start_agent {FIRST_NIGHT}",
+        lines = [START, f"start_agent {FIRST_NIGHT} $stand_in",
                  *(file_script(path, content) for path, content in files.items())]
         for command in COMMANDS:
             lines.append(by_beginning(BEFORE, command, "").replace("{0}", shlex.quote(command)))

@@ -8,12 +8,11 @@ import pathlib
 import re
 import subprocess
 import sys
-import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from results import failed, finished, row, time_text, write  # noqa: E402
-from support import SOURCE, VERSION, in_sandbox  # noqa: E402
+from support import SOURCE, START_AGENT, VERSION, ScratchTest, in_sandbox  # noqa: E402
 
 INTEGRATION = SOURCE / "integrations/monitoring"
 CHECK = INTEGRATION / "check_compliance"
@@ -25,11 +24,9 @@ def rows(good, bad):
     return [row("Compliant")] * good + [row("Not Compliant", f"bad {n}") for n in range(bad)]
 
 
-class CheckTest(unittest.TestCase):
+class CheckTest(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.scratch = pathlib.Path(scratch.name)
+        super().setUp()
         self.result = self.scratch / "result.json"
 
     def check(self, *arguments, **environment):
@@ -96,10 +93,6 @@ class NoResultTest(CheckTest):
         self.assertIn(reason, self.expect(UNKNOWN, *arguments, path=path))
         self.assertIn(reason, self.expect(CRITICAL, *arguments, "--no-result", "critical", path=path))
 
-    def test_result_without_rows_is_never_OK(self):
-        write(self.result, finished([]))
-        self.expect_no_result("no rows", "-c", "5")
-
     def test_old_result_is_never_OK(self):
         write(self.result, finished(rows(1, 0), age=27 * 3600))
         self.expect_no_result("27 h old")
@@ -114,23 +107,17 @@ class NoResultTest(CheckTest):
             write(self.result, document)
             self.assertRegex(self.expect(OK, "--max-age", "3h"), r"age=720\ds")
 
-    def test_result_from_the_future_is_never_OK(self):
-        write(self.result, finished(rows(1, 0), age=-600))
-        self.expect_no_result("from the future")
-
-    def test_failed_evaluation_is_never_OK(self):
-        write(self.result, failed())
-        self.expect_no_result("the agent is not running (no-agent, exit status 3)")
-
-    def test_stale_answer_is_never_OK(self):
-        write(self.result, finished(rows(1, 0), fresh=False))
-        self.expect_no_result("before the request")
-
-    def test_result_without_provenance_is_never_OK(self):
-        document = finished(rows(1, 0))
-        del document["provenance"]
-        write(self.result, document)
-        self.expect_no_result("'provenance'")
+    def test_result_without_fresh_rows_is_never_OK(self):
+        without_provenance = finished(rows(1, 0))
+        del without_provenance["provenance"]
+        for document, reason in (
+                (finished([]), "no rows"), (finished(rows(1, 0), fresh=False), "before the request"),
+                (finished(rows(1, 0), age=-600), "from the future"),
+                (failed(), "the agent is not running (no-agent, exit status 3)"),
+                (without_provenance, "'provenance'")):
+            write(self.result, document)
+            with self.subTest(reason=reason):
+                self.expect_no_result(reason, "-c", "5")
 
     def test_unusable_file_is_never_OK(self):
         good = json.dumps(finished(rows(1, 0))).encode()
@@ -309,15 +296,10 @@ class CompletionsTest(CheckTest):
         self.assertEqual(self.offered("-w", ""), set())
 
 
-SCENARIO = """
-mkdir -p /opt/VeskaClient/bin /opt/bin
-cp "$1" /opt/VeskaClient/bin/VeskaClient
+SCENARIO = START_AGENT + """
+mkdir -p /opt/bin
 cp "$2" /opt/bin/compliance-query
-printf '%b' "$4" >/opt/scenario
-if [ "$4" ]; then
-    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
-    until grep -q ready /opt/says; do sleep 0.1; done
-fi
+[ -z "$4" ] || start_agent "$4" "$1"
 check=$3
 shift 4
 PATH=/opt/bin:$PATH
@@ -327,8 +309,8 @@ JUDGE = SCENARIO + 'status=0; "$check" "$@" || status=$?; echo "status $status"\
 
 class EvaluationTest(CheckTest):
     def evaluate(self, scenario, *arguments, script=JUDGE):
-        return in_sandbox(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK,
-                                  scenario, "-s", "Compliant", *arguments)
+        return in_sandbox(script, os.environ["CC_AGENT"], os.environ["CC_QUERY"], CHECK, scenario,
+                          "-s", "Compliant", *arguments)
 
     def test_state_depends_on_the_rows_of_the_agent(self):
         scenario = 'row "a" "Compliant" "" "" "" ""\nrow "b" "Bad" "" "" "" ""\nfinish\n'
@@ -337,17 +319,13 @@ class EvaluationTest(CheckTest):
         output = self.evaluate(scenario, "-d", "--flags", "gather,idle", "--wait", "1")
         self.assertRegex(output, r"^COMPLIANCE CRITICAL - .*: 'b' is 'Bad' \| .*\nstatus 2\n$")
 
-    def test_machine_without_an_agent_is_UNKNOWN_with_the_reason(self):
-        output = self.evaluate("", "-d")
-        self.assertRegex(output, r"^COMPLIANCE UNKNOWN - .*not installed.*exit status 3\)\nstatus 3\n$")
-
-    def test_unreadable_answer_is_CRITICAL_by_option(self):
-        output = self.evaluate("garbage\n", "-d", "--no-result", "critical")
-        self.assertRegex(output, r"^COMPLIANCE CRITICAL - .*bad-answer.*\nstatus 2\n$")
-
-    def test_invalid_value_of_compliance_query_is_UNKNOWN(self):
-        output = self.evaluate("", "-d", "--flags", "nonsense")
-        self.assertRegex(output, r"^COMPLIANCE UNKNOWN - .*nonsense.*exit status 2\)\nstatus 3\n$")
+    def test_failure_is_UNKNOWN_or_by_option_CRITICAL(self):
+        for scenario, options, line in (
+                ("", [], r"UNKNOWN - .*not installed.*exit status 3\)\nstatus 3"),
+                ("", ["--flags", "nonsense"], r"UNKNOWN - .*nonsense.*exit status 2\)\nstatus 3"),
+                ("garbage\n", ["--no-result", "critical"], r"CRITICAL - .*bad-answer.*\nstatus 2")):
+            with self.subTest(line=line):
+                self.assertRegex(self.evaluate(scenario, "-d", *options), f"^COMPLIANCE {line}\n$")
 
     def test_missing_compliance_query_is_UNKNOWN(self):
         made = self.check("-d", "-s", "a", PATH="/nonexistent")
@@ -400,22 +378,20 @@ grep notice/Process /opt/state/log
 """
 
 
-class IcingaTest(unittest.TestCase):
-    def run_check(self, variables):
-        with tempfile.TemporaryDirectory() as scratch:
-            plugin = pathlib.Path(scratch) / "check_compliance"
-            plugin.write_text("#!/bin/sh\nexit 2\n", encoding="utf-8")
-            plugin.chmod(0o755)
-            os.chmod(scratch, 0o755)
-            return in_sandbox(ICINGA, INTEGRATION / "icinga2-compliance.conf", scratch,
-                                      "\n".join(f"vars.compliance_{name} = {value}"
-                                                for name, value in variables.items()))
+class IcingaTest(ScratchTest):
+    def run_check(self, **variables):
+        plugin = self.scratch / "check_compliance"
+        plugin.write_text("#!/bin/sh\nexit 2\n", encoding="utf-8")
+        plugin.chmod(0o755)
+        self.scratch.chmod(0o755)
+        return in_sandbox(ICINGA, INTEGRATION / "icinga2-compliance.conf", self.scratch,
+                          "\n".join(f"vars.compliance_{name} = {json.dumps(value)}"
+                                    for name, value in variables.items()))
 
     def test_Icinga_calls_the_plugin_with_every_option(self):
-        output = self.run_check({"strict": '"A,B"', "warning": '"1"', "critical": '"2"',
-                                 "flags": '"gather"', "wait": '"1m"', "timeout": '"90"',
-                                 "no_result": '"critical"', "url": '"http://x/"',
-                                 "document": '"D d.xml"'})
+        output = self.run_check(strict="A,B", warning="1", critical="2", flags="gather", wait="1m",
+                                timeout="90", no_result="critical", url="http://x/",
+                                document="D d.xml")
         (line, *_) = [line for line in output.splitlines() if "Running command" in line]
         for words in ("'--strict' 'A,B'", "'--warning' '1'", "'--critical' '2'", "'--wait' '1m'",
                       "'--flags' 'gather'", "'--timeout' '90'", "'--no-result' 'critical'",
@@ -424,11 +400,11 @@ class IcingaTest(unittest.TestCase):
         self.assertIn("terminated with exit code 2", output)
 
     def test_Icinga_calls_the_plugin_for_a_stored_result(self):
-        output = self.run_check({"strict": '"A"', "result": '"/r"', "max_age": '"1h"'})
+        output = self.run_check(strict="A", result="/r", max_age="1h")
         self.assertRegex(output, r"'--max-age' '1h' '--result' '/r' '--strict' 'A'")
 
     def test_Icinga_calls_the_plugin_for_the_default(self):
-        output = self.run_check({"strict": '"A"', "default": "true"})
+        output = self.run_check(strict="A", default=True)
         self.assertRegex(output, r"'--strict' 'A' '-d'|'-d' '--strict' 'A'")
 
 

@@ -9,7 +9,6 @@ import re
 import socket
 import subprocess
 import sys
-import tempfile
 import time
 import unittest
 import urllib.error
@@ -17,7 +16,7 @@ import urllib.parse
 import urllib.request
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
-from support import SOURCE, in_sandbox, run  # noqa: E402
+from support import SOURCE, START_AGENT, ScratchTest, in_sandbox, run  # noqa: E402
 
 HERE = pathlib.Path(__file__).resolve().parent
 INTEGRATION = SOURCE / "integrations/prometheus"
@@ -26,14 +25,8 @@ DASHBOARD = INTEGRATION / "clientcompliance.dashboard.json"
 LIMIT = 60
 
 # With an empty scenario there is no agent.
-EVALUATE = """
-if [ "$3" ]; then
-    mkdir -p /opt/VeskaClient/bin
-    cp "$1" /opt/VeskaClient/bin/VeskaClient
-    printf '%s' "$3" >/opt/scenario
-    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
-    until grep -q ready /opt/says; do sleep 0.1; done
-fi
+EVALUATE = START_AGENT + """
+[ -z "$3" ] || start_agent "$3" "$1"
 query=$2
 shift 3
 "$query" "$@" >/opt/output || true
@@ -73,21 +66,22 @@ class RulesTest(unittest.TestCase):
         self.assertEqual(fired, set(alerts))
 
 
-class DashboardTest(unittest.TestCase):
+class DashboardTest(ScratchTest):
     def setUp(self):
-        dashboard = json.loads(DASHBOARD.read_text(encoding="utf-8"))
-        self.expressions = [target["expr"] for panel in dashboard["panels"]
-                            for target in panel["targets"]]
-        self.panels = dashboard["panels"]
+        super().setUp()
+        self.panels = json.loads(DASHBOARD.read_text(encoding="utf-8"))["panels"]
+
+    def promtool(self, command, document):
+        file = self.scratch / "rules.yml"
+        file.write_text(json.dumps(document), encoding="utf-8")
+        return run("promtool", command, "rules", file)
 
     def test_Prometheus_reads_each_expression(self):
-        with tempfile.NamedTemporaryFile("w", suffix=".yml") as rules:
-            json.dump({"groups": [{"name": "dashboard", "rules": [
-                {"record": f"panel:{number}", "expr": expression.replace("$", "")}
-                for number, expression in enumerate(self.expressions)]}]}, rules)
-            rules.flush()
-            self.assertIn(f"SUCCESS: {len(self.expressions)} rules found",
-                          run("promtool", "check", "rules", rules.name))
+        rules = [{"record": "panel", "expr": target["expr"].replace("$", ""),
+                  "labels": {"panel": f"{panel['id']}", "target": f"{number}"}}
+                 for panel in self.panels for number, target in enumerate(panel["targets"])]
+        self.assertIn(f"SUCCESS: {len(rules)} rules found",
+                      self.promtool("check", {"groups": [{"name": "dashboard", "rules": rules}]}))
 
     def test_panels_count_machines_and_each_configuration(self):
         def series(name, config, value):
@@ -108,11 +102,8 @@ class DashboardTest(unittest.TestCase):
                     tests.append({"expr": re.sub(r"\$\w+", ".*", expression), "eval_time": "5m",
                                   "exp_samples": [{"labels": "{}", "value": wanted}] if wanted else []})
         self.assertEqual(len(tests), 2 * len(counts))
-        document = {"tests": [{"interval": "1m", "input_series": values, "promql_expr_test": tests}]}
-        with tempfile.NamedTemporaryFile("w", suffix=".yml") as file:
-            json.dump(document, file)
-            file.flush()
-            self.assertIn("SUCCESS", run("promtool", "test", "rules", file.name))
+        self.assertIn("SUCCESS", self.promtool("test", {"tests": [
+            {"interval": "1m", "input_series": values, "promql_expr_test": tests}]}))
 
     def test_panels_have_unique_numbers_and_do_not_overlap(self):
         cells = [(x, y) for panel in self.panels for place in [panel["gridPos"]]
@@ -122,19 +113,16 @@ class DashboardTest(unittest.TestCase):
         self.assertEqual(len(self.panels), len({panel["id"] for panel in self.panels}))
 
 
-class PrometheusTest(unittest.TestCase):
+class PrometheusTest(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.scratch = pathlib.Path(scratch.name)
+        super().setUp()
         self.textfile = self.scratch / "textfile"
         self.textfile.mkdir()
         self.metrics = self.textfile / "compliance.prom"
 
     def evaluate(self, scenario, *arguments):
         in_sandbox(EVALUATE, os.environ["CC_AGENT"], os.environ["CC_QUERY"], scenario,
-                           "--prometheus", self.metrics, *arguments,
-                           "http://example.com/", "Baseline.xml")
+                   "--prometheus", self.metrics, *arguments, "http://example.com/", "Baseline.xml")
 
     def start(self, *command):
         log = open(self.scratch / f"{command[0]}.log", "w", encoding="utf-8")
@@ -144,16 +132,12 @@ class PrometheusTest(unittest.TestCase):
         self.addCleanup(process.wait)
         self.addCleanup(process.kill)
 
-    def start_exporter(self):
-        port = free_port()
+    def start_exporter_and_prometheus(self):
+        exporter, port = free_port(), free_port()
         self.start("prometheus-node-exporter", "--collector.disable-defaults",
                    "--collector.textfile", f"--collector.textfile.directory={self.textfile}",
-                   f"--web.listen-address=127.0.0.1:{port}")
-        until(lambda: get(port, "/metrics"))
-        return port
-
-    def start_prometheus(self, exporter):
-        port = free_port()
+                   f"--web.listen-address=127.0.0.1:{exporter}")
+        until(lambda: get(exporter, "/metrics"))
         configuration = self.scratch / "prometheus.yml"
         configuration.write_text(json.dumps({
             "global": {"scrape_interval": "1s", "evaluation_interval": "1s"},
@@ -181,8 +165,7 @@ class PrometheusTest(unittest.TestCase):
         good = 'row "a" "Compliant" "" "" "" ""\n'
         bad = 'row "b" "Not \\"so\\" compliant" "" "" "" ""\n'
         self.evaluate(good + bad + "finish\n", "--strict", "Compliant")
-        exporter = self.start_exporter()
-        port = self.start_prometheus(exporter)
+        port = self.start_exporter_and_prometheus()
         until(lambda: self.firing(port) == {"ComplianceRowsFailing"})
         self.assertEqual(
             self.value(port, 'clientcompliance_rows{result="Not \\"so\\" compliant"}'), 1)
@@ -194,8 +177,7 @@ class PrometheusTest(unittest.TestCase):
 
     def test_failed_run_raises_an_alert_and_keeps_the_last_success(self):
         self.evaluate('row "a" "Compliant" "" "" "" ""\nfinish\n')
-        exporter = self.start_exporter()
-        port = self.start_prometheus(exporter)
+        port = self.start_exporter_and_prometheus()
         success = "clientcompliance_last_success_timestamp_seconds"
         before = until(lambda: self.value(port, success))
         self.assertLess(abs(time.time() - before), LIMIT)

@@ -15,7 +15,7 @@ from unittest import mock
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
 from results import failed, finished, row, write  # noqa: E402
-from support import SOURCE  # noqa: E402
+from support import SOURCE, ScratchTest  # noqa: E402
 
 UTILS = SOURCE / "integrations/ansible/plugins/module_utils"
 sys.path.insert(0, str(UTILS))
@@ -26,12 +26,6 @@ REPORT = pathlib.Path(os.environ["CC_QUERY"]).parent / "compliance-report"
 SECOND = 10 ** 9
 FINISHED = finished([row("Compliant")])
 NDJSON = {name: value for name, value in FINISHED.items() if name != "rows"}
-
-
-def with_end(text):
-    document = copy.deepcopy(FINISHED)
-    document["provenance"]["end"] = text
-    return document
 
 
 def with_facts(**facts):
@@ -79,7 +73,7 @@ class SameDocumentsTest(unittest.TestCase):
                      "2024-02-29T00:00:00Z", "2016-12-31T23:59:60Z", "0000-01-01T00:00:00Z",
                      "9999-12-31T23:59:59-23:59", "0001-01-01T00:00:00.000+10:00"):
             with self.subTest(text=text):
-                self.expect(True, encoded(with_end(text)))
+                self.expect(True, encoded(with_facts(end=text)))
 
     def test_both_readers_refuse_invalid_times(self):
         for text in ("", "2026-01-31", "2026-01-31T02:31:04", "2026-01-31 02:31:04Z",
@@ -88,7 +82,7 @@ class SameDocumentsTest(unittest.TestCase):
                      "2026-01-31T02:31:04+0100", "2026-01-31T02:31:04Z\n", "\u0662026-01-31T02:31:04Z",
                      None, 0, True, []):
             with self.subTest(text=text):
-                self.expect(False, encoded(with_end(text)))
+                self.expect(False, encoded(with_facts(end=text)))
 
     def test_both_readers_accept_a_byte_order_mark(self):
         self.expect(True, b"\xef\xbb\xbf" + encoded(FINISHED))
@@ -229,12 +223,7 @@ class TimesTest(unittest.TestCase):
                 stored_result.split_list(text)
 
 
-class NewestTest(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.scratch = pathlib.Path(scratch.name)
-
+class NewestTest(ScratchTest):
     def put(self, name, start, end, outcome=finished):
         document = outcome([row("Compliant")]) if outcome is finished else outcome()
         document["provenance"].update(start=f"2026-01-01T{start}Z", end=f"2026-01-01T{end}Z")
@@ -297,16 +286,15 @@ class AgeTest(unittest.TestCase):
             stored_result.check_fresh(finished([row("x")], age=-65), 3600)
 
 
-class PublishedFileTest(unittest.TestCase):
+class PublishedFileTest(ScratchTest):
     def test_write_error_keeps_old_and_removes_temporary_file(self):
-        with tempfile.TemporaryDirectory() as scratch:
-            path = os.path.join(scratch, "file")
-            published_file.publish(path, b"former")
-            with mock.patch("os.fsync", side_effect=OSError(28, "No space left on device")), \
-                    self.assertRaises(OSError):
-                published_file.publish(path, b"new")
-            self.assertEqual(os.listdir(scratch), ["file"])
-            self.assertEqual(pathlib.Path(path).read_bytes(), b"former")
+        path = self.scratch / "file"
+        published_file.publish(str(path), b"former")
+        with mock.patch("os.fsync", side_effect=OSError(28, "No space left on device")), \
+                self.assertRaises(OSError):
+            published_file.publish(str(path), b"new")
+        self.assertEqual(os.listdir(self.scratch), ["file"])
+        self.assertEqual(path.read_bytes(), b"former")
 
 
 class AdversarialTest(unittest.TestCase):

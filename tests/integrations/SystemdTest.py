@@ -15,7 +15,7 @@ import zoneinfo
 from datetime import datetime, timedelta, timezone
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packaging"))
-from support import SOURCE  # noqa: E402
+from support import SOURCE, START_AGENT  # noqa: E402
 from systemd_sandbox import run_under_systemd, stage_components  # noqa: E402
 
 SERVICE = "compliance-evaluate@nightly.service"
@@ -29,18 +29,12 @@ GOOD_RESULTS=Compliant
 KEEP_RESULTS='2'
 """
 # The functions of each script.
-START = r"""
+START = START_AGENT + r"""
+stand_in=/usr/local/libexec/clientcompliance/VeskaClient
 requests=/var/opt/VeskaClient/RequestDir
 metrics=/var/cache/compliance-evaluate
 results=/var/lib/compliance-evaluate/nightly
 
-start_agent() {  # $1: scenario
-    mkdir -p /opt/VeskaClient/bin
-    cp /usr/local/libexec/clientcompliance/VeskaClient /opt/VeskaClient/bin/
-    printf '%s' "$1" >/opt/scenario
-    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
-    until grep -qs ready /opt/says; do sleep 0.1; done
-}
 grant() {
     chgrp -R compliance $requests
     chmod -R g+rwX $requests
@@ -71,9 +65,9 @@ def tearDownModule():
 
 class UnitFilesTest(unittest.TestCase):
     def run_analyze(self, *arguments):
-        made = subprocess.run(["systemd-analyze", *arguments], capture_output=True, text=True,
-                              timeout=60, env={**os.environ, "SYSTEMD_UNIT_PATH": str(self.units) + ":"})
-        return made
+        return subprocess.run(["systemd-analyze", *arguments], capture_output=True, text=True,
+                              timeout=60,
+                              env={**os.environ, "SYSTEMD_UNIT_PATH": str(self.units) + ":"})
 
     def setUp(self):
         (service,) = stage.glob("**/compliance-evaluate@.service")
@@ -141,7 +135,7 @@ class ServiceTest(unittest.TestCase):
     def run_service(self, script, scenario=GOOD + "finish\n", config=CONFIG):
         configure = "mkdir -p /etc/clientcompliance\n" + (
             f"cat >/etc/clientcompliance/nightly.conf <<'END'{config}END\n" if config else "")
-        agent = f"start_agent '{scenario}'\n" if scenario else ""
+        agent = f"start_agent '{scenario}' $stand_in\n" if scenario else ""
         return run_under_systemd(stage, START + configure + agent + script)
 
     def test_run_stores_result_and_metrics_and_prints_one_line(self):
@@ -364,7 +358,7 @@ class MaintainerScriptsTest(unittest.TestCase):
     def test_removal_stops_a_running_evaluation(self):
         lines = self.run_scripts("""
             printf 'GOOD_RESULTS=Compliant\\n' >/etc/clientcompliance/nightly.conf
-            start_agent 'progress 50'; grant
+            start_agent 'progress 50' $stand_in; grant
             systemctl start --no-block compliance-evaluate@nightly.service
             until grep -q Progress /opt/says; do sleep 0.1; done
             prerm remove 2>/dev/null

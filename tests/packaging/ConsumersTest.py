@@ -4,12 +4,12 @@
 import os
 import pathlib
 import shlex
-import tempfile
 import unittest
 
-from support import CC, CXX, PREFIX, library_directory, in_sandbox, run
+from support import CC, CXX, PREFIX, ScratchTest, library_directory, in_sandbox, run
 
 CONSUMERS = pathlib.Path(__file__).resolve().parent / "consumers"
+IN_CPP = CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp"
 
 # No agent was ever installed: the lock cannot be created, so no evaluation is open.
 IN_C = "open -6\nprogress -6 77 77\ncount -8\nclose -6\n"
@@ -24,11 +24,10 @@ close -6
 AGENT_DIRECTORIES = "mkdir -p /var/opt/VeskaClient/RequestDir /var/opt/VeskaClient/ResponseDir\n"
 
 
-class Consumers(unittest.TestCase):
+class Consumers(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.scratch = pathlib.Path(scratch.name)
+        super().setUp()
+        self.program = self.scratch / "program"
         self.environment = {"LD_LIBRARY_PATH": str(library_directory())}
 
     def pkg_config(self, *arguments):
@@ -59,13 +58,11 @@ class FindPackageTest(Consumers):
         self.environment = {}
 
     def test_builds_c_and_cpp_programs_with_either_library(self):
-        self.check_c(self.scratch / "c_shared")
-        self.check_c(self.scratch / "c_static")
-        self.check_cpp(self.scratch / "cpp_shared")
-        self.check_cpp(self.scratch / "cpp_static")
-        for name, shared in (("c_shared", True), ("c_static", False)):
-            needed = run("readelf", "-dW", self.scratch / name)
-            self.assertEqual("libclientcompliance.so.1" in needed, shared)
+        for kind in ("shared", "static"):
+            self.check_c(self.scratch / f"c_{kind}")
+            self.check_cpp(self.scratch / f"cpp_{kind}")
+            needed = run("readelf", "-dW", self.scratch / f"c_{kind}")
+            self.assertEqual("libclientcompliance.so.1" in needed, kind == "shared")
 
 
 class FindPackageRefusalsTest(Consumers):
@@ -79,43 +76,32 @@ class FindPackageRefusalsTest(Consumers):
             f"-DCMAKE_PREFIX_PATH={PREFIX}")
         return (self.scratch / "found").read_text(encoding="utf-8")
 
-    def test_accepts_only_its_major_version(self):
-        self.assertEqual(self.find("1.0"), "yes")
-        self.assertEqual(self.find("2.0"), "no")
-
-    def test_has_only_the_two_library_components(self):
-        self.assertEqual(self.find("COMPONENTS static"), "yes")
-        self.assertEqual(self.find("COMPONENTS foundation"), "no")
+    def test_accepts_only_its_major_version_and_two_components(self):
+        for request, found in (("1.0", "yes"), ("2.0", "no"), ("COMPONENTS static", "yes"),
+                               ("COMPONENTS foundation", "no")):
+            with self.subTest(request=request):
+                self.assertEqual(self.find(request), found)
 
 
 class PkgConfigTest(Consumers):
-    def test_builds_a_c_program(self):
-        program = self.scratch / "program"
-        run(CC, CONSUMERS / "InC.c", "-o", program, *self.pkg_config("--cflags", "--libs"))
-        self.check_c(program)
-
-    def test_builds_a_c_program_without_shared_libraries(self):
-        program = self.scratch / "program"
-        run(CC, "-static", CONSUMERS / "InC.c", "-o", program,
-            *self.pkg_config("--static", "--cflags", "--libs"))
-        self.check_c(program)
+    def test_builds_a_c_program_with_and_without_shared_libraries(self):
+        for static in ((), ("--static",)):
+            run(CC, *(flag[1:] for flag in static), CONSUMERS / "InC.c", "-o", self.program,
+                *self.pkg_config(*static, "--cflags", "--libs"))
+            self.check_c(self.program)
 
     def test_builds_a_cpp_program_with_the_library_s_names(self):
-        program = self.scratch / "program"
-        run(CXX, "-std=c++20", CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp",
-            "-o", program, *self.pkg_config("--cflags", "--libs"))
-        self.check_cpp(program)
+        run(CXX, "-std=c++20", *IN_CPP, "-o", self.program, *self.pkg_config("--cflags", "--libs"))
+        self.check_cpp(self.program)
 
 
 class StaticLibraryTest(Consumers):
     """Equal names of templates and inline functions could collide, depending on compiler flags."""
 
     def check_with(self, *flags):
-        program = self.scratch / "program"
-        run(CXX, "-std=c++20", *flags, f"-I{PREFIX}/include",
-            CONSUMERS / "WithNamesOfItsOwn.cpp", CONSUMERS / "SecondSource.cpp", "-o", program,
+        run(CXX, "-std=c++20", *flags, f"-I{PREFIX}/include", *IN_CPP, "-o", self.program,
             library_directory() / "libclientcompliance.a")
-        self.check_cpp(program)
+        self.check_cpp(self.program)
 
     def test_does_not_collide_with_templates(self):
         self.check_with("-O0")

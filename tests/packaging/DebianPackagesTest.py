@@ -8,24 +8,20 @@ import subprocess
 import tempfile
 import unittest
 
-from support import BUILD, CC, SOURCE, VERSION, UnpackedPackages, in_sandbox, run
+from support import BUILD, CC, SOURCE, START_AGENT, VERSION, UnpackedPackages, in_sandbox, run
 
 PACKAGES = pathlib.Path(os.environ["CC_PACKAGES"])
 TREE = PACKAGES / f"work/deb/clientcompliance-{VERSION}"
 NAMES = ["clientcompliance", "clientcompliance-ansible", "clientcompliance-companions",
-         "clientcompliance-demo",
-         "clientcompliance-doc", "clientcompliance-monitoring", "clientcompliance-systemd",
-         "libclientcompliance-dev", "libclientcompliance1"]
+         "clientcompliance-demo", "clientcompliance-doc", "clientcompliance-monitoring",
+         "clientcompliance-systemd", "libclientcompliance-dev", "libclientcompliance1"]
 CONSUMERS = SOURCE / "tests/packaging/consumers"
 
 # A whole evaluation with the stand-in agent. $1: the tool, $2: the stand-in, $3: its scenario.
-EVALUATE = """
-mkdir -p /opt/VeskaClient/bin
-cp "$2" /opt/VeskaClient/bin/
-/opt/VeskaClient/bin/VeskaClient "$3" >/opt/says &
-until grep -q ready /opt/says; do sleep 0.1; done
+EVALUATE = START_AGENT + """
+start_agent "$(cat "$3")" "$2"
 "$1" -c http://example.com:52311/ 'R&D baseline.xml' 3
-kill $!
+kill $agent
 """
 
 

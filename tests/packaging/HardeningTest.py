@@ -2,12 +2,10 @@
 """scripts/check-hardening accepts the shipped files, and no file that lacks a protection."""
 
 import os
-import pathlib
 import subprocess
-import tempfile
 import unittest
 
-from support import BUILD, CC, PREFIX, SOURCE, library_directory, run
+from support import BUILD, CC, PREFIX, SOURCE, ScratchTest, library_directory, run
 
 CHECK = SOURCE / "scripts/check-hardening"
 PROGRAM = r"""
@@ -23,8 +21,9 @@ __asm__(".section .writable,\"awx\"\n ret\n .text");
 int main(int count, char** arguments) { return count > 1 ? Length(arguments[1]) : 0; }
 """
 HARDENED = ["-O2", "-fPIE", "-pie", "-fstack-protector-strong", "-fcf-protection",
-            "-fstack-clash-protection",
-            "-Wl,-z,relro,-z,now,-z,noexecstack"]
+            "-fstack-clash-protection", "-Wl,-z,relro,-z,now,-z,noexecstack"]
+LIBRARY = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
+OBJECT = ["-c", "-O2", "-fstack-protector-strong", "-fcf-protection"]
 
 
 def check(*paths):
@@ -37,20 +36,18 @@ class ShippedFilesTest(unittest.TestCase):
         programs = [path for path in (*PREFIX.glob("bin/*"), *PREFIX.glob("libexec/*/*"))
                     if path.read_bytes().startswith(b"\x7fELF")]
         self.assertGreaterEqual(len(programs), 2)
-        result = check(*programs, library_directory() / "libclientcompliance.so",
-                       library_directory() / "libclientcompliance.a")
-        self.assertEqual((result.stdout, result.returncode), ("", 0))
-
-    def test_consist_of_hardened_objects(self):
-        """Checks the objects, because the stripped tool does not show the stack protector."""
+        # Also the objects, because the stripped tool does not show the stack protector.
         folders = ("tool", "compliance", "xml", "files", "strings", "unicode", "data")
-        result = check(*(BUILD / folder / f"lib{folder}.a" for folder in folders))
+        result = check(*programs, library_directory() / "libclientcompliance.so",
+                       library_directory() / "libclientcompliance.a",
+                       *(BUILD / folder / f"lib{folder}.a" for folder in folders))
         self.assertEqual((result.stdout, result.returncode), ("", 0))
 
-    def test_use_the_checked_functions_of_the_c_library(self):
+    def test_use_the_checked_functions_of_the_c_and_cpp_library(self):
         undefined = run("nm", "-D", "--undefined-only",
                         library_directory() / "libclientcompliance.so")
         self.assertIn("__vsnprintf_chk", undefined)
+        self.assertIn("__glibcxx_assert_fail", undefined)
         if os.environ.get("CC_FORTIFY_LEVEL") == "3":
             self.assertIn("__memcpy_chk", undefined)
         # The tool is stripped, but its objects are not.
@@ -58,16 +55,10 @@ class ShippedFilesTest(unittest.TestCase):
                              ("tool", "__printf_chk")):
             self.assertIn(name, run("nm", "--undefined-only", BUILD / folder / f"lib{folder}.a"))
 
-    def test_check_the_preconditions_of_the_cpp_library(self):
-        self.assertIn("__glibcxx_assert_fail", run("nm", "-D", "--undefined-only",
-                                                   library_directory() / "libclientcompliance.so"))
 
-
-class CheckTest(unittest.TestCase):
+class CheckTest(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.scratch = pathlib.Path(scratch.name)
+        super().setUp()
         self.source = self.scratch / "program.c"
         self.source.write_text(PROGRAM, encoding="utf-8")
 
@@ -93,31 +84,26 @@ class CheckTest(unittest.TestCase):
                 self.assertEqual(self.violations(*HARDENED, *flags), [violation])
 
     def test_rejects_an_export_without_branch_target(self):
-        library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
-        self.assertEqual(self.violations(*library, "-fcf-protection"), [])
-        self.assertEqual(sorted(self.violations(*library, "-fcf-protection=none")),
+        self.assertEqual(self.violations(*LIBRARY, "-fcf-protection"), [])
+        self.assertEqual(sorted(self.violations(*LIBRARY, "-fcf-protection=none")),
                          ["Length is not marked for control-flow protection",
                           "main is not marked for control-flow protection"])
 
     def test_rejects_an_object_without_protections(self):
-        object_file = ["-c", "-O2", "-fstack-protector-strong", "-fcf-protection"]
-        self.assertEqual(self.violations(*object_file), [])
-        self.assertEqual(self.violations(*object_file, "-fno-stack-protector"),
+        self.assertEqual(self.violations(*OBJECT), [])
+        self.assertEqual(self.violations(*OBJECT, "-fno-stack-protector"),
                          ["no stack frame has a stack protector"])
-        self.assertEqual(self.violations(*object_file, "-fcf-protection=none"),
+        self.assertEqual(self.violations(*OBJECT, "-fcf-protection=none"),
                          ["an object is not marked for control-flow protection"])
 
     def test_rejects_an_object_with_executable_stack(self):
         out = self.scratch / "out.o"
-        run(CC, self.source, "-o", out, "-c", "-O2", "-fstack-protector-strong", "-fcf-protection")
+        run(CC, self.source, "-o", out, *OBJECT)
         run("objcopy", "--set-section-flags", ".note.GNU-stack=code,contents,readonly", out)
         self.assertEqual(check(out).stdout, f"{out}: an object requires an executable stack\n")
 
     def test_rejects_a_large_frame_without_probes(self):
-        library = ["-shared", "-fPIC", "-Wl,-soname,libx.so.1", "-Wl,-z,now"]
-        object_file = ["-c", "-fstack-protector-strong"]
-        for kind in (HARDENED, ["-O2", "-fcf-protection", *library],
-                     ["-O2", "-fcf-protection", *object_file]):
+        for kind in (HARDENED, ["-O2", "-fcf-protection", *LIBRARY], OBJECT):
             for frame in (8192, 65568):
                 flags = [*kind, f"-DFRAME={frame}"]
                 self.assertEqual(self.violations(*flags, "-fstack-clash-protection"), [])

@@ -11,6 +11,10 @@ from support import (BUILD, CC, CXX, PREFIX, SOURCE, VERSION, install, library_d
                      links_of_documents, in_sandbox, run)
 
 
+WITH_COMPANIONS = unittest.skipUnless((BUILD / "companions/compliance-query").exists(),
+                                      "the companions are not built")
+
+
 def files_below(directory):
     return sorted(str(path.relative_to(directory)) for path in directory.rglob("*")
                   if not path.is_dir() or path.is_symlink())
@@ -82,7 +86,7 @@ class InstallTest(unittest.TestCase):
                          files_below(collection))
         self.assertIn("plugins/modules/evaluate.py", files_below(collection))
 
-    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "the companions are not built")
+    @WITH_COMPANIONS
     def test_has_the_units_and_their_program(self):
         found = set(files_below(PREFIX))
         for name in ("compliance-evaluate@.service", "compliance-evaluate@.timer"):
@@ -92,7 +96,7 @@ class InstallTest(unittest.TestCase):
         (query,) = re.findall(r'"\$\{0%/\*\}(.*?)"', program.read_text(encoding="utf-8"))
         self.assertTrue(os.access(str(program.parent) + query, os.X_OK), query)
 
-    @unittest.skipUnless((BUILD / "companions/compliance-query").exists(), "the companions are not built")
+    @WITH_COMPANIONS
     def test_has_the_companions_schemas_and_completions(self):
         found = set(files_below(PREFIX))
         for name in ("clientcompliance.rules.yml", "clientcompliance.dashboard.json"):
@@ -146,43 +150,29 @@ class ToolTest(unittest.TestCase):
 
 class HeaderTest(unittest.TestCase):
     def compile_alone(self, compiler, language, standard):
-        with tempfile.TemporaryDirectory() as directory:
-            source = os.path.join(directory, "alone")
-            with open(source, "w", encoding="utf-8") as file:
-                file.write("#include <compliance/Compliance.h>\n" * 2)
+        with tempfile.NamedTemporaryFile("w") as source:
+            print("#include <compliance/Compliance.h>\n" * 2, file=source, flush=True)
             run(compiler, "-x", language, f"-std={standard}", "-pedantic-errors", "-Wall",
-                "-Wextra", "-Werror", "-fsyntax-only", f"-I{PREFIX}/include", source)
+                "-Wextra", "-Werror", "-fsyntax-only", f"-I{PREFIX}/include", source.name)
 
-    def test_compiles_alone_in_every_c_standard(self):
+    def test_compiles_alone_in_every_c_and_cpp_standard(self):
         for standard in ("c89", "c99", "c11", "c17"):
             self.compile_alone(CC, "c", standard)
-
-    def test_compiles_alone_in_every_cpp_standard(self):
         for standard in ("c++98", "c++11", "c++17", "c++20"):
             self.compile_alone(CXX, "c++", standard)
 
 
 class VersionTest(unittest.TestCase):
-    def first_version_in(self, name, pattern):
-        text = (SOURCE / name).read_text(encoding="utf-8")
-        return re.search(pattern, text, re.M).group(1)
-
-    def test_matches_pkg_config(self):
-        pc = (library_directory() / "pkgconfig/clientcompliance.pc").read_text(encoding="utf-8")
-        self.assertIn(f"\nVersion: {VERSION}\n", pc)
-
-    def test_matches_the_monitoring_plugin(self):
-        self.assertEqual(self.first_version_in("integrations/monitoring/check_compliance",
-                                               r'^VERSION = "(.*)"'), VERSION)
-
-    def test_matches_the_ansible_collection(self):
-        self.assertEqual(self.first_version_in("integrations/ansible/galaxy.yml",
-                                               r"^version: (.*)"), VERSION)
-
-    def test_matches_both_changelogs(self):
-        self.assertEqual(self.first_version_in("CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"), VERSION)
-        self.assertEqual(self.first_version_in("debian/changelog", r"^clientcompliance \((.*?)\)"),
-                         VERSION)
+    def test_matches_every_file_that_states_it(self):
+        for path, pattern in (
+                (library_directory() / "pkgconfig/clientcompliance.pc", r"^Version: (.*)$"),
+                (SOURCE / "integrations/monitoring/check_compliance", r'^VERSION = "(.*)"'),
+                (SOURCE / "integrations/ansible/galaxy.yml", r"^version: (.*)"),
+                (SOURCE / "CHANGELOG.md", r"^## (\d+\.\d+\.\d+)"),
+                (SOURCE / "debian/changelog", r"^clientcompliance \((.*?)\)")):
+            with self.subTest(path=path):
+                found = re.search(pattern, path.read_text(encoding="utf-8"), re.M)
+                self.assertEqual(found[1], VERSION)
 
 
 if __name__ == "__main__":

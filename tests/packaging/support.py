@@ -1,9 +1,10 @@
-"""Shared by the packaging tests: paths, running programs, a sandbox."""
+"""Shared by the tests in Python: paths, scratch directories, running programs, a sandbox."""
 
 import os
 import pathlib
 import re
 import subprocess
+import tempfile
 import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
@@ -23,6 +24,15 @@ def run(*command, **options):
         raise AssertionError(f"{' '.join(map(str, command))} exited with {result.returncode}:\n"
                              f"{result.stdout}{result.stderr}")
     return result.stdout
+
+
+class ScratchTest(unittest.TestCase):
+    """Each test has an empty directory."""
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.scratch = pathlib.Path(scratch.name)
 
 
 def install(prefix, **environment):
@@ -58,6 +68,20 @@ def library_directory(prefix=PREFIX):
 SANDBOX = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc",
            "--propagation", "private"]
 EMPTY = "mount -t tmpfs none /opt && mount -t tmpfs none /var/opt"
+
+
+# start_agent SCENARIO [PROGRAM] runs the stand-in agent, and waits until it is ready.
+START_AGENT = r"""
+start_agent() {
+    mkdir -p /opt/VeskaClient/bin
+    cp "${2:-$(command -v VeskaClient)}" /opt/VeskaClient/bin/VeskaClient
+    printf '%s' "$1" >/opt/scenario
+    : >/opt/says
+    /opt/VeskaClient/bin/VeskaClient /opt/scenario >/opt/says &
+    agent=$!
+    until grep -q ready /opt/says; do sleep 0.1; done
+}
+"""
 
 
 def sandbox():
