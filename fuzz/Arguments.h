@@ -1,10 +1,6 @@
 // Command lines for fuzz targets.
 #pragma once
 
-#include <cstddef>
-#include <string>
-#include <vector>
-
 #include "fuzz/Fuzz.h"
 
 namespace Fuzz {

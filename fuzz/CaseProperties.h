@@ -2,11 +2,6 @@
 // byte-wise reference implementations.
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
-#include <string>
-#include <string_view>
-
 #include "data/Ascii.h"
 #include "data/Buffer.h"
 #include "fuzz/Fuzz.h"

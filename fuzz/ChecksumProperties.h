@@ -2,10 +2,6 @@
 // implementation.
 #pragma once
 
-#include <cstdint>
-#include <string_view>
-#include <vector>
-
 #include "data/ChecksumReceiver.h"
 #include "fuzz/Fuzz.h"
 #include "simd/Cpu.h"

@@ -1,11 +1,7 @@
 // Compares the parser of the tool's command line with a reference implementation.
-#include <cstdint>
 #include <optional>
-#include <string>
-#include <vector>
 
 #include "fuzz/Arguments.h"
-#include "fuzz/Fuzz.h"
 #include "fuzz/ReferenceNumber.h"
 #include "tool/CommandLine.h"
 

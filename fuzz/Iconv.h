@@ -1,9 +1,6 @@
 // Text conversion by iconv(3), as a reference.
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include <iconv.h>
 
 #include "fuzz/Fuzz.h"

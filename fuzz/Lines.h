@@ -2,10 +2,6 @@
 // calls.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "data/LineMaker.h"
 #include "data/LineReceiver.h"
 #include "fuzz/Fuzz.h"

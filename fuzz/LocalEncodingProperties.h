@@ -3,30 +3,20 @@
 // locales can be created.
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <variant>
 
 #include <langinfo.h>
 #include <locale.h>
 
-#include "fuzz/Fuzz.h"
 #include "fuzz/Iconv.h"
 #include "tests/unicode/Locales.h"
 #include "tests/unicode/NaiveTranscoder.h"
-#include "tests/unicode/Units.h"
 #include "unicode/LocalEncoding.h"
 
 namespace LocalEncodingProperties {
 
-template <class E>
-struct Outcome {
-    bool operator==(Outcome const&) const = default;
-
-    std::string failure;
-    Units<E> units;
-};
+using UnixPlatform::MultiByteToWideConvertError;
+using UnixPlatform::WideToMultiByteConvertError;
 
 // A locale, and the iconv conversions for its encoding. Never freed.
 class Locale {
@@ -66,68 +56,56 @@ Units<E> UpToZero(Units<E> const& text) {
 
 // Converts with the reference implementation of the transcoders.
 template <class Target, class Source>
-Outcome<Target> ReferenceTranscode(Units<Source> const& text) {
+Units<Target> ReferenceTranscode(Units<Source> const& text) {
     if constexpr (std::same_as<Target, Source>) {
-        return {"", text};
+        return text;
     } else {
         Naive::Transcoder<Target, Source> transcoder;
-        TextOutcome<Target> const& outcome = transcoder.Run(text, {text.size()});
-        if (outcome.thrownAt != -1)
-            return {"invalid", {}};
-        return {"", outcome.units};
+        if (transcoder.Run(text, {text.size()}).thrownAt != -1)
+            throw InvalidTextEncoding();
+        return transcoder.outcome.units;
     }
 }
 
-inline Outcome<UTF32> ReferenceToNative(Locale const& locale, Units<Local8Bit> const& text) {
+inline Units<UTF32> ReferenceToNative(Locale const& locale, Units<Local8Bit> const& text) {
     Units<UTF32> wide;
     if (!locale.Decoder().Convert(UpToZero<Local8Bit>(text), wide))
-        return {"not decoded", {}};
-    return {"", wide};
+        throw MultiByteToWideConvertError();
+    return wide;
 }
 
-inline Outcome<Local8Bit> ReferenceFromNative(Locale const& locale, Units<UTF32> const& text) {
+inline Units<Local8Bit> ReferenceFromNative(Locale const& locale, Units<UTF32> const& text) {
     Units<Local8Bit> bytes;
     if (!locale.Encoder().Convert(UpToZero<UTF32>(text), bytes))
-        return {"not encoded", {}};
-    return {"", bytes};
+        throw WideToMultiByteConvertError();
+    return bytes;
 }
 
-template <class E>
-Outcome<E> ReferenceDecode(Locale const& locale, Units<Local8Bit> const& text) {
-    Outcome<UTF32> const wide = ReferenceToNative(locale, text);
-    if (!wide.failure.empty())
-        return {wide.failure, {}};
-    return ReferenceTranscode<E, UTF32>(wide.units);
-}
-
-// The text is first validated by a conversion to UTF-8.
-template <class E>
-Outcome<Local8Bit> ReferenceEncode(Locale const& locale, Units<E> const& text) {
-    Outcome<UTF8> const checked = ReferenceTranscode<UTF8, E>(text);
-    if (!checked.failure.empty())
-        return {checked.failure, {}};
-    Outcome<UTF32> const wide = ReferenceTranscode<UTF32, E>(text);
-    if (!wide.failure.empty())
-        return {wide.failure, {}};
-    return ReferenceFromNative(locale, wide.units);
+// The code units, or a description of the exception.
+template <class E, class Convert>
+std::variant<Units<E>, std::string> OutcomeOf(Convert convert) {
+    try {
+        return convert();
+    } catch (MultiByteToWideConvertError const&) {
+        return "not decoded";
+    } catch (WideToMultiByteConvertError const&) {
+        return "not encoded";
+    } catch (InvalidTextEncoding const&) {
+        return "invalid";
+    }
 }
 
 // `allocatesNothing`: an empty result must have null pointers.
-template <class E, class Convert>
-Outcome<E> OutcomeOf(Convert convert, bool allocatesNothing) {
-    try {
+template <class E, class Convert, class Reference>
+void Compare(bool allocatesNothing, Convert convert, Reference reference) {
+    auto const outcome = OutcomeOf<E>([&] {
         AutoUString<E> const text = convert();
         Require(text.Begin() == text.End() ? (text.Begin() == nullptr) == allocatesNothing
                                            : *text.End() == 0,
                 "a result is NUL-terminated, or null if specified");
-        return {"", UnitsOf(text)};
-    } catch (UnixPlatform::MultiByteToWideConvertError const&) {
-        return {"not decoded", {}};
-    } catch (UnixPlatform::WideToMultiByteConvertError const&) {
-        return {"not encoded", {}};
-    } catch (InvalidTextEncoding const&) {
-        return {"invalid", {}};
-    }
+        return UnitsOf(text);
+    });
+    Require(outcome == OutcomeOf<E>(reference), "a conversion agrees with iconv");
 }
 
 // A NUL-terminated copy of a text. `isMarked`: its UStringRef is marked as NUL-terminated.
@@ -151,34 +129,44 @@ inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool i
     using namespace UnixPlatform;
     Units<Local8Bit> const units = UnitsIn<Local8Bit>(bytes);
     Text<Local8Bit> const text(units, isMarked);
-    bool const holds = OutcomeOf<UTF32>([&] { return ToNativeUnicode(text.Ref()); }, false) ==
-                           ReferenceToNative(locale, units) &&
-                       OutcomeOf<UTF8>([&] { return ToUTF8(text.Ref()); }, true) ==
-                           ReferenceDecode<UTF8>(locale, units) &&
-                       OutcomeOf<UTF16>([&] { return ToUTF16(text.Ref()); }, true) ==
-                           ReferenceDecode<UTF16>(locale, units) &&
-                       OutcomeOf<UTF32>([&] { return ToUTF32(text.Ref()); }, true) ==
-                           ReferenceDecode<UTF32>(locale, units) &&
-                       OutcomeOf<UTF8>([&] { return Transcode<UTF8>(text.Ref()); }, true) ==
-                           ReferenceDecode<UTF8>(locale, units);
-    Require(holds, "decoding agrees with iconv");
+    auto const native = [&] {
+        return ReferenceToNative(locale, units);
+    };
+    auto const utf8 = [&] {
+        return ReferenceTranscode<UTF8, UTF32>(native());
+    };
+    Compare<UTF32>(
+        false, [&] { return ToNativeUnicode(text.Ref()); }, native);
+    Compare<UTF32>(
+        true, [&] { return ToUTF32(text.Ref()); }, native);
+    Compare<UTF8>(
+        true, [&] { return ToUTF8(text.Ref()); }, utf8);
+    Compare<UTF8>(
+        true, [&] { return Transcode<UTF8>(text.Ref()); }, utf8);
+    Compare<UTF16>(
+        true, [&] { return ToUTF16(text.Ref()); },
+        [&] { return ReferenceTranscode<UTF16, UTF32>(native()); });
 }
 
+// The text is first validated by a conversion to UTF-8.
 template <class E>
 void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked) {
     Units<E> const units = UnitsIn<E>(bytes);
     Text<E> const text(units, isMarked);
-    Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::ToLocal8Bit(text.Ref()); }, false) ==
-                ReferenceEncode<E>(locale, units),
-            "encoding agrees with iconv");
+    Compare<Local8Bit>(
+        false, [&] { return UnixPlatform::ToLocal8Bit(text.Ref()); },
+        [&] {
+            ReferenceTranscode<UTF8, E>(units);
+            return ReferenceFromNative(locale, ReferenceTranscode<UTF32, E>(units));
+        });
 }
 
 inline void CompareWide(Locale const& locale, std::string_view bytes, bool isMarked) {
     Units<UTF32> const units = UnitsIn<UTF32>(bytes);
     Text<UTF32> const text(units, isMarked);
-    Require(OutcomeOf<Local8Bit>([&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
-                                 false) == ReferenceFromNative(locale, units),
-            "encoding of wide text agrees with iconv");
+    Compare<Local8Bit>(
+        false, [&] { return UnixPlatform::FromNativeUnicode(text.Ref()); },
+        [&] { return ReferenceFromNative(locale, units); });
 }
 
 // Input: a locale, a direction, whether the text is marked as NUL-terminated, and the text.

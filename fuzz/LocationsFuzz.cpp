@@ -1,9 +1,6 @@
 // Compares operations on file locations with std::string: applies a list of changes, and compares
 // all queries after each.
-#include <algorithm>
-#include <string>
 
-#include "files/FileErrors.h"
 #include "files/FileLocation.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/Outcome.h"

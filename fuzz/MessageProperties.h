@@ -1,19 +1,10 @@
 // Compares MessageMaker, for any chunk boundaries, with a reference implementation on whole lines.
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include "data/DataReceiver.h"
-#include "data/LineMaker.h"
 #include "data/MessageMaker.h"
 #include "data/MessageReceiver.h"
-#include "fuzz/Fuzz.h"
 #include "fuzz/Lines.h"
 #include "fuzz/ReferenceCase.h"
-#include "tests/support/Chunks.h"
 
 namespace MessageProperties {
 

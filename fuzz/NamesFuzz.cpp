@@ -1,8 +1,5 @@
 // Compares operations on file names with std::string.
-#include <algorithm>
-#include <string>
 
-#include "files/FileName.h"
 #include "fuzz/Fuzz.h"
 #include "fuzz/Outcome.h"
 #include "fuzz/ReferenceCase.h"

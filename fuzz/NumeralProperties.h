@@ -2,11 +2,8 @@
 #pragma once
 
 #include <charconv>
-#include <cstdint>
 #include <limits>
-#include <string>
 #include <system_error>
-#include <type_traits>
 
 #include "data/MakeAsciiNumeral.h"
 #include "data/Numeral.h"

@@ -1,8 +1,6 @@
 // The outcome of an operation on names and locations as text: its result, or its exception.
 #pragma once
 
-#include <string>
-
 #include "files/FileErrors.h"
 #include "files/FileName.h"
 

@@ -1,12 +1,6 @@
 // Compares the reader of /proc with a reference implementation that uses sscanf(3).
-#include <cstdint>
 #include <cstdio>
-#include <filesystem>
 #include <map>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
 #include "compliance/AgentPresence.h"
 #include "compliance/ProcessNames.h"

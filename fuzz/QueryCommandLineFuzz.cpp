@@ -1,21 +1,13 @@
 // Compares the parsers of the command lines of compliance-query and compliance-doctor with a
 // reference implementation of their grammar.
-#include <algorithm>
-#include <chrono>
 #include <filesystem>
-#include <map>
-#include <optional>
 #include <set>
-#include <string>
-#include <string_view>
 #include <system_error>
-#include <vector>
 
 #include "companions/Arguments.h"
 #include "companions/DoctorCommandLine.h"
 #include "companions/QueryCommandLine.h"
 #include "fuzz/Arguments.h"
-#include "fuzz/Fuzz.h"
 
 namespace {
 

@@ -1,10 +1,6 @@
 // Checks a property of a fuzz target in a unit test, with random inputs.
 #pragma once
 
-#include <cstddef>
-#include <random>
-#include <string>
-
 #include <gtest/gtest.h>
 
 #include "fuzz/Fuzz.h"

@@ -3,12 +3,8 @@
 
 #include <list>
 #include <memory>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "tests/xml/NaiveXMLMachine.h"
-#include "xml/XMLHandler.h"
 
 // Returns the number of a type of requests and responses, or `other` for another text.
 inline std::string TypeOf(std::string const& text, std::string const& other) {

@@ -2,9 +2,6 @@
 // reader also takes arbitrary bytes.
 #include <cstdio>
 #include <filesystem>
-#include <map>
-#include <string>
-#include <vector>
 
 #include "compliance/ClientCompliance.h"
 #include "compliance/RequestDocument.h"

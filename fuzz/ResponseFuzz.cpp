@@ -1,9 +1,5 @@
 // Compares the reader of response documents, for any chunk boundaries, with a reference
 // implementation.
-#include <cstdint>
-#include <map>
-#include <string>
-#include <vector>
 
 #include "compliance/ClientCompliance.h"
 #include "compliance/ResponseDocument.h"

@@ -2,15 +2,11 @@
 // properties of readable and visible text.
 #include <cstdint>
 #include <cstdio>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "companions/JsonRows.h"
 #include "companions/Rows.h"
-#include "companions/VisibleText.h"
 #include "fuzz/Fuzz.h"
 #include "tests/companions/RowList.h"
 

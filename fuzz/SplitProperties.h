@@ -1,10 +1,6 @@
 // Compares searching and splitting of ConstData, and trimming, with std::string.
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
-
 #include "data/Ascii.h"
 #include "data/ConstData.h"
 #include "fuzz/Fuzz.h"

@@ -2,10 +2,6 @@
 // checks that chunk boundaries do not matter.
 //
 // Input: a byte that determines the position of the first chunk boundary, and the document.
-#include <optional>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include <sys/mman.h>
 #include <unistd.h>

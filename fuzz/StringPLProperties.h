@@ -2,10 +2,7 @@
 // compares the results of all other operations after each.
 #pragma once
 
-#include <algorithm>
 #include <climits>
-#include <cstring>
-#include <string>
 #include <utility>
 
 #include "fuzz/Fuzz.h"

@@ -2,10 +2,6 @@
 // of all other operations after each.
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <vector>
-
 #include "fuzz/Fuzz.h"
 #include "fuzz/ReferenceCase.h"
 #include "strings/Stringy.h"

@@ -1,12 +1,9 @@
 // Compares the six transcoders, for any chunk boundaries, with a reference implementation, and with
 // iconv if it accepts the text.
-#include <gtest/gtest.h>
 
-#include "fuzz/Fuzz.h"
 #include "fuzz/Iconv.h"
 #include "tests/support/Chunks.h"
 #include "tests/unicode/NaiveTranscoder.h"
-#include "tests/unicode/TextStreams.h"
 #include "unicode/Transcode.h"
 
 namespace {

@@ -1,7 +1,4 @@
 // Compares the wildcard matcher with a recursive reference implementation.
-#include <algorithm>
-#include <string>
-#include <string_view>
 
 #include "files/unix/WildcardMatch.h"
 #include "fuzz/Fuzz.h"

@@ -1,7 +1,5 @@
 // Compares the events of the XML parser, for any chunk boundaries, with those of a simple state
 // machine.
-#include <string>
-#include <vector>
 
 #include "fuzz/Fuzz.h"
 #include "tests/support/Chunks.h"

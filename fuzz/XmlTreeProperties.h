@@ -1,10 +1,6 @@
 // Compares the tree parser, for any chunk boundaries, with a tree of the reference parser's events.
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "fuzz/Fuzz.h"
 #include "fuzz/ReferenceCase.h"
 #include "fuzz/ReferenceTree.h"

@@ -4,10 +4,6 @@
 // not compared if the writer indents with tabs. All other bytes must be read back.
 #pragma once
 
-#include <algorithm>
-#include <string>
-#include <vector>
-
 #include "data/LineFlattener.h"
 #include "data/StringReceiver.h"
 #include "fuzz/Fuzz.h"

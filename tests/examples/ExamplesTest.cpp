@@ -5,8 +5,6 @@
 #include <csignal>
 #include <filesystem>
 #include <ostream>
-#include <string>
-#include <vector>
 
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"

@@ -1,6 +1,5 @@
 #include "simd/AsciiCase.h"
 
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

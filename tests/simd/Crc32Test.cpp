@@ -1,7 +1,5 @@
 #include "simd/Crc32.h"
 
-#include <gtest/gtest.h>
-
 #include "fuzz/ChecksumProperties.h"
 #include "fuzz/RandomInputs.h"
 

@@ -1,7 +1,6 @@
 #include "simd/FindCaseInsensitive.h"
 
 #include <array>
-#include <cstdint>
 #include <string>
 
 #include <gtest/gtest.h>

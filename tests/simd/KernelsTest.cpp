@@ -1,15 +1,7 @@
 // Compares each kernel at each level of this processor with its scalar reference: all lengths up to
 // a few vectors, all alignments, guard pages on both sides, random and adversarial content.
 #include <algorithm>
-#include <array>
-#include <bit>
-#include <cstdint>
-#include <cstring>
 #include <functional>
-#include <ostream>
-#include <random>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,5 @@
 #include "simd/Utf.h"
 
-#include <cstddef>
 #include <string>
 
 #include <gtest/gtest.h>

@@ -1,7 +1,5 @@
 #include "strings/ListPL.h"
 
-#include <vector>
-
 #include <gmock/gmock.h>
 
 #include "tests/strings/Counted.h"

@@ -1,10 +1,6 @@
 #include "strings/LocaleCase.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
-#include <random>
-#include <string>
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,6 @@
 
 #include <cctype>
 #include <cstring>
-#include <string>
 
 #include "tests/unicode/Locales.h"
 

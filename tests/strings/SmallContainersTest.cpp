@@ -4,8 +4,6 @@
 #include <string>
 #include <type_traits>
 
-#include <gtest/gtest.h>
-
 #include "tests/strings/Counted.h"
 
 namespace {

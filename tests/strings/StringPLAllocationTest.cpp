@@ -1,7 +1,6 @@
 // Counts the allocations of a StringPL, and tests its text after a failed allocation.
 #include "strings/StringPL.h"
 
-#include <cstring>
 #include <new>
 #include <optional>
 #include <string>

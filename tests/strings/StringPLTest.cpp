@@ -1,12 +1,7 @@
 #include "strings/StringPL.h"
 
-#include <string>
 #include <type_traits>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "data/DebuggableException.h"
 #include "fuzz/RandomInputs.h"
 #include "fuzz/StringPLProperties.h"
 #include "tests/strings/OtherLocale.h"

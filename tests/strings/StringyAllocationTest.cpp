@@ -2,8 +2,6 @@
 #include "strings/Stringy.h"
 
 #include <new>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 

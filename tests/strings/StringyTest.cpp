@@ -1,12 +1,7 @@
 #include "strings/Stringy.h"
 
 #include <climits>
-#include <functional>
-#include <string>
 #include <type_traits>
-#include <vector>
-
-#include <gtest/gtest.h>
 
 #include "fuzz/RandomInputs.h"
 #include "fuzz/StringyProperties.h"

@@ -1,8 +1,6 @@
 // Helpers of the tests of Stringy.
 #pragma once
 
-#include <string>
-
 #include "strings/Stringy.h"
 
 // Returns all bytes, including those after an embedded NUL.

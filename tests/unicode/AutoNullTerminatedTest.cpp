@@ -1,9 +1,5 @@
 #include "unicode/AutoNullTerminated.h"
 
-#include <type_traits>
-#include <utility>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"

@@ -1,9 +1,5 @@
 #include "unicode/AutoUString.h"
 
-#include <cstring>
-#include <type_traits>
-#include <utility>
-
 #include <gtest/gtest.h>
 
 #include "tests/support/Bytes.h"

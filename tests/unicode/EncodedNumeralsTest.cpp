@@ -1,8 +1,6 @@
 #include "unicode/EncodedNumerals.h"
 
-#include <cstring>
 #include <limits>
-#include <string>
 
 #include <gtest/gtest.h>
 

@@ -1,15 +1,9 @@
 #include "unicode/GenericTranscoder.h"
 
-#include <random>
 #include <stdexcept>
-#include <string>
-
-#include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"
 #include "tests/unicode/RandomText.h"
-#include "tests/unicode/TextStreams.h"
-#include "tests/unicode/Units.h"
 
 namespace {
 

@@ -1,14 +1,5 @@
 #include "unicode/LocalEncoding.h"
 
-#include <cstdint>
-#include <new>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include <stdlib.h>
-
 #include "fuzz/LocalEncodingProperties.h"
 #include "fuzz/RandomInputs.h"
 #include "tests/support/FailingAllocation.h"

@@ -2,10 +2,6 @@
 #pragma once
 
 #include <clocale>
-#include <cstdlib>
-#include <string>
-
-#include <stdlib.h>
 
 #include "tests/support/TemporaryDirectory.h"
 

@@ -1,9 +1,6 @@
 // Reference implementation of the transcoders: one code unit at a time. Shares no code with them.
 #pragma once
 
-#include <algorithm>
-#include <utility>
-
 #include "tests/unicode/TextStreams.h"
 
 namespace Naive {

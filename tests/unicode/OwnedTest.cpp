@@ -1,11 +1,6 @@
 #include "unicode/Owned.h"
 
 #include <algorithm>
-#include <limits>
-#include <new>
-#include <type_traits>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <memory>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,9 @@
 #include "unicode/Transcode.h"
 
-#include <gtest/gtest.h>
-
 #include "fuzz/Iconv.h"
 #include "tests/support/Chunks.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/unicode/RandomText.h"
-#include "tests/unicode/TextStreams.h"
-#include "tests/unicode/Units.h"
-#include "unicode/GenericTranscoder.h"
 
 namespace {
 

@@ -1,18 +1,9 @@
 // Compares whole stages with the reference implementation: short sequences that cover each of its
 // rules, and long texts. Compares the code units, the number and sizes of the calls, and the
 // position of an exception.
-#include <algorithm>
 #include <numeric>
-#include <random>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "tests/unicode/NaiveTranscoder.h"
 #include "tests/unicode/RandomText.h"
-#include "tests/unicode/TextStreams.h"
-#include "tests/unicode/Units.h"
 
 namespace {
 

@@ -1,7 +1,6 @@
 #include "unicode/UStringBuilder.h"
 
 #include <numeric>
-#include <type_traits>
 
 #include <gtest/gtest.h>
 

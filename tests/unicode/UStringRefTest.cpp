@@ -1,8 +1,5 @@
 #include "unicode/UStringRef.h"
 
-#include <cstring>
-#include <type_traits>
-
 #include <gtest/gtest.h>
 
 #include "tests/support/Bytes.h"

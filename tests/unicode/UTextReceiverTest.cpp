@@ -1,7 +1,5 @@
 #include "unicode/UTextReceiver.h"
 
-#include <type_traits>
-
 #include <gtest/gtest.h>
 
 #include "tests/support/FailingAllocation.h"

@@ -2,10 +2,6 @@
 #pragma once
 
 #include <cstdio>
-#include <cstring>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "data/ArrayOf.h"
 #include "unicode/AutoUString.h"

@@ -2,7 +2,6 @@
 
 #include <memory>
 #include <random>
-#include <string>
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "xml/XMLHandler.h"
 

@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include "xml/XMLHandler.h"
 

@@ -1,14 +1,7 @@
 #include "xml/SimpleXMLParserPL.h"
 
-#include <random>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/ForEachSplit.h"
 #include "tests/support/VirtualSlot.h"

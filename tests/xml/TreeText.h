@@ -1,8 +1,6 @@
 // Writes a tree in one line, for tests: name[b=1,c=2]"text"{children}, with empty parts left out.
 #pragma once
 
-#include <string>
-
 #include "xml/XMLElementPL.h"
 
 // An element cannot list its attributes. Therefore, only attributes with a name of one letter are

@@ -3,7 +3,6 @@
 
 #include <functional>
 #include <initializer_list>
-#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>

@@ -1,9 +1,6 @@
 #include "xml/XMLElementPL.h"
 
-#include <list>
 #include <memory>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

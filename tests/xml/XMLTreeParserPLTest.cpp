@@ -1,10 +1,5 @@
 #include "xml/XMLTreeParserPL.h"
 
-#include <random>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "fuzz/RandomInputs.h"
 #include "fuzz/XmlTreeProperties.h"
 #include "tests/support/FailingAllocation.h"

@@ -1,13 +1,8 @@
 // Tests the validation of names in the writer, and its attribute lists.
 #include "xml/XMLWriterPL.h"
 
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "tests/support/Bytes.h"
 #include "tests/support/RecordingReceivers.h"
 #include "tests/xml/WrittenXML.h"
 

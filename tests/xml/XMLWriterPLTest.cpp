@@ -1,17 +1,9 @@
 #include "xml/XMLWriterPL.h"
 
-#include <string>
-#include <vector>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include "data/LineFlattener.h"
-#include "data/LineReceiver.h"
-#include "data/StringReceiver.h"
 #include "fuzz/RandomInputs.h"
 #include "fuzz/XmlWriteReadProperties.h"
-#include "tests/support/Bytes.h"
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/RecordingReceivers.h"
 #include "tests/xml/WrittenXML.h"
