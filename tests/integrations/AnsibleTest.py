@@ -67,27 +67,37 @@ class AnsibleTest(unittest.TestCase):
                  "ANSIBLE_SSH_ARGS": "-o ControlMaster=no", "ANSIBLE_FORKS": "9",
                  "ANSIBLE_NOCOWS": "1", "ANSIBLE_PIPELINING": "1", "ANSIBLE_LOCALHOST_WARNING": "False", **environment})
 
+    def play(self, status, playbook, *arguments, **more):
+        """Returns the output of ansible-playbook, which must exit with this status."""
+        made = self.run_program("ansible-playbook", "-i", self.hosts, playbook, *arguments, **more)
+        self.assertEqual(made.returncode, status, made.stdout + made.stderr)
+        return made.stdout
+
+    def play_report(self, status, directory, *arguments, **more):
+        return self.play(status, f"{COLLECTION}.report", "-e", f"fleet_directory={directory}",
+                         "-e", '{"fleet_good": ["Compliant"]}', *arguments, **more)
+
 
 class FleetTest(AnsibleTest):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
         cls.fleet = Fleet(cls.scratch, SCENARIOS)
+        cls.hosts = cls.scratch / "hosts"
         cls.addClassCleanup(cls.fleet.stop)
 
     def call(self, hosts, module, arguments, *more):
         """Returns the return values of the module, by host."""
-        made = self.run_program("ansible", "-o", "-i", self.scratch / "hosts", hosts, "-m",
+        made = self.run_program("ansible", "-o", "-i", self.hosts, hosts, "-m",
                                 f"{COLLECTION}.{module}" if "." not in module else module,
                                 "-a", arguments, *more)
         found = re.findall(r"(?m)^(\w+) \| [A-Z!]+:? *=> (\{.*\})$", made.stdout)
         self.assertTrue(found, made.stdout + made.stderr)
         return {host: json.loads(text) for host, text in found}
 
-    def report(self, directory, *more):
-        return self.run_program("ansible-playbook", "-i", self.scratch / "hosts",
-                                f"{COLLECTION}.report", "-e", f"fleet_directory={directory}",
-                                "-e", '{"fleet_good": ["Compliant"]}', *more)
+    def shell(self, host, command):
+        return self.run_program("ansible", "-i", self.hosts, host, "-m", "ansible.builtin.shell",
+                                "-a", command).stdout
 
     def is_templated(self, host):
         return self.call(host, "ansible.builtin.stat", f"path={MARK}")[host]["stat"]["exists"] or \
@@ -110,9 +120,8 @@ class FleetTest(AnsibleTest):
 
     def test_report_lists_missing_hosts_and_reasons_of_failures(self):
         self.remove_request()
-        made = self.report(self.scratch / "fleet", *EVALUATE)
-        self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
-        message = made.stdout[made.stdout.index("TASK [Name the hosts"):].replace("\\n", "\n")
+        output = self.play_report(2, self.scratch / "fleet", *EVALUATE)
+        message = output[output.index("TASK [Name the hosts"):].replace("\\n", "\n")
         self.assertIn("4 of 9 hosts have no fresh result", message)
         for host, reason in REASONS.items():
             self.assertRegex(message, rf"(?m)^{host}: the evaluation failed: {reason}")
@@ -130,17 +139,15 @@ class FleetTest(AnsibleTest):
                          sorted([*SCENARIOS, "gone"]))
         self.assertFalse(self.is_templated("web3"))
 
-    def test_report_page_lists_every_expected_host(self):
-        self.report(self.scratch / "rendered", *EVALUATE)
-        page = (self.scratch / "rendered/report.html").read_text(encoding="utf-8")
+        # The page lists every expected host.
+        page = (self.scratch / "fleet/report.html").read_text(encoding="utf-8")
         for host in [*SCENARIOS, "gone"]:
             self.assertIn(host, page)
-        text = (self.scratch / "rendered/regressions.txt").read_text(encoding="utf-8")
+        text = (self.scratch / "fleet/regressions.txt").read_text(encoding="utf-8")
         self.assertEqual([line.split(":")[0] for line in text.splitlines()], sorted(REASONS))
 
     def test_run_succeeds_if_every_host_has_a_result(self):
-        made = self.report(self.scratch / "some", *EVALUATE, "-e", "fleet_hosts=web1,web3")
-        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
+        self.play_report(0, self.scratch / "some", *EVALUATE, "-e", "fleet_hosts=web1,web3")
         self.assertFalse(self.is_templated("web3"))
 
     def test_evaluate_returns_rows_and_provenance_unchanged(self):
@@ -202,24 +209,18 @@ class FleetTest(AnsibleTest):
         document = failed(host="web1")
         document["message"] = TEMPLATE
         self.store("web1", document)
-        made = self.report(self.scratch / "adversarial", "-e", "fleet_hosts=web1",
-                           "-e", "fleet_path=/opt/stored.json")
-        self.assertEqual(made.returncode, 2)
-        self.assertEqual(made.stdout.count("touch " + MARK), 2, made.stdout)
+        output = self.play_report(2, self.scratch / "adversarial", "-e", "fleet_hosts=web1",
+                                  "-e", "fleet_path=/opt/stored.json")
+        self.assertEqual(output.count("touch " + MARK), 2, output)
         self.assertFalse(self.is_templated("web1"))
 
     def test_role_writes_the_configuration_and_enables_the_timer(self):
         self.copy_systemctl("web1")
         play = self.scratch / "role.yml"
         play.write_text(ROLE, encoding="utf-8")
-        command = ["ansible-playbook", "-i", self.scratch / "hosts", play]
-        made = self.run_program(*command)
-        self.assertEqual(made.returncode, 0, made.stdout + made.stderr)
-        again = self.run_program(*command)
-        self.assertRegex(again.stdout, r"web1 +: ok=\d+ +changed=0 ")
-        text = self.run_program(
-            "ansible", "-i", self.scratch / "hosts", "web1", "-m", "ansible.builtin.command",
-            "-a", "cat /etc/clientcompliance/nightly.conf /run/systemctl.log").stdout
+        self.play(0, play)
+        self.assertRegex(self.play(0, play), r"web1 +: ok=\d+ +changed=0 ")
+        text = self.shell("web1", "cat /etc/clientcompliance/nightly.conf /run/systemctl.log")
         for line in ("URL=http://example.com/a b", "DOCUMENT=R&D baseline.xml", "FLAGS=gather,idle",
                      "GOOD_RESULTS=Compliant,Not Applicable", "KEEP_RESULTS=7",
                      "enable compliance-evaluate@nightly.timer",
@@ -230,16 +231,12 @@ class FleetTest(AnsibleTest):
     def test_role_keeps_a_configuration_if_the_new_one_is_invalid(self):
         self.copy_systemctl("web5")
         play = self.scratch / "invalid.yml"
-        command = ["ansible-playbook", "-i", self.scratch / "hosts", play]
         for keep, status in (("7", 0), ("20000", 2)):
             play.write_text(ROLE.replace("hosts: web1", "hosts: web5").replace("keep: 7", f"keep: {keep}"),
                             encoding="utf-8")
-            made = self.run_program(*command)
-            self.assertEqual(made.returncode, status, made.stdout + made.stderr)
-        self.assertIn("nightly.new.conf:8: KEEP_RESULTS: '20000'", made.stdout)
-        text = self.run_program(
-            "ansible", "-i", self.scratch / "hosts", "web5", "-m", "ansible.builtin.shell",
-            "-a", "ls /etc/clientcompliance; cat /etc/clientcompliance/nightly.conf").stdout
+            output = self.play(status, play)
+        self.assertIn("nightly.new.conf:8: KEEP_RESULTS: '20000'", output)
+        text = self.shell("web5", "cd /etc/clientcompliance; ls; cat nightly.conf")
         self.assertRegex(text, "(?m)^KEEP_RESULTS=7$")
         self.assertNotIn("new", text)
 
@@ -250,11 +247,10 @@ class FleetTest(AnsibleTest):
             key = wrong.split(":")[0]
             text = re.sub(rf"(?m)^( +(?:- )?){key}: .*$", lambda match: match[1] + wrong, ROLE)
             play.write_text(text, encoding="utf-8")
-            made = self.run_program("ansible-playbook", "-i", self.scratch / "hosts", play)
             with self.subTest(wrong=wrong):
-                self.assertEqual(made.returncode, 2, made.stdout + made.stderr)
-                self.assertIn("expected a name of letters", made.stdout)
-                self.assertNotIn("Write the configuration", made.stdout)
+                output = self.play(2, play)
+                self.assertIn("expected a name of letters", output)
+                self.assertNotIn("Write the configuration", output)
 
 
 # Keeps the state of units in /run, and logs commands that change it.
@@ -352,27 +348,32 @@ class LocalFleetTest(AnsibleTest):
         self.addCleanup(scratch.cleanup)
         self.directory = pathlib.Path(scratch.name)
         self.fleet = self.directory / "fleet"
+        self.hosts = self.directory / "hosts"
+        self.write_inventory(["web1"])
 
     def write_inventory(self, hosts, *variables):
-        (self.directory / "hosts").write_text("\n".join([
+        self.hosts.write_text("\n".join([
             *hosts, "[all:vars]", "ansible_connection=local",
             "ansible_python_interpreter=/usr/bin/python3",
             f"fleet_path={self.directory}/stored/{{{{ inventory_hostname }}}}.json", *variables]))
 
-    def store(self, host, document):
-        write(self.directory / f"stored/{host}.json", document)
+    def document(self, host, content, night=0):
+        """Returns the content if it is a document, or a document with a row of this result."""
+        return content if isinstance(content, dict) else \
+            finished([row(content)], host=host, age=86400 * night)
 
-    def put(self, host, night, document):
+    def store(self, host, content):
+        write(self.directory / f"stored/{host}.json", self.document(host, content))
+
+    def put(self, host, night, content):
         """Stores a collected result of an earlier night."""
         name = time.strftime("%Y%m%dT%H%M%S.000Z.json", time.gmtime(time.time() - 86400 * night))
-        return write(self.fleet / f"results/{host}/{name}", document)
+        return write(self.fleet / f"results/{host}/{name}",
+                     self.document(host, content, night))
 
     def report(self, status, *more, **environment):
-        made = self.run_program("ansible-playbook", "-i", self.directory / "hosts",
-                                f"{COLLECTION}.report", "-e", f"fleet_directory={self.fleet}",
-                                "-e", '{"fleet_good": ["Compliant"]}', *more, **environment)
-        self.assertEqual(made.returncode, status, made.stdout + made.stderr)
-        return re.sub(r"(?<!\\)\\n", "\n", made.stdout)
+        output = self.play_report(status, self.fleet, *more, **environment)
+        return re.sub(r"(?<!\\)\\n", "\n", output)
 
     def regressions(self):
         return (self.fleet / "regressions.txt").read_text(encoding="utf-8")
@@ -383,7 +384,7 @@ class LocalFleetTest(AnsibleTest):
 
     def test_result_of_another_host_is_not_stored(self):
         self.write_inventory(["web1", "web2", "web3"])
-        self.store("web1", finished([row("Compliant")], host="web1"))
+        self.store("web1", "Compliant")
         self.store("web2", finished([row("Bad")], host="web1"))
         document = finished([row("Bad")], host="web3")
         document["provenance"]["hostBase64"] = base64.b64encode(b"web1").decode()
@@ -408,9 +409,8 @@ class LocalFleetTest(AnsibleTest):
         self.assertIn("expected another fleet_node_name for each host", output)
 
     def test_run_names_hosts_and_files_with_problems(self):
-        self.write_inventory(["web1"])
-        self.store("web1", finished([row("Compliant")], host="web1"))
-        self.put("former", 0, finished([row("Compliant")], host="former"))
+        self.store("web1", "Compliant")
+        self.put("former", 0, "Compliant")
         self.put("web1", 2, {})
         output = self.report(2)
         self.assertRegex(output, r"(?m)^ *former: not-expected$")
@@ -443,7 +443,6 @@ class LocalFleetTest(AnsibleTest):
         self.assertNotIn("Traceback", output)
 
     def test_regressions_are_changes_since_the_previous_night(self):
-        self.write_inventory(["web1"])
         self.put("web1", 1, finished([row("Compliant", "password"), row("Bad", "telnet")],
                                      host="web1", age=86400))
         self.store("web1", finished([row("Bad", "password"), row("Bad", "telnet")], host="web1"))
@@ -452,45 +451,42 @@ class LocalFleetTest(AnsibleTest):
         self.assertNotIn("telnet", self.regressions())
 
     def test_regressions_of_an_earlier_night_are_not_reported_again(self):
-        self.write_inventory(["web1"])
-        self.put("web1", 7, finished([row("Compliant")], host="web1", age=7 * 86400))
-        self.put("web1", 6, finished([row("Bad")], host="web1", age=6 * 86400))
+        self.put("web1", 7, "Compliant")
+        self.put("web1", 6, "Bad")
         self.store("web1", failed(host="web1"))
         self.report(2)
         self.assertRegex(self.regressions(), "^web1: not compared: the evaluation failed: .*\n$")
         self.write_inventory(["web1"], "fleet_path=/nonexistent")
         shutil.rmtree(self.fleet)
-        self.put("web1", 7, finished([row("Compliant")], host="web1", age=7 * 86400))
-        self.put("web1", 6, finished([row("Bad")], host="web1", age=6 * 86400))
+        self.put("web1", 7, "Compliant")
+        self.put("web1", 6, "Bad")
         self.report(2)
         self.assertEqual(self.regressions(),
                          "web1: not compared: the result is 144 h old, more than 26 h\n")
 
     def test_only_results_of_one_document_are_compared(self):
         self.write_inventory(["web1", "web2"])
-        self.put("web2", 3, finished([row("Compliant")], host="web2", age=3 * 86400))
+        self.put("web2", 3, "Compliant")
         for host in ("web1", "web2"):
             other = finished([row("Compliant")], host=host, age=86400)
             other["provenance"]["document"] = "Other.xml"
             self.put(host, 1, other)
-            self.store(host, finished([row("Bad")], host=host))
+            self.store(host, "Bad")
         self.report(0)
         self.assertEqual(re.findall(r"(?m)^\+\+\+ .*/results/(\w+)/", self.regressions()), ["web2"])
         self.assertIn("web1: not compared: there is no earlier fresh result of this document",
                       self.regressions().splitlines())
 
     def test_damaged_results_make_the_run_fail(self):
-        self.write_inventory(["web1"])
         damaged = self.put("web1", 1, {})
         damaged.write_text(json.dumps(finished([row("Compliant")], host="web1"))[:300])
-        self.store("web1", finished([row("Bad")], host="web1"))
+        self.store("web1", "Bad")
         output = self.report(2)
         self.assertRegex(output, rf"(?m)^ *web1: not compared: {damaged}: not JSON")
         self.assertRegex(self.regressions(), rf"^web1: not compared: {damaged}: not JSON.*\n$")
 
     def test_modes_of_files_do_not_depend_on_the_umask(self):
-        self.write_inventory(["web1"])
-        self.store("web1", finished([row("Compliant")], host="web1"))
+        self.store("web1", "Compliant")
         for mask in (0, 0o077):
             former = os.umask(mask)
             try:
@@ -506,8 +502,7 @@ class LocalFleetTest(AnsibleTest):
             shutil.rmtree(self.fleet)
 
     def test_become_applies_to_managed_hosts_only(self):
-        self.write_inventory(["web1"])
-        self.store("web1", finished([row("Compliant")], host="web1"))
+        self.store("web1", "Compliant")
         log = self.directory / "log"
         sudo = self.directory / "sudo"
         sudo.write_text(BECOME.format(log))
@@ -517,7 +512,7 @@ class LocalFleetTest(AnsibleTest):
 
     def call(self, host, module, arguments, *more, **environment):
         """Returns the return values of one module on one host."""
-        made = self.run_program("ansible", "-o", "-i", self.directory / "hosts", host, "-m", module,
+        made = self.run_program("ansible", "-o", "-i", self.hosts, host, "-m", module,
                                 "-a", json.dumps(arguments), *more, **environment)
         (text,) = re.findall(r"(?m)^[\w.]+ \| [A-Z!]+:? *=> (\{.*\})$", made.stdout)
         return json.loads(text)
@@ -537,32 +532,29 @@ class LocalFleetTest(AnsibleTest):
         return sorted(path.name for path in (self.fleet / "results" / host).iterdir())
 
     def test_failed_results_do_not_replace_results_with_rows(self):
-        self.write_inventory(["web1"])
-        good = self.put("web1", 9, finished([row("Compliant")], host="web1", age=9 * 86400))
-        older = self.put("web1", 10, finished([row("Compliant")], host="web1", age=10 * 86400))
+        good = self.put("web1", 9, "Compliant")
+        older = self.put("web1", 10, "Compliant")
         bad = [self.put("web1", night, failed(host="web1", age=night * 86400))
                for night in (3, 2, 1)]
         name = pathlib.Path(self.collect(failed(host="web1"), keep=2)["file"]).name
         self.assertEqual(self.collected(), [older.name, good.name, bad[2].name, name])
-        name = pathlib.Path(self.collect(finished([row("Bad")], host="web1"), keep=1)["file"]).name
+        name = pathlib.Path(self.collect("Bad", keep=1)["file"]).name
         self.assertEqual(len(self.collected()), 2)
         self.assertIn(name, self.collected())
 
     def test_results_from_the_future_are_removed_first(self):
-        self.write_inventory(["web1"])
-        former = self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        former = self.put("web1", 1, "Compliant")
         for night in (-5, -9):
-            self.put("web1", night, finished([row("Compliant")], host="web1", age=night * 86400))
-        name = pathlib.Path(self.collect(finished([row("Bad")], host="web1"), keep=2)["file"]).name
+            self.put("web1", night, "Compliant")
+        name = pathlib.Path(self.collect("Bad", keep=2)["file"]).name
         self.assertEqual(self.collected(), [former.name, name])
         # If the clock of the host is ahead, the new result remains.
         ahead = self.collect(finished([row("Bad")], host="web1", age=-7200), keep=1)
         self.assertEqual(self.collected(), [pathlib.Path(ahead["file"]).name])
 
     def test_check_mode_writes_nothing(self):
-        self.write_inventory(["web1"])
-        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
-        document = finished([row("Bad")], host="web1")
+        self.put("web1", 1, "Compliant")
+        document = self.document("web1", "Bad")
         values = self.collect(document, "--check", keep=1)
         self.assertEqual((values["changed"], len(self.collected())), (True, 1))
         self.collect(document)
@@ -571,8 +563,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertFalse((self.fleet / "regressions.txt").exists())
 
     def test_second_run_changes_nothing(self):
-        self.write_inventory(["web1"])
-        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
+        self.put("web1", 1, "Compliant")
         document = finished([row("Bad")], host="web1")
         for is_changed in (True, False):
             self.assertEqual(self.collect(document)["changed"], is_changed)
@@ -583,22 +574,20 @@ class LocalFleetTest(AnsibleTest):
         document = finished([row("Compliant")], host="web1.example.com")
         self.collect(document, host="web1.example.com")
         self.assertEqual(len(self.collected("web1.example.com")), 1)
-        made = self.run_program("ansible", "-i", self.directory / "hosts", ".web1", "-m",
+        made = self.run_program("ansible", "-i", self.hosts, ".web1", "-m",
                                 f"{COLLECTION}.collect", "-a", f"directory={self.fleet}/results")
         self.assertIn("'.web1' cannot be the name of a directory", made.stdout)
         self.assertEqual(os.listdir(self.fleet / "results"), ["web1.example.com"])
 
     def test_failed_night_is_skipped_in_the_comparison(self):
-        self.write_inventory(["web1"])
-        self.put("web1", 2, finished([row("Compliant")], host="web1", age=2 * 86400))
+        self.put("web1", 2, "Compliant")
         self.put("web1", 1, failed(host="web1", age=86400))
-        self.collect(finished([row("Bad")], host="web1"))
+        self.collect("Bad")
         self.assertEqual(self.find_regressions()["regressed"], ["web1"])
 
     def test_host_fails_if_compliance_diff_fails(self):
-        self.write_inventory(["web1"])
-        self.put("web1", 1, finished([row("Compliant")], host="web1", age=86400))
-        self.collect(finished([row("Bad")], host="web1"))
+        self.put("web1", 1, "Compliant")
+        self.collect("Bad")
         values = self.find_regressions(good=["Compliant", "Compliant"])
         self.assertEqual(values["regressed"], [])
         self.assertRegex(values["failures"]["web1"], "compliance-diff: .*twice")
@@ -613,7 +602,6 @@ class LocalFleetTest(AnsibleTest):
         self.assertEqual(len(re.findall(r"(?m)^ *web1[.:]", message)), 1, message)
 
     def test_comment_of_a_configuration_may_have_several_lines(self):
-        self.write_inventory(["web1"])
         config = self.directory / "ansible.cfg"
         config.write_text("[defaults]\nansible_managed = Managed by Ansible\n  URL=x\n")
         template = SOURCE / "integrations/ansible/roles/agent_compliance/templates/instance.conf.j2"
@@ -641,22 +629,18 @@ class LocalFleetTest(AnsibleTest):
 class LargeFleetTest(AnsibleTest):
     """Stored results of CC_FLEET_HOSTS hosts, reached without SSH."""
 
-    def run_large(self, *command):
-        made = self.run_program(*command, timeout=7200, ANSIBLE_FORKS="8")
-        self.assertEqual(made.returncode, 0, made.stdout[-3000:] + made.stderr)
-
     def test_newest_result_of_every_host_is_kept(self):
         hosts = int(os.environ.get("CC_FLEET_HOSTS", "12"))
         write_stored_fleet(self.scratch / "stored", hosts)
-        command = ["ansible-playbook", "-i", self.scratch / "stored/hosts", f"{COLLECTION}.report",
-                   "-e", f"fleet_directory={self.scratch}/fleet", "-e", "fleet_keep=1",
-                   "-e", '{"fleet_good": ["Compliant"]}']
+        self.hosts = self.scratch / "stored/hosts"
+        more = {"timeout": 7200, "ANSIBLE_FORKS": "8"}
         start = time.monotonic()
-        self.run_large(*command, "-e", "fleet_max_age=48h", "-e",
-                       f"fleet_path={self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json")
+        self.play_report(0, self.scratch / "fleet", "-e", "fleet_keep=1", "-e", "fleet_max_age=48h",
+                         "-e", f"fleet_path={self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json",
+                         **more)
         print(f"{hosts} hosts: {time.monotonic() - start:.0f} s, largest process "
               f"{resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024} MiB", file=sys.stderr)
-        self.run_large(*command)
+        self.play_report(0, self.scratch / "fleet", "-e", "fleet_keep=1", **more)
         collected = sorted((self.scratch / "fleet/results").glob("*/*.json"))
         self.assertEqual([path.parent.name for path in collected],
                          [f"host{number:05}" for number in range(hosts)])
