@@ -219,14 +219,14 @@ void Render(Value value, unsigned int base, unsigned int padding) {
             "the length-prefixed numeral is equal");
 }
 
+template <class... Values>
+void RenderAs(Unsigned value, unsigned int base, unsigned int padding) {
+    (Render(static_cast<Values>(value), base, padding), ...);
+}
+
 inline void RenderAll(Unsigned value, unsigned int base, unsigned int padding) {
-    Render(value, base, padding);
-    Render(static_cast<Signed>(value), base, padding);
-    Render(static_cast<unsigned int>(value), base, padding);
-    Render(static_cast<int>(value), base, padding);
-    Render(static_cast<unsigned short>(value), base, padding);
-    Render(static_cast<short>(value), base, padding);
-    Render(static_cast<signed char>(value), base, padding);
+    RenderAs<Unsigned, Signed, unsigned int, int, unsigned short, short, signed char>(value, base,
+                                                                                      padding);
 }
 
 // Checks all readers.

@@ -16,22 +16,23 @@ namespace XmlWriteReadProperties {
 using Attributes = std::vector<XMLAttribute>;
 
 // Records each event as text with length prefixes. Joins all text between two tags.
-class Events {
+class Events : public XMLHandler {
 public:
     explicit Events(bool keepsTabs) : withTabs(keepsTabs) {}
 
-    void Start(std::string const& name, Attributes const& attributes) {
+    void StartElement(std::string const& name,
+                      std::vector<XMLAttribute const*> const& attributes) override {
         FlushText();
         std::string event = "start " + Part(name);
-        for (XMLAttribute const& attribute : attributes)
-            event += Part(attribute.first) + Part(attribute.second);
+        for (XMLAttribute const* attribute : attributes)
+            event += Part(attribute->first) + Part(attribute->second);
         all.push_back(event);
     }
-    void End(std::string const& name) {
+    void EndElement(std::string const& name) override {
         FlushText();
         all.push_back("end " + Part(name));
     }
-    void Text(std::string const& piece) { text += piece; }
+    void Characters(std::string const& piece) override { text += piece; }
 
     std::vector<std::string> const& All() const { return all; }
 
@@ -51,24 +52,6 @@ private:
     bool withTabs;
     std::string text;
     std::vector<std::string> all;
-};
-
-class ReadEvents : public XMLHandler {
-public:
-    explicit ReadEvents(Events& target) : events(target) {}
-
-    void StartElement(std::string const& name,
-                      std::vector<XMLAttribute const*> const& attributes) override {
-        Attributes copies;
-        for (XMLAttribute const* attribute : attributes)
-            copies.push_back(*attribute);
-        events.Start(name, copies);
-    }
-    void EndElement(std::string const& name) override { events.End(name); }
-    void Characters(std::string const& text) override { events.Text(text); }
-
-private:
-    Events& events;
 };
 
 inline bool IsLetter(char byte) {
@@ -122,7 +105,7 @@ public:
     std::string const& Finish() {
         writer.EndDocument();
         for (; !open.empty(); open.pop_back())
-            events.End(open.back());
+            events.EndElement(open.back());
         return bytes;
     }
 
@@ -138,9 +121,9 @@ private:
         }
         XMLWriterPL::AttributeList list;
         bool valid = IsValidName(name);
-        for (XMLAttribute const& attribute : attributes) {
-            list.Append({StringPL(attribute.first.c_str()), StringPL(attribute.second.c_str())});
-            valid = valid && IsValidName(attribute.first);
+        for (auto const& [key, value] : attributes) {
+            list.Append({StringPL(key.c_str()), StringPL(value.c_str())});
+            valid = valid && IsValidName(key);
         }
         std::string const before = bytes;
         try {
@@ -157,32 +140,35 @@ private:
 
     void Opened(std::string const& name, Attributes const& attributes) {
         open.push_back(name);
-        events.Start(name, attributes);
+        std::vector<XMLAttribute const*> pointers;
+        for (XMLAttribute const& attribute : attributes)
+            pointers.push_back(&attribute);
+        events.StartElement(name, pointers);
     }
 
     void End() {
         if (open.size() < 2)
             return;
         writer.EndElement();
-        events.End(open.back());
+        events.EndElement(open.back());
         open.pop_back();
     }
 
     void WriteText(std::string const& text) {
         writer.WriteString(ConstData(text));
-        events.Text(text);
+        events.Characters(text);
     }
 
     void WriteUTF8(std::string const& text) {
         writer.WriteUTF8String(text.c_str());
-        events.Text(text);
+        events.Characters(text);
     }
 
     void WriteSection(std::string const& text) {
         if (text.find("]]>") != std::string::npos)
             return;
         writer.WriteCDataString(text.c_str());
-        events.Text(text);
+        events.Characters(text);
     }
 
     std::string bytes;
@@ -203,8 +189,7 @@ inline void Check(Fuzz::Input input) {
         document.Call(input);
 
     Events read(keepsTabs);
-    ReadEvents handler(read);
-    SimpleXMLParserPL(handler).Parse(document.Finish());
+    SimpleXMLParserPL(read).Parse(document.Finish());
     Require(read.All() == expected.All(), "a written document is read back");
 }
 

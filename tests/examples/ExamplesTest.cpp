@@ -49,9 +49,9 @@ void Expect(int status, std::string const& output, std::string const& errors,
 }
 
 // In a sandbox that has never had an agent.
-void ExpectRefused(Arguments const& command, int status, std::string const& output,
-                   std::string const& errors) {
-    Sandbox::Run([&] { Expect(status, output, errors, RunProgram(command, WithTool())); });
+void ExpectRefused(Arguments const& command, int status, std::string const& errors,
+                   ProgramOptions (*options)() = WithTool) {
+    Sandbox::Run([&] { Expect(status, "", errors, RunProgram(command, options())); });
 }
 
 struct Example {
@@ -108,8 +108,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "evaluate.sh: no results: a text contains line breaks, so rows are ambiguous\n"}),
     [](auto const& test) { return std::string(test.param.name); });
 
-TEST(ExamplesTest, MinimalPrintsErrorCodeOfOpen) {
-    ExpectRefused(minimal, 1, "", "minimal: the evaluation could not be opened: -6\n");
+TEST(ExamplesTest, EachPrintsErrorCodeOfOpen) {
+    ExpectRefused(minimal, 1, "minimal: the evaluation could not be opened: -6\n");
+    ExpectRefused(evaluate, 1, "evaluate: the evaluation could not be opened: -6\n");
+    ExpectRefused(shell, 1, "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
 }
 
 // The signal arrives during Open, and does not shorten it.
@@ -123,10 +125,6 @@ SANDBOX_TEST(ExamplesTest, TimedEndsBySignalAfterClose) {
     EXPECT_EQ("timed: 7%\n", result.errors);
     agent.AwaitEnd(std::chrono::seconds(1));
     EXPECT_EQ(closeRequest, agent.Requests().back().bytes);
-}
-
-TEST(ExamplesTest, ClassPrintsErrorCodeOfOpen) {
-    ExpectRefused(evaluate, 1, "", "evaluate: the evaluation could not be opened: -6\n");
 }
 
 #ifdef EXAMPLE_LIBRARY
@@ -149,12 +147,10 @@ SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndExactRows) {
 }
 
 TEST(ExamplesTest, PythonPrintsErrorCodeOfOpen) {
-    Sandbox::Run([] {
-        Expect(1, "",
-               "compliance.py: the evaluation could not be opened: another process holds the lock, "
-               "or the agent is not installed (-6)\n",
-               RunProgram(python, WithLibrary()));
-    });
+    ExpectRefused(python, 1,
+                  "compliance.py: the evaluation could not be opened: another process holds the "
+                  "lock, or the agent is not installed (-6)\n",
+                  WithLibrary);
 }
 
 SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
@@ -183,16 +179,12 @@ SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
 
 #endif
 
-TEST(ExamplesTest, ShellPrintsErrorCodeOfOpen) {
-    ExpectRefused(shell, 1, "", "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
-}
-
 // The tool rejects them with its usage text, which is not a result.
 TEST(ExamplesTest, ShellRejectsArgumentsThatTheToolRejects) {
-    std::string const usage =
+    char const* const usage =
         "usage: evaluate.sh URL DOC [FLAGS]; the flags are a number from 0 to 15\n";
-    ExpectRefused({shell.front(), "url", "doc", "16"}, 2, "", usage);
-    ExpectRefused({shell.front(), "url"}, 2, "", usage);
+    ExpectRefused({shell.front(), "url", "doc", "16"}, 2, usage);
+    ExpectRefused({shell.front(), "url"}, 2, usage);
 }
 
 // The shell prints its own message first.

@@ -2,14 +2,12 @@
 """The tables of figures in the documentation: scripts/figures, and the tables of scripts/bench."""
 
 import os
-import pathlib
 import re
 import shutil
 import sys
-import tempfile
 import unittest
 
-from support import SOURCE, must, run
+from support import SOURCE, ScratchTest, must, run
 
 sys.path.insert(0, str(SOURCE / "bench"))
 import tables  # noqa: E402
@@ -31,11 +29,9 @@ ONE = "echo progress; printf '### One\\n| new one |\\n|---|\\n'"
 TWO = 'echo "| new two $1 |"'
 
 
-class RenewTest(unittest.TestCase):
+class RenewTest(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.root = pathlib.Path(scratch.name)
+        super().setUp()
         (self.root / "docs").mkdir()
         (self.root / "scripts").mkdir()
         shutil.copy(SOURCE / "scripts/figures", self.root / "scripts")
@@ -64,20 +60,15 @@ class RenewTest(unittest.TestCase):
         self.assertIn("| old one |", page)
         self.assertIn("| new two --option |", page)
 
-    def test_keeps_the_table_of_a_command_that_prints_none(self):
-        self.write_command("one", "echo progress; exit 1")
-        done = run("scripts/figures", directory=self.root)
-        self.assertEqual(done.returncode, 1)
-        page = self.page.read_text(encoding="utf-8")
-        self.assertIn("| old one |", page)
-        self.assertIn("| new two --option |", page)
-
-    def test_renews_the_table_of_a_failed_command_and_exits_with_1(self):
-        self.write_command("one", f"{ONE}; exit 3")
-        done = run("scripts/figures", directory=self.root)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("scripts/one exited with 3", done.stdout)
-        self.assertIn("| new one |", self.page.read_text(encoding="utf-8"))
+    def test_exits_with_1_after_a_failed_command_without_or_with_a_table(self):
+        for command, table in (("echo progress", "old one"), (ONE, "new one")):
+            self.write_command("one", f"{command}; exit 3")
+            done = run("scripts/figures", directory=self.root)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("scripts/one exited with 3", done.stdout)
+            page = self.page.read_text(encoding="utf-8")
+            self.assertIn(f"| {table} |", page)
+            self.assertIn("| new two --option |", page)
 
     def test_rejects_a_word_that_no_command_contains(self):
         done = run("scripts/figures", "three", directory=self.root)

@@ -2,36 +2,29 @@
 """The files for git, editors and hooks, and the answers to the criteria of best practices."""
 
 import json
-import pathlib
 import re
 import shutil
-import tempfile
 import unittest
 
 import yaml
 
-from support import SOURCE, must, project_files, scratch_repository
+from support import SOURCE, ScratchTest, commit_all, must, project_files, scratch_repository
 
 
 def read(name):
     return (SOURCE / name).read_text(encoding="utf-8")
 
 
-class AttributesTest(unittest.TestCase):
+class AttributesTest(ScratchTest):
     def test_preserve_bytes_with_automatic_line_ends(self):
         names = sorted(project_files())
         self.assertIn("fuzz/corpus/Response/finished", names)
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        root = pathlib.Path(scratch.name)
-        (root / "first").mkdir()
-        scratch_repository(root / "first", names)
-        must("git", "add", "--force", ".", directory=root / "first")
-        must("git", "commit", "--quiet", "--message=All", directory=root / "first")
+        scratch_repository(self.root / "first", names)
+        commit_all(self.root / "first")
         must("git", "clone", "--quiet", "--config", "core.autocrlf=true", "first", "second",
-             directory=root)
+             directory=self.root)
         changed = [name for name in names
-                   if (root / "second" / name).read_bytes() != (SOURCE / name).read_bytes()]
+                   if (self.root / "second" / name).read_bytes() != (SOURCE / name).read_bytes()]
         self.assertEqual(changed, [])
 
 

@@ -1,20 +1,16 @@
 #!/usr/bin/python3
 """The pre-commit hooks, in a scratch repository."""
 
-import pathlib
-import tempfile
 import unittest
 
-from support import must, run, scratch_repository
+from support import ScratchTest, must, run, scratch_repository
 
 FORMATTED = "int main() { return 0; }\n"
 
 
-class FormatHookTest(unittest.TestCase):
+class FormatHookTest(ScratchTest):
     def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.root = pathlib.Path(scratch.name)
+        super().setUp()
         scratch_repository(self.root, [".clang-format", ".pre-commit-config.yaml"])
         # scripts/check needs the whole tree of the project.
         self.environment = {"SKIP": "check", "PRE_COMMIT_HOME": str(self.root / ".git/cache")}

@@ -7,26 +7,19 @@ import json
 import pathlib
 import subprocess
 import sys
-import tempfile
 import unittest
 
-from support import ENVIRONMENT, SOURCE, must, project_files, run, scratch_repository
+from support import (ENVIRONMENT, SOURCE, ScratchTest, commit_all, must, project_files, run,
+                     scratch_repository)
 
 THEME = pathlib.Path("/usr/share/mkdocs/themes/material")
 
 
-class ReleaseTest(unittest.TestCase):
-    def setUp(self):
-        scratch = tempfile.TemporaryDirectory()
-        self.addCleanup(scratch.cleanup)
-        self.root = pathlib.Path(scratch.name)
-        self.project = self.root / "project"
-        self.project.mkdir()
-
+class ReleaseTest(ScratchTest):
     def commit(self, names):
+        self.project = self.root / "project"
         scratch_repository(self.project, names)
-        must("git", "add", "--force", ".", directory=self.project)
-        must("git", "commit", "--quiet", "--message=All", directory=self.project)
+        commit_all(self.project)
 
 
 class RefusalsTest(ReleaseTest):
@@ -40,14 +33,12 @@ class RefusalsTest(ReleaseTest):
         self.assertFalse((self.project / "build/release").exists())
         return result.stdout
 
-    def test_rejects_a_changed_file(self):
-        with (self.project / "CHANGELOG.md").open("a", encoding="utf-8") as file:
-            file.write("\n")
-        self.assertIn("the working tree has changes", self.refusal())
-
-    def test_rejects_an_untracked_file(self):
-        (self.project / "new").touch()
-        self.assertIn("the working tree has changes", self.refusal())
+    def test_rejects_a_changed_file_and_an_untracked_file(self):
+        text = (self.project / "CHANGELOG.md").read_text(encoding="utf-8")
+        for name, content in (("CHANGELOG.md", text + "\n"), ("new", "")):
+            (self.project / name).write_text(content, encoding="utf-8")
+            self.assertIn("the working tree has changes", self.refusal())
+            must("git", "reset", "--quiet", "--hard", directory=self.project)
 
     def test_rejects_a_version_without_changelog_entry(self):
         path = self.project / "CMakeLists.txt"

@@ -4,6 +4,8 @@ import os
 import pathlib
 import shutil
 import subprocess
+import tempfile
+import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 
@@ -32,6 +34,15 @@ def must(*command, directory, **more):
     return result.stdout
 
 
+class ScratchTest(unittest.TestCase):
+    """Each test has an empty directory."""
+
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.root = pathlib.Path(scratch.name)
+
+
 def project_files():
     """Yields the files of the project, from the root. Works without git, in a source archive."""
     for directory, folders, names in os.walk(SOURCE):
@@ -41,8 +52,14 @@ def project_files():
         yield from ((here / name).as_posix() for name in names if name != ".git")
 
 
+def commit_all(directory):
+    must("git", "add", "--force", ".", directory=directory)
+    must("git", "commit", "--quiet", "--message=All", directory=directory)
+
+
 def scratch_repository(directory, names):
     """Copies files of the project into a new repository."""
+    directory.mkdir(exist_ok=True)
     must("git", "init", "--quiet", "--initial-branch=main", ".", directory=directory)
     for name in names:
         (directory / name).parent.mkdir(parents=True, exist_ok=True)
