@@ -19,7 +19,7 @@ std::string WithoutSlashes(std::string path, std::size_t least) {
 
 void RequirePath(std::string const& path) {
     if (path.empty())
-        throw ReferenceFileError("EmptyFileLocationError", "");
+        throw ReferenceFileError("22EmptyFileLocationError", "");
 }
 
 std::string Join(std::string const& parent, std::string const& name) {
@@ -32,10 +32,10 @@ std::string Join(std::string const& parent, std::string const& name) {
 std::string ParentOf(std::string const& path) {
     RequirePath(path);
     if (path == "/")
-        throw ReferenceFileError("RootHasNoParent", path);
+        throw ReferenceFileError("15RootHasNoParent", path);
     std::size_t const slash = path.rfind('/');
     if (slash == std::string::npos)
-        throw ReferenceFileError("InvalidFileLocation", path);
+        throw ReferenceFileError("19InvalidFileLocation", path);
     return WithoutSlashes(path.substr(0, std::max<std::size_t>(slash, 1)), 1);
 }
 
@@ -63,7 +63,7 @@ char const* ReferenceClimb(std::string const& ancestor, std::string path) {
 std::string DateOf(std::string const& path) {
     std::string const name = NameOf(path);
     if (name.size() < 9)
-        throw ReferenceFailure{"IllegalFileName"};
+        throw ReferenceFailure{"15IllegalFileName"};
     std::string date;
     for (auto const& [at, end] : {std::pair(0U, 4U), std::pair(4U, 6U), std::pair(6U, 8U)}) {
         unsigned int value = 0;

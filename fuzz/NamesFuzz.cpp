@@ -32,7 +32,7 @@ void CompareSet(std::string const& bytes) {
         return TextOf(name);
     });
     std::size_t const slash = bytes.find('/');
-    if (outcome == "IllegalFileName")
+    if (outcome == "15IllegalFileName")
         Require(name.Length() == bytes.size() &&
                     TextOf(name).substr(0, slash) == bytes.substr(0, slash),
                 "the bytes before a slash are stored");
@@ -55,7 +55,7 @@ void CompareParts(std::string const& bytes, std::size_t from) {
 
 void CompareSums(std::string const& first, std::string const& second) {
     auto const reference = [&](std::string const& start) {
-        return start.size() + second.size() > 254 ? "IllegalFileName" : "text " + start + second;
+        return start.size() + second.size() > 254 ? "15IllegalFileName" : "text " + start + second;
     };
     std::string const text = Fuzz::UpToNul(first);
     FileName const left = Store(first);
@@ -87,12 +87,12 @@ public:
     }
     std::string BeforeExtension(std::string const& extension) const {
         if (!HasExtension(extension))
-            throw ReferenceFailure{"ExtensionDoesNotMatch"};
+            throw ReferenceFailure{"21ExtensionDoesNotMatch"};
         return NotEmpty(name.substr(0, name.size() - extension.size()));
     }
     std::string AfterPrefix(std::string const& prefix) const {
         if (!HasPrefix(prefix))
-            throw ReferenceFailure{"PrefixDoesNotMatch"};
+            throw ReferenceFailure{"18PrefixDoesNotMatch"};
         return NotEmpty(name.substr(prefix.size()));
     }
     std::string PrefixDigits() const {
@@ -106,7 +106,7 @@ private:
 
     static std::string NotEmpty(std::string const& text) {
         if (text.empty())
-            throw ReferenceFailure{"IllegalFileName"};
+            throw ReferenceFailure{"15IllegalFileName"};
         return text;
     }
 

@@ -55,16 +55,13 @@ Answer ReferenceAsk(FakeProcess const& process, unsigned int capacity) {
     answer.name = Fitting(NameIn(process), capacity);
     answer.path = Fitting(process.exe.value_or(""), capacity);
     std::string const status = HeadOf(process.status);
-    int parent = 0;
-    int real = 0;
-    int effective = 0;
-    std::size_t const parentAt = status.find("\nPPid:");
-    if (parentAt != std::string::npos &&
-        std::sscanf(status.c_str() + parentAt, "\nPPid:\t%d", &parent) == 1)
+    int parent = 0, real = 0, effective = 0;
+    auto const at = [&](char const* name) {
+        return status.c_str() + std::min(status.find(name), status.size());
+    };
+    if (std::sscanf(at("\nPPid:"), "\nPPid:\t%d", &parent) == 1)
         answer.parent = parent;
-    std::size_t const usersAt = status.find("\nUid:");
-    if (usersAt != std::string::npos &&
-        std::sscanf(status.c_str() + usersAt, "\nUid:\t%d\t%d", &real, &effective) == 2) {
+    if (std::sscanf(at("\nUid:"), "\nUid:\t%d\t%d", &real, &effective) == 2) {
         answer.realUser = static_cast<std::uint32_t>(real);
         answer.effectiveUser = static_cast<std::uint32_t>(effective);
     }
@@ -83,10 +80,8 @@ bool ReferenceIsAgent(Entries const& entries, std::string const& directory) {
 }
 
 bool ReferenceIsRunning(Entries const& entries) {
-    for (auto const& entry : entries)
-        if (ReferenceIsAgent(entries, entry.first))
-            return true;
-    return false;
+    return std::any_of(entries.begin(), entries.end(),
+                       [&](auto const& entry) { return ReferenceIsAgent(entries, entry.first); });
 }
 
 // Calls `ask` with a buffer of exactly `capacity` bytes, which must be unchanged after a failure.
@@ -138,7 +133,7 @@ std::string LongText(Fuzz::Input& input, std::size_t most) {
     std::size_t const times = 1 + input.Byte() % 32U;
     std::string const text = input.Text();
     std::string all;
-    for (std::size_t i = 0; i < times; ++i)
+    while (all.size() < times * text.size())
         all += text;
     return all.substr(0, most);
 }
@@ -167,10 +162,8 @@ std::optional<FakeProcess> TakeProcess(Fuzz::Input& input) {
 }
 
 std::string TakeName(Fuzz::Input& input) {
-    std::string name = input.Text().c_str();
-    for (char& byte : name)
-        if (byte == '/')
-            byte = '-';
+    std::string name = Fuzz::UpToNul(input.Text());
+    std::replace(name.begin(), name.end(), '/', '-');
     return name.empty() || name == "." || name == ".." ? "1" : name;
 }
 

@@ -2,6 +2,7 @@
 // properties of readable and visible text.
 #include <cstdint>
 #include <cstdio>
+#include <deque>
 
 #include <nlohmann/json.hpp>
 
@@ -173,18 +174,11 @@ void CompareVisible(std::string_view text) {
 
 // Input: texts with length prefixes, six for each row.
 void Fuzz::Check(Input input) {
-    std::vector<Texts> fields;
-    for (int rows = 0; rows < 6 && !input.IsEmpty(); ++rows) {
-        fields.emplace_back();
-        for (std::size_t field = 0; field < rowFieldNames.size(); ++field)
-            fields.back().push_back(input.Text());
-    }
+    std::deque<std::string> texts;
     RowList list;
-    for (Texts const& texts : fields) {
-        list.push_back({texts[0], texts[1], texts[2], texts[3], texts[4], texts[5]});
-        for (std::string const& text : texts)
-            CompareVisible(text);
-    }
+    while (list.size() < 6 && !input.IsEmpty())
+        for (std::string_view& field : list.emplace_back())
+            CompareVisible(field = texts.emplace_back(input.Text()));
     CompareJson(list);
     CompareTsv(list);
 }
