@@ -7,21 +7,13 @@
 
 // Returns a character of one of six kinds: ASCII, Latin, Cyrillic, CJK, emoji, any.
 inline unsigned int RandomCharacter(std::mt19937& random, unsigned kind) {
-    auto const between = [&](unsigned first, unsigned last) {
-        return first + random() % (last - first + 1);
+    auto const between = [&](std::pair<unsigned, unsigned> const& range) {
+        return static_cast<unsigned>(range.first + random() % (range.second - range.first + 1));
     };
-    switch (kind) {
-    case 0:
-        return between(0, 0x7F);
-    case 1:
-        return between(0xC0, 0xFF);
-    case 2:
-        return random() % 6 == 0 ? 0x20 : between(0x410, 0x44F);
-    case 3:
-        return between(0x4E00, 0x9FFF);
-    case 4:
-        return between(0x1F300, 0x1F6FF);
-    }
+    constexpr std::pair<unsigned, unsigned> ranges[] = {
+        {0, 0x7F}, {0xC0, 0xFF}, {0x410, 0x44F}, {0x4E00, 0x9FFF}, {0x1F300, 0x1F6FF}};
+    if (kind < std::size(ranges))
+        return kind == 2 && random() % 6 == 0 ? ' ' : between(ranges[kind]);
     unsigned value = 0xD800;
     while (Naive::IsSurrogate(value))
         value = random() % (random() % 2 == 0 ? 0x10000 : 0x110000);
