@@ -115,13 +115,9 @@ class PackagesTest(unittest.TestCase):
 
 class ScratchRootTest(UnpackedPackages, unittest.TestCase):
     @classmethod
-    def setUpClass(cls):
-        scratch = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(scratch.cleanup)
-        cls.root = pathlib.Path(scratch.name)
+    def unpack(cls):
         for name in NAMES:
             run("dpkg-deb", "--extract", package(name), cls.root)
-        (cls.lib,) = (path.parent for path in cls.root.glob("usr/lib/*/libclientcompliance.so"))
 
     def test_contains_a_stand_in_agent_that_answers(self):
         output = in_sandbox(EVALUATE, self.root / "usr/bin/ClientCompliance",

@@ -3,7 +3,6 @@
 
 import os
 import pathlib
-import tempfile
 import unittest
 
 from support import SOURCE, VERSION, UnpackedPackages, run
@@ -58,13 +57,9 @@ class PackagesTest(unittest.TestCase):
 
 class ScratchRootTest(UnpackedPackages, unittest.TestCase):
     @classmethod
-    def setUpClass(cls):
-        scratch = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(scratch.cleanup)
-        cls.root = pathlib.Path(scratch.name)
+    def unpack(cls):
         for path in PACKAGES.glob("*.rpm"):
             run("sh", "-c", 'rpm2cpio "$1" | cpio -id --quiet', "sh", path, cwd=cls.root)
-        cls.lib = cls.root / "usr/lib64"
 
 
 if __name__ == "__main__":

@@ -102,7 +102,15 @@ def in_sandbox(script, *arguments, **options):
 
 
 class UnpackedPackages:
-    """Tests of the packages below `root`, with the libraries in `lib`."""
+    """Tests of the packages that `unpack` extracts below `root`, with the libraries in `lib`."""
+
+    @classmethod
+    def setUpClass(cls):
+        scratch = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(scratch.cleanup)
+        cls.root = pathlib.Path(scratch.name)
+        cls.unpack()
+        cls.lib = library_directory(cls.root)
 
     def test_contains_hardened_programs(self):
         run(SOURCE / "scripts/check-hardening", self.root / "usr/bin/ClientCompliance",

@@ -60,7 +60,7 @@ class RenewTest(ScratchTest):
         self.assertIn("| old one |", page)
         self.assertIn("| new two --option |", page)
 
-    def test_exits_with_1_after_a_failed_command_without_or_with_a_table(self):
+    def test_keeps_or_renews_the_table_of_a_failed_command(self):
         for command, table in (("echo progress", "old one"), (ONE, "new one")):
             self.write_command("one", f"{command}; exit 3")
             done = run("scripts/figures", directory=self.root)

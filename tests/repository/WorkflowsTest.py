@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The workflows for a public host: their syntax, and the scripts that they call."""
+"""The workflows for a public host, the scripts that they call, and the usage texts of scripts."""
 
 import itertools
 import json
@@ -11,7 +11,7 @@ import unittest
 
 import yaml
 
-from support import SOURCE, project_files
+from support import SOURCE, must, project_files
 
 PRESETS = SOURCE / "CMakePresets.json"
 
@@ -107,6 +107,18 @@ class PermissionsTest(unittest.TestCase):
         self.assertTrue(used)
         for action in used:
             self.assertRegex(action, r"^actions/[a-z-]+@v\d+$")
+
+
+class UsageTest(unittest.TestCase):
+    def test_each_script_with_options_prints_its_help(self):
+        scripts = [path for path in sorted((SOURCE / "scripts").iterdir())
+                   if "import argparse\n" in path.read_text(encoding="utf-8")]
+        self.assertIn(SOURCE / "scripts/mutate", scripts)
+        for script in scripts:
+            with self.subTest(script=script.name):
+                usage = must("python3", script, "--help", directory=SOURCE)
+                self.assertTrue(usage.startswith("usage: "), usage)
+                self.assertNotIn("{'prog'", usage)
 
 
 if __name__ == "__main__":

@@ -172,8 +172,8 @@ TEST(XMLWriterPLTest, CDATASectionIsNotEscaped) {
 }
 
 // The reference follows the contract: it removes dashes from a string one at a time. A line feed
-// after the first byte puts the comment on separate lines. Deliberate: the byte after a dropped dash
-// is not compared.
+// after the first byte puts the comment on separate lines. Deliberate: the byte after a dropped
+// dash is not compared.
 TEST(XMLWriterPLTest, CommentsAreWrittenWithFewerDashes) {
     std::vector<std::string> texts{""};
     for (std::size_t from = 0; texts.back().size() < 8; ++from)
