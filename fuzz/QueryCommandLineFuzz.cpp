@@ -96,17 +96,19 @@ private:
     std::map<std::string, Texts> found;
 };
 
-// Returns the entries of a list. Empty and repeated entries are errors.
-Texts EntriesOf(std::string list) {
+// Returns the entries of all lists. Empty entries, and repeated ones of a list, are errors.
+Texts EntriesOf(Texts const& lists) {
     Texts entries;
-    list += ',';
-    for (std::size_t comma; (comma = list.find(',')) != std::string::npos;) {
-        entries.push_back(Fuzz::Trimmed(list.substr(0, comma), " \t"));
-        list.erase(0, comma + 1);
+    for (std::string list : lists) {
+        std::set<std::string> found{""};
+        list += ',';
+        for (std::size_t comma; (comma = list.find(',')) != std::string::npos;) {
+            entries.push_back(Fuzz::Trimmed(list.substr(0, comma), " \t"));
+            if (!found.insert(entries.back()).second)
+                throw Refused();
+            list.erase(0, comma + 1);
+        }
     }
-    std::set<std::string> const all(entries.begin(), entries.end());
-    if (all.contains("") || all.size() < entries.size())
-        throw Refused();
     return entries;
 }
 
@@ -124,9 +126,8 @@ long long FlagsOf(Texts const& lists) {
     std::map<std::string, long long> const values = {
         {"gather", 1}, {"all", 2}, {"idle", 4}, {"hint", 8}};
     long long flags = 0;
-    for (std::string const& list : lists)
-        for (std::string const& entry : EntriesOf(list))
-            flags |= values.contains(entry) ? values.at(entry) : NumberOf(entry);
+    for (std::string const& entry : EntriesOf(lists))
+        flags |= values.contains(entry) ? values.at(entry) : NumberOf(entry);
     if (flags > 15)
         throw Refused();
     return flags;
@@ -161,10 +162,9 @@ std::string WordOf(Texts const& values, Texts const& words) {
 // Returns the results of all lists without duplicates, each prefixed with the mark.
 Texts ResultsOf(std::string const& mark, Texts const& lists) {
     Texts results;
-    for (std::string const& list : lists)
-        for (std::string const& entry : EntriesOf(list))
-            if (std::find(results.begin(), results.end(), mark + entry) == results.end())
-                results.push_back(mark + entry);
+    for (std::string const& entry : EntriesOf(lists))
+        if (std::find(results.begin(), results.end(), mark + entry) == results.end())
+            results.push_back(mark + entry);
     return results;
 }
 
@@ -176,14 +176,13 @@ std::string FieldOf(std::string const& name) {
 }
 
 std::string FormatOf(ReferenceArguments const& arguments) {
-    std::string format;
-    for (char const* const name : {"--table", "--tsv", "--json", "--ndjson"}) {
-        if (arguments.Has(name) && !format.empty())
-            throw Refused();
+    Texts found;
+    for (char const* const name : {"--table", "--tsv", "--json", "--ndjson"})
         if (arguments.Has(name))
-            format = name;
-    }
-    return format.empty() ? "--table" : format;
+            found.push_back(name);
+    if (found.size() > 1)
+        throw Refused();
+    return found.empty() ? "--table" : found.front();
 }
 
 // Returns the columns as digits, the sort field and the colour mode.
@@ -192,12 +191,11 @@ Outcome TableOf(ReferenceArguments const& arguments) {
         if (arguments.Has(name) && FormatOf(arguments) != "--table")
             throw Refused();
     std::string fields;
-    for (std::string const& list : arguments.Values("--columns"))
-        for (std::string const& entry : EntriesOf(list)) {
-            if (fields.find(FieldOf(entry)) != std::string::npos)
-                throw Refused();
-            fields += FieldOf(entry);
-        }
+    for (std::string const& entry : EntriesOf(arguments.Values("--columns"))) {
+        if (fields.find(FieldOf(entry)) != std::string::npos)
+            throw Refused();
+        fields += FieldOf(entry);
+    }
     std::string sort = "unsorted";
     for (std::string const& name : arguments.Values("--sort"))
         sort = FieldOf(name);
@@ -223,13 +221,12 @@ bool CanBeFile(std::filesystem::path const& path) {
 
 std::string OutputOf(ReferenceArguments const& arguments) {
     Texts const files = arguments.Values("--output");
+    Texts const metrics = arguments.Values("--prometheus");
     std::string const format = FormatOf(arguments);
     bool const keeps = arguments.Has("--keep-failures");
     if (!std::all_of(files.begin(), files.end(), CanBeFile) ||
+        !std::all_of(metrics.begin(), metrics.end(), CanBeFile) ||
         (keeps && (files.empty() || (format != "--json" && format != "--ndjson"))))
-        throw Refused();
-    Texts const metrics = arguments.Values("--prometheus");
-    if (!std::all_of(metrics.begin(), metrics.end(), CanBeFile))
         throw Refused();
     return (keeps ? "keep " : "") + (files.empty() ? "none" : "file " + files.back()) +
            (metrics.empty() ? "" : " metrics " + metrics.back());
@@ -239,16 +236,14 @@ std::string OutputOf(ReferenceArguments const& arguments) {
 Outcome OptionsOf(ReferenceArguments const& arguments) {
     if (arguments.Has("--allow-empty") && !arguments.Has("--strict"))
         throw Refused();
-    Outcome line = {"evaluate",
-                    FormatOf(arguments),
-                    arguments.Has("--quiet") ? "quiet" : "",
-                    arguments.Has("--allow-stale") ? "stale" : "",
-                    arguments.Has("--allow-empty") ? "empty" : "",
-                    std::to_string(FlagsOf(arguments.Values("--flags"))),
-                    SecondsOf(arguments.Values("--timeout")),
-                    SecondsOf(arguments.Values("--wait")),
-                    OutputOf(arguments),
-                    WordOf(arguments.Values("--progress"), {"auto", "bar", "lines", "none"})};
+    Outcome line = {"evaluate", FormatOf(arguments)};
+    for (char const* const flag : {"--quiet", "--allow-stale", "--allow-empty"})
+        line.push_back(arguments.Has(flag) ? flag : "");
+    line.push_back(std::to_string(FlagsOf(arguments.Values("--flags"))));
+    for (char const* const time : {"--timeout", "--wait"})
+        line.push_back(SecondsOf(arguments.Values(time)));
+    line.push_back(OutputOf(arguments));
+    line.push_back(WordOf(arguments.Values("--progress"), {"auto", "bar", "lines", "none"}));
     for (Texts const& more :
          {TableOf(arguments), ResultsOf("only ", arguments.Values("--only")), arguments.operands,
           ResultsOf("strict ", arguments.Values("--strict"))})
@@ -326,9 +321,9 @@ Outcome DescribeEvaluation(QueryCommandLine const& line) {
     char const* const colors[] = {"auto", "always", "never"};
     Outcome all = {"evaluate",
                    formats[static_cast<int>(line.format)],
-                   line.quiet ? "quiet" : "",
-                   line.allowStale ? "stale" : "",
-                   line.allowEmpty ? "empty" : "",
+                   line.quiet ? "--quiet" : "",
+                   line.allowStale ? "--allow-stale" : "",
+                   line.allowEmpty ? "--allow-empty" : "",
                    std::to_string(line.flags),
                    Describe(line.timeout),
                    Describe(line.wait),
