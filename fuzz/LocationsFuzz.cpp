@@ -100,7 +100,10 @@ public:
                  [&] { Take(Join(path, RequireFileName(text))); });
         else if (change == 4)
             Both([&] { location = location.Sibling(FileName(text.c_str())); },
-                 [&] { Take(Join(ParentOf(path), RequireFileName(text))); });
+                 [&] {
+                     std::string const& name = RequireFileName(text);
+                     Take(Join(ParentOf(path), name));
+                 });
         else if (change == 5)
             SetBelowItself(place);
         else if (change == 6)

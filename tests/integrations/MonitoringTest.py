@@ -244,17 +244,14 @@ class CommandLineTest(CheckTest):
                 (["-s", "a,b,a", "-d"], "twice"), (["-s", "a", "-r", ""], "expected a file or"),
                 (["-s", "a", "-r", "x", "--wait", "1"], "--wait"), (["--x|\n"], "--strict"),
                 (["-s", "a", "-r", "x", "--flags", ""], "--flags"),
+                # Arguments after a double dash are not joined.
+                (["-s", "a", "-d", "--", "-w", "-5"], "expected either URL DOC"),
                 (["-s", "a", "-d", "--x|\n"], r"--x\x7c\n")):
             made = self.check(*arguments)
             with self.subTest(arguments=arguments):
                 self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
                 self.assertRegex(made.stdout, r"^COMPLIANCE UNKNOWN - check_compliance: [^\n|]*\n$")
                 self.assertIn(reason, made.stdout)
-
-    def test_arguments_after_double_dash_are_not_joined(self):
-        made = self.check("-s", "a", "-d", "--", "-w", "-5")
-        self.assertEqual((made.returncode, made.stderr), (UNKNOWN, ""))
-        self.assertIn("expected either URL DOC", made.stdout)
 
     def test_help_and_version_are_UNKNOWN(self):
         made = self.check("-V")
