@@ -1,3 +1,6 @@
 #include "fuzz/CaseProperties.h"
 
-void Fuzz::Check(Input input) { CaseProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    CaseProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

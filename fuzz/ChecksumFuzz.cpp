@@ -1,3 +1,6 @@
 #include "fuzz/ChecksumProperties.h"
 
-void Fuzz::Check(Input input) { ChecksumProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    ChecksumProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

@@ -42,8 +42,10 @@ std::optional<ReferenceRequest> Read(std::vector<std::string> const& arguments) 
 } // namespace
 
 // Input: the arguments, including the program's name. There may be none.
-void Fuzz::Check(Input input) {
-    std::vector<std::string> const arguments = TakeArguments(input, 7);
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::vector<std::string> const arguments = Fuzz::TakeArguments(input, 7);
     Require(Read(arguments) == ReferenceRead(arguments),
             "the parsed command line agrees with the reference");
+    return 0;
 }

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-// The entry point of libFuzzer and of Replay.cpp, which calls Check. Returns 0.
+// Checks one input. Each target defines this function. Returns 0.
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size);
 
 namespace Fuzz {
@@ -80,9 +80,6 @@ public:
 private:
     std::string_view rest;
 };
-
-// Checks one input. Each target defines this function.
-void Check(Input input);
 
 // A copy at the end of a heap block: AddressSanitizer detects reads beyond the copy or after its
 // destruction. `shift` is the offset in the block, to test different alignments.

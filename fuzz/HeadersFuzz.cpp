@@ -1,3 +1,6 @@
 #include "fuzz/MessageProperties.h"
 
-void Fuzz::Check(Input input) { MessageProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    MessageProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

@@ -1,3 +1,6 @@
 #include "fuzz/LocalEncodingProperties.h"
 
-void Fuzz::Check(Input input) { LocalEncodingProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    LocalEncodingProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

@@ -220,11 +220,13 @@ private:
 } // namespace
 
 // Input: a path that may be an ancestor, and the changes.
-void Fuzz::Check(Input input) {
-    std::string const other = UpToNul(input.Text());
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::string const other = Fuzz::UpToNul(input.Text());
     Pair pair;
     for (int changes = 0; changes < 32 && !input.IsEmpty(); ++changes) {
         pair.Change(input);
         pair.Compare(other);
     }
+    return 0;
 }

@@ -140,7 +140,8 @@ void CompareEnds(std::string const& bytes, std::string const& end, bool ignoreCa
 } // namespace
 
 // Input: switches, two parts of a name, and a prefix or suffix to search for.
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     unsigned int const switches = input.Byte();
     std::string const first = input.Text();
     std::string const second = input.Text();
@@ -150,4 +151,5 @@ void Fuzz::Check(Input input) {
     CompareParts(first, switches);
     CompareSums(first, second);
     CompareEnds(first, end, (switches & 1) != 0);
+    return 0;
 }

@@ -18,9 +18,11 @@ void ReadUTF8(std::string const& text) {
 
 } // namespace
 
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     NumeralProperties::Check(input);
     for (int taken = 0; taken < 10; ++taken)
         input.Byte();
     ReadUTF8(std::string(input.Rest()));
+    return 0;
 }

@@ -170,7 +170,8 @@ std::string TakeName(Fuzz::Input& input) {
 } // namespace
 
 // Input: a capacity, a process ID, and up to four entries with their contents.
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     unsigned int const high = input.Byte();
     unsigned int const capacity = (high << 8 | input.Byte()) % 5000U;
     auto const id = static_cast<std::uint32_t>(ReferenceNumber::Unsigned(input.Text()));
@@ -183,4 +184,5 @@ void Fuzz::Check(Input input) {
     Require(answer == ReferenceAsk(ProcessAt(entries, id), capacity),
             "name, path and numbers of a process agree with the reference");
     Require(isRunning == ReferenceIsRunning(entries), "IsRunning agrees with the reference");
+    return 0;
 }

@@ -381,10 +381,12 @@ Outcome OutcomeOf(Read read, Texts const& texts) {
 } // namespace
 
 // Input: the arguments, including the program's name. There may be none.
-void Fuzz::Check(Input input) {
-    Texts const arguments = TakeArguments(input, 9);
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    Texts const arguments = Fuzz::TakeArguments(input, 9);
     Require(OutcomeOf(Query, arguments) == OutcomeOf(ReferenceQuery, arguments),
             "the parser of compliance-query agrees with the reference");
     Require(OutcomeOf(Doctor, arguments) == OutcomeOf(ReferenceDoctor, arguments),
             "the parser of compliance-doctor agrees with the reference");
+    return 0;
 }

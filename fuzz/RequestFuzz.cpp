@@ -9,11 +9,15 @@
 #include "fuzz/PrivateRoot.h"
 #include "fuzz/ReferenceNumber.h"
 #include "fuzz/ReferenceTree.h"
+#include "tests/system/Documents.h"
 
 namespace {
 
 constexpr char const* directory = "/var/opt/VeskaClient/RequestDir";
 constexpr char const* requestFile = "/var/opt/VeskaClient/RequestDir/request.xml";
+constexpr char const* emptyRequest = "<?xml version=\"1.0\"?>\r\n"
+                                     "<VeskaClientComplianceRequest Version=\"1.0\">"
+                                     "</VeskaClientComplianceRequest>";
 
 // The fields of a request as texts; empty for a document that is not a request.
 using Outcome = std::vector<std::string>;
@@ -54,36 +58,13 @@ Outcome Read() {
     return {};
 }
 
-std::string Escaped(std::string const& text) {
-    std::map<char, std::string> const escapes{{'<', "&lt;"}, {'>', "&gt;"}, {'&', "&amp;"}};
-    std::string escaped;
-    for (char byte : text) {
-        char number[8];
-        std::snprintf(number, sizeof(number), "&#x%02x;", static_cast<unsigned char>(byte));
-        escaped += escapes.contains(byte)                   ? escapes.at(byte)
-                   : static_cast<unsigned char>(byte) < 128 ? std::string(1, byte)
-                                                            : number;
-    }
-    return escaped;
-}
-
-std::string Line(std::string const& name, std::string const& text) {
-    return "\r\n\t<" + name + '>' + Escaped(text) + "</" + name + '>';
-}
-
 std::string ReferenceWrite(ClientComplianceRequest const& request) {
-    std::string document = "<?xml version=\"1.0\"?>\r\n"
-                           "<VeskaClientComplianceRequest Version=\"1.0\">";
-    std::string const end = "</VeskaClientComplianceRequest>";
-    char const* const types[] = {"Open", "Close", "Progress"};
-    auto const type = static_cast<std::size_t>(request.type);
-    if (type >= std::size(types))
-        return document + end;
-    document += Line("RequestType", types[type]);
     if (request.type == ClientComplianceOpen)
-        document += Line("RequestURL", request.url) + Line("RequestDOC", request.doc) +
-                    Line("RequestFlags", std::to_string(request.flags));
-    return document + "\r\n" + end;
+        return OpenRequest(Escaped(request.url), Escaped(request.doc),
+                           std::to_string(request.flags));
+    return request.type == ClientComplianceClose      ? closeRequest
+           : request.type == ClientComplianceProgress ? progressRequest
+                                                      : emptyRequest;
 }
 
 struct Exchange {
@@ -124,14 +105,16 @@ void CompareWriting(ClientComplianceRequest const& request) {
 
 // Input: a byte for the type of a request to write, then its flags and texts; or a byte that
 // selects reading, then a document.
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     unsigned int const kind = input.Byte() % 8U;
     if (kind >= 5) {
-        ExchangeOf([&] { WriteFile(requestFile, input.Rest()); });
-        return;
+        ExchangeOf([&] { Fuzz::WriteFile(requestFile, input.Rest()); });
+        return 0;
     }
     auto const flags = static_cast<std::uint32_t>(input.Number64());
     std::string const url = input.Text();
     CompareWriting({static_cast<ClientComplianceType>(static_cast<int>(kind) - 1), url,
                     std::string(input.Rest()), flags});
+    return 0;
 }

@@ -71,12 +71,14 @@ Outcome Read(XMLTreeParserPL const& document) {
 
 } // namespace
 
-void Fuzz::Check(Input input) {
-    std::vector<std::size_t> const lengths = TakeLengths(input);
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     XMLTreeParserPL parser;
     SplitByLengths(input.Rest(), lengths).Feed([&](ConstData chunk) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Require(Read(parser) == ReferenceRead(ReferenceTree(input.Rest())),
             "the response agrees with the reference");
+    return 0;
 }

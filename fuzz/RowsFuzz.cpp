@@ -173,7 +173,8 @@ void CompareVisible(std::string_view text) {
 } // namespace
 
 // Input: texts with length prefixes, six for each row.
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     std::deque<std::string> texts;
     RowList list;
     while (list.size() < 6 && !input.IsEmpty())
@@ -181,4 +182,5 @@ void Fuzz::Check(Input input) {
             CompareVisible(field = texts.emplace_back(input.Text()));
     CompareJson(list);
     CompareTsv(list);
+    return 0;
 }

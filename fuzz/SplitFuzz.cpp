@@ -1,3 +1,6 @@
 #include "fuzz/SplitProperties.h"
 
-void Fuzz::Check(Input input) { SplitProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    SplitProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

@@ -90,7 +90,8 @@ void RequireSame(std::string_view text, Reading const& reading) {
 
 } // namespace
 
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     std::size_t const before = input.Byte();
     std::string_view const text = input.Rest();
     std::optional<Reading> const reading = Read(text);
@@ -99,4 +100,5 @@ void Fuzz::Check(Input input) {
     if (!text.starts_with("\xEF\xBB\xBF"))
         Require(reading == Read(std::string(chunkSize - before, ' ').append(text)),
                 "the result does not depend on chunk boundaries");
+    return 0;
 }

@@ -1,3 +1,6 @@
 #include "fuzz/StringPLProperties.h"
 
-void Fuzz::Check(Input input) { StringPLProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    StringPLProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

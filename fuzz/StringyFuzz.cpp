@@ -1,3 +1,6 @@
 #include "fuzz/StringyProperties.h"
 
-void Fuzz::Check(Input input) { StringyProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    StringyProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

@@ -38,12 +38,14 @@ void Compare(std::vector<std::size_t> const& lengths, std::string_view bytes) {
 
 } // namespace
 
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     unsigned int const pair = input.Byte() % 6U;
-    std::vector<std::size_t> const lengths = TakeLengths(input);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
     unsigned int number = 0;
     ForEachTranscoder([&]<class Target, class Source>(Target, Source) {
         if (number++ == pair)
             Compare<Target, Source>(lengths, input.Rest());
     });
+    return 0;
 }

@@ -30,13 +30,15 @@ constexpr std::size_t longest = 24;
 } // namespace
 
 // Input: a pattern and a name.
-void Fuzz::Check(Input input) {
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
     std::string const given = input.Text();
     std::string const pattern = given.c_str();
     std::string const name(input.Rest().substr(0, longest));
     if (std::count(pattern.begin(), pattern.end(), '*') > static_cast<long>(maxStars))
-        return;
+        return 0;
     Require(UnixPlatform::MatchWildcard(ConstData(name), pattern.c_str()) ==
                 MatchByTheRule(name, pattern),
             "the matcher agrees with the reference");
+    return 0;
 }

@@ -7,8 +7,9 @@
 #include "tests/xml/NaiveXMLMachine.h"
 #include "xml/SimpleXMLParserPL.h"
 
-void Fuzz::Check(Input input) {
-    std::vector<std::size_t> const lengths = TakeLengths(input);
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    Fuzz::Input input(data, size);
+    std::vector<std::size_t> const lengths = Fuzz::TakeLengths(input);
 
     EventLog reference;
     NaiveXMLMachine(reference).Parse(input.Rest());
@@ -23,4 +24,5 @@ void Fuzz::Check(Input input) {
         parser.Parse(chunk.View().data(), static_cast<unsigned int>(chunk.Length()));
     });
     Require(cut.events == reference.events, "the events do not depend on chunk boundaries");
+    return 0;
 }

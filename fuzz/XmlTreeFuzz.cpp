@@ -1,3 +1,6 @@
 #include "fuzz/XmlTreeProperties.h"
 
-void Fuzz::Check(Input input) { XmlTreeProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    XmlTreeProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}

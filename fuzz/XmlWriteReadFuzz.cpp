@@ -1,3 +1,6 @@
 #include "fuzz/XmlWriteReadProperties.h"
 
-void Fuzz::Check(Input input) { XmlWriteReadProperties::Check(input); }
+int LLVMFuzzerTestOneInput(unsigned char const* data, std::size_t size) {
+    XmlWriteReadProperties::Check(Fuzz::Input(data, size));
+    return 0;
+}
