@@ -42,7 +42,7 @@ char const doctorHelp[] =
     "Verdicts:\n"
     "  ok        the check found no problem\n"
     "  note      the finding does not make evaluations fail\n"
-    "  problem   the finding makes evaluations by this user fail, or makes them\n"
+    "  problem   the finding can make evaluations by this user fail, or makes them\n"
     "            unsafe\n"
     "  skipped   the check was not possible, because of a problem that another line\n"
     "            reports\n"

@@ -65,10 +65,11 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "right now.",
      "For -22, retry later (--wait TIME). For other numbers, see the agent's log."},
     {QueryExit::usage, "usage", "the command line is invalid",
-     "An option, a value or an operand is not accepted. Nothing was sent to the agent.",
+     "An option, a value, an operand or the file of --config is not accepted. Nothing was sent to "
+     "the agent.",
      "See compliance-query --help."},
     {QueryExit::noAgent, "no-agent", "the agent is not installed, not running or not configured",
-     "The agent's program, its directories or its process are missing.",
+     "The agent's program, its request directory or its process is missing.",
      "Install or start the agent; compliance-doctor shows what is missing."},
     {QueryExit::busy, "busy", "another process holds the lock, or a request is already waiting",
      "Another evaluation runs on this machine, or the agent has not taken an earlier request.",
@@ -87,7 +88,7 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "Read the message on standard error, and run compliance-doctor as the same user."},
     {QueryExit::outputFailed, "output-failed", "the rows or the metrics could not be written",
      "Standard output, or the file of --output or --prometheus, could not be written.",
-     "Free disk space, or choose another file. The existing file is unchanged."},
+     "Free disk space, or choose another file. A file that could not be replaced is unchanged."},
     {QueryExit::stale, "stale", "the answer existed before the request",
      "The agent took the request, but the answer on disk is that of an earlier request. It does "
      "not describe the current state of the machine.",

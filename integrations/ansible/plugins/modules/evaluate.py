@@ -130,7 +130,7 @@ explanation:
   type: str
   sample: |-
     3 (no-agent): the agent is not installed, not running or not configured
-    Cause: The agent's program, its directories or its process are missing.
+    Cause: The agent's program, its request directory or its process is missing.
     Remedy: Install or start the agent; compliance-doctor shows what is missing.
 """
 
