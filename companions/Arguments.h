@@ -27,9 +27,9 @@ struct OptionRule {
 
 // A parsed command line. Does not interpret values.
 //
-// Syntax: options can precede and follow operands, as "--name VALUE" or "--name=VALUE". All
-// arguments after "--" are operands. An option can be repeated. Abbreviated names are errors, and
-// so is a long name with a single dash.
+// Syntax: options can precede and follow operands, as "--name VALUE", "--name=VALUE", "-n VALUE" or
+// "-nVALUE". Short names can be combined ("-qh"). All arguments after "--" are operands. An option
+// can be repeated. Abbreviated names are errors, and so is a long name with a single dash.
 //
 // Not thread-safe, because getopt_long(3) is not.
 class Arguments {

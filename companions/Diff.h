@@ -73,6 +73,6 @@ void WriteDiffText(Difference const& difference, DiffSide const& oldSide, DiffSi
                    bool useColor, Output& output);
 
 // Writes the difference as a JSON object. schema/compliance-diff.schema.json specifies it.
-// `goodResults` is the list of --regressions.
+// `goodResults` is the list of --regressions, or empty without that option.
 void WriteDiffJson(Difference const& difference, DiffSide const& oldSide, DiffSide const& newSide,
                    std::vector<std::string> const& goodResults, Output& output);

@@ -13,7 +13,7 @@ class FileFacts;
 enum class Verdict {
     ok,
     note,    // no evaluation fails for this reason
-    problem, // an evaluation by this user fails for this reason, or is unsafe
+    problem, // an evaluation by this user can fail for this reason, or is unsafe
     skipped  // not checked, because of a problem that another finding reports
 };
 
@@ -27,7 +27,7 @@ struct Finding {
     std::string message = {};
     // The action that solves the problem; empty for ok and skipped, and for a note without one.
     std::string remedy = {};
-    // The process that is the cause, and the age of the file that is the cause, if any.
+    // The process that the message describes, and the age of the file that is the cause, if any.
     std::optional<long> processId = {};
     std::optional<long long> ageInSeconds = {};
 };
@@ -50,10 +50,10 @@ Finding CheckAgentProcess();
 
 // Checks that this user can create requests.
 Finding CheckRequestDirectory();
-// Checks that this user can read responses.
+// Checks that this user has search permission for the directory, which reading a response requires.
 Finding CheckResponseDirectory();
-// Check that no user can replace the documents of another user (a problem), or create a document
-// while there is none (a note).
+// Check that the directory is not writable by all users. If it is, all users can replace its
+// documents (a problem), or with the sticky bit only create missing ones (a note).
 Finding CheckModesOfRequestDirectory();
 Finding CheckModesOfResponseDirectory();
 // Checks that the file system of the request directory has free space and inodes.
@@ -73,12 +73,12 @@ struct LockState {
     enum What {
         none,    // the lock is free, or there is no lock file
         held,    // `holder` holds it
-        unknown, // the file cannot be opened for reading, or is not a regular file
+        unknown, // the file cannot be examined or opened for reading, or is not a regular file
     };
 
     What what = none;
-    // The process ID. 0: the holder is in another PID namespace. -1: the lock is an open file
-    // description lock, which has no process (fcntl(2)).
+    // The process ID; set only for `held`. 0: the holder is in another PID namespace. -1: the lock
+    // is an open file description lock, which has no process (fcntl(2)).
     pid_t holder = 0;
 };
 

@@ -34,8 +34,9 @@ struct EvaluationEnd {
     int number = 0;
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // True if the request of Open, of the last Progress or of Close left the response file
-    // unchanged (ResponseWatch). An agent may leave it unchanged for Open and Close.
+    // True if the exchange of Open, the Progress exchange with the final answer, or the exchange of
+    // Close left the response file unchanged (ResponseWatch). An agent may leave it unchanged for
+    // Open and Close.
     bool openUnchanged = false;
     bool answerUnchanged = false;
     bool closeUnchanged = false;
@@ -51,7 +52,7 @@ struct EvaluationEnd {
 // first. A signal has precedence over every other end, and a final answer over the deadline.
 //
 // `useRows` takes the rows, which are valid only during the call, and whether the answer was stale.
-// Its exceptions, and std::bad_alloc of COMPLIANCE_Progress, propagate after the close. A
+// Its exceptions, and any other exception after COMPLIANCE_Open, propagate after the close. A
 // std::bad_alloc of COMPLIANCE_Open propagates without a close, and the lock is then held until the
 // process exits.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,

@@ -27,8 +27,8 @@ struct JsonFailure {
     std::string message = {};
 };
 
-// Writes one object with all rows, each on a line of its own, row by row. On a terminal, control
-// characters and non-ASCII characters are escaped ("\u001b"), because the terminal may interpret
+// Writes one object with all rows, each on a line of its own, row by row. On a terminal, all
+// characters except printable ASCII are escaped ("\u009b"), because the terminal may interpret
 // them.
 //
 // If a text is not UTF-8, its member has readable text (MakeReadable of VisibleText.h), and a
@@ -38,5 +38,5 @@ void WriteJson(Rows const& rows, Provenance const& provenance, Output& output);
 // Writes a line with the members of WriteJson except the rows, then one line for each row.
 void WriteNdjson(Rows const& rows, Provenance const& provenance, Output& output);
 
-// Writes the object for an evaluation without rows, on one line.
+// Writes the object for a failed evaluation, on one line.
 void WriteFailure(JsonFailure const& failure, Provenance const& provenance, Output& output);

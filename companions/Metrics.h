@@ -22,7 +22,8 @@ struct Metrics {
     std::chrono::milliseconds duration{};
     // The number of rows for each result; nullopt if the evaluation did not finish.
     std::optional<ResultCounts> results = {};
-    // The number of rows whose result --strict does not accept; nullopt without --strict.
+    // The number of rows whose result is not accepted; nullopt without a list of accepted results,
+    // or if the evaluation did not finish.
     std::optional<unsigned int> failing = {};
 };
 
@@ -39,6 +40,7 @@ struct Metrics {
 // "\xHH".
 std::string FormatMetrics(Metrics const& metrics, std::string_view former);
 
-// Replaces the file atomically. Throws ResultFileError. The mode of the file is 0644, whatever the
-// umask is, because the collector runs as another user.
+// Replaces the file atomically, and keeps samples of its previous content (FormatMetrics). A file
+// that is larger than any output of this function counts as empty. Throws ResultFileError. The mode
+// of the file is 0644, whatever the umask is, because the collector runs as another user.
 void WriteMetrics(std::string const& path, Metrics const& metrics);

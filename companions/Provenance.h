@@ -11,7 +11,7 @@
 struct QueryCommandLine;
 
 struct Provenance {
-    // Both null with -d.
+    // Both null for the default document (-d).
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
@@ -24,7 +24,7 @@ struct Provenance {
     // The final answer, and whether it is stale (ResponseWatch).
     ResponseState response = {};
     bool stale = false;
-    // The modification time of the agent's program; nullopt if it is missing.
+    // The modification time of the agent's program; nullopt if it cannot be examined.
     std::optional<timespec> agentModified = {};
 };
 

@@ -26,6 +26,7 @@ struct QueryCommandLine {
     std::optional<std::chrono::seconds> wait = {};
     // nullopt: standard output.
     std::optional<std::string> outputFile = {};
+    // nullopt: no metrics.
     std::optional<std::string> metricsFile = {};
     // A failed evaluation replaces `outputFile`, too.
     bool keepFailures = false;
@@ -34,7 +35,7 @@ struct QueryCommandLine {
     std::vector<std::string> acceptedResults = {};
     // The name of the option or configuration key with `acceptedResults`.
     char const* acceptedBy = "--strict";
-    // Accept an evaluation without rows despite --strict.
+    // Accept an evaluation without rows, although `acceptedResults` is not empty.
     bool allowEmpty = false;
     // The bitwise OR of COMPLIANCE_FLAG_ values.
     unsigned int flags = 0;
@@ -47,9 +48,9 @@ struct QueryCommandLine {
     std::string status = {};
 };
 
-// Parses the arguments of main and the configuration file of --config. Options override values of
-// the file. Throws CommandLineError; for an invalid file, with its first mistake. With --help or
-// --version, values are not checked, and operands may be missing.
+// Parses the arguments of main and the configuration file of --config. The options --flags and
+// --strict replace the values of the file. Throws CommandLineError; for an invalid file, with its
+// first mistake. With --help or --version, values are not checked, and operands may be missing.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // Returns the output of --help.

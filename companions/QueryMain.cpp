@@ -50,7 +50,7 @@ std::string DescribeFileError(char const* option, ResultFileError const& error) 
 constexpr char staleAnswer[] =
     "the agent took the request, but its answer existed before: it belongs to an earlier request";
 
-// Returns the failure for an evaluation without rows.
+// Returns the failure for an evaluation that did not finish or that a signal stopped.
 QueryFailure DescribeFailure(EvaluationEnd const& end) {
     switch (end.what) {
     case EvaluationEnd::agentError:

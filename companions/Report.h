@@ -22,11 +22,11 @@
 enum class Condition {
     missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
-    failed,      // the newest evaluation failed
+    failed,      // the newest evaluation failed, for another reason than a stale answer
     stale,       // its answer existed before its request, or it is unknown whether it did
     tooOld,      // it ended more than ReportOptions::maxAge ago
     fromFuture,  // it ended more than maxClockDifference after ReportOptions::now
-    noRows,      // it finished without rows
+    noRows,      // it finished without rows, and ReportOptions::allowEmpty is false
     notExpected, // the host is not one of the expected hosts
 };
 constexpr std::size_t conditionCount = 8;

@@ -13,7 +13,7 @@
 
 class Output;
 
-// The version of schema/compliance-report.schema.json. New members do not change it.
+// The version of schema/compliance-report.schema.json. New members and conditions do not change it.
 constexpr int reportSchemaVersion = 1;
 
 constexpr std::size_t maxHtmlRows = 5'000;
@@ -62,7 +62,7 @@ bool IsPlain(std::string_view text, std::string_view special);
 // and XML. Also escapes U+FFFE and U+FFFF, which are not allowed in XML.
 std::string EscapeMarkup(std::string const& text);
 
-// The same for Markdown: no character of the text has a meaning as markup.
+// The same for Markdown: no character of the text has a meaning as markup within a line.
 std::string EscapeMarkdown(std::string const& text);
 
 // Truncates text of more than maxShownBytes, and appends the number of omitted bytes.

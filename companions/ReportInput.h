@@ -17,7 +17,7 @@ struct ReportFiles {
 // directory, omits:
 //
 // - names that begin with a dot;
-// - temporary files of compliance-query --output;
+// - temporary files of compliance-query --output, for a file "*.json" or "*.ndjson";
 // - the outputs of the report and their temporary files, which an earlier run may have left;
 // - symbolic links to directories.
 //

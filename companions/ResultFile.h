@@ -8,7 +8,8 @@
 
 #include <sys/types.h>
 
-// what() is one line without the program's name: the path, the operation that failed, the reason.
+// what() is one line without the program's name: the path, and either the failed operation with its
+// error, or the reason why a ResultFile cannot have this path.
 class ResultFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -30,8 +31,9 @@ std::string ReasonAgainstResultFile(std::string const& path);
 // fs.protected_symlinks (proc(5)).
 class ResultFile {
 public:
-    // Creates the temporary file. Its mode is `mode`, by default 0666 less the umask. Throws
-    // ResultFileError; also if the path exists and is not a regular file.
+    // Creates the temporary file. Its mode is `mode`, by default 0666 less the umask. If the file
+    // system refuses the default mode, it is 0600. Throws ResultFileError; also if the path exists
+    // and is not a regular file.
     explicit ResultFile(std::string const& path, std::optional<mode_t> mode = {});
     // Removes the temporary file unless it was published.
     ~ResultFile();

@@ -14,14 +14,14 @@ public:
     using Clock = std::chrono::steady_clock;
 
     // Takes the values of --wait and --timeout. Restores the state of the previous attempt of this
-    // process, if there is one, and removes it from the environment.
+    // process, if there is one. Removes COMPLIANCE_QUERY_ATTEMPT from the environment.
     Retry(std::optional<std::chrono::seconds> wait, std::optional<std::chrono::seconds> timeout);
 
-    // Returns the end of --timeout, which starts with the first attempt.
+    // Returns the end of --timeout, which starts with the first attempt; nullopt without --timeout.
     std::optional<Clock::time_point> Deadline() const { return deadline; }
 
-    // Returns the time to sleep before the next attempt (exponential backoff), or nullopt if there
-    // is no time left.
+    // Returns the time to sleep before the next attempt (exponential backoff), or nullopt without
+    // --wait and if there is no time left.
     std::optional<std::chrono::milliseconds> Pause() const;
 
     // Executes the program again; does not return if that succeeds. Returns if a stop signal was

@@ -35,7 +35,7 @@ struct StoredProvenance {
     // The agent's answer existed before its request, or the document of a finished evaluation does
     // not state whether it did.
     bool stale = false;
-    // The modification time of the agent's program; nullopt if it was missing.
+    // The modification time of the agent's program; nullopt if it could not be examined.
     std::optional<StoredTime> agentModified = {};
 
     bool operator==(StoredProvenance const&) const = default;
@@ -82,8 +82,8 @@ public:
 
 // The maximum size of a file.
 constexpr std::size_t maxStoredBytes = std::size_t{256} << 20;
-// The maximum size of one JSON value with its escapes, or of whitespace. Checked once for each
-// chunk that is read, so it may be exceeded by the size of a chunk.
+// The maximum size of one JSON string with its escapes, of a number, or of whitespace. Checked once
+// for each chunk that is read, so it may be exceeded by the size of a chunk.
 constexpr std::size_t maxStoredTextBytes = std::size_t{1} << 20;
 // The maximum size of a text of the provenance or of a failure. Callers keep these in memory.
 constexpr std::size_t maxStoredFactBytes = 4096;
