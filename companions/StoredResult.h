@@ -101,6 +101,6 @@ std::size_t MixHash(std::size_t hash, std::string_view text);
 // schema may add.
 //
 // Throws StoredResultError, possibly after the last row; the caller must then discard the rows. The
-// reasons include a wrong "rowCount" and a repeated member.
+// reasons include a wrong "rowCount" and a repeated member, unless it is unknown.
 StoredResult ReadStoredResult(std::string const& path, StoredKind kind,
                               std::function<void(StoredRow&&)> const& useRow);
