@@ -1,43 +1,22 @@
 #include "data/AsciiFilters.h"
 
-#include <gtest/gtest.h>
-
-#include <type_traits>
-
 #include "data/Ascii.h"
-#include "data/Buffer.h"
 #include "data/DataFilterer.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/ForEachSplit.h"
-#include "tests/support/RecordingReceivers.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
+DataFilter* const bothFilters[] = {&Ascii::RaiseCase(), &Ascii::LowerCase()};
+
+// Long enough for several buffers of a DataFilterer.
 TEST(AsciiFiltersTest, FiltersMapEveryByte) {
     std::string const all = EveryByte() + EveryByte() + EveryByte() + EveryByte() + EveryByte();
     EXPECT_EQ(Ascii::RaiseCase(ConstData(all)), ApplyFilter(all, Ascii::RaiseCase()));
     EXPECT_EQ(Ascii::LowerCase(ConstData(all)), ApplyFilter(all, Ascii::LowerCase()));
 }
 
-TEST(AsciiFiltersTest, OutputIsIndependentOfChunks) {
-    ForEachSplit("aBc\xE9\0[zZ{@"_bytes, [](Chunks const& chunks) {
-        for (bool const raises : {true, false}) {
-            DataFilter& filter = raises ? static_cast<DataFilter&>(Ascii::RaiseCase())
-                                        : static_cast<DataFilter&>(Ascii::LowerCase());
-            RecordingDataReceiver receiver;
-            DataFilterer filterer;
-            DataReceiver& stage = filterer(receiver, filter);
-            stage.Start();
-            chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
-            stage.ReceiveEnd();
-            EXPECT_EQ(raises ? Bytes("ABC\xE9\0[ZZ{@") : Bytes("abc\xE9\0[zz{@"), receiver.Text());
-        }
-    });
-}
-
 TEST(AsciiFiltersTest, FiltersStopAtAFullTargetAndBufferNothing) {
-    for (DataFilter* const filter : {static_cast<DataFilter*>(&Ascii::RaiseCase()),
-                                     static_cast<DataFilter*>(&Ascii::LowerCase())}) {
+    for (DataFilter* const filter : bothFilters) {
         char room[2];
         ConstBuffer source(ConstData("123"));
         Buffer target{Data(room)};
@@ -61,10 +40,9 @@ TEST(AsciiFiltersTest, OverloadsOfTheBaseClassAreVisible) {
 }
 
 TEST(AsciiFiltersTest, EachFilterHasOneSharedInstance) {
-    EXPECT_EQ(&Ascii::RaiseCase(), &Ascii::RaiseCase());
-    EXPECT_EQ(&Ascii::LowerCase(), &Ascii::LowerCase());
-    EXPECT_EQ(sizeof(DataFilter), sizeof(Ascii::CaseRaisingFilter));
-    EXPECT_EQ(sizeof(DataFilter), sizeof(Ascii::CaseLoweringFilter));
+    EXPECT_THAT(bothFilters, ElementsAre(&Ascii::RaiseCase(), &Ascii::LowerCase()));
+    static_assert(sizeof(DataFilter) == sizeof(Ascii::CaseRaisingFilter));
+    static_assert(sizeof(DataFilter) == sizeof(Ascii::CaseLoweringFilter));
 }
 
 } // namespace

@@ -1,11 +1,6 @@
 #include "data/Ascii.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "tests/support/Bytes.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
@@ -28,10 +23,10 @@ std::vector<SetCase> AllSets() {
         {"WhiteSpace", WhiteSpace(), 4, "\x09\x0A\x0D\x0D\x20\x20"},
         {"LinearWhiteSpace", LinearWhiteSpace(), 2, "\x09\x09\x20\x20"},
         {"Alphabetic", Alphabetic(), 52, "AZaz"},
-        {"Alphabetic_", Alphabetic_(), 53, "AZaz__"},
+        {"Alphabetic_", Alphabetic_(), 53, "AZ__az"},
         {"Numeric", Numeric(), 10, "09"},
         {"Alphanumeric", Alphanumeric(), 62, "09AZaz"},
-        {"Alphanumeric_", Alphanumeric_(), 63, "09AZaz__"},
+        {"Alphanumeric_", Alphanumeric_(), 63, "09AZ__az"},
         {"UppercaseAlphabet", UppercaseAlphabet(), 26, "AZ"},
         {"LowercaseAlphabet", LowercaseAlphabet(), 26, "az"},
         {"HexDigits", HexDigits(), 22, "09AFaf"},
@@ -39,23 +34,23 @@ std::vector<SetCase> AllSets() {
     };
 }
 
-bool LiesInSpans(unsigned byte, std::string const& spans) {
-    for (std::size_t i = 0; i < spans.size(); i += 2)
-        if (static_cast<unsigned char>(spans[i]) <= byte &&
-            byte <= static_cast<unsigned char>(spans[i + 1]))
-            return true;
-    return false;
+std::string MembersOf(AsciiSet const& set) {
+    std::string members;
+    for (char const byte : EveryByte())
+        if (set.Contains(static_cast<unsigned char>(byte)))
+            members.push_back(byte);
+    return members;
 }
 
 TEST(AsciiTest, EachSetContainsExactlyItsMembers) {
     for (SetCase const& set : AllSets()) {
-        unsigned count = 0;
-        for (unsigned byte = 0; byte < 256; ++byte) {
-            bool const contained = set.set->Contains(static_cast<unsigned char>(byte));
-            count += contained;
-            EXPECT_EQ(LiesInSpans(byte, set.spans), contained) << set.name << ": " << byte;
-        }
-        EXPECT_EQ(set.count, count) << set.name;
+        std::string members;
+        for (std::size_t i = 0; i < set.spans.size(); i += 2)
+            for (int byte = static_cast<unsigned char>(set.spans[i]);
+                 byte <= static_cast<unsigned char>(set.spans[i + 1]); ++byte)
+                members.push_back(static_cast<char>(byte));
+        EXPECT_EQ(members, MembersOf(*set.set)) << set.name;
+        EXPECT_EQ(set.count, members.size()) << set.name;
     }
 }
 
@@ -69,25 +64,11 @@ TEST(AsciiTest, EachSetIsOneConstantObject) {
 }
 
 TEST(AsciiTest, HexDigitIsLowercaseWithoutRangeCheck) {
-    std::string digits;
-    for (unsigned value = 0; value <= 16; ++value)
-        digits.push_back(static_cast<char>(Ascii::HexDigit(value)));
-    EXPECT_EQ("0123456789abcdefg", digits);
-}
-
-TEST(AsciiTest, HexDigitValueIsTheInverseForBothCases) {
-    std::string const digits = "0123456789ABCDEFG";
     for (unsigned value = 0; value <= 16; ++value) {
+        EXPECT_EQ("0123456789abcdefg"[value], Ascii::HexDigit(value));
         EXPECT_EQ(value, Ascii::HexDigitValue(Ascii::HexDigit(value)));
-        EXPECT_EQ(value, Ascii::HexDigitValue(static_cast<unsigned char>(digits[value])));
+        EXPECT_EQ(value, Ascii::HexDigitValue("0123456789ABCDEFG"_bytes[value]));
     }
-}
-
-unsigned CountMembers(AsciiSet const& set) {
-    unsigned count = 0;
-    for (unsigned byte = 0; byte < 256; ++byte)
-        count += set.Contains(static_cast<unsigned char>(byte));
-    return count;
 }
 
 TEST(AsciiSetTest, SpanIncludesBothEnds) {
@@ -102,41 +83,28 @@ TEST(AsciiSetTest, SpanIncludesBothEnds) {
 
 TEST(AsciiSetTest, MembershipIsOneBitOfAWord) {
     AsciiSet const set{{0x00000001, 0x80000000, 0, 0, 0, 0, 0, 0x00000004}};
-    EXPECT_TRUE(set.Contains(0));
-    EXPECT_TRUE(set.Contains(63));
-    EXPECT_TRUE(set.Contains(226));
-    EXPECT_EQ(3u, CountMembers(set));
+    EXPECT_EQ(Bytes("\0\x3F\xE2"), MembersOf(set));
 }
 
 TEST(AsciiSetTest, CombinesAndComplementsSets) {
     AsciiSet const set = AsciiSet::Span('a', 'c') | AsciiSet::Only(0xFF);
-    EXPECT_EQ(4u, CountMembers(set));
-    EXPECT_TRUE(set['b'] && set[0xFF]);
-    EXPECT_EQ(252u, CountMembers(~set));
-    EXPECT_FALSE((~set)['b'] || (~set)[0xFF]);
-}
-
-std::string Trimmed(std::string const& text) { return MakeString(TrimAsciiWhitespace(text)); }
-
-std::string LeadingTrimmed(std::string const& text) {
-    return MakeString(TrimLeadingAsciiWhitespace(text));
+    EXPECT_EQ("abc\xFF", MembersOf(set));
+    EXPECT_TRUE(set['b'] && set[0xFF] && !set['d']);
+    EXPECT_EQ(EveryByte().replace('a', 3, "").substr(0, 252), MembersOf(~set));
 }
 
 TEST(AsciiTrimTest, TrimsAtTheEndsOnly) {
-    EXPECT_EQ("a b\t c", Trimmed(" \t\r\na b\t c \n\r\t"));
-    EXPECT_EQ("a b\t c \n", LeadingTrimmed(" \t\r\na b\t c \n"));
+    ConstData const text(" \t\r\na b\t c \n\r\t");
+    EXPECT_EQ(ConstData("a b\t c"), TrimAsciiWhitespace(text));
+    EXPECT_EQ(ConstData("a b\t c \n\r\t"), TrimLeadingAsciiWhitespace(text));
 }
 
 TEST(AsciiTrimTest, TrimsOnlyTabLineFeedReturnAndSpace) {
-    for (unsigned byte = 0; byte < 256; ++byte) {
-        std::string const character(1, static_cast<char>(byte));
-        bool const isTrimmed = byte == 9 || byte == 10 || byte == 13 || byte == 32;
-        EXPECT_EQ(isTrimmed ? "x" : character + "x" + character,
-                  Trimmed(character + "x" + character))
-            << byte;
-        EXPECT_EQ(isTrimmed ? "x" + character : character + "x" + character,
-                  LeadingTrimmed(character + "x" + character))
-            << byte;
+    for (char const byte : EveryByte()) {
+        std::string const text{byte, 'x', byte};
+        bool const isTrimmed = std::string("\t\n\r ").find(byte) != std::string::npos;
+        EXPECT_EQ(ConstData(isTrimmed ? "x" : text), TrimAsciiWhitespace(text));
+        EXPECT_EQ(ConstData(isTrimmed ? text.substr(1) : text), TrimLeadingAsciiWhitespace(text));
     }
 }
 

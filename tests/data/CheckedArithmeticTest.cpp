@@ -1,11 +1,8 @@
 #include "data/CheckedArithmetic.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
-#include <string>
-#include <type_traits>
-#include <vector>
+
+#include "tests/data/DataTest.h"
 
 namespace {
 
@@ -65,68 +62,45 @@ bool WrappingDifferenceOfUnsigned(U a, U b) {
     return WrapSigned<S>(a) >= WrapSigned<S>(static_cast<Wide>(b) + Bottom<S>());
 }
 
-// Collects differences, so that a loop over all pairs has one assertion at its end.
-class Mismatches {
-public:
-    template <typename A, typename B>
-    void Check(char const* predicate, A a, B b, bool answer, bool expected) {
-        ++checks;
-        if (answer == expected)
-            return;
-        if (++mismatches <= 5)
-            text += std::string(predicate) + "(" + std::to_string(a) + ", " + std::to_string(b) +
-                    ") in " + std::to_string(sizeof(A) * 8) + " bits; ";
-    }
-    std::string const& Text() const { return text; }
-    long Checks() const { return checks; }
-
-private:
-    std::string text;
-    long mismatches = 0;
-    long checks = 0;
-};
-
-template <typename U>
-void CheckUnsignedPair(Mismatches& out, U a, U b) {
-    using S = std::make_signed_t<U>;
-    Wide const wa = a;
-    Wide const wb = b;
-    out.Check("CanAdd", a, b, CanAdd(a, b), Fits<U>(wa + wb));
-    out.Check("CanSubtract", a, b, CanSubtract(a, b), Fits<U>(wa - wb));
-    out.Check("CanMultiply", a, b, CanMultiply(a, b), ProductFits(a, b));
-    out.Check("CanSubtractSigned", a, b, CanSubtractSigned(a, b),
-              WrappingDifferenceOfUnsigned<S>(a, b));
-    out.Check("CanOverflowWithAdd", a, 1, CanOverflowWithAdd(a), !Fits<U>(wa + 1));
+// Only the first difference is reported.
+template <typename A, typename B>
+void Check(char const* predicate, A a, B b, bool answer, bool expected) {
+    if (answer != expected && !testing::Test::HasFailure())
+        ADD_FAILURE() << predicate << '(' << std::to_string(a) << ", " << std::to_string(b)
+                      << ") in " << sizeof(A) * 8 << " bits";
 }
 
-template <typename S>
-void CheckSignedPair(Mismatches& out, S a, S b) {
+// Both operands have the same type.
+template <typename T>
+void CheckPair(T a, T b) {
     Wide const wa = a;
     Wide const wb = b;
-    out.Check("CanAdd", a, b, CanAdd(a, b), Fits<S>(wa + wb));
-    out.Check("CanSubtract", a, b, CanSubtract(a, b), Fits<S>(wa - wb));
-    out.Check("CanMultiply", a, b, CanMultiply(a, b), ProductFits(a, b));
-    out.Check("CanOverflowWithAdd", a, 1, CanOverflowWithAdd(a), !Fits<S>(wa + 1));
+    Check("CanAdd", a, b, CanAdd(a, b), Fits<T>(wa + wb));
+    Check("CanSubtract", a, b, CanSubtract(a, b), Fits<T>(wa - wb));
+    Check("CanMultiply", a, b, CanMultiply(a, b), ProductFits(a, b));
+    Check("CanOverflowWithAdd", a, 1, CanOverflowWithAdd(a), !Fits<T>(wa + 1));
 }
 
 template <typename S, typename U>
-void CheckMixedPair(Mismatches& out, S s, U u) {
+void CheckMixedPair(S s, U u) {
     Wide const ws = s;
     Wide const wu = u;
-    out.Check("CanAddSigned", s, u, CanAddSigned(s, u), Fits<S>(ws + wu));
-    out.Check("CanAddUnsigned", s, u, CanAddUnsigned(s, u), Fits<U>(ws + wu));
-    out.Check("CanSubtractSigned", s, u, CanSubtractSigned(s, u), Fits<S>(ws - wu));
-    out.Check("CanSubtractUnsigned", s, u, CanSubtractUnsigned(s, u), Fits<U>(ws - wu));
-    out.Check("CanSubtractUnsigned", u, s, CanSubtractUnsigned(u, s), Fits<U>(wu - ws));
-    out.Check("CanSubtractSigned", u, s, CanSubtractSigned(u, s), WrappingDifferenceOfMixed(u, s));
+    Check("CanAddSigned", s, u, CanAddSigned(s, u), Fits<S>(ws + wu));
+    Check("CanAddUnsigned", s, u, CanAddUnsigned(s, u), Fits<U>(ws + wu));
+    Check("CanSubtractSigned", s, u, CanSubtractSigned(s, u), Fits<S>(ws - wu));
+    Check("CanSubtractUnsigned", s, u, CanSubtractUnsigned(s, u), Fits<U>(ws - wu));
+    Check("CanSubtractUnsigned", u, s, CanSubtractUnsigned(u, s), Fits<U>(wu - ws));
+    Check("CanSubtractSigned", u, s, CanSubtractSigned(u, s), WrappingDifferenceOfMixed(u, s));
 }
 
 template <typename U>
-void CheckAllForms(Mismatches& out, U a, U b) {
+void CheckAllForms(U a, U b) {
     using S = std::make_signed_t<U>;
-    CheckUnsignedPair(out, a, b);
-    CheckSignedPair(out, static_cast<S>(a), static_cast<S>(b));
-    CheckMixedPair(out, static_cast<S>(a), b);
+    CheckPair(a, b);
+    CheckPair(static_cast<S>(a), static_cast<S>(b));
+    CheckMixedPair(static_cast<S>(a), b);
+    Check("CanSubtractSigned", a, b, CanSubtractSigned(a, b),
+          WrappingDifferenceOfUnsigned<S>(a, b));
 }
 
 // The bit patterns within a few steps of a power of two, of zero and of the limits, and the values
@@ -152,32 +126,24 @@ std::vector<U> Borders() {
 }
 
 template <typename U>
-void CheckBorders() {
-    Mismatches out;
-    std::vector<U> const borders = Borders<U>();
-    for (U a : borders)
-        for (U b : borders)
-            CheckAllForms(out, a, b);
-    EXPECT_EQ("", out.Text());
-    EXPECT_EQ(15 * static_cast<long>(borders.size() * borders.size()), out.Checks());
+void CheckPairsOf(std::vector<U> const& values) {
+    for (U a : values)
+        for (U b : values)
+            CheckAllForms(a, b);
 }
 
 using U8 = unsigned char;
 using S8 = signed char;
 
 TEST(CheckedArithmeticTest, EveryPairOf8BitsAgreesWithWideArithmetic) {
-    Mismatches out;
-    for (int a = 0; a < 256; ++a)
-        for (int b = 0; b < 256; ++b)
-            CheckAllForms(out, static_cast<U8>(a), static_cast<U8>(b));
-    EXPECT_EQ("", out.Text());
-    EXPECT_EQ(15L * 65536, out.Checks());
+    std::string const bytes = EveryByte();
+    CheckPairsOf(std::vector<U8>(bytes.begin(), bytes.end()));
 }
 
 TEST(CheckedArithmeticTest, LimitsOfWiderTypesAgreeWithWideArithmetic) {
-    CheckBorders<unsigned short>();
-    CheckBorders<unsigned int>();
-    CheckBorders<unsigned long long>();
+    CheckPairsOf(Borders<unsigned short>());
+    CheckPairsOf(Borders<unsigned int>());
+    CheckPairsOf(Borders<unsigned long long>());
 }
 
 // Deliberate: these results differ from the exact ones.

@@ -1,16 +1,7 @@
 #include "data/ConstData.h"
 
-#include <algorithm>
-#include <random>
-#include <string>
-#include <string_view>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "data/Buffer.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
+#include "fuzz/SplitProperties.h"
+#include "tests/data/DataTest.h"
 #include "tests/support/GuardedBytes.h"
 
 namespace {
@@ -69,16 +60,14 @@ TEST(ConstDataTest, EmptyRangeContainsNoByte) {
 
 TEST(ConstDataTest, FindsTheFirstOccurrenceOfEachByte) {
     std::string const bytes = EveryByte() + EveryByte();
-    std::vector<int> wrong;
-    for (int byte = 0; byte < 256; ++byte) {
-        ConstData const data(bytes);
+    ConstData const data(bytes);
+    for (unsigned byte = 0; byte < 256; ++byte) {
         unsigned char const wanted = static_cast<unsigned char>(byte);
         ConstData const without(data.begin + byte + 1, data.begin + byte + 256);
-        if (data.PositionOf(wanted) != static_cast<std::uint64_t>(byte) || !data.Contains(wanted) ||
-            without.Contains(wanted) || without.PositionOf(wanted) != ConstData::notFound)
-            wrong.push_back(byte);
+        EXPECT_EQ(byte, data.PositionOf(wanted));
+        EXPECT_EQ(ConstData::notFound, without.PositionOf(wanted)) << byte;
+        EXPECT_TRUE(data.Contains(wanted) && !without.Contains(wanted)) << byte;
     }
-    EXPECT_EQ(std::vector<int>(), wrong);
 }
 
 TEST(ConstDataTest, EmptyPatternIsContainedButHasNoPosition) {
@@ -93,29 +82,20 @@ TEST(ConstDataTest, EmptyPatternIsContainedButHasNoPosition) {
     }
 }
 
+// Occurrences do not overlap.
 TEST(ConstDataTest, SearchesAgreeWithReference) {
-    unsigned const seed = 20240;
-    std::mt19937 random(seed);
-    std::vector<std::string> wrong;
+    std::mt19937 random(20240);
     for (int round = 0; round < 20000; ++round) {
         std::string const text = RandomBytes(random, random() % 40, Bytes("ab\0"));
         std::string const pattern = RandomBytes(random, 1 + random() % 5, Bytes("ab\0"));
         Positions expected;
-        for (std::size_t at = 0; at + pattern.size() <= text.size();) {
-            bool const matches = std::equal(pattern.begin(), pattern.end(), text.begin() + at);
-            if (matches)
-                expected.push_back(at);
-            at += matches ? pattern.size() : 1;
-        }
-        ConstData const range(text);
-        std::uint64_t const first = expected.empty() ? ConstData::notFound : expected.front();
-        if (range.PositionsOf(pattern) != expected || range.PositionOf(pattern) != first ||
-            range.Contains(ConstData(pattern)) != !expected.empty() ||
-            range.StartsWith(pattern) != text.starts_with(pattern) ||
-            range.EndsWith(pattern) != text.ends_with(pattern))
-            wrong.push_back(Shown(text) + " / " + Shown(pattern));
+        for (std::size_t at = text.find(pattern); at != std::string::npos;
+             at = text.find(pattern, at + pattern.size()))
+            expected.push_back(at);
+        ASSERT_EQ(expected, ConstData(text).PositionsOf(pattern))
+            << Shown(text) << " / " << Shown(pattern);
+        ExpectHolds(text, [&] { SplitProperties::CompareSearch(text, pattern); });
     }
-    EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
 }
 
 // A search that restarts at each byte would take 2^40 steps.
@@ -130,49 +110,40 @@ TEST(ConstDataTest, CopiesAsManyBytesAsBothSidesHold) {
     unsigned char target[] = {'.', '.', '.', '.'};
     EXPECT_EQ(ConstData(), ConstData("abc") >> Data(target));
     EXPECT_EQ(ConstData("abc."), ConstData(target)) << "the bytes after the copy are not changed";
-    EXPECT_EQ(ConstData("ef"), ConstData("ABCDef") >> Data(target));
-    EXPECT_EQ(ConstData("ABCD"), ConstData(target));
-}
-
-TEST(ConstDataTest, RestOfACopyPointsIntoTheSource) {
-    ConstData const source("abcd");
-    unsigned char target[2];
+    ConstData const source("ABCDef");
     ConstData const rest = source >> Data(target);
-    EXPECT_EQ(source.begin + 2, rest.begin);
+    EXPECT_EQ(ConstData("ABCD"), ConstData(target));
+    EXPECT_EQ(source.begin + 4, rest.begin);
     EXPECT_EQ(source.end, rest.end);
     EXPECT_EQ(source.begin, (source >> Data()).begin);
     EXPECT_EQ(nullptr, (ConstData() >> Data(target)).begin);
 }
 
+// The difference of the first bytes that differ, or the order of the lengths.
+int ReferenceCompare(std::string const& left, std::string const& right) {
+    auto const [a, b] = std::mismatch(left.begin(), left.end(), right.begin(), right.end());
+    if (a != left.end() && b != right.end())
+        return static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
+    return (left.size() > right.size()) - (left.size() < right.size());
+}
+
 TEST(ConstDataTest, ComparisonsAgreeWithReference) {
-    unsigned const seed = 20241;
-    std::mt19937 random(seed);
-    std::vector<std::string> wrong;
+    std::mt19937 random(20241);
     for (int round = 0; round < 20000; ++round) {
-        std::string left = RandomBytes(random, random() % 40, Bytes("aa\xFF"));
+        std::string const left = RandomBytes(random, random() % 40, Bytes("aa\xFF"));
         std::string right = left.substr(0, random() % (left.size() + 1)) +
                             RandomBytes(random, random() % 4, Bytes("a\0"));
         if (round % 2 == 0)
             right = RandomBytes(random, random() % 3, Bytes("ab")) + left;
-        std::size_t const common = std::min(left.size(), right.size());
-        int forward = (left.size() > right.size()) - (left.size() < right.size());
-        int backward = forward;
-        auto const difference = [](char a, char b) {
-            return static_cast<unsigned char>(a) - static_cast<unsigned char>(b);
-        };
-        for (std::size_t i = common; i > 0; --i) {
-            if (left[i - 1] != right[i - 1])
-                forward = difference(left[i - 1], right[i - 1]);
-            if (left[left.size() - i] != right[right.size() - i])
-                backward = difference(left[left.size() - i], right[right.size() - i]);
-        }
-        if (Compare(left, right) != forward || CompareReversed(left, right) != backward ||
-            (ConstData(left) < ConstData(right)) != (forward < 0) ||
-            (ConstData(left) == ConstData(right)) != (forward == 0) ||
-            Sign(Compare(right, left)) != -Sign(forward))
-            wrong.push_back(Shown(left) + " / " + Shown(right));
+        int const forward = ReferenceCompare(left, right);
+        SCOPED_TRACE(Shown(left) + " / " + Shown(right));
+        ASSERT_EQ(forward, Compare(left, right));
+        ASSERT_EQ(Sign(-forward), Sign(Compare(right, left)));
+        ASSERT_EQ(ReferenceCompare({left.rbegin(), left.rend()}, {right.rbegin(), right.rend()}),
+                  CompareReversed(left, right));
+        ASSERT_EQ(forward < 0, ConstData(left) < ConstData(right));
+        ASSERT_EQ(forward == 0, ConstData(left) == ConstData(right));
     }
-    EXPECT_EQ(std::vector<std::string>(), wrong) << "seed " << seed;
 }
 
 TEST(ConstDataTest, ReadingAllocatesNothing) {
@@ -224,6 +195,74 @@ TEST(ConstDataWithCapacityTest, EmbeddedNulsAreCounted) {
 
 TEST(ConstDataWithCapacityTest, AllocatesNothing) {
     EXPECT_EQ(0u, AllocationsOf([] { ConstDataWithCapacity<48>(ConstData("ANSI_X3.4-1968")); }));
+}
+
+using Pieces = std::vector<std::string>;
+
+constexpr bool asIs = false;
+constexpr bool trimmed = true;
+constexpr bool dropEmpty = false;
+constexpr bool keepEmpty = true;
+
+Pieces Split(std::string const& text, std::string const& separator, bool trim, bool keep) {
+    Pieces pieces;
+    for (ConstData piece : ConstData(text).Split(separator, trim, keep))
+        pieces.push_back(MakeString(piece));
+    return pieces;
+}
+
+TEST(ConstDataSplitTest, SplitsThenTrimsThenDropsEmptyPieces) {
+    struct {
+        char const *text, *separator;
+        bool trim, keep;
+        Pieces pieces;
+    } const cases[] = {
+        {"a,,b", ",", asIs, dropEmpty, {"a", "b"}},
+        {"a,,b", ",", asIs, keepEmpty, {"a", "", "b"}},
+        {",", ",", asIs, dropEmpty, {}},
+        {",a,", ",", asIs, keepEmpty, {"", "a", ""}},
+        {"abc", ",", asIs, dropEmpty, {"abc"}},
+        {" abc ", ",", trimmed, dropEmpty, {"abc"}},
+        // A text shorter than the separator is one piece, even if empty.
+        {"", ",", asIs, dropEmpty, {""}},
+        {"a", "ab", asIs, dropEmpty, {"a"}},
+        {" ", "ab", trimmed, dropEmpty, {""}},
+        {" ", "ab", asIs, dropEmpty, {" "}},
+        // An empty separator does not split.
+        {" a b ", "", asIs, keepEmpty, {" a b "}},
+        {" a b ", "", trimmed, dropEmpty, {"a b"}},
+        {"  ", "", trimmed, dropEmpty, {""}},
+        {"", "", asIs, dropEmpty, {""}},
+        {" one ,two\t,\r\n three four ", ",", trimmed, dropEmpty, {"one", "two", "three four"}},
+        {"a,  ,b", ",", trimmed, dropEmpty, {"a", "b"}},
+        {"a,  ,b", ",", trimmed, keepEmpty, {"a", "", "b"}},
+        {"a,  ,b", ",", asIs, dropEmpty, {"a", "  ", "b"}},
+        // Separators are found before pieces are trimmed.
+        {" a b ", " ", trimmed, dropEmpty, {"a", "b"}},
+        {" a b ", " ", trimmed, keepEmpty, {"", "a", "b", ""}},
+        {"  ", "  ", trimmed, dropEmpty, {}},
+        // Occurrences do not overlap.
+        {"aaa", "aa", asIs, keepEmpty, {"", "a"}},
+        {"x---y", "--", asIs, keepEmpty, {"x", "-y"}},
+    };
+    for (auto const& [text, separator, trim, keep, pieces] : cases)
+        EXPECT_EQ(pieces, Split(text, separator, trim, keep)) << text << " by " << separator;
+}
+
+TEST(ConstDataSplitTest, PiecesAreViewsOfTheText) {
+    ConstData const text("ab, c,  ");
+    std::vector<ConstData> const pieces = text.Split(",", trimmed, keepEmpty);
+    ASSERT_EQ(3u, pieces.size());
+    EXPECT_EQ(text.begin, pieces[0].begin);
+    EXPECT_EQ(text.begin + 2, pieces[0].end);
+    EXPECT_EQ(text.begin + 4, pieces[1].begin);
+    EXPECT_EQ(text.begin + 5, pieces[1].end);
+    EXPECT_EQ(text.end, pieces[2].begin) << "an empty piece is at the end of its whitespace";
+    EXPECT_EQ(text.end, pieces[2].end);
+}
+
+TEST(ConstDataSplitTest, RandomTextAgreesWithReference) {
+    ForRandomInputs(7, 20000, 20, "ab \t", SplitProperties::Check);
 }
 
 } // namespace

@@ -1,12 +1,6 @@
 #include "data/DataFilter.h"
 
-#include <type_traits>
-
-#include <gtest/gtest.h>
-
-#include "data/Buffer.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/VirtualSlot.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
@@ -83,12 +77,6 @@ TEST(DataFilterTest, BufferIsNotFilteredIntoAnEmptyRange) {
     EXPECT_EQ(3, filter.calls);
     filter(source, Data());
     EXPECT_EQ(3, filter.calls);
-}
-
-TEST(DataFilterTest, CopyIsTheIdentity) {
-    unsigned char bytes[3];
-    DataFilter::copy(ConstData("abc"), Data(bytes));
-    EXPECT_EQ(ConstData("abc"), ConstData(bytes));
 }
 
 // The destructor takes the first two slots.

@@ -1,28 +1,13 @@
 #include "data/DataFilterer.h"
 
-#include <algorithm>
-#include <string>
-#include <type_traits>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "data/AsciiFilters.h"
-#include "data/Buffer.h"
-#include "data/ConstDataRopeReference.h"
 #include "data/DataFilter.h"
-#include "data/DataReceiver.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/ForEachSplit.h"
-#include "tests/support/RecordingReceivers.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
 static_assert(!std::is_convertible_v<DataFilterer*, DataReceiver*>,
               "only the binding call returns the interface");
-
-using Calls = std::vector<std::string>;
 
 // Swaps the bytes of each pair, and holds the first one back.
 class SwappingFilter : public DataFilter {
@@ -113,11 +98,8 @@ TEST(DataFiltererTest, OutputIsIndependentOfChunks) {
     RecordingDataReceiver receiver;
     DataFilterer filterer;
     SwappingFilter filter;
-    DataReceiver& stage = filterer(receiver, filter);
     ForEachSplit("abcdefg\0hijk\xFF"_bytes, [&](Chunks const& chunks) {
-        stage.Start();
-        chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
-        stage.ReceiveEnd();
+        Send(chunks, filterer(receiver, filter));
         EXPECT_EQ(Bytes("badcfe\0gihkj\xFF"), receiver.Text());
     });
 }
@@ -136,12 +118,6 @@ public:
     using DataFilter::operator();
     void operator()(ConstBuffer&, Buffer&) override { ADD_FAILURE() << "a filter call"; }
 };
-
-TEST(ApplyFilterTest, IdentityReturnsTheInput) {
-    EXPECT_EQ(EveryByte(), ApplyFilter(EveryByte(), DataFilter::copy));
-    std::string const text(5000, 'x');
-    EXPECT_EQ(text, ApplyFilter(text, DataFilter::copy));
-}
 
 TEST(ApplyFilterTest, EmptyRangeMakesNoFilterCall) {
     NeverCalledFilter filter;

@@ -1,17 +1,8 @@
 #include "data/DataReader.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <string>
-#include <type_traits>
-
-#include <gtest/gtest.h>
-
-#include "data/Buffer.h"
 #include "data/ReadReader.h"
-#include "tests/support/Bytes.h"
+#include "tests/data/DataTest.h"
 #include "tests/support/ChunkReader.h"
-#include "tests/support/VirtualSlot.h"
 
 namespace {
 
@@ -37,6 +28,7 @@ TEST(DataReaderTest, StoresBytesBeforeThrowingNoMoreData) {
     bytes[10] = '.';
     EXPECT_THROW(reader >> Data(bytes), NoMoreData);
     EXPECT_EQ(ConstData("0123456789."), ConstData(bytes));
+    EXPECT_STREQ("10NoMoreData", NoMoreData().what());
 }
 
 // Overrides Unfinished in addition to Finished.
@@ -84,10 +76,6 @@ TEST(DataReaderTest, EmptyIsASharedFinishedReader) {
     EXPECT_FALSE(empty.Unfinished());
 }
 
-TEST(DataReaderTest, WhatReturnsTheTypeNameOfNoMoreData) {
-    EXPECT_STREQ("10NoMoreData", NoMoreData().what());
-}
-
 // The destructor takes the first two slots.
 TEST(DataReaderTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(2u, SlotOf(&DataReader::Finished));
@@ -96,20 +84,16 @@ TEST(DataReaderTest, VirtualSlotsHaveFixedOrder) {
     EXPECT_EQ(5u, SlotOf<DataReader& (DataReader::*)(Data)>(&DataReader::operator>>));
 }
 
-TEST(EmptyDataReaderTest, LeavesTheBufferUnchanged) {
-    EmptyDataReader reader;
-    unsigned char bytes[] = {'a'};
-    Buffer buffer{Data(bytes)};
-    EXPECT_EQ(&reader, &(reader >> buffer));
-    EXPECT_EQ(bytes, buffer.position);
-    EXPECT_EQ('a', bytes[0]);
-}
-
 TEST(EmptyDataReaderTest, FillsOnlyAnEmptyRange) {
-    unsigned char byte[1];
-    EXPECT_EQ(&DataReader::Empty(), &(DataReader::Empty() >> Data()));
-    EXPECT_EQ(&DataReader::Empty(), &(DataReader::Empty() >> Data(byte, 0)));
-    EXPECT_THROW(DataReader::Empty() >> Data(byte), NoMoreData);
+    EmptyDataReader reader;
+    unsigned char byte[] = {'a'};
+    Buffer buffer{Data(byte)};
+    EXPECT_EQ(&reader, &(reader >> buffer));
+    EXPECT_EQ(byte, buffer.position);
+    EXPECT_EQ(&reader, &(reader >> Data()));
+    EXPECT_EQ(&reader, &(reader >> Data(byte, 0)));
+    EXPECT_THROW(reader >> Data(byte), NoMoreData);
+    EXPECT_EQ('a', byte[0]);
 }
 
 } // namespace

@@ -1,13 +1,8 @@
 #include "data/DebuggableException.h"
 
-#include <exception>
-#include <type_traits>
-
-#include <gtest/gtest.h>
-
-#include "data/ConstData.h"
 #include "data/DataReader.h"
 #include "data/ReadAsciiNumeral.h"
+#include "tests/data/DataTest.h"
 
 // At global scope, because the tests compare the encoded name of the type.
 class SilentError : public DebuggableException {};

@@ -1,21 +1,8 @@
 #include "data/HeaderMaker.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "data/DataReceiver.h"
-#include "data/LineMaker.h"
-#include "data/MessageReceiver.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/ForEachSplit.h"
-#include "tests/support/RecordingReceivers.h"
+#include "tests/data/DataTest.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
 
 // The mock expects the Start that a MessageMaker sends; a HeaderMaker makes no such call.
 class FieldRecorder : public RecordingMessageReceiver {
@@ -86,33 +73,25 @@ TEST(HeaderMakerTest, ReportsFieldsHoweverTheHeaderIsSplit) {
             FieldRecorder receiver;
             HeaderMaker maker(receiver);
             LineMaker lines(maker);
-            lines.Start();
-            chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
-            lines.ReceiveEnd();
+            Send(chunks, lines);
             EXPECT_EQ(expected, receiver.Events());
         });
     }
 }
 
-TEST(HeaderMakerTest, EmptyValueMakesNoReceiveCall) {
+TEST(HeaderMakerTest, EmptyValuesAndChunksMakeNoReceiveCall) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);
     maker.Start(0);
-    maker.Receive("X-Y:");
-    maker.ReceiveEnd(4);
-    EXPECT_EQ(EventsOf({{0, "x-y", "", 4}}), receiver.Calls());
-}
-
-TEST(HeaderMakerTest, EmptyChunkHasNoEffect) {
-    FieldRecorder receiver;
-    HeaderMaker maker(receiver);
-    maker.Start(0);
-    maker.Receive(ConstData());
-    maker.Receive("a:");
-    maker.Receive(ConstData());
-    maker.Receive("1");
-    EXPECT_EQ(Calls({"Start 0", "ReceiveHeaderField 0 a", "field Start", "field Receive 1"}),
-              receiver.Calls());
+    for (ConstData const chunk : {ConstData("X-Y:"), ConstData()})
+        maker.Receive(chunk);
+    maker.ReceiveLineBreak({4, 5});
+    for (ConstData const chunk : {ConstData(), ConstData("a:"), ConstData(), ConstData("1")})
+        maker.Receive(chunk);
+    Calls expected = EventsOf({{0, "x-y", "", 4}});
+    for (char const* const call : {"ReceiveHeaderField 5 a", "field Start", "field Receive 1"})
+        expected.push_back(call);
+    EXPECT_EQ(expected, receiver.Calls());
 }
 
 TEST(HeaderMakerTest, ForwardsNoStartLineBreakOrEnd) {
@@ -171,26 +150,6 @@ TEST(HeaderMakerTest, FieldEndsBeforeALastLineBreakOnly) {
         maker.ReceiveEnd(end);
         EXPECT_EQ(fieldEnd, receiver.Calls().back());
     }
-}
-
-TEST(HeaderMakerTest, AllocatesNothing) {
-    class Ignorer : public MessageReceiver {
-    public:
-        void Start(unsigned long long) override {}
-        DataReceiver& ReceiveHeaderField(unsigned long long, ConstData) override {
-            return DataReceiver::Ignore();
-        }
-        void ReceiveHeaderFieldEnd(unsigned long long) override {}
-        LineReceiver& ReceiveBody(unsigned long long) override { return body; }
-        void ReceiveEnd(unsigned long long) override {}
-        RecordingLineReceiver body;
-    };
-    Ignorer ignorer;
-    EXPECT_EQ(0u, AllocationsOf([&] {
-                  HeaderMaker maker(ignorer);
-                  LineMaker lines(maker);
-                  StartReceiveAndEnd(lines, "Name: value\n continued\nAnother: one\n");
-              }));
 }
 
 } // namespace

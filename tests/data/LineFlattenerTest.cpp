@@ -1,31 +1,14 @@
 #include "data/LineFlattener.h"
 
-#include <string>
-#include <type_traits>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "data/DataReceiver.h"
-#include "data/LineMaker.h"
 #include "data/StringReceiver.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/ForEachSplit.h"
-#include "tests/support/RecordingReceivers.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
 static_assert(!std::is_convertible_v<LineFlattener*, LineReceiver*>,
               "only the binding call returns the interface");
 
-using Calls = std::vector<std::string>;
-
-TEST(LineFlattenerTest, HasFivePredefinedLineBreaks) {
-    EXPECT_EQ(ConstData("\r"), LineFlattener::cr);
-    EXPECT_EQ(ConstData("\n"), LineFlattener::lf);
-    EXPECT_EQ(ConstData("\r\n"), LineFlattener::crlf);
-    EXPECT_EQ(ConstData(" "), LineFlattener::space);
+TEST(LineFlattenerTest, NoLineBreakIsANullRange) {
     EXPECT_EQ(nullptr, LineFlattener::nothing.begin);
     EXPECT_EQ(nullptr, LineFlattener::nothing.end);
 }
@@ -43,9 +26,7 @@ TEST(LineFlattenerTest, ReplacesEveryLineBreakHoweverTheTextIsSplit) {
             StringReceiver string;
             LineFlattener flattener;
             LineMaker lines(flattener(row.lineBreak, string(result)));
-            lines.Start();
-            chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
-            lines.ReceiveEnd();
+            Send(chunks, lines);
             EXPECT_EQ(row.flattened, result);
         });
 }

@@ -1,13 +1,7 @@
 #include "data/MakeAsciiNumeral.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "fuzz/NumeralProperties.h"
-#include "fuzz/RandomInputs.h"
-#include "tests/support/FailingAllocation.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 

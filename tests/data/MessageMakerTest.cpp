@@ -1,47 +1,10 @@
 #include "data/MessageMaker.h"
 
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "data/ConstDataRopeReference.h"
-#include "data/DataReceiver.h"
 #include "data/LineFlattener.h"
-#include "data/LineMaker.h"
-#include "data/MessageReceiver.h"
 #include "fuzz/MessageProperties.h"
-#include "fuzz/RandomInputs.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/ForEachSplit.h"
-#include "tests/support/RecordingReceivers.h"
-#include "tests/support/VirtualSlot.h"
+#include "tests/data/DataTest.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
-
-void ExpectForEachSplit(Calls const& expected, ConstData text) {
-    ForEachSplit(text, [&](Chunks const& chunks) {
-        RecordingMessageReceiver receiver;
-        MessageMaker maker(receiver);
-        LineMaker lines(maker);
-        lines.Start();
-        chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
-        lines.ReceiveEnd();
-        EXPECT_EQ(expected, receiver.Events());
-    });
-}
-
-TEST(MessageMakerTest, FieldsPrecedeBody) {
-    ExpectForEachSplit({"Start 0", "ReceiveHeaderField 0 title", "field Start",
-                        "field Receive hi there", "field ReceiveEnd", "ReceiveHeaderFieldEnd 16",
-                        "ReceiveBody 18", "body Start 18", "body Receive body",
-                        "body ReceiveEnd 22", "ReceiveEnd 22"},
-                       "Title: hi\n there\n\nbody");
-}
 
 void ExpectAgreementForEachSplit(std::string const& text) {
     ForEachSplit(text, [&](Chunks const& chunks) {
@@ -50,8 +13,9 @@ void ExpectAgreementForEachSplit(std::string const& text) {
 }
 
 TEST(MessageMakerTest, ShortMessagesAgreeWithReference) {
-    for (char const* const text : {"", "\n", "a: b", "a: b\n", "X-Y:\r\n\r\n", "\r\na: b\n\nc",
-                                   "a:b\n \n c\n\n", " a\n\nb\r\n"})
+    for (char const* const text :
+         {"Title: hi\n there\n\nbody", "", "\n", "a: b", "a: b\n", "X-Y:\r\n\r\n", "\r\na: b\n\nc",
+          "a:b\n \n c\n\n", " a\n\nb\r\n"})
         ExpectAgreementForEachSplit(text);
 }
 

@@ -1,16 +1,9 @@
 #include "data/Numeral.h"
 
-#include <gtest/gtest.h>
-
 #include <limits>
-#include <string>
-#include <type_traits>
-#include <vector>
 
 #include "fuzz/NumeralProperties.h"
-#include "fuzz/RandomInputs.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 

@@ -1,14 +1,7 @@
 #include "data/ReadAsciiNumeral.h"
 
-#include <gtest/gtest.h>
-
-#include <charconv>
-#include <string>
-#include <vector>
-
 #include "fuzz/NumeralProperties.h"
-#include "fuzz/RandomInputs.h"
-#include "tests/support/FailingAllocation.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 

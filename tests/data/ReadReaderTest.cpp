@@ -1,20 +1,9 @@
 #include "data/ReadReader.h"
 
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "data/DataReader.h"
-#include "data/DataReceiver.h"
-#include "tests/support/Bytes.h"
+#include "tests/data/DataTest.h"
 #include "tests/support/ChunkReader.h"
-#include "tests/support/FailingAllocation.h"
-#include "tests/support/RecordingReceivers.h"
 
 namespace {
-
-using Calls = std::vector<std::string>;
 
 TEST(ReadReaderTest, PassesOnOneChunkOfAtMost4096BytesForEachRead) {
     struct {

@@ -1,13 +1,6 @@
 #include "data/StringReceiver.h"
 
-#include <string>
-#include <type_traits>
-
-#include <gtest/gtest.h>
-
-#include "data/DataReceiver.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/ForEachSplit.h"
+#include "tests/data/DataTest.h"
 
 namespace {
 
@@ -18,10 +11,7 @@ TEST(StringReceiverTest, CollectsTheChunks) {
     ForEachSplit(EveryByte(), [](Chunks const& chunks) {
         std::string text;
         StringReceiver receiver;
-        DataReceiver& stage = receiver(text);
-        stage.Start();
-        chunks.Feed([&](ConstData chunk) { stage.Receive(chunk); });
-        stage.ReceiveEnd();
+        Send(chunks, receiver(text));
         EXPECT_EQ(EveryByte(), text);
     });
 }
