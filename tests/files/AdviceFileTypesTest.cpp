@@ -1,12 +1,8 @@
 #include "files/AdviceFileTypes.h"
 
-#include <climits>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "files/FileName.h"
+#include "tests/files/FileTest.h"
+#include <climits>
 
 namespace {
 

@@ -1,10 +1,6 @@
 #include "files/FileDataSink.h"
 
-#include <type_traits>
-
 #include "data/DataReceiver.h"
-#include "data/LineFlattener.h"
-#include "data/LineMaker.h"
 #include "files/FileWritingPath.h"
 #include "tests/files/FileTest.h"
 
@@ -59,15 +55,6 @@ TEST_F(FileDataSinkTest, FailedFlushOrWriteThrows) {
     EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { receiver << ConstData("a"); }));
     calls.Fail("fsync", EIO);
     EXPECT_EQ("FileIOError EIO", Thrown([&] { receiver.ReceiveEnd(); }));
-}
-
-TEST_F(FileDataSinkTest, IsTheLastStageOfAChainOfLines) {
-    FileWritingPath const empty(file, FileWritingPath::OpenNewFileOrAsNewFile());
-    FileDataSink sink;
-    LineFlattener flattener;
-    LineMaker lines(flattener(LineFlattener::crlf, sink(empty, 0)));
-    StartReceiveAndEnd(lines, ConstData("a\nb\r"));
-    EXPECT_EQ(ReadWholeFile(name), "a\r\nb\r\n");
 }
 
 TEST_F(FileDataSinkTest, AllocatesNothing) {

@@ -42,11 +42,12 @@ protected:
     std::string const brokenNotFound = "FileNotFoundError ENOENT" + On(directory / "broken");
 };
 
+static_assert(sizeof(FileItem) == sizeof(Item));
+
 TEST_F(FileItemTest, DefaultItemHasNoLocationAndNoEntry) {
     Item const item;
     EXPECT_TRUE(item.IsNothingThere());
     EXPECT_TRUE(item.Location().IsEmpty());
-    EXPECT_EQ(sizeof(FileItem), sizeof(Item));
 }
 
 TEST_F(FileItemTest, FileSystemTimesEqualInstants) {
@@ -68,13 +69,13 @@ TEST_F(FileItemTest, ExaminesALocation) {
 }
 
 TEST_F(FileItemTest, RejectsMissingEntriesAndDanglingLinks) {
-    for (auto const& [what, error] : std::vector<std::pair<std::string, std::string>>{
-             {"missing", "FileNotFoundError ENOENT"},
-             {"broken", "FileNotFoundError ENOENT"},
-             {"file/below", "DirectoryNotFoundError ENOTDIR"}})
-        EXPECT_EQ(error + On(directory / what),
-                  Thrown([&where = what, this] { FileItem{Here(where)}; }));
-    EXPECT_EQ("FileNotFoundError ENOENT", Thrown([] { FileItem{FileLocation()}; }));
+    auto const examine = [](FileLocation const& where) {
+        FileItem{where};
+    };
+    for (std::string const& where : {directory / "missing", directory / "broken", std::string()})
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(where), ThrownBy(examine, where));
+    EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(name + "/below"),
+              ThrownBy(examine, name + "/below"));
 }
 
 TEST_F(FileItemTest, IsFilledFromALocationOrAnEntryBelowOne) {
@@ -142,15 +143,14 @@ TEST_F(FileItemTest, SettingTheTimeOfAMissingEntryFails) {
 // Deliberate: EPERM maps to FileIOError too.
 TEST_F(FileItemTest, FailedTimeChangesHaveTheirOwnErrorMapping) {
     AnyItem item(file);
-    ExpectMapped(
-        "utimes", [&] { item.SetModificationTime(Instant(0)); },
-        [&](int error) {
-            if (error == ENOENT)
-                throw FileNotFoundError(file, error);
-            if (error == EACCES)
-                throw FilePermissionError(file, error);
-            throw FileIOError(file, error);
-        });
+    auto const mapper = [&](int error) {
+        if (error == ENOENT)
+            throw FileNotFoundError(file, error);
+        if (error == EACCES)
+            throw FilePermissionError(file, error);
+        throw FileIOError(file, error);
+    };
+    ExpectMapped("utimes", mapper, [&] { item.SetModificationTime(Instant(0)); });
     Sandbox::Run([&] {
         fs::permissions(directory.path(), fs::perms(0755));
         fs::permissions(name, fs::perms(0444));

@@ -1,16 +1,11 @@
 // Tests the path functions that files/FileLocation.h declares outside of the class.
 #include "files/FileLocation.h"
 
-#include <strings.h>
-
 #include "tests/files/FileTest.h"
 
 namespace {
 
-TEST(FileLocationPathsTest, AbsolutePathBeginsWithASlash) {
-    EXPECT_TRUE(IsAbsolutePath("/") && IsAbsolutePath("/a"));
-    EXPECT_FALSE(IsAbsolutePath("a/b") || IsAbsolutePath("") || IsAbsolutePath(nullptr));
-}
+TEST(FileLocationPathsTest, NullPathIsNotAbsolute) { EXPECT_FALSE(IsAbsolutePath(nullptr)); }
 
 TEST(FileLocationPathsTest, SplitsAWildcardOffTheLastComponent) {
     struct Case {
@@ -54,37 +49,6 @@ TEST(FileLocationPathsTest, SplitsAWildcardOffTheLastComponent) {
     }
 }
 
-// Deliberate: the comparison is case-insensitive, although the file system is not, and paths are
-// not normalized.
-TEST(FileLocationPathsTest, ComparisonAgreesWithRepeatedCallsOfParent) {
-    std::string const paths[] = {"/",      "//a",  "/a",     "/A",     "/a/b",  "/a//b",  "/a/b/c",
-                                 "//a/b",  "/A/B", "/ab",    "/a/b.c", "/.",    "/..",    "/a/..",
-                                 "/a/./b", "///a", "/b/a/b", "/\xE9",  "/\xC9", "/\xE9/x"};
-    for (std::string const& ancestor : paths) {
-        for (std::string const& candidate : paths) {
-            bool expected = false;
-            for (FileLocation step = At(candidate);; step = step.Parent()) {
-                expected = expected || strcasecmp(At(ancestor).Text(), step.Text()) == 0;
-                if (step.IsRoot())
-                    break;
-            }
-            EXPECT_EQ(expected, EqualOrDescendant(At(ancestor), At(candidate)))
-                << "ancestor " << ancestor << ", candidate " << candidate;
-            bool const same = strcasecmp(At(ancestor).Text(), At(candidate).Text()) == 0;
-            EXPECT_EQ(expected && !same, IsDescendant(At(ancestor), At(candidate)))
-                << "ancestor " << ancestor << ", candidate " << candidate;
-        }
-    }
-}
-
-TEST(FileLocationPathsTest, ComparisonThrowsAtTheTopOfARelativePath) {
-    EXPECT_TRUE(EqualOrDescendant(At("a"), At("a")));
-    EXPECT_TRUE(EqualOrDescendant(At("a"), At("a/b")));
-    EXPECT_EQ("InvalidFileLocation" + On("a"),
-              Thrown([] { EqualOrDescendant(At("/x"), At("a/b/c")); }));
-    EXPECT_EQ("InvalidFileLocation" + On("a"), Thrown([] { IsDescendant(At("/x"), At("a")); }));
-}
-
 // The comparison of a path of 200,000 components takes time linear in its length.
 TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     std::string path;
@@ -94,31 +58,15 @@ TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     EXPECT_TRUE(EqualOrDescendant(At("/D"), At(path)));
 }
 
-// The date in the name, or the description of the exception.
-std::string DateIn(std::string const& path) {
+// Deliberate: the digits are not validated. '.' counts as '0' - 2.
+TEST(FileLocationPathsTest, DateIsReadFromNamesOfAtLeastNineBytes) {
     unsigned int year = 1;
     unsigned int month = 2;
     unsigned int day = 3;
-    std::string const thrown =
-        Thrown([&] { GetDateFromNameInFileLocation(At(path), year, month, day); });
-    return thrown != "nothing"
-               ? thrown
-               : std::to_string(year) + '-' + std::to_string(month) + '-' + std::to_string(day);
-}
-
-TEST(FileLocationPathsTest, DateIsReadFromNamesOfAtLeastNineBytes) {
-    EXPECT_EQ("2024-1-31", DateIn("/logs/20240131x"));
-    EXPECT_EQ("2024-1-31", DateIn("20240131.log"));
-    for (char const* path : {"/logs/20240131", "/logs/x", ""})
-        EXPECT_EQ("IllegalFileName", DateIn(path));
-    EXPECT_EQ("IllegalFileNameLength", DateIn("/"));
-    EXPECT_EQ("IllegalFileNameReserved", DateIn("/20240131x/.."));
-    // Deliberate: the digits are not validated. 'a' counts as '0' + 49, ':' as '0' + 10, '.' as '0'
-    // - 2.
-    EXPECT_EQ("9999-99-99", DateIn("999999999"));
-    EXPECT_EQ("0-13-45", DateIn("00001345x"));
-    EXPECT_EQ(std::to_string(49 * 1111) + "-110-" + std::to_string(0u - 22), DateIn("aaaa::..x"));
-    EXPECT_EQ("185000-0-0", DateIn("\xE9" + std::string("0000000x")));
+    EXPECT_THROW(GetDateFromNameInFileLocation(At("/logs/20240131"), year, month, day),
+                 IllegalFileName);
+    GetDateFromNameInFileLocation(At("/logs/202413..x"), year, month, day);
+    EXPECT_EQ(std::tuple(2024u, 13u, 0u - 22), std::tuple(year, month, day));
 }
 
 } // namespace

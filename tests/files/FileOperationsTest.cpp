@@ -1,15 +1,12 @@
 #include "files/FileOperations.h"
 
-#include <tuple>
-
 #include <sys/sysmacros.h>
 
+#include "files/FileTrees.h"
 #include "files/unix/FileOperations.h"
 #include "tests/files/FileTest.h"
 
 namespace {
-
-using TwoLocations = void (*)(UnixPlatform::FileLocation const&, UnixPlatform::FileLocation const&);
 
 class FileOperationsTest : public FileTest {
 protected:
@@ -21,67 +18,70 @@ void MakeFileAt(FileLocation const& where) { CreateFile(where, {}); }
 void MakeDirectoryAt(FileLocation const& where) { CreateDirectory(where, {}); }
 void ForceDirectoryAt(FileLocation const& where) { ForceDirectoryExistence(where, {}); }
 
+// Calls `expect` with the error for a read-only disk, and with that for a directory that the user
+// may not change.
+void ExpectForReadOnlyDisk(SmallFileSystem& disk,
+                           std::function<void(std::string const&)> const& expect) {
+    disk.MakeReadOnly();
+    expect("FileIOError EROFS");
+    disk.MakeWritable();
+    fs::permissions(disk.path(), fs::perms(0555));
+    Sandbox::DropPrivileges();
+    expect("FilePermissionError EACCES");
+}
+
 constexpr void (*creations[])(FileLocation const&) = {MakeFileAt, MakeDirectoryAt,
                                                       ForceDirectoryAt};
 
 TEST_F(FileOperationsTest, AllButTwoOperationsRejectAnEmptyLocation) {
     MakeEntry(file, "file");
-    FileLocation const there = At(file);
-    for (auto const& call : std::vector<std::function<void()>>{
-             [&] { CreateFile(none, {}); },
-             [&] { CreateDirectory(none, {}); },
-             [&] { CreateDirectoryForUserAppAccess(none); },
-             [&] { ForceDirectoryExistence(none, {}); },
-             [&] { DeleteFile(none); },
-             [&] { DeleteDirectory(none); },
-             [&] { ForceNonexistence(none); },
-             [&] { CopyFile(none, there); },
-             [&] { CopyFile(there, none); },
-             [&] { ForceCopyFile(none, there); },
-             [&] { ForceCopyFile(there, none); },
-             [&] { MoveFile(none, there); },
-             [&] { MoveFile(there, none); },
-             [&] { MoveFile(Here("missing"), none); },
-             [&] { ForceMoveFile(none, there); },
-             [&] { ForceMoveFile(there, none); },
-             [&] { SetFileReadOnly(none, true); },
-             [&] { SetFileReadOnly(none, false); },
-             [&] { none.IsReadOnly(); },
-         })
-        EXPECT_EQ("EmptyFileLocationError", Thrown(call));
+    for (auto* const operation :
+         {MakeFileAt, MakeDirectoryAt, ForceDirectoryAt, CreateDirectoryForUserAppAccess,
+          DeleteFile, DeleteDirectory, ForceNonexistence, CreateDirectoryTree, DeleteRecursive,
+          DeleteContents, ForceDeleteRecursive, ForceDeleteContents})
+        EXPECT_EQ("EmptyFileLocationError", ThrownBy(operation, ""));
+    for (auto* const operation :
+         {CopyFile, ForceCopyFile, MoveFile, ForceMoveFile, CopyDirectoryContents})
+        for (auto const& [source, target] : Pairs{{"", file}, {file, ""}, {from, ""}})
+            EXPECT_EQ("EmptyFileLocationError", ThrownBy(operation, source, target));
+    ExpectEachThrows("EmptyFileLocationError",
+                     {[&] { SetFileReadOnly(none, true); }, [&] { SetFileReadOnly(none, false); },
+                      [&] {
+                          none.IsReadOnly();
+                      }});
     EXPECT_EQ(CalculateFreeSpace(none), -1);
     EXPECT_NO_THROW(ForceRemoveInvalidFiles(none, 1));
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
 
 TEST_F(FileOperationsTest, PlatformErrorsForAnEmptyLocationDiffer) {
+    namespace Unix = UnixPlatform;
     MakeEntry(file, "file");
-    UnixPlatform::FileLocation const there = At(file);
-    UnixPlatform::FileLocation const missing = Here("x");
-    auto const expect = [](std::string const& error, std::function<void()> const& call) {
-        EXPECT_EQ(error, Thrown(call));
-    };
-    expect("FileCreateFailed", [&] { UnixPlatform::CreateFile(none, {}); });
-    expect("DirectoryCreateFailed", [&] { UnixPlatform::CreateDirectory(none, {}); });
-    expect("EmptyFileLocationError", [&] { UnixPlatform::ForceDirectoryExistence(none, {}); });
-    expect("FileNotFoundError", [&] { UnixPlatform::DeleteFile(none); });
-    expect("DirectoryNotFoundError", [&] { UnixPlatform::DeleteDirectory(none); });
-    expect("EmptyFileLocationError", [&] { UnixPlatform::DeleteRecursive(none); });
-    expect("EmptyFileLocationError", [&] { UnixPlatform::DeleteContents(none); });
-    expect("nothing", [&] { UnixPlatform::SetFileReadOnly(none, true); });
-    expect("nothing", [&] { UnixPlatform::SetFileReadOnly(none, false); });
-    expect("nothing", [&] { UnixPlatform::ForceNonexistence(none); });
-    expect("nothing", [&] { UnixPlatform::ForceRemoveInvalidFiles(none, 1); });
-    EXPECT_EQ(UnixPlatform::CalculateFreeSpace(none), -1);
-    for (TwoLocations copy : {UnixPlatform::CopyFile, UnixPlatform::ForceCopyFile}) {
-        expect("FileNotFoundError", [&] { copy(none, missing); });
-        expect("FileNotFoundError ENOENT", [&] { copy(there, none); });
+    EXPECT_EQ("FileCreateFailed", Thrown([&] { Unix::CreateFile(none, {}); }));
+    EXPECT_EQ("DirectoryCreateFailed", Thrown([&] { Unix::CreateDirectory(none, {}); }));
+    EXPECT_EQ("FileNotFoundError", ThrownBy(Unix::DeleteFile, ""));
+    EXPECT_EQ("DirectoryNotFoundError", ThrownBy(Unix::DeleteDirectory, ""));
+    ExpectEachThrows("EmptyFileLocationError", {[&] { Unix::ForceDirectoryExistence(none, {}); },
+                                                [&] { Unix::DeleteRecursive(none); },
+                                                [&] {
+                                                    Unix::DeleteContents(none);
+                                                }});
+    ExpectEachThrows("nothing", {[&] { Unix::SetFileReadOnly(none, true); },
+                                 [&] { Unix::SetFileReadOnly(none, false); },
+                                 [&] { Unix::ForceNonexistence(none); },
+                                 [&] {
+                                     Unix::ForceRemoveInvalidFiles(none, 1);
+                                 }});
+    EXPECT_EQ(Unix::CalculateFreeSpace(none), -1);
+    for (auto* const copy : {Unix::CopyFile, Unix::ForceCopyFile}) {
+        EXPECT_EQ("FileNotFoundError", ThrownBy(copy, "", from));
+        EXPECT_EQ("FileNotFoundError ENOENT", ThrownBy(copy, file, ""));
     }
-    for (TwoLocations move : {UnixPlatform::MoveFile, UnixPlatform::ForceMoveFile}) {
-        expect("FileNotFoundError", [&] { move(none, missing); });
-        expect("FileNotFoundError", [&] { move(none, none); });
-        expect("FileNotFoundError" + On(directory / "x"), [&] { move(missing, none); });
-        expect("EmptyFileLocationError", [&] { move(there, none); });
+    for (auto* const move : {Unix::MoveFile, Unix::ForceMoveFile}) {
+        EXPECT_EQ("FileNotFoundError", ThrownBy(move, "", from));
+        EXPECT_EQ("FileNotFoundError", ThrownBy(move, "", ""));
+        EXPECT_EQ("FileNotFoundError" + On(from), ThrownBy(move, from, ""));
+        EXPECT_EQ("EmptyFileLocationError", ThrownBy(move, file, ""));
     }
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
@@ -151,15 +151,10 @@ TEST_F(FileOperationsTest, FailedCreationReportsTheErrorOfTheSystem) {
     OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
         auto const expect = [&](std::string const& error) {
             for (auto const& create : creations)
-                EXPECT_EQ(error + On(disk / "x"), Thrown([&] { create(At(disk / "x")); }));
+                EXPECT_EQ(error + On(disk / "x"), ThrownBy(create, disk / "x"));
         };
         expect("FileIOError ENOSPC");
-        disk.MakeReadOnly();
-        expect("FileIOError EROFS");
-        disk.MakeWritable();
-        fs::permissions(disk.path(), fs::perms(0555));
-        Sandbox::DropPrivileges();
-        expect("FilePermissionError EACCES");
+        ExpectForReadOnlyDisk(disk, expect);
     });
 }
 
@@ -168,14 +163,13 @@ TEST_F(FileOperationsTest, RaceWithAnotherProcessReportsTheErrorOfTheSystem) {
     SystemCalls calls;
     for (auto const& create : {MakeDirectoryAt, ForceDirectoryAt}) {
         calls.Before("mkdir", [&] { fs::create_directory(file); });
-        EXPECT_EQ("FileIOError EEXIST" + On(file), Thrown([&] { create(At(file)); }));
+        EXPECT_EQ("FileIOError EEXIST" + On(file), ThrownBy(create, file));
         fs::remove(file);
     }
     for (std::string const kind : {"directory", "file"}) {
         MakeEntry(file, kind);
         calls.Before(kind == "file" ? "unlink" : "rmdir", [&] { fs::remove(file); });
-        EXPECT_EQ("FileNotFoundError ENOENT" + On(file),
-                  Thrown([&] { ForceNonexistence(At(file)); }));
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(file), ThrownBy(ForceNonexistence, file));
     }
     // Deliberate: a failed rename is ignored in this case too.
     MakeEntry(file, "file");
@@ -203,18 +197,15 @@ TEST_F(FileOperationsTest, EachDeletionRemovesOnlyItsKindsOfEntries) {
                            {"dangling link", removed, noDirectory, "nothing"},
                            {"FIFO", removed, noDirectory, "nothing"},
                            {"socket", removed, noDirectory, "nothing"}})
-        for (auto const& [remove, expected] :
-             std::vector<std::pair<void (*)(FileLocation const&), std::string>>{
-                 {DeleteFile, entry.deleteFile},
-                 {DeleteDirectory, entry.deleteDirectory},
-                 {ForceNonexistence, entry.forceNonexistence}}) {
+        for (auto const& [remove, expected] : {std::pair(&DeleteFile, entry.deleteFile),
+                                               {&DeleteDirectory, entry.deleteDirectory},
+                                               {&ForceNonexistence, entry.forceNonexistence}}) {
             SCOPED_TRACE(entry.kind);
             std::string const path = directory / entry.kind;
             MakeEntry(path, entry.kind);
             Tree tree = Everything();
             bool const isQuiet = expected == removed || expected == "nothing";
-            EXPECT_EQ(isQuiet ? "nothing" : expected + On(path),
-                      Thrown([&run = remove, &path] { run(At(path)); }));
+            EXPECT_EQ(isQuiet ? "nothing" : expected + On(path), ThrownBy(remove, path));
             if (expected == removed)
                 tree.erase(entry.kind);
             EXPECT_EQ(Everything(), tree) << "the target of a link is kept";
@@ -240,23 +231,19 @@ TEST_F(FileOperationsTest, ForceNonexistenceKeepsADevice) {
 TEST_F(FileOperationsTest, FailedDeletionReportsTheErrorOfTheSystem) {
     MakeEntry(file, "file");
     ExpectRejected("DirectoryNotFoundError ENOTDIR", "file/x", DeleteFile);
-    ExpectMapped(
-        "unlink", [&] { DeleteFile(At(file)); },
-        [&](int error) { ThrowFileError(At(file), error); });
+    auto const mapper = [&](int error) {
+        ThrowFileError(At(file), error);
+    };
+    ExpectMapped("unlink", mapper, [&] { DeleteFile(At(file)); });
     OnDisk({}, [](SmallFileSystem& disk) {
         MakeEntry(disk / "file", "file");
         MakeEntry(disk / "directory", "directory");
         auto const expect = [&](std::string const& error) {
-            EXPECT_EQ(error + On(disk / "file"), Thrown([&] { DeleteFile(At(disk / "file")); }));
+            EXPECT_EQ(error + On(disk / "file"), ThrownBy(DeleteFile, disk / "file"));
             EXPECT_EQ(error + On(disk / "directory"),
-                      Thrown([&] { DeleteDirectory(At(disk / "directory")); }));
+                      ThrownBy(DeleteDirectory, disk / "directory"));
         };
-        disk.MakeReadOnly();
-        expect("FileIOError EROFS");
-        disk.MakeWritable();
-        fs::permissions(disk.path(), fs::perms(0555));
-        Sandbox::DropPrivileges();
-        expect("FilePermissionError EACCES");
+        ExpectForReadOnlyDisk(disk, expect);
     });
 }
 

@@ -1,13 +1,8 @@
 #include "files/FileReadingPath.h"
 
-#include <type_traits>
-
 #include "tests/files/FileTest.h"
-#include "tests/support/VirtualSlot.h"
 
 namespace {
-
-constexpr unsigned long long unknownLength = 0xFFFF'FFFF'FFFF'FFFF;
 
 // Exposes the fields.
 class ReadingPath : public FileReadingPath {
@@ -28,15 +23,13 @@ TEST_F(FileReadingPathTest, DefaultPathIsClosed) {
     ReadingPath const path;
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_FALSE(path.lengthUnknown);
-    EXPECT_STREQ(path.location.Text(), "");
-    EXPECT_EQ("FileNotOpenError", Thrown([&] { path.Length(); }));
+    EXPECT_EQ("FileNotOpenError", Thrown([&] { path.Length(); })) << "without a location";
 }
 
-TEST_F(FileReadingPathTest, IsNotCopyableAndAddsNoField) {
-    EXPECT_FALSE(std::is_copy_constructible_v<UnixPlatform::FileReadingPath>);
-    EXPECT_FALSE(std::is_copy_assignable_v<UnixPlatform::FileReadingPath>);
-    EXPECT_EQ(sizeof(FileReadingPath), sizeof(UnixPlatform::FileReadingPath));
-}
+static_assert(!std::is_copy_constructible_v<UnixPlatform::FileReadingPath>);
+static_assert(!std::is_copy_assignable_v<UnixPlatform::FileReadingPath>);
+static_assert(sizeof(FileReadingPath) == sizeof(UnixPlatform::FileReadingPath));
+static_assert(UnixPlatform::FileReadingPath::unknownLength == ~0ULL);
 
 // The destructor takes the first two slots.
 TEST_F(FileReadingPathTest, OpenIsTheOnlyVirtualFunctionBesideTheDestructor) {
@@ -69,8 +62,7 @@ TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndStaysClosed) {
     EXPECT_EQ("FileNotFoundError ENOENT", Thrown([] { FileReadingPath{FileLocation()}; }));
     EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(name + "/below"),
               Thrown([&] { FileReadingPath{file.Relative("below")}; }));
-    ExpectMapped(
-        "open", [&] { FileReadingPath{file}; }, [&](int error) { path.ThrowError(file, error); });
+    ExpectMapped("open", MapperOf(path, file), [&] { FileReadingPath{file}; });
 }
 
 TEST_F(FileReadingPathTest, UnreachableFileThrowsAPermissionError) {
@@ -131,16 +123,8 @@ TEST_F(FileReadingPathTest, LengthIsTheCurrentOneAndKeepsThePosition) {
     EXPECT_EQ(lseek(path.descriptor, 0, SEEK_CUR), 3);
 }
 
-TEST_F(FileReadingPathTest, LengthOfAClosedPathNamesTheLastLocation) {
-    FileReadingPath path(file);
-    path.Close();
-    SystemCalls calls;
-    EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { path.Length(); }));
-    EXPECT_THAT(calls.Log(), IsEmpty());
-}
-
 TEST_F(FileReadingPathTest, FileThatCannotSeekToItsEndHasAnUnknownLength) {
-    static_assert(UnixPlatform::FileReadingPath::unknownLength == unknownLength);
+    auto const unknownLength = UnixPlatform::FileReadingPath::unknownLength;
     ReadingPath path(At("/proc/self/status"));
     lseek(path.descriptor, 7, SEEK_SET);
     EXPECT_EQ(path.Length(), unknownLength);
@@ -158,10 +142,7 @@ TEST_F(FileReadingPathTest, FileThatCannotSeekToItsEndHasAnUnknownLength) {
 TEST_F(FileReadingPathTest, OtherFailuresDoNotMakeTheLengthUnknown) {
     SystemCalls calls;
     EXPECT_EQ(FileReadingPath(file).Length(), 10u);
-    Strings seeks;
-    for (std::string const& call : calls.Log())
-        if (call.starts_with("seek"))
-            seeks.push_back(call);
+    Strings const seeks = calls.Log({"seek"});
     for (std::size_t seek = 0; seek < seeks.size(); ++seek)
         for (int error = 1; error <= EHWPOISON; ++error) {
             ReadingPath const path(file);
@@ -181,13 +162,14 @@ TEST_F(FileReadingPathTest, PipeHasNoLength) {
     close(other);
 }
 
-TEST_F(FileReadingPathTest, SecondCloseHasNoEffect) {
+TEST_F(FileReadingPathTest, ClosedPathMakesNoCallAndKeepsItsLocation) {
     ReadingPath path(file);
     path.Close();
     EXPECT_EQ(path.descriptor, -1);
     EXPECT_THAT(DescriptorsOn(name), IsEmpty());
     SystemCalls calls;
     path.Close();
+    EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { path.Length(); }));
     EXPECT_THAT(calls.Log(), IsEmpty());
 }
 
@@ -196,13 +178,10 @@ TEST_F(FileReadingPathTest, FailedCloseIsReportedAndReleasesTheDescriptor) {
     close(path.descriptor);
     EXPECT_EQ("FileIOError EBADF" + on, Thrown([&] { path.Close(); }));
     EXPECT_EQ(path.descriptor, -1);
-    ExpectMapped(
-        "close",
-        [&] {
-            path.OpenExisting(file);
-            path.Close();
-        },
-        [&](int error) { path.ThrowError(file, error); });
+    ExpectMapped("close", MapperOf(path, file), [&] {
+        path.OpenExisting(file);
+        path.Close();
+    });
     EXPECT_EQ(path.descriptor, -1);
 }
 

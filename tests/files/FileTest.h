@@ -7,7 +7,11 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <set>
 #include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -28,6 +32,7 @@
 #include "tests/support/Sandbox.h"
 #include "tests/support/SmallFileSystem.h"
 #include "tests/support/TemporaryDirectory.h"
+#include "tests/support/VirtualSlot.h"
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
@@ -35,10 +40,23 @@ using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 using Strings = std::vector<std::string>;
+using Pairs = std::vector<std::pair<std::string, std::string>>;
+using Operations = std::vector<std::function<void()>>;
 
 inline FileLocation At(std::string const& path) { return MakeFileLocation(path.c_str()); }
 
 inline std::string Text(UnixPlatform::FileLocation const& location) { return location.Text(); }
+
+// Returns the text of Thrown for a call with the locations of these paths.
+template <class Function, class... Path>
+std::string ThrownBy(Function const& function, Path const&... paths) {
+    return Thrown([&] { function(At(paths)...); });
+}
+
+inline void ExpectEachThrows(std::string const& error, Operations const& operations) {
+    for (std::size_t i = 0; i < operations.size(); ++i)
+        EXPECT_EQ(error, Thrown(operations[i])) << "operation " << i;
+}
 
 // Runs the body in a sandbox with a file system of its own, which all users may write to.
 inline void OnDisk(SmallFileSystemOptions const& options,
@@ -54,14 +72,56 @@ inline void WithEmptyTmp(std::function<void()> const& body) {
     Sandbox::Run({.emptyPlaces = {"/tmp"}}, body);
 }
 
+using Mapper = std::function<void(int)>;
+
+// Returns the error mapper of an object that reads or writes files.
+template <class Thrower>
+Mapper MapperOf(Thrower const& thrower, FileLocation const& where) {
+    return [&thrower, where](int error) {
+        thrower.ThrowError(where, error);
+    };
+}
+
 // Expects that the operation maps each error number of a failing call once and unchanged: it throws
 // the exception that the mapper throws. A retry of an interrupted call would not throw.
-inline void ExpectMapped(std::string const& call, std::function<void()> const& operation,
-                         std::function<void(int)> const& mapper, std::size_t skip = 0) {
+inline void ExpectMapped(std::string const& call, Mapper const& mapper,
+                         std::function<void()> const& operation) {
     for (int error = 1; error <= EHWPOISON; ++error) {
         SystemCalls calls;
-        calls.Fail(call, error, skip);
+        calls.Fail(call, error);
         EXPECT_EQ(Thrown([&] { mapper(error); }), Thrown(operation)) << call << ' ' << error;
+    }
+}
+
+// Runs the operation repeatedly, each time after `prepare`. `race` runs before the first call of
+// lstat, then before the second, and so on. With `start`, only calls after the first call of that
+// name count. Returns the results of all runs in which there was such a call.
+inline std::set<std::string> OutcomesOfRaces(std::function<void()> const& prepare,
+                                             std::function<void()> const& race,
+                                             std::function<std::string()> const& operation,
+                                             std::string const& start = "") {
+    std::set<std::string> outcomes;
+    for (std::size_t skip = 0;; ++skip) {
+        prepare();
+        SystemCalls calls;
+        bool raced = false;
+        auto const arm = [&] {
+            calls.Before(
+                "lstat",
+                [&] {
+                    raced = true;
+                    race();
+                },
+                skip);
+        };
+        if (start.empty())
+            arm();
+        else
+            calls.Before(start, arm);
+        std::string const outcome = operation();
+        if (!raced)
+            return outcomes;
+        outcomes.insert(outcome);
     }
 }
 
@@ -108,6 +168,8 @@ protected:
     }
 
     TemporaryDirectory directory;
+    std::string const from = directory / "from";
+    std::string const to = directory / "to";
 };
 
 // A fixture with a file that contains "0123456789".

@@ -117,6 +117,14 @@ std::size_t SystemCalls::Count(std::string const& name) const {
                          [&](std::string const& call) { return call.starts_with(name); });
 }
 
+std::vector<std::string> SystemCalls::Log(std::vector<std::string> const& names) const {
+    std::vector<std::string> selected;
+    std::copy_if(log.begin(), log.end(), std::back_inserter(selected), [&](auto const& call) {
+        return std::count(names.begin(), names.end(), call.substr(0, call.find(' '))) != 0;
+    });
+    return selected;
+}
+
 void SystemCalls::Fail(std::string const& name, int error, std::size_t skip) {
     rules.push_back({name, skip, {error}});
 }

@@ -26,6 +26,8 @@ public:
     // "chmod /x 644", "umask 22", "readdir", "setlk WRLCK"; all others as "name /x". Descriptors
     // are omitted.
     std::vector<std::string> const& Log() const { return log; }
+    // The same for the calls of these names only.
+    std::vector<std::string> Log(std::vector<std::string> const& names) const;
     void Clear() { log.clear(); }
 
     // Returns the number of calls whose text begins with `name`.

@@ -4,7 +4,6 @@
 #include <iterator>
 #include <latch>
 #include <list>
-#include <set>
 #include <thread>
 
 #include "files/FileTrees.h"
@@ -18,6 +17,12 @@ using testing::MatchesRegex;
 
 // The limit for the length of directory and prefix together.
 constexpr std::size_t maxCombinedLength = 4088;
+
+// A function of the portable level, as one of the platform level.
+template <FileLocation make(FileLocation const&, char const*)>
+UnixPlatform::FileLocation Portable(UnixPlatform::FileLocation const& where, char const* prefix) {
+    return make(where, prefix);
+}
 
 // A function that creates a unique entry: of both levels and of both kinds.
 struct Maker {
@@ -33,14 +38,8 @@ std::vector<Maker> const makers = {
     {UnixPlatform::CreateUniqueFileLocation, "file ", 0600, "CreateUniqueFileLocationFailed"},
     {UnixPlatform::CreateUniqueDirLocation, "directory", 0700,
      "CreateUniqueFileLocationFailed EPERM"},
-    {[](UnixPlatform::FileLocation const& where, char const* prefix) {
-         return UnixPlatform::FileLocation(::CreateUniqueFileLocation(FileLocation(where), prefix));
-     },
-     "file ", 0600, "CreateUniqueFileLocationFailed"},
-    {[](UnixPlatform::FileLocation const& where, char const* prefix) {
-         return UnixPlatform::FileLocation(::CreateUniqueDirLocation(FileLocation(where), prefix));
-     },
-     "directory", 0700, "CreateUniqueFileLocationFailed EPERM"},
+    {Portable<CreateUniqueFileLocation>, "file ", 0600, "CreateUniqueFileLocationFailed"},
+    {Portable<CreateUniqueDirLocation>, "directory", 0700, "CreateUniqueFileLocationFailed EPERM"},
 };
 
 std::string SixCharacters(std::string const& start) { return start + "[0-9A-Za-z]{6}"; }
@@ -77,12 +76,12 @@ TEST_F(TemporaryLocationsTest, DirectoriesAreIndependentOfTheEnvironment) {
         copy = At("/elsewhere");
         EXPECT_EQ("/tmp", Text(TemporaryFileDirLocation()));
         EXPECT_EQ("/tmp", Text(UnixPlatform::TemporaryFileDirLocation()));
-        for (auto const& [user, path] : std::vector<std::pair<std::string, std::string>>{
-                 {"", "/tmp/Veska/ClientUI"},
-                 {"u", "/tmp/Veska/ClientUI/.u"},
-                 {"/../x/", "/tmp/Veska/ClientUI/./../x"}, // Not validated.
-                 {Bytes("a\0b"), "/tmp/Veska/ClientUI/.a"},
-                 {std::string(5000, 'u'), "/tmp/Veska/ClientUI/." + std::string(5000, 'u')}}) {
+        for (auto const& [user, path] :
+             Pairs{{"", "/tmp/Veska/ClientUI"},
+                   {"u", "/tmp/Veska/ClientUI/.u"},
+                   {"/../x/", "/tmp/Veska/ClientUI/./../x"}, // Not validated.
+                   {Bytes("a\0b"), "/tmp/Veska/ClientUI/.a"},
+                   {std::string(5000, 'u'), "/tmp/Veska/ClientUI/." + std::string(5000, 'u')}}) {
             EXPECT_EQ(path, Text(UISessionDefaultDirectory(user)));
             EXPECT_EQ(path, Text(UnixPlatform::UISessionDefaultDirectory(user)));
         }
@@ -128,11 +127,11 @@ TEST_F(TemporaryLocationsTest, UniqueEntryIsEmptyAndIsKept) {
 TEST_F(TemporaryLocationsTest, FailureHasTheKindAsItsCode) {
     for (Maker const& maker : makers) {
         EXPECT_EQ(maker.failure, Thrown([&] { maker.make(Here("missing"), "x"); }));
-        for (std::string const call : {"mkstemp", "mkdtemp"})
-            if ((call == "mkstemp") == (maker.mode == 0600))
-                ExpectMapped(
-                    call, [&] { maker.make(At("/tmp"), "x"); },
-                    [&](int) { throw CreateUniqueFileLocationFailed(call == "mkstemp" ? 0 : 1); });
+        bool const isFile = maker.mode == 0600;
+        auto const failure = [&](int) {
+            throw CreateUniqueFileLocationFailed(isFile ? 0 : 1);
+        };
+        ExpectMapped(isFile ? "mkstemp" : "mkdtemp", failure, [&] { maker.make(At("/tmp"), "x"); });
     }
     EXPECT_TRUE(fs::is_empty(directory.path()));
 }
@@ -141,13 +140,11 @@ TEST_F(TemporaryLocationsTest, FailureHasTheKindAsItsCode) {
 TEST_F(TemporaryLocationsTest, EmptyLocationIsRejectedBeforeAnyCall) {
     SystemCalls calls;
     FileLocation const none;
-    for (auto const& call :
-         std::vector<std::function<void()>>{[&] { CreateUniqueFileLocation(none, "x"); },
-                                            [&] { CreateUniqueDirLocation(none, "x"); },
-                                            [&] {
-                                                LocationForTemporaryFile(none);
-                                            }})
-        EXPECT_EQ("EmptyFileLocationError", Thrown(call));
+    ExpectEachThrows("EmptyFileLocationError", {[&] { CreateUniqueFileLocation(none, "x"); },
+                                                [&] { CreateUniqueDirLocation(none, "x"); },
+                                                [&] {
+                                                    LocationForTemporaryFile(none);
+                                                }});
     EXPECT_THAT(calls.Log(), IsEmpty());
     calls.Fail("mkstemp", EACCES);
     EXPECT_THROW(UnixPlatform::CreateUniqueFileLocation({}, "x"), CreateUniqueFileLocationFailed);
@@ -266,36 +263,30 @@ TEST_F(TemporaryLocationsTest, FailedCreationKeepsTheResult) {
     });
 }
 
-// The threads also race for the first use of the temporary directory.
+// The threads also race for the first use of the temporary directory. A duplicate name would leave
+// fewer entries than calls.
 TEST_F(TemporaryLocationsTest, ThreadsNeverGetTheSameName) {
     WithEmptyTmp([] {
-        constexpr std::size_t threads = 8;
-        constexpr std::size_t each = 50;
-        Strings names(threads * each);
-        std::latch begin(threads);
-        std::vector<std::thread> running;
-        for (std::size_t i = 0; i < threads; ++i)
-            running.emplace_back([&, i] {
+        std::latch begin(8);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([&] {
                 begin.arrive_and_wait();
-                for (std::size_t n = 0; n < each; ++n)
-                    names[i * each + n] = CreateUniqueFileLocation("u").Text();
+                for (int n = 0; n < 50; ++n)
+                    CreateUniqueFileLocation("u");
             });
-        for (std::thread& thread : running)
+        for (std::thread& thread : threads)
             thread.join();
-        EXPECT_EQ(names.size(), std::set<std::string>(names.begin(), names.end()).size());
-        EXPECT_EQ(names.size(), EntriesIn("/tmp"));
+        EXPECT_EQ(8u * 50u, EntriesIn("/tmp"));
     });
 }
 
-// A duplicate name would leave fewer entries than calls.
 TEST_F(TemporaryLocationsTest, ProcessesNeverGetTheSameName) {
-    constexpr std::size_t processes = 8;
-    constexpr std::size_t each = 250;
     std::list<OtherProcess> running;
-    for (std::size_t i = 0; i < processes; ++i)
+    for (int i = 0; i < 8; ++i)
         running.emplace_back([&](Handshake& line) {
             line.Await();
-            for (std::size_t n = 0; n < each; ++n)
+            for (int n = 0; n < 250; ++n)
                 for (std::size_t kind : {0, 1})
                     makers[kind].make(At(directory.path()), "u");
         });
@@ -303,7 +294,7 @@ TEST_F(TemporaryLocationsTest, ProcessesNeverGetTheSameName) {
         process.Tell();
     for (OtherProcess& process : running)
         EXPECT_EQ(ExitStatus::Exited(0), process.Wait());
-    EXPECT_EQ(processes * each * 2, EntriesIn(directory.path()));
+    EXPECT_EQ(8u * 250u * 2u, EntriesIn(directory.path()));
 }
 
 } // namespace

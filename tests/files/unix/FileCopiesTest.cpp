@@ -22,7 +22,7 @@ protected:
     // The exception of a copy to a new target, and the length of the partial target.
     void ExpectResult(Copy copy, std::string const& source, std::string const& error,
                       std::string const& left) const {
-        EXPECT_EQ(error, Thrown([&] { copy(At(source), At(to)); }));
+        EXPECT_EQ(error, ThrownBy(copy, source, to));
         EXPECT_EQ(DescribeEntry(to), left);
     }
 
@@ -31,8 +31,6 @@ protected:
         ForBoth([&](Copy copy) { ExpectResult(copy, source, error, left); });
     }
 
-    std::string const from = directory / "from";
-    std::string const to = directory / "to";
     std::string const endOfFile = "FileReadingLoopEndOfFileError";
 };
 
@@ -53,13 +51,9 @@ TEST_F(FileCopiesTest, CopiesChunksOf64KiBWithoutFsync) {
     WriteWholeFile(from, std::string(65'537, 'x'));
     SystemCalls calls;
     CopyFile(At(from), At(to));
-    Strings log;
-    for (std::string const& call : calls.Log())
-        if (call.starts_with("open") || call.starts_with("read") || call.starts_with("write") ||
-            call.starts_with("fsync"))
-            log.push_back(call);
-    EXPECT_THAT(log, ElementsAre("open RDWR|CREAT|EXCL 666", "open RDONLY", "read 65536",
-                                 "write 65536", "read 1", "write 1"));
+    EXPECT_THAT(calls.Log({"open", "read", "write", "fsync"}),
+                ElementsAre("open RDWR|CREAT|EXCL 666", "open RDONLY", "read 65536", "write 65536",
+                            "read 1", "write 1"));
 }
 
 // Deliberate: neither the permissions nor the modification time are copied.
@@ -103,19 +97,19 @@ TEST_F(FileCopiesTest, ForceCopyFileReplacesRemovableEntries) {
         WriteWholeFile(from, "new");
         std::string const on = On(directory / kind);
         Tree tree = Everything();
-        EXPECT_EQ("FileExistsError" + on, Thrown([&] { CopyFile(At(from), Here(kind)); }));
+        EXPECT_EQ("FileExistsError" + on, ThrownBy(CopyFile, from, directory / kind));
         EXPECT_EQ(Everything(), tree);
         // For the other kinds, the exclusive open fails.
         std::string const error =
             forced.contains(kind) ? forced.at(kind) : "FileExistsError EEXIST";
         EXPECT_EQ(error == "nothing" ? error : error + on,
-                  Thrown([&] { ForceCopyFile(At(from), Here(kind)); }));
+                  ThrownBy(ForceCopyFile, from, directory / kind));
         if (error == "nothing")
             tree[kind] = "file new";
         EXPECT_EQ(Everything(), tree) << "the target of a link is kept";
     });
     WriteWholeFile(from, "content");
-    EXPECT_EQ("FileExistsError" + On(from), Thrown([&] { CopyFile(At(from), At(from)); }));
+    EXPECT_EQ("FileExistsError" + On(from), ThrownBy(CopyFile, from, from));
     EXPECT_EQ(DescribeEntry(from), "file content");
     ForceCopyFile(At(from), At(from));
     EXPECT_EQ(DescribeEntry(from), "file ")
@@ -125,18 +119,16 @@ TEST_F(FileCopiesTest, ForceCopyFileReplacesRemovableEntries) {
 TEST_F(FileCopiesTest, FailedCreationOfTheTargetReportsTheErrorOfTheSystem) {
     WriteWholeFile(from, "content");
     ForBoth([&](Copy copy) {
-        EXPECT_EQ("FileNotFoundError ENOENT" + On(directory / "a/b"),
-                  Thrown([&] { copy(At(from), Here("a/b")); }));
+        EXPECT_EQ("FileNotFoundError ENOENT" + On(to + "/b"), ThrownBy(copy, from, to + "/b"));
         EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(from + "/b"),
-                  Thrown([&] { copy(At(from), At(from + "/b")); }));
+                  ThrownBy(copy, from, from + "/b"));
         SystemCalls calls;
         calls.Before("open", [&] { WriteWholeFile(to, "of another process"); });
         ExpectResult(copy, from, "FileExistsError EEXIST" + On(to), "file of another process");
     });
     OnDisk({}, [&](SmallFileSystem& disk) {
         disk.MakeReadOnly();
-        EXPECT_EQ("FileIOError EROFS" + On(disk / "to"),
-                  Thrown([&] { CopyFile(At(from), At(disk / "to")); }));
+        EXPECT_EQ("FileIOError EROFS" + On(disk / "to"), ThrownBy(CopyFile, from, disk / "to"));
     });
 }
 
@@ -147,7 +139,7 @@ TEST_F(FileCopiesTest, UnreadableSourceLeavesAnEmptyTarget) {
         fs::permissions(disk / "from", fs::perms(0));
         Sandbox::DropPrivileges();
         EXPECT_EQ("FilePermissionError EACCES" + On(disk / "from"),
-                  Thrown([&] { CopyFile(At(disk / "from"), At(disk / "to")); }));
+                  ThrownBy(CopyFile, disk / "from", disk / "to"));
         EXPECT_EQ(DescribeEntry(disk / "to"), "file ");
     });
     Sandbox::Run([&] {
@@ -164,7 +156,7 @@ TEST_F(FileCopiesTest, FullDiskKeepsTheSourceAndAPartialCopy) {
     WriteWholeFile(from, content);
     ForBoth([&](Copy copy) {
         OnDisk({.bytes = 96 * 1024}, [&](SmallFileSystem& disk) {
-            EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { copy(At(from), At(disk / "to")); }));
+            EXPECT_EQ("FileDiskFullError ENOSPC", ThrownBy(copy, from, disk / "to"));
             EXPECT_TRUE(ReadWholeFile(disk / "to") == content.substr(0, 96 * 1024));
             EXPECT_TRUE(ReadWholeFile(from) == content);
             disk.MakeReadOnly(); // Fails while the copy is open for writing.
@@ -178,7 +170,7 @@ TEST_F(FileCopiesTest, UnknownOrExcessiveLengthIsCopiedWholeThenFails) {
     WriteWholeFile(from, std::string(100'000, 'x'));
     SystemCalls calls;
     calls.Before("write", [&] { fs::resize_file(from, 10); });
-    EXPECT_EQ(endOfFile, Thrown([&] { CopyFile(At(from), At(to)); }));
+    EXPECT_EQ(endOfFile, ThrownBy(CopyFile, from, to));
     EXPECT_EQ(fs::file_size(to), 65'536u) << "also for a file that shrinks";
     fs::remove(to);
     if (!fs::exists(fileWithExcessiveLength))
@@ -188,22 +180,18 @@ TEST_F(FileCopiesTest, UnknownOrExcessiveLengthIsCopiedWholeThenFails) {
 
 TEST_F(FileCopiesTest, FailureOfEachCallIsReportedAndBothFilesAreClosed) {
     WriteWholeFile(from, "content");
-    struct Failure {
-        std::string call;
-        std::size_t skip;
-        std::string names;
-        std::string left;
-    };
-    for (Failure const& failure : std::vector<Failure>{{"open", 0, On(to), "nothing"},
-                                                       {"open", 1, On(from), "file "},
-                                                       {"read", 0, On(from), "file "},
-                                                       {"write", 0, "", "file "},
-                                                       {"close", 0, "", "file content"},
-                                                       {"close", 1, On(from), "file content"}}) {
-        SCOPED_TRACE(failure.call + std::to_string(failure.skip));
+    for (auto const& [call, skip, named, left] :
+         std::vector<std::tuple<std::string, std::size_t, std::string, std::string>>{
+             {"open", 0, On(to), "nothing"},
+             {"open", 1, On(from), "file "},
+             {"read", 0, On(from), "file "},
+             {"write", 0, "", "file "},
+             {"close", 0, "", "file content"},
+             {"close", 1, On(from), "file content"}}) {
+        SCOPED_TRACE(call + std::to_string(skip));
         SystemCalls calls;
-        calls.Fail(failure.call, EIO, failure.skip);
-        ExpectResult(CopyFile, from, "FileIOError EIO" + failure.names, failure.left);
+        calls.Fail(call, EIO, skip);
+        ExpectResult(CopyFile, from, "FileIOError EIO" + named, left);
         EXPECT_THAT(DescriptorsOn(from), IsEmpty());
         EXPECT_THAT(DescriptorsOn(to), IsEmpty());
         fs::remove(to);
