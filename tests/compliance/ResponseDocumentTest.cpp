@@ -93,61 +93,6 @@ SANDBOX_TEST(ResponseDocumentTest, TextEndsAtItsFirstNul) {
     EXPECT_EQ("ab", ClientComplianceResponseIORead()[0].comment);
 }
 
-SANDBOX_TEST(ResponseDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
-    struct Case {
-        char const* what;
-        string document;
-        ResponseFields expected;
-    };
-    Case const cases[] = {
-        {"the type alone",
-         "<?xml version=\"1.0\"?>\r\n<VeskaClientComplianceResponse Version=\"1.0\">\r\n"
-         "\t<ResponseType>Progress</ResponseType>\r\n</VeskaClientComplianceResponse>",
-         EmptyResponse(ClientComplianceProgress)},
-        {"progress elements of any type",
-         BareResponse("<ResponseProgressState>1</ResponseProgressState>"
-                      "<ResponseProgressError>-5</ResponseProgressError>"
-                      "<ResponseProgressPercent>77</ResponseProgressPercent>"
-                      "<ResponseType>Close</ResponseType>"),
-         {ClientComplianceClose, 1, -5, 77, {}}},
-        {"the last usable one of repeated children",
-         BareOpenResponse("<ResponseType>Close</ResponseType><ResponseType>open</ResponseType>"
-                          "<ResponseType></ResponseType>"
-                          "<ResponseProgressState>1</ResponseProgressState>"
-                          "<ResponseProgressState>3</ResponseProgressState>"),
-         {ClientComplianceClose, 3, 0, 0, {}}},
-        {"rows with anything between them",
-         BareResponse("<ResponseItem><Designator>1</Designator></ResponseItem>text"
-                      "<Other><ResponseItem></ResponseItem></Other><!-- comment -->"
-                      "<ResponseType>Open</ResponseType>"
-                      "<ResponseItem><Designator>2</Designator></ResponseItem>"),
-         {ClientComplianceOpen, 2, 0, 0, {{"1"}, {"2"}}}},
-        {"rows without some of their texts",
-         BareOpenResponse("<ResponseItem></ResponseItem>"
-                          "<ResponseItem><Comment>c</Comment></ResponseItem>"),
-         {ClientComplianceOpen, 2, 0, 0, {{}, {"", "", "", "", "", "c"}}}},
-        {"texts of a row in any order, the last of repeated ones",
-         BareOpenResponse("<ResponseItem><Comment>6</Comment><Description>5</Description>"
-                          "<EvaluationTime>4</EvaluationTime><Other>x</Other>"
-                          "<ResultType>3</ResultType><Result>old</Result><Result>2</Result>"
-                          "<designator>no</designator><Designator>1</Designator></ResponseItem>"),
-         {ClientComplianceOpen, 2, 0, 0, {{"1", "2", "3", "4", "5", "6"}}}},
-        {"escapes and line breaks",
-         BareOpenResponse("<ResponseItem><Designator>a&#xe9;&amp;&lt;\r\nb\nc</Designator>"
-                          "</ResponseItem>"),
-         {ClientComplianceOpen, 2, 0, 0, {{"a\xE9&<\r\nb\nc"}}}},
-    };
-    for (Case const& one : cases)
-        EXPECT_EQ(one.expected, FieldsOf(ReadFrom(one.document))) << one.what;
-}
-
-SANDBOX_TEST(ResponseDocumentTest, NumbersEndAtTheFirstOtherByte) {
-    for (auto const& [text, value] : std::vector<std::pair<string, int>>{
-             {"3abc", 3}, {"abc", 0}, {"", 0}, {" \t-7", -7}, {"+4", 4}, {"0x10", 0}})
-        EXPECT_EQ(value, ReadFrom(BareOpenResponse(Element("ResponseProgressState", text))).state)
-            << text;
-}
-
 SANDBOX_TEST(ResponseDocumentTest, EachFailureHasItsOwnClassAndClosesTheFile) {
     long const open = CountOpenDescriptors();
     EXPECT_THROW(ClientComplianceResponseIORead(), FileNotFoundError);
@@ -176,14 +121,6 @@ SANDBOX_TEST(ResponseDocumentTest, EntryThatIsNotAFileCannotBeRead) {
     std::filesystem::remove(responseFile);
     MakeEntry(responseFile, "directory");
     EXPECT_THROW(ClientComplianceResponseIORead(), DebuggableException);
-}
-
-SANDBOX_TEST(ResponseDocumentTest, NoProperPrefixOfAResponseCanBeRead) {
-    string const whole = WrittenBytes(oneRow);
-    for (std::size_t length = 0; length < whole.size(); ++length)
-        EXPECT_THROW(ReadFrom(whole.substr(0, length)), ClientComplianceResponseReadFailure)
-            << length;
-    EXPECT_EQ(FieldsOf(oneRow), FieldsOf(ReadFrom(whole)));
 }
 
 } // namespace

@@ -1,17 +1,10 @@
 #include "files/FileErrors.h"
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
 #include <cstring>
-#include <string>
-#include <type_traits>
 
 #include <dlfcn.h>
 
-#include "files/FileLocation.h"
-#include "tests/support/Bytes.h"
-#include "tests/support/FailingAllocation.h"
+#include "tests/files/FileTest.h"
 
 namespace {
 
@@ -36,7 +29,7 @@ void ExpectNamedAs(std::string const& encodedName) {
     static_assert(std::is_base_of_v<FileIOError, Error>);
     static_assert(std::is_base_of_v<DebuggableException, Error>);
     std::string const start = "File error \"" + encodedName + '"';
-    FileLocation const where = MakeFileLocation("/a");
+    FileLocation const where = At("/a");
     EXPECT_EQ(start, Error(0).what());
     EXPECT_EQ(start + " on \"/a\"", Error(where, 0).what());
     EXPECT_EQ(start + " on \"b\"", Error(ConstData("b"), 0).what());
@@ -92,9 +85,7 @@ TEST(FileErrorsTest, EachPartOfTheMessageIsOptional) {
                 EXPECT_EQ(expected, error.what());
                 EXPECT_EQ(expected, error.what()) << "the second call returns the same text";
                 EXPECT_EQ(expected, error.MakeErrorMessage());
-                EXPECT_EQ(
-                    expected,
-                    FileMoveError(MakeFileLocation(first), MakeFileLocation(second), code).what());
+                EXPECT_EQ(expected, FileMoveError(At(first), At(second), code).what());
             }
 }
 
@@ -134,16 +125,14 @@ TEST(FileErrorsTest, AssignmentKeepsTheMessageAlreadyReturned) {
     FileIOError target(longName, 2);
     char const* const made = target.what();
     std::string const before = made;
-    target = FileIOError("first", "second", 17);
+    FileIOError const source("first", "second", 17);
+    target = source;
     EXPECT_EQ(17, target.GetCode());
-    std::string const after = "File error \"11FileIOError\" on \"first\" and \"second\": "
-                              "Error: 17: File exists";
-    EXPECT_EQ(after, target.MakeErrorMessage());
+    EXPECT_STREQ(source.what(), target.MakeErrorMessage().c_str());
     EXPECT_EQ(before, made) << "MakeErrorMessage does not change the text of what()";
-    EXPECT_EQ(after, target.what());
     FileIOError const& same = target;
     target = same;
-    EXPECT_EQ(after, target.what());
+    EXPECT_STREQ(source.what(), target.what());
     EXPECT_EQ(17, target.GetCode());
 }
 
@@ -161,12 +150,10 @@ TEST(FileErrorsTest, WithoutMemoryWhatReturnsTheTypeName) {
 TEST(FileErrorsTest, FailedAllocationInAConstructorThrows) {
     std::size_t thrown = 0;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
-        try {
-            FileIOError const error(longName, longName, 2);
-            FileIOError const copy(error);
-        } catch (std::bad_alloc const&) {
-            ++thrown;
-        }
+        thrown += Thrown([] {
+                      FileIOError const error(longName, longName, 2);
+                      FileIOError const copy(error);
+                  }) == "std::bad_alloc";
     });
     EXPECT_EQ(6u, failures) << "a record and two names, for the error and for its copy";
     EXPECT_EQ(failures, thrown);
@@ -179,10 +166,8 @@ TEST(FileErrorsTest, ErrorStringHasTheNumberAndTheMessageOfTheSystem) {
                   MakeErrorString(number));
     systemHasMessages = false;
     std::string const text = MakeErrorString(2);
-    std::string const message = FileIOError("/x", 12345).what();
     systemHasMessages = true;
     EXPECT_EQ("Unknown error: 2", text);
-    EXPECT_EQ("File error \"11FileIOError\" on \"/x\": Unknown error: 12345", message);
 }
 
 } // namespace

@@ -8,6 +8,12 @@
 
 namespace {
 
+static_assert(sizeof(DirectoryCreatingInfo) == 4 && sizeof(FileCreatingInfo) == 4);
+static_assert(std::is_trivially_copyable_v<DirectoryCreatingInfo>);
+static_assert(std::is_trivially_copyable_v<FileCreatingInfo>);
+static_assert(DirectoryCreatingInfo().permissions == 0777);
+static_assert(FileCreatingInfo().permissions == 0666 && FileCreatingInfo::systemDefault == 0666);
+
 class FileOperationsTest : public FileTest {
 protected:
     std::string const file = directory / "file";

@@ -1,22 +1,11 @@
-// Checks the properties of two fuzz targets with random inputs. CMakeLists.txt renames the
-// functions of the targets, and the targets describe their inputs.
-#include "fuzz/RandomInputs.h"
-
-extern "C" int CheckNames(unsigned char const* data, std::size_t size);
-extern "C" int CheckLocations(unsigned char const* data, std::size_t size);
+// Checks the properties of fuzz targets with random inputs.
+#include "tests/support/FuzzTargets.h"
 
 namespace {
-
-std::string Counted(std::string const& text) { return static_cast<char>(text.size()) + text; }
 
 // A byte below `limit`.
 char Choice(std::mt19937& random, unsigned int limit) {
     return static_cast<char>(random() % limit);
-}
-
-void ExpectProperty(int check(unsigned char const*, std::size_t), std::string const& input) {
-    ExpectHolds(input,
-                [&] { check(reinterpret_cast<unsigned char const*>(input.data()), input.size()); });
 }
 
 // Names are short, or near the limits. The searched text is a part of the name in another case.
@@ -30,7 +19,7 @@ TEST(FilePropertiesTest, NamesAgreeWithStdString) {
         std::string end = first.substr(from, random() % 2 == 0 ? length : random() % 4);
         for (char& byte : end)
             byte = static_cast<char>(byte ^ (random() % 8 == 0 ? 0x20 : 0));
-        ExpectProperty(CheckNames, Choice(random, 256) + Counted(first) + Counted(second) + end);
+        ExpectHolds(CheckNames, Choice(random, 256) + Counted(first) + Counted(second) + end);
     }
 }
 
@@ -44,7 +33,7 @@ TEST(FilePropertiesTest, LocationsAgreeWithStdString) {
             input += Choice(random, 64);
             input += Counted(RandomBytes(random, length, "//aA.19*?\xE9"));
         }
-        ExpectProperty(CheckLocations, input);
+        ExpectHolds(CheckLocations, input);
     }
 }
 

@@ -1,11 +1,8 @@
 #include "files/MilliSecondSleep.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
-#include <string>
-#include <vector>
 
+#include "tests/files/FileTest.h"
 #include "tests/files/RecordedSleeps.h"
 
 namespace {
@@ -15,10 +12,9 @@ TEST(MilliSecondSleepTest, SleepsWholeSecondsAndThenTheRemainder) {
     RecordedSleeps const sleeps;
     for (unsigned int milliseconds : {1u, 999u, 1'016u, 0u, 4'000u, 4'294'967'295u})
         MilliSecondSleep(milliseconds);
-    EXPECT_EQ(sleeps.Calls(),
-              (std::vector<std::string>{"usleep 1000", "usleep 999000", "sleep 1", "usleep 16000",
-                                        "usleep 0", "sleep 4", "usleep 0", "sleep 4294967",
-                                        "usleep 295000"}));
+    EXPECT_THAT(sleeps.Calls(),
+                ElementsAre("usleep 1000", "usleep 999000", "sleep 1", "usleep 16000", "usleep 0",
+                            "sleep 4", "usleep 0", "sleep 4294967", "usleep 295000"));
 }
 
 TEST(MilliSecondSleepTest, BlocksForTheWholeTime) {

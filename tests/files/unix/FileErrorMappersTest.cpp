@@ -23,32 +23,27 @@ void ThrowBy(FileLocation const& where, int number) {
     Thrower().ThrowError(where, number);
 }
 
-std::map<int, std::string> operator+(std::map<int, std::string> base,
-                                     std::map<int, std::string> const& more) {
-    base.insert(more.begin(), more.end());
-    return base;
-}
-
 std::vector<MapperCase> Mappers() {
-    std::map<int, std::string> const permissions = {{1, "FilePermissionError"},
-                                                    {13, "FilePermissionError"}};
-    std::map<int, std::string> const common =
-        permissions +
-        std::map<int, std::string>{{2, "FileNotFoundError"},      {11, "FileLockError"},
-                                   {12, "FileResourceError"},     {23, "FileResourceError"},
-                                   {24, "FileResourceError"},     {20, "DirectoryNotFoundError"},
-                                   {36, "DirectoryNotFoundError"}};
-    std::map<int, std::string> const writing =
-        common + std::map<int, std::string>{{17, "FileExistsError"}, {28, "FileDiskFullError"}};
+    std::map<int, std::string> const common = {
+        {1, "FilePermissionError"}, {13, "FilePermissionError"},    {2, "FileNotFoundError"},
+        {11, "FileLockError"},      {12, "FileResourceError"},      {23, "FileResourceError"},
+        {24, "FileResourceError"},  {20, "DirectoryNotFoundError"}, {36, "DirectoryNotFoundError"}};
+    std::map<int, std::string> writing = common;
+    writing.insert({{17, "FileExistsError"}, {28, "FileDiskFullError"}});
+    std::map<int, std::string> writer = writing;
+    writer[22] = "FileSeekError";
     return {
         {"operations", [](FileLocation const& where, int number) { ThrowFileError(where, number); },
          common},
         {"reading path", ThrowBy<UnixPlatform::FileReadingPath>, common},
         {"writing path", ThrowBy<UnixPlatform::FileWritingPath>, writing},
-        {"reader", ThrowBy<UnixPlatform::FileReader>,
-         permissions + std::map<int, std::string>{{22, "FileSeekError"}, {90, "EndOfFileError"}}},
-        {"writer", ThrowBy<UnixPlatform::FileWriter>,
-         writing + std::map<int, std::string>{{22, "FileSeekError"}}},
+        {"reader",
+         ThrowBy<UnixPlatform::FileReader>,
+         {{1, "FilePermissionError"},
+          {13, "FilePermissionError"},
+          {22, "FileSeekError"},
+          {90, "EndOfFileError"}}},
+        {"writer", ThrowBy<UnixPlatform::FileWriter>, writer},
     };
 }
 
@@ -69,8 +64,6 @@ TEST(FileErrorMappersTest, EveryErrorNumberMapsToTheClassOfTheTable) {
         EXPECT_EQ("FileIOError 100000" + On("/some/where"),
                   Thrown([&] { mapper.throwError(where, 100'000); }));
         EXPECT_THROW(mapper.throwError(where, -1), FileIOError);
-        EXPECT_EQ("FilePermissionError EACCES",
-                  Thrown([&] { mapper.throwError(FileLocation(), 13); }));
     }
 }
 
