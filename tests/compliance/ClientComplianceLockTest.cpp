@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <filesystem>
-#include <string>
 #include <type_traits>
 #include <utility>
 
@@ -14,7 +12,6 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 // The state of the lock belongs to the process, so each case has a sandbox.
@@ -31,6 +28,13 @@ constexpr char const* lockFile = "/var/opt/VeskaClient/RequestDir/lockfile";
 bool Lock() { return ClientComplianceLock::The().Lock(); }
 
 void Unlock() { ClientComplianceLock::The().Unlock(); }
+
+// Expects that Lock fails and leaks no file descriptor.
+void ExpectNoLock() {
+    long const open = CountOpenDescriptors();
+    EXPECT_FALSE(Lock());
+    EXPECT_EQ(open, CountOpenDescriptors());
+}
 
 SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileRepeatedly) {
     EXPECT_EQ(&ClientComplianceLock::The(), &ClientComplianceLock::The());
@@ -51,9 +55,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileRepeatedly) {
 
 SANDBOX_TEST(ClientComplianceLockTest, SecondLockFailsAndTheFirstStaysHeld) {
     EXPECT_TRUE(Lock());
-    long const open = CountOpenDescriptors();
-    EXPECT_FALSE(Lock());
-    EXPECT_EQ(open, CountOpenDescriptors());
+    ExpectNoLock();
     EXPECT_TRUE(IsLockedForOthers(lockFile));
     Unlock();
     EXPECT_FALSE(IsLockedForOthers(lockFile));
@@ -71,12 +73,10 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockHasNoEffect) {
 // Deliberate: the failure is permanent, although the lock becomes free again.
 SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereFailsPermanently) {
     ForeignLock holder(lockFile);
-    long const open = CountOpenDescriptors();
-    EXPECT_FALSE(Lock());
-    EXPECT_EQ(open, CountOpenDescriptors());
+    ExpectNoLock();
     EXPECT_TRUE(IsLockedForOthers(lockFile));
     holder.Release();
-    EXPECT_FALSE(Lock());
+    ExpectNoLock();
     EXPECT_FALSE(IsLockedForOthers(lockFile));
     Unlock();
     EXPECT_FALSE(Lock());

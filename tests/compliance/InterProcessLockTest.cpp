@@ -3,17 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <filesystem>
 #include <memory>
-#include <string>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
 #include "tests/support/TemporaryDirectory.h"
 #include "tests/system/RecordLock.h"
 
@@ -48,17 +43,18 @@ TEST_F(InterProcessLockTest, CreatesAnEmptyFileWithTheModeOfTheUmaskAndKeepsIt) 
 TEST_F(InterProcessLockTest, NeverChangesItsFile) {
     WriteWholeFile(path, "content of somebody else");
     fs::permissions(path, fs::perms(0640));
-    struct stat const before = Status();
+    auto const facts = [&] {
+        struct stat const status = Status();
+        return std::tuple(status.st_ino, status.st_mode, status.st_mtim.tv_sec,
+                          status.st_mtim.tv_nsec);
+    };
+    auto const before = facts();
     {
         InterProcessLock lock(path.c_str());
         EXPECT_TRUE(lock.Lock());
         lock.Unlock();
     }
-    struct stat const after = Status();
-    EXPECT_EQ(before.st_ino, after.st_ino);
-    EXPECT_EQ(before.st_mode, after.st_mode);
-    EXPECT_EQ(before.st_mtim.tv_sec, after.st_mtim.tv_sec);
-    EXPECT_EQ(before.st_mtim.tv_nsec, after.st_mtim.tv_nsec);
+    EXPECT_EQ(before, facts());
     EXPECT_EQ("content of somebody else", ReadWholeFile(path));
 }
 

@@ -4,10 +4,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <optional>
-#include <string>
 #include <tuple>
 #include <vector>
 
@@ -18,7 +14,6 @@
 #include "tests/compliance/FakeProcess.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
 
 namespace {
 

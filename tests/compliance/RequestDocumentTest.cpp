@@ -1,15 +1,11 @@
 // Tests the contents of a request, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/RequestDocument.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/Records.h"
 #include "tests/files/Entries.h"
-#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 
 namespace {

@@ -1,9 +1,6 @@
 // Tests the contents of a response, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/ResponseDocument.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "files/FileErrors.h"
@@ -11,7 +8,6 @@
 #include "tests/compliance/Records.h"
 #include "tests/files/Entries.h"
 #include "tests/support/OpenDescriptors.h"
-#include "tests/support/Sandbox.h"
 #include "tests/system/Documents.h"
 
 namespace {
