@@ -29,6 +29,16 @@ using testing::IsEmpty;
 
 using Calls = std::vector<std::string>;
 
+// Returns all texts over an alphabet up to a length, including the empty text.
+inline std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        for (char byte : alphabet)
+            if (texts[i].size() < longest)
+                texts.push_back(texts[i] + byte);
+    return texts;
+}
+
 // Sends the chunks to the receiver as one stream.
 inline void Send(Chunks const& chunks, DataReceiver& receiver) {
     receiver.Start();

@@ -70,13 +70,7 @@ TEST(LineMakerTest, StartResetsTheState) {
 }
 
 TEST(LineMakerTest, EveryShortTextAgreesWithReference) {
-    std::string const alphabet = "a\r\n";
-    std::vector<std::string> texts{""};
-    for (std::size_t i = 0; i < texts.size() && texts[i].size() < 6; ++i)
-        for (char byte : alphabet)
-            texts.push_back(texts[i] + byte);
-    ASSERT_EQ(1093u, texts.size());
-    for (std::string const& text : texts)
+    for (std::string const& text : AllTexts("a\r\n", 6))
         ExpectForEachSplit(text, 7);
 }
 

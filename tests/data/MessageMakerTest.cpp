@@ -12,10 +12,18 @@ void ExpectAgreementForEachSplit(std::string const& text) {
     });
 }
 
+// Deliberate: a field whose name has more than 47 bytes is dropped with its continuations.
 TEST(MessageMakerTest, ShortMessagesAgreeWithReference) {
-    for (char const* const text :
-         {"Title: hi\n there\n\nbody", "", "\n", "a: b", "a: b\n", "X-Y:\r\n\r\n", "\r\na: b\n\nc",
-          "a:b\n \n c\n\n", " a\n\nb\r\n"})
+    std::string const longest(47, 'N');
+    for (std::string const& text :
+         {Bytes("A \xC4\0Z :v"), longest + ": v", longest + "N: v\n continued\nb:1\n 2",
+          "a:1\n" + longest + "N:2\n 3\n", longest + longest + longest + ": v",
+          std::string("Title: hi\n there\n\nbody"), std::string(), std::string("\n"),
+          std::string("X-Title: \tHi There  \n"), std::string(":v\nx"), std::string("u:http://x:1"),
+          std::string("a: 1\n\t \t2\n   3\n"), std::string("a:1\t \n   \n 2 \n"),
+          std::string("junk\nb:1\nno\n go:\nd:2"), std::string(" x: y\na:1"),
+          std::string("X-Y:\r\n\r\n"), std::string("\r\na: b\n\nc"), std::string("a:b\n \n c\n\n"),
+          std::string(" a\n\nb\r\n")})
         ExpectAgreementForEachSplit(text);
 }
 

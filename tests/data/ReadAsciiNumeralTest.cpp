@@ -28,14 +28,8 @@ TEST(ReadAsciiNumeralTest, AgreesWithFromCharsForEveryByteAtEveryPosition) {
 }
 
 TEST(ReadAsciiNumeralTest, AgreesWithFromCharsForEveryShortText) {
-    std::string const alphabet = Bytes("0159aFgx+- \x00\x80/:");
-    std::vector<std::string> texts{""};
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        ExpectReadersAgree(texts[i]);
-        for (char byte : alphabet)
-            if (texts[i].size() < 4)
-                texts.push_back(texts[i] + byte);
-    }
+    for (std::string const& text : AllTexts(Bytes("0159aFgx+- \x00\x80/:"), 4))
+        ExpectReadersAgree(text);
 }
 
 TEST(ReadAsciiNumeralTest, AgreesWithFromCharsAroundLimits) {
@@ -64,29 +58,6 @@ TEST(ReadAsciiNumeralTest, IgnoresDigitsAfterTheText) {
         EXPECT_EQ(NumeralReadOK,
                   TryReadAsciiDecimalNumeral(ConstData(digits.data(), length), value));
         EXPECT_EQ(digits.substr(0, length), std::to_string(value));
-    }
-}
-
-// Deliberate: the reader multiplies by the base before it checks the byte, so overflow is reported
-// first. On failure, the unsigned 64-bit readers store the value of the preceding digits,
-// multiplied by the base unless that overflows. Empty text stores nothing.
-TEST(ReadAsciiNumeralTest, ReportsFirstErrorAndStoresPartialValue) {
-    struct {
-        char const* text;
-        NumeralReadResult result;
-        unsigned long long value;
-    } const cases[] = {
-        {"", NumeralReadInvalid, untouched},
-        {"12x", NumeralReadInvalid, 120},
-        {"1844674407370955161x", NumeralReadInvalid, 18446744073709551610ull},
-        {"18446744073709551616", NumeralReadTooLarge, 18446744073709551610ull},
-        {"1844674407370955162x", NumeralReadTooLarge, 1844674407370955162},
-        {"18446744073709551615x", NumeralReadTooLarge, ~0ull},
-    };
-    for (auto const& [text, result, expected] : cases) {
-        unsigned long long value = untouched;
-        EXPECT_EQ(result, TryReadAsciiDecimalNumeral(text, value)) << text;
-        EXPECT_EQ(expected, value) << text;
     }
 }
 

@@ -132,25 +132,21 @@ TEST_F(FileLoopTest, UnreadableDirectoryIsAnEmptyLoop) {
         EXPECT_FALSE(loop.HasItem()) << where.Text();
         EXPECT_FALSE((++loop).HasItem());
     }
-    Sandbox::Run([&] {
-        fs::permissions(directory.path(), fs::perms(0111));
-        Sandbox::DropPrivileges();
-        EXPECT_FALSE(Loop(here, false, nullptr).HasItem());
-    });
+    SystemCalls calls;
+    calls.Fail("scandir", EACCES);
+    EXPECT_FALSE(Loop(here, false, nullptr).HasItem());
 }
 
 TEST_F(FileLoopTest, ReportsEntriesThatCannotBeExamined) {
-    Sandbox::Run([&] {
-        Make({"a", "b"});
-        fs::permissions(directory.path(), fs::perms(0444));
-        Sandbox::DropPrivileges();
-        EXPECT_EQ("FilePermissionError EACCES" + On(directory / "a"),
-                  Thrown([&] { Loop(here, true, nullptr); }));
-        Loop loop;
-        EXPECT_THROW(loop.Start(here, true, nullptr), FilePermissionError);
-        EXPECT_EQ("FilePermissionError EACCES" + On(directory / "b"), Thrown([&] { ++loop; }));
-        EXPECT_FALSE((++loop).HasItem());
-    });
+    Make({"a", "b"});
+    SystemCalls calls;
+    calls.FailFromThenOn("lstat", EACCES);
+    EXPECT_EQ("FilePermissionError EACCES" + On(directory / "a"),
+              Thrown([&] { Loop(here, true, nullptr); }));
+    Loop loop;
+    EXPECT_THROW(loop.Start(here, true, nullptr), FilePermissionError);
+    EXPECT_EQ("FilePermissionError EACCES" + On(directory / "b"), Thrown([&] { ++loop; }));
+    EXPECT_FALSE((++loop).HasItem());
 }
 
 TEST_F(FileLoopTest, ReportsADanglingLinkUnlessTolerated) {

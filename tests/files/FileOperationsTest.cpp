@@ -24,21 +24,6 @@ void MakeFileAt(FileLocation const& where) { CreateFile(where, {}); }
 void MakeDirectoryAt(FileLocation const& where) { CreateDirectory(where, {}); }
 void ForceDirectoryAt(FileLocation const& where) { ForceDirectoryExistence(where, {}); }
 
-// Calls `expect` with the error for a read-only disk, and with that for a directory that the user
-// may not change.
-void ExpectForReadOnlyDisk(SmallFileSystem& disk,
-                           std::function<void(std::string const&)> const& expect) {
-    disk.MakeReadOnly();
-    expect("FileIOError EROFS");
-    disk.MakeWritable();
-    fs::permissions(disk.path(), fs::perms(0555));
-    Sandbox::DropPrivileges();
-    expect("FilePermissionError EACCES");
-}
-
-constexpr void (*creations[])(FileLocation const&) = {MakeFileAt, MakeDirectoryAt,
-                                                      ForceDirectoryAt};
-
 TEST_F(FileOperationsTest, AllButTwoOperationsRejectAnEmptyLocation) {
     MakeEntry(file, "file");
     for (auto* const operation :
@@ -146,22 +131,19 @@ TEST_F(FileOperationsTest, CreationFailsIfTheEntryExists) {
     });
 }
 
-// Only functions that write throw the class for a full disk.
 TEST_F(FileOperationsTest, FailedCreationReportsTheErrorOfTheSystem) {
+    auto const mapper = [&](int error) {
+        ThrowFileError(At(from), error);
+    };
+    ExpectMapped("fopen", mapper, [&] { MakeFileAt(At(from)); });
+    ExpectMapped("mkdir", mapper, [&] { MakeDirectoryAt(At(from)); });
+    ExpectMapped("mkdir", mapper, [&] { ForceDirectoryAt(At(from)); });
     MakeEntry(file, "file");
-    for (auto const& create : creations) {
+    for (auto const& create : {MakeFileAt, MakeDirectoryAt, ForceDirectoryAt}) {
         ExpectRejected("FileNotFoundError ENOENT", "a/b", create);
         ExpectRejected("DirectoryNotFoundError ENOTDIR", "file/b", create);
         ExpectRejected("DirectoryNotFoundError ENAMETOOLONG", std::string(256, 'x'), create);
     }
-    OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
-        auto const expect = [&](std::string const& error) {
-            for (auto const& create : creations)
-                EXPECT_EQ(error + On(disk / "x"), ThrownBy(create, disk / "x"));
-        };
-        expect("FileIOError ENOSPC");
-        ExpectForReadOnlyDisk(disk, expect);
-    });
 }
 
 // Another process creates or removes the entry between the check and the operation.
@@ -241,16 +223,11 @@ TEST_F(FileOperationsTest, FailedDeletionReportsTheErrorOfTheSystem) {
         ThrowFileError(At(file), error);
     };
     ExpectMapped("unlink", mapper, [&] { DeleteFile(At(file)); });
-    OnDisk({}, [](SmallFileSystem& disk) {
-        MakeEntry(disk / "file", "file");
-        MakeEntry(disk / "directory", "directory");
-        auto const expect = [&](std::string const& error) {
-            EXPECT_EQ(error + On(disk / "file"), ThrownBy(DeleteFile, disk / "file"));
-            EXPECT_EQ(error + On(disk / "directory"),
-                      ThrownBy(DeleteDirectory, disk / "directory"));
-        };
-        ExpectForReadOnlyDisk(disk, expect);
-    });
+    MakeEntry(from, "directory");
+    auto const directoryMapper = [&](int error) {
+        ThrowFileError(At(from), error);
+    };
+    ExpectMapped("rmdir", directoryMapper, [&] { DeleteDirectory(At(from)); });
 }
 
 } // namespace

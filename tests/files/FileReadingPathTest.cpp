@@ -65,15 +65,6 @@ TEST_F(FileReadingPathTest, FailedOpenNamesTheFileAndStaysClosed) {
     ExpectMapped("open", MapperOf(path, file), [&] { FileReadingPath{file}; });
 }
 
-TEST_F(FileReadingPathTest, UnreachableFileThrowsAPermissionError) {
-    Sandbox::Run([&] {
-        chmod(directory.path().c_str(), 0755);
-        chmod(name.c_str(), 0);
-        Sandbox::DropPrivileges();
-        EXPECT_EQ("FilePermissionError EACCES" + on, Thrown([&] { FileReadingPath{file}; }));
-    });
-}
-
 TEST_F(FileReadingPathTest, RejectsTheKernelLogCaseInsensitively) {
     for (char const* text : {"/proc/kmsg", "/PROC/KMSG", "/Proc/kMsg", "/proc/kmsg/"}) {
         ReadingPath path;
@@ -152,14 +143,6 @@ TEST_F(FileReadingPathTest, OtherFailuresDoNotMakeTheLengthUnknown) {
                       Thrown([&] { path.Length(); }));
             EXPECT_EQ(isUnknown, path.lengthUnknown) << seeks[seek] << ' ' << error;
         }
-}
-
-TEST_F(FileReadingPathTest, PipeHasNoLength) {
-    MakeEntry(directory / "pipe", "FIFO");
-    int const other = open((directory / "pipe").c_str(), O_RDWR);
-    EXPECT_EQ("FileIOError ESPIPE" + On(directory / "pipe"),
-              Thrown([&] { FileReadingPath(Here("pipe")).Length(); }));
-    close(other);
 }
 
 TEST_F(FileReadingPathTest, ClosedPathMakesNoCallAndKeepsItsLocation) {

@@ -82,12 +82,10 @@ TEST_F(FileTreesTest, FailedTreeCreationKeepsTheUpperLevels) {
     std::string const tooLong = directory / ("a/" + std::string(256, 'x'));
     EXPECT_EQ("DirectoryNotFoundError ENAMETOOLONG" + On(tooLong), TreeThrows(tooLong + "/b"));
     EXPECT_EQ(Everything(), (Tree{{"a", "directory"}}));
-    OnDisk({.inodes = 2}, [](SmallFileSystem& disk) {
-        EXPECT_EQ("FileIOError ENOSPC" + On(disk / "a/b"), TreeThrows(disk / "a/b/c"));
-        fs::permissions(disk.path(), fs::perms(0555));
-        Sandbox::DropPrivileges();
-        EXPECT_EQ("FilePermissionError EACCES" + On(disk / "x"), TreeThrows(disk / "x/y"));
-    });
+    SystemCalls calls;
+    calls.Fail("mkdir", ENOSPC, 1);
+    EXPECT_EQ("FileIOError ENOSPC" + On(directory / "b/c"), TreeThrows(directory / "b/c/d"));
+    EXPECT_EQ(Everything(), (Tree{{"a", "directory"}, {"b", "directory"}}));
 }
 
 // Recursion would use a stack frame for each of the 100,000 components.
@@ -223,14 +221,12 @@ TEST_F(FileTreesTest, LinkToADirectoryIsSilentlyOmitted) {
 }
 
 TEST_F(FileTreesTest, UnreadableDirectoryIsCopiedAsAnEmptyOne) {
-    OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
-        fs::create_directory(disk / "from");
-        MakeEntry(disk / "from/closed", "full directory");
-        fs::permissions(disk / "from/closed", fs::perms(0));
-        Sandbox::DropPrivileges();
-        CopyDirectoryContents(At(disk / "from"), At(disk / "to"));
-        EXPECT_EQ(DescribeTree(disk / "to"), (Tree{{"closed", "directory"}}));
-    });
+    fs::create_directory(from);
+    MakeEntry(from + "/closed", "full directory");
+    SystemCalls calls;
+    calls.Fail("scandir", EACCES, 1);
+    EXPECT_EQ("nothing", CopyThrows());
+    EXPECT_EQ(DescribeTree(to), (Tree{{"closed", "directory"}}));
 }
 
 TEST_F(FileTreesTest, FullDiskKeepsThePartCopiedSoFar) {

@@ -96,24 +96,6 @@ TEST_F(FileWriterTest, PositionIncludesTheBytesWrittenBeforeAFailure) {
     EXPECT_EQ(writer.Position(), ~0ULL);
 }
 
-TEST_F(FileWriterTest, WritingToAPipeOrAFullDeviceFails) {
-    MakeEntry(directory / "pipe", "FIFO");
-    for (auto const& [where, error] : Pairs{{directory / "pipe", "FileIOError ESPIPE"},
-                                            {"/dev/full", "FileDiskFullError ENOSPC"}}) {
-        path.OpenExisting(At(where));
-        FileWriter writer(path, 0);
-        EXPECT_EQ(error, Thrown([&] { writer << ConstData("a"); }));
-    }
-    OnDisk({.bytes = 2 * 4096}, [&](SmallFileSystem& disk) {
-        path.OpenNew(At(disk / "file"));
-        UnixPlatform::FileWriter writer(path, 0);
-        std::string const text(3 * 4096, 'x');
-        EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { writer << ConstData(text); }));
-        EXPECT_EQ(writer.Position(), 2u * 4096) << "the bytes for which there is space are written";
-        EXPECT_EQ(ReadWholeFile(disk / "file"), text.substr(0, 2 * 4096));
-    });
-}
-
 TEST_F(FileWriterTest, ResultIsIndependentOfChunksAndShortWrites) {
     for (unsigned seed = 0; seed < 50; ++seed) {
         std::mt19937 random(seed);

@@ -107,18 +107,6 @@ TEST_F(FileWritingPathTest, EachModeKeepsTruncatesCreatesOrRejectsTheFile) {
         }
 }
 
-TEST_F(FileWritingPathTest, NewFileHasPermissionsReducedByTheUmask) {
-    for (mode_t mask : {0, 022, 077, 0222})
-        ForEachMode([&](OpenMode const& mode, FileLocation const& where) {
-            Umask const umask(mask);
-            FileWritingPath path;
-            (path.*mode.open)(where);
-            if (&where == &newFile) {
-                EXPECT_EQ(ModeOf(newName), 0666 & ~mask);
-            }
-        });
-}
-
 TEST_F(FileWritingPathTest, FailedOpenIsMappedForWriting) {
     std::string const here = On(directory.path());
     for (OpenMode const& mode : openModes) {
@@ -135,12 +123,6 @@ TEST_F(FileWritingPathTest, FailedOpenIsMappedForWriting) {
             ExpectMapped("open", MapperOf(path, where), [&] { open(where); });
         EXPECT_EQ(path.descriptor, -1);
     }
-    OnDisk({.inodes = 1}, [](SmallFileSystem& disk) {
-        auto const open = [](FileLocation const& where) {
-            FileWritingPath().OpenNew(where);
-        };
-        EXPECT_EQ("FileDiskFullError ENOSPC" + On(disk / "file"), ThrownBy(open, disk / "file"));
-    });
 }
 
 TEST_F(FileWritingPathTest, EachOpenFirstClosesTheOpenFile) {
@@ -183,9 +165,6 @@ TEST_F(FileWritingPathTest, FlushIsOneFsyncAndItsErrorHasNoName) {
         EXPECT_THAT(calls.Log(), ElementsAre("fsync"));
         ExpectMapped("fsync", MapperOf(path, FileLocation()), [&] { (path.*flush)(); });
     }
-    MakeEntry(directory / "pipe", "FIFO");
-    path.OpenExisting(Here("pipe"));
-    EXPECT_EQ("FileIOError EINVAL", Thrown([&] { path.Flush(); }));
     EXPECT_EQ("FileIOError EBADF", Thrown([] { FileWritingPath().Flush(); }));
 }
 
@@ -252,11 +231,6 @@ TEST_F(FileWritingPathTest, FailedSetLengthIsMappedForWriting) {
     SystemCalls calls;
     EXPECT_EQ("FileIOError EINVAL", Thrown([&] { path.SetLength(1); }));
     EXPECT_THAT(calls.Log(), ElementsAre("ftruncate -1"));
-    OnDisk({.bytes = 4096}, [](SmallFileSystem& disk) {
-        disk.FillUp();
-        FileWritingPath full(At(disk / "file"), FileWritingPath::OpenNewFile());
-        EXPECT_EQ("FileDiskFullError ENOSPC", Thrown([&] { full.SetLength(1); }));
-    });
 }
 
 } // namespace

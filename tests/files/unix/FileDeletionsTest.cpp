@@ -133,26 +133,18 @@ TEST_F(FileDeletionsTest, SpecialFilesAndTheirDirectoriesAreKept) {
 }
 
 TEST_F(FileDeletionsTest, SystemErrorStopsTheDeletion) {
-    OnDisk({.mode = "0777"}, [](SmallFileSystem& disk) {
-        MakeEntry(disk / "tree", "full directory");
-        MakeEntry(disk / "closed", "full directory");
-        auto const expect = [&](std::string const& error) {
-            for (Delete remove : {DeleteRecursive, DeleteContents})
-                EXPECT_EQ(error + On(disk / "tree/inside"), ThrownBy(remove, disk / "tree"));
-        };
-        disk.MakeReadOnly();
-        expect("FileIOError EROFS");
-        disk.MakeWritable();
-        fs::permissions(disk / "tree", fs::perms(0555));
-        fs::permissions(disk / "closed", fs::perms(0333));
-        Sandbox::DropPrivileges();
-        expect("FilePermissionError EACCES");
-        // For an unreadable directory, only the removal fails.
-        EXPECT_NO_THROW(DeleteContents(At(disk / "closed")));
-        EXPECT_EQ("FileIOError ENOTEMPTY" + On(disk / "closed"),
-                  ThrownBy(DeleteRecursive, disk / "closed"));
-        EXPECT_EQ(DescribeEntry(disk / "closed/inside"), "file content");
-    });
+    MakeEntry(tree, "full directory");
+    auto const mapper = [&](int error) {
+        ThrowFileError(At(tree + "/inside"), error);
+    };
+    for (Delete remove : {DeleteRecursive, DeleteContents})
+        ExpectMapped("unlink", mapper, [&] { remove(At(tree)); });
+    EXPECT_EQ(DescribeTree(tree), (Tree{{"inside", "file content"}}));
+    // For an unreadable directory, only the removal fails.
+    SystemCalls calls;
+    calls.FailFromThenOn("scandir", EACCES);
+    EXPECT_NO_THROW(DeleteContents(At(tree)));
+    EXPECT_EQ("FileIOError ENOTEMPTY" + On(tree), ThrownBy(DeleteRecursive, tree));
 }
 
 // A vanished entry stops the deletion if the loop has not examined it yet, and not afterwards.
