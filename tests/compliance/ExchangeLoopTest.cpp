@@ -65,36 +65,6 @@ protected:
     ResponseFields const empty = EmptyResponse(ClientComplianceClose);
 };
 
-// The state of the documents at each poll.
-struct Course {
-    std::array<bool, 4> requestExists{};
-    std::array<bool, 4> isReadable{};
-
-    // The low four bits are requestExists, the next four isReadable.
-    explicit Course(unsigned int bits) {
-        for (std::size_t poll = 0; poll < 4; ++poll) {
-            requestExists[poll] = (bits >> poll & 1) != 0;
-            isReadable[poll] = (bits >> (4 + poll) & 1) != 0;
-        }
-    }
-
-    int Result() const {
-        int code = COMPLIANCE_ERROR_NO_PICKUP;
-        for (std::size_t poll = 0; poll < 4; ++poll)
-            if (!requestExists[poll])
-                code = isReadable[poll] ? 0 : code == 0 ? 0 : COMPLIANCE_ERROR_BAD_RESPONSE;
-        return code;
-    }
-
-    // The time of the first poll that finds a response, or of the last poll.
-    unsigned int End() const {
-        for (std::size_t poll = 0; poll < 4; ++poll)
-            if (!requestExists[poll] && isReadable[poll])
-                return pollTimes[poll];
-        return pollTimes.back();
-    }
-};
-
 std::size_t CurrentPoll() {
     auto const found = std::ranges::find(pollTimes, world.slept);
     if (found == pollTimes.end())
@@ -112,26 +82,38 @@ using Failures =
                    ClientComplianceResponseTypeFailure, std::bad_alloc, int>;
 TYPED_TEST_SUITE(ExchangeFailureTest, Failures);
 
-// The fields of the response are those that the agent wrote. Its type is not compared with that of
+// The low four bits decide whether the request exists at each poll, the next four whether the
+// response is readable. The fields of the response are those that the agent wrote. Its type is not compared with that of
 // the request.
 TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstReadableResponse) {
     ResponseFields const answer{
         ClientComplianceProgress, 3, 1, 2, {{"d", "r", "t", "e", "i", "c"}}};
     for (unsigned int bits = 0; bits < 256; ++bits) {
-        Course const course(bits);
+        SCOPED_TRACE(bits);
+        auto const requestExists = [&](std::size_t poll) {
+            return (bits >> poll & 1) != 0;
+        };
+        auto const isReadable = [&](std::size_t poll) {
+            return (bits >> (4 + poll) & 1) != 0;
+        };
+        int result = COMPLIANCE_ERROR_NO_PICKUP;
+        std::size_t last = 0;
+        for (; last < 4 && result != 0; ++last)
+            if (!requestExists(last))
+                result = isReadable(last) ? 0 : COMPLIANCE_ERROR_BAD_RESPONSE;
         world.slept = 0;
         world.requestExists = [&] {
-            return course.requestExists[CurrentPoll()];
+            return requestExists(CurrentPoll());
         };
         world.read = [&] {
-            EXPECT_FALSE(course.requestExists[CurrentPoll()]) << bits;
-            if (!course.isReadable[CurrentPoll()])
+            EXPECT_FALSE(requestExists(CurrentPoll()));
+            if (!isReadable(CurrentPoll()))
                 throw TypeParam();
             return MakeResponse(answer);
         };
-        EXPECT_EQ(course.Result(), this->Exchange()) << bits;
-        EXPECT_EQ(course.End(), world.slept) << bits;
-        EXPECT_EQ(course.Result() == 0 ? answer : this->empty, FieldsOf(this->response)) << bits;
+        EXPECT_EQ(result, this->Exchange());
+        EXPECT_EQ(pollTimes[last - 1], world.slept);
+        EXPECT_EQ(result == 0 ? answer : this->empty, FieldsOf(this->response));
     }
     EXPECT_EQ(FieldsOf(this->request), FieldsOf(world.written));
 }

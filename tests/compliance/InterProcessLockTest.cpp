@@ -120,17 +120,6 @@ TEST_F(InterProcessLockTest, LocksTheWholeFileForWritingIndependentOfItsContent)
     }
 }
 
-TEST_F(InterProcessLockTest, LockHeldElsewhereFailsAtOnceAndIsKept) {
-    ForeignLock holder(path);
-    InterProcessLock lock(path.c_str());
-    EXPECT_FALSE(lock.Lock());
-    auto const seen = ForeignView(path);
-    ASSERT_TRUE(seen);
-    EXPECT_EQ(holder.pid(), seen->l_pid);
-    holder.Release();
-    EXPECT_TRUE(lock.Lock());
-}
-
 TEST_F(InterProcessLockTest, ForkedChildDoesNotHoldIt) {
     InterProcessLock lock(path.c_str());
     ASSERT_TRUE(lock.Lock());

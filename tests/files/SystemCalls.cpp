@@ -84,11 +84,17 @@ Result Intercept(Describe const& describe, Result failure, Make const& make) {
     return failure;
 }
 
-template <class Result, class Function, class... Rest>
-Result InterceptPath(char const* name, Result failure, Function* function, char const* path,
+template <class Result, class Function, class Path, class... Rest>
+Result InterceptPath(char const* name, Result failure, Function* function, Path* path,
                      Rest... rest) {
     return Intercept([&] { return OfPath(name, path); }, failure,
                      [&] { return Next(function, name)(path, rest...); });
+}
+
+template <class Function>
+int InterceptMode(char const* name, Function* function, char const* path, mode_t mode) {
+    return Intercept([&] { return OfPath(name, path, Octal(mode)); }, -1,
+                     [&] { return Next(function, name)(path, mode); });
 }
 
 // The maximum number of bytes of a transfer, or -1 with errno set.
@@ -308,9 +314,7 @@ int utimes(char const* path, timeval const* times) noexcept {
 }
 
 int mkdir(char const* path, mode_t mode) noexcept {
-    static auto const next = Next(&mkdir, "mkdir");
-    return Intercept([&] { return OfPath("mkdir", path, Octal(mode)); }, -1,
-                     [&] { return next(path, mode); });
+    return InterceptMode("mkdir", &mkdir, path, mode);
 }
 
 int rmdir(char const* path) noexcept { return InterceptPath("rmdir", -1, &rmdir, path); }
@@ -318,29 +322,20 @@ int rmdir(char const* path) noexcept { return InterceptPath("rmdir", -1, &rmdir,
 int unlink(char const* path) noexcept { return InterceptPath("unlink", -1, &unlink, path); }
 
 int rename(char const* from, char const* to) noexcept {
-    static auto const next = Next(&rename, "rename");
-    return Intercept(
-        [&] {
-            return Call{"rename", std::string(from) + " " + to, LastComponent(to)};
-        },
-        -1, [&] { return next(from, to); });
+    auto const describe = [&] {
+        return Call{"rename", std::string(from) + " " + to, LastComponent(to)};
+    };
+    return Intercept(describe, -1, [&] { return Next(&rename, "rename")(from, to); });
 }
 
 int chmod(char const* path, mode_t mode) noexcept {
-    static auto const next = Next(&chmod, "chmod");
-    return Intercept([&] { return OfPath("chmod", path, Octal(mode)); }, -1,
-                     [&] { return next(path, mode); });
+    return InterceptMode("chmod", &chmod, path, mode);
 }
 
-int mkstemp(char* pattern) {
-    static auto const next = Next(&mkstemp, "mkstemp");
-    return Intercept([&] { return OfPath("mkstemp", pattern); }, -1, [&] { return next(pattern); });
-}
+int mkstemp(char* pattern) { return InterceptPath("mkstemp", -1, &mkstemp, pattern); }
 
 char* mkdtemp(char* pattern) noexcept {
-    static auto const next = Next(&mkdtemp, "mkdtemp");
-    return Intercept([&] { return OfPath("mkdtemp", pattern); }, static_cast<char*>(nullptr),
-                     [&] { return next(pattern); });
+    return InterceptPath("mkdtemp", static_cast<char*>(nullptr), &mkdtemp, pattern);
 }
 
 // The declaration is deprecated, so it is not used.

@@ -1,5 +1,12 @@
+#include <ctime>
+#include <map>
+
+#include <sys/sysmacros.h>
+#include <sys/time.h>
+
 #include "files/FileOperations.h"
 #include "tests/files/FileTest.h"
+#include "tests/files/RecordedSleeps.h"
 
 namespace {
 
@@ -137,6 +144,193 @@ TEST_F(FileMovesTest, VanishingSideOfAForcedMoveHasInvalidStats) {
     EXPECT_THAT(outcomes("file", from), ElementsAre(missing, "InvalidStats", "nothing"));
     EXPECT_THAT(outcomes("file", to), ElementsAre("InvalidStats", "nothing"));
     EXPECT_THAT(outcomes("directory", from), ElementsAre(missing, "InvalidStats"));
+}
+
+// Moves to another file system.
+
+// Runs the body with two directories on different file systems, in both directions, with the paths
+// of the source and the destination.
+void AcrossFileSystems(
+    std::function<void(std::string const& from, std::string const& to)> const& body) {
+    Sandbox::Run([&] {
+        for (bool const back : {false, true}) {
+            SmallFileSystem const one("/opt/one");
+            SmallFileSystem const other("/opt/other");
+            body((back ? one : other) / "from", (back ? other : one) / "to");
+        }
+    });
+}
+
+// The tree of the parent directory of an entry.
+Tree Beside(std::string const& path) { return DescribeTree(fs::path(path).parent_path()); }
+
+// The exception of the move.
+std::string MoveThrows(std::string const& from, std::string const& to) {
+    return ThrownBy(MoveFile, from, to);
+}
+
+TEST(FileMovesAcrossTest, FileIsMovedAsACopy) {
+    for (auto* const move : {MoveFile, ForceMoveFile})
+        AcrossFileSystems([&](std::string const& from, std::string const& to) {
+            std::string const content(100'000, 'x');
+            WriteWholeFile(from, content);
+            fs::permissions(from, fs::perms(0700));
+            timeval const longAgo[2] = {{1'000'000'000, 0}, {1'000'000'000, 0}};
+            ASSERT_EQ(utimes(from.c_str(), longAgo), 0);
+            if (move == ForceMoveFile)
+                WriteWholeFile(to, "old");
+            time_t const now = time(nullptr);
+            umask(022);
+            move(At(from), At(to));
+            EXPECT_EQ(Beside(from), Tree());
+            EXPECT_TRUE(ReadWholeFile(to) == content);
+            struct stat stats = {};
+            ASSERT_EQ(stat(to.c_str(), &stats), 0);
+            EXPECT_GE(stats.st_mtim.tv_sec, now - 1) << "the time of copying";
+            EXPECT_EQ(stats.st_mode & 07777, 0644u);
+        });
+}
+
+// Deliberate: a link counts as its target, and entries that are neither files nor directories are
+// silently kept. The target of a link to a directory is moved. Then the removal of the link as a
+// directory fails.
+TEST(FileMovesAcrossTest, EachKindIsMovedByTheKindOfItsTarget) {
+    AcrossFileSystems([](std::string const& from, std::string const& to) {
+        for (std::string const& kind : everyKind) {
+            SCOPED_TRACE(kind);
+            MakeEntry(from, kind);
+            Tree left = Beside(from);
+            Tree crossed;
+            if (IsRegularFileKind(kind))
+                crossed = {{"to", "file content"}};
+            if (kind.ends_with("directory"))
+                crossed = {{"to", "directory"}};
+            if (kind == "full directory")
+                crossed["to/inside"] = "file content";
+            if (!crossed.empty() && kind != "link to directory") {
+                left.erase("from");
+                left.erase("from/inside");
+            }
+            EXPECT_EQ(kind == "link to directory" ? "DirectoryNotFoundError ENOTDIR" + On(from)
+                                                  : "nothing",
+                      MoveThrows(from, to));
+            EXPECT_EQ(Beside(from), left);
+            EXPECT_EQ(Beside(to), crossed);
+            for (std::string const& path : {from, from + "-target", to})
+                fs::remove_all(path);
+        }
+        MakeEntry(from, "link to full directory");
+        EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(from), MoveThrows(from, to));
+        EXPECT_EQ(Beside(to), (Tree{{"to", "directory"}, {"to/inside", "file content"}}));
+        EXPECT_TRUE(fs::is_empty(from + "-target"));
+        // A user namespace cannot create devices.
+        std::string const device = from + " device";
+        if (mknod(device.c_str(), S_IFCHR | 0666, makedev(1, 3)) == 0) {
+            EXPECT_EQ("nothing", MoveThrows(device, to + " device"));
+            EXPECT_EQ(DescribeEntry(device), "other");
+        }
+    });
+}
+
+TEST(FileMovesAcrossTest, FullOrReadOnlyDiskKeepsTheSource) {
+    OnDisk({.bytes = 32 * 1024}, [](SmallFileSystem& disk) {
+        std::string const content(40'000, 'x');
+        WriteWholeFile("/opt/from", content);
+        EXPECT_EQ("FileDiskFullError ENOSPC", MoveThrows("/opt/from", disk / "to"));
+        EXPECT_TRUE(ReadWholeFile("/opt/from") == content);
+        EXPECT_EQ(fs::file_size(disk / "to"), 32u * 1024u);
+        WriteWholeFile(disk / "to", "");
+        disk.MakeReadOnly();
+        EXPECT_EQ("FileIOError EROFS" + On(disk / "new"), MoveThrows("/opt/from", disk / "new"));
+        EXPECT_TRUE(ReadWholeFile("/opt/from") == content);
+        // The copy is complete before the removal of the source fails.
+        EXPECT_EQ("FileIOError EROFS" + On(disk / "to"), MoveThrows(disk / "to", "/opt/to"));
+        EXPECT_EQ(DescribeEntry(disk / "to"), "file ");
+        EXPECT_EQ(DescribeEntry("/opt/to"), "file ");
+    });
+}
+
+TEST(FileMovesAcrossTest, FailedCloseOfTheCopyKeepsTheSource) {
+    AcrossFileSystems([](std::string const& from, std::string const& to) {
+        MakeEntry(from, "file");
+        SystemCalls calls;
+        calls.Fail("close", EIO);
+        EXPECT_EQ("FileIOError EIO", MoveThrows(from, to));
+        EXPECT_EQ(DescribeEntry(from), "file content");
+    });
+}
+
+TEST(FileMovesAcrossTest, TreeIsMovedAsACopy) {
+    TemporaryDirectory const directory;
+    AcrossFileSystems([&](std::string const& from, std::string const& to) {
+        WriteWholeFile(directory / "outside", "of the tree");
+        std::mt19937 random(7);
+        fs::create_directory(from);
+        MakeRandomTree(random, from, directory / "outside", 40);
+        Tree const expected = DescribeTreeThroughLinks(from);
+        MoveFile(At(from), At(to));
+        EXPECT_EQ(Beside(from), Tree());
+        EXPECT_EQ(DescribeTree(to), expected);
+        EXPECT_EQ(DescribeEntry(directory / "outside"), "file of the tree");
+    });
+}
+
+// A dangling link stops the copy at once; an entry that cannot be copied stops it after eight
+// attempts.
+TEST(FileMovesAcrossTest, FailedTreeCopyKeepsTheWholeSource) {
+    for (auto const& [kind, error] : std::vector<std::pair<std::string, std::string>>{
+             {"dangling link", "FileNotFoundError ENOENT"}, {"FIFO", "FileNotFoundError"}})
+        AcrossFileSystems(
+            [&, &entry = kind, &expected = error](std::string const& from, std::string const& to) {
+                fs::create_directory(from);
+                MakeEntry(from + "/a", "file");
+                MakeEntry(from + "/b", entry);
+                MakeEntry(from + "/c", "file");
+                Tree const before = Beside(from);
+                RecordedSleeps const sleeps;
+                EXPECT_EQ(expected + On(from + "/b"), MoveThrows(from, to));
+                EXPECT_EQ(sleeps.TotalMicroseconds(), entry == "FIFO" ? 2'032'000u : 0u);
+                EXPECT_EQ(Beside(from), before);
+                EXPECT_EQ(Beside(to), (Tree{{"to", "directory"}, {"to/a", "file content"}}));
+            });
+}
+
+// Deliberate: the copy omits the link, and the deletion follows it.
+TEST(FileMovesAcrossTest, LinkInATreeEmptiesItsTargetAndEndsTheMove) {
+    AcrossFileSystems([](std::string const& from, std::string const& to) {
+        fs::create_directory(from);
+        MakeEntry(from + "-target", "full directory");
+        fs::create_symlink(from + "-target", from + "/link");
+        MakeEntry(from + "/other", "file");
+        EXPECT_EQ("DirectoryNotFoundError ENOTDIR" + On(from + "/link"), MoveThrows(from, to));
+        EXPECT_EQ(Beside(to), (Tree{{"to", "directory"}, {"to/other", "file content"}}));
+        EXPECT_EQ(Beside(from), (Tree{{"from", "directory"},
+                                      {"from/link", "link to " + from + "-target"},
+                                      {"from/other", "file content"},
+                                      {"from-target", "directory"}}));
+    });
+}
+
+// At whichever call the source vanishes, nothing is moved. The move fails as for a missing source,
+// or with InvalidStats; both outcomes occur.
+TEST(FileMovesAcrossTest, VanishingSourceIsMissingOrHasInvalidStats) {
+    AcrossFileSystems([](std::string const& from, std::string const& to) {
+        for (std::string const kind : {"file", "directory"}) {
+            // Empty for a move that has succeeded.
+            auto const move = [&] {
+                std::string const thrown = MoveThrows(from, to);
+                bool const isMoved = fs::exists(to);
+                fs::remove(from);
+                fs::remove(to);
+                return isMoved ? "" : thrown;
+            };
+            std::string const missing =
+                (kind == "file" ? "FileNotFoundError" : "DirectoryNotFoundError") + On(from);
+            EXPECT_THAT(OutcomesOfRaces([&] { MakeEntry(from, kind); }, [&] { fs::remove(from); },
+                                        move, "rename"),
+                        ElementsAre("", missing, "InvalidStats"));
+        }
+    });
 }
 
 } // namespace
