@@ -1,7 +1,5 @@
 #include "compliance/AgentPresence.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
 #include <fstream>
 #include <functional>
@@ -105,27 +103,6 @@ SANDBOX_TEST(AgentPresenceTest, OnlyTheWholeNameMatches) {
     for (string const name : {"VeskaClient/other", "a/veskaclient", "a/VESKACLIENT",
                               "a/VeskaClient2", "a/VeskaClien", "a/xVeskaClient"})
         EXPECT_FALSE(IsRunningWith("/opt/" + name)) << name;
-}
-
-// Running, with a simulated /proc. ProcessNamesTest covers processes and their names.
-
-bool IsRunningAs(FakeProcess const& process) {
-    MakeFakeProcess("6", process);
-    return IsRunning();
-}
-
-SANDBOX_TEST_WITH(AgentPresenceTest, ProcessesWithoutUsableNameAreSkipped, emptyProc) {
-    EXPECT_FALSE(IsRunning());
-    for (FakeProcess const& process :
-         {FakeProcess{}, FakeProcess{.stat = "6 () S"}, FakeProcess{.exe = "/VeskaClient"},
-          FakeProcess{.exe = string(1024, 'n')}, FakeProcess{.exe = "a/"}}) {
-        EXPECT_FALSE(IsRunningAs(process));
-        MakeFakeProcess("60", {.exe = agentProgram});
-        EXPECT_TRUE(IsRunning());
-        fs::remove_all("/proc/60");
-    }
-    EXPECT_TRUE(IsRunningAs({.stat = "6 (VeskaClient) S"}));
-    EXPECT_TRUE(IsRunningAs({.exe = "VeskaClient"}));
 }
 
 SANDBOX_TEST_WITH(AgentPresenceTest, AgentIsNotRunningWithoutProc, noProc) {

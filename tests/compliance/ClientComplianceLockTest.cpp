@@ -1,7 +1,5 @@
 #include "compliance/ClientComplianceLock.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <type_traits>
 #include <utility>

@@ -3,11 +3,7 @@
 #include "compliance/ExchangeDocument.h"
 
 #include <cerrno>
-#include <filesystem>
-#include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 

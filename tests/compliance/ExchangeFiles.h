@@ -5,6 +5,8 @@
 #include <random>
 #include <string>
 
+#include <gtest/gtest.h>
+
 #include <fcntl.h>
 #include <unistd.h>
 

@@ -1,7 +1,5 @@
 #include "compliance/InterProcessLock.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <memory>
 

@@ -1,8 +1,6 @@
 // Tests the contents of a request, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/RequestDocument.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/Records.h"
 #include "tests/files/Entries.h"

@@ -1,8 +1,6 @@
 // Tests the contents of a response, and its reader. ExchangeDocumentTest tests the other functions.
 #include "compliance/ResponseDocument.h"
 
-#include <gtest/gtest.h>
-
 #include "files/FileErrors.h"
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/Records.h"

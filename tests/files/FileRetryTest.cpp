@@ -8,9 +8,50 @@
 #include "files/FileWritingPath.h"
 #include "tests/files/FileTest.h"
 #include "tests/files/RecordedSleeps.h"
-#include "tests/files/RecordingRetryLog.h"
 
 namespace {
+
+// 16, 32, 64, 128, 256, 512 and 1,024 milliseconds.
+Strings const allPauses = {"usleep 16000",  "usleep 32000",  "usleep 64000", "usleep 128000",
+                           "usleep 256000", "usleep 512000", "sleep 1",      "usleep 24000"};
+
+Strings Pauses(int count) {
+    return Strings(allPauses.begin(), allPauses.begin() + (count < 7 ? count : 8));
+}
+
+// Records each call, and then calls the function of the test.
+class RecordingLog : public FileRetryLog {
+public:
+    void LogRetrySuccess(char const* operation, FileLocation const* first,
+                         FileLocation const* second, unsigned int attempts) const override {
+        Add("success", operation, first, second, attempts);
+        if (onSuccess)
+            onSuccess();
+    }
+
+    void LogRetryFailure(char const* operation, FileLocation const* first,
+                         FileLocation const* second, unsigned int attempts) const override {
+        Add("failure", operation, first, second, attempts);
+        if (onFailure)
+            onFailure();
+    }
+
+    mutable Strings entries;
+    mutable FileLocation const* lastFirst = nullptr;
+    mutable FileLocation const* lastSecond = nullptr;
+    std::function<void()> onSuccess;
+    std::function<void()> onFailure;
+
+private:
+    void Add(std::string const& outcome, char const* operation, FileLocation const* first,
+             FileLocation const* second, unsigned int attempts) const {
+        entries.push_back(outcome + ' ' + operation + ' ' + first->Text() + ' ' +
+                          (second == nullptr ? "-" : second->Text()) + ' ' +
+                          std::to_string(attempts));
+        lastFirst = first;
+        lastSecond = second;
+    }
+};
 
 // An operation to retry: calls the function of the test with the number of the attempt.
 std::function<void(int)> attempt;

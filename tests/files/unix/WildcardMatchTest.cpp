@@ -7,32 +7,23 @@ using UnixPlatform::MatchWildcard;
 namespace {
 
 // Exponential reference implementation, which tries every possibility.
-bool ReferenceMatch(char const* name, std::size_t left, char const* pattern) {
-    while (left != 0) {
-        if (*pattern == '?' || *pattern == *name) {
-            ++pattern;
-            ++name;
-            --left;
-        } else if (*pattern == '*') {
-            if (pattern[1] == '\0')
-                return true;
-            for (std::size_t taken = 0; taken < left; ++taken) {
-                if (ReferenceMatch(name + taken, left - taken, pattern + 1))
-                    return true;
-            }
-            return false;
-        } else {
-            return false;
-        }
-    }
-    while (*pattern == '*')
-        ++pattern;
-    return *pattern == '\0';
+bool ReferenceMatch(std::string_view name, std::string_view pattern) {
+    if (name.empty())
+        return pattern.find_first_not_of('*') == std::string_view::npos;
+    if (pattern.empty())
+        return false;
+    if (pattern[0] == '?' || pattern[0] == name[0])
+        return ReferenceMatch(name.substr(1), pattern.substr(1));
+    if (pattern == "*")
+        return true;
+    for (std::size_t taken = 0; pattern[0] == '*' && taken < name.size(); ++taken)
+        if (ReferenceMatch(name.substr(taken), pattern.substr(1)))
+            return true;
+    return false;
 }
 
 bool AgreesWithReference(std::string const& name, std::string const& pattern) {
-    return MatchWildcard(name, pattern.c_str()) ==
-           ReferenceMatch(name.data(), name.size(), pattern.c_str());
+    return MatchWildcard(name, pattern.c_str()) == ReferenceMatch(name, pattern);
 }
 
 // Returns all texts over an alphabet up to a length, including the empty text.
