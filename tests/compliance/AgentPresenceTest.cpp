@@ -4,8 +4,6 @@
 #include <fstream>
 #include <functional>
 
-#include <sys/resource.h>
-
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/compliance/FakeProcess.h"
 #include "tests/files/Entries.h"
@@ -123,18 +121,6 @@ SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
         EXPECT_FALSE(IsRunning());
     }
     EXPECT_EQ(before, CountOpenDescriptors());
-}
-
-SANDBOX_TEST(AgentPresenceTest, AgentIsNotRunningWithoutAFreeDescriptor) {
-    OtherProgram const running(Sandbox::InstallIdleAgent());
-    int const next = ExchangeFiles::NextDescriptor();
-    rlimit usual{};
-    ASSERT_EQ(0, getrlimit(RLIMIT_NOFILE, &usual));
-    rlimit const full{static_cast<rlim_t>(next), usual.rlim_max};
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &full));
-    EXPECT_FALSE(IsRunning());
-    ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &usual));
-    EXPECT_TRUE(IsRunning());
 }
 
 // The paths of real processes are stored in the object; only longer names need an allocation.

@@ -111,30 +111,6 @@ SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotPermanent) {
     EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, MissingPermissionIsNotPermanent) {
-    WriteWholeFile(lockFile, "");
-    fs::permissions(lockFile, fs::perms(0444));
-    OtherProcess ordinary([](Handshake& line) {
-        Sandbox::DropPrivileges();
-        EXPECT_FALSE(Lock());
-        line.Tell();
-        line.Await();
-        EXPECT_FALSE(Lock());
-        line.Tell();
-        line.Await();
-        EXPECT_TRUE(Lock());
-    });
-    ordinary.Await();
-    fs::remove(lockFile);
-    fs::permissions(ExchangeFiles::requestDirectory, fs::perms(0555));
-    ordinary.Tell();
-    ordinary.Await();
-    EXPECT_FALSE(fs::exists(lockFile));
-    fs::permissions(ExchangeFiles::requestDirectory, fs::perms(0777));
-    ordinary.Tell();
-    EXPECT_EQ(ExitStatus::Exited(0), ordinary.Wait());
-}
-
 Handshake* exitLine = nullptr;
 
 // Registered before the first use of the lock, so it runs after the instance was destroyed.

@@ -13,7 +13,6 @@
 #include "tests/compliance/ExchangeFiles.h"
 #include "tests/files/RecordedSleeps.h"
 #include "tests/files/SystemCalls.h"
-#include "tests/support/SmallFileSystem.h"
 
 namespace {
 
@@ -156,17 +155,6 @@ TEST(ExchangeDocumentTest, FailedOpenIsNotRetriedAndPublishesTheTemporaryFile) {
         system.Fail("open", EACCES);
         EXPECT_FALSE(document.write());
         EXPECT_EQ("of somebody else", ReadWholeFile(document.file));
-    });
-}
-
-TEST(ExchangeDocumentTest, FullDiskPublishesAnEmptyDocument) {
-    ForEachDocument([](Document const& document) {
-        SmallFileSystem disk(document.directory, {.bytes = 8 * 4096});
-        disk.FillUp();
-        EXPECT_FALSE(document.write());
-        EXPECT_TRUE(Exists(document.file));
-        EXPECT_EQ("", ReadWholeFile(document.file));
-        EXPECT_FALSE(Exists(document.temporary));
     });
 }
 

@@ -63,15 +63,6 @@ TEST(NumeralTest, PadsUpToTheCapacity) {
     }
 }
 
-TEST(NumeralTest, BothConversionsShareTheirBytes) {
-    Numeral const numeral(-42, 10);
-    unsigned char const* const counted = numeral;
-    ConstData const text = numeral;
-    EXPECT_EQ(counted + 1, text.begin);
-    EXPECT_EQ(3, *counted);
-    EXPECT_EQ("-42", Text(numeral));
-}
-
 TEST(NumeralTest, MakeDigitsPrependsDigits) {
     for (unsigned const value : {0u, 9u, 10u, 99u, 100u, 1234u, 98765u}) {
         Numeral numeral(-7, 10);
