@@ -1,5 +1,7 @@
 #include "compliance/ClientComplianceLock.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <type_traits>
 #include <utility>
@@ -10,6 +12,7 @@
 #include "tests/support/FailingAllocation.h"
 #include "tests/support/OpenDescriptors.h"
 #include "tests/support/OtherProcess.h"
+#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 // The state of the lock belongs to the process, so each case has a sandbox.

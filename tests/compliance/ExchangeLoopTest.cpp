@@ -83,8 +83,8 @@ using Failures =
 TYPED_TEST_SUITE(ExchangeFailureTest, Failures);
 
 // The low four bits decide whether the request exists at each poll, the next four whether the
-// response is readable. The fields of the response are those that the agent wrote. Its type is not compared with that of
-// the request.
+// response is readable. The fields of the response are those that the agent wrote. Its type is not
+// compared with that of the request.
 TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstReadableResponse) {
     ResponseFields const answer{
         ClientComplianceProgress, 3, 1, 2, {{"d", "r", "t", "e", "i", "c"}}};
