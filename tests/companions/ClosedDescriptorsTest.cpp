@@ -2,24 +2,11 @@
 // /dev/null. Their output must not reach a file of the exchange.
 #include "compliance/StandardDescriptors.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
-#include "tests/support/ScriptedAgent.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Sandbox::CreateAgentDirectories;
 
 std::string const finished = OneRowAnswer();
 
@@ -54,7 +41,7 @@ protected:
             options.emptyPlaces = {"/dev"};
         Sandbox::Run(options, [&] {
             ASSERT_EQ(hasDevNull, fs::exists("/dev/null"));
-            CreateAgentDirectories();
+            Sandbox::CreateAgentDirectories();
             body();
         });
     }

@@ -1,7 +1,5 @@
 #include "companions/Color.h"
 
-#include <gtest/gtest.h>
-
 #include "companions/Output.h"
 #include "tests/companions/Terminal.h"
 

@@ -1,30 +1,20 @@
 // The completions of the shells. tests/docs/OptionsTest.py compares the options.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <set>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include "tests/support/OtherProcess.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Words = std::set<std::string>;
 
 std::string const root = CC_COMPLETIONS;
 
 // Returns the completions of the last word. Bash splits words at "=".
-Words Offered(std::string const& command, std::vector<std::string> const& words) {
+Words Offered(std::string const& command, Texts const& words) {
     std::string const script = "source \"$1\" && shift\n"
                                "function=$(complete -p \"$1\" | sed 's/.* -F \\([^ ]*\\).*/\\1/')\n"
                                "COMP_WORDS=(\"$@\") COMP_CWORD=$(($# - 1))\n"
                                "$function \"$1\"\n"
                                "[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' \"${COMPREPLY[@]}\"\n";
-    std::vector<std::string> arguments{"/bin/bash", "-c", script, "bash", root + "/bash/" + command,
-                                       command};
+    Texts arguments{"/bin/bash", "-c", script, "bash", root + "/bash/" + command, command};
     arguments.insert(arguments.end(), words.begin(), words.end());
     ProgramResult const result = RunProgram(arguments, {.workingDirectory = root});
     EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
@@ -97,12 +87,12 @@ TEST(CompletionsTest, BashOffersScenarioFilesForTheStandInAgent) {
     EXPECT_EQ(Words(), Offered("VeskaClient", {"--help", "READ"}));
 }
 
-void ExpectGoodSyntax(std::vector<std::string> const& checker, std::string const& folder) {
+void ExpectGoodSyntax(Texts const& checker, std::string const& folder) {
     if (!fs::exists(checker.front()))
         GTEST_SKIP() << checker.front() << " is missing, so this test is skipped.";
     int files = 0;
     for (auto const& entry : fs::directory_iterator(root + folder)) {
-        std::vector<std::string> command = checker;
+        Texts command = checker;
         command.push_back(entry.path());
         ProgramResult const result = RunProgram(command);
         EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;

@@ -1,23 +1,14 @@
 #include "companions/DiffCommandLine.h"
 
-#include <gtest/gtest.h>
-
 #include "companions/Arguments.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
-DiffCommandLine ParseDiff(std::vector<char const*> texts) {
-    texts.insert(texts.begin(), "compliance-diff");
-    return ParseDiffCommandLine(static_cast<int>(texts.size()), texts.data());
-}
+DiffCommandLine ParseDiff(Texts const& texts) { return ParseLine(ParseDiffCommandLine, texts); }
 
-std::string DiffRefusal(std::vector<char const*> const& texts) {
-    try {
-        ParseDiff(texts);
-    } catch (CommandLineError const& error) {
-        return error.what();
-    }
-    return "accepted";
+std::string DiffRefusal(Texts const& texts) {
+    return MessageOf<CommandLineError>([&] { ParseDiff(texts); });
 }
 
 TEST(DiffCommandLineTest, ParsesFilesAndOptions) {
@@ -26,12 +17,12 @@ TEST(DiffCommandLineTest, ParsesFilesAndOptions) {
     EXPECT_EQ("old", plain.oldFile);
     EXPECT_EQ("new", plain.newFile);
     EXPECT_FALSE(plain.json);
-    EXPECT_EQ(0u, plain.goodResults.size());
+    EXPECT_EQ(Texts(), plain.goodResults);
     DiffCommandLine const full =
         ParseDiff({"--json", "old", "--regressions", "Pass, N/A", "--", "--new"});
     EXPECT_TRUE(full.json);
     EXPECT_EQ("--new", full.newFile);
-    EXPECT_EQ((std::vector<std::string>{"Pass", "N/A"}), full.goodResults);
+    EXPECT_EQ((Texts{"Pass", "N/A"}), full.goodResults);
     EXPECT_EQ(ColorMode::never, ParseDiff({"--color=never", "old", "new"}).color);
 }
 
@@ -42,13 +33,14 @@ TEST(DiffCommandLineTest, HelpAndVersionNeedNoFiles) {
 }
 
 TEST(DiffCommandLineTest, RefusesInvalidCommandLines) {
-    EXPECT_EQ("OLD is missing; accepted: OLD and NEW", DiffRefusal({}));
-    EXPECT_EQ("NEW is missing; accepted: OLD and NEW", DiffRefusal({"old"}));
-    EXPECT_EQ("'c' is an extra operand; accepted: OLD NEW", DiffRefusal({"a", "b", "c"}));
-    EXPECT_EQ("--color: not accepted with --json",
-              DiffRefusal({"--json", "--color=always", "a", "b"}));
-    EXPECT_EQ("--regressions: '' has an empty entry; accepted: a comma-separated list of results",
-              DiffRefusal({"--regressions=", "a", "b"}));
+    for (auto const& [refusal, texts] :
+         {std::pair{"OLD is missing; accepted: OLD and NEW", Texts()},
+          {"NEW is missing; accepted: OLD and NEW", {"old"}},
+          {"'c' is an extra operand; accepted: OLD NEW", {"a", "b", "c"}},
+          {"--color: not accepted with --json", {"--json", "--color=always", "a", "b"}},
+          {"--regressions: '' has an empty entry; accepted: a comma-separated list of results",
+           {"--regressions=", "a", "b"}}})
+        EXPECT_EQ(refusal, DiffRefusal(texts));
 }
 
 } // namespace

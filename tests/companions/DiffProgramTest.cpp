@@ -1,18 +1,10 @@
 // The real compliance-diff.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <string>
-#include <vector>
-
 #include "tests/companions/StoredResults.h"
-#include "tests/support/OtherProcess.h"
 #include "tests/support/Sanitizers.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
-ProgramResult RunDiff(std::vector<std::string> arguments) {
+ProgramResult RunDiff(Texts arguments) {
     arguments.insert(arguments.begin(), CC_DIFF_PROGRAM);
     return RunProgram(arguments);
 }
@@ -60,8 +52,7 @@ TEST_F(DiffProgramTest, RefusesDocumentLargerThan256Mebibytes) {
     std::string const command = "{ printf '{\"new\":[\"\"'; yes ',\"" + std::string(60'000, 'x') +
                                 "\"'; } 2>/dev/null | '" CC_DIFF_PROGRAM "' /dev/stdin '" + passed +
                                 "'";
-    ProgramResult const result =
-        RunProgram({"/bin/sh", "-c", command}, {}, std::chrono::seconds(110));
+    ProgramResult const result = RunProgram({"/bin/sh", "-c", command}, {}, seconds(110));
     EXPECT_EQ(ExitStatus::Exited(2), result.status);
     EXPECT_EQ("compliance-diff: /dev/stdin: expected at most 268435456 bytes\n", result.errors);
 }

@@ -1,9 +1,6 @@
 #include "companions/DisplayWidth.h"
 
-#include <gtest/gtest.h>
-
 #include <clocale>
-#include <string>
 
 #include <langinfo.h>
 

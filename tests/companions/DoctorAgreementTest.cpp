@@ -1,25 +1,12 @@
 // compliance-doctor compared with the real tool: for each kind of directory entry at each path of
 // the exchange, the doctor exits with 0 only where an evaluation succeeds, and it reports each
 // failure of the tool as a problem of the check for that path.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include <nlohmann/json.hpp>
-#include <unistd.h>
-
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/EntryKinds.h"
 #include "tests/stress/PreloadedProgram.h"
-#include "tests/support/Sandbox.h"
 #include "tests/system/Tool.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 class Programs {
 public:
@@ -70,8 +57,9 @@ void ExpectAgreement(Programs const& programs, std::string const& check, bool is
     EXPECT_TRUE(HasProblemOf(check, Json::parse(doctor.output))) << doctor.output;
 }
 
+// Tries each kind of entry at the path, as root and as a user.
 void TryAll(std::string const& path, std::string const& check, std::vector<Kind> const& kinds) {
-    for (bool const asUser : {false, true}) {
+    for (bool const asUser : {false, true})
         Sandbox::Run([&] {
             MountForDevices();
             Sandbox::CreateAgentDirectories();
@@ -79,30 +67,32 @@ void TryAll(std::string const& path, std::string const& check, std::vector<Kind>
             Programs const programs(asUser);
             for (Kind const& kind : kinds) {
                 SCOPED_TRACE(kind.name + " at " + path + (asUser ? ", user" : ", root"));
-                LayOut();
-                fs::remove_all(path);
-                kind.make(path);
+                Place(kind, path);
                 ExpectAgreement(programs, check, kind.isHealthy && check != "request");
             }
         });
-    }
 }
 
-TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtRequestPath) {
-    TryAll(ScriptedAgent::request, "request", KindsOfEntries());
+struct CheckedPath {
+    char const* path;
+    char const* check;
+};
+
+constexpr CheckedPath checkedFiles[] = {{ScriptedAgent::request, "request"},
+                                        {ScriptedAgent::requestTemp, "temporary-request"},
+                                        {ScriptedAgent::lockFile, "lock"},
+                                        {ScriptedAgent::response, "response"}};
+
+class DoctorAgreementFileTest : public testing::TestWithParam<CheckedPath> {};
+
+TEST_P(DoctorAgreementFileTest, AgreesOnEachEntryKind) {
+    TryAll(GetParam().path, GetParam().check, KindsOfEntries());
 }
 
-TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtTemporaryRequestPath) {
-    TryAll(ScriptedAgent::requestTemp, "temporary-request", KindsOfEntries());
-}
-
-TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtLockFilePath) {
-    TryAll(ScriptedAgent::lockFile, "lock", KindsOfEntries());
-}
-
-TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtResponsePath) {
-    TryAll(ScriptedAgent::response, "response", KindsOfEntries());
-}
+INSTANTIATE_TEST_SUITE_P(Paths, DoctorAgreementFileTest, testing::ValuesIn(checkedFiles),
+                         [](auto const& test) {
+                             return fs::path(test.param.path).stem().string();
+                         });
 
 TEST(DoctorAgreementTest, AgreesOnEachEntryKindAtRequestDirectoryPath) {
     TryAll(ScriptedAgent::requestDirectory, "request-directory",
@@ -128,27 +118,18 @@ bool GiveStickyDirectoryToGroup() {
     return true;
 }
 
-TEST(DoctorAgreementTest, AgreesOnFilesOfRootInStickyDirectory) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        PlayedAgent const agent(UsualAnswers());
-        Programs const programs(true);
-        struct {
-            char const* path;
-            char const* check;
-        } const cells[] = {{ScriptedAgent::request, "request"},
-                           {ScriptedAgent::requestTemp, "temporary-request"},
-                           {ScriptedAgent::lockFile, "lock"}};
-        for (auto const& cell : cells) {
-            SCOPED_TRACE(cell.path);
-            LayOut();
-            if (!GiveStickyDirectoryToGroup())
-                GTEST_SKIP() << "this sandbox has no second user";
-            WriteBytes(cell.path, "");
-            fs::permissions(cell.path, fs::perms(0666));
-            ExpectAgreement(programs, cell.check, false);
-        }
-    });
+SANDBOX_TEST(DoctorAgreementTest, AgreesOnFilesOfRootInStickyDirectory) {
+    PlayedAgent const agent(UsualAnswers());
+    Programs const programs(true);
+    for (CheckedPath const& cell : checkedFiles) {
+        SCOPED_TRACE(cell.path);
+        LayOut();
+        if (!GiveStickyDirectoryToGroup())
+            GTEST_SKIP() << "this sandbox has no second user";
+        WriteBytes(cell.path, "");
+        fs::permissions(cell.path, fs::perms(0666));
+        ExpectAgreement(programs, cell.check, false);
+    }
 }
 
 // The number of the first call of lstat for the path, among all calls of lstat.
@@ -162,25 +143,16 @@ std::size_t FindCallOfLstat(std::string const& path) {
     throw std::runtime_error("no call of lstat for " + path);
 }
 
-TEST(DoctorAgreementTest, ReportsEntryThatCannotBeExamined) {
-    Sandbox::Run([] {
-        LayOut();
-        struct {
-            char const* path;
-            char const* check;
-        } const cells[] = {{ScriptedAgent::request, "request"},
-                           {ScriptedAgent::requestTemp, "temporary-request"},
-                           {ScriptedAgent::lockFile, "lock"},
-                           {ScriptedAgent::response, "response"}};
-        std::vector<std::string> const doctor = {CC_DYNAMIC_DOCTOR, "--json"};
-        for (auto const& cell : cells) {
-            SCOPED_TRACE(cell.path);
-            RunPreloaded(doctor, {.withAgent = false});
-            Fault const fault{"lstat", EIO, FindCallOfLstat(cell.path), true};
-            ProgramResult const run = RunPreloaded(doctor, {{fault}, "", false});
-            EXPECT_TRUE(HasProblemOf(cell.check, Json::parse(run.output))) << run.output;
-        }
-    });
+SANDBOX_TEST(DoctorAgreementTest, ReportsEntryThatCannotBeExamined) {
+    LayOut();
+    Texts const doctor = {CC_DYNAMIC_DOCTOR, "--json"};
+    for (CheckedPath const& cell : checkedFiles) {
+        SCOPED_TRACE(cell.path);
+        RunPreloaded(doctor, {.withAgent = false});
+        Fault const fault{"lstat", EIO, FindCallOfLstat(cell.path), true};
+        ProgramResult const run = RunPreloaded(doctor, {{fault}, "", false});
+        EXPECT_TRUE(HasProblemOf(cell.check, Json::parse(run.output))) << run.output;
+    }
 }
 
 } // namespace

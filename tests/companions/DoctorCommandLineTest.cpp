@@ -1,35 +1,30 @@
 #include "companions/DoctorCommandLine.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "companions/Arguments.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
-DoctorCommandLine Parse(std::vector<char const*> texts) {
-    texts.insert(texts.begin(), "compliance-doctor");
-    return ParseDoctorCommandLine(static_cast<int>(texts.size()), texts.data());
+DoctorCommandLine ParseDoctor(Texts const& texts) {
+    return ParseLine(ParseDoctorCommandLine, texts);
 }
 
 TEST(DoctorCommandLineTest, ParsesJsonOption) {
-    EXPECT_EQ(DoctorCommandLine::examine, Parse({}).action);
-    EXPECT_FALSE(Parse({}).json);
-    EXPECT_TRUE(Parse({"--json"}).json);
+    EXPECT_EQ(DoctorCommandLine::examine, ParseDoctor({}).action);
+    EXPECT_FALSE(ParseDoctor({}).json);
+    EXPECT_TRUE(ParseDoctor({"--json"}).json);
 }
 
 TEST(DoctorCommandLineTest, ParsesHelpAndVersion) {
-    EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"-h"}).action);
-    EXPECT_EQ(DoctorCommandLine::showHelp, Parse({"--version", "--help"}).action);
-    EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"--version", "--json"}).action);
-    EXPECT_EQ(DoctorCommandLine::showVersion, Parse({"-V"}).action);
+    EXPECT_EQ(DoctorCommandLine::showHelp, ParseDoctor({"-h"}).action);
+    EXPECT_EQ(DoctorCommandLine::showHelp, ParseDoctor({"--version", "--help"}).action);
+    EXPECT_EQ(DoctorCommandLine::showVersion, ParseDoctor({"--version", "--json"}).action);
+    EXPECT_EQ(DoctorCommandLine::showVersion, ParseDoctor({"-V"}).action);
 }
 
 TEST(DoctorCommandLineTest, RefusesOtherArguments) {
-    EXPECT_THROW(Parse({"--tsv"}), CommandLineError);
-    EXPECT_THROW(Parse({"url"}), CommandLineError);
-    EXPECT_THROW(Parse({"--json=no"}), CommandLineError);
+    for (char const* const text : {"--tsv", "url", "--json=no"})
+        EXPECT_THROW(ParseDoctor({text}), CommandLineError) << text;
 }
 
 } // namespace

@@ -1,259 +1,175 @@
 #include "companions/Doctor.h"
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <limits>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include "companions/DoctorFiles.h"
 #include "tests/companions/Findings.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-using Sandbox::CreateAgentDirectories;
-
 constexpr char const* request = ScriptedAgent::request;
 constexpr char const* temporary = ScriptedAgent::requestTemp;
 constexpr char const* response = ScriptedAgent::response;
 
-// Nothing changes between the examination of the request and that of the lock.
-Finding ExamineRequest() {
-    FileFacts const before(request);
-    LockState const lock = AskForLock();
-    return CheckRequest(before, lock);
+// Checks one document. Nothing changes between the examinations of the request and of the lock.
+Finding Examine(std::string const& path) {
+    if (path == response)
+        return CheckResponse();
+    return path == request ? CheckRequest(FileFacts(request), AskForLock())
+                           : CheckTemporaryRequest();
 }
 
-void Create(char const* path, std::chrono::hours age = std::chrono::hours(0)) {
-    CreateAgentDirectories();
-    std::ofstream(std::string(path)) << "document";
+void Create(std::string const& path, hours age = hours(0)) {
+    WriteWholeFile(path, "document");
     // A second older, because time(2) is a clock tick late: a date of now may lie in its future.
-    fs::last_write_time(path, fs::file_time_type::clock::now() - age - std::chrono::seconds(1));
+    fs::last_write_time(path, fs::file_time_type::clock::now() - age - seconds(1));
 }
 
-void ExpectAge(std::chrono::seconds age, Finding const& finding) {
+void ExpectAge(seconds age, Finding const& finding) {
     ASSERT_TRUE(finding.ageInSeconds);
     EXPECT_LE(age.count(), *finding.ageInSeconds);
     EXPECT_GT(age.count() + 60, *finding.ageInSeconds);
 }
 
+void ExpectAbsent() {
+    ExpectOk("no request", Examine(request));
+    ExpectOk("no temporary request", Examine(temporary));
+    ExpectOk("no response", Examine(response));
+}
+
 TEST(DoctorDocumentsTest, AcceptsAbsentDocuments) {
-    Sandbox::Run([] {
-        ExpectOk("no request", ExamineRequest());
-        CreateAgentDirectories();
-        ExpectOk("no request", ExamineRequest());
-        ExpectOk("no temporary request", CheckTemporaryRequest());
-        ExpectOk("no response", CheckResponse());
-    });
+    Sandbox::Run([] { ExpectOk("no request", Examine(request)); });
+    Sandbox::RunWithDirectories(ExpectAbsent);
 }
 
-TEST(DoctorDocumentsTest, ReportsStaleRequestWithAgeAndOwner) {
-    Sandbox::Run([] {
-        Create(request, std::chrono::hours(75));
-        Finding const finding = ExamineRequest();
-        ExpectProblem("request-stale", "3 days old, owned by user root", finding);
-        ExpectAge(std::chrono::hours(75), finding);
-        EXPECT_NE(std::string::npos, finding.remedy.find(request));
-    });
+SANDBOX_TEST(DoctorDocumentsTest, ReportsStaleRequestWithAgeAndOwner) {
+    Create(request, hours(75));
+    Finding const finding = Examine(request);
+    ExpectProblem("request-stale", "3 days old, owned by user root", finding);
+    ExpectAge(hours(75), finding);
+    EXPECT_THAT(finding.remedy, HasSubstr(request));
+    Create(request, hours(-5));
+    ExpectProblem("request-stale", "dated in the future", Examine(request));
 }
 
-TEST(DoctorDocumentsTest, ReportsRequestDatedInTheFutureAsStale) {
-    Sandbox::Run([] {
-        Create(request, std::chrono::hours(-5));
-        ExpectProblem("request-stale", "dated in the future", ExamineRequest());
-    });
-}
-
-TEST(DoctorDocumentsTest, RequestWithAHeldLockIsInProgress) {
-    Sandbox::Run([] {
-        Create(request, std::chrono::hours(1));
-        ForeignLock lock;
-        Finding const finding = ExamineRequest();
-        ExpectFinding(Verdict::note, "request-under-way", "60 minutes old", finding);
-        ExpectAge(std::chrono::hours(1), finding);
-    });
+SANDBOX_TEST(DoctorDocumentsTest, RequestWithAHeldLockIsInProgress) {
+    Create(request, hours(1));
+    ForeignLock lock;
+    Finding const finding = Examine(request);
+    ExpectNote("request-under-way", "60 minutes old", finding);
+    ExpectAge(hours(1), finding);
 }
 
 // A user who may not read the lock file can't find out whether it is locked.
-TEST(DoctorDocumentsTest, DoesNotCallRequestStaleIfLockIsUnreadable) {
-    Sandbox::Run([] {
-        Create(request);
-        std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
-        fs::permissions(ScriptedAgent::lockFile, fs::perms::none);
-        WithoutRights([] {
-            Finding const finding = ExamineRequest();
-            ExpectProblem("request-waiting", "unknown", finding);
-            EXPECT_EQ(std::string::npos, finding.remedy.find("remove"));
-        });
+SANDBOX_TEST(DoctorDocumentsTest, DoesNotCallRequestStaleIfLockIsUnreadable) {
+    Create(request);
+    WriteWholeFile(ScriptedAgent::lockFile, "");
+    SetMode(ScriptedAgent::lockFile, 0);
+    WithoutRights([] {
+        Finding const finding = Examine(request);
+        ExpectProblem("request-waiting", "unknown", finding);
+        EXPECT_THAT(finding.remedy, Not(HasSubstr("remove")));
     });
 }
 
-TEST(DoctorDocumentsTest, ReportsRequestThatChangedWhileLockWasFree) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        FileFacts const absent(request);
-        Create(request);
-        FileFacts const first(request);
-        ExpectProblem("request-changed", request, CheckRequest(absent, {LockState::none}));
-        fs::rename(request, temporary);
-        ExpectFinding(Verdict::note, "request-changed", request,
-                      CheckRequest(first, {LockState::none}));
-        Create(request);
-        ExpectProblem("request-changed", request, CheckRequest(first, {LockState::unknown}));
-        ExpectFinding(Verdict::note, "request-under-way", "",
-                      CheckRequest(first, {LockState::held}));
-    });
+SANDBOX_TEST(DoctorDocumentsTest, ReportsRequestThatChangedWhileLockWasFree) {
+    FileFacts const absent(request);
+    Create(request);
+    FileFacts const first(request);
+    ExpectProblem("request-changed", request, CheckRequest(absent, {LockState::none}));
+    fs::rename(request, temporary);
+    ExpectNote("request-changed", request, CheckRequest(first, {LockState::none}));
+    Create(request);
+    ExpectProblem("request-changed", request, CheckRequest(first, {LockState::unknown}));
+    ExpectNote("request-under-way", "", CheckRequest(first, {LockState::held}));
 }
 
-TEST(DoctorDocumentsTest, ReportsDirectoryAtRequestPath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        fs::create_directory(request);
-        ExpectProblem("request-not-a-file", request, ExamineRequest());
-    });
-}
-
-// A dangling link blocks evaluations as well.
-TEST(DoctorDocumentsTest, ReportsDanglingLinkAtRequestPath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        fs::create_symlink("nowhere", request);
-        ExpectProblem("request-not-a-file", request, ExamineRequest());
-    });
-}
-
-TEST(DoctorDocumentsTest, ReportsTemporaryRequestOnlyIfNotWritable) {
-    Sandbox::Run([] {
-        Create(temporary);
-        fs::permissions(temporary, fs::perms(0444));
-        ExpectOk("overwritten", CheckTemporaryRequest());
-        WithoutRights([] {
-            ExpectProblem("temporary-request-not-writable",
-                          "owned by user root and group 0, mode 0444", CheckTemporaryRequest());
-        });
-    });
-}
-
-// The tool opens the temporary request for reading and writing.
-TEST(DoctorDocumentsTest, ReportsUnreadableTemporaryRequest) {
-    Sandbox::Run([] {
-        Create(temporary);
-        fs::permissions(temporary, fs::perms(0222));
-        WithoutRights([] {
-            ExpectProblem("temporary-request-not-writable", "mode 0222", CheckTemporaryRequest());
-        });
-    });
-}
-
-TEST(DoctorDocumentsTest, ReportsDirectoryAtTemporaryRequestPath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        fs::create_directory(temporary);
-        ExpectProblem("temporary-request-not-a-file", temporary, CheckTemporaryRequest());
-    });
+SANDBOX_TEST(DoctorDocumentsTest, ReportsEntriesThatAreNotRegularFiles) {
+    fs::create_directory(request);
+    ExpectProblem("request-not-a-file", request, Examine(request));
+    fs::remove(request);
+    // A dangling link blocks evaluations as well.
+    fs::create_symlink("nowhere", request);
+    ExpectProblem("request-not-a-file", request, Examine(request));
+    fs::create_directory(temporary);
+    ExpectProblem("temporary-request-not-a-file", temporary, Examine(temporary));
+    ASSERT_EQ(0, mkfifo(response, 0666));
+    ExpectProblem("response-not-a-file", response, Examine(response));
 }
 
 // A document written through a planted link is lost, also if the link is dangling.
-TEST(DoctorDocumentsTest, ReportsLinkAtTemporaryRequestPath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        fs::create_symlink("target", temporary);
-        ExpectProblem("temporary-request-link", temporary, CheckTemporaryRequest());
-        Create((fs::path(temporary).parent_path() / "target").c_str());
-        ExpectProblem("temporary-request-link", temporary, CheckTemporaryRequest());
-    });
+SANDBOX_TEST(DoctorDocumentsTest, ReportsLinksAtTemporaryRequestAndResponse) {
+    for (auto const& [path, cause] :
+         {std::pair{temporary, "temporary-request-link"}, std::pair{response, "response-link"}}) {
+        fs::create_symlink("target", path);
+        ExpectProblem(cause, path, Examine(path));
+        Create(fs::path(path).parent_path() / "target");
+        ExpectProblem(cause, path, Examine(path));
+    }
 }
 
-TEST(DoctorDocumentsTest, ReportsLinkAtResponsePath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        fs::create_symlink("target", response);
-        ExpectProblem("response-link", response, CheckResponse());
-        Create((fs::path(response).parent_path() / "target").c_str());
-        ExpectProblem("response-link", response, CheckResponse());
-    });
+// The tool opens the temporary request for reading and writing.
+SANDBOX_TEST(DoctorDocumentsTest, ReportsTemporaryRequestOnlyIfNotUsable) {
+    Create(temporary);
+    for (std::string const mode : {"0444", "0222"}) {
+        SetMode(temporary, static_cast<unsigned int>(std::stoul(mode, nullptr, 8)));
+        ExpectOk("overwritten", Examine(temporary));
+        WithoutRights([&] {
+            ExpectProblem("temporary-request-not-writable",
+                          "owned by user root and group 0, mode " + mode, Examine(temporary));
+        });
+    }
 }
 
-TEST(DoctorDocumentsTest, NotesOldResponseWithItsAge) {
-    Sandbox::Run([] {
-        Create(response, std::chrono::hours(30));
-        Finding const finding = CheckResponse();
-        ExpectFinding(Verdict::note, "response-old", "30 hours old", finding);
-        ExpectAge(std::chrono::hours(30), finding);
-        Create(response);
-        ExpectOk("a new response", CheckResponse());
-    });
+SANDBOX_TEST(DoctorDocumentsTest, NotesOldResponseWithItsAge) {
+    Create(response, hours(30));
+    Finding const finding = Examine(response);
+    ExpectNote("response-old", "30 hours old", finding);
+    ExpectAge(hours(30), finding);
+    EXPECT_EQ("", finding.remedy);
+    Create(response);
+    ExpectOk("a new response", Examine(response));
 }
 
-TEST(DoctorDocumentsTest, OldResponseNeedsNoRemedy) {
-    Sandbox::Run([] {
-        Create(response, std::chrono::hours(30));
-        EXPECT_EQ("", CheckResponse().remedy);
-    });
-}
-
-TEST(DoctorDocumentsTest, ReportsResponseLargerThanTheLimit) {
-    Sandbox::Run([] {
-        Create(response);
-        fs::resize_file(response, maxResponseBytes);
-        EXPECT_NE(Verdict::problem, CheckResponse().verdict);
-        fs::resize_file(response, maxResponseBytes + 1);
-        ExpectProblem("response-too-large", "has 1073741825 bytes", CheckResponse());
-        fs::resize_file(response, 7'000'000'000'000);
-        ExpectProblem("response-too-large", "has 7000000000000 bytes", CheckResponse());
-    });
+SANDBOX_TEST(DoctorDocumentsTest, ReportsResponseLargerThanTheLimit) {
+    Create(response);
+    fs::resize_file(response, maxResponseBytes);
+    EXPECT_NE(Verdict::problem, Examine(response).verdict);
+    fs::resize_file(response, maxResponseBytes + 1);
+    ExpectProblem("response-too-large", "has 1073741825 bytes", Examine(response));
+    fs::resize_file(response, 7'000'000'000'000);
+    ExpectProblem("response-too-large", "has 7000000000000 bytes", Examine(response));
 }
 
 // The oldest date that a file can have.
-TEST(DoctorDocumentsTest, SaturatesAgeOfTheOldestPossibleDate) {
-    Sandbox::Run([] {
-        Create(response);
-        constexpr auto oldest = std::numeric_limits<time_t>::min();
-        timespec const times[] = {{oldest, 0}, {oldest, 0}};
-        ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
-        if (FileFacts(response).Facts().st_mtim.tv_sec != oldest)
-            GTEST_SKIP() << "this file system can't store the date";
-        Finding const finding = CheckResponse();
-        ExpectFinding(Verdict::note, "response-old", "days old", finding);
-        EXPECT_EQ(std::numeric_limits<long long>::max(), finding.ageInSeconds);
+SANDBOX_TEST(DoctorDocumentsTest, SaturatesAgeOfTheOldestPossibleDate) {
+    Create(response);
+    constexpr auto oldest = std::numeric_limits<time_t>::min();
+    timespec const times[] = {{oldest, 0}, {oldest, 0}};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
+    if (FileFacts(response).Facts().st_mtim.tv_sec != oldest)
+        GTEST_SKIP() << "this file system can't store the date";
+    Finding const finding = Examine(response);
+    ExpectNote("response-old", "days old", finding);
+    EXPECT_EQ(std::numeric_limits<long long>::max(), finding.ageInSeconds);
+}
+
+SANDBOX_TEST(DoctorDocumentsTest, ReportsUnreadableResponse) {
+    Create(response);
+    SetMode(response, 0);
+    WithoutRights([] {
+        ExpectProblem("response-not-readable", "owned by user root and group 0, mode 0000",
+                      Examine(response));
     });
 }
 
-TEST(DoctorDocumentsTest, ReportsUnreadableResponse) {
-    Sandbox::Run([] {
-        Create(response);
-        fs::permissions(response, fs::perms::none);
-        WithoutRights([] {
-            ExpectProblem("response-not-readable", "owned by user root and group 0, mode 0000",
-                          CheckResponse());
-        });
-    });
-}
-
-TEST(DoctorDocumentsTest, ReportsFifoAtResponsePath) {
-    Sandbox::Run([] {
-        CreateAgentDirectories();
-        ASSERT_EQ(0, mkfifo(response, 0666));
-        ExpectProblem("response-not-a-file", response, CheckResponse());
-    });
-}
-
-TEST(DoctorDocumentsTest, SkipsDocumentsInUnsearchableDirectory) {
-    Sandbox::Run([] {
-        Create(request);
-        Create(temporary);
-        Create(response);
-        fs::permissions(ScriptedAgent::requestDirectory, fs::perms::none);
-        fs::permissions("/var/opt/VeskaClient/ResponseDir", fs::perms::none);
-        WithoutRights([] {
-            EXPECT_EQ(Verdict::skipped, ExamineRequest().verdict);
-            EXPECT_EQ(Verdict::skipped, CheckTemporaryRequest().verdict);
-            EXPECT_EQ(Verdict::skipped, CheckResponse().verdict);
-        });
+SANDBOX_TEST(DoctorDocumentsTest, SkipsDocumentsInUnsearchableDirectory) {
+    for (char const* const path : {request, temporary, response})
+        Create(path);
+    SetMode(ScriptedAgent::requestDirectory, 0);
+    SetMode("/var/opt/VeskaClient/ResponseDir", 0);
+    WithoutRights([] {
+        for (char const* const path : {request, temporary, response})
+            EXPECT_EQ(Verdict::skipped, Examine(path).verdict) << path;
     });
 }
 

@@ -1,23 +1,10 @@
 // The real compliance-doctor while files change: it is stopped before one of its system calls, the
 // files are changed, and it continues.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
-
-#include <nlohmann/json.hpp>
-#include <sys/stat.h>
-
+#include "tests/companions/CompanionTest.h"
 #include "tests/stress/KilledTool.h"
-#include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 constexpr char const* request = ScriptedAgent::request;
 constexpr char const* lockFile = ScriptedAgent::lockFile;
@@ -57,7 +44,6 @@ Json FindingOf(std::string const& check, Json const& document) {
 }
 
 void LayOutExchange() {
-    Sandbox::CreateAgentDirectories();
     WriteBytes(lockFile, "");
     WriteBytes(request, "left over");
 }
@@ -70,40 +56,35 @@ std::unique_ptr<ForeignLock> BeginEvaluation() {
     return lock;
 }
 
-TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
-    Sandbox::Run([] {
-        LayOutExchange();
-        std::unique_ptr<ForeignLock> evaluation;
-        Json const document =
-            RunWithChange(HasAskedForLock, [&] { evaluation = BeginEvaluation(); });
-        Json const finding = FindingOf("request", document);
-        EXPECT_EQ("request-changed", finding.value("cause", ""));
-        EXPECT_EQ("problem", finding.at("verdict"));
-        EXPECT_EQ("run compliance-doctor again", finding.value("remedy", ""));
-    });
+// Returns the document of the doctor if an evaluation begins when `isDue` returns true.
+Json RunWithEvaluation(Stress::KillCondition const& isDue) {
+    LayOutExchange();
+    std::unique_ptr<ForeignLock> evaluation;
+    return RunWithChange(isDue, [&] { evaluation = BeginEvaluation(); });
 }
 
-TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
-    Sandbox::Run([] {
-        LayOutExchange();
-        std::unique_ptr<ForeignLock> evaluation;
-        Json const document =
-            RunWithChange(OpensLockFileNext, [&] { evaluation = BeginEvaluation(); });
-        EXPECT_EQ("lock-held", FindingOf("lock", document).value("cause", ""));
-        EXPECT_EQ("request-under-way", FindingOf("request", document).value("cause", ""));
-    });
+SANDBOX_TEST(DoctorRaceTest, DoesNotAdviseRemovingRequestOfNewEvaluation) {
+    Json const finding = FindingOf("request", RunWithEvaluation(HasAskedForLock));
+    EXPECT_EQ("request-changed", finding.value("cause", ""));
+    EXPECT_EQ("problem", finding.at("verdict"));
+    EXPECT_EQ("run compliance-doctor again", finding.value("remedy", ""));
+}
+
+SANDBOX_TEST(DoctorRaceTest, ReportsEvaluationThatBeganBeforeTheLockWasExamined) {
+    Json const document = RunWithEvaluation(OpensLockFileNext);
+    EXPECT_EQ("lock-held", FindingOf("lock", document).value("cause", ""));
+    EXPECT_EQ("request-under-way", FindingOf("request", document).value("cause", ""));
 }
 
 // A FIFO would block a call of open that waits for a writer.
-TEST(DoctorRaceTest, DoesNotWaitForFifoThatReplacesLockFile) {
-    Sandbox::Run({.limit = std::chrono::seconds(20)}, [] {
-        LayOutExchange();
-        Json const document = RunWithChange(OpensLockFileNext, [] {
-            fs::remove(lockFile);
-            ASSERT_EQ(0, mkfifo(lockFile, 0666));
-        });
-        EXPECT_EQ("lock-not-a-file", FindingOf("lock", document).value("cause", ""));
+SANDBOX_TEST_WITH(DoctorRaceTest, DoesNotWaitForFifoThatReplacesLockFile,
+                  Sandbox::Options{.limit = seconds(20)}) {
+    LayOutExchange();
+    Json const document = RunWithChange(OpensLockFileNext, [] {
+        fs::remove(lockFile);
+        ASSERT_EQ(0, mkfifo(lockFile, 0666));
     });
+    EXPECT_EQ("lock-not-a-file", FindingOf("lock", document).value("cause", ""));
 }
 
 } // namespace

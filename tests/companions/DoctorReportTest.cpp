@@ -1,14 +1,9 @@
 #include "companions/DoctorReport.h"
 
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
 
 namespace {
-
-using Json = nlohmann::json;
 
 Findings const findings = {
     {"one", Verdict::ok, "", "fine"},

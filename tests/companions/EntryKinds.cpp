@@ -1,20 +1,11 @@
 #include "tests/companions/EntryKinds.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <filesystem>
-
 #include <sys/mount.h>
-#include <unistd.h>
 
-#include "tests/support/Sandbox.h"
-#include "tests/support/ScriptedAgent.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/system/Tool.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // Only root can search it.
 constexpr char const* closedDirectory = "/opt/closed";
@@ -98,6 +89,12 @@ void LayOut() {
     fs::permissions(closedDirectory, fs::perms::none);
 }
 
+void Place(Kind const& kind, std::string const& path) {
+    LayOut();
+    fs::remove_all(path);
+    kind.make(path);
+}
+
 void MountForDevices() { ASSERT_EQ(0, mount("tmpfs", "/var/opt", "tmpfs", 0, nullptr)); }
 
 std::string CopyForEveryone(std::string const& program) {
@@ -107,7 +104,7 @@ std::string CopyForEveryone(std::string const& program) {
     return copy;
 }
 
-std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes) {
+std::vector<Kind> KindsOfDirectories(Texts const& modes) {
     std::vector<Kind> kinds = SpecialKinds();
     kinds.insert(kinds.end(), {Plain("absent", {}), Plain("file", Entry::File(""))});
     for (std::string const& mode : modes)

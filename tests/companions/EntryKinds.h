@@ -3,12 +3,9 @@
 // For the body of a Sandbox.
 #pragma once
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include <sys/types.h>
 
+#include "tests/companions/CompanionTest.h"
 #include "tests/support/Entries.h"
 
 // The ID of the user who runs the programs; see Sandbox::DropPrivileges.
@@ -27,10 +24,12 @@ struct Kind {
 std::vector<Kind> KindsOfEntries();
 // Returns the kinds of entries for the path of a directory, including directories with these octal
 // modes.
-std::vector<Kind> KindsOfDirectories(std::vector<std::string> const& modes);
+std::vector<Kind> KindsOfDirectories(Texts const& modes);
 
 // Creates the directories of the exchange, without files.
 void LayOut();
+// Creates the directories again, with an entry of this kind at the path.
+void Place(Kind const& kind, std::string const& path);
 // Mounts /var/opt so that devices below it can be opened.
 void MountForDevices();
 // Returns the path of a copy, because not every user can reach the directory of the build.

@@ -1,21 +1,14 @@
 // Evaluations over scripted replacements of the five functions: the order of the calls, and errors.
 #include "companions/Evaluation.h"
 
-#include <gtest/gtest.h>
-
-#include <csignal>
 #include <deque>
-#include <new>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "companions/Progress.h"
 #include "companions/Rows.h"
 #include "companions/StopSignals.h"
 #include "compliance/Compliance.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
-#include "tests/support/OtherProcess.h"
 
 namespace {
 
@@ -94,7 +87,14 @@ EvaluationEnd RunFake(EvaluationRequest const& request = {}) {
     return Evaluate(request, progress, [](Rows const&, bool) { fake.calls += "rows "; });
 }
 
-std::chrono::steady_clock::time_point In(std::chrono::seconds time) {
+void ThrowOnRows() {
+    Progress progress(ProgressStyle::none);
+    EXPECT_THROW(
+        Evaluate({}, progress, [](Rows const&, bool) { throw std::runtime_error("rows"); }),
+        std::runtime_error);
+}
+
+std::chrono::steady_clock::time_point In(seconds time) {
     return std::chrono::steady_clock::now() + time;
 }
 
@@ -102,16 +102,6 @@ void ExpectEnd(EvaluationEnd::What what, int number, int closeCode, EvaluationEn
     EXPECT_EQ(what, end.what);
     EXPECT_EQ(number, end.number);
     EXPECT_EQ(closeCode, end.closeCode);
-}
-
-// A recorded signal cannot be cleared, so each test uses its own process.
-template <typename Body>
-void InAnotherProcess(Body const& body) {
-    OtherProcess other([&] {
-        CatchStopSignals();
-        body();
-    });
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 TEST(EvaluationTest, PassesRowsToCallerBeforeClose) {
@@ -156,6 +146,11 @@ TEST(EvaluationTest, PollsWhileEvaluationIsInProgress) {
     EXPECT_EQ("open(null,null,0) progress progress progress rows close", fake.calls);
 }
 
+TEST(EvaluationTest, EvaluationFinishesBeforeTheDeadline) {
+    fake = {.progress = {{3, 50}, {1}}};
+    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.deadline = In(seconds(30))}));
+}
+
 TEST(EvaluationTest, RowsAreUsedIfTheCloseFails) {
     fake = {.close = {-3}};
     ExpectEnd(EvaluationEnd::finished, 0, -3, RunFake());
@@ -166,7 +161,7 @@ TEST(EvaluationTest, RowsHaveTheValuesOfTheInterface) {
     fake = {.rows = {{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", "last"}}}};
     Progress progress(ProgressStyle::none);
     RowList seen;
-    Evaluate(EvaluationRequest(), progress, [&](Rows const& rows, bool) {
+    Evaluate({}, progress, [&](Rows const& rows, bool) {
         for (unsigned int index = 0; index < rows.count; ++index)
             seen.push_back(rows.get(index));
     });
@@ -175,89 +170,55 @@ TEST(EvaluationTest, RowsHaveTheValuesOfTheInterface) {
 
 TEST(EvaluationTest, DeadlineEndsAnEndlessEvaluation) {
     fake = {.progress = {{3, 50}}};
-    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(std::chrono::seconds(1))}));
-    EXPECT_TRUE(fake.calls.ends_with("progress close"));
+    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(seconds(1))}));
+    EXPECT_THAT(fake.calls, EndsWith("progress close"));
 }
 
-TEST(EvaluationTest, EvaluationFinishesBeforeTheDeadline) {
-    fake = {.progress = {{3, 50}, {1}}};
-    ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake({.deadline = In(std::chrono::seconds(30))}));
-}
+struct SignalCase {
+    Interface interface;
+    int signal;
+    int closeCode;
+    char const* calls;
+};
 
-TEST(EvaluationTest, OnlyACloseFollowsASignalDuringOpen) {
-    InAnotherProcess([] {
-        fake = {.open = {.signal = SIGTERM}};
-        ExpectEnd(EvaluationEnd::stopped, SIGTERM, 0, RunFake());
-        EXPECT_EQ("open(null,null,0) close", fake.calls);
-    });
-}
-
-TEST(EvaluationTest, SignalDuringAFailedOpenNeedsNoClose) {
-    InAnotherProcess([] {
-        fake = {.open = {.result = -3, .signal = SIGINT}};
-        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
-        EXPECT_EQ("open(null,null,0) ", fake.calls);
-    });
-}
-
-TEST(EvaluationTest, SignalDuringPollEndsEvaluation) {
-    InAnotherProcess([] {
-        fake = {.progress = {{.result = 3, .signal = SIGINT}}};
-        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
-        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
-    });
-}
-
-TEST(EvaluationTest, SignalTakesPrecedenceOverFinishedEvaluation) {
-    InAnotherProcess([] {
-        fake = {.progress = {{.result = 1, .signal = SIGINT}}};
-        ExpectEnd(EvaluationEnd::stopped, SIGINT, 0, RunFake());
-        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
-    });
-}
-
-TEST(EvaluationTest, ReportsSignalDuringClose) {
-    InAnotherProcess([] {
-        fake = {.close = {.result = -3, .signal = SIGTERM}};
-        ExpectEnd(EvaluationEnd::stopped, SIGTERM, -3, RunFake());
-        EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
-    });
+// A recorded signal cannot be cleared, so each case uses its own process.
+TEST(EvaluationTest, SignalEndsTheEvaluation) {
+    for (SignalCase const& test :
+         {SignalCase{{.open = {.signal = SIGTERM}}, SIGTERM, 0, "close"},
+          // A failed open needs no close.
+          {{.open = {.result = -3, .signal = SIGINT}}, SIGINT, 0, ""},
+          {{.progress = {{.result = 3, .signal = SIGINT}}}, SIGINT, 0, "progress close"},
+          // A signal takes precedence over the end of the evaluation.
+          {{.progress = {{.result = 1, .signal = SIGINT}}}, SIGINT, 0, "progress close"},
+          {{.close = {.result = -3, .signal = SIGTERM}}, SIGTERM, -3, "progress rows close"}}) {
+        OtherProcess other([&] {
+            CatchStopSignals();
+            fake = test.interface;
+            ExpectEnd(EvaluationEnd::stopped, test.signal, test.closeCode, RunFake());
+            EXPECT_EQ(std::string("open(null,null,0) ") + test.calls, fake.calls);
+        });
+        EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    }
 }
 
 TEST(EvaluationTest, ClosesIfCallerThrowsOnRows) {
-    fake = {};
-    Progress progress(ProgressStyle::none);
-    EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
-                          [](Rows const&, bool) { throw std::runtime_error("rows"); }),
-                 std::runtime_error);
-    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    // If the close throws as well, the first exception is rethrown.
+    for (bool const closeFails : {false, true}) {
+        fake = {.close = {.fails = closeFails}};
+        ThrowOnRows();
+        EXPECT_EQ("open(null,null,0) progress close", fake.calls);
+    }
 }
 
-TEST(EvaluationTest, ClosesIfMemoryIsExhaustedDuringPoll) {
-    fake = {.progress = {{.fails = true}}};
-    EXPECT_THROW(RunFake(), std::bad_alloc);
-    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
-}
-
-TEST(EvaluationTest, RethrowsFirstExceptionIfCloseThrowsToo) {
-    fake = {.close = {.fails = true}};
-    Progress progress(ProgressStyle::none);
-    EXPECT_THROW(Evaluate(EvaluationRequest(), progress,
-                          [](Rows const&, bool) { throw std::runtime_error("rows"); }),
-                 std::runtime_error);
-    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
-}
-
-TEST(EvaluationTest, DoesNotRepeatCloseThatThrows) {
-    fake = {.close = {.fails = true}};
-    EXPECT_THROW(RunFake(), std::bad_alloc);
-    EXPECT_EQ("open(null,null,0) progress rows close", fake.calls);
-}
-
-TEST(EvaluationTest, OpenThatThrowsNeedsNoClose) {
-    fake = {.open = {.fails = true}};
-    EXPECT_THROW(RunFake(), std::bad_alloc);
-    EXPECT_EQ("open(null,null,0) ", fake.calls);
+TEST(EvaluationTest, ClosesOnceIfMemoryIsExhausted) {
+    for (auto const& [interface, calls] :
+         {std::pair{Interface{.open = {.fails = true}}, ""},
+          {Interface{.progress = {{.fails = true}}}, "progress close"},
+          {Interface{.close = {.fails = true}}, "progress rows close"}}) {
+        fake = interface;
+        EXPECT_THROW(RunFake(), std::bad_alloc);
+        EXPECT_EQ(std::string("open(null,null,0) ") + calls, fake.calls);
+    }
 }
 
 } // namespace

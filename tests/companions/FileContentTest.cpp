@@ -1,15 +1,6 @@
 #include "companions/FileContent.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <thread>
-
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "tests/companions/StoredResults.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
@@ -34,18 +25,16 @@ TEST_F(FileContentTest, ReturnsAtMostTheLimit) {
 }
 
 TEST_F(FileContentTest, ReadsAPipeUntilItsEnd) {
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
+    Pipe line;
     std::thread writer([&] {
         for (char const byte : {'x', 'y', 'z'}) {
-            EXPECT_EQ(1, write(ends[1], &byte, 1));
+            EXPECT_EQ(1, write(line.writer(), &byte, 1));
             usleep(1000);
         }
-        close(ends[1]);
+        line.CloseWriter();
     });
-    EXPECT_EQ("xyz", ReadContent(ends[0], 100));
+    EXPECT_EQ("xyz", ReadContent(line.reader(), 100));
     writer.join();
-    close(ends[0]);
 }
 
 TEST_F(FileContentTest, FailureSetsErrno) {

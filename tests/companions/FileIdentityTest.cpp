@@ -1,12 +1,7 @@
 #include "companions/FileIdentity.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include "companions/Arguments.h"
 #include "tests/companions/StoredResults.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
 
@@ -17,8 +12,8 @@ protected:
 };
 
 TEST_F(FileIdentityTest, IdentifiesFileByAnyPathOrLink) {
-    std::filesystem::create_symlink("a", directory / "link");
-    std::filesystem::create_hard_link(file, directory / "hard");
+    fs::create_symlink("a", directory / "link");
+    fs::create_hard_link(file, directory / "hard");
     ASSERT_TRUE(IdentifyFile(file));
     for (std::string const& path : {directory / "./a", directory / "link", directory / "hard"})
         EXPECT_EQ(IdentifyFile(file), IdentifyFile(path)) << path;

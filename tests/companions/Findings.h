@@ -1,13 +1,8 @@
 // Checks of the findings of the doctor.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "companions/Doctor.h"
-#include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
+#include "tests/companions/CompanionTest.h"
 
 // Expects the words within the message, and a remedy exactly if the finding has a cause. A note may
 // have either.
@@ -15,7 +10,7 @@ inline void ExpectFinding(Verdict verdict, std::string const& cause, std::string
                           Finding const& finding) {
     EXPECT_EQ(verdict, finding.verdict) << finding.message;
     EXPECT_EQ(cause, finding.cause);
-    EXPECT_NE(std::string::npos, finding.message.find(words)) << finding.message;
+    EXPECT_THAT(finding.message, HasSubstr(words));
     if (verdict != Verdict::note) {
         EXPECT_EQ(cause.empty(), finding.remedy.empty());
     }
@@ -26,8 +21,16 @@ inline void ExpectProblem(std::string const& cause, std::string const& words,
     ExpectFinding(Verdict::problem, cause, words, finding);
 }
 
+inline void ExpectNote(std::string const& cause, std::string const& words, Finding const& finding) {
+    ExpectFinding(Verdict::note, cause, words, finding);
+}
+
 inline void ExpectOk(std::string const& words, Finding const& finding) {
     ExpectFinding(Verdict::ok, "", words, finding);
+}
+
+inline void SetMode(std::string const& path, unsigned int mode) {
+    fs::permissions(path, fs::perms(mode));
 }
 
 // Runs the body as an unprivileged user, in a sandbox.

@@ -1,19 +1,9 @@
 #include "companions/JsonRows.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <sstream>
-#include <vector>
-
-#include <nlohmann/json.hpp>
-
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 
 namespace {
-
-using Json = nlohmann::json;
 
 std::string JsonText(RowList const& list, Provenance const& provenance = {}) {
     return OutputOf([&](Output& output) { WriteJson(RowsOf(list), provenance, output); });
@@ -35,33 +25,25 @@ Json WithoutProvenance(std::string const& text) {
     return document;
 }
 
-TEST(JsonRowsTest, WritesDocumentWithRows) {
-    EXPECT_EQ((Json{{"schemaVersion", 1},
-                    {"outcome", "finished"},
-                    {"rowCount", 2},
-                    {"rows",
-                     {{{"designator", "a"},
-                       {"result", "b"},
-                       {"resultType", "c"},
-                       {"evaluationTime", "12"},
-                       {"description", "e"},
-                       {"comment", "f"}},
-                      {{"designator", ""},
-                       {"result", ""},
-                       {"resultType", ""},
-                       {"evaluationTime", ""},
-                       {"description", ""},
-                       {"comment", ""}}}}}),
-              WithoutProvenance(
-                  JsonText({{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
-}
-
-TEST(JsonRowsTest, WritesDocumentWithoutRows) {
-    EXPECT_EQ((Json{{"schemaVersion", 1},
-                    {"outcome", "finished"},
-                    {"rowCount", 0},
-                    {"rows", Json::array()}}),
-              WithoutProvenance(JsonText({})));
+TEST(JsonRowsTest, WritesDocumentWithAndWithoutRows) {
+    Json document = {
+        {"schemaVersion", 1}, {"outcome", "finished"}, {"rowCount", 0}, {"rows", Json::array()}};
+    EXPECT_EQ(document, WithoutProvenance(JsonText({})));
+    document["rowCount"] = 2;
+    document["rows"] = {{{"designator", "a"},
+                         {"result", "b"},
+                         {"resultType", "c"},
+                         {"evaluationTime", "12"},
+                         {"description", "e"},
+                         {"comment", "f"}},
+                        {{"designator", ""},
+                         {"result", ""},
+                         {"resultType", ""},
+                         {"evaluationTime", ""},
+                         {"description", ""},
+                         {"comment", ""}}};
+    EXPECT_EQ(document, WithoutProvenance(JsonText(
+                            {{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
 }
 
 TEST(JsonRowsTest, EveryCharacterRoundTrips) {
@@ -88,14 +70,6 @@ TEST(JsonRowsTest, AddsBase64OfTextThatIsNotUtf8) {
               row);
 }
 
-std::vector<Json> ParseLines(std::string const& text) {
-    std::istringstream lines(text);
-    std::vector<Json> objects;
-    for (std::string line; std::getline(lines, line);)
-        objects.push_back(Json::parse(line));
-    return objects;
-}
-
 TEST(JsonRowsTest, WritesNdjsonLineForHeadAndEachRow) {
     RowList const list = {{{"a\nb", "\xB5", "c", "d", "e", "f"}}, {{"g", "h", "i", "j", "k", "l"}}};
     Json head = Json::parse(JsonText(list));
@@ -114,7 +88,7 @@ Provenance KnownProvenance() {
     provenance.userId = 1000;
     provenance.start = {1772353800, 125'000'000};
     provenance.end = {1772353802, 625'000'000};
-    provenance.duration = std::chrono::milliseconds(2500);
+    provenance.duration = milliseconds(2500);
     provenance.response = {true, 77, 10, {1772353801, 0}, {1772353802, 0}};
     provenance.agentModified = timespec{1772353000, 0};
     return provenance;
@@ -183,23 +157,14 @@ TEST(JsonRowsTest, ControlCharactersAreEscapedOnATerminal) {
 }
 
 TEST(JsonRowsTest, FailureHasKnownMembersOnly) {
-    EXPECT_EQ((Json{{"schemaVersion", 1},
-                    {"outcome", "failed"},
-                    {"exitStatus", 4},
-                    {"failure", "busy"},
-                    {"code", -6},
-                    {"message", "refused"}}),
-              WithoutProvenance(FailureText({4, "busy", -6, {}, "refused"})));
-    EXPECT_EQ((Json{{"schemaVersion", 1},
-                    {"outcome", "failed"},
-                    {"exitStatus", 1},
-                    {"failure", "agent-error"},
-                    {"agentError", 0},
-                    {"message", "reported"}}),
-              WithoutProvenance(FailureText({1, "agent-error", {}, 0, "reported"})));
-    EXPECT_FALSE(Json::parse(FailureText({1, "agent-error", {}, 0, "reported"}))
-                     .at("provenance")
-                     .contains("results"));
+    Json document = {{"schemaVersion", 1}, {"outcome", "failed"}, {"exitStatus", 4},
+                     {"failure", "busy"},  {"code", -6},          {"message", "refused"}};
+    EXPECT_EQ(document, WithoutProvenance(FailureText({4, "busy", -6, {}, "refused"})));
+    document.erase("code");
+    document["agentError"] = 0;
+    std::string const text = FailureText({4, "busy", {}, 0, "refused"});
+    EXPECT_EQ(document, WithoutProvenance(text));
+    EXPECT_FALSE(Json::parse(text).at("provenance").contains("results"));
 }
 
 } // namespace

@@ -1,10 +1,6 @@
 #include "companions/JsonText.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include <nlohmann/json.hpp>
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 

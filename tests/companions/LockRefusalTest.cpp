@@ -1,74 +1,50 @@
 #include "companions/LockRefusal.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include "tests/support/Sandbox.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-
-void CreateAgent() {
-    Sandbox::CreateAgentDirectories();
-    Sandbox::InstallAgent();
-}
 
 void ExpectRefused(QueryExit status, bool isTemporary, std::string const& message) {
     QueryFailure const failure = DescribeLockRefusal();
     EXPECT_EQ(status, failure.status) << failure.message;
     EXPECT_EQ(isTemporary, failure.temporary);
-    EXPECT_NE(std::string::npos, failure.message.find(message)) << failure.message;
+    EXPECT_THAT(failure.message, HasSubstr(message));
 }
 
-TEST(LockRefusalTest, ReportsThatAgentIsNotInstalled) {
-    Sandbox::Run([] {
-        ExpectRefused(QueryExit::noAgent, false,
-                      "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");
-        Sandbox::InstallAgent();
-        ExpectRefused(QueryExit::noAgent, false, "/var/opt/VeskaClient/RequestDir is missing");
-    });
+SANDBOX_TEST(LockRefusalTest, ReportsThatAgentIsNotInstalled) {
+    fs::remove_all("/var/opt/VeskaClient");
+    ExpectRefused(QueryExit::noAgent, false,
+                  "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");
+    Sandbox::InstallAgent();
+    ExpectRefused(QueryExit::noAgent, false, "/var/opt/VeskaClient/RequestDir is missing");
 }
 
-TEST(LockRefusalTest, HeldLockIsTemporary) {
-    Sandbox::Run([] {
-        CreateAgent();
-        ForeignLock const lock;
-        ExpectRefused(QueryExit::busy, true, "the lock is held by process ");
-    });
+SANDBOX_TEST(LockRefusalTest, HeldLockIsTemporary) {
+    Sandbox::InstallAgent();
+    ForeignLock const lock;
+    ExpectRefused(QueryExit::busy, true, "the lock is held by process ");
 }
 
 // Also if the user cannot write to the directory: an existing lock file does not require it.
-TEST(LockRefusalTest, LockReleasedInTheMeantimeIsTemporary) {
-    Sandbox::Run([] {
-        CreateAgent();
-        ExpectRefused(QueryExit::busy, true, "has released it since");
-        std::ofstream(std::string(ScriptedAgent::lockFile)) << "";
-        fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
-        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
-        Sandbox::DropPrivileges();
-        ExpectRefused(QueryExit::busy, true, "has released it since");
-    });
+SANDBOX_TEST(LockRefusalTest, LockReleasedInTheMeantimeIsTemporary) {
+    Sandbox::InstallAgent();
+    ExpectRefused(QueryExit::busy, true, "has released it since");
+    WriteWholeFile(ScriptedAgent::lockFile, "");
+    fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+    fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
+    Sandbox::DropPrivileges();
+    ExpectRefused(QueryExit::busy, true, "has released it since");
 }
 
-TEST(LockRefusalTest, LockFileThatUserCannotUseIsExchangeFailure) {
-    Sandbox::Run([] {
-        CreateAgent();
-        fs::create_directory(ScriptedAgent::lockFile);
-        ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::lockFile);
-    });
-}
-
-TEST(LockRefusalTest, UnwritableDirectoryWithoutLockFileIsExchangeFailure) {
-    Sandbox::Run([] {
-        CreateAgent();
-        fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
-        Sandbox::DropPrivileges();
-        ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::requestDirectory);
-    });
+SANDBOX_TEST(LockRefusalTest, UnusableLockFileOrDirectoryIsExchangeFailure) {
+    Sandbox::InstallAgent();
+    fs::create_directory(ScriptedAgent::lockFile);
+    ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::lockFile);
+    fs::remove(ScriptedAgent::lockFile);
+    fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
+    Sandbox::DropPrivileges();
+    ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::requestDirectory);
 }
 
 } // namespace

@@ -1,127 +1,98 @@
 #include "companions/Metrics.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <fstream>
-#include <sstream>
-
-#include <sys/stat.h>
-
 #include "companions/ResultFile.h"
-#include "tests/files/Files.h"
-#include "tests/support/Sandbox.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/support/SmallFileSystem.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
-
-using testing::HasSubstr;
-using testing::Not;
 
 Metrics FinishedMetrics() {
     return {.document = "D",
             .start = {1000, 250'000'000},
-            .duration = std::chrono::milliseconds(1500),
+            .duration = milliseconds(1500),
             .results = ResultCounts{{"Fail", 2}, {"Pass", 3}},
             .failing = 2};
 }
 
 Metrics FailedMetrics() {
-    return {.document = "D",
-            .exitStatus = 5,
-            .start = {2000, 0},
-            .duration = std::chrono::milliseconds(7)};
+    return {.document = "D", .exitStatus = 5, .start = {2000, 0}, .duration = milliseconds(7)};
+}
+
+// The file after a failed run, for the file before.
+std::string AfterFailure(std::string const& former) {
+    return FormatMetrics(FailedMetrics(), former);
 }
 
 // The samples, without the lines of comments.
-std::string Samples(std::string const& text) {
+Texts Samples(std::string const& text) {
     std::istringstream lines(text);
-    std::string samples;
+    Texts samples;
     for (std::string line; std::getline(lines, line);)
         if (!line.starts_with('#'))
-            samples += line + '\n';
+            samples.push_back(line);
     return samples;
 }
 
-TEST(MetricsTest, FinishedEvaluationHasAllMetrics) {
-    EXPECT_EQ("clientcompliance_exit_status{document=\"D\",config=\"\"} 0\n"
-              "clientcompliance_stale{document=\"D\",config=\"\"} 0\n"
-              "clientcompliance_last_run_timestamp_seconds{document=\"D\",config=\"\"} 1000.250\n"
-              "clientcompliance_duration_seconds{document=\"D\",config=\"\"} 1.500\n"
-              "clientcompliance_last_success_timestamp_seconds{document=\"D\",config=\"\"} "
-              "1000.250\n"
-              "clientcompliance_rows{document=\"D\",config=\"\",result=\"Fail\"} 2\n"
-              "clientcompliance_rows{document=\"D\",config=\"\",result=\"Pass\"} 3\n"
-              "clientcompliance_failing_rows{document=\"D\",config=\"\"} 2\n",
-              Samples(FormatMetrics(FinishedMetrics(), "")));
+// A sample with the usual labels.
+std::string Sample(std::string const& name, std::string const& value,
+                   std::string const& more = "") {
+    return "clientcompliance_" + name + R"({document="D",config="")" + more + "} " + value;
 }
 
-TEST(MetricsTest, EachMetricHasOneTypeLineInEveryFile) {
-    std::string const finished = FormatMetrics(FinishedMetrics(), "");
-    std::string const failed = FormatMetrics(FailedMetrics(), "");
-    for (std::string const name :
-         {"exit_status", "stale", "last_run_timestamp_seconds", "duration_seconds",
-          "last_success_timestamp_seconds", "rows", "failing_rows"})
-        for (std::string const* const text : {&finished, &failed}) {
-            std::string const type = "# TYPE clientcompliance_" + name + " gauge\n";
-            std::size_t const place = text->find(type);
-            EXPECT_NE(std::string::npos, place) << name;
-            EXPECT_EQ(std::string::npos, text->find(type, place + 1)) << name;
-        }
+TEST(MetricsTest, FinishedEvaluationHasAllMetrics) {
+    EXPECT_THAT(Samples(FormatMetrics(FinishedMetrics(), "")),
+                ElementsAre(Sample("exit_status", "0"), Sample("stale", "0"),
+                            Sample("last_run_timestamp_seconds", "1000.250"),
+                            Sample("duration_seconds", "1.500"),
+                            Sample("last_success_timestamp_seconds", "1000.250"),
+                            Sample("rows", "2", ",result=\"Fail\""),
+                            Sample("rows", "3", ",result=\"Pass\""), Sample("failing_rows", "2")));
 }
 
 TEST(MetricsTest, FailedRunKeepsRowsAndLastSuccess) {
-    std::string const former = FormatMetrics(FinishedMetrics(), "");
-    std::string const text = FormatMetrics(FailedMetrics(), former);
-    for (char const* const kept :
-         {"\nclientcompliance_last_success_timestamp_seconds{document=\"D\",config=\"\"} "
-          "1000.250\n",
-          "\nclientcompliance_rows{document=\"D\",config=\"\",result=\"Fail\"} 2\n",
-          "\nclientcompliance_failing_rows{document=\"D\",config=\"\"} 2\n",
-          "\nclientcompliance_last_run_timestamp_seconds{document=\"D\",config=\"\"} 2000.000\n",
-          "\nclientcompliance_exit_status{document=\"D\",config=\"\"} 5\n"})
-        EXPECT_THAT(text, HasSubstr(kept));
-    EXPECT_EQ(text, FormatMetrics(FailedMetrics(), text));
+    std::string const text = AfterFailure(FormatMetrics(FinishedMetrics(), ""));
+    EXPECT_THAT(Samples(text),
+                ElementsAre(Sample("exit_status", "5"), Sample("stale", "0"),
+                            Sample("last_run_timestamp_seconds", "2000.000"),
+                            Sample("duration_seconds", "0.007"),
+                            Sample("last_success_timestamp_seconds", "1000.250"),
+                            Sample("rows", "2", ",result=\"Fail\""),
+                            Sample("rows", "3", ",result=\"Pass\""), Sample("failing_rows", "2")));
+    EXPECT_EQ(text, AfterFailure(text));
+}
+
+TEST(MetricsTest, EachMetricHasOneTypeLineInEveryFile) {
+    for (std::string const& text : {FormatMetrics(FinishedMetrics(), ""), AfterFailure("")})
+        for (std::string const name :
+             {"exit_status", "stale", "last_run_timestamp_seconds", "duration_seconds",
+              "last_success_timestamp_seconds", "rows", "failing_rows"}) {
+            std::string const type = "# TYPE clientcompliance_" + name + " gauge\n";
+            EXPECT_NE(text.npos, text.find(type)) << name;
+            EXPECT_EQ(text.find(type), text.rfind(type)) << name;
+        }
 }
 
 TEST(MetricsTest, IgnoresOtherLabelsAndDamagedLines) {
-    std::string const alone = FormatMetrics(FailedMetrics(), "");
+    std::string const alone = AfterFailure("");
     Metrics other = FinishedMetrics();
     other.document = "Other";
-    EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), FormatMetrics(other, "")));
+    EXPECT_EQ(alone, AfterFailure(FormatMetrics(other, "")));
     other = FinishedMetrics();
     other.config = "nightly";
-    EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), FormatMetrics(other, "")));
+    EXPECT_EQ(alone, AfterFailure(FormatMetrics(other, "")));
     std::string const begin = "clientcompliance_rows{document=\"D\",config=\"\"";
-    for (std::string const damaged : {"",
-                                      "}",
-                                      "} ",
-                                      "} x",
-                                      "} 1 2",
-                                      " 1",
-                                      "} 1x",
-                                      "}1",
-                                      "} 1",
-                                      ",result=\"x\"} NaN",
-                                      ",result=\"x\"} -1",
-                                      ",result=\"x\"} -.5",
-                                      ",result=\"x\"} --1.5",
-                                      ",result=\"x\"} 1e5",
-                                      ",result=\"x\"} 1.",
-                                      ",evil} 1",
-                                      ",result=\"x\",result=\"y\"} 1",
-                                      ",result=\"a\"b\"} 1",
-                                      ",result=\"\\x\"} 1",
-                                      ",result=\"\\\"} 1",
-                                      ",result=\"\xff\"} 1"})
-        EXPECT_EQ(alone, FormatMetrics(FailedMetrics(), begin + damaged + "\n")) << damaged;
+    for (std::string const damaged : {"", "}", "} ", "} x", "} 1 2", " 1", "} 1x", "}1", "} 1",
+                                      ",evil} 1", ",result=\"x\",result=\"y\"} 1"})
+        EXPECT_EQ(alone, AfterFailure(begin + damaged + "\n")) << damaged;
+    for (std::string const value : {"NaN", "-1", "-.5", "--1.5", "1e5", "1."})
+        EXPECT_EQ(alone, AfterFailure(begin + ",result=\"x\"} " + value + "\n")) << value;
+    for (std::string const result : {"a\"b", "\\x", "\\", "\xff"})
+        EXPECT_EQ(alone, AfterFailure(begin + ",result=\"" + result + "\"} 1\n")) << result;
 }
 
 TEST(MetricsTest, KeepsFirstOfRepeatedSamples) {
     std::string const sample = R"(clientcompliance_rows{document="D",config="",result="a\"b\\"} )";
-    std::string const text = FormatMetrics(FailedMetrics(), sample + "1\n" + sample + "2\n");
+    std::string const text = AfterFailure(sample + "1\n" + sample + "2\n");
     EXPECT_THAT(text, HasSubstr(sample + "1\n"));
     EXPECT_THAT(text, Not(HasSubstr(sample + "2\n")));
 }
@@ -129,16 +100,16 @@ TEST(MetricsTest, KeepsFirstOfRepeatedSamples) {
 TEST(MetricsTest, StaleAnswerIsNotASuccess) {
     Metrics metrics = FinishedMetrics();
     metrics.stale = true;
-    std::string const text = FormatMetrics(metrics, "");
-    EXPECT_THAT(text, HasSubstr("clientcompliance_stale{document=\"D\",config=\"\"} 1\n"));
-    EXPECT_THAT(Samples(text), Not(HasSubstr("last_success")));
-    EXPECT_THAT(text, HasSubstr("result=\"Pass\"} 3\n"));
+    Texts const samples = Samples(FormatMetrics(metrics, ""));
+    EXPECT_THAT(samples, Contains(Sample("stale", "1")));
+    EXPECT_THAT(samples, Contains(Sample("rows", "3", ",result=\"Pass\"")));
+    EXPECT_THAT(samples, Not(Contains(HasSubstr("last_success"))));
 }
 
 TEST(MetricsTest, OmitsFailingRowsWithoutStrict) {
     Metrics metrics = FinishedMetrics();
     metrics.failing = {};
-    EXPECT_THAT(Samples(FormatMetrics(metrics, "")), Not(HasSubstr("failing_rows")));
+    EXPECT_THAT(Samples(FormatMetrics(metrics, "")), Not(Contains(HasSubstr("failing_rows"))));
 }
 
 TEST(MetricsTest, EscapesLabelValues) {
@@ -146,62 +117,55 @@ TEST(MetricsTest, EscapesLabelValues) {
     metrics.document = "a\"b\\c\nd\xff";
     metrics.results = ResultCounts{{"", 1}, {"\"}\n", 2}};
     std::string const labels = R"({document="a\"b\\c\nd\\xff",config="")";
-    std::string const text = FormatMetrics(metrics, "");
-    EXPECT_THAT(text, HasSubstr("clientcompliance_stale" + labels + "} 0\n"));
-    EXPECT_THAT(text, HasSubstr("clientcompliance_rows" + labels + R"(,result=""} 1)" + "\n"));
-    EXPECT_THAT(text, HasSubstr("clientcompliance_rows" + labels + R"(,result="\"}\n"} 2)" + "\n"));
+    EXPECT_THAT(Samples(FormatMetrics(metrics, "")),
+                AllOf(Contains("clientcompliance_stale" + labels + "} 0"),
+                      Contains("clientcompliance_rows" + labels + R"(,result=""} 1)"),
+                      Contains("clientcompliance_rows" + labels + R"(,result="\"}\n"} 2)")));
 }
 
 TEST(MetricsTest, RowsOfRareAndLongResultsAreSummed) {
     Metrics metrics = FinishedMetrics();
-    metrics.results = ResultCounts{{"other", 1000}, {std::string(101, 'l'), 500}};
-    for (unsigned int count = 1; count <= 25; ++count)
+    std::string const longest(100, 'l');
+    metrics.results = ResultCounts{{"other", 1000}, {longest, 700}, {longest + 'l', 500}};
+    for (unsigned int count = 1; count <= 24; ++count)
         metrics.results->emplace("result " + std::to_string(count), count);
-    std::string const text = Samples(FormatMetrics(metrics, ""));
+    Texts const samples = Samples(FormatMetrics(metrics, ""));
     // The six rarest have 1 to 6 rows.
-    EXPECT_THAT(text, HasSubstr("result=\"other\"} 1521\n"));
-    EXPECT_THAT(text, HasSubstr("result=\"result 7\"} 7\n"));
-    EXPECT_THAT(text, Not(HasSubstr("result=\"result 6\"}")));
-    EXPECT_THAT(text, Not(HasSubstr("lll")));
-}
-
-TEST(MetricsTest, ReplacesFileAndMakesItReadableByAll) {
-    TemporaryDirectory const directory;
-    std::string const path = directory / "metrics.prom";
-    mode_t const mask = umask(077);
-    WriteMetrics(path, FinishedMetrics());
-    WriteMetrics(path, FailedMetrics());
-    umask(mask);
-    struct stat facts {};
-    ASSERT_EQ(0, stat(path.c_str(), &facts));
-    EXPECT_EQ(0644u, facts.st_mode & 07777);
-    EXPECT_EQ(FormatMetrics(FailedMetrics(), FormatMetrics(FinishedMetrics(), "")),
-              ReadWholeFile(path));
-    EXPECT_THROW(WriteMetrics(directory / "missing/metrics.prom", FailedMetrics()),
-                 ResultFileError);
-}
-
-TEST(MetricsTest, ResultOf100BytesHasItsOwnSample) {
-    Metrics metrics = FinishedMetrics();
-    metrics.results = ResultCounts{{std::string(100, 'l'), 7}};
-    EXPECT_THAT(FormatMetrics(metrics, ""),
-                HasSubstr(",result=\"" + std::string(100, 'l') + "\"} 7\n"));
+    EXPECT_THAT(samples, Contains(Sample("rows", "1521", ",result=\"other\"")));
+    EXPECT_THAT(samples, Contains(Sample("rows", "7", ",result=\"result 7\"")));
+    EXPECT_THAT(samples, Contains(Sample("rows", "700", ",result=\"" + longest + "\"")));
+    EXPECT_THAT(samples, Not(Contains(HasSubstr("result=\"result 6\"}"))));
+    EXPECT_THAT(samples, Not(Contains(HasSubstr(longest + 'l'))));
 }
 
 TEST(MetricsTest, TimesBefore1970AreNegative) {
     Metrics metrics = FinishedMetrics();
-    for (auto const& [start, text] :
-         {std::pair{timespec{-1, 500'000'000}, "-0.500"},
-          std::pair{timespec{-2, 750'000'000}, "-1.250"}, std::pair{timespec{-2, 0}, "-2.000"}}) {
+    for (auto const& [start, text] : {std::pair{timespec{-1, 500'000'000}, "-0.500"},
+                                      {timespec{-2, 750'000'000}, "-1.250"},
+                                      {timespec{-2, 0}, "-2.000"}}) {
         metrics.start = start;
         std::string const former = FormatMetrics(metrics, "");
-        std::string const labels = "{document=\"D\",config=\"\"} ";
-        EXPECT_THAT(former, HasSubstr("\nclientcompliance_last_run_timestamp_seconds" + labels +
-                                      text + "\n"));
-        EXPECT_THAT(
-            FormatMetrics(FailedMetrics(), former),
-            HasSubstr("\nclientcompliance_last_success_timestamp_seconds" + labels + text + "\n"));
+        EXPECT_THAT(Samples(former), Contains(Sample("last_run_timestamp_seconds", text)));
+        EXPECT_THAT(Samples(AfterFailure(former)),
+                    Contains(Sample("last_success_timestamp_seconds", text)));
     }
+}
+
+class MetricsFileTest : public testing::Test {
+protected:
+    TemporaryDirectory const directory;
+    std::string const path = directory / "metrics.prom";
+};
+
+TEST_F(MetricsFileTest, ReplacesFileAndMakesItReadableByAll) {
+    mode_t const mask = umask(077);
+    WriteMetrics(path, FinishedMetrics());
+    WriteMetrics(path, FailedMetrics());
+    umask(mask);
+    EXPECT_EQ(fs::perms(0644), fs::status(path).permissions());
+    EXPECT_EQ(AfterFailure(FormatMetrics(FinishedMetrics(), "")), ReadWholeFile(path));
+    EXPECT_THROW(WriteMetrics(directory / "missing/metrics.prom", FailedMetrics()),
+                 ResultFileError);
 }
 
 // Metrics with more results than are named, and the longest samples for this byte of the labels.
@@ -215,45 +179,32 @@ Metrics MetricsWithLongLabels(char byte) {
     return metrics;
 }
 
-TEST(MetricsTest, FailedRunKeepsRowsWithLongLabels) {
-    TemporaryDirectory const directory;
-    std::string const path = directory / "metrics.prom";
+TEST_F(MetricsFileTest, FailedRunKeepsRowsWithLongLabels) {
     for (char const byte : {'d', '"', '\xff'}) {
         Metrics metrics = MetricsWithLongLabels(byte);
         WriteMetrics(path, metrics);
         metrics.results = {};
         WriteMetrics(path, metrics);
-        std::string const text = ReadWholeFile(path);
-        std::string const samples = Samples(text);
         // Four of the run, its last success, 20 results, the others, and the failing rows.
-        EXPECT_EQ(4 + 1 + 20 + 1 + 1, std::ranges::count(samples, '\n')) << byte;
+        EXPECT_EQ(4u + 1 + 20 + 1 + 1, Samples(ReadWholeFile(path)).size()) << byte;
     }
 }
 
-TEST(MetricsTest, IgnoresAFileThatIsTooLarge) {
-    TemporaryDirectory const directory;
-    std::string const path = directory / "metrics.prom";
+TEST_F(MetricsFileTest, IgnoresAFileThatIsTooLarge) {
     WriteMetrics(path, FinishedMetrics());
     std::ofstream(path, std::ios::app) << std::string(64 * 1024, '\n');
     WriteMetrics(path, FailedMetrics());
-    EXPECT_EQ(FormatMetrics(FailedMetrics(), ""), ReadWholeFile(path));
+    EXPECT_EQ(AfterFailure(""), ReadWholeFile(path));
 }
 
-TEST(MetricsTest, FullDiskKeepsTheFile) {
-    Sandbox::Run([] {
-        SmallFileSystem disk("/opt/disk");
-        std::string const path = disk / "metrics.prom";
-        WriteMetrics(path, FinishedMetrics());
-        disk.FillUp();
-        try {
-            WriteMetrics(path, FailedMetrics());
-            ADD_FAILURE() << "written";
-        } catch (ResultFileError const& error) {
-            EXPECT_EQ("'" + path + "' could not be written: No space left on device",
-                      std::string(error.what()));
-        }
-        EXPECT_EQ(FormatMetrics(FinishedMetrics(), ""), ReadWholeFile(path));
-    });
+SANDBOX_TEST(MetricsTest, FullDiskKeepsTheFile) {
+    SmallFileSystem disk("/opt/disk");
+    std::string const path = disk / "metrics.prom";
+    WriteMetrics(path, FinishedMetrics());
+    disk.FillUp();
+    EXPECT_EQ("'" + path + "' could not be written: No space left on device",
+              MessageOf<ResultFileError>([&] { WriteMetrics(path, FailedMetrics()); }));
+    EXPECT_EQ(FormatMetrics(FinishedMetrics(), ""), ReadWholeFile(path));
 }
 
 } // namespace

@@ -1,31 +1,27 @@
 #include "companions/OptionValues.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
+#include "tests/companions/CompanionTest.h"
 
 namespace {
-
-using std::chrono::seconds;
 
 constexpr std::array testedRules = {
     OptionRule{"--results", acceptedResults},
     OptionRule{"--color", acceptedColor},
 };
 
-Arguments With(std::vector<char const*> texts) {
-    texts.insert(texts.begin(), "program");
-    return Arguments(testedRules, {}, static_cast<int>(texts.size()), texts.data());
+Arguments With(Texts const& texts) {
+    return ParseLine(
+        [](int count, char const* const* values) {
+            return Arguments(testedRules, {}, count, values);
+        },
+        texts);
 }
+
+Texts Results(Texts const& texts) { return ReadResults(testedRules, With(texts), "--results"); }
 
 template <typename Parse>
 std::string ReasonToRefuse(Parse const& parse, std::string const& value) {
-    try {
-        parse(value);
-    } catch (ValueError const& error) {
-        return error.what();
-    }
-    return "accepted";
+    return MessageOf<ValueError>([&] { parse(value); });
 }
 
 TEST(OptionValuesTest, TrimsSpacesAndTabs) {
@@ -49,44 +45,24 @@ TEST(OptionValuesTest, RefusalNamesTheValueAndTheReason) {
 }
 
 TEST(OptionValuesTest, CombinesResultsOfRepeatedOption) {
-    EXPECT_EQ(
-        (std::vector<std::string>{"a b", "c", "d"}),
-        ReadResults(testedRules, With({"--results", " a b ,c", "--results=c,\td"}), "--results"));
-    EXPECT_EQ(0u, ReadResults(testedRules, With({}), "--results").size());
+    EXPECT_EQ((Texts{"a b", "c", "d"}), Results({"--results", " a b ,c", "--results=c,\td"}));
+    EXPECT_EQ(Texts(), Results({}));
     for (char const* const list : {"", " ", ",", "a,", ",a", "a,,b", "a,b,a"})
-        EXPECT_THROW(ReadResults(testedRules, With({"--results", list}), "--results"),
-                     CommandLineError)
-            << list;
-}
-
-TEST(OptionValuesTest, AcceptsUnitsOfDurations) {
-    EXPECT_EQ(seconds(90), ParseDuration("90"));
-    EXPECT_EQ(seconds(90), ParseDuration("90s"));
-    EXPECT_EQ(seconds(300), ParseDuration("5m"));
-    EXPECT_EQ(seconds(7200), ParseDuration("2h"));
-    for (char const* const text : {"", "0", "-1", "1d", "1.5", "m", "2147483648", "35791395m"})
-        EXPECT_THROW(ParseDuration(text), ValueError) << text;
+        EXPECT_THROW(Results({"--results", list}), CommandLineError) << list;
 }
 
 TEST(OptionValuesTest, UsesLastValueAndValidatesAll) {
-    ColorMode color = ColorMode::automatic;
-    ReadLast(testedRules, With({}), "--color", ParseColor, color);
-    EXPECT_EQ(ColorMode::automatic, color);
-    ReadLast(testedRules, With({"--color=never", "--color=always"}), "--color", ParseColor, color);
-    EXPECT_EQ(ColorMode::always, color);
-    EXPECT_THROW(
-        ReadLast(testedRules, With({"--color=red", "--color=never"}), "--color", ParseColor, color),
-        CommandLineError);
-}
-
-TEST(OptionValuesTest, RefusalListsAcceptedValues) {
-    try {
-        ParseOption(testedRules, "--color", "red", ParseColor);
-        ADD_FAILURE() << "accepted";
-    } catch (CommandLineError const& error) {
-        EXPECT_STREQ("--color: 'red' is not accepted; accepted: auto, always or never",
-                     error.what());
-    }
+    auto const read = [](Texts const& texts) {
+        ColorMode color = ColorMode::automatic;
+        ReadLast(testedRules, With(texts), "--color", ParseColor, color);
+        return color;
+    };
+    EXPECT_EQ(ColorMode::automatic, read({}));
+    EXPECT_EQ(ColorMode::always, read({"--color=never", "--color=always"}));
+    EXPECT_EQ("--color: 'red' is not accepted; accepted: auto, always or never",
+              MessageOf<CommandLineError>([&] {
+                  read({"--color=red", "--color=never"});
+              }));
 }
 
 } // namespace

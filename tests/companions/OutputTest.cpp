@@ -1,25 +1,8 @@
 #include "companions/Output.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <csignal>
-#include <cstdlib>
-#include <functional>
-#include <limits>
-#include <string>
-
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include "companions/StopSignals.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
-#include "tests/files/Files.h"
-#include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
 
 namespace {
 
@@ -30,28 +13,31 @@ bool IsAsleep(pid_t process) {
     return nameEnd != facts.npos && facts.substr(nameEnd, 4) == ") S ";
 }
 
-TEST(OutputTest, PreservesOrderOfSmallWrites) {
-    std::string expected;
-    std::string const got = OutputOf([&](Output& output) {
-        for (int i = 0; i < 50'000; ++i) {
-            output.Write(std::to_string(i));
-            expected += std::to_string(i);
-        }
-        EXPECT_EQ(0, output.Error());
-    });
-    EXPECT_EQ(expected, got);
+// Writes the text to the descriptor and returns the error.
+int ErrorOfWriting(std::string const& text, int descriptor) {
+    Output output(descriptor);
+    output.Write(text);
+    output.Flush();
+    return output.Error();
 }
 
-TEST(OutputTest, KeepsTheOrderOfLargeAndSmallWrites) {
+void ExpectOrderKept(std::vector<std::size_t> const& sizes) {
     std::string expected;
     std::string const got = OutputOf([&](Output& output) {
-        for (std::size_t const size : {1, 65'535, 65'536, 3, 200'000, 65'535, 1, 0, 2}) {
-            std::string const piece(size, static_cast<char>('a' + size % 26));
+        for (std::size_t const size : sizes) {
+            std::string piece = std::to_string(expected.size());
+            piece.resize(size, 'x');
             output.Write(piece);
             expected += piece;
         }
+        EXPECT_EQ(0, output.Error());
     });
     EXPECT_TRUE(expected == got);
+}
+
+TEST(OutputTest, KeepsTheOrderOfLargeAndSmallWrites) {
+    ExpectOrderKept({1, 65'535, 65'536, 3, 200'000, 65'535, 1, 0, 2});
+    ExpectOrderKept(std::vector<std::size_t>(50'000, 7));
 }
 
 TEST(OutputTest, WritesNulBytesAndEmptyTexts) {
@@ -83,24 +69,9 @@ TEST(OutputTest, KeepsFirstErrorAndDiscardsLaterWrites) {
     EXPECT_EQ(ENOSPC, output.Error());
 }
 
-TEST(OutputTest, ReportsClosedReadEndOfPipe) {
-    OtherProcess other([] {
-        CatchStopSignals();
-        int ends[2];
-        ASSERT_EQ(0, pipe(ends));
-        close(ends[0]);
-        Output output(ends[1]);
-        output.Write("lost");
-        output.Flush();
-        EXPECT_EQ(EPIPE, output.Error());
-    });
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-}
-
 // The text exceeds the buffer of a pipe or a terminal, and nobody reads it.
-void ExpectInterrupted(Output& output) {
-    output.Write(std::string(1'000'000, 'x'));
-    EXPECT_EQ(EINTR, output.Error());
+void ExpectInterrupted(int descriptor) {
+    EXPECT_EQ(EINTR, ErrorOfWriting(std::string(1'000'000, 'x'), descriptor));
 }
 
 void ExpectToEnd(std::function<void()> const& body) {
@@ -108,17 +79,23 @@ void ExpectToEnd(std::function<void()> const& body) {
         CatchStopSignals();
         body();
     });
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait(std::chrono::seconds(20)));
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait(seconds(20)));
+}
+
+TEST(OutputTest, ReportsClosedReadEndOfPipe) {
+    ExpectToEnd([] {
+        Pipe line;
+        line.CloseReader();
+        EXPECT_EQ(EPIPE, ErrorOfWriting("lost", line.writer()));
+    });
 }
 
 TEST(OutputTest, StopSignalEndsWaitForReader) {
     OtherProcess other([](Handshake& line) {
         CatchStopSignals();
-        int ends[2];
-        ASSERT_EQ(0, pipe(ends));
-        Output output(ends[1]);
+        Pipe const full;
         line.Tell();
-        ExpectInterrupted(output);
+        ExpectInterrupted(full.writer());
         EXPECT_EQ(SIGTERM, StopSignal());
     });
     other.Await();
@@ -128,90 +105,65 @@ TEST(OutputTest, StopSignalEndsWaitForReader) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
-TEST(OutputTest, StopSignalBeforeWriteEndsWaitForReader) {
-    ExpectToEnd([] {
-        int ends[2];
-        ASSERT_EQ(0, pipe(ends));
-        Output output(ends[1]);
-        raise(SIGTERM);
-        ExpectInterrupted(output);
-    });
+void InterruptWriteToPipe() {
+    Pipe const full;
+    raise(SIGTERM);
+    ExpectInterrupted(full.writer());
+}
+
+TEST(OutputTest, StopSignalBeforeWriteEndsWaitForReader) { ExpectToEnd(InterruptWriteToPipe); }
+
+TEST(OutputTest, StopSignalEndsWaitForPipeWithoutProc) {
+    Sandbox::Run({.proc = Sandbox::Proc::none}, [] { ExpectToEnd(InterruptWriteToPipe); });
 }
 
 // poll(2) reports a terminal as writable though it takes less than a whole write.
 TEST(OutputTest, StopSignalBeforeWriteEndsWaitForTerminal) {
     ExpectToEnd([] {
         Terminal const screen;
-        Output output(screen.otherEnd());
         raise(SIGTERM);
-        ExpectInterrupted(output);
-    });
-}
-
-TEST(OutputTest, StopSignalEndsWaitForPipeWithoutProc) {
-    Sandbox::Run({.proc = Sandbox::Proc::none}, [] {
-        ExpectToEnd([] {
-            int ends[2];
-            ASSERT_EQ(0, pipe(ends));
-            Output output(ends[1]);
-            raise(SIGTERM);
-            ExpectInterrupted(output);
-        });
+        ExpectInterrupted(screen.otherEnd());
     });
 }
 
 TEST(OutputTest, WritesWithoutBlockingAfterAStopSignal) {
     ExpectToEnd([] {
-        int ends[2];
-        ASSERT_EQ(0, pipe(ends));
+        Pipe const line;
         raise(SIGTERM);
-        Output output(ends[1]);
-        output.Write("message");
-        output.Flush();
-        EXPECT_EQ(0, output.Error());
+        EXPECT_EQ(0, ErrorOfWriting("message", line.writer()));
         char bytes[16];
-        EXPECT_EQ(7, read(ends[0], bytes, sizeof bytes));
+        EXPECT_EQ(7, read(line.reader(), bytes, sizeof bytes));
     });
 }
 
 TEST(OutputTest, SlowReaderOfPipeReceivesEveryByte) {
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
+    Pipe line;
     std::string expected;
     for (int i = 0; i < 100'000; ++i)
         expected += std::to_string(i);
     OtherProcess other([&] {
-        close(ends[0]);
-        Output output(ends[1]);
-        output.Write(expected);
-        EXPECT_EQ(0, output.Error());
+        line.CloseReader();
+        EXPECT_EQ(0, ErrorOfWriting(expected, line.writer()));
     });
-    close(ends[1]);
+    line.CloseWriter();
     std::string got;
     char bytes[10'000];
-    for (ssize_t length = 0; (length = read(ends[0], bytes, sizeof bytes)) > 0;) {
+    for (ssize_t length = 0; (length = read(line.reader(), bytes, sizeof bytes)) > 0;) {
         got.append(bytes, static_cast<std::size_t>(length));
         usleep(100);
     }
-    close(ends[0]);
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
     EXPECT_TRUE(expected == got);
 }
 
 TEST(OutputTest, DoesNotChangeFileStatusFlags) {
     Terminal const screen;
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
-    for (int const descriptor : {screen.otherEnd(), screen.file(), ends[1]}) {
-        int const before = fcntl(descriptor, F_GETFL);
-        Output output(descriptor);
-        output.Write("text");
-        output.Flush();
-        EXPECT_EQ(0, output.Error());
-        EXPECT_EQ(before, fcntl(descriptor, F_GETFL));
+    Pipe const line;
+    for (int const descriptor : {screen.otherEnd(), screen.file(), line.writer()}) {
+        int const before = OpenFlagsOf(descriptor);
+        EXPECT_EQ(0, ErrorOfWriting("text", descriptor));
+        EXPECT_EQ(before, OpenFlagsOf(descriptor));
     }
-    close(ends[0]);
-    close(ends[1]);
 }
 
 TEST(OutputTest, WritesToTheMasterOfAPseudoTerminal) {
@@ -219,10 +171,7 @@ TEST(OutputTest, WritesToTheMasterOfAPseudoTerminal) {
     ASSERT_EQ(0, unlockpt(master));
     int const slave = open(ptsname(master), O_RDONLY | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
     ASSERT_LE(0, slave);
-    Output output(master);
-    output.Write("text\n");
-    output.Flush();
-    EXPECT_EQ(0, output.Error());
+    EXPECT_EQ(0, ErrorOfWriting("text\n", master));
     char bytes[16];
     EXPECT_EQ(5, read(slave, bytes, sizeof bytes));
     close(slave);
@@ -233,12 +182,7 @@ TEST(OutputTest, WriteToAReadOnlyTerminalFails) {
     Terminal const screen;
     int const input = open(ttyname(screen.otherEnd()), O_RDONLY | O_NOCTTY | O_CLOEXEC);
     ASSERT_LE(0, input);
-    {
-        Output output(input);
-        output.Write("lost");
-        output.Flush();
-        EXPECT_EQ(EBADF, output.Error());
-    }
+    EXPECT_EQ(EBADF, ErrorOfWriting("lost", input));
     EXPECT_EQ("", screen.Read());
     close(input);
 }
@@ -248,10 +192,7 @@ TEST(OutputTest, ReportsExceededFileSizeLimit) {
         Terminal const screen;
         rlimit const limit{100, 100};
         ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
-        Output output(screen.file());
-        output.Write(std::string(1000, 'x'));
-        output.Flush();
-        EXPECT_EQ(EFBIG, output.Error());
+        EXPECT_EQ(EFBIG, ErrorOfWriting(std::string(1000, 'x'), screen.file()));
         EXPECT_EQ(std::string(100, 'x'), screen.ReadFile());
     });
 }
@@ -269,7 +210,7 @@ TEST(OutputTest, WidthIsFromTheEnvironmentOrTheTerminal) {
     EXPECT_EQ(1u, widthWith("", 1));
     EXPECT_EQ(none, widthWith("", 0));
     EXPECT_EQ(7u, widthWith("7", 80));
-    for (char const* const columns : {"0", "7x", "x", "-1"})
+    for (char const* const columns : {"0", "7x", "x", "-1", "99999999999999999999999"})
         EXPECT_EQ(80u, widthWith(columns, 80)) << columns;
     EnvironmentVariable const variable("COLUMNS", "");
     EXPECT_EQ(none, Output(screen.file()).Width());

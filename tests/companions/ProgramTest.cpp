@@ -1,15 +1,7 @@
 #include "companions/Program.h"
 
-#include <gtest/gtest.h>
-
-#include <new>
-#include <stdexcept>
-
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "companions/Arguments.h"
-#include "tests/support/OtherProcess.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 

@@ -1,13 +1,6 @@
 #include "companions/Progress.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
-#include <unistd.h>
-
 #include "tests/companions/Terminal.h"
-#include "tests/support/OtherProcess.h"
 
 namespace {
 

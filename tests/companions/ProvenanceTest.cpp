@@ -1,15 +1,7 @@
 #include "companions/Provenance.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "companions/QueryCommandLine.h"
-#include "tests/support/Sandbox.h"
-#include "tests/support/ScriptedAgent.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
@@ -49,23 +41,20 @@ TEST(ProvenanceTest, MeasuresTimeFromConstructionToEnd) {
     EXPECT_LE(0.05, Seconds(provenance.end) - Seconds(provenance.start));
 }
 
-TEST(ProvenanceTest, DescribesFilesOfTheAgent) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        ProvenanceRecorder const recorder{QueryCommandLine()};
-        EXPECT_FALSE(recorder.Finish({}, false).agentModified);
-        Sandbox::InstallAgent();
-        std::ofstream(std::string(ScriptedAgent::response)) << "answer";
-        struct stat agent {};
-        struct stat response {};
-        ASSERT_EQ(0, stat(Sandbox::agentProgram, &agent));
-        ASSERT_EQ(0, stat(ScriptedAgent::response, &response));
-        Provenance const provenance = recorder.Finish(LookAtResponse(), false);
-        ASSERT_TRUE(provenance.agentModified);
-        EXPECT_EQ(Seconds(agent.st_mtim), Seconds(*provenance.agentModified));
-        EXPECT_EQ(response.st_ino, provenance.response.inode);
-        EXPECT_EQ(Seconds(response.st_mtim), Seconds(provenance.response.modified));
-    });
+SANDBOX_TEST(ProvenanceTest, DescribesFilesOfTheAgent) {
+    ProvenanceRecorder const recorder{QueryCommandLine()};
+    EXPECT_FALSE(recorder.Finish({}, false).agentModified);
+    Sandbox::InstallAgent();
+    WriteWholeFile(ScriptedAgent::response, "answer");
+    struct stat agent {};
+    struct stat response {};
+    ASSERT_EQ(0, stat(Sandbox::agentProgram, &agent));
+    ASSERT_EQ(0, stat(ScriptedAgent::response, &response));
+    Provenance const provenance = recorder.Finish(LookAtResponse(), false);
+    ASSERT_TRUE(provenance.agentModified);
+    EXPECT_EQ(Seconds(agent.st_mtim), Seconds(*provenance.agentModified));
+    EXPECT_EQ(response.st_ino, provenance.response.inode);
+    EXPECT_EQ(Seconds(response.st_mtim), Seconds(provenance.response.modified));
 }
 
 } // namespace

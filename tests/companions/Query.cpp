@@ -1,28 +1,20 @@
 #include "tests/companions/Query.h"
 
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
-std::vector<std::string> QueryCommand(std::vector<std::string> const& arguments) {
-    std::vector<std::string> command{CC_QUERY_PROGRAM};
+Texts QueryCommand(Texts const& arguments) {
+    Texts command{CC_QUERY_PROGRAM};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return command;
 }
 
-ProgramResult RunQuery(std::vector<std::string> const& arguments, ProgramOptions const& options) {
+ProgramResult RunQuery(Texts const& arguments, ProgramOptions const& options) {
     return RunProgram(QueryCommand(arguments), options);
 }
 
-AgentScript QueryScript(std::vector<std::string> const& progressAnswers) {
-    AgentScript script;
-    script.Answer(OpenAnswer());
-    for (std::string const& answer : progressAnswers)
-        script.Answer(answer);
-    return script.Answer(CloseAnswer());
-}
+AgentScript QueryScript(Texts const& progressAnswers) { return WholeEvaluation(progressAnswers); }
 
 std::string Finished(std::string const& rows) { return ProgressAnswer("1", "0", "100", rows); }
+
+AgentScript FinishingScript(std::string const& rows) { return QueryScript({Finished(rows)}); }
 
 std::string TwoRows() {
     return Row({"baseline-001", "Compliant", "pass/fail", "1523", "R&amp;D", ""}) +
@@ -37,7 +29,7 @@ std::string ManyRows() {
     return rows;
 }
 
-nlohmann::json FailureOf(int status, std::string const& word, std::string const& message) {
+Json FailureOf(int status, std::string const& word, std::string const& message) {
     return {{"schemaVersion", 1},
             {"outcome", "failed"},
             {"exitStatus", status},
@@ -45,8 +37,17 @@ nlohmann::json FailureOf(int status, std::string const& word, std::string const&
             {"message", message}};
 }
 
-nlohmann::json DocumentOf(ProgramResult const& result) {
-    nlohmann::json document = nlohmann::json::parse(result.output);
+Json DocumentOf(ProgramResult const& result) {
+    Json document = Json::parse(result.output);
     EXPECT_EQ(1u, document.erase("provenance"));
     return document;
+}
+
+QueryRun Query(Texts const& arguments, AgentScript const& script, ProgramOptions const& options) {
+    ScriptedAgent const agent(script);
+    QueryRun run{RunQuery(arguments, options), {}};
+    agent.AwaitEnd(seconds(1));
+    for (SeenRequest const& request : agent.Requests())
+        run.requests.push_back(request.bytes);
+    return run;
 }

@@ -1,26 +1,11 @@
 // compliance-query compared with compliance-doctor where an evaluation cannot be opened: for each
 // kind of directory entry at each path that the lock needs, the exit status is the one that follows
 // from the findings. No agent runs, so nothing is published.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <vector>
-
-#include <nlohmann/json.hpp>
-
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/EntryKinds.h"
-#include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
-#include "tests/support/ScriptedAgent.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
 
 constexpr int lockRefused = -6;
 
@@ -38,7 +23,7 @@ public:
     }
 
 private:
-    ProgramResult Run(std::vector<std::string> const& command) const {
+    ProgramResult Run(Texts const& command) const {
         return RunProgram(command, {.prepare = [this] {
                               if (asUser)
                                   Sandbox::DropPrivileges();
@@ -84,55 +69,47 @@ int ExpectSameReason(ComparedPrograms const& programs) {
     return 3;
 }
 
-void CompareAll(std::string const& path, std::vector<Kind> const& kinds, bool hasAgent) {
-    for (bool const asUser : {false, true}) {
-        Sandbox::Run([&] {
+// Compares for each kind of entry at the path, with and without an installed agent, as root and as
+// a user.
+void CompareAll(std::string const& path, std::vector<Kind> const& kinds) {
+    for (auto const& [hasAgent, asUser] :
+         {std::pair{false, false}, {false, true}, {true, false}, {true, true}})
+        Sandbox::Run([&, agent = hasAgent, user = asUser] {
             MountForDevices();
-            if (hasAgent)
+            if (agent)
                 Sandbox::InstallAgent();
-            ComparedPrograms const programs(asUser);
+            ComparedPrograms const programs(user);
             std::set<int> statuses;
             for (Kind const& kind : kinds) {
-                SCOPED_TRACE(kind.name + " at " + path + (asUser ? ", user" : ", root"));
-                LayOut();
-                fs::remove_all(path);
-                kind.make(path);
+                SCOPED_TRACE(kind.name + " at " + path + (user ? ", user" : ", root"));
+                Place(kind, path);
                 statuses.insert(ExpectSameReason(programs));
             }
-            EXPECT_EQ(hasAgent ? (std::set<int>{3, 7}) : (std::set<int>{3}), statuses);
+            EXPECT_EQ(agent ? (std::set<int>{3, 7}) : (std::set<int>{3}), statuses);
         });
-    }
-}
-
-void CompareOnBothMachines(std::string const& path, std::vector<Kind> const& kinds) {
-    for (bool const hasAgent : {false, true})
-        CompareAll(path, kinds, hasAgent);
 }
 
 TEST(QueryAgreementTest, AgreesOnEachEntryKindAtLockFilePath) {
-    CompareOnBothMachines(ScriptedAgent::lockFile, KindsOfEntries());
+    CompareAll(ScriptedAgent::lockFile, KindsOfEntries());
 }
 
 TEST(QueryAgreementTest, AgreesOnEachEntryKindAtRequestDirectoryPath) {
-    CompareOnBothMachines(
+    CompareAll(
         ScriptedAgent::requestDirectory,
         KindsOfDirectories({"0000", "0100", "0200", "0400", "0500", "0600", "0300", "0700"}));
 }
 
 TEST(QueryAgreementTest, AgreesOnEachEntryKindAtParentDirectoryPath) {
-    CompareOnBothMachines(agentDirectory, KindsOfDirectories({"0000", "0200", "0400"}));
+    CompareAll(agentDirectory, KindsOfDirectories({"0000", "0200", "0400"}));
 }
 
-TEST(QueryAgreementTest, ExitsWith4ForEachUserIfLockIsHeld) {
-    for (bool const asUser : {false, true}) {
-        Sandbox::Run([&] {
-            Sandbox::InstallAgent();
-            LayOut();
-            ForeignLock const lock;
-            fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
-            EXPECT_EQ(4, ExpectSameReason(ComparedPrograms(asUser)));
-        });
-    }
+SANDBOX_TEST(QueryAgreementTest, ExitsWith4ForEachUserIfLockIsHeld) {
+    Sandbox::InstallAgent();
+    LayOut();
+    ForeignLock const lock;
+    fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+    for (bool const asUser : {false, true})
+        EXPECT_EQ(4, ExpectSameReason(ComparedPrograms(asUser)));
 }
 
 } // namespace

@@ -1,128 +1,84 @@
 // --config and --check-config with a file in /etc/clientcompliance.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <string>
-
-#include <nlohmann/json.hpp>
-
 #include "tests/companions/Query.h"
-#include "tests/files/Files.h"
 #include "tests/support/SmallFileSystem.h"
 
 namespace {
 
-using Json = nlohmann::json;
-
-// Hides /etc during its lifetime.
+// Hides /etc during its lifetime. Has the configurations "night" and "bad".
 class ConfigurationDirectory {
 public:
-    void Write(std::string const& name, std::string const& content) const {
-        std::ofstream(etc / ("clientcompliance/" + name)) << content;
+    ConfigurationDirectory() {
+        fs::create_directory("/etc/clientcompliance");
+        WriteWholeFile("/etc/clientcompliance/night.conf",
+                       "URL=http://host/\nDOCUMENT=Doc\nFLAGS=gather,idle\n"
+                       "GOOD_RESULTS=Pass\nKEEP_RESULTS=3\n");
+        WriteWholeFile("/etc/clientcompliance/bad.conf", "URI=x\nFLAGS=fast\n");
     }
 
 private:
     SmallFileSystem const etc{"/etc"};
-    bool const created = std::filesystem::create_directory("/etc/clientcompliance");
 };
 
-constexpr char goodConfig[] = "URL=http://host/\nDOCUMENT=Doc\nFLAGS=gather,idle\n"
-                              "GOOD_RESULTS=Pass\nKEEP_RESULTS=3\n";
+Json ProvenanceOf(QueryRun const& run) { return Json::parse(run.output).at("provenance"); }
 
-TEST(QueryConfigFileTest, EvaluatesRequestOfTheFile) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("night.conf", goodConfig);
-        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
-        ProgramResult const result = RunQuery({"--config", "night", "--json"});
-        EXPECT_EQ(ExitStatus::Exited(10), result.status) << result.errors;
-        Json const provenance = Json::parse(result.output).at("provenance");
-        EXPECT_EQ("http://host/", provenance.at("url"));
-        EXPECT_EQ("Doc", provenance.at("document"));
-        EXPECT_EQ(5, provenance.at("flags"));
-    });
+SANDBOX_TEST(QueryConfigFileTest, EvaluatesRequestOfTheFile) {
+    ConfigurationDirectory const directory;
+    QueryRun const run = Query({"--config", "night", "--json", "--prometheus", "/opt/night.prom"},
+                               FinishingScript());
+    EXPECT_EQ(ExitStatus::Exited(10), run.status) << run.errors;
+    EXPECT_EQ("http://host/", ProvenanceOf(run).at("url"));
+    EXPECT_EQ("Doc", ProvenanceOf(run).at("document"));
+    EXPECT_EQ(5, ProvenanceOf(run).at("flags"));
+    EXPECT_THAT(
+        ReadWholeFile("/opt/night.prom"),
+        HasSubstr("\nclientcompliance_failing_rows{document=\"Doc\",config=\"night\"} 1\n"));
 }
 
-TEST(QueryConfigFileTest, MetricsHaveNameOfConfiguration) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("night.conf", goodConfig);
-        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
-        RunQuery({"--config", "night", "--prometheus", "/opt/night.prom"});
-        std::string const text = ReadWholeFile("/opt/night.prom");
-        EXPECT_NE(
-            std::string::npos,
-            text.find("\nclientcompliance_failing_rows{document=\"Doc\",config=\"night\"} 1\n"))
-            << text;
-    });
+SANDBOX_TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
+    ConfigurationDirectory const directory;
+    for (auto const& [arguments, source] :
+         {std::pair{Texts{"--config=night"}, std::string("GOOD_RESULTS")},
+          {{"--config=night", "--strict=Pass"}, "--strict"}})
+        ExpectExit(10,
+                   "compliance-query: " + source + " lists results that no row has: 'Pass'\n" +
+                       "compliance-query: 1 of 1 rows have a result that " + source +
+                       " does not list: 'd' ('r')\n",
+                   Query(arguments, FinishingScript()));
 }
 
-TEST(QueryConfigFileTest, MessagesNameTheSourceOfTheGoodResults) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("night.conf", goodConfig);
-        auto const expected = [](std::string const& source) {
-            return "compliance-query: " + source + " lists results that no row has: 'Pass'\n" +
-                   "compliance-query: 1 of 1 rows have a result that " + source +
-                   " does not list: 'd' ('r')\n";
-        };
-        auto const errors = [](std::vector<std::string> const& arguments) {
-            ScriptedAgent const agent(FinishingScript(Row(shortRow)));
-            return RunQuery(arguments).errors;
-        };
-        EXPECT_EQ(expected("GOOD_RESULTS"), errors({"--config=night"}));
-        EXPECT_EQ(expected("--strict"), errors({"--config=night", "--strict=Pass"}));
-    });
+SANDBOX_TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
+    ConfigurationDirectory const directory;
+    WriteWholeFile("/opt/night.prom", "old");
+    for (std::string const name : {"bad", "missing"}) {
+        EXPECT_EQ(ExitStatus::Exited(2),
+                  RunQuery({"--config", name, "--prometheus", "/opt/night.prom"}).status);
+        EXPECT_EQ("old", ReadWholeFile("/opt/night.prom"));
+    }
 }
 
-TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("bad.conf", "FLAGS=fast\n");
-        for (std::string const name : {"bad", "missing"}) {
-            std::ofstream("/opt/night.prom") << "old";
-            EXPECT_EQ(ExitStatus::Exited(2),
-                      RunQuery({"--config", name, "--prometheus", "/opt/night.prom"}).status);
-            EXPECT_EQ("old", ReadWholeFile("/opt/night.prom"));
-        }
-    });
+SANDBOX_TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
+    ConfigurationDirectory const directory;
+    QueryRun const run =
+        Query({"--config=night", "--json", "--flags=all", "--strict=r"}, FinishingScript());
+    ExpectExit(0, "", run);
+    EXPECT_EQ(2, ProvenanceOf(run).at("flags"));
 }
 
-TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("night.conf", goodConfig);
-        ScriptedAgent const agent(FinishingScript(Row(shortRow)));
-        ProgramResult const result =
-            RunQuery({"--config=night", "--json", "--flags=all", "--strict=r"});
-        EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
-        EXPECT_EQ(2, Json::parse(result.output).at("/provenance/flags"_json_pointer));
-    });
-}
-
-TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
-    Sandbox::RunWithDirectories([] {
-        ConfigurationDirectory const directory;
-        directory.Write("bad.conf", "URI=x\nFLAGS=fast\n");
-        directory.Write("good.conf", goodConfig);
-        std::string const first =
-            "compliance-query: /etc/clientcompliance/bad.conf:1: 'URI' is not "
-            "a key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
-            "KEEP_RESULTS\n";
-        std::string const second = "compliance-query: /etc/clientcompliance/bad.conf:2: FLAGS: "
-                                   "'fast' is not accepted; accepted: a comma-separated list of "
-                                   "gather, all, idle or hint, or a number from 0 to 15\n";
-        ScriptedAgent const agent(AgentScript().AwaitRequest());
-        ProgramResult const checked = RunQuery({"--check-config", "bad"});
-        EXPECT_EQ(ExitStatus::Exited(2), checked.status);
-        EXPECT_EQ(first + second, checked.errors);
-        ProgramResult const used = RunQuery({"--config", "bad"});
-        EXPECT_EQ(ExitStatus::Exited(2), used.status);
-        EXPECT_EQ(first, used.errors);
-        EXPECT_EQ(ExitStatus::Exited(0), RunQuery({"--check-config", "good"}).status);
-        EXPECT_EQ(0u, agent.Requests().size());
-    });
+SANDBOX_TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
+    ConfigurationDirectory const directory;
+    std::string const file = "compliance-query: /etc/clientcompliance/bad.conf:";
+    std::string const first =
+        file + "1: 'URI' is not a key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
+               "KEEP_RESULTS\n";
+    ScriptedAgent const agent(AgentScript().AwaitRequest());
+    ExpectExit(2,
+               first + file +
+                   "2: FLAGS: 'fast' is not accepted; accepted: a comma-separated list of "
+                   "gather, all, idle or hint, or a number from 0 to 15\n",
+               RunQuery({"--check-config", "bad"}));
+    ExpectExit(2, first, RunQuery({"--config", "bad"}));
+    ExpectExit(0, "", RunQuery({"--check-config", "night"}));
+    EXPECT_THAT(agent.Requests(), IsEmpty());
 }
 
 } // namespace

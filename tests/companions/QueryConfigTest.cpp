@@ -1,18 +1,9 @@
 #include "companions/QueryConfig.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include <sys/stat.h>
-
 #include "companions/QueryValues.h"
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 class QueryConfigTest : public testing::Test {
 protected:
@@ -136,7 +127,7 @@ TEST_F(QueryConfigTest, RefusesUnreadableAndTooLargeFiles) {
               ReadQueryConfig(directory.path()).mistakes);
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
     EXPECT_EQ(Texts{path + ": not a regular file"}, ReadQueryConfig(path).mistakes);
-    std::filesystem::remove(path);
+    fs::remove(path);
     EXPECT_EQ(Texts(), Mistakes("#" + std::string(65'535, 'x')));
     EXPECT_EQ(Texts{" too large; accepted: at most 65536 bytes"},
               Mistakes("#" + std::string(65'536, 'x')));

@@ -1,11 +1,6 @@
 #include "companions/QueryExit.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-#include <sstream>
-
-#include "tests/support/Sandbox.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -30,15 +25,13 @@ TEST(QueryExitTest, UnknownCodeIsFailedExchange) {
         EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(code)) << code;
 }
 
-TEST(QueryExitTest, RefusedLockIsExamined) {
-    Sandbox::Run([] {
-        EXPECT_EQ(QueryExit::noAgent, StatusOf(-6));
-        Sandbox::CreateAgentDirectories();
-        Sandbox::InstallAgent();
-        ForeignLock const lock;
-        EXPECT_EQ(QueryExit::busy, StatusOf(-6));
-        EXPECT_TRUE(DescribeCode(-6).message.ends_with(" (code -6)"));
-    });
+SANDBOX_TEST(QueryExitTest, RefusedLockIsExamined) {
+    EXPECT_EQ(QueryExit::noAgent, StatusOf(-6));
+    Sandbox::CreateAgentDirectories();
+    Sandbox::InstallAgent();
+    ForeignLock const lock;
+    EXPECT_EQ(QueryExit::busy, StatusOf(-6));
+    EXPECT_TRUE(DescribeCode(-6).message.ends_with(" (code -6)"));
 }
 
 TEST(QueryExitTest, EachCodeHasItsOwnMessage) {

@@ -1,26 +1,13 @@
 // Stale answers and provenance.
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include <unistd.h>
-
-#include <nlohmann/json.hpp>
-
 #include "tests/companions/Query.h"
-#include "tests/files/Files.h"
 
 namespace {
 
-using Json = nlohmann::json;
-using std::chrono::seconds;
-using Texts = std::vector<std::string>;
-
 std::string const oldRow = Row({"old", "Compliant", "", "1", "", ""});
 std::string const newRow = Row({"new", "Compliant", "", "1", "", ""});
+constexpr char stale[] =
+    "the agent took the request, but its answer existed before: it belongs to an earlier "
+    "request";
 
 // Takes each request of an evaluation and answers none.
 AgentScript SilentAgent() {
@@ -30,77 +17,48 @@ AgentScript SilentAgent() {
     return script;
 }
 
-void LeaveAnswer(std::string const& bytes) {
-    std::ofstream(std::string(ScriptedAgent::response)) << bytes;
+// Runs the program against an agent on a machine where an old answer is left.
+QueryRun QueryWithOldAnswer(AgentScript const& script, std::string const& oldAnswer,
+                            Texts arguments) {
+    WriteWholeFile(ScriptedAgent::response, oldAnswer);
+    arguments.emplace_back("-d");
+    return Query(arguments, script);
 }
 
-// Runs the program against an agent on a machine where an old answer may be left.
-template <typename Look>
-void QueryWithOldAnswer(AgentScript const& script, std::string const& oldAnswer,
-                        Texts const& arguments, Look const& look) {
-    Sandbox::Run([&] {
-        Sandbox::CreateAgentDirectories();
-        if (!oldAnswer.empty())
-            LeaveAnswer(oldAnswer);
-        ScriptedAgent const agent(script);
-        look(RunQuery(arguments));
-    });
+bool IsFresh(ProgramResult const& result) {
+    return Json::parse(result.output).at("/provenance/response/fresh"_json_pointer);
 }
-
-constexpr char stale[] =
-    "the agent took the request, but its answer existed before: it belongs to an earlier "
-    "request";
 
 void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
-    QueryWithOldAnswer(script, oldAnswer, {"-d", "--json"}, [](ProgramResult const& result) {
-        EXPECT_EQ(ExitStatus::Exited(9), result.status) << result.errors;
-        std::string const message = std::string(stale) + "; --allow-stale accepts it";
-        EXPECT_NE(std::string::npos, result.errors.find("compliance-query: " + message + "\n"));
-        Json const document = Json::parse(result.output);
-        EXPECT_EQ("failed", document.at("outcome"));
-        EXPECT_EQ("stale", document.at("failure"));
-        EXPECT_EQ(9, document.at("exitStatus"));
-        EXPECT_EQ(message, document.at("message").get<std::string>());
-        EXPECT_EQ(false, document.at("/provenance/response/fresh"_json_pointer));
-    });
+    QueryRun const run = QueryWithOldAnswer(script, oldAnswer, {"--json"});
+    std::string const message = std::string(stale) + "; --allow-stale accepts it";
+    EXPECT_EQ(ExitStatus::Exited(9), run.status) << run.errors;
+    EXPECT_THAT(run.errors, HasSubstr("compliance-query: " + message + "\n"));
+    EXPECT_FALSE(IsFresh(run));
+    EXPECT_EQ(FailureOf(9, "stale", message), DocumentOf(run));
 }
 
-constexpr char metricsOfStale[] = "/opt/stale.prom";
-
-void ExpectMetricsOfStaleAnswer(Texts const& arguments) {
-    Texts all{"-d", "--quiet", "--prometheus", metricsOfStale};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    Sandbox::RunWithDirectories([&] {
-        LeaveAnswer(Finished(oldRow));
-        ScriptedAgent const agent(SilentAgent());
-        RunQuery(all);
-        std::string const text = ReadWholeFile(metricsOfStale);
-        EXPECT_NE(std::string::npos, text.find("_stale{document=\"\",config=\"\"} 1\n")) << text;
-        EXPECT_EQ(std::string::npos, text.find("\nclientcompliance_last_success")) << text;
-        bool const hasRows = text.find("result=\"Compliant\"} 1\n") != std::string::npos;
-        EXPECT_EQ(!arguments.empty(), hasRows) << text;
-        std::string const status = arguments.empty() ? "9" : "0";
-        EXPECT_NE(std::string::npos,
-                  text.find("_exit_status{document=\"\",config=\"\"} " + status + "\n"))
-            << text;
-    });
+SANDBOX_TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNotASuccess) {
+    constexpr char metrics[] = "/opt/stale.prom";
+    for (auto const& [option, status] : {std::pair{"--quiet", "9"}, {"--allow-stale", "0"}}) {
+        QueryWithOldAnswer(SilentAgent(), Finished(oldRow),
+                           {"-q", option, "--prometheus", metrics});
+        std::string const text = ReadWholeFile(metrics);
+        EXPECT_THAT(text, HasSubstr("_stale{document=\"\",config=\"\"} 1\n"));
+        EXPECT_THAT(text, Not(HasSubstr("\nclientcompliance_last_success")));
+        EXPECT_THAT(text, HasSubstr("_exit_status{document=\"\",config=\"\"} " +
+                                    std::string(status) + "\n"));
+        EXPECT_EQ(*status == '0', text.find("result=\"Compliant\"} 1\n") != std::string::npos);
+    }
 }
 
-TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNotASuccess) {
-    ExpectMetricsOfStaleAnswer({});
-    ExpectMetricsOfStaleAnswer({"--allow-stale"});
-}
-
-TEST(QueryFreshnessTest, OldRowsAreStaleIfAgentDoesNotAnswer) {
+SANDBOX_TEST(QueryFreshnessTest, OldAnswerIsStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), Finished(oldRow));
-}
-
-TEST(QueryFreshnessTest, OldErrorIsStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), ProgressAnswer("2", "5"));
 }
 
 // The answer to Open is new. The answer to Progress arrives after the request was removed.
-TEST(QueryFreshnessTest, LateAnswerIsStale) {
+SANDBOX_TEST(QueryFreshnessTest, LateAnswerIsStale) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest();
     script.AwaitRequest().RemoveRequest().PauseUntil(seconds(4)).Respond(Finished(newRow));
@@ -108,112 +66,86 @@ TEST(QueryFreshnessTest, LateAnswerIsStale) {
     ExpectStale(script, Finished(oldRow));
 }
 
-TEST(QueryFreshnessTest, AllowStaleAcceptsOldRows) {
-    QueryWithOldAnswer(
-        SilentAgent(), Finished(oldRow), {"-d", "--json", "--allow-stale"},
-        [](ProgramResult const& result) {
-            EXPECT_EQ(ExitStatus::Exited(0), result.status);
-            EXPECT_NE(std::string::npos,
-                      result.errors.find(std::string("compliance-query: ") + stale + "\n"));
-            Json const document = Json::parse(result.output);
-            EXPECT_EQ("old", document.at("rows").at(0).at("designator"));
-            EXPECT_EQ(false, document.at("/provenance/response/fresh"_json_pointer));
-        });
+SANDBOX_TEST(QueryFreshnessTest, AllowStaleAcceptsOldRows) {
+    QueryRun const run =
+        QueryWithOldAnswer(SilentAgent(), Finished(oldRow), {"--json", "--allow-stale"});
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_THAT(run.errors, HasSubstr(std::string("compliance-query: ") + stale + "\n"));
+    EXPECT_EQ("old", DocumentOf(run).at("rows").at(0).at("designator"));
+    EXPECT_FALSE(IsFresh(run));
 }
 
-TEST(QueryFreshnessTest, AllowStaleNotesOldError) {
-    QueryWithOldAnswer(SilentAgent(), ProgressAnswer("2", "5"), {"-d", "--json", "--allow-stale"},
-                       [](ProgramResult const& result) {
-                           EXPECT_EQ(ExitStatus::Exited(1), result.status);
-                           EXPECT_NE(std::string::npos,
-                                     result.errors.find(std::string(stale) + "\n"));
-                       });
+SANDBOX_TEST(QueryFreshnessTest, AllowStaleNotesOldError) {
+    QueryRun const run =
+        QueryWithOldAnswer(SilentAgent(), ProgressAnswer("2", "5"), {"--json", "--allow-stale"});
+    EXPECT_EQ(ExitStatus::Exited(1), run.status);
+    EXPECT_THAT(run.errors, HasSubstr(std::string(stale) + "\n"));
 }
 
 // A new file with the same bytes is a new answer.
-TEST(QueryFreshnessTest, RepeatedAnswerIsFresh) {
-    QueryWithOldAnswer(
-        FinishingScript(oldRow), Finished(oldRow), {"-d", "--json"},
-        [](ProgramResult const& result) {
-            EXPECT_EQ(ExitStatus::Exited(0), result.status);
-            EXPECT_EQ("", result.errors);
-            EXPECT_EQ(true,
-                      Json::parse(result.output).at("/provenance/response/fresh"_json_pointer));
-        });
+SANDBOX_TEST(QueryFreshnessTest, RepeatedAnswerIsFresh) {
+    QueryRun const run = QueryWithOldAnswer(FinishingScript(oldRow), Finished(oldRow), {"--json"});
+    ExpectExit(0, "", run);
+    EXPECT_TRUE(IsFresh(run));
 }
 
 // An agent may answer Progress alone.
-TEST(QueryFreshnessTest, UnchangedAnswersToOpenAndCloseAreNotes) {
+SANDBOX_TEST(QueryFreshnessTest, UnchangedAnswersToOpenAndCloseAreNotes) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest().Answer(Finished(newRow));
     script.AwaitRequest().RemoveRequest();
-    for (bool const quiet : {false, true})
-        QueryWithOldAnswer(
-            script, CloseAnswer(), {"-d", "--tsv", quiet ? "--quiet" : "--progress=none"},
-            [&](ProgramResult const& result) {
-                EXPECT_EQ(ExitStatus::Exited(0), result.status);
-                EXPECT_EQ(quiet ? ""
-                                : "compliance-query: the answer to the opening request existed "
-                                  "before; the agent may not have replaced it\n"
-                                  "compliance-query: the answer to the closing request existed "
-                                  "before; the agent may not have replaced it\n",
-                          result.errors);
-            });
+    ExpectExit(0, "", QueryWithOldAnswer(script, CloseAnswer(), {"--tsv", "--quiet"}));
+    ExpectExit(0,
+               "compliance-query: the answer to the opening request existed before; the agent may "
+               "not have replaced it\n"
+               "compliance-query: the answer to the closing request existed before; the agent may "
+               "not have replaced it\n",
+               QueryWithOldAnswer(script, CloseAnswer(), {"--tsv", "--progress=none"}));
 }
 
 // An unchanged answer "in progress" indicates a slow agent.
-TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
+SANDBOX_TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
     AgentScript script;
     script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
     script.AwaitRequest().RemoveRequest();
     script.Answer(Finished(newRow)).Answer(CloseAnswer());
-    QueryWithOldAnswer(script, "", {"-d", "--tsv"}, [](ProgramResult const& result) {
-        EXPECT_EQ(ExitStatus::Exited(0), result.status);
-        EXPECT_NE(std::string::npos, result.output.find("\nnew\t"));
-    });
+    QueryRun const run = Query({"-d", "--tsv"}, script);
+    EXPECT_EQ(ExitStatus::Exited(0), run.status);
+    EXPECT_THAT(run.output, HasSubstr("\nnew\t"));
 }
 
-TEST(QueryFreshnessTest, ProvenanceDescribesRequestHostAndTime) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        ScriptedAgent const agent(
-            FinishingScript(newRow + newRow + Row({"x", "Not", "", "", "", ""})));
-        ProgramResult const result = RunQuery({"--json", "--flags=5", "http://host/", "Doc"},
-                                              {.environment = Texts{"TZ=UTC"}});
-        Json const provenance = Json::parse(result.output).at("provenance");
-        EXPECT_EQ(2, provenance.at("schemaVersion"));
-        EXPECT_EQ(CC_VERSION, provenance.at("programVersion"));
-        EXPECT_EQ("http://host/", provenance.at("url"));
-        EXPECT_EQ("Doc", provenance.at("document"));
-        EXPECT_EQ(5, provenance.at("flags"));
-        EXPECT_EQ(geteuid(), provenance.at("userId").get<unsigned int>());
-        char host[256] = {};
-        ASSERT_EQ(0, gethostname(host, sizeof host));
-        EXPECT_EQ(host, provenance.at("host"));
-        EXPECT_EQ((Json{{"Compliant", 2}, {"Not", 1}}), provenance.at("results"));
-        EXPECT_EQ("/opt/VeskaClient/bin/VeskaClient", provenance.at("/agent/path"_json_pointer));
-        EXPECT_EQ(agent.Written().at(1).inode,
-                  provenance.at("/response/inode"_json_pointer).get<unsigned long long>());
-        std::string const start = provenance.at("start");
-        std::string const end = provenance.at("end");
-        EXPECT_LT(start, end);
-        EXPECT_TRUE(start.ends_with("+00:00")) << start;
-        double const duration = provenance.at("durationSeconds");
-        EXPECT_LT(0, duration);
-        EXPECT_GT(30, duration);
-    });
+SANDBOX_TEST(QueryFreshnessTest, ProvenanceDescribesRequestHostAndTime) {
+    ScriptedAgent const agent(FinishingScript(newRow + newRow + Row({"x", "Not", "", "", "", ""})));
+    Json const provenance = Json::parse(RunQuery({"--json", "--flags=5", "http://host/", "Doc"},
+                                                 {.environment = Texts{"TZ=UTC"}})
+                                            .output)
+                                .at("provenance");
+    EXPECT_EQ(2, provenance.at("schemaVersion"));
+    EXPECT_EQ(CC_VERSION, provenance.at("programVersion"));
+    EXPECT_EQ("http://host/", provenance.at("url"));
+    EXPECT_EQ("Doc", provenance.at("document"));
+    EXPECT_EQ(5, provenance.at("flags"));
+    EXPECT_EQ(geteuid(), provenance.at("userId"));
+    char host[256] = {};
+    ASSERT_EQ(0, gethostname(host, sizeof host));
+    EXPECT_EQ(host, provenance.at("host"));
+    EXPECT_EQ((Json{{"Compliant", 2}, {"Not", 1}}), provenance.at("results"));
+    EXPECT_EQ("/opt/VeskaClient/bin/VeskaClient", provenance.at("/agent/path"_json_pointer));
+    EXPECT_EQ(agent.Written().at(1).inode, provenance.at("/response/inode"_json_pointer));
+    std::string const start = provenance.at("start");
+    EXPECT_LT(start, provenance.at("end"));
+    EXPECT_THAT(start, EndsWith("+00:00"));
+    EXPECT_LT(0, provenance.at("durationSeconds"));
+    EXPECT_GT(30, provenance.at("durationSeconds"));
 }
 
-TEST(QueryFreshnessTest, FailureHasProvenance) {
-    Sandbox::RunWithDirectories([] {
-        LeaveAnswer(Finished(oldRow));
-        ProgramResult const result = RunQuery({"--ndjson", "-d"});
-        Json const document = Json::parse(result.output);
-        EXPECT_EQ("no-agent", document.at("failure"));
-        EXPECT_TRUE(document.at("/provenance/url"_json_pointer).is_null());
-        EXPECT_TRUE(document.at("/provenance/agent/modified"_json_pointer).is_null());
-        EXPECT_TRUE(document.at("/provenance/response"_json_pointer).is_null());
-    });
+SANDBOX_TEST(QueryFreshnessTest, FailureHasProvenance) {
+    WriteWholeFile(ScriptedAgent::response, Finished(oldRow));
+    Json const document = Json::parse(RunQuery({"--ndjson", "-d"}).output);
+    EXPECT_EQ("no-agent", document.at("failure"));
+    for (char const* const member :
+         {"/provenance/url", "/provenance/agent/modified", "/provenance/response"})
+        EXPECT_TRUE(document.at(Json::json_pointer(member)).is_null()) << member;
 }
 
 } // namespace

@@ -1,40 +1,23 @@
 #include "companions/QueryValues.h"
 
-#include <gtest/gtest.h>
-
-#include "companions/Rows.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
 TEST(QueryValuesTest, ParsesFlagsByNameAndNumber) {
-    EXPECT_EQ(1u, ParseFlags("gather"));
-    EXPECT_EQ(2u, ParseFlags("all"));
-    EXPECT_EQ(4u, ParseFlags("idle"));
-    EXPECT_EQ(8u, ParseFlags("hint"));
-    EXPECT_EQ(15u, ParseFlags("15"));
-    EXPECT_EQ(0u, ParseFlags("0"));
-    EXPECT_EQ(13u, ParseFlags(" gather, 8 ,idle"));
-    for (char const* const list : {"", "16", "-1", "gather,", "gather,gather", "Gather", "0x1"})
-        EXPECT_THROW(ParseFlags(list), ValueError) << list;
-}
-
-TEST(QueryValuesTest, ParsesProgressStyles) {
-    EXPECT_EQ(ProgressStyle::automatic, ParseProgress("auto"));
-    EXPECT_EQ(ProgressStyle::bar, ParseProgress("bar"));
-    EXPECT_EQ(ProgressStyle::lines, ParseProgress("lines"));
-    EXPECT_EQ(ProgressStyle::none, ParseProgress("none"));
-    EXPECT_THROW(ParseProgress("Bar"), ValueError);
-}
-
-TEST(QueryValuesTest, ParsesNamesOfRowFields) {
-    std::string all;
-    for (std::size_t field = 0; field < rowFieldNames.size(); ++field) {
-        EXPECT_EQ(field, ParseField(rowFieldNames[field]));
-        all += (all.empty() ? "" : ", ") + std::string(rowFieldNames[field]);
-    }
-    EXPECT_EQ((std::vector<std::size_t>{0, 1, 2, 3, 4, 5}), ParseFields(all));
-    EXPECT_THROW(ParseField("Designator"), ValueError);
-    EXPECT_THROW(ParseFields("comment,comment"), ValueError);
+    for (auto const& [list, flags] : {std::pair{"gather", 1u},
+                                      {"all", 2u},
+                                      {"idle", 4u},
+                                      {"hint", 8u},
+                                      {" gather ,\tall", 3u},
+                                      {"hint,idle,all,gather", 15u},
+                                      {"0", 0u},
+                                      {"15", 15u},
+                                      {"2,idle", 6u}})
+        EXPECT_EQ(flags, ParseFlags(list)) << list;
+    for (std::string const name : {"Gather", "16", "-1", "1 2", "0x1", "+1", "gatherall"})
+        EXPECT_EQ("'" + name + "' is not accepted",
+                  MessageOf<ValueError>([&] { ParseFlags("all," + name); }));
 }
 
 } // namespace

@@ -1,14 +1,8 @@
 #include "companions/ReportFormats.h"
 
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
 #include "tests/companions/StoredResults.h"
 
 namespace {
-
-using ReportJson = nlohmann::json;
 
 ReportEntry EntryOf(char const* host, std::size_t rows, std::size_t failing) {
     ReportEntry entry{.host = host, .hasResult = true, .file = std::string(host) + ".json"};
@@ -138,12 +132,12 @@ TEST(ReportFormatsTest, CsvHasLineForHostWithoutRows) {
 TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
     ReportEntry entry = EntryOf("web\xFF", 3, 1);
     entry.conditions = {Condition::tooOld, Condition::notExpected};
-    ReportJson const document =
-        ReportJson::parse(Format(ReportFormat::json, {FailingRow(""), FailingRow("")}, entry));
-    ReportJson const& first = document.at("entries").at(0);
+    Json const document =
+        Json::parse(Format(ReportFormat::json, {FailingRow(""), FailingRow("")}, entry));
+    Json const& first = document.at("entries").at(0);
     EXPECT_EQ("web\\xff", first.at("host"));
     EXPECT_EQ("d2Vi/w==", first.at("hostBase64"));
-    EXPECT_EQ((ReportJson{"too-old", "not-expected"}), first.at("conditions"));
+    EXPECT_EQ((Json{"too-old", "not-expected"}), first.at("conditions"));
     EXPECT_EQ(2, first.at("result").at("failingRows"));
     EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
 }

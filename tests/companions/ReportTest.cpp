@@ -1,18 +1,8 @@
 #include "companions/Report.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <ctime>
-#include <filesystem>
-#include <random>
-
 #include "tests/companions/StoredResults.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
-
-using StateTexts = std::vector<std::string>;
 
 // "HOST: CONDITIONS"
 std::string StateText(ReportEntry const& entry) {
@@ -23,8 +13,8 @@ std::string StateText(ReportEntry const& entry) {
 }
 
 // Reads the rows of an entry again and returns their designators.
-std::vector<std::string> Designators(ReportEntry const& entry) {
-    std::vector<std::string> designators;
+Texts Designators(ReportEntry const& entry) {
+    Texts designators;
     ReadRows(entry, [&](StoredRow const& row) { designators.push_back(row[designatorField]); });
     return designators;
 }
@@ -39,6 +29,19 @@ protected:
     std::string Store(std::string const& name, Provenance const& provenance,
                       RowList const& rows = {ResultRow("d", "Pass")}) {
         return Keep(name, ResultText(rows, provenance));
+    }
+
+    // Stores a result of web1 that started this long after the usual time.
+    void StoreAt(std::string const& name, time_t after) {
+        Store(name, ProvenanceOf("web1", resultTime + after));
+    }
+
+    // Stores a row with each of these results, as the result of web1.
+    void StoreResults(Texts const& results) {
+        RowList rows;
+        for (std::string const& result : results)
+            rows.push_back(ResultRow("d", result));
+        Store("a", ProvenanceOf("web1"), rows);
     }
 
     std::string StoreFailure(std::string const& name, Provenance const& provenance,
@@ -59,21 +62,22 @@ protected:
         return builder.Finish();
     }
 
-    std::vector<std::string> States() const {
-        std::vector<std::string> states;
+    ReportEntry FirstEntry() const { return Make().entries.at(0); }
+
+    void ExpectStates(Texts const& expected) const {
+        Texts states;
         for (Report const report = Make(); ReportEntry const& entry : report.entries)
             states.push_back(StateText(entry));
-        return states;
+        EXPECT_EQ(expected, states);
     }
 
     TemporaryDirectory const directory;
     ReportOptions options;
-    std::vector<std::string> files;
+    Texts files;
 };
 
 TEST_F(ReportTest, CountsRowsByResult) {
-    Store("a", ProvenanceOf("web1"),
-          {ResultRow("1", "Pass"), ResultRow("2", "Fail"), ResultRow("3", "Pass")});
+    StoreResults({"Pass", "Fail", "Pass"});
     Store("b", ProvenanceOf("web2"));
     Report const report = Make();
     ASSERT_EQ(2u, report.entries.size());
@@ -89,9 +93,9 @@ TEST_F(ReportTest, CountsRowsByResult) {
 }
 
 TEST_F(ReportTest, UsesTheNewestResultOfHostAndDocument) {
-    Store("new", ProvenanceOf("web1", resultTime), {ResultRow("d", "Fail")});
-    Store("old", ProvenanceOf("web1", resultTime - 86400));
-    Store("older", ProvenanceOf("web1", resultTime - 2 * 86400));
+    Store("new", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
+    StoreAt("old", -86400);
+    StoreAt("older", -2 * 86400);
     Provenance other = ProvenanceOf("web1", resultTime - 3600);
     other.document = "Other.xml";
     Store("other", other);
@@ -104,26 +108,25 @@ TEST_F(ReportTest, UsesTheNewestResultOfHostAndDocument) {
 }
 
 TEST_F(ReportTest, NewerFailureHidesAnOlderSuccess) {
-    Store("old", ProvenanceOf("web1", resultTime - 86400));
+    StoreAt("old", -86400);
     StoreFailure("new", ProvenanceOf("web1"), {5, "time-out", -3, {}, "not taken"});
-    EXPECT_EQ((StateTexts{"web1: failed"}), States());
-    Report const report = Make();
+    ExpectStates({"web1: failed"});
     EXPECT_EQ("the newest evaluation failed with exit status 5: not taken",
-              Describe(report.entries[0], Condition::failed));
+              Describe(FirstEntry(), Condition::failed));
 }
 
 TEST_F(ReportTest, ExpectedHostWithoutAResultComesFirst) {
     options.expectedHosts = {"web2", "silent", "web1", "silent"};
     Store("a", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
     Store("b", ProvenanceOf("web2"));
-    EXPECT_EQ((StateTexts{"silent: missing", "web1:", "web2:"}), States());
+    ExpectStates({"silent: missing", "web1:", "web2:"});
 }
 
 TEST_F(ReportTest, HostNamesAreCaseInsensitive) {
     options.expectedHosts = {"WEB1", "web1", "Db"};
     Store("old", ProvenanceOf("web1", resultTime - 100), {ResultRow("d", "Fail")});
     Store("new", ProvenanceOf("Web1"));
-    EXPECT_EQ((StateTexts{"Db: missing", "Web1:"}), States());
+    ExpectStates({"Db: missing", "Web1:"});
     EXPECT_EQ(2u, Make().options.expectedHosts->size());
 }
 
@@ -131,17 +134,16 @@ TEST_F(ReportTest, ReportsHostThatIsNotExpected) {
     options.expectedHosts = {"web1"};
     Store("a", ProvenanceOf("web1"));
     Store("b", ProvenanceOf("web2"));
-    EXPECT_EQ((StateTexts{"web2: not-expected", "web1:"}), States());
+    ExpectStates({"web2: not-expected", "web1:"});
 }
 
 TEST_F(ReportTest, AgeIsMeasuredByTheClockOfTheReader) {
-    options.maxAge = std::chrono::hours(1);
+    options.maxAge = hours(1);
     Store("a", ProvenanceOf("limit", resultTime - 10));
     Store("b", ProvenanceOf("old", resultTime - 11));
     Store("c", ProvenanceOf("tolerated", resultTime + 3600 + 50));
     Store("d", ProvenanceOf("future", resultTime + 3600 + 51));
-    EXPECT_EQ((StateTexts{"old: too-old", "future: from-future", "limit:", "tolerated:"}),
-              States());
+    ExpectStates({"old: too-old", "future: from-future", "limit:", "tolerated:"});
 }
 
 TEST_F(ReportTest, ReportsStaleAnswers) {
@@ -149,29 +151,37 @@ TEST_F(ReportTest, ReportsStaleAnswers) {
     stale.stale = true;
     Store("a", stale);
     StoreFailure("b", ProvenanceOf("web2"), {9, "stale", {}, {}, "stale"});
-    EXPECT_EQ((StateTexts{"web1: stale", "web2: stale"}), States());
+    ExpectStates({"web1: stale", "web2: stale"});
 }
 
 TEST_F(ReportTest, ReportsResultWithoutRowsUnlessAllowed) {
-    Store("a", ProvenanceOf("web1"), {});
-    EXPECT_EQ((StateTexts{"web1: no-rows"}), States());
+    StoreResults({});
+    ExpectStates({"web1: no-rows"});
     options.allowEmpty = true;
-    EXPECT_EQ((StateTexts{"web1:"}), States());
+    ExpectStates({"web1:"});
 }
 
 TEST_F(ReportTest, OverlappingEvaluationsIndicateTwoMachines) {
-    Store("a", ProvenanceOf("web1", resultTime));
-    Store("b", ProvenanceOf("web1", resultTime + 9));
-    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+    StoreAt("a", 0);
+    StoreAt("b", 9);
+    ExpectStates({"web1: two-machines"});
     files.pop_back();
-    Store("c", ProvenanceOf("web1", resultTime + 10));
-    EXPECT_EQ((StateTexts{"web1:"}), States());
+    StoreAt("c", 10);
+    ExpectStates({"web1:"});
 }
 
 TEST_F(ReportTest, RefusedEvaluationsMayOverlap) {
-    Store("a", ProvenanceOf("web1", resultTime));
+    StoreAt("a", 0);
     StoreFailure("b", ProvenanceOf("web1", resultTime - 5), {4, "busy", -6, {}, "refused"});
-    EXPECT_EQ((StateTexts{"web1:"}), States());
+    ExpectStates({"web1:"});
+}
+
+TEST_F(ReportTest, ZeroDurationEvaluationOverlapsOneWithSameStart) {
+    Provenance provenance = ProvenanceOf("web1");
+    provenance.end = provenance.start;
+    Store("a", provenance);
+    StoreAt("b", 0);
+    ExpectStates({"web1: two-machines"});
 }
 
 TEST_F(ReportTest, AlternatingAgentProgramsIndicateTwoMachines) {
@@ -183,60 +193,72 @@ TEST_F(ReportTest, AlternatingAgentProgramsIndicateTwoMachines) {
     store(1, 5);
     store(2, 5);
     store(3, 6);
-    EXPECT_EQ((StateTexts{"web1:"}), States());
+    ExpectStates({"web1:"});
     store(4, 5);
-    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+    ExpectStates({"web1: two-machines"});
 }
 
 TEST_F(ReportTest, CopiesOfAResultIndicateOneMachine) {
-    Store("a", ProvenanceOf("web1"));
-    Store("copy", ProvenanceOf("web1"));
-    EXPECT_EQ((StateTexts{"web1:"}), States());
-    EXPECT_EQ(0u, Make().entries[0].olderResults);
-    Store("older", ProvenanceOf("web1", resultTime - 86400));
-    Store("copy of older", ProvenanceOf("web1", resultTime - 86400));
-    EXPECT_EQ(1u, Make().entries[0].olderResults);
+    StoreAt("a", 0);
+    StoreAt("copy", 0);
+    ExpectStates({"web1:"});
+    EXPECT_EQ(0u, FirstEntry().olderResults);
+    StoreAt("older", -86400);
+    StoreAt("copy of older", -86400);
+    EXPECT_EQ(1u, FirstEntry().olderResults);
 }
 
 TEST_F(ReportTest, DifferentRowsAtTheSameTimeIndicateTwoMachines) {
-    Store("good", ProvenanceOf("web1"));
+    StoreAt("good", 0);
     Store("bad", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
-    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
+    ExpectStates({"web1: two-machines"});
+}
+
+TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNotCopies) {
+    Provenance provenance = ProvenanceOf("web1");
+    Store("fresh", provenance);
+    provenance.stale = true;
+    Store("stale", provenance);
+    ExpectStates({"web1: two-machines stale"});
+    EXPECT_EQ(1u, FirstEntry().olderResults);
 }
 
 TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {
     for (char const* const year : {"0001", "9999"}) {
         std::string text = ResultText({ResultRow("d", "Pass")});
-        for (char const* const name : {"\"start\":\"", "\"end\":\""})
-            text.replace(text.find(name) + std::string(name).size(), 4, year);
+        for (std::string const name : {"\"start\":\"", "\"end\":\""})
+            text.replace(text.find(name) + name.size(), 4, year);
         Keep(year, text);
     }
-    EXPECT_EQ((StateTexts{"web1: from-future"}), States());
+    ExpectStates({"web1: from-future"});
 }
 
 TEST_F(ReportTest, AgeOfOldResultHasItsUnit) {
-    options.maxAge = std::chrono::minutes(10);
-    Store("a", ProvenanceOf("web1", resultTime + 3600 - 1810));
-    EXPECT_EQ("the newest result is 30 min old", Describe(Make().entries.at(0), Condition::tooOld));
+    options.maxAge = minutes(10);
+    StoreAt("a", 3600 - 1810);
+    EXPECT_EQ("the newest result is 30 min old", Describe(FirstEntry(), Condition::tooOld));
 }
 
-TEST_F(ReportTest, ListsResultWithInvalidHostName) {
-    for (std::string const& host : {std::string(), std::string(256, 'h')}) {
+TEST_F(ReportTest, HostNameHas1To255Bytes) {
+    std::string const longest(255, 'h');
+    Store("a", ProvenanceOf(longest.c_str()));
+    ExpectStates({longest + ":"});
+    for (std::string const& host : {std::string(), longest + 'h'}) {
+        files.clear();
         std::string const file = Store("a", ProvenanceOf(host.c_str()));
         Report const report = Make();
         EXPECT_EQ(0u, report.entries.size());
         EXPECT_EQ(file + ": expected a host name of 1 to 255 bytes", report.problems.at(0).reason);
-        files.clear();
     }
 }
 
 TEST_F(ReportTest, ListsAllConditionsOfAHostInOrder) {
-    options.maxAge = std::chrono::hours(1);
+    options.maxAge = hours(1);
     options.expectedHosts = {"other"};
     Provenance provenance = ProvenanceOf("web1", resultTime - 86400);
     provenance.stale = true;
     Store("a", provenance, {});
-    EXPECT_EQ((StateTexts{"other: missing", "web1: stale too-old no-rows not-expected"}), States());
+    ExpectStates({"other: missing", "web1: stale too-old no-rows not-expected"});
 }
 
 TEST_F(ReportTest, ListsFilesThatAreNotResults) {
@@ -255,15 +277,18 @@ TEST_F(ReportTest, ListsFilesThatAreNotResults) {
               report.problems[1].reason);
 }
 
+// Returns "PREFIX0", "PREFIX1", ...
+Texts Numbered(std::string const& prefix, std::size_t count) {
+    Texts texts;
+    for (std::size_t index = 0; index < count; ++index)
+        texts.push_back(prefix + std::to_string(index));
+    return texts;
+}
+
 TEST_F(ReportTest, ManyDifferentResultsTakeBoundedMemory) {
-    std::vector<std::string> results;
-    RowList rows;
-    for (int index = 0; index < 100; ++index)
-        results.push_back("r" + std::to_string(index));
+    Texts results = Numbered("r", 100);
     results.push_back(std::string(101, 'x'));
-    for (std::string const& result : results)
-        rows.push_back(ResultRow("d", result));
-    Store("a", ProvenanceOf("web1"), rows);
+    StoreResults(results);
     Report const report = Make();
     EXPECT_EQ(maxResultNames, report.entries[0].results.size());
     EXPECT_EQ(101 - maxResultNames, report.entries[0].otherRows);
@@ -271,15 +296,21 @@ TEST_F(ReportTest, ManyDifferentResultsTakeBoundedMemory) {
     EXPECT_EQ(101 - maxResultNames, report.totals.otherRows);
 }
 
+TEST_F(ReportTest, CountsResultsAfterTheFirstThousandAsOthers) {
+    options.acceptedResults = {"late"};
+    for (std::size_t const others : {std::size_t{999}, std::size_t{1000}}) {
+        files.clear();
+        Texts results = Numbered("r", others);
+        results.insert(results.end(), 5, "late");
+        StoreResults(results);
+        EXPECT_EQ(others < 1000, FirstEntry().results.contains("late")) << others;
+        EXPECT_EQ(results.size() - (others < 1000 ? 20 : 16), FirstEntry().otherRows);
+    }
+}
+
 TEST_F(ReportTest, MostFrequentResultsAreCountedByName) {
-    RowList rows;
-    std::vector<std::string> rare;
-    for (int index = 0; index < 20; ++index)
-        rare.push_back("a" + std::to_string(index));
-    for (std::string const& result : rare)
-        rows.push_back(ResultRow("d", result));
-    Store("odd", ProvenanceOf("a-odd"), rows);
-    Store("usual", ProvenanceOf("usual"), RowList(5, ResultRow("d", "Pass")));
+    StoreResults(Numbered("a", 20));
+    Store("usual", ProvenanceOf("web2"), RowList(5, ResultRow("d", "Pass")));
     Report const report = Make();
     EXPECT_EQ(maxResultNames, report.totals.results.size());
     EXPECT_EQ(5u, report.totals.results.at("Pass"));
@@ -289,20 +320,17 @@ TEST_F(ReportTest, MostFrequentResultsAreCountedByName) {
     EXPECT_EQ(report.totals.rows, sum);
 }
 
-TEST_F(ReportTest, RefusesFileThatIsOverwrittenDuringTheReport) {
-    std::string const file = Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass")});
-    Report const report = Make();
-    WriteFile(file, ResultText({ResultRow("y", "Pass")}, ProvenanceOf("web1")));
-    EXPECT_THROW(Designators(report.entries[0]), StoredResultError);
-}
-
-TEST_F(ReportTest, ReadsRowsAgainUnlessTheResultWasReplaced) {
-    Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
-    Report const report = Make();
-    EXPECT_EQ((StateTexts{"x", "y"}), Designators(report.entries[0]));
-    WriteFile(directory / "a", ResultText({ResultRow("z", "Pass"), ResultRow("z", "Pass")},
-                                          ProvenanceOf("web1", resultTime + 1)));
-    EXPECT_THROW(Designators(report.entries[0]), StoredResultError);
+TEST_F(ReportTest, ReadsRowsAgainUnlessTheFileWasChanged) {
+    std::string const file =
+        Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
+    ReportEntry const entry = FirstEntry();
+    EXPECT_EQ((Texts{"x", "y"}), Designators(entry));
+    RowList const otherRows = {ResultRow("z", "Pass"), ResultRow("z", "Fail")};
+    // The same result with other rows, or another result.
+    for (time_t const start : {resultTime, resultTime + 1}) {
+        WriteFile(file, ResultText(otherRows, ProvenanceOf("web1", start)));
+        EXPECT_THROW(Designators(entry), StoredResultError) << start;
+    }
 }
 
 // Returns the content of a report as text, to compare reports.
@@ -318,7 +346,7 @@ std::string Fingerprint(Report const& report) {
 
 TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
     options.expectedHosts = {"h0", "h1", "h2", "h3", "h4"};
-    options.maxAge = std::chrono::hours(30);
+    options.maxAge = hours(30);
     std::mt19937 random(4);
     for (int index = 0; index < 40; ++index) {
         std::string const host = "h" + std::to_string(random() % 4);
@@ -340,9 +368,9 @@ TEST_F(ReportTest, OrderOfFilesDoesNotChangeTheReport) {
 
 TEST_F(ReportTest, UsesFailureAmongResultsWithEqualTimes) {
     for (bool const isFailureFirst : {true, false}) {
-        Store(isFailureFirst ? "b" : "a", ProvenanceOf("web1"));
+        StoreAt(isFailureFirst ? "b" : "a", 0);
         StoreFailure(isFailureFirst ? "a" : "b", ProvenanceOf("web1"), {4, "busy", -6, {}, "m"});
-        EXPECT_EQ((StateTexts{"web1: failed"}), States()) << isFailureFirst;
+        ExpectStates({"web1: failed"});
         files.clear();
     }
 }
@@ -350,7 +378,7 @@ TEST_F(ReportTest, UsesFailureAmongResultsWithEqualTimes) {
 TEST_F(ReportTest, UsesLastFileNameAmongResultsWithEqualTimes) {
     for (char const* const name : {"b", "c", "a"})
         StoreFailure(name, ProvenanceOf("web1"), {4, "busy", -6, {}, name});
-    EXPECT_EQ(directory / "c", Make().entries.at(0).file);
+    EXPECT_EQ(directory / "c", FirstEntry().file);
 }
 
 // Returns the processor time that the report needs after it has read these documents of one host.
@@ -362,7 +390,7 @@ std::clock_t TimeToFinish(ReportOptions const& options, std::string const& file,
         std::string const document = std::to_string(index);
         provenance.document = document.c_str();
         // Faster than truncation: ext4 flushes a truncated file, but not a new one.
-        std::filesystem::remove(file);
+        fs::remove(file);
         builder.Read(WriteFile(file, ResultText({}, provenance)));
     }
     std::clock_t const start = std::clock();
@@ -377,47 +405,6 @@ TEST_F(ReportTest, TimeGrowsLessThanQuadraticallyWithDocuments) {
         few = std::min(few, TimeToFinish(options, file, 200));
     // 16 times as many documents. Quadratic time would be 256 times as long.
     EXPECT_LT(TimeToFinish(options, file, 3200), 64 * few);
-}
-
-TEST_F(ReportTest, ZeroDurationEvaluationOverlapsOneWithSameStart) {
-    Provenance provenance = ProvenanceOf("web1");
-    provenance.end = provenance.start;
-    Store("a", provenance);
-    Store("b", ProvenanceOf("web1"));
-    EXPECT_EQ((StateTexts{"web1: two-machines"}), States());
-}
-
-TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNotCopies) {
-    Provenance provenance = ProvenanceOf("web1");
-    Store("fresh", provenance);
-    provenance.stale = true;
-    Store("stale", provenance);
-    EXPECT_EQ((StateTexts{"web1: two-machines stale"}), States());
-    EXPECT_EQ(1u, Make().entries.at(0).olderResults);
-}
-
-TEST_F(ReportTest, AcceptsHostNameOf255Bytes) {
-    std::string const host(255, 'h');
-    Store("a", ProvenanceOf(host.c_str()));
-    EXPECT_EQ((StateTexts{host + ":"}), States());
-}
-
-TEST_F(ReportTest, CountsResultsAfterTheFirstThousandAsOthers) {
-    options.acceptedResults = {"late"};
-    for (std::size_t const others : {std::size_t{999}, std::size_t{1000}}) {
-        std::vector<std::string> results;
-        for (std::size_t index = 0; index < others; ++index)
-            results.push_back("r" + std::to_string(index));
-        RowList rows;
-        for (std::string const& result : results)
-            rows.push_back(ResultRow("d", result));
-        rows.insert(rows.end(), 5, ResultRow("d", "late"));
-        Store("a", ProvenanceOf("web1"), rows);
-        Report const report = Make();
-        files.clear();
-        EXPECT_EQ(others < 1000, report.entries.at(0).results.contains("late")) << others;
-        EXPECT_EQ(rows.size() - (others < 1000 ? 20 : 16), report.entries.at(0).otherRows);
-    }
 }
 
 } // namespace

@@ -1,19 +1,9 @@
 #include "companions/ResponseFile.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include "tests/support/Sandbox.h"
-#include "tests/support/ScriptedAgent.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 constexpr char const* response = ScriptedAgent::response;
 
 void Publish(std::string const& bytes) {
@@ -30,67 +20,47 @@ bool IsNew(Change const& change) {
     return !watch.IsUnchanged();
 }
 
-// The change time of a file follows the clock of the file system, which moves every few
-// milliseconds.
-void AwaitClockOfFiles() { usleep(20'000); }
-
-TEST(ResponseFileTest, ReadingAnAnswerDoesNotChangeIt) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        Publish("old");
-        EXPECT_FALSE(IsNew([] { std::ifstream(response).get(); }));
-    });
+SANDBOX_TEST(ResponseFileTest, ReadingAnAnswerDoesNotChangeIt) {
+    Publish("old");
+    EXPECT_FALSE(IsNew([] { ReadWholeFile(response); }));
 }
 
-TEST(ResponseFileTest, MissingAnswerCountsAsChanged) {
-    Sandbox::Run([] {
-        EXPECT_TRUE(IsNew([] {}));
-        Sandbox::CreateAgentDirectories();
-        EXPECT_TRUE(IsNew([] {}));
-        EXPECT_TRUE(IsNew([] { Publish("first"); }));
-        EXPECT_TRUE(IsNew([] { fs::remove(response); }));
-    });
+SANDBOX_TEST(ResponseFileTest, MissingAnswerCountsAsChanged) {
+    EXPECT_TRUE(IsNew([] {}));
+    EXPECT_TRUE(IsNew([] { Publish("first"); }));
+    EXPECT_TRUE(IsNew([] { fs::remove(response); }));
+    fs::remove_all("/var/opt/VeskaClient");
+    EXPECT_TRUE(IsNew([] {}));
 }
 
-TEST(ResponseFileTest, DetectsReplacedOverwrittenAndExtendedAnswer) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        Publish("old");
-        AwaitClockOfFiles();
-        EXPECT_TRUE(IsNew([] { Publish("old"); }));
-        AwaitClockOfFiles();
-        EXPECT_TRUE(IsNew([] { std::ofstream(std::string(response)) << "old"; }));
-        AwaitClockOfFiles();
-        EXPECT_TRUE(IsNew([] { std::ofstream(response, std::ios::app) << "more"; }));
-    });
+// Writes to the file, and restores its modification time like an agent that copies an old answer.
+void Restore() {
+    struct stat before {};
+    ASSERT_EQ(0, stat(response, &before));
+    WriteWholeFile(response, "new");
+    timespec const times[] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
 }
 
-// An agent that copies an old answer with its times.
-TEST(ResponseFileTest, DetectsChangeThatRestoresModificationTime) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        Publish("old");
-        AwaitClockOfFiles();
-        EXPECT_TRUE(IsNew([] {
-            struct stat before {};
-            ASSERT_EQ(0, stat(response, &before));
-            std::ofstream(std::string(response)) << "new";
-            timespec const times[] = {before.st_atim, before.st_mtim};
-            ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
-        }));
-    });
+SANDBOX_TEST(ResponseFileTest, DetectsReplacedOverwrittenAndExtendedAnswer) {
+    Publish("old");
+    for (auto const& change : std::vector<std::function<void()>>{
+             [] { Publish("old"); }, [] { WriteWholeFile(response, "old"); },
+             [] { std::ofstream(response, std::ios::app) << "more"; }, Restore}) {
+        // The change time of a file follows the clock of the file system, which moves every few
+        // milliseconds.
+        usleep(20'000);
+        EXPECT_TRUE(IsNew(change));
+    }
 }
 
-TEST(ResponseFileTest, ExaminesTheLinkAndNotItsTarget) {
-    Sandbox::Run([] {
-        Sandbox::CreateAgentDirectories();
-        std::ofstream("/var/opt/target") << "old";
-        fs::create_symlink("/var/opt/target", response);
-        EXPECT_FALSE(IsNew([] { std::ofstream("/var/opt/target") << "newer"; }));
-        ResponseState const state = LookAtResponse();
-        EXPECT_TRUE(state.exists);
-        EXPECT_EQ(15, state.size);
-    });
+SANDBOX_TEST(ResponseFileTest, ExaminesTheLinkAndNotItsTarget) {
+    WriteWholeFile("/var/opt/target", "old");
+    fs::create_symlink("/var/opt/target", response);
+    EXPECT_FALSE(IsNew([] { WriteWholeFile("/var/opt/target", "newer"); }));
+    ResponseState const state = LookAtResponse();
+    EXPECT_TRUE(state.exists);
+    EXPECT_EQ(15, state.size);
 }
 
 } // namespace

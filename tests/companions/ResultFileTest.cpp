@@ -1,29 +1,14 @@
 #include "companions/ResultFile.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cerrno>
-#include <cstddef>
-#include <filesystem>
-
-#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
-#include "tests/files/Files.h"
-#include "tests/support/OtherProcess.h"
-#include "tests/support/Sandbox.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/support/SmallFileSystem.h"
-#include "tests/support/TemporaryDirectory.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 void WriteTo(ResultFile const& file, std::string const& text) {
     ASSERT_EQ(static_cast<ssize_t>(text.size()),
@@ -37,17 +22,7 @@ void Replace(std::string const& path, std::string const& text) {
 }
 
 std::string Refusal(std::string const& path) {
-    try {
-        ResultFile const file(path);
-    } catch (ResultFileError const& error) {
-        return error.what();
-    }
-    return "accepted";
-}
-
-std::size_t CountEntries(std::string const& directory) {
-    return static_cast<std::size_t>(
-        std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
+    return MessageOf<ResultFileError>([&] { ResultFile const file(path); });
 }
 
 class ResultFileTest : public testing::Test {
@@ -75,16 +50,20 @@ TEST_F(ResultFileTest, ChangesNothingUnlessPublished) {
     EXPECT_EQ(1u, CountEntries(directory.path()));
 }
 
-TEST_F(ResultFileTest, ModeFollowsUmask) {
+TEST_F(ResultFileTest, ModeFollowsUmaskUnlessChosen) {
     mode_t const former = umask(0027);
     Replace(path, "text");
-    EXPECT_EQ(0027u, umask(former));
+    EXPECT_EQ(0027u, umask(0777));
     EXPECT_EQ(fs::perms(0640), fs::status(path).permissions());
+    ResultFile file(path, 0604);
+    umask(former);
+    file.Publish();
+    EXPECT_EQ(fs::perms(0604), fs::status(path).permissions());
 }
 
 TEST_F(ResultFileTest, ReplacesTargetOfLink) {
-    fs::create_directory(directory.path() + "/elsewhere");
-    std::string const target = directory.path() + "/elsewhere/target";
+    fs::create_directory(directory / "elsewhere");
+    std::string const target = directory / "elsewhere/target";
     Replace(target, "old");
     fs::create_symlink("elsewhere/target", path);
     Replace(path, "new");
@@ -145,33 +124,27 @@ void ExpectRefused(std::string const& path, std::string const& reason) {
     EXPECT_EQ(Quoted(path) + " " + reason, Refusal(path));
 }
 
-TEST_F(ResultFileTest, RefusesDanglingLink) {
-    fs::create_symlink("nowhere", path);
-    ExpectRefused(path, "is a symbolic link without a target");
-}
-
 TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
     ExpectRefused(directory.path(), "is a directory");
     ExpectRefused("/dev/null", "is not a regular file");
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));
     ExpectRefused(path, "is not a regular file");
-    std::string const link = path + ".link";
-    fs::create_symlink("/dev/null", link);
-    ExpectRefused(link, "is not a regular file");
+    fs::create_symlink("/dev/null", path + ".link");
+    ExpectRefused(path + ".link", "is not a regular file");
+    fs::create_symlink("nowhere", path + ".dangling");
+    ExpectRefused(path + ".dangling", "is a symbolic link without a target");
 }
 
 TEST_F(ResultFileTest, RefusesInvalidPaths) {
-    std::string const reason = "is in no directory that exists";
-    for (std::string const name : {"missing/result", "missing/"})
-        ExpectRefused(directory.path() + "/" + name, reason);
     Replace(path, "text");
-    ExpectRefused(path + "/result", reason);
-    ExpectRefused(path + "/", reason);
+    for (std::string const& missing :
+         {directory / "missing/result", directory / "missing/", path + "/result", path + "/"})
+        ExpectRefused(missing, "is in no directory that exists");
     ExpectRefused("", "is empty");
     ExpectRefused(std::string(300, 'x'), "is too long");
     // The temporary file has 7 bytes more.
-    ExpectRefused(directory.path() + "/" + std::string(249, 'x'), "is too long");
-    Replace(directory.path() + "/" + std::string(248, 'x'), "text");
+    ExpectRefused(directory / std::string(249, 'x'), "is too long");
+    Replace(directory / std::string(248, 'x'), "text");
 }
 
 TEST_F(ResultFileTest, AcceptsFilesAndNewNames) {
@@ -187,46 +160,26 @@ TEST_F(ResultFileTest, PathWithoutDirectoryIsInTheWorkingDirectory) {
         Replace("plain", "text");
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
-    EXPECT_EQ("text", ReadWholeFile(directory.path() + "/plain"));
+    EXPECT_EQ("text", ReadWholeFile(directory / "plain"));
 }
 
-TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
-    Sandbox::Run([] {
-        SmallFileSystem disk("/opt/disk");
-        std::string const path = disk / "result";
-        Replace(path, "old");
-        disk.MakeReadOnly();
-        EXPECT_EQ(Quoted(path) + " could not be replaced: Read-only file system", Refusal(path));
-        EXPECT_EQ("old", ReadWholeFile(path));
-    });
-}
-
-TEST_F(ResultFileTest, ChosenModeDoesNotDependOnTheUmask) {
-    mode_t const mask = umask(0777);
-    ResultFile file(path, 0604);
-    umask(mask);
-    file.Publish();
-    struct stat facts {};
-    ASSERT_EQ(0, stat(path.c_str(), &facts));
-    EXPECT_EQ(0604u, facts.st_mode & 07777);
+SANDBOX_TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
+    SmallFileSystem disk("/opt/disk");
+    std::string const path = disk / "result";
+    Replace(path, "old");
+    disk.MakeReadOnly();
+    EXPECT_EQ(Quoted(path) + " could not be replaced: Read-only file system", Refusal(path));
+    EXPECT_EQ("old", ReadWholeFile(path));
 }
 
 TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
     Replace(path, "old");
     ResultFile file(path);
-    int ends[2];
-    ASSERT_EQ(0, pipe(ends));
+    Pipe const line;
     // fsync(2) fails for a pipe.
-    ASSERT_EQ(file.Descriptor(), dup2(ends[1], file.Descriptor()));
-    close(ends[0]);
-    close(ends[1]);
-    try {
-        file.Publish();
-        ADD_FAILURE() << "published";
-    } catch (ResultFileError const& error) {
-        EXPECT_EQ(Quoted(path) + " could not be flushed to the disk: Invalid argument",
-                  error.what());
-    }
+    ASSERT_EQ(file.Descriptor(), dup2(line.writer(), file.Descriptor()));
+    EXPECT_EQ(Quoted(path) + " could not be flushed to the disk: Invalid argument",
+              MessageOf<ResultFileError>([&] { file.Publish(); }));
     EXPECT_EQ("old", ReadWholeFile(path));
 }
 

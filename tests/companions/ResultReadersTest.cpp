@@ -1,21 +1,14 @@
 // The programs that read results, with results of the real compliance-query.
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <string>
-
-#include <nlohmann/json.hpp>
-
 #include "tests/companions/Query.h"
 
 namespace {
 
 // Evaluates on this machine and stores the result.
 void StoreResult(std::string const& rows, std::string const& file, std::string const& format) {
-    std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+    fs::create_directories(fs::path(file).parent_path());
     ScriptedAgent const agent(FinishingScript(rows));
     ASSERT_EQ(ExitStatus::Exited(0), RunQuery({"-d", format, "-o", file}).status);
-    agent.AwaitEnd(std::chrono::seconds(1));
+    agent.AwaitEnd(seconds(1));
 }
 
 SANDBOX_TEST(ResultReadersTest, DiffReadsJsonAndNdjsonOfTheQuery) {
@@ -26,7 +19,7 @@ SANDBOX_TEST(ResultReadersTest, DiffReadsJsonAndNdjsonOfTheQuery) {
     ProgramResult const result =
         RunProgram({CC_DIFF_PROGRAM, "--json", "/opt/old.json", "/opt/new.json"});
     EXPECT_EQ(ExitStatus::Exited(1), result.status) << result.errors;
-    nlohmann::json const document = nlohmann::json::parse(result.output);
+    Json const document = Json::parse(result.output);
     EXPECT_EQ(2, document.at("old").at("rowCount"));
     EXPECT_EQ(1, document.at("new").at("rowCount"));
     EXPECT_EQ(document.at("old").at("provenance").at("host"),
@@ -39,9 +32,9 @@ SANDBOX_TEST(ResultReadersTest, ReportReadsJsonAndNdjsonOfTheQuery) {
     ProgramResult const result =
         RunProgram({CC_REPORT_PROGRAM, "--strict=none", "--json=-", "/opt/results"});
     EXPECT_EQ(ExitStatus::Exited(10), result.status) << result.errors;
-    nlohmann::json const document = nlohmann::json::parse(result.output);
+    Json const document = Json::parse(result.output);
     ASSERT_EQ(1u, document.at("entries").size());
-    nlohmann::json const& newest = document.at("entries").at(0).at("result");
+    Json const& newest = document.at("entries").at(0).at("result");
     EXPECT_EQ("/opt/results/new.json", newest.at("file"));
     EXPECT_EQ(1, newest.at("rows"));
     EXPECT_EQ(1, newest.at("olderResults"));

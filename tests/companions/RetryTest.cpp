@@ -1,19 +1,12 @@
 #include "companions/Retry.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-
 #include <sys/prctl.h>
-#include <unistd.h>
 
 #include "tests/companions/Terminal.h"
 
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
-using std::chrono::seconds;
 using std::chrono::steady_clock;
 
 constexpr char attemptVariable[] = "COMPLIANCE_QUERY_ATTEMPT";

@@ -1,12 +1,9 @@
 #include "companions/Rows.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 Row WithResult(std::string_view designator, std::string_view result) {
     return {designator, result, "", "", "", ""};

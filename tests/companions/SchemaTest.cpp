@@ -1,25 +1,14 @@
 // Validates the output of the programs against their schemas, with python3-jsonschema.
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <fstream>
-#include <set>
-#include <string>
-
-#include <nlohmann/json.hpp>
-
 #include "companions/Diff.h"
 #include "companions/Doctor.h"
 #include "companions/DoctorReport.h"
 #include "companions/JsonRows.h"
 #include "companions/QueryExit.h"
 #include "companions/ReportFormats.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
-#include "tests/support/OtherProcess.h"
 
 namespace {
-
-using Json = nlohmann::json;
 
 constexpr char query[] = CC_SCHEMAS "/compliance-query.schema.json";
 // The documents must stay valid for readers of the first version.
@@ -56,6 +45,29 @@ protected:
         ProgramResult const result = Validate(document.dump(), schema);
         EXPECT_EQ(ExitStatus::Exited(1), result.status) << document << result.errors;
     }
+
+    // Expects that each of these changes makes the document invalid: a patch (RFC 6902) that
+    // replaces the value at a pointer, or removes it.
+    static void ExpectInvalidChanges(std::string const& text, char const* schema,
+                                     std::vector<std::pair<char const*, Json>> const& replaced,
+                                     Texts const& removed) {
+        Json const valid = Json::parse(text);
+        Json changes = Json::array();
+        for (auto const& [path, value] : replaced)
+            changes.push_back({{"op", "replace"}, {"path", path}, {"value", value}});
+        for (std::string const& path : removed)
+            changes.push_back({{"op", "remove"}, {"path", path}});
+        for (Json const& change : changes)
+            ExpectInvalid(valid.patch(Json::array({change})), schema);
+    }
+
+    // Returns the pointers of all members.
+    static Texts MembersOf(std::string const& text) {
+        Texts pointers;
+        for (Json const document = Json::parse(text); auto const& member : document.items())
+            pointers.push_back("/" + member.key());
+        return pointers;
+    }
 };
 
 RowList const exampleRows = {{{"a", "b", "c", "1", "e", "f"}},
@@ -64,8 +76,7 @@ RowList const exampleRows = {{{"a", "b", "c", "1", "e", "f"}},
 
 Provenance FullProvenance() {
     Provenance provenance;
-    provenance.url = "\xFF";
-    provenance.document = "\xFF";
+    provenance.url = provenance.document = "\xFF";
     provenance.host = "\xFF";
     provenance.response.exists = true;
     provenance.agentModified = timespec{};
@@ -97,45 +108,24 @@ TEST_F(SchemaTest, AcceptsFailuresOfAQuery) {
 }
 
 TEST_F(SchemaTest, SchemaOfAQueryRefusesInvalidDocuments) {
-    Json const valid = Json::parse(QueryDocument());
-    for (char const* const member :
-         {"schemaVersion", "outcome", "rowCount", "rows", "provenance"}) {
-        Json document = valid;
-        document.erase(member);
-        ExpectInvalid(document, query);
-    }
-    Json document = valid;
-    document["schemaVersion"] = 2;
-    ExpectInvalid(document, query);
-    document = valid;
-    document["rows"][0].erase("comment");
-    ExpectInvalid(document, query);
-    document = valid;
-    document["rows"][1]["commentBase64"] = "no base64";
-    ExpectInvalid(document, query);
-    document = valid;
-    document["rows"][0]["evaluationTime"] = 1;
-    ExpectInvalid(document, query);
-    document = valid;
-    document["provenance"]["start"] = "2026-03-01 09:30";
-    ExpectInvalid(document, query);
-    document = valid;
-    document["provenance"].erase("results");
-    ExpectInvalid(document, query);
-    document = Json::parse(FailureDocument({4, "busy", -6, {}, "refused"}));
-    document["exitStatus"] = 0;
-    ExpectInvalid(document, query);
-    ExpectInvalid(Json::parse(FailureDocument({4, "tired", -6, {}, "refused"})), query);
+    ExpectInvalidChanges(QueryDocument(), query,
+                         {{"/schemaVersion", 2},
+                          {"/rows/1/commentBase64", "no base64"},
+                          {"/rows/0/evaluationTime", 1},
+                          {"/provenance/start", "2026-03-01 09:30"}},
+                         {"/schemaVersion", "/outcome", "/rowCount", "/rows", "/provenance",
+                          "/rows/0/comment", "/provenance/results"});
+    ExpectInvalidChanges(FailureDocument({4, "busy", -6, {}, "refused"}), query,
+                         {{"/exitStatus", 0}, {"/failure", "tired"}}, {});
 }
 
 TEST(SchemaOfQueryTest, ListsTheWordsOfAllFailureStatuses) {
-    std::ifstream file(query);
-    Json const schema = Json::parse(file);
     std::set<std::string> words;
     for (QueryExitFacts const& facts : queryExitTable)
         if (facts.status != QueryExit::finished)
             words.emplace(facts.word);
-    EXPECT_EQ(words, schema.at("/$defs/failed/properties/failure/enum"_json_pointer)
+    EXPECT_EQ(words, Json::parse(ReadWholeFile(query))
+                         .at("/$defs/failed/properties/failure/enum"_json_pointer)
                          .get<std::set<std::string>>());
 }
 
@@ -150,23 +140,16 @@ TEST_F(SchemaTest, AcceptsFindingsOfTheDoctor) {
 
 TEST_F(SchemaTest, SchemaOfTheDoctorRefusesInvalidDocuments) {
     ExpectInvalid(Json::parse(DoctorDocument({})), doctor);
-    Json const valid =
-        Json::parse(DoctorDocument({{"lock", Verdict::problem, "held", "held", "wait", 12}}));
-    for (char const* const member : {"check", "verdict", "cause", "message", "remedy"}) {
-        Json document = valid;
-        document["checks"][0].erase(member);
-        ExpectInvalid(document, doctor);
-    }
-    Json document = valid;
-    document["checks"][0]["verdict"] = "ok";
-    ExpectInvalid(document, doctor);
-    document["checks"][0]["verdict"] = "note";
-    document["checks"][0].erase("cause");
-    ExpectInvalid(document, doctor);
+    ExpectInvalidChanges(DoctorDocument({{"lock", Verdict::problem, "held", "held", "wait", 12}}),
+                         doctor, {{"/checks/0/verdict", "ok"}},
+                         {"/checks/0/check", "/checks/0/verdict", "/checks/0/cause",
+                          "/checks/0/message", "/checks/0/remedy"});
+    ExpectInvalidChanges(DoctorDocument({{"lock", Verdict::note, "held", "held", "wait", 12}}),
+                         doctor, {}, {"/checks/0/cause"});
 }
 
 // A row of each kind, with texts that are not UTF-8; the new result has no provenance.
-std::string DiffDocument(std::vector<std::string> const& goodResults) {
+std::string DiffDocument(Texts const& goodResults) {
     DiffSide before{"old\xFF"};
     before.result.provenance.emplace();
     before.result.provenance->host = "\xFF";
@@ -184,20 +167,13 @@ TEST_F(SchemaTest, AcceptsDifferencesOfResults) {
 }
 
 TEST_F(SchemaTest, SchemaOfADifferenceRefusesInvalidDocuments) {
-    Json const valid = Json::parse(DiffDocument({}));
-    for (auto const& member : valid.items()) {
-        Json document = valid;
-        document.erase(member.key());
-        ExpectInvalid(document, diff);
-    }
-    for (auto const& [pointer, value] :
-         {std::pair{"/schemaVersion", Json(2)}, std::pair{"/removed/0/comment", Json(1)},
-          std::pair{"/changed/0/fields", Json::array()}, std::pair{"/old/provenance", Json(1)},
-          std::pair{"/regressions", Json("Pass")}}) {
-        Json document = valid;
-        document[Json::json_pointer(pointer)] = value;
-        ExpectInvalid(document, diff);
-    }
+    ExpectInvalidChanges(DiffDocument({}), diff,
+                         {{"/schemaVersion", 2},
+                          {"/removed/0/comment", 1},
+                          {"/changed/0/fields", Json::array()},
+                          {"/old/provenance", 1},
+                          {"/regressions", "Pass"}},
+                         MembersOf(DiffDocument({})));
 }
 
 // A host of each kind, with texts that are not UTF-8.
@@ -212,7 +188,7 @@ std::string ReportDocument() {
     missing.conditions = {Condition::missing};
     Report report;
     report.options.acceptedResults = {"\xFF"};
-    report.options.maxAge = std::chrono::hours(1);
+    report.options.maxAge = hours(1);
     report.entries = {missing, result};
     report.problems = {{"\xFF", "\xFF: no"}};
     return OutputOf([&](Output& output) {
@@ -223,29 +199,21 @@ std::string ReportDocument() {
     });
 }
 
-TEST_F(SchemaTest, AcceptsReportsOfAFleet) { ExpectValid(ReportDocument(), reportSchema); }
-
-TEST_F(SchemaTest, AcceptsNewConditionsInReports) {
+TEST_F(SchemaTest, AcceptsReportsOfAFleetAndNewConditions) {
+    ExpectValid(ReportDocument(), reportSchema);
     Json document = Json::parse(ReportDocument());
     document["entries"][0]["conditions"][0] = "new";
     ExpectValid(document.dump(), reportSchema);
 }
 
 TEST_F(SchemaTest, SchemaOfAReportRefusesInvalidDocuments) {
-    Json const valid = Json::parse(ReportDocument());
-    for (auto const& member : valid.items()) {
-        Json document = valid;
-        document.erase(member.key());
-        ExpectInvalid(document, reportSchema);
-    }
-    for (auto const& [pointer, value] :
-         {std::pair{"/entries/0/conditions/0", Json(1)},
-          std::pair{"/entries/1/result/rows", Json(-1)}, std::pair{"/entries/1/host", Json(1)},
-          std::pair{"/problems/0/reason", Json(nullptr)}, std::pair{"/totals/good", Json("x")}}) {
-        Json document = valid;
-        document[Json::json_pointer(pointer)] = value;
-        ExpectInvalid(document, reportSchema);
-    }
+    ExpectInvalidChanges(ReportDocument(), reportSchema,
+                         {{"/entries/0/conditions/0", 1},
+                          {"/entries/1/result/rows", -1},
+                          {"/entries/1/host", 1},
+                          {"/problems/0/reason", nullptr},
+                          {"/totals/good", "x"}},
+                         MembersOf(ReportDocument()));
 }
 
 } // namespace

@@ -1,20 +1,9 @@
 #include "companions/StopSignals.h"
 
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <csignal>
-#include <functional>
-#include <string>
-#include <utility>
-
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "companions/Output.h"
-#include "tests/support/OtherProcess.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
@@ -43,9 +32,6 @@ extern "C" int ppoll(pollfd* descriptors, nfds_t count, timespec const* limit,
 
 namespace {
 
-using std::chrono::minutes;
-using std::chrono::seconds;
-
 template <typename Body>
 ExitStatus EndOf(Body const& body) {
     OtherProcess other([&] {
@@ -55,16 +41,17 @@ ExitStatus EndOf(Body const& body) {
     return other.Wait(seconds(20));
 }
 
-TEST(StopSignalsTest, NoSignalIsRecordedAtFirst) {
-    EXPECT_EQ(ExitStatus::Exited(0), EndOf([] { EXPECT_EQ(0, StopSignal()); }));
+void ExpectReturn(std::function<void()> const& body) {
+    EXPECT_EQ(ExitStatus::Exited(0), EndOf(body));
 }
 
 TEST(StopSignalsTest, FirstSignalIsRecorded) {
     for (int const signal : {SIGINT, SIGTERM, SIGHUP})
-        EXPECT_EQ(ExitStatus::Exited(0), EndOf([&] {
-                      raise(signal);
-                      EXPECT_EQ(signal, StopSignal());
-                  }));
+        ExpectReturn([&] {
+            EXPECT_EQ(0, StopSignal());
+            raise(signal);
+            EXPECT_EQ(signal, StopSignal());
+        });
 }
 
 TEST(StopSignalsTest, SecondSignalOfAnyKindEndsTheProcess) {
@@ -75,10 +62,6 @@ TEST(StopSignalsTest, SecondSignalOfAnyKindEndsTheProcess) {
                           raise(second);
                           ADD_FAILURE() << "the process did not end";
                       }));
-}
-
-void ExpectToEnd(std::function<void()> const& body) {
-    EXPECT_EQ(ExitStatus::Exited(0), EndOf(body));
 }
 
 TEST(StopSignalsTest, SignalEndsSleep) {
@@ -94,19 +77,16 @@ TEST(StopSignalsTest, SignalEndsSleep) {
 
 TEST(StopSignalsTest, SleepsForTheWholeDuration) {
     auto const start = std::chrono::steady_clock::now();
-    SleepUnlessStopped(std::chrono::milliseconds(1100));
-    EXPECT_LE(std::chrono::milliseconds(1100), std::chrono::steady_clock::now() - start);
+    SleepUnlessStopped(milliseconds(1100));
+    EXPECT_LE(milliseconds(1100), std::chrono::steady_clock::now() - start);
 }
 
-TEST(StopSignalsTest, DoesNotSleepAfterSignal) {
-    ExpectToEnd([] {
+TEST(StopSignalsTest, SignalBeforeSleepEndsIt) {
+    ExpectReturn([] {
         raise(SIGTERM);
         SleepUnlessStopped(minutes(1));
     });
-}
-
-TEST(StopSignalsTest, SignalJustBeforeSleepEndsIt) {
-    ExpectToEnd([] {
+    ExpectReturn([] {
         signalBeforeWait = SIGTERM;
         SleepUnlessStopped(minutes(1));
         EXPECT_EQ(SIGTERM, StopSignal());
@@ -114,43 +94,38 @@ TEST(StopSignalsTest, SignalJustBeforeSleepEndsIt) {
 }
 
 // A full pipe that nobody reads.
-class FullPipe {
-public:
+struct FullPipe : Pipe {
     FullPipe() {
-        EXPECT_EQ(0, pipe2(ends, O_NONBLOCK | O_CLOEXEC));
-        while (write(ends[1], "x", 1) == 1) {
+        for (int const end : {reader(), writer()})
+            EXPECT_EQ(0, fcntl(end, F_SETFL, O_NONBLOCK));
+        while (write(writer(), "x", 1) == 1) {
         }
     }
-
-    int end() const { return ends[1]; }
 
     // Returns its content.
     std::string Read() const {
         std::string text;
-        for (char byte; read(ends[0], &byte, 1) == 1;)
+        for (char byte; read(reader(), &byte, 1) == 1;)
             text += byte;
         return text;
     }
-
-private:
-    int ends[2]{};
 };
 
 TEST(StopSignalsTest, SignalJustBeforeWaitForReaderEndsIt) {
-    ExpectToEnd([] {
+    ExpectReturn([] {
         FullPipe const full;
         signalBeforeWait = SIGHUP;
-        EXPECT_FALSE(AwaitWritable(full.end()));
+        EXPECT_FALSE(AwaitWritable(full.writer()));
         EXPECT_EQ(SIGHUP, StopSignal());
-        EXPECT_FALSE(AwaitWritable(full.end()));
+        EXPECT_FALSE(AwaitWritable(full.writer()));
     });
 }
 
 // Another process may fill the pipe after ppoll returned. The program waits before it retries.
 TEST(StopSignalsTest, RetriesWriteAfterSpuriousReadiness) {
-    ExpectToEnd([] {
+    ExpectReturn([] {
         FullPipe const full;
-        Output output(full.end());
+        Output output(full.writer());
         isFalselyReady = true;
         duringPause = [&] {
             full.Read();
@@ -164,12 +139,11 @@ TEST(StopSignalsTest, RetriesWriteAfterSpuriousReadiness) {
 }
 
 TEST(StopSignalsTest, ReportsWritablePipeAfterSignal) {
-    ExpectToEnd([] {
-        int ends[2];
-        ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
-        EXPECT_TRUE(AwaitWritable(ends[1]));
+    ExpectReturn([] {
+        Pipe const line;
+        EXPECT_TRUE(AwaitWritable(line.writer()));
         raise(SIGTERM);
-        EXPECT_TRUE(AwaitWritable(ends[1]));
+        EXPECT_TRUE(AwaitWritable(line.writer()));
     });
 }
 

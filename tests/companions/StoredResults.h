@@ -1,14 +1,10 @@
 // Result documents for tests.
 #pragma once
 
-#include <filesystem>
-#include <optional>
-#include <string>
-
 #include "companions/JsonRows.h"
 #include "companions/Timestamp.h"
+#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
-#include "tests/files/Files.h"
 
 // 2026-03-01 08:30:00 UTC.
 constexpr time_t resultTime = 1772353800;
@@ -32,7 +28,7 @@ inline std::string ResultText(RowList const& rows,
 
 // Writes a file and creates its missing parent directories. Returns the path.
 inline std::string WriteFile(std::string const& path, std::string const& text) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    fs::create_directories(fs::path(path).parent_path());
     WriteWholeFile(path, text);
     return path;
 }

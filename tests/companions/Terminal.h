@@ -1,19 +1,11 @@
 // A pseudo-terminal, and a regular file to compare with it.
 #pragma once
 
-#include <cerrno>
-#include <chrono>
-#include <cstdlib>
-#include <optional>
-#include <stdexcept>
-#include <string>
-
-#include <fcntl.h>
-#include <poll.h>
 #include <pty.h>
 #include <sys/mman.h>
 #include <termios.h>
-#include <unistd.h>
+
+#include "tests/companions/CompanionTest.h"
 
 class Terminal {
 public:

@@ -1,20 +1,10 @@
 // Output of the companions on a terminal, for different locales.
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <string>
-
-#include <unistd.h>
-
-#include <nlohmann/json.hpp>
-
 #include "companions/DoctorReport.h"
 #include "companions/Output.h"
 #include "companions/Rows.h"
 #include "companions/TableRows.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
-#include "tests/support/OtherProcess.h"
 
 namespace {
 
@@ -94,7 +84,7 @@ TEST(TerminalCharactersTest, JsonFindingsAreAscii) {
     for (char const* const locale : {"C", utf8Locale}) {
         std::string const text = OnTerminal(locale, write);
         EXPECT_TRUE(std::ranges::all_of(text, [](char c) { return c > 0; })) << text;
-        EXPECT_EQ(capitalU, nlohmann::json::parse(text)["checks"][0]["message"]);
+        EXPECT_EQ(capitalU, Json::parse(text)["checks"][0]["message"]);
     }
 }
 

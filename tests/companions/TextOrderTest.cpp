@@ -1,15 +1,8 @@
 #include "companions/TextOrder.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
-#include <string>
-#include <vector>
+#include "tests/companions/CompanionTest.h"
 
 namespace {
-
-using Texts = std::vector<std::string>;
 
 bool IsLess(std::string const& left, std::string const& right) {
     return CompareTexts(left, right) < 0;

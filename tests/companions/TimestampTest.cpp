@@ -1,7 +1,5 @@
 #include "companions/Timestamp.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/companions/Terminal.h"
 
 namespace {

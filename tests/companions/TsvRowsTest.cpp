@@ -1,7 +1,5 @@
 #include "companions/Rows.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 

@@ -1,10 +1,6 @@
 #include "companions/UserName.h"
 
-#include <gtest/gtest.h>
-
-#include <fstream>
-
-#include "tests/support/TemporaryDirectory.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 

@@ -1,11 +1,6 @@
 #include "companions/Utf8.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <string>
-
-#include <nlohmann/json.hpp>
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
@@ -73,7 +68,7 @@ TEST(Utf8Test, AgreesWithTheJsonLibraryOnAnyFourBytes) {
             for (char const third : bytes)
                 for (char const fourth : bytes) {
                     std::string const text = {first, second, third, fourth};
-                    bool const accepted = nlohmann::json::accept("\"" + text + "\"");
+                    bool const accepted = Json::accept("\"" + text + "\"");
                     ASSERT_EQ(accepted, IsUtf8(text)) << testing::PrintToString(text);
                 }
 }

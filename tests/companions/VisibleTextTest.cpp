@@ -1,13 +1,9 @@
 #include "companions/VisibleText.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <string>
 
 #include "companions/Utf8.h"
+#include "tests/companions/CompanionTest.h"
 
 namespace {
 
