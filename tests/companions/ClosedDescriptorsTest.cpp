@@ -8,8 +8,6 @@
 
 namespace {
 
-std::string const finished = OneRowAnswer();
-
 constexpr char expectedRows[] =
     "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n"
     "d\tr\tt\t1\tx\tc\n";
@@ -34,6 +32,13 @@ protected:
         return options;
     }
 
+    // The exchange has no files but the lock file and the response, with these bytes.
+    static void ExpectFiles(std::string const& lock, std::string const& response) {
+        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
+        EXPECT_EQ(lock, ReadBytes(ScriptedAgent::lockFile));
+        EXPECT_EQ(response, ReadBytes(ScriptedAgent::response));
+    }
+
     static void OnAMachine(std::function<void()> const& body) {
         bool const hasDevNull = std::get<1>(GetParam());
         Sandbox::Options options;
@@ -49,24 +54,20 @@ protected:
 
 TEST_P(ClosedDescriptorsTest, QueryDoesNotWriteOutputToExchangeFiles) {
     OnAMachine([] {
-        ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).Answer(finished).Answer(CloseAnswer()));
+        ScriptedAgent const agent(WholeEvaluation({OneRowAnswer()}));
         ProgramResult const result =
             RunProgram({CC_QUERY_PROGRAM, "--tsv", "--progress=lines", "u", "d"}, Options());
         bool const outputClosed = IsClosed(STDOUT_FILENO);
-        EXPECT_EQ(ExitStatus::Exited(outputClosed ? 8 : 0), result.status);
-        EXPECT_EQ(outputClosed ? "" : expectedRows, result.output);
         std::string const errors = std::string(progress) + (outputClosed ? outputFailed : "");
-        EXPECT_EQ(IsClosed(STDERR_FILENO) ? "" : errors, result.errors);
+        ExpectExit(outputClosed ? 8 : 0, IsClosed(STDERR_FILENO) ? "" : errors, result);
+        EXPECT_EQ(outputClosed ? "" : expectedRows, result.output);
         agent.AwaitEnd();
-        std::vector<SeenRequest> const requests = agent.Requests();
-        ASSERT_EQ(3u, requests.size());
-        EXPECT_EQ(OpenRequest("u", "d", "0"), requests[0].bytes);
-        EXPECT_EQ(progressRequest, requests[1].bytes);
-        EXPECT_EQ(closeRequest, requests[2].bytes);
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-        EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
-        EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
+        Texts requests;
+        for (SeenRequest const& request : agent.Requests())
+            requests.push_back(request.bytes);
+        EXPECT_THAT(requests,
+                    ElementsAre(OpenRequest("u", "d", "0"), progressRequest, closeRequest));
+        ExpectFiles("", CloseAnswer());
     });
 }
 
@@ -76,8 +77,8 @@ TEST_P(ClosedDescriptorsTest, DoctorDoesNotWriteOutputToExchangeFiles) {
         // Directories that every user may write to are a problem.
         for (char const* const file : {ScriptedAgent::request, ScriptedAgent::response})
             fs::permissions(fs::path(file).parent_path(), fs::perms(0755));
-        std::ofstream(ScriptedAgent::lockFile) << "lock";
-        std::ofstream(ScriptedAgent::response) << "response";
+        WriteBytes(ScriptedAgent::lockFile, "lock");
+        WriteBytes(ScriptedAgent::response, "response");
         ProgramResult const expected = RunProgram({CC_DOCTOR_PROGRAM});
         ProgramResult const result = RunProgram({CC_DOCTOR_PROGRAM}, Options());
         bool const outputClosed = IsClosed(STDOUT_FILENO);
@@ -89,9 +90,7 @@ TEST_P(ClosedDescriptorsTest, DoctorDoesNotWriteOutputToExchangeFiles) {
                 ? "compliance-doctor: the findings could not be written: Bad file descriptor\n"
                 : "",
             result.errors);
-        EXPECT_EQ("lockfile ", ListDirectory(ScriptedAgent::requestDirectory));
-        EXPECT_EQ("lock", ReadBytes(ScriptedAgent::lockFile));
-        EXPECT_EQ("response", ReadBytes(ScriptedAgent::response));
+        ExpectFiles("lock", "response");
     });
 }
 

@@ -26,65 +26,72 @@ Words Offered(std::string const& command, Texts const& words) {
     return offered;
 }
 
+// A command line of one program, and the completions of its last word.
+struct Completion {
+    Texts words;
+    Words offered;
+};
+
+void ExpectOffered(std::string const& command, std::vector<Completion> const& completions) {
+    for (auto const& [words, offered] : completions)
+        EXPECT_EQ(offered, Offered(command, words)) << testing::PrintToString(words);
+}
+
 TEST(CompletionsTest, BashOffersOptionsThatBeginWithTheWord) {
-    EXPECT_EQ((Words{"--table", "--tsv", "--timeout"}),
-              Offered("compliance-query", {"url", "--t"}));
-    EXPECT_EQ(Words{"--json"}, Offered("compliance-doctor", {"--j"}));
+    ExpectOffered("compliance-query", {{{"url", "--t"}, {"--table", "--tsv", "--timeout"}}});
+    ExpectOffered("compliance-doctor", {{{"--j"}, {"--json"}}});
 }
 
 TEST(CompletionsTest, BashCompletesNoOperands) {
-    EXPECT_EQ(Words(), Offered("compliance-query", {""}));
-    EXPECT_EQ(Words(), Offered("compliance-query", {"--timeout", ""}));
-    EXPECT_EQ(Words(), Offered("compliance-query", {"--strict", "-"}));
+    ExpectOffered("compliance-query",
+                  {{{""}, {}}, {{"--timeout", ""}, {}}, {{"--strict", "-"}, {}}});
 }
 
 TEST(CompletionsTest, BashOffersValuesOfOptions) {
-    EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
-              Offered("compliance-query", {"--progress", ""}));
-    EXPECT_EQ((Words{"auto", "bar", "lines", "none"}),
-              Offered("compliance-query", {"--progress", "="}));
-    EXPECT_EQ(Words{"lines"}, Offered("compliance-query", {"--progress", "=", "l"}));
-    EXPECT_EQ((Words{"gather", "all", "idle", "hint"}),
-              Offered("compliance-query", {"--flags", ""}));
-    EXPECT_EQ((Words{"all,idle"}), Offered("compliance-query", {"--flags", "all,i"}));
-    EXPECT_EQ((Words{"all,idle,gather", "all,idle,hint"}),
-              Offered("compliance-query", {"--flags", "=", "all,idle,"}));
-    EXPECT_EQ((Words{"result,resultType"}), Offered("compliance-query", {"--columns", "result,r"}));
-    EXPECT_EQ((Words{"129"}), Offered("compliance-query", {"--explain", "12"}));
-    EXPECT_EQ((Words{"README.md"}), Offered("compliance-query", {"-o", "READ"}));
-    EXPECT_EQ((Words{"README.md"}), Offered("compliance-diff", {"--json", "READ"}));
-    EXPECT_EQ((Words{"always", "auto"}), Offered("compliance-diff", {"--color", "=", "a"}));
-    EXPECT_EQ(Words(), Offered("compliance-diff", {"--regressions", "READ"}));
-    EXPECT_EQ((Words{"README.md"}), Offered("compliance-report", {"--html", "=", "READ"}));
-    EXPECT_EQ(Words(), Offered("compliance-report", {"--strict", "READ"}));
+    Words const styles = {"auto", "bar", "lines", "none"};
+    ExpectOffered("compliance-query",
+                  {{{"--progress", ""}, styles},
+                   {{"--progress", "="}, styles},
+                   {{"--progress", "=", "l"}, {"lines"}},
+                   {{"--flags", ""}, {"gather", "all", "idle", "hint"}},
+                   {{"--flags", "all,i"}, {"all,idle"}},
+                   {{"--flags", "=", "all,idle,"}, {"all,idle,gather", "all,idle,hint"}},
+                   {{"--columns", "result,r"}, {"result,resultType"}},
+                   {{"--explain", "12"}, {"129"}},
+                   {{"-o", "READ"}, {"README.md"}}});
+    ExpectOffered("compliance-diff", {{{"--json", "READ"}, {"README.md"}},
+                                      {{"--color", "=", "a"}, {"always", "auto"}},
+                                      {{"--regressions", "READ"}, {}}});
+    ExpectOffered("compliance-report",
+                  {{{"--html", "=", "READ"}, {"README.md"}}, {{"--strict", "READ"}, {}}});
 }
 
 TEST(CompletionsTest, BashOffersNoOptionTwice) {
-    EXPECT_EQ(Words{"--timeout"}, Offered("compliance-query", {"--json", "url", "--t"}));
-    EXPECT_EQ(Words{}, Offered("compliance-query", {"--timeout", "=", "5", "--json", "--t"}));
-    EXPECT_EQ(Words{"--only"}, Offered("compliance-query", {"-o", "file", "--o"}));
-    EXPECT_EQ(Words{}, Offered("compliance-query", {"-q", "--q"}));
-    EXPECT_EQ(Words{}, Offered("compliance-query", {"--flags", "=", "all", "--f"}));
-    EXPECT_EQ(Words{}, Offered("compliance-query", {"-h", "--he"}));
-    EXPECT_EQ((Words{"--help", "--version"}), Offered("compliance-doctor", {"--json", ""}));
-    EXPECT_EQ(Words{}, Offered("compliance-doctor", {"-h", "--he"}));
-    EXPECT_EQ(Words{}, Offered("compliance-doctor", {"-V", "--ve"}));
+    ExpectOffered("compliance-query", {{{"--json", "url", "--t"}, {"--timeout"}},
+                                       {{"--timeout", "=", "5", "--json", "--t"}, {}},
+                                       {{"-o", "file", "--o"}, {"--only"}},
+                                       {{"-q", "--q"}, {}},
+                                       {{"--flags", "=", "all", "--f"}, {}},
+                                       {{"-h", "--he"}, {}}});
+    ExpectOffered(
+        "compliance-doctor",
+        {{{"--json", ""}, {"--help", "--version"}}, {{"-h", "--he"}, {}}, {{"-V", "--ve"}, {}}});
 }
 
 TEST(CompletionsTest, BashFollowsThePositionalSyntaxOfTheTool) {
-    EXPECT_EQ((Words{"-c", "-d"}), Offered("ClientCompliance", {""}));
-    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", ""}));
-    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-c", "url", ""}));
-    EXPECT_EQ((Words{"1", "10", "11", "12", "13", "14", "15"}),
-              Offered("ClientCompliance", {"-c", "url", "doc", "1"}));
-    EXPECT_EQ(Words(), Offered("ClientCompliance", {"-d", "", "", ""}));
+    ExpectOffered("ClientCompliance",
+                  {{{""}, {"-c", "-d"}},
+                   {{"-c", ""}, {}},
+                   {{"-c", "url", ""}, {}},
+                   {{"-c", "url", "doc", "1"}, {"1", "10", "11", "12", "13", "14", "15"}},
+                   {{"-d", "", "", ""}, {}}});
 }
 
 TEST(CompletionsTest, BashOffersScenarioFilesForTheStandInAgent) {
-    EXPECT_EQ((Words{"--check", "--help", "--version"}), Offered("VeskaClient", {"--"}));
-    EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"READ"}));
-    EXPECT_EQ(Words{"README.md"}, Offered("VeskaClient", {"--check", "READ"}));
-    EXPECT_EQ(Words(), Offered("VeskaClient", {"--help", "READ"}));
+    ExpectOffered("VeskaClient", {{{"--"}, {"--check", "--help", "--version"}},
+                                  {{"READ"}, {"README.md"}},
+                                  {{"--check", "READ"}, {"README.md"}},
+                                  {{"--help", "READ"}, {}}});
 }
 
 void ExpectGoodSyntax(Texts const& checker, std::string const& folder) {

@@ -141,18 +141,16 @@ TEST(JsonRowsTest, ControlCharactersAreEscapedOnATerminal) {
     RowList const list = {
         {{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\xE2\x80\xAE", "caf\xC3\xA9"}}};
     using Write = void (*)(Rows const&, Provenance const&, Output&);
-    for (Write const write : {static_cast<Write>(WriteJson), static_cast<Write>(WriteNdjson)}) {
-        Terminal screen;
-        Output output(screen.otherEnd());
-        write(RowsOf(list), KnownProvenance(), output);
-        output.Flush();
-        std::string const text = screen.Read();
+    for (bool const ndjson : {false, true}) {
+        Write const write =
+            ndjson ? static_cast<Write>(WriteNdjson) : static_cast<Write>(WriteJson);
+        std::string const text = TerminalOutputOf(
+            [&](Output& output) { write(RowsOf(list), KnownProvenance(), output); });
         EXPECT_TRUE(std::ranges::all_of(text, [](char c) {
             return c == '\n' || (c >= ' ' && c < '\x7F');
         })) << text;
-        Json const row = write == static_cast<Write>(WriteJson) ? Json::parse(text).at("rows").at(0)
-                                                                : ParseLines(text).at(1);
-        EXPECT_EQ(RowObject(list[0]), row);
+        EXPECT_EQ(RowObject(list[0]),
+                  ndjson ? ParseLines(text).at(1) : Json::parse(text).at("rows").at(0));
     }
 }
 

@@ -39,15 +39,15 @@ std::string Bar(int filled, std::string const& text) {
 std::string const gone = "\r\x1b[K";
 
 TEST(ProgressTest, RedrawsBarAndClearsItAtTheEnd) {
-    EXPECT_EQ(Bar(0, "asking the agent") + Bar(0, "0% completed") + Bar(15, "50% completed") +
-                  Bar(30, "100% completed") + Bar(30, "closing the evaluation") + gone,
-              ErrorsOf([] { ShowAll(ProgressStyle::bar); }, true));
+    for (ProgressStyle const style : {ProgressStyle::bar, ProgressStyle::automatic})
+        EXPECT_EQ(Bar(0, "asking the agent") + Bar(0, "0% completed") + Bar(15, "50% completed") +
+                      Bar(30, "100% completed") + Bar(30, "closing the evaluation") + gone,
+                  ErrorsOf([&] { ShowAll(style); }, true));
 }
 
-TEST(ProgressTest, AutomaticShowsABarOnATerminalOnly) {
-    EXPECT_EQ(ErrorsOf([] { ShowAll(ProgressStyle::bar); }, true),
-              ErrorsOf([] { ShowAll(ProgressStyle::automatic); }, true));
+TEST(ProgressTest, AutomaticShowsNothingInAFileAndNoneNothingAtAll) {
     EXPECT_EQ("", ErrorsOf([] { ShowAll(ProgressStyle::automatic); }, false));
+    EXPECT_EQ("", ErrorsOf([] { ShowAll(ProgressStyle::none); }, true));
 }
 
 TEST(ProgressTest, LinesStyleWritesLineForEachStep) {
@@ -59,33 +59,29 @@ TEST(ProgressTest, LinesStyleWritesLineForEachStep) {
               ErrorsOf([] { ShowAll(ProgressStyle::lines); }, false));
 }
 
-TEST(ProgressTest, NoneShowsNothingOnATerminal) {
-    EXPECT_EQ("", ErrorsOf([] { ShowAll(ProgressStyle::none); }, true));
-}
-
 TEST(ProgressTest, LimitsBarButNotPercentage) {
     auto const percent = [](int number) {
         return ErrorsOf([&] { Progress(ProgressStyle::bar).Percent(number); }, false);
     };
-    EXPECT_EQ(Bar(0, "-5% completed") + gone, percent(-5));
-    EXPECT_EQ(Bar(30, "1000% completed") + gone, percent(1000));
-    EXPECT_EQ(Bar(30, "2147483647% completed") + gone, percent(2147483647));
-    EXPECT_EQ(Bar(0, "-2147483648% completed") + gone, percent(-2147483647 - 1));
-    EXPECT_EQ(Bar(0, "3% completed") + gone, percent(3));
-    EXPECT_EQ(Bar(1, "4% completed") + gone, percent(4));
-    EXPECT_EQ(Bar(29, "99% completed") + gone, percent(99));
+    for (auto const& [filled, number] : {std::pair{0, -5},
+                                         {30, 1000},
+                                         {30, 2147483647},
+                                         {0, -2147483647 - 1},
+                                         {0, 3},
+                                         {1, 4},
+                                         {29, 99}})
+        EXPECT_EQ(Bar(filled, std::to_string(number) + "% completed") + gone, percent(number));
 }
 
 TEST(ProgressTest, ClearsDrawnBarOnce) {
-    EXPECT_EQ(Bar(0, "asking the agent") + gone, ErrorsOf(
-                                                     [] {
-                                                         Progress progress(ProgressStyle::bar);
-                                                         progress.Clear();
-                                                         progress.Opening();
-                                                         progress.Clear();
-                                                         progress.Clear();
-                                                     },
-                                                     false));
+    auto const body = [] {
+        Progress progress(ProgressStyle::bar);
+        progress.Clear();
+        progress.Opening();
+        progress.Clear();
+        progress.Clear();
+    };
+    EXPECT_EQ(Bar(0, "asking the agent") + gone, ErrorsOf(body, false));
 }
 
 TEST(ProgressTest, DumbTerminalReceivesNoEscapeSequence) {

@@ -77,23 +77,21 @@ TEST_F(QueryConfigTest, RefusesUrlOrDocumentAlone) {
 }
 
 TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {
+    auto const refusal = [&](std::string const& value) {
+        return Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0);
+    };
     std::string const accepted = "; accepted: the site gather URL";
     for (std::string const value : {"a\"b", "it's", "\"a", "a\\b", "a\\"})
-        EXPECT_EQ("1: URL: '" + value + "' has a quote or a backslash" + accepted,
-                  Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
-    EXPECT_EQ("1: URL: 'a\\r' has a control character" + accepted,
-              Mistakes("URL=a\r\nDOCUMENT=x\n").at(0));
-    for (std::string const value : {"", "  ", "\"\"", "''"})
-        EXPECT_EQ("1: URL: '' is empty" + accepted,
-                  Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0));
+        EXPECT_EQ("1: URL: '" + value + "' has a quote or a backslash" + accepted, refusal(value));
+    for (char const* const value : {"", "  ", "\"\"", "''"})
+        EXPECT_EQ("1: URL: '' is empty" + accepted, refusal(value));
+    EXPECT_EQ("1: URL: 'a\\r' has a control character" + accepted, refusal("a\r"));
+    EXPECT_EQ("1: URL: 'a\\x00b' has a control character" + accepted,
+              refusal(std::string("a\0b", 3)));
+    EXPECT_EQ("1: URL: 'a\\xff' is not UTF-8" + accepted, refusal("a\xff"));
 }
 
 TEST_F(QueryConfigTest, RefusesTextThatSystemdReadsDifferently) {
-    std::string const accepted = "; accepted: the site gather URL";
-    EXPECT_EQ("1: URL: 'a\\x00b' has a control character" + accepted,
-              Mistakes(std::string("URL=a\0b\nDOCUMENT=x\n", 17)).at(0));
-    EXPECT_EQ("1: URL: 'a\\xff' is not UTF-8" + accepted,
-              Mistakes("URL=a\xff\nDOCUMENT=x\n").at(0));
     EXPECT_EQ(Texts{"1: begins with a byte order mark; accepted: UTF-8 without one"},
               Mistakes("\xEF\xBB\xBFURL=a\nDOCUMENT=x\n"));
     for (std::string const comment : {"# a \\", "; a\\\\", "#\\\r"})

@@ -8,26 +8,19 @@ namespace {
 QueryExit StatusOf(int code) { return DescribeCode(code).status; }
 
 TEST(QueryExitTest, EachCodeHasItsStatus) {
-    EXPECT_EQ(QueryExit::noAgent, StatusOf(-1));
-    EXPECT_EQ(QueryExit::noAgent, StatusOf(-2));
-    EXPECT_EQ(QueryExit::timeOut, StatusOf(-3));
-    EXPECT_EQ(QueryExit::noAgent, StatusOf(-4));
-    EXPECT_EQ(QueryExit::busy, StatusOf(-5));
-    EXPECT_EQ(QueryExit::badAnswer, StatusOf(-7));
-    EXPECT_EQ(QueryExit::busy, StatusOf(-15));
-    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-16));
-    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-17));
-    EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(-19));
-}
-
-TEST(QueryExitTest, UnknownCodeIsFailedExchange) {
-    for (int const code : {-8, -9, -18, -20, -21, -22, -1000, 0, 7})
-        EXPECT_EQ(QueryExit::exchangeFailed, StatusOf(code)) << code;
+    for (auto const& [status, codes] :
+         {std::pair{QueryExit::noAgent, std::vector{-1, -2, -4}},
+          {QueryExit::timeOut, {-3}},
+          {QueryExit::busy, {-5, -15}},
+          {QueryExit::badAnswer, {-7}},
+          // Including unknown codes.
+          {QueryExit::exchangeFailed, {-16, -17, -19, -8, -9, -18, -20, -21, -22, -1000, 0, 7}}})
+        for (int const code : codes)
+            EXPECT_EQ(status, StatusOf(code)) << code;
 }
 
 SANDBOX_TEST(QueryExitTest, RefusedLockIsExamined) {
     EXPECT_EQ(QueryExit::noAgent, StatusOf(-6));
-    Sandbox::CreateAgentDirectories();
     Sandbox::InstallAgent();
     ForeignLock const lock;
     EXPECT_EQ(QueryExit::busy, StatusOf(-6));

@@ -161,66 +161,53 @@ TEST_F(ReportTest, ReportsResultWithoutRowsUnlessAllowed) {
     ExpectStates({"web1:"});
 }
 
-TEST_F(ReportTest, OverlappingEvaluationsIndicateTwoMachines) {
-    StoreAt("a", 0);
-    StoreAt("b", 9);
-    ExpectStates({"web1: two-machines"});
-    files.pop_back();
-    StoreAt("c", 10);
-    ExpectStates({"web1:"});
-}
+struct Evaluation {
+    // Seconds after the usual start.
+    time_t start = 0;
+    time_t duration = 10;
+    time_t agent = 1;
+    bool isStale = false;
+    bool isRefused = false;
+    char const* result = "Pass";
+};
 
-TEST_F(ReportTest, RefusedEvaluationsMayOverlap) {
-    StoreAt("a", 0);
-    StoreFailure("b", ProvenanceOf("web1", resultTime - 5), {4, "busy", -6, {}, "refused"});
-    ExpectStates({"web1:"});
-}
+struct SameHost {
+    char const* name;
+    std::vector<Evaluation> evaluations;
+    std::string state;
+    std::size_t olderResults;
+};
 
-TEST_F(ReportTest, ZeroDurationEvaluationOverlapsOneWithSameStart) {
-    Provenance provenance = ProvenanceOf("web1");
-    provenance.end = provenance.start;
-    Store("a", provenance);
-    StoreAt("b", 0);
-    ExpectStates({"web1: two-machines"});
-}
-
-TEST_F(ReportTest, AlternatingAgentProgramsIndicateTwoMachines) {
-    auto const store = [&](int night, time_t agent) {
-        Provenance provenance = ProvenanceOf("web1", resultTime + night * 100);
-        provenance.agentModified = timespec{agent, 0};
-        Store("night" + std::to_string(night), provenance);
-    };
-    store(1, 5);
-    store(2, 5);
-    store(3, 6);
-    ExpectStates({"web1:"});
-    store(4, 5);
-    ExpectStates({"web1: two-machines"});
-}
-
-TEST_F(ReportTest, CopiesOfAResultIndicateOneMachine) {
-    StoreAt("a", 0);
-    StoreAt("copy", 0);
-    ExpectStates({"web1:"});
-    EXPECT_EQ(0u, FirstEntry().olderResults);
-    StoreAt("older", -86400);
-    StoreAt("copy of older", -86400);
-    EXPECT_EQ(1u, FirstEntry().olderResults);
-}
-
-TEST_F(ReportTest, DifferentRowsAtTheSameTimeIndicateTwoMachines) {
-    StoreAt("good", 0);
-    Store("bad", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
-    ExpectStates({"web1: two-machines"});
-}
-
-TEST_F(ReportTest, ResultsThatDifferInFreshnessAreNotCopies) {
-    Provenance provenance = ProvenanceOf("web1");
-    Store("fresh", provenance);
-    provenance.stale = true;
-    Store("stale", provenance);
-    ExpectStates({"web1: two-machines stale"});
-    EXPECT_EQ(1u, FirstEntry().olderResults);
+TEST_F(ReportTest, DetectsTwoMachinesWithTheSameName) {
+    for (SameHost const& test :
+         {SameHost{"overlap", {{}, {.start = 9}}, "web1: two-machines", 1},
+          {"no overlap", {{}, {.start = 10}}, "web1:", 1},
+          {"same start", {{.duration = 0}, {}}, "web1: two-machines", 1},
+          {"refused evaluations may overlap", {{}, {.start = -5, .isRefused = true}}, "web1:", 1},
+          {"new agent", {{}, {.start = 100}, {.start = 200, .agent = 2}}, "web1:", 2},
+          {"alternating agents",
+           {{}, {.start = 100, .agent = 2}, {.start = 200}},
+           "web1: two-machines",
+           2},
+          {"copies", {{}, {}, {.start = -86400}, {.start = -86400}}, "web1:", 1},
+          {"other rows", {{}, {.result = "Fail"}}, "web1: two-machines", 1},
+          {"other freshness", {{}, {.isStale = true}}, "web1: two-machines stale", 1}}) {
+        SCOPED_TRACE(test.name);
+        files.clear();
+        for (Evaluation const& evaluation : test.evaluations) {
+            Provenance provenance = ProvenanceOf("web1", resultTime + evaluation.start);
+            provenance.end.tv_sec = provenance.start.tv_sec + evaluation.duration;
+            provenance.agentModified = timespec{evaluation.agent, 0};
+            provenance.stale = evaluation.isStale;
+            std::string const name = std::to_string(files.size());
+            if (evaluation.isRefused)
+                StoreFailure(name, provenance, {4, "busy", -6, {}, "refused"});
+            else
+                Store(name, provenance, {ResultRow("d", evaluation.result)});
+        }
+        ExpectStates({test.state});
+        EXPECT_EQ(test.olderResults, FirstEntry().olderResults);
+    }
 }
 
 TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {

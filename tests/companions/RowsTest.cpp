@@ -1,7 +1,7 @@
 #include "companions/Rows.h"
 
-#include "tests/companions/CompanionTest.h"
 #include "tests/companions/RowList.h"
+#include "tests/companions/Terminal.h"
 
 namespace {
 
@@ -54,6 +54,38 @@ TEST(RowsTest, KeepsTheMostFrequentResultsAndCountsTheOtherRows) {
     EXPECT_EQ((ResultCounts{{"b", 5}, {"d", 3}}), results);
     EXPECT_EQ(0u, KeepMostFrequent(results, 2));
     EXPECT_EQ(2u, results.size());
+}
+
+std::string Tsv(RowList const& list) {
+    return OutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); });
+}
+
+std::string const tsvHead =
+    "designator\tresult\tresultType\tevaluationTime\tdescription\tcomment\n";
+
+TEST(TsvRowsTest, WritesTheHeaderWithoutRows) { EXPECT_EQ(tsvHead, Tsv({})); }
+
+TEST(TsvRowsTest, WritesLineForEachRow) {
+    EXPECT_EQ(tsvHead + "a\tb\tc\td\te\tf\n\t\t\t\t\t\n",
+              Tsv({{{"a", "b", "c", "d", "e", "f"}}, {{"", "", "", "", "", ""}}}));
+}
+
+TEST(TsvRowsTest, EscapesTabLineFeedReturnAndBackslash) {
+    EXPECT_EQ(tsvHead + "\\t\t\\n\t\\r\\n\t\\\\\t\\\\t\ta\\\\\\tb\n",
+              Tsv({{{"\t", "\n", "\r\n", "\\", "\\t", "a\\\tb"}}}));
+}
+
+TEST(TsvRowsTest, CopiesOtherBytes) {
+    EXPECT_EQ(tsvHead + "\x01\t\x1b[m\t\xB5\t\xC2\xB5\t\"q\"\t a \n",
+              Tsv({{{"\x01", "\x1b[m", "\xB5", "\xC2\xB5", "\"q\"", " a "}}}));
+}
+
+// Backslashes of the text are doubled, so escapes are unambiguous.
+TEST(TsvRowsTest, ControlCharactersAreEscapedOnATerminal) {
+    RowList const list = {{{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\\x1b", "caf\xC3\xA9"}}};
+    EnvironmentVariable const locale("LC_ALL", "C.UTF-8");
+    EXPECT_EQ(tsvHead + "\\x1b[m\\x7f\t\\xb5\t\\u009b\t\\t\\n\t\\\\x1b\tcaf\xC3\xA9\n",
+              TerminalOutputOf([&](Output& output) { WriteTsv(RowsOf(list), output); }));
 }
 
 } // namespace

@@ -112,13 +112,8 @@ TEST_F(TableRowsTest, EachColumnHasAtLeastFourCharacters) {
 
 // Returns the table as written to a terminal of this width.
 std::string TableOnTerminal(RowList const& list, ColorMode color, unsigned short width = 80) {
-    Terminal const screen;
-    winsize const size{24, width, 0, 0};
-    EXPECT_EQ(0, ioctl(screen.otherEnd(), TIOCSWINSZ, &size));
-    Output output(screen.otherEnd());
-    WriteTable(RowsOf(list), {.color = color}, {}, output);
-    output.Flush();
-    return screen.Read();
+    return TerminalOutputOf(
+        [&](Output& output) { WriteTable(RowsOf(list), {.color = color}, {}, output); }, width);
 }
 
 TEST_F(TableRowsTest, FitsTheTerminal) {

@@ -5,6 +5,7 @@
 #include <sys/mman.h>
 #include <termios.h>
 
+#include "companions/Output.h"
 #include "tests/companions/CompanionTest.h"
 
 class Terminal {
@@ -71,6 +72,18 @@ private:
     int programEnd = -1;
     int const plainFile;
 };
+
+// Returns the output of the body, which takes an Output, on a terminal of this width.
+template <typename Body>
+std::string TerminalOutputOf(Body const& body, unsigned short width = 80) {
+    Terminal const screen;
+    winsize const size{24, width, 0, 0};
+    EXPECT_EQ(0, ioctl(screen.otherEnd(), TIOCSWINSZ, &size));
+    Output output(screen.otherEnd());
+    body(output);
+    output.Flush();
+    return screen.Read();
+}
 
 // Sets an environment variable during the lifetime of the object.
 class EnvironmentVariable {

@@ -33,36 +33,13 @@ TEST(Utf8Test, DecodesExactlyTheScalarValues) {
     }
 }
 
-TEST(Utf8Test, RejectsTruncatedSequences) {
-    for (std::uint32_t const value : {0xB5u, 0x7FFu, 0x20ACu, 0xFFFFu, 0x1F600u, 0x10FFFFu}) {
-        std::string const text = Encode(value);
-        EXPECT_EQ(0u, DecodeCharacter("").length);
-        for (std::size_t length = 1; length < text.size(); ++length) {
-            EXPECT_EQ(0u, DecodeCharacter(text.substr(0, length)).length);
-            EXPECT_EQ(0u, DecodeCharacter(text.substr(0, length) + std::string(4, 'x')).length);
-        }
-    }
-}
-
-TEST(Utf8Test, RejectsOverlongSequences) {
-    for (std::string const text : {"\xC0\x80", "\xC1\xBF", "\xE0\x80\x80", "\xE0\x9F\xBF",
-                                   "\xF0\x80\x80\x80", "\xF0\x8F\xBF\xBF"})
-        EXPECT_FALSE(IsUtf8(text));
-}
-
-TEST(Utf8Test, TextIsUtf8IfAllSequencesAreWellFormed) {
-    EXPECT_TRUE(IsUtf8(""));
-    EXPECT_TRUE(IsUtf8("plain"));
-    EXPECT_TRUE(IsUtf8("\xC2\xB5s \xE2\x82\xAC \xF0\x9F\x98\x80"));
-    EXPECT_FALSE(IsUtf8("\xB5s"));
-    EXPECT_FALSE(IsUtf8("plain \xC2"));
-    EXPECT_FALSE(IsUtf8("\xC2\xB5 then \xFF"));
-}
-
 // Compares with the JSON library, which rejects ill-formed UTF-8.
 TEST(Utf8Test, AgreesWithTheJsonLibraryOnAnyFourBytes) {
-    char const bytes[] = {'a',    '\x7F', '\x80', '\x8F', '\x90', '\x9F', '\xA0', '\xBF', '\xC0',
-                          '\xC2', '\xDF', '\xE0', '\xE1', '\xED', '\xEF', '\xF0', '\xF4', '\xFF'};
+    EXPECT_TRUE(IsUtf8(""));
+    EXPECT_EQ(0u, DecodeCharacter("").length);
+    char const bytes[] = {'a',    '\x7F', '\x80', '\x8F', '\x90', '\x9F', '\xA0',
+                          '\xBF', '\xC0', '\xC1', '\xC2', '\xDF', '\xE0', '\xE1',
+                          '\xED', '\xEF', '\xF0', '\xF4', '\xF5', '\xFF'};
     for (char const first : bytes)
         for (char const second : bytes)
             for (char const third : bytes)
