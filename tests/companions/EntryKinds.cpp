@@ -111,3 +111,19 @@ std::vector<Kind> KindsOfDirectories(Texts const& modes) {
         kinds.push_back(WithMode({Entry::directory}, mode));
     return kinds;
 }
+
+ProgramResult RunAs(bool asUser, Texts const& command, ProgramOptions options) {
+    options.prepare = [asUser] {
+        if (asUser)
+            Sandbox::DropPrivileges();
+        return true;
+    };
+    return RunProgram(command, options);
+}
+
+std::string ProblemOf(std::string const& check, Json const& document) {
+    for (Json const& finding : document.at("checks"))
+        if (finding.at("check") == check && finding.at("verdict") == "problem")
+            return finding.at("cause");
+    return "";
+}

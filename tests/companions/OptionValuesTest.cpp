@@ -59,6 +59,7 @@ TEST(OptionValuesTest, UsesLastValueAndValidatesAll) {
     };
     EXPECT_EQ(ColorMode::automatic, read({}));
     EXPECT_EQ(ColorMode::always, read({"--color=never", "--color=always"}));
+    EXPECT_EQ(ColorMode::automatic, read({"--color=never", "--color=auto"}));
     EXPECT_EQ("--color: 'red' is not accepted; accepted: auto, always or never",
               MessageOf<CommandLineError>([&] {
                   read({"--color=red", "--color=never"});

@@ -11,22 +11,17 @@ TEST(ProgramTest, ReturnsTheExitStatusOfTheFunction) {
     EXPECT_EQ(10, RunMain(program, [] { return 10; }));
 }
 
-TEST(ProgramTest, ReportsAnInvalidCommandLine) {
+template <typename Exception>
+void ExpectReported(int status, std::string const& text, Exception const& exception) {
     testing::internal::CaptureStderr();
-    EXPECT_EQ(2, RunMain(program, []() -> int { throw CommandLineError("'-y' is unknown"); }));
-    EXPECT_EQ("some-program: '-y' is unknown\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(status, RunMain(program, [&]() -> int { throw exception; }));
+    EXPECT_EQ("some-program: " + text + "\n", testing::internal::GetCapturedStderr());
 }
 
-TEST(ProgramTest, ReportsAnyOtherException) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(7, RunMain(program, []() -> int { throw std::runtime_error("no memory\a"); }));
-    EXPECT_EQ("some-program: no memory\\x07\n", testing::internal::GetCapturedStderr());
-}
-
-TEST(ProgramTest, ReportsExhaustedMemory) {
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(7, RunMain(program, []() -> int { throw std::bad_alloc(); }));
-    EXPECT_EQ("some-program: out of memory\n", testing::internal::GetCapturedStderr());
+TEST(ProgramTest, ReportsExceptions) {
+    ExpectReported(2, "'-y' is unknown", CommandLineError("'-y' is unknown"));
+    ExpectReported(7, "no memory\\x07", std::runtime_error("no memory\a"));
+    ExpectReported(7, "out of memory", std::bad_alloc());
 }
 
 struct AllocatesAtItsEnd {

@@ -14,35 +14,19 @@ public:
     explicit ComparedPrograms(bool isUser) : asUser(isUser) {}
 
     // The program's document on standard output.
-    Json DocumentOfDoctor() const { return Json::parse(Run({doctor, "--json"}).output); }
+    Json DocumentOfDoctor() const { return Json::parse(RunAs(asUser, {doctor, "--json"}).output); }
     Json DocumentOfQuery() const {
-        ProgramResult const result = Run({query, "-d", "--json"});
+        ProgramResult const result = RunAs(asUser, {query, "-d", "--json"});
         Json const document = Json::parse(result.output);
         EXPECT_EQ(ExitStatus::Exited(document.at("exitStatus")), result.status);
         return document;
     }
 
 private:
-    ProgramResult Run(Texts const& command) const {
-        return RunProgram(command, {.prepare = [this] {
-                              if (asUser)
-                                  Sandbox::DropPrivileges();
-                              return true;
-                          }});
-    }
-
     bool const asUser;
     std::string const doctor = CopyForEveryone(CC_DOCTOR_PROGRAM);
     std::string const query = CopyForEveryone(CC_QUERY_PROGRAM);
 };
-
-// The cause of the problem that a check found, or an empty text.
-std::string ProblemOf(std::string const& check, Json const& document) {
-    for (Json const& finding : document.at("checks"))
-        if (finding.at("check") == check && finding.at("verdict") == "problem")
-            return finding.at("cause");
-    return "";
-}
 
 // The status of a refused lock by the findings of the doctor; 0 if they do not explain it.
 int StatusByFindings(Json const& findings) {

@@ -78,6 +78,11 @@ SANDBOX_TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
                RunQuery({"--check-config", "bad"}));
     ExpectExit(2, first, RunQuery({"--config", "bad"}));
     ExpectExit(0, "", RunQuery({"--check-config", "night"}));
+    for (auto const& [refused, argument] : {std::pair{"-d is", "-d"}, {"'url' is", "url"}})
+        ExpectExit(2,
+                   std::string("compliance-query: ") + refused +
+                       " not accepted with --config; accepted: URL and DOC, -d, or --config NAME\n",
+                   RunQuery({"--config=night", argument}));
     EXPECT_THAT(agent.Requests(), IsEmpty());
 }
 

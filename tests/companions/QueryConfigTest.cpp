@@ -121,6 +121,8 @@ TEST_F(QueryConfigTest, LimitsNumberOfKeptResults) {
 TEST_F(QueryConfigTest, RefusesUnreadableAndTooLargeFiles) {
     EXPECT_EQ(Texts{path + ": cannot be read: No such file or directory"},
               ReadQueryConfig(path).mistakes);
+    EXPECT_EQ(Texts{"/proc/self/mem: cannot be read: Input/output error"},
+              ReadQueryConfig("/proc/self/mem").mistakes);
     EXPECT_EQ(Texts{directory.path() + ": not a regular file"},
               ReadQueryConfig(directory.path()).mistakes);
     ASSERT_EQ(0, mkfifo(path.c_str(), 0600));

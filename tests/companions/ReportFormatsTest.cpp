@@ -19,6 +19,21 @@ ReportEntry EntryOf(char const* host, std::size_t rows, std::size_t failing) {
 
 StoredRow FailingRow(std::string const& comment) { return {"d", "Fail", "t", "17", "e", comment}; }
 
+// Writes the report, with these rows of each entry.
+std::string FormatReport(ReportFormat format, Report const& report,
+                         std::vector<StoredRow> const& rows = {}) {
+    return OutputOf([&](Output& output) {
+        std::unique_ptr<ReportWriter> const writer = MakeReportWriter(format, report, output);
+        for (ReportEntry const& entry : report.entries) {
+            writer->StartEntry(entry);
+            for (StoredRow const& row : rows)
+                writer->AddRow(entry, row);
+            writer->EndEntry(entry);
+        }
+        writer->Finish();
+    });
+}
+
 // A report of one host whose rows all fail.
 std::string Format(ReportFormat format, std::vector<StoredRow> const& rows,
                    ReportEntry entry = EntryOf("web1", 0, 0)) {
@@ -27,14 +42,7 @@ std::string Format(ReportFormat format, std::vector<StoredRow> const& rows,
     entry.result.rowCount = entry.failingRows = rows.size();
     report.entries.push_back(entry);
     report.totals.failingRows = report.totals.rows = rows.size();
-    return OutputOf([&](Output& output) {
-        std::unique_ptr<ReportWriter> const writer = MakeReportWriter(format, report, output);
-        writer->StartEntry(report.entries[0]);
-        for (StoredRow const& row : rows)
-            writer->AddRow(report.entries[0], row);
-        writer->EndEntry(report.entries[0]);
-        writer->Finish();
-    });
+    return FormatReport(format, report, rows);
 }
 
 std::size_t Count(std::string const& text, std::string const& part) {
@@ -80,11 +88,31 @@ TEST(ReportFormatsTest, PageNotesItsLimitOf5000FailingRows) {
 }
 
 TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
-    Report const report;
-    EXPECT_THAT(OutputOf([&](Output& output) {
-                    MakeReportWriter(ReportFormat::html, report, output)->Finish();
-                }),
-                HasSubstr("There is no result."));
+    EXPECT_THAT(FormatReport(ReportFormat::html, Report()), HasSubstr("There is no result."));
+}
+
+TEST(ReportFormatsTest, MarkdownNotesItsLimitOf1000Hosts) {
+    Report report;
+    report.entries.resize(maxMarkdownHosts + 3, EntryOf("web1", 1, 1));
+    EXPECT_THAT(FormatReport(ReportFormat::markdown, report),
+                HasSubstr("There are 3 more such hosts."));
+}
+
+TEST(ReportFormatsTest, PageCountsRowsOfRareResults) {
+    Report report;
+    report.entries = {EntryOf("web1", 1, 1)};
+    report.entries[0].otherRows = 3;
+    report.totals.otherRows = 4;
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                AllOf(HasSubstr("1 Fail, 3 others"), HasSubstr("<b>4</b> others")));
+}
+
+TEST(ReportFormatsTest, EveryFormatListsFilesThatWereNotRead) {
+    Report report;
+    report.problems = {{"some-file", "some-file has no result"}};
+    for (ReportFormat const format : {ReportFormat::html, ReportFormat::csv, ReportFormat::junit,
+                                      ReportFormat::markdown, ReportFormat::json})
+        EXPECT_THAT(FormatReport(format, report), HasSubstr("some-file has no result"));
 }
 
 TEST(ReportFormatsTest, MarkupFormatsEscapeAdversarialTexts) {
@@ -122,10 +150,11 @@ TEST(ReportFormatsTest, CsvQuotesFieldsAndNeutralizesFormulas) {
 }
 
 TEST(ReportFormatsTest, CsvHasLineForHostWithoutRows) {
-    ReportEntry missing{.host = "silent"};
-    missing.conditions = {Condition::missing};
-    EXPECT_THAT(Format(ReportFormat::csv, {}, missing),
-                HasSubstr("\r\n\"host\",\"silent\",\"\",\"\",\"\",\"\",\"missing\","));
+    EXPECT_THAT(
+        Format(ReportFormat::csv, {}, {.host = "silent", .conditions = {Condition::missing}}),
+        HasSubstr("\r\n\"host\",\"silent\",\"\",\"\",\"\",\"\",\"missing\","));
+    EXPECT_THAT(Format(ReportFormat::csv, {}),
+                HasSubstr("\r\n\"host\",\"web1\",\"u\",\"Doc.xml\","));
 }
 
 TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
@@ -142,7 +171,9 @@ TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
 }
 
 TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
-    EXPECT_THAT(Format(ReportFormat::junit, {}),
+    Report report;
+    report.entries = {EntryOf("web1", 3, 2)};
+    EXPECT_THAT(FormatReport(ReportFormat::junit, report),
                 HasSubstr("tests=\"0\" failures=\"0\" errors=\"0\""));
 }
 

@@ -220,10 +220,25 @@ TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {
     ExpectStates({"web1: from-future"});
 }
 
-TEST_F(ReportTest, AgeOfOldResultHasItsUnit) {
-    options.maxAge = minutes(10);
-    StoreAt("a", 3600 - 1810);
-    EXPECT_EQ("the newest result is 30 min old", Describe(FirstEntry(), Condition::tooOld));
+TEST(ReportConditionTest, DescribesEachCondition) {
+    ReportEntry entry{.age = 1810};
+    entry.result.exitStatus = 5;
+    entry.result.message = "not taken";
+    entry.result.provenance.emplace();
+    entry.result.provenance->end.text = "2026-03-01T08:30:00Z";
+    for (auto const& [condition, text] :
+         {std::pair{Condition::missing, "the host is expected, but has no result"},
+          {Condition::twoMachines, "two machines use this host name: evaluations overlap, or the "
+                                   "agent's program alternates"},
+          {Condition::failed, "the newest evaluation failed with exit status 5: not taken"},
+          {Condition::stale, "the agent's answer existed before the request, or it is unknown "
+                             "whether it did"},
+          {Condition::tooOld, "the newest result is 30 min old"},
+          {Condition::fromFuture,
+           "the newest result ended at 2026-03-01T08:30:00Z, which is in the future"},
+          {Condition::noRows, "the evaluation finished without a row"},
+          {Condition::notExpected, "the host is not one of the expected hosts"}})
+        EXPECT_EQ(text, Describe(entry, condition));
 }
 
 TEST_F(ReportTest, HostNameHas1To255Bytes) {

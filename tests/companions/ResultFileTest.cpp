@@ -183,6 +183,14 @@ TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
     EXPECT_EQ("old", ReadWholeFile(path));
 }
 
+TEST_F(ResultFileTest, KeepsDirectoryThatReplacedTheFile) {
+    ResultFile file(path);
+    fs::create_directory(path);
+    EXPECT_EQ(Quoted(path) + " could not be replaced: Is a directory",
+              MessageOf<ResultFileError>([&] { file.Publish(); }));
+    EXPECT_TRUE(fs::is_directory(path));
+}
+
 // Makes fchmod(2) fail in this process.
 void RefuseModes() {
     std::array<sock_filter, 4> filter = {

@@ -151,6 +151,8 @@ TEST_F(StoredResultTest, RefusalHasThePositionAndTheExpectation) {
               Refusal(R"({"schemaVersion":1,"outcome":"other"})"));
     EXPECT_EQ("1:21: expected an integer as \"schemaVersion\"",
               Refusal(R"({"schemaVersion":"1"})"));
+    ExpectRefused(R"({"schemaVersion":1.5})", "an integer as \"schemaVersion\"");
+    ExpectRefused(R"({"schemaVersion":1e999})", "JSON: a number is out of range");
 }
 
 TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
@@ -160,6 +162,7 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
           {"/rows/0/comment", nullptr, "a string as \"comment\""},
           {"/rows/0/comment", {{"a", 1}}, "a string as \"comment\""},
           {"/rows/1/commentBase64", "=x", "base64 as \"commentBase64\""},
+          {"/provenance/hostBase64", "=x", "base64 as \"provenance/hostBase64\""},
           {"/rows/1", 5, "a row"},
           {"/rows/1", {1, 2}, "a row"},
           {"/rowCount", 1, "1 row, not 2"},
@@ -260,7 +263,9 @@ TEST_F(StoredResultTest, RefusesEntriesThatAreNotRegularFiles) {
         EXPECT_EQ(path + ": expected a regular file", RefusalOf(path, StoredKind::regularFile));
 }
 
-TEST_F(StoredResultTest, RefusesEndlessInput) {
+TEST_F(StoredResultTest, RefusesEndlessAndUnreadableInput) {
+    EXPECT_EQ("/proc/self/mem: could not be read: Input/output error",
+              RefusalOf("/proc/self/mem", StoredKind::any));
     EXPECT_EQ("/dev/zero:1:2: expected JSON: unexpected end of input; expected '[', '{', or a "
               "literal",
               RefusalOf("/dev/zero", StoredKind::any));
