@@ -130,3 +130,20 @@ inline std::size_t CountEntries(std::string const& directory) {
     return static_cast<std::size_t>(
         std::distance(fs::directory_iterator(directory), fs::directory_iterator()));
 }
+
+// Encodes any number as UTF-8, also if it is not a Unicode scalar value.
+inline std::string EncodeUtf8(std::uint32_t value) {
+    auto const byte = [](std::uint32_t bits) {
+        return static_cast<char>(bits);
+    };
+    auto const more = [&](int shift) {
+        return byte(0x80 | (value >> shift & 0x3F));
+    };
+    if (value < 0x80)
+        return {byte(value)};
+    if (value < 0x800)
+        return {byte(0xC0 | value >> 6), more(0)};
+    if (value < 0x10000)
+        return {byte(0xE0 | value >> 12), more(6), more(0)};
+    return {byte(0xF0 | value >> 18), more(12), more(6), more(0)};
+}

@@ -121,6 +121,9 @@ TEST(DiffTest, NotesListDifferencesOfTheProvenance) {
     sides.oldSide.result.provenance.reset();
     EXPECT_EQ(Texts{"old has no provenance: its host, document and time are unknown"},
               sides.Notes());
+    sides.newSide.rows.resize(1);
+    EXPECT_THAT(sides.Text(),
+                StartsWith("--- old: host, document and time are unknown\n+++ new: "));
 }
 
 // A few designators and results, so that many rows are equal, changed, or have equal designators.

@@ -78,6 +78,21 @@ SANDBOX_TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
     ExpectRefusedFile("/opt/disk/file", 8, "could not be replaced: Read-only file system");
 }
 
+SANDBOX_TEST(QueryOutputFileTest, ExitsWith8IfFileCannotBeReplaced) {
+    for (std::string const& answer : {Finished(), ProgressAnswer("2", "5")}) {
+        fs::remove("/opt/file");
+        QueryRun const run = Query({"-d", "--json", "--keep-failures", "-o", "/opt/file"},
+                                   AgentScript()
+                                       .Answer(OpenAnswer())
+                                       .MakeDirectory("/opt/file")
+                                       .Answer(answer)
+                                       .Answer(CloseAnswer()));
+        EXPECT_EQ(ExitStatus::Exited(8), run.status);
+        EXPECT_THAT(run.errors,
+                    EndsWith("--output: '/opt/file' could not be replaced: Is a directory\n"));
+    }
+}
+
 SANDBOX_TEST(QueryOutputFileTest, FullDiskKeepsFile) {
     SmallFileSystem disk(resultDirectory);
     LeaveResult();

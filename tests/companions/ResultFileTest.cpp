@@ -133,6 +133,8 @@ TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
     ExpectRefused(path + ".link", "is not a regular file");
     fs::create_symlink("nowhere", path + ".dangling");
     ExpectRefused(path + ".dangling", "is a symbolic link without a target");
+    fs::create_symlink(path + ".loop", path + ".loop");
+    ExpectRefused(path + ".loop", "is a symbolic link without a target");
 }
 
 TEST_F(ResultFileTest, RefusesInvalidPaths) {
@@ -163,13 +165,21 @@ TEST_F(ResultFileTest, PathWithoutDirectoryIsInTheWorkingDirectory) {
     EXPECT_EQ("text", ReadWholeFile(directory / "plain"));
 }
 
-SANDBOX_TEST(ResultFileOnSmallDiskTest, ReadOnlyDirectoryKeepsOldContent) {
+SANDBOX_TEST(ResultFileInSandboxTest, ReadOnlyDirectoryKeepsOldContent) {
     SmallFileSystem disk("/opt/disk");
     std::string const path = disk / "result";
     Replace(path, "old");
     disk.MakeReadOnly();
     EXPECT_EQ(Quoted(path) + " could not be replaced: Read-only file system", Refusal(path));
     EXPECT_EQ("old", ReadWholeFile(path));
+}
+
+SANDBOX_TEST(ResultFileInSandboxTest, ReplacesFileInUnreadableDirectory) {
+    fs::create_directory("/opt/results");
+    fs::permissions("/opt/results", fs::perms(0333));
+    Sandbox::DropPrivileges();
+    Replace("/opt/results/file", "text");
+    EXPECT_EQ("text", ReadWholeFile("/opt/results/file"));
 }
 
 TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {

@@ -264,6 +264,8 @@ TEST_F(StoredResultTest, RefusesEntriesThatAreNotRegularFiles) {
 }
 
 TEST_F(StoredResultTest, RefusesEndlessAndUnreadableInput) {
+    EXPECT_EQ(file + ": could not be opened: No such file or directory",
+              RefusalOf(file, StoredKind::any));
     EXPECT_EQ("/proc/self/mem: could not be read: Input/output error",
               RefusalOf("/proc/self/mem", StoredKind::any));
     EXPECT_EQ("/dev/zero:1:2: expected JSON: unexpected end of input; expected '[', '{', or a "

@@ -61,13 +61,14 @@ TEST(TimestampTest, OrdersTimes) {
 }
 
 TEST(TimestampTest, AgesHaveUnits) {
-    EXPECT_EQ("59 s", FormatAge(59));
-    EXPECT_EQ("1 min", FormatAge(60));
-    EXPECT_EQ("59 min", FormatAge(3599));
-    EXPECT_EQ("1 h", FormatAge(3600));
-    EXPECT_EQ("47 h", FormatAge(48 * 3600 - 1));
-    EXPECT_EQ("2 d 1 h", FormatAge(49 * 3600));
-    EXPECT_EQ("in 2 min", FormatAge(-120));
+    for (auto const& [text, age] : {std::pair{"59 s", 59},
+                                    {"1 min", 60},
+                                    {"59 min", 3599},
+                                    {"1 h", 3600},
+                                    {"47 h", 48 * 3600 - 1},
+                                    {"2 d 1 h", 49 * 3600},
+                                    {"in 2 min", -120}})
+        EXPECT_EQ(text, FormatAge(age));
 }
 
 } // namespace

@@ -4,26 +4,9 @@
 
 namespace {
 
-// Encodes any number as UTF-8, also if it is not a Unicode scalar value.
-std::string Encode(std::uint32_t value) {
-    auto const byte = [](std::uint32_t bits) {
-        return static_cast<char>(bits);
-    };
-    auto const more = [&](int shift) {
-        return byte(0x80 | (value >> shift & 0x3F));
-    };
-    if (value < 0x80)
-        return {byte(value)};
-    if (value < 0x800)
-        return {byte(0xC0 | value >> 6), more(0)};
-    if (value < 0x10000)
-        return {byte(0xE0 | value >> 12), more(6), more(0)};
-    return {byte(0xF0 | value >> 18), more(12), more(6), more(0)};
-}
-
 TEST(Utf8Test, DecodesExactlyTheScalarValues) {
     for (std::uint32_t value = 0; value < 0x120000; ++value) {
-        std::string const text = Encode(value);
+        std::string const text = EncodeUtf8(value);
         bool const isCharacter = value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
         Character const character = DecodeCharacter(text + "x");
         ASSERT_EQ(isCharacter ? text.size() : 0, character.length) << value;

@@ -34,19 +34,6 @@ TEST(VisibleTextTest, VisibleTextKeepsPrintableCharacters) {
         EXPECT_EQ(text, MakeVisible(text));
 }
 
-std::string Utf8Of(std::uint32_t value) {
-    auto const rest = [value](int shift) {
-        return static_cast<char>(0x80 | (value >> shift & 0x3F));
-    };
-    if (value < 0x80)
-        return {static_cast<char>(value)};
-    if (value < 0x800)
-        return {static_cast<char>(0xC0 | value >> 6), rest(0)};
-    if (value < 0x10000)
-        return {static_cast<char>(0xE0 | value >> 12), rest(6), rest(0)};
-    return {static_cast<char>(0xF0 | value >> 18), rest(12), rest(6), rest(0)};
-}
-
 std::string Escape(char const* format, std::uint32_t value) {
     char text[16];
     std::snprintf(text, sizeof text, format, value);
@@ -71,7 +58,7 @@ TEST(VisibleTextTest, EscapesEveryAsciiControlCharacter) {
 TEST(VisibleTextTest, EscapesC1ControlsAsBytesAndCharacters) {
     for (std::uint32_t value = 0x80; value <= 0x9F; ++value) {
         EXPECT_EQ(Escape("\\x%02x", value), MakeVisible(std::string(1, static_cast<char>(value))));
-        EXPECT_EQ(EscapeOf(value), MakeVisible(Utf8Of(value)));
+        EXPECT_EQ(EscapeOf(value), MakeVisible(EncodeUtf8(value)));
     }
 }
 
@@ -84,7 +71,7 @@ TEST(VisibleTextTest, EscapesHiddenCharacters) {
           0x200D,  0x2028,  0x2029,  0x202A,  0x202E,  0x2060,  0x2065,  0x2066, 0x2069,
           0x206F,  0x3164,  0xFE00,  0xFE0F,  0xFEFF,  0xFFA0,  0xFFF9,  0xFFFB, 0x13430,
           0x1D173, 0xE0001, 0xE0020, 0xE007F, 0xE0080, 0xE0100, 0xE01EF, 0xE0FFF})
-        EXPECT_EQ("a" + EscapeOf(value) + "b", MakeVisible("a" + Utf8Of(value) + "b"));
+        EXPECT_EQ("a" + EscapeOf(value) + "b", MakeVisible("a" + EncodeUtf8(value) + "b"));
 }
 
 TEST(VisibleTextTest, DoesNotEscapeNeighboursOfHiddenCharacters) {
@@ -92,7 +79,7 @@ TEST(VisibleTextTest, DoesNotEscapeNeighboursOfHiddenCharacters) {
          {0xA0,   0xAC,   0xAE,   0x34E,  0x350,   0x606,   0x115E,  0x1161,  0x200A,
           0x2010, 0x2027, 0x202F, 0x205F, 0x2070,  0x3163,  0x3165,  0xFDFF,  0xFE10,
           0xFEFE, 0xFF00, 0xFFFC, 0xFFFD, 0x1D172, 0x1D17B, 0xDFFFF, 0xE1000, 0x10FFFF})
-        EXPECT_EQ(Utf8Of(value), MakeVisible(Utf8Of(value))) << value;
+        EXPECT_EQ(EncodeUtf8(value), MakeVisible(EncodeUtf8(value))) << value;
 }
 
 TEST(VisibleTextTest, EscapesNonAsciiCharactersForAscii) {
