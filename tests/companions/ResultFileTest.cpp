@@ -101,9 +101,11 @@ TEST_F(ResultFileTest, RefusesLinkOfAnotherUserInASharedDirectory) {
     EXPECT_EQ(reason, ReasonAgainstResultFile(path + ".chain"));
     EXPECT_THROW(ResultFile(path + ".chain"), ResultFileError);
     EXPECT_EQ("old", ReadWholeFile(shared.victim));
-    // Without the sticky bit anybody can replace entries anyway.
-    ASSERT_EQ(0, chmod(path.c_str(), 0777));
-    EXPECT_EQ("", ReasonAgainstResultFile(shared.link));
+    // Without the sticky bit anybody can replace entries anyway. The second one is not shared.
+    for (mode_t const mode : {0777u, 01775u}) {
+        ASSERT_EQ(0, chmod(path.c_str(), mode));
+        EXPECT_EQ("", ReasonAgainstResultFile(shared.link)) << mode;
+    }
 }
 
 TEST_F(ResultFileTest, FollowsLinkOfTheOwnerOfASharedDirectory) {
