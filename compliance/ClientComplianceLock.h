@@ -18,14 +18,15 @@ public:
     ClientComplianceLock& operator=(ClientComplianceLock const&) = delete;
 
     // Acquires the lock. Returns true if it is now held. Does not wait and never throws: returns
-    // false if the directory does not exist, if access is denied, or if another process holds the
-    // lock.
+    // false if the lock file cannot be opened or created, if memory is exhausted, or if another
+    // process holds the lock.
     //
     // If this process already holds the lock, returns false and keeps it.
     //
-    // Deliberate: if another process holds the lock, all later calls in this process return false
-    // without a system call, even if the lock is free by then. If opening the file failed, the next
-    // call tries again. COMPLIANCE_ERROR_LOCK documents both for callers of the C API.
+    // Deliberate: if another process holds the lock, or if locking the open file fails for another
+    // reason, all later calls in this process return false without a system call, even if the lock
+    // is free by then. If opening the file failed, the next call tries again. COMPLIANCE_ERROR_LOCK
+    // documents both for callers of the C API.
     bool Lock() noexcept;
 
     // Releases the lock. Does nothing if it is not held.

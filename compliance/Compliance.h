@@ -8,9 +8,9 @@
  *     returns 3. After it has returned 1, call COMPLIANCE_ResultCount and COMPLIANCE_IndexedValue
  *     any number of times. Call COMPLIANCE_Close once.
  *     A COMPLIANCE_Open that returns 0 or throws std::bad_alloc (see 8) must be followed by
- *     COMPLIANCE_Close, whatever COMPLIANCE_Progress returns: only COMPLIANCE_Close and the end of
- *     the process release the lock. A COMPLIANCE_Open that returns a negative code has not opened
- *     an evaluation, and needs no COMPLIANCE_Close.
+ *     COMPLIANCE_Close, whatever COMPLIANCE_Progress returns. Otherwise the process keeps the lock
+ *     until it ends or loses the lock (see 7). A COMPLIANCE_Open that returns a negative code has
+ *     not opened an evaluation, and needs no COMPLIANCE_Close.
  *  2. Return values: the comment of each function describes 0 and the positive values. Every
  *     negative value is one of the COMPLIANCE_ERROR_ codes below. The functions print nothing and
  *     write no log.
@@ -52,11 +52,11 @@
 /* Error codes. If a comment names no function, COMPLIANCE_Open, COMPLIANCE_Progress and
    COMPLIANCE_Close return the code. */
 
-/* From COMPLIANCE_Open: the agent's executable does not exist, or the user has no search permission
-   for one of its directories. */
+/* From COMPLIANCE_Open: the agent's executable does not exist or is a dangling link, or the user
+   has no search permission for one of its directories. */
 #define COMPLIANCE_ERROR_NOT_INSTALLED (-1)
 
-/* From COMPLIANCE_Open: no process has the agent's name. */
+/* From COMPLIANCE_Open: no process that the user can see in "/proc" has the agent's name. */
 #define COMPLIANCE_ERROR_NOT_RUNNING (-2)
 
 /* The agent did not remove the request within 10 seconds. The request stays on disk until the agent
@@ -73,8 +73,8 @@
 
 /* From COMPLIANCE_Open: the lock could not be acquired.
    - If the lock file could not be opened or created, the next call tries again.
-   - If another process holds the lock, every later COMPLIANCE_Open in this process returns this
-     code, too, even when the lock is free.
+   - Otherwise, usually because another process holds the lock, every later COMPLIANCE_Open in this
+     process returns this code, too, even when the lock is free.
    From COMPLIANCE_Progress and COMPLIANCE_Close: no evaluation is open. */
 #define COMPLIANCE_ERROR_LOCK (-6)
 
@@ -90,7 +90,7 @@
 #define COMPLIANCE_ERROR_ALREADY_OPEN (-15)
 
 /* The exchange failed in a step other than writing the request or reading the response, for example
-   because memory is exhausted. If the request was written, it stays on disk. */
+   because memory is exhausted. If the request was written, it stays until the agent removes it. */
 #define COMPLIANCE_ERROR_EXCHANGE (-16)
 
 /* The request could not be written or published. A request, complete or not, may nevertheless wait

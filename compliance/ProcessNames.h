@@ -22,11 +22,13 @@ constexpr unsigned int processNameCapacity = 4096;
 // if the process has no name, or if the name and its NUL do not fit into `capacity` bytes.
 //
 // The name is the last component of the target of the link "/proc/<id>/exe". The link of a kernel
-// thread or of another user's process cannot be read. The name is then the text between the first
-// "(" and the first ")" of "/proc/<id>/stat": the first 15 bytes of the command's name.
+// thread cannot be read, nor can that of another user's process without privileges. The name is
+// then the text between the first "(" and the first ")" of "/proc/<id>/stat": for programs, at most
+// the first 15 bytes of the command's name.
 //
 // The three numbers are from "/proc/<id>/status", of which only the first 511 bytes are read. A
-// number that is not found is -1. They are set even if the function returns false.
+// number that is not found is -1; both user ids are -1 if one of them is not found. The numbers are
+// set even if the function returns false.
 //
 // Special cases: if the only "/" of the target is its first byte, the name includes it ("/agent").
 // If the file of the program was removed, the name ends in " (deleted)".

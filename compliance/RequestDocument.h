@@ -25,9 +25,10 @@ bool ClientComplianceRequestExists();
 // Reads the document into `request`. Returns false and leaves `request` unchanged if there is no
 // document or it is not a valid request.
 //
-// Children may be in any order. Of several with the same name, the last valid one counts. Unknown
-// ones are ignored. A document without a known type is a Progress request. Texts end at their first
-// NUL.
+// Children may be in any order. Of several with the same name, the last one counts; of several
+// types, the last known one. Unknown children are ignored. A document without a known type is a
+// Progress request. URL and document name end at their first NUL. The flags are parsed by
+// strtoul(3), so text that is not a number counts as 0.
 bool ClientComplianceRequestIORead(ClientComplianceRequest& request);
 
 // Removes the document, with retries. Does nothing if there is none. Throws FileIOError.

@@ -23,10 +23,10 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 // - ClientComplianceResponseTypeFailure if it has no known type
 // - the other exceptions of the file layer
 //
-// Children may be in any order. Of several with the same name, the last valid one counts. Unknown
-// ones are ignored. Progress elements are accepted with every type. Missing texts of a row are
-// empty. Texts end at their first NUL. Numbers are parsed by atoi, so text that is not a number
-// counts as 0.
+// Children may be in any order. Each ResponseItem is a row. Of several other children with the same
+// name, the last one counts; of several types, the last known one. Unknown children are ignored.
+// Progress elements are accepted with every type. A missing text of a row is empty, and a text ends
+// at its first NUL. Numbers are parsed by atoi(3), so text that is not a number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();
 
 // Returns the response in a parsed document. Throws like ClientComplianceResponseIORead, except for

@@ -63,7 +63,7 @@ class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A directory does not exist, or a component of a path is not a directory.
+// A directory does not exist, a component of a path is not a directory, or a path is too long.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -107,7 +107,7 @@ class InvalidStats : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A directory entry vanished during a copy.
+// A directory entry vanished during a copy. Never thrown: FileLoop throws first.
 class FileItemError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -139,7 +139,7 @@ class FileLockError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// The disk is full (ENOSPC). Thrown by writing operations only.
+// The disk is full (ENOSPC). Thrown by FileWritingPath and FileWriter only.
 class FileDiskFullError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -168,7 +168,7 @@ public:
 inline constexpr int EndOfFileCode = 90;
 
 // Returns "Error: <number>: <system message>", or "Unknown error: <number>" if the system has no
-// message.
+// message. The GNU C library has one for every number.
 std::string MakeErrorString(unsigned int errorNumber);
 
 // Throws the exception for `errorNumber` in the column "function" of

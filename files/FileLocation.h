@@ -42,8 +42,9 @@ FileLocation MakeRelativeFileLocation(FileLocation const& base, char const* path
 // and a pointer to "*.txt" within `pattern`, which it returns.
 //
 // If the last component has no "*" and no "?", returns null and sets `location` to the whole
-// pattern. If there is no "/", sets the empty location. Throws EmptyFileLocationError if `pattern`
-// is null or empty. REQUIRES: `pattern` is not the text of `location`.
+// pattern. For a wildcard without a "/", such as "*.txt", sets the empty location. Throws
+// EmptyFileLocationError if `pattern` is null or empty. REQUIRES: `pattern` is not the text of
+// `location`.
 char const* MakeFileLocationWithWildcard(char const* pattern, FileLocation& location);
 
 // True if the path begins with "/". False for null.

@@ -19,8 +19,8 @@ public:
 // Deliberate: the three classes of illegal names are not derived from each other, so a handler for
 // IllegalFileName does not catch the other two.
 
-// A "/" in the name; an operation whose result would be empty; a concatenation that is too long; or
-// a name without the required digits.
+// A "/" in the name; an operation whose result would be empty; a concatenation that is too long; a
+// name without digits at its start (PrefixDigits); or a name too short for a date.
 class IllegalFileName : public DebuggableException {};
 
 // The name is empty or longer than 255 bytes.

@@ -1,12 +1,13 @@
 // Whole-file operations: create, delete, copy and move, and variants that first remove the target.
 //
 // Each operation examines a location and then acts; another process can change the location in
-// between. A symbolic link counts as its target; a dangling link is one whose target cannot be
-// reached. Nothing is undone after a failure.
+// between. The examination follows symbolic links; a dangling link is one whose target cannot be
+// reached. Removing a symbolic link removes the link. Nothing is undone after a failure.
 //
 // Error handling: all throw EmptyFileLocationError for an empty location, unless stated otherwise.
 // A failed system call throws by ThrowFileError (FileErrors.h); other exceptions have the code 0
-// and name the location. Moves throw InvalidStats, without a name, if an entry vanishes between two
+// and name the location. Copies also throw like FileReadingPath, FileReadingLoop, FileWritingPath
+// and FileWriter. Moves throw InvalidStats, without a name, if an entry vanishes between two
 // examinations.
 //
 // FileTrees.h declares operations on trees, FileRetry.h variants with retries, and
@@ -37,8 +38,9 @@ void DeleteFile(FileLocation const& location);
 // The system refuses a directory that is not empty, and a symbolic link to one.
 void DeleteDirectory(FileLocation const& location);
 
-// Removes a regular file or an empty directory. Does nothing, without an error, for a dangling
-// link, a device, a socket, a FIFO, and if nothing exists there.
+// Removes a regular file, a link to one, or an empty directory. Throws like DeleteDirectory for a
+// directory with contents and for a link to a directory. Does nothing, without an error, for a
+// dangling link, a device, a socket, a FIFO, and if nothing exists there.
 void ForceNonexistence(FileLocation const& location);
 
 // Copy a regular file. Throw FileNotFoundError if `from` is not one. CopyFile throws
@@ -51,8 +53,8 @@ void ForceNonexistence(FileLocation const& location);
 // /sys), and files of unknown length (FileReadingPath::Length).
 //
 // If ForceNonexistence does not remove the entry at `to`, ForceCopyFile throws FileExistsError,
-// with the system's code. ForceCopyFile does not detect that `from` and `to` are the same file,
-// which is then lost.
+// with the system's code. ForceCopyFile does not detect that `from` and `to` are the same directory
+// entry; the contents of the file are then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
@@ -75,7 +77,7 @@ void MoveFile(FileLocation const& from, FileLocation const& to);
 // a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
 //
 // DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
-// function does not detect that `from` and `to` are the same file, which is then lost.
+// function does not detect that `from` and `to` are the same directory entry, which is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Clears the three write permissions, or sets them if `readOnly` is false. Follows a symbolic link.

@@ -10,8 +10,9 @@ class FileWritingPath;
 // A position in a file. Several streams can use the same path in turn, because each transfer first
 // seeks to the stream's own position. The path is not owned.
 //
-// Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h,
-// with the path's location as its name. After an exception, the position is after the last
+// Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h. It
+// names the location of a FileReadingPath; with a FileWritingPath it has no name. Start and
+// Finished throw like FileReadingPath::Length. After an exception, the position is after the last
 // complete transfer. An interrupted read (EINTR) is not retried.
 class FileReader : public DataReader {
 public:
@@ -28,7 +29,8 @@ public:
 
     // True if the position is not less than the length of the file, which each call determines
     // again, because the file may grow. If the length is unknown (files of /proc), the function
-    // reads one byte to find the end; once found, the end is final until Start.
+    // reads one byte to find the end; once found, the end is final until Start. A failure of this
+    // read counts as the end.
     //
     // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
     // files of /sys) is never finished; its caller must also stop when a read returns no bytes.

@@ -19,7 +19,7 @@ class FileLocation;
 // if there is only one. An exception of LogRetryFailure replaces the exception of the operation.
 //
 // Deliberate: an exception of LogRetrySuccess counts as a failed attempt, so the operation is run
-// again.
+// again, except after the last attempt.
 //
 // Deliberate: no virtual destructor. Logs are on the stack and never deleted through this class.
 class FileRetryLog {

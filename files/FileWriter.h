@@ -21,7 +21,8 @@ public:
     // REQUIRES: Start is called before any other operation.
     FileWriter() = default;
 
-    // The first overload calls Start; the second one starts at the end of the file.
+    // The first overload calls Start; the second one starts at the end of the file, and throws like
+    // FileWritingPath::Length.
     FileWriter(FileWritingPath const& path, unsigned long long position);
     FileWriter(FileWritingPath const& path, WritePositionEndOfFile);
 

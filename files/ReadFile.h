@@ -1,5 +1,5 @@
-// Reads a whole file, or a range of it, into a receiver. Nothing is allocated: the bytes pass
-// through a buffer of 4,096 bytes on the stack.
+// Reads a whole file, or a range of it, into a receiver. The bytes pass through a buffer of 4,096
+// bytes on the stack; no memory is allocated for them.
 #pragma once
 
 #include "data/ArrayOf.h"
@@ -12,7 +12,8 @@ class MessageReceiver;
 
 // Sends the bytes of the range to `receiver` as a whole stream, from Start to ReceiveEnd. The
 // stream ends early at the end of the file, and if a read returns no bytes before the length is
-// reached. The reader's position is then after the last byte read, which may be beyond the range.
+// reached. Afterwards, the reader's position is after the last byte read, which may be beyond the
+// range.
 // Throws like FileReader.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);

@@ -10,8 +10,9 @@ struct CommandLine {
 
 // Parses the arguments of main, including the program name. Returns false if they are invalid.
 //
-// Flags that are negative or too large are invalid. Text that is not a number counts as 0, and text
-// after a number is ignored.
+// Flags below 0 or above 15 are invalid. They are converted by atoi(3): text that is not a number
+// counts as 0, and text after a number is ignored. The result for a number beyond the range of int
+// is undefined.
 bool ReadCommandLine(int count, char const* const* arguments, CommandLine& commandLine);
 
 // Prints the usage text on standard output. The program name in it is fixed.

@@ -71,8 +71,9 @@ public:
     // Returns the same bytes as Bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> Local8BitPath() const;
 
-    // Returns the stored length. Use Bytes to measure the path: after Set with a name that begins
-    // with "/", the stored length is greater by one, until the location is copied.
+    // Returns the stored length. Use Bytes to measure the path. Until the location is copied, the
+    // stored length is greater by one after Set with a name that begins with "/", and includes the
+    // bytes after an embedded NUL.
     unsigned int StoredLength() const { return length; }
 
 private:

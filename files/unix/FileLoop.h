@@ -19,9 +19,10 @@ namespace UnixPlatform {
 // A wildcard selects the names that match it (see FileName::MatchesWildCard). A tolerant loop
 // delivers dangling links; any other loop stops at one.
 //
-// Error handling: a directory that does not exist or cannot be read results in an empty loop. An
-// entry that cannot be examined throws like ThrowFileError, from the start or from `++`. The loop
-// is then at that entry, and `++` continues it. Throws std::bad_alloc if memory runs out.
+// Error handling: a directory that does not exist or that scandir(3) cannot list, even for lack of
+// memory, results in an empty loop. An entry that cannot be examined throws like ThrowFileError,
+// from the start or from `++`. The loop is then at that entry, and `++` continues it. Other failed
+// allocations throw std::bad_alloc.
 class FileLoop {
 public:
     class Error : public DebuggableException {};

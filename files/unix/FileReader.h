@@ -10,8 +10,8 @@ namespace UnixPlatform {
 class FileLocation;
 class FileReadingPath;
 
-// The contract is that of the class of the same name in files/FileReader.h. Exceptions name the
-// location of the path passed to Start.
+// The contract is that of the class of the same name in files/FileReader.h, including the names in
+// its exceptions.
 class FileReader {
 public:
     // REQUIRES: Start is called before any other operation, and the path outlives the reading.
@@ -21,8 +21,8 @@ public:
     void Start(FileReadingPath const& newPath, unsigned long long newPosition);
 
     // True if the position is less than the length of the file, which each call determines again,
-    // because the file may grow. If the length is unknown, reads one byte to find the end. Once no
-    // byte was read, the result is false until Start.
+    // because the file may grow. If the length is unknown, reads one byte to find the end. Once
+    // this read returned no byte or failed, the result is false until Start.
     bool Unfinished() const;
 
     // Fills `target` by one call of read(2); does nothing if it is empty. If fewer bytes are read,
