@@ -1,7 +1,7 @@
 // A scenario: a text file that specifies the behaviour of the stand-in agent.
 //
-// A line has one statement. A line that begins with "#" is a comment. Words are separated by spaces
-// or tabs. README.md in this folder lists the statements.
+// A line has at most one statement. A line that begins with "#" is a comment. Words are separated
+// by spaces, tabs or carriage returns. README.md in this folder lists the statements.
 #pragma once
 
 #include <stdexcept>
@@ -36,5 +36,6 @@ class ScenarioError : public std::runtime_error {
 };
 
 // Parses a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first error;
-// a scenario without a statement for Progress requests is an error.
+// a scenario without a statement for Progress requests is an error, and so are rows without a
+// statement "finish" after them.
 Scenario ParseScenario(std::string const& text, std::string const& name);

@@ -12,8 +12,8 @@
 // with this name would count as the agent.
 pid_t OtherAgent();
 
-// Serves requests until `stop` is not 0. Evaluations are served one at a time: an Open request
-// restarts the scenario.
+// Serves requests until `stop` is not 0, which a signal handler may set. Evaluations are served one
+// at a time: an Open request restarts the scenario.
 class StandInAgent {
 public:
     StandInAgent(Scenario const& scenario, volatile std::sig_atomic_t const& stop);
