@@ -14,8 +14,8 @@ As a program, which prints one JSON object for each row:
 
 Exit status: 0 finished, 1 no results, 2 wrong arguments, 130 interrupted by Ctrl-C.
 
-Not thread-safe; one evaluation at a time in a process. After error code -6 (another process holds
-the lock), each further evaluation of this process fails with -6, so retry in a new process. A
+Not thread-safe; one evaluation at a time in a process. If another process holds the lock, this and
+each further evaluation of this process fail with error code -6, so retry in a new process. A
 signal with a handler, including Ctrl-C, interrupts the sleep of the current call, which may fail
 for this reason. Python runs the handler after the call.
 """
@@ -37,7 +37,7 @@ CODES = {
     -3: "the agent did not take the request in time",
     -4: "the agent is not configured",
     -5: "a request is already waiting for the agent",
-    -6: "another process holds the lock, or the agent is not installed",
+    -6: "another process holds the lock, or the lock file cannot be opened, as without an agent",
     -7: "the agent's answer cannot be read",
     -8: "the evaluation has not finished",
     -15: "an evaluation is already open in this process",

@@ -149,7 +149,7 @@ SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndExactRows) {
 TEST(ExamplesTest, PythonPrintsErrorCodeOfOpen) {
     ExpectRefused(python, 1,
                   "compliance.py: the evaluation could not be opened: another process holds the "
-                  "lock, or the agent is not installed (-6)\n",
+                  "lock, or the lock file cannot be opened, as without an agent (-6)\n",
                   WithLibrary);
 }
 
