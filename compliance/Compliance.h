@@ -20,11 +20,11 @@
  *  4. Null: `url` and `doc` may be null, which counts as the empty string. The pointers through
  *     which results are stored must not be null.
  *  5. Time: COMPLIANCE_Open, COMPLIANCE_Progress and COMPLIANCE_Close make one exchange with the
- *     agent each. An exchange sleeps at least one second, and at most about ten, while it waits for
- *     the response. Failed renames and removals of the request are retried for up to about six more
- *     seconds. A call that fails before its exchange does not sleep, and neither does
- *     COMPLIANCE_Progress after it has returned 1. A signal that the program handles ends the
- *     current sleep early, so the exchange may fail early.
+ *     agent each. After it has written the request, an exchange sleeps at least one second, and at
+ *     most about ten, while it waits for the response. Failed renames and removals of the request
+ *     are retried for up to about six more seconds. A call that fails before its exchange does not
+ *     sleep, and neither does COMPLIANCE_Progress after it has returned 1. A signal that the
+ *     program handles ends the current sleep early, so the exchange may fail early.
  *  6. Threads: not thread-safe. A process can have one open evaluation, and must call all five
  *     functions from the same thread. That thread needs a stack of at least 128 KiB. Thread
  *     cancellation is not supported: cancelling a thread during a call aborts the process. See

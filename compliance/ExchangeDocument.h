@@ -16,10 +16,10 @@ class XMLTreeParserPL;
 
 // Writes an XML document to a file, with CR LF line breaks and one tab for each open element.
 //
-// Calling sequence: the constructor creates or truncates the file and writes the start tag of the
-// root. Write the elements, then call End, which writes the end tag of the root, flushes the file
-// to disk and closes it. Without End, the document on disk is incomplete. All members throw the
-// exceptions of FileWritingPath and FileWriter.
+// Calling sequence: the constructor creates or truncates the file, and writes the XML declaration
+// and the start tag of the root. Write the elements, then call End, which writes the end tag of the
+// root, flushes the file to disk and closes it. Without End, the document on disk is incomplete.
+// All members throw the exceptions of FileWritingPath and FileWriter, and std::bad_alloc.
 class ExchangeDocument {
 public:
     ExchangeDocument(FileLocation const& file, char const* root, char const* versionName,
@@ -28,7 +28,8 @@ public:
     void BeginElement(char const* name);
     void EndElement();
 
-    // Writes an element with text, on one line. If the text is empty, writes only the two tags.
+    // Writes an element with text, which it escapes, without line breaks between the two tags and
+    // the text. If the text is empty, writes only the two tags.
     void WriteElement(char const* name, ConstData text);
 
     void End();

@@ -14,7 +14,7 @@ class MessageReceiver;
 // stream ends early at the end of the file, and if a read returns no bytes before the length is
 // reached. Afterwards, the reader's position is after the last byte read, which may be beyond the
 // range.
-// Throws like FileReader.
+// Throws like FileReader. REQUIRES: `reader` was started.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);
 

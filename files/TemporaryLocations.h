@@ -15,6 +15,7 @@ FileLocation TemporaryFileDirLocation();
 
 // Returns "Veska/ClientUI" below the temporary directory, or "Veska/ClientUI/.<user>" if `user` is
 // not empty. Does not create it. The user's name is not validated, and ends at its first NUL.
+// Throws like TemporaryFileDirLocation.
 FileLocation UISessionDefaultDirectory(std::string const& user);
 
 // Create an empty file (mode 0600) or directory (0700) and return its location. The caller must
