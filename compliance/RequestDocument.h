@@ -19,11 +19,11 @@ struct ClientComplianceRequest;
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request);
 
 // True if a directory entry of any type has the document's path. An entry that cannot be examined
-// counts as absent.
+// counts as absent. Throws only std::bad_alloc.
 bool ClientComplianceRequestExists();
 
 // Reads the document into `request`. Returns false and leaves `request` unchanged if there is no
-// document or it is not a valid request.
+// document, or if it cannot be read or is not a valid request. Throws only std::bad_alloc.
 //
 // Children may be in any order. Of several with the same name, the last one counts; of several
 // types, the last known one. Unknown children are ignored. A document without a known type is a

@@ -2,8 +2,9 @@
 #pragma once
 
 // Opens an evaluation, polls until it ends, prints the results on standard output, and closes it.
-// `url` and `doc` may be null. There is no timeout as long as the agent reports progress.
+// `url` and `doc` may be null. There is no timeout as long as the agent reports progress. Throws
+// like COMPLIANCE_Open.
 //
-// Deliberate: prints nothing if a poll fails, for example by a timeout or an unreadable response.
-// Scripts depend on this output.
+// Deliberate: prints nothing if a poll fails, for example by a timeout or an unreadable response,
+// or if closing fails. Scripts depend on this output.
 void ProcessRequest(char const* url, char const* doc, unsigned int flags);
