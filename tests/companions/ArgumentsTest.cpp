@@ -16,7 +16,7 @@ constexpr std::array similarRules = {
     OptionRule{"--tip"},
 };
 constexpr std::array<char const*, 2> operandNames = {"ONE", "TWO"};
-constexpr char unknown[] = "' is not an option of this program; --help lists the options";
+constexpr char unknownOption[] = "' is not an option of this program; --help lists the options";
 
 Arguments Read(Texts const& texts, std::span<OptionRule const> rules = exampleRules,
                std::span<char const* const> operands = operandNames) {
@@ -38,7 +38,7 @@ std::string Refusal(Texts const& texts, std::span<OptionRule const> rules = exam
 
 void ExpectUnknown(Texts const& options, std::string const& suggestion = "") {
     for (std::string const& option : options)
-        EXPECT_EQ("'" + option + unknown + suggestion, Refusal({option, "one"}));
+        EXPECT_EQ("'" + option + unknownOption + suggestion, Refusal({option, "one"}));
 }
 
 TEST(ArgumentsTest, AcceptsEmptyCommandLine) {
@@ -108,7 +108,7 @@ TEST(ArgumentsTest, RefusesUnknownOptions) {
     // Text after a letter is a part of the same argument.
     ExpectUnknown({"-xo", "-x-", "-x--", "-x--help", "-x ", "-x5", "-xh-"});
     ExpectUnknown({"-5", "- ", "-!", "-:", "-?", "---", "--!", "-- "});
-    EXPECT_EQ(std::string("'--other") + unknown, Refusal({"one", "--other"}));
+    EXPECT_EQ(std::string("'--other") + unknownOption, Refusal({"one", "--other"}));
 }
 
 TEST(ArgumentsTest, SuggestsAbbreviatedOrSimilarOption) {
@@ -117,7 +117,7 @@ TEST(ArgumentsTest, SuggestsAbbreviatedOrSimilarOption) {
                   "; did you mean --list?");
     ExpectUnknown({"--h=yes"}, "; did you mean --help?");
     ExpectUnknown({"--table", "--x", "-l", "--listings", "--" + std::string(31, 'l')});
-    EXPECT_EQ(std::string("'--list") + unknown, Refusal({"--list"}, {}, {}));
+    EXPECT_EQ(std::string("'--list") + unknownOption, Refusal({"--list"}, {}, {}));
 }
 
 TEST(ArgumentsTest, SuggestsAllOptionsThatBeginWithTheText) {
