@@ -126,6 +126,16 @@ TEST(AsciiCaseTest, ComparisonsAgreeWithReference) {
     }
 }
 
+// Deliberate: at the end of a string, the byte of the other one is compared unmapped and signed.
+TEST(AsciiCaseTest, EndOfAStringIsComparedUnmappedAndSigned) {
+    EXPECT_EQ(0, Ascii::CompareLowercase("aB", "Ab"));
+    EXPECT_EQ('B', Ascii::CompareLowercase("AB", "a"));
+    EXPECT_EQ(-'B', Ascii::CompareLowercase("A", "aB"));
+    EXPECT_EQ(-1, Ascii::CompareLowercase("a\xFF", "A")) << "0xFF is -1, so it orders before";
+    EXPECT_EQ(128, Ascii::CompareLowercase("", "\x80"));
+    EXPECT_EQ(0xFF - 'a', Ascii::CompareLowercase("\xFF", "A")) << "unsigned before the ends";
+}
+
 // The positions are around the ends of the compared blocks.
 TEST(AsciiCaseTest, LongStringsAreComparedToTheirEnds) {
     for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,

@@ -143,6 +143,17 @@ TEST(CheckedArithmeticTest, LimitsOfWiderTypesAgreeWithWideArithmetic) {
     CheckPairsOf(Borders<unsigned long long>());
 }
 
+// Deliberate: these results differ from the exact ones.
+TEST(CheckedArithmeticTest, SignedDifferenceOfUnsignedOperandWraps) {
+    using U8 = unsigned char;
+    using S8 = signed char;
+    EXPECT_FALSE(CanSubtractSigned(U8{0}, S8{0}));
+    EXPECT_TRUE(CanSubtractSigned(U8{200}, S8{0}));
+    EXPECT_TRUE(CanSubtractSigned(U8{0}, S8{-128}));
+    EXPECT_FALSE(CanSubtractSigned(U8{200}, U8{100}));
+    EXPECT_TRUE(CanSubtractSigned(U8{128}, U8{128}));
+}
+
 TEST(CheckedArithmeticTest, ResultsAreConstantExpressions) {
     static_assert(CanAdd(1u, 2u) && !CanAdd(0xFFFFFFFFu, 1u));
     static_assert(CanMultiply(3LL, -5LL) && !CanMultiply(1LL << 62, 2LL));

@@ -197,6 +197,37 @@ TEST(ConstDataWithCapacityTest, AllocatesNothing) {
     EXPECT_EQ(0u, AllocationsOf([] { ConstDataWithCapacity<48>(ConstData("ANSI_X3.4-1968")); }));
 }
 
+TEST(ConstDataSplitTest, SplitsThenTrimsThenDropsEmptyPieces) {
+    struct {
+        char const* rule;
+        char const* text;
+        char const* separator;
+        bool trims;
+        bool keepsEmpty;
+        Calls pieces;
+    } const cases[] = {
+        {"drops empty pieces", ",a,,b,", ",", false, false, {"a", "b"}},
+        {"drops every piece", ",", ",", false, false, {}},
+        {"keeps empty pieces", ",a,", ",", false, true, {"", "a", ""}},
+        {"a shorter text is one piece", "", ",", false, false, {""}},
+        {"a shorter text is trimmed", " ", "ab", true, false, {""}},
+        {"an empty separator does not split", " a b ", "", false, true, {" a b "}},
+        {"an empty separator keeps an empty text", "  ", "", true, false, {""}},
+        {"trims both ends", " a ,b\t,\r\n c d ", ",", true, false, {"a", "b", "c d"}},
+        {"drops pieces that trimming empties", "a,  ,b", ",", true, false, {"a", "b"}},
+        {"keeps pieces that trimming empties", "a,  ,b", ",", true, true, {"a", "", "b"}},
+        {"keeps whitespace", "a,  ,b", ",", false, false, {"a", "  ", "b"}},
+        {"separators are found before trimming", " a b ", " ", true, true, {"", "a", "b", ""}},
+        {"occurrences do not overlap", "x---y", "--", false, true, {"x", "-y"}},
+    };
+    for (auto const& [rule, text, separator, trims, keepsEmpty, expected] : cases) {
+        Calls pieces;
+        for (ConstData piece : ConstData(text).Split(separator, trims, keepsEmpty))
+            pieces.push_back(MakeString(piece));
+        EXPECT_EQ(expected, pieces) << rule;
+    }
+}
+
 TEST(ConstDataSplitTest, PiecesAreViewsOfTheText) {
     ConstData const text("ab, c,  ");
     std::vector<ConstData> const pieces = text.Split(",", true, true);

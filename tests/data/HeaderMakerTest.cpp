@@ -21,6 +21,62 @@ Calls CallsOf(unsigned position, std::string const& name, Calls const& chunks, u
     return calls;
 }
 
+// Returns the name and value of each field.
+std::string FieldsIn(std::string const& text) {
+    FieldRecorder receiver;
+    HeaderMaker maker(receiver);
+    LineMaker lines(maker);
+    StartReceiveAndEnd(lines, text);
+    std::string fields;
+    for (std::string const& event : receiver.Events())
+        if (event.starts_with("ReceiveHeaderField "))
+            fields += '[' + event.substr(event.find(' ', 19) + 1) + ']';
+        else if (event.starts_with("field Receive "))
+            fields += event.substr(14);
+    return fields;
+}
+
+// Deliberate: one byte of the 48-byte buffer for the name is never used.
+TEST(HeaderMakerTest, ReadsNamesValuesAndContinuations) {
+    std::string const longest(47, 'n');
+    struct {
+        char const* rule;
+        std::string text;
+        std::string fields;
+    } const cases[] = {
+        {"lower-case name, no leading whitespace", "X-T: \tHi There  \n", "[x-t]Hi There  "},
+        {"name that is not trimmed", Bytes("A \xC4\0Z :v"), "[a \\C4\\00z ]v"},
+        {"empty name", ":v\nx", "[]v"},
+        {"colons in a value", "u:http://x:1", "[u]http://x:1"},
+        {"continuation adds one space", "a: 1\n\t \t2\n   3\n", "[a]1 2 3"},
+        {"continuations of whitespace", "a:1\t \n   \n 2 \n", "[a]1\\09   2 "},
+        {"line without a colon", "junk\nb:1\nno\n go:\nd:2", "[b]1[d]2"},
+        {"continuation of no field", " x: y\na:1", "[a]1"},
+        {"name of 47 bytes", longest + ": v", '[' + longest + "]v"},
+        {"name of 48 bytes", longest + "n: v\n continued\nb:1\n 2", "[b]1 2"},
+    };
+    for (auto const& [rule, text, fields] : cases)
+        EXPECT_EQ(fields, FieldsIn(text)) << rule;
+}
+
+TEST(HeaderMakerTest, AllocatesNothing) {
+    struct : MessageReceiver {
+        void Start(unsigned long long) override {}
+        DataReceiver& ReceiveHeaderField(unsigned long long, ConstData) override {
+            return DataReceiver::Ignore();
+        }
+        void ReceiveHeaderFieldEnd(unsigned long long) override {}
+        LineReceiver& ReceiveBody(unsigned long long) override { return body; }
+        void ReceiveEnd(unsigned long long) override {}
+        RecordingLineReceiver body;
+    } ignorer;
+    EXPECT_EQ(0u, AllocationsOf([&] {
+                  HeaderMaker maker(ignorer);
+                  LineMaker lines(maker);
+                  StartReceiveAndEnd(lines, "Name: value\n continued\nAnother: one\n");
+              }));
+}
+
 TEST(HeaderMakerTest, EmptyValuesAndChunksMakeNoReceiveCall) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);

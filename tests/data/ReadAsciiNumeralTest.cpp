@@ -1,5 +1,7 @@
 #include "data/ReadAsciiNumeral.h"
 
+#include <tuple>
+
 #include "fuzz/NumeralProperties.h"
 #include "tests/data/DataTest.h"
 
@@ -58,6 +60,24 @@ TEST(ReadAsciiNumeralTest, IgnoresDigitsAfterTheText) {
         EXPECT_EQ(NumeralReadOK,
                   TryReadAsciiDecimalNumeral(ConstData(digits.data(), length), value));
         EXPECT_EQ(digits.substr(0, length), std::to_string(value));
+    }
+}
+
+// Deliberate: the reader multiplies by the base before it checks the byte, so overflow is reported
+// first. On failure, the unsigned 64-bit readers store the value of the preceding digits,
+// multiplied by the base unless that overflows. Empty text stores nothing.
+TEST(ReadAsciiNumeralTest, ReportsFirstErrorAndStoresPartialValue) {
+    for (auto const& [text, result, expected] :
+         std::vector<std::tuple<char const*, NumeralReadResult, unsigned long long>>{
+             {"", NumeralReadInvalid, untouched},
+             {"12x", NumeralReadInvalid, 120},
+             {"1844674407370955161x", NumeralReadInvalid, 18446744073709551610ull},
+             {"18446744073709551616", NumeralReadTooLarge, 18446744073709551610ull},
+             {"1844674407370955162x", NumeralReadTooLarge, 1844674407370955162},
+             {"18446744073709551615x", NumeralReadTooLarge, ~0ull}}) {
+        unsigned long long value = untouched;
+        EXPECT_EQ(result, TryReadAsciiDecimalNumeral(text, value)) << text;
+        EXPECT_EQ(expected, value) << text;
     }
 }
 

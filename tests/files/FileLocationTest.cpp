@@ -292,6 +292,41 @@ TEST(FileLocationPathsTest, SplitsAWildcardOffTheLastComponent) {
     }
 }
 
+// Deliberate: the comparison is case-insensitive, although the file system is not, and paths are
+// not normalized.
+TEST(FileLocationPathsTest, ComparesPathsCaseInsensitivelyAsWritten) {
+    for (auto const& [ancestor, path, expected] :
+         std::vector<std::tuple<char const*, char const*, std::string>>{
+             {"/a", "/a/b", "below"},
+             {"/A", "/a/B/c", "below"},
+             {"/", "/a", "below"},
+             {"/", "/", "equal"},
+             {"/A/b", "/a/B", "equal"},
+             {"/a", "/ab", "no"},
+             {"/a/b", "/a", "no"},
+             {"/a", "//a", "no"},
+             {"/a/b", "/a/./b", "no"},
+             {"/a", "/b/../a", "no"},
+             {"/a", "/a/../b", "below"},
+             {"/\xC9", "/\xE9/x", "no"},
+             {"a", "A/b", "below"},
+             {"/x", "a/b/c", "InvalidFileLocation" + On("a")}}) {
+        SCOPED_TRACE(std::string(ancestor) + ' ' + path);
+        FileLocation const above = At(ancestor);
+        FileLocation const below = At(path);
+        std::string found;
+        std::string const thrown = Thrown([&] {
+            found = IsDescendant(above, below)        ? "below"
+                    : EqualOrDescendant(above, below) ? "equal"
+                                                      : "no";
+        });
+        EXPECT_EQ(expected, thrown == "nothing" ? found : thrown);
+        if (expected == "below") {
+            EXPECT_TRUE(EqualOrDescendant(above, below));
+        }
+    }
+}
+
 // The comparison of a path of 200,000 components takes time linear in its length.
 TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     std::string path;

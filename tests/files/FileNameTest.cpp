@@ -62,6 +62,25 @@ TEST(FileNameTest, RejectsAnEmptyOrTooLongName) {
     EXPECT_THROW(Name(""), IllegalFileNameLength);
 }
 
+TEST(FileNameTest, RejectsReservedNamesAndSlashes) {
+    for (char const* const text : {".", ".."})
+        EXPECT_EQ("IllegalFileNameReserved", Result([&] { return Made(text); }));
+    for (std::string const& text : {std::string("/"), std::string("/a"), std::string("a/"),
+                                    std::string("../"), std::string(254, 'n') + '/'})
+        EXPECT_EQ("IllegalFileName", Result([&] { return Made(text); })) << text;
+    for (std::string const text : {"...", ".a", "a.", "..a", ". ", " .", "a\\b", "c:"})
+        EXPECT_EQ(text, Result([&] { return Made(text); }));
+}
+
+TEST(FileNameTest, AcceptsEveryOtherByteAndLengthFrom1To255) {
+    for (std::size_t length = 1; length <= 255; ++length)
+        EXPECT_EQ(std::string(length, 'n'), TextOf(Made(std::string(length, 'n'))));
+    for (char const byte : EveryByte())
+        if (byte != '/') {
+            EXPECT_EQ((std::string{'a', byte}), TextOf(Made({'a', byte})));
+        }
+}
+
 // Truncated to 32 bits, the length would be 3.
 TEST(FileNameTest, RejectsLengthsBeyond32Bits) {
     ZeroBytes const zeros((std::size_t{1} << 32) + 3);
@@ -196,6 +215,39 @@ TEST(FileNameTest, ExtensionIncludesOrExcludesItsDot) {
                       return name.NameBeforeExtension(ending.c_str(), ignores);
                   }));
     }
+}
+
+TEST(FileNameTest, ReturnsItsBaseNameItsDigitsAndTheRest) {
+    std::string const none = "IllegalFileName";
+    std::string const other = "PrefixDoesNotMatch";
+    // The columns: the part before the last dot, the leading digits, the part after "1p" in any
+    // case.
+    for (auto const& [text, base, digits, rest] :
+         std::vector<std::tuple<char const*, std::string, std::string, std::string>>{
+             {"a.tar.gz", "a.tar", none, other},
+             {".profile", "", none, other},
+             {"...", "..", none, other},
+             {"123abc", "123abc", "123", other},
+             {"9876543210.1", "9876543210", "9876543210", other},
+             {":1", ":1", none, other},
+             {"1pa.b", "1pa", "1", "a.b"},
+             {"1PA", "1PA", "1", "A"},
+             {"1p", "1p", "1", none},
+             {"1", "1", "1", other}}) {
+        SCOPED_TRACE(text);
+        Name const name(text);
+        EXPECT_EQ(base, TextOf(name.BaseName()));
+        EXPECT_EQ(digits, Result([&] { return name.PrefixDigits(); }));
+        EXPECT_EQ(rest, Result([&] { return name.NameAfterPrefix("1p", true); }));
+    }
+    EXPECT_EQ(other, Result([] { return Name("1PA").NameAfterPrefix("1p", false); }));
+}
+
+TEST(FileNameTest, IgnoresTheCaseOfAsciiLettersOnly) {
+    Name const name("aB@\xE9");
+    EXPECT_TRUE(name.HasPrefix("Ab@", true) && name.HasSuffix("b@\xE9", true));
+    EXPECT_FALSE(name.HasPrefix("Ab@", false) || name.HasSuffix("b@\xE9", false));
+    EXPECT_FALSE(name.HasSuffix("\xC9", true) || name.HasPrefix("ab`", true));
 }
 
 TEST(FileNameTest, WildcardMatchesTheWholeName) {

@@ -284,6 +284,17 @@ TEST_F(FileRetryFamilyTest, EachOperationSucceedsAtTheFirstAttempt) {
     ExpectNoRetry();
 }
 
+// Deliberate: a failed rename is reported as a success.
+TEST_F(FileRetryFamilyTest, FailedRenameIsNotRetried) {
+    MakeEntry(directory / "file", "file");
+    SystemCalls calls;
+    for (auto* const move : {MoveFileWithRetry, ForceMoveFileWithRetry})
+        EXPECT_NO_THROW(move(Here("file"), Here("missing/to"), log));
+    EXPECT_EQ(calls.Count("rename"), 2u);
+    EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
+    ExpectNoRetry();
+}
+
 TEST_F(FileRetryFamilyTest, FlushIsTriedEightTimesAndLoggedWithTheLocation) {
     MakeEntry(directory / "file", "file");
     FileWritingPath const path(Here("file"));

@@ -1,5 +1,9 @@
 #include "files/FileWriter.h"
 
+#include "data/Buffer.h"
+#include "files/FileReader.h"
+#include "files/FileReadingLoop.h"
+#include "files/FileReadingPath.h"
 #include "files/FileWritingPath.h"
 #include "tests/files/FileTest.h"
 
@@ -37,6 +41,25 @@ TEST_F(FileWriterTest, IsADataWriter) {
     EXPECT_EQ(ReadWholeFile(name), "HELLO!");
     EXPECT_EQ(SlotOf(&FileWriter::operator<<), 0u);
     EXPECT_FALSE(std::has_virtual_destructor_v<FileWriter>);
+}
+
+TEST_F(FileWriterTest, WritingAndReadingAllocateNothing) {
+    std::string const text(100'000, 'x');
+    unsigned char bytes[4096];
+    unsigned long long total = 0;
+    FileReadingPath const written(file);
+    EXPECT_EQ(AllocationsOf([&] {
+                  FileWriter(path, 0) << ConstData(text) << ConstData("abc");
+                  for (FileReadingLoop loop(Data(bytes), written, 0); loop.Remaining() != 0; ++loop)
+                      total += loop.Chunk().Length();
+                  for (FileReader reader(written, 0); reader.Unfinished();) {
+                      Buffer buffer{Data(bytes)};
+                      reader >> buffer;
+                      total += buffer.Written().Length();
+                  }
+              }),
+              0u);
+    EXPECT_EQ(total, 2 * 100'003u);
 }
 
 TEST_F(FileWriterTest, AppendsAtTheLengthWhenItIsBound) {
