@@ -190,6 +190,17 @@ TEST_F(ComplianceTest, ProgressAndCloseNeedAnOpenEvaluation) {
     EXPECT_EQ(0, world.exchanges);
 }
 
+TEST_F(ComplianceTest, OnlyOpenChecksTheAgentAndPendingRequests) {
+    Open();
+    world.installed = -1;
+    world.running = world.configured = false;
+    world.pending = world.presenceThrows = true;
+    world.answer.state = 3;
+    ExpectProgress(3, 0);
+    EXPECT_EQ(0, COMPLIANCE_Close());
+    EXPECT_EQ(3, world.exchanges);
+}
+
 TEST_F(ComplianceTest, ProgressSendsItsRequestWithAnEmptyResponse) {
     Open();
     iResponse = MakeResponse({ClientComplianceClose, 1, 9, 9, {{"old", "", "", "", "", ""}}});

@@ -158,6 +158,25 @@ TEST(ExchangeDocumentTest, FailedOpenIsNotRetriedAndPublishesTheTemporaryFile) {
     });
 }
 
+// Deliberate: a refused rename counts as a success, so it is not retried and nothing is removed.
+TEST(ExchangeDocumentTest, RefusedRenameCountsAsSuccess) {
+    ForEachDocument([](Document const& document) {
+        string const whole = Whole(document);
+        RecordedSleeps const sleeps;
+        for (bool const opens : {true, false}) {
+            SystemCalls system;
+            system.Fail("rename", EACCES);
+            if (!opens)
+                system.Fail("open", EACCES);
+            EXPECT_EQ(opens, document.write()) << "only the failure to write is reported";
+            EXPECT_EQ(1U, system.Count("rename"));
+            EXPECT_EQ(whole, ReadWholeFile(document.temporary));
+            EXPECT_FALSE(Exists(document.file));
+        }
+        EXPECT_EQ(0U, sleeps.TotalMicroseconds());
+    });
+}
+
 // The total of the sleeps of one move with all retries.
 constexpr unsigned long long microsecondsOfRetries = 2'032'000;
 

@@ -38,6 +38,51 @@ SANDBOX_TEST(RequestDocumentTest, RequestIsWrittenInLinesWithoutALastLineEnd) {
               WrittenBytes(unknown));
 }
 
+SANDBOX_TEST(RequestDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
+    string const open = Element("RequestType", "Open");
+    auto const flags = [&](string const& text) {
+        return open + Element("RequestFlags", text);
+    };
+    auto const withFlags = [](unsigned int value) {
+        return RequestFields(ClientComplianceOpen, "", "", value);
+    };
+    RequestFields const progress(ClientComplianceProgress, "", "", 0);
+    RequestFields const close(ClientComplianceClose, "", "", 0);
+    struct {
+        char const* rule;
+        string children;
+        RequestFields expected;
+    } const cases[] = {
+        {"no children", "", progress},
+        {"lower-case type", "<RequestType>open</RequestType>", progress},
+        {"unknown type after a known one",
+         "<RequestType>Close</RequestType><RequestType>x</RequestType>", close},
+        {"any order, unknown children, the last of repeated ones",
+         "<RequestFlags>1</RequestFlags><RequestDOC>d</RequestDOC><Other>o</Other>"
+         "<RequestURL>u1</RequestURL><RequestURL>u2</RequestURL>"
+         "<RequestType>Progress</RequestType>" +
+             open,
+         {ClientComplianceOpen, "u2", "d", 1}},
+        {"texts count for Open only",
+         "<RequestType>Close</RequestType><RequestURL>u</RequestURL><RequestDOC>d</RequestDOC>"
+         "<RequestFlags>3</RequestFlags>",
+         close},
+        {"text ends at its first NUL",
+         open + Element("RequestURL", "ab&#x00;cd"),
+         {ClientComplianceOpen, "ab", "", 0}},
+        {"flags that are no number", flags("x"), withFlags(0)},
+        {"flags followed by other text", flags(" 12x"), withFlags(12)},
+        {"negative flags", flags("-1"), withFlags(0xFFFFFFFFU)},
+        {"flags cut to 32 bits", flags("4294967301"), withFlags(5)},
+    };
+    for (auto const& [rule, children, expected] : cases) {
+        WriteWholeFile(requestFile, "\n" + Element("VeskaClientComplianceRequest", children));
+        ClientComplianceRequest request = CreateComplianceRequestOpen("old", "old", 77);
+        EXPECT_TRUE(ClientComplianceRequestIORead(request)) << rule;
+        EXPECT_EQ(expected, FieldsOf(request)) << rule;
+    }
+}
+
 // Expects that the document is unreadable, and that the record keeps its value.
 void ExpectUnreadable(string const& what) {
     ClientComplianceRequest request = CreateComplianceRequestOpen("old", "old", 77);

@@ -79,6 +79,62 @@ SANDBOX_TEST(ResponseDocumentTest, WrittenResponseIsReadBackByteForByte) {
     }
 }
 
+SANDBOX_TEST(ResponseDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
+    auto const state = [](string const& text) {
+        return Element("ResponseProgressState", text);
+    };
+    auto const open = [](int stateOfAnswer, std::vector<RowTexts> const& rows = {}) {
+        return ResponseFields(ClientComplianceOpen, stateOfAnswer, 0, 0, rows);
+    };
+    struct {
+        char const* rule;
+        string children;
+        ResponseFields expected;
+    } const cases[] = {
+        {"the type alone", "", open(2)},
+        {"number before other text", state("3abc"), open(3)},
+        {"no number", state("abc"), open(0)},
+        {"empty number", state(""), open(0)},
+        {"negative number after whitespace", state(" \t-7"), open(-7)},
+        {"decimal digits only", state("0x10"), open(0)},
+        {"progress elements of any type",
+         state("+1") + Element("ResponseProgressError", "-5") +
+             Element("ResponseProgressPercent", "77") + Element("ResponseType", "Close"),
+         {ClientComplianceClose, 1, -5, 77, {}}},
+        {"the last usable one of repeated children",
+         "<ResponseType>Close</ResponseType><ResponseType>open</ResponseType>"
+         "<ResponseType></ResponseType>" +
+             state("1") + state("3"),
+         {ClientComplianceClose, 3, 0, 0, {}}},
+        {"rows with anything between them",
+         "<ResponseItem><Designator>1</Designator></ResponseItem>text"
+         "<Other><ResponseItem></ResponseItem></Other><!-- comment -->"
+         "<ResponseItem><Designator>2</Designator></ResponseItem>",
+         open(2, {{"1"}, {"2"}})},
+        {"rows without some of their texts",
+         "<ResponseItem></ResponseItem><ResponseItem><Comment>c</Comment></ResponseItem>",
+         open(2, {{}, {"", "", "", "", "", "c"}})},
+        {"texts of a row in any order, the last of repeated ones",
+         "<ResponseItem><Comment>6</Comment><Description>5</Description>"
+         "<EvaluationTime>4</EvaluationTime><Other>x</Other><ResultType>3</ResultType>"
+         "<Result>old</Result><Result>2</Result><designator>no</designator>"
+         "<Designator>1</Designator></ResponseItem>",
+         open(2, {{"1", "2", "3", "4", "5", "6"}})},
+        {"escapes and line breaks",
+         "<ResponseItem><Designator>a&#xe9;&amp;&lt;\r\nb\nc</Designator></ResponseItem>",
+         open(2, {{"a\xE9&<\r\nb\nc"}})},
+    };
+    for (auto const& [rule, children, expected] : cases)
+        EXPECT_EQ(expected, FieldsOf(ReadFrom(BareOpenResponse(children)))) << rule;
+}
+
+SANDBOX_TEST(ResponseDocumentTest, NoProperPrefixOfAResponseCanBeRead) {
+    string const whole = WrittenBytes(oneRow);
+    for (std::size_t length = 0; length < whole.size(); ++length)
+        EXPECT_THROW(ReadFrom(whole.substr(0, length)), ClientComplianceResponseReadFailure)
+            << length;
+}
+
 SANDBOX_TEST(ResponseDocumentTest, TextEndsAtItsFirstNul) {
     ClientComplianceResponse sent(ClientComplianceOpen);
     sent.Add("", "", "", "", "", "");
