@@ -112,4 +112,16 @@ SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
     EXPECT_GT(6400, took.count());
 }
 
+// Deliberate: nothing relates a response to its request.
+SANDBOX_TEST(TimingTest, ReadsOldResponseForAllThreeRequests) {
+    WriteBytes(ScriptedAgent::response, OneRowAnswer());
+    AgentScript script;
+    for (int exchange = 0; exchange < 3; ++exchange)
+        script.AwaitRequest().RemoveRequest();
+    auto const evaluation = Evaluate(script);
+    ExpectPrinted(PrintedOneRow(), evaluation.tool);
+    ExpectTook(seconds(3), evaluation.tool);
+    EXPECT_EQ(OneRowAnswer(), ReadBytes(ScriptedAgent::response));
+}
+
 } // namespace

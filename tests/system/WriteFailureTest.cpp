@@ -31,6 +31,41 @@ SANDBOX_TEST(WriteFailureTest, GivesMinus17IfOnlyTheLockFileIsWritable) {
     }
 }
 
+// Runs the tool as a user without privileges, with these modes of the request directory and of an
+// old temporary document, while a response is left.
+ToolRun RunWithOldTemporary(int directoryMode, int mode) {
+    WriteBytes(ScriptedAgent::lockFile, "");
+    fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
+    WriteBytes(ScriptedAgent::requestTemp, "old");
+    fs::permissions(ScriptedAgent::requestTemp, fs::perms(mode));
+    fs::permissions(ScriptedAgent::requestDirectory, fs::perms(directoryMode));
+    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    ScriptedAgent const agent;
+    return RunToolUnprivileged({"-d"});
+}
+
+// Deliberate: after a failure the existing temporary document is published.
+SANDBOX_TEST(WriteFailureTest, PublishesReadOnlyTemporaryDocument) {
+    ToolRun const run = RunWithOldTemporary(0777, 0444);
+    ExpectPrinted(OpenError(-17), run);
+    ExpectTook(milliseconds(0), run);
+    EXPECT_EQ("old", ReadBytes(ScriptedAgent::request));
+    EXPECT_EQ("lockfile request.xml ", Requests());
+}
+
+// Deliberate: a refused rename counts as successful, so there are no pauses, and nothing is
+// removed. If the document could be written, the absent request counts as taken.
+TEST(WriteFailureTest, RefusedRenameCountsAsSuccess) {
+    for (bool const isWritable : {false, true})
+        Sandbox::RunWithDirectories([=] {
+            ToolRun const run = RunWithOldTemporary(0555, isWritable ? 0666 : 0444);
+            ExpectPrinted(isWritable ? PrintedError("5") : OpenError(-17), run);
+            ExpectTook(milliseconds(isWritable ? 3000 : 0), run);
+            EXPECT_EQ(isWritable ? closeRequest : "old", ReadBytes(ScriptedAgent::requestTemp));
+            EXPECT_EQ("lockfile requestTemp.xml ", Requests());
+        });
+}
+
 // The disk is full when the evaluation is already open: both later exchanges fail silently.
 SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpen) {
     SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});

@@ -44,6 +44,13 @@ TEST(GenericTranscoderTest, AcceptsSomeIllFormedUTF8) {
     EXPECT_EQ("41", (Result<UTF32, UTF8>({0xF0, 0x9F, 0x98, 0x41}, {3, 0, 1})));
 }
 
+// The first byte of a sequence is not validated before the sequence is complete.
+TEST(GenericTranscoderTest, InvalidLeadByteIsReportedAtTheFourthByteOrTheEnd) {
+    EXPECT_EQ(" thrown at 1", (Result<UTF16, UTF8>({0x80, 0x41, 0x42})));
+    EXPECT_EQ(" thrown at 3",
+              (Result<UTF16, UTF8>({0x80, 0x41, 0x42, 0x43, 0x44}, {1, 1, 1, 1, 1})));
+}
+
 TEST(GenericTranscoderTest, StartDropsAnIncompleteSequence) {
     RecordingTextReceiver<UTF32> recorder;
     StreamTranscoder<UTF32, UTF8> transcoder;
