@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include <sys/prctl.h>
@@ -153,6 +154,70 @@ SANDBOX_TEST_WITH(ProcessNamesTest, NoNamesAreKnownWithoutProc, noProc) {
 }
 
 // Simulated processes.
+
+// Deliberate: a single slash at the start is kept, so the name never equals that of the agent.
+SANDBOX_TEST_WITH(ProcessNamesTest, NameIsTheLastComponentOfTheLink, emptyProc) {
+    for (auto const& [link, name] :
+         std::vector<std::pair<char const*, Name>>{{"/a/b/c", "c"},
+                                                   {"a/b", "b"},
+                                                   {"plain", "plain"},
+                                                   {"//b", "b"},
+                                                   {"/VeskaClient", "/VeskaClient"},
+                                                   {"/", "/"},
+                                                   {"a/", nullopt}})
+        EXPECT_EQ(name, NameOfFake({.exe = link, .stat = "77 (other) S"})) << link;
+    for (unsigned int const id : {0U, 4294967295U}) {
+        MakeFakeProcess(std::to_string(id), {.exe = "/a/b"});
+        EXPECT_EQ("/a/b", PathOf(id)) << "a process ID has 32 bits";
+    }
+}
+
+SANDBOX_TEST_WITH(ProcessNamesTest, StatHasTheNameInItsFirstParentheses, emptyProc) {
+    string const longest(511 - 5, 'n');
+    for (auto const& [stat, name] :
+         std::vector<std::pair<string, Name>>{{"(a)", "a"},
+                                              {"77 (a (b) c) S", "a (b"},
+                                              {"77 ((a)) S", "(a"},
+                                              {"77 (a\nb) S", "a\nb"},
+                                              {"77 () S", nullopt},
+                                              {"77 )(a) S", nullopt},
+                                              {"77 (a S", nullopt},
+                                              {"", nullopt},
+                                              {string("77 (a\0) S", 9), nullopt},
+                                              {"77 (" + longest + ") S", longest},
+                                              {"77 (" + longest + "n) S", nullopt}})
+        EXPECT_EQ(name, NameOfFake({.stat = stat})) << stat;
+}
+
+// The parent is sign-extended, the users are zero-extended.
+SANDBOX_TEST_WITH(ProcessNamesTest, StatusNumbersFollowTheirLabels, emptyProc) {
+    struct {
+        char const* rule;
+        string status;
+        long long parent = -1;
+        long long realUser = -1;
+        long long effectiveUser = -1;
+    } const cases[] = {
+        {"any order", "\nUid:\t6\t7\nPPid:\t5\n", 5, 6, 7},
+        {"one user is none", "\nUid:\t6\nPPid:\t5\n", 5},
+        {"one bad user is none", "\nUid:\t6\tx\nPPid:\t5\n", 5},
+        {"a label begins a line", "\n PPid:\t5\n"},
+        {"a label of the first line is not found", "PPid:\t5\nUid:\t6\t7\n", -1, 6, 7},
+        {"the first label counts", "\nPPid:\tx\nPPid:\t5\n"},
+        {"any whitespace or none", "\nPPid: \v\f\r\n5\nUid:6\t\t 7", 5, 6, 7},
+        {"a number ends at another byte", "\nPPid:\t5x", 5},
+        {"decimal only", "\nPPid:\t0x5", 0},
+        {"one sign", "\nPPid:\t+5\nUid:\t6+7", 5, 6, 7},
+        {"two signs", "\nPPid:\t--5"},
+        {"lowest parent", "\nPPid:\t-2147483648\n", -2147483648LL},
+        {"highest users", "\nUid:\t4294967295\t-2\n", -1, 4294967295, 4294967294},
+        {"only 511 bytes are read", string(502, 'x') + "\nPPid:\t1234", 12},
+    };
+    for (auto const& [rule, status, parent, realUser, effectiveUser] : cases) {
+        MakeFakeProcess("77", {.exe = "/a/b", .status = status});
+        EXPECT_EQ((Facts{"b", parent, realUser, effectiveUser}), Ask(77)) << rule;
+    }
+}
 
 SANDBOX_TEST_WITH(ProcessNamesTest, TextMustFitWithItsNul, emptyProc) {
     string const name(usualCapacity - 1, 'n');
