@@ -54,6 +54,13 @@ SANDBOX_TEST(ClientComplianceLockTest, LocksTheFixedFileRepeatedly) {
     EXPECT_EQ(0u, fs::file_size(lockFile));
 }
 
+SANDBOX_TEST(ClientComplianceLockTest, FollowsLinkAtTheLockFile) {
+    fs::create_symlink("/opt/elsewhere", lockFile);
+    EXPECT_TRUE(Lock());
+    EXPECT_TRUE(fs::is_symlink(lockFile));
+    EXPECT_TRUE(IsLockedForOthers("/opt/elsewhere"));
+}
+
 SANDBOX_TEST(ClientComplianceLockTest, SecondLockFailsAndTheFirstStaysHeld) {
     EXPECT_TRUE(Lock());
     long const open = CountOpenDescriptors();

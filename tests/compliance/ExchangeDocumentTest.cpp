@@ -113,6 +113,18 @@ TEST(ExchangeDocumentTest, OverwritesAnOldTemporaryDocumentWithItsMode) {
     });
 }
 
+// The link itself becomes the document, and its target is overwritten.
+TEST(ExchangeDocumentTest, FollowsLinkAtTheTemporaryDocument) {
+    ForEachDocument([](Document const& document) {
+        string const whole = Whole(document);
+        WriteWholeFile("/opt/elsewhere", string(5000, 'x'));
+        fs::create_symlink("/opt/elsewhere", document.temporary);
+        EXPECT_TRUE(document.write());
+        EXPECT_EQ(whole, ReadWholeFile("/opt/elsewhere"));
+        EXPECT_EQ("/opt/elsewhere", fs::read_symlink(document.file));
+    });
+}
+
 // Deliberate: after a failure, the unfinished document is published.
 TEST(ExchangeDocumentTest, FailedWritePublishesTheUnfinishedDocument) {
     ForEachDocument([](Document const& document) {

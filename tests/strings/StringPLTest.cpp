@@ -1,5 +1,6 @@
 #include "strings/StringPL.h"
 
+#include <cctype>
 #include <new>
 #include <optional>
 #include <type_traits>
@@ -140,6 +141,17 @@ TEST(StringPLTest, FormatThatCannotConvertLeavesAnEmptyString) {
     ExpectText("", 1, string);
     string += "x";
     ExpectText("x", 2, string);
+}
+
+TEST(StringPLTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
+    for (int byte = 1; byte < 256; ++byte) {
+        std::string const text(1, static_cast<char>(byte));
+        StringPL string(text.c_str());
+        string.MakeLower();
+        ExpectText(std::string(1, static_cast<char>(std::tolower(byte))), 2, string);
+        string.MakeUpper();
+        ExpectText(std::string(1, static_cast<char>(std::toupper(byte))), 2, string);
+    }
 }
 
 TEST(StringPLTest, CaseMappingFollowsTheLocale) {

@@ -1,5 +1,6 @@
 #include "strings/Stringy.h"
 
+#include <cctype>
 #include <climits>
 #include <new>
 #include <type_traits>
@@ -183,6 +184,17 @@ TEST(StringyTest, RangesAreClamped) {
     EXPECT_STREQ("hello", string.Mid(INT_MIN));
     EXPECT_TRUE(IsNull(string.Mid(INT_MIN, INT_MIN)));
     EXPECT_TRUE(IsNull(string.Mid(INT_MAX)));
+}
+
+TEST(StringyTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
+    for (int byte = 0; byte < 256; ++byte) {
+        std::string const text(1, static_cast<char>(byte));
+        Stringy string{ConstData(text)};
+        string.MakeLower();
+        EXPECT_EQ(std::string(1, static_cast<char>(std::tolower(byte))), Bytes(string));
+        string.MakeUpper();
+        EXPECT_EQ(std::string(1, static_cast<char>(std::toupper(byte))), Bytes(string));
+    }
 }
 
 TEST(StringyTest, OnlyCaseMappingFollowsTheLocale) {
