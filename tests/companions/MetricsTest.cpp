@@ -39,25 +39,25 @@ std::string Sample(std::string const& name, std::string const& value,
     return "clientcompliance_" + name + R"({document="D",config="")" + more + "} " + value;
 }
 
+// Matches samples with the rows and the time of FinishedMetrics.
+auto AreSamplesOf(std::string const& exitStatus, std::string const& lastRun,
+                  std::string const& duration) {
+    return ElementsAre(Sample("exit_status", exitStatus), Sample("stale", "0"),
+                       Sample("last_run_timestamp_seconds", lastRun),
+                       Sample("duration_seconds", duration),
+                       Sample("last_success_timestamp_seconds", "1000.250"),
+                       Sample("rows", "2", ",result=\"Fail\""),
+                       Sample("rows", "3", ",result=\"Pass\""), Sample("failing_rows", "2"));
+}
+
 TEST(MetricsTest, FinishedEvaluationHasAllMetrics) {
     EXPECT_THAT(Samples(FormatMetrics(FinishedMetrics(), "")),
-                ElementsAre(Sample("exit_status", "0"), Sample("stale", "0"),
-                            Sample("last_run_timestamp_seconds", "1000.250"),
-                            Sample("duration_seconds", "1.500"),
-                            Sample("last_success_timestamp_seconds", "1000.250"),
-                            Sample("rows", "2", ",result=\"Fail\""),
-                            Sample("rows", "3", ",result=\"Pass\""), Sample("failing_rows", "2")));
+                AreSamplesOf("0", "1000.250", "1.500"));
 }
 
 TEST(MetricsTest, FailedRunKeepsRowsAndLastSuccess) {
     std::string const text = AfterFailure(FormatMetrics(FinishedMetrics(), ""));
-    EXPECT_THAT(Samples(text),
-                ElementsAre(Sample("exit_status", "5"), Sample("stale", "0"),
-                            Sample("last_run_timestamp_seconds", "2000.000"),
-                            Sample("duration_seconds", "0.007"),
-                            Sample("last_success_timestamp_seconds", "1000.250"),
-                            Sample("rows", "2", ",result=\"Fail\""),
-                            Sample("rows", "3", ",result=\"Pass\""), Sample("failing_rows", "2")));
+    EXPECT_THAT(Samples(text), AreSamplesOf("5", "2000.000", "0.007"));
     EXPECT_EQ(text, AfterFailure(text));
 }
 
