@@ -12,7 +12,7 @@
 #include "companions/Arguments.h"
 #include "companions/Color.h"
 
-// A value that is not accepted. what() is one line: the value in quotes and the reason, such as
+// A value that is not accepted. what() is the value in quotes, not escaped, and the reason, such as
 // "'a,,b' has an empty entry".
 class ValueError : public std::runtime_error {
 public:
@@ -69,6 +69,7 @@ void ReadLast(std::span<OptionRule const> rules, Arguments const& arguments, cha
         target = ParseOption(rules, option, value, parse);
 }
 
-// Returns the union of the lists in all values of the option, without duplicates.
+// Returns the union of the lists in all values of the option, without duplicates. Throws
+// CommandLineError if any value is not accepted.
 std::vector<std::string> ReadResults(std::span<OptionRule const> rules, Arguments const& arguments,
                                      char const* option);

@@ -17,12 +17,16 @@ struct Program {
 // Calls `run` and returns its result, the exit status. First opens the standard descriptors that
 // are closed (StandardDescriptors.h). If `run` throws a std::exception, writes a message and
 // returns the exit status for it. Reporting std::bad_alloc allocates no memory.
+//
+// Installs a terminate handler: a std::bad_alloc that leaves a destructor or another noexcept
+// function ends the process with a message and `failureStatus`. REQUIRES: `program` is valid until
+// the process ends.
 int RunMain(Program const& program, std::function<int()> const& run);
 
 // Flushes the output. If a write has failed, writes a message that names `content`, and returns
 // false.
 bool FinishOutput(std::string_view program, Output& output, std::string const& content);
 
-// Writes the text to standard output. Returns 0. If that fails, writes a message and returns
-// `failureStatus`.
+// Writes the text to standard output and returns 0. If the text cannot be written, writes a message
+// and returns `failureStatus`.
 int ShowText(std::string_view program, std::string_view text, int failureStatus);

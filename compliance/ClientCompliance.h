@@ -9,7 +9,7 @@
 #include <vector>
 
 // The type of a request, and of the response to it. The underlying type is fixed, so the
-// enumeration can hold any number; other values than the three below have no text in the documents.
+// enumeration can hold any 32-bit number. Only the three values below have a text in the documents.
 enum ClientComplianceType : std::int32_t {
     ClientComplianceOpen = 0,
     ClientComplianceClose = 1,
@@ -88,8 +88,8 @@ struct ClientComplianceResponse {
 // The exceptions of an exchange.
 //
 // Deliberate: they have no base class, so a handler for std::exception does not catch them.
-class ClientComplianceRequestIOWriteFailure {};   // the request could not be published
-class ClientComplianceResponseIOWriteFailure {};  // the response could not be published
+class ClientComplianceRequestIOWriteFailure {};   // the request could not be written or published
+class ClientComplianceResponseIOWriteFailure {};  // the response could not be written or published
 class ClientComplianceResponseReadFailure {};     // the response is incomplete or has no root
 class ClientComplianceResponseBadDocumentType {}; // the root of the response has another name
 class ClientComplianceResponseTypeFailure {};     // the response has no known type

@@ -62,8 +62,8 @@ public:
         }
     }
 
-    // Returns copies of all rows, which can outlive the evaluation. Empty before the evaluation has
-    // finished.
+    // Returns copies of all rows, which can outlive the evaluation. Empty until Poll has returned
+    // nullopt.
     std::vector<EvaluationRow> Rows() const {
         std::vector<EvaluationRow> rows;
         int const count = COMPLIANCE_ResultCount();

@@ -52,15 +52,15 @@ bool IsAbsolutePath(char const* path);
 
 // True if `ancestor` is reached from `candidate` by Parent in any number of steps; for
 // IsDescendant, in at least one step. Throw EmptyFileLocationError if a location is empty, and
-// InvalidFileLocation if a relative candidate is not a descendant.
+// InvalidFileLocation if `candidate` is relative and neither equal to `ancestor` nor a descendant.
 //
 // Deliberate: paths are compared by Ascii::EqualIgnoringCase, although the file system is
 // case-sensitive. They are not normalized: "/a" is not equal to "//a".
 bool EqualOrDescendant(FileLocation const& ancestor, FileLocation const& candidate);
 bool IsDescendant(FileLocation const& ancestor, FileLocation const& candidate);
 
-// Parses the first eight bytes of the location's name as YYYYMMDD. Throws IllegalFileName if the
-// name has fewer than nine bytes; otherwise throws like Name.
+// Parses the first eight bytes of the location's name as YYYYMMDD. Throws like Name, and
+// IllegalFileName if the name has fewer than nine bytes.
 //
 // Does not check that the bytes are digits or form a date. The value of a byte is its difference
 // from "0", and sums wrap modulo 2^32.

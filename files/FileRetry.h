@@ -12,8 +12,8 @@
 
 class FileLocation;
 
-// Receives the result of each operation that did not succeed at its first attempt. This class does
-// nothing; pass an object of it to log nothing.
+// Receives the result of each operation that succeeds after a retry or fails at all attempts. This
+// class does nothing; pass an object of it to log nothing.
 //
 // `first` and `second` are the locations of the operation, valid during the call. `second` is null
 // if there is only one. An exception of LogRetryFailure replaces the exception of the operation.
@@ -61,7 +61,8 @@ void CopyFileWithRetry(FileLocation const& from, FileLocation const& to, FileRet
 void ForceCopyFileWithRetry(FileLocation const& from, FileLocation const& to,
                             FileRetryLog const& log);
 
-// MoveFile does not report a failed rename(2) (see FileOperations.h), so it is not retried.
+// MoveFile and ForceMoveFile do not report a failed rename(2), so a failed rename is not retried.
+// See FileOperations.h.
 void MoveFileWithRetry(FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
 void ForceMoveFileWithRetry(FileLocation const& from, FileLocation const& to,
                             FileRetryLog const& log);

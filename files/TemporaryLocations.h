@@ -1,7 +1,7 @@
 // The temporary directory, a user's session directory, and files and directories with unique names.
 //
-// mkstemp(3) and mkdtemp(3) create unique names atomically, so concurrent threads and processes
-// never receive the same name.
+// mkstemp(3) and mkdtemp(3) create the entries atomically, so concurrent threads and processes
+// never receive the same name, except from LocationForTemporaryFile.
 #pragma once
 
 #include <string>
@@ -23,12 +23,9 @@ FileLocation UISessionDefaultDirectory(std::string const& user);
 // null. A "/" in the prefix is accepted.
 //
 // Throw EmptyFileLocationError if `directory` is empty, and CreateUniqueFileLocationFailed, without
-// a name, if the creation fails. If memory for the location then runs out (std::bad_alloc), the
-// file stays.
-//
-// The code of CreateUniqueFileLocationFailed is 0 for a file and 1 for a directory, not an error
-// number. It is also thrown, without a system call, if directory and prefix have 4,088 bytes or
-// more together.
+// a name, if the creation fails or if directory and prefix together have 4,088 bytes or more. The
+// code of CreateUniqueFileLocationFailed is 0 for a file and 1 for a directory, not an error
+// number. If std::bad_alloc is thrown after the creation, the file or directory remains.
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
 FileLocation CreateUniqueDirLocation(FileLocation const& directory, char const* prefix);
 
@@ -49,6 +46,6 @@ FileLocation LocationForTemporaryFile();
 FileLocation LocationForTemporaryFile(FileLocation const& hint);
 
 // Stores the result of CreateUniqueFileLocation(prefix) in `result`, with "tarvik" in place of a
-// null prefix. Returns true on success. Never throws: if the creation fails, returns false and
-// leaves `result` unchanged.
+// null prefix. Returns true on success. Never throws: after any failure, returns false and leaves
+// `result` unchanged.
 bool MakeTemporaryFileLocation(FileLocation& result, char const* prefix);

@@ -103,7 +103,8 @@ public:
     int CompareNoCase(Stringy const& other) const;
     bool EqualIgnoringCase(Stringy const& other) const;
 
-    // Return substrings. A negative start or count counts as 0; a range is clamped to the end.
+    // Return substrings. A negative start or count counts as 0; a range is clamped to the end. An
+    // empty substring is the null string.
     Stringy Left(int count) const;
     Stringy Right(int count) const;
     Stringy Mid(int start, int count) const;
@@ -122,16 +123,17 @@ public:
     unsigned int Replace(char byte, char replacement);
 
     // Remove the bytes of Ascii::WhiteSpace() from the start, or from both ends. A string of
-    // whitespace alone becomes the null string. StripLeadingAndTrailingWhite also makes the empty
-    // string null, and a string whose first byte after the leading whitespace is an embedded NUL.
+    // whitespace alone becomes the null string. StripLeadingAndTrailingWhite makes two other
+    // strings null, too: the empty string, and a string whose first byte after the leading
+    // whitespace is an embedded NUL.
     //
     // If an allocation fails, the string is unchanged or null.
     void TrimLeft();
     void StripLeadingAndTrailingWhite();
 
-    // Appends the parts of `text` between separators to `items`, at most `maxItems`, and returns
-    // their number. Parts may be empty, even after a separator at the end. The rest of `text` is
-    // dropped. A null or empty `text` has no parts. With `strip`, each part loses its leading and
+    // Appends the parts of `text` between separators to `items`, and returns their number. Parts
+    // after the first `maxItems` are dropped. Parts may be empty, even after a separator at the
+    // end. A null or empty `text` has no parts. With `strip`, each part loses its leading and
     // trailing whitespace.
     //
     // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop.

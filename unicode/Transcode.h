@@ -23,7 +23,8 @@ concept TranscodablePair = (UnicodeEncoding<Target> && UnicodeEncoding<Source> &
 // Throws InvalidTextEncoding and std::bad_alloc; with Local8Bit also the exceptions of
 // LocalEncoding.h.
 //
-// Transcode<UTF32, UTF32> copies without validating.
+// Transcode<UTF32, UTF32> copies without validating. It takes the length modulo 2^32 (see
+// UStringBuilder.h).
 template <TextEncoding Target, TextEncoding Source>
 requires TranscodablePair<Target, Source> AutoUString<Target> Transcode(UStringRef<Source> text);
 

@@ -336,7 +336,7 @@ TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     EXPECT_TRUE(EqualOrDescendant(At("/D"), At(path)));
 }
 
-// Deliberate: the digits are not validated. '.' counts as '0' - 2.
+// Deliberate: the digits are not validated. The value of '.' is '.' - '0', that is, -2.
 TEST(FileLocationPathsTest, DateIsReadFromNamesOfAtLeastNineBytes) {
     unsigned int year = 1;
     unsigned int month = 2;

@@ -49,7 +49,7 @@ TEST_F(ListPLTest, EnumeratesItemsInOrderAfterEachReset) {
     }
 }
 
-TEST_F(ListPLTest, ReadingBeyondTheEndThrowsAnExceptionWithAText) {
+TEST_F(ListPLTest, ReadingBeyondTheEndThrowsAnExceptionWithAMessage) {
     EXPECT_THAT(
         [] { ListPL<Counted>().GetNext(); },
         testing::ThrowsMessage<ExceptionPL>("A ListPL iterator walked off the end of the list."));

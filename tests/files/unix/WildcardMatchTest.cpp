@@ -80,7 +80,7 @@ TEST(WildcardMatchTest, StarOfThePatternMatchesOneStarOfTheName) {
 }
 
 // The reference implementation would not terminate in a reasonable time.
-TEST(WildcardMatchTest, MatchesAnAdversarialPatternInShortTime) {
+TEST(WildcardMatchTest, MatchesAdversarialPatternsInPolynomialTime) {
     std::string const name(255, 'a');
     EXPECT_FALSE(MatchWildcard(name, "*a*a*a*a*a*a*a*b"));
     std::string stars;
