@@ -14,7 +14,7 @@ namespace UnixPlatform {
 int IsInstalled();
 
 // True if a process has the agent's name. Stops at the first match. False if "/proc" cannot be
-// opened. Throws only std::bad_alloc.
+// read. Throws only std::bad_alloc.
 bool IsRunning();
 
 // True if the name of the process, as ProcessNames.h defines it, is exactly the agent's name.

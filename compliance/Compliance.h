@@ -20,15 +20,17 @@
  *  4. Null: `url` and `doc` may be null, which counts as the empty string. The pointers through
  *     which results are stored must not be null.
  *  5. Time: COMPLIANCE_Open, COMPLIANCE_Progress and COMPLIANCE_Close make one exchange with the
- *     agent each. After it has written the request, an exchange sleeps at least one second, and at
- *     most about ten, while it waits for the response. Failed renames and removals of the request
- *     are retried for up to about six more seconds. A call that fails before its exchange does not
- *     sleep, and neither does COMPLIANCE_Progress after it has returned 1. A signal that the
- *     program handles ends the current sleep early, so the exchange may fail early.
+ *     agent each. After it has published the request, an exchange sleeps at least one second, and
+ *     at most about ten, while it waits for the response. Before that, it may sleep for up to about
+ *     two seconds between attempts to publish the request. An exchange that fails with
+ *     COMPLIANCE_ERROR_REQUEST_WRITE sleeps for up to about six seconds, and does not wait for a
+ *     response. A call that fails before its exchange does not sleep, and neither does
+ *     COMPLIANCE_Progress after it has returned 1. A signal that the program handles ends the
+ *     current sleep early, so the exchange may fail early.
  *  6. Threads: not thread-safe. A process can have one open evaluation, and must call all five
  *     functions from the same thread. That thread needs a stack of at least 128 KiB. Thread
- *     cancellation is not supported: cancelling a thread during a call aborts the process. See
- *     libclientcompliance(3).
+ *     cancellation is not supported: cancelling a thread during a call normally aborts the process.
+ *     See libclientcompliance(3).
  *  7. The lock between processes is a POSIX record lock on
  *     "/var/opt/VeskaClient/RequestDir/lockfile". The system releases such a lock when the process
  *     closes any file descriptor of that file, so the program must not open and close the lock file
@@ -37,8 +39,8 @@
  *     program. See libclientcompliance(3). A child process created by fork does not hold the lock,
  *     and must not call the functions for the evaluation of its parent.
  *  8. Exceptions: only COMPLIANCE_Open throws, and only std::bad_alloc, if memory is exhausted
- *     before the exchange. The exception terminates a C program. If memory is exhausted while a
- *     program with the library starts, the program is terminated, too.
+ *     after the lock is acquired and before the exchange. The exception terminates a C program. If
+ *     memory is exhausted while a program with the library starts, the program is terminated, too.
  */
 #ifndef COMPLIANCE_COMPLIANCE_H
 #define COMPLIANCE_COMPLIANCE_H
@@ -56,7 +58,8 @@
    has no search permission for one of its directories. */
 #define COMPLIANCE_ERROR_NOT_INSTALLED (-1)
 
-/* From COMPLIANCE_Open: no process that the user can see in "/proc" has the agent's name. */
+/* From COMPLIANCE_Open: no process that the user can see in "/proc" has the agent's name, or
+   "/proc" cannot be read. */
 #define COMPLIANCE_ERROR_NOT_RUNNING (-2)
 
 /* The agent did not remove the request within 10 seconds. The request stays on disk until the agent
@@ -72,13 +75,16 @@
 #define COMPLIANCE_ERROR_REQUEST_PENDING (-5)
 
 /* From COMPLIANCE_Open: the lock could not be acquired.
-   - If the lock file could not be opened or created, the next call tries again.
+   - If the lock file could not be opened or created, or if memory is exhausted, the next call tries
+     again.
    - Otherwise, usually because another process holds the lock, every later COMPLIANCE_Open in this
      process returns this code, too, even when the lock is free.
    From COMPLIANCE_Progress and COMPLIANCE_Close: no evaluation is open. */
 #define COMPLIANCE_ERROR_LOCK (-6)
 
-/* The agent removed the request, but no response could be read within 10 seconds.
+/* The request is gone, but no response could be read within 10 seconds. The agent has removed the
+   request, or rename(2) failed for it. A failed rename(2) is not detected: if a response of an
+   earlier exchange can be read, that response is used.
    From COMPLIANCE_Progress also: the response has a progress state other than 1, 2 and 3. */
 #define COMPLIANCE_ERROR_BAD_RESPONSE (-7)
 
@@ -90,11 +96,11 @@
 #define COMPLIANCE_ERROR_ALREADY_OPEN (-15)
 
 /* The exchange failed in a step other than writing the request or reading the response, for example
-   because memory is exhausted. If the request was written, it stays until the agent removes it. */
+   because memory is exhausted. A published request stays as after COMPLIANCE_ERROR_NO_PICKUP. */
 #define COMPLIANCE_ERROR_EXCHANGE (-16)
 
-/* The request could not be written or published. A request, complete or not, may nevertheless wait
-   for the agent; the next COMPLIANCE_Open then returns COMPLIANCE_ERROR_REQUEST_PENDING. */
+/* The request could not be written or published. A request, complete or not, may nevertheless be on
+   disk. It stays as after COMPLIANCE_ERROR_NO_PICKUP. */
 #define COMPLIANCE_ERROR_REQUEST_WRITE (-17)
 
 /* Reserved; never returned. */
@@ -120,8 +126,8 @@ extern "C" {
  * configured, and whether a request is waiting. Then sends an Open request to the agent and waits
  * for the response. Any readable response results in 0: its type and its state are ignored.
  *
- * Throws std::bad_alloc if memory is exhausted before the exchange. The lock is then held, and
- * COMPLIANCE_Close must be called to release it.
+ * Throws std::bad_alloc if memory is exhausted after the lock is acquired and before the exchange.
+ * The lock is then held, and COMPLIANCE_Close must be called to release it.
  */
 int COMPLIANCE_Open(char const* url, char const* doc, unsigned int flags);
 
@@ -145,8 +151,8 @@ int COMPLIANCE_ResultCount(void);
  * Stores pointers to the six strings of the row `index`, counted from 0. Returns 0,
  * COMPLIANCE_ERROR_NO_RESULTS or COMPLIANCE_ERROR_BAD_INDEX; stores nothing with a negative code.
  *
- * The strings are the agent's bytes, neither converted nor validated. By convention,
- * `evaluationTime` is a number of microseconds.
+ * The strings are the agent's texts after XML parsing, neither transcoded nor validated. A text
+ * ends at its first NUL. By convention, `evaluationTime` is a number of microseconds.
  */
 int COMPLIANCE_IndexedValue(unsigned int index, char const** designator, char const** result,
                             char const** resultType, char const** evaluationTime,
@@ -154,8 +160,8 @@ int COMPLIANCE_IndexedValue(unsigned int index, char const** designator, char co
 
 /*
  * Closes the evaluation: sends a Close request to the agent, and releases the lock and the rows,
- * even if the exchange fails. Returns 0, or the negative code of this exchange. Does nothing and
- * returns COMPLIANCE_ERROR_LOCK if no evaluation is open.
+ * even if the exchange fails. Returns 0 or a negative code. Does nothing and returns
+ * COMPLIANCE_ERROR_LOCK if no evaluation is open.
  */
 int COMPLIANCE_Close(void);
 

@@ -1,4 +1,5 @@
-// Element names (xTag) and fixed texts (xDat) of the request and the response document.
+// Element and attribute names (xTag) and fixed texts (xDat) of the request and the response
+// document.
 //
 // ClientCompliance.h declares the texts of the three types.
 #pragma once

@@ -48,8 +48,8 @@ struct DocumentLocations {
     FileLocation const& published;
 };
 
-// Renames the temporary document to the published path, with retries; replaces an existing file.
-// Throws FileIOError, but a failed rename(2) is not reported (see MoveFile).
+// Renames the temporary document to the published path by ForceMoveFileWithRetry, which removes an
+// existing file first. Throws FileIOError, but a failed rename(2) is not reported (see MoveFile).
 void PublishDocument(DocumentLocations const& locations);
 
 // Publishes the temporary document, even if it is incomplete, or removes it if that fails. Throws
@@ -73,7 +73,8 @@ bool WriteAndPublishDocument(DocumentLocations const& locations, Write write) {
     return false;
 }
 
-// Parses the file from its start to its end. Does not close it. Throws like FileReadingLoop.
+// Parses the file from its start to its end. Does not close it. Throws like FileReadingLoop, and
+// std::bad_alloc.
 void FeedDocument(FileReadingPath const& path, XMLTreeParserPL& parser);
 
 // Returns the text of a type in both documents, or the empty string for an unknown value.

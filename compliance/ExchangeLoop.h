@@ -13,15 +13,17 @@ struct ClientComplianceResponse;
 //
 // Returns 0, or one of these COMPLIANCE_ERROR_ codes:
 // - NO_PICKUP: the agent did not remove the request within 10 seconds.
-// - BAD_RESPONSE: the agent removed the request, but no response could be read within 10 seconds.
+// - BAD_RESPONSE: the agent removed the request, or rename(2) failed for it, and no response could
+//   be read within 10 seconds.
 // - REQUEST_WRITE: the request could not be written or published.
 // - EXCHANGE: any other failure.
 //
-// Sleeps between 1 and 10 seconds while waiting for the response. Failed renames and removals are
-// retried for up to about 6 more seconds; with REQUEST_WRITE these are the only sleeps.
+// Sleeps between 1 and 10 seconds while waiting for the response, less after a signal. Before that,
+// sleeps for up to about 2 seconds between attempts to publish the request. With REQUEST_WRITE,
+// these sleeps take up to about 6 seconds and are the only ones.
 //
-// Deliberate: any response is accepted. A response does not identify its request, so a response of
-// another type or from an earlier exchange cannot be detected.
+// Deliberate: any response is accepted, even of another type. A response does not identify its
+// request, so a response from an earlier exchange cannot be detected.
 //
 // REQUIRES: the caller holds the exchange lock.
 int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response);

@@ -33,7 +33,7 @@ public:
     // Releases the lock. Does nothing unless the last Lock succeeded.
     //
     // Deliberate: a repeated Unlock makes the system call again, until one fails. Releasing a lock
-    // that is not held has no effect.
+    // that the process does not hold has no effect.
     void Unlock();
 
 private:

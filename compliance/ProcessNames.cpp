@@ -41,7 +41,7 @@ bool IsDirectoryInProc(char const* name) {
     return stat(path, &status) == 0 && S_ISDIR(status.st_mode);
 }
 
-// A name that begins with 0 is not a process, because strtol also returns 0 if there is no number.
+// The number 0 is not a process, because strtol also returns 0 if there is no number.
 bool IsProcess(char const* name) {
     return std::strtol(name, nullptr, 10) != 0 && IsDirectoryInProc(name);
 }

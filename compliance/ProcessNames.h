@@ -7,8 +7,8 @@
 #include <functional>
 
 // Returns true if `matches(id)` returns true for a process in "/proc". Calls `matches` in the order
-// of the directory, up to the first match. Returns false if "/proc" cannot be opened. Throws
-// std::bad_alloc, and the exceptions of `matches`.
+// of the directory, up to the first match. Returns false if "/proc" cannot be opened, or cannot be
+// read up to a match. Throws std::bad_alloc, and the exceptions of `matches`.
 //
 // It is unspecified whether processes that start or end during the call are included. The directory
 // is open during the calls of `matches`. Every directory whose name begins with a number other than
@@ -30,8 +30,8 @@ constexpr unsigned int processNameCapacity = 4096;
 // number that is not found is -1; both user ids are -1 if one of them is not found. The numbers are
 // set even if the function returns false.
 //
-// Special cases: if the only "/" of the target is its first byte, the name includes it ("/agent").
-// If the file of the program was removed, the name ends in " (deleted)".
+// Special cases of the link: if the only "/" of its target is the first byte, the name includes it
+// ("/agent"). If the file of the program was removed, the name ends in " (deleted)".
 //
 // REQUIRES: `name` has room for `capacity` bytes.
 bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
@@ -44,6 +44,6 @@ bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
 // REQUIRES: `path` has room for `capacity` bytes.
 bool ProcessIdToPath(unsigned int processId, char* path, unsigned int capacity);
 
-// True if ProcessIdToPath succeeds for this process. The first call tests it, and later calls
-// return the same result.
+// True if ProcessIdToPath succeeds for this process with a capacity of 1,024 bytes. The first call
+// tests it, and later calls return the same result.
 bool ProcessIdToPathWorks();

@@ -13,7 +13,8 @@ struct ClientComplianceRequest;
 //
 // Throws ClientComplianceRequestIOWriteFailure after a failure. The temporary document, even if it
 // is incomplete, is then published, or removed if that fails, too. If the removal fails, its
-// exception is thrown instead. The renames and the removal are each retried for two seconds.
+// exception is thrown instead. Each publication and the removal are retried for up to about two
+// seconds.
 //
 // Deliberate: a failed rename(2) is not reported, and the temporary document stays (see MoveFile).
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request);
@@ -27,11 +28,13 @@ bool ClientComplianceRequestExists();
 //
 // Children may be in any order. Of several with the same name, the last one counts; of several
 // types, the last known one. Unknown children are ignored. A document without a known type is a
-// Progress request. URL and document name end at their first NUL. The flags are parsed by
-// strtoul(3), so text that is not a number counts as 0.
+// Progress request. URL, document name and flags are ignored except in an Open request. URL and
+// document name end at their first NUL. The flags are parsed by strtoul(3) and truncated to 32
+// bits; text that is not a number counts as 0.
 bool ClientComplianceRequestIORead(ClientComplianceRequest& request);
 
-// Removes the document, with retries. Does nothing if there is none. Throws FileIOError.
+// Removes the document by ForceNonexistenceWithRetry. Does nothing if there is none. Throws
+// FileIOError.
 void ClientComplianceRequestIORelease();
 
 // Deliberate: returns true at once. On this platform, nothing waits for a request.

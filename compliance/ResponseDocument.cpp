@@ -60,7 +60,7 @@ void WriteDocument(FileLocation const& file, ClientComplianceResponse const& res
 // NOLINTNEXTLINE(cert-err34-c): a text that is no number counts as 0, on purpose
 int NumberOf(XMLElementPL const& element) { return std::atoi(element.GetText().c_str()); }
 
-// Returns the text of the last child with this name, or the empty string. It belongs to the tree.
+// Returns the text of the last child with this name, owned by the tree, or the empty string.
 char const* ChildText(XMLElementPL const& element, char const* name) {
     char const* text = "";
     for (XMLElementPL const& child : element.GetElementList()) {

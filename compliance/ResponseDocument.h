@@ -10,10 +10,10 @@
 class XMLTreeParserPL;
 
 // Publishes the response: writes responseTemp.xml, flushes it to disk and renames it to
-// response.xml.
+// response.xml. Writes state, error and percentage only if the type is Progress.
 //
-// Throws ClientComplianceResponseIOWriteFailure after a failure. The temporary document is then
-// handled as by ClientComplianceRequestIOWrite, and a failed rename(2) is not reported either.
+// Throws ClientComplianceResponseIOWriteFailure after a failure. The temporary document, its failed
+// removal and a failed rename(2) are handled as by ClientComplianceRequestIOWrite.
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
 // Reads the document and returns the response. Throws:
@@ -21,7 +21,7 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 // - ClientComplianceResponseReadFailure if it ends inside an element or has no root
 // - ClientComplianceResponseBadDocumentType if its root has another name
 // - ClientComplianceResponseTypeFailure if it has no known type
-// - the other exceptions of the file layer
+// - the other exceptions of the file layer, and std::bad_alloc
 //
 // Children may be in any order. Each ResponseItem is a row. Of several other children with the same
 // name, the last one counts; of several types, the last known one. Unknown children are ignored.
@@ -33,5 +33,6 @@ ClientComplianceResponse ClientComplianceResponseIORead();
 // the exceptions of the file layer.
 ClientComplianceResponse ResponseFromTree(XMLTreeParserPL const& document);
 
-// Removes the document, with retries. Does nothing if there is none. Throws FileIOError.
+// Removes the document by ForceNonexistenceWithRetry. Does nothing if there is none. Throws
+// FileIOError.
 void ClientComplianceResponseIORelease();

@@ -7,7 +7,8 @@
 // Opens /dev/null on any of the file descriptors 0 to 2 that is closed, with the access mode
 // O_RDONLY or O_RDWR. Otherwise a file opened later would get the number of standard output or
 // standard error, and the output would be written to that file. If /dev/null cannot be opened, the
-// root directory is opened instead, which cannot be written to.
+// root directory is opened instead, which cannot be written to. If that fails, too, the file
+// descriptor stays closed.
 //
 // With O_RDONLY, writing to such a file descriptor fails with EBADF. With O_RDWR, /dev/null
 // discards the output.
