@@ -41,8 +41,8 @@ TarvikFileType TypeOfExtension(char const* extension);
 
 // Returns the first extension of the type, including the dot, in static storage.
 //
-// Returns "XVeskaClientUI" for Miscellany and for numbers that are not a type. So a loop over the
-// files of such a type delivers the names that end in it.
+// Returns "XVeskaClientUI" for Miscellany and for numbers that are not a type. So a FileLoop over
+// such a type has the wildcard "*XVeskaClientUI".
 char const* ExtensionOfType(TarvikFileType type);
 
 } // namespace AdviceFileTypes

@@ -16,6 +16,7 @@ public:
     // Whether ReceiveEnd waits until the data is on disk. Every value except the first means no.
     enum FlushMode : int { FlushOnEnd, NoFlushOnEnd };
 
+    // With FlushOnEnd.
     FileDataSink() = default;
     explicit FileDataSink(FlushMode flushMode);
 

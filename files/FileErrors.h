@@ -1,7 +1,8 @@
 // Exceptions for failed operations on files.
 //
-// All classes derive directly from FileIOError and add no members. The code is the error number of
-// the system call that failed, or 0 if none failed, unless a class states otherwise.
+// All classes derive directly from FileIOError and add no data. The code is the error number of the
+// system call that failed, or 0 if the library itself rejects an operation, unless a class states
+// otherwise.
 #pragma once
 
 #include <string>
@@ -14,7 +15,7 @@ struct FileIOErrorDetails;
 
 // An error number and the names of up to two files. An object is as large as two pointers.
 //
-// Error handling: the constructors allocate and may throw std::bad_alloc.
+// Error handling: construction and assignment allocate and may throw std::bad_alloc.
 class FileIOError : public DebuggableException {
 public:
     // Names may be empty; a location is stored as its path.
@@ -47,7 +48,7 @@ private:
     FileIOErrorDetails* details;
 };
 
-// A file that must exist does not exist.
+// A file that must exist does not exist, or is not a regular file.
 class FileNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -63,7 +64,7 @@ class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A directory does not exist, a component of a path is not a directory, or a path is too long.
+// A directory does not exist, a path or a component is not a directory, or a path is too long.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;

@@ -1,4 +1,4 @@
-// A path as a value; every operation on files takes one.
+// A path as a value, which the operations on files take.
 //
 // files/unix/FileLocation.h declares the operations on paths (Parent, Name, Relative, ...). This
 // header adds validated names, factory functions and comparison.
@@ -16,7 +16,8 @@ public:
 
     // The child `name` of `parent`. Bytes are first converted to a FileName, with the exceptions of
     // FileName::Set: unlike Relative, this rejects a "/". A null pointer makes a copy of `parent`.
-    // Otherwise throws EmptyFileLocationError if `parent` is empty.
+    // Otherwise throws EmptyFileLocationError if `parent` is empty. An empty FileName makes a copy
+    // of `parent`, too.
     FileLocation(FileLocation const& parent, char const* name);
     FileLocation(FileLocation const& parent, ConstData name);
     FileLocation(FileLocation const& parent, FileName const& name);

@@ -23,7 +23,7 @@ public:
     void Start(FileLocation const& where, char const* wildcard, bool);
     void WildcardStart(FileLocation const& where, char const* wildcard);
 
-    // Delivers the names that end in the extension of the type.
+    // The wildcard is "*" followed by the extension of the type.
     FileLoop(FileLocation const& where, TarvikFileType type);
     void Start(FileLocation const& where, TarvikFileType type);
 

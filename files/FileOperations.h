@@ -1,13 +1,14 @@
 // Whole-file operations: create, delete, copy and move, and variants that first remove the target.
 //
-// Each operation examines a location and then acts; another process can change the location in
+// Most operations examine a location and then act; another process can change the location in
 // between. The examination follows symbolic links; a dangling link is one whose target cannot be
-// reached. Removing a symbolic link removes the link. Nothing is undone after a failure.
+// reached. A location for which lstat(2) fails, for whatever reason, counts as one where nothing
+// exists. Removing a symbolic link removes the link. Nothing is undone after a failure.
 //
 // Error handling: all throw EmptyFileLocationError for an empty location, unless stated otherwise.
 // A failed system call throws by ThrowFileError (FileErrors.h); other exceptions have the code 0
 // and name the location. Copies also throw like FileReadingPath, FileReadingLoop, FileWritingPath
-// and FileWriter. Moves throw InvalidStats, without a name, if an entry vanishes between two
+// and FileWriter. Moves can throw InvalidStats, without a name, if an entry vanishes between two
 // examinations.
 //
 // FileTrees.h declares operations on trees, FileRetry.h variants with retries, and
@@ -40,7 +41,7 @@ void DeleteDirectory(FileLocation const& location);
 
 // Removes a regular file, a link to one, or an empty directory. Throws like DeleteDirectory for a
 // directory with contents and for a link to a directory. Does nothing, without an error, for a
-// dangling link, a device, a socket, a FIFO, and if nothing exists there.
+// device, a socket, a FIFO, a link to one of them, a dangling link, and if nothing exists there.
 void ForceNonexistence(FileLocation const& location);
 
 // Copy a regular file. Throw FileNotFoundError if `from` is not one. CopyFile throws
@@ -54,7 +55,7 @@ void ForceNonexistence(FileLocation const& location);
 //
 // If ForceNonexistence does not remove the entry at `to`, ForceCopyFile throws FileExistsError,
 // with the system's code. ForceCopyFile does not detect that `from` and `to` are the same directory
-// entry; the contents of the file are then lost.
+// entry, or that `from` is a link to `to`; the contents of the file are then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
@@ -63,7 +64,7 @@ void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 // Throws FileNotFoundError if nothing exists at `from` and FileFoundError if anything exists at
 // `to`. The move to another file system depends on `from`:
 // - A regular file is copied and then deleted.
-// - A directory is copied as a tree and then deleted.
+// - A directory is copied by CopyDirectoryContents and then deleted by DeleteRecursive.
 // - A link to a regular file is replaced by a copy of that file.
 // - A link to a directory: the contents of the target move, and then removing the link throws.
 // - Anything else stays where it is, without an error.
@@ -77,7 +78,8 @@ void MoveFile(FileLocation const& from, FileLocation const& to);
 // a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
 //
 // DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
-// function does not detect that `from` and `to` are the same directory entry, which is then lost.
+// function does not detect that `from` and `to` are the same directory entry, or that `from` is a
+// link to `to`; the file at `to` is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Clears the three write permissions, or sets them if `readOnly` is false. Follows a symbolic link.
@@ -87,7 +89,7 @@ void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 // Returns the bytes that are free on the file system, including those reserved for the superuser.
-// Returns -1 if statvfs(2) fails. An empty location is no error.
+// Returns -1 if statvfs(2) fails, also for an empty location.
 //
 // The number of blocks and the block size are multiplied in 64 bits. A product of 2^63 or more
 // counts as a failure, and one of 2^64 or more wraps before that.

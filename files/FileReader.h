@@ -12,8 +12,8 @@ class FileWritingPath;
 //
 // Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h. It
 // names the location of a FileReadingPath; with a FileWritingPath it has no name. Start and
-// Finished throw like FileReadingPath::Length. After an exception, the position is after the last
-// complete transfer. An interrupted read (EINTR) is not retried.
+// Finished throw like FileReadingPath::Length. After an exception, the position includes the bytes
+// already read. An interrupted read (EINTR) is not retried.
 class FileReader : public DataReader {
 public:
     // REQUIRES: Start is called before any other operation.
@@ -23,29 +23,31 @@ public:
     FileReader(FileReadingPath const& path, unsigned long long position);
     FileReader(FileWritingPath const& path, unsigned long long position);
 
-    // Sets the path and the position, which may be beyond the end of the file. Throws
-    // FileNotOpenError if the path is not open. REQUIRES: the path outlives the reading.
+    // Sets the path and the position, which may be beyond the end of the file. REQUIRES: the path
+    // outlives the reading.
     void Start(FileReadingPath const& path, unsigned long long position);
 
     // True if the position is not less than the length of the file, which each call determines
-    // again, because the file may grow. If the length is unknown (files of /proc), the function
-    // reads one byte to find the end; once found, the end is final until Start. A failure of this
-    // read counts as the end.
+    // again, because the file may grow. If the length is unknown (many files of /proc), the
+    // function reads one byte to find the end; once found, the end is final until Start. A failure
+    // of this read counts as the end. If the read returns a byte, the result stays false until the
+    // next operator>>.
     //
     // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
     // files of /sys) is never finished; its caller must also stop when a read returns no bytes.
     bool Finished() const override;
 
-    // Calls read(2) once for the free space of `target`. It may return fewer bytes; at the end,
-    // none.
+    // Calls read(2) once for the free space of `target`, if there is any. The call may return fewer
+    // bytes; at the end, none.
     DataReader& operator>>(Buffer& target) override;
 
-    // Fills `target` by one call of read(2). A short read counts as the end of the file: throws
-    // EndOfFileError, not NoMoreData. The bytes read are then in `target`, and the position
-    // includes them.
+    // Fills `target` by one call of read(2); does nothing if it is empty. A short read counts as
+    // the end of the file: throws EndOfFileError, not NoMoreData. The bytes read are then in
+    // `target`, and the position includes them.
     DataReader& operator>>(Data target) override;
 
-    // The offset of the next byte. Setting it does not reset an end that was found.
+    // The offset of the next byte. If the length is unknown, setting the offset does not discard
+    // the byte or the end that Finished has found.
     unsigned long long Position() const { return reader.Position(); }
     void SetPosition(unsigned long long position) { reader.SetPosition(position); }
 

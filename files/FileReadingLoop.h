@@ -19,12 +19,12 @@ class FileReadingLoopEndOfFileError : public DebuggableException {};
 // Delivers exactly the bytes from `start` to `stop` (exclusive), or throws
 // FileReadingLoopEndOfFileError after the last byte of the file. The loop throws if the range
 // extends beyond the file, if the file shrinks, and if a read returns no bytes before the length is
-// reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk is never
-// empty. Nothing is allocated.
+// reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk that was
+// read is never empty. Nothing is allocated.
 //
 // Deliberate: an unknown length is the all-ones value, so the overloads without `stop` deliver the
-// whole file and then throw. The same happens if `start` is greater than `stop`, because the
-// difference wraps around.
+// file from `start` to its end and then throw. The same happens if `start` is greater than `stop`,
+// because the difference wraps around.
 //
 // Error handling: also throws like FileReader.
 class FileReadingLoop {

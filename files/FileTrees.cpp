@@ -18,8 +18,8 @@ namespace {
 
 using UnixPlatform::UnixFileInfo;
 
-// Returns the lengths of `path` and its parents that do not exist, longest first, up to the first
-// one that exists. Throws FileFoundError if that is not a directory.
+// Returns the lengths of the path and its parents that do not exist, longest first, up to the first
+// one that exists. Throws FileFoundError if that is not a directory, and like ParentPath.
 //
 // Truncates one string in place, because a path of many components would otherwise be copied for
 // each of them.

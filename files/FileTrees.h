@@ -19,11 +19,12 @@ void CreateDirectoryTree(FileLocation const& location);
 // Copies all entries of `from` to `to`, which CreateDirectoryTree creates if necessary. Directories
 // are copied with their contents, all other entries by CopyFileWithRetry; a link to a regular file
 // becomes a copy of its target. Throws DirectoryNotFoundError if `from` is not a directory, and
-// InvalidStats, without a name, if it vanishes during the call.
+// InvalidStats, without a name, if it vanishes between two examinations at the start.
 //
 // An entry that cannot be copied ends the copy after its retries: a file that already exists at
-// `to` (nothing is overwritten), a socket, a device, a FIFO. A full disk is reported as
-// FileExistsError, because the first attempt leaves a partial file, which the next attempts find.
+// `to` (nothing is overwritten), a socket, a device, a FIFO. A failure after the new file is
+// created, such as a full disk, is reported as FileExistsError, because the first attempt leaves a
+// partial file.
 //
 // If `to` is inside `from`, the walk reaches it and copies it into itself until the path is too
 // long.
@@ -33,7 +34,7 @@ void CreateDirectoryTree(FileLocation const& location);
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 
 // Remove a directory with its contents, or only the contents. Throw DirectoryNotFoundError if
-// nothing exists at `location`. A regular file is not removed: DeleteRecursive throws
+// nothing exists at `location`. Anything but a directory is not removed: DeleteRecursive throws
 // DirectoryNotFoundError, DeleteContents does nothing.
 //
 // Devices, sockets, FIFOs and links to them are not removed. Removing their directory then throws.

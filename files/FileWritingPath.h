@@ -1,8 +1,8 @@
 // A file opened for reading and writing.
 //
 // A FileWritingPath owns a file descriptor: it opens, flushes and closes the file. Streams
-// (FileWriter, FileDataSink) point to this object and write the bytes. Only Flush waits until the
-// data is on disk; Close does not.
+// (FileWriter, FileDataSink) point to this object and write the bytes. Flush waits until the data
+// is on disk; Close does not.
 #pragma once
 
 #include "files/FileLocation.h"

@@ -12,8 +12,9 @@ class MessageReceiver;
 
 // Sends the bytes of the range to `receiver` as a whole stream, from Start to ReceiveEnd. The
 // stream ends early at the end of the file, and if a read returns no bytes before the length is
-// reached. Afterwards, the reader's position is after the last byte read, which may be beyond the
-// range.
+// reached. If the length is unknown and the reader has already found the end, the stream is empty.
+// Afterwards, the reader's position is after the last byte read, which may be beyond the range.
+//
 // Throws like FileReader. REQUIRES: `reader` was started.
 void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
                    DataReceiver& receiver);

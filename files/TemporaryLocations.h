@@ -38,7 +38,8 @@ FileLocation CreateUniqueFileLocationWithHint(FileLocation const& hint, char con
 
 // Returns a location where nothing exists, with a name that begins with "temp", in the temporary
 // directory or in the directory that CreateUniqueFileLocationWithHint selects. The function creates
-// the file and removes it again. Throws EmptyFileLocationError if `hint` is empty.
+// the file and removes it again. Throws like the functions above and ForceNonexistence, and
+// EmptyFileLocationError if `hint` is empty.
 //
 // Another process can take the name before the caller does. A caller that can use an empty file
 // should call the functions above instead.

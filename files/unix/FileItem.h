@@ -21,7 +21,7 @@ public:
     static Instant GetTimeBias();
     static Instant RoundToFileSystem(Instant time);
 
-    // Fill the item from the location, or from the entry `name` below it. Return 0 or the error
+    // Fill the item from a location, or from the entry `name` below `parent`. Return 0 or the error
     // number. The second overload throws EmptyFileLocationError if `parent` is empty.
     int Fill(FileLocation const& where);
     int Fill(FileLocation const& parent, FileName const& name);

@@ -71,9 +71,9 @@ public:
     // Returns the same bytes as Bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> Local8BitPath() const;
 
-    // Returns the stored length. Use Bytes to measure the path. Until the location is copied, the
-    // stored length is greater by one after Set with a name that begins with "/", and includes the
-    // bytes after an embedded NUL.
+    // Returns the stored length, which may exceed that of Bytes. It includes the bytes after an
+    // embedded NUL. Set adds one for a name that begins with "/", and adds the excess of `parent`
+    // for a name that is not empty. Copies store the length of Bytes.
     unsigned int StoredLength() const { return length; }
 
 private:

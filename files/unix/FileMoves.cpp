@@ -52,7 +52,7 @@ void MoveFile(FileLocation const& from, FileLocation const& to) {
         MoveToOtherFileSystem(from, to);
     else
         // Deliberate: constructed but not thrown. Callers depend on a failed rename returning
-        // normally; a caller that must know examines `to`.
+        // normally; a caller that must know examines both locations.
         // NOLINTNEXTLINE(bugprone-throw-keyword-missing): see above
         static_cast<void>(FileMoveError(from, to, errno));
 }

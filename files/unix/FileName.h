@@ -1,8 +1,8 @@
 // One component of a path, as a value.
 //
 // The bytes are in the encoding of the locale, as in the file system. A name of up to 23 bytes is
-// stored inside the object, so listing a directory allocates nothing for it. A longer name is in a
-// block that the object owns. Copies are deep.
+// stored inside the object, without an allocation. A longer name is in a block that the object
+// owns. Copies are deep.
 #pragma once
 
 #include "data/ConstData.h"
@@ -16,10 +16,12 @@ namespace UnixPlatform {
 //
 // Set accepts 1 to 255 bytes without "/", except "." and "..". All other bytes are valid, even
 // control characters and NUL. Other names can result from the default constructor (the empty name),
-// and from SafeSet, BaseName and operator+, which validate nothing.
+// and from SafeSet, CombineNames, operator+ and the operations that return a part, which do not
+// validate the bytes. For example, "..." without the prefix "." is "..".
 //
 // Error handling: IllegalFileNameLength, IllegalFileNameReserved and IllegalFileName from Set;
-// IllegalFileName, ExtensionDoesNotMatch and PrefixDoesNotMatch from operations that return a part.
+// IllegalFileName from CombineNames and operator+; IllegalFileName, ExtensionDoesNotMatch and
+// PrefixDoesNotMatch from operations that return a part.
 //
 // REQUIRES: text that is passed without a length is not null, and NUL-terminated.
 class FileName {

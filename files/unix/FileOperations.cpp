@@ -45,7 +45,7 @@ void MakeDirectory(UnixPlatform::FileLocation const& location, DirectoryCreating
     ThrowIfFailed(mkdir(location.Text(), info.permissions), location);
 }
 
-// The umask can only be read by setting it.
+// umask(2), which returns the umask, also sets it.
 mode_t ReadUmask() {
     mode_t const mask = umask(0);
     umask(mask);

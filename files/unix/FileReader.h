@@ -17,24 +17,25 @@ public:
     // REQUIRES: Start is called before any other operation, and the path outlives the reading.
     FileReader() = default;
 
-    // Throws FileNotOpenError if the path is not open.
+    // Throws like FileReadingPath::Length.
     void Start(FileReadingPath const& newPath, unsigned long long newPosition);
 
     // True if the position is less than the length of the file, which each call determines again,
-    // because the file may grow. If the length is unknown, reads one byte to find the end. Once
-    // this read returned no byte or failed, the result is false until Start.
+    // because the file may grow. If the length is unknown, reads one byte to find the end. If this
+    // read returns no byte or fails, the result stays false until Start; otherwise it stays true
+    // until the next operator>>.
     bool Unfinished() const;
 
     // Fills `target` by one call of read(2); does nothing if it is empty. If fewer bytes are read,
     // throws EndOfFileError; the position includes these bytes.
     FileReader& operator>>(Data target);
 
-    // Calls read(2) once for the free space of `target`. It may return fewer bytes; at the end,
-    // none.
+    // Calls read(2) once for the free space of `target`, if there is any. The call may return fewer
+    // bytes; at the end, none.
     FileReader& operator>>(Buffer& target);
 
-    // The offset of the next byte. Setting it does not reset the end of a file of unknown length
-    // that was found.
+    // The offset of the next byte. If the length is unknown, setting the offset does not discard
+    // the byte or the end that Unfinished has found.
     unsigned long long Position() const { return position; }
     void SetPosition(unsigned long long newPosition) { position = newPosition; }
 

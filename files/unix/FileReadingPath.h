@@ -36,9 +36,10 @@ public:
 
     // Returns the current length in bytes, or unknownLength if seeking to the end fails with
     // EINVAL, as for many files of /proc. From then on the object always returns unknownLength,
-    // whatever it opens. The position of the file descriptor does not change.
+    // whatever it opens and even if it is closed. The position of the file descriptor does not
+    // change.
     //
-    // Throws FileNotOpenError (code 0) if the path is not open; other failures throw like
+    // Otherwise throws FileNotOpenError (code 0) if the path is not open; other failures throw like
     // ThrowError.
     unsigned long long Length() const;
 
