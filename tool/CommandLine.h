@@ -5,7 +5,7 @@
 struct CommandLine {
     char const* url = nullptr; // null, like `doc`, with the option -d
     char const* doc = nullptr;
-    unsigned int flags = 0; // 0 to 15
+    unsigned int flags = 0; // 0 to 15 if the arguments are valid
 };
 
 // Parses the arguments of main, including the program name. Returns false if they are invalid.
