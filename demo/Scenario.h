@@ -30,7 +30,7 @@ struct Scenario {
     ScenarioStep close{.response = ClientComplianceResponse(ClientComplianceClose)};
 };
 
-// An error in the text: "NAME:LINE: REASON".
+// An error in the text: "NAME:LINE: REASON"; or a file that cannot be read: "NAME: REASON".
 class ScenarioError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };

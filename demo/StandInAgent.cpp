@@ -32,7 +32,7 @@ std::string ReadRequestText() {
     return text;
 }
 
-// Prints the document unchanged, with a bar before each line.
+// Prints the lines of the document, each after a bar.
 void ShowDocument(std::string const& text) {
     std::printf("VeskaClient: a request:\n");
     std::size_t start = 0;

@@ -23,8 +23,8 @@ public:
     // be created.
     //
     // A request that cannot be handled is reported and not removed. A request is not removed either
-    // if serving stops during its delay. A request that is replaced during its delay gets no
-    // response.
+    // if serving stops during its delay. A request that is removed or replaced during its delay
+    // gets no response.
     void Serve();
 
 private:
