@@ -46,7 +46,8 @@ public:
     Evaluation& operator=(Evaluation const&) = delete;
 
     // Requests the progress from the agent; blocks for a second or more. Returns the percentage, or
-    // nullopt if the evaluation has finished. Throws EvaluationError, and can then be called again.
+    // nullopt if the evaluation has finished; later calls then return nullopt at once. Throws
+    // EvaluationError, and can then be called again.
     std::optional<int> Poll() {
         int percent = 0;
         int error = 0;

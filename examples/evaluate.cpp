@@ -4,7 +4,7 @@
 //     c++ -std=c++17 -o evaluate evaluate.cpp $(pkg-config --cflags --libs clientcompliance)
 //     ./evaluate URL DOC
 //
-// Exit status: 0 finished, 1 no results, 2 wrong arguments.
+// Exit status: 0 finished, 1 no results or lost output, 2 wrong arguments.
 #include "Evaluation.h"
 
 #include <chrono>

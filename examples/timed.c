@@ -8,12 +8,14 @@
  * Techniques:
  *
  *  - Signals are blocked during calls of the C API, and accepted between polls. A signal handler
- *    would interrupt the sleep of a call, which would then fail too early.
- *  - COMPLIANCE_Close is called in any case, to inform the agent. Therefore, the program ends up to
- *    two calls later than requested: usually up to 2 seconds, or 20 if the agent hangs.
+ *    would interrupt the sleep of a call, and the call could fail too early.
+ *  - COMPLIANCE_Close is called after every successful COMPLIANCE_Open, to inform the agent.
+ *    Therefore, the program ends up to three calls later than requested: usually up to 3 seconds,
+ *    or 30 if the agent responds slowly.
  *  - The timeout is checked between calls, using the monotonic clock.
  *
- * Exit status: 0 finished, 1 no results, 2 wrong arguments, 3 timeout; or terminated by the signal.
+ * Exit status: 0 finished, 1 no results or lost output, 2 wrong arguments, 3 timeout; or terminated
+ * by the signal.
  */
 #define _POSIX_C_SOURCE 200809L
 
