@@ -62,8 +62,8 @@ Vectors::Vector LettersOf16(Vectors::Vector bytes) {
     return _mm_cmpgt_epi8(All8(26 - 0x80), moved);
 }
 
-// Returns one bit for each of 16 bytes, set if they do not match. "aB-" and "Ab_" have the
-// differences 20 20 72, of which the letters allow 20 20 00, so the third bit is set.
+// Returns one bit for each of 16 pairs of bytes, set if the two bytes do not match. "aB-" and "Ab_"
+// have the differences 20 20 72, of which the letters allow 20 20 00, so the third bit is set.
 unsigned DifferenceOf16(unsigned char const* left, unsigned char const* right) {
     using namespace Vectors;
     Vector const a = Load(left);
@@ -119,7 +119,7 @@ std::size_t CommonPrefixByWords(unsigned char const* left, unsigned char const* 
 
 } // namespace
 
-// Both functions below compare the bytes after the last full vector together with bytes before
+// The next two functions compare the bytes after the last full vector together with bytes before
 // them, which are known to match.
 
 std::size_t CommonPrefixSse2(unsigned char const* left, unsigned char const* right,

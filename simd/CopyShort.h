@@ -1,4 +1,4 @@
-// Copies up to 16 bytes, on x86-64 without a call or a loop.
+// Copies up to 16 bytes. If SIMD_X86 is 1, the copy needs no call and no loop.
 #pragma once
 
 #include <cstddef>

@@ -27,7 +27,7 @@ Answer Ask(unsigned int leaf) {
 
 constexpr bool HasAll(unsigned int bits, unsigned int wanted) { return (bits & wanted) == wanted; }
 
-// REQUIRES: the processor has OSXSAVE.
+// REQUIRES: CPUID reports OSXSAVE.
 [[gnu::target("xsave")]] bool SystemSavesWideRegisters() {
     constexpr unsigned int xmmAndYmm = 0b110;
     return HasAll(static_cast<unsigned int>(_xgetbv(0)), xmmAndYmm);

@@ -42,8 +42,8 @@ extern std::atomic<unsigned char> usedLevel;
 } // namespace Detail
 
 // True if kernels may use `level`: it is at most the pinned level, or BestLevel() if none is
-// pinned. The first call for a level above the baseline queries the processor; later ones cost one
-// load. Thread-safe.
+// pinned. The first call for a level above the baseline queries the processor, unless a level is
+// pinned; later calls cost one load. Thread-safe.
 //
 // Deliberate: not __builtin_cpu_supports, which queries the processor before `main` in every
 // program that links it. On a virtual machine, the hypervisor handles each query. The queries took

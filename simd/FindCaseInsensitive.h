@@ -1,4 +1,4 @@
-// Case-insensitive search, with any table that maps bytes to lower case.
+// Case-insensitive search, with a table that maps bytes to lower case.
 #pragma once
 
 #include <cstddef>
@@ -6,8 +6,8 @@
 
 namespace Simd {
 
-// A byte and the only other byte that the table maps to the same value. If no other byte does, both
-// members are equal.
+// A byte and the only other byte that the table maps to the same value. If there is no other byte,
+// both members are equal. A byte with more than two variants cannot be represented.
 struct CaseVariants {
     char one;
     char other;

@@ -1,7 +1,7 @@
 // Formats integers as digits, several digits at a time.
 //
-// A word of digits has the first digit in its lowest byte. So storing the word writes text, and
-// shifting it to the right removes leading zeros.
+// A word of digits has the first digit in its lowest byte. So storing the word writes the digits in
+// order, and shifting the word to the right removes leading zeros.
 #pragma once
 
 #include <array>

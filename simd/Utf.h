@@ -9,7 +9,7 @@
 // - Four-byte sequences of UTF-8 are not checked for their range. In UTF-32, they become values up
 //   to 0x1FFFFF. In UTF-16, a value outside 0x10000 to 0x10FFFF becomes two code units that are not
 //   a surrogate pair.
-// - Surrogates encoded in UTF-8 are accepted for UTF-32 and ill-formed for UTF-16.
+// - Surrogates encoded in three bytes of UTF-8 are accepted for UTF-32 and ill-formed for UTF-16.
 // - In UTF-8, a byte that cannot start a sequence and a missing trailing byte are ill-formed only
 //   once four bytes are available. Before, the sequence is unfinished.
 // - In UTF-16, every surrogate, even a low one, starts a pair. An invalid pair is ill-formed only

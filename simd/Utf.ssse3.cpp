@@ -1,4 +1,6 @@
-// The only branches that depend on the lengths of the sequences skip the code for surrogate pairs.
+// In a step, the only branches that depend on the lengths of the sequences skip the code for
+// surrogate pairs.
+//
 // Each code unit of the source has its own lane. The lane of the last code unit of a sequence
 // receives the output; four bytes of UTF-8 and surrogate pairs may be divided between two lanes. A
 // shuffle from a table then moves the lanes with output to the left. A lane can access the code

@@ -1,7 +1,8 @@
 // Transcodes several sequences of one kind at a time, with SSE2.
 //
-// Each function transcodes the sequences before the first one of another kind. It may read code
-// units after these sequences, and write code units after its output; its comment states how many.
+// A function that transcodes up to 4 sequences stops before the first one of another kind. It may
+// read code units after these sequences, and write code units after its output. Its comment states
+// the numbers.
 #pragma once
 
 #include "simd/Vectors.h"
@@ -55,7 +56,7 @@ inline void StoreUnits(unsigned int* to, TwoVectors units) {
     Store(to + 12, second.second);
 }
 
-// Returns all ones for each of 8 code units that does not fit 16 bits.
+// Returns all ones for each of 8 code units that does not fit into 16 bits.
 inline Vector AreWide(unsigned int const* from) noexcept {
     return Not(NarrowFound32(Is32(Load(from), 0xFFFF0000, 0), Is32(Load(from + 4), 0xFFFF0000, 0)));
 }
@@ -98,8 +99,8 @@ struct FourValues {
 };
 
 inline FourValues LoadSupplementary(unsigned char const* from) {
-    // F0 9F 98 80 in memory is the lane 80989FF0: the lead byte is the lowest. Its bits move to 0
-    // << 18, 1F << 12, 18 << 6 and 0, which is 1F600.
+    // F0 9F 98 80 in memory is the lane 80989FF0: the lead byte is the lowest. The bits of the lane
+    // move to 0 << 18, 1F << 12, 18 << 6 and 0, which is 1F600.
     Vector const bytes = Load(from);
     return {Or(Left32(bytes, 0x07, 18), Left32(bytes, 0x3F00, 4), Right32(bytes, 10, 0xFC0),
                Right32(bytes, 24, 0x3F)),

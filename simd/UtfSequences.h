@@ -143,8 +143,8 @@ struct UtfSequences<unsigned int> {
     }
 };
 
-// Reads a sequence to be written as `To`. An encoded surrogate in UTF-8 is ill-formed for UTF-16,
-// which cannot represent it, but not for UTF-32.
+// Reads a sequence to be written as `To`. A surrogate encoded in three bytes of UTF-8 is ill-formed
+// for UTF-16, which cannot represent it, but not for UTF-32.
 template <class To, class From>
 constexpr UtfSequence ReadUtfSequence(From const* unit, std::size_t available) {
     UtfSequence sequence = UtfSequences<From>::Read(unit, available);

@@ -68,7 +68,7 @@ inline Vector AtLeast8(Vector lanes, unsigned value) {
     return _mm_cmpeq_epi8(_mm_max_epu8(lanes, All8(value)), lanes);
 }
 
-// Return one bit for each lane, set if the lane is all ones; bit 0 is the first lane.
+// Return the top bit of each lane, which is set if the lane is all ones. Bit 0 is the first lane.
 inline unsigned MaskOf8(Vector found) noexcept {
     return static_cast<unsigned>(_mm_movemask_epi8(found));
 }
