@@ -1,8 +1,8 @@
 // Views of contiguous elements, an array being filled, and an interval of numbers.
 //
-// A view is a half-open pair of pointers: `begin` is the first element, `end` is one past the last.
-// Both are null in a default view. Views own nothing and are passed by value: the caller keeps the
-// elements alive while the view is used.
+// A view is a half-open pair of pointers: `begin` points to the first element, `end` one past the
+// last. Both are null in a default view. Views own nothing and are passed by value: the caller
+// keeps the elements alive while the view is used.
 #pragma once
 
 #include <concepts>

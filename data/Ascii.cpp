@@ -26,8 +26,8 @@ constexpr unsigned char Map(unsigned char byte, unsigned char mapping) {
     return byte ^ CaseBitOf(byte, mapping);
 }
 
-// Maps the bytes in order, so the target may overlap the source if it begins before it. Two loops,
-// because compilers vectorize only ranges that are known to be identical or disjoint.
+// Maps the bytes in order, so the target may overlap the source if the target begins first. Two
+// loops, because compilers vectorize only ranges that are known to be identical or disjoint.
 void MapRun(unsigned char const* source, unsigned char* target, std::size_t length,
             unsigned char mapping) {
     if (source == target)

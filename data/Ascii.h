@@ -1,8 +1,8 @@
 // ASCII byte classes, case mapping, case-insensitive comparison and trimming, independent of the
 // locale.
 //
-// Bytes 0x80 to 0xFF are not letters, and case mapping leaves them unchanged. So every operation is
-// safe on UTF-8 text.
+// Bytes 0x80 to 0xFF are not letters, and case mapping leaves them unchanged. So no operation
+// changes a byte of a non-ASCII character in UTF-8.
 #pragma once
 
 #include <array>

@@ -20,8 +20,8 @@ public:
     void operator()(ConstBuffer& source, Buffer& target) override;
 };
 
-// Return the shared instance, which exists from before `main` until the process exits. The filters
-// have no state, so any number of stages can share one.
+// Return the shared instance, which exists from before `main` until static objects are destroyed.
+// The filters have no state, so any number of stages can share one.
 CaseRaisingFilter& RaiseCase();
 CaseLoweringFilter& LowerCase();
 

@@ -35,7 +35,7 @@ std::int32_t CompareLengths(ConstData left, ConstData right) {
 // Returns the first match, or null. REQUIRES: `pattern` is not empty.
 //
 // memmem (POSIX.1-2024; earlier a GNU extension) takes linear time in glibc even in the worst case,
-// unlike std::string_view::find, and allocates nothing, unlike the searchers of <functional>.
+// unlike std::string_view::find, and allocates nothing, unlike std::boyer_moore_searcher.
 unsigned char const* Find(ConstData range, ConstData pattern) {
     if (pattern.Length() > range.Length())
         return nullptr;

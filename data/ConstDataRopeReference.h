@@ -1,6 +1,7 @@
 // A rope: a sequence of views that is read as one text, without a concatenated copy.
 //
-// A rope owns neither the array of views nor the bytes. The array is usually on the caller's stack:
+// A ConstDataRopeReference owns neither the array of views nor the bytes. The array is usually on
+// the caller's stack:
 //
 //     ConstData const parts[] = {"<", name, ">"};
 //     receiver.Receive(ConstDataRopeReference(parts));
@@ -22,8 +23,8 @@ public:
     using ConstArrayOf<ConstData>::ConstArrayOf;
 };
 
-// The array of a rope: `ConstDataRope{a, b}` converts each argument to a ConstData. It owns these
-// views, but not the bytes.
+// The array of a rope: `ConstDataRope{a, b}` converts each argument to a ConstData. The object owns
+// these views, but not the bytes.
 template <std::size_t count>
 struct ConstDataRope {
     constexpr operator ConstDataRopeReference() const { return ConstDataRopeReference(pieces); }

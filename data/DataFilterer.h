@@ -10,7 +10,7 @@ class ConstDataRopeReference;
 class DataFilter;
 
 // Passes on one chunk of at most 1024 bytes, possibly empty, for each call of the filter. Start
-// does not reset the filter: after an abandoned stream, it still has the bytes that it holds back.
+// does not reset the filter: after an abandoned stream, the filter still holds back its bytes.
 //
 // REQUIRES: bound before Start.
 class DataFilterer : private DataReceiver {

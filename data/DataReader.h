@@ -24,7 +24,7 @@ public:
     virtual DataReader& operator>>(Buffer& target) = 0;
 
     // Fills the whole range. Throws NoMoreData if the reader finishes first; the bytes read so far
-    // stay in the range. Always succeeds for an empty range. Returns the reader.
+    // stay in the range. Does not throw NoMoreData for an empty range. Returns the reader.
     virtual DataReader& operator>>(Data target);
 
     // Returns the shared EmptyDataReader, in static storage; initialized before main.

@@ -27,14 +27,14 @@ public:
     void Receive(ConstData data) override;
     void ReceiveEnd() override;
 
-    // Start for a part of a file; `offset` is the position of its first byte.
+    // Start for a part of a file; `offset` is the position of the first byte of the part.
     void Start(unsigned long long offset);
 
 private:
     void DeliverPendingBreak(unsigned long long length);
 
     LineReceiver* target = nullptr;
-    // The offset of the next byte to deliver, which is that of a pending break.
+    // The offset of the next byte to deliver: of the pending break, if there is one.
     unsigned long long position = 0;
     // The CR or LF of a break that is not yet delivered, or 0.
     unsigned char pendingBreak = 0;

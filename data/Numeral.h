@@ -8,8 +8,8 @@
 
 class USAsciiString;
 
-// The text is inside the object, so the result of a conversion is valid as long as the object. Not
-// copyable, because it points into itself.
+// The text is inside the object, so the result of a conversion is valid until digits are inserted
+// or the object is destroyed. Not copyable, because the object points into itself.
 //
 // Sign-magnitude in every base: Numeral(-1, 16) is "-1". Only negative values have a sign.
 class Numeral {
@@ -109,7 +109,7 @@ private:
     }
     void RenderLongDecimal(unsigned long long value);
 
-    char* digits = buffer + bufferSize; // The first digit; the last one ends the buffer.
+    char* digits = buffer + bufferSize; // The first digit. The last one is before End().
     char sign;
     bool signWanted;
     // Not initialized: only bytes that were written are read. The last byte is for the NUL of a
