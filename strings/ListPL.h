@@ -29,9 +29,9 @@ public:
     virtual ~ListPL() { MakeEmpty(); }
 
     // Appends a copy of `item`, in constant time. Returns the copy, which the list owns until
-    // MakeEmpty or its destruction. The list is unchanged if copying throws.
+    // MakeEmpty or the destruction of the list. If Append throws, the list is unchanged.
     //
-    // The cursor does not move: an enumeration that has a next item reaches the new one, an
+    // The cursor does not move. An enumeration that has a next item reaches the new item. An
     // enumeration that has ended or was never begun does not.
     virtual T* Append(T const& item);
 

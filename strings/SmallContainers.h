@@ -28,7 +28,7 @@ public:
 
     bool IsNull() const { return value == nullptr; }
 
-    // REQUIRES: not IsNull(). References are valid until the next assignment.
+    // REQUIRES: not IsNull(). References are valid until the next assignment or destruction.
     T& operator*() { return *value; }
     T const& operator*() const { return *value; }
     T* operator->() { return value; }

@@ -18,9 +18,9 @@ public:
 };
 
 // Capacity is in bytes and includes the terminating NUL. Construction, assignment and Replace
-// allocate the exact capacity of the text. operator+=, Append and Format double the capacity as
-// often as needed, and keep it if it is sufficient. All strings of capacity 1 share one static
-// block, so making an empty string does not allocate.
+// allocate the exact capacity of the text. operator+= and Append double the capacity as often as
+// needed, and keep it if it is sufficient. All strings of capacity 1 share one static block, so
+// making an empty string does not allocate.
 //
 // Pointers to the characters are valid until the string changes or is destroyed. Arguments are
 // NUL-terminated strings, except those with a count; only constructors and assignments accept null.
@@ -29,8 +29,8 @@ public:
 // Lengths and indexes are returned as `int`: from 2^31 on they are negative.
 //
 // Error handling: StringPLOutOfBoundsException if an index or a count is invalid, as specified
-// below, or if the capacity would exceed 4,294,967,287 bytes. A string keeps its value if an
-// operation throws, except Format and ReplaceNoCase.
+// below, or if the capacity would exceed 4,294,967,287 bytes. Allocations throw std::bad_alloc. A
+// string keeps its value if an operation throws, except Format and ReplaceNoCase.
 class StringPL {
 public:
     // A null pointer makes the empty string.
@@ -38,9 +38,10 @@ public:
     StringPL(char const* text)
         : characters(text == nullptr ? EmptyText() : NewText(text, std::strlen(text))) {}
 
-    // Copies up to `count` bytes, or up to the first NUL. A null pointer makes the empty string.
+    // Copies up to `count` bytes, or up to the first NUL. The length is `count` in both cases; the
+    // missing bytes are NULs.
     //
-    // The length is `count` in both cases; the missing bytes are NULs.
+    // A null pointer makes the empty string, whatever `count` is.
     StringPL(char const* text, unsigned int count)
         : characters(text == nullptr ? EmptyText() : NewText(text, count)) {}
 
@@ -102,9 +103,9 @@ public:
     // Replaces the text by the output of printf. The capacity becomes at least 64, and doubles
     // until it exceeds the output and its NUL by at least one byte.
     //
-    // If it throws, the string is empty. A conversion that fails (a wide character that the locale
-    // cannot encode) throws StringPLOutOfBoundsException after the capacity has doubled to its
-    // limit, or std::bad_alloc if memory runs out before.
+    // If Format throws, the string is empty. A conversion that fails (a wide character that the
+    // locale cannot encode) throws StringPLOutOfBoundsException after the capacity has doubled to
+    // its limit, or std::bad_alloc if memory runs out before.
     //
     // REQUIRES: no argument points into this string.
     [[gnu::format(printf, 2, 3)]] void Format(char const* format, ...);
@@ -121,7 +122,8 @@ public:
     //
     // Deliberate: each match reassigns the whole string, so the time is quadratic in the number of
     // matches, and a string with embedded NULs then ends at the first one. Without a match the
-    // string keeps its block. If it throws, the string keeps the replacements made so far.
+    // string keeps its block. If ReplaceNoCase throws, the string keeps the replacements made so
+    // far.
     void ReplaceNoCase(char const* search, char const* replacement);
 
     // Return the index of the first match at or after `start`, or -1. An empty pattern matches at

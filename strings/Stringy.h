@@ -20,10 +20,10 @@ class StringyLengthTooLong : public DebuggableException {};
 // Pointers to the characters are valid until the string changes or is destroyed. An argument may be
 // a part of this string.
 //
-// Error handling: constructors with a count throw StringyLengthTooLong; allocations throw
-// std::bad_alloc. Nothing else fails: indexes are clamped, searches return -1, and text longer than
-// 4,294,967,294 bytes is truncated. A string keeps its value if an append or an assignment of a
-// `char const*` throws.
+// Error handling: constructors with a count of 4,294,967,295 throw StringyLengthTooLong;
+// allocations throw std::bad_alloc. Nothing else fails: ranges are clamped, searches return -1, and
+// text longer than 4,294,967,294 bytes is truncated. A string keeps its value if an append or an
+// assignment of a `char const*` throws.
 class Stringy {
 public:
     // The maximum size of text inside the object, including the NUL.
@@ -49,7 +49,8 @@ public:
     }
 
     // Deliberate: an empty source makes the null string. The old array is freed before the new one
-    // is allocated, so the string is null if that throws.
+    // is allocated, so the string is null if the allocation throws. Self-assignment changes
+    // nothing.
     Stringy& operator=(Stringy const& source);
 
     // A null pointer makes the null string. The old array is freed after the new one is allocated.
