@@ -22,7 +22,7 @@ public:
     AutoUString() = default;
 
     // Takes ownership of the buffer. A buffer without code units makes the null string. REQUIRES:
-    // the last code unit is the NUL.
+    // the last code unit, if there is one, is the NUL.
     explicit AutoUString(OwnedArray<Unit> buffer);
 
     AutoUString(AutoUString&& other) noexcept
@@ -50,11 +50,11 @@ private:
 template <UnicodeEncoding E>
 AutoUString<E> MakeUString(typename E::Unit const* begin, typename E::Unit const* end, E const&);
 
-// Takes ownership of a buffer that a C interface has filled, without a copy. Its count includes the
-// NUL.
+// Takes ownership of a buffer that a C interface has filled, without a copy. The count of the
+// buffer includes the NUL.
 //
-// A buffer of one code unit makes the allocated empty string.
-// REQUIRES: the last code unit is the NUL.
+// A buffer of one code unit makes the allocated empty string; an empty buffer, the null string.
+// REQUIRES: the last code unit, if there is one, is the NUL.
 template <CEncoding E>
 AutoUString<E> SeizeUString(OwnedArray<typename E::Unit> buffer, E const&);
 

@@ -4,8 +4,8 @@
 #include "unicode/Encodings.h"
 #include "unicode/UStringRef.h"
 
-// A view of ASCII text. Only conversions of a Numeral (data/Numeral.h) return it; it is valid as
-// long as the Numeral.
+// A view of ASCII text. Only conversions of a Numeral return it; data/Numeral.h states how long the
+// text is valid.
 class USAsciiString {
 public:
     char const* begin = nullptr; // The text, half-open.

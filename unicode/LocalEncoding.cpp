@@ -37,8 +37,8 @@ std::size_t Encode(char* target, UTF32::Unit const* text, std::size_t limit) {
         std::wcstombs(target, Reinterpret<wchar_t const*>(text), limit));
 }
 
-// Measures, then converts into a buffer of that size. Without a target, `convert` writes nothing
-// and ignores its limit.
+// Measures the result, then converts into a buffer of that size. Without a target, `convert` writes
+// nothing and ignores its limit.
 template <class Target, class Source>
 AutoUString<Target> Convert(UStringRef<Source> text,
                             std::size_t (*convert)(typename Target::Unit* target,

@@ -43,7 +43,7 @@ AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 //
 // InvalidTextEncoding is thrown for text that cannot be transcoded to UTF-8, for example a lone
 // surrogate in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts
-// encoded surrogates; those are passed to wcstombs.
+// encoded surrogates and values up to 0x1FFFFF; those are passed to wcstombs.
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF8> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF16> text);
 AutoUString<Local8Bit> ToLocal8Bit(UStringRef<UTF32> text);
