@@ -19,14 +19,15 @@
 // - Whitespace in a tag is the space alone; spaces before its name are skipped. Tab, CR and LF are
 //   ordinary bytes there and become part of names. In text, whitespace and line ends are kept
 //   unchanged.
-// - Text is reported in several calls: one for each run between tags, comments and escapes, one for
-//   each CDATA section, and one for each escape.
+// - Text is reported in several calls: one for each run between tags, comments, CDATA sections and
+//   escapes, one for each CDATA section that is not empty, and one for each escape.
 // - A slash in the name of a tag makes it an end tag. Its name is the bytes before the slash and
 //   all bytes between the slash and ">", including spaces. End tags are not matched with start
-//   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After a
-//   space or an attribute, a slash is part of an attribute name.
+//   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After an
+//   attribute, or a space after the name, a slash is part of an attribute name.
 // - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
-// - In the name of a start tag, a single dash is dropped, and a second one begins a comment.
+// - In the name of any tag, except after a slash, a single dash is dropped, and a second one begins
+//   a comment.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
 // - "?" before an attribute is skipped. A tag whose name begins with "?" is a processing
 //   instruction. A tag with a name such as "!DOCTYPE" is a start tag.
@@ -37,13 +38,13 @@
 //   written. An escape ends at the next semicolon, even if tags and quotes are before it.
 //
 // Error handling: no input is an error. Exceptions of the handler and std::bad_alloc propagate from
-// Parse; the rest of the chunk is lost, and the parser stays in the state that it was leaving.
+// Parse; the rest of the chunk is lost. A transition that throws does not change the state.
 class SimpleXMLParserPL : public XMLHandler {
 public:
     // Reports the events to its own virtual functions, which a derived class overrides.
     SimpleXMLParserPL();
 
-    // Reports the events to `receiver`.
+    // Reports the events to `receiver`, which must outlive the parser.
     explicit SimpleXMLParserPL(XMLHandler& receiver);
 
     SimpleXMLParserPL(SimpleXMLParserPL const&) = delete;
@@ -86,8 +87,8 @@ private:
 
     void ParseRange(char const* from, char const* end);
 
-    // Consume the bytes of one state up to and including the byte that leaves the state, or to the
-    // end. Return the first byte not consumed. REQUIRES: `from` is not `end`.
+    // Consume bytes of one state, at most up to and including the byte that leaves the state.
+    // Return the first byte not consumed. REQUIRES: `from` is not `end`.
     inline char const* ReadCharacterData(char const* from, char const* end);
     char const* ReadEscape(char const* from, char const* end, State outer);
     inline char const* ReadElementName(char const* from, char const* end);
@@ -116,7 +117,7 @@ private:
 
     // Transitions set these four characters, and the two pointers and two counters below, before
     // they are read.
-    char currentCharacter; // the byte that caused the transition
+    char currentCharacter; // the byte that left BetweenAttributes
     // In a CDATA section: the last byte and the one before it, held back because they may belong to
     // "]]>". 0 means that there is none.
     char previousCharacter;

@@ -64,7 +64,7 @@ public:
         explicit CopyKey() = default;
     };
 
-    // Copies everything except the children. Public for std::list::emplace_back.
+    // Copies the name, the attributes and the text. Public for std::list::emplace_back.
     XMLElementPL(XMLElementPL const& source, CopyKey);
 
 private:

@@ -15,7 +15,7 @@
 
 class LineReceiver;
 
-// An invalid name; the message contains it.
+// An invalid name; the message contains the name up to its first NUL.
 class InvalidXMLElementName : public ExceptionPL {
     using ExceptionPL::ExceptionPL;
 };
@@ -29,9 +29,9 @@ class InvalidXMLAttributeName : public ExceptionPL {
 // The order is not checked, and the destructor writes nothing: an abandoned document is incomplete.
 //
 // The receiver is called with views of the arguments, of constants, of the copied element names,
-// and of temporaries for escaped bytes. The views are valid only during the call. The writer copies
-// element names only. All positions that it passes are 0. Line feeds in the arguments are passed as
-// text, not as line breaks.
+// and of temporaries for escaped bytes. The views are valid only during the call. The writer keeps
+// copies of element names only. All positions that it passes are 0. Line feeds in the arguments are
+// passed as text, not as line breaks.
 //
 // Escapes: "<", ">" and "&" are written as &lt; &gt; &amp; in text and attribute values.
 // Deliberate: the format of the exchange (docs/exchange.md) depends on these rules:
@@ -97,16 +97,16 @@ public:
     // Writes a CDATA section, on a new line as by WriteString. REQUIRES: no "]]>" in `text`.
     void WriteCDataString(char const* text);
 
-    // Writes a comment, on a new line except in flat layout. If there is a line feed after its
-    // first byte, the text is written between two line breaks, in all layouts.
+    // Writes a comment, on a new line without tabs, except in flat layout. If there is a line feed
+    // after the first byte of `text`, the text is written between two line breaks, in all layouts.
     //
     // Deliberate: the second of two dashes is dropped, because "--" is not allowed in a comment.
     // The byte after it is not examined. So three dashes leave two, which end the comment if ">"
     // follows, and a line feed at that position does not count.
     void WriteComment(StringPL text);
 
-    // Write the text with escapes, and nothing else. With `isUTF8`, bytes from 0x80 on are not
-    // escaped.
+    // Write the text with escapes, and nothing else. The layout of the next call does not take this
+    // text into account. With `isUTF8`, bytes from 0x80 on are not escaped.
     void WriteCharacterData(ConstData data, bool isUTF8);
     void WriteAttributeValue(ConstData value);
 
