@@ -5,7 +5,8 @@
 
 namespace Fuzz {
 
-// Reads up to `most` arguments: a byte for their number, then each as Input::Text.
+// Reads up to `most` arguments: a byte for their number, then each as Input::Text, up to its first
+// NUL.
 inline std::vector<std::string> TakeArguments(Input& input, std::size_t most) {
     std::vector<std::string> arguments(input.Byte() % (most + 1));
     for (std::string& argument : arguments)

@@ -20,7 +20,8 @@ public:
     Iconv(Iconv const&) = delete;
     Iconv& operator=(Iconv const&) = delete;
 
-    // Stores the converted text in `result`. Returns false if iconv rejects the text.
+    // Stores the converted text in `result`. Returns false if iconv rejects the text or a
+    // conversion is not reversible; `result` is then unspecified.
     template <class From, class To>
     bool Convert(std::vector<From> text, std::vector<To>& result) const {
         iconv(converter, nullptr, nullptr, nullptr, nullptr);

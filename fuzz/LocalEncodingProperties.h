@@ -148,7 +148,7 @@ inline void CompareDecoding(Locale const& locale, std::string_view bytes, bool i
         [&] { return ReferenceTranscode<UTF16, UTF32>(native()); });
 }
 
-// The text is first validated by a conversion to UTF-8.
+// Text in UTF-16 and UTF-32 is first validated by a conversion to UTF-8.
 template <class E>
 void CompareEncoding(Locale const& locale, std::string_view bytes, bool isMarked) {
     Units<E> const units = UnitsIn<E>(bytes);

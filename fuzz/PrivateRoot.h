@@ -3,7 +3,7 @@
 // It is a tmpfs that exists only for this process, empty at first. A target that links
 // PrivateRoot.cpp creates it before the first input. If the system does not permit that, the
 // process exits with status 77 (the test is skipped), or with status 1 if the environment variable
-// CI is set.
+// CI is not empty.
 #pragma once
 
 #include <string>
@@ -21,7 +21,8 @@ public:
     PrivateRoot& operator=(PrivateRoot const&) = delete;
 };
 
-// Write and read a whole file. Throw Violation on failure.
+// Write and read a whole file. WriteFile throws Violation on failure, ReadFile if the file cannot
+// be opened.
 void WriteFile(std::string const& path, std::string_view content);
 std::string ReadFile(std::string const& path);
 

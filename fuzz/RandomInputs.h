@@ -16,9 +16,9 @@ void ExpectHolds(std::string const& input, Property property) {
     }
 }
 
-// Calls `property` with `rounds` inputs of up to `maxLength` bytes, until the first violation. Half
-// of the bytes are less than 16, so lengths and choices are often small; most others are from
-// `alphabet`.
+// Calls `property` with `rounds` inputs of up to `maxLength` bytes, until the test has a failure.
+// About half of the bytes are less than 16, so lengths and choices are often small; most others are
+// from `alphabet`.
 template <class Property>
 void ForRandomInputs(unsigned int seed, int rounds, std::size_t maxLength,
                      std::string const& alphabet, Property property) {

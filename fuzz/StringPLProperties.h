@@ -1,5 +1,5 @@
 // Compares StringPL with a model of its bytes and its capacity: applies a list of changes, and
-// compares the results of all other operations after each.
+// compares the results of other operations after each change.
 #pragma once
 
 #include <climits>

@@ -1,5 +1,5 @@
 // Compares Stringy with a model of its bytes: applies a list of changes, and compares the results
-// of all other operations after each.
+// of other operations after each change.
 #pragma once
 
 #include "fuzz/Fuzz.h"
@@ -29,7 +29,7 @@ using ReferenceCase::Sign;
 
 constexpr char white[] = " \t\n\r";
 
-// Only the null string is not equal to itself.
+// EqualIgnoringCase of a string with itself is false for the null string only.
 inline bool Is(Stringy const& ours, Model const& model) {
     return ours.GetLength() == model.text.size() &&
            std::string(ours, ours.GetLength()) == model.text &&
@@ -134,7 +134,7 @@ private:
         }
     }
 
-    // Appends all or the last bytes of the string, which are in the array that the append frees.
+    // Appends all or the last bytes of the string, which may be in an array that the append frees.
     void AppendOwnPart(std::size_t from) {
         if (from == 0) {
             ours += ours;
@@ -318,7 +318,8 @@ inline void CompareNumbers(unsigned long long number) {
             "a number agrees with to_string");
 }
 
-// Input: a number for positions and counts, switches, another text, and the changes.
+// Input: a number for positions and counts, switches, another text, and the changes. The start of
+// the input is also a number to format, and the changes are also a text to split.
 inline void Check(Fuzz::Input input) {
     CompareNumbers(Fuzz::Input(input).Number64());
     int const number = static_cast<signed char>(input.Byte());

@@ -50,7 +50,7 @@ inline void CompareTrees(XMLElementPL const& root, ReferenceTree::Node const& re
     }
 }
 
-// Compares the root, the open elements, the tree and a copy of the tree.
+// Compares whether there are a root and open elements, the tree, and a copy of the tree.
 inline void Compare(XMLTreeParserPL const& parser, ReferenceTree const& reference) {
     Require(parser.HasOpenElements() == reference.HasOpenElements(),
             "open elements agree with the reference");

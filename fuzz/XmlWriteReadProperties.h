@@ -1,7 +1,8 @@
 // Round trip of the XML writer and the parser.
 //
-// The input is a list of calls of the writer. Line breaks of the format are omitted, and tabs are
-// not compared if the writer indents with tabs. All other bytes must be read back.
+// The input is a layout and a list of calls of the writer. Line breaks of the layout are omitted,
+// and tabs in text are not compared if the writer indents with tabs. All other bytes of names,
+// attribute values and texts must be read back.
 #pragma once
 
 #include "data/LineFlattener.h"
@@ -15,7 +16,8 @@ namespace XmlWriteReadProperties {
 
 using Attributes = std::vector<XMLAttribute>;
 
-// Records each event as text with length prefixes. Joins all text between two tags.
+// Records each event as a string, in which names and attribute values have length prefixes. Joins
+// all text between two tags.
 class Events : public XMLHandler {
 public:
     explicit Events(bool keepsTabs) : withTabs(keepsTabs) {}
@@ -111,8 +113,8 @@ public:
 
 private:
     void Begin(Fuzz::Input& input) {
-        // Without dashes, because the parser treats one in the name of a start tag as the start of
-        // a comment.
+        // Without dashes, because the parser drops one in the name of a start tag, and a second one
+        // begins a comment.
         std::string const name = Without(TextWithoutZeros(input), '-');
         Attributes attributes(input.Byte() % 4U);
         for (XMLAttribute& attribute : attributes) {
