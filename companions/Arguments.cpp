@@ -23,7 +23,8 @@ std::string LettersOf(std::span<OptionRule const> rules) {
     return letters;
 }
 
-// An option without a long name gets an empty one, which no argument matches.
+// An option without a long name gets an empty one. Only "--=VALUE" can match it, which
+// IsAbbreviated refuses.
 std::vector<option> LongOptionsOf(std::span<OptionRule const> rules) {
     std::vector<option> options;
     int code = firstLongOption;
@@ -78,7 +79,7 @@ std::string JoinWithOr(std::vector<std::string> const& names) {
     return text;
 }
 
-// Returns the argument without its value and with a second dash, if it has one dash and more than
+// Returns the argument without its value. Adds a second dash to a name with one dash and more than
 // one letter.
 std::string IntendedName(std::string const& argument) {
     std::string const name = argument.substr(0, argument.find('='));

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-// An invalid command line. what() is one line without the program's name: the argument and the
-// accepted values. It may contain arbitrary bytes of the command line. WriteMessage (Output.h)
+// An invalid command line. what() is a message without the program's name: the problem and usually
+// the accepted values. It may contain arbitrary bytes of the command line. WriteMessage (Output.h)
 // escapes them.
 class CommandLineError : public std::runtime_error {
 public:
@@ -36,7 +36,7 @@ class Arguments {
 public:
     // Parses the arguments of main; the first one is the program's name and is skipped. Accepts at
     // most as many operands as there are names, or any number if the last name ends with "...".
-    // Error messages contain the names.
+    // The message for an excess operand contains the names.
     //
     // Throws CommandLineError for an unknown option, a missing or unexpected value, and an excess
     // operand. Does not check for missing operands.

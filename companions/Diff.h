@@ -24,8 +24,8 @@ struct DiffSide {
     std::vector<StoredRow> rows = {};
 };
 
-// Reads a result with all its rows into memory. Throws StoredResultError if the file is not a
-// result, or if its evaluation failed.
+// Reads a result with all its rows into memory. Throws StoredResultError if the file cannot be read
+// or is not a result, or if its evaluation failed.
 DiffSide ReadDiffSide(std::string const& file);
 
 // A designator that is not unique in at least one result, and its number of rows in each.
@@ -63,7 +63,7 @@ void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide c
 
 // Returns a warning for each of these: different hosts, documents or sites, a new result that is
 // older than the old one, a stale answer, missing provenance, a designator that is not unique, and
-// `Difference::missing`.
+// `Difference::missing`. If a result has no provenance, only the last three are checked.
 std::vector<std::string> DescribeSides(Difference const& difference, DiffSide const& oldSide,
                                        DiffSide const& newSide);
 

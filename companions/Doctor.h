@@ -41,9 +41,10 @@ Findings ExamineExchange();
 
 // Checks that the agent's program exists and is executable.
 Finding CheckAgentProgram();
-// Checks that the agent is running. Any process with the agent's name counts, including a zombie
-// and an unrelated program of that name, because the exchange does not distinguish them. The
-// finding describes the process.
+// Checks that the agent is running. The exchange counts any process with the agent's name,
+// including a zombie and an unrelated program of that name. This check reports a zombie as a
+// problem, and a process that may run another program as a note. Of several processes, the finding
+// describes the best match.
 Finding CheckAgentProcess();
 
 // The two directories of the exchange (DoctorDirectories.cpp)
@@ -73,7 +74,8 @@ struct LockState {
     enum What {
         none,    // the lock is free, or there is no lock file
         held,    // `holder` holds it
-        unknown, // the file cannot be examined or opened for reading, or is not a regular file
+        unknown, // the file cannot be examined or opened for reading, or is not a regular file; or
+                 // F_GETLK failed
     };
 
     What what = none;

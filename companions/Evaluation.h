@@ -11,7 +11,7 @@ class Progress;
 struct Rows;
 
 struct EvaluationRequest {
-    // With -d, both are null: the request has an empty URL and an empty document name.
+    // Both null for the default document: the request has an empty URL and an empty document name.
     char const* url = nullptr;
     char const* document = nullptr;
     unsigned int flags = 0;
@@ -35,8 +35,8 @@ struct EvaluationEnd {
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
     // True if the exchange of Open, the Progress exchange with the final answer, or the exchange of
-    // Close left the response file unchanged (ResponseWatch). An agent may leave it unchanged for
-    // Open and Close.
+    // Close succeeded and left the response file unchanged (ResponseWatch). An agent may leave it
+    // unchanged for Open and Close.
     bool openUnchanged = false;
     bool answerUnchanged = false;
     bool closeUnchanged = false;
@@ -48,8 +48,9 @@ struct EvaluationEnd {
 // one second between polls. After COMPLIANCE_Open has returned 0, always closes the evaluation,
 // including after a timeout, a stop signal or an exception.
 //
-// Checks the deadline and the signals between calls of the C API, so a running exchange completes
-// first. A signal has precedence over every other end, and a final answer over the deadline.
+// Checks the deadline and the signals between calls of the C API, so a running exchange ends first.
+// A stop signal ends the current sleep of the exchange, which may therefore fail early. It has
+// precedence over every other end, and a final answer or an error code over the deadline.
 //
 // `useRows` takes the rows, which are valid only during the call, and whether the answer was stale.
 // Its exceptions, and any other exception after COMPLIANCE_Open, propagate after the close. A

@@ -18,8 +18,9 @@ struct FileIdentity {
     auto operator<=>(FileIdentity const&) const = default;
 };
 
-// Returns the identity of a file, following symbolic links. Returns nullopt if stat(2) fails for
-// both the file and its directory, or if it fails for a path that ends with "/".
+// Returns the identity of a file, following symbolic links. A dangling link counts as a file that
+// does not exist. Returns nullopt for an empty path, if stat(2) fails for both the file and its
+// directory, or if stat(2) fails for a path that ends with "/".
 std::optional<FileIdentity> IdentifyFile(std::string const& path);
 
 // A file on the command line: the option or operand that names it, and its path. For standard

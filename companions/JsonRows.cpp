@@ -24,7 +24,7 @@ std::string Dump(Json const& value, Output const& output) {
     return value.dump(onOneLine, ' ', asAscii);
 }
 
-// True if the text needs no escapes in a JSON string.
+// True if the text is printable ASCII and needs no escapes in a JSON string.
 bool IsPlainInJson(std::string_view text) {
     return std::ranges::all_of(
         text, [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; });

@@ -20,9 +20,9 @@ struct JsonFailure {
     int exitStatus = 0;
     // The exit status as a word (QueryExitFacts).
     std::string_view word = {};
-    // The error code of the C API, if it failed.
+    // The error code of the C API, if the evaluation failed with one.
     std::optional<int> code = {};
-    // The error number of the agent, if it reported an error.
+    // The error number of the agent, if the evaluation failed with one.
     std::optional<int> agentError = {};
     std::string message = {};
 };

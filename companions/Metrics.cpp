@@ -66,7 +66,7 @@ bool TakePrefix(std::string_view& text, std::string_view prefix) {
 }
 
 // Removes an escaped label value and the closing quote from the front of the text. Returns false if
-// EscapeLabel cannot have written the value.
+// there is no value in the form of EscapeLabel.
 bool TakeLabelEnd(std::string_view& text) {
     for (std::size_t index = 0; index < text.size(); ++index)
         if (text[index] == '"') {
@@ -95,7 +95,7 @@ bool IsValue(std::string_view text) {
     return AreDigits(text.substr(start, point - start)) && AreDigits(text.substr(point + 1));
 }
 
-// True if Writer::Add can have written the text after the name and the common labels.
+// True if the text has the form that Writer::Add writes after the name and the common labels.
 bool IsEndOfSample(std::string_view text, bool hasResult) {
     return (!hasResult || (TakePrefix(text, resultLabel) && TakeLabelEnd(text))) &&
            TakePrefix(text, "} ") && IsValue(text);

@@ -12,7 +12,8 @@
 #include "companions/Rows.h"
 
 struct Metrics {
-    // Labels of all samples. `document` is empty with -d, `config` without --config.
+    // Labels of all samples. `document` is empty for the default document, and `config` without
+    // --config.
     std::string document = {};
     std::string config = {};
     int exitStatus = 0;
@@ -33,14 +34,15 @@ struct Metrics {
 // `former` is the previous content of the file, possibly empty. If the evaluation did not finish,
 // the samples of rows with the same labels are kept, because a failed run must not end an alert for
 // failing rows. The time of the last success is kept if the evaluation did not finish or is stale.
-// Lines that this function cannot have written are not kept.
+// Only lines with the syntax of these samples are kept.
 //
 // The 20 results with the most rows have samples of their own. The rows with other results, and
-// with results of more than 100 bytes, are counted as "other". Ill-formed bytes are written as
-// "\xHH".
+// with results of more than 100 bytes, are counted as "other". Values of labels are readable text
+// (MakeReadable of VisibleText.h).
 std::string FormatMetrics(Metrics const& metrics, std::string_view former);
 
 // Replaces the file atomically, and keeps samples of its previous content (FormatMetrics). A file
-// that is larger than any output of this function counts as empty. Throws ResultFileError. The mode
-// of the file is 0644, whatever the umask is, because the collector runs as another user.
+// counts as empty if it cannot be read, or is larger than any output with these labels. Throws
+// ResultFileError. The mode of the file is 0644, whatever the umask is, because the collector runs
+// as another user.
 void WriteMetrics(std::string const& path, Metrics const& metrics);

@@ -15,7 +15,8 @@ bool Contains(std::vector<std::string> const& texts, std::string const& text) {
     return std::ranges::find(texts, text) != texts.end();
 }
 
-// Removes the unit from the end of the text. Returns its number of seconds.
+// Removes the unit, if there is one, from the end of the text. Returns the number of seconds of the
+// unit, or 1 without one.
 long long TakeUnit(std::string_view& text) {
     constexpr std::array units = {std::pair{'s', 1}, std::pair{'m', 60}, std::pair{'h', 3600}};
     for (auto const& [letter, unitSeconds] : units) {

@@ -42,10 +42,10 @@ ColorMode ParseColor(std::string const& value);
 // Checks that a ResultFile can have this path, and returns it unchanged.
 std::string ParseFile(std::string const& path);
 
-// Throws a CommandLineError with the option, the problem and the accepted values. `problem` is the
-// what() of a ValueError.
+// Throws a CommandLineError with the option, the problem and the accepted values. `problem` has the
+// form of the what() of a ValueError.
 //
-// REQUIRES: a rule has the name `option`.
+// REQUIRES: a rule has the name `option`, and describes the accepted values.
 [[noreturn]] void RefuseOption(std::span<OptionRule const> rules, std::string_view option,
                                std::string const& problem);
 

@@ -41,7 +41,8 @@ bool IsPseudoTerminalMaster(int descriptor) {
 }
 
 // Reopens a pipe or a terminal with O_NONBLOCK, because setting that flag on the descriptor would
-// affect other processes. Returns the descriptor itself for other files, and on failure.
+// affect other processes. Returns the descriptor itself for other files, if it is not open for
+// writing, and on failure.
 int ReopenWithoutBlocking(int descriptor) {
     bool const isTerminal = isatty(descriptor) == 1 && !IsPseudoTerminalMaster(descriptor);
     bool const isUseful = isTerminal || TypeOf(descriptor) == S_IFIFO;

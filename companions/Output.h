@@ -51,8 +51,8 @@ private:
     std::string waiting;
 };
 
-// Returns unicode if the locale of the environment (LC_ALL, LC_CTYPE, LANG) uses UTF-8, otherwise
-// ascii.
+// Returns unicode if the locale of the environment (LC_ALL, LC_CTYPE, LANG) uses UTF-8. Returns
+// ascii otherwise, and if the locale is not installed.
 CharacterSet CharacterSetOfLocale();
 
 // Writes "PROGRAM: TEXT" and a line feed to standard error, unbuffered. Converts the text to

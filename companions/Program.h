@@ -19,8 +19,9 @@ struct Program {
 // returns the exit status for it. Reporting std::bad_alloc allocates no memory.
 //
 // Installs a terminate handler: a std::bad_alloc that leaves a destructor or another noexcept
-// function ends the process with a message and `failureStatus`. REQUIRES: `program` is valid until
-// the process ends.
+// function ends the process with a message and `failureStatus`. The handler stays installed after
+// the return. REQUIRES: no destructor that runs after the lifetime of `program` throws
+// std::bad_alloc.
 int RunMain(Program const& program, std::function<int()> const& run);
 
 // Flushes the output. If a write has failed, writes a message that names `content`, and returns

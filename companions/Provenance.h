@@ -28,13 +28,14 @@ struct Provenance {
     std::optional<timespec> agentModified = {};
 };
 
-// Records an evaluation that starts with its construction.
+// Records an evaluation that starts when this object is constructed.
 class ProvenanceRecorder {
 public:
-    // `url` and `document` of the provenance point into `commandLine`, which must outlive it.
+    // `url` and `document` of the provenance point into `commandLine`, which must outlive the
+    // provenance.
     explicit ProvenanceRecorder(QueryCommandLine const& commandLine);
 
-    // Call it at the end of the evaluation. Examines the agent's program.
+    // Returns the provenance, with the time of this call as the end. Examines the agent's program.
     Provenance Finish(ResponseState const& answer, bool stale) const;
 
 private:

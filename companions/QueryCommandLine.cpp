@@ -169,8 +169,8 @@ std::string ParseStatus(std::string const& text) {
     return text;
 }
 
-// Throws if the command line describes a request although `option` (--explain or --check-config)
-// sends none.
+// Throws if `option`, --explain or --check-config, is repeated, or is combined with the other one
+// or with a request, because it sends none.
 void RefuseRequest(Arguments const& arguments, std::string const& option) {
     for (char const* const other : {"-d", "--config", "--check-config"})
         if (other != option && arguments.Has(other))

@@ -22,18 +22,18 @@ struct QueryConfig {
     std::vector<std::string> goodResults = {};
     // The number of results that compliance-evaluate(8) keeps. Not used by this program.
     std::optional<long long> keptResults = {};
-    // One line for each mistake: the path, the line number and the accepted values. A file that
-    // cannot be read or is too large has no line number. The other members are valid only if this
-    // list is empty.
+    // One line for each mistake: the path, the line number, the mistake and usually the accepted
+    // values. A file that cannot be read, is not a regular file or is too large has no line number.
+    // The other members are valid only if this list is empty.
     std::vector<std::string> mistakes = {};
 };
 
 // Reads a configuration file. Does not throw for an invalid or unreadable file; see `mistakes`.
 //
-// Syntax: lines KEY=VALUE. Empty lines and lines that begin with '#' or ';' are ignored, and so are
-// spaces around keys and values, and a pair of quotes around a value. The keys are URL, DOCUMENT,
-// FLAGS, GOOD_RESULTS and KEEP_RESULTS. Each is optional and allowed once; URL and DOCUMENT require
-// each other. A value has 1 to 4096 bytes, a file at most 64 KiB.
+// Syntax: lines KEY=VALUE. Spaces and tabs around a line, a key or a value are ignored, and so is a
+// pair of quotes around a value. Empty lines and lines that begin with '#' or ';' are ignored, too.
+// The keys are URL, DOCUMENT, FLAGS, GOOD_RESULTS and KEEP_RESULTS. Each is optional and allowed
+// once; URL and DOCUMENT require each other. A value has 1 to 4096 bytes, a file at most 64 KiB.
 //
 // systemd reads the same values from the file (EnvironmentFile= of systemd.exec(5)). Syntax that it
 // would interpret differently or reject is a mistake: a quote, a backslash or a control character

@@ -52,10 +52,11 @@ std::string ExplainQueryExit(std::string const& status);
 
 struct QueryFailure {
     QueryExit status;
-    // One line without a line feed, with a remedy if there is one.
+    // One line, with a remedy if there is one. May contain the name of a process, which is
+    // arbitrary bytes; WriteMessage (Output.h) escapes them.
     std::string message;
-    // A retry may succeed: a request is pending, another process holds the lock, or the agent is
-    // temporarily not available.
+    // A retry may succeed: a request is pending, another process holds or held the lock, or the
+    // agent is temporarily not available.
     bool temporary = false;
 };
 

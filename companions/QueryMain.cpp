@@ -215,7 +215,7 @@ private:
         return Number(QueryExit::otherResult);
     }
 
-    // If the output is incomplete, writes a message and returns false.
+    // If the output cannot be written or published, writes a message and returns false.
     bool PublishOutput() {
         if (!FinishOutput(program, *output, "the rows"))
             return false;
@@ -229,8 +229,9 @@ private:
         }
     }
 
-    // Sleeps, then executes the program again. Returns if no time is left, after a stop signal, and
-    // if the execution fails; appends the reason for the latter to the message.
+    // Sleeps, then executes the program again. Returns without --wait, if no time is left, after a
+    // stop signal, and if the execution fails. Appends the reason for a failed execution to the
+    // message.
     void TryAgain(QueryFailure& failure) {
         std::optional<std::chrono::milliseconds> const pause = retry.Pause();
         if (!pause)
@@ -249,7 +250,8 @@ private:
         OpenOutput();
     }
 
-    // Writes the message, and a JSON document unless rows have been written.
+    // Writes the message. With --json or --ndjson, also writes a document, unless rows have been
+    // written, or --output is used without --keep-failures. Returns the exit status.
     int Fail(EvaluationEnd const& end, JsonFailure const& failure) {
         WriteMessage(program, failure.message);
         bool const asJson =
@@ -278,12 +280,13 @@ private:
     bool answerWasOld = false;
     // Set only for --prometheus.
     std::optional<ResultCounts> results;
-    // The number of rows that were written; -1 if none have been passed to UseRows.
+    // The number of rows that were written; -1 if UseRows has not returned.
     long long count = -1;
     ResultCheck check;
 };
 
-// Throws CommandLineError. Called before a request is sent.
+// Throws CommandLineError if --prometheus names the file of --output or of standard output. Called
+// before a request is sent.
 void RefuseSharedOutputs(QueryCommandLine const& commandLine) {
     if (!commandLine.metricsFile)
         return;

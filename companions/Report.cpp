@@ -189,8 +189,8 @@ void ReportBuilder::Add(ReportEntry&& entry) {
 }
 
 // A machine runs one evaluation at a time, because of the lock, so overlapping evaluations come
-// from two machines. So does an agent's program whose modification time returns to an earlier
-// value, because updates do not restore it. Copies of a result count once.
+// from two machines. A modification time of the agent's program that returns to an earlier value
+// comes from two machines, too, because updates do not restore it. Copies of a result count once.
 bool ReportBuilder::HasTwoMachines(std::vector<Interval>& intervals) {
     std::ranges::sort(intervals);
     intervals.erase(std::unique(intervals.begin(), intervals.end()), intervals.end());

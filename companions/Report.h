@@ -17,8 +17,8 @@
 #include "companions/Rows.h"
 #include "companions/StoredResult.h"
 
-// The reasons why a host needs attention, apart from failing rows. The report sorts hosts in this
-// order.
+// The reasons why a host needs attention. Failing rows are not one of them. The report sorts hosts
+// in this order.
 enum class Condition {
     missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
@@ -36,7 +36,7 @@ char const* NameOf(Condition condition);
 char const* WordsOf(Condition condition);
 
 constexpr std::chrono::seconds maxClockDifference(60);
-// The number of results that are counted by name, for each host and in total: those with the most
+// The number of results that are counted by name, for each entry and in total: those with the most
 // rows. Rows with other results are counted together.
 constexpr std::size_t maxResultNames = 16;
 // The number of different results of a file that are counted before maxResultNames are selected.
@@ -51,7 +51,7 @@ struct ReportOptions {
     std::vector<std::string> acceptedResults = {};
     bool allowEmpty = false;
     std::optional<std::chrono::seconds> maxAge = {};
-    // nullopt: no hosts are expected. A repeated name counts once.
+    // nullopt: it is unknown which hosts are expected. A repeated name counts once.
     std::optional<std::vector<std::string>> expectedHosts = {};
     // The time of the report.
     timespec now = {};
@@ -134,7 +134,8 @@ private:
     // Seconds and nanoseconds.
     using Moment = std::pair<time_t, long>;
 
-    // The time of a finished evaluation. Those of one host name show whether it is one machine.
+    // The time of a finished evaluation. The intervals of a host name show whether several machines
+    // use it.
     struct Interval {
         Moment start;
         Moment end;

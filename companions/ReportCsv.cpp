@@ -28,8 +28,9 @@ constexpr std::array<std::string_view, 8> formulaStarts = {
     "=", "+", "-", "@", "\xEF\xBC\x9D", "\xEF\xBC\x8B", "\xEF\xBC\x8D", "\xEF\xBC\xA0"};
 
 // Prevents formula injection: a spreadsheet evaluates text that starts with a formula character,
-// possibly after whitespace, unless an apostrophe precedes it. Text that starts with an apostrophe
-// gets another one, so readers can always remove one.
+// possibly after whitespace, unless an apostrophe precedes it. Text that starts with a tab, a line
+// break or an apostrophe always gets an apostrophe. So readers can remove one from every text that
+// starts with one.
 bool NeedsApostrophe(std::string_view text) {
     if (text.empty() || std::string_view("\t\r\n'").find(text[0]) != std::string_view::npos)
         return !text.empty();

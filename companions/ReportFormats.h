@@ -21,7 +21,8 @@ constexpr std::size_t maxMarkdownRows = 1'000;
 constexpr std::size_t maxMarkdownHosts = 1'000;
 // In HTML, in Markdown and on standard error.
 constexpr std::size_t maxShownProblems = 1'000;
-// Longer texts are truncated in HTML, in Markdown and on standard error.
+// Longer names, messages and texts of rows are truncated in HTML, in Markdown and on standard
+// error.
 constexpr std::size_t maxShownBytes = 1'000;
 
 // Writes a report in one format. The caller passes the entries in the order of the report:

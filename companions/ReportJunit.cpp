@@ -37,7 +37,7 @@ public:
         Render(testCase, data);
     }
 
-    // Without a row, the suite has not been started: the result has none, or its file has changed.
+    // Without a row, the suite has not been started: the entry has none, or its file has changed.
     void EndEntry(ReportEntry const& entry) override {
         if (!isOpen)
             StartSuite(entry, 0, 0);

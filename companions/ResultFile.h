@@ -8,8 +8,8 @@
 
 #include <sys/types.h>
 
-// what() is one line without the program's name: the path, and either the failed operation with its
-// error, or the reason why a ResultFile cannot have this path.
+// what() is one line without the program's name: the path, which is not escaped, and either the
+// failed operation with its error, or the reason why a ResultFile cannot have this path.
 class ResultFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -32,8 +32,9 @@ std::string ReasonAgainstResultFile(std::string const& path);
 class ResultFile {
 public:
     // Creates the temporary file. Its mode is `mode`, by default 0666 less the umask. If the file
-    // system refuses the default mode, it is 0600. Throws ResultFileError; also if the path exists
-    // and is not a regular file.
+    // system refuses the default mode, the mode is 0600. Throws ResultFileError; also if the path
+    // exists and is not a regular file. Not thread-safe: sets the umask to 0 for a moment to read
+    // it.
     explicit ResultFile(std::string const& path, std::optional<mode_t> mode = {});
     // Removes the temporary file unless it was published.
     ~ResultFile();

@@ -28,7 +28,7 @@ struct Rows {
     std::function<Row(unsigned int)> get = {};
 };
 
-// The result of checking rows against --strict.
+// The result of checking rows against the list of accepted results.
 struct ResultCheck {
     // The number of rows whose result is not accepted.
     unsigned int others = 0;

@@ -140,7 +140,7 @@ public:
     DocumentHandler(Source& theSource, std::function<void(StoredRow&&)> const& theUseRow)
         : source(theSource), useRow(theUseRow) {}
 
-    // Parse each further document as a row.
+    // Makes the handler parse each further document as a row.
     void ExpectRows() { state = State::betweenRows; }
 
     bool null() override { return TakeFact(nullptr); }
@@ -222,7 +222,7 @@ public:
 private:
     enum class State { head, betweenRows, inRow };
 
-    // Replaces a name with a slash by an empty one, because it could look like a known path.
+    // Stores an empty name for a name that contains a slash, which could look like a known path.
     void StartMember(std::string&& name) {
         keys.back() = name.find('/') == std::string::npos ? std::move(name) : "";
         if (state != State::head)

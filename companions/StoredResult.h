@@ -72,9 +72,9 @@ struct StoredResult {
     std::optional<StoredProvenance> provenance = {};
 };
 
-// A file that is not a result or cannot be read. what() is one line:
-// "FILE:LINE:COLUMN: EXPECTATION" with the position of the next byte to be read, or "FILE: REASON"
-// if the cause has no position.
+// A file that is not a result or cannot be read. what() is "FILE:LINE:COLUMN: EXPECTATION" with the
+// position of the next byte to be read, or "FILE: REASON" if the cause has no position. May contain
+// arbitrary bytes of the path and of the document; WriteMessage (Output.h) escapes them.
 class StoredResultError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -85,7 +85,8 @@ constexpr std::size_t maxStoredBytes = std::size_t{256} << 20;
 // The maximum size of one JSON string with its escapes, of a number, or of whitespace. Checked once
 // for each chunk that is read, so it may be exceeded by the size of a chunk.
 constexpr std::size_t maxStoredTextBytes = std::size_t{1} << 20;
-// The maximum size of a text of the provenance or of a failure. Callers keep these in memory.
+// The maximum size of a text of the provenance or of a failure, and of its base64 form. Callers
+// keep these texts in memory.
 constexpr std::size_t maxStoredFactBytes = 4096;
 // The maximum nesting depth of JSON objects and arrays.
 constexpr std::size_t maxStoredDepth = 16;

@@ -21,9 +21,9 @@ struct TableOptions {
     ColorMode color = ColorMode::automatic;
 };
 
-// Writes a line of headings and one or more lines for each row. Columns are separated by two
-// spaces; the last column is not padded. If there are no rows, writes one line that says so. All
-// texts are visible text (VisibleText.h).
+// Writes a line of headings and one or more lines for each shown row. Columns are separated by two
+// spaces; no line ends with padding. If there are no such rows, writes only one line that says so.
+// All texts are visible text (VisibleText.h).
 //
 // Column widths: a column is as wide as its longest text (DisplayWidth.h). On a terminal, or if the
 // environment variable COLUMNS has a number, the widest columns are narrowed until the table fits,

@@ -11,8 +11,8 @@
 // "2026-03-01T09:30:00.125+01:00".
 std::string FormatTimestamp(timespec const& time);
 
-// Parses a timestamp of RFC 3339, including a leap second. Truncates to nanoseconds. Returns
-// nullopt for any other text.
+// Parses a timestamp of RFC 3339. Truncates to nanoseconds. Accepts the second 60 in every minute,
+// not only as a leap second. Returns nullopt for any other text.
 std::optional<timespec> ParseTimestamp(std::string_view text);
 
 // Returns "45 s", "5 min", "3 h" or "2 d 4 h"; "in 5 min" for a negative number of seconds.

@@ -12,8 +12,8 @@ struct Character {
 };
 
 // Decodes the code point at the front of the text. Returns a length of 0 if the text is empty, or
-// if it starts with an ill-formed sequence: a continuation byte, a truncated sequence, an overlong
-// encoding, a surrogate, or a value above U+10FFFF.
+// if it starts with an ill-formed sequence: a byte with which no sequence begins, a truncated
+// sequence, an overlong encoding, a surrogate, or a value above U+10FFFF.
 Character DecodeCharacter(std::string_view text);
 
 bool IsUtf8(std::string_view text);
