@@ -26,9 +26,10 @@ options:
     description:
       - A stored result, or a directory of stored results C(*.json).
       - In a directory, the result that started last is read. If several started at the same time,
-        the one that ended last is read, then a failed one, then the last file name. A file that
-        cannot be used counts with its modification time.
-      - The results that are not older than I(max_age) must be of one host and document.
+        the one that ended last is read, then a failed one, then the last file name.
+      - A file that cannot be used counts with its modification time. If it is the newest, the module
+        fails.
+      - The results that are not older than I(max_age) must be of one host, site and document.
       - Without this option, I(max_age) has no effect.
     type: path
   flags:

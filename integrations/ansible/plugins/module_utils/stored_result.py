@@ -64,7 +64,10 @@ Stored = collections.namedtuple("Stored", "path document")
 
 
 class ResultError(Exception):
-    """There is no result, or it cannot be used. The message names the file and the reason."""
+    """There is no result, or it cannot be used. The message states the reason.
+
+    For a file that cannot be read or parsed, the message begins with its path.
+    """
 
 
 def _is_hidden(character):
@@ -156,7 +159,7 @@ def _expect(condition, expectation):
 
 
 def _is_longer(text, limit):
-    """Returns whether the text has more bytes in UTF-8."""
+    """Returns whether the text has more than `limit` bytes in UTF-8."""
     return len(text) > limit or 4 * len(text) > limit and len(text.encode("utf-8")) > limit
 
 
@@ -449,8 +452,8 @@ def newest_in(directory, max_age=None):
     """Returns the newest result of the *.json files in the directory. Raises ResultError.
 
     Files that are not results are sorted by modification time, so an older result does not hide a
-    damaged new one. Results of several hosts or documents are an error unless they are older than
-    max_age seconds, because the newest would hide the others.
+    damaged new one. Results of several hosts, sites or documents are an error unless they are older
+    than max_age seconds, because the newest would hide the others.
     """
     newest, newest_order, of_subject = None, None, {}
     for name in _result_names(directory):
@@ -488,7 +491,7 @@ def format_seconds(seconds):
 
 
 def check_fresh(document, max_age=None):
-    """Raises ResultError unless the document has rows of a fresh evaluation.
+    """Raises ResultError unless the document is the fresh result of a finished evaluation.
 
     max_age is in seconds; None means no limit.
     """

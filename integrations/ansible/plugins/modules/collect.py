@@ -67,9 +67,13 @@ EXAMPLES = r"""
 RETURN = r"""
 file:
   description: The file on the controller.
-  returned: if a result was stored, now or before
+  returned: if compliance-query wrote a document with the expected host name
   type: str
   sample: /srv/compliance/web1/20260131T023104.512Z.json
+source:
+  description: The file of the stored result on the managed host.
+  returned: with I(path), if there is a result
+  type: str
 row_count:
   description: The number of rows.
   returned: if there is a result, fresh or not
@@ -87,7 +91,7 @@ exit_status:
   sample: 3
 failure:
   description: The exit status as a word.
-  returned: if an evaluation failed
+  returned: if compliance-query wrote the document of a failed evaluation
   type: str
   sample: no-agent
 explanation:

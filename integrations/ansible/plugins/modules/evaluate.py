@@ -12,7 +12,7 @@ version_added: 1.0.0
 description:
   - Evaluates a compliance document with C(compliance-query) on the managed host, or reads a result
     that C(compliance-query --json) stored there.
-  - Changes nothing on the managed host, even without check mode.
+  - Never reports a change. An evaluation writes only the request to the agent and the lock file.
   - Fails with the reason if there is no fresh result, if the result has no rows and I(allow_empty)
     is false, or if a row has a result that is not in I(good).
 requirements:
@@ -20,7 +20,7 @@ requirements:
   - Python 3.6 on the managed host
 attributes:
   check_mode:
-    description: Evaluates or reads in check mode too, because neither changes the host.
+    description: Evaluates or reads in check mode too, because neither reports a change.
     support: full
   diff_mode:
     description: There is no difference to show.
@@ -58,7 +58,9 @@ EXAMPLES = r"""
 
 RETURN = r"""
 rows:
-  description: The rows of the result.
+  description:
+    - The rows of the result.
+    - A text that is not UTF-8 has a second member with its exact bytes, such as C(commentBase64).
   returned: if there is a result, fresh or not
   type: list
   elements: dict
@@ -90,7 +92,7 @@ row_count:
   sample: 1
 bad_rows:
   description: The rows with a result that is not in I(good).
-  returned: if there is a fresh result, with I(good)
+  returned: with I(good), if there is a fresh result that has rows or that I(allow_empty) accepts
   type: list
   elements: dict
 provenance:
@@ -121,7 +123,7 @@ exit_status:
   sample: 3
 failure:
   description: The exit status as a word.
-  returned: if an evaluation failed
+  returned: if compliance-query wrote the document of a failed evaluation
   type: str
   sample: no-agent
 explanation:

@@ -14,8 +14,8 @@ description:
     the rows that are no longer good to a file.
   - If the newest result is not fresh, the host is not compared, because old regressions must not be
     reported as new.
-  - The previous result is the newest earlier one of a finished evaluation of the same document and
-    site.
+  - The previous result is the newest earlier one of a finished evaluation with the same host name,
+    document and site, unless its answer was stale.
 requirements:
   - compliance-diff
 options:
@@ -26,7 +26,8 @@ options:
     required: true
   dest:
     description:
-      - The file for the regressions. It has a line for each host that was not compared.
+      - The file for the regressions. It also has a line for each host in C(not_compared) and
+        C(failures).
       - It has the mode 0640, independent of the umask.
     type: path
     required: true
@@ -117,7 +118,10 @@ def result_before(paths, subject):
 
 
 def find_pair(directory, max_age):
-    """Returns the files to compare, or None for a first result. Raises ResultError, NotCompared."""
+    """Returns the files to compare, or None if there are fewer than two results.
+
+    Raises ResultError, NotCompared.
+    """
     paths = [os.path.join(directory, name) for name in stored_result.collected_names(directory)]
     if not paths:
         return None
