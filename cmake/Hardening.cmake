@@ -1,7 +1,7 @@
 # Compiler and linker options of the shipped files: hardening, size, and reproducible builds in any
 # directory. scripts/check-hardening verifies the hardening of the installed files.
 #
-# Builds with sanitizers or coverage are not hardened, because sanitizers perform the same checks.
+# Builds with sanitizers or coverage are not hardened, because they are not shipped.
 option(CC_HARDENING "Harden the shipped programs and libraries" ON)
 
 include(CheckCXXSourceCompiles)
@@ -10,7 +10,7 @@ include(CheckLinkerFlag)
 check_linker_flag(CXX LINKER:-z,pack-relative-relocs CC_LINKER_PACKS_RELOCATIONS)
 
 # Section garbage collection removes unused functions, including those of the static C and C++
-# libraries: a fifth of the tool. -ffile-prefix-map removes paths of the build machine.
+# libraries: a sixth of the tool. -ffile-prefix-map removes paths of the build machine.
 set(shipped_compile_options
   -ffunction-sections -fdata-sections
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
@@ -47,7 +47,8 @@ if(CC_HARDENING)
   list(APPEND shipped_link_options LINKER:-z,relro,-z,now,-z,noexecstack)
 endif()
 
-# harden(<target>...): applies these options to libraries and programs that are shipped.
+# harden(<target>...): applies these options to libraries and programs. Has no effect in builds with
+# sanitizers or coverage.
 function(harden)
   if(CC_INSTRUMENTED)
     return()

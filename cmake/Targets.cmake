@@ -71,7 +71,7 @@ function(add_project_library name)
   endif()
 endfunction()
 
-# Optimizing the tests takes a third of the build time. Does not affect the code that they test.
+# Optimizing the tests takes a third of the build time. Does not affect the libraries that they test.
 option(CC_QUICK_TESTS "Compile the tests without optimization, with a precompiled header" ON)
 
 # compile_unoptimized(<target>): compiles without optimization if CC_QUICK_TESTS or CC_SANITIZE is set.
@@ -103,9 +103,10 @@ endif()
 # register_cases(<target> <prefix> <label> <filter> [<property> <value>]...): registers the test
 # cases of a GoogleTest program that match the filter as tests of ctest with this label.
 #
-# ctest runs each test case in a process of its own, in parallel, and starts those that wait for the
-# clock first. With sanitizers, starting a process takes longer than most `unit` test cases, so
-# these run in one process, which starts before all others because it may take a minute.
+# ctest runs each test case in a process of its own, in parallel. It starts `stress` and then
+# `system` test cases first, because they take the longest. With sanitizers, starting a process takes
+# longer than most `unit` test cases. So these run in one process, which starts before all others
+# because it may take a minute.
 function(register_cases target prefix label filter)
   if(CC_SANITIZE AND label STREQUAL unit)
     add_test(NAME ${prefix}unit COMMAND ${target} --gtest_filter=${filter})

@@ -1,5 +1,5 @@
-# Installed files and their paths, by component. Installs all manual pages, completions and examples
-# in the folders for them.
+# Installed files and their paths, by component. Installs all manual pages of docs/man/, and all
+# examples.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
