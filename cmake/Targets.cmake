@@ -48,7 +48,7 @@ option(CC_UNITY "Use unity builds, except for the shipped tool and library" ON)
 # Names in anonymous namespaces of its sources must differ.
 function(compile_at_once target)
   if(CC_UNITY)
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 24)
   endif()
 endfunction()
 

@@ -59,11 +59,11 @@ Target FollowLinks(std::string path) {
 
 // Returns why the file at the path cannot be replaced, or an empty string.
 std::string ReasonAgainstTarget(std::string const& path) {
-    constexpr std::size_t maxNameLength = NAME_MAX - temporarySuffix.size();
+    constexpr std::size_t maxLength = NAME_MAX - temporarySuffix.size();
     Target const target = FollowLinks(path);
     if (!target.reason.empty())
         return target.reason;
-    return NameOf(target.path).size() > maxNameLength ? "is too long" : "";
+    return NameOf(target.path).size() > maxLength ? "is too long" : "";
 }
 
 // Returns why the file cannot be created, or an empty string.

@@ -47,14 +47,14 @@ SANDBOX_TEST(ProvenanceTest, DescribesFilesOfTheAgent) {
     Sandbox::InstallAgent();
     WriteWholeFile(ScriptedAgent::response, "answer");
     struct stat agent {};
-    struct stat response {};
+    struct stat status {};
     ASSERT_EQ(0, stat(Sandbox::agentProgram, &agent));
-    ASSERT_EQ(0, stat(ScriptedAgent::response, &response));
+    ASSERT_EQ(0, stat(ScriptedAgent::response, &status));
     Provenance const provenance = recorder.Finish(LookAtResponse(), false);
     ASSERT_TRUE(provenance.agentModified);
     EXPECT_EQ(Seconds(agent.st_mtim), Seconds(*provenance.agentModified));
-    EXPECT_EQ(response.st_ino, provenance.response.inode);
-    EXPECT_EQ(Seconds(response.st_mtim), Seconds(provenance.response.modified));
+    EXPECT_EQ(status.st_ino, provenance.response.inode);
+    EXPECT_EQ(Seconds(status.st_mtim), Seconds(provenance.response.modified));
 }
 
 } // namespace

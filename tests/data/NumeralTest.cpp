@@ -10,7 +10,7 @@ namespace {
 std::string Text(Numeral const& numeral) { return MakeString(numeral); }
 
 template <typename T>
-std::vector<T> Borders() {
+std::vector<T> BordersOfNumerals() {
     using U = std::make_unsigned_t<T>;
     std::vector<T> values;
     auto const addAround = [&](U centre) {
@@ -33,7 +33,7 @@ std::vector<T> Borders() {
 
 template <typename T>
 void CheckType() {
-    for (T value : Borders<T>())
+    for (T value : BordersOfNumerals<T>())
         for (unsigned base = 2; base <= 36; ++base)
             ExpectHolds(std::to_string(value) + " in base " + std::to_string(base),
                         [&] { NumeralProperties::Render(value, base, base + 20); });

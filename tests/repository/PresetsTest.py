@@ -41,15 +41,9 @@ class PresetsTest(unittest.TestCase):
                                       .read_text(encoding="utf-8"))
                 files = {command["file"] for command in commands}
                 self.assertIn(str(SOURCE / "tool/main.cpp"), files)
-
-    def test_debug_has_a_compile_command_for_each_source(self):
-        with tempfile.TemporaryDirectory() as build:
-            must("cmake", "--preset", "debug", "-B", build, directory=SOURCE)
-            commands = json.loads((pathlib.Path(build) / "compile_commands.json")
-                                  .read_text(encoding="utf-8"))
-        files = {command["file"] for command in commands}
-        for source in SOURCE.glob("tests/*/*Test.cpp"):
-            self.assertIn(str(source), files)
+                # Without unity builds, so clangd has a command for each source.
+                if name == "debug":
+                    self.assertLessEqual(set(map(str, SOURCE.glob("tests/*/*Test.cpp"))), files)
 
 
 class ScriptsTest(unittest.TestCase):
