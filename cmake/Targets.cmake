@@ -23,7 +23,7 @@ if(CC_SANITIZE)
 endif()
 
 # Without optimization, because it merges branches and inlines functions. Without thread-safe
-# statics, because their guards have branches that only a second thread can take.
+# initialization of static variables, because it has branches that only a second thread can take.
 if(CC_COVERAGE)
   add_compile_options(--coverage -O0 -g1 $<$<COMPILE_LANGUAGE:CXX>:-fno-threadsafe-statics>)
   add_link_options(--coverage)
