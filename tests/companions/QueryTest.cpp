@@ -63,7 +63,7 @@ SANDBOX_TEST(QueryTest, WritesManyRows) {
     EXPECT_EQ(5000, document.at("rowCount"));
     ASSERT_EQ(5000u, document.at("rows").size());
     for (std::size_t i = 0; i < 5000; ++i)
-        ASSERT_EQ(std::to_string(i), document["rows"][i]["designator"]);
+        ASSERT_EQ(std::to_string(i), document["rows"][i]["designator"].get<std::string>());
 }
 
 SANDBOX_TEST(QueryTest, RequestHasTheArgumentsAndTheFlags) {
