@@ -40,11 +40,17 @@ char StateOf(unsigned int id) {
     return nameEnd == std::string::npos || nameEnd + 2 >= facts.size() ? '\0' : facts[nameEnd + 2];
 }
 
-std::string LastComponent(std::string const& path) { return path.substr(path.rfind('/') + 1); }
+// Returns the name by which the tool recognizes a process (ProcessNames.h). Empty if it has none.
+std::string NameOf(unsigned int id) {
+    std::array<char, processNameCapacity> name{};
+    long long unused = 0;
+    ProcessIdToName(id, name.data(), processNameCapacity, unused, unused, unused);
+    return name.data();
+}
 
 // Returns the match of a process whose program is visible.
 Candidate ClassifyByProgram(unsigned int id, std::string const& program) {
-    std::string const name = LastComponent(program);
+    std::string const name = NameOf(id);
     if (name == AgentPaths::processName) {
         std::error_code error;
         bool const installed =

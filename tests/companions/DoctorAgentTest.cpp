@@ -1,3 +1,4 @@
+#include "compliance/AgentPresence.h"
 #include "tests/companions/Findings.h"
 #include "tests/compliance/FakeProcess.h"
 
@@ -121,6 +122,18 @@ SANDBOX_TEST_WITH(DoctorAgentTest, ReportsTheLowestProcessId, emptyProc) {
         MakeFakeProcess(id, {.exe = agentProgram});
         ExpectOk(*id == '6' ? "process 6" : "process 5", CheckAgentProcess());
     }
+}
+
+SANDBOX_TEST_WITH(DoctorAgentTest, AgreesWithTheToolOnTheNameOfEachProgram, emptyProc) {
+    for (char const* const program : {"/VeskaClient", "/VeskaClient (deleted)", "VeskaClient",
+                                      "/a/VeskaClient", "//VeskaClient", "/a/VeskaClient (deleted)",
+                                      "/VeskaClient/agent", "/a (deleted)/VeskaClient"}) {
+        MakeFakeProcess("5", {.exe = program});
+        EXPECT_EQ(UnixPlatform::IsRunning(), CheckAgentProcess().verdict != Verdict::problem)
+            << program;
+    }
+    MakeFakeProcess("5", {.exe = "/VeskaClient"});
+    ExpectProblem("agent-not-running", "", CheckAgentProcess());
 }
 
 SANDBOX_TEST_WITH(DoctorAgentTest, IgnoresProcessesWithSimilarNames, emptyProc) {
