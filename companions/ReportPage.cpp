@@ -43,7 +43,7 @@ std::string JoinCounts(ReportEntry const& entry) {
     for (auto const& [result, count] : entry.results)
         text += (text.empty() ? "" : ", ") + std::to_string(count) + " " + result;
     if (entry.otherRows > 0)
-        text += ", " + std::to_string(entry.otherRows) + " others";
+        text += (text.empty() ? "" : ", ") + std::to_string(entry.otherRows) + " others";
     return text;
 }
 

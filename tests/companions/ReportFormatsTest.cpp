@@ -105,6 +105,8 @@ TEST(ReportFormatsTest, PageCountsRowsOfRareResults) {
     report.totals.otherRows = 4;
     EXPECT_THAT(FormatReport(ReportFormat::html, report),
                 AllOf(HasSubstr("1 Fail, 3 others"), HasSubstr("<b>4</b> others")));
+    report.entries[0].results.clear();
+    EXPECT_THAT(FormatReport(ReportFormat::html, report), HasSubstr("<small>3 others</small>"));
 }
 
 TEST(ReportFormatsTest, EveryFormatListsFilesThatWereNotRead) {
