@@ -46,6 +46,11 @@ TEST(ReportCommandLineTest, HelpAndVersionNeedNoFiles) {
     EXPECT_EQ(ReportCommandLine::showVersion, ParseReport({"--version"}).action);
 }
 
+// The manual page has the same sentence.
+TEST(ReportCommandLineTest, HelpStatesWhichResultsCount) {
+    EXPECT_THAT(reportHelp, HasSubstr("The newest result of each host, site and document counts."));
+}
+
 TEST(ReportCommandLineTest, RefusesInvalidCommandLines) {
     std::string const acceptedOutputs =
         "; accepted: a regular file, a new name in a directory that exists, or - for standard "
