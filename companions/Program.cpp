@@ -25,7 +25,7 @@ void ReportExhaustedMemory(std::string_view program) {
         writev(STDERR_FILENO, parts.data(), static_cast<int>(parts.size()));
 }
 
-Program const* running = nullptr;
+constinit Program running = {};
 
 // The terminate handler. Reports a std::bad_alloc that left a destructor: the destructor of a JSON
 // value allocates memory. Any other exception aborts the process, as without this handler.
@@ -33,8 +33,8 @@ void EndAfterException() {
     try {
         std::rethrow_exception(std::current_exception());
     } catch (std::bad_alloc const&) { // GCOVR_EXCL_BR_LINE: after any other, it aborts
-        ReportExhaustedMemory(running->name);
-        std::exit(running->failureStatus);
+        ReportExhaustedMemory(running.name);
+        std::exit(running.failureStatus);
     }
 }
 
@@ -56,7 +56,7 @@ int RunAndReport(Program const& program, std::function<int()> const& run) {
 
 int RunMain(Program const& program, std::function<int()> const& run) {
     OpenClosedStandardDescriptors(O_RDONLY);
-    running = &program;
+    running = program;
     std::set_terminate(EndAfterException);
     try {
         return RunAndReport(program, run);

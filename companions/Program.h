@@ -8,6 +8,7 @@
 class Output;
 
 struct Program {
+    // REQUIRES: the characters have static storage duration.
     std::string_view name;
     // The exit statuses for CommandLineError and for any other std::exception.
     int usageStatus;
@@ -20,8 +21,7 @@ struct Program {
 //
 // Installs a terminate handler: a std::bad_alloc that leaves a destructor or another noexcept
 // function ends the process with a message and `failureStatus`. The handler stays installed after
-// the return. REQUIRES: no destructor that runs after the lifetime of `program` throws
-// std::bad_alloc.
+// the return.
 int RunMain(Program const& program, std::function<int()> const& run);
 
 // Flushes the output. If a write has failed, writes a message that names `content`, and returns

@@ -39,6 +39,16 @@ TEST(ProgramTest, ReportsMemoryExhaustedInADestructor) {
     EXPECT_EQ(ExitStatus::Exited(7), other.Wait());
 }
 
+TEST(ProgramTest, ReportsMemoryExhaustedAfterItsReturn) {
+    OtherProcess other([] {
+        Program copy = program;
+        RunMain(copy, [] { return 0; });
+        copy.failureStatus = 8;
+        AllocatesAtItsEnd const object;
+    });
+    EXPECT_EQ(ExitStatus::Exited(7), other.Wait());
+}
+
 TEST(ProgramTest, WritesTextToStandardOutput) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, ShowText("some-program", "help\n", 8));
