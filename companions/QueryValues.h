@@ -11,7 +11,7 @@ enum class ProgressStyle { automatic, bar, lines, none };
 
 // Descriptions of the accepted values, for OptionRule::accepted.
 constexpr char acceptedFlags[] =
-    "a comma-separated list of gather, all, idle or hint, or a number from 0 to 15";
+    "a comma-separated list of gather, all, idle, hint or numbers from 0 to 15";
 constexpr char acceptedProgress[] = "auto, bar, lines or none";
 constexpr char acceptedFields[] =
     "designator, result, resultType, evaluationTime, description or comment";

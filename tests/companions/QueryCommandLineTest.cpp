@@ -109,8 +109,7 @@ struct ListOption {
 ListOption const listOptions[] = {
     {"--strict", "Good", acceptedResults},
     {"--only", "Good", acceptedResults},
-    {"--flags", "all",
-     "a comma-separated list of gather, all, idle or hint, or a number from 0 to 15"},
+    {"--flags", "all", "a comma-separated list of gather, all, idle, hint or numbers from 0 to 15"},
     {"--columns", "result",
      "designator, result, resultType, evaluationTime, description or comment"},
 };

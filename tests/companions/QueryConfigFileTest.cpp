@@ -74,7 +74,7 @@ SANDBOX_TEST(QueryConfigFileTest, ErrorsAreListedAndNoRequestIsSent) {
     ExpectExit(2,
                first + file +
                    "2: FLAGS: 'fast' is not accepted; accepted: a comma-separated list of "
-                   "gather, all, idle or hint, or a number from 0 to 15\n",
+                   "gather, all, idle, hint or numbers from 0 to 15\n",
                RunQuery({"--check-config", "bad"}));
     ExpectExit(2, first, RunQuery({"--config", "bad"}));
     ExpectExit(0, "", RunQuery({"--check-config", "night"}));

@@ -58,7 +58,7 @@ TEST_F(QueryConfigTest, ReportsLineOfEachMistake) {
         (Texts{"1: 'URI' is not a key; accepted: URL, DOCUMENT, FLAGS, GOOD_RESULTS, "
                "KEEP_RESULTS",
                "2: FLAGS: 'fast' is not accepted; accepted: a comma-separated list of gather, "
-               "all, idle or hint, or a number from 0 to 15",
+               "all, idle, hint or numbers from 0 to 15",
                "4: 'DOCUMENT' has no '='; accepted: KEY=VALUE, or # and a comment",
                "5: GOOD_RESULTS: 'a,' has an empty entry; accepted: a comma-separated list "
                "of results",
