@@ -215,6 +215,15 @@ $""")
         """)
         self.assertEqual(output.split(), ["success", "1", "20260101T000000Z.json"])
 
+    def test_future_results_are_removed_first_without_a_new_result(self):
+        output = self.run_during_evaluation("""
+            for year in 2025 2026 2098 2099; do store ${year}0101T000000Z.json finished; done
+            kill -KILL $(pgrep -x compliance-quer)
+            until systemctl is-failed --quiet compliance-evaluate@nightly.service; do sleep 0.1; done
+            cd $results; ls *Z.json
+        """)
+        self.assertEqual(output.split(), ["20250101T000000Z.json", "20260101T000000Z.json"])
+
     def test_31_results_are_kept_by_default(self):
         output = self.run_service("""
             grant
