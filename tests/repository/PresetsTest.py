@@ -3,7 +3,9 @@
 
 import json
 import pathlib
+import re
 import shutil
+import subprocess
 import tempfile
 import unittest
 
@@ -44,6 +46,38 @@ class PresetsTest(unittest.TestCase):
                 # Without unity builds, so clangd has a command for each source.
                 if name == "debug":
                     self.assertLessEqual(set(map(str, SOURCE.glob("tests/*/*Test.cpp"))), files)
+
+
+class SetupTest(unittest.TestCase):
+    LIBRARIES = {"nlohmann-json3-dev", "libkainjow-mustache-dev"}
+
+    def packages(self, wanted):
+        """Returns the packages of a set, except those of files outside of /usr/include."""
+        # Installs nothing, because apt-get is not in PATH.
+        done = subprocess.run(
+            ["/usr/bin/unshare", "--map-root-user", "--mount", "/bin/sh", "-c",
+             "/bin/mount -t tmpfs none /usr/include && PATH=/var/empty exec /bin/bash scripts/setup $1",
+             "sh", wanted], cwd=SOURCE, capture_output=True, text=True, timeout=60)
+        found = re.fullmatch(r"scripts/setup: cannot install without apt-get: (.*); .*\n", done.stderr)
+        self.assertTrue(found, done.stderr)
+        return set(found[1].split())
+
+    def test_installs_libraries_of_companions_only_where_needed(self):
+        self.assertEqual(self.packages("build") & self.LIBRARIES, set())
+        presets = {preset["name"] for preset in PRESETS["configurePresets"]
+                   if preset.get("cacheVariables", {}).get("CC_COMPANIONS")}
+        self.assertIn("bench", presets)
+        for wanted in presets | {"test", "consumers", "deb", "rpm"}:
+            with self.subTest(wanted):
+                self.assertLessEqual(self.LIBRARIES, self.packages(wanted))
+
+    def test_scripts_with_companions_install_their_libraries(self):
+        for script in (SOURCE / "scripts").iterdir():
+            text = script.read_text(encoding="utf-8") if script.is_file() else ""
+            if "CC_COMPANIONS=ON" in text:
+                sets = re.findall(r'scripts/setup(?: |", ")([a-z]+)', text)
+                with self.subTest(script.name):
+                    self.assertTrue(any(self.LIBRARIES <= self.packages(each) for each in sets), sets)
 
 
 class ScriptsTest(unittest.TestCase):
