@@ -5,7 +5,7 @@
 
 // 1 if the build has SIMD kernels. 0 if it has only the scalar references: with -DCC_SIMD=OFF, and
 // on every processor except x86-64.
-#if defined(__SSE2__) && !defined(CC_NO_SIMD)
+#if defined(__x86_64__) && defined(__SSE2__) && !defined(CC_NO_SIMD)
 #define SIMD_X86 1
 #else
 #define SIMD_X86 0
