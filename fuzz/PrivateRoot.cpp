@@ -39,15 +39,22 @@ int Open(char const* path) {
     return descriptor;
 }
 
+void WriteControlFile(char const* path, std::string const& text) {
+    int const file = open(path, O_WRONLY | O_CLOEXEC);
+    if (file < 0 || write(file, text.data(), text.size()) < 0)
+        GiveUp(path);
+    close(file);
+}
+
 // For processes without root privileges: maps this user to root of a user namespace.
 void EnterUserNamespace() {
     std::string const user = "0 " + std::to_string(geteuid()) + " 1";
     std::string const group = "0 " + std::to_string(getegid()) + " 1";
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
         GiveUp("namespaces");
-    Fuzz::WriteFile("/proc/self/setgroups", "deny");
-    Fuzz::WriteFile("/proc/self/uid_map", user);
-    Fuzz::WriteFile("/proc/self/gid_map", group);
+    WriteControlFile("/proc/self/setgroups", "deny");
+    WriteControlFile("/proc/self/uid_map", user);
+    WriteControlFile("/proc/self/gid_map", group);
 }
 
 void MountRoot() {
