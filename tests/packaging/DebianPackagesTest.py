@@ -4,6 +4,7 @@
 import os
 import pathlib
 import shlex
+import shutil
 import subprocess
 import tempfile
 import unittest
@@ -60,6 +61,17 @@ class PackagesTest(unittest.TestCase):
     def test_have_no_file_in_common(self):
         files = [path for name in NAMES for path in contents(name) if not path.endswith("/")]
         self.assertEqual(sorted(files), sorted(set(files)))
+
+    def test_have_no_file_in_common_if_the_pages_are_short(self):
+        with tempfile.TemporaryDirectory() as directory:
+            tree = pathlib.Path(directory)
+            shutil.copytree(SOURCE / "debian", tree / "debian")
+            for name in ("CHANGELOG.md", "SECURITY.md"):
+                (tree / name).write_text("short\n", encoding="utf-8")
+            run("debian/rules", "override_dh_installdocs", "override_dh_compress", cwd=tree)
+            found = {path.name for path in
+                     (tree / "debian/clientcompliance/usr/share/doc/clientcompliance").iterdir()}
+        self.assertEqual(found, {"CHANGELOG.md.gz", "SECURITY.md.gz", "copyright"})
 
     def commands(self, script):
         """Returns the commands of a script, without its conditions."""
