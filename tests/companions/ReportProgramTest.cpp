@@ -77,7 +77,7 @@ TEST_F(ReportProgramTest, ReportsInvalidFileAndReadsTheOthers) {
                result);
     Json const document = Json::parse(result.output);
     EXPECT_EQ("good", document.at("entries").at(0).at("host"));
-    EXPECT_EQ(foreign, document.at("problems").at(0).at("file"));
+    EXPECT_EQ(Json(foreign), document.at("problems").at(0).at("file"));
 }
 
 TEST_F(ReportProgramTest, ReportsUnreadableDirectory) {
