@@ -1,4 +1,4 @@
-// The common includes of the tests of data/, and the helpers for streams.
+// The common includes and helpers of the tests of data/.
 #pragma once
 
 #include <algorithm>
@@ -25,19 +25,8 @@
 #include "tests/support/VirtualSlot.h"
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Calls = std::vector<std::string>;
-
-// Returns all texts over an alphabet up to a length, including the empty text.
-inline std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
-    std::vector<std::string> texts = {""};
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        for (char byte : alphabet)
-            if (texts[i].size() < longest)
-                texts.push_back(texts[i] + byte);
-    return texts;
-}
 
 // Sends the chunks to the receiver as one stream.
 inline void Send(Chunks const& chunks, DataReceiver& receiver) {

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <random>
 #include <string_view>
+#include <vector>
 
 #include "data/Buffer.h"
 #include "data/ConstData.h"
@@ -33,8 +34,18 @@ inline std::string RandomBytes(std::mt19937& random, std::size_t length,
     return bytes;
 }
 
-// Returns the text with a backslash, and all bytes that are not printable ASCII, as a backslash and
-// two hexadecimal digits: a\0D\0Ab.
+// Returns all texts over an alphabet up to a length, including the empty text.
+inline std::vector<std::string> AllTexts(std::string const& alphabet, std::size_t longest) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        for (char byte : alphabet)
+            if (texts[i].size() < longest)
+                texts.push_back(texts[i] + byte);
+    return texts;
+}
+
+// Returns the text in printable ASCII: each backslash and each other byte becomes a backslash and
+// two hexadecimal digits, as in a\0D\0Ab.
 inline std::string Shown(ConstData data) {
     std::string text;
     for (std::size_t i = 0; i < data.Length(); ++i) {

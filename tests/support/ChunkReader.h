@@ -31,7 +31,6 @@ public:
     }
 
     ConstData Left() const { return ConstData(bytes.data() + given, bytes.size() - given); }
-    std::size_t Calls() const { return calls; }
 
 private:
     std::string bytes;

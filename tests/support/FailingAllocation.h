@@ -16,7 +16,7 @@ public:
     std::size_t Bytes() const;
     // Deletes of null pointers are not counted.
     std::size_t Releases() const;
-    // The number of allocations minus the number of releases since the construction.
+    // The number of successful allocations minus the number of releases since the construction.
     std::ptrdiff_t Held() const;
 
     struct Counts {
@@ -57,8 +57,8 @@ std::size_t AllocationsOf(Body body) {
     return counter.Count();
 }
 
-// Runs `body` repeatedly, with its first, second, third ... allocation failing, until it succeeds
-// with fewer allocations. `body` takes the number of the failing allocation and handles the
+// Runs `body` repeatedly, with its first, second, third ... allocation failing, until it makes
+// fewer allocations. `body` takes the number of the failing allocation and handles the
 // std::bad_alloc. Returns the number of failed allocations.
 template <class Body>
 std::size_t ForEachFailingAllocation(Body body) {

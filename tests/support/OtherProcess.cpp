@@ -126,7 +126,7 @@ private:
     std::vector<char*> environment;
 };
 
-// Returns 0 if the pipe was closed without a message, as by exec, or the errno that was sent.
+// Returns 0 if the connection was closed without a message, as by exec, or the errno that was sent.
 int AwaitStart(int line) {
     int error = 0;
     while (recv(line, &error, sizeof error, 0) < 0 && errno == EINTR) {

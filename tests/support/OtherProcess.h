@@ -42,7 +42,7 @@ public:
 
     // Has no effect if the other process has ended.
     void Tell(std::string const& message = "go");
-    // Throws if no message arrives before the timeout, or if the other side has ended.
+    // Throws if no message arrives before the timeout, or if the other side has ended without one.
     std::string Await(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
 private:

@@ -127,8 +127,8 @@ private:
     std::string text;
 };
 
-// Also checks that each line break begins at the end of the preceding text, and that the stream
-// ends at the end of the last one.
+// Also checks that each line break begins where the preceding text or line break ends, and that the
+// stream ends where the last one ends.
 class RecordingLineReceiver : public LineReceiver, public RecordedStream {
 public:
     RecordingLineReceiver() : RecordedStream("LineReceiver") {}

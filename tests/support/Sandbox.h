@@ -38,7 +38,7 @@ struct Options {
 //
 // The body has the descriptors and a copy of the memory of the test, so its changes of variables
 // are lost. Files of the host below /opt, /var/opt and emptyPlaces are hidden, so they cannot be
-// executed either. Its process ID is 2; process 1 reaps orphans.
+// executed either. The process ID of the body is 2; process 1 reaps orphans.
 //
 // Where namespaces are forbidden, the test is skipped with the reason, or fails if the environment
 // variable CI is set. Run returns in both cases, so it should be the last statement of the test.

@@ -26,16 +26,6 @@ bool AgreesWithReference(std::string const& name, std::string const& pattern) {
     return MatchWildcard(name, pattern.c_str()) == ReferenceMatch(name, pattern);
 }
 
-// Returns all texts over an alphabet up to a length, including the empty text.
-Strings AllTexts(std::string const& alphabet, std::size_t longest) {
-    Strings texts = {""};
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        for (char byte : alphabet)
-            if (texts[i].size() < longest)
-                texts.push_back(texts[i] + byte);
-    return texts;
-}
-
 void CompareAll(Strings const& names, Strings const& patterns) {
     for (std::string const& name : names)
         for (std::string const& pattern : patterns)
