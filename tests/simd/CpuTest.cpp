@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/OtherProcess.h"
-
 namespace {
 
 using Simd::Level;
@@ -38,17 +36,14 @@ TEST(CpuTest, PinnedLevelsNest) {
     EXPECT_FALSE(Simd::Uses(Level::avx2));
 }
 
-// In a separate process, in which the level has not been queried yet.
+// In a process that runs only this test, the level has not been queried before.
 TEST(CpuTest, PinnedLevelEndsWithItsObject) {
-    OtherProcess other([] {
-        {
-            Simd::PinnedLevel const pinned(Simd::baseline);
-            EXPECT_TRUE(Simd::Uses(Simd::baseline));
-            EXPECT_FALSE(Simd::Uses(Level::avx2));
-        }
-        EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
-    });
-    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    {
+        Simd::PinnedLevel const pinned(Simd::baseline);
+        EXPECT_TRUE(Simd::Uses(Simd::baseline));
+        EXPECT_FALSE(Simd::Uses(Level::avx2));
+    }
+    EXPECT_EQ(Simd::BestLevel() == Level::avx2, Simd::Uses(Level::avx2));
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 namespace {
 
-TEST(Crc32Test, TableHasTheStepOfEachByte) {
+TEST(Crc32Test, TableHasTheRemainderOfEachByte) {
     for (unsigned i = 0; i < 256; ++i)
         EXPECT_EQ(ChecksumProperties::AdvanceByBits(0, std::string(1, static_cast<char>(i))),
                   Simd::crc32Table[i])

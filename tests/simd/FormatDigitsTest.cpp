@@ -15,8 +15,8 @@ TEST(FormatDigitsTest, PairsAreTheDigitsOfTheValue) {
     }
 }
 
-// Both halves of a value are converted by the same code. So all groups of four digits in one half,
-// with extreme values in the other, cover all cases.
+// Both halves of a value are converted by the same code. So each group of four digits is combined
+// with only a few others.
 template <class Check>
 void ForEachEightDigits(Check check) {
     for (std::uint32_t four = 0; four < 10000; ++four)
@@ -51,7 +51,7 @@ TEST(FormatDigitsTest, SixteenDigitsAgreeWithSnprintf) {
     EXPECT_EQ(0u, mismatches);
 }
 
-TEST(FormatDigitsTest, UpToFourDigitsHaveNoLeadingZeros) {
+TEST(FormatDigitsTest, ValuesBelow10000AgreeWithToString) {
     for (std::uint32_t value = 0; value < 10000; ++value) {
         unsigned char text[4];
         unsigned const count = Simd::FormatDecimalUpTo4(text, value);

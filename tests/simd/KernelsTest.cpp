@@ -24,12 +24,11 @@ using Simd::Level;
 constexpr std::size_t maxLength = 200;
 constexpr std::size_t outputRoom = 4 * maxLength + 16;
 
-// Two memory ranges with guard pages on both sides.
+// Three memory ranges with guard pages on both sides.
 struct Memory {
     unsigned char* input;
     std::size_t length;
-    // As long as the input, with guard pages of its own. Initially a copy of the input with a few
-    // changes.
+    // As long as the input. Initially a copy of the input, changed by Change().
     unsigned char* second;
     // The end of a range of `outputRoom` bytes.
     unsigned char* outputEnd;
@@ -50,7 +49,7 @@ void PrintTo(Kernel const& kernel, std::ostream* out) { *out << kernel.name; }
 
 using Pieces = std::vector<std::string>;
 
-// Converts each byte to a code unit.
+// Splits the bytes into code units of `unit` bytes.
 Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
     Pieces pieces;
     for (std::size_t at = 0; at < bytes.size(); at += unit)
@@ -60,7 +59,7 @@ Pieces UnitsOf(std::string const& bytes, std::size_t unit = 1) {
 
 char const* Text(unsigned char const* bytes) { return reinterpret_cast<char const*>(bytes); }
 
-// Calls a kernel or its reference with the end of the input, from each position on.
+// Compares a kernel with its reference on each suffix of the input.
 template <class Kernel, class Reference>
 bool AgreeOnEachSuffix(Memory const& memory, Kernel kernel, Reference reference) {
     char const* const end = Text(memory.input) + memory.length;
@@ -133,7 +132,7 @@ bool FindCaseInsensitiveAgrees(Memory const& memory, std::mt19937& random) {
                                            lowerTable.data());
 }
 
-// Within one text, so that the ranges overlap.
+// Within one text, so that the ranges may overlap.
 bool CopyUpTo16Agrees(Memory const& memory, std::mt19937& random) {
     std::size_t const length = std::min<std::size_t>(random() % 17, memory.length);
     std::size_t const from = random() % (memory.length - length + 1);
@@ -167,7 +166,7 @@ bool ParsedDigitsAgree(Memory const& memory, std::mt19937&) {
     return true;
 }
 
-// Values of every width, and powers of ten with their neighbours.
+// Values of every width, and multiples of powers of ten with their neighbours.
 std::uint64_t AnyValue(std::mt19937& random) {
     if (random() % 2 == 0)
         return (std::uint64_t{random()} << 32 | random()) >> random() % 64;
@@ -177,7 +176,7 @@ std::uint64_t AnyValue(std::mt19937& random) {
     return value * (1 + random() % 9) + random() % 3 - 1;
 }
 
-// Whether the `length` bytes before `end` are the digits of the value.
+// Returns whether the `length` bytes of `text` are the digits of the value.
 bool IsDecimal(unsigned char const* text, std::size_t length, std::uint64_t value) {
     unsigned char expected[20];
     std::size_t const expectedLength = Simd::FormatDecimalScalar(expected, value);
@@ -249,7 +248,7 @@ Pieces PiecesOf(std::vector<Unit> const& units) {
 
 std::vector<Kernel> AllKernels() {
     // Well-formed sequences of each length; overlong sequences, encoded surrogates and values
-    // beyond Unicode, some of which are accepted; and misplaced bytes.
+    // beyond Unicode, some of which are accepted; and bytes that form no sequence.
     Pieces const utf8{"a",        "\xC3\xA9",     "\xE2\x82\xAC",     "\xF0\x9F\x98\x80", "z",
                       "\xC1\xBF", "\xED\xA0\x80", "\xF0\x80\x80\x80", "\xF7\xBF\xBF\xBF", "\x80",
                       "\xE2",     "\xFF"};
@@ -302,7 +301,7 @@ std::string MakeContent(Kernel const& kernel, std::size_t length, std::mt19937& 
     return content;
 }
 
-// Returns the text with a few changes of case or value.
+// Returns the text with another case of about a third of the letters, and up to two random bytes.
 std::string Change(std::string content, std::mt19937& random) {
     for (char& byte : content)
         if (random() % 3 == 0 && static_cast<unsigned char>((byte | 0x20) - 'a') < 26)
@@ -316,7 +315,8 @@ class KernelRun {
 public:
     explicit KernelRun(Kernel const& theKernel) : kernel(theKernel) {}
 
-    // Runs at the first guard page with a gap of `alignment` code units, or at the second one.
+    // Places the content after the first guard page or, if `atEnd`, before the second one, with a
+    // gap of `alignment` code units.
     void Try(std::string const& content, std::size_t alignment, bool atEnd) {
         std::size_t const gap = alignment * kernel.unit;
         unsigned char* const place =
@@ -365,8 +365,8 @@ TEST_P(KernelTest, AgreesWithScalarReferenceAtEveryLevel) {
     });
 }
 
-// One different piece at each position of a run of each other piece.
-TEST_P(KernelTest, AgreesForOneOddSequenceAtEveryPosition) {
+// One piece at each of the first 40 positions of a run of another piece, for the first 12 pieces.
+TEST_P(KernelTest, AgreesForOneOddSequenceInARun) {
     Pieces const& pieces = GetParam().pieces;
     std::size_t const count = std::min<std::size_t>(pieces.size(), 12);
     ForEachLevel([&](KernelRun& run) {

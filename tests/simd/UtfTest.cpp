@@ -69,7 +69,7 @@ TEST(UtfTest, ReadsOneSequenceOrReportsItIncomplete) {
 
 #if SIMD_X86
 
-// A step converts 16 bytes. It stores whole vectors, so it needs more space than its result. The
+// A step converts 16 bytes. It stores whole vectors, so it may need more space than its result. The
 // text is one step.
 template <class To, class From>
 void ExpectStepWithRoom(std::basic_string<From> const& text, int room, int written) {
