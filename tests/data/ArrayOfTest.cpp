@@ -34,7 +34,7 @@ TEST(ArrayOfTest, RangesAreHalfOpen) {
     EXPECT_EQ(7, ConstArrayOf<int>(all)[2]);
 }
 
-TEST(ArrayOfTest, BufferOfCountsFromZero) {
+TEST(ArrayOfTest, NewBufferOfHasACountOfZero) {
     unsigned short units[4];
     BufferOf<unsigned short> const buffer{ArrayOf<unsigned short>(units)};
     EXPECT_EQ(units, buffer.begin);

@@ -19,8 +19,8 @@ TEST(AsciiCaseTest, CaseTablesMapLettersOnly) {
     EXPECT_TRUE(Ascii::CaseTablesAreCorrect());
 }
 
-// The lengths are around the sizes of the blocks.
-TEST(AsciiCaseTest, EveryOverloadMapsEachByte) {
+// All lengths up to several vectors, and one longer text.
+TEST(AsciiCaseTest, CaseMappingAgreesWithReference) {
     std::mt19937 random(1);
     for (std::size_t length = 0; length <= 140; ++length) {
         std::string const text = length == 140
@@ -46,7 +46,7 @@ TEST(AsciiCaseTest, EveryOverloadMapsEachByte) {
     }
 }
 
-TEST(AsciiCaseTest, ThrowsOnceTheTargetIsFull) {
+TEST(AsciiCaseTest, FillsATargetThatIsTooShortThenThrows) {
     char target[] = "12345";
     EXPECT_THROW(Ascii::RaiseCase("abcde", Data(target, 3)), DataOverflow);
     EXPECT_STREQ("ABC45", target);
@@ -133,10 +133,10 @@ TEST(AsciiCaseTest, EndOfAStringIsComparedUnmappedAndSigned) {
     EXPECT_EQ(-'B', Ascii::CompareLowercase("A", "aB"));
     EXPECT_EQ(-1, Ascii::CompareLowercase("a\xFF", "A")) << "0xFF is -1, so it orders before";
     EXPECT_EQ(128, Ascii::CompareLowercase("", "\x80"));
-    EXPECT_EQ(0xFF - 'a', Ascii::CompareLowercase("\xFF", "A")) << "unsigned before the ends";
+    EXPECT_EQ(0xFF - 'a', Ascii::CompareLowercase("\xFF", "A")) << "both bytes are unsigned";
 }
 
-// The positions are around the ends of the compared blocks.
+// Most positions are around the ends of the compared chunks.
 TEST(AsciiCaseTest, LongStringsAreComparedToTheirEnds) {
     for (std::size_t place : {127u, 128u, 129u, 383u, 384u, 385u, 8064u, 8128u, 16255u, 16256u,
                               16257u, 24448u, 30000u}) {

@@ -8,7 +8,7 @@ namespace {
 
 DataFilter* const bothFilters[] = {&Ascii::RaiseCase(), &Ascii::LowerCase()};
 
-// Long enough for several buffers of a DataFilterer.
+// Longer than the buffer of a DataFilterer.
 TEST(AsciiFiltersTest, FiltersMapEveryByte) {
     std::string const all = EveryByte() + EveryByte() + EveryByte() + EveryByte() + EveryByte();
     EXPECT_EQ(Ascii::RaiseCase(ConstData(all)), ApplyFilter(all, Ascii::RaiseCase()));

@@ -99,7 +99,7 @@ TEST(AsciiTrimTest, TrimsAtTheEndsOnly) {
     EXPECT_EQ(ConstData("a b\t c \n\r\t"), TrimLeadingAsciiWhitespace(text));
 }
 
-TEST(AsciiTrimTest, TrimsOnlyTabLineFeedReturnAndSpace) {
+TEST(AsciiTrimTest, TrimsOnlyTabLineFeedCarriageReturnAndSpace) {
     for (char const byte : EveryByte()) {
         std::string const text{byte, 'x', byte};
         bool const isTrimmed = std::string("\t\n\r ").find(byte) != std::string::npos;

@@ -7,7 +7,7 @@ namespace {
 static_assert(!std::is_copy_constructible_v<BufferWithCapacity<8>>);
 static_assert(!std::is_copy_assignable_v<BufferWithCapacity<8>>);
 
-TEST(BufferTest, NewBufferStartsAtTheBeginOfItsRange) {
+TEST(BufferTest, NewBufferStartsAtTheBeginningOfItsRange) {
     unsigned char bytes[4];
     Buffer const buffer{Data(bytes)};
     EXPECT_EQ(bytes, buffer.position);

@@ -62,7 +62,7 @@ bool WrappingDifferenceOfUnsigned(U a, U b) {
     return WrapSigned<S>(a) >= WrapSigned<S>(static_cast<Wide>(b) + Bottom<S>());
 }
 
-// Only the first difference is reported.
+// Reports only the first mismatch.
 template <typename A, typename B>
 void Check(char const* predicate, A a, B b, bool answer, bool expected) {
     if (answer != expected && !testing::Test::HasFailure())
@@ -103,8 +103,8 @@ void CheckAllForms(U a, U b) {
           WrappingDifferenceOfUnsigned<S>(a, b));
 }
 
-// The bit patterns within a few steps of a power of two, of zero and of the limits, and the values
-// around the roots and the fractions of the maximum, at which products and quotients overflow.
+// The bit patterns within three steps of zero, of each power of two and its negation, and of some
+// fractions of the limits, at which products overflow.
 template <typename U>
 std::vector<U> Borders() {
     std::vector<U> borders;
@@ -132,7 +132,7 @@ void CheckPairsOf(std::vector<U> const& values) {
             CheckAllForms(a, b);
 }
 
-TEST(CheckedArithmeticTest, EveryPairOf8BitsAgreesWithWideArithmetic) {
+TEST(CheckedArithmeticTest, EveryPairOf8BitValuesAgreesWithWideArithmetic) {
     std::string const bytes = EveryByte();
     CheckPairsOf(std::vector<unsigned char>(bytes.begin(), bytes.end()));
 }
@@ -143,8 +143,8 @@ TEST(CheckedArithmeticTest, LimitsOfWiderTypesAgreeWithWideArithmetic) {
     CheckPairsOf(Borders<unsigned long long>());
 }
 
-// Deliberate: these results differ from the exact ones.
-TEST(CheckedArithmeticTest, SignedDifferenceOfUnsignedOperandWraps) {
+// Deliberate: these results, except the last one, differ from the exact ones.
+TEST(CheckedArithmeticTest, SignedDifferenceOfUnsignedMinuendIsNotExact) {
     using U8 = unsigned char;
     using S8 = signed char;
     EXPECT_FALSE(CanSubtractSigned(U8{0}, S8{0}));

@@ -46,7 +46,7 @@ TEST(ChecksumReceiverTest, ValueIsIndependentOfChunks) {
     });
 }
 
-// The lengths at which the blocks of the fast path begin and end, at every alignment.
+// The lengths include several blocks of the fast path, at every alignment.
 TEST(ChecksumReceiverTest, EveryLengthAgreesWithReference) {
     unsigned const seed = 67;
     std::mt19937 random(seed);

@@ -35,7 +35,7 @@ TEST(ConstDataRopeReferenceTest, MakeStringAllocatesOnce) {
     EXPECT_EQ(1u, AllocationsOf([&] { MakeString(ConstDataRope{piece, piece, piece}); }));
 }
 
-// Deliberate: nothing is written after the view that does not fit.
+// Deliberate: bytes that do not fit are dropped without an error.
 TEST(ConstDataRopeReferenceTest, FillsTheTargetAndReturnsTheRest) {
     unsigned char target[] = "............";
     Data const rest = Data(target, 12) << ConstDataRopeReference(words);

@@ -14,7 +14,7 @@ using Positions = std::vector<unsigned long>;
 
 int Sign(int number) { return (number > 0) - (number < 0); }
 
-TEST(ConstDataTest, ConstructorsTakeStringsAndLiterals) {
+TEST(ConstDataTest, ConstructorsTakeStringsArraysAndPointers) {
     std::string const string = Bytes("a\0b");
     char const* text = "abc";
     unsigned char const bytes[] = {'a', 'b', 'c'};
@@ -146,7 +146,7 @@ TEST(ConstDataTest, ComparisonsAgreeWithReference) {
     }
 }
 
-TEST(ConstDataTest, ReadingAllocatesNothing) {
+TEST(ConstDataTest, SearchingAndComparingAllocateNothing) {
     std::string const text(500, 'a');
     std::string const pattern = std::string(400, 'a') + "b";
     EXPECT_EQ(0u, AllocationsOf([&] {
@@ -167,7 +167,7 @@ TEST(ConstDataTest, CompareReadsNothingOutsideTheRanges) {
     EXPECT_EQ(0, Compare(ConstData(left.End() - 100, 100), ConstData(right.End() - 100, 100)));
 }
 
-TEST(ConstDataWithCapacityTest, TakesExactlyItsCapacity) {
+TEST(ConstDataWithCapacityTest, RejectsTextLongerThanItsCapacity) {
     EXPECT_STREQ("abcd", ConstDataWithCapacity<4>(ConstData("abcd")).Text());
     EXPECT_THROW(ConstDataWithCapacity<4>(ConstData("abcde")), ConstDataCapacityExceeded);
     EXPECT_STREQ("", ConstDataWithCapacity<0>(ConstData()).Text());
@@ -212,7 +212,7 @@ TEST(ConstDataSplitTest, SplitsThenTrimsThenDropsEmptyPieces) {
         {"a shorter text is one piece", "", ",", false, false, {""}},
         {"a shorter text is trimmed", " ", "ab", true, false, {""}},
         {"an empty separator does not split", " a b ", "", false, true, {" a b "}},
-        {"an empty separator keeps an empty text", "  ", "", true, false, {""}},
+        {"an empty separator keeps a text that trimming empties", "  ", "", true, false, {""}},
         {"trims both ends", " a ,b\t,\r\n c d ", ",", true, false, {"a", "b", "c d"}},
         {"drops pieces that trimming empties", "a,  ,b", ",", true, false, {"a", "b"}},
         {"keeps pieces that trimming empties", "a,  ,b", ",", true, true, {"a", "", "b"}},

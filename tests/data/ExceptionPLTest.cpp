@@ -16,7 +16,7 @@ public:
 
 namespace {
 
-static_assert(!std::is_default_constructible_v<ExceptionPL>, "it always has a text");
+static_assert(!std::is_default_constructible_v<ExceptionPL>, "the message is required");
 
 TEST(ExceptionPLTest, KeepsACopyOfTheText) {
     std::string text = "the text";
@@ -42,7 +42,7 @@ TEST(ExceptionPLTest, StoresTheBytesAfterANul) {
     EXPECT_EQ("ab\0cd"_bytes, ConstData(error.what(), 5));
 }
 
-// Deliberate: the length of a copy ends at the first NUL.
+// Deliberate: a copy ends at the first NUL.
 TEST(ExceptionPLTest, CopiesEndAtTheFirstNul) {
     ExceptionPL const error(ConstData(std::string("ab\0", 3) + std::string(60, 'x')));
     AllocationCounter const counter;
@@ -122,7 +122,7 @@ TEST(ExceptionPLTest, SelfAssignmentKeepsTheText) {
     EXPECT_STREQ("text", before);
 }
 
-TEST(ExceptionPLTest, FailedAllocationInAConstructorThrows) {
+TEST(ExceptionPLTest, FailedAllocationInTheCopyConstructorThrows) {
     ExceptionPL const source("text");
     FailingAllocation const failing(1);
     EXPECT_THROW(ExceptionPL copy(source), std::bad_alloc);

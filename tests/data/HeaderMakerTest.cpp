@@ -4,13 +4,13 @@
 
 namespace {
 
-// The mock expects the Start that a MessageMaker sends; a HeaderMaker makes no such call.
+// The recorder expects the Start that a MessageMaker sends; a HeaderMaker makes no such call.
 class FieldRecorder : public RecordingMessageReceiver {
 public:
     FieldRecorder() { Start(0); }
 };
 
-// The calls for one field without chunks, or with one.
+// The calls for one field whose value has these chunks.
 Calls CallsOf(unsigned position, std::string const& name, Calls const& chunks, unsigned end) {
     Calls calls{"Start 0", "ReceiveHeaderField " + std::to_string(position) + " " + name,
                 "field Start"};
@@ -129,8 +129,8 @@ TEST(HeaderMakerTest, StartDropsTheOpenFieldAndBeginsALine) {
               receiver.Events());
 }
 
-// Before the first line break, the start position counts as an empty one.
-TEST(HeaderMakerTest, FieldEndsBeforeALastLineBreakOnly) {
+// Before the first line break, the start position counts as an empty line break.
+TEST(HeaderMakerTest, FieldEndsBeforeALineBreakThatEndsTheStream) {
     struct {
         Range<unsigned long long> lineBreak;
         unsigned long long end;

@@ -33,7 +33,8 @@ TEST(LineMakerTest, LineBreakIsReportedOnceItsEndIsKnown) {
     }
 }
 
-// Records the first and the last text, and the number of line breaks, without allocating.
+// Records the addresses of the first and the last text, and the number of line breaks, without
+// allocating.
 class LineCounter : public LineReceiver {
 public:
     void Start(unsigned long long) override {}
@@ -83,7 +84,8 @@ TEST(LineMakerTest, RandomTextAgreesWithReference) {
 
 TEST(LineMakerTest, OnlyTwoBytesBreakLines) { ExpectForEachSplit(EveryByte(), 0); }
 
-// A search for each of the two bytes line by line would take some 2^39 steps.
+// A search of all remaining text at each line, for the byte that never occurs, would take 2^38
+// steps.
 TEST(LineMakerTest, ManyLinesWithOneKindOfBreakTakeLinearTime) {
     std::string text;
     for (int line = 0; line < 1 << 19; ++line)

@@ -61,7 +61,7 @@ TEST(MessageMakerTest, NextMessageStartsAtAnyOffset) {
         receiver.Calls());
 }
 
-TEST(MessageMakerTest, StartInsideALineDropsTheLine) {
+TEST(MessageMakerTest, StartInsideAFieldDropsItAndBeginsALine) {
     RecordingMessageReceiver receiver;
     MessageMaker maker(receiver);
     maker.Start(0);

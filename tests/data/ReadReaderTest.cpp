@@ -36,7 +36,7 @@ TEST(ReadReaderTest, EmptyReadSendsAnEmptyChunk) {
               receiver.Calls());
 }
 
-TEST(ReadReaderTest, ExceptionOfAReceiverEndsTheStream) {
+TEST(ReadReaderTest, ExceptionOfAReceiverAbandonsTheStream) {
     class ThrowingReceiver : public DataReceiver {
     public:
         void Start() override {}
