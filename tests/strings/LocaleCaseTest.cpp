@@ -11,7 +11,7 @@
 
 namespace {
 
-// One-byte letters, and the bytes of the random texts to search.
+// A locale, whether its one-byte letters are those of ASCII, and the bytes of random texts.
 struct LocaleCase {
     char const* language;
     char const* encoding;
@@ -75,7 +75,7 @@ void ExpectSearchesAgree(std::string const& bytes, unsigned int seed) {
 
 std::string const everyByteButNul = EveryByte().substr(1);
 
-// Every byte compared with every other one, alone and in text that is searched in blocks.
+// Compares every pair of bytes except NUL, alone and in text that is searched in blocks.
 void ExpectBytesMatchAsInTheLocale() {
     int wrong = 0;
     for (char pattern : everyByteButNul) {
@@ -149,7 +149,7 @@ TEST(CaseInsensitiveSearchTest, ThreeBytesMayMatchEachOther) {
                 std::ptrdiff_t const expected = variants.find(byte) == std::string::npos ? -1 : 200;
                 ASSERT_EQ(expected, Fast(std::string(200, '\0') + byte, std::string(1, pattern)));
             }
-    // Bytes with variants are first, last, both or neither in the pattern.
+    // Bytes with more than two variants are first, last, both or neither in the pattern.
     for (std::string const pattern : {"ax", "xa", "axA", "xy", "\xB5y\xB6"}) {
         std::string text(300, '.');
         EXPECT_EQ(-1, Fast(text, pattern));

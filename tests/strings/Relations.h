@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-// Texts that differ in length, case and bytes above 127, including equal texts and prefixes.
+// Texts that differ in length, in case and by a byte above 127. Some are prefixes of others.
 inline std::vector<std::string> const relatedTexts{"", "a", "A", "ab", "b", "\xE4"};
 
 // Expects that `holds` returns `expected` for two strings, and for a text on either side.

@@ -38,7 +38,7 @@ TEST(StringPLTest, WhatReturnsTheExceptionNameWithoutItsLength) {
     EXPECT_STREQ("StringPLOutOfBoundsException", StringPLOutOfBoundsException().what());
 }
 
-TEST(StringPLTest, EmptyStringsShareTheirBlock) {
+TEST(StringPLTest, EmptyStringsOfCapacity1ShareOneBlock) {
     char const* const null = nullptr;
     StringPL assigned("abc");
     assigned = null;
@@ -83,7 +83,7 @@ TEST(StringPLTest, SetStringLengthChangesOnlyTheLength) {
     ExpectText("help", 6, string);
 }
 
-// All empty strings share one block.
+// All strings of capacity 1 share one block.
 TEST(StringPLTest, MakeEmptyRestoresTheLengthOfTheSharedBlock) {
     StringPL string;
     string.SetStringLength(0);
@@ -154,7 +154,7 @@ TEST(StringPLTest, CaseMappingAgreesWithTheCLibraryForEveryByte) {
     }
 }
 
-TEST(StringPLTest, CaseMappingFollowsTheLocale) {
+TEST(StringPLTest, CaseMappingAndSearchFollowTheLocale) {
     EXPECT_EQ(-1, StringPL("\xC4pfel").FindNoCase("\xE4P", 0));
     OtherLocale const german("de_DE", "ISO-8859-1");
     if (german.WhyNot() != nullptr)
@@ -170,7 +170,7 @@ TEST(StringPLTest, CaseMappingFollowsTheLocale) {
     EXPECT_STREQ("EIN APFEL", string);
 }
 
-TEST(StringPLTest, ReplacementsMayBePartsOfTheString) {
+TEST(StringPLTest, ArgumentsOfReplaceMayBePartsOfTheString) {
     StringPL string("ab-ab-cd");
     string.Replace(string.AsChar() + 7, string.AsChar() + 5);
     ExpectText("ab-ab-c-cd", 11, string);
@@ -178,11 +178,10 @@ TEST(StringPLTest, ReplacementsMayBePartsOfTheString) {
     ExpectText("ab-ab-c-c-cd", 13, string);
 }
 
-// Longer than a text that fits into a small object.
 char const longText[] = "a text that is so long that no string class would keep it inside itself";
 
-// Makes each allocation of `operation` on a new string fail in turn. Expects that the string
-// contains `failed` after each failure, and `done` after success.
+// Makes each allocation of `operation` on a new string fail in turn. Expects the text `failed`
+// after each failure, and `done` after success.
 template <class Operation>
 void ExpectAfterFailure(char const* start, char const* failed, char const* done,
                         Operation operation) {
@@ -250,7 +249,7 @@ TEST(StringPLAllocationTest, RejectsCapacityAboveLimitBeforeAllocating) {
                   // The header has to fit into 32 bits too, so the limit is 4,294,967,287.
                   for (unsigned int const count : {0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFF7})
                       EXPECT_THROW(StringPL("x", count), StringPLOutOfBoundsException);
-                  // The second text would fit, but the capacity doubles.
+                  // The second count would fit, but the capacity doubles.
                   for (unsigned int const count : {0xFFFFFFFF, 0x80000000})
                       EXPECT_THROW(string.Append("x", count), StringPLOutOfBoundsException);
               }));

@@ -18,7 +18,7 @@ std::string Bytes(Stringy const& string) {
     return std::string(static_cast<char const*>(string), string.GetLength());
 }
 
-// Returns whether the string is null: only then it differs from itself.
+// Returns whether the string is null: only then EqualIgnoringCase with itself returns false.
 bool IsNull(Stringy const& string) {
     return string.GetLength() == 0 && !string.EqualIgnoringCase(string);
 }
@@ -42,7 +42,7 @@ std::string Text(std::size_t length) {
     return text;
 }
 
-// The lengths around the limit for texts in the object.
+// Lengths around, far below and far above the limit for text inside the object.
 std::size_t const lengths[] = {0, 1, 2, 100, 126, 127, 128, 129, 200, 1000};
 
 TEST(StringyTest, RandomOperationsAgreeWithModel) {
@@ -92,7 +92,7 @@ TEST(StringyTest, TextOfUpTo127BytesIsInsideTheObject) {
     }
 }
 
-TEST(StringyTest, AppendsOfAllKindsAddTheirBytes) {
+TEST(StringyTest, AppendsAddTheBytesOfTextsStringsAndRanges) {
     for (std::size_t length : lengths) {
         for (std::size_t more : lengths) {
             std::string const start = Text(length), added = Text(more), sum = start + added;
@@ -100,7 +100,7 @@ TEST(StringyTest, AppendsOfAllKindsAddTheirBytes) {
             byText += added.c_str();
             byString += Stringy(added.c_str());
             byRange += ConstData(added);
-            // Deliberate: appended to an empty string, 127 bytes are on the heap.
+            // Deliberate: appended to an empty string, 127 bytes are on the heap, except a range.
             bool const isInside = sum.size() <= 126 || (sum.size() == 127 && length != 0);
             EXPECT_EQ(isInside || sum.size() == 127, LiesInside(byRange) || sum.empty());
             for (Stringy const* string : {&byText, &byString})
@@ -155,7 +155,7 @@ TEST(StringyTest, OperationsCanBeChained) {
     EXPECT_STREQ("yabc", a + '\0');
 }
 
-TEST(StringyTest, IndexBeyondTheTextReturnsNull) {
+TEST(StringyTest, IndexBeyondTheTextReturnsNul) {
     EXPECT_EQ('\0', Stringy("abc")[UINT_MAX]);
     EXPECT_EQ('\0', Stringy()[0]);
     EXPECT_EQ('\0', Stringy()[7]);
@@ -228,8 +228,7 @@ TEST(StringyTest, SplitAppendsToTheVector) {
     EXPECT_EQ(0u, Stringy::SplitSeparatedStringsIntoArray(nullptr, ',', items, 10, false));
 }
 
-std::string const
-    longestInside(127, 'a'); // The length of the longest text that is stored in the object.
+std::string const longestInside(127, 'a'); // The longest text inside the object.
 std::string const shortestHeapText(128, 'b');
 std::string const heapText(300, 'c');
 
@@ -280,7 +279,7 @@ TEST(StringyAllocationTest, LongerTextAllocatesItsExactSize) {
     EXPECT_EQ(3u * 129 + 130 + 132 + 301, counter.Bytes());
 }
 
-TEST(StringyAllocationTest, AssignedShortTextFreesTheArray) {
+TEST(StringyAllocationTest, AssignedShortTextAllocatesNothing) {
     Stringy string(heapText.c_str());
     EXPECT_EQ(0u, AllocationsOf([&] { string = longestInside.c_str(); }));
     EXPECT_EQ(longestInside, Bytes(string));
@@ -290,8 +289,8 @@ TEST(StringyAllocationTest, AssignedShortTextFreesTheArray) {
     EXPECT_STREQ("abc", string);
 }
 
-// Makes each allocation of `operation` on a new string fail in turn. Expects the given text after
-// each failure, and `done` after success.
+// Makes each allocation of `operation` on a new string fail in turn. Expects one text of `failed`
+// after each failure, and `done` after success.
 template <class Operation>
 void ExpectTexts(std::string const& start, std::vector<std::string> const& failed,
                  std::string const& done, Operation operation) {
@@ -332,7 +331,7 @@ TEST(StringyAllocationTest, OnlyStringAssignmentLosesTheTextOnFailure) {
                 [](Stringy& string) { string += string; });
 }
 
-TEST(StringyAllocationTest, FailedStrippingKeepsTheOldTextOrLeavesNull) {
+TEST(StringyAllocationTest, FailedStrippingKeepsTheOldTextOrNone) {
     // The resulting string is constructed first, and then assigned.
     std::string const padded = " " + heapText + " ";
     ExpectTexts(padded, {padded, ""}, heapText,
