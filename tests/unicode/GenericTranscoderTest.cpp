@@ -27,7 +27,8 @@ std::string Result(Units<Source> const& text, ChunkLengths const& lengths = {}) 
            (outcome.thrownAt < 0 ? "" : " thrown at " + std::to_string(outcome.thrownAt));
 }
 
-// Deliberate: each of these is accepted. TranscoderContractTest tests the rest of the contract.
+// Deliberate: all of these are accepted, except a surrogate to UTF-16. TranscoderContractTest tests
+// the rest of the contract.
 TEST(GenericTranscoderTest, AcceptsSomeIllFormedUTF8) {
     // Overlong sequences.
     EXPECT_EQ("0", (Result<UTF16, UTF8>({0xC0, 0x80})));
@@ -44,7 +45,7 @@ TEST(GenericTranscoderTest, AcceptsSomeIllFormedUTF8) {
     EXPECT_EQ("41", (Result<UTF32, UTF8>({0xF0, 0x9F, 0x98, 0x41}, {3, 0, 1})));
 }
 
-// The first byte of a sequence is not validated before the sequence is complete.
+// The first byte of a sequence is not validated before the fourth byte.
 TEST(GenericTranscoderTest, InvalidLeadByteIsReportedAtTheFourthByteOrTheEnd) {
     EXPECT_EQ(" thrown at 1", (Result<UTF16, UTF8>({0x80, 0x41, 0x42})));
     EXPECT_EQ(" thrown at 3",
@@ -163,7 +164,7 @@ protected:
         return actual.thrownAt >= 0;
     }
 
-    // All ways to split, and each position including the end with an empty chunk in between.
+    // Checks all splits into nonempty chunks, and an empty chunk at each position but the start.
     void CheckSplits(Units<Source> const& text) {
         for (ChunkLengths const& lengths : AllSplits(text.size()))
             Check(text, lengths);

@@ -45,7 +45,7 @@ TEST(LocalEncodingTest, ShortTextFromTheLocaleAgreesWithIconv) {
         ExpectDecodingAgrees(text);
 }
 
-TEST(LocalEncodingTest, EveryCharacterToTheLocaleAgreesWithIconv) {
+TEST(LocalEncodingTest, BasicPlaneToTheLocaleAgreesWithIconv) {
     for (std::uint32_t character = 0; character < 0x10000; ++character)
         ExpectAgreement<std::uint32_t>(encodeWide, {character});
     for (std::uint32_t const character :
@@ -129,7 +129,7 @@ TEST(LocalEncodingTest, EnvironmentDoesNotChangeTheLocale) {
     unsetenv("LC_ALL");
 }
 
-TEST(LocalEncodingTest, EncodingIsTheCodesetOfTheSystem) {
+TEST(LocalEncodingTest, EncodingNameIsTheCodesetOfTheLocale) {
     ScopedLocale const locale("C.UTF-8");
     ASSERT_TRUE(locale.IsSet());
     auto const name = UnixPlatform::IANAEncodingName(Local8Bit());
@@ -184,8 +184,7 @@ void ExpectEachFailedAllocationThrows(std::size_t expected, Convert convert) {
 }
 
 // From the locale: the terminated copy, the wide characters, the buffer of the transcoder and the
-// result. To the locale: the two buffers of the transcoder, of which one is terminated, and the
-// result.
+// result. To the locale: the buffer of the transcoder, its terminated copy and the result.
 TEST(LocalEncodingTest, FailedAllocationsLeakNothing) {
     Units<Local8Bit> const local{'t', 'e', 'x', 't'};
     auto const text = RefOf<Local8Bit>(local);

@@ -100,7 +100,7 @@ bool Step(std::vector<Source> const& sequence, std::vector<Target>& out) {
     return true;
 }
 
-// The capacity of a block, and the number of free code units below which a block is sent.
+// The number of free code units below which a block is sent, and the capacity of a block.
 template <class E>
 constexpr std::size_t blockBound = 4 / sizeof(typename E::Unit);
 template <class E>

@@ -70,7 +70,7 @@ TEST(OwnedTest, ReleaseEndsTheOwnership) {
     EXPECT_TRUE(log.empty());
 }
 
-TEST(OwnedTest, AllocatesArraysOfEachCodeUnit) {
+TEST(OwnedTest, AllocatesArraysOfEachTypeOfCodeUnit) {
     ForEachEncoding([]<class E>(E) {
         using Unit = typename E::Unit;
         AllocationCounter const counter;

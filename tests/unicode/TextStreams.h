@@ -19,7 +19,7 @@ struct TextOutcome {
     Units<E> units;                 // The received text.
     std::vector<std::size_t> sizes; // The length of each Receive call.
     bool ended = false;
-    // The number of the chunk whose Receive threw InvalidTextEncoding; the number of chunks if
+    // The index of the chunk whose Receive threw InvalidTextEncoding; the number of chunks if
     // ReceiveEnd threw it; -1 without an exception.
     int thrownAt = -1;
 };

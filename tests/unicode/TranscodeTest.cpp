@@ -27,7 +27,7 @@ TEST(TranscodeTest, CopiesUTF32ToItself) {
 }
 
 // The empty string, text with an embedded NUL and a byte order mark, and text with an error at its
-// end. The leak check detects a leak of its buffer.
+// end. The leak check detects a leak of the buffer after an error.
 TEST(TranscodeTest, TranscodesViewsAndStrings) {
     ForEachTranscoder([]<class Target, class Source>(Target, Source) {
         Units<UTF32> const characters{0x61, 0, 0xFEFF, 0xE9, 0x20AC, 0x1F600};
@@ -51,7 +51,7 @@ TEST(TranscodeTest, TranscodesViewsAndStrings) {
 }
 
 // `unit` is a code unit that expands to the maximum number of code units of the target. `factor` is
-// the capacity that the builder has for each code unit, so it never grows, and the result is
+// the capacity of the builder for each code unit, so the builder never grows. The result is
 // allocated with its exact length.
 template <class Target, class Source>
 void CheckAllocations(typename Source::Unit unit, std::size_t factor) {

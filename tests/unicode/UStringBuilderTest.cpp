@@ -68,7 +68,7 @@ TEST(UStringBuilderTest, GrowsToTwiceItsCapacityOrTheRequiredOne) {
     }
 }
 
-TEST(UStringBuilderTest, ReleasesABufferAfterAllocatingTheNextOne) {
+TEST(UStringBuilderTest, ReleasesReplacedBuffers) {
     AllocationCounter const counter;
     {
         UStringBuilder<UTF16> builder(4);

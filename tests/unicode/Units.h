@@ -25,7 +25,7 @@ Units<E> UnitsOf(AutoUString<E> const& text) {
     return UnitsOf(static_cast<UStringRef<E>>(text));
 }
 
-// Returns the code units that the bytes contain.
+// Returns the complete code units that the bytes contain.
 template <class E>
 Units<E> UnitsIn(std::string_view bytes) {
     Units<E> units(bytes.size() / sizeof(typename E::Unit));
