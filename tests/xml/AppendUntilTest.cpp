@@ -7,7 +7,7 @@
 
 namespace {
 
-// Lengths around the block size, with each distance to the end of the readable memory.
+// All lengths up to several blocks, with a match at each position or none.
 template <int block>
 unsigned int CountWrongAppends(std::mt19937& random) {
     unsigned int mismatches = 0;

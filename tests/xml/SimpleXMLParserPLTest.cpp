@@ -32,7 +32,7 @@ Events ExpectedEvents(std::string const& document) {
     return log.events;
 }
 
-// ForEachSplit reports each mismatch; for thousands of documents only a count is affordable.
+// Not by ForEachSplit, whose messages would take too long for thousands of documents.
 unsigned int CountMismatches(std::string const& document) {
     Events const expected = ExpectedEvents(document);
     auto const differs = [&](Chunks const& chunks) {
@@ -122,7 +122,7 @@ TEST(SimpleXMLParserPLTest, ReportsAttributesAsWritten) {
         {"<a b='&quot;&#x27;\r\n\t/?'>", {"S(1)a(1)b(7)\"'\r\n\t/?"}},
         {"<a b='& c'>;d'>", {"S(1)a(1)b(7)& c'>;d"}},
         {"<a b=''>", {"S(1)a(1)b(0)"}},
-        // A name extends to the equals sign. Deliberate: that may be its first byte too.
+        // A name extends to the equals sign. Deliberate: as the first byte, "=" is part of it.
         {"<a b c > d\n='e'>", {"S(1)a(8)b c > d\n(1)e"}},
         {"<a ='b'>c='d'>", {"S(1)a(6)='b'>c(1)d"}},
         {"<a b>text</a><c d='e'>", {"S(1)a(14)b>text</a><c d(1)e"}},
@@ -299,7 +299,7 @@ TEST(SimpleXMLParserPLTest, ExceptionOfTheHandlerKeepsTheState) {
     }
 }
 
-TEST(SimpleXMLParserPLTest, AllocatesNothingAfterTheFirstTags) {
+TEST(SimpleXMLParserPLTest, AllocatesNothingForARepeatedRow) {
     std::string const row =
         "<ResponseItem id=\"a value that does not fit into a small string\" type='x'>\r\n"
         "\t<Description>A text of some length, with an escape &amp; &#x41; in it.</Description>\r\n"
@@ -316,7 +316,6 @@ TEST(SimpleXMLParserPLTest, AllocatesNothingAfterTheFirstTags) {
               0u);
 }
 
-// The parser remains usable whichever allocation fails.
 TEST(SimpleXMLParserPLTest, FailedAllocationLeavesTheParserUsable) {
     std::string const document =
         "<element b='a value that does not fit into a small string' c='d' e='f' g='h'>"
@@ -337,7 +336,7 @@ TEST(SimpleXMLParserPLTest, FailedAllocationLeavesTheParserUsable) {
 
 // Deliberate: the attribute was complete before the allocation for the next one failed, so its
 // closing quote is processed twice.
-TEST(SimpleXMLParserPLTest, FailedGrowthOfAttributesIsRetried) {
+TEST(SimpleXMLParserPLTest, QuoteRepeatedAfterAFailureAddsAnEmptyAttribute) {
     EventLog log;
     SimpleXMLParserPL parser(log);
     parser.Parse(std::string("<a b='c"));

@@ -84,7 +84,7 @@ TEST(XMLTreeParserPLTest, RepeatedDocumentAllocatesNothing) {
     XMLTreeParserPL parser;
     parser.Parse(document);
     parser.Parse(document);
-    // The second round created the cursors, which exist until the children are listed.
+    // The second round created the cursors.
     EXPECT_EQ(AllocationsOf([&] { parser.Parse(document); }), 0u);
 }
 

@@ -88,7 +88,7 @@ TEST(XMLWriterPLTest, LaysOutTagsAndContent) {
         {XMLWriterPL::XMLFormatTabbed, "<>st.", "|\t<e></e>|<![CDATA[x]]>x</r>"},
         // Deliberate: empty text counts as content.
         {XMLWriterPL::XMLFormatTabbed, "<>00.", "|\t<e></e>|</r>"},
-        // A comment starts and ends a line.
+        // A comment starts a line, and counts as content.
         {XMLWriterPL::XMLFormatTabbed, "ct.", "|<!-- x -->x</r>"},
         {XMLWriterPL::XMLFormatTabbed, "<>cc.", "|\t<e></e>|<!-- x -->|<!-- x --></r>"},
         {XMLWriterPL::XMLFormatTabbed, "c<.", "|<!-- x -->|\t<e></e>|</r>"},
