@@ -38,7 +38,7 @@ Strings MadeOf(Text const& text) {
             StringOrError([&] { return FileName("a") + text; })};
 }
 
-// The same for a text that has other bytes in the locale.
+// The expected results for a text with these bytes in the locale.
 Strings MadeOfLocal(std::string const& bytes) { return {bytes, bytes, bytes + "b", "a" + bytes}; }
 
 std::string Utf8Of(std::string const& local) {

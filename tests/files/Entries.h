@@ -1,5 +1,5 @@
-// Creates directory entries of every kind and random trees, and describes them for comparison. Does
-// not use the code under test.
+// Creates directory entries of every kind except devices, and random trees, and describes them for
+// comparison. Does not use the code under test.
 #pragma once
 
 #include <algorithm>

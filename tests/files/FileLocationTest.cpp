@@ -26,7 +26,7 @@ Location Joined(Location const& parent, std::string const& name) {
     return location;
 }
 
-TEST(FileLocationTest, IsEmptyByDefault) {
+TEST(FileLocationTest, DefaultIsEmptyAndRejectsPathOperations) {
     EXPECT_TRUE(nowhere.IsEmpty());
     EXPECT_STREQ("", nowhere.Text());
     EXPECT_EQ(0u, nowhere.StoredLength());
@@ -253,7 +253,7 @@ TEST(FileLocationPathsTest, NullPathIsNotAbsolute) { EXPECT_FALSE(IsAbsolutePath
 TEST(FileLocationPathsTest, SplitsAWildcardOffTheLastComponent) {
     struct Case {
         char const* pattern;
-        // The length of the pattern; -1 for no wildcard.
+        // The offset of the last component if it has a wildcard, otherwise -1.
         int wildcard;
         char const* directory;
         char const* location;
@@ -327,7 +327,6 @@ TEST(FileLocationPathsTest, ComparesPathsCaseInsensitivelyAsWritten) {
     }
 }
 
-// The comparison of a path of 200,000 components takes time linear in its length.
 TEST(FileLocationPathsTest, ComparesADeepPathInLinearTime) {
     std::string path;
     for (int i = 0; i < 200'000; ++i)

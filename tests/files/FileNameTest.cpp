@@ -35,7 +35,7 @@ static_assert(!std::is_base_of_v<IllegalFileName, ExtensionDoesNotMatch>);
 static_assert(!std::is_base_of_v<IllegalFileName, PrefixDoesNotMatch>);
 static_assert(sizeof(IllegalFileName) == sizeof(DebuggableException));
 
-TEST(FileNameTest, DefaultNameIsEmptyAtBothLevels) {
+TEST(FileNameTest, DefaultNameIsEmptyAndPlatformNamesConvert) {
     EXPECT_EQ(0u, Name().Length());
     EXPECT_STREQ("", Name().Text());
     EXPECT_TRUE(Name().HasPrefix("", true) && Name().HasSuffix("", false));

@@ -35,7 +35,7 @@ protected:
     unsigned char bytes[64] = {};
 };
 
-TEST_F(FileReaderTest, IsASourceForThePipelines) {
+TEST_F(FileReaderTest, IsADataReader) {
     FileReader source(path, 3);
     EXPECT_EQ(ReadReader(source), "3456789");
     EXPECT_TRUE(source.Finished());
@@ -71,7 +71,7 @@ TEST_F(FileReaderTest, NeedsAnOpenPath) {
     EXPECT_EQ("FileNotOpenError" + on, Thrown([&] { reader.Start(path, 0); }));
 }
 
-TEST_F(FileReaderTest, StartKeepsPositionAndKnownLength) {
+TEST_F(FileReaderTest, StartStoresPositionAndLength) {
     reader.Start(path, 3);
     EXPECT_EQ(reader.Position(), 3u);
     EXPECT_EQ(reader.LengthAtStart(), 10u);

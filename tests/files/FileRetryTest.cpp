@@ -83,7 +83,7 @@ protected:
     RecordedSleeps sleeps;
 };
 
-TEST_F(FileRetryTest, LogHasTwoSlotsAndNoDestructor) {
+TEST_F(FileRetryTest, LogHasTwoSlotsAndNoVirtualDestructor) {
     EXPECT_EQ(sizeof(FileRetryLog), sizeof(void*));
     EXPECT_FALSE(std::has_virtual_destructor_v<FileRetryLog>);
     FileRetryLog const none;
@@ -93,7 +93,7 @@ TEST_F(FileRetryTest, LogHasTwoSlotsAndNoDestructor) {
     EXPECT_EQ(SlotOf(&FileRetryLog::LogRetryFailure), 1u);
 }
 
-TEST_F(FileRetryTest, TriesEightTimesAndDoublesThePause) {
+TEST_F(FileRetryTest, RetriesSevenTimesAndDoublesTheBackoff) {
     for (int failures = 0; failures <= 8; ++failures) {
         SCOPED_TRACE(failures);
         EXPECT_EQ(failures < 8 ? "nothing" : "FileIOError ENOEXEC", Run(FailingFor(failures)));

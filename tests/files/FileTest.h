@@ -36,7 +36,6 @@
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::IsEmpty;
 
 using Strings = std::vector<std::string>;

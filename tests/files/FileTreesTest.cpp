@@ -147,8 +147,9 @@ TEST_F(FileTreesTest, OnlyDirectoriesCanBeCopiedAsTrees) {
     }
 }
 
-// The directory vanishes before each call in turn. Either the copy is that of an empty directory,
-// or it fails before it creates the target: as for a missing source, or with InvalidStats.
+// The directory vanishes before each call of lstat in turn. Either the copy is that of an empty
+// directory, or it fails before it creates the target: as for a missing source, or with
+// InvalidStats.
 TEST_F(FileTreesTest, VanishingDirectoryIsEmptyOrReportedAsMissing) {
     auto const copy = [&] {
         std::string const thrown = CopyThrows();

@@ -176,7 +176,7 @@ TEST_F(ReadFileTest, ReadsChunksOf4096BytesWithoutAllocating) {
     EXPECT_EQ(reader.Position(), 100u + 2 * 4096) << "after the last byte that was read";
 }
 
-TEST_F(ReadFileRangeTest, SendsThePartFromItsBegin) {
+TEST_F(ReadFileRangeTest, SendsTheBytesOfTheRange) {
     EXPECT_THAT(CallsOfRange({2, 6}), ElementsAre("Start", "Receive 2345", "ReceiveEnd"));
     for (Offsets range : {Offsets{4, 4}, Offsets{7, 3}, Offsets{50, 50}}) {
         EXPECT_THAT(CallsOfRange(range), ElementsAre("Start", "ReceiveEnd"));

@@ -225,7 +225,7 @@ int fcntl(int descriptor, int command, ...) {
     static auto const next = Next(&fcntl, "fcntl");
     va_list arguments;
     va_start(arguments, command);
-    // All commands except those for flags take a pointer or no argument.
+    // The other commands in use take a pointer or no argument.
     bool const takesNumber = command == F_SETFD || command == F_SETFL;
     long const argument = takesNumber ? va_arg(arguments, int) : va_arg(arguments, long);
     va_end(arguments);

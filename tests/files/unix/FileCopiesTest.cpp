@@ -19,7 +19,7 @@ protected:
         }
     }
 
-    // The exception of a copy to a new target, and the length of the partial target.
+    // Expects this exception of a copy to a new target, and the description `left` of the target.
     void ExpectResult(Copy copy, std::string const& source, std::string const& error,
                       std::string const& left) const {
         EXPECT_EQ(error, ThrownBy(copy, source, to));

@@ -33,7 +33,7 @@ TEST_F(FileDeletionsTest, RemovesTheWholeTreeAndNothingElse) {
     }
 }
 
-// The last two functions accept a missing entry.
+// ForceDeleteRecursive and ForceDeleteContents accept a missing entry.
 TEST_F(FileDeletionsTest, KeepsEntriesThatAreNotDirectories) {
     std::string const noDirectory = "DirectoryNotFoundError";
     for (Delete remove : {DeleteRecursive, DeleteContents})
@@ -72,7 +72,7 @@ TEST_F(FileDeletionsTest, DanglingLinkStopsTheDeletionAtItsTurn) {
 }
 
 // Deliberate: the deletion of the target of a link makes the link dangling.
-TEST_F(FileDeletionsTest, LinkThatFollowsItsTargetStopsTheDeletion) {
+TEST_F(FileDeletionsTest, LinkAfterItsTargetStopsTheDeletion) {
     fs::create_directory(tree);
     WriteWholeFile(tree + "/a", "content");
     fs::create_symlink("a", tree + "/b");

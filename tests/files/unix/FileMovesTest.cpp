@@ -278,12 +278,12 @@ TEST(FileMovesAcrossTest, LinkInATreeEmptiesItsTargetAndEndsTheMove) {
     });
 }
 
-// At whichever call the source vanishes, nothing is moved. The move fails as for a missing source,
-// or with InvalidStats; both outcomes occur.
-TEST(FileMovesAcrossTest, VanishingSourceIsMissingOrHasInvalidStats) {
+// If the source vanishes before it is copied, the move fails as for a missing source, or with
+// InvalidStats. If it vanishes later, the destination exists.
+TEST(FileMovesAcrossTest, VanishingSourceIsMissingInvalidOrCopied) {
     AcrossFileSystems([](std::string const& from, std::string const& to) {
         for (std::string const kind : {"file", "directory"}) {
-            // Empty for a move that has succeeded.
+            // Empty if the destination exists.
             auto const move = [&] {
                 std::string const thrown = MoveThrows(from, to);
                 bool const isMoved = fs::exists(to);

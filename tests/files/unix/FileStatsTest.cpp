@@ -80,7 +80,7 @@ TEST_F(FileStatsTest, EntryThatCannotBeExaminedCountsAsMissing) {
     EXPECT_FALSE(stats.IsDirectory() || stats.IsRegularFile());
 }
 
-TEST_F(FileStatsTest, UnreachableEntryCountsAsMissing) {
+TEST_F(FileStatsTest, FailedLstatMeansMissingAndFailedStatDangling) {
     MakeEntry(directory / "link", "link to file");
     SystemCalls calls;
     calls.Fail("lstat", EACCES);
