@@ -277,7 +277,7 @@ UStringRef<E> Text() {
     return UStringRef<E>(units.data(), units.data() + units.size());
 }
 
-// Acts on a builder with space for three code units. Its content is preserved.
+// Acts on a builder that holds three code units. Its content is preserved.
 template <class E, class Act>
 Operation OnBuilder(std::string const& name, std::size_t room, Act act) {
     using Builder = std::unique_ptr<UStringBuilder<E>>;

@@ -294,7 +294,7 @@ INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), Name
 
 constexpr char allocationFailed[] = "failed";
 
-// Returns whether the program made that many allocations.
+// Returns `allocationFailed` if the program made that many allocations, or "none failed".
 std::string FailAllocation(Subject const& subject, std::string const& which) {
     constexpr char failureMark[] = "/opt/failed";
     SCOPED_TRACE("allocation " + which);

@@ -82,7 +82,7 @@ std::string NameOf(testing::TestParamInfo<AdversarialDocument> const& test) {
     return test.param.name;
 }
 
-TEST(QuickDocuments, ReadAHundredthOfTheSizeWithinLimits) {
+TEST(QuickDocuments, AHundredthOfTheSizeIsReadWithinLimits) {
     for (AdversarialDocument const& document : AdversarialDocuments())
         ReadInProgram(document, document.full / 100);
     CountTestCases(AdversarialDocuments().size());

@@ -1,10 +1,10 @@
-// For LD_PRELOAD: fails allocations of a program, and plays an agent while it sleeps.
+// For LD_PRELOAD: fails allocations of a program, and plays an agent while the program sleeps.
 //
 // Allocations are counted after the initialization of the libraries. This is separate from
 // SystemCalls.cpp, which allocates memory for its log.
 //
 // CC_FAILING_MALLOC is the number of the allocation that fails; with a "+" ("7+") all later ones
-// fail too. If it fails, the file "/opt/failed" exists. CC_AGENT_SCRIPT is the text of an
+// fail too. After a failure, the file "/opt/failed" exists. CC_AGENT_SCRIPT is the text of an
 // AgentScript. Without it there is no agent, and sleeps take their time.
 #include <cerrno>
 #include <cstddef>

@@ -55,8 +55,8 @@ inline int NextDescriptor() {
 }
 
 // Fails the first, the second ... allocation, once and together with all later ones, until `fail`
-// makes fewer. `fail` returns whether an allocation failed. It must not leak a block or a file
-// descriptor. Returns the number of failed allocations.
+// makes fewer allocations. `fail` returns whether an allocation failed, and must not leak a block
+// or a file descriptor. Returns the number of failed allocations.
 inline std::size_t
 FailEachAllocation(std::string const& name,
                    std::function<bool(std::size_t, FailingAllocation::Extent)> const& fail) {

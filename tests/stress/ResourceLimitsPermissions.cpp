@@ -1,5 +1,5 @@
-// Missing directories, every mode of the two directories and of the files in them, and no file
-// descriptors, in all combinations.
+// Missing directories, every mode of the two directories and of the files in them, and too few file
+// descriptors.
 #include "tests/stress/PreloadedProgram.h"
 #include "tests/stress/TestCases.h"
 
@@ -26,7 +26,7 @@ void TryMissing(bool requests, bool responses, bool program) {
     EXPECT_EQ(responses, !fs::exists(responseDirectory));
 }
 
-TEST(QuickMissingDirectories, EachCombinationGivesItsErrorCode) {
+TEST(QuickMissingDirectories, EachCombinationHasItsErrorCode) {
     Sandbox::Run([] {
         for (int which = 0; which < 8; ++which)
             TryMissing((which & 1) != 0, (which & 2) != 0, (which & 4) != 0);
@@ -75,7 +75,7 @@ void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
     EXPECT_EQ(lockFile != missing || canLock ? "lockfile " : "", Requests());
 }
 
-TEST(QuickPermissions, EachModeOfRequestDirectoryAndLockFileGivesItsCode) {
+TEST(QuickPermissions, EachModeOfRequestDirectoryAndLockFileHasItsCode) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
@@ -104,7 +104,7 @@ void TryPermissionsOfResponses(unsigned int directory, unsigned int response) {
     EXPECT_EQ("lockfile ", Requests());
 }
 
-TEST(QuickPermissions, EachModeOfResponseDirectoryAndFileGivesItsCode) {
+TEST(QuickPermissions, EachModeOfResponseDirectoryAndFileHasItsCode) {
     Sandbox::Run([] {
         PlayedAgent const agent(UsualAnswers());
         for (unsigned int directory = 0; directory <= 7; ++directory)
@@ -158,7 +158,7 @@ void TryDescriptors(int limit, bool privileged) {
     });
 }
 
-TEST(QuickDescriptors, TooFewForLockGiveMinus6AndForProcMinus2) {
+TEST(QuickDescriptors, TooFewForLockResultInMinus6AndForProcInMinus2) {
     for (int limit = 0; limit < forProc; ++limit)
         TryDescriptors(limit, true);
     TryDescriptors(forProc, false);

@@ -49,7 +49,7 @@ std::vector<Operation> Creations() {
                   CC_CALLING(ForceDirectoryExistence(to, {})), "; to",
                   {unseen, {"mkdir", {freeTo}}}),
         // A directory that is not found is created, and obstructs the operation.
-        Operation("ForceDirectoryExistenceOfWhatIsThere", MakeEmptyDirectory,
+        Operation("ForceDirectoryExistenceOfAnExistingOne", MakeEmptyDirectory,
                   CC_CALLING(ForceDirectoryExistence(from, {})), "; from",
                   {{"lstat", {Throws("FileIOError EEXIST", "from")}}}),
         Operation("CreateDirectoryTree", MakeNothing,

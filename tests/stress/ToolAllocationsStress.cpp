@@ -37,7 +37,7 @@ void ExpectOwnFilesOnly() {
     EXPECT_FALSE(IsLocked());
 }
 
-// Only COMPLIANCE_Open propagates it, before any request was answered.
+// Only COMPLIANCE_Open propagates std::bad_alloc, before any request was answered.
 void ExpectEndByBadAlloc(ProgramResult const& run) {
     EXPECT_EQ(ExitStatus::Killed(SIGABRT), run.status);
     EXPECT_EQ("", run.output);
