@@ -1,5 +1,5 @@
-// Compares case-insensitive comparison, search and case mapping, and each of their kernels, with
-// byte-wise reference implementations.
+// Compares case-insensitive comparison, search and case mapping, and each kernel of the comparison,
+// with byte-wise reference implementations.
 #pragma once
 
 #include "data/Ascii.h"
@@ -43,11 +43,11 @@ inline void CompareRuns(Fuzz::ExactCopy const& left, Fuzz::ExactCopy const& righ
         return function(one, other, length) == expected;
     };
     Require(agrees(Simd::CommonPrefix), "the dispatched kernel finds the first difference");
-    Require(agrees(Simd::CommonPrefixScalar), "the scalar reference finds it");
+    Require(agrees(Simd::CommonPrefixScalar), "the scalar reference finds the first difference");
 #if SIMD_X86
-    Require(agrees(Simd::CommonPrefixSse2), "the kernel of SSE2 finds it");
+    Require(agrees(Simd::CommonPrefixSse2), "the SSE2 kernel finds the first difference");
     Require(!Simd::Uses(Simd::Level::avx2) || agrees(Simd::CommonPrefixAvx2),
-            "the kernel of AVX2 finds it");
+            "the AVX2 kernel finds the first difference");
 #endif
 }
 
@@ -67,7 +67,7 @@ inline void CompareOrders(std::string const& left, std::string const& right) {
     Fuzz::ExactCopy const rightCopy(std::string_view(rightText.c_str(), rightText.size() + 1));
     Require(Ascii::CompareLowercase(leftCopy.Begin(), rightCopy.Begin()) ==
                 CompareTexts(leftText, rightText),
-            "NUL-terminated strings are ordered by bytes");
+            "NUL-terminated strings are ordered by their bytes in lower case");
 }
 
 // Maps in one buffer, to `distance` bytes after the source, so source and target may overlap.

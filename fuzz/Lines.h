@@ -90,5 +90,5 @@ inline void CompareLines(Chunks const& chunks, std::string_view text, unsigned l
     chunks.Feed([&](ConstData chunk) { lines.Receive(chunk); });
     lines.ReceiveEnd();
     Require(calls.all == ReferenceCalls(ReferenceLines(text, offset)),
-            "lines and breaks do not depend on chunk boundaries");
+            "lines and breaks agree with the reference");
 }

@@ -190,7 +190,7 @@ void MakePadded(Value value, unsigned int base, unsigned int padding, bool fits,
         Require(fits && MakeString(made) == expected, "a numeral agrees with to_chars");
         Require(made.Text() == expected, "a numeral is NUL-terminated");
     } catch (ConstDataCapacityExceeded const&) {
-        Require(!fits, "ConstDataCapacityExceeded is thrown only if it does not fit");
+        Require(!fits, "ConstDataCapacityExceeded is thrown only if the numeral does not fit");
     }
 }
 

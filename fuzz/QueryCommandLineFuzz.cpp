@@ -112,7 +112,7 @@ Texts EntriesOf(Texts const& lists) {
     return entries;
 }
 
-// Returns a decimal number of at most 10 digits, without leading zeros.
+// Returns the value of a decimal number of at most 10 digits, not counting leading zeros.
 long long NumberOf(std::string digits) {
     if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos)
         throw Refused();

@@ -83,7 +83,7 @@ Exchange ExchangeOf(Put put) {
     Require(std::distance(begin(entries), end(entries)) == 1, "the request is the only file");
     Require(ClientComplianceRequestExists(), "a request exists until it is released");
     ClientComplianceRequestIORelease();
-    Require(!ClientComplianceRequestExists() && Read().empty(), "its release removes a request");
+    Require(!ClientComplianceRequestExists() && Read().empty(), "a release removes the request");
     Require(exchange.read == ReferenceRead(ReferenceTree(exchange.written)),
             "the request agrees with the reference");
     return exchange;

@@ -161,7 +161,8 @@ bool MovesNothing(std::uint32_t value) {
 
 void CompareVisible(std::string_view text) {
     std::string const visible = MakeVisible(text);
-    Require(MakeReadable(text) == Readable(text), "readable text escapes ill-formed bytes");
+    Require(MakeReadable(text) == Readable(text),
+            "readable text escapes the bytes of ill-formed sequences");
     for (std::string_view rest = visible; !rest.empty();) {
         Character const character = CharacterAt(rest);
         Require(character.length != 0 && MovesNothing(character.value),

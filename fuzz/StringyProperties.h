@@ -220,7 +220,7 @@ private:
         Require(ours.EqualIgnoringCase(other) ==
                     (bothAreThere &&
                      ReferenceCase::Lowered(model.text) == ReferenceCase::Lowered(otherModel.text)),
-                "texts of any case are equal, and null equals nothing");
+                "EqualIgnoringCase agrees with lower case, and null equals nothing");
     }
 
     void CompareSearches(std::string const& bytes) const {
@@ -304,7 +304,7 @@ inline void CompareSplit(std::string const& text, char separator, unsigned int m
     unsigned int const count =
         Stringy::SplitSeparatedStringsIntoArray(text.c_str(), separator, items, maximum, strip);
     Require(count == expected.size() && items.size() == expected.size(),
-            "a text has as many items as separators, and one more");
+            "the number of items agrees with the reference");
     for (std::size_t i = 0; i < items.size(); ++i)
         Require(IsPart(items[i], expected[i]), "an item is the text between separators");
 }

@@ -133,10 +133,11 @@ private:
             Require(valid, "an invalid name is rejected");
             Opened(name, attributes);
         } catch (InvalidXMLElementName const&) {
-            Require(!IsValidName(name) && bytes == before, "a valid element name is accepted");
+            Require(!IsValidName(name) && bytes == before,
+                    "only an invalid element name is rejected, before any output");
         } catch (InvalidXMLAttributeName const&) {
             Require(!valid && IsValidName(name) && bytes == before,
-                    "a valid attribute name is accepted");
+                    "only an invalid attribute name is rejected, before any output");
         }
     }
 
