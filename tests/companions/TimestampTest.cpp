@@ -40,6 +40,7 @@ TEST(TimestampTest, ReadsOtherFormsOfRfc3339) {
     EXPECT_EQ(123'456'789, ParseTimestamp("2026-03-01T08:30:00.1234567899Z")->tv_nsec);
     EXPECT_TRUE(ParseTimestamp("2016-12-31T23:59:60Z"));
     EXPECT_TRUE(ParseTimestamp("2024-02-29T00:00:00Z"));
+    EXPECT_EQ(morning - 86340, ParseTimestamp("2026-03-01T08:30:00+23:59")->tv_sec);
 }
 
 TEST(TimestampTest, RefusesInvalidTimes) {
@@ -48,8 +49,8 @@ TEST(TimestampTest, RefusesInvalidTimes) {
           "2026-13-01T08:30:00Z", "2026-00-01T08:30:00Z", "2026-02-29T08:30:00Z",
           "2026-02-30T23:59:60Z", "2026-03-01T24:30:00Z", "2026-03-01T08:60:00Z",
           "2026-03-01T08:30:61Z", "2026-03-01T08:30:00.Z", "2026-03-01T08:30:00+1",
-          "2026-03-01T08:30:00+25:00", "2026-03-01T08:30:00Zx", "+026-03-01T08:30:00Z",
-          "2026-03-01T08:30:00 01:00"})
+          "2026-03-01T08:30:00+24:00", "2026-03-01T08:30:00+23:60", "2026-03-01T08:30:00Zx",
+          "+026-03-01T08:30:00Z", "2026-03-01T08:30:00 01:00"})
         EXPECT_FALSE(ParseTimestamp(text)) << text;
 }
 
