@@ -15,5 +15,6 @@ extern bool iOwnLock;
 // True from a response with the state ClientComplianceStateFinished to COMPLIANCE_Close.
 extern bool iHaveResponse;
 
-// The last response to a Progress request. Its items are the result rows if iHaveResponse is true.
+// The response to the last Progress request; empty before the first one, after a failed exchange
+// and after COMPLIANCE_Close. Its items are the result rows if iHaveResponse is true.
 extern ClientComplianceResponse iResponse;

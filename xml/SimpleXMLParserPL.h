@@ -1,7 +1,7 @@
 // A small, lenient XML parser that reports events.
 //
 // For documents of known structure. Not a conforming processor: it reports no errors, validates
-// nothing, and has no support for namespaces, DOCTYPE and encodings. Not thread-safe.
+// nothing, and has no support for namespaces, DOCTYPE or encodings. Not thread-safe.
 #pragma once
 
 #include <string>
@@ -29,13 +29,15 @@
 // - In the name of any tag, except after a slash, a single dash is dropped, and a second one begins
 //   a comment.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
-// - "?" before an attribute is skipped. A tag whose name begins with "?" is a processing
-//   instruction. A tag with a name such as "!DOCTYPE" is a start tag.
+// - "?" is skipped in a tag, except in names and values. A tag whose name begins with "?" is a
+//   processing instruction. A tag with a name such as "!DOCTYPE" is a start tag.
 // - In a CDATA section, NUL bytes are dropped.
 // - Escapes: &lt; &gt; &amp; &quot; and hexadecimal references up to 0xFF, written with a small x.
-//   A reference denotes one byte, not a code point. Its digits are read by strtol: bytes after them
-//   are ignored, and a reference without digits is a NUL byte. Every other escape is kept as
-//   written. An escape ends at the next semicolon, even if tags and quotes are before it.
+//   A reference denotes one byte, not a code point. strtol reads its digits: bytes after them are
+//   ignored, and a reference without digits is a NUL byte. The number is truncated to 32 bits,
+//   signed, before the comparison with 0xFF, so a negative or huge number can also denote a byte.
+//   Every other escape is kept as written. An escape ends at the next semicolon, even if tags and
+//   quotes are before it.
 //
 // Error handling: no input is an error. Exceptions of the handler and std::bad_alloc propagate from
 // Parse; the rest of the chunk is lost. A transition that throws does not change the state.

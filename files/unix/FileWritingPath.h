@@ -11,7 +11,7 @@ namespace UnixPlatform {
 // exceptions of other operations (Flush, SetLength, writing) have no name.
 class FileWritingPath : public FileReadingPath {
 public:
-    // Open for reading and writing. They first close a file that is still open. A new file has the
+    // Open for reading and writing. A file that is still open is closed first. A new file has the
     // permissions 0666 less the umask. The file descriptor is close-on-exec. After a failure,
     // the path is not open.
     void OpenExisting(FileLocation const& where) override;
