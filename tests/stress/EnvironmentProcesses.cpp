@@ -124,9 +124,9 @@ TEST(QuickProcesses, CountsAgentInAnyProcessState) {
     // Deliberate: a zombie keeps its command name until it is reaped.
     for (auto const& [name, signal] :
          {std::pair("running", 0), {"stopped", SIGSTOP}, {"zombie", SIGKILL}})
-        tryState(name, [signal = signal] {
+        tryState(name, [sent = signal] {
             auto const agent = Start(agentProgram);
-            Kill(*agent, signal);
+            Kill(*agent, sent);
             Expect(found);
             ExpectUnprivileged(found);
         });
