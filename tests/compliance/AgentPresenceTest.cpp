@@ -64,8 +64,8 @@ SANDBOX_TEST(AgentPresenceTest, UnreachableAgentIsNotInstalled) {
 
 // Running, with real processes.
 
-// The last search runs among many processes.
-SANDBOX_TEST(AgentPresenceTest, RunsFromItsStartToItsEnd) {
+// All searches run among many processes.
+SANDBOX_TEST(AgentPresenceTest, IsRunningWhileItsProcessAndProgramFileExist) {
     Sandbox::InstallAgent();
     for (int i = 0; i < 200; ++i)
         if (fork() == 0) {
@@ -111,7 +111,7 @@ SANDBOX_TEST_WITH(AgentPresenceTest, AgentIsNotRunningWithoutProc, noProc) {
 
 // Resources.
 
-SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
+SANDBOX_TEST(AgentPresenceTest, ReadErrorEndsTheSearchAndClosesTheDirectory) {
     OtherProgram const running(Sandbox::InstallIdleAgent());
     EXPECT_TRUE(IsRunning());
     long const before = CountOpenDescriptors();
@@ -123,7 +123,7 @@ SANDBOX_TEST(AgentPresenceTest, UnreadableListEndsTheSearchAndIsClosed) {
     EXPECT_EQ(before, CountOpenDescriptors());
 }
 
-// The paths of real processes are stored in the object; only longer names need an allocation.
+// Stringy stores the paths of real processes in itself; only longer paths need an allocation.
 TEST(AgentPresenceTest, SearchDoesNotAllocate) {
     Sandbox::Run([] { EXPECT_EQ(0U, AllocationsOf(IsRunning)); });
 }

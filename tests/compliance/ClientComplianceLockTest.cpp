@@ -15,7 +15,7 @@
 #include "tests/support/Sandbox.h"
 #include "tests/system/RecordLock.h"
 
-// The state of the lock belongs to the process, so each case has a sandbox.
+// The state of the lock belongs to the process, so each test has a sandbox.
 namespace {
 
 namespace fs = std::filesystem;
@@ -81,7 +81,7 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockHasNoEffect) {
 }
 
 // Deliberate: the failure is permanent, although the lock becomes free again.
-SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereFailsPermanently) {
+SANDBOX_TEST(ClientComplianceLockTest, LockFailsPermanentlyOnceAnotherProcessHeldIt) {
     ForeignLock holder(lockFile);
     ExpectNoLock();
     EXPECT_TRUE(IsLockedForOthers(lockFile));
@@ -95,7 +95,7 @@ SANDBOX_TEST(ClientComplianceLockTest, LockHeldElsewhereFailsPermanently) {
     EXPECT_FALSE(fs::exists(lockFile)) << "a later call opens no file";
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, ProcessWithoutTheLockExitsNormally) {
+SANDBOX_TEST(ClientComplianceLockTest, ProcessThatFailedToLockExitsNormally) {
     ForeignLock const holder(lockFile);
     OtherProcess refused([] {
         EXPECT_FALSE(Lock());
@@ -105,7 +105,7 @@ SANDBOX_TEST(ClientComplianceLockTest, ProcessWithoutTheLockExitsNormally) {
     EXPECT_TRUE(IsLockedForOthers(lockFile));
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileIsNotPermanent) {
+SANDBOX_TEST(ClientComplianceLockTest, FailureToOpenTheFileOrAllocateIsNotPermanent) {
     fs::remove(ExchangeFiles::requestDirectory);
     EXPECT_FALSE(Lock());
     EXPECT_FALSE(fs::exists(ExchangeFiles::requestDirectory));
@@ -131,7 +131,7 @@ void PauseAfterTheDestructor() {
     exitLine->Await();
 }
 
-SANDBOX_TEST(ClientComplianceLockTest, IsReleasedByTheNormalExit) {
+SANDBOX_TEST(ClientComplianceLockTest, NormalExitReleasesItAndLaterLocksFail) {
     OtherProcess holder([](Handshake& line) {
         exitLine = &line;
         std::atexit(PauseAfterTheDestructor);

@@ -43,12 +43,12 @@ TEST(ClientComplianceTest, RowStoresItsTextsInOrderAndNullAsEmpty) {
                                                                nullptr, nullptr)));
 }
 
-TEST(ClientComplianceTest, NewResponseIsInErrorStateZero) {
+TEST(ClientComplianceTest, NewResponseIsAnErrorWithNumberZero) {
     EXPECT_EQ(EmptyResponse(ClientComplianceClose),
               FieldsOf(ClientComplianceResponse(ClientComplianceClose)));
 }
 
-TEST(ClientComplianceTest, ResetSetsTheTypeProgressAndKeepsTheStorage) {
+TEST(ClientComplianceTest, ResetLeavesAnEmptyProgressResponseAndTheCapacity) {
     ClientComplianceResponse response =
         MakeResponse({ClientComplianceClose, 1, 5, 6, std::vector<RowTexts>(9)});
     auto const capacity = response.items.capacity();
@@ -83,8 +83,8 @@ using ExchangeExceptions =
                    ClientComplianceResponseBadDocumentType, ClientComplianceResponseTypeFailure>;
 TYPED_TEST_SUITE(ExchangeExceptionTest, ExchangeExceptions);
 
-// Only a handler for all exceptions, or for the class itself, catches it.
-TYPED_TEST(ExchangeExceptionTest, IsEmptyAndHasNoBaseClass) {
+// Handlers for std::exception and DebuggableException do not catch it.
+TYPED_TEST(ExchangeExceptionTest, IsEmptyAndDerivesFromNoExceptionClass) {
     EXPECT_TRUE(std::is_empty_v<TypeParam>);
     EXPECT_FALSE((std::is_base_of_v<std::exception, TypeParam>));
     EXPECT_FALSE((std::is_base_of_v<DebuggableException, TypeParam>));

@@ -1,6 +1,6 @@
 /* Evaluates a document through the C API, in C89; also tests that the header compiles. The agent
    must finish at the first poll with the row "d", "r", "t", "e", "i", "c". Returns 0 if each call
-   has its documented result, otherwise the number of the first call that has another one. */
+   has its documented result, otherwise the number of the first check that fails. */
 #include "compliance/Compliance.h"
 
 #include <string.h>

@@ -95,7 +95,7 @@ TEST(CompliancePropertiesTest, ResponsesAgreeWithReference) {
                                 "Description", "Comment", "Other"}));
 }
 
-// The content of a file. Most contents end near the 511 bytes that are read.
+// The content of a file. In half of the contents, the limit of 511 bytes is in or next to the tail.
 std::string RandomContent(std::mt19937& random, Parts const& parts) {
     std::string const head = Sequence(random, 4, parts);
     std::string const tail = Sequence(random, 4, parts);

@@ -131,8 +131,8 @@ TEST_F(ComplianceTest, OpenSendsItsArgumentsAndForgetsAnEarlierResult) {
     EXPECT_EQ(RequestFields(ClientComplianceOpen, "", "", 0xFFFFFFFFU), world.request);
 }
 
-// Each subset of the reasons for a failure.
-TEST_F(ComplianceTest, FirstReasonToFailIsReturnedWithoutALock) {
+// Tests each nonempty subset of the failures.
+TEST_F(ComplianceTest, OpenReturnsTheFirstFailureAndHoldsNoLock) {
     for (unsigned int subset = 1; subset < 64; ++subset) {
         auto const applies = [=](unsigned int reason) {
             return (subset >> reason & 1) != 0;
@@ -152,7 +152,7 @@ TEST_F(ComplianceTest, FirstReasonToFailIsReturnedWithoutALock) {
     }
 }
 
-// The first check and the exchange return no positive number. Only a negative number is an error.
+// The real functions return no positive number. Only a negative number is an error.
 TEST_F(ComplianceTest, OnlyANegativeResultReleasesTheLock) {
     world.running = world.configured = false;
     world.pending = true;
@@ -174,7 +174,7 @@ TEST_F(ComplianceTest, SecondOpenFailsAndTheFirstStaysOpen) {
 }
 
 // The only exception that a caller may receive.
-TEST_F(ComplianceTest, ExhaustedMemoryBeforeTheExchangeLeavesItOpen) {
+TEST_F(ComplianceTest, ExhaustedMemoryInOpenLeavesTheEvaluationOpen) {
     world.presenceThrows = true;
     EXPECT_THROW(COMPLIANCE_Open("u", "d", 0), std::bad_alloc);
     EXPECT_EQ(0, world.exchanges);

@@ -102,7 +102,7 @@ TEST(ExchangeDocumentTest, ReplacesAnOldDocumentByANewFile) {
     });
 }
 
-TEST(ExchangeDocumentTest, OverwritesAnOldTemporaryDocumentWithItsMode) {
+TEST(ExchangeDocumentTest, OverwritesAnOldTemporaryDocumentAndKeepsItsMode) {
     ForEachDocument([](Document const& document) {
         string const whole = Whole(document);
         WriteWholeFile(document.temporary, string(5000, 'x'));
@@ -212,7 +212,7 @@ TEST(ExchangeDocumentTest, TemporaryDocumentIsRemovedIfItCannotBePublished) {
     });
 }
 
-// A nonempty directory cannot replace another directory, and cannot be removed.
+// A nonempty directory can be renamed to a free path, but it cannot be removed or replaced.
 TEST(ExchangeDocumentTest, DirectoryWithTheTemporaryNameIsPublishedOnce) {
     ForEachDocument([](Document const& document) {
         fs::create_directories(document.temporary + "/inside");
@@ -256,7 +256,7 @@ SANDBOX_TEST(ExchangeDocumentTest, FileThatShrinksWhileItIsReadIsUnreadable) {
     EXPECT_THROW(ClientComplianceResponseIORead(), DebuggableException);
 }
 
-SANDBOX_TEST(ExchangeDocumentTest, FailedReadMakesItUnreadableAndClosesIt) {
+SANDBOX_TEST(ExchangeDocumentTest, FailedCallMakesItUnreadableAndLeaksNoDescriptor) {
     WriteRequest();
     WriteResponse();
     EXPECT_TRUE(CanReadRequest());

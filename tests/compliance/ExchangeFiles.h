@@ -33,7 +33,7 @@ inline int NextDescriptor() {
     return next;
 }
 
-// Returns a text with any byte values but 0, and more often those that the documents escape.
+// Returns text of any bytes but 0, in which those of `special` are more frequent.
 inline std::string RandomText(std::mt19937& random, std::size_t longest) {
     static char const special[] = "<>&;\"'\r\n\t#x \xC3\xA9\x80\xFF";
     std::string text(random() % (longest + 1), ' ');

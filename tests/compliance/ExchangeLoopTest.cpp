@@ -127,7 +127,7 @@ TYPED_TEST(ExchangeFailureTest, EndsWithoutASleepIfTheWriteFails) {
     EXPECT_EQ(this->empty, FieldsOf(this->response));
 }
 
-TEST_F(ExchangeLoopTest, FailedPollOrSleepEndsIt) {
+TEST_F(ExchangeLoopTest, ExceptionInPollOrSleepIsAnExchangeError) {
     for (unsigned int const time : pollTimes) {
         auto const fail = [=] {
             if (world.slept == time)

@@ -42,7 +42,7 @@ SANDBOX_TEST(HostTest, CancelledThreadAbortsTheProcess) {
     EXPECT_EQ(ExitStatus::Killed(SIGABRT), host.Wait());
 }
 
-SANDBOX_TEST(HostTest, ClosingAllDescriptorsLosesTheLockAndOneOfTheHost) {
+SANDBOX_TEST(HostTest, ClosingTheLockDescriptorLosesTheLockAndALaterFile) {
     ScriptedAgent const agent(WholeEvaluation({}));
     OtherProcess host([](Handshake& line) {
         int const unused = open("/dev/null", O_RDONLY | O_CLOEXEC);

@@ -27,7 +27,7 @@ protected:
     std::string const path = directory / "lockfile";
 };
 
-TEST_F(InterProcessLockTest, CreatesAnEmptyFileWithTheModeOfTheUmaskAndKeepsIt) {
+TEST_F(InterProcessLockTest, CreatesAnEmptyFileOfMode0666LessUmaskAndKeepsIt) {
     for (mode_t const mask : {0U, 022U, 077U}) {
         mode_t const old = umask(mask);
         EXPECT_TRUE(InterProcessLock(path.c_str()).Lock());
@@ -65,7 +65,7 @@ TEST_F(InterProcessLockTest, ThrowsIfTheFileCannotBeOpenedAndLeaksNoDescriptor) 
     }
 }
 
-TEST_F(InterProcessLockTest, ThrowsIfTheFileIsNotWritable) {
+TEST_F(InterProcessLockTest, ThrowsIfTheFileIsNotWritableOrCannotBeCreated) {
     Sandbox::Run([] {
         WriteWholeFile("/opt/lockfile", "");
         fs::permissions("/opt/lockfile", fs::perms(0444));
@@ -126,7 +126,7 @@ TEST_F(InterProcessLockTest, ForkedChildDoesNotHoldIt) {
     EXPECT_TRUE(IsLockedForOthers(path));
 }
 
-TEST_F(InterProcessLockTest, SecondLockOfTheObjectStaysLocked) {
+TEST_F(InterProcessLockTest, RepeatedLockSucceedsAndOneUnlockReleasesIt) {
     auto lock = std::make_unique<InterProcessLock>(path.c_str());
     EXPECT_TRUE(lock->Lock());
     EXPECT_TRUE(lock->Lock());

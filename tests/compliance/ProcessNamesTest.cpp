@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <csignal>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -125,7 +124,7 @@ Name NameForOtherUser(char const* commandName) {
     return told == "-" ? nullopt : Name(told.substr(1));
 }
 
-SANDBOX_TEST(ProcessNamesTest, UnreadableLinkReturnsTheCommandName) {
+SANDBOX_TEST(ProcessNamesTest, NameIsTheCommandNameIfTheLinkIsUnreadable) {
     EXPECT_EQ("VeskaClient", NameForOtherUser("VeskaClient"));
     EXPECT_EQ("a b/c", NameForOtherUser("a b/c"));
     EXPECT_EQ("VeskaClient", NameForOtherUser("VeskaClient)xy"));
@@ -219,7 +218,7 @@ SANDBOX_TEST_WITH(ProcessNamesTest, StatusNumbersFollowTheirLabels, emptyProc) {
     }
 }
 
-SANDBOX_TEST_WITH(ProcessNamesTest, TextMustFitWithItsNul, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, NameMustFitWithItsNul, emptyProc) {
     string const name(usualCapacity - 1, 'n');
     EXPECT_EQ(name, NameOfFake({.exe = "/a/" + name}));
     EXPECT_EQ(nullopt, NameOfFake({.exe = "/a/" + name + 'n'}));
@@ -248,8 +247,6 @@ SANDBOX_TEST_WITH(ProcessNamesTest, FilesAreReadIndependentlyOfEachOther, emptyP
     fs::create_directory("/proc/77/stat");
     EXPECT_EQ((Facts{nullopt, 5, 6, 7}), Ask(77));
 }
-
-// The availability of paths is determined once for each process.
 
 TEST(ProcessNamesTest, AvailabilityOfPathsIsDeterminedOnce) {
     string const self = "2"; // the body of a sandbox
@@ -286,7 +283,7 @@ Ids AllProcesses() {
 
 // Deliberate: the leading number is the process, truncated to 32 bits; the rest of the name is
 // ignored.
-SANDBOX_TEST_WITH(ProcessNamesTest, VisitsEachDirectoryThatBeginsWithANumber, emptyProc) {
+SANDBOX_TEST_WITH(ProcessNamesTest, VisitsEachDirectoryThatBeginsWithANonzeroNumber, emptyProc) {
     for (string const name :
          {"7", "012", "31x", " 32", "4294967329", "8589934626 and more", "-4294967261",
           "4294967296", "0", "00", "-0", "0x1", "self", "x31", "a1"})

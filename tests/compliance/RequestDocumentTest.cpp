@@ -1,4 +1,5 @@
-// Tests the contents of a request, and its reader. ExchangeDocumentTest tests the other functions.
+// Tests the contents of a request, its reader, Exists and Wait. ExchangeDocumentTest tests the
+// other functions.
 #include "compliance/RequestDocument.h"
 
 #include "tests/compliance/ExchangeFiles.h"

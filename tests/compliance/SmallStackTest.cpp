@@ -1,5 +1,5 @@
-// Runs an evaluation in a thread whose stack is too small for it. The process must terminate at the
-// guard page of that stack: no byte below the guard page may change.
+// Runs an evaluation in a thread with a small stack. If the stack is too small, the process must
+// terminate at its guard page: no byte below the guard page may change.
 //
 // A separate program: it links the libraries as shipped, without replaced system calls.
 #include <gtest/gtest.h>
