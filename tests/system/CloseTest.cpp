@@ -1,4 +1,4 @@
-// A Close request that fails prints nothing, and does not change the output.
+// The outcome of the Close request does not change the output.
 #include "tests/system/ToolTest.h"
 
 namespace {
@@ -14,7 +14,7 @@ void ExpectOneRow(ToolRun const& run, seconds took) {
     EXPECT_FALSE(IsLocked());
 }
 
-SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsSilently) {
+SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsWithoutAMessage) {
     ExpectOneRow(Evaluate(UntilClose().AwaitRequest()).tool, seconds(12));
     EXPECT_EQ(closeRequest, ReadBytes(ScriptedAgent::request));
 }

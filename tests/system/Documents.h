@@ -20,7 +20,7 @@ inline constexpr char closeRequest[] = "<?xml version=\"1.0\"?>\r\n"
                                        "\t<RequestType>Close</RequestType>\r\n"
                                        "</VeskaClientComplianceRequest>";
 
-// An element with this text.
+// Returns the text as the writers of both documents escape it.
 inline std::string Escaped(std::string const& text) {
     static constexpr char digits[] = "0123456789abcdef";
     std::string escaped;

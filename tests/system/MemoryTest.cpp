@@ -17,7 +17,7 @@ SANDBOX_TEST(MemoryTest, ResponseLargerThanMemoryIsABadResponse) {
     ExpectPrinted(OpenError(-7), run);
 }
 
-SANDBOX_TEST(MemoryTest, SmallEvaluationNeedsAFewMegabytes) {
+SANDBOX_TEST(MemoryTest, SmallEvaluationFitsInto12MiBOfAddressSpace) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
     EXPECT_EQ(PrintedCount(0), run.output);

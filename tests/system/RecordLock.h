@@ -1,4 +1,5 @@
-// The lock file of the exchange, as another process locks it and queries its locks.
+// Locks a file as another process does, and queries its locks. The default is the lock file of the
+// exchange.
 #pragma once
 
 #include <gtest/gtest.h>

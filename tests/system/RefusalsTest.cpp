@@ -1,4 +1,4 @@
-// The conditions that refuse a request: the lock, a missing agent, a pending request.
+// The conditions that refuse a request: the lock, a missing or stopped agent, a pending request.
 #include "tests/system/ToolTest.h"
 
 namespace {
@@ -11,7 +11,7 @@ void ExpectRefusal(int code, Arguments const& arguments = {"-c", "url", "doc"}) 
     ExpectTook(std::chrono::milliseconds(0), run);
 }
 
-SANDBOX_TEST(RefusalsTest, AnyLockOfAnotherProcessRefuses) {
+SANDBOX_TEST(RefusalsTest, AnyLockOfAnotherProcessRefusesTheRequest) {
     {
         ForeignLock wholeFile;
         ScriptedAgent agent;

@@ -8,7 +8,7 @@ struct Command {
     std::string request;
 };
 
-// Publishing takes no time, so the tool is killed when its first request has been seen.
+// Each tool is killed when its request has been seen, so the test does not wait for the exchange.
 void ExpectOpenRequests(std::vector<Command> const& commands) {
     Sandbox::RunWithDirectories([&] {
         AgentScript script;
@@ -26,7 +26,7 @@ void ExpectOpenRequests(std::vector<Command> const& commands) {
     });
 }
 
-SANDBOX_TEST(RequestBytesTest, WritesExactOpenProgressAndClose) {
+SANDBOX_TEST(RequestBytesTest, WritesExactBytesOfOpenProgressAndClose) {
     auto const evaluation = Evaluate(
         WholeEvaluation({ProgressAnswer("3"), ProgressAnswer("1")}),
         {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
@@ -48,7 +48,7 @@ SANDBOX_TEST(RequestBytesTest, WritesExactOpenProgressAndClose) {
                     begun + "\x09<RequestType>Close</RequestType>\x0D\x0A" + ended));
 }
 
-TEST(RequestBytesTest, WritesArgumentsAsTexts) {
+TEST(RequestBytesTest, WritesArgumentsAsEscapedText) {
     ExpectOpenRequests(
         {{{"-d"}, OpenRequest("", "", "0")},
          {{"-c", "", ""}, OpenRequest("", "", "0")},
@@ -118,7 +118,7 @@ TEST(RequestBytesTest, AppliesUmaskToFiles) {
     }
 }
 
-SANDBOX_TEST(RequestBytesTest, UnprivilegedUserWritesTheSameRequests) {
+SANDBOX_TEST(RequestBytesTest, UnprivilegedUserWritesTheSameOpenRequest) {
     ScriptedAgent agent(AgentScript().AwaitRequest());
     Tool tool = Tool::Unprivileged({"-c", "url", "doc", "3"});
     agent.AwaitEnd();

@@ -98,7 +98,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "&lt;&gt;&amp;&quot; &apos; &#65; &#x100; &#X41; &#x41; &#x0000ff;",
                     "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"),
         OutputCase{"NoRows", PrintedCount(0), {Finished("")}},
-        // Deliberate: neither the type nor its position among the progress elements is checked.
+        // Deliberate: the type is not checked, and progress elements may be missing.
         OutputCase{"AcceptsAnswerOfAnotherType",
                    PrintedOneRow(),
                    {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
@@ -134,8 +134,8 @@ INSTANTIATE_TEST_SUITE_P(
                     AnswerOfType("Progress")}}),
     NameOfRow);
 
-// If the output is not a terminal, it is written when the library's buffer is full or at the end.
-SANDBOX_TEST(ResultsTest, BuffersOutput) {
+// The output is written when the buffer of the C library is full, and at the end.
+SANDBOX_TEST(ResultsTest, BuffersOutputThatIsNotToATerminal) {
     ScriptedAgent agent(WholeEvaluation({ProgressAnswer("3", "0", "10"), Finished("")}));
     Tool tool({"-d"});
     agent.AwaitRequests(4);
@@ -143,7 +143,6 @@ SANDBOX_TEST(ResultsTest, BuffersOutput) {
     EXPECT_EQ(PrintedPercent("10") + PrintedCount(0), tool.Wait().output);
 }
 
-// To a terminal, each line is written immediately.
 SANDBOX_TEST(ResultsTest, FlushesEachLineToATerminal) {
     int const terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     ASSERT_LE(0, terminal);

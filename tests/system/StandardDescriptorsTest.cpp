@@ -41,7 +41,7 @@ protected:
         return options;
     }
 
-    // A whole evaluation, with the expected files.
+    // Expects that a whole evaluation has `holder` open on exactly the closed descriptors.
     static void ExpectHeldBy(std::string const& holder) {
         ScriptedAgent agent(TwoPolls());
         Tool tool({"-d"}, Options());
@@ -100,7 +100,7 @@ TEST(StandardDescriptorsTest, FailingOutputDoesNotChangeExchangeAndStatus) {
     }
 }
 
-// More output than the library buffers, so writing fails in the middle of the rows too.
+// More output than the C library buffers, so writing fails in the middle of the rows, too.
 SANDBOX_TEST(StandardDescriptorsTest, ContinuesIfOutputIsFullDuringRows) {
     std::string rows;
     for (int i = 0; i < 100; ++i)

@@ -33,7 +33,7 @@ void PrintTo(Answered const& test, std::ostream* out) { *out << test.name; }
 
 class AnsweredTest : public testing::TestWithParam<Answered> {};
 
-TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
+TEST_P(AnsweredTest, EndsExchangeAtTheFirstCheckAfterTheRemoval) {
     Answered const& test = GetParam();
     Sandbox::RunWithDirectories([&] {
         auto const evaluation = Evaluate(AgentScript()
@@ -52,7 +52,7 @@ TEST_P(AnsweredTest, EndsExchangeAtTheCheck) {
     });
 }
 
-INSTANTIATE_TEST_SUITE_P(Looks, AnsweredTest,
+INSTANTIATE_TEST_SUITE_P(Check, AnsweredTest,
                          testing::Values(Answered{"GoneImmediately", 1, 0},
                                          Answered{"GoneAfterTheFirst", 3, 1700},
                                          Answered{"GoneAfterTheSecond", 7, 3700},
@@ -73,7 +73,7 @@ SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
     ExpectTook(seconds(7), evaluation.tool);
 }
 
-SANDBOX_TEST(TimingTest, PendingRequestGivesMinus3AfterTenSeconds) {
+SANDBOX_TEST(TimingTest, RequestThatIsNotTakenIsMinus3AfterTenSeconds) {
     WriteBytes(ScriptedAgent::response, "never looked at");
     auto const evaluation = Evaluate(AgentScript().AwaitRequest());
     ExpectPrinted(OpenError(-3), evaluation.tool);

@@ -22,7 +22,7 @@ struct ToolRun {
 class Tool {
 public:
     explicit Tool(Arguments const& arguments, ProgramOptions const& options = {});
-    // The same as a user who is not root and has no capability.
+    // The same without privileges (see Sandbox::DropPrivileges).
     static Tool Unprivileged(Arguments const& arguments);
 
     pid_t pid() const { return program.pid(); }
@@ -56,7 +56,7 @@ struct Evaluation {
 };
 
 // Creates missing directories of the agent, and runs the tool with an agent that plays the script.
-// Throws if the script has not ended when the tool has.
+// Throws if the script has not ended one second after the tool.
 Evaluation Evaluate(AgentScript const& script, Arguments const& arguments = {"-c", "url", "doc"});
 
 // The output of the tool if its first call fails with the code.

@@ -84,7 +84,7 @@ TEST(UsageTest, OtherSwitchesTakeNoOperands) {
 }
 
 // RequestBytesTest tests the valid flags.
-TEST(UsageTest, AcceptsFlagsFrom0To15) {
+TEST(UsageTest, RejectsFlagsOutsideOf0To15) {
     ExpectUsage(WithLast({"-c", "url", "doc"}, {"16", "17", "+16", " 16x", "0016", "-1", "-15",
                                                 "255", "2147483647", "-2147483648"}));
 }

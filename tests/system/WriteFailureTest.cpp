@@ -1,6 +1,6 @@
-// -17: the request cannot be written or renamed.
+// Requests that cannot be written or renamed.
 //
-// A rename or removal that always fails is tried eight times with pauses of 16, 32, ... 1,024 ms:
+// A move or removal that always fails is tried eight times with pauses of 16, 32, ... 1,024 ms:
 // 2,032 ms in all. The run time of the tool shows the number of such series. There is no wait for
 // the agent after a failure.
 #include "tests/system/ToolTest.h"
@@ -12,7 +12,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds retries{2032};
 
 // A user without privileges needs a lock file with write permission.
-SANDBOX_TEST(WriteFailureTest, GivesMinus17IfOnlyTheLockFileIsWritable) {
+SANDBOX_TEST(WriteFailureTest, ErrorIsMinus17IfOnlyTheLockFileIsWritable) {
     WriteBytes(ScriptedAgent::lockFile, "");
     fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));
     fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
@@ -67,7 +67,7 @@ TEST(WriteFailureTest, RefusedRenameCountsAsSuccess) {
 }
 
 // The disk is full when the evaluation is already open: both later exchanges fail silently.
-SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpen) {
+SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpenFailsWithoutAMessage) {
     SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
     ScriptedAgent agent(AgentScript().Answer(OpenAnswer()));
     Tool tool({"-d"});
