@@ -60,7 +60,7 @@ TEST(ScenarioTest, AddsRowsToTheNextFinish) {
     EXPECT_EQ(0U, scenario.progress[2].response.GetComplianceCount());
 }
 
-TEST(ScenarioTest, EscapesRepresentAnyByte) {
+TEST(ScenarioTest, EscapesRepresentAnyByteExceptNul) {
     Scenario const scenario = Parse("row \"\\xe9\\xFF\\n\\r\\t\\\\\" 2 3 4 5 6\nfinish\n");
     EXPECT_EQ("\xE9\xFF\n\r\t\\", scenario.progress[0].response[0].designator);
     EXPECT_EQ("\x01\x9A\xAF\xFA\x10", Parse("row \"\\x01\\x9a\\xAF\\xfA\\x10\" 2 3 4 5 6\nfinish\n")
@@ -84,7 +84,7 @@ TEST(ScenarioTest, DelayAppliesToLaterLines) {
     EXPECT_EQ(0U, scenario.progress[2].delay);
 }
 
-TEST(ScenarioTest, OpenAndCloseCanFail) {
+TEST(ScenarioTest, OpenAndCloseStatementsReplaceTheAnswer) {
     Scenario const scenario = Parse("open silence\nclose garbage\nfinish");
     EXPECT_EQ(ScenarioStep::Silence, scenario.open.kind);
     EXPECT_EQ(ScenarioStep::Garbage, scenario.close.kind);

@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr char scenarioFile[] = "/opt/test.scenario";
 
-// Waits for a condition, for a short time.
+// Waits for a condition. Returns whether it became true before the timeout.
 bool Await(std::function<bool()> const& condition, milliseconds limit = milliseconds(10000)) {
     for (auto const end = Clock::now() + limit; Clock::now() < end; usleep(1000))
         if (condition())
@@ -79,7 +79,7 @@ bool IsTaken() {
     return Await([] { return !Exists(requestFile); });
 }
 
-// The answer to the request.
+// Sends a request and returns the response, which is empty if there is none.
 std::string AnswerTo(std::string const& type) {
     unlink(responseFile);
     Publish(RequestOf(type));
@@ -110,7 +110,7 @@ TEST(StandInAgentTest, ReportsFileLineAndReasonOfAScenarioError) {
     });
 }
 
-SANDBOX_TEST(StandInAgentTest, ReportsUnreadableScenario) {
+SANDBOX_TEST(StandInAgentTest, ReportsUnreadableOrEmptyScenario) {
     Install("");
     for (std::string const name : {"/opt/missing", "/opt"})
         ExpectResult(1, "", "VeskaClient: " + name + ": cannot be read\n", RunStandIn({name}));
@@ -137,7 +137,7 @@ SANDBOX_TEST(StandInAgentTest, PrintsUsageForOtherArguments) {
         ExpectResult(2, "", usage, RunStandIn(arguments));
 }
 
-TEST(StandInAgentTest, FailsIfStandardOutputFails) {
+TEST(StandInAgentTest, HelpAndVersionFailIfStandardOutputFails) {
     auto const writeToFullDisk = [] {
         return dup2(open("/dev/full", O_WRONLY | O_CLOEXEC), STDOUT_FILENO) >= 0;
     };
@@ -196,7 +196,7 @@ TEST(StandInAgentTest, RefusesToStartIfAProcessHasItsName) {
                          " has the name of the agent; stop it first\n",
                      RunProgram({"/opt/second/VeskaClient", scenarioFile}));
         EXPECT_FALSE(Exists("/var/opt/VeskaClient"));
-        // Reading a file has no side effect.
+        // The check of a scenario starts no agent.
         ExpectResult(0, "", "", RunProgram({"/opt/second/VeskaClient", "--check", scenarioFile}));
     });
 }
@@ -261,7 +261,7 @@ SANDBOX_TEST(StandInAgentTest, PublishesTheResponseBeforeItTakesTheRequest) {
     }
 }
 
-SANDBOX_TEST(StandInAgentTest, PublishesGarbageThatTheToolCannotRead) {
+SANDBOX_TEST(StandInAgentTest, PublishesGarbageWithoutTheEndTagOfTheRoot) {
     StandIn agent("open garbage\nclose garbage\ngarbage\n");
     for (char const* const type : {"Open", "Progress", "Close"}) {
         std::string const answer = AnswerTo(type);
@@ -294,7 +294,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesOneRequestAndAnswersTheNext) {
     EXPECT_EQ(ProgressAnswer("3", "0", "7"), AnswerTo("Progress"));
 }
 
-// The last digit of the time, and its seconds.
+// Changes the nanoseconds of the modification time, then its seconds.
 SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsNew) {
     StandIn agent("silence\nsilence\nprogress 7\n");
     std::string const leftAlone = "VeskaClient: ignored\n";
