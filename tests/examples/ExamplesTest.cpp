@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "evaluate.sh: no results: a text contains line breaks, so rows are ambiguous\n"}),
     [](auto const& test) { return std::string(test.param.name); });
 
-TEST(ExamplesTest, EachPrintsErrorCodeOfOpen) {
+TEST(ExamplesTest, MinimalClassAndShellPrintErrorCodeOfOpen) {
     ExpectRefused(minimal, 1, "minimal: the evaluation could not be opened: -6\n");
     ExpectRefused(evaluate, 1, "evaluate: the evaluation could not be opened: -6\n");
     ExpectRefused(shell, 1, "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
@@ -161,7 +161,7 @@ SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
         RunProgram(python, WithLibrary()));
 }
 
-// During Open, and while the agent works.
+// During Open, and during the first Progress request.
 SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
     for (std::size_t const requests : {1, 2}) {
         ScriptedAgent const agent(
