@@ -111,7 +111,7 @@ TEST(ArgumentsTest, RefusesUnknownOptions) {
     EXPECT_EQ(std::string("'--other") + unknownOption, Refusal({"one", "--other"}));
 }
 
-TEST(ArgumentsTest, SuggestsAbbreviatedOrSimilarOption) {
+TEST(ArgumentsTest, SuggestsTheOptionOfAnAbbreviationOrSimilarName) {
     ExpectUnknown({"--l", "--lis", "--lis=a", "--lits", "--lst", "--listt", "--List", "--liist=a,b",
                    "-list", "-list=a", "-lis", "-lits"},
                   "; did you mean --list?");

@@ -1,7 +1,5 @@
-// The companions, started with some of the standard file descriptors closed, with and without a
-// /dev/null. Their output must not reach a file of the exchange.
-#include "compliance/StandardDescriptors.h"
-
+// compliance-query and compliance-doctor, started with some of the standard file descriptors
+// closed, with and without a /dev/null. Their output must not reach a file of the exchange.
 #include "tests/companions/CompanionTest.h"
 #include "tests/system/Documents.h"
 #include "tests/system/Tool.h"

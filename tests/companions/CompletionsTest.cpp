@@ -42,7 +42,7 @@ TEST(CompletionsTest, BashOffersOptionsThatBeginWithTheWord) {
     ExpectOffered("compliance-doctor", {{{"--j"}, {"--json"}}});
 }
 
-TEST(CompletionsTest, BashCompletesNoOperands) {
+TEST(CompletionsTest, BashOffersNothingForOperandsAndFreeText) {
     ExpectOffered("compliance-query",
                   {{{""}, {}}, {{"--timeout", ""}, {}}, {{"--strict", "-"}, {}}});
 }
@@ -66,7 +66,7 @@ TEST(CompletionsTest, BashOffersValuesOfOptions) {
                   {{{"--html", "=", "READ"}, {"README.md"}}, {{"--strict", "READ"}, {}}});
 }
 
-TEST(CompletionsTest, BashOffersNoOptionTwice) {
+TEST(CompletionsTest, BashOffersNoRepeatedOrIncompatibleOption) {
     ExpectOffered("compliance-query", {{{"--json", "url", "--t"}, {"--timeout"}},
                                        {{"--timeout", "=", "5", "--json", "--t"}, {}},
                                        {{"-o", "file", "--o"}, {"--only"}},

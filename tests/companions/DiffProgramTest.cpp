@@ -43,7 +43,7 @@ TEST_F(DiffProgramTest, RegressionsOptionIgnoresOtherDifferences) {
 TEST_F(DiffProgramTest, ReadsAPipe) {
     std::string const command =
         "cat '" + failed + "' | '" CC_DIFF_PROGRAM "' '" + passed + "' /dev/stdin";
-    EXPECT_EQ(ExitStatus::Exited(1), RunProgram({"/bin/sh", "-c", command}).status);
+    EXPECT_EQ(ExitStatus::Exited(1), RunShell(command).status);
 }
 
 // A sanitizer makes the 256 MiB take minutes.
@@ -61,7 +61,7 @@ TEST_F(DiffProgramTest, RefusesDocumentLargerThan256Mebibytes) {
 TEST_F(DiffProgramTest, ExitsWith2IfOutputCannotBeWritten) {
     std::string const command =
         "'" CC_DIFF_PROGRAM "' '" + passed + "' '" + failed + "' >/dev/full";
-    ProgramResult const result = RunProgram({"/bin/sh", "-c", command});
+    ProgramResult const result = RunShell(command);
     EXPECT_EQ(ExitStatus::Exited(2), result.status);
     EXPECT_EQ("compliance-diff: the difference could not be written: No space left on device\n",
               result.errors);

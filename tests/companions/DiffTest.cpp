@@ -152,7 +152,7 @@ TEST(DiffTest, SwappingTheSidesSwapsAddedAndRemovedRows) {
     }
 }
 
-// Applies the difference to the old rows: removes, replaces, adds. The same rows in another order.
+// The rows may be in another order.
 TEST(DiffTest, DifferenceAppliedToOldRowsProducesNewRows) {
     std::mt19937 random(3);
     for (int round = 0; round < 500; ++round) {

@@ -25,9 +25,9 @@ public:
 
 private:
     bool const asUser;
-    std::string const doctor = CopyForEveryone(CC_DOCTOR_PROGRAM);
-    std::string const tool = CopyForEveryone(CC_DYNAMIC_TOOL);
-    std::string const shim = CopyForEveryone(CC_FAILING_CALLS);
+    std::string const doctor = AccessibleCopy(CC_DOCTOR_PROGRAM);
+    std::string const tool = AccessibleCopy(CC_DYNAMIC_TOOL);
+    std::string const shim = AccessibleCopy(CC_FAILING_CALLS);
 };
 
 void ExpectAgreement(Programs const& programs, std::string const& check, bool isHealthy) {
@@ -107,14 +107,14 @@ bool GiveStickyDirectoryToGroup() {
 SANDBOX_TEST(DoctorAgreementTest, AgreesOnFilesOfRootInStickyDirectory) {
     PlayedAgent const agent(UsualAnswers());
     Programs const programs(true);
-    for (CheckedPath const& cell : checkedFiles) {
-        SCOPED_TRACE(cell.path);
+    for (CheckedPath const& checked : checkedFiles) {
+        SCOPED_TRACE(checked.path);
         LayOut();
         if (!GiveStickyDirectoryToGroup())
             GTEST_SKIP() << "this sandbox has no second user";
-        WriteBytes(cell.path, "");
-        fs::permissions(cell.path, fs::perms(0666));
-        ExpectAgreement(programs, cell.check, false);
+        WriteBytes(checked.path, "");
+        fs::permissions(checked.path, fs::perms(0666));
+        ExpectAgreement(programs, checked.check, false);
     }
 }
 
@@ -132,12 +132,12 @@ std::size_t FindCallOfLstat(std::string const& path) {
 SANDBOX_TEST(DoctorAgreementTest, ReportsEntryThatCannotBeExamined) {
     LayOut();
     Texts const doctor = {CC_DYNAMIC_DOCTOR, "--json"};
-    for (CheckedPath const& cell : checkedFiles) {
-        SCOPED_TRACE(cell.path);
+    for (CheckedPath const& checked : checkedFiles) {
+        SCOPED_TRACE(checked.path);
         RunPreloaded(doctor, {.withAgent = false});
-        Fault const fault{"lstat", EIO, FindCallOfLstat(cell.path), true};
+        Fault const fault{"lstat", EIO, FindCallOfLstat(checked.path), true};
         ProgramResult const run = RunPreloaded(doctor, {{fault}, "", false});
-        EXPECT_NE("", ProblemOf(cell.check, Json::parse(run.output))) << run.output;
+        EXPECT_NE("", ProblemOf(checked.check, Json::parse(run.output))) << run.output;
     }
 }
 

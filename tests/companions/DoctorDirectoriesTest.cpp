@@ -69,7 +69,7 @@ SANDBOX_TEST(DoctorDirectoriesTest, ReportsUnreadableDirectoryWithOwnerAndMode) 
     });
 }
 
-SANDBOX_TEST(DoctorDirectoriesTest, ExaminesModesOfDirectories) {
+SANDBOX_TEST(DoctorDirectoriesTest, ReportsModesThatLetAllUsersWrite) {
     struct {
         unsigned int mode;
         Verdict verdict;

@@ -71,7 +71,7 @@ SANDBOX_TEST(DoctorDocumentsTest, DoesNotCallRequestStaleIfLockIsUnreadable) {
     });
 }
 
-SANDBOX_TEST(DoctorDocumentsTest, ReportsRequestThatChangedWhileLockWasFree) {
+SANDBOX_TEST(DoctorDocumentsTest, ReportsRequestThatChangedUnlessLockIsHeld) {
     FileFacts const absent(request);
     Create(request);
     FileFacts const first(request);
@@ -96,7 +96,7 @@ SANDBOX_TEST(DoctorDocumentsTest, ReportsEntriesThatAreNotRegularFiles) {
     ExpectProblem("response-not-a-file", response, Examine(response));
 }
 
-// A document written through a planted link is lost, also if the link is dangling.
+// A dangling link is a problem, too.
 SANDBOX_TEST(DoctorDocumentsTest, ReportsLinksAtTemporaryRequestAndResponse) {
     for (auto const& [path, cause] :
          {std::pair{temporary, "temporary-request-link"}, std::pair{response, "response-link"}}) {
@@ -140,7 +140,6 @@ SANDBOX_TEST(DoctorDocumentsTest, ReportsResponseLargerThanTheLimit) {
     ExpectProblem("response-too-large", "has 7000000000000 bytes", Examine(response));
 }
 
-// The oldest date that a file can have.
 SANDBOX_TEST(DoctorDocumentsTest, SaturatesAgeOfTheOldestPossibleDate) {
     Create(response);
     constexpr auto oldest = std::numeric_limits<time_t>::min();

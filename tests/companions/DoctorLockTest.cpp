@@ -46,7 +46,7 @@ TEST(DoctorLockTest, OmitsProgramOfHolderThatHasExited) {
     EXPECT_EQ("lock-held", finding.cause);
 }
 
-SANDBOX_TEST(DoctorLockTest, LinkAtTheLockFileIsNotFollowed) {
+SANDBOX_TEST(DoctorLockTest, ReportsLinkAtTheLockFileWithoutFollowingIt) {
     std::string const target = std::string(lockDirectory) + "/target";
     fs::create_symlink("target", lockFile);
     ExpectProblem("lock-link", lockFile, Check());

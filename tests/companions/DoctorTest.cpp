@@ -9,7 +9,7 @@ ProgramResult RunDoctor(Texts arguments, ProgramOptions const& options = {}) {
     return RunProgram(arguments, options);
 }
 
-// Lets an evaluation succeed, with the agent that the result runs.
+// Makes an evaluation possible. Returns the command that runs the agent.
 Texts MakeHealthy() {
     for (char const* const path :
          {ScriptedAgent::requestDirectory, "/var/opt/VeskaClient/ResponseDir"})
@@ -97,7 +97,7 @@ SANDBOX_TEST(DoctorTest, LockHolderInAnotherNamespaceHasNoProcessId) {
     EXPECT_FALSE(check.contains("processId"));
 }
 
-SANDBOX_TEST(DoctorTest, DoesNotChangeFiles) {
+SANDBOX_TEST(DoctorTest, CreatesNoFilesAndChangesNoModes) {
     MakeHealthy();
     std::string const before = Survey();
     RunDoctor({});

@@ -97,13 +97,6 @@ void Place(Kind const& kind, std::string const& path) {
 
 void MountForDevices() { ASSERT_EQ(0, mount("tmpfs", "/var/opt", "tmpfs", 0, nullptr)); }
 
-std::string CopyForEveryone(std::string const& program) {
-    std::string const copy = "/opt/" + fs::path(program).filename().string();
-    fs::copy_file(program, copy, fs::copy_options::skip_existing);
-    fs::permissions(copy, fs::perms(0755));
-    return copy;
-}
-
 std::vector<Kind> KindsOfDirectories(Texts const& modes) {
     std::vector<Kind> kinds = SpecialKinds();
     kinds.insert(kinds.end(), {Plain("absent", {}), Plain("file", Entry::File(""))});
@@ -112,13 +105,8 @@ std::vector<Kind> KindsOfDirectories(Texts const& modes) {
     return kinds;
 }
 
-ProgramResult RunAs(bool asUser, Texts const& command, ProgramOptions options) {
-    options.prepare = [asUser] {
-        if (asUser)
-            Sandbox::DropPrivileges();
-        return true;
-    };
-    return RunProgram(command, options);
+ProgramResult RunAs(bool asUser, Texts const& command, ProgramOptions const& options) {
+    return RunProgram(command, asUser ? Unprivileged(options) : options);
 }
 
 std::string ProblemOf(std::string const& check, Json const& document) {

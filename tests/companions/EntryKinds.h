@@ -32,10 +32,8 @@ void LayOut();
 void Place(Kind const& kind, std::string const& path);
 // Mounts /var/opt so that devices below it can be opened.
 void MountForDevices();
-// Returns the path of a copy, because not every user can reach the directory of the build.
-std::string CopyForEveryone(std::string const& program);
 
 // Runs a program as root, or without privileges.
-ProgramResult RunAs(bool asUser, Texts const& command, ProgramOptions options = {});
+ProgramResult RunAs(bool asUser, Texts const& command, ProgramOptions const& options = {});
 // Returns the cause of the problem that a check of the doctor found, or an empty string.
 std::string ProblemOf(std::string const& check, Json const& document);

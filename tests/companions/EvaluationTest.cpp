@@ -210,7 +210,7 @@ TEST(EvaluationTest, ClosesIfCallerThrowsOnRows) {
     }
 }
 
-TEST(EvaluationTest, ClosesOnceIfMemoryIsExhausted) {
+TEST(EvaluationTest, ClosesAtMostOnceIfMemoryIsExhausted) {
     for (auto const& [interface, calls] :
          {std::pair{Interface{.open = {.fails = true}}, ""},
           {Interface{.progress = {{.fails = true}}}, "progress close"},

@@ -30,7 +30,7 @@ TEST_F(FileIdentityTest, IdentifiesNewFileByDirectoryAndName) {
     EXPECT_EQ(std::nullopt, IdentifyFile(directory / "missing/"));
 }
 
-TEST_F(FileIdentityTest, InputsMayBeTheSameFile) {
+TEST_F(FileIdentityTest, OnlyInputsMayBeTheSameFile) {
     EXPECT_NO_THROW(
         RefuseSharedFiles({{"--json", directory / "out"}}, {{"FILE", file}, {"FILE", file}}));
     EXPECT_THROW(RefuseSharedFiles({{"--json", file}}, {{"FILE", file}}), CommandLineError);

@@ -4,8 +4,8 @@
 #include "companions/Doctor.h"
 #include "tests/companions/CompanionTest.h"
 
-// Expects the words within the message, and a remedy exactly if the finding has a cause. A note may
-// have either.
+// Expects the words within the message, and a remedy exactly if the finding has a cause. A note
+// with a cause may have no remedy.
 inline void ExpectFinding(Verdict verdict, std::string const& cause, std::string const& words,
                           Finding const& finding) {
     EXPECT_EQ(verdict, finding.verdict) << finding.message;

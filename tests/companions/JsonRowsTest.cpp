@@ -46,7 +46,7 @@ TEST(JsonRowsTest, WritesDocumentWithAndWithoutRows) {
                             {{{"a", "b", "c", "12", "e", "f"}}, {{"", "", "", "", "", ""}}})));
 }
 
-TEST(JsonRowsTest, EveryCharacterRoundTrips) {
+TEST(JsonRowsTest, AsciiAndUnicodeCharactersRoundTrip) {
     std::string text;
     for (char c = 1; c != 0x7F; ++c)
         text += c;
@@ -137,7 +137,7 @@ TEST(JsonRowsTest, MarksStaleAnswerAsNotFresh) {
               Json::parse(JsonText({}, provenance)).at("provenance").at("response").at("fresh"));
 }
 
-TEST(JsonRowsTest, ControlCharactersAreEscapedOnATerminal) {
+TEST(JsonRowsTest, TerminalReceivesPrintableAsciiOfTheSameRows) {
     RowList const list = {
         {{"\x1b[m\x7F", "\xB5", "\xC2\x9B", "\t\n", "\xE2\x80\xAE", "caf\xC3\xA9"}}};
     using Write = void (*)(Rows const&, Provenance const&, Output&);

@@ -12,7 +12,7 @@ void ExpectRefused(QueryExit status, bool isTemporary, std::string const& messag
     EXPECT_THAT(failure.message, HasSubstr(message));
 }
 
-SANDBOX_TEST(LockRefusalTest, ReportsThatAgentIsNotInstalled) {
+SANDBOX_TEST(LockRefusalTest, MissingAgentOrRequestDirectoryIsNoAgent) {
     fs::remove_all("/var/opt/VeskaClient");
     ExpectRefused(QueryExit::noAgent, false,
                   "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");

@@ -24,8 +24,8 @@ public:
 
 private:
     bool const asUser;
-    std::string const doctor = CopyForEveryone(CC_DOCTOR_PROGRAM);
-    std::string const query = CopyForEveryone(CC_QUERY_PROGRAM);
+    std::string const doctor = AccessibleCopy(CC_DOCTOR_PROGRAM);
+    std::string const query = AccessibleCopy(CC_QUERY_PROGRAM);
 };
 
 // The status of a refused lock by the findings of the doctor; 0 if they do not explain it.

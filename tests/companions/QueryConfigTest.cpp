@@ -1,6 +1,6 @@
 #include "companions/QueryConfig.h"
 
-#include "companions/QueryValues.h"
+#include "companions/OptionValues.h"
 #include "tests/companions/CompanionTest.h"
 
 namespace {
@@ -76,7 +76,7 @@ TEST_F(QueryConfigTest, RefusesUrlOrDocumentAlone) {
     EXPECT_EQ(Texts{"1: DOCUMENT: requires URL"}, Mistakes("DOCUMENT=x\n"));
 }
 
-TEST_F(QueryConfigTest, RefusesValuesThatSystemdWouldInterpret) {
+TEST_F(QueryConfigTest, RefusesEmptyValuesAndThoseThatSystemdReadsOtherwise) {
     auto const refusal = [&](std::string const& value) {
         return Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0);
     };

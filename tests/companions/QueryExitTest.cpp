@@ -79,7 +79,7 @@ TEST(QueryExitTest, ExplainsEachStatus) {
     EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the answer existed before"));
 }
 
-TEST(QueryExitTest, KnowsExitStatuses) {
+TEST(QueryExitTest, AcceptsOnlyNumbersOfExitStatuses) {
     for (std::string const text : {"0", "11", "129", "130", "143"})
         EXPECT_TRUE(IsQueryExit(text)) << text;
     for (std::string const text : {"", "12", "128", "-1", "03", "x", "1 ", "137"})

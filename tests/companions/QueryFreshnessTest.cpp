@@ -57,7 +57,7 @@ SANDBOX_TEST(QueryFreshnessTest, OldAnswerIsStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), ProgressAnswer("2", "5"));
 }
 
-// The answer to Open is new. The answer to Progress arrives after the request was removed.
+// The agent does not answer Open. Its answer to Progress arrives after the request was removed.
 SANDBOX_TEST(QueryFreshnessTest, LateAnswerIsStale) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest();

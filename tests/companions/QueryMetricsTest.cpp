@@ -66,7 +66,7 @@ SANDBOX_TEST(QueryMetricsTest, FileOfTheRowsIsRefusedBeforeTheRequest) {
     EXPECT_THAT(agent.Requests(), IsEmpty());
 }
 
-// Runs the command in /opt, with these redirections.
+// Runs the program in /opt, with these arguments and redirections.
 ProgramResult RunInOpt(std::string const& arguments) {
     return RunShell("cd /opt && exec '" CC_QUERY_PROGRAM "' --quiet -d " + arguments);
 }

@@ -98,7 +98,7 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith5IfRequestIsNotTaken) {
     ExpectRefusal(5, "the agent did not take the request in time (code -3)");
 }
 
-// The timeout ends an evaluation in progress, and the program closes it.
+// The time ends during Open, and the program closes the evaluation.
 SANDBOX_TEST(QueryStatusTest, ExitsWith5AfterTimeout) {
     std::string const message = "not finished within the time of --timeout";
     QueryRun const run = Query({"--timeout=1", "--json", "-d"}, QueryScript({}));

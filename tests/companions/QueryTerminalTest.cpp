@@ -52,7 +52,7 @@ SANDBOX_TEST(QueryTerminalTest, TableFitsTheTerminal) {
     }
 }
 
-TEST(QueryTerminalTest, EscapesUnknownOptionUnlessTerminalIsUtf8) {
+TEST(QueryTerminalTest, EscapesNonAsciiOptionUnlessTheLocaleIsUtf8) {
     for (auto const& [locale, shown] :
          {std::pair{"LC_ALL=C", "\\u00db"}, std::pair{"LC_ALL=C.UTF-8", "\xC3\x9B"}}) {
         Terminal const screen;

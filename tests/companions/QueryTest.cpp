@@ -10,7 +10,7 @@ void ExpectOutput(Texts const& arguments, std::string const& rows, std::string c
     ExpectExit(0, "", run);
 }
 
-// On a pipe the locale changes the label only.
+// In a file, the locale changes only the label of the times.
 SANDBOX_TEST(QueryTest, WritesTable) {
     std::string const lines = "baseline-001  Compliant  pass/fail  1523       R&D\n"
                               "b\\xb5         Not        t\\tu       no number  line\\nbreak  "

@@ -25,8 +25,8 @@ from browser import Browser
 
 REPORT = os.environ["CC_REPORT"]
 
-# Markup, quotes, template tags, and characters that are invisible, change the direction or control
-# a terminal. Without escapes, markup would become an element, an attribute or a run script.
+# Markup, quotes, template tags, links, formulas, and characters that are invisible, change the
+# direction or control a terminal. Without escapes, markup would become an element or a script.
 ADVERSARIAL = [
     "<script>document.title='run'</script>",
     "<img src=x onerror=\"document.title='run'\">",

@@ -21,7 +21,7 @@ protected:
     std::string const hosts = directory / "hosts";
 };
 
-TEST_F(ReportInputTest, DirectoryIncludesAllFilesBelow) {
+TEST_F(ReportInputTest, DirectoryIncludesFilesBelowExceptHiddenAndTemporary) {
     for (char const* const name : {"b.json", "a/deep/er", "a/README", ".hidden", ".git/x.json",
                                    "b.json.a1B2c3", "b.ndjson.a1B2c3"})
         WriteFile(directory / name, "");

@@ -287,7 +287,7 @@ Texts Numbered(std::string const& prefix, std::size_t count) {
     return texts;
 }
 
-TEST_F(ReportTest, ManyDifferentResultsTakeBoundedMemory) {
+TEST_F(ReportTest, RowsOfRareAndLongResultsAreCountedTogether) {
     Texts results = Numbered("r", 100);
     results.push_back(std::string(101, 'x'));
     StoreResults(results);

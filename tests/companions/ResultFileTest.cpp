@@ -101,7 +101,7 @@ TEST_F(ResultFileTest, RefusesLinkOfAnotherUserInASharedDirectory) {
     EXPECT_EQ(reason, ReasonAgainstResultFile(path + ".chain"));
     EXPECT_THROW(ResultFile(path + ".chain"), ResultFileError);
     EXPECT_EQ("old", ReadWholeFile(shared.victim));
-    // Without the sticky bit anybody can replace entries anyway. The second one is not shared.
+    // Without the sticky bit, all users can replace entries anyway. 01775 is not writable by all.
     for (mode_t const mode : {0777u, 01775u}) {
         ASSERT_EQ(0, chmod(path.c_str(), mode));
         EXPECT_EQ("", ReasonAgainstResultFile(shared.link)) << mode;
@@ -146,7 +146,7 @@ TEST_F(ResultFileTest, RefusesInvalidPaths) {
         ExpectRefused(missing, "is in no directory that exists");
     ExpectRefused("", "is empty");
     ExpectRefused(std::string(300, 'x'), "is too long");
-    // The temporary file has 7 bytes more.
+    // The name of the temporary file has 7 bytes more.
     ExpectRefused(directory / std::string(249, 'x'), "is too long");
     Replace(directory / std::string(248, 'x'), "text");
 }
@@ -195,7 +195,7 @@ TEST_F(ResultFileTest, KeepsOldContentIfTheDataCannotBeFlushed) {
     EXPECT_EQ("old", ReadWholeFile(path));
 }
 
-TEST_F(ResultFileTest, KeepsDirectoryThatReplacedTheFile) {
+TEST_F(ResultFileTest, PublishKeepsADirectoryCreatedAtThePath) {
     ResultFile file(path);
     fs::create_directory(path);
     EXPECT_EQ(Quoted(path) + " could not be replaced: Is a directory",

@@ -62,7 +62,7 @@ TEST(RetryTest, BackoffEndsWithTheTimeout) {
     EXPECT_GE(seconds(2), *pause);
 }
 
-TEST(RetryTest, DeadlineIsMeasuredFromTheFirstTry) {
+TEST(RetryTest, DeadlineIsMeasuredFromTheFirstAttempt) {
     EXPECT_EQ(std::nullopt, Retry(seconds(1), {}).Deadline());
     EnvironmentVariable const former(attemptVariable, Attempt(2, seconds(100), seconds(5)).c_str());
     Retry const retry(seconds(100), seconds(60));

@@ -93,7 +93,7 @@ TEST(StopSignalsTest, SignalBeforeSleepEndsIt) {
     });
 }
 
-// A full pipe that nobody reads.
+// A full pipe with nonblocking ends.
 struct FullPipe : Pipe {
     FullPipe() {
         for (int const end : {reader(), writer()})

@@ -132,7 +132,7 @@ TEST_F(StoredResultTest, RefusesEveryTruncation) {
     EXPECT_EQ("accepted", Refusal(text));
 }
 
-TEST_F(StoredResultTest, RefusesNdjsonWithoutItsLastRows) {
+TEST_F(StoredResultTest, RefusesNdjsonWithoutItsLastRow) {
     std::string const text = NdjsonText(ProvenanceOf("web1"));
     EXPECT_EQ("4:1: expected 3 rows, not 2", Refusal(text.substr(0, text.rfind("{\"designator"))));
 }
@@ -182,7 +182,7 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
     }
 }
 
-TEST_F(StoredResultTest, RefusesExitStatusAbove255) {
+TEST_F(StoredResultTest, RefusesExitStatusOutsideOf0To255) {
     std::string const failure = R"({"schemaVersion":1,"outcome":"failed","message":"m",)";
     EXPECT_EQ(255, Read(failure + "\"exitStatus\":255}").exitStatus);
     for (std::string const status : {"256", "-1", "99999999999999", "4294967300"})

@@ -87,8 +87,8 @@ TEST(VisibleTextTest, EscapesNonAsciiCharactersForAscii) {
     EXPECT_EQ("\\u00db\\u20ac\\U0001f600 \\xb5 \\", MakeVisible(text, CharacterSet::ascii));
 }
 
-// For any bytes: well-formed UTF-8 or ASCII, without control bytes.
-TEST(VisibleTextTest, AnyTwoBytesAreWellFormedWithoutControls) {
+// Readable text is UTF-8, too, but keeps control characters.
+TEST(VisibleTextTest, VisibleTextOfAnyTwoBytesIsUtf8WithoutControls) {
     auto const isPlain = [](char c) {
         return c >= 0x20 && c < 0x7F;
     };
