@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The Ansible collection, by the real Ansible over SSH to a fleet of sandboxes."""
+"""The Ansible collection with the real Ansible: over SSH to a fleet of sandboxes, and without SSH."""
 
 import base64
 import json
@@ -104,7 +104,7 @@ class FleetTest(AnsibleTest):
             os.path.exists(MARK)
 
     def remove_request(self):
-        """Removes the request of the hung agent, with which the next evaluation would fail."""
+        """Removes the request that the hung agent left, because it blocks the next evaluation."""
         self.call("hung", "ansible.builtin.file",
                   "path=/var/opt/VeskaClient/RequestDir/request.xml state=absent")
 
@@ -613,7 +613,7 @@ class LocalFleetTest(AnsibleTest):
         self.assertEqual(lines, ["GOOD_RESULTS=Compliant"])
         self.assertIn("# Managed by Ansible\n", written.read_text())
 
-    def test_evaluate_compares_UTF_8_in_every_locale(self):
+    def test_evaluate_compares_UTF_8_in_the_C_locale(self):
         module = self.scratch / "collections/ansible_collections/clientcompliance/fleet/plugins/modules/evaluate.py"
         self.store("web1", finished([row("d\u00e9faut")], host="web1"))
         for good, failed_ in (("d\u00e9faut", None), ("d\ufffdfaut", True), ("\ud800", True)):

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Runs the commands of docs/fleet.md in their order, with the real systemd, Ansible and node_exporter.
 
-Stand-ins: the agent; more runs in the place of the next nights; one machine, which is the controller
-too and is reached without SSH; the packages are installed before.
+Differences from the page: a stand-in agent; further runs instead of the next nights; one machine, which
+is also the controller and is reached without SSH; files that are already installed.
 """
 
 import pathlib
@@ -125,7 +125,7 @@ class FleetGuideTest(unittest.TestCase):
     def test_report_of_one_machine_has_its_failing_row(self):
         self.assertRegex(self.output_of("compliance-report --strict"), r"telnet.*Not Compliant")
 
-    def test_diff_of_two_nights_shows_the_changed_row(self):
+    def test_diff_of_two_nights_shows_the_changed_rows(self):
         self.assertRegex(
             self.output_of("compliance-diff"),
             r"(?s)~ password.*Compliant.*Not Compliant.*~ telnet.*Not Compliant.*Not Applicable")

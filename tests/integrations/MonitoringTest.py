@@ -346,7 +346,8 @@ class EvaluationTest(CheckTest):
         self.assertRegex(output, r"^status 3\nCOMPLIANCE UNKNOWN - ended by signal 15\n[1-9]\d*\n$")
 
 
-# Runs Icinga until it has executed the check once. $1: the CheckCommand, $2: the plugin directory.
+# Runs Icinga until it has executed the check once. $1: the CheckCommand, $2: the
+# plugin directory, $3: the variables of the host.
 ICINGA = """
 mkdir -m 777 /opt/state
 cat >/opt/icinga.conf <<END
@@ -385,7 +386,7 @@ class IcingaTest(ScratchTest):
                           "\n".join(f"vars.compliance_{name} = {json.dumps(value)}"
                                     for name, value in variables.items()))
 
-    def test_Icinga_calls_the_plugin_with_every_option(self):
+    def test_Icinga_calls_the_plugin_for_an_evaluation(self):
         output = self.run_check(strict="A,B", warning="1", critical="2", flags="gather", wait="1m",
                                 timeout="90", no_result="critical", url="http://x/",
                                 document="D d.xml")

@@ -188,7 +188,7 @@ class PrometheusTest(ScratchTest):
             self.value(port, "clientcompliance_last_run_timestamp_seconds"), before)
         self.assertEqual(self.value(port, "clientcompliance_exit_status"), 3)
 
-    def test_dashboard_shows_the_metrics_of_a_run(self):
+    def test_dashboard_and_rules_use_only_written_metrics(self):
         self.evaluate('row "a" "Compliant" "" "" "" ""\nfinish\n', "--strict", "Compliant")
         written = set(re.findall(r"^# TYPE (\w+) gauge$", self.metrics.read_text(encoding="utf-8"),
                                  re.M))

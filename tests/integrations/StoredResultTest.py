@@ -167,7 +167,7 @@ class SameDocumentsTest(unittest.TestCase):
             with self.assertRaisesRegex(stored_result.ResultError, "larger than 268435456 bytes"):
                 stored_result.read_file(file.name)
 
-    def test_python_is_stricter_in_the_documented_cases(self):
+    def test_readers_differ_in_the_documented_cases(self):
         no_provenance = {name: value for name, value in FINISHED.items() if name != "provenance"}
         without_failure = {name: value for name, value in failed().items() if name != "failure"}
         for document in (without_failure, with_facts(response=None), with_facts(url=[]),
@@ -297,7 +297,7 @@ class PublishedFileTest(ScratchTest):
 
 
 class AdversarialTest(unittest.TestCase):
-    """Every member of a document with every value: which are accepted and usable."""
+    """Replaces each member of a document by each value. Only expected documents are accepted."""
 
     TIMES = ["0001-01-01T00:00:00.000+10:00", "9999-12-31T23:59:59-23:59", "0000-01-01T00:00:00Z",
              "2016-12-31T23:59:60Z"]

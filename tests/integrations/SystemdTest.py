@@ -103,7 +103,7 @@ def clock_changes(zone, year):
 
 
 class TimerTest(unittest.TestCase):
-    # That of check_compliance and of the Ansible collection, without the random delay.
+    # The maximum age in check_compliance and the Ansible collection, less the random delay.
     MAX_HOURS = 26 - 0.75
 
     def elapses(self, expression, zone, day):

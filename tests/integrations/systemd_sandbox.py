@@ -12,7 +12,7 @@ from support import BUILD
 # $1: directory with the installed files, $2: bash script.
 #
 # The file system of the machine is read-only. Only stubs of the targets of systemd exist, so that
-# nothing of the machine starts. The control group is one of its own, as a container has it.
+# nothing of the machine starts. The sandbox has its own control group, like a container.
 BOOT = r"""
 set -e
 mount --make-rprivate /
