@@ -122,7 +122,7 @@ class InstallTest(unittest.TestCase):
         dynamic = run("readelf", "-dW", lib / "libclientcompliance.so")
         self.assertIn("Library soname: [libclientcompliance.so.1]", dynamic)
 
-    def test_is_the_built_program(self):
+    def test_has_the_built_program(self):
         self.assertEqual((PREFIX / "bin/ClientCompliance").read_bytes(),
                          (BUILD / "tool/ClientCompliance").read_bytes())
 
@@ -155,7 +155,7 @@ class HeaderTest(unittest.TestCase):
             run(compiler, "-x", language, f"-std={standard}", "-pedantic-errors", "-Wall",
                 "-Wextra", "-Werror", "-fsyntax-only", f"-I{PREFIX}/include", source.name)
 
-    def test_compiles_alone_in_every_c_and_cpp_standard(self):
+    def test_compiles_alone_from_c89_to_c17_and_cpp98_to_cpp20(self):
         for standard in ("c89", "c99", "c11", "c17"):
             self.compile_alone(CC, "c", standard)
         for standard in ("c++98", "c++11", "c++17", "c++20"):
@@ -163,7 +163,7 @@ class HeaderTest(unittest.TestCase):
 
 
 class VersionTest(unittest.TestCase):
-    def test_matches_every_file_that_states_it(self):
+    def test_matches_the_files_that_state_it(self):
         for path, pattern in (
                 (library_directory() / "pkgconfig/clientcompliance.pc", r"^Version: (.*)$"),
                 (SOURCE / "integrations/monitoring/check_compliance", r'^VERSION = "(.*)"'),

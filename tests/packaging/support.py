@@ -85,7 +85,8 @@ start_agent() {
 
 
 def sandbox():
-    """Returns the command prefix of a sandbox. Skips the test where namespaces are forbidden."""
+    """Returns the command prefix of a sandbox. Where namespaces are forbidden, skips the test,
+    or fails if the environment variable CI is set."""
     for more in ([], ["--user", "--map-root-user"]):
         words = SANDBOX + more
         if subprocess.run([*words, "sh", "-c", EMPTY], capture_output=True).returncode == 0:

@@ -1,4 +1,4 @@
-/* A C program: opens an evaluation and prints the code. */
+/* A C program: calls four functions of the C API and prints their results. */
 #include <compliance/Compliance.h>
 #include <stdio.h>
 

@@ -41,7 +41,7 @@ inline std::vector<int>& FileName() {
     return numbers;
 }
 
-// In the second source.
+// Defined in SecondSource.cpp.
 void CreateFile(std::string const& name);
 NullOr<Buffer> FileLocation(int number);
 std::size_t GrowResponseItems(std::size_t count);
