@@ -59,7 +59,7 @@ class RefusalsTest(ReleaseTest):
 
 
 class BillOfMaterialsTest(ReleaseTest):
-    """The bill of materials of an archive of three files and of two empty packages."""
+    """The bill of materials of an archive of three files and of empty packages."""
 
     def setUp(self):
         super().setUp()

@@ -49,7 +49,7 @@ def commands(job):
 
 
 def known_words(script):
-    """Returns the arguments in the usage text of a script, and those that it lists."""
+    """Returns the arguments of a script: targets, sections, or the words of its usage text."""
     if script == "scripts/fuzz":
         return set(os.listdir(SOURCE / "fuzz/corpus"))
     if script == "scripts/stress":
