@@ -136,7 +136,7 @@ char32_t NextCharacter(Numbers& numbers, Script script) {
     switch (script) {
     case Script::Ascii:
         break;
-    case Script::Latin: // About one letter in six has an accent.
+    case Script::Latin: // About one character in six has an accent.
         if (numbers.Between(0, 5) == 0)
             return Letter(numbers, 0xE0, 0xFF);
         break;

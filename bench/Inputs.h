@@ -55,7 +55,7 @@ void InBlocks(std::string const& document, Take take) {
         take(std::string_view(document).substr(from, blockSize));
 }
 
-// 10,000 numbers of up to 64 bits; all numbers of bits are equally frequent.
+// 10,000 numbers of up to 64 bits; all lengths in bits are about equally frequent.
 std::vector<std::uint64_t> const& MixedNumbers();
 
 // UTF-8 texts of 64 KiB, or up to 3 bytes less, so that no character is split.

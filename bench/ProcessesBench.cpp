@@ -1,15 +1,13 @@
 // Detection of the agent among 1,000 sleeping processes, compared with pidof(8) and pgrep(1).
 //
 // Each contender is a program, and its time is the processor time of the whole process. "ours" is a
-// program that only calls IsRunning (DetectAgent.cpp). "bare-loop" makes the same system calls
-// without processing their results.
+// program that only calls IsRunning (DetectAgent.cpp). "bare-loop" makes the same system calls,
+// and only compares the names.
 //
 // The sleepers are in a PID namespace of their own, so their number is the same on every machine,
 // and the kernel ends them when this program ends for any reason.
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <iostream>
 #include <string>
 #include <system_error>
 #include <vector>
