@@ -155,7 +155,7 @@ TEST_F(TableRowsTest, AcceptedResultsAreGreenAndOthersRed) {
                     {.columns = {1, 0}, .color = ColorMode::always}, {"ok"}));
 }
 
-TEST_F(TableRowsTest, EachResultHasItsOwnColorWithoutAcceptedOnes) {
+TEST_F(TableRowsTest, DifferentResultsDifferInColorWithoutAcceptedOnes) {
     EXPECT_EQ("RESULT\n\x1b[36mx\x1b[0m\n\x1b[33my\x1b[0m\n\x1b[36mx\x1b[0m\n",
               Table({Named("a", "x"), Named("b", "y"), Named("c", "x")},
                     {.columns = {1}, .color = ColorMode::always}));

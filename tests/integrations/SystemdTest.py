@@ -283,7 +283,7 @@ $""")
         self.assertIn(" --wait 10m --timeout 25m ", command)
         self.assertEqual(limit, "30min")
 
-    def test_file_name_is_the_time_in_UTC_in_any_zone(self):
+    def test_file_name_is_the_time_in_UTC_in_another_zone(self):
         output = self.run_service("""
             ln -sf /usr/share/zoneinfo/Asia/Tokyo /etc/localtime
             grant; date -u +%Y%m%dT%H; date +%Z; start; date -u +%Y%m%dT%H; ls $results
@@ -292,7 +292,7 @@ $""")
         self.assertEqual(zone, "JST")
         self.assertIn(name[:11], (before, after))
 
-    def test_number_of_rows_is_printed_in_any_locale(self):
+    def test_number_of_rows_is_printed_in_a_UTF_8_locale(self):
         # In one of the three URLs the first 200 bytes of the result end within a character.
         output = self.run_service("""
             grant
