@@ -69,6 +69,11 @@ TEST_F(ReportProgramTest, ExitStatusIsThatOfTheMostSevereCondition) {
     EXPECT_EQ(ExitStatus::Exited(8), Report({"--json", "/proc/report"}).status);
 }
 
+TEST_F(ReportProgramTest, PageHasFailingRows) {
+    Store("bad", {ResultRow("failing-row", "Fail")});
+    EXPECT_THAT(Report({"--html=-"}).output, HasSubstr("failing-row"));
+}
+
 TEST_F(ReportProgramTest, ReportsInvalidFileAndReadsTheOthers) {
     Store("good");
     std::string const foreign = WriteFile(results + "/foreign", "\x1b[2J");
