@@ -172,6 +172,12 @@ TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
     EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
 }
 
+TEST(ReportFormatsTest, JunitSuiteHasTheRowsOfItsEntry) {
+    std::string const text = Format(ReportFormat::junit, {FailingRow("a"), FailingRow("b")});
+    EXPECT_EQ(1u, Count(text, "<testsuite "));
+    EXPECT_EQ(2u, Count(text.substr(text.find("<testsuite ")), "<testcase "));
+}
+
 TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
     Report report;
     report.entries = {EntryOf("web1", 3, 2)};
