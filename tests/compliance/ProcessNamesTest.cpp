@@ -255,8 +255,12 @@ TEST(ProcessNamesTest, AvailabilityOfPathsIsDeterminedOnce) {
         EXPECT_FALSE(ProcessIdToPathWorks());
         MakeFakeProcess(self, {.exe = "/a/b"});
         EXPECT_FALSE(ProcessIdToPathWorks());
-        OtherProcess forked([] { EXPECT_FALSE(ProcessIdToPathWorks()); });
-        forked.Wait();
+        OtherProcess forked([] {
+            MakeFakeProcess(std::to_string(getpid()), {.exe = "/a/b"});
+            EXPECT_EQ("/a/b", PathOf(Id(getpid())));
+            EXPECT_FALSE(ProcessIdToPathWorks());
+        });
+        EXPECT_EQ(ExitStatus::Exited(0), forked.Wait());
     });
     for (size_t const length : {4, 1023, 1024})
         Sandbox::Run(emptyProc, [&] {
