@@ -1,5 +1,6 @@
 #include "tests/support/FailingAllocation.h"
 
+#include <latch>
 #include <new>
 #include <thread>
 
@@ -78,14 +79,20 @@ TEST(FailingAllocationTest, NthAllocationFailsAloneOrWithAllLaterOnes) {
 }
 
 TEST(FailingAllocationTest, DoesNotAffectOtherThreads) {
-    std::size_t size = 0;
-    std::thread other([&] { size = std::string(1000, 'x').size(); });
+    std::latch isFailing(1);
+    void* memory = nullptr;
+    std::thread other([&] {
+        isFailing.wait();
+        memory = ::operator new(1, std::nothrow);
+    });
     {
         FailingAllocation const failing(1);
+        isFailing.count_down();
         other.join();
         EXPECT_FALSE(failing.HasFailed());
     }
-    EXPECT_EQ(1000u, size);
+    EXPECT_NE(nullptr, memory);
+    ::operator delete(memory);
 }
 
 TEST(FailingAllocationTest, EachAllocationOfABodyFailsOnce) {
