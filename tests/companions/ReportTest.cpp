@@ -1,16 +1,8 @@
 #include "companions/Report.h"
 
-#include "tests/companions/StoredResults.h"
+#include "tests/companions/ReportTest.h"
 
 namespace {
-
-// "HOST: CONDITIONS"
-std::string StateText(ReportEntry const& entry) {
-    std::string state = entry.host + ":";
-    for (Condition const condition : entry.conditions)
-        state += std::string(" ") + NameOf(condition);
-    return state;
-}
 
 // Reads the rows of an entry again and returns their designators.
 Texts Designators(ReportEntry const& entry) {
@@ -18,63 +10,6 @@ Texts Designators(ReportEntry const& entry) {
     ReadRows(entry, [&](StoredRow const& row) { designators.push_back(row[designatorField]); });
     return designators;
 }
-
-class ReportTest : public testing::Test {
-protected:
-    ReportTest() {
-        options.acceptedResults = {"Pass"};
-        options.now = {resultTime + 3600, 0};
-    }
-
-    std::string Store(std::string const& name, Provenance const& provenance,
-                      RowList const& rows = {ResultRow("d", "Pass")}) {
-        return Keep(name, ResultText(rows, provenance));
-    }
-
-    // Stores a result of web1 that started this long after the usual time.
-    void StoreAt(std::string const& name, time_t after) {
-        Store(name, ProvenanceOf("web1", resultTime + after));
-    }
-
-    // Stores a row with each of these results, as the result of web1.
-    void StoreResults(Texts const& results) {
-        RowList rows;
-        for (std::string const& result : results)
-            rows.push_back(ResultRow("d", result));
-        Store("a", ProvenanceOf("web1"), rows);
-    }
-
-    std::string StoreFailure(std::string const& name, Provenance const& provenance,
-                             JsonFailure const& failure) {
-        return Keep(name,
-                    OutputOf([&](Output& output) { WriteFailure(failure, provenance, output); }));
-    }
-
-    std::string Keep(std::string const& name, std::string const& text) {
-        files.push_back(WriteFile(directory / name, text));
-        return files.back();
-    }
-
-    Report Make() const {
-        ReportBuilder builder(options);
-        for (std::string const& file : files)
-            builder.Read(file);
-        return builder.Finish();
-    }
-
-    ReportEntry FirstEntry() const { return Make().entries.at(0); }
-
-    void ExpectStates(Texts const& expected) const {
-        Texts states;
-        for (Report const report = Make(); ReportEntry const& entry : report.entries)
-            states.push_back(StateText(entry));
-        EXPECT_EQ(expected, states);
-    }
-
-    TemporaryDirectory const directory;
-    ReportOptions options;
-    Texts files;
-};
 
 TEST_F(ReportTest, CountsRowsByResult) {
     StoreResults({"Pass", "Fail", "Pass"});
@@ -115,99 +50,12 @@ TEST_F(ReportTest, NewerFailureHidesAnOlderSuccess) {
               Describe(FirstEntry(), Condition::failed));
 }
 
-TEST_F(ReportTest, ExpectedHostWithoutAResultComesFirst) {
-    options.expectedHosts = {"web2", "silent", "web1", "silent"};
-    Store("a", ProvenanceOf("web1"), {ResultRow("d", "Fail")});
-    Store("b", ProvenanceOf("web2"));
-    ExpectStates({"silent: missing", "web1:", "web2:"});
-}
-
 TEST_F(ReportTest, HostNamesAreCaseInsensitive) {
     options.expectedHosts = {"WEB1", "web1", "Db"};
     Store("old", ProvenanceOf("web1", resultTime - 100), {ResultRow("d", "Fail")});
     Store("new", ProvenanceOf("Web1"));
     ExpectStates({"Db: missing", "Web1:"});
     EXPECT_EQ(2u, Make().options.expectedHosts->size());
-}
-
-TEST_F(ReportTest, ReportsHostThatIsNotExpected) {
-    options.expectedHosts = {"web1"};
-    Store("a", ProvenanceOf("web1"));
-    Store("b", ProvenanceOf("web2"));
-    ExpectStates({"web2: not-expected", "web1:"});
-}
-
-TEST_F(ReportTest, AgeIsMeasuredByTheClockOfTheReader) {
-    options.maxAge = hours(1);
-    Store("a", ProvenanceOf("limit", resultTime - 10));
-    Store("b", ProvenanceOf("old", resultTime - 11));
-    Store("c", ProvenanceOf("tolerated", resultTime + 3600 + 50));
-    Store("d", ProvenanceOf("future", resultTime + 3600 + 51));
-    ExpectStates({"old: too-old", "future: from-future", "limit:", "tolerated:"});
-}
-
-TEST_F(ReportTest, ReportsStaleAnswers) {
-    Provenance stale = ProvenanceOf("web1");
-    stale.stale = true;
-    Store("a", stale);
-    StoreFailure("b", ProvenanceOf("web2"), {9, "stale", {}, {}, "stale"});
-    ExpectStates({"web1: stale", "web2: stale"});
-}
-
-TEST_F(ReportTest, ReportsResultWithoutRowsUnlessAllowed) {
-    StoreResults({});
-    ExpectStates({"web1: no-rows"});
-    options.allowEmpty = true;
-    ExpectStates({"web1:"});
-}
-
-struct Evaluation {
-    // Seconds after the usual start.
-    time_t start = 0;
-    time_t duration = 10;
-    time_t agent = 1;
-    bool isStale = false;
-    bool isRefused = false;
-    char const* result = "Pass";
-};
-
-struct SameHost {
-    char const* name;
-    std::vector<Evaluation> evaluations;
-    std::string state;
-    std::size_t olderResults;
-};
-
-TEST_F(ReportTest, DetectsTwoMachinesWithTheSameName) {
-    for (SameHost const& test :
-         {SameHost{"overlap", {{}, {.start = 9}}, "web1: two-machines", 1},
-          {"no overlap", {{}, {.start = 10}}, "web1:", 1},
-          {"same start", {{.duration = 0}, {}}, "web1: two-machines", 1},
-          {"refused evaluations may overlap", {{}, {.start = -5, .isRefused = true}}, "web1:", 1},
-          {"new agent", {{}, {.start = 100}, {.start = 200, .agent = 2}}, "web1:", 2},
-          {"alternating agents",
-           {{}, {.start = 100, .agent = 2}, {.start = 200}},
-           "web1: two-machines",
-           2},
-          {"copies", {{}, {}, {.start = -86400}, {.start = -86400}}, "web1:", 1},
-          {"other rows", {{}, {.result = "Fail"}}, "web1: two-machines", 1},
-          {"other freshness", {{}, {.isStale = true}}, "web1: two-machines stale", 1}}) {
-        SCOPED_TRACE(test.name);
-        files.clear();
-        for (Evaluation const& evaluation : test.evaluations) {
-            Provenance provenance = ProvenanceOf("web1", resultTime + evaluation.start);
-            provenance.end.tv_sec = provenance.start.tv_sec + evaluation.duration;
-            provenance.agentModified = timespec{evaluation.agent, 0};
-            provenance.stale = evaluation.isStale;
-            std::string const name = std::to_string(files.size());
-            if (evaluation.isRefused)
-                StoreFailure(name, provenance, {4, "busy", -6, {}, "refused"});
-            else
-                Store(name, provenance, {ResultRow("d", evaluation.result)});
-        }
-        ExpectStates({test.state});
-        EXPECT_EQ(test.olderResults, FirstEntry().olderResults);
-    }
 }
 
 TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {
@@ -218,27 +66,6 @@ TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {
         Keep(year, text);
     }
     ExpectStates({"web1: from-future"});
-}
-
-TEST(ReportConditionTest, DescribesEachCondition) {
-    ReportEntry entry{.age = 1810};
-    entry.result.exitStatus = 5;
-    entry.result.message = "not taken";
-    entry.result.provenance.emplace();
-    entry.result.provenance->end.text = "2026-03-01T08:30:00Z";
-    for (auto const& [condition, text] :
-         {std::pair{Condition::missing, "the host is expected, but has no result"},
-          {Condition::twoMachines, "two machines use this host name: evaluations overlap, or the "
-                                   "agent's program alternates"},
-          {Condition::failed, "the newest evaluation failed with exit status 5: not taken"},
-          {Condition::stale, "the agent's answer existed before the request, or it is unknown "
-                             "whether it did"},
-          {Condition::tooOld, "the newest result is 30 min old"},
-          {Condition::fromFuture,
-           "the newest result ended at 2026-03-01T08:30:00Z, which is in the future"},
-          {Condition::noRows, "the evaluation finished without a row"},
-          {Condition::notExpected, "the host is not one of the expected hosts"}})
-        EXPECT_EQ(text, Describe(entry, condition));
 }
 
 TEST_F(ReportTest, HostNameHas1To255Bytes) {
@@ -252,15 +79,6 @@ TEST_F(ReportTest, HostNameHas1To255Bytes) {
         EXPECT_EQ(0u, report.entries.size());
         EXPECT_EQ(file + ": expected a host name of 1 to 255 bytes", report.problems.at(0).reason);
     }
-}
-
-TEST_F(ReportTest, ListsAllConditionsOfAHostInOrder) {
-    options.maxAge = hours(1);
-    options.expectedHosts = {"other"};
-    Provenance provenance = ProvenanceOf("web1", resultTime - 86400);
-    provenance.stale = true;
-    Store("a", provenance, {});
-    ExpectStates({"other: missing", "web1: stale too-old no-rows not-expected"});
 }
 
 TEST_F(ReportTest, ListsFilesThatAreNotResults) {
