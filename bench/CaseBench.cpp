@@ -122,6 +122,10 @@ void AddMappings(std::size_t size) {
 }
 
 // StringPL::MakeLower: in place, and by the letters of the current locale.
+//
+// The text is lowercase after the first run. It is not restored, because a copy takes more than
+// half as long as the mapping. Neither contender branches on a letter, so the time is the same for
+// uppercase letters.
 
 void AddMappingsInPlace(std::size_t size) {
     Operation<Pair> operation(
