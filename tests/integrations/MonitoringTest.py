@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""check_compliance on stored results, with a real agent, and started by Icinga."""
+"""check_compliance on stored results and with a real agent."""
 
 import datetime
 import json
@@ -14,8 +14,7 @@ sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "packagi
 from results import failed, finished, row, time_text, write  # noqa: E402
 from support import SOURCE, START_AGENT, VERSION, ScratchTest, in_sandbox  # noqa: E402
 
-INTEGRATION = SOURCE / "integrations/monitoring"
-CHECK = INTEGRATION / "check_compliance"
+CHECK = SOURCE / "integrations/monitoring/check_compliance"
 OK, WARNING, CRITICAL, UNKNOWN = range(4)
 NAMES = ["OK", "WARNING", "CRITICAL", "UNKNOWN"]
 
@@ -344,66 +343,6 @@ class EvaluationTest(CheckTest):
                              "do sleep 0.1; done; grep -c Close /opt/says\n")
         output = self.evaluate("progress 10\n", "-d", script=script)
         self.assertRegex(output, r"^status 3\nCOMPLIANCE UNKNOWN - ended by signal 15\n[1-9]\d*\n$")
-
-
-# Runs Icinga until it has executed the check once. $1: the CheckCommand, $2: the
-# plugin directory, $3: the variables of the host.
-ICINGA = """
-mkdir -m 777 /opt/state
-cat >/opt/icinga.conf <<END
-const PluginDir = "$2"
-include "$1"
-object CheckerComponent "checker" {}
-object FileLogger "log" {
-  severity = "debug"
-  path = "/opt/state/log"
-}
-object Host "host" {
-  check_command = "compliance"
-  check_interval = 1s
-  $3
-}
-END
-directories=
-for name in Data Cache Log InitRun Spool; do directories="$directories -D${name}Dir=/opt/state"; done
-icinga2 daemon -c /opt/icinga.conf $directories >/opt/out 2>&1 &
-for second in $(seq 300); do
-    ! grep -q 'terminated with exit code' /opt/state/log 2>/dev/null || break
-    sleep 0.2
-done
-cat /opt/out
-grep notice/Process /opt/state/log
-"""
-
-
-class IcingaTest(ScratchTest):
-    def run_check(self, **variables):
-        plugin = self.scratch / "check_compliance"
-        plugin.write_text("#!/bin/sh\nexit 2\n", encoding="utf-8")
-        plugin.chmod(0o755)
-        self.scratch.chmod(0o755)
-        return in_sandbox(ICINGA, INTEGRATION / "icinga2-compliance.conf", self.scratch,
-                          "\n".join(f"vars.compliance_{name} = {json.dumps(value)}"
-                                    for name, value in variables.items()))
-
-    def test_Icinga_calls_the_plugin_for_an_evaluation(self):
-        output = self.run_check(strict="A,B", warning="1", critical="2", flags="gather", wait="1m",
-                                timeout="90", no_result="critical", url="http://x/",
-                                document="D d.xml")
-        (line, *_) = [line for line in output.splitlines() if "Running command" in line]
-        for words in ("'--strict' 'A,B'", "'--warning' '1'", "'--critical' '2'", "'--wait' '1m'",
-                      "'--flags' 'gather'", "'--timeout' '90'", "'--no-result' 'critical'",
-                      "'http://x/' 'D d.xml'"):
-            self.assertIn(words, line)
-        self.assertIn("terminated with exit code 2", output)
-
-    def test_Icinga_calls_the_plugin_for_a_stored_result(self):
-        output = self.run_check(strict="A", result="/r", max_age="1h")
-        self.assertRegex(output, r"'--max-age' '1h' '--result' '/r' '--strict' 'A'")
-
-    def test_Icinga_calls_the_plugin_for_the_default(self):
-        output = self.run_check(strict="A", default=True)
-        self.assertRegex(output, r"'--strict' 'A' '-d'|'-d' '--strict' 'A'")
 
 
 if __name__ == "__main__":
