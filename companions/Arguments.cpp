@@ -80,11 +80,10 @@ std::string JoinWithOr(std::vector<std::string> const& names) {
 }
 
 // Returns the argument without its value. Adds a second dash to a name with one dash and more than
-// one letter.
+// one letter. REQUIRES: the argument starts with a dash.
 std::string IntendedName(std::string const& argument) {
     std::string const name = argument.substr(0, argument.find('='));
-    bool const isLong = name.starts_with("--");
-    return isLong || !name.starts_with("-") || name.size() <= 2 ? name : "-" + name;
+    return name.starts_with("--") || name.size() <= 2 ? name : "-" + name;
 }
 
 std::vector<std::string> NamesThatBeginWith(std::span<OptionRule const> rules,
@@ -186,7 +185,7 @@ void Arguments::Add(std::span<OptionRule const> rules, int code, std::string con
     values[rule.name].push_back(rule.accepted ? optarg : "");
 }
 
-std::vector<std::string> const& Arguments::Values(std::string const& option) const {
+std::vector<std::string> const& Arguments::Values(std::string_view option) const {
     static std::vector<std::string> const none;
     auto const found = values.find(option);
     return found == values.end() ? none : found->second;

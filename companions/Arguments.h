@@ -1,10 +1,12 @@
 // Splits the command line of a program into options, their values, and operands.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // An invalid command line. what() is a message without the program's name: the problem and usually
@@ -44,16 +46,16 @@ public:
               int count, char const* const* arguments);
 
     // Returns whether the command line has the option with this name in its rule.
-    bool Has(std::string const& option) const { return values.contains(option); }
+    bool Has(std::string_view option) const { return values.contains(option); }
     // Returns the values in the order of the command line: one for each occurrence of the option,
     // an empty string if it takes no value. Returns an empty list without the option.
-    std::vector<std::string> const& Values(std::string const& option) const;
+    std::vector<std::string> const& Values(std::string_view option) const;
     std::vector<std::string> const& Operands() const { return operands; }
 
 private:
     // Stores one argument. `code` is the return value of getopt_long(3).
     void Add(std::span<OptionRule const> rules, int code, std::string const& argument);
 
-    std::map<std::string, std::vector<std::string>> values;
+    std::map<std::string, std::vector<std::string>, std::less<>> values;
     std::vector<std::string> operands;
 };

@@ -137,8 +137,9 @@ void WriteDiffText(Difference const& difference, DiffSide const& oldSide, DiffSi
 
 void WriteDiffJson(Difference const& difference, DiffSide const& oldSide, DiffSide const& newSide,
                    std::vector<std::string> const& goodResults, Output& output) {
+    bool const isEqual = difference.IsEmpty();
     Json const head = {{"schemaVersion", diffSchemaVersion},
-                       {"equal", difference.IsEmpty()},
+                       {"equal", isEqual},
                        {"old", MakeSide(oldSide)},
                        {"new", MakeSide(newSide)},
                        {"regressions", goodResults.empty() ? Json() : MakeTexts(goodResults)},

@@ -18,7 +18,7 @@ public:
 
 private:
     locale_t own;
-    locale_t former = nullptr;
+    locale_t former;
 };
 
 // Returns the number of columns of UTF-8 text as wcwidth(3) counts them: 0 for a combining

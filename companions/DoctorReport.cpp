@@ -52,9 +52,9 @@ void WriteJson(Findings const& findings, Output& output) {
     Json checks = Json::array();
     for (Finding const& finding : findings)
         checks.push_back(MakeObject(finding));
-    Json const document = {{"schemaVersion", doctorSchemaVersion},
-                           {"healthy", !HasProblem(findings)},
-                           {"checks", checks}};
+    bool const isHealthy = !HasProblem(findings);
+    Json const document = {
+        {"schemaVersion", doctorSchemaVersion}, {"healthy", isHealthy}, {"checks", checks}};
     // ASCII only on a terminal, which may not use UTF-8.
     output.Write(document.dump(2, ' ', output.IsTerminal()) + "\n");
 }

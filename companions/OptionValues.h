@@ -55,7 +55,7 @@ auto ParseOption(std::span<OptionRule const> rules, char const* option, std::str
                  Parse const& parse) {
     try {
         return parse(value);
-    } catch (ValueError const& error) {
+    } catch (ValueError const& error) { // GCOVR_EXCL_BR_LINE: others are bad_alloc
         RefuseOption(rules, option, error.what());
     }
 }

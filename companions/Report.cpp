@@ -157,7 +157,7 @@ void ReportBuilder::Read(std::string const& file) {
             CountResult(entry, row[resultField]);
             entry.failingRows += report.IsAccepted(row[resultField]) ? 0 : 1;
         });
-    } catch (StoredResultError const& error) {
+    } catch (StoredResultError const& error) { // GCOVR_EXCL_BR_LINE: others are bad_alloc
         AddProblem({file, error.what()});
         return;
     }

@@ -122,7 +122,7 @@ public:
 
     // Reads a result. Adds a problem if the file is not a result of a known host.
     void Read(std::string const& file);
-    void AddProblem(ReportProblem const& problem) { report.problems.push_back(problem); }
+    void AddProblem(ReportProblem&& problem) { report.problems.push_back(std::move(problem)); }
 
     // Returns the report. REQUIRES: this is the last call for this object.
     Report Finish();

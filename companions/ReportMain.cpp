@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <unistd.h>
@@ -59,7 +60,7 @@ public:
             if (file)
                 file->Publish();
             return true;
-        } catch (ResultFileError const& error) {
+        } catch (ResultFileError const& error) { // GCOVR_EXCL_BR_LINE: others are bad_alloc
             WriteMessage(program, error.what());
             return false;
         }
@@ -129,10 +130,10 @@ ReportOptions MakeOptions(ReportCommandLine const& commandLine) {
     return options;
 }
 
-Report ReadResults(ReportOptions const& options, ReportFiles const& files, Steps& steps) {
+Report ReadResults(ReportOptions const& options, ReportFiles files, Steps& steps) {
     ReportBuilder builder(options);
-    for (ReportProblem const& problem : files.problems)
-        builder.AddProblem(problem);
+    for (ReportProblem& problem : files.problems)
+        builder.AddProblem(std::move(problem));
     steps.StartPass(files.paths.size());
     for (std::string const& file : files.paths) {
         steps.Next();
@@ -155,7 +156,7 @@ void WriteRows(Report& report, ReportEntry const& entry, Targets const& targets)
             for (auto const& target : targets)
                 target->Writer().AddRow(entry, row);
         });
-    } catch (StoredResultError const& error) {
+    } catch (StoredResultError const& error) { // GCOVR_EXCL_BR_LINE: others are bad_alloc
         report.problems.push_back({entry.file, error.what()});
     }
 }
@@ -211,12 +212,12 @@ void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
 int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
     // Before the targets create temporary files, which would be listed.
-    ReportFiles const files = ListReportFiles(commandLine.files, OutputsOf(commandLine));
+    ReportFiles files = ListReportFiles(commandLine.files, OutputsOf(commandLine));
     Targets targets;
     for (ReportOutput const& output : commandLine.outputs)
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));
     Steps steps(commandLine.quiet);
-    Report report = ReadResults(options, files, steps);
+    Report report = ReadResults(options, std::move(files), steps);
     if (!commandLine.quiet)
         NoteRepeatedHosts(options, report);
     for (auto const& target : targets)
@@ -232,7 +233,7 @@ int Write(ReportCommandLine const& commandLine) {
     CatchStopSignals();
     try {
         return WriteReports(commandLine);
-    } catch (Stopped const& stopped) {
+    } catch (Stopped const& stopped) { // GCOVR_EXCL_BR_LINE: other types are not caught
         WriteMessage(program, std::string("ended early by ") + NameOfStopSignal(stopped.signal));
         return Number(ReportExit::stopped) + stopped.signal;
     }

@@ -64,12 +64,13 @@ public:
     SummaryWriter(Report const& theReport, Output& theOutput)
         : report(theReport), output(theOutput) {
         ReportTotals const& totals = report.totals;
+        std::size_t const entries = report.entries.size();
         Json const head = {{"schemaVersion", reportSchemaVersion},
                            {"programVersion", CC_VERSION},
                            {"time", FormatTimestamp(report.options.now)},
                            {"options", MakeOptions(report.options)},
                            {"totals",
-                            {{"entries", report.entries.size()},
+                            {{"entries", entries},
                              {"attention", totals.attention},
                              {"failing", totals.failing},
                              {"good", totals.good},

@@ -15,7 +15,7 @@ volatile std::sig_atomic_t firstSignal = 0;
 // A signal raised within its own handler is delivered when the handler returns; its action is the
 // default by then.
 void NoteSignal(int signal) {
-    if (firstSignal == 0) {
+    if (firstSignal == 0) { // GCOVR_EXCL_BR_LINE: otherwise, it ends the process
         firstSignal = signal;
         return;
     }
