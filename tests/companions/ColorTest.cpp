@@ -21,10 +21,12 @@ TEST(ColorTest, AutomaticModeColorsTerminalsUnlessNoColorIsSet) {
 }
 
 TEST(ColorTest, AutomaticModeDoesNotColorDumbTerminals) {
-    EnvironmentVariable const dumb("TERM", "dumb");
-    EXPECT_FALSE(ColorsTerminal(ColorMode::automatic));
-    EXPECT_TRUE(ColorsTerminal(ColorMode::always));
-    EXPECT_FALSE(ColorsTerminal(ColorMode::never));
+    for (char const* const type : {"dumb", ""}) {
+        EnvironmentVariable const dumb("TERM", type);
+        EXPECT_FALSE(ColorsTerminal(ColorMode::automatic)) << type;
+        EXPECT_TRUE(ColorsTerminal(ColorMode::always)) << type;
+        EXPECT_FALSE(ColorsTerminal(ColorMode::never)) << type;
+    }
 }
 
 } // namespace

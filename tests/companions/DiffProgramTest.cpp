@@ -40,6 +40,13 @@ TEST_F(DiffProgramTest, RegressionsOptionIgnoresOtherDifferences) {
     EXPECT_EQ(ExitStatus::Exited(0), RunDiff({"--regressions=Pass,Fail", passed, failed}).status);
 }
 
+TEST_F(DiffProgramTest, WritesNotesToStandardError) {
+    std::string const repeated = Store("repeated.json", RowList(2, ResultRow("d", "Pass")));
+    EXPECT_EQ("compliance-diff: designator 'd': 1 row in OLD and 2 rows in NEW, which match in "
+              "their order\n",
+              RunDiff({passed, repeated}).errors);
+}
+
 TEST_F(DiffProgramTest, ReadsAPipe) {
     std::string const command =
         "cat '" + failed + "' | '" CC_DIFF_PROGRAM "' '" + passed + "' /dev/stdin";

@@ -68,10 +68,12 @@ TEST(DiffTest, MatchesRowsWithEqualDesignatorsInOrder) {
 }
 
 TEST(DiffTest, NotesRepeatedDesignatorsOfOneSide) {
-    Sides const sides({ResultRow("d", "1"), ResultRow("d", "2"), ResultRow("e", "1")},
-                      {ResultRow("e", "1"), ResultRow("e", "1")});
+    Sides const sides(
+        {ResultRow("d", "1"), ResultRow("d", "2"), ResultRow("e", "1")},
+        {ResultRow("e", "1"), ResultRow("e", "1"), ResultRow("f", "1"), ResultRow("f", "2")});
     EXPECT_EQ((Texts{"designator 'd': 2 rows in OLD and 0 rows in NEW",
-                     "designator 'e': 1 row in OLD and 2 rows in NEW, which match in their order"}),
+                     "designator 'e': 1 row in OLD and 2 rows in NEW, which match in their order",
+                     "designator 'f': 0 rows in OLD and 2 rows in NEW"}),
               sides.Notes());
 }
 

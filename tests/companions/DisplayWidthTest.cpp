@@ -13,6 +13,8 @@ constexpr char euro[] = "\xE2\x82\xAC";
 constexpr char wide[] = "\xE4\xB8\xAD";
 // "e" and U+0301.
 constexpr char accented[] = "e\xCC\x81";
+// U+10FFFF, unknown to every locale.
+constexpr char unassigned[] = "\xF4\x8F\xBF\xBF";
 
 class DisplayWidthTest : public testing::TestWithParam<char const*> {
 protected:
@@ -28,6 +30,7 @@ TEST_P(DisplayWidthTest, CountsColumnsOfCharacters) {
     EXPECT_EQ(1u, DisplayWidth(accented));
     EXPECT_EQ(2u, DisplayWidth("\xF0\x9F\x98\x80"));
     EXPECT_EQ(1u, DisplayWidth("\xB5"));
+    EXPECT_EQ(1u, DisplayWidth(unassigned));
 }
 
 TEST_P(DisplayWidthTest, PrefixDoesNotSplitCharacters) {

@@ -126,6 +126,8 @@ SANDBOX_TEST(DoctorDocumentsTest, NotesOldResponseWithItsAge) {
     ExpectNote("response-old", "30 hours old", finding);
     ExpectAge(hours(30), finding);
     EXPECT_EQ("", finding.remedy);
+    Create(response, hours(-5));
+    ExpectNote("response-old", "dated in the future", Examine(response));
     Create(response);
     ExpectOk("a new response", Examine(response));
 }

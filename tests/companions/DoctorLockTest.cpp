@@ -149,8 +149,21 @@ SANDBOX_TEST(DoctorLockTest, ProtectionDependsOnTheSystemSetting) {
         GTEST_SKIP() << "this sandbox has no second user";
     ProtectRegularFiles("2", 01775);
     ExpectProblem("lock-protected", "fs.protected_regular", Check());
+    SetMode(lockDirectory, 01755);
+    ExpectOk("free", Check());
     ProtectRegularFiles("0", 01777);
     ExpectOk("free", Check());
+}
+
+SANDBOX_TEST(DoctorLockTest, ReportsProtectedTemporaryRequest) {
+    WriteWholeFile(ScriptedAgent::requestTemp, "document");
+    if (chown(ScriptedAgent::requestTemp, 65534, 65534) != 0)
+        GTEST_SKIP() << "this sandbox has no second user";
+    ProtectRegularFiles("1", 01777);
+    ExpectProblem("temporary-request-not-writable", ScriptedAgent::requestTemp,
+                  CheckTemporaryRequest());
+    SetMode(lockDirectory, 0777);
+    ExpectOk("overwritten", CheckTemporaryRequest());
 }
 
 } // namespace

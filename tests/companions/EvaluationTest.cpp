@@ -168,6 +168,17 @@ TEST(EvaluationTest, RowsHaveTheValuesOfTheInterface) {
     EXPECT_EQ(fake.rows, seen);
 }
 
+TEST(EvaluationTest, RowThatTheInterfaceRefusesIsEmpty) {
+    fake = {};
+    Progress progress(ProgressStyle::none);
+    bool isUsed = false;
+    Evaluate({}, progress, [&](Rows const& rows, bool) {
+        EXPECT_EQ(Row(), rows.get(0));
+        isUsed = true;
+    });
+    EXPECT_TRUE(isUsed);
+}
+
 TEST(EvaluationTest, DeadlineEndsAnEndlessEvaluation) {
     fake = {.progress = {{3, 50}}};
     ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(seconds(1))}));

@@ -37,6 +37,30 @@ TEST_F(FileContentTest, ReadsAPipeUntilItsEnd) {
     writer.join();
 }
 
+TEST_F(FileContentTest, SignalsDoNotEndTheRead) {
+    static volatile std::sig_atomic_t received;
+    received = 0;
+    struct sigaction former {};
+    struct sigaction action {};
+    action.sa_handler = [](int) {
+        received = 1;
+    };
+    sigaction(SIGUSR1, &action, &former);
+    Pipe line;
+    std::thread writer([&line, reader = pthread_self()] {
+        for (int count = 0; count < 20; ++count) {
+            usleep(5000);
+            pthread_kill(reader, SIGUSR1);
+        }
+        EXPECT_EQ(1, write(line.writer(), "x", 1));
+        line.CloseWriter();
+    });
+    EXPECT_EQ("x", ReadContent(line.reader(), 100));
+    writer.join();
+    sigaction(SIGUSR1, &former, nullptr);
+    EXPECT_EQ(1, received);
+}
+
 TEST_F(FileContentTest, FailureSetsErrno) {
     int const descriptor = open(directory.path().c_str(), O_RDONLY | O_CLOEXEC);
     EXPECT_EQ(std::nullopt, ReadContent(descriptor, 100));

@@ -32,7 +32,8 @@ TEST_F(FileIdentityTest, IdentifiesNewFileByDirectoryAndName) {
 
 TEST_F(FileIdentityTest, OnlyInputsMayBeTheSameFile) {
     EXPECT_NO_THROW(
-        RefuseSharedFiles({{"--json", directory / "out"}}, {{"FILE", file}, {"FILE", file}}));
+        RefuseSharedFiles({{"--json", directory / "out"}},
+                          {{"FILE", file}, {"FILE", file}, {"FILE", directory / "missing/new"}}));
     EXPECT_THROW(RefuseSharedFiles({{"--json", file}}, {{"FILE", file}}), CommandLineError);
 }
 

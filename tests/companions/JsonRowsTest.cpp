@@ -54,6 +54,7 @@ TEST(JsonRowsTest, AsciiAndUnicodeCharactersRoundTrip) {
     Json const row = RowObject({text, "", "", "", "", ""});
     EXPECT_EQ(text, row.at("designator").get<std::string>());
     EXPECT_EQ(6u, row.size());
+    EXPECT_EQ("\x7F", RowObject({"\x7F", "", "", "", "", ""}).at("designator").get<std::string>());
 }
 
 TEST(JsonRowsTest, AddsBase64OfTextThatIsNotUtf8) {

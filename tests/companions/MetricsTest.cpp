@@ -88,6 +88,7 @@ TEST(MetricsTest, IgnoresOtherLabelsAndDamagedLines) {
         EXPECT_EQ(alone, AfterFailure(begin + ",result=\"x\"} " + value + "\n")) << value;
     for (std::string const result : {"a\"b", "\\x", "\\", "\xff"})
         EXPECT_EQ(alone, AfterFailure(begin + ",result=\"" + result + "\"} 1\n")) << result;
+    EXPECT_EQ(alone, AfterFailure(begin + ",result=\"\\"));
 }
 
 TEST(MetricsTest, KeepsFirstOfRepeatedSamples) {

@@ -91,7 +91,7 @@ TEST(ProgressTest, DumbTerminalReceivesNoEscapeSequence) {
         progress.Opening();
         progress.Percent(100);
     };
-    for (char const* const type : {"dumb", ""})
+    for (char const* const type : {"dumb", "", static_cast<char const*>(nullptr)})
         EXPECT_EQ(blank + '[' + std::string(30, '-') + "] asking the agent" + //
                       blank + '[' + std::string(30, '#') + "] 100% completed" + blank,
                   ErrorsOf(body, true, type));

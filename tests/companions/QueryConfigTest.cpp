@@ -88,6 +88,7 @@ TEST_F(QueryConfigTest, RefusesEmptyValuesAndThoseThatSystemdReadsOtherwise) {
     EXPECT_EQ("1: URL: 'a\\r' has a control character" + accepted, refusal("a\r"));
     EXPECT_EQ("1: URL: 'a\\x00b' has a control character" + accepted,
               refusal(std::string("a\0b", 3)));
+    EXPECT_EQ("1: URL: 'a\\x7f' has a control character" + accepted, refusal("a\x7f"));
     EXPECT_EQ("1: URL: 'a\\xff' is not UTF-8" + accepted, refusal("a\xff"));
 }
 

@@ -100,6 +100,12 @@ SANDBOX_TEST(QueryOutputFileTest, FullDiskKeepsFile) {
     ExpectExit(8, "compliance-query: the rows could not be written: No space left on device\n",
                Query({"-d", "--json", "-o", resultFile}, FinishingScript()));
     EXPECT_EQ("old", ReadWholeFile(resultFile));
+    std::string const failure = "compliance-query: the agent reports the error 5\n";
+    ExpectExit(
+        8, failure + "compliance-query: the rows could not be written: No space left on device\n",
+        Query({"-d", "--json", "--keep-failures", "-o", resultFile},
+              QueryScript({ProgressAnswer("2", "5")})));
+    EXPECT_EQ("old", ReadWholeFile(resultFile));
     EXPECT_EQ(2u, CountEntries(resultDirectory));
 }
 

@@ -37,8 +37,8 @@ SANDBOX_TEST(QueryStrictTest, NamesFirstFailingRowsAndUnusedResults) {
     std::string rows = compliantRow;
     for (char const* const name : {"a", "b", "c", "d"})
         rows += Row({name, "Not", "", "", "", ""});
-    ExpectStrict(rows, {"--strict=Compliant,Passed"}, 10,
-                 "compliance-query: --strict lists results that no row has: 'Passed'\n"
+    ExpectStrict(rows, {"--strict=Compliant,Passed,Good"}, 10,
+                 "compliance-query: --strict lists results that no row has: 'Passed', 'Good'\n"
                  "compliance-query: 4 of 5 rows have a result that --strict does not list: "
                  "'a' ('Not'), 'b' ('Not'), 'c' ('Not'), ...\n");
 }

@@ -144,6 +144,20 @@ SANDBOX_TEST(WaitTest, SignalEndsTheWait) {
     EXPECT_EQ("signal", DocumentOf(result).at("failure"));
 }
 
+SANDBOX_TEST(WaitTest, ReportsThatTheProgramCannotBeExecutedAgain) {
+    HeldLock const lock;
+    std::string const path = "/opt/compliance-query";
+    fs::copy_file(CC_QUERY_PROGRAM, path);
+    OtherProgram program({path, "-d", "--json", "--wait=1h"});
+    AwaitNote(program, "; trying again in 1 s\n");
+    fs::permissions(path, fs::perms::none);
+    ProgramResult const result = program.Wait(seconds(20));
+    EXPECT_EQ(ExitStatus::Exited(4), result.status);
+    EXPECT_EQ("busy", DocumentOf(result).at("failure"));
+    EXPECT_THAT(result.errors,
+                EndsWith("; the program could not be executed again: Permission denied\n"));
+}
+
 SANDBOX_TEST(WaitTest, RemovesTemporaryFilesOfRetries) {
     fs::create_directory("/opt/results");
     HeldLock const lock;

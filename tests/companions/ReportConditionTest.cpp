@@ -46,6 +46,7 @@ struct Evaluation {
     // Seconds after the usual start.
     time_t start = 0;
     time_t duration = 10;
+    // The modification time of the agent's program; 0 if it is unknown.
     time_t agent = 1;
     bool isStale = false;
     bool isRefused = false;
@@ -66,6 +67,8 @@ TEST_F(ReportConditionTest, DetectsTwoMachinesWithTheSameName) {
           {"same start", {{.duration = 0}, {}}, "web1: two-machines", 1},
           {"refused evaluations may overlap", {{}, {.start = -5, .isRefused = true}}, "web1:", 1},
           {"new agent", {{}, {.start = 100}, {.start = 200, .agent = 2}}, "web1:", 2},
+          {"same time, other agent", {{}, {.agent = 2}}, "web1: two-machines", 1},
+          {"unknown agent", {{}, {.start = 100, .agent = 0}, {.start = 200}}, "web1:", 2},
           {"alternating agents",
            {{}, {.start = 100, .agent = 2}, {.start = 200}},
            "web1: two-machines",
@@ -79,6 +82,8 @@ TEST_F(ReportConditionTest, DetectsTwoMachinesWithTheSameName) {
             Provenance provenance = ProvenanceOf("web1", resultTime + evaluation.start);
             provenance.end.tv_sec = provenance.start.tv_sec + evaluation.duration;
             provenance.agentModified = timespec{evaluation.agent, 0};
+            if (evaluation.agent == 0)
+                provenance.agentModified = {};
             provenance.stale = evaluation.isStale;
             std::string const name = std::to_string(files.size());
             if (evaluation.isRefused)

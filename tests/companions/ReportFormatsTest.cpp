@@ -1,6 +1,7 @@
 #include "companions/ReportFormats.h"
 
 #include "tests/companions/StoredResults.h"
+#include "tests/companions/Terminal.h"
 
 namespace {
 
@@ -60,6 +61,7 @@ TEST(ReportFormatsTest, EscapesMarkup) {
     EXPECT_EQ("\\x1b\\x00\\n\\u202e\\xff\\ufffe\\uffff",
               EscapeMarkup(std::string("\x1b\0\n\xE2\x80\xAE\xFF\xEF\xBF\xBE\xEF\xBF\xBF", 13)));
     EXPECT_EQ("caf\xC3\xA9", EscapeMarkup("caf\xC3\xA9"));
+    EXPECT_EQ("\\x7f", EscapeMarkup("\x7f"));
 }
 
 TEST(ReportFormatsTest, EscapesMarkdown) {
@@ -74,6 +76,8 @@ TEST(ReportFormatsTest, TruncatesLongTextsBetweenCharacters) {
     EXPECT_EQ(std::string(1000, 'a') + "... (5 more bytes)", Shorten(std::string(1005, 'a')));
     EXPECT_EQ(std::string(999, 'a') + "... (2 more bytes)",
               Shorten(std::string(999, 'a') + "\xC3\xA9"));
+    EXPECT_EQ(std::string(996, '\x80') + "... (104 more bytes)",
+              Shorten(std::string(1100, '\x80')));
 }
 
 TEST(ReportFormatsTest, PageNotesItsLimitOf5000FailingRows) {
@@ -85,6 +89,33 @@ TEST(ReportFormatsTest, PageNotesItsLimitOf5000FailingRows) {
     std::string const cut = Format(ReportFormat::html, rows);
     EXPECT_EQ(5000u, Count(cut, "unique-comment"));
     EXPECT_THAT(cut, HasSubstr("There are 7 more; the CSV report has all rows."));
+}
+
+TEST(ReportFormatsTest, PageWantsNoRowsAfterItsLimit) {
+    Report report;
+    report.entries = {EntryOf("web1", maxHtmlRows, maxHtmlRows)};
+    OutputOf([&](Output& output) {
+        auto const writer = MakeReportWriter(ReportFormat::html, report, output);
+        writer->StartEntry(report.entries[0]);
+        for (std::size_t row = 0; row < maxHtmlRows; ++row) {
+            ASSERT_TRUE(writer->WantsRows(report.entries[0]));
+            writer->AddRow(report.entries[0], FailingRow(""));
+        }
+        EXPECT_FALSE(writer->WantsRows(report.entries[0]));
+    });
+}
+
+TEST(ReportFormatsTest, PageJoinsConditionsResultsAndCounts) {
+    Report report;
+    report.options.acceptedResults = {"Pass", "Not Applicable"};
+    report.options.maxAge = hours(49);
+    report.entries = {EntryOf("web1", 3, 1)};
+    report.entries[0].conditions = {Condition::tooOld, Condition::notExpected};
+    report.entries[0].results = {{"Fail", 1}, {"Pass", 2}};
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                AllOf(HasSubstr("Pass, Not Applicable"), HasSubstr("1 Fail, 2 Pass"),
+                      HasSubstr("too old after 2 d 1 h")));
+    EXPECT_THAT(FormatReport(ReportFormat::markdown, report), HasSubstr("too old, not expected"));
 }
 
 TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
@@ -151,6 +182,23 @@ TEST(ReportFormatsTest, CsvQuotesFieldsAndNeutralizesFormulas) {
     EXPECT_EQ("\"a\\x00\\xff\nb\"\r\n", CsvField(std::string("a\0\xFF\nb", 5)));
 }
 
+TEST(ReportFormatsTest, CsvOnTerminalHasNoControlCharacters) {
+    Terminal const screen;
+    Output output(screen.otherEnd());
+    Report const report;
+    MakeReportWriter(ReportFormat::csv, report, output)
+        ->AddRow(EntryOf("web1", 1, 1), FailingRow("a\x1b[2J"));
+    output.Flush();
+    EXPECT_THAT(screen.Read(), EndsWith(",\"a\\x1b[2J\"\r\n"));
+    EXPECT_EQ("\"a\x1b[2J\"\r\n", CsvField("a\x1b[2J"));
+}
+
+TEST(ReportFormatsTest, CsvJoinsConditionsByASpace) {
+    ReportEntry entry = EntryOf("web1", 0, 0);
+    entry.conditions = {Condition::tooOld, Condition::notExpected};
+    EXPECT_THAT(Format(ReportFormat::csv, {}, entry), HasSubstr("\"too-old not-expected\""));
+}
+
 TEST(ReportFormatsTest, CsvHasLineForHostWithoutRows) {
     EXPECT_THAT(
         Format(ReportFormat::csv, {}, {.host = "silent", .conditions = {Condition::missing}}),
@@ -183,6 +231,14 @@ TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
     report.entries = {EntryOf("web1", 3, 2)};
     EXPECT_THAT(FormatReport(ReportFormat::junit, report),
                 HasSubstr("tests=\"0\" failures=\"0\" errors=\"0\""));
+}
+
+TEST(ReportFormatsTest, JunitSuiteHasTheDocumentUnlessItIsTheDefault) {
+    Report report;
+    report.entries = {EntryOf("web1", 3, 2), EntryOf("web2", 3, 2)};
+    report.entries[1].result.provenance->document.reset();
+    EXPECT_THAT(FormatReport(ReportFormat::junit, report),
+                AllOf(HasSubstr("name=\"web1 (Doc.xml)\""), HasSubstr("name=\"web2\"")));
 }
 
 } // namespace

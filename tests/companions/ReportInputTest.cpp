@@ -52,8 +52,8 @@ TEST_F(ReportInputTest, ReadsHostNames) {
 TEST_F(ReportInputTest, RefusesInvalidHostFiles) {
     std::string const expected = " expected one host name of at most 255 bytes";
     ExpectRefusedHosts("a\nb c\n", "2:" + expected);
-    for (std::string const& line :
-         {std::string("a\x1b[2J\n"), std::string(256, 'a'), std::string("web3 # comment\n")})
+    for (std::string const& line : {std::string("a\x1b[2J\n"), std::string("a\x7f\n"),
+                                    std::string(256, 'a'), std::string("web3 # comment\n")})
         ExpectRefusedHosts(line, "1:" + expected);
     ExpectRefusedHosts("# none\n", " expected a host name on each line");
     for (std::string const& file :

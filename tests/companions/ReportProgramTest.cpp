@@ -160,6 +160,9 @@ TEST_F(ReportProgramTest, ExitsWith8IfReportCannotBeWritten) {
     Store("good");
     ExpectExit(8, "compliance-report: the report could not be written: No space left on device\n",
                ReportInShell("--csv=- '" + results + "' >/dev/full"));
+    ExpectExit(
+        8, "compliance-report: '/proc/report' could not be replaced: No such file or directory\n",
+        Report({"--csv=/proc/report"}));
 }
 
 TEST_F(ReportProgramTest, EveryFormatListsMissingHostsFirst) {

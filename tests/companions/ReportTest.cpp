@@ -81,6 +81,16 @@ TEST_F(ReportTest, HostNameHas1To255Bytes) {
     }
 }
 
+TEST(ReportBuilderTest, SortsProblemsByFileAndReason) {
+    ReportBuilder builder({});
+    for (auto const& [file, reason] : {std::pair{"b", "1"}, {"a", "3"}, {"a", "2"}, {"a", "2"}})
+        builder.AddProblem({file, reason});
+    Texts reasons;
+    for (Report const report = builder.Finish(); ReportProblem const& problem : report.problems)
+        reasons.push_back(problem.file + problem.reason);
+    EXPECT_EQ((Texts{"a2", "a2", "a3", "b1"}), reasons);
+}
+
 TEST_F(ReportTest, ListsFilesThatAreNotResults) {
     std::string const foreign = Keep("b", "{}");
     std::string const old =
@@ -145,11 +155,21 @@ TEST_F(ReportTest, ReadsRowsAgainUnlessTheFileWasChanged) {
         Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
     ReportEntry const entry = FirstEntry();
     EXPECT_EQ((Texts{"x", "y"}), Designators(entry));
+    std::string const original = ReadWholeFile(file);
     RowList const otherRows = {ResultRow("z", "Pass"), ResultRow("z", "Fail")};
     // The same result with other rows, or another result.
     for (time_t const start : {resultTime, resultTime + 1}) {
         WriteFile(file, ResultText(otherRows, ProvenanceOf("web1", start)));
         EXPECT_THROW(Designators(entry), StoredResultError) << start;
+    }
+    // Other content, but the same size and modification time.
+    timespec const times[] = {{0, UTIME_OMIT}, entry.result.state.modified};
+    for (auto const& [known, other] : {std::pair{"Fail", "Pass"}, {"web1", "web2"}}) {
+        std::string text = original;
+        WriteFile(file, text.replace(text.rfind(known), 4, other));
+        ASSERT_EQ(0, utimensat(AT_FDCWD, file.c_str(), times, 0));
+        ASSERT_EQ(entry.result.state, StateOfFile(file));
+        EXPECT_THROW(Designators(entry), StoredResultError) << other;
     }
 }
 

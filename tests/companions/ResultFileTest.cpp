@@ -148,6 +148,10 @@ TEST_F(ResultFileTest, RefusesInvalidPaths) {
     ExpectRefused(std::string(300, 'x'), "is too long");
     // The name of the temporary file has 7 bytes more.
     ExpectRefused(directory / std::string(249, 'x'), "is too long");
+    fs::create_symlink("loop", directory / "loop");
+    EXPECT_EQ(Quoted(directory / "loop/result") +
+                  " could not be replaced: Too many levels of symbolic links",
+              Refusal(directory / "loop/result"));
     Replace(directory / std::string(248, 'x'), "text");
 }
 

@@ -2,6 +2,7 @@
 
 #include <sys/prctl.h>
 
+#include "companions/StopSignals.h"
 #include "tests/companions/Terminal.h"
 
 namespace {
@@ -28,6 +29,8 @@ std::optional<milliseconds> PauseAfter(std::string const& state, seconds wait) {
 TEST(RetryTest, HasNoBackoffWithoutWait) {
     EXPECT_EQ(std::nullopt, Retry({}, {}).Pause());
     EXPECT_EQ(std::nullopt, Retry({}, seconds(100)).Pause());
+    EnvironmentVariable const state(attemptVariable, Attempt(2, seconds(9), seconds(9)).c_str());
+    EXPECT_EQ(std::nullopt, Retry({}, {}).Pause());
 }
 
 TEST(RetryTest, BackoffGrowsToTenSeconds) {
@@ -87,6 +90,21 @@ TEST(RetryTest, IgnoresInvalidState) {
          {std::string(), own, own + " 5", own + " 5 0 0 0", own + " 0 0 0 0 ", own + " -1 0 0 0 ",
           own + " x 0 0 0 ", own + " 99999999999999999999 0 0 0 "})
         EXPECT_EQ(seconds(1), PauseAfter(state, seconds(100))) << state;
+}
+
+TEST(RetryTest, DoesNotExecuteAfterStopSignal) {
+    OtherProcess other([] {
+        CatchStopSignals();
+        raise(SIGTERM);
+        Retry retry(seconds(1), {});
+        char missing[] = "";
+        char* arguments[] = {missing, nullptr};
+        errno = 0;
+        retry.Execute(arguments);
+        EXPECT_EQ(0, errno);
+        EXPECT_EQ(nullptr, std::getenv(attemptVariable));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 TEST(RetryTest, ReturnsIfExecutionFails) {

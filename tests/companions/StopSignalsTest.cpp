@@ -147,6 +147,34 @@ TEST(StopSignalsTest, ReportsWritablePipeAfterSignal) {
     });
 }
 
+// poll(2) fails if a process may not have the number of descriptors.
+TEST(StopSignalsTest, DescriptorIsWritableIfItCannotBePolled) {
+    ExpectReturn([] {
+        FullPipe const full;
+        rlimit former{};
+        getrlimit(RLIMIT_NOFILE, &former);
+        rlimit const none{0, former.rlim_max};
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+        EXPECT_TRUE(AwaitWritable(full.writer()));
+        setrlimit(RLIMIT_NOFILE, &former);
+    });
+}
+
+TEST(StopSignalsTest, DoesNotHoldSignalsThatAreBlocked) {
+    ExpectReturn([] {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGTERM);
+        sigprocmask(SIG_BLOCK, &signals, nullptr);
+        unsigned int const held = HoldStopSignals();
+        EXPECT_EQ(1u << SIGINT | 1u << SIGHUP, held);
+        ReleaseStopSignals(held);
+        sigprocmask(SIG_BLOCK, nullptr, &signals);
+        EXPECT_EQ(1, sigismember(&signals, SIGTERM));
+        EXPECT_EQ(0, sigismember(&signals, SIGINT));
+    });
+}
+
 TEST(StopSignalsTest, SecondSignalDuringSleepEndsTheProcess) {
     EXPECT_EQ(ExitStatus::Killed(SIGINT), EndOf([] {
                   raise(SIGTERM);

@@ -110,6 +110,13 @@ TEST_F(StoredResultTest, OrderOfMembersDoesNotMatter) {
     // nlohmann::json sorts members, so the rows follow after the provenance and before others.
     EXPECT_EQ("web1", Read(Json::parse(ResultText(storedList)).dump(2)).provenance->host);
     EXPECT_TRUE(std::ranges::equal(storedList, rows, std::ranges::equal));
+    StoredJson document = StoredDocument();
+    StoredJson& row = document["rows"][1];
+    StoredJson const text = row["comment"];
+    row.erase("comment");
+    row["comment"] = text;
+    Read(document.dump());
+    EXPECT_TRUE(std::ranges::equal(storedList[1], rows.at(1)));
 }
 
 TEST_F(StoredResultTest, SkipsUnknownMembers) {
@@ -118,6 +125,7 @@ TEST_F(StoredResultTest, SkipsUnknownMembers) {
     document["new"] = unknown;
     document["provenance"]["new"] = {unknown, unknown};
     document["rows"][1]["new"] = unknown;
+    document["rows"][1]["newText"] = "text";
     document["rows"][1]["newBase64"] = 5;
     Read(document.dump());
     EXPECT_TRUE(std::ranges::equal(storedList[1], rows.at(1)));
@@ -173,6 +181,8 @@ TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
           {"/rowCount", UINT64_MAX, "a number of rows as \"rowCount\""},
           {"/rows", nullptr, "an array as \"rows\""},
           {"/rows", {{"a", 1}}, "an array as \"rows\""},
+          {"/outcome", nullptr, "a string of at most 4096 bytes as \"outcome\""},
+          {"/provenance/start", 5, "a time (RFC 3339) as \"provenance/start\""},
           {"/provenance/start", "now", "a time (RFC 3339) as \"provenance/start\""},
           {"/provenance/response/fresh", "no", "true or false as \"provenance/response/fresh\""}}) {
         SCOPED_TRACE(pointer);
@@ -209,6 +219,17 @@ TEST_F(StoredResultTest, NameWithSlashIsNotAPath) {
     document["provenance"].erase("host");
     document["provenance/host"] = "web1";
     EXPECT_EQ(std::nullopt, Read(document.dump()).provenance);
+}
+
+TEST_F(StoredResultTest, AgentProgramMayBeUnknown) {
+    Provenance provenance = ProvenanceOf("web1");
+    provenance.agentModified = {};
+    EXPECT_EQ(std::nullopt, Read(ResultText({}, provenance)).provenance->agentModified);
+}
+
+TEST_F(StoredResultTest, StateOfMissingFileIsAnError) {
+    EXPECT_EQ(file + ": could not be opened: No such file or directory",
+              MessageOf<StoredResultError>([this] { StateOfFile(file); }));
 }
 
 TEST_F(StoredResultTest, UnknownFreshnessIsStale) {

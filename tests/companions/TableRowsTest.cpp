@@ -66,9 +66,12 @@ TEST_F(TableRowsTest, WrapsTableToColumnsVariable) {
               "a           ok        a longer\n"
               "                      comment\n"
               "b           xxxxxxxx\n"
-              "            xxxxxxx\n",
+              "            xxxxxxx\n"
+              "c            yyyyyyy\n"
+              "            yyyyyy\n",
               Table({{{"a", "ok", "", "", "", "a longer comment"}},
-                     {{"b", "xxxxxxxxxxxxxxx", "", "", "", ""}}},
+                     {{"b", "xxxxxxxxxxxxxxx", "", "", "", ""}},
+                     {{"c", " yyyyyyyyyyyyy", "", "", "", ""}}},
                     {.columns = {0, 1, 5}}));
 }
 

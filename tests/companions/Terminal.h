@@ -91,7 +91,10 @@ public:
     EnvironmentVariable(char const* theName, char const* value) : name(theName) {
         if (char const* const before = std::getenv(name))
             former = before;
-        setenv(name, value, 1);
+        if (value != nullptr)
+            setenv(name, value, 1);
+        else
+            unsetenv(name);
     }
     ~EnvironmentVariable() {
         if (former)

@@ -54,6 +54,14 @@ TEST(TimestampTest, RefusesInvalidTimes) {
         EXPECT_FALSE(ParseTimestamp(text)) << text;
 }
 
+TEST(TimestampTest, RefusesTimesWithoutSeparatorsOrNumbers) {
+    for (char const* const text :
+         {"202603-01T08:30:00Z", "2026-0301T08:30:00Z", "2026-03-0108:30:00Z",
+          "2026-03-01T0830:00Z", "2026-03-01T08:3000Z", "2026-03-xxT08:30:00Z",
+          "2026-03-01Txx:30:00Z", "2026-03-01T08:30:00+0100"})
+        EXPECT_FALSE(ParseTimestamp(text)) << text;
+}
+
 TEST(TimestampTest, OrdersTimes) {
     EXPECT_TRUE(IsBefore({1, 5}, {2, 0}));
     EXPECT_TRUE(IsBefore({1, 5}, {1, 6}));
