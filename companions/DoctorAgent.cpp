@@ -36,8 +36,10 @@ struct Candidate {
 char StateOf(unsigned int id) {
     std::ifstream file("/proc/" + std::to_string(id) + "/stat", std::ios::binary);
     std::string const facts{std::istreambuf_iterator<char>(file), {}};
-    std::string const rest = facts.substr(facts.rfind(')') + 1);
-    return rest.size() < 2 ? '\0' : rest[1]; // GCOVR_EXCL_BR_LINE: if the process has just ended
+    std::size_t const nameEnd = facts.rfind(')');
+    // GCOVR_EXCL_BR_START: the file is empty only if the process has just ended
+    return nameEnd == std::string::npos || nameEnd + 2 >= facts.size() ? '\0' : facts[nameEnd + 2];
+    // GCOVR_EXCL_BR_STOP
 }
 
 // Returns the name by which the tool recognizes a process (ProcessNames.h). Empty if it has none.

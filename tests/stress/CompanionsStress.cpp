@@ -207,19 +207,20 @@ void TryEach(char const* what, std::vector<std::size_t> const& numbers, TestCase
     CountTestCases(numbers.size());
 }
 
-// `maxCases` of Full tests.
-constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+// `minCases` of Full tests.
+constexpr std::size_t allCases = std::numeric_limits<std::size_t>::max();
 
-// Returns the distance between about `maxCases` of the candidates.
-std::size_t StepBetween(std::size_t candidates, std::size_t maxCases) {
-    return std::max<std::size_t>(1, candidates / maxCases);
+// Returns the distance between selected candidates: `minCases` to twice as many are selected, or
+// all if there are fewer.
+std::size_t StepBetween(std::size_t candidates, std::size_t minCases) {
+    return std::max<std::size_t>(1, candidates / minCases);
 }
 
-// About `maxCases` calls, and all calls that can change the state on disk.
-void KillAtCalls(Subject const& subject, std::size_t maxCases) {
+// At least `minCases` calls, and all calls that can change the state on disk.
+void KillAtCalls(Subject const& subject, std::size_t minCases) {
     std::set<std::string> const changes = {"exit_group", "fsync", "rename"};
     auto const calls = RecordCalls(subject);
-    std::size_t const step = StepBetween(calls.size(), maxCases);
+    std::size_t const step = StepBetween(calls.size(), minCases);
     std::vector<std::size_t> numbers;
     for (std::size_t number = 0; number < calls.size(); ++number)
         if (number % step == 0 || changes.contains(calls[number]))
@@ -231,14 +232,14 @@ void KillAtCalls(Subject const& subject, std::size_t maxCases) {
     });
 }
 
-void FailCalls(Subject const& subject, std::size_t maxCases) {
+void FailCalls(Subject const& subject, std::size_t minCases) {
 #ifdef CC_ADDRESS_SANITIZER
     GTEST_SKIP() << "the runtime of the sanitizer exits when one of its calls fails";
 #endif
     auto const calls = RecordCalls(subject);
     auto const faults = FaultsOf(calls);
     EXPECT_LT(100u, faults.size());
-    std::size_t const step = StepBetween(faults.size(), maxCases);
+    std::size_t const step = StepBetween(faults.size(), minCases);
     std::vector<std::size_t> numbers;
     for (std::size_t number = 0; number < faults.size(); number += step)
         numbers.push_back(number);
@@ -284,9 +285,9 @@ class QuickCompanions : public testing::TestWithParam<Subject> {};
 class FullCompanions : public testing::TestWithParam<Subject> {};
 
 TEST_P(QuickCompanions, InvariantsHoldAfterKillAtSomeCalls) { KillAtCalls(GetParam(), 35); }
-TEST_P(FullCompanions, InvariantsHoldAfterKillAtEachCall) { KillAtCalls(GetParam(), unlimited); }
+TEST_P(FullCompanions, InvariantsHoldAfterKillAtEachCall) { KillAtCalls(GetParam(), allCases); }
 TEST_P(QuickCompanions, InvariantsHoldAfterSomeFailingCalls) { FailCalls(GetParam(), 40); }
-TEST_P(FullCompanions, InvariantsHoldAfterEachFailingCall) { FailCalls(GetParam(), unlimited); }
+TEST_P(FullCompanions, InvariantsHoldAfterEachFailingCall) { FailCalls(GetParam(), allCases); }
 INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), NameOfRow);
 INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), NameOfRow);
 
