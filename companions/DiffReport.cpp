@@ -53,7 +53,7 @@ private:
     Output& output;
 };
 
-// The member "provenance" is null for a document of version 1.
+// The member "provenance" is null if the result has none.
 Json MakeSide(DiffSide const& side) {
     Json object = Json::object();
     AddText(object, "file", side.file);

@@ -60,7 +60,7 @@ struct StoredResult {
     // False: the evaluation failed. The next three members are set only then.
     bool finished = false;
     int exitStatus = 0;
-    // The exit status as a word (QueryExitFacts); empty in a document of version 1.
+    // The exit status as a word (QueryExitFacts); empty if the document has no "failure".
     std::string failure = {};
     std::string message = {};
     std::size_t rowCount = 0;
@@ -68,7 +68,7 @@ struct StoredResult {
     std::size_t rowDigest = 0;
     // The state of the file when it was opened.
     FileState state = {};
-    // nullopt in a document of version 1.
+    // nullopt if the document has no "provenance" with a "host".
     std::optional<StoredProvenance> provenance = {};
 };
 

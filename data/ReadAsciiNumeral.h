@@ -5,9 +5,9 @@
 // functions do not allocate, set `errno` or depend on the locale.
 //
 // The first error from left to right is reported. If a value times the base does not fit into 64
-// bits, the next byte makes the text too large, even if that byte is invalid. So
-// "18446744073709551615x" is too large, but "1844674407370955161x" is invalid. The range of a
-// narrower or signed type is checked last: for `unsigned int`, "4294967296x" is invalid.
+// bits, the next byte makes the text too large, even an invalid one. So "18446744073709551615x" is
+// too large, but "1844674407370955161x" is invalid. The range of a narrower or signed type is
+// checked last: for `unsigned int`, "4294967296x" is invalid.
 #pragma once
 
 #include "data/ConstData.h"

@@ -18,13 +18,14 @@ void CreateDirectoryTree(FileLocation const& location);
 
 // Copies all entries of `from` to `to`, which CreateDirectoryTree creates if necessary. Directories
 // are copied with their contents, all other entries by CopyFileWithRetry; a link to a regular file
-// becomes a copy of its target. Throws DirectoryNotFoundError if `from` is not a directory, and
-// InvalidStats, without a name, if it vanishes between two examinations at the start.
+// becomes a copy of its target. Permissions and times are not copied: the copies have those of new
+// directories and files. Throws DirectoryNotFoundError if `from` is not a directory, and
+// InvalidStats, without a name, if `from` vanishes between two examinations at the start.
 //
-// An entry that cannot be copied ends the copy after its retries: a file that already exists at
-// `to` (nothing is overwritten), a socket, a device, a FIFO. A failure after the new file is
-// created, such as a full disk, is reported as FileExistsError, because the first attempt leaves a
-// partial file.
+// An entry that cannot be copied ends the copy after its retries. Such entries include sockets,
+// devices, FIFOs, and files that already exist at `to`. Nothing is overwritten. A failure after the
+// new file is created, such as a full disk, is reported as FileExistsError, because the first
+// attempt leaves a partial file.
 //
 // If `to` is inside `from`, the walk reaches it and copies it into itself until the path is too
 // long.

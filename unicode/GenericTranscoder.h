@@ -23,7 +23,8 @@ concept TranscodedPair =
 // simd/Utf.h specifies which ill-formed sequences are accepted, and when the others are detected.
 //
 // The target receives blocks of at most 4,096 bytes. A block is sent when it has no room for the
-// longest sequence of the target encoding, and at the end of each chunk, unless it is empty.
+// longest sequence of the target encoding. At the end of each chunk, the last block is sent unless
+// it is empty.
 //
 // Deliberate: an empty chunk drops an incomplete sequence at the end of the previous chunk.
 //
