@@ -1,11 +1,12 @@
-// Escapes text from untrusted sources, so that it is safe to display.
+// Escapes text from untrusted sources: for data (MakeReadable), and for display (MakeVisible).
 #pragma once
 
 #include <string>
 #include <string_view>
 
 // Returns "readable text": each byte of an ill-formed UTF-8 sequence is replaced by "\xHH".
-// Backslashes are not escaped, so the original cannot be restored.
+// Backslashes are not escaped, so the original cannot be restored. Control characters are kept: do
+// not write readable text to a terminal.
 std::string MakeReadable(std::string_view bytes);
 
 // The characters that a terminal can display.

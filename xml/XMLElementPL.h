@@ -41,8 +41,8 @@ public:
     // Deliberate: although const, it frees the old children that were not reused.
     std::list<XMLElementPL> const& GetElementList() const;
 
-    // As in the document. The text is all text directly inside the element, including the
-    // whitespace between its children.
+    // GetName returns the name as in the document. GetText returns all text directly inside the
+    // element, with escapes decoded, including the whitespace between its children.
     std::string const& GetName() const { return name; }
     std::string const& GetText() const { return text; }
 

@@ -3,8 +3,6 @@
 
 #include "data/Buffer.h"
 
-class Buffer;
-
 namespace UnixPlatform {
 
 class FileLocation;
