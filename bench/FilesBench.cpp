@@ -2,8 +2,8 @@
 // copy_file_range(2) and cp(1).
 //
 // The name of an operation ends with the type of the file system of TMPDIR, by default /dev/shm.
-// The bare loop makes the same system calls as "ours", in the same order, and nothing else, so the
-// ratio is the overhead of the classes. Calls that look redundant (the length takes three lseek(2),
+// The bare loop makes only the system calls of "ours", in the same order, so the ratio is the
+// overhead of the classes. Calls that look redundant (the length takes three lseek(2),
 // before each read) are necessary, because a file may grow or shrink while it is read.
 #include <cstdio>
 #include <cstdlib>

@@ -4,8 +4,8 @@
 // program that only calls IsRunning (DetectAgent.cpp). "bare-loop" makes the same system calls,
 // and only compares the names.
 //
-// The sleepers are in a PID namespace of their own, so their number is the same on every machine,
-// and the kernel ends them when this program ends for any reason.
+// The sleepers are in a PID namespace of their own, so their number is the same on every machine.
+// The kernel ends them when this program ends for any reason.
 #include <cerrno>
 #include <csignal>
 #include <string>

@@ -115,8 +115,8 @@ void AddScript(Inputs::Script script, std::string const& name) {
 
 void RegisterOperations() {
     // Keep freed memory in the process. The sizes of the results are close to the thresholds at
-    // which the allocator returns memory to the system, and contenders above a threshold would
-    // mostly measure the allocation of pages.
+    // which the allocator returns memory to the system. Contenders above a threshold would mostly
+    // measure the allocation of pages.
     mallopt(M_MMAP_THRESHOLD, 32 << 20);
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
     AddScript(Inputs::Script::Ascii, "ascii");

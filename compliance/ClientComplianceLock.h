@@ -1,6 +1,6 @@
 // The lock that allows one evaluation at a time on a machine.
 //
-// The request and the response have fixed paths, so an evaluation holds a lock on
+// The request and the response have fixed paths. An evaluation therefore holds a lock on
 // AgentPaths::lockFile from its first access to these documents to its last. The agent creates the
 // directory. The first Lock creates the lock file, which is never removed.
 #pragma once
@@ -24,9 +24,9 @@ public:
     // If this process already holds the lock, returns false and keeps it.
     //
     // Deliberate: if another process holds the lock, or if locking the open file fails for another
-    // reason, all later calls in this process return false without a system call, even if the lock
-    // is free by then. If opening the file failed, or memory was exhausted, the next call tries
-    // again. COMPLIANCE_ERROR_LOCK documents both for callers of the C API.
+    // reason, the refusal is final. All later calls in this process return false without a system
+    // call, even if the lock is free by then. If opening the file failed, or memory was exhausted,
+    // the next call tries again. COMPLIANCE_ERROR_LOCK documents both for callers of the C API.
     bool Lock() noexcept;
 
     // Releases the lock. Does nothing if it is not held.

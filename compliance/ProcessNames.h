@@ -38,8 +38,8 @@ bool ProcessIdToName(unsigned int processId, char* name, unsigned int capacity,
                      long long& parentProcessId, long long& realUserId, long long& effectiveUserId);
 
 // Stores the path of the program of a process in `path`, NUL-terminated. Returns false and leaves
-// `path` unchanged if the link "/proc/<id>/exe" cannot be read, or if the path and its NUL do not
-// fit into `capacity` bytes. A path longer than 4,095 bytes is truncated to that length.
+// `path` unchanged if the link "/proc/<id>/exe" cannot be read, or if `capacity` is too small. A
+// path longer than 4,095 bytes is truncated to that length.
 //
 // REQUIRES: `path` has room for `capacity` bytes.
 bool ProcessIdToPath(unsigned int processId, char* path, unsigned int capacity);

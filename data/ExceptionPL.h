@@ -7,7 +7,7 @@
 // An exception that owns a copy of its message, so the argument may be a temporary.
 //
 // A message taken from a pointer or from another exception ends at its first NUL, and its length is
-// computed modulo 2^32. A range is stored with its embedded NULs; the text of what() ends at the
+// computed modulo 2^32. A range is stored with its embedded NULs. The text of what() ends at the
 // first one, and a copy of the exception drops the bytes after it.
 class ExceptionPL : public DebuggableException {
 public:

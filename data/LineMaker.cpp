@@ -12,8 +12,8 @@ constexpr unsigned char lf = '\n';
 
 bool IsBreak(unsigned char byte) { return byte == cr || byte == lf; }
 
-// Finds the breaks of one chunk in order. Each of the two bytes is searched for only after the last
-// match of it, so text without CR is searched for CR once, not once for each line.
+// Finds the breaks of one chunk in order. The search for CR or LF continues after the last match of
+// the same byte. So text without CR is searched for CR once, not once for each line.
 class BreakFinder {
 public:
     explicit BreakFinder(ConstData chunk)

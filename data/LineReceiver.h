@@ -1,7 +1,7 @@
 // The push protocol for lines: chunks of text, and the line breaks between them.
 //
-// All positions are offsets in the whole stream, of which the lines may be a part (the body of a
-// message, a part of a file).
+// All positions are offsets in the whole stream. The lines may be a part of the stream, such as the
+// body of a message.
 #pragma once
 
 #include "data/ArrayOf.h"

@@ -35,7 +35,7 @@ class ScenarioError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-// Parses a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first error;
-// a scenario without a statement for Progress requests is an error, and so are rows without a
+// Parses a scenario. Messages refer to the text by `name`. Throws ScenarioError at the first error.
+// A scenario without a statement for Progress requests is an error, and so are rows without a
 // statement "finish" after them.
 Scenario ParseScenario(std::string const& text, std::string const& name);

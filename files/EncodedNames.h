@@ -10,10 +10,12 @@
 // FileLocation::Local8BitPath. MakeLocal8BitRef and Local8BitPath return views, which are marked as
 // terminated and valid until the name or the location changes.
 //
-// Error handling: InvalidTextEncoding for ill-formed text (declared in
-// unicode/GenericTranscoder.h); UnixPlatform::WideToMultiByteConvertError for a code point that the
-// locale cannot encode, and UnixPlatform::MultiByteToWideConvertError for a name that it cannot
-// decode (both declared in unicode/LocalEncoding.h). Names are validated after the conversion.
+// Error handling:
+// - InvalidTextEncoding for ill-formed text (unicode/GenericTranscoder.h)
+// - UnixPlatform::WideToMultiByteConvertError for a code point that the locale cannot encode
+// - UnixPlatform::MultiByteToWideConvertError for a name that the locale cannot decode
+//
+// The last two are declared in unicode/LocalEncoding.h. Names are validated after the conversion.
 //
 // Text is converted up to its first NUL.
 #pragma once

@@ -1,8 +1,8 @@
 // Exceptions for failed operations on files.
 //
-// All classes derive directly from FileIOError and add no data. The code is the error number of the
-// system call that failed, or 0 if the library itself rejects an operation, unless a class states
-// otherwise.
+// All classes derive directly from FileIOError and add no data. Unless a class states otherwise,
+// the code is the error number of the system call that failed. It is 0 if the library itself
+// rejects an operation.
 #pragma once
 
 #include <string>
@@ -34,7 +34,7 @@ public:
 
     int GetCode() const;
 
-    // Returns the type (as what() of other exceptions returns it), the names that are not empty,
+    // Returns the type in the form of DebuggableException::what(), the names that are not empty,
     // and the system's message if the code is not 0:
     //
     //     File error "17FileNotFoundError" on "/x" and "/y": Error: 2: No such file or directory

@@ -19,9 +19,12 @@ public:
 // Deliberate: the three classes of illegal names are not derived from each other, so a handler for
 // IllegalFileName does not catch the other two.
 
-// A "/" in the name; an empty result of NameBeforeExtension or NameAfterPrefix; a concatenation
-// that is too long; a name without digits at its start (PrefixDigits); or a name too short for a
-// date (GetDateFromNameInFileLocation).
+// One of these errors:
+// - a "/" in the name
+// - an empty result of NameBeforeExtension or NameAfterPrefix
+// - a concatenation that is too long
+// - a name without digits at its start (PrefixDigits)
+// - a name too short for a date (GetDateFromNameInFileLocation)
 class IllegalFileName : public DebuggableException {};
 
 // The name is empty or longer than 255 bytes.

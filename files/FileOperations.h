@@ -40,8 +40,9 @@ void DeleteFile(FileLocation const& location);
 void DeleteDirectory(FileLocation const& location);
 
 // Removes a regular file, a link to one, or an empty directory. Throws like DeleteDirectory for a
-// directory with contents and for a link to a directory. Does nothing, without an error, for a
-// device, a socket, a FIFO, a link to one of them, a dangling link, and if nothing exists there.
+// directory with contents and for a link to a directory. Does nothing, without an error, if nothing
+// exists there. The same holds for a device, a socket, a FIFO, a link to one of them, and a
+// dangling link.
 void ForceNonexistence(FileLocation const& location);
 
 // Copy a regular file. Throw FileNotFoundError if `from` is not one. CopyFile throws
@@ -55,7 +56,7 @@ void ForceNonexistence(FileLocation const& location);
 //
 // If ForceNonexistence does not remove the entry at `to`, ForceCopyFile throws FileExistsError,
 // with the system's code. ForceCopyFile does not detect that `from` and `to` are the same directory
-// entry, or that `from` is a link to `to`; the contents of the file are then lost.
+// entry, or that `from` is a link to `to`. The contents of the file are then lost.
 void CopyFile(FileLocation const& from, FileLocation const& to);
 void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
@@ -74,12 +75,12 @@ void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
 // Moves `from` to `to` like MoveFile, after removing an existing `to` by ForceNonexistence. Throws
-// FileNotFoundError if nothing exists at `from`, DirectoryFoundError if both exist and only one is
-// a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
+// FileNotFoundError if nothing exists at `from`. Throws DirectoryFoundError if both exist and only
+// one is a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
 //
 // DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
 // function does not detect that `from` and `to` are the same directory entry, or that `from` is a
-// link to `to`; the file at `to` is then lost.
+// link to `to`. The file at `to` is then lost.
 void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Clears the three write permissions, or sets them if `readOnly` is false. Follows a symbolic link.

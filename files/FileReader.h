@@ -29,12 +29,12 @@ public:
 
     // True if the position is not less than the length of the file, which each call determines
     // again, because the file may grow. If the length is unknown (many files of /proc), the
-    // function reads one byte to find the end; once found, the end is final until Start. A failure
+    // function reads one byte to find the end. Once found, the end is final until Start. A failure
     // of this read counts as the end. If the read returns a byte, the result stays false until the
     // next operator>>.
     //
     // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
-    // files of /sys) is never finished; its caller must also stop when a read returns no bytes.
+    // files of /sys) is never finished. Its caller must also stop when a read returns no bytes.
     bool Finished() const override;
 
     // Calls read(2) once for the free space of `target`, if there is any. The call may return fewer

@@ -18,9 +18,9 @@ class FileReadingLoopEndOfFileError : public DebuggableException {};
 
 // Delivers exactly the bytes from `start` to `stop` (exclusive), or throws
 // FileReadingLoopEndOfFileError after the last byte of the file. The loop throws if the range
-// extends beyond the file, if the file shrinks, and if a read returns no bytes before the length is
-// reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a chunk that was
-// read is never empty. Nothing is allocated.
+// extends beyond the file, or if the file shrinks. It also throws if a read returns no bytes before
+// the length is reached. (Most files of /sys have the length 4,096 and return fewer bytes.) So a
+// chunk that was read is never empty. Nothing is allocated.
 //
 // Deliberate: an unknown length is the all-ones value, so the overloads without `stop` deliver the
 // file from `start` to its end and then throw. The same happens if `start` is greater than `stop`,

@@ -22,10 +22,10 @@ FileLocation UISessionDefaultDirectory(std::string const& user);
 // remove it. The name is `prefix` followed by six random characters, or only these if `prefix` is
 // null. A "/" in the prefix is accepted.
 //
-// Throw EmptyFileLocationError if `directory` is empty, and CreateUniqueFileLocationFailed, without
-// a name, if the creation fails or if directory and prefix together have 4,088 bytes or more. The
-// code of CreateUniqueFileLocationFailed is 0 for a file and 1 for a directory, not an error
-// number. If std::bad_alloc is thrown after the creation, the file or directory remains.
+// Throw EmptyFileLocationError if `directory` is empty. Throw CreateUniqueFileLocationFailed,
+// without a name, if the creation fails or if directory and prefix together have 4,088 bytes or
+// more. The code of CreateUniqueFileLocationFailed is 0 for a file and 1 for a directory, not an
+// error number. If std::bad_alloc is thrown after the creation, the file or directory remains.
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
 FileLocation CreateUniqueDirLocation(FileLocation const& directory, char const* prefix);
 

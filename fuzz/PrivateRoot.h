@@ -2,8 +2,8 @@
 //
 // It is a tmpfs that exists only for this process, empty at first. A target that links
 // PrivateRoot.cpp creates it before the first input. If the system does not permit that, the
-// process exits with status 77 (the test is skipped), or with status 1 if the environment variable
-// CI is not empty.
+// process exits with status 77, and the test is skipped. With a CI environment variable that is not
+// empty, the process exits with status 1.
 #pragma once
 
 #include <string>

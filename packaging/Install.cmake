@@ -117,8 +117,8 @@ if(TARGET compliance-query)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT companions)
 endif()
 
-# demo: in libexec and not in PATH, because the program of the stand-in has the name of the agent's
-# program, and a user who runs it by name expects the agent.
+# demo: in libexec and not in PATH. The program of the stand-in has the name of the agent's program,
+# and a user who runs it by name expects the agent.
 install(TARGETS VeskaClient RUNTIME DESTINATION ${libexec} COMPONENT demo)
 install(FILES ${PROJECT_SOURCE_DIR}/demo/demo.scenario
   DESTINATION ${CMAKE_INSTALL_DATADIR}/clientcompliance COMPONENT demo)

@@ -21,7 +21,7 @@ set_target_properties(clientcompliance_shared PROPERTIES
 
 # Links one relocatable object in which only the exported names are global, because a program
 # may define its own Buffer or FileName. The COMDAT groups of templates and inline functions are
-# removed first: a linker identifies groups by name, even if the name is local, and would discard
+# removed first. A linker identifies groups by name, even if the name is local. It would discard
 # either the copy of the library or that of the program.
 find_program(CC_GNU_LINKER NAMES ld.bfd ld DOC "The linker that joins the static library" REQUIRED)
 set(static_library ${CMAKE_CURRENT_BINARY_DIR}/libclientcompliance.a)

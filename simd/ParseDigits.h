@@ -40,9 +40,9 @@ constexpr unsigned DigitValue(unsigned char byte) {
 
 } // namespace Detail
 
-// Parses a text of digits in base 10 or 16 into `value`; letters may have either case. Returns
-// false, and leaves `value` unspecified, if the text is empty, has another byte or more than 24
-// characters, or if the value does not fit into 64 bits.
+// Parses a text of 1 to 24 digits in base 10 or 16 into `value`; letters may have either case.
+// Returns false, and leaves `value` unspecified, for any other text, and if the value does not fit
+// into 64 bits.
 template <unsigned base>
 bool ParseDigitsScalar(unsigned char const* text, std::size_t length, std::uint64_t& value) {
     value = 0;

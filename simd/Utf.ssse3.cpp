@@ -2,7 +2,7 @@
 // surrogate pairs.
 //
 // Each code unit of the source has its own lane. The lane of the last code unit of a sequence
-// receives the output; four bytes of UTF-8 and surrogate pairs may be divided between two lanes. A
+// receives the output. Four bytes of UTF-8 and surrogate pairs may be divided between two lanes. A
 // shuffle from a table then moves the lanes with output to the left. A lane can access the code
 // units before it, and so also detects ill-formed sequences, which are left to the scalar code.
 #include "simd/UtfMixed.h"
@@ -143,8 +143,8 @@ private:
               two(Preceding<2>(bytes, before)),
               three(Preceding<3>(bytes, before)) {}
 
-        // Marks each byte at which a trailing byte is missing or unexpected, each byte of F8 or
-        // more and, for UTF-16, the second byte of each encoded surrogate.
+        // Marks each byte at which a trailing byte is missing or unexpected, and each byte of F8 or
+        // more. For UTF-16, also marks the second byte of each encoded surrogate.
         Vector Errors() const {
             Vector const found = Or(Xor(Is8(zero, 0xC0, 0x80), Expected()), AtLeast8(zero, 0xF8));
             if constexpr (sizeof(To) == 2)
@@ -159,9 +159,9 @@ private:
         Vector zero, one, two, three;
     };
 
-    // Returns, in lanes of 16 bits, the lower half of the code point that ends at each byte,
-    // without the marker bits of lead and trailing bytes. At the AC of E2 82 AC: low is 2C | 02 <<
-    // 6, truncated to the byte AC; high is 02 >> 2 | 2 << 4, the byte 20; together 20AC.
+    // Returns the lower half of the code point that ends at each byte, in lanes of 16 bits, without
+    // the marker bits. At the AC of E2 82 AC: low is 2C | 02 << 6, truncated to the byte AC; high
+    // is 02 >> 2 | 2 << 4, the byte 20; together 20AC.
     static TwoVectors LowerHalves(Bytes const& bytes) {
         Vector const middle = And(bytes.one, bytes.Expected());
         Vector const top = And(bytes.two, bytes.EndsThreeOrFour());

@@ -103,9 +103,9 @@ public:
     // Replaces the text by the output of printf. The capacity becomes at least 64, and doubles
     // until it exceeds the output and its NUL by at least one byte.
     //
-    // If Format throws, the string is empty. A conversion that fails (a wide character that the
-    // locale cannot encode) throws StringPLOutOfBoundsException after the capacity has doubled to
-    // its limit, or std::bad_alloc if memory runs out before.
+    // If Format throws, the string is empty. If a conversion fails (a wide character that the
+    // locale cannot encode), the capacity doubles until it reaches its limit. Then Format throws
+    // StringPLOutOfBoundsException, or std::bad_alloc if memory runs out before.
     //
     // REQUIRES: no argument points into this string.
     [[gnu::format(printf, 2, 3)]] void Format(char const* format, ...);
@@ -120,7 +120,7 @@ public:
 
     // The same, case-insensitive in the current locale.
     //
-    // Deliberate: each match reassigns the whole string, so the time is quadratic in the number of
+    // Deliberate: each match reassigns the whole string. So the time is quadratic in the number of
     // matches, and a string with embedded NULs then ends at the first one. Without a match the
     // string keeps its block. If ReplaceNoCase throws, the string keeps the replacements made so
     // far.

@@ -18,8 +18,8 @@
 // - If there are several outermost elements, each replaces the root, and the last one stays.
 // - Processing instructions and the XML declaration are dropped.
 //
-// The parser owns the tree. A reference to an element is valid until the parser is destroyed, or a
-// Parse or an XMLElementPL::Reset changes the element or an element that contains it.
+// The parser owns the tree. A reference to an element is valid until Parse or XMLElementPL::Reset
+// changes the element or an element that contains it, or the parser is destroyed.
 class XMLTreeParserPL : public SimpleXMLParserPL {
 public:
     XMLTreeParserPL();

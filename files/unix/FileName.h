@@ -15,9 +15,9 @@ namespace UnixPlatform {
 // The name of a file, without a directory.
 //
 // Set accepts 1 to 255 bytes without "/", except "." and "..". All other bytes are valid, even
-// control characters and NUL. Other names can result from the default constructor (the empty name),
-// and from SafeSet, CombineNames, operator+ and the operations that return a part, which do not
-// validate the bytes. For example, "..." without the prefix "." is "..".
+// control characters and NUL. The default constructor makes the empty name. SafeSet, CombineNames,
+// operator+ and the operations that return a part do not validate the bytes, so they can make other
+// names. For example, "..." without the prefix "." is "..".
 //
 // Error handling: IllegalFileNameLength, IllegalFileNameReserved and IllegalFileName from Set;
 // IllegalFileName from CombineNames and operator+; IllegalFileName, ExtensionDoesNotMatch and

@@ -27,8 +27,8 @@ public:
     // A file that is already open is not closed, and its file descriptor leaks: call Close first.
     //
     // Deliberate: the path "/proc/kmsg" (case-insensitive) throws FileIOError with the code 0
-    // before anything is opened, because reading it would block until the next message of the
-    // kernel. Other paths of that file are not detected.
+    // before anything is opened. Reading it would block until the next message of the kernel. Other
+    // paths of that file are not detected.
     virtual void OpenExisting(FileLocation const& where);
 
     // The result of Length for a file whose length is unknown.

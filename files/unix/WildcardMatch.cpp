@@ -11,7 +11,7 @@ namespace {
 
 // For each position in the name, including its end: whether the pattern's suffix processed so far
 // matches the rest of the name from there on. Each step extends the suffix by one character and
-// needs only this row, so the time is at most proportional to the product of the lengths.
+// needs only this row. So the time is at most proportional to the product of the lengths.
 class MatchRow {
 public:
     // Starts with the empty suffix.

@@ -1,6 +1,6 @@
-// compliance-doctor compared with the real tool: for each kind of directory entry at each path of
-// the exchange, the doctor exits with 0 only where an evaluation succeeds, and it reports each
-// failure of the tool as a problem of the check for that path.
+// Compares compliance-doctor with the real tool, for each kind of directory entry at each path of
+// the exchange. The doctor exits with 0 only where an evaluation succeeds. It reports each failure
+// of the tool as a problem of the check for that path.
 #include "tests/companions/CompanionTest.h"
 #include "tests/companions/EntryKinds.h"
 #include "tests/stress/PreloadedProgram.h"

@@ -64,8 +64,8 @@ TEST(VisibleTextTest, EscapesC1ControlsAsBytesAndCharacters) {
 
 TEST(VisibleTextTest, EscapesHiddenCharacters) {
     // Soft hyphen, joiners, Arabic signs, Hangul fillers, zero widths, separators, directions,
-    // variation selectors, byte order mark, annotations, hieroglyphic and musical formats, tags,
-    // and reserved code points that are ignorable by default.
+    // variation selectors, byte order mark, annotations, formats and tags. Also reserved code
+    // points that are ignorable by default.
     for (std::uint32_t const value :
          {0xAD,    0x34F,   0x600,   0x61C,   0x115F,  0x1160,  0x17B4,  0x180E, 0x200B,
           0x200D,  0x2028,  0x2029,  0x202A,  0x202E,  0x2060,  0x2065,  0x2066, 0x2069,

@@ -104,7 +104,7 @@ void CheckAllForms(U a, U b) {
 }
 
 // The bit patterns within three steps of zero, of each power of two and its negation, and of some
-// fractions of the limits, at which products overflow.
+// fractions of the limits. At these, products overflow.
 template <typename U>
 std::vector<U> Borders() {
     std::vector<U> borders;

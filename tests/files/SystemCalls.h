@@ -1,8 +1,11 @@
 // Records the system calls of the code under test, and makes them fail or transfer less.
 //
-// A program that links this source has its calls of open, close, fcntl, lseek64, read, write,
-// fsync, ftruncate64, lstat, stat, access, statvfs, readdir_r, utimes, mkdir, rmdir, unlink,
-// rename, chmod, umask, readlink, fopen, scandir, mkstemp and mkdtemp replaced. Without an object
+// The replaced functions:
+// - open, close, fcntl, lseek64, read, write, fsync, ftruncate64
+// - lstat, stat, access, statvfs, readdir_r, utimes, readlink, fopen, scandir
+// - mkdir, rmdir, unlink, rename, chmod, umask, mkstemp, mkdtemp
+//
+// They are replaced in each program that links this source. Without an object
 // of this class, the replacements call the system. Calls inside the C library are not recorded.
 // The linker needs the option --wrap for malloc and free (see SystemCalls.cpp).
 #pragma once
@@ -21,10 +24,9 @@ public:
     SystemCalls(SystemCalls const&) = delete;
     SystemCalls& operator=(SystemCalls const&) = delete;
 
-    // Returns the calls so far, such as "open RDWR|CREAT 666", "setfd 1", "seek 5 SET", "read 10",
-    // "write 3", "ftruncate 7", "fsync", "close", "lstat /x", "mkdir /x 777", "rename /x /y",
-    // "chmod /x 644", "umask 22", "readdir", "setlk WRLCK"; all others as "name /x". Descriptors
-    // are omitted.
+    // Returns the calls so far, without file descriptors. Examples: "open RDWR|CREAT 666", "setfd
+    // 1", "seek 5 SET", "read 10", "close", "mkdir /x 777", "rename /x /y", "umask 22",
+    // "setlk WRLCK". Calls that have only a path have the form "lstat /x".
     std::vector<std::string> const& Log() const { return log; }
     // The same for the calls of these names only.
     std::vector<std::string> Log(std::vector<std::string> const& names) const;

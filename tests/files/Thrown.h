@@ -22,7 +22,8 @@ inline std::string NameOfClass(std::type_info const& type) {
 }
 
 // Returns the class, the name of the code (none for 0) and the paths, such as `FileLockError EAGAIN
-// on "/x"`, or "malformed: " and the message if its form differs from that in files/FileErrors.h.
+// on "/x"`. If the form of the message differs from that in files/FileErrors.h, returns
+// "malformed: " and the message.
 inline std::string Describe(FileIOError const& error) {
     int const code = error.GetCode();
     std::string const message = error.what();

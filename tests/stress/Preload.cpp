@@ -4,8 +4,8 @@
 // FAILING_CALLS: "NAME ERROR NUMBER once;" or "NAME ERROR NUMBER lasting;", repeated. The NUMBER-th
 // call of that name (from 1) fails, and all later ones if lasting.
 //
-// CUT_WRITES: "OPENING OFFSET ERROR". Of the OPENING-th file that is opened with O_TRUNC, a write
-// across the offset is short, and one at the offset fails if ERROR is not 0.
+// CUT_WRITES: "OPENING OFFSET ERROR". Applies to the OPENING-th file that is opened with
+// O_TRUNC. A write across the offset is short, and one at the offset fails if ERROR is not 0.
 //
 // CALLS_LOG: the file for the calls, one a line: name, arguments, object and error number,
 // separated by tabs.

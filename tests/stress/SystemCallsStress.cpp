@@ -1,5 +1,5 @@
-// Each system call of an operation of the file layer, the lock and the agent search fails with each
-// error number of its manual page, once and together with all later ones. The test compares class,
+// Each system call of the file layer, the lock and the agent search fails with each error number of
+// its manual page. It fails alone, and together with all later calls. The test compares class,
 // paths and error code of the exception, and detects lost descriptors. SystemCallsExchange.cpp has
 // the calls of whole evaluations.
 #include "tests/files/RecordedSleeps.h"

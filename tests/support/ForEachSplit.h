@@ -6,9 +6,9 @@
 #include "tests/support/Bytes.h"
 #include "tests/support/Chunks.h"
 
-// Runs `body`, which takes a Chunks const&, for the input as one chunk, as chunks of 1 to 9 bytes,
-// as each pair of chunks and, with `withEmptyChunks`, as single bytes with empty chunks between
-// them. Stops after the first failure, whose message has the chunks and the input.
+// Runs `body`, which takes a Chunks const&, for these splits of the input: one chunk, chunks of 1
+// to 9 bytes, and each pair of chunks. With `withEmptyChunks`, also single bytes with empty chunks
+// between them. Stops after the first failure, whose message has the chunks and the input.
 template <class Body>
 void ForEachSplit(ConstData input, Body body, bool withEmptyChunks = true) {
     std::vector<Chunks> splits{Chunks("one chunk", {input})};

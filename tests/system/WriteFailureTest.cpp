@@ -32,7 +32,7 @@ SANDBOX_TEST(WriteFailureTest, ErrorIsMinus17IfOnlyTheLockFileIsWritable) {
 }
 
 // Runs the tool as a user without privileges, with these modes of the request directory and of an
-// old temporary document, while a response is left.
+// old temporary document. A previous response exists.
 ToolRun RunWithOldTemporary(int directoryMode, int mode) {
     WriteBytes(ScriptedAgent::lockFile, "");
     fs::permissions(ScriptedAgent::lockFile, fs::perms(0666));

@@ -73,8 +73,8 @@ private:
     ScopedLocale locale;
 };
 
-// A locale with an 8-bit encoding that differs from the first 256 characters of Unicode in eight
-// places, one of them the euro sign at 0xA4.
+// A locale with an 8-bit encoding that differs from the first 256 code points of Unicode in eight
+// places. One of them is the euro sign at 0xA4.
 class EightBitLocale : public CompiledLocale {
 public:
     static constexpr char const* encoding = "ISO-8859-15";

@@ -149,8 +149,8 @@ TEST(XMLTreeParserPLTest, ManyAttributesTakeLinearMemory) {
         parser.Parse("b='c' ", 6);
     parser.Parse("d='e'>", 6);
     // The total of all allocations, at most twice the final memory: 64 bytes for each entry of the
-    // pool and 8 for each entry of the list, each with up to twice the capacity in use, and 64 in
-    // the tree.
+    // pool and 8 for each entry of the list, and 64 in the tree. Up to twice the capacity in use is
+    // allocated for pool and list.
     EXPECT_LE(counter.Bytes(), count * std::size_t{4 * 64 + 4 * 8 + 64});
     EXPECT_LE(counter.Count(), 60u);
     ASSERT_NE(parser.GetRootElement(), nullptr);
