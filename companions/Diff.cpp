@@ -77,7 +77,7 @@ void NoteProvenance(DiffSide const& oldSide, DiffSide const& newSide,
         notes.push_back(newSide.file + " is older than " + oldSide.file);
     for (DiffSide const* const side : {&oldSide, &newSide})
         if (side->result.provenance->stale)
-            notes.push_back(side->file + " has a stale answer: it existed before its request, or "
+            notes.push_back(side->file + " has a stale response: it existed before its request, or "
                                          "it is unknown whether it did");
 }
 

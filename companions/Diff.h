@@ -62,8 +62,8 @@ void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide c
                      std::vector<std::string> const& goodResults);
 
 // Returns a warning for each of these: different hosts, documents or sites, a new result that is
-// older than the old one, a stale answer, missing provenance, a designator that is not unique, and
-// `Difference::missing`. If a result has no provenance, only the last three are checked.
+// older than the old one, a stale response, missing provenance, a designator that is not unique,
+// and `Difference::missing`. If a result has no provenance, only the last three are checked.
 std::vector<std::string> DescribeSides(Difference const& difference, DiffSide const& oldSide,
                                        DiffSide const& newSide);
 

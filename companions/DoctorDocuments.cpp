@@ -102,7 +102,7 @@ Finding CheckResponse() {
         return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "response-link",
-                file.Path() + " is a symbolic link: its target is read as the agent's answer",
+                file.Path() + " is a symbolic link: its target is read as the agent's response",
                 "remove the link, and check which users can write to its directory"};
     if (file.IsAbsent())
         return {check, Verdict::ok, "", "there is no response"};
@@ -128,7 +128,7 @@ Finding CheckResponse() {
             "response-old",
             "there is a response of an earlier exchange, " + DescribeAge(age) +
                 "; if the agent takes a request and does not answer, this response counts as the "
-                "answer",
+                "new one",
             "",
             {},
             age};

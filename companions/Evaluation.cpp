@@ -88,17 +88,17 @@ bool CheckStop(Deadline const& deadline, EvaluationEnd& end) {
     return true;
 }
 
-// Returns the end of an evaluation for which the agent sent a final answer.
-EvaluationEnd EndByAnswer(int state, int error, ResponseWatch const& response, bool allowStale) {
-    ResponseState const answer = LookAtResponse();
-    bool const unchanged = response.IsUnchanged(answer);
+// Returns the end of an evaluation for which the agent sent a final response.
+EvaluationEnd EndByResponse(int state, int error, ResponseWatch const& watch, bool allowStale) {
+    ResponseState const response = LookAtResponse();
+    bool const unchanged = watch.IsUnchanged(response);
     EvaluationEnd end = {EvaluationEnd::finished};
     if (unchanged && !allowStale)
         end = {EvaluationEnd::stale, state};
     else if (state == stateError)
         end = {EvaluationEnd::agentError, error};
-    end.answerUnchanged = unchanged;
-    end.answer = answer;
+    end.responseUnchanged = unchanged;
+    end.response = response;
     return end;
 }
 
@@ -107,10 +107,10 @@ EvaluationEnd Poll(Deadline const& deadline, bool allowStale, Progress& progress
     while (!CheckStop(deadline, end)) {
         int percent = 0;
         int error = 0;
-        ResponseWatch const response;
+        ResponseWatch const watch;
         int const state = COMPLIANCE_Progress(&percent, &error);
         if (state == stateFinished || state == stateError)
-            return EndByAnswer(state, error, response, allowStale);
+            return EndByResponse(state, error, watch, allowStale);
         if (state != stateInProgress)
             return {EvaluationEnd::failed, state};
         progress.Percent(percent);
@@ -126,12 +126,13 @@ EvaluationEnd PollAndClose(Deadline const& deadline, bool allowStale, Progress& 
     EvaluationEnd end = Poll(deadline, allowStale, progress);
     if (end.what == EvaluationEnd::finished && StopSignal() == 0) {
         progress.Clear();
-        useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow}, end.answerUnchanged);
+        useRows({static_cast<unsigned int>(COMPLIANCE_ResultCount()), GetRow},
+                end.responseUnchanged);
     }
     progress.Closing();
-    ResponseWatch const response;
+    ResponseWatch const watch;
     end.closeCode = evaluation.Close();
-    end.closeUnchanged = end.closeCode == 0 && response.IsUnchanged();
+    end.closeUnchanged = end.closeCode == 0 && watch.IsUnchanged();
     return end;
 }
 
@@ -144,9 +145,9 @@ EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
     if (CheckStop(deadline, end))
         return end;
     progress.Opening();
-    ResponseWatch const response;
+    ResponseWatch const watch;
     int const opened = COMPLIANCE_Open(request.url, request.document, request.flags);
-    bool const openUnchanged = opened == 0 && response.IsUnchanged();
+    bool const openUnchanged = opened == 0 && watch.IsUnchanged();
     end = {EvaluationEnd::failed, opened};
     if (opened == 0)
         end = PollAndClose(deadline, request.allowStale, progress, useRows);

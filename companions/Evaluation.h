@@ -16,7 +16,7 @@ struct EvaluationRequest {
     char const* document = nullptr;
     unsigned int flags = 0;
     std::optional<std::chrono::steady_clock::time_point> deadline = {};
-    // Accept a stale final answer: a response that existed before the request and did not change.
+    // Accept a stale final response: one that existed before the request and did not change.
     bool allowStale = false;
 };
 
@@ -27,21 +27,21 @@ struct EvaluationEnd {
         failed,     // a function of the C API returned the error code `number`
         timedOut,   // the deadline has passed
         stopped,    // the stop signal `number` was received (StopSignals.h)
-        stale,      // the final answer was stale; `number` is its state, 1 (finished) or 2 (error)
+        stale, // the final response was stale; `number` is its state, 1 (finished) or 2 (error)
     };
 
     What what = finished;
     int number = 0;
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // True if the exchange of Open, the Progress exchange with the final answer, or the exchange of
-    // Close succeeded and left the response file unchanged (ResponseWatch). An agent may leave it
-    // unchanged for Open and Close.
+    // True if the exchange of Open, the Progress exchange with the final response, or the exchange
+    // of Close succeeded and left the response file unchanged (ResponseWatch). An agent may leave
+    // it unchanged for Open and Close.
     bool openUnchanged = false;
-    bool answerUnchanged = false;
+    bool responseUnchanged = false;
     bool closeUnchanged = false;
-    // The file with the final answer. `ResponseState::exists` is false if there was none.
-    ResponseState answer = {};
+    // The file with the final response. `ResponseState::exists` is false if there was none.
+    ResponseState response = {};
 };
 
 // Opens an evaluation, polls it until it ends, passes the rows to `useRows`, and closes it. Waits
@@ -50,11 +50,11 @@ struct EvaluationEnd {
 //
 // Checks the deadline and the signals between calls of the C API, so a running exchange ends first.
 // A stop signal ends the current sleep of the exchange, which may therefore fail early. It has
-// precedence over every other end, and a final answer or an error code over the deadline.
+// precedence over every other end, and a final response or an error code over the deadline.
 //
-// `useRows` takes the rows, which are valid only during the call, and whether the answer was stale.
-// Its exceptions, and any other exception after COMPLIANCE_Open, propagate after the close. A
-// std::bad_alloc of COMPLIANCE_Open propagates without a close, and the lock is then held until the
-// process exits.
+// `useRows` takes the rows, which are valid only during the call, and whether the response was
+// stale. Its exceptions, and any other exception after COMPLIANCE_Open, propagate after the close.
+// A std::bad_alloc of COMPLIANCE_Open propagates without a close, and the lock is then held until
+// the process exits.
 EvaluationEnd Evaluate(EvaluationRequest const& request, Progress& progress,
                        std::function<void(Rows const&, bool stale)> const& useRows);

@@ -162,7 +162,7 @@ constexpr char failingName[] = "clientcompliance_failing_rows";
 constexpr char failingHelp[] =
     "Rows of that evaluation whose result is not in the list of good results.";
 constexpr char successName[] = "clientcompliance_last_success_timestamp_seconds";
-constexpr char successHelp[] = "Start of the last evaluation that finished with a new answer.";
+constexpr char successHelp[] = "Start of the last evaluation that finished with a new response.";
 
 void AddRows(Writer& writer, Metrics const& metrics) {
     writer.Describe(rowsName, rowsHelp);
@@ -189,7 +189,7 @@ std::string FormatMetrics(Metrics const& metrics, std::string_view former) {
     Writer writer(metrics, former);
     writer.AddOne("clientcompliance_exit_status", "Exit status of the last run.",
                   std::to_string(metrics.exitStatus));
-    writer.AddOne("clientcompliance_stale", "1 if the agent left its earlier answer.",
+    writer.AddOne("clientcompliance_stale", "1 if the agent left its earlier response.",
                   metrics.stale ? "1" : "0");
     writer.AddOne("clientcompliance_last_run_timestamp_seconds",
                   "Start of the last run, with --wait of its last attempt.",

@@ -17,7 +17,7 @@ struct Metrics {
     std::string document = {};
     std::string config = {};
     int exitStatus = 0;
-    // The final answer existed before its request.
+    // The final response existed before its request.
     bool stale = false;
     timespec start = {};
     std::chrono::milliseconds duration{};

@@ -36,12 +36,12 @@ ProvenanceRecorder::ProvenanceRecorder(QueryCommandLine const& commandLine)
             geteuid(),
             CurrentTime()} {}
 
-Provenance ProvenanceRecorder::Finish(ResponseState const& answer, bool stale) const {
+Provenance ProvenanceRecorder::Finish(ResponseState const& response, bool stale) const {
     Provenance all = known;
     all.end = CurrentTime();
     all.duration = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - start);
-    all.response = answer;
+    all.response = response;
     all.stale = stale;
     all.agentModified = ModificationTimeOfAgent();
     return all;

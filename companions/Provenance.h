@@ -21,7 +21,7 @@ struct Provenance {
     timespec end = {};
     // By the monotonic clock, unlike `end` - `start`.
     std::chrono::milliseconds duration{};
-    // The final answer, and whether it is stale (ResponseWatch).
+    // The final response, and whether it is stale (ResponseWatch).
     ResponseState response = {};
     bool stale = false;
     // The modification time of the agent's program; nullopt if it cannot be examined.
@@ -36,7 +36,7 @@ public:
     explicit ProvenanceRecorder(QueryCommandLine const& commandLine);
 
     // Returns the provenance, with the time of this call as the end. Examines the agent's program.
-    Provenance Finish(ResponseState const& answer, bool stale) const;
+    Provenance Finish(ResponseState const& response, bool stale) const;
 
 private:
     Provenance known;

@@ -50,7 +50,7 @@ constexpr char textBeforeStatuses[] =
     "  --timeout TIME        fail if the evaluation takes longer (90, 90s, 5m, 2h)\n"
     "  --wait TIME           retry during this time if another evaluation runs, if a\n"
     "                        request is waiting, or if the agent is not available\n"
-    "  --allow-stale         accept an answer that existed before the request\n"
+    "  --allow-stale         accept a response that existed before the request\n"
     "\n"
     "Accepted results:\n"
     "  --strict LIST         exit with 10 if a row has a result that is not in LIST,\n"

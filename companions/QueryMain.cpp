@@ -47,8 +47,8 @@ std::string DescribeFileError(char const* option, ResultFileError const& error) 
     return std::string(option) + ": " + error.what();
 }
 
-constexpr char staleAnswer[] =
-    "the agent took the request, but its answer existed before: it belongs to an earlier request";
+constexpr char staleResponse[] =
+    "the agent took the request, but its response existed before: it belongs to an earlier request";
 
 // Returns the failure for an evaluation that did not finish or that a signal stopped.
 QueryFailure DescribeFailure(EvaluationEnd const& end) {
@@ -60,7 +60,7 @@ QueryFailure DescribeFailure(EvaluationEnd const& end) {
     case EvaluationEnd::stopped:
         return {QueryExit::stopped, std::string("ended early by ") + NameOfStopSignal(end.number)};
     case EvaluationEnd::stale:
-        return {QueryExit::stale, std::string(staleAnswer) + "; --allow-stale accepts it"};
+        return {QueryExit::stale, std::string(staleResponse) + "; --allow-stale accepts it"};
     default:
         return DescribeCode(end.number);
     }
@@ -105,8 +105,8 @@ private:
 
     int RunEvaluation() {
         EvaluationEnd end = EvaluateRequest();
-        NoteAnswers(end);
-        answerWasOld = end.answerUnchanged;
+        NoteOldResponses(end);
+        responseWasOld = end.responseUnchanged;
         if (end.what == EvaluationEnd::finished)
             return StatusOfRows();
         QueryFailure failure = DescribeFailure(end);
@@ -147,11 +147,11 @@ private:
     }
 
     Metrics MakeMetrics(int status) const {
-        Provenance const provenance = recorder.Finish({}, answerWasOld);
+        Provenance const provenance = recorder.Finish({}, responseWasOld);
         Metrics metrics = {.document = commandLine.document.value_or(""),
                            .config = commandLine.config,
                            .exitStatus = status,
-                           .stale = answerWasOld,
+                           .stale = responseWasOld,
                            .start = provenance.start,
                            .duration = provenance.duration,
                            .results = results};
@@ -184,14 +184,14 @@ private:
         }
     }
 
-    void NoteAnswers(EvaluationEnd const& end) const {
-        if (end.answerUnchanged && end.what != EvaluationEnd::stale)
-            Note(staleAnswer);
+    void NoteOldResponses(EvaluationEnd const& end) const {
+        if (end.responseUnchanged && end.what != EvaluationEnd::stale)
+            Note(staleResponse);
         constexpr char old[] = " existed before; the agent may not have replaced it";
         if (end.openUnchanged)
-            Note(std::string("the answer to the opening request") + old);
+            Note(std::string("the response to the opening request") + old);
         if (end.closeUnchanged)
-            Note(std::string("the answer to the closing request") + old);
+            Note(std::string("the response to the closing request") + old);
         if (end.closeCode != 0)
             Note("the agent did not confirm that the evaluation is closed (code " +
                  std::to_string(end.closeCode) + ")");
@@ -258,7 +258,7 @@ private:
             commandLine.format == RowFormat::json || commandLine.format == RowFormat::ndjson;
         bool const wanted = file ? commandLine.keepFailures : true;
         if (asJson && wanted && count < 0) {
-            WriteFailure(failure, recorder.Finish(end.answer, end.answerUnchanged), *output);
+            WriteFailure(failure, recorder.Finish(end.response, end.responseUnchanged), *output);
             output->Flush();
             if (file && !PublishOutput())
                 return Number(QueryExit::outputFailed);
@@ -277,7 +277,7 @@ private:
     ProvenanceRecorder const recorder{commandLine};
     std::optional<ResultFile> file;
     std::optional<Output> output;
-    bool answerWasOld = false;
+    bool responseWasOld = false;
     // Set only for --prometheus.
     std::optional<ResultCounts> results;
     // The number of rows that were written; -1 if UseRows has not returned.

@@ -20,7 +20,7 @@ constexpr std::array<ConditionFacts, conditionCount> conditionFacts = {{
     {"missing", "no result"},
     {"two-machines", "two machines"},
     {"failed", "failed"},
-    {"stale", "stale answer"},
+    {"stale", "stale response"},
     {"too-old", "too old"},
     {"from-future", "from the future"},
     {"no-rows", "no rows"},
@@ -125,7 +125,7 @@ std::string Describe(ReportEntry const& entry, Condition condition) {
         return "the newest evaluation failed with exit status " +
                std::to_string(entry.result.exitStatus) + ": " + entry.result.message;
     case Condition::stale:
-        return "the agent's answer existed before the request, or it is unknown whether it did";
+        return "the agent's response existed before the request, or it is unknown whether it did";
     case Condition::tooOld:
         return "the newest result is " + FormatAge(entry.age) + " old";
     case Condition::fromFuture:

@@ -22,8 +22,8 @@
 enum class Condition {
     missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
-    failed,      // the newest evaluation failed, for another reason than a stale answer
-    stale,       // its answer existed before its request, or it is unknown whether it did
+    failed,      // the newest evaluation failed, for another reason than a stale response
+    stale,       // its response existed before its request, or it is unknown whether it did
     tooOld,      // it ended more than ReportOptions::maxAge ago
     fromFuture,  // it ended more than maxClockDifference after ReportOptions::now
     noRows,      // it finished without rows, and ReportOptions::allowEmpty is false

@@ -21,7 +21,7 @@ struct ResponseState {
 ResponseState LookAtResponse();
 
 // Compares the response before a request with the response after it. Construct it before the
-// request, and call IsUnchanged after the answer.
+// request, and call IsUnchanged after the new one.
 //
 // Limitations: a stale response is not detected if the agent replaces it after the library has read
 // it, but before IsUnchanged. A new response is reported as unchanged if it has the same inode and

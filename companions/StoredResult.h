@@ -32,8 +32,8 @@ struct StoredProvenance {
     std::string host = {};
     StoredTime start = {};
     StoredTime end = {};
-    // The agent's answer existed before its request, or the document of a finished evaluation does
-    // not state whether it did.
+    // The agent's response existed before its request, or the document of a finished evaluation
+    // does not state whether it did.
     bool stale = false;
     // The modification time of the agent's program; nullopt if it could not be examined.
     std::optional<StoredTime> agentModified = {};

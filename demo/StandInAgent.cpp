@@ -156,7 +156,7 @@ void StandInAgent::HandleStep(ScenarioStep const& step, ClientComplianceType typ
         std::printf("VeskaClient: answered with garbage\n");
         break;
     case ScenarioStep::Vanish:
-        std::printf("VeskaClient: taken without an answer\n");
+        std::printf("VeskaClient: taken without a response\n");
         break;
     }
     ClientComplianceRequestIORelease();

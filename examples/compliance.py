@@ -38,7 +38,7 @@ CODES = {
     -4: "the agent is not configured",
     -5: "a request is already waiting for the agent",
     -6: "another process holds the lock, or the lock file cannot be opened, as without an agent",
-    -7: "the agent's answer cannot be read",
+    -7: "the agent's response cannot be read",
     -8: "the evaluation has not finished",
     -15: "an evaluation is already open in this process",
     -16: "the exchange with the agent failed",

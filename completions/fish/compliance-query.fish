@@ -49,7 +49,7 @@ complete -c compliance-query -l prometheus -n '__compliance_query_lacks --promet
 complete -c compliance-query -l flags -n '__compliance_query_lacks --flags' -x -a '(__compliance_query_list gather all idle hint)' -d 'How to evaluate'
 complete -c compliance-query -l strict -n '__compliance_query_lacks --strict' -x -d 'Results that are accepted'
 complete -c compliance-query -l allow-empty -n '__compliance_query_lacks --allow-empty' -d 'Accept an evaluation without rows'
-complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept an answer that existed before the request'
+complete -c compliance-query -l allow-stale -n '__compliance_query_lacks --allow-stale' -d 'Accept a response that existed before the request'
 complete -c compliance-query -l timeout -n '__compliance_query_lacks --timeout' -x -d 'Fail after this time'
 complete -c compliance-query -l wait -n '__compliance_query_lacks --wait' -x -d 'Retry during this time'
 complete -c compliance-query -l progress -n '__compliance_query_lacks --progress' -x -a 'auto bar lines none' -d 'How progress is shown'

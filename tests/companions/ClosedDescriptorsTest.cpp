@@ -52,7 +52,7 @@ protected:
 
 TEST_P(ClosedDescriptorsTest, QueryDoesNotWriteOutputToExchangeFiles) {
     OnAMachine([] {
-        ScriptedAgent const agent(WholeEvaluation({OneRowAnswer()}));
+        ScriptedAgent const agent(WholeEvaluation({OneRowResponse()}));
         ProgramResult const result =
             RunProgram({CC_QUERY_PROGRAM, "--tsv", "--progress=lines", "u", "d"}, Options());
         bool const outputClosed = IsClosed(STDOUT_FILENO);
@@ -65,7 +65,7 @@ TEST_P(ClosedDescriptorsTest, QueryDoesNotWriteOutputToExchangeFiles) {
             requests.push_back(request.bytes);
         EXPECT_THAT(requests,
                     ElementsAre(OpenRequest("u", "d", "0"), progressRequest, closeRequest));
-        ExpectFiles("", CloseAnswer());
+        ExpectFiles("", CloseResponse());
     });
 }
 

@@ -113,12 +113,12 @@ TEST(DiffTest, NotesListDifferencesOfTheProvenance) {
     sides.newSide.result.provenance->stale = true;
     sides.oldSide.result.provenance->start.time.tv_sec = 1;
     EXPECT_EQ(
-        (Texts{"the results are of different hosts: 'web1' and 'web2'",
-               "the results are of different documents: 'Doc.xml' and '(the default)'",
-               "the results are of different sites: '(the default)' and 'u'",
-               "new is older than old",
-               "new has a stale answer: it existed before its request, or it is unknown whether it "
-               "did"}),
+        (Texts{
+            "the results are of different hosts: 'web1' and 'web2'",
+            "the results are of different documents: 'Doc.xml' and '(the default)'",
+            "the results are of different sites: '(the default)' and 'u'", "new is older than old",
+            "new has a stale response: it existed before its request, or it is unknown whether it "
+            "did"}),
         sides.Notes());
     sides.oldSide.result.provenance.reset();
     EXPECT_EQ(Texts{"old has no provenance: its host, document and time are unknown"},

@@ -49,7 +49,7 @@ void TryAll(std::string const& path, std::string const& check, std::vector<Kind>
         Sandbox::Run([&] {
             MountForDevices();
             Sandbox::CreateAgentDirectories();
-            PlayedAgent const agent(UsualAnswers());
+            PlayedAgent const agent(UsualResponses());
             Programs const programs(asUser);
             for (Kind const& kind : kinds) {
                 SCOPED_TRACE(kind.name + " at " + path + (asUser ? ", user" : ", root"));
@@ -105,7 +105,7 @@ bool GiveStickyDirectoryToGroup() {
 }
 
 SANDBOX_TEST(DoctorAgreementTest, AgreesOnFilesOfRootInStickyDirectory) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     Programs const programs(true);
     for (CheckedPath const& checked : checkedFiles) {
         SCOPED_TRACE(checked.path);

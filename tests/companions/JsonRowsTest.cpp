@@ -131,7 +131,7 @@ TEST(JsonRowsTest, WritesNullForUnknownProvenance) {
     EXPECT_EQ(Json::object(), provenance.at("results"));
 }
 
-TEST(JsonRowsTest, MarksStaleAnswerAsNotFresh) {
+TEST(JsonRowsTest, MarksStaleResponseAsNotFresh) {
     Provenance provenance = KnownProvenance();
     provenance.stale = true;
     EXPECT_EQ(false,

@@ -98,7 +98,7 @@ TEST(MetricsTest, KeepsFirstOfRepeatedSamples) {
     EXPECT_THAT(text, Not(HasSubstr(sample + "2\n")));
 }
 
-TEST(MetricsTest, StaleAnswerIsNotASuccess) {
+TEST(MetricsTest, StaleResponseIsNotASuccess) {
     Metrics metrics = FinishedMetrics();
     metrics.stale = true;
     Texts const samples = Samples(FormatMetrics(metrics, ""));

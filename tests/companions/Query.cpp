@@ -10,9 +10,11 @@ ProgramResult RunQuery(Texts const& arguments, ProgramOptions const& options) {
     return RunProgram(QueryCommand(arguments), options);
 }
 
-AgentScript QueryScript(Texts const& progressAnswers) { return WholeEvaluation(progressAnswers); }
+AgentScript QueryScript(Texts const& progressResponses) {
+    return WholeEvaluation(progressResponses);
+}
 
-std::string Finished(std::string const& rows) { return ProgressAnswer("1", "0", "100", rows); }
+std::string Finished(std::string const& rows) { return ProgressResponse("1", "0", "100", rows); }
 
 AgentScript FinishingScript(std::string const& rows) { return QueryScript({Finished(rows)}); }
 

@@ -9,9 +9,9 @@ Texts QueryCommand(Texts const& arguments);
 ProgramResult RunQuery(Texts const& arguments, ProgramOptions const& options = {});
 
 // Returns the script of an agent that answers Open, each Progress request in turn, and Close.
-AgentScript QueryScript(Texts const& progressAnswers);
+AgentScript QueryScript(Texts const& progressResponses);
 
-// Returns the answer to Progress that ends an evaluation with these rows.
+// Returns the response to Progress that ends an evaluation with these rows.
 std::string Finished(std::string const& rows = "");
 
 // Returns the script of an agent whose evaluation ends with these rows.

@@ -76,7 +76,7 @@ TEST(QueryExitTest, ExplainsEachStatus) {
                       "\nRemedy: " + std::string(facts.remedy) + "\n",
                   ExplainQueryExit(number));
     }
-    EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the answer existed before"));
+    EXPECT_TRUE(ExplainQueryExit("9").starts_with("9 (stale): the response existed before"));
 }
 
 TEST(QueryExitTest, AcceptsOnlyNumbersOfExitStatuses) {

@@ -1,4 +1,4 @@
-// Stale answers and provenance.
+// Stale responses and provenance.
 #include "tests/companions/Query.h"
 
 namespace {
@@ -6,7 +6,7 @@ namespace {
 std::string const oldRow = Row({"old", "Compliant", "", "1", "", ""});
 std::string const newRow = Row({"new", "Compliant", "", "1", "", ""});
 constexpr char stale[] =
-    "the agent took the request, but its answer existed before: it belongs to an earlier "
+    "the agent took the request, but its response existed before: it belongs to an earlier "
     "request";
 
 // Takes each request of an evaluation and answers none.
@@ -17,10 +17,10 @@ AgentScript SilentAgent() {
     return script;
 }
 
-// Runs the program against an agent on a machine where an old answer is left.
-QueryRun QueryWithOldAnswer(AgentScript const& script, std::string const& oldAnswer,
-                            Texts arguments) {
-    WriteWholeFile(ScriptedAgent::response, oldAnswer);
+// Runs the program against an agent on a machine where an old response is left.
+QueryRun QueryWithOldResponse(AgentScript const& script, std::string const& oldResponse,
+                              Texts arguments) {
+    WriteWholeFile(ScriptedAgent::response, oldResponse);
     arguments.emplace_back("-d");
     return Query(arguments, script);
 }
@@ -29,8 +29,8 @@ bool IsFresh(ProgramResult const& result) {
     return Json::parse(result.output).at("/provenance/response/fresh"_json_pointer);
 }
 
-void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
-    QueryRun const run = QueryWithOldAnswer(script, oldAnswer, {"--json"});
+void ExpectStale(AgentScript const& script, std::string const& oldResponse) {
+    QueryRun const run = QueryWithOldResponse(script, oldResponse, {"--json"});
     std::string const message = std::string(stale) + "; --allow-stale accepts it";
     EXPECT_EQ(ExitStatus::Exited(9), run.status) << run.errors;
     EXPECT_THAT(run.errors, HasSubstr("compliance-query: " + message + "\n"));
@@ -38,11 +38,11 @@ void ExpectStale(AgentScript const& script, std::string const& oldAnswer) {
     EXPECT_EQ(FailureOf(9, "stale", message), DocumentOf(run));
 }
 
-SANDBOX_TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNotASuccess) {
+SANDBOX_TEST(QueryFreshnessTest, MetricsOfStaleResponseAreNotASuccess) {
     constexpr char metrics[] = "/opt/stale.prom";
     for (auto const& [option, status] : {std::pair{"--quiet", "9"}, {"--allow-stale", "0"}}) {
-        QueryWithOldAnswer(SilentAgent(), Finished(oldRow),
-                           {"-q", option, "--prometheus", metrics});
+        QueryWithOldResponse(SilentAgent(), Finished(oldRow),
+                             {"-q", option, "--prometheus", metrics});
         std::string const text = ReadWholeFile(metrics);
         EXPECT_THAT(text, HasSubstr("_stale{document=\"\",config=\"\"} 1\n"));
         EXPECT_THAT(text, Not(HasSubstr("\nclientcompliance_last_success")));
@@ -52,23 +52,23 @@ SANDBOX_TEST(QueryFreshnessTest, MetricsOfStaleAnswerAreNotASuccess) {
     }
 }
 
-SANDBOX_TEST(QueryFreshnessTest, OldAnswerIsStaleIfAgentDoesNotAnswer) {
+SANDBOX_TEST(QueryFreshnessTest, OldResponseIsStaleIfAgentDoesNotAnswer) {
     ExpectStale(SilentAgent(), Finished(oldRow));
-    ExpectStale(SilentAgent(), ProgressAnswer("2", "5"));
+    ExpectStale(SilentAgent(), ProgressResponse("2", "5"));
 }
 
-// The agent does not answer Open. Its answer to Progress arrives after the request was removed.
-SANDBOX_TEST(QueryFreshnessTest, LateAnswerIsStale) {
+// The agent does not answer Open. Its response to Progress arrives after the request was removed.
+SANDBOX_TEST(QueryFreshnessTest, LateResponseIsStale) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest();
     script.AwaitRequest().RemoveRequest().PauseUntil(seconds(4)).Respond(Finished(newRow));
-    script.Answer(CloseAnswer());
+    script.Answer(CloseResponse());
     ExpectStale(script, Finished(oldRow));
 }
 
 SANDBOX_TEST(QueryFreshnessTest, AllowStaleAcceptsOldRows) {
     QueryRun const run =
-        QueryWithOldAnswer(SilentAgent(), Finished(oldRow), {"--json", "--allow-stale"});
+        QueryWithOldResponse(SilentAgent(), Finished(oldRow), {"--json", "--allow-stale"});
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     EXPECT_THAT(run.errors, HasSubstr(std::string("compliance-query: ") + stale + "\n"));
     EXPECT_EQ("old", DocumentOf(run).at("rows").at(0).at("designator"));
@@ -76,39 +76,41 @@ SANDBOX_TEST(QueryFreshnessTest, AllowStaleAcceptsOldRows) {
 }
 
 SANDBOX_TEST(QueryFreshnessTest, AllowStaleNotesOldError) {
-    QueryRun const run =
-        QueryWithOldAnswer(SilentAgent(), ProgressAnswer("2", "5"), {"--json", "--allow-stale"});
+    QueryRun const run = QueryWithOldResponse(SilentAgent(), ProgressResponse("2", "5"),
+                                              {"--json", "--allow-stale"});
     EXPECT_EQ(ExitStatus::Exited(1), run.status);
     EXPECT_THAT(run.errors, HasSubstr(std::string(stale) + "\n"));
 }
 
-// A new file with the same bytes is a new answer.
-SANDBOX_TEST(QueryFreshnessTest, RepeatedAnswerIsFresh) {
-    QueryRun const run = QueryWithOldAnswer(FinishingScript(oldRow), Finished(oldRow), {"--json"});
+// A new file with the same bytes is a new response.
+SANDBOX_TEST(QueryFreshnessTest, RepeatedResponseIsFresh) {
+    QueryRun const run =
+        QueryWithOldResponse(FinishingScript(oldRow), Finished(oldRow), {"--json"});
     ExpectExit(0, "", run);
     EXPECT_TRUE(IsFresh(run));
 }
 
 // An agent may answer Progress alone.
-SANDBOX_TEST(QueryFreshnessTest, UnchangedAnswersToOpenAndCloseAreNotes) {
+SANDBOX_TEST(QueryFreshnessTest, UnchangedResponsesToOpenAndCloseAreNotes) {
     AgentScript script;
     script.AwaitRequest().RemoveRequest().Answer(Finished(newRow));
     script.AwaitRequest().RemoveRequest();
-    ExpectExit(0, "", QueryWithOldAnswer(script, CloseAnswer(), {"--tsv", "--quiet"}));
-    ExpectExit(0,
-               "compliance-query: the answer to the opening request existed before; the agent may "
-               "not have replaced it\n"
-               "compliance-query: the answer to the closing request existed before; the agent may "
-               "not have replaced it\n",
-               QueryWithOldAnswer(script, CloseAnswer(), {"--tsv", "--progress=none"}));
+    ExpectExit(0, "", QueryWithOldResponse(script, CloseResponse(), {"--tsv", "--quiet"}));
+    ExpectExit(
+        0,
+        "compliance-query: the response to the opening request existed before; the agent may "
+        "not have replaced it\n"
+        "compliance-query: the response to the closing request existed before; the agent may "
+        "not have replaced it\n",
+        QueryWithOldResponse(script, CloseResponse(), {"--tsv", "--progress=none"}));
 }
 
-// An unchanged answer "in progress" indicates a slow agent.
-SANDBOX_TEST(QueryFreshnessTest, UnchangedAnswerInProgressIsPolledAgain) {
+// An unchanged response "in progress" indicates a slow agent.
+SANDBOX_TEST(QueryFreshnessTest, UnchangedResponseInProgressIsPolledAgain) {
     AgentScript script;
-    script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
+    script.Answer(OpenResponse()).Answer(ProgressResponse("3", "0", "50"));
     script.AwaitRequest().RemoveRequest();
-    script.Answer(Finished(newRow)).Answer(CloseAnswer());
+    script.Answer(Finished(newRow)).Answer(CloseResponse());
     QueryRun const run = Query({"-d", "--tsv"}, script);
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     EXPECT_THAT(run.output, HasSubstr("\nnew\t"));

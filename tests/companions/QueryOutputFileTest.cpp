@@ -38,16 +38,16 @@ SANDBOX_TEST(QueryOutputFileTest, ResultThatIsNotAcceptedReplacesFile) {
 }
 
 SANDBOX_TEST(QueryOutputFileTest, FailedEvaluationKeepsFile) {
-    for (auto const& [answer, status] :
-         {std::pair{ProgressAnswer("2", "5"), 1}, {ProgressAnswer("7"), 6}}) {
-        EXPECT_EQ(ExitStatus::Exited(status), QueryToFile(QueryScript({answer})).status);
+    for (auto const& [response, status] :
+         {std::pair{ProgressResponse("2", "5"), 1}, {ProgressResponse("7"), 6}}) {
+        EXPECT_EQ(ExitStatus::Exited(status), QueryToFile(QueryScript({response})).status);
         EXPECT_EQ("old", ReadWholeFile(resultFile));
     }
 }
 
 SANDBOX_TEST(QueryOutputFileTest, FailureReplacesFileWithKeepFailures) {
     EXPECT_EQ(ExitStatus::Exited(1),
-              QueryToFile(QueryScript({ProgressAnswer("2", "5")}), {"--keep-failures"}).status);
+              QueryToFile(QueryScript({ProgressResponse("2", "5")}), {"--keep-failures"}).status);
     EXPECT_EQ(5, ResultDocument().at("agentError"));
 }
 
@@ -79,14 +79,14 @@ SANDBOX_TEST(QueryOutputFileTest, RefusesFileBeforeTheRequest) {
 }
 
 SANDBOX_TEST(QueryOutputFileTest, ExitsWith8IfFileCannotBeReplaced) {
-    for (std::string const& answer : {Finished(), ProgressAnswer("2", "5")}) {
+    for (std::string const& response : {Finished(), ProgressResponse("2", "5")}) {
         fs::remove("/opt/file");
         QueryRun const run = Query({"-d", "--json", "--keep-failures", "-o", "/opt/file"},
                                    AgentScript()
-                                       .Answer(OpenAnswer())
+                                       .Answer(OpenResponse())
                                        .MakeDirectory("/opt/file")
-                                       .Answer(answer)
-                                       .Answer(CloseAnswer()));
+                                       .Answer(response)
+                                       .Answer(CloseResponse()));
         EXPECT_EQ(ExitStatus::Exited(8), run.status);
         EXPECT_THAT(run.errors,
                     EndsWith("--output: '/opt/file' could not be replaced: Is a directory\n"));
@@ -104,7 +104,7 @@ SANDBOX_TEST(QueryOutputFileTest, FullDiskKeepsFile) {
     ExpectExit(
         8, failure + "compliance-query: the rows could not be written: No space left on device\n",
         Query({"-d", "--json", "--keep-failures", "-o", resultFile},
-              QueryScript({ProgressAnswer("2", "5")})));
+              QueryScript({ProgressResponse("2", "5")})));
     EXPECT_EQ("old", ReadWholeFile(resultFile));
     EXPECT_EQ(2u, CountEntries(resultDirectory));
 }

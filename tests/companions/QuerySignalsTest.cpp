@@ -17,7 +17,7 @@ SANDBOX_TEST(QuerySignalsTest, FirstSignalClosesTheEvaluation) {
     for (auto const& [signal, status, name] :
          {std::tuple{SIGINT, 130, "SIGINT"}, {SIGTERM, 143, "SIGTERM"}, {SIGHUP, 129, "SIGHUP"}}) {
         ScriptedAgent const agent(
-            QueryScript({ProgressAnswer("3", "0", "10"), ProgressAnswer("3", "0", "20")}));
+            QueryScript({ProgressResponse("3", "0", "10"), ProgressResponse("3", "0", "20")}));
         OtherProgram program(QueryCommand({"-d", "--json"}));
         agent.AwaitRequests(3);
         program.Kill(signal);
@@ -31,11 +31,11 @@ SANDBOX_TEST(QuerySignalsTest, FirstSignalClosesTheEvaluation) {
 
 SANDBOX_TEST(QuerySignalsTest, SignalDuringTheCloseAddsNoSecondDocument) {
     ScriptedAgent const agent(AgentScript()
-                                  .Answer(OpenAnswer())
+                                  .Answer(OpenResponse())
                                   .Answer(Finished(TwoRows()))
                                   .AwaitRequest()
                                   .PauseUntil(seconds(1))
-                                  .Respond(CloseAnswer())
+                                  .Respond(CloseResponse())
                                   .RemoveRequest());
     OtherProgram program(QueryCommand({"-d", "--json"}));
     agent.AwaitRequests(3);
@@ -74,7 +74,7 @@ SANDBOX_TEST(QuerySignalsTest, CtrlCDuringOutputOfRowsClosesTheEvaluation) {
 }
 
 SANDBOX_TEST(QuerySignalsTest, SecondSignalEndsTheProgramImmediately) {
-    ScriptedAgent const agent(AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest());
+    ScriptedAgent const agent(AgentScript().Answer(OpenResponse()).AwaitRequest().AwaitRequest());
     OtherProgram program(QueryCommand({"-d"}));
     agent.AwaitRequests(2);
     program.Kill(SIGINT);

@@ -14,30 +14,30 @@ void ExpectRefusal(int status, std::string const& message, Texts const& argument
 // The program closes the evaluation in each case.
 SANDBOX_TEST(QueryStatusTest, FailureHasStatusMessageAndDocument) {
     struct {
-        std::string answer;
+        std::string response;
         int status;
         char const* word;
         std::string message;
         // A further member of the document.
         Json more;
-    } const failures[] = {{ProgressAnswer("2", "-22"),
+    } const failures[] = {{ProgressResponse("2", "-22"),
                            1,
                            "agent-error",
                            "the agent is not available right now (error -22)",
                            {{"agentError", -22}}},
-                          {ProgressAnswer("2", "5"),
+                          {ProgressResponse("2", "5"),
                            1,
                            "agent-error",
                            "the agent reports the error 5",
                            {{"agentError", 5}}},
-                          {ProgressAnswer("7"),
+                          {ProgressResponse("7"),
                            6,
                            "bad-answer",
-                           "the agent's answer cannot be read (code -7)",
+                           "the agent's response cannot be read (code -7)",
                            {{"code", -7}}}};
-    for (auto const& [answer, status, word, message, more] : failures)
+    for (auto const& [response, status, word, message, more] : failures)
         for (char const* const format : {"--json", "--tsv"}) {
-            QueryRun const run = Query({"-d", "--timeout=1m", format}, QueryScript({answer}));
+            QueryRun const run = Query({"-d", "--timeout=1m", format}, QueryScript({response}));
             ExpectExit(status, "compliance-query: " + message + "\n", run);
             EXPECT_EQ(closeRequest, run.requests.back());
             Json expected = FailureOf(status, word, message);
@@ -142,7 +142,7 @@ TEST(QueryStatusTest, ExitsWith8IfHelpCannotBeWritten) {
 TEST(QueryStatusTest, ExplainShowsCauseAndRemedy) {
     ProgramResult const result = RunQuery({"--explain", "9"});
     ExpectExit(0, "", result);
-    EXPECT_THAT(result.output, StartsWith("9 (stale): the answer existed before the request\n"
+    EXPECT_THAT(result.output, StartsWith("9 (stale): the response existed before the request\n"
                                           "Cause: "));
     EXPECT_THAT(result.output, HasSubstr("\nRemedy: "));
 }

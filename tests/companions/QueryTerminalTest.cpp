@@ -18,7 +18,7 @@ ProgramOptions OnScreen(Terminal const& screen, std::vector<int> const& descript
 SANDBOX_TEST(QueryTerminalTest, DrawsBarAndClearsItBeforeRows) {
     Terminal const screen;
     EXPECT_EQ(ExitStatus::Exited(0),
-              Query({"-d"}, QueryScript({ProgressAnswer("3", "0", "50"), Finished()}),
+              Query({"-d"}, QueryScript({ProgressResponse("3", "0", "50"), Finished()}),
                     OnScreen(screen, {1, 2}, {"TERM=xterm"}))
                   .status);
     std::string const clear = "\r\x1b[K";

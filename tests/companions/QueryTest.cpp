@@ -81,7 +81,7 @@ SANDBOX_TEST(QueryTest, DefaultRequestHasNoUrlAndNoDocument) {
 
 SANDBOX_TEST(QueryTest, FailedCloseIsANoteUnlessQuiet) {
     AgentScript const script =
-        AgentScript().Answer(OpenAnswer()).Answer(Finished(TwoRows())).AwaitRequest();
+        AgentScript().Answer(OpenResponse()).Answer(Finished(TwoRows())).AwaitRequest();
     for (bool const quiet : {false, true}) {
         QueryRun const run = Query({"-d", "--tsv", quiet ? "--quiet" : "--progress=none"}, script);
         ExpectExit(0,
@@ -96,7 +96,7 @@ SANDBOX_TEST(QueryTest, FailedCloseIsANoteUnlessQuiet) {
 
 SANDBOX_TEST(QueryTest, WritesLinesOfProgress) {
     QueryRun const run = Query({"-d", "--progress=lines"},
-                               QueryScript({ProgressAnswer("3", "0", "40"), Finished()}));
+                               QueryScript({ProgressResponse("3", "0", "40"), Finished()}));
     ExpectExit(0,
                "compliance-query: asking the agent\n"
                "compliance-query: 40% completed\n"
@@ -108,7 +108,7 @@ SANDBOX_TEST(QueryTest, WritesLinesOfProgress) {
 SANDBOX_TEST(QueryTest, QuietWritesErrorsOnly) {
     ExpectExit(1, "compliance-query: the agent reports the error 7\n",
                Query({"-d", "--quiet", "--progress=lines"},
-                     QueryScript({ProgressAnswer("3"), ProgressAnswer("2", "7")})));
+                     QueryScript({ProgressResponse("3"), ProgressResponse("2", "7")})));
 }
 
 TEST(QueryTest, HelpAndVersionNeedNoAgent) {

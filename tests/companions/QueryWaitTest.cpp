@@ -42,9 +42,9 @@ SANDBOX_TEST(WaitTest, RetriesUntilTheRequestIsTaken) {
                                                                   .AwaitRequest()
                                                                   .PauseUntil(milliseconds(1500))
                                                                   .RemoveRequest()
-                                                                  .Answer(OpenAnswer())
+                                                                  .Answer(OpenResponse())
                                                                   .Answer(Finished())
-                                                                  .Answer(CloseAnswer()));
+                                                                  .Answer(CloseResponse()));
     EXPECT_EQ(ExitStatus::Exited(0), run.status) << run.errors;
     EXPECT_THAT(run.errors, StartsWith("compliance-query: a request is already waiting"));
     EXPECT_EQ("finished", DocumentOf(run).at("outcome"));
@@ -52,10 +52,10 @@ SANDBOX_TEST(WaitTest, RetriesUntilTheRequestIsTaken) {
 
 SANDBOX_TEST(WaitTest, RetriesWhileTheAgentIsNotAvailable) {
     QueryRun const run =
-        Query({"-d", "--json", "--wait=60"}, QueryScript({ProgressAnswer("2", "-22")})
-                                                 .Answer(OpenAnswer())
+        Query({"-d", "--json", "--wait=60"}, QueryScript({ProgressResponse("2", "-22")})
+                                                 .Answer(OpenResponse())
                                                  .Answer(Finished())
-                                                 .Answer(CloseAnswer()));
+                                                 .Answer(CloseResponse()));
     ExpectExit(0,
                "compliance-query: the agent is not available right now (error -22); trying "
                "again in 1 s\n",
@@ -112,7 +112,7 @@ SANDBOX_TEST(WaitTest, KeepsNameOfProcessIfProgramIsRemoved) {
 SANDBOX_TEST(WaitTest, DoesNotRetryAfterOtherFailures) {
     EXPECT_EQ(ExitStatus::Exited(3), RunQuery({"-d", "--wait=60"}).status);
     ExpectExit(1, "compliance-query: the agent reports the error 5\n",
-               Query({"-d", "--wait=60"}, QueryScript({ProgressAnswer("2", "5")})));
+               Query({"-d", "--wait=60"}, QueryScript({ProgressResponse("2", "5")})));
 }
 
 SANDBOX_TEST(WaitTest, ReportsFailureAfterTheWait) {

@@ -27,7 +27,7 @@ TEST_F(ReportConditionTest, AgeIsMeasuredByTheClockOfTheReader) {
     ExpectStates({"old: too-old", "future: from-future", "limit:", "tolerated:"});
 }
 
-TEST_F(ReportConditionTest, ReportsStaleAnswers) {
+TEST_F(ReportConditionTest, ReportsStaleResponses) {
     Provenance stale = ProvenanceOf("web1");
     stale.stale = true;
     Store("a", stale);
@@ -107,7 +107,7 @@ TEST_F(ReportConditionTest, DescribesEachCondition) {
           {Condition::twoMachines, "two machines use this host name: evaluations overlap, or the "
                                    "agent's program alternates"},
           {Condition::failed, "the newest evaluation failed with exit status 5: not taken"},
-          {Condition::stale, "the agent's answer existed before the request, or it is unknown "
+          {Condition::stale, "the agent's response existed before the request, or it is unknown "
                              "whether it did"},
           {Condition::tooOld, "the newest result is 30 min old"},
           {Condition::fromFuture,

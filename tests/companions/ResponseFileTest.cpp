@@ -12,7 +12,7 @@ void Publish(std::string const& bytes) {
     fs::rename(temporary, response);
 }
 
-// Whether a change of the response counts as a new answer.
+// Whether a change of the response counts as a new response.
 template <typename Change>
 bool IsNew(Change const& change) {
     ResponseWatch const watch;
@@ -20,12 +20,12 @@ bool IsNew(Change const& change) {
     return !watch.IsUnchanged();
 }
 
-SANDBOX_TEST(ResponseFileTest, ReadingAnAnswerDoesNotChangeIt) {
+SANDBOX_TEST(ResponseFileTest, ReadingAResponseDoesNotChangeIt) {
     Publish("old");
     EXPECT_FALSE(IsNew([] { ReadWholeFile(response); }));
 }
 
-SANDBOX_TEST(ResponseFileTest, MissingAnswerCountsAsChanged) {
+SANDBOX_TEST(ResponseFileTest, MissingResponseCountsAsChanged) {
     EXPECT_TRUE(IsNew([] {}));
     EXPECT_TRUE(IsNew([] { Publish("first"); }));
     EXPECT_TRUE(IsNew([] { fs::remove(response); }));
@@ -33,7 +33,7 @@ SANDBOX_TEST(ResponseFileTest, MissingAnswerCountsAsChanged) {
     EXPECT_TRUE(IsNew([] {}));
 }
 
-// Writes to the file, and restores its modification time like an agent that copies an old answer.
+// Writes to the file, and restores its modification time like an agent that copies an old response.
 void Restore() {
     struct stat before {};
     ASSERT_EQ(0, stat(response, &before));
@@ -42,7 +42,7 @@ void Restore() {
     ASSERT_EQ(0, utimensat(AT_FDCWD, response, times, 0));
 }
 
-SANDBOX_TEST(ResponseFileTest, DetectsReplacedOverwrittenAndExtendedAnswer) {
+SANDBOX_TEST(ResponseFileTest, DetectsReplacedOverwrittenAndExtendedResponse) {
     Publish("old");
     for (auto const& change : std::vector<std::function<void()>>{
              [] { Publish("old"); }, [] { WriteWholeFile(response, "old"); },

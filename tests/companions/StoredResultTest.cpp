@@ -76,7 +76,7 @@ TEST_F(StoredResultTest, RoundTripsOutputOfTheQuery) {
     }
 }
 
-TEST_F(StoredResultTest, ReadsStaleAnswers) {
+TEST_F(StoredResultTest, ReadsStaleResponses) {
     Provenance provenance = ProvenanceOf("web1");
     provenance.stale = true;
     EXPECT_TRUE(Read(ResultText({}, provenance)).provenance->stale);

@@ -3,7 +3,7 @@
 
 DIRECTORY gets a file for each host and night in the form of compliance-query --json, and hosts.txt
 with the names of all hosts and of one that has no result. Every tenth host has failing rows; of the
-first hosts, one evaluation failed, one answer is stale, one result is old, one is from the future, one
+first hosts, one evaluation failed, one response is stale, one result is old, one is from the future, one
 has no rows, and one name is used by two machines.
 """
 

@@ -27,7 +27,7 @@ struct World {
     bool presenceThrows = false;
     int exchange = 0;
     bool exchangeThrows = false;
-    ClientComplianceResponse answer{ClientComplianceProgress};
+    ClientComplianceResponse response{ClientComplianceProgress};
 
     bool isLocked = false;
     int exchanges = 0;
@@ -65,7 +65,7 @@ int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceRespons
     if (world.exchangeThrows)
         throw 1;
     if (world.exchange == 0)
-        response = world.answer;
+        response = world.response;
     return world.exchange;
 }
 
@@ -115,7 +115,7 @@ protected:
 
     static void OpenAndFinish(std::vector<RowTexts> const& rows = {}) {
         Open();
-        world.answer = MakeResponse({ClientComplianceProgress, 1, 0, 0, rows});
+        world.response = MakeResponse({ClientComplianceProgress, 1, 0, 0, rows});
         ExpectProgress(1);
     }
 };
@@ -195,7 +195,7 @@ TEST_F(ComplianceTest, OnlyOpenChecksTheAgentAndPendingRequests) {
     world.installed = -1;
     world.running = world.configured = false;
     world.pending = world.presenceThrows = true;
-    world.answer.state = 3;
+    world.response.state = 3;
     ExpectProgress(3, 0);
     EXPECT_EQ(0, COMPLIANCE_Close());
     EXPECT_EQ(3, world.exchanges);
@@ -204,7 +204,7 @@ TEST_F(ComplianceTest, OnlyOpenChecksTheAgentAndPendingRequests) {
 TEST_F(ComplianceTest, ProgressSendsItsRequestWithAnEmptyResponse) {
     Open();
     iResponse = MakeResponse({ClientComplianceClose, 1, 9, 9, {{"old", "", "", "", "", ""}}});
-    world.answer.state = 3;
+    world.response.state = 3;
     ExpectProgress(3, 0);
     EXPECT_EQ(RequestFields(ClientComplianceProgress, "", "", 0), world.request);
     EXPECT_EQ(EmptyResponse(ClientComplianceProgress), world.before);
@@ -213,21 +213,21 @@ TEST_F(ComplianceTest, ProgressSendsItsRequestWithAnEmptyResponse) {
 TEST_F(ComplianceTest, ProgressWritesOnlyTheVariableOfItsState) {
     Open();
     for (int const value : {-2147483647 - 1, -22, 0, 50, 100, 101, 2147483647}) {
-        world.answer.error = world.answer.percent = value;
-        world.answer.state = 2;
+        world.response.error = world.response.percent = value;
+        world.response.state = 2;
         ExpectProgress(2, 1234, value);
-        world.answer.state = 3;
+        world.response.state = 3;
         ExpectProgress(3, value);
     }
-    world.answer.state = 1;
+    world.response.state = 1;
     ExpectProgress(1);
 }
 
 TEST_F(ComplianceTest, EvaluationStaysOpenUntilItIsFinished) {
     Open();
-    world.answer.Add("a", "b", "c", "d", "e", "f");
+    world.response.Add("a", "b", "c", "d", "e", "f");
     for (int const state : {0, 2, 3, 4, -1, 2147483647}) {
-        world.answer.state = state;
+        world.response.state = state;
         bool const isKnown = state == 2 || state == 3;
         ExpectProgress(isKnown ? state : COMPLIANCE_ERROR_BAD_RESPONSE, state == 3 ? 0 : 1234,
                        state == 2 ? 0 : 5678);
@@ -241,7 +241,7 @@ TEST_F(ComplianceTest, EvaluationStaysOpenUntilItIsFinished) {
         ExpectState(State::open);
     }
     world.exchange = 0;
-    world.answer.state = 1;
+    world.response.state = 1;
     ExpectProgress(1);
     ExpectState(State::finished);
 }

@@ -86,7 +86,7 @@ TYPED_TEST_SUITE(ExchangeFailureTest, Failures);
 // response is readable. The fields of the response are those that the agent wrote. Its type is not
 // compared with that of the request.
 TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstReadableResponse) {
-    ResponseFields const answer{
+    ResponseFields const published{
         ClientComplianceProgress, 3, 1, 2, {{"d", "r", "t", "e", "i", "c"}}};
     for (unsigned int bits = 0; bits < 256; ++bits) {
         SCOPED_TRACE(bits);
@@ -109,11 +109,11 @@ TYPED_TEST(ExchangeFailureTest, EndsWithTheFirstReadableResponse) {
             EXPECT_FALSE(requestExists(CurrentPoll()));
             if (!isReadable(CurrentPoll()))
                 throw TypeParam();
-            return MakeResponse(answer);
+            return MakeResponse(published);
         };
         EXPECT_EQ(result, this->Exchange());
         EXPECT_EQ(pollTimes[last - 1], world.slept);
-        EXPECT_EQ(result == 0 ? answer : this->empty, FieldsOf(this->response));
+        EXPECT_EQ(result == 0 ? published : this->empty, FieldsOf(this->response));
     }
     EXPECT_EQ(FieldsOf(this->request), FieldsOf(world.written));
 }

@@ -68,7 +68,7 @@ SANDBOX_TEST(HostTest, ClosingTheLockDescriptorLosesTheLockAndALaterFile) {
 }
 
 SANDBOX_TEST(HostTest, SecondEvaluationSucceedsAfterClose) {
-    ScriptedAgent const agent(WholeEvaluation({}).Answer(OpenAnswer()).Answer(CloseAnswer()));
+    ScriptedAgent const agent(WholeEvaluation({}).Answer(OpenResponse()).Answer(CloseResponse()));
     for (int evaluation = 0; evaluation < 2; ++evaluation) {
         EXPECT_EQ(0, Open());
         EXPECT_EQ(COMPLIANCE_ERROR_ALREADY_OPEN, Open());

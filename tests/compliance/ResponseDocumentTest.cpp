@@ -52,11 +52,11 @@ SANDBOX_TEST(ResponseDocumentTest, OnlyProgressResponsesHaveProgressElements) {
               "\t</ResponseItem>\r\n"
               "</VeskaClientComplianceResponse>",
               WrittenBytes(oneRow));
-    EXPECT_EQ(OpenAnswer(), WrittenBytes(ClientComplianceResponse(ClientComplianceOpen)));
+    EXPECT_EQ(OpenResponse(), WrittenBytes(ClientComplianceResponse(ClientComplianceOpen)));
     RowTexts const row{"1", "2", "3", "4", "5", "6"};
     EXPECT_EQ(Response("\t<ResponseType>Close</ResponseType>\r\n" + Row(row)),
               WrittenBytes(MakeResponse({ClientComplianceClose, 1, 1, 1, {row}})));
-    EXPECT_EQ(AnswerOfType(""),
+    EXPECT_EQ(ResponseOfType(""),
               WrittenBytes(ClientComplianceResponse(static_cast<ClientComplianceType>(-1))));
 }
 
@@ -83,8 +83,8 @@ SANDBOX_TEST(ResponseDocumentTest, ReaderAcceptsMoreThanTheWriterProduces) {
     auto const state = [](string const& text) {
         return Element("ResponseProgressState", text);
     };
-    auto const open = [](int stateOfAnswer, std::vector<RowTexts> const& rows = {}) {
-        return ResponseFields(ClientComplianceOpen, stateOfAnswer, 0, 0, rows);
+    auto const open = [](int stateOfResponse, std::vector<RowTexts> const& rows = {}) {
+        return ResponseFields(ClientComplianceOpen, stateOfResponse, 0, 0, rows);
     };
     struct {
         char const* rule;

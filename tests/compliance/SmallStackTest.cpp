@@ -93,7 +93,7 @@ void* Evaluate(void* argument) {
 
 // Evaluates in a thread of a separate process. Returns the exit status of that process.
 ExitStatus EvaluateOn(StackAboveCanary const& stack) {
-    ScriptedAgent const agent(WholeEvaluation({OneRowAnswer()}));
+    ScriptedAgent const agent(WholeEvaluation({OneRowResponse()}));
     OtherProcess host([&] {
         Codes codes;
         stack.Run(Evaluate, &codes);

@@ -84,7 +84,7 @@ TEST(ScenarioTest, DelayAppliesToLaterLines) {
     EXPECT_EQ(0U, scenario.progress[2].delay);
 }
 
-TEST(ScenarioTest, OpenAndCloseStatementsReplaceTheAnswer) {
+TEST(ScenarioTest, OpenAndCloseStatementsReplaceTheDefault) {
     Scenario const scenario = Parse("open silence\nclose garbage\nfinish");
     EXPECT_EQ(ScenarioStep::Silence, scenario.open.kind);
     EXPECT_EQ(ScenarioStep::Garbage, scenario.close.kind);

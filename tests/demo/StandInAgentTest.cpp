@@ -80,7 +80,7 @@ bool IsTaken() {
 }
 
 // Sends a request and returns the response, which is empty if there is none.
-std::string AnswerTo(std::string const& type) {
+std::string ResponseTo(std::string const& type) {
     unlink(responseFile);
     Publish(RequestOf(type));
     EXPECT_TRUE(IsTaken()) << type;
@@ -204,16 +204,16 @@ TEST(StandInAgentTest, RefusesToStartIfAProcessHasItsName) {
 SANDBOX_TEST(StandInAgentTest, AnswersRequestsInOrder) {
     StandIn agent("progress 40\nerror -22\nstate 4\nrow a \"b&c\" \"\\xe9\" d \"\" f\nfinish\n");
     std::string const finished =
-        ProgressAnswer("1", "0", "100", Row({"a", "b&amp;c", "&#xe9;", "d", "", "f"}));
-    // Each Open request restarts the scenario, and its last answer repeats.
+        ProgressResponse("1", "0", "100", Row({"a", "b&amp;c", "&#xe9;", "d", "", "f"}));
+    // Each Open request restarts the scenario, and its last response repeats.
     for (int evaluation = 0; evaluation < 2; ++evaluation) {
-        EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
-        EXPECT_EQ(ProgressAnswer("3", "0", "40"), AnswerTo("Progress"));
-        EXPECT_EQ(ProgressAnswer("2", "-22", "0"), AnswerTo("Progress"));
-        EXPECT_EQ(ProgressAnswer("4", "0", "0"), AnswerTo("Progress"));
-        EXPECT_EQ(finished, AnswerTo("Progress"));
-        EXPECT_EQ(finished, AnswerTo("Progress"));
-        EXPECT_EQ(AnswerOfType("Close"), AnswerTo("Close"));
+        EXPECT_EQ(ResponseOfType("Open"), ResponseTo("Open"));
+        EXPECT_EQ(ProgressResponse("3", "0", "40"), ResponseTo("Progress"));
+        EXPECT_EQ(ProgressResponse("2", "-22", "0"), ResponseTo("Progress"));
+        EXPECT_EQ(ProgressResponse("4", "0", "0"), ResponseTo("Progress"));
+        EXPECT_EQ(finished, ResponseTo("Progress"));
+        EXPECT_EQ(finished, ResponseTo("Progress"));
+        EXPECT_EQ(ResponseOfType("Close"), ResponseTo("Close"));
     }
 }
 
@@ -264,9 +264,9 @@ SANDBOX_TEST(StandInAgentTest, PublishesTheResponseBeforeItTakesTheRequest) {
 SANDBOX_TEST(StandInAgentTest, PublishesGarbageWithoutTheEndTagOfTheRoot) {
     StandIn agent("open garbage\nclose garbage\ngarbage\n");
     for (char const* const type : {"Open", "Progress", "Close"}) {
-        std::string const answer = AnswerTo(type);
-        EXPECT_TRUE(answer.starts_with("<VeskaClientComplianceResponse")) << answer;
-        EXPECT_EQ(std::string::npos, answer.find("</VeskaClientComplianceResponse>"));
+        std::string const response = ResponseTo(type);
+        EXPECT_TRUE(response.starts_with("<VeskaClientComplianceResponse")) << response;
+        EXPECT_EQ(std::string::npos, response.find("</VeskaClientComplianceResponse>"));
     }
     EXPECT_TRUE(agent.Says("VeskaClient: answered with garbage\n"));
     EXPECT_FALSE(Exists(responseTemporary));
@@ -274,13 +274,13 @@ SANDBOX_TEST(StandInAgentTest, PublishesGarbageWithoutTheEndTagOfTheRoot) {
 
 SANDBOX_TEST(StandInAgentTest, VanishTakesTheRequestAndKeepsAnOldResponse) {
     StandIn agent("open vanish\nvanish\n");
-    EXPECT_EQ("", AnswerTo("Open"));
+    EXPECT_EQ("", ResponseTo("Open"));
     EXPECT_FALSE(Exists(responseFile));
     WriteWholeFile(responseFile, "old");
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(IsTaken());
     EXPECT_EQ("old", ReadWholeFile(responseFile));
-    EXPECT_TRUE(agent.Says("VeskaClient: taken without an answer\n"));
+    EXPECT_TRUE(agent.Says("VeskaClient: taken without a response\n"));
 }
 
 SANDBOX_TEST(StandInAgentTest, SilenceLeavesOneRequestAndAnswersTheNext) {
@@ -291,7 +291,7 @@ SANDBOX_TEST(StandInAgentTest, SilenceLeavesOneRequestAndAnswersTheNext) {
     usleep(200000);
     EXPECT_EQ(request, ReadWholeFile(requestFile));
     EXPECT_FALSE(Exists(responseFile));
-    EXPECT_EQ(ProgressAnswer("3", "0", "7"), AnswerTo("Progress"));
+    EXPECT_EQ(ProgressResponse("3", "0", "7"), ResponseTo("Progress"));
 }
 
 // Changes the nanoseconds of the modification time, then its seconds.
@@ -310,14 +310,14 @@ SANDBOX_TEST(StandInAgentTest, RequestWithAnotherTimeIsNew) {
     --times[1].tv_sec;
     EXPECT_EQ(0, utimensat(AT_FDCWD, requestFile, times, 0));
     EXPECT_TRUE(IsTaken());
-    EXPECT_EQ(ProgressAnswer("3", "0", "7"), ReadWholeFile(responseFile));
+    EXPECT_EQ(ProgressResponse("3", "0", "7"), ReadWholeFile(responseFile));
 }
 
-SANDBOX_TEST(StandInAgentTest, DelaysTheAnswer) {
+SANDBOX_TEST(StandInAgentTest, DelaysTheResponse) {
     StandIn agent("progress 1\ndelay 700\nprogress 2\n");
-    AnswerTo("Progress");
+    ResponseTo("Progress");
     auto const start = Clock::now();
-    EXPECT_EQ(ProgressAnswer("3", "0", "2"), AnswerTo("Progress"));
+    EXPECT_EQ(ProgressResponse("3", "0", "2"), ResponseTo("Progress"));
     EXPECT_LE(milliseconds(700), Clock::now() - start);
 }
 
@@ -326,7 +326,7 @@ SANDBOX_TEST(StandInAgentTest, RequestDuringADelayReplacesTheFirst) {
     StandIn agent("close answer\ndelay 500\nfinish\n");
     Publish(RequestOf("Progress"));
     EXPECT_TRUE(agent.Says("VeskaClient: a request:\n"));
-    EXPECT_EQ(AnswerOfType("Close"), AnswerTo("Close"));
+    EXPECT_EQ(ResponseOfType("Close"), ResponseTo("Close"));
     EXPECT_TRUE(agent.Says("VeskaClient: the request was removed or replaced\n"));
 }
 
@@ -336,7 +336,7 @@ SANDBOX_TEST(StandInAgentTest, ReportsInvalidRequestOnceAndLeavesIt) {
     EXPECT_TRUE(agent.Says("request.xml is not a request\n"));
     usleep(200000);
     EXPECT_EQ("no request", ReadWholeFile(requestFile));
-    EXPECT_EQ(AnswerOfType("Open"), AnswerTo("Open"));
+    EXPECT_EQ(ResponseOfType("Open"), ResponseTo("Open"));
     std::string const output = agent.Stop().output;
     EXPECT_EQ(output.find("not a request\n"), output.rfind("not a request\n"));
 }

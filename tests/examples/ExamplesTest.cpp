@@ -26,11 +26,11 @@ std::string const bad = Row({"b-002|caf&#xe9;", "Not Compliant", "t", "1", "d", 
 Arguments Timed(std::string const& seconds) { return {EXAMPLE_TIMED, seconds, "url", "doc"}; }
 
 AgentScript Finish(std::string const& rows) {
-    return WholeEvaluation({ProgressAnswer("1", "0", "100", rows)});
+    return WholeEvaluation({ProgressResponse("1", "0", "100", rows)});
 }
 
 AgentScript EndWith(std::string const& state, std::string const& error) {
-    return WholeEvaluation({ProgressAnswer(state, error)});
+    return WholeEvaluation({ProgressResponse(state, error)});
 }
 
 // The tool is in PATH with its own name, whichever build is tested.
@@ -85,11 +85,11 @@ INSTANTIATE_TEST_SUITE_P(
         Example{"MinimalPrintsErrorOfTheAgent", EndWith("2", "-22"), minimal, 1, "",
                 "minimal: the agent reports the error -22\n"},
         Example{"TimedPrintsTheRows", Finish(good), Timed("20"), 0, "b-001: Compliant\n", ""},
-        Example{"TimedClosesAfterTheTimeout", WholeEvaluation({ProgressAnswer("3", "0", "7")}),
+        Example{"TimedClosesAfterTheTimeout", WholeEvaluation({ProgressResponse("3", "0", "7")}),
                 Timed("3"), 3, "", "timed: 7%\ntimed: not finished in 3 seconds\n"},
         Example{"ClassPrintsProgressAndRows",
-                WholeEvaluation({ProgressAnswer("3", "0", "7"),
-                                 ProgressAnswer("1", "0", "100", good + bad)}),
+                WholeEvaluation({ProgressResponse("3", "0", "7"),
+                                 ProgressResponse("1", "0", "100", good + bad)}),
                 evaluate, 0, "b-001: Compliant\nb-002|caf\xE9: Not Compliant\n", "7%\n"},
         // The evaluation is closed before the error is printed.
         Example{"ClassClosesAfterAnError", EndWith("2", "5"), evaluate, 1, "",
@@ -116,7 +116,7 @@ TEST(ExamplesTest, MinimalClassAndShellPrintErrorCodeOfOpen) {
 
 // The signal arrives during Open, and does not shorten it.
 SANDBOX_TEST(ExamplesTest, TimedEndsBySignalAfterClose) {
-    ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("3", "0", "7")}));
+    ScriptedAgent const agent(WholeEvaluation({ProgressResponse("3", "0", "7")}));
     OtherProgram program(Timed("20"));
     agent.AwaitRequests(1);
     program.Kill(SIGTERM);
@@ -137,7 +137,7 @@ ProgramOptions WithLibrary() {
 
 SANDBOX_TEST(ExamplesTest, PythonPrintsProgressAndExactRows) {
     ScriptedAgent const agent(
-        WholeEvaluation({ProgressAnswer("3", "0", "7"), ProgressAnswer("1", "0", "100", bad)}));
+        WholeEvaluation({ProgressResponse("3", "0", "7"), ProgressResponse("1", "0", "100", bad)}));
     Expect(0,
            "{\"designator\": \"b-002|caf\\udce9\", \"result\": \"Not Compliant\", "
            "\"result_type\": \"t\", \"evaluation_time\": \"1\", \"description\": \"d\", "
@@ -165,7 +165,7 @@ SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
 SANDBOX_TEST(ExamplesTest, PythonClosesAfterAnInterrupt) {
     for (std::size_t const requests : {1, 2}) {
         ScriptedAgent const agent(
-            WholeEvaluation({ProgressAnswer("3", "0", "7"), ProgressAnswer("3", "0", "8")}));
+            WholeEvaluation({ProgressResponse("3", "0", "7"), ProgressResponse("3", "0", "8")}));
         OtherProgram program(python, WithLibrary());
         agent.AwaitRequests(requests);
         program.Kill(SIGINT);

@@ -28,7 +28,7 @@ SCENARIOS = {
     "missing": None,
 }
 REASONS = {
-    "broken": r"the agent's answer cannot be read .*\(bad-answer, exit status 6\)",
+    "broken": r"the agent's response cannot be read .*\(bad-answer, exit status 6\)",
     "hung": r"the agent did not take the request in time .*\(time-out, exit status 5\)",
     "missing": r"the agent is not installed.*\(no-agent, exit status 3\)",
 }

@@ -188,7 +188,7 @@ $""")
         self.assertEqual(json.loads(result)["exitStatus"], 6)
         lines = head.splitlines()
         self.assertEqual(lines[0], "failure, status 6")
-        self.assertRegex(lines[1], r"^nightly: Base & line\.xml: exit status 6: the agent's answer "
+        self.assertRegex(lines[1], r"^nightly: Base & line\.xml: exit status 6: the agent's response "
                                    r"cannot be read \(code -7\)$")
         self.assertEqual(lines[2:5], ["202601", "202602", "202604"])
         self.assertEqual(len(lines), 6)

@@ -221,7 +221,7 @@ template <class Object>
 auto WithDocuments(Object make) {
     return [make] {
         WriteBytes(ScriptedAgent::request, OpenRequest(url, doc, "7"));
-        WriteBytes(ScriptedAgent::response, FinishedAnswer());
+        WriteBytes(ScriptedAgent::response, FinishedResponse());
         std::remove(ScriptedAgent::requestTemp);
         return make();
     };
@@ -272,7 +272,7 @@ Operations OfDocuments() {
             "ResponseFromTree",
             [] {
                 auto tree = std::make_unique<XMLTreeParserPL>();
-                tree->Parse(FinishedAnswer());
+                tree->Parse(FinishedResponse());
                 return std::make_pair(std::move(tree),
                                       ClientComplianceResponse(ClientComplianceOpen));
             },

@@ -53,7 +53,7 @@ Owners AwaitRefusals(Contenders const& contenders) {
 
 // Then the owner is answered, and completes as if it had been alone.
 void ExpectAnswered(OtherProgram& tool) {
-    ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("1")}));
+    ScriptedAgent const agent(WholeEvaluation({ProgressResponse("1")}));
     ExpectPrinted(Contenders::ready + PrintedCount(0), tool.Wait());
     EXPECT_EQ("lockfile ", Requests());
 }

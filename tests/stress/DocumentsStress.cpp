@@ -159,8 +159,8 @@ void ExpectTruncated(std::string const& prefix) {
 
 TEST(QuickDocuments, RejectsEveryPrefixOfAResponse) {
     std::size_t prefixes = 0;
-    std::string const documents[] = {OpenAnswer(), ProgressAnswer("3", "0", "40"),
-                                     FinishedAnswer()};
+    std::string const documents[] = {OpenResponse(), ProgressResponse("3", "0", "40"),
+                                     FinishedResponse()};
     for (std::string const& whole : documents)
         prefixes += whole.size();
     Sandbox::RunWithDirectories([&] {

@@ -80,7 +80,7 @@ void TryAll(std::vector<TestCase> const& testCases) {
         Sandbox::Run([&] {
             CreateDirectories();
             PlaceOnDisk(testCase.path, testCase.entry);
-            ScriptedAgent agent(testCase.output == good ? WholeEvaluation({ProgressAnswer("1")})
+            ScriptedAgent agent(testCase.output == good ? WholeEvaluation({ProgressResponse("1")})
                                                         : AgentScript());
             ToolRun const run = RunTool({"-d"});
             ExpectRun(testCase, run);
@@ -93,7 +93,7 @@ void TryAll(std::vector<TestCase> const& testCases) {
 
 // The entries after an evaluation that succeeds.
 Entries Closed(Entries entries = {}) {
-    entries.emplace(response, Entry::File(CloseAnswer()));
+    entries.emplace(response, Entry::File(CloseResponse()));
     return entries;
 }
 
@@ -114,7 +114,7 @@ TEST(QuickEntries, ReplacedLockFileLocksNobodyOut) {
     Sandbox::Run([] {
         CreateDirectories();
         ScriptedAgent agent(
-            AgentScript().Answer(OpenAnswer()).AwaitRequest().Respond(ProgressAnswer("1")));
+            AgentScript().Answer(OpenResponse()).AwaitRequest().Respond(ProgressResponse("1")));
         Tool first({"-d"});
         agent.AwaitEnd();
         EXPECT_EQ(OpenError(-6), RunTool({"-d"}).output);
@@ -157,7 +157,7 @@ std::vector<TestCase> ResponseCases() {
     NamedEntry const linked = {Entry::Link(creatable), "link_to_a_response"};
     NamedEntry const strange = {Entry::Link(elsewhere), "link_to_other_file"};
     std::vector<TestCase> testCases = {
-        {response, linked, good, Closed({{creatable, Entry::File(OpenAnswer())}})}};
+        {response, linked, good, Closed({{creatable, Entry::File(OpenResponse())}})}};
     for (NamedEntry const& entry : {someFile, directory, fullDirectory, unixSocket, device, strange,
                                     danglingLink, creatableLink})
         testCases.push_back({response, entry, OpenError(-7), {{response, entry}}});
@@ -171,13 +171,13 @@ TEST_P(FullResponses, IsReadOrPolledUntilTheTimeout) {
     Sandbox::Run([&] {
         CreateDirectories();
         if (testCase.output == good)
-            WriteBytes(creatable, OpenAnswer());
+            WriteBytes(creatable, OpenResponse());
         PlaceOnDisk(response, testCase.entry);
         ScriptedAgent agent(AgentScript()
                                 .AwaitRequest()
                                 .RemoveRequest()
-                                .Answer(ProgressAnswer("1"))
-                                .Answer(CloseAnswer()));
+                                .Answer(ProgressResponse("1"))
+                                .Answer(CloseResponse()));
         ExpectRun(testCase, RunTool({"-d"}));
     });
 }
@@ -208,10 +208,10 @@ TEST(FullEntries, FifoAtTheResponseBlocksUntilItHasAWriter) {
 // Close request that find it print nothing.
 
 std::vector<TestCase> LaterCases() {
-    Entry const answer = Entry::File(ProgressAnswer("3", "0", "50"));
+    Entry const content = Entry::File(ProgressResponse("3", "0", "50"));
     Entry const written = Entry::File(progressRequest);
     std::vector<TestCase> testCases = {
-        {request, creatableLink, half, {{request, creatableLink}, {response, answer}}},
+        {request, creatableLink, half, {{request, creatableLink}, {response, content}}},
         {request, link, half + good, Closed()},
         {temporary, link, half + good, Closed({{elsewhere, written}})},
         {lockFile, directory, half + good, Closed({{lockFile, directory}})},
@@ -222,7 +222,7 @@ std::vector<TestCase> LaterCases() {
         testCases.push_back({path, someFile, half + good, Closed()});
         for (NamedEntry const& entry :
              {fullDirectory, directory, fifo, unixSocket, device, danglingLink})
-            testCases.push_back({path, entry, half, {{request, entry}, {response, answer}}});
+            testCases.push_back({path, entry, half, {{request, entry}, {response, content}}});
     }
     return testCases;
 }
@@ -234,12 +234,12 @@ TEST_P(FullLaterEntries, AffectTheNextPollAndTheClose) {
     Sandbox::Run([&] {
         CreateDirectories();
         AgentScript script;
-        script.Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "50"));
+        script.Answer(OpenResponse()).Answer(ProgressResponse("3", "0", "50"));
         // Any entry at the request is a request for the agent.
         if (testCase.path == request)
             script.AwaitRequest();
         if (testCase.output != half)
-            script.Answer(ProgressAnswer("1")).Answer(CloseAnswer());
+            script.Answer(ProgressResponse("1")).Answer(CloseResponse());
         ScriptedAgent agent(script);
         Tool tool({"-d"});
         agent.AwaitRequests(2);

@@ -9,7 +9,7 @@
 class ExchangeModel {
 public:
     // The content of a response.
-    struct Answer {
+    struct Content {
         int state = 2;
         int error = 0;
         int percent = 0;
@@ -19,7 +19,7 @@ public:
     explicit ExchangeModel(FileModel& below) : files(below) {}
 
     // The contents of all readable documents, by their bytes.
-    std::map<std::string, Answer> answers;
+    std::map<std::string, Content> contents;
     // Whether another process holds the lock.
     bool isLockedElsewhere = false;
     // The agent's process as /proc names it, for a trace with injected errors.
@@ -64,7 +64,7 @@ public:
     int Close() {
         if (!isOpen)
             return -6;
-        Answer notLookedAt;
+        Content notLookedAt;
         int const code = Exchange(closeRequest, notLookedAt);
         isOpen = isFinished = false;
         return code;
@@ -147,14 +147,14 @@ private:
             return -2;
         if (files.LookOrMiss(ScriptedAgent::request) != FileModel::Seen::nothing)
             return -5;
-        Answer notLookedAt;
+        Content notLookedAt;
         return Exchange(
             OpenRequest(Escaped(url ? url : ""), Escaped(doc ? doc : ""), std::to_string(flags)),
             notLookedAt);
     }
 
-    int Exchange(std::string const& request, Answer& answer) {
-        answer = Answer();
+    int Exchange(std::string const& request, Content& content) {
+        content = Content();
         if (!files.Publish(request)) {
             hasWriteFailed = true;
             return -17;
@@ -165,7 +165,7 @@ private:
             files.Sleep(pause);
             waited += pause;
             if (files.LookOrMiss(ScriptedAgent::request) == FileModel::Seen::nothing) {
-                if (ReadResponse(answer))
+                if (ReadResponse(content))
                     return 0;
                 readFailed = true;
             }
@@ -174,12 +174,12 @@ private:
         }
     }
 
-    bool ReadResponse(Answer& answer) {
+    bool ReadResponse(Content& content) {
         auto const bytes = files.Read(ScriptedAgent::response);
-        auto const known = bytes ? answers.find(*bytes) : answers.end();
-        if (known == answers.end())
+        auto const known = bytes ? contents.find(*bytes) : contents.end();
+        if (known == contents.end())
             return false;
-        answer = known->second;
+        content = known->second;
         return true;
     }
 
@@ -188,5 +188,5 @@ private:
     bool isFinished = false;
     bool isRefusedForGood = false;
     bool hasWriteFailed = false;
-    Answer held;
+    Content held;
 };

@@ -77,7 +77,7 @@ inline void ExpectNextRun() {
         script.AwaitRequest().RemoveRequest();
     }
     size_t const taken = script.size();
-    script.Answer(OpenAnswer()).Answer(OneRowAnswer()).Answer(CloseAnswer());
+    script.Answer(OpenResponse()).Answer(OneRowResponse()).Answer(CloseResponse());
     ScriptedAgent const agent(script);
     agent.AwaitSteps(taken);
     ExpectPrinted(PrintedOneRow(), RunTool({"-c", "url", "doc"}));

@@ -14,36 +14,41 @@ struct Course {
     AgentScript script;
     std::string output;
     std::chrono::microseconds killedAfter{0};
-    // No more answers.
+    // No more responses.
     bool isSilent = false;
 };
 
-// One request receives a good answer in one of several ways. A response always follows a request
+// One request receives a good response in one of several ways. A response always follows a request
 // that is pending, so an older one is never read for it.
-AgentScript& AnswerRandomly(AgentScript& script, Random& random, std::string const& answer) {
+AgentScript& AnswerRandomly(AgentScript& script, Random& random, std::string const& response) {
     auto const pause = milliseconds(random.Below(2500));
     script.AwaitRequest();
     switch (random.Below(8)) {
     case 0:
-        return script.PauseUntil(pause).Respond(answer).RemoveRequest();
+        return script.PauseUntil(pause).Respond(response).RemoveRequest();
     case 1:
-        return script.Respond(answer).PauseUntil(pause).RemoveRequest();
+        return script.Respond(response).PauseUntil(pause).RemoveRequest();
     case 2:
-        return script.Respond("garbage").RemoveRequest().PauseUntil(pause).Respond(answer);
+        return script.Respond("garbage").RemoveRequest().PauseUntil(pause).Respond(response);
     case 3:
-        return script.Respond(answer).PutRequest(progressRequest).PauseUntil(pause).RemoveRequest();
+        return script.Respond(response)
+            .PutRequest(progressRequest)
+            .PauseUntil(pause)
+            .RemoveRequest();
     case 4:
-        return script.Respond(answer.substr(0, answer.size() / 2)).Respond(answer).RemoveRequest();
+        return script.Respond(response.substr(0, response.size() / 2))
+            .Respond(response)
+            .RemoveRequest();
     default:
-        return script.Respond(answer).RemoveRequest();
+        return script.Respond(response).RemoveRequest();
     }
 }
 
 // Returns false if the agent ignores this request and all later ones.
-bool IsAnswered(Course& course, Random& random, std::string const& answer) {
+bool IsAnswered(Course& course, Random& random, std::string const& response) {
     course.isSilent = course.isSilent || random.Below(24) == 0;
     if (!course.isSilent)
-        AnswerRandomly(course.script, random, answer);
+        AnswerRandomly(course.script, random, response);
     return !course.isSilent;
 }
 
@@ -57,20 +62,20 @@ void FinishWithRows(Course& course, Random& random, size_t number) {
         rows += Row(row);
         lines += PrintedRow(row);
     }
-    if (IsAnswered(course, random, ProgressAnswer("1", "0", "100", rows)))
+    if (IsAnswered(course, random, ProgressResponse("1", "0", "100", rows)))
         course.output += lines;
 }
 
 void FinishWithError(Course& course, Random& random) {
     std::string const error = std::to_string(random.Below(100));
-    if (IsAnswered(course, random, ProgressAnswer("2", error)))
+    if (IsAnswered(course, random, ProgressResponse("2", error)))
         course.output += PrintedError(error);
 }
 
 void Poll(Course& course, Random& random) {
     for (size_t left = random.Below(3); left > 0 && !course.isSilent; --left) {
         std::string const percent = std::to_string(random.Below(101));
-        if (IsAnswered(course, random, ProgressAnswer("3", "0", percent)))
+        if (IsAnswered(course, random, ProgressResponse("3", "0", percent)))
             course.output += PrintedPercent(percent);
     }
     if (course.isSilent)
@@ -101,9 +106,9 @@ Course CourseOf(size_t seed) {
     Random random(seed);
     Course course;
     course.killedAfter = RandomTime(random);
-    if (IsAnswered(course, random, OpenAnswer())) {
+    if (IsAnswered(course, random, OpenResponse())) {
         Poll(course, random);
-        IsAnswered(course, random, CloseAnswer());
+        IsAnswered(course, random, CloseResponse());
     } else {
         course.output = OpenError(-3);
     }

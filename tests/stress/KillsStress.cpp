@@ -37,25 +37,25 @@ RowTexts LongerRow() {
 
 // Open, two polls and Close, all answered immediately.
 Scenario const answered = {"Answered",
-                           WholeEvaluation({ProgressAnswer("3", "0", "50"),
-                                            ProgressAnswer("1", "0", "100", Row(LongerRow()))}),
+                           WholeEvaluation({ProgressResponse("3", "0", "50"),
+                                            ProgressResponse("1", "0", "100", Row(LongerRow()))}),
                            PrintedPercent("50") + PrintedCount(1) + PrintedRow(LongerRow()),
                            {0, 3, 6, 9, 12},
                            {false, false, false, false, false}};
 
 // The agent runs, and never takes the Open request. There is an old response.
 Scenario const neverTaken = {
-    "NeverTaken", AgentScript().Respond(CloseAnswer()), OpenError(-3), {1, 1}, {false, true}};
+    "NeverTaken", AgentScript().Respond(CloseResponse()), OpenError(-3), {1, 1}, {false, true}};
 
 // The agent is installed and does not run.
 Scenario const notRunning = {
-    "NotRunning", AgentScript().Respond(CloseAnswer()), OpenError(-2), {1}, {false}, false};
+    "NotRunning", AgentScript().Respond(CloseResponse()), OpenError(-2), {1}, {false}, false};
 
 // The agent answers only the Open request. The Progress request is not taken in its ten seconds,
 // and then the Close request replaces it by removal and rename.
 Scenario const pollReplacedByClose = {
     "PollReplacedByClose",
-    AgentScript().Answer(OpenAnswer()).AwaitRequest().AwaitRequest(),
+    AgentScript().Answer(OpenResponse()).AwaitRequest().AwaitRequest(),
     "",
     {0, 3, 4, 5},
     {false, false, true, true}};
@@ -64,12 +64,12 @@ Scenario const pollReplacedByClose = {
 // replaces it.
 Scenario const putBackReplacedByPoll = {"PutBackReplacedByPoll",
                                         AgentScript()
-                                            .Answer(OpenAnswer())
-                                            .Answer(ProgressAnswer("3", "0", "50"))
+                                            .Answer(OpenResponse())
+                                            .Answer(ProgressResponse("3", "0", "50"))
                                             .PauseUntil(std::chrono::milliseconds(1500))
                                             .PutRequest(progressRequest)
-                                            .Answer(ProgressAnswer("1"))
-                                            .Answer(CloseAnswer()),
+                                            .Answer(ProgressResponse("1"))
+                                            .Answer(CloseResponse()),
                                         PrintedPercent("50") + PrintedCount(0),
                                         {0, 3, 8, 11, 14},
                                         {false, false, true, false, false}};

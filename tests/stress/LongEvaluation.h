@@ -9,15 +9,15 @@
 constexpr char url[] = "http://example.com:52311/cgi-bin/qzgather.exe/actionsite";
 constexpr char doc[] = "A document with a name that is long enough.xml";
 
-inline std::string FinishedAnswer() {
-    return ProgressAnswer("1", "0", "100", Row(longRow) + Row(longRow));
+inline std::string FinishedResponse() {
+    return ProgressResponse("1", "0", "100", Row(longRow) + Row(longRow));
 }
 
 // Returns the script of an agent that answers each request by its type. Progress requests get 40 %
 // and two rows in turn.
 inline AgentScript ServingAgent() {
-    return AgentScript().Serve(OpenAnswer(), {ProgressAnswer("3", "0", "40"), FinishedAnswer()},
-                               CloseAnswer());
+    return AgentScript().Serve(
+        OpenResponse(), {ProgressResponse("3", "0", "40"), FinishedResponse()}, CloseResponse());
 }
 
 // Expects that the bytes are the start of one of the three requests of such an evaluation.

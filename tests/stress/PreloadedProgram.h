@@ -50,10 +50,10 @@ inline std::optional<std::string> ContentOf(std::string const& path) {
 class PlayedAgent {
 public:
     // Answers the first requests with these bytes, and records further requests.
-    explicit PlayedAgent(std::vector<std::string> const& answers) {
+    explicit PlayedAgent(std::vector<std::string> const& responses) {
         AgentScript script;
-        for (std::string const& answer : answers)
-            script.Answer(answer);
+        for (std::string const& bytes : responses)
+            script.Answer(bytes);
         for (int more = 0; more < 20; ++more)
             script.AwaitRequest();
         WriteScript(script.text());
@@ -134,11 +134,11 @@ inline std::vector<LoggedCall> LoggedCalls() {
     return calls;
 }
 
-// Returns answers to an evaluation: in progress once, then finished with one row.
-inline std::vector<std::string> UsualAnswers() {
-    return {OpenAnswer(), ProgressAnswer("3", "0", "50"), OneRowAnswer(), CloseAnswer()};
+// Returns the responses of an evaluation: in progress once, then finished with one row.
+inline std::vector<std::string> UsualResponses() {
+    return {OpenResponse(), ProgressResponse("3", "0", "50"), OneRowResponse(), CloseResponse()};
 }
 
-// Return the output of the tool for that row, and for all these answers.
+// Return the output of the tool for that row, and for all these responses.
 inline std::string UsualRows() { return PrintedOneRow(); }
 inline std::string UsualOutput() { return PrintedPercent("50") + PrintedOneRow(); }

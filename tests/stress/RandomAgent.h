@@ -59,7 +59,7 @@ private:
         if (!random.Chance(3))
             Execute({0, agentLink, Entry::Link(Sandbox::agentProgram)});
         if (random.Chance(25))
-            Execute({0, response, random.Chance(70) ? Answer() : Garbage()});
+            Execute({0, response, random.Chance(70) ? GoodResponse() : Garbage()});
         if (random.Chance(15))
             Execute({0, temporary, random.Chance(50) ? Entry::File("left over") : AnyEntry()});
         if (random.Chance(5))
@@ -74,24 +74,24 @@ private:
         unsigned long long const first = random.Chance(75) ? ShortDelay() : Delay();
         unsigned long long const later = first + Delay();
         switch (random.Below(20)) {
-        case 0: // No answer.
+        case 0: // No response, and the request remains.
             return;
         case 1: // The request is removed before the response.
             Plan(first, request, {});
-            return Plan(later, response, Answer());
+            return Plan(later, response, GoodResponse());
         case 2: // No response: an old one is read, if any.
             return Plan(first, request, {});
         case 3: // The response, but the request remains.
-            return Plan(first, response, Answer());
+            return Plan(first, response, GoodResponse());
         case 4: // Not a response; a good one may replace it.
         case 5:
             Plan(first, response, Garbage());
             Plan(first, request, {});
             if (random.Chance(70))
-                Plan(later, response, Answer());
+                Plan(later, response, GoodResponse());
             return;
         case 6: // The request comes back.
-            Plan(first, response, random.Chance(60) ? Answer() : Garbage());
+            Plan(first, response, random.Chance(60) ? GoodResponse() : Garbage());
             Plan(first, request, {});
             Plan(later, request, random.Chance(70) ? Entry::File("again") : AnyEntry());
             return Plan(later + Delay(), request, {});
@@ -101,7 +101,7 @@ private:
         case 8:
             return BehaveOddly();
         default:
-            Plan(first, response, Answer());
+            Plan(first, response, GoodResponse());
             Plan(random.Chance(50) ? first : first + ShortDelay(), request, {});
         }
     }
@@ -122,7 +122,7 @@ private:
                 Plan(delay, agentLink, OrNothing(40, Entry::Link(Sandbox::agentProgram)));
                 break;
             case 3:
-                Plan(delay, Entry::elsewhere, random.Chance(50) ? Entry() : Answer());
+                Plan(delay, Entry::elsewhere, random.Chance(50) ? Entry() : GoodResponse());
                 break;
             case 4:
                 if (sparesLockFile)
@@ -173,17 +173,17 @@ private:
         auto const kind = random.Below(10);
         if (kind < std::size(odd))
             return odd[kind];
-        return random.Chance(50) ? Entry::File("something") : Answer();
+        return random.Chance(50) ? Entry::File("something") : GoodResponse();
     }
 
     Entry OrNothing(unsigned int percent, Entry const& entry) {
         return random.Chance(percent) ? Entry() : entry;
     }
 
-    Entry Answer() {
-        RandomAnswer const answer = MakeRandomAnswer(random);
-        model.answers[answer.bytes] = answer.says;
-        return Entry::File(answer.bytes);
+    Entry GoodResponse() {
+        RandomResponse const made = MakeRandomResponse(random);
+        model.contents[made.bytes] = made.says;
+        return Entry::File(made.bytes);
     }
 
     Entry Garbage() { return Entry::File(MakeGarbage(random)); }

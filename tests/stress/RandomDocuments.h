@@ -79,7 +79,7 @@ inline std::string AnyType(Random& random) {
 // The children of the root that count, in order.
 class RandomChildren {
 public:
-    RandomChildren(Random& choices, ExchangeModel::Answer& meaning)
+    RandomChildren(Random& choices, ExchangeModel::Content& meaning)
         : random(choices), says(meaning) {
         AddProgress();
         for (unsigned long long rows = random.Chance(60) ? 0 : random.Below(5); rows != 0; --rows) {
@@ -129,32 +129,32 @@ private:
     }
 
     Random& random;
-    ExchangeModel::Answer& says;
+    ExchangeModel::Content& says;
     std::vector<std::string> children;
 };
 
-struct RandomAnswer {
+struct RandomResponse {
     std::string bytes;
-    ExchangeModel::Answer says;
+    ExchangeModel::Content says;
 };
 
 // The children are in any order, repeated or missing, among others without a meaning. Texts and
 // numbers are hard to parse.
-inline RandomAnswer MakeRandomAnswer(Random& random) {
-    RandomAnswer answer;
-    answer.bytes = Response(RandomChildren(random, answer.says).Join());
+inline RandomResponse MakeRandomResponse(Random& random) {
+    RandomResponse response;
+    response.bytes = Response(RandomChildren(random, response.says).Join());
     if (random.Chance(5))
-        answer.bytes += "\r\n";
-    return answer;
+        response.bytes += "\r\n";
+    return response;
 }
 
 // Returns bytes that are not a response: a part of a response, or other bytes.
 inline std::string MakeGarbage(Random& random) {
     if (random.Chance(60)) {
         // No part of a document is a document: its last byte closes the root.
-        RandomAnswer const answer = MakeRandomAnswer(random);
-        size_t const end = answer.bytes.rfind('>');
-        return answer.bytes.substr(0, random.Below(end + 1));
+        RandomResponse const response = MakeRandomResponse(random);
+        size_t const end = response.bytes.rfind('>');
+        return response.bytes.substr(0, random.Below(end + 1));
     }
     if (random.Chance(30)) {
         std::string noise(random.Below(5000), ' ');

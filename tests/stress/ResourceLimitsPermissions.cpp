@@ -8,7 +8,7 @@ namespace {
 void TryMissing(bool requests, bool responses, bool program) {
     SCOPED_TRACE(std::string("missing:") + (requests ? " requests" : "") +
                  (responses ? " responses" : "") + (program ? " program" : ""));
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     PlayedAgent::Reset();
     if (requests)
         fs::remove_all(ScriptedAgent::requestDirectory);
@@ -77,7 +77,7 @@ void TryPermissionsOfRequests(unsigned int directory, int lockFile) {
 
 TEST(QuickPermissions, EachModeOfRequestDirectoryAndLockFileHasItsCode) {
     Sandbox::Run([] {
-        PlayedAgent const agent(UsualAnswers());
+        PlayedAgent const agent(UsualResponses());
         for (unsigned int directory = 0; directory <= 7; ++directory)
             for (int const lockFile : {missing, 0, 2, 4, 6})
                 TryPermissionsOfRequests(directory, lockFile);
@@ -91,7 +91,7 @@ void TryPermissionsOfResponses(unsigned int directory, unsigned int response) {
                  std::to_string(response));
     SetModeForAll(responseDirectory, 7);
     PlayedAgent::Reset();
-    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    WriteBytes(ScriptedAgent::response, ProgressResponse("2", "5"));
     SetModeForAll(ScriptedAgent::response, response);
     SetModeForAll(responseDirectory, directory);
     bool const canEnter = (directory & mayEnter) != 0;
@@ -106,7 +106,7 @@ void TryPermissionsOfResponses(unsigned int directory, unsigned int response) {
 
 TEST(QuickPermissions, EachModeOfResponseDirectoryAndFileHasItsCode) {
     Sandbox::Run([] {
-        PlayedAgent const agent(UsualAnswers());
+        PlayedAgent const agent(UsualResponses());
         for (unsigned int directory = 0; directory <= 7; ++directory)
             for (unsigned int const response : {0U, 2U, 4U, 6U})
                 TryPermissionsOfResponses(directory, response);
@@ -119,8 +119,8 @@ TEST(QuickPermissions, EachModeOfResponseDirectoryAndFileHasItsCode) {
 SANDBOX_TEST(FullPermissions, KeepsRequestOfAnotherUserInStickyDirectory) {
     ASSERT_EQ(0, chmod(ScriptedAgent::requestDirectory, 01777));
     ScriptedAgent const agent(AgentScript()
-                                  .Answer(OpenAnswer())
-                                  .Answer(ProgressAnswer("3", "0", "50"))
+                                  .Answer(OpenResponse())
+                                  .Answer(ProgressResponse("3", "0", "50"))
                                   .PauseUntil(std::chrono::milliseconds(1400))
                                   .PutRequest("foreign"));
     if (ReadBytes("/proc/self/uid_map").find("4294967295") == std::string::npos)
@@ -144,7 +144,7 @@ constexpr int forProc = 5;
 void TryDescriptors(int limit, bool privileged) {
     Sandbox::RunWithDirectories([=] {
         SCOPED_TRACE(std::to_string(limit) + " descriptors");
-        ScriptedAgent const agent(WholeEvaluation({ProgressAnswer("2", "5")}));
+        ScriptedAgent const agent(WholeEvaluation({ProgressResponse("2", "5")}));
         std::string const program = AccessibleCopy(CC_TOOL_PROGRAM);
         ProgramOptions const options{.limits = {{RLIMIT_NOFILE, static_cast<rlim_t>(limit)}}};
         int const forAgentSearch = privileged ? forProc : forProc + 1;

@@ -66,7 +66,7 @@ void CutAt(size_t number, size_t offset) {
 size_t CutEvery(size_t number, size_t first, size_t step) {
     std::string const& request = usualRequests[number];
     Sandbox::Run({.limit = std::chrono::minutes(10)}, [&] {
-        PlayedAgent const agent(UsualAnswers());
+        PlayedAgent const agent(UsualResponses());
         for (size_t offset = first; offset < request.size() && !testing::Test::HasFailure();
              offset += step)
             CutAt(number, offset);
@@ -144,7 +144,7 @@ void TryFreePages(size_t pages) {
     // Four pages and some bytes.
     std::string const url(4 * page, 'u');
     std::string const request = OpenRequest(url, "doc", "0");
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     PlayedAgent::Reset();
     SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 16 * page});
     WriteBytes(disk / "room", std::string(pages * page, 'x'));
@@ -175,7 +175,7 @@ TEST(QuickFullDisks, FreeInodesDetermineTheErrorCode) {
     Sandbox::Run([] {
         for (size_t files = 1; files <= 4; ++files) {
             SCOPED_TRACE(std::to_string(files) + " files");
-            PlayedAgent const agent(UsualAnswers());
+            PlayedAgent const agent(UsualResponses());
             PlayedAgent::Reset();
             SmallFileSystem const disk(ScriptedAgent::requestDirectory, {.inodes = files});
             std::string const outputs[] = {OpenError(-6), OpenError(-17), UsualOutput(),
@@ -195,7 +195,7 @@ void Bind(std::string const& from, std::string const& to) {
 }
 
 SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileIsWritable) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     SmallFileSystem disk(ScriptedAgent::requestDirectory);
     WriteBytes(ScriptedAgent::lockFile, "");
     disk.MakeReadOnly();
@@ -208,19 +208,19 @@ SANDBOX_TEST(QuickFileSystems, OnlyTheLockFileIsWritable) {
 
 // The agent cannot publish there, but takes the requests.
 SANDBOX_TEST(QuickFileSystems, ReadsOldResponseOnReadOnlyFileSystem) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     SmallFileSystem disk(responseDirectory);
-    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    WriteBytes(ScriptedAgent::response, ProgressResponse("2", "5"));
     disk.MakeReadOnly();
     ExpectOutput(PrintedError("5"));
-    EXPECT_EQ(ProgressAnswer("2", "5"), ReadBytes(ScriptedAgent::response));
+    EXPECT_EQ(ProgressResponse("2", "5"), ReadBytes(ScriptedAgent::response));
     EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
 }
 
 TEST(QuickFileSystems, RequestsAndResponsesOnSeparateFileSystems) {
     Sandbox::Run([] {
         for (char const* const directory : {ScriptedAgent::requestDirectory, responseDirectory}) {
-            PlayedAgent const agent(UsualAnswers());
+            PlayedAgent const agent(UsualResponses());
             SmallFileSystem const disk(directory);
             ExpectOutput(UsualOutput());
             EXPECT_EQ("lockfile ", Requests());
@@ -232,21 +232,21 @@ TEST(QuickFileSystems, RequestsAndResponsesOnSeparateFileSystems) {
 // Deliberate: the file of another file system can be written, but not renamed. A refused rename
 // counts as successful, so the request counts as taken, and there is no response.
 SANDBOX_TEST(QuickFileSystems, CannotRenameDocumentOfAnotherFileSystem) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     WriteBytes("/opt/file", "old");
     WriteBytes(ScriptedAgent::requestTemp, "");
     Bind("/opt/file", ScriptedAgent::requestTemp);
     ExpectOutput(OpenError(-7));
     EXPECT_EQ(usualRequests[0], ReadBytes("/opt/file"));
     EXPECT_EQ("lockfile requestTemp.xml ", Requests());
-    // An existing response is read as the answer to this request.
-    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    // An existing response is read as the response to this request.
+    WriteBytes(ScriptedAgent::response, ProgressResponse("2", "5"));
     ExpectOutput(PrintedError("5"));
     EXPECT_EQ(closeRequest, ReadBytes("/opt/file"));
 }
 
 SANDBOX_TEST(QuickFileSystems, RequestOnAnotherFileSystemIsPending) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     WriteBytes("/opt/file", "old");
     WriteBytes(ScriptedAgent::request, "");
     Bind("/opt/file", ScriptedAgent::request);

@@ -19,8 +19,8 @@ std::vector<std::string> CommandOf(Program program) {
 
 struct Scenario {
     std::string name;
-    // The number of usual answers that the agent gives.
-    size_t answers;
+    // The number of usual responses that the agent publishes.
+    size_t responses;
     // In addition to the tested failure.
     std::vector<Fault> base = {};
 };
@@ -40,13 +40,13 @@ std::string NameOf(Fault const& fault) {
 // The model of an evaluation with an agent that answers.
 class Expected {
 public:
-    Expected(std::vector<std::string> const& allAnswers, std::string const& agentProcess)
-        : answers(allAnswers) {
+    Expected(std::vector<std::string> const& allResponses, std::string const& agentProcess)
+        : responses(allResponses) {
         exchange.agentProcess = agentProcess;
-        exchange.answers = {{OpenAnswer(), {}},
-                            {ProgressAnswer("3", "0", "50"), {3, 0, 50}},
-                            {OneRowAnswer(), {1, 0, 100, {shortRow}}},
-                            {CloseAnswer(), {}}};
+        exchange.contents = {{OpenResponse(), {}},
+                             {ProgressResponse("3", "0", "50"), {3, 0, 50}},
+                             {OneRowResponse(), {1, 0, 100, {shortRow}}},
+                             {CloseResponse(), {}}};
         files.entries = {{ScriptedAgent::requestDirectory, {Entry::directory}},
                          {Sandbox::agentProgram, Entry::File("")},
                          {agentLink, Entry::Link(Sandbox::agentProgram)}};
@@ -79,13 +79,13 @@ private:
             return;
         lastSeen = files.published;
         seen.push_back(request->second.bytes);
-        if (seen.size() > answers.size())
+        if (seen.size() > responses.size())
             return;
-        files.entries[ScriptedAgent::response] = Entry::File(answers[seen.size() - 1]);
+        files.entries[ScriptedAgent::response] = Entry::File(responses[seen.size() - 1]);
         files.entries.erase(request);
     }
 
-    std::vector<std::string> const answers;
+    std::vector<std::string> const responses;
     unsigned int lastSeen = 0;
 };
 
@@ -93,7 +93,7 @@ private:
 class FaultyRuns {
 public:
     FaultyRuns(Scenario const& theScenario, Program theProgram)
-        : scenario(theScenario), program(theProgram), agent(Answers(theScenario)) {}
+        : scenario(theScenario), program(theProgram), agent(ResponsesOf(theScenario)) {}
 
     // All single failures of an evaluation, by its calls without failures.
     std::vector<Fault> AllFaults() const {
@@ -121,10 +121,10 @@ public:
     void TryNextRun() { triesNextRun = true; }
 
 private:
-    static std::vector<std::string> Answers(Scenario const& scenario) {
-        std::vector<std::string> answers = UsualAnswers();
-        answers.resize(scenario.answers);
-        return answers;
+    static std::vector<std::string> ResponsesOf(Scenario const& scenario) {
+        std::vector<std::string> responses = UsualResponses();
+        responses.resize(scenario.responses);
+        return responses;
     }
 
     ProgramResult Run(std::vector<Fault> const& faults) const {
@@ -136,7 +136,7 @@ private:
         ProgramResult const result = Run(faults);
         auto const logged = LoggedCalls();
         CallTrace const trace(logged);
-        Expected expected(Answers(scenario), agent.Process());
+        Expected expected(ResponsesOf(scenario), agent.Process());
         std::string const output = expected.Run(program, trace);
         EXPECT_EQ(ExitStatus::Exited(0), result.status);
         EXPECT_EQ("", result.errors);
@@ -172,7 +172,7 @@ private:
             })) << *request;
         }
         if (auto const response = ContentOf(ScriptedAgent::response)) {
-            EXPECT_THAT(UsualAnswers(), testing::Contains(*response));
+            EXPECT_THAT(UsualResponses(), testing::Contains(*response));
         }
         ExpectKnownNames();
         EXPECT_FALSE(IsLocked());
@@ -182,7 +182,7 @@ private:
     void ExpectNextRun() {
         bool const isWaiting = ContentOf(ScriptedAgent::request).has_value();
         ProgramResult const next = RunPreloaded(CommandOf(Program::tool), {});
-        Expected expected(Answers(scenario), agent.Process());
+        Expected expected(ResponsesOf(scenario), agent.Process());
         std::string const output = expected.Run(Program::tool, {});
         ExpectPrinted(isWaiting ? OpenError(-5) : output, next);
         EXPECT_FALSE(IsLocked());
@@ -209,7 +209,7 @@ size_t TryAll(FaultyRuns& runs, std::vector<Fault> const& faults, size_t step) {
 // Deliberate: a refused rename counts as successful, and the missing request as taken. So the old
 // response, which is "in progress", is read as long as every rename is refused.
 SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverTerminate) {
-    PlayedAgent const agent(UsualAnswers());
+    PlayedAgent const agent(UsualResponses());
     // The rename of the second poll and all later ones.
     OtherProgram tool(CommandOf(Program::tool),
                       PreloadedOptions({.faults = {{"rename", EACCES, 3, true}}}));
@@ -227,7 +227,7 @@ SANDBOX_TEST(QuickEndlessPolling, RefusedRenamesAfterProgressNeverTerminate) {
     EXPECT_TRUE(std::string(progressRequest)
                     .starts_with(ContentOf(ScriptedAgent::requestTemp).value_or("none")));
     EXPECT_EQ(std::nullopt, ContentOf(ScriptedAgent::request));
-    EXPECT_EQ(UsualAnswers()[1], ContentOf(ScriptedAgent::response));
+    EXPECT_EQ(UsualResponses()[1], ContentOf(ScriptedAgent::response));
     EXPECT_FALSE(IsLocked());
 }
 

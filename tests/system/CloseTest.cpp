@@ -5,8 +5,8 @@ namespace {
 
 using std::chrono::seconds;
 
-// A script up to the answer with a row.
-AgentScript UntilClose() { return AgentScript().Answer(OpenAnswer()).Answer(OneRowAnswer()); }
+// A script up to the response with a row.
+AgentScript UntilClose() { return AgentScript().Answer(OpenResponse()).Answer(OneRowResponse()); }
 
 void ExpectOneRow(ToolRun const& run, seconds took) {
     ExpectPrinted(PrintedOneRow(), run);
@@ -20,7 +20,7 @@ SANDBOX_TEST(CloseTest, CloseRequestThatIsNotTakenRemainsWithoutAMessage) {
 }
 
 SANDBOX_TEST(CloseTest, IgnoresContentOfTheLastResponse) {
-    ExpectOneRow(Evaluate(UntilClose().Answer(ProgressAnswer("3", "5", "50"))).tool, seconds(3));
+    ExpectOneRow(Evaluate(UntilClose().Answer(ProgressResponse("3", "5", "50"))).tool, seconds(3));
 }
 
 } // namespace

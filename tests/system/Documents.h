@@ -55,17 +55,18 @@ inline std::string Response(std::string const& content) {
 }
 
 // A response with only a type.
-inline std::string AnswerOfType(std::string const& type) {
+inline std::string ResponseOfType(std::string const& type) {
     return Response('\t' + Element("ResponseType", type) + "\r\n");
 }
 
-inline std::string OpenAnswer() { return AnswerOfType("Open"); }
+inline std::string OpenResponse() { return ResponseOfType("Open"); }
 
-inline std::string CloseAnswer() { return AnswerOfType("Close"); }
+inline std::string CloseResponse() { return ResponseOfType("Close"); }
 
 // Numbers are texts, because an agent may write any bytes. The rows are at the end.
-inline std::string ProgressAnswer(std::string const& state, std::string const& error = "0",
-                                  std::string const& percent = "0", std::string const& rows = "") {
+inline std::string ProgressResponse(std::string const& state, std::string const& error = "0",
+                                    std::string const& percent = "0",
+                                    std::string const& rows = "") {
     return Response('\t' + Element("ResponseType", "Progress") + "\r\n\t" +
                     Element("ResponseProgressState", state) + "\r\n\t" +
                     Element("ResponseProgressError", error) + "\r\n\t" +
@@ -75,10 +76,10 @@ inline std::string ProgressAnswer(std::string const& state, std::string const& e
 // A well-behaved agent: answers Open, each poll and Close.
 inline AgentScript WholeEvaluation(std::vector<std::string> const& polls) {
     AgentScript script;
-    script.Answer(OpenAnswer());
+    script.Answer(OpenResponse());
     for (std::string const& poll : polls)
         script.Answer(poll);
-    return script.Answer(CloseAnswer());
+    return script.Answer(CloseResponse());
 }
 
 // The texts of a row: designator, result, result type, evaluation time, description, comment.
@@ -116,7 +117,7 @@ inline std::string PrintedError(std::string const& error) {
 // A row for tests of other subjects, a response with it, and the output of the tool for it.
 inline RowTexts const shortRow = {"d", "r", "t", "1", "x", "c"};
 
-inline std::string OneRowAnswer() { return ProgressAnswer("1", "0", "100", Row(shortRow)); }
+inline std::string OneRowResponse() { return ProgressResponse("1", "0", "100", Row(shortRow)); }
 
 inline std::string PrintedOneRow() { return PrintedCount(1) + PrintedRow(shortRow); }
 

@@ -9,11 +9,11 @@ Arguments const request = {"-c", "url", "doc"};
 
 SANDBOX_TEST(LockTest, HeldDuringAllExchangesAndSleepsThenFree) {
     ScriptedAgent agent(AgentScript()
-                            .Answer(OpenAnswer())
-                            .Answer(ProgressAnswer("3"))
+                            .Answer(OpenResponse())
+                            .Answer(ProgressResponse("3"))
                             .PauseUntil(milliseconds(1500))
-                            .Answer(ProgressAnswer("1"))
-                            .Answer(CloseAnswer()));
+                            .Answer(ProgressResponse("1"))
+                            .Answer(CloseResponse()));
     Tool tool(request);
     // The seventh step ends in the sleep between two polls.
     for (size_t const steps : {1, 4, 7, 8, 11}) {
@@ -25,10 +25,10 @@ SANDBOX_TEST(LockTest, HeldDuringAllExchangesAndSleepsThenFree) {
     EXPECT_EQ("lockfile ", Requests());
 }
 
-// The poll fails because of an unknown state, Close because it gets no answer.
+// The poll fails because of an unknown state, Close because it gets no response.
 SANDBOX_TEST(LockTest, HeldAfterAFailedPollAndFreeAfterAFailedClose) {
     ScriptedAgent agent(
-        AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("7")).AwaitRequest());
+        AgentScript().Answer(OpenResponse()).Answer(ProgressResponse("7")).AwaitRequest());
     Tool tool(request);
     agent.AwaitEnd();
     ExpectWholeFileLockedBy(tool.pid());

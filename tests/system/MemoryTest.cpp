@@ -18,7 +18,7 @@ SANDBOX_TEST(MemoryTest, ResponseLargerThanMemoryIsABadResponse) {
 }
 
 SANDBOX_TEST(MemoryTest, SmallEvaluationFitsInto12MiBOfAddressSpace) {
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1")}));
+    ScriptedAgent agent(WholeEvaluation({ProgressResponse("1")}));
     ToolRun const run = RunTool({"-d"}, {.limits = {{RLIMIT_AS, 12 * megabyte}}});
     EXPECT_EQ(PrintedCount(0), run.output);
 }

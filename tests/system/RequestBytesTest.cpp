@@ -28,7 +28,7 @@ void ExpectOpenRequests(std::vector<Command> const& commands) {
 
 SANDBOX_TEST(RequestBytesTest, WritesExactBytesOfOpenProgressAndClose) {
     auto const evaluation = Evaluate(
-        WholeEvaluation({ProgressAnswer("3"), ProgressAnswer("1")}),
+        WholeEvaluation({ProgressResponse("3"), ProgressResponse("1")}),
         {"-c", "http://example.com:52311/cgi-bin/qzgather.exe/actionsite", "Doc.xml", "5"});
     // In full, to verify the shared texts.
     std::string const begun = "<?xml version=\"1.0\"?>\x0D\x0A"

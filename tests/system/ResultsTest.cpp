@@ -1,24 +1,24 @@
-// The bytes that the tool prints for the agent's answers.
+// The bytes that the tool prints for the agent's responses.
 #include <stdlib.h>
 
 #include "tests/system/ToolTest.h"
 
 namespace {
 
-using Answers = std::vector<std::string>;
+using Responses = std::vector<std::string>;
 
-std::string Finished(std::string const& rows) { return ProgressAnswer("1", "0", "100", rows); }
+std::string Finished(std::string const& rows) { return ProgressResponse("1", "0", "100", rows); }
 
 std::string ProgressOfState(std::string const& state) {
     return Element("ResponseProgressState", state);
 }
 
-// An evaluation with these answers to its polls. Close is sent, and the exit status is 0.
-void ExpectOutput(std::string const& output, Answers const& answers) {
+// An evaluation with these responses to its polls. Close is sent, and the exit status is 0.
+void ExpectOutput(std::string const& output, Responses const& responses) {
     Sandbox::RunWithDirectories([&] {
-        auto const evaluation = Evaluate(WholeEvaluation(answers));
+        auto const evaluation = Evaluate(WholeEvaluation(responses));
         ExpectPrinted(output, evaluation.tool);
-        ASSERT_EQ(answers.size() + 2, evaluation.requests.size());
+        ASSERT_EQ(responses.size() + 2, evaluation.requests.size());
         EXPECT_EQ(closeRequest, evaluation.requests.back().bytes);
     });
 }
@@ -66,14 +66,14 @@ SANDBOX_TEST(ResultsTest, PrintsMicroSignAsByteB5) {
 struct OutputCase {
     char const* name;
     std::string output;
-    Answers answers;
+    Responses responses;
 };
 
 void PrintTo(OutputCase const& test, std::ostream* out) { *out << test.name; }
 
 class OutputTest : public testing::TestWithParam<OutputCase> {};
 
-TEST_P(OutputTest, IsPrinted) { ExpectOutput(GetParam().output, GetParam().answers); }
+TEST_P(OutputTest, IsPrinted) { ExpectOutput(GetParam().output, GetParam().responses); }
 
 // The description of a row: as between the tags, and as printed.
 OutputCase Description(char const* name, std::string const& written, std::string const& printed) {
@@ -99,44 +99,45 @@ INSTANTIATE_TEST_SUITE_P(
                     "<>&\" &apos; &#65; &#x100; &#X41; A \xFF"),
         OutputCase{"NoRows", PrintedCount(0), {Finished("")}},
         // Deliberate: the type is not checked, and progress elements may be missing.
-        OutputCase{"AcceptsAnswerOfAnotherType",
+        OutputCase{"AcceptsResponseOfAnotherType",
                    PrintedOneRow(),
                    {Response("<ResponseType>Close</ResponseType>" + ProgressOfState("1") + row)}},
-        OutputCase{"Error", PrintedError("5"), {ProgressAnswer("2", "5")}},
-        OutputCase{"ErrorZero", PrintedError("0"), {ProgressAnswer("2", "0")}},
+        OutputCase{"Error", PrintedError("5"), {ProgressResponse("2", "5")}},
+        OutputCase{"ErrorZero", PrintedError("0"), {ProgressResponse("2", "0")}},
         OutputCase{
-            "NegativeError", PrintedError("-2147483648"), {ProgressAnswer("2", "-2147483648")}},
+            "NegativeError", PrintedError("-2147483648"), {ProgressResponse("2", "-2147483648")}},
         OutputCase{"ErrorMinus22HasItsOwnText",
                    "Client reports not available right now.\n",
-                   {ProgressAnswer("2", "-22")}},
+                   {ProgressResponse("2", "-22")}},
         OutputCase{"RowsOfAnErrorAreNotPrinted",
                    PrintedError("22"),
-                   {ProgressAnswer("2", "22", "9", row)}},
-        OutputCase{"MissingStateIsErrorZero", PrintedError("0"), {AnswerOfType("Progress")}},
+                   {ProgressResponse("2", "22", "9", row)}},
+        OutputCase{"MissingStateIsErrorZero", PrintedError("0"), {ResponseOfType("Progress")}},
         // Any other state is a bad response, for which the tool prints nothing.
-        OutputCase{"ZeroStateIsSilent", "", {ProgressAnswer("0")}},
-        OutputCase{"FourStateIsSilent", "", {ProgressAnswer("4", "5", "50", row)}},
-        OutputCase{"NoNumberStateIsSilent", "", {ProgressAnswer("finished")}},
+        OutputCase{"ZeroStateIsSilent", "", {ProgressResponse("0")}},
+        OutputCase{"FourStateIsSilent", "", {ProgressResponse("4", "5", "50", row)}},
+        OutputCase{"NoNumberStateIsSilent", "", {ProgressResponse("finished")}},
         OutputCase{"ReadsNumbersLikeAtoi",
                    PrintedPercent("7") + PrintedCount(0),
-                   {ProgressAnswer("3abc", "0", "7%"), ProgressAnswer(" \r\n\t+1.9")}},
+                   {ProgressResponse("3abc", "0", "7%"), ProgressResponse(" \r\n\t+1.9")}},
         OutputCase{"ProgressLinesRepeat",
                    PrintedPercent("0") + PrintedPercent("50") + PrintedPercent("50") +
                        PrintedOneRow(),
-                   {ProgressAnswer("3", "0", "0"), ProgressAnswer("3", "0", "50"),
-                    ProgressAnswer("3", "0", "50"), OneRowAnswer()}},
+                   {ProgressResponse("3", "0", "0"), ProgressResponse("3", "0", "50"),
+                    ProgressResponse("3", "0", "50"), OneRowResponse()}},
         // Printed unchecked; the next response starts without values of this one.
-        OutputCase{"PercentHasNoRangeAndAnswersAreIndependent",
+        OutputCase{"PercentHasNoRangeAndResponsesAreIndependent",
                    PrintedPercent("-5") + PrintedPercent("2147483647") + PrintedPercent("0") +
                        PrintedError("0"),
-                   {ProgressAnswer("3", "-22", "-5", row), ProgressAnswer("3", "0", "2147483647"),
+                   {ProgressResponse("3", "-22", "-5", row),
+                    ProgressResponse("3", "0", "2147483647"),
                     Response("<ResponseType>Progress</ResponseType>" + ProgressOfState("3")),
-                    AnswerOfType("Progress")}}),
+                    ResponseOfType("Progress")}}),
     NameOfRow);
 
 // The output is written when the buffer of the C library is full, and at the end.
 SANDBOX_TEST(ResultsTest, BuffersOutputThatIsNotToATerminal) {
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("3", "0", "10"), Finished("")}));
+    ScriptedAgent agent(WholeEvaluation({ProgressResponse("3", "0", "10"), Finished("")}));
     Tool tool({"-d"});
     agent.AwaitRequests(4);
     EXPECT_EQ("", tool.Output());
@@ -149,13 +150,14 @@ SANDBOX_TEST(ResultsTest, FlushesEachLineToATerminal) {
     ASSERT_EQ(0, grantpt(terminal));
     ASSERT_EQ(0, unlockpt(terminal));
     std::string const name = ptsname(terminal);
-    ScriptedAgent agent(AgentScript().Answer(OpenAnswer()).Answer(ProgressAnswer("3", "0", "10")));
+    ScriptedAgent agent(
+        AgentScript().Answer(OpenResponse()).Answer(ProgressResponse("3", "0", "10")));
     Tool tool({"-d"}, {.prepare = [&] {
                   int const file = open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
                   return file >= 0 && dup2(file, STDOUT_FILENO) == STDOUT_FILENO;
               }});
     agent.AwaitEnd();
-    // The tool now waits for another answer. A terminal may split a line.
+    // The tool now waits for another response. A terminal may split a line.
     std::string line;
     while (!line.ends_with('\n')) {
         char text[100];

@@ -8,7 +8,9 @@ namespace {
 
 std::string const results = PrintedPercent("50") + PrintedOneRow();
 
-AgentScript TwoPolls() { return WholeEvaluation({ProgressAnswer("3", "0", "50"), OneRowAnswer()}); }
+AgentScript TwoPolls() {
+    return WholeEvaluation({ProgressResponse("3", "0", "50"), OneRowResponse()});
+}
 
 // The evaluation was complete, and no file contains output.
 void ExpectExchangeUntouched(ScriptedAgent const& agent) {
@@ -18,7 +20,7 @@ void ExpectExchangeUntouched(ScriptedAgent const& agent) {
                                      closeRequest));
     EXPECT_EQ("lockfile ", Requests());
     EXPECT_EQ("", ReadBytes(ScriptedAgent::lockFile));
-    EXPECT_EQ(CloseAnswer(), ReadBytes(ScriptedAgent::response));
+    EXPECT_EQ(CloseResponse(), ReadBytes(ScriptedAgent::response));
 }
 
 ProgramOptions WithOutputTo(char const* path, int mode) {
@@ -105,7 +107,7 @@ SANDBOX_TEST(StandardDescriptorsTest, ContinuesIfOutputIsFullDuringRows) {
     std::string rows;
     for (int i = 0; i < 100; ++i)
         rows += Row({"d", std::string(1000, 'r'), "t", "1", "x", "c"});
-    ScriptedAgent agent(WholeEvaluation({ProgressAnswer("1", "0", "100", rows)}));
+    ScriptedAgent agent(WholeEvaluation({ProgressResponse("1", "0", "100", rows)}));
     ToolRun const run = RunTool({"-d"}, WithOutputTo("/dev/full", O_WRONLY));
     EXPECT_EQ(ExitStatus::Exited(0), run.status);
     agent.AwaitEnd();

@@ -1,7 +1,7 @@
 // The times of the checks: about 1, 3, 7 and 10 seconds after a request is published.
 //
 // The checks are far apart, so the tolerances are wide. The time of the next request determines
-// which check found the answer.
+// which check found the response.
 #include "tests/system/ToolTest.h"
 
 namespace {
@@ -19,10 +19,10 @@ int CheckOf(std::chrono::nanoseconds exchange) {
     return -1;
 }
 
-std::string const finishedWithoutRows = ProgressAnswer("1");
+std::string const finishedWithoutRows = ProgressResponse("1");
 
-// The check that must find the answer to an Open request, which is taken after this time. All other
-// requests are taken immediately.
+// The check that must find the response to an Open request, which is taken after this time. All
+// other requests are taken immediately.
 struct Answered {
     char const* name;
     int second;
@@ -38,11 +38,11 @@ TEST_P(AnsweredTest, EndsExchangeAtTheFirstCheckAfterTheRemoval) {
     Sandbox::RunWithDirectories([&] {
         auto const evaluation = Evaluate(AgentScript()
                                              .AwaitRequest()
-                                             .Respond(OpenAnswer())
+                                             .Respond(OpenResponse())
                                              .PauseUntil(milliseconds(test.milliseconds))
                                              .RemoveRequest()
                                              .Answer(finishedWithoutRows)
-                                             .Answer(CloseAnswer()));
+                                             .Answer(CloseResponse()));
         ExpectPrinted(PrintedCount(0), evaluation.tool);
         auto const& requests = evaluation.requests;
         ASSERT_EQ(3u, requests.size());
@@ -60,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Check, AnsweredTest,
                          NameOfRow);
 
 SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
-    std::string const inProgress = ProgressAnswer("3");
+    std::string const inProgress = ProgressResponse("3");
     auto const evaluation =
         Evaluate(WholeEvaluation({inProgress, inProgress, finishedWithoutRows}));
     ASSERT_EQ(5u, evaluation.requests.size());
@@ -94,14 +94,14 @@ SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
                             .AwaitRequest()
                             .RemoveRequest()
                             .Answer(finishedWithoutRows)
-                            .Answer(CloseAnswer()));
+                            .Answer(CloseResponse()));
     Tool tool({"-d"});
     agent.AwaitRequests(1);
     std::this_thread::sleep_for(milliseconds(2500));
     int const fifo = open(ScriptedAgent::response, O_WRONLY | O_CLOEXEC);
     ASSERT_LE(0, fifo);
     fs::remove(ScriptedAgent::response);
-    WriteBytes(ScriptedAgent::response, OpenAnswer());
+    WriteBytes(ScriptedAgent::response, OpenResponse());
     close(fifo);
     EXPECT_EQ(PrintedCount(0), tool.Wait().output);
     auto const requests = agent.Requests();
@@ -114,14 +114,14 @@ SANDBOX_TEST(TimingTest, FifoAtTheResponseBlocksUntilItHasAWriter) {
 
 // Deliberate: nothing relates a response to its request.
 SANDBOX_TEST(TimingTest, ReadsOldResponseForAllThreeRequests) {
-    WriteBytes(ScriptedAgent::response, OneRowAnswer());
+    WriteBytes(ScriptedAgent::response, OneRowResponse());
     AgentScript script;
     for (int exchange = 0; exchange < 3; ++exchange)
         script.AwaitRequest().RemoveRequest();
     auto const evaluation = Evaluate(script);
     ExpectPrinted(PrintedOneRow(), evaluation.tool);
     ExpectTook(seconds(3), evaluation.tool);
-    EXPECT_EQ(OneRowAnswer(), ReadBytes(ScriptedAgent::response));
+    EXPECT_EQ(OneRowResponse(), ReadBytes(ScriptedAgent::response));
 }
 
 } // namespace

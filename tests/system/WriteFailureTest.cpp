@@ -39,7 +39,7 @@ ToolRun RunWithOldTemporary(int directoryMode, int mode) {
     WriteBytes(ScriptedAgent::requestTemp, "old");
     fs::permissions(ScriptedAgent::requestTemp, fs::perms(mode));
     fs::permissions(ScriptedAgent::requestDirectory, fs::perms(directoryMode));
-    WriteBytes(ScriptedAgent::response, ProgressAnswer("2", "5"));
+    WriteBytes(ScriptedAgent::response, ProgressResponse("2", "5"));
     ScriptedAgent const agent;
     return RunToolUnprivileged({"-d"});
 }
@@ -69,7 +69,7 @@ TEST(WriteFailureTest, RefusedRenameCountsAsSuccess) {
 // The disk is full when the evaluation is already open: both later exchanges fail silently.
 SANDBOX_TEST(WriteFailureTest, DiskThatFillsUpAfterOpenFailsWithoutAMessage) {
     SmallFileSystem disk(ScriptedAgent::requestDirectory, {.bytes = 65536});
-    ScriptedAgent agent(AgentScript().Answer(OpenAnswer()));
+    ScriptedAgent agent(AgentScript().Answer(OpenResponse()));
     Tool tool({"-d"});
     agent.AwaitEnd();
     disk.FillUp();

@@ -499,7 +499,7 @@ def check_fresh(document, max_age=None):
         raise ResultError("the evaluation failed: {0} ({1}, exit status {2})".format(
             document["message"], document["failure"], document["exitStatus"]))
     if not document["provenance"]["response"]["fresh"]:
-        raise ResultError("the agent's answer existed before the request")
+        raise ResultError("the agent's response existed before the request")
     if max_age is None:
         return
     age = age_seconds(document)

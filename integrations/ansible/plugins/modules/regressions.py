@@ -15,7 +15,7 @@ description:
   - If the newest result is not fresh, the host is not compared, because old regressions must not be
     reported as new.
   - The previous result is the newest earlier one of a finished evaluation with the same host name,
-    document and site, unless its answer was stale.
+    document and site, unless its response was stale.
 requirements:
   - compliance-diff
 options:
