@@ -87,7 +87,8 @@ struct ClientComplianceResponse {
 
 // The exceptions of an exchange.
 //
-// Deliberate: they have no base class, so a handler for std::exception does not catch them.
+// Deliberate: they have no base class, because they have no text. So a handler for std::exception
+// does not catch them.
 class ClientComplianceRequestIOWriteFailure {};   // the request could not be written or published
 class ClientComplianceResponseIOWriteFailure {};  // the response could not be written or published
 class ClientComplianceResponseReadFailure {};     // the response is incomplete or has no root

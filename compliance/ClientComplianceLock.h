@@ -26,7 +26,8 @@ public:
     // Deliberate: if another process holds the lock, or if locking the open file fails for another
     // reason, the refusal is final. All later calls in this process return false without a system
     // call, even if the lock is free by then. If opening the file failed, or memory was exhausted,
-    // the next call tries again. COMPLIANCE_ERROR_LOCK documents both for callers of the C API.
+    // the next call tries again. The reason is the contract of COMPLIANCE_ERROR_LOCK, which
+    // documents both for callers of the C API.
     bool Lock() noexcept;
 
     // Releases the lock. Does nothing if it is not held.

@@ -32,8 +32,8 @@ public:
 
     // Releases the lock. Does nothing unless the last Lock succeeded.
     //
-    // Deliberate: a repeated Unlock makes the system call again, until one fails. Releasing a lock
-    // that the process does not hold has no effect.
+    // Deliberate: a repeated Unlock makes the system call again, until one fails. This is harmless,
+    // because releasing a lock that the process does not hold has no effect.
     void Unlock();
 
 private:

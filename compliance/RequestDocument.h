@@ -17,6 +17,7 @@ struct ClientComplianceRequest;
 // seconds.
 //
 // Deliberate: a failed rename(2) is not reported, and the temporary document stays (see MoveFile).
+// docs/exchange.md specifies this outcome as a part of the exchange.
 void ClientComplianceRequestIOWrite(ClientComplianceRequest const& request);
 
 // True if a directory entry of any type has the document's path. An entry that cannot be examined

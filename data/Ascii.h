@@ -153,7 +153,8 @@ std::int32_t CompareUppercase(ConstData left, ConstData right);
 // The same for NUL-terminated strings, except where one string is a prefix of the other.
 //
 // Deliberate: for a prefix, the result is the difference of the next bytes, unmapped, as signed
-// 8-bit values; one of them is the NUL. So "" compared with "\xE9" returns 23.
+// 8-bit values; one of them is the NUL. So "" compared with "\xE9" returns 23. Kept for
+// compatibility.
 std::int32_t CompareLowercase(char const* left, char const* right);
 
 } // namespace Ascii

@@ -86,7 +86,7 @@ constexpr bool CanSubtractSigned(S a, U b) {
 
 // Deliberate: the next two overloads, which take an unsigned minuend, are not exact: their bounds
 // wrap around in the unsigned type. In 8 bits, the first one returns false for 0 - 0 and true for
-// 200 - 0; the second one returns false for 200 - 100. These results are part of the contract.
+// 200 - 0; the second one returns false for 200 - 100. Kept for compatibility.
 template <typename U, typename S>
 requires CheckedPair<S, U>
 constexpr bool CanSubtractSigned(U a, S b) {

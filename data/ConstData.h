@@ -36,7 +36,8 @@ public:
     // PositionOf returns this if nothing is found.
     static constexpr std::uint64_t notFound = ~std::uint64_t{0};
 
-    // Deliberate: every range contains the empty pattern, although PositionOf does not find it.
+    // Deliberate: every range contains the empty pattern, although PositionOf does not find it. The
+    // empty pattern matches at every position, so none of them is its position.
     bool Contains(unsigned char byte) const;
     bool Contains(ConstData pattern) const;
 

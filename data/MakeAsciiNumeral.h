@@ -3,7 +3,8 @@
 // `padding` is the minimum number of digits; missing digits are leading zeros. The sign does not
 // count: -5 with `padding` 3 is "-005".
 //
-// Deliberate: zero has no digits. With `padding` 0 its text is empty, with 1 it is "0".
+// Deliberate: zero has no digits, because only digits without leading zeros count. With `padding` 0
+// its text is empty, with 1 it is "0".
 //
 // Each result has room for the longest value. If `padding` does not fit, the functions throw
 // ConstDataCapacityExceeded.

@@ -24,9 +24,9 @@ enum NumeralReadResult {
 
 // On failure, `value` is unchanged, except by the unsigned 64-bit functions.
 //
-// Deliberate: the unsigned 64-bit functions store the value of the digits before the error, unless
-// the text is empty. This value is already multiplied by the base if the product fits into 64 bits:
-// "12x" stores 120.
+// Deliberate: the unsigned 64-bit functions accumulate the result in `value`. So they store the
+// value of the digits before the error, unless the text is empty. This value is already multiplied
+// by the base if the product fits into 64 bits: "12x" stores 120.
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, unsigned int& value);
 NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, long long& value);

@@ -164,8 +164,9 @@ public:
 
 // The code of an EndOfFileError.
 //
-// Deliberate: no system call has failed, but the code is an error number, so the message ends with
-// the system's text for that number.
+// Deliberate: an error number, although no system call has failed, because readers map each failure
+// by its number (files/unix/FileErrorMappers.h). So the message ends with the system's text for
+// that number.
 inline constexpr int EndOfFileCode = 90;
 
 // Returns "Error: <number>: <system message>", or "Unknown error: <number>" if the system has no

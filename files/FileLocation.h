@@ -56,7 +56,7 @@ bool IsAbsolutePath(char const* path);
 // InvalidFileLocation if `candidate` is relative and neither equal to `ancestor` nor a descendant.
 //
 // Deliberate: paths are compared by Ascii::EqualIgnoringCase, although the file system is
-// case-sensitive. They are not normalized: "/a" is not equal to "//a".
+// case-sensitive. They are not normalized: "/a" is not equal to "//a". Kept for compatibility.
 bool EqualOrDescendant(FileLocation const& ancestor, FileLocation const& candidate);
 bool IsDescendant(FileLocation const& ancestor, FileLocation const& candidate);
 

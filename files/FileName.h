@@ -16,8 +16,8 @@ public:
 
 // The exceptions of operations on names. None is a FileIOError, because no file is involved.
 //
-// Deliberate: the three classes of illegal names are not derived from each other, so a handler for
-// IllegalFileName does not catch the other two.
+// Deliberate: the three classes of illegal names are not derived from each other, because each is
+// the violation of another rule. So a handler for IllegalFileName does not catch the other two.
 
 // One of these errors:
 // - a "/" in the name

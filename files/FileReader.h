@@ -33,8 +33,9 @@ public:
     // of this read counts as the end. If the read returns a byte, the result stays false until the
     // next operator>>.
     //
-    // Deliberate: a known length is trusted. A file that returns fewer bytes than its length (most
-    // files of /sys) is never finished. Its caller must also stop when a read returns no bytes.
+    // Deliberate: a known length is trusted, so that the end is found without a read. A file that
+    // returns fewer bytes than its length (most files of /sys) is never finished. Its caller must
+    // also stop when a read returns no bytes.
     bool Finished() const override;
 
     // Calls read(2) once for the free space of `target`, if there is any. The call may return fewer

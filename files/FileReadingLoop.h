@@ -24,7 +24,8 @@ class FileReadingLoopEndOfFileError : public DebuggableException {};
 //
 // Deliberate: an unknown length is the all-ones value, so the overloads without `stop` deliver the
 // file from `start` to its end and then throw. The same happens if `start` is greater than `stop`,
-// because the difference wraps around.
+// because the difference wraps around. Callers depend on receiving all bytes before the exception:
+// see CopyFile and ReadFile.h.
 //
 // Error handling: also throws like FileReader.
 class FileReadingLoop {

@@ -3,9 +3,10 @@
 // The backoff is 16, 32, 64, 128, 256, 512 and 1,024 ms, so a permanent failure takes 2,032 ms. The
 // exception of the last attempt then propagates to the caller.
 //
-// Deliberate: every exception leads to a retry, even FileNotFoundError. Only EmptyFileLocationError
-// propagates at once, even if the log throws it. The two members named at the end of this header
-// retry after that exception, too.
+// Deliberate: every exception leads to a retry, even FileNotFoundError. The exchange depends on the
+// resulting duration of a failed write (docs/exchange.md). Only EmptyFileLocationError propagates
+// at once, even if the log throws it. The two members named at the end of this header retry after
+// that exception, too.
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -18,8 +19,8 @@ class FileLocation;
 // `first` and `second` are the locations of the operation, valid during the call. `second` is null
 // if there is only one. An exception of LogRetryFailure replaces the exception of the operation.
 //
-// Deliberate: an exception of LogRetrySuccess counts as a failed attempt, so the operation is run
-// again, except after the last attempt.
+// Deliberate: an exception of LogRetrySuccess counts as a failed attempt, because a success after a
+// retry must be logged. So the operation is run again, except after the last attempt.
 //
 // Deliberate: no virtual destructor. Logs are on the stack and never deleted through this class.
 class FileRetryLog {

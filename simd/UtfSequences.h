@@ -99,7 +99,8 @@ private:
 
 template <>
 struct UtfSequences<unsigned short> {
-    // Deliberate: a low surrogate is not rejected before the second code unit is available.
+    // Deliberate: a low surrogate is not rejected before the second code unit is available, because
+    // every surrogate starts a pair (Utf.h).
     static constexpr UtfSequence Read(unsigned short const* unit, std::size_t available) {
         std::uint32_t const first = unit[0];
         if (!IsSurrogate(first))
@@ -113,7 +114,8 @@ struct UtfSequences<unsigned short> {
         return {UtfSequence::supplementary, 2, value};
     }
 
-    // Deliberate: the arithmetic truncates to 16 bits; see Utf.h for values outside the range.
+    // Deliberate: the arithmetic truncates to 16 bits, because the range of four-byte sequences of
+    // UTF-8 is not checked (Utf.h).
     static constexpr unsigned short* Write(unsigned short* target, UtfSequence sequence) {
         std::uint32_t const value = sequence.value;
         if (sequence.form == UtfSequence::supplementary) {

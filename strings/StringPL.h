@@ -11,7 +11,8 @@
 
 // An invalid index or count, or a string that would be too long.
 //
-// Deliberate: not derived from DebuggableException; what() returns the plain name of the class.
+// Deliberate: not derived from DebuggableException, because what() returns the plain name of the
+// class and not the encoded one.
 class StringPLOutOfBoundsException : public std::exception {
 public:
     char const* what() const noexcept override;
@@ -64,7 +65,8 @@ public:
     // The old text is freed after the new one is allocated. A null pointer counts as empty.
     // Self-assignment changes nothing.
     //
-    // Deliberate: an assigned string ends at the first NUL of its source, unlike a copy.
+    // Deliberate: an assigned string ends at the first NUL of its source, unlike a copy, because
+    // both overloads assign a NUL-terminated string.
     StringPL& operator=(char const* text);
     StringPL& operator=(StringPL const& source);
 
@@ -120,10 +122,10 @@ public:
 
     // The same, case-insensitive in the current locale.
     //
-    // Deliberate: each match reassigns the whole string. So the time is quadratic in the number of
-    // matches, and a string with embedded NULs then ends at the first one. Without a match the
-    // string keeps its block. If ReplaceNoCase throws, the string keeps the replacements made so
-    // far.
+    // Deliberate: each match reassigns the whole string, so that the string keeps the replacements
+    // made so far if ReplaceNoCase throws. The time is therefore quadratic in the number of
+    // matches, and a string with embedded NULs ends at the first one. Without a match the string
+    // keeps its block.
     void ReplaceNoCase(char const* search, char const* replacement);
 
     // Return the index of the first match at or after `start`, or -1. An empty pattern matches at

@@ -48,9 +48,9 @@ public:
             FreeHeap();
     }
 
-    // Deliberate: an empty source makes the null string. The old array is freed before the new one
-    // is allocated, so the string is null if the allocation throws. Self-assignment changes
-    // nothing.
+    // Deliberate: an empty source makes the null string, like an empty substring. The old array is
+    // freed before the new one is allocated, so that there are never two. The string is null if the
+    // allocation throws. Self-assignment changes nothing.
     Stringy& operator=(Stringy const& source);
 
     // A null pointer makes the null string. The old array is freed after the new one is allocated.
@@ -59,7 +59,7 @@ public:
     // Append the argument. Do nothing for a NUL byte, a null pointer and empty text.
     //
     // Deliberate: appending 127 characters to an empty string allocates, if they are a `char
-    // const*` or a Stringy.
+    // const*` or a Stringy. Kept for compatibility.
     Stringy& operator+=(char byte);
     Stringy& operator+=(char const* text);
     Stringy& operator+=(Stringy const& source);
@@ -73,7 +73,8 @@ public:
 
     // Returns the byte at `index`; NUL for the null string and for an index beyond the NUL.
     //
-    // Deliberate: does not check for GetLength() + 1, which reads the byte after the NUL.
+    // Deliberate: does not check for GetLength() + 1, which reads the byte after the NUL. Kept for
+    // compatibility.
     // REQUIRES: `index` is not GetLength() + 1.
     char operator[](unsigned int index) const {
         return characters == nullptr || index > sizeWithNul ? '\0' : characters[index];
@@ -100,7 +101,7 @@ public:
     // the NUL.
     //
     // Deliberate: the null string is less than the empty string. CompareNoCase of two null strings
-    // returns 0, but EqualIgnoringCase returns false.
+    // returns 0, but EqualIgnoringCase returns false. Kept for compatibility.
     int CompareNoCase(Stringy const& other) const;
     bool EqualIgnoringCase(Stringy const& other) const;
 
@@ -137,7 +138,8 @@ public:
     // end. A null or empty `text` has no parts. With `strip`, each part loses its leading and
     // trailing whitespace.
     //
-    // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop.
+    // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop,
+    // because a separator cannot be distinguished from the end of `text`.
     // REQUIRES: if the separator is NUL, `text` has `maxItems` parts.
     // REQUIRES: with `strip`, `items` is empty.
     static unsigned int SplitSeparatedStringsIntoArray(char const* text, char separator,

@@ -26,7 +26,8 @@ concept TranscodedPair =
 // longest sequence of the target encoding. At the end of each chunk, the last block is sent unless
 // it is empty.
 //
-// Deliberate: an empty chunk drops an incomplete sequence at the end of the previous chunk.
+// Deliberate: an empty chunk drops an incomplete sequence at the end of the previous chunk. Kept
+// for compatibility; the callers send each text as one chunk.
 //
 // Error handling: Receive throws InvalidTextEncoding for an ill-formed sequence, without sending
 // the current block. ReceiveEnd throws it if the stream ends inside a sequence, without calling

@@ -26,7 +26,8 @@ void AppendWithoutNuls(std::string& target, char const* from, char const* end) {
 // than 255.
 //
 // Deliberate: accepts everything that strtol accepts, and truncates the result to 32 bits before
-// the comparison. So a huge or a negative number can also result in a byte.
+// the comparison. So a huge or a negative number can also result in a byte. Stricter rules would
+// change the texts that the tool prints for the responses of existing agents.
 bool DecodeReference(char const* digits, char& byte) {
     int const number = static_cast<int>(std::strtol(digits, nullptr, 16));
     byte = static_cast<char>(number);

@@ -38,7 +38,8 @@ public:
 
     // Returns the children in document order.
     //
-    // Deliberate: although const, it frees the old children that were not reused.
+    // Deliberate: although const, it frees the old children that were not reused, because the
+    // returned list must not contain them.
     std::list<XMLElementPL> const& GetElementList() const;
 
     // GetName returns the name as in the document. GetText returns all text directly inside the
@@ -50,7 +51,8 @@ public:
     // child, if there is one.
     //
     // Deliberate: the first overload appends after the old children, and while there are any, the
-    // new child counts as one of them: it is reused, or freed by GetElementList.
+    // new child counts as one of them: it is reused, or freed by GetElementList. Kept for
+    // compatibility; XMLTreeParserPL calls the second overload only.
     XMLElementPL* AddChildElement(XMLElementPL const& child);
     XMLElementPL* AddChildElement(std::string const& childName,
                                   std::vector<XMLAttribute const*> const& childAttributes);

@@ -24,7 +24,7 @@ void CopyBytes(FileReadingPath const& source, FileWritingPath const& target) {
 }
 
 // Deliberate: sets the time in memory only. On disk, the copy keeps the time at which it was
-// written.
+// written, because the contract of CopyFile requires the time of a new file.
 void CopyModificationTime(UnixPlatform::FileLocation const& from,
                           UnixPlatform::FileLocation const& to) {
     UnixPlatform::UnixFileInfo const source(from);

@@ -31,8 +31,8 @@ public:
     // Replaces the path by `path` without its trailing slashes, but keeps at least one byte: "///"
     // becomes the root. Length 0 makes the empty location. `path` may be a part of this path.
     //
-    // Deliberate: if `path` is Text(), nothing changes, whatever `pathLength` is. So this function
-    // never truncates the path in place.
+    // Deliberate: if `path` is Text(), nothing changes, whatever `pathLength` is, because this is
+    // the check for self-assignment. So this function never truncates the path in place.
     void SetFullPathName(char const* path, unsigned int pathLength);
 
     // Replaces the path by `parent`, a slash and `name`, without trailing slashes. `name` may have
@@ -40,7 +40,8 @@ public:
     // Both arguments may be parts of this path. Throws EmptyFileLocationError if `parent` is empty.
     //
     // Deliberate: the slash is added unless `name` begins with one; the end of `parent` is not
-    // examined. So the child x of the root is "//x", whose parent is the root again.
+    // examined. So the child x of the root is "//x". This is harmless, because the system resolves
+    // it like "/x", and its parent is the root again.
     void Set(FileLocation const& parent, ConstData const& name);
 
     // Returns a new location, set by Set(*this, path). REQUIRES: `path` is not null.

@@ -52,7 +52,7 @@ public:
     // Returns the concatenation, stored by SafeSet: it may contain a "/", be reserved, or be empty.
     //
     // Deliberate: throws IllegalFileName (not IllegalFileNameLength) if the result is longer than
-    // 254 bytes, one less than the limit of Set.
+    // 254 bytes. The limit is one less than that of Set, because it includes a NUL.
     static FileName CombineNames(char const* first, unsigned int firstLength, char const* second,
                                  unsigned int secondLength);
 

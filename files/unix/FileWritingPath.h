@@ -7,8 +7,9 @@ namespace UnixPlatform {
 
 // The contract is that of the class of the same name in files/FileWritingPath.h.
 //
-// Deliberate: this class does not store its location. An exception of an open names the file;
-// exceptions of other operations (Flush, SetLength, writing) have no name.
+// Deliberate: this class does not store its location, so that opening does not copy the path. An
+// exception of an open names the file; exceptions of other operations (Flush, SetLength, writing)
+// have no name.
 class FileWritingPath : public FileReadingPath {
 public:
     // Open for reading and writing. A file that is still open is closed first. A new file has the
@@ -19,7 +20,7 @@ public:
     void OpenNew(FileLocation const& where);
     void OpenNewOrAsNew(FileLocation const& where);
 
-    // Deliberate: this function does not set the length, and callers depend on that.
+    // Deliberate: this function does not set the length. Kept for compatibility.
     // - If the file is shorter than `length`, calls lseek with offset 0 and, as its whence,
     //   `length` - 1 truncated to 32 bits. Then writes one NUL byte at the resulting position. So
     //   the lengths 1, 2 and 3 mean the start, the current position and the end; most other values
