@@ -61,9 +61,15 @@ Difference CompareRows(std::vector<StoredRow> const& oldRows,
 void KeepRegressions(Difference& difference, DiffSide const& oldSide, DiffSide const& newSide,
                      std::vector<std::string> const& goodResults);
 
-// Returns a warning for each of these: different hosts, documents or sites, a new result that is
-// older than the old one, a stale response, missing provenance, a designator that is not unique,
-// and `Difference::missing`. If a result has no provenance, only the last three are checked.
+// Returns a warning for each of these:
+// - different hosts, documents or sites
+// - a new result that is older than the old one
+// - a stale response
+// - missing provenance
+// - a designator that is not unique
+// - `Difference::missing`
+//
+// If a result has no provenance, only the last three are checked.
 std::vector<std::string> DescribeSides(Difference const& difference, DiffSide const& oldSide,
                                        DiffSide const& newSide);
 

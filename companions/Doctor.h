@@ -101,8 +101,8 @@ constexpr long long maxResponseBytes = 1LL << 30;
 // Checks that no abandoned request blocks all evaluations.
 //
 // REQUIRES: `before` was constructed before AskForLock returned `lock`. If the lock was not held
-// and the request has changed since, it may belong to an evaluation that began in between, so it is
-// not reported as abandoned.
+// and the request has changed since, it may belong to an evaluation that began in between. Such a
+// request is not reported as abandoned.
 Finding CheckRequest(FileFacts const& before, LockState const& lock);
 // Checks that a temporary request, if there is one, can be overwritten and renamed.
 Finding CheckTemporaryRequest();

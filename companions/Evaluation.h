@@ -34,9 +34,9 @@ struct EvaluationEnd {
     int number = 0;
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // True if the exchange of Open, the Progress exchange with the final response, or the exchange
-    // of Close succeeded and left the response file unchanged (ResponseWatch). An agent may leave
-    // it unchanged for Open and Close.
+    // True if an exchange succeeded and left the response file unchanged (ResponseWatch): that of
+    // Open, the Progress exchange with the final response, or that of Close. An agent may leave the
+    // file unchanged for Open and Close.
     bool openUnchanged = false;
     bool responseUnchanged = false;
     bool closeUnchanged = false;

@@ -19,8 +19,8 @@ struct FileIdentity {
 };
 
 // Returns the identity of a file, following symbolic links. A dangling link counts as a file that
-// does not exist. Returns nullopt for an empty path, if stat(2) fails for both the file and its
-// directory, or if stat(2) fails for a path that ends with "/".
+// does not exist. Returns nullopt for an empty path, and if stat(2) fails for both the file and its
+// directory. If the path ends with "/", a failure for the file is sufficient.
 std::optional<FileIdentity> IdentifyFile(std::string const& path);
 
 // A file on the command line: the option or operand that names it, and its path. For standard

@@ -31,8 +31,8 @@ struct JsonFailure {
 // characters except printable ASCII are escaped ("\u009b"), because the terminal may interpret
 // them.
 //
-// If a text is not UTF-8, its member has readable text (MakeReadable of VisibleText.h), and a
-// second member, whose name ends with "Base64", has the exact bytes.
+// If a text is not UTF-8, its member has readable text (MakeReadable of VisibleText.h). A second
+// member, whose name ends with "Base64", has the exact bytes.
 void WriteJson(Rows const& rows, Provenance const& provenance, Output& output);
 
 // Writes a line with the members of WriteJson except the rows, then one line for each row.

@@ -10,7 +10,7 @@
 #include "companions/Rows.h"
 
 // Adds a member with the text. If the text is not UTF-8, the member has readable text (MakeReadable
-// of VisibleText.h), and a second member, whose name ends with "Base64", has the exact bytes.
+// of VisibleText.h). A second member, whose name ends with "Base64", has the exact bytes.
 void AddText(nlohmann::ordered_json& object, std::string const& name, std::string_view text);
 
 // The same, but adds a null member for nullopt.

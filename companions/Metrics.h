@@ -32,8 +32,8 @@ struct Metrics {
 // collector rejects timestamps.
 //
 // `former` is the previous content of the file, possibly empty. If the evaluation did not finish,
-// the samples of rows with the same labels are kept, because a failed run must not end an alert for
-// failing rows. The time of the last success is kept if the evaluation did not finish or is stale.
+// the samples of rows with the same labels are kept. A failed run must not end an alert for failing
+// rows. The time of the last success is kept if the evaluation did not finish or is stale.
 // Only lines with the syntax of these samples are kept.
 //
 // The 20 results with the most rows have samples of their own. The rows with other results, and

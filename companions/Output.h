@@ -12,9 +12,9 @@
 // A buffered writer. Writes to the file descriptor when the buffer is full, and in Flush. The
 // destructor does not flush. Not thread-safe.
 //
-// Error handling: the first error is stored, and all later output is discarded. If a write has to
-// wait for a slow reader, a stop signal (StopSignals.h) before or during the wait ends the write
-// with the error EINTR. Output that need not wait is written even after a stop signal.
+// Error handling: the first error is stored, and all later output is discarded. A write may
+// have to wait for a slow reader. A stop signal (StopSignals.h) before or during the wait ends the
+// write with the error EINTR. Output that need not wait is written even after a stop signal.
 //
 // Never changes the file status flags of the descriptor, because other processes may share them.
 class Output {

@@ -36,6 +36,9 @@ struct QueryConfig {
 // once; URL and DOCUMENT require each other. A value has 1 to 4096 bytes, a file at most 64 KiB.
 //
 // systemd reads the same values from the file (EnvironmentFile= of systemd.exec(5)). Syntax that it
-// would interpret differently or reject is a mistake: a quote, a backslash or a control character
-// in a value, a comment that ends with a backslash, a byte order mark, a value that is not UTF-8.
+// would interpret differently or reject is a mistake:
+// - a quote, a backslash or a control character in a value
+// - a value that is not UTF-8
+// - a comment that ends with a backslash
+// - a byte order mark
 QueryConfig ReadQueryConfig(std::string const& path);

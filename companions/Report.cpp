@@ -64,8 +64,8 @@ void CountResult(ReportEntry& entry, std::string const& result) {
         ++entry.otherRows;
 }
 
-// Orders results from older to newer. Of results with equal times a failed one is newer, then the
-// one with the last path, so the order in which files are read does not matter.
+// Orders results from older to newer. Of results with equal times, a failed one is newer, then the
+// one with the last path. So the order in which files are read does not matter.
 auto RecencyOf(ReportEntry const& entry) {
     StoredProvenance const& known = *entry.result.provenance;
     return std::tuple(MomentOf(known.start), MomentOf(known.end), !entry.result.finished,

@@ -37,8 +37,8 @@ public:
     // False if the caller need not pass the rows of the entry.
     virtual bool WantsRows(ReportEntry const& entry) const = 0;
     virtual void StartEntry(ReportEntry const& entry) = 0;
-    // The caller may pass rows that the format does not want, and a different number of rows than
-    // in the entry if the file has changed.
+    // The caller may pass rows that the format does not want. If the file has changed, the number
+    // of rows may differ from that in the entry.
     virtual void AddRow(ReportEntry const& entry, StoredRow const& row) = 0;
     virtual void EndEntry(ReportEntry const& entry) = 0;
     // Reads the problems of the report, which may have been added since the construction.

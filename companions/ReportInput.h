@@ -27,8 +27,10 @@ ReportFiles ListReportFiles(std::vector<std::string> const& operands,
 
 constexpr std::size_t maxHostsBytes = std::size_t{16} << 20;
 
-// Returns the host names in a file, one on each line. Ignores a byte order mark, a carriage return
-// at the end of a line, spaces and tabs around a name, empty lines and lines that begin with '#'.
-// Throws CommandLineError if the file cannot be read, has more than maxHostsBytes or has no name;
-// also for a name that has more than 255 bytes, a space or a control character.
+// Returns the host names in a file, one on each line. Ignores empty lines and lines that begin with
+// '#'. Also ignores a byte order mark, a carriage return at the end of a line, and spaces and tabs
+// around a name.
+//
+// Throws CommandLineError if the file cannot be read, has more than maxHostsBytes or has no name.
+// Also throws it for a name that has more than 255 bytes, a space or a control character.
 std::vector<std::string> ReadHosts(std::string const& file);

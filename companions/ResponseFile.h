@@ -24,8 +24,8 @@ ResponseState LookAtResponse();
 // request, and call IsUnchanged after the new one.
 //
 // Limitations: a stale response is not detected if the agent replaces it after the library has read
-// it, but before IsUnchanged. A new response is reported as unchanged if it has the same inode and
-// size, and the same times within the resolution of the file system's clock (about 4 ms).
+// it, but before IsUnchanged. A new response with the same inode and size is reported as unchanged
+// if its times are the same. The kernel sets times with a resolution of about 4 ms.
 class ResponseWatch {
 public:
     // True if there was a response before, and it is the same file with the same size and times.

@@ -4,9 +4,9 @@
 #include <chrono>
 #include <optional>
 
-// The state of the retries of one process. Each retry executes the program again (execve(2)) with
-// the same process ID, name and arguments, because the C API keeps refusing a lock that it has
-// refused once. A retry executes /proc/self/exe, so the file of the program may have been replaced
+// The state of the retries of one process. The C API keeps refusing a lock that it has refused
+// once. Each retry therefore executes the program again (execve(2)) with the same process ID, name
+// and arguments. A retry executes /proc/self/exe, so the file of the program may have been replaced
 // or removed. The environment variable COMPLIANCE_QUERY_ATTEMPT passes the state on. It contains
 // the process ID, so other processes ignore it.
 class Retry {

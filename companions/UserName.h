@@ -1,5 +1,5 @@
-// Looks up the names of users without the name service (nsswitch.conf(5)), for which a static
-// program would need the shared libraries of the same version of the C library.
+// Looks up the names of users without the name service (nsswitch.conf(5)). For that service, a
+// static program would need the shared libraries of the same version of the C library.
 #pragma once
 
 #include <string>

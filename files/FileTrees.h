@@ -40,9 +40,9 @@ void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 //
 // Devices, sockets, FIFOs and links to them are not removed. Removing their directory then throws.
 //
-// Deliberate: a symbolic link to a directory counts as a directory, also inside the tree, because
-// the type of an entry is that of its target (files/unix/FileStats.h). The contents of the target
-// are removed; then removing the link throws. DeleteContents does not remove `location` itself, so
+// Deliberate: a symbolic link to a directory counts as a directory, also inside the tree. The type
+// of an entry is that of its target (files/unix/FileStats.h). The contents of the target are
+// removed; then removing the link throws. DeleteContents does not remove `location` itself, so
 // it accepts such a link there.
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);

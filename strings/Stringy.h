@@ -138,8 +138,8 @@ public:
     // end. A null or empty `text` has no parts. With `strip`, each part loses its leading and
     // trailing whitespace.
     //
-    // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop,
-    // because a separator cannot be distinguished from the end of `text`.
+    // Deliberate: if the separator is NUL, each NUL ends a part, and only `maxItems` ends the loop.
+    // A separator cannot be distinguished from the end of `text`.
     // REQUIRES: if the separator is NUL, `text` has `maxItems` parts.
     // REQUIRES: with `strip`, `items` is empty.
     static unsigned int SplitSeparatedStringsIntoArray(char const* text, char separator,

@@ -8,9 +8,9 @@ namespace UnixPlatform {
 // True if the NUL-terminated pattern matches the whole name. "*" matches any number of bytes, even
 // none, "?" any one byte, and every other byte itself.
 //
-// Deliberate: a "*" of the pattern that is compared with a "*" of the name matches only that byte,
-// because equal bytes match each other before wildcards apply. So "*" matches "ab" and "*", but not
-// "*a".
+// Deliberate: equal bytes match each other before wildcards apply. A "*" of the pattern that is
+// compared with a "*" of the name therefore matches only that byte. So "*" matches "ab" and "*",
+// but not "*a".
 //
 // The time is at most proportional to the product of the lengths, for every pattern. A name of up
 // to 255 bytes needs no allocation.
