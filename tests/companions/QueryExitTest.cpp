@@ -66,6 +66,14 @@ TEST(QueryExitTest, NumbersAndWordsAreStable) {
               table.str());
 }
 
+TEST(QueryExitTest, ListsStatusesInAlignedColumns) {
+    std::istringstream lines(ListQueryExits());
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        EXPECT_THAT(line, testing::MatchesRegex("(    [0-9]|   1[0-9]|  128 [+] n)  [a-z].*"));
+    EXPECT_EQ(queryExitTable.size(), count);
+}
+
 TEST(QueryExitTest, ExplainsEachStatus) {
     for (QueryExitFacts const& facts : queryExitTable) {
         bool const isSignal = facts.status == QueryExit::stopped;

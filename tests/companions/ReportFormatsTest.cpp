@@ -118,6 +118,26 @@ TEST(ReportFormatsTest, PageJoinsConditionsResultsAndCounts) {
     EXPECT_THAT(FormatReport(ReportFormat::markdown, report), HasSubstr("too old, not expected"));
 }
 
+TEST(ReportFormatsTest, PartsOfTheBarAreAdjacent) {
+    Report report;
+    report.entries.resize(10, EntryOf("web1", 1, 1));
+    report.totals.attention = 2;
+    report.totals.failing = 3;
+    report.totals.good = 5;
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                HasSubstr("<rect class=\"alert\" width=\"20.000\" height=\"2\"/>"
+                          "<rect class=\"bad\" x=\"20.000\" width=\"30.000\" height=\"2\"/>"
+                          "<rect class=\"good\" x=\"50.000\" width=\"50.000\" height=\"2\"/>"));
+}
+
+TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
+    Report report;
+    report.entries = {EntryOf("failing-host", 1, 1), EntryOf("good-host", 1, 0)};
+    EXPECT_THAT(FormatReport(ReportFormat::html, report), HasSubstr("good-host"));
+    EXPECT_THAT(FormatReport(ReportFormat::markdown, report),
+                AllOf(HasSubstr("failing-host"), Not(HasSubstr("good-host"))));
+}
+
 TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
     EXPECT_THAT(FormatReport(ReportFormat::html, Report()), HasSubstr("There is no result."));
 }

@@ -187,7 +187,7 @@ TEST_F(ReportProgramTest, ProgressGoesToATerminalOnly) {
     EXPECT_EQ("", OnTerminal({"--json=-", "--quiet"}));
 }
 
-TEST_F(ReportProgramTest, ProgressNeverDecreases) {
+TEST_F(ReportProgramTest, EachPassIsHalfOfTheProgress) {
     StoreMany(10);
     std::string const text = OnTerminal({"--csv=-"});
     std::vector<int> percents;
@@ -197,6 +197,7 @@ TEST_F(ReportProgramTest, ProgressNeverDecreases) {
     EXPECT_TRUE(std::ranges::is_sorted(percents));
     EXPECT_EQ(20u, percents.size());
     EXPECT_EQ(0, percents.at(0));
+    EXPECT_EQ(50, percents.at(10));
 }
 
 TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
