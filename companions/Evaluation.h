@@ -34,9 +34,9 @@ struct EvaluationEnd {
     int number = 0;
     // The return value of COMPLIANCE_Close; 0 if it was not called.
     int closeCode = 0;
-    // True if an exchange succeeded and left the response file unchanged (ResponseWatch): that of
-    // Open, the Progress exchange with the final response, or that of Close. An agent may leave the
-    // file unchanged for Open and Close.
+    // True if an exchange succeeded and left the response file unchanged (ResponseWatch). The
+    // exchanges are that of Open, the Progress exchange with the final response, and that of Close.
+    // An agent may leave the file unchanged for Open and Close.
     bool openUnchanged = false;
     bool responseUnchanged = false;
     bool closeUnchanged = false;
@@ -49,8 +49,9 @@ struct EvaluationEnd {
 // including after a timeout, a stop signal or an exception.
 //
 // Checks the deadline and the signals between calls of the C API, so a running exchange ends first.
-// A stop signal ends the current sleep of the exchange, which may therefore fail early. It has
-// precedence over every other end, and a final response or an error code over the deadline.
+// A stop signal ends the current sleep of the exchange, which may therefore fail early. A stop
+// signal has precedence over every other end. A final response or an error code has precedence over
+// the deadline.
 //
 // `useRows` takes the rows, which are valid only during the call, and whether the response was
 // stale. Its exceptions, and any other exception after COMPLIANCE_Open, propagate after the close.

@@ -45,7 +45,7 @@ ResultCheck CheckResults(Rows const& rows, std::vector<std::string> const& accep
 using ResultCounts = std::map<std::string, unsigned int, std::less<>>;
 ResultCounts CountResults(Rows const& rows);
 
-// Reports and metrics do not count longer results by name.
+// In bytes. Reports and metrics do not count longer results by name.
 constexpr std::size_t maxResultNameLength = 100;
 
 // Removes all results except the `max` with the most rows. If numbers are equal, keeps those that

@@ -87,7 +87,7 @@ TEST(CompletionsTest, BashFollowsThePositionalSyntaxOfTheTool) {
                    {{"-d", "", "", ""}, {}}});
 }
 
-TEST(CompletionsTest, BashOffersScenarioFilesForTheStandInAgent) {
+TEST(CompletionsTest, BashOffersFilesAsScenariosOfTheStandInAgent) {
     ExpectOffered("VeskaClient", {{{"--"}, {"--check", "--help", "--version"}},
                                   {{"READ"}, {"README.md"}},
                                   {{"--check", "READ"}, {"README.md"}},

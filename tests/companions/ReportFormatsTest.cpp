@@ -253,7 +253,7 @@ TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
                 HasSubstr("tests=\"0\" failures=\"0\" errors=\"0\""));
 }
 
-TEST(ReportFormatsTest, JunitSuiteHasTheDocumentUnlessItIsTheDefault) {
+TEST(ReportFormatsTest, JunitSuiteNameHasTheDocumentUnlessItIsTheDefault) {
     Report report;
     report.entries = {EntryOf("web1", 3, 2), EntryOf("web2", 3, 2)};
     report.entries[1].result.provenance->document.reset();

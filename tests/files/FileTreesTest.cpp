@@ -150,7 +150,7 @@ TEST_F(FileTreesTest, OnlyDirectoriesCanBeCopiedAsTrees) {
 // The directory vanishes before each call of lstat in turn. Either the copy is that of an empty
 // directory, or it fails before it creates the target: as for a missing source, or with
 // InvalidStats.
-TEST_F(FileTreesTest, VanishingDirectoryIsEmptyOrReportedAsMissing) {
+TEST_F(FileTreesTest, CopyOfVanishingDirectoryIsEmptyOrFails) {
     auto const copy = [&] {
         std::string const thrown = CopyThrows();
         EXPECT_EQ(thrown == "nothing", fs::exists(to)) << thrown;
