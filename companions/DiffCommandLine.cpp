@@ -65,7 +65,7 @@ char const diffHelp[] =
     "  ~ changed             both have the row; the fields that differ follow\n"
     "\n"
     "Exit statuses:\n"
-    "    0  there is no difference\n"
+    "    0  there is no difference; with --regressions, no regression\n"
     "    1  there is at least one difference; with --regressions, at least one\n"
     "       regression\n"
     "    2  the command line is invalid, a file is not the result of a finished\n"

@@ -56,7 +56,7 @@ QueryFailure DescribeFailure(EvaluationEnd const& end) {
     case EvaluationEnd::agentError:
         return DescribeAgentError(end.number);
     case EvaluationEnd::timedOut:
-        return {QueryExit::timeOut, "not finished within the time of --timeout"};
+        return {QueryExit::timeOut, "the evaluation did not finish within the time of --timeout"};
     case EvaluationEnd::stopped:
         return {QueryExit::stopped, std::string("ended early by ") + NameOfStopSignal(end.number)};
     case EvaluationEnd::stale:

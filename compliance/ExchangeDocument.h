@@ -28,8 +28,8 @@ public:
     void BeginElement(char const* name);
     void EndElement();
 
-    // Writes an element with text, which it escapes, without line breaks between the two tags and
-    // the text. If the text is empty, writes only the two tags.
+    // Writes an element: a start tag, `text` with escapes, and an end tag, without line breaks
+    // between them. If the text is empty, writes only the two tags.
     void WriteElement(char const* name, ConstData text);
 
     void End();

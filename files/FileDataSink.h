@@ -20,8 +20,8 @@ public:
     FileDataSink() = default;
     explicit FileDataSink(FlushMode flushMode);
 
-    // Binds the stage to the path and to the offset of the stream's first byte. Returns its
-    // receiver. REQUIRES: the path is open from Start to ReceiveEnd and outlives both.
+    // Binds the stage to the path and to the offset of the stream's first byte. Returns the
+    // receiver of this stage. REQUIRES: the path exists, and is open, from Start to ReceiveEnd.
     DataReceiver& operator()(FileWritingPath const& newPath, unsigned long long position);
 
 private:

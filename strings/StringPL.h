@@ -123,9 +123,9 @@ public:
     // The same, case-insensitive in the current locale.
     //
     // Deliberate: each match reassigns the whole string, so that the string keeps the replacements
-    // made so far if ReplaceNoCase throws. The time is therefore quadratic in the number of
-    // matches, and a string with embedded NULs ends at the first one. Without a match the string
-    // keeps its block.
+    // made so far if ReplaceNoCase throws. The time is therefore proportional to the length
+    // multiplied by the number of matches. A string with embedded NULs ends at its first NUL.
+    // Without a match the string keeps its block.
     void ReplaceNoCase(char const* search, char const* replacement);
 
     // Return the index of the first match at or after `start`, or -1. An empty pattern matches at

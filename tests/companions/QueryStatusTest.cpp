@@ -100,7 +100,7 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith5IfRequestIsNotTaken) {
 
 // The time ends during Open, and the program closes the evaluation.
 SANDBOX_TEST(QueryStatusTest, ExitsWith5AfterTimeout) {
-    std::string const message = "not finished within the time of --timeout";
+    std::string const message = "the evaluation did not finish within the time of --timeout";
     QueryRun const run = Query({"--timeout=1", "--json", "-d"}, QueryScript({}));
     ExpectExit(5, "compliance-query: " + message + "\n", run);
     EXPECT_EQ(FailureOf(5, "time-out", message), DocumentOf(run));

@@ -98,8 +98,8 @@ Units<E> EveryCharacterIn() {
 
 template <class E>
 struct Collector : UTextReceiver<E> {
-    void Receive(ConstArrayOf<typename E::Unit> piece) override {
-        units.insert(units.end(), piece.begin, piece.end);
+    void Receive(ConstArrayOf<typename E::Unit> chunk) override {
+        units.insert(units.end(), chunk.begin, chunk.end);
     }
 
     Units<E> units;
