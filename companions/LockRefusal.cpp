@@ -6,9 +6,9 @@
 
 namespace {
 
+// REQUIRES: a problem.
 std::string MessageOf(Finding const& finding) {
-    return "the lock was refused: " + finding.message +
-           (finding.remedy.empty() ? "" : "; remedy: " + finding.remedy);
+    return "the lock was refused: " + finding.message + "; remedy: " + finding.remedy;
 }
 
 QueryFailure NoAgent(char const* missing) {

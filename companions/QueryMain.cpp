@@ -110,7 +110,7 @@ private:
         if (end.what == EvaluationEnd::finished)
             return StatusOfRows();
         QueryFailure failure = DescribeFailure(end);
-        if (failure.temporary && count < 0) {
+        if (failure.temporary) {
             TryAgain(failure);
             if (StopSignal() != 0) {
                 end = {EvaluationEnd::stopped, StopSignal()};

@@ -29,8 +29,9 @@ std::string NameOf(std::string const& path) { return path.substr(path.rfind('/')
 // kernel has the same rule (fs.protected_symlinks of proc(5)), but it may be disabled, and does not
 // apply to readlink(2).
 bool IsForeignLink(std::string const& path, struct stat const& link) {
+    std::string const parent = DirectoryOf(path);
     struct stat directory {};
-    bool const isShared = stat(DirectoryOf(path).c_str(), &directory) == 0 &&
+    bool const isShared = stat(parent.c_str(), &directory) == 0 &&
                           (directory.st_mode & S_ISVTX) != 0 && (directory.st_mode & S_IWOTH) != 0;
     return isShared && link.st_uid != geteuid() && link.st_uid != directory.st_uid;
 }
@@ -70,13 +71,14 @@ std::string ReasonAgainstTarget(std::string const& path) {
 //
 // REQUIRES: stat(2) failed for the path, and errno has its error.
 std::string ReasonAgainstNewFile(std::string const& path) {
-    struct stat facts {};
     if (errno == ENAMETOOLONG)
         return "is too long";
+    std::string const directory = DirectoryOf(path);
+    struct stat facts {};
     if (lstat(path.c_str(), &facts) == 0)
         return "is a symbolic link without a target";
     bool const isMissing = errno == ENOENT || errno == ENOTDIR;
-    bool const hasDirectory = stat(DirectoryOf(path).c_str(), &facts) == 0 && !path.ends_with('/');
+    bool const hasDirectory = stat(directory.c_str(), &facts) == 0 && !path.ends_with('/');
     return isMissing && !hasDirectory ? "is in no directory that exists"
                                       : ReasonAgainstTarget(path);
 }

@@ -92,8 +92,9 @@ bool Narrow(Widths& widths, Widths const& smallest, std::size_t width) {
     Widths const wider = Limit(widths, smallest, limit + 1);
     widths = Limit(widths, smallest, limit);
     // Distributes the rest, which is less than one per column.
-    for (std::size_t column = 0; column < widths.size() && Sum(widths) < available; ++column)
-        widths[column] = wider[column];
+    for (std::size_t column = 0; column < widths.size(); ++column)
+        if (Sum(widths) < available)
+            widths[column] = wider[column];
     return Sum(widths) <= available;
 }
 

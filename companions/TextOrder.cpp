@@ -46,6 +46,10 @@ std::optional<Numeral> ParseNumeral(std::string_view text) {
     return numeral;
 }
 
+std::strong_ordering OrderFirst(bool isLeftFirst) {
+    return isLeftFirst ? std::strong_ordering::less : std::strong_ordering::greater;
+}
+
 // Compares numbers of any size. REQUIRES: digits without leading zeros.
 std::strong_ordering CompareWhole(std::string_view left, std::string_view right) {
     auto const order = left.size() <=> right.size();
@@ -54,7 +58,7 @@ std::strong_ordering CompareWhole(std::string_view left, std::string_view right)
 
 std::strong_ordering CompareValues(Numeral const& left, Numeral const& right) {
     if (left.isNegative != right.isNegative)
-        return right.isNegative <=> left.isNegative;
+        return OrderFirst(left.isNegative);
     auto order = CompareWhole(left.whole, right.whole);
     if (order == 0)
         order = left.fraction <=> right.fraction;
@@ -85,7 +89,7 @@ std::strong_ordering CompareTexts(std::string_view left, std::string_view right)
     std::optional<Numeral> const leftNumeral = ParseNumeral(left);
     std::optional<Numeral> const rightNumeral = ParseNumeral(right);
     if (leftNumeral.has_value() != rightNumeral.has_value())
-        return rightNumeral.has_value() <=> leftNumeral.has_value();
+        return OrderFirst(leftNumeral.has_value());
     auto const order =
         leftNumeral ? CompareValues(*leftNumeral, *rightNumeral) : CompareRuns(left, right);
     return order != 0 ? order : left <=> right;
