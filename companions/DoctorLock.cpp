@@ -92,8 +92,8 @@ LockState AskForLock() {
     lock.l_whence = SEEK_SET;
     bool const answered = fcntl(file, F_GETLK, &lock) == 0;
     close(file);
-    if (!answered)                   // GCOVR_EXCL_BR_LINE: only file systems without locks refuse
-        return {LockState::unknown}; // GCOVR_EXCL_LINE: as above
+    if (!answered)
+        return {LockState::unknown};
     return lock.l_type == F_UNLCK ? LockState{LockState::none}
                                   : LockState{LockState::held, lock.l_pid};
 }

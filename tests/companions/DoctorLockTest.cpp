@@ -2,7 +2,9 @@
 
 #include <sys/mount.h>
 
+#include "companions/DoctorFiles.h"
 #include "tests/companions/Findings.h"
+#include "tests/companions/RefusedCall.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -97,6 +99,15 @@ SANDBOX_TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
 }
 
 // The open of a FIFO would block.
+SANDBOX_TEST(DoctorLockTest, LockIsUnknownOnFileSystemWithoutLocks) {
+    CreateLockFile(0600);
+    OtherProcess other([] {
+        RefuseCall(SYS_fcntl, ENOLCK, {{1, F_GETLK}});
+        EXPECT_EQ(LockState::unknown, AskForLock().what);
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
 SANDBOX_TEST(DoctorLockTest, ReportsDirectoryOrFifoAtLockPath) {
     fs::create_directory(lockFile);
     ExpectProblem("lock-not-a-file", lockFile, Check());
@@ -153,6 +164,16 @@ SANDBOX_TEST(DoctorLockTest, ProtectionDependsOnTheSystemSetting) {
     ExpectOk("free", Check());
     ProtectRegularFiles("0", 01777);
     ExpectOk("free", Check());
+}
+
+SANDBOX_TEST(DoctorLockTest, MissingFileIsNotProtected) {
+    constexpr uid_t thirdUser = 65533;
+    if (chown(lockDirectory, thirdUser, thirdUser) != 0)
+        GTEST_SKIP() << "this sandbox has no second user";
+    ProtectRegularFiles("1", 01777);
+    WithoutRights([] {
+        EXPECT_FALSE(IsProtectedByStickyDirectory(FileFacts(lockFile), FileFacts(lockDirectory)));
+    });
 }
 
 SANDBOX_TEST(DoctorLockTest, ReportsProtectedTemporaryRequest) {

@@ -30,6 +30,14 @@ TEST_F(FileIdentityTest, IdentifiesNewFileByDirectoryAndName) {
     EXPECT_EQ(std::nullopt, IdentifyFile(directory / "missing/"));
 }
 
+TEST_F(FileIdentityTest, ClosedStandardOutputIsNoFile) {
+    OtherProcess other([] {
+        close(STDOUT_FILENO);
+        EXPECT_EQ(std::nullopt, IdentifyFile(NamedFile{"standard output", "-", true}));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
 TEST_F(FileIdentityTest, OnlyInputsMayBeTheSameFile) {
     EXPECT_NO_THROW(
         RefuseSharedFiles({{"--json", directory / "out"}},

@@ -1,6 +1,9 @@
 #include "companions/Output.h"
 
+#include <sys/socket.h>
+
 #include "companions/StopSignals.h"
+#include "tests/companions/RefusedCall.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
 
@@ -69,6 +72,13 @@ TEST(OutputTest, KeepsFirstErrorAndDiscardsLaterWrites) {
     EXPECT_EQ(ENOSPC, output.Error());
 }
 
+TEST(OutputTest, WriteToAClosedDescriptorFails) {
+    Pipe line;
+    int const closed = line.writer();
+    line.CloseWriter();
+    EXPECT_EQ(EBADF, ErrorOfWriting("lost", closed));
+}
+
 // The text exceeds the buffer of a pipe or a terminal, and nobody reads it.
 void ExpectInterrupted(int descriptor) {
     EXPECT_EQ(EINTR, ErrorOfWriting(std::string(1'000'000, 'x'), descriptor));
@@ -103,6 +113,46 @@ TEST(OutputTest, StopSignalEndsWaitForReader) {
         usleep(1000);
     other.Kill(SIGTERM);
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
+// An output that is neither a pipe nor a terminal is not reopened, so its descriptor is known.
+TEST(OutputTest, StopSignalEndsRetriesOfAWriteThatWouldBlock) {
+    int ends[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends));
+    OtherProcess other([&](Handshake& line) {
+        CatchStopSignals();
+        RefuseCall(SYS_write, EAGAIN, {{0, ends[0]}});
+        line.Tell();
+        EXPECT_EQ(EINTR, ErrorOfWriting("lost", ends[0]));
+        EXPECT_EQ(SIGTERM, StopSignal());
+    });
+    other.Await();
+    while (!IsAsleep(other.pid()))
+        usleep(1000);
+    other.Kill(SIGTERM);
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST(OutputTest, DoesNotRetryAWriteToAFile) {
+    Terminal const screen;
+    OtherProcess other([&] {
+        RefuseCall(SYS_write, EAGAIN, {{0, screen.file()}});
+        EXPECT_EQ(EAGAIN, ErrorOfWriting("lost", screen.file()));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+}
+
+TEST(OutputTest, WritesToAPipeWhoseStatusFlagsAreUnknown) {
+    Pipe const line;
+    OtherProcess other([&] {
+        RefuseCall(SYS_fcntl, EPERM, {{0, line.writer()}, {1, F_GETFL}});
+        EXPECT_EQ(0, ErrorOfWriting("text", line.writer()));
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
+    char bytes[16];
+    EXPECT_EQ(4, read(line.reader(), bytes, sizeof bytes));
 }
 
 void InterruptWriteToPipe() {
@@ -214,6 +264,14 @@ TEST(OutputTest, WidthIsFromTheEnvironmentOrTheTerminal) {
         EXPECT_EQ(80u, widthWith(columns, 80)) << columns;
     EnvironmentVariable const variable("COLUMNS", "");
     EXPECT_EQ(none, Output(screen.file()).Width());
+}
+
+TEST(OutputTest, ClosedTerminalHasNoWidth) {
+    EnvironmentVariable const variable("COLUMNS", "");
+    Terminal screen;
+    Output const output(screen.otherEnd());
+    screen.HangUp();
+    EXPECT_EQ(std::numeric_limits<std::size_t>::max(), output.Width());
 }
 
 } // namespace

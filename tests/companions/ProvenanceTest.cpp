@@ -2,6 +2,7 @@
 
 #include "companions/QueryCommandLine.h"
 #include "tests/companions/CompanionTest.h"
+#include "tests/companions/RefusedCall.h"
 
 namespace {
 
@@ -23,6 +24,14 @@ TEST(ProvenanceTest, DescribesRequestUserAndHost) {
     char host[256] = {};
     ASSERT_EQ(0, gethostname(host, sizeof host));
     EXPECT_EQ(host, provenance.host);
+}
+
+TEST(ProvenanceTest, HostThatTheSystemDoesNotNameIsEmpty) {
+    OtherProcess other([] {
+        RefuseCall(SYS_uname, EPERM);
+        EXPECT_EQ("", ProvenanceRecorder(QueryCommandLine()).Finish({}, false).host);
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 TEST(ProvenanceTest, DefaultRequestHasNeitherUrlNorDocument) {

@@ -2,6 +2,7 @@
 
 #include "companions/OptionValues.h"
 #include "tests/companions/CompanionTest.h"
+#include "tests/companions/RefusedCall.h"
 
 namespace {
 
@@ -132,6 +133,19 @@ TEST_F(QueryConfigTest, RefusesUnreadableAndTooLargeFiles) {
     EXPECT_EQ(Texts(), Mistakes("#" + std::string(65'535, 'x')));
     EXPECT_EQ(Texts{" too large; accepted: at most 65536 bytes"},
               Mistakes("#" + std::string(65'536, 'x')));
+}
+
+TEST_F(QueryConfigTest, ReadsFileOfUnknownType) {
+    std::ofstream(path) << "FLAGS=all\n";
+    OtherProcess other([this] {
+        // The C library makes one of these calls for fstat(2).
+        RefuseCall(SYS_fstat, EOVERFLOW);
+        RefuseCall(SYS_newfstatat, EOVERFLOW, {{3, AT_EMPTY_PATH}});
+        QueryConfig const config = ReadQueryConfig(path);
+        EXPECT_EQ(Texts(), config.mistakes);
+        EXPECT_EQ(2u, config.flags);
+    });
+    EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
 TEST(QueryConfigNameTest, IdentifiesFileInConfigurationDirectory) {

@@ -1,11 +1,7 @@
 #include "companions/ResultFile.h"
 
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
-
 #include "tests/companions/CompanionTest.h"
+#include "tests/companions/RefusedCall.h"
 #include "tests/support/SmallFileSystem.h"
 
 namespace {
@@ -207,21 +203,9 @@ TEST_F(ResultFileTest, PublishKeepsADirectoryCreatedAtThePath) {
     EXPECT_TRUE(fs::is_directory(path));
 }
 
-// Makes fchmod(2) fail in this process.
-void RefuseModes() {
-    std::array<sock_filter, 4> filter = {
-        {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_fchmod, 0, 1),
-         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EPERM),
-         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
-    sock_fprog const program{filter.size(), filter.data()};
-    ASSERT_EQ(0, prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
-    ASSERT_EQ(0, prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
-}
-
 TEST_F(ResultFileTest, ModeThatCannotBeSetIsRefusedOnlyIfChosen) {
     OtherProcess other([&] {
-        RefuseModes();
+        RefuseCall(SYS_fchmod, EPERM);
         EXPECT_THROW(ResultFile(path, 0644), ResultFileError);
         EXPECT_EQ(0u, CountEntries(directory.path()));
         Replace(path, "text");

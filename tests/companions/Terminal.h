@@ -33,6 +33,9 @@ public:
     int otherEnd() const { return programEnd; }
     int file() const { return plainFile; }
 
+    // Hangs up: the other end has no terminal from then on.
+    void HangUp() { close(std::exchange(ownEnd, -1)); }
+
     // Simulates typed keys: "\x03" is Ctrl-C.
     void Type(std::string const& keys) const {
         if (write(ownEnd, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size()))
