@@ -23,17 +23,8 @@ bool HasAskedForLock(Stress::Trace const& trace) {
 
 // Runs the doctor and makes the change at the first system call for which `isDue` returns true.
 Json RunWithChange(Stress::KillCondition const& isDue, std::function<void()> const& change) {
-    bool isChanged = false;
-    Stress::KilledRun const run =
-        Stress::RunProgramAndKill({CC_DOCTOR_PROGRAM, "--json"}, [&](Stress::Trace const& trace) {
-            if (!isChanged && isDue(trace)) {
-                isChanged = true;
-                change();
-            }
-            return false;
-        });
-    EXPECT_TRUE(isChanged);
-    return Json::parse(run.output);
+    return Json::parse(
+        Stress::RunProgramWithChange({CC_DOCTOR_PROGRAM, "--json"}, isDue, change).output);
 }
 
 Json FindingOf(std::string const& check, Json const& document) {

@@ -49,7 +49,7 @@ QueryRun Query(Texts const& arguments, AgentScript const& script, ProgramOptions
     ScriptedAgent const agent(script);
     QueryRun run{RunQuery(arguments, options), {}};
     agent.AwaitEnd(seconds(1));
-    for (SeenRequest const& request : agent.Requests())
-        run.requests.push_back(request.bytes);
+    for (SeenRequest const& seen : agent.Requests())
+        run.requests.push_back(seen.bytes);
     return run;
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <stdexcept>
 #include <system_error>
 
 #include <sys/ptrace.h>
@@ -224,6 +225,21 @@ KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition)
 
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition) {
     return RunTraced(command, condition, [](Trace const&) { return 0; });
+}
+
+KilledRun RunProgramWithChange(Arguments const& command, KillCondition const& isDue,
+                               std::function<void()> const& change) {
+    bool isChanged = false;
+    KilledRun const run = RunProgramAndKill(command, [&](Trace const& trace) {
+        if (!isChanged && isDue(trace)) {
+            isChanged = true;
+            change();
+        }
+        return false;
+    });
+    if (!isChanged)
+        throw std::runtime_error("the system call was not made");
+    return run;
 }
 
 KilledRun RunProgramWithFaults(Arguments const& command, FaultCondition const& errorOf) {

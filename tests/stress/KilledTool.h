@@ -64,9 +64,12 @@ using FaultCondition = std::function<int(Trace const&)>;
 
 // Runs the tool until it ends or is killed. The only timeout is that of the sandbox.
 KilledRun RunAndKill(Arguments const& arguments, KillCondition const& condition);
-// As RunAndKill, for any program. The first word is its path. A condition that always returns false
-// can change files between two system calls of the program.
+// As RunAndKill, for any program. The first word is its path.
 KilledRun RunProgramAndKill(Arguments const& command, KillCondition const& condition);
+// Runs a program to its end. Calls `change` at the entry of the first system call for which `isDue`
+// returns true, before the call is made. Throws std::runtime_error if there is none.
+KilledRun RunProgramWithChange(Arguments const& command, KillCondition const& isDue,
+                               std::function<void()> const& change);
 // Runs a program to its end. The first argument is its path. A call that fails is not made: its
 // number is replaced by an invalid one. This also works for a static program.
 KilledRun RunProgramWithFaults(Arguments const& command, FaultCondition const& errorOf);
