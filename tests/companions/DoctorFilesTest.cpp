@@ -62,6 +62,22 @@ SANDBOX_TEST(DoctorFilesTest, EntryIsTheSameUntilItsInodeChanges) {
     EXPECT_TRUE(FileFacts(path).HasSameEntryAs(FileFacts(path)));
     FileFacts const unexaminable(std::string(5000, 'x').c_str());
     EXPECT_FALSE(FileFacts(path).HasSameEntryAs(unexaminable));
+    // The roots of two file systems, which have the same inode number.
+    EXPECT_FALSE(FileFacts("/opt").HasSameEntryAs(FileFacts("/var/opt")));
+}
+
+// The times of two changes may differ only in their nanoseconds.
+SANDBOX_TEST(DoctorFilesTest, EntryDiffersAfterEachChange) {
+    constexpr char const* path = "/opt/file";
+    WriteWholeFile(path, "");
+    for (std::set<bool> isSameSecond; isSameSecond.size() < 2;) {
+        FileFacts const before(path);
+        usleep(20'000);
+        SetMode(path, 0600);
+        FileFacts const after(path);
+        EXPECT_FALSE(after.HasSameEntryAs(before));
+        isSameSecond.insert(before.Facts().st_ctim.tv_sec == after.Facts().st_ctim.tv_sec);
+    }
 }
 
 struct StickyCase {
@@ -73,6 +89,12 @@ struct StickyCase {
 
 bool IsKept() {
     return IsKeptByStickyDirectory(FileFacts("/opt/directory/file"), FileFacts("/opt/directory"));
+}
+
+SANDBOX_TEST(DoctorFilesTest, StickyDirectoryDoesNotKeepMissingFile) {
+    fs::create_directories("/opt/directory");
+    SetMode("/opt/directory", 01777);
+    WithoutRights([] { EXPECT_FALSE(IsKept()); });
 }
 
 SANDBOX_TEST(DoctorFilesTest, StickyDirectoryProtectsFilesOfOtherUsers) {

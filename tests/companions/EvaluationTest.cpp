@@ -19,6 +19,8 @@ struct Step {
     int signal = 0;
     // The call throws std::bad_alloc.
     bool fails = false;
+    // The call returns after this time.
+    milliseconds time = {};
 };
 
 struct Interface {
@@ -33,6 +35,7 @@ struct Interface {
 Interface fake;
 
 int Take(Step const& step) {
+    std::this_thread::sleep_for(step.time);
     if (step.signal != 0)
         raise(step.signal);
     if (step.fails)
@@ -94,7 +97,7 @@ void ThrowOnRows() {
         std::runtime_error);
 }
 
-std::chrono::steady_clock::time_point In(seconds time) {
+std::chrono::steady_clock::time_point In(milliseconds time) {
     return std::chrono::steady_clock::now() + time;
 }
 
@@ -183,6 +186,12 @@ TEST(EvaluationTest, DeadlineEndsAnEndlessEvaluation) {
     fake = {.progress = {{3, 50}}};
     ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(seconds(1))}));
     EXPECT_THAT(fake.calls, EndsWith("progress close"));
+}
+
+TEST(EvaluationTest, DoesNotPollAgainAfterACallBeyondTheDeadline) {
+    fake = {.progress = {{.result = 3, .value = 50, .time = milliseconds(400)}}};
+    ExpectEnd(EvaluationEnd::timedOut, 0, 0, RunFake({.deadline = In(milliseconds(300))}));
+    EXPECT_EQ("open(null,null,0) progress close", fake.calls);
 }
 
 struct SignalCase {

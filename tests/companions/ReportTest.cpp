@@ -155,22 +155,58 @@ TEST_F(ReportTest, ReadsRowsAgainUnlessTheFileWasChanged) {
         Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
     ReportEntry const entry = FirstEntry();
     EXPECT_EQ((Texts{"x", "y"}), Designators(entry));
-    std::string const original = ReadWholeFile(file);
     RowList const otherRows = {ResultRow("z", "Pass"), ResultRow("z", "Fail")};
     // The same result with other rows, or another result.
     for (time_t const start : {resultTime, resultTime + 1}) {
         WriteFile(file, ResultText(otherRows, ProvenanceOf("web1", start)));
         EXPECT_THROW(Designators(entry), StoredResultError) << start;
     }
-    // Other content, but the same size and modification time.
-    timespec const times[] = {{0, UTIME_OMIT}, entry.result.state.modified};
-    for (auto const& [known, other] : {std::pair{"Fail", "Pass"}, {"web1", "web2"}}) {
-        std::string text = original;
-        WriteFile(file, text.replace(text.rfind(known), 4, other));
-        ASSERT_EQ(0, utimensat(AT_FDCWD, file.c_str(), times, 0));
-        ASSERT_EQ(entry.result.state, StateOfFile(file));
-        EXPECT_THROW(Designators(entry), StoredResultError) << other;
+}
+
+// Writes a text of the same size over the file and restores the time, so its state is unchanged.
+void Overwrite(std::string const& file, std::string const& text) {
+    FileState const state = StateOfFile(file);
+    WriteWholeFile(file, text);
+    timespec const times[] = {{0, UTIME_OMIT}, state.modified};
+    ASSERT_EQ(0, utimensat(AT_FDCWD, file.c_str(), times, 0));
+    ASSERT_EQ(state, StateOfFile(file));
+}
+
+// Returns the text with a part replaced, which is filled with spaces up to its former size.
+std::string WithChange(std::string text, std::string const& part, std::string change) {
+    std::size_t const place = text.find(part);
+    EXPECT_NE(text.npos, place) << part << " in " << text;
+    change.resize(part.size(), ' ');
+    return place == text.npos ? text : text.replace(place, part.size(), change);
+}
+
+TEST_F(ReportTest, RefusesRowsOfAChangedDocumentWithTheSameState) {
+    Provenance provenance = ProvenanceOf("web1");
+    provenance.stale = true;
+    std::string const file =
+        Store("a", provenance, {ResultRow("d", "Pass"), ResultRow("e", "Pass")});
+    std::string const text = ReadWholeFile(file);
+    std::size_t const secondRow = text.rfind(",\n");
+    std::string const withoutSecondRow =
+        WithChange(text, text.substr(secondRow, text.rfind("]}") - secondRow), "");
+    ReportEntry const entry = FirstEntry();
+    EXPECT_EQ((Texts{"d", "e"}), Designators(entry));
+    for (std::string const& changed :
+         {WithChange(text, "http://site/", "http://side/"), WithChange(text, "Doc.xml", "Dog.xml"),
+          WithChange(text, "web1", "web2"),
+          WithChange(text, "\"start\":\"2026", "\"start\":\"2025"),
+          WithChange(text, "\"end\":\"2026", "\"end\":\"2027"),
+          WithChange(text, "\"fresh\":false", "\"fresh\":true"),
+          WithChange(text, "\"modified\":\"2023", "\"modified\":\"2022"),
+          WithChange(withoutSecondRow, "\"rowCount\":2", "\"rowCount\":1"),
+          WithChange(text, "\"designator\":\"e\"", "\"designator\":\"f\"")}) {
+        Overwrite(file, changed);
+        EXPECT_EQ(file + ": expected no change during the report",
+                  MessageOf<StoredResultError>([&] { Designators(entry); }))
+            << changed;
     }
+    Overwrite(file, text);
+    EXPECT_EQ((Texts{"d", "e"}), Designators(entry));
 }
 
 // Returns the content of a report as text, to compare reports.
