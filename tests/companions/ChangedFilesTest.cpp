@@ -15,52 +15,78 @@ void ExpectRunExit(int status, std::string const& errors, KilledRun const& run) 
     EXPECT_EQ(errors, run.errors);
 }
 
-Texts const queryCommand = QueryCommand({"--output", resultFile, "-d"});
-
-// The program examines a path with stat(2), lstat(2), and once more.
-Stress::KillCondition ThirdCheckOf(std::string const& path) {
-    return [path](Trace const& trace) {
-        return trace.size() >= 3 &&
-               std::all_of(trace.end() - 3, trace.end(),
-                           [&](auto const& call) { return call.path == path; });
+// Runs compliance-query without an agent once for each of its system calls that name `path`, with
+// the change before that call. Expects that no run succeeds or writes a request. Returns the status
+// and the message of each run.
+Texts QueryWithChangeAtEachCall(std::string const& path, std::string const& output,
+                                std::function<void()> const& prepare,
+                                std::function<void()> const& change) {
+    Texts const command = QueryCommand({"--output", output, "-d"});
+    auto const namesPath = [&](Stress::SystemCall const& call) {
+        return call.path == path;
     };
+    prepare();
+    Trace const trace =
+        Stress::RunProgramAndKill(command, [](Trace const&) { return false; }).trace;
+    Texts outcomes;
+    for (long number = 1; number <= std::ranges::count_if(trace, namesPath); ++number) {
+        prepare();
+        auto const isDue = [&](Trace const& calls) {
+            return namesPath(calls.back()) && std::ranges::count_if(calls, namesPath) == number;
+        };
+        KilledRun const run = Stress::RunProgramWithChange(command, isDue, change);
+        EXPECT_FALSE(run.status == ExitStatus::Exited(0));
+        EXPECT_FALSE(fs::exists(ScriptedAgent::request));
+        outcomes.push_back(std::to_string(run.status.code) + ": " + run.errors);
+    }
+    return outcomes;
 }
 
 SANDBOX_TEST(ChangedFilesTest, QueryRefusesLinkThatReplacesTheFile) {
-    fs::create_directory(resultDirectory);
-    WriteBytes(resultFile, "old");
-    KilledRun const run = Stress::RunProgramWithChange(queryCommand, ThirdCheckOf(resultFile), [] {
+    auto const prepare = [] {
+        fs::remove_all(resultDirectory);
+        fs::create_directory(resultDirectory);
+        WriteBytes(resultFile, "old");
+    };
+    auto const change = [] {
         fs::remove(resultFile);
         fs::create_symlink("file", resultFile);
-    });
-    ExpectRunExit(
-        8, "compliance-query: --output: '/opt/results/file' has too many symbolic links\n", run);
-    EXPECT_FALSE(fs::exists(ScriptedAgent::request));
+    };
+    EXPECT_THAT(QueryWithChangeAtEachCall(resultFile, resultFile, prepare, change),
+                Contains("8: compliance-query: --output: '/opt/results/file' has too many symbolic "
+                         "links\n"));
+    EXPECT_TRUE(fs::is_symlink(resultFile));
 }
 
 SANDBOX_TEST(ChangedFilesTest, QueryRefusesDirectoryThatIsJustCreated) {
-    KilledRun const run = Stress::RunProgramWithChange(
-        QueryCommand({"--output", resultDirectory, "-d"}), ThirdCheckOf(resultDirectory),
-        [] { fs::create_directory(resultDirectory); });
-    ExpectRunExit(2,
-                  "compliance-query: --output: '/opt/results/' is in no directory that exists; "
-                  "accepted: a regular file, or a new name in a directory that exists\n",
-                  run);
+    auto const prepare = [] {
+        fs::remove_all(resultDirectory);
+    };
+    auto const change = [] {
+        fs::create_directory(resultDirectory);
+    };
+    EXPECT_THAT(
+        QueryWithChangeAtEachCall(resultDirectory, resultDirectory, prepare, change),
+        Contains("2: compliance-query: --output: '/opt/results/' is in no directory that exists; "
+                 "accepted: a regular file, or a new name in a directory that exists\n"));
     EXPECT_EQ(0u, CountEntries(resultDirectory));
 }
 
 SANDBOX_TEST(ChangedFilesTest, QueryReportsThatTheDirectoryOfALinkIsGone) {
-    fs::create_directory(resultDirectory);
-    WriteBytes("/opt/results/target", "old");
-    fs::create_symlink("target", resultFile);
-    auto const examinesDirectory = [](Trace const& trace) {
-        return trace.back().path == resultDirectory;
+    auto const prepare = [] {
+        fs::remove_all(resultDirectory);
+        fs::remove_all("/opt/moved");
+        fs::create_directory(resultDirectory);
+        WriteBytes("/opt/results/target", "old");
+        fs::create_symlink("target", resultFile);
     };
-    KilledRun const run = Stress::RunProgramWithChange(
-        queryCommand, examinesDirectory, [] { fs::rename("/opt/results", "/opt/moved"); });
-    ExpectRunExit(
-        8, "compliance-query: --output: '/opt/results/file' is in no directory that exists\n", run);
-    EXPECT_FALSE(fs::exists(ScriptedAgent::request));
+    auto const change = [] {
+        fs::rename("/opt/results", "/opt/moved");
+    };
+    EXPECT_THAT(
+        QueryWithChangeAtEachCall(resultDirectory, resultFile, prepare, change),
+        Contains("8: compliance-query: --output: '/opt/results/file' is in no directory that "
+                 "exists\n"));
     EXPECT_EQ("old", ReadBytes("/opt/moved/target"));
 }
 
