@@ -131,7 +131,7 @@ ResultFile::ResultFile(std::string const& path, std::optional<mode_t> mode)
         close(descriptor);
         unlink(temporary.c_str());
         errno = reason;
-        Fail(target, "given its mode");
+        Fail(target, "set to its mode");
     }
 }
 

@@ -274,7 +274,7 @@ TEST(QuickCompanionFaults, KeepsOldMetricsIfTheModeCannotBeSet) {
             [](Trace const& trace) { return trace.back().name == "fchmod" ? EPERM : 0; });
         EXPECT_EQ(ExitStatus::Exited(8), run.status);
         EXPECT_EQ("compliance-query: --prometheus: '" + metrics +
-                      "' could not be given its mode: Operation not permitted\n",
+                      "' could not be set to its mode: Operation not permitted\n",
                   run.errors);
         EXPECT_EQ("old\n", ReadBytes(metrics));
         EXPECT_EQ(1, std::distance(fs::directory_iterator(results), fs::directory_iterator()));
