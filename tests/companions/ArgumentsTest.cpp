@@ -113,10 +113,10 @@ TEST(ArgumentsTest, RefusesUnknownOptions) {
 
 TEST(ArgumentsTest, SuggestsTheOptionOfAnAbbreviationOrSimilarName) {
     ExpectUnknown({"--l", "--lis", "--lis=a", "--lits", "--lst", "--listt", "--List", "--liist=a,b",
-                   "-list", "-list=a", "-lis", "-lits"},
+                   "--xxst", "-list", "-list=a", "-lis", "-lits"},
                   "; did you mean --list?");
     ExpectUnknown({"--h=yes"}, "; did you mean --help?");
-    ExpectUnknown({"--table", "--x", "-l", "--listings", "--" + std::string(31, 'l')});
+    ExpectUnknown({"--table", "--xxxt", "--x", "-l", "--listings", "--" + std::string(31, 'l')});
     EXPECT_EQ(std::string("'--list") + unknownOption, Refusal({"--list"}, {}, {}));
 }
 

@@ -3,6 +3,7 @@
 #include "companions/OptionValues.h"
 #include "tests/companions/CompanionTest.h"
 #include "tests/companions/RefusedCall.h"
+#include "tests/support/OpenDescriptors.h"
 
 namespace {
 
@@ -65,6 +66,12 @@ TEST_F(QueryConfigTest, ReportsLineOfEachMistake) {
                "of results",
                "6: KEEP_RESULTS: '0' is not accepted; accepted: a number from 1 to 10000"}),
         Mistakes("URI=x\nFLAGS=fast\n\nDOCUMENT\nGOOD_RESULTS=a,\nKEEP_RESULTS=0\n"));
+}
+
+TEST_F(QueryConfigTest, ClosesTheFile) {
+    long const open = CountOpenDescriptors();
+    Mistakes("FLAGS=all\n");
+    EXPECT_EQ(open, CountOpenDescriptors());
 }
 
 TEST_F(QueryConfigTest, RefusesRepeatedKey) {

@@ -2,6 +2,7 @@
 
 #include "tests/companions/CompanionTest.h"
 #include "tests/companions/RefusedCall.h"
+#include "tests/support/OpenDescriptors.h"
 #include "tests/support/SmallFileSystem.h"
 
 namespace {
@@ -206,7 +207,9 @@ TEST_F(ResultFileTest, PublishKeepsADirectoryCreatedAtThePath) {
 TEST_F(ResultFileTest, ModeThatCannotBeSetIsRefusedOnlyIfChosen) {
     OtherProcess other([&] {
         RefuseCall(SYS_fchmod, EPERM);
+        long const open = CountOpenDescriptors();
         EXPECT_THROW(ResultFile(path, 0644), ResultFileError);
+        EXPECT_EQ(open, CountOpenDescriptors());
         EXPECT_EQ(0u, CountEntries(directory.path()));
         Replace(path, "text");
     });
