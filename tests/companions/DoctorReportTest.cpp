@@ -21,6 +21,8 @@ TEST(DoctorReportTest, WritesLineWithRemedyForEachCheck) {
 }
 
 TEST(DoctorReportTest, WritesJsonDocument) {
+    std::string const text = OutputOf([](Output& output) { WriteJson(findings, output); });
+    EXPECT_THAT(text, StartsWith("{\n  \"schemaVersion\": 1,\n"));
     EXPECT_EQ((Json{{"schemaVersion", 1},
                     {"healthy", false},
                     {"checks",
@@ -38,7 +40,7 @@ TEST(DoctorReportTest, WritesJsonDocument) {
                        {"remedy", "end it"},
                        {"processId", 12}},
                       {{"check", "four"}, {"verdict", "skipped"}, {"message", "unknown"}}}}}),
-              Json::parse(OutputOf([](Output& output) { WriteJson(findings, output); })));
+              Json::parse(text));
 }
 
 TEST(DoctorReportTest, NotesAndSkippedChecksAreNotProblems) {

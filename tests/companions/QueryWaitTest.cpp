@@ -148,12 +148,13 @@ SANDBOX_TEST(WaitTest, ReportsThatTheProgramCannotBeExecutedAgain) {
     HeldLock const lock;
     std::string const path = "/opt/compliance-query";
     fs::copy_file(CC_QUERY_PROGRAM, path);
-    OtherProgram program({path, "-d", "--json", "--wait=1h"});
+    std::string const file = "/opt/result";
+    OtherProgram program({path, "-d", "--json", "--wait=1h", "--keep-failures", "-o", file});
     AwaitNote(program, "; trying again in 1 s\n");
     fs::permissions(path, fs::perms::none);
     ProgramResult const result = program.Wait(seconds(20));
     EXPECT_EQ(ExitStatus::Exited(4), result.status);
-    EXPECT_EQ("busy", DocumentOf(result).at("failure"));
+    EXPECT_EQ("busy", Json::parse(ReadBytes(file)).at("failure"));
     EXPECT_THAT(result.errors,
                 EndsWith("; the program could not be executed again: Permission denied\n"));
 }

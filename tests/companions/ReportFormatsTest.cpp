@@ -138,6 +138,16 @@ TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
                 AllOf(HasSubstr("failing-host"), Not(HasSubstr("good-host"))));
 }
 
+TEST(ReportFormatsTest, ColourOfAHostShowsItsState) {
+    Report report;
+    report.entries = {EntryOf("web1", 1, 1), EntryOf("web2", 1, 1), EntryOf("web3", 1, 0)};
+    report.entries[0].conditions = {Condition::tooOld};
+    std::string const page = FormatReport(ReportFormat::html, report);
+    for (std::string const row : {"alert\"><th scope=\"row\">web1", "bad\"><th scope=\"row\">web2",
+                                  "good\"><th scope=\"row\">web3"})
+        EXPECT_THAT(page, HasSubstr("<tr class=\"" + row));
+}
+
 TEST(ReportFormatsTest, PageNotesThatThereAreNoResults) {
     EXPECT_THAT(FormatReport(ReportFormat::html, Report()), HasSubstr("There is no result."));
 }

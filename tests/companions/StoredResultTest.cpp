@@ -163,6 +163,19 @@ TEST_F(StoredResultTest, RefusalHasThePositionAndTheExpectation) {
     ExpectRefused(R"({"schemaVersion":1e999})", "JSON: a number is out of range");
 }
 
+TEST_F(StoredResultTest, RefusesDocumentsWithoutARequiredMember) {
+    for (auto const& [members, missing] :
+         {std::pair{"", "outcome"},
+          {R"(,"outcome":"failed","message":"m")", "exitStatus"},
+          {R"(,"outcome":"failed","exitStatus":3)", "message"},
+          {R"(,"outcome":"finished","rows":[])", "rowCount"},
+          {R"(,"outcome":"finished","rowCount":0,"rows":[],"provenance":{"host":"h"})",
+           "provenance/start"}})
+        ExpectRefused(R"({"schemaVersion":1)" + std::string(members) + "}",
+                      "the member \"" + std::string(missing) +
+                          "\" of a result of compliance-query");
+}
+
 TEST_F(StoredResultTest, RefusesValuesOfAnotherType) {
     std::string const longText(4097, 'h');
     for (auto const& [pointer, value, expectation] :
