@@ -2,6 +2,7 @@
 
 #include "companions/Arguments.h"
 #include "tests/companions/StoredResults.h"
+#include "tests/support/OpenDescriptors.h"
 
 namespace {
 
@@ -20,6 +21,12 @@ protected:
     TemporaryDirectory const directory;
     std::string const hosts = directory / "hosts";
 };
+
+TEST_F(ReportInputTest, ClosesTheFileOfHosts) {
+    long const open = CountOpenDescriptors();
+    ReadHosts(WriteHosts("web1\n"));
+    EXPECT_EQ(open, CountOpenDescriptors());
+}
 
 TEST_F(ReportInputTest, DirectoryIncludesFilesBelowExceptHiddenAndTemporary) {
     for (char const* const name : {"b.json", "a/deep/er", "a/README", ".hidden", ".git/x.json",

@@ -43,6 +43,12 @@ TEST(TimestampTest, ReadsOtherFormsOfRfc3339) {
     EXPECT_EQ(morning - 86340, ParseTimestamp("2026-03-01T08:30:00+23:59")->tv_sec);
 }
 
+TEST(TimestampTest, ReadsYears0To9999) {
+    // The year 0 begins 719,528 days before 1970.
+    EXPECT_EQ(-719'528LL * 86'400, ParseTimestamp("0000-01-01T00:00:00Z")->tv_sec);
+    EXPECT_EQ(2'932'897LL * 86'400 - 1, ParseTimestamp("9999-12-31T23:59:59Z")->tv_sec);
+}
+
 TEST(TimestampTest, RefusesInvalidTimes) {
     for (char const* const text :
          {"", "2026-03-01", "2026-03-01T08:30:00", "2026-03-01 08:30:00Z", "2026-3-1T08:30:00Z",
