@@ -145,8 +145,10 @@ bool IsUppercase(ConstData text);
 bool EqualIgnoringCase(ConstData left, ConstData right);
 
 // Return the difference of the first unequal mapped bytes, `left` minus `right`. If there are none
-// in the common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal. The
-// two orders differ: the underscore is less than 'a', but greater than 'A'.
+// in the common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal.
+//
+// The two orders differ: for CompareLowercase, the underscore is less than every letter; for
+// CompareUppercase, it is greater.
 std::int32_t CompareLowercase(ConstData left, ConstData right);
 std::int32_t CompareUppercase(ConstData left, ConstData right);
 

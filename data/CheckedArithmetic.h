@@ -84,9 +84,9 @@ constexpr bool CanSubtractSigned(S a, U b) {
     return static_cast<S>(static_cast<U>(b + CheckedBounds::signedMin<U>)) <= a;
 }
 
-// Deliberate: the next two overloads, which take an unsigned minuend, are not exact: their bounds
-// wrap around in the unsigned type. In 8 bits, the first one returns false for 0 - 0 and true for
-// 200 - 0; the second one returns false for 200 - 100. Kept for compatibility.
+// Deliberate: the next two overloads, which take an unsigned minuend, are not exact: some of their
+// bounds are wrong or wrap around. In 8 bits, the first overload returns false for 0 - 0 and true
+// for 200 - 0; the second one returns false for 200 - 100. Kept for compatibility.
 template <typename U, typename S>
 requires CheckedPair<S, U>
 constexpr bool CanSubtractSigned(U a, S b) {

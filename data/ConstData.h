@@ -62,8 +62,8 @@ public:
     // trimmed if `trim` is true, even if it is empty.
     std::vector<ConstData> Split(ConstData separator, bool trim, bool keepEmpty) const;
 
-    // Copies from the start as many bytes as both ranges hold, and returns the bytes of the source
-    // that were not copied. The ranges may overlap. Defined in Buffer.cpp.
+    // Copies from the start until the source is empty or the target is full. Returns the bytes of
+    // the source that were not copied. The ranges may overlap. Defined in Buffer.cpp.
     ConstData operator>>(Data target) const;
 
 private:
@@ -77,8 +77,8 @@ bool operator==(ConstData const& left, ConstData const& right);
 bool operator<(ConstData const& left, ConstData const& right);
 
 // Return the difference of the first unequal bytes, `left` minus `right`. If there are none in the
-// common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal. The second
-// function compares from the last byte to the first.
+// common length: -1 if `left` is shorter, 1 if it is longer, 0 if the lengths are equal.
+// CompareReversed compares from the last byte to the first.
 std::int32_t Compare(ConstData left, ConstData right);
 std::int32_t CompareReversed(ConstData left, ConstData right);
 

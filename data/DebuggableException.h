@@ -23,5 +23,5 @@ public:
     char const* what() const noexcept override;
 };
 
-// A result does not fit into the range that the caller supplied.
+// A result does not fit into its target range.
 class DataOverflow : public DebuggableException {};

@@ -43,7 +43,7 @@ void HeaderMaker::ReceiveEnd(unsigned long long position) {
     EndField(lineBreakEnd == position ? lineBreakBegin : position);
 }
 
-// Consumes nothing. The first byte of a line decides whether it continues the previous field.
+// Consumes nothing. The first byte of a line decides whether the line continues the previous field.
 void HeaderMaker::StartHeaderLine(ConstData& rest) {
     if (linearWhiteSpace->Contains(*rest.begin)) {
         fieldReceiver->Receive(" "_bytes);

@@ -56,7 +56,7 @@ private:
     BufferWithCapacity<48> fieldName;
     // The receiver of the value; DataReceiver::Ignore() if no field is open.
     DataReceiver* fieldReceiver;
-    // The range of the last line break; both are the start position before the first one.
+    // The range of the last line break. Until the first line break, both are the start position.
     unsigned long long lineBreakBegin = 0;
     unsigned long long lineBreakEnd = 0;
     // True from ReceiveHeaderField to ReceiveHeaderFieldEnd.

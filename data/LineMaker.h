@@ -6,8 +6,8 @@
 
 class LineReceiver;
 
-// Line breaks are CR, LF, CR LF and LF CR, also across a chunk boundary. Two equal bytes are two
-// breaks. A break byte at the end of a chunk is held back until the next byte or ReceiveEnd.
+// Line breaks are CR, LF, CR LF and LF CR, also across a chunk boundary. CR CR is two breaks, and
+// so is LF LF. A break byte at the end of a chunk is held back until the next byte or ReceiveEnd.
 //
 // Text is passed on as views into the chunk: one for each run of text, never empty. Nothing is
 // copied or allocated.
@@ -27,7 +27,7 @@ public:
     void Receive(ConstData data) override;
     void ReceiveEnd() override;
 
-    // Start for a part of a file; `offset` is the position of the first byte of the part.
+    // Starts a stream that is a part of a file; `offset` is the position of its first byte.
     void Start(unsigned long long offset);
 
 private:

@@ -68,8 +68,8 @@ inline ConstDataWithCapacity<10> MakeAsciiDecimalNumeral(unsigned int value, uns
     return DecimalMaking::Make(value, padding);
 }
 
-// Negative values start with '-'. The first function accepts a `padding` of at most 20, although a
-// value that is not negative would have room for 21 digits.
+// Negative values start with '-'. MakeAsciiSignedDecimalNumeral64 accepts a `padding` of at most
+// 20, although a value that is not negative would have room for 21 digits.
 inline ConstDataWithCapacity<21> MakeAsciiSignedDecimalNumeral64(long long value,
                                                                  unsigned int padding) {
     return DecimalMaking::Make(value, padding);

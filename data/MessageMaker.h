@@ -19,7 +19,7 @@ class MessageReceiver;
 class MessageMaker : public LineReceiver {
 public:
     MessageMaker() = default;
-    // GCOVR_EXCL_BR_START: of the members, in objects that never call it
+    // GCOVR_EXCL_BR_START: the constructors of members, in object files without a call
     explicit MessageMaker(MessageReceiver& messageReceiver) : receiver(&messageReceiver) {}
     // GCOVR_EXCL_BR_STOP
 

@@ -26,16 +26,16 @@ public:
     virtual void Start(unsigned long long position) = 0;
 
     // A field begins at `position`. `name` is in lower case and valid during the call only. Returns
-    // the receiver of the field's value, which must live until ReceiveHeaderFieldEnd. The caller
-    // does not own it.
+    // the receiver of the field's value. The receiver must live until ReceiveHeaderFieldEnd, and
+    // the caller does not own it.
     virtual DataReceiver& ReceiveHeaderField(unsigned long long position, ConstData name) = 0;
 
     // The field ended at `position`: the start of the line break that ended it, or the end of the
     // stream.
     virtual void ReceiveHeaderFieldEnd(unsigned long long position) = 0;
 
-    // The body begins at `position`. Returns the receiver of its lines, which must live until
-    // ReceiveEnd. The caller does not own it.
+    // The body begins at `position`. Returns the receiver of its lines. The receiver must live
+    // until ReceiveEnd, and the caller does not own it.
     virtual LineReceiver& ReceiveBody(unsigned long long position) = 0;
 
     virtual void ReceiveEnd(unsigned long long position) = 0;

@@ -19,7 +19,7 @@ Value DigitValue(unsigned char byte) {
     return digits->Contains(byte) ? Ascii::HexDigitValue(byte) : base;
 }
 
-// Finds the first error from left to right; `value` is then as the header specifies.
+// Parses digit by digit up to the first error. After an error, `value` is as the header specifies.
 template <unsigned base>
 [[gnu::noinline]] NumeralReadResult ReadStepByStep(ConstData digits, Value& value) {
     value = 0;

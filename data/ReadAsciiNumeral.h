@@ -18,7 +18,7 @@ class NumeralTooLarge : public DebuggableException {};
 
 enum NumeralReadResult {
     NumeralReadOK,
-    NumeralReadInvalid,  // The text has no digit or an invalid byte.
+    NumeralReadInvalid,  // The text has an invalid byte or no digit.
     NumeralReadTooLarge, // The value does not fit the result type.
 };
 
@@ -36,14 +36,15 @@ NumeralReadResult TryReadAsciiDecimalNumeral(ConstData text, int& value);
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned long long& value);
 NumeralReadResult TryReadAsciiHexNumeral(ConstData text, unsigned int& value);
 
-// Return `defaultValue` for invalid text and for values that are too large.
+// Return `defaultValue` for invalid text and for values that do not fit the result type.
 unsigned long long ReadAsciiDecimalNumeral64WithDefault(ConstData text,
                                                         unsigned long long defaultValue);
 unsigned int ReadAsciiDecimalNumeral32WithDefault(ConstData text, unsigned int defaultValue);
 long long ReadAsciiSignedDecimalNumeral64WithDefault(ConstData text, long long defaultValue);
 int ReadAsciiSignedDecimalNumeral32WithDefault(ConstData text, int defaultValue);
 
-// Throw NotANumeral for invalid text, NumeralTooLarge for values that are too large.
+// Throw NotANumeral for invalid text, and NumeralTooLarge for values that do not fit the result
+// type.
 unsigned long long ReadAsciiDecimalNumeral64(ConstData text);
 unsigned int ReadAsciiDecimalNumeral(ConstData text);
 long long ReadAsciiSignedDecimalNumeral64(ConstData text);
