@@ -25,7 +25,7 @@ enum class Level : unsigned char {
     avx2,   // AVX2, if the operating system saves the 256-bit registers
 };
 
-// The level that every processor of the build has. Kernels of this level need no check.
+// The level of every processor on which the build can run. Kernels of this level need no check.
 inline constexpr Level baseline = SIMD_X86 ? Level::sse2 : Level::scalar;
 
 // Returns the highest level of this processor in this build. Each call queries the processor.

@@ -80,8 +80,8 @@ inline void StoreSixteenDigitsScalar(void* to, std::uint64_t value) {
 
 #if SIMD_X86
 
-// Sixteen digits, by EightDigits on two words at a time: twice as fast as one after the other.
-// REQUIRES: the value is below tenTo16.
+// Sixteen digits, by the method of EightDigits on two words at a time. This is twice as fast as one
+// word after the other. REQUIRES: the value is below tenTo16.
 //
 // For 1234567887654321 the lanes, lowest first, are: 12345678 87654321, then 1234 5678 8765 4321,
 // then 12 34 56 78 87 65 43 21, then one digit each.
@@ -144,8 +144,9 @@ inline void StoreSixteenDigits(void* to, std::uint64_t value) {
 // ---- Decimal text without leading zeros; "0" for zero
 //
 // The functions write the digits to `to` and return their number; FormatDecimalBefore differs. They
-// may overwrite bytes after the digits: up to four bytes in total for a value below 10,000,
-// otherwise up to eight bytes or the number of digits, whichever is more.
+// may also overwrite bytes after the digits:
+// - for a value below 10,000, bytes within the first four bytes of `to`
+// - for any other value, bytes within the first eight bytes of `to`
 
 inline unsigned FormatDecimalScalar(unsigned char* to, std::uint64_t value) {
     unsigned count = 1;
@@ -186,7 +187,8 @@ inline unsigned StoreWithoutLeadingZeros(unsigned char* to, std::uint64_t digits
 
 } // namespace Detail
 
-// `Value` is std::uint32_t, which requires room for ten bytes, or std::uint64_t, for twenty bytes.
+// REQUIRES: `Value` is std::uint32_t and there is room for ten bytes, or `Value` is std::uint64_t
+// and there is room for twenty bytes.
 template <class Value>
 inline unsigned FormatDecimal(unsigned char* to, Value value) {
     using namespace Detail;

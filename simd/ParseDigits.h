@@ -69,9 +69,9 @@ struct Halves {
 // Eight characters in a word, the first one in the lowest byte, each XORed with '0'. The digit 0 is
 // then a byte of 0, so leading zeros need no extra work.
 //
-// NonDigitMask returns a word that has the top bit of at least one byte set if any character is not
-// a digit, otherwise of none. ParseDigitsUnchecked returns the value, which is unspecified if any
-// character is not a digit.
+// NonDigitMask returns a word in which at least one byte has its top bit set if any character is
+// not a digit. Otherwise, no byte has its top bit set. ParseDigitsUnchecked returns the value,
+// which is unspecified if any character is not a digit.
 template <unsigned base>
 struct DigitWord;
 

@@ -4,8 +4,8 @@
 // byte order is that of the host.
 //
 // Deliberate: contrary to the Unicode Standard, section 3.9, some ill-formed sequences are accepted
-// or detected late. Stricter rules would reject file names and texts that callers accept, such as
-// files/EncodedNames.h.
+// or detected late. Stricter rules would reject file names and texts that callers such as
+// files/EncodedNames.h accept.
 // - Overlong sequences of UTF-8 are decoded.
 // - Four-byte sequences of UTF-8 are not checked for their range. In UTF-32, they become values up
 //   to 0x1FFFFF. In UTF-16, a value outside 0x10000 to 0x10FFFF becomes two code units that are not

@@ -85,8 +85,8 @@ SIMD_TARGET_SSSE3 inline unsigned char* CompressTailsLeft(unsigned char* to, Vec
     return to + 4 + std::popcount(lengths) + std::popcount(lengths >> 4);
 }
 
-// Returns, for each byte, the byte `bytes` positions before it; the first ones are the last ones of
-// `vectorBefore`.
+// Returns, for each byte, the byte `bytes` positions before it. The bytes before the first byte of
+// `lanes` are the last ones of `vectorBefore`.
 // Preceding<1> of A B C .. after .. X Y Z is Z A B ...
 template <int bytes>
 SIMD_TARGET_SSSE3 inline Vector Preceding(Vector lanes, Vector vectorBefore) {
@@ -98,8 +98,8 @@ SIMD_TARGET_SSSE3 inline Vector Preceding(Vector lanes, Vector vectorBefore) {
 // Transcode reads the next `step` code units, and moves `to` to the end of its output. It writes up
 // to `room` code units, of which those after the output are unspecified. It returns false, and
 // changes nothing, if a sequence is ill-formed. The last code units may begin an incomplete
-// sequence: UnfinishedUnits returns their number, and PartialOutputUnits the number of code units
-// already written for them.
+// sequence: UnfinishedUnits returns their number. PartialOutputUnits returns the number of code
+// units already written for them.
 
 template <class To, class From>
 class Shuffler;
@@ -272,7 +272,7 @@ private:
     }
 
     // A pair is written in the lane of its low surrogate; a high one writes nothing. At the DE00 of
-    // D83D DE00: 3D << 10 | 200 is the lower half F600, and 0 + 1 the upper one.
+    // D83D DE00: 3D << 10 | 200 is the lower half F600, and 0 + 1 is the upper half.
     SIMD_TARGET_SSSE3 static unsigned int* Write(unsigned int* to, Vector units,
                                                  Vector unitsBefore) {
         Vector const low = AreLow(units);
