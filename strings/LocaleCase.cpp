@@ -64,8 +64,8 @@ std::optional<CaseVariants> VariantsInLocale(std::int32_t const* lower, char cha
 
 } // namespace
 
-// Fast path: a program starts in the C locale, which one pointer identifies. A locale that shares
-// the tolower table of the C locale shares its toupper table.
+// Fast path: a program starts in the C locale, which the address of its tolower table identifies. A
+// locale that shares this table also shares the toupper table of the C locale.
 bool LettersAreAscii() {
     static std::int32_t const* const classicLower = ClassicLower();
     std::int32_t const* const lower = *__ctype_tolower_loc();

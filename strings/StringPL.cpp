@@ -13,7 +13,7 @@ static_assert(sizeof(StringPL) == sizeof(char*), "a string is one pointer wide")
 
 namespace {
 
-// With its header, a block of this capacity still has a size of 32 bits.
+// The size of a block with this capacity, including its header, fits 32 bits.
 constexpr std::uint64_t maxCapacity = 0xFFFFFFF7;
 
 constexpr std::uint64_t minFormatCapacity = 64;

@@ -124,8 +124,8 @@ public:
     //
     // Deliberate: each match reassigns the whole string, so that the string keeps the replacements
     // made so far if ReplaceNoCase throws. The time is therefore proportional to the length
-    // multiplied by the number of matches. A string with embedded NULs ends at its first NUL.
-    // Without a match the string keeps its block.
+    // multiplied by the number of matches. Each replacement also truncates the string at its
+    // first embedded NUL. Without a match the string keeps its text and its block.
     void ReplaceNoCase(char const* search, char const* replacement);
 
     // Return the index of the first match at or after `start`, or -1. An empty pattern matches at
@@ -143,9 +143,9 @@ public:
     bool Contains(char byte) const { return Find(byte, 0) != -1; }
     bool ContainsNoCase(char const* pattern) const { return FindNoCase(pattern, 0) != -1; }
 
-    // Return at most `count` bytes from `start` on. A `start` is invalid if it is negative or
-    // beyond the end, a `count` if it is negative. In every substring, the bytes after an embedded
-    // NUL become NULs.
+    // Return at most `count` bytes from `start` on. A negative `start` or `count` is invalid, and
+    // so is a `start` beyond the end. In every substring, the bytes after an embedded NUL become
+    // NULs.
     StringPL Mid(int start, int count) const;
     StringPL Mid(int start) const;
 

@@ -88,7 +88,8 @@ public:
     // even empty text. No other string contains a null `text`.
     bool Contains(char const* text) const;
 
-    // True for a null or empty prefix. The other two are case-insensitive for ASCII letters.
+    // True for a null or empty prefix. StartsWithIgnoringCase is case-insensitive for ASCII
+    // letters.
     bool StartsWith(char const* prefix) const;
     bool StartsWithIgnoringCase(char const* prefix) const;
     bool StartsWithIgnoringCase(Stringy const& prefix) const;
