@@ -53,8 +53,8 @@ AutoUString<E> MakeUString(typename E::Unit const* begin, typename E::Unit const
 // Takes ownership of a buffer that a C interface has filled, without a copy. The count of the
 // buffer includes the NUL.
 //
-// A buffer of one code unit makes the allocated empty string; an empty buffer, the null string.
-// REQUIRES: the last code unit, if there is one, is the NUL.
+// A buffer of one code unit makes the allocated empty string. An empty buffer makes the null
+// string. REQUIRES: the last code unit, if there is one, is the NUL.
 template <CEncoding E>
 AutoUString<E> SeizeUString(OwnedArray<typename E::Unit> buffer, E const&);
 

@@ -38,8 +38,8 @@ AutoUString<UTF16> ToUTF16(UStringRef<Local8Bit> text);
 AutoUString<UTF32> ToUTF32(UStringRef<Local8Bit> text);
 
 // Call Transcode, then FromNativeUnicode; so an empty result is the allocated empty string. Throw
-// InvalidTextEncoding and WideToMultiByteConvertError, in this order. The whole text is validated,
-// also after a NUL.
+// InvalidTextEncoding and WideToMultiByteConvertError. The whole text is validated first, also
+// after a NUL, so InvalidTextEncoding has precedence.
 //
 // InvalidTextEncoding is thrown for text that cannot be transcoded to UTF-8, for example a lone
 // surrogate in UTF-16 or UTF-32. UTF-8 is validated by transcoding it to UTF-32, which accepts
