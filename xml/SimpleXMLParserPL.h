@@ -26,8 +26,8 @@
 //   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After an
 //   attribute, or a space after the name, a slash is part of an attribute name.
 // - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
-// - In the name of any tag, except after a slash, a single dash is dropped, and a second one begins
-//   a comment.
+// - In the name of any tag, except after a slash, the first dash is dropped. A second one begins a
+//   comment, even if other bytes are between the dashes.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
 // - "?" is skipped in a tag, except in names and values. A tag whose name begins with "?" is a
 //   processing instruction. A tag with a name such as "!DOCTYPE" is a start tag.

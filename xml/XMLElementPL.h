@@ -42,8 +42,8 @@ public:
     // returned list must not contain them.
     std::list<XMLElementPL> const& GetElementList() const;
 
-    // GetName returns the name as in the document. GetText returns all text directly inside the
-    // element, with escapes decoded, including the whitespace between its children.
+    // GetText returns all text directly inside the element, with escapes decoded, including the
+    // whitespace between its children.
     std::string const& GetName() const { return name; }
     std::string const& GetText() const { return text; }
 

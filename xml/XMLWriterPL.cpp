@@ -31,7 +31,7 @@ ConstData View(StringPL const& text) {
     return ConstData(text.AsChar(), static_cast<unsigned int>(text.GetLength()));
 }
 
-// Saturates, so that the constructor of StringPL throws for a name that is too long.
+// Saturates, so that StringPL throws for a name that is too long.
 unsigned int StringPLCount(ConstData name) {
     return static_cast<unsigned int>(
         std::min<std::size_t>(name.Length(), std::numeric_limits<unsigned int>::max()));

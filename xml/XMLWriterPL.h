@@ -37,8 +37,8 @@ class InvalidXMLAttributeName : public ExceptionPL {
 // Deliberate: the format of the exchange (docs/exchange.md) depends on these rules:
 // - A double quote is escaped, as &quot;, in attribute values only; a single quote is never
 //   escaped.
-// - Bytes from 0x80 on are escaped in text only, each as one hexadecimal reference, and not by
-//   WriteUTF8String.
+// - Bytes from 0x80 on are escaped in text only, each as one hexadecimal reference. WriteUTF8String
+//   does not escape them.
 // - Control bytes and line feeds are written unchanged.
 //
 // Error handling: only names are checked, if `checkNames` is set. Exceptions of the receiver
@@ -94,7 +94,8 @@ public:
     void WriteString(StringPL const& text);
     void WriteUTF8String(char const* text);
 
-    // Writes a CDATA section, on a new line as by WriteString. REQUIRES: no "]]>" in `text`.
+    // Writes a CDATA section. After an end tag, the section starts on a new line, as in
+    // WriteString. REQUIRES: no "]]>" in `text`.
     void WriteCDataString(char const* text);
 
     // Writes a comment, on a new line without tabs, except in flat layout. If there is a line feed
