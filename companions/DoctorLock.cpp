@@ -48,8 +48,9 @@ Finding CheckFile(FileFacts const& file) {
     FileFacts const directory(AgentPaths::requestDirectory);
     if (file.IsLink())
         return {check, Verdict::problem, "lock-link",
-                file.Path() + " is a symbolic link: its target is created if it is missing, and "
-                              "locked",
+                file.Path() +
+                    " is a symbolic link: evaluations lock its target, and create it if it is "
+                    "missing",
                 "remove the link, and check which users can write to its directory"};
     if (file.IsUnexaminable())
         return DescribeUnexaminable(check, file);

@@ -31,8 +31,8 @@ struct NamedFile {
     bool isStandardOutput = false;
 };
 
-// The same for a file on the command line. Returns nullopt for standard output unless it is a
-// regular file.
+// Returns the identity of a file on the command line. Returns nullopt for standard output unless it
+// is a regular file.
 std::optional<FileIdentity> IdentifyFile(NamedFile const& file);
 
 // Throws CommandLineError if an output is the same file as another output or as an input, because

@@ -13,12 +13,12 @@
 // of VisibleText.h). A second member, whose name ends with "Base64", has the exact bytes.
 void AddText(nlohmann::ordered_json& object, std::string const& name, std::string_view text);
 
-// The same, but adds a null member for nullopt.
+// Like AddText, but adds a null member for nullopt.
 void AddTextOrNull(nlohmann::ordered_json& object, std::string const& name,
                    std::optional<std::string_view> text);
 
-// Returns an object with the number of rows for each result. Adds the numbers of results with the
-// same readable text, which results that are not UTF-8 can have.
+// Returns an object with the number of rows for each result. Different results can have the same
+// readable text if at least one is not UTF-8. Their numbers are added.
 nlohmann::ordered_json MakeCounts(ResultCounts const& counts);
 
 // Encodes bytes as base64 with padding (RFC 4648, section 4), without line breaks.

@@ -160,7 +160,7 @@ constexpr char rowsName[] = "clientcompliance_rows";
 constexpr char rowsHelp[] = "Rows of the last evaluation that finished, by result.";
 constexpr char failingName[] = "clientcompliance_failing_rows";
 constexpr char failingHelp[] =
-    "Rows of that evaluation whose result is not in the list of good results.";
+    "Rows whose result is not good, in the last evaluation that finished.";
 constexpr char successName[] = "clientcompliance_last_success_timestamp_seconds";
 constexpr char successHelp[] = "Start of the last evaluation that finished with a new response.";
 

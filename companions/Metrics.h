@@ -12,8 +12,8 @@
 #include "companions/Rows.h"
 
 struct Metrics {
-    // Labels of all samples. `document` is empty for the default document, and `config` without
-    // --config.
+    // Labels of all samples. `document` is empty for the default document. `config` is empty
+    // without --config.
     std::string document = {};
     std::string config = {};
     int exitStatus = 0;
@@ -32,9 +32,9 @@ struct Metrics {
 // collector rejects timestamps.
 //
 // `former` is the previous content of the file, possibly empty. If the evaluation did not finish,
-// the samples of rows with the same labels are kept. A failed run must not end an alert for failing
-// rows. The time of the last success is kept if the evaluation did not finish or is stale.
-// Only lines with the syntax of these samples are kept.
+// the samples for rows in `former` are kept if they have the same labels. Otherwise, a failed run
+// would end an alert for failing rows. The time of the last success is kept in the same way if the
+// evaluation did not finish or is stale. Only lines with the syntax of these samples are kept.
 //
 // The 20 results with the most rows have samples of their own. The rows with other results, and
 // with results of more than 100 bytes, are counted as "other". Values of labels are readable text

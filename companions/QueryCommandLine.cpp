@@ -169,8 +169,8 @@ std::string ParseStatus(std::string const& text) {
     return text;
 }
 
-// Throws if `option`, --explain or --check-config, is repeated, or is combined with the other one
-// or with a request, because it sends none.
+// Throws if `option` is repeated, or combined with a request or with --check-config. `option` is
+// --explain or --check-config, which send no request.
 void RefuseRequest(Arguments const& arguments, std::string const& option) {
     for (char const* const other : {"-d", "--config", "--check-config"})
         if (other != option && arguments.Has(other))

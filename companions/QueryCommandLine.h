@@ -49,8 +49,9 @@ struct QueryCommandLine {
 };
 
 // Parses the arguments of main and the configuration file of --config. The options --flags and
-// --strict replace the values of the file. Throws CommandLineError; for an invalid file, with its
-// first mistake. With --help or --version, values are not checked, and operands may be missing.
+// --strict replace the values of the file. Throws CommandLineError. For an invalid file, its text
+// is the first mistake. With --help or --version, values are not checked, and operands may be
+// missing.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // Returns the output of --help.

@@ -23,8 +23,8 @@ struct QueryConfig {
     // The number of results that compliance-evaluate(8) keeps. Not used by this program.
     std::optional<long long> keptResults = {};
     // One line for each mistake: the path, the line number, the mistake and usually the accepted
-    // values. A file that cannot be read, is not a regular file or is too large has no line number.
-    // The other members are valid only if this list is empty.
+    // values. There is no line number if the file cannot be read, is not a regular file or is too
+    // large. The other members are valid only if this list is empty.
     std::vector<std::string> mistakes = {};
 };
 

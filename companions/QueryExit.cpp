@@ -64,10 +64,10 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "The agent took the request and reports an error number. -22 means that it is not available "
      "right now.",
      "For -22, retry later (--wait TIME). For other numbers, see the agent's log."},
-    {QueryExit::usage, "usage", "the command line is invalid",
-     "An option, a value, an operand or the file of --config is not accepted. Nothing was sent to "
+    {QueryExit::usage, "usage", "the command line or the configuration file is invalid",
+     "An option, a value, an operand or a configuration file is not accepted. Nothing was sent to "
      "the agent.",
-     "See compliance-query --help."},
+     "See compliance-query --help, or check the file with --check-config."},
     {QueryExit::noAgent, "no-agent", "the agent is not installed, not running or not configured",
      "The agent's program, its request directory or its process is missing.",
      "Install or start the agent; compliance-doctor shows what is missing."},

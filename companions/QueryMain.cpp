@@ -280,7 +280,7 @@ private:
     bool responseWasOld = false;
     // Set only for --prometheus.
     std::optional<ResultCounts> results;
-    // The number of rows that were written; -1 if UseRows has not returned.
+    // The number of rows that were written; -1 before WriteRows has returned.
     long long count = -1;
     ResultCheck check;
 };

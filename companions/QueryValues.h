@@ -16,8 +16,8 @@ constexpr char acceptedProgress[] = "auto, bar, lines or none";
 constexpr char acceptedFields[] =
     "designator, result, resultType, evaluationTime, description or comment";
 
-// All functions throw ValueError. Entries of lists are trimmed; an empty or repeated entry is an
-// error.
+// Each function throws ValueError for a value that is not accepted. Entries of lists are trimmed;
+// an empty or repeated entry is an error.
 
 // Returns the bitwise OR of COMPLIANCE_FLAG_ values.
 unsigned int ParseFlags(std::string const& list);

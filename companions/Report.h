@@ -23,10 +23,10 @@ enum class Condition {
     missing,     // the host is expected but has no result
     twoMachines, // two machines use this host name
     failed,      // the newest evaluation failed, for another reason than a stale response
-    stale,       // its response existed before its request, or it is unknown whether it did
-    tooOld,      // it ended more than ReportOptions::maxAge ago
-    fromFuture,  // it ended more than maxClockDifference after ReportOptions::now
-    noRows,      // it finished without rows, and ReportOptions::allowEmpty is false
+    stale,       // the newest response existed before its request, or it is unknown whether it did
+    tooOld,      // the newest result ended more than ReportOptions::maxAge ago
+    fromFuture,  // the newest result ended more than maxClockDifference after ReportOptions::now
+    noRows,      // the newest evaluation finished without rows; not with ReportOptions::allowEmpty
     notExpected, // the host is not one of the expected hosts
 };
 constexpr std::size_t conditionCount = 8;

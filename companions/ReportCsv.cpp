@@ -29,8 +29,8 @@ constexpr std::array<std::string_view, 8> formulaStarts = {
 
 // Prevents formula injection: a spreadsheet evaluates text that starts with a formula character,
 // possibly after whitespace, unless an apostrophe precedes it. Text that starts with a tab, a line
-// break or an apostrophe always gets an apostrophe. So readers can remove one from every text that
-// starts with one.
+// break or an apostrophe always gets an apostrophe. To restore the texts, readers remove the first
+// character of each text that starts with an apostrophe.
 bool NeedsApostrophe(std::string_view text) {
     if (text.empty() || std::string_view("\t\r\n'").find(text[0]) != std::string_view::npos)
         return !text.empty();

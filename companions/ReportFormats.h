@@ -48,7 +48,8 @@ public:
 // The report and the output must outlive the writer.
 std::unique_ptr<ReportWriter> MakeReportWriter(ReportFormat format, Report const& report,
                                                Output& output);
-// Called by MakeReportWriter. The first one is for HTML and Markdown, the last one for JSON.
+// Called by MakeReportWriter. MakePageWriter is for HTML and Markdown, MakeSummaryWriter is for
+// JSON.
 std::unique_ptr<ReportWriter> MakePageWriter(ReportFormat format, Report const& report,
                                              Output& output);
 std::unique_ptr<ReportWriter> MakeJunitWriter(Report const& report, Output& output);
@@ -63,7 +64,7 @@ bool IsPlain(std::string_view text, std::string_view special);
 // and XML. Also escapes U+FFFE and U+FFFF, which are not allowed in XML.
 std::string EscapeMarkup(std::string const& text);
 
-// The same for Markdown: no character of the text has a meaning as markup within a line.
+// Like EscapeMarkup, but for Markdown: no character has a meaning as markup within a line.
 std::string EscapeMarkdown(std::string const& text);
 
 // Truncates text of more than maxShownBytes, and appends the number of omitted bytes.

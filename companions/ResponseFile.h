@@ -21,7 +21,7 @@ struct ResponseState {
 ResponseState LookAtResponse();
 
 // Compares the response before a request with the response after it. Construct it before the
-// request, and call IsUnchanged after the new one.
+// request, and call IsUnchanged after the exchange.
 //
 // Limitations: a stale response is not detected if the agent replaces it after the library has read
 // it, but before IsUnchanged. A new response with the same inode and size is reported as unchanged

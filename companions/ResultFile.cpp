@@ -99,7 +99,7 @@ mode_t ModeOfNewFile() {
     return 0666 & ~mask;
 }
 
-// Makes a rename durable: the new entry is on disk only when its directory is. Ignores errors.
+// Makes a rename durable, because rename(2) does not flush the directory entry. Ignores errors.
 void FlushDirectoryOf(std::string const& path) {
     int const descriptor = open(DirectoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (descriptor < 0)

@@ -102,6 +102,6 @@ std::size_t MixHash(std::size_t hash, std::string_view text);
 // schema may add.
 //
 // Throws StoredResultError, possibly after the last row; the caller must then discard the rows. The
-// reasons include a wrong "rowCount" and a repeated member, unless it is unknown.
+// reasons include a wrong "rowCount" and a repeated known member.
 StoredResult ReadStoredResult(std::string const& path, StoredKind kind,
                               std::function<void(StoredRow&&)> const& useRow);

@@ -26,10 +26,10 @@ struct TableOptions {
 // All texts are visible text (VisibleText.h).
 //
 // Column widths: a column is as wide as its longest text (DisplayWidth.h). On a terminal, or if the
-// environment variable COLUMNS has a number, the widest columns are narrowed until the table fits.
-// At first they stay at least as wide as their headings, then at least 4 wide. Longer texts are
-// wrapped, at spaces if possible. Narrower columns would be unreadable, so six columns take at
-// least 34, and a narrower terminal wraps the lines itself.
+// environment variable COLUMNS has a positive number, the widest columns are narrowed until the
+// table fits. The minimum width is that of the heading, or 4 if the table does not fit otherwise.
+// Longer texts are wrapped, at spaces if possible. Six columns take at least 34, so a narrower
+// terminal wraps the lines itself.
 //
 // Sorting is stable, by CompareTexts (TextOrder.h).
 //

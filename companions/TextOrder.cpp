@@ -65,8 +65,8 @@ std::strong_ordering CompareValues(Numeral const& left, Numeral const& right) {
     return left.isNegative ? 0 <=> order : order;
 }
 
-// Compares by bytes, runs of digits by value. Still a total order: all digits compare in the same
-// way with a byte that is not a digit, because their codes are contiguous.
+// Compares by bytes, runs of digits by value. The order is transitive: all digits compare in the
+// same way with a byte that is not a digit, because their codes are contiguous.
 std::strong_ordering CompareRuns(std::string_view left, std::string_view right) {
     while (!left.empty() && !right.empty()) {
         auto order = static_cast<unsigned char>(left[0]) <=> static_cast<unsigned char>(right[0]);
