@@ -26,7 +26,7 @@ options:
     description:
       - A stored result, or a directory of stored results C(*.json).
       - In a directory, the result that started last is read. If several started at the same time,
-        the one that ended last is read, then a failed one, then the last file name.
+        the one that ended last is read, then a failed one, then the one with the last file name.
       - A file that cannot be used counts with its modification time. If it is the newest, the module
         fails.
       - The results that are not older than I(max_age) must be of one host, site and document.
@@ -47,7 +47,7 @@ options:
   wait:
     description:
       - Retry during this time if another evaluation runs, if a request is waiting, or if the agent
-        is not available. See C(--wait) of compliance-query(1).
+        reports that it is not available (-22). See C(--wait) of compliance-query(1).
     type: str
   good:
     description:

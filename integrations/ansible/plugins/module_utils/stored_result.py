@@ -82,7 +82,7 @@ def visible(text):
 
 
 def parse_seconds(text):
-    """Returns the seconds of a duration such as 90, 90s, 15m or 26h. Raises ValueError for 0, too."""
+    """Returns the seconds of a duration such as 90, 90s, 15m or 26h, at least 1. Raises ValueError."""
     match = re.match(r"0*([0-9]{1,10})([smh]?)\Z", str(text))
     seconds = int(match.group(1)) * SECONDS_OF_UNIT[match.group(2)] if match else 0
     if not 1 <= seconds <= MAX_SECONDS:

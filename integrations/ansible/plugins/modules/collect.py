@@ -76,7 +76,7 @@ source:
   type: str
 row_count:
   description: The number of rows.
-  returned: if there is a result, fresh or not
+  returned: if there is the result of a finished evaluation, fresh or not
   type: int
   sample: 4
 age_seconds:

@@ -61,7 +61,7 @@ rows:
   description:
     - The rows of the result.
     - A text that is not UTF-8 has a second member with its exact bytes, such as C(commentBase64).
-  returned: if there is a result, fresh or not
+  returned: if there is the result of a finished evaluation, fresh or not
   type: list
   elements: dict
   contains:
@@ -87,7 +87,7 @@ rows:
             comment: ""}]
 row_count:
   description: The number of rows.
-  returned: if there is a result, fresh or not
+  returned: if there is the result of a finished evaluation, fresh or not
   type: int
   sample: 1
 bad_rows:

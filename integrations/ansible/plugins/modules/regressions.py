@@ -14,8 +14,8 @@ description:
     the rows that are no longer good to a file.
   - If the newest result is not fresh, the host is not compared, because old regressions must not be
     reported as new.
-  - The previous result is the newest earlier one of a finished evaluation with the same host name,
-    document and site, unless its response was stale.
+  - The previous result is the newest earlier one with the same host name, document and site whose
+    evaluation finished with a new response.
 requirements:
   - compliance-diff
 options:
@@ -76,7 +76,7 @@ not_compared:
   description:
     - The reason for each host that was not compared, because its newest result is not fresh, or
       because it has no earlier fresh result of the same document.
-    - A host with a single fresh result has no reason here.
+    - A host with only one stored result has no reason here if that result is fresh.
   returned: always
   type: dict
   sample: {web2: "the result is 50 h old, more than 26 h"}
