@@ -36,7 +36,7 @@ constexpr TarvikFileType Miscellany() { return TarvikFileTypeMiscellany; }
 // Returns the type with this extension, including the dot, or Miscellany. Case-insensitive, by
 // strcasecmp(3). REQUIRES: `extension` is not null.
 //
-// Three types have the empty extension. The function returns the first of them, Site.
+// Three types have the empty extension, for which the function returns the first one, Site.
 TarvikFileType TypeOfExtension(char const* extension);
 
 // Returns the first extension of the type, including the dot, in static storage.

@@ -10,8 +10,8 @@ struct DirectoryCreatingInfo {
 
 // The permission bits of a file, set exactly; the umask does not apply.
 //
-// With `systemDefault`, no permissions are set: the file keeps those that the system gave it, 0666
-// less the umask.
+// Exception: with the value of `systemDefault`, no permissions are set. The file then has the
+// permissions of its creation, 0666 less the umask. So exactly 0666 cannot be requested.
 struct FileCreatingInfo {
     static constexpr std::uint32_t systemDefault = 0666;
 

@@ -7,8 +7,8 @@
 //
 // Include this header also for the members that are declared with their classes and defined here:
 // FileName(UStringRef<UTF8>), FileName::MakeLocal8BitRef, FileName::MakeUTF8String and
-// FileLocation::Local8BitPath. MakeLocal8BitRef and Local8BitPath return views, which are marked as
-// terminated and valid until the name or the location changes.
+// FileLocation::Local8BitPath. MakeLocal8BitRef and Local8BitPath return views that are marked as
+// terminated. A view is valid until its name or location changes.
 //
 // Error handling:
 // - InvalidTextEncoding for ill-formed text (unicode/GenericTranscoder.h)

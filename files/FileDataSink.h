@@ -13,7 +13,7 @@ class FileWritingPath;
 // Error handling: like FileWriter; the flush like FileWritingPath::Flush.
 class FileDataSink : private DataReceiver {
 public:
-    // Whether ReceiveEnd waits until the data is on disk. Every value except the first means no.
+    // Whether ReceiveEnd waits until the data is on disk. Every value except FlushOnEnd means no.
     enum FlushMode : int { FlushOnEnd, NoFlushOnEnd };
 
     // With FlushOnEnd.

@@ -48,7 +48,8 @@ private:
     FileIOErrorDetails* details;
 };
 
-// A file that must exist does not exist, or is not a regular file.
+// A file that must exist does not exist, or is not a regular file. Also thrown for ENOENT, for
+// example if a parent directory does not exist.
 class FileNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -64,7 +65,8 @@ class FileExistsError : public FileIOError {
 public:
     using FileIOError::FileIOError;
 };
-// A directory does not exist, a path or a component is not a directory, or a path is too long.
+// A directory to copy or delete does not exist, or is not a directory. Also thrown for ENOTDIR and
+// ENAMETOOLONG.
 class DirectoryNotFoundError : public FileIOError {
 public:
     using FileIOError::FileIOError;
@@ -151,7 +153,7 @@ public:
     using FileIOError::FileIOError;
 };
 
-// A read returned fewer bytes than requested. The code is EndOfFileCode.
+// A read that must fill its target returned fewer bytes. The code is EndOfFileCode.
 class EndOfFileError : public FileIOError {
 public:
     using FileIOError::FileIOError;

@@ -14,10 +14,12 @@ public:
     FileLocation() = default;
     FileLocation(UnixPlatform::FileLocation const& location);
 
-    // The child `name` of `parent`. Bytes are first converted to a FileName, with the exceptions of
-    // FileName::Set: unlike Relative, this rejects a "/". A null pointer makes a copy of `parent`.
-    // Otherwise throws EmptyFileLocationError if `parent` is empty. An empty FileName makes a copy
-    // of `parent`, too.
+    // The child `name` of `parent`. The first two overloads convert `name` to a FileName, with the
+    // exceptions of FileName::Set; unlike Relative, they reject a "/". After the conversion, throw
+    // EmptyFileLocationError if `parent` is empty.
+    //
+    // A null pointer makes a copy of `parent`, even if `parent` is empty. An empty FileName makes a
+    // copy of a `parent` that is not empty.
     FileLocation(FileLocation const& parent, char const* name);
     FileLocation(FileLocation const& parent, ConstData name);
     FileLocation(FileLocation const& parent, FileName const& name);

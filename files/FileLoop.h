@@ -7,8 +7,8 @@
 class FileLocation;
 enum TarvikFileType : int;
 
-// The contract is that of the base class. The constructors and operations below start loops that
-// are not tolerant: such a loop stops at a dangling link with the error of stat(2), normally
+// The contract is that of the base class. The constructors, Start and WildcardStart start loops
+// that are not tolerant: such a loop stops at a dangling link with the error of stat(2), normally
 // FileNotFoundError. `UnixPlatform::FileLoop::init` can start a tolerant loop.
 //
 //     for (FileLoop loop(directory, "*.txt", false); loop.HasItem(); ++loop)

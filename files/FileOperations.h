@@ -11,8 +11,10 @@
 // and FileWriter. Moves can throw InvalidStats, without a name, if an entry vanishes between two
 // examinations.
 //
-// FileTrees.h declares operations on trees, FileRetry.h variants with retries, and
-// files/unix/FileOperations.h the platform's variants.
+// See also:
+// - FileTrees.h: operations on directory trees
+// - FileRetry.h: variants with retries
+// - files/unix/FileOperations.h: the platform level
 #pragma once
 
 #include "files/CreatingInfo.h"
@@ -23,8 +25,8 @@ class FileLocation;
 // FileFoundError if anything exists there. If setting the permissions fails, the file stays.
 void CreateFile(FileLocation const& location, FileCreatingInfo const& info);
 
-// Create a directory. Its permissions are those of `info`, for the second function 0777, without
-// those in the umask. Throw DirectoryFoundError if anything exists there.
+// Create a directory. Its permissions are those of `info` or, for the second function, 0777, less
+// the umask. Throw DirectoryFoundError if anything exists there.
 void CreateDirectory(FileLocation const& location, DirectoryCreatingInfo const& info);
 void CreateDirectoryForUserAppAccess(FileLocation const& location);
 
@@ -36,13 +38,16 @@ void ForceDirectoryExistence(FileLocation const& location, DirectoryCreatingInfo
 void DeleteFile(FileLocation const& location);
 
 // Removes an empty directory. Throws DirectoryNotFoundError for anything that is not a directory.
-// The system refuses a directory that is not empty, and a symbolic link to one.
+// The system refuses a directory that is not empty, and a symbolic link to a directory.
 void DeleteDirectory(FileLocation const& location);
 
 // Removes a regular file, a link to one, or an empty directory. Throws like DeleteDirectory for a
-// directory with contents and for a link to a directory. Does nothing, without an error, if nothing
-// exists there. The same holds for a device, a socket, a FIFO, a link to one of them, and a
-// dangling link.
+// directory with contents and for a link to a directory.
+//
+// Does nothing, without an error, for these:
+// - a location where nothing exists
+// - a device, a socket or a FIFO, or a link to one of them
+// - a dangling link
 void ForceNonexistence(FileLocation const& location);
 
 // Copy a regular file. Throw FileNotFoundError if `from` is not one. CopyFile throws
@@ -62,21 +67,26 @@ void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 
 // Renames `from` to `to`. A normal return does not prove that the file has moved: see "Deliberate".
 //
-// Throws FileNotFoundError if nothing exists at `from` and FileFoundError if anything exists at
+// Throws FileNotFoundError if nothing exists at `from`, and FileFoundError if anything exists at
 // `to`. The move to another file system depends on `from`:
-// - A regular file is copied and then deleted.
+// - A regular file is copied by CopyFile and then deleted.
 // - A directory is copied by CopyDirectoryContents and then deleted by DeleteRecursive.
-// - A link to a regular file is replaced by a copy of that file.
+// - A link to a regular file: the file is copied to `to`, and the link is deleted.
 // - A link to a directory: the contents of the target move, and then removing the link throws.
 // - Anything else stays where it is, without an error.
 //
-// Deliberate: callers depend on a normal return if rename(2) fails for another reason. Nothing has
-// moved then. A caller that requires the move must examine both locations.
+// A move to another file system loses the permissions and times. If a directory contains a link to
+// a directory, the contents of the link's target are deleted but not copied. Removing the link then
+// throws.
+//
+// Deliberate: callers depend on a normal return if rename(2) fails with an error other than EXDEV.
+// Nothing has moved then. A caller that requires the move must examine both locations.
 void MoveFile(FileLocation const& from, FileLocation const& to);
 
 // Moves `from` to `to` like MoveFile, after removing an existing `to` by ForceNonexistence. Throws
 // FileNotFoundError if nothing exists at `from`. Throws DirectoryFoundError if both exist and only
-// one is a regular file, and FileFoundError if ForceNonexistence does not remove `to`.
+// one is a regular file, and FileFoundError if ForceNonexistence does not remove `to`. If the move
+// fails after the removal, even without an exception, the old entry at `to` is lost.
 //
 // DirectoryFoundError names `from` if that is a directory, otherwise `to`, whatever its type. The
 // function does not detect that `from` and `to` are the same directory entry, or that `from` is a
@@ -85,15 +95,15 @@ void ForceMoveFile(FileLocation const& from, FileLocation const& to);
 
 // Clears the three write permissions, or sets them if `readOnly` is false. Follows a symbolic link.
 //
-// Setting them also clears all permissions in the umask, even those that the file had before. To
+// After setting them, clears all permissions in the umask, even those that the file had before. To
 // read the umask, the function changes it for a moment, for the whole process.
 void SetFileReadOnly(FileLocation const& location, bool readOnly);
 
 // Returns the bytes that are free on the file system, including those reserved for the superuser.
-// Returns -1 if statvfs(2) fails, also for an empty location.
+// Returns -1 if statvfs(3) fails, also for an empty location.
 //
-// The number of blocks and the block size are multiplied in 64 bits. A product of 2^63 or more
-// counts as a failure, and one of 2^64 or more wraps before that.
+// The product of the number of blocks and the block size wraps modulo 2^64. The function returns -1
+// if the wrapped product is 2^63 or more.
 long long CalculateFreeSpace(FileLocation const& location);
 
 // Does nothing on this platform; an empty location is no error.

@@ -10,10 +10,10 @@ class FileWritingPath;
 // A position in a file. Several streams can use the same path in turn, because each transfer first
 // seeks to the stream's own position. The path is not owned.
 //
-// Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h. It
-// names the location of a FileReadingPath; with a FileWritingPath it has no name. Start and
-// Finished throw like FileReadingPath::Length. After an exception, the position includes the bytes
-// already read. An interrupted read (EINTR) is not retried.
+// Error handling: FileIOError according to the column "reader" of files/unix/FileErrorMappers.h.
+// The exception names the location of a FileReadingPath; with a FileWritingPath, it has no name.
+// Start and Finished throw like FileReadingPath::Length. After an exception, the position includes
+// the bytes already read. An interrupted read (EINTR) is not retried.
 class FileReader : public DataReader {
 public:
     // REQUIRES: Start is called before any other operation.

@@ -43,7 +43,9 @@ void RunWithRetry(void (*operation)(FileLocation const&, DirectoryCreatingInfo c
 void RunWithRetry(void (*operation)(FileLocation const&, FileLocation const&), char const* name,
                   FileLocation const& from, FileLocation const& to, FileRetryLog const& log);
 
-// The operations of FileOperations.h, with retries.
+// Operations of FileOperations.h, with retries. Nothing is undone between the attempts. So if
+// CreateFile, CopyFile or MoveFile fails after it has created the target, its retries fail because
+// the target exists. The final exception is then FileFoundError or FileExistsError, not the cause.
 void CreateFileWithRetry(FileLocation const& location, FileCreatingInfo const& info,
                          FileRetryLog const& log);
 void CreateDirectoryWithRetry(FileLocation const& location, DirectoryCreatingInfo const& info,

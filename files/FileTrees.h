@@ -16,11 +16,13 @@ class FileLocation;
 // a directory. Throws InvalidFileLocation for a relative path whose first component does not exist.
 void CreateDirectoryTree(FileLocation const& location);
 
-// Copies all entries of `from` to `to`, which CreateDirectoryTree creates if necessary. Directories
-// are copied with their contents, all other entries by CopyFileWithRetry; a link to a regular file
-// becomes a copy of its target. Permissions and times are not copied: the copies have those of new
-// directories and files. Throws DirectoryNotFoundError if `from` is not a directory, and
-// InvalidStats, without a name, if `from` vanishes between two examinations at the start.
+// Copies the entries of `from` to `to`, which CreateDirectoryTree creates if necessary. Directories
+// are copied with their contents, and other entries are copied by CopyFileWithRetry. A link to a
+// regular file becomes a copy of its target. A link to a directory is skipped without an error.
+// Permissions and times are not copied: the copies have those of new directories and files.
+//
+// Throws DirectoryNotFoundError if `from` is not a directory, and InvalidStats, without a name, if
+// `from` vanishes between two examinations at the start.
 //
 // An entry that cannot be copied ends the copy after its retries. Such entries include sockets,
 // devices, FIFOs, and files that already exist at `to`. Nothing is overwritten. A failure after the
@@ -28,10 +30,7 @@ void CreateDirectoryTree(FileLocation const& location);
 // attempt leaves a partial file.
 //
 // If `to` is inside `from`, the walk reaches it and copies it into itself until the path is too
-// long.
-//
-// Symbolic links to directories are skipped without an error. A directory that cannot be listed,
-// even for lack of memory, is copied as an empty one.
+// long. A directory that cannot be listed, even for lack of memory, is copied as an empty one.
 void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 
 // Remove a directory with its contents, or only the contents. Throw DirectoryNotFoundError if
@@ -39,11 +38,12 @@ void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 // DirectoryNotFoundError, DeleteContents does nothing.
 //
 // Devices, sockets, FIFOs and links to them are not removed. Removing their directory then throws.
+// DeleteContents leaves them in `location` itself without an error.
 //
 // Deliberate: a symbolic link to a directory counts as a directory, also inside the tree. The type
 // of an entry is that of its target (files/unix/FileStats.h). The contents of the target are
-// removed; then removing the link throws. DeleteContents does not remove `location` itself, so
-// it accepts such a link there.
+// removed; then removing the link throws. DeleteContents does not remove `location` itself, so it
+// returns normally if `location` is such a link.
 void DeleteRecursive(FileLocation const& location);
 void DeleteContents(FileLocation const& location);
 

@@ -28,7 +28,7 @@ void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
 //
 // Throw like FileReadingPath::OpenExisting and FileReadingLoop. Unlike ReadFileRange, they throw
 // FileReadingLoopEndOfFileError after the last byte:
-// - if the range extends beyond the file,
+// - if the range extends beyond the file, or `start` is greater than `stop`,
 // - if the length is unknown and there is no `stop`,
 // - if the file returns fewer bytes than its length.
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start);

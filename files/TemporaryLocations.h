@@ -29,7 +29,8 @@ FileLocation UISessionDefaultDirectory(std::string const& user);
 FileLocation CreateUniqueFileLocation(FileLocation const& directory, char const* prefix);
 FileLocation CreateUniqueDirLocation(FileLocation const& directory, char const* prefix);
 
-// Creates the file in the temporary directory. Creates that directory first if it is missing.
+// Creates the file in the temporary directory. Creates that directory first if it is missing, with
+// the exceptions of CreateDirectoryTree.
 FileLocation CreateUniqueFileLocation(char const* prefix);
 
 // Creates the file in `hint` if that is a directory or a link to one, otherwise in its Parent, with

@@ -1,7 +1,7 @@
 // Maps error numbers to the exceptions of files/FileErrors.h.
 //
-// Deliberate: there are five mappings, because a number has a different meaning for a reader, a
-// writer and other functions. All other numbers throw FileIOError.
+// Deliberate: there are five mappings, because a number can mean different failures for a reader, a
+// writer and other functions. A number that is not in the column of a mapping throws FileIOError.
 //
 //  Error number          Class                   function   reading  writing  reader  writer
 //                                                           path     path

@@ -16,9 +16,9 @@ class FileItem : public UnixFileInfo {
 public:
     FileItem() = default;
 
-    // On this platform, return 0 and `time`: times need no correction, and are not rounded to the
-    // whole seconds that an item stores.
+    // Returns 0: on this platform, times need no correction.
     static Instant GetTimeBias();
+    // Returns `time`: it is not rounded to the whole seconds that an item stores.
     static Instant RoundToFileSystem(Instant time);
 
     // Fill the item from a location, or from the entry `name` below `parent`. Return 0 or the error
@@ -36,7 +36,8 @@ public:
     // Sets the modification time in this object and on disk, in whole seconds. Also sets the access
     // time on disk, to that of this object. Throws InvalidStats if the item has the state
     // StatsNothingThere, FileNotFoundError for ENOENT, FilePermissionError for EACCES, otherwise
-    // FileIOError, even for EPERM. If only setting it on disk fails, this object has the new time.
+    // FileIOError, even for EPERM. If setting the times on disk fails, this object has the new
+    // time.
     void SetModificationTime(Instant time);
 
     FileLocation const& Location() const { return location; }

@@ -1,8 +1,8 @@
 // A path as a value, with operations on paths.
 //
 // The bytes are in the encoding of the locale. A path of up to 127 bytes is stored inside the
-// object, a longer one in a block that the object owns. Copies are deep. Only IsReadOnly accesses
-// the file system.
+// object. A longer path is in a block that the object owns. Copies are deep. Only IsReadOnly
+// accesses the file system.
 #pragma once
 
 #include "data/ConstData.h"
@@ -37,7 +37,8 @@ public:
 
     // Replaces the path by `parent`, a slash and `name`, without trailing slashes. `name` may have
     // several components, which are not validated; if it is empty, the path is a copy of `parent`.
-    // Both arguments may be parts of this path. Throws EmptyFileLocationError if `parent` is empty.
+    // `parent` may be this object, and `name` may be a part of this path. Throws
+    // EmptyFileLocationError if `parent` is empty.
     //
     // Deliberate: the slash is added unless `name` begins with one; the end of `parent` is not
     // examined. So the child x of the root is "//x". This is harmless, because the system resolves
@@ -49,11 +50,11 @@ public:
 
     // Returns the path up to its last "/", without trailing slashes, or the root if only slashes
     // remain. Throws EmptyFileLocationError if the location is empty, RootHasNoParent for the root,
-    // and InvalidFileLocation for a path without "/". The last two have the path as their name.
+    // and InvalidFileLocation for a path without "/". The last two exceptions name the path.
     FileLocation Parent() const;
 
-    // Returns the bytes after the last "/", with the exceptions of FileName::Set; so it throws for
-    // the root. Returns the empty name for the empty location.
+    // Returns the bytes after the last "/", or the whole path if it has no "/". Throws like
+    // FileName::Set, for example for the root. Returns the empty name for the empty location.
     FileName Name() const;
 
     // True if the path is exactly "/". Throws EmptyFileLocationError if the location is empty.

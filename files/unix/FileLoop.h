@@ -21,8 +21,8 @@ namespace UnixPlatform {
 //
 // Error handling: a directory that does not exist or that scandir(3) cannot list, even for lack of
 // memory, results in an empty loop. An entry that cannot be examined throws like ThrowFileError,
-// from the start or from `++`. Except after init, the loop is then at that entry, and `++`
-// continues it. Other failed allocations throw std::bad_alloc.
+// from the start or from `++`. The loop is then at that entry, and `++` continues with the next
+// one. An exception of init leaves the loop empty. Other failed allocations throw std::bad_alloc.
 class FileLoop {
 public:
     class Error : public DebuggableException {};

@@ -19,9 +19,10 @@ namespace UnixPlatform {
 // operator+ and the operations that return a part do not validate the bytes, so they can make other
 // names. For example, "..." without the prefix "." is "..".
 //
-// Error handling: IllegalFileNameLength, IllegalFileNameReserved and IllegalFileName from Set;
-// IllegalFileName from CombineNames and operator+; IllegalFileName, ExtensionDoesNotMatch and
-// PrefixDoesNotMatch from operations that return a part.
+// Error handling:
+// - Set and the constructors: IllegalFileNameLength, IllegalFileNameReserved, IllegalFileName
+// - CombineNames and operator+: IllegalFileName
+// - operations that return a part: IllegalFileName, ExtensionDoesNotMatch, PrefixDoesNotMatch
 //
 // REQUIRES: text that is passed without a length is not null, and NUL-terminated.
 class FileName {
@@ -62,16 +63,17 @@ public:
     ConstData Bytes() const { return ConstData(text, length); }
     bool IsEmpty() const { return length == 0; }
 
-    // Return a view of the bytes, and the bytes converted to UTF-8. See files/EncodedNames.h.
+    // Returns a view of the bytes. See files/EncodedNames.h.
     UStringRef<Local8Bit> MakeLocal8BitRef() const;
+    // Returns the bytes, converted to UTF-8. See files/EncodedNames.h.
     AutoUString<UTF8> MakeUTF8String() const;
 
     // Compare byte by byte, or by Ascii::CompareLowercase if `ignoreCase` is set.
     bool HasSuffix(char const* suffix, bool ignoreCase) const;
     bool HasPrefix(char const* prefix, bool ignoreCase) const;
 
-    // True if the name has the suffix `extension`, with a dot as its first byte or before it:
-    // "report.txt" has the extensions ".txt" and "txt", "reporttxt" and "txt" have neither.
+    // True if the name has the suffix `extension`, and the suffix begins with a dot or follows one.
+    // "report.txt" has the extensions ".txt" and "txt"; "reporttxt" and "txt" have neither.
     bool HasExtension(char const* extension, bool ignoreCase) const;
 
     // True if `pattern` matches the whole name (see MatchWildcard). Case-sensitive.

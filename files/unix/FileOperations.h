@@ -1,7 +1,7 @@
-// The implementation of files/FileOperations.h and files/FileTrees.h, whose contracts apply.
+// The implementation of files/FileOperations.h, and of DeleteRecursive and DeleteContents in
+// files/FileTrees.h. The contracts of these headers apply.
 //
-// Only empty locations differ: the functions do not reject them first, but have the results stated
-// here.
+// Only the results for empty locations differ; they are stated here.
 #pragma once
 
 #include "files/CreatingInfo.h"
