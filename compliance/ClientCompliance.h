@@ -21,8 +21,8 @@ extern char const* const xDatClientComplianceTypeOpen;
 extern char const* const xDatClientComplianceTypeClose;
 extern char const* const xDatClientComplianceTypeProgress;
 
-// The state of an evaluation, as its number in the response document. The `state` member is an
-// integer, because an agent may write any number.
+// The state of an evaluation, as its number in the response document. The member `state` of
+// ClientComplianceResponse is an integer, because an agent may write any number.
 enum ClientComplianceState : std::int32_t {
     ClientComplianceStateFinished = 1,   // the rows hold the results
     ClientComplianceStateError = 2,      // `error` is the number that the agent reports
@@ -57,7 +57,8 @@ struct ClientComplianceResponseItem {
     std::string comment;
 };
 
-// The agent's response. Without progress elements, its state is an error with the number 0.
+// The agent's response. For a document without progress elements, the members keep their initial
+// values: the error state, with the error number 0.
 struct ClientComplianceResponse {
     // Constexpr, to allow constant initialization.
     explicit constexpr ClientComplianceResponse(ClientComplianceType kind) noexcept : type(kind) {}

@@ -17,17 +17,16 @@ public:
     ClientComplianceLock(ClientComplianceLock const&) = delete;
     ClientComplianceLock& operator=(ClientComplianceLock const&) = delete;
 
-    // Acquires the lock. Returns true if it is now held. Does not wait and never throws: returns
-    // false if the lock file cannot be opened or created, if memory is exhausted, or if another
-    // process holds the lock.
+    // Returns true if this call has acquired the lock. Does not wait and never throws. Returns
+    // false in these cases:
+    // - This process already holds the lock, and keeps it.
+    // - The lock file cannot be opened or created, or memory is exhausted.
+    // - Another process holds the lock, or locking the open file fails for another reason.
     //
-    // If this process already holds the lock, returns false and keeps it.
-    //
-    // Deliberate: if another process holds the lock, or if locking the open file fails for another
-    // reason, the refusal is final. All later calls in this process return false without a system
-    // call, even if the lock is free by then. If opening the file failed, or memory was exhausted,
-    // the next call tries again. The reason is the contract of COMPLIANCE_ERROR_LOCK, which
-    // documents both for callers of the C API.
+    // Deliberate: the third case is final. All later calls in this process return false without a
+    // system call, even if the lock is free by then. After the second case, the next call tries
+    // again. The reason is the contract of COMPLIANCE_ERROR_LOCK, which documents both cases for
+    // callers of the C API.
     bool Lock() noexcept;
 
     // Releases the lock. Does nothing if it is not held.

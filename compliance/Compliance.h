@@ -83,8 +83,8 @@
 #define COMPLIANCE_ERROR_LOCK (-6)
 
 /* The request is gone, but no response could be read within 10 seconds. The agent has removed the
-   request, or rename(2) failed for it. A failed rename(2) is not detected: if a response of an
-   earlier exchange can be read, that response is used.
+   request, or rename(2) failed for it. If a response of an earlier exchange can be read, it is used
+   instead, because neither a failed rename(2) nor a missing response is detected.
    From COMPLIANCE_Progress also: the response has a progress state other than 1, 2 and 3. */
 #define COMPLIANCE_ERROR_BAD_RESPONSE (-7)
 
@@ -134,8 +134,9 @@ int COMPLIANCE_Open(char const* url, char const* doc, unsigned int flags);
 /*
  * Requests the progress of the evaluation from the agent. Returns
  *   1  finished: the rows can be read, and further calls return 1 at once without an exchange;
- *   2  the agent reports an error: its number is stored in `*error`. The number -22 means that the
- *      agent is currently not available;
+ *   2  error: the number that the agent reports is stored in `*error`, or 0 if the response has no
+ *      number. The number -22 means that the agent is currently not available. A response without
+ *      a progress state counts as an error;
  *   3  in progress: the agent's percentage is stored in `*percent` unchanged;
  *   or a negative code.
  * Stores nothing else. An open evaluation stays open in all cases. After 2 and after a negative

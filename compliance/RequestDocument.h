@@ -1,9 +1,9 @@
 // Reads and writes request.xml, the request from the tool to the agent.
 //
 // The path is fixed (AgentPaths.h). The document is published by rename while the exchange lock is
-// held. The agent acknowledges it by removing it. The tool writes the document and checks whether
-// it exists; the agent's side reads and removes it. docs/exchange.md specifies the format. The
-// agent creates the directory.
+// held. The agent acknowledges the request by removing the document. The tool writes the document
+// and checks whether it exists; the agent's side reads and removes it. docs/exchange.md specifies
+// the format. The agent creates the directory.
 #pragma once
 
 struct ClientComplianceRequest;
@@ -12,7 +12,7 @@ struct ClientComplianceRequest;
 // replacing an existing document.
 //
 // Throws ClientComplianceRequestIOWriteFailure after a failure. The temporary document, even if it
-// is incomplete, is then published, or removed if that fails, too. If the removal fails, its
+// is incomplete, is then published, or removed if it cannot be published. If the removal fails, its
 // exception is thrown instead. Each publication and the removal are retried for up to about two
 // seconds.
 //
@@ -27,8 +27,8 @@ bool ClientComplianceRequestExists();
 // Reads the document into `request`. Returns false and leaves `request` unchanged if there is no
 // document, or if it cannot be read or is not a valid request. Throws only std::bad_alloc.
 //
-// Children may be in any order. Of several with the same name, the last one counts; of several
-// types, the last known one. Unknown children are ignored. A document without a known type is a
+// Children may be in any order. If several have the same name, the last one counts; for types, the
+// last known one counts. Unknown children are ignored. A document without a known type is a
 // Progress request. URL, document name and flags are ignored except in an Open request. URL and
 // document name end at their first NUL. The flags are parsed by strtoul(3) and truncated to 32
 // bits; text that is not a number counts as 0.

@@ -23,8 +23,8 @@ void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 // - ClientComplianceResponseTypeFailure if it has no known type
 // - the other exceptions of the file layer, and std::bad_alloc
 //
-// Children may be in any order. Each ResponseItem is a row. Of several other children with the same
-// name, the last one counts; of several types, the last known one. Unknown children are ignored.
+// Children may be in any order. Each ResponseItem is a row. If several other children have the same
+// name, the last one counts; for types, the last known one counts. Unknown children are ignored.
 // Progress elements are accepted with every type. A missing text of a row is empty, and a text ends
 // at its first NUL. Numbers are parsed by atoi(3), so text that is not a number counts as 0.
 ClientComplianceResponse ClientComplianceResponseIORead();

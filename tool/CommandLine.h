@@ -1,7 +1,7 @@
 // The command-line arguments of the tool, and its usage text.
 #pragma once
 
-// The parsed arguments. The strings are those of the arguments.
+// The parsed arguments. The strings are not copied: they are those that main received.
 struct CommandLine {
     char const* url = nullptr; // null, like `doc`, with the option -d
     char const* doc = nullptr;
