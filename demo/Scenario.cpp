@@ -184,11 +184,11 @@ private:
             ExpectWords(words, 2);
             SetNumber(step.response, words[0], ParseNumber<int>(words[1]));
         } else {
-            ExpectWords(words, 1);
             if (words[0] == "finish")
                 SetFinished(step.response);
             else if (!SetUnanswered(step, words[0]))
                 throw Mistake{"unknown statement '" + words[0] + "'"};
+            ExpectWords(words, 1);
         }
         scenario.progress.push_back(std::move(step));
     }

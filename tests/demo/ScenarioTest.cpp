@@ -103,6 +103,7 @@ TEST(ScenarioTest, ReportsLineAndReasonOfEachError) {
     Case const cases[] = {
         {"", "file:1: no statement answers a Progress request"},
         {"finish\nhello", "file:2: unknown statement 'hello'"},
+        {"finish\n # indented", "file:2: unknown statement '#'"},
         {"progress", "file:1: 'progress' needs 1 value, not 0"},
         {"progress 1 2", "file:1: 'progress' needs 1 value, not 2"},
         {"progress x", "file:1: 'x' is not a number from -2147483648 to 2147483647"},
