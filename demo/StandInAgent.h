@@ -8,8 +8,8 @@
 
 #include "demo/Scenario.h"
 
-// Returns the id of another process with the agent's name, or 0. On a real host, a second process
-// with this name would count as the agent.
+// Returns the id of another process with the agent's name, or 0. Such a process may be a real
+// agent, which would handle the same requests.
 pid_t OtherAgent();
 
 // Serves requests until `stop` is not 0, which a signal handler may set. Evaluations are served one

@@ -29,8 +29,8 @@ constexpr char usage[] =
     "\n"
     "Exit statuses:\n"
     "    0  SIGTERM or SIGINT stopped the program, or the check found no error\n"
-    "    1  the scenario is invalid, another process has the name of the agent, or a\n"
-    "       directory cannot be created\n"
+    "    1  the scenario is invalid or cannot be read, another process has the name\n"
+    "       of the agent, or a directory cannot be created\n"
     "    2  the command line is invalid\n"
     "\n"
     "Manual page: VeskaClient(1)\n";
