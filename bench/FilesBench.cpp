@@ -3,8 +3,8 @@
 //
 // The name of an operation ends with the type of the file system of TMPDIR, by default /dev/shm.
 // The bare loop makes only the system calls of "ours", in the same order, so the ratio is the
-// overhead of the classes. Calls that look redundant (the length takes three lseek(2),
-// before each read) are necessary, because a file may grow or shrink while it is read.
+// overhead of the classes. Three calls of lseek(2) determine the length before each read. They look
+// redundant, but are necessary, because a file may grow or shrink while it is read.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>

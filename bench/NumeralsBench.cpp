@@ -25,7 +25,7 @@ using Numbers = std::vector<std::uint64_t>;
 
 constexpr std::size_t numberCount = 10000;
 
-// Returns numbers of `least` to `most` digits; all numbers of digits are equally frequent.
+// Returns numbers of `least` to `most` digits. Each count of digits is equally frequent.
 Numbers NumbersOfDigits(unsigned least, unsigned most, std::uint64_t base = 10) {
     Inputs::Numbers random(least + 100 * most);
     Numbers numbers;

@@ -179,8 +179,8 @@ struct BoostTranscoding {
 #endif
 
 #ifdef HAVE_ICU
-// Whole texts: the functions for whole strings; ICU has none between UTF-8 and UTF-32, so these go
-// through UTF-16. Streams: the converters.
+// Whole texts: the functions for whole strings. ICU has none between UTF-8 and UTF-32, so these
+// conversions go through UTF-16. Streams: the converters.
 struct IcuTranscoding {
     template <class Target, class Source>
     static Filled<Target> Whole(Texts const& texts) {

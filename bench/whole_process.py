@@ -5,7 +5,7 @@ has a stand-in agent that answers immediately. Otherwise there is no agent, so "
 lock and checks whether the agent is installed.
 
     wall_over_minimal         wall time, divided by that of MinimalProgram; median of many pairs
-    system_calls_before_work  number before the first one for the tool's own work, by strace
+    system_calls_before_work  number before the first output or use of the lock file, by strace
     peak_mib                  peak resident memory, read when all work is done
     file_mib                  size of the executable
     processor_ms              processor time of a whole "-c", user and system

@@ -10,7 +10,7 @@ namespace SplitProperties {
 using Fuzz::Trimmed;
 
 // Reference of ConstData::Split. If the separator is empty or longer than the text, returns the
-// whole text as one piece, trimmed if `trim` is true.
+// whole text as the only part, trimmed if `trim` is true.
 inline std::vector<std::string>
 ReferenceSplit(std::string const& text, std::string const& separator, bool trim, bool keepEmpty) {
     auto const shaped = [&](std::string const& piece) {
