@@ -39,7 +39,7 @@ public:
     }
 
     // Closes the evaluation; blocks for a second or more. Releases the lock even if the exchange
-    // with the agent fails, so its result is ignored.
+    // with the agent fails, so the error code is ignored.
     ~Evaluation() { COMPLIANCE_Close(); }
 
     Evaluation(Evaluation const&) = delete;

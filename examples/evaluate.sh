@@ -10,7 +10,8 @@
 #    shows that the evaluation has finished.
 #  - The tool prints no reason if a poll fails.
 #  - A text can contain line breaks, and thus a line that looks like a label. Therefore, the script
-#    compares the number of rows with that of the tool. If they differ, it prints no rows.
+#    compares the number of rows with that of the tool. If they differ, it prints no rows. It does
+#    not detect line breaks without a label of a result, and prints only one line of such a text.
 #  - One label has the byte 0xB5, and texts can be arbitrary bytes, so the output is not UTF-8. The
 #    script sets LC_ALL=C.
 set -eu

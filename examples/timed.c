@@ -51,7 +51,7 @@ static int print_rows(void) {
             printf("%s: %s\n", designator, result);
     }
     /* Lost output is a failure, too. */
-    return fflush(stdout) == 0 ? finished : failed;
+    return fflush(stdout) == 0 && !ferror(stdout) ? finished : failed;
 }
 
 /* Polls until the evaluation ends, the timeout expires or a signal is pending. Returns the exit
