@@ -1,5 +1,5 @@
 # libclientcompliance, shared and static, with the interface of compliance/Compliance.h. Both
-# contain the code of the folders that compliance/ uses, but export none of its names.
+# contain the code of the folders that compliance/ uses, but export no names of that code.
 set(exports ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
 set(version_script ${CMAKE_CURRENT_SOURCE_DIR}/libclientcompliance.map)
 
