@@ -121,7 +121,7 @@ class CheckTest(ScratchTest):
     def test_rejects_other_files(self):
         result = check(self.source)
         self.assertEqual((result.returncode, result.stdout),
-                         (1, f"{self.source}: no program, library or object\n"))
+                         (1, f"{self.source}: not a program, library or object\n"))
 
 
 if __name__ == "__main__":
