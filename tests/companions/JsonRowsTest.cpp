@@ -57,6 +57,12 @@ TEST(JsonRowsTest, AsciiAndUnicodeCharactersRoundTrip) {
     EXPECT_EQ("\x7F", RowObject({"\x7F", "", "", "", "", ""}).at("designator").get<std::string>());
 }
 
+TEST(JsonRowsTest, EscapesTextOfQuotesOrBackslashesOnly) {
+    for (std::string const text : {"\"", "\"\"", "\\", "\\\\"}) {
+        EXPECT_EQ(text, RowObject({text, "", "", "", "", ""}).at("designator").get<std::string>());
+    }
+}
+
 TEST(JsonRowsTest, AddsBase64OfTextThatIsNotUtf8) {
     Json const row = RowObject({"\xB5", "ok", "\xFF", "1", "caf\xE9 \xC3\xA9", "\\xb5"});
     EXPECT_EQ((Json{{"designator", "\\xb5"},
