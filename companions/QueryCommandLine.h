@@ -49,9 +49,8 @@ struct QueryCommandLine {
 };
 
 // Parses the arguments of main and the configuration file of --config. The options --flags and
-// --strict replace the values of the file. Throws CommandLineError. For an invalid file, its text
-// is the first mistake. With --help or --version, values are not checked, and operands may be
-// missing.
+// --strict replace the values of the file. Throws CommandLineError. For an invalid file, what() is
+// the first mistake. With --help or --version, values are not checked, and operands may be missing.
 QueryCommandLine ParseQueryCommandLine(int count, char const* const* arguments);
 
 // Returns the output of --help.

@@ -31,6 +31,6 @@ constexpr std::size_t maxHostsBytes = std::size_t{16} << 20;
 // '#'. Also ignores a byte order mark, a carriage return at the end of a line, and spaces and tabs
 // around a name.
 //
-// Throws CommandLineError if the file cannot be read, has more than maxHostsBytes or has no name.
+// Throws CommandLineError if the file cannot be read, has more than maxHostsBytes or lists no host.
 // Also throws it for a name that has more than 255 bytes, a space or a control character.
 std::vector<std::string> ReadHosts(std::string const& file);

@@ -25,7 +25,7 @@ ResponseState LookAtResponse();
 //
 // Limitations: a stale response is not detected if the agent replaces it after the library has read
 // it, but before IsUnchanged. A new response with the same inode and size is reported as unchanged
-// if its times are the same. The kernel sets times with a resolution of about 4 ms.
+// if its times are the same. The kernel sets times with the resolution of its timer, such as 4 ms.
 class ResponseWatch {
 public:
     // True if there was a response before, and it is the same file with the same size and times.

@@ -1,4 +1,4 @@
-// Handles SIGINT, SIGTERM and SIGHUP as requests to stop, and waits that they interrupt.
+// Handlers for SIGINT, SIGTERM and SIGHUP, and functions whose waits these signals interrupt.
 //
 // Process-wide state; not thread-safe.
 #pragma once

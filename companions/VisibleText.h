@@ -15,7 +15,7 @@ enum class CharacterSet { ascii, unicode };
 // Returns "visible text": readable text in which these characters are escaped, too:
 //
 // - ASCII control characters as "\t", "\n", "\r" or "\xHH";
-// - characters that a terminal may not display (HiddenCharacters.h), such as bidirectional and
+// - characters that a terminal might not display (HiddenCharacters.h), such as bidirectional and
 //   zero-width format characters, as "\uHHHH", above U+FFFF as "\UHHHHHHHH";
 // - with CharacterSet::ascii, all other non-ASCII characters in the same way. On a terminal that
 //   does not use UTF-8, their bytes could be a control sequence.

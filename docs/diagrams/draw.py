@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Draws each .dot and .msc file of this folder as SVG: docs/diagrams/draw.py
 
-Needs dot and mscgen. A drawing scales with its page, follows the light or dark mode of the browser
-and contains the SHA-256 sum of its source, which scripts/docs --check compares.
+Needs dot and mscgen. A drawing scales with its page, and follows the light or dark mode of the
+browser. It contains the SHA-256 sum of its source, which scripts/docs --check compares.
 """
 
 import hashlib

@@ -1,8 +1,8 @@
 // A path as a value, with operations on paths.
 //
-// The bytes are in the encoding of the locale. A path of up to 127 bytes is stored inside the
-// object. A longer path is in a block that the object owns. Copies are deep. Only IsReadOnly
-// accesses the file system.
+// The bytes are in the encoding of the locale. A path whose StoredLength is at most 127 is stored
+// inside the object. Any other path is in a block that the object owns. Copies are deep. Only
+// IsReadOnly accesses the file system.
 #pragma once
 
 #include "data/ConstData.h"
@@ -19,8 +19,8 @@ namespace UnixPlatform {
 // Paths are not normalized: ".", ".." and repeated slashes are kept, except slashes at the end. A
 // path ends at its first NUL.
 //
-// Error handling: EmptyFileLocationError, RootHasNoParent and InvalidFileLocation, as stated below;
-// std::length_error for a path of 4 GiB and more.
+// Error handling: EmptyFileLocationError, RootHasNoParent, InvalidFileLocation, FileIOError and the
+// exceptions of FileName::Set, as stated below; std::length_error for a path of 4 GiB and more.
 class FileLocation {
 public:
     FileLocation() { inside[0] = '\0'; }

@@ -138,6 +138,17 @@ TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
                 AllOf(HasSubstr("failing-host"), Not(HasSubstr("good-host"))));
 }
 
+TEST(ReportFormatsTest, PageCountsConditionsAndResults) {
+    Report report;
+    report.options.acceptedResults = {"Pass"};
+    report.totals.conditions[static_cast<std::size_t>(Condition::tooOld)] = 4;
+    report.totals.results = {{"Fail", 2}, {"Pass", 3}};
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                AllOf(HasSubstr("<li class=\"alert\"><b>4</b> too old</li>"),
+                      HasSubstr("<li class=\"bad\"><b>2</b> Fail</li>"),
+                      HasSubstr("<li class=\"good\"><b>3</b> Pass</li>")));
+}
+
 TEST(ReportFormatsTest, ColourOfAHostShowsItsState) {
     Report report;
     report.entries = {EntryOf("web1", 1, 1), EntryOf("web2", 1, 1), EntryOf("web3", 1, 0)};
@@ -260,7 +271,15 @@ TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
     Report report;
     report.entries = {EntryOf("web1", 3, 2)};
     EXPECT_THAT(FormatReport(ReportFormat::junit, report),
-                HasSubstr("tests=\"0\" failures=\"0\" errors=\"0\""));
+                AllOf(HasSubstr("tests=\"0\" failures=\"0\" errors=\"0\""),
+                      HasSubstr(" hostname=\"web1\">")));
+}
+
+TEST(ReportFormatsTest, JunitErrorHasTheTypeOfItsCondition) {
+    Report report;
+    report.entries = {EntryOf("web1", 3, 2)};
+    report.entries[0].conditions = {Condition::tooOld};
+    EXPECT_THAT(FormatReport(ReportFormat::junit, report), HasSubstr("<error type=\"too-old\""));
 }
 
 TEST(ReportFormatsTest, JunitSuiteNameHasTheDocumentUnlessItIsTheDefault) {

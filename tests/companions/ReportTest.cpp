@@ -51,11 +51,12 @@ TEST_F(ReportTest, NewerFailureHidesAnOlderSuccess) {
 }
 
 TEST_F(ReportTest, HostNamesAreCaseInsensitive) {
-    options.expectedHosts = {"WEB1", "web1", "Db"};
+    options.expectedHosts = {"WEB1", "web1", "Db", "AZ"};
     Store("old", ProvenanceOf("web1", resultTime - 100), {ResultRow("d", "Fail")});
     Store("new", ProvenanceOf("Web1"));
-    ExpectStates({"Db: missing", "Web1:"});
-    EXPECT_EQ(2u, Make().options.expectedHosts->size());
+    Store("letters", ProvenanceOf("az"));
+    ExpectStates({"Db: missing", "Web1:", "az:"});
+    EXPECT_EQ(3u, Make().options.expectedHosts->size());
 }
 
 TEST_F(ReportTest, ReadsTimesOutsideTheRangeOfNanoseconds) {

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Writes results of a simulated fleet: fleet.py DIRECTORY [--hosts N] [--rows N] [--nights N]
 
-DIRECTORY gets a file for each host and night in the form of compliance-query --json, and hosts.txt
-with the names of all hosts and of one that has no result. Every tenth host has failing rows; of the
-first hosts, one evaluation failed, one response is stale, one result is old, one is from the future, one
-has no rows, and one name is used by two machines.
+DIRECTORY gets a file for each host and night in the form of compliance-query --json. The file
+hosts.txt has the names of all hosts, and of one that has no result. Every tenth host has failing rows.
+
+The first hosts have conditions: a failed evaluation, a stale response, an old result, a result from
+the future, a result without rows, a name that two machines use.
 """
 
 import argparse

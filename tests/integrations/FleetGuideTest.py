@@ -1,8 +1,11 @@
 #!/usr/bin/python3
 """Runs the commands of docs/fleet.md in their order, with the real systemd, Ansible and node_exporter.
 
-Differences from the page: a stand-in agent; further runs instead of the next nights; one machine, which
-is also the controller and is reached without SSH; files that are already installed.
+Differences from the page:
+- a stand-in agent
+- further runs instead of the next nights
+- one machine, which is also the controller and is reached without SSH
+- files that are already installed
 """
 
 import pathlib

@@ -18,7 +18,8 @@ PRESETS = SOURCE / "CMakePresets.json"
 
 class SyntaxTest(unittest.TestCase):
     def test_every_yaml_file_satisfies_yamllint(self):
-        names = [name for name in project_files() if name.endswith((".yml", ".yaml", ".clangd"))]
+        endings = (".yml", ".yaml", ".clangd", ".clang-format", ".clang-tidy")
+        names = [name for name in project_files() if name.endswith(endings)]
         rules = "{extends: relaxed, rules: {line-length: disable}}"
         result = subprocess.run(["yamllint", "--strict", "--format=parsable", "-d", rules, *names],
                                 cwd=SOURCE, capture_output=True, text=True, timeout=60)

@@ -31,6 +31,8 @@ class WritingTest(ScratchTest):
         for name, prefix in (("A.md", ""), ("A.h", "// "), ("A.py", "# "), ("docs/man/a.1", "")):
             lines = [prefix + "Short.", "", prefix + TOO_LONG[:half], prefix + TOO_LONG[half:]]
             self.assertEqual(self.findings(name, *lines), [f"{name}:3: {finding}"])
+        docstring = ["def f():", '    """Short.', "", *("    " + line for line in lines[2:]), '    """']
+        self.assertEqual(self.findings("A.py", *docstring), [f"A.py:4: {finding}"])
 
     def test_accepts_sentences_of_25_words(self):
         for text in (LONGEST, f"{LONGEST} {LONGEST}", LONGEST.replace(".", ": word."),

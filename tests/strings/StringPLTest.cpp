@@ -333,6 +333,7 @@ TEST(StringPLAllocationTest, FailedReplaceNoCaseKeepsReplacementsSoFar) {
 
 TEST(StringPLAllocationTest, FailedConstructionsLeakNothing) {
     StringPL const source(longText);
+    AllocationCounter const counter;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {
             StringPL const text(longText);
@@ -345,6 +346,7 @@ TEST(StringPLAllocationTest, FailedConstructionsLeakNothing) {
         }
     });
     EXPECT_EQ(6u, failures);
+    EXPECT_EQ(0, counter.Held());
 }
 
 } // namespace

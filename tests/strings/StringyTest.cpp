@@ -341,6 +341,7 @@ TEST(StringyAllocationTest, FailedStrippingKeepsTheOldTextOrNone) {
 
 TEST(StringyAllocationTest, FailedConstructionsLeakNothing) {
     Stringy const source(heapText.c_str());
+    AllocationCounter const counter;
     std::size_t const failures = ForEachFailingAllocation([&](std::size_t) {
         try {
             Stringy const text(heapText.c_str());
@@ -354,6 +355,7 @@ TEST(StringyAllocationTest, FailedConstructionsLeakNothing) {
         }
     });
     EXPECT_EQ(7u, failures);
+    EXPECT_EQ(0, counter.Held());
 }
 
 TEST(StringyAllocationTest, FailedSplitKeepsTheItemsSoFar) {
