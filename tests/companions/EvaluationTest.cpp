@@ -143,9 +143,11 @@ TEST(EvaluationTest, ReturnsErrorOfTheAgent) {
     }
 }
 
-TEST(EvaluationTest, PollsWhileEvaluationIsInProgress) {
+TEST(EvaluationTest, PollsEverySecondWhileEvaluationIsInProgress) {
     fake = {.progress = {{3, 10}, {3, -5}, {1}}};
+    auto const begun = std::chrono::steady_clock::now();
     ExpectEnd(EvaluationEnd::finished, 0, 0, RunFake());
+    EXPECT_LE(seconds(2), std::chrono::steady_clock::now() - begun);
     EXPECT_EQ("open(null,null,0) progress progress progress rows close", fake.calls);
 }
 
