@@ -138,6 +138,15 @@ TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
                 AllOf(HasSubstr("failing-host"), Not(HasSubstr("good-host"))));
 }
 
+TEST(ReportFormatsTest, PageHasTheCountsOfEachHost) {
+    Report report;
+    report.entries = {EntryOf("web1", 3, 2)};
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                AllOf(HasSubstr("<td data-label=\"Failing\" class=\"number\">2</td>"
+                                "<td data-label=\"Rows\" class=\"number\">3</td>"),
+                      HasSubstr("aria-label=\"1 good, 2 failing\"")));
+}
+
 TEST(ReportFormatsTest, PageCountsConditionsAndResults) {
     Report report;
     report.options.acceptedResults = {"Pass"};
