@@ -83,8 +83,9 @@
 #define COMPLIANCE_ERROR_LOCK (-6)
 
 /* The request is gone, but no response could be read within 10 seconds. The agent has removed the
-   request, or rename(2) failed for it. If a response of an earlier exchange can be read, it is used
-   instead, because neither a failed rename(2) nor a missing response is detected.
+   request, or rename(2) failed for it. A request also counts as gone if its directory was removed
+   or may not be searched. If a response of an earlier exchange can be read, it is used instead,
+   because neither a failed rename(2) nor a missing response is detected.
    From COMPLIANCE_Progress also: the response has a progress state other than 1, 2 and 3. */
 #define COMPLIANCE_ERROR_BAD_RESPONSE (-7)
 
