@@ -80,7 +80,8 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "The agent is slow, or its process exists but does not work.",
      "Allow more time (--timeout), or restart the agent if it takes no request."},
     {QueryExit::badAnswer, "bad-answer", "the agent's response cannot be read",
-     "The response is missing, incomplete, or not XML of the expected form.",
+     "There is no response, or it is malformed, has an unknown state or cannot be read by this "
+     "user.",
      "Run compliance-doctor, and see the agent's log."},
     {QueryExit::exchangeFailed, "exchange-failed",
      "the request could not be written, or another error occurred",
@@ -90,9 +91,10 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "Standard output, or the file of --output or --prometheus, could not be written.",
      "Free disk space, or choose another file. A file that could not be replaced is unchanged."},
     {QueryExit::stale, "stale", "the response existed before the request",
-     "The agent took the request, but the response on disk is that of an earlier request. It "
-     "does not describe the current state of the machine.",
-     "See the agent's log, or restart the agent. --allow-stale accepts such a response."},
+     "The agent did not answer the request, or the request could not be renamed. The response on "
+     "disk is that of an earlier request, and does not describe the current state of the machine.",
+     "Run compliance-doctor, see the agent's log, or restart the agent. --allow-stale accepts such "
+     "a response."},
     {QueryExit::otherResult, "other-result",
      "with --strict: a row has a result that is not in the list",
      "The evaluation finished, and at least one row has another result.",
