@@ -48,7 +48,7 @@ std::string DescribeFileError(char const* option, ResultFileError const& error) 
 }
 
 constexpr char staleResponse[] =
-    "the agent took the request, but its response existed before: it belongs to an earlier request";
+    "the response existed before the request, and belongs to an earlier request";
 
 // Returns the failure for an evaluation that did not finish or that a signal stopped.
 QueryFailure DescribeFailure(EvaluationEnd const& end) {

@@ -6,8 +6,7 @@ namespace {
 std::string const oldRow = Row({"old", "Compliant", "", "1", "", ""});
 std::string const newRow = Row({"new", "Compliant", "", "1", "", ""});
 constexpr char stale[] =
-    "the agent took the request, but its response existed before: it belongs to an earlier "
-    "request";
+    "the response existed before the request, and belongs to an earlier request";
 
 // Takes each request of an evaluation and answers none.
 AgentScript SilentAgent() {
