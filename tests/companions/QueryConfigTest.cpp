@@ -89,7 +89,7 @@ TEST_F(QueryConfigTest, RefusesEmptyValuesAndThoseThatSystemdReadsOtherwise) {
         return Mistakes("URL=" + value + "\nDOCUMENT=x\n").at(0);
     };
     std::string const accepted = "; accepted: the site gather URL";
-    for (std::string const value : {"a\"b", "it's", "\"a", "a\\b", "a\\"})
+    for (std::string const value : {"a\"b", "it's", "\"a", "\"", "a\\b", "a\\"})
         EXPECT_EQ("1: URL: '" + value + "' has a quote or a backslash" + accepted, refusal(value));
     for (char const* const value : {"", "  ", "\"\"", "''"})
         EXPECT_EQ("1: URL: '' is empty" + accepted, refusal(value));

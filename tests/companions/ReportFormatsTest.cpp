@@ -128,6 +128,9 @@ TEST(ReportFormatsTest, PartsOfTheBarAreAdjacent) {
                 HasSubstr("<rect class=\"alert\" width=\"20.000\" height=\"2\"/>"
                           "<rect class=\"bad\" x=\"20.000\" width=\"30.000\" height=\"2\"/>"
                           "<rect class=\"good\" x=\"50.000\" width=\"50.000\" height=\"2\"/>"));
+    report.entries.resize(3);
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                HasSubstr("<rect class=\"alert\" width=\"66.666\" height=\"2\"/>"));
 }
 
 TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
