@@ -77,7 +77,8 @@ void ForceCopyFile(FileLocation const& from, FileLocation const& to);
 //
 // A move to another file system loses the permissions and times. If a directory contains a link to
 // a directory, the contents of the link's target are deleted but not copied. Removing the link then
-// throws.
+// throws. A directory that cannot be listed, even for lack of memory, is copied as an empty one. If
+// it can be listed later, its contents are deleted.
 //
 // Deliberate: callers depend on a normal return if rename(2) fails with an error other than EXDEV.
 // Nothing has moved then. A caller that requires the move must examine both locations.

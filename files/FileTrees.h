@@ -37,8 +37,9 @@ void CopyDirectoryContents(FileLocation const& from, FileLocation const& to);
 // nothing exists at `location`. Anything but a directory is not removed: DeleteRecursive throws
 // DirectoryNotFoundError, DeleteContents does nothing.
 //
-// Devices, sockets, FIFOs and links to them are not removed. Removing their directory then throws.
-// DeleteContents leaves them in `location` itself without an error.
+// Devices, sockets, FIFOs and links to them are not removed. Neither are the entries of a directory
+// that cannot be listed. Removing their directory then throws. DeleteContents leaves them in
+// `location` itself without an error.
 //
 // Deliberate: a symbolic link to a directory counts as a directory, also inside the tree. The type
 // of an entry is that of its target (files/unix/FileStats.h). The contents of the target are
