@@ -21,8 +21,8 @@ extern char const* const xDatClientComplianceTypeOpen;
 extern char const* const xDatClientComplianceTypeClose;
 extern char const* const xDatClientComplianceTypeProgress;
 
-// The state of an evaluation, as its number in the response document. The member `state` of
-// ClientComplianceResponse is an integer, because an agent may write any number.
+// The states of an evaluation. The values are the numbers in the response document. The member
+// `state` of ClientComplianceResponse is an integer, because an agent may write any number.
 enum ClientComplianceState : std::int32_t {
     ClientComplianceStateFinished = 1,   // the rows hold the results
     ClientComplianceStateError = 2,      // `error` is the number that the agent reports

@@ -2,7 +2,7 @@
 //
 // The request and the response have fixed paths. An evaluation therefore holds a lock on
 // AgentPaths::lockFile from its first access to these documents to its last. The agent creates the
-// directory. The first Lock creates the lock file, which is never removed.
+// directory of the lock file. The first Lock creates the lock file, which is never removed.
 #pragma once
 
 // A singleton. Not thread-safe; does not exclude other threads of the process.

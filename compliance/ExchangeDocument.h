@@ -52,8 +52,9 @@ struct DocumentLocations {
 // existing file first. Throws FileIOError, but a failed rename(2) is not reported (see MoveFile).
 void PublishDocument(DocumentLocations const& locations);
 
-// Publishes the temporary document, even if it is incomplete, or removes it if that fails. Throws
-// only if the removal fails.
+// Publishes the entry at the temporary path, even an incomplete document or an entry that is not a
+// file. If that fails, removes the entry by ForceNonexistenceWithRetry, and throws only if the
+// removal throws.
 void PublishPartialOrRemove(DocumentLocations const& locations);
 
 // Writes a document by `write()` and publishes it. Returns true on success, and false after a

@@ -13,8 +13,9 @@ struct ClientComplianceResponse;
 //
 // Returns 0, or one of these COMPLIANCE_ERROR_ codes:
 // - NO_PICKUP: the agent did not remove the request within 10 seconds.
-// - BAD_RESPONSE: the agent removed the request, or rename(2) failed for it, and no response could
-//   be read within 10 seconds.
+// - BAD_RESPONSE: the request is gone, but no response could be read within 10 seconds. The agent
+//   removed the request, rename(2) failed for it, or its directory was removed or cannot be
+//   searched.
 // - REQUEST_WRITE: the request could not be written or published.
 // - EXCHANGE: any other failure.
 //

@@ -3,7 +3,7 @@
 // The path is fixed (AgentPaths.h). The document is published by rename while the exchange lock is
 // held. The agent acknowledges the request by removing the document. The tool writes the document
 // and checks whether it exists; the agent's side reads and removes it. docs/exchange.md specifies
-// the format. The agent creates the directory.
+// the format. The agent creates the directory of the document.
 #pragma once
 
 struct ClientComplianceRequest;
@@ -11,10 +11,11 @@ struct ClientComplianceRequest;
 // Publishes the request: writes requestTemp.xml, flushes it to disk and renames it to request.xml,
 // replacing an existing document.
 //
-// Throws ClientComplianceRequestIOWriteFailure after a failure. The temporary document, even if it
-// is incomplete, is then published, or removed if it cannot be published. If the removal fails, its
-// exception is thrown instead. Each publication and the removal are retried for up to about two
-// seconds.
+// Throws ClientComplianceRequestIOWriteFailure after a failure. The entry at the temporary path is
+// then published, even an incomplete document or an entry that is not a file. If it cannot be
+// published, it is removed by ForceNonexistence. If the removal throws, its exception is thrown
+// instead. Each publication and the removal are retried for up to about two seconds. Throws
+// std::bad_alloc if memory is exhausted before the write.
 //
 // Deliberate: a failed rename(2) is not reported, and the temporary document stays (see MoveFile).
 // docs/exchange.md specifies this outcome as a part of the exchange.

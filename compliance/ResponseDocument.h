@@ -2,7 +2,7 @@
 //
 // The path is fixed (AgentPaths.h). The document is published by rename. The tool reads the
 // document; the agent's side writes and removes it. The tool never removes it. docs/exchange.md
-// specifies the format. The agent creates the directory.
+// specifies the format. The agent creates the directory of the document.
 #pragma once
 
 #include "compliance/ClientCompliance.h"
@@ -12,8 +12,9 @@ class XMLTreeParserPL;
 // Publishes the response: writes responseTemp.xml, flushes it to disk and renames it to
 // response.xml. Writes state, error and percentage only if the type is Progress.
 //
-// Throws ClientComplianceResponseIOWriteFailure after a failure. The temporary document, its failed
-// removal and a failed rename(2) are handled as by ClientComplianceRequestIOWrite.
+// Throws ClientComplianceResponseIOWriteFailure after a failure. The entry at the temporary path,
+// its failed removal, a failed rename(2) and exhausted memory are handled as by
+// ClientComplianceRequestIOWrite.
 void ClientComplianceResponseIOWrite(ClientComplianceResponse const& response);
 
 // Reads the document and returns the response. Throws:
