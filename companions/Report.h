@@ -80,7 +80,8 @@ struct ReportEntry {
 std::string Describe(ReportEntry const& entry, Condition condition);
 
 // A file that is not the result of a known host or that changed during the report, or a directory
-// that could not be read. The reason contains the path.
+// that could not be read. The host is known if the provenance of the result has a host name of 1 to
+// maxHostNameLength bytes. The reason contains the path.
 struct ReportProblem {
     std::string file;
     std::string reason;
