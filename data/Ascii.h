@@ -136,8 +136,8 @@ void LowerCase(ConstData source, Data target);
 void RaiseCase(ConstBuffer& source, Buffer& target);
 void LowerCase(ConstBuffer& source, Buffer& target);
 
-// True if LowerCase, or RaiseCase, would change no byte. So an empty range and text without letters
-// are both lower-case and upper-case.
+// IsLowercase returns true if LowerCase would change no byte, and IsUppercase if RaiseCase would
+// change none. So an empty range and text without letters are both lower-case and upper-case.
 bool IsLowercase(ConstData text);
 bool IsUppercase(ConstData text);
 

@@ -25,7 +25,8 @@
 //   all bytes between the slash and ">", including spaces. End tags are not matched with start
 //   tags. So "<a/>" is only an end tag, and every element needs an end tag of its own. After an
 //   attribute, or a space after the name, a slash is part of an attribute name.
-// - An attribute name is all bytes up to the next "=". Bytes between "=" and the quote are skipped.
+// - An attribute name is all bytes up to the next "=" after its first byte, which may itself be
+//   "=". Bytes between "=" and the quote are skipped.
 // - In the name of any tag, except after a slash, the first dash is dropped. A second one begins a
 //   comment, even if other bytes are between the dashes.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
