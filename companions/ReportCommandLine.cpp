@@ -127,7 +127,7 @@ char const reportHelp[] =
     "\n"
     "Exit statuses; if several apply, the first in the order 8, 1, 12, 10 counts:\n"
     "    0  every host has a good result\n"
-    "    1  a file is not the result of a known host or has changed, or a directory\n"
+    "    1  a file is not a result with a host name or has changed, or a directory\n"
     "       is unreadable, so the reports are not complete\n"
     "    2  the command line or the file of --hosts is invalid, or a report would\n"
     "       replace an input or another report\n"
