@@ -277,6 +277,7 @@ TEST(ReportFormatsTest, JunitSuiteHasTheRowsOfItsEntry) {
     std::string const text = Format(ReportFormat::junit, {FailingRow("a"), FailingRow("b")});
     EXPECT_EQ(1u, Count(text, "<testsuite "));
     EXPECT_EQ(2u, Count(text.substr(text.find("<testsuite ")), "<testcase "));
+    EXPECT_EQ(2u, Count(text, "\" name=\"d\""));
 }
 
 TEST(ReportFormatsTest, JunitSuiteOfEntryWithoutRowsHasNoTests) {
