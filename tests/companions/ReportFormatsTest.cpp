@@ -1,5 +1,7 @@
 #include "companions/ReportFormats.h"
 
+#include <numeric>
+
 #include "tests/companions/StoredResults.h"
 #include "tests/companions/Terminal.h"
 
@@ -271,6 +273,20 @@ TEST(ReportFormatsTest, JsonHasTheCountsOfEachHost) {
     EXPECT_EQ((Json{"too-old", "not-expected"}), first.at("conditions"));
     EXPECT_EQ(2, first.at("result").at("failingRows"));
     EXPECT_EQ(7200, first.at("result").at("ageSeconds"));
+}
+
+TEST(ReportFormatsTest, JsonHasTheCountOfEachCondition) {
+    Report report;
+    std::iota(std::begin(report.totals.conditions), std::end(report.totals.conditions), 1u);
+    EXPECT_EQ((Json{{"missing", 1},
+                    {"two-machines", 2},
+                    {"failed", 3},
+                    {"stale", 4},
+                    {"too-old", 5},
+                    {"from-future", 6},
+                    {"no-rows", 7},
+                    {"not-expected", 8}}),
+              Json::parse(FormatReport(ReportFormat::json, report)).at("totals").at("conditions"));
 }
 
 TEST(ReportFormatsTest, JunitSuiteHasTheRowsOfItsEntry) {
