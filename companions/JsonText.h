@@ -1,4 +1,4 @@
-// Represents texts that may not be UTF-8 in JSON.
+// Stores text in JSON, even if it is not UTF-8.
 #pragma once
 
 #include <optional>
@@ -9,8 +9,8 @@
 
 #include "companions/Rows.h"
 
-// Adds a member with the text. If the text is not UTF-8, the member has readable text (MakeReadable
-// of VisibleText.h). A second member, whose name ends with "Base64", has the exact bytes.
+// Adds a member with the text. A text that is not UTF-8 needs two members: `name` has the readable
+// text (MakeReadable of VisibleText.h), and `name` + "Base64" has the exact bytes.
 void AddText(nlohmann::ordered_json& object, std::string const& name, std::string_view text);
 
 // Like AddText, but adds a null member for nullopt.

@@ -52,7 +52,7 @@ std::string ExplainQueryExit(std::string const& status);
 
 struct QueryFailure {
     QueryExit status;
-    // One line, with a remedy if there is one. May contain the name of a process, which is
+    // One line; some messages include a remedy. May contain the name of a process, which is
     // arbitrary bytes; WriteMessage (Output.h) escapes them.
     std::string message;
     // A retry may succeed: a request is pending, another process holds or held the lock, or the

@@ -25,8 +25,8 @@ private:
     static unsigned char* Bytes(char* text) { return reinterpret_cast<unsigned char*>(text); }
 };
 
-// A range being filled: `start` to `position` is written, `position` to `end` is free. `position`
-// only moves forward, except by Reset. The bytes are not owned.
+// A range being filled: `start` to `position` is written, `position` to `end` is free. Each write
+// advances `position`. The bytes are not owned.
 class Buffer {
 public:
     explicit constexpr Buffer(Data data) : position(data.begin), end(data.end), start(data.begin) {}

@@ -15,8 +15,8 @@ public:
     // An item with no location, in the state StatsNothingThere.
     FileItem() = default;
 
-    // Throws like ThrowFileError if nothing exists at `where` or if it is a dangling link, normally
-    // FileNotFoundError.
+    // Throws like ThrowFileError if `where` cannot be examined: normally FileNotFoundError, because
+    // nothing exists there or it is a dangling link.
     explicit FileItem(FileLocation const& where);
     FileItem(UnixPlatform::FileItem const& item);
 

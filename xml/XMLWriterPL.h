@@ -80,8 +80,8 @@ public:
 
     // Write a start tag, on a new line except in flat layout. Throw InvalidXMLElementName or
     // InvalidXMLAttributeName, with nothing written, if `checkNames` is set and a name is not
-    // valid. A valid name begins with an ASCII letter, "_" or ":". Its other bytes are these, ASCII
-    // digits, ".", "-" and the byte 0xB7.
+    // valid. A valid name begins with an ASCII letter, "_" or ":". It consists of ASCII letters,
+    // ASCII digits, "_", ":", ".", "-" and the byte 0xB7.
     void BeginElement(ConstData name, AttributeList const& attributes);
     void BeginElement(char const* name, AttributeList const& attributes);
     void BeginElement(StringPL const& name, AttributeList const& attributes);

@@ -6,6 +6,7 @@
 #include "tests/companions/RefusedCall.h"
 #include "tests/companions/RowList.h"
 #include "tests/companions/Terminal.h"
+#include "tests/support/OpenDescriptors.h"
 
 namespace {
 
@@ -206,13 +207,15 @@ TEST(OutputTest, SlowReaderOfPipeReceivesEveryByte) {
     EXPECT_TRUE(expected == got);
 }
 
-TEST(OutputTest, DoesNotChangeFileStatusFlags) {
+TEST(OutputTest, KeepsFileStatusFlagsAndOpenDescriptors) {
     Terminal const screen;
     Pipe const line;
     for (int const descriptor : {screen.otherEnd(), screen.file(), line.writer()}) {
         int const before = OpenFlagsOf(descriptor);
+        long const open = CountOpenDescriptors();
         EXPECT_EQ(0, ErrorOfWriting("text", descriptor));
         EXPECT_EQ(before, OpenFlagsOf(descriptor));
+        EXPECT_EQ(open, CountOpenDescriptors());
     }
 }
 

@@ -163,6 +163,32 @@ TEST(ReportFormatsTest, PageCountsConditionsAndResults) {
                       HasSubstr("<li class=\"good\"><b>3</b> Pass</li>")));
 }
 
+TEST(ReportFormatsTest, PageHasTheTotals) {
+    Report report;
+    report.totals.attention = 1;
+    report.totals.failing = 2;
+    report.totals.good = 3;
+    report.totals.failingRows = 4;
+    report.totals.rows = 5;
+    EXPECT_THAT(FormatReport(ReportFormat::html, report),
+                AllOf(HasSubstr("<dt>Need attention</dt><dd>1</dd>"),
+                      HasSubstr("<dt>With failing rows</dt><dd>2</dd>"),
+                      HasSubstr("<dt>Good</dt><dd>3</dd>"),
+                      HasSubstr("<dd>4<small> of 5</small>")));
+    EXPECT_THAT(FormatReport(ReportFormat::markdown, report),
+                HasSubstr("| need attention | 1 |\n| with failing rows | 2 |\n| good | 3 |\n\n"
+                          "4 of 5 rows fail.\n"));
+}
+
+TEST(ReportFormatsTest, PageWithoutFailingRowsHasNoTableOfThem) {
+    Report report;
+    report.entries = {EntryOf("web1", 1, 0)};
+    EXPECT_THAT(
+        FormatReport(ReportFormat::html, report),
+        AllOf(HasSubstr("<p>There are no failing rows.</p>"), Not(HasSubstr("rows-table"))));
+    EXPECT_THAT(FormatReport(ReportFormat::markdown, report), Not(HasSubstr("## Failing rows")));
+}
+
 TEST(ReportFormatsTest, ColourOfAHostShowsItsState) {
     Report report;
     report.entries = {EntryOf("web1", 1, 1), EntryOf("web2", 1, 1), EntryOf("web3", 1, 0)};

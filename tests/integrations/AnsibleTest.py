@@ -260,7 +260,7 @@ class LocalFleetTest(CollectionTest):
         self.assertEqual(len(self.collected("web1.example.com")), 1)
         made = self.run_program("ansible", "-i", self.hosts, ".web1", "-m",
                                 f"{COLLECTION}.collect", "-a", f"directory={self.fleet}/results")
-        self.assertIn("'.web1' cannot be the name of a directory", made.stdout)
+        self.assertIn("the inventory name '.web1' must not begin with '.'", made.stdout)
         self.assertEqual(os.listdir(self.fleet / "results"), ["web1.example.com"])
 
     def test_failed_night_is_skipped_in_the_comparison(self):

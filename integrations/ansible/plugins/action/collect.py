@@ -74,7 +74,8 @@ class ActionModule(ActionBase):
         host = task_vars["inventory_hostname"]
         node_name = str(arguments.pop("node_name", None) or host)
         if host.startswith(".") or "/" in host:  # Reports skip hidden directories.
-            raise AnsibleActionFail("'{0}' cannot be the name of a directory".format(host))
+            raise AnsibleActionFail(
+                "the inventory name '{0}' must not begin with '.' or contain '/'".format(host))
         result = self._execute_module("clientcompliance.fleet.evaluate", arguments,
                                       task_vars=task_vars)
         if "provenance" in result:
