@@ -70,7 +70,7 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "See compliance-query --help, or check the file with --check-config."},
     {QueryExit::noAgent, "no-agent", "the agent is not installed, not running or not configured",
      "The agent's program, its request directory or its process is missing.",
-     "Install or start the agent; compliance-doctor shows what is missing."},
+     "Install or start the agent; compliance-doctor shows which part is missing."},
     {QueryExit::busy, "busy", "another process holds the lock, or a request is already waiting",
      "Another evaluation runs on this machine, or the agent has not taken an earlier request.",
      "Retry later (--wait TIME); compliance-doctor shows the process or the age of the "

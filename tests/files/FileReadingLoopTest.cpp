@@ -116,7 +116,7 @@ TEST_F(FileReadingLoopTest, ShortReadsReturnShortChunks) {
     EXPECT_THAT(ChunksOfRange(0), ElementsAre("0", "123", "4567", "89"));
 }
 
-TEST_F(FileReadingLoopTest, ReadOfZeroBytesIsTheEndOfTheFile) {
+TEST_F(FileReadingLoopTest, ReadThatReturns0IsTheEndOfTheFile) {
     SystemCalls calls;
     calls.Limit("read", 0, 1);
     FileReadingLoop loop(Data(bytes), path, 0);

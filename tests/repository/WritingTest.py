@@ -59,6 +59,15 @@ class WritingTest(ScratchTest):
         self.assertIn("use timeout", self.findings("A.h", "// The time limit of a run.")[0])
         self.assertIn("noun phrase", self.findings("A.md", "# What is this?")[-1])
         self.assertIn("60 characters", self.findings("A.cpp", f"TEST(A, {'B' * 61}) {{")[0])
+        self.assertIn("use returns", self.findings("A.cpp", "TEST(A, YieldsNothing) {")[0])
+
+    def test_finds_terms_in_messages(self):
+        for name, line in (("A.cpp", 'Fail("the time limit expired");'),
+                           ("A.py", 'print(f"{name}: the time limit expired")'),
+                           ("CMakeLists.txt", 'option(CC_A "The time limit of tests" OFF)')):
+            self.assertIn("use timeout", self.findings(name, line)[0])
+            self.assertEqual(self.findings(f"tests/{name}", line), [])
+        self.assertEqual(self.findings("A.cpp", 'if (word == "blank") return Find("blanks in", 1);'), [])
 
 
 if __name__ == "__main__":

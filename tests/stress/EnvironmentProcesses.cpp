@@ -243,7 +243,7 @@ TEST(QuickProcesses, HandlesIncompleteProcEntries) {
         {"deleted program", {.exe = "/opt/VeskaClient/bin/VeskaClient (deleted)"}, notFound},
         {"empty stat", {.stat = ""}, notFound},
         {"stat without an end", {.stat = "7 (VeskaClient"}, notFound},
-        {"stat of zero bytes", {.stat = std::string(600, '\0')}, notFound},
+        {"stat of NUL bytes", {.stat = std::string(600, '\0')}, notFound},
         {"stat with the end first", {.stat = "7 ) (VeskaClient)"}, notFound},
         {"stat with a long name", {.stat = "7 (" + std::string(600, 'V') + ") S"}, notFound},
         {"status of garbage", {.exe = agentProgram, .status = "\nPPid:\nUid:\tx"}, found},

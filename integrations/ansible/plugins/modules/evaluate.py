@@ -133,7 +133,7 @@ explanation:
   sample: |-
     3 (no-agent): the agent is not installed, not running or not configured
     Cause: The agent's program, its request directory or its process is missing.
-    Remedy: Install or start the agent; compliance-doctor shows what is missing.
+    Remedy: Install or start the agent; compliance-doctor shows which part is missing.
 """
 
 from ansible.module_utils.basic import AnsibleModule
