@@ -33,30 +33,48 @@ def names_with_values(pairs):
     return {(name, bool(value)) for name, value in pairs if name}
 
 
-def bash_offers(command, word):
-    """Returns the options that bash completes: the long name of an option that has both."""
-    made = run("bash", "-c", COMPLETE, "bash", SOURCE / "completions/bash" / command, command, word)
+def bash_completes(command, *words):
+    """Returns what bash offers for the last word."""
+    made = run("bash", "-c", COMPLETE, "bash", SOURCE / "completions/bash" / command, command, *words)
     if (made.returncode, made.stderr) != (0, ""):
         raise AssertionError(made.stderr)
-    return {name for name in made.stdout.split() if name.startswith("-")}
+    return made.stdout.split()
 
 
-def zsh_options(command):
+def bash_offers(command, word):
+    """Returns the options that bash completes: the long name of an option that has both."""
+    return {name for name in bash_completes(command, word) if name.startswith("-")}
+
+
+def zsh_entries(command):
+    """Yields the (name, sign of a value) pairs of each entry, its description and its values."""
     text = (SOURCE / "completions/zsh" / f"_{command}").read_text(encoding="utf-8")
-    entries = re.findall(r"(?m)^    '(?:\([^)]*\))?(.*)", text)
-    found = [re.findall(r"(--?[\w-]+)([+=]?)(?=[,}\[])", entry.partition("[")[0] + "[")
-             for entry in entries]
-    return names_with_values(pair for options in found for pair in options)
+    for entry in re.findall(r"(?m)^    '(?:\([^)]*\))?(.*)", text):
+        names = re.findall(r"(--?[\w-]+)([+=]?)(?=[,}\[])", entry.partition("[")[0] + "[")
+        values = re.search(r":\(([\w ]+)\)'", entry)
+        yield names, re.search(r"\[([^]]*)\]|$", entry).group(1), values and values.group(1)
 
 
-def fish_options(command):
+def fish_entries(command):
+    """Yields the (name, sign of a value) pairs of each entry, its description and its values."""
     text = (SOURCE / f"completions/fish/{command}.fish").read_text(encoding="utf-8")
-    lines = re.findall(r"(?m)^complete -c .*", text)
-    bare = [re.sub(r"'[^']*'|\"[^\"]*\"", "", line) for line in lines]
-    return names_with_values(
-        ((dash * "-") + name, re.search(r" -(x|r)", line)) for line in bare
-        for dash, letter in ((1, "s"), (1, "o"), (2, "l"))
-        for name in re.findall(rf" -{letter} (\S+)", line))
+    for line in re.findall(r"(?m)^complete -c .*", text):
+        bare = re.sub(r"'[^']*'|\"[^\"]*\"", "", line)
+        names = [(dash * "-" + name, re.search(r" -(x|r)", bare))
+                 for dash, letter in ((1, "s"), (1, "o"), (2, "l"))
+                 for name in re.findall(rf" -{letter} (\S+)", bare)]
+        values = re.search(r" -x?a '([\w ]+)'", line)
+        yield names, re.search(r" -d ['\"](.*)['\"]|$", line).group(1), values and values.group(1)
+
+
+def options_of(entries):
+    return names_with_values(pair for names, _, _ in entries for pair in names)
+
+
+def texts_of(entries):
+    """Returns the description, in lower case at its start, and the values of each option."""
+    return {name: (text and text[0].lower() + text[1:], values)
+            for names, text, values in entries for name, _ in names}
 
 
 def manual_section(page, heading):
@@ -115,6 +133,11 @@ class Program:
         return names_with_values((f"-{name}", " Ar " in item) for item in items
                                  for name in re.findall(r"Fl (\S+)", item))
 
+    def values_in_manual(self, name):
+        options = manual_section(self.page, "OPTIONS")
+        item = re.search(rf"(?ms)^\.It Fl {name[1:]}\b(.*?)^\.It", options).group(1)
+        return set(re.findall(r"(?m)^\.Cm (\w+)", item))
+
     def statuses_in_help(self):
         text = self.help.partition("Exit statuses")[2]
         return {status: first_sentence(" ".join(meaning.split())) for status, meaning in re.findall(
@@ -138,11 +161,23 @@ class ProgramTest(unittest.TestCase):
     def check_program(self, program, accepted):
         self.assertEqual(program.in_help(), accepted, "help")
         self.assertEqual(program.in_manual(), accepted, program.page)
-        self.assertEqual(zsh_options(program.name), accepted, "zsh")
-        self.assertEqual(fish_options(program.name), accepted, "fish")
+        self.assertEqual(options_of(zsh_entries(program.name)), accepted, "zsh")
+        self.assertEqual(options_of(fish_entries(program.name)), accepted, "fish")
+        self.check_texts(program)
         self.assertEqual(bash_offers(program.name, "-"), long_or_only(accepted, program), "bash")
         self.assertEqual(program.statuses_in_help(), program.statuses_in_manual(), "exit status")
         self.check_help(program)
+
+    def check_texts(self, program):
+        """Compares the descriptions in completions, and values in these and in the manual page."""
+        zsh, fish = texts_of(zsh_entries(program.name)), texts_of(fish_entries(program.name))
+        self.assertEqual({name: text for name, (text, _) in zsh.items()},
+                         {name: text for name, (text, _) in fish.items()}, "descriptions")
+        for name, (_, values) in zsh.items():
+            if values and not values[0].isdigit():
+                self.assertEqual(fish[name][1], values, name)
+                self.assertEqual(bash_completes(program.name, name, ""), values.split(), name)
+                self.assertEqual(program.values_in_manual(name), set(values.split()), name)
 
     def check_help(self, program):
         self.assertEqual([line for line in program.help.splitlines() if len(line) > 80], [])
@@ -165,8 +200,10 @@ class OptionsTest(ProgramTest):
         explained = [*statuses, "129", "130", "143"]
         for status in explained:
             self.assertEqual(run(program.name, "--explain", status).returncode, 0)
-        zsh = (SOURCE / "completions/zsh/_compliance-query").read_text(encoding="utf-8")
-        self.assertIn(f"status:({' '.join(explained)})", zsh)
+        self.assertEqual(texts_of(zsh_entries(program.name))["--explain"][1], " ".join(explained))
+        self.assertEqual(bash_completes(program.name, "--explain", ""), explained)
+        fish = (SOURCE / f"completions/fish/{program.name}.fish").read_text(encoding="utf-8")
+        self.assertIn(f"'(seq 0 {statuses[-1]}) {' '.join(explained[len(statuses):])}'", fish)
 
     def test_help_manual_completions_of_other_companions_agree(self):
         for name in ("compliance-report", "compliance-diff", "compliance-doctor"):
@@ -187,8 +224,8 @@ class OptionsTest(ProgramTest):
         items = re.findall(r"(?m)^\.It Fl (\S+)", manual_section("ClientCompliance.1", "OPTIONS"))
         self.assertEqual({f"-{name}" for name in items}, accepted)
         self.assertEqual(bash_offers("ClientCompliance", ""), accepted)
-        self.assertEqual({name for name, _ in zsh_options("ClientCompliance")}, accepted)
-        self.assertEqual({name for name, _ in fish_options("ClientCompliance")}, accepted)
+        self.assertEqual(set(texts_of(zsh_entries("ClientCompliance"))), accepted)
+        self.assertEqual(set(texts_of(fish_entries("ClientCompliance"))), accepted)
 
 
 class PluginTest(ProgramTest):
