@@ -203,6 +203,13 @@ class BrowserTest(unittest.TestCase):
         })()""")
         self.assertEqual(outside, "")
 
+    def test_types_of_functions_do_not_break(self):
+        self.browser.open(site / "api/classNumeral.html", 1200)
+        lines = self.browser.value("[...document.querySelectorAll('.memItemLeft a')]"
+                                   ".map(name => name.getClientRects().length)")
+        self.assertIn(1, lines)
+        self.assertLessEqual(max(lines), 1)
+
     def test_names_of_options_in_a_synopsis_do_not_break(self):
         for name in sorted(name for name in pages if name.startswith("man/")):
             self.browser.open(site / name, 380)
