@@ -171,9 +171,10 @@ class BrowserTest(unittest.TestCase):
 
     def test_every_page_fits_both_widths(self):
         for name in pages:
+            self.browser.open(site / name, 1200)
             for width in (1200, 380):
                 with self.subTest(name=name, width=width):
-                    self.browser.open(site / name, width)
+                    self.browser.resize(width)
                     self.expect_content_within_page(width)
 
     def test_pages_have_two_color_schemes(self):

@@ -55,8 +55,7 @@ class Browser:
     def open(self, url, width, scheme="light", script=True):
         """Opens a page, by its path or address, and waits until it is loaded."""
         url = url.as_uri() if isinstance(url, pathlib.Path) else url
-        self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1,
-                  mobile=False)
+        self.resize(width)
         self.call("Emulation.setEmulatedMedia",
                   features=[{"name": "prefers-color-scheme", "value": scheme}])
         self.call("Emulation.setScriptExecutionDisabled", value=not script)
@@ -64,6 +63,10 @@ class Browser:
         while self.value("document.readyState") != "complete" or \
                 self.value("location.href") != url:
             pass
+
+    def resize(self, width):
+        self.call("Emulation.setDeviceMetricsOverride", width=width, height=900, deviceScaleFactor=1,
+                  mobile=False)
 
     def value(self, expression):
         answer = self.call("Runtime.evaluate", expression=expression, returnByValue=True)
