@@ -161,6 +161,7 @@ TEST(QuickProcesses, CountsAgentInAnyProcessState) {
         fs::create_symlink(agentProgram, "/opt/other/daemon");
         OtherProgram const agent({"/opt/other/daemon", "1000"});
         Expect(found);
+        ExpectUnprivileged(notFound);
     });
     tryState("script of the name", [] {
         WriteBytes("/opt/other/VeskaClient", "#!/bin/sh\nread nothing <>/opt/never\n");
