@@ -27,7 +27,7 @@
  *     response. A call that fails before its exchange does not sleep, and neither does
  *     COMPLIANCE_Progress after it has returned 1. A signal that the program handles ends the
  *     current sleep early, so the exchange may fail early. A FIFO at the path of the response
- *     blocks the exchange until a process opens the FIFO for writing.
+ *     blocks the exchange, normally until a process opens the FIFO for writing.
  *  6. Threads: not thread-safe. A process can have one open evaluation, and must call all five
  *     functions from the same thread. That thread needs a stack of at least 128 KiB. Thread
  *     cancellation is not supported: cancelling a thread during a call normally aborts the process.
