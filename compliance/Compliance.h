@@ -27,7 +27,7 @@
  *     response. A call that fails before its exchange does not sleep, and neither does
  *     COMPLIANCE_Progress after it has returned 1. A signal that the program handles ends the
  *     current sleep early, so the exchange may fail early. A FIFO at the path of the response
- *     blocks the exchange until a process opens the FIFO for writing.
+ *     blocks the exchange, normally until a process opens the FIFO for writing.
  *  6. Threads: not thread-safe. A process can have one open evaluation, and must call all five
  *     functions from the same thread. That thread needs a stack of at least 128 KiB. Thread
  *     cancellation is not supported: cancelling a thread during a call normally aborts the process.
@@ -65,7 +65,7 @@
 
 /* The agent did not remove the request within 10 seconds. The request stays on disk until the agent
    removes it or the same evaluation sends another one. While it is there, a new COMPLIANCE_Open
-   returns COMPLIANCE_ERROR_REQUEST_PENDING. */
+   fails, with COMPLIANCE_ERROR_REQUEST_PENDING unless an earlier check fails. */
 #define COMPLIANCE_ERROR_NO_PICKUP (-3)
 
 /* The agent is not configured. Never returned: on this platform the check always passes. */
@@ -126,7 +126,8 @@ extern "C" {
  *
  * Acquires the lock, and checks, in this order, whether the agent is installed, running and
  * configured, and whether a request is waiting. Then sends an Open request to the agent and waits
- * for the response. Any readable response results in 0: its type and its state are ignored.
+ * for the response. Any response with a known type results in 0, even if the type is not Open. Its
+ * state is ignored.
  *
  * Throws std::bad_alloc if memory is exhausted after the lock is acquired and before the exchange.
  * The lock is then held, and COMPLIANCE_Close must be called to release it.

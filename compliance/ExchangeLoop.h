@@ -23,8 +23,9 @@ struct ClientComplianceResponse;
 // sleeps for up to about 2 seconds between attempts to publish the request. With REQUEST_WRITE,
 // these sleeps take up to about 6 seconds and are the only ones.
 //
-// Deliberate: any response is accepted, even of another type. A response does not identify its
-// request, so a response from an earlier exchange cannot be detected.
+// Deliberate: a response of any known type is accepted, even if the type is not that of the
+// request. A response does not identify its request, so a response from an earlier exchange cannot
+// be detected.
 //
 // REQUIRES: the caller holds the exchange lock.
 int ClientComplianceIO(ClientComplianceRequest& request, ClientComplianceResponse& response);

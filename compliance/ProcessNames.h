@@ -21,10 +21,10 @@ constexpr unsigned int processNameCapacity = 4096;
 // Stores the name of a process in `name`, NUL-terminated. Returns false and leaves `name` unchanged
 // if the process has no name, or if the name and its NUL do not fit into `capacity` bytes.
 //
-// The name is the last component of the target of the link "/proc/<id>/exe". The link of a kernel
-// thread cannot be read, nor can that of another user's process without privileges. The name is
-// then the text between the first "(" and the first ")" of "/proc/<id>/stat": for programs, at most
-// the first 15 bytes of the command's name.
+// The name is the last component of the target of the link "/proc/<id>/exe". Links that cannot be
+// read include those of zombies and kernel threads, and, without privileges, those of other users'
+// processes. The name is then the text between the first "(" and the first ")" of
+// "/proc/<id>/stat": for programs, at most the first 15 bytes of the command's name.
 //
 // The three numbers are from "/proc/<id>/status", of which only the first 511 bytes are read. A
 // number that is not found is -1; both user ids are -1 if one of them is not found. The numbers are

@@ -29,7 +29,7 @@ public:
     static std::uint32_t const* MakeTable();
     static std::uint32_t const* Table();
 
-    // Its initializer calls Table() before main. Never read.
+    // Always false. Its initializer calls Table() before main.
     static bool initializeTableAtStartup;
 
 private:

@@ -57,7 +57,8 @@ void ForceNonexistence(FileLocation const& location);
 //
 // For two kinds of file the copy is complete, but the functions throw
 // FileReadingLoopEndOfFileError: files that return fewer bytes than their length (most files of
-// /sys), and files of unknown length (FileReadingPath::Length).
+// /sys), and files of unknown length (FileReadingPath::Length). Bytes after a known length are
+// not copied: the copy of /proc/self/cmdline, which has the length 0, is empty.
 //
 // If ForceNonexistence does not remove the entry at `to`, ForceCopyFile throws FileExistsError,
 // with the system's code. ForceCopyFile does not detect that `from` and `to` are the same directory

@@ -35,7 +35,8 @@ public:
     //
     // Deliberate: a known length is trusted, so that the end is found without a read. A file that
     // returns fewer bytes than its length (most files of /sys) is never finished. Its caller must
-    // also stop when a read returns no bytes.
+    // also stop when a read returns no bytes. A file with more bytes than its length is finished
+    // early. For example, /proc/self/cmdline has the length 0.
     bool Finished() const override;
 
     // Calls read(2) once for the free space of `target`, if there is any. The call may return fewer

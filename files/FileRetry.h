@@ -1,7 +1,7 @@
 // Operations on files with up to seven retries and exponential backoff.
 //
-// The backoff is 16, 32, 64, 128, 256, 512 and 1,024 ms, so a permanent failure takes 2,032 ms. The
-// exception of the last attempt then propagates to the caller.
+// The backoff is 16, 32, 64, 128, 256, 512 and 1,024 ms, in total 2,032 ms, less after a signal.
+// The exception of the last attempt then propagates to the caller.
 //
 // Deliberate: every exception leads to a retry, even FileNotFoundError. The exchange depends on the
 // resulting duration of a failed write (docs/exchange.md). Only EmptyFileLocationError propagates

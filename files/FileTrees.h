@@ -24,10 +24,10 @@ void CreateDirectoryTree(FileLocation const& location);
 // Throws DirectoryNotFoundError if `from` is not a directory, and InvalidStats, without a name, if
 // `from` vanishes between two examinations at the start.
 //
-// An entry that cannot be copied ends the copy after its retries. Such entries include sockets,
-// devices, FIFOs, and files that already exist at `to`. Nothing is overwritten. A failure after the
-// new file is created, such as a full disk, is reported as FileExistsError, because the first
-// attempt leaves a partial file.
+// The copy ends if CopyFileWithRetry fails. It fails for sockets, devices and FIFOs, and if an
+// entry already exists at the destination. Nothing is overwritten. A failure after the new file is
+// created, such as a full disk, is reported as FileExistsError, because the first attempt leaves a
+// partial file.
 //
 // If `to` is inside `from`, the walk reaches it and copies it into itself until the path is too
 // long. A directory that cannot be listed, even for lack of memory, is copied as an empty one.

@@ -30,7 +30,7 @@ void ReadFileRange(FileReader& reader, Range<unsigned long long> const& range,
 // FileReadingLoopEndOfFileError after the last byte:
 // - if the range extends beyond the file, or `start` is greater than `stop`,
 // - if the length is unknown and there is no `stop`,
-// - if the file returns fewer bytes than its length.
+// - if the file returns fewer bytes than its length, and the range extends beyond these bytes.
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start);
 void ReadFile(FileLocation const& where, DataReceiver& receiver, unsigned long long start,
               unsigned long long stop);

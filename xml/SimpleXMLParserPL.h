@@ -31,7 +31,8 @@
 //   comment, even if other bytes are between the dashes.
 // - A comment ends at a ">" directly after two or more dashes, not counting the opening ones.
 // - "?" is skipped in a tag, except in names and values. A tag whose name begins with "?" is a
-//   processing instruction. A tag with a name such as "!DOCTYPE" is a start tag.
+//   processing instruction, unless a slash makes it an end tag. A tag with a name such as
+//   "!DOCTYPE" is a start tag.
 // - In a CDATA section, NUL bytes are dropped.
 // - Escapes: &lt; &gt; &amp; &quot; and hexadecimal references up to 0xFF, written with a small x.
 //   A reference denotes one byte, not a code point. strtol reads its digits: bytes after them are

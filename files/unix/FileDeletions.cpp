@@ -20,7 +20,7 @@ struct Level {
     FileLoop loop;
 };
 
-// Deletes the entry unless it is a directory. Returns true if it is a directory.
+// Returns true if the entry is a directory; otherwise removes it by ForceNonexistence.
 bool DeleteUnlessDirectory(FileItem const& entry) {
     // GCOVR_EXCL_START: the loop throws at an entry that has vanished
     if (entry.IsNothingThere())

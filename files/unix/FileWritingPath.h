@@ -7,9 +7,8 @@ namespace UnixPlatform {
 
 // The contract is that of the class of the same name in files/FileWritingPath.h.
 //
-// Deliberate: this class does not store its location, so that opening does not copy the path. An
-// exception of an open names the file; exceptions of other operations (Flush, SetLength, writing)
-// have no name.
+// Deliberate: this class does not store its location, so that opening does not copy the path. The
+// exception for a failed open(2) names the file; all other exceptions have no name.
 class FileWritingPath : public FileReadingPath {
 public:
     // Open for reading and writing. A file that is still open is closed first. A new file has the
