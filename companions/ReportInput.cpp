@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <set>
 #include <sstream>
@@ -12,6 +13,7 @@
 #include <system_error>
 #include <utility>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -49,29 +51,38 @@ public:
 
     ReportFiles files = {};
 
+    // Not std::filesystem::directory_iterator, because that of libstdc++ 12 terminates the program if
+    // it cannot allocate memory.
     void ListDirectory(std::string const& directory) {
-        std::error_code error;
-        fs::directory_iterator entries(directory, error);
-        while (!error && entries != fs::directory_iterator()) {
-            ListEntry(*entries);
-            entries.increment(error);
-        }
-        if (error)
+        std::unique_ptr<DIR, CloseDirectory> const stream(opendir(directory.c_str()));
+        while (dirent const* const entry = stream ? NextEntry(stream.get()) : nullptr)
+            ListEntry(directory, entry->d_name);
+        if (int const error = errno; error != 0)
             files.problems.push_back(
-                {directory, directory + ": could not be read: " + error.message()});
+                {directory, directory + ": could not be read: " + std::strerror(error)});
     }
 
 private:
-    void ListEntry(fs::directory_entry const& entry) {
-        std::string const name = entry.path().filename();
-        std::error_code ignored;
+    struct CloseDirectory {
+        void operator()(DIR* directory) const { closedir(directory); }
+    };
+
+    // Returns null and sets errno at the end (0) and after an error.
+    static dirent* NextEntry(DIR* directory) {
+        errno = 0;
+        return readdir(directory);
+    }
+
+    void ListEntry(std::string const& directory, std::string const& name) {
         if (IsHidden(name))
             return;
-        if (!entry.is_directory(ignored)) {
-            if (!IsTemporaryResult(name) && !IsOutput(entry.path()))
-                files.paths.push_back(entry.path());
-        } else if (!entry.is_symlink(ignored)) {
-            ListDirectory(entry.path());
+        fs::path const path = fs::path(directory) / name;
+        std::error_code ignored;
+        if (!fs::is_directory(path, ignored)) {
+            if (!IsTemporaryResult(name) && !IsOutput(path))
+                files.paths.push_back(path);
+        } else if (!fs::is_symlink(path, ignored)) {
+            ListDirectory(path);
         }
     }
 

@@ -1,153 +1,16 @@
-// compliance-query, compliance-doctor and the stand-in agent: killed at each system call, and with
-// each call failing. The first two also with each allocation failing. Invariants: a result file is
-// the complete old or new file; a response is complete or absent; the lock is free; no other file
-// changes.
+// The companions and the stand-in agent: killed at each system call, with each call failing, and
+// with each allocation failing. Invariants: a result file or report is the complete old or new file;
+// a response is complete or absent; the lock is free; no other file changes.
 #include <set>
 
-#include <nlohmann/json.hpp>
-
-#include "tests/companions/Query.h"
+#include "tests/stress/CompanionSubjects.h"
 #include "tests/stress/ErrorNumbers.h"
-#include "tests/stress/Invariants.h"
-#include "tests/stress/KilledTool.h"
 #include "tests/stress/ParallelCases.h"
 #include "tests/stress/TestCases.h"
 
 namespace {
 
 using namespace Stress;
-
-constexpr char results[] = "/opt/results";
-constexpr char resultFile[] = "/opt/results/result.json";
-std::string const oldResult = "the result of yesterday\n";
-
-bool IsNewResult(std::string const& bytes) {
-    auto const document = nlohmann::json::parse(bytes, nullptr, false);
-    return document.is_object() && document.value("outcome", "") == "finished" &&
-           document.at("rows").size() == 1 && bytes.ends_with("}\n");
-}
-
-// A program, and its outcome without fault injection.
-struct Subject {
-    char const* name;
-    std::vector<std::string> command;
-    // The same program, dynamically linked; null if there is none.
-    char const* dynamicProgram;
-    // Called in a sandbox; `run` runs the command.
-    std::function<KilledRun(std::function<KilledRun()> const& run)> tryOnce;
-};
-
-void PrintTo(Subject const& subject, std::ostream* out) { *out << subject.name; }
-
-// Checks what must hold after every run, and returns it.
-KilledRun TryQuery(std::function<KilledRun()> const& run) {
-    fs::create_directory(results);
-    WriteBytes(resultFile, oldResult);
-    WriteBytes("/opt/results/other", "other");
-    ScriptedAgent agent(FinishingScript(Row(shortRow)));
-    KilledRun const result = run();
-    try {
-        agent.Stop();
-    } catch (std::runtime_error const&) {
-        // After a failed write another request replaces the one that the agent is taking.
-    }
-    ExpectFreeLock();
-    ExpectKnownNames();
-    std::string const bytes = ReadBytes(resultFile);
-    bool const isNew = IsNewResult(bytes);
-    EXPECT_TRUE(isNew || bytes == oldResult) << bytes;
-    // If it is killed after the rename, the file is the new one.
-    EXPECT_TRUE(result.wasKilled || isNew == (result.status == ExitStatus::Exited(0)))
-        << result.status;
-    EXPECT_EQ("", result.output);
-    EXPECT_EQ("other", ReadBytes("/opt/results/other"));
-    return result;
-}
-
-KilledRun TryDoctor(std::function<KilledRun()> const& run) {
-    WriteBytes(ScriptedAgent::response, "a response");
-    KilledRun const result = run();
-    EXPECT_EQ("", Requests());
-    EXPECT_EQ("response.xml ", ListDirectory(responseDirectory));
-    EXPECT_EQ("a response", ReadBytes(ScriptedAgent::response));
-    auto const isWrite = [](SystemCall const& call) {
-        return call.name.starts_with("write") && !call.succeeded;
-    };
-    bool const isCut = result.wasKilled || std::ranges::any_of(result.trace, isWrite);
-    bool const isWhole = nlohmann::json::accept(result.output);
-    EXPECT_TRUE(isWhole || isCut || result.output.empty()) << result.output;
-    EXPECT_TRUE(isWhole || result.status != ExitStatus::Exited(0)) << result.output;
-    return result;
-}
-
-constexpr char scenarioFile[] = "/opt/scenario";
-
-// Reports that the agent has ended, perhaps before it was seen.
-constexpr char agentEnded[] = "/opt/ended";
-
-// The process id of the agent; 0 if there is none. The link of a process that has ended is
-// dangling.
-pid_t FindAgent() {
-    for (auto const& entry : fs::directory_iterator("/proc")) {
-        std::error_code error;
-        if (fs::read_symlink(entry.path() / "exe", error) == Sandbox::agentProgram)
-            return std::stoi(entry.path().filename());
-    }
-    return 0;
-}
-
-// Evaluates as soon as an agent runs, until it ends or the timeout expires. Then ends the agent,
-// and returns the output of the tool.
-std::string EvaluateAndStop(std::chrono::seconds limit) {
-    constexpr auto pause = std::chrono::milliseconds(50);
-    pid_t agent = 0;
-    while ((agent = FindAgent()) == 0) {
-        if (fs::exists(agentEnded))
-            return "";
-        std::this_thread::sleep_for(pause);
-    }
-    OtherProgram tool({CC_TOOL_PROGRAM, "-c", "url", "doc"});
-    auto const end = std::chrono::steady_clock::now() + limit;
-    while (tool.IsRunning() && FindAgent() != 0 && std::chrono::steady_clock::now() < end)
-        std::this_thread::sleep_for(pause);
-    if (tool.IsRunning())
-        tool.Kill(SIGKILL);
-    kill(agent, SIGTERM);
-    return tool.Wait().output;
-}
-
-KilledRun TryStandIn(std::function<KilledRun()> const& run) {
-    Sandbox::InstallAgent(CC_STAND_IN_PROGRAM);
-    WriteBytes(scenarioFile, "row \"d\" \"r\" \"t\" \"1\" \"x\" \"c\"\nfinish\n");
-    KilledRun result;
-    {
-        // An agent that fails to write leaves the request, and the tool times out.
-        OtherProcess evaluation([] { EvaluateAndStop(std::chrono::seconds(10)); });
-        result = run();
-        WriteBytes(agentEnded, "");
-        evaluation.Wait();
-        fs::remove(agentEnded);
-    }
-    ExpectFreeLock();
-    std::string const response =
-        fs::exists(ScriptedAgent::response) ? ReadBytes(ScriptedAgent::response) : "";
-    // After a failed write a part of a response is published, as in the library.
-    EXPECT_TRUE(!result.wasKilled || response == "" ||
-                response.ends_with("</VeskaClientComplianceResponse>"))
-        << response;
-    // A pending request refuses the next evaluation until the next agent takes it.
-    fs::remove(ScriptedAgent::request);
-    OtherProgram next({Sandbox::agentProgram, scenarioFile});
-    EXPECT_EQ(PrintedOneRow(), EvaluateAndStop(std::chrono::seconds(60)));
-    return result;
-}
-
-std::vector<Subject> const subjects = {
-    {"Query", QueryCommand({"--json", "--output", resultFile, "url", "doc"}), CC_DYNAMIC_QUERY,
-     TryQuery},
-    {"Doctor", {CC_DOCTOR_PROGRAM, "--json"}, CC_DYNAMIC_DOCTOR, TryDoctor},
-    {"StandIn", {Sandbox::agentProgram, scenarioFile}, nullptr, TryStandIn},
-};
 
 std::vector<int> ErrorsOfCall(std::string const& name) {
     static std::map<std::string, std::string> const others = {
@@ -258,7 +121,10 @@ void FailCalls(Subject const& subject, std::size_t minCases) {
             });
         });
         EXPECT_FALSE(result.status == ExitStatus::Killed(SIGSEGV)) << result.status;
-        EXPECT_TRUE(result.status == ExitStatus::Exited(0) || result.output + result.errors != "");
+        // readdir(3) reports this error as the end of the directory.
+        bool const isEnd = name == "getdents64" && error == ENOENT;
+        EXPECT_TRUE(isEnd || result.status == ExitStatus::Exited(0) ||
+                    result.output + result.errors != "");
         return subject.name;
     });
 }
@@ -269,8 +135,9 @@ TEST(QuickCompanionFaults, KeepsOldMetricsIfTheModeCannotBeSet) {
     GTEST_SKIP() << "the runtime of the sanitizer exits when one of its calls fails";
 #endif
     Sandbox::RunWithDirectories([] {
+        fs::path const results = "/opt/results";
         fs::create_directory(results);
-        std::string const metrics = std::string(results) + "/compliance.prom";
+        std::string const metrics = results / "compliance.prom";
         WriteBytes(metrics, "old\n");
         ScriptedAgent agent(FinishingScript(Row(shortRow)));
         KilledRun const run = RunProgramWithFaults(
@@ -292,8 +159,8 @@ TEST_P(QuickCompanions, InvariantsHoldAfterKillAtSomeCalls) { KillAtCalls(GetPar
 TEST_P(FullCompanions, InvariantsHoldAfterKillAtEachCall) { KillAtCalls(GetParam(), allCases); }
 TEST_P(QuickCompanions, InvariantsHoldAfterSomeFailingCalls) { FailCalls(GetParam(), 40); }
 TEST_P(FullCompanions, InvariantsHoldAfterEachFailingCall) { FailCalls(GetParam(), allCases); }
-INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(subjects), NameOfRow);
-INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(subjects), NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanions, testing::ValuesIn(CompanionSubjects()), NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanions, testing::ValuesIn(CompanionSubjects()), NameOfRow);
 
 #ifdef CC_FAILING_MALLOC_LIBRARY
 
@@ -350,10 +217,10 @@ TEST_P(FullCompanionAllocations, InvariantsHoldIfEachFailsFromThenOn) {
     FailAllocations(GetParam(), 1, "+");
 }
 
-// The stand-in agent, the last one, is not among them.
-auto const dynamicSubjects = testing::ValuesIn(subjects.begin(), subjects.end() - 1);
-INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, dynamicSubjects, NameOfRow);
-INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, dynamicSubjects, NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Quick, QuickCompanionAllocations, testing::ValuesIn(CompanionSubjects()),
+                         NameOfRow);
+INSTANTIATE_TEST_SUITE_P(Full, FullCompanionAllocations, testing::ValuesIn(CompanionSubjects()),
+                         NameOfRow);
 
 #endif
 
