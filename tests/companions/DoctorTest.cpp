@@ -97,13 +97,6 @@ SANDBOX_TEST(DoctorTest, LockHolderInAnotherNamespaceHasNoProcessId) {
     EXPECT_FALSE(check.contains("processId"));
 }
 
-SANDBOX_TEST(DoctorTest, CreatesNoFilesAndChangesNoModes) {
-    MakeHealthy();
-    std::string const before = Survey();
-    RunDoctor({});
-    EXPECT_EQ(before, Survey());
-}
-
 TEST(DoctorTest, ShowsHelpAndVersion) {
     ProgramResult const help = RunDoctor({"--help"});
     EXPECT_EQ(ExitStatus::Exited(0), help.status);

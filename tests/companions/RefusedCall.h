@@ -1,4 +1,7 @@
 // Makes a system call fail, with a filter of seccomp(2).
+//
+// Unlike tests/files/SystemCalls.h, this includes calls that the C library and the C++ library make
+// themselves, such as that of gethostname(3).
 #pragma once
 
 #include <cstddef>

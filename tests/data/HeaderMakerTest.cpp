@@ -59,24 +59,6 @@ TEST(HeaderMakerTest, ReadsNamesValuesAndContinuations) {
         EXPECT_EQ(fields, FieldsIn(text)) << rule;
 }
 
-TEST(HeaderMakerTest, AllocatesNothing) {
-    struct : MessageReceiver {
-        void Start(unsigned long long) override {}
-        DataReceiver& ReceiveHeaderField(unsigned long long, ConstData) override {
-            return DataReceiver::Ignore();
-        }
-        void ReceiveHeaderFieldEnd(unsigned long long) override {}
-        LineReceiver& ReceiveBody(unsigned long long) override { return body; }
-        void ReceiveEnd(unsigned long long) override {}
-        RecordingLineReceiver body;
-    } ignorer;
-    EXPECT_EQ(0u, AllocationsOf([&] {
-                  HeaderMaker maker(ignorer);
-                  LineMaker lines(maker);
-                  StartReceiveAndEnd(lines, "Name: value\n continued\nAnother: one\n");
-              }));
-}
-
 TEST(HeaderMakerTest, EmptyValuesAndChunksMakeNoReceiveCall) {
     FieldRecorder receiver;
     HeaderMaker maker(receiver);

@@ -92,11 +92,12 @@ TEST(MessageMakerTest, AllocatesNothing) {
         LineFlattener flattener;
     };
     Ignorer ignorer;
+    std::string const text = "Name: value\n continued\nAnother: one\n\n";
     std::string const body(5000, 'x');
     EXPECT_EQ(0u, AllocationsOf([&] {
                   MessageMaker maker(ignorer);
                   LineMaker lines(maker);
-                  StartReceiveAndEnd(lines, ConstDataRope{"Name: value\n continued\n\n", body});
+                  StartReceiveAndEnd(lines, ConstDataRope{text, body});
               }));
 }
 
