@@ -51,8 +51,8 @@ public:
 
     ReportFiles files = {};
 
-    // Not std::filesystem::directory_iterator, because that of libstdc++ 12 terminates the program if
-    // it cannot allocate memory.
+    // Not std::filesystem::directory_iterator, because that of libstdc++ 12 terminates the program
+    // if it cannot allocate memory.
     void ListDirectory(std::string const& directory) {
         std::unique_ptr<DIR, CloseDirectory> const stream(opendir(directory.c_str()));
         while (dirent const* const entry = stream ? NextEntry(stream.get()) : nullptr)

@@ -1,6 +1,6 @@
 // The companions and the stand-in agent: killed at each system call, with each call failing, and
-// with each allocation failing. Invariants: a result file or report is the complete old or new file;
-// a response is complete or absent; the lock is free; no other file changes.
+// with each allocation failing. Invariants: a result file is the complete old or new file. A
+// response is complete or absent. The lock is free. No other file changes.
 #include <set>
 
 #include "tests/stress/CompanionSubjects.h"
