@@ -28,9 +28,11 @@ QueryFailure DescribeLockRefusal() {
         return {QueryExit::busy, MessageOf(finding), true};
     if (finding.verdict == Verdict::problem)
         return {QueryExit::exchangeFailed, MessageOf(finding)};
-    // Write permission for the directory is required only to create the lock file.
-    Finding const directory = CheckRequestDirectory();
-    if (directory.verdict == Verdict::problem && !FileFacts(AgentPaths::lockFile).Exists())
-        return {QueryExit::exchangeFailed, MessageOf(directory)};
-    return {QueryExit::busy, "the lock was held by a process that has released it since", true};
+    // Permission to write to the directory, and space, are required only to create the lock file.
+    if (!FileFacts(AgentPaths::lockFile).Exists())
+        for (Finding const& obstacle : {CheckRequestDirectory(), CheckSpace()})
+            if (obstacle.verdict == Verdict::problem)
+                return {QueryExit::exchangeFailed, MessageOf(obstacle)};
+    return {QueryExit::busy,
+            "the lock was refused, probably because of a process that has released it since", true};
 }

@@ -1,6 +1,7 @@
 #include "companions/LockRefusal.h"
 
 #include "tests/companions/CompanionTest.h"
+#include "tests/support/SmallFileSystem.h"
 #include "tests/system/RecordLock.h"
 
 namespace {
@@ -45,6 +46,12 @@ SANDBOX_TEST(LockRefusalTest, UnusableLockFileOrDirectoryIsExchangeFailure) {
     fs::permissions(ScriptedAgent::requestDirectory, fs::perms(0555));
     Sandbox::DropPrivileges();
     ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::requestDirectory);
+}
+
+SANDBOX_TEST(LockRefusalTest, FullDiskWithoutLockFileIsExchangeFailure) {
+    Sandbox::InstallAgent();
+    SmallFileSystem const small(ScriptedAgent::requestDirectory, {.inodes = 1});
+    ExpectRefused(QueryExit::exchangeFailed, false, "is full");
 }
 
 } // namespace
