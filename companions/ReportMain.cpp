@@ -211,6 +211,8 @@ void NoteRepeatedHosts(ReportOptions const& options, Report const& report) {
 
 int WriteReports(ReportCommandLine const& commandLine) {
     ReportOptions const options = MakeOptions(commandLine);
+    // Not earlier: a stop signal must end a wait for the file of --hosts, such as a FIFO.
+    CatchStopSignals();
     // Before the targets create temporary files, which would be listed.
     ReportFiles files = ListReportFiles(commandLine.files, OutputsOf(commandLine));
     Targets targets;
@@ -230,7 +232,6 @@ int WriteReports(ReportCommandLine const& commandLine) {
 }
 
 int Write(ReportCommandLine const& commandLine) {
-    CatchStopSignals();
     try {
         return WriteReports(commandLine);
     } catch (Stopped const& stopped) { // GCOVR_EXCL_BR_LINE: other types are not caught

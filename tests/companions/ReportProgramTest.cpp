@@ -213,6 +213,20 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     EXPECT_EQ(2u, CountEntries(directory.path()));
 }
 
+TEST_F(ReportProgramTest, SignalTerminatesTheWaitForTheListOfHosts) {
+    std::string const hosts = directory / "hosts";
+    ASSERT_EQ(0, mkfifo(hosts.c_str(), 0600));
+    OtherProgram program(
+        {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
+    // Succeeds when the program has opened the FIFO.
+    int writer = -1;
+    while ((writer = open(hosts.c_str(), O_WRONLY | O_NONBLOCK)) < 0 && program.IsRunning())
+        usleep(1000);
+    program.Kill(SIGTERM);
+    EXPECT_EQ(ExitStatus::Killed(SIGTERM), program.Wait().status);
+    close(writer);
+}
+
 TEST_F(ReportProgramTest, RepeatedHostsAreNotedAndCountedOnce) {
     Store("good");
     std::string const hosts = WriteFile(directory / "hosts", "good\nGOOD\ngood\n");
