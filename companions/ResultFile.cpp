@@ -76,7 +76,7 @@ std::string ReasonAgainstNewFile(std::string const& path) {
     std::string const directory = DirectoryOf(path);
     struct stat facts {};
     if (lstat(path.c_str(), &facts) == 0)
-        return "is a symbolic link without a target";
+        return "is a symbolic link without an accessible target";
     bool const isMissing = errno == ENOENT || errno == ENOTDIR;
     bool const hasDirectory = stat(directory.c_str(), &facts) == 0 && !path.ends_with('/');
     return isMissing && !hasDirectory ? "is in no directory that exists"

@@ -131,9 +131,9 @@ TEST_F(ResultFileTest, RefusesEntriesThatAreNotRegularFiles) {
     fs::create_symlink("/dev/null", path + ".link");
     ExpectRefused(path + ".link", "is not a regular file");
     fs::create_symlink("nowhere", path + ".dangling");
-    ExpectRefused(path + ".dangling", "is a symbolic link without a target");
+    ExpectRefused(path + ".dangling", "is a symbolic link without an accessible target");
     fs::create_symlink(path + ".loop", path + ".loop");
-    ExpectRefused(path + ".loop", "is a symbolic link without a target");
+    ExpectRefused(path + ".loop", "is a symbolic link without an accessible target");
 }
 
 TEST_F(ResultFileTest, RefusesInvalidPaths) {
