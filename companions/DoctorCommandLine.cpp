@@ -63,7 +63,7 @@ char const doctorHelp[] =
     "\n"
     "Exit statuses:\n"
     "    0  no problem was found\n"
-    "    1  at least one problem was found, or the findings could not be written\n"
+    "    1  at least one problem was found, or the output could not be written\n"
     "    2  the command line is invalid\n"
     "\n"
     "Manual page: compliance-doctor(1)\n";

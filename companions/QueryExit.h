@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// The exit statuses are stable: none changes its meaning. After a stop signal n the exit status is
-// 128 + n.
+// The exit statuses are stable: none changes its meaning. `stopped` stands for 128 + n, where n is
+// the number of a stop signal.
 enum class QueryExit {
     finished = 0,
     agentError = 1,
