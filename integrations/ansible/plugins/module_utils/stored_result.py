@@ -3,7 +3,8 @@
 check_compliance and the Ansible collection share this file. It needs Python 3.6 and nothing else.
 It accepts the documents, times and lists that compliance-report accepts, with these exceptions:
 
-- It requires provenance, a response in a finished result, and 'failure' in a failed one.
+- It requires provenance, a response in a finished result, 'fresh' in every response, and 'failure'
+  in a failed result.
 - It refuses an array or an object in place of a text, and a repeated member of any object.
 - It does not limit whitespace. The limit of a text applies to the decoded text.
 
