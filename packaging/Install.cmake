@@ -1,5 +1,4 @@
-# Installed files and their paths, by component. Installs all manual pages of docs/man/, and all
-# examples.
+# Installed files and their paths, by component.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
