@@ -28,10 +28,13 @@ void ReportExhaustedMemory(std::string_view program) {
 constinit Program running = {};
 
 // The terminate handler. Reports a std::bad_alloc that left a destructor: the destructor of a JSON
-// value allocates memory. Any other exception aborts the process, as without this handler.
+// value allocates memory. After any other cause, the process aborts, as without this handler.
 void EndAfterException() {
+    std::exception_ptr const exception = std::current_exception();
+    if (exception == nullptr)
+        std::abort();
     try {
-        std::rethrow_exception(std::current_exception());
+        std::rethrow_exception(exception);
     } catch (std::bad_alloc const&) { // GCOVR_EXCL_BR_LINE: after any other, it aborts
         ReportExhaustedMemory(running.name);
         std::exit(running.failureStatus);

@@ -460,7 +460,8 @@ public:
     void Check() const {
         if (Require("schemaVersion") != 1)
             source.Refuse("expected \"schemaVersion\": 1");
-        if (!IsFinished() && RequiredText("outcome") != "failed")
+        std::string const outcome = RequiredText("outcome");
+        if (outcome != "finished" && outcome != "failed")
             source.Refuse("expected \"finished\" or \"failed\" as \"outcome\"");
     }
 

@@ -49,6 +49,11 @@ TEST(ProgramTest, ReportsMemoryExhaustedAfterItsReturn) {
     EXPECT_EQ(ExitStatus::Exited(7), other.Wait());
 }
 
+TEST(ProgramTest, AbortsIfTerminatedWithoutAnException) {
+    OtherProcess other([] { RunMain(program, []() -> int { std::terminate(); }); });
+    EXPECT_EQ(ExitStatus::Killed(SIGABRT), other.Wait());
+}
+
 TEST(ProgramTest, WritesTextToStandardOutput) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(0, ShowText("some-program", "help\n", 8));
