@@ -31,8 +31,8 @@ constinit Program running = {};
 // value allocates memory. After any other cause, the process aborts, as without this handler.
 void EndAfterException() {
     std::exception_ptr const exception = std::current_exception();
-    if (exception == nullptr)
-        std::abort();
+    if (exception == nullptr) // GCOVR_EXCL_BR_LINE: an aborted process records no coverage
+        std::abort();         // GCOVR_EXCL_LINE: the same
     try {
         std::rethrow_exception(exception);
     } catch (std::bad_alloc const&) { // GCOVR_EXCL_BR_LINE: after any other, it aborts
