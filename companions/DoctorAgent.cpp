@@ -135,8 +135,8 @@ Finding Describe(Candidate const& agent) {
                 "start the agent",
                 id};
     default:
-        return {check, Verdict::problem, "agent-not-running", "no process has the agent's name",
-                "start the agent"};
+        return {check, Verdict::problem, "agent-not-running",
+                "this user sees no process with the agent's name", "start the agent"};
     }
 }
 

