@@ -5,11 +5,11 @@
 // reached. A location for which lstat(2) fails, for whatever reason, counts as one where nothing
 // exists. Removing a symbolic link removes the link. Nothing is undone after a failure.
 //
-// Error handling: all throw EmptyFileLocationError for an empty location, unless stated otherwise.
-// A failed system call throws by ThrowFileError (FileErrors.h); other exceptions have the code 0
-// and name the location. Copies also throw like FileReadingPath, FileReadingLoop, FileWritingPath
-// and FileWriter. Moves can throw InvalidStats, without a name, if an entry vanishes between two
-// examinations.
+// Error handling: all throw EmptyFileLocationError, without a name, for an empty location, unless
+// stated otherwise. A failed system call throws by ThrowFileError (FileErrors.h). Other exceptions
+// have the code 0 and name the location. Copies also throw like FileReadingPath, FileReadingLoop,
+// FileWritingPath and FileWriter. Moves can throw InvalidStats, without a name, if an entry
+// vanishes between two examinations.
 //
 // See also:
 // - FileTrees.h: operations on directory trees

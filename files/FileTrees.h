@@ -6,7 +6,7 @@
 // undone after a failure.
 //
 // Error handling: EmptyFileLocationError for an empty location; otherwise the exceptions of
-// FileOperations.h.
+// FileOperations.h, and InvalidFileLocation from the functions that create directories.
 #pragma once
 
 class FileLocation;

@@ -117,7 +117,8 @@ public:
     void MakeUpper();
 
     // Replaces all matches of `search`. Matches do not overlap, and replacements are not searched.
-    // The capacity becomes exact, even if there is no match. Does nothing if `search` is empty.
+    // The capacity becomes exact, and pointers to the characters become invalid, even without a
+    // match. Does nothing if `search` is empty.
     void Replace(char const* search, char const* replacement);
 
     // The same, case-insensitive in the current locale.
