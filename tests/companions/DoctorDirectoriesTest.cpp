@@ -60,7 +60,7 @@ SANDBOX_TEST(DoctorDirectoriesTest, ReportsUnwritableDirectoryWithOwnerAndMode) 
     ExpectOk(requests, CheckRequestDirectory());
 }
 
-SANDBOX_TEST(DoctorDirectoriesTest, ReportsUnreadableDirectoryWithOwnerAndMode) {
+SANDBOX_TEST(DoctorDirectoriesTest, ReportsUnsearchableDirectoryWithOwnerAndMode) {
     SetModes(0666);
     WithoutRights([] {
         ExpectProblem("no-write-permission", "mode 0666", CheckRequestDirectory());

@@ -98,7 +98,6 @@ SANDBOX_TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
     });
 }
 
-// The open of a FIFO would block.
 SANDBOX_TEST(DoctorLockTest, LockIsUnknownOnFileSystemWithoutLocks) {
     CreateLockFile(0600);
     OtherProcess other([] {
@@ -108,6 +107,7 @@ SANDBOX_TEST(DoctorLockTest, LockIsUnknownOnFileSystemWithoutLocks) {
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
 
+// Opening a FIFO would block.
 SANDBOX_TEST(DoctorLockTest, ReportsDirectoryOrFifoAtLockPath) {
     fs::create_directory(lockFile);
     ExpectProblem("lock-not-a-file", lockFile, Check());

@@ -27,7 +27,7 @@ SANDBOX_TEST(QueryExitTest, RefusedLockIsExamined) {
     EXPECT_TRUE(DescribeCode(-6).message.ends_with(" (code -6)"));
 }
 
-TEST(QueryExitTest, EachCodeHasItsOwnMessage) {
+TEST(QueryExitTest, CodesOfOpenAndProgressHaveOwnMessages) {
     std::set<std::string> seen;
     for (int const code : {-1, -2, -3, -4, -5, -7, -15, -16, -17, -19}) {
         std::string const message = DescribeCode(code).message;

@@ -49,7 +49,7 @@ SANDBOX_TEST(QueryStatusTest, FailureHasStatusMessageAndDocument) {
         }
 }
 
-SANDBOX_TEST(QueryStatusTest, InvalidCommandLineIsStatus2WithoutARequest) {
+SANDBOX_TEST(QueryStatusTest, ExitsWith2OnInvalidCommandLine) {
     ExpectRefusal(
         2,
         "--timeout: 'soon' is not accepted; accepted: a time from 1 second to 2147483647 seconds, "

@@ -135,7 +135,7 @@ TEST(ReportFormatsTest, PartsOfTheBarAreAdjacent) {
                 HasSubstr("<rect class=\"alert\" width=\"66.666\" height=\"2\"/>"));
 }
 
-TEST(ReportFormatsTest, OnlyMarkdownOmitsGoodHosts) {
+TEST(ReportFormatsTest, MarkdownOmitsGoodHostsUnlikeHtml) {
     Report report;
     report.entries = {EntryOf("failing-host", 1, 1), EntryOf("good-host", 1, 0)};
     EXPECT_THAT(FormatReport(ReportFormat::html, report), HasSubstr("good-host"));

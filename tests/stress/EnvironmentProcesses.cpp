@@ -114,7 +114,7 @@ void Kill(OtherProgram& process, int signal) {
         waitid(P_PID, static_cast<id_t>(process.pid()), &info, WEXITED | WSTOPPED | WNOWAIT);
 }
 
-TEST(QuickProcesses, CountsAgentInAnyProcessState) {
+TEST(QuickProcesses, FindsAgentByProgramNameInAnyState) {
     std::size_t states = 0;
     auto const tryState = [&](char const* name, auto const& body) {
         SCOPED_TRACE(name);
@@ -201,7 +201,7 @@ TEST(QuickProcesses, CountsAgentInAnyProcessState) {
 
 // Variants of /proc.
 
-// Deliberate: a process that the tool cannot see does not run.
+// Deliberate: an agent that the tool cannot see counts as not running.
 TEST(QuickProcesses, DoesNotFindAgentHiddenInProc) {
     // Mode 2 hides the processes of other users, mode 4 those that the reader may not trace.
     for (char const* const mode : {"hidepid=2", "hidepid=4"})
@@ -227,7 +227,7 @@ TEST(QuickProcesses, FindsNoAgentWithoutProc) {
 }
 
 // /proc is simulated by files.
-TEST(QuickProcesses, HandlesIncompleteProcEntries) {
+TEST(QuickProcesses, HandlesUnusualProcEntries) {
     struct FakeCase {
         char const* name;
         FakeProcess process;

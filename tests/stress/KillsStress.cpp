@@ -1,4 +1,5 @@
-// A tool that is killed at any system call leaves a state in which the next evaluation works.
+// A tool that is killed at any system call leaves a state in which the next evaluation works. If a
+// request is pending, the agent must take it first.
 #include <iterator>
 #include <set>
 

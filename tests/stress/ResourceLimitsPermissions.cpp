@@ -21,7 +21,7 @@ void TryMissing(bool requests, bool responses, bool program) {
                   : responses ? OpenError(-7)
                               : UsualOutput(),
                   RunPreloaded(DynamicTool(), {}));
-    // No directory exists.
+    // Missing directories are not created.
     EXPECT_EQ(requests, !fs::exists(ScriptedAgent::requestDirectory));
     EXPECT_EQ(responses, !fs::exists(responseDirectory));
 }
