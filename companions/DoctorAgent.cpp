@@ -164,6 +164,6 @@ Finding CheckAgentProcess() {
     // /proc always lists this process, so an empty list means that it cannot be read.
     if (seen.count == 0)
         return {"agent-process", Verdict::problem, "no-proc",
-                "/proc is not mounted, so no process is visible", "mount /proc"};
+                "/proc lists no process, so the agent cannot be recognized", "mount /proc"};
     return Describe(seen.agent);
 }

@@ -32,7 +32,8 @@ Finding CheckExistence(char const* check, FileFacts const& directory) {
 Finding CheckModes(char const* check, char const* path) {
     FileFacts const directory(path);
     if (!directory.IsDirectory())
-        return {check, Verdict::skipped, "", std::string(path) + " is not a directory"};
+        return {check, Verdict::skipped, "",
+                std::string(path) + " is missing, not accessible or not a directory"};
     constexpr char closeToOthers[] =
         "remove the write permission of other users (chmod o-w), and give it to a group";
     if (directory.IsOpenToOthers())

@@ -25,9 +25,8 @@ Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
         return {check,
                 Verdict::note,
                 "request-under-way",
-                "a request of the evaluation that holds the lock is waiting for the agent: " +
-                    facts,
-                "wait until that evaluation has finished",
+                "a request is waiting for the agent, while a process holds the lock: " + facts,
+                "wait until the lock is released",
                 {},
                 age};
     if (lock == LockState::unknown)
@@ -74,7 +73,7 @@ Finding CheckTemporaryRequest() {
         return DescribeUnexaminable(check, file);
     if (file.IsLink())
         return {check, Verdict::problem, "temporary-request-link",
-                file.Path() + " is a symbolic link: the next request overwrites its target",
+                file.Path() + " is a symbolic link: a request can overwrite its target",
                 "remove the link, and check which users can write to its directory"};
     if (file.IsAbsent())
         return {check, Verdict::ok, "", "there is no temporary request"};
@@ -84,8 +83,7 @@ Finding CheckTemporaryRequest() {
                 "remove or rename it"};
     if (file.Refusal(R_OK | W_OK) != 0 || IsProtectedByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-writable",
-                "this user cannot read and write " + file.Path() +
-                    ", which an interrupted evaluation left: " + file.OwnerAndMode(),
+                "this user cannot read and write " + file.Path() + ": " + file.OwnerAndMode(),
                 "remove it as its owner or as root"};
     if (IsKeptByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-movable",
@@ -107,9 +105,11 @@ Finding CheckResponse() {
     if (file.IsAbsent())
         return {check, Verdict::ok, "", "there is no response"};
     if (!file.IsRegularFile())
-        return {check, Verdict::problem, "response-not-a-file",
-                file.Path() + " is not a regular file, and can block an evaluation without limit",
-                "remove or rename it"};
+        return {
+            check, Verdict::problem, "response-not-a-file",
+            file.Path() +
+                " is not a regular file, and can make an evaluation fail or block without limit",
+            "remove or rename it"};
     if (file.Refusal(R_OK) != 0)
         return {check, Verdict::problem, "response-not-readable",
                 "this user cannot read " + file.Path() + ": " + file.OwnerAndMode(),

@@ -55,7 +55,7 @@ Finding CheckFile(FileFacts const& file) {
     if (file.IsUnexaminable())
         return DescribeUnexaminable(check, file);
     if (file.IsAbsent() && !directory.IsDirectory())
-        return {check, Verdict::skipped, "", directory.Path() + " is not a directory"};
+        return {check, Verdict::skipped, "", directory.Path() + " is missing or not a directory"};
     if (file.IsAbsent())
         return {check, Verdict::ok, "", "there is no lock file yet, so the lock is free"};
     if (!file.IsRegularFile())

@@ -59,7 +59,7 @@ std::vector<std::size_t> ReadColumns(Arguments const& arguments) {
         for (std::size_t const field : ParseOption(optionRules, "--columns", list, ParseFields)) {
             if (std::ranges::find(columns, field) != columns.end())
                 RefuseOption(optionRules, "--columns",
-                             "'" + list + "' has '" + rowFieldNames[field] + "' a second time");
+                             std::string("'") + rowFieldNames[field] + "' is repeated");
             columns.push_back(field);
         }
     return columns;

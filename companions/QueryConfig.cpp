@@ -144,8 +144,8 @@ private:
 
     static void CheckComment(std::string const& text) {
         if (text.ends_with('\\') || text.ends_with("\\\r"))
-            throw ConfigError("the comment ends with a backslash, after which systemd skips the "
-                              "next line; accepted: a comment that does not");
+            throw ConfigError("the comment ends with a backslash, after which some versions of "
+                              "systemd skip the next line; accepted: a comment that does not");
     }
 
     void ReadSetting(std::string const& text) {

@@ -15,8 +15,10 @@ struct CodeFacts {
 };
 
 constexpr std::array codes = {
-    CodeFacts{COMPLIANCE_ERROR_NOT_INSTALLED, QueryExit::noAgent, "the agent is not installed"},
-    CodeFacts{COMPLIANCE_ERROR_NOT_RUNNING, QueryExit::noAgent, "the agent is not running"},
+    CodeFacts{COMPLIANCE_ERROR_NOT_INSTALLED, QueryExit::noAgent,
+              "the agent is not installed, or this user cannot access its program"},
+    CodeFacts{COMPLIANCE_ERROR_NOT_RUNNING, QueryExit::noAgent,
+              "this user sees no process with the agent's name"},
     CodeFacts{COMPLIANCE_ERROR_NO_PICKUP, QueryExit::timeOut,
               "the agent did not take the request in time"},
     CodeFacts{COMPLIANCE_ERROR_NOT_CONFIGURED, QueryExit::noAgent, "the agent is not configured"},
@@ -28,8 +30,9 @@ constexpr std::array codes = {
               "an evaluation is already open in this process"},
     CodeFacts{COMPLIANCE_ERROR_EXCHANGE, QueryExit::exchangeFailed,
               "the exchange with the agent failed"},
-    CodeFacts{COMPLIANCE_ERROR_REQUEST_WRITE, QueryExit::exchangeFailed,
-              "the request could not be written; compliance-doctor shows the reason"},
+    CodeFacts{
+        COMPLIANCE_ERROR_REQUEST_WRITE, QueryExit::exchangeFailed,
+        "the request could not be written or published; compliance-doctor may show the reason"},
     CodeFacts{COMPLIANCE_ERROR_INTERNAL, QueryExit::exchangeFailed,
               "the evaluation failed outside of the exchange"},
 };
@@ -69,7 +72,8 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "the agent.",
      "See compliance-query --help, or check the file with --check-config."},
     {QueryExit::noAgent, "no-agent", "the agent is not installed, not running or not configured",
-     "The agent's program, its request directory or its process is missing.",
+     "The agent's program, its request directory or its process is missing, or this user cannot "
+     "see it.",
      "Install or start the agent; compliance-doctor shows which part is missing."},
     {QueryExit::busy, "busy", "another process holds the lock, or a request is already waiting",
      "Another evaluation runs on this machine, or the agent has not taken an earlier request.",
@@ -103,7 +107,8 @@ constinit std::array<QueryExitFacts, 13> const queryExitTable = {{
      "The evaluation finished without a row, so it proves nothing.",
      "Check the name of the document, or accept an evaluation without rows (--allow-empty)."},
     {QueryExit::stopped, "signal", "ended early by signal n",
-     "SIGHUP (129), SIGINT (130) or SIGTERM (143) ended the evaluation, and it was closed.",
+     "SIGHUP (129), SIGINT (130) or SIGTERM (143) ended the evaluation, or the wait for the next "
+     "attempt.",
      "Run it again."},
 }};
 

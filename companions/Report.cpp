@@ -119,8 +119,8 @@ std::string Describe(ReportEntry const& entry, Condition condition) {
     case Condition::missing:
         return "the host is expected, but has no result";
     case Condition::twoMachines:
-        return "two machines use this host name: evaluations overlap, or the agent's program "
-               "alternates";
+        return "two machines probably use this host name: evaluations overlap, or the agent's "
+               "program alternates";
     case Condition::failed:
         return "the newest evaluation failed with exit status " +
                std::to_string(entry.result.exitStatus) + ": " + entry.result.message;

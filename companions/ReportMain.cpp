@@ -186,8 +186,7 @@ void ListProblems(std::vector<ReportProblem> const& problems) {
     for (std::size_t index = 0; index < shown; ++index)
         WriteMessage(program, Shorten(problems[index].reason));
     if (shown < problems.size())
-        WriteMessage(program, "and " + std::to_string(problems.size() - shown) +
-                                  " more files with problems");
+        WriteMessage(program, "and " + std::to_string(problems.size() - shown) + " more problems");
 }
 
 ReportExit Judge(Report const& report) {

@@ -104,7 +104,7 @@ void StandInAgent::HandleRequest() {
     try {
         ClientComplianceRequest request = CreateComplianceRequestProgress();
         if (!ClientComplianceRequestIORead(request)) {
-            std::printf("VeskaClient: request.xml is not a request\n");
+            std::printf("VeskaClient: request.xml cannot be read as a request\n");
             left = present;
             return;
         }

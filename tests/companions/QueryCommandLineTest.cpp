@@ -121,8 +121,8 @@ TEST(QueryCommandLineTest, RefusesEmptyAndRepeatedEntriesOfLists) {
             ExpectRefusedValue(name, list, "has an empty entry", accepted);
         ExpectRefusedValue(name, entry + ", " + entry, "has '" + entry + "' twice", accepted);
     }
-    EXPECT_EQ("--columns: 'result' has 'result' a second time; accepted: designator, result, "
-              "resultType, evaluationTime, description or comment",
+    EXPECT_EQ("--columns: 'result' is repeated; accepted: designator, result, resultType, "
+              "evaluationTime, description or comment",
               Refusal({"-d", "--columns=result", "--columns=result"}));
 }
 

@@ -62,9 +62,10 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith2OnInvalidCommandLine) {
 }
 
 SANDBOX_TEST(QueryStatusTest, ExitsWith3IfAgentOrDirectoriesAreMissing) {
-    ExpectRefusal(3, "the agent is not installed (code -1)");
+    ExpectRefusal(3,
+                  "the agent is not installed, or this user cannot access its program (code -1)");
     Sandbox::InstallAgent();
-    ExpectRefusal(3, "the agent is not running (code -2)");
+    ExpectRefusal(3, "this user sees no process with the agent's name (code -2)");
     fs::remove_all("/var/opt/VeskaClient");
     ExpectRefusal(3, "the agent is not installed: /var/opt/VeskaClient/RequestDir is missing "
                      "(code -6)");
@@ -110,8 +111,8 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith5AfterTimeout) {
 SANDBOX_TEST(QueryStatusTest, ExitsWith7IfRequestCannotBeWritten) {
     ScriptedAgent agent;
     fs::create_directory(ScriptedAgent::requestTemp);
-    ExpectRefusal(7, "the request could not be written; compliance-doctor shows the reason "
-                     "(code -17)");
+    ExpectRefusal(7, "the request could not be written or published; compliance-doctor may show "
+                     "the reason (code -17)");
 }
 
 // The program closes the evaluation nevertheless.

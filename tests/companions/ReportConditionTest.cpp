@@ -104,8 +104,8 @@ TEST_F(ReportConditionTest, DescribesEachCondition) {
     entry.result.provenance->end.text = "2026-03-01T08:30:00Z";
     for (auto const& [condition, text] :
          {std::pair{Condition::missing, "the host is expected, but has no result"},
-          {Condition::twoMachines, "two machines use this host name: evaluations overlap, or the "
-                                   "agent's program alternates"},
+          {Condition::twoMachines, "two machines probably use this host name: evaluations overlap, "
+                                   "or the agent's program alternates"},
           {Condition::failed, "the newest evaluation failed with exit status 5: not taken"},
           {Condition::stale, "the agent's response existed before the request, or it is unknown "
                              "whether it did"},

@@ -333,7 +333,7 @@ SANDBOX_TEST(StandInAgentTest, RequestDuringADelayReplacesTheFirst) {
 SANDBOX_TEST(StandInAgentTest, ReportsInvalidRequestOnceAndLeavesIt) {
     StandIn agent("finish\n");
     Publish("no request");
-    EXPECT_TRUE(agent.Says("request.xml is not a request\n"));
+    EXPECT_TRUE(agent.Says("request.xml cannot be read as a request\n"));
     usleep(200000);
     EXPECT_EQ("no request", ReadWholeFile(requestFile));
     EXPECT_EQ(ResponseOfType("Open"), ResponseTo("Open"));

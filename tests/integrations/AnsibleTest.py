@@ -158,7 +158,7 @@ class LocalFleetTest(CollectionTest):
             self.store(host, "Bad")
         self.report(0)
         self.assertEqual(re.findall(r"(?m)^\+\+\+ .*/results/(\w+)/", self.regressions()), ["web2"])
-        self.assertIn("web1: not compared: there is no earlier fresh result of this document",
+        self.assertIn("web1: not compared: there is no earlier fresh result of this host, site and document",
                       self.regressions().splitlines())
 
     def test_damaged_results_make_the_run_fail(self):

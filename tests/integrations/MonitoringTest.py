@@ -326,7 +326,7 @@ class EvaluationTest(CheckTest):
     def test_missing_compliance_query_is_UNKNOWN(self):
         made = self.check("-d", "-s", "a", PATH="/nonexistent")
         self.assertEqual((made.returncode, made.stdout),
-                         (UNKNOWN, "COMPLIANCE UNKNOWN - compliance-query is not installed\n"))
+                         (UNKNOWN, "COMPLIANCE UNKNOWN - compliance-query is not in PATH\n"))
 
     def test_timeout_ends_the_check_and_then_the_evaluation(self):
         output = self.evaluate("progress 10\n", "-d", "-t", "6",

@@ -132,7 +132,7 @@ explanation:
   type: str
   sample: |-
     3 (no-agent): the agent is not installed, not running or not configured
-    Cause: The agent's program, its request directory or its process is missing.
+    Cause: The agent's program, its request directory or its process is missing, or this user cannot see it.
     Remedy: Install or start the agent; compliance-doctor shows which part is missing.
 """
 
@@ -169,7 +169,7 @@ def explain(module, status):
 def evaluate(module):
     """Runs compliance-query and returns its document. Fails the module if there is none."""
     if module.get_bin_path("compliance-query") is None:
-        module.fail_json(msg="compliance-query is not installed; the package is "
+        module.fail_json(msg="compliance-query is not in PATH; the package is "
                              "clientcompliance-companions")
     status, output, messages = module.run_command(query_command(module.params), encoding=None)
     if not output:

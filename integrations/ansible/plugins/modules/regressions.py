@@ -75,7 +75,7 @@ regressed:
 not_compared:
   description:
     - The reason for each host that was not compared, because its newest result is not fresh, or
-      because it has no earlier fresh result of the same document.
+      because it has no earlier fresh result of the same host name, site and document.
     - A host with only one stored result has no reason here if that result is fresh.
   returned: always
   type: dict
@@ -132,7 +132,7 @@ def find_pair(directory, max_age):
         raise NotCompared(str(error))
     before = result_before(paths[:-1], stored_result.subject_of(document))
     if before is None and len(paths) > 1:
-        raise NotCompared("there is no earlier fresh result of this document")
+        raise NotCompared("there is no earlier fresh result of this host, site and document")
     return None if before is None else (before, paths[-1])
 
 
