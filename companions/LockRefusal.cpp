@@ -13,7 +13,7 @@ std::string MessageOf(Finding const& finding) {
 
 QueryFailure NoAgent(char const* missing) {
     return {QueryExit::noAgent,
-            std::string("the agent is not installed: ") + missing + " is missing"};
+            std::string("the agent is not installed or not started: ") + missing + " is missing"};
 }
 
 } // namespace

@@ -15,8 +15,9 @@ void ExpectRefused(QueryExit status, bool isTemporary, std::string const& messag
 
 SANDBOX_TEST(LockRefusalTest, MissingAgentOrRequestDirectoryIsNoAgent) {
     fs::remove_all("/var/opt/VeskaClient");
-    ExpectRefused(QueryExit::noAgent, false,
-                  "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing");
+    ExpectRefused(
+        QueryExit::noAgent, false,
+        "the agent is not installed or not started: /opt/VeskaClient/bin/VeskaClient is missing");
     Sandbox::InstallAgent();
     ExpectRefused(QueryExit::noAgent, false, "/var/opt/VeskaClient/RequestDir is missing");
 }

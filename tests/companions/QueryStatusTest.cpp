@@ -67,11 +67,11 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith3IfAgentOrDirectoriesAreMissing) {
     Sandbox::InstallAgent();
     ExpectRefusal(3, "this user sees no process with the agent's name (code -2)");
     fs::remove_all("/var/opt/VeskaClient");
-    ExpectRefusal(3, "the agent is not installed: /var/opt/VeskaClient/RequestDir is missing "
-                     "(code -6)");
+    ExpectRefusal(3, "the agent is not installed or not started: /var/opt/VeskaClient/RequestDir "
+                     "is missing (code -6)");
     fs::remove(Sandbox::agentProgram);
-    ExpectRefusal(3, "the agent is not installed: /opt/VeskaClient/bin/VeskaClient is missing "
-                     "(code -6)");
+    ExpectRefusal(3, "the agent is not installed or not started: /opt/VeskaClient/bin/VeskaClient "
+                     "is missing (code -6)");
 }
 
 SANDBOX_TEST(QueryStatusTest, ExitsWith4IfLockIsHeld) {
