@@ -18,7 +18,7 @@ constexpr std::array codes = {
     CodeFacts{COMPLIANCE_ERROR_NOT_INSTALLED, QueryExit::noAgent,
               "the agent is not installed, or this user cannot access its program"},
     CodeFacts{COMPLIANCE_ERROR_NOT_RUNNING, QueryExit::noAgent,
-              "this user sees no process with the agent's name"},
+              "the agent is not running, or this user cannot see its process"},
     CodeFacts{COMPLIANCE_ERROR_NO_PICKUP, QueryExit::timeOut,
               "the agent did not take the request in time"},
     CodeFacts{COMPLIANCE_ERROR_NOT_CONFIGURED, QueryExit::noAgent, "the agent is not configured"},

@@ -65,7 +65,7 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith3IfAgentOrDirectoriesAreMissing) {
     ExpectRefusal(3,
                   "the agent is not installed, or this user cannot access its program (code -1)");
     Sandbox::InstallAgent();
-    ExpectRefusal(3, "this user sees no process with the agent's name (code -2)");
+    ExpectRefusal(3, "the agent is not running, or this user cannot see its process (code -2)");
     fs::remove_all("/var/opt/VeskaClient");
     ExpectRefusal(3, "the agent is not installed or not started: /var/opt/VeskaClient/RequestDir "
                      "is missing (code -6)");
