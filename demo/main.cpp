@@ -29,9 +29,8 @@ constexpr char usage[] =
     "\n"
     "Exit statuses:\n"
     "    0  SIGTERM or SIGINT stopped the program, or the check found no error\n"
-    "    1  the scenario is invalid or cannot be read, another process has the name\n"
-    "       of the agent, a directory cannot be created, or the output of --help or\n"
-    "       --version cannot be written\n"
+    "    1  the scenario is invalid or unreadable, another process has the agent's\n"
+    "       name, or a directory or text cannot be written\n"
     "    2  the command line is invalid\n"
     "\n"
     "Manual page: VeskaClient(1)\n";
