@@ -124,7 +124,7 @@ SANDBOX_TEST(AgentPresenceTest, ReadErrorEndsTheSearchAndClosesTheDirectory) {
 }
 
 // Stringy stores the paths of real processes in itself; only longer paths need an allocation.
-TEST(AgentPresenceTest, SearchDoesNotAllocate) {
+TEST(AgentPresenceTest, SearchOfRealProcessesDoesNotAllocate) {
     Sandbox::Run([] { EXPECT_EQ(0U, AllocationsOf(IsRunning)); });
 }
 

@@ -81,7 +81,7 @@ SANDBOX_TEST(ClientComplianceLockTest, UnlockWithoutLockHasNoEffect) {
 }
 
 // Deliberate: the failure is permanent, although the lock becomes free again.
-SANDBOX_TEST(ClientComplianceLockTest, LockFailsPermanentlyOnceAnotherProcessHeldIt) {
+SANDBOX_TEST(ClientComplianceLockTest, FailureDueToALockOfAnotherProcessIsPermanent) {
     ForeignLock holder(lockFile);
     ExpectNoLock();
     EXPECT_TRUE(IsLockedForOthers(lockFile));

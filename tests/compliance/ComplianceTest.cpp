@@ -223,7 +223,7 @@ TEST_F(ComplianceTest, ProgressWritesOnlyTheVariableOfItsState) {
     ExpectProgress(1);
 }
 
-TEST_F(ComplianceTest, EvaluationStaysOpenUntilItIsFinished) {
+TEST_F(ComplianceTest, UnfinishedEvaluationStaysOpenWithoutResults) {
     Open();
     world.response.Add("a", "b", "c", "d", "e", "f");
     for (int const state : {0, 2, 3, 4, -1, 2147483647}) {

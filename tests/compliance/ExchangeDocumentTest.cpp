@@ -201,7 +201,7 @@ TEST(ExchangeDocumentTest, MissingDirectoryFailsAfterTheRetriesOfOneMove) {
     });
 }
 
-TEST(ExchangeDocumentTest, TemporaryDocumentIsRemovedIfItCannotBePublished) {
+TEST(ExchangeDocumentTest, FailedMoveRemovesTheTemporaryDocument) {
     ForEachDocument([](Document const& document) {
         fs::create_directories(document.file + "/inside");
         RecordedSleeps const sleeps;

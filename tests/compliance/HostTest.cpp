@@ -22,7 +22,7 @@ int Open() { return COMPLIANCE_Open("url", "doc", 0); }
 bool IsOpen(int descriptor) { return fcntl(descriptor, F_GETFD) != -1; }
 
 // The agent does not answer, so the thread is cancelled during the wait.
-SANDBOX_TEST(HostTest, CancelledThreadAbortsTheProcess) {
+SANDBOX_TEST(HostTest, CancellationDuringOpenAbortsTheProcess) {
     ScriptedAgent const agent(AgentScript().AwaitRequest());
     OtherProcess host([](Handshake& line) {
         pthread_t thread;

@@ -134,7 +134,7 @@ SANDBOX_TEST(ProcessNamesTest, NameIsTheCommandNameIfTheLinkIsUnreadable) {
     EXPECT_EQ("VeskaClient2345", NameForOtherUser("VeskaClient23456"));
 }
 
-SANDBOX_TEST(ProcessNamesTest, ZombieHasItsCommandNameOnly) {
+SANDBOX_TEST(ProcessNamesTest, ZombieHasACommandNameButNoPath) {
     pid_t const child = fork();
     if (child == 0) {
         prctl(PR_SET_NAME, "VeskaClient");

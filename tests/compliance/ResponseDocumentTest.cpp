@@ -60,7 +60,7 @@ SANDBOX_TEST(ResponseDocumentTest, OnlyProgressResponsesHaveProgressElements) {
               WrittenBytes(ClientComplianceResponse(static_cast<ClientComplianceType>(-1))));
 }
 
-SANDBOX_TEST(ResponseDocumentTest, WrittenResponseIsReadBackByteForByte) {
+SANDBOX_TEST(ResponseDocumentTest, RandomResponsesAreReadBackUnchanged) {
     constexpr unsigned int seed = 24;
     std::mt19937 random(seed);
     for (int round = 0; round < 200; ++round) {
