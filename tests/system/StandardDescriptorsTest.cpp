@@ -89,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(StandardDescriptorsTest, ClosedDescriptorsTest, testing
                          });
 
 // Full, or open for reading only.
-TEST(StandardDescriptorsTest, FailingOutputDoesNotChangeExchangeAndStatus) {
+TEST(StandardDescriptorsTest, FullOrReadOnlyOutputDoesNotChangeExchangeAndStatus) {
     for (auto const& options :
          {WithOutputTo("/dev/full", O_WRONLY), WithOutputTo("/dev/null", O_RDONLY)}) {
         Sandbox::RunWithDirectories([&] {

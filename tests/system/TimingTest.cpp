@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Check, AnsweredTest,
                                          Answered{"GoneInTheEighthSecond", 10, 8000}),
                          NameOfRow);
 
-SANDBOX_TEST(TimingTest, PollsEveryTwoSeconds) {
+SANDBOX_TEST(TimingTest, PollsEveryTwoSecondsIfTheAgentAnswersAtOnce) {
     std::string const inProgress = ProgressResponse("3");
     auto const evaluation =
         Evaluate(WholeEvaluation({inProgress, inProgress, finishedWithoutRows}));

@@ -72,7 +72,7 @@ TEST(UsageTest, SwitchCTakesTwoOrThreeOperands) {
                  Arguments(1000, "-c")});
 }
 
-TEST(UsageTest, OtherSwitchesTakeNoOperands) {
+TEST(UsageTest, OperandsNeedSwitchCAsFirstArgument) {
     ExpectUsage({{"-d", "url", "doc"},
                  {"-C", "url", "doc"},
                  {"-cc", "url", "doc"},
