@@ -93,7 +93,7 @@ TEST_F(FileItemTest, OnlyATolerantItemAcceptsADanglingLink) {
     EXPECT_EQ(brokenNotFound, Thrown([&] { AnyItem(Here("broken"), false); }));
 }
 
-TEST_F(FileItemTest, SetsTheModificationTimeAndKeepsTheAccessTime) {
+TEST_F(FileItemTest, SetsModificationTimeAndRestoresTheAccessTimeOfTheItem) {
     for (auto const& [what, wanted, seconds] :
          std::vector<std::tuple<std::string, std::int64_t, long>>{
              {"file", 1'234'567'890'999'999, 1'234'567'890},

@@ -92,7 +92,7 @@ TEST(FileNameTest, RejectsLengthsBeyond32Bits) {
     EXPECT_THROW(zeros.Bytes() + name, IllegalFileName);
 }
 
-TEST(FileNameTest, RejectedNameHasTheNewLengthAndTheBytesUpToTheSlash) {
+TEST(FileNameTest, NameRejectedForASlashEndsThereAndHasTheNewLength) {
     for (std::size_t length : {10, 23, 24, 100}) {
         Name name("before");
         std::string const text = "abc/" + std::string(length - 4, 'x');

@@ -77,7 +77,7 @@ TEST_F(FileOperationsTest, PlatformErrorsForAnEmptyLocationDiffer) {
     EXPECT_EQ(Everything(), (Tree{{"file", "file content"}}));
 }
 
-TEST_F(FileOperationsTest, NewFileIsEmptyAndHasTheRequestedPermissions) {
+TEST_F(FileOperationsTest, NewFileIsEmptyAndOnlyItsDefaultModeObeysTheUmask) {
     for (auto [mask, mode] : {std::pair(0u, 0666u), {022u, 0644u}, {077u, 0600u}, {0777u, 0u}}) {
         Umask const umask(mask);
         std::string const name = "file" + std::to_string(mask);
@@ -114,7 +114,7 @@ TEST_F(FileOperationsTest, NewDirectoryHasPermissionsReducedByTheUmask) {
     EXPECT_EQ(DescribeEntry(directory / "app"), "directory");
 }
 
-TEST_F(FileOperationsTest, CreationFailsIfTheEntryExists) {
+TEST_F(FileOperationsTest, CreationOfAnExistingEntryFailsUnlessADirectoryIsForced) {
     ForEach(everyKind, [&](std::string const& kind) {
         ExpectRejected("FileFoundError", kind, MakeFileAt);
         ExpectRejected("DirectoryFoundError", kind, MakeDirectoryAt);

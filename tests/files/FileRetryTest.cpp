@@ -107,7 +107,7 @@ TEST_F(FileRetryTest, RetriesSevenTimesAndDoublesTheBackoff) {
     EXPECT_EQ(sleeps.TotalMicroseconds(), 2'032'000u);
 }
 
-TEST_F(FileRetryTest, RetriesAfterAnyException) {
+TEST_F(FileRetryTest, RetriesAfterFileErrorsAndOtherExceptions) {
     auto const expect = [this](std::string const& thrown, std::function<void()> const& fail) {
         EXPECT_EQ(thrown, Run([&](int) { fail(); }));
         EXPECT_EQ(attempts, 8);
@@ -249,7 +249,7 @@ TEST_F(FileRetryFamilyTest, EachOperationIsTriedEightTimesAndLoggedByItsName) {
     }
 }
 
-TEST_F(FileRetryFamilyTest, NoOperationRetriesAnEmptyLocation) {
+TEST_F(FileRetryFamilyTest, NoFreeFunctionRetriesAnEmptyLocation) {
     MakeEntry(directory / "file", "file");
     for (RetriedOperation const& operation : family) {
         EXPECT_THROW(operation.run(FileLocation(), Here("file"), log), EmptyFileLocationError);

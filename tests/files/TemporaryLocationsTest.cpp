@@ -99,7 +99,7 @@ void ExpectTmpIsCreated(std::function<void()> const& use) {
     EXPECT_EQ(0u, calls.Count("mkstemp"));
 }
 
-TEST_F(TemporaryLocationsTest, OnlyTheFirstCallCreatesTheTemporaryDirectory) {
+TEST_F(TemporaryLocationsTest, TemporaryDirectoryIsCreatedOnceAndForEachUniqueFile) {
     WithEmptyTmp([] {
         ExpectTmpIsCreated([] { UnixPlatform::TemporaryFileDirLocation(); });
         EXPECT_EQ("/tmp", Text(UnixPlatform::TemporaryFileDirLocation())) << "after a failure";
@@ -137,7 +137,7 @@ TEST_F(TemporaryLocationsTest, FailureHasTheKindAsItsCode) {
 }
 
 // Deliberate: for the functions of the platform level, an empty directory is the root.
-TEST_F(TemporaryLocationsTest, EmptyLocationIsRejectedBeforeAnyCall) {
+TEST_F(TemporaryLocationsTest, PortableFunctionsRejectAnEmptyLocationBeforeAnyCall) {
     SystemCalls calls;
     FileLocation const none;
     ExpectEachThrows("EmptyFileLocationError", {[&] { CreateUniqueFileLocation(none, "x"); },

@@ -86,7 +86,7 @@ TEST_F(FileCopiesTest, OnlyRegularFilesAreCopied) {
 }
 
 // Deliberate: the target is removed before the source is opened.
-TEST_F(FileCopiesTest, ForceCopyFileReplacesRemovableEntries) {
+TEST_F(FileCopiesTest, ForceCopyFileReplacesFilesLinksToThemAndEmptyDirectories) {
     std::map<std::string, std::string> const forced = {
         {"file", "nothing"},
         {"link to file", "nothing"},

@@ -19,7 +19,7 @@ protected:
     std::string const tree = directory / "tree";
 };
 
-TEST_F(FileDeletionsTest, RemovesTheWholeTreeAndNothingElse) {
+TEST_F(FileDeletionsTest, RemovesTheWholeTreeAndKeepsTheTargetsOfFileLinks) {
     WriteWholeFile(directory / "outside", "content");
     for (unsigned int seed = 1; seed <= 5; ++seed) {
         std::mt19937 random(seed);

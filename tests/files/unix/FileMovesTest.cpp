@@ -94,7 +94,7 @@ TEST_F(FileMovesTest, FailedForcedMoveHasRemovedItsDestination) {
 
 // Each side is a regular file or not. If they differ and `from` is not a directory, the error names
 // `to`, whatever its kind is. If they agree, the destination is removed first, if it can be.
-TEST_F(FileMovesTest, ForcedMoveReplacesEntriesOfTheSameKind) {
+TEST_F(FileMovesTest, ForcedMoveReplacesFilesByFilesAndEmptyDirectoriesByOthers) {
     std::map<std::string, std::string> const left = {
         {"full directory", "FileIOError ENOTEMPTY"},
         {"link to directory", "DirectoryNotFoundError ENOTDIR"},
@@ -127,7 +127,7 @@ TEST_F(FileMovesTest, ForcedMoveReplacesEntriesOfTheSameKind) {
 
 // Lists every outcome of a move of which one side vanishes before a status call. It vanishes just
 // before the rename, too, which then fails without an exception.
-TEST_F(FileMovesTest, VanishingSideOfAForcedMoveHasInvalidStats) {
+TEST_F(FileMovesTest, VanishingSideOfAForcedMoveIsMissingInvalidOrIgnored) {
     auto const outcomes = [&](std::string const& target, std::string const& victim) {
         auto const prepare = [&] {
             Clear();

@@ -12,7 +12,7 @@ protected:
 };
 
 // Deliberate: to make a file writable, the umask is applied to the whole mode.
-TEST_F(FilePermissionsTest, ReadOnlyClearsTheWriteBitsAndWritableSetsThem) {
+TEST_F(FilePermissionsTest, ReadOnlyClearsWriteBitsAndWritableSetsThemLessTheUmask) {
     MakeEntry(file, "file");
     for (mode_t const mask : {0u, 022u, 027u, 077u, 0222u, 0777u}) {
         Umask const scope(mask);
