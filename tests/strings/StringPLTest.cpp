@@ -295,7 +295,7 @@ TEST(StringPLAllocationTest, FormatAllocatesAtMostOncePerPass) {
     EXPECT_EQ(0u, AllocationsOf([&] { just64.Format("%62s", ""); }));
 }
 
-TEST(StringPLAllocationTest, FailureKeepsTheText) {
+TEST(StringPLAllocationTest, FailedAssignmentAppendOrReplaceKeepsTheText) {
     ExpectAfterFailure("old", "old", longText, [](StringPL& string) { string = longText; });
     ExpectAfterFailure("old", "old", longText,
                        [](StringPL& string) { string = StringPL(longText); });

@@ -74,7 +74,7 @@ TEST(StringyTest, NullPointerOrZeroCountMakesTheNullString) {
     EXPECT_STREQ("", empty);
 }
 
-TEST(StringyTest, TextOfUpTo127BytesIsInsideTheObject) {
+TEST(StringyTest, ConstructedOrAssignedTextIsInsideTheObjectUpTo127Bytes) {
     for (std::size_t length : lengths) {
         std::string const text = Text(length);
         unsigned int const count = static_cast<unsigned int>(length);
@@ -232,7 +232,7 @@ std::string const longestInside(127, 'a'); // The longest text inside the object
 std::string const shortestHeapText(128, 'b');
 std::string const heapText(300, 'c');
 
-TEST(StringyAllocationTest, TextOfUpTo127BytesAllocatesNothing) {
+TEST(StringyAllocationTest, Constructed127BytesAndShortAppendsAllocateNothing) {
     EXPECT_EQ(0u, AllocationsOf([] {
                   Stringy string(longestInside.c_str());
                   Stringy const counted(longestInside.c_str(), 127);
@@ -314,7 +314,7 @@ void ExpectTexts(std::string const& start, std::vector<std::string> const& faile
 }
 
 // Deliberate: the assignment of a string frees the old array first.
-TEST(StringyAllocationTest, OnlyStringAssignmentLosesTheTextOnFailure) {
+TEST(StringyAllocationTest, FailedOperatorsKeepTheTextExceptStringAssignment) {
     Stringy const source(heapText.c_str());
     for (std::string const& old : {std::string("old"), shortestHeapText}) {
         ExpectTexts(old, {""}, heapText, [&](Stringy& string) { string = source; });
