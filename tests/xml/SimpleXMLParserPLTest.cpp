@@ -78,7 +78,7 @@ TEST(SimpleXMLParserPLTest, ReportsElementsAndText) {
     });
 }
 
-TEST(SimpleXMLParserPLTest, ReportsTagsAsWritten) {
+TEST(SimpleXMLParserPLTest, ReportsTagsWithoutValidation) {
     ExpectEvents({
         // A short empty element is reported as an end tag only. After whitespace, a slash begins an
         // attribute.
@@ -116,7 +116,7 @@ TEST(SimpleXMLParserPLTest, ReportsTagsAsWritten) {
     });
 }
 
-TEST(SimpleXMLParserPLTest, ReportsAttributesAsWritten) {
+TEST(SimpleXMLParserPLTest, ReportsAttributesWithoutValidation) {
     ExpectEvents({
         {"<a b='\"<>\"' c=\"'&lt;'\">", {"S(1)a(1)b(4)\"<>\"(1)c(3)'<'"}},
         {"<a b='&quot;&#x27;\r\n\t/?'>", {"S(1)a(1)b(7)\"'\r\n\t/?"}},
