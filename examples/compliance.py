@@ -32,8 +32,8 @@ ENCODING = ("utf-8", "surrogateescape")
 
 # The error codes of the C API; see libclientcompliance(3).
 CODES = {
-    -1: "the agent is not installed",
-    -2: "the agent is not running",
+    -1: "the agent is not installed, or this user cannot access its program",
+    -2: "the agent is not running, or this user cannot see its process",
     -3: "the agent did not take the request in time",
     -4: "the agent is not configured",
     -5: "a request is already waiting for the agent",
@@ -42,7 +42,7 @@ CODES = {
     -8: "the evaluation has not finished",
     -15: "an evaluation is already open in this process",
     -16: "the exchange with the agent failed",
-    -17: "the request could not be written",
+    -17: "the request could not be written or published",
     -19: "the evaluation failed outside of the exchange",
     -20: "the row index is not below the row count",
 }

@@ -202,7 +202,9 @@ def main():
     except ValueError as error:
         module.fail_json(msg="max_age: {0}".format(error))
     except OSError as error:
-        module.fail_json(msg="{0}: {1}".format(error.filename, error.strerror))
+        # The error of a write, such as on a full disk, has no file name.
+        path = error.filename or module.params["dest"]
+        module.fail_json(msg="{0}: {1}".format(path, error.strerror))
 
 
 if __name__ == "__main__":
