@@ -80,7 +80,8 @@ public:
         return characters == nullptr || index > sizeWithNul ? '\0' : characters[index];
     }
 
-    // Return the index of the first and of the last match, or -1.
+    // Return the index of the first and of the last match, or -1. An index of 2^31 or more is
+    // returned as a negative number.
     int Find(char byte) const;
     int FindFromRight(char byte) const;
 
