@@ -24,7 +24,7 @@ std::string ReasonAgainstResultFile(std::string const& path);
 // Publishes a file: the caller writes to a temporary file in the same directory, and Publish
 // renames it to the path. At any time, the path has either the complete old content or the complete
 // new content. If the process is killed, the temporary file may remain. Its name is the name of the
-// file with a dot and six characters appended.
+// file with a dot and six letters or digits appended.
 //
 // If the path is a symbolic link, its target is replaced. A link in a sticky, world-writable
 // directory must be owned by the effective user or by the owner of the directory, as with

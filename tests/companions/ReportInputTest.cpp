@@ -30,7 +30,7 @@ TEST_F(ReportInputTest, ClosesTheFileOfHosts) {
 
 TEST_F(ReportInputTest, DirectoryIncludesFilesBelowExceptHiddenAndTemporary) {
     for (char const* const name : {"b.json", "a/deep/er", "a/README", ".hidden", ".git/x.json",
-                                   "b.json.a1B2c3", "b.ndjson.a1B2c3"})
+                                   "b.json.a1B2c3", "b.ndjson.09AZaz"})
         WriteFile(directory / name, "");
     fs::create_directory_symlink(directory.path(), directory / "a/loop");
     fs::create_symlink("none", directory / "dangling");
@@ -39,6 +39,14 @@ TEST_F(ReportInputTest, DirectoryIncludesFilesBelowExceptHiddenAndTemporary) {
                      directory / "dangling"}),
               files.paths);
     EXPECT_EQ(0u, files.problems.size());
+}
+
+TEST_F(ReportInputTest, DirectoryIncludesNamesThatOnlyResembleTemporaryOnes) {
+    Texts const paths = {directory / "b.json.1.json", directory / "b.json.a1B2c_",
+                         directory / "report.a.json"};
+    for (std::string const& path : paths)
+        WriteFile(path, "");
+    EXPECT_EQ(paths, ListReportFiles({directory.path()}, {{"--html", directory / "report"}}).paths);
 }
 
 TEST_F(ReportInputTest, FilesAreListedOnceAndSorted) {
