@@ -1,6 +1,7 @@
 #include "companions/ReportFormats.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 
 #include <kainjow/mustache.hpp>
@@ -45,6 +46,14 @@ std::string JoinCounts(ReportEntry const& entry) {
     if (entry.otherRows > 0)
         text += (text.empty() ? "" : ", ") + std::to_string(entry.otherRows) + " others";
     return text;
+}
+
+// Returns the exact time, unlike FormatAge, which omits the smaller units.
+std::string FormatMaxAge(std::chrono::seconds maxAge) {
+    std::chrono::seconds::rep const age = maxAge.count();
+    if (age % 3600 == 0)
+        return FormatAge(age);
+    return age % 60 == 0 ? std::to_string(age / 60) + " min" : std::to_string(age) + " s";
 }
 
 // Returns the percentage with three decimal places.
@@ -199,7 +208,7 @@ private:
         data.set("scriptHash", HashSource(scriptTextSha256));
         data.set("time", FormatTimestamp(options.now));
         data.set("accepted", JoinResults(options.acceptedResults));
-        SetOptional(data, "maxAge", options.maxAge ? FormatAge(options.maxAge->count()) : "");
+        SetOptional(data, "maxAge", options.maxAge ? FormatMaxAge(*options.maxAge) : "");
         SetOptional(data, "expected",
                     options.expectedHosts ? std::to_string(options.expectedHosts->size()) : "");
         SetCount(data, "files", report.readFiles);

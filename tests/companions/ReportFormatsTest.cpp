@@ -120,6 +120,19 @@ TEST(ReportFormatsTest, PageJoinsConditionsResultsAndCounts) {
     EXPECT_THAT(FormatReport(ReportFormat::markdown, report), HasSubstr("too old, not expected"));
 }
 
+TEST(ReportFormatsTest, PageShowsTheExactMaximumAge) {
+    for (auto const& [age, text] : {std::pair{seconds(90), "90 s"},
+                                    {seconds(7'260), "121 min"},
+                                    {minutes(5), "5 min"},
+                                    {hours(26), "26 h"}}) {
+        Report report;
+        report.options.maxAge = age;
+        for (ReportFormat const format : {ReportFormat::html, ReportFormat::markdown})
+            EXPECT_THAT(FormatReport(format, report),
+                        HasSubstr(std::string("too old after ") + text + "."));
+    }
+}
+
 TEST(ReportFormatsTest, PartsOfTheBarAreAdjacent) {
     Report report;
     report.entries.resize(10, EntryOf("web1", 1, 1));
