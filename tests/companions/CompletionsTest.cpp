@@ -94,6 +94,39 @@ TEST(CompletionsTest, BashOffersFilesAsScenariosOfTheStandInAgent) {
                                   {{"--help", "READ"}, {}}});
 }
 
+// Returns what fish offers for the last word of the line, one completion on each line.
+std::string OfferedByFish(std::string const& command, std::string const& line) {
+    ProgramResult const result =
+        RunProgram({"/usr/bin/fish", "--no-config", "-c",
+                    "source $argv[1]; complete -C $argv[2] | string split -f 1 \\t; true",
+                    root + "/fish/" + command + ".fish", command + " " + line},
+                   {.workingDirectory = root});
+    EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
+    return result.output;
+}
+
+TEST(CompletionsTest, FishOffersValuesOfOptionsInTheNextWord) {
+    if (!fs::exists("/usr/bin/fish"))
+        GTEST_SKIP() << "fish is missing, so this test is skipped.";
+    EXPECT_EQ("always\nauto\nnever\n", OfferedByFish("compliance-diff", "--color "));
+    EXPECT_EQ("", OfferedByFish("compliance-report", "--max-age "));
+    EXPECT_EQ("", OfferedByFish("compliance-report", "--mode "));
+    EXPECT_EQ("critical\nunknown\n", OfferedByFish("check_compliance", "--no-result "));
+    EXPECT_EQ("gather\n", OfferedByFish("check_compliance", "--flags g"));
+    EXPECT_EQ("README.md\n", OfferedByFish("check_compliance", "-r READ"));
+    EXPECT_EQ("README.md\n", OfferedByFish("check_compliance", "--result READ"));
+}
+
+TEST(CompletionsTest, FishOffersAnOptionWithAValueOnce) {
+    if (!fs::exists("/usr/bin/fish"))
+        GTEST_SKIP() << "fish is missing, so this test is skipped.";
+    EXPECT_EQ("--color\n", OfferedByFish("compliance-diff", "--c"));
+    EXPECT_EQ("--help\n--regressions\n--version\n",
+              OfferedByFish("compliance-diff", "--color auto --"));
+    EXPECT_EQ("--strict\n", OfferedByFish("check_compliance", "-r x --s"));
+    EXPECT_EQ("", OfferedByFish("check_compliance", "-r x --r"));
+}
+
 void ExpectGoodSyntax(Texts const& checker, std::string const& folder) {
     if (!fs::exists(checker.front()))
         GTEST_SKIP() << checker.front() << " is missing, so this test is skipped.";
