@@ -92,6 +92,14 @@ class LocalFleetTest(CollectionTest):
         output = self.report(2, "-e", "fleet_node_name=web1.example.com")
         self.assertIn("expected another fleet_node_name for each host", output)
 
+    def test_good_results_may_be_one_text(self):
+        self.store("web1", "Compliant")
+        for text, good in (("Compliant", ["Compliant"]), ("Fair, Compliant", ["Fair", "Compliant"])):
+            self.report(0, "-e", json.dumps({"fleet_good": text}))
+            report = json.loads((self.fleet / "report.json").read_text())
+            self.assertEqual(report["options"]["acceptedResults"], good)
+            self.assertEqual(report["totals"]["failingRows"], 0)
+
     def test_run_names_hosts_and_files_with_problems(self):
         self.store("web1", "Compliant")
         self.put("former", 0, "Compliant")
@@ -285,17 +293,26 @@ class LocalFleetTest(CollectionTest):
         self.assertIn("2 of 2 hosts have no fresh result:", message)
         self.assertEqual(len(re.findall(r"(?m)^ *web1[.:]", message)), 1, message)
 
-    def test_comment_of_a_configuration_may_have_several_lines(self):
-        config = self.directory / "ansible.cfg"
-        config.write_text("[defaults]\nansible_managed = Managed by Ansible\n  URL=x\n")
+    def write_configuration(self, instance, **environment):
+        """Returns the configuration that the role writes for the instance."""
         template = SOURCE / "integrations/ansible/roles/agent_compliance/templates/instance.conf.j2"
         written = self.directory / "nightly.conf"
         self.call("web1", "ansible.builtin.template", {"src": str(template), "dest": str(written)},
-                  "-e", json.dumps({"item": {"name": "nightly", "good": ["Compliant"]}}),
-                  ANSIBLE_CONFIG=str(config))
-        lines = [line for line in written.read_text().splitlines() if not line.startswith("#")]
+                  "-e", json.dumps({"item": {"name": "nightly", **instance}}), **environment)
+        return written.read_text()
+
+    def test_comment_of_a_configuration_may_have_several_lines(self):
+        config = self.directory / "ansible.cfg"
+        config.write_text("[defaults]\nansible_managed = Managed by Ansible\n  URL=x\n")
+        text = self.write_configuration({"good": ["Compliant"]}, ANSIBLE_CONFIG=str(config))
+        lines = [line for line in text.splitlines() if not line.startswith("#")]
         self.assertEqual(lines, ["GOOD_RESULTS=Compliant"])
-        self.assertIn("# Managed by Ansible\n", written.read_text())
+        self.assertIn("# Managed by Ansible\n", text)
+
+    def test_lists_of_a_configuration_may_be_one_text(self):
+        text = self.write_configuration({"good": "Compliant", "flags": "gather"})
+        lines = [line for line in text.splitlines() if not line.startswith("#")]
+        self.assertEqual(lines, ["FLAGS=gather", "GOOD_RESULTS=Compliant"])
 
     def test_evaluate_compares_UTF_8_in_the_C_locale(self):
         module = self.scratch / "collections/ansible_collections/clientcompliance/fleet/plugins/modules/evaluate.py"
