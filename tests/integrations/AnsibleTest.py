@@ -100,6 +100,12 @@ class LocalFleetTest(CollectionTest):
             self.assertEqual(report["options"]["acceptedResults"], good)
             self.assertEqual(report["totals"]["failingRows"], 0)
 
+    def test_relative_directory_is_refused(self):
+        self.store("web1", "Compliant")
+        output = self.report(2, "-e", "fleet_directory=relative")
+        self.assertIn("expected an absolute path as fleet_directory, not 'relative'", output)
+        self.assertEqual(list(self.scratch.rglob("relative")), [])
+
     def test_run_names_hosts_and_files_with_problems(self):
         self.store("web1", "Compliant")
         self.put("former", 0, "Compliant")
