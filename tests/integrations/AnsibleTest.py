@@ -240,6 +240,13 @@ class LocalFleetTest(CollectionTest):
         self.assertEqual(len(self.collected()), 2)
         self.assertIn(name, self.collected())
 
+    def test_failed_removal_is_reported_after_the_store(self):
+        unreadable = self.fleet / "results/web1/20260101T000000.000Z.json"
+        unreadable.mkdir(parents=True)
+        values = self.collect("Compliant", keep=1)
+        self.assertRegex(values["msg"], f"^older results were not removed: .*'{unreadable}'$")
+        self.assertTrue(os.path.isfile(values["file"]))
+
     def test_results_from_the_future_are_removed_first(self):
         former = self.put("web1", 1, "Compliant")
         for night in (-5, -9):

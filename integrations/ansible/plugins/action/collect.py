@@ -79,10 +79,7 @@ class ActionModule(ActionBase):
         result = self._execute_module("clientcompliance.fleet.evaluate", arguments,
                                       task_vars=task_vars)
         if "provenance" in result:
-            try:
-                self._store(result, os.path.join(directory, host), node_name, keep)
-            except (OSError, stored_result.ResultError) as error:
-                result.update(failed=True, msg="the result was not stored: {0}".format(error))
+            self._store_and_prune(result, os.path.join(directory, host), node_name, keep)
         for name in NOT_RETURNED:
             result.pop(name, None)
         return result
@@ -95,7 +92,19 @@ class ActionModule(ActionBase):
             raise AnsibleActionFail("keep: '{0}' is not a number of results".format(keep))
         return os.path.abspath(os.path.expanduser(directory)), int(keep)
 
-    def _store(self, result, directory, node_name, keep):
+    def _store_and_prune(self, result, directory, node_name, keep):
+        """Adds the reason of a failure to the result."""
+        failure = "the result was not stored"
+        try:
+            is_new = self._store(result, directory, node_name)
+            failure = "older results were not removed"
+            if is_new:
+                prune(directory, keep, os.path.basename(result["file"]))
+        except (OSError, stored_result.ResultError) as error:
+            result.update(failed=True, msg="{0}: {1}".format(failure, error))
+
+    def _store(self, result, directory, node_name):
+        """Returns whether the result is new and was stored. Raises OSError, ResultError."""
         document = returned_document(result)
         found = stored_result.subject_of(document)[0]
         if found != node_name.encode("utf-8"):
@@ -105,7 +114,8 @@ class ActionModule(ActionBase):
                     node_name))
         result["file"] = os.path.join(directory, file_name(document))
         result["changed"] = not os.path.exists(result["file"])
-        if result["changed"] and not self._play_context.check_mode:
-            data = json.dumps(document, ensure_ascii=False).encode("utf-8")
-            published_file.publish(result["file"], data)
-            prune(directory, keep, os.path.basename(result["file"]))
+        if not result["changed"] or self._play_context.check_mode:
+            return False
+        data = json.dumps(document, ensure_ascii=False).encode("utf-8")
+        published_file.publish(result["file"], data)
+        return True
