@@ -185,6 +185,16 @@ class FleetTest(CollectionTest):
             self.assertIn(line, text.splitlines())
         self.assertFalse(os.path.exists("/etc/clientcompliance/nightly.conf"), "not in the sandbox")
 
+    def test_role_accepts_switches_of_the_command_line(self):
+        self.copy_systemctl("web2")
+        play = self.scratch / "switches.yml"
+        play.write_text(ROLE.replace("hosts: web1", "hosts: web2").replace("keep: 7", "keep: 20000"),
+                        encoding="utf-8")
+        self.play(0, play, "-e", "agent_compliance_timer=false", "-e", "agent_compliance_check=no")
+        text = self.shell("web2", "cat /etc/clientcompliance/nightly.conf; ls /run/unit.*")
+        self.assertIn("KEEP_RESULTS=20000", text)
+        self.assertNotIn("unit.start", text)
+
     def test_role_keeps_a_configuration_if_the_new_one_is_invalid(self):
         self.copy_systemctl("web5")
         play = self.scratch / "invalid.yml"
