@@ -74,12 +74,18 @@ private:
     std::unique_ptr<ReportWriter> writer;
 };
 
+// True if a report goes to a terminal, where it would mix with the progress bar.
+bool WritesToTerminal(ReportCommandLine const& commandLine) {
+    return std::ranges::any_of(commandLine.outputs, &ReportOutput::IsStandardOutput) &&
+           isatty(STDOUT_FILENO) == 1;
+}
+
 // Shows progress and checks for stop signals. There are two passes, over the files and over the
 // entries; each counts as half of the work.
 class Steps {
 public:
-    explicit Steps(bool isQuiet)
-        : progress(isQuiet ? ProgressStyle::none : ProgressStyle::automatic) {}
+    explicit Steps(bool isHidden)
+        : progress(isHidden ? ProgressStyle::none : ProgressStyle::automatic) {}
 
     void StartPass(std::size_t theCount) {
         percentBefore = passes++ * percentOfPass;
@@ -217,7 +223,7 @@ int WriteReports(ReportCommandLine const& commandLine) {
     Targets targets;
     for (ReportOutput const& output : commandLine.outputs)
         targets.push_back(std::make_unique<Target>(output, commandLine.mode));
-    Steps steps(commandLine.quiet);
+    Steps steps(commandLine.quiet || WritesToTerminal(commandLine));
     Report report = ReadResults(options, std::move(files), steps);
     if (!commandLine.quiet)
         NoteRepeatedHosts(options, report);

@@ -38,12 +38,15 @@ protected:
         return Report(arguments).status;
     }
 
-    // Returns what the program writes to standard error, which is a terminal.
-    std::string OnTerminal(Texts const& arguments) const {
+    // Returns what the program writes to these descriptors, which are a terminal.
+    std::string OnTerminal(Texts const& arguments,
+                           std::vector<int> const& descriptors = {STDERR_FILENO}) const {
         EnvironmentVariable const type("TERM", "xterm");
         Terminal const screen;
-        Report(arguments, {.prepare = [&screen] {
-                   return dup2(screen.otherEnd(), STDERR_FILENO) >= 0;
+        Report(arguments, {.prepare = [&] {
+                   return std::ranges::all_of(descriptors, [&screen](int descriptor) {
+                       return dup2(screen.otherEnd(), descriptor) >= 0;
+                   });
                }});
         return screen.Read();
     }
@@ -185,6 +188,13 @@ TEST_F(ReportProgramTest, ProgressGoesToATerminalOnly) {
     EXPECT_EQ("", Report({"--json=-"}).errors);
     EXPECT_NE("", OnTerminal({"--json=-"}));
     EXPECT_EQ("", OnTerminal({"--json=-", "--quiet"}));
+}
+
+TEST_F(ReportProgramTest, ProgressDoesNotMixWithAReportOnTheTerminal) {
+    Store("good");
+    std::vector<int> const both = {STDOUT_FILENO, STDERR_FILENO};
+    EXPECT_THAT(OnTerminal({"--csv=-"}, both), AllOf(StartsWith("\"kind\""), EndsWith("\"\r\n")));
+    EXPECT_THAT(OnTerminal({"--csv", directory / "report.csv"}, both), HasSubstr("completed"));
 }
 
 TEST_F(ReportProgramTest, EachPassIsHalfOfTheProgress) {
