@@ -1,6 +1,7 @@
 #include "companions/Program.h"
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -59,6 +60,7 @@ int RunAndReport(Program const& program, std::function<int()> const& run) {
 
 int RunMain(Program const& program, std::function<int()> const& run) {
     OpenClosedStandardDescriptors(O_RDONLY);
+    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
     running = program;
     std::set_terminate(EndAfterException);
     try {

@@ -16,8 +16,10 @@ struct Program {
 };
 
 // Calls `run` and returns its result, the exit status. First opens the standard descriptors that
-// are closed (StandardDescriptors.h). If `run` throws a std::exception, writes a message and
-// returns the exit status for it. Reporting std::bad_alloc allocates no memory.
+// are closed (StandardDescriptors.h), and ignores SIGXFSZ, so writes fail with EFBIG instead.
+//
+// If `run` throws a std::exception, writes a message and returns the exit status for it. Reporting
+// std::bad_alloc allocates no memory.
 //
 // Installs a terminate handler: a std::bad_alloc that leaves a destructor or another noexcept
 // function ends the process with a message and `failureStatus`. The handler stays installed after

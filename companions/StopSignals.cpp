@@ -71,7 +71,6 @@ void CatchStopSignals() {
     for (int const signal : stopSignals)
         Catch(signal);
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 int StopSignal() { return firstSignal; }

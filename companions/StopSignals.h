@@ -8,7 +8,7 @@
 // Installs the handlers. The first SIGINT, SIGTERM or SIGHUP is only recorded. The second one has
 // its default action and terminates the process. A signal that was ignored before stays ignored.
 //
-// Ignores SIGPIPE and SIGXFSZ, so writes fail with EPIPE or EFBIG instead.
+// Ignores SIGPIPE, so writes fail with EPIPE instead.
 void CatchStopSignals();
 
 // Returns the number of the first stop signal, or 0 if none has been received.

@@ -245,6 +245,7 @@ TEST(OutputTest, ReportsExceededFileSizeLimit) {
         Terminal const screen;
         rlimit const limit{100, 100};
         ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+        signal(SIGXFSZ, SIG_IGN); // As RunMain does.
         EXPECT_EQ(EFBIG, ErrorOfWriting(std::string(1000, 'x'), screen.file()));
         EXPECT_EQ(std::string(100, 'x'), screen.ReadFile());
     });
