@@ -209,8 +209,8 @@ class FleetTest(CollectionTest):
 
     def test_role_refuses_values_a_configuration_cannot_contain(self):
         play = self.scratch / "role.yml"
-        for wrong in ("name: ../x", 'url: "x\\ty"', "document: 'a\"b'", "good: []", "good: ['a,b']",
-                      "good: ['a\\b']"):
+        for wrong in ("name: ../x", 'name: "nightly\\n"', 'url: "x\\ty"', "document: 'a\"b'",
+                      "good: []", "good: ['a,b']", "good: ['a\\b']"):
             key = wrong.split(":")[0]
             text = re.sub(rf"(?m)^( +(?:- )?){key}: .*$", lambda match: match[1] + wrong, ROLE)
             play.write_text(text, encoding="utf-8")
