@@ -124,6 +124,8 @@ public:
     // Reads a result. Adds a problem if the file is not a result of a known host.
     void Read(std::string const& file);
     void AddProblem(ReportProblem&& problem) { report.problems.push_back(std::move(problem)); }
+    // Replaces ReportOptions::now.
+    void SetTime(timespec const& now) { report.options.now = now; }
 
     // Returns the report. REQUIRES: this is the last call for this object.
     Report Finish();

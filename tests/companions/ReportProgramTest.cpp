@@ -223,18 +223,39 @@ TEST_F(ReportProgramTest, StopSignalKeepsTheOldReport) {
     EXPECT_EQ(2u, CountEntries(directory.path()));
 }
 
+// Opens a FIFO for writing when the program has opened it for reading.
+int OpenWriter(std::string const& fifo, OtherProgram& program) {
+    int writer = -1;
+    while ((writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK)) < 0 && program.IsRunning())
+        usleep(1000);
+    return writer;
+}
+
 TEST_F(ReportProgramTest, SignalTerminatesTheWaitForTheListOfHosts) {
     std::string const hosts = directory / "hosts";
     ASSERT_EQ(0, mkfifo(hosts.c_str(), 0600));
     OtherProgram program(
         {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
-    // Succeeds when the program has opened the FIFO.
-    int writer = -1;
-    while ((writer = open(hosts.c_str(), O_WRONLY | O_NONBLOCK)) < 0 && program.IsRunning())
-        usleep(1000);
+    int const writer = OpenWriter(hosts, program);
     program.Kill(SIGTERM);
     EXPECT_EQ(ExitStatus::Killed(SIGTERM), program.Wait().status);
     close(writer);
+}
+
+TEST_F(ReportProgramTest, TimeOfTheReportIsNotBeforeItsInputs) {
+    std::string const hosts = directory / "hosts";
+    ASSERT_EQ(0, mkfifo(hosts.c_str(), 0600));
+    OtherProgram program(
+        {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
+    int const writer = OpenWriter(hosts, program);
+    usleep(10'000);
+    std::string const before = FormatTimestamp(CurrentTime());
+    Store("good");
+    EXPECT_EQ(5, write(writer, "good\n", 5));
+    close(writer);
+    ProgramResult const result = program.Wait();
+    EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
+    EXPECT_LE(before, Json::parse(result.output).at("time").get<std::string>());
 }
 
 TEST_F(ReportProgramTest, RepeatedHostsAreNotedAndCountedOnce) {
