@@ -3,7 +3,7 @@
 #
 #     evaluate.sh URL DOC [FLAGS]
 #
-# Exit status: 0 finished, 1 no results, 2 wrong arguments.
+# Exit status: 0 finished, 1 no results or lost output, 2 wrong arguments.
 #
 # Limitations of the text output, which do not apply to programs that use the library:
 #  - The exit status of the tool is 0 even after a failure. Only the line with the number of rows
@@ -58,4 +58,4 @@ printf '%s\n' "$output" | awk '
         }
         for (i = 1; i <= rows; ++i)
             print row[i]
-    }'
+    }' || exit 1 # awk exits with 2 if its output is lost.

@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <ostream>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
@@ -185,6 +188,17 @@ TEST(ExamplesTest, ShellRejectsArgumentsThatTheToolRejects) {
         "usage: evaluate.sh URL DOC [FLAGS]; the flags are a number from 0 to 15\n";
     ExpectRefused({shell.front(), "url", "doc", "16"}, 2, usage);
     ExpectRefused({shell.front(), "url"}, 2, usage);
+}
+
+SANDBOX_TEST(ExamplesTest, ProgramsExitWith1IfOutputIsLost) {
+    for (Arguments const& command : {Timed("20"), evaluate, shell}) {
+        ScriptedAgent const agent(Finish(good));
+        ProgramOptions options = WithTool();
+        options.prepare = [] {
+            return dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO) >= 0;
+        };
+        EXPECT_EQ(ExitStatus::Exited(1), RunProgram(command, options).status) << command.front();
+    }
 }
 
 // The shell prints its own message first.
