@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <map>
 
 #include <nlohmann/json.hpp>
 
@@ -56,12 +57,11 @@ void AddTextOrNull(nlohmann::ordered_json& object, std::string const& name,
 }
 
 nlohmann::ordered_json MakeCounts(ResultCounts const& counts) {
-    nlohmann::ordered_json object = nlohmann::ordered_json::object();
-    for (auto const& [result, count] : counts) {
-        std::string const name = MakeReadable(result);
-        object[name] = object.value(name, 0U) + count;
-    }
-    return object;
+    // Not ordered_json, whose objects take linear time to find a member.
+    std::map<std::string, unsigned int> byName;
+    for (auto const& [result, count] : counts)
+        byName[MakeReadable(result)] += count;
+    return byName;
 }
 
 std::string EncodeBase64(std::string_view bytes) {
