@@ -95,8 +95,9 @@ Finding CheckModesOfResponseDirectory() {
 
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot) {
     fsblkcnt_t const blocks = isRoot ? fileSystem.f_bfree : fileSystem.f_bavail;
-    // f_files is 0 if the file system does not limit the number of inodes.
-    return blocks != 0 && (fileSystem.f_files == 0 || fileSystem.f_ffree != 0);
+    // The totals are 0 if the file system does not limit the number of blocks or inodes.
+    bool const hasBlock = fileSystem.f_blocks == 0 || blocks != 0;
+    return hasBlock && (fileSystem.f_files == 0 || fileSystem.f_ffree != 0);
 }
 
 Finding CheckSpace() {

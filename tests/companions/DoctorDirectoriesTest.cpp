@@ -108,8 +108,15 @@ SANDBOX_TEST(DoctorDirectoriesTest, ReportsDiskWithoutFreeInodes) {
     ExpectProblem("disk-full", requests, CheckSpace());
 }
 
+// As a tmpfs with the option size=0, and a ramfs.
+SANDBOX_TEST(DoctorDirectoriesTest, FileSystemWithoutSizeLimitHasSpace) {
+    ASSERT_EQ(0, mount("none", requests, "tmpfs", 0, "size=0,nr_inodes=0"));
+    ExpectOk(requests, CheckSpace());
+}
+
 TEST(DoctorDirectoriesTest, OnlyRootCanUseReservedBlocks) {
     struct statvfs fileSystem {};
+    fileSystem.f_blocks = 100;
     fileSystem.f_bfree = 100;
     EXPECT_TRUE(HasRoom(fileSystem, true));
     EXPECT_FALSE(HasRoom(fileSystem, false));
