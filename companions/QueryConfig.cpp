@@ -142,8 +142,14 @@ private:
         }
     }
 
-    static void CheckComment(std::string const& text) {
-        if (text.ends_with('\\') || text.ends_with("\\\r"))
+    static void CheckComment(std::string_view text) {
+        // The end of a line can be a carriage return and a line feed.
+        if (text.ends_with('\r'))
+            text.remove_suffix(1);
+        if (text.find_first_of(std::string_view("\r\0", 2)) != std::string_view::npos)
+            throw ConfigError("the comment has a carriage return, at which systemd ends it, or a "
+                              "NUL byte; accepted: a comment without them");
+        if (text.ends_with('\\'))
             throw ConfigError("the comment ends with a backslash, after which some versions of "
                               "systemd skip the next line; accepted: a comment that does not");
     }

@@ -39,6 +39,7 @@ struct QueryConfig {
 // would interpret differently or reject is a mistake:
 // - a quote, a backslash or a control character in a value
 // - a value that is not UTF-8
-// - a comment that ends with a backslash
+// - a comment that ends with a backslash, or contains a carriage return or a NUL byte; a carriage
+//   return at its end is accepted
 // - a byte order mark
 QueryConfig ReadQueryConfig(std::string const& path);

@@ -110,6 +110,17 @@ TEST_F(QueryConfigTest, RefusesTextThatSystemdReadsDifferently) {
             << comment;
 }
 
+// For systemd, a carriage return ends a comment. It refuses a file with a NUL byte.
+TEST_F(QueryConfigTest, RefusesCarriageReturnAndNulInComment) {
+    for (std::string const& comment :
+         {std::string("# a\rURL=http://host/"), std::string("#\r\r"), std::string("; a\0b", 5)})
+        EXPECT_EQ(Texts{"1: the comment has a carriage return, at which systemd ends it, or a NUL "
+                        "byte; accepted: a comment without them"},
+                  Mistakes(comment + "\nFLAGS=all\n"))
+            << comment;
+    EXPECT_EQ(2u, Read("# tab\tand line end\r\nFLAGS=all\n").flags);
+}
+
 TEST_F(QueryConfigTest, MessagesAreShort) {
     std::string const longText(60'000, 'x');
     for (std::string const& content :
