@@ -82,6 +82,8 @@ struct LockState {
     // The process ID; set only for `held`. 0: the holder is in another PID namespace. -1: the lock
     // is an open file description lock, which has no process (fcntl(2)).
     pid_t holder = 0;
+    // The error of open(2) or F_GETLK; set only for `unknown`, and 0 if neither was called.
+    int error = 0;
 };
 
 // Returns the state of the lock, by F_GETLK of fcntl(2). Takes no lock, opens the file for reading

@@ -1,6 +1,8 @@
 #include "companions/Doctor.h"
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -76,6 +78,22 @@ Finding CheckFile(FileFacts const& file) {
     return {check, Verdict::ok, "", "the lock is free"};
 }
 
+// Describes a lock file that passes the other checks, but whose lock AskForLock could not examine.
+Finding DescribeUnknown(int error) {
+    if (error == 0 || error == EACCES)
+        return {check, Verdict::problem, "lock-not-readable",
+                "this user cannot read the lock file, which evaluations open for reading and "
+                "writing; it is unknown whether the lock is held",
+                "run as a user with read permission, or give it to a group of this user "
+                "(chmod g+r)"};
+    return {
+        check, Verdict::problem, "lock-unknown",
+        std::string("it is unknown whether the lock is held: the system cannot examine the "
+                    "lock of ") +
+            AgentPaths::lockFile + ": " + std::strerror(error),
+        "check that the file system supports record locks (fcntl), and the limit of open files"};
+}
+
 } // namespace
 
 LockState AskForLock() {
@@ -87,14 +105,14 @@ LockState AskForLock() {
     // O_NONBLOCK: open(2) would block if a FIFO had replaced the file.
     int const file = open(AgentPaths::lockFile, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0)
-        return {LockState::unknown};
+        return {LockState::unknown, 0, errno};
     struct flock lock {};
     lock.l_type = F_WRLCK;
     lock.l_whence = SEEK_SET;
-    bool const answered = fcntl(file, F_GETLK, &lock) == 0;
+    int const error = fcntl(file, F_GETLK, &lock) == 0 ? 0 : errno;
     close(file);
-    if (!answered)
-        return {LockState::unknown};
+    if (error != 0)
+        return {LockState::unknown, 0, error};
     return lock.l_type == F_UNLCK ? LockState{LockState::none}
                                   : LockState{LockState::held, lock.l_pid};
 }
@@ -104,10 +122,6 @@ Finding CheckLock(LockState const& state) {
         return DescribeHolder(state.holder);
     Finding finding = CheckFile(FileFacts(AgentPaths::lockFile));
     if (finding.verdict == Verdict::ok && state.what == LockState::unknown)
-        return {check, Verdict::problem, "lock-not-readable",
-                "this user cannot read the lock file, which evaluations open for reading and "
-                "writing; it is unknown whether the lock is held",
-                "run as a user with read permission, or give it to a group of this user "
-                "(chmod g+r)"};
+        return DescribeUnknown(state.error);
     return finding;
 }

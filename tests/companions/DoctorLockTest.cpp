@@ -103,6 +103,7 @@ SANDBOX_TEST(DoctorLockTest, LockIsUnknownOnFileSystemWithoutLocks) {
     OtherProcess other([] {
         RefuseCall(SYS_fcntl, ENOLCK, {{1, F_GETLK}});
         EXPECT_EQ(LockState::unknown, AskForLock().what);
+        ExpectProblem("lock-unknown", "No locks available", Check());
     });
     EXPECT_EQ(ExitStatus::Exited(0), other.Wait());
 }
