@@ -90,6 +90,10 @@ std::size_t Output::Width() const {
         if (failure == std::errc() && *end == '\0' && columns > 0)
             return columns;
     }
+    return TerminalWidth();
+}
+
+std::size_t Output::TerminalWidth() const {
     winsize size{};
     if (terminal && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;

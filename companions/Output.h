@@ -32,9 +32,11 @@ public:
     bool IsTerminal() const { return terminal; }
     // Returns CharacterSetOfLocale() for a terminal, and unicode for everything else.
     CharacterSet Characters() const { return characters; }
-    // Returns the number of columns from the environment variable COLUMNS, or else from the
-    // terminal. Returns the maximum of the type if neither is available.
+    // Returns the number of columns from the environment variable COLUMNS, or else that of the
+    // terminal (TerminalWidth).
     std::size_t Width() const;
+    // Returns the number of columns of the terminal, or the maximum of the type.
+    std::size_t TerminalWidth() const;
 
 private:
     void WriteAll(std::string_view bytes);

@@ -12,13 +12,12 @@ namespace {
 
 constexpr int cells = 30;
 // Carriage return, then erase to the end of the line (ECMA-48).
-constexpr std::string_view clearLine = "\r\x1b[K";
+constexpr char clearLine[] = "\r\x1b[K";
 
-// Returns text that clears the line without escape sequences. It is longer than the bar with its
-// text, and shorter than 80 columns.
-std::string const& BlankLine() {
-    static std::string const line = '\r' + std::string(79, ' ') + '\r';
-    return line;
+// Returns text that clears the first columns of the line without escape sequences. It clears at
+// most 79 columns. The bar with its text is shorter.
+std::string BlankLine(std::size_t columns) {
+    return '\r' + std::string(std::min<std::size_t>(79, columns), ' ') + '\r';
 }
 
 bool IsDumbTerminal() {
@@ -26,17 +25,20 @@ bool IsDumbTerminal() {
     return type == nullptr || std::string_view(type).empty() || std::string_view(type) == "dumb";
 }
 
-std::string_view ClearLine() { return IsDumbTerminal() ? BlankLine() : clearLine; }
-
 ProgressStyle Resolve(ProgressStyle style) {
     if (style != ProgressStyle::automatic)
         return style;
     return isatty(STDERR_FILENO) ? ProgressStyle::bar : ProgressStyle::none;
 }
 
-void WriteToTerminal(std::string_view text) {
+// Replaces the line of the bar. Truncates the bar, because a longer line than that of the terminal
+// would wrap, and only its last part could be cleared.
+void Redraw(std::string_view bar) {
     Output output(STDERR_FILENO);
-    output.Write(text);
+    // The last column remains empty, because some terminals wrap after it.
+    std::size_t const columns = output.TerminalWidth() - 1;
+    output.Write(IsDumbTerminal() ? BlankLine(columns) : clearLine);
+    output.Write(bar.substr(0, columns));
     output.Flush();
 }
 
@@ -63,7 +65,7 @@ void Progress::Closing() { Show(100, "closing the evaluation"); }
 
 void Progress::Clear() {
     if (drawn)
-        WriteToTerminal(ClearLine());
+        Redraw("");
     drawn = false;
 }
 
@@ -72,6 +74,6 @@ void Progress::Show(int barPercent, std::string_view text) {
         WriteMessage("compliance-query", text);
     if (style != ProgressStyle::bar)
         return;
-    WriteToTerminal(std::string(ClearLine()) + DrawBar(barPercent) + ' ' + std::string(text));
+    Redraw(DrawBar(barPercent) + ' ' + std::string(text));
     drawn = true;
 }

@@ -6,8 +6,9 @@
 #include "companions/QueryCommandLine.h"
 
 // Shows progress as a bar or as lines, and ignores write errors. A bar is one line of a terminal,
-// redrawn at each step and removed at the end. It uses no escape sequences if the environment
-// variable TERM is "dumb", empty or not set. Lines are for logs: "compliance-query: TEXT".
+// redrawn at each step and removed at the end. A narrow terminal shows only its beginning. It uses
+// no escape sequences if the environment variable TERM is "dumb", empty or not set. Lines are for
+// logs: "compliance-query: TEXT".
 class Progress {
 public:
     // ProgressStyle::automatic selects a bar if standard error is a terminal, otherwise none.

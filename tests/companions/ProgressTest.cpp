@@ -6,9 +6,12 @@ namespace {
 
 // Returns what a body writes to standard error, which is a file or a terminal.
 template <typename Body>
-std::string ErrorsOf(Body const& body, bool terminal, char const* type = "xterm") {
+std::string ErrorsOf(Body const& body, bool terminal, char const* type = "xterm",
+                     unsigned short width = 0) {
     EnvironmentVariable const variable("TERM", type);
     Terminal screen;
+    winsize const size{24, width, 0, 0};
+    EXPECT_EQ(0, ioctl(screen.otherEnd(), TIOCSWINSZ, &size));
     OtherProcess other([&](Handshake& line) {
         dup2(terminal ? screen.otherEnd() : screen.file(), STDERR_FILENO);
         body();
@@ -82,6 +85,18 @@ TEST(ProgressTest, ClearsDrawnBarOnce) {
         progress.Clear();
     };
     EXPECT_EQ(Bar(0, "asking the agent") + gone, ErrorsOf(body, false));
+}
+
+// A longer line would wrap, and only its last part would be removed.
+TEST(ProgressTest, BarFitsIntoNarrowTerminal) {
+    auto const body = [] {
+        Progress(ProgressStyle::bar).Percent(50);
+    };
+    std::string const bar = '[' + std::string(15, '#') + std::string(15, '-') + "] 50% completed";
+    EXPECT_EQ(gone + bar.substr(0, 39) + gone, ErrorsOf(body, true, "xterm", 40));
+    EXPECT_EQ(gone + gone, ErrorsOf(body, true, "xterm", 1));
+    std::string const blank = '\r' + std::string(39, ' ') + '\r';
+    EXPECT_EQ(blank + bar.substr(0, 39) + blank, ErrorsOf(body, true, "dumb", 40));
 }
 
 TEST(ProgressTest, DumbTerminalReceivesNoEscapeSequence) {
