@@ -147,8 +147,7 @@ Finding CheckAgentProgram() {
     FileFacts const program(AgentPaths::program);
     if (program.IsUnknown())
         return {check, Verdict::problem, "agent-unreachable",
-                program.Path() + " cannot be examined: " + program.Reason(),
-                "give this user search permission for the directories above it"};
+                program.Path() + " cannot be examined: " + program.Reason(), program.Remedy()};
     if (program.IsMissing())
         return {check, Verdict::problem, "agent-missing", program.Path() + " is missing",
                 "install the agent"};

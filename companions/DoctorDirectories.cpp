@@ -21,7 +21,7 @@ Finding CheckExistence(char const* check, FileFacts const& directory) {
     if (directory.IsUnknown())
         return {check, Verdict::problem, "directory-unreachable",
                 directory.Path() + " cannot be examined: " + directory.Reason(),
-                "give this user search permission for the directories above it"};
+                directory.Remedy()};
     if (!directory.IsDirectory())
         return {check, Verdict::problem, "not-a-directory",
                 directory.Path() + " is not a directory",
@@ -119,6 +119,5 @@ Finding DescribeUnexaminable(char const* check, FileFacts const& entry) {
     FileFacts const directory(std::filesystem::path(entry.Path()).parent_path().c_str());
     if (directory.Refusal(X_OK) != 0)
         return {check, Verdict::skipped, "", message};
-    return {check, Verdict::problem, "entry-unreachable", message,
-            "look for errors of the file system in the system log"};
+    return {check, Verdict::problem, "entry-unreachable", message, entry.Remedy()};
 }

@@ -55,6 +55,13 @@ std::string FileFacts::OwnerAndMode() const {
 
 std::string FileFacts::Reason() const { return std::strerror(error); }
 
+std::string FileFacts::Remedy() const {
+    if (error == EACCES)
+        return "give this user search permission for the directories above it";
+    return error == ELOOP ? "remove the loop of symbolic links"
+                          : "look for errors of the file system in the system log";
+}
+
 long long FileFacts::AgeInSeconds() const {
     // Not time(2), which can be a few milliseconds behind the clock of file timestamps.
     return SecondsBetween(facts.st_mtim.tv_sec, CurrentTime().tv_sec);

@@ -50,6 +50,10 @@ public:
     std::string OwnerAndMode() const;
     // Returns the system's message for the error of lstat(2) or stat(2).
     std::string Reason() const;
+    // Returns the action that solves the problem of Reason().
+    //
+    // REQUIRES: IsUnknown().
+    std::string Remedy() const;
     // Returns the time since the last modification; negative if that is in the future. Saturates.
     //
     // REQUIRES: Exists().

@@ -48,6 +48,13 @@ SANDBOX_TEST(DoctorAgentTest, ReportsProgramInUnsearchableDirectory) {
         [] { ExpectProblem("agent-unreachable", "Permission denied", CheckAgentProgram()); });
 }
 
+SANDBOX_TEST(DoctorAgentTest, RemedyForLoopOfLinksIsNotPermission) {
+    fs::create_directories(fs::path(agentProgram).parent_path());
+    fs::create_symlink("VeskaClient", agentProgram);
+    ExpectProblem("agent-unreachable", "symbolic links", CheckAgentProgram());
+    EXPECT_EQ("remove the loop of symbolic links", CheckAgentProgram().remedy);
+}
+
 SANDBOX_TEST(DoctorAgentTest, FindsProcessOfRunningAgent) {
     OtherProgram const agent(Sandbox::InstallIdleAgent());
     Finding const finding = CheckAgentProcess();

@@ -50,6 +50,13 @@ SANDBOX_TEST(DoctorDirectoriesTest, ReportsDirectoryInUnsearchableDirectory) {
     });
 }
 
+SANDBOX_TEST(DoctorDirectoriesTest, RemedyForLoopOfLinksIsNotPermission) {
+    fs::remove(requests);
+    fs::create_symlink("RequestDir", requests);
+    ExpectProblem("directory-unreachable", "symbolic links", CheckRequestDirectory());
+    EXPECT_EQ("remove the loop of symbolic links", CheckRequestDirectory().remedy);
+}
+
 SANDBOX_TEST(DoctorDirectoriesTest, ReportsUnwritableDirectoryWithOwnerAndMode) {
     SetModes(0555);
     WithoutRights([] {

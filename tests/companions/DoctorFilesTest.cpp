@@ -66,6 +66,20 @@ SANDBOX_TEST(DoctorFilesTest, EntryIsTheSameUntilItsInodeChanges) {
     EXPECT_FALSE(FileFacts("/opt").HasSameEntryAs(FileFacts("/var/opt")));
 }
 
+SANDBOX_TEST(DoctorFilesTest, RemedyDependsOnTheErrorOfTheEntry) {
+    fs::create_symlink("loop", "/opt/loop");
+    EXPECT_EQ("remove the loop of symbolic links", FileFacts("/opt/loop").Remedy());
+    EXPECT_EQ("remove the loop of symbolic links", FileFacts("/opt/loop/file").Remedy());
+    EXPECT_EQ("look for errors of the file system in the system log",
+              FileFacts(std::string(5000, 'x').c_str()).Remedy());
+    fs::create_directory("/opt/closed");
+    SetMode("/opt/closed", 0);
+    WithoutRights([] {
+        EXPECT_EQ("give this user search permission for the directories above it",
+                  FileFacts("/opt/closed/file").Remedy());
+    });
+}
+
 // The times of two changes may differ only in their nanoseconds.
 SANDBOX_TEST(DoctorFilesTest, EntryDiffersAfterEachChange) {
     constexpr char const* path = "/opt/file";
