@@ -62,6 +62,9 @@ Finding CheckSpace();
 // Returns whether a block and an inode are free for the user; for CheckSpace. Only root can use the
 // reserved blocks of a file system.
 bool HasRoom(struct statvfs const& fileSystem, bool isRoot);
+// Returns the finding for a file or directory to which nobody can write, because its file system is
+// mounted read-only.
+Finding DescribeReadOnly(char const* check, FileFacts const& entry);
 // Returns the finding for a directory entry that cannot be examined: skipped if the check of its
 // directory reports the reason, otherwise a problem.
 //

@@ -58,9 +58,7 @@ Finding CheckRequestDirectory() {
         return finding;
     int const refusal = directory.Refusal(W_OK | X_OK);
     if (refusal == EROFS)
-        return {finding.check, Verdict::problem, "read-only-file-system",
-                directory.Path() + " is on a file system that is mounted read-only",
-                "remount the file system read-write"};
+        return DescribeReadOnly("request-directory", directory);
     if (refusal != 0)
         return {finding.check, Verdict::problem, "no-write-permission",
                 "this user cannot create files in " + directory.Path() + ": " +
@@ -112,6 +110,12 @@ Finding CheckSpace() {
                 "free space and inodes on that file system"};
     return {"space", Verdict::ok, "",
             std::string("the file system of ") + AgentPaths::requestDirectory + " has free space"};
+}
+
+Finding DescribeReadOnly(char const* check, FileFacts const& entry) {
+    return {check, Verdict::problem, "read-only-file-system",
+            entry.Path() + " is on a file system that is mounted read-only",
+            "remount the file system read-write"};
 }
 
 Finding DescribeUnexaminable(char const* check, FileFacts const& entry) {

@@ -1,5 +1,7 @@
 #include "companions/Doctor.h"
 
+#include <cerrno>
+
 #include <unistd.h>
 
 #include "companions/DoctorFiles.h"
@@ -81,7 +83,10 @@ Finding CheckTemporaryRequest() {
         return {check, Verdict::problem, "temporary-request-not-a-file",
                 file.Path() + " is not a regular file, so no request can be written",
                 "remove or rename it"};
-    if (file.Refusal(R_OK | W_OK) != 0 || IsProtectedByStickyDirectory(file, directory))
+    int const refusal = file.Refusal(R_OK | W_OK);
+    if (refusal == EROFS)
+        return DescribeReadOnly(check, file);
+    if (refusal != 0 || IsProtectedByStickyDirectory(file, directory))
         return {check, Verdict::problem, "temporary-request-not-writable",
                 "this user cannot read and write " + file.Path() + ": " + file.OwnerAndMode(),
                 "remove it as its owner or as root"};

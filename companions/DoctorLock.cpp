@@ -63,7 +63,10 @@ Finding CheckFile(FileFacts const& file) {
     if (!file.IsRegularFile())
         return {check, Verdict::problem, "lock-not-a-file", file.Path() + " is not a regular file",
                 "remove or rename it"};
-    if (file.Refusal(W_OK) != 0)
+    int const refusal = file.Refusal(W_OK);
+    if (refusal == EROFS)
+        return DescribeReadOnly(check, file);
+    if (refusal != 0)
         return {check, Verdict::problem, "lock-not-writable",
                 "this user cannot write to " + file.Path() + ": " + file.OwnerAndMode(),
                 "run as a user with write permission, or give it to a group of this user "

@@ -97,8 +97,12 @@ SANDBOX_TEST(DoctorDirectoriesTest, ReportsModesThatLetAllUsersWrite) {
 
 SANDBOX_TEST(DoctorDirectoriesTest, ReportsReadOnlyFileSystem) {
     SmallFileSystem disk(requests);
+    WriteWholeFile(disk / "lockfile", "");
+    WriteWholeFile(disk / "requestTemp.xml", "");
     disk.MakeReadOnly();
     ExpectProblem("read-only-file-system", requests, CheckRequestDirectory());
+    ExpectProblem("read-only-file-system", "/lockfile", CheckLock(AskForLock()));
+    ExpectProblem("read-only-file-system", "/requestTemp.xml", CheckTemporaryRequest());
 }
 
 SANDBOX_TEST(DoctorDirectoriesTest, ReportsFullDisk) {

@@ -49,6 +49,15 @@ SANDBOX_TEST(LockRefusalTest, UnusableLockFileOrDirectoryIsExchangeFailure) {
     ExpectRefused(QueryExit::exchangeFailed, false, ScriptedAgent::requestDirectory);
 }
 
+SANDBOX_TEST(LockRefusalTest, ReadOnlyFileSystemIsNotAMissingPermission) {
+    Sandbox::InstallAgent();
+    SmallFileSystem small(ScriptedAgent::requestDirectory);
+    WriteWholeFile(ScriptedAgent::lockFile, "");
+    small.MakeReadOnly();
+    ExpectRefused(QueryExit::exchangeFailed, false,
+                  "is on a file system that is mounted read-only");
+}
+
 SANDBOX_TEST(LockRefusalTest, FullDiskWithoutLockFileIsExchangeFailure) {
     Sandbox::InstallAgent();
     SmallFileSystem const small(ScriptedAgent::requestDirectory, {.inodes = 1});
