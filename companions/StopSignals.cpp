@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 
 #include <poll.h>
 #include <signal.h>
@@ -10,15 +11,36 @@ namespace {
 
 constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+constexpr time_t minSecondsBetweenSignals = 1;
+
 volatile std::sig_atomic_t firstSignal = 0;
+// The monotonic time of the first signal. Only the handler uses it.
+timespec firstTime{};
+
+timespec Now() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now;
+}
+
+// True for a repetition of the first signal, by a shell whose terminal hangs up, or by timeout(1).
+bool IsRepetition(timespec const& now) {
+    time_t const passed = now.tv_sec - firstTime.tv_sec;
+    return passed < minSecondsBetweenSignals ||
+           (passed == minSecondsBetweenSignals && now.tv_nsec < firstTime.tv_nsec);
+}
 
 // A signal raised within its own handler is delivered when the handler returns; its action is the
 // default by then.
 void NoteSignal(int signal) {
-    if (firstSignal == 0) { // GCOVR_EXCL_BR_LINE: otherwise, it ends the process
+    timespec const now = Now();
+    if (firstSignal == 0) {
+        firstTime = now;
         firstSignal = signal;
         return;
     }
+    if (IsRepetition(now)) // GCOVR_EXCL_BR_LINE: otherwise, it ends the process
+        return;
     static_cast<void>(std::signal(signal, SIG_DFL)); // GCOVR_EXCL_LINE: it ends the process
     static_cast<void>(raise(signal));                // GCOVR_EXCL_LINE: it ends the process
 }
@@ -30,6 +52,9 @@ void Catch(int signal) {
         return;
     struct sigaction action {};
     action.sa_handler = NoteSignal;
+    // No stop signal interrupts the handler.
+    for (int const other : stopSignals)
+        sigaddset(&action.sa_mask, other);
     sigaction(signal, &action, nullptr);
 }
 

@@ -5,8 +5,10 @@
 
 #include <chrono>
 
-// Installs the handlers. The first SIGINT, SIGTERM or SIGHUP is only recorded. The second one has
-// its default action and terminates the process. A signal that was ignored before stays ignored.
+// Installs the handlers. The first SIGINT, SIGTERM or SIGHUP is only recorded. Signals during the
+// following second have no effect, because a terminal that hangs up, its shell and timeout(1) may
+// send several. A later one has its default action and terminates the process. A signal that was
+// ignored before stays ignored.
 //
 // Ignores SIGPIPE, so writes fail with EPIPE instead.
 void CatchStopSignals();

@@ -29,6 +29,21 @@ SANDBOX_TEST(QuerySignalsTest, FirstSignalClosesTheEvaluation) {
     }
 }
 
+// For example from a terminal that hangs up, and from its shell.
+SANDBOX_TEST(QuerySignalsTest, RepeatedSignalClosesTheEvaluation) {
+    ScriptedAgent const agent(QueryScript({ProgressResponse("3", "0", "10")}));
+    fs::create_directory("/opt/results");
+    OtherProgram program(QueryCommand({"-d", "-o", "/opt/results/rows"}));
+    agent.AwaitRequests(2);
+    for (int repetition = 0; repetition < 3; ++repetition) {
+        program.Kill(SIGHUP);
+        std::this_thread::sleep_for(milliseconds(20));
+    }
+    ExpectExit(129, "compliance-query: ended early by SIGHUP\n", program.Wait());
+    ExpectClosed(agent);
+    EXPECT_EQ(0u, CountEntries("/opt/results"));
+}
+
 SANDBOX_TEST(QuerySignalsTest, SignalDuringTheCloseAddsNoSecondDocument) {
     ScriptedAgent const agent(AgentScript()
                                   .Answer(OpenResponse())
@@ -80,6 +95,7 @@ SANDBOX_TEST(QuerySignalsTest, SecondSignalEndsTheProgramImmediately) {
     program.Kill(SIGINT);
     // The request to close, which nobody answers.
     agent.AwaitRequests(3);
+    std::this_thread::sleep_for(milliseconds(1100));
     program.Kill(SIGTERM);
     EXPECT_EQ(ExitStatus::Killed(SIGTERM), program.Wait().status);
     EXPECT_FALSE(IsLocked());

@@ -54,14 +54,36 @@ TEST(StopSignalsTest, FirstSignalIsRecorded) {
         });
 }
 
+// Raises the first signal, and waits until the next one counts as the second one.
+void RaiseFirst(int signal) {
+    raise(signal);
+    std::this_thread::sleep_for(milliseconds(1050));
+}
+
 TEST(StopSignalsTest, SecondSignalOfAnyKindEndsTheProcess) {
+    std::vector<std::pair<int, std::unique_ptr<OtherProcess>>> processes;
     for (int const first : {SIGINT, SIGTERM, SIGHUP})
         for (int const second : {SIGINT, SIGTERM, SIGHUP})
-            EXPECT_EQ(ExitStatus::Killed(second), EndOf([&] {
-                          raise(first);
-                          raise(second);
-                          ADD_FAILURE() << "the process did not end";
-                      }));
+            processes.emplace_back(second, std::make_unique<OtherProcess>([first, second] {
+                                       CatchStopSignals();
+                                       RaiseFirst(first);
+                                       raise(second);
+                                       ADD_FAILURE() << "the process did not end";
+                                   }));
+    for (auto const& [second, process] : processes)
+        EXPECT_EQ(ExitStatus::Killed(second), process->Wait(seconds(20)));
+}
+
+// A terminal that hangs up, a shell and timeout(1) send two signals within a moment.
+TEST(StopSignalsTest, SignalsWithinOneSecondCountAsOne) {
+    for (int const first : {SIGINT, SIGTERM, SIGHUP})
+        for (int const second : {SIGINT, SIGTERM, SIGHUP})
+            ExpectReturn([&] {
+                raise(first);
+                raise(second);
+                raise(second);
+                EXPECT_EQ(first, StopSignal());
+            });
 }
 
 TEST(StopSignalsTest, SignalEndsSleep) {
@@ -177,7 +199,7 @@ TEST(StopSignalsTest, DoesNotHoldSignalsThatAreBlocked) {
 
 TEST(StopSignalsTest, SecondSignalDuringSleepEndsTheProcess) {
     EXPECT_EQ(ExitStatus::Killed(SIGINT), EndOf([] {
-                  raise(SIGTERM);
+                  RaiseFirst(SIGTERM);
                   signalBeforeWait = SIGINT;
                   SleepUnlessStopped(minutes(1));
               }));
