@@ -285,14 +285,18 @@ private:
     ResultCheck check;
 };
 
-// Throws CommandLineError if --prometheus names the file of --output or of standard output. Called
-// before a request is sent.
+// Throws CommandLineError if two of these are the same file: the rows, the metrics and the
+// configuration. Called before a request is sent.
 void RefuseSharedOutputs(QueryCommandLine const& commandLine) {
-    if (!commandLine.metricsFile)
-        return;
-    NamedFile const rows = commandLine.outputFile ? NamedFile{"--output", *commandLine.outputFile}
-                                                  : NamedFile{"standard output", "-", true};
-    RefuseSharedFiles({rows, {"--prometheus", *commandLine.metricsFile}}, {});
+    std::vector<NamedFile> outputs = {commandLine.outputFile
+                                          ? NamedFile{"--output", *commandLine.outputFile}
+                                          : NamedFile{"standard output", "-", true}};
+    if (commandLine.metricsFile)
+        outputs.push_back({"--prometheus", *commandLine.metricsFile});
+    std::vector<NamedFile> inputs;
+    if (!commandLine.config.empty())
+        inputs.push_back({"--config", QueryConfigPath(commandLine.config)});
+    RefuseSharedFiles(outputs, inputs);
 }
 
 int RunQuery(QueryCommandLine const& commandLine, char** arguments) {

@@ -56,6 +56,22 @@ SANDBOX_TEST(QueryConfigFileTest, InvalidConfigurationKeepsTheMetrics) {
     }
 }
 
+SANDBOX_TEST(QueryConfigFileTest, RefusesConfigurationFileAsOutput) {
+    ConfigurationDirectory const directory;
+    ScriptedAgent const agent(AgentScript().AwaitRequest());
+    std::string const file = "/etc/clientcompliance/night.conf";
+    std::string const content = ReadWholeFile(file);
+    for (std::string const option : {"--output", "--prometheus"})
+        ExpectExit(2,
+                   "compliance-query: --config '" + file + "' and " + option + " '" + file +
+                       "' are the same file; accepted: a separate file for each output\n",
+                   RunQuery({"--config=night", option, file}));
+    EXPECT_EQ(ExitStatus::Exited(2),
+              RunShell("'" CC_QUERY_PROGRAM "' --config=night >>" + file).status);
+    EXPECT_EQ(content, ReadWholeFile(file));
+    EXPECT_THAT(agent.Requests(), IsEmpty());
+}
+
 SANDBOX_TEST(QueryConfigFileTest, OptionsReplaceTheValuesOfTheFile) {
     ConfigurationDirectory const directory;
     QueryRun const run =
