@@ -68,7 +68,8 @@ void NoteProvenance(DiffSide const& oldSide, DiffSide const& newSide,
         return;
     StoredProvenance const& before = *oldSide.result.provenance;
     StoredProvenance const& after = *newSide.result.provenance;
-    NoteOther("hosts", before.host, after.host, notes);
+    if (FoldHostName(before.host) != FoldHostName(after.host))
+        NoteOther("hosts", before.host, after.host, notes);
     NoteOther("documents", TextOr(before.document, "(the default)"),
               TextOr(after.document, "(the default)"), notes);
     NoteOther("sites", TextOr(before.url, "(the default)"), TextOr(after.url, "(the default)"),

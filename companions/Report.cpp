@@ -99,13 +99,6 @@ void SortHosts(std::vector<std::string>& hosts) {
 
 } // namespace
 
-std::string FoldHostName(std::string name) {
-    std::ranges::transform(name, name.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return name;
-}
-
 char const* NameOf(Condition condition) {
     return conditionFacts[static_cast<std::size_t>(condition)].name;
 }

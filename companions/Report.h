@@ -43,10 +43,6 @@ constexpr std::size_t maxResultNames = 16;
 constexpr std::size_t maxCountedResults = 1'000;
 constexpr std::size_t maxHostNameLength = 255;
 
-// Returns the name in lower case. Host names are case-insensitive, for ASCII letters only
-// (RFC 4343).
-std::string FoldHostName(std::string name);
-
 struct ReportOptions {
     std::vector<std::string> acceptedResults = {};
     bool allowEmpty = false;

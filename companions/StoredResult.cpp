@@ -551,6 +551,13 @@ void Parse(Source& source, DocumentHandler& handler) {
 
 } // namespace
 
+std::string FoldHostName(std::string name) {
+    std::ranges::transform(name, name.begin(), [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    });
+    return name;
+}
+
 bool FileState::operator==(FileState const& other) const {
     return std::tie(device, inode, size, modified.tv_sec, modified.tv_nsec) ==
            std::tie(other.device, other.inode, other.size, other.modified.tv_sec,

@@ -41,6 +41,10 @@ struct StoredProvenance {
     bool operator==(StoredProvenance const&) const = default;
 };
 
+// Returns the name in lower case. Host names are case-insensitive, for ASCII letters only
+// (RFC 4343).
+std::string FoldHostName(std::string name);
+
 // Identifies a version of a file's content. Differs after a replacement, and after a write unless
 // that leaves the size and the modification time unchanged.
 struct FileState {

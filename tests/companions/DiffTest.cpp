@@ -107,6 +107,8 @@ TEST(DiffTest, RegressionIsAChangeFromGoodToOtherResult) {
 TEST(DiffTest, NotesListDifferencesOfTheProvenance) {
     Sides sides({}, {});
     EXPECT_EQ(Texts(), sides.Notes());
+    sides.newSide.result.provenance->host = "Web1"; // The same host.
+    EXPECT_EQ(Texts(), sides.Notes());
     sides.newSide.result.provenance->host = "web2";
     sides.newSide.result.provenance->document.reset();
     sides.newSide.result.provenance->url = "u";
