@@ -177,6 +177,8 @@ void ReportBuilder::Add(ReportEntry&& entry) {
     Key const key(FoldHostName(known.host), known.url, known.document);
     digests[key].insert(digest);
     auto const [found, isFirst] = newest.try_emplace(key);
+    if (isFirst)
+        ++sites[{std::get<0>(key), known.document}];
     if (isFirst || RecencyOf(entry) > RecencyOf(found->second))
         found->second = std::move(entry);
 }
@@ -267,6 +269,7 @@ void ReportBuilder::Total(ReportEntry const& entry) {
 Report ReportBuilder::Finish() {
     for (auto& [key, entry] : newest) {
         entry.olderResults = digests[key].size() - 1;
+        entry.hasOtherSites = sites[{std::get<0>(key), std::get<2>(key)}] > 1;
         report.entries.push_back(std::move(entry));
     }
     newest.clear();

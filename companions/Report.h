@@ -68,6 +68,8 @@ struct ReportEntry {
     std::size_t otherRows = 0;
     // The number of older results, without copies.
     std::size_t olderResults = 0;
+    // True if another entry has the same host and document, and another URL.
+    bool hasOtherSites = false;
     // Sorted, without duplicates.
     std::vector<Condition> conditions = {};
 };
@@ -157,6 +159,8 @@ private:
     Report report;
     std::map<Key, ReportEntry> newest;
     std::map<Key, std::set<std::size_t>> digests;
+    // The number of entries by folded host and document.
+    std::map<std::pair<std::string, std::optional<std::string>>, std::size_t> sites;
     std::map<std::string, std::vector<Interval>> intervalsOfHosts; // by folded name
     std::set<std::string> hostsOfTwoMachines;                      // folded names
 };

@@ -80,7 +80,13 @@ std::string Shorten(std::string const& text) {
     return text.substr(0, length) + "... (" + std::to_string(text.size() - length) + " more bytes)";
 }
 
+std::string DocumentOf(ReportEntry const& entry) {
+    StoredProvenance const& known = *entry.result.provenance;
+    std::string const document = known.document.value_or("(the default)");
+    return entry.hasOtherSites ? document + " (" + known.url.value_or("") + ")" : document;
+}
+
 std::string NameOfEntry(ReportEntry const& entry) {
     bool const hasDocument = entry.hasResult && entry.result.provenance->document;
-    return hasDocument ? entry.host + " (" + *entry.result.provenance->document + ")" : entry.host;
+    return hasDocument ? entry.host + " (" + DocumentOf(entry) + ")" : entry.host;
 }

@@ -70,7 +70,11 @@ std::string EscapeMarkdown(std::string const& text);
 // Truncates text of more than maxShownBytes, and appends the number of omitted bytes.
 std::string Shorten(std::string const& text);
 
-// Returns "host", or "host (document)".
+// Returns the document of an entry with a result. Adds the site if other entries need it: "document
+// (site)".
+std::string DocumentOf(ReportEntry const& entry);
+
+// Returns "host", or "host (document)" with the text of DocumentOf.
 std::string NameOfEntry(ReportEntry const& entry);
 
 // The files of templates/, and the SHA-256 digests of the style sheet and of the script in

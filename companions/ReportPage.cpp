@@ -14,8 +14,6 @@ namespace {
 
 namespace Mustache = kainjow::mustache;
 
-constexpr char defaultDocument[] = "(the default)";
-
 // Returns a class of report.css.
 char const* KindOf(ReportEntry const& entry) {
     if (!entry.conditions.empty())
@@ -120,7 +118,7 @@ Mustache::data MakeHost(ReportEntry const& entry, std::size_t rank) {
     data.set("results", JoinCounts(entry));
     SetOptional(data, "failure", Shorten(entry.result.message));
     StoredProvenance const known = entry.result.provenance.value_or(StoredProvenance{});
-    data.set("document", entry.hasResult ? Shorten(known.document.value_or(defaultDocument)) : "");
+    data.set("document", entry.hasResult ? Shorten(DocumentOf(entry)) : "");
     SetOptional(data, "start", known.start.text);
     data.set("age", entry.hasResult ? FormatAge(entry.age) : "never");
     // A host without a result sorts after all ages.
@@ -130,7 +128,7 @@ Mustache::data MakeHost(ReportEntry const& entry, std::size_t rank) {
 
 Mustache::data MakeFailingRow(ReportEntry const& entry, StoredRow const& row) {
     Mustache::data data;
-    data.set("rowHost", Shorten(entry.host));
+    data.set("rowHost", Shorten(NameOfEntry(entry)));
     data.set("designator", Shorten(row[designatorField]));
     data.set("result", Shorten(row[resultField]));
     data.set("description", Shorten(row[4]));

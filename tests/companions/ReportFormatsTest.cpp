@@ -133,6 +133,24 @@ TEST(ReportFormatsTest, PageShowsTheExactMaximumAge) {
     }
 }
 
+TEST(ReportFormatsTest, EntriesOfOtherSitesHaveTheSiteInTheirNames) {
+    ReportEntry entry = EntryOf("web1", 0, 0);
+    for (auto const& [hasOtherSites, document] :
+         {std::pair{false, "Doc.xml"}, {true, "Doc.xml (u)"}}) {
+        entry.hasOtherSites = hasOtherSites;
+        std::string const name = std::string("web1 (") + document + ")";
+        EXPECT_THAT(Format(ReportFormat::junit, {FailingRow("c")}, entry),
+                    AllOf(HasSubstr("<testsuite name=\"" + name + "\""),
+                          HasSubstr("classname=\"" + name + "\"")));
+        EXPECT_THAT(Format(ReportFormat::html, {FailingRow("c")}, entry),
+                    AllOf(HasSubstr(std::string("data-label=\"Document\">") + document + "<"),
+                          HasSubstr("<th scope=\"row\">" + name + "</th><td data-label=\"Desig")));
+    }
+    EXPECT_THAT(
+        Format(ReportFormat::markdown, {FailingRow("c")}, entry),
+        AllOf(HasSubstr("| web1 | Doc.xml (u) |"), HasSubstr("| web1 (Doc.xml (u)) | d |")));
+}
+
 TEST(ReportFormatsTest, PartsOfTheBarAreAdjacent) {
     Report report;
     report.entries.resize(10, EntryOf("web1", 1, 1));

@@ -151,6 +151,27 @@ TEST_F(ReportTest, MostFrequentResultsAreCountedByName) {
     EXPECT_EQ(report.totals.rows, sum);
 }
 
+TEST_F(ReportTest, EntriesOfOneDocumentOfTwoSitesAreMarked) {
+    auto const store = [this](char const* name, char const* host, char const* url,
+                              char const* document, time_t start) {
+        Provenance provenance = ProvenanceOf(host, start);
+        provenance.url = url;
+        provenance.document = document;
+        Store(name, provenance, {ResultRow("d", "Pass")});
+    };
+    store("a", "web1", "u", "d", resultTime);
+    store("b", "WEB1", "v", "d", resultTime + 1'000);
+    store("c", "web1", "v", "d", resultTime + 2'000);
+    store("e", "web1", "u", "other", resultTime + 3'000);
+    store("f", "web2", "u", "d", resultTime);
+    Texts marked;
+    for (ReportEntry const& entry : Make().entries)
+        if (entry.hasOtherSites)
+            marked.push_back(*entry.result.provenance->url + *entry.result.provenance->document);
+    std::ranges::sort(marked);
+    EXPECT_EQ((Texts{"ud", "vd"}), marked);
+}
+
 TEST_F(ReportTest, ReadsRowsAgainUnlessTheFileWasChanged) {
     std::string const file =
         Store("a", ProvenanceOf("web1"), {ResultRow("x", "Pass"), ResultRow("y", "Fail")});
