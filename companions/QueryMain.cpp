@@ -217,7 +217,7 @@ private:
 
     // If the output cannot be written or published, writes a message and returns false.
     bool PublishOutput() {
-        if (!FinishOutput(program, *output, "the rows"))
+        if (!FinishOutput(program, *output, count < 0 ? "the document" : "the rows"))
             return false;
         try {
             if (file)
@@ -251,7 +251,8 @@ private:
     }
 
     // Writes the message. With --json or --ndjson, also writes a document, unless rows have been
-    // written, or --output is used without --keep-failures. Returns the exit status.
+    // written, or --output is used without --keep-failures. Returns the exit status: that of the
+    // failure, also if standard output is lost.
     int Fail(EvaluationEnd const& end, JsonFailure const& failure) {
         WriteMessage(program, failure.message);
         bool const asJson =
@@ -259,8 +260,7 @@ private:
         bool const wanted = file ? commandLine.keepFailures : true;
         if (asJson && wanted && count < 0) {
             WriteFailure(failure, recorder.Finish(end.response, end.responseUnchanged), *output);
-            output->Flush();
-            if (file && !PublishOutput())
+            if (!PublishOutput() && file)
                 return Number(QueryExit::outputFailed);
         }
         return failure.exitStatus;

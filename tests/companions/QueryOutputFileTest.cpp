@@ -101,10 +101,11 @@ SANDBOX_TEST(QueryOutputFileTest, FullDiskKeepsFile) {
                Query({"-d", "--json", "-o", resultFile}, FinishingScript()));
     EXPECT_EQ("old", ReadWholeFile(resultFile));
     std::string const failure = "compliance-query: the agent reports the error 5\n";
-    ExpectExit(
-        8, failure + "compliance-query: the rows could not be written: No space left on device\n",
-        Query({"-d", "--json", "--keep-failures", "-o", resultFile},
-              QueryScript({ProgressResponse("2", "5")})));
+    ExpectExit(8,
+               failure +
+                   "compliance-query: the document could not be written: No space left on device\n",
+               Query({"-d", "--json", "--keep-failures", "-o", resultFile},
+                     QueryScript({ProgressResponse("2", "5")})));
     EXPECT_EQ("old", ReadWholeFile(resultFile));
     EXPECT_EQ(2u, CountEntries(resultDirectory));
 }

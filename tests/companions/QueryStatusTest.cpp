@@ -136,6 +136,16 @@ SANDBOX_TEST(QueryStatusTest, ExitsWith8IfRowsCannotBeWritten) {
     ExpectOutputFailure("File too large", {.limits = {{RLIMIT_FSIZE, 100'000}}}, ManyRows());
 }
 
+SANDBOX_TEST(QueryStatusTest, LostFailureDocumentKeepsTheStatusOfTheFailure) {
+    ExpectExit(3,
+               "compliance-query: the agent is not installed, or this user cannot access its "
+               "program (code -1)\n"
+               "compliance-query: the document could not be written: No space left on device\n",
+               RunQuery({"--json", "-d"}, {.prepare = [] {
+                            return dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO) >= 0;
+                        }}));
+}
+
 TEST(QueryStatusTest, ExitsWith8IfHelpCannotBeWritten) {
     EXPECT_EQ(ExitStatus::Exited(8), RunQuery({"--help"}, {.closedDescriptors = {1}}).status);
 }
