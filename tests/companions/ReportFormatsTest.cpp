@@ -144,7 +144,7 @@ TEST(ReportFormatsTest, EntriesOfOtherSitesHaveTheSiteInTheirNames) {
                           HasSubstr("classname=\"" + name + "\"")));
         EXPECT_THAT(Format(ReportFormat::html, {FailingRow("c")}, entry),
                     AllOf(HasSubstr(std::string("data-label=\"Document\">") + document + "<"),
-                          HasSubstr("<th scope=\"row\">" + name + "</th><td data-label=\"Desig")));
+                          HasSubstr("<th scope=\"row\">" + name + "</th><td data-label=\"")));
     }
     EXPECT_THAT(
         Format(ReportFormat::markdown, {FailingRow("c")}, entry),
