@@ -38,7 +38,7 @@ Finding DescribeWaiting(FileFacts const& file, LockState::What lock) {
                 "a request is waiting for the agent, and it is unknown whether its evaluation has "
                 "ended: " +
                     facts,
-                "run compliance-doctor as a user with read permission for the lock file",
+                "solve the problem of the lock first, and run compliance-doctor again",
                 {},
                 age};
     return {check,
