@@ -1,0 +1,46 @@
+#!/usr/bin/python3
+"""Arguments, messages and environment of the scripts, with stubs of the programs that they run."""
+
+import os
+import unittest
+
+from support import SOURCE, ScratchTest, must, run, scratch_repository
+
+SCRIPTS = [".ci/run", *(f"scripts/{name}" for name in (
+    "coverage", "demo", "fuzz", "gates", "package", "release", "setup", "test", "test-on"))]
+
+
+class ScriptsTest(ScratchTest):
+    """Each test has a copy of the scripts. Programs below `bin` replace those of the system."""
+
+    def setUp(self):
+        super().setUp()
+        self.project = self.root / "project"
+        scratch_repository(self.project, [*SCRIPTS, "CMakeLists.txt", "CHANGELOG.md"])
+        self.path = f"{self.root}/bin:{os.environ['PATH']}"
+
+    def write_stub(self, name, *lines):
+        path = self.root / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_text("\n".join(["#!/bin/sh", *lines, ""]), encoding="utf-8")
+        path.chmod(0o755)
+
+    def execute(self, *command, **environment):
+        return run(*command, directory=self.project, PATH=self.path, **environment)
+
+
+class BuildTest(ScriptsTest):
+    def test_scripts_print_the_errors_of_a_failed_build(self):
+        self.write_stub("bin/cmake", '[ "$1" != --build ] || { echo "main.cpp:1: error"; exit 1; }')
+        for name in ("bin/clang-format-14", "project/scripts/setup", "project/scripts/check",
+                     "project/scripts/analyze"):
+            self.write_stub(name)
+        for command in ("scripts/demo", "scripts/gates", "scripts/test", ".ci/run"):
+            with self.subTest(command):
+                result = self.execute(command, BUILD_DIR="build/stub")
+                self.assertNotEqual(result.returncode, 0)
+                self.assertIn("main.cpp:1: error", result.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
