@@ -42,5 +42,23 @@ class BuildTest(ScriptsTest):
                 self.assertIn("main.cpp:1: error", result.stdout)
 
 
+class FolderTest(ScriptsTest):
+    def test_scripts_use_their_own_tree_despite_cdpath(self):
+        for folder in (".ci", "scripts"):
+            (self.root / "other" / folder).mkdir(parents=True)
+        self.write_stub("project/scripts/setup", 'echo "setup in $PWD"; exit 3')
+        in_project = f"setup in {self.project.resolve()}\n"
+        for command, message in (
+                ("scripts/demo", in_project), ("scripts/test", in_project),
+                ("scripts/coverage", in_project), ("scripts/package", in_project),
+                ("scripts/fuzz", "the targets are"), (".ci/run", in_project),
+                ("scripts/test-on", "usage: "),
+                ("scripts/release", "the working tree has changes")):
+            with self.subTest(command):
+                result = self.execute(command, CDPATH=str(self.root / "other"))
+                self.assertNotIn(str(self.root / "other"), result.stdout)
+                self.assertIn(message, result.stdout)
+
+
 if __name__ == "__main__":
     unittest.main(verbosity=2)
