@@ -4,10 +4,11 @@
 import os
 import unittest
 
-from support import SOURCE, ScratchTest, must, run, scratch_repository
+from support import ScratchTest, run, scratch_repository
 
 SCRIPTS = [".ci/run", *(f"scripts/{name}" for name in (
-    "coverage", "demo", "fuzz", "gates", "package", "release", "setup", "test", "test-on"))]
+    "coverage", "demo", "fuzz", "gates", "hidden-characters", "package", "release", "setup", "test",
+    "test-on"))]
 
 
 class ScriptsTest(ScratchTest):
@@ -58,6 +59,17 @@ class FolderTest(ScriptsTest):
                 result = self.execute(command, CDPATH=str(self.root / "other"))
                 self.assertNotIn(str(self.root / "other"), result.stdout)
                 self.assertIn(message, result.stdout)
+
+
+class ArgumentsTest(ScriptsTest):
+    def test_scripts_reject_unknown_arguments(self):
+        self.write_stub("bin/apt-get", "echo installs")
+        for command in (("scripts/setup", "hooks", "docs"), ("scripts/demo", "--help"),
+                        ("scripts/hidden-characters", "--chek")):
+            with self.subTest(command):
+                result = self.execute(*command)
+                self.assertEqual(result.returncode, 2, result.stdout)
+                self.assertTrue(result.stdout.startswith(f"usage: {command[0]}"), result.stdout)
 
 
 if __name__ == "__main__":
