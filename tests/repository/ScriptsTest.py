@@ -71,6 +71,20 @@ class ArgumentsTest(ScriptsTest):
                 self.assertEqual(result.returncode, 2, result.stdout)
                 self.assertTrue(result.stdout.startswith(f"usage: {command[0]}"), result.stdout)
 
+    def test_test_fails_without_a_matching_test(self):
+        for name in ("bin/cmake", "project/scripts/setup"):
+            self.write_stub(name)
+        (self.project / "tests/data").mkdir(parents=True)
+        build = self.project / "build/stub"
+        (build / "tests/data").mkdir(parents=True)
+        for folder in (build, build / "tests/data"):
+            (folder / "CTestTestfile.cmake").write_text("add_test(known true)\n")
+        for folder in ([], ["data"]):
+            for name, passes in (("known", True), ("unknown", False)):
+                with self.subTest(folder=folder, name=name):
+                    result = self.execute("scripts/test", *folder, "-R", name, BUILD_DIR="build/stub")
+                    self.assertEqual(result.returncode == 0, passes, result.stdout)
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
