@@ -12,7 +12,7 @@ As a program, which prints one JSON object for each row:
 
     python3 compliance.py URL DOC
 
-Exit status: 0 finished, 1 no results, 2 wrong arguments, 130 interrupted by Ctrl-C.
+Exit status: 0 finished, 1 no results or lost output, 2 wrong arguments, 130 interrupted by Ctrl-C.
 
 Not thread-safe; one evaluation at a time in a process. If another process holds the lock, this and
 each further evaluation of this process fail with error code -6, so retry in a new process. A
@@ -134,9 +134,11 @@ def main():
     try:
         with Evaluation(sys.argv[1], sys.argv[2]) as evaluation:
             rows = evaluation.wait(lambda percent: print(f"{percent}%", file=sys.stderr))
-        for row in rows:
-            print(json.dumps(row._asdict()))
-    except Error as error:
+        # Unlike sys.stdout, raises OSError if output is lost.
+        with open(1, "w", encoding="ascii", closefd=False) as output:
+            for row in rows:
+                print(json.dumps(row._asdict()), file=output)
+    except (Error, OSError) as error:
         print(f"compliance.py: {error}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:

@@ -4,14 +4,15 @@
  *     cc -o minimal minimal.c $(pkg-config --cflags --libs clientcompliance)
  *     ./minimal URL DOC
  *
- * Exit status: 0 finished, 1 no results, 2 wrong arguments.
+ * Exit status: 0 finished, 1 no results or lost output, 2 wrong arguments.
  */
 #include <compliance/Compliance.h>
 
 #include <stdio.h>
 #include <unistd.h>
 
-static void print_rows(void) {
+/* Returns the exit status. */
+static int print_rows(void) {
     int const count = COMPLIANCE_ResultCount();
     int i;
     for (i = 0; i < count; ++i) {
@@ -20,10 +21,12 @@ static void print_rows(void) {
                                     &description, &comment) == 0)
             printf("%s: %s\n", designator, result);
     }
+    return fflush(stdout) == 0 && !ferror(stdout) ? 0 : 1;
 }
 
 int main(int count, char** arguments) {
     int code, state, percent, error;
+    int status = 1;
     if (count != 3) {
         fprintf(stderr, "usage: minimal URL DOC\n");
         return 2;
@@ -39,7 +42,7 @@ int main(int count, char** arguments) {
     while ((state = COMPLIANCE_Progress(&percent, &error)) == 3)
         sleep(1);
     if (state == 1)
-        print_rows();
+        status = print_rows();
     else if (state == 2)
         fprintf(stderr, "minimal: the agent reports the error %d\n", error);
     else
@@ -47,5 +50,5 @@ int main(int count, char** arguments) {
 
     /* Required even after a failure. Invalidates the texts of the rows. */
     COMPLIANCE_Close();
-    return state == 1 ? 0 : 1;
+    return status;
 }

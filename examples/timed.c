@@ -28,6 +28,13 @@
 
 enum { finished = 0, failed = 1, misused = 2, too_late = 3 };
 
+/* Returns the number, or 0 if the text is not a positive number. */
+static long positive_number(char const* text) {
+    char* end;
+    long const number = strtol(text, &end, 10);
+    return *end == '\0' && number > 0 ? number : 0;
+}
+
 static double now(void) {
     struct timespec time;
     clock_gettime(CLOCK_MONOTONIC, &time);
@@ -78,6 +85,14 @@ static int poll_until(double end, sigset_t const* signals, int* by_signal) {
     }
 }
 
+/* A signal that is ignored, as SIGINT in a background job of a shell, remains ignored. */
+static void add_unless_ignored(sigset_t* signals, int signal) {
+    struct sigaction action;
+    sigaction(signal, NULL, &action);
+    if (action.sa_handler != SIG_IGN)
+        sigaddset(signals, signal);
+}
+
 /* Terminates the process by the signal, so that a shell sees the cause. */
 static void end_by(int signal, sigset_t const* signals) {
     raise(signal);
@@ -90,15 +105,15 @@ int main(int count, char** arguments) {
     int by_signal = 0;
     int status;
     int code;
-    if (count != 4 || atoi(arguments[1]) <= 0) {
+    if (count != 4 || positive_number(arguments[1]) == 0) {
         fprintf(stderr, "usage: timed SECONDS URL DOC\n");
         return misused;
     }
-    end = now() + atoi(arguments[1]);
+    end = now() + (double)positive_number(arguments[1]);
 
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    add_unless_ignored(&signals, SIGINT);
+    add_unless_ignored(&signals, SIGTERM);
     sigprocmask(SIG_BLOCK, &signals, NULL);
     /* A closed pipe must not terminate the program before COMPLIANCE_Close. */
     signal(SIGPIPE, SIG_IGN);

@@ -117,6 +117,44 @@ TEST(ExamplesTest, MinimalClassAndShellPrintErrorCodeOfOpen) {
     ExpectRefused(shell, 1, "evaluate.sh: no results: COMPLIANCE_Open returned error: -6.\n");
 }
 
+// The arguments of a command whose standard output is a full disk, or closed.
+Arguments WithOutput(std::string const& redirection, Arguments const& command) {
+    Arguments result{"/bin/sh", "-c", "exec \"$@\" " + redirection, "sh"};
+    result.insert(result.end(), command.begin(), command.end());
+    return result;
+}
+
+class LostOutputTest : public testing::TestWithParam<Arguments> {};
+
+TEST_P(LostOutputTest, EndsWithStatus1) {
+    Sandbox::RunWithDirectories([&] {
+        ScriptedAgent const agent(Finish(good));
+        EXPECT_EQ(ExitStatus::Exited(1),
+                  RunProgram(WithOutput(">/dev/full", GetParam()), WithTool()).status);
+    });
+}
+
+INSTANTIATE_TEST_SUITE_P(ExamplesTest, LostOutputTest,
+                         testing::Values(minimal, Timed("20"), evaluate));
+
+TEST(ExamplesTest, TimedRejectsTimeoutsThatAreNoNumbers) {
+    for (char const* const seconds : {"10m", "1e3", "0", "-1", ""}) {
+        SCOPED_TRACE(seconds);
+        ExpectRefused(Timed(seconds), 2, "usage: timed SECONDS URL DOC\n");
+    }
+}
+
+// A shell ignores SIGINT in background jobs.
+SANDBOX_TEST(ExamplesTest, TimedContinuesAfterAnIgnoredSignal) {
+    ScriptedAgent const agent(WholeEvaluation(
+        {ProgressResponse("3", "0", "7"), ProgressResponse("1", "0", "100", good)}));
+    OtherProgram program(
+        {"/bin/sh", "-c", "trap '' INT; exec \"$@\"", "sh", EXAMPLE_TIMED, "20", "url", "doc"});
+    agent.AwaitRequests(1);
+    program.Kill(SIGINT);
+    Expect(0, "b-001: Compliant\n", "timed: 7%\n", program.Wait());
+}
+
 // The signal arrives during Open, and does not shorten it.
 SANDBOX_TEST(ExamplesTest, TimedEndsBySignalAfterClose) {
     ScriptedAgent const agent(WholeEvaluation({ProgressResponse("3", "0", "7")}));
@@ -162,6 +200,16 @@ SANDBOX_TEST(ExamplesTest, PythonExplainsTheErrorOfTheAgent) {
         1, "",
         "compliance.py: the agent reports an error: the agent is not available right now (-22)\n",
         RunProgram(python, WithLibrary()));
+}
+
+SANDBOX_TEST(ExamplesTest, PythonReportsLostOutput) {
+    for (auto const& [redirection, reason] :
+         {std::pair(">/dev/full", "[Errno 28] No space left on device"),
+          std::pair(">&-", "[Errno 9] Bad file descriptor")}) {
+        ScriptedAgent const agent(Finish(good));
+        Expect(1, "", std::string("compliance.py: ") + reason + "\n",
+               RunProgram(WithOutput(redirection, python), WithLibrary()));
+    }
 }
 
 // During Open, and during the first Progress request.
