@@ -29,8 +29,8 @@ if(CC_COVERAGE)
   add_link_options(--coverage)
   add_compile_definitions(CC_COVERAGE=1)
   # ctest reads this file, and runs the command before the tests.
-  file(WRITE ${PROJECT_BINARY_DIR}/CTestCustom.cmake "set(CTEST_CUSTOM_PRE_TEST \"${CMAKE_COMMAND} \
--D FOLDER=${PROJECT_BINARY_DIR} -P ${CMAKE_CURRENT_LIST_DIR}/CreateCounters.cmake\")\n")
+  file(WRITE ${PROJECT_BINARY_DIR}/CTestCustom.cmake "set(CTEST_CUSTOM_PRE_TEST [[\"${CMAKE_COMMAND}\" \
+-D \"FOLDER=${PROJECT_BINARY_DIR}\" -P \"${CMAKE_CURRENT_LIST_DIR}/CreateCounters.cmake\"]])\n")
 endif()
 
 # An instrumented build is dynamically linked, not hardened and not installed.

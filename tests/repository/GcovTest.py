@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""scripts/gcov omits branches that were never reached, and keeps those that lead to them."""
+"""Coverage: scripts/gcov omits branches that were never reached; ctest creates the counters."""
 
 import pathlib
 import re
@@ -63,6 +63,15 @@ class GcovTest(unittest.TestCase):
     def test_keeps_lines_that_were_not_executed(self):
         for line in (4, 10, 17):
             self.assertRegex(self.text, rf"#####: +{line}:|=====: +{line}:")
+
+
+class CountersTest(unittest.TestCase):
+    def test_ctest_creates_counters_in_a_folder_with_a_space(self):
+        with tempfile.TemporaryDirectory(suffix=" a") as name:
+            must("cmake", "--preset", "coverage", "-B", name, directory=SOURCE)
+            pathlib.Path(name, "program.gcno").touch()
+            must("ctest", "--tests-regex", "none", directory=name)
+            self.assertTrue(pathlib.Path(name, "program.gcda").exists())
 
 
 if __name__ == "__main__":
