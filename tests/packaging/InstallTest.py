@@ -79,6 +79,17 @@ class InstallTest(unittest.TestCase):
         self.assertTrue((PREFIX / "share/bash-completion/completions/check_compliance").is_file())
         self.assertTrue((PREFIX / "share/icinga2/include/plugins-contrib.d/compliance.conf").is_file())
 
+    def test_has_a_monitoring_plugin_in_an_absolute_directory(self):
+        with tempfile.TemporaryDirectory() as scratch:
+            build, root = f"{scratch}/build", f"{scratch}/root"
+            run("cmake", "-S", SOURCE, "-B", build, "-DBUILD_TESTING=OFF", "-DCC_COMPANIONS=OFF",
+                "-DCMAKE_INSTALL_PREFIX=/usr/local", "-DCC_PLUGINS=/usr/lib/nagios/plugins")
+            run("cmake", "--install", build, "--component", "monitoring",
+                env={**os.environ, "DESTDIR": root})
+            plugin = pathlib.Path(root, "usr/lib/nagios/plugins/check_compliance")
+            (place,) = re.findall(r'"(\.\./.*)"', plugin.read_text(encoding="utf-8"))
+            self.assertTrue((plugin.parent / place / "stored_result.py").is_file(), place)
+
     def test_has_the_complete_ansible_collection(self):
         collection = PREFIX / "share/ansible/collections/ansible_collections/clientcompliance/fleet"
         source = SOURCE / "integrations/ansible"
