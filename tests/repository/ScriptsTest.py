@@ -43,6 +43,17 @@ class BuildTest(ScriptsTest):
                 self.assertIn("main.cpp:1: error", result.stdout)
 
 
+class PackageTest(ScriptsTest):
+    def test_package_creates_directories_that_all_users_can_access(self):
+        self.write_stub("project/scripts/setup")
+        self.write_stub("bin/cmake", 'mkdir -p build/packages/work/rpm/packages/installed')
+        self.write_stub("bin/cpack", 'touch packages/a.rpm')
+        result = self.execute("sh", "-c", "umask 077; scripts/package rpm")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        installed = self.project / "build/packages/work/rpm/packages/installed"
+        self.assertEqual(installed.stat().st_mode & 0o777, 0o755)
+
+
 class FolderTest(ScriptsTest):
     def test_scripts_use_their_own_tree_despite_cdpath(self):
         for folder in (".ci", "scripts"):
