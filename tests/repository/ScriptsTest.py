@@ -76,7 +76,8 @@ class ArgumentsTest(ScriptsTest):
     def test_scripts_reject_unknown_arguments(self):
         self.write_stub("bin/apt-get", "echo installs")
         for command in (("scripts/setup", "hooks", "docs"), ("scripts/demo", "--help"),
-                        ("scripts/hidden-characters", "--chek")):
+                        ("scripts/hidden-characters", "--chek"),
+                        ("scripts/fuzz", "XmlEvents", "1h"), ("scripts/fuzz", "XmlEvents", "")):
             with self.subTest(command):
                 result = self.execute(*command)
                 self.assertEqual(result.returncode, 2, result.stdout)
