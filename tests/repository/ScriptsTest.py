@@ -2,6 +2,7 @@
 """Arguments, messages and environment of the scripts, with stubs of the programs that they run."""
 
 import os
+import shutil
 import unittest
 
 from support import ScratchTest, run, scratch_repository
@@ -52,6 +53,16 @@ class PackageTest(ScriptsTest):
         self.assertEqual(result.returncode, 0, result.stdout)
         installed = self.project / "build/packages/work/rpm/packages/installed"
         self.assertEqual(installed.stat().st_mode & 0o777, 0o755)
+
+    def test_package_contains_a_tree_that_another_repository_ignores(self):
+        shutil.rmtree(self.project / ".git")
+        (self.root / ".gitignore").write_text("project/\n", encoding="utf-8")
+        run("git", "init", "--quiet", ".", directory=self.root)
+        self.write_stub("project/scripts/setup")
+        self.write_stub("bin/dpkg-buildpackage", "touch ../`ls CHANGELOG.md`.deb")
+        result = self.execute("scripts/package", "deb")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertTrue((self.project / "build/packages/CHANGELOG.md.deb").exists())
 
 
 class FolderTest(ScriptsTest):
