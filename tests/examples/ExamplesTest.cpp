@@ -6,9 +6,6 @@
 #include <filesystem>
 #include <ostream>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "tests/support/OtherProcess.h"
 #include "tests/support/Sandbox.h"
 #include "tests/support/ScriptedAgent.h"
@@ -135,7 +132,10 @@ TEST_P(LostOutputTest, EndsWithStatus1) {
 }
 
 INSTANTIATE_TEST_SUITE_P(ExamplesTest, LostOutputTest,
-                         testing::Values(minimal, Timed("20"), evaluate));
+                         testing::Values(minimal, Timed("20"), evaluate, shell),
+                         [](auto const& program) {
+                             return std::filesystem::path(program.param.front()).stem().string();
+                         });
 
 TEST(ExamplesTest, TimedRejectsTimeoutsThatAreNoNumbers) {
     for (char const* const seconds : {"10m", "1e3", "0", "-1", ""}) {
@@ -236,17 +236,6 @@ TEST(ExamplesTest, ShellRejectsArgumentsThatTheToolRejects) {
         "usage: evaluate.sh URL DOC [FLAGS]; the flags are a number from 0 to 15\n";
     ExpectRefused({shell.front(), "url", "doc", "16"}, 2, usage);
     ExpectRefused({shell.front(), "url"}, 2, usage);
-}
-
-SANDBOX_TEST(ExamplesTest, ProgramsExitWith1IfOutputIsLost) {
-    for (Arguments const& command : {Timed("20"), evaluate, shell}) {
-        ScriptedAgent const agent(Finish(good));
-        ProgramOptions options = WithTool();
-        options.prepare = [] {
-            return dup2(open("/dev/full", O_WRONLY), STDOUT_FILENO) >= 0;
-        };
-        EXPECT_EQ(ExitStatus::Exited(1), RunProgram(command, options).status) << command.front();
-    }
 }
 
 // The shell prints its own message first.

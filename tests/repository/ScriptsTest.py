@@ -94,10 +94,18 @@ class ArgumentsTest(ScriptsTest):
                 self.assertEqual(result.returncode, 2, result.stdout)
                 self.assertTrue(result.stdout.startswith(f"usage: {command[0]}"), result.stdout)
 
+    def test_test_rejects_folders_without_tests(self):
+        (self.project / "tests/mutation").mkdir(parents=True)
+        for name in ("mutation", "typo"):
+            result = self.execute("scripts/test", name)
+            self.assertEqual((result.returncode, result.stdout),
+                             (2, f"scripts/test: tests/{name} is not a folder of tests\n"))
+
     def test_test_fails_without_a_matching_test(self):
         for name in ("bin/cmake", "project/scripts/setup"):
             self.write_stub(name)
         (self.project / "tests/data").mkdir(parents=True)
+        (self.project / "tests/data/CMakeLists.txt").touch()
         build = self.project / "build/stub"
         (build / "tests/data").mkdir(parents=True)
         for folder in (build, build / "tests/data"):
