@@ -196,7 +196,8 @@ void ChildProcess::Reap() {
 }
 
 void ChildProcess::KillAndReap() {
-    if (ended)
+    // No process if the constructor threw. kill(2) of -1 would end all processes of the user.
+    if (ended || child < 0)
         return;
     kill(child, SIGKILL);
     Reap();

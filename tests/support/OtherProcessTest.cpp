@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "tests/support/ReportedResults.h"
+#include "tests/support/Sandbox.h"
 #include "tests/support/Sanitizers.h"
 
 namespace {
@@ -67,6 +68,21 @@ TEST(OtherProcessTest, DestructorLeavesNoProcessBehind) {
     pid_t const pid = OtherProcess([] { pause(); }).pid();
     EXPECT_EQ(-1, kill(pid, 0));
     EXPECT_EQ(ESRCH, errno);
+}
+
+// In a sandbox, because a defect would end all processes of the user.
+TEST(OtherProcessTest, FailedStartKillsNoProcess) {
+    Sandbox::Run([] {
+        OtherProgram bystander({"/bin/sleep", "1000"});
+        rlimit former{};
+        getrlimit(RLIMIT_NOFILE, &former);
+        rlimit const none{0, former.rlim_max};
+        ASSERT_EQ(0, setrlimit(RLIMIT_NOFILE, &none));
+        EXPECT_THROW(OtherProcess([] {}), std::system_error);
+        EXPECT_THROW(OtherProgram({"/bin/true"}), std::system_error);
+        setrlimit(RLIMIT_NOFILE, &former);
+        EXPECT_EQ(0, kill(bystander.pid(), 0));
+    });
 }
 
 // The failures of a body, in the process that waits for it.
