@@ -25,7 +25,7 @@ namespace {
 
 constexpr size_t maxPacketSize = 65536;
 // Above the descriptors that tests count or close.
-constexpr int minLineDescriptor = 300;
+constexpr int minLineDescriptor = 100;
 
 // The kinds of packets.
 constexpr char finishedKind = 'f';
@@ -88,7 +88,7 @@ int MovedUp(int descriptor) {
     int const moved = fcntl(descriptor, F_DUPFD_CLOEXEC, minLineDescriptor);
     if (moved < 0)
         throw std::system_error(errno, std::generic_category(),
-                                "cannot duplicate a file descriptor");
+                                "cannot duplicate a file descriptor (limit: ulimit -n)");
     close(descriptor);
     return moved;
 }
