@@ -36,8 +36,8 @@ public:
     // fails. `encoding` is the name or the path of a character map.
     bool Make(std::string const& name, std::string const& language,
               std::string const& encoding) const {
-        return Succeeds("localedef -c -i " + language + " -f " + encoding + " --no-archive " +
-                        directory / name + " >/dev/null 2>&1");
+        return Succeeds("localedef -c -i " + language + " -f '" + encoding + "' --no-archive '" +
+                        directory / name + "' >/dev/null 2>&1");
     }
 
     // Copies a character map under another name. Returns its path, or an empty path if that fails.
@@ -45,7 +45,7 @@ public:
         std::string const path = directory / newName;
         std::string const command = "zcat /usr/share/i18n/charmaps/" + encoding +
                                     ".gz 2>/dev/null | sed 's/^<code_set_name>.*/<code_set_name> " +
-                                    newName + "/' >" + path + " && test -s " + path;
+                                    newName + "/' >'" + path + "' && test -s '" + path + "'";
         return Succeeds(command) ? path : std::string();
     }
 
