@@ -30,7 +30,7 @@ std::string Survey() {
 SANDBOX_TEST(DoctorTest, ExitsWith1IfStandardOutputIsFullOrClosed) {
     OtherProgram const agent(MakeHealthy());
     ExpectExit(1, "compliance-doctor: the findings could not be written: No space left on device\n",
-               RunShell("exec " CC_DOCTOR_PROGRAM " >/dev/full"));
+               RunShell("exec '" CC_DOCTOR_PROGRAM "' >/dev/full"));
     EXPECT_EQ(ExitStatus::Exited(1), RunDoctor({}, {.closedDescriptors = {1}}).status);
 }
 

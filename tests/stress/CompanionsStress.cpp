@@ -173,9 +173,9 @@ std::string FailAllocation(Subject const& subject, std::string const& which) {
     std::vector<std::string> command = subject.command;
     command[0] = subject.dynamicProgram;
     KilledRun const result = subject.tryOnce([&] {
-        ProgramResult const run =
-            RunProgram(command, {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY,
-                                                  "CC_FAILING_MALLOC=" + which}}});
+        ProgramResult const run = RunProgram(
+            command, {.environment = {{"LD_PRELOAD=" + AccessibleCopy(CC_FAILING_MALLOC_LIBRARY),
+                                       "CC_FAILING_MALLOC=" + which}}});
         return KilledRun{{}, false, run.status, run.output, run.errors};
     });
     EXPECT_EQ(0, result.status.signal) << result.errors;

@@ -101,7 +101,7 @@ inline ProgramOptions PreloadedOptions(Preloading const& preloading, ProgramOpti
     for (Fault const& fault : preloading.faults)
         faults += fault.call + ' ' + std::to_string(fault.error) + ' ' +
                   std::to_string(fault.number) + (fault.lasting ? " lasting;" : " once;");
-    options.environment = {"LD_PRELOAD=" CC_FAILING_CALLS,
+    options.environment = {"LD_PRELOAD=" + AccessibleCopy(CC_FAILING_CALLS),
                            // Deliberate: this library is loaded before the runtime of a sanitizer.
                            "ASAN_OPTIONS=verify_asan_link_order=0", "FAILING_CALLS=" + faults,
                            "CUT_WRITES=" + preloading.cutWrites,

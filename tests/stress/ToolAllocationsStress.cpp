@@ -12,10 +12,10 @@ char const failureMark[] = "/opt/failed";
 ProgramResult RunWithFailing(std::string const& which) {
     fs::remove(failureMark);
     fs::remove(ScriptedAgent::response);
-    return RunProgram(
-        {CC_DYNAMIC_TOOL, "-c", url, doc, "7"},
-        {.environment = {{"LD_PRELOAD=" CC_FAILING_MALLOC_LIBRARY, "CC_FAILING_MALLOC=" + which,
-                          "CC_AGENT_SCRIPT=" + ServingAgent().text()}}});
+    return RunProgram({CC_DYNAMIC_TOOL, "-c", url, doc, "7"},
+                      {.environment = {{"LD_PRELOAD=" + AccessibleCopy(CC_FAILING_MALLOC_LIBRARY),
+                                        "CC_FAILING_MALLOC=" + which,
+                                        "CC_AGENT_SCRIPT=" + ServingAgent().text()}}});
 }
 
 std::string const atWork = PrintedPercent("40");

@@ -40,7 +40,8 @@ private:
     OtherProgram program;
 };
 
-// A copy of the program that all users can access, unlike the build folder.
+// Returns a copy of a program or library that all users can access, unlike the build folder. Its
+// path has no space, because spaces separate the libraries of LD_PRELOAD.
 std::string AccessibleCopy(std::string const& program);
 // Options of a program that a user without privileges runs.
 ProgramOptions Unprivileged(ProgramOptions options = {});
