@@ -208,6 +208,7 @@ std::string DescribeFailure(int status) {
     // In its own session, so a signal to the process group does not reach the test.
     setsid();
     std::signal(SIGCHLD, SIG_DFL);
+    umask(022);
     SetUpOrExit(line, [&] { EnterNamespaces(); });
     pid_t const init = ForkOrExit(line);
     if (init == 0)

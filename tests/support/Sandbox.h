@@ -1,8 +1,9 @@
 // Runs the body of a test in a sandbox: with an empty /opt and /var/opt, and its own processes and
 // mounts. Nothing remains on the host.
 //
-// The body runs in a forked process, as root of a new mount and PID namespace. If the user is not
-// root, the process also has a new user namespace. Dozens of sandboxes can run in parallel.
+// The body runs in a forked process, as root of a new mount and PID namespace, with umask 022. If
+// the user is not root, the process also has a new user namespace. Dozens of sandboxes can run in
+// parallel.
 #pragma once
 
 #include <chrono>

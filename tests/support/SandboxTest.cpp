@@ -34,6 +34,12 @@ TEST(SandboxTest, HidesDirectoriesAndLeavesNothingOnTheHost) {
     EXPECT_FALSE(fs::exists("/var/opt/cc-sandbox-test"));
 }
 
+TEST(SandboxTest, HasTheUsualUmask) {
+    mode_t const former = umask(077);
+    Sandbox::Run([] { EXPECT_EQ(022u, umask(0)); });
+    EXPECT_EQ(077u, umask(former));
+}
+
 SANDBOX_TEST(SandboxTest, SeesOnlyItsOwnProcesses) {
     EXPECT_EQ(2, getpid());
     OtherProcess other([] { pause(); });
