@@ -88,20 +88,6 @@ TEST_F(ReportProgramTest, ReportsInvalidFileAndReadsTheOthers) {
     EXPECT_EQ(Json(foreign), document.at("problems").at(0).at("file"));
 }
 
-TEST_F(ReportProgramTest, ReportsUnreadableDirectory) {
-    Store("good");
-    fs::create_directory(results + "/closed");
-    fs::permissions(results + "/closed", fs::perms::none);
-    fs::permissions(directory.path(), fs::perms(0755));
-    ProgramResult const result = Report({"--json=-"}, {.prepare = [] {
-                                            return geteuid() != 0 || setuid(65534) == 0;
-                                        }});
-    ExpectExit(1,
-               "compliance-report: " + results + "/closed: could not be read: Permission denied\n",
-               result);
-    EXPECT_EQ(1, Json::parse(result.output).at("totals").at("good"));
-}
-
 TEST_F(ReportProgramTest, RefusesOutputThatIsInputOrOtherOutput) {
     Store("good");
     std::string const result = FileOf("good");

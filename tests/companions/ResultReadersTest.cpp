@@ -1,5 +1,6 @@
 // The programs that read results, with results of the real compliance-query.
 #include "tests/companions/Query.h"
+#include "tests/system/Tool.h"
 
 namespace {
 
@@ -39,6 +40,18 @@ SANDBOX_TEST(ResultReadersTest, ReportReadsJsonAndNdjsonOfTheQuery) {
     EXPECT_EQ(1, newest.at("rows"));
     EXPECT_EQ(1, newest.at("olderResults"));
     EXPECT_LT(newest.at("ageSeconds"), 60);
+}
+
+SANDBOX_TEST(ResultReadersTest, ReportNamesUnreadableDirectory) {
+    StoreResult(Row(shortRow), "/opt/results/good.json", "--json");
+    fs::create_directory("/opt/results/closed");
+    fs::permissions("/opt/results/closed", fs::perms::none);
+    ProgramResult const result = RunProgram(
+        {AccessibleCopy(CC_REPORT_PROGRAM), "--strict=Compliant", "--json=-", "/opt/results"},
+        Unprivileged());
+    ExpectExit(1, "compliance-report: /opt/results/closed: could not be read: Permission denied\n",
+               result);
+    EXPECT_EQ(1, Json::parse(result.output).at("entries").size());
 }
 
 } // namespace
