@@ -15,11 +15,11 @@ CC = os.environ.get("CC", "cc")
 CXX = os.environ.get("CXX", "c++")
 
 
-def run(*command, **options):
-    """Returns the output of a command that must succeed."""
+def run(*command, env=os.environ, **options):
+    """Returns the output of a command that must succeed, with messages in English."""
     result = subprocess.run([str(word) for word in command], stdin=subprocess.DEVNULL,
                             capture_output=True, text=True, errors="replace", timeout=200,
-                            **options)
+                            env={**env, "LC_ALL": "C.UTF-8"}, **options)
     if result.returncode != 0:
         raise AssertionError(f"{' '.join(map(str, command))} exited with {result.returncode}:\n"
                              f"{result.stdout}{result.stderr}")
