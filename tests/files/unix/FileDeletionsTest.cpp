@@ -106,16 +106,16 @@ TEST_F(FileDeletionsTest, LinkToADirectoryIsEmptiedAndThenStopsTheDeletion) {
     EXPECT_TRUE(fs::is_empty(tree + "-target"));
 }
 
-// The system follows 40 links and reports an error for the next one.
+// The system follows 40 links and reports an error for the next one. After a concurrent renaming of
+// any directory, it starts again at the first link, but counts all.
 TEST_F(FileDeletionsTest, LinkToItsOwnDirectoryStopsAtTheLimitOfTheSystem) {
     fs::create_directory(tree);
     MakeEntry(tree + "/a", "file");
     fs::create_symlink(".", tree + "/link");
     MakeEntry(tree + "/z", "file");
-    std::string deepest = tree;
-    for (int i = 0; i <= 40; ++i)
-        deepest += "/link";
-    EXPECT_EQ("FileIOError ELOOP" + On(deepest), ThrownBy(DeleteRecursive, tree));
+    std::string const thrown = ThrownBy(DeleteRecursive, tree);
+    EXPECT_TRUE(thrown.starts_with("FileIOError ELOOP on \"" + tree + "/link/")) << thrown;
+    EXPECT_TRUE(thrown.ends_with("/link\"")) << thrown;
     EXPECT_EQ(DescribeTree(tree), (Tree{{"link", "link to ."}, {"z", "file content"}}));
 }
 
