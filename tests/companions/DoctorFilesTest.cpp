@@ -115,15 +115,16 @@ SANDBOX_TEST(DoctorFilesTest, StickyDirectoryProtectsFilesOfOtherUsers) {
     constexpr uid_t user = 65534;
     fs::create_directories("/opt/directory");
     WriteWholeFile("/opt/directory/file", "");
+    if (chown("/opt/directory/file", user, 0) != 0)
+        GTEST_SKIP() << "this sandbox has no second user";
     for (StickyCase const& test : {StickyCase{0, 0, 01777, true},
                                    {0, 0, 0777, false},
                                    {user, 0, 01777, false},
                                    {0, user, 01777, false},
                                    {user, user, 01777, false}}) {
         SetMode("/opt/directory", test.mode);
-        if (chown("/opt/directory/file", test.fileOwner, 0) != 0 ||
-            chown("/opt/directory", test.directoryOwner, 0) != 0)
-            GTEST_SKIP() << "this sandbox has no second user";
+        ASSERT_EQ(0, chown("/opt/directory/file", test.fileOwner, 0));
+        ASSERT_EQ(0, chown("/opt/directory", test.directoryOwner, 0));
         EXPECT_FALSE(IsKept());
         WithoutRights([&] { EXPECT_EQ(test.isKept, IsKept()); });
     }
