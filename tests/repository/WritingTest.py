@@ -25,6 +25,13 @@ class WritingTest(ScratchTest):
         self.assertRegex(output.pop(), "1 files, [0-9]+ findings")
         return output
 
+    def test_reports_that_there_is_no_git_work_tree(self):
+        shutil.rmtree(self.root / ".git")
+        result = run("scripts/check-writing", directory=self.root,
+                     GIT_CEILING_DIRECTORIES=str(self.root.parent))
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stdout, "^scripts/check: cannot list the files of the project: fatal: ")
+
     def test_finds_long_sentences(self):
         finding = "sentence of 26 words: Word word word word word word ..."
         half = len(TOO_LONG) // 2 // 5 * 5
