@@ -350,7 +350,7 @@ class LargeFleetTest(CollectionTest):
         more = {"timeout": 7200, "ANSIBLE_FORKS": "8"}
         start = time.monotonic()
         self.play_report(0, self.scratch / "fleet", "-e", "fleet_keep=1", "-e", "fleet_max_age=48h",
-                         "-e", f"fleet_path={self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json",
+                         "-e", f'fleet_path="{self.scratch}/stored/{{{{ inventory_hostname }}}}/night0.json"',
                          **more)
         print(f"{hosts} hosts: {time.monotonic() - start:.0f} s, largest process "
               f"{resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss // 1024} MiB", file=sys.stderr)

@@ -13,8 +13,10 @@ from support import SOURCE, ScratchTest, in_sandbox  # noqa: E402
 # plugin directory, $3: the variables of the host.
 ICINGA = """
 mkdir -m 777 /opt/state
+# Not every user can access TMPDIR.
+cp -R "$2" /opt/plugins
 cat >/opt/icinga.conf <<END
-const PluginDir = "$2"
+const PluginDir = "/opt/plugins"
 include "$1"
 object CheckerComponent "checker" {}
 object FileLogger "log" {

@@ -80,7 +80,7 @@ class UnitFilesTest(unittest.TestCase):
         started = re.search(r"(?m)^ExecStart=(\S+) %i$", text)[1]
         self.assertEqual(stage / started[1:], program)
         # verify looks for the program.
-        (self.units / service.name).write_text(text.replace(started, str(program)), encoding="utf-8")
+        (self.units / service.name).write_text(text.replace(started, f'"{program}"'), encoding="utf-8")
 
     def test_systemd_reports_no_problem_in_the_units(self):
         made = self.run_analyze("verify", "--man=no", self.units / SERVICE, self.units / TIMER)

@@ -54,5 +54,5 @@ class CollectionTest(unittest.TestCase):
         return made.stdout
 
     def play_report(self, status, directory, *arguments, **more):
-        return self.play(status, f"{COLLECTION}.report", "-e", f"fleet_directory={directory}",
+        return self.play(status, f"{COLLECTION}.report", "-e", f'fleet_directory="{directory}"',
                          "-e", '{"fleet_good": ["Compliant"]}', *arguments, **more)

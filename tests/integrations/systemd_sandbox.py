@@ -12,9 +12,12 @@ from support import BUILD
 # $1: directory with the installed files, $2: bash script.
 #
 # The file system of the machine is read-only. Only stubs of the targets of systemd exist, so that
-# nothing of the machine starts. The sandbox has its own control group, like a container.
+# nothing of the machine starts. The sandbox has its own control group, like a container. It has no
+# TMPDIR or TZ of the test, and messages are in English.
 BOOT = r"""
 set -e
+unset TMPDIR TZ
+export LC_ALL=C.UTF-8
 mount --make-rprivate /
 mount -t proc proc /proc
 mount -t cgroup2 none /sys/fs/cgroup
