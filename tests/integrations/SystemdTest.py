@@ -142,8 +142,9 @@ class ServiceTest(unittest.TestCase):
         output = self.run_service("""
             grant; touch /run/mark; sleep 0.1
             start
-            find /etc /opt /usr /var /tmp -newer /run/mark -type f ! -path /opt/says \\
-                -printf '%p %m %u:%g\\n' | sort
+            # All places to which a service could write, without files of the machine.
+            find /run/changes /opt /srv /root /tmp /var/opt /var/lib /var/cache /var/tmp \\
+                -newer /run/mark -type f ! -path /opt/says -printf '%p %m %u:%g\\n' | sort
             stat -c '%a %U:%G' $results /var/cache/compliance-evaluate
             echo '--'; cat /run/journal; echo '--'; cat $results/*.json
         """)
