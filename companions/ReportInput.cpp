@@ -28,19 +28,17 @@ namespace fs = std::filesystem;
 
 bool IsHidden(std::string const& name) { return name.starts_with('.'); }
 
-bool IsLetterOrDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-
 // Returns the name of the file whose temporary file (ResultFile.h) could have this name, or an
 // empty string. mkostemp(3) creates names of letters and digits.
 std::string_view TargetOfTemporary(std::string_view name) {
     constexpr std::size_t length = temporarySuffix.size();
+    constexpr char lettersAndDigits[] =
+        "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
     if (name.size() <= length)
         return "";
     std::size_t const dot = name.size() - length;
     bool const hasSuffix =
-        name[dot] == '.' && std::ranges::all_of(name.substr(dot + 1), IsLetterOrDigit);
+        name[dot] == '.' && name.find_first_not_of(lettersAndDigits, dot + 1) == name.npos;
     return hasSuffix ? name.substr(0, dot) : "";
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-constexpr time_t minSecondsBetweenSignals = 1;
+constexpr long long nanosecondsPerSecond = 1'000'000'000;
 
 volatile std::sig_atomic_t firstSignal = 0;
 // The monotonic time of the first signal. Only the handler uses it.
@@ -25,9 +25,9 @@ timespec Now() {
 
 // True for a repetition of the first signal, by a shell whose terminal hangs up, or by timeout(1).
 bool IsRepetition(timespec const& now) {
-    time_t const passed = now.tv_sec - firstTime.tv_sec;
-    return passed < minSecondsBetweenSignals ||
-           (passed == minSecondsBetweenSignals && now.tv_nsec < firstTime.tv_nsec);
+    long long const passed =
+        (now.tv_sec - firstTime.tv_sec) * nanosecondsPerSecond + now.tv_nsec - firstTime.tv_nsec;
+    return passed < nanosecondsPerSecond;
 }
 
 // A signal raised within its own handler is delivered when the handler returns; its action is the

@@ -1,4 +1,6 @@
 // The completions of the shells. tests/docs/OptionsTest.py compares the options.
+#include <sstream>
+
 #include "tests/companions/CompanionTest.h"
 
 namespace {
@@ -94,7 +96,8 @@ TEST(CompletionsTest, BashOffersFilesAsScenariosOfTheStandInAgent) {
                                   {{"--help", "READ"}, {}}});
 }
 
-// Returns what fish offers for the last word of the line, one completion on each line.
+// Returns the completions of fish that begin with the last word of the line, each with a line feed.
+// fish 4 also offers those that contain its letters.
 std::string OfferedByFish(std::string const& command, std::string const& line) {
     ProgramResult const result =
         RunProgram({"/usr/bin/fish", "--no-config", "-c",
@@ -102,7 +105,13 @@ std::string OfferedByFish(std::string const& command, std::string const& line) {
                     root + "/fish/" + command + ".fish", command + " " + line},
                    {.workingDirectory = root});
     EXPECT_EQ(ExitStatus::Exited(0), result.status) << result.errors;
-    return result.output;
+    std::string const word = line.substr(line.rfind(' ') + 1);
+    std::istringstream offered(result.output);
+    std::string found;
+    for (std::string completion; std::getline(offered, completion);)
+        if (completion.starts_with(word))
+            found += completion + '\n';
+    return found;
 }
 
 TEST(CompletionsTest, FishOffersValuesOfOptionsInTheNextWord) {

@@ -75,9 +75,9 @@ TEST_F(DiffProgramTest, ExitsWith2IfOutputCannotBeWritten) {
 }
 
 TEST_F(DiffProgramTest, ExitsWith2IfOutputExceedsTheFileSizeLimit) {
-    std::string const large = Store("large.json", RowList(10'000, ResultRow("d", "Fail")));
+    std::string const large = Store("large.json", RowList(30'000, ResultRow("d", "Fail")));
     ProgramResult const result =
-        RunProgram({CC_DIFF_PROGRAM, passed, large}, {.limits = {{RLIMIT_FSIZE, 10'000}}});
+        RunProgram({CC_DIFF_PROGRAM, passed, large}, {.limits = {{RLIMIT_FSIZE, 300'000}}});
     EXPECT_EQ(ExitStatus::Exited(2), result.status);
     EXPECT_THAT(result.errors,
                 EndsWith("compliance-diff: the difference could not be written: File too large\n"));

@@ -96,6 +96,9 @@ SANDBOX_TEST(DoctorLockTest, HolderOfAnUnreadableLockIsUnknown) {
         ExpectProblem("lock-not-readable", "unknown", Check());
         EXPECT_EQ(LockState::unknown, AskForLock().what);
     });
+    // The file became examinable after AskForLock.
+    CreateLockFile(0600);
+    ExpectProblem("lock-not-readable", "unknown", CheckLock({LockState::unknown}));
 }
 
 SANDBOX_TEST(DoctorLockTest, LockIsUnknownOnFileSystemWithoutLocks) {

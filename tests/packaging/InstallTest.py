@@ -82,8 +82,8 @@ class InstallTest(unittest.TestCase):
     def test_has_a_monitoring_plugin_in_an_absolute_directory(self):
         with tempfile.TemporaryDirectory() as scratch:
             build, root = f"{scratch}/build", f"{scratch}/root"
-            run("cmake", "-S", SOURCE, "-B", build, "-DBUILD_TESTING=OFF", "-DCC_COMPANIONS=OFF",
-                "-DCMAKE_INSTALL_PREFIX=/usr/local", "-DCC_PLUGINS=/usr/lib/nagios/plugins")
+            run("cmake", "-G", "Ninja", "-S", SOURCE, "-B", build, "-DBUILD_TESTING=OFF",
+                "-DCC_COMPANIONS=OFF", "-DCMAKE_INSTALL_PREFIX=/usr/local", "-DCC_PLUGINS=/usr/lib/nagios/plugins")
             run("cmake", "--install", build, "--component", "monitoring",
                 env={**os.environ, "DESTDIR": root})
             plugin = pathlib.Path(root, "usr/lib/nagios/plugins/check_compliance")
