@@ -13,24 +13,6 @@ TEST(JsonTextTest, AddsBase64MemberToTextThatIsNotUtf8) {
               object);
 }
 
-// Returns the processor time to count rows that all have different results.
-std::clock_t TimeToCount(unsigned int results) {
-    ResultCounts counts;
-    for (unsigned int number = 0; number < results; ++number)
-        counts.emplace("result " + std::to_string(number), 1);
-    std::clock_t const start = std::clock();
-    EXPECT_EQ(results, MakeCounts(counts).size());
-    return std::clock() - start;
-}
-
-TEST(JsonTextTest, TimeGrowsLessThanQuadraticallyWithResults) {
-    std::clock_t few = TimeToCount(1000);
-    for (int repetition = 0; repetition < 3; ++repetition)
-        few = std::min(few, TimeToCount(1000));
-    // 32 times as many results. Quadratic time would be 1024 times as long.
-    EXPECT_LT(TimeToCount(32'000), 256 * few);
-}
-
 TEST(JsonTextTest, AddsNumbersOfResultsWithTheSameReadableText) {
     EXPECT_EQ((nlohmann::ordered_json{{"caf\\xe9", 5}, {"good", 1}}),
               MakeCounts({{"caf\\xe9", 2}, {"caf\xE9", 3}, {"good", 1}}));
