@@ -37,9 +37,8 @@ std::string_view TargetOfTemporary(std::string_view name) {
     if (name.size() <= length)
         return "";
     std::size_t const dot = name.size() - length;
-    bool const hasSuffix = name[dot] == '.' && name.find_first_not_of(lettersAndDigits, dot + 1) ==
-                                                   std::string_view::npos;
-    return hasSuffix ? name.substr(0, dot) : "";
+    std::size_t const other = name.find_first_not_of(lettersAndDigits, dot + 1);
+    return name[dot] == '.' && other == std::string_view::npos ? name.substr(0, dot) : "";
 }
 
 bool IsTemporaryResult(std::string_view name) {

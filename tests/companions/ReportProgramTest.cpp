@@ -33,6 +33,13 @@ protected:
         return RunShell("'" CC_REPORT_PROGRAM "' --strict=Pass " + text);
     }
 
+    // Starts a program that reads the file of --hosts, a FIFO.
+    OtherProgram StartWithFifo(std::string const& hosts) const {
+        EXPECT_EQ(0, mkfifo(hosts.c_str(), 0600));
+        return OtherProgram(
+            {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
+    }
+
     ExitStatus StatusOf(Texts arguments) const {
         arguments.emplace_back("--json=-");
         return Report(arguments).status;
@@ -219,9 +226,7 @@ int OpenWriter(std::string const& fifo, OtherProgram& program) {
 
 TEST_F(ReportProgramTest, SignalTerminatesTheWaitForTheListOfHosts) {
     std::string const hosts = directory / "hosts";
-    ASSERT_EQ(0, mkfifo(hosts.c_str(), 0600));
-    OtherProgram program(
-        {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
+    OtherProgram program = StartWithFifo(hosts);
     int const writer = OpenWriter(hosts, program);
     program.Kill(SIGTERM);
     EXPECT_EQ(ExitStatus::Killed(SIGTERM), program.Wait().status);
@@ -230,9 +235,7 @@ TEST_F(ReportProgramTest, SignalTerminatesTheWaitForTheListOfHosts) {
 
 TEST_F(ReportProgramTest, TimeOfTheReportIsNotBeforeItsInputs) {
     std::string const hosts = directory / "hosts";
-    ASSERT_EQ(0, mkfifo(hosts.c_str(), 0600));
-    OtherProgram program(
-        {CC_REPORT_PROGRAM, "--strict=Pass", "--json=-", "--hosts", hosts, results});
+    OtherProgram program = StartWithFifo(hosts);
     int const writer = OpenWriter(hosts, program);
     usleep(10'000);
     std::string const before = FormatTimestamp(CurrentTime());
